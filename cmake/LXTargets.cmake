@@ -1,0 +1,81 @@
+# SPDX-License-Identifier: MIT
+#
+# How every target of this project is built: lx_target, lx_add_test, lx_add_fuzzer.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+find_package(Threads REQUIRED)
+
+set(LX_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Werror)
+set(LX_CXX_WARNINGS -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual)
+
+# Nothing of the interfaces has a virtual destructor: a second vtable slot would shift all others.
+set(LX_COM_WARNINGS -Wno-non-virtual-dtor -Wno-delete-non-virtual-dtor)
+
+if(LX_SANITIZE)
+  add_compile_options(-fsanitize=${LX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${LX_SANITIZE})
+endif()
+if(WIN32)
+  add_compile_definitions(UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601)
+  add_link_options(-static) # a DLL brings its own runtime
+endif()
+
+# The compile rules of the project for a target.
+function(lx_target name)
+  target_compile_options(${name} PRIVATE ${LX_WARNINGS}
+    $<$<COMPILE_LANGUAGE:CXX>:${LX_CXX_WARNINGS} ${LX_COM_WARNINGS}>)
+  if(WIN32)
+    set_target_properties(${name} PROPERTIES PREFIX "")
+  endif()
+endfunction()
+
+# Libraries that only the tools, the server and the tests use, from the system's include folder. A cross
+# compiler must not see that folder itself, so each library is linked into a folder of its own.
+function(lx_header_library target folder)
+  add_library(${target} INTERFACE)
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/headers)
+  if(NOT EXISTS ${CMAKE_BINARY_DIR}/headers/${folder})
+    file(CREATE_LINK /usr/include/${folder} ${CMAKE_BINARY_DIR}/headers/${folder} SYMBOLIC)
+  endif()
+  target_include_directories(${target} SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/headers)
+endfunction()
+lx_header_library(lxjson nlohmann)
+lx_header_library(lxcli CLI)
+
+if(LX_BUILD_TESTS)
+  set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+  set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)
+  add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+endif()
+
+# A test program: lx_add_test(test_x SOURCES ... LIBS ... [ARGS ...]). It gets the runner's main, which has the
+# watchdog and counts live objects, and runs on both platforms.
+function(lx_add_test name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBS;ARGS" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  lx_target(${name})
+  target_link_libraries(${name} PRIVATE ${arg_LIBS} lxtestrunner)
+  add_test(NAME ${name} COMMAND ${name} ${arg_ARGS})
+  set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+endfunction()
+
+# A fuzz target: lx_add_fuzzer(fuzz_x SOURCES ... LIBS ...), built where LX_BUILD_FUZZERS is on.
+function(lx_add_fuzzer name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
+  if(LX_BUILD_FUZZERS)
+    add_executable(${name} ${arg_SOURCES})
+    lx_target(${name})
+    target_link_libraries(${name} PRIVATE ${arg_LIBS})
+    target_compile_options(${name} PRIVATE -fsanitize=fuzzer)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  endif()
+endfunction()

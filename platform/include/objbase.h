@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+//
+// Class objects, their modules, task memory and identifiers as text.
+//
+// Threading  Every function may be called from any thread. Apartments are entered and left, but every call is
+//            direct: objects are called on the thread that calls them.
+#ifndef LXPLATFORM_OBJBASE_H
+#define LXPLATFORM_OBJBASE_H
+
+#include <oaidl.h>
+
+typedef enum tagCOINIT
+{
+    COINIT_MULTITHREADED = 0x0,
+    COINIT_APARTMENTTHREADED = 0x2,
+    COINIT_DISABLE_OLE1DDE = 0x4,
+    COINIT_SPEED_OVER_MEMORY = 0x8
+} COINIT;
+
+typedef enum tagREGCLS
+{
+    REGCLS_SINGLEUSE = 0,
+    REGCLS_MULTIPLEUSE = 1,
+    REGCLS_MULTI_SEPARATE = 2
+} REGCLS;
+
+typedef HRESULT(STDAPICALLTYPE* LPFNGETCLASSOBJECT)(REFCLSID rclsid, REFIID riid, void** ppv);
+typedef HRESULT(STDAPICALLTYPE* LPFNCANUNLOADNOW)(void);
+
+STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv);
+STDAPI DllCanUnloadNow(void);
+
+EXTERN_C HRESULT WINAPI CoInitialize(LPVOID pvReserved);
+EXTERN_C HRESULT WINAPI CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit);
+EXTERN_C void WINAPI CoUninitialize(void);
+
+EXTERN_C HRESULT WINAPI CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext,
+                                              DWORD flags, DWORD* lpdwRegister);
+EXTERN_C HRESULT WINAPI CoRevokeClassObject(DWORD dwRegister);
+EXTERN_C HRESULT WINAPI CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID pvReserved, REFIID riid,
+                                         LPVOID* ppv);
+EXTERN_C HRESULT WINAPI CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext,
+                                         REFIID riid, LPVOID* ppv);
+
+/* Unloads modules that say they can go: those of apartment-threaded classes at once, others when they have said so for
+ * ten minutes, since a thread may still be on its way out of them. The second form names the time, in milliseconds. */
+EXTERN_C void WINAPI CoFreeUnusedLibraries(void);
+EXTERN_C void WINAPI CoFreeUnusedLibrariesEx(DWORD dwUnloadDelay, DWORD dwReserved);
+
+EXTERN_C LPVOID WINAPI CoTaskMemAlloc(SIZE_T cb);
+EXTERN_C LPVOID WINAPI CoTaskMemRealloc(LPVOID pv, SIZE_T cb);
+EXTERN_C void WINAPI CoTaskMemFree(LPVOID pv);
+
+EXTERN_C int WINAPI StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax);
+EXTERN_C HRESULT WINAPI CLSIDFromString(LPCOLESTR lpsz, CLSID* pclsid);
+EXTERN_C HRESULT WINAPI CLSIDFromProgID(LPCOLESTR lpszProgID, CLSID* pclsid);
+
+#endif

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+//
+// Locks, interlocked operations, threads, modules and the machine's name.
+#ifndef LXPLATFORM_WINBASE_H
+#define LXPLATFORM_WINBASE_H
+
+#include <pthread.h>
+#include <windef.h>
+
+/* A recursive lock. It must be initialised, and deleted when nobody holds it. */
+typedef struct _RTL_CRITICAL_SECTION
+{
+    pthread_mutex_t lxMutex;
+} CRITICAL_SECTION, RTL_CRITICAL_SECTION, *LPCRITICAL_SECTION;
+
+EXTERN_C void WINAPI InitializeCriticalSection(CRITICAL_SECTION* section);
+EXTERN_C BOOL WINAPI InitializeCriticalSectionAndSpinCount(CRITICAL_SECTION* section, DWORD spinCount);
+EXTERN_C void WINAPI DeleteCriticalSection(CRITICAL_SECTION* section);
+EXTERN_C void WINAPI EnterCriticalSection(CRITICAL_SECTION* section);
+EXTERN_C BOOL WINAPI TryEnterCriticalSection(CRITICAL_SECTION* section);
+EXTERN_C void WINAPI LeaveCriticalSection(CRITICAL_SECTION* section);
+
+/* A slim lock, shared or exclusive, not recursive: 8 bytes, all zero when free, nothing to delete. A waiting
+ * writer is not overtaken by readers that come after it. */
+typedef union _RTL_SRWLOCK
+{
+    ULONG lxState;
+    PVOID Ptr; /* for the size */
+} SRWLOCK, RTL_SRWLOCK, *PSRWLOCK;
+#define SRWLOCK_INIT                                                                                         \
+    {                                                                                                        \
+        0                                                                                                    \
+    }
+
+EXTERN_C void WINAPI InitializeSRWLock(SRWLOCK* lock);
+EXTERN_C void WINAPI AcquireSRWLockExclusive(SRWLOCK* lock);
+EXTERN_C void WINAPI AcquireSRWLockShared(SRWLOCK* lock);
+EXTERN_C BOOLEAN WINAPI TryAcquireSRWLockExclusive(SRWLOCK* lock);
+EXTERN_C BOOLEAN WINAPI TryAcquireSRWLockShared(SRWLOCK* lock);
+EXTERN_C void WINAPI ReleaseSRWLockExclusive(SRWLOCK* lock);
+EXTERN_C void WINAPI ReleaseSRWLockShared(SRWLOCK* lock);
+
+EXTERN_C LONG WINAPI InterlockedIncrement(LONG volatile* target);
+EXTERN_C LONG WINAPI InterlockedDecrement(LONG volatile* target);
+EXTERN_C LONG WINAPI InterlockedExchange(LONG volatile* target, LONG value);
+EXTERN_C LONG WINAPI InterlockedExchangeAdd(LONG volatile* target, LONG value);
+EXTERN_C LONG WINAPI InterlockedCompareExchange(LONG volatile* target, LONG value, LONG comparand);
+
+EXTERN_C DWORD WINAPI GetLastError(void);
+EXTERN_C void WINAPI SetLastError(DWORD code);
+EXTERN_C DWORD WINAPI GetCurrentThreadId(void);
+EXTERN_C DWORD WINAPI GetCurrentProcessId(void);
+EXTERN_C void WINAPI Sleep(DWORD milliseconds);
+EXTERN_C ULONGLONG WINAPI GetTickCount64(void);
+
+/* The name in capitals, up to its first dot and 15 characters. *size: in, room with the closing zero; out,
+ * length without it, or with ERROR_BUFFER_OVERFLOW the room that is needed. */
+#define MAX_COMPUTERNAME_LENGTH 15
+EXTERN_C BOOL WINAPI GetComputerNameW(LPWSTR buffer, LPDWORD size);
+
+#define GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT 0x2
+#define GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS 0x4
+
+/* The module that holds an address, given as its name. Only FROM_ADDRESS together with UNCHANGED_REFCOUNT. */
+EXTERN_C BOOL WINAPI GetModuleHandleExW(DWORD flags, LPCWSTR address, HMODULE* module);
+/* The full path of a module; a null module is the program. */
+EXTERN_C DWORD WINAPI GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size);
+EXTERN_C HMODULE WINAPI LoadLibraryW(LPCWSTR path);
+EXTERN_C FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
+EXTERN_C BOOL WINAPI FreeLibrary(HMODULE module);
+
+#endif

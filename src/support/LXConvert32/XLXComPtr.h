@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: MIT
+//
+// XLXComPtr<T> owns one reference to a COM object. A member is overwritten before its old object is
+// released, since Release may call back. Not for sharing between threads.
+#ifndef XLXCOMPTR_H
+#define XLXCOMPTR_H
+
+#include "LXConfigFactoryCache.h"
+
+#include <cstddef>
+#include <utility>
+
+/// The interface id of T.
+template <class T>
+const IID& LXIid() noexcept
+{
+    return __uuidof(T);
+}
+
+template <class T>
+class XLXComPtr
+{
+public:
+    XLXComPtr() noexcept = default;
+    XLXComPtr(std::nullptr_t) noexcept {}
+    XLXComPtr(T* object) noexcept : m_object(object) { AddRef(); }
+    XLXComPtr(const XLXComPtr& other) noexcept : m_object(other.m_object) { AddRef(); }
+    XLXComPtr(XLXComPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
+    template <class U>
+    XLXComPtr(const XLXComPtr<U>& other) noexcept : m_object(other.Get())
+    {
+        AddRef();
+    }
+    ~XLXComPtr() { Reset(); }
+
+    XLXComPtr& operator=(const XLXComPtr& other) noexcept
+    {
+        XLXComPtr(other).Swap(*this);
+        return *this;
+    }
+    XLXComPtr& operator=(XLXComPtr&& other) noexcept
+    {
+        XLXComPtr(std::move(other)).Swap(*this);
+        return *this;
+    }
+
+    T* Get() const noexcept { return m_object; }
+    T* operator->() const noexcept { return m_object; }
+    T& operator*() const noexcept { return *m_object; }
+    explicit operator bool() const noexcept { return m_object != nullptr; }
+
+    void Swap(XLXComPtr& other) noexcept { std::swap(m_object, other.m_object); }
+
+    void Reset() noexcept
+    {
+        if (T* const old = std::exchange(m_object, nullptr); old != nullptr)
+        {
+            old->Release();
+        }
+    }
+
+    /// Takes over a reference that the caller owns.
+    void Attach(T* object) noexcept
+    {
+        Reset();
+        m_object = object;
+    }
+
+    /// Gives the reference to the caller.
+    [[nodiscard]] T* Detach() noexcept { return std::exchange(m_object, nullptr); }
+
+    /// Empties the pointer and gives its address to a function that returns a reference.
+    T** Put() noexcept
+    {
+        Reset();
+        return &m_object;
+    }
+    void** PutVoid() noexcept { return reinterpret_cast<void**>(Put()); }
+
+    /// Stores a further reference in a caller's variable, which need not hold one.
+    void CopyTo(T** out) const noexcept
+    {
+        AddRef();
+        *out = m_object;
+    }
+
+    /// Asks the object for another interface; null when it has none.
+    template <class U>
+    XLXComPtr<U> As() const noexcept
+    {
+        XLXComPtr<U> other;
+        if (m_object != nullptr && FAILED(m_object->QueryInterface(LXIid<U>(), other.PutVoid())))
+        {
+            (void)other.Detach(); // a failing query leaves nothing to release
+        }
+        return other;
+    }
+
+private:
+    void AddRef() const noexcept
+    {
+        if (m_object != nullptr)
+        {
+            m_object->AddRef();
+        }
+    }
+
+    T* m_object = nullptr;
+};
+
+template <class T, class U>
+bool operator==(const XLXComPtr<T>& left, const XLXComPtr<U>& right) noexcept
+{
+    return left.Get() == right.Get();
+}
+
+/// A pointer that takes over the caller's reference.
+template <class T>
+XLXComPtr<T> LXAttach(T* object) noexcept
+{
+    XLXComPtr<T> pointer;
+    pointer.Attach(object);
+    return pointer;
+}
+
+#endif

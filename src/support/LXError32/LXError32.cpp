@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: MIT
+//
+// The error library's own module: plain functions only, so that each user of it may bring its own runtime.
+#include "LXError32.h"
+
+#include "LXCompiler.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace
+{
+using Text = std::basic_string<OLECHAR>;
+
+constexpr ULONG TraceCategories = (1u << LX_LOG_SERVER) | (1u << LX_LOG_INVALIDATE);
+constexpr ULONG DefaultCategories = (1u << LX_LOG_ERROR) | (1u << LX_LOG_UPDATE);
+static_assert((TraceCategories & DefaultCategories) == 0, "tracing is off unless a sink asks for it");
+
+constexpr const char* CategoryNames[] = {"CFC_Error", "CFC_Update", "CFC_Server", "CFC_Invalidate"};
+
+struct Sink
+{
+    LXLogSink call;
+    void* context;
+};
+
+/// The logbook's state. It is never destroyed: a thread may still write while the process ends.
+struct Logbook
+{
+    std::mutex mutex; // guards sink; a leaf, nothing is called while it is held
+    std::shared_ptr<const Sink> sink;
+    std::atomic<LONG> wanted{static_cast<LONG>(DefaultCategories)};
+};
+
+Logbook& TheLogbook()
+{
+    static Logbook& logbook = *new Logbook;
+    return logbook;
+}
+
+std::string Narrow(const OLECHAR* text)
+{
+    std::string narrow;
+    for (; text != nullptr && *text != 0; ++text)
+    {
+        narrow.push_back(*text < 0x80 ? static_cast<char>(*text) : '?');
+    }
+    return narrow;
+}
+
+std::string FunctionText(const LXErrorLocation& at)
+{
+    std::string text = at.scope != nullptr ? std::string(at.scope) + "::" : std::string();
+    return text + (at.method != nullptr ? at.method : "");
+}
+
+void DefaultSink(const LXLogEntry& entry)
+{
+    const std::string line = std::string(entry.pszCategory) + ": " + Narrow(entry.pszTitle) +
+                             (entry.pszTitle != nullptr && *entry.pszTitle != 0 ? ": " : "") +
+                             Narrow(entry.pszText) + " [" + FunctionText(entry.location) + "]\n";
+#ifdef _WIN32
+    OutputDebugStringA(line.c_str());
+#else
+    static const bool enabled = std::getenv("LXLOGBOOK") != nullptr;
+    if (enabled)
+    {
+        std::fputs(line.c_str(), stderr);
+    }
+#endif
+}
+
+ULONGLONG Now()
+{
+    using namespace std::chrono;
+    return static_cast<ULONGLONG>(
+        duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count());
+}
+
+HRESULT PublishErrorInfo(const OLECHAR* message, const LXErrorLocation& at)
+{
+    ICreateErrorInfo* creator = nullptr;
+    HRESULT result = CreateErrorInfo(&creator);
+    if (FAILED(result))
+    {
+        return result;
+    }
+    const std::string narrow = FunctionText(at) + " (" + (at.source != nullptr ? at.source : "") + ", line " +
+                               std::to_string(at.line) + ")";
+    Text source(narrow.begin(), narrow.end());
+    Text description(message != nullptr ? message : OLESTR(""));
+    creator->SetSource(source.data());
+    creator->SetDescription(description.data());
+    IErrorInfo* info = nullptr;
+    result = creator->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info));
+    creator->Release();
+    if (SUCCEEDED(result))
+    {
+        SetErrorInfo(0, info);
+        info->Release();
+    }
+    return result;
+}
+} // namespace
+
+extern "C" {
+
+void STDMETHODCALLTYPE LXErrorSetLogSink(LXLogSink pSink, void* pContext, ULONG ulCategories)
+try
+{
+    Logbook& logbook = TheLogbook();
+    auto next = pSink != nullptr ? std::make_shared<const Sink>(Sink{pSink, pContext}) : nullptr;
+    std::weak_ptr<const Sink> previous;
+    {
+        const std::lock_guard<std::mutex> lock(logbook.mutex);
+        previous = logbook.sink;
+        logbook.sink.swap(next);
+        logbook.wanted.store(static_cast<LONG>(pSink != nullptr ? ulCategories : DefaultCategories),
+                             std::memory_order_relaxed);
+    }
+    next.reset();
+    while (!previous.expired()) // a writer inside the replaced sink holds the last shares of it
+    {
+        std::this_thread::yield();
+    }
+}
+catch (...)
+{
+    // Out of memory: the sink stays as it was.
+}
+
+void STDMETHODCALLTYPE LXErrorWriteLog(const LXLogEntry* pEntry)
+try
+{
+    Logbook& logbook = TheLogbook();
+    const auto category = static_cast<unsigned>(pEntry->eCategory);
+    if (category >= std::size(CategoryNames) ||
+        (logbook.wanted.load(std::memory_order_relaxed) & (1 << category)) == 0)
+    {
+        return;
+    }
+    LXLogEntry entry = *pEntry;
+    entry.ullTime = Now();
+    entry.pszCategory = CategoryNames[category];
+    std::shared_ptr<const Sink> sink;
+    {
+        const std::lock_guard<std::mutex> lock(logbook.mutex);
+        sink = logbook.sink;
+    }
+    if (sink != nullptr)
+    {
+        sink->call(&entry, sink->context);
+    }
+    else
+    {
+        DefaultSink(entry);
+    }
+}
+catch (...)
+{
+    // Reporting an error must not make another.
+}
+
+const LONG* STDMETHODCALLTYPE LXErrorWantedCategories(void)
+{
+    static_assert(sizeof(std::atomic<LONG>) == sizeof(LONG) && std::atomic<LONG>::is_always_lock_free);
+    return reinterpret_cast<const LONG*>(&TheLogbook().wanted);
+}
+
+HRESULT STDMETHODCALLTYPE LXErrorSetInfo(HRESULT hrCode, const OLECHAR* pszMessage,
+                                         const LXErrorLocation* pLocation)
+try
+{
+    PublishErrorInfo(pszMessage, *pLocation);
+    return hrCode;
+}
+catch (...)
+{
+    return hrCode;
+}
+
+} // extern "C"

@@ -1,0 +1,20 @@
+#!/bin/sh
+# SPDX-License-Identifier: MIT
+# Makes the header and the identifier source anew and compares them with the committed ones.
+# usage: check_generated.sh <folder of the definitions>; 77 when the interface compiler is not installed
+set -eu
+idl=$1
+widl=${WIDL:-x86_64-w64-mingw32-widl}
+if ! command -v "$widl" >/dev/null; then
+    echo "SKIPPED: $widl is not installed, so the committed files were not compared"
+    exit 77
+fi
+fresh=$(mktemp -d)
+trap 'rm -rf "$fresh"' EXIT
+sh "$idl/generate.sh" "$fresh"
+for file in LXConfigFactoryCache.h LXConfigFactoryCache_i.c; do
+    if ! diff -u "$idl/$file" "$fresh/$file"; then
+        echo "$file differs: run idl/generate.sh and commit the result"
+        exit 1
+    fi
+done

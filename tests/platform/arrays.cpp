@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: MIT
+//
+// SAFEARRAY: bounds, elements, ownership, locks.
+#include "contract.h"
+
+namespace
+{
+struct Bounds
+{
+    HRESULT result;
+    LONG lower;
+    LONG upper;
+    bool operator==(const Bounds&) const = default;
+};
+
+Bounds BoundsOf(SAFEARRAY* array, UINT dimension)
+{
+    Bounds bounds = {S_OK, 4711, 4711};
+    bounds.result = SafeArrayGetLBound(array, dimension, &bounds.lower);
+    EXPECT_EQ(bounds.result, SafeArrayGetUBound(array, dimension, &bounds.upper));
+    return bounds;
+}
+
+void Put(SAFEARRAY* array, LONG index, VARIANT& value)
+{
+    ASSERT_EQ(S_OK, SafeArrayPutElement(array, &index, &value));
+}
+} // namespace
+
+TEST(Arrays, TypesAndSizes)
+{
+    struct
+    {
+        VARTYPE vt;
+        UINT size;
+        USHORT features;
+    } const rows[] = {{VT_VARIANT, 24, FADF_VARIANT},
+                      {VT_BSTR, 8, FADF_BSTR},
+                      {VT_UNKNOWN, 8, FADF_UNKNOWN},
+                      {VT_DISPATCH, 8, FADF_DISPATCH},
+                      {VT_I4, 4, 0},
+                      {VT_INT, 4, 0},
+                      {VT_BOOL, 2, 0},
+                      {VT_UI1, 1, 0},
+                      {VT_R8, 8, 0},
+                      {VT_I8, 8, 0},
+                      {VT_ERROR, 4, 0}};
+    for (const auto& row : rows)
+    {
+        SAFEARRAY* const array = SafeArrayCreateVector(row.vt, 3, 2);
+        ASSERT_NE(nullptr, array) << row.vt;
+        VARTYPE vt = VT_EMPTY;
+        EXPECT_EQ(S_OK, SafeArrayGetVartype(array, &vt));
+        EXPECT_EQ(row.vt, vt);
+        EXPECT_EQ(row.size, SafeArrayGetElemsize(array));
+        EXPECT_EQ(1u, SafeArrayGetDim(array));
+        EXPECT_EQ(row.features, array->fFeatures & (FADF_VARIANT | FADF_BSTR | FADF_UNKNOWN | FADF_DISPATCH));
+        EXPECT_EQ((Bounds{S_OK, 3, 4}), BoundsOf(array, 1));
+        EXPECT_EQ(S_OK, SafeArrayDestroy(array));
+    }
+    SAFEARRAYBOUND bound = {1, 0};
+    EXPECT_EQ(nullptr, SafeArrayCreate(77, 1, &bound));
+    EXPECT_EQ(nullptr, SafeArrayCreate(VT_EMPTY, 1, &bound));
+    EXPECT_EQ(nullptr, SafeArrayCreate(VT_I4, 0, &bound));
+}
+
+TEST(Arrays, NullAndEmpty)
+{
+    LONG number = 0;
+    LONG index = 0;
+    EXPECT_EQ(S_OK, SafeArrayDestroy(nullptr));
+    EXPECT_EQ(0u, SafeArrayGetDim(nullptr));
+    EXPECT_EQ(E_INVALIDARG, SafeArrayGetLBound(nullptr, 1, &number));
+    EXPECT_EQ(E_INVALIDARG, SafeArrayGetVartype(nullptr, nullptr));
+    EXPECT_EQ(E_INVALIDARG, SafeArrayGetElement(nullptr, &index, &number));
+    EXPECT_EQ(E_INVALIDARG, SafeArrayLock(nullptr));
+
+    SAFEARRAY* const array = SafeArrayCreateVector(VT_VARIANT, 5, 0);
+    EXPECT_EQ((Bounds{S_OK, 5, 4}), BoundsOf(array, 1));
+    index = 5;
+    Variant value;
+    EXPECT_EQ(DISP_E_BADINDEX, SafeArrayGetElement(array, &index, &value));
+    EXPECT_EQ(S_OK, SafeArrayDestroy(array));
+}
+
+TEST(Arrays, Dimensions)
+{
+    SAFEARRAYBOUND bounds[] = {{2, 0}, {3, -1}};
+    SAFEARRAY* const array = SafeArrayCreate(VT_I4, 2, bounds);
+    EXPECT_EQ(2u, SafeArrayGetDim(array));
+    EXPECT_EQ((Bounds{S_OK, 0, 1}), BoundsOf(array, 1));
+    EXPECT_EQ((Bounds{S_OK, -1, 1}), BoundsOf(array, 2));
+    EXPECT_EQ((Bounds{DISP_E_BADINDEX, 4711, 4711}), BoundsOf(array, 0));
+    EXPECT_EQ((Bounds{DISP_E_BADINDEX, 4711, 4711}), BoundsOf(array, 3));
+    EXPECT_EQ(-1, array->rgsabound[0].lLbound) << "the last dimension comes first";
+    LONG value = 1;
+    LONG index[] = {1, 0};
+    EXPECT_EQ(S_OK, SafeArrayPutElement(array, index, &value));
+    EXPECT_EQ(1, static_cast<LONG*>(array->pvData)[3]) << "the first index runs fastest";
+    LONG read = 0;
+    EXPECT_EQ(S_OK, SafeArrayGetElement(array, index, &read));
+    EXPECT_EQ(1, read);
+    for (const auto& [first, second] : {std::pair(2, 0), std::pair(-1, 0), std::pair(0, 2), std::pair(0, -2)})
+    {
+        LONG outside[] = {first, second};
+        EXPECT_EQ(DISP_E_BADINDEX, SafeArrayPutElement(array, outside, &value));
+        EXPECT_EQ(DISP_E_BADINDEX, SafeArrayGetElement(array, outside, &read));
+    }
+    EXPECT_EQ(S_OK, SafeArrayDestroy(array));
+}
+
+TEST(Arrays, StringsAreCopied)
+{
+    SAFEARRAY* const array = SafeArrayCreateVector(VT_BSTR, 0, 2);
+    LONG index = 0;
+    BSTR text = SysAllocString(OLESTR("abc"));
+    EXPECT_EQ(S_OK, SafeArrayPutElement(array, &index, text)); // the string itself, not its address
+    EXPECT_NE(text, *static_cast<BSTR*>(array->pvData));
+    EXPECT_EQ(S_OK, SafeArrayPutElement(array, &index, text)); // replaces
+    SysFreeString(text);
+    EXPECT_EQ(S_OK, SafeArrayGetElement(array, &index, &text));
+    EXPECT_EQ(Text(OLESTR("abc")), TextOf(text));
+    SysFreeString(text);
+    index = 1;
+    EXPECT_EQ(S_OK, SafeArrayGetElement(array, &index, &text));
+    EXPECT_EQ(nullptr, text) << "an element that was never put";
+    EXPECT_EQ(S_OK, SafeArrayDestroy(array));
+}
+
+TEST(Arrays, ObjectsAndVariantsAreOwned)
+{
+    CountedObject object;
+    SAFEARRAY* const objects = SafeArrayCreateVector(VT_UNKNOWN, 0, 2);
+    LONG index = 1;
+    IUnknown* out = nullptr;
+    EXPECT_EQ(S_OK, SafeArrayPutElement(objects, &index, static_cast<IUnknown*>(&object)));
+    EXPECT_EQ(S_OK, SafeArrayGetElement(objects, &index, &out));
+    EXPECT_EQ(2, object.references);
+    ASSERT_EQ(&object, out);
+    out->Release();
+
+    // An array of variants that hold a string, the object, and an array in turn.
+    SAFEARRAY* const array = SafeArrayCreateVector(VT_VARIANT, 0, 3);
+    Variant value(OLESTR("abc"));
+    Put(array, 0, value);
+    VARIANT inner = {};
+    inner.vt = VT_UNKNOWN;
+    inner.punkVal = &object;
+    Put(array, 1, inner);
+    inner.vt = VT_ARRAY | VT_UNKNOWN;
+    inner.parray = objects;
+    Put(array, 2, inner);
+    EXPECT_EQ(3, object.references); // two arrays of objects and one element
+    Put(array, 0, inner);            // replaces the string
+    EXPECT_EQ(4, object.references);
+
+    VARIANT whole = {};
+    whole.vt = VT_ARRAY | VT_VARIANT;
+    whole.parray = array;
+    Variant copy;
+    ASSERT_EQ(S_OK, VariantCopy(&copy, &whole));
+    EXPECT_EQ(7, object.references);
+    index = 2;
+    EXPECT_EQ(S_OK, SafeArrayGetElement(copy.parray, &index, &inner));
+    EXPECT_EQ(VT_ARRAY | VT_UNKNOWN, inner.vt);
+    EXPECT_EQ(8, object.references);
+    EXPECT_EQ(S_OK, VariantClear(&inner));
+    EXPECT_EQ(S_OK, VariantClear(&copy));
+    EXPECT_EQ(S_OK, SafeArrayDestroy(array));
+    EXPECT_EQ(S_OK, SafeArrayDestroy(objects));
+    EXPECT_EQ(0, object.references);
+}
+
+TEST(Arrays, LockedArraysStay)
+{
+    SAFEARRAY* const array = SafeArrayCreateVector(VT_I4, 0, 2);
+    EXPECT_EQ(E_UNEXPECTED, SafeArrayUnlock(array));
+    void* data = nullptr;
+    EXPECT_EQ(S_OK, SafeArrayAccessData(array, &data));
+    EXPECT_EQ(array->pvData, data);
+    EXPECT_EQ(S_OK, SafeArrayLock(array));
+    EXPECT_EQ(2u, array->cLocks);
+    LONG index = 1;
+    LONG value = 9;
+    EXPECT_EQ(S_OK, SafeArrayPutElement(array, &index, &value));
+    EXPECT_EQ(9, static_cast<LONG*>(data)[1]);
+    EXPECT_EQ(DISP_E_ARRAYISLOCKED, SafeArrayDestroy(array));
+    SAFEARRAY* copy = nullptr;
+    EXPECT_EQ(S_OK, SafeArrayCopy(array, &copy));
+    EXPECT_EQ(0u, copy->cLocks);
+    EXPECT_EQ(S_OK, SafeArrayDestroy(copy));
+    EXPECT_EQ(S_OK, SafeArrayUnlock(array));
+    EXPECT_EQ(DISP_E_ARRAYISLOCKED, SafeArrayDestroy(array));
+    EXPECT_EQ(S_OK, SafeArrayUnaccessData(array));
+    EXPECT_EQ(S_OK, SafeArrayDestroy(array));
+}

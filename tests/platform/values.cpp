@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+//
+// BSTR, and the life of a VARIANT.
+#include "contract.h"
+
+#include <cstring>
+
+TEST(Strings, Lengths)
+{
+    const OLECHAR source[] = {'a', 0, 'b', 'c'};
+    struct
+    {
+        BSTR made;
+        UINT bytes;
+        Text content;
+    } const rows[] = {{SysAllocString(OLESTR("abc")), 6, OLESTR("abc")},
+                      {SysAllocString(OLESTR("")), 0, OLESTR("")},
+                      {SysAllocStringLen(source, 3), 6, Text(source, 3)}, // a zero inside is a character
+                      {SysAllocStringLen(nullptr, 0), 0, OLESTR("")},
+                      {SysAllocStringByteLen(reinterpret_cast<LPCSTR>(source), 4), 4, Text(source, 2)},
+                      {SysAllocStringByteLen("x\0y", 3), 3, Text(1, 'x')}, // half a character at the end
+                      {nullptr, 0, OLESTR("(null)")}};
+    for (const auto& row : rows)
+    {
+        EXPECT_EQ(row.bytes, SysStringByteLen(row.made));
+        EXPECT_EQ(row.bytes / 2, SysStringLen(row.made));
+        EXPECT_EQ(row.content, TextOf(row.made));
+        if (row.made != nullptr)
+        {
+            const OLECHAR* const end = row.made + row.bytes / 2;
+            EXPECT_EQ(0, row.bytes % 2 == 0 ? *end : 0) << "a zero closes the string";
+            DWORD prefix = 0;
+            std::memcpy(&prefix, reinterpret_cast<const BYTE*>(row.made) - 4, 4);
+            EXPECT_EQ(row.bytes, prefix);
+        }
+        SysFreeString(row.made);
+    }
+    EXPECT_EQ(nullptr, SysAllocString(nullptr));
+    EXPECT_EQ(nullptr, SysAllocStringLen(nullptr, 0xFFFFFFFF));
+}
+
+TEST(Strings, Reallocation)
+{
+    BSTR text = SysAllocString(OLESTR("abcdef"));
+    EXPECT_TRUE(SysReAllocStringLen(&text, text + 2, 3)); // a part of itself
+    EXPECT_EQ(Text(OLESTR("cde")), TextOf(text));
+    EXPECT_TRUE(SysReAllocString(&text, OLESTR("xy")));
+    EXPECT_EQ(Text(OLESTR("xy")), TextOf(text));
+    SysFreeString(text);
+}
+
+TEST(Variants, CopyIsDeep)
+{
+    const OLECHAR source[] = {'a', 0, 'b'};
+    Variant text;
+    text.vt = VT_BSTR;
+    text.bstrVal = SysAllocStringLen(source, 3);
+    Variant copy(OLESTR("old"));
+    ASSERT_EQ(S_OK, VariantCopy(&copy, &text));
+    EXPECT_NE(text.bstrVal, copy.bstrVal);
+    EXPECT_EQ(Text(source, 3), TextOf(copy.bstrVal));
+
+    Variant null;
+    null.vt = VT_BSTR;
+    null.bstrVal = nullptr;
+    ASSERT_EQ(S_OK, VariantCopy(&copy, &null));
+    ASSERT_EQ(VT_BSTR, copy.vt);
+    EXPECT_EQ(Text(), TextOf(copy.bstrVal)) << "a copy of a null string is an empty one";
+
+    EXPECT_EQ(S_OK, VariantCopy(&text, &text));
+    EXPECT_EQ(Text(source, 3), TextOf(text.bstrVal));
+}
+
+TEST(Variants, ObjectsAreCounted)
+{
+    CountedObject object;
+    {
+        Variant first;
+        first.vt = VT_UNKNOWN;
+        first.punkVal = &object;
+        object.AddRef();
+        Variant second;
+        ASSERT_EQ(S_OK, VariantCopy(&second, &first));
+        EXPECT_EQ(2, object.references);
+        Variant third;
+        ASSERT_EQ(S_OK, VariantChangeType(&third, &first, 0, VT_UNKNOWN));
+        EXPECT_EQ(3, object.references);
+        Variant failed;
+        EXPECT_EQ(DISP_E_TYPEMISMATCH, VariantChangeType(&failed, &first, 0, VT_I4));
+        EXPECT_EQ(3, object.references);
+        ASSERT_EQ(S_OK, VariantClear(&second));
+        EXPECT_EQ(VT_EMPTY, second.vt);
+        EXPECT_EQ(2, object.references);
+    }
+    EXPECT_EQ(0, object.references);
+}
+
+TEST(Variants, BadTypes)
+{
+    for (const int vt : {77, 15, VT_BYREF | VT_EMPTY, VT_ARRAY | VT_NULL, int{VT_RESERVED}})
+    {
+        VARIANT bad = {};
+        bad.vt = static_cast<VARTYPE>(vt);
+        EXPECT_EQ(DISP_E_BADVARTYPE, VariantClear(&bad)) << vt;
+        Variant to(LONG{3});
+        EXPECT_EQ(DISP_E_BADVARTYPE, VariantCopy(&to, &bad)) << vt;
+        EXPECT_EQ(VT_I4, to.vt);
+    }
+}
+
+TEST(Variants, ReferencesAreNotOwned)
+{
+    BSTR target = SysAllocString(OLESTR("abc"));
+    VARIANT reference = {};
+    reference.vt = VT_BYREF | VT_BSTR;
+    reference.pbstrVal = &target;
+    Variant copy;
+    ASSERT_EQ(S_OK, VariantCopy(&copy, &reference));
+    EXPECT_EQ(&target, copy.pbstrVal);
+    Variant followed;
+    ASSERT_EQ(S_OK, VariantCopyInd(&followed, &reference));
+    EXPECT_EQ(VT_BSTR, followed.vt);
+    EXPECT_EQ(Text(OLESTR("abc")), TextOf(followed.bstrVal));
+    EXPECT_NE(target, followed.bstrVal);
+    EXPECT_EQ(S_OK, VariantClear(&copy));
+    EXPECT_EQ(Text(OLESTR("abc")), TextOf(target));
+    SysFreeString(target);
+}
