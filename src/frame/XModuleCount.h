@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+//
+// What keeps the module loaded: every live object of it, and every lock on it. Both counts are of this module
+// alone, since each module that links this code has its own.
+#ifndef XMODULECOUNT_H
+#define XMODULECOUNT_H
+
+#include <atomic>
+
+class XModuleCount
+{
+public:
+    static long LiveObjects() noexcept { return s_liveObjects.load(std::memory_order_acquire); }
+    static long Locks() noexcept { return s_locks.load(std::memory_order_acquire); }
+    static void Lock() noexcept { s_locks.fetch_add(1, std::memory_order_relaxed); }
+    static void Unlock() noexcept { s_locks.fetch_sub(1, std::memory_order_release); }
+
+private:
+    friend class XLiveObject;
+    static inline std::atomic<long> s_liveObjects{0};
+    static inline std::atomic<long> s_locks{0};
+};
+
+/// Base or member of every object whose code may not be unloaded under it.
+class XLiveObject
+{
+public:
+    XLiveObject() noexcept { XModuleCount::s_liveObjects.fetch_add(1, std::memory_order_relaxed); }
+    XLiveObject(const XLiveObject&) noexcept : XLiveObject() {}
+    XLiveObject& operator=(const XLiveObject&) noexcept { return *this; }
+    ~XLiveObject() { XModuleCount::s_liveObjects.fetch_sub(1, std::memory_order_release); }
+};
+
+#endif

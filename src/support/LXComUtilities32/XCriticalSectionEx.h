@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#ifndef XCRITICALSECTIONEX_H
+#define XCRITICALSECTIONEX_H
+
+#include "LXConfigFactoryCache.h"
+
+/// A read/write lock over the platform's slim lock. It is not reentrant.
+class XCriticalSectionEx
+{
+public:
+    XCriticalSectionEx() noexcept = default;
+    XCriticalSectionEx(const XCriticalSectionEx&) = delete;
+    XCriticalSectionEx& operator=(const XCriticalSectionEx&) = delete;
+    virtual ~XCriticalSectionEx() = default;
+
+    /// @param shared  true: several threads may hold the lock in this mode; false: one thread alone
+    virtual void LockEx(bool shared)
+    {
+        if (shared)
+        {
+            AcquireSRWLockShared(&m_lock);
+        }
+        else
+        {
+            AcquireSRWLockExclusive(&m_lock);
+        }
+    }
+    virtual void UnlockEx(bool shared)
+    {
+        if (shared)
+        {
+            ReleaseSRWLockShared(&m_lock);
+        }
+        else
+        {
+            ReleaseSRWLockExclusive(&m_lock);
+        }
+    }
+
+private:
+    SRWLOCK m_lock = SRWLOCK_INIT;
+};
+
+#endif

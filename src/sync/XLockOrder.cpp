@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#include "XLockOrder.h"
+
+#ifndef NDEBUG
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace
+{
+constexpr const char* LevelNames[] = {
+    "Init",           "TypeMapFill",   "BrowserIdFill", "PCInfoFill", "RelationFill", "PlanTypeFill",
+    "GlobalSpecFill", "TypeFetch",     "ObjectFill",    "TypeMap",    "BrowserIds",   "Inheritance",
+    "PCInfos",        "PCInfosNew",    "Relations",     "PlanTypes",  "ComponentMap", "ObjectMap",
+    "GlobalSpecs",    "PropertyStore", "Leaf"};
+static_assert(sizeof(LevelNames) / sizeof(LevelNames[0]) == static_cast<unsigned>(XLockLevel::Leaf) + 1);
+
+struct Held
+{
+    XLockLevel level;
+    const void* lock;
+};
+
+// A plain array: nothing to destroy when a thread ends after the module is gone.
+constexpr unsigned MostHeld = 4096; // a derived type's completion holds one fetch mutex per base
+struct HeldByThread
+{
+    Held held[MostHeld];
+    unsigned count;
+};
+thread_local HeldByThread t_held;
+
+const char* NameOf(XLockLevel level)
+{
+    return LevelNames[static_cast<unsigned>(level)];
+}
+
+bool MayNestInItself(XLockLevel level)
+{
+    return level == XLockLevel::TypeFetch || level == XLockLevel::Leaf;
+}
+
+[[noreturn]] void Fail(const char* what, XLockLevel taken, XLockLevel held)
+{
+    std::fprintf(stderr, "lock order: %s %s while %s is held\n", what, NameOf(taken), NameOf(held));
+    std::fflush(stderr);
+    std::abort();
+}
+} // namespace
+
+void XLockOrder::Push(XLockLevel level, const void* lock) noexcept
+{
+    for (unsigned i = 0; i < t_held.count; ++i)
+    {
+        const Held& held = t_held.held[i];
+        const bool fine =
+            held.level < level || (held.level == level && (held.lock == lock || MayNestInItself(level)));
+        if (!fine)
+        {
+            Fail("taking", level, held.level);
+        }
+    }
+    if (t_held.count < MostHeld)
+    {
+        t_held.held[t_held.count] = {level, lock};
+    }
+    ++t_held.count;
+}
+
+void XLockOrder::Pop(XLockLevel level, const void* lock) noexcept
+{
+    for (unsigned i = t_held.count; i-- > 0;)
+    {
+        if (i < MostHeld && t_held.held[i].level == level && t_held.held[i].lock == lock)
+        {
+            for (; i + 1 < t_held.count && i + 1 < MostHeld; ++i)
+            {
+                t_held.held[i] = t_held.held[i + 1];
+            }
+            --t_held.count;
+            return;
+        }
+    }
+}
+
+void XLockOrder::AssertNoneHeld() noexcept
+{
+    for (unsigned i = 0; i < t_held.count && i < MostHeld; ++i)
+    {
+        if (t_held.held[i].level > LastFillLevel)
+        {
+            Fail("calling out below", XLockLevel::ObjectFill, t_held.held[i].level);
+        }
+    }
+}
+
+#endif

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+//
+// Reading a transfer array in sequence, element by element.
+//
+// Ownership  A reader owns the array that it is given and moves texts, values and objects out of it; the
+// elements
+//            left become VT_EMPTY. The array ends with the reader, and so does what was not read.
+// Threading  A reader belongs to one thread. The end of an array may release objects, which is foreign code:
+// no
+//            lock may be held.
+// Errors     What does not fit the format raises E_INVALIDARG with a fixed text. Counts are compared with the
+//            elements that remain before anything is allocated for them.
+#ifndef XARRAYREADER_H
+#define XARRAYREADER_H
+
+#include "XLXError.h"
+#include "XTransferRecords.h"
+
+#include <algorithm>
+#include <span>
+
+namespace XLXCFCDataTransfer
+{
+/// The location of an error in a function of this namespace.
+constexpr LXErrorLocation TransferAt(const char* method, int line = LX_CURRENT_LINE)
+{
+    return {"XCFCDataTransfer", "XLXCFCDataTransfer", method, line};
+}
+
+class XArrayReader
+{
+public:
+    /// Opens an array of one dimension of variants, with any lower bound.
+    /// @param least   the elements that it must have at least
+    /// @param method  the function that reads it, for error locations
+    XArrayReader(XLXSafeArray array, ULONG least, const char* method);
+    ~XArrayReader();
+    XArrayReader(const XArrayReader&) = delete;
+    XArrayReader& operator=(const XArrayReader&) = delete;
+
+    /// Reads the header, which must be this one.
+    void ReadHeader(EMappingAlgorithm algorithm, EWrapperId wrapper, const char* method);
+    /// The algorithm of the header; None as long as none was read.
+    EMappingAlgorithm Algorithm() const noexcept { return m_algorithm; }
+
+    ULONG Remaining() const noexcept { return m_count - m_index; }
+
+    /// The next element, for the caller to read or to empty.
+    VARIANT& Next(const char* method) { return Next(1, method).front(); }
+    /// The next elements.
+    std::span<VARIANT> Next(ULONG count, const char* method)
+    {
+        CheckRemaining(count, method);
+        const std::span<VARIANT> elements(m_data + m_index, count);
+        m_index += count;
+        return elements;
+    }
+
+    /// Raises "wrong safearray size" unless so many elements remain.
+    void CheckRemaining(ULONG count, const char* method) const
+    {
+        if (count > Remaining())
+        {
+            RaiseSize(method);
+        }
+    }
+    [[noreturn]] static void RaiseSize(const char* method);
+
+private:
+    void Open(ULONG least, const char* method);
+
+    XLXSafeArray m_array;
+    VARIANT* m_data = nullptr;
+    ULONG m_count = 0;
+    ULONG m_index = 0;
+    EMappingAlgorithm m_algorithm = EMappingAlgorithm::None;
+};
+
+// One variant as a value of a kind. No type is converted to another.
+void FromVariant(const VARIANT& from, LONG& value);
+void FromVariant(const VARIANT& from, ULONG& value);
+void FromVariant(const VARIANT& from, bool& value);
+void FromVariant(const VARIANT& from, XLXText& value);
+/// Takes the reference over and leaves VT_EMPTY; the object may be null.
+void FromVariant(VARIANT& from, XLXComPtr<IUnknown>& value);
+/// Takes a value of any type over and leaves VT_EMPTY.
+inline void FromVariant(VARIANT& from, XLXComVariant& value)
+{
+    value = XLXComVariant();
+    std::swap(from, value.Get());
+}
+
+template <class T>
+concept TransferPrimitive = requires(VARIANT& from, T& value)
+{
+    FromVariant(from, value);
+};
+
+/// The next element as a value of a kind.
+template <TransferPrimitive T>
+void FromSafeArray(XArrayReader& from, T& value)
+{
+    FromVariant(from.Next("FromSafeArray"), value);
+}
+void FromSafeArray(XArrayReader& from, XILXConfigData& value);
+void FromSafeArray(XArrayReader& from, XILXTypeComp& value);
+void FromSafeArray(XArrayReader& from, XILXTypeData& value);
+void FromSafeArray(XArrayReader& from, XILXAttributeData& value);
+
+/// The next element as a value of a kind.
+template <class T>
+T FromSafeArray(XArrayReader& from)
+{
+    T value{};
+    FromSafeArray(from, value);
+    return value;
+}
+
+/// A sub-array: a count, and the elements that go into a new array.
+XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from);
+
+/// The count in front of a vector, at most the number of elements that remain.
+ULONG VecCountFromSafeArray(XArrayReader& from);
+
+/// The next elements as values of any type.
+XLXVariantVector ValuesFromSafeArray(XArrayReader& from, ULONG count);
+
+/// A vector: a count, and so many values of a kind.
+template <class T>
+std::vector<T> VecFromSafeArray(XArrayReader& from)
+{
+    const ULONG count = VecCountFromSafeArray(from);
+    if constexpr (std::is_same_v<T, XLXComVariant>)
+    {
+        return ValuesFromSafeArray(from, count);
+    }
+    else
+    {
+        std::vector<T> values; // grows as records are really there: each takes several elements
+        for (ULONG i = 0; i < count; ++i)
+        {
+            FromSafeArray(from, values.emplace_back());
+        }
+        return values;
+    }
+}
+} // namespace XLXCFCDataTransfer
+
+#endif

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+//
+// The transfer format: how type, component and relation data travel from a server to the cache, as one flat
+// array of variants. docs/transfer-format.md has the picture. A server needs only the writers, the cache only
+// the readers.
+//
+// Ownership  Every function takes over what it is given: a reader moves values and objects out of its array
+// and
+//            ends it, a writer moves them out of its records. Results are the caller's.
+// Threading  Nothing is shared, so every function may run on any thread. Ends of arrays and records release
+//            objects, which is foreign code: no lock may be held.
+// Errors     A null array raises E_POINTER, everything that does not fit the format E_INVALIDARG with a fixed
+//            text, as an XLXException. There is no partial result.
+#ifndef XCFCDATATRANSFER_H
+#define XCFCDATATRANSFER_H
+
+#include "XArrayReader.h"
+#include "XArrayWriter.h"
+
+namespace XLXCFCDataTransfer
+{
+// ---- Arrays with a header ----
+
+/// Reads a type array (GetTypeArray and its siblings). Of two entries of the same key the later one counts.
+XILXTypeMap GetMapFromArray(XLXSafeArray array);
+XLXSafeArray GetArrayFromMap(XILXTypeMap types);
+
+/// Reads a parent-child array (GetPCArray).
+std::vector<XILXPCData> GetVecFromArray(XLXSafeArray array);
+XLXSafeArray GetArrayFromVec(std::vector<XILXPCData> relations);
+
+/// Reads a type-component record (GetTypeComponentData).
+XILXTypeComp GetWrapperFromArray(XLXSafeArray array);
+XLXSafeArray GetArrayFromWrapper(XILXTypeComp components);
+
+// ---- Record lists, the sub-arrays of a type-component record ----
+
+/// Reads a page, group or editor list. A list without even its count is refused.
+std::vector<XILXConfigData> GetSingleTypedVecFromArray(XLXSafeArray array);
+XLXSafeArray GetArrayFromSingleTypedVec(std::vector<XILXConfigData> records);
+
+/// Reads an attribute list: record after record, each with 60 values, up to the end of the array. No elements
+/// at all are a list of no attributes.
+std::vector<XILXAttributeData> ReadAttributeList(XLXSafeArray array);
+/// Raises E_INVALIDARG for a record without exactly 60 values, or an attribute type of it without exactly 7.
+XLXSafeArray GetArrayFromAttributeList(std::vector<XILXAttributeData> attributes);
+} // namespace XLXCFCDataTransfer
+
+#endif
