@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#include "XDataId.h"
+
+#include "XLXComBSTR.h"
+
+XDataId XDataId::Parse(XLXTextView id) noexcept
+{
+    XDataId parsed;
+    parsed.kindText = id;
+    const auto first = id.find('/');
+    if (first == XLXTextView::npos)
+    {
+        return parsed;
+    }
+    parsed.hasKind = true;
+    parsed.kindText = id.substr(0, first);
+    const auto second = id.find('/', first + 1);
+    if (second == XLXTextView::npos)
+    {
+        return parsed;
+    }
+    parsed.object = id.substr(first + 1, second - first - 1);
+    const auto third = id.find('/', second + 1);
+    if (third == XLXTextView::npos)
+    {
+        return parsed;
+    }
+    parsed.complete = true;
+    if (const XLXTextView number = id.substr(second + 1, third - second - 1); !number.empty())
+    {
+        parsed.subNumber = LXParseDecimal(number);
+    }
+    if (const XLXTextView number = id.substr(third + 1); !number.empty())
+    {
+        parsed.mode = LXParseDecimal(number);
+    }
+    return parsed;
+}
+
+LXDataIdKind XDataId::Kind() const noexcept
+{
+    if (kindText == OLESTR("objects"))
+    {
+        return LXDataIdKind::Objects;
+    }
+    if (kindText == OLESTR("properties"))
+    {
+        return LXDataIdKind::Properties;
+    }
+    if (kindText == OLESTR("pc"))
+    {
+        return LXDataIdKind::ParentChild;
+    }
+    return kindText == OLESTR("searchable") ? LXDataIdKind::Searchable : LXDataIdKind::Other;
+}
+
+XLXText LXMakeDataId(XLXTextView kind, XLXTextView object, LONG subNumber, LONG mode)
+{
+    return XLXFormat() << kind << "/" << object << "/" << subNumber << "/" << mode;
+}

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#ifndef XINSTANCEREGISTRY_H
+#define XINSTANCEREGISTRY_H
+
+#include "XLeafMutex.h"
+
+#include <mutex>
+#include <unordered_set>
+
+/// The live instances of a class, so that a pointer from outside can be told to be one of them without
+/// looking into what it points to.
+template <class T>
+class XInstanceRegistry
+{
+public:
+    void Add(const T* instance)
+    {
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        m_instances.insert(instance);
+    }
+    void Remove(const T* instance) noexcept
+    {
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        m_instances.erase(instance);
+    }
+    bool Contains(const T* instance) const noexcept
+    {
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        return m_instances.count(instance) != 0;
+    }
+
+private:
+    mutable XLeafMutex m_mutex; // guards the set
+    std::unordered_set<const T*> m_instances;
+};
+
+#endif

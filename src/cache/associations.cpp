@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "associations.h"
+
+HRESULT ROAssociations::Get(int index, XLXComVariant& value) const
+{
+    if (!InRange(index))
+    {
+        return E_INVALIDARG;
+    }
+    const XLXComVariant& stored = m_values[static_cast<std::size_t>(index)];
+    if (stored.Empty())
+    {
+        return S_FALSE;
+    }
+    return VariantCopy(&value.Get(), const_cast<VARIANT*>(&stored.Get()));
+}
+
+bool Associations::Swap(int index, XLXComVariant& value) noexcept
+{
+    if (!InRange(index))
+    {
+        return false;
+    }
+    std::swap(m_values[static_cast<std::size_t>(index)].Get(), value.Get());
+    return true;
+}
+
+void Associations::SwapGrow(int index, XLXComVariant& value)
+{
+    if (!InRange(index))
+    {
+        m_values.resize(static_cast<std::size_t>(index) + 1);
+    }
+    Swap(index, value);
+}
+
+XPropertyStore::XPropertyStore(std::size_t slots) : m_data(XLockLevel::PropertyStore, slots) {}
+
+HRESULT XPropertyStore::Read(int index, XLXComVariant& value) const
+{
+    if (!m_filled.IsFilled())
+    {
+        return S_FALSE;
+    }
+    const XCritLFReadProxy<Associations> store(m_data);
+    return m_filled.IsFilled() ? store->Get(index, value) : S_FALSE;
+}
+
+HRESULT XPropertyStore::Write(int index, XLXComVariant& value)
+{
+    const XCritProxy<Associations> store(m_data);
+    return store->Swap(index, value) ? S_OK : E_INVALIDARG;
+}
+
+void XPropertyStore::WriteGrow(int index, XLXComVariant& value)
+{
+    const XCritProxy<Associations> store(m_data);
+    store->SwapGrow(index, value);
+}
+
+void XPropertyStore::Assign(XLXVariantVector& values, std::uint64_t noted)
+{
+    const XCritProxy<Associations> store(m_data);
+    store->Swap(values);
+    m_filled.SetFilled(noted);
+}
+
+void LXRaisePropertyIndex(int index)
+{
+    constexpr LXErrorLocation at{"associations", "ROAssociations", "Get", 110};
+    XLXError::Raise(E_INVALIDARG,
+                    XLXText(XLXFormat() << "property index (" << LONG{index} << ") is out of range"), at);
+}

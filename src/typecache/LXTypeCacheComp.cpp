@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+#include "LXTypeCacheComp.h"
+
+namespace
+{
+enum AttributeMember : int
+{
+    ShowInBrowser = 7,
+    ShowInEditor = 8,
+    ShowInFinder = 9,
+    GroupNumber = 17,
+    InAVSet = 19,
+    Printable = 28,
+    NotInFinder = 32,
+    Origin = 46
+};
+
+constexpr LONG OriginVendor = 0;
+
+enum FactBit : std::uint64_t
+{
+    BitBrowser = 1,
+    BitEditor = 2,
+    BitFinder = 4,
+    BitPrintable = 8,
+    BitAVSet = 16,
+    BitVendor = 32
+};
+constexpr int GroupNumberShift = 32;
+
+/// The facts, from a function that gives the value of a member; an empty value is no answer.
+template <class ValueOf>
+XLXTypeCacheComp::XDisplayFacts FactsFrom(ValueOf&& valueOf)
+{
+    const auto flag = [&](int member) {
+        const XLXComVariant& value = valueOf(member);
+        return !value.Empty() && value.AsBool().value_or(false);
+    };
+    const auto number = [&](int member, LONG none) {
+        const XLXComVariant& value = valueOf(member);
+        return value.Empty() ? none : value.AsLong().value_or(none);
+    };
+    XLXTypeCacheComp::XDisplayFacts facts;
+    facts.inBrowser = flag(ShowInBrowser);
+    facts.inEditor = flag(ShowInEditor);
+    facts.inFinder = flag(ShowInFinder) && !flag(NotInFinder);
+    facts.printable = flag(Printable);
+    facts.inAVSet = flag(InAVSet);
+    facts.vendorDefined = number(Origin, OriginVendor - 1) == OriginVendor;
+    facts.groupNumber = number(GroupNumber, 0);
+    return facts;
+}
+
+std::uint64_t Pack(const XLXTypeCacheComp::XDisplayFacts& facts)
+{
+    const auto bit = [](bool set, FactBit value) { return set ? std::uint64_t{value} : std::uint64_t{0}; };
+    return bit(facts.inBrowser, BitBrowser) | bit(facts.inEditor, BitEditor) |
+           bit(facts.inFinder, BitFinder) | bit(facts.printable, BitPrintable) |
+           bit(facts.inAVSet, BitAVSet) | bit(facts.vendorDefined, BitVendor) |
+           (static_cast<std::uint64_t>(static_cast<std::uint32_t>(facts.groupNumber)) << GroupNumberShift);
+}
+
+XLXTypeCacheComp::XDisplayFacts Unpack(std::uint64_t packed)
+{
+    XLXTypeCacheComp::XDisplayFacts facts;
+    facts.inBrowser = (packed & BitBrowser) != 0;
+    facts.inEditor = (packed & BitEditor) != 0;
+    facts.inFinder = (packed & BitFinder) != 0;
+    facts.printable = (packed & BitPrintable) != 0;
+    facts.inAVSet = (packed & BitAVSet) != 0;
+    facts.vendorDefined = (packed & BitVendor) != 0;
+    facts.groupNumber = static_cast<LONG>(static_cast<std::uint32_t>(packed >> GroupNumberShift));
+    return facts;
+}
+} // namespace
+
+namespace XLXTypeCacheComp
+{
+XDisplayFacts XRCComplexAttribute::FactsOf(const XLXVariantVector& values)
+{
+    static const XLXComVariant none;
+    return FactsFrom([&](int member) -> const XLXComVariant& {
+        return static_cast<std::size_t>(member) < values.size() ? values[static_cast<std::size_t>(member)]
+                                                                : none;
+    });
+}
+
+bool XRCComplexAttribute::KnownFacts(XDisplayFacts& facts) const noexcept
+{
+    if (m_generation.load(std::memory_order_acquire) != Object()->StoreGeneration())
+    {
+        return false;
+    }
+    facts = Unpack(m_packed.load(std::memory_order_acquire));
+    return true;
+}
+
+// Readers take the generation first: facts of an older generation are never stored once newer ones are.
+void XRCComplexAttribute::KeepFacts(const XDisplayFacts& facts, std::uint64_t generation) noexcept
+{
+    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    if (generation >= m_generation.load(std::memory_order_relaxed))
+    {
+        m_packed.store(Pack(facts), std::memory_order_release);
+        m_generation.store(generation, std::memory_order_release);
+    }
+}
+
+XDisplayFacts XRCComplexAttribute::Facts()
+{
+    XDisplayFacts facts;
+    if (KnownFacts(facts))
+    {
+        return facts;
+    }
+    const std::uint64_t generation = Object()->StoreGeneration();
+    XLXComVariant value;
+    facts = FactsFrom([&](int member) -> const XLXComVariant& {
+        value = XLXComVariant();
+        const HRESULT result = Object()->ReadProperty(member, value);
+        XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"),
+                                LXHere("LXTypeCacheComp", "XRCComplexAttribute", "Facts"));
+        return value;
+    });
+    KeepFacts(facts, generation);
+    return facts;
+}
+} // namespace XLXTypeCacheComp

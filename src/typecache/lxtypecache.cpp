@@ -1,0 +1,265 @@
+// SPDX-License-Identifier: MIT
+#include "lxtypecache.h"
+
+#include <new>
+
+using namespace XLXTypeCacheComp;
+
+namespace
+{
+constexpr int MemberBaseType = 27;
+
+// Never destroyed: a type that a client still holds may go after the statics of the module.
+XInstanceRegistry<ILXTypeCache>& LiveTypes()
+{
+    static XInstanceRegistry<ILXTypeCache>& registry = *new XInstanceRegistry<ILXTypeCache>;
+    return registry;
+}
+
+// Linking is rare; one link at a time, so that two of them cannot close a cycle together.
+XLeafMutex& LinkMutex()
+{
+    static XLeafMutex& mutex = *new XLeafMutex;
+    return mutex;
+}
+} // namespace
+
+XLXTypeCache::XLXTypeCache(XLXComPtr<IUnknown> server)
+    : XLXConfigObjectCache(std::move(server)),
+      m_selfLink(XWeakLink<XGroupOwner>::To(this)),
+      m_pages(*this, false),
+      m_groups(*this, false),
+      m_attributes(*this, true),
+      m_editors(*this, false)
+{
+    LiveTypes().Add(this);
+}
+
+XLXTypeCache::~XLXTypeCache()
+{
+    LiveTypes().Remove(this);
+    m_selfLink.Clear();
+}
+
+void* XLXTypeCache::FindFace(REFIID iid) noexcept
+{
+    if (IsEqualIID(iid, LXIid<ILXTypeCache>()) || IsEqualIID(iid, IID_IUnknown))
+    {
+        return static_cast<ILXTypeCache*>(this);
+    }
+    if (IsEqualIID(iid, LXIid<ILXTypeInheritance>()))
+    {
+        return static_cast<ILXTypeInheritance*>(this);
+    }
+    return XLXConfigObjectCache::FindFace(iid);
+}
+
+XLXComPtr<XLXTypeCache> XLXTypeCache::FromFace(ILXTypeCache* face)
+{
+    XLXComPtr<ILXTypeCache> own = XLXComPtr<ILXTypeCache>(face).As<ILXTypeCache>();
+    return own && LiveTypes().Contains(own.Get())
+               ? XLXComPtr<XLXTypeCache>(static_cast<XLXTypeCache*>(own.Get()))
+               : nullptr;
+}
+
+HRESULT XLXTypeCache::SetBaseType(ILXTypeCache* pBaseType)
+{
+    return XLXError::Guarded(TheFacts.At("SetBaseType"), [&]() -> HRESULT {
+        XRetired retired;
+        const XLXComPtr<XLXTypeCache> base = FromFace(pBaseType);
+        if (pBaseType == nullptr || base || pBaseType == static_cast<ILXTypeCache*>(this))
+        {
+            if (!LinkBase(base.Get() != this ? base.Get() : nullptr, retired))
+            {
+                XLXError::Raise(E_INVALIDARG, OLESTR("the base type derives from this type"),
+                                TheFacts.At("SetBaseType"));
+            }
+            return S_OK;
+        }
+        // Somebody else's type: it is kept and shown, but there are no component maps to inherit from.
+        (void)LinkBase(nullptr, retired);
+        XLXComVariant member = XLXComVariant::FromUnknown(pBaseType);
+        {
+            const std::lock_guard<XLeafMutex> lock(m_baseMutex);
+            retired.objects.emplace_back(m_pBaseFace);
+            m_pBaseFace = pBaseType;
+        }
+        Store().WriteGrow(MemberBaseType, member);
+        return S_OK;
+    });
+}
+
+bool XLXTypeCache::LinkBase(XLXTypeCache* base, XRetired& retired)
+{
+    XLXComPtr<ILXTypeCache> face(base);
+    XLXComPtr<XLXTypeCache> link(base);
+    {
+        const std::lock_guard<XLeafMutex> linking(LinkMutex());
+        if (HasBase(base))
+        {
+            return true;
+        }
+        for (XLXComPtr<XLXTypeCache> above(base); above; above = above->BaseType())
+        {
+            if (above.Get() == this)
+            {
+                return false;
+            }
+        }
+        const std::lock_guard<XLeafMutex> lock(m_baseMutex);
+        m_pBaseFace.Swap(face);
+        m_pBase.Swap(link);
+    }
+    XLXComVariant member;
+    if (base != nullptr)
+    {
+        member = XLXComVariant::FromUnknown(static_cast<ILXTypeCache*>(base));
+    }
+    Store().WriteGrow(MemberBaseType, member);
+    m_attributes.Reset(); // what was merged came from the old base
+    retired.objects.emplace_back(face);
+    retired.values.emplace_back().push_back(std::move(member));
+    return true;
+}
+
+bool XLXTypeCache::HasBase(const ILXTypeCache* base) const noexcept
+{
+    const std::lock_guard<XLeafMutex> lock(m_baseMutex);
+    return m_pBaseFace.Get() == base;
+}
+
+XLXComPtr<XLXTypeCache> XLXTypeCache::BaseType() const noexcept
+{
+    const std::lock_guard<XLeafMutex> lock(m_baseMutex);
+    return m_pBase;
+}
+
+// While the type has a base, its base-type member shows that, whatever the server's values say.
+void XLXTypeCache::AmendValues(XLXVariantVector& values)
+{
+    XLXComPtr<ILXTypeCache> base;
+    {
+        const std::lock_guard<XLeafMutex> lock(m_baseMutex);
+        base = m_pBaseFace;
+    }
+    if (base)
+    {
+        if (values.size() <= MemberBaseType)
+        {
+            values.resize(MemberBaseType + 1);
+        }
+        values[MemberBaseType] = XLXComVariant::FromUnknown(base.Get());
+    }
+}
+
+HRESULT XLXTypeCache::GetServerType(ILXType** ppType)
+{
+    return XLXError::Guarded(TheFacts.At("GetServerType"), [&]() -> HRESULT {
+        XLXError::CheckPointer(ppType, OLESTR("ppType"), TheFacts.At("GetServerType"));
+        *ppType = nullptr;
+        *ppType = Server().Detach();
+        return S_OK;
+    });
+}
+
+void XLXTypeCache::SetTypeProperties(XLXComPtr<IUnknown> server, XLXVariantVector values, bool fresh,
+                                     XRetired& retired)
+{
+    XLXComPtr<ILXType> typed;
+    SwapServer(server, typed);
+    if (server)
+    {
+        retired.objects.emplace_back(std::move(server));
+    }
+    if (typed)
+    {
+        retired.objects.emplace_back(std::move(typed));
+    }
+    if (values.empty() || !fresh)
+    {
+        Store().Invalidate();
+    }
+    if (!values.empty())
+    {
+        AmendValues(values);
+        Store().Assign(values, fresh ? Store().Note() : 0);
+        retired.values.push_back(std::move(values));
+    }
+}
+
+HRESULT XLXTypeCache::OnNotification(const XChangeNotification& notification)
+{
+    const XDataId& id = notification.id;
+    if (id.Kind() == LXDataIdKind::ParentChild)
+    {
+        return S_OK;
+    }
+    const bool wholeType = (id.Kind() == LXDataIdKind::Objects || id.Kind() == LXDataIdKind::Properties) &&
+                           LXModeConcerns(id.mode, TheFacts.propertyBits);
+    if (wholeType)
+    {
+        InvalidateStore();
+    }
+    InvalidateMap(m_attributes, id);
+    InvalidateMap(m_groups, id);
+    InvalidateMap(m_pages, id);
+    InvalidateMap(m_editors, id);
+
+    HRESULT result = ForwardToOwn(m_attributes, notification);
+    result = result == S_OK ? ForwardToOwn(m_pages, notification) : result;
+    result = result == S_OK ? ForwardToOwn(m_groups, notification) : result;
+    return result == S_OK ? ForwardToOwn(m_editors, notification) : result;
+}
+
+template <class Map>
+void XLXTypeCache::InvalidateMap(XMapInheritedComp<Map>& map, const XDataId& id)
+{
+    using Traits = XInheritedCacheFillUpTraits<Map>;
+    if (id.Kind() == LXDataIdKind::Objects &&
+        LXModeConcerns(id.mode, LXUM_EVERYTHING | LXUM_TYPES | Traits::UpdateBit))
+    {
+        map.Reset();
+        XInvalidationLog::Add(TheFacts.className, Traits::Name);
+    }
+    else if (Traits::ConcernsValues(id.Kind(), id.mode))
+    {
+        map.ValuesChanged();
+    }
+}
+
+// The receivers only clear flags, so they may be called under the map's lock. Components of the base are
+// notified by the base.
+template <class Map>
+HRESULT XLXTypeCache::ForwardToOwn(const XMapInheritedComp<Map>& map, const XChangeNotification& notification)
+{
+    return map.Read([&](const Map& components) -> HRESULT {
+        for (const auto& [key, component] : components)
+        {
+            const HRESULT result = component->IsOwn(this) ? component->Object()->Notify(notification) : S_OK;
+            if (result != S_OK)
+            {
+                return result;
+            }
+        }
+        return S_OK;
+    });
+}
+
+void XLXTypeCache::InvalidateAll() noexcept
+{
+    InvalidateStore();
+    m_attributes.Reset();
+    m_groups.Reset();
+    m_pages.Reset();
+    m_editors.Reset();
+}
+
+HRESULT XLXTypeCache::Terminate() noexcept
+{
+    const LXErrorLocation at = TheFacts.At("Terminate");
+    XLXError::LogFailure(OLESTR("emptying the attributes failed"), at, [&] { m_attributes.Terminate(); });
+    XLXError::LogFailure(OLESTR("emptying the pages failed"), at, [&] { m_pages.Terminate(); });
+    XLXError::LogFailure(OLESTR("emptying the groups failed"), at, [&] { m_groups.Terminate(); });
+    XLXError::LogFailure(OLESTR("emptying the editors failed"), at, [&] { m_editors.Terminate(); });
+    return S_OK;
+}

@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: MIT
+//
+// XLXTypeCache: the cached ILXType.
+//
+// It answers queries for pages, groups, attributes and editors from four component maps, which are completed
+// on the first query of each kind, with one bulk call to the server where nothing was delivered before.
+// Everything that would change the configuration is refused.
+//
+// Ownership  A type holds its server type, its components and its base type; nothing of it holds the type
+// itself
+//            (groups link to it weakly).
+// Threading  Any thread may call. One fetch mutex per type stands before its component maps; it is held
+// across calls to
+//            the server and never taken by notifications. Locks: see XMapInheritedComp.h.
+#ifndef LXTYPECACHE_H
+#define LXTYPECACHE_H
+
+#include "XCFCDataTransfer.h"
+#include "XInstanceRegistry.h"
+#include "XMapInheritedComp.h"
+
+/// The data transfer mode of a manager, shared with the types that it made: they may outlive it.
+class XTransferModeSupplier
+{
+public:
+    LONG Get() const noexcept { return m_mode.load(std::memory_order_relaxed); }
+    void Set(LONG mode) noexcept { m_mode.store(mode, std::memory_order_relaxed); }
+    /// Sets the mode when it was never set.
+    void SetIfUnset(LONG mode) noexcept
+    {
+        LONG unset = LXTM_UNSET;
+        m_mode.compare_exchange_strong(unset, mode);
+    }
+
+private:
+    std::atomic<LONG> m_mode{LXTM_UNSET};
+};
+
+/// What a refill took out of the objects that it refreshed: to be destroyed when no lock is held any more.
+struct XRetired
+{
+    std::vector<XLXComPtr<IUnknown>> objects;
+    std::vector<XLXVariantVector> values;
+    std::vector<XLXSafeArray> arrays;
+};
+
+class XLXTypeCache final : public XLXConfigObjectCache<XLXTypeCache, XCachedFacts::Type, ILXType,
+                                                       ILXTypeCache, ILXTypeInheritance>,
+                           public XGroupOwner,
+                           private XLXTypeCacheComp::XLXFillCacheDef
+{
+public:
+    explicit XLXTypeCache(XLXComPtr<IUnknown> server);
+    ~XLXTypeCache();
+
+    // ILXType: pages and groups
+    HRESULT STDMETHODCALLTYPE AddPage(ILXPage**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemovePage(ILXPage*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetPageEnum(ILXPageEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetPage(int iPageNumber, ILXPage** ppPage) override;
+    HRESULT STDMETHODCALLTYPE AddGroup(ILXGroup**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemoveGroup(ILXGroup*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetGroupEnum(ILXGroupEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetToplevelGroupEnum(ILXGroupEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetPageGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetGroup(int iGroupNumber, ILXGroup** ppGroup) override;
+    // ILXType: attributes
+    HRESULT STDMETHODCALLTYPE GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber,
+                                                           ILXAttributeEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE AddAttribute(ILXAttribute**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemoveAttribute(ILXAttribute*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetAttributeEnum(ILXAttributeEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttribute) override;
+    // ILXType: editors
+    HRESULT STDMETHODCALLTYPE AddConfObjEditor(ILXConfObjEditor**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemoveConfObjEditor(ILXConfObjEditor*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetConfObjEditor(BSTR bstrProgId, BSTR bstrBrowserId, BSTR bstrMenuText,
+                                               ILXConfObjEditor** ppEditor) override;
+    HRESULT STDMETHODCALLTYPE GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) override;
+    HRESULT STDMETHODCALLTYPE Copy(BSTR) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetDefaultNewEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) override;
+    HRESULT STDMETHODCALLTYPE GetTypeComponentData(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
+
+    // ILXTypeCache
+    HRESULT STDMETHODCALLTYPE Reserved3() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved4() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetBaseType(ILXTypeCache* pBaseType) override;
+    HRESULT STDMETHODCALLTYPE GetServerType(ILXType** ppType) override;
+
+    // ILXTypeInheritance
+    HRESULT STDMETHODCALLTYPE GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE Reserved5() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved6(LONG, void*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved7() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved8() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved9() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved10() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved11() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved12() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved13() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved14() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved15() override { return E_NOTIMPL; }
+
+    // XGroupOwner
+    HRESULT GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum) override;
+    ULONG STDMETHODCALLTYPE Release() override { return XLXConfigObjectCache::Release(); }
+    bool TryAddRef() noexcept override { return TryAddReference(); }
+
+    // For the manager
+
+    /// Says where the data transfer mode comes from; called before the type is handed out.
+    void SetModeSupplier(std::shared_ptr<const XTransferModeSupplier> supplier) noexcept
+    {
+        m_modeSupplier = std::move(supplier);
+    }
+    /// Keeps the two flags of the type's record: it is listed by the type enumerations, and it is searchable.
+    void SetFlags(bool listed, bool searchable) noexcept
+    {
+        m_flags.store((listed ? 1 : 0) | (searchable ? 2 : 0));
+    }
+    bool IsListed() const noexcept { return (m_flags.load() & 1) != 0; }
+    bool IsSearchable() const noexcept { return (m_flags.load() & 2) != 0; }
+    void MarkLoaded() noexcept { m_loaded.store(true); }
+
+    /// Puts a record's server object and values in the place of those that the type has.
+    /// @param fresh  false: a notification overtook the record, so the values do not count as filled
+    void SetTypeProperties(XLXComPtr<IUnknown> server, XLXVariantVector values, bool fresh,
+                           XRetired& retired);
+    /// Gives the component records of a bulk read to the component maps.
+    void DeliverComponents(XLXCFCDataTransfer::XILXTypeComp components, LONG mode, XRetired& retired);
+
+    /// Links the type to its base; null clears the link. False: the link would close a cycle, and was not
+    /// made. Calls nothing foreign.
+    [[nodiscard]] bool LinkBase(XLXTypeCache* base, XRetired& retired);
+    XLXComPtr<XLXTypeCache> BaseType() const noexcept override;
+
+    /// Makes everything of the type be asked for again.
+    void InvalidateAll() noexcept;
+
+    /// Empties the component maps.
+    HRESULT Terminate() noexcept;
+
+    /// One of this class's live instances behind a face, or null.
+    static XLXComPtr<XLXTypeCache> FromFace(ILXTypeCache* face);
+
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XPageMap>& Pages() noexcept { return m_pages; }
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XGroupMap>& Groups() noexcept { return m_groups; }
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XAttributeMap>& Attributes() noexcept
+    {
+        return m_attributes;
+    }
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XEditorMap>& Editors() noexcept
+    {
+        return m_editors;
+    }
+
+    /// Fetches components from the server and delivers them to the maps that have none; see LXTransferMode.
+    void FetchTypeCacheComponents(LONG mode) override;
+
+private:
+    friend XLXConfigObjectCache;
+
+    // Common model
+    void* FindFace(REFIID iid) noexcept;
+    void AmendValues(XLXVariantVector& values);
+    bool HasBase(const ILXTypeCache* base) const noexcept;
+    HRESULT OnNotification(const XChangeNotification& notification);
+    template <class Map>
+    void InvalidateMap(XLXTypeCacheComp::XMapInheritedComp<Map>& map, const XDataId& id);
+    template <class Map>
+    HRESULT ForwardToOwn(const XLXTypeCacheComp::XMapInheritedComp<Map>& map,
+                         const XChangeNotification& notification);
+
+    // XLXFillCacheDef
+    void FillAttributeMapFromSafeArray(XLXSafeArray array, const XLXTypeCacheComp::XAttributeMap& current,
+                                       XLXTypeCacheComp::XAttributeMap& fresh) override;
+    void FillEditorMap(XLXSafeArray array, const XLXTypeCacheComp::XEditorMap& current,
+                       XLXTypeCacheComp::XEditorMap& fresh) override;
+    void FillPageMap(XLXSafeArray array, const XLXTypeCacheComp::XPageMap& current,
+                     XLXTypeCacheComp::XPageMap& fresh) override;
+    void FillGroupMap(XLXSafeArray array, const XLXTypeCacheComp::XGroupMap& current,
+                      XLXTypeCacheComp::XGroupMap& fresh) override;
+    XFillMutex& FetchMutex() noexcept override { return m_fetch; }
+    const XLXTypeCache* Self() const noexcept override { return this; }
+
+    template <class Map, class KeyOf, class ServerOf>
+    void FillRecordMap(XLXSafeArray array, const Map& current, Map& fresh, KeyOf&& keyOf,
+                       ServerOf&& serverOf);
+    XLXComPtr<IUnknown> GetServerAttributeInterface(XLXTextView name);
+    XLXComPtr<IUnknown> GetServerGroupInterface(LONG number);
+    XLXComPtr<IUnknown> GetServerPageInterface(LONG number);
+    LONG ModeToFetch(LONG requested) const;
+
+    // Queries
+    template <class Interface, class Map, class Key>
+    HRESULT LookUp(const char* method, XLXTypeCacheComp::XMapInheritedComp<Map>& map, const Key& key,
+                   Interface** out);
+    template <class Interface, class IEnum, class Map>
+    HRESULT EnumerateAll(const char* method, XLXTypeCacheComp::XMapInheritedComp<Map>& map, IEnum** out);
+    HRESULT GroupsWhere(const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum);
+    HRESULT InternalGetDisplayGroupAttributeEnum(const char* method, LONG lMask, LONG iGroupNumber,
+                                                 ILXAttributeEnum** ppEnum);
+    HRESULT InternalGetEditor(const char* method, bool newEditor, BSTR bstrBrowserId,
+                              ILXConfObjEditor** ppEditor);
+    bool TakeWhereFactsAreKnown(LONG mask, LONG group, std::vector<XLXComPtr<ILXAttribute>>& taken);
+
+    std::shared_ptr<const XTransferModeSupplier> m_modeSupplier;
+    std::atomic<LONG> m_flags{0};
+    std::atomic<bool> m_loaded{false};
+    XFillMutex m_fetch{XLockLevel::TypeFetch};
+    mutable XLeafMutex m_baseMutex; // guards the next two
+    XLXComPtr<ILXTypeCache> m_pBaseFace;
+    XLXComPtr<XLXTypeCache> m_pBase; // the same, when it is one of ours
+    XWeakLink<XGroupOwner> m_selfLink;
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XPageMap> m_pages;
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XGroupMap> m_groups;
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XAttributeMap> m_attributes;
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XEditorMap> m_editors;
+};
+
+#endif

@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: MIT
+//
+// How a type's component maps get their components: fetched from the server, delivered, parsed.
+#include "lxtypecache.h"
+
+using namespace XLXTypeCacheComp;
+using namespace XLXCFCDataTransfer;
+
+namespace
+{
+constexpr int MemberPageNumber = 6;
+constexpr int MemberGroupNumber = 2;
+constexpr int MemberEditorProgId = 3;
+constexpr int MemberAttributeName = 0;
+
+const XLXComVariant* ValueAt(const XLXVariantVector& values, int member)
+{
+    const auto index = static_cast<std::size_t>(member);
+    return index < values.size() && !values[index].Empty() ? &values[index] : nullptr;
+}
+
+std::optional<LONG> NumberAt(const XLXVariantVector& values, int member)
+{
+    const XLXComVariant* const value = ValueAt(values, member);
+    return value != nullptr ? value->AsLong() : std::nullopt;
+}
+
+std::optional<XCFGStringKey> NameAt(const XLXVariantVector& values, int member)
+{
+    const XLXComVariant* const value = ValueAt(values, member);
+    const auto text = value != nullptr ? value->AsText() : std::nullopt;
+    return text ? std::optional<XCFGStringKey>(*text) : std::nullopt;
+}
+
+/// The type's own component under a key, when the current map has one: it is refreshed in place, so that
+/// whoever holds it goes on being notified.
+template <class Map>
+typename Map::mapped_type OwnComponent(const Map& current, const typename Map::key_type& key,
+                                       const XLXTypeCache* type)
+{
+    const auto found = current.find(key);
+    return found != current.end() && found->second->IsOwn(type) ? found->second : typename Map::mapped_type();
+}
+} // namespace
+
+void XLXTypeCache::FetchTypeCacheComponents(LONG mode)
+{
+    const LXErrorLocation at = TheFacts.At("FetchTypeCacheComponents");
+    const LONG wanted = ModeToFetch(mode);
+    if (wanted == 0)
+    {
+        return;
+    }
+    const auto notes =
+        std::tuple(m_attributes.TakeNote(), m_pages.TakeNote(), m_groups.TakeNote(), m_editors.TakeNote());
+    const auto deliver = [&](XILXTypeComp& components, LONG to) {
+        const auto give = [&](auto& map, XLXSafeArray& array, const auto& note, LONG bit) {
+            if ((to & bit) != 0)
+            {
+                const XLXSafeArray replaced = map.Deliver(std::move(array), to, note);
+            }
+        };
+        give(m_attributes, components.attributes, std::get<0>(notes), LXTM_ATTRIBUTES);
+        give(m_pages, components.pages, std::get<1>(notes), LXTM_PAGES);
+        give(m_groups, components.groups, std::get<2>(notes), LXTM_GROUPS);
+        give(m_editors, components.editors, std::get<3>(notes), LXTM_EDITORS);
+    };
+    const auto server = Server();
+    XLXSafeArray array;
+    LXServerCall("ILXType::GetTypeComponentData");
+    const HRESULT result = server->GetTypeComponentData(wanted, array.Put());
+    XLXError::RaiseIfFailed(result, OLESTR("the server failed to deliver the type's components"), at);
+    XILXTypeComp components;
+    if (result != S_FALSE)
+    {
+        XLXError::CheckPointer(array.Get(), OLESTR("type component data"), at);
+        components = GetWrapperFromArray(std::move(array));
+    }
+    deliver(components, wanted);
+}
+
+LONG XLXTypeCache::ModeToFetch(LONG requested) const
+{
+    const LONG byDefault = m_modeSupplier != nullptr ? m_modeSupplier->Get() : 0;
+    const LONG mode = (byDefault == LXTM_UNSET ? 0 : byDefault) | requested;
+    if (mode == 0 || mode == LXTM_UNSET)
+    {
+        XLXError::Raise(E_INVALIDARG,
+                        LXFormatText(OLESTR("invalid data transfer mode: %d"), {LXDecimal(requested)}),
+                        TheFacts.At("FetchTypeCacheComponents"));
+    }
+    LONG there = 0;
+    const auto addIf = [&](bool has, LONG bit) { there |= has ? bit : 0; };
+    addIf(m_attributes.HasData(), LXTM_ATTRIBUTES);
+    addIf(m_editors.HasData(), LXTM_EDITORS);
+    addIf(m_pages.HasData(), LXTM_PAGES);
+    addIf(m_groups.HasData(), LXTM_GROUPS);
+    return mode & ~there;
+}
+
+void XLXTypeCache::DeliverComponents(XILXTypeComp components, LONG mode, XRetired& retired)
+{
+    const auto give = [&](auto& map, XLXSafeArray& array) {
+        retired.arrays.push_back(map.Deliver(std::move(array), mode, map.TakeNote()));
+    };
+    give(m_attributes, components.attributes);
+    give(m_pages, components.pages);
+    give(m_groups, components.groups);
+    give(m_editors, components.editors);
+}
+
+template <class Map, class KeyOf, class ServerOf>
+void XLXTypeCache::FillRecordMap(XLXSafeArray array, const Map& current, Map& fresh, KeyOf&& keyOf,
+                                 ServerOf&& serverOf)
+{
+    using Component = std::remove_reference_t<decltype(*std::declval<typename Map::mapped_type>())>;
+    using Cached = typename Component::CachedClass;
+    for (XILXConfigData& record : GetSingleTypedVecFromArray(std::move(array)))
+    {
+        const auto key = keyOf(record.values);
+        if (!key)
+        {
+            continue; // without its key a component cannot be found
+        }
+        XLXComPtr<IUnknown> server = record.object ? std::move(record.object) : serverOf(*key);
+        auto component = OwnComponent(current, *key, this);
+        if (component)
+        {
+            component->Object()->ReplaceServer(std::move(server));
+        }
+        else
+        {
+            const auto made = LXCFCTOOLS::Make<Cached>(std::move(server), TheFacts.At("FillRecordMap"));
+            if constexpr (std::is_same_v<Cached, XLXGroupCache>)
+            {
+                made->SetOwner(m_selfLink);
+            }
+            component = typename Map::mapped_type(new Component(made, this));
+        }
+        component->Object()->AssignProperties(std::move(record.values), component->Object()->NoteStore());
+        fresh.insert_or_assign(*key, component);
+    }
+}
+
+void XLXTypeCache::FillPageMap(XLXSafeArray array, const XPageMap& current, XPageMap& fresh)
+{
+    FillRecordMap(
+        std::move(array), current, fresh,
+        [](const auto& values) { return NumberAt(values, MemberPageNumber); },
+        [this](LONG number) { return GetServerPageInterface(number); });
+}
+
+void XLXTypeCache::FillGroupMap(XLXSafeArray array, const XGroupMap& current, XGroupMap& fresh)
+{
+    FillRecordMap(
+        std::move(array), current, fresh,
+        [](const auto& values) { return NumberAt(values, MemberGroupNumber); },
+        [this](LONG number) { return GetServerGroupInterface(number); });
+}
+
+void XLXTypeCache::FillEditorMap(XLXSafeArray array, const XEditorMap& current, XEditorMap& fresh)
+{
+    FillRecordMap(
+        std::move(array), current, fresh,
+        [](const auto& values) { return NameAt(values, MemberEditorProgId); },
+        [](const XCFGStringKey&) { return XLXComPtr<IUnknown>(); });
+}
+
+void XLXTypeCache::FillAttributeMapFromSafeArray(XLXSafeArray array, const XAttributeMap& current,
+                                                 XAttributeMap& fresh)
+{
+    for (XILXAttributeData& record : ReadAttributeList(std::move(array)))
+    {
+        const auto key = NameAt(record.values, MemberAttributeName);
+        const auto inherited = key ? fresh.find(*key) : fresh.end();
+        if (!key || (inherited != fresh.end() && !inherited->second->IsOwn(this)))
+        {
+            continue;
+        }
+        XLXComPtr<IUnknown> server =
+            record.object ? std::move(record.object) : GetServerAttributeInterface(key->Text());
+        auto component = OwnComponent(current, *key, this);
+        if (component)
+        {
+            component->Object()->ReplaceServer(std::move(server));
+        }
+        else
+        {
+            component = XRefCountPtr<XRCComplexAttribute>(
+                new XRCComplexAttribute(LXCFCTOOLS::Make<XLXAttributeCache>(
+                                            std::move(server), TheFacts.At("FillAttributeMapFromSafeArray")),
+                                        this));
+        }
+        XLXAttributeCache& attribute = *component->Object();
+        const std::uint64_t noted = attribute.NoteStore();
+        const XDisplayFacts facts = XRCComplexAttribute::FactsOf(record.values);
+        attribute.AssignProperties(std::move(record.values), noted);
+        component->KeepFacts(facts, noted);
+        attribute.AssignAttributeTypes(std::move(record.types), attribute.NoteAttributeTypes());
+        fresh.insert_or_assign(*key, component);
+    }
+}
+
+// A component whose record carries no server object is asked for from the server's type. A server that does
+// not have it either leaves the component without one: its values are there, and what needs the server fails.
+XLXComPtr<IUnknown> XLXTypeCache::GetServerAttributeInterface(XLXTextView name)
+{
+    const XLXComBSTR text(name);
+    XLXComPtr<ILXAttribute> attribute;
+    if (!HasServer())
+    {
+        return nullptr;
+    }
+    LXServerCall("ILXType::GetAttribute");
+    return Server()->GetAttribute(text.Get(), attribute.Put()) == S_OK ? XLXComPtr<IUnknown>(attribute)
+                                                                       : nullptr;
+}
+
+XLXComPtr<IUnknown> XLXTypeCache::GetServerGroupInterface(LONG number)
+{
+    XLXComPtr<ILXGroup> group;
+    if (!HasServer())
+    {
+        return nullptr;
+    }
+    LXServerCall("ILXType::GetGroup");
+    return Server()->GetGroup(number, group.Put()) == S_OK ? XLXComPtr<IUnknown>(group) : nullptr;
+}
+
+XLXComPtr<IUnknown> XLXTypeCache::GetServerPageInterface(LONG number)
+{
+    XLXComPtr<ILXPage> page;
+    if (!HasServer())
+    {
+        return nullptr;
+    }
+    LXServerCall("ILXType::GetPage");
+    return Server()->GetPage(number, page.Put()) == S_OK ? XLXComPtr<IUnknown>(page) : nullptr;
+}

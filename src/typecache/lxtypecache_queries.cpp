@@ -1,0 +1,317 @@
+// SPDX-License-Identifier: MIT
+//
+// What callers ask a type: look-ups and enumerations of its components.
+#include "XLXEnumWithDelete.h"
+#include "lxtypecache.h"
+
+#include <set>
+
+using namespace XLXTypeCacheComp;
+
+namespace
+{
+constexpr int MemberGroupPageNumber = 5;
+constexpr int MemberGroupParentNumber = 15;
+constexpr int MemberEditorBrowserId = 0;
+constexpr int MemberEditorDefault = 1;
+constexpr int MemberEditorDefaultNew = 2;
+constexpr int MemberAttributeName = 0;
+constexpr ULONG OwnAttributeBatch = 100;
+
+/// In which displays attributes are wanted; see ILXType::GetDisplayAttributeEnum.
+enum DisplayMask : LONG
+{
+    InEditor = 1,
+    InFinder = 2,
+    InBrowser = 4,
+    Printable = 8,
+    VendorDefined = 16,
+    InAVSet = 32,
+    AllGroupsMask = 64 ///< internal: the group number is not looked at
+};
+
+bool IsTaken(const XDisplayFacts& facts, LONG mask, LONG group)
+{
+    const auto bit = [](bool set, LONG value) { return set ? value : LONG{0}; };
+    const LONG answered = bit(facts.inEditor, InEditor) | bit(facts.inFinder, InFinder) |
+                          bit(facts.inBrowser, InBrowser) | bit(facts.printable, Printable) |
+                          bit(facts.vendorDefined, VendorDefined) | bit(facts.inAVSet, InAVSet);
+    const bool shown = mask == 0 || mask == AllGroupsMask || (answered & mask) != 0;
+    return shown && ((mask & AllGroupsMask) != 0 || facts.groupNumber == group);
+}
+} // namespace
+
+template <class Interface, class Map, class Key>
+HRESULT XLXTypeCache::LookUp(const char* method, XMapInheritedComp<Map>& map, const Key& key, Interface** out)
+{
+    return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
+        XLXError::CheckPointer(out, OLESTR("out pointer"), TheFacts.At(method));
+        *out = nullptr;
+        map.EnsureComplete();
+        return map.Read([&](const Map& components) -> HRESULT {
+            const auto found = components.find(typename Map::key_type(key));
+            if (found == components.end())
+            {
+                return S_FALSE;
+            }
+            *out = found->second->Object().Get();
+            (*out)->AddRef();
+            return S_OK;
+        });
+    });
+}
+
+template <class Interface, class IEnum, class Map>
+HRESULT XLXTypeCache::EnumerateAll(const char* method, XMapInheritedComp<Map>& map, IEnum** out)
+{
+    return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
+        XLXError::CheckPointer(out, OLESTR("ppEnum"), TheFacts.At(method));
+        *out = nullptr;
+        map.EnsureComplete();
+        std::vector<XLXComPtr<Interface>> items;
+        map.Read([&](const Map& components) {
+            items.reserve(components.size());
+            for (const auto& [key, component] : components)
+            {
+                items.emplace_back(component->Object().Get());
+            }
+        });
+        return LXHandOutEnumerator(std::move(items), out);
+    });
+}
+
+HRESULT XLXTypeCache::GetPageEnum(ILXPageEnum** ppEnum)
+{
+    return EnumerateAll<ILXPage>("GetPageEnum", m_pages, ppEnum);
+}
+
+HRESULT XLXTypeCache::GetPage(int iPageNumber, ILXPage** ppPage)
+{
+    return LookUp("GetPage", m_pages, iPageNumber, ppPage);
+}
+
+HRESULT XLXTypeCache::GetGroupEnum(ILXGroupEnum** ppEnum)
+{
+    return EnumerateAll<ILXGroup>("GetGroupEnum", m_groups, ppEnum);
+}
+
+HRESULT XLXTypeCache::GetGroup(int iGroupNumber, ILXGroup** ppGroup)
+{
+    return LookUp("GetGroup", m_groups, iGroupNumber, ppGroup);
+}
+
+HRESULT XLXTypeCache::GetToplevelGroupEnum(ILXGroupEnum** ppEnum)
+{
+    return XLXError::Guarded(TheFacts.At("GetToplevelGroupEnum"), [&] {
+        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetToplevelGroupEnum"));
+        *ppEnum = nullptr;
+        const auto server = Server();
+        LXServerCall("ILXType::GetToplevelGroupEnum");
+        return server->GetToplevelGroupEnum(ppEnum);
+    });
+}
+
+HRESULT XLXTypeCache::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum)
+{
+    return XLXError::Guarded(TheFacts.At("GetPageToplevelGroupEnum"), [&] {
+        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetPageToplevelGroupEnum"));
+        *ppEnum = nullptr;
+        const auto server = Server();
+        LXServerCall("ILXType::GetPageToplevelGroupEnum");
+        return server->GetPageToplevelGroupEnum(iPageNumber, ppEnum);
+    });
+}
+
+HRESULT XLXTypeCache::GetPageGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum)
+{
+    return GroupsWhere("GetPageGroupEnum", MemberGroupPageNumber, iPageNumber, ppEnum);
+}
+
+HRESULT XLXTypeCache::GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum)
+{
+    return GroupsWhere("GetChildGroupEnum", MemberGroupParentNumber, iGroupNumber, ppEnum);
+}
+
+// The groups are asked for their numbers with no lock held, since that may ask the server.
+HRESULT XLXTypeCache::GroupsWhere(const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum)
+{
+    return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
+        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At(method));
+        *ppEnum = nullptr;
+        m_groups.EnsureComplete();
+        std::vector<XLXComPtr<ILXGroup>> items;
+        for (const auto& [key, component] : m_groups.Snapshot())
+        {
+            const auto value = component->Object()->TryRead(member);
+            const auto number = value ? value->AsLong() : std::nullopt;
+            if (number && *number == wanted)
+            {
+                items.emplace_back(component->Object().Get());
+            }
+        }
+        return LXHandOutEnumerator(std::move(items), ppEnum);
+    });
+}
+
+HRESULT XLXTypeCache::GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttribute)
+{
+    return LookUp("GetAttribute", m_attributes, LXBstrView(bstrAttributeName), ppAttribute);
+}
+
+HRESULT XLXTypeCache::GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum)
+{
+    return InternalGetDisplayGroupAttributeEnum("GetDisplayAttributeEnum", lMask | AllGroupsMask, 0, ppEnum);
+}
+
+HRESULT XLXTypeCache::GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber, ILXAttributeEnum** ppEnum)
+{
+    return InternalGetDisplayGroupAttributeEnum("GetDisplayGroupAttributeEnum", lMask, iGroupNumber, ppEnum);
+}
+
+HRESULT XLXTypeCache::GetAttributeEnum(ILXAttributeEnum** ppEnum)
+{
+    return EnumerateAll<ILXAttribute>("GetAttributeEnum", m_attributes, ppEnum);
+}
+
+HRESULT XLXTypeCache::GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum** ppEnum)
+{
+    return InternalGetDisplayGroupAttributeEnum("GetGroupAttributeEnum", 0, iGroupNumber, ppEnum);
+}
+
+// Collects the wanted attributes when the facts of all of them are known; false when they are not.
+bool XLXTypeCache::TakeWhereFactsAreKnown(LONG mask, LONG group, std::vector<XLXComPtr<ILXAttribute>>& taken)
+{
+    return m_attributes.Read([&](const XAttributeMap& attributes) {
+        for (const auto& [key, component] : attributes)
+        {
+            XDisplayFacts facts;
+            if (!component->KnownFacts(facts))
+            {
+                return false;
+            }
+            if (IsTaken(facts, mask, group))
+            {
+                taken.emplace_back(component->Object().Get());
+            }
+        }
+        return true;
+    });
+}
+
+HRESULT XLXTypeCache::InternalGetDisplayGroupAttributeEnum(const char* method, LONG lMask, LONG iGroupNumber,
+                                                           ILXAttributeEnum** ppEnum)
+{
+    return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
+        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At(method));
+        *ppEnum = nullptr;
+        m_attributes.EnsureComplete();
+        std::vector<XLXComPtr<ILXAttribute>> taken;
+        if (!TakeWhereFactsAreKnown(lMask, iGroupNumber, taken))
+        {
+            // Some facts must be read, perhaps from the server: with no lock held.
+            taken.clear();
+            for (const auto& [key, component] : m_attributes.Snapshot())
+            {
+                if (IsTaken(component->Facts(), lMask, iGroupNumber))
+                {
+                    taken.emplace_back(component->Object().Get());
+                }
+            }
+        }
+        return LXHandOutEnumerator(std::move(taken), ppEnum);
+    });
+}
+
+// ILXTypeInheritance: without the inherited ones, those attributes that the server's type lists as its own.
+HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** ppEnum)
+{
+    if (bWithInherited != 0)
+    {
+        return GetAttributeEnum(ppEnum);
+    }
+    const LXErrorLocation at = TheFacts.At("GetAttributeEnum");
+    return XLXError::Guarded(at, [&]() -> HRESULT {
+        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), at);
+        *ppEnum = nullptr;
+        m_attributes.EnsureComplete();
+        std::set<XCFGStringKey> own;
+        XLXComPtr<ILXAttributeEnum> listed;
+        const auto server = Server();
+        LXServerCall("ILXType::GetAttributeEnum");
+        const HRESULT result = server->GetAttributeEnum(listed.Put());
+        XLXError::RaiseIfFailed(result, OLESTR("the server failed to list the type's own attributes"), at);
+        if (listed)
+        {
+            LXForEachOf<OwnAttributeBatch, ILXAttribute>(
+                *listed.Get(), "ILXAttributeEnum::RemNext", at, [&](XLXComPtr<ILXAttribute>&& attribute) {
+                    XLXComVariant name;
+                    LXServerCall("ILXConfigObject::GetProperty");
+                    if (attribute->GetProperty(MemberAttributeName, name.Put()) == S_OK)
+                    {
+                        own.emplace(name.AsText().value_or(XLXText()));
+                    }
+                });
+        }
+        std::vector<XLXComPtr<ILXAttribute>> items;
+        m_attributes.Read([&](const XAttributeMap& attributes) {
+            for (const auto& [key, component] : attributes)
+            {
+                if (own.count(key) != 0)
+                {
+                    items.emplace_back(component->Object().Get());
+                }
+            }
+        });
+        return LXHandOutEnumerator(std::move(items), ppEnum);
+    });
+}
+
+HRESULT XLXTypeCache::GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum)
+{
+    return EnumerateAll<ILXConfObjEditor>("GetConfObjEditorEnum", m_editors, ppEnum);
+}
+
+// The ProgId alone decides: callers rely on finding an editor whatever browser and menu text they name.
+HRESULT XLXTypeCache::GetConfObjEditor(BSTR bstrProgId, BSTR, BSTR, ILXConfObjEditor** ppEditor)
+{
+    return LookUp("GetConfObjEditor", m_editors, LXBstrView(bstrProgId), ppEditor);
+}
+
+HRESULT XLXTypeCache::GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
+{
+    return InternalGetEditor("GetDefaultEditor", false, bstrBrowserId, ppEditor);
+}
+
+HRESULT XLXTypeCache::GetDefaultNewEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
+{
+    return InternalGetEditor("GetDefaultNewEditor", true, bstrBrowserId, ppEditor);
+}
+
+HRESULT XLXTypeCache::InternalGetEditor(const char* method, bool newEditor, BSTR bstrBrowserId,
+                                        ILXConfObjEditor** ppEditor)
+{
+    return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
+        XLXError::CheckPointer(ppEditor, OLESTR("ppEditor"), TheFacts.At(method));
+        *ppEditor = nullptr;
+        const XLXText wanted = LXLowerCase(LXBstrView(bstrBrowserId));
+        m_editors.EnsureComplete();
+        for (const auto& [key, component] : m_editors.Snapshot())
+        {
+            XLXConfObjEditorCache& editor = *component->Object();
+            const auto flag = editor.TryRead(newEditor ? MemberEditorDefaultNew : MemberEditorDefault);
+            if (!flag || !flag->AsBool().value_or(false))
+            {
+                continue;
+            }
+            const auto browser = editor.TryRead(MemberEditorBrowserId);
+            const auto text = browser ? browser->AsText() : std::nullopt;
+            if (text && LXLowerCase(*text) == wanted)
+            {
+                *ppEditor = component->Object().Get();
+                (*ppEditor)->AddRef();
+                return S_OK;
+            }
+        }
+        return S_FALSE;
+    });
+}
