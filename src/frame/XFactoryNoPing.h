@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+//
+// The class factory that the module hands out and keeps.
+//
+// Ownership  The module holds the first reference until it is unloaded. While anybody else holds one the
+//            factory locks the module; the module's own reference neither locks it nor counts as a live
+//            object.
+// Threading  Any thread may call at any time.
+#ifndef XFACTORYNOPING_H
+#define XFACTORYNOPING_H
+
+#include "XLXComPtr.h"
+#include "XLXError.h"
+#include "XModuleCount.h"
+
+#include <atomic>
+
+namespace LXComClassFactory
+{
+/// Creates objects of T: default constructible, and counted from 0.
+template <class T>
+class XFactoryNoPing final : public IClassFactory
+{
+public:
+    /// A new factory with the module's reference.
+    static IClassFactory* Create() { return new XFactoryNoPing; }
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override
+    {
+        return XLXError::Guarded(At("QueryInterface"), [&]() -> HRESULT {
+            XLXError::CheckPointer(out, OLESTR("ppvObject"), At("QueryInterface"));
+            *out = nullptr;
+            if (iid != IID_IUnknown && iid != IID_IClassFactory)
+            {
+                return E_NOINTERFACE;
+            }
+            *out = static_cast<IClassFactory*>(this);
+            AddRef();
+            return S_OK;
+        });
+    }
+
+    STDMETHODIMP_(ULONG) AddRef() override
+    {
+        const ULONG count = m_references.fetch_add(1, std::memory_order_relaxed) + 1;
+        if (count == FirstOutside)
+        {
+            XModuleCount::Lock();
+        }
+        return count;
+    }
+
+    STDMETHODIMP_(ULONG) Release() override
+    {
+        const ULONG count = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
+        if (count == FirstOutside - 1)
+        {
+            XModuleCount::Unlock();
+        }
+        else if (count == 0)
+        {
+            delete this;
+        }
+        return count;
+    }
+
+    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override
+    {
+        return XLXError::Guarded(At("CreateInstance"), [&]() -> HRESULT {
+            XLXError::CheckPointer(out, OLESTR("ppvObject"), At("CreateInstance"));
+            *out = nullptr;
+            if (outer != nullptr)
+            {
+                return CLASS_E_NOAGGREGATION;
+            }
+            const XLXComPtr<T> object(new T); // a failure below releases, and so destroys, the object
+            if constexpr (requires { object->FinalConstruct(); })
+            {
+                if (const HRESULT result = object->FinalConstruct(); FAILED(result))
+                {
+                    return result;
+                }
+            }
+            return object->QueryInterface(iid, out);
+        });
+    }
+
+    STDMETHODIMP LockServer(BOOL lock) override
+    {
+        if (lock)
+        {
+            XModuleCount::Lock();
+        }
+        else
+        {
+            XModuleCount::Unlock();
+        }
+        return S_OK;
+    }
+
+private:
+    static constexpr ULONG FirstOutside = 2;
+
+    XFactoryNoPing() = default;
+    ~XFactoryNoPing() = default;
+
+    static LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) noexcept
+    {
+        return LXHere("XFactoryNoPing", "XFactoryNoPing", method, line);
+    }
+
+    std::atomic<ULONG> m_references{1};
+};
+} // namespace LXComClassFactory
+
+#endif

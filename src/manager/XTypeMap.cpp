@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: MIT
+#include "XTypeMap.h"
+
+XTypeMap::Found XTypeMap::Find(XLXTextView name, XLXComPtr<XLXTypeCache>& type) const
+{
+    const XCFGStringKey key(name);
+    const XCritReadProxy<Map> types(m_mapType);
+    const auto found = types->find(key);
+    if (found == types->end())
+    {
+        return Found::Nothing;
+    }
+    type = found->second.type;
+    return type ? Found::Type : Found::NoType;
+}
+
+/// A type that is about to enter the map, with an object made for it beforehand.
+struct XTypeMap::Change
+{
+    XCFGStringKey key;
+    XTypeLoad load;
+    XLXComPtr<XLXTypeCache> made;
+};
+
+XLXComPtr<XLXTypeCache> XTypeMap::MakeType() const
+{
+    const auto type = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, LXManagerAt("AddToTypeCache"));
+    type->SetModeSupplier(m_mode);
+    return type;
+}
+
+void XTypeMap::Enter(std::vector<XTypeLoad> loads, std::uint64_t noted, std::optional<std::uint64_t> filled)
+{
+    std::vector<Change> changes;
+    changes.reserve(loads.size());
+    for (XTypeLoad& load : loads)
+    {
+        if (load.name.empty())
+        {
+            XLXError::Raise(E_INVALIDARG, OLESTR("typename for CFC type cache entry must not be empty"),
+                            LXManagerAt("AddToTypeCache"));
+        }
+        XLXComPtr<XLXTypeCache> known;
+        XLXComPtr<XLXTypeCache> made;
+        if (Find(load.name, known) != Found::Type)
+        {
+            made = MakeType();
+        }
+        XCFGStringKey key(load.name);
+        changes.push_back({std::move(key), std::move(load), std::move(made)});
+    }
+    XRetired retired; // these two die after the lock is given back
+    std::vector<XLXText> messages;
+    {
+        const XCritProxy<Map> types(m_mapType);
+        // A notification that comes from here on waits for this lock before it walks the types, and so sees
+        // all of them.
+        const bool fresh = m_epoch.Note() == noted;
+        Apply(*types, changes, fresh, retired);
+        LinkBases(*types, retired, messages);
+        if (filled)
+        {
+            m_lTypeMapFilled.SetFilled(*filled);
+        }
+    }
+    for (const XLXText& message : messages)
+    {
+        XLXError::WriteErrorToLogBook(E_FAIL, XLXError::SeverityError, message,
+                                      LXManagerAt("CreateTypeCache"));
+    }
+}
+
+void XTypeMap::Apply(Map& map, std::vector<Change>& changes, bool fresh, XRetired& retired)
+{
+    for (Change& change : changes)
+    {
+        Entry& entry = map[change.key];
+        if (!entry.type)
+        {
+            entry.type = change.made ? std::move(change.made) : MakeType();
+        }
+        XTypeLoad& load = change.load;
+        entry.name = std::move(load.name);
+        entry.baseName = std::move(load.baseName);
+        entry.type->SetFlags(load.listed, load.searchable);
+        entry.type->MarkLoaded();
+        entry.type->SetTypeProperties(std::move(load.server), std::move(load.values), fresh, retired);
+        if (fresh && load.mode != 0)
+        {
+            entry.type->DeliverComponents(std::move(load.components), load.mode, retired);
+        }
+    }
+}
+
+// Errors in single links do not stop the others.
+void XTypeMap::LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages)
+{
+    for (auto& [key, entry] : map)
+    {
+        if (!entry.type)
+        {
+            continue;
+        }
+        XLXTypeCache* base = nullptr;
+        bool selfBase = false;
+        if (!entry.baseName.empty())
+        {
+            const auto found = map.find(XCFGStringKey(entry.baseName));
+            if (found == map.end() || !found->second.type)
+            {
+                messages.push_back(XLXFormat() << "base type referenced by name not found in type cache: "
+                                               << entry.baseName);
+            }
+            else
+            {
+                base = found->second.type.Get();
+                selfBase = base == entry.type.Get();
+            }
+        }
+        if (selfBase || !entry.type->LinkBase(base, retired))
+        {
+            (void)entry.type->LinkBase(nullptr, retired);
+            messages.push_back(XLXFormat() << "This type has itself as base type " << entry.name);
+        }
+    }
+}
+
+void XTypeMap::EnterNegative(XLXTextView name, std::uint64_t noted)
+{
+    XCFGStringKey key(name);
+    Entry entry;
+    entry.name = name;
+    const XCritProxy<Map> types(m_mapType);
+    if (m_epoch.Note() == noted)
+    {
+        types->try_emplace(std::move(key), std::move(entry));
+    }
+}
+
+std::vector<XTypeMap::Entry> XTypeMap::Types() const
+{
+    std::vector<Entry> all;
+    const XCritReadProxy<Map> types(m_mapType);
+    for (const auto& [key, entry] : *types)
+    {
+        if (entry.type)
+        {
+            all.push_back(entry);
+        }
+    }
+    return all;
+}
+
+// The receivers only clear flags and raise generations, so they may be called under the lock.
+HRESULT XTypeMap::Notify(const XChangeNotification& notification) const
+{
+    const XCritReadProxy<Map> types(m_mapType);
+    for (const auto& [key, entry] : *types)
+    {
+        const HRESULT result = entry.type ? entry.type->Notify(notification) : S_OK;
+        if (result != S_OK)
+        {
+            return result;
+        }
+    }
+    return S_OK;
+}
+
+void XTypeMap::TerminateAndClear()
+{
+    Map dropped;
+    m_lTypeMapFilled.Invalidate();
+    {
+        const XCritProxy<Map> types(m_mapType);
+        types->swap(dropped);
+    }
+    for (auto& [key, entry] : dropped)
+    {
+        if (entry.type)
+        {
+            entry.type->Terminate();
+        }
+    }
+}

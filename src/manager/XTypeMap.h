@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+//
+// The manager's map of types by name.
+#ifndef XTYPEMAP_H
+#define XTYPEMAP_H
+
+#include "XTypeLoad.h"
+
+/// Every change notification is counted before anything else happens with it, so that whoever reads in bulk
+/// can tell that one came while the answer was on its way.
+class XNotificationEpoch
+{
+public:
+    std::uint64_t Note() const noexcept { return m_epoch.load(); }
+    void Advance() noexcept { m_epoch.fetch_add(1); }
+
+private:
+    std::atomic<std::uint64_t> m_epoch{1};
+};
+
+class XTypeMap
+{
+public:
+    struct Entry
+    {
+        XLXComPtr<XLXTypeCache> type; ///< null: the server has no type of that name
+        XLXText name;
+        XLXText baseName;
+    };
+    using Map = std::map<XCFGStringKey, Entry>;
+
+    XTypeMap(std::shared_ptr<const XTransferModeSupplier> mode, const XNotificationEpoch& epoch)
+        : m_mode(std::move(mode)), m_epoch(epoch)
+    {}
+
+    enum class Found
+    {
+        Nothing, ///< the name was never looked for
+        NoType,  ///< the server has no such type
+        Type
+    };
+    Found Find(XLXTextView name, XLXComPtr<XLXTypeCache>& type) const;
+
+    /// Enters types: a type that the map has already is refreshed in place, all others are added; then every
+    /// type is linked to its base. Objects are made and old ones destroyed with no lock held.
+    /// @param noted  the epoch noted before the server was asked: what a notification overtook is entered,
+    /// and is then
+    ///               asked for again when it is read
+    /// @param filled the filled flag's note when this is the whole map, which then counts as filled
+    void Enter(std::vector<XTypeLoad> loads, std::uint64_t noted, std::optional<std::uint64_t> filled);
+
+    /// Notes that the server has no type of that name, unless the map knows better.
+    void EnterNegative(XLXTextView name, std::uint64_t noted);
+
+    /// All types, in key order.
+    std::vector<Entry> Types() const;
+
+    /// Offers a notification to every type, in key order; ends at the first answer other than S_OK.
+    HRESULT Notify(const XChangeNotification& notification) const;
+
+    XFilledFlag& Filled() noexcept { return m_lTypeMapFilled; }
+    XFillMutex& FillMutex() noexcept { return m_fill; }
+
+    /// Terminates every type and empties the map.
+    void TerminateAndClear();
+
+private:
+    struct Change;
+    void Apply(Map& map, std::vector<Change>& changes, bool fresh, XRetired& retired);
+    static void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages);
+    XLXComPtr<XLXTypeCache> MakeType() const;
+
+    std::shared_ptr<const XTransferModeSupplier> m_mode;
+    const XNotificationEpoch& m_epoch;
+    XFilledFlag m_lTypeMapFilled;
+    XFillMutex m_fill{XLockLevel::TypeMapFill};
+    mutable XCritDataCFC<Map> m_mapType{XLockLevel::TypeMap};
+};
+
+#endif

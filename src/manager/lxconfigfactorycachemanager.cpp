@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: MIT
+//
+// The manager as an object, and the methods that need no further logic.
+#include "lxconfigfactorycachemanager.h"
+
+XLXConfigFactoryCacheManager::XLXConfigFactoryCacheManager()
+{
+    XModuleCount::Lock();
+}
+
+// Whoever releases the last reference has no notification coming: the server's reference is gone too. The
+// server is not called any more.
+XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager()
+{
+    EmptyCaches();
+    m_transferMode->Set(0); // types that outlive the manager deliver what they are asked for and no more
+    delete m_pImpl.load();
+    XModuleCount::Unlock();
+}
+
+HRESULT XLXConfigFactoryCacheManager::QueryInterface(REFIID iid, void** ppv)
+{
+    if (ppv == nullptr)
+    {
+        return E_POINTER;
+    }
+    *ppv = nullptr;
+    if (IsEqualIID(iid, LXIid<ILXConfigFactoryCache>()) || IsEqualIID(iid, IID_IUnknown))
+    {
+        *ppv = static_cast<ILXConfigFactoryCache*>(this);
+    }
+    else if (IsEqualIID(iid, LXIid<ILXConfigFactory>()))
+    {
+        *ppv = static_cast<ILXConfigFactory*>(this);
+    }
+    else if (IsEqualIID(iid, LXIid<IDPFObject>()))
+    {
+        *ppv = static_cast<IDPFObject*>(this);
+    }
+    else if (IsEqualIID(iid, LXIid<ILXCallback>()) || IsEqualIID(iid, LXIid<ILXCallbackUpdate>()))
+    {
+        *ppv = static_cast<ILXCallbackUpdate*>(this);
+    }
+    else if (IsEqualIID(iid, LXIid<ILXServerEntryPoint>()))
+    {
+        *ppv = static_cast<ILXServerEntryPoint*>(this);
+    }
+    else
+    {
+        return E_NOINTERFACE;
+    }
+    AddRef();
+    return S_OK;
+}
+
+ULONG XLXConfigFactoryCacheManager::AddRef()
+{
+    return m_references.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+ULONG XLXConfigFactoryCacheManager::Release()
+{
+    const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    if (left == 0)
+    {
+        delete this;
+    }
+    return left;
+}
+
+template <class T>
+XLXComPtr<T> XLXConfigFactoryCacheManager::Copy(XLXComPtr<T> ServerReferences::*member) const noexcept
+{
+    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    return m_server.*member;
+}
+
+XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactory(const char* method) const
+{
+    auto factory = Copy(&ServerReferences::configFactory);
+    XLXError::CheckPointer(factory.Get(), OLESTR("m_pConfigFactory"), LXManagerAt(method));
+    return factory;
+}
+
+XLXComPtr<ILXConfigFactoryEx> XLXConfigFactoryCacheManager::ConfigFactoryEx(const char* method) const
+{
+    auto factory = Copy(&ServerReferences::configFactoryEx);
+    XLXError::CheckPointer(factory.Get(), OLESTR("m_pConfigFactoryEx"), LXManagerAt(method));
+    return factory;
+}
+
+XLXComPtr<ILX_Query> XLXConfigFactoryCacheManager::Query() const
+{
+    return Copy(&ServerReferences::query);
+}
+
+HRESULT XLXConfigFactoryCacheManager::SetInvalid()
+{
+    m_lInvalid.store(true);
+    return S_OK;
+}
+
+HRESULT XLXConfigFactoryCacheManager::IsValid(LONG* pbValid)
+{
+    return XLXError::Guarded(LXManagerAt("IsValid"), [&]() -> HRESULT {
+        XLXError::CheckPointer(pbValid, OLESTR("pbValid"), LXManagerAt("IsValid"));
+        *pbValid = m_lInvalid.load() ? 0 : 1;
+        return S_OK;
+    });
+}
+
+HRESULT XLXConfigFactoryCacheManager::SetCFCDataTransferMode(LONG lDataTransferMode)
+{
+    m_transferMode->Set(lDataTransferMode);
+    return S_OK;
+}
+
+HRESULT XLXConfigFactoryCacheManager::GetCFCDataTransferMode(LONG* plDataTransferMode)
+{
+    return XLXError::Guarded(LXManagerAt("GetCFCDataTransferMode"), [&]() -> HRESULT {
+        XLXError::CheckPointer(plDataTransferMode, OLESTR("plDataTransferMode"),
+                               LXManagerAt("GetCFCDataTransferMode"));
+        *plDataTransferMode = m_transferMode->Get();
+        return S_OK;
+    });
+}
+
+HRESULT XLXConfigFactoryCacheManager::GetEntryFlags(LONG* plFlagA, LONG* plFlagB)
+{
+    return XLXError::Guarded(LXManagerAt("GetEntryFlags"), [&]() -> HRESULT {
+        XLXError::CheckPointer(plFlagA, OLESTR("plFlagA"), LXManagerAt("GetEntryFlags"));
+        XLXError::CheckPointer(plFlagB, OLESTR("plFlagB"), LXManagerAt("GetEntryFlags"));
+        *plFlagA = 0;
+        *plFlagB = 1;
+        return S_OK;
+    });
+}
+
+HRESULT XLXConfigFactoryCacheManager::GetRealConfigFactory(ILXConfigFactory** ppConfigFactory)
+{
+    return XLXError::Guarded(LXManagerAt("GetRealConfigFactory"), [&] {
+        XLXError::CheckPointer(ppConfigFactory, OLESTR("ppConfigFactory"),
+                               LXManagerAt("GetRealConfigFactory"));
+        *ppConfigFactory = nullptr;
+        return ConfigFactory("GetRealConfigFactory")
+            ->QueryInterface(LXIid<ILXConfigFactory>(), reinterpret_cast<void**>(ppConfigFactory));
+    });
+}
+
+HRESULT XLXConfigFactoryCacheManager::NotifyServerTermination()
+{
+    return XLXError::Guarded(LXManagerAt("NotifyServerTermination"), [&] {
+        m_lServerTerminated.store(true);
+        const auto factory = ConfigFactory("NotifyServerTermination");
+        LXServerCall("ILXConfigFactory::NotifyServerTermination");
+        return factory->NotifyServerTermination();
+    });
+}
+
+HRESULT XLXConfigFactoryCacheManager::GetVersion(BSTR* pbstrVersion)
+{
+    return XLXError::Guarded(LXManagerAt("GetVersion"), [&] {
+        const auto factory = ConfigFactory("GetVersion");
+        LXServerCall("ILXConfigFactory::GetVersion");
+        return factory->GetVersion(pbstrVersion);
+    });
+}
+
+HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec** ppSpec)
+{
+    return XLXError::Guarded(LXManagerAt("CreateGlobalAttributeFormatSpec"), [&] {
+        if (ppSpec != nullptr)
+        {
+            *ppSpec = nullptr;
+        }
+        const auto factory = ConfigFactory("CreateGlobalAttributeFormatSpec");
+        LXServerCall("ILXConfigFactory::CreateGlobalAttributeFormatSpec");
+        return factory->CreateGlobalAttributeFormatSpec(ppSpec);
+    });
+}
+
+// Deprecated.
+HRESULT XLXConfigFactoryCacheManager::GetTransientAttribute(ILXAttribute** ppAttribute)
+{
+    if (ppAttribute != nullptr)
+    {
+        *ppAttribute = nullptr;
+    }
+    return E_NOTIMPL;
+}
+
+HRESULT XLXConfigFactoryCacheManager::SetCallbackId(LONG lClientId)
+{
+    m_lClientId.Lock();
+    m_lClientId = lClientId;
+    m_lClientId.Unlock();
+    return S_OK;
+}
+
+HRESULT XLXConfigFactoryCacheManager::GetClientInfo(tagLXClientInfo* pClientInfo)
+{
+    return XLXError::Guarded(LXManagerAt("GetClientInfo"), [&] {
+        return LXGetClientInfo(pClientInfo, "XLXConfigFactoryCacheManager", LXManagerAt("GetClientInfo"));
+    });
+}

@@ -1,0 +1,247 @@
+// SPDX-License-Identifier: MIT
+//
+// XLXConfigFactoryCacheManager: the one creatable object of the component. One class with six faces; its
+// state sits in small classes of its own, its definitions in one file per concern.
+//
+// Ownership  The manager holds the server's interfaces and its own callback face between initialisation and
+// Terminate;
+//            without Terminate the server's reference to the callback keeps it alive.
+// Threading  Any thread may call. Server pointers are copied out under a leaf mutex and called with no lock
+// held;
+//            notifications wait for no fill and no initialisation.
+#ifndef LXCONFIGFACTORYCACHEMANAGER_H
+#define LXCONFIGFACTORYCACHEMANAGER_H
+
+#include "XModuleCount.h"
+#include "lxpcbasemng.h"
+#include "xlxcfcmngimpl.h"
+
+class XLXConfigFactoryCacheManager final : public ILXConfigFactoryCache,
+                                           public ILXConfigFactory,
+                                           public IDPFObject,
+                                           public ILXCallbackUpdate,
+                                           public ILXServerEntryPoint
+{
+public:
+    XLXConfigFactoryCacheManager();
+    XLXConfigFactoryCacheManager(const XLXConfigFactoryCacheManager&) = delete;
+    XLXConfigFactoryCacheManager& operator=(const XLXConfigFactoryCacheManager&) = delete;
+    ~XLXConfigFactoryCacheManager();
+
+    // IUnknown
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override;
+    ULONG STDMETHODCALLTYPE AddRef() override;
+    ULONG STDMETHODCALLTYPE Release() override;
+
+    // Lifecycle
+    HRESULT STDMETHODCALLTYPE Initialize(ILXConfigFactory* pConfigFactory, ILX_Query* pQuery,
+                                         ILXDataUpdate* pDataUpdate) override;
+    HRESULT STDMETHODCALLTYPE Initialize(ULONG count, VARIANT* values) override;
+    HRESULT STDMETHODCALLTYPE InitializeNamed(ULONG count, tagLXNamedValue* values) override;
+    HRESULT STDMETHODCALLTYPE Terminate() override;
+    HRESULT STDMETHODCALLTYPE AttachHostObjects(IUnknown* pHostObjectA, IUnknown* pHostObjectB) override;
+    HRESULT STDMETHODCALLTYPE NotifyHostObject(IUnknown*) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE NotifyHostObjectPair(IUnknown*, IUnknown*) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE NotifyHostObjectLong(IUnknown*, LONG) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE GetEntryFlags(LONG* plFlagA, LONG* plFlagB) override;
+    HRESULT STDMETHODCALLTYPE SetEntryLong(LONG) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetEntryObject(IUnknown**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetEntryObjectByLong(LONG, IUnknown**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetEntryObject(IUnknown*) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE ReleaseEntry() override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE SetInvalid() override;
+    HRESULT STDMETHODCALLTYPE IsValid(LONG* pbValid) override;
+    HRESULT STDMETHODCALLTYPE SetCFCDataTransferMode(LONG lDataTransferMode) override;
+    HRESULT STDMETHODCALLTYPE GetCFCDataTransferMode(LONG* plDataTransferMode) override;
+    HRESULT STDMETHODCALLTYPE GetRealConfigFactory(ILXConfigFactory** ppConfigFactory) override;
+    HRESULT STDMETHODCALLTYPE NotifyServerTermination() override;
+
+    // Callback
+    HRESULT STDMETHODCALLTYPE CheckCallbackValid() override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE ServerIsTerminating() override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE SetCallbackId(LONG lClientId) override;
+    HRESULT STDMETHODCALLTYPE GetClientInfo(tagLXClientInfo* pClientInfo) override;
+    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
+                                                ULONG ulNotificationId, ULONG ulCount,
+                                                tagLXUpdateInfo* pLXUpdateInfo) override;
+
+    // Types
+    HRESULT STDMETHODCALLTYPE GetCachedType(ILX_BaseDataObject* pObject, BSTR bstrConfigName,
+                                            ILXType** ppType) override;
+    HRESULT STDMETHODCALLTYPE GetType(BSTR bstrTypename, BSTR bstrConfigName, ILXType** ppType) override;
+    HRESULT STDMETHODCALLTYPE GetTypeEnum(BSTR bstrConfigName, ILXTypeEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetSearchableTypeEnum(ILXTypeEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE LoadTypesByTypeNames(LONG lCountNames, BSTR* bstrTypename,
+                                                   LONG bIncludeTypeAttributes) override;
+    HRESULT STDMETHODCALLTYPE AddType(ILXType** ppType) override;
+    HRESULT STDMETHODCALLTYPE GetTransientAttribute(ILXAttribute** ppAttribute) override;
+    HRESULT STDMETHODCALLTYPE IsPlantype(ILX_BaseDataObject* pObject) override;
+    HRESULT STDMETHODCALLTYPE CheckTypeDerivesFrom(BSTR bstrTypename, LONG lAmountTypes, BSTR* bstrTypenames,
+                                                   LONG* pBoolArray) override;
+    HRESULT STDMETHODCALLTYPE GetAllDerivedTypes(BSTR bstrTypename, LONG* lCount,
+                                                 BSTR** bstrTypenamesDerived) override;
+    HRESULT STDMETHODCALLTYPE GetDerivedTypesForQuery(BSTR bstrTypename, LONG* lCount,
+                                                      BSTR** bstrTypenamesDerived) override;
+
+    // Relations
+    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName,
+                                                 ILXParentChildEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetCachedPCEnum(ILX_BaseDataObject* pObjectParent,
+                                              ILX_BaseDataObject* pObjectChild, BSTR bstrConfigName,
+                                              BSTR bstrBrowserId, LONG newOnly,
+                                              ILXParentChildEnum** ppPCEnum) override;
+    HRESULT STDMETHODCALLTYPE GetPCEnum(ILX_BaseDataObject* pObject, BSTR bstrTypename, BSTR bstrConfigName,
+                                        BSTR bstrBrowserId, LONG bWithPlantypes,
+                                        ILXParentChildEnum** ppPCEnum) override;
+    HRESULT STDMETHODCALLTYPE GetPPRRelationsEnum(BSTR bstrTypenameParent, BSTR bstrConfigName,
+                                                  ILXParentChildEnum** ppPCEnum) override;
+    HRESULT STDMETHODCALLTYPE GetPPRRelationsEnumByDO(ILX_BaseDataObject* pObjectParent, BSTR bstrConfigName,
+                                                      ILXParentChildEnum** ppPCEnum) override;
+    HRESULT STDMETHODCALLTYPE GetPossiblePPRRelations(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
+                                                      BSTR bstrConfigName,
+                                                      ILXParentChildEnum** ppPCEnum) override;
+    HRESULT STDMETHODCALLTYPE GetPossiblePPRRelationsByDO(ILX_BaseDataObject* pObjectParent,
+                                                          ILX_BaseDataObject* pObjectChild,
+                                                          BSTR bstrConfigName,
+                                                          ILXParentChildEnum** ppPCEnum) override;
+    HRESULT STDMETHODCALLTYPE PPRRelationExists(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
+                                                BSTR bstrConfigName, LONG bInternal) override;
+    HRESULT STDMETHODCALLTYPE PPRRelationExistsByDO(ILX_BaseDataObject* pObjectParent,
+                                                    ILX_BaseDataObject* pObjectChild, BSTR bstrConfigName,
+                                                    LONG bInternal) override;
+    HRESULT STDMETHODCALLTYPE GetPCRelation(BSTR bstrTypenameParent, BSTR bstrConfigName,
+                                            BSTR bstrChildListName, ILXParentChild** pLXParentChild) override;
+    HRESULT STDMETHODCALLTYPE GetSinglePCRelation(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
+                                                  BSTR bstrConfigName, BSTR bstrChildListName,
+                                                  ILXParentChild** pLXParentChild) override;
+    HRESULT STDMETHODCALLTYPE
+    GetThisBrowserParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName, BSTR bstrBrowserId,
+                                  ILXParentChildEnum** ppILXParentChildEnum) override;
+    HRESULT STDMETHODCALLTYPE GetSinglePCRelationByDO(ILX_BaseDataObject* pObjectParent,
+                                                      ILX_BaseDataObject* pObjectRelationship,
+                                                      ILXParentChild** pLXParentChild) override;
+    HRESULT STDMETHODCALLTYPE GetPCEnum2(ILX_BaseDataObject* pObject, BSTR bstrTypename, BSTR bstrBrowserId,
+                                         LONG lngFilter, ILXParentChildEnum** ppPCEnum) override;
+    HRESULT STDMETHODCALLTYPE GetPossiblePPRRelations2(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
+                                                       BSTR bstrBrowserId, LONG lngFilter,
+                                                       ILXParentChildEnum** ppPCEnum) override;
+    HRESULT STDMETHODCALLTYPE GetPCEnumAll(ILX_BaseDataObject* pObject, BSTR bstrTypename, BSTR bstrBrowserId,
+                                           LONG lngFilter, ILXParentChildEnum** ppPCEnum) override;
+
+    // Registries
+    HRESULT STDMETHODCALLTYPE GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE
+    GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE
+    RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec) override;
+    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpecByID(BSTR bstrAttributeProperyID) override;
+    HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec** ppSpec) override;
+
+    // Forwarded to the server, or refused
+    HRESULT STDMETHODCALLTYPE GetVersion(BSTR* pbstrVersion) override;
+    HRESULT STDMETHODCALLTYPE RemoveType(ILXType*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetPlanTypeEnum(BSTR, ILXTypeEnum**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetVersion(BSTR) override { return E_NOTIMPL; }
+
+    // For the strategies, the relation manager and the registries
+
+    /// The server's config factory; raises E_POINTER when there is none.
+    XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const;
+    XLXComPtr<ILXConfigFactoryEx> ConfigFactoryEx(const char* method) const;
+    /// The server's query object, or null.
+    XLXComPtr<ILX_Query> Query() const;
+    XTypeMap& Types() noexcept { return m_types; }
+    XTransferModeSupplier& TransferMode() noexcept { return *m_transferMode; }
+    const XNotificationEpoch& NotificationEpoch() const noexcept { return m_epoch; }
+
+    /// Fills the type map unless it is filled. S_FALSE: the server has nothing.
+    HRESULT InternalFillTypeMap();
+    /// The single entry for one type by name.
+    HRESULT InternalLoadType(XLXTextView name, ILXType** ppType);
+    /// Whether AttachHostObjects was never called in this process.
+    static bool NoHostObjectsAttached() noexcept
+    {
+        return !s_hostObjectsAttached.load(std::memory_order_relaxed);
+    }
+
+private:
+    struct ServerReferences
+    {
+        XLXComPtr<ILXConfigFactory> configFactory;
+        XLXComPtr<ILXConfigFactoryEx> configFactoryEx;
+        XLXComPtr<ILX_Query> query;
+        XLXComPtr<ILXDataUpdate> dataUpdate;
+        XLXComPtr<ILXCallbackUpdate> registeredCallback;
+        XLXComPtr<IXCfgCacheCallback> separateCallback;
+        XLXComPtr<IUnknown> hostObjectA;
+        XLXComPtr<IUnknown> hostObjectB;
+    };
+    struct ClientArguments;
+
+    template <class Impl>
+    void InstallImpl();
+    template <class Impl>
+    void CheckMode() const;
+    HRESULT Init(ILXConfigFactory* factory, ILX_Query* query, ILXDataUpdate* update, bool clientMode,
+                 bool separateCallback);
+    void RegisterCallback(ILXDataUpdate* update, bool separateCallback);
+    XLXComPtr<ILXCallbackUpdate> ChooseCallback(bool separate,
+                                                XLXComPtr<IXCfgCacheCallback>& separateCallback);
+    void CreateRelationManager();
+    void EmptyCaches() noexcept;
+    ServerReferences TakeServerReferences() noexcept;
+    template <class T>
+    XLXComPtr<T> Copy(XLXComPtr<T> ServerReferences::*member) const noexcept;
+
+    void ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count, tagLXUpdateInfo* info,
+                         HRESULT& result);
+    HRESULT OfferToReceivers(const XDataId& id, LONG mode, const XChangeNotification& notification);
+    void ClearFilledFlags(const XDataId& id, LONG mode) noexcept;
+    bool IsRepeated(ULONG notificationId) const noexcept;
+    void RecordHandled(ULONG notificationId) noexcept;
+
+    HRESULT EnumerateTypes(const char* method, bool searchableOnly, ILXTypeEnum** ppEnum);
+    HRESULT LoadTypesByNames(const std::vector<XLXText>& names, LONG mode);
+
+    /// Runs one question of the relation manager; raises E_POINTER when there is none.
+    template <class Question>
+    HRESULT AskRelations(const char* method, Question&& question);
+    std::shared_ptr<XLXPCBaseMng> RelationManager() const;
+
+    static inline std::atomic<bool> s_hostObjectsAttached{false};
+
+    XLiveObject m_live;
+    std::atomic<ULONG> m_references{0};
+    XCritLong m_lClientId;
+    std::shared_ptr<XTransferModeSupplier> m_transferMode = std::make_shared<XTransferModeSupplier>();
+    XNotificationEpoch m_epoch;
+    XTypeMap m_types{m_transferMode, m_epoch};
+
+    XFillMutex m_init{XLockLevel::Init}; // Init and Terminate, one at a time; never taken by notifications
+    mutable XLeafMutex m_mutex;          // guards the next three
+    ServerReferences m_server;
+    std::shared_ptr<XLXPCBaseMng> m_pPCPartCacheMng;
+    std::optional<ULONG> m_lLastNotificationId; // none until a notification was handled
+
+    std::atomic<XLXCFCMngImpl*> m_pImpl{nullptr}; // installed once
+    std::atomic<bool> m_bNoNotifications{false};
+    std::atomic<bool> m_lInvalid{false};
+    std::atomic<bool> m_lServerTerminated{false};
+};
+
+#endif

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+//
+// The two modes of the manager. It never asks which mode it is in; it calls the strategy that the first
+// initialisation installed.
+#ifndef XLXCFCMNGIMPL_H
+#define XLXCFCMNGIMPL_H
+
+#include "XTypeMap.h"
+
+class XLXConfigFactoryCacheManager;
+
+class XLXCFCMngImpl
+{
+public:
+    /// @param manager  outlives the strategy
+    explicit XLXCFCMngImpl(XLXConfigFactoryCacheManager& manager) noexcept : m_manager(manager) {}
+    XLXCFCMngImpl(const XLXCFCMngImpl&) = delete;
+    XLXCFCMngImpl& operator=(const XLXCFCMngImpl&) = delete;
+    virtual ~XLXCFCMngImpl() = default;
+
+    /// Fills the type map; false when the server has nothing.
+    virtual bool FillTypeCache() = 0;
+    /// Fetches one type; false when the server has no such type.
+    virtual bool FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) = 0;
+    /// The data transfer mode of a bulk read of named types.
+    virtual LONG NamedLoadMode(bool includeTypeAttributes) const = 0;
+    /// Adjusts a notification before it is handled. Returns the update mode to handle it with.
+    virtual LONG TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept = 0;
+    virtual bool IsServerMode() const noexcept = 0;
+
+protected:
+    LONG TransferMode() const noexcept;
+
+    XLXConfigFactoryCacheManager& m_manager;
+};
+
+/// Inside the server's process: the server's own types are wrapped. Reading, linking and fetching are
+/// serialised by the host.
+class XLXCFCMngImplServer final : public XLXCFCMngImpl
+{
+public:
+    using XLXCFCMngImpl::XLXCFCMngImpl;
+
+    bool FillTypeCache() override;
+    bool FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) override;
+    LONG NamedLoadMode(bool includeTypeAttributes) const override;
+    LONG TranslateUpdateFlags(XLXTextView, LONG mode) const noexcept override { return mode; }
+    bool IsServerMode() const noexcept override { return true; }
+
+private:
+    XTypeLoad LoadOf(const XLXComPtr<ILXType>& server, XLXTextView name) const;
+};
+
+/// Inside an application: types arrive in bulk.
+class XLXCFCMngImplClient final : public XLXCFCMngImpl
+{
+public:
+    explicit XLXCFCMngImplClient(XLXConfigFactoryCacheManager& manager);
+
+    bool FillTypeCache() override;
+    bool FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) override;
+    LONG NamedLoadMode(bool includeTypeAttributes) const override;
+    LONG TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept override;
+    bool IsServerMode() const noexcept override { return false; }
+
+private:
+    static constexpr LONG DefaultTransferMode = LXTM_ATTRIBUTES;
+    LONG BulkMode() const noexcept;
+    std::vector<XTypeLoad> LoadTypeByName(XLXTextView name, bool withBases) const;
+};
+
+#endif

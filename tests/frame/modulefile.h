@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+//
+// The component's module file, loaded by hand.
+#ifndef MODULEFILE_H
+#define MODULEFILE_H
+
+#include "XLXComPtr.h"
+#include "XLXError.h"
+
+/// The module's file beside this program.
+XLXText ModulePath();
+
+/// Runs the platform's own registration program, or the module's function where there is none.
+HRESULT RegisterModule();
+HRESULT UnregisterModule();
+
+/// Whether the process still has the module.
+bool ModuleIsLoaded();
+
+class ModuleFile
+{
+public:
+    ModuleFile();
+    ~ModuleFile();
+    ModuleFile(const ModuleFile&) = delete;
+    ModuleFile& operator=(const ModuleFile&) = delete;
+
+    HMODULE Handle() const { return m_handle; }
+
+    HRESULT CanUnloadNow() const { return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow")(); }
+    HRESULT RegisterServer() const { return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllRegisterServer")(); }
+    HRESULT UnregisterServer() const
+    {
+        return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllUnregisterServer")();
+    }
+    HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out) const
+    {
+        using Signature = HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, void**);
+        return Function<Signature>("DllGetClassObject")(clsid, iid, out);
+    }
+    XLXComPtr<IClassFactory> Factory() const
+    {
+        XLXComPtr<IClassFactory> factory;
+        GetClassObject(CLSID_LXConfigFactoryCache, IID_IClassFactory, factory.PutVoid());
+        return factory;
+    }
+
+private:
+    void* Address(const char* name) const;
+
+    template <class Signature>
+    Signature Function(const char* name) const
+    {
+        return reinterpret_cast<Signature>(Address(name));
+    }
+
+    HMODULE m_handle;
+};
+
+#endif

@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: MIT
+//
+// Registration, through the real module file. These tests own the component's keys while they run, and leave
+// none.
+#include "modulefile.h"
+#include "registrytree.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace
+{
+const std::string Versioned = "LXConfigFactoryCache.LXConfigFactoryCache.1";
+const std::string Independent = "LXConfigFactoryCache.LXConfigFactoryCache";
+const std::string ClassId = "{C82DB2BE-0F06-4ad5-AF6F-6DADD1EAAF2E}";
+const std::string ClassKey = "CLSID\\" + ClassId;
+const std::string LibraryKey = "TypeLib\\{3B700219-CA40-4C9A-B2E6-85B56601D125}";
+const std::string Title = "LXConfigFactoryCache Class";
+
+std::vector<std::string> Expected()
+{
+    std::vector<std::string> lines{
+        Versioned,
+        Versioned + "|=" + Title,
+        Versioned + "\\CLSID",
+        Versioned + "\\CLSID|=" + ClassId,
+        Independent,
+        Independent + "|=" + Title,
+        Independent + "\\CurVer",
+        Independent + "\\CurVer|=" + Versioned,
+        Independent + "\\CLSID",
+        Independent + "\\CLSID|=" + ClassId,
+        ClassKey,
+        ClassKey + "|=" + Title,
+        ClassKey + "\\ProgID",
+        ClassKey + "\\ProgID|=" + Versioned,
+        ClassKey + "\\VersionIndependentProgID",
+        ClassKey + "\\VersionIndependentProgID|=" + Independent,
+        ClassKey + "\\InprocServer32",
+        ClassKey + "\\InprocServer32|=" + Narrow(ModulePath()),
+        ClassKey + "\\InprocServer32|ThreadingModel=Both",
+    };
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+std::vector<std::string> Actual()
+{
+    std::vector<std::string> lines;
+    for (const std::string& key : {Versioned, Independent, ClassKey})
+    {
+        const auto tree = RegistryTree(key);
+        lines.insert(lines.end(), tree.begin(), tree.end());
+    }
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+/// How many keys stand where registration adds some, and where it must not.
+std::vector<unsigned> Counts()
+{
+    return {RegistrySubkeys(""), RegistrySubkeys("CLSID"), RegistrySubkeys("TypeLib"),
+            RegistrySubkeys("Interface")};
+}
+
+class Registration : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        RegistryCreate("CLSID");
+        UnregisterModule();
+        ASSERT_TRUE(Actual().empty());
+    }
+    void TearDown() override
+    {
+        UnregisterModule();
+        RegistryDelete(Independent);
+        EXPECT_TRUE(RegistryHas("CLSID"));
+    }
+};
+
+TEST_F(Registration, WritesExactlyItsKeysAndRemovesExactlyThem)
+{
+    const auto before = Counts();
+    ASSERT_EQ(RegisterModule(), S_OK);
+    EXPECT_EQ(Actual(), Expected());
+    const auto during = Counts();
+    EXPECT_EQ(during[0], before[0] + 2);
+    EXPECT_EQ(during[1], before[1] + 1);
+    EXPECT_EQ(during[3], before[3]) << "no interface may get the type library's marshaller";
+    ASSERT_EQ(UnregisterModule(), S_OK);
+    EXPECT_EQ(Counts(), before);
+    EXPECT_EQ(Actual(), std::vector<std::string>());
+    EXPECT_TRUE(RegistryHas("CLSID"));
+}
+
+TEST_F(Registration, ReplacesTheClassKeyWholeEachTime)
+{
+    RegistryCreate(ClassKey + "\\Stale\\Deeper");
+    ASSERT_EQ(RegisterModule(), S_OK);
+    ASSERT_EQ(RegisterModule(), S_OK);
+    EXPECT_EQ(Actual(), Expected());
+}
+
+TEST_F(Registration, RemovesTheClassKeyWholeAndLeavesForeignKeysElsewhere)
+{
+    ASSERT_EQ(RegisterModule(), S_OK);
+    RegistryCreate(ClassKey + "\\Added\\Later");
+    RegistryCreate(Independent + "\\Foreign");
+    ASSERT_EQ(UnregisterModule(), S_OK);
+    EXPECT_EQ(Actual(), (std::vector<std::string>{Independent, Independent + "\\Foreign"}));
+}
+
+TEST_F(Registration, UnregisteringWhatIsNotThereIsNoFailure)
+{
+    const auto before = Counts();
+    EXPECT_EQ(UnregisterModule(), S_OK);
+    EXPECT_EQ(Counts(), before);
+}
+
+TEST_F(Registration, RegisteredClassIsCreated)
+{
+    ASSERT_EQ(RegisterModule(), S_OK);
+    ASSERT_GE(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    {
+        XLXComPtr<ILXConfigFactoryCache> object;
+        ASSERT_EQ(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER,
+                                   LXIid<ILXConfigFactoryCache>(), object.PutVoid()),
+                  S_OK);
+        LONG valid = 0;
+        EXPECT_EQ(object->IsValid(&valid), S_OK);
+        EXPECT_EQ(valid, 1);
+        XLXComPtr<IUnknown> aggregated;
+        EXPECT_EQ(CoCreateInstance(CLSID_LXConfigFactoryCache, object.Get(), CLSCTX_INPROC_SERVER,
+                                   IID_IUnknown, aggregated.PutVoid()),
+                  CLASS_E_NOAGGREGATION);
+    }
+    CoFreeUnusedLibraries();
+    CoUninitialize();
+    EXPECT_FALSE(ModuleIsLoaded());
+}
+
+#ifdef _WIN32
+TEST_F(Registration, TypeLibraryIsRegisteredAndUnregistered)
+{
+    ASSERT_EQ(RegisterModule(), S_OK);
+    {
+        XLXComPtr<ITypeLib> library;
+        EXPECT_EQ(LoadRegTypeLib(LIBID_LXCONFIGFACTORYCACHELib, 1, 0, 1033, library.Put()), S_OK);
+        const auto tree = RegistryTree(LibraryKey);
+        const std::string place = LibraryKey + "\\1.0\\409\\win64|=" + Narrow(ModulePath());
+        EXPECT_EQ(std::count(tree.begin(), tree.end(), place), 1);
+    }
+    ASSERT_EQ(UnregisterModule(), S_OK);
+    EXPECT_FALSE(RegistryHas(LibraryKey));
+}
+
+// A key that lasts may not be made below one that does not, which stops the script half-way.
+TEST_F(Registration, FailureIsReportedAndLeavesNothing)
+{
+    RegistryCreate(Independent, REG_OPTION_VOLATILE);
+    const ModuleFile file;
+    EXPECT_EQ(file.RegisterServer(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
+    EXPECT_EQ(Actual(), std::vector<std::string>());
+    EXPECT_FALSE(RegistryHas(LibraryKey));
+}
+#endif
+} // namespace
