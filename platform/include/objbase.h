@@ -42,8 +42,9 @@ EXTERN_C HRESULT WINAPI CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LP
 EXTERN_C HRESULT WINAPI CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext,
                                          REFIID riid, LPVOID* ppv);
 
-/* Unloads modules that say they can go: those of apartment-threaded classes at once, others when they have said so for
- * ten minutes, since a thread may still be on its way out of them. The second form names the time, in milliseconds. */
+/* Unloads modules that say they can go: those of apartment-threaded classes at once, others when they have
+ * said so for ten minutes, since a thread may still be on its way out of them. The second form names the
+ * time, in milliseconds. */
 EXTERN_C void WINAPI CoFreeUnusedLibraries(void);
 EXTERN_C void WINAPI CoFreeUnusedLibrariesEx(DWORD dwUnloadDelay, DWORD dwReserved);
 

@@ -51,8 +51,7 @@ EXTERN_C void WINAPI VariantInit(VARIANT* pvar);
 EXTERN_C HRESULT WINAPI VariantClear(VARIANT* pvar);
 EXTERN_C HRESULT WINAPI VariantCopy(VARIANT* pvarDest, VARIANT* pvarSrc);
 EXTERN_C HRESULT WINAPI VariantCopyInd(VARIANT* pvarDest, VARIANT* pvarSrc);
-EXTERN_C HRESULT WINAPI VariantChangeType(VARIANT* pvarDest, VARIANT* pvarSrc, USHORT wFlags,
-                                          VARTYPE vt);
+EXTERN_C HRESULT WINAPI VariantChangeType(VARIANT* pvarDest, VARIANT* pvarSrc, USHORT wFlags, VARTYPE vt);
 
 EXTERN_C SAFEARRAY* WINAPI SafeArrayCreate(VARTYPE vt, UINT cDims, SAFEARRAYBOUND* rgsabound);
 EXTERN_C SAFEARRAY* WINAPI SafeArrayCreateVector(VARTYPE vt, LONG lLbound, ULONG cElements);

@@ -68,13 +68,6 @@ ULONG XLXConfigFactoryCacheManager::Release()
     return left;
 }
 
-template <class T>
-XLXComPtr<T> XLXConfigFactoryCacheManager::Copy(XLXComPtr<T> ServerReferences::*member) const noexcept
-{
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
-    return m_server.*member;
-}
-
 XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactory(const char* method) const
 {
     auto factory = Copy(&ServerReferences::configFactory);

@@ -206,7 +206,11 @@ private:
     void EmptyCaches() noexcept;
     ServerReferences TakeServerReferences() noexcept;
     template <class T>
-    XLXComPtr<T> Copy(XLXComPtr<T> ServerReferences::*member) const noexcept;
+    XLXComPtr<T> Copy(XLXComPtr<T> ServerReferences::*member) const noexcept
+    {
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        return m_server.*member;
+    }
 
     void ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count, tagLXUpdateInfo* info,
                          HRESULT& result);

@@ -67,6 +67,9 @@ public:
         m_values.fetch_add(1);
         g_componentEpoch.fetch_add(1);
     }
+    /// Says that the owning type has another base type: what was merged from the old one is found out by its
+    /// content.
+    static void BaseChanged() noexcept { g_componentEpoch.fetch_add(1); }
     /// Says that values of components of this kind changed: records that were delivered, or are on their way,
     /// are stale.
     void ValuesChanged() noexcept { m_values.fetch_add(1); }

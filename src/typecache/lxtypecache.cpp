@@ -116,7 +116,7 @@ bool XLXTypeCache::LinkBase(XLXTypeCache* base, XRetired& retired)
         member = XLXComVariant::FromUnknown(static_cast<ILXTypeCache*>(base));
     }
     Store().WriteGrow(MemberBaseType, member);
-    m_attributes.Reset(); // what was merged came from the old base
+    m_attributes.BaseChanged();
     retired.objects.emplace_back(face);
     retired.values.emplace_back().push_back(std::move(member));
     return true;

@@ -3,6 +3,7 @@
 #include "threadstates.h"
 
 #include <gtest/gtest.h>
+#include <objbase.h>
 
 #include <atomic>
 #include <chrono>
@@ -37,11 +38,13 @@ long WatchdogSeconds()
 class Watchdog : public testing::EmptyTestEventListener
 {
 public:
+    static bool HasFired() { return s_fired.load(); }
+
     Watchdog() { std::thread(Watch).detach(); }
 
 private:
-    void OnTestStart(const testing::TestInfo&) override { ++m_tests; }
-    void OnTestEnd(const testing::TestInfo&) override { ++m_tests; }
+    void OnTestStart(const testing::TestInfo&) override { ++s_tests; }
+    void OnTestEnd(const testing::TestInfo&) override { ++s_tests; }
 
     static void Watch()
     {
@@ -50,20 +53,22 @@ private:
         for (long idle = 0; idle < limit; ++idle)
         {
             std::this_thread::sleep_for(std::chrono::seconds(1));
-            if (const long now = m_tests.load(); now != seen)
+            if (const long now = s_tests.load(); now != seen)
             {
                 seen = now;
                 idle = 0;
             }
         }
         std::fprintf(stderr, "\nWATCHDOG: no test began or ended for %ld s; threads:\n", limit);
+        s_fired.store(true); // the dump may wake a hanging test, which must not pass for that
         LXPrintThreadStates();
         std::fflush(nullptr);
         std::_Exit(LXWatchdogExitCode);
     }
 
     // The thread outlives the listener, which the framework deletes.
-    static inline std::atomic<long> m_tests{0};
+    static inline std::atomic<long> s_tests{0};
+    static inline std::atomic<bool> s_fired{false};
 };
 
 bool NothingIsLeftAlive()
@@ -90,7 +95,13 @@ int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
     LXPrepareThreadStates();
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     testing::UnitTest::GetInstance()->listeners().Append(new Watchdog);
     const int result = RUN_ALL_TESTS();
+    CoUninitialize();
+    if (Watchdog::HasFired())
+    {
+        return LXWatchdogExitCode;
+    }
     return NothingIsLeftAlive() ? result : 1;
 }

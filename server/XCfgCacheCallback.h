@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+//
+// The separate callback object that a client may ask the cache to register with the server. It passes every
+// call on to the callback that it was given.
+//
+// Ownership  It keeps a reference to that callback until Initialize gives it another one, null included.
+// Threading  Free-threaded; no lock is held while a call is passed on.
+// Errors     Before Initialize every call that is passed on answers E_POINTER.
+#ifndef XCFGCACHECALLBACK_H
+#define XCFGCACHECALLBACK_H
+
+#include "XLXComPtr.h"
+
+#include <atomic>
+#include <mutex>
+
+class XCfgCacheCallback final : public IXCfgCacheCallback, public ILXCallbackUpdate
+{
+public:
+    XCfgCacheCallback() noexcept { ++s_alive; }
+    XCfgCacheCallback(const XCfgCacheCallback&) = delete;
+    XCfgCacheCallback& operator=(const XCfgCacheCallback&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
+    STDMETHODIMP_(ULONG) Release() override;
+
+    STDMETHODIMP Initialize(ILXCallbackUpdate* pCallback) override;
+
+    STDMETHODIMP CheckCallbackValid() override;
+    STDMETHODIMP ServerIsTerminating() override;
+    STDMETHODIMP SetCallbackId(LONG lClientId) override;
+    STDMETHODIMP GetClientInfo(tagLXClientInfo* pClientInfo) override;
+    STDMETHODIMP DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
+                                   ULONG ulNotificationId, ULONG ulCount,
+                                   tagLXUpdateInfo* pLXUpdateInfo) override;
+
+    /// How many of them are alive in this process.
+    static long Alive() noexcept { return s_alive; }
+
+private:
+    virtual ~XCfgCacheCallback() { --s_alive; }
+    XLXComPtr<ILXCallbackUpdate> Target();
+    template <class F>
+    HRESULT PassOn(F&& call);
+
+    static std::atomic<long> s_alive;
+    std::atomic<ULONG> m_references{0};
+    std::mutex m_mutex; // guards m_target
+    XLXComPtr<ILXCallbackUpdate> m_target;
+};
+
+/// Registers the class XCfgCacheCallback in this process for as long as it lives. The process must have
+/// initialised COM. Raises std::runtime_error when the platform refuses.
+class XCfgCacheCallbackRegistration
+{
+public:
+    XCfgCacheCallbackRegistration();
+    ~XCfgCacheCallbackRegistration();
+    XCfgCacheCallbackRegistration(const XCfgCacheCallbackRegistration&) = delete;
+    XCfgCacheCallbackRegistration& operator=(const XCfgCacheCallbackRegistration&) = delete;
+
+private:
+    DWORD m_cookie = 0;
+};
+
+#endif

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: MIT
+//
+// What the sample server knows of each kind of configuration element: how many property values it delivers,
+// their names and their defaults. The tables are constant.
+#ifndef XPROPERTYTABLE_H
+#define XPROPERTYTABLE_H
+
+#include "XModelValue.h"
+
+#include <utility>
+#include <vector>
+
+enum class XElementKind
+{
+    Attribute,
+    Format,
+    GlobalSpec,
+    AttributeType,
+    BrowserId,
+    Editor,
+    Group,
+    Page,
+    Relation,
+    PCInfo,
+    Type
+};
+
+/// The properties that the server and its users refer to by index.
+namespace XProperty
+{
+enum Attribute : int
+{
+    AttributeName = 0,
+    DataType = 1,
+    Label = 2,
+    Unit = 4,
+    Description = 5,
+    Position = 6,
+    ShowInBrowser = 7,
+    ShowInEditor = 8,
+    ShowInFinder = 9,
+    Length = 10,
+    Minimum = 13,
+    Maximum = 14,
+    AttributeGroup = 17,
+    InAvSet = 19,
+    Printable = 28,
+    NotInFinder = 32,
+    Foldername = 36,
+    DefaultValue = 37,
+    Origin = 46
+};
+enum AttributeType : int
+{
+    AttributeTypeLabel = 0,
+    AttributeTypeName = 3
+};
+enum BrowserId : int
+{
+    BrowserIdName = 0
+};
+enum Editor : int
+{
+    EditorBrowserId = 0,
+    DefaultEditor = 1,
+    DefaultNewEditor = 2,
+    ProgId = 3,
+    MenuText = 4
+};
+enum Group : int
+{
+    GroupLabel = 0,
+    GroupNumber = 2,
+    GroupPage = 5,
+    ParentGroup = 15
+};
+enum Page : int
+{
+    PageLabel = 0,
+    PageNumber = 6
+};
+enum Relation : int
+{
+    ChildList = 0,
+    ChildName = 1,
+    SystemInternal = 14,
+    ParentName = 19,
+    PPRRelationType = 20,
+    NameShort = 21
+};
+enum PCInfo : int
+{
+    PCInfoLabel = 0,
+    PCInfoBrowser = 1,
+    PCInfoNew = 6
+};
+enum Type : int
+{
+    TypeName = 0,
+    TypeLabel = 1,
+    BaseTypeName = 2,
+    TypeDescription = 3,
+    TypeTable = 4,
+    TypeIcon = 5,
+    Searchable = 14
+};
+} // namespace XProperty
+
+/// One property of a kind. A property without a row in the table has no name and is empty by default.
+struct XPropertyRow
+{
+    int index;
+    const char* key;        ///< its name in a model file
+    const char* configName; ///< its name for ILXConfigObject::Get, null when it has none
+    XModelValue defaultValue;
+};
+
+struct XPropertyTable
+{
+    int count; ///< how many values an element of the kind delivers
+    std::vector<XPropertyRow> rows;
+
+    const XModelValue& Default(int index) const noexcept;
+    /// The index of a name as ILXConfigObject::Get takes it; -1 when the kind does not have it.
+    int FindConfigName(XLXTextView name) const;
+    /// The index of a key of the model file; "p<number>" for any index; -1 when there is none.
+    int FindKey(std::string_view key) const;
+    /// The key of an index in the model file.
+    std::string Key(int index) const;
+
+    static const XPropertyTable& Of(XElementKind kind);
+};
+
+/// The property values of one element. Only what differs from the kind's defaults is stored.
+class XModelProperties
+{
+public:
+    explicit XModelProperties(XElementKind kind) noexcept : m_kind(kind) {}
+
+    XElementKind Kind() const noexcept { return m_kind; }
+    int Count() const noexcept { return XPropertyTable::Of(m_kind).count; }
+    bool InRange(int index) const noexcept { return index >= 0 && index < Count(); }
+    /// The value of a property; raises std::out_of_range.
+    const XModelValue& Get(int index) const;
+    /// Sets a property; raises std::out_of_range.
+    void Set(int index, XModelValue value);
+    /// The stored values, by index.
+    const std::vector<std::pair<int, XModelValue>>& Stored() const noexcept { return m_stored; }
+    /// All values in index order, as the server delivers them.
+    XLXVariantVector ToVariants() const;
+
+private:
+    XElementKind m_kind;
+    std::vector<std::pair<int, XModelValue>> m_stored; // ascending by index
+};
+
+#endif

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+//
+// What all objects of one sample server share: the model, the monitor, the clients and the live objects.
+//
+// Locks  m_modelMutex guards the model (shared to read), m_tableMutex the table of objects with an identity,
+//        the notifier has its own. None is held while anything foreign is called, and no two at once but
+//        the table's within the model's.
+#ifndef XSERVERCORE_H
+#define XSERVERCORE_H
+
+#include "XCallMonitor.h"
+#include "XServerNotifier.h"
+
+#include <atomic>
+#include <shared_mutex>
+#include <unordered_map>
+
+class XServerCore;
+using XServerCorePtr = std::shared_ptr<XServerCore>;
+
+class XServerCore : public std::enable_shared_from_this<XServerCore>
+{
+public:
+    explicit XServerCore(XServerModel model) : m_model(std::move(model)) {}
+
+    /// Reads the model. What the function returns must not refer to the model, except by shared elements.
+    template <class F>
+    auto Read(F&& read) const
+    {
+        const std::shared_lock lock(m_modelMutex);
+        return read(m_model);
+    }
+
+    template <class F>
+    auto Change(F&& change)
+    {
+        const std::unique_lock lock(m_modelMutex);
+        return change(m_model);
+    }
+
+    XCallMonitor& Monitor() noexcept { return m_monitor; }
+    XServerNotifier& Notifier() noexcept { return m_notifier; }
+
+    /// The object that stands for a key, made when there is none that lives. The key is an address in the
+    /// model, or one of the server's.
+    template <class T, class F>
+    XLXComPtr<T> ObjectFor(const void* key, F&& make)
+    {
+        const std::lock_guard lock(m_tableMutex);
+        if (const auto found = m_objects.find(key); found != m_objects.end())
+        {
+            if (auto* const object = static_cast<T*>(found->second); object->AddRefIfAlive())
+            {
+                return LXAttach(object);
+            }
+        }
+        XLXComPtr<T> object = make();
+        m_objects[key] = object.Get();
+        return object;
+    }
+
+    /// Called by such an object when it goes.
+    void Forget(const void* key, const void* object)
+    {
+        const std::lock_guard lock(m_tableMutex);
+        if (const auto found = m_objects.find(key); found != m_objects.end() && found->second == object)
+        {
+            m_objects.erase(found);
+        }
+    }
+
+    // Addresses that stand for the two services.
+    const char factoryKey = 0;
+    const char dataUpdateKey = 0;
+
+    std::atomic<bool> acceptsForwarded{false};
+    std::atomic<bool> refusesBulkReads{false};
+    std::atomic<int> terminations{0};
+    std::atomic<long> liveObjects{0};
+    std::atomic<long> references{0};
+    static std::atomic<long> liveObjectsOfAll;
+
+private:
+    XCallMonitor m_monitor;
+    XServerNotifier m_notifier;
+    mutable std::shared_mutex m_modelMutex;
+    XServerModel m_model; // guarded by m_modelMutex
+    std::mutex m_tableMutex;
+    std::unordered_map<const void*, void*> m_objects; // guarded by m_tableMutex; not counted
+};
+
+#endif

@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: MIT
+//
+// What every object of the sample server is made of: counting, interfaces, and the one way in which a method
+// is entered and left.
+//
+// Ownership  An object starts without a reference; who makes it takes the first (LXMake).
+// Threading  Free-threaded. An object has no lock of its own unless it says so; the model's is the core's.
+// Errors     No exception leaves a method: a lack of memory is E_OUTOFMEMORY, an argument that the model
+//            refuses E_INVALIDARG, anything else E_FAIL.
+#ifndef XSERVEROBJECT_H
+#define XSERVEROBJECT_H
+
+#include "XServerCore.h"
+
+#include "XLXComBSTR.h"
+#include "XLXSafeArray.h"
+
+#include <new>
+#include <stdexcept>
+
+/// The name of an interface in the names of calls.
+template <class I>
+inline constexpr std::string_view XInterfaceName{};
+
+#define LX_INTERFACE_NAME(Interface)                                                                         \
+    template <>                                                                                              \
+    inline constexpr std::string_view XInterfaceName<Interface> = #Interface
+LX_INTERFACE_NAME(ILXConfigFactory);
+LX_INTERFACE_NAME(ILXConfigFactoryEx);
+LX_INTERFACE_NAME(ILXCallbackUpdate);
+LX_INTERFACE_NAME(ILXType);
+LX_INTERFACE_NAME(ILXPage);
+LX_INTERFACE_NAME(ILXGroup);
+LX_INTERFACE_NAME(ILXFormat);
+LX_INTERFACE_NAME(ILXAttribute);
+LX_INTERFACE_NAME(ILXAttributeType);
+LX_INTERFACE_NAME(ILXConfObjEditor);
+LX_INTERFACE_NAME(ILXParentChild);
+LX_INTERFACE_NAME(ILXPCInfo);
+LX_INTERFACE_NAME(ILXBrowserId);
+LX_INTERFACE_NAME(ILXGlobalAttributeFormatSpec);
+LX_INTERFACE_NAME(ILX_Query);
+LX_INTERFACE_NAME(ILX_BaseDataObject);
+LX_INTERFACE_NAME(ILXRelation);
+LX_INTERFACE_NAME(ILXDataUpdate);
+LX_INTERFACE_NAME(ILXTypeEnum);
+LX_INTERFACE_NAME(ILXPageEnum);
+LX_INTERFACE_NAME(ILXGroupEnum);
+LX_INTERFACE_NAME(ILXAttributeEnum);
+LX_INTERFACE_NAME(ILXAttributeTypeEnum);
+LX_INTERFACE_NAME(ILXConfObjEditorEnum);
+LX_INTERFACE_NAME(ILXParentChildEnum);
+LX_INTERFACE_NAME(ILXPCInfoEnum);
+LX_INTERFACE_NAME(ILXBrowserIdEnum);
+LX_INTERFACE_NAME(ILXGlobalAttributeFormatSpecEnum);
+LX_INTERFACE_NAME(IEnumBaseDataObject);
+#undef LX_INTERFACE_NAME
+
+/// Out arguments are emptied before anything else happens.
+template <class T>
+void LXClearOut(T** out) noexcept
+{
+    *out = nullptr;
+}
+inline void LXClearOut(VARIANT* out) noexcept
+{
+    VariantInit(out);
+}
+inline void LXClearOut(LONG* out) noexcept
+{
+    *out = 0;
+}
+inline void LXClearOut(ULONG* out) noexcept
+{
+    *out = 0;
+}
+
+/// A private face by which the server finds the element behind an object that a client gives back.
+struct IXServerElement : IUnknown
+{
+    virtual const void* Element() const noexcept = 0;
+};
+
+inline constexpr IID IID_IXServerElement = {
+    0x6a2f1c1d, 0x0d5c, 0x4e0b, {0x9a, 0x41, 0x5b, 0x1f, 0x33, 0x7d, 0x20, 0xc8}};
+
+template <class I>
+const IID& LXServerIid() noexcept
+{
+    return LXIid<I>();
+}
+template <>
+inline const IID& LXServerIid<IXServerElement>() noexcept
+{
+    return IID_IXServerElement;
+}
+
+template <class First, class... Others>
+class XServerObject : public First, public Others...
+{
+public:
+    XServerObject(const XServerObject&) = delete;
+    XServerObject& operator=(const XServerObject&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override
+    {
+        if (out == nullptr)
+        {
+            return E_POINTER;
+        }
+        *out = Face(iid);
+        if (*out == nullptr)
+        {
+            return E_NOINTERFACE;
+        }
+        this->AddRef();
+        return S_OK;
+    }
+
+    STDMETHODIMP_(ULONG) AddRef() override
+    {
+        m_core->references.fetch_add(1, std::memory_order_relaxed);
+        return m_references.fetch_add(1, std::memory_order_relaxed) + 1;
+    }
+
+    STDMETHODIMP_(ULONG) Release() override
+    {
+        m_core->references.fetch_sub(1, std::memory_order_relaxed);
+        const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
+        if (left == 0)
+        {
+            delete this;
+        }
+        return left;
+    }
+
+    /// A reference, unless the last one is gone already.
+    bool AddRefIfAlive() noexcept
+    {
+        ULONG count = m_references.load(std::memory_order_relaxed);
+        while (count != 0)
+        {
+            if (m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed))
+            {
+                m_core->references.fetch_add(1, std::memory_order_relaxed);
+                return true;
+            }
+        }
+        return false;
+    }
+
+protected:
+    explicit XServerObject(XServerCorePtr core) noexcept : m_core(std::move(core))
+    {
+        ++m_core->liveObjects;
+        ++XServerCore::liveObjectsOfAll;
+    }
+
+    virtual ~XServerObject()
+    {
+        --m_core->liveObjects;
+        --XServerCore::liveObjectsOfAll;
+    }
+
+    /// The face for an interface id, null for one that the object does not have.
+    virtual void* Face(REFIID iid) noexcept
+    {
+        if (iid == IID_IUnknown || iid == LXServerIid<First>())
+        {
+            return static_cast<First*>(this);
+        }
+        void* face = nullptr;
+        ((iid == LXServerIid<Others>() ? void(face = static_cast<Others*>(this)) : void()), ...);
+        return face;
+    }
+
+    XServerCore& Core() const noexcept { return *m_core; }
+    const XServerCorePtr& SharedCore() const noexcept { return m_core; }
+
+    /// A method of interface I: empties the out arguments, lets the monitor see the call, and does its work.
+    template <class I, class F, class... Outs>
+    HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept
+    {
+        const bool valid = ((outs != nullptr) && ... && true);
+        (void(outs != nullptr ? LXClearOut(outs) : void()), ...);
+        try
+        {
+            std::string name(XInterfaceName<I>);
+            name.append("::").append(method);
+            const XCallMonitor::Entry entry = m_core->Monitor().Enter(name);
+            const HRESULT result = entry.result ? *entry.result : valid ? Work(body) : E_POINTER;
+            m_core->Monitor().Leave(name, entry.number);
+            return result;
+        }
+        catch (...)
+        {
+            return E_OUTOFMEMORY; // the monitor has no memory for the name
+        }
+    }
+
+    /// The same for the first interface.
+    template <class F, class... Outs>
+    HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept
+    {
+        return Call<First>(method, std::forward<F>(body), outs...);
+    }
+
+    /// A method that this server does not offer.
+    template <class... Outs>
+    HRESULT Refuse(std::string_view method, Outs*... outs) noexcept
+    {
+        return Call<First>(
+            method, [] { return E_NOTIMPL; }, outs...);
+    }
+
+private:
+    template <class F>
+    static HRESULT Work(F&& body) noexcept
+    {
+        try
+        {
+            return body();
+        }
+        catch (const std::bad_alloc&)
+        {
+            return E_OUTOFMEMORY;
+        }
+        catch (const std::logic_error&)
+        {
+            return E_INVALIDARG;
+        }
+        catch (...)
+        {
+            return E_FAIL;
+        }
+    }
+
+    const XServerCorePtr m_core;
+    std::atomic<ULONG> m_references{0};
+};
+
+template <class T, class... Arguments>
+XLXComPtr<T> LXMake(Arguments&&... arguments)
+{
+    return XLXComPtr<T>(new T(std::forward<Arguments>(arguments)...));
+}
+
+/// The element behind an object of this server; null for any other object.
+inline const void* LXElementOf(IUnknown* object) noexcept
+{
+    XLXComPtr<IXServerElement> face;
+    if (object == nullptr || FAILED(object->QueryInterface(IID_IXServerElement, face.PutVoid())))
+    {
+        return nullptr;
+    }
+    return face->Element();
+}
+
+#endif

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: MIT
+#include "cachefixture.h"
+
+#include <cstdio>
+
+LXErrorInformation LXErrorInformation::Take()
+{
+    LXErrorInformation result;
+    XLXComPtr<IErrorInfo> info;
+    if (GetErrorInfo(0, info.Put()) != S_OK || !info)
+    {
+        return result;
+    }
+    result.present = true;
+    XLXComBSTR text;
+    info->GetDescription(text.Put());
+    result.description = text.View();
+    info->GetSource(text.Put());
+    result.source = text.View();
+    return result;
+}
+
+std::string LXNarrow(XLXTextView text)
+{
+    std::string narrow;
+    for (const OLECHAR character : text)
+    {
+        narrow.push_back(character < 0x80 ? static_cast<char>(character) : '?');
+    }
+    return narrow;
+}
+
+XLXText LXRead(ILXConfigObject* object, int member)
+{
+    XLXComVariant value;
+    const HRESULT result = object->GetProperty(member, value.Put());
+    if (FAILED(result))
+    {
+        char code[32];
+        std::snprintf(code, sizeof(code), "<0x%08lX>", static_cast<unsigned long>(result) & 0xFFFFFFFFUL);
+        return XLXFormat() << code;
+    }
+    return result == S_FALSE ? XLXText(OLESTR("<empty>")) : value.AsText().value_or(OLESTR("<no text>"));
+}
+
+XServerModel LXTestModel()
+{
+    XServerModel model;
+    XModelType& item = model.AddType("Item");
+    item.AddPage(1, "General");
+    item.AddPage(2, "Details");
+    item.AddGroup(1, 1, 0, "Main");
+    item.AddGroup(2, 1, 1, "Inner");
+    item.AddGroup(3, 2, 0, "More");
+    item.AddAttribute("Name", 1).properties.Set(XProperty::Label, "Name of the item");
+    item.AddAttribute("Weight", 2);
+    XModelType& equipment = model.AddType("Equipment", "Item");
+    equipment.AddAttribute("Power", 2);
+    equipment.AddAttribute("Name", 3).properties.Set(XProperty::Label, "Name of the equipment");
+    XModelType& pump = model.AddType("Pump", "Equipment");
+    XModelAttribute& head = pump.AddAttribute("Head", 3);
+    head.AddFormat(1);
+    head.AddFormat(2);
+    head.AddType("Metres");
+    head.AddType("Feet");
+    pump.AddGroup(7, 1, 0, "Pump").formats.emplace(0, XModelRef<XModelFormat>());
+    pump.AddEditor("E.Pump", "Tree", true);
+    pump.AddEditor("E.PumpNew", "tree", false, true);
+    model.AddType("Document").AddAttribute("Title", 1);
+    model.AddBrowserId("Tree");
+    return model;
+}
+
+CacheTest::CacheTest(XServerModel model) : m_server(XSampleServer::Create(std::move(model)))
+{
+    SetErrorInfo(0, nullptr); // what other tests left behind
+}
+
+CacheTest::~CacheTest()
+{
+    m_cache.Reset();
+    EXPECT_TRUE(Calls().Problems().empty());
+}
+
+std::vector<XLXComVariant> CacheTest::Arguments(LONG transferMode, bool noNotifications,
+                                                bool separateCallback)
+{
+    std::vector<XLXComVariant> values;
+    values.push_back(XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()));
+    values.push_back(XLXComVariant::FromUnknown(m_server->Query().Get()));
+    values.push_back(XLXComVariant::FromUnknown(m_server->DataUpdate().Get()));
+    values.push_back(XLXComVariant::FromBool(noNotifications));
+    values.push_back(XLXComVariant::FromBool(separateCallback));
+    values.push_back(XLXComVariant::FromI4(transferMode));
+    return values;
+}
+
+HRESULT CacheTest::Initialize(std::vector<XLXComVariant> values)
+{
+    if (!m_cache)
+    {
+        m_cache = LXMakeCache();
+    }
+    return Client()->Initialize(static_cast<ULONG>(values.size()),
+                                values.empty() ? nullptr : &values.front().Get());
+}
+
+HRESULT CacheTest::Start(LONG transferMode, bool noNotifications, bool separateCallback)
+{
+    return Initialize(Arguments(transferMode, noNotifications, separateCallback));
+}
+
+void CacheTest::Terminate()
+{
+    EXPECT_EQ(Client()->Terminate(), S_OK);
+}
+
+XLXComPtr<ILXType> CacheTest::Type(const char* name)
+{
+    XLXComPtr<ILXType> type;
+    EXPECT_EQ(m_cache->GetCachedType(m_server->DataObject(name).Get(), nullptr, type.Put()), S_OK) << name;
+    return type;
+}
+
+XLXComPtr<ILXAttribute> CacheTest::Attribute(const char* type, const char* name)
+{
+    XLXComPtr<ILXAttribute> attribute;
+    const XLXComBSTR text(XLXText((XLXFormat() << name).Text()));
+    EXPECT_EQ(Type(type)->GetAttribute(text.Get(), attribute.Put()), S_OK) << type << "." << name;
+    return attribute;
+}
+
+XLXComPtr<ILXGroup> CacheTest::Group(const char* type, int number)
+{
+    XLXComPtr<ILXGroup> group;
+    EXPECT_EQ(Type(type)->GetGroup(number, group.Put()), S_OK) << type << " group " << number;
+    return group;
+}
+
+void CacheTest::ExpectCalls(unsigned long long expected, const std::function<void()>& work)
+{
+    const XCallCounts before = Calls().Counts();
+    work();
+    const XCallCounts made = Calls().Counts().Since(before);
+    EXPECT_EQ(made.Total() - made.Of("ILX_BaseDataObject::GetTypeName"), expected) << made.Text();
+}

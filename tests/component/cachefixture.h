@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+//
+// A cache in front of a sample server, for tests that use it as an application does.
+#ifndef CACHEFIXTURE_H
+#define CACHEFIXTURE_H
+
+#include "XLXComVariant.h"
+#include "XSampleServer.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <thread>
+
+/// Makes a cache: through the registered module, or from the code linked into the test.
+XLXComPtr<ILXConfigFactoryCache> LXMakeCache();
+
+/// What a call left behind as the thread's error information; taking it clears it.
+struct LXErrorInformation
+{
+    bool present = false;
+    XLXText description;
+    XLXText source;
+
+    static LXErrorInformation Take();
+};
+
+std::string LXNarrow(XLXTextView text);
+inline void PrintTo(const XLXText& text, std::ostream* os)
+{
+    *os << LXNarrow(text);
+}
+
+/// A property of an object as text; "<empty>" for an empty value, "<0x...>" for a failure.
+XLXText LXRead(ILXConfigObject* object, int member);
+
+/// The texts of a property of all elements of an enumeration; empty for a null one.
+template <class Element, class Enumerator>
+std::vector<std::string> LXReadAll(const XLXComPtr<Enumerator>& elements, int member)
+{
+    std::vector<std::string> texts;
+    XLXComPtr<Element> element;
+    while (elements && elements->GetSingleNext(element.Put()) == S_OK)
+    {
+        texts.push_back(LXNarrow(LXRead(element.Get(), member)));
+    }
+    return texts;
+}
+
+/// The model of these tests:
+///   Item (Name g1, Weight g2; pages 1, 2; groups 1 on page 1, 2 on page 1 in group 1, 3 on page 2)
+///     Equipment (Power g2, Name again, other label)
+///       Pump (Head g3, formats 1 and 2; editors "E.Pump", "E.PumpNew")
+///   Document (no base, Title)
+XServerModel LXTestModel();
+
+class CacheTest : public testing::Test
+{
+protected:
+    explicit CacheTest(XServerModel model = LXTestModel());
+    ~CacheTest() override;
+
+    /// Initialises the cache as an application does.
+    HRESULT Start(LONG transferMode = 15, bool noNotifications = false, bool separateCallback = false);
+    HRESULT Initialize(std::vector<XLXComVariant> values);
+    std::vector<XLXComVariant> Arguments(LONG transferMode, bool noNotifications, bool separateCallback);
+    void Terminate();
+
+    XLXComPtr<ILXType> Type(const char* name);
+    XLXComPtr<ILXAttribute> Attribute(const char* type, const char* name);
+    XLXComPtr<ILXGroup> Group(const char* type, int number);
+    XCallMonitor& Calls() { return m_server->Calls(); }
+    XServerEdits Edit() { return m_server->Edit(); }
+    XLXComPtr<IDPFObject> Client() { return m_cache.As<IDPFObject>(); }
+    XLXComPtr<ILXConfigFactory> Factory() { return m_cache.As<ILXConfigFactory>(); }
+
+    /// Expects that a piece of work makes that many calls to the server.
+    void ExpectCalls(unsigned long long expected, const std::function<void()>& work);
+
+    std::shared_ptr<XSampleServer> m_server;
+    XLXComPtr<ILXConfigFactoryCache> m_cache;
+};
+
+#endif

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: MIT
+//
+// Cached objects: their property store, formats and attribute types.
+#include "cachefixture.h"
+
+class Objects : public CacheTest
+{
+protected:
+    void SetUp() override { ASSERT_EQ(Start(), S_OK); }
+    void TearDown() override { Terminate(); }
+
+    XLXComPtr<ILXFormat> Format(int type, HRESULT expected = S_OK)
+    {
+        XLXComPtr<ILXFormat> format;
+        EXPECT_EQ(Attribute("Pump", "Head")->GetFormat(type, format.Put()), expected);
+        return format;
+    }
+    std::vector<std::string> AttributeTypes()
+    {
+        XLXComPtr<ILXAttributeTypeEnum> types;
+        const HRESULT result = Attribute("Pump", "Head")->GetAttributeTypeEnum(types.Put());
+        EXPECT_EQ(result, types ? S_OK : S_FALSE);
+        return LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName);
+    }
+    static HRESULT Notify(IUnknown* object, const char* dataId)
+    {
+        const XLXComBSTR id(XLXText((XLXFormat() << dataId).Text()));
+        const XLXComBSTR type(OLESTR("cfc_specific"));
+        return XLXComPtr<IUnknown>(object).As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), type.Get(), 0,
+                                                                                      0, 0, nullptr);
+    }
+};
+
+TEST_F(Objects, AnswerOneCallThenFromTheStore)
+{
+    const auto format = Format(1);
+    ExpectCalls(1, [&] { EXPECT_NE(LXRead(format.Get(), 0), OLESTR("<empty>")); });
+    ExpectCalls(0, [&] { LXRead(format.Get(), 0); });
+    XLXComVariant untouched = XLXComVariant::FromI4(5);
+    ExpectCalls(1, [&] {
+        EXPECT_EQ(format->GetProperty(59, &untouched.Get()), S_FALSE);
+    }); // empty values are asked for
+    EXPECT_EQ(untouched.AsLong(), 5);
+}
+
+TEST_F(Objects, RefuseWhatTheyCannotAnswer)
+{
+    const auto page = Type("Item");
+    XLXComVariant value;
+    EXPECT_EQ(page->GetProperty(1000, value.Put()), E_INVALIDARG);
+    const auto error = LXErrorInformation::Take();
+    EXPECT_EQ(error.description, OLESTR("property index (1000) is out of range"));
+    EXPECT_EQ(error.source, OLESTR("ROAssociations::Get (associations, line 110)"));
+    EXPECT_EQ(page->GetProperty(-1, value.Put()), E_INVALIDARG);
+    EXPECT_EQ(page->SetProperty(1000, value.Get()), E_INVALIDARG);
+    EXPECT_EQ(page->Get(XLXComBSTR(OLESTR("no such name")).Get(), value.Put()), E_INVALIDARG);
+    EXPECT_EQ(page->GetProperty(0, nullptr), E_POINTER);
+    EXPECT_FALSE(page.As<ILXCallback>());
+    EXPECT_FALSE(page.As<ISupportErrorInfo>());
+}
+
+TEST_F(Objects, WrittenValuesStayUntilTheServersComeBack)
+{
+    const auto head = Attribute("Pump", "Head");
+    const XLXComVariant mine = XLXComVariant::FromBstr(OLESTR("Mine"));
+    EXPECT_EQ(head->SetProperty(XProperty::Label, mine.Get()), S_OK);
+    EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("Mine"));
+    Edit().SetAttributeProperty("Pump", "Head", XProperty::Unit, "m");
+    EXPECT_NE(LXRead(head.Get(), XProperty::Label), OLESTR("Mine"));
+    EXPECT_EQ(LXRead(head.Get(), XProperty::Unit), OLESTR("m"));
+}
+
+TEST_F(Objects, FailedReadsAreReturnedAndTriedAgain)
+{
+    const auto format = Format(1);
+    Calls().FailCall("", E_ACCESSDENIED);
+    EXPECT_EQ(LXRead(format.Get(), 0), OLESTR("<0x80070005>"));
+    Calls().FailCall("", S_OK);
+    EXPECT_EQ(LXRead(format.Get(), 0), OLESTR("<0x80004003>"));
+    EXPECT_EQ(LXRead(format.Get(), 0).find(OLESTR("<0x")), XLXText::npos);
+}
+
+TEST_F(Objects, FormatsAreAskedForOnce)
+{
+    const auto first = Format(1);
+    ExpectCalls(0, [&] { EXPECT_EQ(Format(1), first); });
+    ExpectCalls(1, [&] { Format(9, S_FALSE); });
+    ExpectCalls(0, [&] { Format(9, S_FALSE); });
+    Calls().FailCall("ILXAttribute::GetFormat", E_ACCESSDENIED);
+    EXPECT_FALSE(Format(2, E_ACCESSDENIED));
+    EXPECT_TRUE(Format(2));
+}
+
+TEST_F(Objects, FormatsAreCreatedAndDeletedOnTheServer)
+{
+    const auto head = Attribute("Pump", "Head");
+    XLXComPtr<ILXFormat> created;
+    EXPECT_EQ(head->CreateFormat(5, created.Put()), S_OK);
+    ExpectCalls(0, [&] { EXPECT_EQ(Format(5), created); });
+    EXPECT_EQ(head->DeleteFormat(5), S_OK);
+    ExpectCalls(1, [&] { Format(5, S_FALSE); });
+    Calls().FailCall("ILXAttribute::CreateFormat", E_ACCESSDENIED);
+    EXPECT_EQ(head->CreateFormat(6, created.Put()), E_ACCESSDENIED);
+    EXPECT_FALSE(created);
+    EXPECT_EQ(head->GetFormat(1, nullptr), E_POINTER);
+    EXPECT_NE(LXErrorInformation::Take().source.find(
+                  OLESTR("XLXAttributeCache::GetFormat (lxattributecache, line 552)")),
+              XLXText::npos);
+}
+
+TEST_F(Objects, AGroupHasOneFormat)
+{
+    XLXComPtr<ILXFormat> format;
+    EXPECT_EQ(Group("Pump", 7)->GetFormat(format.Put()), S_OK);
+    EXPECT_EQ(Group("Item", 1)->GetFormat(format.Put()), S_FALSE);
+    ExpectCalls(0, [&] { EXPECT_EQ(Group("Item", 1)->GetFormat(format.Put()), S_FALSE); });
+    Edit().AddGroupFormat("Item", 1);
+    EXPECT_EQ(Group("Item", 1)->GetFormat(format.Put()), S_OK);
+    EXPECT_EQ(Group("Item", 1)->GetFormat(nullptr), E_POINTER);
+    EXPECT_NE(LXErrorInformation::Take().source.find(
+                  OLESTR("XLXGroupCache::CreateFormat (lxgroupcache, line 359)")),
+              XLXText::npos);
+}
+
+TEST_F(Objects, AttributeTypesComeWithTheirAttributeOrInBatches)
+{
+    ExpectCalls(0, [&] { EXPECT_EQ(AttributeTypes(), (std::vector<std::string>{"Feet", "Metres"})); });
+    for (int i = 0; i < 120; ++i)
+    {
+        Edit().AddAttributeType("Pump", "Head", "T" + std::to_string(1000 + i), XNotify::No);
+    }
+    EXPECT_EQ(Notify(Attribute("Pump", "Head").Get(), "objects/x/0/1024"), S_OK); // just the attribute types
+    const XCallCounts before = Calls().Counts();
+    EXPECT_EQ(AttributeTypes().size(), 122u);
+    EXPECT_EQ(Calls().Counts().Since(before).Of("ILXAttributeTypeEnum::RemNext"), 2u);
+    XLXComPtr<ILXAttributeTypeEnum> none;
+    EXPECT_EQ(Attribute("Item", "Weight")->GetAttributeTypeEnum(none.Put()), S_FALSE);
+    EXPECT_EQ(Attribute("Item", "Weight")->GetAttributeTypeEnum(nullptr), E_POINTER);
+    EXPECT_FALSE(LXErrorInformation::Take().present);
+}
+
+/// Which notifications make which reads go to the server again.
+struct Effect
+{
+    const char* dataId;
+    bool store;
+    bool formats;
+};
+
+TEST_F(Objects, EachClassHasItsOwnNotificationBits)
+{
+    const auto head = Attribute("Pump", "Head");
+    const auto group = Group("Pump", 7);
+    const auto check = [&](ILXConfigObject* object, const Effect& effect,
+                           const std::function<void()>& format) {
+        LXRead(object, 0);
+        format();
+        EXPECT_EQ(Notify(object, effect.dataId), S_OK);
+        ExpectCalls(effect.store ? 1 : 0, [&] { LXRead(object, 0); });
+        ExpectCalls(effect.formats ? 1 : 0, format);
+    };
+    for (const Effect& effect :
+         {Effect{"pc/x/0/1", false, false}, Effect{"objects/x/0/1024", true, false},
+          Effect{"objects/x/0/2048", true, true}, Effect{"objects/x/0/0", true, true},
+          Effect{"objects/x/0/32", true, false}, Effect{"properties/x/0/512", true, false},
+          Effect{"properties/x/0/2", false, false}, Effect{"other/x/0/512", true, false},
+          Effect{"other/x/0/64", false, false}, Effect{"objects", true, true}})
+    {
+        SCOPED_TRACE(effect.dataId);
+        check(head.Get(), effect, [&] { Format(1); });
+    }
+    for (const Effect& effect :
+         {Effect{"objects/x/0/4096", true, true}, Effect{"objects/x/0/1024", true, false},
+          Effect{"properties/x/0/64", true, false}, Effect{"other/x/0/64", false, false}})
+    {
+        SCOPED_TRACE(effect.dataId);
+        check(group.Get(), effect, [&] {
+            XLXComPtr<ILXFormat> format;
+            EXPECT_EQ(group->GetFormat(format.Put()), S_OK);
+        });
+    }
+}

@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: MIT
+//
+// How a cache is brought into service and taken out of it.
+#include "XCfgCacheCallback.h"
+#include "cachefixture.h"
+
+using Startup = CacheTest;
+
+TEST_F(Startup, OneBulkReadWhateverTheNumberOfTypes)
+{
+    for (const int types : {1, 50, 400})
+    {
+        XGeneratorOptions options;
+        options.types = types;
+        m_server = XSampleServer::Create(LXGenerateModel(options));
+        m_cache = LXMakeCache();
+        ASSERT_EQ(Start(), S_OK);
+        EXPECT_EQ(Calls().Of("ILXConfigFactoryEx::GetTypeArrayEx"), 1u);
+        EXPECT_LE(Calls().Total(), 5u)
+            << Calls().Counts().Text(); // registration, two advices, types, relations
+        Terminate();
+    }
+}
+
+TEST_F(Startup, RegistersForBothDataTypesAndUnregisters)
+{
+    ASSERT_EQ(Start(), S_OK);
+    ASSERT_EQ(m_server->Clients().size(), 1u);
+    const XRegisteredClient client = m_server->Clients().front();
+    EXPECT_EQ(client.process, GetCurrentProcessId());
+    EXPECT_EQ(client.advices,
+              (std::map<XLXText, ULONG>{{OLESTR("cfc"), 256}, {OLESTR("cfc_specific"), 256}}));
+    Terminate();
+    EXPECT_TRUE(m_server->Clients().empty());
+}
+
+TEST_F(Startup, WithoutNotificationsTheServiceIsNotTouched)
+{
+    std::vector<XLXComVariant> values = Arguments(15, true, false);
+    values[2] = XLXComVariant();
+    ASSERT_EQ(Initialize(std::move(values)), S_OK);
+    Terminate();
+    EXPECT_EQ(Calls().Of("ILXDataUpdate::RegisterCallback") + Calls().Of("ILXDataUpdate::UnregisterCallback"),
+              0u);
+}
+
+TEST_F(Startup, SeparateCallbackObjectPassesNotificationsOn)
+{
+    const XCfgCacheCallbackRegistration registration;
+    ASSERT_EQ(Start(15, false, true), S_OK);
+    const auto attribute = Attribute("Pump", "Head");
+    EXPECT_EQ(Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift").result, S_OK);
+    EXPECT_EQ(LXRead(attribute.Get(), XProperty::Label), OLESTR("Lift"));
+    Terminate();
+}
+
+TEST_F(Startup, RefusesWrongArgumentsAndStaysUsable)
+{
+    const auto cut = [&](std::size_t count) {
+        std::vector<XLXComVariant> values = Arguments(15, false, false);
+        values.resize(count);
+        return values;
+    };
+    EXPECT_EQ(Initialize(cut(3)), E_INVALIDARG);
+    EXPECT_EQ(Initialize(cut(7)), E_INVALIDARG);
+    std::vector<XLXComVariant> noFactory = cut(4);
+    noFactory[0] = XLXComVariant::FromUnknown(m_server->DataUpdate().Get());
+    EXPECT_EQ(Initialize(std::move(noFactory)), E_NOINTERFACE);
+    EXPECT_EQ(Calls().Total(), 0u);
+    ASSERT_EQ(Initialize(cut(4)), S_OK);
+    LONG mode = 0;
+    EXPECT_EQ(m_cache->GetCFCDataTransferMode(&mode), S_OK);
+    EXPECT_EQ(mode, 1);
+    EXPECT_EQ(Initialize(cut(4)), S_OK); // again: nothing to do
+    EXPECT_EQ(m_server->Clients().size(), 1u);
+    Terminate();
+}
+
+TEST_F(Startup, ServerModeIsRefusedAfterClientMode)
+{
+    ASSERT_EQ(Start(), S_OK);
+    EXPECT_EQ(m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
+                                  m_server->DataUpdate().Get()),
+              E_FAIL);
+    const auto error = LXErrorInformation::Take();
+    EXPECT_EQ(error.description,
+              OLESTR("initializing the CFC has already be called from serverside and cannot be used "
+                     "in a client application"));
+    EXPECT_NE(error.source.find(
+                  OLESTR("XLXConfigFactoryCacheManager::Initialize (lxconfigfactorycachemanager, line")),
+              XLXText::npos);
+    EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
+    Terminate();
+}
+
+TEST_F(Startup, FailedRegistrationLeavesNothingBehind)
+{
+    for (const char* call : {"ILXDataUpdate::RegisterCallback", "ILXDataUpdate::EnableAdvicesDataType"})
+    {
+        m_cache = LXMakeCache();
+        Calls().FailCall(call, E_ACCESSDENIED);
+        EXPECT_EQ(Start(), E_ACCESSDENIED) << call;
+        EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("RegisterCallback()"));
+        EXPECT_TRUE(m_server->Clients().empty()) << call;
+    }
+}
+
+TEST_F(Startup, AServerWithoutBulkReadsIsRefused)
+{
+    m_server->RefuseBulkReads(true);
+    EXPECT_EQ(Start(), E_POINTER);
+}
+
+TEST_F(Startup, FailedBulkReadIsReturnedAndRetriedByTheNextQuestion)
+{
+    Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayEx", E_ACCESSDENIED);
+    EXPECT_EQ(Start(), E_ACCESSDENIED);
+    EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
+    Terminate();
+}
+
+TEST_F(Startup, EveryReferenceIsGivenBack)
+{
+    ASSERT_EQ(Start(), S_OK);
+    XLXComPtr<ILXAttributeEnum> attributes;
+    const auto pump = Type("Pump");
+    ASSERT_EQ(pump->GetAttributeEnum(attributes.Put()), S_OK);
+    Attribute("Pump", "Head");
+    Terminate();
+    // What the client still holds goes on answering.
+    EXPECT_EQ(LXReadAll<ILXAttribute>(attributes, 0).size(), 4u);
+    EXPECT_EQ(LXRead(pump.Get(), XProperty::TypeName), OLESTR("Pump"));
+}
+
+TEST_F(Startup, EndsAndStartsAgain)
+{
+    ASSERT_EQ(Start(), S_OK);
+    Terminate();
+    EXPECT_EQ(Client()->Terminate(), S_OK);
+    XLXComPtr<ILXType> none;
+    EXPECT_EQ(Factory()->GetType(XLXComBSTR(OLESTR("Pump")).Get(), nullptr, none.Put()), E_POINTER);
+    ASSERT_EQ(Start(), S_OK);
+    EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
+    Terminate();
+}
+
+TEST_F(Startup, ManyInitialisationsAtOnceRegisterOnce)
+{
+    m_cache = LXMakeCache();
+    std::vector<std::thread> threads;
+    std::atomic<int> failures{0};
+    for (int i = 0; i < 8; ++i)
+    {
+        threads.emplace_back([&] { failures += Start() == S_OK ? 0 : 1; });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(Calls().Of("ILXDataUpdate::RegisterCallback"), 1u);
+    EXPECT_EQ(Calls().Of("ILXConfigFactoryEx::GetTypeArrayEx"), 1u);
+    Terminate();
+}
+
+TEST_F(Startup, ValidityServerEndAndIdentity)
+{
+    ASSERT_EQ(Start(), S_OK);
+    LONG valid = 0;
+    EXPECT_EQ(m_cache->IsValid(&valid), S_OK);
+    EXPECT_EQ(valid, 1);
+    EXPECT_EQ(m_cache->SetInvalid(), S_OK);
+    EXPECT_EQ(m_cache->IsValid(&valid), S_OK);
+    EXPECT_EQ(valid, 0);
+    EXPECT_EQ(m_cache->IsValid(nullptr), E_POINTER);
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: pbValid"));
+
+    XLXComPtr<ILXConfigFactory> real;
+    EXPECT_EQ(m_cache->GetRealConfigFactory(real.Put()), S_OK);
+    EXPECT_EQ(real, m_server->ConfigFactory());
+
+    tagLXClientInfo info = {};
+    EXPECT_EQ(m_cache.As<ILXCallbackUpdate>()->GetClientInfo(&info), S_OK);
+    XLXComBSTR computer;
+    XLXComBSTR user;
+    XLXComBSTR password;
+    computer.Attach(info.bstrComputerName);
+    user.Attach(info.bstrUserName);
+    password.Attach(info.bstrPWD);
+    EXPECT_FALSE(computer.Empty());
+    EXPECT_EQ(computer.View(), user.View());
+    EXPECT_TRUE(password.Empty());
+    EXPECT_EQ(info.ulProcessID, GetCurrentProcessId());
+
+    EXPECT_EQ(Factory()->NotifyServerTermination(), S_OK);
+    const auto before = Calls().Total();
+    EXPECT_EQ(Edit().AddType("Late").result, S_OK);
+    XLXComPtr<ILXTypeEnum> types;
+    EXPECT_EQ(Factory()->GetTypeEnum(nullptr, types.Put()), S_OK);
+    EXPECT_EQ(Calls().Total(), before); // the notification changed nothing any more
+    Terminate();
+}

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: MIT
+//
+// Types by name, and what becomes of them when the server changes.
+#include "cachefixture.h"
+
+class Types : public CacheTest
+{
+protected:
+    void SetUp() override { ASSERT_EQ(Start(), S_OK); }
+    void TearDown() override { Terminate(); }
+
+    HRESULT Find(const char* name, XLXComPtr<ILXType>& type)
+    {
+        const XLXComBSTR text(XLXText((XLXFormat() << name).Text()));
+        return Factory()->GetType(text.Get(), nullptr, type.Put());
+    }
+    std::vector<std::string> Listed(bool searchableOnly = false)
+    {
+        XLXComPtr<ILXTypeEnum> types;
+        const HRESULT result = searchableOnly ? Factory()->GetSearchableTypeEnum(types.Put())
+                                              : Factory()->GetTypeEnum(nullptr, types.Put());
+        EXPECT_EQ(result, types ? S_OK : S_FALSE);
+        return LXReadAll<ILXType>(types, XProperty::TypeName);
+    }
+};
+
+TEST_F(Types, HitsAndNegativeAnswersMakeNoCall)
+{
+    ExpectCalls(0, [&] {
+        const auto pump = Type("Pump");
+        EXPECT_EQ(pump, Type("Pump"));
+        EXPECT_EQ(LXRead(pump.Get(), XProperty::BaseTypeName), OLESTR("Equipment"));
+    });
+    XLXComPtr<ILXType> none;
+    ExpectCalls(1, [&] { EXPECT_EQ(Find("Unknown", none), S_FALSE); });
+    ExpectCalls(0, [&] { EXPECT_EQ(Find("Unknown", none), S_FALSE); });
+    EXPECT_FALSE(none);
+}
+
+TEST_F(Types, NamesAreComparedExactly)
+{
+    XLXComPtr<ILXType> type;
+    EXPECT_EQ(Find("pump", type), S_FALSE);
+    EXPECT_EQ(Find("", type), S_FALSE);
+    EXPECT_EQ(m_cache->GetCachedType(m_server->DataObject("").Get(), nullptr, type.Put()), S_FALSE);
+    EXPECT_FALSE(LXErrorInformation::Take().present);
+    EXPECT_EQ(m_cache->GetCachedType(nullptr, nullptr, type.Put()), E_POINTER);
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: pObject"));
+}
+
+TEST_F(Types, EnumerationsListWhatTheServerLists)
+{
+    EXPECT_EQ(Listed(), (std::vector<std::string>{"Document", "Equipment", "Item", "Pump"}));
+    Edit().SetTypeListed("Document", false);
+    Edit().SetTypeProperty("Item", XProperty::Searchable, false);
+    EXPECT_EQ(Listed(), (std::vector<std::string>{"Equipment", "Item", "Pump"}));
+    EXPECT_EQ(Listed(true), (std::vector<std::string>{"Equipment", "Pump"}));
+}
+
+TEST_F(Types, BaseTypeIsLinkedAndShown)
+{
+    const auto pump = Type("Pump");
+    XLXComVariant base;
+    ASSERT_EQ(pump->GetProperty(27, base.Put()), S_OK);
+    ASSERT_NE(base.AsUnknown(), nullptr);
+    XLXComPtr<ILXType> shown = XLXComPtr<IUnknown>(base.AsUnknown()).As<ILXType>();
+    EXPECT_EQ(shown, Type("Equipment"));
+    XLXComVariant byName;
+    EXPECT_EQ(pump->Get(XLXComBSTR(OLESTR("LXCFG_basetype")).Get(), byName.Put()), S_OK);
+    EXPECT_EQ(byName.AsUnknown(), base.AsUnknown());
+}
+
+TEST_F(Types, AnAddedTypeReplacesItsNegativeAnswer)
+{
+    XLXComPtr<ILXType> valve;
+    EXPECT_EQ(Find("Valve", valve), S_FALSE);
+    EXPECT_EQ(Edit().AddType("Valve", "Equipment").result, S_OK);
+    ASSERT_EQ(Find("Valve", valve), S_OK);
+    XLXComPtr<ILXAttribute> inherited;
+    EXPECT_EQ(valve->GetAttribute(XLXComBSTR(OLESTR("Power")).Get(), inherited.Put()), S_OK);
+}
+
+TEST_F(Types, WhatCallersHoldStaysCurrentAcrossARefill)
+{
+    const auto pump = Type("Pump");
+    const auto head = Attribute("Pump", "Head");
+    const auto name = Attribute("Pump", "Name");
+    const auto group = Group("Item", 3);
+    Edit().SetTypeProperty("Pump", XProperty::TypeLabel, "Rotating pump");
+    EXPECT_EQ(LXRead(pump.Get(), XProperty::TypeLabel), OLESTR("Rotating pump"));
+
+    EXPECT_EQ(Edit().AddType("Valve", "Equipment").result, S_OK); // reloads all types
+    EXPECT_EQ(pump, Type("Pump"));
+    EXPECT_EQ(head, Attribute("Pump", "Head"));
+    EXPECT_EQ(group, Group("Item", 3));
+    Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift");
+    Edit().SetAttributeProperty("Item", "Name", XProperty::Label, "Tag");
+    Edit().SetGroupProperty("Item", 3, XProperty::GroupLabel, "Rest");
+    EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("Lift"));
+    EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Tag"));
+    EXPECT_EQ(LXRead(group.Get(), XProperty::GroupLabel), OLESTR("Rest"));
+}
+
+TEST_F(Types, LoadsNamedTypesWithTheirBasesInOneCall)
+{
+    Edit().AddType("Tank", "Equipment", XNotify::No);
+    Edit().AddType("Silo", "Tank", XNotify::No);
+    XLXComBSTR silo(OLESTR("Silo"));
+    XLXComBSTR gone(OLESTR("Gone"));
+    BSTR names[] = {silo.Get(), gone.Get()};
+    ExpectCalls(1, [&] { EXPECT_EQ(m_cache->LoadTypesByTypeNames(2, names, 1), S_OK); });
+    XLXComPtr<ILXType> type;
+    ExpectCalls(0, [&] {
+        EXPECT_EQ(Find("Silo", type), S_OK);
+        EXPECT_EQ(Find("Tank", type), S_OK);
+        EXPECT_EQ(Find("Gone", type), S_FALSE);
+    });
+    EXPECT_EQ(m_cache->LoadTypesByTypeNames(0, nullptr, 0), S_OK);
+    EXPECT_EQ(m_cache->LoadTypesByTypeNames(-1, names, 0), E_INVALIDARG);
+    EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, nullptr, 0), E_POINTER);
+}
+
+TEST_F(Types, AFetchedTypeBringsItsBases)
+{
+    Edit().AddType("Tank", "Equipment", XNotify::No);
+    Edit().AddType("Silo", "Tank", XNotify::No);
+    Edit().AddAttribute("Tank", "Volume", 1, XNotify::No);
+    XLXComPtr<ILXType> silo;
+    ExpectCalls(2, [&] { ASSERT_EQ(Find("Silo", silo), S_OK); }); // alone, then with its bases
+    XLXComPtr<ILXAttribute> volume;
+    EXPECT_EQ(silo->GetAttribute(XLXComBSTR(OLESTR("Volume")).Get(), volume.Put()), S_OK);
+}
+
+TEST_F(Types, ServerFailuresReachTheCallerAndAreNotKept)
+{
+    XLXComPtr<ILXType> type;
+    Edit().AddType("Tank", "Equipment", XNotify::No);
+    Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", E_ACCESSDENIED);
+    EXPECT_EQ(Find("Tank", type), E_ACCESSDENIED);
+    EXPECT_TRUE(LXErrorInformation::Take().present);
+    EXPECT_EQ(Find("Tank", type), S_OK);
+}
+
+TEST_F(Types, ATypeThatIsItsOwnBaseIsCachedWithoutOne)
+{
+    Edit().Change(
+        [](XServerModel& model) {
+            model.AddType("Loop").properties.Set(XProperty::BaseTypeName, "Loop");
+            model.AddType("A", "Item");
+            model.AddType("B", "A");
+            model.types.at(OLESTR("A"))->properties.Set(XProperty::BaseTypeName, "B");
+        },
+        "objects/Loop/0/2");
+    for (const char* name : {"Loop", "A", "B"})
+    {
+        XLXComPtr<ILXType> type;
+        ASSERT_EQ(Find(name, type), S_OK) << name;
+        XLXComPtr<ILXAttributeEnum> attributes;
+        EXPECT_EQ(type->GetAttributeEnum(attributes.Put()), S_FALSE) << name;
+    }
+    EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
+}
+
+TEST_F(Types, AddTypeWrapsTheServersNewType)
+{
+    XLXComPtr<ILXType> added;
+    EXPECT_EQ(Factory()->AddType(added.Put()), S_OK);
+    ASSERT_TRUE(added);
+    EXPECT_FALSE(added.As<ILXConfigObject>()); // a cached object, not the server's
+    Calls().FailCall("ILXConfigFactory::AddType", E_ACCESSDENIED);
+    EXPECT_EQ(Factory()->AddType(added.Put()), E_ACCESSDENIED);
+}
+
+TEST_F(Types, RefusedMethodsLeaveErrorInformationAlone)
+{
+    XLXComPtr<ICreateErrorInfo> mine;
+    ASSERT_EQ(CreateErrorInfo(mine.Put()), S_OK);
+    XLXComBSTR text(OLESTR("mine"));
+    mine->SetDescription(text.Get());
+    SetErrorInfo(0, mine.As<IErrorInfo>().Get());
+
+    const auto type = Type("Pump");
+    const auto factory = Factory();
+    LONG number = 0;
+    SAFEARRAY* array = nullptr;
+    XLXComPtr<ILXPage> page;
+    XLXComPtr<ILXAttribute> attribute;
+    XLXComPtr<ILXTypeEnum> types;
+    const HRESULT refused[] = {type->AddPage(page.Put()),
+                               type->RemovePage(nullptr, &number),
+                               type->AddAttribute(attribute.Put()),
+                               type->Copy(text.Get()),
+                               type->Gets(nullptr, &array),
+                               type->GetProperties(&array),
+                               type->GetTypeComponentData(15, &array),
+                               m_cache->GetTransientAttribute(attribute.Put()),
+                               factory->RemoveType(type.Get(), &number),
+                               factory->GetPlanTypeEnum(nullptr, types.Put()),
+                               factory->GetTypeArray(1, &array),
+                               factory->GetPCArray(&array),
+                               factory->DeleteDatabase(),
+                               factory->SetVersion(text.Get())};
+    for (const HRESULT result : refused)
+    {
+        EXPECT_EQ(result, E_NOTIMPL);
+    }
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("mine"));
+}
