@@ -46,12 +46,16 @@ TEST_F(Startup, WithoutNotificationsTheServiceIsNotTouched)
 
 TEST_F(Startup, SeparateCallbackObjectPassesNotificationsOn)
 {
-    const XCfgCacheCallbackRegistration registration;
-    ASSERT_EQ(Start(15, false, true), S_OK);
-    const auto attribute = Attribute("Pump", "Head");
-    EXPECT_EQ(Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift").result, S_OK);
-    EXPECT_EQ(LXRead(attribute.Get(), XProperty::Label), OLESTR("Lift"));
-    Terminate();
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    {
+        const XCfgCacheCallbackRegistration registration;
+        ASSERT_EQ(Start(15, false, true), S_OK);
+        const auto attribute = Attribute("Pump", "Head");
+        EXPECT_EQ(Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift").result, S_OK);
+        EXPECT_EQ(LXRead(attribute.Get(), XProperty::Label), OLESTR("Lift"));
+        Terminate();
+    }
+    CoUninitialize();
 }
 
 TEST_F(Startup, RefusesWrongArgumentsAndStaysUsable)

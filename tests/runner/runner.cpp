@@ -3,7 +3,6 @@
 #include "threadstates.h"
 
 #include <gtest/gtest.h>
-#include <objbase.h>
 
 #include <atomic>
 #include <chrono>
@@ -95,10 +94,8 @@ int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
     LXPrepareThreadStates();
-    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     testing::UnitTest::GetInstance()->listeners().Append(new Watchdog);
     const int result = RUN_ALL_TESTS();
-    CoUninitialize();
     if (Watchdog::HasFired())
     {
         return LXWatchdogExitCode;
