@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: MIT
+#include "fuzztargets.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    FuzzTypeComponents({data, size});
+    return 0;
+}

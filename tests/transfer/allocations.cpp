@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#include "allocations.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+struct Watched
+{
+    bool on = false;
+    std::size_t failing = 0;
+    std::size_t count = 0;
+    std::size_t bytes = 0;
+};
+
+thread_local Watched g_watched;
+} // namespace
+
+XAllocationWatch::XAllocationWatch(std::size_t failing)
+{
+    g_watched = {true, failing, 0, 0};
+}
+XAllocationWatch::~XAllocationWatch()
+{
+    g_watched = {};
+}
+std::size_t XAllocationWatch::Count() const
+{
+    return g_watched.count;
+}
+std::size_t XAllocationWatch::Bytes() const
+{
+    return g_watched.bytes;
+}
+
+void* operator new(std::size_t size)
+{
+    if (g_watched.on)
+    {
+        g_watched.bytes += size;
+        if (++g_watched.count == g_watched.failing)
+        {
+            throw std::bad_alloc();
+        }
+    }
+    void* const memory = std::malloc(size != 0 ? size : 1);
+    if (memory == nullptr)
+    {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: MIT
+//
+// Arrays that are spoiled in one place each: what is raised, and that nothing leaks or grows.
+#include "allocations.h"
+#include "transferfixtures.h"
+
+#include <set>
+
+namespace
+{
+/// A number in place of an element.
+struct Spoiled
+{
+    const char* name;
+    EKind kind;
+    ULONG at;
+    VARTYPE type;
+    ULONG value;
+    const char* text;
+    const char* method;
+};
+
+std::ostream& operator<<(std::ostream& out, const Spoiled& row)
+{
+    return out << row.kind << row.name;
+}
+
+constexpr ULONG MostNegative = 0x80000000;
+constexpr const char* WrongSize = "wrong safearray size";
+constexpr const char* NegativeCount = "vector element count is negative";
+constexpr const char* WrongAlgorithm = "wrong mapping algorithm stored in safearray";
+constexpr const char* WrongWrapper = "wrong data wrapper id stored in safearray";
+
+constexpr Spoiled SpoiledArrays[] = {
+    {"Algorithm", EKind::TypeArray, 0, VT_I4, 2, WrongAlgorithm, "GetMapFromArray"},
+    {"Algorithm", EKind::PCArray, 0, VT_I4, 1, WrongAlgorithm, "GetVecFromArray"},
+    {"Algorithm", EKind::TypeComponents, 0, VT_I4, 0, WrongAlgorithm, "GetWrapperFromArray"},
+    {"Wrapper", EKind::TypeArray, 1, VT_I4, 1, WrongWrapper, "GetMapFromArray"},
+    {"Wrapper", EKind::PCArray, 1, VT_I4, 0, WrongWrapper, "GetVecFromArray"},
+    {"Wrapper", EKind::TypeComponents, 1, VT_I4, 2, WrongWrapper, "GetWrapperFromArray"},
+    {"NegativeCount", EKind::PCArray, 2, VT_I4, MostNegative, NegativeCount, "VecFromSafeArray"},
+    {"NegativeCount", EKind::RecordList, 0, VT_I4, 0xFFFFFFFF, NegativeCount, "VecFromSafeArray"},
+    {"NegativeValueCount", EKind::TypeArray, 10, VT_I4, 0xFFFFFFFF, NegativeCount, "VecFromSafeArray"},
+    {"NegativeTypeCount", EKind::AttributeList, 61, VT_I4, 0xFFFFFFFF, NegativeCount, "VecFromSafeArray"},
+    {"NegativeSubArray", EKind::TypeArray, 30, VT_I4, 0xFFFFFFFF, WrongSize, "SafeArrayFromSafeArray"},
+    {"NegativeSubArray", EKind::TypeComponents, 5, VT_I4, MostNegative, WrongSize, "SafeArrayFromSafeArray"},
+    {"MoreNamesThanElements", EKind::TypeArray, 2, VT_UI4, 40, WrongSize, "GetMapFromArray"},
+    {"OneRecordTooMany", EKind::TypeArray, 3, VT_UI4, 3, WrongSize, "FromSafeArray"},
+    {"OneRecordTooMany", EKind::PCArray, 2, VT_I4, 3, WrongSize, "FromSafeArray"},
+    {"OneRecordTooMany", EKind::RecordList, 0, VT_I4, 3, WrongSize, "FromSafeArray"},
+    {"OneValueTooMany", EKind::RecordList, 5, VT_I4, 1, WrongSize, "VecFromSafeArray"},
+    {"OneTypeTooMany", EKind::AttributeList, 131, VT_I4, 1, WrongSize, "VecFromSafeArray"},
+    {"TypesBeyondTheEnd", EKind::AttributeList, 61, VT_I4, 9, WrongSize, "ReadAttributeList"},
+    {"SubArrayBeyondTheEnd", EKind::TypeArray, 30, VT_I4, 12, WrongSize, "SafeArrayFromSafeArray"},
+    {"SubArrayBeyondTheEnd", EKind::TypeComponents, 12, VT_I4, 1, WrongSize, "SafeArrayFromSafeArray"},
+    {"HugeNames", EKind::TypeArray, 2, VT_UI4, 0xFFFFFFFF, WrongSize, "GetMapFromArray"},
+    {"HugeRecords", EKind::TypeArray, 3, VT_UI4, 0xFFFFFFFF, WrongSize, "GetMapFromArray"},
+    {"HugeValues", EKind::TypeArray, 10, VT_I4, 0x7FFFFFFF, WrongSize, "VecFromSafeArray"},
+    {"HugeSubArray", EKind::TypeArray, 30, VT_I4, 0x7FFFFFFF, WrongSize, "SafeArrayFromSafeArray"},
+    {"HugeSubArray", EKind::TypeComponents, 10, VT_I4, 0x08000000, WrongSize, "SafeArrayFromSafeArray"},
+    {"HugeCount", EKind::PCArray, 2, VT_I4, 0x7FFFFFFF, WrongSize, "VecFromSafeArray"},
+    {"HugeCount", EKind::RecordList, 0, VT_I4, 0x7FFFFFFF, WrongSize, "VecFromSafeArray"},
+    {"HugeTypes", EKind::AttributeList, 61, VT_I4, 0x7FFFFFFF, WrongSize, "VecFromSafeArray"},
+};
+
+class SpoiledArray : public testing::TestWithParam<Spoiled>
+{};
+
+TEST_P(SpoiledArray, IsRefusedWithoutGrowing)
+{
+    const Spoiled& row = GetParam();
+    XLXSafeArray array = Sample(row.kind);
+    ASSERT_EQ(V_VT(&ElementOf(array, row.at)), row.type) << "the sample has something else there";
+    V_UI4(&ElementOf(array, row.at)) = row.value;
+    const XAllocationWatch watch;
+    EXPECT_EQ(Read(row.kind, std::move(array)), (Raised{E_INVALIDARG, row.text, row.method}));
+    EXPECT_LT(watch.Bytes(), 64U * 1024);
+}
+
+INSTANTIATE_TEST_SUITE_P(Transfer, SpoiledArray, testing::ValuesIn(SpoiledArrays),
+                         [](const auto& row) { return testing::PrintToString(row.param); });
+
+/// The positions whose elements may be of any type.
+std::set<ULONG> FreePositions(EKind kind)
+{
+    switch (kind)
+    {
+    case EKind::TypeArray:
+        return {11, 12, 13, 24, 25, 26, 31, 32, 33, 34, 35, 36, 37};
+    case EKind::PCArray:
+        return {5, 6};
+    case EKind::TypeComponents:
+        return {6, 7, 8, 9};
+    case EKind::RecordList:
+        return {3};
+    default: {
+        std::set<ULONG> free;
+        for (ULONG i = 1; i <= 60; ++i)
+        {
+            free.insert({i, 70 + i});
+        }
+        for (ULONG i = 62; i <= 68; ++i)
+        {
+            free.insert(i);
+        }
+        return free;
+    }
+    }
+}
+
+class EveryElement : public testing::TestWithParam<EKind>
+{};
+
+TEST_P(EveryElement, OfAnotherTypeIsRefusedUnlessItIsAValue)
+{
+    const EKind kind = GetParam();
+    const XLXSafeArray sample = Sample(kind);
+    const std::set<ULONG> free = FreePositions(kind);
+    const long before = XCountedObject::alive;
+    for (ULONG at = 0; at < CountOf(sample); ++at)
+    {
+        const std::string described = Describe(ElementOf(sample, at));
+        const std::string type = described.substr(0, described.find(' '));
+        const Raised expected =
+            free.contains(at)
+                ? Raised{}
+                : Raised{E_INVALIDARG, "variant type mismatch: expected VT_" + type, "FromVariant"};
+        for (const VARTYPE wrong : {VT_I2, VT_EMPTY, VT_DISPATCH})
+        {
+            XLXSafeArray array = Cut(sample, CountOf(sample));
+            VariantClear(&ElementOf(array, at));
+            ElementOf(array, at) = VARIANT{};
+            V_VT(&ElementOf(array, at)) = wrong;
+            EXPECT_EQ(Read(kind, std::move(array)), expected) << at << " " << wrong;
+        }
+    }
+    EXPECT_EQ(XCountedObject::alive, before);
+}
+
+TEST_P(EveryElement, IsNeeded)
+{
+    const EKind kind = GetParam();
+    const XLXSafeArray sample = Sample(kind);
+    const long before = XCountedObject::alive;
+    for (ULONG count = 0; count < CountOf(sample); ++count)
+    {
+        XLXSafeArray array = Cut(sample, count);
+        if (kind == EKind::AttributeList && (count == 0 || count == 70)) // between two attributes
+        {
+            EXPECT_EQ(XLXCFCDataTransfer::ReadAttributeList(std::move(array)).size(), count / 70);
+            continue;
+        }
+        const Raised raised = Read(kind, std::move(array));
+        EXPECT_EQ(raised.code, E_INVALIDARG) << count;
+        EXPECT_EQ(raised.text, WrongSize) << count;
+    }
+    EXPECT_EQ(XCountedObject::alive, before);
+}
+
+TEST_P(EveryElement, IsFreedWhenMemoryRunsOut)
+{
+    const EKind kind = GetParam();
+    const long before = XCountedObject::alive;
+    bool done = false;
+    for (std::size_t failing = 1; !done; ++failing)
+    {
+        XLXSafeArray array = Sample(kind);
+        const XAllocationWatch watch(failing);
+        try
+        {
+            const XLXSafeArray written = ReadAndWrite(kind, std::move(array));
+            done = true;
+        }
+        catch (const std::bad_alloc&)
+        {}
+        ASSERT_EQ(watch.Count() >= failing, !done);
+        ASSERT_EQ(XCountedObject::alive, before) << failing;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Transfer, EveryElement, testing::ValuesIn(AllKinds),
+                         testing::PrintToStringParamName());
+} // namespace

@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: MIT
+//
+// What the readers make of well-formed arrays, and that the writers make the same arrays again.
+#include "transferfixtures.h"
+
+#include <limits>
+
+using namespace XLXCFCDataTransfer;
+
+namespace
+{
+class EveryKind : public testing::TestWithParam<EKind>
+{};
+
+TEST_P(EveryKind, IsWrittenAsItWasRead)
+{
+    XLXSafeArray array = Sample(GetParam());
+    const auto expected = Describe(array);
+    EXPECT_EQ(Describe(ReadAndWrite(GetParam(), std::move(array))), expected);
+}
+
+TEST_P(EveryKind, KeepsTheVeryObjects)
+{
+    XLXSafeArray array = Sample(GetParam());
+    std::vector<IUnknown*> before;
+    for (ULONG i = 0; i < CountOf(array); ++i)
+    {
+        const VARIANT& element = ElementOf(array, i);
+        before.push_back(V_VT(&element) == VT_UNKNOWN ? V_UNKNOWN(&element) : nullptr);
+    }
+    const XLXSafeArray again = ReadAndWrite(GetParam(), std::move(array));
+    ASSERT_EQ(CountOf(again), before.size());
+    for (ULONG i = 0; i < before.size(); ++i)
+    {
+        const VARIANT& element = ElementOf(again, i);
+        EXPECT_EQ(V_VT(&element) == VT_UNKNOWN ? V_UNKNOWN(&element) : nullptr, before[i]) << i;
+    }
+}
+
+TEST_P(EveryKind, MayHaveAnyLowerBound)
+{
+    const XLXSafeArray array = Sample(GetParam());
+    using Limits = std::numeric_limits<LONG>;
+    for (const LONG bound : std::initializer_list<LONG>{1, -7, Limits::min(), Limits::max() - 3})
+    {
+        XLXSafeArray moved = Cut(array, CountOf(array), bound);
+        EXPECT_EQ(Describe(ReadAndWrite(GetParam(), std::move(moved))), Describe(array)) << bound;
+    }
+}
+
+// Trailing elements are nobody's, except in an attribute list, which ends with its array.
+TEST_P(EveryKind, MayBeFollowedByFurtherElements)
+{
+    const XLXSafeArray sample = Sample(GetParam());
+    XArrayWriter writer;
+    for (ULONG i = 0; i < CountOf(sample); ++i)
+    {
+        writer.Add(XLXComVariant::CopyOf(ElementOf(sample, i)));
+    }
+    XLXSafeArray array = writer.Put(LONG{7}).Finish();
+    const Raised expected =
+        GetParam() == EKind::AttributeList
+            ? Raised{E_INVALIDARG, "variant type mismatch: expected VT_UNKNOWN", "FromVariant"}
+            : Raised{};
+    EXPECT_EQ(Read(GetParam(), std::move(array)), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Transfer, EveryKind, testing::ValuesIn(AllKinds), testing::PrintToStringParamName());
+
+TEST(TypeArray, HasTheElementsOfTheDocumentedExample)
+{
+    XILXTypeMap types;
+    const ULONG part = types.IndexOf(OLESTR("Part"));
+    types.records[part].config = {NewObject(),
+                                  Values(Text(OLESTR("Part")), XLXComVariant(), XLXComVariant())};
+    types.records[part].listed = types.records[part].searchable = true;
+
+    XILXTypeData& pump = types.records[types.IndexOf(OLESTR("Pump"))];
+    pump.config = {NewObject(), Values(Text(OLESTR("Pump")), XLXComVariant(), Text(OLESTR("Part")))};
+    std::vector<XILXConfigData> editors(1);
+    editors[0] = {NewObject(),
+                  Values(Text(OLESTR("tree")), Bool(true), Bool(false), Text(OLESTR("Pump.Editor")))};
+    pump.components.editors = GetArrayFromSingleTypedVec(std::move(editors));
+    pump.baseIndex = static_cast<LONG>(types.IndexOf(OLESTR("Part")));
+    pump.listed = true;
+
+    EXPECT_EQ(Describe(GetArrayFromMap(std::move(types))), Describe(Sample(EKind::TypeArray)));
+}
+
+TEST(TypeArray, GivesNamesRecordsAndUnparsedLists)
+{
+    XLXSafeArray array = Sample(EKind::TypeArray);
+    const long counted = XCountedObject::counted;
+    const XILXTypeMap types = GetMapFromArray(std::move(array));
+    EXPECT_EQ(XCountedObject::counted, counted) << "objects are moved, not copied";
+    EXPECT_EQ(types.names, (std::map<XLXText, ULONG>{{OLESTR("Part"), 0}, {OLESTR("Pump"), 1}}));
+    ASSERT_EQ(types.records.size(), 2U);
+    const XILXTypeData& part = types.records.at(0);
+    const XILXTypeData& pump = types.records.at(1);
+    EXPECT_EQ(part.baseIndex, NoBaseIndex);
+    EXPECT_EQ(pump.baseIndex, 0);
+    EXPECT_TRUE(part.listed && part.searchable && pump.listed && !pump.searchable);
+    EXPECT_TRUE(part.config.object && pump.config.object);
+    ASSERT_EQ(pump.config.values.size(), 3U);
+    EXPECT_EQ(pump.config.values[2].AsText(), OLESTR("Part"));
+    EXPECT_FALSE(part.components.editors || pump.components.pages || pump.components.groups ||
+                 pump.components.attributes);
+    ASSERT_TRUE(pump.components.editors);
+    EXPECT_EQ(Describe(pump.components.editors),
+              (std::vector<std::string>{"I4 1", "UNKNOWN", "I4 4", "BSTR tree", "BOOL true", "BOOL 0",
+                                        "BSTR Pump.Editor"}));
+}
+
+TEST(TypeArray, TakesTheLaterOfTwoEntriesOfOneKey)
+{
+    XArrayWriter writer(EMappingAlgorithm::Map, EWrapperId::TypeData);
+    writer.Put(ULONG{2}, ULONG{2}, OLESTR("Part"), ULONG{7}, OLESTR("Part"), ULONG{9});
+    for (const LONG base : std::initializer_list<LONG>{4, 5})
+    {
+        writer.Put(ULONG{9}, NewObject().Get(), LONG{0}, ULONG{0}, ULONG{0}, ULONG{0}, ULONG{0}, base, true,
+                   true);
+    }
+    const XILXTypeMap types = GetMapFromArray(writer.Finish());
+    EXPECT_EQ(types.names, (std::map<XLXText, ULONG>{{OLESTR("Part"), 9}}));
+    ASSERT_EQ(types.records.size(), 1U);
+    EXPECT_EQ(types.records.at(9).baseIndex, 5);
+}
+
+TEST(TypeRecord, NamesItsBaseByTextUnderAnyOtherAlgorithm)
+{
+    XILXTypeData record;
+    record.baseName = OLESTR("Part");
+    record.searchable = true;
+    XArrayWriter writer(EMappingAlgorithm::Vector, EWrapperId::TypeData);
+    writer.Put(std::move(record));
+    XArrayReader reader(writer.Finish(), 2, "test");
+    reader.ReadHeader(EMappingAlgorithm::Vector, EWrapperId::TypeData, "test");
+    const auto read = FromSafeArray<XILXTypeData>(reader);
+    EXPECT_EQ(read.baseName, OLESTR("Part"));
+    EXPECT_EQ(read.baseIndex, NoBaseIndex);
+    EXPECT_TRUE(read.searchable && !read.listed);
+    EXPECT_EQ(reader.Remaining(), 0U);
+}
+
+TEST(TypeComponents, DistinguishEmptyFromMissing)
+{
+    const XILXTypeComp some = GetWrapperFromArray(Sample(EKind::TypeComponents));
+    ASSERT_TRUE(some.pages && some.groups && some.attributes);
+    EXPECT_FALSE(some.editors);
+    EXPECT_EQ(CountOf(some.pages), 4U);
+    EXPECT_EQ(some.pages.Get()->rgsabound[0].lLbound, 0);
+    EXPECT_EQ(CountOf(some.groups), 0U);
+    EXPECT_EQ(CountOf(some.attributes), 0U);
+
+    const XILXTypeComp none =
+        GetWrapperFromArray(ArrayOf(LONG{4}, LONG{4}, ULONG{0}, ULONG{0}, ULONG{0}, ULONG{0}));
+    EXPECT_FALSE(none.pages || none.groups || none.editors || none.attributes);
+}
+
+TEST(TypeComponents, TakeAnyFlagButZeroForPresent)
+{
+    const XILXTypeComp read = GetWrapperFromArray(
+        ArrayOf(LONG{4}, LONG{4}, ULONG{0}, ULONG{0x80000000}, ULONG{0}, LONG{0}, ULONG{0}));
+    EXPECT_TRUE(read.groups && !read.pages && !read.editors && !read.attributes);
+}
+
+TEST(RecordList, MayHoldNoRecordsAndNullObjects)
+{
+    EXPECT_TRUE(GetSingleTypedVecFromArray(ArrayOf(LONG{0})).empty());
+    const auto records = GetSingleTypedVecFromArray(Sample(EKind::RecordList));
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_TRUE(records[0].object);
+    EXPECT_EQ(records[0].values.at(0).AsText(), OLESTR("Main"));
+    EXPECT_FALSE(records[1].object);
+    EXPECT_TRUE(records[1].values.empty());
+}
+
+TEST(AttributeList, GivesValuesInMemberOrderAndTheTypesOfEachAttribute)
+{
+    const auto attributes = ReadAttributeList(Sample(EKind::AttributeList));
+    ASSERT_EQ(attributes.size(), 2U);
+    for (const XILXAttributeData& attribute : attributes)
+    {
+        EXPECT_TRUE(attribute.object);
+        ASSERT_EQ(attribute.values.size(), AttributeValueCount);
+        EXPECT_EQ(attribute.values[0].AsLong(), 0);
+        EXPECT_EQ(attribute.values[58].AsLong(), 58);
+    }
+    ASSERT_EQ(attributes[0].types.size(), 1U);
+    EXPECT_TRUE(attributes[0].types[0].object);
+    ASSERT_EQ(attributes[0].types[0].values.size(), AttributeTypeValueCount);
+    EXPECT_EQ(attributes[0].types[0].values[6].AsLong(), 6);
+    EXPECT_TRUE(attributes[1].types.empty());
+    EXPECT_TRUE(ReadAttributeList(ArrayOf()).empty());
+}
+
+TEST(Values, OfAnyTypeAreTakenOverAsTheyStand)
+{
+    XLXComVariant number = XLXComVariant::FromDouble(2.5);
+    XLXComVariant nested;
+    V_VT(&nested.Get()) = VT_ARRAY | VT_VARIANT;
+    SAFEARRAY* const inner = ArrayOf(NewObject().Get(), OLESTR("x")).Detach();
+    V_ARRAY(&nested.Get()) = inner;
+    const XLXText withNull(OLESTR("a\0b"), 3);
+    auto records = GetSingleTypedVecFromArray(
+        ArrayOf(LONG{1}, NewObject().Get(), Values(std::move(number), std::move(nested), Text(withNull))));
+    const XLXVariantVector& values = records.at(0).values;
+    EXPECT_EQ(V_VT(&values.at(0).Get()), VT_R8);
+    EXPECT_EQ(V_R8(&values[0].Get()), 2.5);
+    EXPECT_EQ(V_ARRAY(&values.at(1).Get()), inner);
+    EXPECT_EQ(values.at(2).AsText(), withNull);
+}
+
+TEST(Booleans, AreTrueWhenTheyAreNotZero)
+{
+    XLXSafeArray array = Sample(EKind::TypeArray);
+    V_BOOL(&ElementOf(array, 41)) = 1;
+    EXPECT_TRUE(GetMapFromArray(std::move(array)).records.at(1).searchable);
+}
+
+TEST(AttributeList, WithoutTheFixedNumberOfValuesIsNotWritten)
+{
+    const auto write = [](std::size_t values, std::size_t typeValues) -> std::string {
+        std::vector<XILXAttributeData> list(1);
+        list[0].values.resize(values);
+        list[0].types.resize(1);
+        list[0].types[0].values.resize(typeValues);
+        try
+        {
+            const XLXSafeArray array = GetArrayFromAttributeList(std::move(list));
+            return std::to_string(CountOf(array));
+        }
+        catch (const XLXException& error)
+        {
+            return Narrow(error.Message());
+        }
+    };
+    EXPECT_EQ(write(60, 7), "70");
+    EXPECT_EQ(write(59, 7), "an attribute record has 60 values");
+    EXPECT_EQ(write(60, 8), "an attribute type record has 7 values");
+}
+} // namespace

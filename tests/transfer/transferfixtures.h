@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+//
+// One well-formed array of each kind, made element by element, and the reader and writer of the kind.
+#ifndef TRANSFERFIXTURES_H
+#define TRANSFERFIXTURES_H
+
+#include "XCFCDataTransfer.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <ostream>
+#include <string>
+
+/// A counted object that stands for one of the server's.
+class XCountedObject final : public IUnknown
+{
+public:
+    XCountedObject() { ++alive; }
+    ~XCountedObject() { --alive; }
+    XCountedObject(const XCountedObject&) = delete;
+    XCountedObject& operator=(const XCountedObject&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID, void** ppv) override
+    {
+        *ppv = nullptr;
+        return E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override
+    {
+        ++counted;
+        return ++m_references;
+    }
+    STDMETHODIMP_(ULONG) Release() override;
+
+    static inline std::atomic<long> alive{0};
+    static inline std::atomic<long> counted{0}; ///< calls of AddRef on any object
+
+private:
+    std::atomic<ULONG> m_references{0};
+};
+
+XLXComPtr<IUnknown> NewObject();
+
+enum class EKind
+{
+    TypeArray,
+    PCArray,
+    TypeComponents,
+    RecordList,
+    AttributeList
+};
+
+constexpr EKind AllKinds[] = {EKind::TypeArray, EKind::PCArray, EKind::TypeComponents, EKind::RecordList,
+                              EKind::AttributeList};
+
+std::ostream& operator<<(std::ostream& out, EKind kind);
+
+/// A well-formed array.
+XLXSafeArray Sample(EKind kind);
+/// Reads an array and writes what was read.
+XLXSafeArray ReadAndWrite(EKind kind, XLXSafeArray array);
+
+/// The elements of an array as text, such as "I4 -1", "BSTR Pump" or "EMPTY".
+std::vector<std::string> Describe(const XLXSafeArray& array);
+std::string Describe(const VARIANT& element);
+
+/// An array of the given elements.
+template <class... T>
+XLXSafeArray ArrayOf(T&&... elements)
+{
+    XLXCFCDataTransfer::XArrayWriter writer;
+    return writer.Put(std::forward<T>(elements)...).Finish();
+}
+
+template <class... T>
+XLXVariantVector Values(T... values)
+{
+    XLXVariantVector all;
+    (all.push_back(std::move(values)), ...);
+    return all;
+}
+
+inline XLXComVariant Text(XLXTextView text)
+{
+    return XLXComVariant::FromBstr(text);
+}
+inline XLXComVariant Bool(bool value)
+{
+    return XLXComVariant::FromBool(value);
+}
+
+/// The first elements of an array as an array of its own, with another lower bound if one is given.
+XLXSafeArray Cut(const XLXSafeArray& array, ULONG count, LONG lowerBound = 0);
+ULONG CountOf(const XLXSafeArray& array);
+/// An element of an array, to be looked at or changed in place.
+VARIANT& ElementOf(const XLXSafeArray& array, ULONG index);
+
+/// What a call raised.
+struct Raised
+{
+    HRESULT code = S_OK;
+    std::string text;
+    std::string method;
+
+    bool operator==(const Raised&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const Raised& raised);
+
+/// Reads an array; what the reader raised is checked to name this source and scope.
+Raised Read(EKind kind, XLXSafeArray array);
+
+std::string Narrow(XLXTextView text);
+
+#endif
