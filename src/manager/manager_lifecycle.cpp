@@ -11,13 +11,18 @@ constexpr const OLECHAR* ModeConflictText = OLESTR(
     "initializing the CFC has already be called from serverside and cannot be used in a client application");
 constexpr ULONG AdvicesDesired = 0x100;
 
-/// The interface in a variant; a null or empty one is null. A failing query is returned.
+/// The interface in a variant. A null or empty one is E_POINTER, another value DISP_E_TYPEMISMATCH; a failing
+/// query is returned.
 template <class T>
 HRESULT InterfaceIn(const VARIANT& value, XLXComPtr<T>& result)
 {
-    IUnknown* const object =
-        V_VT(&value) == VT_UNKNOWN || V_VT(&value) == VT_DISPATCH ? V_UNKNOWN(&value) : nullptr;
-    return object != nullptr ? object->QueryInterface(LXIid<T>(), result.PutVoid()) : E_NOINTERFACE;
+    const VARTYPE type = V_VT(&value);
+    if (type != VT_UNKNOWN && type != VT_DISPATCH && type != VT_EMPTY)
+    {
+        return DISP_E_TYPEMISMATCH;
+    }
+    IUnknown* const object = type != VT_EMPTY ? V_UNKNOWN(&value) : nullptr;
+    return object != nullptr ? object->QueryInterface(LXIid<T>(), result.PutVoid()) : E_POINTER;
 }
 
 bool IsPresent(const VARIANT& value)
@@ -302,10 +307,14 @@ HRESULT XLXConfigFactoryCacheManager::Terminate()
 {
     const LXErrorLocation at = LXManagerAt("Terminate");
     return XLXError::Guarded(at, [&]() -> HRESULT {
-        EmptyCaches();
-        // The server may wait in UnregisterCallback for notifications that are under way, and an
-        // initialisation on another thread may wait for the server: no lock is held here.
-        ServerReferences server = TakeServerReferences();
+        ServerReferences server;
+        {
+            const XFillGuard init(m_init);
+            EmptyCaches();
+            server = TakeServerReferences();
+        }
+        // The server may wait in UnregisterCallback for notifications that are under way: nothing is held
+        // here.
         if (server.dataUpdate && !m_bNoNotifications.load())
         {
             XLXError::LogFailure(OLESTR("m_pDataUpdate->UnregisterCallback failed"), at, [&] {

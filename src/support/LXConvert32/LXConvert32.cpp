@@ -152,7 +152,7 @@ XLXComVariant XLXComVariant::FromUnknown(IUnknown* object) noexcept
 XLXComVariant XLXComVariant::CopyOf(const VARIANT& value)
 {
     XLXComVariant copy;
-    const HRESULT result = VariantCopy(&copy.m_value, const_cast<VARIANT*>(&value));
+    const HRESULT result = VariantCopyInd(&copy.m_value, const_cast<VARIANT*>(&value));
     if (result == E_OUTOFMEMORY)
     {
         throw std::bad_alloc();

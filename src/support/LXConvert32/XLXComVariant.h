@@ -33,7 +33,8 @@ public:
     /// Adds a reference to the object.
     static XLXComVariant FromUnknown(IUnknown* object) noexcept;
 
-    /// A copy of a VARIANT; raises the platform's code when it cannot be made.
+    /// A copy of a VARIANT, of what it refers to when it is a reference; raises the platform's code when it
+    /// cannot be made.
     static XLXComVariant CopyOf(const VARIANT& value);
     XLXComVariant Copy() const { return CopyOf(m_value); }
     /// Takes over what the VARIANT owns and leaves it VT_EMPTY.

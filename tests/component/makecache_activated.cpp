@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+//
+// The cache as a program gets it: the module is registered and the class activated.
+#include "cachefixture.h"
+#include "lxtestrunner.h"
+#include "modulefile.h"
+
+#include <objbase.h>
+
+XLXComPtr<ILXConfigFactoryCache> LXMakeCache()
+{
+    XLXComPtr<ILXConfigFactoryCache> cache;
+    EXPECT_EQ(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER,
+                               LXIid<ILXConfigFactoryCache>(), cache.PutVoid()),
+              S_OK);
+    return cache;
+}
+
+namespace
+{
+class Registered : public testing::Environment
+{
+    void SetUp() override
+    {
+        ASSERT_GE(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+        ASSERT_EQ(RegisterModule(), S_OK);
+    }
+    void TearDown() override
+    {
+        {
+            const ModuleFile module;
+            EXPECT_EQ(module.CanUnloadNow(), S_OK) << "an object of the component is still alive";
+        }
+        EXPECT_EQ(UnregisterModule(), S_OK);
+        CoUninitialize();
+    }
+};
+
+testing::Environment* const g_registered = testing::AddGlobalTestEnvironment(new Registered);
+const LXLiveCounter g_serverObjects("objects of the sample server",
+                                    [] { return XSampleServer::LiveObjectsOfAllServers(); });
+} // namespace
+
+TEST(Activated, ObjectsKeepTheModuleAfterTheManagerIsGone)
+{
+    const ModuleFile module;
+    XLXComPtr<IUnknown> held;
+    {
+        const auto server = XSampleServer::Create(LXTestModel());
+        XLXComPtr<ILXConfigFactoryCache> cache = LXMakeCache();
+        XLXComVariant values[4];
+        values[0] = XLXComVariant::FromUnknown(server->ConfigFactory().Get());
+        values[3] = XLXComVariant::FromBool(true);
+        ASSERT_EQ(cache.As<IDPFObject>()->Initialize(4, &values[0].Get()), S_OK);
+        XLXComPtr<ILXTypeEnum> types;
+        ASSERT_EQ(cache.As<ILXConfigFactory>()->GetTypeEnum(nullptr, types.Put()), S_OK);
+        EXPECT_EQ(cache.As<IDPFObject>()->Terminate(), S_OK);
+        held = types;
+    }
+    EXPECT_EQ(module.CanUnloadNow(), S_FALSE);
+    held.Reset();
+    EXPECT_EQ(module.CanUnloadNow(), S_OK);
+}
