@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: MIT
+//
+// The cache and the server, asked the same questions about everything, must give the same answers: at rest,
+// after many edits, and while every single call to the server is overtaken by a notification that invalidates
+// everything.
+#include "cachefixture.h"
+
+#include <future>
+#include <random>
+
+namespace
+{
+XServerModel GeneratedModel(int types, int attributesPerType)
+{
+    XGeneratorOptions options;
+    options.types = types;
+    options.attributesPerType = attributesPerType;
+    return LXGenerateModel(options);
+}
+
+/// Every answer about a type, one line each. A value that a server does not have is "<empty>" on both sides.
+class Answers
+{
+public:
+    explicit Answers(ILXType* type)
+    {
+        Object("type", type, 27); // the last member is the base type's object, which only the cache shows
+        XLXComPtr<ILXAttributeEnum> attributes;
+        type->GetDisplayAttributeEnum(
+            0, attributes.Put()); // a server's GetAttributeEnum lists its own ones only
+        XLXComPtr<ILXAttribute> attribute;
+        while (attributes && attributes->GetSingleNext(attribute.Put()) == S_OK)
+        {
+            Attribute(attribute.Get());
+        }
+        Elements<ILXPage>("page", 7, &ILXType::GetPageEnum, type);
+        Elements<ILXConfObjEditor>("editor", 5, &ILXType::GetConfObjEditorEnum, type);
+        XLXComPtr<ILXGroupEnum> groups;
+        type->GetGroupEnum(groups.Put());
+        XLXComPtr<ILXGroup> group;
+        while (groups && groups->GetSingleNext(group.Put()) == S_OK)
+        {
+            Object("group", group.Get(), 16);
+            XLXComPtr<ILXGroupEnum> children;
+            group->GetChildGroupEnum(children.Put());
+            Names("child groups", LXReadAll<ILXGroup>(children, XProperty::GroupNumber));
+        }
+        for (const LONG mask : {0, 1, 2, 4, 1 | 2 | 8})
+        {
+            XLXComPtr<ILXAttributeEnum> shown;
+            type->GetDisplayAttributeEnum(mask, shown.Put());
+            Names("shown", LXReadAll<ILXAttribute>(shown, XProperty::AttributeName));
+        }
+    }
+
+    const std::vector<std::string>& Lines() const { return m_lines; }
+
+private:
+    void Object(const char* what, ILXConfigObject* object, int members)
+    {
+        for (int member = 0; member < members; ++member)
+        {
+            m_lines.push_back(std::string(what) + " " + std::to_string(member) + " " +
+                              LXNarrow(LXRead(object, member)));
+        }
+    }
+    void Names(const char* what, std::vector<std::string> names)
+    {
+        std::sort(names.begin(), names.end());
+        std::string line = what;
+        for (const std::string& name : names)
+        {
+            line += " " + name;
+        }
+        m_lines.push_back(line);
+    }
+    void Attribute(ILXAttribute* attribute)
+    {
+        Object("attribute", attribute, 60);
+        XLXComPtr<ILXAttributeTypeEnum> types;
+        attribute->GetAttributeTypeEnum(types.Put());
+        Names("attribute types", LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName));
+        for (const int formatType : {0, 1, 2})
+        {
+            XLXComPtr<ILXFormat> format;
+            if (attribute->GetFormat(formatType, format.Put()) == S_OK)
+            {
+                Object("format", format.Get(), 5);
+            }
+        }
+    }
+    template <class Element, class Enumerator>
+    void Elements(const char* what, int members, HRESULT (STDMETHODCALLTYPE ILXType::*list)(Enumerator**),
+                  ILXType* type)
+    {
+        XLXComPtr<Enumerator> elements;
+        (type->*list)(elements.Put());
+        XLXComPtr<Element> element;
+        while (elements && elements->GetSingleNext(element.Put()) == S_OK)
+        {
+            Object(what, element.Get(), members);
+        }
+    }
+
+    std::vector<std::string> m_lines;
+};
+} // namespace
+
+class Agreement : public CacheTest
+{
+protected:
+    explicit Agreement(XServerModel model = GeneratedModel(24, 6)) : CacheTest(std::move(model)) {}
+
+    /// Asks cache and server for everything and compares. Lines are compared as sets, since only the order of
+    /// names is the cache's own.
+    void ExpectAgreement()
+    {
+        for (const auto& [name, type] : m_server->Model().types)
+        {
+            const XLXComBSTR text(name);
+            XLXComPtr<ILXType> cached;
+            XLXComPtr<ILXType> direct;
+            ASSERT_EQ(Factory()->GetType(text.Get(), nullptr, cached.Put()), S_OK) << LXNarrow(name);
+            ASSERT_EQ(m_server->ConfigFactory()->GetType(text.Get(), nullptr, direct.Put()), S_OK);
+            std::vector<std::string> fromCache = Answers(cached.Get()).Lines();
+            std::vector<std::string> fromServer = Answers(direct.Get()).Lines();
+            std::sort(fromCache.begin(), fromCache.end());
+            std::sort(fromServer.begin(), fromServer.end());
+            ASSERT_EQ(fromCache, fromServer) << LXNarrow(name);
+        }
+    }
+
+    void EditSomething(std::mt19937& random)
+    {
+        const auto model = m_server->Model();
+        auto type = model.types.begin();
+        std::advance(type, random() % model.types.size());
+        const XLXText& name = type->first;
+        const std::string number = std::to_string(random() % 100000);
+        switch (random() % 7)
+        {
+        case 0:
+            Edit().SetTypeProperty(name, XProperty::TypeLabel, number);
+            break;
+        case 1:
+            Edit().AddType("New" + number + LXNarrow(name), name);
+            break;
+        case 2:
+            Edit().AddAttribute(name, "Attribute" + std::to_string(random()));
+            break;
+        case 3:
+            Edit().AddGroup(name, static_cast<int>(1000 + random() % 1000000), 1, 0);
+            break;
+        case 4:
+            Edit().AddPage(name, static_cast<int>(1000 + random() % 1000000));
+            break;
+        default:
+            if (!type->second->attributes.empty())
+            {
+                const auto& attributes = type->second->attributes;
+                const XLXText attribute =
+                    attributes[random() % attributes.size()]->Text(XProperty::AttributeName);
+                Edit().SetAttributeProperty(name, attribute, XProperty::Label, number);
+                Edit().SetAttributeProperty(name, attribute, XProperty::ShowInEditor, random() % 2 == 0);
+            }
+            break;
+        }
+    }
+};
+
+TEST_F(Agreement, AtRestAndAfterRandomEdits)
+{
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    ASSERT_EQ(Start(), S_OK);
+    ExpectAgreement();
+    for (int round = 0; round < 5; ++round)
+    {
+        for (int edit = 0; edit < 10; ++edit)
+        {
+            EditSomething(random);
+        }
+        ExpectAgreement();
+    }
+    Terminate();
+}
+
+class Discarding : public Agreement, public testing::WithParamInterface<bool>
+{
+protected:
+    Discarding() : Agreement(GeneratedModel(6, 2)) {}
+};
+
+TEST_P(Discarding, EveryCallIsOvertakenByANotificationThatInvalidatesEverything)
+{
+    ASSERT_EQ(Start(), S_OK);
+    std::atomic<bool> inside{false};
+    Calls().SetHook([&](const XServerCall& call) {
+        if (call.point != XCallPoint::Answer || inside.exchange(true))
+        {
+            return;
+        }
+        const auto send = [&] { m_server->SendNotification("objects/everything/0/1"); };
+        if (GetParam())
+        {
+            std::async(std::launch::async, send).get();
+        }
+        else
+        {
+            send();
+        }
+        inside.store(false);
+    });
+    ExpectAgreement();
+    Edit().AddAttribute("Type00000", "Late");
+    ExpectAgreement();
+    Calls().SetHook({});
+    Terminate();
+}
+
+INSTANTIATE_TEST_SUITE_P(NotificationThread, Discarding, testing::Bool(),
+                         [](const auto& test) { return test.param ? "Other" : "Same"; });
