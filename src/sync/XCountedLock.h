@@ -16,6 +16,7 @@
 /// called.
 struct XCritSectionTraitsCFC
 {
+    using Lockable = XCriticalSectionEx;
     static constexpr unsigned InlineSlots = 2;
     static bool Lock(XCriticalSectionEx& lock, bool shared)
     {
@@ -32,6 +33,7 @@ struct XCritSectionTraitsCFC
 template <class L>
 struct XCritSectionTraits
 {
+    using Lockable = L;
     static constexpr unsigned InlineSlots = 2;
     static bool Lock(L& lock, bool shared)
     {
@@ -77,8 +79,8 @@ public:
         {
             m_more = std::make_unique<std::map<DWORD, ThreadLockEntry>>();
         }
-        m_moreCount.fetch_add(1, std::memory_order_relaxed);
         ThreadLockEntry& entry = (*m_more)[self];
+        m_moreCount.fetch_add(1, std::memory_order_relaxed);
         entry.thread.store(self, std::memory_order_relaxed);
         return entry;
     }
@@ -250,7 +252,7 @@ private:
             {"XBasicCritSection", "XBasicRefCountCritSection", "ReleaseLockRef()", line});
     }
 
-    XCriticalSectionEx m_lock;
+    typename Traits::Lockable m_lock;
     XThreadTable<Traits::InlineSlots> m_threads;
 #ifndef NDEBUG
     const XLockLevel m_level;

@@ -4,8 +4,17 @@
 
 #include "XLFCritSectionDelegator.h"
 
+#include <utility>
+
 /// The lock of guarded data.
 using XCritDelegator = XLFCritSectionDelegator<XBasicRefCountCritSection<XCritSectionTraitsCFC>>;
+
+#ifdef NDEBUG
+static_assert(sizeof(XCritDelegator) <= 96, "every cached object carries one");
+#endif
+
+template <class T>
+class XCritProxy;
 
 /// A datum with its lock, reached only through the proxies below, which hold the lock while they live.
 template <class T>
@@ -22,9 +31,9 @@ public:
     /// Replaces the value; the old one is destroyed with no lock held.
     void Set(T value)
     {
-        m_delegator.LockWrite();
-        std::swap(m_value, value);
-        m_delegator.UnlockWrite();
+        const XCritProxy<T> proxy(*this);
+        using std::swap;
+        swap(*proxy, value);
     }
 
 private:

@@ -4,6 +4,7 @@
 
 #include "XCountedLock.h"
 
+#include <chrono>
 #include <cstdint>
 
 /// Lets readers in without a lock while no writer waits ("LF": lock-free).
@@ -16,7 +17,9 @@
 ///
 /// Joining must not keep a writer out for good: one that has waited for long closes the door, and newcomers
 /// then take the real lock.
-template <class Lock>
+///
+/// @tparam Word  the atomic word; tests have one that stops a thread between two operations
+template <class Lock, class Word = std::atomic<std::uint64_t>>
 class XLFCritSectionDelegator : public Lock
 {
 public:
@@ -55,7 +58,7 @@ public:
             if (m_state.compare_exchange_weak(state, state + OneReader, std::memory_order_acquire,
                                               std::memory_order_relaxed))
             {
-                XLockOrder::Push(Lock::Level(), Word());
+                XLockOrder::Push(Lock::Level(), Mark());
                 return false;
             }
         }
@@ -72,7 +75,7 @@ public:
         else
         {
             m_state.fetch_sub(OneReader, std::memory_order_release);
-            XLockOrder::Pop(Lock::Level(), Word());
+            XLockOrder::Pop(Lock::Level(), Mark());
         }
     }
 
@@ -82,16 +85,17 @@ private:
     static constexpr std::uint64_t DoorClosed = std::uint64_t{1} << 63;
     static constexpr std::uint32_t ReaderMask = 0x7FFFFFFF;
     static constexpr unsigned Spins = 200;
-    static constexpr unsigned PollsBeforeClosing = 20; // of a millisecond each
+    // By the clock: a poll of one millisecond takes fifteen where the system's timer is that coarse.
+    static constexpr std::chrono::milliseconds PatienceOfWriter{20};
 
     static std::uint32_t Writers(std::uint64_t state) noexcept { return static_cast<std::uint32_t>(state); }
     static std::uint32_t Readers(std::uint64_t state) noexcept
     {
         return static_cast<std::uint32_t>(state >> 32) & ReaderMask;
     }
-    // Debug builds tell a lock-free read from a reference to the lock by this address: the former must not be
-    // nested.
-    const void* Word() const noexcept { return &m_state; }
+    // Debug builds know a lock-free read by this address. Neither another such read nor a reference to the
+    // lock may be taken inside it.
+    const void* Mark() const noexcept { return &m_state; }
 
     bool ReadersAreGone() const noexcept { return Readers(m_state.load(std::memory_order_acquire)) == 0; }
 
@@ -106,10 +110,12 @@ private:
             }
             LX_CPU_RELAX();
         }
+        using Clock = std::chrono::steady_clock;
+        const Clock::time_point patienceEnds = Clock::now() + PatienceOfWriter;
         bool closed = false;
-        for (unsigned polls = 0; !ReadersAreGone(); ++polls)
+        while (!ReadersAreGone())
         {
-            if (polls == PollsBeforeClosing)
+            if (!closed && Clock::now() >= patienceEnds)
             {
                 m_state.fetch_or(DoorClosed);
                 closed = true;
@@ -118,12 +124,12 @@ private:
         }
         if (closed)
         {
-            m_state.fetch_and(
-                ~DoorClosed); // a pending writer and no reader inside keep the others out from here
+            // A pending writer and no reader inside keep the others out from here on.
+            m_state.fetch_and(~DoorClosed);
         }
     }
 
-    std::atomic<std::uint64_t> m_state{0};
+    Word m_state{0};
 };
 
 #endif

@@ -52,28 +52,29 @@ void XLockOrder::Push(XLockLevel level, const void* lock) noexcept
 {
     for (unsigned i = 0; i < t_held.count; ++i)
     {
+        // Nobody notes the same lock twice: the counted locks and the fill mutexes note only what a thread
+        // takes first, and nothing else may be taken again by the thread that has it.
         const Held& held = t_held.held[i];
         const bool fine =
-            held.level < level || (held.level == level && (held.lock == lock || MayNestInItself(level)));
+            held.level < level || (held.level == level && held.lock != lock && MayNestInItself(level));
         if (!fine)
         {
             Fail("taking", level, held.level);
         }
     }
-    if (t_held.count < MostHeld)
+    if (t_held.count < MostHeld) // what finds no room is not checked
     {
-        t_held.held[t_held.count] = {level, lock};
+        t_held.held[t_held.count++] = {level, lock};
     }
-    ++t_held.count;
 }
 
 void XLockOrder::Pop(XLockLevel level, const void* lock) noexcept
 {
     for (unsigned i = t_held.count; i-- > 0;)
     {
-        if (i < MostHeld && t_held.held[i].level == level && t_held.held[i].lock == lock)
+        if (t_held.held[i].level == level && t_held.held[i].lock == lock)
         {
-            for (; i + 1 < t_held.count && i + 1 < MostHeld; ++i)
+            for (; i + 1 < t_held.count; ++i)
             {
                 t_held.held[i] = t_held.held[i + 1];
             }
@@ -85,7 +86,7 @@ void XLockOrder::Pop(XLockLevel level, const void* lock) noexcept
 
 void XLockOrder::AssertNoneHeld() noexcept
 {
-    for (unsigned i = 0; i < t_held.count && i < MostHeld; ++i)
+    for (unsigned i = 0; i < t_held.count; ++i)
     {
         if (t_held.held[i].level > LastFillLevel)
         {

@@ -14,7 +14,7 @@ public:
     virtual ~XCriticalSectionEx() = default;
 
     /// @param shared  true: several threads may hold the lock in this mode; false: one thread alone
-    virtual void LockEx(bool shared)
+    virtual void LockEx(bool shared) noexcept
     {
         if (shared)
         {
@@ -25,7 +25,7 @@ public:
             AcquireSRWLockExclusive(&m_lock);
         }
     }
-    virtual void UnlockEx(bool shared)
+    virtual void UnlockEx(bool shared) noexcept
     {
         if (shared)
         {
@@ -37,7 +37,7 @@ public:
         }
     }
 
-private:
+protected:
     SRWLOCK m_lock = SRWLOCK_INIT;
 };
 

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+//
+// Texts, numbers and property names.
+#include "XCfgPropertyConvert.h"
+#include "XLXComBSTR.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <utility>
+
+namespace
+{
+constexpr LONG Most = std::numeric_limits<LONG>::max();
+constexpr LONG Least = std::numeric_limits<LONG>::min();
+
+TEST(Decimal, ReadsTheNumberAtTheFront)
+{
+    const std::pair<XLXTextView, LONG> Table[] = {
+        {OLESTR(""), 0},
+        {OLESTR("0"), 0},
+        {OLESTR("12"), 12},
+        {OLESTR("007"), 7},
+        {OLESTR("+5"), 5},
+        {OLESTR(" \t\r\n-7"), -7},
+        {OLESTR("12abc"), 12},
+        {OLESTR("1 2"), 1},
+        {OLESTR("3.9"), 3},
+        {OLESTR("0x10"), 0},
+        {OLESTR("abc"), 0},
+        {OLESTR("-"), 0},
+        {OLESTR("--5"), 0},
+        {OLESTR("- 5"), 0},
+        {OLESTR("\u0661"), 0},
+        {OLESTR("2147483647"), Most},
+        {OLESTR("2147483648"), Most},
+        {OLESTR("99999999999999999999999999"), Most},
+        {OLESTR("-2147483647"), -Most},
+        {OLESTR("-2147483648"), Least},
+        {OLESTR("-2147483649"), Least},
+        {OLESTR("-99999999999999999999999999"), Least},
+        {XLXTextView(OLESTR("1\0002"), 3), 1},
+    };
+    for (const auto& [text, number] : Table)
+    {
+        EXPECT_EQ(number, LXParseDecimal(text)) << testing::PrintToString(XLXText(text));
+    }
+    for (const LONG number : {LONG{0}, LONG{-1}, Most, Least})
+    {
+        EXPECT_EQ(number, LXParseDecimal(LXDecimal(number)));
+    }
+}
+
+TEST(LowerCase, ChangesLettersAndNothingElse)
+{
+    EXPECT_EQ(OLESTR("az[@`09 _az"), LXLowerCase(OLESTR("AZ[@`09 _az")));
+    EXPECT_EQ(OLESTR("\u00E0\u00F6\u00D7\u00F8\u00FE\u00DF\u00F7\u00FF"),
+              LXLowerCase(OLESTR("\u00C0\u00D6\u00D7\u00D8\u00DE\u00DF\u00F7\u00FF")));
+    const XLXText odd{0xD801, 'A', 0, 'B', 0xFFFF};
+    EXPECT_EQ((XLXText{0xD801, 'a', 0, 'b', 0xFFFF}), LXLowerCase(odd));
+    EXPECT_EQ(OLESTR(""), LXLowerCase({}));
+}
+
+TEST(FormatText, PutsTheTextsInTheirPlaces)
+{
+    EXPECT_EQ(OLESTR("type A has 3"), LXFormatText(OLESTR("type %s has %d"), {OLESTR("A"), OLESTR("3")}));
+    EXPECT_EQ(OLESTR("%s and b"), LXFormatText(OLESTR("%s and %s"), {OLESTR("%s"), OLESTR("b")}))
+        << "what was put in is not looked at again";
+    EXPECT_EQ(OLESTR("a, %s"), LXFormatText(OLESTR("%s, %s"), {OLESTR("a")}));
+    EXPECT_EQ(OLESTR("a"), LXFormatText(OLESTR("%s"), {OLESTR("a"), OLESTR("b")}));
+    EXPECT_EQ(OLESTR("50% %x a%"), LXFormatText(OLESTR("50% %x %s%"), {OLESTR("a")}));
+    EXPECT_EQ(OLESTR(""), LXFormatText({}, {OLESTR("a")}));
+}
+
+struct Name
+{
+    EConfigElementKind kind;
+    XLXTextView name;
+    int index;
+};
+
+TEST(PropertyNames, AreExactAndBelongToTheirKind)
+{
+    using enum EConfigElementKind;
+    const Name Table[] = {
+        {Attribute, OLESTR("LXCFG_attributename"), 0},
+        {Attribute, OLESTR("LXCFGAFS_attributepropertyid"), 0},
+        {Attribute, OLESTR("LXCFG_attributegroupnumber"), 17},
+        {Attribute, OLESTR("LXCFG_notinfinder"), 32},
+        {Attribute, OLESTR("LXCFG_origin"), 46},
+        {AttributeType, OLESTR("LXCFG_attributetypename"), 3},
+        {BrowserId, OLESTR("LXCFG_browserid"), 0},
+        {Editor, OLESTR("LXCFG_defaultneweditor"), 2},
+        {Editor, OLESTR("LXCFG_progid"), 3},
+        {Group, OLESTR("LXCFG_parentgroupnumber"), 15},
+        {Page, OLESTR("LXCFG_pagenumber"), 6},
+        {Relation, OLESTR("LXCFPC_childlistname"), 0},
+        {Relation, OLESTR("LXCFPC_pprrelationtype"), 20},
+        {PCInfo, OLESTR("LXCFG_pcinfonew"), 6},
+        {Type, OLESTR("LXCFG_typename"), 0},
+        {Type, OLESTR("LXCFG_basetype"), 27},
+        // Not the same name, not the same kind, not a name at all.
+        {Attribute, OLESTR("LXCFG_Attributename"), -1},
+        {Attribute, OLESTR("LXCFG_attributename "), -1},
+        {Attribute, OLESTR("LXCFG_attributenam"), -1},
+        {Group, OLESTR("LXCFG_attributename"), -1},
+        {Type, OLESTR("LXCFG_base"), -1},
+        {Page, OLESTR(""), -1},
+        {Type, XLXTextView(OLESTR("LXCFG_typename\0"), 15), -1},
+        {static_cast<EConfigElementKind>(9), OLESTR("LXCFG_typename"), -1},
+    };
+    for (const Name& entry : Table)
+    {
+        EXPECT_EQ(entry.index, XCfgPropertyConvert::Convert(entry.kind, XLXComBSTR(entry.name).Get()))
+            << testing::PrintToString(XLXText(entry.name));
+    }
+    EXPECT_EQ(-1, XCfgPropertyConvert::Convert(Type, nullptr));
+}
+} // namespace

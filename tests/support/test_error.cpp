@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: MIT
+//
+// The error library: error information, the boundary, the logbook and its sink.
+#include "XLXComBSTR.h"
+#include "XLXComPtr.h"
+#include "logcapture.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <stdexcept>
+
+namespace
+{
+constexpr LXErrorLocation Here{"source", "Scope", "Method()", 42};
+
+struct ErrorText
+{
+    bool present = false;
+    XLXText description;
+    XLXText source;
+};
+
+/// Takes the thread's error information.
+ErrorText TakeErrorInfo()
+{
+    XLXComPtr<IErrorInfo> info;
+    ErrorText text;
+    text.present = GetErrorInfo(0, info.Put()) == S_OK && info;
+    if (text.present)
+    {
+        XLXComBSTR part;
+        EXPECT_EQ(S_OK, info->GetDescription(part.Put()));
+        text.description = part.View();
+        EXPECT_EQ(S_OK, info->GetSource(part.Put()));
+        text.source = part.View();
+    }
+    return text;
+}
+
+struct Thrown
+{
+    const char* what;
+    void (*raise)();
+    HRESULT code;
+    const OLECHAR* description;
+    const OLECHAR* source;
+};
+
+TEST(Guarded, TranslatesEachKindOfException)
+{
+    constexpr const OLECHAR* FromHere = OLESTR("Scope::Method() (source, line 42)");
+    constexpr Thrown Kinds[] = {
+        {"own",
+         [] {
+             XLXError::Raise(E_ACCESSDENIED, OLESTR("no entry"), {"file", nullptr, "Free", 7});
+         },
+         E_ACCESSDENIED, OLESTR("no entry"), OLESTR("Free (file, line 7)")},
+        {"own without text", [] { XLXError::RaiseIfFailed(E_NOTIMPL, {}, Here); }, E_NOTIMPL, OLESTR(""),
+         FromHere},
+        {"null pointer", [] { XLXError::CheckPointer(nullptr, OLESTR("ppType"), Here); }, E_POINTER,
+         OLESTR("invalid pointer: ppType"), FromHere},
+        {"memory", [] { throw std::bad_alloc(); }, E_OUTOFMEMORY, OLESTR("out of memory"), FromHere},
+        {"standard", [] { throw std::runtime_error("went \xE4 wrong"); }, E_FAIL, OLESTR("went \u00E4 wrong"),
+         FromHere},
+        {"foreign", [] { throw 5; }, E_UNEXPECTED, OLESTR("unknown error"), FromHere},
+    };
+    for (const Thrown& kind : Kinds)
+    {
+        SetErrorInfo(0, nullptr);
+        EXPECT_EQ(kind.code, XLXError::Guarded(Here,
+                                               [&] {
+                                                   kind.raise();
+                                                   return S_OK;
+                                               }))
+            << kind.what;
+        const ErrorText text = TakeErrorInfo();
+        EXPECT_TRUE(text.present) << kind.what;
+        EXPECT_EQ(kind.description, text.description) << kind.what;
+        EXPECT_EQ(kind.source, text.source) << kind.what;
+    }
+}
+
+TEST(Guarded, LeavesErrorInformationAloneWithoutAnException)
+{
+    for (const HRESULT result : {S_OK, S_FALSE, E_INVALIDARG})
+    {
+        EXPECT_EQ(E_ABORT, XLXError::SetComAppError(E_ABORT, OLESTR("earlier"), Here));
+        EXPECT_EQ(result, XLXError::Guarded(Here, [&] {
+                      XLXError::RaiseIfFailed(S_FALSE, OLESTR("no failure"), Here);
+                      XLXError::CheckPointer(&result, OLESTR("result"), Here);
+                      return result;
+                  }));
+        EXPECT_EQ(OLESTR("earlier"), TakeErrorInfo().description);
+        EXPECT_FALSE(TakeErrorInfo().present);
+    }
+}
+
+TEST(ErrorInformation, BelongsToTheThread)
+{
+    SetErrorInfo(0, nullptr);
+    std::async(std::launch::async, [] {
+        XLXError::SetComAppError(E_FAIL, OLESTR("elsewhere"), Here);
+        EXPECT_EQ(OLESTR("elsewhere"), TakeErrorInfo().description);
+    }).get();
+    EXPECT_FALSE(TakeErrorInfo().present);
+}
+
+TEST(Logbook, WritesErrorsWithTheirPlace)
+{
+    const LogCapture log;
+    XLXError::WriteErrorToLogBook(E_FAIL, 6, OLESTR("broken"), Here);
+    XLXError::LogFailure(OLESTR("cleaning up"), Here, [] {
+        XLXError::Raise(E_ABORT, OLESTR("no use"), {"inner", "A", "B", 3});
+    });
+    XLXError::LogFailure(OLESTR("never seen"), Here, [] {});
+    const auto entries = log.Entries();
+    ASSERT_EQ(2u, entries.size());
+    EXPECT_EQ("CFC_Error", entries[0].categoryName);
+    EXPECT_EQ(6, entries[0].severity);
+    EXPECT_EQ(E_FAIL, entries[0].code);
+    EXPECT_EQ(OLESTR("broken"), entries[0].text);
+    EXPECT_EQ("Scope::Method()", entries[0].function);
+    EXPECT_EQ(42, entries[0].line);
+    EXPECT_EQ(OLESTR("cleaning up: no use"), entries[1].text);
+    EXPECT_EQ(E_ABORT, entries[1].code);
+    EXPECT_EQ("source", entries[1].source) << "the place of the clean-up, not of the failure";
+}
+
+void TraceAll()
+{
+    for (const auto category : {LX_LOG_UPDATE, LX_LOG_SERVER, LX_LOG_INVALIDATE})
+    {
+        XLXError::WriteTrace(category, OLESTR("title"), OLESTR("text"), Here);
+    }
+}
+
+TEST(Logbook, TracesOnlyWhatASinkAsksFor)
+{
+    EXPECT_FALSE(XLXError::TraceEnabled(LX_LOG_SERVER));
+    EXPECT_FALSE(XLXError::TraceEnabled(LX_LOG_INVALIDATE));
+    {
+        const LogCapture log;
+        TraceAll();
+        EXPECT_TRUE(log.Entries().empty());
+    }
+    {
+        const LogCapture log(1u << LX_LOG_SERVER);
+        EXPECT_TRUE(XLXError::TraceEnabled(LX_LOG_SERVER));
+        EXPECT_FALSE(XLXError::TraceEnabled(LX_LOG_INVALIDATE));
+        TraceAll();
+        XLXError::WriteErrorToLogBook(E_FAIL, 6, OLESTR("not wanted"), Here);
+        const auto entries = log.Entries();
+        ASSERT_EQ(1u, entries.size());
+        EXPECT_EQ(LX_LOG_SERVER, entries[0].category);
+        EXPECT_EQ("CFC_Server", entries[0].categoryName);
+        EXPECT_EQ(OLESTR("title"), entries[0].title);
+        EXPECT_EQ(OLESTR("text"), entries[0].text);
+        EXPECT_EQ(S_OK, entries[0].code);
+    }
+    EXPECT_FALSE(XLXError::TraceEnabled(LX_LOG_SERVER));
+}
+
+/// A sink that its caller cannot leave before it is let out.
+struct SlowSink
+{
+    std::promise<void> entered;
+    std::promise<void> letOut;
+    std::shared_future<void> way{letOut.get_future()};
+
+    static void STDMETHODCALLTYPE Receive(const LXLogEntry*, void* context)
+    {
+        auto& self = *static_cast<SlowSink*>(context);
+        self.entered.set_value();
+        self.way.wait();
+    }
+};
+
+TEST(Logbook, AReplacedSinkIsEmptyWhenTheReplacementReturns)
+{
+    using namespace std::chrono_literals;
+    SlowSink slow;
+    LXErrorSetLogSink(&SlowSink::Receive, &slow, 1u << LX_LOG_ERROR);
+    auto writer = std::async(std::launch::async, [] {
+        XLXError::WriteErrorToLogBook(E_FAIL, 6, OLESTR("to the slow sink"), Here);
+    });
+    slow.entered.get_future().wait();
+    std::promise<void> replaced;
+    auto checked = std::async(std::launch::async, [&] {
+        const LogCapture log;
+        replaced.set_value();
+        XLXError::WriteErrorToLogBook(E_FAIL, 6, OLESTR("to the new sink"), Here);
+        return log.Entries();
+    });
+    auto done = replaced.get_future();
+    EXPECT_EQ(std::future_status::timeout, done.wait_for(50ms)) << "a thread is still inside the old sink";
+    slow.letOut.set_value();
+    ASSERT_EQ(std::future_status::ready, done.wait_for(30s));
+    writer.get();
+    const auto entries = checked.get();
+    ASSERT_EQ(1u, entries.size());
+    EXPECT_EQ(OLESTR("to the new sink"), entries[0].text);
+}
+} // namespace

@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: MIT
+//
+// What the lock tests arrange threads with: threads that do as they are told, and a lock that can be tried
+// and tells who waits for it. Nothing here sleeps to make an order likely.
+#ifndef SYNCTOOLS_H
+#define SYNCTOOLS_H
+
+#include "XBasicCritSection.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <future>
+#include <optional>
+#include <thread>
+
+/// How long a test waits for what must happen.
+constexpr std::chrono::seconds MustHappen{30};
+/// How long a test watches that something does not happen.
+constexpr std::chrono::milliseconds MustNotHappen{50};
+
+template <class T>
+bool IsReady(std::future<T>& future, std::chrono::milliseconds within = MustHappen)
+{
+    return future.wait_for(within) == std::future_status::ready;
+}
+
+/// Polls for a condition that another thread brings about.
+template <class Condition>
+bool Comes(Condition&& condition)
+{
+    const auto end = std::chrono::steady_clock::now() + MustHappen;
+    while (!condition())
+    {
+        if (std::chrono::steady_clock::now() > end)
+        {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+/// What a piece of work raises. It is caught where it is raised: an exception that travels in a future is
+/// counted inside the C++ library, where the thread sanitizer does not see it.
+template <class F>
+std::optional<XLXException> Raised(F&& work)
+{
+    try
+    {
+        work();
+        return std::nullopt;
+    }
+    catch (const XLXException& error)
+    {
+        return error;
+    }
+}
+
+/// One thread that runs what it is given, in order. The work raises nothing.
+class XActor
+{
+public:
+    XActor() : m_thread([this] { Run(); }) {}
+    XActor(const XActor&) = delete;
+    XActor& operator=(const XActor&) = delete;
+    ~XActor()
+    {
+        Post({});
+        m_thread.join();
+    }
+
+    template <class F>
+    auto Start(F work)
+    {
+        auto task = std::make_shared<std::packaged_task<decltype(work())()>>(std::move(work));
+        auto future = task->get_future();
+        Post([task] { (*task)(); });
+        return future;
+    }
+    template <class F>
+    auto Do(F work)
+    {
+        return Start(std::move(work)).get();
+    }
+
+private:
+    void Post(std::function<void()> work)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_work.push_back(std::move(work));
+        m_wake.notify_one();
+    }
+    void Run()
+    {
+        for (;;)
+        {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_wake.wait(lock, [this] { return !m_work.empty(); });
+            const std::function<void()> work = std::move(m_work.front());
+            m_work.pop_front();
+            lock.unlock();
+            if (!work)
+            {
+                return;
+            }
+            work();
+        }
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::deque<std::function<void()>> m_work;
+    std::thread m_thread;
+};
+
+enum class LockState
+{
+    Free,
+    Shared,
+    Exclusive
+};
+
+/// The platform's lock, watched.
+class XProbeLock final : public XCriticalSectionEx
+{
+public:
+    XProbeLock() noexcept { s_last = this; }
+
+    void LockEx(bool shared) noexcept override
+    {
+        ++lockCalls;
+        for (++atGate; gateClosed;)
+        {
+            std::this_thread::yield();
+        }
+        --atGate;
+        if (!Try(shared))
+        {
+            ++waiting;
+            XCriticalSectionEx::LockEx(shared);
+            --waiting;
+        }
+    }
+    void UnlockEx(bool shared) noexcept override
+    {
+        ++unlockCalls;
+        if (onUnlock)
+        {
+            onUnlock();
+        }
+        XCriticalSectionEx::UnlockEx(shared);
+    }
+
+    /// How the lock is held, found out by trying.
+    LockState State() noexcept
+    {
+        if (Try(false))
+        {
+            ReleaseSRWLockExclusive(&m_lock);
+            return LockState::Free;
+        }
+        if (Try(true))
+        {
+            ReleaseSRWLockShared(&m_lock);
+            return LockState::Shared;
+        }
+        return LockState::Exclusive;
+    }
+
+    /// The lock made last: that of the object under test.
+    static XProbeLock& Last() { return *s_last; }
+
+    std::atomic<int> lockCalls{0};
+    std::atomic<int> unlockCalls{0};
+    std::atomic<int> waiting{0};         ///< threads that the lock holds up
+    std::atomic<int> atGate{0};          ///< threads that were sent to the lock and have not reached it
+    std::atomic<bool> gateClosed{false}; ///< holds them there
+    std::function<void()> onUnlock;
+
+private:
+    bool Try(bool shared) noexcept
+    {
+        return (shared ? TryAcquireSRWLockShared(&m_lock) : TryAcquireSRWLockExclusive(&m_lock)) != FALSE;
+    }
+
+    static inline XProbeLock* s_last = nullptr;
+};
+
+/// The traits under the guarded data, over the watched lock.
+struct XProbeTraitsCFC : XCritSectionTraitsCFC
+{
+    using Lockable = XProbeLock;
+};
+
+/// The word of lock-free reading, where a thread can be stopped after any of its operations.
+class XSteppedWord
+{
+public:
+    explicit XSteppedWord(std::uint64_t value) noexcept : m_value(value) {}
+
+    std::uint64_t load(std::memory_order order) const noexcept { return After(m_value.load(order)); }
+    std::uint64_t fetch_add(std::uint64_t by) noexcept { return After(m_value.fetch_add(by)); }
+    std::uint64_t fetch_sub(std::uint64_t by, std::memory_order order = std::memory_order_seq_cst) noexcept
+    {
+        return After(m_value.fetch_sub(by, order));
+    }
+    std::uint64_t fetch_or(std::uint64_t bits) noexcept { return After(m_value.fetch_or(bits)); }
+    std::uint64_t fetch_and(std::uint64_t bits) noexcept { return After(m_value.fetch_and(bits)); }
+    bool compare_exchange_weak(std::uint64_t& expected, std::uint64_t desired, std::memory_order success,
+                               std::memory_order failure) noexcept
+    {
+        return After(m_value.compare_exchange_strong(expected, desired, success, failure));
+    }
+
+    /// Stops the calling thread after the given number of operations from here.
+    static void StopAfter(int operations) noexcept { t_left = operations; }
+    static bool IsStopped() noexcept { return s_stopped; }
+    static void Resume() noexcept
+    {
+        s_resumed = true;
+        while (s_stopped)
+        {
+            std::this_thread::yield();
+        }
+        s_resumed = false;
+    }
+
+private:
+    template <class T>
+    static T After(T result) noexcept
+    {
+        if (t_left > 0 && --t_left == 0)
+        {
+            for (s_stopped = true; !s_resumed;)
+            {
+                std::this_thread::yield();
+            }
+            s_stopped = false;
+        }
+        return result;
+    }
+
+    static inline thread_local int t_left = 0;
+    static inline std::atomic<bool> s_stopped{false};
+    static inline std::atomic<bool> s_resumed{false};
+    std::atomic<std::uint64_t> m_value;
+};
+
+/// Turns the lock switch on again, which the component itself never does.
+class XLockSwitchTestAccess
+{
+public:
+    static void TurnOn() noexcept { XLockSwitch::s_on.store(true); }
+};
+
+#endif

@@ -1,0 +1,304 @@
+// SPDX-License-Identifier: MIT
+//
+// The reentrant lock: its table of states, its messages, many threads, and the lock switch.
+#include "logcapture.h"
+#include "synctools.h"
+
+#include <ostream>
+
+namespace
+{
+using Lock = XCountedLock<XProbeTraitsCFC>;
+
+constexpr const OLECHAR* NotLocked =
+    OLESTR("trying to unlock the critical section without having it locked for the running thread");
+constexpr const OLECHAR* AlreadyUnlocked =
+    OLESTR("trying to unlock the critical section being already unlocked for the running thread before");
+constexpr const OLECHAR* NotRemoved =
+    OLESTR("critical section reference count entry found for a thread expected to be removed");
+
+void Apply(Lock& lock, char action)
+{
+    switch (action)
+    {
+    case 'r':
+        lock.AddReadLockRef();
+        break;
+    case 'w':
+        lock.AddLockRef();
+        break;
+    default:
+        lock.ReleaseLockRef();
+    }
+}
+
+void ApplyAll(XActor& actor, Lock& lock, std::string_view actions)
+{
+    actor.Do([&lock, actions] {
+        for (const char action : actions)
+        {
+            Apply(lock, action);
+        }
+    });
+}
+
+enum class Outcome
+{
+    Done,
+    Waits,
+    Raises,
+    Logs
+};
+
+/// One cell of the table: what I hold, what another thread holds, what I do, and what comes of it.
+struct Cell
+{
+    const char* mine;
+    const char* others;
+    char action; // r: acquire read, w: acquire write, u: release
+    Outcome outcome;
+    LockState after;
+    unsigned references; // of mine, afterwards
+};
+
+std::ostream& operator<<(std::ostream& to, const Cell& cell)
+{
+    return to << "mine '" << cell.mine << "', others '" << cell.others << "', then " << cell.action;
+}
+
+constexpr auto Free = LockState::Free;
+constexpr auto Shared = LockState::Shared;
+constexpr auto Exclusive = LockState::Exclusive;
+
+constexpr Cell Cells[] = {
+    {"", "", 'r', Outcome::Done, Shared, 1},      {"", "", 'w', Outcome::Done, Exclusive, 1},
+    {"", "", 'u', Outcome::Logs, Free, 0},        {"r", "", 'r', Outcome::Done, Shared, 2},
+    {"r", "", 'w', Outcome::Raises, Shared, 2},   {"r", "", 'u', Outcome::Done, Free, 0},
+    {"rr", "", 'r', Outcome::Done, Shared, 3},    {"rr", "", 'w', Outcome::Raises, Shared, 3},
+    {"rr", "", 'u', Outcome::Done, Shared, 1},    {"", "r", 'r', Outcome::Done, Shared, 1},
+    {"", "r", 'w', Outcome::Waits, Exclusive, 1}, {"", "r", 'u', Outcome::Logs, Shared, 0},
+    {"r", "r", 'w', Outcome::Raises, Shared, 2},  {"r", "r", 'u', Outcome::Done, Shared, 0},
+    {"w", "", 'r', Outcome::Done, Exclusive, 2},  {"w", "", 'w', Outcome::Done, Exclusive, 2},
+    {"w", "", 'u', Outcome::Done, Free, 0},       {"wr", "", 'r', Outcome::Done, Exclusive, 3},
+    {"wr", "", 'w', Outcome::Done, Exclusive, 3}, {"wr", "", 'u', Outcome::Done, Exclusive, 1},
+    {"ww", "", 'w', Outcome::Done, Exclusive, 3}, {"wwr", "", 'u', Outcome::Done, Exclusive, 2},
+    {"", "w", 'r', Outcome::Waits, Shared, 1},    {"", "w", 'w', Outcome::Waits, Exclusive, 1},
+    {"", "w", 'u', Outcome::Logs, Exclusive, 0},
+};
+
+class LockTable : public testing::TestWithParam<Cell>
+{
+protected:
+    void Act();
+    void CheckLog();
+    void GiveBack();
+
+    LogCapture m_log;
+    Lock m_lock;
+    XProbeLock& m_probe = XProbeLock::Last();
+    bool m_othersHold = *GetParam().others != '\0';
+    XActor m_me;
+    XActor m_other;
+};
+
+void LockTable::Act()
+{
+    const Cell& cell = GetParam();
+    auto acted = m_me.Start([&] { return Raised([&] { Apply(m_lock, cell.action); }); });
+    if (cell.outcome == Outcome::Waits)
+    {
+        ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
+        EXPECT_FALSE(IsReady(acted, std::chrono::milliseconds(0)));
+        ApplyAll(m_other, m_lock, "u");
+        m_othersHold = false;
+    }
+    ASSERT_TRUE(IsReady(acted));
+    const std::optional<XLXException> error = acted.get();
+    ASSERT_EQ(cell.outcome == Outcome::Raises, error.has_value());
+    if (error)
+    {
+        EXPECT_EQ(E_FAIL, error->Code());
+        EXPECT_EQ(OLESTR("unable to add a write lock reference to a read lock"), error->Message());
+        EXPECT_STREQ("XBasicCritSection", error->Location().source);
+        EXPECT_STREQ("XBasicRefCountCritSection", error->Location().scope);
+        EXPECT_STREQ("AddLockRef()", error->Location().method);
+        EXPECT_EQ(111, error->Location().line);
+    }
+}
+
+void LockTable::CheckLog()
+{
+    const auto entries = m_log.Entries();
+    ASSERT_EQ(GetParam().outcome == Outcome::Logs ? 1u : 0u, entries.size());
+    for (const auto& entry : entries)
+    {
+        EXPECT_EQ(NotLocked, entry.text);
+        EXPECT_EQ("XBasicCritSection", entry.source);
+        EXPECT_EQ("XBasicRefCountCritSection::ReleaseLockRef()", entry.function);
+        EXPECT_EQ(216, entry.line);
+        EXPECT_EQ(8, entry.severity);
+    }
+}
+
+// All references but the last leave the lock as it is.
+void LockTable::GiveBack()
+{
+    const Cell& cell = GetParam();
+    for (unsigned left = cell.references; left > 0; --left)
+    {
+        EXPECT_EQ(cell.after, m_probe.State()) << left << " references left";
+        ApplyAll(m_me, m_lock, "u");
+    }
+    if (m_othersHold)
+    {
+        EXPECT_EQ(*cell.others == 'w' ? Exclusive : Shared, m_probe.State());
+        ApplyAll(m_other, m_lock, "u");
+    }
+    EXPECT_EQ(Free, m_probe.State());
+}
+
+TEST_P(LockTable, Cell)
+{
+    const Cell& cell = GetParam();
+    ApplyAll(m_me, m_lock, cell.mine);
+    ApplyAll(m_other, m_lock, cell.others);
+    Act();
+    EXPECT_EQ(cell.after, m_probe.State());
+    CheckLog();
+    GiveBack();
+    CheckLog(); // giving back what was counted is balanced
+    // A thread's first reference locks, its last unlocks, and no other does either.
+    const int first = (*cell.others != '\0') + (*cell.mine != '\0' || cell.action != 'u');
+    EXPECT_EQ(first, m_probe.lockCalls);
+    EXPECT_EQ(first, m_probe.unlockCalls);
+}
+
+INSTANTIATE_TEST_SUITE_P(AllCells, LockTable, testing::ValuesIn(Cells));
+
+// A lock whose unlocking releases once more, on the same thread: the only way to the other two messages.
+TEST(CountedLock, LogsAReleaseInsideTheRelease)
+{
+    const LogCapture log;
+    Lock lock;
+    XProbeLock& probe = XProbeLock::Last();
+    lock.AddLockRef();
+    probe.onUnlock = [&] { lock.ReleaseLockRef(); };
+    lock.ReleaseLockRef();
+    const auto entries = log.Entries();
+    ASSERT_EQ(2u, entries.size());
+    EXPECT_EQ(AlreadyUnlocked, entries[0].text);
+    EXPECT_EQ(180, entries[0].line);
+    EXPECT_EQ(NotRemoved, entries[1].text);
+    EXPECT_EQ(206, entries[1].line);
+    EXPECT_EQ(Free, probe.State());
+}
+
+TEST(CountedLock, CountsMoreThreadsThanItHasInlineSlots)
+{
+    constexpr int Threads = 8;
+    const LogCapture log;
+    Lock lock;
+    XProbeLock& probe = XProbeLock::Last();
+    XActor actors[Threads];
+    for (int round = 0; round < 2; ++round)
+    {
+        for (XActor& actor : actors)
+        {
+            ApplyAll(actor, lock, "rr");
+        }
+        EXPECT_EQ((round + 1) * Threads, probe.lockCalls);
+        for (XActor& actor : actors)
+        {
+            ApplyAll(actor, lock, "u");
+        }
+        for (XActor& actor : actors)
+        {
+            EXPECT_EQ(Shared, probe.State());
+            ApplyAll(actor, lock, "u");
+        }
+        EXPECT_EQ(Free, probe.State());
+    }
+    // A thread in the overflow keeps its kind: its write inside its own read is refused too.
+    for (XActor& actor : actors)
+    {
+        ApplyAll(actor, lock, "r");
+    }
+    EXPECT_TRUE(actors[Threads - 1].Do([&] { return Raised([&] { lock.AddLockRef(); }).has_value(); }));
+    ApplyAll(actors[Threads - 1], lock, "u");
+    for (XActor& actor : actors)
+    {
+        ApplyAll(actor, lock, "u");
+    }
+    EXPECT_EQ(Free, probe.State());
+    EXPECT_TRUE(log.Entries().empty());
+}
+
+class LockSwitch : public testing::Test
+{
+protected:
+    ~LockSwitch() override { XLockSwitchTestAccess::TurnOn(); }
+
+    LogCapture m_log;
+    Lock m_lock;
+    XProbeLock& m_probe = XProbeLock::Last();
+    XActor m_me;
+    XActor m_other;
+};
+
+TEST_F(LockSwitch, TurnedOffWhileHeldAndWaitedFor)
+{
+    for (const char* const wanted : {"r", "w"})
+    {
+        ApplyAll(m_me, m_lock, "w");
+        auto waits = m_other.Start([&] { Apply(m_lock, *wanted); });
+        ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
+        XLockSwitch::TurnOff();
+        ApplyAll(m_me, m_lock, "u");
+        ASSERT_TRUE(IsReady(waits)) << "the holder did not give back what it had taken";
+        EXPECT_EQ(*wanted == 'w' ? Exclusive : Shared, m_probe.State());
+        ApplyAll(m_other, m_lock, "u");
+        EXPECT_EQ(Free, m_probe.State());
+        XLockSwitchTestAccess::TurnOn();
+    }
+    EXPECT_TRUE(m_log.Entries().empty());
+}
+
+TEST_F(LockSwitch, WhatWasTakenWithoutTheLockIsGivenBackWithoutIt)
+{
+    XLockSwitch::TurnOff();
+    ApplyAll(m_me, m_lock, "ww");
+    ApplyAll(m_other, m_lock, "w"); // two at once: nothing locks any more
+    EXPECT_EQ(Free, m_probe.State());
+    EXPECT_EQ(0, m_probe.lockCalls);
+    ApplyAll(m_other, m_lock, "u");
+    XLockSwitchTestAccess::TurnOn();
+    ApplyAll(m_other, m_lock, "w");
+    EXPECT_EQ(Exclusive, m_probe.State());
+    ApplyAll(m_me, m_lock, "uu");
+    EXPECT_EQ(Exclusive, m_probe.State()) << "a lock was given back that another thread holds";
+    ApplyAll(m_other, m_lock, "u");
+    EXPECT_EQ(Free, m_probe.State());
+    EXPECT_TRUE(m_log.Entries().empty());
+}
+
+TEST_F(LockSwitch, DoesNotGovernTheOtherTraits)
+{
+    XLockSwitch::TurnOff();
+    XCountedLock<XCritSectionTraits<XProbeLock>> lock;
+    XProbeLock& probe = XProbeLock::Last();
+    {
+        const XSmartCritSection section(&lock, true);
+        EXPECT_EQ(Exclusive, probe.State());
+    }
+    {
+        const XSmartReadCritSection section(&lock, true);
+        EXPECT_EQ(Shared, probe.State());
+    }
+    {
+        const XSmartCritSection none(&lock, false);
+        EXPECT_EQ(Free, probe.State());
+    }
+    EXPECT_EQ(Free, probe.State());
+    EXPECT_TRUE(m_log.Entries().empty());
+}
+} // namespace

@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+//
+// All kinds of access to one datum at once. The value proves itself: whoever reads it beside a writer sees
+// that its parts do not belong together.
+#include "synctools.h"
+
+#include <cstdlib>
+#include <random>
+#include <vector>
+
+namespace
+{
+constexpr std::uint64_t Mix(std::uint64_t value)
+{
+    value ^= value >> 33;
+    value *= 0xFF51AFD7ED558CCDull;
+    return value ^ (value >> 29);
+}
+
+struct Value
+{
+    std::uint64_t up = 0;
+    std::uint64_t down = ~std::uint64_t{0};
+    std::uint64_t hash = Mix(0);
+    std::vector<std::uint64_t> copies; // moves in memory as it grows
+
+    void Step()
+    {
+        ++up;
+        --down;
+        hash = Mix(up);
+        copies.assign(up % 40, up);
+        copies.shrink_to_fit();
+    }
+    bool IsWhole() const
+    {
+        bool whole = up + down == ~std::uint64_t{0} && hash == Mix(up) && copies.size() == up % 40;
+        for (const std::uint64_t copy : copies)
+        {
+            whole = whole && copy == up;
+        }
+        return whole;
+    }
+};
+
+class Stress
+{
+public:
+    static constexpr int WritesEach = 250;
+    static constexpr int Writers = 3;
+
+    explicit Stress(unsigned seed) : m_seed(seed) {}
+    void Run();
+
+    std::atomic<std::uint64_t> broken{0};
+    std::atomic<std::uint64_t> reads{0};
+    std::atomic<std::uint64_t> lockFreeReads{0};
+    XCritDataCFC<Value> data{XLockLevel::PropertyStore};
+
+private:
+    template <class Proxy>
+    std::uint64_t ReadOnce()
+    {
+        const Proxy proxy(data);
+        broken += !proxy->IsWhole();
+        return proxy->up;
+    }
+    void Write(unsigned seed);
+    void Read(unsigned seed);
+
+    const unsigned m_seed;
+    std::atomic<int> m_writersLeft{Writers};
+};
+
+void Stress::Write(unsigned seed)
+{
+    std::mt19937 random(seed);
+    for (int i = 0; i < WritesEach; ++i)
+    {
+        {
+            const XCritProxy<Value> proxy(data);
+            broken += !proxy->IsWhole();
+            proxy->Step();
+            switch (random() % 4) // reading inside one's own write
+            {
+            case 0:
+                ReadOnce<XCritReadProxy<Value>>();
+                break;
+            case 1:
+                ReadOnce<XCritLFReadProxy<Value>>();
+                break;
+            default:
+                break;
+            }
+        }
+        for (std::size_t pause = random() % 2000; pause > 0; --pause)
+        {
+            LX_CPU_RELAX();
+        }
+    }
+    --m_writersLeft;
+}
+
+void Stress::Read(unsigned seed)
+{
+    std::mt19937 random(seed);
+    std::uint64_t last = 0;
+    while (m_writersLeft > 0)
+    {
+        const bool lockFree = random() % 8 != 0;
+        const std::uint64_t seen =
+            lockFree ? ReadOnce<XCritLFReadProxy<Value>>() : ReadOnce<XCritReadProxy<Value>>();
+        broken += seen < last; // a thread never sees time run backwards
+        last = seen;
+        ++(lockFree ? lockFreeReads : reads);
+    }
+}
+
+void Stress::Run()
+{
+    std::vector<std::thread> threads;
+    for (unsigned i = 0; i < Writers; ++i)
+    {
+        threads.emplace_back([this, i] { Write(m_seed + i); });
+    }
+    for (unsigned i = 0; i < 5; ++i)
+    {
+        threads.emplace_back([this, i] { Read(m_seed + 100 + i); });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+}
+
+/// LX_TEST_SEED repeats a run.
+unsigned Seed()
+{
+    const char* const given = std::getenv("LX_TEST_SEED");
+    return given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10))
+                            : std::random_device()();
+}
+
+TEST(GuardedData, KeepsItsValueWholeUnderAllKindsOfAccess)
+{
+    const unsigned seed = Seed();
+    std::printf("  LX_TEST_SEED=%u\n", seed);
+    Stress stress(seed);
+    stress.Run();
+    EXPECT_EQ(0u, stress.broken);
+    EXPECT_EQ(static_cast<std::uint64_t>(Stress::Writers) * Stress::WritesEach,
+              XCritReadProxy<Value>(stress.data)->up);
+    EXPECT_GT(stress.reads, 0u);
+    EXPECT_GT(stress.lockFreeReads, 0u);
+}
+} // namespace
