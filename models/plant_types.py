@@ -35,7 +35,7 @@ TYPES = {
         "ProjectPhase=Concept|Basic|Detail|AsBuilt", "DesignStatus=Preliminary|Checked|Approved|Frozen",
         "ResponsibleEngineer", "CheckedBy", "ApprovedBy", "ApprovedOn@", "Contractor", "WorkPackage",
         "CostCode", "AssetNumber", "SafetyCritical?", "Criticality=Low|Medium|High", "HazardousArea=Zone0|Zone1|Zone2",
-        "DrawingNumber", "SpecificationNumber", "Location", "Elevation", "Weight"]}),
+        "DrawingNumber", "RequisitionNumber", "Location", "Elevation", "Weight"]}),
     "PlantDocument": ("lumbcompbase", {"plain": [
         "DocumentNumber", "Title", "DocumentClass=Drawing|List|DataSheet|Report", "SheetNumber#", "SheetCount#",
         "PaperSize=A0|A1|A2|A3|A4", "Scale", "Author", "Checker", "Approver", "IssuedOn@", "ReceivedOn@", "Supplier",
@@ -87,7 +87,7 @@ TYPES = {
         "ShortCircuitCurrent", "ElectricalMaker", "ElectricalModel", "SingleLineDiagram"]}),
     "StructuralItem": ("PlantItem", {"listed": False, "plain": [
         "StructureMark", "SteelGrade=S235|S275|S355", "SectionProfile", "MemberLength", "SurfaceTreatment",
-        "FireProtection?", "ErectionSequence#", "ConcreteClass=C20|C25|C30|C35", "FoundationNumber", "DesignLoad",
+        "FireProtection?", "ErectionSequence#", "ConcreteClass=Lean|Normal|High", "FoundationNumber", "DesignLoad",
         "YieldStress"]}),
     # ---- level 4: families of equipment
     "Pump": ("Equipment", {"plain": [

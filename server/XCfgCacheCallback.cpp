@@ -4,7 +4,7 @@
 #include <new>
 #include <stdexcept>
 
-std::atomic<long> XCfgCacheCallback::s_alive{0};
+std::atomic<LONG> XCfgCacheCallback::s_alive{0};
 
 namespace
 {

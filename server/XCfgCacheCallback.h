@@ -36,7 +36,7 @@ public:
                                    tagLXUpdateInfo* pLXUpdateInfo) override;
 
     /// How many of them are alive in this process.
-    static long Alive() noexcept { return s_alive; }
+    static LONG Alive() noexcept { return s_alive; }
 
 private:
     virtual ~XCfgCacheCallback() { --s_alive; }
@@ -44,7 +44,7 @@ private:
     template <class F>
     HRESULT PassOn(F&& call);
 
-    static std::atomic<long> s_alive;
+    static std::atomic<LONG> s_alive;
     std::atomic<ULONG> m_references{0};
     std::mutex m_mutex; // guards m_target
     XLXComPtr<ILXCallbackUpdate> m_target;

@@ -4,7 +4,7 @@
 #include "XServerConfigFactory.h"
 #include "XServerData.h"
 
-std::atomic<long> XServerCore::liveObjectsOfAll{0};
+std::atomic<LONG> XServerCore::liveObjectsOfAll{0};
 
 std::shared_ptr<XSampleServer> XSampleServer::Create(XServerModel model)
 {

@@ -42,8 +42,8 @@ struct XRegisteredClient
 /// Objects of the server that are alive, and references to them that were not given back.
 struct XServerObjectCount
 {
-    long objects = 0;
-    long references = 0;
+    LONG objects = 0;
+    LONG references = 0;
 };
 
 class XSampleServer
@@ -72,7 +72,7 @@ public:
     /// A copy of the model as it is now.
     XServerModel Model() const;
     XServerObjectCount LiveObjects() const;
-    /// Over all servers of the process, for a check at its end.
+    /// Over all servers of the process, for a check at its end; of the type that the test runner asks for.
     static long LiveObjectsOfAllServers();
 
     // ---- notifications

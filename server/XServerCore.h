@@ -76,9 +76,9 @@ public:
     std::atomic<bool> acceptsForwarded{false};
     std::atomic<bool> refusesBulkReads{false};
     std::atomic<int> terminations{0};
-    std::atomic<long> liveObjects{0};
-    std::atomic<long> references{0};
-    static std::atomic<long> liveObjectsOfAll;
+    std::atomic<LONG> liveObjects{0};
+    std::atomic<LONG> references{0};
+    static std::atomic<LONG> liveObjectsOfAll;
 
 private:
     XCallMonitor m_monitor;

@@ -13,6 +13,8 @@
 class XServerDataObject final : public XDataObjectRefusals<ILXRelation>
 {
 public:
+    using Elements = std::vector<std::shared_ptr<XModelDataObject>>;
+
     XServerDataObject(XServerCorePtr core, std::shared_ptr<XModelDataObject> object) noexcept
         : XDataObjectRefusals(std::move(core)), m_object(std::move(object))
     {}
@@ -21,6 +23,9 @@ public:
     /// The object for an element of the model.
     static XLXComPtr<XServerDataObject> For(const XServerCorePtr& core,
                                             std::shared_ptr<XModelDataObject> object);
+    /// The objects for elements of the model, whose lock is not held.
+    static std::vector<XLXComPtr<ILX_BaseDataObject>> ForAll(const XServerCorePtr& core,
+                                                             const Elements& elements);
     /// The object with that id; null when the model has none.
     static XLXComPtr<XServerDataObject> Find(const XServerCorePtr& core, XLXTextView id);
 
