@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <mutex>
+#include <utility>
 
 /// A reference that XWeakLink::Lock took; gives it back when it goes.
 template <class T>

@@ -32,8 +32,7 @@ public:
     /// Takes the attribute types that a bulk read delivered, possibly none; the server is not asked for them
     /// then.
     /// @param noted  what was noted before the bulk read (NoteAttributeTypes)
-    void AssignAttributeTypes(std::vector<XLXCFCDataTransfer::XILXConfigData> types,
-                              std::uint64_t noted);
+    void AssignAttributeTypes(std::vector<XLXCFCDataTransfer::XILXConfigData> types, std::uint64_t noted);
     std::uint64_t NoteAttributeTypes() const noexcept { return m_attributeTypesLoaded.Note(); }
     /// Makes the next request ask the server again.
     void InvalidateAttributeTypes() noexcept { m_attributeTypesLoaded.Invalidate(); }

@@ -58,6 +58,7 @@ void XTypeMap::Enter(std::vector<XTypeLoad> loads, std::uint64_t noted, std::opt
         const bool fresh = m_epoch.Note() == noted;
         Apply(*types, changes, fresh, retired);
         LinkBases(*types, retired, messages);
+        m_version.fetch_add(1);
         if (filled)
         {
             m_lTypeMapFilled.SetFilled(*filled);
@@ -173,6 +174,7 @@ void XTypeMap::TerminateAndClear()
     {
         const XCritProxy<Map> types(m_mapType);
         types->swap(dropped);
+        m_version.fetch_add(1);
     }
     for (auto& [key, entry] : dropped)
     {

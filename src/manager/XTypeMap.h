@@ -4,19 +4,8 @@
 #ifndef XTYPEMAP_H
 #define XTYPEMAP_H
 
+#include "XNotificationEpoch.h"
 #include "XTypeLoad.h"
-
-/// Every change notification is counted before anything else happens with it, so that whoever reads in bulk
-/// can tell that one came while the answer was on its way.
-class XNotificationEpoch
-{
-public:
-    std::uint64_t Note() const noexcept { return m_epoch.load(); }
-    void Advance() noexcept { m_epoch.fetch_add(1); }
-
-private:
-    std::atomic<std::uint64_t> m_epoch{1};
-};
 
 class XTypeMap
 {
@@ -54,6 +43,8 @@ public:
 
     /// All types, in key order.
     std::vector<Entry> Types() const;
+    /// Changes whenever the types or their links may have changed.
+    std::uint64_t Version() const noexcept { return m_version.load(); }
 
     /// Offers a notification to every type, in key order; ends at the first answer other than S_OK.
     HRESULT Notify(const XChangeNotification& notification) const;
@@ -74,6 +65,7 @@ private:
     const XNotificationEpoch& m_epoch;
     XFilledFlag m_lTypeMapFilled;
     XFillMutex m_fill{XLockLevel::TypeMapFill};
+    std::atomic<std::uint64_t> m_version{1}; // raised under the map's write lock
     mutable XCritDataCFC<Map> m_mapType{XLockLevel::TypeMap};
 };
 

@@ -3,6 +3,8 @@
 // The manager as an object, and the methods that need no further logic.
 #include "lxconfigfactorycachemanager.h"
 
+#include "lxtransientpc.h"
+
 XLXConfigFactoryCacheManager::XLXConfigFactoryCacheManager()
 {
     XModuleCount::Lock();
@@ -12,6 +14,8 @@ XLXConfigFactoryCacheManager::XLXConfigFactoryCacheManager()
 // server is not called any more.
 XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager()
 {
+    m_selfLink.Clear();
+    XLXTransientPC::Disown(*this);
     EmptyCaches();
     m_transferMode->Set(0); // types that outlive the manager deliver what they are asked for and no more
     delete m_pImpl.load();
@@ -66,6 +70,14 @@ ULONG XLXConfigFactoryCacheManager::Release()
         delete this;
     }
     return left;
+}
+
+bool XLXConfigFactoryCacheManager::TryAddRef() noexcept
+{
+    ULONG count = m_references.load(std::memory_order_relaxed);
+    while (count != 0 && !m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed))
+    {}
+    return count != 0;
 }
 
 XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactory(const char* method) const

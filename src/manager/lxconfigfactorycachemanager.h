@@ -12,7 +12,11 @@
 #ifndef LXCONFIGFACTORYCACHEMANAGER_H
 #define LXCONFIGFACTORYCACHEMANAGER_H
 
+#include "XBrowserRegistry.h"
+#include "XGlobalSpecs.h"
 #include "XModuleCount.h"
+#include "XPlanTypes.h"
+#include "XTypeInheritanceInfo.h"
 #include "lxpcbasemng.h"
 #include "xlxcfcmngimpl.h"
 
@@ -20,7 +24,8 @@ class XLXConfigFactoryCacheManager final : public ILXConfigFactoryCache,
                                            public ILXConfigFactory,
                                            public IDPFObject,
                                            public ILXCallbackUpdate,
-                                           public ILXServerEntryPoint
+                                           public ILXServerEntryPoint,
+                                           public XRelationHost
 {
 public:
     XLXConfigFactoryCacheManager();
@@ -161,13 +166,23 @@ public:
     // For the strategies, the relation manager and the registries
 
     /// The server's config factory; raises E_POINTER when there is none.
-    XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const;
+    XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const override;
     XLXComPtr<ILXConfigFactoryEx> ConfigFactoryEx(const char* method) const;
     /// The server's query object, or null.
     XLXComPtr<ILX_Query> Query() const;
     XTypeMap& Types() noexcept { return m_types; }
     XTransferModeSupplier& TransferMode() noexcept { return *m_transferMode; }
-    const XNotificationEpoch& NotificationEpoch() const noexcept { return m_epoch; }
+    const XNotificationEpoch& NotificationEpoch() const noexcept override { return m_epoch; }
+
+    /// The browser id of exactly that name; S_OK and null when there is none.
+    HRESULT InternalGetBrowserId(XLXTextView name, ILXBrowserId** ppBrowserId);
+    // XRelationHost
+    HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) override;
+    HRESULT InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations) override;
+    std::vector<PlanTypeRelation> InternalGetPlantypeRelations(XLXTextView parentType) override;
+    std::vector<XLXText> BaseTypeNames(XLXTextView typeName) override;
+    const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept override { return m_selfLink; }
+    bool TryAddRef() noexcept override;
 
     /// Fills the type map unless it is filled. S_FALSE: the server has nothing.
     HRESULT InternalFillTypeMap();
@@ -222,6 +237,10 @@ private:
     HRESULT EnumerateTypes(const char* method, bool searchableOnly, ILXTypeEnum** ppEnum);
     HRESULT LoadTypesByNames(const std::vector<XLXText>& names, LONG mode);
 
+    /// What is known about the inheritance of types, with the type map filled first.
+    XTypeInheritanceInfo::InfoPtr Inheritance(const char* method);
+    HRESULT ListDerivedTypes(const char* method, BSTR typeName, bool withItself, LONG* count, BSTR** names);
+
     /// Runs one question of the relation manager; raises E_POINTER when there is none.
     template <class Question>
     HRESULT AskRelations(const char* method, Question&& question);
@@ -235,6 +254,11 @@ private:
     std::shared_ptr<XTransferModeSupplier> m_transferMode = std::make_shared<XTransferModeSupplier>();
     XNotificationEpoch m_epoch;
     XTypeMap m_types{m_transferMode, m_epoch};
+    XTypeInheritanceInfo m_inheritance{m_types};
+    XBrowserRegistry m_browsers{*this};
+    XPlanTypes m_planTypes{*this};
+    XGlobalSpecs m_globalSpecs{*this};
+    XWeakLink<XPCInfoRegistry> m_selfLink = XWeakLink<XPCInfoRegistry>::To(this);
 
     XFillMutex m_init{XLockLevel::Init}; // Init and Terminate, one at a time; never taken by notifications
     mutable XLeafMutex m_mutex;          // guards the next three

@@ -299,8 +299,19 @@ XLXConfigFactoryCacheManager::ServerReferences XLXConfigFactoryCacheManager::Tak
 void XLXConfigFactoryCacheManager::EmptyCaches() noexcept
 {
     const LXErrorLocation at = LXManagerAt("Terminate");
+    XLXError::LogFailure(OLESTR("CFCTools::MapTerminate m_mapBrowserid failed"), at,
+                         [&] { m_browsers.TerminateBrowserIds(); });
+    XLXError::LogFailure(OLESTR("CFCTools::MapTerminate m_mapPCinfo failed"), at,
+                         [&] { m_browsers.TerminatePCInfos(false); });
+    XLXError::LogFailure(OLESTR("CFCTools::MapTerminate m_mapPCinfoNew failed"), at,
+                         [&] { m_browsers.TerminatePCInfos(true); });
     XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapType failed"), at,
                          [&] { m_types.TerminateAndClear(); });
+    XLXError::LogFailure(OLESTR("clearing the type inheritance information failed"), at,
+                         [&] { m_inheritance.Clear(); });
+    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_setGlobalAttributeFormatSpecCache failed"),
+                         at, [&] { m_globalSpecs.TerminateAndClear(); });
+    XLXError::LogFailure(OLESTR("clearing the plan types failed"), at, [&] { m_planTypes.Clear(); });
 }
 
 HRESULT XLXConfigFactoryCacheManager::Terminate()

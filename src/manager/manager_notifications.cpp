@@ -100,6 +100,18 @@ void XLXConfigFactoryCacheManager::ClearFilledFlags(const XDataId& id, LONG mode
         m_types.Filled().Invalidate();
         XInvalidationLog::Add("XLXConfigFactoryCacheManager", "type map");
     }
+    if (kind == LXDataIdKind::Objects &&
+        LXModeConcerns(mode, LXUM_EVERYTHING | LXUM_GLOBALFORMATSPECS | LXUM_FORMATS))
+    {
+        m_globalSpecs.Invalidate();
+        XInvalidationLog::Add("XLXConfigFactoryCacheManager", "global format specs");
+    }
+    if ((kind == LXDataIdKind::ParentChild || kind == LXDataIdKind::Objects) &&
+        LXModeConcerns(mode, LXUM_EVERYTHING | LXUM_TYPES | LXUM_PARENTCHILD))
+    {
+        m_planTypes.Invalidate();
+        XInvalidationLog::Add("XLXConfigFactoryCacheManager", "plan types");
+    }
 }
 
 // The first answer other than S_OK ends the walk. A notification that comes while the manager is being
@@ -118,7 +130,9 @@ HRESULT XLXConfigFactoryCacheManager::OfferToReceivers(const XDataId& id, LONG,
     }
     const auto relations = RelationManager();
     XLXError::CheckPointer(relations.get(), OLESTR("m_pPCPartCacheMng"), LXManagerAt("DataObjectChanged"));
-    return relations->DataObjectChanged(notification);
+    HRESULT result = relations->DataObjectChanged(notification);
+    result = result == S_OK ? m_browsers.Notify(notification) : result;
+    return result == S_OK ? m_globalSpecs.Notify(notification) : result;
 }
 
 bool XLXConfigFactoryCacheManager::IsRepeated(ULONG notificationId) const noexcept

@@ -1,53 +1,148 @@
 // SPDX-License-Identifier: MIT
 //
-// The registries of the whole configuration, and what is asked of the inheritance of types. Not offered yet.
+// The registries of the whole configuration: browser ids, PC infos, plan types and global format specs.
+#include "XLXEnumWithDelete.h"
 #include "lxconfigfactorycachemanager.h"
 
 namespace
 {
-template <class T>
-HRESULT NotOffered(T** out)
+constexpr int MemberPropertyId = 0;
+
+void CheckSpecId(XLXTextView id, const LXErrorLocation& at)
 {
-    if (out != nullptr)
+    if (id.empty())
     {
-        *out = nullptr;
+        XLXError::Raise(E_INVALIDARG,
+                        OLESTR("For removing ILXGlobalAttributeFormatSpec instances the property id "
+                               "'LXCFGAFS_attributepropertyid' must not be empty."),
+                        at);
     }
-    return E_NOTIMPL;
+}
+
+HRESULT RemoveOnServer(ILXConfigFactory& factory, XLXTextView id)
+{
+    LXServerCall("ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID");
+    return factory.RemoveGlobalAttributeFormatSpecByID(XLXComBSTR(id).Get());
 }
 } // namespace
 
 HRESULT XLXConfigFactoryCacheManager::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum)
 {
-    return NotOffered(ppEnum);
+    return XLXError::Guarded(LXManagerAt("GetBrowserIdEnum"), [&] {
+        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), LXManagerAt("GetBrowserIdEnum"));
+        *ppEnum = nullptr;
+        return LXHandOutEnumerator(m_browsers.BrowserIds(), ppEnum);
+    });
+}
+
+HRESULT XLXConfigFactoryCacheManager::InternalGetBrowserId(XLXTextView name, ILXBrowserId** ppBrowserId)
+{
+    XLXError::CheckPointer(ppBrowserId, OLESTR("ppBrowserId"), LXManagerAt("InternalGetBrowserId"));
+    *ppBrowserId = nullptr;
+    *ppBrowserId = m_browsers.BrowserId(name).Detach();
+    return S_OK;
+}
+
+HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations)
+{
+    XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), LXManagerAt("InternalGetPCInfoEnum"));
+    *ppEnum = nullptr;
+    return LXHandOutEnumerator(m_browsers.PCInfos(newRelations), ppEnum);
+}
+
+HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo,
+                                                        bool newRelations)
+{
+    XLXError::CheckPointer(ppPCInfo, OLESTR("ppPCInfo"), LXManagerAt("InternalGetPCInfo"));
+    *ppPCInfo = nullptr;
+    *ppPCInfo = m_browsers.PCInfo(browserId, newRelations).Detach();
+    return *ppPCInfo != nullptr ? S_OK : S_FALSE;
+}
+
+HRESULT XLXConfigFactoryCacheManager::IsPlantype(ILX_BaseDataObject* pObject)
+{
+    return XLXError::Guarded(LXManagerAt("IsPlantype"), [&]() -> HRESULT {
+        XLXError::CheckPointer(pObject, OLESTR("pObject"), LXManagerAt("IsPlantype"));
+        XLXComBSTR name;
+        LXServerCall("ILX_BaseDataObject::GetTypeName");
+        const HRESULT result = pObject->GetTypeName(name.Put());
+        if (FAILED(result))
+        {
+            return result;
+        }
+        return m_planTypes.IsPlanType(name.View()) ? S_OK : S_FALSE;
+    });
+}
+
+std::vector<XRelationHost::PlanTypeRelation>
+XLXConfigFactoryCacheManager::InternalGetPlantypeRelations(XLXTextView parentType)
+{
+    return m_planTypes.RelationsOf(parentType);
 }
 
 HRESULT
 XLXConfigFactoryCacheManager::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum)
 {
-    return NotOffered(ppEnum);
+    const LXErrorLocation at = LXManagerAt("GetAllGlobalAttributeFormatSpecs");
+    return XLXError::Guarded(at, [&]() -> HRESULT {
+        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), at);
+        *ppEnum = nullptr;
+        const HRESULT filled = m_globalSpecs.InternalFillGlobalFormatSpecCache();
+        if (filled != S_OK)
+        {
+            return filled;
+        }
+        std::vector<XLXComPtr<ILXGlobalAttributeFormatSpec>> items;
+        for (const auto& spec : m_globalSpecs.All())
+        {
+            items.emplace_back(spec);
+        }
+        return LXHandOutEnumerator(std::move(items), ppEnum);
+    });
 }
 
-HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*)
+HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(
+    ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec)
 {
-    return E_NOTIMPL;
+    const LXErrorLocation at = LXManagerAt("RemoveGlobalAttributeFormatSpec");
+    return XLXError::Guarded(at, [&]() -> HRESULT {
+        XLXError::CheckPointer(piGlobalAttributeFormatSpec, OLESTR("piGlobalAttributeFormatSpec"), at);
+        const auto factory = ConfigFactory("RemoveGlobalAttributeFormatSpec");
+        const auto spec = XLXGlobalAttributeFormatSpecCache::FromFace(piGlobalAttributeFormatSpec);
+        if (!spec)
+        {
+            XLXError::Raise(E_INVALIDARG,
+                            OLESTR("Only instances refered by a cache ILXGlobalAttributeFormatSpec interface "
+                                   "ptr can be removed by the CFC method RemoveGlobalAttributeFormatSpec()."),
+                            at);
+        }
+        XLXComVariant value;
+        XLXError::RaiseIfFailed(spec->ReadProperty(MemberPropertyId, value),
+                                OLESTR("the property id cannot be read"), at);
+        const XLXText id = value.AsText().value_or(XLXText());
+        CheckSpecId(id, at);
+        const HRESULT result = RemoveOnServer(*factory, id);
+        if (SUCCEEDED(result))
+        {
+            m_globalSpecs.Drop(*spec);
+        }
+        return result;
+    });
 }
-HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpecByID(BSTR)
+
+HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpecByID(BSTR bstrAttributeProperyID)
 {
-    return E_NOTIMPL;
-}
-HRESULT XLXConfigFactoryCacheManager::IsPlantype(ILX_BaseDataObject*)
-{
-    return E_NOTIMPL;
-}
-HRESULT XLXConfigFactoryCacheManager::CheckTypeDerivesFrom(BSTR, LONG, BSTR*, LONG*)
-{
-    return E_NOTIMPL;
-}
-HRESULT XLXConfigFactoryCacheManager::GetAllDerivedTypes(BSTR, LONG*, BSTR**)
-{
-    return E_NOTIMPL;
-}
-HRESULT XLXConfigFactoryCacheManager::GetDerivedTypesForQuery(BSTR, LONG*, BSTR**)
-{
-    return E_NOTIMPL;
+    const LXErrorLocation at = LXManagerAt("RemoveGlobalAttributeFormatSpecByID");
+    return XLXError::Guarded(at, [&]() -> HRESULT {
+        const auto factory = ConfigFactory("RemoveGlobalAttributeFormatSpecByID");
+        const XLXTextView id = LXBstrView(bstrAttributeProperyID);
+        CheckSpecId(id, at);
+        const HRESULT result = RemoveOnServer(*factory, id);
+        if (FAILED(result))
+        {
+            return result;
+        }
+        m_globalSpecs.DropById(id);
+        return S_OK;
+    });
 }

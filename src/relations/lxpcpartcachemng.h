@@ -1,53 +1,156 @@
 // SPDX-License-Identifier: MIT
+//
+// XLXPCPartCacheMng: all relations of the server, by parent type, child type and child list.
+//
+// They are loaded once, with one bulk read, and again after a notification says that they changed; relations
+// that come again stay the same objects. Questions are answered, and PC infos asked for, with no lock held.
+//
+// Threading  Any thread may call. The map's lock is held for copying and swapping the pointer to it alone.
 #ifndef LXPCPARTCACHEMNG_H
 #define LXPCPARTCACHEMNG_H
 
+#include "XCFCDataTransfer.h"
+#include "lxparentchildcache.h"
 #include "lxpcbasemng.h"
 
-class XLXConfigFactoryCacheManager;
-
-/// The relation manager. It loads no relations yet: every question is answered as if there were none.
 class XLXPCPartCacheMng final : public XLXPCBaseMng
 {
 public:
-    explicit XLXPCPartCacheMng(XLXConfigFactoryCacheManager&) {}
+    explicit XLXPCPartCacheMng(XRelationHost& host) noexcept : XLXPCBaseMng(host) {}
+    ~XLXPCPartCacheMng() override;
 
-    HRESULT GetParentChildEnum(BSTR, ILXParentChildEnum** ppEnum) override { return Nothing(ppEnum); }
-    HRESULT GetPPRRelationsEnum(BSTR, ILXParentChildEnum** ppEnum) override { return Nothing(ppEnum); }
-    HRESULT GetPPRRelationsEnumByDO(ILX_BaseDataObject*, ILXParentChildEnum** ppEnum) override { return Nothing(ppEnum); }
-    HRESULT GetPossiblePPRRelations(BSTR, BSTR, ILXParentChildEnum** ppEnum) override { return Nothing(ppEnum); }
-    HRESULT GetPossiblePPRRelationsByDO(ILX_BaseDataObject*, ILX_BaseDataObject*, ILXParentChildEnum** ppEnum) override
-    {
-        return Nothing(ppEnum);
-    }
-    HRESULT PPRRelationExists(BSTR, BSTR, bool) override { return S_FALSE; }
-    HRESULT PPRRelationExistsByDO(ILX_BaseDataObject*, ILX_BaseDataObject*, bool) override { return S_FALSE; }
-    HRESULT GetPCRelation(BSTR, BSTR, ILXParentChild** ppPC) override { return Nothing(ppPC); }
-    HRESULT GetSinglePCRelation(BSTR, BSTR, BSTR, ILXParentChild** ppPC) override { return Nothing(ppPC); }
-    HRESULT GetSinglePCRelationByDO(ILX_BaseDataObject*, ILX_BaseDataObject*, ILXParentChild** ppPC) override
-    {
-        return Nothing(ppPC);
-    }
-    HRESULT GetCachedPCEnum(ILX_BaseDataObject*, ILX_BaseDataObject*, BSTR, bool, ILXParentChildEnum** ppEnum) override
-    {
-        return Nothing(ppEnum);
-    }
-    HRESULT GetPCEnum(ILX_BaseDataObject*, BSTR, BSTR, bool, ILXParentChildEnum** ppEnum) override { return Nothing(ppEnum); }
-    HRESULT GetPCEnum2(ILX_BaseDataObject*, BSTR, BSTR, LONG, ILXParentChildEnum** ppEnum) override { return Nothing(ppEnum); }
-    HRESULT GetPossiblePPRRelations2(BSTR, BSTR, BSTR, LONG, ILXParentChildEnum** ppEnum) override { return Nothing(ppEnum); }
-    HRESULT GetThisBrowserPCEnum(BSTR, BSTR, ILXParentChildEnum** ppEnum) override { return Nothing(ppEnum); }
-    HRESULT GetPCEnumAll(ILX_BaseDataObject*, BSTR, BSTR, LONG, ILXParentChildEnum** ppEnum) override { return Nothing(ppEnum); }
-    HRESULT DataObjectChanged(const XChangeNotification&) override { return S_OK; }
-    HRESULT InternalFillParentChildMap() override { return S_FALSE; }
+    HRESULT GetParentChildEnum(BSTR typeName, ILXParentChildEnum** ppEnum) override;
+    HRESULT GetPPRRelationsEnum(BSTR parentType, ILXParentChildEnum** ppEnum) override;
+    HRESULT GetPPRRelationsEnumByDO(ILX_BaseDataObject* parent, ILXParentChildEnum** ppEnum) override;
+    HRESULT GetPossiblePPRRelations(BSTR parentType, BSTR childType, ILXParentChildEnum** ppEnum) override;
+    HRESULT GetPossiblePPRRelationsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
+                                        ILXParentChildEnum** ppEnum) override;
+    HRESULT PPRRelationExists(BSTR parentType, BSTR childType, bool internal) override;
+    HRESULT PPRRelationExistsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
+                                  bool internal) override;
+    HRESULT GetPCRelation(BSTR parentType, BSTR childList, ILXParentChild** ppPC) override;
+    HRESULT GetSinglePCRelation(BSTR parentType, BSTR childType, BSTR childList,
+                                ILXParentChild** ppPC) override;
+    HRESULT GetSinglePCRelationByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* relationship,
+                                    ILXParentChild** ppPC) override;
+    HRESULT GetPCEnum(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, bool withPlantypes,
+                      ILXParentChildEnum** ppEnum) override;
+    HRESULT GetPCEnum2(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
+                       ILXParentChildEnum** ppEnum) override;
+    HRESULT GetPossiblePPRRelations2(BSTR parentType, BSTR childType, BSTR browserId, LONG filter,
+                                     ILXParentChildEnum** ppEnum) override;
+    HRESULT GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
+                         ILXParentChildEnum** ppEnum) override;
+    HRESULT DataObjectChanged(const XChangeNotification& notification) override;
+    HRESULT InternalFillParentChildMap() override;
+
+protected:
+    HRESULT CollectPCRelationsByDO(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
+                                   ILX_BaseDataObject* child, XLXTextView browserId, LONG filter,
+                                   Relations& result) override;
+    HRESULT CollectPCRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId,
+                               LONG filter, Relations& result) override;
 
 private:
-    template <class T>
-    static HRESULT Nothing(T** out)
+    struct Entry
     {
-        XLXError::CheckPointer(out, OLESTR("out pointer"), LXHere("lxpcpartcachemng", "XLXPCPartCacheMng", "Nothing"));
-        *out = nullptr;
-        return S_FALSE;
-    }
+        XLXComPtr<XLXParentChildCache> relation;
+        bool ppr = false;
+        bool systemInternal = false;
+    };
+    using ListMap = std::map<XCFGStringKey, Entry>;
+    using ChildMap = std::map<XCFGStringKey, ListMap>;
+    using ParentMap = std::map<XCFGStringKey, ChildMap>;
+    using ParentMapPtr = std::shared_ptr<const ParentMap>; // a map that is in use never changes
+    struct RelationMap
+    {
+        ParentMapPtr relations = std::make_shared<const ParentMap>();
+        bool answers = false; ///< false: the last load failed; the relations wait to be refreshed
+    };
+    class KeptFailure;
+    struct Names;
+    struct Found
+    {
+        XLXComPtr<ILXParentChild> relation;
+        XCFGStringKey child;
+        XCFGStringKey list;
+    };
+
+    // Loading: the fill mutex is held
+    void LoadAllPCRelation(ILXConfigFactory& factory, std::uint64_t noted);
+    ParentMap MakeMap(std::vector<XLXCFCDataTransfer::XILXPCData> records, const ParentMap& former,
+                      std::uint64_t epoch) const;
+    XLXComPtr<XLXParentChildCache> Refresh(XLXComPtr<XLXParentChildCache> relation,
+                                           XLXCFCDataTransfer::XILXPCData record, std::uint64_t epoch) const;
+    static bool ReadNames(const XLXVariantVector& values, Names& names, Entry& entry);
+    static const Entry* Find(const ParentMap& map, const XCFGStringKey& parent, const XCFGStringKey& child,
+                             const XCFGStringKey& list);
+    static const ChildMap* Below(const ParentMap& map, const XCFGStringKey& parent);
+    template <class Visit>
+    static void ForEach(const ParentMap& map, Visit&& visit);
+    static void TerminateDropped(const ParentMap& former, const ParentMap& kept) noexcept;
+    ParentMapPtr Held() const;
+
+    // Asking
+    /// The relations to answer from, loaded first when needed.
+    ParentMapPtr Loaded();
+    /// Calls visit(child, list, entry) for the relations from a parent to a child (empty: to any), until it
+    /// answers false.
+    template <class Visit>
+    void VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit);
+    void Collect(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter,
+                 std::vector<Found>& found);
+    void AddPlanTypeRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId,
+                              bool newOnly, std::vector<Found>& found);
+    HRESULT EnumerateBelow(const char* method, ILX_BaseDataObject* object, BSTR typeName, BSTR browserId,
+                           LONG filter, ILXParentChildEnum** ppEnum);
+    HRESULT EnumerateBetween(const char* method, ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
+                             LONG filter, ILXParentChildEnum** ppEnum);
+    HRESULT Exists(XLXTextView parentType, XLXTextView childType, bool internal);
+    static HRESULT ResolveTypeNames(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
+                                    ILX_BaseDataObject* child);
+
+    XFilledFlag m_filled;
+    XFillMutex m_fill{XLockLevel::RelationFill};
+    mutable XCritDataCFC<RelationMap> m_relations{XLockLevel::Relations};
 };
+
+template <class Visit>
+void XLXPCPartCacheMng::ForEach(const ParentMap& map, Visit&& visit)
+{
+    for (const auto& [parent, children] : map)
+    {
+        for (const auto& [child, lists] : children)
+        {
+            for (const auto& [list, entry] : lists)
+            {
+                visit(parent, child, list, entry);
+            }
+        }
+    }
+}
+
+template <class Visit>
+void XLXPCPartCacheMng::VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit)
+{
+    const ParentMapPtr relations = Loaded();
+    const ChildMap* const children = relations ? Below(*relations, XCFGStringKey(parentType)) : nullptr;
+    if (children == nullptr)
+    {
+        return;
+    }
+    const auto first = childType.empty() ? children->begin() : children->find(XCFGStringKey(childType));
+    const auto last = childType.empty() || first == children->end() ? children->end() : std::next(first);
+    for (auto child = first; child != last; ++child)
+    {
+        for (const auto& [list, entry] : child->second)
+        {
+            if (!visit(child->first, list, entry))
+            {
+                return;
+            }
+        }
+    }
+}
 
 #endif

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+//
+// The plan types: types of the plans of the object database, with the types allowed below each. They are
+// objects of the database, found with the query object.
+//
+// Threading  Any thread may ask. The query object is used by one thread at a time. What is in use never
+// changes. Errors     A failing query is written to the logbook, and there are no plan types then; the next
+// question
+//            asks again.
+#ifndef XPLANTYPES_H
+#define XPLANTYPES_H
+
+#include "XBasicCritSection.h"
+#include "XCFGStringKey.h"
+#include "XFillMutex.h"
+#include "XFilledFlag.h"
+#include "XRelationHost.h"
+
+#include <map>
+
+class XLXConfigFactoryCacheManager;
+
+class XPlanTypes
+{
+public:
+    /// @param manager  outlives the plan types
+    explicit XPlanTypes(const XLXConfigFactoryCacheManager& manager) noexcept : m_manager(manager) {}
+
+    bool IsPlanType(XLXTextView typeName);
+    /// The relations from a plan type to the types allowed below it; none for any other type.
+    std::vector<XRelationHost::PlanTypeRelation> RelationsOf(XLXTextView typeName);
+
+    /// Makes the next question ask the server. Waits for nobody.
+    void Invalidate() noexcept { m_bPlantypeMapFilled.Invalidate(); }
+    void Clear();
+
+private:
+    struct PlanType
+    {
+        XLXText nameShort;
+        std::vector<XLXText> allowed; ///< the names of the types allowed below it
+    };
+    using Map = std::map<XCFGStringKey, PlanType>;
+    using MapPtr = std::shared_ptr<const Map>;
+
+    MapPtr Loaded();
+    MapPtr Held();
+    static Map Fetch(ILX_Query& query);
+    static void AddPlanType(ILX_BaseDataObject& object, Map& map);
+
+    const XLXConfigFactoryCacheManager& m_manager;
+    XFilledFlag m_bPlantypeMapFilled;
+    XFillMutex m_fill{XLockLevel::PlanTypeFill};
+    XCritDataCFC<MapPtr> m_mapPlantype{XLockLevel::PlanTypes, std::make_shared<const Map>()};
+};
+
+#endif

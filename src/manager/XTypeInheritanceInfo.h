@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+//
+// Which type derives from which, taken from the types in the type map and their links.
+//
+// Threading  Any thread may ask. The information is made anew, with no lock held, when the types changed
+// since
+//            it was made; whoever asks meanwhile makes its own. What is in use never changes.
+#ifndef XTYPEINHERITANCEINFO_H
+#define XTYPEINHERITANCEINFO_H
+
+#include "XTypeMap.h"
+
+#include <set>
+
+class XTypeInheritanceInfo
+{
+public:
+    explicit XTypeInheritanceInfo(const XTypeMap& types) noexcept : m_types(types) {}
+
+    /// What is known at one moment.
+    class Info
+    {
+    public:
+        bool IsKnown(XLXTextView typeName) const;
+        /// Whether a type is another one or derives from it.
+        bool DerivesFrom(XLXTextView typeName, XLXTextView ancestor) const;
+        /// The direct and indirect derived types, in key order.
+        std::vector<XLXText> DerivedTypes(XLXTextView typeName) const;
+        /// The base types, nearest first.
+        std::vector<XLXText> BaseTypes(XLXTextView typeName) const;
+
+    private:
+        friend class XTypeInheritanceInfo;
+        void AddTypeToInheritanceInfo(const XCFGStringKey& type);
+
+        std::uint64_t m_version = 0;
+        std::map<XCFGStringKey, XCFGStringKey> m_baseOf; ///< every known type; the null key: no base
+        std::map<std::pair<XCFGStringKey, XCFGStringKey>, LONG> m_distances; ///< by ancestor and type
+        std::map<XCFGStringKey, std::set<XCFGStringKey>> m_derived;          ///< by direct base
+    };
+    using InfoPtr = std::shared_ptr<const Info>;
+
+    /// The information about the types as they are now.
+    InfoPtr Current();
+    void Clear();
+
+private:
+    static void LinkBases(const std::vector<XTypeMap::Entry>& types, Info& info);
+
+    const XTypeMap& m_types;
+    XCritDataCFC<InfoPtr> m_info{XLockLevel::Inheritance};
+};
+
+#endif

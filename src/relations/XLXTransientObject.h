@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+//
+// What the transient objects have in common: configuration objects without a server object behind them, whose
+// properties are a few fields and many constants.
+#ifndef XLXTRANSIENTOBJECT_H
+#define XLXTRANSIENTOBJECT_H
+
+#include "XCfgPropertyConvert.h"
+#include "XLXComVariant.h"
+#include "XLXError.h"
+
+/// A property that a transient object has, with the value that it answers or starts with.
+struct XTransientProperty
+{
+    int index;
+    VARTYPE type; ///< VT_I4, VT_BOOL, VT_R8 or VT_BSTR
+    LONG number = 0;
+    const OLECHAR* text = OLESTR("");
+
+    XLXComVariant Value() const
+    {
+        switch (type)
+        {
+        case VT_BOOL:
+            return XLXComVariant::FromBool(number != 0);
+        case VT_R8:
+            return XLXComVariant::FromDouble(number);
+        case VT_BSTR:
+            return XLXComVariant::FromBstr(text);
+        default:
+            return XLXComVariant::FromI4(number);
+        }
+    }
+};
+
+/// The property of an index; null when the table has none.
+template <std::size_t count>
+constexpr const XTransientProperty* LXFindProperty(const XTransientProperty (&table)[count],
+                                                   int index) noexcept
+{
+    for (const XTransientProperty& property : table)
+    {
+        if (property.index == index)
+        {
+            return &property;
+        }
+    }
+    return nullptr;
+}
+
+/// Gives a value to a caller's variable, whose old value is cleared.
+inline HRESULT LXHandOutValue(XLXComVariant value, VARIANT* out)
+{
+    const HRESULT result = VariantClear(out);
+    if (SUCCEEDED(result))
+    {
+        value.DetachTo(out);
+    }
+    return result;
+}
+
+/// It answers its interface and IUnknown, and no callback.
+template <class Interface, EConfigElementKind kind>
+class XLXTransientObject : public Interface
+{
+public:
+    XLXTransientObject(const XLXTransientObject&) = delete;
+    XLXTransientObject& operator=(const XLXTransientObject&) = delete;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
+    {
+        if (ppv == nullptr)
+        {
+            return E_POINTER;
+        }
+        *ppv = IsEqualIID(iid, LXIid<Interface>()) || IsEqualIID(iid, IID_IUnknown)
+                   ? static_cast<Interface*>(this)
+                   : nullptr;
+        if (*ppv == nullptr)
+        {
+            return E_NOINTERFACE;
+        }
+        this->AddRef();
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE Get(BSTR bstrKey, VARIANT* pvarValue) override
+    {
+        return this->GetProperty(XCfgPropertyConvert::Convert(kind, bstrKey), pvarValue);
+    }
+    HRESULT STDMETHODCALLTYPE Set(BSTR bstrKey, VARIANT varValue) override
+    {
+        return this->SetProperty(XCfgPropertyConvert::Convert(kind, bstrKey), varValue);
+    }
+    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
+
+protected:
+    XLXTransientObject() noexcept = default;
+    ~XLXTransientObject() = default;
+
+    [[noreturn]] static void RaiseUnknownIndex(int index, const LXErrorLocation& at)
+    {
+        XLXError::Raise(E_INVALIDARG,
+                        LXFormatText(OLESTR("property index (%d) is unknown"), {LXDecimal(index)}), at);
+    }
+};
+
+#endif

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+//
+// What relations ask of the manager that they belong to.
+#ifndef XRELATIONHOST_H
+#define XRELATIONHOST_H
+
+#include "XNotificationEpoch.h"
+#include "XWeakLink.h"
+#include "lxcfctools.h"
+
+#include <vector>
+
+/// The PC infos that every browser has for relations that exist in this process alone.
+class XPCInfoRegistry
+{
+public:
+    /// @param newRelations  which of the two generations is asked
+    virtual HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) = 0;
+    /// The PC info of exactly that browser; S_FALSE and null when there is none.
+    virtual HRESULT InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations) = 0;
+    virtual ULONG STDMETHODCALLTYPE Release() = 0;
+    /// Adds a reference unless the last one is gone already.
+    virtual bool TryAddRef() noexcept = 0;
+
+protected:
+    ~XPCInfoRegistry() = default;
+};
+
+class XRelationHost : public XPCInfoRegistry
+{
+public:
+    /// The server's config factory; raises E_POINTER when there is none.
+    virtual XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const = 0;
+    virtual const XNotificationEpoch& NotificationEpoch() const noexcept = 0;
+    /// The names of a type's base types, nearest first.
+    virtual std::vector<XLXText> BaseTypeNames(XLXTextView typeName) = 0;
+
+    /// A relation that plan types allow below a type.
+    struct PlanTypeRelation
+    {
+        XLXText childType;
+        XLXText nameShort;
+    };
+    virtual std::vector<PlanTypeRelation> InternalGetPlantypeRelations(XLXTextView parentType) = 0;
+    /// A link for relations that may outlive the host.
+    virtual const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept = 0;
+
+protected:
+    ~XRelationHost() = default;
+};
+
+#endif

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#include "lxparentchildcacheinherited.h"
+
+#include "XCfgPropertyConvert.h"
+#include "XInstanceRegistry.h"
+#include "XLXComVariant.h"
+#include "relationmembers.h"
+
+namespace
+{
+constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE)
+{
+    return LXHere("lxparentchildcacheinherited", "XLXParentChildCacheInherited", method, line);
+}
+
+// Never destroyed: a relation that a client still holds may go after the statics of the module.
+XInstanceRegistry<ILXParentChild>& LiveInherited()
+{
+    static auto& registry = *new XInstanceRegistry<ILXParentChild>;
+    return registry;
+}
+} // namespace
+
+XLXParentChildCacheInherited::XLXParentChildCacheInherited(XLXComPtr<ILXParentChild> base)
+    : m_base(std::move(base))
+{
+    XLXError::CheckPointer(m_base.Get(), OLESTR("base relation"), At("XLXParentChildCacheInherited"));
+    // The base of an inherited relation is not inherited, so one step reaches the root.
+    if (LiveInherited().Contains(m_base.Get()))
+    {
+        m_base =
+            XLXComPtr<ILXParentChild>(static_cast<const XLXParentChildCacheInherited*>(m_base.Get())->m_base);
+    }
+    LiveInherited().Add(this);
+}
+
+XLXParentChildCacheInherited::~XLXParentChildCacheInherited()
+{
+    LiveInherited().Remove(this);
+}
+
+HRESULT XLXParentChildCacheInherited::QueryInterface(REFIID iid, void** ppv)
+{
+    return XLXError::Guarded(At("QueryInterface"), [&]() -> HRESULT {
+        XLXError::CheckPointer(ppv, OLESTR("ppv"), At("QueryInterface"));
+        *ppv = IsEqualIID(iid, LXIid<ILXParentChild>()) || IsEqualIID(iid, IID_IUnknown) ? this : nullptr;
+        if (*ppv == nullptr)
+        {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    });
+}
+
+ULONG XLXParentChildCacheInherited::AddRef()
+{
+    return m_references.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+ULONG XLXParentChildCacheInherited::Release()
+{
+    const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    if (left == 0)
+    {
+        delete this;
+    }
+    return left;
+}
+
+HRESULT XLXParentChildCacheInherited::Get(BSTR bstrKey, VARIANT* pvarValue)
+{
+    return GetProperty(XCfgPropertyConvert::Convert(EConfigElementKind::Relation, bstrKey), pvarValue);
+}
+
+HRESULT XLXParentChildCacheInherited::Set(BSTR bstrKey, VARIANT varValue)
+{
+    return SetProperty(XCfgPropertyConvert::Convert(EConfigElementKind::Relation, bstrKey), varValue);
+}
+
+HRESULT XLXParentChildCacheInherited::GetProperty(int iLXCF_Member, VARIANT* pvarValue)
+{
+    return XLXError::Guarded(At("GetProperty"), [&] {
+        XLXError::CheckPointer(pvarValue, OLESTR("pvarValue"), At("GetProperty"));
+        if (iLXCF_Member != LXRM_CHILDNAME && iLXCF_Member != LXRM_PARENTNAME)
+        {
+            return m_base->GetProperty(iLXCF_Member, pvarValue);
+        }
+        XLXComVariant name =
+            XLXComVariant::FromBstr(iLXCF_Member == LXRM_CHILDNAME ? m_childName : m_parentName);
+        const HRESULT result = VariantClear(pvarValue);
+        if (SUCCEEDED(result))
+        {
+            name.DetachTo(pvarValue);
+        }
+        return result;
+    });
+}
+
+HRESULT XLXParentChildCacheInherited::SetProperty(int iLXCF_Member, VARIANT varValue)
+{
+    return m_base->SetProperty(iLXCF_Member, varValue);
+}
+
+HRESULT XLXParentChildCacheInherited::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
+{
+    return m_base->GetPCInfoEnum(ppEnum);
+}
+
+HRESULT XLXParentChildCacheInherited::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo)
+{
+    return m_base->GetPCInfo(bstrBrowserId, ppPCInfo);
+}

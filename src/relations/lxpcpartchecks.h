@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+//
+// Argument checks of the relation manager.
+#ifndef LXPCPARTCHECKS_H
+#define LXPCPARTCHECKS_H
+
+#include "XLXComBSTR.h"
+
+/// Source name, scope and method of the relation manager's error locations.
+constexpr LXErrorLocation LXPCPartAt(const char* method, int line = LX_CURRENT_LINE)
+{
+    return {"lxpcpartcachemng", "XLXPCPartCacheMng", method, line};
+}
+
+inline void LXCheckNotEmpty(BSTR text, XLXTextView failureText, const LXErrorLocation& at)
+{
+    if (LXBstrView(text).empty())
+    {
+        XLXError::Raise(E_INVALIDARG, failureText, at);
+    }
+}
+
+/// Empties a caller's variable, if there is one, before anything can fail.
+template <class T>
+void LXEmptyOut(T** out) noexcept
+{
+    if (out != nullptr)
+    {
+        *out = nullptr;
+    }
+}
+
+/// Checks an out pointer, and empties what it points to.
+template <class T>
+void LXCheckOut(T** out, XLXTextView name, const LXErrorLocation& at)
+{
+    XLXError::CheckPointer(out, name, at);
+    *out = nullptr;
+}
+
+#endif

@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: MIT
+#include "lxtransientpc.h"
+
+#include "relationmembers.h"
+
+#include <map>
+#include <tuple>
+
+namespace
+{
+constexpr const OLECHAR* TheChildList = OLESTR("nodes");
+
+// The child list is always the same, whatever is written to it.
+// clang-format off
+constexpr XTransientProperty Properties[] = {
+    {LXRM_CHILDLISTNAME, VT_BSTR, 0, TheChildList},
+    {LXRM_CHILDNAME, VT_BSTR}, {LXRM_PARENTNAME, VT_BSTR}, {LXRM_NAMESHORT, VT_BSTR},
+    {2, VT_BSTR}, {3, VT_BSTR}, {23, VT_BSTR}, {28, VT_BSTR},
+    {4, VT_I4}, {LXRM_PPRRELATIONTYPE, VT_I4}, {27, VT_I4}, {29, VT_I4}, {34, VT_I4},
+    {12, VT_BOOL, 1}, {15, VT_BOOL, 1},
+    {8, VT_BOOL}, {9, VT_BOOL}, {10, VT_BOOL}, {11, VT_BOOL}, {13, VT_BOOL}, {LXRM_SYSTEMINTERNAL, VT_BOOL},
+    {17, VT_BOOL}, {26, VT_BOOL}, {30, VT_BOOL}, {31, VT_BOOL}, {32, VT_BOOL}, {33, VT_BOOL}, {35, VT_BOOL},
+    {36, VT_BOOL}};
+// clang-format on
+
+constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE)
+{
+    return LXHere("lxtransientpc", "XLXTransientPC", method, line);
+}
+
+/// All transient relations of the module, by manager (null: nobody's), parent, child, short name and flag.
+struct Pool
+{
+    using Key = std::tuple<const XRelationHost*, XLXText, XLXText, XLXText, bool>;
+
+    XLeafMutex mutex; // guards the relations
+    std::multimap<Key, std::unique_ptr<XLXTransientPC>> relations;
+};
+
+// Never destroyed: a client may release a relation after the statics of the module are gone.
+Pool& ThePool()
+{
+    static Pool& pool = *new Pool;
+    return pool;
+}
+} // namespace
+
+XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXTextView parent,
+                                              const XRelationHost::PlanTypeRelation& relation, bool flag)
+{
+    Names names{XLXText(parent), relation.childType, TheChildList, relation.nameShort};
+    Pool::Key key(&host, names.parent, names.child, names.nameShort, flag);
+    Pool::Key nobodys(nullptr, names.parent, names.child, names.nameShort, flag);
+    Pool& pool = ThePool();
+    const std::lock_guard<XLeafMutex> lock(pool.mutex);
+    auto found = pool.relations.find(key);
+    if (found == pool.relations.end())
+    {
+        auto node = pool.relations.extract(nobodys);
+        if (node.empty())
+        {
+            return pool.relations
+                .emplace(std::move(key),
+                         std::make_unique<XLXTransientPC>(host.PCInfoLink(), std::move(names), flag))
+                ->second.get();
+        }
+        std::get<0>(node.key()) = &host;
+        found = pool.relations.insert(std::move(node));
+    }
+    found->second->Renew(host.PCInfoLink(), std::move(names));
+    return found->second.get();
+}
+
+void XLXTransientPC::Disown(const XRelationHost& host) noexcept
+{
+    Pool& pool = ThePool();
+    const std::lock_guard<XLeafMutex> lock(pool.mutex);
+    const auto isHosts = [&host](const auto& entry) { return std::get<0>(entry.first) == &host; };
+    for (auto next = pool.relations.begin(); next != pool.relations.end();)
+    {
+        const auto entry = next++;
+        if (isHosts(*entry))
+        {
+            auto node = pool.relations.extract(entry);
+            std::get<0>(node.key()) = nullptr;
+            pool.relations.insert(std::move(node));
+        }
+    }
+}
+
+// What a caller wrote into a relation does not reach the next one who is given it.
+void XLXTransientPC::Renew(Owner owner, Names names)
+{
+    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    std::swap(m_owner, owner);
+    std::swap(m_names, names);
+}
+
+XLXText* XLXTransientPC::Field(int index) noexcept
+{
+    switch (index)
+    {
+    case LXRM_CHILDLISTNAME:
+        return &m_names.childList;
+    case LXRM_CHILDNAME:
+        return &m_names.child;
+    case LXRM_PARENTNAME:
+        return &m_names.parent;
+    case LXRM_NAMESHORT:
+        return &m_names.nameShort;
+    default:
+        return nullptr;
+    }
+}
+
+HRESULT XLXTransientPC::GetProperty(int iLXCF_Member, VARIANT* pvarValue)
+{
+    return XLXError::Guarded(At("Get", 67), [&]() -> HRESULT {
+        XLXError::CheckPointer(pvarValue, OLESTR("pvarValue"), At("Get", 67));
+        const XTransientProperty* const property = LXFindProperty(Properties, iLXCF_Member);
+        if (property == nullptr)
+        {
+            return E_INVALIDARG;
+        }
+        XLXComVariant value = property->Value();
+        if (XLXText* const field = Field(iLXCF_Member);
+            field != nullptr && iLXCF_Member != LXRM_CHILDLISTNAME)
+        {
+            const std::lock_guard<XLeafMutex> lock(m_mutex);
+            value = XLXComVariant::FromBstr(*field);
+        }
+        return LXHandOutValue(std::move(value), pvarValue);
+    });
+}
+
+HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue)
+{
+    return XLXError::Guarded(At("Set"), [&]() -> HRESULT {
+        if (LXFindProperty(Properties, iLXCF_Member) == nullptr)
+        {
+            RaiseUnknownIndex(iLXCF_Member, At("Set", 299));
+        }
+        if (XLXText* const field = Field(iLXCF_Member); field != nullptr)
+        {
+            auto text = XLXComVariant::CopyOf(varValue).AsText();
+            if (!text)
+            {
+                XLXError::Raise(E_INVALIDARG, OLESTR("the value is no text"), At("Set", 299));
+            }
+            const std::lock_guard<XLeafMutex> lock(m_mutex);
+            field->swap(*text);
+        }
+        return S_OK;
+    });
+}
+
+// The link is copied first: the reference that it gives may be the last one, and is released with no lock
+// held.
+XLockedLink<XPCInfoRegistry> XLXTransientPC::LockOwner() const
+{
+    Owner owner;
+    {
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        owner = m_owner;
+    }
+    return owner.Lock();
+}
+
+HRESULT XLXTransientPC::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
+{
+    return XLXError::Guarded(At("GetPCInfoEnum"), [&]() -> HRESULT {
+        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), At("GetPCInfoEnum"));
+        *ppEnum = nullptr;
+        const auto owner = LockOwner();
+        return owner ? owner->InternalGetPCInfoEnum(ppEnum, m_flag) : S_FALSE;
+    });
+}
+
+HRESULT XLXTransientPC::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo)
+{
+    return XLXError::Guarded(At("GetPCInfo"), [&]() -> HRESULT {
+        XLXError::CheckPointer(ppPCInfo, OLESTR("ppPCInfo"), At("GetPCInfo"));
+        *ppPCInfo = nullptr;
+        const auto owner = LockOwner();
+        return owner ? owner->InternalGetPCInfo(LXBstrView(bstrBrowserId), ppPCInfo, m_flag) : S_FALSE;
+    });
+}

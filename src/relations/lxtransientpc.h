@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+//
+// A relation that exists in this process alone: what plan types allow.
+//
+// Ownership  Nobody counts references to it. There is one for each manager, parent, child, short name and
+//            flag, and it lives as long as the module is loaded, since callers may hold it for as long. When
+//            its manager goes, the next manager that needs such a relation takes it over.
+// Threading  Any thread may call.
+#ifndef LXTRANSIENTPC_H
+#define LXTRANSIENTPC_H
+
+#include "XLXTransientObject.h"
+#include "XRelationHost.h"
+
+class XLXTransientPC final : public XLXTransientObject<ILXParentChild, EConfigElementKind::Relation>
+{
+public:
+    using Owner = XWeakLink<XPCInfoRegistry>;
+
+    /// What a transient relation is made of.
+    struct Names
+    {
+        XLXText parent;
+        XLXText child;
+        XLXText childList;
+        XLXText nameShort;
+    };
+
+    XLXTransientPC(Owner owner, Names names, bool flag)
+        : m_owner(std::move(owner)), m_names(std::move(names)), m_flag(flag)
+    {}
+    ~XLXTransientPC() = default;
+
+    /// The relation with these names, in the child list "nodes".
+    static XLXComPtr<ILXParentChild> For(const XRelationHost& host, XLXTextView parent,
+                                         const XRelationHost::PlanTypeRelation& relation, bool flag);
+    /// A manager goes: its relations answer no PC infos any more, and wait for the next one.
+    static void Disown(const XRelationHost& host) noexcept;
+
+    // IUnknown
+    ULONG STDMETHODCALLTYPE AddRef() override { return 1; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+
+    // ILXConfigObject
+    HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
+    HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override;
+
+    // ILXParentChild
+    HRESULT STDMETHODCALLTYPE AddPCInfo(ILXPCInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemovePCInfo(ILXPCInfo*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetPCInfoEnum(ILXPCInfoEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) override;
+
+private:
+    void Renew(Owner owner, Names names);
+    XLockedLink<XPCInfoRegistry> LockOwner() const;
+    /// The field behind a property, null for one that is constant.
+    XLXText* Field(int index) noexcept;
+
+    mutable XLeafMutex m_mutex; // guards the next two
+    Owner m_owner;
+    Names m_names;
+    const bool m_flag; // which generation of PC infos answers
+};
+
+#endif

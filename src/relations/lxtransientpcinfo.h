@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#ifndef LXTRANSIENTPCINFO_H
+#define LXTRANSIENTPCINFO_H
+
+#include "XLXTransientObject.h"
+
+/// A PC info without a server object; read-only. Nobody counts references to it: it lives as long as its
+/// creator keeps it.
+class XLXTransientPCInfo final : public XLXTransientObject<ILXPCInfo, EConfigElementKind::PCInfo>
+{
+public:
+    /// @param isNew  answered as the property that says so
+    XLXTransientPCInfo(XLXTextView browserId, bool isNew) : m_browserId(browserId), m_isNew(isNew) {}
+
+    ULONG STDMETHODCALLTYPE AddRef() override { return 1; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE Set(BSTR, VARIANT) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
+    HRESULT STDMETHODCALLTYPE SetProperty(int, VARIANT) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
+
+    /// All ten values of such a PC info, for a cached one that is to show the same.
+    static XLXVariantVector Values(XLXTextView browserId, bool isNew);
+
+private:
+    const XLXText m_browserId;
+    const bool m_isNew;
+};
+
+#endif

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+//
+// A cache in front of a server whose model is about relations.
+#ifndef RELATIONFIXTURE_H
+#define RELATIONFIXTURE_H
+
+#include "cachefixture.h"
+#include "relationmembers.h"
+
+/// The model of these tests:
+///   Node; Area <- Node; Room <- Area; Desk; Comp <- lumbcompbase; browsers Tree and List
+///   Node -> Desk nodes (Tree, List), Node -> Room nodes, Area -> Room nodes (Tree), Area -> Desk nodes,
+///   Area -> Desk parts (PPR, List), Area -> Desk secret (PPR, internal), Comp -> Desk parts_reverse (PPR)
+///   plan types Plan ("pl": Task and Desk below it) and Task ("ts": itself)
+///   data objects a (Area), d (Desk), c (Comp); relationship objects rel (parts, a to d), back (parts, d to
+///   c)
+XServerModel LXRelationModel();
+
+class RelationTest : public CacheTest
+{
+protected:
+    explicit RelationTest(XServerModel model = LXRelationModel()) : CacheTest(std::move(model)) {}
+
+    using Names = std::vector<std::string>;
+    using Enum = XLXComPtr<ILXParentChildEnum>;
+    using Relation = XLXComPtr<ILXParentChild>;
+
+    static XLXComBSTR B(const char* text) { return XLXComBSTR(LXFromUtf8(text)); }
+    XLXComPtr<ILX_BaseDataObject> Object(const char* id) { return m_server->StoredObject(id); }
+
+    /// The relations of an enumeration as "Child/list".
+    static Names Listed(const Enum& relations);
+    /// Asks for an enumeration: S_OK with relations, or S_FALSE without.
+    template <class Ask>
+    static Names List(Ask&& ask)
+    {
+        Enum relations;
+        const HRESULT result = ask(relations.Put());
+        EXPECT_EQ(result, relations ? S_OK : S_FALSE);
+        return Listed(relations);
+    }
+    Names Below(const char* type, LONG filter = 0, const char* browser = "");
+    Relation Single(const char* parent, const char* child, const char* list, HRESULT expected = S_OK);
+
+    /// Expects that a call is refused with a code and a description.
+    static void ExpectRefusal(HRESULT actual, HRESULT expected, const char* description);
+};
+
+#endif

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+//
+// Which type derives from which.
+#include "relationfixture.h"
+
+class Derivation : public RelationTest
+{
+protected:
+    void SetUp() override { ASSERT_EQ(Start(), S_OK); }
+    void TearDown() override { Terminate(); }
+
+    using Question = HRESULT (STDMETHODCALLTYPE ILXConfigFactoryCache::*)(BSTR, LONG*, BSTR**);
+    Names Types(Question question, const char* type)
+    {
+        LONG count = -1;
+        BSTR* texts = nullptr;
+        const HRESULT result = (m_cache.Get()->*question)(B(type).Get(), &count, &texts);
+        EXPECT_EQ(result, count > 0 ? S_OK : S_FALSE);
+        EXPECT_EQ(texts != nullptr, count > 0);
+        Names names;
+        for (LONG i = 0; i < count; ++i)
+        {
+            XLXComBSTR text;
+            text.Attach(texts[i]);
+            names.push_back(LXNarrow(text.View()));
+        }
+        CoTaskMemFree(texts);
+        return names;
+    }
+    Names Derived(const char* type) { return Types(&ILXConfigFactoryCache::GetAllDerivedTypes, type); }
+    Names ForQuery(const char* type) { return Types(&ILXConfigFactoryCache::GetDerivedTypesForQuery, type); }
+
+    /// For each type whether the first one derives from it, as digits; in brackets for S_FALSE.
+    std::string Check(const char* type, const std::vector<const char*>& names)
+    {
+        std::vector<XLXComBSTR> texts;
+        std::vector<BSTR> raw;
+        for (const char* const name : names)
+        {
+            texts.push_back(B(name));
+            raw.push_back(texts.back().Get());
+        }
+        std::vector<LONG> answers(names.size(), 9);
+        const HRESULT result = m_cache->CheckTypeDerivesFrom(B(type).Get(), static_cast<LONG>(raw.size()),
+                                                             raw.data(), answers.data());
+        std::string digits;
+        for (const LONG answer : answers)
+        {
+            digits += std::to_string(answer);
+        }
+        return result == S_OK ? digits : "[" + digits + "]";
+    }
+};
+
+TEST_F(Derivation, FollowsTheChainsOfBases)
+{
+    ExpectCalls(0, [&] {
+        EXPECT_EQ(Check("Room", {"Room", "Area", "Node", "Desk", "Nothing", ""}), "111000");
+        EXPECT_EQ(Check("Node", {"Room", "Node"}), "01");
+        EXPECT_EQ(Check("Nothing", {"Node", "Nothing"}), "[00]");
+        EXPECT_EQ(Check("Node", {}), "[]");
+        EXPECT_EQ(Derived("Node"), (Names{"Area", "Room"}));
+        EXPECT_EQ(Derived("Room"), Names());
+        EXPECT_EQ(Derived("Nothing"), Names());
+        EXPECT_EQ(ForQuery("Node"), (Names{"Node", "Area", "Room"}));
+        EXPECT_EQ(ForQuery("Room"), Names{"Room"});
+        EXPECT_EQ(ForQuery("Nothing"), Names());
+    });
+    LONG count = 0;
+    EXPECT_EQ(m_cache->CheckTypeDerivesFrom(B("Node").Get(), 1, nullptr, &count), E_POINTER);
+    EXPECT_EQ(m_cache->CheckTypeDerivesFrom(B("Node").Get(), -1, nullptr, &count), E_INVALIDARG);
+    EXPECT_EQ(m_cache->GetAllDerivedTypes(B("Node").Get(), &count, nullptr), E_POINTER);
+}
+
+TEST_F(Derivation, FollowsWhatChanges)
+{
+    EXPECT_EQ(Derived("Desk"), Names());
+    EXPECT_EQ(Edit().AddType("Bureau", "Desk").result, S_OK);
+    EXPECT_EQ(Derived("Desk"), Names{"Bureau"});
+    Edit().SetTypeProperty("Bureau", XProperty::BaseTypeName, "Room");
+    EXPECT_EQ(Derived("Desk"), Names());
+    EXPECT_EQ(Derived("Node"), (Names{"Area", "Bureau", "Room"}));
+    EXPECT_EQ(Check("Bureau", {"Node"}), "1");
+    Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayEx", E_ACCESSDENIED);
+    m_server->SendNotification("objects/x/0/2");
+    LONG count = 5;
+    BSTR* texts = nullptr;
+    EXPECT_EQ(m_cache->GetAllDerivedTypes(B("Node").Get(), &count, &texts), E_ACCESSDENIED);
+    EXPECT_EQ(count, 0);
+}
+
+TEST_F(Derivation, CyclesAndMissingBasesEnd)
+{
+    Edit().Change(
+        [](XServerModel& model) {
+            model.AddType("Self").properties.Set(XProperty::BaseTypeName, "Self");
+            model.AddType("Orphan").properties.Set(XProperty::BaseTypeName, "Gone");
+            model.AddType("LoopA").properties.Set(XProperty::BaseTypeName, "LoopB");
+            model.AddType("LoopB").properties.Set(XProperty::BaseTypeName, "LoopA");
+        },
+        "objects/x/0/2");
+    EXPECT_EQ(Check("Self", {"Self"}), "1");
+    EXPECT_EQ(Derived("Self"), Names());
+    EXPECT_EQ(Check("Orphan", {"Gone", "Orphan"}), "11");
+    EXPECT_EQ(Derived("Gone"), Names()); // it is no known type
+    EXPECT_EQ(Derived("LoopB"), Names{"LoopA"});
+    EXPECT_EQ(Derived("LoopA"), Names()); // the link that closes the cycle was refused
+    EXPECT_EQ(
+        List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B("LoopA").Get(), nullptr, 0, out); }),
+        Names());
+}

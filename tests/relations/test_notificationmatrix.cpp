@@ -1,0 +1,289 @@
+// SPDX-License-Identifier: MIT
+//
+// Which notification makes what be read again: every kind, every bit of the update mode and every receiver,
+// in one table. With the argument --server-mode the cache runs inside the server's process, where update
+// modes arrive as they were sent.
+#include "relationfixture.h"
+
+namespace
+{
+constexpr LONG Always = -1;
+constexpr LONG Never = 0;
+
+bool ServerMode()
+{
+    for (const std::string& argument : testing::internal::GetArgvs())
+    {
+        if (argument == "--server-mode")
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// A mode as it is sent, and as it arrives with the kind "objects" in an application.
+struct Mode
+{
+    LONG sent;
+    LONG translated;
+};
+constexpr Mode Modes[] = {{0, 0},         {0x1, 0x1},     {0x2, 0x2},     {0x4, 0x4},       {0x8, 0x8},
+                          {0x10, 0x210},  {0x20, 0x20},   {0x40, 0x40},   {0x80, 0x80},     {0x100, 0x300},
+                          {0x200, 0x202}, {0x400, 0x600}, {0x800, 0xA00}, {0x1000, 0x1200}, {0x2000, 0x2000}};
+constexpr const char* Kinds[] = {"objects", "properties", "pc", "searchable", "other"};
+
+/// What makes a receiver read again, by kind: modes with one of these bits, all modes, or none.
+struct Row
+{
+    const char* receiver;
+    const char* method; ///< what it then calls
+    LONG objects;
+    LONG properties;
+    LONG pc;
+    LONG others; ///< any other kind; "searchable" has a row of its own below
+};
+constexpr Row Rows[] = {
+    {"type", "ILXType::GetProperties", 0x3, 0x3, Never, Never},
+    {"attributes", "ILXType::GetTypeComponentData", 0x203, Never, Never, Never},
+    {"groups", "ILXType::GetTypeComponentData", 0x43, Never, Never, Never},
+    {"pages", "ILXType::GetTypeComponentData", 0x23, Never, Never, Never},
+    {"editors", "ILXType::GetTypeComponentData", 0x83, Never, Never, Never},
+    {"attribute", "ILXAttribute::GetProperties", Always, 0x201, Never, 0x201},
+    {"attribute types", "ILXAttribute::GetAttributeTypeEnum", 0x603, Never, Never, Never},
+    {"attribute type", "ILXAttributeType::GetProperties", Always, 0x601, Never, 0x601},
+    {"attribute formats", "ILXAttribute::GetFormat", 0xA03, Never, Never, Never},
+    {"format", "ILXFormat::GetProperties", Always, 0x1911, Never, Never},
+    {"group", "ILXGroup::GetProperties", Always, 0x41, Never, Never},
+    {"group format", "ILXGroup::GetFormat", 0x1043, Never, Never, Never},
+    {"page", "ILXPage::GetProperties", Always, 0x21, Never, Never},
+    {"editor", "ILXConfObjEditor::GetProperties", Always, 0x89, Never, Never},
+    {"browser id", "ILXBrowserId::GetProperties", Always, 0x9, Always, Never},
+    {"browser ids", "ILXConfigFactory::GetBrowserIdEnum", Never, Never, Never, Never},
+    {"global spec", "ILXGlobalAttributeFormatSpec::GetProperties", Always, 0x101, Never, Never},
+    {"global spec formats", "ILXGlobalAttributeFormatSpec::GetFormat", 0x101, Never, Never, Never},
+    {"global specs", "ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", 0x111, Never, Never, Never},
+    {"relation", "ILXParentChild::GetProperties", Always, 0x5, Always, Never},
+    {"PC infos", "ILXParentChild::GetPCInfoEnum", 0xD, Never, Always, Never},
+    {"PC info", "ILXPCInfo::GetProperties", Always, 0xD, Always, Never},
+    {"relations", "ILXConfigFactory::GetPCArray", 0x5, Never, Always, Never},
+    {"plan types", "ILX_Query::GetSearchResult", 0x7, Never, 0x7, Never},
+    {"type map", nullptr, 0x3, Never, Never, Never},
+};
+
+XServerModel MatrixModel()
+{
+    XServerModel model = LXRelationModel();
+    XModelType& area = *model.types.at(OLESTR("Area"));
+    area.AddPage(1);
+    area.AddGroup(1, 1).formats.emplace(0, XModelRef<XModelFormat>());
+    area.AddEditor("E", "Tree");
+    XModelAttribute& size = area.AddAttribute("Size", 1);
+    size.AddType("Big");
+    size.AddFormat(1).properties.Set(XProperty::Label, "0.0");
+    model.AddGlobalSpec("Spec").AddFormat(1);
+    return model;
+}
+} // namespace
+
+class NotificationMatrix : public RelationTest, public testing::WithParamInterface<Row>
+{
+protected:
+    NotificationMatrix() : RelationTest(MatrixModel()) {}
+    void SetUp() override
+    {
+        if (ServerMode())
+        {
+            m_cache = LXMakeCache();
+            ASSERT_EQ(m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
+                                          m_server->DataUpdate().Get()),
+                      S_OK);
+        }
+        else
+        {
+            ASSERT_EQ(Start(), S_OK);
+        }
+    }
+    void TearDown() override { Terminate(); }
+
+    static std::function<void()> Reading(XLXComPtr<ILXConfigObject> object, int member = 0)
+    {
+        return [object, member] { EXPECT_EQ(LXRead(object.Get(), member).find(OLESTR("<")), XLXText::npos); };
+    }
+    template <class I, class F>
+    static XLXComPtr<I> Get(F&& get)
+    {
+        XLXComPtr<I> object;
+        EXPECT_EQ(get(object.Put()), S_OK);
+        return object;
+    }
+    template <class Element, class I, class F>
+    static XLXComPtr<Element> FirstOf(F&& get)
+    {
+        const auto all = Get<I>(get);
+        return Get<Element>([&](auto out) { return all->GetSingleNext(out); });
+    }
+
+    using Probe = std::function<void()>;
+    /// What asks a receiver, of objects that are in the cache now.
+    Probe ProbeFor(const std::string& receiver);
+    Probe ProbeForType(const std::string& receiver);
+    Probe ProbeForAttribute(const std::string& receiver);
+    Probe ProbeForRegistries(const std::string& receiver);
+    Probe ProbeForRelation(const std::string& receiver);
+
+    unsigned long long CallsOf(const char* method, const Probe& probe)
+    {
+        const auto before = Calls().Of(method);
+        probe();
+        return Calls().Of(method) - before;
+    }
+    static bool Expected(const Row& row, const std::string& kind, const Mode& mode);
+};
+
+NotificationMatrix::Probe NotificationMatrix::ProbeForType(const std::string& receiver)
+{
+    const auto area = Type("Area");
+    if (receiver == "type")
+    {
+        return Reading(area);
+    }
+    if (receiver == "type map")
+    {
+        return [this] { Type("Area"); };
+    }
+    if (receiver == "attributes")
+    {
+        return [=] { Get<ILXAttributeEnum>([&](auto out) { return area->GetAttributeEnum(out); }); };
+    }
+    if (receiver == "pages" || receiver == "page")
+    {
+        const auto page = [=] { return Get<ILXPage>([&](auto out) { return area->GetPage(1, out); }); };
+        return receiver == "page" ? Reading(page(), XProperty::PageNumber) : Probe([=] { page(); });
+    }
+    if (receiver == "editors" || receiver == "editor")
+    {
+        const auto editor = [=] {
+            return FirstOf<ILXConfObjEditor, ILXConfObjEditorEnum>(
+                [&](auto out) { return area->GetConfObjEditorEnum(out); });
+        };
+        return receiver == "editor" ? Reading(editor()) : Probe([=] { editor(); });
+    }
+    const auto group = [=] { return Get<ILXGroup>([&](auto out) { return area->GetGroup(1, out); }); };
+    if (receiver == "group")
+    {
+        return Reading(group());
+    }
+    if (receiver == "group format")
+    {
+        return [held = group()] { Get<ILXFormat>([&](auto out) { return held->GetFormat(out); }); };
+    }
+    return receiver == "groups" ? Probe([=] { group(); }) : nullptr;
+}
+
+NotificationMatrix::Probe NotificationMatrix::ProbeForAttribute(const std::string& receiver)
+{
+    const auto size = Attribute("Area", "Size");
+    const auto format = [=] { return Get<ILXFormat>([&](auto out) { return size->GetFormat(1, out); }); };
+    const auto type = [=] {
+        return FirstOf<ILXAttributeType, ILXAttributeTypeEnum>(
+            [&](auto out) { return size->GetAttributeTypeEnum(out); });
+    };
+    return receiver == "attribute"           ? Reading(size)
+           : receiver == "attribute types"   ? Probe([=] { type(); })
+           : receiver == "attribute type"    ? Reading(type())
+           : receiver == "attribute formats" ? Probe([=] { format(); })
+           : receiver == "format"            ? Reading(format(), XProperty::Label)
+                                             : nullptr;
+}
+
+NotificationMatrix::Probe NotificationMatrix::ProbeForRegistries(const std::string& receiver)
+{
+    const auto browserId = [this] {
+        return FirstOf<ILXBrowserId, ILXBrowserIdEnum>(
+            [&](auto out) { return Factory()->GetBrowserIdEnum(out); });
+    };
+    const auto spec = [this] {
+        return FirstOf<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
+            [&](auto out) { return Factory()->GetAllGlobalAttributeFormatSpecs(out); });
+    };
+    if (receiver == "global spec formats")
+    {
+        return [held = spec()] { Get<ILXFormat>([&](auto out) { return held->GetFormat(1, out); }); };
+    }
+    return receiver == "browser id"     ? Reading(browserId())
+           : receiver == "browser ids"  ? Probe([=] { browserId(); })
+           : receiver == "global spec"  ? Reading(spec())
+           : receiver == "global specs" ? Probe([=] { spec(); })
+                                        : nullptr;
+}
+
+NotificationMatrix::Probe NotificationMatrix::ProbeForRelation(const std::string& receiver)
+{
+    if (receiver == "plan types")
+    {
+        return [this] { EXPECT_EQ(m_cache->IsPlantype(m_server->DataObject("Plan").Get()), S_OK); };
+    }
+    const auto rooms = [this] { return Single("Area", "Room", "nodes"); };
+    const auto info = [](const Relation& relation) {
+        return Get<ILXPCInfo>([&](auto out) { return relation->GetPCInfo(B("Tree").Get(), out); });
+    };
+    return receiver == "relation"    ? Reading(rooms())
+           : receiver == "relations" ? Probe([=] { rooms(); })
+           : receiver == "PC infos"  ? Probe([=, held = rooms()] { info(held); })
+                                     : Reading(info(rooms()), XProperty::PCInfoBrowser);
+}
+
+NotificationMatrix::Probe NotificationMatrix::ProbeFor(const std::string& receiver)
+{
+    for (const auto make : {&NotificationMatrix::ProbeForType, &NotificationMatrix::ProbeForAttribute,
+                            &NotificationMatrix::ProbeForRegistries, &NotificationMatrix::ProbeForRelation})
+    {
+        if (Probe probe = (this->*make)(receiver))
+        {
+            return probe;
+        }
+    }
+    return nullptr;
+}
+
+bool NotificationMatrix::Expected(const Row& row, const std::string& kind, const Mode& mode)
+{
+    const LONG bits = kind == "objects"      ? row.objects
+                      : kind == "properties" ? row.properties
+                      : kind == "pc"         ? row.pc
+                                             : row.others;
+    if (kind == "searchable" && row.receiver == std::string("type map"))
+    {
+        return true;
+    }
+    const LONG arrives = kind == "objects" && !ServerMode() ? mode.translated : mode.sent;
+    return bits == Always || (bits != Never && (arrives < 1 || (arrives & bits) != 0));
+}
+
+TEST_P(NotificationMatrix, InvalidatesWhatItConcerns)
+{
+    const Row& row = GetParam();
+    const char* const method = row.method != nullptr ? row.method
+                               : ServerMode()        ? "ILXConfigFactory::GetTypeEnum"
+                                                     : "ILXConfigFactoryEx::GetTypeArrayEx";
+    for (const std::string kind : Kinds)
+    {
+        for (const Mode& mode : Modes)
+        {
+            const std::string dataId = kind + "/x/0/" + std::to_string(mode.sent);
+            SCOPED_TRACE(dataId);
+            const Probe probe = ProbeFor(row.receiver);
+            probe();
+            ASSERT_EQ(CallsOf(method, probe), 0u);
+            ASSERT_EQ(m_server->SendNotification(dataId).result, S_OK);
+            EXPECT_EQ(CallsOf(method, probe) != 0, Expected(row, kind, mode));
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Receivers, NotificationMatrix, testing::ValuesIn(Rows), [](const auto& test) {
+    std::string name = test.param.receiver;
+    std::replace(name.begin(), name.end(), ' ', '_');
+    return name;
+});

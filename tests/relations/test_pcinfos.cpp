@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+//
+// The PC infos of relations, and relations that inherit.
+#include "lxparentchildcache.h"
+#include "lxparentchildcacheinherited.h"
+#include "relationfixture.h"
+
+#include <future>
+
+class PCInfos : public RelationTest
+{
+protected:
+    void SetUp() override { ASSERT_EQ(Start(), S_OK); }
+    void TearDown() override { Terminate(); }
+
+    static Names Browsers(const Relation& relation)
+    {
+        XLXComPtr<ILXPCInfoEnum> infos;
+        const HRESULT result = relation->GetPCInfoEnum(infos.Put());
+        EXPECT_EQ(result, infos ? S_OK : S_FALSE);
+        return LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser);
+    }
+    static XLXText Label(const Relation& relation, const char* browser)
+    {
+        XLXComPtr<ILXPCInfo> info;
+        const HRESULT result = relation->GetPCInfo(B(browser).Get(), info.Put());
+        EXPECT_EQ(result, info ? S_OK : S_FALSE);
+        return info ? LXRead(info.Get(), XProperty::PCInfoLabel) : XLXText(OLESTR("<none>"));
+    }
+};
+
+TEST_F(PCInfos, AreReadOnceAndFoundWithoutRegardToCase)
+{
+    const auto desks = Single("Node", "Desk", "nodes");
+    Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Tree", XProperty::PCInfoLabel, "T", XNotify::No);
+    EXPECT_EQ(Browsers(desks), (Names{"List", "Tree"}));
+    EXPECT_EQ(Calls().Of("ILXParentChild::GetPCInfoEnum"), 1u);
+    ExpectCalls(0, [&] {
+        EXPECT_EQ(Label(desks, "TREE"), OLESTR("T"));
+        EXPECT_EQ(Label(desks, "none"), OLESTR("<none>"));
+    });
+    EXPECT_EQ(Browsers(Single("Node", "Room", "nodes")), Names());
+    EXPECT_EQ(desks->GetPCInfo(nullptr, nullptr), E_POINTER);
+    EXPECT_NE(LXErrorInformation::Take().source.find(
+                  OLESTR("XLXParentChildCache::GetPCInfo (lxparentchildcache, line 404)")),
+              XLXText::npos);
+}
+
+TEST_F(PCInfos, OfOneBrowserTheLastOneCounts)
+{
+    Edit().AddPCInfo("Area", "Room", "nodes", "Tree");
+    Edit().Change([](XServerModel& model) {
+        (*model.FindRelation(OLESTR("Area"), OLESTR("Room"), OLESTR("nodes")))
+            ->infos.back()
+            ->properties.Set(XProperty::PCInfoLabel, "second");
+    });
+    const auto rooms = Single("Area", "Room", "nodes");
+    EXPECT_EQ(Browsers(rooms), Names{"Tree"});
+    EXPECT_EQ(Label(rooms, "Tree"), OLESTR("second"));
+}
+
+TEST_F(PCInfos, AFailureIsKeptUntilANotification)
+{
+    const auto desks = Single("Node", "Desk", "nodes");
+    Calls().FailCall("ILXParentChild::GetPCInfoEnum", E_ACCESSDENIED);
+    EXPECT_EQ(Browsers(desks), Names());
+    ExpectCalls(0, [&] { EXPECT_EQ(Label(desks, "Tree"), OLESTR("<none>")); });
+    EXPECT_EQ(Edit().RemovePCInfo("Node", "Desk", "nodes", "Tree").result, S_OK);
+    EXPECT_EQ(Browsers(desks), Names{"List"});
+}
+
+TEST_F(PCInfos, ManyComeInBatches)
+{
+    for (int i = 0; i < 70; ++i)
+    {
+        Edit().AddPCInfo("Node", "Room", "nodes", "B" + std::to_string(100 + i), false, XNotify::No);
+    }
+    const auto rooms = Single("Node", "Room", "nodes");
+    Calls().FailCall("ILXPCInfoEnum::RemNext", E_ACCESSDENIED, 3);
+    EXPECT_EQ(Browsers(rooms).size(), 62u); // what came before the failure
+    m_server->SendNotification("objects/x/0/8");
+    EXPECT_EQ(Browsers(rooms).size(), 70u);
+    EXPECT_EQ(Calls().Of("ILXPCInfoEnum::RemNext"), 6u);
+}
+
+TEST_F(PCInfos, ANotificationOvertakesTheirLoad)
+{
+    const auto desks = Single("Node", "Desk", "nodes");
+    for (const char* dataId : {"pc/Node/0/4", "properties/Node/0/8"})
+    {
+        SCOPED_TRACE(dataId);
+        m_server->SendNotification("pc/Node/0/4");
+        Label(desks, "List");
+        m_server->SendNotification("pc/Node/0/4");
+        auto gate = Calls().PauseAt("ILXPCInfo::GetProperties", XCallPoint::Answer);
+        auto reader = std::async(std::launch::async, [&] { return Label(desks, "Tree"); });
+        gate.WaitUntilArrived();
+        Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Tree", XProperty::PCInfoLabel, dataId,
+                                 XNotify::No);
+        EXPECT_EQ(m_server->SendNotification(dataId).result, S_OK); // it waits for no reader
+        gate.Open();
+        reader.get();
+        EXPECT_EQ(Label(desks, "Tree"), LXFromUtf8(dataId));
+    }
+}
+
+TEST(RelationObjects, ReloadTheirPCInfosAfterTermination)
+{
+    const auto server = XSampleServer::Create(LXRelationModel());
+    XLXComPtr<ILXParentChildEnum> relations;
+    XLXComPtr<ILXParentChild> first;
+    ASSERT_EQ(server->ConfigFactory()->GetParentChildEnum(nullptr, nullptr, relations.Put()), S_OK);
+    ASSERT_EQ(relations->GetSingleNext(first.Put()), S_OK);
+    const XLXComPtr<XLXParentChildCache> relation(new XLXParentChildCache(first));
+    EXPECT_TRUE(relation->FindPCInfo(OLESTR("tree")));
+    relation->Terminate();
+    EXPECT_TRUE(relation->FindPCInfo(OLESTR("tree")));
+    EXPECT_EQ(server->Calls().Of("ILXParentChild::GetPCInfoEnum"), 2u);
+    XLXComVariant value;
+    const XLXComPtr<XLXPCInfoCache> unread(new XLXPCInfoCache(nullptr));
+    EXPECT_EQ(unread->SetProperty(9, value.Get()), S_OK); // ten slots are there from the start
+    EXPECT_EQ(unread->SetProperty(10, value.Get()), E_INVALIDARG);
+    EXPECT_EQ(relation->AddPCInfo(nullptr), E_NOTIMPL);
+    EXPECT_EQ(unread->GetProperty(1, value.Put()), E_POINTER); // there is no server to ask
+}
+
+TEST(RelationObjects, InheritedOnesHaveTheirOwnEnds)
+{
+    const auto server = XSampleServer::Create(LXRelationModel());
+    XLXComPtr<ILXParentChildEnum> relations;
+    XLXComPtr<ILXParentChild> first;
+    ASSERT_EQ(server->ConfigFactory()->GetParentChildEnum(nullptr, nullptr, relations.Put()), S_OK);
+    ASSERT_EQ(relations->GetSingleNext(first.Put()), S_OK);
+    const XLXComPtr<XLXParentChildCache> base(new XLXParentChildCache(first));
+    const XLXComPtr<XLXParentChildCacheInherited> middle(new XLXParentChildCacheInherited(base));
+    const XLXComPtr<XLXParentChildCacheInherited> last(new XLXParentChildCacheInherited(middle));
+    middle->SetNames(OLESTR("Wrong"), OLESTR("Wrong"));
+    last->SetNames(OLESTR("Room"), OLESTR("Lamp"));
+    EXPECT_EQ(LXRead(last.Get(), LXRM_PARENTNAME), OLESTR("Room"));
+    EXPECT_EQ(LXRead(last.Get(), LXRM_CHILDLISTNAME), OLESTR("nodes"));
+    const XLXComVariant name = XLXComVariant::FromBstr(OLESTR("Bed"));
+    EXPECT_EQ(last->Set(XLXComBSTR(OLESTR("LXCFPC_childname")).Get(), name.Get()), S_OK);
+    EXPECT_EQ(LXRead(last.Get(), LXRM_CHILDNAME), OLESTR("Lamp"));
+    EXPECT_EQ(LXRead(base.Get(), LXRM_CHILDNAME), OLESTR("Bed"));
+    XLXComPtr<ILXPCInfo> info;
+    EXPECT_EQ(last->GetPCInfo(XLXComBSTR(OLESTR("tree")).Get(), info.Put()), S_OK);
+    EXPECT_EQ(last->AddPCInfo(nullptr), E_NOTIMPL);
+    EXPECT_FALSE(XLXComPtr<ILXParentChild>(last).As<ILXCallbackUpdate>());
+}

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: MIT
+//
+// Plan types and the relations that they allow.
+#include "relationfixture.h"
+
+class PlanTypes : public RelationTest
+{
+protected:
+    void SetUp() override { ASSERT_EQ(Start(), S_OK); }
+    void TearDown() override { Terminate(); }
+
+    HRESULT IsPlan(const char* type) { return m_cache->IsPlantype(m_server->DataObject(type).Get()); }
+    Enum Enumerate(const char* type, LONG filter)
+    {
+        Enum relations;
+        EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B(type).Get(), nullptr, filter, relations.Put()), S_OK);
+        return relations;
+    }
+    Relation First(const char* type, LONG filter)
+    {
+        Relation relation;
+        EXPECT_EQ(Enumerate(type, filter)->GetSingleNext(relation.Put()), S_OK);
+        return relation;
+    }
+};
+
+TEST_F(PlanTypes, AreReadFromTheMasterSet)
+{
+    EXPECT_EQ(IsPlan("Plan"), S_OK);
+    EXPECT_EQ(IsPlan("Task"), S_OK);
+    EXPECT_EQ(IsPlan("Old"), S_FALSE); // its set is not in force
+    EXPECT_EQ(IsPlan("Desk"), S_FALSE);
+    EXPECT_EQ(m_cache->IsPlantype(nullptr), E_POINTER);
+    EXPECT_EQ(Calls().Of("ILX_Query::GetSearchResult"), 1u);
+    m_server->SendNotification("properties/x/0/4");
+    ExpectCalls(0, [&] { IsPlan("Plan"); });
+    Edit().Change(
+        [](XServerModel& m) { m.objects.at(OLESTR("task"))->attributes[OLESTR("configtypename")] = "Job"; },
+        "pc/lumbrixtypeset/0/4");
+    EXPECT_EQ(IsPlan("Task"), S_FALSE);
+    EXPECT_EQ(IsPlan("Job"), S_OK);
+}
+
+TEST_F(PlanTypes, AddTheirAllowedPairs)
+{
+    Edit().AddRelation("Plan", "Node", "nodes");
+    EXPECT_EQ(Below("Plan"), Names{"Node/nodes"});
+    EXPECT_EQ(Below("Plan", 2), (Names{"Node/nodes", "Task/nodes", "Desk/nodes"}));
+    EXPECT_EQ(Below("Task", 2), Names{"Task/nodes"});
+    EXPECT_EQ(Below("Plan", 2 | 4), Names()); // they are no PPR relations
+    EXPECT_EQ(Below("Plan", 2 | 1), (Names{"Task/nodes", "Desk/nodes"}));
+    EXPECT_EQ(Below("Plan", 2, "Tree"), (Names{"Task/nodes", "Desk/nodes"}));
+    EXPECT_EQ(Below("Plan", 2, "None"), Names());
+    EXPECT_EQ(List([&](auto out) {
+                  return m_cache->GetPCEnum(nullptr, B("Task").Get(), nullptr, nullptr, 1, out);
+              }),
+              Names{"Task/nodes"});
+    EXPECT_EQ(
+        List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B("Task").Get(), nullptr, 2, out); }),
+        Names{"Task/nodes"});
+}
+
+TEST_F(PlanTypes, ThereIsOneTransientRelationForEachPair)
+{
+    const auto relation = First("Task", 2);
+    EXPECT_EQ(First("Task", 2), relation);
+    EXPECT_NE(First("Task", 2 | 1), relation); // it answers the other PC infos
+    EXPECT_EQ(LXRead(relation.Get(), LXRM_NAMESHORT), OLESTR("ts"));
+    for (const LONG newOnly : {0, 1})
+    {
+        XLXComPtr<ILXPCInfo> info;
+        EXPECT_EQ(First("Task", 2 | newOnly)->GetPCInfo(B("List").Get(), info.Put()), S_OK);
+        EXPECT_EQ(LXRead(info.Get(), XProperty::PCInfoNew), LXDecimal(newOnly));
+    }
+    const XLXComVariant other = XLXComVariant::FromBstr(OLESTR("Other"));
+    EXPECT_EQ(relation->SetProperty(LXRM_PARENTNAME, other.Get()), S_OK);
+    EXPECT_EQ(LXRead(relation.Get(), LXRM_PARENTNAME), OLESTR("Other"));
+    First("Task", 2);
+    EXPECT_EQ(LXRead(relation.Get(), LXRM_PARENTNAME), OLESTR("Task")); // shown as it is when given out again
+}
+
+TEST_F(PlanTypes, TransientRelationsOutliveTheirManager)
+{
+    const auto relations = Enumerate("Plan", 2);
+    const auto relation = First("Plan", 2);
+    XLXComPtr<ILXPCInfo> info;
+    EXPECT_EQ(relation->GetPCInfo(B("Tree").Get(), info.Put()), S_OK);
+    Terminate();
+    m_cache.Reset();
+    EXPECT_EQ(relation->GetPCInfo(B("Tree").Get(), info.Put()), S_FALSE);
+    EXPECT_EQ(Listed(relations), (Names{"Task/nodes", "Desk/nodes"}));
+    ASSERT_EQ(Start(), S_OK);
+    EXPECT_EQ(First("Plan", 2), relation); // the next manager takes it over
+    EXPECT_EQ(relation->GetPCInfo(B("Tree").Get(), info.Put()), S_OK);
+
+    const auto firstCache = m_cache;
+    m_cache.Reset();
+    ASSERT_EQ(Start(), S_OK);
+    EXPECT_NE(First("Plan", 2), relation); // a second one beside it has its own
+    EXPECT_EQ(firstCache.As<IDPFObject>()->Terminate(), S_OK);
+}
+
+TEST_F(PlanTypes, AFailingQueryMeansNoneForNow)
+{
+    for (const char* method : {"ILX_Query::GetSearchResult", "ILX_BaseDataObject::GetChildren",
+                               "ILX_BaseDataObject::GetAttribute", "IEnumBaseDataObject::RemNext"})
+    {
+        SCOPED_TRACE(method);
+        m_server->SendNotification("objects/x/0/2");
+        Calls().FailCall(method, E_ACCESSDENIED);
+        EXPECT_EQ(IsPlan("Plan"), S_FALSE);
+        EXPECT_FALSE(LXErrorInformation::Take().present);
+        EXPECT_EQ(Below("Task", 2), Names{"Task/nodes"});
+    }
+}
+
+TEST_F(PlanTypes, WithoutAQueryObjectThereAreNone)
+{
+    Terminate();
+    m_cache.Reset();
+    auto arguments = Arguments(15, false, false);
+    arguments[1] = XLXComVariant();
+    ASSERT_EQ(Initialize(std::move(arguments)), S_OK);
+    EXPECT_EQ(IsPlan("Plan"), S_FALSE);
+    EXPECT_EQ(Below("Plan", 2), Names());
+}

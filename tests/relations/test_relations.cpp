@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: MIT
+//
+// What the cache answers about relations.
+#include "relationfixture.h"
+
+class Relations : public RelationTest
+{
+protected:
+    void TearDown() override { Terminate(); }
+};
+
+TEST_F(Relations, AreLoadedWithOneCall)
+{
+    ASSERT_EQ(Start(), S_OK);
+    EXPECT_EQ(Calls().Of("ILXConfigFactory::GetPCArray"), 1u);
+    ExpectCalls(0, [&] {
+        EXPECT_EQ(Below("Area"), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
+        EXPECT_EQ(Below("Desk"), Names());
+        Single("Area", "Desk", "parts");
+        Single("Area", "Desk", "elsewhere", S_FALSE);
+        EXPECT_EQ(List([&](auto out) { return Factory()->GetParentChildEnum(nullptr, nullptr, out); }).size(),
+                  7u);
+        EXPECT_EQ(
+            List([&](auto out) { return Factory()->GetParentChildEnum(B("Node").Get(), nullptr, out); }),
+            (Names{"Desk/nodes", "Room/nodes"}));
+    });
+}
+
+TEST_F(Relations, AFailedLoadIsKeptUntilANotification)
+{
+    Calls().FailCall("ILXConfigFactory::GetPCArray", E_ACCESSDENIED);
+    ASSERT_EQ(Start(), S_OK);
+    EXPECT_EQ(Below("Area"), Names());
+    EXPECT_EQ(Calls().Of("ILXConfigFactory::GetPCArray"), 1u);
+    m_server->SendNotification("pc/Area/0/4");
+    const auto parts = Single("Area", "Desk", "parts");
+    Calls().FailCall("ILXConfigFactory::GetPCArray", E_ACCESSDENIED);
+    m_server->SendNotification("objects/Area/0/4");
+    Enum relations;
+    EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, relations.Put()), E_ACCESSDENIED);
+    Single("Area", "Desk", "parts", S_FALSE);
+    Edit().SetRelationProperty("Area", "Desk", "parts", XProperty::NameShort, "p");
+    EXPECT_EQ(Single("Area", "Desk", "parts"), parts); // what was held all the time
+    EXPECT_EQ(LXRead(parts.Get(), XProperty::NameShort), OLESTR("p"));
+}
+
+TEST_F(Relations, AreRefreshedInPlaceAfterANotification)
+{
+    ASSERT_EQ(Start(), S_OK);
+    Enum before;
+    ASSERT_EQ(m_cache->GetPCEnum2(nullptr, B("Node").Get(), nullptr, 0, before.Put()), S_OK);
+    const auto desks = Single("Node", "Desk", "nodes");
+    EXPECT_EQ(Edit().AddRelation("Node", "Area", "nodes").result, S_OK);
+    EXPECT_EQ(Edit().RemoveRelation("Node", "Room", "nodes").result, S_OK);
+    EXPECT_EQ(Below("Node"), (Names{"Area/nodes", "Desk/nodes"}));
+    EXPECT_EQ(Calls().Of("ILXConfigFactory::GetPCArray"), 2u);
+    EXPECT_EQ(Single("Node", "Desk", "nodes"), desks);
+    EXPECT_EQ(Listed(before), (Names{"Desk/nodes", "Room/nodes"}));
+    ExpectCalls(0, [&] { LXRead(desks.Get(), LXRM_PARENTNAME); });
+}
+
+struct FilterCase
+{
+    const char* type;
+    LONG filter;
+    const char* browser;
+    std::vector<std::string> expected;
+};
+
+TEST_F(Relations, FiltersAndBrowsersRestrictWhatIsListed)
+{
+    ASSERT_EQ(Start(), S_OK);
+    const FilterCase cases[] = {
+        {"Area", 1, "", {"Desk/parts", "Room/nodes"}},
+        {"Area", 0, "tree", {"Room/nodes"}},
+        {"Area", 1, "LIST", {"Desk/parts"}},
+        {"Area", 4, "", {"Desk/parts", "Desk/secret"}},
+        {"Area", 8, "", {"Desk/nodes", "Room/nodes"}},
+        {"Area", 16, "", {"Desk/nodes", "Desk/parts", "Room/nodes"}},
+        {"Area", 4 | 16, "List", {"Desk/parts"}},
+        {"Area", 4 | 8, "", {}},
+        {"Area", 0, "None", {}},
+        {"area", 0, "", {}},
+    };
+    for (const FilterCase& c : cases)
+    {
+        SCOPED_TRACE(std::string(c.type) + " " + std::to_string(c.filter) + " " + c.browser);
+        EXPECT_EQ(Below(c.type, c.filter, c.browser), c.expected);
+    }
+    EXPECT_EQ(List([&](auto out) {
+                  return m_cache->GetThisBrowserParentChildEnum(B("Node").Get(), nullptr, B("List").Get(),
+                                                                out);
+              }),
+              Names{"Desk/nodes"});
+}
+
+TEST_F(Relations, OfBaseTypesAreInheritedNearestFirst)
+{
+    ASSERT_EQ(Start(), S_OK);
+    const auto all = [&](const char* type, LONG filter) {
+        return List(
+            [&](auto out) { return m_cache->GetPCEnumAll(nullptr, B(type).Get(), nullptr, filter, out); });
+    };
+    EXPECT_EQ(all("Room", 0), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
+    EXPECT_EQ(all("Room", 1),
+              (Names{"Desk/parts", "Room/nodes", "Desk/nodes"})); // Node's desks have PC infos
+    EXPECT_EQ(all("Desk", 0), Names());
+    Edit().AddRelation("Room", "Desk", "nodes");
+    EXPECT_EQ(all("Room", 0), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
+}
+
+TEST_F(Relations, OfObjectsGoByTheirTypes)
+{
+    ASSERT_EQ(Start(), S_OK);
+    const auto byObject = [&](const char* id, const char* type) {
+        return List([&](auto out) {
+            return m_cache->GetPCEnum(Object(id).Get(), B(type).Get(), nullptr, nullptr, 0, out);
+        });
+    };
+    EXPECT_EQ(byObject("a", ""), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
+    EXPECT_EQ(byObject("a", "Node"), (Names{"Desk/nodes", "Room/nodes"})); // the caller's name
+    EXPECT_EQ(byObject("c", "Node"), Names{"Desk/parts_reverse"});         // the object's own name wins
+    const auto between = [&](const char* parent, const char* child, LONG newOnly) {
+        return List([&](auto out) {
+            return m_cache->GetCachedPCEnum(Object(parent).Get(), Object(child).Get(), nullptr, nullptr,
+                                            newOnly, out);
+        });
+    };
+    EXPECT_EQ(between("a", "d", 0), (Names{"Desk/nodes", "Desk/parts", "Desk/secret"}));
+    EXPECT_EQ(between("a", "d", 1), Names{"Desk/parts"});
+    EXPECT_EQ(between("d", "a", 0), Names());
+    Enum none;
+    ExpectCalls(0, [&] {
+        ExpectRefusal(m_cache->GetCachedPCEnum(Object("a").Get(), nullptr, nullptr, nullptr, 0, none.Put()),
+                      E_POINTER, "invalid pointer: pObjectChild");
+        ExpectRefusal(m_cache->GetPCEnum2(nullptr, nullptr, nullptr, 0, none.Put()), E_INVALIDARG,
+                      "neither an object nor a type name is given");
+    });
+    EXPECT_EQ(m_cache->GetPCEnum2(m_server->DataObject("").Get(), nullptr, nullptr, 0, none.Put()), S_FALSE);
+    Calls().FailCall("ILX_BaseDataObject::GetTypeName", E_ACCESSDENIED);
+    EXPECT_EQ(m_cache->GetPCEnum2(Object("a").Get(), nullptr, nullptr, 0, none.Put()), E_ACCESSDENIED);
+}
+
+TEST_F(Relations, PPRQuestionsLookAtPPRRelationsOnly)
+{
+    ASSERT_EQ(Start(), S_OK);
+    const auto area = B("Area");
+    const auto desk = B("Desk");
+    EXPECT_EQ(List([&](auto out) { return m_cache->GetPPRRelationsEnum(area.Get(), nullptr, out); }),
+              (Names{"Desk/parts", "Desk/secret"}));
+    EXPECT_EQ(
+        List([&](auto out) { return m_cache->GetPPRRelationsEnumByDO(Object("a").Get(), nullptr, out); }),
+        (Names{"Desk/parts", "Desk/secret"}));
+    EXPECT_EQ(List([&](auto out) {
+                  return m_cache->GetPossiblePPRRelations(area.Get(), desk.Get(), nullptr, out);
+              }),
+              Names{"Desk/parts"});
+    EXPECT_EQ(List([&](auto out) {
+                  return m_cache->GetPossiblePPRRelationsByDO(Object("a").Get(), Object("d").Get(), nullptr,
+                                                              out);
+              }),
+              Names{"Desk/parts"});
+    EXPECT_EQ(List([&](auto out) {
+                  return m_cache->GetPossiblePPRRelations2(area.Get(), nullptr, nullptr, 0, out);
+              }),
+              (Names{"Desk/parts", "Desk/secret"}));
+
+    const auto exists = [&](const char* parent, const char* child, LONG internal) {
+        return m_cache->PPRRelationExists(B(parent).Get(), B(child).Get(), nullptr, internal);
+    };
+    EXPECT_EQ(exists("Area", "Desk", 0), S_OK);
+    EXPECT_EQ(exists("Area", "", 0), S_OK);
+    EXPECT_EQ(exists("Area", "Room", 1), S_FALSE);
+    EXPECT_EQ(m_cache->PPRRelationExistsByDO(Object("d").Get(), Object("a").Get(), nullptr, 1), S_FALSE);
+    Edit().RemoveRelation("Area", "Desk", "parts");
+    EXPECT_EQ(exists("Area", "Desk", 0), S_FALSE);
+    EXPECT_EQ(exists("Area", "Desk", 1), S_OK);
+    EXPECT_EQ(m_cache->PPRRelationExistsByDO(Object("a").Get(), Object("d").Get(), nullptr, 1), S_OK);
+}
+
+TEST_F(Relations, SingleOnesAreFoundByTheirNames)
+{
+    ASSERT_EQ(Start(), S_OK);
+    const auto first = [&](const char* parent, const char* list) {
+        Relation relation;
+        const HRESULT result =
+            m_cache->GetPCRelation(B(parent).Get(), nullptr, B(list).Get(), relation.Put());
+        EXPECT_EQ(result, relation ? S_OK : S_FALSE);
+        return relation;
+    };
+    EXPECT_EQ(first("Area", "nodes"), Single("Area", "Desk", "nodes"));
+    EXPECT_EQ(first("Area", "@@nodes"), Single("Area", "Desk", "@@nodes"));
+    EXPECT_FALSE(first("Area", "none"));
+
+    Relation none;
+    const auto area = B("Area");
+    const auto empty = B("");
+    ExpectRefusal(m_cache->GetSinglePCRelation(area.Get(), empty.Get(), nullptr, area.Get(), none.Put()),
+                  E_INVALIDARG, "bstrChild is empty");
+    ExpectRefusal(m_cache->GetSinglePCRelation(empty.Get(), area.Get(), nullptr, area.Get(), none.Put()),
+                  E_INVALIDARG, "bstrParent is empty");
+    ExpectRefusal(m_cache->GetPCRelation(area.Get(), nullptr, empty.Get(), none.Put()), E_INVALIDARG,
+                  "bstrChildlistname is empty");
+    EXPECT_EQ(m_cache->GetPCRelation(area.Get(), nullptr, nullptr, none.Put()), E_POINTER);
+    EXPECT_NE(LXErrorInformation::Take().source.find(
+                  OLESTR("XLXPCPartCacheMng::GetPCRelation (lxpcpartcachemng, line 800)")),
+              XLXText::npos);
+}
+
+TEST_F(Relations, ARelationshipObjectStandsForOne)
+{
+    ASSERT_EQ(Start(), S_OK);
+    const auto by = [&](const char* parent, const char* relationship, Relation& relation) {
+        return m_cache->GetSinglePCRelationByDO(Object(parent).Get(), Object(relationship).Get(),
+                                                relation.Put());
+    };
+    Relation relation;
+    EXPECT_EQ(by("a", "rel", relation), S_OK);
+    EXPECT_EQ(relation, Single("Area", "Desk", "parts"));
+    EXPECT_EQ(by("c", "back", relation), S_OK); // seen from its second end
+    EXPECT_EQ(relation, Single("Comp", "Desk", "parts_reverse"));
+    EXPECT_EQ(by("d", "rel", relation), S_FALSE); // there is no such relation
+    ExpectRefusal(by("a", "d", relation), E_INVALIDARG, "This is no relationship object.");
+    ExpectRefusal(by("c", "rel", relation), E_INVALIDARG, "Other related object not found.");
+    ExpectRefusal(m_cache->GetSinglePCRelationByDO(nullptr, Object("rel").Get(), relation.Put()),
+                  E_INVALIDARG, "the parent object or the relationship object is missing");
+    Edit().Change([](XServerModel& model) { model.objects.at(OLESTR("a"))->typeName.clear(); });
+    ExpectRefusal(by("a", "rel", relation), E_INVALIDARG, "The parent object has no type.");
+    ExpectRefusal(by("d", "rel", relation), E_INVALIDARG, "The child object has no type.");
+    EXPECT_FALSE(relation);
+}
+
+TEST_F(Relations, QuestionsBeforeInitialisationAndAfterTerminationAreRefused)
+{
+    m_cache = LXMakeCache();
+    Enum none;
+    EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, none.Put()), E_POINTER);
+    ASSERT_EQ(Start(), S_OK);
+    const auto parts = Single("Area", "Desk", "parts");
+    Terminate();
+    EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, none.Put()), E_POINTER);
+    EXPECT_EQ(LXRead(parts.Get(), LXRM_PARENTNAME), OLESTR("Area"));
+}
+
+TEST_F(Relations, LoadsWithoutAnArrayOrWithoutNames)
+{
+    ASSERT_EQ(Start(), S_OK);
+    Calls().FailCall("ILXConfigFactory::GetPCArray", S_OK); // a success without an array
+    m_server->SendNotification("pc/x/0/4");
+    Enum none;
+    EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, none.Put()), E_POINTER);
+    Calls().FailCall("ILXConfigFactory::GetPCArray", S_FALSE); // none at all
+    m_server->SendNotification("pc/x/0/4");
+    EXPECT_EQ(Below("Area"), Names());
+    Edit().Change(
+        [](XServerModel& m) { m.relations.front()->properties.Set(LXRM_PARENTNAME, XModelValue()); },
+        "pc/x/0/4");
+    EXPECT_EQ(Below("Node"), Names{"Room/nodes"}); // the one without a parent is left out
+}

@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+//
+// The registries: global format specs and browser ids.
+#include "lxconfigfactorycachemanager.h"
+#include "relationfixture.h"
+
+XServerModel SpecModel()
+{
+    XServerModel model;
+    model.AddType("Only");
+    model.AddBrowserId("Tree");
+    for (int i = 0; i < 1200; ++i)
+    {
+        model.AddGlobalSpec("Spec" + std::to_string(1000 + i)).AddFormat(1);
+    }
+    return model;
+}
+
+class Specs : public RelationTest
+{
+protected:
+    explicit Specs(XServerModel model = SpecModel()) : RelationTest(std::move(model)) {}
+    void SetUp() override { ASSERT_EQ(Start(), S_OK); }
+    void TearDown() override { Terminate(); }
+
+    using Spec = XLXComPtr<ILXGlobalAttributeFormatSpec>;
+    std::vector<Spec> All(HRESULT expected = S_OK)
+    {
+        std::vector<Spec> all;
+        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
+        EXPECT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), expected);
+        Spec spec;
+        while (specs && specs->GetSingleNext(spec.Put()) == S_OK)
+        {
+            all.push_back(spec);
+        }
+        return all;
+    }
+    static XLXText Id(const Spec& spec) { return LXRead(spec.Get(), 0); }
+    HRESULT RemoveById(const char* id) { return Factory()->RemoveGlobalAttributeFormatSpecByID(B(id).Get()); }
+};
+
+TEST_F(Specs, TwelveHundredComeInThreeBatches)
+{
+    EXPECT_EQ(All().size(), 1200u);
+    EXPECT_EQ(Calls().Of("ILXGlobalAttributeFormatSpecEnum::RemNext"), 3u);
+    const auto spec = All().front();
+    ExpectCalls(0, [&] { EXPECT_EQ(All().front(), spec); });
+    XLXComPtr<ILXFormat> format;
+    ExpectCalls(2, [&] {
+        EXPECT_EQ(spec->GetFormat(1, format.Put()), S_OK);
+        EXPECT_EQ(spec->GetFormat(2, format.Put()), S_FALSE);
+        EXPECT_EQ(spec->GetFormat(2, format.Put()), S_FALSE);
+    });
+    EXPECT_EQ(spec->GetFormat(1, nullptr), E_POINTER);
+    EXPECT_NE(LXErrorInformation::Take().source.find(OLESTR("XLXGlobalAttributeFormatSpecCache::CreateFormat "
+                                                            "(LXGlobalAttributeFormatSpecCache, line 307)")),
+              XLXText::npos);
+    Edit().AddGlobalSpec("Zero");
+    EXPECT_EQ(All().size(), 1201u);
+}
+
+TEST_F(Specs, FailuresOnTheWay)
+{
+    Calls().FailCall("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", E_ACCESSDENIED);
+    All(E_ACCESSDENIED);
+    Calls().FailCall("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", S_OK);
+    All(E_POINTER); // a success without specs is asked again too
+    Calls().FailCall("ILXGlobalAttributeFormatSpecEnum::RemNext", E_ACCESSDENIED, 3);
+    EXPECT_EQ(All().size(), 1000u);
+    ExpectCalls(0, [&] { EXPECT_EQ(All().size(), 1000u); });
+    m_server->SendNotification("objects/x/0/16");
+    EXPECT_EQ(All().size(), 1200u);
+    Calls().FailCall("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", S_FALSE);
+    m_server->SendNotification("objects/x/0/256");
+    ExpectCalls(1, [&] { All(S_FALSE); });
+    ExpectCalls(0, [&] { All(S_FALSE); });
+}
+
+TEST_F(Specs, RefusedRemovalsLeaveTheCacheAsItWas)
+{
+    const auto all = All();
+    XLXComPtr<ILXGlobalAttributeFormatSpecEnum> foreign;
+    Spec servers;
+    ASSERT_EQ(m_server->ConfigFactory()->GetAllGlobalAttributeFormatSpecs(foreign.Put()), S_OK);
+    ASSERT_EQ(foreign->GetSingleNext(servers.Put()), S_OK);
+    ExpectCalls(0, [&] {
+        ExpectRefusal(Factory()->RemoveGlobalAttributeFormatSpec(servers.Get()), E_INVALIDARG,
+                      "Only instances refered by a cache ILXGlobalAttributeFormatSpec interface ptr can be "
+                      "removed by the CFC method RemoveGlobalAttributeFormatSpec().");
+        ExpectRefusal(RemoveById(""), E_INVALIDARG,
+                      "For removing ILXGlobalAttributeFormatSpec instances the property id "
+                      "'LXCFGAFS_attributepropertyid' must not be empty.");
+        EXPECT_EQ(Factory()->RemoveGlobalAttributeFormatSpec(nullptr), E_POINTER);
+    });
+    Calls().FailAlways("ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID", E_ACCESSDENIED);
+    EXPECT_EQ(Factory()->RemoveGlobalAttributeFormatSpec(all[7].Get()), E_ACCESSDENIED);
+    EXPECT_EQ(RemoveById("Spec1007"), E_ACCESSDENIED);
+    Calls().StopFailing();
+    Calls().FailCall("ILXGlobalAttributeFormatSpec::GetProperties", E_ACCESSDENIED);
+    EXPECT_EQ(Factory()->RemoveGlobalAttributeFormatSpec(all[8].Get()), E_ACCESSDENIED);
+    ExpectCalls(0, [&] { EXPECT_EQ(All(), all); });
+    EXPECT_EQ(m_server->Model().specs.size(), 1200u);
+}
+
+TEST_F(Specs, ARemovedSpecThatIsStillHeldAnswersWhatItHas)
+{
+    const auto all = All();
+    const auto held = all[7];
+    XLXComPtr<ILXFormat> format;
+    EXPECT_EQ(held->GetFormat(1, format.Put()), S_OK);
+    EXPECT_EQ(Factory()->RemoveGlobalAttributeFormatSpec(held.Get()), S_OK);
+    EXPECT_EQ(RemoveById("Spec1011"), S_OK);
+    EXPECT_EQ(RemoveById("Spec1011"), E_INVALIDARG); // the server's answer
+    const auto left = All();
+    EXPECT_EQ(left.size(), 1198u);
+    EXPECT_EQ(std::count(left.begin(), left.end(), held) + std::count(left.begin(), left.end(), all[11]), 0);
+    EXPECT_EQ(m_server->Model().specs.size(), 1198u);
+    EXPECT_EQ(Id(held), OLESTR("Spec1007"));
+    EXPECT_EQ(held->GetFormat(1, format.Put()), E_POINTER);
+    EXPECT_EQ(held.As<ILXCallbackUpdate>()->DataObjectChanged(B("objects/x/0/1").Get(),
+                                                              B("cfc_specific").Get(), 0, 0, 0, nullptr),
+              S_OK);
+    EXPECT_EQ(Id(held), OLESTR("<0x80004003>"));
+}
+
+TEST_F(Specs, BrowserIdsAreReadOnceAndKeepTheirPlace)
+{
+    const auto browsers = [&] {
+        XLXComPtr<ILXBrowserIdEnum> ids;
+        const HRESULT result = Factory()->GetBrowserIdEnum(ids.Put());
+        EXPECT_EQ(result, ids ? S_OK : S_FALSE);
+        return LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName);
+    };
+    for (int i = 0; i < 149; ++i)
+    {
+        Edit().AddBrowserId("B" + std::to_string(100 + i), XNotify::No);
+    }
+    Calls().FailCall("ILXBrowserIdEnum::RemNext", E_ACCESSDENIED, 2);
+    XLXComPtr<ILXBrowserIdEnum> none;
+    EXPECT_EQ(Factory()->GetBrowserIdEnum(none.Put()), E_ACCESSDENIED);
+    EXPECT_EQ(browsers().size(), 150u);
+    EXPECT_EQ(Calls().Of("ILXBrowserIdEnum::RemNext"), 4u);
+    ExpectCalls(0, browsers);
+    Edit().AddBrowserId(
+        "Late"); // known ones are asked for their values again, and no new ones are looked for
+    ExpectCalls(150, [&] { EXPECT_EQ(browsers().size(), 150u); });
+
+    auto& manager = static_cast<XLXConfigFactoryCacheManager&>(*m_cache);
+    XLXComPtr<ILXBrowserId> id;
+    EXPECT_EQ(manager.InternalGetBrowserId(OLESTR("Tree"), id.Put()), S_OK);
+    EXPECT_EQ(LXRead(id.Get(), 0), OLESTR("Tree"));
+    EXPECT_EQ(manager.InternalGetBrowserId(OLESTR("tree"), id.Put()), S_OK);
+    EXPECT_FALSE(id);
+}
+
+TEST_F(Specs, EveryBrowserHasAPCInfoInBothGenerations)
+{
+    auto& manager = static_cast<XLXConfigFactoryCacheManager&>(*m_cache);
+    for (const bool newRelations : {false, true})
+    {
+        XLXComPtr<ILXPCInfo> info;
+        EXPECT_EQ(manager.InternalGetPCInfo(OLESTR("Tree"), info.Put(), newRelations), S_OK);
+        std::string values;
+        for (int i = 0; i < 10; ++i)
+        {
+            values += LXNarrow(LXRead(info.Get(), i)) + "|";
+        }
+        EXPECT_EQ(values, newRelations ? "|Tree|0||1|1|1|0|0||" : "|Tree|0||1|1|0|0|0||");
+        XLXComPtr<ILXPCInfoEnum> infos;
+        EXPECT_EQ(manager.InternalGetPCInfoEnum(infos.Put(), newRelations), S_OK);
+        EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, 1), Names{"Tree"});
+        EXPECT_EQ(manager.InternalGetPCInfo(OLESTR("tree"), info.Put(), newRelations), S_FALSE);
+    }
+}
