@@ -1,0 +1,211 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Checks everything. Installs what is missing (Debian 12) and ends with one line "N passed, N failed".
+#   ./check.sh         formatting, the project's rules, GCC, address and undefined-behaviour sanitizer, thread
+#                      sanitizer, the Windows build under Wine, a short fuzz run
+#   ./check.sh quick   formatting, rules and a debug build with GCC: the inner loop
+#   ./check.sh LEG...  single legs: format, rules, or one that `./check.sh help` lists
+# Every test case counts once; a build, a rule and a fuzz target count as one each. Warnings are errors in every
+# build. All output is kept in build/check/.
+set -uo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")" || exit 1
+
+readonly all_legs=(format rules linux-release linux-asan linux-tsan windows-release linux-fuzz)
+readonly quick_legs=(format rules linux-debug)
+readonly logs=build/check
+readonly fuzz_seconds=20
+passed=0
+failed=0
+skipped=0
+
+say() { printf '%s\n' "$*"; }
+
+# count WHAT STATUS: one check that passed (0) or failed.
+count() {
+    if [ "$2" -eq 0 ]; then
+        passed=$((passed + 1))
+    else
+        failed=$((failed + 1))
+        say "   FAILED: $1"
+    fi
+}
+
+tracked() { git -c safe.directory='*' ls-files -- "$@" | grep -vE '^idl/.*\.(h|c)$'; }
+
+# ---- formatting and rules
+
+leg_format() {
+    local files
+    mapfile -t files < <(tracked '*.h' '*.cpp' '*.c')
+    [ ${#files[@]} -gt 0 ] && clang-format --dry-run -Werror "${files[@]}" >"$logs/format.log" 2>&1
+    count "clang-format (see $logs/format.log; clang-format -i mends it)" $?
+    say "   ${#files[@]} files"
+}
+
+# forbid RULE PATTERN FILE...: no tracked file of the patterns may contain a match.
+forbid() {
+    local hits
+    hits=$(git -c safe.directory='*' grep -nIE "$2" -- "${@:3}")
+    [ -z "$hits" ]
+    count "$1" $?
+    [ -z "$hits" ] || head -n 10 <<<"$hits"
+}
+
+leg_rules() {
+    # The words are split so that this file does not contain them.
+    forbid "the project's files explain themselves" \
+        '\b[Ss]pecif''ication\b|\bthe [Ss]pe''c\b|\bspec\.m''d\b|\bParts? [1-8]\.[0-9]\b' .
+    forbid "exceptions are caught at the boundary, and where something is put right before they go on" \
+        'catch \(\.\.\.\)' 'src/*.h' 'src/*.cpp' ':!src/support/LXError32/*' ':!src/cache/lxcfctools.*' \
+        ':!src/cache/XInvalidationLog.cpp' ':!src/typecache/XMapInheritedComp.cpp' \
+        ':!src/sync/XLFCritSectionDelegator.h'
+    forbid "extensions of one compiler stand in LXCompiler.h" \
+        '__attribute__|__declspec|__builtin_' 'src/*' 'server/*' 'tools/*' ':!src/support/LXError32/LXCompiler.h'
+    forbid "wide literals are written OLESTR(...)" '(^|[^A-Za-z0-9_])L"' 'src/*' 'server/*' 'tools/*' 'include/*'
+    local without
+    without=$(tracked '*.h' '*.cpp' '*.c' '*.idl' '*.sh' '*CMakeLists.txt' '*.cmake' |
+        while read -r file; do head -n 2 "$file" | grep -q 'SPDX-License-Identifier: MIT' || echo "$file"; done)
+    [ -z "$without" ]
+    count "every source file names its licence: $without" $?
+}
+
+# ---- builds and tests
+
+# build PRESET TARGET...
+build() {
+    local log="$logs/$1-build.log"
+    if cmake --preset "$1" >"$log" 2>&1 && cmake --build --preset "$1" --parallel "$(nproc)" --target "${@:2}" \
+        -- -k 0 >>"$log" 2>&1; then
+        count "build of $1" 0
+    else
+        count "build of $1 (see $log)" 1
+        grep -E 'error|warning: |FAILED' "$log" | head -n 20
+        return 1
+    fi
+}
+
+# Adds up what ctest printed with -V: the test cases of a program when it says so, else the program itself. A
+# program that failed without a failed test case (it crashed, hung or leaked) counts as one failure.
+sum_tests() {
+    tr -d '\r' <"$1" | awk '
+        /^[0-9]+: \[       OK \] / { split($0, part, ":"); ok[part[1]]++ }
+        /^[0-9]+: \[  FAILED  \] .*\([0-9]+ ms\)$/ { split($0, part, ":"); bad[part[1]]++ }
+        /^[0-9]+: \[  SKIPPED \] .*\([0-9]+ ms\)$/ { skipped++ }
+        /^ *[0-9]+\/[0-9]+ Test +#[0-9]+: / {
+            n = $0; sub(/.* Test +#/, "", n); sub(/:.*/, "", n)
+            if ($0 ~ /   Passed /) passes += (n in ok) ? ok[n] : 1
+            else if ($0 ~ /\*\*\*Skipped/) skipped++
+            else { passes += ok[n]; failures += (n in bad) ? bad[n] : 1 }
+        }
+        END { print passes + 0, failures + 0, skipped + 0 }'
+}
+
+# run_tests PRESET [JOBS]
+run_tests() {
+    local log="$logs/$1-test.log" wrap=() p f s
+    # The thread sanitizer of this Clang cannot live with all address layouts.
+    if [ "$1" = linux-tsan ] && setarch -R true 2>/dev/null; then
+        wrap=(setarch -R)
+    fi
+    "${wrap[@]}" ctest --test-dir "build/$1" -V --timeout 300 -j "${2:-$(nproc)}" >"$log" 2>&1 </dev/null
+    local status=$?
+    read -r p f s < <(sum_tests "$log")
+    if [ $((p + f)) -eq 0 ] || { [ "$status" -ne 0 ] && [ "$f" -eq 0 ]; }; then
+        f=$((f + 1)) # no test ran, or ctest itself failed
+    fi
+    passed=$((passed + p))
+    failed=$((failed + f))
+    skipped=$((skipped + s))
+    say "   $p test cases passed, $f failed, $s skipped"
+    if [ "$f" -gt 0 ]; then
+        say "   FAILED: tests of $1 (see $log)"
+        grep -E '\[  FAILED  \]|\*\*\*(Failed|Timeout|Exception)|ERROR: |WARNING: ThreadSan|SUMMARY: |runtime error|LEAK|WATCHDOG' \
+            "$log" | sort -u | head -n 30
+    fi
+}
+
+leg_native() { build "$1" all && run_tests "$1"; }
+
+readonly wine_prefix=$PWD/build/check-wineprefix
+end_wine() {
+    local server
+    for server in /usr/lib/wine/wineserver wineserver; do
+        if [ -d "$wine_prefix" ] && command -v "$server" >/dev/null; then
+            WINEPREFIX=$wine_prefix timeout 60 "$server" -k >/dev/null 2>&1
+            return
+        fi
+    done
+}
+
+leg_windows() {
+    build "$1" all || return
+    export WINEPREFIX=$wine_prefix
+    trap end_wine EXIT
+    timeout 300 cmake/run-wine.sh wineboot -i >"$logs/wineboot.log" 2>&1 </dev/null
+    local status=$?
+    count "a Wine prefix of its own (see $logs/wineboot.log)" $status
+    [ $status -ne 0 ] || run_tests "$1"
+    end_wine
+}
+
+leg_fuzz() {
+    local targets=() target name
+    for target in fuzz/fuzz_*.cpp; do
+        name=$(basename "$target" .cpp)
+        targets+=("$name")
+    done
+    build "$1" "${targets[@]}" || return
+    for name in "${targets[@]}"; do
+        rm -rf "${logs:?}/$name"
+        mkdir -p "$logs/$name"
+        timeout $((fuzz_seconds + 100)) "build/$1/bin/$name" -max_total_time=$fuzz_seconds -timeout=10 \
+            -artifact_prefix="$logs/$name-" "$logs/$name" "fuzz/corpus/$name" >"$logs/$name.log" 2>&1 </dev/null
+        count "$name (see $logs/$name.log)" $?
+        say "   $name: $(grep -oE '^Done .*' "$logs/$name.log" || echo 'no result')"
+    done
+}
+
+run_leg() {
+    local start=$SECONDS
+    say "== $1"
+    case $1 in
+    format | rules) "leg_$1" ;;
+    linux-fuzz) leg_fuzz "$1" ;;
+    windows-*) leg_windows "$1" ;;
+    linux-*) leg_native "$1" ;;
+    esac
+    say "   $((SECONDS - start)) s"
+}
+
+case ${1:-all} in
+all) legs=("${all_legs[@]}") ;;
+quick) legs=("${quick_legs[@]}") ;;
+help | -h | --help)
+    say "usage: ./check.sh [quick | LEG...]"
+    say "legs: ${all_legs[*]} linux-debug windows-debug"
+    exit 0
+    ;;
+*) legs=("$@") ;;
+esac
+groups=(build checks)
+for leg in "${legs[@]}"; do
+    case $leg in
+    format | rules | linux-debug | linux-release | linux-asan | linux-tsan | linux-fuzz) ;;
+    windows-debug | windows-release) groups+=(windows wine) ;;
+    *)
+        say "check.sh: unknown leg '$leg'" >&2
+        exit 2
+        ;;
+    esac
+done
+
+mkdir -p "$logs"
+cmake/setup.sh "${groups[@]}"
+count "packages that are needed" $?
+for leg in "${legs[@]}"; do
+    run_leg "$leg"
+done
+say ""
+[ "$skipped" -eq 0 ] || say "$skipped skipped"
+say "$passed passed, $failed failed"
+[ "$failed" -eq 0 ]

@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Installs what is missing of the Debian 12 packages that this project is built and tested with.
+#   cmake/setup.sh GROUP...      groups: build, windows, wine, checks, extras
+# Says what it installs, and nothing when nothing is missing.
+set -euo pipefail
+
+packages_of() {
+    case $1 in
+    build) echo g++ cmake ninja-build python3 nlohmann-json3-dev libcli11-dev googletest ;;
+    windows) echo g++-mingw-w64-x86-64-posix mingw-w64-tools libwine libwine-dev ;;
+    wine) echo wine wine64 ;;
+    checks) echo git clang clang-format libclang-rt-14-dev llvm ;;
+    extras) echo clang-tidy libbenchmark-dev ;;
+    *)
+        echo "cmake/setup.sh: unknown group '$1'" >&2
+        exit 2
+        ;;
+    esac
+}
+
+is_installed() {
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+missing=()
+for group in "$@"; do
+    for package in $(packages_of "$group"); do
+        is_installed "$package" || missing+=("$package")
+    done
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+if ! command -v apt-get >/dev/null; then
+    echo "Missing, and there is no apt-get to install it with: ${missing[*]}" >&2
+    exit 1
+fi
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "Missing, and only root can install it: ${missing[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+
+echo "Installing: ${missing[*]}"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+apt() {
+    if ! "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 "$@" \
+        >"$log" 2>&1 </dev/null; then
+        tail -n 20 "$log" >&2
+        return 1
+    fi
+}
+apt update -qq
+apt install -y -qq --no-install-recommends "${missing[@]}"

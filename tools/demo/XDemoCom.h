@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+//
+// How the demo calls interfaces: results that were not expected end it, with the result's name and the error
+// information that the component left.
+#ifndef XDEMOCOM_H
+#define XDEMOCOM_H
+
+#include "XLXComBSTR.h"
+#include "XLXComPtr.h"
+#include "XLXComVariant.h"
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+/// Something that the demo did not expect.
+class XDemoFailure : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// "E_POINTER" for 0x80004003, and so on; the number for results that the demo has no name for.
+std::string LXResultName(HRESULT result);
+
+/// Raises XDemoFailure unless the result is the expected one.
+void LXExpect(HRESULT result, const char* what, HRESULT expected = S_OK);
+/// The same for any condition.
+void LXExpectThat(bool condition, const std::string& what);
+
+/// A BSTR of a UTF-8 text, for the length of a call.
+XLXComBSTR LXBstr(std::string_view utf8);
+
+/// A property as text; "" for an empty one.
+std::string LXTextOf(ILXConfigObject& object, int member);
+/// A property as a number; 0 for an empty one.
+LONG LXNumberOf(ILXConfigObject& object, int member);
+/// A property as "yes" or "".
+std::string LXFlagOf(ILXConfigObject& object, int member);
+
+/// All elements of an enumeration; none for a null one.
+template <class Element, class Enumerator>
+std::vector<XLXComPtr<Element>> LXAllOf(const XLXComPtr<Enumerator>& enumerator)
+{
+    constexpr ULONG Batch = 100;
+    std::vector<XLXComPtr<Element>> all;
+    for (HRESULT result = enumerator ? S_OK : S_FALSE; result == S_OK;)
+    {
+        Element* elements[Batch] = {};
+        ULONG fetched = 0;
+        result = enumerator->RemNext(Batch, elements, &fetched);
+        LXExpectThat(SUCCEEDED(result), "RemNext answered " + LXResultName(result));
+        for (ULONG i = 0; i < fetched; ++i)
+        {
+            all.push_back(LXAttach(elements[i]));
+        }
+    }
+    return all;
+}
+
+/// Calls a method that gives an enumeration (S_FALSE: of nothing), and takes all elements of it.
+template <class Element, class Enumerator, class Call>
+std::vector<XLXComPtr<Element>> LXList(const char* what, Call&& call)
+{
+    XLXComPtr<Enumerator> enumerator;
+    const HRESULT result = call(enumerator.Put());
+    if (result != S_FALSE)
+    {
+        LXExpect(result, what);
+    }
+    return LXAllOf<Element>(enumerator);
+}
+
+/// The texts of one property of several objects.
+template <class Object>
+std::vector<std::string> LXTextsOf(const std::vector<XLXComPtr<Object>>& objects, int member)
+{
+    std::vector<std::string> texts;
+    for (const auto& object : objects)
+    {
+        texts.push_back(LXTextOf(*object, member));
+    }
+    return texts;
+}
+
+#endif

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+//
+// What the demo prints: sections, lines and tables with aligned columns, as UTF-8.
+#ifndef XDEMOOUTPUT_H
+#define XDEMOOUTPUT_H
+
+#include <string>
+#include <vector>
+
+/// A table. Columns are as wide as their widest cell; a column whose title begins with '>' is set right.
+class XDemoTable
+{
+public:
+    explicit XDemoTable(std::vector<std::string> titles);
+
+    void Row(std::vector<std::string> cells);
+    /// A line between the rows before and after it.
+    void Rule() { m_rows.emplace_back(); }
+
+private:
+    friend class XDemoOutput;
+
+    std::vector<std::size_t> Widths() const;
+
+    std::vector<std::string> m_titles;
+    std::vector<bool> m_right;
+    std::vector<std::vector<std::string>> m_rows; // an empty one is a rule
+};
+
+class XDemoOutput
+{
+public:
+    /// @param colours  whether to use the escape sequences of a terminal
+    explicit XDemoOutput(bool colours) noexcept : m_colours(colours) {}
+
+    /// Begins a section; they are numbered.
+    void Section(const std::string& title);
+    void Line(const std::string& text = "");
+    void Table(const XDemoTable& table);
+
+    /// Whether standard output is a terminal.
+    static bool IsTerminal();
+    /// Makes standard output take UTF-8 as it is.
+    static void Prepare();
+
+private:
+    std::string Styled(const char* style, const std::string& text) const;
+    std::string Cells(const XDemoTable& table, const std::vector<std::string>& cells,
+                      const std::vector<std::size_t>& widths) const;
+
+    bool m_colours;
+    int m_sections = 0;
+};
+
+/// A number with one decimal place.
+std::string LXOneDecimal(double number);
+/// Texts with a separator between them.
+std::string LXJoined(const std::vector<std::string>& texts, const std::string& separator);
+/// The first few texts; says how many were left out.
+std::string LXFirstOf(const std::vector<std::string>& texts, std::size_t most);
+
+#endif

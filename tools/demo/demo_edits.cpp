@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+//
+// Changes on the server, and how the cache comes to know of them.
+#include "LXError32.h"
+#include "demo_sections.h"
+
+#include <mutex>
+
+namespace
+{
+/// Listens to the component's logbook: what it says of change notifications.
+class Listener
+{
+public:
+    Listener()
+    {
+        LXErrorSetLogSink(&Listener::Take, this, (1U << LX_LOG_UPDATE) | (1U << LX_LOG_INVALIDATE));
+    }
+    ~Listener() { LXErrorSetLogSink(nullptr, nullptr, 1U << LX_LOG_ERROR); }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    /// The data id of the last notification.
+    std::string DataId() const
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto begin = m_update.find('\'');
+        return begin == std::string::npos
+                   ? m_update
+                   : m_update.substr(begin + 1, m_update.find('\'', begin + 1) - begin - 1);
+    }
+    std::size_t Invalidated() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_invalidated;
+    }
+
+private:
+    static void STDMETHODCALLTYPE Take(const LXLogEntry* entry, void* context)
+    {
+        auto& self = *static_cast<Listener*>(context);
+        const std::lock_guard lock(self.m_mutex);
+        if (entry->eCategory == LX_LOG_UPDATE)
+        {
+            self.m_update = LXToUtf8(entry->pszText);
+            self.m_invalidated = 0;
+        }
+        else
+        {
+            ++self.m_invalidated;
+        }
+    }
+
+    mutable std::mutex m_mutex; // guards the next two
+    std::string m_update;
+    std::size_t m_invalidated = 0;
+};
+
+void PrintNotification(XDemoOutput& output, const XNotification& sent, const Listener& listener)
+{
+    LXExpect(sent.result, "the client's DataObjectChanged");
+    LXExpectThat(sent.id != 0 && sent.clients == 1, "the notification did not reach the client");
+    output.Line("notification   id " + std::to_string(sent.id) + ", data id " + listener.DataId() + "; " +
+                std::to_string(listener.Invalidated()) +
+                " things in the cache became invalid, none was read again");
+}
+
+void EditAProperty(XDemoOutput& output, const XDemoSession& session, const Listener& listener)
+{
+    const auto type = session.CachedType(DemoType);
+    XLXComPtr<ILXAttribute> attribute;
+    LXExpect(type->GetAttribute(LXBstr(DemoAttribute).Get(), attribute.Put()), "GetAttribute");
+    const std::string before = LXTextOf(*attribute, XProperty::Label);
+    output.Line(std::string("A property: the label of ") + DemoAttributeOwner + "." + DemoAttribute);
+    output.Line("before         \"" + before + "\"");
+
+    const std::string wanted = "Rated volume flow";
+    XNotification sent;
+    const XMeasured edit = session.Measure([&] {
+        sent = session.Server().Edit().SetAttributeProperty(DemoAttributeOwner, DemoAttribute,
+                                                            XProperty::Label, wanted);
+    });
+    PrintNotification(output, sent, listener);
+    LXExpectThat(edit.calls.Total() == 0, "the notification made the cache call the server");
+
+    std::string after;
+    const auto read = [&] { after = LXTextOf(*attribute, XProperty::Label); };
+    const XMeasured first = session.Measure(read);
+    LXExpectThat(after == wanted && before != wanted, "the cache gives \"" + after + "\"");
+    output.Line("after          \"" + after +
+                "\" through the same object; server calls: " + first.calls.Text());
+    const XMeasured second = session.Measure(read);
+    LXExpectThat(second.calls.Total() == 0, "the value was read twice");
+    output.Line("read again     \"" + after + "\"; server calls: 0");
+}
+
+void EditTheStructure(XDemoOutput& output, const XDemoSession& session, const Listener& listener)
+{
+    const auto type = session.CachedType(DemoType);
+    const auto added = LXBstr("VibrationLimit");
+    XLXComPtr<ILXAttribute> attribute;
+    output.Line();
+    output.Line("The structure: a new attribute VibrationLimit of the base type Equipment");
+    LXExpect(type->GetAttribute(added.Get(), attribute.Put()), "GetAttribute", S_FALSE);
+    output.Line("before         not found (S_FALSE)");
+    PrintNotification(output, session.Server().Edit().AddAttribute("Equipment", "VibrationLimit", 2),
+                      listener);
+    const XMeasured cost =
+        session.Measure([&] { LXExpect(type->GetAttribute(added.Get(), attribute.Put()), "GetAttribute"); });
+    output.Line("after          " + LXTextOf(*attribute, XProperty::AttributeName) + " in group " +
+                std::to_string(LXNumberOf(*attribute, XProperty::AttributeGroup)) +
+                ", inherited by the same type object; server calls: " + std::to_string(cost.calls.Total()));
+}
+} // namespace
+
+void LXShowEdit(XDemoOutput& output, const XDemoSession& session)
+{
+    output.Section("Edits on the server");
+    const Listener listener;
+    EditAProperty(output, session, listener);
+    EditTheStructure(output, session, listener);
+}

@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: MIT
+//
+// lxdemo: shows what the configuration cache does for an application.
+//
+//     lxdemo                 as an application (client mode)
+//     lxdemo --server-mode   as the server's own process; that turns the component's locks off for the whole
+//                            process, so it is a run of its own
+//
+// Exit status: 0 when everything was as expected, 1 when not, other values for wrong options.
+#include "demo_sections.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace
+{
+struct Options
+{
+    bool serverMode = false;
+    std::string model = "models/plant.json";
+    std::string colours = "auto";
+    double delay = 1;
+};
+
+#ifdef _WIN32
+constexpr const char* HowItCame = "the DLL that regsvr32 registered, from CoCreateInstance";
+#else
+constexpr const char* HowItCame = "the module beside this program, from CoCreateInstance";
+#endif
+
+/// How many types the cache lists; raises when these are not all that the model lists.
+std::size_t ListedTypes(const XDemoSession& session, const XServerModel& model)
+{
+    const auto expected = std::count_if(model.types.begin(), model.types.end(),
+                                        [](const auto& entry) { return entry.second->listed; });
+    const std::size_t listed = LXList<ILXType, ILXTypeEnum>("GetTypeEnum", [&](auto** out) {
+                                   return session.Factory()->GetTypeEnum(nullptr, out);
+                               }).size();
+    LXExpectThat(listed == static_cast<std::size_t>(expected), "not all types are there");
+    return listed;
+}
+
+void RunAsClient(XDemoOutput& output, const XDemoComponent& component, const XServerModel& model,
+                 std::chrono::microseconds delay)
+{
+    XDemoSession session(component, model);
+    output.Section("Start-up in client mode");
+    output.Line(HowItCame);
+    const XMeasured start = session.StartAsClient();
+    LXExpectThat(start.calls.Of("ILXConfigFactoryEx::GetTypeArrayEx") == 1, "start-up made no bulk read");
+    output.Line(std::to_string(model.types.size()) + " types with all their components, " +
+                std::to_string(ListedTypes(session, model)) + " of them listed");
+    LXPrintCalls(output, start);
+
+    LXShowType(output, session);
+    LXShowDisplays(output, session);
+    LXShowEditors(output, session);
+    LXShowChildGroups(output, session);
+    LXShowFormat(output, session);
+    LXShowEdit(output, session);
+    LXShowRelations(output, session);
+    session.Finish();
+    output.Line();
+    output.Line("Terminated; no reference to an object of the server is left.");
+    LXCompare(output, component, model, delay);
+}
+
+void RunInServer(XDemoOutput& output, const XDemoComponent& component, const XServerModel& model)
+{
+    XDemoSession session(component, model);
+    output.Section("Start-up in server mode");
+    output.Line(HowItCame);
+    const XMeasured start = session.StartInServer();
+    LXExpectThat(start.calls.Of("ILXConfigFactoryEx::GetTypeArrayEx") == 0, "server mode made a bulk read");
+    output.Line(std::to_string(ListedTypes(session, model)) +
+                " types of the server wrapped; their components come when they are asked for");
+    LXPrintCalls(output, start);
+
+    LXShowType(output, session);
+    LXShowEditors(output, session);
+    LXShowFormat(output, session);
+    LXShowEdit(output, session);
+    session.Finish();
+    output.Line();
+    output.Line("Terminated; no reference to an object of the server is left.");
+}
+
+int Run(const Options& options)
+{
+    XDemoOutput output(options.colours == "always" ||
+                       (options.colours == "auto" && XDemoOutput::IsTerminal()));
+    try
+    {
+        const XServerModel model = LXReadModel(options.model);
+        const XDemoComponent component;
+        if (options.serverMode)
+        {
+            RunInServer(output, component, model);
+        }
+        else
+        {
+            RunAsClient(output, component, model,
+                        std::chrono::microseconds(static_cast<long long>(options.delay * 1000)));
+        }
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "\nlxdemo: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    CLI::App app("Shows what the configuration cache does for an application.");
+    app.add_flag("--server-mode", options.serverMode, "Run as the server's own process does");
+    app.add_option("--model", options.model, "The sample server's model file")->capture_default_str();
+    app.add_option("--colours", options.colours, "auto, always or never")
+        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->capture_default_str();
+    app.add_option("--delay", options.delay, "Milliseconds that each server call takes in the comparison")
+        ->check(CLI::Range(0.0, 1000.0))
+        ->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    XDemoOutput::Prepare();
+    return Run(options);
+}
