@@ -2,14 +2,14 @@
 #include "LXGlobalAttributeFormatSpecCache.h"
 
 #include "XInstanceRegistry.h"
+#include "XModuleState.h"
 
 namespace
 {
-// Never destroyed: a spec that a client still holds may go after the statics of the module.
 XInstanceRegistry<ILXGlobalAttributeFormatSpec>& LiveSpecs()
 {
-    static auto& registry = *new XInstanceRegistry<ILXGlobalAttributeFormatSpec>;
-    return registry;
+    static const XModuleState<XInstanceRegistry<ILXGlobalAttributeFormatSpec>> registry;
+    return *registry;
 }
 } // namespace
 

@@ -4,6 +4,7 @@
 #include "XCfgPropertyConvert.h"
 #include "XInstanceRegistry.h"
 #include "XLXComVariant.h"
+#include "XModuleState.h"
 #include "relationmembers.h"
 
 namespace
@@ -13,11 +14,10 @@ constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE)
     return LXHere("lxparentchildcacheinherited", "XLXParentChildCacheInherited", method, line);
 }
 
-// Never destroyed: a relation that a client still holds may go after the statics of the module.
 XInstanceRegistry<ILXParentChild>& LiveInherited()
 {
-    static auto& registry = *new XInstanceRegistry<ILXParentChild>;
-    return registry;
+    static const XModuleState<XInstanceRegistry<ILXParentChild>> registry;
+    return *registry;
 }
 } // namespace
 

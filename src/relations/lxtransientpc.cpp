@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "lxtransientpc.h"
 
+#include "XModuleState.h"
 #include "relationmembers.h"
 
 #include <map>
@@ -37,11 +38,10 @@ struct Pool
     std::multimap<Key, std::unique_ptr<XLXTransientPC>> relations;
 };
 
-// Never destroyed: a client may release a relation after the statics of the module are gone.
 Pool& ThePool()
 {
-    static Pool& pool = *new Pool;
-    return pool;
+    static const XModuleState<Pool> pool;
+    return *pool;
 }
 } // namespace
 

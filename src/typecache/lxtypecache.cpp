@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "lxtypecache.h"
 
+#include "XModuleState.h"
+
 #include <new>
 
 using namespace XLXTypeCacheComp;
@@ -9,19 +11,14 @@ namespace
 {
 constexpr int MemberBaseType = 27;
 
-// Never destroyed: a type that a client still holds may go after the statics of the module.
 XInstanceRegistry<ILXTypeCache>& LiveTypes()
 {
-    static XInstanceRegistry<ILXTypeCache>& registry = *new XInstanceRegistry<ILXTypeCache>;
-    return registry;
+    static const XModuleState<XInstanceRegistry<ILXTypeCache>> registry;
+    return *registry;
 }
 
 // Linking is rare; one link at a time, so that two of them cannot close a cycle together.
-XLeafMutex& LinkMutex()
-{
-    static XLeafMutex& mutex = *new XLeafMutex;
-    return mutex;
-}
+XLeafMutex g_linkMutex;
 } // namespace
 
 XLXTypeCache::XLXTypeCache(XLXComPtr<IUnknown> server)
@@ -94,7 +91,7 @@ bool XLXTypeCache::LinkBase(XLXTypeCache* base, XRetired& retired)
     XLXComPtr<ILXTypeCache> face(base);
     XLXComPtr<XLXTypeCache> link(base);
     {
-        const std::lock_guard<XLeafMutex> linking(LinkMutex());
+        const std::lock_guard<XLeafMutex> linking(g_linkMutex);
         if (HasBase(base))
         {
             return true;

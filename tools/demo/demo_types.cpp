@@ -137,10 +137,9 @@ void LXShowDisplays(XDemoOutput& output, const XDemoSession& session)
               std::pair("printable", Printable), std::pair("vendor-defined", VendorDefined),
               std::pair("AV set", InAVSet)})
         {
-            const auto attributes =
-                LXList<ILXAttribute, ILXAttributeEnum>("GetDisplayAttributeEnum", [&](auto** out) {
-                    return type->GetDisplayAttributeEnum(mask, out);
-                });
+            const auto attributes = LXList<ILXAttribute, ILXAttributeEnum>(
+                "GetDisplayAttributeEnum",
+                [&, mask = mask](auto** out) { return type->GetDisplayAttributeEnum(mask, out); });
             LXExpectThat(!attributes.empty(), std::string("no attribute is shown for ") + name);
             table.Row({name, std::to_string(mask), std::to_string(attributes.size()),
                        LXFirstOf(LXTextsOf(attributes, XProperty::AttributeName), 3)});

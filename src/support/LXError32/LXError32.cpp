@@ -28,9 +28,9 @@ struct Sink
 {
     LXLogSink call;
     void* context;
+    ULONG categories;
 };
 
-/// The logbook's state. It is never destroyed: a thread may still write while the process ends.
 struct Logbook
 {
     std::mutex mutex; // guards sink; a leaf, nothing is called while it is held
@@ -38,10 +38,27 @@ struct Logbook
     std::atomic<LONG> wanted{static_cast<LONG>(DefaultCategories)};
 };
 
+/// It is never destroyed, since a thread may still write while the process ends; at the end it only drops its
+/// sink.
+union ImmortalLogbook
+{
+    Logbook logbook;
+    constexpr ImmortalLogbook() : logbook{} {}
+    ~ImmortalLogbook()
+    {
+        // Other threads may have been ended with the mutex held.
+        if (const std::unique_lock<std::mutex> lock(logbook.mutex, std::try_to_lock); lock.owns_lock())
+        {
+            logbook.sink.reset();
+            logbook.wanted.store(static_cast<LONG>(DefaultCategories), std::memory_order_relaxed);
+        }
+    }
+};
+constinit ImmortalLogbook g_immortal;
+
 Logbook& TheLogbook()
 {
-    static Logbook& logbook = *new Logbook;
-    return logbook;
+    return g_immortal.logbook;
 }
 
 std::string Narrow(const OLECHAR* text)
@@ -115,7 +132,8 @@ void STDMETHODCALLTYPE LXErrorSetLogSink(LXLogSink pSink, void* pContext, ULONG 
 try
 {
     Logbook& logbook = TheLogbook();
-    auto next = pSink != nullptr ? std::make_shared<const Sink>(Sink{pSink, pContext}) : nullptr;
+    auto next =
+        pSink != nullptr ? std::make_shared<const Sink>(Sink{pSink, pContext, ulCategories}) : nullptr;
     std::weak_ptr<const Sink> previous;
     {
         const std::lock_guard<std::mutex> lock(logbook.mutex);
@@ -140,8 +158,7 @@ try
 {
     Logbook& logbook = TheLogbook();
     const auto category = static_cast<unsigned>(pEntry->eCategory);
-    if (category >= std::size(CategoryNames) ||
-        (logbook.wanted.load(std::memory_order_relaxed) & (1 << category)) == 0)
+    if (category >= std::size(CategoryNames))
     {
         return;
     }
@@ -152,6 +169,10 @@ try
     {
         const std::lock_guard<std::mutex> lock(logbook.mutex);
         sink = logbook.sink;
+    }
+    if (((sink != nullptr ? sink->categories : DefaultCategories) & (1u << category)) == 0)
+    {
+        return;
     }
     if (sink != nullptr)
     {
