@@ -34,6 +34,8 @@ struct XHookScope
 };
 } // namespace
 
+thread_local int XInsideServer::s_depth = 0;
+
 unsigned long long XCallCounts::Of(std::string_view name) const
 {
     const auto found = byName.find(name);

@@ -72,6 +72,21 @@ private:
     std::shared_ptr<State> m_state;
 };
 
+/// While one lives, its thread runs the server's own code. Faults that are meant for a client leave it alone.
+class XInsideServer
+{
+public:
+    XInsideServer() noexcept { ++s_depth; }
+    ~XInsideServer() { --s_depth; }
+    XInsideServer(const XInsideServer&) = delete;
+    XInsideServer& operator=(const XInsideServer&) = delete;
+
+    static bool Here() noexcept { return s_depth > 0; }
+
+private:
+    static thread_local int s_depth;
+};
+
 class XCallMonitor
 {
 public:

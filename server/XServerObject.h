@@ -183,6 +183,7 @@ protected:
     {
         const bool valid = ((outs != nullptr) && ... && true);
         (void(outs != nullptr ? LXClearOut(outs) : void()), ...);
+        const XInsideServer inside;
         try
         {
             std::string name(XInterfaceName<I>);

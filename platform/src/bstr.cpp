@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "allocation.h"
+
 #include <oleauto.h>
 
 #include <cstdlib>
@@ -38,7 +40,7 @@ BSTR Allocate(const void* source, UINT bytes)
     }
     // An odd number of bytes is followed by three zero bytes, so that a whole zero character ends it.
     const std::size_t room = sizeof(Prefix) + bytes + (bytes & 1) + sizeof(OLECHAR);
-    void* const block = std::calloc(1, room);
+    void* const block = LXAllocate(1, room);
     if (block == nullptr)
     {
         return nullptr;

@@ -2,6 +2,8 @@
 //
 // Arrays: their making, copying and end. In front of the descriptor stand 16 bytes; the last four of them are
 // the element type.
+#include "allocation.h"
+
 #include "safearray_elements.h"
 
 #include <algorithm>
@@ -102,7 +104,7 @@ bool FitsInMemory(const SAFEARRAY& array)
 SAFEARRAY* Allocate(VARTYPE vt, UINT dimensions)
 {
     const std::size_t size = sizeof(SAFEARRAY) + (dimensions - 1) * sizeof(SAFEARRAYBOUND);
-    BYTE* const block = static_cast<BYTE*>(std::calloc(1, g_prefix + size));
+    BYTE* const block = static_cast<BYTE*>(LXAllocate(1, g_prefix + size));
     if (block == nullptr)
     {
         return nullptr;
@@ -132,7 +134,7 @@ bool AllocateData(SAFEARRAY& array)
 {
     if (FitsInMemory(array))
     {
-        array.pvData = std::calloc(std::max<std::size_t>(CountOf(array), 1), array.cbElements);
+        array.pvData = LXAllocate(std::max<std::size_t>(CountOf(array), 1), array.cbElements);
     }
     return array.pvData != nullptr;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // Threads, time, the machine's name, and task memory.
+#include "allocation.h"
+
 #include <objbase.h>
 #include <winbase.h>
 #include <winerror.h>
@@ -97,7 +99,7 @@ BOOL GetComputerNameW(LPWSTR buffer, LPDWORD size)
 
 LPVOID CoTaskMemAlloc(SIZE_T cb)
 {
-    return std::malloc(cb == 0 ? 1 : cb);
+    return LXMayAllocate() ? std::malloc(cb == 0 ? 1 : cb) : nullptr;
 }
 
 LPVOID CoTaskMemRealloc(LPVOID pv, SIZE_T cb)
@@ -107,7 +109,7 @@ LPVOID CoTaskMemRealloc(LPVOID pv, SIZE_T cb)
         std::free(pv);
         return nullptr;
     }
-    return std::realloc(pv, cb == 0 ? 1 : cb);
+    return LXMayAllocate() ? std::realloc(pv, cb == 0 ? 1 : cb) : nullptr;
 }
 
 void CoTaskMemFree(LPVOID pv)

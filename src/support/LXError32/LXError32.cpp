@@ -43,7 +43,7 @@ struct Logbook
 union ImmortalLogbook
 {
     Logbook logbook;
-    constexpr ImmortalLogbook() : logbook{} {}
+    ImmortalLogbook() : logbook{} {}
     ~ImmortalLogbook()
     {
         // Other threads may have been ended with the mutex held.
@@ -54,11 +54,11 @@ union ImmortalLogbook
         }
     }
 };
-constinit ImmortalLogbook g_immortal;
 
 Logbook& TheLogbook()
 {
-    return g_immortal.logbook;
+    static ImmortalLogbook immortal;
+    return immortal.logbook;
 }
 
 std::string Narrow(const OLECHAR* text)
