@@ -16,7 +16,8 @@ HRESULT XLXAttributeCache::AddAttributeType(ILXAttributeType** ppAttributeType)
     return XLXError::Guarded(TheFacts.At("AddAttributeType"), [&] {
         const auto server = Server();
         LXServerCall("ILXAttribute::AddAttributeType");
-        return server->AddAttributeType(ppAttributeType);
+        return LXPassedOn(server->AddAttributeType(ppAttributeType), ppAttributeType,
+                          TheFacts.At("AddAttributeType"));
     });
 }
 

@@ -49,6 +49,18 @@ constexpr ULONG LXMostElements = 1000000;
 /// debug builds asserts that no lock is held that a notification could wait for.
 void LXServerCall(const char* method) noexcept;
 
+/// The answer of a call that was passed on to the server; raises a pointer error for a success without its
+/// object.
+template <class Object>
+HRESULT LXPassedOn(HRESULT result, Object* const* out, const LXErrorLocation& at)
+{
+    if (result == S_OK && out != nullptr)
+    {
+        XLXError::CheckPointer(*out, OLESTR("object of the server"), at);
+    }
+    return result;
+}
+
 /// Reads all property values of a server object in one call. Anything but S_OK is returned as the server gave
 /// it, with nothing read; an element that cannot be read is skipped. Raises E_POINTER when the server says
 /// S_OK without values.

@@ -105,13 +105,16 @@ XBrowserRegistry::BrowserIdMap XBrowserRegistry::FetchBrowserIds() const
     {
         (void)browserIds.Detach();
     }
-    else if (browserIds)
+    else if (result == S_OK)
     {
+        XLXError::CheckPointer(browserIds.Get(), OLESTR("browser ids"), at);
         result = LXForEachOf<BrowserIdBatch, ILXBrowserId>(
             *browserIds, "ILXBrowserIdEnum::RemNext", at, [&](XLXComPtr<ILXBrowserId>&& server) {
                 auto browserId = LXCFCTOOLS::Make<XLXBrowserIdCache>(server, at);
-                const auto name = browserId->TryRead(MemberBrowserId);
-                const auto text = name && !name->Empty() ? name->AsText() : std::nullopt;
+                XLXComVariant name;
+                XLXError::RaiseIfFailed(browserId->GetProperty(MemberBrowserId, name.Put()),
+                                        OLESTR("the name of a browser id cannot be read"), at);
+                const auto text = !name.Empty() ? name.AsText() : std::nullopt;
                 if (!text) // without a name there is no key to find it by
                 {
                     return;

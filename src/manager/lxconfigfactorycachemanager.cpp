@@ -180,7 +180,8 @@ HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalA
         }
         const auto factory = ConfigFactory("CreateGlobalAttributeFormatSpec");
         LXServerCall("ILXConfigFactory::CreateGlobalAttributeFormatSpec");
-        return factory->CreateGlobalAttributeFormatSpec(ppSpec);
+        return LXPassedOn(factory->CreateGlobalAttributeFormatSpec(ppSpec), ppSpec,
+                          LXManagerAt("CreateGlobalAttributeFormatSpec"));
     });
 }
 

@@ -147,8 +147,9 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(const std::vector<XLXText
     LXServerCall("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx");
     const HRESULT result = factory->GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, array.Put());
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be loaded by name"), at);
-    if (result == S_OK && array)
+    if (result == S_OK)
     {
+        XLXError::CheckPointer(array.Get(), OLESTR("type array"), at);
         m_types.Enter(LXDecodeTypes(std::move(array), mode), noted, std::nullopt);
     }
     for (const XLXText& name : names)
@@ -176,10 +177,7 @@ HRESULT XLXConfigFactoryCacheManager::AddType(ILXType** ppType)
             (void)server.Detach();
             return result;
         }
-        if (!server)
-        {
-            return E_FAIL;
-        }
+        XLXError::CheckPointer(server.Get(), OLESTR("object of the server"), LXManagerAt("AddType"));
         const auto type = LXCFCTOOLS::Make<XLXTypeCache>(server, LXManagerAt("AddType"));
         type->SetModeSupplier(m_transferMode);
         *ppType = type.Get();

@@ -160,10 +160,11 @@ bool XLXCFCMngImplClient::FillTypeCache()
     LXServerCall("ILXConfigFactoryEx::GetTypeArrayEx");
     const HRESULT result = factory->GetTypeArrayEx(mode, array.Put());
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be loaded"), LXManagerAt("LoadAllTypes"));
-    if (result != S_OK || !array)
+    if (result != S_OK)
     {
         return false;
     }
+    XLXError::CheckPointer(array.Get(), OLESTR("type array"), LXManagerAt("LoadAllTypes"));
     m_manager.Types().Enter(LXDecodeTypes(std::move(array), mode), noted, filled);
     return true;
 }
@@ -210,7 +211,12 @@ std::vector<XTypeLoad> XLXCFCMngImplClient::LoadTypeByName(XLXTextView name, boo
     const HRESULT result =
         factory->GetTypeArrayByTypeNameEx(XLXComBSTR(name).Get(), withBases ? 1 : 0, mode, array.Put());
     XLXError::RaiseIfFailed(result, OLESTR("the type cannot be loaded"), LXManagerAt("LoadTypeByName"));
-    return result == S_OK && array ? LXDecodeTypes(std::move(array), mode) : std::vector<XTypeLoad>();
+    if (result != S_OK)
+    {
+        return {};
+    }
+    XLXError::CheckPointer(array.Get(), OLESTR("type array"), LXManagerAt("LoadTypeByName"));
+    return LXDecodeTypes(std::move(array), mode);
 }
 
 LONG XLXCFCMngImplClient::NamedLoadMode(bool includeTypeAttributes) const

@@ -107,7 +107,7 @@ HRESULT XLXTypeCache::GetToplevelGroupEnum(ILXGroupEnum** ppEnum)
         *ppEnum = nullptr;
         const auto server = Server();
         LXServerCall("ILXType::GetToplevelGroupEnum");
-        return server->GetToplevelGroupEnum(ppEnum);
+        return LXPassedOn(server->GetToplevelGroupEnum(ppEnum), ppEnum, TheFacts.At("GetToplevelGroupEnum"));
     });
 }
 
@@ -118,7 +118,8 @@ HRESULT XLXTypeCache::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** p
         *ppEnum = nullptr;
         const auto server = Server();
         LXServerCall("ILXType::GetPageToplevelGroupEnum");
-        return server->GetPageToplevelGroupEnum(iPageNumber, ppEnum);
+        return LXPassedOn(server->GetPageToplevelGroupEnum(iPageNumber, ppEnum), ppEnum,
+                          TheFacts.At("GetPageToplevelGroupEnum"));
     });
 }
 

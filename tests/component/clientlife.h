@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+//
+// A whole life of a client, as a list of steps: initialise, every kind of question, changes with their
+// notifications, and the end. A test that makes something go wrong in it compares the steps with those of a
+// life that nothing disturbed.
+#ifndef CLIENTLIFE_H
+#define CLIENTLIFE_H
+
+#include "cachefixture.h"
+
+/// The types of LXTestModel, with relations, plan types, global format specs and data objects.
+XServerModel LXLifeModel();
+
+struct XLifeStep
+{
+    HRESULT result = S_OK; ///< the first failure in the step, else what its call answered
+    std::string answer;    ///< the texts that were read; empty unless the call answered S_OK
+    bool information = false;
+};
+using XLifeSteps = std::map<std::string, XLifeStep>;
+
+class XClientLife
+{
+public:
+    /// @param around  called with true before and with false after each call into the cache
+    explicit XClientLife(XSampleServer& server, std::function<void(bool)> around = {});
+    ~XClientLife();
+
+    /// A step whose object could not be had is left out.
+    const XLifeSteps& Run();
+
+private:
+    template <class Call>
+    HRESULT In(Call&& call);
+    XLifeStep& Note(const std::string& name, HRESULT result);
+    std::string Read(XLifeStep& step, ILXConfigObject* object, int member);
+
+    template <class Ask>
+    void Step(const std::string& name, Ask&& ask);
+    template <class Object, class Ask>
+    XLXComPtr<Object> One(const std::string& name, int member, Ask&& ask);
+    template <class Element, class Enumerator, class Ask>
+    void All(const std::string& name, int member, Ask&& ask);
+
+    bool Start();
+    void AskForTypes();
+    void AskType(const std::string& prefix, ILXType* type);
+    void AskGroups(const std::string& prefix, ILXType* type);
+    void AskAttribute(const std::string& prefix, ILXAttribute* attribute);
+    void AskForRelations();
+    void AskForDerivedTypes();
+    void AskForSpecs();
+    void Change();
+    void End();
+
+    XSampleServer& m_server;
+    const std::function<void(bool)> m_around;
+    XLXComPtr<ILXConfigFactoryCache> m_cache;
+    XLXComPtr<ILXConfigFactory> m_factory;
+    std::string m_phase; // in front of the steps' names
+    XLifeSteps m_steps;
+};
+
+#endif
