@@ -53,8 +53,3 @@ LXDataIdKind XDataId::Kind() const noexcept
     }
     return kindText == OLESTR("searchable") ? LXDataIdKind::Searchable : LXDataIdKind::Other;
 }
-
-XLXText LXMakeDataId(XLXTextView kind, XLXTextView object, LONG subNumber, LONG mode)
-{
-    return XLXFormat() << kind << "/" << object << "/" << subNumber << "/" << mode;
-}

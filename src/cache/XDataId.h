@@ -55,7 +55,4 @@ struct XDataId
     LXDataIdKind Kind() const noexcept;
 };
 
-/// A data id put together from its fields.
-XLXText LXMakeDataId(XLXTextView kind, XLXTextView object, LONG subNumber, LONG mode);
-
 #endif

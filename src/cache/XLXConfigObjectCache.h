@@ -129,14 +129,12 @@ public:
             return LXGetClientInfo(pClientInfo, Facts.clientInfoClass, Facts.At("GetClientInfo"));
         });
     }
-    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
-                                                ULONG ulNotificationId, ULONG ulCount,
-                                                tagLXUpdateInfo* pLXUpdateInfo) override
+    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG, ULONG, ULONG,
+                                                tagLXUpdateInfo*) override
     {
         return XLXError::Guarded(Facts.At("DataObjectChanged"), [&] {
             const XInvalidationLog::Scope scope;
-            return Notify({XDataId::Parse(LXBstrView(bstrDataID)), bstrDataID, bstrDataTyp,
-                           ulNotificationType, ulNotificationId, ulCount, pLXUpdateInfo});
+            return Notify({XDataId::Parse(LXBstrView(bstrDataID)), bstrDataTyp});
         });
     }
 

@@ -16,30 +16,28 @@
 struct XChangeNotification
 {
     XDataId id;
-    BSTR dataId;
     BSTR dataType;
-    ULONG type;
-    ULONG notificationId;
-    ULONG count;
-    tagLXUpdateInfo* info;
 };
 
-/// Runs a callable that returns an HRESULT; an exception becomes its code, and no error information.
+/// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error
+/// information. A lack of memory goes on: it is no answer, and nothing may be kept for it.
 template <class F>
-HRESULT LXWithoutRaising(F&& body) noexcept
+HRESULT LXWithoutRaising(F&& body)
 {
+    HRESULT result = S_OK;
     try
     {
-        return body();
+        result = body();
     }
     catch (const XLXException& error)
     {
-        return error.Code();
+        result = error.Code();
     }
-    catch (...)
+    if (result == E_OUTOFMEMORY)
     {
-        return E_OUTOFMEMORY;
+        throw std::bad_alloc();
     }
+    return result;
 }
 
 /// A server's enumeration that yields more than this many elements makes no end.

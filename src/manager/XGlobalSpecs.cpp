@@ -11,27 +11,6 @@ constexpr ULONG SpecBatch = 500;
 constexpr int MemberPropertyId = 0;
 } // namespace
 
-/// Puts the specs that were gathered in the place of the former ones, also when gathering failed on the way.
-class XGlobalSpecs::Refill
-{
-public:
-    Refill(XGlobalSpecs& specs, std::uint64_t noted) noexcept : m_specs(specs), m_noted(noted) {}
-    Refill(const Refill&) = delete;
-    Refill& operator=(const Refill&) = delete;
-    ~Refill()
-    {
-        const XCritProxy<Specs> specs(m_specs.m_setGlobalAttributeFormatSpecCache);
-        specs->swap(fresh); // the former ones go when the lock is given back
-        m_specs.m_lGlobalFormatSpecsFilled.SetFilled(m_noted);
-    }
-
-    Specs fresh;
-
-private:
-    XGlobalSpecs& m_specs;
-    const std::uint64_t m_noted;
-};
-
 HRESULT XGlobalSpecs::InternalFillGlobalFormatSpecCache()
 {
     if (m_lGlobalFormatSpecsFilled.IsFilled())
@@ -58,13 +37,29 @@ HRESULT XGlobalSpecs::InternalFillGlobalFormatSpecCache()
         XLXError::CheckPointer(serverSpecs.Get(), OLESTR("global attribute format specs"),
                                LXManagerAt("InternalFillGlobalFormatSpecCache"));
     }
-    Refill refill(*this, noted);
-    if (result == S_FALSE)
+    Specs fresh;
+    try
     {
-        return S_FALSE;
+        if (result != S_FALSE)
+        {
+            TakeAll(*serverSpecs, fresh);
+        }
     }
-    TakeAll(*serverSpecs, refill.fresh);
-    return S_OK;
+    catch (const XLXException&)
+    {
+        Keep(fresh, noted);
+        throw;
+    }
+    Keep(fresh, noted);
+    return result == S_FALSE ? S_FALSE : S_OK;
+}
+
+// Puts the specs that were gathered in the place of the former ones, which the caller destroys.
+void XGlobalSpecs::Keep(Specs& fresh, std::uint64_t noted)
+{
+    const XCritProxy<Specs> specs(m_setGlobalAttributeFormatSpecCache);
+    specs->swap(fresh);
+    m_lGlobalFormatSpecsFilled.SetFilled(noted);
 }
 
 // What could not be fetched or wrapped stays missing until a notification comes.

@@ -39,9 +39,8 @@ public:
     void TerminateAndClear();
 
 private:
-    class Refill;
-
     void TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, Specs& fresh) const;
+    void Keep(Specs& fresh, std::uint64_t noted);
 
     const XLXConfigFactoryCacheManager& m_manager;
     XFilledFlag m_lGlobalFormatSpecsFilled;

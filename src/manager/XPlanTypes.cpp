@@ -115,13 +115,19 @@ XPlanTypes::MapPtr XPlanTypes::Loaded()
     const auto query = m_manager.Query();
     if (query)
     {
-        XLXError::LogFailure(OLESTR("InternalGetPlantypeRelations failed"), At(), [&] {
+        try
+        {
             *fresh = Fetch(*query);
-            MapPtr map = fresh;
-            const XCritProxy<MapPtr> held(m_mapPlantype);
-            held->swap(map);
-            m_bPlantypeMapFilled.SetFilled(noted);
-        });
+        }
+        catch (const XLXException&)
+        {
+            XLXError::LogFailure(OLESTR("InternalGetPlantypeRelations failed"), At(), [] { throw; });
+            return fresh;
+        }
+        MapPtr map = fresh;
+        const XCritProxy<MapPtr> held(m_mapPlantype);
+        held->swap(map);
+        m_bPlantypeMapFilled.SetFilled(noted);
     }
     return fresh;
 }

@@ -9,15 +9,19 @@ namespace
 constexpr const OLECHAR* SpecificDataType = OLESTR("cfc_specific");
 constexpr const OLECHAR* ForwardPrefix = OLESTR("cfc_forward/");
 
-void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind, XLXTextView currentKind)
+// A notification is never refused for want of memory for its trace entry.
+void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind, XLXTextView currentKind) noexcept
 {
     if (XLXError::TraceEnabled(LX_LOG_UPDATE))
     {
-        XLXError::WriteTrace(LX_LOG_UPDATE, OLESTR("CFC update notification"),
-                             LXFormatText(OLESTR("CFC update: CFDataID: '%s', Update Mode: %d, "
-                                                 "CurrentDataId: '%s', TranslatedDataId: '%s'"),
-                                          {LXBstrView(dataId), LXDecimal(mode), kind, currentKind}),
-                             LXManagerAt("DataObjectChanged"));
+        const LXErrorLocation at = LXManagerAt("DataObjectChanged");
+        XLXError::LogFailure(OLESTR("CFC update notification"), at, [&] {
+            XLXError::WriteTrace(LX_LOG_UPDATE, OLESTR("CFC update notification"),
+                                 LXFormatText(OLESTR("CFC update: CFDataID: '%s', Update Mode: %d, "
+                                                     "CurrentDataId: '%s', TranslatedDataId: '%s'"),
+                                              {LXBstrView(dataId), LXDecimal(mode), kind, currentKind}),
+                                 at);
+        });
     }
 }
 } // namespace
@@ -53,17 +57,13 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
         const XDataId id = XDataId::Parse(dataId);
         const XLXTextView kind = id.hasKind ? id.kindText : XLXTextView();
         const LONG mode = impl->TranslateUpdateFlags(kind, id.mode);
-        const XLXComBSTR translatedId(id.complete ? LXMakeDataId(kind, id.object, id.subNumber, mode)
-                                                  : XLXText(dataId));
         TraceUpdate(bstrDataID, mode, kind, kind);
 
-        const XChangeNotification notification{XDataId::Parse(translatedId.View()),
-                                               translatedId.Get(),
-                                               bstrDataTyp,
-                                               ulNotificationType,
-                                               ulNotificationId,
-                                               ulCount,
-                                               pLXUpdateInfo};
+        XChangeNotification notification{id, bstrDataTyp};
+        if (id.complete)
+        {
+            notification.id.mode = mode;
+        }
         m_epoch.Advance(); // before anything is invalidated: see XTypeMap::Enter
         ClearFilledFlags(id, mode);
         const HRESULT result = OfferToReceivers(id, mode, notification);

@@ -16,7 +16,7 @@
 class XLXPCPartCacheMng final : public XLXPCBaseMng
 {
 public:
-    explicit XLXPCPartCacheMng(XRelationHost& host) noexcept : XLXPCBaseMng(host) {}
+    explicit XLXPCPartCacheMng(XRelationHost& host) : XLXPCBaseMng(host) {}
     ~XLXPCPartCacheMng() override;
 
     HRESULT GetParentChildEnum(BSTR typeName, ILXParentChildEnum** ppEnum) override;
@@ -67,7 +67,6 @@ private:
         ParentMapPtr relations = std::make_shared<const ParentMap>();
         bool answers = false; ///< false: the last load failed; the relations wait to be refreshed
     };
-    class KeptFailure;
     struct Names;
     struct Found
     {
@@ -78,6 +77,7 @@ private:
 
     // Loading: the fill mutex is held
     void LoadAllPCRelation(ILXConfigFactory& factory, std::uint64_t noted);
+    void KeepFailure(std::uint64_t noted);
     ParentMap MakeMap(std::vector<XLXCFCDataTransfer::XILXPCData> records, const ParentMap& former,
                       std::uint64_t epoch) const;
     XLXComPtr<XLXParentChildCache> Refresh(XLXComPtr<XLXParentChildCache> relation,

@@ -32,30 +32,6 @@ struct XLXPCPartCacheMng::Names
     XCFGStringKey list;
 };
 
-/// Unless the load succeeds there are no relations, and no further attempt, until a notification comes.
-class XLXPCPartCacheMng::KeptFailure
-{
-public:
-    KeptFailure(XLXPCPartCacheMng& manager, std::uint64_t noted) : m_manager(manager), m_noted(noted) {}
-    KeptFailure(const KeptFailure&) = delete;
-    KeptFailure& operator=(const KeptFailure&) = delete;
-    ~KeptFailure()
-    {
-        if (!m_succeeded)
-        {
-            const XCritProxy<RelationMap> map(m_manager.m_relations);
-            map->answers = false;
-            m_manager.m_filled.SetFilled(m_noted);
-        }
-    }
-    void Succeeded() noexcept { m_succeeded = true; }
-
-private:
-    XLXPCPartCacheMng& m_manager;
-    const std::uint64_t m_noted;
-    bool m_succeeded = false;
-};
-
 XLXPCPartCacheMng::~XLXPCPartCacheMng()
 {
     TerminateDropped(*Held(), ParentMap());
@@ -74,10 +50,27 @@ HRESULT XLXPCPartCacheMng::InternalFillParentChildMap()
     }
     const auto factory = Host().ConfigFactory("InternalFillParentChildMap");
     const std::uint64_t noted = m_filled.Note();
-    KeptFailure failure(*this, noted);
-    LoadAllPCRelation(*factory, noted);
-    failure.Succeeded();
+    try
+    {
+        LoadAllPCRelation(*factory, noted);
+    }
+    catch (const XLXException& error)
+    {
+        if (error.Code() != E_OUTOFMEMORY) // memory may come back without a notification
+        {
+            KeepFailure(noted);
+        }
+        throw;
+    }
     return S_OK;
+}
+
+// There are no relations, and no further attempt, until a notification comes.
+void XLXPCPartCacheMng::KeepFailure(std::uint64_t noted)
+{
+    const XCritProxy<RelationMap> map(m_relations);
+    map->answers = false;
+    m_filled.SetFilled(noted);
 }
 
 void XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, std::uint64_t noted)

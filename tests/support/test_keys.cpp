@@ -136,9 +136,8 @@ TEST(DataId, IsTakenApart)
     }
 }
 
-TEST(DataId, IsPutTogether)
+TEST(DataId, ModeConcernsItsBitsOrEverything)
 {
-    EXPECT_EQ(OLESTR("objects/A/-1/4096"), LXMakeDataId(OLESTR("objects"), OLESTR("A"), -1, 4096));
     EXPECT_TRUE(LXModeConcerns(0, LXUM_PAGES));
     EXPECT_TRUE(LXModeConcerns(-1, LXUM_PAGES));
     EXPECT_TRUE(LXModeConcerns(0x22, LXUM_PAGES | LXUM_GROUPS));

@@ -15,6 +15,13 @@ public:
     XAllocationWatch(const XAllocationWatch&) = delete;
     XAllocationWatch& operator=(const XAllocationWatch&) = delete;
 
+    /// Whether the thread's allocations count now; at first they do.
+    static void Heed(bool heed);
+    /// A question that is asked before each allocation; true leaves it alone.
+    static void ExceptWhile(bool (*exempt)());
+    /// Counts an allocation that is not made with operator new; false when it is the one to fail.
+    static bool Allow(std::size_t size = 0);
+
     std::size_t Count() const;
     std::size_t Bytes() const; ///< in all, freed or not
 };

@@ -172,19 +172,20 @@ XLXComVariant XLXComVariant::Take(VARIANT& value) noexcept
 
 namespace
 {
-/// The value changed to a type; nothing when the platform cannot.
-std::optional<XLXComVariant> Changed(const VARIANT& value, VARTYPE type) noexcept
+/// The value changed to a type; nothing when it is no such value.
+std::optional<XLXComVariant> Changed(const VARIANT& value, VARTYPE type)
 {
     XLXComVariant changed;
-    if (FAILED(VariantChangeType(&changed.Get(), const_cast<VARIANT*>(&value), 0, type)))
+    const HRESULT result = VariantChangeType(&changed.Get(), const_cast<VARIANT*>(&value), 0, type);
+    if (result == E_OUTOFMEMORY)
     {
-        return std::nullopt;
+        throw std::bad_alloc();
     }
-    return changed;
+    return SUCCEEDED(result) ? std::optional<XLXComVariant>(std::move(changed)) : std::nullopt;
 }
 } // namespace
 
-std::optional<LONG> XLXComVariant::AsLong() const noexcept
+std::optional<LONG> XLXComVariant::AsLong() const
 {
     if (Type() == VT_I4)
     {
@@ -194,7 +195,7 @@ std::optional<LONG> XLXComVariant::AsLong() const noexcept
     return changed ? std::optional<LONG>(V_I4(&changed->m_value)) : std::nullopt;
 }
 
-std::optional<bool> XLXComVariant::AsBool() const noexcept
+std::optional<bool> XLXComVariant::AsBool() const
 {
     if (Type() == VT_BOOL)
     {

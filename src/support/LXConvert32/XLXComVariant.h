@@ -58,8 +58,8 @@ public:
 
     /// The value converted as the platform converts it; nothing when it cannot be. An empty value converts
     /// to 0, false and "".
-    std::optional<LONG> AsLong() const noexcept;
-    std::optional<bool> AsBool() const noexcept;
+    std::optional<LONG> AsLong() const;
+    std::optional<bool> AsBool() const;
     std::optional<XLXText> AsText() const;
     /// The object in a VT_UNKNOWN or VT_DISPATCH value; null for any other.
     IUnknown* AsUnknown() const noexcept;
