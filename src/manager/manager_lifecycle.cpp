@@ -162,7 +162,7 @@ HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values)
         }
         InstallImpl<XLXCFCMngImplClient>();
         {
-            const XFillGuard init(m_init);
+            const XFillGuard init(m_init, XFillGuard::NoWaitInsideFills());
             if (!Copy(&ServerReferences::configFactory))
             {
                 m_bNoNotifications.store(arguments.noNotifications);
@@ -176,14 +176,14 @@ HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values)
 HRESULT XLXConfigFactoryCacheManager::Init(ILXConfigFactory* factory, ILX_Query* query, ILXDataUpdate* update,
                                            bool clientMode, bool separateCallback)
 {
-    const XFillGuard init(m_init);
+    const XFillGuard init(m_init, XFillGuard::NoWaitInsideFills());
     if (!m_bNoNotifications.load())
     {
         XLXError::CheckPointer(update, OLESTR("pDataUpdate"), LXManagerAt("Init"));
     }
     if (init.Reentered() || Copy(&ServerReferences::configFactory))
     {
-        return S_OK; // initialised already
+        return S_OK; // initialised already, or just being
     }
     XLXError::CheckPointer(factory, OLESTR("pConfigFactory"), LXManagerAt("Init"));
     auto factoryEx = XLXComPtr<ILXConfigFactory>(factory).As<ILXConfigFactoryEx>();
@@ -265,9 +265,10 @@ void XLXConfigFactoryCacheManager::RegisterCallback(ILXDataUpdate* update, bool 
 void XLXConfigFactoryCacheManager::CreateRelationManager()
 {
     auto relations = std::make_shared<XLXPCPartCacheMng>(*this);
+    std::shared_ptr<XLXPCBaseMng> former = relations; // one that is left goes with no lock held
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        m_pPCPartCacheMng = relations;
+        m_pPCPartCacheMng.swap(former);
     }
     XLXError::LogFailure(OLESTR("InternalFillParentChildMap failed"), LXManagerAt("Init"), [&] {
         XLXError::RaiseIfFailed(relations->InternalFillParentChildMap(), OLESTR(""), LXManagerAt("Init"));
@@ -318,11 +319,17 @@ HRESULT XLXConfigFactoryCacheManager::Terminate()
 {
     const LXErrorLocation at = LXManagerAt("Terminate");
     return XLXError::Guarded(at, [&]() -> HRESULT {
+        std::shared_ptr<XLXPCBaseMng> relations;
         ServerReferences server;
         {
-            const XFillGuard init(m_init);
+            // A server may end the cache from inside a call: that does not wait for who initialises
+            // meanwhile.
+            const XFillGuard init(m_init, XFillGuard::NoWaitInsideFills());
             EmptyCaches();
             server = TakeServerReferences();
+            // Together, since the server may initialise the cache anew from inside UnregisterCallback.
+            const std::lock_guard<XLeafMutex> lock(m_mutex);
+            relations.swap(m_pPCPartCacheMng);
         }
         // The server may wait in UnregisterCallback for notifications that are under way: nothing is held
         // here.
@@ -335,11 +342,6 @@ HRESULT XLXConfigFactoryCacheManager::Terminate()
                 LXServerCall("ILXDataUpdate::UnregisterCallback");
                 XLXError::RaiseIfFailed(server.dataUpdate->UnregisterCallback(clientId), OLESTR(""), at);
             });
-        }
-        std::shared_ptr<XLXPCBaseMng> relations;
-        {
-            const std::lock_guard<XLeafMutex> lock(m_mutex);
-            relations.swap(m_pPCPartCacheMng);
         }
         return S_OK;
     });
