@@ -18,6 +18,7 @@
 #include "XCritLong.h"
 #include "XInvalidationLog.h"
 #include "XModuleCount.h"
+#include "XNotificationEpoch.h"
 #include "associations.h"
 #include "cachedobjectfacts.h"
 #include "lxcfctools.h"
@@ -134,6 +135,7 @@ public:
     {
         return XLXError::Guarded(Facts.At("DataObjectChanged"), [&] {
             const XInvalidationLog::Scope scope;
+            XNotificationEpoch::AdvanceDirect(); // a bulk read may be under way with the old values
             return Notify({XDataId::Parse(LXBstrView(bstrDataID)), bstrDataTyp});
         });
     }

@@ -8,9 +8,24 @@ bool XTypeInheritanceInfo::Info::IsKnown(XLXTextView typeName) const
     return m_baseOf.contains(XCFGStringKey(typeName));
 }
 
+// The walk ends at a base that is not in the map. The links have no cycles, but they were read one by one
+// while types may have been linked anew; so it is counted.
 bool XTypeInheritanceInfo::Info::DerivesFrom(XLXTextView typeName, XLXTextView ancestor) const
 {
-    return m_distances.contains({XCFGStringKey(ancestor), XCFGStringKey(typeName)});
+    const XCFGStringKey wanted(ancestor);
+    const XCFGStringKey first(typeName);
+    const XCFGStringKey* type = &first;
+    auto found = m_baseOf.find(first);
+    for (std::size_t steps = 0; found != m_baseOf.end() && steps < m_baseOf.size(); ++steps)
+    {
+        if (*type == wanted)
+        {
+            return true;
+        }
+        type = &found->second;
+        found = m_baseOf.find(*type);
+    }
+    return type != &first && !type->IsNull() && *type == wanted;
 }
 
 std::vector<XLXText> XTypeInheritanceInfo::Info::DerivedTypes(XLXTextView typeName) const
@@ -58,25 +73,13 @@ std::vector<XLXText> XTypeInheritanceInfo::Info::BaseTypes(XLXTextView typeName)
     return names;
 }
 
-// A base that is named but not in the map is entered too; the walk ends there. The links have no cycles, but
-// they were read one by one while types may have been linked anew.
-void XTypeInheritanceInfo::Info::AddTypeToInheritanceInfo(const XCFGStringKey& type)
+// A base that is named but not in the map is entered too.
+void XTypeInheritanceInfo::Info::AddTypeToInheritanceInfo(const XCFGStringKey& type,
+                                                          const XCFGStringKey& base)
 {
-    m_distances[{type, type}] = 0;
-    std::set<XCFGStringKey> met{type};
-    LONG distance = 0;
-    for (auto next = m_baseOf.find(type); next != m_baseOf.end(); next = m_baseOf.find(next->second))
+    if (!base.IsNull() && base != type)
     {
-        const XCFGStringKey& base = next->second;
-        if (base.IsNull() || !met.insert(base).second)
-        {
-            break;
-        }
-        if (distance == 0)
-        {
-            m_derived[base].insert(type);
-        }
-        m_distances[{base, type}] = ++distance;
+        m_derived[base].insert(type);
     }
 }
 
@@ -119,7 +122,7 @@ XTypeInheritanceInfo::InfoPtr XTypeInheritanceInfo::Current()
     LinkBases(m_types.Types(), *made);
     for (const auto& [type, base] : made->m_baseOf)
     {
-        made->AddTypeToInheritanceInfo(type);
+        made->AddTypeToInheritanceInfo(type, base);
     }
     InfoPtr info = made;
     {

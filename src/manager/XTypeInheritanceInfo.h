@@ -31,12 +31,11 @@ public:
 
     private:
         friend class XTypeInheritanceInfo;
-        void AddTypeToInheritanceInfo(const XCFGStringKey& type);
+        void AddTypeToInheritanceInfo(const XCFGStringKey& type, const XCFGStringKey& base);
 
         std::uint64_t m_version = 0;
         std::map<XCFGStringKey, XCFGStringKey> m_baseOf; ///< every known type; the null key: no base
-        std::map<std::pair<XCFGStringKey, XCFGStringKey>, LONG> m_distances; ///< by ancestor and type
-        std::map<XCFGStringKey, std::set<XCFGStringKey>> m_derived;          ///< by direct base
+        std::map<XCFGStringKey, std::set<XCFGStringKey>> m_derived; ///< by direct base
     };
     using InfoPtr = std::shared_ptr<const Info>;
 

@@ -53,10 +53,9 @@ void XTypeMap::Enter(std::vector<XTypeLoad> loads, std::uint64_t noted, std::opt
     std::vector<XLXText> messages;
     {
         const XCritProxy<Map> types(m_mapType);
-        // A notification that comes from here on waits for this lock before it walks the types, and so sees
-        // all of them.
-        const bool fresh = m_epoch.Note() == noted;
-        Apply(*types, changes, fresh, retired);
+        // A notification that comes to the manager from here on waits for this lock before it walks the
+        // types, and so sees all of them.
+        Apply(*types, changes, noted, retired);
         LinkBases(*types, retired, messages);
         m_version.fetch_add(1);
         if (filled)
@@ -71,7 +70,7 @@ void XTypeMap::Enter(std::vector<XTypeLoad> loads, std::uint64_t noted, std::opt
     }
 }
 
-void XTypeMap::Apply(Map& map, std::vector<Change>& changes, bool fresh, XRetired& retired)
+void XTypeMap::Apply(Map& map, std::vector<Change>& changes, std::uint64_t noted, XRetired& retired)
 {
     for (Change& change : changes)
     {
@@ -80,15 +79,20 @@ void XTypeMap::Apply(Map& map, std::vector<Change>& changes, bool fresh, XRetire
         {
             entry.type = change.made ? std::move(change.made) : MakeType();
         }
+        // Noted before the epoch is looked at: what comes straight to the type afterwards makes the notes
+        // old.
+        const XLXTypeCache::Notes notes = entry.type->TakeNotes();
+        const bool fresh = m_epoch.Note() == noted;
         XTypeLoad& load = change.load;
         entry.name = std::move(load.name);
         entry.baseName = std::move(load.baseName);
         entry.type->SetFlags(load.listed, load.searchable);
         entry.type->MarkLoaded();
-        entry.type->SetTypeProperties(std::move(load.server), std::move(load.values), fresh, retired);
+        entry.type->SetTypeProperties(std::move(load.server), std::move(load.values),
+                                      fresh ? &notes : nullptr, retired);
         if (fresh && load.mode != 0)
         {
-            entry.type->DeliverComponents(std::move(load.components), load.mode, retired);
+            entry.type->DeliverComponents(std::move(load.components), load.mode, notes, retired);
         }
     }
 }

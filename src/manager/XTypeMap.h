@@ -57,7 +57,7 @@ public:
 
 private:
     struct Change;
-    void Apply(Map& map, std::vector<Change>& changes, bool fresh, XRetired& retired);
+    void Apply(Map& map, std::vector<Change>& changes, std::uint64_t noted, XRetired& retired);
     static void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages);
     XLXComPtr<XLXTypeCache> MakeType() const;
 

@@ -74,7 +74,29 @@ bool XMapInheritedComp<Map>::HasData() const noexcept
 }
 
 template <class Map>
-bool XMapInheritedComp<Map>::IsComplete() const noexcept
+typename XMapInheritedComp<Map>::Bases XMapInheritedComp<Map>::BasesNearestFirst() const
+{
+    Bases bases;
+    for (auto base = m_inherits ? m_owner.BaseType() : nullptr; base; base = base->BaseType())
+    {
+        bases.push_back(base);
+    }
+    return bases;
+}
+
+/// Whether the map is complete with what that map of the base type holds (null: without a base).
+template <class Map>
+bool XMapInheritedComp<Map>::IsCurrent(const XMapInheritedComp* base) const noexcept
+{
+    const std::uint64_t merged = m_baseContent.load();
+    return m_completedAt.load() == m_generation.load() &&
+           merged == (base != nullptr ? base->m_content.load() : 0);
+}
+
+// From the top of the chain downwards, so that a base is found current before what was merged from it is
+// compared.
+template <class Map>
+bool XMapInheritedComp<Map>::IsComplete() const
 {
     const std::uint64_t epoch = g_componentEpoch.load();
     if (m_checkedAt.load() == epoch)
@@ -85,20 +107,29 @@ bool XMapInheritedComp<Map>::IsComplete() const noexcept
     {
         return false;
     }
-    if (m_inherits)
+    const Bases bases = BasesNearestFirst();
+    const XMapInheritedComp* above = nullptr;
+    for (auto base = bases.rbegin(); base != bases.rend(); ++base)
     {
-        const XLXComPtr<XLXTypeCache> base = m_owner.BaseType();
-        const std::uint64_t merged = m_baseContent.load();
-        if (base ? !Traits::Of(*base).IsComplete() || Traits::Of(*base).m_content.load() != merged
-                 : merged != 0)
+        const XMapInheritedComp& map = Traits::Of(**base);
+        if (!map.IsCurrent(above))
         {
             return false;
         }
+        map.m_checkedAt.store(epoch);
+        above = &map;
+    }
+    if (!IsCurrent(above))
+    {
+        return false;
     }
     m_checkedAt.store(epoch);
     return true;
 }
 
+// One base after the other, not one inside the other: a chain of any length needs no more of the stack, and
+// no thread waits for a type's fetch mutex while it holds another one. What a notification overtakes on the
+// way is merged as it is.
 template <class Map>
 HRESULT XMapInheritedComp<Map>::EnsureComplete()
 {
@@ -106,14 +137,32 @@ HRESULT XMapInheritedComp<Map>::EnsureComplete()
     {
         return S_OK;
     }
+    const Bases bases = BasesNearestFirst();
+    const XMapInheritedComp* above = nullptr;
+    for (auto base = bases.rbegin(); base != bases.rend(); ++base)
+    {
+        XMapInheritedComp& map = Traits::Of(**base);
+        map.EnsureCurrent(above);
+        above = &map;
+    }
+    return EnsureCurrent(above);
+}
+
+template <class Map>
+HRESULT XMapInheritedComp<Map>::EnsureCurrent(const XMapInheritedComp* base)
+{
+    if (IsCurrent(base))
+    {
+        return S_OK;
+    }
     const XFillGuard fill(m_owner.FetchMutex());
-    if (fill.Reentered() || IsComplete())
+    if (fill.Reentered() || IsCurrent(base))
     {
         return S_OK; // a server that asks back while it is being asked gets what is there
     }
     try
     {
-        return Complete();
+        return Complete(base);
     }
     catch (...)
     {
@@ -123,10 +172,10 @@ HRESULT XMapInheritedComp<Map>::EnsureComplete()
 }
 
 template <class Map>
-HRESULT XMapInheritedComp<Map>::Complete()
+HRESULT XMapInheritedComp<Map>::Complete(const XMapInheritedComp* base)
 {
     const std::uint64_t generation = m_generation.load();
-    Map fresh = MergeFromBase();
+    Map fresh = MergeFrom(base);
     Pending pending = TakeFreshPending();
     const bool parsed = static_cast<bool>(pending.array);
     if (parsed)
@@ -140,20 +189,25 @@ HRESULT XMapInheritedComp<Map>::Complete()
 
 // The base type's definition of a component wins over that of a derived type, so its entries go in first.
 template <class Map>
-Map XMapInheritedComp<Map>::MergeFromBase()
+Map XMapInheritedComp<Map>::MergeFrom(const XMapInheritedComp* base)
 {
-    const XLXComPtr<XLXTypeCache> base = m_inherits ? m_owner.BaseType() : nullptr;
-    if (!base)
+    if (base == nullptr)
     {
         m_baseContent.store(0);
         return {};
     }
-    XMapInheritedComp& baseMap = Traits::Of(*base);
-    baseMap.EnsureComplete();
-    return baseMap.Read([&](const Map& map) {
-        m_baseContent.store(baseMap.m_content.load());
+    return base->Read([&](const Map& map) {
+        m_baseContent.store(base->m_content.load());
         return map;
     });
+}
+
+/// Whether no values changed since the note, neither by the type's notifications nor by those that go
+/// straight to a component.
+template <class Map>
+bool XMapInheritedComp<Map>::AreValuesCurrent(const Note& note) const noexcept
+{
+    return note.values == m_values.load() && note.direct == XNotificationEpoch::NoteDirect();
 }
 
 // Records that a notification made stale while they waited are fetched again. Records that it makes stale
@@ -164,7 +218,7 @@ typename XMapInheritedComp<Map>::Pending XMapInheritedComp<Map>::TakeFreshPendin
 {
     Pending pending = TakePending();
     const std::uint64_t generation = m_generation.load();
-    if (pending.array && pending.note.generation == generation && pending.note.values == m_values.load())
+    if (pending.array && pending.note.generation == generation && AreValuesCurrent(pending.note))
     {
         return pending;
     }
@@ -176,6 +230,7 @@ typename XMapInheritedComp<Map>::Pending XMapInheritedComp<Map>::TakeFreshPendin
     {
         return pending; // the server has none
     }
+    m_completedAt.store(0); // also where only the base changed: what the type has of its own is wanted again
     m_owner.FetchTypeCacheComponents(Traits::ModeBit);
     return TakePending();
 }
@@ -192,7 +247,7 @@ void XMapInheritedComp<Map>::Publish(Map&& fresh, const Note& note, std::uint64_
 {
     {
         const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        if (parsed && m_values.load() != note.values)
+        if (parsed && !AreValuesCurrent(note))
         {
             for (auto& [key, component] : fresh)
             {

@@ -7,10 +7,10 @@
 // generation, waits for nobody, and the next query completes the map again. What the notification overtook is
 // still given to the one who asked for it, and is just not kept as complete.
 //
-// Locks  Completion runs under the fetch mutex of the owning type, derived type before base type, and asks
-// the server
-//        with no lock held. The map's own lock guards the map and the pending records; it is held briefly and
-//        nothing foreign is called under it.
+// Locks  Completion goes down the chain of bases from its top and runs under the fetch mutex of one type
+//        after the other, however long the chain is. The server is asked with no lock held. The map's own
+//        lock guards the map and the pending records; it is held briefly and nothing foreign is called under
+//        it.
 #ifndef XMAPINHERITEDCOMP_H
 #define XMAPINHERITEDCOMP_H
 
@@ -27,6 +27,14 @@ struct XInheritedCacheFillUpTraits;
 /// need not walk its chain of bases again until something changed somewhere.
 inline std::atomic<std::uint64_t> g_componentEpoch{1};
 
+/// What is noted before the server is asked, so that an answer which a notification overtook is told apart.
+struct XComponentNote
+{
+    std::uint64_t generation;
+    std::uint64_t values;
+    std::uint64_t direct;
+};
+
 template <class Map>
 class XMapInheritedComp
 {
@@ -34,19 +42,16 @@ class XMapInheritedComp
     using Lock = XCountedLock<XCritSectionTraits<XCriticalSectionEx>>;
 
 public:
-    /// What is noted before the server is asked, so that an answer which a notification overtook is told
-    /// apart.
-    struct Note
-    {
-        std::uint64_t generation;
-        std::uint64_t values;
-    };
+    using Note = XComponentNote;
 
     XMapInheritedComp(XLXFillCacheDef& owner, bool inherits) : m_inherits(inherits), m_owner(owner) {}
     XMapInheritedComp(const XMapInheritedComp&) = delete;
     XMapInheritedComp& operator=(const XMapInheritedComp&) = delete;
 
-    Note TakeNote() const noexcept { return {m_generation.load(), m_values.load()}; }
+    Note TakeNote() const noexcept
+    {
+        return {m_generation.load(), m_values.load(), XNotificationEpoch::NoteDirect()};
+    }
 
     /// Takes the server's records of this kind, or none, for parsing on first use. Returns the records that
     /// they replace, to be destroyed with no lock held.
@@ -54,7 +59,7 @@ public:
 
     /// Whether the server need not be asked: it has delivered, or the map is complete.
     bool HasData() const noexcept;
-    bool IsComplete() const noexcept;
+    bool IsComplete() const;
 
     /// Brings the map up to date. S_FALSE: it is empty, and nothing was delivered. Raises failures, which
     /// leave the map incomplete, so that the next query asks again.
@@ -98,8 +103,14 @@ private:
         Note note{};
     };
 
-    HRESULT Complete();
-    Map MergeFromBase();
+    using Bases = std::vector<XLXComPtr<XLXTypeCache>>;
+
+    Bases BasesNearestFirst() const;
+    bool IsCurrent(const XMapInheritedComp* base) const noexcept;
+    bool AreValuesCurrent(const Note& note) const noexcept;
+    HRESULT EnsureCurrent(const XMapInheritedComp* base);
+    HRESULT Complete(const XMapInheritedComp* base);
+    Map MergeFrom(const XMapInheritedComp* base);
     Pending TakeFreshPending();
     Pending TakePending();
     void Publish(Map&& fresh, const Note& note, std::uint64_t completedAt, bool parsed);

@@ -36,6 +36,45 @@ XLXTypeCache::~XLXTypeCache()
 {
     LiveTypes().Remove(this);
     m_selfLink.Clear();
+    ReleaseBase();
+}
+
+// A type may hold the last reference to its base, and that to its own base, and so on. They go one after the
+// other, not one inside the other: a dying type leaves its base to the thread's first one, if there is one.
+void XLXTypeCache::ReleaseBase() noexcept
+{
+    thread_local XLXComPtr<XLXTypeCache>* t_left = nullptr;
+    if (!m_pBase)
+    {
+        return;
+    }
+    m_pBaseFace.Reset();
+    XLXComVariant member;
+    LXWithoutRaising([&] {
+        Store().WriteGrow(MemberBaseType, member);
+        return S_OK;
+    });
+    (void)VariantClear(&member.Get());
+    XLXComPtr<XLXTypeCache> base = std::move(m_pBase);
+    if (t_left != nullptr)
+    {
+        t_left->Swap(base);
+        return;
+    }
+    XLXComPtr<XLXTypeCache> left;
+    t_left = &left;
+    while (base)
+    {
+        base.Reset();
+        base.Swap(left);
+    }
+    t_left = nullptr;
+}
+
+XLXTypeCache::Notes XLXTypeCache::TakeNotes() const noexcept
+{
+    return {NoteStore(), m_attributes.TakeNote(), m_pages.TakeNote(), m_groups.TakeNote(),
+            m_editors.TakeNote()};
 }
 
 void* XLXTypeCache::FindFace(REFIID iid) noexcept
@@ -159,7 +198,7 @@ HRESULT XLXTypeCache::GetServerType(ILXType** ppType)
     });
 }
 
-void XLXTypeCache::SetTypeProperties(XLXComPtr<IUnknown> server, XLXVariantVector values, bool fresh,
+void XLXTypeCache::SetTypeProperties(XLXComPtr<IUnknown> server, XLXVariantVector values, const Notes* noted,
                                      XRetired& retired)
 {
     XLXComPtr<ILXType> typed;
@@ -172,14 +211,14 @@ void XLXTypeCache::SetTypeProperties(XLXComPtr<IUnknown> server, XLXVariantVecto
     {
         retired.objects.emplace_back(std::move(typed));
     }
-    if (values.empty() || !fresh)
+    if (values.empty() || noted == nullptr)
     {
         Store().Invalidate();
     }
     if (!values.empty())
     {
         AmendValues(values);
-        Store().Assign(values, fresh ? Store().Note() : 0);
+        Store().Assign(values, noted != nullptr ? noted->store : 0);
         retired.values.push_back(std::move(values));
     }
 }

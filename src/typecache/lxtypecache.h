@@ -126,12 +126,25 @@ public:
     bool IsSearchable() const noexcept { return (m_flags.load() & 2) != 0; }
     void MarkLoaded() noexcept { m_loaded.store(true); }
 
+    /// What is noted of the store and of the component maps before the server is asked, or before it is
+    /// found that no notification overtook its answer.
+    struct Notes
+    {
+        std::uint64_t store;
+        XLXTypeCacheComp::XComponentNote attributes;
+        XLXTypeCacheComp::XComponentNote pages;
+        XLXTypeCacheComp::XComponentNote groups;
+        XLXTypeCacheComp::XComponentNote editors;
+    };
+    Notes TakeNotes() const noexcept;
+
     /// Puts a record's server object and values in the place of those that the type has.
-    /// @param fresh  false: a notification overtook the record, so the values do not count as filled
-    void SetTypeProperties(XLXComPtr<IUnknown> server, XLXVariantVector values, bool fresh,
+    /// @param noted  null: a notification overtook the record, so the values do not count as filled
+    void SetTypeProperties(XLXComPtr<IUnknown> server, XLXVariantVector values, const Notes* noted,
                            XRetired& retired);
     /// Gives the component records of a bulk read to the component maps.
-    void DeliverComponents(XLXCFCDataTransfer::XILXTypeComp components, LONG mode, XRetired& retired);
+    void DeliverComponents(XLXCFCDataTransfer::XILXTypeComp components, LONG mode, const Notes& noted,
+                           XRetired& retired);
 
     /// Links the type to its base; null clears the link. False: the link would close a cycle, and was not
     /// made. Calls nothing foreign.
@@ -168,6 +181,7 @@ private:
     void* FindFace(REFIID iid) noexcept;
     void AmendValues(XLXVariantVector& values);
     bool HasBase(const ILXTypeCache* base) const noexcept;
+    void ReleaseBase() noexcept;
     HRESULT OnNotification(const XChangeNotification& notification);
     template <class Map>
     void InvalidateMap(XLXTypeCacheComp::XMapInheritedComp<Map>& map, const XDataId& id);

@@ -51,8 +51,7 @@ void XLXTypeCache::FetchTypeCacheComponents(LONG mode)
     {
         return;
     }
-    const auto notes =
-        std::tuple(m_attributes.TakeNote(), m_pages.TakeNote(), m_groups.TakeNote(), m_editors.TakeNote());
+    const Notes notes = TakeNotes();
     const auto deliver = [&](XILXTypeComp& components, LONG to) {
         const auto give = [&](auto& map, XLXSafeArray& array, const auto& note, LONG bit) {
             if ((to & bit) != 0)
@@ -60,10 +59,10 @@ void XLXTypeCache::FetchTypeCacheComponents(LONG mode)
                 const XLXSafeArray replaced = map.Deliver(std::move(array), to, note);
             }
         };
-        give(m_attributes, components.attributes, std::get<0>(notes), LXTM_ATTRIBUTES);
-        give(m_pages, components.pages, std::get<1>(notes), LXTM_PAGES);
-        give(m_groups, components.groups, std::get<2>(notes), LXTM_GROUPS);
-        give(m_editors, components.editors, std::get<3>(notes), LXTM_EDITORS);
+        give(m_attributes, components.attributes, notes.attributes, LXTM_ATTRIBUTES);
+        give(m_pages, components.pages, notes.pages, LXTM_PAGES);
+        give(m_groups, components.groups, notes.groups, LXTM_GROUPS);
+        give(m_editors, components.editors, notes.editors, LXTM_EDITORS);
     };
     const auto server = Server();
     XLXSafeArray array;
@@ -98,15 +97,16 @@ LONG XLXTypeCache::ModeToFetch(LONG requested) const
     return mode & ~there;
 }
 
-void XLXTypeCache::DeliverComponents(XILXTypeComp components, LONG mode, XRetired& retired)
+void XLXTypeCache::DeliverComponents(XILXTypeComp components, LONG mode, const Notes& noted,
+                                     XRetired& retired)
 {
-    const auto give = [&](auto& map, XLXSafeArray& array) {
-        retired.arrays.push_back(map.Deliver(std::move(array), mode, map.TakeNote()));
+    const auto give = [&](auto& map, XLXSafeArray& array, const XComponentNote& note) {
+        retired.arrays.push_back(map.Deliver(std::move(array), mode, note));
     };
-    give(m_attributes, components.attributes);
-    give(m_pages, components.pages);
-    give(m_groups, components.groups);
-    give(m_editors, components.editors);
+    give(m_attributes, components.attributes, noted.attributes);
+    give(m_pages, components.pages, noted.pages);
+    give(m_groups, components.groups, noted.groups);
+    give(m_editors, components.editors, noted.editors);
 }
 
 template <class Map, class KeyOf, class ServerOf>
