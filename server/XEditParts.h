@@ -29,9 +29,22 @@ enum XMode : int
     ModeGroupFormats = 0x1000
 };
 
+/// A name as a field of a data id: a separator in it would move the fields that follow.
+inline XLXText Field(const XLXText& name)
+{
+    XLXText field;
+    for (const OLECHAR character : name)
+    {
+        field += character == '/'   ? LXFromUtf8("%2F")
+                 : character == '%' ? LXFromUtf8("%25")
+                                    : XLXText(1, character);
+    }
+    return field;
+}
+
 inline XLXText DataId(const char* kind, const XText& object, int subNumber, XMode mode)
 {
-    return LXFromUtf8(std::string(kind) + "/") + object.Get() +
+    return LXFromUtf8(std::string(kind) + "/") + Field(object.Get()) +
            LXFromUtf8("/" + std::to_string(subNumber) + "/" + std::to_string(mode));
 }
 inline XLXText Objects(const XText& object, int subNumber, XMode mode)

@@ -72,6 +72,10 @@ XModelPCInfo& XModelRelation::AddPCInfo(const XText& browserId, bool isNew)
 
 XModelPage& XModelType::AddPage(int number, const XText& label)
 {
+    if (FindPage(number) != nullptr)
+    {
+        Refuse("page exists", LXFromUtf8(std::to_string(number)));
+    }
     XModelPage& page = Append(pages, XProperty::PageNumber, number);
     page.properties.Set(XProperty::PageLabel, label);
     return page;
@@ -79,6 +83,10 @@ XModelPage& XModelType::AddPage(int number, const XText& label)
 
 XModelGroup& XModelType::AddGroup(int number, int page, int parentGroup, const XText& label)
 {
+    if (FindGroup(number) != nullptr)
+    {
+        Refuse("group exists", LXFromUtf8(std::to_string(number)));
+    }
     XModelGroup& group = Append(groups, XProperty::GroupNumber, number);
     group.properties.Set(XProperty::GroupPage, page);
     group.properties.Set(XProperty::ParentGroup, parentGroup);
