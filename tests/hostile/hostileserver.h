@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: MIT
+//
+// Parts of a server that misbehaves, in front of the sample server: everything that a test does not replace
+// is passed on to it.
+#ifndef HOSTILESERVER_H
+#define HOSTILESERVER_H
+
+#include "XCFCDataTransfer.h"
+#include "cachefixture.h"
+
+/// A counted object that answers for its interfaces and nothing else.
+template <class First, class... Others>
+class HostileObject : public First, public Others...
+{
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
+    {
+        *ppv = IsEqualIID(iid, IID_IUnknown) ? static_cast<First*>(this) : nullptr;
+        Offer<First>(iid, ppv);
+        (Offer<Others>(iid, ppv), ...);
+        return *ppv != nullptr ? (AddRef(), S_OK) : E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        const ULONG left = --m_references;
+        if (left == 0)
+        {
+            delete this;
+        }
+        return left;
+    }
+
+protected:
+    virtual ~HostileObject() = default;
+
+private:
+    template <class I>
+    void Offer(REFIID iid, void** ppv)
+    {
+        if constexpr (!std::is_same_v<I, IUnknown>)
+        {
+            *ppv = IsEqualIID(iid, LXIid<I>()) ? static_cast<I*>(this) : *ppv;
+        }
+    }
+
+    std::atomic<ULONG> m_references{0};
+};
+
+/// An object that is nothing.
+class Opaque final : public HostileObject<IUnknown>
+{};
+
+template <class IEnumX, class IX>
+class HostileEnum final : public HostileObject<IEnumX>
+{
+public:
+    using Next = std::function<HRESULT(ULONG asked, IX** elements, ULONG* fetched)>;
+
+    explicit HostileEnum(Next next) : m_next(std::move(next)) {}
+    HRESULT STDMETHODCALLTYPE RemNext(ULONG asked, IX** elements, ULONG* fetched) override
+    {
+        return m_next(asked, elements, fetched);
+    }
+    HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Clone(IEnumX**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetSingleNext(IX**) override { return E_NOTIMPL; }
+
+private:
+    const Next m_next;
+};
+
+/// Passes the property calls on.
+template <class I>
+class PassingObject : public HostileObject<I>
+{
+public:
+    explicit PassingObject(XLXComPtr<I> inner) : m_inner(std::move(inner)) {}
+    HRESULT STDMETHODCALLTYPE Get(BSTR k, VARIANT* v) override { return m_inner->Get(k, v); }
+    HRESULT STDMETHODCALLTYPE Set(BSTR k, VARIANT v) override { return m_inner->Set(k, v); }
+    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY* k, SAFEARRAY** v) override { return m_inner->Gets(k, v); }
+    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY* k, SAFEARRAY** v) override { return m_inner->Sets(k, v); }
+    HRESULT STDMETHODCALLTYPE GetProperty(int i, VARIANT* v) override { return m_inner->GetProperty(i, v); }
+    HRESULT STDMETHODCALLTYPE SetProperty(int i, VARIANT v) override { return m_inner->SetProperty(i, v); }
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** v) override { return m_inner->GetProperties(v); }
+    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY* v, SAFEARRAY** r) override
+    {
+        return m_inner->SetProperties(v, r);
+    }
+
+protected:
+    const XLXComPtr<I> m_inner;
+};
+
+class HostileAttribute final : public PassingObject<ILXAttribute>
+{
+public:
+    using PassingObject::PassingObject;
+    std::function<HRESULT(ILXAttributeTypeEnum**)> types;
+
+    HRESULT STDMETHODCALLTYPE GetAttributeTypeEnum(ILXAttributeTypeEnum** e) override { return types(e); }
+    HRESULT STDMETHODCALLTYPE AddAttributeType(ILXAttributeType**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemoveAttributeType(ILXAttributeType*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE CreateFormat(int, ILXFormat**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetFormat(int, ILXFormat**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE DeleteFormat(int) override { return E_NOTIMPL; }
+};
+
+class HostileRelation final : public PassingObject<ILXParentChild>
+{
+public:
+    using PassingObject::PassingObject;
+    std::function<HRESULT(ILXPCInfoEnum**)> infos;
+
+    HRESULT STDMETHODCALLTYPE AddPCInfo(ILXPCInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemovePCInfo(ILXPCInfo*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetPCInfoEnum(ILXPCInfoEnum** e) override { return infos(e); }
+    HRESULT STDMETHODCALLTYPE GetPCInfo(BSTR, ILXPCInfo**) override { return E_NOTIMPL; }
+};
+
+class HostileFactory final : public HostileObject<ILXConfigFactory, ILXConfigFactoryEx>
+{
+public:
+    explicit HostileFactory(XLXComPtr<ILXConfigFactory> inner)
+        : m_inner(std::move(inner)), m_bulk(m_inner.As<ILXConfigFactoryEx>())
+    {}
+
+    // What a test may replace.
+    std::function<HRESULT(SAFEARRAY**)> types;
+    std::function<HRESULT(SAFEARRAY**)> relations;
+    std::function<HRESULT(ILXBrowserIdEnum**)> browserIds;
+    std::function<HRESULT(ILXGlobalAttributeFormatSpecEnum**)> specs;
+
+    HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG mode, SAFEARRAY** a) override
+    {
+        return types ? types(a) : m_bulk->GetTypeArrayEx(mode, a);
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR n, LONG b, LONG mode, SAFEARRAY** a) override
+    {
+        return m_bulk->GetTypeArrayByTypeNameEx(n, b, mode, a);
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY* n, LONG b, LONG mode,
+                                                            SAFEARRAY** a) override
+    {
+        return m_bulk->GetTypeArrayByTypeNameArrayEx(n, b, mode, a);
+    }
+    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** a) override
+    {
+        return relations ? relations(a) : m_inner->GetPCArray(a);
+    }
+    HRESULT STDMETHODCALLTYPE GetBrowserIdEnum(ILXBrowserIdEnum** e) override
+    {
+        return browserIds ? browserIds(e) : m_inner->GetBrowserIdEnum(e);
+    }
+    HRESULT STDMETHODCALLTYPE GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** e) override
+    {
+        return specs ? specs(e) : m_inner->GetAllGlobalAttributeFormatSpecs(e);
+    }
+
+    // What the cache never asks a config factory for in client mode.
+    HRESULT STDMETHODCALLTYPE AddType(ILXType**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemoveType(ILXType*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeEnum(BSTR, ILXTypeEnum**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetSearchableTypeEnum(ILXTypeEnum**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetPlanTypeEnum(BSTR, ILXTypeEnum**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetType(BSTR, BSTR, ILXType**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR, BSTR, ILXParentChildEnum**) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE GetVersion(BSTR*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetVersion(BSTR) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpecByID(BSTR) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE NotifyServerTermination() override { return E_NOTIMPL; }
+
+private:
+    const XLXComPtr<ILXConfigFactory> m_inner;
+    const XLXComPtr<ILXConfigFactoryEx> m_bulk;
+};
+
+/// A type in a bulk read, with attributes that have nothing but a name.
+struct HostileType
+{
+    XLXText name;
+    XLXText base;
+    std::vector<XLXText> attributes;
+};
+
+XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types,
+                              const XLXComPtr<IUnknown>& server = nullptr);
+
+/// A cache whose config factory is a hostile one.
+class HostileTest : public CacheTest
+{
+protected:
+    explicit HostileTest(XServerModel model = LXTestModel())
+        : CacheTest(std::move(model)), m_factory(new HostileFactory(m_server->ConfigFactory()))
+    {}
+    HRESULT StartHostile()
+    {
+        auto values = Arguments(15, false, false);
+        values[0] = XLXComVariant::FromUnknown(static_cast<ILXConfigFactory*>(m_factory.Get()));
+        return Initialize(std::move(values));
+    }
+    /// A type by name, whatever data object it would be of.
+    XLXComPtr<ILXType> Named(XLXTextView name, HRESULT expected = S_OK)
+    {
+        XLXComPtr<ILXType> type;
+        EXPECT_EQ(Factory()->GetType(XLXComBSTR(name).Get(), nullptr, type.Put()), expected)
+            << LXNarrow(name);
+        return type;
+    }
+    /// A failure says what went wrong.
+    static void ExpectExplained(HRESULT result, const char* what)
+    {
+        if (FAILED(result) && result != E_NOTIMPL && result != E_NOINTERFACE)
+        {
+            EXPECT_TRUE(LXErrorInformation::Take().present) << what << " 0x" << std::hex << result;
+        }
+    }
+
+    XLXComPtr<HostileFactory> m_factory;
+};
+
+#endif

@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: MIT
+//
+// Enumerators that never end, that say they fetched more than was asked, that leave holes, and that fail with
+// elements in their hands. Everything is released, and nothing but real elements is taken.
+#include "hostileserver.h"
+
+namespace
+{
+struct Behaviour
+{
+    const char* name;
+    HRESULT result;
+    ULONG put; ///< how many elements are put, at most as many as asked
+    bool claimsTooMuch;
+    ULONG claimed;    ///< how many it says it fetched; AsAsked for all
+    HRESULT expected; ///< of the enumeration handed out by the cache
+};
+constexpr ULONG AsAsked = 0xFFFF;
+
+std::ostream& operator<<(std::ostream& out, const Behaviour& behaviour)
+{
+    return out << behaviour.name;
+}
+
+class Enumerators : public HostileTest, public testing::WithParamInterface<Behaviour>
+{
+protected:
+    static XServerModel Model()
+    {
+        XServerModel model = LXTestModel();
+        model.AddGlobalSpec("Length");
+        model.AddRelation("Item", "Document", "nodes").AddPCInfo("Tree");
+        return model;
+    }
+    Enumerators() : HostileTest(Model()) {}
+
+    template <class IEnumX, class IX>
+    auto Misbehaving(XLXComPtr<IX> element)
+    {
+        return [element](IEnumX** out) {
+            const auto next = [element, behaviour = GetParam()](ULONG asked, IX** elements, ULONG* fetched) {
+                for (ULONG i = 0; i < std::min(behaviour.put, asked); i += 2)
+                {
+                    element.CopyTo(&elements[i]); // holes between them
+                }
+                *fetched = behaviour.claimsTooMuch        ? asked * 1000
+                           : behaviour.claimed == AsAsked ? asked
+                                                          : behaviour.claimed;
+                return behaviour.result;
+            };
+            XLXComPtr<IEnumX>(new HostileEnum<IEnumX, IX>(next)).CopyTo(out);
+            return S_OK;
+        };
+    }
+
+    /// The names that the cache lists, with the result that it gave.
+    template <class IX, class IEnumX>
+    void ExpectTaken(const char* what, HRESULT result, const XLXComPtr<IEnumX>& elements, HRESULT expected)
+    {
+        EXPECT_EQ(result, expected) << what;
+        ExpectExplained(result, what);
+        const bool taken = GetParam().put != 0 && expected == S_OK;
+        EXPECT_EQ(LXReadAll<IX>(elements, 0).empty(), !taken) << what;
+    }
+};
+
+TEST_P(Enumerators, OfBrowserIdsAndSpecs)
+{
+    XLXComPtr<ILXBrowserIdEnum> browsers;
+    XLXComPtr<ILXBrowserId> browser;
+    XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
+    XLXComPtr<ILXGlobalAttributeFormatSpec> spec;
+    ASSERT_EQ(m_server->ConfigFactory()->GetBrowserIdEnum(browsers.Put()), S_OK);
+    ASSERT_EQ(browsers->GetSingleNext(browser.Put()), S_OK);
+    ASSERT_EQ(m_server->ConfigFactory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
+    ASSERT_EQ(specs->GetSingleNext(spec.Put()), S_OK);
+    m_factory->browserIds = Misbehaving<ILXBrowserIdEnum>(browser);
+    m_factory->specs = Misbehaving<ILXGlobalAttributeFormatSpecEnum>(spec);
+    ASSERT_EQ(StartHostile(), S_OK);
+    HRESULT result = Factory()->GetBrowserIdEnum(browsers.Put());
+    ExpectTaken<ILXBrowserId>("browser ids", result, browsers, GetParam().expected);
+    // Specs that were gathered before a failure are kept.
+    result = Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put());
+    if (GetParam().expected != E_ABORT)
+    {
+        ExpectTaken<ILXGlobalAttributeFormatSpec>("specs", result, specs, GetParam().expected);
+    }
+    Terminate();
+}
+
+TEST_P(Enumerators, OfPCInfos)
+{
+    XLXComPtr<ILXParentChildEnum> relations;
+    XLXComPtr<ILXParentChild> relation;
+    XLXComPtr<ILXPCInfoEnum> infos;
+    XLXComPtr<ILXPCInfo> info;
+    const XLXComBSTR item(OLESTR("Item"));
+    ASSERT_EQ(m_server->ConfigFactory()->GetParentChildEnum(item.Get(), nullptr, relations.Put()), S_OK);
+    ASSERT_EQ(relations->GetSingleNext(relation.Put()), S_OK);
+    ASSERT_EQ(relation->GetPCInfoEnum(infos.Put()), S_OK);
+    ASSERT_EQ(infos->GetSingleNext(info.Put()), S_OK);
+    XLXComPtr<HostileRelation> hostile(new HostileRelation(relation));
+    hostile->infos = Misbehaving<ILXPCInfoEnum>(info);
+    m_factory->relations = [&](SAFEARRAY** out) {
+        std::vector<XLXCFCDataTransfer::XILXPCData> records(1);
+        records[0].object = XLXComPtr<IUnknown>(hostile.Get());
+        XLXSafeArray values;
+        relation->GetProperties(values.Put());
+        XLXCFCDataTransfer::XArrayReader reader(std::move(values), 0, "Values");
+        records[0].values = XLXCFCDataTransfer::ValuesFromSafeArray(reader, reader.Remaining());
+        *out = XLXCFCDataTransfer::GetArrayFromVec(std::move(records)).Detach();
+        return S_OK;
+    };
+    ASSERT_EQ(StartHostile(), S_OK);
+    XLXComPtr<ILXParentChildEnum> cached;
+    ASSERT_EQ(Factory()->GetParentChildEnum(item.Get(), nullptr, cached.Put()), S_OK);
+    ASSERT_EQ(cached->GetSingleNext(relation.Put()), S_OK);
+    XLXComPtr<ILXPCInfoEnum> cachedInfos;
+    HRESULT result = relation->GetPCInfoEnum(cachedInfos.Put());
+    // A relation whose PC infos cannot be enumerated has none.
+    const HRESULT expected = GetParam().expected == E_ABORT ? S_FALSE : GetParam().expected;
+    ExpectTaken<ILXPCInfo>("PC infos", result, cachedInfos, expected);
+    Terminate();
+}
+
+TEST_P(Enumerators, OfAttributeTypes)
+{
+    const XLXComBSTR pump(OLESTR("Pump"));
+    const XLXComBSTR head(OLESTR("Head"));
+    XLXComPtr<ILXType> type;
+    XLXComPtr<ILXAttribute> attribute;
+    XLXComPtr<ILXAttributeTypeEnum> types;
+    XLXComPtr<ILXAttributeType> element;
+    ASSERT_EQ(m_server->ConfigFactory()->GetType(pump.Get(), nullptr, type.Put()), S_OK);
+    ASSERT_EQ(type->GetAttribute(head.Get(), attribute.Put()), S_OK);
+    ASSERT_EQ(attribute->GetAttributeTypeEnum(types.Put()), S_OK);
+    ASSERT_EQ(types->GetSingleNext(element.Put()), S_OK);
+    XLXComPtr<HostileAttribute> hostile(new HostileAttribute(attribute));
+    hostile->types = Misbehaving<ILXAttributeTypeEnum>(element);
+    m_factory->types = [&](SAFEARRAY** out) {
+        *out = HostileTypeArray({{OLESTR("Pump"), OLESTR(""), {OLESTR("Head")}}}, hostile).Detach();
+        return S_OK;
+    };
+    ASSERT_EQ(StartHostile(), S_OK);
+    ASSERT_EQ(Named(OLESTR("Pump"))->GetAttribute(head.Get(), attribute.Put()), S_OK);
+    const XLXComBSTR id(OLESTR("objects/Pump/0/1024"));
+    attribute.As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), nullptr, 256, 1, 0, nullptr);
+    const HRESULT result = attribute->GetAttributeTypeEnum(types.Put());
+    const HRESULT expected = GetParam().expected == E_ABORT ? S_FALSE : GetParam().expected;
+    EXPECT_EQ(result, expected);
+    ExpectExplained(result, "attribute types");
+    EXPECT_EQ(LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName).empty(),
+              GetParam().put == 0 || expected != S_OK);
+    Terminate();
+}
+
+INSTANTIATE_TEST_SUITE_P(Hostile, Enumerators,
+                         testing::Values(Behaviour{"EndsNeverWithNulls", S_OK, 0, false, AsAsked, E_FAIL},
+                                         Behaviour{"EndsNeverWithNothing", S_OK, 0, false, 0, E_FAIL},
+                                         Behaviour{"ClaimsMoreThanAsked", S_FALSE, 3, true, 0, S_OK},
+                                         Behaviour{"Holes", S_FALSE, 9, false, AsAsked, S_OK},
+                                         Behaviour{"OnlyNulls", S_FALSE, 0, false, AsAsked, S_FALSE},
+                                         Behaviour{"FailsWithElements", E_ABORT, 9, false, 5, E_ABORT}),
+                         testing::PrintToStringParamName());
+} // namespace

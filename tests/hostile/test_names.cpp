@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+//
+// Names with every kind of character, as names of everything: found exactly, kept apart, and notified.
+#include "hostileserver.h"
+
+namespace
+{
+struct Name
+{
+    const char* what;
+    XLXText text;
+};
+
+std::ostream& operator<<(std::ostream& out, const Name& name)
+{
+    return out << name.what;
+}
+
+XLXText Unit(int unit)
+{
+    return XLXText(1, static_cast<OLECHAR>(unit));
+}
+
+class Names : public HostileTest, public testing::WithParamInterface<Name>
+{};
+
+TEST_P(Names, AreFoundExactlyAndNotified)
+{
+    ASSERT_EQ(Start(), S_OK);
+    const XLXText name = OLESTR("n") + GetParam().text;
+    ASSERT_EQ(Edit().AddType(name, "Item").result, S_OK);
+    ASSERT_EQ(Edit().AddType(name + OLESTR("2"), name).result, S_OK);
+    ASSERT_EQ(Edit().AddAttribute(name, name).result, S_OK);
+    ASSERT_EQ(Edit().AddEditor(name, name, name).result, S_OK);
+    ASSERT_EQ(Edit().AddRelation(name, "Document", name).result, S_OK);
+    const auto type = Named(name + OLESTR("2"));
+    const XLXComBSTR key(name);
+    EXPECT_EQ(LXRead(type.Get(), 0), name + OLESTR("2"));
+    XLXComPtr<ILXAttribute> attribute;
+    ASSERT_EQ(type->GetAttribute(key.Get(), attribute.Put()), S_OK); // inherited
+    XLXComPtr<ILXConfObjEditor> editor;
+    EXPECT_EQ(Named(name)->GetConfObjEditor(key.Get(), key.Get(), nullptr, editor.Put()), S_OK);
+    XLXComPtr<ILXParentChildEnum> relations;
+    EXPECT_EQ(Factory()->GetParentChildEnum(key.Get(), nullptr, relations.Put()), S_OK);
+    // A change below that name reaches the objects.
+    EXPECT_EQ(LXRead(attribute.Get(), XProperty::AttributeName), name);
+    Edit().SetAttributeProperty(name, name, XProperty::Label, "first");
+    EXPECT_EQ(LXRead(attribute.Get(), XProperty::Label), OLESTR("first"));
+    Edit().SetAttributeProperty(name, name, XProperty::Label, "second");
+    EXPECT_EQ(LXRead(attribute.Get(), XProperty::Label), OLESTR("second"));
+    // Names that are nearly the same are others.
+    for (const XLXText& other :
+         {name + Unit(0), name.substr(0, name.size() - 1), XLXText(OLESTR(" ")) + name})
+    {
+        Named(other, S_FALSE);
+    }
+    LONG derives = 0;
+    BSTR bases[] = {key.Get()};
+    EXPECT_EQ(m_cache->CheckTypeDerivesFrom(XLXComBSTR(name + OLESTR("2")).Get(), 1, bases, &derives), S_OK);
+    EXPECT_EQ(derives, 1);
+    Terminate();
+}
+
+INSTANTIATE_TEST_SUITE_P(Hostile, Names,
+                         testing::Values(Name{"Quotes", OLESTR("'\"`")}, Name{"Slashes", OLESTR("a/b/0/2")},
+                                         Name{"Bars", OLESTR("a|b")}, Name{"Percent", OLESTR("%s%n%2F")},
+                                         Name{"Nul", XLXText(OLESTR("a")) + Unit(0) + OLESTR("b")},
+                                         Name{"LoneHighSurrogate", Unit(0xD800)},
+                                         Name{"LoneLowSurrogate", Unit(0xDC00) + Unit(0xD800)},
+                                         Name{"Pair", Unit(0xD83D) + Unit(0xDE00)},
+                                         Name{"Controls", Unit(1) + Unit(10) + Unit(0xFFFF)},
+                                         Name{"Long", XLXText(65536, OLECHAR{'x'})}),
+                         testing::PrintToStringParamName());
+
+TEST_F(Names, ThatAreTogetherTheSameStayApart)
+{
+    ASSERT_EQ(Start(), S_OK);
+    for (const char* type : {"a", "a|b", "b|c", "c"})
+    {
+        Edit().AddType(type);
+    }
+    Edit().AddRelation("a", "b|c", "x");
+    Edit().AddRelation("a|b", "c", "x");
+    const auto children = [&](const char* parent) {
+        XLXComPtr<ILXParentChildEnum> relations;
+        const HRESULT result =
+            Factory()->GetParentChildEnum(XLXComBSTR(LXFromUtf8(parent)).Get(), nullptr, relations.Put());
+        EXPECT_EQ(result, S_OK);
+        return LXReadAll<ILXParentChild>(relations, XProperty::ChildName);
+    };
+    EXPECT_EQ(children("a"), std::vector<std::string>{"b|c"});
+    EXPECT_EQ(children("a|b"), std::vector<std::string>{"c"});
+    LONG derives = 1;
+    const XLXComBSTR base(OLESTR("a"));
+    BSTR bases[] = {base.Get()};
+    EXPECT_EQ(m_cache->CheckTypeDerivesFrom(XLXComBSTR(OLESTR("a|b")).Get(), 1, bases, &derives), S_OK);
+    EXPECT_EQ(derives, 0);
+    Terminate();
+}
+} // namespace

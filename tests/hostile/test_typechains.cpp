@@ -1,0 +1,244 @@
+// SPDX-License-Identifier: MIT
+//
+// Chains of base types as no model should have them: very long ones, ones that close, ones that end in
+// nothing, and server objects that are not what they should be.
+#include "hostileserver.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <pthread.h>
+#endif
+
+using namespace XLXCFCDataTransfer;
+
+XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types, const XLXComPtr<IUnknown>& server)
+{
+    XILXTypeMap map;
+    for (const HostileType& type : types)
+    {
+        XILXTypeData& record = map.records[map.IndexOf(type.name)];
+        record.listed = true;
+        record.config.object = server;
+        record.config.values = XLXVariantVector(28);
+        record.config.values[0] = XLXComVariant::FromBstr(type.name);
+        record.config.values[2] = type.base.empty() ? XLXComVariant() : XLXComVariant::FromBstr(type.base);
+        std::vector<XILXAttributeData> attributes;
+        for (const XLXText& name : type.attributes)
+        {
+            XILXAttributeData& attribute = attributes.emplace_back();
+            attribute.object = server;
+            attribute.values = XLXVariantVector(60);
+            attribute.values[0] = XLXComVariant::FromBstr(name);
+        }
+        if (!attributes.empty())
+        {
+            record.components.attributes = GetArrayFromAttributeList(std::move(attributes));
+        }
+    }
+    return GetArrayFromMap(std::move(map));
+}
+
+namespace
+{
+constexpr std::size_t SmallStack = 512 * 1024;
+
+/// Runs work on a thread whose stack is too small for a recursion along a long chain.
+void WithSmallStack(std::function<void()> work)
+{
+#ifdef _WIN32
+    const auto run = [](void* argument) -> DWORD {
+        (*static_cast<std::function<void()>*>(argument))();
+        return 0;
+    };
+    const HANDLE thread =
+        CreateThread(nullptr, SmallStack, run, &work, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+    ASSERT_NE(thread, nullptr);
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+#else
+    const auto run = [](void* argument) -> void* {
+        (*static_cast<std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, SmallStack);
+    pthread_t thread{};
+    ASSERT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+#endif
+}
+
+XLXText Number(int number)
+{
+    std::string text = std::to_string(number);
+    return LXFromUtf8("T" + std::string(6 - text.size(), '0') + text);
+}
+
+struct Chain
+{
+    const char* name;
+    int length;
+    bool rootFirst; ///< the order of the names, which is the order of linking
+};
+
+std::ostream& operator<<(std::ostream& out, const Chain& chain)
+{
+    return out << chain.name;
+}
+
+class TypeChains : public HostileTest, public testing::WithParamInterface<Chain>
+{
+protected:
+    static bool Has(const XLXComPtr<ILXType>& type, XLXTextView name)
+    {
+        XLXComPtr<ILXAttribute> attribute;
+        return type && type->GetAttribute(XLXComBSTR(name).Get(), attribute.Put()) == S_OK;
+    }
+};
+class BadTypes : public TypeChains
+{};
+
+TEST_P(TypeChains, OfAnyLengthInheritAnswerAndGo)
+{
+    const int last = GetParam().length - 1;
+    const auto name = [&](int depth) { return Number(GetParam().rootFirst ? depth : last - depth); };
+    m_factory->types = [&](SAFEARRAY** out) {
+        std::vector<HostileType> types;
+        for (int depth = 0; depth <= last; ++depth)
+        {
+            types.push_back({name(depth), depth > 0 ? name(depth - 1) : XLXText(), {}});
+        }
+        types[0].attributes = {OLESTR("OfRoot")};
+        types[static_cast<std::size_t>(last)].attributes = {OLESTR("OfLeaf")};
+        *out = HostileTypeArray(types).Detach();
+        return S_OK;
+    };
+    WithSmallStack([&] {
+        ASSERT_EQ(StartHostile(), S_OK);
+        XLXComPtr<ILXType> leaf = Named(name(last));
+        EXPECT_TRUE(Has(leaf, OLESTR("OfRoot")));
+        EXPECT_TRUE(Has(leaf, OLESTR("OfLeaf")));
+        EXPECT_FALSE(Has(Named(name(last - 1)), OLESTR("OfLeaf")));
+        const XLXComBSTR leafName(name(last));
+        const XLXComBSTR rootName(name(0));
+        BSTR names[] = {rootName.Get(), leafName.Get()};
+        LONG derives[2] = {};
+        EXPECT_EQ(m_cache->CheckTypeDerivesFrom(leafName.Get(), 2, names, derives), S_OK);
+        EXPECT_EQ(derives[0] + derives[1], 2);
+        EXPECT_EQ(m_cache->CheckTypeDerivesFrom(rootName.Get(), 2, names, derives), S_OK);
+        EXPECT_EQ(derives[0] * 2 + derives[1], 2);
+        Terminate();
+        m_cache.Reset();
+        leaf.Reset(); // held all its bases, each one the next
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Hostile, TypeChains,
+                         testing::Values(Chain{"Long", 5000, false}, Chain{"LinkedFromTheRoot", 1000, true}),
+                         testing::PrintToStringParamName());
+
+TEST_F(BadTypes, BasesThatCloseACircleAreCutSomewhere)
+{
+    std::vector<HostileType> types = {{OLESTR("Self"), OLESTR("Self"), {OLESTR("a")}},
+                                      {OLESTR("A"), OLESTR("B"), {OLESTR("a")}},
+                                      {OLESTR("B"), OLESTR("A"), {OLESTR("b")}},
+                                      {OLESTR("Orphan"), OLESTR("Nowhere"), {OLESTR("a")}},
+                                      {OLESTR("Nameless"), XLXText(1, OLECHAR{0}), {OLESTR("a")}}};
+    constexpr int circle = 60;
+    for (int i = 0; i < circle; ++i)
+    {
+        types.push_back({Number(i), Number((i + 1) % circle), {OLESTR("own") + Number(i)}});
+    }
+    m_factory->types = [&](SAFEARRAY** out) {
+        *out = HostileTypeArray(types).Detach();
+        return S_OK;
+    };
+    ASSERT_EQ(StartHostile(), S_OK);
+    for (int round = 0; round < 2; ++round)
+    {
+        int inherited = 0;
+        for (const HostileType& type : types)
+        {
+            EXPECT_TRUE(Has(Named(type.name), type.attributes.front())) << LXNarrow(type.name);
+            LONG count = 0;
+            BSTR* derived = nullptr;
+            const HRESULT result =
+                m_cache->GetDerivedTypesForQuery(XLXComBSTR(type.name).Get(), &count, &derived);
+            EXPECT_EQ(result, S_OK);
+            EXPECT_LE(count, circle);
+            for (LONG i = 0; i < count; ++i)
+            {
+                SysFreeString(derived[i]);
+            }
+            CoTaskMemFree(derived);
+            inherited += Has(Named(type.name), OLESTR("own") + Number(circle - 1)) ? 1 : 0;
+        }
+        EXPECT_GE(inherited, 1);
+        m_server->SendNotification("objects/x/0/1"); // all is loaded and linked anew
+    }
+    Terminate();
+}
+
+TEST_F(BadTypes, ServerObjectsWithoutTheirInterfaceAnswerFromWhatWasDelivered)
+{
+    m_factory->types = [&](SAFEARRAY** out) {
+        *out = HostileTypeArray({{OLESTR("Pump"), OLESTR(""), {OLESTR("Head")}}}, new Opaque).Detach();
+        return S_OK;
+    };
+    ASSERT_EQ(StartHostile(), S_OK);
+    const auto type = Named(OLESTR("Pump"));
+    XLXComPtr<ILXAttribute> head;
+    ASSERT_EQ(type->GetAttribute(XLXComBSTR(OLESTR("Head")).Get(), head.Put()), S_OK);
+    EXPECT_EQ(LXRead(head.Get(), 0), OLESTR("Head"));
+    XLXComVariant value;
+    XLXComPtr<ILXFormat> format;
+    XLXComPtr<ILXPageEnum> pages;
+    XLXComPtr<ILXAttributeTypeEnum> types;
+    const auto refused = [&](HRESULT result, const char* what) {
+        EXPECT_EQ(result, E_NOINTERFACE) << what;
+        EXPECT_TRUE(LXErrorInformation::Take().present) << what;
+    };
+    refused(head->GetProperty(5, value.Put()), "an empty value is asked for");
+    refused(head->GetFormat(1, format.Put()), "format");
+    m_server->SendNotification("properties/Pump/0/512");
+    refused(head->GetProperty(0, value.Put()), "a value after a notification");
+    m_server->SendNotification("objects/Pump/0/1024");
+    EXPECT_TRUE(FAILED(head->GetAttributeTypeEnum(types.Put())) || !types);
+    Terminate();
+}
+
+TEST_F(BadTypes, TypesWithoutANameAreRefusedAndNothingIsKept)
+{
+    bool good = false;
+    m_factory->types = [&](SAFEARRAY** out) {
+        *out = HostileTypeArray(
+                   {{OLESTR("A"), OLESTR(""), {}}, {good ? OLESTR("B") : OLESTR(""), OLESTR(""), {}}})
+                   .Detach();
+        return S_OK;
+    };
+    EXPECT_EQ(StartHostile(), E_INVALIDARG);
+    EXPECT_EQ(LXErrorInformation::Take().description,
+              OLESTR("typename for CFC type cache entry must not be empty"));
+    Terminate();
+    good = true;
+    ASSERT_EQ(StartHostile(), S_OK);
+    EXPECT_EQ(LXRead(Named(OLESTR("B")).Get(), 0), OLESTR("B"));
+    Terminate();
+}
+
+TEST_F(BadTypes, ATypeThatGetsABaseLaterHasBothAttributes)
+{
+    ASSERT_EQ(Start(), S_OK);
+    const auto document = Type("Document");
+    EXPECT_TRUE(Has(document, OLESTR("Title"))); // complete from here on
+    EXPECT_FALSE(Has(document, OLESTR("Weight")));
+    ASSERT_EQ(document.As<ILXTypeCache>()->SetBaseType(Type("Item").As<ILXTypeCache>().Get()), S_OK);
+    EXPECT_TRUE(Has(document, OLESTR("Title")));
+    EXPECT_TRUE(Has(document, OLESTR("Weight")));
+    EXPECT_EQ(Type("Item").As<ILXTypeCache>()->SetBaseType(document.As<ILXTypeCache>().Get()), E_INVALIDARG);
+    Terminate();
+}
+} // namespace
