@@ -133,8 +133,52 @@ void Spoil(const std::string& name, XLXSafeArray array, std::size_t at, std::uin
     WriteSeed("bad_" + name + "_cut", EncodeArray(cut.Finish()));
 }
 
+/// Seeds for the whole cache are bytes as they come.
+void WriteCacheSeeds(const std::filesystem::path& root)
+{
+    const auto enter = [&](const char* target) {
+        g_folder = root / target;
+        std::filesystem::create_directories(g_folder);
+    };
+    enter("fuzz_data_id");
+    for (std::uint8_t receiver = 0; receiver < 8; ++receiver)
+    {
+        const std::string name = std::to_string(receiver);
+        WriteSeed("ok_objects_" + name, {receiver, 0, 0, 0, 4, 12, 4, 6, 4, 9});
+        WriteSeed("ok_properties_" + name, {receiver, 1, 1, 1, 4, 12, 4, 8, 4, 10});
+    }
+    WriteSeed("ok_no_fields", {0, 0, 0, 2});
+    WriteSeed("bad_nothing", {0, 2});
+    WriteSeed("bad_forwarded", {0, 0, 3, 19, 0, 5, 11});
+    WriteSeed("bad_surrogate", {1, 0, 4, 0xFF, 0xD8, 0x01, 4, 4, 4});
+    enter("fuzz_property_names");
+    for (std::uint8_t kind = 0; kind < 9; ++kind)
+    {
+        constexpr std::uint8_t ofKind[] = {1, 0, 3, 9, 4, 5, 7, 8, 6};
+        const std::string name = std::to_string(kind);
+        const std::uint8_t element = static_cast<std::uint8_t>(kind + 2);
+        if (ofKind[kind] != 0)
+        {
+            WriteSeed("ok_kind_" + name, {element, ofKind[kind]});
+        }
+        WriteSeed("bad_kind_" + name, {element, ofKind[kind], 4});
+    }
+    enter("fuzz_operations");
+    for (std::uint8_t kind = 0; kind < 22; ++kind) // one question of each kind, with edits around it
+    {
+        const std::string name = std::to_string(kind);
+        WriteSeed("ok_question_" + name, {15, 9, kind, 2, 3, 2, 4, 9, kind, 2, 3, 2, 40});
+        WriteSeed("ok_edited_" + name, {0, 9, kind, 2, 0, 2, 4, 0, 0, 2,    3, 1, 2,    9, kind, 2,    0,
+                                        2, 4, 1,    1, 2, 4, 0, 2, 9, kind, 2, 0, 2,    4, 2,    kind, 2,
+                                        3, 2, 4,    0, 0, 0, 0, 1, 0, 6,    7, 9, kind, 2, 0,    2,    4});
+    }
+    WriteSeed("ok_held", {7, 5, 2, 4, 0, 2, 1, 2, 4, 0, 0, 1, 2, 4, 1, 1, 2, 5, 1, 6, 3, 2});
+    WriteSeed("bad_nothing", {});
+}
+
 void WriteAll(const std::filesystem::path& root)
 {
+    WriteCacheSeeds(root);
     const auto enter = [&](const char* target) {
         g_folder = root / target;
         std::filesystem::create_directories(g_folder);
