@@ -76,8 +76,14 @@ public:
     {
         return this->SetProperty(XCfgPropertyConvert::Convert(Facts.kind, bstrKey), varValue);
     }
-    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
+    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override
     {
         return XLXError::Guarded(Facts.At("GetProperty"), [&]() -> HRESULT {
@@ -111,8 +117,14 @@ public:
             return S_OK;
         });
     }
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
+    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
 
     // ILXCallback, ILXCallbackUpdate
     HRESULT STDMETHODCALLTYPE CheckCallbackValid() override { return S_OK; }

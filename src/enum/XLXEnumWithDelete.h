@@ -108,14 +108,7 @@ public:
         return m_items != nullptr ? S_OK : S_FALSE;
     }
 
-    STDMETHODIMP Clone(IEnumX** ppEnum) override
-    {
-        if (ppEnum != nullptr)
-        {
-            *ppEnum = nullptr;
-        }
-        return E_NOTIMPL;
-    }
+    STDMETHODIMP Clone(IEnumX** ppEnum) override { return LXNotOffered(ppEnum); }
 
     STDMETHODIMP GetSingleNext(IX** prgElem) override
     {

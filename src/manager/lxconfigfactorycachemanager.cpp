@@ -165,6 +165,7 @@ HRESULT XLXConfigFactoryCacheManager::NotifyServerTermination()
 HRESULT XLXConfigFactoryCacheManager::GetVersion(BSTR* pbstrVersion)
 {
     return XLXError::Guarded(LXManagerAt("GetVersion"), [&] {
+        LXEmptyOut(pbstrVersion);
         const auto factory = ConfigFactory("GetVersion");
         LXServerCall("ILXConfigFactory::GetVersion");
         return factory->GetVersion(pbstrVersion);
@@ -174,10 +175,7 @@ HRESULT XLXConfigFactoryCacheManager::GetVersion(BSTR* pbstrVersion)
 HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec** ppSpec)
 {
     return XLXError::Guarded(LXManagerAt("CreateGlobalAttributeFormatSpec"), [&] {
-        if (ppSpec != nullptr)
-        {
-            *ppSpec = nullptr;
-        }
+        LXEmptyOut(ppSpec);
         const auto factory = ConfigFactory("CreateGlobalAttributeFormatSpec");
         LXServerCall("ILXConfigFactory::CreateGlobalAttributeFormatSpec");
         return LXPassedOn(factory->CreateGlobalAttributeFormatSpec(ppSpec), ppSpec,
@@ -188,11 +186,7 @@ HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalA
 // Deprecated.
 HRESULT XLXConfigFactoryCacheManager::GetTransientAttribute(ILXAttribute** ppAttribute)
 {
-    if (ppAttribute != nullptr)
-    {
-        *ppAttribute = nullptr;
-    }
-    return E_NOTIMPL;
+    return LXNotOffered(ppAttribute);
 }
 
 HRESULT XLXConfigFactoryCacheManager::SetCallbackId(LONG lClientId)

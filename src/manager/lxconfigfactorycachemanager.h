@@ -50,8 +50,14 @@ public:
     HRESULT STDMETHODCALLTYPE NotifyHostObjectLong(IUnknown*, LONG) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE GetEntryFlags(LONG* plFlagA, LONG* plFlagB) override;
     HRESULT STDMETHODCALLTYPE SetEntryLong(LONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetEntryObject(IUnknown**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetEntryObjectByLong(LONG, IUnknown**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetEntryObject(IUnknown** ppUnknown) override
+    {
+        return LXNotOffered(ppUnknown);
+    }
+    HRESULT STDMETHODCALLTYPE GetEntryObjectByLong(LONG, IUnknown** ppUnknown) override
+    {
+        return LXNotOffered(ppUnknown);
+    }
     HRESULT STDMETHODCALLTYPE SetEntryObject(IUnknown*) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE ReleaseEntry() override { return S_OK; }
     HRESULT STDMETHODCALLTYPE SetInvalid() override;
@@ -145,22 +151,35 @@ public:
     // Forwarded to the server, or refused
     HRESULT STDMETHODCALLTYPE GetVersion(BSTR* pbstrVersion) override;
     HRESULT STDMETHODCALLTYPE RemoveType(ILXType*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetPlanTypeEnum(BSTR, ILXTypeEnum**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetPlanTypeEnum(BSTR, ILXTypeEnum** ppTypeEnum) override
+    {
+        return LXNotOffered(ppTypeEnum);
+    }
+    HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild** ppParentChild) override
+    {
+        return LXNotOffered(ppParentChild);
+    }
     HRESULT STDMETHODCALLTYPE RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId** ppBrowserId) override
+    {
+        return LXNotOffered(ppBrowserId);
+    }
     HRESULT STDMETHODCALLTYPE RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override
+    HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY** psaValues) override
     {
-        return E_NOTIMPL;
+        return LXNotOffered(psaValues);
     }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY** psaValues) override
     {
-        return E_NOTIMPL;
+        return LXNotOffered(psaValues);
     }
-    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG,
+                                                          SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
+    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
     HRESULT STDMETHODCALLTYPE SetVersion(BSTR) override { return E_NOTIMPL; }
 
     // For the strategies, the relation manager and the registries
@@ -244,6 +263,8 @@ private:
     /// Runs one question of the relation manager; raises E_POINTER when there is none.
     template <class Question>
     HRESULT AskRelations(const char* method, Question&& question);
+    template <class T, class Question>
+    HRESULT AskRelations(const char* method, T** out, Question&& question);
     std::shared_ptr<XLXPCBaseMng> RelationManager() const;
 
     static inline std::atomic<bool> s_hostObjectsAttached{false};

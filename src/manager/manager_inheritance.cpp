@@ -61,10 +61,10 @@ HRESULT XLXConfigFactoryCacheManager::ListDerivedTypes(const char* method, BSTR 
                                                        LONG* count, BSTR** names)
 {
     return XLXError::Guarded(LXManagerAt(method), [&]() -> HRESULT {
+        LXEmptyOut(names);
         XLXError::CheckPointer(count, OLESTR("lCount"), LXManagerAt(method));
         *count = 0;
         XLXError::CheckPointer(names, OLESTR("bstrTypenamesDerived"), LXManagerAt(method));
-        *names = nullptr;
         const auto info = Inheritance(method);
         const XLXTextView name = LXBstrView(typeName);
         XBSTRArray list;

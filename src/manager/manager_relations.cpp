@@ -19,30 +19,37 @@ HRESULT XLXConfigFactoryCacheManager::AskRelations(const char* method, Question&
     });
 }
 
+template <class T, class Question>
+HRESULT XLXConfigFactoryCacheManager::AskRelations(const char* method, T** out, Question&& question)
+{
+    LXEmptyOut(out); // there may be nobody to ask
+    return AskRelations(method, std::forward<Question>(question));
+}
+
 HRESULT XLXConfigFactoryCacheManager::GetParentChildEnum(BSTR bstrTypename, BSTR, ILXParentChildEnum** ppEnum)
 {
-    return AskRelations("GetParentChildEnum",
+    return AskRelations("GetParentChildEnum", ppEnum,
                         [&](auto& r) { return r.GetParentChildEnum(bstrTypename, ppEnum); });
 }
 
 HRESULT XLXConfigFactoryCacheManager::GetPPRRelationsEnum(BSTR bstrTypenameParent, BSTR,
                                                           ILXParentChildEnum** ppPCEnum)
 {
-    return AskRelations("GetPPRRelationsEnum",
+    return AskRelations("GetPPRRelationsEnum", ppPCEnum,
                         [&](auto& r) { return r.GetPPRRelationsEnum(bstrTypenameParent, ppPCEnum); });
 }
 
 HRESULT XLXConfigFactoryCacheManager::GetPPRRelationsEnumByDO(ILX_BaseDataObject* pObjectParent, BSTR,
                                                               ILXParentChildEnum** ppPCEnum)
 {
-    return AskRelations("GetPPRRelationsEnumByDO",
+    return AskRelations("GetPPRRelationsEnumByDO", ppPCEnum,
                         [&](auto& r) { return r.GetPPRRelationsEnumByDO(pObjectParent, ppPCEnum); });
 }
 
 HRESULT XLXConfigFactoryCacheManager::GetPossiblePPRRelations(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
                                                               BSTR, ILXParentChildEnum** ppPCEnum)
 {
-    return AskRelations("GetPossiblePPRRelations", [&](auto& r) {
+    return AskRelations("GetPossiblePPRRelations", ppPCEnum, [&](auto& r) {
         return r.GetPossiblePPRRelations(bstrTypenameParent, bstrTypenameChild, ppPCEnum);
     });
 }
@@ -51,7 +58,7 @@ HRESULT XLXConfigFactoryCacheManager::GetPossiblePPRRelationsByDO(ILX_BaseDataOb
                                                                   ILX_BaseDataObject* pObjectChild, BSTR,
                                                                   ILXParentChildEnum** ppPCEnum)
 {
-    return AskRelations("GetPossiblePPRRelationsByDO", [&](auto& r) {
+    return AskRelations("GetPossiblePPRRelationsByDO", ppPCEnum, [&](auto& r) {
         return r.GetPossiblePPRRelationsByDO(pObjectParent, pObjectChild, ppPCEnum);
     });
 }
@@ -76,7 +83,7 @@ HRESULT XLXConfigFactoryCacheManager::PPRRelationExistsByDO(ILX_BaseDataObject* 
 HRESULT XLXConfigFactoryCacheManager::GetPCRelation(BSTR bstrTypenameParent, BSTR, BSTR bstrChildListName,
                                                     ILXParentChild** pLXParentChild)
 {
-    return AskRelations("GetPCRelation", [&](auto& r) {
+    return AskRelations("GetPCRelation", pLXParentChild, [&](auto& r) {
         return r.GetPCRelation(bstrTypenameParent, bstrChildListName, pLXParentChild);
     });
 }
@@ -85,7 +92,7 @@ HRESULT XLXConfigFactoryCacheManager::GetSinglePCRelation(BSTR bstrTypenameParen
                                                           BSTR, BSTR bstrChildListName,
                                                           ILXParentChild** pLXParentChild)
 {
-    return AskRelations("GetSinglePCRelation", [&](auto& r) {
+    return AskRelations("GetSinglePCRelation", pLXParentChild, [&](auto& r) {
         return r.GetSinglePCRelation(bstrTypenameParent, bstrTypenameChild, bstrChildListName,
                                      pLXParentChild);
     });
@@ -95,7 +102,7 @@ HRESULT XLXConfigFactoryCacheManager::GetThisBrowserParentChildEnum(BSTR bstrTyp
                                                                     BSTR bstrBrowserId,
                                                                     ILXParentChildEnum** ppILXParentChildEnum)
 {
-    return AskRelations("GetThisBrowserParentChildEnum", [&](auto& r) {
+    return AskRelations("GetThisBrowserParentChildEnum", ppILXParentChildEnum, [&](auto& r) {
         return r.GetThisBrowserPCEnum(bstrTypename, bstrBrowserId, ppILXParentChildEnum);
     });
 }
@@ -104,7 +111,7 @@ HRESULT XLXConfigFactoryCacheManager::GetSinglePCRelationByDO(ILX_BaseDataObject
                                                               ILX_BaseDataObject* pObjectRelationship,
                                                               ILXParentChild** pLXParentChild)
 {
-    return AskRelations("GetSinglePCRelationByDO", [&](auto& r) {
+    return AskRelations("GetSinglePCRelationByDO", pLXParentChild, [&](auto& r) {
         return r.GetSinglePCRelationByDO(pObjectParent, pObjectRelationship, pLXParentChild);
     });
 }
@@ -114,7 +121,7 @@ HRESULT XLXConfigFactoryCacheManager::GetCachedPCEnum(ILX_BaseDataObject* pObjec
                                                       BSTR bstrBrowserId, LONG newOnly,
                                                       ILXParentChildEnum** ppPCEnum)
 {
-    return AskRelations("GetCachedPCEnum", [&](auto& r) {
+    return AskRelations("GetCachedPCEnum", ppPCEnum, [&](auto& r) {
         return r.GetCachedPCEnum(pObjectParent, pObjectChild, bstrBrowserId, newOnly != 0, ppPCEnum);
     });
 }
@@ -123,7 +130,7 @@ HRESULT XLXConfigFactoryCacheManager::GetPCEnum(ILX_BaseDataObject* pObject, BST
                                                 BSTR bstrBrowserId, LONG bWithPlantypes,
                                                 ILXParentChildEnum** ppPCEnum)
 {
-    return AskRelations("GetPCEnum", [&](auto& r) {
+    return AskRelations("GetPCEnum", ppPCEnum, [&](auto& r) {
         return r.GetPCEnum(pObject, bstrTypename, bstrBrowserId, bWithPlantypes != 0, ppPCEnum);
     });
 }
@@ -132,7 +139,7 @@ HRESULT XLXConfigFactoryCacheManager::GetPCEnum2(ILX_BaseDataObject* pObject, BS
                                                  BSTR bstrBrowserId, LONG lngFilter,
                                                  ILXParentChildEnum** ppPCEnum)
 {
-    return AskRelations("GetPCEnum2", [&](auto& r) {
+    return AskRelations("GetPCEnum2", ppPCEnum, [&](auto& r) {
         return r.GetPCEnum2(pObject, bstrTypename, bstrBrowserId, lngFilter, ppPCEnum);
     });
 }
@@ -141,7 +148,7 @@ HRESULT XLXConfigFactoryCacheManager::GetPossiblePPRRelations2(BSTR bstrTypename
                                                                BSTR bstrTypenameChild, BSTR bstrBrowserId,
                                                                LONG lngFilter, ILXParentChildEnum** ppPCEnum)
 {
-    return AskRelations("GetPossiblePPRRelations2", [&](auto& r) {
+    return AskRelations("GetPossiblePPRRelations2", ppPCEnum, [&](auto& r) {
         return r.GetPossiblePPRRelations2(bstrTypenameParent, bstrTypenameChild, bstrBrowserId, lngFilter,
                                           ppPCEnum);
     });
@@ -151,7 +158,7 @@ HRESULT XLXConfigFactoryCacheManager::GetPCEnumAll(ILX_BaseDataObject* pObject, 
                                                    BSTR bstrBrowserId, LONG lngFilter,
                                                    ILXParentChildEnum** ppPCEnum)
 {
-    return AskRelations("GetPCEnumAll", [&](auto& r) {
+    return AskRelations("GetPCEnumAll", ppPCEnum, [&](auto& r) {
         return r.GetPCEnumAll(pObject, bstrTypename, bstrBrowserId, lngFilter, ppPCEnum);
     });
 }

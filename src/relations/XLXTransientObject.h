@@ -92,10 +92,22 @@ public:
     {
         return this->SetProperty(XCfgPropertyConvert::Convert(kind, bstrKey), varValue);
     }
-    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
+    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
+    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
 
 protected:
     XLXTransientObject() noexcept = default;

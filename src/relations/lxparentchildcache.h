@@ -20,7 +20,7 @@ public:
     explicit XLXParentChildCache(XLXComPtr<IUnknown> server) : XLXConfigObjectCache(std::move(server)) {}
 
     // ILXParentChild
-    HRESULT STDMETHODCALLTYPE AddPCInfo(ILXPCInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddPCInfo(ILXPCInfo** ppPCInfo) override { return LXNotOffered(ppPCInfo); }
     HRESULT STDMETHODCALLTYPE RemovePCInfo(ILXPCInfo*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetPCInfoEnum(ILXPCInfoEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) override;

@@ -32,15 +32,27 @@ public:
     // ILXConfigObject
     HRESULT STDMETHODCALLTYPE Get(BSTR bstrKey, VARIANT* pvarValue) override;
     HRESULT STDMETHODCALLTYPE Set(BSTR bstrKey, VARIANT varValue) override;
-    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
+    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
     HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override;
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
+    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
 
     // ILXParentChild
-    HRESULT STDMETHODCALLTYPE AddPCInfo(ILXPCInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddPCInfo(ILXPCInfo** ppPCInfo) override { return LXNotOffered(ppPCInfo); }
     HRESULT STDMETHODCALLTYPE RemovePCInfo(ILXPCInfo*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetPCInfoEnum(ILXPCInfoEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) override;

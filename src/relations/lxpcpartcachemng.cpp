@@ -203,6 +203,7 @@ HRESULT XLXPCPartCacheMng::GetPossiblePPRRelations(BSTR parentType, BSTR childTy
 HRESULT XLXPCPartCacheMng::GetPossiblePPRRelationsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
                                                        ILXParentChildEnum** ppEnum)
 {
+    LXEmptyOut(ppEnum);
     XLXError::CheckPointer(child, OLESTR("pObjectChild"), LXPCPartAt("GetPossiblePPRRelationsByDO"));
     return EnumerateBetween("GetPossiblePPRRelationsByDO", parent, child,
                             LXPCF_PPRONLY | LXPCF_NOSYSTEMINTERNAL, ppEnum);

@@ -20,16 +20,6 @@ inline void LXCheckNotEmpty(BSTR text, XLXTextView failureText, const LXErrorLoc
     }
 }
 
-/// Empties a caller's variable, if there is one, before anything can fail.
-template <class T>
-void LXEmptyOut(T** out) noexcept
-{
-    if (out != nullptr)
-    {
-        *out = nullptr;
-    }
-}
-
 /// Checks an out pointer, and empties what it points to.
 template <class T>
 void LXCheckOut(T** out, XLXTextView name, const LXErrorLocation& at)

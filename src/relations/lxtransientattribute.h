@@ -19,11 +19,20 @@ public:
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
     /// Converts the value to the property's type; one that cannot be converted is refused.
     HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override;
-    HRESULT STDMETHODCALLTYPE AddAttributeType(ILXAttributeType**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddAttributeType(ILXAttributeType** ppAttributeType) override
+    {
+        return LXNotOffered(ppAttributeType);
+    }
     HRESULT STDMETHODCALLTYPE RemoveAttributeType(ILXAttributeType*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetAttributeTypeEnum(ILXAttributeTypeEnum**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE CreateFormat(int, ILXFormat**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetFormat(int, ILXFormat**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetAttributeTypeEnum(ILXAttributeTypeEnum** ppAttributeTypeEnum) override
+    {
+        return LXNotOffered(ppAttributeTypeEnum);
+    }
+    HRESULT STDMETHODCALLTYPE CreateFormat(int, ILXFormat** ppFormat) override
+    {
+        return LXNotOffered(ppFormat);
+    }
+    HRESULT STDMETHODCALLTYPE GetFormat(int, ILXFormat** ppFormat) override { return LXNotOffered(ppFormat); }
     HRESULT STDMETHODCALLTYPE DeleteFormat(int) override { return E_NOTIMPL; }
 
 private:

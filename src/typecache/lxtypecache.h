@@ -54,11 +54,11 @@ public:
     ~XLXTypeCache();
 
     // ILXType: pages and groups
-    HRESULT STDMETHODCALLTYPE AddPage(ILXPage**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddPage(ILXPage** ppPage) override { return LXNotOffered(ppPage); }
     HRESULT STDMETHODCALLTYPE RemovePage(ILXPage*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetPageEnum(ILXPageEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetPage(int iPageNumber, ILXPage** ppPage) override;
-    HRESULT STDMETHODCALLTYPE AddGroup(ILXGroup**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddGroup(ILXGroup** ppGroup) override { return LXNotOffered(ppGroup); }
     HRESULT STDMETHODCALLTYPE RemoveGroup(ILXGroup*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetGroupEnum(ILXGroupEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetToplevelGroupEnum(ILXGroupEnum** ppEnum) override;
@@ -69,13 +69,19 @@ public:
     HRESULT STDMETHODCALLTYPE GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber,
                                                            ILXAttributeEnum** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE AddAttribute(ILXAttribute**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddAttribute(ILXAttribute** ppAttribute) override
+    {
+        return LXNotOffered(ppAttribute);
+    }
     HRESULT STDMETHODCALLTYPE RemoveAttribute(ILXAttribute*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetAttributeEnum(ILXAttributeEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttribute) override;
     // ILXType: editors
-    HRESULT STDMETHODCALLTYPE AddConfObjEditor(ILXConfObjEditor**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddConfObjEditor(ILXConfObjEditor** ppConfObjEditor) override
+    {
+        return LXNotOffered(ppConfObjEditor);
+    }
     HRESULT STDMETHODCALLTYPE RemoveConfObjEditor(ILXConfObjEditor*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetConfObjEditor(BSTR bstrProgId, BSTR bstrBrowserId, BSTR bstrMenuText,
@@ -83,7 +89,10 @@ public:
     HRESULT STDMETHODCALLTYPE GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) override;
     HRESULT STDMETHODCALLTYPE Copy(BSTR) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetDefaultNewEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) override;
-    HRESULT STDMETHODCALLTYPE GetTypeComponentData(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeComponentData(LONG, SAFEARRAY** psaValues) override
+    {
+        return LXNotOffered(psaValues);
+    }
 
     // ILXTypeCache
     HRESULT STDMETHODCALLTYPE Reserved3() override { return E_NOTIMPL; }

@@ -114,6 +114,24 @@ bool operator==(const XLXComPtr<T>& left, const XLXComPtr<U>& right) noexcept
     return left.Get() == right.Get();
 }
 
+/// Empties a caller's variable, if there is one, before anything can fail.
+template <class T>
+void LXEmptyOut(T** out) noexcept
+{
+    if (out != nullptr)
+    {
+        *out = nullptr;
+    }
+}
+
+/// The answer of a method that is not offered: what it would have handed out is null.
+template <class... T>
+HRESULT LXNotOffered(T**... outs) noexcept
+{
+    (LXEmptyOut(outs), ...);
+    return E_NOTIMPL;
+}
+
 /// A pointer that takes over the caller's reference.
 template <class T>
 XLXComPtr<T> LXAttach(T* object) noexcept
