@@ -1,0 +1,284 @@
+// SPDX-License-Identifier: MIT
+#include "objectworld.h"
+
+#include "XFactoryNoPing.h"
+#include "lxconfigfactorycachemanager.h"
+#include "lxparentchildcacheinherited.h"
+#include "lxtransientattribute.h"
+#include "lxtransientpc.h"
+#include "lxtransientpcinfo.h"
+
+#include <stdexcept>
+
+namespace
+{
+XServerModel WorldModel()
+{
+    XServerModel model;
+    model.AddType("Node").AddAttribute("Name", 1);
+    XModelType& area = model.AddType("Area", "Node");
+    area.AddPage(1);
+    area.AddPage(2);
+    area.AddGroup(1, 1).formats.emplace(0, XModelRef<XModelFormat>());
+    area.AddGroup(2, 1, 1);
+    area.AddEditor("E.Area", "Tree", true);
+    area.AddEditor("E.New", "Tree", false, true);
+    XModelAttribute& size = area.AddAttribute("Size", 1);
+    size.AddType("Big");
+    size.AddType("Small");
+    size.AddFormat(1).properties.Set(XProperty::Label, "0.0");
+    model.AddBrowserId("List");
+    model.AddBrowserId("Tree");
+    model.AddGlobalSpec("Spec").AddFormat(1);
+    model.AddGlobalSpec("Other");
+    XModelRelation& nodes = model.AddRelation("Area", "Node", "nodes", 1);
+    nodes.AddPCInfo("List");
+    nodes.AddPCInfo("Tree");
+    model.AddRelation("Area", "Area", "parts", 1);
+    model.AddObject("set", "PlanSet", "lumbrixtypeset").attributes = {{OLESTR("master"), 1}};
+    model.AddObject("plan", "Entry").attributes = {{OLESTR("configtypename"), "Plan"},
+                                                   {OLESTR("nameshort"), "pl"},
+                                                   {OLESTR("recursiv"), 1},
+                                                   {OLESTR("wscparent"), 0}};
+    model.AddChild("set", "lumbrixtype", "plan");
+    model.AddObject("a", "Area");
+    model.AddObject("n", "Node");
+    model.AddRelationship("rel", "nodes", "a", "n");
+    return model;
+}
+
+constexpr const char* Independent[] = {"class factory", "manager", "transient PC info",
+                                       "transient attribute"};
+
+/// The first element of an enumerator.
+template <class Element, class Enumerator>
+XLXComPtr<Element> First(const XLXComPtr<Enumerator>& all)
+{
+    XLXComPtr<Element> element;
+    if (all)
+    {
+        all->Reset();
+        all->GetSingleNext(element.Put());
+    }
+    return element;
+}
+
+/// What a call hands out.
+template <class I, class F>
+XLXComPtr<I> Got(F&& get)
+{
+    XLXComPtr<I> object;
+    get(object.Put());
+    return object;
+}
+} // namespace
+
+XObjectWorld::XObjectWorld(XStage stage)
+    : m_server(XSampleServer::Create(WorldModel())), m_cache(new XLXConfigFactoryCacheManager)
+{
+    Add("class factory", LXAttach(LXComClassFactory::XFactoryNoPing<XLXConfigFactoryCacheManager>::Create()));
+    Add("manager", m_cache);
+    const auto info = std::make_shared<XLXTransientPCInfo>(OLESTR("Tree"), true);
+    Add("transient PC info", XLXComPtr<ILXPCInfo>(info.get()));
+    m_uncounted = info;
+    Add("transient attribute", XLXComPtr<ILXAttribute>(new XLXTransientAttribute(OLESTR("N"))));
+    if (stage != XStage::Created)
+    {
+        Initialize(stage);
+        MakeObjects();
+        MakeRelationObjects();
+        MakeEnumerators();
+        if (stage == XStage::Terminated || stage == XStage::ServerTerminated)
+        {
+            m_cache.As<IDPFObject>()->Terminate();
+        }
+    }
+}
+
+XObjectWorld::~XObjectWorld()
+{
+    m_cache.As<IDPFObject>()->Terminate();
+}
+
+void XObjectWorld::Initialize(XStage stage)
+{
+    HRESULT result = E_FAIL;
+    if (stage == XStage::Server || stage == XStage::ServerTerminated)
+    {
+        result = m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
+                                     m_server->DataUpdate().Get());
+    }
+    else
+    {
+        XLXComVariant values[] = {XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()),
+                                  XLXComVariant::FromUnknown(m_server->Query().Get()),
+                                  XLXComVariant::FromUnknown(m_server->DataUpdate().Get()),
+                                  XLXComVariant::FromBool(false),
+                                  XLXComVariant::FromBool(false),
+                                  XLXComVariant::FromI4(15)};
+        result = m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get());
+    }
+    if (result != S_OK)
+    {
+        throw std::runtime_error("the cache cannot be initialised");
+    }
+}
+
+template <class I>
+void XObjectWorld::Add(const char* kind, const XLXComPtr<I>& object)
+{
+    if (!object)
+    {
+        throw std::runtime_error(std::string("there is no ") + kind);
+    }
+    m_objects.emplace_back(kind, object.template As<IUnknown>());
+}
+
+void XObjectWorld::MakeObjects()
+{
+    const auto type = Got<ILXType>(
+        [&](auto out) { m_cache->GetCachedType(m_server->DataObject("Area").Get(), nullptr, out); });
+    Add("type", type);
+    Add("page", Got<ILXPage>([&](auto out) { type->GetPage(1, out); }));
+    const auto group = Got<ILXGroup>([&](auto out) { type->GetGroup(1, out); });
+    Add("group", group);
+    const XLXComBSTR size(OLESTR("Size"));
+    const auto attribute = Got<ILXAttribute>([&](auto out) { type->GetAttribute(size.Get(), out); });
+    Add("attribute", attribute);
+    Add("attribute type", First<ILXAttributeType>(Got<ILXAttributeTypeEnum>(
+                              [&](auto out) { attribute->GetAttributeTypeEnum(out); })));
+    Add("format", Got<ILXFormat>([&](auto out) { attribute->GetFormat(1, out); }));
+    Add("editor", First<ILXConfObjEditor>(
+                      Got<ILXConfObjEditorEnum>([&](auto out) { type->GetConfObjEditorEnum(out); })));
+    const auto factory = m_cache.As<ILXConfigFactory>();
+    Add("global format spec", First<ILXGlobalAttributeFormatSpec>(Got<ILXGlobalAttributeFormatSpecEnum>(
+                                  [&](auto out) { factory->GetAllGlobalAttributeFormatSpecs(out); })));
+    Add("browser id",
+        First<ILXBrowserId>(Got<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); })));
+}
+
+void XObjectWorld::MakeRelationObjects()
+{
+    const XLXComBSTR area(OLESTR("Area"));
+    const XLXComBSTR nodes(OLESTR("nodes"));
+    const XLXComBSTR plan(OLESTR("Plan"));
+    const auto relation =
+        Got<ILXParentChild>([&](auto out) { m_cache->GetPCRelation(area.Get(), nullptr, nodes.Get(), out); });
+    Add("relation", relation);
+    const XLXComPtr<XLXParentChildCacheInherited> inherited(new XLXParentChildCacheInherited(relation));
+    inherited->SetNames(OLESTR("Derived"), OLESTR("Node"));
+    Add("inherited relation", inherited);
+    Add("PC info", First<ILXPCInfo>(Got<ILXPCInfoEnum>([&](auto out) { relation->GetPCInfoEnum(out); })));
+    const auto transient = First<ILXParentChild>(Got<ILXParentChildEnum>(
+        [&](auto out) { m_cache->GetPCEnum2(nullptr, plan.Get(), nullptr, 2, out); }));
+    Add("transient relation", transient);
+    Add("PC info of a transient relation",
+        First<ILXPCInfo>(Got<ILXPCInfoEnum>([&](auto out) { transient->GetPCInfoEnum(out); })));
+}
+
+void XObjectWorld::MakeEnumerators()
+{
+    const auto factory = m_cache.As<ILXConfigFactory>();
+    const auto type = Of<ILXType>("type");
+    Add("enumerator of types", Got<ILXTypeEnum>([&](auto out) { factory->GetTypeEnum(nullptr, out); }));
+    Add("enumerator of pages", Got<ILXPageEnum>([&](auto out) { type->GetPageEnum(out); }));
+    Add("enumerator of groups", Got<ILXGroupEnum>([&](auto out) { type->GetGroupEnum(out); }));
+    Add("enumerator of attributes", Got<ILXAttributeEnum>([&](auto out) { type->GetAttributeEnum(out); }));
+    Add("enumerator of attribute types", Got<ILXAttributeTypeEnum>([&](auto out) {
+            Of<ILXAttribute>("attribute")->GetAttributeTypeEnum(out);
+        }));
+    Add("enumerator of editors",
+        Got<ILXConfObjEditorEnum>([&](auto out) { type->GetConfObjEditorEnum(out); }));
+    Add("enumerator of relations", Got<ILXParentChildEnum>([&](auto out) {
+            m_cache->GetPPRRelationsEnum(XLXComBSTR(OLESTR("Area")).Get(), nullptr, out);
+        }));
+    Add("enumerator of PC infos",
+        Got<ILXPCInfoEnum>([&](auto out) { Of<ILXParentChild>("relation")->GetPCInfoEnum(out); }));
+    Add("enumerator of browser ids",
+        Got<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); }));
+    Add("enumerator of global format specs", Got<ILXGlobalAttributeFormatSpecEnum>([&](auto out) {
+            factory->GetAllGlobalAttributeFormatSpecs(out);
+        }));
+}
+
+const std::vector<const char*>& XObjectWorld::Kinds()
+{
+    static const std::vector<const char*> kinds = {"class factory",
+                                                   "manager",
+                                                   "type",
+                                                   "page",
+                                                   "group",
+                                                   "attribute",
+                                                   "attribute type",
+                                                   "format",
+                                                   "editor",
+                                                   "global format spec",
+                                                   "browser id",
+                                                   "relation",
+                                                   "inherited relation",
+                                                   "PC info",
+                                                   "PC info of a transient relation",
+                                                   "transient relation",
+                                                   "transient PC info",
+                                                   "transient attribute",
+                                                   "enumerator of types",
+                                                   "enumerator of pages",
+                                                   "enumerator of groups",
+                                                   "enumerator of attributes",
+                                                   "enumerator of attribute types",
+                                                   "enumerator of editors",
+                                                   "enumerator of relations",
+                                                   "enumerator of PC infos",
+                                                   "enumerator of browser ids",
+                                                   "enumerator of global format specs"};
+    return kinds;
+}
+
+bool XObjectWorld::NeedsManager(const std::string& kind)
+{
+    for (const char* const independent : Independent)
+    {
+        if (kind == independent)
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+XLXComPtr<IUnknown> XObjectWorld::Object(const std::string& kind) const
+{
+    for (const auto& [name, object] : m_objects)
+    {
+        if (name == kind)
+        {
+            return object;
+        }
+    }
+    return nullptr;
+}
+
+XLXComPtr<IUnknown> XObjectWorld::Provider(REFIID iid) const
+{
+    const XLXComPtr<IUnknown> services[] = {
+        m_server->DataObject("Area").As<IUnknown>(), m_server->ConfigFactory().As<IUnknown>(),
+        m_server->Query().As<IUnknown>(), m_server->DataUpdate().As<IUnknown>()};
+    XLXComPtr<IUnknown> face;
+    for (const auto& service : services)
+    {
+        if (SUCCEEDED(service->QueryInterface(iid, face.PutVoid())))
+        {
+            return face;
+        }
+        (void)face.Detach();
+    }
+    for (const auto& [name, object] : m_objects)
+    {
+        if (SUCCEEDED(object->QueryInterface(iid, face.PutVoid())))
+        {
+            return face;
+        }
+        (void)face.Detach();
+    }
+    return nullptr;
+}
