@@ -1,0 +1,421 @@
+// SPDX-License-Identifier: MIT
+//
+// What every kind of object must do alike, each in one table, and what the other suites do not ask.
+#include "xcall.h"
+
+#include "XModuleCount.h"
+#include "relationmembers.h"
+
+#include <iterator>
+#include <set>
+#include <sstream>
+
+namespace
+{
+class Methods : public testing::Test
+{
+protected:
+    template <class I>
+    XLXComPtr<I> Of(const char* kind) const
+    {
+        return m_world.Object(kind).As<I>();
+    }
+    /// What a kind of object has of a configuration object, which it answers as a part of its own interface.
+    ILXConfigObject* ConfigObject(const char* kind) const
+    {
+        for (const XFace& face : LXFacesOf(*m_world.Object(kind).Get()))
+        {
+            if (std::string(face.interface_->methods.front().name) == "Get")
+            {
+                return static_cast<ILXConfigObject*>(face.face);
+            }
+        }
+        throw std::logic_error(std::string(kind) + " is no configuration object");
+    }
+    void ExpectNotOffered(const char* kind, const std::string& interface_,
+                          const std::set<std::string>& methods);
+    template <class Enumerator, class Element>
+    void ExpectWalk(const char* kind);
+    unsigned long long CallsOf(const std::string& method) const
+    {
+        return m_world.Server().Calls().Of(method);
+    }
+
+    XObjectWorld m_world{XStage::Client};
+};
+
+struct NotOffered
+{
+    const char* kind;
+    const char* interface_;
+    const char* methods;
+};
+#define LX_BULK_ACCESS "Gets Sets GetProperties SetProperties "
+constexpr NotOffered Refused[] = {
+    {"manager", "ILXConfigFactory",
+     "RemoveType GetPlanTypeEnum AddParentChild RemoveParentChild AddBrowserId RemoveBrowserId "
+     "DeleteDatabase "
+     "GetTypeArray GetTypeArrayByTypeName GetTypeArrayByTypeNameArray GetPCArray SetVersion"},
+    {"manager", "ILXConfigFactoryCache", "GetTransientAttribute"},
+    {"manager", "ILXServerEntryPoint", "SetEntryLong GetEntryObject GetEntryObjectByLong"},
+    {"type", "ILXType",
+     LX_BULK_ACCESS "AddPage RemovePage AddGroup RemoveGroup AddAttribute RemoveAttribute AddConfObjEditor "
+                    "RemoveConfObjEditor Copy GetTypeComponentData"},
+    {"type", "ILXTypeCache", "Reserved3 Reserved4 Reserved7"},
+    {"type", "ILXTypeInheritance",
+     "Reserved4 Reserved5 Reserved6 Reserved7 Reserved8 Reserved9 Reserved10 Reserved11 Reserved12 "
+     "Reserved13 "
+     "Reserved14 Reserved15"},
+    {"page", "ILXPage", LX_BULK_ACCESS "dummy"},
+    {"group", "ILXGroup", LX_BULK_ACCESS "dummy"},
+    {"attribute", "ILXAttribute", LX_BULK_ACCESS},
+    {"attribute type", "ILXAttributeType", LX_BULK_ACCESS "dummy"},
+    {"format", "ILXFormat", LX_BULK_ACCESS "dummy"},
+    {"editor", "ILXConfObjEditor", LX_BULK_ACCESS "dummy"},
+    {"global format spec", "ILXGlobalAttributeFormatSpec", LX_BULK_ACCESS},
+    {"browser id", "ILXBrowserId", LX_BULK_ACCESS "Set SetProperty dummy"},
+    {"relation", "ILXParentChild", LX_BULK_ACCESS "AddPCInfo RemovePCInfo"},
+    {"inherited relation", "ILXParentChild", LX_BULK_ACCESS "AddPCInfo RemovePCInfo"},
+    {"PC info", "ILXPCInfo", LX_BULK_ACCESS "dummy"},
+    {"transient relation", "ILXParentChild", LX_BULK_ACCESS "AddPCInfo RemovePCInfo"},
+    {"transient PC info", "ILXPCInfo", LX_BULK_ACCESS "Set SetProperty dummy"},
+    {"transient attribute", "ILXAttribute",
+     LX_BULK_ACCESS
+     "AddAttributeType RemoveAttributeType GetAttributeTypeEnum CreateFormat GetFormat DeleteFormat"},
+};
+
+void Methods::ExpectNotOffered(const char* kind, const std::string& interface_,
+                               const std::set<std::string>& methods)
+{
+    std::size_t called = 0;
+    for (const XFace& face : LXFacesOf(*m_world.Object(kind).Get()))
+    {
+        for (const XMethod& method : face.interface_->methods)
+        {
+            if (face.interface_->name != interface_ || methods.count(method.name) == 0)
+            {
+                continue;
+            }
+            SCOPED_TRACE(method.name);
+            XCall call(m_world, method);
+            EXPECT_EQ(call.Run(face.face), E_NOTIMPL);
+            for (std::size_t i = 0; i < method.parameters.size(); ++i)
+            {
+                EXPECT_TRUE(!method.parameters[i].HandsOver() || call.What(i) == XCall::Left::Null);
+            }
+            ++called;
+        }
+    }
+    EXPECT_EQ(called, methods.size());
+    EXPECT_FALSE(LXErrorInformation::Take().present);
+}
+
+TEST_F(Methods, WhatIsNotOfferedIsRefusedWithABareCode)
+{
+    SetErrorInfo(0, nullptr);
+    for (const NotOffered& row : Refused)
+    {
+        SCOPED_TRACE(row.kind);
+        std::istringstream words(row.methods);
+        ExpectNotOffered(row.kind, row.interface_,
+                         {std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()});
+    }
+}
+
+/// A property that a kind of object has, by index and by name; null text: any.
+struct Property
+{
+    const char* kind;
+    int index;
+    const OLECHAR* name;
+    const OLECHAR* text;
+    bool readOnly = false;
+};
+const Property Properties[] = {
+    {"type", 0, OLESTR("LXCFG_typename"), OLESTR("Area")},
+    {"page", 6, OLESTR("LXCFG_pagenumber"), OLESTR("1")},
+    {"group", 2, OLESTR("LXCFG_groupnumber"), OLESTR("1")},
+    {"attribute", 0, OLESTR("LXCFG_attributename"), OLESTR("Size")},
+    {"attribute type", 3, OLESTR("LXCFG_attributetypename"), OLESTR("Big")},
+    {"format", 0, OLESTR("LXCFG_attributename"), nullptr},
+    {"editor", 3, OLESTR("LXCFG_progid"), OLESTR("E.Area")},
+    {"global format spec", 0, OLESTR("LXCFGAFS_attributepropertyid"), nullptr},
+    {"browser id", 0, OLESTR("LXCFG_browserid"), OLESTR("List"), true},
+    {"inherited relation", 0, OLESTR("LXCFPC_childlistname"), OLESTR("nodes")},
+    {"inherited relation", 19, OLESTR("LXCFPC_parentname"), OLESTR("Derived"), true},
+    {"relation", 1, OLESTR("LXCFPC_childname"), OLESTR("Node")},
+    {"PC info", 1, OLESTR("LXCFG_pcinfobrowserid"), OLESTR("List")},
+    {"transient relation", 19, OLESTR("LXCFPC_parentname"), OLESTR("Plan")},
+    {"transient PC info", 1, OLESTR("LXCFG_pcinfobrowserid"), OLESTR("Tree"), true},
+    {"transient attribute", 0, OLESTR("LXCFG_attributename"), OLESTR("N")},
+};
+
+TEST_F(Methods, AValueIsTheSameByIndexAndByName)
+{
+    for (const Property& row : Properties)
+    {
+        SCOPED_TRACE(row.kind);
+        ILXConfigObject* const object = ConfigObject(row.kind);
+        const XLXComBSTR name(row.name);
+        const auto byName = [&] {
+            XLXComVariant value;
+            EXPECT_EQ(object->Get(name.Get(), value.Put()), S_OK);
+            return value.AsText();
+        };
+        const XLXText first = LXRead(object, row.index);
+        EXPECT_EQ(byName(), first);
+        EXPECT_TRUE(row.text == nullptr || first == row.text);
+        const auto wanted = [&](const OLECHAR* text) { return row.readOnly ? first : XLXText(text); };
+        object->Set(name.Get(), XLXComVariant::FromBstr(OLESTR("by name")).Get());
+        EXPECT_EQ(LXRead(object, row.index), wanted(OLESTR("by name")));
+        object->SetProperty(row.index, XLXComVariant::FromBstr(OLESTR("by index")).Get());
+        EXPECT_EQ(byName(), wanted(OLESTR("by index")));
+    }
+    // What is written to an inherited relation is the base's.
+    EXPECT_EQ(LXRead(ConfigObject("relation"), LXRM_CHILDLISTNAME), OLESTR("by index"));
+}
+
+/// Kinds that take notifications, and the server's method that tells when their values are read again.
+constexpr const char* Notified[][2] = {{"type", "ILXType"},
+                                       {"page", "ILXPage"},
+                                       {"group", "ILXGroup"},
+                                       {"attribute", "ILXAttribute"},
+                                       {"format", "ILXFormat"},
+                                       {"attribute type", "ILXAttributeType"},
+                                       {"editor", "ILXConfObjEditor"},
+                                       {"global format spec", "ILXGlobalAttributeFormatSpec"},
+                                       {"relation", "ILXParentChild"},
+                                       {"browser id", "ILXBrowserId"},
+                                       {"PC info", "ILXPCInfo"}};
+
+TEST_F(Methods, EveryCachedObjectIsACallback)
+{
+    const XLXComBSTR id(OLESTR("objects/x/0/1"));
+    const XLXComBSTR dataType(OLESTR("cfc_specific"));
+    for (const auto& [kind, interface_] : Notified)
+    {
+        SCOPED_TRACE(kind);
+        const auto callback = Of<ILXCallbackUpdate>(kind);
+        ASSERT_TRUE(callback);
+        EXPECT_EQ(callback->CheckCallbackValid(), S_OK);
+        EXPECT_EQ(callback->SetCallbackId(7), S_OK);
+        EXPECT_EQ(callback->ServerIsTerminating(), S_OK);
+        const std::string method = std::string(interface_) + "::GetProperties";
+        ILXConfigObject* const object = ConfigObject(kind);
+        LXRead(object, 0);
+        const auto before = CallsOf(method);
+        const XLXText served = LXRead(object, 0); // the end of the server empties nothing
+        EXPECT_EQ(CallsOf(method), before);
+        EXPECT_EQ(callback->DataObjectChanged(id.Get(), dataType.Get(), 0, 1, 0, nullptr), S_OK);
+        EXPECT_EQ(LXRead(object, 0), served);
+        EXPECT_EQ(CallsOf(method), before + 1);
+    }
+}
+
+TEST_F(Methods, EveryCallbackSaysWhoTheClientIs)
+{
+    std::vector<const char*> kinds = {"manager"};
+    for (const auto& row : Notified)
+    {
+        kinds.push_back(row[0]);
+    }
+    for (const char* const kind : kinds)
+    {
+        SCOPED_TRACE(kind);
+        tagLXClientInfo info = {};
+        ASSERT_EQ(Of<ILXCallbackUpdate>(kind)->GetClientInfo(&info), S_OK);
+        XLXComBSTR computer;
+        XLXComBSTR user;
+        XLXComBSTR password;
+        *computer.Put() = info.bstrComputerName;
+        *user.Put() = info.bstrUserName;
+        *password.Put() = info.bstrPWD;
+        EXPECT_EQ(info.ulProcessID, GetCurrentProcessId());
+        EXPECT_FALSE(computer.View().empty());
+        EXPECT_EQ(user.View(), computer.View());
+        EXPECT_TRUE(password.View().empty());
+    }
+}
+
+template <class Enumerator, class Element>
+void Methods::ExpectWalk(const char* kind)
+{
+    SCOPED_TRACE(kind);
+    const auto all = Of<Enumerator>(kind);
+    ASSERT_TRUE(all);
+    XLXComPtr<Element> first;
+    XLXComPtr<Element> second;
+    ULONG fetched = 0;
+    EXPECT_EQ(all->RemNext(1, first.Put(), &fetched), S_OK);
+    EXPECT_EQ(all->GetSingleNext(second.Put()), S_OK);
+    EXPECT_EQ(fetched, 1u);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(all->Skip(1), S_FALSE); // there are two
+    EXPECT_EQ(all->Reset(), S_OK);
+    EXPECT_EQ(all->Skip(1), S_OK);
+    Element* rest[3] = {};
+    EXPECT_EQ(all->RemNext(3, rest, &fetched), S_FALSE);
+    EXPECT_EQ(fetched, 1u);
+    EXPECT_EQ(LXAttach(rest[0]), second);
+    EXPECT_EQ(rest[1], nullptr);
+    XLXComPtr<Enumerator> copy;
+    EXPECT_EQ(all->Clone(copy.Put()), E_NOTIMPL);
+    EXPECT_FALSE(copy);
+    const auto support = all.template As<ISupportErrorInfo>();
+    EXPECT_EQ(support->InterfaceSupportsErrorInfo(LXIid<Enumerator>()), S_OK);
+    EXPECT_EQ(support->InterfaceSupportsErrorInfo(LXIid<Element>()), S_FALSE);
+}
+
+TEST_F(Methods, EveryEnumeratorWalksItsSnapshot)
+{
+    ExpectWalk<ILXTypeEnum, ILXType>("enumerator of types");
+    ExpectWalk<ILXPageEnum, ILXPage>("enumerator of pages");
+    ExpectWalk<ILXGroupEnum, ILXGroup>("enumerator of groups");
+    ExpectWalk<ILXAttributeEnum, ILXAttribute>("enumerator of attributes");
+    ExpectWalk<ILXAttributeTypeEnum, ILXAttributeType>("enumerator of attribute types");
+    ExpectWalk<ILXConfObjEditorEnum, ILXConfObjEditor>("enumerator of editors");
+    ExpectWalk<ILXParentChildEnum, ILXParentChild>("enumerator of relations");
+    ExpectWalk<ILXPCInfoEnum, ILXPCInfo>("enumerator of PC infos");
+    ExpectWalk<ILXBrowserIdEnum, ILXBrowserId>("enumerator of browser ids");
+    ExpectWalk<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>(
+        "enumerator of global format specs");
+}
+
+TEST_F(Methods, GroupsAndSpecsCreateAndDeleteTheirFormats)
+{
+    XLXComPtr<ILXFormat> created;
+    XLXComPtr<ILXFormat> found;
+    const auto group = Of<ILXGroup>("group");
+    EXPECT_EQ(group->DeleteFormat(), S_OK);
+    EXPECT_EQ(group->GetFormat(found.Put()), S_FALSE);
+    EXPECT_EQ(group->CreateFormat(created.Put()), S_OK);
+    EXPECT_EQ(group->GetFormat(found.Put()), S_OK);
+    EXPECT_EQ(found, created);
+    const auto spec = Of<ILXGlobalAttributeFormatSpec>("global format spec");
+    EXPECT_EQ(spec->CreateFormat(7, created.Put()), S_OK);
+    EXPECT_EQ(spec->GetFormat(7, found.Put()), S_OK);
+    EXPECT_EQ(found, created);
+    EXPECT_EQ(spec->DeleteFormat(7), S_OK);
+    EXPECT_EQ(spec->GetFormat(7, found.Put()), S_FALSE);
+}
+
+TEST_F(Methods, AttributeTypesAreAddedAndRemovedOnTheServerAlone)
+{
+    const auto attribute = Of<ILXAttribute>("attribute");
+    const auto listed = [&] {
+        XLXComPtr<ILXAttributeTypeEnum> types;
+        attribute->GetAttributeTypeEnum(types.Put());
+        return LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName);
+    };
+    const std::vector<std::string> cached = {"Big", "Small"};
+    XLXComPtr<ILXAttributeType> added;
+    LONG removed = 0;
+    ASSERT_EQ(attribute->AddAttributeType(added.Put()), S_OK);
+    EXPECT_EQ(CallsOf("ILXAttribute::AddAttributeType"), 1u);
+    EXPECT_EQ(listed(), cached);
+    EXPECT_EQ(attribute->RemoveAttributeType(added.Get(), &removed), S_OK);
+    EXPECT_EQ(removed, 1);
+    EXPECT_EQ(attribute->RemoveAttributeType(added.Get(), &removed), E_INVALIDARG); // the server's answer
+}
+
+TEST_F(Methods, RelationsWithoutAServerObjectAnswerPCInfos)
+{
+    const XLXComBSTR browser(OLESTR("tree"));
+    XLXComPtr<ILXPCInfoEnum> infos;
+    XLXComPtr<ILXPCInfo> info;
+    const auto inherited = Of<ILXParentChild>("inherited relation");
+    const std::vector<std::string> both = {"List", "Tree"};
+    EXPECT_EQ(inherited->GetPCInfoEnum(infos.Put()), S_OK);
+    EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser), both);
+    EXPECT_EQ(inherited->GetPCInfo(browser.Get(), info.Put()), S_OK);
+    EXPECT_EQ(LXRead(info.Get(), XProperty::PCInfoBrowser), OLESTR("Tree"));
+    EXPECT_EQ(Of<ILXParentChild>("transient relation")->GetPCInfoEnum(infos.Put()), S_OK);
+    EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser), both);
+}
+
+TEST_F(Methods, ATypesFaceForItsManagerLinksItsBase)
+{
+    const auto face = Of<ILXTypeCache>("type");
+    XLXComPtr<ILXType> server;
+    ASSERT_EQ(face->GetServerType(server.Put()), S_OK);
+    EXPECT_NE(server, Of<ILXType>("type"));
+    EXPECT_EQ(LXRead(server.Get(), XProperty::TypeName), OLESTR("Area"));
+    constexpr int baseMember = 27;
+    XLXComVariant base;
+    ASSERT_EQ(Of<ILXType>("type")->GetProperty(baseMember, base.Put()), S_OK);
+    const auto baseFace = XLXComPtr<IUnknown>(V_UNKNOWN(&base.Get())).As<ILXTypeCache>();
+    EXPECT_EQ(baseFace->SetBaseType(face.Get()), E_INVALIDARG);
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("the base type derives from this type"));
+    EXPECT_EQ(face->SetBaseType(nullptr), S_OK);
+    EXPECT_EQ(baseFace->SetBaseType(face.Get()), S_OK); // the way round is free now
+}
+
+TEST_F(Methods, AManagerForwardsAndKeepsWhatItIsTold)
+{
+    XLXComBSTR version;
+    XLXComBSTR expected;
+    const auto factory = Of<ILXConfigFactory>("manager");
+    EXPECT_EQ(factory->GetVersion(version.Put()), S_OK);
+    m_world.Server().ConfigFactory()->GetVersion(expected.Put());
+    EXPECT_EQ(version.View(), expected.View());
+    XLXComPtr<ILXGlobalAttributeFormatSpec> spec;
+    EXPECT_EQ(factory->CreateGlobalAttributeFormatSpec(spec.Put()), S_OK);
+    EXPECT_TRUE(spec);
+    EXPECT_EQ(m_world.Server().Model().specs.size(), 3u);
+    LONG mode = 0;
+    EXPECT_EQ(m_world.Cache().SetCFCDataTransferMode(2), S_OK);
+    EXPECT_EQ(m_world.Cache().GetCFCDataTransferMode(&mode), S_OK);
+    EXPECT_EQ(mode, 2);
+    const auto callback = Of<ILXCallbackUpdate>("manager");
+    EXPECT_EQ(callback->CheckCallbackValid(), S_OK);
+    EXPECT_EQ(callback->ServerIsTerminating(), S_OK);
+    ASSERT_EQ(m_world.Server().Clients().size(), 1u);
+    const LONG registered = m_world.Server().Clients().front().id;
+    EXPECT_EQ(callback->SetCallbackId(registered + 1), S_OK);
+    EXPECT_EQ(callback->SetCallbackId(registered), S_OK); // the last one is what it signs off with
+    EXPECT_EQ(Of<IDPFObject>("manager")->Terminate(), S_OK);
+    EXPECT_TRUE(m_world.Server().Clients().empty());
+}
+
+TEST_F(Methods, AManagerKeepsTheHostsTwoObjectsAndNoOther)
+{
+    const auto manager = Of<IDPFObject>("manager");
+    const auto entry = Of<ILXServerEntryPoint>("manager");
+    const auto objects = [this] { return m_world.Server().LiveObjects().objects; };
+    const auto before = objects();
+    EXPECT_EQ(manager->NotifyHostObject(m_world.Server().DataObject("A").Get()), S_OK);
+    EXPECT_EQ(manager->NotifyHostObjectPair(m_world.Server().DataObject("A").Get(), nullptr), S_OK);
+    EXPECT_EQ(manager->NotifyHostObjectLong(m_world.Server().DataObject("A").Get(), 1), S_OK);
+    EXPECT_EQ(entry->SetEntryObject(m_world.Server().DataObject("A").Get()), S_OK);
+    EXPECT_EQ(entry->ReleaseEntry(), S_OK);
+    EXPECT_EQ(objects(), before);
+    EXPECT_EQ(manager->AttachHostObjects(m_world.Server().DataObject("A").Get(),
+                                         m_world.Server().DataObject("B").Get()),
+              S_OK);
+    EXPECT_EQ(objects(), before + 2);
+    EXPECT_EQ(manager->AttachHostObjects(nullptr, nullptr), S_OK);
+    EXPECT_EQ(objects(), before);
+    LONG flags[2] = {7, 7};
+    EXPECT_EQ(entry->GetEntryFlags(&flags[0], &flags[1]), S_OK);
+    EXPECT_EQ(flags[0], 0);
+    EXPECT_EQ(flags[1], 1);
+}
+
+TEST_F(Methods, TheClassFactoryMakesManagersAndLocksTheModule)
+{
+    const auto factory = Of<IClassFactory>("class factory");
+    XLXComPtr<ILXConfigFactoryCache> made;
+    EXPECT_EQ(factory->CreateInstance(nullptr, LXIid<ILXConfigFactoryCache>(), made.PutVoid()), S_OK);
+    LONG valid = 0;
+    EXPECT_EQ(made->IsValid(&valid), S_OK);
+    EXPECT_EQ(valid, 1);
+    XLXComPtr<IUnknown> none(made);
+    EXPECT_EQ(factory->CreateInstance(made.Get(), IID_IUnknown, none.PutVoid()), CLASS_E_NOAGGREGATION);
+    EXPECT_FALSE(none);
+    const long locks = XModuleCount::Locks();
+    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
+    EXPECT_EQ(XModuleCount::Locks(), locks + 1);
+    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+    EXPECT_EQ(XModuleCount::Locks(), locks);
+}
+} // namespace
