@@ -123,6 +123,14 @@ void Surface::AbuseParameter(const XMethod& method, std::size_t parameter, void*
         call[parameter].pointer = nullptr;
         Check("null ", call, face, &what);
     }
+    for (std::size_t i = 0; what.role == XRole::In && what.count >= 0 && i < 6; ++i)
+    {
+        for (const int type : {+VT_EMPTY, +VT_BSTR, +VT_UNKNOWN, +VT_DISPATCH, 0x777})
+        {
+            with("null element",
+                 [&](XCall& call) { call.SpoilElement(parameter, i, static_cast<VARTYPE>(type)); });
+        }
+    }
     if (what.kind == XKind::Number)
     {
         for (const int odd : {0, -1, INT_MIN, INT_MAX})

@@ -57,6 +57,18 @@ void XCall::SetText(std::size_t parameter, XLXTextView text)
     m_arguments[parameter].pointer = m_texts.back().Get();
 }
 
+void XCall::SpoilElement(std::size_t parameter, std::size_t index, VARTYPE type)
+{
+    Target& target = *m_targets[parameter];
+    if (m_method.parameters[parameter].kind == XKind::Texts)
+    {
+        target.pointers[index] = nullptr;
+    }
+    V_UNKNOWN(&target.variants[index]) = nullptr;
+    V_VT(&target.variants[index]) = type;
+    target.named[index] = {type == VT_EMPTY ? nullptr : target.named[index].bstrName, target.variants[index]};
+}
+
 HRESULT XCall::Run(void* face)
 {
     return m_method.call(face, m_arguments.data());

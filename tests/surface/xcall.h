@@ -20,6 +20,8 @@ public:
     const XMethod& Method() const { return m_method; }
     XArgument& operator[](std::size_t parameter) { return m_arguments[parameter]; }
     void SetText(std::size_t parameter, XLXTextView text);
+    /// Makes an element of an array that is passed in a null of a type, and a name or a text of it null.
+    void SpoilElement(std::size_t parameter, std::size_t index, VARTYPE type);
 
     HRESULT Run(void* face);
 
