@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Installs what is missing of the Debian 12 packages that this project is built and tested with.
-#   cmake/setup.sh GROUP...      groups: build, windows, wine, checks, extras
+#   cmake/setup.sh GROUP...      groups: build, windows, wine, checks, bench, extras
 # Says what it installs, and nothing when nothing is missing.
 set -euo pipefail
 
@@ -11,7 +11,8 @@ packages_of() {
     windows) echo g++-mingw-w64-x86-64-posix mingw-w64-tools libwine libwine-dev ;;
     wine) echo wine wine64 ;;
     checks) echo git clang clang-format libclang-rt-14-dev llvm ;;
-    extras) echo clang-tidy libbenchmark-dev ;;
+    bench) echo libbenchmark-dev libtbb-dev linux-perf valgrind ;;
+    extras) echo clang-tidy ;;
     *)
         echo "cmake/setup.sh: unknown group '$1'" >&2
         exit 2

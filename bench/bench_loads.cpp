@@ -1,0 +1,318 @@
+// SPDX-License-Identifier: MIT
+//
+// Loading all types, notifications, and how both grow with the number of types; calls that reach the server.
+#include "baselines.h"
+#include "benches.h"
+
+#include <algorithm>
+#include <chrono>
+#include <random>
+
+namespace
+{
+using Clock = std::chrono::steady_clock;
+
+double Seconds(Clock::time_point since)
+{
+    return std::chrono::duration<double>(Clock::now() - since).count();
+}
+
+/// How long a piece of work took, for each of so many things.
+template <class Work>
+double TimeOf(Work&& work, double things)
+{
+    const auto start = Clock::now();
+    work();
+    return Seconds(start) / things;
+}
+
+/// A body that measures itself: measure() gives the seconds of one round.
+template <class Measure>
+XBenchRows::Body Measured(Measure measure)
+{
+    return [measure](benchmark::State& state) {
+        for (auto step : state)
+        {
+            state.SetIterationTime(measure());
+        }
+    };
+}
+
+XBenchRows::How Rounds(std::int64_t iterations, int runs)
+{
+    XBenchRows::How how;
+    how.clock = XBenchRows::Clock::Manual;
+    how.iterations = iterations;
+    how.runs = runs;
+    return how;
+}
+
+void LoadAll(XBenchWorld& world)
+{
+    world.StartPrepared();
+    world.CompleteAllTypes();
+}
+
+void BenchLoad(XBenchRows& rows, XBenchWorld& world)
+{
+    world.Factory().Prepare(LXBenchMode, 1);
+    const double elements = world.Factory().TypeElements();
+    const auto load = [&world, elements] {
+        world.Factory().Prepare(LXBenchMode, 1);
+        const double time = TimeOf([&] { LoadAll(world); }, elements);
+        world.Stop();
+        return time;
+    };
+    const auto copy = [&world, elements] {
+        const XLXSafeArray from = world.Factory().CopyOfTypes();
+        SAFEARRAYBOUND bound = {world.Factory().TypeElements(), 0};
+        const XLXSafeArray to(SafeArrayCreate(VT_VARIANT, 1, &bound));
+        return TimeOf([&] { LXCopyElementByElement(from.Get(), to.Get()); }, elements);
+    };
+    rows.Time("whole type load, per array element (5,000 types)", Measured(load),
+              {{"Get and Put of each element", Measured(copy), 0.5}}, Rounds(1, 11));
+}
+
+// "Nothing loaded": the types are there, none of their components was asked for.
+void BenchNotify(XBenchRows& rows, XBenchWorld& world)
+{
+    struct Entry
+    {
+        XLXComPtr<ILXType> type;
+        XLXText name;
+        XLXText baseName;
+        LONG touched = 0;
+    };
+    std::map<std::string, Entry> types;
+    XLXComPtr<ILXTypeEnum> all;
+    LXExpectOk(XLXComPtr<ILXConfigFactoryCache>(&world.Cache())
+                   .As<ILXConfigFactory>()
+                   ->GetTypeEnum(nullptr, all.Put()),
+               "GetTypeEnum");
+    for (int i = 0; i < world.Types(); ++i)
+    {
+        const std::string name = LXBenchTypeName(i);
+        types[name] = {world.Type(name), XText(name).Get(), XText(name).Get()};
+    }
+    const auto walk = [&types](benchmark::State& state) {
+        for (auto step : state)
+        {
+            for (auto& [name, entry] : types)
+            {
+                benchmark::DoNotOptimize(++entry.touched);
+            }
+        }
+    };
+    const auto notify = [&world](const OLECHAR* dataId) {
+        return [&world, id = XLXComBSTR{XLXTextView(dataId)},
+                type = XLXComBSTR{XLXTextView(OLESTR("cfc_specific"))}](benchmark::State& state) {
+            const auto callback = XLXComPtr<ILXConfigFactoryCache>(&world.Cache()).As<ILXCallbackUpdate>();
+            for (auto step : state)
+            {
+                LXExpectOk(callback->DataObjectChanged(id.Get(), type.Get(), 256, world.NextNotificationId(),
+                                                       0, nullptr),
+                           "DataObjectChanged");
+            }
+        };
+    };
+    rows.Time("notification offered to 20,000 types, nothing loaded", notify(OLESTR("properties/T/2/512")),
+              {{"walking the map, touching each", walk, 8.0}});
+    rows.Time("the same, of everything", notify(OLESTR("objects/T/0/1")),
+              {{"walking the map, touching each", walk, 8.0}});
+}
+
+/// Load, notification and refill of a world, per type.
+struct XCycle
+{
+    double load = 0;
+    double notify = 0;
+    double refill = 0;
+};
+
+XCycle RunCycle(XBenchWorld& world)
+{
+    world.Factory().Prepare(LXBenchMode, 2);
+    XCycle cycle;
+    cycle.load = TimeOf([&] { LoadAll(world); }, world.Types());
+    cycle.notify = TimeOf([&] { world.NotifyOfEverything(); }, world.Types());
+    cycle.refill = TimeOf([&] { world.CompleteAllTypes(); }, world.Types());
+    world.Stop();
+    return cycle;
+}
+
+void BenchGrowth(XBenchRows& rows, XBenchWorld& small, XBenchWorld& middle, XBenchWorld& large)
+{
+    struct Part
+    {
+        const char* name;
+        double XCycle::*time;
+    };
+    // A cycle of the large world lasts as long as twenty of the small one.
+    const auto body = [](XBenchWorld& world, double XCycle::*time, int cycles) {
+        return Measured([&world, time, cycles] {
+            double sum = 0;
+            for (int i = 0; i < cycles; ++i)
+            {
+                sum += RunCycle(world).*time;
+            }
+            return sum / cycles;
+        });
+    };
+    for (const Part& part :
+         {Part{"load", &XCycle::load}, Part{"notify", &XCycle::notify}, Part{"refill", &XCycle::refill}})
+    {
+        const std::string title = std::string(part.name) + ", cost per type, 20,000 against 1,000 types";
+        rows.Time(title, body(large, part.time, 1),
+                  {{"1,000 types", body(small, part.time, 5), 2.0},
+                   {"5,000 types", body(middle, part.time, 2), 2.0, true}},
+                  Rounds(1, 10));
+    }
+}
+
+constexpr int MixedReads = 10000;
+
+/// Calls of the server's configuration objects: all but those of data objects and of the services that carry
+/// notifications and queries.
+double ConfigurationCalls(const XCallCounts& calls)
+{
+    double sum = 0;
+    for (const auto& [name, count] : calls.byName)
+    {
+        const bool other = name.starts_with("ILX_BaseDataObject::") || name.starts_with("ILXDataUpdate::") ||
+                           name.starts_with("ILX_Query::");
+        sum += other ? 0 : static_cast<double>(count);
+    }
+    return sum;
+}
+
+template <class Interface, class Enumerator>
+void TakeAll(const XLXComPtr<Enumerator>& from)
+{
+    XLXComPtr<Interface> one;
+    while (from && from->GetSingleNext(one.Put()) == S_OK)
+    {}
+}
+
+/// One read of a kind, from a config factory: the cache's or the server's.
+void Read(const XServerModel& model, const XModelType& modelType, ILXConfigFactory& factory, int kind)
+{
+    XLXComPtr<ILXType> type;
+    const XLXComBSTR name(modelType.Name());
+    LXExpectOk(factory.GetType(name.Get(), nullptr, type.Put()), "GetType");
+    XLXComVariant value;
+    switch (kind)
+    {
+    case 0:
+        LXExpectOk(type->GetProperty(XProperty::TypeName, value.Put()), "GetProperty");
+        break;
+    case 1:
+        if (!modelType.attributes.empty())
+        {
+            XLXComPtr<ILXAttribute> attribute;
+            const XLXComBSTR text(modelType.attributes.front()->Text(XProperty::AttributeName));
+            LXExpectOk(type->GetAttribute(text.Get(), attribute.Put()), "GetAttribute");
+            LXExpectOk(attribute->GetProperty(XProperty::Label, value.Put()), "GetProperty");
+        }
+        break;
+    case 2: {
+        XLXComPtr<ILXGroup> group;
+        LXExpectOk(type->GetGroup(modelType.groups.empty() ? 1 : 2, group.Put()) < 0 ? E_FAIL : S_OK,
+                   "GetGroup");
+        break;
+    }
+    case 3: {
+        XLXComPtr<ILXPage> page;
+        LXExpectOk(type->GetPage(1, page.Put()) < 0 ? E_FAIL : S_OK, "GetPage");
+        break;
+    }
+    case 4: {
+        XLXComPtr<ILXConfObjEditorEnum> editors;
+        type->GetConfObjEditorEnum(editors.Put());
+        TakeAll<ILXConfObjEditor>(editors);
+        break;
+    }
+    case 5: {
+        XLXComPtr<ILXAttributeEnum> attributes;
+        type->GetDisplayAttributeEnum(1, attributes.Put());
+        TakeAll<ILXAttribute>(attributes);
+        break;
+    }
+    default: {
+        XLXComPtr<ILXParentChildEnum> relations;
+        factory.GetParentChildEnum(name.Get(), nullptr, relations.Put());
+        TakeAll<ILXParentChild>(relations);
+        break;
+    }
+    }
+    (void)model;
+}
+
+double CallsOf(XBenchWorld& world, const std::function<XLXComPtr<ILXConfigFactory>()>& start)
+{
+    const XServerModel model = world.Server().Model();
+    std::vector<const XModelType*> types;
+    for (const auto& [name, type] : model.types)
+    {
+        types.push_back(&*type);
+    }
+    const XCallCounts before = world.Server().Calls().Counts();
+    {
+        const XLXComPtr<ILXConfigFactory> factory = start();
+        std::mt19937 numbers(7);
+        for (int i = 0; i < MixedReads; ++i)
+        {
+            Read(model, *types[numbers() % types.size()], *factory, i % 7);
+        }
+    }
+    const XCallCounts made = world.Server().Calls().Counts().Since(before);
+    std::fprintf(stderr, "  calls: %.100s\n", made.Text().c_str());
+    return ConfigurationCalls(made);
+}
+} // namespace
+
+void LXBenchServerCalls(XBenchRows& rows)
+{
+    constexpr const char* title = "server calls: start-up in mode 15 and 10,000 mixed reads";
+    if (!rows.Wants(title))
+    {
+        return;
+    }
+    XBenchWorld world(1000);
+    const double cached = CallsOf(world, [&] {
+        world.Start();
+        return XLXComPtr<ILXConfigFactoryCache>(&world.Cache()).As<ILXConfigFactory>();
+    });
+    world.Stop();
+    const double direct = CallsOf(world, [&] { return world.Server().ConfigFactory(); });
+    rows.Figure(title, "calls", cached, "asking the server directly", direct, 0.001);
+}
+
+void LXBenchLoads(XBenchRows& rows)
+{
+    const bool load = rows.Wants("whole type load, per array element (5,000 types)");
+    const bool notify = rows.Wants("notification offered to 20,000 types, nothing loaded") ||
+                        rows.Wants("the same, of everything");
+    const bool growth = rows.Wants("load, cost per type, 20,000 against 1,000 types") ||
+                        rows.Wants("notify, cost per type, 20,000 against 1,000 types") ||
+                        rows.Wants("refill, cost per type, 20,000 against 1,000 types");
+    XBenchWorld middle(load || growth ? 5000 : 1);
+    if (load)
+    {
+        BenchLoad(rows, middle);
+    }
+    if (notify || growth)
+    {
+        XBenchWorld large(20000);
+        if (notify)
+        {
+            large.Start();
+            BenchNotify(rows, large);
+            large.Stop();
+        }
+        if (growth)
+        {
+            XBenchWorld small(1000);
+            BenchGrowth(rows, small, middle, large);
+        }
+    }
+}

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: MIT
+//
+// bench_memory OUTPUT.json: the heap during a whole load, and what an attribute keeps.
+//
+// Only what the cache allocates, and the arrays that it is given, is counted: the server and the arrays'
+// master copies are there before.
+#include "XBenchWorld.h"
+#include "countedheap.h"
+
+#include <cstdio>
+#include <exception>
+
+namespace
+{
+constexpr int Types = 5000;
+constexpr int PlainAttributes = 2000;
+
+struct Row
+{
+    const char* work;
+    const char* against;
+    double value;
+    double baseline;
+    double bar;
+};
+
+double Bytes(std::size_t now, std::size_t before)
+{
+    return static_cast<double>(now) - static_cast<double>(before);
+}
+
+/// The most that was in use during a whole load, against the array and what stays.
+Row PeakOfLoad()
+{
+    XBenchWorld world(Types);
+    world.Factory().Prepare(LXBenchMode, 0);
+    const std::size_t before = LXHeapInUse();
+    world.Factory().Prepare(LXBenchMode, 1);
+    const double array = Bytes(LXHeapInUse(), before);
+    LXResetHeapPeak();
+    world.StartPrepared();
+    world.CompleteAllTypes();
+    const double peak = Bytes(LXHeapPeak(), before);
+    const double stays = Bytes(LXHeapInUse(), before);
+    std::fprintf(stderr, "  array %.1f MB, stays %.1f MB, peak %.1f MB\n", array / 1e6, stays / 1e6,
+                 peak / 1e6);
+    return {"peak memory of the whole load", "transfer array and what stays", peak, array + stays, 1.3};
+}
+
+/// A type with so many attributes that have no attribute types.
+XServerModel PlainModel(int attributes)
+{
+    XServerModel model;
+    XModelType& type = model.AddType("Plain");
+    for (int i = 0; i < attributes; ++i)
+    {
+        char name[24];
+        std::snprintf(name, sizeof name, "Attribute%05d", i);
+        type.AddAttribute(name, 1).properties.Set(XProperty::Label, std::string("Label of ") + name);
+    }
+    model.AddRelation("Plain", "Plain", "nodes");
+    return model;
+}
+
+/// What a vector of values takes from the heap, with its texts.
+double BytesOfValues(const XLXComPtr<ILXAttribute>& attribute)
+{
+    constexpr int Values = 60;
+    const std::size_t before = LXHeapInUse();
+    XLXVariantVector values(Values);
+    for (int i = 0; i < Values; ++i)
+    {
+        attribute->GetProperty(i, values[static_cast<std::size_t>(i)].Put());
+    }
+    return Bytes(LXHeapInUse(), before);
+}
+
+/// What stays of a load of that many attributes; their values too, when asked for.
+double StaysOf(int attributes, double* valuesOfOne)
+{
+    XBenchWorld world(PlainModel(attributes));
+    world.Factory().Prepare(LXBenchMode, 0);
+    const std::size_t before = LXHeapInUse();
+    world.Factory().Prepare(LXBenchMode, 1);
+    world.StartPrepared();
+    world.CompleteAllTypes();
+    const double stays = Bytes(LXHeapInUse(), before);
+    if (valuesOfOne != nullptr)
+    {
+        *valuesOfOne = BytesOfValues(world.Attribute("Plain", "Attribute00007"));
+    }
+    return stays;
+}
+
+Row KeptPerAttribute()
+{
+    double values = 0;
+    const double stays = StaysOf(PlainAttributes + 1, &values) - StaysOf(1, nullptr);
+    std::fprintf(stderr, "  per attribute %.0f bytes, of which values %.0f\n", stays / PlainAttributes,
+                 values);
+    return {"kept per own attribute without attribute types, beyond its values", "one byte",
+            stays / PlainAttributes - values, 1, 700};
+}
+
+void Write(const char* path, const std::vector<Row>& rows)
+{
+    std::FILE* const file = std::fopen(path, "w");
+    if (file == nullptr)
+    {
+        throw std::runtime_error("the output cannot be written");
+    }
+    std::fputs("{\n \"rows\": [", file);
+    const char* separator = "\n";
+    for (const Row& row : rows)
+    {
+        std::fprintf(file,
+                     "%s  {\"work\": \"%s\", \"against\": \"%s\", \"unit\": \"bytes\", \"value\": %.0f, "
+                     "\"baseline\": %.0f, \"bar\": %g, \"aim\": false, \"runs\": 1}",
+                     separator, row.work, row.against, row.value, row.baseline, row.bar);
+        std::fprintf(stderr, "  %-60s %-28s %10.0f %10.0f  %.2f\n", row.work, row.against, row.value,
+                     row.baseline, row.value / row.baseline);
+        separator = ",\n";
+    }
+    std::fputs("\n ]\n}\n", file);
+    std::fclose(file);
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 2)
+    {
+        std::fputs("usage: bench_memory OUTPUT.json\n", stderr);
+        return 2;
+    }
+    try
+    {
+        Write(argv[1], {PeakOfLoad(), KeptPerAttribute()});
+        return 0;
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "bench_memory: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: MIT
+//
+// Reading one value of one object.
+#include "baselines.h"
+#include "benches.h"
+
+#include <pthread.h>
+
+namespace
+{
+constexpr const char* TypeName = "Wide2";
+constexpr const char* AttributeName = "WideAttribute00200";
+
+/// Keeps the calling thread on a processor of its own while a benchmark with several threads runs.
+class XPinned
+{
+public:
+    explicit XPinned(const benchmark::State& state)
+    {
+        pthread_getaffinity_np(pthread_self(), sizeof m_before, &m_before);
+        if (state.threads() > 1)
+        {
+            cpu_set_t one;
+            CPU_ZERO(&one);
+            CPU_SET(static_cast<unsigned>(state.thread_index()), &one);
+            pthread_setaffinity_np(pthread_self(), sizeof one, &one);
+        }
+    }
+    XPinned(const XPinned&) = delete;
+    XPinned& operator=(const XPinned&) = delete;
+    ~XPinned() { pthread_setaffinity_np(pthread_self(), sizeof m_before, &m_before); }
+
+private:
+    cpu_set_t m_before;
+};
+
+/// Calls read(out) again and again; out holds the last value each time, as a caller's variable does.
+template <class Read>
+XBenchRows::Body Loop(Read read)
+{
+    return [read](benchmark::State& state) {
+        const XPinned pinned(state);
+        VARIANT value;
+        VariantInit(&value);
+        if (read(&value) != S_OK || V_VT(&value) == VT_EMPTY)
+        {
+            state.SkipWithError("the value cannot be read");
+        }
+        for (auto step : state)
+        {
+            benchmark::DoNotOptimize(read(&value));
+        }
+        VariantClear(&value);
+    };
+}
+
+void BenchMember(XBenchRows& rows, const XBenchWorld& world, int member, const std::string& title,
+                 bool isText)
+{
+    const auto cached = world.Attribute(TypeName, AttributeName);
+    XLXComPtr<ILXType> serverType;
+    XLXComPtr<ILXAttribute> direct;
+    const XLXComBSTR typeName(XText(TypeName).Get());
+    const XLXComBSTR attributeName(XText(AttributeName).Get());
+    LXExpectOk(world.Server().ConfigFactory()->GetType(typeName.Get(), nullptr, serverType.Put()), "GetType");
+    LXExpectOk(serverType->GetAttribute(attributeName.Get(), direct.Put()), "GetAttribute");
+
+    XPlainValue plain;
+    XSharedValues shared;
+    XMutexValues locked;
+    for (int i = 0; i < 60; ++i)
+    {
+        XLXComVariant value;
+        direct->GetProperty(i, value.Put());
+        if (i == member)
+        {
+            plain.value = value.Copy();
+        }
+        shared.Add(i, value.Copy());
+        locked.Add(i, value.Copy());
+    }
+    const auto work = Loop([&](VARIANT* out) { return cached->GetProperty(member, out); });
+    const auto a = Loop([&](VARIANT* out) { return plain.GetProperty(out); });
+    const auto b = Loop([&](VARIANT* out) { return shared.GetProperty(member, out); });
+    const auto c = Loop([&](VARIANT* out) { return locked.GetProperty(member, out); });
+    const auto d = Loop([&](VARIANT* out) { return direct->GetProperty(member, out); });
+    if (!isText)
+    {
+        rows.Time(title, work, {{"(b) shared_mutex and map", b, 1.0}, {"(d) the server", d, 1.0, true}});
+        return;
+    }
+    rows.Time(title, work,
+              {{"(a) bare copy", a, 1.5},
+               {"(b) shared_mutex and map", b, 1.0},
+               {"(c) mutex and map", c, 1.0, true},
+               {"(d) the server", d, 1.0, true}});
+    XBenchRows::How two;
+    two.threads = 2;
+    two.clock = XBenchRows::Clock::Wall;
+    two.seconds = 0.06;
+    two.runs = 25;
+    rows.Time(title + ", 2 threads on one object", work,
+              {{"(b) shared_mutex and map", b, 1.0}, {"(c) mutex and map", c, 1.0 / 1.2}}, two);
+}
+} // namespace
+
+void LXBenchProperties(XBenchRows& rows, const XBenchWorld& world)
+{
+    if (rows.Wants("GetProperty of a text") || rows.Wants("GetProperty of a text, 2 threads on one object"))
+    {
+        BenchMember(rows, world, XProperty::Label, "GetProperty of a text", true);
+    }
+    if (rows.Wants("GetProperty of an integer"))
+    {
+        BenchMember(rows, world, XProperty::DataType, "GetProperty of an integer", false);
+    }
+}

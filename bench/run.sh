@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Builds and runs all benchmarks and prints one table with a verdict for each row. Ends with 0 when every bar holds.
+#   bench/run.sh            everything; writes docs/performance.json and docs/performance.svg
+#   bench/run.sh TEXT       the rows of bench_cache with that text in their titles; writes nothing
+# LX_BENCH_NO_INSTALL=1 installs no packages.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+readonly out=build/bench
+mkdir -p "$out"
+
+# build PRESET TARGET...
+build() {
+    cmake --preset "$1" >"$out/$1.log" 2>&1 &&
+        cmake --build --preset "$1" --parallel "$(nproc)" --target "${@:2}" >>"$out/$1.log" 2>&1 || {
+        grep -E 'error|FAILED' "$out/$1.log" | head -n 10 >&2
+        echo "bench/run.sh: the build of $1 failed, see $out/$1.log" >&2
+        return 1
+    }
+}
+
+end_wine() {
+    local server
+    for server in /usr/lib/wine/wineserver wineserver; do
+        if command -v "$server" >/dev/null; then
+            timeout 60 "$server" -k >/dev/null 2>&1 || true
+            return
+        fi
+    done
+}
+
+# The row under Wine. Without its figures the report calls it a miss.
+run_windows() {
+    build windows-bench bench_windows || return
+    export WINEPREFIX=$PWD/build/bench-wineprefix
+    timeout 300 cmake/run-wine.sh wineboot -i >"$out/wineboot.log" 2>&1 </dev/null || true
+    timeout 120 cmake/run-wine.sh build/windows-bench/bin/bench_windows.exe 2>"$out/windows.log" </dev/null |
+        tr -d '\r' >"$out/windows.json" || rm -f "$out/windows.json"
+    end_wine
+}
+
+if [ -z "${LX_BENCH_NO_INSTALL:-}" ]; then
+    cmake/setup.sh build windows wine bench
+fi
+build linux-bench bench_cache bench_memory
+if [ $# -gt 0 ]; then
+    build/linux-bench/bin/bench_cache "$out/some.json" "$1"
+    exec python3 bench/report.py "$out/some.json"
+fi
+rm -f "$out"/*.json
+build/linux-bench/bin/bench_memory "$out/memory.json"
+build/linux-bench/bin/bench_cache "$out/cache.json"
+run_windows || true
+python3 bench/report.py --all --json docs/performance.json --svg docs/performance.svg \
+    "$out/cache.json" "$out/memory.json" "$out/windows.json"
