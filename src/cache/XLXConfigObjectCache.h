@@ -93,7 +93,7 @@ public:
             if (result == S_OK)
             {
                 // The caller's old value is cleared here, with no lock held: what it releases may call back.
-                result = VariantClear(pvarValue);
+                result = LXClear(*pvarValue);
                 if (SUCCEEDED(result))
                 {
                     value.DetachTo(pvarValue);

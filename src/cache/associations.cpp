@@ -1,6 +1,31 @@
 // SPDX-License-Identifier: MIT
 #include "associations.h"
 
+namespace
+{
+/// Copies a value into a variant that is empty. Most values are texts and numbers, which need no more than
+/// their bits or one allocation; the platform copies the others.
+HRESULT CopyInto(VARIANT& to, const VARIANT& from) noexcept
+{
+    const VARTYPE type = V_VT(&from);
+    if (LXIsScalar(type))
+    {
+        to = from;
+        return S_OK;
+    }
+    if (type == VT_BSTR)
+    {
+        // Over its length in bytes, which may be odd; a null text becomes an empty one of its own.
+        const BSTR text =
+            SysAllocStringByteLen(reinterpret_cast<LPCSTR>(V_BSTR(&from)), SysStringByteLen(V_BSTR(&from)));
+        V_BSTR(&to) = text;
+        V_VT(&to) = text != nullptr ? VARTYPE{VT_BSTR} : VARTYPE{VT_EMPTY};
+        return text != nullptr ? S_OK : E_OUTOFMEMORY;
+    }
+    return VariantCopy(&to, const_cast<VARIANT*>(&from));
+}
+} // namespace
+
 HRESULT ROAssociations::Get(int index, XLXComVariant& value) const
 {
     if (!InRange(index))
@@ -12,7 +37,7 @@ HRESULT ROAssociations::Get(int index, XLXComVariant& value) const
     {
         return S_FALSE;
     }
-    return VariantCopy(&value.Get(), const_cast<VARIANT*>(&stored.Get()));
+    return CopyInto(value.Get(), stored.Get());
 }
 
 bool Associations::Swap(int index, XLXComVariant& value) noexcept
@@ -38,10 +63,7 @@ XPropertyStore::XPropertyStore(std::size_t slots) : m_data(XLockLevel::PropertyS
 
 HRESULT XPropertyStore::Read(int index, XLXComVariant& value) const
 {
-    if (!m_filled.IsFilled())
-    {
-        return S_FALSE;
-    }
+    // The flag is looked at inside only: it lies beside the word that the read takes hold of.
     const XCritLFReadProxy<Associations> store(m_data);
     return m_filled.IsFilled() ? store->Get(index, value) : S_FALSE;
 }

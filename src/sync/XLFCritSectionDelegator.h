@@ -52,8 +52,10 @@ public:
     /// Returns true when the real lock had to be taken.
     bool LockLFRead()
     {
-        std::uint64_t state = m_state.load(std::memory_order_relaxed);
-        while ((Writers(state) == 0 || Readers(state) != 0) && (state & DoorClosed) == 0)
+        // The first try guesses that nobody is inside: reading the word before it would fetch the word twice
+        // from a processor that was in it last. The exchange tells the truth when the guess is wrong.
+        std::uint64_t state = 0;
+        do
         {
             if (m_state.compare_exchange_weak(state, state + OneReader, std::memory_order_acquire,
                                               std::memory_order_relaxed))
@@ -61,7 +63,7 @@ public:
                 XLockOrder::Push(Lock::Level(), Mark());
                 return false;
             }
-        }
+        } while (MayEnter(state));
         Lock::AddReadLockRef();
         return true;
     }
@@ -92,6 +94,10 @@ private:
     static std::uint32_t Readers(std::uint64_t state) noexcept
     {
         return static_cast<std::uint32_t>(state >> 32) & ReaderMask;
+    }
+    static bool MayEnter(std::uint64_t state) noexcept
+    {
+        return (Writers(state) == 0 || Readers(state) != 0) && (state & DoorClosed) == 0;
     }
     // Debug builds know a lock-free read by this address. Neither another such read nor a reference to the
     // lock may be taken inside it.

@@ -8,15 +8,42 @@
 #include "XLXComBSTR.h"
 #include "XLXComPtr.h"
 
+#include <cstdint>
 #include <optional>
 #include <vector>
+
+/// Whether a value of that type is its bits and nothing else: it is copied by assignment, and needs no
+/// clearing.
+constexpr bool LXIsScalar(VARTYPE type) noexcept
+{
+    constexpr auto bit = [](int scalar) { return std::uint32_t{1} << scalar; };
+    constexpr std::uint32_t scalars = bit(VT_EMPTY) | bit(VT_NULL) | bit(VT_I2) | bit(VT_I4) | bit(VT_R4) |
+                                      bit(VT_R8) | bit(VT_BOOL) | bit(VT_I1) | bit(VT_UI1) | bit(VT_UI2) |
+                                      bit(VT_UI4) | bit(VT_I8) | bit(VT_UI8) | bit(VT_INT) | bit(VT_UINT);
+    return type < 32 && ((scalars >> type) & 1) != 0;
+}
+
+/// Empties a VARIANT, with no call where it owns nothing. The platform's answer for one that it does not
+/// know.
+inline HRESULT LXClear(VARIANT& value) noexcept
+{
+    if (!LXIsScalar(V_VT(&value)))
+    {
+        return VariantClear(&value);
+    }
+    V_VT(&value) = VT_EMPTY;
+    return S_OK;
+}
 
 class XLXComVariant
 {
 public:
-    XLXComVariant() noexcept { VariantInit(&m_value); }
-    XLXComVariant(XLXComVariant&& other) noexcept : m_value(other.m_value) { VariantInit(&other.m_value); }
-    ~XLXComVariant() { VariantClear(&m_value); }
+    XLXComVariant() noexcept : m_value() {}
+    XLXComVariant(XLXComVariant&& other) noexcept : m_value(other.m_value)
+    {
+        V_VT(&other.m_value) = VT_EMPTY;
+    }
+    ~XLXComVariant() { LXClear(m_value); }
     XLXComVariant& operator=(XLXComVariant&& other) noexcept
     {
         std::swap(m_value, other.m_value);
@@ -46,14 +73,14 @@ public:
     VARIANT& Get() noexcept { return m_value; }
     VARIANT* Put() noexcept
     {
-        VariantClear(&m_value);
+        LXClear(m_value);
         return &m_value;
     }
     /// Gives the value to a caller's variable, which is overwritten as it stands.
     void DetachTo(VARIANT* out) noexcept
     {
         *out = m_value;
-        VariantInit(&m_value);
+        V_VT(&m_value) = VT_EMPTY;
     }
 
     /// The value converted as the platform converts it; nothing when it cannot be. An empty value converts
