@@ -8,6 +8,13 @@
 
 namespace
 {
+double MedianOf(std::vector<double> times)
+{
+    std::sort(times.begin(), times.end());
+    const std::size_t middle = times.size() / 2;
+    return times.size() % 2 != 0 ? times[middle] : (times[middle - 1] + times[middle]) / 2;
+}
+
 /// Keeps the time of each run by the benchmark's name, and prints nothing.
 class XCollector final : public benchmark::BenchmarkReporter
 {
@@ -30,13 +37,7 @@ public:
         }
     }
 
-    double Median(const std::string& name)
-    {
-        std::vector<double>& times = m_times.at(name);
-        std::sort(times.begin(), times.end());
-        const std::size_t middle = times.size() / 2;
-        return times.size() % 2 != 0 ? times[middle] : (times[middle - 1] + times[middle]) / 2;
-    }
+    double Median(const std::string& name) const { return MedianOf(m_times.at(name)); }
 
 private:
     const bool m_wall;
@@ -105,6 +106,17 @@ void XBenchRows::Time(const std::string& title, const Body& work, const std::vec
         std::fprintf(stderr, "  %-60s %-28s %10.1f %10.1f  %.2f\n", title.c_str(), one.name,
                      m_rows.back().work, m_rows.back().baseline, m_rows.back().work / m_rows.back().baseline);
     }
+}
+
+void XBenchRows::Taken(const std::string& title, std::vector<double> work, const char* against,
+                       std::vector<double> baseline, double bar, bool aim)
+{
+    constexpr double Nano = 1e9;
+    const int runs = static_cast<int>(work.size());
+    m_rows.push_back({title, against, "ns", MedianOf(std::move(work)) * Nano,
+                      MedianOf(std::move(baseline)) * Nano, bar, aim, runs});
+    std::fprintf(stderr, "  %-60s %-28s %10.1f %10.1f  %.2f\n", title.c_str(), against, m_rows.back().work,
+                 m_rows.back().baseline, m_rows.back().work / m_rows.back().baseline);
 }
 
 void XBenchRows::Figure(const std::string& title, const char* unit, double work, const char* against,

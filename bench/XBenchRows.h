@@ -53,6 +53,9 @@ public:
     {
         Time(title, work, against, How());
     }
+    /// Enters times that were taken by the caller, in seconds, alternating.
+    void Taken(const std::string& title, std::vector<double> work, const char* against,
+               std::vector<double> baseline, double bar, bool aim = false);
     /// Enters figures that were counted.
     void Figure(const std::string& title, const char* unit, double work, const char* against, double baseline,
                 double bar);

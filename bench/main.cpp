@@ -23,7 +23,7 @@ int main(int argc, char** argv)
         XBenchRows rows(argc > 2 ? argv[2] : "");
         std::string histogram;
         {
-            XBenchWorld world(20000);
+            XBenchWorld world(20000); // also for rows that do not need it: the model is described in any case
             histogram = LXHistogram(world.Server().Model());
             world.Start();
             LXBenchProperties(rows, world);

@@ -3,14 +3,13 @@
 
 XTypeMap::Found XTypeMap::Find(XLXTextView name, XLXComPtr<XLXTypeCache>& type) const
 {
-    const XCFGStringKey key(name);
-    const XCritReadProxy<Map> types(m_mapType);
-    const auto found = types->find(key);
-    if (found == types->end())
+    const XCritLFReadProxy<Known> types(m_mapType);
+    XLXTypeCache* const* const found = types->index.Find({name});
+    if (found == nullptr)
     {
         return Found::Nothing;
     }
-    type = found->second.type;
+    type = *found;
     return type ? Found::Type : Found::NoType;
 }
 
@@ -52,11 +51,11 @@ void XTypeMap::Enter(std::vector<XTypeLoad> loads, std::uint64_t noted, std::opt
     XRetired retired; // these two die after the lock is given back
     std::vector<XLXText> messages;
     {
-        const XCritProxy<Map> types(m_mapType);
+        const XCritProxy<Known> types(m_mapType);
         // A notification that comes to the manager from here on waits for this lock before it walks the
         // types, and so sees all of them.
         Apply(*types, changes, noted, retired);
-        LinkBases(*types, retired, messages);
+        LinkBases(types->map, retired, messages);
         m_version.fetch_add(1);
         if (filled)
         {
@@ -70,11 +69,11 @@ void XTypeMap::Enter(std::vector<XTypeLoad> loads, std::uint64_t noted, std::opt
     }
 }
 
-void XTypeMap::Apply(Map& map, std::vector<Change>& changes, std::uint64_t noted, XRetired& retired)
+void XTypeMap::Apply(Known& known, std::vector<Change>& changes, std::uint64_t noted, XRetired& retired)
 {
     for (Change& change : changes)
     {
-        Entry& entry = map[change.key];
+        Entry& entry = known.map[change.key];
         if (!entry.type)
         {
             entry.type = change.made ? std::move(change.made) : MakeType();
@@ -84,6 +83,7 @@ void XTypeMap::Apply(Map& map, std::vector<Change>& changes, std::uint64_t noted
         const XLXTypeCache::Notes notes = entry.type->TakeNotes();
         const bool fresh = m_epoch.Note() == noted;
         XTypeLoad& load = change.load;
+        known.index.Set({load.name}, entry.type.Get());
         entry.name = std::move(load.name);
         entry.baseName = std::move(load.baseName);
         entry.type->SetFlags(load.listed, load.searchable);
@@ -135,18 +135,18 @@ void XTypeMap::EnterNegative(XLXTextView name, std::uint64_t noted)
     XCFGStringKey key(name);
     Entry entry;
     entry.name = name;
-    const XCritProxy<Map> types(m_mapType);
-    if (m_epoch.Note() == noted)
+    const XCritProxy<Known> types(m_mapType);
+    if (m_epoch.Note() == noted && types->map.try_emplace(std::move(key), std::move(entry)).second)
     {
-        types->try_emplace(std::move(key), std::move(entry));
+        types->index.Set({name}, nullptr);
     }
 }
 
 std::vector<XTypeMap::Entry> XTypeMap::Types() const
 {
     std::vector<Entry> all;
-    const XCritReadProxy<Map> types(m_mapType);
-    for (const auto& [key, entry] : *types)
+    const XCritReadProxy<Known> types(m_mapType);
+    for (const auto& [key, entry] : types->map)
     {
         if (entry.type)
         {
@@ -159,8 +159,8 @@ std::vector<XTypeMap::Entry> XTypeMap::Types() const
 // The receivers only clear flags and raise generations, so they may be called under the lock.
 HRESULT XTypeMap::Notify(const XChangeNotification& notification) const
 {
-    const XCritReadProxy<Map> types(m_mapType);
-    for (const auto& [key, entry] : *types)
+    const XCritReadProxy<Known> types(m_mapType);
+    for (const auto& [key, entry] : types->map)
     {
         const HRESULT result = entry.type ? entry.type->Notify(notification) : S_OK;
         if (result != S_OK)
@@ -174,10 +174,12 @@ HRESULT XTypeMap::Notify(const XChangeNotification& notification) const
 void XTypeMap::TerminateAndClear()
 {
     Map dropped;
+    XNameIndex<XLXTypeCache*> index;
     m_lTypeMapFilled.Invalidate();
     {
-        const XCritProxy<Map> types(m_mapType);
-        types->swap(dropped);
+        const XCritProxy<Known> types(m_mapType);
+        types->map.swap(dropped);
+        types->index.Swap(index);
         m_version.fetch_add(1);
     }
     for (auto& [key, entry] : dropped)

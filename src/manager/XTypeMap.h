@@ -4,6 +4,7 @@
 #ifndef XTYPEMAP_H
 #define XTYPEMAP_H
 
+#include "XNameIndex.h"
 #include "XNotificationEpoch.h"
 #include "XTypeLoad.h"
 
@@ -56,8 +57,14 @@ public:
     void TerminateAndClear();
 
 private:
+    /// The map, and the way that look-ups take. A null pointer in the index is a negative answer.
+    struct Known
+    {
+        Map map;
+        XNameIndex<XLXTypeCache*> index;
+    };
     struct Change;
-    void Apply(Map& map, std::vector<Change>& changes, std::uint64_t noted, XRetired& retired);
+    void Apply(Known& known, std::vector<Change>& changes, std::uint64_t noted, XRetired& retired);
     static void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages);
     XLXComPtr<XLXTypeCache> MakeType() const;
 
@@ -66,7 +73,7 @@ private:
     XFilledFlag m_lTypeMapFilled;
     XFillMutex m_fill{XLockLevel::TypeMapFill};
     std::atomic<std::uint64_t> m_version{1}; // raised under the map's write lock
-    mutable XCritDataCFC<Map> m_mapType{XLockLevel::TypeMap};
+    mutable XCritDataCFC<Known> m_mapType{XLockLevel::TypeMap};
 };
 
 #endif

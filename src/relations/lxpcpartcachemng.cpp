@@ -49,7 +49,7 @@ HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName)
 XLXPCPartCacheMng::ParentMapPtr XLXPCPartCacheMng::Loaded()
 {
     InternalFillParentChildMap();
-    const XCritReadProxy<RelationMap> map(m_relations);
+    const XCritLFReadProxy<RelationMap> map(m_relations);
     return map->answers ? map->relations : nullptr;
 }
 

@@ -10,6 +10,7 @@
 #define LXPCPARTCACHEMNG_H
 
 #include "XCFCDataTransfer.h"
+#include "XNameIndex.h"
 #include "lxparentchildcache.h"
 #include "lxpcbasemng.h"
 
@@ -60,7 +61,12 @@ private:
     };
     using ListMap = std::map<XCFGStringKey, Entry>;
     using ChildMap = std::map<XCFGStringKey, ListMap>;
-    using ParentMap = std::map<XCFGStringKey, ChildMap>;
+    /// The relations in order, and by their three names for look-ups.
+    struct ParentMap
+    {
+        std::map<XCFGStringKey, ChildMap> byParent;
+        XNameIndex<XLXParentChildCache*, 3> byNames;
+    };
     using ParentMapPtr = std::shared_ptr<const ParentMap>; // a map that is in use never changes
     struct RelationMap
     {
@@ -83,8 +89,8 @@ private:
     XLXComPtr<XLXParentChildCache> Refresh(XLXComPtr<XLXParentChildCache> relation,
                                            XLXCFCDataTransfer::XILXPCData record, std::uint64_t epoch) const;
     static bool ReadNames(const XLXVariantVector& values, Names& names, Entry& entry);
-    static const Entry* Find(const ParentMap& map, const XCFGStringKey& parent, const XCFGStringKey& child,
-                             const XCFGStringKey& list);
+    static XLXParentChildCache* Find(const ParentMap& map, XLXTextView parent, XLXTextView child,
+                                     XLXTextView list);
     static const ChildMap* Below(const ParentMap& map, const XCFGStringKey& parent);
     template <class Visit>
     static void ForEach(const ParentMap& map, Visit&& visit);
@@ -118,7 +124,7 @@ private:
 template <class Visit>
 void XLXPCPartCacheMng::ForEach(const ParentMap& map, Visit&& visit)
 {
-    for (const auto& [parent, children] : map)
+    for (const auto& [parent, children] : map.byParent)
     {
         for (const auto& [child, lists] : children)
         {

@@ -18,18 +18,18 @@ const XLXComVariant& ValueOf(const XLXVariantVector& values, int member, XLXText
     return values[static_cast<std::size_t>(member)];
 }
 
-std::optional<XCFGStringKey> KeyOf(const XLXComVariant& value)
+/// A name among a relation's values; nothing when there is none.
+std::optional<XLXText> NameOf(const XLXComVariant& value)
 {
-    const auto text = value.Empty() ? std::nullopt : value.AsText();
-    return text ? std::optional<XCFGStringKey>(XCFGStringKey(*text)) : std::nullopt;
+    return value.Empty() ? std::nullopt : value.AsText();
 }
 } // namespace
 
 struct XLXPCPartCacheMng::Names
 {
-    XCFGStringKey parent;
-    XCFGStringKey child;
-    XCFGStringKey list;
+    XLXText parent;
+    XLXText child;
+    XLXText list;
 };
 
 XLXPCPartCacheMng::~XLXPCPartCacheMng()
@@ -119,11 +119,12 @@ XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> 
                                           LXPCPartAt("InternalFillParentChildMap"));
             continue;
         }
-        Entry& slot = map[names.parent][names.child][names.list];
-        const Entry* const known = Find(former, names.parent, names.child, names.list);
-        entry.relation = slot.relation ? slot.relation : known != nullptr ? known->relation : nullptr;
+        Entry& slot =
+            map.byParent[XCFGStringKey(names.parent)][XCFGStringKey(names.child)][XCFGStringKey(names.list)];
+        entry.relation = slot.relation ? slot.relation : Find(former, names.parent, names.child, names.list);
         entry.relation = Refresh(std::move(entry.relation), std::move(record), epoch);
         slot = std::move(entry);
+        map.byNames.Set({names.parent, names.child, names.list}, slot.relation.Get());
     }
     return map;
 }
@@ -150,11 +151,11 @@ XLXComPtr<XLXParentChildCache> XLXPCPartCacheMng::Refresh(XLXComPtr<XLXParentChi
 // The values are read from the record, so that loading asks the server once and not once for each relation.
 bool XLXPCPartCacheMng::ReadNames(const XLXVariantVector& values, Names& names, Entry& entry)
 {
-    const auto parent =
-        KeyOf(ValueOf(values, LXRM_PARENTNAME, OLESTR("pPCCache->GetProperty LXCFPC_parentname"), 1965));
-    const auto child =
-        KeyOf(ValueOf(values, LXRM_CHILDNAME, OLESTR("pPCCache->GetProperty LXCFPC_childname"), 1970));
-    const auto list = KeyOf(
+    auto parent =
+        NameOf(ValueOf(values, LXRM_PARENTNAME, OLESTR("pPCCache->GetProperty LXCFPC_parentname"), 1965));
+    auto child =
+        NameOf(ValueOf(values, LXRM_CHILDNAME, OLESTR("pPCCache->GetProperty LXCFPC_childname"), 1970));
+    auto list = NameOf(
         ValueOf(values, LXRM_CHILDLISTNAME, OLESTR("pPCCache->GetProperty LXCFPC_childlistname"), 1975));
     const auto ppr =
         ValueOf(values, LXRM_PPRRELATIONTYPE, OLESTR("pPCCache->GetProperty LXCFPC_pprrelationtype"), 1980)
@@ -166,7 +167,7 @@ bool XLXPCPartCacheMng::ReadNames(const XLXVariantVector& values, Names& names, 
     {
         return false;
     }
-    names = {*parent, *child, *list};
+    names = {std::move(*parent), std::move(*child), std::move(*list)};
     entry.ppr = ppr.value_or(0) != 0;
     entry.systemInternal = internal.value_or(false);
     return true;
@@ -174,27 +175,21 @@ bool XLXPCPartCacheMng::ReadNames(const XLXVariantVector& values, Names& names, 
 
 const XLXPCPartCacheMng::ChildMap* XLXPCPartCacheMng::Below(const ParentMap& map, const XCFGStringKey& parent)
 {
-    const auto children = map.find(parent);
-    return children != map.end() ? &children->second : nullptr;
+    const auto children = map.byParent.find(parent);
+    return children != map.byParent.end() ? &children->second : nullptr;
 }
 
-const XLXPCPartCacheMng::Entry* XLXPCPartCacheMng::Find(const ParentMap& map, const XCFGStringKey& parent,
-                                                        const XCFGStringKey& child, const XCFGStringKey& list)
+XLXParentChildCache* XLXPCPartCacheMng::Find(const ParentMap& map, XLXTextView parent, XLXTextView child,
+                                             XLXTextView list)
 {
-    const ChildMap* const children = Below(map, parent);
-    const auto lists = children != nullptr ? children->find(child) : ChildMap::const_iterator();
-    if (children == nullptr || lists == children->end())
-    {
-        return nullptr;
-    }
-    const auto entry = lists->second.find(list);
-    return entry != lists->second.end() ? &entry->second : nullptr;
+    XLXParentChildCache* const* const found = map.byNames.Find({parent, child, list});
+    return found != nullptr ? *found : nullptr;
 }
 
 void XLXPCPartCacheMng::TerminateDropped(const ParentMap& former, const ParentMap& kept) noexcept
 {
     ForEach(former, [&kept](const auto& parent, const auto& child, const auto& list, const Entry& entry) {
-        if (Find(kept, parent, child, list) == nullptr)
+        if (Find(kept, parent.Text(), child.Text(), list.Text()) == nullptr)
         {
             entry.relation->Terminate();
         }
@@ -203,7 +198,7 @@ void XLXPCPartCacheMng::TerminateDropped(const ParentMap& former, const ParentMa
 
 XLXPCPartCacheMng::ParentMapPtr XLXPCPartCacheMng::Held() const
 {
-    const XCritReadProxy<RelationMap> map(m_relations);
+    const XCritLFReadProxy<RelationMap> map(m_relations);
     return map->relations;
 }
 

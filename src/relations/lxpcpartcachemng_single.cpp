@@ -7,10 +7,10 @@
 namespace
 {
 /// The child list that a caller's name means.
-XCFGStringKey ListKey(BSTR childList)
+XLXTextView ListName(BSTR childList)
 {
     const XLXTextView name = LXBstrView(childList);
-    return XCFGStringKey(name == OLESTR("@@nodes") ? XLXTextView(OLESTR("nodes")) : name);
+    return name == OLESTR("@@nodes") ? XLXTextView(OLESTR("nodes")) : name;
 }
 
 /// An attribute of a data object; nothing when it has none.
@@ -96,7 +96,7 @@ HRESULT XLXPCPartCacheMng::GetPCRelation(BSTR parentType, BSTR childList, ILXPar
     XLXError::CheckPointer(ppPC, OLESTR("pLXParentChild"), at(801));
     LXCheckNotEmpty(parentType, OLESTR("bstrParent is empty"), at(804));
     LXCheckNotEmpty(childList, OLESTR("bstrChildlistname is empty"), at(807));
-    const XCFGStringKey wanted = ListKey(childList);
+    const XCFGStringKey wanted(ListName(childList));
     VisitRelations(LXBstrView(parentType), {}, [&](const auto&, const auto& list, const Entry& entry) {
         if (list == wanted)
         {
@@ -120,14 +120,14 @@ HRESULT XLXPCPartCacheMng::GetSinglePCRelation(BSTR parentType, BSTR childType, 
     LXCheckNotEmpty(childType, OLESTR("bstrChild is empty"), at(680));
     LXCheckNotEmpty(childList, OLESTR("bstrChildlistname is empty"), at(683));
     const ParentMapPtr relations = Loaded();
-    const Entry* const entry = relations ? Find(*relations, XCFGStringKey(LXBstrView(parentType)),
-                                                XCFGStringKey(LXBstrView(childType)), ListKey(childList))
-                                         : nullptr;
-    if (entry == nullptr)
+    XLXParentChildCache* const relation =
+        relations ? Find(*relations, LXBstrView(parentType), LXBstrView(childType), ListName(childList))
+                  : nullptr;
+    if (relation == nullptr)
     {
         return S_FALSE;
     }
-    XLXComPtr<ILXParentChild>(entry->relation).CopyTo(ppPC);
+    XLXComPtr<ILXParentChild>(relation).CopyTo(ppPC);
     return S_OK;
 }
 
