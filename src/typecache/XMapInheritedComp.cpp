@@ -247,6 +247,12 @@ void XMapInheritedComp<Map>::Publish(Map&& fresh, const Note& note, std::uint64_
 {
     {
         const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
+        // Before the values are looked at: a notification raises them, and then looks for the bit. One of the
+        // two sees the other, so either it comes to the components, or they are found stale here.
+        if (!fresh.empty())
+        {
+            m_held.fetch_or(Traits::ModeBit);
+        }
         if (parsed && !AreValuesCurrent(note))
         {
             for (auto& [key, component] : fresh)

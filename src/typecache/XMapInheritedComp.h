@@ -44,7 +44,10 @@ class XMapInheritedComp
 public:
     using Note = XComponentNote;
 
-    XMapInheritedComp(XLXFillCacheDef& owner, bool inherits) : m_inherits(inherits), m_owner(owner) {}
+    /// @param held  the owner's word of the kinds of which it may hold components; each map sets its own bit
+    XMapInheritedComp(XLXFillCacheDef& owner, bool inherits, std::atomic<LONG>& held)
+        : m_inherits(inherits), m_owner(owner), m_held(held)
+    {}
     XMapInheritedComp(const XMapInheritedComp&) = delete;
     XMapInheritedComp& operator=(const XMapInheritedComp&) = delete;
 
@@ -116,10 +119,13 @@ private:
     void Publish(Map&& fresh, const Note& note, std::uint64_t completedAt, bool parsed);
     void ForgetDelivered();
 
-    const bool m_inherits;
-    XLXFillCacheDef& m_owner;
+    // What a notification raises stands in front, together with the other maps' as far as the owner can do
+    // it.
     std::atomic<std::uint64_t> m_generation{1};
     std::atomic<std::uint64_t> m_values{1};
+    const bool m_inherits;
+    XLXFillCacheDef& m_owner;
+    std::atomic<LONG>& m_held;
     std::atomic<std::uint64_t> m_completedAt{0}; // complete while it equals the generation
     std::atomic<std::uint64_t> m_deliveredAt{0}; // delivered while it equals the generation
     std::atomic<std::uint64_t> m_content{0};     // changes whenever the map is replaced

@@ -23,11 +23,11 @@ XLeafMutex g_linkMutex;
 
 XLXTypeCache::XLXTypeCache(XLXComPtr<IUnknown> server)
     : XLXConfigObjectCache(std::move(server)),
-      m_selfLink(XWeakLink<XGroupOwner>::To(this)),
-      m_pages(*this, false),
-      m_groups(*this, false),
-      m_attributes(*this, true),
-      m_editors(*this, false)
+      m_attributes(*this, true, m_held),
+      m_pages(*this, false, m_held),
+      m_groups(*this, false, m_held),
+      m_editors(*this, false, m_held),
+      m_selfLink(XWeakLink<XGroupOwner>::To(this))
 {
     LiveTypes().Add(this);
 }
@@ -268,6 +268,10 @@ void XLXTypeCache::InvalidateMap(XMapInheritedComp<Map>& map, const XDataId& id)
 template <class Map>
 HRESULT XLXTypeCache::ForwardToOwn(const XMapInheritedComp<Map>& map, const XChangeNotification& notification)
 {
+    if ((m_held.load() & XInheritedCacheFillUpTraits<Map>::ModeBit) == 0)
+    {
+        return S_OK;
+    }
     return map.Read([&](const Map& components) -> HRESULT {
         for (const auto& [key, component] : components)
         {

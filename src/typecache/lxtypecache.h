@@ -231,6 +231,14 @@ private:
                               ILXConfObjEditor** ppEditor);
     bool TakeWhereFactsAreKnown(LONG mask, LONG group, std::vector<XLXComPtr<ILXAttribute>>& taken);
 
+    // Stands right behind the store, whose generation a notification raises too. A bit (LXTransferMode) is
+    // set for good when the type first holds a component of that kind; as long as none is, a notification
+    // need not look.
+    std::atomic<LONG> m_held{0};
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XAttributeMap> m_attributes;
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XPageMap> m_pages;
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XGroupMap> m_groups;
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XEditorMap> m_editors;
     std::shared_ptr<const XTransferModeSupplier> m_modeSupplier;
     std::atomic<LONG> m_flags{0};
     std::atomic<bool> m_loaded{false};
@@ -239,10 +247,6 @@ private:
     XLXComPtr<ILXTypeCache> m_pBaseFace;
     XLXComPtr<XLXTypeCache> m_pBase; // the same, when it is one of ours
     XWeakLink<XGroupOwner> m_selfLink;
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XPageMap> m_pages;
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XGroupMap> m_groups;
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XAttributeMap> m_attributes;
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XEditorMap> m_editors;
 };
 
 #endif
