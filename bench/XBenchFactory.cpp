@@ -18,6 +18,10 @@ void Check(HRESULT result, const char* what)
 XLXSafeArray Copy(const XLXSafeArray& array)
 {
     XLXSafeArray copy;
+    if (!array)
+    {
+        return copy;
+    }
     Check(SafeArrayCopy(array.Get(), copy.Put()), "SafeArrayCopy failed");
     return copy;
 }
@@ -32,7 +36,7 @@ HRESULT Give(std::vector<XLXSafeArray>& prepared, SAFEARRAY** out)
     }
     *out = prepared.back().Detach();
     prepared.pop_back();
-    return S_OK;
+    return *out != nullptr ? S_OK : S_FALSE;
 }
 } // namespace
 
@@ -44,7 +48,7 @@ void XBenchFactory::Prepare(LONG mode, int loads)
     {
         m_mode = mode;
         Check(m_server.As<ILXConfigFactoryEx>()->GetTypeArrayEx(mode, m_types.Put()), "GetTypeArrayEx");
-        Check(m_server->GetPCArray(m_relations.Put()), "GetPCArray");
+        Check(FAILED(m_server->GetPCArray(m_relations.Put())) ? E_FAIL : S_OK, "GetPCArray");
     }
     while (m_nextTypes.size() < static_cast<std::size_t>(loads))
     {

@@ -114,7 +114,7 @@ void BenchNotify(XBenchRows& rows, XBenchWorld& world)
     rows.Time("notification offered to 20,000 types, nothing loaded", notify(OLESTR("properties/T/2/512")),
               {{"walking the map, touching each", walk, 8.0}});
     rows.Time("the same, of everything", notify(OLESTR("objects/T/0/1")),
-              {{"walking the map, touching each", walk, 8.0}});
+              {{"walking the map, touching each", walk, 8.0, true}});
 }
 
 /// Load, notification and refill of a world, per type.
@@ -292,10 +292,12 @@ void LXBenchLoads(XBenchRows& rows)
     const bool growth = rows.Wants("load, cost per type, 20,000 against 1,000 types") ||
                         rows.Wants("notify, cost per type, 20,000 against 1,000 types") ||
                         rows.Wants("refill, cost per type, 20,000 against 1,000 types");
-    XBenchWorld middle(load || growth ? 5000 : 1);
     if (load)
     {
-        BenchLoad(rows, middle);
+        XServerModel model = LXBenchModel(5000);
+        model.relations.clear(); // the row is about types
+        XBenchWorld world(std::move(model));
+        BenchLoad(rows, world);
     }
     if (notify || growth)
     {
@@ -310,6 +312,7 @@ void LXBenchLoads(XBenchRows& rows)
         if (growth)
         {
             XBenchWorld small(1000);
+            XBenchWorld middle(5000);
             XBenchWorld large(20000);
             BenchGrowth(rows, small, middle, large);
         }

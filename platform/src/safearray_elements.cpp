@@ -40,7 +40,11 @@ void LXPlatformArray::DestroyElement(Kind kind, void* element)
     }
     else if (kind == Kind::variant)
     {
-        VariantClear(static_cast<VARIANT*>(element));
+        VARIANT* const value = static_cast<VARIANT*>(element);
+        if (value->vt != VT_EMPTY) // of an array whose values were moved out there is nothing else
+        {
+            VariantClear(value);
+        }
     }
 }
 

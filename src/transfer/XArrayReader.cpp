@@ -159,10 +159,11 @@ ULONG VecCountFromSafeArray(XArrayReader& from)
 XLXVariantVector ValuesFromSafeArray(XArrayReader& from, ULONG count)
 {
     const std::span<VARIANT> elements = from.Next(count, "VecFromSafeArray");
-    XLXVariantVector values(elements.size());
-    for (std::size_t i = 0; i < elements.size(); ++i)
+    XLXVariantVector values;
+    values.reserve(elements.size());
+    for (VARIANT& element : elements)
     {
-        std::swap(values[i].Get(), elements[i]);
+        values.push_back(XLXComVariant::Take(element));
     }
     return values;
 }

@@ -28,6 +28,11 @@ std::optional<LONG> NumberAt(const XLXVariantVector& values, int member)
 std::optional<XCFGStringKey> NameAt(const XLXVariantVector& values, int member)
 {
     const XLXComVariant* const value = ValueAt(values, member);
+    if (value != nullptr && value->Type() == VT_BSTR)
+    {
+        return XCFGStringKey(
+            LXBstrView(V_BSTR(&value->Get()))); // nearly always, and without a copy of the text
+    }
     const auto text = value != nullptr ? value->AsText() : std::nullopt;
     return text ? std::optional<XCFGStringKey>(*text) : std::nullopt;
 }

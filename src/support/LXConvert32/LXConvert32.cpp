@@ -162,14 +162,6 @@ XLXComVariant XLXComVariant::CopyOf(const VARIANT& value)
     return copy;
 }
 
-XLXComVariant XLXComVariant::Take(VARIANT& value) noexcept
-{
-    XLXComVariant taken;
-    taken.m_value = value;
-    VariantInit(&value);
-    return taken;
-}
-
 namespace
 {
 /// The value changed to a type; nothing when it is no such value.
