@@ -2,13 +2,15 @@
 # SPDX-License-Identifier: MIT
 """Puts the figures of the benchmarks into one table, with a verdict for each row.
 
-    report.py [--all] [--json FILE] [--svg FILE] FIGURES.json...
+    report.py [--all] [--json FILE] [--svg FILE] [--doc FILE] FIGURES.json...
 
 --all  rows that must be there and are not count as misses.
+--doc  a page whose lines between "<!-- model -->" or "<!-- figures -->" and "<!-- end -->" are written anew.
 Ends with 1 when a bar is missed. A row with an aim instead of a bar is shown and cannot miss.
 """
 import argparse
 import json
+import re
 import sys
 from html import escape
 
@@ -111,11 +113,31 @@ def svg(rows):
             '</svg>\n')
 
 
+def markdown(rows):
+    lines = ["| Work | Against | Time | Baseline | Ratio | Bar | Verdict |", "|---|---|---|---|---|---|---|"]
+    for r in rows:
+        bar = ("aim " if r["aim"] else "") + f"{r['bar']:.4g}"
+        lines.append(f"| {r['work']} | {r['against']} | {figure(r['value'], r['unit'])} | "
+                     f"{figure(r['baseline'], r['unit'])} | {text_of(r['ratio'])} | {bar} | {r['verdict']} |")
+    return "\n".join(lines)
+
+
+def rewrite(path, parts):
+    with open(path, encoding="utf-8") as file:
+        page = file.read()
+    for name, content in parts.items():
+        page = re.sub(f"(<!-- {name} -->\n).*?(\n<!-- end -->)", lambda m, c=content: m[1] + c + m[2], page,
+                      flags=re.S)
+    with open(path, "w", encoding="utf-8") as file:
+        file.write(page)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--all", action="store_true")
     parser.add_argument("--json")
     parser.add_argument("--svg")
+    parser.add_argument("--doc")
     parser.add_argument("figures", nargs="+")
     arguments = parser.parse_args()
     rows, model = load(arguments.figures)
@@ -130,6 +152,8 @@ def main():
     if arguments.svg:
         with open(arguments.svg, "w", encoding="utf-8") as file:
             file.write(svg(rows))
+    if arguments.doc:
+        rewrite(arguments.doc, {"model": "    " + model.rstrip().replace("\n", "\n    "), "figures": markdown(rows)})
     misses = sum(row["verdict"] == "miss" for row in rows)
     bars = sum(not row["aim"] for row in rows)
     print(f"\n{bars - misses} of {bars} bars hold, {misses} missed")

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Builds and runs all benchmarks and prints one table with a verdict for each row. Ends with 0 when every bar holds.
-#   bench/run.sh            everything; writes docs/performance.json and docs/performance.svg
+#   bench/run.sh            everything; writes the figures of docs/performance.*
 #   bench/run.sh TEXT       the rows of bench_cache with that text in their titles; writes nothing
 # LX_BENCH_NO_INSTALL=1 installs no packages.
 set -euo pipefail
@@ -12,12 +12,12 @@ mkdir -p "$out"
 
 # build PRESET TARGET...
 build() {
-    cmake --preset "$1" >"$out/$1.log" 2>&1 &&
-        cmake --build --preset "$1" --parallel "$(nproc)" --target "${@:2}" >>"$out/$1.log" 2>&1 || {
+    if ! { cmake --preset "$1" && cmake --build --preset "$1" --parallel "$(nproc)" --target "${@:2}"; } \
+        >"$out/$1.log" 2>&1; then
         grep -E 'error|FAILED' "$out/$1.log" | head -n 10 >&2
         echo "bench/run.sh: the build of $1 failed, see $out/$1.log" >&2
         return 1
-    }
+    fi
 }
 
 end_wine() {
@@ -53,4 +53,5 @@ build/linux-bench/bin/bench_memory "$out/memory.json"
 build/linux-bench/bin/bench_cache "$out/cache.json"
 run_windows || true
 python3 bench/report.py --all --json docs/performance.json --svg docs/performance.svg \
+    --doc docs/performance.md \
     "$out/cache.json" "$out/memory.json" "$out/windows.json"
