@@ -136,9 +136,10 @@ void XTypeMap::EnterNegative(XLXTextView name, std::uint64_t noted)
     Entry entry;
     entry.name = name;
     const XCritProxy<Known> types(m_mapType);
-    if (m_epoch.Note() == noted && types->map.try_emplace(std::move(key), std::move(entry)).second)
+    if (m_epoch.Note() == noted)
     {
-        types->index.Set({name}, nullptr);
+        const auto entered = types->map.try_emplace(std::move(key), std::move(entry)).first;
+        types->index.Set({name}, entered->second.type.Get());
     }
 }
 
