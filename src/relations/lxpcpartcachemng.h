@@ -64,6 +64,10 @@ private:
     /// The relations in order, and by their three names for look-ups.
     struct ParentMap
     {
+        ParentMap() = default;
+        ParentMap(ParentMap&&) = default;
+        ParentMap& operator=(ParentMap&&) = default;
+
         std::map<XCFGStringKey, ChildMap> byParent;
         XNameIndex<XLXParentChildCache*, 3> byNames;
     };

@@ -186,10 +186,13 @@ XLXParentChildCache* XLXPCPartCacheMng::Find(const ParentMap& map, XLXTextView p
     return found != nullptr ? *found : nullptr;
 }
 
+// Asks by the keys, which are there: a cache that ends needs no memory for it.
 void XLXPCPartCacheMng::TerminateDropped(const ParentMap& former, const ParentMap& kept) noexcept
 {
     ForEach(former, [&kept](const auto& parent, const auto& child, const auto& list, const Entry& entry) {
-        if (Find(kept, parent.Text(), child.Text(), list.Text()) == nullptr)
+        const ChildMap* const below = Below(kept, parent);
+        const auto lists = below != nullptr ? below->find(child) : ChildMap::const_iterator();
+        if (below == nullptr || lists == below->end() || lists->second.count(list) == 0)
         {
             entry.relation->Terminate();
         }
