@@ -178,6 +178,13 @@ void XCallMonitor::SetHook(Hook hook)
     m_hook.swap(shared);
 }
 
+void XCallMonitor::SetStandingHook(Hook hook)
+{
+    auto shared = hook ? std::make_shared<const Hook>(std::move(hook)) : nullptr;
+    const std::lock_guard lock(m_mutex);
+    m_standingHook.swap(shared);
+}
+
 std::vector<std::string> XCallMonitor::Problems() const
 {
     const std::lock_guard lock(m_mutex);
@@ -228,15 +235,19 @@ std::optional<HRESULT> XCallMonitor::TakeFailure(std::string_view name)
 void XCallMonitor::PassPoint(std::string_view name, XCallPoint point, unsigned long long number)
 {
     Wait(name, point);
-    std::shared_ptr<const Hook> hook;
+    std::shared_ptr<const Hook> hooks[2];
     {
         const std::lock_guard lock(m_mutex);
-        hook = m_hook;
+        hooks[0] = m_standingHook;
+        hooks[1] = m_hook;
     }
-    if (hook != nullptr && !insideHook)
+    for (const auto& hook : hooks)
     {
-        const XHookScope scope;
-        (*hook)({name, point, number});
+        if (hook != nullptr && !insideHook)
+        {
+            const XHookScope scope;
+            (*hook)({name, point, number});
+        }
     }
 }
 

@@ -119,6 +119,8 @@ public:
     /// Called at both points of every call, on the calling thread. Calls to the server that a hook causes on
     /// its own thread are counted, but do not call it again. An empty function ends it.
     void SetHook(Hook hook);
+    /// A second one, called before the first, for what goes on through a whole test.
+    void SetStandingHook(Hook hook);
 
     /// What went wrong with gates, for the end of a test.
     std::vector<std::string> Problems() const;
@@ -153,6 +155,7 @@ private:
     std::vector<Failure> m_failures;
     std::vector<std::shared_ptr<XCallGate::State>> m_gates;
     std::shared_ptr<const Hook> m_hook;
+    std::shared_ptr<const Hook> m_standingHook;
     std::vector<std::string> m_problems;
 };
 

@@ -54,6 +54,8 @@ std::vector<std::string> LXReadAll(const XLXComPtr<Enumerator>& elements, int me
 ///   Document (no base, Title)
 XServerModel LXTestModel();
 
+/// With LX_DISCARD set, every call to the server also delivers a notification that invalidates everything,
+/// before it returns: "same" on the calling thread, "other" on another one that it waits for.
 class CacheTest : public testing::Test
 {
 protected:
@@ -74,7 +76,8 @@ protected:
     XLXComPtr<IDPFObject> Client() { return m_cache.As<IDPFObject>(); }
     XLXComPtr<ILXConfigFactory> Factory() { return m_cache.As<ILXConfigFactory>(); }
 
-    /// Expects that a piece of work makes that many calls to the server.
+    /// Expects that a piece of work makes that many calls to the server; any number while everything is
+    /// discarded.
     void ExpectCalls(unsigned long long expected, const std::function<void()>& work);
 
     std::shared_ptr<XSampleServer> m_server;
