@@ -105,7 +105,7 @@ run_tests() {
     local log="$logs/$1-test.log" wrap=() p f s
     # The thread sanitizer of this Clang cannot live with all address layouts.
     if [ "$1" = linux-tsan ] && setarch -R true 2>/dev/null; then
-        wrap=(setarch -R)
+        wrap=(env LX_STRESS_SECONDS=15 setarch -R)
     fi
     "${wrap[@]}" ctest --test-dir "build/$1" -V --timeout 300 -j "${2:-$(nproc)}" >"$log" 2>&1 </dev/null
     local status=$?

@@ -23,9 +23,9 @@ std::uint8_t Decisions::Byte() noexcept
     {
         return 0;
     }
-    const std::uint8_t byte = m_bytes.front();
+    const std::uint8_t first = m_bytes.front();
     m_bytes = m_bytes.subspan(1);
-    return byte;
+    return first;
 }
 
 namespace

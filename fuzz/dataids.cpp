@@ -20,19 +20,19 @@ XLXText TextFrom(Decisions& decisions)
     XLXText text;
     while (!decisions.Empty())
     {
-        const std::uint8_t byte = decisions.Byte();
-        if (byte < std::size(Pieces))
+        const std::uint8_t piece = decisions.Byte();
+        if (piece < std::size(Pieces))
         {
-            text += LXFromUtf8(Pieces[byte]);
+            text += LXFromUtf8(Pieces[piece]);
         }
-        else if (byte == 0xFF)
+        else if (piece == 0xFF)
         {
             const int high = decisions.Byte();
             text.push_back(static_cast<OLECHAR>(high << 8 | decisions.Byte()));
         }
         else
         {
-            text.push_back(byte);
+            text.push_back(piece);
         }
     }
     return text;

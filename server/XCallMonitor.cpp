@@ -27,6 +27,8 @@ namespace
 /// Whether this thread is inside a hook: then the hook is not called again.
 thread_local bool insideHook = false;
 
+thread_local int insideServer = 0; // how deep
+
 struct XHookScope
 {
     XHookScope() { insideHook = true; }
@@ -34,7 +36,18 @@ struct XHookScope
 };
 } // namespace
 
-thread_local int XInsideServer::s_depth = 0;
+XInsideServer::XInsideServer() noexcept
+{
+    ++insideServer;
+}
+XInsideServer::~XInsideServer()
+{
+    --insideServer;
+}
+bool XInsideServer::Here() noexcept
+{
+    return insideServer > 0;
+}
 
 unsigned long long XCallCounts::Of(std::string_view name) const
 {

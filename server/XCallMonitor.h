@@ -76,15 +76,12 @@ private:
 class XInsideServer
 {
 public:
-    XInsideServer() noexcept { ++s_depth; }
-    ~XInsideServer() { --s_depth; }
+    XInsideServer() noexcept;
+    ~XInsideServer();
     XInsideServer(const XInsideServer&) = delete;
     XInsideServer& operator=(const XInsideServer&) = delete;
 
-    static bool Here() noexcept { return s_depth > 0; }
-
-private:
-    static thread_local int s_depth;
+    static bool Here() noexcept;
 };
 
 class XCallMonitor

@@ -22,7 +22,7 @@ struct Held
 };
 
 // A plain array: nothing to destroy when a thread ends after the module is gone.
-constexpr unsigned MostHeld = 4096; // a derived type's completion holds one fetch mutex per base
+constexpr unsigned MostHeld = 64; // far more than any path of the code takes
 struct HeldByThread
 {
     Held held[MostHeld];
