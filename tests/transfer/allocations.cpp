@@ -64,11 +64,20 @@ void* operator new(std::size_t size)
     return memory;
 }
 
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return XAllocationWatch::Allow(size) ? std::malloc(size != 0 ? size : 1) : nullptr;
+}
+
 void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept
 {
     std::free(memory);
 }
