@@ -6,7 +6,7 @@ namespace
 constexpr LONG EverythingInBulk = 15; // attributes 1, groups 2, pages 4, editors 8
 } // namespace
 
-XDemoSession::XDemoSession(const XDemoComponent& component, XServerModel model)
+XDemoSession::XDemoSession(const XToolComponent& component, XServerModel model)
     : m_server(XSampleServer::Create(std::move(model))), m_cache(component.Activate())
 {}
 
@@ -53,9 +53,9 @@ XLXComPtr<ILXType> XDemoSession::CachedType(const char* name) const
     return type;
 }
 
-void LXPrintCalls(XDemoOutput& output, const XMeasured& measured)
+void LXPrintCalls(XToolOutput& output, const XMeasured& measured)
 {
-    XDemoTable table({"Server call", ">Calls"});
+    XToolTable table({"Server call", ">Calls"});
     for (const auto& [name, calls] : measured.calls.byName)
     {
         table.Row({name, std::to_string(calls)});

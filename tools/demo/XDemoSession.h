@@ -4,10 +4,10 @@
 #ifndef XDEMOSESSION_H
 #define XDEMOSESSION_H
 
-#include "XDemoCom.h"
-#include "XDemoComponent.h"
-#include "XDemoOutput.h"
 #include "XSampleServer.h"
+#include "XToolCom.h"
+#include "XToolComponent.h"
+#include "XToolOutput.h"
 
 #include <chrono>
 #include <utility>
@@ -22,14 +22,14 @@ struct XMeasured
 class XDemoSession
 {
 public:
-    XDemoSession(const XDemoComponent& component, XServerModel model);
+    XDemoSession(const XToolComponent& component, XServerModel model);
 
     /// Initialises the cache as an application does: the types with all their components arrive in one bulk
     /// read.
     XMeasured StartAsClient();
     /// Initialises it as the server's own process does: the server's objects are wrapped.
     XMeasured StartInServer();
-    /// Ends the cache. Raises XDemoFailure when it keeps a reference to an object of the server.
+    /// Ends the cache. Raises XToolFailure when it keeps a reference to an object of the server.
     void Finish();
 
     XSampleServer& Server() const { return *m_server; }
@@ -56,6 +56,6 @@ private:
 };
 
 /// Prints calls by method.
-void LXPrintCalls(XDemoOutput& output, const XMeasured& measured);
+void LXPrintCalls(XToolOutput& output, const XMeasured& measured);
 
 #endif

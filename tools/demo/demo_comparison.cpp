@@ -150,7 +150,7 @@ std::string Ratio(double without, double with)
     return with > 0 ? LXOneDecimal(without / with) : "-";
 }
 
-void PrintResult(XDemoOutput& output, XDemoTable& table, const Column& without, const Column& first,
+void PrintResult(XToolOutput& output, XToolTable& table, const Column& without, const Column& first,
                  const Column& again)
 {
     std::vector<std::string> row = {"all of it"};
@@ -169,14 +169,14 @@ void PrintResult(XDemoOutput& output, XDemoTable& table, const Column& without, 
 }
 } // namespace
 
-void LXCompare(XDemoOutput& output, const XDemoComponent& component, const XServerModel& model,
+void LXCompare(XToolOutput& output, const XToolComponent& component, const XServerModel& model,
                std::chrono::microseconds delay)
 {
     output.Section("The same requests to the server directly and through the cache, " +
                    LXOneDecimal(static_cast<double>(delay.count()) / 1000) + " ms a server call");
     XDemoSession session(component, model);
     session.Server().Calls().SetDelay(delay);
-    XDemoTable table({"Request", ">Directly: calls", ">ms", ">Cached: calls", ">ms", ">Again: calls", ">ms"});
+    XToolTable table({"Request", ">Directly: calls", ">ms", ">Cached: calls", ">ms", ">Again: calls", ">ms"});
     Column without;
     Column first;
     Column again;

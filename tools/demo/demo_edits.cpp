@@ -56,7 +56,7 @@ private:
     std::size_t m_invalidated = 0;
 };
 
-void PrintNotification(XDemoOutput& output, const XNotification& sent, const Listener& listener)
+void PrintNotification(XToolOutput& output, const XNotification& sent, const Listener& listener)
 {
     LXExpect(sent.result, "the client's DataObjectChanged");
     LXExpectThat(sent.id != 0 && sent.clients == 1, "the notification did not reach the client");
@@ -65,7 +65,7 @@ void PrintNotification(XDemoOutput& output, const XNotification& sent, const Lis
                 " things in the cache became invalid, none was read again");
 }
 
-void EditAProperty(XDemoOutput& output, const XDemoSession& session, const Listener& listener)
+void EditAProperty(XToolOutput& output, const XDemoSession& session, const Listener& listener)
 {
     const auto type = session.CachedType(DemoType);
     XLXComPtr<ILXAttribute> attribute;
@@ -94,7 +94,7 @@ void EditAProperty(XDemoOutput& output, const XDemoSession& session, const Liste
     output.Line("read again     \"" + after + "\"; server calls: 0");
 }
 
-void EditTheStructure(XDemoOutput& output, const XDemoSession& session, const Listener& listener)
+void EditTheStructure(XToolOutput& output, const XDemoSession& session, const Listener& listener)
 {
     const auto type = session.CachedType(DemoType);
     const auto added = LXBstr("VibrationLimit");
@@ -113,7 +113,7 @@ void EditTheStructure(XDemoOutput& output, const XDemoSession& session, const Li
 }
 } // namespace
 
-void LXShowEdit(XDemoOutput& output, const XDemoSession& session)
+void LXShowEdit(XToolOutput& output, const XDemoSession& session)
 {
     output.Section("Edits on the server");
     const Listener listener;

@@ -29,11 +29,11 @@ Relations RelationsOf(const XDemoSession& session, const char* parent, const std
 }
 
 /// What each browser shows below the parent type, and the number of all such relations.
-XDemoTable ByBrowser(const XDemoSession& session)
+XToolTable ByBrowser(const XDemoSession& session)
 {
     const auto browsers = LXList<ILXBrowserId, ILXBrowserIdEnum>(
         "GetBrowserIdEnum", [&](auto** out) { return session.Factory()->GetBrowserIdEnum(out); });
-    XDemoTable table({"Browser", ">Relations", "Child list/child"});
+    XToolTable table({"Browser", ">Relations", "Child list/child"});
     std::size_t shown = 0;
     for (const auto& browser : browsers)
     {
@@ -52,7 +52,7 @@ XDemoTable ByBrowser(const XDemoSession& session)
     return table;
 }
 
-void PrintByBrowser(XDemoOutput& output, const XDemoSession& session)
+void PrintByBrowser(XToolOutput& output, const XDemoSession& session)
 {
     output.Line(std::string("What may stand below ") + ParentType + ":");
     const XMeasured first = session.Measure([&] { output.Table(ByBrowser(session)); });
@@ -63,9 +63,9 @@ void PrintByBrowser(XDemoOutput& output, const XDemoSession& session)
                 " the first time (browser ids, and how each relation is shown), 0 again");
 }
 
-void PrintPPRQuestions(XDemoOutput& output, const XDemoSession& session)
+void PrintPPRQuestions(XToolOutput& output, const XDemoSession& session)
 {
-    XDemoTable table({"PPR question", "Answer"});
+    XToolTable table({"PPR question", "Answer"});
     for (const auto& [parent, child, expected] :
          {std::tuple("Pump", "Motor", S_OK), std::tuple("Pump", "Vessel", S_FALSE)})
     {
@@ -101,9 +101,9 @@ std::vector<std::string> DerivedFrom(const XDemoSession& session, const char* ty
     return result;
 }
 
-void PrintDerivedTypes(XDemoOutput& output, const XDemoSession& session)
+void PrintDerivedTypes(XToolOutput& output, const XDemoSession& session)
 {
-    XDemoTable table({"Type", ">Derived types", "First"});
+    XToolTable table({"Type", ">Derived types", "First"});
     for (const char* const type : {"Equipment", "Pump"})
     {
         const auto derived = DerivedFrom(session, type);
@@ -122,7 +122,7 @@ void PrintDerivedTypes(XDemoOutput& output, const XDemoSession& session)
     output.Line(std::string(DemoType) + " derives from Equipment: yes; from Motor: no");
 }
 
-void EditARelation(XDemoOutput& output, const XDemoSession& session)
+void EditARelation(XToolOutput& output, const XDemoSession& session)
 {
     output.Line();
     output.Line(std::string("An edit: the server lets a Mixer stand below a ") + ParentType +
@@ -150,7 +150,7 @@ void EditARelation(XDemoOutput& output, const XDemoSession& session)
 }
 } // namespace
 
-void LXShowRelations(XDemoOutput& output, const XDemoSession& session)
+void LXShowRelations(XToolOutput& output, const XDemoSession& session)
 {
     output.Section("Relations and derived types");
     PrintByBrowser(output, session);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The sections of the demo. Each prints what it finds and raises XDemoFailure when that is not what a cache
+// The sections of the demo. Each prints what it finds and raises XToolFailure when that is not what a cache
 // in front of the plant model gives.
 #ifndef DEMO_SECTIONS_H
 #define DEMO_SECTIONS_H
@@ -14,20 +14,20 @@ constexpr const char* DemoAttributeOwner = "Pump";
 constexpr const char* DemoAttribute = "RatedFlow";
 
 // Types (demo_types.cpp)
-void LXShowType(XDemoOutput& output, const XDemoSession& session);
-void LXShowDisplays(XDemoOutput& output, const XDemoSession& session);
-void LXShowEditors(XDemoOutput& output, const XDemoSession& session);
-void LXShowChildGroups(XDemoOutput& output, const XDemoSession& session);
-void LXShowFormat(XDemoOutput& output, const XDemoSession& session);
+void LXShowType(XToolOutput& output, const XDemoSession& session);
+void LXShowDisplays(XToolOutput& output, const XDemoSession& session);
+void LXShowEditors(XToolOutput& output, const XDemoSession& session);
+void LXShowChildGroups(XToolOutput& output, const XDemoSession& session);
+void LXShowFormat(XToolOutput& output, const XDemoSession& session);
 
 // Edits and notifications (demo_edits.cpp)
-void LXShowEdit(XDemoOutput& output, const XDemoSession& session);
+void LXShowEdit(XToolOutput& output, const XDemoSession& session);
 
 // Relations (demo_relations.cpp)
-void LXShowRelations(XDemoOutput& output, const XDemoSession& session);
+void LXShowRelations(XToolOutput& output, const XDemoSession& session);
 
 // The same requests with the cache and without (demo_comparison.cpp)
-void LXCompare(XDemoOutput& output, const XDemoComponent& component, const XServerModel& model,
+void LXCompare(XToolOutput& output, const XToolComponent& component, const XServerModel& model,
                std::chrono::microseconds delay);
 
 /// A type's name and those of its base types, nearest first, each as a cached type.

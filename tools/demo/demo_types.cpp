@@ -45,14 +45,14 @@ std::size_t OriginOf(const std::vector<XLXComPtr<ILXType>>& chain, const std::st
     return origin;
 }
 
-void PrintGroups(XDemoOutput& output, const std::vector<XLXComPtr<ILXType>>& chain)
+void PrintGroups(XToolOutput& output, const std::vector<XLXComPtr<ILXType>>& chain)
 {
     std::vector<std::string> titles = {">No", "Group", ">Attributes"};
     for (const auto& type : chain)
     {
         titles.push_back(">" + LXTextOf(*type, XProperty::TypeName));
     }
-    XDemoTable table(titles);
+    XToolTable table(titles);
     for (const auto& group : GroupsOf(*chain.front()))
     {
         const LONG number = LXNumberOf(*group, XProperty::GroupNumber);
@@ -74,10 +74,10 @@ void PrintGroups(XDemoOutput& output, const std::vector<XLXComPtr<ILXType>>& cha
 }
 
 /// The first attributes of each group, with the type that each comes from.
-void PrintAttributes(XDemoOutput& output, const std::vector<XLXComPtr<ILXType>>& chain, LONG group)
+void PrintAttributes(XToolOutput& output, const std::vector<XLXComPtr<ILXType>>& chain, LONG group)
 {
     constexpr int Most = 2; // of each type
-    XDemoTable table({"Attribute", "Label", "Unit", ">Group", "Comes from"});
+    XToolTable table({"Attribute", "Label", "Unit", ">Group", "Comes from"});
     std::map<std::size_t, int> shown;
     for (const auto& attribute : AttributesOfGroup(*chain.front(), group))
     {
@@ -110,7 +110,7 @@ std::vector<XLXComPtr<ILXType>> LXBaseChain(const XDemoSession& session, const X
     }
 }
 
-void LXShowType(XDemoOutput& output, const XDemoSession& session)
+void LXShowType(XToolOutput& output, const XDemoSession& session)
 {
     output.Section(std::string("The type ") + DemoType + " with its inherited attributes by group");
     const XMeasured cost = session.Measure([&] {
@@ -126,11 +126,11 @@ void LXShowType(XDemoOutput& output, const XDemoSession& session)
     LXPrintCalls(output, cost);
 }
 
-void LXShowDisplays(XDemoOutput& output, const XDemoSession& session)
+void LXShowDisplays(XToolOutput& output, const XDemoSession& session)
 {
     output.Section("Attributes by display");
     const auto type = session.CachedType(DemoType);
-    XDemoTable table({"Display", ">Mask", ">Attributes", "First"});
+    XToolTable table({"Display", ">Mask", ">Attributes", "First"});
     const XMeasured cost = session.Measure([&] {
         for (const auto& [name, mask] :
              {std::pair("editor", InEditor), std::pair("finder", InFinder), std::pair("browser", InBrowser),
@@ -150,13 +150,13 @@ void LXShowDisplays(XDemoOutput& output, const XDemoSession& session)
     output.Line("Server calls: " + std::to_string(cost.calls.Total()));
 }
 
-void LXShowEditors(XDemoOutput& output, const XDemoSession& session)
+void LXShowEditors(XToolOutput& output, const XDemoSession& session)
 {
     output.Section("Editors");
     const auto type = session.CachedType(DemoType);
     const auto editors = LXList<ILXConfObjEditor, ILXConfObjEditorEnum>(
         "GetConfObjEditorEnum", [&](auto** out) { return type->GetConfObjEditorEnum(out); });
-    XDemoTable table({"ProgId", "Browser", "Menu text", "Default", "Default for new"});
+    XToolTable table({"ProgId", "Browser", "Menu text", "Default", "Default for new"});
     for (const auto& editor : editors)
     {
         table.Row({LXTextOf(*editor, XProperty::ProgId), LXTextOf(*editor, XProperty::EditorBrowserId),
@@ -178,7 +178,7 @@ void LXShowEditors(XDemoOutput& output, const XDemoSession& session)
     output.Line("Browser SearchList:  has no default editor (S_FALSE)");
 }
 
-void LXShowChildGroups(XDemoOutput& output, const XDemoSession& session)
+void LXShowChildGroups(XToolOutput& output, const XDemoSession& session)
 {
     const auto type = session.CachedType(DemoType);
     XLXComPtr<ILXGroup> top;
@@ -188,7 +188,7 @@ void LXShowChildGroups(XDemoOutput& output, const XDemoSession& session)
     const auto children = LXList<ILXGroup, ILXGroupEnum>(
         "GetChildGroupEnum", [&](auto** out) { return top->GetChildGroupEnum(out); });
     LXExpectThat(!children.empty(), "the group has no groups inside it");
-    XDemoTable table({">No", "Group", ">Page", ">Attributes", "First"});
+    XToolTable table({">No", "Group", ">Page", ">Attributes", "First"});
     for (const auto& group : children)
     {
         const LONG number = LXNumberOf(*group, XProperty::GroupNumber);
@@ -200,13 +200,13 @@ void LXShowChildGroups(XDemoOutput& output, const XDemoSession& session)
     output.Table(table);
 }
 
-void LXShowFormat(XDemoOutput& output, const XDemoSession& session)
+void LXShowFormat(XToolOutput& output, const XDemoSession& session)
 {
     output.Section(std::string("Formats of the attribute ") + DemoAttribute);
     XLXComPtr<ILXAttribute> attribute;
     LXExpect(session.CachedType(DemoType)->GetAttribute(LXBstr(DemoAttribute).Get(), attribute.Put()),
              "GetAttribute");
-    XDemoTable table({">Format type", "Pattern", ">Width", "Server calls: first time", "second time"});
+    XToolTable table({">Format type", "Pattern", ">Width", "Server calls: first time", "second time"});
     for (const auto& [type, expected] : {std::pair(0, S_OK), std::pair(1, S_FALSE)})
     {
         XLXComPtr<ILXFormat> format;

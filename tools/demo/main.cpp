@@ -42,7 +42,7 @@ std::size_t ListedTypes(const XDemoSession& session, const XServerModel& model)
     return listed;
 }
 
-void RunAsClient(XDemoOutput& output, const XDemoComponent& component, const XServerModel& model,
+void RunAsClient(XToolOutput& output, const XToolComponent& component, const XServerModel& model,
                  std::chrono::microseconds delay)
 {
     XDemoSession session(component, model);
@@ -67,7 +67,7 @@ void RunAsClient(XDemoOutput& output, const XDemoComponent& component, const XSe
     LXCompare(output, component, model, delay);
 }
 
-void RunInServer(XDemoOutput& output, const XDemoComponent& component, const XServerModel& model)
+void RunInServer(XToolOutput& output, const XToolComponent& component, const XServerModel& model)
 {
     XDemoSession session(component, model);
     output.Section("Start-up in server mode");
@@ -89,12 +89,12 @@ void RunInServer(XDemoOutput& output, const XDemoComponent& component, const XSe
 
 int Run(const Options& options)
 {
-    XDemoOutput output(options.colours == "always" ||
-                       (options.colours == "auto" && XDemoOutput::IsTerminal()));
+    XToolOutput output(options.colours == "always" ||
+                       (options.colours == "auto" && XToolOutput::IsTerminal()));
     try
     {
         const XServerModel model = LXReadModel(options.model);
-        const XDemoComponent component;
+        const XToolComponent component;
         if (options.serverMode)
         {
             RunInServer(output, component, model);
@@ -127,6 +127,6 @@ int main(int argc, char** argv)
         ->check(CLI::Range(0.0, 1000.0))
         ->capture_default_str();
     CLI11_PARSE(app, argc, argv);
-    XDemoOutput::Prepare();
+    XToolOutput::Prepare();
     return Run(options);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "XDemoCom.h"
+#include "XToolCom.h"
 
 #include "XModelValue.h"
 
@@ -71,7 +71,7 @@ void LXExpect(HRESULT result, const char* what, HRESULT expected)
 {
     if (result != expected)
     {
-        throw XDemoFailure(std::string(what) + " answered " + LXResultName(result) +
+        throw XToolFailure(std::string(what) + " answered " + LXResultName(result) +
                            (expected != S_OK ? " instead of " + LXResultName(expected) : "") +
                            (FAILED(result) ? TakeErrorInformation() : ""));
     }
@@ -81,7 +81,7 @@ void LXExpectThat(bool condition, const std::string& what)
 {
     if (!condition)
     {
-        throw XDemoFailure(what);
+        throw XToolFailure(what);
     }
 }
 

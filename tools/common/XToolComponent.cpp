@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "XDemoComponent.h"
+#include "XToolComponent.h"
 
-#include "XDemoCom.h"
+#include "XToolCom.h"
 
 #include <objbase.h>
 
@@ -43,26 +43,26 @@ void UnregisterForThisProcess()
 } // namespace
 #endif
 
-XDemoComponent::XDemoComponent()
+XToolComponent::XToolComponent()
 {
     LXExpectThat(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED)), "COM cannot be initialised");
     RegisterForThisProcess();
 }
 
-XDemoComponent::~XDemoComponent()
+XToolComponent::~XToolComponent()
 {
     try
     {
         UnregisterForThisProcess();
     }
-    catch (const XDemoFailure&)
+    catch (const XToolFailure&)
     {
         // the registry ends with the process in any case
     }
     CoUninitialize();
 }
 
-XLXComPtr<ILXConfigFactoryCache> XDemoComponent::Activate() const
+XLXComPtr<ILXConfigFactoryCache> XToolComponent::Activate() const
 {
     XLXComPtr<ILXConfigFactoryCache> cache;
     LXExpect(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER,

@@ -1,24 +1,24 @@
 // SPDX-License-Identifier: MIT
 //
-// What the demo prints: sections, lines and tables with aligned columns, as UTF-8.
-#ifndef XDEMOOUTPUT_H
-#define XDEMOOUTPUT_H
+// What the programs print: sections, lines and tables with aligned columns, as UTF-8.
+#ifndef XTOOLOUTPUT_H
+#define XTOOLOUTPUT_H
 
 #include <string>
 #include <vector>
 
 /// A table. Columns are as wide as their widest cell; a column whose title begins with '>' is set right.
-class XDemoTable
+class XToolTable
 {
 public:
-    explicit XDemoTable(std::vector<std::string> titles);
+    explicit XToolTable(std::vector<std::string> titles);
 
     void Row(std::vector<std::string> cells);
     /// A line between the rows before and after it.
     void Rule() { m_rows.emplace_back(); }
 
 private:
-    friend class XDemoOutput;
+    friend class XToolOutput;
 
     std::vector<std::size_t> Widths() const;
 
@@ -27,16 +27,16 @@ private:
     std::vector<std::vector<std::string>> m_rows; // an empty one is a rule
 };
 
-class XDemoOutput
+class XToolOutput
 {
 public:
     /// @param colours  whether to use the escape sequences of a terminal
-    explicit XDemoOutput(bool colours) noexcept : m_colours(colours) {}
+    explicit XToolOutput(bool colours) noexcept : m_colours(colours) {}
 
     /// Begins a section; they are numbered.
     void Section(const std::string& title);
     void Line(const std::string& text = "");
-    void Table(const XDemoTable& table);
+    void Table(const XToolTable& table);
 
     /// Whether standard output is a terminal.
     static bool IsTerminal();
@@ -45,7 +45,7 @@ public:
 
 private:
     std::string Styled(const char* style, const std::string& text) const;
-    std::string Cells(const XDemoTable& table, const std::vector<std::string>& cells,
+    std::string Cells(const XToolTable& table, const std::vector<std::string>& cells,
                       const std::vector<std::size_t>& widths) const;
 
     bool m_colours;

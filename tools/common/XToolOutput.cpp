@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "XDemoOutput.h"
+#include "XToolOutput.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -33,7 +33,7 @@ void Print(const std::string& line)
 }
 } // namespace
 
-XDemoTable::XDemoTable(std::vector<std::string> titles) : m_titles(std::move(titles))
+XToolTable::XToolTable(std::vector<std::string> titles) : m_titles(std::move(titles))
 {
     for (std::string& title : m_titles)
     {
@@ -42,13 +42,13 @@ XDemoTable::XDemoTable(std::vector<std::string> titles) : m_titles(std::move(tit
     }
 }
 
-void XDemoTable::Row(std::vector<std::string> cells)
+void XToolTable::Row(std::vector<std::string> cells)
 {
     cells.resize(m_titles.size());
     m_rows.push_back(std::move(cells));
 }
 
-std::vector<std::size_t> XDemoTable::Widths() const
+std::vector<std::size_t> XToolTable::Widths() const
 {
     std::vector<std::size_t> widths;
     for (std::size_t column = 0; column < m_titles.size(); ++column)
@@ -63,7 +63,7 @@ std::vector<std::size_t> XDemoTable::Widths() const
     return widths;
 }
 
-bool XDemoOutput::IsTerminal()
+bool XToolOutput::IsTerminal()
 {
 #ifdef _WIN32
     return _isatty(_fileno(stdout)) != 0;
@@ -72,30 +72,30 @@ bool XDemoOutput::IsTerminal()
 #endif
 }
 
-void XDemoOutput::Prepare()
+void XToolOutput::Prepare()
 {
 #ifdef _WIN32
     _setmode(_fileno(stdout), _O_BINARY);
 #endif
 }
 
-std::string XDemoOutput::Styled(const char* style, const std::string& text) const
+std::string XToolOutput::Styled(const char* style, const std::string& text) const
 {
     return m_colours ? style + text + Plain : text;
 }
 
-void XDemoOutput::Section(const std::string& title)
+void XToolOutput::Section(const std::string& title)
 {
     Print("");
     Print(Styled(Bold, std::to_string(++m_sections) + "  " + title));
 }
 
-void XDemoOutput::Line(const std::string& text)
+void XToolOutput::Line(const std::string& text)
 {
     Print(text.empty() ? text : Indent + text);
 }
 
-std::string XDemoOutput::Cells(const XDemoTable& table, const std::vector<std::string>& cells,
+std::string XToolOutput::Cells(const XToolTable& table, const std::vector<std::string>& cells,
                                const std::vector<std::size_t>& widths) const
 {
     std::string line;
@@ -109,7 +109,7 @@ std::string XDemoOutput::Cells(const XDemoTable& table, const std::vector<std::s
     return line;
 }
 
-void XDemoOutput::Table(const XDemoTable& table)
+void XToolOutput::Table(const XToolTable& table)
 {
     const auto widths = table.Widths();
     std::size_t all = 0;

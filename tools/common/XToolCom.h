@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// How the demo calls interfaces: results that were not expected end it, with the result's name and the error
-// information that the component left.
-#ifndef XDEMOCOM_H
-#define XDEMOCOM_H
+// How the programs call interfaces: results that were not expected end them, with the result's name and the
+// error information that the component left.
+#ifndef XTOOLCOM_H
+#define XTOOLCOM_H
 
 #include "XLXComBSTR.h"
 #include "XLXComPtr.h"
@@ -13,17 +13,17 @@
 #include <string>
 #include <vector>
 
-/// Something that the demo did not expect.
-class XDemoFailure : public std::runtime_error
+/// Something that the program did not expect.
+class XToolFailure : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// "E_POINTER" for 0x80004003, and so on; the number for results that the demo has no name for.
+/// "E_POINTER" for 0x80004003, and so on; the number for results that it has no name for.
 std::string LXResultName(HRESULT result);
 
-/// Raises XDemoFailure unless the result is the expected one.
+/// Raises XToolFailure unless the result is the expected one.
 void LXExpect(HRESULT result, const char* what, HRESULT expected = S_OK);
 /// The same for any condition.
 void LXExpectThat(bool condition, const std::string& what);
