@@ -63,7 +63,6 @@ XPropertyStore::XPropertyStore(std::size_t slots) : m_data(XLockLevel::PropertyS
 
 HRESULT XPropertyStore::Read(int index, XLXComVariant& value) const
 {
-    // The flag is looked at inside only: it lies beside the word that the read takes hold of.
     const XCritLFReadProxy<Associations> store(m_data);
     return m_filled.IsFilled() ? store->Get(index, value) : S_FALSE;
 }

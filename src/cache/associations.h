@@ -67,8 +67,10 @@ public:
     std::uint64_t Generation() const noexcept { return m_filled.Note(); }
 
 private:
-    mutable XCritDataCFC<Associations> m_data;
+    // The flag stands before the data: readers that go in and out write the word at the end of the data's
+    // lock, and what they only look at must not lie beside it.
     XFilledFlag m_filled;
+    mutable XCritDataCFC<Associations> m_data;
 };
 
 /// Raises the refusal of an index that a store does not have.
