@@ -192,6 +192,7 @@ void WriteAll(const std::filesystem::path& root)
     Take("more_types", TypeArray(6));
     Spoil("names", TypeArray(2), 3, 4);
     Spoil("mapping", TypeArray(1), 1, 0x21);
+    Spoil("wrapper", TypeArray(1), 2, 0x51);
     enter("fuzz_attribute_list");
     Take("attributes", AttributeList(2, 1));
     Take("no_attributes", AttributeList(0, 0));
@@ -202,6 +203,7 @@ void WriteAll(const std::filesystem::path& root)
     Take("components", GetArrayFromWrapper(Components(2)));
     Take("one_of_each", GetArrayFromWrapper(Components(1)));
     Spoil("sub_array", GetArrayFromWrapper(Components(1)), 6, huge);
+    Spoil("negative_sub_array", GetArrayFromWrapper(Components(1)), 6, 0x08);
     enter("fuzz_record_list");
     Take("records", RecordList(3));
     Take("no_records", RecordList(0));

@@ -83,12 +83,6 @@ void FromVariant(const VARIANT& from, bool& value);
 void FromVariant(const VARIANT& from, XLXText& value);
 /// Takes the reference over and leaves VT_EMPTY; the object may be null.
 void FromVariant(VARIANT& from, XLXComPtr<IUnknown>& value);
-/// Takes a value of any type over and leaves VT_EMPTY.
-inline void FromVariant(VARIANT& from, XLXComVariant& value)
-{
-    value = XLXComVariant();
-    std::swap(from, value.Get());
-}
 
 template <class T>
 concept TransferPrimitive = requires(VARIANT& from, T& value)
