@@ -11,7 +11,8 @@ namespace
 class XCallbackFactory final : public IClassFactory
 {
 public:
-    XCallbackFactory() = default;
+    XCallbackFactory() noexcept { ++s_factories; }
+    static LONG Alive() noexcept { return s_factories; }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override
     {
@@ -48,11 +49,16 @@ public:
         const XLXComPtr<XCfgCacheCallback> callback(new (std::nothrow) XCfgCacheCallback);
         return callback ? callback->QueryInterface(iid, out) : E_OUTOFMEMORY;
     }
-    STDMETHODIMP LockServer(BOOL) override { return S_OK; }
+    STDMETHODIMP LockServer(BOOL lock) override
+    {
+        s_factories += lock ? 1 : -1;
+        return S_OK;
+    }
 
 private:
-    virtual ~XCallbackFactory() = default;
+    virtual ~XCallbackFactory() { --s_factories; }
 
+    static inline std::atomic<LONG> s_factories{0}; // and locks
     std::atomic<ULONG> m_references{0};
 };
 } // namespace
@@ -139,6 +145,17 @@ HRESULT XCfgCacheCallback::DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, 
         return target.DataObjectChanged(bstrDataID, bstrDataTyp, ulNotificationType, ulNotificationId,
                                         ulCount, pLXUpdateInfo);
     });
+}
+
+HRESULT LXCfgCacheCallbackFactory(REFIID iid, void** out)
+{
+    const XLXComPtr<XCallbackFactory> factory(new (std::nothrow) XCallbackFactory);
+    return factory ? factory->QueryInterface(iid, out) : E_OUTOFMEMORY;
+}
+
+LONG LXCfgCacheCallbacksInUse() noexcept
+{
+    return XCfgCacheCallback::Alive() + XCallbackFactory::Alive();
 }
 
 XCfgCacheCallbackRegistration::XCfgCacheCallbackRegistration()

@@ -50,6 +50,11 @@ private:
     XLXComPtr<ILXCallbackUpdate> m_target;
 };
 
+/// A class object of XCfgCacheCallback.
+HRESULT LXCfgCacheCallbackFactory(REFIID iid, void** out);
+/// How many of its objects, class objects and locks there are in this process.
+LONG LXCfgCacheCallbacksInUse() noexcept;
+
 /// Registers the class XCfgCacheCallback in this process for as long as it lives. The process must have
 /// initialised COM. Raises std::runtime_error when the platform refuses.
 class XCfgCacheCallbackRegistration

@@ -91,6 +91,16 @@ std::vector<XRegisteredClient> XSampleServer::Clients() const
     return m_core->Notifier().Clients();
 }
 
+void XSampleServer::CallEachClientOnItsOwnThread(std::chrono::milliseconds wait)
+{
+    m_core->Notifier().CallEachClientOnItsOwnThread(wait);
+}
+
+void XSampleServer::CheckClients()
+{
+    m_core->Notifier().CheckClients();
+}
+
 void XSampleServer::AnnounceTermination()
 {
     m_core->Notifier().AnnounceTermination();

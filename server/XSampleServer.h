@@ -85,6 +85,12 @@ public:
     /// Waits until the notifier thread has sent everything; raises std::runtime_error after the limit.
     void FlushNotifications(std::chrono::milliseconds limit = std::chrono::seconds(20));
     std::vector<XRegisteredClient> Clients() const;
+    /// For clients in other processes: each that registers from now on is called on a thread of its own, so
+    /// that a slow one holds up nobody else. Who sends a notification waits for the answers no longer than
+    /// that, and not at all for a client that was busy already.
+    void CallEachClientOnItsOwnThread(std::chrono::milliseconds wait);
+    /// Forgets the clients whose processes are gone, which a notification does too.
+    void CheckClients();
     /// Tells every client that the server is about to end (ILXCallback::ServerIsTerminating).
     void AnnounceTermination();
     /// How often the config factory was told NotifyServerTermination.

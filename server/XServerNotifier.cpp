@@ -9,7 +9,13 @@
 namespace
 {
 constexpr ULONG AdvicesOfChanges = 0x100;
-const HRESULT ServerUnavailable = static_cast<HRESULT>(0x800706BA); // the client's process is gone
+constexpr std::chrono::seconds LimitOfEnd{5}; // for clients that are still in a call at the end
+
+HRESULT Notify(ILXCallbackUpdate& callback, const XLXText& dataId, const XLXText& dataType, ULONG id)
+{
+    return callback.DataObjectChanged(XLXComBSTR(dataId).Get(), XLXComBSTR(dataType).Get(), AdvicesOfChanges,
+                                      id, 0, nullptr);
+}
 } // namespace
 
 XNotification XServerNotifier::Send(const XText& dataId, const XText& dataType, ULONG id, XNotify notify,
@@ -19,9 +25,19 @@ XNotification XServerNotifier::Send(const XText& dataId, const XText& dataType, 
     {
         return {};
     }
+    ForgetClientsThatAreGone();
     std::unique_lock lock(m_mutex);
     m_lastId = id != 0 ? id : m_lastId + 1;
     Job job{dataId, dataType, m_lastId, leaveOut};
+    if (m_wait)
+    {
+        // Under the lock, so that each client gets the notifications in the order of their ids.
+        Answers answers = PostToEach(Receivers(job), [job](ILXCallbackUpdate& callback) {
+            return Notify(callback, job.dataId, job.dataType, job.id);
+        });
+        lock.unlock();
+        return notify == XNotify::Here ? Await(job.id, std::move(answers)) : XNotification{job.id, 0, S_OK};
+    }
     if (notify == XNotify::Here)
     {
         lock.unlock();
@@ -36,14 +52,14 @@ XNotification XServerNotifier::Send(const XText& dataId, const XText& dataType, 
     return {m_lastId, 0, S_OK};
 }
 
-std::vector<XServerNotifier::Client> XServerNotifier::Receivers(const XLXText& dataType, LONG leaveOut) const
+/// Who asked for that data type; called under the lock.
+std::vector<XServerNotifier::Client> XServerNotifier::Receivers(const Job& job) const
 {
     std::vector<Client> receivers;
-    const std::lock_guard lock(m_mutex);
     for (const auto& [id, client] : m_clients)
     {
         const auto& types = client.facts.dataTypes;
-        if (id != leaveOut && std::find(types.begin(), types.end(), dataType) != types.end())
+        if (id != job.leaveOut && std::find(types.begin(), types.end(), job.dataType) != types.end())
         {
             receivers.push_back(client);
         }
@@ -51,21 +67,68 @@ std::vector<XServerNotifier::Client> XServerNotifier::Receivers(const XLXText& d
     return receivers;
 }
 
+std::vector<XServerNotifier::Client> XServerNotifier::AllClients() const
+{
+    std::vector<Client> clients;
+    const std::lock_guard lock(m_mutex);
+    for (const auto& [id, client] : m_clients)
+    {
+        clients.push_back(client);
+    }
+    return clients;
+}
+
+/// Gives a call to every client's thread. The answers are of those that had nothing to do before.
+XServerNotifier::Answers XServerNotifier::PostToEach(const std::vector<Client>& clients,
+                                                     const XClientQueue::Call& call) const
+{
+    Answers answers;
+    for (const Client& client : clients)
+    {
+        const bool wait = !client.queue->IsBusy();
+        XClientQueue::Answer answer = client.queue->Post(call);
+        if (wait)
+        {
+            answers.push_back(std::move(answer));
+        }
+    }
+    return answers;
+}
+
+XNotification XServerNotifier::Await(ULONG id, Answers answers) const
+{
+    XNotification sent{id, 0, S_OK};
+    const auto until = std::chrono::steady_clock::now() + *m_wait;
+    for (XClientQueue::Answer& answer : answers)
+    {
+        if (answer.wait_until(until) != std::future_status::ready)
+        {
+            continue;
+        }
+        if (const std::optional<HRESULT> result = answer.get())
+        {
+            ++sent.clients;
+            sent.result = sent.result == S_OK ? *result : sent.result;
+        }
+    }
+    return sent;
+}
+
 XNotification XServerNotifier::Deliver(const Job& job)
 {
+    std::unique_lock lock(m_mutex);
+    const std::vector<Client> receivers = Receivers(job);
+    lock.unlock();
     XNotification sent{job.id, 0, S_OK};
-    const XLXComBSTR dataId(job.dataId);
-    const XLXComBSTR dataType(job.dataType);
-    for (const Client& client : Receivers(job.dataType, job.leaveOut))
+    for (const Client& client : receivers)
     {
-        const HRESULT result = client.callback->DataObjectChanged(dataId.Get(), dataType.Get(),
-                                                                  AdvicesOfChanges, job.id, 0, nullptr);
+        const HRESULT result = Notify(*client.callback, job.dataId, job.dataType, job.id);
         ++sent.clients;
         if (sent.result == S_OK)
         {
             sent.result = result;
         }
-        if (result == ServerUnavailable)
+        if (LXIsGone(result))
         {
             Unregister(client.facts.id);
         }
@@ -96,8 +159,15 @@ void XServerNotifier::RunThread()
 
 void XServerNotifier::Flush(std::chrono::milliseconds limit)
 {
+    const auto until = std::chrono::steady_clock::now() + limit;
     std::unique_lock lock(m_mutex);
-    if (!m_changed.wait_for(lock, limit, [this] { return m_queue.empty() && !m_busy; }))
+    bool idle = m_changed.wait_until(lock, until, [this] { return m_queue.empty() && !m_busy; });
+    lock.unlock();
+    for (const Client& client : AllClients())
+    {
+        idle = (client.queue == nullptr || client.queue->WaitUntilIdle(until)) && idle;
+    }
+    if (!idle)
     {
         throw std::runtime_error("the notifier thread makes no end");
     }
@@ -111,13 +181,12 @@ ULONG XServerNotifier::LastId() const
 
 void XServerNotifier::AnnounceTermination()
 {
-    std::vector<Client> clients;
+    const std::vector<Client> clients = AllClients();
+    if (m_wait)
     {
-        const std::lock_guard lock(m_mutex);
-        for (const auto& [id, client] : m_clients)
-        {
-            clients.push_back(client);
-        }
+        Await(0, PostToEach(clients,
+                            [](ILXCallbackUpdate& callback) { return callback.ServerIsTerminating(); }));
+        return;
     }
     for (const Client& client : clients)
     {
@@ -125,29 +194,88 @@ void XServerNotifier::AnnounceTermination()
     }
 }
 
+void XServerNotifier::CheckClients()
+{
+    const auto check = [](ILXCallbackUpdate& callback) { return callback.CheckCallbackValid(); };
+    for (const Client& client : AllClients())
+    {
+        if (client.queue == nullptr)
+        {
+            if (LXIsGone(check(*client.callback)))
+            {
+                Unregister(client.facts.id);
+            }
+        }
+        else if (!client.queue->IsBusy())
+        {
+            client.queue->Post(check);
+        }
+    }
+    ForgetClientsThatAreGone();
+}
+
+void XServerNotifier::ForgetClientsThatAreGone()
+{
+    for (const Client& client : AllClients())
+    {
+        if (client.queue != nullptr && client.queue->IsGone())
+        {
+            Unregister(client.facts.id);
+        }
+    }
+}
+
+void XServerNotifier::CallEachClientOnItsOwnThread(std::chrono::milliseconds wait)
+{
+    const std::lock_guard lock(m_mutex);
+    m_wait = wait;
+}
+
 void XServerNotifier::Shutdown()
 {
     std::map<LONG, Client> clients; // released with no lock held
+    std::vector<std::shared_ptr<XClientQueue>> queues;
     {
         const std::lock_guard lock(m_mutex);
         m_end = true;
         m_queue.clear();
         m_clients.swap(clients);
+        m_ended.swap(queues);
         m_changed.notify_all();
     }
     if (m_thread.joinable())
     {
         m_thread.join();
     }
+    for (const auto& [id, client] : clients)
+    {
+        if (client.queue != nullptr)
+        {
+            client.queue->End();
+            queues.push_back(client.queue);
+        }
+    }
+    const auto until = std::chrono::steady_clock::now() + LimitOfEnd;
+    for (const auto& queue : queues)
+    {
+        queue->WaitUntilEnded(until); // a client that never answers is left in its call
+    }
 }
 
 LONG XServerNotifier::Register(XLXTextView computer, ULONG process, ILXCallbackUpdate* callback)
 {
     Client client;
-    client.callback = callback;
     client.facts.computer = computer;
     client.facts.process = process;
     const std::lock_guard lock(m_mutex);
+    if (m_wait)
+    {
+        client.queue = XClientQueue::Create(callback);
+    }
+    else
+    {
+        client.callback = callback;
+    }
     client.facts.id = ++m_lastClient;
     m_clients.emplace(m_lastClient, std::move(client));
     return m_lastClient;
@@ -156,14 +284,25 @@ LONG XServerNotifier::Register(XLXTextView computer, ULONG process, ILXCallbackU
 bool XServerNotifier::Unregister(LONG client)
 {
     Client removed; // released with no lock held
-    const std::lock_guard lock(m_mutex);
-    const auto found = m_clients.find(client);
-    if (found == m_clients.end())
     {
-        return false;
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_clients.find(client);
+        if (found == m_clients.end())
+        {
+            return false;
+        }
+        std::swap(removed, found->second);
+        m_clients.erase(found);
+        std::erase_if(m_ended, [](const auto& queue) { return queue->WaitUntilEnded({}); });
+        if (removed.queue != nullptr)
+        {
+            m_ended.push_back(removed.queue);
+        }
     }
-    std::swap(removed, found->second);
-    m_clients.erase(found);
+    if (removed.queue != nullptr)
+    {
+        removed.queue->End();
+    }
     return true;
 }
 
@@ -192,7 +331,10 @@ std::vector<XRegisteredClient> XServerNotifier::Clients() const
     const std::lock_guard lock(m_mutex);
     for (const auto& [id, client] : m_clients)
     {
-        clients.push_back(client.facts);
+        if (client.queue == nullptr || !client.queue->IsGone())
+        {
+            clients.push_back(client.facts);
+        }
     }
     return clients;
 }

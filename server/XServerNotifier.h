@@ -3,10 +3,11 @@
 // The clients of the sample server and the notifications that they get.
 //
 // Locks  m_mutex guards everything here; it is not held while a client's callback is called, copied or
-//        released.
+//        released. A client's queue has a lock of its own, taken after m_mutex.
 #ifndef XSERVERNOTIFIER_H
 #define XSERVERNOTIFIER_H
 
+#include "XClientQueue.h"
 #include "XSampleServer.h"
 
 #include <deque>
@@ -26,8 +27,14 @@ public:
     ULONG LastId() const;
     void Flush(std::chrono::milliseconds limit);
     void AnnounceTermination();
+    /// Asks every client that has nothing to do whether it still lives, and forgets those that do not.
+    void CheckClients();
     /// Ends the notifier thread and releases all callbacks.
     void Shutdown();
+
+    /// From now on each client that registers is called on a thread of its own. Who sends a notification
+    /// waits for the answers no longer than that, and not at all for a client that was busy already.
+    void CallEachClientOnItsOwnThread(std::chrono::milliseconds wait);
 
     LONG Register(XLXTextView computer, ULONG process, ILXCallbackUpdate* callback);
     bool Unregister(LONG client);
@@ -43,6 +50,7 @@ private:
     {
         XRegisteredClient facts;
         XLXComPtr<ILXCallbackUpdate> callback;
+        std::shared_ptr<XClientQueue> queue; // of a client that is called on its own thread
     };
     struct Job
     {
@@ -52,9 +60,15 @@ private:
         LONG leaveOut;
     };
 
+    using Answers = std::vector<XClientQueue::Answer>;
+
     XNotification Deliver(const Job& job);
     void RunThread();
-    std::vector<Client> Receivers(const XLXText& dataType, LONG leaveOut) const;
+    std::vector<Client> Receivers(const Job& job) const;
+    std::vector<Client> AllClients() const;
+    Answers PostToEach(const std::vector<Client>& clients, const XClientQueue::Call& call) const;
+    XNotification Await(ULONG id, Answers answers) const;
+    void ForgetClientsThatAreGone();
 
     mutable std::mutex m_mutex;
     std::map<LONG, Client> m_clients;
@@ -62,7 +76,9 @@ private:
     ULONG m_lastId = 0;
     std::vector<XForwardedNotification> m_forwarded;
     std::deque<Job> m_queue;
-    bool m_busy = false; // the thread is delivering
+    std::optional<std::chrono::milliseconds> m_wait;    // set: each client on its own thread
+    std::vector<std::shared_ptr<XClientQueue>> m_ended; // whose threads may still be in a call
+    bool m_busy = false;                                // the thread is delivering
     bool m_end = false;
     std::condition_variable m_changed;
     std::thread m_thread; // started by the first queued notification

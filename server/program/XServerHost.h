@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+//
+// The control object of the sample server's program, and how long the program runs.
+//
+// Ownership  The host owns the sample server. Clients hold the control object and the server's own objects;
+// the
+//            host outlives them all, since it is what main() waits on.
+// Threading  Everything may be called from any thread.
+// Errors     Interface methods answer HRESULTs, with error information where a reason is known.
+#ifndef XSERVERHOST_H
+#define XSERVERHOST_H
+
+#include "LXSampleServer.h"
+#include "XSampleServer.h"
+
+class XServerHost final : public ILXSampleServer, public ISupportErrorInfo
+{
+public:
+    explicit XServerHost(XServerModel model);
+    XServerHost(const XServerHost&) = delete;
+    XServerHost& operator=(const XServerHost&) = delete;
+
+    /// Lets clients find the control object, until it was told to stop. With idleEnd it ends too when nobody
+    /// has held anything of it for some seconds. Calls the function when clients can find it. Raises
+    /// std::runtime_error when they cannot.
+    void Serve(bool idleEnd, const std::function<void()>& whenReady);
+    XSampleServer& Server() const { return *m_server; }
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
+    STDMETHODIMP_(ULONG) Release() override { return --m_references; }
+
+    STDMETHODIMP GetServices(ILXConfigFactory** factory, ILX_Query** query, ILXDataUpdate** update) override;
+    STDMETHODIMP GetDataObject(BSTR typeName, ILX_BaseDataObject** object) override;
+    STDMETHODIMP GetStoredObject(BSTR id, ILX_BaseDataObject** object) override;
+    STDMETHODIMP Edit(BSTR edit, BSTR* outcome) override;
+    STDMETHODIMP GetCallCounts(BSTR* counts) override;
+    STDMETHODIMP SetDelay(ULONG microseconds) override;
+    STDMETHODIMP GetStatus(BSTR* status) override;
+    STDMETHODIMP Stop() override;
+
+    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) override;
+
+private:
+    /// The class object. It has an identity of its own, so that the references to the control object are the
+    /// clients' and not those of the registration.
+    class Factory final : public IClassFactory
+    {
+    public:
+        explicit Factory(XServerHost& host) noexcept : m_host(host) {}
+        STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
+        STDMETHODIMP_(ULONG) AddRef() override { return 2; } // a part of the host
+        STDMETHODIMP_(ULONG) Release() override { return 1; }
+        STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override;
+        STDMETHODIMP LockServer(BOOL lock) override;
+
+    private:
+        XServerHost& m_host;
+    };
+
+    DWORD Register();
+    bool IsInUse() const;
+    bool WaitForStop(std::chrono::milliseconds time);
+
+    const std::shared_ptr<XSampleServer> m_server;
+    Factory m_factory{*this};
+    std::atomic<LONG> m_references{0}; // of clients; the host lives on the stack
+    std::atomic<LONG> m_locks{0};
+    std::mutex m_mutex; // guards m_stop
+    std::condition_variable m_stopped;
+    bool m_stop = false;
+};
+
+#endif

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+//
+// lxsampleserver: the sample server as a program of its own, for clients in other processes.
+//
+//     lxsampleserver --register --model models/plant.json   COM starts it when a client asks for it
+//     lxsampleserver --model models/plant.json              serves until somebody calls ILXSampleServer::Stop
+//     lxsampleserver --unregister
+//
+// Started by COM it ends by itself some seconds after the last client.
+// Exit status: 0 when all went well, 1 when not, other values for wrong options.
+#include "XServerHost.h"
+#include "XServerRegistration.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <filesystem>
+
+namespace
+{
+struct Options
+{
+    std::string model;
+    double delay = 0;
+    bool registers = false;
+    bool unregisters = false;
+    bool embedded = false; // started by COM
+};
+
+constexpr const OLECHAR* ProgId = OLESTR("LXSampleServer.Server");
+
+std::chrono::microseconds DelayOf(const Options& options)
+{
+    return std::chrono::microseconds(static_cast<long long>(options.delay * 1000));
+}
+
+XServerModel ModelOf(const Options& options)
+{
+    return options.model.empty() ? LXSmallModel() : LXReadModel(options.model);
+}
+
+/// The command with which COM starts the program: with the same model and delay, from any folder.
+XClassRegistration Registration(const Options& options)
+{
+    std::wstring command = OLESTR("\"") + LXModulePath(nullptr) + OLESTR("\"");
+    if (!options.model.empty())
+    {
+        command += OLESTR(" --model \"") + std::filesystem::absolute(options.model).wstring() + OLESTR("\"");
+    }
+    if (options.delay > 0)
+    {
+        command += OLESTR(" --delay ") + std::to_wstring(options.delay);
+    }
+    return {CLSID_LXSampleServer,    ProgId,  OLESTR("Sample server of the configuration cache"),
+            OLESTR("LocalServer32"), command, false};
+}
+
+void Check(HRESULT result, const char* what)
+{
+    if (FAILED(result))
+    {
+        throw std::runtime_error(std::string(what) + " failed");
+    }
+}
+
+void Serve(const Options& options)
+{
+    Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "initialising COM");
+    {
+        XServerHost host(ModelOf(options));
+        host.Server().Calls().SetDelay(DelayOf(options));
+        std::printf("lxsampleserver: process %lu serves %zu types\n", GetCurrentProcessId(),
+                    host.Server().Model().types.size());
+        host.Serve(options.embedded, [] {
+            std::puts("lxsampleserver: ready");
+            std::fflush(stdout);
+        });
+    }
+    CoUninitialize();
+    std::puts("lxsampleserver: ended");
+}
+
+int Run(const Options& options)
+{
+    try
+    {
+        if (options.unregisters)
+        {
+            Check(LXUnregisterClass(Registration(options)), "unregistering");
+        }
+        else if (options.registers)
+        {
+            ModelOf(options); // one that cannot be read is refused here, where somebody sees it
+            Check(LXRegisterClass(Registration(options)), "registering");
+        }
+        else
+        {
+            Serve(options);
+        }
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "lxsampleserver: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
+
+/// COM adds -Embedding to the command, which is no option of the form that the others have.
+bool TakeEmbedding(std::vector<char*>& arguments)
+{
+    return std::erase_if(arguments, [](const char* argument) {
+               return std::string_view(argument) == "-Embedding" ||
+                      std::string_view(argument) == "/Embedding";
+           }) > 0;
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    std::vector<char*> arguments(argv, argv + argc);
+    options.embedded = TakeEmbedding(arguments);
+
+    CLI::App app("The sample server of the configuration cache, for clients in other processes.");
+    app.add_option("--model", options.model, "Model file; a small model of its own without it");
+    app.add_option("--delay", options.delay, "Milliseconds that each call takes at least")
+        ->check(CLI::Range(0.0, 1000.0));
+    auto* const registers = app.add_flag("--register", options.registers, "Tell COM how to start it");
+    app.add_flag("--unregister", options.unregisters, "Take that back")->excludes(registers);
+    CLI11_PARSE(app, static_cast<int>(arguments.size()), arguments.data());
+    return Run(options);
+}
