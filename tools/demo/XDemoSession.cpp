@@ -1,23 +1,26 @@
 // SPDX-License-Identifier: MIT
 #include "XDemoSession.h"
 
+#include <thread>
+
 namespace
 {
-constexpr LONG EverythingInBulk = 15; // attributes 1, groups 2, pages 4, editors 8
+constexpr std::chrono::seconds LimitOfReleases{10}; // another process gets them a little later
+constexpr LONG EverythingInBulk = 15;               // attributes 1, groups 2, pages 4, editors 8
 } // namespace
 
-XDemoSession::XDemoSession(const XToolComponent& component, XServerModel model)
-    : m_server(XSampleServer::Create(std::move(model))), m_cache(component.Activate())
+XDemoSession::XDemoSession(const XToolComponent& component, std::unique_ptr<XToolServer> server)
+    : m_server(std::move(server)), m_before(m_server->LiveObjects()), m_cache(component.Activate())
 {}
 
-XMeasured XDemoSession::StartAsClient()
+XMeasured XDemoSession::StartAsClient(bool separateCallback)
 {
     XLXVariantVector values;
     values.push_back(XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()));
     values.push_back(XLXComVariant::FromUnknown(m_server->Query().Get()));
     values.push_back(XLXComVariant::FromUnknown(m_server->DataUpdate().Get()));
     values.push_back(XLXComVariant::FromBool(false)); // no notifications: no, they are wanted
-    values.push_back(XLXComVariant::FromBool(false)); // separate callback object
+    values.push_back(XLXComVariant::FromBool(separateCallback));
     values.push_back(XLXComVariant::FromI4(EverythingInBulk));
     return Measure([&] {
         LXExpect(m_cache.As<IDPFObject>()->Initialize(static_cast<ULONG>(values.size()), &values[0].Get()),
@@ -36,12 +39,33 @@ XMeasured XDemoSession::StartInServer()
     });
 }
 
+XNotification XDemoSession::Edit(const std::string& json, std::string backwards)
+{
+    const XNotification sent = m_server->Edit(json);
+    m_backwards.push_back(std::move(backwards));
+    return sent;
+}
+
 void XDemoSession::Finish()
 {
+    for (; !m_backwards.empty(); m_backwards.pop_back())
+    {
+        m_server->Edit(m_backwards.back());
+    }
     LXExpect(m_cache.As<IDPFObject>()->Terminate(), "IDPFObject::Terminate");
     m_cache.Reset();
-    const XServerObjectCount left = m_server->LiveObjects();
-    LXExpectThat(left.objects == 0 && left.references == 0,
+    const auto kept = [this] {
+        const XServerObjectCount left = m_server->LiveObjects();
+        return XServerObjectCount{left.objects - m_before.objects, left.references - m_before.references};
+    };
+    XServerObjectCount left = kept();
+    const auto until = std::chrono::steady_clock::now() + LimitOfReleases;
+    while (!m_server->IsLocal() && left.references > 0 && std::chrono::steady_clock::now() < until)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        left = kept();
+    }
+    LXExpectThat(left.objects <= 0 && left.references <= 0,
                  "the cache kept " + std::to_string(left.references) + " references to " +
                      std::to_string(left.objects) + " objects of the server");
 }

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// A sample server with a cache in front of it.
+// A cache in front of a sample server, which runs in this process or in one of its own.
 #ifndef XDEMOSESSION_H
 #define XDEMOSESSION_H
 
-#include "XSampleServer.h"
 #include "XToolCom.h"
 #include "XToolComponent.h"
 #include "XToolOutput.h"
+#include "XToolServer.h"
 
 #include <chrono>
 #include <utility>
@@ -22,17 +22,21 @@ struct XMeasured
 class XDemoSession
 {
 public:
-    XDemoSession(const XToolComponent& component, XServerModel model);
+    XDemoSession(const XToolComponent& component, std::unique_ptr<XToolServer> server);
 
     /// Initialises the cache as an application does: the types with all their components arrive in one bulk
-    /// read.
-    XMeasured StartAsClient();
+    /// read. The server's callback goes to the cache, or to an object of its own that passes it on.
+    XMeasured StartAsClient(bool separateCallback = false);
     /// Initialises it as the server's own process does: the server's objects are wrapped.
     XMeasured StartInServer();
-    /// Ends the cache. Raises XToolFailure when it keeps a reference to an object of the server.
+    /// Takes the edits back and ends the cache. Raises XToolFailure when it keeps a reference to an object of
+    /// the server.
     void Finish();
 
-    XSampleServer& Server() const { return *m_server; }
+    XToolServer& Server() const { return *m_server; }
+    /// An edit on the server, and the one that takes it back when the session is finished: a server of its
+    /// own process serves others after this one.
+    XNotification Edit(const std::string& json, std::string backwards);
     ILXConfigFactoryCache& Cache() const { return *m_cache; }
     /// The cache's config factory face.
     XLXComPtr<ILXConfigFactory> Factory() const { return m_cache.As<ILXConfigFactory>(); }
@@ -43,15 +47,17 @@ public:
     template <class Work>
     XMeasured Measure(Work&& work) const
     {
-        const XCallCounts before = m_server->Calls().Counts();
+        const XCallCounts before = m_server->CallCounts();
         const auto start = std::chrono::steady_clock::now();
         std::forward<Work>(work)();
         const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
-        return {m_server->Calls().Counts().Since(before), took.count()};
+        return {m_server->CallCounts().Since(before), took.count()};
     }
 
 private:
-    std::shared_ptr<XSampleServer> m_server;
+    const std::unique_ptr<XToolServer> m_server;
+    const XServerObjectCount m_before; // what others hold of the server
+    std::vector<std::string> m_backwards;
     XLXComPtr<ILXConfigFactoryCache> m_cache;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The same requests to the server directly and to a cache in front of it, with a delay for each call to the
-// server, as over a network.
+// The same requests to the server directly and to a cache in front of it: with the time that calls to another
+// process take, or with a delay for each call, as over a network.
 #include "demo_sections.h"
 
 #include <functional>
@@ -169,13 +169,16 @@ void PrintResult(XToolOutput& output, XToolTable& table, const Column& without, 
 }
 } // namespace
 
-void LXCompare(XToolOutput& output, const XToolComponent& component, const XServerModel& model,
+void LXCompare(XToolOutput& output, const XToolComponent& component, std::unique_ptr<XToolServer> server,
                std::chrono::microseconds delay)
 {
+    const std::string added = LXOneDecimal(static_cast<double>(delay.count()) / 1000) + " ms";
     output.Section("The same requests to the server directly and through the cache, " +
-                   LXOneDecimal(static_cast<double>(delay.count()) / 1000) + " ms a server call");
-    XDemoSession session(component, model);
-    session.Server().Calls().SetDelay(delay);
+                   (server->IsLocal()   ? added + " a server call"
+                    : delay.count() > 0 ? "each call to another process, with " + added + " added"
+                                        : "each call to another process"));
+    XDemoSession session(component, std::move(server));
+    session.Server().SetDelay(delay);
     XToolTable table({"Request", ">Directly: calls", ">ms", ">Cached: calls", ">ms", ">Again: calls", ">ms"});
     Column without;
     Column first;
@@ -208,5 +211,6 @@ void LXCompare(XToolOutput& output, const XToolComponent& component, const XServ
         }
     }
     PrintResult(output, table, without, first, again);
+    session.Server().SetDelay(std::chrono::microseconds(0));
     session.Finish();
 }

@@ -5,6 +5,7 @@
 #include "demo_sections.h"
 
 #include <mutex>
+#include <thread>
 
 namespace
 {
@@ -34,6 +35,12 @@ public:
         const std::lock_guard lock(m_mutex);
         return m_invalidated;
     }
+    /// Whether the last notification came on a thread that is not the caller's.
+    bool CameOnAnotherThread() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_thread != std::this_thread::get_id();
+    }
 
 private:
     static void STDMETHODCALLTYPE Take(const LXLogEntry* entry, void* context)
@@ -44,6 +51,7 @@ private:
         {
             self.m_update = LXToUtf8(entry->pszText);
             self.m_invalidated = 0;
+            self.m_thread = std::this_thread::get_id();
         }
         else
         {
@@ -51,21 +59,34 @@ private:
         }
     }
 
-    mutable std::mutex m_mutex; // guards the next two
+    mutable std::mutex m_mutex; // guards the rest
     std::string m_update;
     std::size_t m_invalidated = 0;
+    std::thread::id m_thread;
 };
 
-void PrintNotification(XToolOutput& output, const XNotification& sent, const Listener& listener)
+void PrintNotification(XToolOutput& output, const XDemoSession& session, const XNotification& sent,
+                       const Listener& listener)
 {
     LXExpect(sent.result, "the client's DataObjectChanged");
     LXExpectThat(sent.id != 0 && sent.clients == 1, "the notification did not reach the client");
+    LXExpectThat(session.Server().IsLocal() != listener.CameOnAnotherThread(),
+                 "the notification came on an unexpected thread");
     output.Line("notification   id " + std::to_string(sent.id) + ", data id " + listener.DataId() + "; " +
                 std::to_string(listener.Invalidated()) +
-                " things in the cache became invalid, none was read again");
+                " things in the cache became invalid, none was read again" +
+                (session.Server().IsLocal() ? "" : "; it came on another thread"));
 }
 
-void EditAProperty(XToolOutput& output, const XDemoSession& session, const Listener& listener)
+/// The edit that gives the attribute a label.
+std::string LabelEdit(const std::string& label)
+{
+    return std::string(R"({"edit":"SetAttributeProperty","type":")") + DemoAttributeOwner + R"(","name":")" +
+           DemoAttribute + R"(","index":)" + std::to_string(XProperty::Label) + R"(,"value":")" + label +
+           R"("})";
+}
+
+void EditAProperty(XToolOutput& output, XDemoSession& session, const Listener& listener)
 {
     const auto type = session.CachedType(DemoType);
     XLXComPtr<ILXAttribute> attribute;
@@ -76,11 +97,9 @@ void EditAProperty(XToolOutput& output, const XDemoSession& session, const Liste
 
     const std::string wanted = "Rated volume flow";
     XNotification sent;
-    const XMeasured edit = session.Measure([&] {
-        sent = session.Server().Edit().SetAttributeProperty(DemoAttributeOwner, DemoAttribute,
-                                                            XProperty::Label, wanted);
-    });
-    PrintNotification(output, sent, listener);
+    const XMeasured edit =
+        session.Measure([&] { sent = session.Edit(LabelEdit(wanted), LabelEdit(before)); });
+    PrintNotification(output, session, sent, listener);
     LXExpectThat(edit.calls.Total() == 0, "the notification made the cache call the server");
 
     std::string after;
@@ -94,7 +113,7 @@ void EditAProperty(XToolOutput& output, const XDemoSession& session, const Liste
     output.Line("read again     \"" + after + "\"; server calls: 0");
 }
 
-void EditTheStructure(XToolOutput& output, const XDemoSession& session, const Listener& listener)
+void EditTheStructure(XToolOutput& output, XDemoSession& session, const Listener& listener)
 {
     const auto type = session.CachedType(DemoType);
     const auto added = LXBstr("VibrationLimit");
@@ -103,8 +122,10 @@ void EditTheStructure(XToolOutput& output, const XDemoSession& session, const Li
     output.Line("The structure: a new attribute VibrationLimit of the base type Equipment");
     LXExpect(type->GetAttribute(added.Get(), attribute.Put()), "GetAttribute", S_FALSE);
     output.Line("before         not found (S_FALSE)");
-    PrintNotification(output, session.Server().Edit().AddAttribute("Equipment", "VibrationLimit", 2),
-                      listener);
+    const XNotification sent =
+        session.Edit(R"({"edit":"AddAttribute","type":"Equipment","name":"VibrationLimit","group":2})",
+                     R"({"edit":"RemoveAttribute","type":"Equipment","name":"VibrationLimit"})");
+    PrintNotification(output, session, sent, listener);
     const XMeasured cost =
         session.Measure([&] { LXExpect(type->GetAttribute(added.Get(), attribute.Put()), "GetAttribute"); });
     output.Line("after          " + LXTextOf(*attribute, XProperty::AttributeName) + " in group " +
@@ -113,10 +134,19 @@ void EditTheStructure(XToolOutput& output, const XDemoSession& session, const Li
 }
 } // namespace
 
-void LXShowEdit(XToolOutput& output, const XDemoSession& session)
+void LXShowEdit(XToolOutput& output, XDemoSession& session)
 {
     output.Section("Edits on the server");
     const Listener listener;
     EditAProperty(output, session, listener);
     EditTheStructure(output, session, listener);
+}
+
+void LXShowSeparateCallback(XToolOutput& output, XDemoSession& session)
+{
+    output.Section("The same with a callback object of its own");
+    output.Line("XCfgCacheCallback, from a DLL of its own, takes the server's calls and passes them on");
+    session.StartAsClient(true);
+    const Listener listener;
+    EditAProperty(output, session, listener);
 }

@@ -122,7 +122,7 @@ void PrintDerivedTypes(XToolOutput& output, const XDemoSession& session)
     output.Line(std::string(DemoType) + " derives from Equipment: yes; from Motor: no");
 }
 
-void EditARelation(XToolOutput& output, const XDemoSession& session)
+void EditARelation(XToolOutput& output, XDemoSession& session)
 {
     output.Line();
     output.Line(std::string("An edit: the server lets a Mixer stand below a ") + ParentType +
@@ -132,7 +132,10 @@ void EditARelation(XToolOutput& output, const XDemoSession& session)
                                         taken.Put()),
              "GetPCEnum2");
     const std::size_t before = RelationsOf(session, ParentType, "").size();
-    const XNotification sent = session.Server().Edit().AddRelation(ParentType, "Mixer", "spareparts");
+    const std::string names =
+        std::string(R"("parent":")") + ParentType + R"(","child":"Mixer","list":"spareparts"})";
+    const XNotification sent =
+        session.Edit(R"({"edit":"AddRelation",)" + names, R"({"edit":"RemoveRelation",)" + names);
     LXExpect(sent.result, "the client's DataObjectChanged");
     Relations after;
     const XMeasured cost = session.Measure([&] { after = RelationsOf(session, ParentType, ""); });
@@ -150,7 +153,7 @@ void EditARelation(XToolOutput& output, const XDemoSession& session)
 }
 } // namespace
 
-void LXShowRelations(XToolOutput& output, const XDemoSession& session)
+void LXShowRelations(XToolOutput& output, XDemoSession& session)
 {
     output.Section("Relations and derived types");
     PrintByBrowser(output, session);

@@ -21,13 +21,15 @@ void LXShowChildGroups(XToolOutput& output, const XDemoSession& session);
 void LXShowFormat(XToolOutput& output, const XDemoSession& session);
 
 // Edits and notifications (demo_edits.cpp)
-void LXShowEdit(XToolOutput& output, const XDemoSession& session);
+void LXShowEdit(XToolOutput& output, XDemoSession& session);
+/// Starts the session too.
+void LXShowSeparateCallback(XToolOutput& output, XDemoSession& session);
 
 // Relations (demo_relations.cpp)
-void LXShowRelations(XToolOutput& output, const XDemoSession& session);
+void LXShowRelations(XToolOutput& output, XDemoSession& session);
 
 // The same requests with the cache and without (demo_comparison.cpp)
-void LXCompare(XToolOutput& output, const XToolComponent& component, const XServerModel& model,
+void LXCompare(XToolOutput& output, const XToolComponent& component, std::unique_ptr<XToolServer> server,
                std::chrono::microseconds delay);
 
 /// A type's name and those of its base types, nearest first, each as a cached type.

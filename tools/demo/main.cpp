@@ -2,9 +2,11 @@
 //
 // lxdemo: shows what the configuration cache does for an application.
 //
-//     lxdemo                 as an application (client mode)
-//     lxdemo --server-mode   as the server's own process; that turns the component's locks off for the whole
-//                            process, so it is a run of its own
+//     lxdemo                   as an application (client mode), with a server in this process
+//     lxdemo --server PROGID   as an application, with a server in a process of its own (Windows)
+//     lxdemo --server-mode     as the server's own process; that turns the component's locks off for the
+//     whole
+//                              process, so it is a run of its own
 //
 // Exit status: 0 when everything was as expected, 1 when not, other values for wrong options.
 #include "demo_sections.h"
@@ -13,6 +15,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 
 namespace
 {
@@ -21,7 +24,8 @@ struct Options
     bool serverMode = false;
     std::string model = "models/plant.json";
     std::string colours = "auto";
-    double delay = 1;
+    std::string server; // its ProgID; "" for one in this process
+    std::optional<double> delay;
 };
 
 #ifdef _WIN32
@@ -42,12 +46,26 @@ std::size_t ListedTypes(const XDemoSession& session, const XServerModel& model)
     return listed;
 }
 
-void RunAsClient(XToolOutput& output, const XToolComponent& component, const XServerModel& model,
-                 std::chrono::microseconds delay)
+std::unique_ptr<XToolServer> ServerFor(const Options& options, const XServerModel& model)
 {
-    XDemoSession session(component, model);
+    return options.server.empty() ? LXLocalToolServer(model) : LXRegisteredToolServer(options.server);
+}
+
+/// What a server call takes at least in the comparison. A call to another process takes its time anyway.
+std::chrono::microseconds DelayOf(const Options& options)
+{
+    const double milliseconds = options.delay.value_or(options.server.empty() ? 1 : 0);
+    return std::chrono::microseconds(static_cast<long long>(milliseconds * 1000));
+}
+
+void RunAsClient(XToolOutput& output, const XToolComponent& component, const XServerModel& model,
+                 const Options& options)
+{
+    XDemoSession session(component, ServerFor(options, model));
     output.Section("Start-up in client mode");
-    output.Line(HowItCame);
+    output.Line(std::string("The cache:  ") + HowItCame);
+    output.Line(options.server.empty() ? "The server: in this process"
+                                       : "The server: " + options.server + ", in a process of its own");
     const XMeasured start = session.StartAsClient();
     LXExpectThat(start.calls.Of("ILXConfigFactoryEx::GetTypeArrayEx") == 1, "start-up made no bulk read");
     output.Line(std::to_string(model.types.size()) + " types with all their components, " +
@@ -64,12 +82,18 @@ void RunAsClient(XToolOutput& output, const XToolComponent& component, const XSe
     session.Finish();
     output.Line();
     output.Line("Terminated; no reference to an object of the server is left.");
-    LXCompare(output, component, model, delay);
+    if (!options.server.empty())
+    {
+        XDemoSession separate(component, ServerFor(options, model));
+        LXShowSeparateCallback(output, separate);
+        separate.Finish();
+    }
+    LXCompare(output, component, ServerFor(options, model), DelayOf(options));
 }
 
 void RunInServer(XToolOutput& output, const XToolComponent& component, const XServerModel& model)
 {
-    XDemoSession session(component, model);
+    XDemoSession session(component, LXLocalToolServer(model));
     output.Section("Start-up in server mode");
     output.Line(HowItCame);
     const XMeasured start = session.StartInServer();
@@ -101,8 +125,7 @@ int Run(const Options& options)
         }
         else
         {
-            RunAsClient(output, component, model,
-                        std::chrono::microseconds(static_cast<long long>(options.delay * 1000)));
+            RunAsClient(output, component, model, options);
         }
     }
     catch (const std::exception& error)
@@ -118,14 +141,18 @@ int main(int argc, char** argv)
 {
     Options options;
     CLI::App app("Shows what the configuration cache does for an application.");
-    app.add_flag("--server-mode", options.serverMode, "Run as the server's own process does");
+    auto* const serverMode =
+        app.add_flag("--server-mode", options.serverMode, "Run as the server's own process does");
+    app.add_option("--server", options.server, "ProgID of a server in a process of its own")
+        ->excludes(serverMode);
     app.add_option("--model", options.model, "The sample server's model file")->capture_default_str();
     app.add_option("--colours", options.colours, "auto, always or never")
         ->check(CLI::IsMember({"auto", "always", "never"}))
         ->capture_default_str();
-    app.add_option("--delay", options.delay, "Milliseconds that each server call takes in the comparison")
-        ->check(CLI::Range(0.0, 1000.0))
-        ->capture_default_str();
+    app.add_option("--delay", options.delay,
+                   "Milliseconds that each server call takes in the comparison: 1 for a server in this "
+                   "process, else 0")
+        ->check(CLI::Range(0.0, 1000.0));
     CLI11_PARSE(app, argc, argv);
     XToolOutput::Prepare();
     return Run(options);

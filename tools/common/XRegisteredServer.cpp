@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+//
+// A server that runs in a process of its own; each call to it goes over the process boundary.
+#include "LXSampleServer.h"
+#include "XServerTexts.h"
+#include "XToolCom.h"
+#include "XToolServer.h"
+
+#include <objbase.h>
+
+namespace
+{
+class RegisteredServer final : public XToolServer
+{
+public:
+    explicit RegisteredServer(XLXComPtr<ILXSampleServer> server) noexcept : m_server(std::move(server)) {}
+
+    XLXComPtr<ILXConfigFactory> ConfigFactory() override { return AllServices().factory; }
+    XLXComPtr<ILX_Query> Query() override { return AllServices().query; }
+    XLXComPtr<ILXDataUpdate> DataUpdate() override { return AllServices().update; }
+    XLXComPtr<ILX_BaseDataObject> DataObject(const std::string& typeName) override
+    {
+        XLXComPtr<ILX_BaseDataObject> object;
+        LXExpect(m_server->GetDataObject(LXBstr(typeName).Get(), object.Put()),
+                 "ILXSampleServer::GetDataObject");
+        return object;
+    }
+    XLXComPtr<ILX_BaseDataObject> StoredObject(const std::string& id) override
+    {
+        XLXComPtr<ILX_BaseDataObject> object;
+        const HRESULT result = m_server->GetStoredObject(LXBstr(id).Get(), object.Put());
+        LXExpect(result, "ILXSampleServer::GetStoredObject", result == S_FALSE ? S_FALSE : S_OK);
+        return object;
+    }
+
+    XCallCounts CallCounts() override
+    {
+        XLXComBSTR counts;
+        LXExpect(m_server->GetCallCounts(counts.Put()), "ILXSampleServer::GetCallCounts");
+        return LXParseCounts(LXToUtf8(counts.View()));
+    }
+    void SetDelay(std::chrono::microseconds delay) override
+    {
+        LXExpect(m_server->SetDelay(static_cast<ULONG>(delay.count())), "ILXSampleServer::SetDelay");
+    }
+    XNotification Edit(const std::string& json) override
+    {
+        XLXComBSTR outcome;
+        LXExpect(m_server->Edit(LXBstr(json).Get(), outcome.Put()), "ILXSampleServer::Edit");
+        return LXParseNotification(LXToUtf8(outcome.View()));
+    }
+    XServerObjectCount LiveObjects() override
+    {
+        XLXComBSTR status;
+        LXExpect(m_server->GetStatus(status.Put()), "ILXSampleServer::GetStatus");
+        return LXParseStatus(LXToUtf8(status.View())).live;
+    }
+    bool IsLocal() const override { return false; }
+
+private:
+    struct Services
+    {
+        XLXComPtr<ILXConfigFactory> factory;
+        XLXComPtr<ILX_Query> query;
+        XLXComPtr<ILXDataUpdate> update;
+    };
+
+    /// They are not kept: what the server counts as held is then what its clients hold.
+    Services AllServices() const
+    {
+        Services services;
+        LXExpect(m_server->GetServices(services.factory.Put(), services.query.Put(), services.update.Put()),
+                 "ILXSampleServer::GetServices");
+        return services;
+    }
+
+    XLXComPtr<ILXSampleServer> m_server;
+};
+} // namespace
+
+std::unique_ptr<XToolServer> LXRegisteredToolServer(const std::string& progId)
+{
+    CLSID clsid = {};
+    const HRESULT known = CLSIDFromProgID(LXBstr(progId).Get(), &clsid);
+    LXExpectThat(SUCCEEDED(known),
+                 "there is no server registered as " + progId + " (" + LXResultName(known) + ")");
+    XLXComPtr<ILXSampleServer> server;
+    LXExpect(
+        CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, LXIid<ILXSampleServer>(), server.PutVoid()),
+        ("starting " + progId).c_str());
+    return std::make_unique<RegisteredServer>(std::move(server));
+}
