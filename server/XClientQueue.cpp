@@ -5,6 +5,11 @@
 #include <iterator>
 #include <thread>
 
+namespace
+{
+constexpr std::chrono::milliseconds SlowAnswer{500};
+}
+
 bool LXIsGone(HRESULT result) noexcept
 {
     constexpr ULONG gone[] = {0x800706BA,  // RPC_S_SERVER_UNAVAILABLE
@@ -59,17 +64,23 @@ void XClientQueue::Run()
         m_jobs.pop_front();
         m_busy = true;
         lock.unlock();
+        const auto start = std::chrono::steady_clock::now();
         const HRESULT result = job.call(*callback);
+        const bool slow = std::chrono::steady_clock::now() - start > SlowAnswer;
         if (LXIsGone(
                 result)) // noted before the answer is known, so that who waits for it finds the client gone
         {
             m_gone = true;
             End();
         }
-        job.answer.set_value(result);
         lock.lock();
         m_busy = false;
+        m_slow = slow;
         m_changed.notify_all();
+        lock.unlock();
+        job.answer.set_value(
+            result); // last, so that who waits for it finds the client ready for the next call
+        lock.lock();
     }
     lock.unlock();
     callback.Reset();
@@ -95,10 +106,10 @@ void XClientQueue::End()
     }
 }
 
-bool XClientQueue::IsBusy() const
+bool XClientQueue::IsReady() const
 {
     const std::lock_guard lock(m_mutex);
-    return !IsIdle();
+    return IsIdle() && !m_slow;
 }
 
 bool XClientQueue::WaitUntilIdle(Time until)

@@ -41,8 +41,9 @@ public:
     /// Makes no call any more and lets go of the callback.
     void End();
 
-    /// Whether a call is under way or waits.
-    bool IsBusy() const;
+    /// Whether nothing is under way or waits, and the last call did not take long: an answer to the next call
+    /// may be waited for.
+    bool IsReady() const;
     /// Whether the client is gone, so that it was ended.
     bool IsGone() const noexcept { return m_gone; }
     bool WaitUntilIdle(Time until);
@@ -66,6 +67,7 @@ private:
     std::deque<Job> m_jobs;
     bool m_threadRuns = false; // from the first call on
     bool m_busy = false;
+    bool m_slow = false; // the last call took long
     bool m_end = false;
     std::atomic<bool> m_gone{false}; // not guarded
 };

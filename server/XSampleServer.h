@@ -87,7 +87,7 @@ public:
     std::vector<XRegisteredClient> Clients() const;
     /// For clients in other processes: each that registers from now on is called on a thread of its own, so
     /// that a slow one holds up nobody else. Who sends a notification waits for the answers no longer than
-    /// that, and not at all for a client that was busy already.
+    /// that, and not at all for a client that was busy already or slow the last time.
     void CallEachClientOnItsOwnThread(std::chrono::milliseconds wait);
     /// Forgets the clients whose processes are gone, which a notification does too.
     void CheckClients();

@@ -78,14 +78,14 @@ std::vector<XServerNotifier::Client> XServerNotifier::AllClients() const
     return clients;
 }
 
-/// Gives a call to every client's thread. The answers are of those that had nothing to do before.
+/// Gives a call to every client's thread. The answers are those of the clients that are worth waiting for.
 XServerNotifier::Answers XServerNotifier::PostToEach(const std::vector<Client>& clients,
                                                      const XClientQueue::Call& call) const
 {
     Answers answers;
     for (const Client& client : clients)
     {
-        const bool wait = !client.queue->IsBusy();
+        const bool wait = client.queue->IsReady();
         XClientQueue::Answer answer = client.queue->Post(call);
         if (wait)
         {
@@ -206,7 +206,7 @@ void XServerNotifier::CheckClients()
                 Unregister(client.facts.id);
             }
         }
-        else if (!client.queue->IsBusy())
+        else if (client.queue->WaitUntilIdle({})) // no second question before the first is answered
         {
             client.queue->Post(check);
         }

@@ -33,7 +33,8 @@ public:
     void Shutdown();
 
     /// From now on each client that registers is called on a thread of its own. Who sends a notification
-    /// waits for the answers no longer than that, and not at all for a client that was busy already.
+    /// waits for the answers no longer than that, and not at all for a client that was busy already or slow
+    /// the last time.
     void CallEachClientOnItsOwnThread(std::chrono::milliseconds wait);
 
     LONG Register(XLXTextView computer, ULONG process, ILXCallbackUpdate* callback);

@@ -230,9 +230,18 @@ std::string LXFormatNotification(const XNotification& sent)
 XNotification LXParseNotification(std::string_view json)
 {
     return Reading(json, [](const XJson& parsed) {
+        if (parsed.contains("refused"))
+        {
+            Refuse(parsed.at("refused").get<std::string>());
+        }
         return XNotification{parsed.at("id").get<ULONG>(), parsed.at("clients").get<int>(),
                              parsed.at("result").get<HRESULT>()};
     });
+}
+
+std::string LXFormatRefusal(const std::string& reason)
+{
+    return XJson({{"refused", reason}}).dump(-1, ' ', false, XJson::error_handler_t::replace);
 }
 
 std::string LXFormatCounts(const XCallCounts& counts)
@@ -266,13 +275,18 @@ std::string LXFormatStatus(const XSampleServer& server)
             {{"id", client.id}, {"computer", LXToUtf8(client.computer)}, {"process", client.process}});
     }
     const XServerObjectCount live = server.LiveObjects();
-    return XJson({{"clients", clients}, {"objects", live.objects}, {"references", live.references}}).dump();
+    return XJson({{"process", GetCurrentProcessId()},
+                  {"clients", clients},
+                  {"objects", live.objects},
+                  {"references", live.references}})
+        .dump();
 }
 
 XServerStatus LXParseStatus(std::string_view json)
 {
     return Reading(json, [](const XJson& parsed) {
         XServerStatus status;
+        status.process = parsed.at("process").get<ULONG>();
         for (const XJson& client : parsed.at("clients"))
         {
             status.clients.push_back({client.at("id").get<LONG>(), client.at("computer").get<std::string>(),

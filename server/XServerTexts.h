@@ -20,7 +20,10 @@ std::string LXEditUsage();
 
 /// {"id":7,"clients":2,"result":0}
 std::string LXFormatNotification(const XNotification& sent);
+/// Raises std::invalid_argument with the reason when the text is that of a refusal.
 XNotification LXParseNotification(std::string_view json);
+/// {"refused":"the model has no such type"}
+std::string LXFormatRefusal(const std::string& reason);
 
 /// {"ILXType::GetPage":3,...}
 std::string LXFormatCounts(const XCallCounts& counts);
@@ -35,11 +38,12 @@ struct XServerStatus
         std::string computer;
         ULONG process = 0;
     };
+    ULONG process = 0; ///< the server's own
     std::vector<Client> clients;
     XServerObjectCount live;
 };
 
-/// {"clients":[{"id":1,"computer":"A","process":32}],"objects":4,"references":9}
+/// {"process":30,"clients":[{"id":1,"computer":"A","process":32}],"objects":4,"references":9}
 std::string LXFormatStatus(const XSampleServer& server);
 XServerStatus LXParseStatus(std::string_view json);
 

@@ -70,11 +70,12 @@ XServerHost::XServerHost(XServerModel model) : m_server(XSampleServer::Create(st
     m_server->CallEachClientOnItsOwnThread(WaitForClients);
 }
 
-DWORD XServerHost::Register()
+DWORD XServerHost::Register(Terms terms)
 {
     DWORD cookie = 0;
-    const HRESULT result = CoRegisterClassObject(CLSID_LXSampleServer, &m_factory, CLSCTX_LOCAL_SERVER,
-                                                 REGCLS_MULTIPLEUSE, &cookie);
+    const HRESULT result =
+        CoRegisterClassObject(CLSID_LXSampleServer, &m_factory, CLSCTX_LOCAL_SERVER,
+                              terms.singleUse ? REGCLS_SINGLEUSE : REGCLS_MULTIPLEUSE, &cookie);
     if (FAILED(result))
     {
         throw std::runtime_error("the server's class object cannot be registered");
@@ -94,15 +95,15 @@ bool XServerHost::WaitForStop(std::chrono::milliseconds time)
     return m_stopped.wait_for(lock, time, [this] { return m_stop; });
 }
 
-void XServerHost::Serve(bool idleEnd, const std::function<void()>& whenReady)
+void XServerHost::Serve(Terms terms, const std::function<void()>& whenReady)
 {
-    DWORD cookie = Register();
+    DWORD cookie = Register(terms);
     whenReady();
     for (int idle = 0; !WaitForStop(TimeBetweenChecks);)
     {
         m_server->CheckClients();
         idle = IsInUse() ? 0 : idle + 1;
-        if (!idleEnd || idle < ChecksUntilIdleEnd)
+        if (!terms.idleEnd || idle < ChecksUntilIdleEnd)
         {
             continue;
         }
@@ -111,7 +112,7 @@ void XServerHost::Serve(bool idleEnd, const std::function<void()>& whenReady)
         {
             return;
         }
-        cookie = Register();
+        cookie = Register(terms);
         idle = 0;
     }
     std::this_thread::sleep_for(TimeForLastAnswer);
@@ -177,9 +178,17 @@ HRESULT XServerHost::Edit(BSTR edit, BSTR* outcome)
     return Method(
         "Edit",
         [&] {
-            *outcome =
-                NewText(LXFormatNotification(LXApplyEdit(m_server->Edit(), LXToUtf8(LXBstrView(edit)))));
-            return S_OK;
+            try
+            {
+                *outcome =
+                    NewText(LXFormatNotification(LXApplyEdit(m_server->Edit(), LXToUtf8(LXBstrView(edit)))));
+                return S_OK;
+            }
+            catch (const std::logic_error& error)
+            {
+                *outcome = NewText(LXFormatRefusal(error.what()));
+                throw;
+            }
         },
         outcome);
 }

@@ -20,10 +20,15 @@ public:
     XServerHost(const XServerHost&) = delete;
     XServerHost& operator=(const XServerHost&) = delete;
 
-    /// Lets clients find the control object, until it was told to stop. With idleEnd it ends too when nobody
-    /// has held anything of it for some seconds. Calls the function when clients can find it. Raises
-    /// std::runtime_error when they cannot.
-    void Serve(bool idleEnd, const std::function<void()>& whenReady);
+    struct Terms
+    {
+        bool idleEnd = false;   ///< ends when nobody has held anything of it for some seconds
+        bool singleUse = false; ///< only the first client that looks for it finds it
+    };
+
+    /// Lets clients find the control object, until it was told to stop. Calls the function when they can find
+    /// it. Raises std::runtime_error when they cannot.
+    void Serve(Terms terms, const std::function<void()>& whenReady);
     XSampleServer& Server() const { return *m_server; }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
@@ -58,7 +63,7 @@ private:
         XServerHost& m_host;
     };
 
-    DWORD Register();
+    DWORD Register(Terms terms);
     bool IsInUse() const;
     bool WaitForStop(std::chrono::milliseconds time);
 

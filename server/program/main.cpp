@@ -22,9 +22,10 @@ struct Options
 {
     std::string model;
     double delay = 0;
+    std::string readyEvent;
     bool registers = false;
     bool unregisters = false;
-    bool embedded = false; // started by COM
+    XServerHost::Terms terms;
 };
 
 constexpr const OLECHAR* ProgId = OLESTR("LXSampleServer.Server");
@@ -63,6 +64,17 @@ void Check(HRESULT result, const char* what)
     }
 }
 
+/// Tells whoever started the program that clients find it now.
+void SayReady(const Options& options)
+{
+    std::puts("lxsampleserver: ready");
+    std::fflush(stdout);
+    if (!options.readyEvent.empty())
+    {
+        SetEvent(CreateEventA(nullptr, TRUE, FALSE, options.readyEvent.c_str())); // and is kept until the end
+    }
+}
+
 void Serve(const Options& options)
 {
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "initialising COM");
@@ -71,10 +83,7 @@ void Serve(const Options& options)
         host.Server().Calls().SetDelay(DelayOf(options));
         std::printf("lxsampleserver: process %lu serves %zu types\n", GetCurrentProcessId(),
                     host.Server().Model().types.size());
-        host.Serve(options.embedded, [] {
-            std::puts("lxsampleserver: ready");
-            std::fflush(stdout);
-        });
+        host.Serve(options.terms, [&options] { SayReady(options); });
     }
     CoUninitialize();
     std::puts("lxsampleserver: ended");
@@ -120,12 +129,16 @@ int main(int argc, char** argv)
 {
     Options options;
     std::vector<char*> arguments(argv, argv + argc);
-    options.embedded = TakeEmbedding(arguments);
+    options.terms.idleEnd = TakeEmbedding(arguments);
 
     CLI::App app("The sample server of the configuration cache, for clients in other processes.");
     app.add_option("--model", options.model, "Model file; a small model of its own without it");
     app.add_option("--delay", options.delay, "Milliseconds that each call takes at least")
         ->check(CLI::Range(0.0, 1000.0));
+    app.add_option("--ready-event", options.readyEvent,
+                   "Name of an event to set when clients can find the server");
+    app.add_flag("--single-use", options.terms.singleUse,
+                 "Serve only the first client that looks for the server");
     auto* const registers = app.add_flag("--register", options.registers, "Tell COM how to start it");
     app.add_flag("--unregister", options.unregisters, "Take that back")->excludes(registers);
     CLI11_PARSE(app, static_cast<int>(arguments.size()), arguments.data());

@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 /// The elements of an enumerator, fetched in batches that do not divide their number.
 template <class IEnumX, class IX>
 std::vector<XLXComPtr<IX>> LXFetch(IEnumX* enumerator)
@@ -88,7 +90,7 @@ public:
     STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
     STDMETHODIMP_(ULONG) Release() override { return --references; } // lives on the test's stack
 
-    STDMETHODIMP CheckCallbackValid() override { return S_OK; }
+    STDMETHODIMP CheckCallbackValid() override { return answer; }
     STDMETHODIMP ServerIsTerminating() override
     {
         terminating = true;
@@ -100,6 +102,7 @@ public:
                                    ULONG ulNotificationId, ULONG ulCount,
                                    tagLXUpdateInfo* pLXUpdateInfo) override
     {
+        std::this_thread::sleep_for(slowness);
         EXPECT_EQ(ulCount, 0u);
         EXPECT_EQ(pLXUpdateInfo, nullptr);
         const std::lock_guard lock(mutex);
@@ -119,7 +122,8 @@ public:
 
     std::atomic<ULONG> references{0};
     std::atomic<bool> terminating{false};
-    HRESULT answer = S_OK;
+    std::atomic<HRESULT> answer{S_OK};
+    std::chrono::milliseconds slowness{0};
     std::mutex mutex; // guards the rest
     std::vector<std::string> dataIds;
     std::vector<std::string> dataTypes;

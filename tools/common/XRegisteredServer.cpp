@@ -46,8 +46,19 @@ public:
     XNotification Edit(const std::string& json) override
     {
         XLXComBSTR outcome;
-        LXExpect(m_server->Edit(LXBstr(json).Get(), outcome.Put()), "ILXSampleServer::Edit");
-        return LXParseNotification(LXToUtf8(outcome.View()));
+        const HRESULT result = m_server->Edit(LXBstr(json).Get(), outcome.Put());
+        if (result != E_INVALIDARG || outcome.View().empty())
+        {
+            LXExpect(result, "ILXSampleServer::Edit");
+        }
+        try
+        {
+            return LXParseNotification(LXToUtf8(outcome.View()));
+        }
+        catch (const std::invalid_argument& refusal)
+        {
+            throw XToolFailure(refusal.what());
+        }
     }
     XServerObjectCount LiveObjects() override
     {
