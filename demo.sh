@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Shows what the configuration cache does.
-#   ./demo.sh          builds the Windows DLL, registers it with regsvr32 in a Wine prefix of its own and runs
-#                      a client of it, first as an application, then as a server's process
-#   ./demo.sh native   the same on Linux
+#   ./demo.sh          builds for Windows and registers everything in a Wine prefix of its own; starts the sample
+#                      server as a program, and an application that reads it through the cache in another process;
+#                      then the cache inside a server's process
+#   ./demo.sh native   the same on Linux, where application and server are one process
 # Installs what is missing (Debian 12). Everything it writes is under build/.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
@@ -44,13 +45,32 @@ native() {
     cmake/setup.sh build
     build linux-release lxdemo
     local demo=build/linux-release/bin/lxdemo
-    headline "Client mode, on Linux"
+    headline "Client mode: an application and a server in one process, on Linux"
     timeout 300 "$demo" --colours "$colours"
-    headline "Server mode, on Linux"
+    headline "Server mode: the cache in the server's own process, on Linux"
     timeout 300 "$demo" --colours "$colours" --server-mode
 }
 
 on_wine() { timeout "$1" cmake/run-wine.sh "${@:2}" </dev/null; }
+
+readonly bin=build/windows-release/bin
+readonly modules=(LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS)
+
+# What each of them is, for the reader.
+about() {
+    case $1 in
+    LXConfigFactoryCache32) echo "the cache" ;;
+    LXConfigFactoryCachePS) echo "its interfaces between processes" ;;
+    LXCfgCacheCallback) echo "the callback object of its own" ;;
+    LXSampleServerPS) echo "the control of the sample server between processes" ;;
+    esac
+}
+
+# regsvr32 OPTIONS... MODULE
+regsvr32() {
+    local module="Z:$PWD/$bin/${*: -1}.dll"
+    quietly on_wine 120 regsvr32 /s "${@:1:$#-1}" "${module//\//\\}"
+}
 
 end_wine() {
     local server
@@ -65,24 +85,48 @@ end_wine() {
 # Through a pipe, so that Wine takes neither the terminal nor the encoding into its own hands.
 run_on_wine() {
     headline "$1"
-    on_wine 300 build/windows-release/bin/lxdemo.exe --colours "$colours" "${@:2}" 2>&1 | cat
+    on_wine 600 "$bin/lxdemo.exe" --colours "$colours" "${@:2}" 2>&1 | cat
+}
+
+# Starts the sample server's program in the background and waits until clients find it.
+start_server() {
+    local output=build/demo-server.log
+    on_wine 900 "$bin/lxsampleserver.exe" --model models/plant.json >"$output" 2>&1 &
+    for ((i = 0; i < 300; ++i)); do
+        if grep -q ready "$output" 2>/dev/null; then
+            return
+        fi
+        sleep 0.1
+    done
+    cat "$output" >&2
+    echo "demo.sh: the sample server does not start" >&2
+    return 1
 }
 
 windows() {
+    local module
     cmake/setup.sh build windows
-    build windows-release lxdemo LXConfigFactoryCache32
+    build windows-release lxdemo lxsampleserverprogram "${modules[@]}"
     export WINEPREFIX=$PWD/build/demo-wineprefix
-    local module="Z:$PWD/build/windows-release/bin/LXConfigFactoryCache32.dll"
     trap end_wine EXIT
     step "Preparing a Wine prefix of its own"
     quietly on_wine 300 wineboot -i
-    step "Registering LXConfigFactoryCache32.dll with regsvr32"
-    quietly on_wine 120 regsvr32 /s "${module//\//\\}"
-    run_on_wine "Client mode, on Windows"
-    run_on_wine "Server mode, on Windows"  --server-mode
+    for module in "${modules[@]}"; do
+        step "Registering $module.dll: $(about "$module")"
+        regsvr32 "$module"
+    done
+    step "Registering and starting lxsampleserver.exe: the server, a process of its own"
+    quietly on_wine 120 "$bin/lxsampleserver.exe" --register --model models/plant.json
+    start_server
+    run_on_wine "An application and a server in two processes, on Windows" --server LXSampleServer.Server
+    run_on_wine "Server mode: the cache in the server's own process, on Windows" --server-mode
     printf '\n'
-    step "Unregistering"
-    quietly on_wine 120 regsvr32 /u /s "${module//\//\\}"
+    step "Stopping the server, unregistering everything"
+    quietly on_wine 120 "$bin/lxsampleserver.exe" --stop
+    quietly on_wine 120 "$bin/lxsampleserver.exe" --unregister
+    for module in "${modules[@]}"; do
+        regsvr32 /u "$module"
+    done
 }
 
 if [ "$mode" = windows ] && ! cmake/setup.sh wine; then

@@ -4,6 +4,7 @@
 //
 //     lxsampleserver --register --model models/plant.json   COM starts it when a client asks for it
 //     lxsampleserver --model models/plant.json              serves until somebody calls ILXSampleServer::Stop
+//     lxsampleserver --stop                                 ends the one that runs
 //     lxsampleserver --unregister
 //
 // Started by COM it ends by itself some seconds after the last client.
@@ -25,6 +26,7 @@ struct Options
     std::string readyEvent;
     bool registers = false;
     bool unregisters = false;
+    bool stops = false;
     XServerHost::Terms terms;
 };
 
@@ -89,11 +91,29 @@ void Serve(const Options& options)
     std::puts("lxsampleserver: ended");
 }
 
+/// Ends the program that runs. When none does, COM starts one, which is ended at once.
+void Stop()
+{
+    Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "initialising COM");
+    {
+        XLXComPtr<ILXSampleServer> server;
+        Check(CoCreateInstance(CLSID_LXSampleServer, nullptr, CLSCTX_LOCAL_SERVER, LXIid<ILXSampleServer>(),
+                               server.PutVoid()),
+              "finding the server");
+        Check(server->Stop(), "stopping the server");
+    }
+    CoUninitialize();
+}
+
 int Run(const Options& options)
 {
     try
     {
-        if (options.unregisters)
+        if (options.stops)
+        {
+            Stop();
+        }
+        else if (options.unregisters)
         {
             Check(LXUnregisterClass(Registration(options)), "unregistering");
         }
@@ -140,7 +160,11 @@ int main(int argc, char** argv)
     app.add_flag("--single-use", options.terms.singleUse,
                  "Serve only the first client that looks for the server");
     auto* const registers = app.add_flag("--register", options.registers, "Tell COM how to start it");
-    app.add_flag("--unregister", options.unregisters, "Take that back")->excludes(registers);
+    auto* const unregisters =
+        app.add_flag("--unregister", options.unregisters, "Take that back")->excludes(registers);
+    app.add_flag("--stop", options.stops, "End the server that runs")
+        ->excludes(registers)
+        ->excludes(unregisters);
     CLI11_PARSE(app, static_cast<int>(arguments.size()), arguments.data());
     return Run(options);
 }

@@ -88,6 +88,7 @@ void XToolOutput::Section(const std::string& title)
 {
     Print("");
     Print(Styled(Bold, std::to_string(++m_sections) + "  " + title));
+    std::fflush(stdout); // a reader at the end of a pipe sees what goes on
 }
 
 void XToolOutput::Line(const std::string& text)

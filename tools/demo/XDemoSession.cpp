@@ -5,15 +5,14 @@
 
 namespace
 {
-constexpr std::chrono::seconds LimitOfReleases{10}; // another process gets them a little later
-constexpr LONG EverythingInBulk = 15;               // attributes 1, groups 2, pages 4, editors 8
+constexpr std::chrono::seconds LimitOfReleases{30}; // another process gets them a little later
 } // namespace
 
 XDemoSession::XDemoSession(const XToolComponent& component, std::unique_ptr<XToolServer> server)
     : m_server(std::move(server)), m_before(m_server->LiveObjects()), m_cache(component.Activate())
 {}
 
-XMeasured XDemoSession::StartAsClient(bool separateCallback)
+XMeasured XDemoSession::StartAsClient(LONG transferMode, bool separateCallback)
 {
     XLXVariantVector values;
     values.push_back(XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()));
@@ -21,7 +20,7 @@ XMeasured XDemoSession::StartAsClient(bool separateCallback)
     values.push_back(XLXComVariant::FromUnknown(m_server->DataUpdate().Get()));
     values.push_back(XLXComVariant::FromBool(false)); // no notifications: no, they are wanted
     values.push_back(XLXComVariant::FromBool(separateCallback));
-    values.push_back(XLXComVariant::FromI4(EverythingInBulk));
+    values.push_back(XLXComVariant::FromI4(transferMode));
     return Measure([&] {
         LXExpect(m_cache.As<IDPFObject>()->Initialize(static_cast<ULONG>(values.size()), &values[0].Get()),
                  "IDPFObject::Initialize");

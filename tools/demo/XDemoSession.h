@@ -24,9 +24,12 @@ class XDemoSession
 public:
     XDemoSession(const XToolComponent& component, std::unique_ptr<XToolServer> server);
 
-    /// Initialises the cache as an application does: the types with all their components arrive in one bulk
-    /// read. The server's callback goes to the cache, or to an object of its own that passes it on.
-    XMeasured StartAsClient(bool separateCallback = false);
+    /// Initialises the cache as an application does: the types arrive in one bulk read, with all their
+    /// components.
+    XMeasured StartAsClient() { return StartAsClient(EverythingInBulk, false); }
+    /// The same with a callback object of its own, which passes the server's calls on to the cache. The
+    /// types' components come when they are asked for.
+    XMeasured StartWithSeparateCallback() { return StartAsClient(TypesInBulk, true); }
     /// Initialises it as the server's own process does: the server's objects are wrapped.
     XMeasured StartInServer();
     /// Takes the edits back and ends the cache. Raises XToolFailure when it keeps a reference to an object of
@@ -55,6 +58,11 @@ public:
     }
 
 private:
+    static constexpr LONG TypesInBulk = 0;
+    static constexpr LONG EverythingInBulk = 15; // attributes 1, groups 2, pages 4, editors 8
+
+    XMeasured StartAsClient(LONG transferMode, bool separateCallback);
+
     const std::unique_ptr<XToolServer> m_server;
     const XServerObjectCount m_before; // what others hold of the server
     std::vector<std::string> m_backwards;

@@ -146,7 +146,7 @@ void LXShowSeparateCallback(XToolOutput& output, XDemoSession& session)
 {
     output.Section("The same with a callback object of its own");
     output.Line("XCfgCacheCallback, from a DLL of its own, takes the server's calls and passes them on");
-    session.StartAsClient(true);
+    session.StartWithSeparateCallback();
     const Listener listener;
     EditAProperty(output, session, listener);
 }
