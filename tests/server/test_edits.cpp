@@ -4,6 +4,7 @@
 #include "servertest.h"
 
 #include "XCfgCacheCallback.h"
+#include "XRandomEdits.h"
 
 namespace
 {
@@ -221,4 +222,29 @@ TEST(ServerCallback, TheSeparateCallbackObjectPassesCallsOn)
                                reinterpret_cast<void**>(&none)),
               S_OK);
     CoUninitialize();
+}
+
+// 40 kinds at most, and every one of them is made; the model can be written and read again.
+TEST(RandomEdits, AreOfEveryKindAndTheSameForTheSameSeed)
+{
+    XGeneratorOptions options;
+    options.types = 40;
+    options.attributesPerType = 8;
+    const auto run = [&](unsigned seed, std::map<std::string, unsigned>& made) {
+        const auto server = XSampleServer::Create(LXGenerateModel(options));
+        XRecordingClient client;
+        const LONG id = LXRegister(*server, client);
+        made = LXRandomEdits(*server, seed, 2000);
+        EXPECT_GE(client.Take().size(), 2000u); // an edit of "searchable" sends two
+        server->DataUpdate()->UnregisterCallback(id);
+        return LXFormatModel(server->Model());
+    };
+    std::map<std::string, unsigned> made;
+    std::map<std::string, unsigned> other;
+    const std::string first = run(7, made);
+    EXPECT_EQ(first, run(7, other));
+    EXPECT_EQ(made, other);
+    EXPECT_NE(first, run(8, other));
+    EXPECT_EQ(made.size(), 37u);
+    EXPECT_EQ(LXFormatModel(LXParseModel(first)), first);
 }
