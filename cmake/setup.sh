@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Installs what is missing of the Debian 12 packages that this project is built and tested with.
-#   cmake/setup.sh GROUP...      groups: build, windows, wine, checks, bench, extras
+#   cmake/setup.sh GROUP...      groups: build, windows, wine, browser, checks, bench, extras
 # Says what it installs, and nothing when nothing is missing.
 set -euo pipefail
 
@@ -10,6 +10,7 @@ packages_of() {
     build) echo g++ cmake ninja-build python3 nlohmann-json3-dev libcli11-dev googletest ;;
     windows) echo g++-mingw-w64-x86-64-posix mingw-w64-tools libwine libwine-dev ;;
     wine) echo wine wine64 ;;
+    browser) echo chromium chromium-driver ;;
     checks) echo git clang clang-format libclang-rt-14-dev llvm ;;
     bench) echo libbenchmark-dev libtbb-dev linux-perf valgrind ;;
     extras) echo clang-tidy ;;

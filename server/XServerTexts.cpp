@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "XServerTexts.h"
 
+#include "XRandomEdits.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -101,6 +103,15 @@ struct EditText
     XNotification (*apply)(E edits, A a);
 };
 
+/// Edits by a seed. What is answered is not the outcome of a single one.
+XNotification RandomEdits(E edits, A arguments)
+{
+    LXRandomEdits(edits, static_cast<unsigned>(arguments.Number("seed")),
+                  static_cast<unsigned>(arguments.Number("count")),
+                  arguments.Flag("notify", true) ? XNotify::Here : XNotify::No);
+    return {};
+}
+
 // clang-format off
 const std::vector<EditText>& Edits()
 {
@@ -149,6 +160,8 @@ const std::vector<EditText>& Edits()
     {"AddPCInfo", {"parent", "child", "list", "browser", "new?"}, [](E e, A a) { return e.AddPCInfo(a.Text("parent"), a.Text("child"), a.Text("list"), a.Text("browser"), a.Flag("new")); }},
     {"RemovePCInfo", {"parent", "child", "list", "browser"}, [](E e, A a) { return e.RemovePCInfo(a.Text("parent"), a.Text("child"), a.Text("list"), a.Text("browser")); }},
     {"SetPCInfoProperty", {"parent", "child", "list", "browser", "index", "value"}, [](E e, A a) { return e.SetPCInfoProperty(a.Text("parent"), a.Text("child"), a.Text("list"), a.Text("browser"), a.Number("index"), a.Value()); }},
+
+    {"RandomEdits", {"seed", "count", "notify?"}, [](E e, A a) { return RandomEdits(e, a); }},
     };
     return edits;
 }

@@ -26,6 +26,15 @@ std::size_t Length(const std::string& text)
         std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
+bool IsTerminalFile(std::FILE* file)
+{
+#ifdef _WIN32
+    return _isatty(_fileno(file)) != 0;
+#else
+    return isatty(fileno(file)) != 0;
+#endif
+}
+
 void Print(const std::string& line)
 {
     std::fputs((line + "\n").c_str(), stdout);
@@ -65,11 +74,12 @@ std::vector<std::size_t> XToolTable::Widths() const
 
 bool XToolOutput::IsTerminal()
 {
-#ifdef _WIN32
-    return _isatty(_fileno(stdout)) != 0;
-#else
-    return isatty(fileno(stdout)) != 0;
-#endif
+    return IsTerminalFile(stdout);
+}
+
+bool XToolOutput::IsErrorTerminal()
+{
+    return IsTerminalFile(stderr);
 }
 
 void XToolOutput::Prepare()
@@ -89,6 +99,30 @@ void XToolOutput::Section(const std::string& title)
     Print("");
     Print(Styled(Bold, std::to_string(++m_sections) + "  " + title));
     std::fflush(stdout); // a reader at the end of a pipe sees what goes on
+}
+
+void XToolOutput::Heading(const std::string& title)
+{
+    Print("");
+    Print(Styled(Bold, title));
+}
+
+void XToolOutput::Fields(const std::vector<std::pair<std::string, std::string>>& fields)
+{
+    std::size_t width = 0;
+    for (const auto& [name, value] : fields)
+    {
+        width = std::max(width, Length(name));
+    }
+    for (const auto& [name, value] : fields)
+    {
+        Line(Faint(name) + (value.empty() ? "" : std::string(width - Length(name), ' ') + Gap + value));
+    }
+}
+
+std::string XToolOutput::Faint(const std::string& text) const
+{
+    return Styled(::Faint, text);
 }
 
 void XToolOutput::Line(const std::string& text)
@@ -119,10 +153,10 @@ void XToolOutput::Table(const XToolTable& table)
         all += width + (all == 0 ? 0 : 2);
     }
     Print("");
-    Print(Indent + Styled(Faint, Cells(table, table.m_titles, widths)));
+    Print(Indent + Styled(::Faint, Cells(table, table.m_titles, widths)));
     for (const auto& row : table.m_rows)
     {
-        Print(Indent + (row.empty() ? Styled(Faint, std::string(all, '-')) : Cells(table, row, widths)));
+        Print(Indent + (row.empty() ? Styled(::Faint, std::string(all, '-')) : Cells(table, row, widths)));
     }
 }
 

@@ -5,6 +5,7 @@
 #define XTOOLOUTPUT_H
 
 #include <string>
+#include <utility>
 #include <vector>
 
 /// A table. Columns are as wide as their widest cell; a column whose title begins with '>' is set right.
@@ -35,11 +36,19 @@ public:
 
     /// Begins a section; they are numbered.
     void Section(const std::string& title);
+    /// The same without a number.
+    void Heading(const std::string& title);
     void Line(const std::string& text = "");
     void Table(const XToolTable& table);
 
-    /// Whether standard output is a terminal.
+    /// Names and values, one pair a line, the values below each other.
+    void Fields(const std::vector<std::pair<std::string, std::string>>& fields);
+    /// A text with less weight than what stands beside it.
+    std::string Faint(const std::string& text) const;
+
+    /// Whether standard output or standard error is a terminal.
     static bool IsTerminal();
+    static bool IsErrorTerminal();
     /// Makes standard output take UTF-8 as it is.
     static void Prepare();
 

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+//
+// A server with a cache in front of it, and what the commands ask of both.
+//
+// Errors  XToolFailure.
+#ifndef XCFCSESSION_H
+#define XCFCSESSION_H
+
+#include "XToolCom.h"
+#include "XToolComponent.h"
+#include "XToolServer.h"
+
+/// Which server.
+struct XServerChoice
+{
+    std::string progId; ///< a registered server, where it is not empty
+    std::string model;  ///< else a model file in this process; the shipped one where it is empty
+    int generated = 0;  ///< else, where it is not 0, a generated model with that many types
+    double delay = 0;   ///< milliseconds that each call to it takes
+};
+
+class XCfcSession
+{
+public:
+    explicit XCfcSession(const XServerChoice& choice);
+    /// Ends the cache.
+    ~XCfcSession();
+    XCfcSession(const XCfcSession&) = delete;
+    XCfcSession& operator=(const XCfcSession&) = delete;
+
+    XToolServer& Server() const { return *m_server; }
+    /// The server's own config factory, and the cache's.
+    ILXConfigFactory& Direct() const { return *m_direct; }
+    ILXConfigFactory& Cached() const { return *m_factory; }
+    ILXConfigFactoryCache& Cache() const { return *m_cache; }
+
+    /// The cached type of that name. Raises when there is none.
+    XLXComPtr<ILXType> Type(const std::string& name) const;
+    /// Makes random edits on the server.
+    void EditAtRandom(unsigned seed, unsigned count, bool notify) const;
+
+private:
+    XToolComponent m_component;
+    std::unique_ptr<XToolServer> m_server;
+    XLXComPtr<ILXConfigFactory> m_direct;
+    XLXComPtr<ILXConfigFactoryCache> m_cache;
+    XLXComPtr<ILXConfigFactory> m_factory;
+};
+
+/// The model that is shipped with the program: beside it, where it was installed to, or in the source tree.
+std::string LXShippedModel();
+
+#endif

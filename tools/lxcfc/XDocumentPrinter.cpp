@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: MIT
+#include "XDocumentPrinter.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+
+namespace
+{
+constexpr const char* TreeMember = "tree";
+constexpr const char* ChildrenMember = "children";
+
+/// "Base types" for "baseTypes".
+std::string Title(const std::string& member)
+{
+    std::string title;
+    for (const char c : member)
+    {
+        const auto character = static_cast<unsigned char>(c);
+        title += std::isupper(character) != 0 ? " " : "";
+        title += static_cast<char>(title.empty() ? std::toupper(character) : std::tolower(character));
+    }
+    return title;
+}
+
+bool IsTable(const XJson& value)
+{
+    return value.is_array() && !value.empty() && value.front().is_object();
+}
+
+std::vector<std::string> ColumnsOf(const XJson& rows)
+{
+    std::vector<std::string> columns;
+    for (const XJson& row : rows)
+    {
+        for (const auto& [name, value] : row.items())
+        {
+            if (!LXPlain(value).empty() && std::find(columns.begin(), columns.end(), name) == columns.end())
+            {
+                columns.push_back(name);
+            }
+        }
+    }
+    // In the order of the rows' members, although a column may have its first value in a later row.
+    std::vector<std::string> ordered;
+    for (const XJson& row : rows)
+    {
+        for (const auto& [name, value] : row.items())
+        {
+            const bool wanted = std::find(columns.begin(), columns.end(), name) != columns.end();
+            if (wanted && std::find(ordered.begin(), ordered.end(), name) == ordered.end())
+            {
+                ordered.push_back(name);
+            }
+        }
+    }
+    return ordered;
+}
+
+bool IsNumeric(const XJson& rows, const std::string& column)
+{
+    return std::all_of(rows.begin(), rows.end(), [&column](const XJson& row) {
+        return !row.contains(column) || row[column].is_number() || row[column].is_null();
+    });
+}
+} // namespace
+
+std::string LXPlain(const XJson& value)
+{
+    switch (value.type())
+    {
+    case XJson::value_t::null:
+        return "";
+    case XJson::value_t::string:
+        return value.get<std::string>();
+    case XJson::value_t::boolean:
+        return value.get<bool>() ? "yes" : "";
+    case XJson::value_t::array: {
+        std::vector<std::string> texts;
+        std::transform(value.begin(), value.end(), std::back_inserter(texts), LXPlain);
+        return LXJoined(texts, ", ");
+    }
+    case XJson::value_t::object: {
+        std::vector<std::string> texts;
+        for (const auto& [name, member] : value.items())
+        {
+            texts.push_back(Title(name) + ": " + LXPlain(member));
+        }
+        return LXJoined(texts, ", ");
+    }
+    default:
+        return value.dump();
+    }
+}
+
+void XDocumentPrinter::Print(const XJson& document)
+{
+    if (m_json)
+    {
+        std::puts(document.dump(2, ' ', false, XJson::error_handler_t::replace).c_str());
+        return;
+    }
+    Members(document);
+}
+
+void XDocumentPrinter::PrintNext(const XJson& document)
+{
+    if (m_json)
+    {
+        std::puts(document.dump(-1, ' ', false, XJson::error_handler_t::replace).c_str());
+        std::fflush(stdout);
+        return;
+    }
+    Members(document);
+}
+
+void XDocumentPrinter::Members(const XJson& object)
+{
+    std::vector<std::pair<std::string, std::string>> fields;
+    const auto flush = [&] {
+        m_output.Fields(fields);
+        fields.clear();
+    };
+    for (const auto& [name, value] : object.items())
+    {
+        if (name == TreeMember && value.is_array())
+        {
+            flush();
+            m_output.Line();
+            Tree(value, "");
+        }
+        else if (IsTable(value))
+        {
+            flush();
+            m_output.Heading(Title(name) + " (" + std::to_string(value.size()) + ")");
+            Table(value);
+        }
+        else if (value.is_object() && !value.empty())
+        {
+            flush();
+            m_output.Heading(Title(name));
+            Members(value);
+        }
+        else if (const std::string text = LXPlain(value); !text.empty())
+        {
+            fields.emplace_back(Title(name), text);
+        }
+    }
+    flush();
+}
+
+void XDocumentPrinter::Table(const XJson& rows)
+{
+    const std::vector<std::string> columns = ColumnsOf(rows);
+    std::vector<std::string> titles;
+    for (const std::string& column : columns)
+    {
+        titles.push_back((IsNumeric(rows, column) ? ">" : "") + Title(column));
+    }
+    XToolTable table(std::move(titles));
+    for (const XJson& row : rows)
+    {
+        std::vector<std::string> cells;
+        for (const std::string& column : columns)
+        {
+            cells.push_back(row.contains(column) ? LXPlain(row[column]) : "");
+        }
+        table.Row(std::move(cells));
+    }
+    m_output.Table(table);
+}
+
+void XDocumentPrinter::Tree(const XJson& nodes, const std::string& indent)
+{
+    for (const XJson& node : nodes)
+    {
+        const bool isLast = &node == &nodes.back();
+        std::string line = indent.empty() && nodes.size() == 1 ? "" : indent + (isLast ? "└─ " : "├─ ");
+        const std::string below = line.empty() ? "" : indent + (isLast ? "   " : "│  ");
+        bool isFirst = true;
+        for (const auto& [name, value] : node.items())
+        {
+            const std::string text = name == ChildrenMember ? "" : LXPlain(value);
+            if (!text.empty())
+            {
+                const std::string shown = value.is_boolean() ? Title(name) : text;
+                line += isFirst ? shown : "  " + m_output.Faint(shown);
+                isFirst = false;
+            }
+        }
+        m_output.Line(line);
+        if (node.contains(ChildrenMember))
+        {
+            Tree(node[ChildrenMember], below);
+        }
+    }
+}

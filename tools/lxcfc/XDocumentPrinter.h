@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+//
+// How commands answer: each makes one document, and this prints it, as JSON for programs and for people as
+// lines, tables and trees. What a member of a document looks like follows from its value alone:
+//   a scalar, a list of scalars     a line with its name
+//   a list of objects               a table; columns in which nothing stands are left out
+//   a list named "tree"             a tree; its nodes' own lists are named "children"
+//   an object                       a heading, and its members below it
+#ifndef XDOCUMENTPRINTER_H
+#define XDOCUMENTPRINTER_H
+
+#include "XToolOutput.h"
+
+#include <nlohmann/json.hpp>
+
+/// Members keep the order in which they were set.
+using XJson = nlohmann::ordered_json;
+
+class XDocumentPrinter
+{
+public:
+    XDocumentPrinter(bool json, bool colours) : m_json(json), m_output(colours) {}
+
+    void Print(const XJson& document);
+    /// One of many: JSON on a line of its own.
+    void PrintNext(const XJson& document);
+
+private:
+    void Members(const XJson& object);
+    void Table(const XJson& rows);
+    void Tree(const XJson& nodes, const std::string& indent);
+
+    bool m_json;
+    XToolOutput m_output;
+};
+
+/// A value as people read it: a text without quotes, "yes" or nothing for a boolean, lists with commas.
+std::string LXPlain(const XJson& value);
+
+#endif
