@@ -10,24 +10,24 @@
 
 XJson LXJsonOf(const VARIANT& value)
 {
-    const XLXComVariant copy = XLXComVariant::CopyOf(value);
-    switch (copy.Type())
+    switch (V_VT(&value))
     {
     case VT_EMPTY:
     case VT_NULL:
         return nullptr;
+    case VT_I4:
+        return V_I4(&value);
     case VT_BOOL:
-        return copy.AsBool().value_or(false);
+        return V_BOOL(&value) != VARIANT_FALSE;
     case VT_R8:
-        return V_R8(&copy.Get());
+        return V_R8(&value);
     case VT_BSTR:
-        return LXToUtf8(LXBstrView(V_BSTR(&copy.Get())));
+        return LXToUtf8(LXBstrView(V_BSTR(&value)));
     case VT_UNKNOWN:
     case VT_DISPATCH:
         return "(object)";
     default:
-        return copy.AsLong() ? XJson(*copy.AsLong())
-                             : XJson("(value of type " + std::to_string(copy.Type()) + ")");
+        return LXToUtf8(XLXComVariant::CopyOf(value).AsText().value_or(OLESTR("(no text)")));
     }
 }
 

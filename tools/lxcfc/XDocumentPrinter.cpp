@@ -9,6 +9,7 @@ namespace
 {
 constexpr const char* TreeMember = "tree";
 constexpr const char* ChildrenMember = "children";
+constexpr const char* PathMember = "path";
 
 /// "Base types" for "baseTypes".
 std::string Title(const std::string& member)
@@ -23,9 +24,11 @@ std::string Title(const std::string& member)
     return title;
 }
 
-bool IsTable(const XJson& value)
+/// Whether a member is more than a line.
+bool IsSection(const std::string& name, const XJson& value)
 {
-    return value.is_array() && !value.empty() && value.front().is_object();
+    return (value.is_object() && !value.empty()) ||
+           (value.is_array() && (name == TreeMember || (!value.empty() && value.front().is_object())));
 }
 
 std::vector<std::string> ColumnsOf(const XJson& rows)
@@ -114,39 +117,45 @@ void XDocumentPrinter::PrintNext(const XJson& document)
     Members(document);
 }
 
+// The fields come first: below the heading of another member they would seem to belong to that.
 void XDocumentPrinter::Members(const XJson& object)
 {
     std::vector<std::pair<std::string, std::string>> fields;
-    const auto flush = [&] {
-        m_output.Fields(fields);
-        fields.clear();
-    };
     for (const auto& [name, value] : object.items())
     {
-        if (name == TreeMember && value.is_array())
-        {
-            flush();
-            m_output.Line();
-            Tree(value, "");
-        }
-        else if (IsTable(value))
-        {
-            flush();
-            m_output.Heading(Title(name) + " (" + std::to_string(value.size()) + ")");
-            Table(value);
-        }
-        else if (value.is_object() && !value.empty())
-        {
-            flush();
-            m_output.Heading(Title(name));
-            Members(value);
-        }
-        else if (const std::string text = LXPlain(value); !text.empty())
+        const std::string text = IsSection(name, value) ? "" : LXPlain(value);
+        if (!text.empty())
         {
             fields.emplace_back(Title(name), text);
         }
     }
-    flush();
+    m_output.Fields(fields);
+    for (const auto& [name, value] : object.items())
+    {
+        if (IsSection(name, value))
+        {
+            Section(name, value);
+        }
+    }
+}
+
+void XDocumentPrinter::Section(const std::string& name, const XJson& value)
+{
+    if (name == TreeMember)
+    {
+        m_output.Line();
+        Tree(value, "");
+    }
+    else if (value.is_object())
+    {
+        m_output.Heading(Title(name));
+        Members(value);
+    }
+    else
+    {
+        m_output.Heading(Title(name) + " (" + std::to_string(value.size()) + ")");
+        value.front().contains(PathMember) ? Lines(value) : Table(value);
+    }
 }
 
 void XDocumentPrinter::Table(const XJson& rows)
@@ -168,6 +177,23 @@ void XDocumentPrinter::Table(const XJson& rows)
         table.Row(std::move(cells));
     }
     m_output.Table(table);
+}
+
+void XDocumentPrinter::Lines(const XJson& rows)
+{
+    m_output.Line();
+    for (const XJson& row : rows)
+    {
+        std::string line;
+        for (const auto& [name, value] : row.items())
+        {
+            const bool isPath = name == PathMember;
+            line += isPath               ? LXPlain(value) + ":"
+                    : line.back() == ':' ? " " + name + " " + value.dump()
+                                         : ", " + name + " " + value.dump();
+        }
+        m_output.Line(line);
+    }
 }
 
 void XDocumentPrinter::Tree(const XJson& nodes, const std::string& indent)

@@ -4,6 +4,7 @@
 // lines, tables and trees. What a member of a document looks like follows from its value alone:
 //   a scalar, a list of scalars     a line with its name
 //   a list of objects               a table; columns in which nothing stands are left out
+//   a list of objects with a path   a line for each, values as in JSON: path: cache "a", server "b"
 //   a list named "tree"             a tree; its nodes' own lists are named "children"
 //   an object                       a heading, and its members below it
 #ifndef XDOCUMENTPRINTER_H
@@ -27,7 +28,9 @@ public:
 
 private:
     void Members(const XJson& object);
+    void Section(const std::string& name, const XJson& value);
     void Table(const XJson& rows);
+    void Lines(const XJson& rows);
     void Tree(const XJson& nodes, const std::string& indent);
 
     bool m_json;

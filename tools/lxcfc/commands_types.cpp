@@ -4,6 +4,8 @@
 #include "XCfcObjects.h"
 #include "XCommands.h"
 
+#include <algorithm>
+
 namespace
 {
 /// A type with those that derive from it, as a node of a tree.
@@ -85,11 +87,10 @@ public:
     int Run(XRun& run) const
     {
         const auto type = run.Session().Type(m_name);
-        XJson answer = {{"type", m_name}};
+        XJson answer = {{"type", m_name}, {"bases", LXBasesOf(LXTypeNodes(run.Session().Cached()), m_name)}};
         XJson values = LXNamedValuesOf(XElementKind::Type, *type);
         values.erase("p27"); // the base type as an object
         answer["values"] = std::move(values);
-        answer["bases"] = LXBasesOf(LXTypeNodes(run.Session().Cached()), m_name);
         AddGroupsAndPages(answer, *type);
         XJson& attributes = answer["attributes"] = XJson::array();
         for (const auto& attribute : LXAttributesOf(*type, 0))

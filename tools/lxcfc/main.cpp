@@ -5,6 +5,7 @@
 // Exit status: 0 when all went well, 1 when a check found differences, 2 for errors and wrong options.
 #include "XCommands.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #ifdef _WIN32
@@ -65,14 +66,18 @@ int main(int argc, char** argv)
     CLI::App app(
         "Shows, compares and measures the configuration of a server, directly and through the cache.",
         "lxcfc");
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.fallthrough();
     DeclareCommon(app, options);
     XCommands commands(app);
     LXAddTypeCommands(commands);
+    LXAddRelationCommands(commands);
+    LXAddGetCommand(commands);
+    LXAddCheckCommand(commands);
     try
     {
         app.parse(Arguments(argc, argv));
+        LXExpectThat(!app.get_subcommands().empty(), "a command is needed; lxcfc --help lists them");
         XToolOutput::Prepare();
         XRun run(options);
         return commands.Run(run);

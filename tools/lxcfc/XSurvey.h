@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+//
+// Everything that can be asked, asked. A survey knows the config factory's interface only, so that it cannot
+// tell a cache from the server; only what a type derives from is asked of a cache in its own words.
+#ifndef XSURVEY_H
+#define XSURVEY_H
+
+#include "XCfcObjects.h"
+
+#include <functional>
+#include <set>
+
+/// What was answered to one question: the values of an object, or names.
+struct XAnswer
+{
+    std::optional<XElementKind> kind; ///< of the object; empty for names
+    std::vector<XJson> values;
+};
+
+/// Answers by a path such as "Pump/RatedFlow" or "Pump/pages".
+using XAnswers = std::map<std::string, XAnswer>;
+
+class XSurvey
+{
+public:
+    /// @param cache  the cache that the factory is a face of; null for the server itself
+    /// @param calls  how many calls to the server this thread has caused so far; may be empty
+    XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache* cache,
+            std::function<unsigned long long()> calls = {});
+
+    /// The names of all types that can be found without knowing them.
+    std::set<std::string> TypeNames();
+    /// The base of each of these types that there is; those that there are not are left out.
+    std::map<std::string, std::string> BasesOf(const std::set<std::string>& names);
+
+    /// Enumerations, relations with their PC infos, browser ids and format specs.
+    /// @param browsers  those that are asked about here and for each type
+    XAnswers General(const std::vector<std::string>& browsers);
+    std::vector<std::string> Browsers();
+    /// Everything about a type.
+    /// @param bases  of all types that are known
+    XAnswers OfType(const std::string& name, const std::map<std::string, std::string>& bases);
+
+    /// How much was asked, and how much of it caused calls to the server.
+    unsigned long long Questions() const { return m_questions; }
+    unsigned long long Misses() const { return m_misses; }
+    /// How many objects of each kind answered.
+    const std::map<std::string, std::size_t>& Objects() const { return m_objects; }
+
+private:
+    template <class Ask>
+    auto Count(unsigned long long questions, Ask&& ask);
+    template <class Element, class Enumerator, class Call>
+    std::vector<XLXComPtr<Element>> All(const char* what, Call&& call);
+    template <class Element, class Enumerator, class Call>
+    XAnswer Names(const char* what, int member, Call&& call);
+    void Add(const std::string& path, XElementKind kind, ILXConfigObject& object);
+    template <class Owner>
+    void AddFormats(const std::string& path, Owner& owner);
+
+    void AddRelations();
+    void AddSpecs();
+    void AddPages(const std::string& path, ILXType& type);
+    void AddGroups(const std::string& path, ILXType& type);
+    void AddEditors(const std::string& path, ILXType& type);
+    void AddAttributes(const std::string& name, const std::string& base, ILXType& type);
+    void AddOwnAttribute(const std::string& path, ILXAttribute& attribute);
+    void AddRelationsOf(const std::string& path, const std::string& name);
+    void AddDerivation(const std::string& path, const std::string& name,
+                       const std::map<std::string, std::string>& bases);
+    std::set<std::string> DerivesFrom(const std::string& name,
+                                      const std::map<std::string, std::string>& bases);
+    const std::set<std::string>& AttributeNames(const std::string& type);
+
+    ILXConfigFactory& m_factory;
+    ILXConfigFactoryCache* const m_cache;
+    const std::function<unsigned long long()> m_calls;
+    std::vector<std::string> m_browsers;
+    XAnswers m_answers;
+    std::map<std::string, std::set<std::string>> m_attributeNames; ///< by type
+    unsigned long long m_questions = 0;
+    unsigned long long m_misses = 0;
+    std::map<std::string, std::size_t> m_objects;
+};
+
+/// A name as a part of a path: "/" and "%" written "%2F" and "%25".
+std::string LXPathPart(const std::string& name);
+
+#endif

@@ -1,0 +1,264 @@
+// SPDX-License-Identifier: MIT
+//
+// Any property of anything.
+#include "XCfcObjects.h"
+#include "XCommands.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace
+{
+using Object = XLXComPtr<ILXConfigObject>;
+using Names = std::vector<std::string>;
+
+/// The parts of a name like "Pump/RatedFlow". A "/" in a part is written "%2F", a "%" may be written "%25".
+Names PartsOf(const std::string& name)
+{
+    Names parts(1);
+    for (std::size_t i = 0; i < name.size(); ++i)
+    {
+        const std::string code = name.substr(i, 3);
+        if (name[i] == '/')
+        {
+            parts.emplace_back();
+        }
+        else if (code == "%2F" || code == "%25")
+        {
+            parts.back() += code == "%2F" ? '/' : '%';
+            i += 2;
+        }
+        else
+        {
+            parts.back() += name[i];
+        }
+    }
+    return parts;
+}
+
+int NumberOf(const std::string& text)
+{
+    int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    LXExpectThat(error == std::errc() && end == text.data() + text.size(),
+                 "\"" + text + "\" is not a number");
+    return number;
+}
+
+/// The object that a question gives; null when there is none.
+template <class Interface, class Ask>
+XLXComPtr<Interface> Asked(const char* what, Ask&& ask)
+{
+    XLXComPtr<Interface> object;
+    if (const HRESULT result = ask(object.Put()); result != S_FALSE)
+    {
+        LXExpect(result, what);
+    }
+    return object;
+}
+
+/// The element of a list with that text in a member; null when there is none.
+template <class Element>
+XLXComPtr<Element> Among(const std::vector<XLXComPtr<Element>>& elements, int member, const std::string& text)
+{
+    const auto found = std::find_if(elements.begin(), elements.end(),
+                                    [&](const auto& e) { return LXTextOf(*e, member) == text; });
+    return found != elements.end() ? *found : nullptr;
+}
+
+XLXComPtr<ILXAttribute> Attribute(XCfcSession& session, const Names& at)
+{
+    return Asked<ILXAttribute>("GetAttribute", [&](auto** out) {
+        return session.Type(at[0])->GetAttribute(LXBstr(at[1]).Get(), out);
+    });
+}
+
+XLXComPtr<ILXGroup> Group(XCfcSession& session, const Names& at)
+{
+    return Asked<ILXGroup>("GetGroup",
+                           [&](auto** out) { return session.Type(at[0])->GetGroup(NumberOf(at[1]), out); });
+}
+
+XLXComPtr<ILXParentChild> Relation(XCfcSession& session, const Names& at)
+{
+    return Asked<ILXParentChild>("GetSinglePCRelation", [&](auto** out) {
+        return session.Cache().GetSinglePCRelation(LXBstr(at[0]).Get(), LXBstr(at[1]).Get(), nullptr,
+                                                   LXBstr(at[2]).Get(), out);
+    });
+}
+
+XLXComPtr<ILXGlobalAttributeFormatSpec> Spec(XCfcSession& session, const Names& at)
+{
+    return Among(LXList<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
+                     "GetAllGlobalAttributeFormatSpecs",
+                     [&](auto** out) { return session.Cached().GetAllGlobalAttributeFormatSpecs(out); }),
+                 XProperty::AttributeName, at[0]);
+}
+
+/// An object that is asked of another one, which may not be there either.
+template <class Interface, class Owner, class Ask>
+Object Of(const char* what, const Owner& owner, Ask&& ask)
+{
+    return owner ? Object(Asked<Interface>(what, [&](auto** out) { return ask(*owner, out); }).Get())
+                 : nullptr;
+}
+
+struct Kind
+{
+    const char* name;
+    const char* parts; ///< what its name is made of
+    XElementKind element;
+    std::function<Object(XCfcSession&, const Names&)> find;
+};
+
+std::vector<Kind> KindsOfTypes()
+{
+    return {
+        {"type", "TYPE", XElementKind::Type,
+         [](auto& session, auto& at) { return Object(session.Type(at[0]).Get()); }},
+        {"attribute", "TYPE/ATTRIBUTE", XElementKind::Attribute,
+         [](auto& session, auto& at) { return Object(Attribute(session, at).Get()); }},
+        {"attributetype", "TYPE/ATTRIBUTE/NAME", XElementKind::AttributeType,
+         [](auto& session, auto& at) -> Object {
+             const auto attribute = Attribute(session, at);
+             return !attribute
+                        ? nullptr
+                        : Object(Among(LXList<ILXAttributeType, ILXAttributeTypeEnum>(
+                                           "GetAttributeTypeEnum",
+                                           [&](auto** out) { return attribute->GetAttributeTypeEnum(out); }),
+                                       XProperty::AttributeTypeName, at[2])
+                                     .Get());
+         }},
+        {"format", "TYPE/ATTRIBUTE/FORMATTYPE", XElementKind::Format,
+         [](auto& session, auto& at) {
+             return Of<ILXFormat>("GetFormat", Attribute(session, at), [&](auto& attribute, auto** out) {
+                 return attribute.GetFormat(NumberOf(at[2]), out);
+             });
+         }},
+        {"group", "TYPE/NUMBER", XElementKind::Group,
+         [](auto& session, auto& at) { return Object(Group(session, at).Get()); }},
+        {"groupformat", "TYPE/NUMBER", XElementKind::Format,
+         [](auto& session, auto& at) {
+             return Of<ILXFormat>("GetFormat", Group(session, at),
+                                  [](auto& group, auto** out) { return group.GetFormat(out); });
+         }},
+        {"page", "TYPE/NUMBER", XElementKind::Page,
+         [](auto& session, auto& at) {
+             return Of<ILXPage>("GetPage", session.Type(at[0]),
+                                [&](auto& type, auto** out) { return type.GetPage(NumberOf(at[1]), out); });
+         }},
+        {"editor", "TYPE/PROGID", XElementKind::Editor, [](auto& session, auto& at) {
+             return Of<ILXConfObjEditor>(
+                 "GetConfObjEditor", session.Type(at[0]), [&](auto& type, auto** out) {
+                     return type.GetConfObjEditor(LXBstr(at[1]).Get(), nullptr, nullptr, out);
+                 });
+         }}};
+}
+
+std::vector<Kind> KindsOfOthers()
+{
+    return {{"relation", "PARENT/CHILD/LIST", XElementKind::Relation,
+             [](auto& session, auto& at) { return Object(Relation(session, at).Get()); }},
+            {"pcinfo", "PARENT/CHILD/LIST/BROWSER", XElementKind::PCInfo,
+             [](auto& session, auto& at) {
+                 return Of<ILXPCInfo>("GetPCInfo", Relation(session, at), [&](auto& relation, auto** out) {
+                     return relation.GetPCInfo(LXBstr(at[3]).Get(), out);
+                 });
+             }},
+            {"browser", "BROWSER", XElementKind::BrowserId,
+             [](auto& session, auto& at) {
+                 return Object(Among(LXList<ILXBrowserId, ILXBrowserIdEnum>(
+                                         "GetBrowserIdEnum",
+                                         [&](auto** out) { return session.Cached().GetBrowserIdEnum(out); }),
+                                     XProperty::BrowserIdName, at[0])
+                                   .Get());
+             }},
+            {"spec", "SPEC", XElementKind::GlobalSpec,
+             [](auto& session, auto& at) { return Object(Spec(session, at).Get()); }},
+            {"specformat", "SPEC/FORMATTYPE", XElementKind::Format, [](auto& session, auto& at) {
+                 return Of<ILXFormat>("GetFormat", Spec(session, at), [&](auto& spec, auto** out) {
+                     return spec.GetFormat(NumberOf(at[1]), out);
+                 });
+             }}};
+}
+
+const std::vector<Kind>& Kinds()
+{
+    static const std::vector<Kind> kinds = [] {
+        std::vector<Kind> all = KindsOfTypes();
+        const std::vector<Kind> others = KindsOfOthers();
+        all.insert(all.end(), others.begin(), others.end());
+        return all;
+    }();
+    return kinds;
+}
+
+class GetCommand
+{
+public:
+    void Declare(CLI::App& app)
+    {
+        std::vector<std::string> names;
+        std::string footer = "Names by kind; write %2F for a / in a part of a name:";
+        for (const Kind& kind : Kinds())
+        {
+            names.emplace_back(kind.name);
+            footer += std::string("\n  ") + kind.name + " " + kind.parts;
+        }
+        app.footer(footer);
+        app.add_option("KIND", m_kind, "What it is")->required()->check(CLI::IsMember(names));
+        app.add_option("NAME", m_name, "Which one; see below")->required();
+        app.add_option("PROPERTY", m_property,
+                       "An index, a key of the model files, or a name such as LXCFG_showineditor; all "
+                       "properties when it is left out");
+    }
+    int Run(XRun& run) const
+    {
+        const auto kind =
+            std::find_if(Kinds().begin(), Kinds().end(), [this](const Kind& k) { return k.name == m_kind; });
+        const Names parts = PartsOf(m_name);
+        const auto wanted = PartsOf(kind->parts).size();
+        LXExpectThat(parts.size() == wanted,
+                     "NAME is " + std::string(kind->parts) + " for the kind " + m_kind);
+        const Object object = kind->find(run.Session(), parts);
+        LXExpectThat(static_cast<bool>(object), "there is no " + m_kind + " \"" + m_name + "\"");
+        XJson answer = {{"kind", m_kind}, {"name", m_name}};
+        if (m_property.empty())
+        {
+            answer["values"] = LXNamedValuesOf(kind->element, *object);
+            return run.Answer(answer);
+        }
+        answer["property"] = m_property;
+        answer["value"] = Value(*object, kind->element);
+        return run.Answer(answer);
+    }
+
+private:
+    XJson Value(ILXConfigObject& object, XElementKind kind) const
+    {
+        if (m_property.find_first_not_of("0123456789") == std::string::npos)
+        {
+            return LXPropertyOf(object, NumberOf(m_property));
+        }
+        if (const int index = XPropertyTable::Of(kind).FindKey(m_property); index >= 0)
+        {
+            return LXPropertyOf(object, index);
+        }
+        XLXComVariant value;
+        if (const HRESULT result = object.Get(LXBstr(m_property).Get(), value.Put()); result != S_FALSE)
+        {
+            LXExpect(result, "ILXConfigObject::Get");
+        }
+        return LXJsonOf(value.Get());
+    }
+
+    std::string m_kind;
+    std::string m_name;
+    std::string m_property;
+};
+} // namespace
+
+void LXAddGetCommand(XCommands& commands)
+{
+    commands.Add<GetCommand>("get", "Any property of anything");
+}
