@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "XCfcSession.h"
 
+#include "XProcessMemory.h"
+
 #include <objbase.h>
 
 #include <filesystem>
@@ -68,8 +70,10 @@ XCfcSession::XCfcSession(const XServerChoice& choice)
     values.push_back(XLXComVariant::FromBool(false)); // no notifications: no, they are wanted
     values.push_back(XLXComVariant::FromBool(false)); // separate callback object
     values.push_back(XLXComVariant::FromI4(EverythingInBulk));
+    const std::size_t before = LXProcessMemory();
     LXExpect(m_cache.As<IDPFObject>()->Initialize(static_cast<ULONG>(values.size()), &values[0].Get()),
              "IDPFObject::Initialize");
+    m_memory = LXProcessMemory() - std::min(before, LXProcessMemory());
     m_factory = m_cache.As<ILXConfigFactory>();
 }
 

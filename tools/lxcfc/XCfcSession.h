@@ -34,6 +34,9 @@ public:
     ILXConfigFactory& Cached() const { return *m_factory; }
     ILXConfigFactoryCache& Cache() const { return *m_cache; }
 
+    /// By how many KiB the process grew when the cache was filled.
+    std::size_t MemoryOfTheCache() const { return m_memory; }
+
     /// The cached type of that name. Raises when there is none.
     XLXComPtr<ILXType> Type(const std::string& name) const;
     /// Makes random edits on the server.
@@ -45,6 +48,7 @@ private:
     XLXComPtr<ILXConfigFactory> m_direct;
     XLXComPtr<ILXConfigFactoryCache> m_cache;
     XLXComPtr<ILXConfigFactory> m_factory;
+    std::size_t m_memory = 0;
 };
 
 /// The model that is shipped with the program: beside it, where it was installed to, or in the source tree.

@@ -11,9 +11,13 @@ constexpr const char* TreeMember = "tree";
 constexpr const char* ChildrenMember = "children";
 constexpr const char* PathMember = "path";
 
-/// "Base types" for "baseTypes".
+/// "Base types" for "baseTypes"; a name that was made for people stays.
 std::string Title(const std::string& member)
 {
+    if (member.find(' ') != std::string::npos)
+    {
+        return member;
+    }
     std::string title;
     for (const char c : member)
     {

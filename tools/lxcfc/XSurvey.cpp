@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "XSurvey.h"
 
+#include "XProgress.h"
+
 #include <objbase.h>
 
 #include <algorithm>
@@ -31,9 +33,11 @@ std::string LXPathPart(const std::string& name)
     return part;
 }
 
-XSurvey::XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache* cache,
+XSurvey::XSurvey(ILXConfigFactory& factory) : m_factory(factory), m_cache(nullptr) {}
+
+XSurvey::XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache& cache,
                  std::function<unsigned long long()> calls)
-    : m_factory(factory), m_cache(cache), m_calls(std::move(calls))
+    : m_factory(factory), m_cache(&cache), m_calls(std::move(calls))
 {}
 
 template <class Ask>
@@ -61,13 +65,64 @@ XAnswer XSurvey::Names(const char* what, int member, Call&& call)
 
 void XSurvey::Add(const std::string& path, XElementKind kind, ILXConfigObject& object)
 {
-    const auto known = static_cast<unsigned long long>(XPropertyTable::Of(kind).count);
-    auto values = Count(known, [&] { return LXValuesOf(object, static_cast<int>(known)); });
+    const XPropertyTable& table = XPropertyTable::Of(kind);
+    auto values = Count(m_expected != nullptr ? static_cast<std::size_t>(table.count) : table.rows.size(),
+                        [&] { return Values(path, kind, object); });
     if (kind == XElementKind::Type)
     {
         values.resize(BaseTypeObject);
     }
     m_answers[path] = {kind, std::move(values)};
+}
+
+std::vector<XJson> XSurvey::Values(const std::string& path, XElementKind kind, ILXConfigObject& object) const
+{
+    if (m_cache == nullptr)
+    {
+        return LXValuesOf(object, XPropertyTable::Of(kind).count);
+    }
+    std::vector<XJson> values(static_cast<std::size_t>(XPropertyTable::Of(kind).count));
+    const auto read = [&](std::size_t member) {
+        values[member] = LXPropertyOf(object, static_cast<int>(member));
+        return !values[member].is_null();
+    };
+    if (m_expected == nullptr)
+    {
+        for (const XPropertyRow& row : XPropertyTable::Of(kind).rows)
+        {
+            read(static_cast<std::size_t>(row.index));
+        }
+        return values;
+    }
+    const auto found = m_expected->find(path);
+    const std::vector<XJson> expected =
+        found != m_expected->end() ? found->second.values : std::vector<XJson>();
+    values.resize(std::max(expected.size(), values.size()));
+    const auto isExpected = [&](std::size_t member) {
+        return member < expected.size() && !expected[member].is_null();
+    };
+    for (std::size_t member = 0; member < values.size(); ++member)
+    {
+        if (isExpected(member))
+        {
+            read(member);
+        }
+    }
+    for (std::size_t member = 0; member < values.size() && (isExpected(member) || read(member)); ++member)
+    {}
+    return values;
+}
+
+void XSurvey::AskEverything(const char* progress)
+{
+    const std::map<std::string, std::string> bases = BasesOf(TypeNames());
+    General(Browsers());
+    XProgress bar(progress, bases.size());
+    for (const auto& [name, base] : bases)
+    {
+        OfType(name, bases);
+        bar.Step();
+    }
 }
 
 template <class Owner>

@@ -23,10 +23,22 @@ using XAnswers = std::map<std::string, XAnswer>;
 class XSurvey
 {
 public:
-    /// @param cache  the cache that the factory is a face of; null for the server itself
-    /// @param calls  how many calls to the server this thread has caused so far; may be empty
-    XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache* cache,
+    /// The server itself is asked.
+    explicit XSurvey(ILXConfigFactory& factory);
+    /// A cache is asked.
+    /// @param factory  its face
+    /// @param calls    how many calls to the server this thread has caused so far; may be empty
+    XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache& cache,
             std::function<unsigned long long()> calls = {});
+
+    /// Says what the server answers to the questions that come next. A cache is then asked first for the
+    /// values that are not empty, and for the others until it answers the first one empty: such an answer
+    /// comes from the server and renews all values of the object. Without this only the properties with names
+    /// are read.
+    void Expect(const XAnswers& answers) { m_expected = &answers; }
+
+    /// Asks everything once.
+    void AskEverything(const char* progress);
 
     /// The names of all types that can be found without knowing them.
     std::set<std::string> TypeNames();
@@ -55,6 +67,7 @@ private:
     template <class Element, class Enumerator, class Call>
     XAnswer Names(const char* what, int member, Call&& call);
     void Add(const std::string& path, XElementKind kind, ILXConfigObject& object);
+    std::vector<XJson> Values(const std::string& path, XElementKind kind, ILXConfigObject& object) const;
     template <class Owner>
     void AddFormats(const std::string& path, Owner& owner);
 
@@ -75,6 +88,7 @@ private:
     ILXConfigFactory& m_factory;
     ILXConfigFactoryCache* const m_cache;
     const std::function<unsigned long long()> m_calls;
+    const XAnswers* m_expected = nullptr;
     std::vector<std::string> m_browsers;
     XAnswers m_answers;
     std::map<std::string, std::set<std::string>> m_attributeNames; ///< by type

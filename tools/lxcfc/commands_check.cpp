@@ -146,8 +146,8 @@ std::vector<std::string> InOrder(const std::map<std::string, std::string>& bases
 Comparison CompareEverything(const XCfcSession& session, bool edited)
 {
     Comparison found;
-    XSurvey cached(session.Cached(), &session.Cache());
-    XSurvey direct(session.Direct(), nullptr);
+    XSurvey cached(session.Cached(), session.Cache());
+    XSurvey direct(session.Direct());
     std::set<std::string> names = cached.TypeNames();
     names.merge(direct.TypeNames());
     const std::map<std::string, std::string> bases = direct.BasesOf(names);
@@ -161,11 +161,14 @@ Comparison CompareEverything(const XCfcSession& session, bool edited)
     }
     Comparer comparer(found, edited, removed);
     const std::vector<std::string> browsers = direct.Browsers();
-    comparer.Compare(cached.General(browsers), direct.General(browsers));
+    XAnswers answers = direct.General(browsers);
+    cached.Expect(answers);
+    comparer.Compare(cached.General(browsers), answers);
     XProgress progress("Comparing", bases.size());
     for (const std::string& name : InOrder(bases))
     {
-        comparer.Compare(cached.OfType(name, bases), direct.OfType(name, bases));
+        answers = direct.OfType(name, bases);
+        comparer.Compare(cached.OfType(name, bases), answers);
         progress.Step();
     }
     return found;

@@ -73,7 +73,9 @@ int main(int argc, char** argv)
     LXAddTypeCommands(commands);
     LXAddRelationCommands(commands);
     LXAddGetCommand(commands);
+    LXAddWatchCommand(commands);
     LXAddCheckCommand(commands);
+    LXAddMeasureCommands(commands);
     try
     {
         app.parse(Arguments(argc, argv));

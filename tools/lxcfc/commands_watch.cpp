@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+//
+// Prints each notification, and what it invalidated in the cache.
+#include "XCommands.h"
+#include "XSurvey.h"
+#include "XTrace.h"
+
+#include <csignal>
+#include <iostream>
+
+namespace
+{
+volatile std::sig_atomic_t g_interrupted = 0;
+
+class WatchCommand
+{
+public:
+    void Declare(CLI::App& app)
+    {
+        app.add_option(
+            "--edit", m_edits,
+            "Make an edit, as JSON: {\"edit\":\"SetAttributeProperty\",\"type\":\"Pump\",...}; may "
+            "be repeated, and - reads them from standard input, one a line");
+        app.add_option("--random", m_random, "Make that many random edits");
+        app.add_option("--seed", m_seed, "Where the random edits begin")->capture_default_str();
+        app.add_option("--seconds", m_seconds,
+                       "Watch for that long after the edits; with no edits until interrupted");
+    }
+    int Run(XRun& run)
+    {
+        XCfcSession& session = run.Session();
+        XSurvey(session.Cached(), session.Cache())
+            .AskEverything("Filling"); // there is something to invalidate
+        XTrace trace((1u << LX_LOG_UPDATE) | (1u << LX_LOG_INVALIDATE));
+        for (const std::string& edit : m_edits)
+        {
+            edit == "-" ? EditFromInput(run, session, trace) : Edit(run, session, trace, edit);
+        }
+        for (unsigned i = 0; i < m_random; ++i)
+        {
+            session.EditAtRandom(m_seed + i, 1, true);
+            Print(run, trace, session);
+        }
+        const bool edited = !m_edits.empty() || m_random > 0;
+        LXExpectThat(edited || m_seconds > 0 || !session.Server().IsLocal(),
+                     "nobody edits a server in this process: name edits with --edit or --random");
+        Wait(run, session, trace, !edited && m_seconds == 0);
+        return ExitOk;
+    }
+
+private:
+    void Edit(XRun& run, XCfcSession& session, XTrace& trace, const std::string& edit)
+    {
+        session.Server().Edit(edit);
+        Print(run, trace, session);
+    }
+
+    void EditFromInput(XRun& run, XCfcSession& session, XTrace& trace)
+    {
+        for (std::string line; std::getline(std::cin, line);)
+        {
+            if (line.find_first_not_of(" \t\r") != std::string::npos)
+            {
+                Edit(run, session, trace, line);
+            }
+        }
+    }
+
+    void Wait(XRun& run, XCfcSession& session, XTrace& trace, bool endless)
+    {
+        std::signal(SIGINT, [](int) { g_interrupted = 1; });
+        const auto end = std::chrono::steady_clock::now() +
+                         std::chrono::milliseconds(static_cast<long long>(m_seconds * 1000));
+        while (g_interrupted == 0 && (endless || std::chrono::steady_clock::now() < end))
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            Print(run, trace, session);
+        }
+    }
+
+    // In this process a notification is complete when its edit returns; others are given some time.
+    void Print(XRun& run, XTrace& trace, const XCfcSession& session)
+    {
+        const std::chrono::milliseconds quiet(session.Server().IsLocal() ? 0 : 100);
+        for (const XTrace::Notification& notification : trace.Take(quiet))
+        {
+            XJson invalidated = XJson::array();
+            for (const auto& [text, count] : notification.invalidated)
+            {
+                const std::size_t colon = text.find(": ");
+                invalidated.push_back({{"of", text.substr(0, colon)},
+                                       {"what", colon != std::string::npos ? text.substr(colon + 2) : ""},
+                                       {"count", count}});
+            }
+            run.Printer().PrintNext({{"notification", notification.dataId},
+                                     {"mode", notification.mode},
+                                     {"invalidated", std::move(invalidated)}});
+        }
+    }
+
+    std::vector<std::string> m_edits;
+    unsigned m_random = 0;
+    unsigned m_seed = 1;
+    double m_seconds = 0;
+};
+} // namespace
+
+void LXAddWatchCommand(XCommands& commands)
+{
+    commands.Add<WatchCommand>("watch", "Each notification, and what it invalidated");
+}
