@@ -76,6 +76,7 @@ int main(int argc, char** argv)
     LXAddWatchCommand(commands);
     LXAddCheckCommand(commands);
     LXAddMeasureCommands(commands);
+    LXAddGraphCommand(commands);
     try
     {
         app.parse(Arguments(argc, argv));

@@ -1,0 +1,100 @@
+# SPDX-License-Identifier: MIT
+"""A headless Chromium, driven through chromedriver's JSON over HTTP."""
+import base64
+import json
+import shutil
+import socket
+import subprocess
+import tempfile
+import time
+import urllib.request
+
+FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+         "--disable-background-networking", "--disable-component-update", "--disable-sync"]
+
+
+def is_installed():
+    return shutil.which("chromium") is not None and shutil.which("chromedriver") is not None
+
+
+class Browser:
+    def __init__(self, width=1280, height=800, dark=False):
+        self.folder = tempfile.mkdtemp(prefix="lxcfc-chromium-")
+        with socket.socket() as free:
+            free.bind(("127.0.0.1", 0))
+            port = free.getsockname()[1]
+        self.driver = subprocess.Popen(["chromedriver", f"--port={port}", "--log-level=OFF"],
+                                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.url = f"http://127.0.0.1:{port}"
+        self.session = None
+        flags = FLAGS + [f"--user-data-dir={self.folder}", f"--window-size={width},{height}"]
+        if dark:
+            flags.append("--blink-settings=preferredColorScheme=0")
+        options = {"binary": shutil.which("chromium"), "args": flags}
+        capabilities = {"browserName": "chrome", "goog:chromeOptions": options,
+                        "goog:loggingPrefs": {"browser": "ALL"}}
+        self._wait_until_ready()
+        answer = self._call("POST", "/session", {"capabilities": {"alwaysMatch": capabilities}})
+        self.session = "/session/" + answer["sessionId"]
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        try:
+            if self.session:
+                self._call("DELETE", self.session)
+        finally:
+            self.driver.terminate()
+            self.driver.wait(20)
+            shutil.rmtree(self.folder, ignore_errors=True)
+
+    def _wait_until_ready(self):
+        for _ in range(100):
+            try:
+                if self._call("GET", "/status")["ready"]:
+                    return
+            except OSError:
+                time.sleep(0.1)
+        raise RuntimeError("chromedriver does not answer")
+
+    def _call(self, method, path, body=None):
+        data = None if method == "GET" or method == "DELETE" else json.dumps(body or {}).encode()
+        request = urllib.request.Request(self.url + path, data, {"Content-Type": "application/json"},
+                                         method=method)
+        with urllib.request.build_opener(urllib.request.ProxyHandler({})).open(request, timeout=60) as answer:
+            return json.load(answer)["value"]
+
+    def open(self, url):
+        self._call("POST", self.session + "/url", {"url": url})
+
+    def run(self, script, *arguments):
+        """The value of a script that returns one."""
+        return self._call("POST", self.session + "/execute/sync", {"script": script, "args": list(arguments)})
+
+    def type(self, css, text):
+        element = self._call("POST", self.session + "/element", {"using": "css selector", "value": css})
+        self._call("POST", f"{self.session}/element/{next(iter(element.values()))}/value", {"text": text})
+
+    def keys(self, text):
+        """Keys for whatever has the focus."""
+        actions = [action for key in text for action in ({"type": "keyDown", "value": key},
+                                                         {"type": "keyUp", "value": key})]
+        self._call("POST", self.session + "/actions",
+                   {"actions": [{"type": "key", "id": "keys", "actions": actions}]})
+
+    def drag(self, start, end):
+        def move(to):
+            return {"type": "pointerMove", "duration": 50, "x": to[0], "y": to[1]}
+        actions = [move(start), {"type": "pointerDown", "button": 0}, move(end), {"type": "pointerUp", "button": 0}]
+        self._call("POST", self.session + "/actions",
+                   {"actions": [{"type": "pointer", "id": "mouse", "actions": actions}]})
+
+    def problems(self):
+        """What the page wrote to the console as an error or a warning."""
+        log = self._call("POST", self.session + "/se/log", {"type": "browser"})
+        return [entry["message"] for entry in log if entry["level"] in ("SEVERE", "WARNING")]
+
+    def screenshot(self, file):
+        with open(file, "wb") as image:
+            image.write(base64.b64decode(self._call("GET", self.session + "/screenshot")))

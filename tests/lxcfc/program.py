@@ -1,0 +1,109 @@
+# SPDX-License-Identifier: MIT
+"""Runs lxcfc as its users do, and knows the shipped model from its file."""
+import json
+import os
+import subprocess
+import sys
+import time
+import unittest
+
+PROGRAM = os.environ["LXCFC_PROGRAM"]
+EMULATOR = [os.environ["LXCFC_EMULATOR"]] if os.environ.get("LXCFC_EMULATOR") else []
+SOURCE = os.environ["LXCFC_SOURCE"]
+
+
+class Answer:
+    def __init__(self, arguments, run):
+        self.arguments = arguments
+        self.status = run.returncode
+        self.out = run.stdout.decode("utf-8").replace("\r\n", "\n")
+        self.error = run.stderr.decode("utf-8", "replace").replace("\r\n", "\n")
+
+    def __str__(self):
+        return f"lxcfc {' '.join(self.arguments)}: {self.status}\n{self.out[-2000:]}{self.error[-2000:]}"
+
+    def json(self):
+        return json.loads(self.out)
+
+
+def lxcfc(*arguments, text=None):
+    run = subprocess.run(EMULATOR + [PROGRAM, *arguments], input=(text or "").encode("utf-8"), timeout=280,
+                         stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=SOURCE, check=False)
+    return Answer(arguments, run)
+
+
+def answer_of(*arguments, text=None):
+    """The JSON answer of a command that succeeds."""
+    answer = lxcfc(*arguments, "--json", text=text)
+    if answer.status != 0:
+        raise AssertionError(str(answer))
+    return answer.json()
+
+
+class Model:
+    """The shipped model, read without any of the project's code."""
+
+    def __init__(self):
+        with open(os.path.join(SOURCE, "models", "plant.json"), encoding="utf-8") as file:
+            self.json = json.load(file)
+        self.types = {entry["name"]: entry for entry in self.json["types"]}
+
+    def bases(self, name):
+        base = self.types[name].get("base")
+        return [base] + self.bases(base) if base else []
+
+    def attributes(self, name):
+        """By name; a base's attribute wins."""
+        found = {}
+        for entry in [name] + self.bases(name):
+            found.update({a["name"]: a for a in self.types[entry].get("attributes", [])})
+        return found
+
+    def derived(self, name):
+        return sorted(entry for entry in self.types if name in self.bases(entry))
+
+
+class CountedResult(unittest.TextTestResult):
+    """One line for each test, as the other test programs print it."""
+
+    def startTest(self, test):
+        super().startTest(test)
+        self.started = time.monotonic()
+
+    def line(self, what, test):
+        print(f"[ {what} ] {test.id()} ({int((time.monotonic() - self.started) * 1000)} ms)", flush=True)
+
+    def addSuccess(self, test):
+        super().addSuccess(test)
+        self.line("      OK", test)
+
+    def addFailure(self, test, err):
+        super().addFailure(test, err)
+        self.line(" FAILED ", test)
+
+    def addError(self, test, err):
+        super().addError(test, err)
+        self.line(" FAILED ", test)
+
+    def addSkip(self, test, reason):
+        super().addSkip(test, reason)
+        self.line(" SKIPPED", test)
+
+
+def register(undo):
+    """Under Wine the component is registered for as long as the tests run."""
+    if EMULATOR:
+        module = os.path.join(os.path.dirname(PROGRAM), "LXConfigFactoryCache32.dll")
+        options = ["/u"] if undo else []
+        subprocess.run(EMULATOR + ["regsvr32", *options, "/s", "Z:" + module.replace("/", "\\")], timeout=120,
+                       check=not undo, stdin=subprocess.DEVNULL)
+
+
+def main():
+    register(undo=False)
+    try:
+        runner = unittest.TextTestRunner(resultclass=CountedResult)
+        done = unittest.main(testRunner=runner, exit=False)
+    finally:
+        register(undo=True)
+    sys.exit(0 if done.result.wasSuccessful() else 1)

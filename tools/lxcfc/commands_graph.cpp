@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: MIT
+//
+// The tree of types and the relations between them as a graph: for Graphviz, or as one page for a browser.
+#include "XCfcObjects.h"
+#include "XCommands.h"
+#include "graphpage.h"
+
+#include <fstream>
+#include <set>
+
+namespace
+{
+/// The nodes are types. An edge of a tree goes from a base to what derives from it, one of relations from a
+/// parent to a child.
+struct Graph
+{
+    std::string title;
+    std::map<std::string, const XTypeNode*> nodes;
+    struct Edge
+    {
+        std::string from;
+        std::string to;
+        std::string label;
+    };
+    std::vector<Edge> edges;
+};
+
+Graph TypeGraph(const XTypeNodes& types)
+{
+    Graph graph{"Types", {}, {}};
+    for (const auto& [name, node] : types)
+    {
+        graph.nodes.emplace(name, &node);
+        for (const std::string& derived : node.derived)
+        {
+            graph.edges.push_back({name, derived, ""});
+        }
+    }
+    return graph;
+}
+
+Graph RelationGraph(ILXConfigFactory& factory, const XTypeNodes& types)
+{
+    Graph graph{"Relations", {}, {}};
+    for (const auto& relation :
+         LXList<ILXParentChild, ILXParentChildEnum>("GetParentChildEnum", [&](auto** out) {
+             return factory.GetParentChildEnum(nullptr, nullptr, out);
+         }))
+    {
+        Graph::Edge edge{LXTextOf(*relation, XProperty::ParentName),
+                         LXTextOf(*relation, XProperty::ChildName),
+                         LXTextOf(*relation, XProperty::ChildList)};
+        for (const std::string* const end : {&edge.from, &edge.to})
+        {
+            const auto type = types.find(*end);
+            graph.nodes.emplace(*end, type != types.end() ? &type->second : nullptr);
+        }
+        graph.edges.push_back(std::move(edge));
+    }
+    return graph;
+}
+
+/// What can be reached from a node.
+Graph Below(const Graph& graph, const std::string& root)
+{
+    LXExpectThat(graph.nodes.contains(root), "\"" + root + "\" is not in the graph");
+    Graph below{graph.title + " below " + root, {}, {}};
+    std::vector<std::string> waiting = {root};
+    while (!waiting.empty())
+    {
+        const std::string name = std::move(waiting.back());
+        waiting.pop_back();
+        if (below.nodes.emplace(name, graph.nodes.at(name)).second)
+        {
+            for (const Graph::Edge& edge : graph.edges)
+            {
+                if (edge.from == name)
+                {
+                    below.edges.push_back(edge);
+                    waiting.push_back(edge.to);
+                }
+            }
+        }
+    }
+    return below;
+}
+
+XJson Document(const Graph& graph)
+{
+    XJson nodes = XJson::array();
+    for (const auto& [name, type] : graph.nodes)
+    {
+        nodes.push_back({{"name", name},
+                         {"label", type != nullptr ? type->label : ""},
+                         {"listed", type != nullptr && type->listed}});
+    }
+    XJson edges = XJson::array();
+    for (const Graph::Edge& edge : graph.edges)
+    {
+        edges.push_back({{"from", edge.from}, {"to", edge.to}, {"list", edge.label}});
+    }
+    return {{"title", graph.title}, {"nodes", std::move(nodes)}, {"edges", std::move(edges)}};
+}
+
+std::string Replaced(std::string text, const std::string& what, const std::string& by)
+{
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
+    {
+        text.replace(at, what.size(), by);
+    }
+    return text;
+}
+
+/// A text between quotes for Graphviz.
+std::string Quoted(const std::string& text)
+{
+    return "\"" + Replaced(Replaced(text, "\\", "\\\\"), "\"", "\\\"") + "\"";
+}
+
+std::string Dot(const Graph& graph)
+{
+    std::string dot =
+        "digraph " + Quoted(graph.title) + " {\n  rankdir=LR;\n  node [shape=box, fontname=sans-serif];\n";
+    for (const auto& [name, type] : graph.nodes)
+    {
+        const bool hasLabel = type != nullptr && !type->label.empty() && type->label != name;
+        const std::string label = hasLabel ? name + "\n" + type->label : name;
+        dot += "  " + Quoted(name) + " [label=" + Replaced(Quoted(label), "\n", "\\n") +
+               (type != nullptr && !type->listed ? ", style=dashed];\n" : "];\n");
+    }
+    for (const Graph::Edge& edge : graph.edges)
+    {
+        dot += "  " + Quoted(edge.from) + " -> " + Quoted(edge.to) +
+               (edge.label.empty() ? ";\n" : " [label=" + Quoted(edge.label) + "];\n");
+    }
+    return dot + "}\n";
+}
+
+/// The page with the graph in it as JSON. There every "<" is written as an escape, so that no text can end
+/// the script element that holds it.
+std::string Page(const Graph& graph)
+{
+    const std::string data =
+        Replaced(Document(graph).dump(-1, ' ', false, XJson::error_handler_t::replace), "<", "\\u003c");
+    const std::string title =
+        Replaced(Replaced(Replaced(graph.title, "&", "&amp;"), "<", "&lt;"), ">", "&gt;");
+    std::string page(GraphPageText);
+    for (const auto& [mark, text] : {std::pair("@TITLE@", &title), std::pair("@DATA@", &data)})
+    {
+        const std::size_t at = page.find(mark);
+        LXExpectThat(at != std::string::npos, std::string("the page has no place for ") + mark);
+        page.replace(at, std::string_view(mark).size(), *text);
+    }
+    return page;
+}
+
+class GraphCommand
+{
+public:
+    void Declare(CLI::App& app)
+    {
+        app.add_option("WHAT", m_what, "types or relations")
+            ->required()
+            ->check(CLI::IsMember({"types", "relations"}));
+        app.add_option("--root", m_root, "Only this type and what is below it");
+        app.add_flag("--html", m_html, "One page for a browser instead of a graph for Graphviz");
+        app.add_option("--output", m_file, "The file to write; standard output by default");
+    }
+    int Run(XRun& run) const
+    {
+        ILXConfigFactory& factory = run.Session().Cached();
+        const XTypeNodes types = LXTypeNodes(factory);
+        Graph graph = m_what == "types" ? TypeGraph(types) : RelationGraph(factory, types);
+        if (!m_root.empty())
+        {
+            graph = Below(graph, m_root);
+        }
+        if (run.Options().json)
+        {
+            return run.Answer(Document(graph));
+        }
+        const std::string text = m_html ? Page(graph) : Dot(graph);
+        if (m_file.empty())
+        {
+            LXExpectThat(std::fwrite(text.data(), 1, text.size(), stdout) == text.size(),
+                         "standard output cannot be written to");
+            return ExitOk;
+        }
+        std::ofstream file(m_file, std::ios::binary);
+        file << text;
+        LXExpectThat(static_cast<bool>(file.flush()), m_file + " cannot be written");
+        return run.Answer({{"file", m_file}, {"types", graph.nodes.size()}, {"edges", graph.edges.size()}});
+    }
+
+private:
+    std::string m_what;
+    std::string m_root;
+    std::string m_file;
+    bool m_html = false;
+};
+} // namespace
+
+void LXAddGraphCommand(XCommands& commands)
+{
+    commands.Add<GraphCommand>("graph", "Types or relations as a graph, for Graphviz or a browser");
+}
