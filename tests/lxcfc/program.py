@@ -27,7 +27,7 @@ class Answer:
 
 
 def lxcfc(*arguments, text=None):
-    run = subprocess.run(EMULATOR + [PROGRAM, *arguments], input=(text or "").encode("utf-8"), timeout=280,
+    run = subprocess.run(EMULATOR + [PROGRAM, *arguments], input=(text or "").encode("utf-8"), timeout=1500,
                          stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=SOURCE, check=False)
     return Answer(arguments, run)
 
@@ -90,13 +90,16 @@ class CountedResult(unittest.TextTestResult):
         self.line(" SKIPPED", test)
 
 
+def regsvr32(module, undo=False):
+    file = os.path.join(os.path.dirname(PROGRAM), module + ".dll").replace("/", "\\")
+    subprocess.run(EMULATOR + ["regsvr32", *(["/u"] if undo else []), "/s", "Z:" + file], timeout=120,
+                   check=not undo, stdin=subprocess.DEVNULL)
+
+
 def register(undo):
     """Under Wine the component is registered for as long as the tests run."""
     if EMULATOR:
-        module = os.path.join(os.path.dirname(PROGRAM), "LXConfigFactoryCache32.dll")
-        options = ["/u"] if undo else []
-        subprocess.run(EMULATOR + ["regsvr32", *options, "/s", "Z:" + module.replace("/", "\\")], timeout=120,
-                       check=not undo, stdin=subprocess.DEVNULL)
+        regsvr32("LXConfigFactoryCache32", undo)
 
 
 def main():

@@ -353,6 +353,33 @@ const std::set<std::string>& XSurvey::AttributeNames(const std::string& type)
     return known->second;
 }
 
+// The types of a cache share the attributes that they inherit: each of these objects is read once. A server's
+// objects give all values in one call, the name among them.
+std::string XSurvey::AddAttribute(const std::string& path, const XLXComPtr<ILXAttribute>& attribute)
+{
+    if (m_cache == nullptr)
+    {
+        std::vector<XJson> values = Values("", XElementKind::Attribute, *attribute);
+        std::string name = LXPlain(values.front());
+        m_answers[path + "/" + LXPathPart(name)] = {XElementKind::Attribute, std::move(values)};
+        return name;
+    }
+    std::string name = LXTextOf(*attribute, XProperty::AttributeName);
+    const std::string at = path + "/" + LXPathPart(name);
+    const auto read = m_attributes.find(attribute.Get());
+    if (read != m_attributes.end())
+    {
+        m_answers[at] = read->second.answer;
+        return name;
+    }
+    Add(at, XElementKind::Attribute, *attribute);
+    if (m_expected != nullptr)
+    {
+        m_attributes.emplace(attribute.Get(), Read{attribute, m_answers[at]});
+    }
+    return name;
+}
+
 // What belongs to an inherited attribute is asked for where the attribute comes from.
 void XSurvey::AddAttributes(const std::string& name, const std::string& base, ILXType& type)
 {
@@ -361,18 +388,12 @@ void XSurvey::AddAttributes(const std::string& name, const std::string& base, IL
     std::set<std::string> names;
     for (const auto& attribute : Count(1, [&] { return LXAttributesOf(type, 0); }))
     {
-        const std::string attributeName = LXTextOf(*attribute, XProperty::AttributeName);
+        const std::string attributeName = AddAttribute(path, attribute);
         const std::string at = path + "/" + LXPathPart(attributeName);
         names.insert(attributeName);
-        Add(at, XElementKind::Attribute, *attribute);
-        XLXComPtr<ILXAttribute> byName;
-        const HRESULT result =
-            Count(1, [&] { return type.GetAttribute(LXBstr(attributeName).Get(), byName.Put()); });
-        m_answers[at + "/by name"] =
-            NamesAnswer(std::vector{byName ? LXTextOf(*byName, XProperty::Label) : LXResultName(result)});
         if (!inherited.contains(attributeName))
         {
-            AddOwnAttribute(at, *attribute);
+            AddOwnAttribute(at, type, attributeName, *attribute);
         }
     }
     m_answers[path + "/attributes"] = NamesAnswer(names);
@@ -388,8 +409,13 @@ void XSurvey::AddAttributes(const std::string& name, const std::string& base, IL
     }
 }
 
-void XSurvey::AddOwnAttribute(const std::string& path, ILXAttribute& attribute)
+void XSurvey::AddOwnAttribute(const std::string& path, ILXType& owner, const std::string& name,
+                              ILXAttribute& attribute)
 {
+    XLXComPtr<ILXAttribute> byName;
+    const HRESULT result = Count(1, [&] { return owner.GetAttribute(LXBstr(name).Get(), byName.Put()); });
+    m_answers[path + "/by name"] =
+        NamesAnswer(std::vector{byName ? LXTextOf(*byName, XProperty::Label) : LXResultName(result)});
     ++m_objects["attributes"];
     for (const auto& type : All<ILXAttributeType, ILXAttributeTypeEnum>(
              "GetAttributeTypeEnum", [&](auto** out) { return attribute.GetAttributeTypeEnum(out); }))

@@ -60,6 +60,13 @@ public:
     const std::map<std::string, std::size_t>& Objects() const { return m_objects; }
 
 private:
+    /// An attribute that was read, and is held so that its address stays its own.
+    struct Read
+    {
+        XLXComPtr<ILXAttribute> attribute;
+        XAnswer answer;
+    };
+
     template <class Ask>
     auto Count(unsigned long long questions, Ask&& ask);
     template <class Element, class Enumerator, class Call>
@@ -77,7 +84,9 @@ private:
     void AddGroups(const std::string& path, ILXType& type);
     void AddEditors(const std::string& path, ILXType& type);
     void AddAttributes(const std::string& name, const std::string& base, ILXType& type);
-    void AddOwnAttribute(const std::string& path, ILXAttribute& attribute);
+    std::string AddAttribute(const std::string& path, const XLXComPtr<ILXAttribute>& attribute);
+    void AddOwnAttribute(const std::string& path, ILXType& owner, const std::string& name,
+                         ILXAttribute& attribute);
     void AddRelationsOf(const std::string& path, const std::string& name);
     void AddDerivation(const std::string& path, const std::string& name,
                        const std::map<std::string, std::string>& bases);
@@ -92,6 +101,7 @@ private:
     std::vector<std::string> m_browsers;
     XAnswers m_answers;
     std::map<std::string, std::set<std::string>> m_attributeNames; ///< by type
+    std::map<ILXAttribute*, Read> m_attributes;
     unsigned long long m_questions = 0;
     unsigned long long m_misses = 0;
     std::map<std::string, std::size_t> m_objects;

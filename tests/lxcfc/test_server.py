@@ -1,0 +1,55 @@
+# SPDX-License-Identifier: MIT
+"""lxcfc and the sample server in processes of their own (Windows)."""
+import json
+import os
+import subprocess
+import unittest
+
+from program import EMULATOR, PROGRAM, SOURCE, Model, answer_of, lxcfc, main, regsvr32
+
+PROGID = "LXSampleServer.Server"
+FOLDER = os.path.dirname(PROGRAM)
+MODULES = ["LXConfigFactoryCachePS", "LXSampleServerPS", "LXCfgCacheCallback"]
+
+
+def server(*arguments):
+    return EMULATOR + [os.path.join(FOLDER, "lxsampleserver.exe"), *arguments]
+
+
+class Server(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        for module in MODULES:
+            regsvr32(module)
+        subprocess.run(server("--register"), check=True, timeout=120, stdin=subprocess.DEVNULL)
+        cls.process = subprocess.Popen(server("--model", "models/plant.json"), stdin=subprocess.DEVNULL,
+                                       stdout=subprocess.PIPE, cwd=SOURCE)
+        while b"ready" not in cls.process.stdout.readline():
+            assert cls.process.poll() is None, "the server ended"
+
+    @classmethod
+    def tearDownClass(cls):
+        subprocess.run(server("--stop"), check=True, timeout=120, stdin=subprocess.DEVNULL)
+        cls.process.communicate(timeout=60)
+        subprocess.run(server("--unregister"), check=True, timeout=120, stdin=subprocess.DEVNULL)
+        for module in MODULES:
+            regsvr32(module, undo=True)
+
+    def test_1_the_types_are_those_of_the_model(self):
+        answer = answer_of("types", "--server", PROGID)
+        self.assertEqual(answer["types"], sum(1 for t in Model().types.values() if t.get("listed", True)) +
+                         len({t.get("base") for t in Model().types.values() if t.get("base")} &
+                             {n for n, t in Model().types.items() if not t.get("listed", True)}))
+
+    def test_2_notifications_come_from_the_other_process(self):
+        out = lxcfc("watch", "--random", "3", "--seconds", "3", "--server", PROGID, "--json").out
+        self.assertGreaterEqual(len([json.loads(line) for line in out.splitlines()]), 3)
+
+    def test_3_no_difference_before_and_after_random_edits(self):
+        answer = lxcfc("check", "--edits", "1000", "--server", PROGID, "--json")
+        self.assertEqual(answer.status, 0, answer)
+        self.assertEqual(answer.json()["after"]["edits"], 1000)
+
+
+if __name__ == "__main__":
+    main()
