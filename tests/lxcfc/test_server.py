@@ -5,7 +5,7 @@ import os
 import subprocess
 import unittest
 
-from program import EMULATOR, PROGRAM, SOURCE, Model, answer_of, lxcfc, main, regsvr32
+from program import EMULATOR, PROGRAM, SOURCE, answer_of, lxcfc, main, regsvr32
 
 PROGID = "LXSampleServer.Server"
 FOLDER = os.path.dirname(PROGRAM)
@@ -36,10 +36,7 @@ class Server(unittest.TestCase):
             regsvr32(module, undo=True)
 
     def test_1_the_types_are_those_of_the_model(self):
-        answer = answer_of("types", "--server", PROGID)
-        self.assertEqual(answer["types"], sum(1 for t in Model().types.values() if t.get("listed", True)) +
-                         len({t.get("base") for t in Model().types.values() if t.get("base")} &
-                             {n for n, t in Model().types.items() if not t.get("listed", True)}))
+        self.assertEqual(answer_of("types", "--server", PROGID), answer_of("types"))
 
     def test_2_notifications_come_from_the_other_process(self):
         out = lxcfc("watch", "--random", "3", "--seconds", "3", "--server", PROGID, "--json").out
