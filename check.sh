@@ -60,8 +60,9 @@ leg_rules() {
         ':!src/cache/XInvalidationLog.cpp' ':!src/typecache/XMapInheritedComp.cpp' \
         ':!src/sync/XLFCritSectionDelegator.h'
     forbid "extensions of one compiler stand in LXCompiler.h" \
-        '__attribute__|__declspec|__builtin_' 'src/*' 'server/*' 'tools/*' ':!src/support/LXError32/LXCompiler.h'
-    forbid "wide literals are written OLESTR(...)" '(^|[^A-Za-z0-9_])L"' 'src/*' 'server/*' 'tools/*' 'include/*'
+        '__attribute__|__declspec|__builtin_' 'src/*' 'server/*' 'tools/*' 'include/*' 'platform/*' 'examples/*' \
+        ':!src/support/LXError32/LXCompiler.h'
+    forbid "wide literals are written OLESTR(...)" '(^|[^A-Za-z0-9_])L"' 'src/*' 'server/*' 'tools/*' 'include/*' 'examples/*'
     local without
     without=$(tracked '*.h' '*.cpp' '*.c' '*.idl' '*.sh' '*CMakeLists.txt' '*.cmake' |
         while read -r file; do head -n 2 "$file" | grep -q 'SPDX-License-Identifier: MIT' || echo "$file"; done)

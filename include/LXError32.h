@@ -11,17 +11,13 @@
 #ifndef LXERROR32_H
 #define LXERROR32_H
 
+#include "LXCompiler.h"
 #include "LXConfigFactoryCache.h"
 
-#ifdef _WIN32
 #ifdef LXERROR32_BUILD
-#define LXERROR_API EXTERN_C __declspec(dllexport)
-#else
-#define LXERROR_API EXTERN_C __declspec(dllimport)
-#endif
-#else
-#include "LXCompiler.h"
 #define LXERROR_API EXTERN_C LX_EXPORT
+#else
+#define LXERROR_API EXTERN_C LX_IMPORT
 #endif
 
 /* Where an error was noticed. All texts are static; scope may be null. The function text that error

@@ -6,16 +6,19 @@
 
 #if defined(_MSC_VER)
 #define LX_EXPORT __declspec(dllexport)
+#define LX_IMPORT __declspec(dllimport)
 #define LX_NOINLINE __declspec(noinline)
 #define LX_CURRENT_LINE 0
 #define LX_CPU_RELAX() YieldProcessor()
 #elif defined(_WIN32)
 #define LX_EXPORT __declspec(dllexport)
+#define LX_IMPORT __declspec(dllimport)
 #define LX_NOINLINE __attribute__((noinline))
 #define LX_CURRENT_LINE __builtin_LINE()
 #define LX_CPU_RELAX() __builtin_ia32_pause()
 #else
 #define LX_EXPORT __attribute__((visibility("default")))
+#define LX_IMPORT LX_EXPORT
 #define LX_NOINLINE __attribute__((noinline))
 #define LX_CURRENT_LINE __builtin_LINE()
 #define LX_CPU_RELAX() __builtin_ia32_pause()

@@ -1,0 +1,118 @@
+# SPDX-License-Identifier: MIT
+#
+# What is installed, and the packages: included last, when all targets are known.
+#
+# Component "main" is everything that users need, "debug" the debug information of Windows binaries. (The Debian
+# package's is made by CPack.) A target of the lists below that is not built here is left out.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(LX_MODULES LXConfigFactoryCache32 LXError32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS)
+set(LX_PROGRAMS lxcfc lxsampleserver lxsampleserver_program)
+
+set(lx_include ${CMAKE_INSTALL_INCLUDEDIR}/lxconfigfactorycache)
+set(lx_data ${CMAKE_INSTALL_DATADIR}/lxconfigfactorycache)
+if(WIN32)
+  set(lx_documents doc)
+else()
+  set(lx_documents ${CMAKE_INSTALL_DATADIR}/doc/lxconfigfactorycache)
+endif()
+
+# ---- binaries
+
+set(lx_binaries "")
+foreach(target ${LX_MODULES} ${LX_PROGRAMS})
+  if(TARGET ${target})
+    get_target_property(type ${target} TYPE)
+    if(type MATCHES "SHARED_LIBRARY|MODULE_LIBRARY|EXECUTABLE")
+      list(APPEND lx_binaries ${target})
+    endif()
+  endif()
+endforeach()
+
+# Modules find each other beside themselves, wherever the package is put; programs find them in the library folder.
+if(NOT WIN32)
+  list(APPEND lx_binaries lxplatform)
+  set_target_properties(lxplatform PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+  foreach(target ${lx_binaries})
+    get_target_property(type ${target} TYPE)
+    set_target_properties(${target} PROPERTIES
+      INSTALL_RPATH "$ORIGIN$<$<STREQUAL:${type},EXECUTABLE>:/${to_libraries}>")
+  endforeach()
+endif()
+install(TARGETS ${lx_binaries}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT main
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT unused EXCLUDE_FROM_ALL) # nobody links these
+
+# Debug information of Windows binaries: split off into a file of its own, which the binary names.
+if(WIN32)
+  set(debug_files "")
+  foreach(target ${lx_binaries})
+    set(file ${CMAKE_BINARY_DIR}/debugfiles/$<TARGET_FILE_NAME:${target}>.debug)
+    add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/debugfiles/${target}.stamp
+      COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/debugfiles
+      COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> ${file}
+      COMMAND ${CMAKE_COMMAND} -E touch ${CMAKE_BINARY_DIR}/debugfiles/${target}.stamp
+      DEPENDS ${target} VERBATIM)
+    list(APPEND debug_files ${CMAKE_BINARY_DIR}/debugfiles/${target}.stamp)
+    install(FILES ${file} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT debug EXCLUDE_FROM_ALL)
+    set(installed "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/$<TARGET_FILE_NAME:${target}>")
+    install(CODE "execute_process(COMMAND \"${CMAKE_OBJCOPY}\" --strip-all \"--add-gnu-debuglink=${file}\"
+      \"${installed}\" COMMAND_ERROR_IS_FATAL ANY)" COMPONENT main)
+  endforeach()
+  add_custom_target(lxdebugfiles ALL DEPENDS ${debug_files})
+endif()
+
+# ---- what clients and servers are built with
+
+install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.h ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache_i.c
+  ${PROJECT_SOURCE_DIR}/include/LXError32.h ${PROJECT_SOURCE_DIR}/src/support/LXError32/LXCompiler.h
+  DESTINATION ${lx_include} COMPONENT main)
+install(TARGETS lxidl ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main)
+install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.idl DESTINATION ${lx_data} COMPONENT main)
+if(WIN32)
+  install(FILES $<TARGET_LINKER_FILE:LXError32> DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main)
+  install(FILES ${LX_TYPE_LIBRARY} DESTINATION ${lx_data} COMPONENT main)
+  install(PROGRAMS ${PROJECT_SOURCE_DIR}/packaging/register.cmd ${PROJECT_SOURCE_DIR}/packaging/unregister.cmd
+    DESTINATION . COMPONENT main)
+else()
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/ DESTINATION ${lx_include}/platform COMPONENT main
+    FILES_MATCHING PATTERN "*.h" PATTERN lxallocationgate.h EXCLUDE)
+endif()
+
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/LXConfigFactoryCacheConfig.cmake.in
+  ${CMAKE_BINARY_DIR}/package/LXConfigFactoryCacheConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/LXConfigFactoryCache
+  PATH_VARS lx_include lx_data CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_BINDIR)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/LXConfigFactoryCacheConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/package/LXConfigFactoryCacheConfig.cmake
+  ${CMAKE_BINARY_DIR}/package/LXConfigFactoryCacheConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/LXConfigFactoryCache COMPONENT main)
+if(NOT WIN32)
+  file(RELATIVE_PATH lx_prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+  string(REGEX REPLACE "/$" "" lx_prefix_from_pc "${lx_prefix_from_pc}")
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/lxconfigfactorycache.pc.in
+    ${CMAKE_BINARY_DIR}/package/lxconfigfactorycache.pc @ONLY)
+  install(FILES ${CMAKE_BINARY_DIR}/package/lxconfigfactorycache.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT main)
+endif()
+
+# ---- documents, examples, data
+
+set(documents guide.md reference.md troubleshooting.md transfer-format.md)
+list(TRANSFORM documents PREPEND ${PROJECT_SOURCE_DIR}/docs/)
+foreach(document ${documents} ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
+  install(FILES ${document} DESTINATION ${lx_documents} COMPONENT main OPTIONAL)
+endforeach()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${lx_documents} COMPONENT main)
+install(FILES ${PROJECT_SOURCE_DIR}/models/plant.json DESTINATION ${lx_data}/models COMPONENT main)
+if(WIN32)
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION . COMPONENT main)
+else()
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${lx_documents} RENAME copyright COMPONENT main)
+endif()
+
+include(LXPackage)

@@ -1,0 +1,15 @@
+/* SPDX-License-Identifier: MIT
+ *
+ * The smallest configuration server that the cache can be put in front of: two types, one attribute each, in
+ * the process of its client. Pump derives from Part. Setting a property of one of its attributes notifies the
+ * clients.
+ */
+#ifndef MINIMAL_SERVER_H
+#define MINIMAL_SERVER_H
+
+#include <LXConfigFactoryCache.h>
+
+/* The two services that the cache needs. The caller releases both. */
+EXTERN_C HRESULT CreateMinimalServer(ILXConfigFactory** ppConfigFactory, ILXDataUpdate** ppDataUpdate);
+
+#endif

@@ -1,0 +1,18 @@
+@echo off
+rem SPDX-License-Identifier: MIT
+rem Registers the component, its proxies and the sample server, from where this script lies. Needs an administrator's
+rem rights. The other way: unregister.cmd
+setlocal
+set failed=0
+for %%m in (LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS) do (
+    if exist "%~dp0bin\%%m.dll" (
+        regsvr32 /s "%~dp0bin\%%m.dll"
+        if errorlevel 1 (
+            echo %%m.dll cannot be registered
+            set failed=1
+        ) else (
+            echo %%m.dll is registered
+        )
+    )
+)
+exit /b %failed%

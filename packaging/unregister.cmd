@@ -1,0 +1,17 @@
+@echo off
+rem SPDX-License-Identifier: MIT
+rem Ends what register.cmd did. Needs an administrator's rights.
+setlocal
+set failed=0
+for %%m in (LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS) do (
+    if exist "%~dp0bin\%%m.dll" (
+        regsvr32 /u /s "%~dp0bin\%%m.dll"
+        if errorlevel 1 (
+            echo %%m.dll cannot be unregistered
+            set failed=1
+        ) else (
+            echo %%m.dll is unregistered
+        )
+    )
+)
+exit /b %failed%

@@ -1,0 +1,140 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Puts what users get into an empty place, builds the examples that it carries against it and runs them.
+# usage: check_package.sh KIND SOURCE BUILD
+#   KIND   install: cmake --install; deb, zip: the package that cpack makes
+#   SOURCE, BUILD   the project's folder and its build folder
+# Environment: CMAKE (cmake), TOOLCHAIN (of a cross build), RUNNER (runs a program of a cross build), OBJDUMP
+set -euo pipefail
+kind=$1 source=$2 build=$3
+cmake=${CMAKE:-cmake}
+objdump=${OBJDUMP:-objdump}
+place=$(mktemp -d "$build/package-test.XXXXXX")
+trap 'rm -rf "$place"' EXIT
+root=$place/root
+
+fail() {
+    echo "FAILED: $*" >&2
+    exit 1
+}
+quietly() {
+    "$@" >"$place/log" 2>&1 </dev/null || {
+        cat "$place/log"
+        fail "$*"
+    }
+}
+sections() { "$objdump" -h "$1"; }
+
+# make_package PATTERN: the one package of this project's version that cpack makes.
+make_package() {
+    (cd "$build" && quietly "$(dirname "$cmake")/cpack" -B "$place/packages")
+    find "$place/packages" -maxdepth 1 -name "$1" | grep . || fail "cpack made no $1"
+}
+
+# ---- how it gets there
+
+put_install() {
+    quietly "$cmake" --install "$build" --prefix "$place/elsewhere"
+    mv "$place/elsewhere" "$root" # it works wherever it is put
+}
+
+put_deb() {
+    local package debug id
+    package=$(make_package 'lxconfigfactorycache_*_amd64.deb')
+    dpkg-deb -x "$package" "$place/system"
+    root=$place/system/usr
+    for field in Package Version Architecture Maintainer Section Priority Depends Description Installed-Size; do
+        [ -n "$(dpkg-deb -f "$package" $field)" ] || fail "the package has no field $field"
+    done
+    [ "$(dpkg-deb -f "$package" Version)" = "$(version)" ] || fail "the package's version is not $(version)"
+    grep -q 'libstdc++6' <(dpkg-deb -f "$package" Depends) || fail "the package does not depend on libstdc++6"
+    debug=$(find "$place/packages" -maxdepth 1 -name 'lxconfigfactorycache-dbgsym_*_amd64.ddeb')
+    if grep -q '^CMAKE_BUILD_TYPE:STRING=Release' "$build/CMakeCache.txt"; then
+        [ -n "$debug" ] || fail "there is no package of debug information"
+        dpkg-deb -x "$debug" "$place/debug"
+        id=$(readelf -n "$root/lib/LXConfigFactoryCache32.so" | sed -n 's/.*Build ID: //p')
+        sections "$place/debug/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug" | grep -q '\.debug_info' ||
+            fail "the debug information of LXConfigFactoryCache32.so is not in its package"
+        ! sections "$root/lib/LXConfigFactoryCache32.so" | grep -q '\.debug_info' ||
+            fail "LXConfigFactoryCache32.so still has its debug information"
+    fi
+}
+
+put_zip() {
+    local package debug
+    package=$(make_package "LXConfigFactoryCache-$(version)-win64.zip")
+    mkdir "$root" "$place/debug"
+    (cd "$root" && "$cmake" -E tar xf "$package")
+    (cd "$place/debug" && "$cmake" -E tar xf "${package%.zip}-debug.zip")
+    for module in LXConfigFactoryCache32.dll LXError32.dll; do
+        sections "$place/debug/bin/$module.debug" | grep -q '\.debug_info' || fail "$module.debug is empty"
+        ! sections "$root/bin/$module" | grep -q '\.debug_info' || fail "$module has its debug information"
+        sections "$root/bin/$module" | grep -q '\.gnu_debuglink' || fail "$module does not name $module.debug"
+    done
+    cmp -s "$root/LICENSE" "$source/LICENSE" || fail "the licence is missing"
+}
+
+version() { sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt"; }
+
+# ---- what is done with it
+
+# The examples that came with it, so that they need nothing else; users' warnings are errors.
+build_examples() {
+    local examples
+    examples=$(find "$root" -name minimal_server.cpp -printf '%h')
+    quietly "$cmake" -S "$examples" -B "$place/build" -G Ninja -DCMAKE_PREFIX_PATH="$root" \
+        ${TOOLCHAIN:+-DCMAKE_TOOLCHAIN_FILE="$TOOLCHAIN" -DCMAKE_FIND_ROOT_PATH="$root"} \
+        -DCMAKE_C_FLAGS="$warnings" -DCMAKE_CXX_FLAGS="$warnings"
+    grep -q "LXConfigFactoryCache_DIR:PATH=$root/" "$place/build/CMakeCache.txt" || fail "another package was found"
+    quietly "$cmake" --build "$place/build"
+}
+readonly warnings="-Wall -Wextra -Wpedantic -Wconversion -Werror"
+
+run_examples() {
+    quietly "$(dirname "$cmake")/ctest" --test-dir "$place/build" --output-on-failure --timeout 60
+    grep -q '100% tests passed' "$place/log" || fail "the examples did not run"
+    echo "the examples, built with CMake, ran"
+}
+
+build_with_pkg_config() {
+    local flags libraries
+    export PKG_CONFIG_PATH=$root/lib/pkgconfig
+    flags=$(pkg-config --cflags lxconfigfactorycache)
+    libraries=$(pkg-config --libs lxconfigfactorycache)
+    [ "$(pkg-config --modversion lxconfigfactorycache)" = "$(version)" ] || fail "pkg-config's version is not $(version)"
+    # shellcheck disable=SC2086
+    c++ -std=c++17 $warnings $flags "$source/examples/client.cpp" "$source/examples/minimal_server.cpp" \
+        $libraries -Wl,-rpath,"$root/lib" -o "$place/client"
+    [ "$("$place/client")" = m3/h ] || fail "the client, built with pkg-config, does not work"
+    echo "the client, built with pkg-config, ran"
+}
+
+check_paths() {
+    ! grep -rIlF "$source" "$root" || fail "files name the folder that they were built in"
+}
+
+# registration SCRIPT
+registration() {
+    quietly "$RUNNER" cmd /c "Z:${root//\//\\}\\$1"
+}
+
+check_path_of_modules() {
+    local module
+    for module in "$root"/lib/*.so; do
+        ! readelf -d "$module" | grep RUNPATH | grep -qvF '[$ORIGIN]' || fail "$module looks elsewhere for libraries"
+    done
+}
+
+"put_$kind"
+check_paths
+build_examples
+if [ -n "${TOOLCHAIN:-}" ]; then
+    registration register.cmd
+    run_examples
+    registration unregister.cmd
+    ! "$RUNNER" "$place/build/client.exe" >"$place/log" 2>&1 || fail "unregister.cmd left the component registered"
+else
+    check_path_of_modules
+    run_examples
+    build_with_pkg_config
+fi
