@@ -155,7 +155,7 @@ void WriteExceptionToLogBook(LONG severity, XLXTextView text, const LXErrorLocat
 bool TraceEnabled(LXLogCategory category) noexcept
 {
     static LONG* const wanted = const_cast<LONG*>(LXErrorWantedCategories());
-    return (std::atomic_ref<LONG>(*wanted).load(std::memory_order_relaxed) & (1 << category)) != 0;
+    return (std::atomic_ref<LONG>(*wanted).load(std::memory_order_relaxed) & (LONG{1} << category)) != 0;
 }
 
 void WriteTrace(LXLogCategory category, XLXTextView title, XLXTextView text,

@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Compiles each public header by itself, as C and as C++, and the examples, with the warnings that careful users turn
+# on. 77 when the compiler is not installed.
+# usage: check_headers.sh SOURCE C-COMPILER C++-COMPILER [windows]
+set -euo pipefail
+source=$1 cc=$2 cxx=$3 platform=${4:-linux}
+for compiler in "$cc" "$cxx"; do
+    command -v "$compiler" >/dev/null || {
+        echo "SKIPPED: $compiler is not installed"
+        exit 77
+    }
+done
+readonly warnings=(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wundef -Werror -fsyntax-only)
+
+headers=(LXConfigFactoryCache.h LXError32.h)
+folders=(-I"$source/idl" -I"$source/include" -I"$source/src/support/LXError32")
+if [ "$platform" = linux ]; then
+    folders+=(-I"$source/platform/include")
+    mapfile -t -O ${#headers[@]} headers < <(cd "$source/platform/include" && ls -- *.h | grep -v lxallocationgate.h) # not installed
+fi
+
+failed=0
+check() {
+    "$@" "${warnings[@]}" "${folders[@]}" - || failed=1
+}
+for header in "${headers[@]}"; do
+    for standard in c11 c17; do
+        check "$cc" -x c -std=$standard <<<"#include <$header>
+int unused;"
+    done
+    for standard in c++17 c++20; do
+        check "$cxx" -x c++ -std=$standard <<<"#include <$header>"
+    done
+    # With the macros that C programs call methods by.
+    check "$cc" -x c -std=c11 -DCOBJMACROS -DCINTERFACE <<<"#include <$header>
+int unused;"
+done
+"$cc" -std=c11 "${warnings[@]}" "${folders[@]}" "$source/idl/LXConfigFactoryCache_i.c" || failed=1
+for example in "$source"/examples/*.c; do
+    "$cc" -std=c11 "${warnings[@]}" "${folders[@]}" "$example" || failed=1
+done
+for example in "$source"/examples/*.cpp; do
+    "$cxx" -std=c++17 "${warnings[@]}" "${folders[@]}" "$example" || failed=1
+done
+[ $failed -eq 0 ] && echo "${#headers[@]} headers and the examples are clean"
+exit $failed
