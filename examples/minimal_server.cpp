@@ -4,7 +4,7 @@
 // asks for:
 //
 //   ILXConfigFactoryEx   all types, or one, as a flat array: names, then records
-//   ILXConfigFactory     one type as an object; the rest has nothing to give
+//   ILXConfigFactory     one type, or all, as objects (server mode); the rest has nothing to give
 //   ILXType              its values, and its attributes as a flat array
 //   ILXAttribute         its values; setting one notifies
 //   ILXDataUpdate        clients' callbacks
@@ -367,6 +367,38 @@ public:
     NOT_OFFERED(GetDefaultNewEditor(BSTR, ILXConfObjEditor**))
 };
 
+/// Hands out types in order.
+class TypeEnum final : public Counted<ILXTypeEnum>
+{
+public:
+    TypeEnum(ModelPtr model, std::vector<Text> names) : m_model(std::move(model)), m_names(std::move(names))
+    {}
+    HRESULT STDMETHODCALLTYPE RemNext(ULONG count, ILXType** types, ULONG* fetched) override
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        for (*fetched = 0; *fetched < count && m_next < m_names.size(); ++*fetched)
+        {
+            types[*fetched] = new Type(m_model, m_names[m_next++]);
+        }
+        return *fetched == count ? S_OK : S_FALSE;
+    }
+    HRESULT STDMETHODCALLTYPE GetSingleNext(ILXType** type) override
+    {
+        ULONG fetched = 0;
+        *type = nullptr;
+        return RemNext(1, type, &fetched);
+    }
+    NOT_OFFERED(Skip(ULONG))
+    NOT_OFFERED(Reset())
+    NOT_OFFERED(Clone(ILXTypeEnum**))
+
+private:
+    ModelPtr m_model;
+    std::vector<Text> m_names;
+    std::mutex m_mutex; // guards m_next
+    std::size_t m_next = 0;
+};
+
 /// The service of configuration, with its second interface for bulk reads.
 class ConfigFactory final : public Counted<ILXConfigFactory>, public ILXConfigFactoryEx
 {
@@ -407,6 +439,19 @@ public:
         *type = new Type(m_model, TextOf(name));
         return S_OK;
     }
+    HRESULT STDMETHODCALLTYPE GetTypeEnum(BSTR, ILXTypeEnum** types) override
+    {
+        std::vector<Text> names;
+        {
+            const std::lock_guard<std::mutex> lock(m_model->mutex);
+            for (const auto& type : m_model->types)
+            {
+                names.push_back(type.first);
+            }
+        }
+        *types = new TypeEnum(m_model, names);
+        return S_OK;
+    }
     HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** relations) override
     {
         *relations = nullptr;
@@ -420,7 +465,6 @@ public:
     NOTHING_OF(GetSearchableTypeEnum, ILXTypeEnum)
     NOTHING_OF(GetBrowserIdEnum, ILXBrowserIdEnum)
     NOTHING_OF(GetAllGlobalAttributeFormatSpecs, ILXGlobalAttributeFormatSpecEnum)
-    NOT_OFFERED(GetTypeEnum(BSTR, ILXTypeEnum**))
     NOT_OFFERED(AddType(ILXType**))
     NOT_OFFERED(RemoveType(ILXType*, LONG*))
     NOT_OFFERED(GetPlanTypeEnum(BSTR, ILXTypeEnum**))

@@ -10,6 +10,7 @@ names the methods, and surface.h takes the types from them.
 """
 import re
 import sys
+from typing import NamedTuple
 
 # Interfaces of the platform that objects of the component answer too.
 PLATFORM = """
@@ -25,10 +26,39 @@ PLATFORM = """
 """
 
 
-def expand_macros(text):
-    """The definitions with comments, texts and conditions taken out and macros with arguments replaced."""
+class Parameter(NamedTuple):
+    name: str
+    role: str
+    count: int  # index of the parameter with the number of elements, or -1
+    attributes: str
+    type: str
+
+
+class Method(NamedTuple):
+    name: str
+    help: str
+    parameters: list
+
+
+class Interface(NamedTuple):
+    name: str
+    base: str
+    iid: str
+    help: str
+    methods: list
+
+
+def expand_macros(text, texts=None):
+    """The definitions with comments and conditions taken out and macros with arguments replaced. A quoted text becomes
+    its index in texts, since it may have any character in it."""
+    texts = [] if texts is None else texts
+
+    def put_aside(found):
+        texts.append(found[1])
+        return f'"{len(texts) - 1}"'
+
     text = re.sub(r"//[^\n]*", "", text)
-    text = re.sub(r'"[^"\n]*"', '""', text)
+    text = re.sub(r'"([^"\n]*)"', put_aside, text)
     macro = re.compile(r"^#define (\w+)\(([^)]*)\)((?:.*\\\n)*.*)\n", re.M)
     macros = {m[1]: ([p.strip() for p in m[2].split(",")], m[3].replace("\\\n", "\n")) for m in macro.finditer(text)}
     text = re.sub(r"^#.*\n", "", macro.sub("", text), flags=re.M)
@@ -41,29 +71,35 @@ def expand_macros(text):
 
 
 def parse_parameters(text, method):
-    """[(name, role, index of the parameter with the count or -1)]"""
     parts = re.findall(r"\[([^\]]*)\]\s*([^\[\]]*?)\s*(\w+)\s*(?:,\s*(?=\[)|$)", text.strip())
     if len(parts) != text.count("["):
         raise ValueError(f"{method}: cannot read its parameters")
     names = [name for _, _, name in parts]
     result = []
-    for attributes, _, name in parts:
+    for attributes, kind, name in parts:
         words = re.findall(r"\w+", re.sub(r"\([^)]*\)", "", attributes))
         role = "InOut" if "in" in words and "out" in words else "Out" if "out" in words else "In"
         size = re.search(r"size_is\(\s*(\w+)\s*\)", attributes)
-        result.append((name, role, names.index(size[1]) if size else -1))
+        result.append(Parameter(name, role, names.index(size[1]) if size else -1, attributes, kind))
     return result
 
 
-def parse(text):
-    """[(interface, base, [(method, parameters)])]"""
+def help_in(attributes, texts):
+    found = re.search(r'helpstring\("(\d+)"\)', attributes)
+    return texts[int(found[1])] if found and texts else ""
+
+
+def parse(text, texts=()):
+    """All interfaces, of definitions that expand_macros went over."""
     interfaces = []
-    for found in re.finditer(r"\[[^\[\]]*\bobject\b[^\[\]]*\]\s*interface (\w+)\s*:\s*(\w+)\s*\{([^{}]*)\}", text):
-        methods = [(m[1], parse_parameters(m[2], found[1] + "::" + m[1]))
-                   for m in re.finditer(r"HRESULT\s+(\w+)\s*\((.*?)\)\s*;", found[3], re.S)]
-        if len(methods) != found[3].count("HRESULT"):
-            raise ValueError(f"{found[1]}: cannot read its methods")
-        interfaces.append((found[1], found[2], methods))
+    for found in re.finditer(r"\[([^\[\]]*\bobject\b[^\[\]]*)\]\s*interface (\w+)\s*:\s*(\w+)\s*\{([^{}]*)\}", text):
+        attributes, name, base, body = found.groups()
+        methods = [Method(m[2], help_in(m[1] or "", texts), parse_parameters(m[3], name + "::" + m[2]))
+                   for m in re.finditer(r"(\[[^\[\]]*\]\s*)?HRESULT\s+(\w+)\s*\((.*?)\)\s*;", body, re.S)]
+        if len(methods) != body.count("HRESULT"):
+            raise ValueError(f"{name}: cannot read its methods")
+        iid = re.search(r"uuid\(([-\w]+)\)", attributes)
+        interfaces.append(Interface(name, base, iid[1] if iid else "", help_in(attributes, texts), methods))
     return interfaces
 
 
@@ -72,10 +108,10 @@ def main():
         interfaces = parse(expand_macros(file.read()) + PLATFORM)
     with open(sys.argv[2], "w", encoding="utf-8") as table:
         print("// Made by make_surface.py.", file=table)
-        for name, base, methods in interfaces:
+        for name, base, _, _, methods in interfaces:
             print(f'Interface<{name}>("{name}", "{base}", {{', file=table)
-            for method, parameters in methods:
-                listed = ", ".join(f'{{"{p}", XRole::{role}, {count}}}' for p, role, count in parameters)
+            for method, _, parameters in methods:
+                listed = ", ".join(f'{{"{p.name}", XRole::{p.role}, {p.count}}}' for p in parameters)
                 print(f'    Method<&{name}::{method}>("{method}", {{{listed}}}),', file=table)
             print("}),", file=table)
 

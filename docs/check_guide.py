@@ -1,0 +1,57 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Checks that what the documents for users show is so.
+
+usage: check_guide.py PROJECT-FOLDER VERSION
+
+- Each code block of guide.md stands under a comment with the file that it is from, and is in that file, line by line;
+  the tests build and run those files.
+- Links between the documents, and paths that guide.md names in examples/, lead somewhere.
+- The version that the guide's file names and the newest entry of CHANGELOG.md show is the project's.
+"""
+import pathlib
+import re
+import sys
+
+
+def code_blocks(text, folder):
+    faults = []
+    blocks = re.findall(r"(?:<!-- (\S+) -->\n)?```(\w+)\n(.*?)```", text, re.S)
+    for file, language, code in blocks:
+        shown = " ".join(code.split())
+        if not file:
+            faults.append(f"a block of {language} names no file: {shown[:60]}")
+        elif shown not in " ".join((folder / file).read_text(encoding="utf-8").split()):
+            faults.append(f"{file} has not: {shown[:80]}")
+    if len(blocks) < 10:
+        faults.append(f"only {len(blocks)} code blocks were found")
+    return faults
+
+
+def links(page, folder):
+    text = page.read_text(encoding="utf-8")
+    return [f"{page.name} links to {target}, which is not there" for target in re.findall(r"\]\(([^)#:]+)\)", text)
+            if not (page.parent / target).exists()] + [
+            f"{page.name} names {path}, which is not there" for path in re.findall(r"`(examples/[\w./]+)`", text)
+            if not (folder / path).exists()]
+
+
+def versions(folder, guide, version):
+    newest = re.search(r"^## (\S+)", (folder / "CHANGELOG.md").read_text(encoding="utf-8"), re.M)
+    faults = [] if newest and newest[1] == version else [f"the newest entry of CHANGELOG.md is not {version}"]
+    named = re.findall(r"LXConfigFactoryCache-(\d[\d.]*)-win64|lxconfigfactorycache_(\d[\d.]*)_amd64", guide)
+    return faults + [f"guide.md names version {v}" for pair in named for v in pair if v and v != version]
+
+
+def main():
+    folder, version = pathlib.Path(sys.argv[1]), sys.argv[2]
+    guide = (folder / "docs" / "guide.md").read_text(encoding="utf-8")
+    faults = code_blocks(guide, folder) + versions(folder, guide, version)
+    for name in ("guide", "reference", "troubleshooting", "transfer-format"):
+        faults += links(folder / "docs" / f"{name}.md", folder)
+    print(*faults, f"{len(faults)} faults", sep="\n")
+    sys.exit(1 if faults else 0)
+
+
+if __name__ == "__main__":
+    main()

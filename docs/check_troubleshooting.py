@@ -1,0 +1,61 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Checks that troubleshooting.md has every text that the component can raise or log, and none that is gone.
+
+usage: check_troubleshooting.py SOURCE-FOLDER PAGE
+
+Texts are the wide literals of the sources (OLESTR) and what XLXFormat puts together, where anything that is no literal,
+and each %d and %s, shows as "…". On the page they stand in backquotes in the first column of a table.
+"""
+import pathlib
+import re
+import sys
+
+# Wide literals that are data, not messages.
+DATA = """
+    nodes typename objects configtypename cfc_specific searchable relationname recursiv properties
+    nameshort master pc lumbrixtypeset lumbrixtypechild lumbrixtype lumbcompbase cfc_forward/ cfc _reverse UpdateMng
+    REGISTRY QueryEngine Foldername Configfactory @@nodes %MODULE% invalidated
+    TypeLib\\\\{3B700219-CA40-4C9A-B2E6-85B56601D125}\\\\1.0
+""".split() + [
+    "server call", "CFC update notification", "invalid pointer: …", "…: …", "…", "……",
+    "CFC update: CFDataID: '…', Update Mode: …, CurrentDataId: '…', TranslatedDataId: '…'"]
+
+
+def literals(text):
+    """Adjacent string literals, joined."""
+    return "".join(re.findall(r'"((?:[^"\\]|\\.)*)"', text))
+
+
+def texts_of(source):
+    """Every text of one source file."""
+    source = re.sub(r"//[^\n]*", "", source)
+    for found in re.finditer(r'OLESTR\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)\)', source):
+        yield re.sub(r"%[ds]", "…", literals(found[1]))
+    for found in re.finditer(r"XLXFormat\(\)((?:\s*<<\s*(?:(?:\"(?:[^\"\\]|\\.)*\"\s*)+|[\w.:]+(?:\([^()]*\))?(?:\{\w+\})?))+)",
+                             source):
+        parts = re.split(r"<<", found[1])[1:]
+        yield "".join(literals(part) if '"' in part else "…" for part in parts)
+
+
+def main():
+    folder, page = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
+    in_source = set()
+    for file in sorted(folder.rglob("*")):
+        if file.suffix in (".cpp", ".h", ".inc"):
+            in_source.update(texts_of(file.read_text(encoding="utf-8")))
+    in_source.discard("")
+    on_page = set()
+    for line in page.read_text(encoding="utf-8").splitlines():
+        first = line.split(" | ")[0]
+        if first.startswith("| `") and not re.match(r"\| `[A-Z]+(_[A-Z0-9]+)+", first):  # a result is no text
+            on_page.update(re.findall(r"`([^`]*)`", first))
+    faults = [f"not on the page: {text}" for text in sorted(in_source - on_page - set(DATA))]
+    faults += [f"on the page, and nowhere in the sources: {text}" for text in sorted(on_page - in_source)]
+    faults += [f"data of this script that is gone: {text}" for text in sorted(set(DATA) - in_source)]
+    print(*faults, f"{len(in_source - set(DATA))} texts, {len(faults)} faults", sep="\n")
+    sys.exit(1 if faults else 0)
+
+
+if __name__ == "__main__":
+    main()

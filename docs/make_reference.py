@@ -1,0 +1,137 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Makes reference.md from the interface definitions and their help strings.
+
+usage: make_reference.py [--check] DEFINITIONS.idl propertynames.inc reference.md
+
+With --check it fails when the page is another, or a method of an interface that the component offers has no help string.
+"""
+import pathlib
+import re
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "surface"))
+import make_surface  # noqa: E402
+
+HEAD = """# Reference
+
+Every interface of `LXConfigFactoryCache.idl`, with its methods in slot order. All methods answer an `HRESULT`, and are
+`STDMETHODCALLTYPE`. What holds for all of them:
+
+- A look-up that finds nothing answers `S_FALSE` with a null result; an enumeration of nothing does too.
+- Flags are `LONG`s: 0 is false, anything else true. Text is UTF-16, a `BSTR` that may be null for an empty one.
+- Out pointers are set to null before anything else. Who receives an interface pointer, a text or an array owns it.
+- "`E_NOTIMPL` in the cache" is what the component answers; the server's own object may do more.
+- A failure leaves a text: [troubleshooting.md](troubleshooting.md). Which calls may wait for the server:
+  [guide.md](guide.md). A configuration name (`bstrConfigName`) is ignored.
+
+This page is made of the definitions: `docs/make_reference.py` writes it, and a test fails when it is out of date.
+"""
+
+# The headings of the definitions' parts come from here, by the first interface of each.
+PARTS = {"ILXConfigFactoryCache": "The component", "ILXConfigObject": "Configuration objects",
+         "ILXConfigFactory": "The config factory", "ILXTypeEnum": "Enumerators", "ILXCallback": "Callbacks",
+         "ILX_BaseDataObject": "Services of the server", "ILXTypeCache": "Between the component's own objects"}
+ORDER = ["ILXConfigFactoryCache", "ILXConfigObject", "ILXConfigFactory", "ILXTypeEnum", "ILXCallback",
+         "ILX_BaseDataObject", "ILXTypeCache"]
+# Interfaces that clients bring: the component calls only the methods that have a help string.
+FOREIGN = {"ILX_BaseDataObject", "ILX_Query", "ILXDataUpdate", "ILXTypeCache", "ILXTypeInheritance"}
+TYPES = {"long": "LONG", "unsigned long": "ULONG", "LX_BSTR_ARRAY": "SAFEARRAY*", "LX_VARIANT_ARRAY": "SAFEARRAY*",
+         "LX_BSTR_ARRAY*": "SAFEARRAY**", "LX_VARIANT_ARRAY*": "SAFEARRAY**", "long*": "LONG*",
+         "unsigned long*": "ULONG*"}
+
+
+def slots_before(interface, interfaces):
+    base = next((i for i in interfaces if i.name == interface.base), None)
+    return 3 if base is None else slots_before(base, interfaces) + len(base.methods)
+
+
+def signature(method):
+    parameters = []
+    for p in method.parameters:
+        length = re.search(r"size_is\(([^)]*)\)", p.attributes)
+        array = f", {length[0]}" if length else ""
+        direction = {"In": "in", "Out": "out", "InOut": "in, out"}[p.role]
+        parameters.append(f"[{direction}{array}] {TYPES.get(p.type, p.type)} {p.name}")
+    return f"{method.name}({', '.join(parameters)})"
+
+
+def section(interface, interfaces):
+    text = f"\n### {interface.name}\n\n{interface.help}. Derives from `{interface.base}`; IID `{{{interface.iid.upper()}}}`.\n"
+    rows = [(slots_before(interface, interfaces) + i, m) for i, m in enumerate(interface.methods)]
+    listed = [(slot, m) for slot, m in rows if m.help or interface.name not in FOREIGN]
+    text += "\n| Slot | Method | |\n|---|---|---|\n"
+    for slot, method in listed:
+        text += f"| {slot} | `{signature(method)}` | {method.help.replace('|', chr(92) + '|')} |\n"
+    silent = [f"`{m.name}` ({slot})" for slot, m in rows if (slot, m) not in listed]
+    if silent:
+        what = "Placeholders" if "Reserved" in silent[0] else "The component does not call"
+        text += f"\n{what}: {', '.join(silent)}.\n"
+    return text
+
+
+def enumerations(text):
+    page = "\n## Enumerations\n"
+    for name, body in re.findall(r"typedef enum (\w+)\s*\{([^}]*)\}", text):
+        values = re.findall(r"(\w+)\s*=\s*(\d+)", body)
+        page += f"\n`{name}`: " + ", ".join(f"`{n}` {v}" for n, v in values) + ".\n"
+    return page
+
+
+def records(text):
+    page = "\n## Records\n"
+    for name, body in re.findall(r"typedef struct (\w+)\s*\{([^}]*)\}", text):
+        fields = [re.sub(r"\[[^\]]*\]\s*", "", f).strip() for f in body.split(";") if f.strip()]
+        fields = [" ".join(f.split()).replace("unsigned long", "ULONG").replace("long ", "LONG ") for f in fields]
+        page += f"\n`{name}`: " + ", ".join(f"`{f}`" for f in fields) + ".\n"
+    return page
+
+
+def classes(text, texts):
+    page = "\n## Classes\n"
+    for attributes, name, body in re.findall(r"\[([^\[\]]*)\]\s*coclass (\w+)\s*\{([^}]*)\}", text):
+        clsid = re.search(r"uuid\(([-\w]+)\)", attributes)[1].upper()
+        faces = ", ".join(f"`{i}`" for i in re.findall(r"interface (\w+)", body))
+        page += f"\n`{name}` `{{{clsid}}}`: {make_surface.help_in(attributes, texts)}. Interfaces: {faces}.\n"
+    return page
+
+
+def properties(names):
+    page = "\n## Properties\n\n`Get` and `Set` take these names, `GetProperty` and `SetProperty` the indexes; further "
+    page += "indexes are as the server has them.\n\n| Kind | Index and name |\n|---|---|\n"
+    kinds = {}
+    for kind, index, name in re.findall(r'LX_PROPERTY\((\w+), (\d+), "(\w+)"\)', names):
+        kinds.setdefault(kind, []).append(f"{index} `{name}`")
+    return page + "".join(f"| {kind} | {', '.join(listed)} |\n" for kind, listed in kinds.items())
+
+
+def page_of(definitions, names):
+    texts = []
+    text = make_surface.expand_macros(definitions, texts)
+    interfaces = make_surface.parse(text, texts)
+    missing = [f"{i.name}::{m.name}" for i in interfaces if i.name not in FOREIGN for m in i.methods if not m.help]
+    parts, current = {name: [] for name in ORDER}, None
+    for interface in interfaces:
+        current = interface.name if interface.name in PARTS else current
+        parts[current].append(interface)
+    page = HEAD
+    for name, members in parts.items():
+        page += f"\n## {PARTS[name]}\n" + "".join(section(i, interfaces) for i in members)
+    return page + properties(names) + classes(text, texts) + records(text) + enumerations(text), missing
+
+
+def main():
+    arguments = [a for a in sys.argv[1:] if a != "--check"]
+    definitions, names, target = map(pathlib.Path, arguments)
+    page, missing = page_of(definitions.read_text(encoding="utf-8"), names.read_text(encoding="utf-8"))
+    if "--check" not in sys.argv:
+        target.write_text(page, encoding="utf-8")
+        return
+    if missing:
+        sys.exit("without a help string: " + ", ".join(missing))
+    if target.read_text(encoding="utf-8") != page:
+        sys.exit(f"{target} is out of date: run {pathlib.Path(__file__).name}")
+
+
+if __name__ == "__main__":
+    main()
