@@ -8,7 +8,7 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(LX_MODULES LXConfigFactoryCache32 LXError32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS)
-set(LX_PROGRAMS lxcfc lxsampleserver lxsampleserver_program)
+set(LX_PROGRAMS lxcfc lxsampleserverprogram)
 
 set(lx_include ${CMAKE_INSTALL_INCLUDEDIR}/lxconfigfactorycache)
 set(lx_data ${CMAKE_INSTALL_DATADIR}/lxconfigfactorycache)
@@ -33,7 +33,8 @@ endforeach()
 # Modules find each other beside themselves, wherever the package is put; programs find them in the library folder.
 if(NOT WIN32)
   list(APPEND lx_binaries lxplatform)
-  set_target_properties(lxplatform PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  set_target_properties(lxplatform PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+    BUILD_RPATH "$ORIGIN") # it loads the component by its bare name
   file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
   foreach(target ${lx_binaries})
     get_target_property(type ${target} TYPE)
@@ -45,6 +46,25 @@ install(TARGETS ${lx_binaries}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT main
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT unused EXCLUDE_FROM_ALL) # nobody links these
+
+# The version resource of those that have none of their own.
+function(lx_version_resource target description)
+  if(WIN32 AND TARGET ${target})
+    get_target_property(type ${target} TYPE)
+    set(lx_file_type VFT_DLL)
+    if(type STREQUAL "EXECUTABLE")
+      set(lx_file_type VFT_APP)
+    endif()
+    set(lx_binary ${target})
+    set(lx_description ${description})
+    configure_file(${PROJECT_SOURCE_DIR}/packaging/version.rc.in ${CMAKE_BINARY_DIR}/package/${target}.rc @ONLY)
+    target_sources(${target} PRIVATE ${CMAKE_BINARY_DIR}/package/${target}.rc)
+  endif()
+endfunction()
+lx_version_resource(LXError32 "Error information and logbook of the configuration cache")
+lx_version_resource(LXCfgCacheCallback "Separate callback object of the configuration cache")
+lx_version_resource(lxcfc "Shows and compares the configuration of a server")
+lx_version_resource(lxsampleserverprogram "Sample configuration server")
 
 # Debug information of Windows binaries: split off into a file of its own, which the binary names.
 if(WIN32)

@@ -15,4 +15,13 @@ for %%m in (LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback LXS
         )
     )
 )
+if exist "%~dp0bin\lxsampleserver.exe" (
+    "%~dp0bin\lxsampleserver.exe" --register --model "%~dp0share\lxconfigfactorycache\models\plant.json"
+    if errorlevel 1 (
+        echo lxsampleserver.exe cannot be registered
+        set failed=1
+    ) else (
+        echo lxsampleserver.exe is registered
+    )
+)
 exit /b %failed%

@@ -14,4 +14,13 @@ for %%m in (LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback LXS
         )
     )
 )
+if exist "%~dp0bin\lxsampleserver.exe" (
+    "%~dp0bin\lxsampleserver.exe" --unregister
+    if errorlevel 1 (
+        echo lxsampleserver.exe cannot be unregistered
+        set failed=1
+    ) else (
+        echo lxsampleserver.exe is unregistered
+    )
+)
 exit /b %failed%

@@ -71,6 +71,9 @@ put_zip() {
         ! sections "$root/bin/$module" | grep -q '\.debug_info' || fail "$module has its debug information"
         sections "$root/bin/$module" | grep -q '\.gnu_debuglink' || fail "$module does not name $module.debug"
     done
+    for binary in "$root"/bin/*; do
+        tr -d '\0' <"$binary" | grep -aqF "ProductVersion$(version)" || fail "$binary does not say that it is $(version)"
+    done
     cmp -s "$root/LICENSE" "$source/LICENSE" || fail "the licence is missing"
 }
 
@@ -109,6 +112,14 @@ build_with_pkg_config() {
     echo "the client, built with pkg-config, ran"
 }
 
+check_tools() {
+    local tool
+    for tool in "$root"/bin/lxcfc*; do
+        [ ! -e "$tool" ] || [[ "$(${RUNNER:-} "$tool" --version | tr -d '\r')" == *" $(version)" ]] ||
+            fail "$tool --version does not say $(version)"
+    done
+}
+
 check_paths() {
     ! grep -rIlF "$source" "$root" || fail "files name the folder that they were built in"
 }
@@ -127,6 +138,7 @@ check_path_of_modules() {
 
 "put_$kind"
 check_paths
+check_tools
 build_examples
 if [ -n "${TOOLCHAIN:-}" ]; then
     registration register.cmd

@@ -14,16 +14,12 @@ void UnregisterForThisProcess() {}
 #else
 namespace
 {
-/// Calls one of the two registration functions of the module beside this program.
+/// Calls one of the two registration functions of the module. It is found beside the platform's library,
+/// wherever that was loaded from.
 void CallModule(const char* function)
 {
-    OLECHAR program[1024] = {};
-    const DWORD length = GetModuleFileNameW(nullptr, program, static_cast<DWORD>(std::size(program)));
-    const XLXTextView path(program, length);
-    const XLXText module =
-        XLXText(path.substr(0, path.find_last_of(u'/') + 1)) + OLESTR("LXConfigFactoryCache32.so");
-    HMODULE const handle = LoadLibraryW(module.c_str());
-    LXExpectThat(handle != nullptr, "LXConfigFactoryCache32.so beside this program cannot be loaded");
+    HMODULE const handle = LoadLibraryW(OLESTR("LXConfigFactoryCache32.so"));
+    LXExpectThat(handle != nullptr, "LXConfigFactoryCache32.so cannot be loaded");
     using Registration = HRESULT(STDMETHODCALLTYPE*)();
     const auto call =
         reinterpret_cast<Registration>(reinterpret_cast<void*>(GetProcAddress(handle, function)));
