@@ -208,6 +208,26 @@ TEST_F(Rpc, AnEditThatCannotBeDoneIsRefusedWithAReason)
     EXPECT_NE(LXSnapshot(*m_factory), before);
 }
 
+// The one library has them all, and registering a type library must not take any of them over.
+TEST(Proxies, StandForEveryInterface)
+{
+    constexpr CLSID library = {0x0B28003D, 0x73C2, 0x400E, {0x9E, 0x87, 0x3E, 0xB4, 0x6C, 0xC8, 0x6F, 0x1D}};
+    const auto expect = [&](const IID& iid) {
+        CLSID found = {};
+        EXPECT_EQ(CoGetPSClsid(iid, &found), S_OK);
+        EXPECT_EQ(found, library);
+    };
+    const auto expectAll = [&]<class... I>() { (expect(LXIid<I>()), ...); };
+    expectAll.operator()<ILXTypeEnum, ILXPageEnum, ILXGroupEnum, ILXAttributeEnum, ILXAttributeTypeEnum,
+                         ILXConfObjEditorEnum, ILXParentChildEnum, ILXPCInfoEnum, ILXBrowserIdEnum,
+                         ILXGlobalAttributeFormatSpecEnum, IEnumBaseDataObject>();
+    expectAll.operator()<ILXConfigObject, ILXType, ILXPage, ILXFormat, ILXAttributeType, ILXConfObjEditor,
+                         ILXPCInfo, ILXBrowserId, ILXGroup, ILXAttribute, ILXParentChild,
+                         ILXGlobalAttributeFormatSpec, ILXConfigFactory, ILXConfigFactoryEx>();
+    expectAll.operator()<ILXCallback, ILXCallbackUpdate, IXCfgCacheCallback, ILX_BaseDataObject, ILXRelation,
+                         ILX_Query, ILXDataUpdate, ILXConfigFactoryCache, IDPFObject, ILXServerEntryPoint>();
+}
+
 // The cache's own interfaces have proxies too: a program may hand the cache to a thread of another apartment.
 TEST_F(Rpc, TheCacheItselfMayBeCalledThroughProxies)
 {
@@ -242,6 +262,15 @@ TEST_F(Rpc, TheCacheItselfMayBeCalledThroughProxies)
             EXPECT_EQ(cache->CheckTypeDerivesFrom(LXBstr(DerivedType).Get(), 3, asked, answers), S_OK);
             EXPECT_EQ(answers[0] * 100 + answers[1] * 10 + answers[2], 10);
 
+            tagLXClientInfo info = {};
+            EXPECT_EQ(cache.As<ILXCallbackUpdate>()->GetClientInfo(&info), S_OK);
+            EXPECT_EQ(info.ulProcessID, GetCurrentProcessId());
+            EXPECT_NE(LXBstrView(info.bstrComputerName), XLXTextView());
+            for (const BSTR text :
+                 {info.bstrTransactionName, info.bstrComputerName, info.bstrUserName, info.bstrPWD})
+            {
+                SysFreeString(text);
+            }
             VARIANT values[1] = {};
             EXPECT_EQ(cache.As<IDPFObject>()->Initialize(1, values), E_INVALIDARG); // by the cache: too few
         }

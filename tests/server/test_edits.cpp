@@ -217,10 +217,10 @@ TEST(ServerCallback, TheSeparateCallbackObjectPassesCallsOn)
         EXPECT_EQ(callback->Initialize(nullptr), S_OK);
         EXPECT_EQ(client.references, 0u);
     }
-    IUnknown* none = nullptr;
-    EXPECT_NE(CoCreateInstance(CLSID_XCfgCacheCallback, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                               reinterpret_cast<void**>(&none)),
-              S_OK);
+    XLXComPtr<IUnknown> other; // a registered module's, if any
+    CoCreateInstance(CLSID_XCfgCacheCallback, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, other.PutVoid());
+    EXPECT_EQ(XCfgCacheCallback::Alive(), 0);
+    other.Reset();
     CoUninitialize();
 }
 
