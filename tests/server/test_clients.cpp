@@ -40,7 +40,8 @@ TEST_P(GoneClients, AreForgottenByANotificationAndByACheck)
 {
     LXRegister(*server, quick);
     LXRegister(*server, other);
-    EXPECT_EQ(server->SendNotification("a", "cfc_specific", 0, XNotify::OnThread).clients, 0); // not known yet
+    EXPECT_EQ(server->SendNotification("a", "cfc_specific", 0, XNotify::OnThread).clients,
+              0); // not known yet
     server->FlushNotifications();
     other.answer = static_cast<HRESULT>(GetParam());
     EXPECT_EQ(server->SendNotification("b").result, other.answer);
