@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "XServerHost.h"
 
+#include "XRandomEdits.h"
 #include "XServerTexts.h"
 
 #include "XLXComBSTR.h"
@@ -117,6 +118,7 @@ void XServerHost::Serve(Terms terms, const std::function<void()>& whenReady)
     }
     std::this_thread::sleep_for(TimeForLastAnswer);
     CoRevokeClassObject(cookie);
+    CoDisconnectObject(static_cast<ILXSampleServer*>(this), 0); // no call comes after this
 }
 
 HRESULT XServerHost::QueryInterface(REFIID iid, void** out)
@@ -191,6 +193,14 @@ HRESULT XServerHost::Edit(BSTR edit, BSTR* outcome)
             }
         },
         outcome);
+}
+
+HRESULT XServerHost::RandomEdits(ULONG seed, ULONG count)
+{
+    return Method("RandomEdits", [&] {
+        LXRandomEdits(*m_server, seed, count);
+        return S_OK;
+    });
 }
 
 HRESULT XServerHost::GetCallCounts(BSTR* counts)

@@ -39,6 +39,7 @@ public:
     STDMETHODIMP GetDataObject(BSTR typeName, ILX_BaseDataObject** object) override;
     STDMETHODIMP GetStoredObject(BSTR id, ILX_BaseDataObject** object) override;
     STDMETHODIMP Edit(BSTR edit, BSTR* outcome) override;
+    STDMETHODIMP RandomEdits(ULONG seed, ULONG count) override;
     STDMETHODIMP GetCallCounts(BSTR* counts) override;
     STDMETHODIMP SetDelay(ULONG microseconds) override;
     STDMETHODIMP GetStatus(BSTR* status) override;

@@ -219,7 +219,12 @@ std::string LXSnapshot(ILXConfigFactory& factory)
     for (const char* const name : {"Object", "Equipment", "Pump", "CentrifugalPump", "Vessel", "Document"})
     {
         XLXComPtr<ILXType> type;
-        LXExpect(factory.GetType(LXBstr(name).Get(), nullptr, type.Put()), "GetType");
+        if (const HRESULT found = factory.GetType(LXBstr(name).Get(), nullptr, type.Put()); found != S_OK)
+        {
+            LXExpect(found, "GetType", S_FALSE); // an edit removed it
+            text += std::string(name) + " is not there\n";
+            continue;
+        }
         auto attributes = LXList<ILXAttribute, ILXAttributeEnum>(
             "GetDisplayAttributeEnum", [&](auto** out) { return type->GetDisplayAttributeEnum(0, out); });
         std::vector<std::string> lines;

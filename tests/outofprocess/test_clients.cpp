@@ -219,6 +219,27 @@ TEST(OutOfProcess, ASlowClientHoldsUpNobody)
     EXPECT_TRUE(LXWaitFor([&] { return server.Status().clients.empty(); }));
 }
 
+TEST(OutOfProcess, CacheAndServerAgreeAfterRandomEdits)
+{
+    const Server server;
+    CacheClient client(server.Control());
+    XLXComPtr<ILXConfigFactory> factory;
+    XLXComPtr<ILX_Query> query;
+    XLXComPtr<ILXDataUpdate> update;
+    ASSERT_EQ(server.Control().GetServices(factory.Put(), query.Put(), update.Put()), S_OK);
+    std::string former = LXSnapshot(*factory);
+    for (ULONG seed = 1; seed <= 4; ++seed)
+    {
+        EXPECT_EQ(LXSnapshot(*client.Factory()), former);
+        ASSERT_EQ(server.Control().RandomEdits(seed, 50), S_OK);
+        const std::string now = LXSnapshot(*factory);
+        EXPECT_NE(now, former);
+        former = now;
+    }
+    EXPECT_EQ(LXSnapshot(*client.Factory()), former);
+    EXPECT_EQ(client.Terminate(), S_OK);
+}
+
 TEST(OutOfProcess, AServerThatStopsTellsItsClientsAndEnds)
 {
     Server server;
