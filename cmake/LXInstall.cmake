@@ -122,10 +122,10 @@ endif()
 
 # ---- documents, examples, data
 
-set(documents guide.md reference.md troubleshooting.md transfer-format.md)
+set(documents guide.md reference.md troubleshooting.md transfer-format.md lxcfc.md lxcfc-graph.png)
 list(TRANSFORM documents PREPEND ${PROJECT_SOURCE_DIR}/docs/)
 foreach(document ${documents} ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
-  install(FILES ${document} DESTINATION ${lx_documents} COMPONENT main OPTIONAL)
+  install(FILES ${document} DESTINATION ${lx_documents} COMPONENT main)
 endforeach()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${lx_documents} COMPONENT main)
 install(FILES ${PROJECT_SOURCE_DIR}/models/plant.json DESTINATION ${lx_data}/models COMPONENT main)

@@ -112,12 +112,21 @@ build_with_pkg_config() {
     echo "the client, built with pkg-config, ran"
 }
 
-check_tools() {
-    local tool
-    for tool in "$root"/bin/lxcfc*; do
-        [ ! -e "$tool" ] || [[ "$(${RUNNER:-} "$tool" --version | tr -d '\r')" == *" $(version)" ]] ||
-            fail "$tool --version does not say $(version)"
-    done
+# The tools say their version, and find the component and the model where they were put.
+run_tools() {
+    local tool=$root/bin/lxcfc
+    if [ -n "${TOOLCHAIN:-}" ]; then
+        [[ "$("$RUNNER" "$tool.exe" --version | tr -d '\r')" == *" $(version)" ]] || fail "lxcfc is not $(version)"
+        # The server runs in a process of its own: that takes every module of the package.
+        quietly "$RUNNER" "$tool.exe" --server LXSampleServer.Server types --root Pump
+        grep -q PumpCentrifugal "$place/log" || fail "lxcfc does not reach the server of the package"
+        quietly "$RUNNER" "$root/bin/lxsampleserver.exe" --stop
+    else
+        [[ "$("$tool" --version)" == *" $(version)" ]] || fail "lxcfc is not $(version)"
+        quietly "$tool" types --root Pump
+        grep -q PumpCentrifugal "$place/log" || fail "lxcfc does not show the model of the package"
+    fi
+    echo "the tools ran"
 }
 
 check_paths() {
@@ -138,15 +147,16 @@ check_path_of_modules() {
 
 "put_$kind"
 check_paths
-check_tools
 build_examples
 if [ -n "${TOOLCHAIN:-}" ]; then
     registration register.cmd
     run_examples
+    run_tools
     registration unregister.cmd
     ! "$RUNNER" "$place/build/client.exe" >"$place/log" 2>&1 || fail "unregister.cmd left the component registered"
 else
     check_path_of_modules
     run_examples
+    run_tools
     build_with_pkg_config
 fi
