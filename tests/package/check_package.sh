@@ -19,7 +19,7 @@ fail() {
 }
 quietly() {
     "$@" >"$place/log" 2>&1 </dev/null || {
-        cat "$place/log"
+        cat "$place/log" >&2
         fail "$*"
     }
 }
