@@ -151,6 +151,7 @@ leg_windows() {
     timeout 300 cmake/run-wine.sh wineboot -i >"$logs/wineboot.log" 2>&1 </dev/null
     local status=$?
     count "a Wine prefix of its own (see $logs/wineboot.log)" $status
+    end_wine # the session that makes a prefix does not serve calls between processes; the next one does
     [ $status -ne 0 ] || run_tests "$1"
     end_wine
 }

@@ -111,6 +111,7 @@ windows() {
     trap end_wine EXIT
     step "Preparing a Wine prefix of its own"
     quietly on_wine 300 wineboot -i
+    end_wine # the session that makes a prefix does not serve calls between processes; the next one does
     for module in "${modules[@]}"; do
         step "Registering $module.dll: $(about "$module")"
         regsvr32 "$module"

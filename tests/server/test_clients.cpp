@@ -178,9 +178,9 @@ TEST(ServerTexts, WhatWasSaidIsUnderstood)
     EXPECT_THROW(LXParseNotification(LXFormatRefusal("why")), std::invalid_argument);
     EXPECT_THROW(LXParseNotification("{}"), std::invalid_argument);
 
+    XRecordingClient client; // the server holds it to its end
     const auto server = XSampleServer::Create(LXSmallModel());
     const auto type = LXTypeOf(*server, "Pump");
-    XRecordingClient client;
     const LONG id = LXRegister(*server, client);
     EXPECT_EQ(LXParseCounts(LXFormatCounts(server->Calls().Counts())).byName,
               server->Calls().Counts().byName);
