@@ -54,6 +54,7 @@ XServerModel MakeModel()
     model.AddType("Folder");
     model.AddType("Hidden", "Item").listed = false;
     model.AddBrowserId("Tree");
+    model.AddBrowserId("List");
     model.AddGlobalSpec("Length").AddFormat(1);
     model.AddRelation("Folder", "Document", "nodes").AddPCInfo("Tree");
     model.AddRelation("Pump", "Valve", "parts", 1);

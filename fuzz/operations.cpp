@@ -190,6 +190,7 @@ private:
                              notify);
     }
 
+    // Browser ids are changed, not added: the cache asks once which there are.
     void EditOthers(XNotify notify)
     {
         XServerEdits edit = m_cache.Server().Edit();
@@ -215,7 +216,7 @@ private:
             edit.SetPCInfoProperty(type, child, "nodes", "Tree", XProperty::PCInfoLabel, value, notify);
             break;
         case 5:
-            edit.AddBrowserId("List", notify);
+            edit.SetBrowserIdProperty("List", 1, value, notify);
             break;
         case 6:
             edit.SetBrowserIdProperty("Tree", 1, value, notify);

@@ -50,6 +50,10 @@ XModelFormat& AddFormatTo(XModelFormats& formats, int formatType)
 
 XModelAttributeType& XModelAttribute::AddType(const XText& name)
 {
+    if (FindText(types, XProperty::AttributeTypeName, name.Get()) != nullptr)
+    {
+        Refuse("attribute type exists", name.Get());
+    }
     return Append(types, XProperty::AttributeTypeName, name);
 }
 
@@ -154,6 +158,10 @@ XModelType& XServerModel::AddType(const XText& name, const XText& base)
 
 XModelBrowserId& XServerModel::AddBrowserId(const XText& name)
 {
+    if (FindText(browserIds, XProperty::BrowserIdName, name.Get()) != nullptr)
+    {
+        Refuse("browser id exists", name.Get());
+    }
     return Append(browserIds, XProperty::BrowserIdName, name);
 }
 
