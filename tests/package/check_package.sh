@@ -23,7 +23,12 @@ quietly() {
         fail "$*"
     }
 }
-sections() { "$objdump" -h "$1"; }
+# has_section FILE NAME
+has_section() {
+    local sections
+    sections=$("$objdump" -h "$1") || fail "there is no $1"
+    grep -q -F "$2" <<<"$sections"
+}
 
 # make_package PATTERN: the one package of this project's version that cpack makes.
 make_package() {
@@ -53,9 +58,9 @@ put_deb() {
         [ -n "$debug" ] || fail "there is no package of debug information"
         dpkg-deb -x "$debug" "$place/debug"
         id=$(readelf -n "$root/lib/LXConfigFactoryCache32.so" | sed -n 's/.*Build ID: //p')
-        sections "$place/debug/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug" | grep -q '\.debug_info' ||
+        has_section "$place/debug/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug" .debug_info ||
             fail "the debug information of LXConfigFactoryCache32.so is not in its package"
-        ! sections "$root/lib/LXConfigFactoryCache32.so" | grep -q '\.debug_info' ||
+        ! has_section "$root/lib/LXConfigFactoryCache32.so" .debug_info ||
             fail "LXConfigFactoryCache32.so still has its debug information"
     fi
 }
@@ -67,9 +72,9 @@ put_zip() {
     (cd "$root" && "$cmake" -E tar xf "$package")
     (cd "$place/debug" && "$cmake" -E tar xf "${package%.zip}-debug.zip")
     for module in LXConfigFactoryCache32.dll LXError32.dll; do
-        sections "$place/debug/bin/$module.debug" | grep -q '\.debug_info' || fail "$module.debug is empty"
-        ! sections "$root/bin/$module" | grep -q '\.debug_info' || fail "$module has its debug information"
-        sections "$root/bin/$module" | grep -q '\.gnu_debuglink' || fail "$module does not name $module.debug"
+        has_section "$place/debug/bin/$module.debug" .debug_info || fail "$module.debug is empty"
+        ! has_section "$root/bin/$module" .debug_info || fail "$module has its debug information"
+        has_section "$root/bin/$module" .gnu_debuglink || fail "$module does not name $module.debug"
     done
     for binary in "$root"/bin/*; do
         tr -d '\0' <"$binary" | grep -aqF "ProductVersion$(version)" || fail "$binary does not say that it is $(version)"
