@@ -9,11 +9,13 @@
 
 /// Lets readers in without a lock while no writer waits ("LF": lock-free).
 ///
-/// One word holds both counts: how many writers have asked for the lock and not given it back, and how many
-/// readers are inside without a lock. A reader enters with one compare-exchange that sees both: when no
-/// writer is pending, or when another reader is truly inside, so that the writer waits in any case. Else it
-/// takes the real lock and waits behind the writer. Nothing is ever counted that is not true, so nobody joins
-/// a reader that is about to turn back.
+/// One word holds the counts: the writers that have asked for the lock and not given it back, those of them
+/// that are inside, and the readers that came in without a lock. A reader counts itself with one addition and
+/// learns from what the word was before whether it may stay: with no writer about, or with a writer that
+/// waits for readers in any case. Else it takes its count back and waits behind the writer at the real lock.
+/// A writer that holds the lock comes inside with a compare-exchange that sees no reader. So a reader that is
+/// about to turn back may be counted, and joined by another one while the writer waits, but not while it is
+/// inside.
 ///
 /// Joining must not keep a writer out for good: one that has waited for long closes the door, and newcomers
 /// then take the real lock.
@@ -38,32 +40,27 @@ public:
             m_state.fetch_sub(OneWriter);
             throw;
         }
-        WaitForReaders();
+        GoInside();
     }
 
     /// The data must not be touched any more: lock-free readers may enter before the lock itself is given
     /// back.
     void UnlockWrite() noexcept
     {
-        m_state.fetch_sub(OneWriter, std::memory_order_release);
+        m_state.fetch_sub(OneWriter + OneInside, std::memory_order_release);
         Lock::ReleaseLockRef();
     }
 
     /// Returns true when the real lock had to be taken.
     bool LockLFRead()
     {
-        // The first try guesses that nobody is inside: reading the word before it would fetch the word twice
-        // from a processor that was in it last. The exchange tells the truth when the guess is wrong.
-        std::uint64_t state = 0;
-        do
+        const std::uint64_t before = m_state.fetch_add(OneReader, std::memory_order_acquire);
+        if (MayStay(before))
         {
-            if (m_state.compare_exchange_weak(state, state + OneReader, std::memory_order_acquire,
-                                              std::memory_order_relaxed))
-            {
-                XLockOrder::Push(Lock::Level(), Mark());
-                return false;
-            }
-        } while (MayEnter(state));
+            XLockOrder::Push(Lock::Level(), Mark());
+            return false;
+        }
+        m_state.fetch_sub(OneReader, std::memory_order_relaxed);
         Lock::AddReadLockRef();
         return true;
     }
@@ -82,35 +79,51 @@ public:
     }
 
 private:
+    // From the lowest bit: 22 bits of writers, 20 of writers inside (one thread's nested ones), 21 of
+    // readers.
     static constexpr std::uint64_t OneWriter = 1;
-    static constexpr std::uint64_t OneReader = std::uint64_t{1} << 32;
+    static constexpr std::uint64_t OneInside = std::uint64_t{1} << 22;
+    static constexpr std::uint64_t OneReader = std::uint64_t{1} << 42;
     static constexpr std::uint64_t DoorClosed = std::uint64_t{1} << 63;
-    static constexpr std::uint32_t ReaderMask = 0x7FFFFFFF;
+    static constexpr std::uint64_t ReaderBits = DoorClosed - OneReader;
+    static constexpr std::uint64_t InsideBits = OneReader - OneInside;
     static constexpr unsigned Spins = 200;
     // By the clock: a poll of one millisecond takes fifteen where the system's timer is that coarse.
     static constexpr std::chrono::milliseconds PatienceOfWriter{20};
 
-    static std::uint32_t Writers(std::uint64_t state) noexcept { return static_cast<std::uint32_t>(state); }
-    static std::uint32_t Readers(std::uint64_t state) noexcept
+    static bool HasReaders(std::uint64_t state) noexcept { return (state & ReaderBits) != 0; }
+    static bool HasWriterInside(std::uint64_t state) noexcept { return (state & InsideBits) != 0; }
+    static bool MayStay(std::uint64_t before) noexcept
     {
-        return static_cast<std::uint32_t>(state >> 32) & ReaderMask;
-    }
-    static bool MayEnter(std::uint64_t state) noexcept
-    {
-        return (Writers(state) == 0 || Readers(state) != 0) && (state & DoorClosed) == 0;
+        return (before & ~ReaderBits) == 0 ||
+               (HasReaders(before) && !HasWriterInside(before) && (before & DoorClosed) == 0);
     }
     // Debug builds know a lock-free read by this address. Neither another such read nor a reference to the
     // lock may be taken inside it.
     const void* Mark() const noexcept { return &m_state; }
 
-    bool ReadersAreGone() const noexcept { return Readers(m_state.load(std::memory_order_acquire)) == 0; }
+    // Only a writer that holds the lock comes here, so there is one at a time; it may be inside already, with
+    // an outer write.
+    bool TryGoInside() noexcept
+    {
+        std::uint64_t state = m_state.load(std::memory_order_relaxed);
+        while (!HasReaders(state))
+        {
+            // The door need not stay closed: a writer inside keeps the others out.
+            if (m_state.compare_exchange_weak(state, (state & ~DoorClosed) + OneInside,
+                                              std::memory_order_acquire, std::memory_order_relaxed))
+            {
+                return true;
+            }
+        }
+        return false;
+    }
 
-    // Only the writer that holds the lock comes here, so there is one at a time.
-    void WaitForReaders() noexcept
+    void GoInside() noexcept
     {
         for (unsigned spin = 0; spin < Spins; ++spin)
         {
-            if (ReadersAreGone())
+            if (TryGoInside())
             {
                 return;
             }
@@ -119,7 +132,7 @@ private:
         using Clock = std::chrono::steady_clock;
         const Clock::time_point patienceEnds = Clock::now() + PatienceOfWriter;
         bool closed = false;
-        while (!ReadersAreGone())
+        while (!TryGoInside())
         {
             if (!closed && Clock::now() >= patienceEnds)
             {
@@ -127,11 +140,6 @@ private:
                 closed = true;
             }
             Sleep(1);
-        }
-        if (closed)
-        {
-            // A pending writer and no reader inside keep the others out from here on.
-            m_state.fetch_and(~DoorClosed);
         }
     }
 

@@ -202,13 +202,15 @@ public:
     explicit XSteppedWord(std::uint64_t value) noexcept : m_value(value) {}
 
     std::uint64_t load(std::memory_order order) const noexcept { return After(m_value.load(order)); }
-    std::uint64_t fetch_add(std::uint64_t by) noexcept { return After(m_value.fetch_add(by)); }
+    std::uint64_t fetch_add(std::uint64_t by, std::memory_order order = std::memory_order_seq_cst) noexcept
+    {
+        return After(m_value.fetch_add(by, order));
+    }
     std::uint64_t fetch_sub(std::uint64_t by, std::memory_order order = std::memory_order_seq_cst) noexcept
     {
         return After(m_value.fetch_sub(by, order));
     }
     std::uint64_t fetch_or(std::uint64_t bits) noexcept { return After(m_value.fetch_or(bits)); }
-    std::uint64_t fetch_and(std::uint64_t bits) noexcept { return After(m_value.fetch_and(bits)); }
     bool compare_exchange_weak(std::uint64_t& expected, std::uint64_t desired, std::memory_order success,
                                std::memory_order failure) noexcept
     {

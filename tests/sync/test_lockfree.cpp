@@ -133,6 +133,28 @@ TEST_F(LockFreeRead, NobodyJoinsAReaderThatWasSentToTheLock)
     EXPECT_EQ(LockState::Free, m_probe.State());
 }
 
+// While the writer only waits, a second reader may take one that turns back for one that is inside. It is
+// then inside itself, and the writer waits for it.
+TEST_F(LockFreeRead, WhoJoinedAReaderThatTurnedBackKeepsTheWriterOut)
+{
+    m_third.Do([&] { m_data.AddReadLockRef(); });
+    auto write = StartWrite(m_writer);
+    ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
+    auto first = StartRead(m_first, 1);
+    ASSERT_TRUE(Comes([&] { return XSteppedWord::IsStopped(); }));
+    EXPECT_FALSE(Read(m_second));
+    XSteppedWord::Resume();
+    ASSERT_TRUE(Comes([&] { return m_probe.waiting == 2; }));
+    m_third.Do([&] { m_data.ReleaseLockRef(); });
+    ASSERT_TRUE(Comes([&] { return m_probe.State() == LockState::Exclusive; }));
+    EXPECT_FALSE(IsReady(write, MustNotHappen));
+    EndRead(m_second, false);
+    ASSERT_TRUE(IsReady(write));
+    EndWrite(m_writer);
+    ASSERT_TRUE(IsReady(first));
+    EndRead(m_first, first.get());
+}
+
 TEST_F(LockFreeRead, JoinsOneThatIsInsideAlsoPastAPendingWriter)
 {
     m_third.Do([&] { m_data.AddReadLockRef(); }); // holds the writer up at the lock
