@@ -126,7 +126,7 @@ void Spoil(const std::string& name, XLXSafeArray array, std::size_t at, std::uin
     WriteSeed("bad_" + name + "_spoiled", bytes);
     XArrayReader elements(std::move(array), 1, "Spoil");
     XArrayWriter cut;
-    for (XLXComVariant& value : ValuesFromSafeArray(elements, elements.Remaining() - 1))
+    for (XLXComVariant& value : elements.Next(elements.Remaining() - 1, "Spoil"))
     {
         cut.Add(std::move(value));
     }

@@ -180,7 +180,7 @@ public:
 
     /// Replaces all values by those that a bulk read brought, so that reading needs no call to the server.
     /// @param noted  what the filler noted before the bulk read (NoteStore)
-    void AssignProperties(XLXVariantVector values, std::uint64_t noted)
+    void AssignProperties(XVariantRow values, std::uint64_t noted)
     {
         self().AmendValues(values);
         m_store.Assign(values, noted);
@@ -218,7 +218,7 @@ protected:
     }
 
     /// Changes values that are about to enter the store.
-    void AmendValues(XLXVariantVector&) {}
+    void AmendValues(XVariantRow&) {}
 
     HRESULT OnNotification(const XChangeNotification& notification)
     {
@@ -263,7 +263,7 @@ private:
     HRESULT FetchAndRead(int index, XLXComVariant& value)
     {
         const std::uint64_t noted = m_store.Note();
-        XLXVariantVector values;
+        XVariantRow values;
         const HRESULT fetched =
             LXFetchProperties(*Server(), "ILXConfigObject::GetProperties", Facts.At("GetProperty"), values);
         if (fetched != S_OK)

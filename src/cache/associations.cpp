@@ -54,7 +54,7 @@ void Associations::SwapGrow(int index, XLXComVariant& value)
 {
     if (!InRange(index))
     {
-        m_values.resize(static_cast<std::size_t>(index) + 1);
+        m_values.Grow(static_cast<std::size_t>(index) + 1);
     }
     Swap(index, value);
 }
@@ -79,7 +79,7 @@ void XPropertyStore::WriteGrow(int index, XLXComVariant& value)
     store->SwapGrow(index, value);
 }
 
-void XPropertyStore::Assign(XLXVariantVector& values, std::uint64_t noted)
+void XPropertyStore::Assign(XVariantRow& values, std::uint64_t noted)
 {
     const XCritProxy<Associations> store(m_data);
     store->Swap(values);

@@ -6,13 +6,13 @@
 
 #include "XBasicCritSection.h"
 #include "XFilledFlag.h"
-#include "XLXComVariant.h"
+#include "XVariantRow.h"
 
 /// The values, as readers see them.
 class ROAssociations
 {
 public:
-    explicit ROAssociations(std::size_t slots = 0) : m_values(slots) {}
+    explicit ROAssociations(std::size_t slots = 0) : m_values(XLXVariantVector(slots)) {}
 
     /// Copies a value into an empty variant. S_FALSE: the stored value is VT_EMPTY. E_INVALIDARG: there is no
     /// such index; no error information is set, since readers are inside a lock-free read.
@@ -24,7 +24,7 @@ protected:
         return index >= 0 && static_cast<std::size_t>(index) < m_values.size();
     }
 
-    XLXVariantVector m_values;
+    XVariantRow m_values;
 };
 
 /// The values, as writers see them.
@@ -38,7 +38,7 @@ public:
     /// The same, where the store grows to have the index.
     void SwapGrow(int index, XLXComVariant& value);
     /// Exchanges all values.
-    void Swap(XLXVariantVector& values) noexcept { m_values.swap(values); }
+    void Swap(XVariantRow& values) noexcept { m_values.swap(values); }
 };
 
 /// The store with its lock and its filled flag. What a write replaces is left in the parameter, so that the
@@ -59,7 +59,7 @@ public:
     /// What a filler notes before it asks the server.
     std::uint64_t Note() const noexcept { return m_filled.Note(); }
     /// Exchanges all values. They count as filled unless an invalidation came after the note.
-    void Assign(XLXVariantVector& values, std::uint64_t noted);
+    void Assign(XVariantRow& values, std::uint64_t noted);
     /// Makes the next read ask the server. Waits for nobody.
     void Invalidate() noexcept { m_filled.Invalidate(); }
     bool IsFilled() const noexcept { return m_filled.IsFilled(); }

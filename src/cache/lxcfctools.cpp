@@ -58,7 +58,7 @@ XLXVariantVector TakeValues(const XLXSafeArray& array)
 } // namespace
 
 HRESULT LXFetchProperties(ILXConfigObject& server, const char* method, const LXErrorLocation& at,
-                          XLXVariantVector& values)
+                          XVariantRow& values)
 {
     XLXSafeArray array;
     LXServerCall(method);

@@ -6,8 +6,8 @@
 
 #include "XDataId.h"
 #include "XLXComPtr.h"
-#include "XLXComVariant.h"
 #include "XLXError.h"
+#include "XVariantRow.h"
 
 #include <new>
 #include <utility>
@@ -63,7 +63,7 @@ HRESULT LXPassedOn(HRESULT result, Object* const* out, const LXErrorLocation& at
 /// it, with nothing read; an element that cannot be read is skipped. Raises E_POINTER when the server says
 /// S_OK without values.
 HRESULT LXFetchProperties(ILXConfigObject& server, const char* method, const LXErrorLocation& at,
-                          XLXVariantVector& values);
+                          XVariantRow& values);
 
 /// Fills in computer, user, password and process of the calling process; leaves the other fields as given. A
 /// failure is reported with "<className>::GetClientInfo -> GetComputerName".

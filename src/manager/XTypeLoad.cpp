@@ -9,7 +9,7 @@ using NameOf = std::map<ULONG, XLXTextView>;
 // The base is named by a property value; a record without that value may still give the base's index.
 void ReadBase(XTypeLoad& load, const XLXCFCDataTransfer::XILXTypeData& record, const NameOf& nameOf)
 {
-    const XLXVariantVector& values = record.config.values;
+    const XVariantRow& values = record.config.values;
     if (values.size() > MemberBaseTypeName && !values[MemberBaseTypeName].Empty())
     {
         load.baseName = values[MemberBaseTypeName].AsText().value_or(XLXText());

@@ -10,7 +10,7 @@ struct XTypeLoad
     XLXText name;
     XLXText baseName;
     XLXComPtr<IUnknown> server;
-    XLXVariantVector values; ///< empty: the type's properties are fetched on demand
+    XVariantRow values; ///< empty: the type's properties are fetched on demand
     XLXCFCDataTransfer::XILXTypeComp components;
     LONG mode = 0; ///< which components were asked for with the type
     bool listed = false;

@@ -92,7 +92,7 @@ private:
                       std::uint64_t epoch) const;
     XLXComPtr<XLXParentChildCache> Refresh(XLXComPtr<XLXParentChildCache> relation,
                                            XLXCFCDataTransfer::XILXPCData record, std::uint64_t epoch) const;
-    static bool ReadNames(const XLXVariantVector& values, Names& names, Entry& entry);
+    static bool ReadNames(const XVariantRow& values, Names& names, Entry& entry);
     static XLXParentChildCache* Find(const ParentMap& map, XLXTextView parent, XLXTextView child,
                                      XLXTextView list);
     static const ChildMap* Below(const ParentMap& map, const XCFGStringKey& parent);

@@ -9,7 +9,7 @@ using XLXCFCDataTransfer::XILXPCData;
 
 namespace
 {
-const XLXComVariant& ValueOf(const XLXVariantVector& values, int member, XLXTextView failureText, int line)
+const XLXComVariant& ValueOf(const XVariantRow& values, int member, XLXTextView failureText, int line)
 {
     if (values.size() <= static_cast<std::size_t>(member))
     {
@@ -149,7 +149,7 @@ XLXComPtr<XLXParentChildCache> XLXPCPartCacheMng::Refresh(XLXComPtr<XLXParentChi
 }
 
 // The values are read from the record, so that loading asks the server once and not once for each relation.
-bool XLXPCPartCacheMng::ReadNames(const XLXVariantVector& values, Names& names, Entry& entry)
+bool XLXPCPartCacheMng::ReadNames(const XVariantRow& values, Names& names, Entry& entry)
 {
     auto parent =
         NameOf(ValueOf(values, LXRM_PARENTNAME, OLESTR("pPCCache->GetProperty LXCFPC_parentname"), 1965));

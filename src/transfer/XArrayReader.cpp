@@ -31,19 +31,15 @@ void CheckElementType(SAFEARRAY* array, const char* method)
 }
 } // namespace
 
-XArrayReader::XArrayReader(XLXSafeArray array, ULONG least, const char* method) : m_array(std::move(array))
+XArrayReader::XArrayReader(XLXSafeArray array, ULONG least, const char* method, EValues values)
+    : m_values(values)
 {
-    Open(least, method);
+    Open(std::move(array), least, method);
 }
 
-XArrayReader::~XArrayReader()
+void XArrayReader::Open(XLXSafeArray owned, ULONG least, const char* method)
 {
-    SafeArrayUnaccessData(m_array.Get());
-}
-
-void XArrayReader::Open(ULONG least, const char* method)
-{
-    SAFEARRAY* const array = m_array.Get();
+    SAFEARRAY* const array = owned.Get();
     XLXError::CheckPointer(array, OLESTR("array"), TransferAt(method));
     LONG lower = 0;
     XLXError::RaiseIfFailed(SafeArrayGetLBound(array, 1, &lower), OLESTR("fSafeArrayGetLBound failed"),
@@ -55,15 +51,32 @@ void XArrayReader::Open(ULONG least, const char* method)
     // Unsigned, since the bounds may lie anywhere: the platform's upper bound wraps in the same way.
     m_count = static_cast<ULONG>(upper) - static_cast<ULONG>(lower) + 1U;
     CheckRemaining(least, method);
+    m_array = std::make_shared<OpenArray>(std::move(owned));
     void* data = nullptr;
     XLXError::RaiseIfFailed(SafeArrayAccessData(array, &data), OLESTR("SafeArrayGetElement failed"),
                             TransferAt(method));
-    m_data = static_cast<VARIANT*>(data);
-    if (m_data == nullptr && m_count != 0) // a descriptor without its elements
+    m_array->accessed = true;
+    if (data == nullptr && m_count != 0) // a descriptor without its elements
     {
-        SafeArrayUnaccessData(array);
         RaiseSize(method);
     }
+    m_data = static_cast<XLXComVariant*>(data); // which is a VARIANT and nothing else
+}
+
+XVariantRow XArrayReader::Values(ULONG count, const char* method)
+{
+    const std::span<XLXComVariant> elements = Next(count, method);
+    if (m_values == EValues::InPlace)
+    {
+        return {m_array, elements};
+    }
+    XLXVariantVector values;
+    values.reserve(elements.size());
+    for (XLXComVariant& element : elements)
+    {
+        values.push_back(std::move(element));
+    }
+    return values;
 }
 
 void XArrayReader::RaiseSize(const char* method)
@@ -133,11 +146,11 @@ XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from)
                             OLESTR("SafeArrayPutElement failed"), TransferAt(method));
     if (count != 0)
     {
-        const std::span<VARIANT> elements = from.Next(bound.cElements, method);
+        const std::span<XLXComVariant> elements = from.Next(bound.cElements, method);
         std::memcpy(data, elements.data(), elements.size_bytes()); // over elements that are empty
-        for (VARIANT& element : elements)
+        for (XLXComVariant& element : elements)
         {
-            V_VT(&element) = VT_EMPTY;
+            V_VT(&element.Get()) = VT_EMPTY;
         }
     }
     SafeArrayUnaccessData(array.Get());
@@ -154,17 +167,5 @@ ULONG VecCountFromSafeArray(XArrayReader& from)
     }
     from.CheckRemaining(static_cast<ULONG>(count), method);
     return static_cast<ULONG>(count);
-}
-
-XLXVariantVector ValuesFromSafeArray(XArrayReader& from, ULONG count)
-{
-    const std::span<VARIANT> elements = from.Next(count, "VecFromSafeArray");
-    XLXVariantVector values;
-    values.reserve(elements.size());
-    for (VARIANT& element : elements)
-    {
-        values.push_back(XLXComVariant::Take(element));
-    }
-    return values;
 }
 } // namespace XLXCFCDataTransfer

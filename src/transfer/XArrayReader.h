@@ -3,11 +3,10 @@
 // Reading a transfer array in sequence, element by element.
 //
 // Ownership  A reader owns the array that it is given and moves texts, values and objects out of it; the
-// elements
-//            left become VT_EMPTY. The array ends with the reader, and so does what was not read.
+//            elements left become VT_EMPTY. The array ends with the reader, and so does what was not read.
+//            When values stay in place, the array ends with the last row of them.
 // Threading  A reader belongs to one thread. The end of an array may release objects, which is foreign code:
-// no
-//            lock may be held.
+//            no lock may be held.
 // Errors     What does not fit the format raises E_INVALIDARG with a fixed text. Counts are compared with the
 //            elements that remain before anything is allocated for them.
 #ifndef XARRAYREADER_H
@@ -27,14 +26,20 @@ constexpr LXErrorLocation TransferAt(const char* method, int line = LX_CURRENT_L
     return {"XCFCDataTransfer", "XLXCFCDataTransfer", method, line};
 }
 
+/// Where the values that are read go.
+enum class EValues
+{
+    Moved,  ///< into blocks of their own
+    InPlace ///< they stay in the array, which is there as long as they are
+};
+
 class XArrayReader
 {
 public:
     /// Opens an array of one dimension of variants, with any lower bound.
     /// @param least   the elements that it must have at least
     /// @param method  the function that reads it, for error locations
-    XArrayReader(XLXSafeArray array, ULONG least, const char* method);
-    ~XArrayReader();
+    XArrayReader(XLXSafeArray array, ULONG least, const char* method, EValues values = EValues::Moved);
     XArrayReader(const XArrayReader&) = delete;
     XArrayReader& operator=(const XArrayReader&) = delete;
 
@@ -46,15 +51,17 @@ public:
     ULONG Remaining() const noexcept { return m_count - m_index; }
 
     /// The next element, for the caller to read or to empty.
-    VARIANT& Next(const char* method) { return Next(1, method).front(); }
+    VARIANT& Next(const char* method) { return Next(1, method).front().Get(); }
     /// The next elements.
-    std::span<VARIANT> Next(ULONG count, const char* method)
+    std::span<XLXComVariant> Next(ULONG count, const char* method)
     {
         CheckRemaining(count, method);
-        const std::span<VARIANT> elements(m_data + m_index, count);
+        const std::span<XLXComVariant> elements(m_data + m_index, count);
         m_index += count;
         return elements;
     }
+    /// The next elements as values, in place or not.
+    XVariantRow Values(ULONG count, const char* method);
 
     /// Raises "wrong safearray size" unless so many elements remain.
     void CheckRemaining(ULONG count, const char* method) const
@@ -67,10 +74,28 @@ public:
     [[noreturn]] static void RaiseSize(const char* method);
 
 private:
-    void Open(ULONG least, const char* method);
+    /// An array whose elements can be reached as long as it is there.
+    struct OpenArray
+    {
+        explicit OpenArray(XLXSafeArray taken) noexcept : array(std::move(taken)) {}
+        OpenArray(const OpenArray&) = delete;
+        OpenArray& operator=(const OpenArray&) = delete;
+        ~OpenArray()
+        {
+            if (accessed)
+            {
+                SafeArrayUnaccessData(array.Get());
+            }
+        }
+        XLXSafeArray array;
+        bool accessed = false;
+    };
 
-    XLXSafeArray m_array;
-    VARIANT* m_data = nullptr;
+    void Open(XLXSafeArray array, ULONG least, const char* method);
+
+    std::shared_ptr<OpenArray> m_array;
+    const EValues m_values;
+    XLXComVariant* m_data = nullptr;
     ULONG m_count = 0;
     ULONG m_index = 0;
     EMappingAlgorithm m_algorithm = EMappingAlgorithm::None;
@@ -116,27 +141,17 @@ XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from);
 /// The count in front of a vector, at most the number of elements that remain.
 ULONG VecCountFromSafeArray(XArrayReader& from);
 
-/// The next elements as values of any type.
-XLXVariantVector ValuesFromSafeArray(XArrayReader& from, ULONG count);
-
 /// A vector: a count, and so many values of a kind.
 template <class T>
 std::vector<T> VecFromSafeArray(XArrayReader& from)
 {
     const ULONG count = VecCountFromSafeArray(from);
-    if constexpr (std::is_same_v<T, XLXComVariant>)
+    std::vector<T> values; // grows as records are really there: each takes several elements
+    for (ULONG i = 0; i < count; ++i)
     {
-        return ValuesFromSafeArray(from, count);
+        FromSafeArray(from, values.emplace_back());
     }
-    else
-    {
-        std::vector<T> values; // grows as records are really there: each takes several elements
-        for (ULONG i = 0; i < count; ++i)
-        {
-            FromSafeArray(from, values.emplace_back());
-        }
-        return values;
-    }
+    return values;
 }
 } // namespace XLXCFCDataTransfer
 

@@ -18,7 +18,7 @@ LONG CountOf(std::size_t size)
     return static_cast<LONG>(size);
 }
 
-void AddAll(XArrayWriter& to, XLXVariantVector&& values)
+void AddAll(XArrayWriter& to, XVariantRow&& values)
 {
     for (XLXComVariant& value : values)
     {
@@ -26,7 +26,7 @@ void AddAll(XArrayWriter& to, XLXVariantVector&& values)
     }
 }
 
-void AddFixed(XArrayWriter& to, XLXVariantVector&& values, ULONG expected, XLXTextView message)
+void AddFixed(XArrayWriter& to, XVariantRow&& values, ULONG expected, XLXTextView message)
 {
     if (values.size() != expected)
     {
@@ -79,7 +79,7 @@ void ToSafeArray(XArrayWriter& to, XLXComVariant value)
     to.Add(std::move(value));
 }
 
-void ToSafeArray(XArrayWriter& to, XLXVariantVector values)
+void ToSafeArray(XArrayWriter& to, XVariantRow values)
 {
     to.Put(CountOf(values.size()));
     AddAll(to, std::move(values));
@@ -89,7 +89,7 @@ void ToSafeArray(XArrayWriter& to, XLXSafeArray list)
 {
     XArrayReader from(std::move(list), 0, "ToSafeArray");
     to.Put(CountOf(from.Remaining()));
-    AddAll(to, ValuesFromSafeArray(from, from.Remaining()));
+    AddAll(to, from.Values(from.Remaining(), "ToSafeArray"));
 }
 
 void ToSafeArray(XArrayWriter& to, XILXConfigData record)

@@ -54,7 +54,7 @@ void ToSafeArray(XArrayWriter& to, T value)
 /// Writes a value of any type as it stands.
 void ToSafeArray(XArrayWriter& to, XLXComVariant value);
 /// Writes values as a vector.
-void ToSafeArray(XArrayWriter& to, XLXVariantVector values);
+void ToSafeArray(XArrayWriter& to, XVariantRow values);
 /// Writes an array of variants as a sub-array.
 void ToSafeArray(XArrayWriter& to, XLXSafeArray list);
 void ToSafeArray(XArrayWriter& to, XILXConfigData record);

@@ -7,6 +7,8 @@ namespace
 {
 constexpr ULONG HeaderCount = 2;
 constexpr ULONG AttributeTypeCount = AttributeTypeValueCount + 1;
+constexpr ULONG LeastAttributeCount =
+    AttributeValueCount + 2; // its object and the count of its attribute types
 
 // The count of a map's section. Each entry takes elements, so that a count beyond what remains is known to be
 // wrong before the first of them is read.
@@ -20,7 +22,7 @@ ULONG MapCountFromSafeArray(XArrayReader& from, const char* method)
 XILXConfigData AttributeTypeFromSafeArray(XArrayReader& from)
 {
     XILXConfigData type;
-    type.values = ValuesFromSafeArray(from, AttributeTypeValueCount);
+    type.values = from.Values(AttributeTypeValueCount, "VecFromSafeArray");
     FromSafeArray(from, type.object);
     return type;
 }
@@ -29,7 +31,7 @@ XILXConfigData AttributeTypeFromSafeArray(XArrayReader& from)
 void FromSafeArray(XArrayReader& from, XILXConfigData& value)
 {
     FromSafeArray(from, value.object);
-    value.values = VecFromSafeArray<XLXComVariant>(from);
+    value.values = from.Values(VecCountFromSafeArray(from), "VecFromSafeArray");
 }
 
 // Three flags stand together in front of their arrays, the fourth right before its own.
@@ -69,7 +71,7 @@ void FromSafeArray(XArrayReader& from, XILXTypeData& value)
 void FromSafeArray(XArrayReader& from, XILXAttributeData& value)
 {
     FromSafeArray(from, value.object);
-    value.values = ValuesFromSafeArray(from, AttributeValueCount);
+    value.values = from.Values(AttributeValueCount, "VecFromSafeArray");
     const ULONG types = VecCountFromSafeArray(from);
     if (types > from.Remaining() / AttributeTypeCount)
     {
@@ -121,14 +123,15 @@ XILXTypeComp GetWrapperFromArray(XLXSafeArray array)
 
 std::vector<XILXConfigData> GetSingleTypedVecFromArray(XLXSafeArray array)
 {
-    XArrayReader from(std::move(array), 1, "GetSingleTypedVecFromArray");
+    XArrayReader from(std::move(array), 1, "GetSingleTypedVecFromArray", EValues::InPlace);
     return VecFromSafeArray<XILXConfigData>(from);
 }
 
 std::vector<XILXAttributeData> ReadAttributeList(XLXSafeArray array)
 {
-    XArrayReader from(std::move(array), 0, "ReadAttributeList");
+    XArrayReader from(std::move(array), 0, "ReadAttributeList", EValues::InPlace);
     std::vector<XILXAttributeData> attributes;
+    attributes.reserve(from.Remaining() / LeastAttributeCount);
     while (from.Remaining() != 0)
     {
         FromSafeArray(from, attributes.emplace_back());

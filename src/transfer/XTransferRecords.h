@@ -5,8 +5,8 @@
 #ifndef XTRANSFERRECORDS_H
 #define XTRANSFERRECORDS_H
 
-#include "XLXComVariant.h"
 #include "XLXSafeArray.h"
+#include "XVariantRow.h"
 
 #include <map>
 #include <vector>
@@ -41,7 +41,7 @@ constexpr ULONG AttributeTypeValueCount = 7;
 struct XILXConfigData
 {
     XLXComPtr<IUnknown> object;
-    XLXVariantVector values;
+    XVariantRow values;
 };
 
 /// A type's components, each an unparsed record list. Null: not delivered; an array of no elements:

@@ -76,7 +76,7 @@ XLXTypeCacheComp::XDisplayFacts Unpack(std::uint64_t packed)
 
 namespace XLXTypeCacheComp
 {
-XDisplayFacts XRCComplexAttribute::FactsOf(const XLXVariantVector& values)
+XDisplayFacts XRCComplexAttribute::FactsOf(const XVariantRow& values)
 {
     static const XLXComVariant none;
     return FactsFrom([&](int member) -> const XLXComVariant& {

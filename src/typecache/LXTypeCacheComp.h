@@ -7,12 +7,11 @@
 #include "XFillMutex.h"
 #include "XLXSafeArray.h"
 #include "XRefCountPtr.h"
+#include "XSortedMap.h"
 #include "lxattributecache.h"
 #include "lxconfobjeditorcache.h"
 #include "lxgroupcache.h"
 #include "lxpagecache.h"
-
-#include <map>
 
 class XLXTypeCache;
 
@@ -79,7 +78,7 @@ public:
     XDisplayFacts Facts();
 
     /// The facts in values that a bulk read delivered.
-    static XDisplayFacts FactsOf(const XLXVariantVector& values);
+    static XDisplayFacts FactsOf(const XVariantRow& values);
 
 private:
     XLeafMutex m_mutex; // one writer of the two words at a time
@@ -87,10 +86,10 @@ private:
     std::atomic<std::uint64_t> m_packed{0};
 };
 
-using XPageMap = std::map<LONG, XRefCountPtr<XRCPageCache>>;
-using XGroupMap = std::map<LONG, XRefCountPtr<XRCGroupCache>>;
-using XAttributeMap = std::map<XCFGStringKey, XRefCountPtr<XRCComplexAttribute>>;
-using XEditorMap = std::map<XCFGStringKey, XRefCountPtr<XRCConfigEditorCache>>;
+using XPageMap = XSortedMap<LONG, XRefCountPtr<XRCPageCache>>;
+using XGroupMap = XSortedMap<LONG, XRefCountPtr<XRCGroupCache>>;
+using XAttributeMap = XSortedMap<XCFGStringKey, XRefCountPtr<XRCComplexAttribute>>;
+using XEditorMap = XSortedMap<XCFGStringKey, XRefCountPtr<XRCConfigEditorCache>>;
 
 template <class Map>
 class XMapInheritedComp;
@@ -100,9 +99,9 @@ class XMapInheritedComp;
 class XLXFillCacheDef
 {
 public:
-    /// Parse one component's records into a map of their own. A component that the type had already under the
-    /// same key is refreshed in place and taken from the current map; a key that the fresh map has already is
-    /// left out.
+    /// Parse one component's records and add them to the fresh map, which has the base type's. A component
+    /// that the type had already under the same key is refreshed in place and taken from the current map. An
+    /// attribute that the base type has too is left out.
     virtual void FillAttributeMapFromSafeArray(XLXSafeArray array, const XAttributeMap& current,
                                                XAttributeMap& fresh) = 0;
     virtual void FillEditorMap(XLXSafeArray array, const XEditorMap& current, XEditorMap& fresh) = 0;

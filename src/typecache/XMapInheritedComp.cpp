@@ -181,6 +181,7 @@ HRESULT XMapInheritedComp<Map>::Complete(const XMapInheritedComp* base)
     if (parsed)
     {
         Traits::Fill(m_owner, std::move(pending.array), Snapshot(), fresh);
+        fresh.Settle();
     }
     const bool empty = fresh.empty();
     Publish(std::move(fresh), pending.note, generation, parsed);
@@ -255,7 +256,7 @@ void XMapInheritedComp<Map>::Publish(Map&& fresh, const Note& note, std::uint64_
         }
         if (parsed && !AreValuesCurrent(note))
         {
-            for (auto& [key, component] : fresh)
+            for (const auto& [key, component] : fresh)
             {
                 if (component->IsOwn(m_owner.Self()))
                 {
@@ -299,7 +300,7 @@ void XMapInheritedComp<Map>::Terminate()
         m_map.swap(dropped);
         std::swap(m_pending, pending);
     }
-    for (auto& [key, component] : dropped)
+    for (const auto& [key, component] : dropped)
     {
         if (component->IsOwn(m_owner.Self()))
         {

@@ -154,7 +154,9 @@ bool XLXTypeCache::LinkBase(XLXTypeCache* base, XRetired& retired)
     Store().WriteGrow(MemberBaseType, member);
     m_attributes.BaseChanged();
     retired.objects.emplace_back(face);
-    retired.values.emplace_back().push_back(std::move(member));
+    XLXVariantVector former;
+    former.push_back(std::move(member));
+    retired.values.emplace_back(std::move(former));
     return true;
 }
 
@@ -171,7 +173,7 @@ XLXComPtr<XLXTypeCache> XLXTypeCache::BaseType() const noexcept
 }
 
 // While the type has a base, its base-type member shows that, whatever the server's values say.
-void XLXTypeCache::AmendValues(XLXVariantVector& values)
+void XLXTypeCache::AmendValues(XVariantRow& values)
 {
     XLXComPtr<ILXTypeCache> base;
     {
@@ -182,7 +184,7 @@ void XLXTypeCache::AmendValues(XLXVariantVector& values)
     {
         if (values.size() <= MemberBaseType)
         {
-            values.resize(MemberBaseType + 1);
+            values.Grow(MemberBaseType + 1);
         }
         values[MemberBaseType] = XLXComVariant::FromUnknown(base.Get());
     }
@@ -198,7 +200,7 @@ HRESULT XLXTypeCache::GetServerType(ILXType** ppType)
     });
 }
 
-void XLXTypeCache::SetTypeProperties(XLXComPtr<IUnknown> server, XLXVariantVector values, const Notes* noted,
+void XLXTypeCache::SetTypeProperties(XLXComPtr<IUnknown> server, XVariantRow values, const Notes* noted,
                                      XRetired& retired)
 {
     XLXComPtr<ILXType> typed;

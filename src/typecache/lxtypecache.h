@@ -40,7 +40,7 @@ private:
 struct XRetired
 {
     std::vector<XLXComPtr<IUnknown>> objects;
-    std::vector<XLXVariantVector> values;
+    std::vector<XVariantRow> values;
     std::vector<XLXSafeArray> arrays;
 };
 
@@ -149,7 +149,7 @@ public:
 
     /// Puts a record's server object and values in the place of those that the type has.
     /// @param noted  null: a notification overtook the record, so the values do not count as filled
-    void SetTypeProperties(XLXComPtr<IUnknown> server, XLXVariantVector values, const Notes* noted,
+    void SetTypeProperties(XLXComPtr<IUnknown> server, XVariantRow values, const Notes* noted,
                            XRetired& retired);
     /// Gives the component records of a bulk read to the component maps.
     void DeliverComponents(XLXCFCDataTransfer::XILXTypeComp components, LONG mode, const Notes& noted,
@@ -188,7 +188,7 @@ private:
 
     // Common model
     void* FindFace(REFIID iid) noexcept;
-    void AmendValues(XLXVariantVector& values);
+    void AmendValues(XVariantRow& values);
     bool HasBase(const ILXTypeCache* base) const noexcept;
     void ReleaseBase() noexcept;
     HRESULT OnNotification(const XChangeNotification& notification);

@@ -13,19 +13,19 @@ constexpr int MemberGroupNumber = 2;
 constexpr int MemberEditorProgId = 3;
 constexpr int MemberAttributeName = 0;
 
-const XLXComVariant* ValueAt(const XLXVariantVector& values, int member)
+const XLXComVariant* ValueAt(const XVariantRow& values, int member)
 {
     const auto index = static_cast<std::size_t>(member);
     return index < values.size() && !values[index].Empty() ? &values[index] : nullptr;
 }
 
-std::optional<LONG> NumberAt(const XLXVariantVector& values, int member)
+std::optional<LONG> NumberAt(const XVariantRow& values, int member)
 {
     const XLXComVariant* const value = ValueAt(values, member);
     return value != nullptr ? value->AsLong() : std::nullopt;
 }
 
-std::optional<XCFGStringKey> NameAt(const XLXVariantVector& values, int member)
+std::optional<XCFGStringKey> NameAt(const XVariantRow& values, int member)
 {
     const XLXComVariant* const value = ValueAt(values, member);
     if (value != nullptr && value->Type() == VT_BSTR)
@@ -143,7 +143,7 @@ void XLXTypeCache::FillRecordMap(XLXSafeArray array, const Map& current, Map& fr
             component = typename Map::mapped_type(new Component(made, this));
         }
         component->Object()->AssignProperties(std::move(record.values), component->Object()->NoteStore());
-        fresh.insert_or_assign(*key, component);
+        fresh.Add(*key, std::move(component));
     }
 }
 
@@ -177,8 +177,7 @@ void XLXTypeCache::FillAttributeMapFromSafeArray(XLXSafeArray array, const XAttr
     for (XILXAttributeData& record : ReadAttributeList(std::move(array)))
     {
         const auto key = NameAt(record.values, MemberAttributeName);
-        const auto inherited = key ? fresh.find(*key) : fresh.end();
-        if (!key || (inherited != fresh.end() && !inherited->second->IsOwn(this)))
+        if (!key || fresh.find(*key) != fresh.end()) // what is added here is not found yet
         {
             continue;
         }
@@ -202,7 +201,7 @@ void XLXTypeCache::FillAttributeMapFromSafeArray(XLXSafeArray array, const XAttr
         attribute.AssignProperties(std::move(record.values), noted);
         component->KeepFacts(facts, noted);
         attribute.AssignAttributeTypes(std::move(record.types), attribute.NoteAttributeTypes());
-        fresh.insert_or_assign(*key, component);
+        fresh.Add(*key, std::move(component));
     }
 }
 

@@ -92,10 +92,9 @@ XLXSafeArray TypeArray(XILXTypeComp components)
     XILXTypeMap types;
     types.names.emplace(OLESTR("Pump"), 0);
     XILXTypeData& type = types.records[0];
-    for (int i = 0; i < 28; ++i)
-    {
-        type.config.values.push_back(i == 0 ? XLXComVariant::FromBstr(OLESTR("Pump")) : XLXComVariant());
-    }
+    XLXVariantVector values(28);
+    values[0] = XLXComVariant::FromBstr(OLESTR("Pump"));
+    type.config.values = std::move(values);
     type.components = std::move(components);
     type.listed = true;
     return GetArrayFromMap(std::move(types));

@@ -21,11 +21,13 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** array) override
     {
-        std::vector<XILXPCData> records(1);
+        XLXVariantVector names;
         for (int i = 0; i < values; ++i)
         {
-            records.front().values.push_back(XLXComVariant::FromBstr(OLESTR("Name")));
+            names.push_back(XLXComVariant::FromBstr(OLESTR("Name")));
         }
+        std::vector<XILXPCData> records(1);
+        records.front().values = std::move(names);
         *array = GetArrayFromVec(std::move(records)).Detach();
         return S_OK;
     }

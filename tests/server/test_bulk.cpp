@@ -10,7 +10,7 @@ namespace Transfer = XLXCFCDataTransfer;
 namespace
 {
 /// The values as text, one line each, so that a difference can be read.
-std::string Text(const XLXVariantVector& values)
+std::string Text(std::span<const XLXComVariant> values)
 {
     std::string text;
     for (size_t i = 0; i < values.size(); ++i)
@@ -126,7 +126,7 @@ TEST_P(ServerBulkModes, AllTypesAgreeWithDirectReads)
         Transfer::XILXTypeData& record = types.records.at(index);
         const XModelType& type = **model.FindType(name);
         EXPECT_EQ(Text(record.config.values), Direct(record.config.object.Get()));
-        EXPECT_EQ(record.config.values.at(0).AsText(), name);
+        EXPECT_EQ(record.config.values[0].AsText(), name);
         EXPECT_EQ(record.baseIndex,
                   type.Base().empty() ? -1 : static_cast<LONG>(types.names.at(type.Base())));
         EXPECT_EQ(record.listed, type.listed);

@@ -170,7 +170,8 @@ TEST(RecordList, MayHoldNoRecordsAndNullObjects)
     const auto records = GetSingleTypedVecFromArray(Sample(EKind::RecordList));
     ASSERT_EQ(records.size(), 2U);
     EXPECT_TRUE(records[0].object);
-    EXPECT_EQ(records[0].values.at(0).AsText(), OLESTR("Main"));
+    ASSERT_FALSE(records[0].values.empty());
+    EXPECT_EQ(records[0].values[0].AsText(), OLESTR("Main"));
     EXPECT_FALSE(records[1].object);
     EXPECT_TRUE(records[1].values.empty());
 }
@@ -204,11 +205,37 @@ TEST(Values, OfAnyTypeAreTakenOverAsTheyStand)
     const XLXText withNull(OLESTR("a\0b"), 3);
     auto records = GetSingleTypedVecFromArray(
         ArrayOf(LONG{1}, NewObject().Get(), Values(std::move(number), std::move(nested), Text(withNull))));
-    const XLXVariantVector& values = records.at(0).values;
-    EXPECT_EQ(V_VT(&values.at(0).Get()), VT_R8);
+    const XVariantRow& values = records.at(0).values;
+    ASSERT_EQ(values.size(), 3U);
+    EXPECT_EQ(V_VT(&values[0].Get()), VT_R8);
     EXPECT_EQ(V_R8(&values[0].Get()), 2.5);
-    EXPECT_EQ(V_ARRAY(&values.at(1).Get()), inner);
-    EXPECT_EQ(values.at(2).AsText(), withNull);
+    EXPECT_EQ(V_ARRAY(&values[1].Get()), inner);
+    EXPECT_EQ(values[2].AsText(), withNull);
+}
+
+// The values of a list stay where they were read; each record's go with it all the same.
+TEST(Values, OfAListGoWithTheirRecord)
+{
+    const long before = XCountedObject::alive;
+    const auto unknown = [] { return XLXComVariant::FromUnknown(NewObject().Get()); };
+    auto records = GetSingleTypedVecFromArray(
+        ArrayOf(LONG{2}, XLXComPtr<IUnknown>().Get(), Values(unknown(), Text(OLESTR("one"))),
+                XLXComPtr<IUnknown>().Get(), Values(unknown(), unknown(), Text(OLESTR("two")))));
+    ASSERT_EQ(XCountedObject::alive - before, 3);
+    XVariantRow second = std::move(records.at(1).values);
+    records.clear();
+    EXPECT_EQ(XCountedObject::alive - before, 2);
+    ASSERT_EQ(second.size(), 3U);
+    EXPECT_EQ(second[2].AsText(), OLESTR("two"));
+    second[0] = XLXComVariant::FromI4(7);
+    second.Grow(5);
+    ASSERT_EQ(second.size(), 5U);
+    EXPECT_EQ(second[0].AsLong(), 7);
+    EXPECT_EQ(second[2].AsText(), OLESTR("two"));
+    EXPECT_TRUE(second[4].Empty());
+    EXPECT_EQ(XCountedObject::alive - before, 1);
+    second = XVariantRow();
+    EXPECT_EQ(XCountedObject::alive - before, 0);
 }
 
 TEST(Booleans, AreTrueWhenTheyAreNotZero)
@@ -222,9 +249,9 @@ TEST(AttributeList, WithoutTheFixedNumberOfValuesIsNotWritten)
 {
     const auto write = [](std::size_t values, std::size_t typeValues) -> std::string {
         std::vector<XILXAttributeData> list(1);
-        list[0].values.resize(values);
+        list[0].values = XLXVariantVector(values);
         list[0].types.resize(1);
-        list[0].types[0].values.resize(typeValues);
+        list[0].types[0].values = XLXVariantVector(typeValues);
         try
         {
             const XLXSafeArray array = GetArrayFromAttributeList(std::move(list));

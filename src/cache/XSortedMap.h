@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+#ifndef XSORTEDMAP_H
+#define XSORTEDMAP_H
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+/// A map that is made once and then read: its entries stand in one vector in key order, so that a copy is one
+/// allocation and walking it runs through memory in a row.
+///
+/// Entries are added in any order, and found once Settle has brought them into theirs; that takes no longer
+/// than sorting, however many are added.
+template <class Key, class T>
+class XSortedMap
+{
+public:
+    using key_type = Key;
+    using mapped_type = T;
+    using value_type = std::pair<Key, T>;
+    using const_iterator = typename std::vector<value_type>::const_iterator;
+
+    XSortedMap() noexcept = default;
+    XSortedMap(const XSortedMap&) = default;
+    XSortedMap(XSortedMap&& other) noexcept
+        : m_entries(std::move(other.m_entries)), m_settled(std::exchange(other.m_settled, 0))
+    {}
+    XSortedMap& operator=(XSortedMap other) noexcept
+    {
+        swap(other);
+        return *this;
+    }
+
+    const_iterator begin() const noexcept { return m_entries.begin(); }
+    const_iterator end() const noexcept { return m_entries.end(); }
+    std::size_t size() const noexcept { return m_entries.size(); }
+    bool empty() const noexcept { return m_entries.empty(); }
+    void swap(XSortedMap& other) noexcept
+    {
+        m_entries.swap(other.m_entries);
+        std::swap(m_settled, other.m_settled);
+    }
+
+    /// Looks among the settled entries.
+    const_iterator find(const Key& key) const
+    {
+        const auto settled = begin() + static_cast<std::ptrdiff_t>(m_settled);
+        const auto found = std::lower_bound(begin(), settled, key, KeyLess);
+        return found != settled && !(key < found->first) ? found : end();
+    }
+
+    void Add(Key key, T value) { m_entries.emplace_back(std::move(key), std::move(value)); }
+
+    /// Settles what was added. Of several entries of one key the one that was added last stays.
+    void Settle()
+    {
+        const auto added = m_entries.begin() + static_cast<std::ptrdiff_t>(m_settled);
+        std::stable_sort(added, m_entries.end(), Less);
+        std::inplace_merge(m_entries.begin(), added, m_entries.end(), Less);
+        DropOlder();
+        m_settled = m_entries.size();
+    }
+
+private:
+    static bool Less(const value_type& left, const value_type& right) { return left.first < right.first; }
+    static bool KeyLess(const value_type& entry, const Key& key) { return entry.first < key; }
+
+    // The merge is stable: of equal keys the last is the one that was added last.
+    void DropOlder()
+    {
+        auto to = m_entries.begin();
+        for (auto from = m_entries.begin(); from != m_entries.end(); ++from)
+        {
+            const auto next = from + 1;
+            if (next != m_entries.end() && !Less(*from, *next))
+            {
+                continue;
+            }
+            if (to != from)
+            {
+                *to = std::move(*from);
+            }
+            ++to;
+        }
+        m_entries.erase(to, m_entries.end());
+    }
+
+    std::vector<value_type> m_entries;
+    std::size_t m_settled = 0;
+};
+#endif
