@@ -97,37 +97,57 @@ void XTypeMap::Apply(Known& known, std::vector<Change>& changes, std::uint64_t n
     }
 }
 
-// Errors in single links do not stop the others.
+// From the top of each chain downwards: what stands above a type's new base has its new bases by then, so
+// that a link which is yet to be replaced cannot seem to close a circle. Errors in single links do not stop
+// the others.
 void XTypeMap::LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages)
 {
     for (auto& [key, entry] : map)
     {
-        if (!entry.type)
+        entry.link = Link::Pending;
+    }
+    std::vector<std::pair<Entry*, Entry*>> path; // types with their bases, upwards
+    for (auto& [key, entry] : map)
+    {
+        Entry* above = &entry;
+        while (above != nullptr && above->type && above->link == Link::Pending)
         {
-            continue;
+            above->link = Link::OnPath;
+            path.emplace_back(above, BaseOf(map, *above, messages));
+            above = path.back().second;
         }
-        XLXTypeCache* base = nullptr;
-        bool selfBase = false;
-        if (!entry.baseName.empty())
+        // The type at the end of a path that comes back to itself does without its base.
+        bool closesCircle = above != nullptr && above->link == Link::OnPath;
+        for (; !path.empty(); path.pop_back())
         {
-            const auto found = map.find(XCFGStringKey(entry.baseName));
-            if (found == map.end() || !found->second.type)
+            const auto [type, base] = path.back();
+            XLXTypeCache* const wanted = base != nullptr && !closesCircle ? base->type.Get() : nullptr;
+            if (!type->type->LinkBase(wanted, retired) || closesCircle)
             {
-                messages.push_back(XLXFormat() << "base type referenced by name not found in type cache: "
-                                               << entry.baseName);
+                (void)type->type->LinkBase(nullptr, retired);
+                messages.push_back(XLXFormat() << "This type has itself as base type " << type->name);
             }
-            else
-            {
-                base = found->second.type.Get();
-                selfBase = base == entry.type.Get();
-            }
-        }
-        if (selfBase || !entry.type->LinkBase(base, retired))
-        {
-            (void)entry.type->LinkBase(nullptr, retired);
-            messages.push_back(XLXFormat() << "This type has itself as base type " << entry.name);
+            type->link = Link::Done;
+            closesCircle = false;
         }
     }
+}
+
+/// The entry of a type's base; null when it has none, or none that is known.
+XTypeMap::Entry* XTypeMap::BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages)
+{
+    if (entry.baseName.empty())
+    {
+        return nullptr;
+    }
+    const auto found = map.find(XCFGStringKey(entry.baseName));
+    if (found != map.end() && found->second.type)
+    {
+        return &found->second;
+    }
+    messages.push_back(XLXFormat() << "base type referenced by name not found in type cache: "
+                                   << entry.baseName);
+    return nullptr;
 }
 
 void XTypeMap::EnterNegative(XLXTextView name, std::uint64_t noted)

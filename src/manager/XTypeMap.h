@@ -11,11 +11,19 @@
 class XTypeMap
 {
 public:
+    /// How far a type is while all types are linked to their bases.
+    enum class Link : std::uint8_t
+    {
+        Pending,
+        OnPath, ///< its base comes first
+        Done
+    };
     struct Entry
     {
         XLXComPtr<XLXTypeCache> type; ///< null: the server has no type of that name
         XLXText name;
         XLXText baseName;
+        Link link = Link::Pending;
     };
     using Map = std::map<XCFGStringKey, Entry>;
 
@@ -66,6 +74,7 @@ private:
     struct Change;
     void Apply(Known& known, std::vector<Change>& changes, std::uint64_t noted, XRetired& retired);
     static void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages);
+    static Entry* BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages);
     XLXComPtr<XLXTypeCache> MakeType() const;
 
     std::shared_ptr<const XTransferModeSupplier> m_mode;

@@ -161,6 +161,39 @@ TEST_F(Types, ATypeThatIsItsOwnBaseIsCachedWithoutOne)
     EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
 }
 
+// Whichever of the types comes first when their bases are linked, a link that is yet to be replaced makes it
+// look as if the new one closed a circle.
+TEST_F(Types, BasesThatChangePlacesAreAllLinkedAnew)
+{
+    Edit().Change(
+        [](XServerModel& model) {
+            model.AddType("A", "Item").AddAttribute("OfA");
+            model.AddType("B", "A").AddAttribute("OfB");
+            model.AddType("C", "B").AddAttribute("OfC");
+        },
+        "objects/A/0/2");
+    const auto has = [this](const char* type, const OLECHAR* attribute) {
+        XLXComPtr<ILXAttribute> found;
+        return Type(type)->GetAttribute(XLXComBSTR(attribute).Get(), found.Put()) == S_OK;
+    };
+    EXPECT_TRUE(has("C", OLESTR("OfA")) && has("C", OLESTR("OfB")));
+    const auto setBases = [this](std::map<XLXText, const char*> bases) {
+        Edit().Change(
+            [&](XServerModel& model) {
+                for (const auto& [name, base] : bases)
+                {
+                    model.types.at(name)->properties.Set(XProperty::BaseTypeName, base);
+                }
+            },
+            "objects/A/0/2");
+    };
+    setBases({{OLESTR("C"), "Item"}, {OLESTR("B"), "C"}, {OLESTR("A"), "B"}});
+    EXPECT_TRUE(has("A", OLESTR("OfB")) && has("A", OLESTR("OfC")) && has("A", OLESTR("Name")));
+    EXPECT_FALSE(has("C", OLESTR("OfA")) || has("C", OLESTR("OfB")));
+    setBases({{OLESTR("A"), "Item"}, {OLESTR("B"), "A"}, {OLESTR("C"), "B"}});
+    EXPECT_TRUE(has("C", OLESTR("OfA")) && has("C", OLESTR("OfB")) && has("C", OLESTR("Name")));
+}
+
 TEST_F(Types, AddTypeWrapsTheServersNewType)
 {
     XLXComPtr<ILXType> added;
