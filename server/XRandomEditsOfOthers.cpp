@@ -62,9 +62,15 @@ Edit AddAttributeType(Model model, XChoice& choice)
     {
         return {};
     }
-    return [=, name = choice.New("New")](XServerEdits& edits, XNotify notify) {
-        edits.AddAttributeType(at.type, at.name, name, notify);
-    };
+    const std::string name = choice.New("New");
+    const XLXText text = LXFromUtf8(name);
+    if (std::any_of(at.attribute->types.begin(), at.attribute->types.end(),
+                    [&](const auto& type) { return type->Text(XProperty::AttributeTypeName) == text; }))
+    {
+        return {};
+    }
+    return
+        [=](XServerEdits& edits, XNotify notify) { edits.AddAttributeType(at.type, at.name, name, notify); };
 }
 
 Edit RemoveAttributeType(Model model, XChoice& choice)
@@ -236,11 +242,16 @@ Edit SetBrowser(Model model, XChoice& choice)
     };
 }
 
-Edit AddBrowser(Model, XChoice& choice)
+Edit AddBrowser(Model model, XChoice& choice)
 {
-    return [name = choice.New("NewBrowser")](XServerEdits& edits, XNotify notify) {
-        edits.AddBrowserId(name, notify);
-    };
+    const std::string name = choice.New("NewBrowser");
+    const XLXText text = LXFromUtf8(name);
+    if (std::any_of(model.browserIds.begin(), model.browserIds.end(),
+                    [&](const auto& browser) { return browser->Text(XProperty::BrowserIdName) == text; }))
+    {
+        return {};
+    }
+    return [name](XServerEdits& edits, XNotify notify) { edits.AddBrowserId(name, notify); };
 }
 
 Edit RemoveBrowser(Model model, XChoice& choice)
