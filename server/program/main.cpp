@@ -11,6 +11,7 @@
 // Exit status: 0 when all went well, 1 when not, other values for wrong options.
 #include "XServerHost.h"
 #include "XServerRegistration.h"
+#include "XStubKeeper.h"
 
 #include <CLI/CLI.hpp>
 
@@ -81,6 +82,7 @@ void Serve(const Options& options)
 {
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "initialising COM");
     {
+        const XStubKeeper stubs;
         XServerHost host(ModelOf(options));
         host.Server().Calls().SetDelay(DelayOf(options));
         std::printf("lxsampleserver: process %lu serves %zu types\n", GetCurrentProcessId(),
