@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "associations.h"
 
+#include <algorithm>
+
 namespace
 {
 /// Copies a value into a variant that is empty. Most values are texts and numbers, which need no more than
@@ -48,6 +50,18 @@ bool Associations::Swap(int index, XLXComVariant& value) noexcept
     }
     std::swap(m_values[static_cast<std::size_t>(index)].Get(), value.Get());
     return true;
+}
+
+void Associations::Swap(XVariantRow& values) noexcept
+{
+    if (m_values.size() == values.size())
+    {
+        std::swap_ranges(m_values.begin(), m_values.end(), values.begin());
+    }
+    else
+    {
+        m_values.swap(values);
+    }
 }
 
 void Associations::SwapGrow(int index, XLXComVariant& value)

@@ -37,8 +37,8 @@ public:
     bool Swap(int index, XLXComVariant& value) noexcept;
     /// The same, where the store grows to have the index.
     void SwapGrow(int index, XLXComVariant& value);
-    /// Exchanges all values.
-    void Swap(XVariantRow& values) noexcept { m_values.swap(values); }
+    /// Exchanges all values. As many as before go where those were, so that a list's block has no gaps.
+    void Swap(XVariantRow& values) noexcept;
 };
 
 /// The store with its lock and its filled flag. What a write replaces is left in the parameter, so that the
