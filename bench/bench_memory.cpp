@@ -62,16 +62,24 @@ XServerModel PlainModel(int attributes)
     return model;
 }
 
-/// What a vector of values takes from the heap, with its texts.
-double BytesOfValues(const XLXComPtr<ILXAttribute>& attribute)
+XLXVariantVector ValuesOf(const XLXComPtr<ILXAttribute>& attribute)
 {
     constexpr int Values = 60;
-    const std::size_t before = LXHeapInUse();
     XLXVariantVector values(Values);
     for (int i = 0; i < Values; ++i)
     {
         attribute->GetProperty(i, values[static_cast<std::size_t>(i)].Put());
     }
+    return values;
+}
+
+/// What a vector of values takes from the heap, with its texts. They are read once before: reading an empty
+/// one asks the server, and what the attribute needs for that is not the values'.
+double BytesOfValues(const XLXComPtr<ILXAttribute>& attribute)
+{
+    (void)ValuesOf(attribute);
+    const std::size_t before = LXHeapInUse();
+    const XLXVariantVector values = ValuesOf(attribute);
     return Bytes(LXHeapInUse(), before);
 }
 
