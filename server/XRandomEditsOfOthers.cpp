@@ -7,6 +7,14 @@ using namespace LXRandom;
 
 namespace
 {
+/// Whether an element of a list has that text in a property.
+template <class T>
+bool HasText(const XModelList<T>& list, int index, XLXTextView text)
+{
+    return std::any_of(list.begin(), list.end(),
+                       [=](const auto& element) { return element->Text(index) == text; });
+}
+
 /// An attribute of a type's own, chosen at random; null when the type has none.
 struct Chosen
 {
@@ -63,9 +71,7 @@ Edit AddAttributeType(Model model, XChoice& choice)
         return {};
     }
     const std::string name = choice.New("New");
-    const XLXText text = LXFromUtf8(name);
-    if (std::any_of(at.attribute->types.begin(), at.attribute->types.end(),
-                    [&](const auto& type) { return type->Text(XProperty::AttributeTypeName) == text; }))
+    if (HasText(at.attribute->types, XProperty::AttributeTypeName, LXFromUtf8(name)))
     {
         return {};
     }
@@ -245,9 +251,7 @@ Edit SetBrowser(Model model, XChoice& choice)
 Edit AddBrowser(Model model, XChoice& choice)
 {
     const std::string name = choice.New("NewBrowser");
-    const XLXText text = LXFromUtf8(name);
-    if (std::any_of(model.browserIds.begin(), model.browserIds.end(),
-                    [&](const auto& browser) { return browser->Text(XProperty::BrowserIdName) == text; }))
+    if (HasText(model.browserIds, XProperty::BrowserIdName, LXFromUtf8(name)))
     {
         return {};
     }
@@ -257,16 +261,14 @@ Edit AddBrowser(Model model, XChoice& choice)
 Edit RemoveBrowser(Model model, XChoice& choice)
 {
     const XLXText name = choice.Browser(model);
-    const auto named = [&name](const auto& list, int index) {
-        return std::any_of(list.begin(), list.end(),
-                           [&](const auto& element) { return element->Text(index) == name; });
-    };
     if (model.browserIds.empty() ||
-        std::any_of(
-            model.types.begin(), model.types.end(),
-            [&](const auto& entry) { return named(entry.second->editors, XProperty::EditorBrowserId); }) ||
-        std::any_of(model.relations.begin(), model.relations.end(),
-                    [&](const auto& relation) { return named(relation->infos, XProperty::PCInfoBrowser); }))
+        std::any_of(model.types.begin(), model.types.end(),
+                    [&](const auto& entry) {
+                        return HasText(entry.second->editors, XProperty::EditorBrowserId, name);
+                    }) ||
+        std::any_of(model.relations.begin(), model.relations.end(), [&](const auto& relation) {
+            return HasText(relation->infos, XProperty::PCInfoBrowser, name);
+        }))
     {
         return {};
     }
@@ -351,11 +353,7 @@ Edit AddPCInfo(Model model, XChoice& choice)
 {
     const XModelRelation* const relation = choice.Of(model.relations);
     const XLXText browser = choice.Browser(model);
-    const auto isOfBrowser = [&](const auto& info) {
-        return info->Text(XProperty::PCInfoBrowser) == browser;
-    };
-    if (relation == nullptr || browser.empty() ||
-        std::any_of(relation->infos.begin(), relation->infos.end(), isOfBrowser))
+    if (relation == nullptr || browser.empty() || HasText(relation->infos, XProperty::PCInfoBrowser, browser))
     {
         return {};
     }

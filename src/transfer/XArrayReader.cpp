@@ -31,13 +31,14 @@ void CheckElementType(SAFEARRAY* array, const char* method)
 }
 } // namespace
 
-XArrayReader::XArrayReader(XLXSafeArray array, ULONG least, const char* method, EValues values)
-    : m_values(values)
+XArrayReader::OpenArray::OpenArray(XLXSafeArray taken, const char* method) : array(std::move(taken))
 {
-    Open(std::move(array), least, method);
+    XLXError::RaiseIfFailed(SafeArrayAccessData(array.Get(), &data), OLESTR("SafeArrayGetElement failed"),
+                            TransferAt(method));
 }
 
-void XArrayReader::Open(XLXSafeArray owned, ULONG least, const char* method)
+XArrayReader::XArrayReader(XLXSafeArray owned, ULONG least, const char* method, EValues values)
+    : m_values(values)
 {
     SAFEARRAY* const array = owned.Get();
     XLXError::CheckPointer(array, OLESTR("array"), TransferAt(method));
@@ -51,32 +52,23 @@ void XArrayReader::Open(XLXSafeArray owned, ULONG least, const char* method)
     // Unsigned, since the bounds may lie anywhere: the platform's upper bound wraps in the same way.
     m_count = static_cast<ULONG>(upper) - static_cast<ULONG>(lower) + 1U;
     CheckRemaining(least, method);
-    m_array = std::make_shared<OpenArray>(std::move(owned));
-    void* data = nullptr;
-    XLXError::RaiseIfFailed(SafeArrayAccessData(array, &data), OLESTR("SafeArrayGetElement failed"),
-                            TransferAt(method));
-    m_array->accessed = true;
-    if (data == nullptr && m_count != 0) // a descriptor without its elements
+    m_array = std::make_shared<OpenArray>(std::move(owned), method);
+    m_data = static_cast<XLXComVariant*>(m_array->data); // which is a VARIANT and nothing else
+    if (m_data == nullptr && m_count != 0)               // a descriptor without its elements
     {
         RaiseSize(method);
     }
-    m_data = static_cast<XLXComVariant*>(data); // which is a VARIANT and nothing else
 }
 
-XVariantRow XArrayReader::Values(ULONG count, const char* method)
+XVariantRow XArrayReader::Values(ULONG count)
 {
-    const std::span<XLXComVariant> elements = Next(count, method);
+    const std::span<XLXComVariant> elements = Next(count, "VecFromSafeArray");
     if (m_values == EValues::InPlace)
     {
         return {m_array, elements};
     }
-    XLXVariantVector values;
-    values.reserve(elements.size());
-    for (XLXComVariant& element : elements)
-    {
-        values.push_back(std::move(element));
-    }
-    return values;
+    return XLXVariantVector(std::make_move_iterator(elements.begin()),
+                            std::make_move_iterator(elements.end()));
 }
 
 void XArrayReader::RaiseSize(const char* method)

@@ -61,7 +61,7 @@ public:
         return elements;
     }
     /// The next elements as values, in place or not.
-    XVariantRow Values(ULONG count, const char* method);
+    XVariantRow Values(ULONG count);
 
     /// Raises "wrong safearray size" unless so many elements remain.
     void CheckRemaining(ULONG count, const char* method) const
@@ -77,21 +77,13 @@ private:
     /// An array whose elements can be reached as long as it is there.
     struct OpenArray
     {
-        explicit OpenArray(XLXSafeArray taken) noexcept : array(std::move(taken)) {}
+        OpenArray(XLXSafeArray taken, const char* method);
         OpenArray(const OpenArray&) = delete;
         OpenArray& operator=(const OpenArray&) = delete;
-        ~OpenArray()
-        {
-            if (accessed)
-            {
-                SafeArrayUnaccessData(array.Get());
-            }
-        }
+        ~OpenArray() { SafeArrayUnaccessData(array.Get()); }
         XLXSafeArray array;
-        bool accessed = false;
+        void* data = nullptr;
     };
-
-    void Open(XLXSafeArray array, ULONG least, const char* method);
 
     std::shared_ptr<OpenArray> m_array;
     const EValues m_values;

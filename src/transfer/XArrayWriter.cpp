@@ -18,7 +18,7 @@ LONG CountOf(std::size_t size)
     return static_cast<LONG>(size);
 }
 
-void AddAll(XArrayWriter& to, XVariantRow&& values)
+void AddAll(XArrayWriter& to, std::span<XLXComVariant> values)
 {
     for (XLXComVariant& value : values)
     {
@@ -26,13 +26,13 @@ void AddAll(XArrayWriter& to, XVariantRow&& values)
     }
 }
 
-void AddFixed(XArrayWriter& to, XVariantRow&& values, ULONG expected, XLXTextView message)
+void AddFixed(XArrayWriter& to, std::span<XLXComVariant> values, ULONG expected, XLXTextView message)
 {
     if (values.size() != expected)
     {
         XLXError::Raise(E_INVALIDARG, message, TransferAt("GetArrayFromAttributeList"));
     }
-    AddAll(to, std::move(values));
+    AddAll(to, values);
 }
 } // namespace
 
@@ -82,14 +82,14 @@ void ToSafeArray(XArrayWriter& to, XLXComVariant value)
 void ToSafeArray(XArrayWriter& to, XVariantRow values)
 {
     to.Put(CountOf(values.size()));
-    AddAll(to, std::move(values));
+    AddAll(to, values);
 }
 
 void ToSafeArray(XArrayWriter& to, XLXSafeArray list)
 {
     XArrayReader from(std::move(list), 0, "ToSafeArray");
     to.Put(CountOf(from.Remaining()));
-    AddAll(to, from.Values(from.Remaining(), "ToSafeArray"));
+    AddAll(to, from.Next(from.Remaining(), "ToSafeArray"));
 }
 
 void ToSafeArray(XArrayWriter& to, XILXConfigData record)
@@ -131,12 +131,11 @@ void ToSafeArray(XArrayWriter& to, XILXTypeData record)
 void ToSafeArray(XArrayWriter& to, XILXAttributeData record)
 {
     to.Put(record.object.Get());
-    AddFixed(to, std::move(record.values), AttributeValueCount, OLESTR("an attribute record has 60 values"));
+    AddFixed(to, record.values, AttributeValueCount, OLESTR("an attribute record has 60 values"));
     to.Put(CountOf(record.types.size()));
     for (XILXConfigData& type : record.types)
     {
-        AddFixed(to, std::move(type.values), AttributeTypeValueCount,
-                 OLESTR("an attribute type record has 7 values"));
+        AddFixed(to, type.values, AttributeTypeValueCount, OLESTR("an attribute type record has 7 values"));
         to.Put(type.object.Get());
     }
 }

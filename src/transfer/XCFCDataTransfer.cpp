@@ -22,7 +22,7 @@ ULONG MapCountFromSafeArray(XArrayReader& from, const char* method)
 XILXConfigData AttributeTypeFromSafeArray(XArrayReader& from)
 {
     XILXConfigData type;
-    type.values = from.Values(AttributeTypeValueCount, "VecFromSafeArray");
+    type.values = from.Values(AttributeTypeValueCount);
     FromSafeArray(from, type.object);
     return type;
 }
@@ -31,7 +31,7 @@ XILXConfigData AttributeTypeFromSafeArray(XArrayReader& from)
 void FromSafeArray(XArrayReader& from, XILXConfigData& value)
 {
     FromSafeArray(from, value.object);
-    value.values = from.Values(VecCountFromSafeArray(from), "VecFromSafeArray");
+    value.values = from.Values(VecCountFromSafeArray(from));
 }
 
 // Three flags stand together in front of their arrays, the fourth right before its own.
@@ -71,7 +71,7 @@ void FromSafeArray(XArrayReader& from, XILXTypeData& value)
 void FromSafeArray(XArrayReader& from, XILXAttributeData& value)
 {
     FromSafeArray(from, value.object);
-    value.values = from.Values(AttributeValueCount, "VecFromSafeArray");
+    value.values = from.Values(AttributeValueCount);
     const ULONG types = VecCountFromSafeArray(from);
     if (types > from.Remaining() / AttributeTypeCount)
     {

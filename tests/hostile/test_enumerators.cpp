@@ -107,7 +107,7 @@ TEST_P(Enumerators, OfPCInfos)
         XLXSafeArray values;
         relation->GetProperties(values.Put());
         XLXCFCDataTransfer::XArrayReader reader(std::move(values), 0, "Values");
-        records[0].values = reader.Values(reader.Remaining(), "Values");
+        records[0].values = reader.Values(reader.Remaining());
         *out = XLXCFCDataTransfer::GetArrayFromVec(std::move(records)).Detach();
         return S_OK;
     };

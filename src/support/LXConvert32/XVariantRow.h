@@ -10,6 +10,7 @@
 
 #include "XLXComVariant.h"
 
+#include <algorithm>
 #include <memory>
 #include <span>
 
@@ -55,13 +56,8 @@ public:
     /// Makes the row longer, with empty values, in a block of its own.
     void Grow(std::size_t size)
     {
-        XLXVariantVector values;
-        values.reserve(size);
-        for (XLXComVariant& value : m_values)
-        {
-            values.push_back(std::move(value));
-        }
-        values.resize(size);
+        XLXVariantVector values(size);
+        std::move(begin(), end(), values.begin());
         *this = XVariantRow(std::move(values));
     }
 
