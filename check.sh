@@ -126,6 +126,7 @@ run_tests() {
         say "   FAILED: tests of $1 (see $log)"
         grep -E '\[  FAILED  \]|\*\*\*(Failed|Timeout|Exception)|ERROR: |WARNING: ThreadSan|SUMMARY: |runtime error|LEAK|WATCHDOG' \
             "$log" | sort -u | head -n 30
+        grep -E -A 4 ': Failure' "$log" | head -n 40
     fi
 }
 
