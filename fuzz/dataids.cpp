@@ -126,7 +126,7 @@ bool FuzzDataId(XBytes bytes)
     cache.Server().Edit().SetAttributeProperty("Pump", "Head", XProperty::Label,
                                                std::to_string(++executions % 10));
     CompareAll(cache);
-    return XDataId::Parse(text).Kind() != LXDataIdKind::Other;
+    return XDataId::Parse(text).kind != LXDataIdKind::Other;
 }
 
 bool FuzzPropertyNames(XBytes bytes)

@@ -78,7 +78,7 @@ HRESULT XLXGlobalAttributeFormatSpecCache::DeleteFormat(int iFormatType)
 HRESULT XLXGlobalAttributeFormatSpecCache::OnNotification(const XChangeNotification& notification)
 {
     const XDataId& id = notification.id;
-    if (id.Kind() == LXDataIdKind::ParentChild)
+    if (id.kind == LXDataIdKind::ParentChild)
     {
         return S_OK;
     }
@@ -88,7 +88,7 @@ HRESULT XLXGlobalAttributeFormatSpecCache::OnNotification(const XChangeNotificat
     {
         return S_OK;
     }
-    if (id.Kind() == LXDataIdKind::Objects && LXModeConcerns(id.mode, TheFacts.formatBits))
+    if (id.kind == LXDataIdKind::Objects && LXModeConcerns(id.mode, TheFacts.formatBits))
     {
         formats->Invalidate();
         XInvalidationLog::Add(TheFacts.className, "formats");

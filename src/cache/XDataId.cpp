@@ -3,17 +3,37 @@
 
 #include "XLXComBSTR.h"
 
+namespace
+{
+LXDataIdKind KindOf(XLXTextView text) noexcept
+{
+    if (text == OLESTR("objects"))
+    {
+        return LXDataIdKind::Objects;
+    }
+    if (text == OLESTR("properties"))
+    {
+        return LXDataIdKind::Properties;
+    }
+    if (text == OLESTR("pc"))
+    {
+        return LXDataIdKind::ParentChild;
+    }
+    return text == OLESTR("searchable") ? LXDataIdKind::Searchable : LXDataIdKind::Other;
+}
+} // namespace
+
 XDataId XDataId::Parse(XLXTextView id) noexcept
 {
     XDataId parsed;
-    parsed.kindText = id;
     const auto first = id.find('/');
+    parsed.kindText = id.substr(0, first);
+    parsed.kind = KindOf(parsed.kindText);
     if (first == XLXTextView::npos)
     {
         return parsed;
     }
     parsed.hasKind = true;
-    parsed.kindText = id.substr(0, first);
     const auto second = id.find('/', first + 1);
     if (second == XLXTextView::npos)
     {
@@ -35,21 +55,4 @@ XDataId XDataId::Parse(XLXTextView id) noexcept
         parsed.mode = LXParseDecimal(number);
     }
     return parsed;
-}
-
-LXDataIdKind XDataId::Kind() const noexcept
-{
-    if (kindText == OLESTR("objects"))
-    {
-        return LXDataIdKind::Objects;
-    }
-    if (kindText == OLESTR("properties"))
-    {
-        return LXDataIdKind::Properties;
-    }
-    if (kindText == OLESTR("pc"))
-    {
-        return LXDataIdKind::ParentChild;
-    }
-    return kindText == OLESTR("searchable") ? LXDataIdKind::Searchable : LXDataIdKind::Other;
 }

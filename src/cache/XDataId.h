@@ -43,16 +43,15 @@ enum class LXDataIdKind
 /// A data id, taken apart. The fields refer to the text that was parsed.
 struct XDataId
 {
-    XLXTextView kindText;  ///< the text before the first "/"; the whole id when there is none
-    XLXTextView object;    ///< the id or name between the first and the second "/"
-    LONG subNumber = -1;   ///< -1 when empty or absent
-    LONG mode = -1;        ///< the update mode; -1 when empty or absent
-    bool hasKind = false;  ///< there is a first "/"
-    bool complete = false; ///< there are three "/"
+    XLXTextView kindText; ///< the text before the first "/"; the whole id when there is none
+    XLXTextView object;   ///< the id or name between the first and the second "/"
+    LONG subNumber = -1;  ///< -1 when empty or absent
+    LONG mode = -1;       ///< the update mode; -1 when empty or absent
+    LXDataIdKind kind = LXDataIdKind::Other; ///< what kindText says
+    bool hasKind = false;                    ///< there is a first "/"
+    bool complete = false;                   ///< there are three "/"
 
     static XDataId Parse(XLXTextView id) noexcept;
-
-    LXDataIdKind Kind() const noexcept;
 };
 
 #endif

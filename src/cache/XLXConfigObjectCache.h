@@ -228,7 +228,7 @@ protected:
 
     void InvalidateStoreFor(const XDataId& id) noexcept
     {
-        if (Facts.Invalidates(id.Kind(), id.mode))
+        if (Facts.Invalidates(id.kind, id.mode))
         {
             InvalidateStore();
         }

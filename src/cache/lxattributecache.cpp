@@ -192,12 +192,12 @@ void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, 
 HRESULT XLXAttributeCache::OnNotification(const XChangeNotification& notification)
 {
     const XDataId& id = notification.id;
-    if (id.Kind() == LXDataIdKind::ParentChild)
+    if (id.kind == LXDataIdKind::ParentChild)
     {
         return S_OK;
     }
     InvalidateStoreFor(id);
-    if (id.Kind() == LXDataIdKind::Objects)
+    if (id.kind == LXDataIdKind::Objects)
     {
         if (LXModeConcerns(id.mode, LXUM_EVERYTHING | LXUM_TYPES | LXUM_ATTRIBUTES | LXUM_ATTRIBUTETYPES))
         {

@@ -88,7 +88,7 @@ HRESULT XLXGroupCache::DeleteFormat()
 HRESULT XLXGroupCache::OnNotification(const XChangeNotification& notification)
 {
     const XDataId& id = notification.id;
-    if (id.Kind() == LXDataIdKind::ParentChild)
+    if (id.kind == LXDataIdKind::ParentChild)
     {
         return S_OK;
     }
@@ -98,7 +98,7 @@ HRESULT XLXGroupCache::OnNotification(const XChangeNotification& notification)
     {
         return S_OK;
     }
-    if (id.Kind() == LXDataIdKind::Objects && LXModeConcerns(id.mode, TheFacts.formatBits))
+    if (id.kind == LXDataIdKind::Objects && LXModeConcerns(id.mode, TheFacts.formatBits))
     {
         formats->Invalidate();
         XInvalidationLog::Add(TheFacts.className, "formats");

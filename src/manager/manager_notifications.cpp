@@ -91,7 +91,7 @@ void XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType, U
 
 void XLXConfigFactoryCacheManager::ClearFilledFlags(const XDataId& id, LONG mode) noexcept
 {
-    const LXDataIdKind kind = id.hasKind ? id.Kind() : LXDataIdKind::Other;
+    const LXDataIdKind kind = id.hasKind ? id.kind : LXDataIdKind::Other;
     const bool types =
         (kind == LXDataIdKind::Objects && LXModeConcerns(mode, LXUM_EVERYTHING | LXUM_TYPES)) ||
         kind == LXDataIdKind::Searchable;
@@ -119,7 +119,7 @@ void XLXConfigFactoryCacheManager::ClearFilledFlags(const XDataId& id, LONG mode
 HRESULT XLXConfigFactoryCacheManager::OfferToReceivers(const XDataId& id, LONG,
                                                        const XChangeNotification& notification)
 {
-    const bool relationsOnly = id.hasKind && id.Kind() == LXDataIdKind::ParentChild &&
+    const bool relationsOnly = id.hasKind && id.kind == LXDataIdKind::ParentChild &&
                                LXBstrView(notification.dataType) == SpecificDataType;
     if (!relationsOnly)
     {

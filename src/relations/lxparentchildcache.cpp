@@ -140,8 +140,8 @@ HRESULT XLXParentChildCache::OnNotification(const XChangeNotification& notificat
     const XDataId& id = notification.id;
     m_notifications.fetch_add(1);
     InvalidateStoreFor(id);
-    const bool infosChanged = id.Kind() == LXDataIdKind::ParentChild ||
-                              (id.Kind() == LXDataIdKind::Objects &&
+    const bool infosChanged = id.kind == LXDataIdKind::ParentChild ||
+                              (id.kind == LXDataIdKind::Objects &&
                                LXModeConcerns(id.mode, LXUM_EVERYTHING | LXUM_PARENTCHILD | LXUM_BROWSERIDS));
     if (infosChanged)
     {

@@ -209,8 +209,8 @@ XLXPCPartCacheMng::ParentMapPtr XLXPCPartCacheMng::Held() const
 HRESULT XLXPCPartCacheMng::DataObjectChanged(const XChangeNotification& notification)
 {
     const XDataId& id = notification.id;
-    if (id.Kind() == LXDataIdKind::ParentChild ||
-        (id.Kind() == LXDataIdKind::Objects && LXModeConcerns(id.mode, LXUM_EVERYTHING | LXUM_PARENTCHILD)))
+    if (id.kind == LXDataIdKind::ParentChild ||
+        (id.kind == LXDataIdKind::Objects && LXModeConcerns(id.mode, LXUM_EVERYTHING | LXUM_PARENTCHILD)))
     {
         m_filled.Invalidate();
         XInvalidationLog::Add("XLXPCPartCacheMng", "relation map");

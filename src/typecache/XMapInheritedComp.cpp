@@ -44,7 +44,7 @@ XLXSafeArray XMapInheritedComp<Map>::Deliver(XLXSafeArray array, LONG mode, cons
     const bool hasArray = static_cast<bool>(array);
     {
         const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        if (!hasArray && m_deliveredAt.load() == m_generation.load())
+        if (!hasArray && m_deliveredAt.load() == m_counts.generation.load())
         {
             return {};
         }
@@ -69,7 +69,7 @@ XLXSafeArray XMapInheritedComp<Map>::Deliver(XLXSafeArray array, LONG mode, cons
 template <class Map>
 bool XMapInheritedComp<Map>::HasData() const noexcept
 {
-    const std::uint64_t generation = m_generation.load();
+    const std::uint64_t generation = m_counts.generation.load();
     return m_deliveredAt.load() == generation || m_completedAt.load() == generation;
 }
 
@@ -89,7 +89,7 @@ template <class Map>
 bool XMapInheritedComp<Map>::IsCurrent(const XMapInheritedComp* base) const noexcept
 {
     const std::uint64_t merged = m_baseContent.load();
-    return m_completedAt.load() == m_generation.load() &&
+    return m_completedAt.load() == m_counts.generation.load() &&
            merged == (base != nullptr ? base->m_content.load() : 0);
 }
 
@@ -103,7 +103,7 @@ bool XMapInheritedComp<Map>::IsComplete() const
     {
         return true; // nothing changed anywhere since it was last found complete
     }
-    if (m_completedAt.load() != m_generation.load())
+    if (m_completedAt.load() != m_counts.generation.load())
     {
         return false;
     }
@@ -174,7 +174,7 @@ HRESULT XMapInheritedComp<Map>::EnsureCurrent(const XMapInheritedComp* base)
 template <class Map>
 HRESULT XMapInheritedComp<Map>::Complete(const XMapInheritedComp* base)
 {
-    const std::uint64_t generation = m_generation.load();
+    const std::uint64_t generation = m_counts.generation.load();
     Map fresh = MergeFrom(base);
     Pending pending = TakeFreshPending();
     const bool parsed = static_cast<bool>(pending.array);
@@ -208,7 +208,7 @@ Map XMapInheritedComp<Map>::MergeFrom(const XMapInheritedComp* base)
 template <class Map>
 bool XMapInheritedComp<Map>::AreValuesCurrent(const Note& note) const noexcept
 {
-    return note.values == m_values.load() && note.direct == XNotificationEpoch::NoteDirect();
+    return note.values == m_counts.values.load() && note.direct == XNotificationEpoch::NoteDirect();
 }
 
 // Records that a notification made stale while they waited are fetched again. Records that it makes stale
@@ -218,7 +218,7 @@ template <class Map>
 typename XMapInheritedComp<Map>::Pending XMapInheritedComp<Map>::TakeFreshPending()
 {
     Pending pending = TakePending();
-    const std::uint64_t generation = m_generation.load();
+    const std::uint64_t generation = m_counts.generation.load();
     if (pending.array && pending.note.generation == generation && AreValuesCurrent(pending.note))
     {
         return pending;
@@ -294,7 +294,7 @@ void XMapInheritedComp<Map>::Terminate()
 {
     Map dropped;
     Pending pending;
-    Reset();
+    m_counts.Reset();
     {
         const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
         m_map.swap(dropped);

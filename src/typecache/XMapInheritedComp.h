@@ -35,6 +35,36 @@ struct XComponentNote
     std::uint64_t direct;
 };
 
+/// What a notification touches of a type: kept together, apart from the maps, since every notification comes
+/// to every type.
+struct XComponentCounts
+{
+    /// Of one kind of component.
+    struct OfKind
+    {
+        std::atomic<std::uint64_t> generation{1};
+        std::atomic<std::uint64_t> values{1};
+
+        /// Makes the map incomplete. Waits for nobody.
+        void Reset() noexcept
+        {
+            generation.fetch_add(1);
+            values.fetch_add(1);
+            g_componentEpoch.fetch_add(1);
+        }
+        /// Says that values of components of this kind changed: records that were delivered, or are on their
+        /// way, are stale.
+        void ValuesChanged() noexcept { values.fetch_add(1); }
+    };
+    /// Bits (LXTransferMode), set for good when the type first holds a component of that kind. As long as
+    /// one is not, a notification need not look for components of the kind.
+    std::atomic<LONG> held{0};
+    OfKind attributes;
+    OfKind pages;
+    OfKind groups;
+    OfKind editors;
+};
+
 template <class Map>
 class XMapInheritedComp
 {
@@ -44,16 +74,16 @@ class XMapInheritedComp
 public:
     using Note = XComponentNote;
 
-    /// @param held  the owner's word of the kinds of which it may hold components; each map sets its own bit
-    XMapInheritedComp(XLXFillCacheDef& owner, bool inherits, std::atomic<LONG>& held)
-        : m_inherits(inherits), m_owner(owner), m_held(held)
+    /// @param counts  the owner's, of which the map uses those of its own kind
+    XMapInheritedComp(XLXFillCacheDef& owner, bool inherits, XComponentCounts& counts)
+        : m_inherits(inherits), m_owner(owner), m_counts(Traits::CountsOf(counts)), m_held(counts.held)
     {}
     XMapInheritedComp(const XMapInheritedComp&) = delete;
     XMapInheritedComp& operator=(const XMapInheritedComp&) = delete;
 
     Note TakeNote() const noexcept
     {
-        return {m_generation.load(), m_values.load(), XNotificationEpoch::NoteDirect()};
+        return {m_counts.generation.load(), m_counts.values.load(), XNotificationEpoch::NoteDirect()};
     }
 
     /// Takes the server's records of this kind, or none, for parsing on first use. Returns the records that
@@ -68,19 +98,9 @@ public:
     /// leave the map incomplete, so that the next query asks again.
     HRESULT EnsureComplete();
 
-    /// Makes the map incomplete. Waits for nobody.
-    void Reset() noexcept
-    {
-        m_generation.fetch_add(1);
-        m_values.fetch_add(1);
-        g_componentEpoch.fetch_add(1);
-    }
     /// Says that the owning type has another base type: what was merged from the old one is found out by its
     /// content.
     static void BaseChanged() noexcept { g_componentEpoch.fetch_add(1); }
-    /// Says that values of components of this kind changed: records that were delivered, or are on their way,
-    /// are stale.
-    void ValuesChanged() noexcept { m_values.fetch_add(1); }
 
     /// Calls reader(map) under the read lock; the reader calls nothing foreign.
     template <class Reader>
@@ -119,12 +139,9 @@ private:
     void Publish(Map&& fresh, const Note& note, std::uint64_t completedAt, bool parsed);
     void ForgetDelivered();
 
-    // What a notification raises stands in front, together with the other maps' as far as the owner can do
-    // it.
-    std::atomic<std::uint64_t> m_generation{1};
-    std::atomic<std::uint64_t> m_values{1};
     const bool m_inherits;
     XLXFillCacheDef& m_owner;
+    XComponentCounts::OfKind& m_counts;
     std::atomic<LONG>& m_held;
     std::atomic<std::uint64_t> m_completedAt{0}; // complete while it equals the generation
     std::atomic<std::uint64_t> m_deliveredAt{0}; // delivered while it equals the generation
@@ -143,6 +160,7 @@ struct XInheritedCacheFillUpTraits<XPageMap>
     static constexpr LONG ModeBit = LXTM_PAGES;
     static constexpr LONG UpdateBit = LXUM_PAGES;
     static constexpr const char* Name = "pages";
+    static XComponentCounts::OfKind& CountsOf(XComponentCounts& counts) noexcept { return counts.pages; }
     static bool ConcernsValues(LXDataIdKind kind, LONG mode)
     {
         return XCachedFacts::Page.Invalidates(kind, mode);
@@ -160,6 +178,7 @@ struct XInheritedCacheFillUpTraits<XGroupMap>
     static constexpr LONG ModeBit = LXTM_GROUPS;
     static constexpr LONG UpdateBit = LXUM_GROUPS;
     static constexpr const char* Name = "groups";
+    static XComponentCounts::OfKind& CountsOf(XComponentCounts& counts) noexcept { return counts.groups; }
     static bool ConcernsValues(LXDataIdKind kind, LONG mode)
     {
         return XCachedFacts::Group.Invalidates(kind, mode);
@@ -177,6 +196,7 @@ struct XInheritedCacheFillUpTraits<XAttributeMap>
     static constexpr LONG ModeBit = LXTM_ATTRIBUTES;
     static constexpr LONG UpdateBit = LXUM_ATTRIBUTES;
     static constexpr const char* Name = "attributes";
+    static XComponentCounts::OfKind& CountsOf(XComponentCounts& counts) noexcept { return counts.attributes; }
     static bool ConcernsValues(LXDataIdKind kind, LONG mode)
     {
         return XCachedFacts::Attribute.Invalidates(kind, mode) ||
@@ -196,6 +216,7 @@ struct XInheritedCacheFillUpTraits<XEditorMap>
     static constexpr LONG ModeBit = LXTM_EDITORS;
     static constexpr LONG UpdateBit = LXUM_EDITORS;
     static constexpr const char* Name = "editors";
+    static XComponentCounts::OfKind& CountsOf(XComponentCounts& counts) noexcept { return counts.editors; }
     static bool ConcernsValues(LXDataIdKind kind, LONG mode)
     {
         return XCachedFacts::Editor.Invalidates(kind, mode);

@@ -23,10 +23,10 @@ XLeafMutex g_linkMutex;
 
 XLXTypeCache::XLXTypeCache(XLXComPtr<IUnknown> server)
     : XLXConfigObjectCache(std::move(server)),
-      m_attributes(*this, true, m_held),
-      m_pages(*this, false, m_held),
-      m_groups(*this, false, m_held),
-      m_editors(*this, false, m_held),
+      m_attributes(*this, true, m_counts),
+      m_pages(*this, false, m_counts),
+      m_groups(*this, false, m_counts),
+      m_editors(*this, false, m_counts),
       m_selfLink(XWeakLink<XGroupOwner>::To(this))
 {
     LiveTypes().Add(this);
@@ -228,20 +228,20 @@ void XLXTypeCache::SetTypeProperties(XLXComPtr<IUnknown> server, XVariantRow val
 HRESULT XLXTypeCache::OnNotification(const XChangeNotification& notification)
 {
     const XDataId& id = notification.id;
-    if (id.Kind() == LXDataIdKind::ParentChild)
+    if (id.kind == LXDataIdKind::ParentChild)
     {
         return S_OK;
     }
-    const bool wholeType = (id.Kind() == LXDataIdKind::Objects || id.Kind() == LXDataIdKind::Properties) &&
+    const bool wholeType = (id.kind == LXDataIdKind::Objects || id.kind == LXDataIdKind::Properties) &&
                            LXModeConcerns(id.mode, TheFacts.propertyBits);
     if (wholeType)
     {
         InvalidateStore();
     }
-    InvalidateMap(m_attributes, id);
-    InvalidateMap(m_groups, id);
-    InvalidateMap(m_pages, id);
-    InvalidateMap(m_editors, id);
+    InvalidateMap<XAttributeMap>(id);
+    InvalidateMap<XGroupMap>(id);
+    InvalidateMap<XPageMap>(id);
+    InvalidateMap<XEditorMap>(id);
 
     HRESULT result = ForwardToOwn(m_attributes, notification);
     result = result == S_OK ? ForwardToOwn(m_pages, notification) : result;
@@ -250,18 +250,18 @@ HRESULT XLXTypeCache::OnNotification(const XChangeNotification& notification)
 }
 
 template <class Map>
-void XLXTypeCache::InvalidateMap(XMapInheritedComp<Map>& map, const XDataId& id)
+void XLXTypeCache::InvalidateMap(const XDataId& id)
 {
     using Traits = XInheritedCacheFillUpTraits<Map>;
-    if (id.Kind() == LXDataIdKind::Objects &&
+    if (id.kind == LXDataIdKind::Objects &&
         LXModeConcerns(id.mode, LXUM_EVERYTHING | LXUM_TYPES | Traits::UpdateBit))
     {
-        map.Reset();
+        Traits::CountsOf(m_counts).Reset();
         XInvalidationLog::Add(TheFacts.className, Traits::Name);
     }
-    else if (Traits::ConcernsValues(id.Kind(), id.mode))
+    else if (Traits::ConcernsValues(id.kind, id.mode))
     {
-        map.ValuesChanged();
+        Traits::CountsOf(m_counts).ValuesChanged();
     }
 }
 
@@ -270,7 +270,7 @@ void XLXTypeCache::InvalidateMap(XMapInheritedComp<Map>& map, const XDataId& id)
 template <class Map>
 HRESULT XLXTypeCache::ForwardToOwn(const XMapInheritedComp<Map>& map, const XChangeNotification& notification)
 {
-    if ((m_held.load() & XInheritedCacheFillUpTraits<Map>::ModeBit) == 0)
+    if ((m_counts.held.load() & XInheritedCacheFillUpTraits<Map>::ModeBit) == 0)
     {
         return S_OK;
     }
@@ -290,10 +290,10 @@ HRESULT XLXTypeCache::ForwardToOwn(const XMapInheritedComp<Map>& map, const XCha
 void XLXTypeCache::InvalidateAll() noexcept
 {
     InvalidateStore();
-    m_attributes.Reset();
-    m_groups.Reset();
-    m_pages.Reset();
-    m_editors.Reset();
+    m_counts.attributes.Reset();
+    m_counts.groups.Reset();
+    m_counts.pages.Reset();
+    m_counts.editors.Reset();
 }
 
 HRESULT XLXTypeCache::Terminate() noexcept

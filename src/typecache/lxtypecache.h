@@ -193,7 +193,7 @@ private:
     void ReleaseBase() noexcept;
     HRESULT OnNotification(const XChangeNotification& notification);
     template <class Map>
-    void InvalidateMap(XLXTypeCacheComp::XMapInheritedComp<Map>& map, const XDataId& id);
+    void InvalidateMap(const XDataId& id);
     template <class Map>
     HRESULT ForwardToOwn(const XLXTypeCacheComp::XMapInheritedComp<Map>& map,
                          const XChangeNotification& notification);
@@ -231,10 +231,7 @@ private:
                               ILXConfObjEditor** ppEditor);
     bool TakeWhereFactsAreKnown(LONG mask, LONG group, std::vector<XLXComPtr<ILXAttribute>>& taken);
 
-    // Stands right behind the store, whose generation a notification raises too. A bit (LXTransferMode) is
-    // set for good when the type first holds a component of that kind; as long as none is, a notification
-    // need not look.
-    std::atomic<LONG> m_held{0};
+    XLXTypeCacheComp::XComponentCounts m_counts;
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XAttributeMap> m_attributes;
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XPageMap> m_pages;
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XGroupMap> m_groups;

@@ -132,7 +132,7 @@ TEST(DataId, IsTakenApart)
         EXPECT_EQ(expected.mode, id.mode);
         EXPECT_EQ(expected.hasKind, id.hasKind);
         EXPECT_EQ(expected.complete, id.complete);
-        EXPECT_EQ(expected.kind, id.Kind());
+        EXPECT_EQ(expected.kind, id.kind);
     }
 }
 
