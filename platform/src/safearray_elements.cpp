@@ -23,31 +23,6 @@ Kind LXPlatformArray::KindOf(const SAFEARRAY& array)
                                                                      : Kind::plain;
 }
 
-void* LXPlatformArray::ElementAt(const SAFEARRAY& array, std::size_t index)
-{
-    return static_cast<BYTE*>(array.pvData) + index * array.cbElements;
-}
-
-void LXPlatformArray::DestroyElement(Kind kind, void* element)
-{
-    if (kind == Kind::text)
-    {
-        SysFreeString(*static_cast<BSTR*>(element));
-    }
-    else if (kind == Kind::object && AsObject(element) != nullptr)
-    {
-        AsObject(element)->Release();
-    }
-    else if (kind == Kind::variant)
-    {
-        VARIANT* const value = static_cast<VARIANT*>(element);
-        if (value->vt != VT_EMPTY) // of an array whose values were moved out there is nothing else
-        {
-            VariantClear(value);
-        }
-    }
-}
-
 HRESULT LXPlatformArray::CopyElement(const SAFEARRAY& array, void* to, void* from)
 {
     switch (KindOf(array))

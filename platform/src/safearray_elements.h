@@ -21,12 +21,33 @@ enum class Kind
 
 Kind KindOf(const SAFEARRAY& array);
 
-void* ElementAt(const SAFEARRAY& array, std::size_t index);
+inline void* ElementAt(const SAFEARRAY& array, std::size_t index)
+{
+    return static_cast<BYTE*>(array.pvData) + index * array.cbElements;
+}
 
 /// Copies an element into raw room.
 HRESULT CopyElement(const SAFEARRAY& array, void* to, void* from);
 
-void DestroyElement(Kind kind, void* element);
+inline void DestroyElement(Kind kind, void* element)
+{
+    if (kind == Kind::variant)
+    {
+        VARIANT* const value = static_cast<VARIANT*>(element);
+        if (value->vt != VT_EMPTY) // of an array whose values were moved out there is nothing else
+        {
+            VariantClear(value);
+        }
+    }
+    else if (kind == Kind::text)
+    {
+        SysFreeString(*static_cast<BSTR*>(element));
+    }
+    else if (kind == Kind::object && *static_cast<IUnknown**>(element) != nullptr)
+    {
+        (*static_cast<IUnknown**>(element))->Release();
+    }
+}
 } // namespace LXPlatformArray
 
 #endif

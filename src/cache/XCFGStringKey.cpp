@@ -64,6 +64,17 @@ XCFGStringKey::XCFGStringKey(XLXTextView name)
     }
 }
 
+std::optional<XCFGStringKey> XCFGStringKey::Of(const XLXComVariant& name)
+{
+    if (name.Type() == VT_BSTR)
+    {
+        return XCFGStringKey(
+            LXBstrView(V_BSTR(&name.Get()))); // nearly always, and without a copy of the text
+    }
+    const auto text = name.Empty() ? std::nullopt : name.AsText();
+    return text ? std::optional<XCFGStringKey>(*text) : std::nullopt;
+}
+
 XLXText XCFGStringKey::Text() const
 {
     XLXText text;

@@ -3,6 +3,7 @@
 #define XCFGSTRINGKEY_H
 
 #include "XLXComBSTR.h"
+#include "XLXComVariant.h"
 
 #include <compare>
 #include <string>
@@ -15,6 +16,8 @@ class XCFGStringKey
 public:
     XCFGStringKey() noexcept = default;
     explicit XCFGStringKey(XLXTextView name);
+    /// The key of a name in a value; none when the value is empty or no text.
+    static std::optional<XCFGStringKey> Of(const XLXComVariant& name);
 
     bool IsNull() const noexcept { return m_bytes.empty(); }
     const std::string& Bytes() const noexcept { return m_bytes; }

@@ -128,10 +128,10 @@ XLXAttributeCache::TypeMap XLXAttributeCache::FetchAttributeTypes()
             *types.Get(), "ILXAttributeTypeEnum::RemNext", at, [&](XLXComPtr<ILXAttributeType>&& element) {
                 const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(element), at);
                 const auto name = wrapper->TryRead(MemberAttributeTypeName);
-                const auto text = name && !name->Empty() ? name->AsText() : std::nullopt;
-                if (text) // without a name there is no key to find it by
+                auto key = name ? XCFGStringKey::Of(*name) : std::nullopt;
+                if (key) // without a name there is no key to find it by
                 {
-                    fresh.insert_or_assign(XCFGStringKey(*text), wrapper);
+                    fresh.insert_or_assign(std::move(*key), wrapper);
                 }
             });
     }
@@ -164,19 +164,17 @@ void XLXAttributeCache::AddAttributeType(TypeMap& to, XILXConfigData&& type)
         }
         return;
     }
-    std::optional<XLXText> name;
-    if (type.values.size() > MemberAttributeTypeName && !type.values[MemberAttributeTypeName].Empty())
-    {
-        name = type.values[MemberAttributeTypeName].AsText();
-    }
-    if (!name)
+    auto key = type.values.size() > MemberAttributeTypeName
+                   ? XCFGStringKey::Of(type.values[MemberAttributeTypeName])
+                   : std::nullopt;
+    if (!key)
     {
         return; // without a name there is no key to find it by
     }
     const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(type.object),
                                                                  TheFacts.At("CreateAttributeType", 308));
     wrapper->AssignProperties(std::move(type.values), wrapper->NoteStore());
-    to.insert_or_assign(XCFGStringKey(*name), wrapper);
+    to.insert_or_assign(std::move(*key), wrapper);
 }
 
 void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, std::uint64_t noted)

@@ -85,6 +85,18 @@ XDisplayFacts XRCComplexAttribute::FactsOf(const XVariantRow& values)
     });
 }
 
+void XRCComplexAttribute::PrefetchFacts(const XVariantRow& values) noexcept
+{
+    for (const std::size_t member :
+         {ShowInBrowser, ShowInFinder, GroupNumber, InAVSet, Printable, NotInFinder, Origin})
+    {
+        if (member < values.size())
+        {
+            LX_PREFETCH(&values[member]);
+        }
+    }
+}
+
 bool XRCComplexAttribute::KnownFacts(XDisplayFacts& facts) const noexcept
 {
     if (m_generation.load(std::memory_order_acquire) != Object()->StoreGeneration())

@@ -79,6 +79,8 @@ public:
 
     /// The facts in values that a bulk read delivered.
     static XDisplayFacts FactsOf(const XVariantRow& values);
+    /// Asks for the memory that FactsOf looks at.
+    static void PrefetchFacts(const XVariantRow& values) noexcept;
 
 private:
     XLeafMutex m_mutex; // one writer of the two words at a time

@@ -28,13 +28,21 @@ std::optional<LONG> NumberAt(const XVariantRow& values, int member)
 std::optional<XCFGStringKey> NameAt(const XVariantRow& values, int member)
 {
     const XLXComVariant* const value = ValueAt(values, member);
-    if (value != nullptr && value->Type() == VT_BSTR)
+    return value != nullptr ? XCFGStringKey::Of(*value) : std::nullopt;
+}
+
+/// Asks for the memory that the records will be looked at in. Most of it was written long ago: asked for at
+/// once, it is waited for once.
+void Prefetch(const std::vector<XILXAttributeData>& records) noexcept
+{
+    for (const XILXAttributeData& record : records)
     {
-        return XCFGStringKey(
-            LXBstrView(V_BSTR(&value->Get()))); // nearly always, and without a copy of the text
+        if (const XLXComVariant& name = record.values[MemberAttributeName]; name.Type() == VT_BSTR)
+        {
+            LX_PREFETCH(V_BSTR(&name.Get()));
+        }
+        XRCComplexAttribute::PrefetchFacts(record.values);
     }
-    const auto text = value != nullptr ? value->AsText() : std::nullopt;
-    return text ? std::optional<XCFGStringKey>(*text) : std::nullopt;
 }
 
 /// The type's own component under a key, when the current map has one: it is refreshed in place, so that
@@ -174,7 +182,9 @@ void XLXTypeCache::FillEditorMap(XLXSafeArray array, const XEditorMap& current, 
 void XLXTypeCache::FillAttributeMapFromSafeArray(XLXSafeArray array, const XAttributeMap& current,
                                                  XAttributeMap& fresh)
 {
-    for (XILXAttributeData& record : ReadAttributeList(std::move(array)))
+    std::vector<XILXAttributeData> records = ReadAttributeList(std::move(array));
+    Prefetch(records);
+    for (XILXAttributeData& record : records)
     {
         const auto key = NameAt(record.values, MemberAttributeName);
         if (!key || fresh.find(*key) != fresh.end()) // what is added here is not found yet
