@@ -3,6 +3,7 @@
 
 #include "LXSampleServer.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace
@@ -14,9 +15,10 @@ CLSID ProxiesOf(REFIID iid)
     return SUCCEEDED(CoGetPSClsid(iid, &proxies)) ? proxies : CLSID{};
 }
 
-/// All interfaces that are registered with the same proxies.
-std::vector<IID> InterfacesWith(const CLSID& proxies)
+/// All interfaces that are registered with the server's proxies.
+std::vector<IID> InterfacesOfTheServer()
 {
+    const CLSID proxies[] = {ProxiesOf(LXIid<ILXConfigFactory>()), ProxiesOf(LXIid<ILXSampleServer>())};
     std::vector<IID> interfaces;
     HKEY all = nullptr;
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, OLESTR("Interface"), 0, KEY_READ, &all) != ERROR_SUCCESS)
@@ -33,7 +35,12 @@ std::vector<IID> InterfacesWith(const CLSID& proxies)
             break;
         }
         IID iid = {};
-        if (result == ERROR_SUCCESS && SUCCEEDED(IIDFromString(name, &iid)) && ProxiesOf(iid) == proxies)
+        if (result != ERROR_SUCCESS || FAILED(IIDFromString(name, &iid)))
+        {
+            continue;
+        }
+        const CLSID its = ProxiesOf(iid);
+        if (its != CLSID{} && std::find(std::begin(proxies), std::end(proxies), its) != std::end(proxies))
         {
             interfaces.push_back(iid);
         }
@@ -46,13 +53,9 @@ std::vector<IID> InterfacesWith(const CLSID& proxies)
 // Without proxies nothing is handed out, and there is nothing to keep.
 XStubKeeper::XStubKeeper()
 {
-    for (const IID& known : {LXIid<ILXConfigFactory>(), LXIid<ILXSampleServer>()})
+    for (const IID& iid : InterfacesOfTheServer())
     {
-        const CLSID proxies = ProxiesOf(known);
-        for (const IID& iid : proxies != CLSID{} ? InterfacesWith(proxies) : std::vector<IID>())
-        {
-            Keep(iid);
-        }
+        Keep(iid);
     }
     Keep(IID_IUnknown);
 }
