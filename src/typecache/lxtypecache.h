@@ -210,6 +210,10 @@ private:
     XFillMutex& FetchMutex() noexcept override { return m_fetch; }
     const XLXTypeCache* Self() const noexcept override { return this; }
 
+    template <class Map>
+    std::pair<typename Map::mapped_type, std::uint64_t>
+    Refresh(const Map& current, const typename Map::key_type& key, XLXComPtr<IUnknown> server,
+            XVariantRow values);
     template <class Map, class KeyOf, class ServerOf>
     void FillRecordMap(XLXSafeArray array, const Map& current, Map& fresh, KeyOf&& keyOf,
                        ServerOf&& serverOf);

@@ -122,12 +122,38 @@ void XLXTypeCache::DeliverComponents(XILXTypeComp components, LONG mode, const N
     give(m_editors, components.editors, noted.editors);
 }
 
+/// The type's own component under a key, refreshed in place, or a new one. Returns it with what was noted of
+/// its store before its values were put there.
+template <class Map>
+std::pair<typename Map::mapped_type, std::uint64_t>
+XLXTypeCache::Refresh(const Map& current, const typename Map::key_type& key, XLXComPtr<IUnknown> server,
+                      XVariantRow values)
+{
+    using Component = std::remove_reference_t<decltype(*std::declval<typename Map::mapped_type>())>;
+    using Cached = typename Component::CachedClass;
+    auto component = OwnComponent(current, key, this);
+    if (component)
+    {
+        component->Object()->ReplaceServer(std::move(server));
+    }
+    else
+    {
+        const auto made = LXCFCTOOLS::Make<Cached>(std::move(server), TheFacts.At("Refresh"));
+        if constexpr (std::is_same_v<Cached, XLXGroupCache>)
+        {
+            made->SetOwner(m_selfLink);
+        }
+        component = typename Map::mapped_type(new Component(made, this));
+    }
+    const std::uint64_t noted = component->Object()->NoteStore();
+    component->Object()->AssignProperties(std::move(values), noted);
+    return {std::move(component), noted};
+}
+
 template <class Map, class KeyOf, class ServerOf>
 void XLXTypeCache::FillRecordMap(XLXSafeArray array, const Map& current, Map& fresh, KeyOf&& keyOf,
                                  ServerOf&& serverOf)
 {
-    using Component = std::remove_reference_t<decltype(*std::declval<typename Map::mapped_type>())>;
-    using Cached = typename Component::CachedClass;
     for (XILXConfigData& record : GetSingleTypedVecFromArray(std::move(array)))
     {
         const auto key = keyOf(record.values);
@@ -136,22 +162,7 @@ void XLXTypeCache::FillRecordMap(XLXSafeArray array, const Map& current, Map& fr
             continue; // without its key a component cannot be found
         }
         XLXComPtr<IUnknown> server = record.object ? std::move(record.object) : serverOf(*key);
-        auto component = OwnComponent(current, *key, this);
-        if (component)
-        {
-            component->Object()->ReplaceServer(std::move(server));
-        }
-        else
-        {
-            const auto made = LXCFCTOOLS::Make<Cached>(std::move(server), TheFacts.At("FillRecordMap"));
-            if constexpr (std::is_same_v<Cached, XLXGroupCache>)
-            {
-                made->SetOwner(m_selfLink);
-            }
-            component = typename Map::mapped_type(new Component(made, this));
-        }
-        component->Object()->AssignProperties(std::move(record.values), component->Object()->NoteStore());
-        fresh.Add(*key, std::move(component));
+        fresh.Add(*key, Refresh(current, *key, std::move(server), std::move(record.values)).first);
     }
 }
 
@@ -193,23 +204,10 @@ void XLXTypeCache::FillAttributeMapFromSafeArray(XLXSafeArray array, const XAttr
         }
         XLXComPtr<IUnknown> server =
             record.object ? std::move(record.object) : GetServerAttributeInterface(key->Text());
-        auto component = OwnComponent(current, *key, this);
-        if (component)
-        {
-            component->Object()->ReplaceServer(std::move(server));
-        }
-        else
-        {
-            component = XRefCountPtr<XRCComplexAttribute>(
-                new XRCComplexAttribute(LXCFCTOOLS::Make<XLXAttributeCache>(
-                                            std::move(server), TheFacts.At("FillAttributeMapFromSafeArray")),
-                                        this));
-        }
-        XLXAttributeCache& attribute = *component->Object();
-        const std::uint64_t noted = attribute.NoteStore();
         const XDisplayFacts facts = XRCComplexAttribute::FactsOf(record.values);
-        attribute.AssignProperties(std::move(record.values), noted);
+        auto [component, noted] = Refresh(current, *key, std::move(server), std::move(record.values));
         component->KeepFacts(facts, noted);
+        XLXAttributeCache& attribute = *component->Object();
         attribute.AssignAttributeTypes(std::move(record.types), attribute.NoteAttributeTypes());
         fresh.Add(*key, std::move(component));
     }
