@@ -60,6 +60,14 @@ XArrayReader::XArrayReader(XLXSafeArray owned, ULONG least, const char* method, 
     }
 }
 
+void XArrayReader::Finish() noexcept
+{
+    if (m_values == EValues::Moved && m_index == m_count)
+    {
+        m_array->array.Get()->rgsabound[0].cElements = 0;
+    }
+}
+
 XVariantRow XArrayReader::Values(ULONG count)
 {
     const std::span<XLXComVariant> elements = Next(count, "VecFromSafeArray");
@@ -109,10 +117,11 @@ void FromVariant(const VARIANT& from, bool& value)
     value = V_BOOL(&from) != VARIANT_FALSE;
 }
 
-void FromVariant(const VARIANT& from, XLXText& value)
+void FromVariant(VARIANT& from, XLXText& value)
 {
     CheckVariantType(from, VT_BSTR, OLESTR("variant type mismatch: expected VT_BSTR"));
     value = LXBstrView(V_BSTR(&from));
+    LXClear(from);
 }
 
 void FromVariant(VARIANT& from, XLXComPtr<IUnknown>& value)

@@ -12,6 +12,7 @@
 #ifndef XARRAYREADER_H
 #define XARRAYREADER_H
 
+#include "LXCompiler.h"
 #include "XLXError.h"
 #include "XTransferRecords.h"
 
@@ -63,6 +64,19 @@ public:
     /// The next elements as values, in place or not.
     XVariantRow Values(ULONG count);
 
+    /// Asks for the memory of an element so many further on, when there is one.
+    void Prefetch(ULONG ahead) const noexcept
+    {
+        if (ahead < Remaining())
+        {
+            LX_PREFETCH(m_data + m_index + ahead);
+        }
+    }
+
+    /// To be called when all is read. Elements that were read own nothing any more, so an array of which no
+    /// other ones are left ends without a look at each. (Values that stay in place are owned by their rows.)
+    void Finish() noexcept;
+
     /// Raises "wrong safearray size" unless so many elements remain.
     void CheckRemaining(ULONG count, const char* method) const
     {
@@ -97,7 +111,8 @@ private:
 void FromVariant(const VARIANT& from, LONG& value);
 void FromVariant(const VARIANT& from, ULONG& value);
 void FromVariant(const VARIANT& from, bool& value);
-void FromVariant(const VARIANT& from, XLXText& value);
+/// Leaves VT_EMPTY.
+void FromVariant(VARIANT& from, XLXText& value);
 /// Takes the reference over and leaves VT_EMPTY; the object may be null.
 void FromVariant(VARIANT& from, XLXComPtr<IUnknown>& value);
 

@@ -70,6 +70,9 @@ void FromSafeArray(XArrayReader& from, XILXTypeData& value)
 
 void FromSafeArray(XArrayReader& from, XILXAttributeData& value)
 {
+    // The record after the next one begins about here; its object and its count come from there.
+    from.Prefetch(2 * LeastAttributeCount);
+    from.Prefetch(3 * LeastAttributeCount - 1);
     FromSafeArray(from, value.object);
     value.values = from.Values(AttributeValueCount);
     const ULONG types = VecCountFromSafeArray(from);
@@ -102,6 +105,7 @@ XILXTypeMap GetMapFromArray(XLXSafeArray array)
         const auto index = FromSafeArray<ULONG>(from);
         types.records.insert_or_assign(types.records.end(), index, FromSafeArray<XILXTypeData>(from));
     }
+    from.Finish();
     return types;
 }
 
@@ -110,7 +114,9 @@ std::vector<XILXPCData> GetVecFromArray(XLXSafeArray array)
     constexpr const char* method = "GetVecFromArray";
     XArrayReader from(std::move(array), HeaderCount, method);
     from.ReadHeader(EMappingAlgorithm::Vector, EWrapperId::PCData, method);
-    return VecFromSafeArray<XILXPCData>(from);
+    auto relations = VecFromSafeArray<XILXPCData>(from);
+    from.Finish();
+    return relations;
 }
 
 XILXTypeComp GetWrapperFromArray(XLXSafeArray array)
@@ -118,7 +124,9 @@ XILXTypeComp GetWrapperFromArray(XLXSafeArray array)
     constexpr const char* method = "GetWrapperFromArray";
     XArrayReader from(std::move(array), HeaderCount, method);
     from.ReadHeader(EMappingAlgorithm::Single, EWrapperId::TypeComp, method);
-    return FromSafeArray<XILXTypeComp>(from);
+    auto components = FromSafeArray<XILXTypeComp>(from);
+    from.Finish();
+    return components;
 }
 
 std::vector<XILXConfigData> GetSingleTypedVecFromArray(XLXSafeArray array)

@@ -87,12 +87,12 @@ XDisplayFacts XRCComplexAttribute::FactsOf(const XVariantRow& values)
 
 void XRCComplexAttribute::PrefetchFacts(const XVariantRow& values) noexcept
 {
-    for (const std::size_t member :
+    for (const AttributeMember member :
          {ShowInBrowser, ShowInFinder, GroupNumber, InAVSet, Printable, NotInFinder, Origin})
     {
-        if (member < values.size())
+        if (const auto index = static_cast<std::size_t>(member); index < values.size())
         {
-            LX_PREFETCH(&values[member]);
+            LX_PREFETCH(&values[index]);
         }
     }
 }
