@@ -56,6 +56,8 @@ public:
 
     std::atomic<std::uint64_t> broken{0};
     std::atomic<std::uint64_t> writes{0};
+    std::atomic<std::uint64_t> reads{0};
+    std::atomic<std::uint64_t> lockFreeReads{0};
     XCritDataCFC<Value> data{XLockLevel::PropertyStore};
 
 private:
@@ -109,13 +111,15 @@ void Stress::Read(unsigned seed)
 {
     std::mt19937 random(seed);
     std::uint64_t last = 0;
-    for (std::uint64_t reads = 0; m_writersLeft > 0; ++reads)
+    for (std::uint64_t done = 1; m_writersLeft > 0; ++done)
     {
+        const bool lockFree = random() % 8 != 0;
         const std::uint64_t seen =
-            random() % 8 != 0 ? ReadOnce<XCritLFReadProxy<Value>>() : ReadOnce<XCritReadProxy<Value>>();
+            lockFree ? ReadOnce<XCritLFReadProxy<Value>>() : ReadOnce<XCritReadProxy<Value>>();
         broken += seen < last; // a thread never sees time run backwards
         last = seen;
-        m_readersBehind -= reads + 1 == ReadsEach;
+        ++(lockFree ? lockFreeReads : reads);
+        m_readersBehind -= done == ReadsEach;
     }
 }
 
@@ -153,5 +157,7 @@ TEST(GuardedData, KeepsItsValueWholeUnderAllKindsOfAccess)
     EXPECT_EQ(0u, stress.broken);
     EXPECT_EQ(stress.writes, XCritReadProxy<Value>(stress.data)->up);
     EXPECT_GE(stress.writes, Stress::Writers * Stress::WritesEach);
+    EXPECT_GT(stress.reads, 0u);
+    EXPECT_GT(stress.lockFreeReads, 0u);
 }
 } // namespace
