@@ -7,14 +7,6 @@
 
 using namespace LXPlatformArray;
 
-namespace
-{
-IUnknown* AsObject(void* element)
-{
-    return *static_cast<IUnknown**>(element);
-}
-} // namespace
-
 Kind LXPlatformArray::KindOf(const SAFEARRAY& array)
 {
     return (array.fFeatures & FADF_BSTR) != 0                        ? Kind::text

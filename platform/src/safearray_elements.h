@@ -26,6 +26,11 @@ inline void* ElementAt(const SAFEARRAY& array, std::size_t index)
     return static_cast<BYTE*>(array.pvData) + index * array.cbElements;
 }
 
+inline IUnknown* AsObject(void* element)
+{
+    return *static_cast<IUnknown**>(element);
+}
+
 /// Copies an element into raw room.
 HRESULT CopyElement(const SAFEARRAY& array, void* to, void* from);
 
@@ -43,9 +48,9 @@ inline void DestroyElement(Kind kind, void* element)
     {
         SysFreeString(*static_cast<BSTR*>(element));
     }
-    else if (kind == Kind::object && *static_cast<IUnknown**>(element) != nullptr)
+    else if (kind == Kind::object && AsObject(element) != nullptr)
     {
-        (*static_cast<IUnknown**>(element))->Release();
+        AsObject(element)->Release();
     }
 }
 } // namespace LXPlatformArray

@@ -114,19 +114,18 @@ XBrowserRegistry::BrowserIdMap XBrowserRegistry::FetchBrowserIds() const
                 XLXComVariant name;
                 XLXError::RaiseIfFailed(browserId->GetProperty(MemberBrowserId, name.Put()),
                                         OLESTR("the name of a browser id cannot be read"), at);
-                const auto text = !name.Empty() ? name.AsText() : std::nullopt;
-                if (!text) // without a name there is no key to find it by
+                auto key = XCFGStringKey::Of(name);
+                if (!key) // without a name there is no key to find it by
                 {
                     return;
                 }
-                XCFGStringKey key(*text);
-                if (const auto known = former.find(key); known != former.end())
+                if (const auto known = former.find(*key); known != former.end())
                 {
                     browserId = known->second;
                     browserId->ReplaceServer(server);
                     browserId->InvalidateStore();
                 }
-                fresh.insert_or_assign(std::move(key), std::move(browserId));
+                fresh.insert_or_assign(std::move(*key), std::move(browserId));
             });
     }
     XLXError::RaiseIfFailed(result, OLESTR("the browser ids cannot be enumerated"), at);

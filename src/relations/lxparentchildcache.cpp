@@ -125,10 +125,10 @@ XLXParentChildCache::PCInfoMap XLXParentChildCache::FetchPCInfos()
             *infos.Get(), "ILXPCInfoEnum::RemNext", at, [&](XLXComPtr<ILXPCInfo>&& element) {
                 const auto info = LXCFCTOOLS::Make<XLXPCInfoCache>(std::move(element), at);
                 const auto browser = info->TryRead(MemberPCInfoBrowser);
-                const auto text = browser && !browser->Empty() ? browser->AsText() : std::nullopt;
-                if (text) // without its browser there is no key to find it by
+                auto key = browser ? XCFGStringKey::Of(*browser) : std::nullopt;
+                if (key) // without its browser there is no key to find it by
                 {
-                    fresh.insert_or_assign(XCFGStringKey(*text), info);
+                    fresh.insert_or_assign(std::move(*key), info);
                 }
             });
     }
