@@ -3,7 +3,6 @@
 // Notifications of every shape, and property names.
 #include "XCfgPropertyConvert.h"
 #include "XDataId.h"
-#include "XNotificationEpoch.h"
 #include "cachetargets.h"
 
 namespace

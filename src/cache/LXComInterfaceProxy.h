@@ -41,7 +41,11 @@ public:
         }
         XLXComPtr<I> typed;
         const HRESULT result = held->QueryInterface(LXIid<I>(), typed.PutVoid());
-        XLXError::RaiseIfFailed(result, OLESTR("DCOM Query Interface failed."), At(68));
+        if (FAILED(result))
+        {
+            (void)typed.Detach(); // a failing query leaves nothing to release
+            XLXError::Raise(result, OLESTR("DCOM Query Interface failed."), At(68));
+        }
         XLXError::CheckPointer(typed.Get(), OLESTR("server interface"), At(71));
         Publish(held, typed);
         return typed;

@@ -13,8 +13,8 @@ XInstanceRegistry<ILXGlobalAttributeFormatSpec>& LiveSpecs()
 }
 } // namespace
 
-XLXGlobalAttributeFormatSpecCache::XLXGlobalAttributeFormatSpecCache(XLXComPtr<IUnknown> server)
-    : XLXConfigObjectCache(std::move(server))
+XLXGlobalAttributeFormatSpecCache::XLXGlobalAttributeFormatSpecCache(XLXComPtr<IUnknown> server, XClockPtr clock)
+    : XLXConfigObjectCache(std::move(server), std::move(clock))
 {
     LiveSpecs().Add(this);
 }
@@ -36,28 +36,22 @@ XLXGlobalAttributeFormatSpecCache::FromFace(ILXGlobalAttributeFormatSpec* face)
 
 HRESULT XLXGlobalAttributeFormatSpecCache::CreateFormat(int iFormatType, ILXFormat** ppFormat)
 {
+    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("CreateFormat"), [&] {
         XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat"));
-        const auto ask = [&](ILXFormat** format) {
-            const auto server = Server();
-            LXServerCall("ILXGlobalAttributeFormatSpec::CreateFormat");
-            return server->CreateFormat(iFormatType, format);
-        };
-        return m_formats.Make().Create(iFormatType, ppFormat, ask, TheFacts.At("CreateFormat"));
+        const auto ask = [&](ILXFormat** format) { return Server()->CreateFormat(iFormatType, format); };
+        return m_formats.Make().Create(TimeOf(XAspect::SpecFormats), iFormatType, ppFormat, "ILXGlobalAttributeFormatSpec::CreateFormat", ask, TheFacts.At("CreateFormat"));
     });
 }
 
 // Error locations of GetFormat name CreateFormat: programs search logs for that text.
 HRESULT XLXGlobalAttributeFormatSpecCache::GetFormat(int iFormatType, ILXFormat** ppFormat)
 {
+    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("CreateFormat", 307), [&] {
         XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 307));
-        const auto ask = [&](ILXFormat** format) {
-            const auto server = Server();
-            LXServerCall("ILXGlobalAttributeFormatSpec::GetFormat");
-            return server->GetFormat(iFormatType, format);
-        };
-        return m_formats.Make().Get(iFormatType, ppFormat, ask, TheFacts.At("CreateFormat", 365));
+        const auto ask = [&](ILXFormat** format) { return Server()->GetFormat(iFormatType, format); };
+        return m_formats.Make().Get(TimeOf(XAspect::SpecFormats), iFormatType, ppFormat, "ILXGlobalAttributeFormatSpec::GetFormat", ask, TheFacts.At("CreateFormat", 365));
     });
 }
 
@@ -67,33 +61,29 @@ HRESULT XLXGlobalAttributeFormatSpecCache::DeleteFormat(int iFormatType)
         const auto server = Server();
         LXServerCall("ILXGlobalAttributeFormatSpec::DeleteFormat");
         const HRESULT result = server->DeleteFormat(iFormatType);
-        if (XFormatMap* const formats = m_formats.Find(); SUCCEEDED(result) && formats != nullptr)
+        if (SUCCEEDED(result))
         {
-            formats->Erase(iFormatType);
+            m_formats.Make().Erase(TimeOf(XAspect::SpecFormats), iFormatType);
         }
         return result;
     });
 }
 
-HRESULT XLXGlobalAttributeFormatSpecCache::OnNotification(const XChangeNotification& notification)
+void XLXGlobalAttributeFormatSpecCache::AdvanceParts() noexcept
 {
-    const XDataId& id = notification.id;
-    if (id.kind == LXDataIdKind::ParentChild)
+    if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
     {
-        return S_OK;
+        formats->Advance();
     }
-    InvalidateStoreFor(id);
-    XFormatMap* const formats = m_formats.Find();
-    if (formats == nullptr)
+}
+
+void XLXGlobalAttributeFormatSpecCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
+{
+    if (XFormatMap* const formats = m_formats.Find(); formats != nullptr && !notification.relationsOnly)
     {
-        return S_OK;
+        AdvanceIf(XAspect::SpecFormats, notification.concerned, *formats, touched);
+        formats->NotifyDirectly(notification, touched);
     }
-    if (id.kind == LXDataIdKind::Objects && LXModeConcerns(id.mode, TheFacts.formatBits))
-    {
-        formats->Invalidate();
-        XInvalidationLog::Add(TheFacts.className, "formats");
-    }
-    return formats->Forward(notification);
 }
 
 HRESULT XLXGlobalAttributeFormatSpecCache::Terminate() noexcept
@@ -105,6 +95,7 @@ HRESULT XLXGlobalAttributeFormatSpecCache::Terminate() noexcept
                                  formats->Terminate();
                              }
                          });
-    ReplaceServer(nullptr);
+    Detach(); // whoever holds the spec goes on reading the values that it has
+    ReleaseServer();
     return S_OK;
 }

@@ -12,7 +12,7 @@ class XLXGlobalAttributeFormatSpecCache final
                                   ILXGlobalAttributeFormatSpec>
 {
 public:
-    explicit XLXGlobalAttributeFormatSpecCache(XLXComPtr<IUnknown> server);
+    XLXGlobalAttributeFormatSpecCache(XLXComPtr<IUnknown> server, XClockPtr clock);
     ~XLXGlobalAttributeFormatSpecCache();
 
     // ILXGlobalAttributeFormatSpec
@@ -31,7 +31,8 @@ public:
 
 private:
     friend XLXConfigObjectCache;
-    HRESULT OnNotification(const XChangeNotification& notification);
+    void AdvanceParts() noexcept;
+    void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
 
     XLazyPart<XFormatMap> m_formats;
 };

@@ -1,135 +1,173 @@
 // SPDX-License-Identifier: MIT
 #include "XFormatMap.h"
 
-#include "lxformatcache.h"
-
 namespace
 {
-HRESULT HandOut(const XLXComPtr<ILXFormat>& format, ILXFormat** out) noexcept
+HRESULT HandOut(const XLXComPtr<XLXFormatCache>& format, ILXFormat** out) noexcept
 {
-    format.CopyTo(out);
-    return format ? S_OK : S_FALSE;
-}
-
-XLXComPtr<ILXFormat> Wrap(const XLXComPtr<ILXFormat>& server, const LXErrorLocation& at)
-{
-    return LXCFCTOOLS::Make<XLXFormatCache>(server, at);
+    *out = nullptr;
+    if (!format)
+    {
+        return S_FALSE;
+    }
+    XLXComPtr<ILXFormat>(format).CopyTo(out);
+    return S_OK;
 }
 } // namespace
 
-HRESULT XFormatMap::Get(int type, ILXFormat** out, const Ask& askServer, const LXErrorLocation& failedAt)
+HRESULT XFormatMap::Get(const XTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
+                        const LXErrorLocation& failedAt)
 {
     *out = nullptr;
-    EmptyIfInvalid();
-    XLXComPtr<ILXFormat> format;
-    if (Find(type, format))
+    const XStamp noted = Now(time);
+    std::uint64_t changes = 0;
+    Format format;
+    const bool isKnown = m_mapFormatCache.Read([&](const Formats& formats) {
+        changes = formats.changes;
+        const auto found = formats.stamp == noted ? formats.map.find(type) : formats.map.end();
+        if (found != formats.map.end())
+        {
+            format = found->second;
+        }
+        return found != formats.map.end();
+    });
+    if (isKnown)
     {
         return HandOut(format, out);
     }
-    const std::uint64_t noted = m_valid.Note();
     XLXComPtr<ILXFormat> server;
-    const HRESULT result = askServer(server.Put());
+    const HRESULT result = LXAsk(method, server, LXNoResult::Nothing, {}, failedAt, askServer);
     if (FAILED(result))
     {
-        (void)server.Detach();
-        Erase(type);
         return XLXError::SetComAppError(result, OLESTR("the server failed to get the format"), failedAt);
     }
     if (result != S_FALSE && server)
     {
-        format = Wrap(server, failedAt);
+        format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), time.clock, failedAt);
     }
-    Store(type, format, noted);
+    Enter(time, type, format, noted, changes);
     return HandOut(format, out);
 }
 
-HRESULT XFormatMap::Create(int type, ILXFormat** out, const Ask& askServer, const LXErrorLocation& failedAt)
+HRESULT XFormatMap::Create(const XTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
+                           const LXErrorLocation& failedAt)
 {
     *out = nullptr;
-    const std::uint64_t noted = m_valid.Note();
+    const XStamp noted = Now(time);
     XLXComPtr<ILXFormat> server;
-    const HRESULT result = askServer(server.Put());
-    EmptyIfInvalid();
-    Erase(type);
+    const HRESULT result = LXAsk(method, server, LXNoResult::PointerError, OLESTR("created format"), failedAt, askServer);
+    Format format;
+    if (result == S_OK)
+    {
+        format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), time.clock, failedAt);
+    }
+    Replace(time, type, format, noted);
     if (result != S_OK)
     {
-        if (FAILED(result))
-        {
-            (void)server.Detach();
-        }
         return XLXError::SetComAppError(result, OLESTR("the server did not create the format"), failedAt);
     }
-    XLXError::CheckPointer(server.Get(), OLESTR("created format"), failedAt);
-    const XLXComPtr<ILXFormat> format = Wrap(server, failedAt);
-    Store(type, format, noted);
     return HandOut(format, out);
 }
 
-void XFormatMap::Erase(int type)
+void XFormatMap::Erase(const XTime& time, int type)
 {
-    Map::node_type dropped; // dies after the lock is given back
-    const XCritProxy<Map> formats(m_mapFormatCache);
-    dropped = formats->extract(type);
+    Replace(time, type, nullptr, XStamp{});
 }
 
-HRESULT XFormatMap::Forward(const XChangeNotification& notification) const
+// An answer that a notification, a creation or a deletion overtook is not entered: the next question asks again.
+void XFormatMap::Enter(const XTime& time, int type, Format& format, const XStamp& noted, std::uint64_t changes)
 {
-    // The receivers only clear flags, so they may be called under the lock.
-    const XCritReadProxy<Map> formats(m_mapFormatCache);
-    for (const auto& [type, format] : *formats)
-    {
-        const HRESULT result =
-            format ? static_cast<XLXFormatCache*>(format.Get())->Notify(notification) : S_OK;
-        if (result != S_OK)
+    Map dropped; // these two go after the lock
+    Format late;
+    m_mapFormatCache.Write([&](Formats& formats) {
+        EmptyIfStale(formats, time, dropped);
+        if (formats.stamp != noted || formats.changes != changes)
         {
-            return result;
+            return;
+        }
+        const auto [entry, isNew] = formats.map.try_emplace(type, format);
+        if (!isNew)
+        {
+            late = entry->second;
+            late.Swap(format); // who came first is what everybody gets
+            return;
+        }
+        if (!format)
+        {
+            formats.negative.push_back(type);
+            if (formats.negative.size() > MostNegativeAnswers)
+            {
+                formats.map.erase(formats.negative.front());
+                formats.negative.pop_front();
+            }
+        }
+    });
+    DetachAll(dropped);
+}
+
+// What the server has created or deleted, together with the count that tells answers on their way that they are old.
+void XFormatMap::Replace(const XTime& time, int type, const Format& format, const XStamp& noted)
+{
+    Map dropped;
+    m_mapFormatCache.Write([&](Formats& formats) {
+        EmptyIfStale(formats, time, dropped);
+        ++formats.changes;
+        if (auto former = formats.map.extract(type); !former.empty())
+        {
+            std::erase(formats.negative, type);
+            dropped.insert(std::move(former));
+        }
+        if (format && formats.stamp == noted)
+        {
+            formats.map.emplace(type, format);
+        }
+    });
+    DetachAll(dropped);
+}
+
+void XFormatMap::EmptyIfStale(Formats& formats, const XTime& time, Map& dropped) const
+{
+    if (const XStamp now = Now(time); formats.stamp != now)
+    {
+        dropped.swap(formats.map);
+        formats.negative.clear();
+        formats.stamp = now;
+    }
+}
+
+void XFormatMap::DetachAll(const Map& dropped) noexcept
+{
+    for (const auto& [type, format] : dropped)
+    {
+        if (format)
+        {
+            format->Detach();
         }
     }
-    return S_OK;
+}
+
+// The receivers only advance counts, so they may be called under the lock.
+void XFormatMap::NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const
+{
+    m_mapFormatCache.Read([&](const Formats& formats) {
+        for (const auto& [type, format] : formats.map)
+        {
+            if (format)
+            {
+                format->NotifyDirectly(notification, touched);
+            }
+        }
+    });
 }
 
 void XFormatMap::Terminate()
 {
     Map dropped;
-    m_valid.Invalidate();
-    const XCritProxy<Map> formats(m_mapFormatCache);
-    formats->swap(dropped);
-}
-
-void XFormatMap::EmptyIfInvalid()
-{
-    if (m_valid.IsFilled())
-    {
-        return;
-    }
-    Map dropped;
-    const XCritProxy<Map> formats(m_mapFormatCache);
-    if (!m_valid.IsFilled()) // another thread may have emptied it meanwhile
-    {
-        const std::uint64_t noted = m_valid.Note();
-        formats->swap(dropped);
-        m_valid.SetFilled(noted);
-    }
-}
-
-bool XFormatMap::Find(int type, XLXComPtr<ILXFormat>& format) const
-{
-    const XCritReadProxy<Map> formats(m_mapFormatCache);
-    const auto found = formats->find(type);
-    if (found == formats->end())
-    {
-        return false;
-    }
-    format = found->second;
-    return true;
-}
-
-// An answer that an invalidation overtook is not kept: the next one asks again.
-void XFormatMap::Store(int type, XLXComPtr<ILXFormat> format, std::uint64_t noted)
-{
-    const XCritProxy<Map> formats(m_mapFormatCache);
-    if (m_valid.Note() == noted)
-    {
-        (*formats)[type].Swap(format);
-    }
+    m_own.Advance();
+    m_mapFormatCache.Write([&](Formats& formats) {
+        dropped.swap(formats.map);
+        formats.negative.clear();
+        formats.stamp = {};
+    });
+    DetachAll(dropped);
 }

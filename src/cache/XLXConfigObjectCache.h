@@ -4,10 +4,10 @@
 //
 // A cached object answers through the interface of the server object that it mirrors, and is a callback for
 // the change notifications that concern it. It reads all values of the server object in one call when the
-// first one is wanted, answers from its property store until a notification invalidates that, and then reads
-// again.
+// first one is wanted, and answers from its property store while the store's stamp is what would be noted now.
 //
-// Ownership  The object holds one reference to its server object. It is destroyed by the last Release.
+// Ownership  The object holds one reference to its server object and one to the clock of its connection. It is
+//            destroyed by the last Release.
 // Threading  Any thread may call. The store has its own lock; the server is called with no lock held, so two
 // threads
 //            may both read from it, and the later answer is kept.
@@ -16,9 +16,10 @@
 
 #include "LXComInterfaceProxy.h"
 #include "XCritLong.h"
-#include "XInvalidationLog.h"
+#include "XLoaded.h"
 #include "XModuleCount.h"
-#include "XNotificationEpoch.h"
+#include "XNotificationRule.h"
+#include "XRetired.h"
 #include "associations.h"
 #include "cachedobjectfacts.h"
 #include "lxcfctools.h"
@@ -33,8 +34,9 @@ template <class Derived, const XCachedObjectFacts& Facts, class Interface, class
 class XLXConfigObjectCache : public Interface, public MoreFaces..., public ILXCallbackUpdate
 {
 public:
-    explicit XLXConfigObjectCache(XLXComPtr<IUnknown> server, std::size_t slots = 0)
-        : m_server(Facts.proxyScope, std::move(server)), m_store(slots)
+    /// @param clock  of the connection; null: nothing on the server can make the object stale
+    XLXConfigObjectCache(XLXComPtr<IUnknown> server, XClockPtr clock, std::size_t slots = 0)
+        : m_clock(std::move(clock)), m_server(Facts.proxyScope, std::move(server)), m_store(slots)
     {}
     XLXConfigObjectCache(const XLXConfigObjectCache&) = delete;
     XLXConfigObjectCache& operator=(const XLXConfigObjectCache&) = delete;
@@ -142,35 +144,51 @@ public:
             return LXGetClientInfo(pClientInfo, Facts.clientInfoClass, Facts.At("GetClientInfo"));
         });
     }
-    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG, ULONG, ULONG,
+    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR, ULONG, ULONG, ULONG,
                                                 tagLXUpdateInfo*) override
     {
         return XLXError::Guarded(Facts.At("DataObjectChanged"), [&] {
-            const XInvalidationLog::Scope scope;
-            XNotificationEpoch::AdvanceDirect(); // a bulk read may be under way with the old values
-            return Notify({XDataId::Parse(LXBstrView(bstrDataID)), bstrDataTyp});
+            const XDataId id = XDataId::Parse(LXBstrView(bstrDataID));
+            const XAspectSet concerned = XNotificationRule::Concerned(id, id.mode);
+            XAspectSet touched;
+            if (m_clock)
+            {
+                NotifyDirectly({concerned, id.kind == LXDataIdKind::ParentChild, m_clock->DrawDirect()}, touched);
+            }
+            LXTraceInvalidated(touched);
+            return S_OK;
         });
     }
 
     // For owners
 
-    /// Takes a notification: only flags are cleared and generations raised, so that it may be called under
-    /// the locks of the owner's maps.
-    HRESULT Notify(const XChangeNotification& notification) { return self().OnNotification(notification); }
+    /// Takes a notification that came straight to the object or its owner. Waits for nobody but for who looks a map up.
+    /// @param touched  receives what became stale
+    void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched)
+    {
+        m_direct.Raise(notification.number); // before the own counts: see XBasicDirectNumber
+        AdvanceIf(Facts.values, notification.concerned, m_store, touched);
+        self().OnDirectNotification(notification, touched);
+    }
 
     /// Reads a value as GetProperty does, into a variant that must be empty. Raises failures of the component
     /// itself.
     HRESULT ReadProperty(int index, XLXComVariant& value)
     {
-        const HRESULT result = m_store.Read(index, value);
-        if (result == E_INVALIDARG)
+        HRESULT result = m_store.Read(index, value, Now());
+        if (result == S_FALSE && m_detached.load(std::memory_order_acquire))
         {
-            LXRaisePropertyIndex(index);
+            result = m_store.ReadStale(index, value);
         }
-        return result == S_FALSE ? FetchAndRead(index, value) : result;
+        if (result == S_FALSE)
+        {
+            return FetchAndRead(index, value);
+        }
+        RaiseIfUnreadable(index, result);
+        return result;
     }
 
-    /// Reads a value where a failure counts as having none: nothing, and no error information.
+    /// Reads a value where a failure counts as having none: nullopt, and no error information.
     std::optional<XLXComVariant> TryRead(int index)
     {
         XLXComVariant value;
@@ -178,28 +196,71 @@ public:
         return SUCCEEDED(result) ? std::optional<XLXComVariant>(std::move(value)) : std::nullopt;
     }
 
-    /// Replaces all values by those that a bulk read brought, so that reading needs no call to the server.
-    /// @param noted  what the filler noted before the bulk read (NoteStore)
-    void AssignProperties(XVariantRow values, std::uint64_t noted)
+    /// A value that can be had without asking the server: empty when there is none.
+    XLXComVariant Peek(int index) const
     {
-        self().AmendValues(values);
-        m_store.Assign(values, noted);
-    }
-    std::uint64_t NoteStore() const noexcept { return m_store.Note(); }
-    std::uint64_t StoreGeneration() const noexcept { return m_store.Generation(); }
-    /// Makes the next read ask the server. Waits for nobody.
-    void InvalidateStore() noexcept
-    {
-        m_store.Invalidate();
-        XInvalidationLog::Add(Facts.className, "properties");
+        XLXComVariant value;
+        if (m_store.Read(index, value, Now()) == E_OUTOFMEMORY)
+        {
+            throw std::bad_alloc();
+        }
+        return value;
     }
 
-    /// Puts another server object in the place of the one that the object mirrors.
-    void ReplaceServer(XLXComPtr<IUnknown> server) noexcept
+    /// Gives a new object the values that came with it.
+    void AssignProperties(XVariantRow values, const XMoment& moment)
     {
+        Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
+    }
+
+    /// Takes a record of a bulk answer: its server object and values replace those that are there, unless newer values
+    /// are. Without values the next read asks the server.
+    void TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment, XRetired& retired)
+    {
+        m_detached.store(false, std::memory_order_release);
+        if (m_store.IsNewerThan(moment.At(Facts.values)))
+        {
+            retired.Take(std::move(server));
+            retired.Take(std::move(values));
+            return;
+        }
+        ReplaceServer(std::move(server), retired);
+        if (!values.empty())
+        {
+            retired.Take(self().AmendValues(values));
+            Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
+            retired.Take(std::move(values));
+        }
+    }
+
+    /// Puts another server object in the place of the one that the object mirrors. What was loaded through a former
+    /// one is stale then: the pointer is replaced first and the own counts are advanced after, while whoever asks
+    /// notes first and takes the pointer after.
+    void ReplaceServer(XLXComPtr<IUnknown> server, XRetired& retired)
+    {
+        const IUnknown* const wanted = server.Get();
         XLXComPtr<Interface> typed;
         m_server.Swap(server, typed);
+        if (server && server.Get() != wanted)
+        {
+            AdvanceAll();
+        }
+        retired.Take(std::move(server));
+        retired.Take(XLXComPtr<IUnknown>(std::move(typed)));
     }
+
+    /// Makes everything stale that the object or a part of it has loaded. Waits for nobody.
+    void AdvanceAll() noexcept
+    {
+        m_store.Advance();
+        self().AdvanceParts();
+    }
+
+    /// Says that the object has left its map: who still holds it goes on reading the values that it has.
+    void Detach() noexcept { m_detached.store(true, std::memory_order_release); }
+
+    const XClockPtr& Clock() const noexcept { return m_clock; }
+    const XDirectNumber& Direct() const noexcept { return m_direct; }
 
     /// Called by an owner that drops the object.
     HRESULT Terminate() noexcept { return S_OK; }
@@ -217,31 +278,68 @@ protected:
         return IsEqualIID(iid, LXIid<ILXCallbackUpdate>()) ? static_cast<ILXCallbackUpdate*>(this) : nullptr;
     }
 
-    /// Changes values that are about to enter the store.
-    void AmendValues(XVariantRow&) {}
+    /// Changes values that are about to enter the store; returns the object that this displaced.
+    XLXComPtr<IUnknown> AmendValues(XVariantRow&) { return {}; }
+    /// Called under the store's lock with values that enter it.
+    void OnAssigned(const XVariantRow&, const XStamp&) noexcept {}
+    /// Makes everything stale that the object has loaded besides its values. Waits for nobody.
+    void AdvanceParts() noexcept {}
+    /// Takes a notification for the parts that the object owns.
+    void OnDirectNotification(const XDirectNotification&, XAspectSet&) {}
 
-    HRESULT OnNotification(const XChangeNotification& notification)
+    /// Advances the own count of a holder when a notification concerns its aspect.
+    template <class Holder>
+    static void AdvanceIf(XAspect aspect, const XAspectSet& concerned, Holder& holder, XAspectSet& touched) noexcept
     {
-        InvalidateStoreFor(notification.id);
-        return S_OK;
+        if (concerned.Has(aspect))
+        {
+            holder.Advance();
+            touched.Add(aspect);
+        }
     }
 
-    void InvalidateStoreFor(const XDataId& id) noexcept
+    /// What would be noted now of the values.
+    std::uint64_t Now() const noexcept { return m_clock ? m_clock->Now(Facts.values) : 1; }
+    XTime TimeOf(XAspect aspect) const { return {m_clock, aspect}; }
+    /// The whole clock as it is now.
+    XMoment Moment() const noexcept
     {
-        if (Facts.Invalidates(id.kind, id.mode))
+        if (m_clock)
         {
-            InvalidateStore();
+            return m_clock->Copy();
         }
+        XMoment timeless;
+        timeless.numbers.fill(1);
+        return timeless;
+    }
+
+    /// Asks the server for all values. Anything but S_OK is returned.
+    /// @param use  called with the values, and with the stamp noted before the server was asked
+    template <class Use>
+    HRESULT Fetch(Use&& use)
+    {
+        const XStamp noted{Now(), m_store.Own().Now()};
+        XVariantRow values;
+        const HRESULT fetched = LXFetchProperties(*Server(), Facts.At("GetProperty"), values);
+        if (fetched != S_OK)
+        {
+            return fetched;
+        }
+        const XLXComPtr<IUnknown> displaced = self().AmendValues(values);
+        use(static_cast<const XVariantRow&>(values));
+        Assign(values, noted);
+        return S_OK;
     }
 
     XLXComPtr<Interface> Server() const { return *m_server; }
     bool HasServer() const noexcept { return m_server.HasObject(); }
-    /// Exchanges the server object; what is swapped out is released by the caller with no lock held.
-    void SwapServer(XLXComPtr<IUnknown>& held, XLXComPtr<Interface>& typed) noexcept
+    /// Lets go of the server object for good: nothing becomes stale by that.
+    void ReleaseServer() noexcept
     {
-        m_server.Swap(held, typed);
+        XLXComPtr<IUnknown> server;
+        XLXComPtr<Interface> typed;
+        m_server.Swap(server, typed);
     }
-
     /// Adds a reference unless the last one is gone already.
     bool TryAddReference() noexcept
     {
@@ -254,36 +352,26 @@ protected:
     static constexpr const XCachedObjectFacts& TheFacts = Facts;
 
     XPropertyStore& Store() noexcept { return m_store; }
+    const XPropertyStore& Store() const noexcept { return m_store; }
 
 private:
     Derived& self() noexcept { return static_cast<Derived&>(*this); }
 
-    // The answer is that of this fetch, even when a notification overtook it; it is then just not kept as
-    // filled.
+    // The answer is that of this fetch, even when a notification overtook it: who asked did so before.
     HRESULT FetchAndRead(int index, XLXComVariant& value)
     {
-        const std::uint64_t noted = m_store.Note();
-        XVariantRow values;
-        const HRESULT fetched =
-            LXFetchProperties(*Server(), "ILXConfigObject::GetProperties", Facts.At("GetProperty"), values);
+        bool inRange = false;
+        const HRESULT fetched = Fetch([&](const XVariantRow& values) {
+            inRange = index >= 0 && static_cast<std::size_t>(index) < values.size();
+            if (inRange && !values[static_cast<std::size_t>(index)].Empty())
+            {
+                value = values[static_cast<std::size_t>(index)].Copy();
+            }
+        });
         if (fetched != S_OK)
         {
-            if (FAILED(fetched))
-            {
-                XLXError::WriteErrorToLogBook(
-                    fetched, XLXError::SeverityError,
-                    OLESTR("some properties could not be read and will be ignored."),
-                    Facts.At("GetProperty"));
-            }
             return fetched;
         }
-        self().AmendValues(values);
-        const bool inRange = index >= 0 && static_cast<std::size_t>(index) < values.size();
-        if (inRange && !values[static_cast<std::size_t>(index)].Empty())
-        {
-            value = values[static_cast<std::size_t>(index)].Copy();
-        }
-        m_store.Assign(values, noted);
         if (!inRange)
         {
             LXRaisePropertyIndex(index);
@@ -291,9 +379,30 @@ private:
         return value.Empty() ? S_FALSE : S_OK;
     }
 
+    static void RaiseIfUnreadable(int index, HRESULT result)
+    {
+        if (result == E_INVALIDARG)
+        {
+            LXRaisePropertyIndex(index);
+        }
+        if (result == E_OUTOFMEMORY)
+        {
+            throw std::bad_alloc();
+        }
+    }
+
+    void Assign(XVariantRow& values, const XStamp& stamp)
+    {
+        m_store.Assign(values, stamp,
+                       [&](const XVariantRow& assigned) { self().OnAssigned(assigned, stamp); });
+    }
+
     XLiveObject m_live;
     std::atomic<ULONG> m_references{0};
     XCritLong m_callbackId;
+    const XClockPtr m_clock;
+    XDirectNumber m_direct;
+    std::atomic<bool> m_detached{false};
     LXComInterfaceProxy::XLazyIProxy<Interface> m_server;
     XPropertyStore m_store;
 };

@@ -75,29 +75,34 @@ void Associations::SwapGrow(int index, XLXComVariant& value)
 
 XPropertyStore::XPropertyStore(std::size_t slots) : m_data(XLockLevel::PropertyStore, slots) {}
 
-HRESULT XPropertyStore::Read(int index, XLXComVariant& value) const
+HRESULT XPropertyStore::Read(int index, XLXComVariant& value, std::uint64_t now) const
 {
-    const XCritLFReadProxy<Associations> store(m_data);
-    return m_filled.IsFilled() ? store->Get(index, value) : S_FALSE;
+    const XCritLFReadProxy<Stamped> store(m_data);
+    return store->stamp == XStamp{now, m_own.Now()} ? store->values.Get(index, value) : S_FALSE;
+}
+
+HRESULT XPropertyStore::ReadStale(int index, XLXComVariant& value) const
+{
+    const XCritLFReadProxy<Stamped> store(m_data);
+    return store->stamp.IsNone() ? S_FALSE : store->values.Get(index, value);
 }
 
 HRESULT XPropertyStore::Write(int index, XLXComVariant& value)
 {
-    const XCritProxy<Associations> store(m_data);
-    return store->Swap(index, value) ? S_OK : E_INVALIDARG;
+    const XCritProxy<Stamped> store(m_data);
+    return store->values.Swap(index, value) ? S_OK : E_INVALIDARG;
 }
 
 void XPropertyStore::WriteGrow(int index, XLXComVariant& value)
 {
-    const XCritProxy<Associations> store(m_data);
-    store->SwapGrow(index, value);
+    const XCritProxy<Stamped> store(m_data);
+    store->values.SwapGrow(index, value);
 }
 
-void XPropertyStore::Assign(XVariantRow& values, std::uint64_t noted)
+bool XPropertyStore::IsNewerThan(std::uint64_t clock) const
 {
-    const XCritProxy<Associations> store(m_data);
-    store->Swap(values);
-    m_filled.SetFilled(noted);
+    const XCritLFReadProxy<Stamped> store(m_data);
+    return store->stamp.clock > clock;
 }
 
 void LXRaisePropertyIndex(int index)

@@ -5,7 +5,7 @@
 #define ASSOCIATIONS_H
 
 #include "XBasicCritSection.h"
-#include "XFilledFlag.h"
+#include "XClock.h"
 #include "XVariantRow.h"
 
 /// The values, as readers see them.
@@ -41,36 +41,56 @@ public:
     void Swap(XVariantRow& values) noexcept;
 };
 
-/// The store with its lock and its filled flag. What a write replaces is left in the parameter, so that the
+/// The store with its lock, and the stamp of its values. What a write replaces is left in the parameter, so that the
 /// caller destroys it with no lock held.
 class XPropertyStore
 {
 public:
     explicit XPropertyStore(std::size_t slots = 0);
 
-    /// Reads a value. S_FALSE, with value left empty: the store is not filled, or the stored value is
-    /// VT_EMPTY.
-    HRESULT Read(int index, XLXComVariant& value) const;
+    /// Reads a value. S_FALSE, with value left empty: the values are not fresh, or the stored value is VT_EMPTY.
+    /// @param now  the clock's number of the values' aspect
+    HRESULT Read(int index, XLXComVariant& value, std::uint64_t now) const;
+    /// The same, fresh or not; S_FALSE also when no values were ever assigned with a stamp.
+    HRESULT ReadStale(int index, XLXComVariant& value) const;
     /// Exchanges the value in a slot that exists; E_INVALIDARG otherwise.
     HRESULT Write(int index, XLXComVariant& value);
-    /// Exchanges a value whether the slot exists or not; the store does not count as filled by that.
+    /// Exchanges a value whether the slot exists or not; that makes no values fresh.
     void WriteGrow(int index, XLXComVariant& value);
 
-    /// What a filler notes before it asks the server.
-    std::uint64_t Note() const noexcept { return m_filled.Note(); }
-    /// Exchanges all values. They count as filled unless an invalidation came after the note.
-    void Assign(XVariantRow& values, std::uint64_t noted);
-    /// Makes the next read ask the server. Waits for nobody.
-    void Invalidate() noexcept { m_filled.Invalidate(); }
-    bool IsFilled() const noexcept { return m_filled.IsFilled(); }
-    /// Changes with every invalidation.
-    std::uint64_t Generation() const noexcept { return m_filled.Note(); }
+    /// Exchanges all values, unless newer ones are there.
+    /// @param onAssigned  called with the new values under the lock; calls nothing foreign
+    template <class OnAssigned>
+    void Assign(XVariantRow& values, const XStamp& stamp, OnAssigned&& onAssigned)
+    {
+        const XCritProxy<Stamped> store(m_data);
+        if (!stamp.IsOlderThan(store->stamp))
+        {
+            onAssigned(static_cast<const XVariantRow&>(values));
+            store->values.Swap(values);
+            store->stamp = stamp;
+        }
+    }
+    /// Whether the values were noted later than that.
+    bool IsNewerThan(std::uint64_t clock) const;
+
+    /// Makes the values stale. Waits for nobody.
+    void Advance() noexcept { m_own.Advance(); }
+    const XOwnCount& Own() const noexcept { return m_own; }
 
 private:
-    // The flag stands before the data: readers that go in and out write the word at the end of the data's
-    // lock, and what they only look at must not lie beside it.
-    XFilledFlag m_filled;
-    mutable XCritDataCFC<Associations> m_data;
+    struct Stamped
+    {
+        explicit Stamped(std::size_t slots) : values(slots) {}
+
+        Associations values;
+        XStamp stamp; // published together with the values
+    };
+
+    // The count stands before the data: readers that go in and out write the word at the end of the data's lock, and
+    // what they only look at must not lie beside it.
+    XOwnCount m_own;
+    mutable XCritDataCFC<Stamped> m_data;
 };
 
 /// Raises the refusal of an index that a store does not have.

@@ -11,13 +11,19 @@ constexpr int MemberAttributeTypeName = 3;
 constexpr ULONG AttributeTypeBatch = 100;
 } // namespace
 
+XLXAttributeCache::XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock)
+    : XLXConfigObjectCache(std::move(server), std::move(clock))
+{
+    m_attributeTypes.Begin(TimeOf(XAspect::AttributeTypes));
+}
+
 HRESULT XLXAttributeCache::AddAttributeType(ILXAttributeType** ppAttributeType)
 {
+    LXEmptyOut(ppAttributeType);
     return XLXError::Guarded(TheFacts.At("AddAttributeType"), [&] {
         const auto server = Server();
-        LXServerCall("ILXAttribute::AddAttributeType");
-        return LXPassedOn(server->AddAttributeType(ppAttributeType), ppAttributeType,
-                          TheFacts.At("AddAttributeType"));
+        return LXPassOn("ILXAttribute::AddAttributeType", ppAttributeType, TheFacts.At("AddAttributeType"),
+                        [&](ILXAttributeType** out) { return server->AddAttributeType(out); });
     });
 }
 
@@ -36,15 +42,13 @@ HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum)
     {
         return E_POINTER;
     }
+    *ppEnum = nullptr;
     return XLXError::Guarded(TheFacts.At("GetAttributeTypeEnum"), [&]() -> HRESULT {
-        *ppEnum = nullptr;
-        LoadAttributeTypes();
         std::vector<XLXComPtr<ILXAttributeType>> items;
-        if (AttributeTypes* const types = m_attributeTypes.Find(); types != nullptr)
+        if (const TypeMapPtr types = LoadAttributeTypes())
         {
-            const XCritReadProxy<TypeMap> map(types->map);
-            items.reserve(map->size());
-            for (const auto& [key, type] : *map)
+            items.reserve(types->size());
+            for (const auto& [key, type] : *types)
             {
                 items.emplace_back(type);
             }
@@ -55,27 +59,23 @@ HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum)
 
 HRESULT XLXAttributeCache::CreateFormat(int iFormatType, ILXFormat** ppFormat)
 {
+    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("CreateFormat"), [&] {
         XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 498));
-        const auto ask = [&](ILXFormat** format) {
-            const auto server = Server();
-            LXServerCall("ILXAttribute::CreateFormat");
-            return server->CreateFormat(iFormatType, format);
-        };
-        return m_formats.Make().Create(iFormatType, ppFormat, ask, TheFacts.At("CreateFormat", 530));
+        const auto ask = [&](ILXFormat** format) { return Server()->CreateFormat(iFormatType, format); };
+        return m_formats.Make().Create(TimeOf(XAspect::AttributeFormats), iFormatType, ppFormat,
+                                       "ILXAttribute::CreateFormat", ask, TheFacts.At("CreateFormat", 530));
     });
 }
 
 HRESULT XLXAttributeCache::GetFormat(int iFormatType, ILXFormat** ppFormat)
 {
+    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("GetFormat"), [&] {
         XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("GetFormat", 552));
-        const auto ask = [&](ILXFormat** format) {
-            const auto server = Server();
-            LXServerCall("ILXAttribute::GetFormat");
-            return server->GetFormat(iFormatType, format);
-        };
-        return m_formats.Make().Get(iFormatType, ppFormat, ask, TheFacts.At("GetFormat", 610));
+        const auto ask = [&](ILXFormat** format) { return Server()->GetFormat(iFormatType, format); };
+        return m_formats.Make().Get(TimeOf(XAspect::AttributeFormats), iFormatType, ppFormat,
+                                    "ILXAttribute::GetFormat", ask, TheFacts.At("GetFormat", 610));
     });
 }
 
@@ -85,48 +85,102 @@ HRESULT XLXAttributeCache::DeleteFormat(int iFormatType)
         const auto server = Server();
         LXServerCall("ILXAttribute::DeleteFormat");
         const HRESULT result = server->DeleteFormat(iFormatType);
-        if (XFormatMap* const formats = m_formats.Find(); SUCCEEDED(result) && formats != nullptr)
+        if (SUCCEEDED(result))
         {
-            formats->Erase(iFormatType);
+            m_formats.Make().Erase(TimeOf(XAspect::AttributeFormats), iFormatType);
         }
         return result;
     });
 }
 
-void XLXAttributeCache::LoadAttributeTypes()
+// ---- display facts
+
+void XLXAttributeCache::OnAssigned(const XVariantRow& values, const XStamp& stamp) noexcept
 {
-    if (m_attributeTypesLoaded.IsFilled())
+    m_facts.Keep(XDisplayFacts::Of(values), stamp);
+}
+
+std::optional<XDisplayFacts> XLXAttributeCache::KnownFacts() const noexcept
+{
+    return m_facts.Fresh({Now(), Store().Own().Now()});
+}
+
+XDisplayFacts XLXAttributeCache::Facts()
+{
+    if (const auto known = KnownFacts())
     {
-        return;
+        return *known;
     }
-    const XFillGuard fill(m_attributeTypes.Make().fill);
-    if (fill.Reentered() || m_attributeTypesLoaded.IsFilled())
+    XDisplayFacts facts;
+    bool isWhole = false;
+    const HRESULT result = Fetch([&](const XVariantRow& values) {
+        facts = XDisplayFacts::Of(values);
+        isWhole = values.size() > XDisplayFacts::LastMember;
+    });
+    XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"),
+                            TheFacts.At("Facts"));
+    if (result == S_OK && !isWhole)
     {
-        return;
+        LXRaisePropertyIndex(XDisplayFacts::LastMember);
     }
-    const std::uint64_t noted = m_attributeTypesLoaded.Note();
-    MergeAttributeTypes(FetchAttributeTypes(), noted);
+    return facts;
+}
+
+// ---- attribute types
+
+XLXAttributeCache::TypeMapPtr XLXAttributeCache::LoadAttributeTypes()
+{
+    if (TypeMapPtr fresh = m_attributeTypes.Fresh())
+    {
+        return fresh;
+    }
+    const XMoment moment = Moment();
+    std::exception_ptr failure;
+    TypeMapPtr types = m_attributeTypes.Load(
+        TimeOf(XAspect::AttributeTypes), [&] { return FetchAttributeTypes(failure); },
+        [&](const TypeMap& loaded) { OnAttributeTypes(loaded, moment); });
+    if (failure)
+    {
+        std::rethrow_exception(failure); // once: what came before it is kept
+    }
+    return types;
+}
+
+// What is loaded one by one replaces key by key what is there; what does not come again stays.
+XLXAttributeCache::TypeMapPtr XLXAttributeCache::FetchAttributeTypes(std::exception_ptr& failure)
+{
+    TypeMap types = ReadAttributeTypes(failure);
+    if (const TypeMapPtr former = m_attributeTypes.Held())
+    {
+        for (const auto& [key, type] : *former)
+        {
+            if (!types.emplace(key, type).second)
+            {
+                type->Detach();
+            }
+        }
+    }
+    return std::make_shared<const TypeMap>(std::move(types));
 }
 
 // A server that cannot enumerate counts as having said all it has, until a notification says otherwise.
-XLXAttributeCache::TypeMap XLXAttributeCache::FetchAttributeTypes()
+XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_ptr& failure) const
 {
+    const LXErrorLocation at = TheFacts.At("LoadAttributeTypes");
     TypeMap fresh;
     const auto server = Server();
     XLXComPtr<ILXAttributeTypeEnum> types;
-    LXServerCall("ILXAttribute::GetAttributeTypeEnum");
-    const HRESULT result = server->GetAttributeTypeEnum(types.Put());
-    if (FAILED(result))
+    const HRESULT result = LXAsk("ILXAttribute::GetAttributeTypeEnum", types, LXNoResult::Nothing, {}, at,
+                                 [&](ILXAttributeTypeEnum** out) { return server->GetAttributeTypeEnum(out); });
+    if (FAILED(result) || !types)
     {
-        (void)types.Detach();
         return fresh;
     }
-    if (types)
+    try
     {
-        const LXErrorLocation at = TheFacts.At("LoadAttributeTypes");
         LXForEachOf<AttributeTypeBatch, ILXAttributeType>(
-            *types.Get(), "ILXAttributeTypeEnum::RemNext", at, [&](XLXComPtr<ILXAttributeType>&& element) {
-                const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(element), at);
+            *types, "ILXAttributeTypeEnum::RemNext", at, [&](XLXComPtr<ILXAttributeType>&& element) {
+                const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(element), Clock(), at);
                 const auto name = wrapper->TryRead(MemberAttributeTypeName);
                 auto key = name ? XCFGStringKey::Of(*name) : std::nullopt;
                 if (key) // without a name there is no key to find it by
@@ -135,24 +189,28 @@ XLXAttributeCache::TypeMap XLXAttributeCache::FetchAttributeTypes()
                 }
             });
     }
+    catch (const XLXException&)
+    {
+        failure = std::current_exception();
+    }
     return fresh;
 }
 
-// Entries are replaced key by key; those whose key did not come again stay.
-void XLXAttributeCache::MergeAttributeTypes(TypeMap&& fresh, std::uint64_t noted)
+// The attribute passes a notification that comes straight to it on to the types in the map. Types that are published
+// after one that came while they were on their way would miss it.
+void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const XMoment& moment) const noexcept
 {
-    if (!fresh.empty())
+    if (Direct().IsNewerThan(moment))
     {
-        const XCritProxy<TypeMap> map(m_attributeTypes.Make().map);
-        for (auto& [key, type] : fresh)
+        for (const auto& [key, type] : types)
         {
-            (*map)[key].Swap(type); // the replaced wrapper leaves in the parameter
+            type->AdvanceAll();
         }
     }
-    m_attributeTypesLoaded.SetFilled(noted);
 }
 
-void XLXAttributeCache::AddAttributeType(TypeMap& to, XILXConfigData&& type)
+void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, XILXConfigData&& type,
+                                         const XMoment& moment, XRetired& retired) const
 {
     if (type.values.empty())
     {
@@ -171,78 +229,78 @@ void XLXAttributeCache::AddAttributeType(TypeMap& to, XILXConfigData&& type)
     {
         return; // without a name there is no key to find it by
     }
-    const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(type.object),
+    if (former)
+    {
+        if (const auto known = former->find(*key); known != former->end())
+        {
+            known->second->TakeRecord(std::move(type.object), std::move(type.values), moment, retired);
+            to.insert_or_assign(std::move(*key), known->second);
+            return;
+        }
+    }
+    const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(type.object), Clock(),
                                                                  TheFacts.At("CreateAttributeType", 308));
-    wrapper->AssignProperties(std::move(type.values), wrapper->NoteStore());
+    wrapper->AssignProperties(std::move(type.values), moment);
     to.insert_or_assign(std::move(*key), wrapper);
 }
 
-void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, std::uint64_t noted)
+void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, const XMoment& moment,
+                                             XRetired& retired)
 {
-    TypeMap fresh;
-    for (XILXConfigData& type : types)
+    const XStamp stamp =
+        LXStampFrom(moment, XAspect::AttributeTypes, m_attributeTypes.Own(), Direct());
+    static const TypeMap none;
+    const TypeMapPtr former = m_attributeTypes.Held();
+    TypeMapPtr fresh(TypeMapPtr(), &none); // most attributes have none: that needs no memory
+    if (!types.empty())
     {
-        AddAttributeType(fresh, std::move(type));
+        TypeMap map;
+        for (XILXConfigData& type : types)
+        {
+            AddAttributeType(former, map, std::move(type), moment, retired);
+        }
+        fresh = std::make_shared<const TypeMap>(std::move(map));
     }
-    MergeAttributeTypes(std::move(fresh), noted);
+    const bool isPublished = m_attributeTypes.Publish(TimeOf(XAspect::AttributeTypes), fresh, stamp,
+                                                      [&](const TypeMap& map) { OnAttributeTypes(map, moment); });
+    if (isPublished)
+    {
+        LXDetachMissing(former.get(), *fresh);
+    }
 }
 
-HRESULT XLXAttributeCache::OnNotification(const XChangeNotification& notification)
+// ---- notifications and the end
+
+void XLXAttributeCache::AdvanceParts() noexcept
 {
-    const XDataId& id = notification.id;
-    if (id.kind == LXDataIdKind::ParentChild)
+    m_attributeTypes.Advance();
+    if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
     {
-        return S_OK;
+        formats->Advance();
     }
-    InvalidateStoreFor(id);
-    if (id.kind == LXDataIdKind::Objects)
-    {
-        if (LXModeConcerns(id.mode, LXUM_EVERYTHING | LXUM_TYPES | LXUM_ATTRIBUTES | LXUM_ATTRIBUTETYPES))
-        {
-            m_attributeTypesLoaded.Invalidate();
-            XInvalidationLog::Add(TheFacts.className, "attribute types");
-        }
-        if (XFormatMap* const formats = m_formats.Find();
-            formats != nullptr && LXModeConcerns(id.mode, TheFacts.formatBits))
-        {
-            formats->Invalidate();
-            XInvalidationLog::Add(TheFacts.className, "formats");
-        }
-    }
-    const HRESULT result = ForwardToAttributeTypes(notification);
-    XFormatMap* const formats = m_formats.Find();
-    return result == S_OK && formats != nullptr ? formats->Forward(notification) : result;
 }
 
-HRESULT XLXAttributeCache::ForwardToAttributeTypes(const XChangeNotification& notification)
+void XLXAttributeCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
 {
-    AttributeTypes* const types = m_attributeTypes.Find();
-    if (types == nullptr)
+    if (notification.relationsOnly)
     {
-        return S_OK;
+        return;
     }
-    // The receivers only clear flags, so they may be called under the lock.
-    const XCritReadProxy<TypeMap> map(types->map);
-    for (const auto& [key, type] : *map)
+    AdvanceIf(XAspect::AttributeTypes, notification.concerned, m_attributeTypes, touched);
+    // The receivers only advance counts, so they may be called under the lock.
+    m_attributeTypes.ReadHeld([&](const TypeMap* types) {
+        LXNotifyDirectly(types, notification, touched);
+    });
+    if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
     {
-        const HRESULT result = type->Notify(notification);
-        if (result != S_OK)
-        {
-            return result;
-        }
+        AdvanceIf(XAspect::AttributeFormats, notification.concerned, *formats, touched);
+        formats->NotifyDirectly(notification, touched);
     }
-    return S_OK;
 }
 
 HRESULT XLXAttributeCache::Terminate() noexcept
 {
-    m_attributeTypesLoaded.Invalidate();
-    if (AttributeTypes* const types = m_attributeTypes.Find(); types != nullptr)
-    {
-        TypeMap dropped;
-        const XCritProxy<TypeMap> map(types->map);
-        map->swap(dropped);
-    }
+    const auto former = m_attributeTypes.Clear();
     XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapFormatCache failed"),
                          TheFacts.At("Terminate", 93), [&] {
                              if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)

@@ -4,12 +4,14 @@
 
 #include "XCFCDataTransfer.h"
 #include "XCFGStringKey.h"
-#include "XFillMutex.h"
+#include "XDisplayFacts.h"
 #include "XFormatMap.h"
 #include "XLXConfigObjectCache.h"
 #include "XLazyPart.h"
 #include "lxattributetypecache.h"
 
+#include <exception>
+#include <map>
 #include <vector>
 
 /// An attribute of a type, with its attribute types and its formats.
@@ -17,7 +19,7 @@ class XLXAttributeCache final
     : public XLXConfigObjectCache<XLXAttributeCache, XCachedFacts::Attribute, ILXAttribute>
 {
 public:
-    explicit XLXAttributeCache(XLXComPtr<IUnknown> server) : XLXConfigObjectCache(std::move(server)) {}
+    XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock);
 
     // ILXAttribute
     HRESULT STDMETHODCALLTYPE AddAttributeType(ILXAttributeType** ppAttributeType) override;
@@ -29,13 +31,15 @@ public:
 
     // For the owner
 
-    /// Takes the attribute types that a bulk read delivered, possibly none; the server is not asked for them
-    /// then.
-    /// @param noted  what was noted before the bulk read (NoteAttributeTypes)
-    void AssignAttributeTypes(std::vector<XLXCFCDataTransfer::XILXConfigData> types, std::uint64_t noted);
-    std::uint64_t NoteAttributeTypes() const noexcept { return m_attributeTypesLoaded.Note(); }
-    /// Makes the next request ask the server again.
-    void InvalidateAttributeTypes() noexcept { m_attributeTypesLoaded.Invalidate(); }
+    /// Takes the attribute types that a bulk read delivered, possibly none: they replace those that are there, and the
+    /// server is not asked for them.
+    void AssignAttributeTypes(std::vector<XLXCFCDataTransfer::XILXConfigData> types, const XMoment& moment,
+                              XRetired& retired);
+
+    /// What decides in which displays the attribute is shown, when that is known.
+    std::optional<XDisplayFacts> KnownFacts() const noexcept;
+    /// The same; read from the server when it is not known. Raises a failing read.
+    XDisplayFacts Facts();
 
     /// Empties both collections.
     HRESULT Terminate() noexcept;
@@ -43,24 +47,22 @@ public:
 private:
     friend XLXConfigObjectCache;
     using TypeMap = std::map<XCFGStringKey, XLXComPtr<XLXAttributeTypeCache>>;
+    using TypeMapPtr = std::shared_ptr<const TypeMap>;
 
-    struct AttributeTypes
-    {
-        XFillMutex fill{XLockLevel::ObjectFill};
-        XCritDataCFC<TypeMap> map{XLockLevel::ObjectMap};
-    };
+    void OnAssigned(const XVariantRow& values, const XStamp& stamp) noexcept;
+    void AdvanceParts() noexcept;
+    void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
 
-    HRESULT OnNotification(const XChangeNotification& notification);
-    HRESULT ForwardToAttributeTypes(const XChangeNotification& notification);
-    void LoadAttributeTypes();
-    TypeMap FetchAttributeTypes();
-    void MergeAttributeTypes(TypeMap&& fresh, std::uint64_t noted);
-    static void AddAttributeType(TypeMap& to, XLXCFCDataTransfer::XILXConfigData&& type);
+    TypeMapPtr LoadAttributeTypes();
+    TypeMapPtr FetchAttributeTypes(std::exception_ptr& failure);
+    TypeMap ReadAttributeTypes(std::exception_ptr& failure) const;
+    void OnAttributeTypes(const TypeMap& types, const XMoment& moment) const noexcept;
+    void AddAttributeType(const TypeMapPtr& former, TypeMap& to, XLXCFCDataTransfer::XILXConfigData&& type,
+                          const XMoment& moment, XRetired& retired) const;
 
-    // The loaded flag stands beside its collection, since most attributes have no attribute types at all.
-    XFilledFlag m_attributeTypesLoaded;
-    XLazyPart<AttributeTypes> m_attributeTypes;
-    XLazyPart<XFormatMap> m_formats;
+    XKeptDisplayFacts m_facts;
+    XLoaded<TypeMap> m_attributeTypes;
+    XLazyPart<XFormatMap> m_formats; // most attributes have none asked for
 };
 
 #endif

@@ -57,19 +57,22 @@ XLXVariantVector TakeValues(const XLXSafeArray& array)
 }
 } // namespace
 
-HRESULT LXFetchProperties(ILXConfigObject& server, const char* method, const LXErrorLocation& at,
-                          XVariantRow& values)
+HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values)
 {
     XLXSafeArray array;
-    LXServerCall(method);
-    const HRESULT result = server.GetProperties(array.Put());
-    if (result != S_OK)
+    const HRESULT result = LXAsk("ILXConfigObject::GetProperties", array, LXNoResult::PointerError,
+                                 OLESTR("property values"), at,
+                                 [&](SAFEARRAY** out) { return server.GetProperties(out); });
+    if (FAILED(result))
     {
-        return result;
+        XLXError::WriteErrorToLogBook(result, XLXError::SeverityError,
+                                      OLESTR("some properties could not be read and will be ignored."), at);
     }
-    XLXError::CheckPointer(array.Get(), OLESTR("property values"), at);
-    values = TakeValues(array);
-    return S_OK;
+    else if (result == S_OK)
+    {
+        values = TakeValues(array);
+    }
+    return result;
 }
 
 XLXComBSTR LXComputerName(XLXTextView failureText, const LXErrorLocation& at)

@@ -4,7 +4,7 @@
 #ifndef LXCFCTOOLS_H
 #define LXCFCTOOLS_H
 
-#include "XDataId.h"
+#include "XClock.h"
 #include "XLXComPtr.h"
 #include "XLXError.h"
 #include "XVariantRow.h"
@@ -12,58 +12,118 @@
 #include <new>
 #include <utility>
 
-/// A change notification, with its data id taken apart once for all receivers.
-struct XChangeNotification
-{
-    XDataId id;
-    BSTR dataType;
-};
-
-/// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error
-/// information. A lack of memory goes on: it is no answer, and nothing may be kept for it.
+/// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error information.
+/// std::bad_alloc passes: the component's own lack of memory is no answer of the server, and must not be cached.
 template <class F>
 HRESULT LXWithoutRaising(F&& body)
 {
-    HRESULT result = S_OK;
     try
     {
-        result = body();
+        return body();
     }
     catch (const XLXException& error)
     {
-        result = error.Code();
+        return error.Code();
     }
-    if (result == E_OUTOFMEMORY)
-    {
-        throw std::bad_alloc();
-    }
-    return result;
 }
 
-/// A server's enumeration that yields more than this many elements makes no end.
+/// A server's enumeration that yields more than this many elements never ends.
 constexpr ULONG LXMostElements = 1000000;
 
 /// Says that a method of the server is about to be called: writes the trace entry when one is wanted, and in
 /// debug builds asserts that no lock is held that a notification could wait for.
 void LXServerCall(const char* method) noexcept;
 
-/// The answer of a call that was passed on to the server; raises a pointer error for a success without its
-/// object.
-template <class Object>
-HRESULT LXPassedOn(HRESULT result, Object* const* out, const LXErrorLocation& at)
+/// What a success of the server without a result means.
+enum class LXNoResult
 {
-    if (result == S_OK && out != nullptr)
+    Nothing,     ///< the same as S_FALSE
+    PointerError ///< raises E_POINTER
+};
+
+/// Asks the server: nulls the result, writes the trace entry, and calls. A failing call leaves nothing to release,
+/// whatever the server left in the result.
+/// @param result  an owner: XLXComPtr, XLXSafeArray or XLXComBSTR
+/// @param call    HRESULT call(out pointer)
+template <class Owner, class Call>
+HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, XLXTextView resultName,
+              const LXErrorLocation& at, Call&& call)
+{
+    auto* const out = result.Put();
+    LXServerCall(method);
+    const HRESULT answer = call(out);
+    if (FAILED(answer))
     {
-        XLXError::CheckPointer(*out, OLESTR("object of the server"), at);
+        (void)result.Detach();
+        return answer;
     }
-    return result;
+    if (answer == S_OK && *out == nullptr)
+    {
+        if (withoutResult == LXNoResult::Nothing)
+        {
+            return S_FALSE;
+        }
+        XLXError::RaisePointer(resultName, at);
+    }
+    return answer;
+}
+
+/// The answer of a call that is passed on to the server; raises a pointer error for a success without its object.
+template <class Object, class Call>
+HRESULT LXPassOn(const char* method, Object** out, const LXErrorLocation& at, Call&& call)
+{
+    LXEmptyOut(out);
+    LXServerCall(method);
+    const HRESULT answer = call(out);
+    if (out != nullptr)
+    {
+        if (FAILED(answer))
+        {
+            *out = nullptr;
+        }
+        else if (answer == S_OK)
+        {
+            XLXError::CheckPointer(*out, OLESTR("object of the server"), at);
+        }
+    }
+    return answer;
 }
 
 /// Reads all property values of a server object in one call. Anything but S_OK is returned as the server gave
-/// it, with nothing read; an element that cannot be read is skipped. Raises E_POINTER when the server says
-/// S_OK without values.
-HRESULT LXFetchProperties(ILXConfigObject& server, const char* method, const LXErrorLocation& at,
-                          XVariantRow& values);
+/// it, with nothing read; a failure is written to the logbook. An element that cannot be read is skipped. Raises
+/// E_POINTER when the server says S_OK without values.
+HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values);
+
+/// Detaches the objects of a former map (which may be null) that have left it.
+template <class Map>
+void LXDetachMissing(const Map* former, const Map& kept) noexcept
+{
+    if (former == nullptr)
+    {
+        return;
+    }
+    for (const auto& [key, object] : *former)
+    {
+        if (!kept.contains(key))
+        {
+            object->Detach();
+        }
+    }
+}
+
+/// Passes a notification that came straight to an owner on to the objects of its map, which may be null.
+template <class Map, class Notification, class Touched>
+void LXNotifyDirectly(const Map* map, const Notification& notification, Touched& touched)
+{
+    if (map == nullptr)
+    {
+        return;
+    }
+    for (const auto& [key, object] : *map)
+    {
+        object->NotifyDirectly(notification, touched);
+    }
+}
 
 /// Fills in computer, user, password and process of the calling process; leaves the other fields as given. A
 /// failure is reported with "<className>::GetClientInfo -> GetComputerName".
@@ -75,12 +135,13 @@ XLXComBSTR LXComputerName(XLXTextView failureText, const LXErrorLocation& at);
 namespace LXCFCTOOLS
 {
 /// Makes a cached object around a server object (which may be null) and hands out the first reference.
+/// @param clock  of the connection that the object belongs to; null: nothing makes the object stale
 template <class Cached>
-HRESULT Construct(XLXComPtr<IUnknown> server, Cached** out)
+HRESULT Construct(XLXComPtr<IUnknown> server, const XClockPtr& clock, Cached** out)
 {
     XLXError::CheckPointer(out, OLESTR("ppCached"),
                            LXErrorLocation{"lxcfctools", "LXCFCTOOLS", "Construct", 20});
-    *out = new (std::nothrow) Cached(std::move(server));
+    *out = new (std::nothrow) Cached(std::move(server), clock);
     if (*out == nullptr)
     {
         return E_OUTOFMEMORY;
@@ -91,11 +152,15 @@ HRESULT Construct(XLXComPtr<IUnknown> server, Cached** out)
 
 /// The same, as an owning pointer; raises what goes wrong.
 template <class Cached>
-XLXComPtr<Cached> Make(XLXComPtr<IUnknown> server, const LXErrorLocation& at)
+XLXComPtr<Cached> Make(XLXComPtr<IUnknown> server, const XClockPtr& clock, const LXErrorLocation& at)
 {
     XLXComPtr<Cached> cached;
-    XLXError::RaiseIfFailed(Construct<Cached>(std::move(server), cached.Put()),
-                            OLESTR("CFCTools::Construct failed"), at);
+    const HRESULT result = Construct<Cached>(std::move(server), clock, cached.Put());
+    if (result == E_OUTOFMEMORY)
+    {
+        throw std::bad_alloc();
+    }
+    XLXError::RaiseIfFailed(result, OLESTR("CFCTools::Construct failed"), at);
     return cached;
 }
 } // namespace LXCFCTOOLS
@@ -115,14 +180,13 @@ HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLoc
         ULONG fetched = 0;
         LXServerCall(method);
         result = enumerator.RemNext(BatchSize, raw, &fetched);
-        for (ULONG i = 0; i < BatchSize; ++i)
-        {
-            batch[i].Attach(
-                raw[i]); // whatever the server put there is released, even past the count it claims
-        }
         if (FAILED(result))
         {
-            return result;
+            return result; // a failing call leaves nothing to release
+        }
+        for (ULONG i = 0; i < BatchSize; ++i)
+        {
+            batch[i].Attach(raw[i]); // whatever the server put there is released, even past the count it claims
         }
         fetched = fetched < BatchSize ? fetched : BatchSize;
         for (ULONG i = 0; i < fetched; ++i)
@@ -132,7 +196,7 @@ HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLoc
                 visit(std::move(batch[i]));
             }
         }
-        total += BatchSize;
+        total += fetched != 0 ? fetched : 1; // a server that never delivers anything must end too
         if (result == S_OK && total >= LXMostElements)
         {
             XLXError::Raise(E_FAIL, OLESTR("server enumeration does not end"), at);

@@ -43,31 +43,24 @@ LONG XLXGroupCache::OwnNumber()
 
 HRESULT XLXGroupCache::CreateFormat(ILXFormat** ppFormat)
 {
+    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("CreateFormat"), [&] {
         XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat"));
-        const auto ask = [&](ILXFormat** format) {
-            const auto server = Server();
-            LXServerCall("ILXGroup::CreateFormat");
-            return server->CreateFormat(format);
-        };
-        return m_formats.Make().Create(TheOnlyFormat, ppFormat, ask, TheFacts.At("CreateFormat"));
+        const auto ask = [&](ILXFormat** format) { return Server()->CreateFormat(format); };
+        return m_formats.Make().Create(TimeOf(XAspect::GroupFormats), TheOnlyFormat, ppFormat, "ILXGroup::CreateFormat", ask, TheFacts.At("CreateFormat"));
     });
 }
 
 // Error locations of GetFormat name CreateFormat: programs search logs for that text.
 HRESULT XLXGroupCache::GetFormat(ILXFormat** ppFormat)
 {
+    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("CreateFormat", 359), [&] {
         XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 359));
-        *ppFormat = nullptr;
         XLXError::CheckPointer(HasServer() ? this : nullptr, OLESTR("server group"),
                                TheFacts.At("CreateFormat", 360));
-        const auto ask = [&](ILXFormat** format) {
-            const auto server = Server();
-            LXServerCall("ILXGroup::GetFormat");
-            return server->GetFormat(format);
-        };
-        return m_formats.Make().Get(TheOnlyFormat, ppFormat, ask, TheFacts.At("CreateFormat", 418));
+        const auto ask = [&](ILXFormat** format) { return Server()->GetFormat(format); };
+        return m_formats.Make().Get(TimeOf(XAspect::GroupFormats), TheOnlyFormat, ppFormat, "ILXGroup::GetFormat", ask, TheFacts.At("CreateFormat", 418));
     });
 }
 
@@ -77,33 +70,29 @@ HRESULT XLXGroupCache::DeleteFormat()
         const auto server = Server();
         LXServerCall("ILXGroup::DeleteFormat");
         const HRESULT result = server->DeleteFormat();
-        if (XFormatMap* const formats = m_formats.Find(); SUCCEEDED(result) && formats != nullptr)
+        if (SUCCEEDED(result))
         {
-            formats->Erase(TheOnlyFormat);
+            m_formats.Make().Erase(TimeOf(XAspect::GroupFormats), TheOnlyFormat);
         }
         return result;
     });
 }
 
-HRESULT XLXGroupCache::OnNotification(const XChangeNotification& notification)
+void XLXGroupCache::AdvanceParts() noexcept
 {
-    const XDataId& id = notification.id;
-    if (id.kind == LXDataIdKind::ParentChild)
+    if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
     {
-        return S_OK;
+        formats->Advance();
     }
-    InvalidateStoreFor(id);
-    XFormatMap* const formats = m_formats.Find();
-    if (formats == nullptr)
+}
+
+void XLXGroupCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
+{
+    if (XFormatMap* const formats = m_formats.Find(); formats != nullptr && !notification.relationsOnly)
     {
-        return S_OK;
+        AdvanceIf(XAspect::GroupFormats, notification.concerned, *formats, touched);
+        formats->NotifyDirectly(notification, touched);
     }
-    if (id.kind == LXDataIdKind::Objects && LXModeConcerns(id.mode, TheFacts.formatBits))
-    {
-        formats->Invalidate();
-        XInvalidationLog::Add(TheFacts.className, "formats");
-    }
-    return formats->Forward(notification);
 }
 
 HRESULT XLXGroupCache::Terminate() noexcept

@@ -24,7 +24,7 @@ protected:
 class XLXGroupCache final : public XLXConfigObjectCache<XLXGroupCache, XCachedFacts::Group, ILXGroup>
 {
 public:
-    explicit XLXGroupCache(XLXComPtr<IUnknown> server) : XLXConfigObjectCache(std::move(server)) {}
+    using XLXConfigObjectCache::XLXConfigObjectCache;
 
     // ILXGroup
     HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
@@ -42,7 +42,8 @@ public:
 
 private:
     friend XLXConfigObjectCache;
-    HRESULT OnNotification(const XChangeNotification& notification);
+    void AdvanceParts() noexcept;
+    void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
     LONG OwnNumber();
 
     XWeakLink<XGroupOwner> m_owner;

@@ -2,16 +2,16 @@
 //
 // The manager's browser ids, and the PC infos that every browser has for relations without a server object.
 //
-// Both are filled once, at first use. A notification makes the browser ids read their values again, but does
-// not make the registry ask for new ones. The PC infos mirror nothing on the server, so no notification
-// concerns them.
+// Both are filled once, at first use, and stay filled while the connection lasts. A notification makes the values of
+// browser ids stale, not the set. The PC infos mirror nothing on the server, so no notification concerns them.
 //
 // Threading  Any thread may call. The maps' locks are held for copying and swapping alone.
 #ifndef XBROWSERREGISTRY_H
 #define XBROWSERREGISTRY_H
 
 #include "XCFGStringKey.h"
-#include "XFillMutex.h"
+#include "XLoaded.h"
+#include "XConnection.h"
 #include "lxbrowseridcache.h"
 #include "lxpcinfocache.h"
 
@@ -27,42 +27,38 @@ public:
 
     /// All browser ids, in key order; read from the server first when needed. Raises a failure of the server.
     std::vector<XLXComPtr<ILXBrowserId>> BrowserIds();
-    /// Null when there is none of exactly that name.
-    XLXComPtr<ILXBrowserId> BrowserId(XLXTextView name);
 
     /// The PC infos of one of the two generations.
     /// @param newRelations  whether they say of themselves that they are new
     std::vector<XLXComPtr<ILXPCInfo>> PCInfos(bool newRelations);
     XLXComPtr<ILXPCInfo> PCInfo(XLXTextView browserId, bool newRelations);
 
-    HRESULT Notify(const XChangeNotification& notification) const;
-
-    /// Terminate the objects and empty the maps.
-    void TerminateBrowserIds();
-    void TerminatePCInfos(bool newRelations);
+    /// From now on answers of the connection with that clock are kept.
+    void Begin(const XClockPtr& clock);
+    /// Terminate the objects of a connection, and keep nothing more.
+    void TerminateBrowserIds(const XClockPtr& clock);
+    void TerminatePCInfos(const XClockPtr& clock, bool newRelations);
 
 private:
     using BrowserIdMap = std::map<XCFGStringKey, XLXComPtr<XLXBrowserIdCache>>;
     using PCInfoMap = std::map<XCFGStringKey, XLXComPtr<XLXPCInfoCache>>;
 
-    void FillBrowserIds();
-    BrowserIdMap FetchBrowserIds() const;
-    void FillPCInfos();
+    using BrowserIdMapPtr = std::shared_ptr<const BrowserIdMap>;
+    using PCInfoMapPtr = std::shared_ptr<const PCInfoMap>;
+
+    BrowserIdMapPtr LoadBrowserIds();
+    BrowserIdMap FetchBrowserIds(const XServerAccess& server) const;
+    PCInfoMapPtr LoadPCInfos(bool newRelations);
     static PCInfoMap MakePCInfos(const BrowserIdMap& browserIds, bool newRelations);
-    BrowserIdMap HeldBrowserIds() const;
-    XCritDataCFC<PCInfoMap>& Generation(bool newRelations) noexcept
+    XSharedLoaded<PCInfoMap>& Generation(bool newRelations) noexcept
     {
         return newRelations ? m_mapPCinfoNew : m_mapPCinfo;
     }
 
     const XLXConfigFactoryCacheManager& m_manager;
-    XFilledFlag m_browserIdsFilled;
-    XFillMutex m_browserIdFill{XLockLevel::BrowserIdFill};
-    mutable XCritDataCFC<BrowserIdMap> m_mapBrowserid{XLockLevel::BrowserIds};
-    XFilledFlag m_pcInfosFilled;
-    XFillMutex m_pcInfoFill{XLockLevel::PCInfoFill};
-    XCritDataCFC<PCInfoMap> m_mapPCinfo{XLockLevel::PCInfos};
-    XCritDataCFC<PCInfoMap> m_mapPCinfoNew{XLockLevel::PCInfosNew};
+    XSharedLoaded<BrowserIdMap> m_mapBrowserid{XLockLevel::BrowserIds};
+    XSharedLoaded<PCInfoMap> m_mapPCinfo{XLockLevel::PCInfos};
+    XSharedLoaded<PCInfoMap> m_mapPCinfoNew{XLockLevel::PCInfosNew};
 };
 
 #endif

@@ -11,131 +11,107 @@ constexpr ULONG SpecBatch = 500;
 constexpr int MemberPropertyId = 0;
 } // namespace
 
-HRESULT XGlobalSpecs::InternalFillGlobalFormatSpecCache()
+XGlobalSpecs::Specs XGlobalSpecs::InternalFillGlobalFormatSpecCache()
 {
-    if (m_lGlobalFormatSpecsFilled.IsFilled())
+    auto specs = m_setGlobalAttributeFormatSpecCache.Fresh();
+    if (!specs)
     {
-        return S_OK;
+        const XServerAccess server = m_manager.Access("InternalFillGlobalFormatSpecCache");
+        const auto former = m_setGlobalAttributeFormatSpecCache.Held();
+        std::exception_ptr failure;
+        specs = m_setGlobalAttributeFormatSpecCache.Load({server.clock, XAspect::Specs},
+                                                         [&] { return Fetch(server, failure); });
+        if (specs != former && former)
+        {
+            for (const Spec& spec : *former)
+            {
+                spec->Detach(); // they are replaced: who needs the newest asks again
+            }
+        }
+        if (failure)
+        {
+            std::rethrow_exception(failure);
+        }
     }
-    const auto factory = m_manager.ConfigFactory("InternalFillGlobalFormatSpecCache");
-    const XFillGuard fill(m_fill);
-    if (fill.Reentered() || m_lGlobalFormatSpecsFilled.IsFilled())
-    {
-        return S_OK;
-    }
-    const std::uint64_t noted = m_lGlobalFormatSpecsFilled.Note();
+    return specs ? *specs : Specs();
+}
+
+std::shared_ptr<const XGlobalSpecs::Specs> XGlobalSpecs::Fetch(const XServerAccess& server,
+                                                               std::exception_ptr& failure) const
+{
+    const LXErrorLocation at = LXManagerAt("InternalFillGlobalFormatSpecCache");
+    auto fresh = std::make_shared<Specs>();
     XLXComPtr<ILXGlobalAttributeFormatSpecEnum> serverSpecs;
-    LXServerCall("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs");
-    const HRESULT result = factory->GetAllGlobalAttributeFormatSpecs(serverSpecs.Put());
-    if (FAILED(result))
+    const HRESULT result = LXAsk("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", serverSpecs,
+                                 LXNoResult::PointerError, OLESTR("global attribute format specs"), at,
+                                 [&](ILXGlobalAttributeFormatSpecEnum** out) {
+                                     return server.configFactory->GetAllGlobalAttributeFormatSpecs(out);
+                                 });
+    XLXError::RaiseIfFailed(result, OLESTR("the server failed to list its global attribute format specs"), at);
+    if (result != S_OK)
     {
-        (void)serverSpecs.Detach();
-        return result;
+        return fresh;
     }
-    if (result != S_FALSE)
-    {
-        XLXError::CheckPointer(serverSpecs.Get(), OLESTR("global attribute format specs"),
-                               LXManagerAt("InternalFillGlobalFormatSpecCache"));
-    }
-    Specs fresh;
     try
     {
-        if (result != S_FALSE)
-        {
-            TakeAll(*serverSpecs, fresh);
-        }
+        TakeAll(*serverSpecs, server.clock, *fresh);
     }
     catch (const XLXException&)
     {
-        Keep(fresh, noted);
-        throw;
+        failure = std::current_exception();
     }
-    Keep(fresh, noted);
-    return result == S_FALSE ? S_FALSE : S_OK;
-}
-
-// Puts the specs that were gathered in the place of the former ones, which the caller destroys.
-void XGlobalSpecs::Keep(Specs& fresh, std::uint64_t noted)
-{
-    const XCritProxy<Specs> specs(m_setGlobalAttributeFormatSpecCache);
-    specs->swap(fresh);
-    m_lGlobalFormatSpecsFilled.SetFilled(noted);
+    return fresh;
 }
 
 // What could not be fetched or wrapped stays missing until a notification comes.
-void XGlobalSpecs::TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, Specs& fresh) const
+void XGlobalSpecs::TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, const XClockPtr& clock, Specs& fresh) const
 {
     const LXErrorLocation at = LXManagerAt("InternalFillGlobalFormatSpecCache");
     LXForEachOf<SpecBatch, ILXGlobalAttributeFormatSpec>(
         serverSpecs, "ILXGlobalAttributeFormatSpecEnum::RemNext", at,
         [&](XLXComPtr<ILXGlobalAttributeFormatSpec>&& spec) {
-            fresh.push_back(LXCFCTOOLS::Make<XLXGlobalAttributeFormatSpecCache>(std::move(spec), at));
+            fresh.push_back(LXCFCTOOLS::Make<XLXGlobalAttributeFormatSpecCache>(std::move(spec), clock, at));
         });
 }
 
-XGlobalSpecs::Specs XGlobalSpecs::All() const
+// The ids that can be had without asking the server decide: of a removed spec it may know nothing any more. When none is
+// the one that was removed, one whose values are unread may be, and the set is read again.
+void XGlobalSpecs::Drop(const XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id)
 {
-    // Exclusive, though it only reads: the lock is held for copying pointers.
-    const XCritProxy<Specs> specs(m_setGlobalAttributeFormatSpecCache);
-    return *specs;
-}
-
-void XGlobalSpecs::Drop(const XLXGlobalAttributeFormatSpecCache& spec)
-{
+    const auto isIt = [&](const Spec& other) {
+        const auto text = other->Peek(MemberPropertyId).AsText();
+        return other.Get() == spec || (text && *text == id);
+    };
     Spec dropped;
-    {
-        const XCritProxy<Specs> specs(m_setGlobalAttributeFormatSpecCache);
-        const auto found = std::find_if(specs->begin(), specs->end(),
-                                        [&spec](const Spec& other) { return other.Get() == &spec; });
-        if (found != specs->end())
+    m_setGlobalAttributeFormatSpecCache.Change([&](const Specs& specs, bool& isWhole) {
+        auto changed = std::make_shared<Specs>(specs);
+        const auto found = std::find_if(changed->begin(), changed->end(), isIt);
+        isWhole = found != changed->end();
+        if (isWhole)
         {
-            dropped.Swap(*found);
-            specs->erase(found);
+            dropped = *found;
+            changed->erase(found);
         }
-    }
+        return changed;
+    });
     if (dropped)
     {
         dropped->Terminate();
     }
 }
 
-void XGlobalSpecs::DropById(XLXTextView id)
+void XGlobalSpecs::Begin(const XClockPtr& clock)
 {
-    for (const Spec& spec : All())
-    {
-        const auto value = spec->TryRead(MemberPropertyId);
-        const auto text = value ? value->AsText() : std::nullopt;
-        if (text && *text == id)
-        {
-            Drop(*spec);
-            return;
-        }
-    }
+    m_setGlobalAttributeFormatSpecCache.Begin({clock, XAspect::Specs});
 }
 
-HRESULT XGlobalSpecs::Notify(const XChangeNotification& notification) const
+void XGlobalSpecs::TerminateAndClear(const XClockPtr& clock)
 {
-    for (const Spec& spec : All())
+    if (const auto dropped = m_setGlobalAttributeFormatSpecCache.End({clock, XAspect::Specs}))
     {
-        const HRESULT result = spec->Notify(notification);
-        if (result != S_OK)
+        for (const Spec& spec : *dropped)
         {
-            return result;
+            spec->Terminate();
         }
-    }
-    return S_OK;
-}
-
-void XGlobalSpecs::TerminateAndClear()
-{
-    Specs dropped;
-    m_lGlobalFormatSpecsFilled.Invalidate();
-    {
-        const XCritProxy<Specs> specs(m_setGlobalAttributeFormatSpecCache);
-        specs->swap(dropped);
-    }
-    for (const Spec& spec : dropped)
-    {
-        spec->Terminate();
     }
 }

@@ -2,14 +2,16 @@
 //
 // The manager's global attribute format specs.
 //
-// Threading  Any thread may call. The set's lock is held for copying and changing the pointers alone; specs
-// are
-//            read, notified and terminated without it.
+// Threading  Any thread may call. The set's lock is held for copying and changing the pointers alone; specs are read and
+//            terminated without it.
 #ifndef XGLOBALSPECS_H
 #define XGLOBALSPECS_H
 
 #include "LXGlobalAttributeFormatSpecCache.h"
-#include "XFillMutex.h"
+#include "XConnection.h"
+#include "XLoaded.h"
+
+#include <exception>
 
 class XLXConfigFactoryCacheManager;
 
@@ -22,30 +24,26 @@ public:
     /// @param manager  outlives the specs
     explicit XGlobalSpecs(const XLXConfigFactoryCacheManager& manager) noexcept : m_manager(manager) {}
 
-    /// Reads the specs from the server unless they are there. S_FALSE: the server says that it has none, and
-    /// is not asked again. An enumeration that fails on the way leaves what came before as the whole.
-    HRESULT InternalFillGlobalFormatSpecCache();
-    /// The specs, in the server's order.
-    Specs All() const;
+    /// The specs in the server's order, read from the server unless they are there; none when the server says that it
+    /// has none, which is kept. An enumeration that fails on the way is raised once, and leaves what came before as
+    /// the whole.
+    Specs InternalFillGlobalFormatSpecCache();
 
-    /// Drops a spec that the server has removed, if it is there.
-    void Drop(const XLXGlobalAttributeFormatSpecCache& spec);
-    /// Drops the first spec of that id.
-    void DropById(XLXTextView id);
+    /// Drops a spec that the server has removed: this object, and whichever has that id. What is being read from the
+    /// server at the moment is older.
+    void Drop(const XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id);
 
-    HRESULT Notify(const XChangeNotification& notification) const;
-    /// Makes the next question ask the server. Waits for nobody.
-    void Invalidate() noexcept { m_lGlobalFormatSpecsFilled.Invalidate(); }
-    void TerminateAndClear();
+    /// From now on answers of the connection with that clock are kept.
+    void Begin(const XClockPtr& clock);
+    /// Terminates the specs of a connection, and keeps nothing more.
+    void TerminateAndClear(const XClockPtr& clock);
 
 private:
-    void TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, Specs& fresh) const;
-    void Keep(Specs& fresh, std::uint64_t noted);
+    std::shared_ptr<const Specs> Fetch(const XServerAccess& server, std::exception_ptr& failure) const;
+    void TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, const XClockPtr& clock, Specs& fresh) const;
 
     const XLXConfigFactoryCacheManager& m_manager;
-    XFilledFlag m_lGlobalFormatSpecsFilled;
-    XFillMutex m_fill{XLockLevel::GlobalSpecFill};
-    mutable XCritDataCFC<Specs> m_setGlobalAttributeFormatSpecCache{XLockLevel::GlobalSpecs};
+    XSharedLoaded<Specs> m_setGlobalAttributeFormatSpecCache{XLockLevel::GlobalSpecs};
 };
 
 #endif

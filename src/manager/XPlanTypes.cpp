@@ -57,12 +57,8 @@ Objects MasterSets(ILX_Query& query)
     }
     if (SUCCEEDED(result))
     {
-        LXServerCall("ILX_Query::GetSearchResult");
-        result = query.GetSearchResult(found.Put());
-        if (FAILED(result))
-        {
-            (void)found.Detach();
-        }
+        result = LXAsk("ILX_Query::GetSearchResult", found, LXNoResult::Nothing, {}, At(),
+                       [&](IEnumBaseDataObject** out) { return query.GetSearchResult(out); });
     }
     if (SUCCEEDED(result) && found)
     {
@@ -75,13 +71,18 @@ Objects MasterSets(ILX_Query& query)
 
 bool XPlanTypes::IsPlanType(XLXTextView typeName)
 {
-    return Loaded()->contains(XCFGStringKey(typeName));
+    const MapPtr map = Loaded();
+    return map && map->contains(XCFGStringKey(typeName));
 }
 
 std::vector<XRelationHost::PlanTypeRelation> XPlanTypes::RelationsOf(XLXTextView typeName)
 {
     std::vector<XRelationHost::PlanTypeRelation> relations;
     const MapPtr map = Loaded();
+    if (!map)
+    {
+        return relations;
+    }
     if (const auto found = map->find(XCFGStringKey(typeName)); found != map->end())
     {
         for (const XLXText& child : found->second.allowed)
@@ -92,44 +93,28 @@ std::vector<XRelationHost::PlanTypeRelation> XPlanTypes::RelationsOf(XLXTextView
     return relations;
 }
 
-XPlanTypes::MapPtr XPlanTypes::Held()
-{
-    const XCritReadProxy<MapPtr> map(m_mapPlantype);
-    return *map;
-}
-
-// An answer that a notification overtook is given to the one who asked, and not kept.
+/// Null: there are none.
 XPlanTypes::MapPtr XPlanTypes::Loaded()
 {
-    if (m_bPlantypeMapFilled.IsFilled())
+    if (MapPtr fresh = m_mapPlantype.Fresh())
     {
-        return Held();
+        return fresh;
     }
-    const XFillGuard fill(m_fill);
-    if (fill.Reentered() || m_bPlantypeMapFilled.IsFilled())
+    const XServerAccess server = m_manager.TryAccess();
+    if (!server.query)
     {
-        return Held();
+        return nullptr;
     }
-    const std::uint64_t noted = m_bPlantypeMapFilled.Note();
-    auto fresh = std::make_shared<Map>();
-    const auto query = m_manager.Query();
-    if (query)
+    try
     {
-        try
-        {
-            *fresh = Fetch(*query);
-        }
-        catch (const XLXException&)
-        {
-            XLXError::LogFailure(OLESTR("InternalGetPlantypeRelations failed"), At(), [] { throw; });
-            return fresh;
-        }
-        MapPtr map = fresh;
-        const XCritProxy<MapPtr> held(m_mapPlantype);
-        held->swap(map);
-        m_bPlantypeMapFilled.SetFilled(noted);
+        return m_mapPlantype.Load({server.clock, XAspect::PlanTypes},
+                                  [&] { return std::make_shared<const Map>(Fetch(*server.query)); });
     }
-    return fresh;
+    catch (const XLXException&)
+    {
+        XLXError::LogFailure(OLESTR("InternalGetPlantypeRelations failed"), At(), [] { throw; });
+        return nullptr;
+    }
 }
 
 XPlanTypes::Map XPlanTypes::Fetch(ILX_Query& query)
@@ -172,8 +157,12 @@ void XPlanTypes::AddPlanType(ILX_BaseDataObject& object, Map& map)
     }
 }
 
-void XPlanTypes::Clear()
+void XPlanTypes::Begin(const XClockPtr& clock)
 {
-    Invalidate();
-    m_mapPlantype.Set(std::make_shared<const Map>());
+    m_mapPlantype.Begin({clock, XAspect::PlanTypes});
+}
+
+void XPlanTypes::End(const XClockPtr& clock)
+{
+    const MapPtr former = m_mapPlantype.End({clock, XAspect::PlanTypes});
 }

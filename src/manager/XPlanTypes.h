@@ -3,17 +3,13 @@
 // The plan types: types of the plans of the object database, with the types allowed below each. They are
 // objects of the database, found with the query object.
 //
-// Threading  Any thread may ask. The query object is used by one thread at a time. What is in use never
-// changes. Errors     A failing query is written to the logbook, and there are no plan types then; the next
-// question
-//            asks again.
+// Threading  Any thread may ask. The query object is used by one thread at a time. What is in use never changes.
+// Errors     A failing query is written to the logbook, and there are no plan types then; the next question asks again.
 #ifndef XPLANTYPES_H
 #define XPLANTYPES_H
 
-#include "XBasicCritSection.h"
 #include "XCFGStringKey.h"
-#include "XFillMutex.h"
-#include "XFilledFlag.h"
+#include "XLoaded.h"
 #include "XRelationHost.h"
 
 #include <map>
@@ -30,9 +26,10 @@ public:
     /// The relations from a plan type to the types allowed below it; none for any other type.
     std::vector<XRelationHost::PlanTypeRelation> RelationsOf(XLXTextView typeName);
 
-    /// Makes the next question ask the server. Waits for nobody.
-    void Invalidate() noexcept { m_bPlantypeMapFilled.Invalidate(); }
-    void Clear();
+    /// From now on answers of the connection with that clock are kept.
+    void Begin(const XClockPtr& clock);
+    /// Forgets the plan types, and keeps nothing more, unless they are of another connection.
+    void End(const XClockPtr& clock);
 
 private:
     struct PlanType
@@ -44,14 +41,11 @@ private:
     using MapPtr = std::shared_ptr<const Map>;
 
     MapPtr Loaded();
-    MapPtr Held();
     static Map Fetch(ILX_Query& query);
     static void AddPlanType(ILX_BaseDataObject& object, Map& map);
 
     const XLXConfigFactoryCacheManager& m_manager;
-    XFilledFlag m_bPlantypeMapFilled;
-    XFillMutex m_fill{XLockLevel::PlanTypeFill};
-    XCritDataCFC<MapPtr> m_mapPlantype{XLockLevel::PlanTypes, std::make_shared<const Map>()};
+    XSharedLoaded<Map> m_mapPlantype{XLockLevel::PlanTypes};
 };
 
 #endif

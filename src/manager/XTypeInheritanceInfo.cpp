@@ -107,32 +107,32 @@ void XTypeInheritanceInfo::LinkBases(const std::vector<XTypeMap::Entry>& types, 
     }
 }
 
-XTypeInheritanceInfo::InfoPtr XTypeInheritanceInfo::Current()
+XTypeInheritanceInfo::XTypeInheritanceInfo(const XTypeMap& types) : m_types(types)
 {
-    const std::uint64_t version = m_types.Version();
-    {
-        const XCritReadProxy<InfoPtr> held(m_info);
-        if (*held != nullptr && (*held)->m_version == version)
-        {
-            return *held;
-        }
-    }
+    m_info.Begin({&types});
+}
+
+XTypeInheritanceInfo::InfoPtr XTypeInheritanceInfo::Of(const std::vector<XTypeMap::Entry>& types)
+{
     auto made = std::make_shared<Info>();
-    made->m_version = version; // read before the types: what changes meanwhile makes it stale
-    LinkBases(m_types.Types(), *made);
+    LinkBases(types, *made);
     for (const auto& [type, base] : made->m_baseOf)
     {
         made->AddTypeToInheritanceInfo(type, base);
     }
-    InfoPtr info = made;
-    {
-        const XCritProxy<InfoPtr> held(m_info);
-        held->swap(info); // the old one goes when the lock is given back
-    }
     return made;
+}
+
+XTypeInheritanceInfo::InfoPtr XTypeInheritanceInfo::Current()
+{
+    if (InfoPtr fresh = m_info.Fresh())
+    {
+        return fresh;
+    }
+    return m_info.Load({&m_types}, [&] { return Of(m_types.Types()); });
 }
 
 void XTypeInheritanceInfo::Clear()
 {
-    m_info.Set(nullptr);
+    const InfoPtr former = m_info.Clear();
 }

@@ -2,9 +2,8 @@
 //
 // Which type derives from which, taken from the types in the type map and their links.
 //
-// Threading  Any thread may ask. The information is made anew, with no lock held, when the types changed
-// since
-//            it was made; whoever asks meanwhile makes its own. What is in use never changes.
+// Threading  Any thread may ask. The information is made anew, with no lock held, when the types changed since it was
+//            made. What is in use never changes.
 #ifndef XTYPEINHERITANCEINFO_H
 #define XTYPEINHERITANCEINFO_H
 
@@ -15,7 +14,7 @@
 class XTypeInheritanceInfo
 {
 public:
-    explicit XTypeInheritanceInfo(const XTypeMap& types) noexcept : m_types(types) {}
+    explicit XTypeInheritanceInfo(const XTypeMap& types);
 
     /// What is known at one moment.
     class Info
@@ -33,7 +32,6 @@ public:
         friend class XTypeInheritanceInfo;
         void AddTypeToInheritanceInfo(const XCFGStringKey& type, const XCFGStringKey& base);
 
-        std::uint64_t m_version = 0;
         std::map<XCFGStringKey, XCFGStringKey> m_baseOf; ///< every known type; the null key: no base
         std::map<XCFGStringKey, std::set<XCFGStringKey>> m_derived; ///< by direct base
     };
@@ -41,13 +39,24 @@ public:
 
     /// The information about the types as they are now.
     InfoPtr Current();
+    /// The information about these types.
+    static InfoPtr Of(const std::vector<XTypeMap::Entry>& types);
     void Clear();
 
 private:
     static void LinkBases(const std::vector<XTypeMap::Entry>& types, Info& info);
 
+    /// The type map's version is the time.
+    struct Time
+    {
+        const XTypeMap* types = nullptr;
+
+        std::uint64_t Now() const noexcept { return types != nullptr ? types->Version() : 1; }
+        bool IsSame(const Time& other) const noexcept { return types == other.types; }
+    };
+
     const XTypeMap& m_types;
-    XCritDataCFC<InfoPtr> m_info{XLockLevel::Inheritance};
+    XBasicLoaded<Info, Time, XSharedGuarded<XPublished<Info, Time>>> m_info{XLockLevel::Inheritance};
 };
 
 #endif

@@ -1,65 +1,86 @@
 // SPDX-License-Identifier: MIT
 #include "XTypeMap.h"
 
-XTypeMap::Found XTypeMap::Find(XLXTextView name, XLXComPtr<XLXTypeCache>& type) const
+bool XTypeMap::IsFresh(const Known& known, std::uint64_t own) noexcept
 {
-    const XCritLFReadProxy<Known> types(m_mapType);
-    XLXTypeCache* const* const found = types->index.Find({name});
-    if (found == nullptr)
-    {
-        return Found::Nothing;
-    }
-    type = *found;
-    return type ? Found::Type : Found::NoType;
+    return known.clock && known.stamp == XStamp{known.clock->Now(XAspect::TypeMap), own};
 }
 
-/// A type that is about to enter the map, with an object made for it beforehand.
+bool XTypeMap::IsFresh() const
+{
+    const XCritLFReadProxy<Known> known(m_mapType);
+    return IsFresh(*known, m_own.Now());
+}
+
+// A null pointer in the index is a negative answer, or one that was forgotten: that is rare, and looked up in the map.
+XTypeMap::Answer XTypeMap::Find(XLXTextView name) const
+{
+    Answer answer;
+    const XCritLFReadProxy<Known> known(m_mapType);
+    answer.isFresh = IsFresh(*known, m_own.Now());
+    XLXTypeCache* const* const found = known->index.Find({name});
+    if (found == nullptr)
+    {
+        return answer;
+    }
+    answer.type = *found;
+    if (answer.type)
+    {
+        answer.found = Found::Type;
+    }
+    else if (known->map.contains(XCFGStringKey(name)))
+    {
+        answer.found = Found::NoType;
+    }
+    return answer;
+}
+
+XTypeMap::Note XTypeMap::TakeNote(const XClockPtr& clock) const
+{
+    const XMoment moment = clock->Copy();
+    return {{moment.At(XAspect::TypeMap), m_own.Now()}, clock, std::make_shared<const XMoment>(moment)};
+}
+
+/// A type that is about to enter the map.
 struct XTypeMap::Change
 {
     XCFGStringKey key;
-    XTypeLoad load;
-    XLXComPtr<XLXTypeCache> made;
+    XLXText name;
+    XLXText baseName;
+    XLXComPtr<XLXTypeCache> made; ///< null: the map has the type already
 };
 
-XLXComPtr<XLXTypeCache> XTypeMap::MakeType() const
+bool XTypeMap::Enter(std::vector<XTypeLoad>& loads, const Note& noted, bool isWhole)
 {
-    const auto type = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, LXManagerAt("AddToTypeCache"));
-    type->SetModeSupplier(m_mode);
-    return type;
-}
-
-void XTypeMap::Enter(std::vector<XTypeLoad> loads, std::uint64_t noted, std::optional<std::uint64_t> filled)
-{
-    std::vector<Change> changes;
-    changes.reserve(loads.size());
-    for (XTypeLoad& load : loads)
+    for (const XTypeLoad& load : loads)
     {
         if (load.name.empty())
         {
             XLXError::Raise(E_INVALIDARG, OLESTR("typename for CFC type cache entry must not be empty"),
                             LXManagerAt("AddToTypeCache"));
         }
-        XLXComPtr<XLXTypeCache> known;
-        XLXComPtr<XLXTypeCache> made;
-        if (Find(load.name, known) != Found::Type)
-        {
-            made = MakeType();
-        }
-        XCFGStringKey key(load.name);
-        changes.push_back({std::move(key), std::move(load), std::move(made)});
     }
-    XRetired retired; // these two die after the lock is given back
+    XRetired retired; // these three go after the locks
+    std::vector<Change> changes;
     std::vector<XLXText> messages;
     {
-        const XCritProxy<Known> types(m_mapType);
-        // A notification that comes to the manager from here on waits for this lock before it walks the
-        // types, and so sees all of them.
-        Apply(*types, changes, noted, retired);
-        LinkBases(types->map, retired, messages);
-        m_version.fetch_add(1);
-        if (filled)
+        const std::lock_guard<XLeafMutex> entering(m_entering);
+        if (!IsOf(noted.clock))
         {
-            m_lTypeMapFilled.SetFilled(*filled);
+            return false;
+        }
+        changes = PrepareChanges(loads, noted, retired);
+        const XCritProxy<Known> known(m_mapType);
+        Apply(*known, changes);
+        if (isWhole)
+        {
+            ForgetNegative(*known, 0);
+        }
+        LinkBases(known->map, retired, messages);
+        m_version.fetch_add(1);
+        if (isWhole && !noted.stamp.IsOlderThan(known->stamp))
+        {
+            known->stamp = noted.stamp;
         }
     }
     for (const XLXText& message : messages)
@@ -67,33 +88,74 @@ void XTypeMap::Enter(std::vector<XTypeLoad> loads, std::uint64_t noted, std::opt
         XLXError::WriteErrorToLogBook(E_FAIL, XLXError::SeverityError, message,
                                       LXManagerAt("CreateTypeCache"));
     }
+    return true;
 }
 
-void XTypeMap::Apply(Known& known, std::vector<Change>& changes, std::uint64_t noted, XRetired& retired)
+std::vector<XTypeMap::Change> XTypeMap::PrepareChanges(std::vector<XTypeLoad>& loads, const Note& noted,
+                                                       XRetired& retired)
+{
+    std::vector<Change> changes;
+    changes.reserve(loads.size());
+    for (XTypeLoad& load : loads)
+    {
+        XLXComPtr<XLXTypeCache> type = Find(load.name).type;
+        XLXComPtr<XLXTypeCache> made;
+        if (!type)
+        {
+            made = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, noted.clock, LXManagerAt("AddToTypeCache"));
+            made->SetModeSupplier(m_mode);
+            type = made;
+        }
+        type->TakeTypeRecord(std::move(load.server), std::move(load.values), std::move(load.components), load.mode,
+                             noted.moment, retired);
+        type->SetFlags(load.listed, load.searchable);
+        XCFGStringKey key(load.name);
+        changes.push_back({std::move(key), std::move(load.name), std::move(load.baseName), std::move(made)});
+    }
+    return changes;
+}
+
+void XTypeMap::Apply(Known& known, std::vector<Change>& changes)
 {
     for (Change& change : changes)
     {
         Entry& entry = known.map[change.key];
-        if (!entry.type)
+        if (change.made)
         {
-            entry.type = change.made ? std::move(change.made) : MakeType();
+            entry.type.Swap(change.made); // of two records of one name the last counts
         }
-        // Noted before the epoch is looked at: what comes straight to the type afterwards makes the notes
-        // old.
-        const XLXTypeCache::Notes notes = entry.type->TakeNotes();
-        const bool fresh = m_epoch.Note() == noted;
-        XTypeLoad& load = change.load;
-        known.index.Set({load.name}, entry.type.Get());
-        entry.name = std::move(load.name);
-        entry.baseName = std::move(load.baseName);
-        entry.type->SetFlags(load.listed, load.searchable);
-        entry.type->MarkLoaded();
-        entry.type->SetTypeProperties(std::move(load.server), std::move(load.values),
-                                      fresh ? &notes : nullptr, retired);
-        if (fresh && load.mode != 0)
+        known.index.Set({change.name}, entry.type.Get());
+        entry.name = std::move(change.name);
+        entry.baseName = std::move(change.baseName);
+    }
+}
+
+/// Forgets the oldest negative answers until no more than that many are left.
+void XTypeMap::ForgetNegative(Known& known, std::size_t most)
+{
+    while (known.negative.size() > most)
+    {
+        const auto entry = known.map.find(known.negative.front());
+        if (entry != known.map.end() && !entry->second.type)
         {
-            entry.type->DeliverComponents(std::move(load.components), load.mode, notes, retired);
+            known.map.erase(entry);
+            ++known.forgotten;
         }
+        known.negative.pop_front();
+    }
+    if (known.forgotten <= MostNegativeAnswers && most != 0)
+    {
+        return;
+    }
+    if (known.forgotten != 0)
+    {
+        XNameIndex<XLXTypeCache*> index; // without the names that were forgotten
+        for (const auto& [key, entry] : known.map)
+        {
+            index.Set({entry.name}, entry.type.Get());
+        }
+        known.index.Swap(index);
+        known.forgotten = 0;
     }
 }
 
@@ -150,24 +212,30 @@ XTypeMap::Entry* XTypeMap::BaseOf(Map& map, const Entry& entry, std::vector<XLXT
     return nullptr;
 }
 
-void XTypeMap::EnterNegative(XLXTextView name, std::uint64_t noted)
+void XTypeMap::EnterNegative(XLXTextView name, const Note& noted)
 {
     XCFGStringKey key(name);
+    XCFGStringKey listed(name);
     Entry entry;
     entry.name = name;
-    const XCritProxy<Known> types(m_mapType);
-    if (m_epoch.Note() == noted)
+    const XCritProxy<Known> known(m_mapType);
+    const bool isCurrent = known->clock && known->clock == noted.clock &&
+                           noted.stamp == XStamp{known->clock->Now(XAspect::TypeMap), m_own.Now()};
+    if (!isCurrent || known->map.contains(key))
     {
-        const auto entered = types->map.try_emplace(std::move(key), std::move(entry)).first;
-        types->index.Set({name}, entered->second.type.Get());
+        return;
     }
+    known->index.Set({name}, nullptr);
+    known->negative.push_back(std::move(listed));
+    known->map.emplace(std::move(key), std::move(entry));
+    ForgetNegative(*known, MostNegativeAnswers);
 }
 
 std::vector<XTypeMap::Entry> XTypeMap::Types() const
 {
     std::vector<Entry> all;
-    const XCritReadProxy<Known> types(m_mapType);
-    for (const auto& [key, entry] : types->map)
+    const XCritReadProxy<Known> known(m_mapType);
+    for (const auto& [key, entry] : known->map)
     {
         if (entry.type)
         {
@@ -177,33 +245,38 @@ std::vector<XTypeMap::Entry> XTypeMap::Types() const
     return all;
 }
 
-// The receivers only clear flags and raise generations, so they may be called under the lock.
-HRESULT XTypeMap::Notify(const XChangeNotification& notification) const
+bool XTypeMap::IsOf(const XClockPtr& clock) const
 {
-    const XCritReadProxy<Known> types(m_mapType);
-    for (const auto& [key, entry] : types->map)
-    {
-        const HRESULT result = entry.type ? entry.type->Notify(notification) : S_OK;
-        if (result != S_OK)
-        {
-            return result;
-        }
-    }
-    return S_OK;
+    const XCritReadProxy<Known> known(m_mapType);
+    return known->clock && known->clock == clock;
 }
 
-void XTypeMap::TerminateAndClear()
+void XTypeMap::Begin(const XClockPtr& clock)
 {
-    Map dropped;
-    XNameIndex<XLXTypeCache*> index;
-    m_lTypeMapFilled.Invalidate();
+    Known fresh;
+    fresh.clock = clock;
+    const std::lock_guard<XLeafMutex> entering(m_entering);
+    m_own.Advance();
+    const XCritProxy<Known> known(m_mapType);
+    std::swap(*known, fresh);
+    m_version.fetch_add(1);
+}
+
+void XTypeMap::TerminateAndClear(const XClockPtr& clock)
+{
+    Known dropped;
     {
-        const XCritProxy<Known> types(m_mapType);
-        types->map.swap(dropped);
-        types->index.Swap(index);
+        const std::lock_guard<XLeafMutex> entering(m_entering);
+        const XCritProxy<Known> known(m_mapType);
+        if (!(known->clock == clock))
+        {
+            return;
+        }
+        m_own.Advance();
+        std::swap(*known, dropped);
         m_version.fetch_add(1);
     }
-    for (auto& [key, entry] : dropped)
+    for (auto& [key, entry] : dropped.map)
     {
         if (entry.type)
         {

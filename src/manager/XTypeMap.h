@@ -4,13 +4,18 @@
 #ifndef XTYPEMAP_H
 #define XTYPEMAP_H
 
+#include "XLoaded.h"
 #include "XNameIndex.h"
-#include "XNotificationEpoch.h"
 #include "XTypeLoad.h"
+
+#include <deque>
 
 class XTypeMap
 {
 public:
+    /// Names that the server has no type of; of more the oldest are forgotten.
+    static constexpr std::size_t MostNegativeAnswers = 10000;
+
     /// How far a type is while all types are linked to their bases.
     enum class Link : std::uint8_t
     {
@@ -27,9 +32,7 @@ public:
     };
     using Map = std::map<XCFGStringKey, Entry>;
 
-    XTypeMap(std::shared_ptr<const XTransferModeSupplier> mode, const XNotificationEpoch& epoch)
-        : m_mode(std::move(mode)), m_epoch(epoch)
-    {}
+    explicit XTypeMap(std::shared_ptr<const XTransferModeSupplier> mode) : m_mode(std::move(mode)) {}
 
     enum class Found
     {
@@ -37,32 +40,45 @@ public:
         NoType,  ///< the server has no such type
         Type
     };
-    Found Find(XLXTextView name, XLXComPtr<XLXTypeCache>& type) const;
+    struct Answer
+    {
+        bool isFresh = false; ///< the map holds what the server has
+        Found found = Found::Nothing;
+        XLXComPtr<XLXTypeCache> type;
+    };
+    Answer Find(XLXTextView name) const;
+    bool IsFresh() const;
 
-    /// Enters types: a type that the map has already is refreshed in place, all others are added; then every
-    /// type is linked to its base. Objects are made and old ones destroyed with no lock held.
-    /// @param noted  the epoch noted before the server was asked: what a notification overtook is entered,
-    /// and is then
-    ///               asked for again when it is read
-    /// @param filled the filled flag's note when this is the whole map, which then counts as filled
-    void Enter(std::vector<XTypeLoad> loads, std::uint64_t noted, std::optional<std::uint64_t> filled);
+    /// What is noted before the server is asked.
+    struct Note
+    {
+        XStamp stamp;
+        XClockPtr clock;
+        std::shared_ptr<const XMoment> moment;
+    };
+    Note TakeNote(const XClockPtr& clock) const;
 
-    /// Notes that the server has no type of that name, unless the map knows better.
-    void EnterNegative(XLXTextView name, std::uint64_t noted);
+    /// Enters types: a type that the map has already is refreshed in place, all others are added; then every type is
+    /// linked to its base. Objects are made and refreshed without the map's lock, and server objects are released with
+    /// no lock held.
+    /// @param isWhole  these are all types of the server: the map is fresh then, and forgets negative answers
+    /// @return false: the connection of the note is over, and nothing was entered
+    bool Enter(std::vector<XTypeLoad>& loads, const Note& noted, bool isWhole);
+
+    /// Notes that the server has no type of that name, unless the map knows better or a notification came.
+    void EnterNegative(XLXTextView name, const Note& noted);
 
     /// All types, in key order.
     std::vector<Entry> Types() const;
     /// Changes whenever the types or their links may have changed.
     std::uint64_t Version() const noexcept { return m_version.load(); }
 
-    /// Offers a notification to every type, in key order; ends at the first answer other than S_OK.
-    HRESULT Notify(const XChangeNotification& notification) const;
-
-    XFilledFlag& Filled() noexcept { return m_lTypeMapFilled; }
     XFillMutex& FillMutex() noexcept { return m_fill; }
 
-    /// Terminates every type and empties the map.
-    void TerminateAndClear();
+    /// From now on answers of the connection with that clock are entered.
+    void Begin(const XClockPtr& clock);
+    /// Terminates every type, empties the map, and enters nothing more, unless the map is of another connection.
+    void TerminateAndClear(const XClockPtr& clock);
 
 private:
     /// The map, and the way that look-ups take. A null pointer in the index is a negative answer.
@@ -70,19 +86,29 @@ private:
     {
         Map map;
         XNameIndex<XLXTypeCache*> index;
+        std::deque<XCFGStringKey> negative; ///< the oldest first
+        std::size_t forgotten = 0;          ///< names that are still in the index
+        XStamp stamp;
+        XClockPtr clock; ///< of the connection; null: there is none
     };
     struct Change;
-    void Apply(Known& known, std::vector<Change>& changes, std::uint64_t noted, XRetired& retired);
+    static bool IsFresh(const Known& known, std::uint64_t own) noexcept;
+    std::vector<Change> PrepareChanges(std::vector<XTypeLoad>& loads, const Note& noted, XRetired& retired);
+    static void Apply(Known& known, std::vector<Change>& changes);
+    static void ForgetNegative(Known& known, std::size_t most);
     static void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages);
     static Entry* BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages);
-    XLXComPtr<XLXTypeCache> MakeType() const;
+    bool IsOf(const XClockPtr& clock) const;
 
     std::shared_ptr<const XTransferModeSupplier> m_mode;
-    const XNotificationEpoch& m_epoch;
-    XFilledFlag m_lTypeMapFilled;
-    XFillMutex m_fill{XLockLevel::TypeMapFill};
-    std::atomic<std::uint64_t> m_version{1}; // raised under the map's write lock
+    XOwnCount m_own;
+    XFillMutex m_fill;
+    XLeafMutex m_entering{XLockLevel::TypeEntry}; // one bulk answer enters at a time
+    std::atomic<std::uint64_t> m_version{1};      // raised under the map's write lock
     mutable XCritDataCFC<Known> m_mapType{XLockLevel::TypeMap};
 };
+
+/// The type map to answer from: the manager's, or one made for an answer that arrived after its connection was over.
+using XTypeMapPtr = std::shared_ptr<const XTypeMap>;
 
 #endif

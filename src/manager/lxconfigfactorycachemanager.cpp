@@ -16,7 +16,10 @@ XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager()
 {
     m_selfLink.Clear();
     XLXTransientPC::Disown(*this);
-    EmptyCaches();
+    if (m_connection)
+    {
+        EmptyCaches(m_connection->clock);
+    }
     m_transferMode->Set(0); // types that outlive the manager deliver what they are asked for and no more
     delete m_pImpl.load();
     XModuleCount::Unlock();
@@ -80,23 +83,35 @@ bool XLXConfigFactoryCacheManager::TryAddRef() noexcept
     return count != 0;
 }
 
-XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactory(const char* method) const
+std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Connection() const noexcept
 {
-    auto factory = Copy(&ServerReferences::configFactory);
-    XLXError::CheckPointer(factory.Get(), OLESTR("m_pConfigFactory"), LXManagerAt(method));
-    return factory;
+    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    return m_connection;
 }
 
-XLXComPtr<ILXConfigFactoryEx> XLXConfigFactoryCacheManager::ConfigFactoryEx(const char* method) const
+XServerAccess XLXConfigFactoryCacheManager::TryAccess() const noexcept
 {
-    auto factory = Copy(&ServerReferences::configFactoryEx);
-    XLXError::CheckPointer(factory.Get(), OLESTR("m_pConfigFactoryEx"), LXManagerAt(method));
-    return factory;
+    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    return m_connection ? XServerAccess{m_connection->configFactory, m_connection->configFactoryEx,
+                                        m_connection->query, m_connection->clock}
+                        : XServerAccess{};
 }
 
-XLXComPtr<ILX_Query> XLXConfigFactoryCacheManager::Query() const
+XServerAccess XLXConfigFactoryCacheManager::Access(const char* method) const
 {
-    return Copy(&ServerReferences::query);
+    XServerAccess access = TryAccess();
+    XLXError::CheckPointer(access.configFactory.Get(), OLESTR("m_pConfigFactory"), LXManagerAt(method));
+    return access;
+}
+
+XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactoryOf(const XClockPtr& clock,
+                                                                         const char* method) const
+{
+    const XServerAccess access = TryAccess();
+    const bool isSame = access.clock == clock;
+    XLXError::CheckPointer(isSame ? access.configFactory.Get() : nullptr, OLESTR("m_pConfigFactory"),
+                           LXManagerAt(method));
+    return access.configFactory;
 }
 
 HRESULT XLXConfigFactoryCacheManager::SetInvalid()
@@ -177,9 +192,10 @@ HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalA
     return XLXError::Guarded(LXManagerAt("CreateGlobalAttributeFormatSpec"), [&] {
         LXEmptyOut(ppSpec);
         const auto factory = ConfigFactory("CreateGlobalAttributeFormatSpec");
-        LXServerCall("ILXConfigFactory::CreateGlobalAttributeFormatSpec");
-        return LXPassedOn(factory->CreateGlobalAttributeFormatSpec(ppSpec), ppSpec,
-                          LXManagerAt("CreateGlobalAttributeFormatSpec"));
+        return LXPassOn("ILXConfigFactory::CreateGlobalAttributeFormatSpec", ppSpec,
+                        LXManagerAt("CreateGlobalAttributeFormatSpec"), [&](ILXGlobalAttributeFormatSpec** out) {
+                            return factory->CreateGlobalAttributeFormatSpec(out);
+                        });
     });
 }
 
@@ -191,9 +207,11 @@ HRESULT XLXConfigFactoryCacheManager::GetTransientAttribute(ILXAttribute** ppAtt
 
 HRESULT XLXConfigFactoryCacheManager::SetCallbackId(LONG lClientId)
 {
-    m_lClientId.Lock();
-    m_lClientId = lClientId;
-    m_lClientId.Unlock();
+    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    if (m_connection)
+    {
+        m_connection->clientId = lClientId;
+    }
     return S_OK;
 }
 

@@ -3,16 +3,15 @@
 // XLXConfigFactoryCacheManager: the one creatable object of the component. One class with six faces; its
 // state sits in small classes of its own, its definitions in one file per concern.
 //
-// Ownership  The manager holds the server's interfaces and its own callback face between initialisation and
-// Terminate;
-//            without Terminate the server's reference to the callback keeps it alive.
-// Threading  Any thread may call. Server pointers are copied out under a leaf mutex and called with no lock
-// held;
-//            notifications wait for no fill and no initialisation.
+// Ownership  Between initialisation and Terminate the manager has a connection, which holds the server's interfaces and
+//            the manager's own callback face; without Terminate the server's reference to the callback keeps it alive.
+// Threading  Any thread may call. What is needed of the connection is copied out under a leaf mutex, and called with no
+//            lock held; notifications wait for no fill and no initialisation.
 #ifndef LXCONFIGFACTORYCACHEMANAGER_H
 #define LXCONFIGFACTORYCACHEMANAGER_H
 
 #include "XBrowserRegistry.h"
+#include "XConnection.h"
 #include "XGlobalSpecs.h"
 #include "XModuleCount.h"
 #include "XPlanTypes.h"
@@ -184,18 +183,19 @@ public:
 
     // For the strategies, the relation manager and the registries
 
+    /// What a question takes of the connection; raises E_POINTER when there is none.
+    XServerAccess Access(const char* method) const;
+    /// The same; empty when there is no connection.
+    XServerAccess TryAccess() const noexcept;
     /// The server's config factory; raises E_POINTER when there is none.
-    XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const override;
-    XLXComPtr<ILXConfigFactoryEx> ConfigFactoryEx(const char* method) const;
-    /// The server's query object, or null.
-    XLXComPtr<ILX_Query> Query() const;
+    XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const { return Access(method).configFactory; }
     XTypeMap& Types() noexcept { return m_types; }
     XTransferModeSupplier& TransferMode() noexcept { return *m_transferMode; }
-    const XNotificationEpoch& NotificationEpoch() const noexcept override { return m_epoch; }
+    /// Enters types of the server. Returns the map to answer from.
+    XTypeMapPtr EnterTypes(std::vector<XTypeLoad>& loads, const XTypeMap::Note& noted, bool isWhole);
 
-    /// The browser id of exactly that name; S_OK and null when there is none.
-    HRESULT InternalGetBrowserId(XLXTextView name, ILXBrowserId** ppBrowserId);
     // XRelationHost
+    XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr& clock, const char* method) const override;
     HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) override;
     HRESULT InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations) override;
     std::vector<PlanTypeRelation> InternalGetPlantypeRelations(XLXTextView parentType) override;
@@ -203,8 +203,9 @@ public:
     const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept override { return m_selfLink; }
     bool TryAddRef() noexcept override;
 
-    /// Fills the type map unless it is filled. S_FALSE: the server has nothing.
-    HRESULT InternalFillTypeMap();
+    /// Reads all types unless they are fresh. S_FALSE: the server has nothing.
+    /// @param types  receives the map to answer from
+    HRESULT InternalFillTypeMap(XTypeMapPtr& types);
     /// The single entry for one type by name.
     HRESULT InternalLoadType(XLXTextView name, ILXType** ppType);
     /// Whether AttachHostObjects was never called in this process.
@@ -214,17 +215,6 @@ public:
     }
 
 private:
-    struct ServerReferences
-    {
-        XLXComPtr<ILXConfigFactory> configFactory;
-        XLXComPtr<ILXConfigFactoryEx> configFactoryEx;
-        XLXComPtr<ILX_Query> query;
-        XLXComPtr<ILXDataUpdate> dataUpdate;
-        XLXComPtr<ILXCallbackUpdate> registeredCallback;
-        XLXComPtr<IXCfgCacheCallback> separateCallback;
-        XLXComPtr<IUnknown> hostObjectA;
-        XLXComPtr<IUnknown> hostObjectB;
-    };
     struct ClientArguments;
 
     template <class Impl>
@@ -233,25 +223,19 @@ private:
     void CheckMode() const;
     HRESULT Init(ILXConfigFactory* factory, ILX_Query* query, ILXDataUpdate* update, bool clientMode,
                  bool separateCallback);
-    void RegisterCallback(ILXDataUpdate* update, bool separateCallback);
+    class Registration;
+    void RegisterCallback(XConnection& connection, ILXDataUpdate* update, bool separateCallback);
     XLXComPtr<ILXCallbackUpdate> ChooseCallback(bool separate,
                                                 XLXComPtr<IXCfgCacheCallback>& separateCallback);
-    void CreateRelationManager();
-    void EmptyCaches() noexcept;
-    ServerReferences TakeServerReferences() noexcept;
-    template <class T>
-    XLXComPtr<T> Copy(XLXComPtr<T> ServerReferences::*member) const noexcept
-    {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
-        return m_server.*member;
-    }
+    void Unregister(XConnection& connection) noexcept;
+    void CreateRelationManager(XConnection& connection);
+    std::shared_ptr<XConnection> Connection() const noexcept;
+    void BeginCaches(const XClockPtr& clock);
+    void EmptyCaches(const XClockPtr& clock) noexcept;
 
     void ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count, tagLXUpdateInfo* info,
                          HRESULT& result);
-    HRESULT OfferToReceivers(const XDataId& id, LONG mode, const XChangeNotification& notification);
-    void ClearFilledFlags(const XDataId& id, LONG mode) noexcept;
-    bool IsRepeated(ULONG notificationId) const noexcept;
-    void RecordHandled(ULONG notificationId) noexcept;
+    bool RecordHandled(XConnection& connection, ULONG notificationId) const noexcept;
 
     HRESULT EnumerateTypes(const char* method, bool searchableOnly, ILXTypeEnum** ppEnum);
     HRESULT LoadTypesByNames(const std::vector<XLXText>& names, LONG mode);
@@ -271,21 +255,20 @@ private:
 
     XLiveObject m_live;
     std::atomic<ULONG> m_references{0};
-    XCritLong m_lClientId;
     std::shared_ptr<XTransferModeSupplier> m_transferMode = std::make_shared<XTransferModeSupplier>();
-    XNotificationEpoch m_epoch;
-    XTypeMap m_types{m_transferMode, m_epoch};
+    XTypeMap m_types{m_transferMode};
     XTypeInheritanceInfo m_inheritance{m_types};
     XBrowserRegistry m_browsers{*this};
     XPlanTypes m_planTypes{*this};
     XGlobalSpecs m_globalSpecs{*this};
     XWeakLink<XPCInfoRegistry> m_selfLink = XWeakLink<XPCInfoRegistry>::To(this);
 
-    XFillMutex m_init{XLockLevel::Init}; // Init and Terminate, one at a time; never taken by notifications
-    mutable XLeafMutex m_mutex;          // guards the next three
-    ServerReferences m_server;
-    std::shared_ptr<XLXPCBaseMng> m_pPCPartCacheMng;
-    std::optional<ULONG> m_lLastNotificationId; // none until a notification was handled
+    XFillMutex m_init; // Init and Terminate, one at a time; never taken by notifications
+
+    mutable XLeafMutex m_mutex; // guards the next three, and what the connection refers to
+    std::shared_ptr<XConnection> m_connection;
+    XLXComPtr<IUnknown> m_pHostObjectA;
+    XLXComPtr<IUnknown> m_pHostObjectB;
 
     std::atomic<XLXCFCMngImpl*> m_pImpl{nullptr}; // installed once
     std::atomic<bool> m_bNoNotifications{false};

@@ -6,8 +6,9 @@
 
 XTypeInheritanceInfo::InfoPtr XLXConfigFactoryCacheManager::Inheritance(const char* method)
 {
-    XLXError::RaiseIfFailed(InternalFillTypeMap(), OLESTR("the types cannot be loaded"), LXManagerAt(method));
-    return m_inheritance.Current();
+    XTypeMapPtr types;
+    XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"), LXManagerAt(method));
+    return types.get() == &m_types ? m_inheritance.Current() : XTypeInheritanceInfo::Of(types->Types());
 }
 
 std::vector<XLXText> XLXConfigFactoryCacheManager::BaseTypeNames(XLXTextView typeName)

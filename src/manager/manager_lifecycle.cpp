@@ -162,8 +162,8 @@ HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values)
         }
         InstallImpl<XLXCFCMngImplClient>();
         {
-            const XFillGuard init(m_init, XFillGuard::NoWaitInsideFills());
-            if (!Copy(&ServerReferences::configFactory))
+            const XFill init(m_init, &m_init, XFillKind::Lifecycle);
+            if (!Connection())
             {
                 m_bNoNotifications.store(arguments.noNotifications);
             }
@@ -173,37 +173,76 @@ HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values)
     });
 }
 
+/// Takes the callback's registration back unless the initialisation succeeds: nobody calls Terminate on a manager that
+/// did not initialise, and the server's reference to the callback keeps the manager alive.
+class XLXConfigFactoryCacheManager::Registration
+{
+public:
+    Registration(XLXConfigFactoryCacheManager& manager, XConnection& connection) noexcept
+        : m_manager(manager), m_connection(connection)
+    {}
+    Registration(const Registration&) = delete;
+    Registration& operator=(const Registration&) = delete;
+    ~Registration()
+    {
+        if (!m_kept)
+        {
+            m_manager.Unregister(m_connection);
+        }
+    }
+    void Keep() noexcept { m_kept = true; }
+
+private:
+    XLXConfigFactoryCacheManager& m_manager;
+    XConnection& m_connection;
+    bool m_kept = false;
+};
+
 HRESULT XLXConfigFactoryCacheManager::Init(ILXConfigFactory* factory, ILX_Query* query, ILXDataUpdate* update,
                                            bool clientMode, bool separateCallback)
 {
-    const XFillGuard init(m_init, XFillGuard::NoWaitInsideFills());
+    const XFill init(m_init, &m_init, XFillKind::Lifecycle);
     if (!m_bNoNotifications.load())
     {
         XLXError::CheckPointer(update, OLESTR("pDataUpdate"), LXManagerAt("Init"));
     }
-    if (init.Reentered() || Copy(&ServerReferences::configFactory))
+    if (init.IsReentered() || init.IsBusyElsewhere() || Connection())
     {
         return S_OK; // initialised already, or just being
     }
     XLXError::CheckPointer(factory, OLESTR("pConfigFactory"), LXManagerAt("Init"));
-    auto factoryEx = XLXComPtr<ILXConfigFactory>(factory).As<ILXConfigFactoryEx>();
+    const auto connection = std::make_shared<XConnection>();
+    connection->configFactory = factory;
+    connection->configFactoryEx = connection->configFactory.As<ILXConfigFactoryEx>();
+    connection->query = query;
+    BeginCaches(connection->clock);
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        m_server.configFactory = factory; // null before, so nothing is released here
-        m_server.configFactoryEx = factoryEx;
-        m_server.query = query;
+        m_connection = connection; // null before, so nothing is released here
     }
-    XLXError::CheckPointer(factoryEx.Get(), OLESTR("m_pConfigFactoryEx"), LXManagerAt("Init"));
+    XLXError::CheckPointer(connection->configFactoryEx.Get(), OLESTR("m_pConfigFactoryEx"), LXManagerAt("Init"));
+    Registration registration(*this, *connection);
     if (!m_bNoNotifications.load())
     {
-        RegisterCallback(update, clientMode && separateCallback);
+        RegisterCallback(*connection, update, clientMode && separateCallback);
     }
-    const HRESULT filled = InternalFillTypeMap();
+    XTypeMapPtr types;
+    const HRESULT filled = InternalFillTypeMap(types);
     if (filled == S_OK)
     {
-        CreateRelationManager();
+        CreateRelationManager(*connection);
     }
+    registration.Keep();
     return filled;
+}
+
+// The caches take answers of the new connection before anybody can ask through it.
+void XLXConfigFactoryCacheManager::BeginCaches(const XClockPtr& clock)
+{
+    m_types.Begin(clock);
+    m_browsers.Begin(clock);
+    m_globalSpecs.Begin(clock);
+    m_planTypes.Begin(clock);
 }
 
 XLXComPtr<ILXCallbackUpdate>
@@ -226,49 +265,75 @@ XLXConfigFactoryCacheManager::ChooseCallback(bool separate, XLXComPtr<IXCfgCache
     return callback;
 }
 
-// The callback holds the manager, so a registration that fails half-way must let go of it again: nobody calls
-// Terminate on a manager that did not initialise.
-void XLXConfigFactoryCacheManager::RegisterCallback(ILXDataUpdate* update, bool separateCallback)
+void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILXDataUpdate* update,
+                                                    bool separateCallback)
 {
     const LXErrorLocation at = LXManagerAt("Init");
     const XLXComBSTR computer = LXComputerName(OLESTR("GetComputerName failed"), at);
     XLXComPtr<IXCfgCacheCallback> separate;
-    const XLXComPtr<ILXCallbackUpdate> callback = ChooseCallback(separateCallback, separate);
+    XLXComPtr<ILXCallbackUpdate> callback = ChooseCallback(separateCallback, separate);
 
     LONG clientId = 0;
     LXServerCall("ILXDataUpdate::RegisterCallback");
     HRESULT result =
         update->RegisterCallback(computer.Get(), GetCurrentProcessId(), callback.Get(), &clientId);
     XLXError::RaiseIfFailed(result, OLESTR("RegisterCallback()"), at);
-    result = SetCallbackId(clientId);
+    bool isOver = false;
+    {
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        isOver = connection.over;
+        connection.clientId = clientId;
+        connection.dataUpdate = update;
+        connection.registeredCallback.Swap(callback);
+        connection.separateCallback.Swap(separate);
+    }
     for (const auto* dataType : {OLESTR("cfc"), OLESTR("cfc_specific")})
     {
-        if (SUCCEEDED(result))
+        if (SUCCEEDED(result) && !isOver)
         {
             LXServerCall("ILXDataUpdate::EnableAdvicesDataType");
             result = update->EnableAdvicesDataType(clientId, XLXComBSTR(dataType).Get(), 1, AdvicesDesired);
         }
     }
-    if (FAILED(result))
+    XLXError::RaiseIfFailed(result, OLESTR("RegisterCallback()"), at);
+}
+
+// Takes the registration first, so that it is taken back once, whoever comes.
+void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept
+{
+    XLXComPtr<ILXDataUpdate> update;
+    XLXComPtr<ILXCallbackUpdate> callback;
+    XLXComPtr<IXCfgCacheCallback> separate;
+    LONG clientId = 0;
     {
-        LXServerCall("ILXDataUpdate::UnregisterCallback");
-        update->UnregisterCallback(clientId);
-        XLXError::Raise(result, OLESTR("RegisterCallback()"), at);
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        connection.dataUpdate.Swap(update);
+        connection.registeredCallback.Swap(callback);
+        connection.separateCallback.Swap(separate);
+        clientId = connection.clientId;
     }
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
-    m_server.dataUpdate = update;
-    m_server.registeredCallback = callback;
-    m_server.separateCallback = separate;
+    // The server may wait in UnregisterCallback for notifications that are under way: nothing is held here.
+    if (update)
+    {
+        const LXErrorLocation at = LXManagerAt("Terminate");
+        XLXError::LogFailure(OLESTR("m_pDataUpdate->UnregisterCallback failed"), at, [&] {
+            LXServerCall("ILXDataUpdate::UnregisterCallback");
+            XLXError::RaiseIfFailed(update->UnregisterCallback(clientId), OLESTR(""), at);
+        });
+    }
 }
 
 // A relation manager that cannot load is logged and kept: its questions answer what there is.
-void XLXConfigFactoryCacheManager::CreateRelationManager()
+void XLXConfigFactoryCacheManager::CreateRelationManager(XConnection& connection)
 {
-    auto relations = std::make_shared<XLXPCPartCacheMng>(*this);
-    std::shared_ptr<XLXPCBaseMng> former = relations; // one that is left goes with no lock held
+    const auto relations = std::make_shared<XLXPCPartCacheMng>(*this, connection.clock);
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        m_pPCPartCacheMng.swap(former);
+        if (connection.over)
+        {
+            return;
+        }
+        connection.relations = relations;
     }
     XLXError::LogFailure(OLESTR("InternalFillParentChildMap failed"), LXManagerAt("Init"), [&] {
         XLXError::RaiseIfFailed(relations->InternalFillParentChildMap(), OLESTR(""), LXManagerAt("Init"));
@@ -281,67 +346,63 @@ HRESULT XLXConfigFactoryCacheManager::AttachHostObjects(IUnknown* pHostObjectA, 
     XLXComPtr<IUnknown> b(pHostObjectB);
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        m_server.hostObjectA.Swap(a);
-        m_server.hostObjectB.Swap(b);
+        m_pHostObjectA.Swap(a);
+        m_pHostObjectB.Swap(b);
     }
     s_hostObjectsAttached.store(true, std::memory_order_relaxed);
     return S_OK;
 }
 
-XLXConfigFactoryCacheManager::ServerReferences XLXConfigFactoryCacheManager::TakeServerReferences() noexcept
-{
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
-    m_lLastNotificationId.reset();
-    return std::exchange(m_server, ServerReferences{});
-}
-
 // Each step goes on when the one before failed; every container is emptied under its lock and its objects are
-// terminated outside it.
-void XLXConfigFactoryCacheManager::EmptyCaches() noexcept
+// terminated outside it. What belongs to another connection stays.
+void XLXConfigFactoryCacheManager::EmptyCaches(const XClockPtr& clock) noexcept
 {
     const LXErrorLocation at = LXManagerAt("Terminate");
     XLXError::LogFailure(OLESTR("CFCTools::MapTerminate m_mapBrowserid failed"), at,
-                         [&] { m_browsers.TerminateBrowserIds(); });
+                         [&] { m_browsers.TerminateBrowserIds(clock); });
     XLXError::LogFailure(OLESTR("CFCTools::MapTerminate m_mapPCinfo failed"), at,
-                         [&] { m_browsers.TerminatePCInfos(false); });
+                         [&] { m_browsers.TerminatePCInfos(clock, false); });
     XLXError::LogFailure(OLESTR("CFCTools::MapTerminate m_mapPCinfoNew failed"), at,
-                         [&] { m_browsers.TerminatePCInfos(true); });
+                         [&] { m_browsers.TerminatePCInfos(clock, true); });
     XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapType failed"), at,
-                         [&] { m_types.TerminateAndClear(); });
+                         [&] { m_types.TerminateAndClear(clock); });
     XLXError::LogFailure(OLESTR("clearing the type inheritance information failed"), at,
                          [&] { m_inheritance.Clear(); });
     XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_setGlobalAttributeFormatSpecCache failed"),
-                         at, [&] { m_globalSpecs.TerminateAndClear(); });
-    XLXError::LogFailure(OLESTR("clearing the plan types failed"), at, [&] { m_planTypes.Clear(); });
+                         at, [&] { m_globalSpecs.TerminateAndClear(clock); });
+    XLXError::LogFailure(OLESTR("clearing the plan types failed"), at, [&] { m_planTypes.End(clock); });
 }
 
+// The connection ends first: what arrives from then on is entered nowhere. A server may end the cache from inside a
+// call: that does not wait for who initialises meanwhile.
 HRESULT XLXConfigFactoryCacheManager::Terminate()
 {
-    const LXErrorLocation at = LXManagerAt("Terminate");
-    return XLXError::Guarded(at, [&]() -> HRESULT {
+    return XLXError::Guarded(LXManagerAt("Terminate"), [&]() -> HRESULT {
+        std::shared_ptr<XConnection> ended;
         std::shared_ptr<XLXPCBaseMng> relations;
-        ServerReferences server;
+        XLXComPtr<IUnknown> a;
+        XLXComPtr<IUnknown> b;
         {
-            // A server may end the cache from inside a call: that does not wait for who initialises
-            // meanwhile.
-            const XFillGuard init(m_init, XFillGuard::NoWaitInsideFills());
-            EmptyCaches();
-            server = TakeServerReferences();
-            // Together, since the server may initialise the cache anew from inside UnregisterCallback.
-            const std::lock_guard<XLeafMutex> lock(m_mutex);
-            relations.swap(m_pPCPartCacheMng);
+            const XFill init(m_init, &m_init, XFillKind::Lifecycle);
+            {
+                const std::lock_guard<XLeafMutex> lock(m_mutex);
+                ended.swap(m_connection);
+                m_pHostObjectA.Swap(a);
+                m_pHostObjectB.Swap(b);
+                if (ended)
+                {
+                    ended->over = true;
+                    ended->relations.swap(relations);
+                }
+            }
+            if (ended)
+            {
+                EmptyCaches(ended->clock);
+            }
         }
-        // The server may wait in UnregisterCallback for notifications that are under way: nothing is held
-        // here.
-        if (server.dataUpdate && !m_bNoNotifications.load())
+        if (ended)
         {
-            XLXError::LogFailure(OLESTR("m_pDataUpdate->UnregisterCallback failed"), at, [&] {
-                m_lClientId.Lock();
-                const LONG clientId = m_lClientId;
-                m_lClientId.Unlock();
-                LXServerCall("ILXDataUpdate::UnregisterCallback");
-                XLXError::RaiseIfFailed(server.dataUpdate->UnregisterCallback(clientId), OLESTR(""), at);
-            });
+            Unregister(*ended);
         }
         return S_OK;
     });

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the manager does with a change notification. Nothing is reloaded here and nobody is waited for: flags
-// are cleared and generations raised, and the next read asks the server.
+// What the manager does with a change notification: it advances the numbers of the connection's clock that the
+// notification concerns. Nothing that is cached is touched, and nobody is waited for; the next read asks the server.
 #include "lxconfigfactorycachemanager.h"
 
 namespace
@@ -35,8 +35,6 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
         {
             return S_OK;
         }
-        const XInvalidationLog::Scope scope;
-        const XLXTextView dataId = LXBstrView(bstrDataID);
         if (LXBstrView(bstrDataTyp) != SpecificDataType)
         {
             HRESULT forwarded = S_OK;
@@ -47,31 +45,31 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
                 return forwarded;
             }
         }
-        if (IsRepeated(ulNotificationId))
+        std::shared_ptr<XConnection> connection;
         {
-            return S_OK;
+            const std::lock_guard<XLeafMutex> lock(m_mutex);
+            connection = m_connection;
+            if (connection && connection->lastNotificationId == ulNotificationId)
+            {
+                return S_OK; // handled already
+            }
         }
         const XLXCFCMngImpl* const impl = m_pImpl.load();
         XLXError::CheckPointer(impl, OLESTR("m_pImpl"), LXManagerAt("DataObjectChanged"));
 
-        const XDataId id = XDataId::Parse(dataId);
+        const XDataId id = XDataId::Parse(LXBstrView(bstrDataID));
         const XLXTextView kind = id.hasKind ? id.kindText : XLXTextView();
         const LONG mode = impl->TranslateUpdateFlags(kind, id.mode);
         TraceUpdate(bstrDataID, mode, kind, kind);
-
-        XChangeNotification notification{id, bstrDataTyp};
-        if (id.complete)
+        if (connection)
         {
-            notification.id.mode = mode;
+            const XAspectSet concerned = XNotificationRule::Concerned(id, mode);
+            connection->clock->Advance(concerned);
+            LXTraceInvalidated(concerned);
         }
-        m_epoch.Advance(); // before anything is invalidated: see XTypeMap::Enter
-        ClearFilledFlags(id, mode);
-        const HRESULT result = OfferToReceivers(id, mode, notification);
-        if (result == S_OK)
-        {
-            RecordHandled(ulNotificationId);
-        }
-        return result;
+        XLXError::CheckPointer(connection && RecordHandled(*connection, ulNotificationId) ? this : nullptr,
+                               OLESTR("m_pPCPartCacheMng"), LXManagerAt("DataObjectChanged"));
+        return S_OK;
     });
 }
 
@@ -89,60 +87,15 @@ void XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType, U
     }
 }
 
-void XLXConfigFactoryCacheManager::ClearFilledFlags(const XDataId& id, LONG mode) noexcept
-{
-    const LXDataIdKind kind = id.hasKind ? id.kind : LXDataIdKind::Other;
-    const bool types =
-        (kind == LXDataIdKind::Objects && LXModeConcerns(mode, LXUM_EVERYTHING | LXUM_TYPES)) ||
-        kind == LXDataIdKind::Searchable;
-    if (types)
-    {
-        m_types.Filled().Invalidate();
-        XInvalidationLog::Add("XLXConfigFactoryCacheManager", "type map");
-    }
-    if (kind == LXDataIdKind::Objects &&
-        LXModeConcerns(mode, LXUM_EVERYTHING | LXUM_GLOBALFORMATSPECS | LXUM_FORMATS))
-    {
-        m_globalSpecs.Invalidate();
-        XInvalidationLog::Add("XLXConfigFactoryCacheManager", "global format specs");
-    }
-    if ((kind == LXDataIdKind::ParentChild || kind == LXDataIdKind::Objects) &&
-        LXModeConcerns(mode, LXUM_EVERYTHING | LXUM_TYPES | LXUM_PARENTCHILD))
-    {
-        m_planTypes.Invalidate();
-        XInvalidationLog::Add("XLXConfigFactoryCacheManager", "plan types");
-    }
-}
-
-// The first answer other than S_OK ends the walk. A notification that comes while the manager is being
-// initialised has no relation manager to go to; what there is has been invalidated by then.
-HRESULT XLXConfigFactoryCacheManager::OfferToReceivers(const XDataId& id, LONG,
-                                                       const XChangeNotification& notification)
-{
-    const bool relationsOnly = id.hasKind && id.kind == LXDataIdKind::ParentChild &&
-                               LXBstrView(notification.dataType) == SpecificDataType;
-    if (!relationsOnly)
-    {
-        if (const HRESULT result = m_types.Notify(notification); result != S_OK)
-        {
-            return result;
-        }
-    }
-    const auto relations = RelationManager();
-    XLXError::CheckPointer(relations.get(), OLESTR("m_pPCPartCacheMng"), LXManagerAt("DataObjectChanged"));
-    HRESULT result = relations->DataObjectChanged(notification);
-    result = result == S_OK ? m_browsers.Notify(notification) : result;
-    return result == S_OK ? m_globalSpecs.Notify(notification) : result;
-}
-
-bool XLXConfigFactoryCacheManager::IsRepeated(ULONG notificationId) const noexcept
+// In the connection that the notification came to: a late one records nothing in the next. False: nobody answers for
+// relations, so the notification does not count as handled.
+bool XLXConfigFactoryCacheManager::RecordHandled(XConnection& connection, ULONG notificationId) const noexcept
 {
     const std::lock_guard<XLeafMutex> lock(m_mutex);
-    return m_lLastNotificationId == notificationId;
-}
-
-void XLXConfigFactoryCacheManager::RecordHandled(ULONG notificationId) noexcept
-{
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
-    m_lLastNotificationId = notificationId;
+    if (!connection.relations)
+    {
+        return false;
+    }
+    connection.lastNotificationId = notificationId;
+    return true;
 }

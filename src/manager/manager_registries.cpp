@@ -35,14 +35,6 @@ HRESULT XLXConfigFactoryCacheManager::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::InternalGetBrowserId(XLXTextView name, ILXBrowserId** ppBrowserId)
-{
-    XLXError::CheckPointer(ppBrowserId, OLESTR("ppBrowserId"), LXManagerAt("InternalGetBrowserId"));
-    *ppBrowserId = nullptr;
-    *ppBrowserId = m_browsers.BrowserId(name).Detach();
-    return S_OK;
-}
-
 HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations)
 {
     XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), LXManagerAt("InternalGetPCInfoEnum"));
@@ -87,13 +79,8 @@ XLXConfigFactoryCacheManager::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttribut
     return XLXError::Guarded(at, [&]() -> HRESULT {
         XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), at);
         *ppEnum = nullptr;
-        const HRESULT filled = m_globalSpecs.InternalFillGlobalFormatSpecCache();
-        if (filled != S_OK)
-        {
-            return filled;
-        }
         std::vector<XLXComPtr<ILXGlobalAttributeFormatSpec>> items;
-        for (const auto& spec : m_globalSpecs.All())
+        for (const auto& spec : m_globalSpecs.InternalFillGlobalFormatSpecCache())
         {
             items.emplace_back(spec);
         }
@@ -124,7 +111,8 @@ HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(
         const HRESULT result = RemoveOnServer(*factory, id);
         if (SUCCEEDED(result))
         {
-            m_globalSpecs.Drop(*spec);
+            m_globalSpecs.Drop(spec.Get(), id);
+            spec->Terminate();
         }
         return result;
     });
@@ -142,7 +130,7 @@ HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpecByID(BSTR b
         {
             return result;
         }
-        m_globalSpecs.DropById(id);
+        m_globalSpecs.Drop(nullptr, id);
         return S_OK;
     });
 }

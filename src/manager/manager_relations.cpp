@@ -6,7 +6,7 @@
 std::shared_ptr<XLXPCBaseMng> XLXConfigFactoryCacheManager::RelationManager() const
 {
     const std::lock_guard<XLeafMutex> lock(m_mutex);
-    return m_pPCPartCacheMng;
+    return m_connection ? m_connection->relations : nullptr;
 }
 
 template <class Question>

@@ -34,33 +34,55 @@ HRESULT XLXConfigFactoryCacheManager::InternalLoadType(XLXTextView name, ILXType
         return S_FALSE;
     }
     XLXError::CheckPointer(ppType, OLESTR("ppType"), LXManagerAt("InternalLoadType"));
-    XLXError::RaiseIfFailed(InternalFillTypeMap(), OLESTR("the types cannot be loaded"),
-                            LXManagerAt("InternalLoadType"));
-    XLXComPtr<XLXTypeCache> type;
-    if (m_types.Find(name, type) == XTypeMap::Found::Nothing)
+    XTypeMap::Answer answer = m_types.Find(name);
+    if (!answer.isFresh)
+    {
+        XTypeMapPtr types;
+        XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"),
+                                LXManagerAt("InternalLoadType"));
+        answer = types->Find(name);
+    }
+    if (answer.found == XTypeMap::Found::Nothing)
     {
         XLXCFCMngImpl* const impl = m_pImpl.load();
         XLXError::CheckPointer(impl, OLESTR("m_pImpl"), LXManagerAt("FetchType"));
-        impl->FetchType(name, type);
+        impl->FetchType(name, answer.type);
     }
-    *ppType = type.Detach();
+    *ppType = answer.type.Detach();
     return *ppType != nullptr ? S_OK : S_FALSE;
 }
 
-HRESULT XLXConfigFactoryCacheManager::InternalFillTypeMap()
+HRESULT XLXConfigFactoryCacheManager::InternalFillTypeMap(XTypeMapPtr& types)
 {
-    if (m_types.Filled().IsFilled())
+    types = XTypeMapPtr(XTypeMapPtr(), &m_types);
+    if (m_types.IsFresh())
     {
         return S_OK;
     }
     XLXCFCMngImpl* const impl = m_pImpl.load();
     XLXError::CheckPointer(impl, OLESTR("m_pImpl"), LXManagerAt("InternalFillTypeMap"));
-    const XFillGuard fill(m_types.FillMutex());
-    if (fill.Reentered() || m_types.Filled().IsFilled())
+    const XFill fill(m_types.FillMutex(), &m_types);
+    if (fill.IsReentered() || m_types.IsFresh())
     {
         return S_OK; // a server that asks back while it is being asked gets what is there
     }
-    return impl->FillTypeCache() ? S_OK : S_FALSE;
+    const XTypeMapPtr filled = impl->FillTypeCache();
+    types = filled ? filled : types;
+    return filled ? S_OK : S_FALSE;
+}
+
+// An answer that arrives after its connection is over is given to whoever asked, and entered nowhere.
+XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(std::vector<XTypeLoad>& loads, const XTypeMap::Note& noted,
+                                                     bool isWhole)
+{
+    if (m_types.Enter(loads, noted, isWhole))
+    {
+        return XTypeMapPtr(XTypeMapPtr(), &m_types);
+    }
+    const auto apart = std::make_shared<XTypeMap>(m_transferMode);
+    apart->Begin(noted.clock);
+    apart->Enter(loads, noted, isWhole);
+    return apart;
 }
 
 HRESULT XLXConfigFactoryCacheManager::GetTypeEnum(BSTR, ILXTypeEnum** ppEnum)
@@ -79,10 +101,11 @@ HRESULT XLXConfigFactoryCacheManager::EnumerateTypes(const char* method, bool se
     return XLXError::Guarded(LXManagerAt(method), [&] {
         XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), LXManagerAt(method));
         *ppEnum = nullptr;
-        XLXError::RaiseIfFailed(InternalFillTypeMap(), OLESTR("the types cannot be loaded"),
+        XTypeMapPtr types;
+        XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"),
                                 LXManagerAt(method));
         std::vector<XLXComPtr<ILXType>> items;
-        for (const XTypeMap::Entry& entry : m_types.Types())
+        for (const XTypeMap::Entry& entry : types->Types())
         {
             if (entry.type->IsListed() && (!searchableOnly || entry.type->IsSearchable()))
             {
@@ -141,16 +164,18 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(const std::vector<XLXText
 {
     const LXErrorLocation at = LXManagerAt("LoadTypesByNames");
     const XLXSafeArray wanted = NameArray(names, at);
-    const auto factory = ConfigFactoryEx("LoadTypesByNames");
-    const std::uint64_t noted = m_epoch.Note();
+    const XServerAccess server = Access("LoadTypesByNames");
+    const auto factory = server.Bulk("LoadTypesByNames");
+    const XTypeMap::Note noted = m_types.TakeNote(server.clock);
     XLXSafeArray array;
-    LXServerCall("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx");
-    const HRESULT result = factory->GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, array.Put());
+    const HRESULT result =
+        LXAsk("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", array, LXNoResult::Nothing, {}, at,
+              [&](SAFEARRAY** out) { return factory->GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out); });
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be loaded by name"), at);
     if (result == S_OK)
     {
-        XLXError::CheckPointer(array.Get(), OLESTR("type array"), at);
-        m_types.Enter(LXDecodeTypes(std::move(array), mode), noted, std::nullopt);
+        auto loads = LXDecodeTypes(std::move(array), mode);
+        EnterTypes(loads, noted, false);
     }
     for (const XLXText& name : names)
     {
@@ -168,17 +193,17 @@ HRESULT XLXConfigFactoryCacheManager::AddType(ILXType** ppType)
     return XLXError::Guarded(LXManagerAt("AddType"), [&]() -> HRESULT {
         XLXError::CheckPointer(ppType, OLESTR("ppType"), LXManagerAt("AddType"));
         *ppType = nullptr;
-        const auto factory = ConfigFactory("AddType");
+        const XServerAccess access = Access("AddType");
         XLXComPtr<ILXType> server;
-        LXServerCall("ILXConfigFactory::AddType");
-        const HRESULT result = factory->AddType(server.Put());
+        const HRESULT result =
+            LXAsk("ILXConfigFactory::AddType", server, LXNoResult::PointerError, OLESTR("object of the server"),
+                  LXManagerAt("AddType"), [&](ILXType** out) { return access.configFactory->AddType(out); });
         if (FAILED(result))
         {
-            (void)server.Detach();
             return result;
         }
         XLXError::CheckPointer(server.Get(), OLESTR("object of the server"), LXManagerAt("AddType"));
-        const auto type = LXCFCTOOLS::Make<XLXTypeCache>(server, LXManagerAt("AddType"));
+        const auto type = LXCFCTOOLS::Make<XLXTypeCache>(server, access.clock, LXManagerAt("AddType"));
         type->SetModeSupplier(m_transferMode);
         *ppType = type.Get();
         (*ppType)->AddRef();

@@ -29,6 +29,21 @@ XLXText TextOf(ILXType& server, int member)
     return value.Empty() ? XLXText() : value.AsText().value_or(XLXText());
 }
 
+/// A chain of bases must not come back to a type that is in it.
+void RaiseIfCircle(const std::vector<XTypeLoad>& chain, const XLXText& next, const LXErrorLocation& at)
+{
+    const bool isCircle =
+        std::any_of(chain.begin(), chain.end(), [&](const XTypeLoad& load) { return load.name == next; });
+    if (isCircle)
+    {
+        XLXError::Raise(E_FAIL,
+                        XLXText(XLXFormat() << "Base typename is equal with the derivative's typename.Check the PTS "
+                                               "and remove self-inheritance type declarations. typename: '"
+                                            << next << "'"),
+                        at);
+    }
+}
+
 /// Whether the server's type is searchable; a type that does not say is not.
 bool IsSearchable(ILXType& server)
 {
@@ -56,79 +71,62 @@ XTypeLoad XLXCFCMngImplServer::LoadOf(const XLXComPtr<ILXType>& server, XLXTextV
     return load;
 }
 
-bool XLXCFCMngImplServer::FillTypeCache()
+XTypeMapPtr XLXCFCMngImplServer::FillTypeCache()
 {
-    const std::uint64_t filled = m_manager.Types().Filled().Note();
-    const std::uint64_t noted = m_manager.NotificationEpoch().Note();
-    const auto factory = m_manager.ConfigFactory("FillTypeCacheServerImpl");
+    const LXErrorLocation at = LXManagerAt("FillTypeCacheServerImpl");
+    const XServerAccess server = m_manager.Access("FillTypeCacheServerImpl");
+    const XTypeMap::Note noted = m_manager.Types().TakeNote(server.clock);
     XLXComPtr<ILXTypeEnum> types;
-    LXServerCall("ILXConfigFactory::GetTypeEnum");
-    HRESULT result = factory->GetTypeEnum(nullptr, types.Put());
-    XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"),
-                            LXManagerAt("FillTypeCacheServerImpl"));
-    if (result != S_OK || !types)
+    HRESULT result = LXAsk("ILXConfigFactory::GetTypeEnum", types, LXNoResult::Nothing, {}, at,
+                           [&](ILXTypeEnum** out) { return server.configFactory->GetTypeEnum(nullptr, out); });
+    XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"), at);
+    if (result != S_OK)
     {
-        return false;
+        return nullptr;
     }
     std::vector<XTypeLoad> loads;
-    result = LXForEachOf<TypeBatch, ILXType>(
-        *types.Get(), "ILXTypeEnum::RemNext", LXManagerAt("FillTypeCacheServerImpl"),
-        [&](XLXComPtr<ILXType>&& server) {
-            if (const XLXText name = TextOf(*server, MemberTypeName); !name.empty())
-            {
-                loads.push_back(LoadOf(server, name));
-            }
-        });
-    XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"),
-                            LXManagerAt("FillTypeCacheServerImpl"));
-    m_manager.Types().Enter(std::move(loads), noted, filled);
-    return true;
+    result = LXForEachOf<TypeBatch, ILXType>(*types, "ILXTypeEnum::RemNext", at, [&](XLXComPtr<ILXType>&& type) {
+        if (const XLXText name = TextOf(*type, MemberTypeName); !name.empty())
+        {
+            loads.push_back(LoadOf(type, name));
+        }
+    });
+    XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"), at);
+    return m_manager.EnterTypes(loads, noted, true);
 }
 
 // Walks up the chain of bases to one that is cached, then enters the whole chain.
 bool XLXCFCMngImplServer::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type)
 {
     const LXErrorLocation at = LXManagerAt("FetchTypeServerImpl");
-    const auto factory = m_manager.ConfigFactory("FetchTypeServerImpl");
-    const std::uint64_t noted = m_manager.NotificationEpoch().Note();
+    XTypeMap& types = m_manager.Types();
+    const XServerAccess server = m_manager.Access("FetchTypeServerImpl");
+    const XTypeMap::Note noted = types.TakeNote(server.clock);
     std::vector<XTypeLoad> chain;
     XLXText next(name);
-    while (!next.empty())
+    while (!next.empty() && (chain.empty() || !types.Find(next).type))
     {
-        XLXComPtr<XLXTypeCache> cached;
-        if (!chain.empty() && m_manager.Types().Find(next, cached) == XTypeMap::Found::Type)
-        {
-            break;
-        }
-        XLXComPtr<ILXType> server;
-        LXServerCall("ILXConfigFactory::GetType");
-        const HRESULT result = factory->GetType(XLXComBSTR(next).Get(), nullptr, server.Put());
+        XLXComPtr<ILXType> found;
+        const HRESULT result =
+            LXAsk("ILXConfigFactory::GetType", found, LXNoResult::Nothing, {}, at, [&](ILXType** out) {
+                return server.configFactory->GetType(XLXComBSTR(next).Get(), nullptr, out);
+            });
         XLXError::RaiseIfFailed(result, OLESTR("the server failed to get the type"), at);
-        if (result != S_OK || !server)
+        if (result != S_OK)
         {
-            m_manager.Types().EnterNegative(next, noted);
+            types.EnterNegative(next, noted);
             break;
         }
-        chain.push_back(LoadOf(server, next));
+        chain.push_back(LoadOf(found, next));
         next = chain.back().baseName;
-        const bool cycle =
-            std::any_of(chain.begin(), chain.end(), [&](const XTypeLoad& load) { return load.name == next; });
-        if (cycle)
-        {
-            XLXError::Raise(E_FAIL,
-                            XLXText(XLXFormat()
-                                    << "Base typename is equal with the derivative's typename.Check the PTS "
-                                       "and remove self-inheritance type declarations. typename: '"
-                                    << next << "'"),
-                            at);
-        }
+        RaiseIfCircle(chain, next, at);
     }
     if (chain.empty())
     {
         return false;
     }
-    m_manager.Types().Enter(std::move(chain), noted, std::nullopt);
-    return m_manager.Types().Find(name, type) == XTypeMap::Found::Type;
+    type = m_manager.EnterTypes(chain, noted, false)->Find(name).type;
+    return static_cast<bool>(type);
 }
 
 LONG XLXCFCMngImplServer::NamedLoadMode(bool includeTypeAttributes) const
@@ -150,23 +148,23 @@ LONG XLXCFCMngImplClient::BulkMode() const noexcept
     return mode == LXTM_UNSET ? DefaultTransferMode : mode;
 }
 
-bool XLXCFCMngImplClient::FillTypeCache()
+XTypeMapPtr XLXCFCMngImplClient::FillTypeCache()
 {
+    const LXErrorLocation at = LXManagerAt("LoadAllTypes");
     const LONG mode = BulkMode();
-    const std::uint64_t filled = m_manager.Types().Filled().Note();
-    const std::uint64_t noted = m_manager.NotificationEpoch().Note();
-    const auto factory = m_manager.ConfigFactoryEx("LoadAllTypes");
+    const XServerAccess server = m_manager.Access("LoadAllTypes");
+    const auto factory = server.Bulk("LoadAllTypes");
+    const XTypeMap::Note noted = m_manager.Types().TakeNote(server.clock);
     XLXSafeArray array;
-    LXServerCall("ILXConfigFactoryEx::GetTypeArrayEx");
-    const HRESULT result = factory->GetTypeArrayEx(mode, array.Put());
-    XLXError::RaiseIfFailed(result, OLESTR("the types cannot be loaded"), LXManagerAt("LoadAllTypes"));
+    const HRESULT result = LXAsk("ILXConfigFactoryEx::GetTypeArrayEx", array, LXNoResult::Nothing, {}, at,
+                                 [&](SAFEARRAY** out) { return factory->GetTypeArrayEx(mode, out); });
+    XLXError::RaiseIfFailed(result, OLESTR("the types cannot be loaded"), at);
     if (result != S_OK)
     {
-        return false;
+        return nullptr;
     }
-    XLXError::CheckPointer(array.Get(), OLESTR("type array"), LXManagerAt("LoadAllTypes"));
-    m_manager.Types().Enter(LXDecodeTypes(std::move(array), mode), noted, filled);
-    return true;
+    auto loads = LXDecodeTypes(std::move(array), mode);
+    return m_manager.EnterTypes(loads, noted, true);
 }
 
 // The type comes alone first; when its base is not cached, the whole chain of bases is read with it.
@@ -174,8 +172,10 @@ bool XLXCFCMngImplClient::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& t
 {
     XTypeMap& types = m_manager.Types();
     const LXErrorLocation at = LXManagerAt("FetchTypeClientImpl");
-    const std::uint64_t noted = m_manager.NotificationEpoch().Note();
-    std::vector<XTypeLoad> loads = LoadTypeByName(name, false);
+    const XServerAccess server = m_manager.Access("LoadTypeByName");
+    const auto factory = server.Bulk("LoadTypeByName");
+    const XTypeMap::Note noted = types.TakeNote(server.clock);
+    std::vector<XTypeLoad> loads = LoadTypeByName(*factory, name, false);
     if (loads.empty())
     {
         types.EnterNegative(name, noted);
@@ -189,34 +189,32 @@ bool XLXCFCMngImplClient::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& t
         }
     }
     const XLXText& baseName = loads.front().baseName;
-    XLXComPtr<XLXTypeCache> base;
-    if (!baseName.empty() && baseName != name && types.Find(baseName, base) != XTypeMap::Found::Type)
+    if (!baseName.empty() && baseName != name && !types.Find(baseName).type)
     {
-        loads = LoadTypeByName(name, true);
+        loads = LoadTypeByName(*factory, name, true);
     }
-    types.Enter(std::move(loads), noted, std::nullopt);
-    if (types.Find(name, type) == XTypeMap::Found::Nothing)
+    const XTypeMap::Answer answer = m_manager.EnterTypes(loads, noted, false)->Find(name);
+    if (answer.found == XTypeMap::Found::Nothing)
     {
         XLXError::Raise(E_FAIL, OLESTR("no type in typemap"), at);
     }
+    type = answer.type;
     return static_cast<bool>(type);
 }
 
-std::vector<XTypeLoad> XLXCFCMngImplClient::LoadTypeByName(XLXTextView name, bool withBases) const
+std::vector<XTypeLoad> XLXCFCMngImplClient::LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name,
+                                                           bool withBases) const
 {
+    const LXErrorLocation at = LXManagerAt("LoadTypeByName");
     const LONG mode = BulkMode();
-    const auto factory = m_manager.ConfigFactoryEx("LoadTypeByName");
+    const XLXComBSTR wanted(name);
     XLXSafeArray array;
-    LXServerCall("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx");
-    const HRESULT result =
-        factory->GetTypeArrayByTypeNameEx(XLXComBSTR(name).Get(), withBases ? 1 : 0, mode, array.Put());
-    XLXError::RaiseIfFailed(result, OLESTR("the type cannot be loaded"), LXManagerAt("LoadTypeByName"));
-    if (result != S_OK)
-    {
-        return {};
-    }
-    XLXError::CheckPointer(array.Get(), OLESTR("type array"), LXManagerAt("LoadTypeByName"));
-    return LXDecodeTypes(std::move(array), mode);
+    const HRESULT result = LXAsk(
+        "ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", array, LXNoResult::Nothing, {}, at, [&](SAFEARRAY** out) {
+            return factory.GetTypeArrayByTypeNameEx(wanted.Get(), withBases ? 1 : 0, mode, out);
+        });
+    XLXError::RaiseIfFailed(result, OLESTR("the type cannot be loaded"), at);
+    return result == S_OK ? LXDecodeTypes(std::move(array), mode) : std::vector<XTypeLoad>();
 }
 
 LONG XLXCFCMngImplClient::NamedLoadMode(bool includeTypeAttributes) const

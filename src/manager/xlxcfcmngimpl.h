@@ -18,8 +18,8 @@ public:
     XLXCFCMngImpl& operator=(const XLXCFCMngImpl&) = delete;
     virtual ~XLXCFCMngImpl() = default;
 
-    /// Fills the type map; false when the server has nothing.
-    virtual bool FillTypeCache() = 0;
+    /// Reads all types of the server. Returns the map to answer from; null when the server has nothing.
+    virtual XTypeMapPtr FillTypeCache() = 0;
     /// Fetches one type; false when the server has no such type.
     virtual bool FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) = 0;
     /// The data transfer mode of a bulk read of named types.
@@ -41,7 +41,7 @@ class XLXCFCMngImplServer final : public XLXCFCMngImpl
 public:
     using XLXCFCMngImpl::XLXCFCMngImpl;
 
-    bool FillTypeCache() override;
+    XTypeMapPtr FillTypeCache() override;
     bool FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) override;
     LONG NamedLoadMode(bool includeTypeAttributes) const override;
     LONG TranslateUpdateFlags(XLXTextView, LONG mode) const noexcept override { return mode; }
@@ -57,7 +57,7 @@ class XLXCFCMngImplClient final : public XLXCFCMngImpl
 public:
     explicit XLXCFCMngImplClient(XLXConfigFactoryCacheManager& manager);
 
-    bool FillTypeCache() override;
+    XTypeMapPtr FillTypeCache() override;
     bool FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) override;
     LONG NamedLoadMode(bool includeTypeAttributes) const override;
     LONG TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept override;
@@ -66,7 +66,7 @@ public:
 private:
     static constexpr LONG DefaultTransferMode = LXTM_ATTRIBUTES;
     LONG BulkMode() const noexcept;
-    std::vector<XTypeLoad> LoadTypeByName(XLXTextView name, bool withBases) const;
+    std::vector<XTypeLoad> LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name, bool withBases) const;
 };
 
 #endif

@@ -4,7 +4,7 @@
 #ifndef XRELATIONHOST_H
 #define XRELATIONHOST_H
 
-#include "XNotificationEpoch.h"
+#include "XClock.h"
 #include "XWeakLink.h"
 #include "lxcfctools.h"
 
@@ -29,9 +29,8 @@ protected:
 class XRelationHost : public XPCInfoRegistry
 {
 public:
-    /// The server's config factory; raises E_POINTER when there is none.
-    virtual XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const = 0;
-    virtual const XNotificationEpoch& NotificationEpoch() const noexcept = 0;
+    /// The config factory of the connection with that clock; raises E_POINTER when there is none any more.
+    virtual XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr& clock, const char* method) const = 0;
     /// The names of a type's base types, nearest first.
     virtual std::vector<XLXText> BaseTypeNames(XLXTextView typeName) = 0;
 

@@ -9,16 +9,24 @@ constexpr int MemberPCInfoBrowser = 1;
 constexpr ULONG PCInfoBatch = 31;
 } // namespace
 
+XLXParentChildCache::XLXParentChildCache(XLXComPtr<IUnknown> server, XClockPtr clock)
+    : XLXConfigObjectCache(std::move(server), std::move(clock))
+{
+    m_pcInfos.Begin(TimeOf(XAspect::PCInfos));
+}
+
 HRESULT XLXParentChildCache::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
 {
+    LXEmptyOut(ppEnum);
     return XLXError::Guarded(TheFacts.At("GetPCInfoEnum"), [&] {
         XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetPCInfoEnum", 368));
-        *ppEnum = nullptr;
-        LoadPCInfos();
         std::vector<XLXComPtr<ILXPCInfo>> items;
-        for (const auto& info : Loaded())
+        if (const PCInfoMapPtr infos = LoadPCInfos())
         {
-            items.emplace_back(info);
+            for (const auto& [browser, info] : *infos)
+            {
+                items.emplace_back(info);
+            }
         }
         return LXHandOutEnumerator(std::move(items), ppEnum);
     });
@@ -26,6 +34,7 @@ HRESULT XLXParentChildCache::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
 
 HRESULT XLXParentChildCache::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo)
 {
+    LXEmptyOut(ppPCInfo);
     return XLXError::Guarded(TheFacts.At("GetPCInfo"), [&] {
         XLXError::CheckPointer(ppPCInfo, OLESTR("ppPCInfo"), TheFacts.At("GetPCInfo", 404));
         *ppPCInfo = FindPCInfo(LXBstrView(bstrBrowserId)).Detach();
@@ -38,8 +47,12 @@ HRESULT XLXParentChildCache::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo)
 XLXComPtr<XLXPCInfoCache> XLXParentChildCache::FindPCInfo(XLXTextView browserId)
 {
     const XLXText wanted = LXLowerCase(browserId);
-    LoadPCInfos();
-    for (auto& info : Loaded())
+    const PCInfoMapPtr infos = LoadPCInfos();
+    if (!infos)
+    {
+        return nullptr;
+    }
+    for (const auto& [key, info] : *infos)
     {
         const auto browser = info->TryRead(MemberPCInfoBrowser);
         const auto text = browser ? browser->AsText() : std::nullopt;
@@ -49,7 +62,7 @@ XLXComPtr<XLXPCInfoCache> XLXParentChildCache::FindPCInfo(XLXTextView browserId)
         }
         if (LXLowerCase(*text) == wanted)
         {
-            return std::move(info);
+            return info;
         }
     }
     return nullptr;
@@ -57,126 +70,111 @@ XLXComPtr<XLXPCInfoCache> XLXParentChildCache::FindPCInfo(XLXTextView browserId)
 
 bool XLXParentChildCache::HasPCInfos()
 {
-    LoadPCInfos();
-    return !Loaded().empty();
+    const PCInfoMapPtr infos = LoadPCInfos();
+    return infos && !infos->empty();
 }
 
-std::vector<XLXComPtr<XLXPCInfoCache>> XLXParentChildCache::Loaded() const
+XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos()
 {
-    std::vector<XLXComPtr<XLXPCInfoCache>> infos;
-    if (PCInfos* const part = m_pcInfos.Find(); part != nullptr)
+    if (PCInfoMapPtr fresh = m_pcInfos.Fresh())
     {
-        const XCritReadProxy<PCInfoMap> map(part->map);
-        infos.reserve(map->size());
-        for (const auto& [browser, info] : *map)
-        {
-            infos.push_back(info);
-        }
+        return fresh;
+    }
+    std::exception_ptr failure;
+    XMoment moment;
+    const PCInfoMapPtr infos = m_pcInfos.Load(
+        TimeOf(XAspect::PCInfos),
+        [&] {
+            moment = Moment();
+            return FetchPCInfos(moment, failure);
+        },
+        // The relation passes a notification that comes straight to it on to the PC infos in the map. Those that are
+        // published after one that came while they were on their way would miss it.
+        [&](const PCInfoMap& map) {
+            for (const auto& [browser, info] : map)
+            {
+                if (Direct().IsNewerThan(moment))
+                {
+                    info->AdvanceAll();
+                }
+            }
+        });
+    if (failure)
+    {
+        std::rethrow_exception(failure); // once: what came before it is kept
     }
     return infos;
 }
 
-void XLXParentChildCache::LoadPCInfos()
+XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMoment& moment, std::exception_ptr& failure)
 {
-    if (m_pcInfosLoaded.IsFilled())
-    {
-        return;
-    }
-    PCInfos& part = m_pcInfos.Make();
-    const XFillGuard fill(part.fill);
-    if (fill.Reentered() || m_pcInfosLoaded.IsFilled())
-    {
-        return;
-    }
-    const std::uint64_t noted = m_pcInfosLoaded.Note();
-    const std::uint64_t notified = m_notifications.load();
-    PCInfoMap fresh = FetchPCInfos(); // takes the old ones with it when the lock is given back
-    const XCritProxy<PCInfoMap> map(part.map);
-    map->swap(fresh);
-    if (m_notifications.load() != notified)
-    {
-        // Whoever walked the PC infos meanwhile did not meet these.
-        for (const auto& [browser, info] : *map)
-        {
-            info->InvalidateStore();
-        }
-    }
-    m_pcInfosLoaded.SetFilled(noted);
-}
-
-XLXParentChildCache::PCInfoMap XLXParentChildCache::FetchPCInfos()
-{
-    PCInfoMap fresh;
+    const LXErrorLocation at = TheFacts.At("LoadPCInfos");
+    const PCInfoMapPtr former = m_pcInfos.Held();
+    auto fresh = std::make_shared<PCInfoMap>();
+    XRetired retired;
     XLXComPtr<ILXPCInfoEnum> infos;
     const HRESULT result = LXWithoutRaising([&] {
         const auto server = Server();
-        LXServerCall("ILXParentChild::GetPCInfoEnum");
-        return server->GetPCInfoEnum(infos.Put());
+        return LXAsk("ILXParentChild::GetPCInfoEnum", infos, LXNoResult::Nothing, {}, at,
+                     [&](ILXPCInfoEnum** out) { return server->GetPCInfoEnum(out); });
     });
-    if (FAILED(result))
+    try
     {
-        (void)infos.Detach();
-        return fresh;
+        if (SUCCEEDED(result) && infos)
+        {
+            LXForEachOf<PCInfoBatch, ILXPCInfo>(*infos, "ILXPCInfoEnum::RemNext", at,
+                                                [&](XLXComPtr<ILXPCInfo>&& element) {
+                                                    AddPCInfo(former, *fresh, std::move(element), moment, retired);
+                                                });
+        }
     }
-    if (infos)
+    catch (const XLXException&)
     {
-        const LXErrorLocation at = TheFacts.At("LoadPCInfos");
-        LXForEachOf<PCInfoBatch, ILXPCInfo>(
-            *infos.Get(), "ILXPCInfoEnum::RemNext", at, [&](XLXComPtr<ILXPCInfo>&& element) {
-                const auto info = LXCFCTOOLS::Make<XLXPCInfoCache>(std::move(element), at);
-                const auto browser = info->TryRead(MemberPCInfoBrowser);
-                auto key = browser ? XCFGStringKey::Of(*browser) : std::nullopt;
-                if (key) // without its browser there is no key to find it by
-                {
-                    fresh.insert_or_assign(std::move(*key), info);
-                }
-            });
+        failure = std::current_exception();
     }
+    LXDetachMissing(former.get(), *fresh);
     return fresh;
 }
 
-HRESULT XLXParentChildCache::OnNotification(const XChangeNotification& notification)
+// A PC info that is there already for its browser stays the same object: whoever holds it reads the new values.
+void XLXParentChildCache::AddPCInfo(const PCInfoMapPtr& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server,
+                                    const XMoment& moment, XRetired& retired) const
 {
-    const XDataId& id = notification.id;
-    m_notifications.fetch_add(1);
-    InvalidateStoreFor(id);
-    const bool infosChanged = id.kind == LXDataIdKind::ParentChild ||
-                              (id.kind == LXDataIdKind::Objects &&
-                               LXModeConcerns(id.mode, LXUM_EVERYTHING | LXUM_PARENTCHILD | LXUM_BROWSERIDS));
-    if (infosChanged)
+    const LXErrorLocation at = TheFacts.At("LoadPCInfos");
+    XVariantRow values;
+    const HRESULT read = LXWithoutRaising([&] { return LXFetchProperties(*server, at, values); });
+    auto key = read == S_OK && values.size() > MemberPCInfoBrowser ? XCFGStringKey::Of(values[MemberPCInfoBrowser])
+                                                                   : std::nullopt;
+    if (!key)
     {
-        m_pcInfosLoaded.Invalidate();
-        XInvalidationLog::Add(TheFacts.className, "PC infos");
+        return; // without its browser there is no key to find it by
     }
-    PCInfos* const part = m_pcInfos.Find();
-    if (part == nullptr)
+    if (former)
     {
-        return S_OK;
-    }
-    // The receivers only clear flags, so they may be called under the lock.
-    const XCritReadProxy<PCInfoMap> map(part->map);
-    for (const auto& [browser, info] : *map)
-    {
-        const HRESULT result = info->Notify(notification);
-        if (result != S_OK)
+        if (const auto known = former->find(*key); known != former->end())
         {
-            return result;
+            known->second->TakeRecord(std::move(server), std::move(values), moment, retired);
+            to.insert_or_assign(std::move(*key), known->second);
+            return;
         }
     }
-    return S_OK;
+    auto info = LXCFCTOOLS::Make<XLXPCInfoCache>(std::move(server), Clock(), at);
+    info->AssignProperties(std::move(values), moment);
+    to.insert_or_assign(std::move(*key), std::move(info));
+}
+
+void XLXParentChildCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
+{
+    AdvanceIf(XAspect::PCInfos, notification.concerned, m_pcInfos, touched);
+    // The receivers only advance counts, so they may be called under the lock.
+    m_pcInfos.ReadHeld([&](const PCInfoMap* infos) {
+        LXNotifyDirectly(infos, notification, touched);
+    });
 }
 
 HRESULT XLXParentChildCache::Terminate() noexcept
 {
-    m_pcInfosLoaded.Invalidate();
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapPCinfo failed"),
-                         TheFacts.At("Terminate", 85), [&] {
-                             if (PCInfos* const part = m_pcInfos.Find(); part != nullptr)
-                             {
-                                 PCInfoMap dropped;
-                                 const XCritProxy<PCInfoMap> map(part->map);
-                                 map->swap(dropped);
-                             }
-                         });
+    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapPCinfo failed"), TheFacts.At("Terminate", 85),
+                         [&] { const auto former = m_pcInfos.Clear(); });
     return S_OK;
 }

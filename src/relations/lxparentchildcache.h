@@ -2,22 +2,18 @@
 #ifndef LXPARENTCHILDCACHE_H
 #define LXPARENTCHILDCACHE_H
 
-#include "XBasicCritSection.h"
 #include "XCFGStringKey.h"
-#include "XFillMutex.h"
-#include "XFilledFlag.h"
-#include "XLazyPart.h"
 #include "lxpcinfocache.h"
 
+#include <exception>
 #include <map>
-#include <vector>
 
 /// A relation: which type may stand below which, in which child list, with how each browser shows it.
 class XLXParentChildCache final
     : public XLXConfigObjectCache<XLXParentChildCache, XCachedFacts::ParentChild, ILXParentChild>
 {
 public:
-    explicit XLXParentChildCache(XLXComPtr<IUnknown> server) : XLXConfigObjectCache(std::move(server)) {}
+    XLXParentChildCache(XLXComPtr<IUnknown> server, XClockPtr clock);
 
     // ILXParentChild
     HRESULT STDMETHODCALLTYPE AddPCInfo(ILXPCInfo** ppPCInfo) override { return LXNotOffered(ppPCInfo); }
@@ -30,9 +26,6 @@ public:
     /// The PC info of a browser, whose id is compared without regard to case; null when there is none.
     XLXComPtr<XLXPCInfoCache> FindPCInfo(XLXTextView browserId);
     bool HasPCInfos();
-    /// Reads the PC infos from the server unless they are loaded. A relation whose server cannot list them
-    /// counts as having none, until a notification says otherwise.
-    void LoadPCInfos();
 
     /// Drops the PC infos; the next request asks for them again.
     HRESULT Terminate() noexcept;
@@ -40,21 +33,18 @@ public:
 private:
     friend XLXConfigObjectCache;
     using PCInfoMap = std::map<XCFGStringKey, XLXComPtr<XLXPCInfoCache>>;
+    using PCInfoMapPtr = std::shared_ptr<const PCInfoMap>;
 
-    struct PCInfos
-    {
-        XFillMutex fill{XLockLevel::ObjectFill};
-        XCritDataCFC<PCInfoMap> map{XLockLevel::ObjectMap};
-    };
+    void AdvanceParts() noexcept { m_pcInfos.Advance(); }
+    void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
+    /// The PC infos, read from the server unless they are fresh. A relation whose server cannot list them counts as
+    /// having none, until a notification says otherwise.
+    PCInfoMapPtr LoadPCInfos();
+    PCInfoMapPtr FetchPCInfos(const XMoment& moment, std::exception_ptr& failure);
+    void AddPCInfo(const PCInfoMapPtr& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server, const XMoment& moment,
+                   XRetired& retired) const;
 
-    HRESULT OnNotification(const XChangeNotification& notification);
-    PCInfoMap FetchPCInfos();
-    /// The PC infos that are there, in key order.
-    std::vector<XLXComPtr<XLXPCInfoCache>> Loaded() const;
-
-    XFilledFlag m_pcInfosLoaded;
-    std::atomic<std::uint64_t> m_notifications{0}; // counted before anything is invalidated
-    XLazyPart<PCInfos> m_pcInfos;                  // most relations are never asked for theirs
+    XLoaded<PCInfoMap> m_pcInfos;
 };
 
 #endif

@@ -58,8 +58,6 @@ public:
     virtual HRESULT GetThisBrowserPCEnum(BSTR typeName, BSTR browserId, ILXParentChildEnum** ppEnum);
     virtual HRESULT GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
                                  ILXParentChildEnum** ppEnum) = 0;
-    /// Takes a change notification: clears flags and raises generations, and waits for nobody.
-    virtual HRESULT DataObjectChanged(const XChangeNotification& notification) = 0;
     /// Loads the relations unless they are loaded. A failure is raised once, and there are no relations then
     /// until a notification says that they changed.
     virtual HRESULT InternalFillParentChildMap() = 0;

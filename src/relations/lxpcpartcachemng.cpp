@@ -48,9 +48,13 @@ HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName)
 
 XLXPCPartCacheMng::ParentMapPtr XLXPCPartCacheMng::Loaded()
 {
-    InternalFillParentChildMap();
-    const XCritLFReadProxy<RelationMap> map(m_relations);
-    return map->answers ? map->relations : nullptr;
+    RelationMapPtr map = Load();
+    if (!map || !map->answers)
+    {
+        return nullptr;
+    }
+    const ParentMap* const relations = map->relations.get();
+    return ParentMapPtr(std::move(map), relations);
 }
 
 void XLXPCPartCacheMng::Collect(XLXTextView parentType, XLXTextView childType, XLXTextView browserId,

@@ -6,6 +6,7 @@
 // that come again stay the same objects. Questions are answered, and PC infos asked for, with no lock held.
 //
 // Threading  Any thread may call. The map's lock is held for copying and swapping the pointer to it alone.
+// Lifetime   One for each connection.
 #ifndef LXPCPARTCACHEMNG_H
 #define LXPCPARTCACHEMNG_H
 
@@ -14,10 +15,12 @@
 #include "lxparentchildcache.h"
 #include "lxpcbasemng.h"
 
+#include <exception>
+
 class XLXPCPartCacheMng final : public XLXPCBaseMng
 {
 public:
-    explicit XLXPCPartCacheMng(XRelationHost& host) : XLXPCBaseMng(host) {}
+    XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock);
     ~XLXPCPartCacheMng() override;
 
     HRESULT GetParentChildEnum(BSTR typeName, ILXParentChildEnum** ppEnum) override;
@@ -42,7 +45,6 @@ public:
                                      ILXParentChildEnum** ppEnum) override;
     HRESULT GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
                          ILXParentChildEnum** ppEnum) override;
-    HRESULT DataObjectChanged(const XChangeNotification& notification) override;
     HRESULT InternalFillParentChildMap() override;
 
 protected:
@@ -74,9 +76,10 @@ private:
     using ParentMapPtr = std::shared_ptr<const ParentMap>; // a map that is in use never changes
     struct RelationMap
     {
-        ParentMapPtr relations = std::make_shared<const ParentMap>();
-        bool answers = false; ///< false: the last load failed; the relations wait to be refreshed
+        ParentMapPtr relations; ///< null: there never were any
+        bool answers = false;   ///< false: the last load failed; the relations wait to be refreshed
     };
+    using RelationMapPtr = std::shared_ptr<const RelationMap>;
     struct Names;
     struct Found
     {
@@ -86,20 +89,21 @@ private:
     };
 
     // Loading: the fill mutex is held
-    void LoadAllPCRelation(ILXConfigFactory& factory, std::uint64_t noted);
-    void KeepFailure(std::uint64_t noted);
-    ParentMap MakeMap(std::vector<XLXCFCDataTransfer::XILXPCData> records, const ParentMap& former,
-                      std::uint64_t epoch) const;
+    RelationMapPtr LoadAllPCRelation(ILXConfigFactory& factory);
+    RelationMapPtr LoadOrKeepFailure(ILXConfigFactory& factory, std::exception_ptr& failure);
+    ParentMap MakeMap(std::vector<XLXCFCDataTransfer::XILXPCData> records, const ParentMap* former,
+                      const XMoment& moment, XRetired& retired) const;
     XLXComPtr<XLXParentChildCache> Refresh(XLXComPtr<XLXParentChildCache> relation,
-                                           XLXCFCDataTransfer::XILXPCData record, std::uint64_t epoch) const;
+                                           XLXCFCDataTransfer::XILXPCData record, const XMoment& moment,
+                                           XRetired& retired) const;
     static bool ReadNames(const XVariantRow& values, Names& names, Entry& entry);
     static XLXParentChildCache* Find(const ParentMap& map, XLXTextView parent, XLXTextView child,
                                      XLXTextView list);
     static const ChildMap* Below(const ParentMap& map, const XCFGStringKey& parent);
     template <class Visit>
     static void ForEach(const ParentMap& map, Visit&& visit);
-    static void TerminateDropped(const ParentMap& former, const ParentMap& kept) noexcept;
-    ParentMapPtr Held() const;
+    static void TerminateDropped(const ParentMap* former, const ParentMap& kept) noexcept;
+    RelationMapPtr Load();
 
     // Asking
     /// The relations to answer from, loaded first when needed.
@@ -120,9 +124,8 @@ private:
     static HRESULT ResolveTypeNames(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
                                     ILX_BaseDataObject* child);
 
-    XFilledFlag m_filled;
-    XFillMutex m_fill{XLockLevel::RelationFill};
-    mutable XCritDataCFC<RelationMap> m_relations{XLockLevel::Relations};
+    const XClockPtr m_clock;
+    XSharedLoaded<RelationMap> m_relations{XLockLevel::Relations};
 };
 
 template <class Visit>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// How the relation manager loads its relations, and what it does with change notifications.
+// How the relation manager loads its relations.
 #include "lxpcpartcachemng.h"
 #include "lxpcpartchecks.h"
 #include "relationmembers.h"
@@ -32,80 +32,83 @@ struct XLXPCPartCacheMng::Names
     XLXText list;
 };
 
+XLXPCPartCacheMng::XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock)
+    : XLXPCBaseMng(host), m_clock(std::move(clock))
+{
+    m_relations.Begin({m_clock, XAspect::Relations});
+}
+
 XLXPCPartCacheMng::~XLXPCPartCacheMng()
 {
-    TerminateDropped(*Held(), ParentMap());
+    if (const RelationMapPtr map = m_relations.End({m_clock, XAspect::Relations}))
+    {
+        TerminateDropped(map->relations.get(), ParentMap());
+    }
 }
 
 HRESULT XLXPCPartCacheMng::InternalFillParentChildMap()
 {
-    if (m_filled.IsFilled())
-    {
-        return S_OK;
-    }
-    const XFillGuard fill(m_fill);
-    if (fill.Reentered() || m_filled.IsFilled())
-    {
-        return S_OK;
-    }
-    const auto factory = Host().ConfigFactory("InternalFillParentChildMap");
-    const std::uint64_t noted = m_filled.Note();
-    try
-    {
-        LoadAllPCRelation(*factory, noted);
-    }
-    catch (const XLXException& error)
-    {
-        if (error.Code() != E_OUTOFMEMORY) // memory may come back without a notification
-        {
-            KeepFailure(noted);
-        }
-        throw;
-    }
+    (void)Load();
     return S_OK;
 }
 
-// There are no relations, and no further attempt, until a notification comes.
-void XLXPCPartCacheMng::KeepFailure(std::uint64_t noted)
+XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::Load()
 {
-    const XCritProxy<RelationMap> map(m_relations);
-    map->answers = false;
-    m_filled.SetFilled(noted);
+    if (RelationMapPtr fresh = m_relations.Fresh())
+    {
+        return fresh;
+    }
+    const auto factory = Host().ConfigFactoryOf(m_clock, "InternalFillParentChildMap");
+    std::exception_ptr failure;
+    RelationMapPtr map = m_relations.Load({m_clock, XAspect::Relations},
+                                          [&] { return LoadOrKeepFailure(*factory, failure); });
+    if (failure)
+    {
+        std::rethrow_exception(failure); // once
+    }
+    return map;
 }
 
-void XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, std::uint64_t noted)
+// After a failure there are no relations, and no further attempt, until a notification comes.
+XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadOrKeepFailure(ILXConfigFactory& factory,
+                                                                      std::exception_ptr& failure)
 {
-    const std::uint64_t epoch = Host().NotificationEpoch().Note();
-    XLXSafeArray array;
-    LXServerCall("ILXConfigFactory::GetPCArray");
-    const HRESULT result = factory.GetPCArray(array.Put());
-    XLXError::RaiseIfFailed(result, OLESTR("GetPCArray failed"), LXPCPartAt("LoadAllPCRelation", 2037));
+    try
+    {
+        return LoadAllPCRelation(factory);
+    }
+    catch (const XLXException&)
+    {
+        failure = std::current_exception();
+    }
+    const RelationMapPtr former = m_relations.Held();
+    return std::make_shared<const RelationMap>(RelationMap{former ? former->relations : nullptr, false});
+}
 
-    const ParentMapPtr former = Held();
+XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory)
+{
+    const LXErrorLocation at = LXPCPartAt("LoadAllPCRelation", 2037);
+    const XMoment moment = m_clock->Copy();
+    XLXSafeArray array;
+    const HRESULT result = LXAsk("ILXConfigFactory::GetPCArray", array, LXNoResult::PointerError,
+                                 OLESTR("relation array"), at,
+                                 [&](SAFEARRAY** out) { return factory.GetPCArray(out); });
+    XLXError::RaiseIfFailed(result, OLESTR("GetPCArray failed"), at);
+
+    XRetired retired;
+    const RelationMapPtr held = m_relations.Held();
+    const ParentMap* const former = held ? held->relations.get() : nullptr;
     auto fresh = std::make_shared<ParentMap>();
     if (result == S_OK)
     {
-        *fresh = MakeMap(XLXCFCDataTransfer::GetVecFromArray(std::move(array)), *former, epoch);
+        *fresh = MakeMap(XLXCFCDataTransfer::GetVecFromArray(std::move(array)), former, moment, retired);
     }
-    {
-        const XCritProxy<RelationMap> map(m_relations);
-        // A notification that comes from here on waits for this lock before it walks the relations, and so
-        // sees all of them.
-        if (Host().NotificationEpoch().Note() != epoch)
-        {
-            ForEach(*fresh, [](const auto&, const auto&, const auto&, const Entry& entry) {
-                entry.relation->InvalidateStore();
-            });
-        }
-        map->relations = fresh; // the former map goes with the local pointer
-        map->answers = true;
-        m_filled.SetFilled(noted);
-    }
-    TerminateDropped(*former, *fresh);
+    TerminateDropped(former, *fresh);
+    return std::make_shared<const RelationMap>(RelationMap{std::move(fresh), true});
 }
 
-XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> records,
-                                                        const ParentMap& former, std::uint64_t epoch) const
+XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> records, const ParentMap* former,
+                                                        const XMoment& moment, XRetired& retired) const
 {
     ParentMap map;
     for (XILXPCData& record : records)
@@ -121,30 +124,29 @@ XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> 
         }
         Entry& slot =
             map.byParent[XCFGStringKey(names.parent)][XCFGStringKey(names.child)][XCFGStringKey(names.list)];
-        entry.relation = slot.relation ? slot.relation : Find(former, names.parent, names.child, names.list);
-        entry.relation = Refresh(std::move(entry.relation), std::move(record), epoch);
+        entry.relation = slot.relation;
+        if (!entry.relation && former != nullptr)
+        {
+            entry.relation = Find(*former, names.parent, names.child, names.list);
+        }
+        entry.relation = Refresh(std::move(entry.relation), std::move(record), moment, retired);
         slot = std::move(entry);
         map.byNames.Set({names.parent, names.child, names.list}, slot.relation.Get());
     }
     return map;
 }
 
-XLXComPtr<XLXParentChildCache> XLXPCPartCacheMng::Refresh(XLXComPtr<XLXParentChildCache> relation,
-                                                          XILXPCData record, std::uint64_t epoch) const
+XLXComPtr<XLXParentChildCache> XLXPCPartCacheMng::Refresh(XLXComPtr<XLXParentChildCache> relation, XILXPCData record,
+                                                          const XMoment& moment, XRetired& retired) const
 {
     if (relation)
     {
-        relation->ReplaceServer(std::move(record.object));
+        relation->TakeRecord(std::move(record.object), std::move(record.values), moment, retired);
+        return relation;
     }
-    else
-    {
-        relation = LXCFCTOOLS::Make<XLXParentChildCache>(std::move(record.object),
-                                                         LXPCPartAt("InternalFillParentChildMap", 1956));
-    }
-    // Noted before the epoch is read: a notification that comes later finds the store filled, and clears it.
-    const std::uint64_t noted = relation->NoteStore();
-    const bool fresh = Host().NotificationEpoch().Note() == epoch;
-    relation->AssignProperties(std::move(record.values), fresh ? noted : 0);
+    relation = LXCFCTOOLS::Make<XLXParentChildCache>(std::move(record.object), m_clock,
+                                                     LXPCPartAt("InternalFillParentChildMap", 1956));
+    relation->AssignProperties(std::move(record.values), moment);
     return relation;
 }
 
@@ -186,39 +188,20 @@ XLXParentChildCache* XLXPCPartCacheMng::Find(const ParentMap& map, XLXTextView p
     return found != nullptr ? *found : nullptr;
 }
 
-// Asks by the keys, which are there: a cache that ends needs no memory for it.
-void XLXPCPartCacheMng::TerminateDropped(const ParentMap& former, const ParentMap& kept) noexcept
+// Uses existing keys, so that shutdown allocates nothing. Who still holds a dropped relation goes on reading its values.
+void XLXPCPartCacheMng::TerminateDropped(const ParentMap* former, const ParentMap& kept) noexcept
 {
-    ForEach(former, [&kept](const auto& parent, const auto& child, const auto& list, const Entry& entry) {
+    if (former == nullptr)
+    {
+        return;
+    }
+    ForEach(*former, [&kept](const auto& parent, const auto& child, const auto& list, const Entry& entry) {
         const ChildMap* const below = Below(kept, parent);
         const auto lists = below != nullptr ? below->find(child) : ChildMap::const_iterator();
         if (below == nullptr || lists == below->end() || lists->second.count(list) == 0)
         {
+            entry.relation->Detach();
             entry.relation->Terminate();
         }
     });
-}
-
-XLXPCPartCacheMng::ParentMapPtr XLXPCPartCacheMng::Held() const
-{
-    const XCritLFReadProxy<RelationMap> map(m_relations);
-    return map->relations;
-}
-
-// Relations keep being notified while a failed load hides them: they may come again.
-HRESULT XLXPCPartCacheMng::DataObjectChanged(const XChangeNotification& notification)
-{
-    const XDataId& id = notification.id;
-    if (id.kind == LXDataIdKind::ParentChild ||
-        (id.kind == LXDataIdKind::Objects && LXModeConcerns(id.mode, LXUM_EVERYTHING | LXUM_PARENTCHILD)))
-    {
-        m_filled.Invalidate();
-        XInvalidationLog::Add("XLXPCPartCacheMng", "relation map");
-    }
-    const ParentMapPtr relations = Held();
-    HRESULT result = S_OK;
-    ForEach(*relations, [&](const auto&, const auto&, const auto&, const Entry& entry) {
-        result = result == S_OK ? entry.relation->Notify(notification) : result;
-    });
-    return result;
 }

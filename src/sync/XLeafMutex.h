@@ -9,22 +9,33 @@
 class XLeafMutex
 {
 public:
-    XLeafMutex() noexcept = default;
+    /// @param level  where it stands in the lock order
+    explicit XLeafMutex([[maybe_unused]] XLockLevel level = XLockLevel::Leaf) noexcept
+#ifndef NDEBUG
+        : m_level(level)
+#endif
+    {}
     XLeafMutex(const XLeafMutex&) = delete;
     XLeafMutex& operator=(const XLeafMutex&) = delete;
 
     void lock() noexcept
     {
-        XLockOrder::Push(XLockLevel::Leaf, this);
+        XLockOrder::Push(Level(), this);
         AcquireSRWLockExclusive(&m_lock);
     }
     void unlock() noexcept
     {
         ReleaseSRWLockExclusive(&m_lock);
-        XLockOrder::Pop(XLockLevel::Leaf, this);
+        XLockOrder::Pop(Level(), this);
     }
 
 private:
+#ifndef NDEBUG
+    XLockLevel Level() const noexcept { return m_level; }
+    const XLockLevel m_level;
+#else
+    static constexpr XLockLevel Level() noexcept { return XLockLevel::Leaf; }
+#endif
     SRWLOCK m_lock = SRWLOCK_INIT;
 };
 

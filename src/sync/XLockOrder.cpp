@@ -9,10 +9,8 @@
 namespace
 {
 constexpr const char* LevelNames[] = {
-    "Init",           "TypeMapFill",   "BrowserIdFill", "PCInfoFill", "RelationFill", "PlanTypeFill",
-    "GlobalSpecFill", "TypeFetch",     "ObjectFill",    "TypeMap",    "BrowserIds",   "Inheritance",
-    "PCInfos",        "PCInfosNew",    "Relations",     "PlanTypes",  "ComponentMap", "ObjectMap",
-    "GlobalSpecs",    "PropertyStore", "Leaf"};
+    "Fill",    "TypeEntry", "TypeMap",   "BrowserIds",   "Inheritance", "PCInfos",       "PCInfosNew", "Relations",
+    "PlanTypes", "ComponentMap", "ObjectMap", "GlobalSpecs", "PropertyStore", "Leaf"};
 static_assert(sizeof(LevelNames) / sizeof(LevelNames[0]) == static_cast<unsigned>(XLockLevel::Leaf) + 1);
 
 struct Held
@@ -37,7 +35,7 @@ const char* NameOf(XLockLevel level)
 
 bool MayNestInItself(XLockLevel level)
 {
-    return level == XLockLevel::TypeFetch || level == XLockLevel::Leaf;
+    return level == XLockLevel::Fill || level == XLockLevel::Leaf;
 }
 
 [[noreturn]] void Fail(const char* what, XLockLevel taken, XLockLevel held)
@@ -90,7 +88,7 @@ void XLockOrder::AssertNoneHeld() noexcept
     {
         if (t_held.held[i].level > LastFillLevel)
         {
-            Fail("calling out below", XLockLevel::ObjectFill, t_held.held[i].level);
+            Fail("calling out below", XLockLevel::Fill, t_held.held[i].level);
         }
     }
 }

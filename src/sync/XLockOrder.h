@@ -6,20 +6,13 @@
 #ifndef XLOCKORDER_H
 #define XLOCKORDER_H
 
-/// Every lock of the component. Those down to ObjectFill are held across calls to the server and never taken
-/// by notifications. Nothing foreign is called under any lock below that line.
+/// Every lock of the component. Fill mutexes are held across calls to the server and never taken by notifications.
+/// Nothing foreign is called under any lock below that line.
 enum class XLockLevel : unsigned char
 {
-    Init,           ///< one initialisation or termination at a time
-    TypeMapFill,    ///< who fills the type map
-    BrowserIdFill,  ///< who fills the browser ids
-    PCInfoFill,     ///< who fills the PC infos
-    RelationFill,   ///< who loads the relations
-    PlanTypeFill,   ///< who loads the plan types
-    GlobalSpecFill, ///< who loads the global format specs
-    TypeFetch,      ///< one type's fetches and completions; derived before base
-    ObjectFill,     ///< one object's attribute types or PC infos
+    Fill, ///< who asks the server for something, or initialises or terminates; see XFill.h
     // ---- nothing foreign is called below this line
+    TypeEntry,     ///< one bulk answer enters the type map at a time
     TypeMap,       ///< the types by name
     BrowserIds,    ///< the browser ids by name
     Inheritance,   ///< the type inheritance information
@@ -37,7 +30,7 @@ enum class XLockLevel : unsigned char
 class XLockOrder
 {
 public:
-    static constexpr XLockLevel LastFillLevel = XLockLevel::ObjectFill;
+    static constexpr XLockLevel LastFillLevel = XLockLevel::Fill;
 
 #ifdef NDEBUG
     static void Push(XLockLevel, const void*) noexcept {}

@@ -9,16 +9,6 @@ namespace
 {
 /// Names the content of a map, in the whole process.
 std::atomic<std::uint64_t> g_lastContent{0};
-
-template <class Component>
-void InvalidateComponent(Component& component) noexcept
-{
-    component.Object()->InvalidateStore();
-    if constexpr (std::is_same_v<Component, XRCComplexAttribute>)
-    {
-        component.Object()->InvalidateAttributeTypes();
-    }
-}
 } // namespace
 
 XMapInheritedComp<XPageMap>& XInheritedCacheFillUpTraits<XPageMap>::Of(XLXTypeCache& type)
@@ -38,39 +28,29 @@ XMapInheritedComp<XEditorMap>& XInheritedCacheFillUpTraits<XEditorMap>::Of(XLXTy
     return type.Editors();
 }
 
+// A delivery makes a complete map incomplete, so that nothing waits unseen.
 template <class Map>
-XLXSafeArray XMapInheritedComp<Map>::Deliver(XLXSafeArray array, LONG mode, const Note& note)
+void XMapInheritedComp<Map>::Deliver(XDeliveredRecords records, const XStamp& stamp, XRetired& retired)
 {
-    const bool hasArray = static_cast<bool>(array);
     {
         const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        if (!hasArray && m_deliveredAt.load() == m_counts.generation.load())
+        if (!stamp.IsNone() && !stamp.IsOlderThan(m_state.delivered.stamp) && !stamp.IsOlderThan(m_state.stamp))
         {
-            return {};
-        }
-        if ((mode & Traits::ModeBit) != 0)
-        {
-            m_deliveredAt.store(note.generation);
-        }
-        if (hasArray)
-        {
-            m_pending.array.Swap(array);
-            m_pending.note = note;
-            m_completedAt.store(0);
+            std::swap(m_state.delivered.records, records);
+            m_state.delivered.stamp = stamp;
+            m_state.stamp = {};
         }
     }
-    if (hasArray)
-    {
-        g_componentEpoch.fetch_add(1);
-    }
-    return array;
+    g_componentEpoch.fetch_add(1);
+    retired.Take(std::move(records.array));
 }
 
 template <class Map>
-bool XMapInheritedComp<Map>::HasData() const noexcept
+bool XMapInheritedComp<Map>::HasData() const
 {
-    const std::uint64_t generation = m_counts.generation.load();
-    return m_deliveredAt.load() == generation || m_completedAt.load() == generation;
+    const XStamp now = Note();
+    const XSmartReadCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
+    return m_state.delivered.stamp == now || m_state.stamp == now;
 }
 
 template <class Map>
@@ -84,52 +64,64 @@ typename XMapInheritedComp<Map>::Bases XMapInheritedComp<Map>::BasesNearestFirst
     return bases;
 }
 
-/// Whether the map is complete with what that map of the base type holds (null: without a base).
 template <class Map>
-bool XMapInheritedComp<Map>::IsCurrent(const XMapInheritedComp* base) const noexcept
+std::uint64_t XMapInheritedComp<Map>::Content() const
 {
-    const std::uint64_t merged = m_baseContent.load();
-    return m_completedAt.load() == m_counts.generation.load() &&
-           merged == (base != nullptr ? base->m_content.load() : 0);
+    const XSmartReadCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
+    return m_state.content;
 }
 
-// From the top of the chain downwards, so that a base is found current before what was merged from it is
-// compared.
+/// Whether the map is fresh, with what a base of that content holds (0: without a base).
+/// @param content  receives the content of the map
+template <class Map>
+bool XMapInheritedComp<Map>::IsCurrent(std::uint64_t baseContent, std::uint64_t& content) const
+{
+    const XStamp now = Note();
+    const XSmartReadCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
+    content = m_state.content;
+    return m_state.stamp == now && m_state.baseContent == baseContent;
+}
+
+// From the top of the chain downwards, so that a base is found current before what was merged from it is compared. What
+// was found is remembered for as long as nothing changes, in a chain whose types share a clock.
 template <class Map>
 bool XMapInheritedComp<Map>::IsComplete() const
 {
-    const std::uint64_t epoch = g_componentEpoch.load();
-    if (m_checkedAt.load() == epoch)
+    const std::uint64_t check = Check(); // before the maps are looked at
+    if (m_checkedAt.load() == check)
     {
-        return true; // nothing changed anywhere since it was last found complete
-    }
-    if (m_completedAt.load() != m_counts.generation.load())
-    {
-        return false;
+        return true;
     }
     const Bases bases = BasesNearestFirst();
-    const XMapInheritedComp* above = nullptr;
+    bool sharesClock = true;
+    std::uint64_t content = 0;
     for (auto base = bases.rbegin(); base != bases.rend(); ++base)
     {
         const XMapInheritedComp& map = Traits::Of(**base);
-        if (!map.IsCurrent(above))
+        if (!map.IsCurrent(content, content))
         {
             return false;
         }
-        map.m_checkedAt.store(epoch);
-        above = &map;
+        sharesClock = sharesClock && map.m_owner.ClockOfType() == m_owner.ClockOfType();
+        if (sharesClock)
+        {
+            map.m_checkedAt.store(check);
+        }
     }
-    if (!IsCurrent(above))
+    if (!IsCurrent(content, content))
     {
         return false;
     }
-    m_checkedAt.store(epoch);
+    if (sharesClock)
+    {
+        m_checkedAt.store(check);
+    }
     return true;
 }
 
-// One base after the other, not one inside the other: a chain of any length needs no more of the stack, and
-// no thread waits for a type's fetch mutex while it holds another one. What a notification overtakes on the
-// way is merged as it is.
+// One base after the other, not one inside the other: a chain of any length needs no more of the stack, and no thread
+// waits for a type's fetch mutex while it holds another one. What a notification overtakes on the way is merged as it
+// is, and found stale by the next query.
 template <class Map>
 HRESULT XMapInheritedComp<Map>::EnsureComplete()
 {
@@ -151,155 +143,162 @@ HRESULT XMapInheritedComp<Map>::EnsureComplete()
 template <class Map>
 HRESULT XMapInheritedComp<Map>::EnsureCurrent(const XMapInheritedComp* base)
 {
-    if (IsCurrent(base))
+    const auto isCurrent = [&] {
+        std::uint64_t content = 0;
+        return IsCurrent(base != nullptr ? base->Content() : 0, content);
+    };
+    if (isCurrent())
     {
         return S_OK;
     }
-    const XFillGuard fill(m_owner.FetchMutex());
-    if (fill.Reentered() || IsCurrent(base))
+    const XFill fill(m_owner.FetchMutex(), this);
+    if (fill.IsReentered() || isCurrent())
     {
         return S_OK; // a server that asks back while it is being asked gets what is there
     }
-    try
-    {
-        return Complete(base);
-    }
-    catch (...)
-    {
-        ForgetDelivered();
-        throw;
-    }
-}
-
-template <class Map>
-HRESULT XMapInheritedComp<Map>::Complete(const XMapInheritedComp* base)
-{
-    const std::uint64_t generation = m_counts.generation.load();
-    Map fresh = MergeFrom(base);
-    Pending pending = TakeFreshPending();
-    const bool parsed = static_cast<bool>(pending.array);
-    if (parsed)
-    {
-        Traits::Fill(m_owner, std::move(pending.array), Snapshot(), fresh);
-        fresh.Settle();
-    }
-    const bool empty = fresh.empty();
-    Publish(std::move(fresh), pending.note, generation, parsed);
-    return parsed || !empty ? S_OK : S_FALSE;
+    return Complete(base);
 }
 
 // The base type's definition of a component wins over that of a derived type, so its entries go in first.
 template <class Map>
-Map XMapInheritedComp<Map>::MergeFrom(const XMapInheritedComp* base)
+HRESULT XMapInheritedComp<Map>::Complete(const XMapInheritedComp* base)
 {
-    if (base == nullptr)
+    XRetired retired; // goes last
+    std::uint64_t baseContent = 0;
+    Map fresh;
+    if (base != nullptr)
     {
-        m_baseContent.store(0);
-        return {};
+        const XSmartReadCritSection<Lock> lock(&base->m_lock, XLockSwitch::IsOn());
+        fresh = base->m_state.map;
+        baseContent = base->m_state.content;
     }
-    return base->Read([&](const Map& map) {
-        m_baseContent.store(base->m_content.load());
-        return map;
+    Delivered from = TakeRecords();
+    const bool isDelivered = static_cast<bool>(from.records.array);
+    if (isDelivered)
+    {
+        (m_owner.*Traits::Fill)({std::move(from.records.array), from.records.moment}, Snapshot(), fresh, retired);
+        fresh.Settle();
+    }
+    const bool isEmpty = fresh.empty();
+    Publish(std::move(fresh), baseContent, from);
+    return isDelivered || !isEmpty ? S_OK : S_FALSE;
+}
+
+/// Whether the values of records that were delivered are still what the server has.
+template <class Map>
+bool XMapInheritedComp<Map>::AreValuesFresh(const XMoment& moment) const noexcept
+{
+    bool fresh = !m_owner.DirectOfType().IsNewerThan(moment);
+    Traits::Values.ForEach([&](XAspect aspect) {
+        fresh = fresh && moment.At(aspect) == m_owner.ClockOfType()->Now(aspect);
     });
+    return fresh;
 }
 
-/// Whether no values changed since the note, neither by the type's notifications nor by those that go
-/// straight to a component.
+// Records that a notification made stale while they waited are fetched again: one call instead of one for each
+// component. Records that it makes stale while they are being fetched are taken all the same, since somebody waits for
+// them; their stamps say what is stale.
 template <class Map>
-bool XMapInheritedComp<Map>::AreValuesCurrent(const Note& note) const noexcept
+typename XMapInheritedComp<Map>::Delivered XMapInheritedComp<Map>::TakeRecords()
 {
-    return note.values == m_counts.values.load() && note.direct == XNotificationEpoch::NoteDirect();
-}
-
-// Records that a notification made stale while they waited are fetched again. Records that it makes stale
-// while they are being fetched are taken all the same, since somebody waits for them; Publish sees that they
-// are not kept.
-template <class Map>
-typename XMapInheritedComp<Map>::Pending XMapInheritedComp<Map>::TakeFreshPending()
-{
-    Pending pending = TakePending();
-    const std::uint64_t generation = m_counts.generation.load();
-    if (pending.array && pending.note.generation == generation && AreValuesCurrent(pending.note))
+    Delivered waiting = TakeDelivered();
+    if (waiting.stamp == Note() && (!waiting.records.array || AreValuesFresh(*waiting.records.moment)))
     {
-        return pending;
+        return waiting;
     }
-    if (pending.array)
-    {
-        ForgetDelivered();
-    }
-    else if (m_deliveredAt.load() == generation)
-    {
-        return pending; // the server has none
-    }
-    m_completedAt.store(0); // also where only the base changed: what the type has of its own is wanted again
     m_owner.FetchTypeCacheComponents(Traits::ModeBit);
-    return TakePending();
+    return TakeDelivered();
 }
 
+// What is taken is no longer there for anybody else: a thread that could not wait asks the server itself.
 template <class Map>
-typename XMapInheritedComp<Map>::Pending XMapInheritedComp<Map>::TakePending()
+typename XMapInheritedComp<Map>::Delivered XMapInheritedComp<Map>::TakeDelivered()
 {
     const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-    return std::exchange(m_pending, Pending{});
+    return std::exchange(m_state.delivered, Delivered{});
 }
 
 template <class Map>
-void XMapInheritedComp<Map>::Publish(Map&& fresh, const Note& note, std::uint64_t completedAt, bool parsed)
+void XMapInheritedComp<Map>::Publish(Map fresh, std::uint64_t baseContent, const Delivered& from)
 {
+    Map former; // goes after the lock
     {
         const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        // Before the values are looked at: a notification raises them, and then looks for the bit. One of the
-        // two sees the other, so either it comes to the components, or they are found stale here.
-        if (!fresh.empty())
+        if (from.stamp.IsOlderThan(m_state.stamp))
         {
-            m_held.fetch_or(Traits::ModeBit);
+            return; // a thread that could not wait was later
         }
-        if (parsed && !AreValuesCurrent(note))
+        // The type passes a notification that comes straight to it on to the components in the map. Those that are
+        // published after one that came while they were on their way would miss it.
+        if (from.records.moment != nullptr && m_owner.DirectOfType().IsNewerThan(*from.records.moment))
         {
             for (const auto& [key, component] : fresh)
             {
                 if (component->IsOwn(m_owner.Self()))
                 {
-                    InvalidateComponent(*component);
+                    component->Object()->AdvanceAll();
                 }
             }
         }
-        m_map.swap(fresh); // the old components go with the parameter's owner, after the lock
-        m_content.store(g_lastContent.fetch_add(1) + 1);
-        // Records delivered meanwhile must not stay unseen.
-        m_completedAt.store(m_pending.array ? 0 : completedAt);
-        if (parsed && !m_pending.array)
-        {
-            m_deliveredAt.store(0);
-        }
+        former.swap(m_state.map);
+        m_state.map.swap(fresh);
+        m_state.content = g_lastContent.fetch_add(1) + 1;
+        m_state.baseContent = baseContent;
+        // Records that were delivered meanwhile must not wait unseen.
+        m_state.stamp = m_state.delivered.stamp.IsNone() ? from.stamp : XStamp{};
     }
     g_componentEpoch.fetch_add(1);
+    if (!former.empty())
+    {
+        DetachMissing(former);
+    }
 }
 
+/// Detaches the type's own components that have left the map.
 template <class Map>
-void XMapInheritedComp<Map>::ForgetDelivered()
+void XMapInheritedComp<Map>::DetachMissing(const Map& former) const
 {
-    Pending dropped;
+    const Map published = Snapshot();
+    for (const auto& [key, component] : former)
     {
-        const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        std::swap(dropped, m_pending);
-        m_completedAt.store(0);
-        m_deliveredAt.store(0);
+        const auto found = published.find(key);
+        const bool isThere = found != published.end() && found->second.Get() == component.Get();
+        if (component->IsOwn(m_owner.Self()) && !isThere)
+        {
+            component->Object()->Detach();
+        }
     }
-    g_componentEpoch.fetch_add(1);
+}
+
+// The receivers only advance counts, so they may be called under the lock.
+template <class Map>
+void XMapInheritedComp<Map>::NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const
+{
+    Read([&](const Map& components) {
+        for (const auto& [key, component] : components)
+        {
+            if (component->IsOwn(m_owner.Self()))
+            {
+                component->Object()->NotifyDirectly(notification, touched);
+            }
+        }
+    });
 }
 
 template <class Map>
 void XMapInheritedComp<Map>::Terminate()
 {
     Map dropped;
-    Pending pending;
-    m_counts.Reset();
+    Delivered delivered;
+    m_own.Advance();
     {
         const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        m_map.swap(dropped);
-        std::swap(m_pending, pending);
+        m_state.map.swap(dropped);
+        m_state.content = g_lastContent.fetch_add(1) + 1;
+        m_state.stamp = {};
+        std::swap(m_state.delivered, delivered);
     }
+    g_componentEpoch.fetch_add(1);
     for (const auto& [key, component] : dropped)
     {
         if (component->IsOwn(m_owner.Self()))

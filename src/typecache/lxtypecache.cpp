@@ -21,12 +21,12 @@ XInstanceRegistry<ILXTypeCache>& LiveTypes()
 XLeafMutex g_linkMutex;
 } // namespace
 
-XLXTypeCache::XLXTypeCache(XLXComPtr<IUnknown> server)
-    : XLXConfigObjectCache(std::move(server)),
-      m_attributes(*this, true, m_counts),
-      m_pages(*this, false, m_counts),
-      m_groups(*this, false, m_counts),
-      m_editors(*this, false, m_counts),
+XLXTypeCache::XLXTypeCache(XLXComPtr<IUnknown> server, XClockPtr clock)
+    : XLXConfigObjectCache(std::move(server), std::move(clock)),
+      m_attributes(*this, true),
+      m_pages(*this, false),
+      m_groups(*this, false),
+      m_editors(*this, false),
       m_selfLink(XWeakLink<XGroupOwner>::To(this))
 {
     LiveTypes().Add(this);
@@ -50,11 +50,9 @@ void XLXTypeCache::ReleaseBase() noexcept
     }
     m_pBaseFace.Reset();
     XLXComVariant member;
-    LXWithoutRaising([&] {
-        Store().WriteGrow(MemberBaseType, member);
-        return S_OK;
-    });
-    (void)VariantClear(&member.Get());
+    XLXError::LogFailure(OLESTR("releasing the base type failed"), TheFacts.At("ReleaseBase"),
+                         [&] { Store().WriteGrow(MemberBaseType, member); });
+    member = XLXComVariant();
     XLXComPtr<XLXTypeCache> base = std::move(m_pBase);
     if (t_left != nullptr)
     {
@@ -69,12 +67,6 @@ void XLXTypeCache::ReleaseBase() noexcept
         base.Swap(left);
     }
     t_left = nullptr;
-}
-
-XLXTypeCache::Notes XLXTypeCache::TakeNotes() const noexcept
-{
-    return {NoteStore(), m_attributes.TakeNote(), m_pages.TakeNote(), m_groups.TakeNote(),
-            m_editors.TakeNote()};
 }
 
 void* XLXTypeCache::FindFace(REFIID iid) noexcept
@@ -173,21 +165,24 @@ XLXComPtr<XLXTypeCache> XLXTypeCache::BaseType() const noexcept
 }
 
 // While the type has a base, its base-type member shows that, whatever the server's values say.
-void XLXTypeCache::AmendValues(XVariantRow& values)
+XLXComPtr<IUnknown> XLXTypeCache::AmendValues(XVariantRow& values)
 {
     XLXComPtr<ILXTypeCache> base;
     {
         const std::lock_guard<XLeafMutex> lock(m_baseMutex);
         base = m_pBaseFace;
     }
-    if (base)
+    if (!base)
     {
-        if (values.size() <= MemberBaseType)
-        {
-            values.Grow(MemberBaseType + 1);
-        }
-        values[MemberBaseType] = XLXComVariant::FromUnknown(base.Get());
+        return {};
     }
+    if (values.size() <= MemberBaseType)
+    {
+        values.Grow(MemberBaseType + 1);
+    }
+    XLXComVariant member = XLXComVariant::FromUnknown(base.Get());
+    std::swap(member, values[MemberBaseType]);
+    return member.AsUnknown();
 }
 
 HRESULT XLXTypeCache::GetServerType(ILXType** ppType)
@@ -200,100 +195,52 @@ HRESULT XLXTypeCache::GetServerType(ILXType** ppType)
     });
 }
 
-void XLXTypeCache::SetTypeProperties(XLXComPtr<IUnknown> server, XVariantRow values, const Notes* noted,
-                                     XRetired& retired)
+template <class Visit>
+void XLXTypeCache::ForEachMap(Visit&& visit)
 {
-    XLXComPtr<ILXType> typed;
-    SwapServer(server, typed);
-    if (server)
-    {
-        retired.objects.emplace_back(std::move(server));
-    }
-    if (typed)
-    {
-        retired.objects.emplace_back(std::move(typed));
-    }
-    if (values.empty() || noted == nullptr)
-    {
-        Store().Invalidate();
-    }
-    if (!values.empty())
-    {
-        AmendValues(values);
-        Store().Assign(values, noted != nullptr ? noted->store : 0);
-        retired.values.push_back(std::move(values));
-    }
+    visit(m_attributes, XAspect::TypeAttributes);
+    visit(m_pages, XAspect::TypePages);
+    visit(m_groups, XAspect::TypeGroups);
+    visit(m_editors, XAspect::TypeEditors);
 }
 
-HRESULT XLXTypeCache::OnNotification(const XChangeNotification& notification)
+// Records enter one bulk answer at a time, so there is one writer of the number.
+void XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values,
+                                  XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
+                                  const std::shared_ptr<const XMoment>& moment, XRetired& retired)
 {
-    const XDataId& id = notification.id;
-    if (id.kind == LXDataIdKind::ParentChild)
+    const std::uint64_t number = moment->At(XAspect::TypeMap);
+    if (number < m_recordAt.load())
     {
-        return S_OK;
-    }
-    const bool wholeType = (id.kind == LXDataIdKind::Objects || id.kind == LXDataIdKind::Properties) &&
-                           LXModeConcerns(id.mode, TheFacts.propertyBits);
-    if (wholeType)
-    {
-        InvalidateStore();
-    }
-    InvalidateMap<XAttributeMap>(id);
-    InvalidateMap<XGroupMap>(id);
-    InvalidateMap<XPageMap>(id);
-    InvalidateMap<XEditorMap>(id);
-
-    HRESULT result = ForwardToOwn(m_attributes, notification);
-    result = result == S_OK ? ForwardToOwn(m_pages, notification) : result;
-    result = result == S_OK ? ForwardToOwn(m_groups, notification) : result;
-    return result == S_OK ? ForwardToOwn(m_editors, notification) : result;
-}
-
-template <class Map>
-void XLXTypeCache::InvalidateMap(const XDataId& id)
-{
-    using Traits = XInheritedCacheFillUpTraits<Map>;
-    if (id.kind == LXDataIdKind::Objects &&
-        LXModeConcerns(id.mode, LXUM_EVERYTHING | LXUM_TYPES | Traits::UpdateBit))
-    {
-        Traits::CountsOf(m_counts).Reset();
-        XInvalidationLog::Add(TheFacts.className, Traits::Name);
-    }
-    else if (Traits::ConcernsValues(id.kind, id.mode))
-    {
-        Traits::CountsOf(m_counts).ValuesChanged();
-    }
-}
-
-// The receivers only clear flags, so they may be called under the map's lock. Components of the base are
-// notified by the base.
-template <class Map>
-HRESULT XLXTypeCache::ForwardToOwn(const XMapInheritedComp<Map>& map, const XChangeNotification& notification)
-{
-    if ((m_counts.held.load() & XInheritedCacheFillUpTraits<Map>::ModeBit) == 0)
-    {
-        return S_OK;
-    }
-    return map.Read([&](const Map& components) -> HRESULT {
-        for (const auto& [key, component] : components)
+        retired.Take(std::move(server));
+        retired.Take(std::move(values));
+        for (XLXSafeArray* array : {&components.attributes, &components.pages, &components.groups, &components.editors})
         {
-            const HRESULT result = component->IsOwn(this) ? component->Object()->Notify(notification) : S_OK;
-            if (result != S_OK)
-            {
-                return result;
-            }
+            retired.Take(std::move(*array));
         }
-        return S_OK;
-    });
+        return;
+    }
+    m_recordAt.store(number);
+    TakeRecord(std::move(server), std::move(values), *moment, retired);
+    if (mode != 0)
+    {
+        DeliverComponents(std::move(components), mode, moment, retired);
+    }
 }
 
-void XLXTypeCache::InvalidateAll() noexcept
+void XLXTypeCache::AdvanceParts() noexcept
 {
-    InvalidateStore();
-    m_counts.attributes.Reset();
-    m_counts.groups.Reset();
-    m_counts.pages.Reset();
-    m_counts.editors.Reset();
+    ForEachMap([](auto& map, XAspect) { map.Advance(); });
+}
+
+void XLXTypeCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
+{
+    if (notification.relationsOnly)
+    {
+        return;
+    }
+    ForEachMap([&](auto& map, XAspect set) { AdvanceIf(set, notification.concerned, map, touched); });
+    ForEachMap([&](auto& map, XAspect) { map.NotifyDirectly(notification, touched); });
 }
 
 HRESULT XLXTypeCache::Terminate() noexcept

@@ -9,8 +9,7 @@
 // Ownership  A type holds its server type, its components and its base type; nothing of it holds the type
 // itself
 //            (groups link to it weakly).
-// Threading  Any thread may call. One fetch mutex per type stands before its component maps; it is held
-// across calls to
+// Threading  Any thread may call. One fetch mutex per type stands before its component maps; it is held across calls to
 //            the server and never taken by notifications. Locks: see XMapInheritedComp.h.
 #ifndef LXTYPECACHE_H
 #define LXTYPECACHE_H
@@ -36,21 +35,13 @@ private:
     std::atomic<LONG> m_mode{LXTM_UNSET};
 };
 
-/// What a refill took out of the objects that it refreshed: to be destroyed when no lock is held any more.
-struct XRetired
-{
-    std::vector<XLXComPtr<IUnknown>> objects;
-    std::vector<XVariantRow> values;
-    std::vector<XLXSafeArray> arrays;
-};
-
 class XLXTypeCache final : public XLXConfigObjectCache<XLXTypeCache, XCachedFacts::Type, ILXType,
                                                        ILXTypeCache, ILXTypeInheritance>,
                            public XGroupOwner,
                            private XLXTypeCacheComp::XLXFillCacheDef
 {
 public:
-    explicit XLXTypeCache(XLXComPtr<IUnknown> server);
+    XLXTypeCache(XLXComPtr<IUnknown> server, XClockPtr clock);
     ~XLXTypeCache();
 
     // ILXType: pages and groups
@@ -133,35 +124,18 @@ public:
     }
     bool IsListed() const noexcept { return (m_flags.load() & 1) != 0; }
     bool IsSearchable() const noexcept { return (m_flags.load() & 2) != 0; }
-    void MarkLoaded() noexcept { m_loaded.store(true); }
 
-    /// What is noted of the store and of the component maps before the server is asked, or before it is
-    /// found that no notification overtook its answer.
-    struct Notes
-    {
-        std::uint64_t store;
-        XLXTypeCacheComp::XComponentNote attributes;
-        XLXTypeCacheComp::XComponentNote pages;
-        XLXTypeCacheComp::XComponentNote groups;
-        XLXTypeCacheComp::XComponentNote editors;
-    };
-    Notes TakeNotes() const noexcept;
-
-    /// Puts a record's server object and values in the place of those that the type has.
-    /// @param noted  null: a notification overtook the record, so the values do not count as filled
-    void SetTypeProperties(XLXComPtr<IUnknown> server, XVariantRow values, const Notes* noted,
-                           XRetired& retired);
-    /// Gives the component records of a bulk read to the component maps.
-    void DeliverComponents(XLXCFCDataTransfer::XILXTypeComp components, LONG mode, const Notes& noted,
-                           XRetired& retired);
+    /// Takes the record of a bulk answer: server object, values and components replace those that are there. An answer
+    /// that is older than the last one changes nothing.
+    /// @param components  with the data transfer mode that they were asked for with; mode 0: none were
+    void TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values,
+                        XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
+                        const std::shared_ptr<const XMoment>& moment, XRetired& retired);
 
     /// Links the type to its base; null clears the link. False: the link would close a cycle, and was not
     /// made. Calls nothing foreign.
     [[nodiscard]] bool LinkBase(XLXTypeCache* base, XRetired& retired);
     XLXComPtr<XLXTypeCache> BaseType() const noexcept override;
-
-    /// Makes everything of the type be asked for again.
-    void InvalidateAll() noexcept;
 
     /// Empties the component maps.
     HRESULT Terminate() noexcept;
@@ -188,35 +162,40 @@ private:
 
     // Common model
     void* FindFace(REFIID iid) noexcept;
-    void AmendValues(XVariantRow& values);
+    XLXComPtr<IUnknown> AmendValues(XVariantRow& values);
+    void AdvanceParts() noexcept;
+    void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
     bool HasBase(const ILXTypeCache* base) const noexcept;
     void ReleaseBase() noexcept;
-    HRESULT OnNotification(const XChangeNotification& notification);
-    template <class Map>
-    void InvalidateMap(const XDataId& id);
-    template <class Map>
-    HRESULT ForwardToOwn(const XLXTypeCacheComp::XMapInheritedComp<Map>& map,
-                         const XChangeNotification& notification);
+    template <class Visit>
+    void ForEachMap(Visit&& visit);
+    void DeliverComponents(XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
+                           const std::shared_ptr<const XMoment>& moment, XRetired& retired);
 
     // XLXFillCacheDef
-    void FillAttributeMapFromSafeArray(XLXSafeArray array, const XLXTypeCacheComp::XAttributeMap& current,
-                                       XLXTypeCacheComp::XAttributeMap& fresh) override;
-    void FillEditorMap(XLXSafeArray array, const XLXTypeCacheComp::XEditorMap& current,
-                       XLXTypeCacheComp::XEditorMap& fresh) override;
-    void FillPageMap(XLXSafeArray array, const XLXTypeCacheComp::XPageMap& current,
-                     XLXTypeCacheComp::XPageMap& fresh) override;
-    void FillGroupMap(XLXSafeArray array, const XLXTypeCacheComp::XGroupMap& current,
-                      XLXTypeCacheComp::XGroupMap& fresh) override;
+    void FillAttributeMapFromSafeArray(XLXTypeCacheComp::XDeliveredRecords records,
+                                       const XLXTypeCacheComp::XAttributeMap& current,
+                                       XLXTypeCacheComp::XAttributeMap& fresh, XRetired& retired) override;
+    void FillEditorMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XEditorMap& current,
+                       XLXTypeCacheComp::XEditorMap& fresh, XRetired& retired) override;
+    void FillPageMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XPageMap& current,
+                     XLXTypeCacheComp::XPageMap& fresh, XRetired& retired) override;
+    void FillGroupMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XGroupMap& current,
+                      XLXTypeCacheComp::XGroupMap& fresh, XRetired& retired) override;
     XFillMutex& FetchMutex() noexcept override { return m_fetch; }
     const XLXTypeCache* Self() const noexcept override { return this; }
+    const XClockPtr& ClockOfType() const noexcept override { return Clock(); }
+    const XDirectNumber& DirectOfType() const noexcept override { return Direct(); }
 
     template <class Map>
-    std::pair<typename Map::mapped_type, std::uint64_t>
-    Refresh(const Map& current, const typename Map::key_type& key, XLXComPtr<IUnknown> server,
-            XVariantRow values);
+    typename Map::mapped_type Refresh(const Map& current, const typename Map::key_type& key,
+                                      XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment,
+                                      XRetired& retired);
     template <class Map, class KeyOf, class ServerOf>
-    void FillRecordMap(XLXSafeArray array, const Map& current, Map& fresh, KeyOf&& keyOf,
-                       ServerOf&& serverOf);
+    void FillRecordMap(XLXTypeCacheComp::XDeliveredRecords records, const Map& current, Map& fresh,
+                       XRetired& retired, KeyOf&& keyOf, ServerOf&& serverOf);
+    template <class Component, class Call>
+    XLXComPtr<IUnknown> AskForComponent(const char* method, Call&& call);
     XLXComPtr<IUnknown> GetServerAttributeInterface(XLXTextView name);
     XLXComPtr<IUnknown> GetServerGroupInterface(LONG number);
     XLXComPtr<IUnknown> GetServerPageInterface(LONG number);
@@ -235,15 +214,14 @@ private:
                               ILXConfObjEditor** ppEditor);
     bool TakeWhereFactsAreKnown(LONG mask, LONG group, std::vector<XLXComPtr<ILXAttribute>>& taken);
 
-    XLXTypeCacheComp::XComponentCounts m_counts;
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XAttributeMap> m_attributes;
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XPageMap> m_pages;
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XGroupMap> m_groups;
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XEditorMap> m_editors;
     std::shared_ptr<const XTransferModeSupplier> m_modeSupplier;
     std::atomic<LONG> m_flags{0};
-    std::atomic<bool> m_loaded{false};
-    XFillMutex m_fetch{XLockLevel::TypeFetch};
+    std::atomic<std::uint64_t> m_recordAt{0}; // the type map's number of the newest record
+    XFillMutex m_fetch;
     mutable XLeafMutex m_baseMutex; // guards the next two
     XLXComPtr<ILXTypeCache> m_pBaseFace;
     XLXComPtr<XLXTypeCache> m_pBase; // the same, when it is one of ours

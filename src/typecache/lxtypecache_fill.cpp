@@ -41,7 +41,7 @@ void Prefetch(const std::vector<XILXAttributeData>& records) noexcept
         {
             LX_PREFETCH(V_BSTR(&name.Get()));
         }
-        XRCComplexAttribute::PrefetchFacts(record.values);
+        XDisplayFacts::Prefetch(record.values);
     }
 }
 
@@ -56,41 +56,41 @@ typename Map::mapped_type OwnComponent(const Map& current, const typename Map::k
 }
 } // namespace
 
+// The stamps are noted before the server object is taken, and the whole clock before it is asked.
 void XLXTypeCache::FetchTypeCacheComponents(LONG mode)
 {
     const LXErrorLocation at = TheFacts.At("FetchTypeCacheComponents");
     const LONG wanted = ModeToFetch(mode);
-    if (wanted == 0)
-    {
-        return;
-    }
-    const Notes notes = TakeNotes();
-    const auto deliver = [&](XILXTypeComp& components, LONG to) {
-        const auto give = [&](auto& map, XLXSafeArray& array, const auto& note, LONG bit) {
-            if ((to & bit) != 0)
-            {
-                const XLXSafeArray replaced = map.Deliver(std::move(array), to, note);
-            }
-        };
-        give(m_attributes, components.attributes, notes.attributes, LXTM_ATTRIBUTES);
-        give(m_pages, components.pages, notes.pages, LXTM_PAGES);
-        give(m_groups, components.groups, notes.groups, LXTM_GROUPS);
-        give(m_editors, components.editors, notes.editors, LXTM_EDITORS);
-    };
+    const XStamp attributes = m_attributes.Note();
+    const XStamp pages = m_pages.Note();
+    const XStamp groups = m_groups.Note();
+    const XStamp editors = m_editors.Note();
+    const auto moment = std::make_shared<const XMoment>(Moment());
     const auto server = Server();
     XLXSafeArray array;
-    LXServerCall("ILXType::GetTypeComponentData");
-    const HRESULT result = server->GetTypeComponentData(wanted, array.Put());
+    const HRESULT result = LXAsk("ILXType::GetTypeComponentData", array, LXNoResult::PointerError,
+                                 OLESTR("type component data"), at,
+                                 [&](SAFEARRAY** out) { return server->GetTypeComponentData(wanted, out); });
     XLXError::RaiseIfFailed(result, OLESTR("the server failed to deliver the type's components"), at);
     XILXTypeComp components;
     if (result != S_FALSE)
     {
-        XLXError::CheckPointer(array.Get(), OLESTR("type component data"), at);
         components = GetWrapperFromArray(std::move(array));
     }
-    deliver(components, wanted);
+    XRetired retired;
+    const auto deliver = [&](auto& map, XLXSafeArray& records, const XStamp& stamp, LONG bit) {
+        if ((wanted & bit) != 0)
+        {
+            map.Deliver({std::move(records), moment}, stamp, retired);
+        }
+    };
+    deliver(m_attributes, components.attributes, attributes, LXTM_ATTRIBUTES);
+    deliver(m_pages, components.pages, pages, LXTM_PAGES);
+    deliver(m_groups, components.groups, groups, LXTM_GROUPS);
+    deliver(m_editors, components.editors, editors, LXTM_EDITORS);
 }
 
+/// The kinds that are requested, and those that the data transfer mode brings and that are not there.
 LONG XLXTypeCache::ModeToFetch(LONG requested) const
 {
     const LONG byDefault = m_modeSupplier != nullptr ? m_modeSupplier->Get() : 0;
@@ -107,54 +107,51 @@ LONG XLXTypeCache::ModeToFetch(LONG requested) const
     addIf(m_editors.HasData(), LXTM_EDITORS);
     addIf(m_pages.HasData(), LXTM_PAGES);
     addIf(m_groups.HasData(), LXTM_GROUPS);
-    return mode & ~there;
+    return (mode & ~there) | requested;
 }
 
-void XLXTypeCache::DeliverComponents(XILXTypeComp components, LONG mode, const Notes& noted,
-                                     XRetired& retired)
+void XLXTypeCache::DeliverComponents(XILXTypeComp components, LONG mode,
+                                     const std::shared_ptr<const XMoment>& moment, XRetired& retired)
 {
-    const auto give = [&](auto& map, XLXSafeArray& array, const XComponentNote& note) {
-        retired.arrays.push_back(map.Deliver(std::move(array), mode, note));
+    const auto deliver = [&](auto& map, XLXSafeArray& records, LONG bit) {
+        if ((mode & bit) != 0 || records)
+        {
+            map.Deliver({std::move(records), moment}, map.StampFrom(*moment), retired);
+        }
     };
-    give(m_attributes, components.attributes, noted.attributes);
-    give(m_pages, components.pages, noted.pages);
-    give(m_groups, components.groups, noted.groups);
-    give(m_editors, components.editors, noted.editors);
+    deliver(m_attributes, components.attributes, LXTM_ATTRIBUTES);
+    deliver(m_pages, components.pages, LXTM_PAGES);
+    deliver(m_groups, components.groups, LXTM_GROUPS);
+    deliver(m_editors, components.editors, LXTM_EDITORS);
 }
 
-/// The type's own component under a key, refreshed in place, or a new one. Returns it with what was noted of
-/// its store before its values were put there.
+/// The type's own component under a key, refreshed in place, or a new one.
 template <class Map>
-std::pair<typename Map::mapped_type, std::uint64_t>
-XLXTypeCache::Refresh(const Map& current, const typename Map::key_type& key, XLXComPtr<IUnknown> server,
-                      XVariantRow values)
+typename Map::mapped_type XLXTypeCache::Refresh(const Map& current, const typename Map::key_type& key,
+                                                XLXComPtr<IUnknown> server, XVariantRow values,
+                                                const XMoment& moment, XRetired& retired)
 {
     using Component = std::remove_reference_t<decltype(*std::declval<typename Map::mapped_type>())>;
     using Cached = typename Component::CachedClass;
-    auto component = OwnComponent(current, key, this);
-    if (component)
+    if (auto component = OwnComponent(current, key, this))
     {
-        component->Object()->ReplaceServer(std::move(server));
+        component->Object()->TakeRecord(std::move(server), std::move(values), moment, retired);
+        return component;
     }
-    else
+    const auto made = LXCFCTOOLS::Make<Cached>(std::move(server), Clock(), TheFacts.At("Refresh"));
+    if constexpr (std::is_same_v<Cached, XLXGroupCache>)
     {
-        const auto made = LXCFCTOOLS::Make<Cached>(std::move(server), TheFacts.At("Refresh"));
-        if constexpr (std::is_same_v<Cached, XLXGroupCache>)
-        {
-            made->SetOwner(m_selfLink);
-        }
-        component = typename Map::mapped_type(new Component(made, this));
+        made->SetOwner(m_selfLink);
     }
-    const std::uint64_t noted = component->Object()->NoteStore();
-    component->Object()->AssignProperties(std::move(values), noted);
-    return {std::move(component), noted};
+    made->AssignProperties(std::move(values), moment);
+    return typename Map::mapped_type(new Component(made, this));
 }
 
 template <class Map, class KeyOf, class ServerOf>
-void XLXTypeCache::FillRecordMap(XLXSafeArray array, const Map& current, Map& fresh, KeyOf&& keyOf,
-                                 ServerOf&& serverOf)
+void XLXTypeCache::FillRecordMap(XDeliveredRecords records, const Map& current, Map& fresh, XRetired& retired,
+                                 KeyOf&& keyOf, ServerOf&& serverOf)
 {
-    for (XILXConfigData& record : GetSingleTypedVecFromArray(std::move(array)))
+    for (XILXConfigData& record : GetSingleTypedVecFromArray(std::move(records.array)))
     {
         const auto key = keyOf(record.values);
         if (!key)
@@ -162,40 +159,43 @@ void XLXTypeCache::FillRecordMap(XLXSafeArray array, const Map& current, Map& fr
             continue; // without its key a component cannot be found
         }
         XLXComPtr<IUnknown> server = record.object ? std::move(record.object) : serverOf(*key);
-        fresh.Add(*key, Refresh(current, *key, std::move(server), std::move(record.values)).first);
+        fresh.Add(*key, Refresh(current, *key, std::move(server), std::move(record.values), *records.moment, retired));
     }
 }
 
-void XLXTypeCache::FillPageMap(XLXSafeArray array, const XPageMap& current, XPageMap& fresh)
+void XLXTypeCache::FillPageMap(XDeliveredRecords records, const XPageMap& current, XPageMap& fresh,
+                               XRetired& retired)
 {
     FillRecordMap(
-        std::move(array), current, fresh,
+        std::move(records), current, fresh, retired,
         [](const auto& values) { return NumberAt(values, MemberPageNumber); },
         [this](LONG number) { return GetServerPageInterface(number); });
 }
 
-void XLXTypeCache::FillGroupMap(XLXSafeArray array, const XGroupMap& current, XGroupMap& fresh)
+void XLXTypeCache::FillGroupMap(XDeliveredRecords records, const XGroupMap& current, XGroupMap& fresh,
+                                XRetired& retired)
 {
     FillRecordMap(
-        std::move(array), current, fresh,
+        std::move(records), current, fresh, retired,
         [](const auto& values) { return NumberAt(values, MemberGroupNumber); },
         [this](LONG number) { return GetServerGroupInterface(number); });
 }
 
-void XLXTypeCache::FillEditorMap(XLXSafeArray array, const XEditorMap& current, XEditorMap& fresh)
+void XLXTypeCache::FillEditorMap(XDeliveredRecords records, const XEditorMap& current, XEditorMap& fresh,
+                                 XRetired& retired)
 {
     FillRecordMap(
-        std::move(array), current, fresh,
+        std::move(records), current, fresh, retired,
         [](const auto& values) { return NameAt(values, MemberEditorProgId); },
         [](const XCFGStringKey&) { return XLXComPtr<IUnknown>(); });
 }
 
-void XLXTypeCache::FillAttributeMapFromSafeArray(XLXSafeArray array, const XAttributeMap& current,
-                                                 XAttributeMap& fresh)
+void XLXTypeCache::FillAttributeMapFromSafeArray(XDeliveredRecords records, const XAttributeMap& current,
+                                                 XAttributeMap& fresh, XRetired& retired)
 {
-    std::vector<XILXAttributeData> records = ReadAttributeList(std::move(array));
-    Prefetch(records);
-    for (XILXAttributeData& record : records)
+    std::vector<XILXAttributeData> list = ReadAttributeList(std::move(records.array));
+    Prefetch(list);
+    for (XILXAttributeData& record : list)
     {
         const auto key = NameAt(record.values, MemberAttributeName);
         if (!key || fresh.find(*key) != fresh.end()) // what is added here is not found yet
@@ -204,48 +204,45 @@ void XLXTypeCache::FillAttributeMapFromSafeArray(XLXSafeArray array, const XAttr
         }
         XLXComPtr<IUnknown> server =
             record.object ? std::move(record.object) : GetServerAttributeInterface(key->Text());
-        const XDisplayFacts facts = XRCComplexAttribute::FactsOf(record.values);
-        auto [component, noted] = Refresh(current, *key, std::move(server), std::move(record.values));
-        component->KeepFacts(facts, noted);
-        XLXAttributeCache& attribute = *component->Object();
-        attribute.AssignAttributeTypes(std::move(record.types), attribute.NoteAttributeTypes());
+        auto component =
+            Refresh(current, *key, std::move(server), std::move(record.values), *records.moment, retired);
+        component->Object()->AssignAttributeTypes(std::move(record.types), *records.moment, retired);
         fresh.Add(*key, std::move(component));
     }
 }
 
 // A component whose record carries no server object is asked for from the server's type. A server that does
 // not have it either leaves the component without one: its values are there, and what needs the server fails.
-XLXComPtr<IUnknown> XLXTypeCache::GetServerAttributeInterface(XLXTextView name)
+template <class Component, class Call>
+XLXComPtr<IUnknown> XLXTypeCache::AskForComponent(const char* method, Call&& call)
 {
-    const XLXComBSTR text(name);
-    XLXComPtr<ILXAttribute> attribute;
     if (!HasServer())
     {
         return nullptr;
     }
-    LXServerCall("ILXType::GetAttribute");
-    return Server()->GetAttribute(text.Get(), attribute.Put()) == S_OK ? XLXComPtr<IUnknown>(attribute)
-                                                                       : nullptr;
+    const auto server = Server();
+    XLXComPtr<Component> component;
+    const HRESULT result = LXAsk(method, component, LXNoResult::Nothing, {}, TheFacts.At(method),
+                                 [&](Component** out) { return call(*server, out); });
+    return result == S_OK ? XLXComPtr<IUnknown>(component) : nullptr;
+}
+
+XLXComPtr<IUnknown> XLXTypeCache::GetServerAttributeInterface(XLXTextView name)
+{
+    const XLXComBSTR text(name);
+    return AskForComponent<ILXAttribute>("ILXType::GetAttribute", [&](ILXType& type, ILXAttribute** out) {
+        return type.GetAttribute(text.Get(), out);
+    });
 }
 
 XLXComPtr<IUnknown> XLXTypeCache::GetServerGroupInterface(LONG number)
 {
-    XLXComPtr<ILXGroup> group;
-    if (!HasServer())
-    {
-        return nullptr;
-    }
-    LXServerCall("ILXType::GetGroup");
-    return Server()->GetGroup(number, group.Put()) == S_OK ? XLXComPtr<IUnknown>(group) : nullptr;
+    return AskForComponent<ILXGroup>("ILXType::GetGroup",
+                                     [&](ILXType& type, ILXGroup** out) { return type.GetGroup(number, out); });
 }
 
 XLXComPtr<IUnknown> XLXTypeCache::GetServerPageInterface(LONG number)
 {
-    XLXComPtr<ILXPage> page;
-    if (!HasServer())
-    {
-        return nullptr;
-    }
-    LXServerCall("ILXType::GetPage");
-    return Server()->GetPage(number, page.Put()) == S_OK ? XLXComPtr<IUnknown>(page) : nullptr;
+    return AskForComponent<ILXPage>("ILXType::GetPage",
+                                    [&](ILXType& type, ILXPage** out) { return type.GetPage(number, out); });
 }

@@ -106,8 +106,8 @@ HRESULT XLXTypeCache::GetToplevelGroupEnum(ILXGroupEnum** ppEnum)
         XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetToplevelGroupEnum"));
         *ppEnum = nullptr;
         const auto server = Server();
-        LXServerCall("ILXType::GetToplevelGroupEnum");
-        return LXPassedOn(server->GetToplevelGroupEnum(ppEnum), ppEnum, TheFacts.At("GetToplevelGroupEnum"));
+        return LXPassOn("ILXType::GetToplevelGroupEnum", ppEnum, TheFacts.At("GetToplevelGroupEnum"),
+                        [&](ILXGroupEnum** out) { return server->GetToplevelGroupEnum(out); });
     });
 }
 
@@ -117,9 +117,8 @@ HRESULT XLXTypeCache::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** p
         XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetPageToplevelGroupEnum"));
         *ppEnum = nullptr;
         const auto server = Server();
-        LXServerCall("ILXType::GetPageToplevelGroupEnum");
-        return LXPassedOn(server->GetPageToplevelGroupEnum(iPageNumber, ppEnum), ppEnum,
-                          TheFacts.At("GetPageToplevelGroupEnum"));
+        return LXPassOn("ILXType::GetPageToplevelGroupEnum", ppEnum, TheFacts.At("GetPageToplevelGroupEnum"),
+                        [&](ILXGroupEnum** out) { return server->GetPageToplevelGroupEnum(iPageNumber, out); });
     });
 }
 
@@ -185,12 +184,12 @@ bool XLXTypeCache::TakeWhereFactsAreKnown(LONG mask, LONG group, std::vector<XLX
     return m_attributes.Read([&](const XAttributeMap& attributes) {
         for (const auto& [key, component] : attributes)
         {
-            XDisplayFacts facts;
-            if (!component->KnownFacts(facts))
+            const auto facts = component->Object()->KnownFacts();
+            if (!facts)
             {
                 return false;
             }
-            if (IsTaken(facts, mask, group))
+            if (IsTaken(*facts, mask, group))
             {
                 taken.emplace_back(component->Object().Get());
             }
@@ -213,7 +212,7 @@ HRESULT XLXTypeCache::InternalGetDisplayGroupAttributeEnum(const char* method, L
             taken.clear();
             for (const auto& [key, component] : m_attributes.Snapshot())
             {
-                if (IsTaken(component->Facts(), lMask, iGroupNumber))
+                if (IsTaken(component->Object()->Facts(), lMask, iGroupNumber))
                 {
                     taken.emplace_back(component->Object().Get());
                 }
@@ -238,12 +237,12 @@ HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** p
         std::set<XCFGStringKey> own;
         XLXComPtr<ILXAttributeEnum> listed;
         const auto server = Server();
-        LXServerCall("ILXType::GetAttributeEnum");
-        const HRESULT result = server->GetAttributeEnum(listed.Put());
+        HRESULT result = LXAsk("ILXType::GetAttributeEnum", listed, LXNoResult::Nothing, {}, at,
+                               [&](ILXAttributeEnum** out) { return server->GetAttributeEnum(out); });
         XLXError::RaiseIfFailed(result, OLESTR("the server failed to list the type's own attributes"), at);
         if (listed)
         {
-            LXForEachOf<OwnAttributeBatch, ILXAttribute>(
+            result = LXForEachOf<OwnAttributeBatch, ILXAttribute>(
                 *listed.Get(), "ILXAttributeEnum::RemNext", at, [&](XLXComPtr<ILXAttribute>&& attribute) {
                     XLXComVariant name;
                     LXServerCall("ILXConfigObject::GetProperty");
@@ -252,6 +251,7 @@ HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** p
                         own.emplace(name.AsText().value_or(XLXText()));
                     }
                 });
+            XLXError::RaiseIfFailed(result, OLESTR("the server failed to list the type's own attributes"), at);
         }
         std::vector<XLXComPtr<ILXAttribute>> items;
         m_attributes.Read([&](const XAttributeMap& attributes) {

@@ -30,6 +30,7 @@ constexpr XPrescribed Prescribed[] = {
     {"ILXPCInfoEnum::RemNext", "PCInfo|GetPCEnum", ""},
     {"ILXPCInfo::GetProperties", "PCInfo|GetPCEnum", ""},
     {"ILXGlobalAttributeFormatSpecEnum::RemNext", "GetAllGlobal", ""},
+    {"ILXGlobalAttributeFormatSpecEnum::RemNext", "after removal", "Length NewSpec1 "}, // read again
     {"ILX_Query::", "plan types|IsPlantype", "*"},
     {"IEnumBaseDataObject::RemNext", "plan types", "*"},
     {"ILX_BaseDataObject::GetChildren", "plan types|IsPlantype", "*"},
@@ -41,6 +42,7 @@ constexpr XPrescribed Prescribed[] = {
      "Length NewSpec1 "}, // read only then
     // The server says that there is nothing: no values, no types, no format, an object without a type.
     {"::GetProperties", "Format|GetBrowserIdEnum", "*"},
+    {"ILXConfigFactoryEx::GetTypeArrayEx", "Initialize", ""},
     {"ILXConfigFactoryEx::GetTypeArrayEx", "then GetTypeEnum", "Document Equipment Item Pump "},
     {"::GetFormat", "GetFormat", ""},
     {"ILX_BaseDataObject::GetTypeName", "GetCachedType|PC|PPR|IsPlantype", ""},

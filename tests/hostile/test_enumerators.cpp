@@ -39,9 +39,13 @@ protected:
     {
         return [element](IEnumX** out) {
             const auto next = [element, behaviour = GetParam()](ULONG asked, IX** elements, ULONG* fetched) {
-                for (ULONG i = 0; i < std::min(behaviour.put, asked); i += 2)
+                for (ULONG i = 0; i < std::min(behaviour.put, asked); i += 2) // holes between them
                 {
-                    element.CopyTo(&elements[i]); // holes between them
+                    elements[i] = element.Get();
+                    if (SUCCEEDED(behaviour.result)) // a failing call leaves nothing to release
+                    {
+                        element->AddRef();
+                    }
                 }
                 *fetched = behaviour.claimsTooMuch        ? asked * 1000
                            : behaviour.claimed == AsAsked ? asked

@@ -80,11 +80,10 @@ class Host final : public XRelationHost
 public:
     ArrayFactory factory;
 
-    XLXComPtr<ILXConfigFactory> ConfigFactory(const char*) const override
+    XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr&, const char*) const override
     {
         return const_cast<ArrayFactory*>(&factory);
     }
-    const XNotificationEpoch& NotificationEpoch() const noexcept override { return m_epoch; }
     std::vector<XLXText> BaseTypeNames(XLXTextView) override { return {}; }
     std::vector<PlanTypeRelation> InternalGetPlantypeRelations(XLXTextView) override { return {}; }
     const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept override { return m_link; }
@@ -94,7 +93,6 @@ public:
     bool TryAddRef() noexcept override { return true; }
 
 private:
-    XNotificationEpoch m_epoch;
     XWeakLink<XPCInfoRegistry> m_link;
 };
 } // namespace
@@ -111,7 +109,7 @@ TEST(RelationArray, ARecordThatIsTooShortFailsTheLoadOnce)
     {
         Host host;
         host.factory.values = values;
-        XLXPCPartCacheMng relations(host);
+        XLXPCPartCacheMng relations(host, XClockPtr(new XClock));
         const auto load = [&relations] {
             return XLXError::Guarded(LXHere("test", nullptr, "test"),
                                      [&] { return relations.InternalFillParentChildMap(); });

@@ -111,13 +111,13 @@ TEST(RelationObjects, ReloadTheirPCInfosAfterTermination)
     XLXComPtr<ILXParentChild> first;
     ASSERT_EQ(server->ConfigFactory()->GetParentChildEnum(nullptr, nullptr, relations.Put()), S_OK);
     ASSERT_EQ(relations->GetSingleNext(first.Put()), S_OK);
-    const XLXComPtr<XLXParentChildCache> relation(new XLXParentChildCache(first));
+    const XLXComPtr<XLXParentChildCache> relation(new XLXParentChildCache(first, XClockPtr(new XClock)));
     EXPECT_TRUE(relation->FindPCInfo(OLESTR("tree")));
     relation->Terminate();
     EXPECT_TRUE(relation->FindPCInfo(OLESTR("tree")));
     EXPECT_EQ(server->Calls().Of("ILXParentChild::GetPCInfoEnum"), 2u);
     XLXComVariant value;
-    const XLXComPtr<XLXPCInfoCache> unread(new XLXPCInfoCache(nullptr));
+    const XLXComPtr<XLXPCInfoCache> unread(new XLXPCInfoCache(nullptr, XClockPtr(new XClock)));
     EXPECT_EQ(unread->SetProperty(9, value.Get()), S_OK); // ten slots are there from the start
     EXPECT_EQ(unread->SetProperty(10, value.Get()), E_INVALIDARG);
     EXPECT_EQ(relation->AddPCInfo(nullptr), E_NOTIMPL);
@@ -131,7 +131,7 @@ TEST(RelationObjects, InheritedOnesHaveTheirOwnEnds)
     XLXComPtr<ILXParentChild> first;
     ASSERT_EQ(server->ConfigFactory()->GetParentChildEnum(nullptr, nullptr, relations.Put()), S_OK);
     ASSERT_EQ(relations->GetSingleNext(first.Put()), S_OK);
-    const XLXComPtr<XLXParentChildCache> base(new XLXParentChildCache(first));
+    const XLXComPtr<XLXParentChildCache> base(new XLXParentChildCache(first, XClockPtr(new XClock)));
     const XLXComPtr<XLXParentChildCacheInherited> middle(new XLXParentChildCacheInherited(base));
     const XLXComPtr<XLXParentChildCacheInherited> last(new XLXParentChildCacheInherited(middle));
     middle->SetNames(OLESTR("Wrong"), OLESTR("Wrong"));

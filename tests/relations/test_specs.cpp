@@ -145,13 +145,6 @@ TEST_F(Specs, BrowserIdsAreReadOnceAndKeepTheirPlace)
     Edit().AddBrowserId(
         "Late"); // known ones are asked for their values again, and no new ones are looked for
     ExpectCalls(150, [&] { EXPECT_EQ(browsers().size(), 150u); });
-
-    auto& manager = static_cast<XLXConfigFactoryCacheManager&>(*m_cache);
-    XLXComPtr<ILXBrowserId> id;
-    EXPECT_EQ(manager.InternalGetBrowserId(OLESTR("Tree"), id.Put()), S_OK);
-    EXPECT_EQ(LXRead(id.Get(), 0), OLESTR("Tree"));
-    EXPECT_EQ(manager.InternalGetBrowserId(OLESTR("tree"), id.Put()), S_OK);
-    EXPECT_FALSE(id);
 }
 
 TEST_F(Specs, EveryBrowserHasAPCInfoInBothGenerations)

@@ -1,156 +1,163 @@
 // SPDX-License-Identifier: MIT
 //
-// Filling: who fills, and what a notification that comes meanwhile does to the answer.
-#include "XFillMutex.h"
-#include "XFilledFlag.h"
+// Loading: who asks the server, and what a notification that comes meanwhile does to the answer.
+#include "XLoaded.h"
 #include "synctools.h"
+
+#include <stdexcept>
 
 namespace
 {
-/// A course of events. Two fillers: n and N note the generation, s and S set the flag with that note;
-/// i invalidates.
+constexpr XAspect Aspect = XAspect::PlanTypes;
+
+/// A holder in front of a server whose value changes.
+class Loading
+{
+public:
+    Loading() { m_loaded.Begin(time); }
+
+    int Ask()
+    {
+        return *m_loaded.Load(time, [this] { return std::make_shared<const int>(m_server.load()); });
+    }
+    bool IsFresh() const { return m_loaded.Fresh() != nullptr; }
+
+    XTime time{XClockPtr(new XClock), Aspect};
+    XLoaded<int> m_loaded;
+    std::atomic<int> m_server{1};
+};
+
+/// A course of events. Two threads ask: n and N note, s and S publish. i notifies, o advances the own count, E ends and
+/// B begins the time anew.
 struct Course
 {
     const char* events;
-    bool filled;
+    int held; ///< which answer is there at the end: 1 that of n, 2 that of N, 0 none
+    bool fresh;
 };
 
-TEST(FilledFlag, CountsOnlyAnAnswerThatNothingOvertook)
+TEST(Loaded, KeepsTheAnswerThatWasNotedLastAndNeverTakesAnOvertakenOneForFresh)
 {
     constexpr Course Courses[] = {
-        {"", false},     {"ns", true},     {"nsi", false},   {"nis", false},
-        {"nisi", false}, {"nisns", true},  {"nsins", true},  {"nNsS", true},
-        {"nNSs", true},  {"nNiSs", false}, {"niNS", true},   {"nNSis", false},
-        {"niiNS", true}, {"nisNS", true},  {"niNSs", false}, // the late answer replaced the newer data, and
-                                                             // is not taken for it
+        {"", 0, false},     {"ns", 1, true},      {"nsi", 1, false},    {"nis", 1, false},   {"nso", 1, false},
+        {"nos", 1, false},  {"nisNS", 2, true},   {"nNsS", 2, true},    {"nNSs", 1, true},   {"niNSs", 2, true},
+        {"noNSs", 2, true}, {"nNiSs", 1, false},  {"niNoSs", 2, false}, {"nsE", 0, false},   {"nEs", 0, false},
+        {"nEBs", 0, false}, {"nEBNSs", 2, true},  {"nsEB", 0, false},
     };
     for (const Course& course : Courses)
     {
-        XFilledFlag flag;
-        std::uint64_t notes[2] = {};
+        Loading loading;
+        XStamp notes[2];
+        XTime times[2];
         for (const char* event = course.events; *event != '\0'; ++event)
         {
-            std::uint64_t& note = notes[*event == 'N' || *event == 'S'];
+            const int who = *event == 'N' || *event == 'S' ? 1 : 0;
             switch (*event)
             {
             case 'n':
             case 'N':
-                note = flag.Note();
+                times[who] = loading.time;
+                notes[who] = {loading.time.Now(), loading.m_loaded.Own().Now()};
                 break;
             case 'i':
-                flag.Invalidate();
+                loading.time.clock->Advance(Aspect);
+                break;
+            case 'o':
+                loading.m_loaded.Advance();
+                break;
+            case 'E':
+                loading.m_loaded.End(loading.time);
+                break;
+            case 'B':
+                loading.time.clock = XClockPtr(new XClock);
+                loading.m_loaded.Begin(loading.time);
                 break;
             default:
-                flag.SetFilled(note);
+                loading.m_loaded.Publish(times[who], std::make_shared<const int>(who + 1), notes[who],
+                                         [](const int&) {});
             }
         }
-        EXPECT_EQ(course.filled, flag.IsFilled()) << course.events;
+        const auto held = loading.m_loaded.Held();
+        EXPECT_EQ(held ? *held : 0, course.held) << course.events;
+        EXPECT_EQ(loading.IsFresh(), course.fresh) << course.events;
     }
 }
 
-/// A server whose value changes, two threads that fill a cache from it, and one that reads the cache.
-class Notified
+TEST(Loaded, GivesAnAnswerThatNothingTakesToWhoeverAsked)
 {
-public:
-    void Run()
-    {
-        std::thread threads[] = {std::thread([this] { Change(); }), std::thread([this] { Fill(); }),
-                                 std::thread([this] { Fill(); })};
-        while (m_told < Changes)
-        {
-            Read();
-        }
-        for (std::thread& thread : threads)
-        {
-            thread.join();
-        }
-        Read();
-    }
-    int filledReads = 0;
-    int staleReads = 0;
-
-private:
-    static constexpr int Changes = 1000;
-
-    void Change()
-    {
-        for (int value = 1; value <= Changes; ++value)
-        {
-            m_server = value;
-            m_flag.Invalidate();
-            m_told = value;
-            std::this_thread::yield();
-        }
-    }
-    void Fill()
-    {
-        while (m_told < Changes || !m_flag.IsFilled())
-        {
-            const std::uint64_t note = m_flag.Note();
-            const int answer = m_server;
-            const XCritProxy<int> cached(m_cached);
-            *cached = answer;
-            m_flag.SetFilled(note);
-        }
-    }
-    // What the cache calls filled is at least as new as the last notification that had returned.
-    void Read()
-    {
-        const int told = m_told;
-        const XCritReadProxy<int> cached(m_cached);
-        if (m_flag.IsFilled())
-        {
-            ++filledReads;
-            staleReads += *cached < told;
-        }
-    }
-
-    std::atomic<int> m_server{0};
-    std::atomic<int> m_told{0};
-    XFilledFlag m_flag;
-    XCritDataCFC<int> m_cached{XLockLevel::ObjectMap, 0};
-};
-
-TEST(FilledFlag, NoNotificationIsLostBetweenThreads)
-{
-    Notified notified;
-    notified.Run();
-    EXPECT_EQ(0, notified.staleReads);
-    EXPECT_GT(notified.filledReads, 0); // at the end at the latest
+    Loading loading;
+    loading.m_loaded.End(loading.time);
+    EXPECT_EQ(loading.Ask(), 1);
+    EXPECT_FALSE(loading.m_loaded.Held());
+    const auto fail = [&] {
+        loading.m_loaded.Load(loading.time, []() -> std::shared_ptr<const int> { throw std::runtime_error("fails"); });
+    };
+    EXPECT_THROW(fail(), std::runtime_error);
+    XActor other; // the mutex was given back
+    auto next = other.Start([&] { return loading.Ask(); });
+    ASSERT_TRUE(IsReady(next));
+    EXPECT_EQ(next.get(), 1);
 }
 
-TEST(FillMutex, LetsItsOwnThreadInAndNoOther)
+TEST(Loaded, AChangeMakesAnAnswerOnItsWayOld)
 {
-    XFillMutex mutex(XLockLevel::TypeFetch);
+    Loading loading;
+    loading.Ask();
+    const XStamp noted{loading.time.Now(), loading.m_loaded.Own().Now()};
+    loading.m_loaded.Change([](const int&, bool&) { return std::make_shared<const int>(7); });
+    EXPECT_TRUE(loading.IsFresh());
+    EXPECT_FALSE(loading.m_loaded.Publish(loading.time, std::make_shared<const int>(1), noted, [](const int&) {}));
+    EXPECT_EQ(*loading.m_loaded.Held(), 7);
+    loading.m_loaded.Change([](const int& value, bool& isWhole) {
+        isWhole = false; // not known: ask again
+        return std::make_shared<const int>(value);
+    });
+    EXPECT_FALSE(loading.IsFresh());
+}
+
+TEST(Fill, LetsItsOwnThreadInAndNoOther)
+{
+    XFillMutex mutex;
+    const int holder = 0;
     XActor other;
     std::future<bool> waits;
     {
-        const XFillGuard fill(mutex);
-        EXPECT_FALSE(fill.Reentered());
-        {
-            const XFillGuard inner(mutex);
-            EXPECT_TRUE(inner.Reentered());
-        }
-        EXPECT_TRUE(XFillGuard(mutex).Reentered()) << "the inner guard gave the mutex away";
-        waits = other.Start([&] { return XFillGuard(mutex).Reentered(); });
+        const XFill fill(mutex, &holder);
+        EXPECT_FALSE(fill.IsReentered());
+        EXPECT_TRUE(XFill(mutex, &holder).IsReentered());
+        EXPECT_FALSE(XFill(mutex, &waits).IsReentered()) << "another holder of the same mutex";
+        waits = other.Start([&] { return XFill(mutex, &holder).IsReentered(); });
         EXPECT_FALSE(IsReady(waits, MustNotHappen));
     }
     ASSERT_TRUE(IsReady(waits));
     EXPECT_FALSE(waits.get());
-    EXPECT_FALSE(XFillGuard(mutex).Reentered());
 }
 
-TEST(FillMutex, IsGivenBackByAnError)
+TEST(Fill, AThreadThatIsAskingWaitsForNobody)
 {
-    XFillMutex mutex(XLockLevel::TypeFetch);
-    const auto fill = [&] {
-        const XFillGuard guard(mutex);
-        XLXError::Raise(E_FAIL, OLESTR("the server failed"), LXHere("test_fill", nullptr, "fill"));
-    };
-    EXPECT_THROW(fill(), XLXException);
-    XActor other;
-    auto next = other.Start([&] { return XFillGuard(mutex).Reentered(); });
-    ASSERT_TRUE(IsReady(next));
-    EXPECT_FALSE(next.get());
+    XFillMutex mutexes[2];
+    XActor others[2];
+    std::promise<void> inside[2];
+    std::promise<void> tried[2];
+    std::future<bool> done[2];
+    for (int i = 0; i < 2; ++i)
+    {
+        done[i] = others[i].Start([&, i] {
+            const XFill own(mutexes[i], &mutexes[i]);
+            inside[i].set_value();
+            inside[1 - i].get_future().wait();
+            const bool isBusy = XFill(mutexes[1 - i], &mutexes[1 - i]).IsBusyElsewhere();
+            const bool isBusyForALife =
+                XFill(mutexes[1 - i], &others, XFillKind::Lifecycle).IsBusyElsewhere();
+            tried[i].set_value();
+            tried[1 - i].get_future().wait();
+            return isBusy && isBusyForALife;
+        });
+    }
+    for (auto& each : done)
+    {
+        ASSERT_TRUE(IsReady(each)) << "two threads wait for each other";
+        EXPECT_TRUE(each.get());
+    }
 }
 } // namespace

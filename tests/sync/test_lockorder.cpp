@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Debug builds end the process at a lock taken in the wrong order.
-#include "XFillMutex.h"
+#include "XFill.h"
 #include "synctools.h"
 
 namespace
@@ -25,7 +25,7 @@ Data& OtherStore()
 }
 XFillMutex& Fetch()
 {
-    static XFillMutex mutex(XLockLevel::TypeFetch);
+    static XFillMutex mutex;
     return mutex;
 }
 
@@ -38,11 +38,11 @@ void Nest(OuterLock& outer, InnerLock& inner)
 
 TEST(LockOrder, LetsTheRightOrderPass)
 {
-    XFillMutex base(XLockLevel::TypeFetch);
+    XFillMutex base;
     for (int round = 0; round < 2; ++round)
     {
-        const XFillGuard derivedFetch(Fetch());
-        const XFillGuard baseFetch(base);
+        const XFill outer(Fetch(), &Fetch());
+        const XFill inner(base, &base);
         XLockOrder::AssertNoneHeld();
         const XCritReadProxy<int> types(Types());
         Nest<XCritProxy<int>, XCritLFReadProxy<int>>(Store(), Store());
@@ -73,8 +73,12 @@ TEST(LockOrderDeathTest, FindsTheWrongOrder)
          [] { Nest<XCritLFReadProxy<int>, XCritProxy<int>>(Store(), Store()); }},
         {"taking PropertyStore while PropertyStore",
          [] { Nest<XCritLFReadProxy<int>, XCritReadProxy<int>>(Store(), Store()); }},
-        {"taking TypeFetch while TypeMap", [] { Nest<XCritReadProxy<int>, XFillGuard>(Types(), Fetch()); }},
-        {"calling out below ObjectFill while PropertyStore",
+        {"taking Fill while TypeMap",
+         [] {
+             const XCritReadProxy<int> types(Types());
+             const XFill fill(Fetch(), &Fetch());
+         }},
+        {"calling out below Fill while PropertyStore",
          [] {
              const XCritLFReadProxy<int> read(Store());
              XLockOrder::AssertNoneHeld();

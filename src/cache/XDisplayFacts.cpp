@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "LXTypeCacheComp.h"
+#include "XDisplayFacts.h"
+
+#include "LXCompiler.h"
 
 namespace
 {
@@ -30,7 +32,7 @@ constexpr int GroupNumberShift = 32;
 
 /// The facts, from a function that gives the value of a member; an empty value is no answer.
 template <class ValueOf>
-XLXTypeCacheComp::XDisplayFacts FactsFrom(ValueOf&& valueOf)
+XDisplayFacts FactsFrom(ValueOf&& valueOf)
 {
     const auto flag = [&](int member) {
         const XLXComVariant& value = valueOf(member);
@@ -40,7 +42,7 @@ XLXTypeCacheComp::XDisplayFacts FactsFrom(ValueOf&& valueOf)
         const XLXComVariant& value = valueOf(member);
         return value.Empty() ? none : value.AsLong().value_or(none);
     };
-    XLXTypeCacheComp::XDisplayFacts facts;
+    XDisplayFacts facts;
     facts.inBrowser = flag(ShowInBrowser);
     facts.inEditor = flag(ShowInEditor);
     facts.inFinder = flag(ShowInFinder) && !flag(NotInFinder);
@@ -51,7 +53,7 @@ XLXTypeCacheComp::XDisplayFacts FactsFrom(ValueOf&& valueOf)
     return facts;
 }
 
-std::uint64_t Pack(const XLXTypeCacheComp::XDisplayFacts& facts)
+std::uint64_t Pack(const XDisplayFacts& facts)
 {
     const auto bit = [](bool set, FactBit value) { return set ? std::uint64_t{value} : std::uint64_t{0}; };
     return bit(facts.inBrowser, BitBrowser) | bit(facts.inEditor, BitEditor) |
@@ -60,9 +62,9 @@ std::uint64_t Pack(const XLXTypeCacheComp::XDisplayFacts& facts)
            (static_cast<std::uint64_t>(static_cast<std::uint32_t>(facts.groupNumber)) << GroupNumberShift);
 }
 
-XLXTypeCacheComp::XDisplayFacts Unpack(std::uint64_t packed)
+XDisplayFacts Unpack(std::uint64_t packed)
 {
-    XLXTypeCacheComp::XDisplayFacts facts;
+    XDisplayFacts facts;
     facts.inBrowser = (packed & BitBrowser) != 0;
     facts.inEditor = (packed & BitEditor) != 0;
     facts.inFinder = (packed & BitFinder) != 0;
@@ -72,20 +74,18 @@ XLXTypeCacheComp::XDisplayFacts Unpack(std::uint64_t packed)
     facts.groupNumber = static_cast<LONG>(static_cast<std::uint32_t>(packed >> GroupNumberShift));
     return facts;
 }
+static_assert(Origin == XDisplayFacts::LastMember);
 } // namespace
 
-namespace XLXTypeCacheComp
-{
-XDisplayFacts XRCComplexAttribute::FactsOf(const XVariantRow& values)
+XDisplayFacts XDisplayFacts::Of(const XVariantRow& values)
 {
     static const XLXComVariant none;
     return FactsFrom([&](int member) -> const XLXComVariant& {
-        return static_cast<std::size_t>(member) < values.size() ? values[static_cast<std::size_t>(member)]
-                                                                : none;
+        return static_cast<std::size_t>(member) < values.size() ? values[static_cast<std::size_t>(member)] : none;
     });
 }
 
-void XRCComplexAttribute::PrefetchFacts(const XVariantRow& values) noexcept
+void XDisplayFacts::Prefetch(const XVariantRow& values) noexcept
 {
     for (const AttributeMember member :
          {ShowInBrowser, ShowInFinder, GroupNumber, InAVSet, Printable, NotInFinder, Origin})
@@ -97,44 +97,18 @@ void XRCComplexAttribute::PrefetchFacts(const XVariantRow& values) noexcept
     }
 }
 
-bool XRCComplexAttribute::KnownFacts(XDisplayFacts& facts) const noexcept
+void XKeptDisplayFacts::Keep(const XDisplayFacts& facts, const XStamp& stamp) noexcept
 {
-    if (m_generation.load(std::memory_order_acquire) != Object()->StoreGeneration())
-    {
-        return false;
-    }
-    facts = Unpack(m_packed.load(std::memory_order_acquire));
-    return true;
+    m_packed.store(Pack(facts), std::memory_order_release);
+    m_stamp.store(stamp.IsNone() ? 0 : stamp.Sum(), std::memory_order_release);
 }
 
-// Readers take the generation first: facts of an older generation are never stored once newer ones are.
-void XRCComplexAttribute::KeepFacts(const XDisplayFacts& facts, std::uint64_t generation) noexcept
+// The facts are read after the stamp, and written before it: they are those of the stamp, or newer ones.
+std::optional<XDisplayFacts> XKeptDisplayFacts::Fresh(const XStamp& now) const noexcept
 {
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
-    if (generation >= m_generation.load(std::memory_order_relaxed))
+    if (m_stamp.load(std::memory_order_acquire) != now.Sum())
     {
-        m_packed.store(Pack(facts), std::memory_order_release);
-        m_generation.store(generation, std::memory_order_release);
+        return std::nullopt;
     }
+    return Unpack(m_packed.load(std::memory_order_acquire));
 }
-
-XDisplayFacts XRCComplexAttribute::Facts()
-{
-    XDisplayFacts facts;
-    if (KnownFacts(facts))
-    {
-        return facts;
-    }
-    const std::uint64_t generation = Object()->StoreGeneration();
-    XLXComVariant value;
-    facts = FactsFrom([&](int member) -> const XLXComVariant& {
-        value = XLXComVariant();
-        const HRESULT result = Object()->ReadProperty(member, value);
-        XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"),
-                                LXHere("LXTypeCacheComp", "XRCComplexAttribute", "Facts"));
-        return value;
-    });
-    KeepFacts(facts, generation);
-    return facts;
-}
-} // namespace XLXTypeCacheComp

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+#ifndef XFILL_H
+#define XFILL_H
+
+#include "XLockOrder.h"
+#include "XSyncPolicy.h"
+
+/// What a fill is for.
+enum class XFillKind : unsigned char
+{
+    Asking,   ///< the server is asked for what a holder holds
+    Lifecycle ///< a manager is initialised or terminated
+};
+
+/// The right to ask the server for a holder. Held across calls to the server, never taken by a notification.
+///
+/// The server may call back while it is being asked. So each thread keeps a list of the holders that it is asking for:
+/// - A thread that comes to a holder on its list is told so: it answers with what is there.
+/// - For another holder, a thread that is asking already never waits: when the mutex is busy elsewhere, it asks the
+///   server itself, beside the one that has the mutex. So nobody waits while somebody waits for it, whatever the order
+///   in which servers ask back, and there is no order among the mutexes.
+/// - All others wait for the mutex.
+template <class Policy = XSystemSync>
+class XBasicFill
+{
+public:
+    using Mutex = typename Policy::Mutex;
+
+    /// @param mutex   of the holder; several holders may share one
+    /// @param holder  compared only
+    XBasicFill(Mutex& mutex, const void* holder, XFillKind kind = XFillKind::Asking) noexcept
+        : m_mutex(mutex), m_holder(holder), m_kind(kind), m_next(List())
+    {
+        bool isOwned = false; // the thread has the mutex, for another holder
+        bool isAsking = false;
+        for (const XBasicFill* fill = m_next; fill != nullptr; fill = fill->m_next)
+        {
+            m_reentered = m_reentered || fill->m_holder == holder;
+            isOwned = isOwned || (fill->m_locked && &fill->m_mutex == &mutex);
+            // Whoever initialises may wait for an answer, but not for somebody else's initialisation.
+            isAsking = isAsking || fill->m_kind == XFillKind::Asking || kind == XFillKind::Lifecycle;
+        }
+        if (!m_reentered && !isOwned)
+        {
+            Acquire(isAsking);
+        }
+        Policy::ThreadPointer() = this;
+    }
+    XBasicFill(const XBasicFill&) = delete;
+    XBasicFill& operator=(const XBasicFill&) = delete;
+    ~XBasicFill()
+    {
+        Policy::ThreadPointer() = const_cast<XBasicFill*>(m_next);
+        if (m_locked)
+        {
+            m_mutex.unlock();
+        }
+        if (m_ordered)
+        {
+            XLockOrder::Pop(XLockLevel::Fill, &m_mutex);
+        }
+    }
+
+    /// The thread is asking for this holder already.
+    bool IsReentered() const noexcept { return m_reentered; }
+    /// The mutex is held by another thread, and this one could not wait for it.
+    bool IsBusyElsewhere() const noexcept { return m_busy; }
+
+private:
+    static const XBasicFill* List() noexcept { return static_cast<const XBasicFill*>(Policy::ThreadPointer()); }
+
+    void Acquire(bool mustNotWait) noexcept
+    {
+        if (mustNotWait)
+        {
+            m_locked = m_mutex.try_lock();
+            m_busy = !m_locked;
+            return;
+        }
+        m_ordered = true;
+        XLockOrder::Push(XLockLevel::Fill, &m_mutex);
+        m_mutex.lock();
+        m_locked = true;
+    }
+
+    Mutex& m_mutex;
+    const void* const m_holder;
+    const XFillKind m_kind;
+    const XBasicFill* const m_next; // the thread's fill around this one
+    bool m_reentered = false;
+    bool m_busy = false;
+    bool m_locked = false;
+    bool m_ordered = false; // noted in the lock order
+};
+
+using XFill = XBasicFill<>;
+using XFillMutex = XFill::Mutex;
+
+#endif

@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: MIT
+//
+// The one protocol by which something is loaded from the server and kept while it is fresh.
+#ifndef XLOADED_H
+#define XLOADED_H
+
+#include "XClock.h"
+#include "XCritData.h"
+#include "XFill.h"
+
+#include <memory>
+#include <mutex>
+#include <optional>
+
+/// Where a holder's time comes from: an aspect of a connection's clock. Without an aspect only the own count counts.
+template <class Clock>
+struct XBasicTime
+{
+    XBasicClockPtr<Clock> clock;
+    std::optional<XAspect> aspect;
+
+    std::uint64_t Now() const noexcept { return clock && aspect ? clock->Now(*aspect) : 1; }
+    bool IsSame(const XBasicTime& other) const noexcept { return clock == other.clock; }
+};
+
+/// A value that stands under a lock together with its stamp, and the time that the stamp refers to.
+template <class T, class Time>
+struct XPublished
+{
+    std::shared_ptr<const T> value; ///< null: nothing was loaded yet
+    XStamp stamp;
+    Time time;
+    bool open = false; ///< between Begin and End
+
+    bool IsFresh(std::uint64_t own) const noexcept
+    {
+        return open && stamp == XStamp{time.Now(), own};
+    }
+};
+
+/// Guards what many objects have one of: a mutex of one word.
+template <class Data, class Policy = XSystemSync>
+class XMutexGuarded
+{
+public:
+    template <class Use>
+    decltype(auto) Read(Use&& use) const
+    {
+        const std::lock_guard<typename Policy::Mutex> lock(m_mutex);
+        return use(static_cast<const Data&>(m_data));
+    }
+    template <class Use>
+    decltype(auto) Write(Use&& use)
+    {
+        const std::lock_guard<typename Policy::Mutex> lock(m_mutex);
+        return use(m_data);
+    }
+
+private:
+    mutable typename Policy::Mutex m_mutex; // guards the data; held for a few words, nothing is called under it
+    Data m_data;
+};
+
+/// Guards what is looked up often: read without a lock while nobody writes.
+template <class Data>
+class XSharedGuarded
+{
+public:
+    explicit XSharedGuarded(XLockLevel level) : m_data(level) {}
+
+    template <class Use>
+    decltype(auto) Read(Use&& use) const
+    {
+        const XCritLFReadProxy<Data> data(m_data);
+        return use(*data);
+    }
+    template <class Use>
+    decltype(auto) Write(Use&& use)
+    {
+        const XCritProxy<Data> data(m_data);
+        return use(*data);
+    }
+
+private:
+    mutable XCritDataCFC<Data> m_data;
+};
+
+/// Something that is loaded from the server as a whole: an immutable value that is replaced, never changed.
+///
+/// Load looks, takes the fill mutex, looks again, notes a stamp, asks with no lock held, and publishes the value and
+/// its stamp together under one lock. A published value is never replaced by one whose stamp is older in either word;
+/// what a notification overtook is published with its stamp, and so is not fresh. An answer that arrives after End, or
+/// after Begin with another clock, is given to whoever asked and published nowhere.
+///
+/// Nobody loops for a better answer: whoever asked gets the answer of the load that began after the question.
+///
+/// @tparam Guarded  holds an XPublished under its lock: Read(use) and Write(use)
+template <class T, class Time, class Guarded = XMutexGuarded<XPublished<T, Time>>, class Policy = XSystemSync>
+class XBasicLoaded
+{
+public:
+    using Value = std::shared_ptr<const T>;
+
+    template <class... Arguments>
+    explicit XBasicLoaded(Arguments&&... arguments) : m_guarded(std::forward<Arguments>(arguments)...)
+    {}
+
+    /// Empties the holder; from now on answers of this time are published.
+    void Begin(Time time)
+    {
+        Value former;
+        m_own.Advance();
+        m_guarded.Write([&](auto& published) {
+            former.swap(published.value);
+            published.stamp = {};
+            std::swap(published.time, time); // the former clock goes after the lock
+            published.open = true;
+        });
+    }
+    /// Empties the holder and publishes nothing more, unless it is open for another time. Returns what was there.
+    Value End(Time time)
+    {
+        Value former;
+        m_guarded.Write([&](auto& published) {
+            if (!published.open || !published.time.IsSame(time))
+            {
+                return;
+            }
+            m_own.Advance();
+            former.swap(published.value);
+            published.stamp = {};
+            std::swap(published.time, time);
+            published.time = Time{};
+            published.open = false;
+        });
+        return former;
+    }
+    /// Empties the holder; the next question asks again. Returns what was there.
+    Value Clear()
+    {
+        m_own.Advance();
+        Value former;
+        m_guarded.Write([&](auto& published) {
+            former.swap(published.value);
+            published.stamp = {};
+        });
+        return former;
+    }
+
+    /// The value when it is fresh, else null.
+    Value Fresh() const
+    {
+        return m_guarded.Read([&](const auto& published) { return published.IsFresh(m_own.Now()) ? published.value : Value(); });
+    }
+    /// What is there, fresh or not; null when nothing was loaded.
+    Value Held() const
+    {
+        return m_guarded.Read([](const auto& published) { return published.value; });
+    }
+    /// Calls use(value pointer) under the lock, fresh or not; null when nothing was loaded.
+    template <class Use>
+    decltype(auto) ReadHeld(Use&& use) const
+    {
+        return m_guarded.Read([&](const auto& published) { return use(published.value.get()); });
+    }
+    /// Calls use(value pointer) under the lock; the pointer is null unless the value is fresh.
+    template <class Use>
+    decltype(auto) ReadFresh(Use&& use) const
+    {
+        return m_guarded.Read([&](const auto& published) {
+            return use(published.IsFresh(m_own.Now()) ? published.value.get() : nullptr);
+        });
+    }
+
+    /// Makes what is held stale. Waits for nobody.
+    void Advance() noexcept { m_own.Advance(); }
+    const XBasicOwnCount<Policy>& Own() const noexcept { return m_own; }
+
+    /// The value, loaded first unless it is fresh. Null: the thread is loading it already, and nothing is there yet.
+    /// @param ask      asks the server: Value ask(); what it raises passes
+    /// @param publish  called under the lock when the answer is about to be published
+    template <class Ask, class OnPublish>
+    Value Load(const Time& time, Ask&& ask, OnPublish&& publish)
+    {
+        const XBasicFill<Policy> fill(m_fill, this);
+        if (fill.IsReentered())
+        {
+            return Held();
+        }
+        if (Value fresh = Fresh())
+        {
+            return fresh;
+        }
+        const XStamp noted{time.Now(), m_own.Now()};
+        Value answer = ask();
+        Publish(time, answer, noted, publish);
+        return answer;
+    }
+    template <class Ask>
+    Value Load(const Time& time, Ask&& ask)
+    {
+        return Load(time, std::forward<Ask>(ask), [](const T&) {});
+    }
+
+    /// Publishes a value that arrived by another way, with the stamp of that. False: something newer is there, or the
+    /// time is over.
+    template <class OnPublish>
+    bool Publish(const Time& time, Value value, const XStamp& stamp, OnPublish&& publish)
+    {
+        return m_guarded.Write([&](auto& published) {
+            if (!published.open || !published.time.IsSame(time) || stamp.IsOlderThan(published.stamp))
+            {
+                return false;
+            }
+            publish(*value);
+            published.value.swap(value); // the former one goes after the lock
+            published.stamp = stamp;
+            return true;
+        });
+    }
+
+    /// Replaces the value by what edit(former) returns, for a change of the server's that this process made itself: an
+    /// answer on its way is older then. What is returned is fresh if the former value was and keepsFresh says so.
+    template <class Edit>
+    void Change(Edit&& edit)
+    {
+        Value changed;
+        m_guarded.Write([&](auto& published) {
+            const bool wasFresh = published.IsFresh(m_own.Now());
+            m_own.Advance();
+            if (!published.value)
+            {
+                return;
+            }
+            bool isWhole = true;
+            changed = edit(*published.value, isWhole);
+            published.value.swap(changed);
+            published.stamp = wasFresh && isWhole ? XStamp{published.stamp.clock, m_own.Now()} : XStamp{};
+        });
+    }
+
+private:
+    XBasicOwnCount<Policy> m_own;
+    typename XBasicFill<Policy>::Mutex m_fill;
+    Guarded m_guarded;
+};
+
+using XTime = XBasicTime<XClock>;
+
+/// Of which there are many.
+template <class T>
+using XLoaded = XBasicLoaded<T, XTime>;
+
+/// Of which there is one, looked up often. Its lock has a place in the lock order.
+template <class T>
+using XSharedLoaded = XBasicLoaded<T, XTime, XSharedGuarded<XPublished<T, XTime>>>;
+
+#endif
