@@ -8,6 +8,7 @@
 #include "XLockSwitch.h"
 
 #include <atomic>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -45,18 +46,23 @@ struct XCritSectionTraits
 /// One thread's references to a lock.
 struct ThreadLockEntry
 {
-    std::atomic<DWORD> thread{0}; ///< 0: free. All other fields belong to this thread alone.
-    LONG count = 0;               ///< read and write references together
-    bool isRead = false;          ///< the first reference was a read reference
-    bool locked = false;          ///< the underlying lock was really called
+    std::atomic<DWORD> thread{0};   ///< 0: free. All other fields belong to this thread alone.
+    std::int32_t count : 30 = 0;    ///< read and write references together
+    std::uint32_t isRead : 1 = 0;   ///< the first reference was a read reference
+    std::uint32_t isLocked : 1 = 0; ///< the underlying lock was really called
 };
 
 /// The entries of the threads that hold a lock. The first few threads find room in the object itself; more go
-/// to a map behind a small mutex.
+/// to a map behind a small mutex, which is made when it is needed first.
 template <unsigned InlineSlots>
 class XThreadTable
 {
 public:
+    XThreadTable() noexcept = default;
+    XThreadTable(const XThreadTable&) = delete;
+    XThreadTable& operator=(const XThreadTable&) = delete;
+    ~XThreadTable() { delete m_more.load(std::memory_order_relaxed); }
+
     /// The calling thread's entry; made when there is none.
     ThreadLockEntry& FindOrMake()
     {
@@ -74,13 +80,10 @@ public:
                 return slot;
             }
         }
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
-        if (m_more == nullptr)
-        {
-            m_more = std::make_unique<std::map<DWORD, ThreadLockEntry>>();
-        }
-        ThreadLockEntry& entry = (*m_more)[self];
-        m_moreCount.fetch_add(1, std::memory_order_relaxed);
+        More& more = FindOrMakeMore();
+        const std::lock_guard<XLeafMutex> lock(more.mutex);
+        ThreadLockEntry& entry = more.entries[self];
+        more.count.fetch_add(1, std::memory_order_relaxed);
         entry.thread.store(self, std::memory_order_relaxed);
         return entry;
     }
@@ -91,8 +94,8 @@ public:
     void Erase(ThreadLockEntry& entry) noexcept
     {
         entry.count = 0;
-        entry.isRead = false;
-        entry.locked = false;
+        entry.isRead = 0;
+        entry.isLocked = 0;
         for (ThreadLockEntry& slot : m_slots)
         {
             if (&slot == &entry)
@@ -101,12 +104,20 @@ public:
                 return;
             }
         }
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
-        m_more->erase(entry.thread.load(std::memory_order_relaxed));
-        m_moreCount.fetch_sub(1, std::memory_order_relaxed);
+        More& more = *m_more.load(std::memory_order_relaxed);
+        const std::lock_guard<XLeafMutex> lock(more.mutex);
+        more.entries.erase(entry.thread.load(std::memory_order_relaxed));
+        more.count.fetch_sub(1, std::memory_order_relaxed);
     }
 
 private:
+    struct More
+    {
+        std::atomic<unsigned> count{0};
+        XLeafMutex mutex; // guards the map; its entries belong to their threads
+        std::map<DWORD, ThreadLockEntry> entries;
+    };
+
     // A thread's own entry cannot come or go while that thread looks for it, so relaxed loads suffice.
     ThreadLockEntry* FindFor(DWORD self) noexcept
     {
@@ -117,19 +128,33 @@ private:
                 return &slot;
             }
         }
-        if (m_moreCount.load(std::memory_order_relaxed) == 0)
+        More* const more = m_more.load(std::memory_order_acquire);
+        if (more == nullptr || more->count.load(std::memory_order_relaxed) == 0)
         {
             return nullptr;
         }
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
-        const auto found = m_more->find(self);
-        return found != m_more->end() ? &found->second : nullptr;
+        const std::lock_guard<XLeafMutex> lock(more->mutex);
+        const auto found = more->entries.find(self);
+        return found != more->entries.end() ? &found->second : nullptr;
+    }
+
+    More& FindOrMakeMore()
+    {
+        More* more = m_more.load(std::memory_order_acquire);
+        if (more == nullptr)
+        {
+            auto made = std::make_unique<More>();
+            if (m_more.compare_exchange_strong(more, made.get(), std::memory_order_acq_rel,
+                                               std::memory_order_acquire))
+            {
+                more = made.release();
+            }
+        }
+        return *more;
     }
 
     ThreadLockEntry m_slots[InlineSlots];
-    std::atomic<unsigned> m_moreCount{0};
-    XLeafMutex m_mutex; // guards the map; its entries belong to their threads
-    std::unique_ptr<std::map<DWORD, ThreadLockEntry>> m_more;
+    std::atomic<More*> m_more{nullptr}; // made once, and goes with the table
 };
 
 template <class Traits>
@@ -153,10 +178,10 @@ public:
         ThreadLockEntry& entry = m_threads.FindOrMake();
         if (++entry.count == 1)
         {
-            entry.isRead = false;
+            entry.isRead = 0;
             Take(entry, false);
         }
-        else if (entry.count >= 2 && entry.isRead)
+        else if (entry.count >= 2 && entry.isRead != 0)
         {
             XLXError::Raise(E_FAIL, OLESTR("unable to add a write lock reference to a read lock"),
                             {"XBasicCritSection", "XBasicRefCountCritSection", "AddLockRef()", 111});
@@ -169,7 +194,7 @@ public:
         ThreadLockEntry& entry = m_threads.FindOrMake();
         if (entry.count == 0)
         {
-            entry.isRead = true;
+            entry.isRead = 1;
         }
         if (++entry.count == 1)
         {
@@ -202,9 +227,9 @@ public:
                 180);
             return;
         }
-        if (entry->locked)
+        if (entry->isLocked)
         {
-            m_lock.UnlockEx(entry->isRead);
+            m_lock.UnlockEx(entry->isRead != 0);
             XLockOrder::Pop(Level(), this);
         }
         if (entry->count != 0)
@@ -238,8 +263,9 @@ private:
         // The order is noted before waiting, so that a wrong order is found even when nobody else holds the
         // lock.
         XLockOrder::Push(Level(), this);
-        entry.locked = Traits::Lock(m_lock, shared);
-        if (!entry.locked)
+        const bool locked = Traits::Lock(m_lock, shared);
+        entry.isLocked = locked;
+        if (!locked)
         {
             XLockOrder::Pop(Level(), this);
         }

@@ -10,7 +10,7 @@
 using XCritDelegator = XLFCritSectionDelegator<XBasicRefCountCritSection<XCritSectionTraitsCFC>>;
 
 #ifdef NDEBUG
-static_assert(sizeof(XCritDelegator) <= 96, "every cached object carries one");
+static_assert(sizeof(XCritDelegator) <= 48, "every cached object carries one");
 #endif
 
 template <class T>
@@ -93,14 +93,14 @@ class XCritLFReadProxy : private XCritProxyData<T>
 {
 public:
     explicit XCritLFReadProxy(XCritDataCFC<T>& data)
-        : XCritProxyData<T>(data), m_realLockTaken(this->m_delegator.LockLFRead())
+        : XCritProxyData<T>(data), m_slot(this->m_delegator.LockLFRead())
     {}
-    ~XCritLFReadProxy() { this->m_delegator.UnlockLFRead(m_realLockTaken); }
+    ~XCritLFReadProxy() { this->m_delegator.UnlockLFRead(m_slot); }
     const T* operator->() const noexcept { return &this->m_value; }
     const T& operator*() const noexcept { return this->m_value; }
 
 private:
-    const bool m_realLockTaken;
+    XCritDelegator::Slot* const m_slot;
 };
 
 #endif

@@ -19,8 +19,9 @@ struct Held
     const void* lock;
 };
 
-// A plain array: nothing to destroy when a thread ends after the module is gone.
-constexpr unsigned MostHeld = 64; // far more than any path of the code takes
+// A plain array: nothing to destroy when a thread ends after the module is gone. It is small, since the
+// loader keeps little room for the thread-local variables of modules that are loaded late.
+constexpr unsigned MostHeld = 32; // more than any path of the code takes
 struct HeldByThread
 {
     Held held[MostHeld];

@@ -195,62 +195,6 @@ struct XProbeTraitsCFC : XCritSectionTraitsCFC
     using Lockable = XProbeLock;
 };
 
-/// The word of lock-free reading, where a thread can be stopped after any of its operations.
-class XSteppedWord
-{
-public:
-    explicit XSteppedWord(std::uint64_t value) noexcept : m_value(value) {}
-
-    std::uint64_t load(std::memory_order order) const noexcept { return After(m_value.load(order)); }
-    std::uint64_t fetch_add(std::uint64_t by, std::memory_order order = std::memory_order_seq_cst) noexcept
-    {
-        return After(m_value.fetch_add(by, order));
-    }
-    std::uint64_t fetch_sub(std::uint64_t by, std::memory_order order = std::memory_order_seq_cst) noexcept
-    {
-        return After(m_value.fetch_sub(by, order));
-    }
-    std::uint64_t fetch_or(std::uint64_t bits) noexcept { return After(m_value.fetch_or(bits)); }
-    bool compare_exchange_weak(std::uint64_t& expected, std::uint64_t desired, std::memory_order success,
-                               std::memory_order failure) noexcept
-    {
-        return After(m_value.compare_exchange_strong(expected, desired, success, failure));
-    }
-
-    /// Stops the calling thread after the given number of operations from here.
-    static void StopAfter(int operations) noexcept { t_left = operations; }
-    static bool IsStopped() noexcept { return s_stopped; }
-    static void Resume() noexcept
-    {
-        s_resumed = true;
-        while (s_stopped)
-        {
-            std::this_thread::yield();
-        }
-        s_resumed = false;
-    }
-
-private:
-    template <class T>
-    static T After(T result) noexcept
-    {
-        if (t_left > 0 && --t_left == 0)
-        {
-            for (s_stopped = true; !s_resumed;)
-            {
-                std::this_thread::yield();
-            }
-            s_stopped = false;
-        }
-        return result;
-    }
-
-    static inline thread_local int t_left = 0;
-    static inline std::atomic<bool> s_stopped{false};
-    static inline std::atomic<bool> s_resumed{false};
-    std::atomic<std::uint64_t> m_value;
-};
-
 /// Turns the lock switch on again, which the component itself never does.
 class XLockSwitchTestAccess
 {

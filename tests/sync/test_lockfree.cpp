@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// Readers without a lock: who is let in, who is sent to the lock, and that writers get their turn.
+// Readers without a lock, as the system runs them: what takes the real lock, and that writers get their turn.
+// All orders of the steps are in test_explore_lockfree.cpp.
 #include "logcapture.h"
 #include "synctools.h"
 
 namespace
 {
-using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<XProbeTraitsCFC>, XSteppedWord>;
+using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<XProbeTraitsCFC>>;
 
 struct ProbedDelegator final : Delegator
 {
@@ -16,20 +17,14 @@ struct ProbedDelegator final : Delegator
 class LockFreeRead : public testing::Test
 {
 protected:
-    /// @param stopAfter  operations on the word after which the reader stops; 0: it does not
-    std::future<bool> StartRead(XActor& actor, int stopAfter = 0)
+    std::future<Delegator::Slot*> StartRead(XActor& actor)
     {
-        return actor.Start([this, stopAfter] {
-            XSteppedWord::StopAfter(stopAfter);
-            const bool locked = m_data.LockLFRead();
-            XSteppedWord::StopAfter(0);
-            return locked;
-        });
+        return actor.Start([this] { return m_data.LockLFRead(); });
     }
-    bool Read(XActor& actor) { return StartRead(actor).get(); }
-    void EndRead(XActor& actor, bool locked)
+    Delegator::Slot* Read(XActor& actor) { return StartRead(actor).get(); }
+    void EndRead(XActor& actor, Delegator::Slot* slot)
     {
-        actor.Do([this, locked] { m_data.UnlockLFRead(locked); });
+        actor.Do([this, slot] { m_data.UnlockLFRead(slot); });
     }
     std::future<void> StartWrite(XActor& actor)
     {
@@ -45,148 +40,35 @@ protected:
     XActor m_writer;
     XActor m_first;
     XActor m_second;
-    XActor m_third;
 };
 
-// A reader that finds a writer inside is stopped after each of its operations on the word in turn. At none of
-// them may a second reader take it for one that is inside, and join it beside the writer.
-TEST_F(LockFreeRead, NobodyJoinsAReaderThatIsAboutToTurnBack)
-{
-    int stops = 0;
-    for (bool stopped = true; stopped; ++stops)
-    {
-        StartWrite(m_writer).get();
-        auto first = StartRead(m_first, stops + 1);
-        ASSERT_TRUE(Comes([&] { return XSteppedWord::IsStopped() || m_probe.waiting == 1; }));
-        stopped = XSteppedWord::IsStopped();
-        const int sentBefore = m_probe.waiting;
-        auto second = StartRead(m_second);
-        ASSERT_TRUE(Comes([&] { return m_probe.waiting > sentBefore || IsReady(second, {}); }));
-        EXPECT_FALSE(IsReady(second, {})) << "read beside the writer, after " << stops + 1 << " operations";
-        if (stopped)
-        {
-            XSteppedWord::Resume();
-        }
-        EndWrite(m_writer);
-        ASSERT_TRUE(IsReady(first) && IsReady(second));
-        EndRead(m_first, first.get());
-        EndRead(m_second, second.get());
-    }
-    EXPECT_GT(stops, 1);
-}
-
-// The same with the writer coming in while the reader is stopped: one of the two must wait for the other.
-TEST_F(LockFreeRead, AReaderAndAWriterThatMeetAreNotBothInside)
-{
-    int stops = 0;
-    for (bool stopped = true; stopped; ++stops)
-    {
-        auto read = StartRead(m_first, stops + 1);
-        ASSERT_TRUE(Comes([&] { return XSteppedWord::IsStopped() || IsReady(read, {}); }));
-        stopped = XSteppedWord::IsStopped();
-        auto write = StartWrite(m_writer);
-        const bool writerIsIn = IsReady(write, MustNotHappen);
-        if (stopped)
-        {
-            XSteppedWord::Resume();
-        }
-        ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1 || IsReady(read, {}); }));
-        const bool readerIsIn = IsReady(read, {});
-        EXPECT_FALSE(readerIsIn && (writerIsIn || IsReady(write, {}))) << "after " << stops + 1;
-        if (readerIsIn)
-        {
-            EndRead(m_first, read.get());
-        }
-        ASSERT_TRUE(IsReady(write));
-        EndWrite(m_writer);
-        if (!readerIsIn)
-        {
-            EndRead(m_first, read.get());
-        }
-    }
-    EXPECT_GT(stops, 1);
-}
-
-// A reader that is on its way from the word to the lock is not inside either, and keeps no writer out.
-TEST_F(LockFreeRead, NobodyJoinsAReaderThatWasSentToTheLock)
+TEST_F(LockFreeRead, TakesNoLockBesideReadersOfAllKindsAndAfterAWrite)
 {
     StartWrite(m_writer).get();
-    m_probe.gateClosed = true;
-    auto first = StartRead(m_first);
-    ASSERT_TRUE(Comes([&] { return m_probe.atGate == 1; }));
-    auto second = StartRead(m_second);
-    ASSERT_TRUE(Comes([&] { return m_probe.atGate == 2; })) << "read beside the writer";
     EndWrite(m_writer);
-    // The two are still on their way. They keep no writer out ...
-    EXPECT_FALSE(Read(m_third));
-    EndRead(m_third, false);
-    m_probe.gateClosed = false;
-    ASSERT_TRUE(IsReady(first) && IsReady(second));
-    EXPECT_TRUE(first.get());
-    EXPECT_TRUE(second.get());
-    auto again = StartWrite(m_writer); // ... before they hold the lock
-    ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
-    EndRead(m_first, true);
-    EndRead(m_second, true);
-    ASSERT_TRUE(IsReady(again));
-    EndWrite(m_writer);
-    EXPECT_EQ(LockState::Free, m_probe.State());
-}
-
-// While the writer only waits, a second reader may take one that turns back for one that is inside. It is
-// then inside itself, and the writer waits for it.
-TEST_F(LockFreeRead, WhoJoinedAReaderThatTurnedBackKeepsTheWriterOut)
-{
-    m_third.Do([&] { m_data.AddReadLockRef(); });
-    auto write = StartWrite(m_writer);
-    ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
-    auto first = StartRead(m_first, 1);
-    ASSERT_TRUE(Comes([&] { return XSteppedWord::IsStopped(); }));
-    EXPECT_FALSE(Read(m_second));
-    XSteppedWord::Resume();
-    ASSERT_TRUE(Comes([&] { return m_probe.waiting == 2; }));
-    m_third.Do([&] { m_data.ReleaseLockRef(); });
-    ASSERT_TRUE(Comes([&] { return m_probe.State() == LockState::Exclusive; }));
-    EXPECT_FALSE(IsReady(write, MustNotHappen));
-    EndRead(m_second, false);
-    ASSERT_TRUE(IsReady(write));
-    EndWrite(m_writer);
-    ASSERT_TRUE(IsReady(first));
-    EndRead(m_first, first.get());
-}
-
-TEST_F(LockFreeRead, JoinsOneThatIsInsideAlsoPastAPendingWriter)
-{
-    m_third.Do([&] { m_data.AddReadLockRef(); }); // holds the writer up at the lock
-    EXPECT_FALSE(Read(m_first));
-    auto write = StartWrite(m_writer);
-    ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
-    EXPECT_FALSE(Read(m_second));
-    EndRead(m_first, false);
-    EXPECT_FALSE(Read(m_first));
-    EndRead(m_first, false);
-    EndRead(m_second, false);
-    auto late = StartRead(m_second); // nobody is inside any more
-    ASSERT_TRUE(Comes([&] { return m_probe.waiting == 2 || IsReady(late, {}); }));
-    m_third.Do([&] { m_data.ReleaseLockRef(); });
-    ASSERT_TRUE(IsReady(write));
-    EndWrite(m_writer);
-    ASSERT_TRUE(IsReady(late));
-    EXPECT_TRUE(late.get());
-    EndRead(m_second, true);
-    EXPECT_FALSE(Read(m_first)); // and the way is free again
-    EndRead(m_first, false);
+    m_writer.Do([&] { m_data.AddReadLockRef(); });
+    const int lockCalls = m_probe.lockCalls;
+    for (int round = 0; round < 2; ++round)
+    {
+        auto* const first = Read(m_first);
+        auto* const second = Read(m_second);
+        EXPECT_TRUE(first != nullptr && second != nullptr && first != second);
+        EndRead(m_first, first);
+        EndRead(m_second, second);
+    }
+    EXPECT_EQ(lockCalls, m_probe.lockCalls);
+    m_writer.Do([&] { m_data.ReleaseLockRef(); });
 }
 
 TEST_F(LockFreeRead, AWriterWaitsForTheLastReader)
 {
-    EXPECT_FALSE(Read(m_first));
-    EXPECT_FALSE(Read(m_second));
+    auto* const first = Read(m_first);
+    auto* const second = Read(m_second);
     auto write = StartWrite(m_writer);
     ASSERT_TRUE(Comes([&] { return m_probe.State() == LockState::Exclusive; }));
-    EndRead(m_first, false);
+    EndRead(m_first, first);
     EXPECT_FALSE(IsReady(write, MustNotHappen));
-    EndRead(m_second, false);
+    EndRead(m_second, second);
     ASSERT_TRUE(IsReady(write));
     EndWrite(m_writer);
 }
@@ -194,8 +76,9 @@ TEST_F(LockFreeRead, AWriterWaitsForTheLastReader)
 TEST_F(LockFreeRead, InsideOwnWriteIsAnotherReference)
 {
     StartWrite(m_writer).get();
-    EXPECT_TRUE(Read(m_writer));
-    EndRead(m_writer, true);
+    auto* const own = Read(m_writer);
+    EXPECT_EQ(nullptr, own);
+    EndRead(m_writer, own);
     EXPECT_EQ(LockState::Exclusive, m_probe.State());
     m_writer.Do([&] { m_data.LockWrite(); }); // a nested write does not let readers in when it ends
     EndWrite(m_writer);
@@ -206,19 +89,20 @@ TEST_F(LockFreeRead, InsideOwnWriteIsAnotherReference)
     EndRead(m_first, reader.get());
 }
 
-TEST_F(LockFreeRead, ARefusedWriteDoesNotStayPending)
+TEST_F(LockFreeRead, ARefusedWriteDoesNotStayCounted)
 {
     m_first.Do([&] { m_data.AddReadLockRef(); });
     EXPECT_TRUE(m_first.Do([&] { return Raised([&] { m_data.LockWrite(); }).has_value(); }));
-    EXPECT_FALSE(Read(m_second));
-    EndRead(m_second, false);
+    auto* const second = Read(m_second);
+    EXPECT_NE(nullptr, second);
+    EndRead(m_second, second);
     m_first.Do([&] { m_data.ReleaseLockRef(); });
     EXPECT_EQ(LockState::Shared, m_probe.State()); // its count stayed raised
     m_first.Do([&] { m_data.ReleaseLockRef(); });
     EXPECT_EQ(LockState::Free, m_probe.State());
 }
 
-// Readers that never let the count of readers inside reach 0 of their own accord.
+// Readers of whom one is inside at any time, as long as they are not sent to the lock.
 class RestlessReaders
 {
 public:
@@ -245,13 +129,13 @@ private:
     {
         while (!m_stop)
         {
-            const bool locked = data.LockLFRead();
-            if (!locked)
+            auto* const slot = data.LockLFRead();
+            if (slot != nullptr)
             {
                 ++m_inside;
                 Leave(data);
             }
-            data.UnlockLFRead(locked);
+            data.UnlockLFRead(slot);
         }
     }
     // Leaves while another one is inside, or once somebody was sent to the lock.
@@ -291,10 +175,10 @@ TEST_F(LockFreeRead, AWriterGetsThroughRestlessReaders)
         {
             readers.Stop();
         }
-        ASSERT_TRUE(through) << "kept out by readers that join each other";
+        ASSERT_TRUE(through) << "kept out by readers that come while it waits";
         EXPECT_EQ(0, readers.Inside());
         EndWrite(m_writer);
-        ASSERT_TRUE(Comes([&] { return readers.Inside() >= 2; })) << "the door stayed closed";
+        ASSERT_TRUE(Comes([&] { return readers.Inside() >= 2; })) << "readers are kept out";
     }
     RecordProperty("WorstMilliseconds", static_cast<int>(worst));
     std::printf("  the slowest writer took %d ms\n", static_cast<int>(worst));
