@@ -2,21 +2,47 @@
 #include "explore.h"
 
 #include <algorithm>
+#include <condition_variable>
 #include <map>
-#include <semaphore>
+#include <mutex>
 #include <thread>
 
 namespace
 {
 constexpr std::size_t MostStepsShown = 200;
-}
+
+/// What is handed to a thread. The C++ library's semaphores lose wake-ups where the system has no futex.
+class Turn
+{
+public:
+    void Give()
+    {
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_isHere = true;
+        }
+        m_wake.notify_one();
+    }
+    void Await()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_wake.wait(lock, [this] { return m_isHere; });
+        m_isHere = false;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    bool m_isHere = false;
+};
+} // namespace
 
 struct Explorer::Thread
 {
     Schedules* schedules = nullptr;
     unsigned number = 0; // from 0
     std::function<void()> body;
-    std::binary_semaphore turn{0};
+    Turn turn;
     std::thread thread;
 
     // The rest belongs to one schedule.
@@ -103,7 +129,7 @@ private:
     const Options& m_options;
     std::vector<std::unique_ptr<Thread>> m_threads;
     std::vector<Decision> m_path;
-    std::binary_semaphore m_over{0}; // the schedule is
+    Turn m_over; // the schedule is
     bool m_isEnding = false;
 
     // Of one schedule.
@@ -136,7 +162,7 @@ Explorer::Schedules::~Schedules()
     m_isEnding = true;
     for (const auto& thread : m_threads)
     {
-        thread->turn.release();
+        thread->turn.Give();
         thread->thread.join();
     }
 }
@@ -156,7 +182,7 @@ void Explorer::Schedules::Live(Thread& self)
     Thread::t_self = &self;
     for (;;)
     {
-        self.turn.acquire();
+        self.turn.Await();
         if (m_isEnding)
         {
             return;
@@ -199,7 +225,7 @@ bool Explorer::Schedules::RunOne()
 {
     Reset();
     HandOver(nullptr, true);
-    m_over.acquire();
+    m_over.Await();
     return !m_isStuck;
 }
 
@@ -241,12 +267,12 @@ void Explorer::Schedules::HandOver(Thread* self, bool ofItsOwn)
     const bool waits = self != nullptr && !self->isThrough;
     if (next != nullptr)
     {
-        next->turn.release();
+        next->turn.Give();
     }
     else if (std::all_of(m_threads.begin(), m_threads.end(),
                          [](const auto& thread) { return thread->isThrough; }))
     {
-        m_over.release();
+        m_over.Give();
     }
     else
     {
@@ -254,7 +280,7 @@ void Explorer::Schedules::HandOver(Thread* self, bool ofItsOwn)
     }
     if (waits)
     {
-        self->turn.acquire();
+        self->turn.Await();
     }
 }
 
@@ -285,7 +311,7 @@ void Explorer::Schedules::Stick(std::string why)
 {
     Fail(std::move(why));
     m_isStuck = true;
-    m_over.release();
+    m_over.Give();
 }
 
 void Explorer::Schedules::AtStep(Thread& self, const char* what, const void* object, Explorer::CanGo canGo)
@@ -295,7 +321,7 @@ void Explorer::Schedules::AtStep(Thread& self, const char* what, const void* obj
     if (m_steps.size() == m_options.steps)
     {
         Stick("livelock: too many steps");
-        self.turn.acquire(); // for good
+        self.turn.Await(); // for good
     }
     // Who was chosen to start was chosen for the first step.
     if (self.hasStarted || !CanGo(self))
@@ -327,7 +353,7 @@ void Explorer::Schedules::Pause(Thread& self)
     if (m_steps.size() >= m_options.steps)
     {
         Stick("livelock: too many steps");
-        self.turn.acquire(); // for good
+        self.turn.Await(); // for good
     }
 }
 

@@ -8,13 +8,13 @@
 // takes the turn from a thread that could have gone on; a bound on their number keeps larger cases small. Few
 // faults need more than three.
 //
-//     struct World { XLFCritSectionDelegator<ExploringLock, ExploringSync> data; int writers = 0; };
+//     struct World { ExploringSync::Atomic<int> turns{0}; int writers = 0; };
 //     const auto result = Explorer({.preemptions = 3}).Run(
-//         [] { return World{}; },                       // the state before each schedule
+//         [] { return World(); },                       // the state before each schedule
 //         {[](World& w) { ... }, [](World& w) { ... }}, // the threads
 //         [](World& w) { Explorer::Expect(w.writers == 0, "..."); });
 //     EXPECT_EQ("", result.failure) << result;
-//     EXPECT_EQ(11440u, result.schedules); // so that the test cannot explore nothing unnoticed
+//     EXPECT_GT(result.schedules, 100u); // so that the test cannot explore nothing unnoticed
 //
 // The threads are real ones that hand the turn to each other, so whatever belongs to a thread works as usual.
 // Run ends at the first schedule that fails: an expectation, an exception, nobody can go on, or too many
