@@ -2,7 +2,6 @@
 #include "XLXComBSTR.h"
 #include "XLXComVariant.h"
 
-#include <cwctype>
 #include <limits>
 #include <new>
 
@@ -18,31 +17,6 @@ BSTR XLXComBSTR::Allocate(XLXTextView text)
         throw std::bad_alloc();
     }
     return copy;
-}
-
-XLXText LXLowerCase(XLXTextView text)
-{
-    XLXText lower(text);
-    for (OLECHAR& character : lower)
-    {
-        if (character < 0x80)
-        {
-            if (character >= 'A' && character <= 'Z')
-            {
-                character = static_cast<OLECHAR>(character - 'A' + 'a');
-            }
-        }
-        else if (character >= 0xC0 && character <= 0xDE && character != 0xD7)
-        {
-            character = static_cast<OLECHAR>(character + 0x20);
-        }
-        else if (const unsigned long mapped = std::towlower(static_cast<std::wint_t>(character));
-                 mapped <= 0xFFFF)
-        {
-            character = static_cast<OLECHAR>(mapped);
-        }
-    }
-    return lower;
 }
 
 XLXText LXFormatText(XLXTextView pattern, std::initializer_list<XLXTextView> arguments)

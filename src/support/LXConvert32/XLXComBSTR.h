@@ -48,7 +48,8 @@ private:
     BSTR m_text = nullptr;
 };
 
-/// The text with the capital letters of every script that the platform's locale-free rules know made small.
+/// The text with the capital letters of every script made small, one character for one (Unicode's simple
+/// mappings). Halves of surrogate pairs stay.
 XLXText LXLowerCase(XLXTextView text);
 
 /// The text with each "%s" and "%d" of a pattern replaced in order by the given texts.
