@@ -23,6 +23,8 @@ endif()
 # Nothing of the interfaces has a virtual destructor: a second vtable slot would shift all others.
 set(LX_COM_WARNINGS -Wno-non-virtual-dtor -Wno-delete-non-virtual-dtor)
 
+# The checks of GCC's library: an index beyond the end of a container ends the process at once.
+add_compile_definitions($<$<OR:$<CONFIG:Debug>,$<BOOL:${LX_SANITIZE}>>:_GLIBCXX_ASSERTIONS>)
 if(LX_SANITIZE)
   add_compile_options(-fsanitize=${LX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${LX_SANITIZE})

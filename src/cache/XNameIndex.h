@@ -94,7 +94,10 @@ private:
                 mix(word);
             }
             word = 0;
-            std::memcpy(&word, at, left * sizeof *at);
+            if (left != 0) // an empty view may have no place
+            {
+                std::memcpy(&word, at, left * sizeof *at);
+            }
             mix(word ^ (static_cast<std::uint64_t>(name.size()) << 48));
         }
         return static_cast<std::uint32_t>(hash);
@@ -115,16 +118,18 @@ private:
 
     bool IsAt(std::size_t at, const Names& names) const noexcept
     {
+        const OLECHAR* text = m_texts.data() + at;
         for (const XLXTextView name : names)
         {
             std::uint32_t length = 0;
-            std::memcpy(&length, &m_texts[at], sizeof length);
+            std::memcpy(&length, text, sizeof length);
+            text += LengthUnits; // for an empty name at the end: one behind the texts
             if (length != name.size() ||
-                std::memcmp(&m_texts[at + LengthUnits], name.data(), name.size() * sizeof(OLECHAR)) != 0)
+                (length != 0 && std::memcmp(text, name.data(), length * sizeof(OLECHAR)) != 0))
             {
                 return false;
             }
-            at += LengthUnits + length;
+            text += length;
         }
         return true;
     }

@@ -7,6 +7,10 @@
 #include <random>
 #include <tuple>
 
+#if defined(__GLIBCXX__) && !defined(NDEBUG) && !defined(_GLIBCXX_ASSERTIONS)
+#error "debug and sanitizer builds check the indices of the library's containers"
+#endif
+
 namespace
 {
 XLXText RandomName(std::mt19937& random, std::size_t longest)
@@ -65,6 +69,20 @@ TEST(NameIndex, SeveralNamesAreAKeyTogetherAndNotTheirText)
         const int* const found = index.Find(names(key));
         ASSERT_NE(found, nullptr);
         EXPECT_EQ(*found, value);
+    }
+}
+
+// The end of a key without characters is the end of the texts, and its view may have no place at all.
+TEST(NameIndex, NamesWithoutCharactersStandAtTheEndOfTheTexts)
+{
+    XNameIndex<int, 2> index;
+    for (const XLXTextView empty : {XLXTextView(), XLXTextView(OLESTR(""))})
+    {
+        index.Set({OLESTR("Pump"), empty}, 1);
+        index.Set({empty, empty}, 2);
+        EXPECT_EQ(*index.Find({OLESTR("Pump"), empty}), 1);
+        EXPECT_EQ(*index.Find({empty, empty}), 2);
+        EXPECT_EQ(index.Find({empty, OLESTR("Pump")}), nullptr);
     }
 }
 
