@@ -6,7 +6,8 @@
 //            element gets a reference of its own, so it may outlive the enumerator.
 // Threading  Any thread may call at any time: the vector never changes, and the cursor is one atomic, so two
 //            threads that share an enumerator get different elements.
-// Errors     Null out pointers are refused with E_POINTER. LXHandOutEnumerator may raise std::bad_alloc.
+// Errors     Null out pointers are refused with E_POINTER, but for the array of no elements.
+//            LXHandOutEnumerator may raise std::bad_alloc.
 #ifndef XLXENUMWITHDELETE_H
 #define XLXENUMWITHDELETE_H
 
@@ -77,7 +78,10 @@ public:
         return XLXError::Guarded(At("RemNext"), [&] {
             XLXError::CheckPointer(pcFetched, OLESTR("pcFetched"), At("RemNext"));
             *pcFetched = 0;
-            XLXError::CheckPointer(prgElems, OLESTR("prgElems"), At("RemNext"));
+            if (cElems != 0)
+            {
+                XLXError::CheckPointer(prgElems, OLESTR("prgElems"), At("RemNext"));
+            }
             const Range range = Advance(cElems);
             if (range.atEnd)
             {

@@ -226,6 +226,20 @@ TEST(Enumerator, RefusesNullPointersCloningAndForeignInterfaces)
     EXPECT_EQ(walked->GetSingleNext(element.Put()), S_OK) << "no refusal moved the cursor";
 }
 
+TEST(Enumerator, NeedsNoArrayForNoElements)
+{
+    const XLXComPtr<ILXBrowserIdEnum> walked = Over(1);
+    ULONG fetched = 7;
+    EXPECT_EQ(walked->RemNext(0, nullptr, &fetched), S_OK);
+    EXPECT_EQ(fetched, 0u);
+    EXPECT_EQ(walked->RemNext(0, nullptr, nullptr), E_POINTER) << "the number has no place";
+    EXPECT_EQ(walked->Skip(1), S_OK);
+    fetched = 7;
+    EXPECT_EQ(walked->RemNext(0, nullptr, &fetched), S_FALSE);
+    EXPECT_EQ(fetched, 0u);
+    EXPECT_EQ(walked->RemNext(1, nullptr, &fetched), E_POINTER) << "at the end too";
+}
+
 TEST(Enumerator, SaysWhichInterfaceHasErrorInformation)
 {
     const XLXComPtr<ILXBrowserIdEnum> walked = Over(1);
