@@ -8,6 +8,9 @@
 #include "XCfgPropertyConvert.h"
 #include "XLXComVariant.h"
 #include "XLXError.h"
+#include "XModuleCount.h"
+
+#include <atomic>
 
 /// A property that a transient object has, with the value that it answers or starts with.
 struct XTransientProperty
@@ -59,6 +62,36 @@ inline HRESULT LXHandOutValue(XLXComVariant value, VARIANT* out)
     return result;
 }
 
+/// The references to an object whose life does not depend on them. Each is a lock on the module, so that the
+/// object's code is there as long as somebody holds it. Any thread may call.
+class XModuleReferences
+{
+public:
+    ULONG Add() noexcept
+    {
+        XModuleCount::Lock();
+        m_count.fetch_add(1, std::memory_order_relaxed);
+        return Answer;
+    }
+    /// One that was never added takes no lock away.
+    ULONG Remove() noexcept
+    {
+        ULONG count = m_count.load(std::memory_order_relaxed);
+        while (count != 0 && !m_count.compare_exchange_weak(count, count - 1, std::memory_order_relaxed))
+        {}
+        if (count != 0)
+        {
+            XModuleCount::Unlock();
+        }
+        return Answer;
+    }
+
+private:
+    static constexpr ULONG Answer = 1; // no count, since callers must not conclude anything from it
+
+    std::atomic<ULONG> m_count{0};
+};
+
 /// It answers its interface and IUnknown, and no callback.
 template <class Interface, EConfigElementKind kind>
 class XLXTransientObject : public Interface
@@ -69,19 +102,19 @@ public:
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
     {
-        if (ppv == nullptr)
-        {
-            return E_POINTER;
-        }
-        *ppv = IsEqualIID(iid, LXIid<Interface>()) || IsEqualIID(iid, IID_IUnknown)
-                   ? static_cast<Interface*>(this)
-                   : nullptr;
-        if (*ppv == nullptr)
-        {
-            return E_NOINTERFACE;
-        }
-        this->AddRef();
-        return S_OK;
+        const LXErrorLocation at = LXHere("XLXTransientObject", "XLXTransientObject", "QueryInterface");
+        return XLXError::Guarded(at, [&]() -> HRESULT {
+            XLXError::CheckPointer(ppv, OLESTR("ppv"), at);
+            *ppv = IsEqualIID(iid, LXIid<Interface>()) || IsEqualIID(iid, IID_IUnknown)
+                       ? static_cast<Interface*>(this)
+                       : nullptr;
+            if (*ppv == nullptr)
+            {
+                return E_NOINTERFACE;
+            }
+            this->AddRef();
+            return S_OK;
+        });
     }
 
     HRESULT STDMETHODCALLTYPE Get(BSTR bstrKey, VARIANT* pvarValue) override

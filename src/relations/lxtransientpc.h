@@ -2,9 +2,9 @@
 //
 // A relation that exists in this process alone: what plan types allow.
 //
-// Ownership  Nobody counts references to it. There is one for each manager, parent, child, short name and
-//            flag, and it lives as long as the module is loaded, since callers may hold it for as long. When
-//            its manager goes, the next manager that needs such a relation takes it over.
+// Ownership  Its life does not depend on references. There is one for each manager, parent, child, short name
+//            and flag, and it lives as long as the module is loaded; each reference keeps the module loaded.
+//            When its manager goes, the next manager that needs such a relation takes it over.
 // Threading  Any thread may call.
 #ifndef LXTRANSIENTPC_H
 #define LXTRANSIENTPC_H
@@ -38,8 +38,8 @@ public:
     static void Disown(const XRelationHost& host) noexcept;
 
     // IUnknown
-    ULONG STDMETHODCALLTYPE AddRef() override { return 1; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    ULONG STDMETHODCALLTYPE AddRef() override { return m_references.Add(); }
+    ULONG STDMETHODCALLTYPE Release() override { return m_references.Remove(); }
 
     // ILXConfigObject
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
@@ -57,6 +57,7 @@ private:
     /// The field behind a property, null for one that is constant.
     XLXText* Field(int index) noexcept;
 
+    XModuleReferences m_references;
     mutable XLeafMutex m_mutex; // guards the next two
     Owner m_owner;
     Names m_names;

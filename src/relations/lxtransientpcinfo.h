@@ -4,16 +4,16 @@
 
 #include "XLXTransientObject.h"
 
-/// A PC info without a server object; read-only. Nobody counts references to it: it lives as long as its
-/// creator keeps it.
+/// A PC info without a server object; read-only. It lives as long as its creator keeps it, whoever has
+/// references to it; they keep the module loaded.
 class XLXTransientPCInfo final : public XLXTransientObject<ILXPCInfo, EConfigElementKind::PCInfo>
 {
 public:
     /// @param isNew  answered as the property that says so
     XLXTransientPCInfo(XLXTextView browserId, bool isNew) : m_browserId(browserId), m_isNew(isNew) {}
 
-    ULONG STDMETHODCALLTYPE AddRef() override { return 1; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    ULONG STDMETHODCALLTYPE AddRef() override { return m_references.Add(); }
+    ULONG STDMETHODCALLTYPE Release() override { return m_references.Remove(); }
     HRESULT STDMETHODCALLTYPE Set(BSTR, VARIANT) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
     HRESULT STDMETHODCALLTYPE SetProperty(int, VARIANT) override { return E_NOTIMPL; }
@@ -23,6 +23,7 @@ public:
     static XLXVariantVector Values(XLXTextView browserId, bool isNew);
 
 private:
+    XModuleReferences m_references;
     const XLXText m_browserId;
     const bool m_isNew;
 };

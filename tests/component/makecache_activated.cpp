@@ -61,3 +61,34 @@ TEST(Activated, ObjectsKeepTheModuleAfterTheManagerIsGone)
     held.Reset();
     EXPECT_EQ(module.CanUnloadNow(), S_OK);
 }
+
+TEST(Activated, ARelationOfAPlanTypeKeepsTheModuleAlone)
+{
+    const ModuleFile module;
+    XLXComPtr<ILXParentChild> held;
+    {
+        XServerModel model = LXTestModel();
+        model.AddObject("set", "PlanSet", "lumbrixtypeset").attributes = {{OLESTR("master"), 1}};
+        model.AddObject("plan", "Entry").attributes = {{OLESTR("configtypename"), "Pump"},
+                                                       {OLESTR("nameshort"), "pu"},
+                                                       {OLESTR("recursiv"), 1},
+                                                       {OLESTR("wscparent"), 0}};
+        model.AddChild("set", "lumbrixtype", "plan");
+        const auto server = XSampleServer::Create(std::move(model));
+        XLXComPtr<ILXConfigFactoryCache> cache = LXMakeCache();
+        XLXComVariant values[4];
+        values[0] = XLXComVariant::FromUnknown(server->ConfigFactory().Get());
+        values[1] = XLXComVariant::FromUnknown(server->Query().Get());
+        values[3] = XLXComVariant::FromBool(true);
+        ASSERT_EQ(cache.As<IDPFObject>()->Initialize(4, &values[0].Get()), S_OK);
+        XLXComPtr<ILXParentChildEnum> relations;
+        ASSERT_EQ(cache->GetPCEnum2(nullptr, XLXComBSTR(OLESTR("Pump")).Get(), nullptr, 2, relations.Put()),
+                  S_OK);
+        ASSERT_EQ(relations->GetSingleNext(held.Put()), S_OK);
+        EXPECT_EQ(cache.As<IDPFObject>()->Terminate(), S_OK);
+    }
+    EXPECT_EQ(module.CanUnloadNow(), S_FALSE);
+    EXPECT_EQ(LXRead(held.Get(), 1), OLESTR("Pump"));
+    held.Reset();
+    EXPECT_EQ(module.CanUnloadNow(), S_OK);
+}

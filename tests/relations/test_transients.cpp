@@ -109,3 +109,41 @@ TEST(Transients, AnAttributeStoresWhatItHas)
     EXPECT_EQ(attribute->GetFormat(0, nullptr), E_NOTIMPL);
     EXPECT_FALSE(XLXComPtr<ILXAttribute>(attribute).As<ILXCallbackUpdate>());
 }
+
+TEST(Transients, AReferenceToWhatIsNotCountedKeepsTheModule)
+{
+    const auto expectLocks = [](ILXConfigObject& object) {
+        const auto before = XModuleCount::Locks();
+        {
+            const XLXComPtr<ILXConfigObject> held(&object);
+            EXPECT_EQ(XModuleCount::Locks(), before + 1);
+            EXPECT_EQ(object.AddRef(), 1u);
+            EXPECT_EQ(object.Release(), 1u);
+            EXPECT_EQ(XModuleCount::Locks(), before + 1);
+        }
+        EXPECT_EQ(XModuleCount::Locks(), before);
+        EXPECT_EQ(object.Release(), 1u); // of a reference that there is not
+        EXPECT_EQ(XModuleCount::Locks(), before) << "others' locks stay";
+    };
+    XLXTransientPC relation({}, {OLESTR("P"), OLESTR("C"), OLESTR("L"), OLESTR("S")}, false);
+    expectLocks(relation);
+    XLXTransientPCInfo info(OLESTR("Tree"), false);
+    expectLocks(info);
+}
+
+TEST(Transients, ANullPointerForAnInterfaceIsNamed)
+{
+    const auto expectNamed = [](IUnknown& object) {
+        EXPECT_EQ(object.QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+        EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: ppv"));
+        void* out = &out;
+        EXPECT_EQ(object.QueryInterface(IID_ILXCallback, &out), E_NOINTERFACE);
+        EXPECT_EQ(out, nullptr);
+        EXPECT_FALSE(LXErrorInformation::Take().present);
+    };
+    XLXTransientPC relation({}, {}, false);
+    expectNamed(relation);
+    XLXTransientPCInfo info({}, false);
+    expectNamed(info);
+    expectNamed(*XLXComPtr<XLXTransientAttribute>(new XLXTransientAttribute(OLESTR("N"))));
+}
