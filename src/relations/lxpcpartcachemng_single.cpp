@@ -154,7 +154,8 @@ HRESULT XLXPCPartCacheMng::GetSinglePCRelationByDO(ILX_BaseDataObject* parent,
     const XLXComVariant firstEnd = AttributeOf(*relationship, OLESTR("relationobject1"), result);
     XLXError::RaiseIfFailed(result, OLESTR("relationobject1"), at(948));
     XLXText childList(relationName.View());
-    if (firstEnd.AsUnknown() != nullptr && !IsSameObject(firstEnd.AsUnknown(), parent))
+    const bool known = firstEnd.Type() == VT_UNKNOWN && firstEnd.AsUnknown() != nullptr;
+    if (known && !IsSameObject(firstEnd.AsUnknown(), parent))
     {
         childList += OLESTR("_reverse"); // the parent stands at the second end
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // What the cache answers about relations.
+#include "XDataObjectRefusals.h"
 #include "relationfixture.h"
 
 class Relations : public RelationTest
@@ -228,6 +229,70 @@ TEST_F(Relations, ARelationshipObjectStandsForOne)
     ExpectRefusal(by("a", "rel", relation), E_INVALIDARG, "The parent object has no type.");
     ExpectRefusal(by("d", "rel", relation), E_INVALIDARG, "The child object has no type.");
     EXPECT_FALSE(relation);
+}
+
+namespace
+{
+/// A relationship object "parts" whose first end is a value of a given type.
+class Relationship final : public XDataObjectRefusals<ILXRelation>
+{
+public:
+    Relationship(VARTYPE type, XLXComPtr<ILX_BaseDataObject> first, XLXComPtr<ILX_BaseDataObject> second)
+        : XDataObjectRefusals(std::make_shared<XServerCore>(XServerModel())),
+          m_type(type),
+          m_first(std::move(first)),
+          m_second(std::move(second))
+    {}
+
+    STDMETHODIMP GetAttribute(BSTR name, VARIANT* value) override
+    {
+        const bool isEnd = LXBstrView(name) == OLESTR("relationobject1");
+        auto answer =
+            isEnd ? XLXComVariant::FromUnknown(m_first.Get()) : XLXComVariant::FromBstr(OLESTR("parts"));
+        V_VT(&answer.Get()) = isEnd ? m_type : V_VT(&answer.Get());
+        answer.DetachTo(value);
+        return S_OK;
+    }
+    STDMETHODIMP GetRelatedObject(ILX_BaseDataObject* object, ILX_BaseDataObject** other) override
+    {
+        (m_first.Get() == object ? m_second : m_first).CopyTo(other);
+        return S_OK;
+    }
+
+    STDMETHODIMP GetTableName(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeName(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP SetAttribute(BSTR, VARIANT) override { return E_NOTIMPL; }
+    STDMETHODIMP GetChildren(BSTR, IEnumBaseDataObject**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetAllChildren(IEnumBaseDataObject**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetListCount(BSTR, LONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetType(ILXType**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetId(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetClientId(LONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP IsDerivedFromType(BSTR) override { return E_NOTIMPL; }
+    STDMETHODIMP IsDerivedFromType2(BSTR, LONG*) override { return E_NOTIMPL; }
+
+private:
+    const VARTYPE m_type;
+    const XLXComPtr<ILX_BaseDataObject> m_first;
+    const XLXComPtr<ILX_BaseDataObject> m_second;
+};
+} // namespace
+
+TEST_F(Relations, OnlyAnObjectReferenceIsARelationshipsFirstEnd)
+{
+    ASSERT_EQ(Start(), S_OK);
+    const auto by = [&](VARTYPE type, const char* first, const char* second) {
+        const auto relationship = LXMake<Relationship>(type, Object(first), Object(second));
+        Relation relation;
+        const HRESULT result =
+            m_cache->GetSinglePCRelationByDO(Object("a").Get(), relationship.Get(), relation.Put());
+        EXPECT_EQ(result, relation ? S_OK : S_FALSE);
+        return relation;
+    };
+    const auto parts = Single("Area", "Desk", "parts");
+    EXPECT_EQ(by(VT_UNKNOWN, "a", "d"), parts);
+    EXPECT_FALSE(by(VT_UNKNOWN, "d", "a")) << "there is no parts_reverse below this type";
+    EXPECT_EQ(by(VT_DISPATCH, "d", "a"), parts) << "which end it is, is not known";
 }
 
 TEST_F(Relations, QuestionsBeforeInitialisationAndAfterTerminationAreRefused)
