@@ -37,11 +37,17 @@ XArrayReader::OpenArray::OpenArray(XLXSafeArray taken, const char* method) : arr
                             TransferAt(method));
 }
 
-XArrayReader::XArrayReader(XLXSafeArray owned, ULONG least, const char* method, EValues values)
-    : m_values(values)
+XArrayReader::XArrayReader(XLXSafeArray owned, ULONG least, const char* method, EValues values,
+                           const XArrayOrigin& origin)
+    : m_values(values), m_section(origin.section), m_type(origin.type)
+{
+    XLXError::CheckPointer(owned.Get(), OLESTR("array"), TransferAt(method));
+    Reading([&] { Open(std::move(owned), least, method); }, [] { return XArraySubject{}; });
+}
+
+void XArrayReader::Open(XLXSafeArray owned, ULONG least, const char* method)
 {
     SAFEARRAY* const array = owned.Get();
-    XLXError::CheckPointer(array, OLESTR("array"), TransferAt(method));
     LONG lower = 0;
     XLXError::RaiseIfFailed(SafeArrayGetLBound(array, 1, &lower), OLESTR("fSafeArrayGetLBound failed"),
                             TransferAt(method));
@@ -58,6 +64,28 @@ XArrayReader::XArrayReader(XLXSafeArray owned, ULONG least, const char* method, 
     {
         RaiseSize(method);
     }
+}
+
+void XArrayReader::LogRefusal(const XLXException& refusal, const XArraySubject& subject) const noexcept
+{
+    XLXError::LogFailure({}, refusal.Location(), [&] {
+        XLXFormat place;
+        place << m_section;
+        if (const XLXTextView type = subject.type.empty() ? m_type : subject.type; !type.empty())
+        {
+            place << ", type '" << type << "'";
+        }
+        if (!subject.attribute.empty())
+        {
+            place << ", attribute '" << subject.attribute << "'";
+        }
+        XLXError::WriteErrorToLogBook(
+            refusal.Code(), XLXError::SeverityError,
+            LXFormatText(OLESTR("transfer array refused at element %s of %s (%s): %s"),
+                         {LXDecimal(static_cast<LONG>(m_at)), LXDecimal(static_cast<LONG>(m_count)),
+                          place.Text(), refusal.Message()}),
+            refusal.Location());
+    });
 }
 
 void XArrayReader::Finish() noexcept

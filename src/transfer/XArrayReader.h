@@ -8,7 +8,8 @@
 // Threading  A reader belongs to one thread. The end of an array may release objects, which is foreign code:
 //            no lock may be held.
 // Errors     What does not fit the format raises E_INVALIDARG with a fixed text. Counts are compared with the
-//            elements that remain before anything is allocated for them.
+//            elements that remain before anything is allocated for them. The logbook says where the array was
+//            refused.
 #ifndef XARRAYREADER_H
 #define XARRAYREADER_H
 
@@ -34,15 +35,49 @@ enum class EValues
     InPlace ///< they stay in the array, which is there as long as they are
 };
 
+/// What is known of an array beforehand, for the logbook.
+struct XArrayOrigin
+{
+    const char* section = "header"; ///< the part of the array that is read first; a literal
+    XLXTextView type{};             ///< whose data it carries; empty when it is not known, or not one type's
+};
+
+/// What a record is about, for the logbook; empty for what is not known.
+struct XArraySubject
+{
+    XLXTextView type{};
+    XLXTextView attribute{};
+};
+
 class XArrayReader
 {
 public:
     /// Opens an array of one dimension of variants, with any lower bound.
     /// @param least   the elements that it must have at least
     /// @param method  the function that reads it, for error locations
-    XArrayReader(XLXSafeArray array, ULONG least, const char* method, EValues values = EValues::Moved);
+    /// @param origin  its texts must be there as long as the reader is
+    XArrayReader(XLXSafeArray array, ULONG least, const char* method, EValues values = EValues::Moved,
+                 const XArrayOrigin& origin = {});
     XArrayReader(const XArrayReader&) = delete;
     XArrayReader& operator=(const XArrayReader&) = delete;
+
+    /// Runs what reads the array. A refusal is written to the logbook with the place that was read, and goes
+    /// on. Only then the record is asked what it is about.
+    template <class Body, class Describe>
+    void Reading(Body&& body, Describe&& describe) const
+    {
+        try
+        {
+            body();
+        }
+        catch (const XLXException& refusal)
+        {
+            LogRefusal(refusal, describe());
+            throw;
+        }
+    }
+    /// Another part of the array follows, whose name is a literal.
+    void Enter(const char* section) noexcept { m_section = section; }
 
     /// Reads the header, which must be this one.
     void ReadHeader(EMappingAlgorithm algorithm, EWrapperId wrapper, const char* method);
@@ -56,6 +91,7 @@ public:
     /// The next elements.
     std::span<XLXComVariant> Next(ULONG count, const char* method)
     {
+        m_at = m_index;
         CheckRemaining(count, method);
         const std::span<XLXComVariant> elements(m_data + m_index, count);
         m_index += count;
@@ -99,11 +135,17 @@ private:
         void* data = nullptr;
     };
 
+    void Open(XLXSafeArray owned, ULONG least, const char* method);
+    void LogRefusal(const XLXException& refusal, const XArraySubject& subject) const noexcept;
+
     std::shared_ptr<OpenArray> m_array;
     const EValues m_values;
+    const char* m_section;
+    const XLXTextView m_type;
     XLXComVariant* m_data = nullptr;
     ULONG m_count = 0;
     ULONG m_index = 0;
+    ULONG m_at = 0; ///< the first of the elements that were asked for last
     EMappingAlgorithm m_algorithm = EMappingAlgorithm::None;
 };
 

@@ -87,7 +87,7 @@ void ToSafeArray(XArrayWriter& to, XVariantRow values)
 
 void ToSafeArray(XArrayWriter& to, XLXSafeArray list)
 {
-    XArrayReader from(std::move(list), 0, "ToSafeArray");
+    XArrayReader from(std::move(list), 0, "ToSafeArray", EValues::Moved, {"list to be written", {}});
     to.Put(CountOf(from.Remaining()));
     AddAll(to, from.Next(from.Remaining(), "ToSafeArray"));
 }

@@ -10,7 +10,7 @@
 // Threading  Nothing is shared, so every function may run on any thread. Ends of arrays and records release
 //            objects, which is foreign code: no lock may be held.
 // Errors     A null array raises E_POINTER, everything that does not fit the format E_INVALIDARG with a fixed
-//            text, as an XLXException. There is no partial result.
+//            text, as an XLXException. There is no partial result. The logbook says where in the array.
 #ifndef XCFCDATATRANSFER_H
 #define XCFCDATATRANSFER_H
 
@@ -30,18 +30,22 @@ std::vector<XILXPCData> GetVecFromArray(XLXSafeArray array);
 XLXSafeArray GetArrayFromVec(std::vector<XILXPCData> relations);
 
 /// Reads a type-component record (GetTypeComponentData).
-XILXTypeComp GetWrapperFromArray(XLXSafeArray array);
+/// @param type  whose record it is, for the logbook
+XILXTypeComp GetWrapperFromArray(XLXSafeArray array, XLXTextView type = {});
 XLXSafeArray GetArrayFromWrapper(XILXTypeComp components);
 
 // ---- Record lists, the sub-arrays of a type-component record ----
 
 /// Reads a page, group or editor list. A list without even its count is refused.
-std::vector<XILXConfigData> GetSingleTypedVecFromArray(XLXSafeArray array);
+/// @param origin  which of them it is, and whose, for the logbook
+std::vector<XILXConfigData> GetSingleTypedVecFromArray(XLXSafeArray array,
+                                                       const XArrayOrigin& origin = {"records", {}});
 XLXSafeArray GetArrayFromSingleTypedVec(std::vector<XILXConfigData> records);
 
 /// Reads an attribute list: record after record, each with 60 values, up to the end of the array. No elements
 /// at all are a list of no attributes.
-std::vector<XILXAttributeData> ReadAttributeList(XLXSafeArray array);
+/// @param type  whose attributes they are, for the logbook
+std::vector<XILXAttributeData> ReadAttributeList(XLXSafeArray array, XLXTextView type = {});
 /// Raises E_INVALIDARG for a record without exactly 60 values, or an attribute type of it without exactly 7.
 XLXSafeArray GetArrayFromAttributeList(std::vector<XILXAttributeData> attributes);
 } // namespace XLXCFCDataTransfer
