@@ -24,7 +24,9 @@ endif()
 set(LX_COM_WARNINGS -Wno-non-virtual-dtor -Wno-delete-non-virtual-dtor)
 
 # The checks of GCC's library: an index beyond the end of a container ends the process at once.
-add_compile_definitions($<$<OR:$<CONFIG:Debug>,$<BOOL:${LX_SANITIZE}>>:_GLIBCXX_ASSERTIONS>)
+if(LX_SANITIZE OR CMAKE_BUILD_TYPE STREQUAL "Debug")
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
+endif()
 if(LX_SANITIZE)
   add_compile_options(-fsanitize=${LX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${LX_SANITIZE})
