@@ -167,6 +167,10 @@ public:
     void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched)
     {
         m_direct.Raise(notification.number); // before the own counts: see XBasicDirectNumber
+        if (notification.concerned.Has(Facts.values))
+        {
+            m_detached.store(false, std::memory_order_release); // it is told that its own values are stale
+        }
         AdvanceIf(Facts.values, notification.concerned, m_store, touched);
         self().OnDirectNotification(notification, touched);
     }
