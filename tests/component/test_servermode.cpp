@@ -85,6 +85,26 @@ TEST_F(ServerMode, NotificationsArriveWithoutTranslation)
     Terminate();
 }
 
+TEST_F(ServerMode, AttributesLoadedThroughAFormerServerObjectAreStale)
+{
+    ASSERT_EQ(StartInServer(), S_OK);
+    const auto document = Type("Document");
+    const auto attributes = [&] {
+        XLXComPtr<ILXAttributeEnum> all;
+        document->GetAttributeEnum(all.Put());
+        return LXReadAll<ILXAttribute>(all, XProperty::AttributeName);
+    };
+    EXPECT_EQ(attributes(), std::vector<std::string>{"Title"});
+    Edit().RemoveType("Document", XNotify::No);
+    Edit().AddType("Document", "", XNotify::No);
+    Edit().AddAttribute("Document", "Author", 0, XNotify::No);
+    m_server->SendNotification("objects/Document/0/2");
+    attributes(); // nobody has reloaded the types yet: the former object is asked
+    EXPECT_EQ(Type("Document"), document);
+    EXPECT_EQ(attributes(), std::vector<std::string>{"Author"});
+    Terminate();
+}
+
 TEST_F(ServerMode, EntryPointTakesExactlyThreeNamedObjects)
 {
     IUnknown* const factory = m_server->ConfigFactory().Get();

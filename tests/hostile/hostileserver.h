@@ -128,6 +128,7 @@ public:
 
     // What a test may replace.
     std::function<HRESULT(SAFEARRAY**)> types;
+    std::function<HRESULT(SAFEARRAY**)> namedTypes;
     std::function<HRESULT(SAFEARRAY**)> relations;
     std::function<HRESULT(ILXBrowserIdEnum**)> browserIds;
     std::function<HRESULT(ILXGlobalAttributeFormatSpecEnum**)> specs;
@@ -143,7 +144,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY* n, LONG b, LONG mode,
                                                             SAFEARRAY** a) override
     {
-        return m_bulk->GetTypeArrayByTypeNameArrayEx(n, b, mode, a);
+        return namedTypes ? namedTypes(a) : m_bulk->GetTypeArrayByTypeNameArrayEx(n, b, mode, a);
     }
     HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** a) override
     {

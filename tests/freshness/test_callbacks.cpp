@@ -1,0 +1,315 @@
+// SPDX-License-Identifier: MIT
+//
+// Servers that ask back while they are asked, and server objects that ask when they go.
+#include "hostileserver.h"
+#include "inside.h"
+
+#include <condition_variable>
+#include <future>
+
+namespace
+{
+XServerModel AskingModel()
+{
+    XServerModel model = LXTestModel();
+    model.AddRelation("Item", "Document", "nodes").AddPCInfo("Tree");
+    return model;
+}
+
+// What the server asks next on this thread, and inside which of its methods.
+thread_local std::function<void()> t_ask;
+thread_local std::string_view t_inside;
+
+class Questions : public CacheTest
+{
+public:
+    // Questions, each with its answer.
+    void AskForRelations()
+    {
+        EXPECT_EQ(LXReadAll<ILXParentChild>(Relations(), XProperty::ChildName), Texts{"Document"});
+    }
+    void AskForPCInfos()
+    {
+        XLXComPtr<ILXPCInfoEnum> infos;
+        EXPECT_EQ(m_relation->GetPCInfoEnum(infos.Put()), S_OK);
+        EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser), Texts{"Tree"});
+    }
+    void AskForBrowserIds()
+    {
+        XLXComPtr<ILXBrowserIdEnum> ids;
+        EXPECT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
+        EXPECT_EQ(LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName), Texts{"Tree"});
+    }
+    void AskForTypes()
+    {
+        XLXComPtr<ILXTypeEnum> types;
+        EXPECT_EQ(Factory()->GetTypeEnum(nullptr, types.Put()), S_OK);
+        EXPECT_EQ(LXReadAll<ILXType>(types, XProperty::TypeName),
+                  (Texts{"Document", "Equipment", "Item", "Pump"}));
+    }
+    void AskForTypesAfterANotification()
+    {
+        m_server->SendNotification("objects/x/0/1");
+        AskForTypes();
+    }
+    void AskTheItem() { ExpectAttribute(m_item, OLESTR("Weight")); }
+    void AskTheDocument() { ExpectAttribute(m_document, OLESTR("Title")); }
+    void AskForPages()
+    {
+        XLXComPtr<ILXPageEnum> pages;
+        EXPECT_EQ(m_item->GetPageEnum(pages.Put()), S_OK);
+        EXPECT_EQ(LXReadAll<ILXPage>(pages, XProperty::PageNumber), (Texts{"1", "2"}));
+    }
+    void AskASecondCache()
+    {
+        const XLXComPtr<ILXConfigFactoryCache> first = m_cache;
+        m_cache.Reset();
+        EXPECT_EQ(Start(), S_OK);
+        AskForTypes();
+        Terminate();
+        m_cache = first;
+    }
+
+protected:
+    using Texts = std::vector<std::string>;
+
+    Questions() : CacheTest(AskingModel()) {}
+    void TearDown() override
+    {
+        Calls().SetHook({});
+        Terminate();
+    }
+
+    /// Starts without components, and makes all stale that was loaded.
+    void StartStale()
+    {
+        ASSERT_EQ(Start(0), S_OK);
+        m_item = Type("Item");
+        m_document = Type("Document");
+        XLXComPtr<ILXParentChildEnum> relations = Relations();
+        ASSERT_TRUE(relations && relations->GetSingleNext(m_relation.Put()) == S_OK);
+        m_server->SendNotification("objects/x/0/1");
+    }
+    XLXComPtr<ILXParentChildEnum> Relations()
+    {
+        XLXComPtr<ILXParentChildEnum> relations;
+        EXPECT_EQ(m_cache->GetPCEnum2(nullptr, XLXComBSTR(OLESTR("Item")).Get(), nullptr, 0, relations.Put()),
+                  S_OK);
+        return relations;
+    }
+
+    /// Lets the server ask on each thread what that has set.
+    void LetTheServerAsk()
+    {
+        Calls().SetHook([](const XServerCall& call) {
+            if (t_ask && call.name == t_inside && call.point == XCallPoint::Arrival)
+            {
+                std::exchange(t_ask, {})();
+            }
+        });
+    }
+
+    XLXComPtr<ILXType> m_item;
+    XLXComPtr<ILXType> m_document;
+    XLXComPtr<ILXParentChild> m_relation;
+
+private:
+    static void ExpectAttribute(const XLXComPtr<ILXType>& type, const OLECHAR* name)
+    {
+        XLXComPtr<ILXAttribute> attribute;
+        EXPECT_EQ(type->GetAttribute(XLXComBSTR(XLXText(name)).Get(), attribute.Put()), S_OK);
+    }
+};
+
+using Ask = void (Questions::*)();
+
+/// A question, and the method of the server that it leads to.
+struct Question
+{
+    Ask ask;
+    const char* method;
+};
+constexpr Question Relations{&Questions::AskForRelations, "ILXConfigFactory::GetPCArray"};
+constexpr Question BrowserIds{&Questions::AskForBrowserIds, "ILXConfigFactory::GetBrowserIdEnum"};
+constexpr Question PCInfos{&Questions::AskForPCInfos, "ILXParentChild::GetPCInfoEnum"};
+constexpr Question Types{&Questions::AskForTypes, "ILXConfigFactoryEx::GetTypeArrayEx"};
+constexpr Question Item{&Questions::AskTheItem, "ILXType::GetTypeComponentData"};
+constexpr Question Document{&Questions::AskTheDocument, "ILXType::GetTypeComponentData"};
+
+struct Nested
+{
+    const char* name;
+    Question outer;
+    Ask inner;
+};
+struct Crossing
+{
+    const char* name;
+    Question first;
+    Question second;
+};
+std::ostream& operator<<(std::ostream& out, const Nested& nested)
+{
+    return out << nested.name;
+}
+std::ostream& operator<<(std::ostream& out, const Crossing& crossing)
+{
+    return out << crossing.name;
+}
+
+class AskingBack : public Questions, public testing::WithParamInterface<Nested>
+{};
+
+TEST_P(AskingBack, OnTheThreadThatAsksIsAnswered)
+{
+    StartStale();
+    LetTheServerAsk();
+    t_inside = GetParam().outer.method;
+    t_ask = [this] { (this->*GetParam().inner)(); };
+    (this->*GetParam().outer.ask)();
+    EXPECT_FALSE(t_ask) << t_inside << " was not called";
+    (this->*GetParam().outer.ask)();
+    (this->*GetParam().inner)();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Callbacks, AskingBack,
+    testing::Values(Nested{"PagesInsideAttributes", Item, &Questions::AskForPages},
+                    Nested{"BrowserIdsInsideRelations", Relations, &Questions::AskForBrowserIds},
+                    Nested{"TypesInsideComponents", Item, &Questions::AskForTypesAfterANotification},
+                    Nested{"ASecondCacheInsideTypes", Types, &Questions::AskASecondCache}),
+    testing::PrintToStringParamName());
+
+class AskingCrosswise : public Questions, public testing::WithParamInterface<Crossing>
+{
+protected:
+    /// Waits for the other thread.
+    void Meet()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        ++m_here;
+        m_changed.notify_all();
+        EXPECT_TRUE(m_changed.wait_for(lock, std::chrono::seconds(5), [this] { return m_here == 2; }));
+    }
+    /// On a thread of its own: a question, and inside the server, when the other thread is there too, the
+    /// other's.
+    std::future<void> Start(const Question& own, const Question& others)
+    {
+        return std::async(std::launch::async, [this, own, others] {
+            t_inside = own.method;
+            t_ask = [this, others] {
+                Meet();
+                (this->*others.ask)();
+            };
+            (this->*own.ask)();
+            EXPECT_FALSE(t_ask) << own.method << " was not called";
+        });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    int m_here = 0;
+};
+
+TEST_P(AskingCrosswise, DoesNotWaitForTheOther)
+{
+    StartStale();
+    LetTheServerAsk();
+    const auto first = Start(GetParam().first, GetParam().second);
+    const auto second = Start(GetParam().second, GetParam().first);
+    EXPECT_EQ(first.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_EQ(second.wait_for(std::chrono::seconds(1)), std::future_status::ready);
+}
+
+INSTANTIATE_TEST_SUITE_P(Callbacks, AskingCrosswise,
+                         testing::Values(Crossing{"PCInfosAndTypes", PCInfos, Types},
+                                         Crossing{"RelationsAndBrowserIds", Relations, BrowserIds},
+                                         Crossing{"TwoTypes", Item, Document}),
+                         testing::PrintToStringParamName());
+
+/// An object of the server that calls something when it goes.
+class Leaving final : public HostileObject<IUnknown>
+{
+public:
+    explicit Leaving(std::function<void()> atEnd) : m_atEnd(std::move(atEnd)) {}
+    ~Leaving() override { m_atEnd(); }
+
+private:
+    const std::function<void()> m_atEnd;
+};
+
+class LastRelease : public HostileTest
+{
+protected:
+    LastRelease()
+    {
+        m_factory->types = [this](SAFEARRAY** out) { return Give({OLESTR("Base"), OLESTR("Derived")}, out); };
+        m_factory->namedTypes = [this](SAFEARRAY** out) { return Give({OLESTR("Derived")}, out); };
+    }
+    void TearDown() override
+    {
+        m_asks = false;
+        Terminate();
+    }
+
+    /// Types whose object, and whose base-type property, ask when they go.
+    HRESULT Give(const std::vector<XLXText>& names, SAFEARRAY** out)
+    {
+        XLXCFCDataTransfer::XILXTypeMap types;
+        for (const XLXText& name : names)
+        {
+            auto& record = types.records[types.IndexOf(name)];
+            record.listed = true;
+            record.config.object = Asking();
+            record.config.values = XLXVariantVector(28);
+            record.config.values[0] = XLXComVariant::FromBstr(name);
+            record.config.values[2] =
+                XLXComVariant::FromBstr(name == OLESTR("Base") ? OLESTR("") : OLESTR("Base"));
+            record.config.values[27] = XLXComVariant::FromUnknown(Asking().Get());
+            std::vector<XLXCFCDataTransfer::XILXAttributeData> attributes(1);
+            attributes[0].object = new Opaque;
+            attributes[0].values = XLXVariantVector(60);
+            attributes[0].values[0] = XLXComVariant::FromBstr(OLESTR("Of") + name);
+            record.components.attributes =
+                XLXCFCDataTransfer::GetArrayFromAttributeList(std::move(attributes));
+        }
+        *out = XLXCFCDataTransfer::GetArrayFromMap(std::move(types)).Detach();
+        return S_OK;
+    }
+    XLXComPtr<IUnknown> Asking()
+    {
+        return XLXComPtr<IUnknown>(new Leaving([this] { AskFromAnotherThread(); }));
+    }
+    void AskFromAnotherThread()
+    {
+        if (!m_asks)
+        {
+            return;
+        }
+        ++m_asked;
+        m_answers.push_back(std::async(std::launch::async, [this] {
+            const auto type = Named(OLESTR("Derived"));
+            XLXComPtr<ILXAttribute> attribute;
+            EXPECT_EQ(type->GetAttribute(XLXComBSTR(OLESTR("OfBase")).Get(), attribute.Put()), S_OK);
+        }));
+        EXPECT_EQ(m_answers.back().wait_for(std::chrono::seconds(3)), std::future_status::ready);
+    }
+
+    bool m_asks = false;
+    int m_asked = 0;
+    std::vector<std::future<void>> m_answers;
+};
+
+TEST_F(LastRelease, OfAServerObjectRunsUnderNoLock)
+{
+    ASSERT_EQ(StartHostile(), S_OK);
+    const auto type = Named(OLESTR("Derived"));
+    m_asks = true;
+    const XLXComBSTR name(OLESTR("Derived"));
+    BSTR names[] = {name.Get()};
+    EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 1), S_OK);
+    EXPECT_GE(m_asked, 2); // the former server object, and a base type that the link takes the place of
+    EXPECT_EQ(Named(OLESTR("Derived")), type);
+}
+} // namespace

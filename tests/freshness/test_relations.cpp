@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+//
+// Relations, PC infos and browser ids: what was loaded through a former server object, what a notification
+// has nothing to do with, and what a caller holds.
+#include "inside.h"
+#include "relationfixture.h"
+
+namespace
+{
+class FreshRelations : public RelationTest
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(Start(), S_OK);
+        m_desks = Single("Node", "Desk", "nodes");
+        ASSERT_EQ(Browsers(), (Names{"List", "Tree"}));
+    }
+    void TearDown() override { Terminate(); }
+
+    /// The browsers of the relation that the test holds.
+    Names Browsers()
+    {
+        XLXComPtr<ILXPCInfoEnum> infos;
+        m_desks->GetPCInfoEnum(infos.Put());
+        return LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser);
+    }
+    XLXComPtr<ILXPCInfo> Info(const char* browser)
+    {
+        XLXComPtr<ILXPCInfo> info;
+        EXPECT_EQ(m_desks->GetPCInfo(B(browser).Get(), info.Put()), S_OK) << browser;
+        return info;
+    }
+    Names BrowserIds()
+    {
+        XLXComPtr<ILXBrowserIdEnum> ids;
+        EXPECT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
+        return LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName);
+    }
+
+    Relation m_desks;
+};
+
+TEST_F(FreshRelations, PCInfosLoadedThroughAFormerServerObjectAreStale)
+{
+    Edit().RemoveRelation("Node", "Desk", "nodes", XNotify::No);
+    Edit().AddRelation("Node", "Desk", "nodes", 0, false, XNotify::No);
+    Edit().AddPCInfo("Node", "Desk", "nodes", "Wide", false, XNotify::No);
+    m_server->SendNotification("pc/Node/0/4");
+    Browsers(); // nobody has reloaded the relations yet: the former object is asked
+    EXPECT_EQ(Below("Node", 0, "Wide"), Names{"Desk/nodes"});
+    EXPECT_EQ(Below("Node", 0, "Tree"), Names{});
+    EXPECT_EQ(Browsers(), Names{"Wide"});
+}
+
+TEST_F(FreshRelations, AFormerServerObjectThatFailsLeavesNothing)
+{
+    m_server->SendNotification("pc/Node/0/4");
+    Calls().FailCall("ILXParentChild::GetPCInfoEnum", E_FAIL);
+    EXPECT_EQ(Browsers(), Names{});
+    EXPECT_EQ(Below("Node", 0, "Tree"), Names{"Desk/nodes"});
+    EXPECT_EQ(Browsers(), (Names{"List", "Tree"}));
+}
+
+TEST_F(FreshRelations, APCInfoThatACallerHoldsIsRefreshedByItsBrowser)
+{
+    const auto held = Info("Tree");
+    for (const char* label : {"first", "second"})
+    {
+        Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Tree", XProperty::PCInfoLabel, label);
+        EXPECT_EQ(LXNarrow(LXRead(held.Get(), XProperty::PCInfoLabel)), label);
+        EXPECT_EQ(Info("Tree"), held);
+    }
+    Edit().RemovePCInfo("Node", "Desk", "nodes", "Tree", XNotify::No);
+    Edit().AddPCInfo("Node", "Desk", "nodes", "Tree", false, XNotify::No);
+    Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Tree", XProperty::PCInfoLabel, "made anew");
+    EXPECT_EQ(Info("Tree"), held);
+    EXPECT_EQ(LXRead(held.Get(), XProperty::PCInfoLabel), OLESTR("made anew"));
+}
+
+TEST_F(FreshRelations, BrowserIdsAreEnumeratedOnceWhateverElseIsNotifiedMeanwhile)
+{
+    {
+        const Inside unrelated(Calls(), "ILXConfigFactory::GetBrowserIdEnum",
+                               [&] { m_server->SendNotification("properties/Desk/0/512"); });
+        EXPECT_EQ(BrowserIds(), (Names{"List", "Tree"}));
+    }
+    ExpectCalls(0, [&] { EXPECT_EQ(BrowserIds(), (Names{"List", "Tree"})); });
+}
+} // namespace
