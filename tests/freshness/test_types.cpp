@@ -3,16 +3,12 @@
 // Types, their components and attributes: answers that a notification overtook, answers of former server
 // objects, and notifications that concern something else.
 #include "inside.h"
-#include "passingtype.h"
-
-#include <barrier>
 
 namespace
 {
 class FreshTypes : public CacheTest
 {
 protected:
-    using CacheTest::CacheTest;
     using Texts = std::vector<std::string>;
 
     static HRESULT Format(const XLXComPtr<ILXAttribute>& attribute, int formatType)
@@ -42,69 +38,6 @@ protected:
         return LXRead(Attribute(type, "Name").Get(), XProperty::Label);
     }
 };
-
-XServerModel WideModel()
-{
-    XServerModel model;
-    XModelType& base = model.AddType("Base");
-    for (int i = 0; i < 20; ++i)
-    {
-        base.AddAttribute("A" + std::to_string(i));
-    }
-    model.AddType("Derived", "Base").AddAttribute("Own");
-    return model;
-}
-
-class WideBase : public FreshTypes
-{
-protected:
-    WideBase() : FreshTypes(WideModel()) {}
-};
-
-TEST_F(WideBase, EveryReaderOfADerivedTypeSeesTheBaseAttributeThatWasNotified)
-{
-    constexpr int readers = 4;
-    ASSERT_EQ(Start(0), S_OK);
-    const auto base = Type("Base");
-    const auto derived = Type("Derived");
-    std::barrier turn(readers + 1);
-    std::atomic<int> missed{0};
-    XLXText name; // of the newest attribute; written between two turns
-    std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < readers; ++i)
-    {
-        threads.emplace_back([&] {
-            for (turn.arrive_and_wait(); !stop.load(); turn.arrive_and_wait())
-            {
-                for (int question = 0; question < 20; ++question)
-                {
-                    XLXComPtr<ILXAttribute> found;
-                    missed += derived->GetAttribute(XLXComBSTR(name).Get(), found.Put()) != S_OK ? 1 : 0;
-                }
-                turn.arrive_and_wait();
-            }
-        });
-    }
-    for (int round = 0; round < 500 && missed == 0; ++round)
-    {
-        const std::string text = "X" + std::to_string(round);
-        Edit().AddAttribute("Base", text, 0, XNotify::No);
-        name = LXFromUtf8(text);
-        LXNotifyStraight(base, OLESTR("objects/Base/0/512"));
-        turn.arrive_and_wait();
-        turn.arrive_and_wait();
-        Edit().RemoveAttribute("Base", text, XNotify::No);
-    }
-    stop = true;
-    turn.arrive_and_wait();
-    for (std::thread& thread : threads)
-    {
-        thread.join();
-    }
-    EXPECT_EQ(missed, 0) << "answers without " << LXNarrow(name);
-    Terminate();
-}
 
 TEST_F(FreshTypes, ValuesOfAttributeTypesThatChangeWhileTheyAreEnumerated)
 {
@@ -183,40 +116,6 @@ TEST_F(FreshTypes, FormatsLoadedThroughAFormerServerObjectAreStale)
     EXPECT_EQ(Format(head, 1), S_FALSE);
     EXPECT_EQ(Format(head, 9), S_OK);
     EXPECT_EQ(Format(group), S_FALSE);
-    Terminate();
-}
-
-// The records carry no attribute objects, so the server is asked for each of them while they are parsed.
-TEST_F(FreshTypes, OvertakenRecordsDoNotCountAsReadWhileTheyAreParsed)
-{
-    const XLXComPtr<HostileFactory> factory(new HostileFactory(m_server->ConfigFactory()));
-    factory->types = [&](SAFEARRAY** out) {
-        return PassingType::WrapTypes(*m_server->ConfigFactory().Get(), out);
-    };
-    auto arguments = Arguments(0, false, false);
-    arguments[0] = XLXComVariant::FromUnknown(static_cast<ILXConfigFactory*>(factory.Get()));
-    ASSERT_EQ(Initialize(std::move(arguments)), S_OK);
-    const auto held = Attribute("Item", "Name");
-    m_server->SendNotification("objects/Item/0/512");
-    bool overtaken = false;
-    int asked = 0; // attribute objects since then
-    Calls().SetHook([&](const XServerCall& call) {
-        if (call.name == "ILXType::GetTypeComponentData" && call.point == XCallPoint::Answer && !overtaken)
-        {
-            overtaken = true;
-            Edit().SetAttributeProperty("Item", "Name", XProperty::Label, "new");
-        }
-        else if (call.name == "ILXType::GetAttribute" && call.point == XCallPoint::Arrival && overtaken &&
-                 ++asked == 2)
-        {
-            // Now for "Weight"; "Name" has been taken from its record.
-            EXPECT_EQ(LXRead(held.Get(), XProperty::Label), OLESTR("new"));
-        }
-    });
-    Attribute("Item", "Weight");
-    Calls().SetHook({});
-    EXPECT_GE(asked, 2);
-    EXPECT_EQ(LXRead(held.Get(), XProperty::Label), OLESTR("new"));
     Terminate();
 }
 
