@@ -1,0 +1,330 @@
+// SPDX-License-Identifier: MIT
+//
+// A cache that lives more than once, on one server and on another: what one life learned late, and how it was
+// registered, is no matter of the next one. Initialisations that fail, and those that end without relations.
+#include "hostileserver.h"
+
+#include <barrier>
+#include <future>
+
+namespace
+{
+using Names = std::vector<std::string>;
+
+/// The test model with one more type, browser id, spec and relation that are named after the server.
+XServerModel ModelOf(const XText& server)
+{
+    XServerModel model = LXTestModel();
+    model.AddType(server);
+    (*model.FindType(OLESTR("Pump")))->properties.Set(XProperty::TypeLabel, server);
+    model.AddBrowserId(server);
+    model.AddGlobalSpec(server).AddFormat(1);
+    model.AddRelation("Item", server, "nodes");
+    return model;
+}
+
+/// A spec that does something when its last reference goes.
+class LastWord final : public PassingObject<ILXGlobalAttributeFormatSpec>
+{
+public:
+    LastWord(XLXComPtr<ILXGlobalAttributeFormatSpec> inner, std::function<void()> word)
+        : PassingObject(std::move(inner)), m_word(std::move(word))
+    {}
+    HRESULT STDMETHODCALLTYPE CreateFormat(int, ILXFormat**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetFormat(int, ILXFormat**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE DeleteFormat(int) override { return E_NOTIMPL; }
+
+protected:
+    ~LastWord() override { m_word(); }
+
+private:
+    const std::function<void()> m_word;
+};
+
+class Lives : public HostileTest
+{
+protected:
+    Lives() : HostileTest(ModelOf("First")) {}
+
+    void TearDown() override
+    {
+        Calls().SetHook({});
+        if (m_cache)
+        {
+            Terminate();
+        }
+    }
+
+    static bool Ends(const std::future<void>& work)
+    {
+        return work.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    }
+    /// Exchanges the server that the fixture uses for the other one.
+    void ChangeServer() { m_server.swap(m_second); }
+
+    Names Types()
+    {
+        XLXComPtr<ILXTypeEnum> types;
+        Factory()->GetTypeEnum(nullptr, types.Put());
+        return LXReadAll<ILXType>(types, XProperty::TypeName);
+    }
+    Names BrowserIds()
+    {
+        XLXComPtr<ILXBrowserIdEnum> ids;
+        Factory()->GetBrowserIdEnum(ids.Put());
+        return LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName);
+    }
+    Names Specs()
+    {
+        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
+        Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put());
+        return LXReadAll<ILXGlobalAttributeFormatSpec>(specs, 0);
+    }
+    Names Children()
+    {
+        XLXComPtr<ILXParentChildEnum> relations;
+        Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put());
+        return LXReadAll<ILXParentChild>(relations, XProperty::ChildName);
+    }
+    void AskForEverything()
+    {
+        XLXComPtr<ILXType> late;
+        Factory()->GetType(XLXComBSTR(OLESTR("Late")).Get(), nullptr, late.Put());
+        Types();
+        BrowserIds();
+        Specs();
+        Children();
+    }
+    void ExpectAnswersOfTheSecond()
+    {
+        EXPECT_EQ(Types(), (Names{"Document", "Equipment", "Item", "Pump", "Second"}));
+        EXPECT_EQ(BrowserIds(), (Names{"Second", "Tree"}));
+        EXPECT_EQ(Specs(), Names{"Second"});
+        EXPECT_EQ(Children(), Names{"Second"});
+        EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeLabel), OLESTR("Second"));
+    }
+    std::string PumpLabel() { return LXNarrow(LXRead(Type("Pump").Get(), XProperty::TypeLabel)); }
+
+    /// Makes the hostile factory list one spec, which does something once, when the cache lets go of it.
+    void ListALastWord(std::function<void()> word)
+    {
+        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
+        XLXComPtr<ILXGlobalAttributeFormatSpec> spec;
+        ASSERT_EQ(m_server->ConfigFactory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
+        ASSERT_EQ(specs->GetSingleNext(spec.Put()), S_OK);
+        const auto once = std::make_shared<std::function<void()>>(std::move(word));
+        m_factory->specs = [spec, once](ILXGlobalAttributeFormatSpecEnum** out) {
+            using Enum = HostileEnum<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>;
+            const auto next = [spec, once](ULONG, ILXGlobalAttributeFormatSpec** elements, ULONG* fetched) {
+                const auto speak = [once] {
+                    if (const auto first = std::exchange(*once, nullptr))
+                    {
+                        first();
+                    }
+                };
+                XLXComPtr<ILXGlobalAttributeFormatSpec>(new LastWord(spec, speak)).CopyTo(elements);
+                *fetched = 1;
+                return S_FALSE;
+            };
+            XLXComPtr<ILXGlobalAttributeFormatSpecEnum>(new Enum(next)).CopyTo(out);
+            return S_OK;
+        };
+    }
+
+    std::shared_ptr<XSampleServer> m_second = XSampleServer::Create(ModelOf("Second"));
+};
+
+class LateAnswers : public Lives, public testing::WithParamInterface<const char*>
+{};
+
+TEST_P(LateAnswers, AreEnteredNowhere)
+{
+    const LONG before = m_server->LiveObjects().objects;
+    ASSERT_EQ(Start(), S_OK);
+    Edit().AddType("Late", "", XNotify::No); // is asked for by its name
+    if (std::string_view(GetParam()) != "ILXConfigFactoryEx::GetTypeArrayByTypeNameEx")
+    {
+        m_server->SendNotification("objects/x/0/1");
+    }
+    auto gate = Calls().PauseAt(GetParam(), XCallPoint::Answer);
+    const auto reader = std::async(std::launch::async, [&] { AskForEverything(); });
+    gate.WaitUntilArrived();
+    Terminate();
+    gate.Open();
+    ASSERT_TRUE(Ends(reader));
+    EXPECT_EQ(m_server->LiveObjects().objects, before);
+
+    ChangeServer();
+    ASSERT_EQ(Start(), S_OK);
+    ExpectAnswersOfTheSecond();
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, LateAnswers,
+                         testing::Values("ILXConfigFactoryEx::GetTypeArrayEx",
+                                         "ILXConfigFactoryEx::GetTypeArrayByTypeNameEx",
+                                         "ILXConfigFactory::GetBrowserIdEnum",
+                                         "ILXConfigFactory::GetAllGlobalAttributeFormatSpecs"),
+                         [](const auto& test) {
+                             const std::string_view name(test.param);
+                             return std::string(name.substr(name.rfind(':') + 1));
+                         });
+
+TEST_F(Lives, ANamedLoadOfTheLastLifeOverwritesNothing)
+{
+    ASSERT_EQ(Start(), S_OK);
+    auto gate = Calls().PauseAt("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", XCallPoint::Answer);
+    const auto load = std::async(std::launch::async, [&] {
+        const XLXComBSTR name(OLESTR("Pump"));
+        BSTR names[] = {name.Get()};
+        m_cache->LoadTypesByTypeNames(1, names, 1);
+    });
+    gate.WaitUntilArrived();
+    Terminate();
+    ChangeServer();
+    ASSERT_EQ(Start(), S_OK);
+    const auto held = Type("Pump");
+    EXPECT_EQ(PumpLabel(), "Second");
+    gate.Open();
+    ASSERT_TRUE(Ends(load));
+    EXPECT_EQ(LXRead(held.Get(), XProperty::TypeLabel), OLESTR("Second"));
+    EXPECT_EQ(PumpLabel(), "Second");
+}
+
+TEST_F(Lives, AQuestionFromInsideTerminateFillsNothing)
+{
+    bool asked = false;
+    ListALastWord([&] {
+        asked = true;
+        AskForEverything();
+    });
+    const LONG before = m_server->LiveObjects().objects;
+    ASSERT_EQ(StartHostile(), S_OK);
+    EXPECT_EQ(Specs(), Names{"First"});
+    Terminate();
+    ASSERT_TRUE(asked);
+    EXPECT_EQ(m_server->LiveObjects().objects, before);
+
+    ChangeServer();
+    ASSERT_EQ(Start(), S_OK);
+    ExpectAnswersOfTheSecond();
+}
+
+TEST_F(Lives, AnInitialisationThatIsEndedOnTheWayLeavesNoRegistration)
+{
+    bool ended = false;
+    Calls().SetHook([&](const XServerCall& call) {
+        if (call.point == XCallPoint::Answer && call.name == "ILXDataUpdate::RegisterCallback" && !ended)
+        {
+            EXPECT_TRUE(Ends(std::async(std::launch::async, [&] { BrowserIds(); })));
+        }
+        if (call.point == XCallPoint::Answer && call.name == "ILXConfigFactory::GetBrowserIdEnum" && !ended)
+        {
+            ended = true;
+            Terminate();
+        }
+    });
+    Start();
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(Start(), S_OK);
+    EXPECT_EQ(m_server->Clients().size(), 1u);
+    Terminate();
+    EXPECT_EQ(m_server->Clients().size(), 0u);
+}
+
+TEST_F(Lives, TerminateBesideInitializeUnregistersItsOwnLife)
+{
+    for (int round = 0; round < 3000; ++round)
+    {
+        ASSERT_EQ(Start(0), S_OK);
+        std::barrier start(2);
+        const auto ended = std::async(std::launch::async, [&] {
+            start.arrive_and_wait();
+            Terminate();
+        });
+        start.arrive_and_wait();
+        EXPECT_EQ(Start(0), S_OK);
+        ended.wait();
+        const std::size_t lives = Types().empty() ? 0 : 1;
+        ASSERT_EQ(m_server->Clients().size(), lives) << "in round " << round;
+        Terminate();
+    }
+}
+
+TEST_F(Lives, AFailedInitialisationIsNotRegisteredAndHoldsNothing)
+{
+    for (int round = 0; round < 5; ++round)
+    {
+        m_cache.Reset();
+        Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayEx", E_ABORT);
+        EXPECT_EQ(Start(), E_ABORT);
+        EXPECT_EQ(m_server->Clients().size(), 0u);
+        ILXConfigFactoryCache* const cache = m_cache.Get();
+        cache->AddRef();
+        EXPECT_EQ(cache->Release(), 1u) << "references of others than the client";
+        EXPECT_EQ(PumpLabel(), "First"); // the server is asked again
+        ExpectCalls(0, [&] { EXPECT_EQ(PumpLabel(), "First"); });
+        EXPECT_EQ(Start(), S_OK);
+        Terminate();
+    }
+}
+
+/// Notifications that come before there are relations to tell.
+class WithoutRelations : public Lives
+{
+protected:
+    void SetUp() override { Change("old", S_OK); }
+
+    void Read()
+    {
+        XLXComPtr<ILXBrowserIdEnum> ids;
+        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
+        ASSERT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
+        ASSERT_EQ(ids->GetSingleNext(m_browserId.Put()), S_OK);
+        ASSERT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
+        ASSERT_EQ(specs->GetSingleNext(m_spec.Put()), S_OK);
+        ASSERT_EQ(m_spec->GetFormat(1, m_format.Put()), S_OK);
+        EXPECT_EQ(Values(), (Names{"old", "old", "old"}));
+    }
+    Names Values()
+    {
+        return {LXNarrow(LXRead(m_browserId.Get(), Label)), LXNarrow(LXRead(m_spec.Get(), Member)),
+                LXNarrow(LXRead(m_format.Get(), Member))};
+    }
+    void Change(const char* value, HRESULT expected)
+    {
+        EXPECT_EQ(Edit().SetBrowserIdProperty("First", Label, value).result, expected);
+        EXPECT_EQ(Edit().SetGlobalSpecProperty("First", Member, value).result, expected);
+        EXPECT_EQ(Edit().SetGlobalSpecFormatProperty("First", 1, Member, value).result, expected);
+    }
+
+    static constexpr int Label = 1; // of a browser id
+    static constexpr int Member = 3;
+    XLXComPtr<ILXBrowserId> m_browserId;
+    XLXComPtr<ILXGlobalAttributeFormatSpec> m_spec;
+    XLXComPtr<ILXFormat> m_format;
+};
+
+TEST_F(WithoutRelations, NotificationsAfterAStartWithoutTypes)
+{
+    Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayEx", S_FALSE);
+    ASSERT_EQ(Start(), S_FALSE);
+    Read();
+    Change("new", E_POINTER);
+    EXPECT_EQ(Values(), (Names{"new", "new", "new"}));
+}
+
+TEST_F(WithoutRelations, NotificationsDuringAStart)
+{
+    bool changed = false;
+    Calls().SetHook([&](const XServerCall& call) {
+        if (call.name == "ILXConfigFactoryEx::GetTypeArrayEx" && !std::exchange(changed, true))
+        {
+            std::async(std::launch::async, [&] { Read(); }).get();
+            Change("new", E_POINTER);
+        }
+    });
+    ASSERT_EQ(Start(), S_OK);
+    ASSERT_TRUE(changed);
+    EXPECT_EQ(Values(), (Names{"new", "new", "new"}));
+}
+} // namespace
