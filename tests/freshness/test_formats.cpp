@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+//
+// Formats that are asked for, created and deleted at once: a late answer undoes nothing, and everybody gets
+// the same object.
+#include "cachefixture.h"
+
+#include <future>
+
+namespace
+{
+XServerModel FormatModel()
+{
+    XServerModel model = LXTestModel();
+    model.AddGlobalSpec("Length").AddFormat(1);
+    return model;
+}
+
+/// By the interface that has the format: of type 1 of Pump.Head and of the spec, and the one of a group.
+class Formats : public CacheTest, public testing::WithParamInterface<const char*>
+{
+protected:
+    using Format = XLXComPtr<ILXFormat>;
+    static constexpr int FormatType = 1;
+    static constexpr int Member = 3;
+
+    Formats() : CacheTest(FormatModel()) {}
+
+    void SetUp() override
+    {
+        Change("old");
+        ASSERT_EQ(Start(), S_OK);
+        m_attribute = Attribute("Pump", "Head");
+        m_group = Group("Pump", 7);
+        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
+        ASSERT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
+        ASSERT_EQ(specs->GetSingleNext(m_spec.Put()), S_OK);
+    }
+    void TearDown() override { Terminate(); }
+
+    bool Of(const char* owner) const { return std::string_view(GetParam()) == owner; }
+    HRESULT Get(Format& format)
+    {
+        ILXFormat** const out = format.Put();
+        return Of("ILXAttribute") ? m_attribute->GetFormat(FormatType, out)
+               : Of("ILXGroup")   ? m_group->GetFormat(out)
+                                  : m_spec->GetFormat(FormatType, out);
+    }
+    HRESULT Create(Format& format)
+    {
+        ILXFormat** const out = format.Put();
+        return Of("ILXAttribute") ? m_attribute->CreateFormat(FormatType, out)
+               : Of("ILXGroup")   ? m_group->CreateFormat(out)
+                                  : m_spec->CreateFormat(FormatType, out);
+    }
+    HRESULT Delete()
+    {
+        return Of("ILXAttribute") ? m_attribute->DeleteFormat(FormatType)
+               : Of("ILXGroup")   ? m_group->DeleteFormat()
+                                  : m_spec->DeleteFormat(FormatType);
+    }
+    void Change(const char* value)
+    {
+        const HRESULT result =
+            Of("ILXAttribute")
+                ? Edit().SetAttributeFormatProperty("Pump", "Head", FormatType, Member, value).result
+            : Of("ILXGroup") ? Edit().SetGroupFormatProperty("Pump", 7, Member, value).result
+                             : Edit().SetGlobalSpecFormatProperty("Length", FormatType, Member, value).result;
+        EXPECT_EQ(result, S_OK);
+    }
+    std::string GetFormat() const { return std::string(GetParam()) + "::GetFormat"; }
+
+    XLXComPtr<ILXAttribute> m_attribute;
+    XLXComPtr<ILXGroup> m_group;
+    XLXComPtr<ILXGlobalAttributeFormatSpec> m_spec;
+};
+
+TEST_P(Formats, ALateAnswerUndoesNoCreation)
+{
+    EXPECT_EQ(Delete(), S_OK);
+    auto gate = Calls().PauseAt(GetFormat(), XCallPoint::Answer);
+    Format late;
+    auto reader = std::async(std::launch::async, [&] { return Get(late); });
+    gate.WaitUntilArrived();
+    Format created;
+    EXPECT_EQ(Create(created), S_OK);
+    gate.Open();
+    reader.wait();
+    Format format;
+    EXPECT_EQ(Get(format), S_OK);
+    EXPECT_EQ(format, created);
+}
+
+TEST_P(Formats, ALateAnswerUndoesNoDeletion)
+{
+    auto gate = Calls().PauseAt(GetFormat(), XCallPoint::Answer);
+    Format late;
+    auto reader = std::async(std::launch::async, [&] { return Get(late); });
+    gate.WaitUntilArrived();
+    EXPECT_EQ(Delete(), S_OK);
+    gate.Open();
+    reader.wait();
+    Format format;
+    EXPECT_EQ(Get(format), S_FALSE);
+    EXPECT_FALSE(format);
+}
+
+TEST_P(Formats, TwoFirstCallsGetOneObject)
+{
+    Format first;
+    Format second;
+    {
+        auto gate = Calls().PauseAt(GetFormat(), XCallPoint::Answer, 2);
+        auto one = std::async(std::launch::async, [&] { return Get(first); });
+        gate.WaitUntilArrived();
+        auto other = std::async(std::launch::async, [&] { return Get(second); });
+        // The other one comes to the gate too, or waits for the answer of the first.
+        for (int i = 0; i < 500 && gate.Arrived() < 2; ++i)
+        {
+            other.wait_for(std::chrono::milliseconds(1));
+        }
+        gate.Open();
+        EXPECT_EQ(one.get(), S_OK);
+        EXPECT_EQ(other.get(), S_OK);
+    }
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(LXRead(first.Get(), Member), OLESTR("old"));
+    EXPECT_EQ(LXRead(second.Get(), Member), OLESTR("old"));
+    Change("new");
+    EXPECT_EQ(LXRead(first.Get(), Member), OLESTR("new"));
+    EXPECT_EQ(LXRead(second.Get(), Member), OLESTR("new"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Formats,
+                         testing::Values("ILXAttribute", "ILXGroup", "ILXGlobalAttributeFormatSpec"),
+                         [](const auto& test) { return std::string(test.param).substr(3); });
+} // namespace
