@@ -121,27 +121,33 @@ bool XMapInheritedComp<Map>::IsComplete() const
 
 // One base after the other, not one inside the other: a chain of any length needs no more of the stack, and no thread
 // waits for a type's fetch mutex while it holds another one. What a notification overtakes on the way is merged as it
-// is, and found stale by the next query.
+// is, and found stale by the next query. A chain that is linked anew meanwhile is gone through again.
 template <class Map>
 HRESULT XMapInheritedComp<Map>::EnsureComplete()
 {
-    if (IsComplete())
+    for (int attempt = 0; !IsComplete() && attempt < MostAttempts; ++attempt)
     {
-        return S_OK;
+        const Bases bases = BasesNearestFirst();
+        const XMapInheritedComp* above = nullptr;
+        std::optional<HRESULT> result = S_OK;
+        for (auto base = bases.rbegin(); base != bases.rend() && result; ++base)
+        {
+            XMapInheritedComp& map = Traits::Of(**base);
+            result = map.EnsureCurrent(above);
+            above = &map;
+        }
+        result = result ? EnsureCurrent(above) : result;
+        if (result)
+        {
+            return *result;
+        }
     }
-    const Bases bases = BasesNearestFirst();
-    const XMapInheritedComp* above = nullptr;
-    for (auto base = bases.rbegin(); base != bases.rend(); ++base)
-    {
-        XMapInheritedComp& map = Traits::Of(**base);
-        map.EnsureCurrent(above);
-        above = &map;
-    }
-    return EnsureCurrent(above);
+    return S_OK;
 }
 
+/// Nothing: the type has another base meanwhile.
 template <class Map>
-HRESULT XMapInheritedComp<Map>::EnsureCurrent(const XMapInheritedComp* base)
+std::optional<HRESULT> XMapInheritedComp<Map>::EnsureCurrent(const XMapInheritedComp* base)
 {
     const auto isCurrent = [&] {
         std::uint64_t content = 0;
@@ -161,7 +167,7 @@ HRESULT XMapInheritedComp<Map>::EnsureCurrent(const XMapInheritedComp* base)
 
 // The base type's definition of a component wins over that of a derived type, so its entries go in first.
 template <class Map>
-HRESULT XMapInheritedComp<Map>::Complete(const XMapInheritedComp* base)
+std::optional<HRESULT> XMapInheritedComp<Map>::Complete(const XMapInheritedComp* base)
 {
     XRetired retired; // goes last
     std::uint64_t baseContent = 0;
@@ -178,6 +184,12 @@ HRESULT XMapInheritedComp<Map>::Complete(const XMapInheritedComp* base)
     {
         (m_owner.*Traits::Fill)({std::move(from.records.array), from.records.moment}, Snapshot(), fresh, retired);
         fresh.Settle();
+    }
+    // With the fetch mutex held: whoever completes the map with a newer base comes later.
+    const auto linked = m_inherits ? m_owner.BaseType() : nullptr;
+    if ((linked ? &Traits::Of(*linked) : nullptr) != base)
+    {
+        return std::nullopt;
     }
     const bool isEmpty = fresh.empty();
     Publish(std::move(fresh), baseContent, from);

@@ -100,6 +100,7 @@ private:
         Delivered delivered;           ///< no stamp: nothing was delivered
     };
     using Bases = std::vector<XLXComPtr<XLXTypeCache>>;
+    static constexpr int MostAttempts = 3; // while types are linked anew
 
     std::uint64_t Now() const noexcept { return m_owner.ClockOfType()->Now(Traits::Set); }
     std::uint64_t Check() const noexcept { return g_componentEpoch.load() + Now(); }
@@ -107,8 +108,8 @@ private:
     std::uint64_t Content() const;
     bool IsCurrent(std::uint64_t baseContent, std::uint64_t& content) const;
     bool IsComplete() const;
-    HRESULT EnsureCurrent(const XMapInheritedComp* base);
-    HRESULT Complete(const XMapInheritedComp* base);
+    std::optional<HRESULT> EnsureCurrent(const XMapInheritedComp* base);
+    std::optional<HRESULT> Complete(const XMapInheritedComp* base);
     Delivered TakeRecords();
     Delivered TakeDelivered();
     bool AreValuesFresh(const XMoment& moment) const noexcept;
