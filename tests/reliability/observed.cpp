@@ -1,211 +1,153 @@
 // SPDX-License-Identifier: MIT
 #include "observed.h"
 
-namespace
-{
-XLXComBSTR B(const char* text)
-{
-    return XLXComBSTR(LXFromUtf8(text));
-}
-
-using Object = XLXComPtr<ILXConfigObject>;
-
-XLXComPtr<ILXType> Type(const XCachePtr& cache, const char* name)
-{
-    XLXComPtr<ILXType> type;
-    cache.As<ILXConfigFactory>()->GetType(B(name).Get(), nullptr, type.Put());
-    return type;
-}
-
-/// The object that a question gives.
-template <class Interface, class Ask>
-XLXComPtr<Interface> One(Ask&& ask)
-{
-    XLXComPtr<Interface> object;
-    ask(object.Put());
-    return object;
-}
-
-/// The element of an enumeration with that text in a member.
-template <class Element, class Enumerator>
-Object Among(const XLXComPtr<Enumerator>& elements, int member, const char* text)
-{
-    XLXComPtr<Element> element;
-    while (elements && elements->GetSingleNext(element.Put()) == S_OK)
-    {
-        if (LXRead(element.Get(), member) == LXFromUtf8(text))
-        {
-            return Object(element.Get());
-        }
-    }
-    return nullptr;
-}
-
-XLXComPtr<ILXAttribute> Head(const XCachePtr& cache)
-{
-    const auto type = Type(cache, "Pump");
-    return type ? One<ILXAttribute>([&](auto out) { type->GetAttribute(B("Head").Get(), out); }) : nullptr;
-}
-
-XLXComPtr<ILXGroup> Group(const XCachePtr& cache)
-{
-    const auto type = Type(cache, "Pump");
-    return type ? One<ILXGroup>([&](auto out) { type->GetGroup(7, out); }) : nullptr;
-}
-
-XLXComPtr<ILXParentChild> Relation(const XCachePtr& cache)
-{
-    return One<ILXParentChild>([&](auto out) {
-        cache->GetSinglePCRelation(B("Equipment").Get(), B("Pump").Get(), nullptr, B("parts").Get(), out);
-    });
-}
-
-/// An object asked of another one, which may not be there.
-template <class Interface, class Owner, class Ask>
-Object Of(const Owner& owner, Ask&& ask)
-{
-    return owner ? Object(One<Interface>([&](auto out) { ask(*owner, out); }).Get()) : nullptr;
-}
-} // namespace
-
-XObserved::XObserved(const char* name, int member, bool staysCurrent, Edit edit, Find find)
+XObserved::XObserved(const char* name, Edit edit, Edit remove, Direct direct, unsigned effort)
     : m_name(name),
-      m_member(member),
-      m_staysCurrent(staysCurrent),
       m_edit(std::move(edit)),
-      m_find(std::move(find))
+      m_remove(std::move(remove)),
+      m_direct(std::move(direct)),
+      m_effort(effort)
 {}
 
-HRESULT XObserved::Raise(XSampleServer& server)
+XObserved& XObserved::Add(XQuestion question)
 {
-    const int value = m_attempted.fetch_add(1) + 1;
-    const HRESULT result = m_edit(server.Edit(), XModelValue(std::to_string(value))).result;
-    m_notified.store(value);
-    return result;
+    m_questions.push_back(std::move(question));
+    return *this;
 }
 
-XObserved::Reading XObserved::Read(const XCachePtr& cache, XLXComPtr<ILXConfigObject>* held) const
+bool XObserved::Send(const XSampleServer& server, const Edit& edit, int number, bool directly)
 {
-    const int notified = m_notified.load();
-    Object object = held != nullptr && *held ? *held : m_find(cache);
-    if (!object)
+    XLXComPtr<ILXCallbackUpdate> receiver;
+    if (directly)
     {
-        return Reading::NotThere;
+        const std::lock_guard lock(m_receiverMutex);
+        receiver = m_receiver;
     }
-    XLXComVariant value;
-    const HRESULT result = object->GetProperty(m_member, value.Put());
-    if (result != S_OK)
+    bool notified = false;
+    if (receiver)
     {
-        return result == S_FALSE && notified == 0 ? Reading::Right : Reading::NotThere;
+        edit(server.Edit(), number, XNotify::No);
+        const XLXComBSTR id(LXFromUtf8(m_direct.dataId));
+        const XLXComBSTR type(OLESTR("cfc_specific"));
+        notified = receiver->DataObjectChanged(id.Get(), type.Get(), 0, 0, 0, nullptr) == S_OK;
     }
-    if (held != nullptr)
+    else
+    {
+        const XNotification sent = edit(server.Edit(), number, XNotify::Here);
+        notified = sent.clients > 0 && sent.result == S_OK;
+    }
+    m_notifications.fetch_add(notified ? 1 : 0);
+    return notified;
+}
+
+void XObserved::Raise(const XSampleServer& server, bool directly)
+{
+    const std::unique_lock lock(m_raising, std::try_to_lock);
+    if (!lock || m_calls.fetch_add(1) % m_effort != 0)
+    {
+        return;
+    }
+    const int number = m_adding.fetch_add(1) + 1;
+    if (Send(server, m_edit, number, directly))
+    {
+        m_added.store(number);
+    }
+    if (m_remove && number > 1)
+    {
+        m_removing.store(number - 1);
+        if (Send(server, m_remove, number - 1, directly))
+        {
+            m_removed.store(number - 1);
+        }
+    }
+}
+
+XNoted XObserved::Applied()
+{
+    const std::lock_guard lock(m_raising);
+    return {m_adding.load(), m_removing.load()};
+}
+
+void XObserved::Begin(const XNoted& applied, const XCachePtr& cache)
+{
+    {
+        const std::lock_guard lock(m_raising);
+        m_added.store(std::max(m_added.load(), applied.added));
+        m_removed.store(std::max(m_removed.load(), applied.removed));
+    }
+    const XCachedPtr object = m_direct.receiver ? m_direct.receiver(cache) : nullptr;
+    const std::lock_guard lock(m_receiverMutex);
+    m_receiver = object ? object.As<ILXCallbackUpdate>() : nullptr;
+}
+
+void XObserved::End()
+{
+    XLXComPtr<ILXCallbackUpdate> former;
+    const std::lock_guard lock(m_receiverMutex);
+    m_receiver.Swap(former);
+}
+
+XObserved::Reading XObserved::Ask(const XQuestion& question, const XNoted& noted, const XAsked& asked,
+                                  XCachedPtr* held, std::string& details) const
+{
+    XCachedPtr object = held != nullptr ? *held : nullptr;
+    if (!object && question.find)
+    {
+        object = question.find(asked.cache);
+        if (!object)
+        {
+            details = "nobody to ask";
+            return Reading::Missing;
+        }
+    }
+    XNumbers numbers;
+    if (!question.read(object, asked, numbers))
+    {
+        details = "no answer";
+        return Reading::Missing;
+    }
+    const Reading reading = Judge(question, noted, asked, numbers);
+    if (reading != Reading::Right)
+    {
+        details = "noted " + std::to_string(noted.added) + ", removed " + std::to_string(noted.removed) +
+                  ", asked for " + std::to_string(asked.number) + ", came";
+        for (const int number : numbers)
+        {
+            details += " " + std::to_string(number);
+        }
+        details += ", now " + std::to_string(m_adding.load());
+    }
+    else if (held != nullptr)
     {
         *held = std::move(object);
     }
-    const int read = static_cast<int>(value.AsLong().value_or(notified == 0 ? 0 : -1));
-    return read > m_attempted.load() ? Reading::Impossible
-           : read < notified         ? Reading::Stale
-                                     : Reading::Right;
+    return reading;
 }
 
-std::vector<std::unique_ptr<XObserved>> LXEveryKind()
+// What the server may have by now is looked at after the answer came, and so bounds it.
+XObserved::Reading XObserved::Judge(const XQuestion& question, const XNoted& noted, const XAsked& asked,
+                                    const XNumbers& numbers) const
 {
-    std::vector<std::unique_ptr<XObserved>> all;
-    const auto add = [&](const char* name, int member, bool staysCurrent, XObserved::Edit edit,
-                         XObserved::Find find) {
-        all.push_back(
-            std::make_unique<XObserved>(name, member, staysCurrent, std::move(edit), std::move(find)));
-    };
-    using Edits = XServerEdits;
-    using Value = const XModelValue&;
-    add(
-        "type", XProperty::TypeLabel, true,
-        [](Edits edit, Value v) { return edit.SetTypeProperty("Pump", XProperty::TypeLabel, v); },
-        [](const XCachePtr& cache) { return Object(Type(cache, "Pump").Get()); });
-    add(
-        "attribute", XProperty::Label, true,
-        [](Edits edit, Value v) { return edit.SetAttributeProperty("Pump", "Head", XProperty::Label, v); },
-        [](const XCachePtr& cache) { return Object(Head(cache).Get()); });
-    add(
-        "inherited attribute", XProperty::Unit, true,
-        [](Edits edit, Value v) { return edit.SetAttributeProperty("Item", "Weight", XProperty::Unit, v); },
-        [](const XCachePtr& cache) {
-            return Of<ILXAttribute>(Type(cache, "Pump"),
-                                    [](auto& type, auto out) { type.GetAttribute(B("Weight").Get(), out); });
-        });
-    add(
-        "attribute type", XProperty::AttributeTypeLabel, false,
-        [](Edits edit, Value v) {
-            return edit.SetAttributeTypeProperty("Pump", "Head", "Feet", XProperty::AttributeTypeLabel, v);
-        },
-        [](const XCachePtr& cache) -> Object {
-            const auto head = Head(cache);
-            return head ? Among<ILXAttributeType>(
-                              One<ILXAttributeTypeEnum>([&](auto out) { head->GetAttributeTypeEnum(out); }),
-                              XProperty::AttributeTypeName, "Feet")
-                        : nullptr;
-        });
-    add(
-        "attribute format", 5, false,
-        [](Edits edit, Value v) { return edit.SetAttributeFormatProperty("Pump", "Head", 1, 5, v); },
-        [](const XCachePtr& cache) {
-            return Of<ILXFormat>(Head(cache), [](auto& head, auto out) { head.GetFormat(1, out); });
-        });
-    add(
-        "group", XProperty::GroupLabel, true,
-        [](Edits edit, Value v) { return edit.SetGroupProperty("Pump", 7, XProperty::GroupLabel, v); },
-        [](const XCachePtr& cache) { return Object(Group(cache).Get()); });
-    add(
-        "group format", 5, false,
-        [](Edits edit, Value v) { return edit.SetGroupFormatProperty("Pump", 7, 5, v); },
-        [](const XCachePtr& cache) {
-            return Of<ILXFormat>(Group(cache), [](auto& group, auto out) { group.GetFormat(out); });
-        });
-    add(
-        "page", XProperty::PageLabel, true,
-        [](Edits edit, Value v) { return edit.SetPageProperty("Item", 1, XProperty::PageLabel, v); },
-        [](const XCachePtr& cache) {
-            return Of<ILXPage>(Type(cache, "Item"), [](auto& type, auto out) { type.GetPage(1, out); });
-        });
-    add(
-        "editor", XProperty::MenuText, true,
-        [](Edits edit, Value v) { return edit.SetEditorProperty("Pump", "E.Pump", XProperty::MenuText, v); },
-        [](const XCachePtr& cache) {
-            return Of<ILXConfObjEditor>(Type(cache, "Pump"), [](auto& type, auto out) {
-                type.GetDefaultEditor(B("Tree").Get(), out);
-            });
-        });
-    add(
-        "browser id", 1, true, [](Edits edit, Value v) { return edit.SetBrowserIdProperty("Tree", 1, v); },
-        [](const XCachePtr& cache) {
-            const auto factory = cache.As<ILXConfigFactory>();
-            return Among<ILXBrowserId>(
-                One<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); }), 0, "Tree");
-        });
-    add(
-        "format spec", 5, false,
-        [](Edits edit, Value v) { return edit.SetGlobalSpecProperty("Length", 5, v); },
-        [](const XCachePtr& cache) {
-            const auto factory = cache.As<ILXConfigFactory>();
-            return Among<ILXGlobalAttributeFormatSpec>(One<ILXGlobalAttributeFormatSpecEnum>([&](auto out) {
-                                                           factory->GetAllGlobalAttributeFormatSpecs(out);
-                                                       }),
-                                                       0, "Length");
-        });
-    add(
-        "relation", XProperty::NameShort, true,
-        [](Edits edit, Value v) {
-            return edit.SetRelationProperty("Equipment", "Pump", "parts", XProperty::NameShort, v);
-        },
-        [](const XCachePtr& cache) { return Object(Relation(cache).Get()); });
-    add(
-        "PC info", XProperty::PCInfoLabel, false,
-        [](Edits edit, Value v) {
-            return edit.SetPCInfoProperty("Equipment", "Pump", "parts", "Tree", XProperty::PCInfoLabel, v);
-        },
-        [](const XCachePtr& cache) {
-            return Of<ILXPCInfo>(Relation(cache),
-                                 [](auto& relation, auto out) { relation.GetPCInfo(B("Tree").Get(), out); });
-        });
-    return all;
+    const int newest = numbers.empty() ? 0 : *std::max_element(numbers.begin(), numbers.end());
+    const int oldest = numbers.empty() ? 0 : *std::min_element(numbers.begin(), numbers.end());
+    const int adding = m_adding.load();
+    switch (question.shows)
+    {
+    case XShows::Value:
+        return newest > adding ? Reading::Impossible : newest < noted.added ? Reading::Stale : Reading::Right;
+    case XShows::Elements:
+        return newest > adding                                                  ? Reading::Impossible
+               : newest < noted.added                                           ? Reading::Stale
+               : question.showsRemoval && oldest <= noted.removed && oldest > 0 ? Reading::Stale
+                                                                                : Reading::Right;
+    case XShows::Lookup:
+        if (newest != 0) // it is there
+        {
+            return question.showsRemoval && asked.number <= noted.removed ? Reading::Stale : Reading::Right;
+        }
+        return asked.number <= noted.added && asked.number > m_removing.load() ? Reading::Stale
+                                                                               : Reading::Right;
+    default: // who is overtaken by an edit may see either
+        return adding == noted.added && newest != noted.added % 2 ? Reading::Stale : Reading::Right;
+    }
 }

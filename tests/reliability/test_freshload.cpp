@@ -1,0 +1,443 @@
+// SPDX-License-Identifier: MIT
+//
+// Freshness under load: whoever notes what was notified and then asks gets nothing older, for every kind of
+// thing, through fresh look-ups and through objects that are held, while edits come from outside and from
+// inside the calls to the server.
+//
+// With the argument --server-mode the cache runs inside the server's process: one thread, no locks.
+// LX_STRESS_SECONDS sets the length of each test, LX_TEST_SEED repeats a seed, and LX_FRESHLOAD_KINDS, a list
+// of names separated by commas, leaves out all other kinds. LX_FRESHLOAD_TABLE prints what each question met.
+#include "observed.h"
+
+#include <cstdlib>
+#include <map>
+#include <random>
+#include <shared_mutex>
+#include <thread>
+
+namespace
+{
+using Reading = XObserved::Reading;
+using Clock = std::chrono::steady_clock;
+
+unsigned FromEnvironment(const char* name, unsigned otherwise)
+{
+    const char* const text = std::getenv(name);
+    return text != nullptr ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : otherwise;
+}
+
+bool ServerMode()
+{
+    const auto arguments = testing::internal::GetArgvs();
+    return std::find(arguments.begin(), arguments.end(), "--server-mode") != arguments.end();
+}
+
+bool IsWanted(const std::string& kind)
+{
+    const char* const wanted = std::getenv("LX_FRESHLOAD_KINDS");
+    return wanted == nullptr || ("," + std::string(wanted) + ",").find("," + kind + ",") != std::string::npos;
+}
+
+/// What one question met.
+struct XTally
+{
+    std::atomic<unsigned> asked{0};
+    std::atomic<unsigned> wrong{0};
+    std::mutex mutex; // guards the next
+    std::string first;
+};
+
+/// A kind with its tallies, one for each question.
+struct XWatched
+{
+    explicit XWatched(std::unique_ptr<XObserved> of)
+        : observed(std::move(of)), tallies(observed->Questions().size())
+    {}
+
+    const std::unique_ptr<XObserved> observed;
+    std::vector<XTally> tallies;
+};
+
+/// A thread that asks.
+struct XReader
+{
+    struct Held
+    {
+        unsigned life = 0;
+        XCachedPtr object;
+    };
+
+    std::mt19937 random;
+    std::map<const XQuestion*, Held> held;
+    XWatched* asking = nullptr; ///< what it is asking for
+    XWatched* raised = nullptr; ///< what it raised last from inside a call to the server
+    bool quiet = false;         ///< it raises nothing
+};
+
+thread_local XReader* t_reader = nullptr;
+} // namespace
+
+class FreshLoad : public CacheTest, public testing::WithParamInterface<LONG>
+{
+protected:
+    static constexpr unsigned Readers = 8;
+
+    FreshLoad() : CacheTest(LXObservedModel())
+    {
+        std::printf("LX_TEST_SEED=%u, %u s\n", m_seed, m_seconds);
+        RecordProperty("seed", static_cast<int>(m_seed));
+        for (std::unique_ptr<XObserved>& observed : LXEveryKind())
+        {
+            if (IsWanted(observed->Name()))
+            {
+                m_watched.push_back(std::make_unique<XWatched>(std::move(observed)));
+            }
+        }
+        Calls().SetHook([this](const XServerCall&) { InsideTheServer(); });
+    }
+    ~FreshLoad() override { Calls().SetHook({}); }
+
+    // ---- lives
+    void Begin(LONG transferMode);
+    void End();
+
+    // ---- threads
+    /// Runs a job in a thread again and again until the time is over.
+    void Run(std::function<void(XReader&)> work);
+    void UntilTheTimeIsOver();
+    void WaitForQuestions(unsigned long long count, Clock::duration limit);
+
+    // ---- what they do
+    XWatched& Any(std::mt19937& random) const { return *m_watched[random() % m_watched.size()]; }
+    void Raise(XWatched& watched, std::mt19937& random);
+    void InsideTheServer();
+    void AskSomething(XReader& reader);
+    void Ask(XReader& reader, XWatched& watched, std::size_t question);
+    void Count(XWatched& watched, std::size_t question, Reading reading, bool held,
+               const std::string& details);
+    void MakeNoise(std::mt19937& random);
+
+    void ExpectNothingStale();
+    void Report();
+
+    const unsigned m_seed = FromEnvironment("LX_TEST_SEED", std::random_device{}());
+    const unsigned m_seconds = FromEnvironment("LX_STRESS_SECONDS", 2);
+    const Clock::time_point m_start = Clock::now();
+    std::vector<std::unique_ptr<XWatched>> m_watched;
+    std::vector<std::thread> m_threads;
+    std::atomic<bool> m_over{false};
+    std::atomic<unsigned long long> m_asked{0};
+    std::atomic<unsigned> m_life{1}; // even while a life lasts, odd between two
+    std::atomic<bool> m_ending{false};
+    std::shared_mutex m_edits; // shared for an edit; a life ends while there is none
+};
+
+// What the server has by now must be seen in the life that begins; what changes meanwhile is notified or not.
+void FreshLoad::Begin(LONG transferMode)
+{
+    std::vector<XNoted> applied;
+    for (const auto& watched : m_watched)
+    {
+        applied.push_back(watched->observed->Applied());
+    }
+    if (ServerMode())
+    {
+        m_cache = m_cache ? m_cache : LXMakeCache();
+        ASSERT_EQ(m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
+                                      m_server->DataUpdate().Get()),
+                  S_OK);
+    }
+    else
+    {
+        ASSERT_EQ(Start(transferMode), S_OK);
+    }
+    for (std::size_t i = 0; i < m_watched.size(); ++i)
+    {
+        m_watched[i]->observed->Begin(applied[i], m_cache);
+    }
+    m_life.fetch_add(1);
+}
+
+// An edit that is under way when the life ends could be notified to a cache that is just being emptied.
+void FreshLoad::End()
+{
+    m_ending = true;
+    const std::unique_lock edits(m_edits);
+    m_ending = false;
+    m_life.fetch_add(1);
+    for (const auto& watched : m_watched)
+    {
+        watched->observed->End();
+    }
+    Terminate();
+}
+
+void FreshLoad::Run(std::function<void(XReader&)> work)
+{
+    m_threads.emplace_back([this, work = std::move(work), seed = m_seed + m_threads.size()] {
+        XReader reader{std::mt19937(static_cast<unsigned>(seed)), {}};
+        t_reader = &reader;
+        while (!m_over.load(std::memory_order_relaxed))
+        {
+            work(reader);
+        }
+        t_reader = nullptr;
+    });
+}
+
+void FreshLoad::UntilTheTimeIsOver()
+{
+    WaitForQuestions(~0ULL, std::chrono::seconds(m_seconds));
+    m_over = true;
+    for (std::thread& thread : m_threads)
+    {
+        thread.join();
+    }
+    m_threads.clear();
+}
+
+/// Waits until that many further questions were answered, or the time is over.
+void FreshLoad::WaitForQuestions(unsigned long long count, Clock::duration limit)
+{
+    const unsigned long long before = m_asked.load();
+    const Clock::time_point until = Clock::now() + limit;
+    while (!m_over.load() && m_asked.load() - before < count && Clock::now() < until)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+void FreshLoad::Raise(XWatched& watched, std::mt19937& random)
+{
+    if (m_ending.load() || !m_edits.try_lock_shared())
+    {
+        return;
+    }
+    const std::shared_lock edit(m_edits, std::adopt_lock);
+    watched.observed->Raise(*m_server, random() % 4 == 0);
+}
+
+// A call to the server is where others overtake: what is being asked for changes, something else does, or
+// other threads get on with what they are doing.
+void FreshLoad::InsideTheServer()
+{
+    XReader* const reader = t_reader;
+    if (reader == nullptr || reader->quiet)
+    {
+        return;
+    }
+    const auto choice = reader->random() % 16;
+    if (choice < 4 && reader->asking != nullptr && reader->raised == nullptr)
+    {
+        reader->raised = choice == 0 ? &Any(reader->random) : reader->asking;
+        Raise(*reader->raised, reader->random);
+    }
+    else if (choice < 7 && !m_threads.empty())
+    {
+        const unsigned long long until = m_asked.load() + Readers;
+        for (int i = 0; i < 200 && m_asked.load() < until; ++i)
+        {
+            std::this_thread::yield();
+        }
+    }
+}
+
+// What was raised from inside is asked for at once: nothing may have lost that.
+void FreshLoad::AskSomething(XReader& reader)
+{
+    XWatched& watched = Any(reader.random);
+    const std::size_t question = reader.random() % watched.tallies.size();
+    reader.raised = nullptr;
+    Ask(reader, watched, question);
+    if (XWatched* const raised = reader.raised; raised != nullptr)
+    {
+        reader.quiet = true;
+        Ask(reader, *raised, raised == &watched ? question : reader.random() % raised->tallies.size());
+        reader.quiet = false;
+    }
+}
+
+// Objects of a life that has ended are not notified any more, and between two lives questions fail.
+void FreshLoad::Ask(XReader& reader, XWatched& watched, std::size_t question)
+{
+    const XQuestion& what = watched.observed->Questions()[question];
+    const unsigned life = m_life.load();
+    const XNoted noted = watched.observed->Note();
+    const int numbers[] = {noted.added, noted.added, noted.removed, noted.added + 1};
+    const XAsked asked{m_cache, *m_server, numbers[reader.random() % std::size(numbers)]};
+    XReader::Held* const held = what.holds && reader.random() % 2 == 0 ? &reader.held[&what] : nullptr;
+    if (held != nullptr && held->life != life)
+    {
+        *held = {life, nullptr};
+    }
+    const bool through = held != nullptr && held->object;
+    std::string details;
+    reader.asking = &watched;
+    const Reading reading =
+        watched.observed->Ask(what, noted, asked, held != nullptr ? &held->object : nullptr, details);
+    reader.asking = nullptr;
+    const bool sameLife = life % 2 == 0 && m_life.load() == life;
+    if (sameLife || (reading != Reading::Missing && !through))
+    {
+        Count(watched, question, reading, through, details);
+    }
+    m_asked.fetch_add(1, std::memory_order_relaxed);
+}
+
+void FreshLoad::Count(XWatched& watched, std::size_t question, Reading reading, bool held,
+                      const std::string& details)
+{
+    static constexpr const char* Names[] = {"right", "missing", "stale", "impossible"};
+    XTally& tally = watched.tallies[question];
+    tally.asked.fetch_add(1, std::memory_order_relaxed);
+    if (reading != Reading::Right && tally.wrong.fetch_add(1) == 0)
+    {
+        const auto after = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - m_start);
+        const std::lock_guard lock(tally.mutex);
+        tally.first = std::string(Names[static_cast<int>(reading)]) + (held ? ", held" : "") + " after " +
+                      std::to_string(after.count()) + " ms: " + details;
+    }
+}
+
+void FreshLoad::MakeNoise(std::mt19937& random)
+{
+    static constexpr const char* Kinds[] = {"objects", "properties", "pc", "searchable", "other"};
+    m_server->SendNotification(std::string(Kinds[random() % std::size(Kinds)]) + "/x/0/" +
+                               std::to_string(1 << (random() % 14)));
+    const XLXComBSTR name(LXFromUtf8(random() % 2 == 0 ? "Pump" : "Nothing"));
+    BSTR names[] = {name.Get()};
+    m_cache->LoadTypesByTypeNames(1, names, 1);
+    XLXComPtr<ILXParentChildEnum> relations;
+    const HRESULT asked = m_cache->GetPCEnumAll(nullptr, name.Get(), nullptr,
+                                                static_cast<LONG>(random() % 32), relations.Put());
+    EXPECT_TRUE(asked == S_OK || asked == S_FALSE || asked == E_POINTER) << asked;
+}
+
+// Everything was asked for, and nothing stays behind for good: one more edit of each, and all show it.
+void FreshLoad::ExpectNothingStale()
+{
+    XReader reader{std::mt19937(m_seed), {}};
+    for (const auto& watched : m_watched)
+    {
+        for (int i = 0; i < 4; ++i) // a kind that is edited seldom leaves some out
+        {
+            watched->observed->Raise(*m_server, false);
+        }
+        for (std::size_t question = 0; question < watched->tallies.size(); ++question)
+        {
+            Ask(reader, *watched, question);
+        }
+    }
+    Report();
+}
+
+void FreshLoad::Report()
+{
+    const bool table = std::getenv("LX_FRESHLOAD_TABLE") != nullptr;
+    for (const auto& watched : m_watched)
+    {
+        const XObserved& observed = *watched->observed;
+        EXPECT_GT(observed.Notifications(), 1) << observed.Name();
+        for (std::size_t i = 0; i < watched->tallies.size(); ++i)
+        {
+            const XTally& tally = watched->tallies[i];
+            const char* const question = observed.Questions()[i].name;
+            EXPECT_EQ(tally.wrong.load(), 0u)
+                << observed.Name() << ", " << question << ", of " << tally.asked.load() << " answers, seed "
+                << m_seed << "; the first: " << tally.first;
+            if (table)
+            {
+                std::printf("%-28s %-22s %6d edits %7u answers %5u wrong %s\n", observed.Name().c_str(),
+                            question, observed.Notifications(), tally.asked.load(), tally.wrong.load(),
+                            tally.first.c_str());
+            }
+        }
+    }
+    std::printf("%llu questions\n", m_asked.load());
+    RecordProperty("questions", std::to_string(m_asked.load()));
+}
+
+TEST_P(FreshLoad, NothingOlderThanWhatWasNotified)
+{
+    for (const auto& watched : m_watched)
+    {
+        watched->observed->Raise(*m_server, false);
+    }
+    ASSERT_NO_FATAL_FAILURE(Begin(GetParam()));
+    for (unsigned reader = 0; reader < Readers; ++reader)
+    {
+        Run([this](XReader& self) { AskSomething(self); });
+    }
+    Run([this](XReader& self) {
+        Raise(Any(self.random), self.random);
+        WaitForQuestions(self.random() % 64, std::chrono::milliseconds(5));
+    });
+    UntilTheTimeIsOver();
+    ExpectNothingStale();
+    Terminate();
+}
+
+// Deterministic: what overtakes a question comes from inside the calls that it makes.
+TEST_P(FreshLoad, NothingOlderInOneThread)
+{
+    for (const auto& watched : m_watched)
+    {
+        watched->observed->Raise(*m_server, false);
+    }
+    ASSERT_NO_FATAL_FAILURE(Begin(GetParam()));
+    XReader reader{std::mt19937(m_seed), {}};
+    t_reader = &reader;
+    for (const auto until = Clock::now() + std::chrono::seconds(m_seconds); Clock::now() < until;)
+    {
+        AskSomething(reader);
+        if (reader.random() % 8 == 0)
+        {
+            Raise(Any(reader.random), reader.random);
+        }
+    }
+    t_reader = nullptr;
+    ExpectNothingStale();
+    Terminate();
+}
+
+INSTANTIATE_TEST_SUITE_P(TransferModes, FreshLoad, testing::Values(0, 1, 15));
+
+class FreshLives : public FreshLoad
+{};
+
+TEST_P(FreshLives, EndAndBegin)
+{
+    for (const auto& watched : m_watched)
+    {
+        watched->observed->Raise(*m_server, false);
+    }
+    ASSERT_NO_FATAL_FAILURE(Begin(GetParam()));
+    for (unsigned reader = 0; reader < Readers - 1; ++reader)
+    {
+        Run([this](XReader& self) { AskSomething(self); });
+    }
+    Run([this](XReader& self) {
+        Raise(Any(self.random), self.random);
+        if (self.random() % 16 == 0)
+        {
+            MakeNoise(self.random);
+        }
+        WaitForQuestions(self.random() % 64, std::chrono::milliseconds(5));
+    });
+    Run([this](XReader& self) {
+        static constexpr LONG Modes[] = {0, 1, 15};
+        self.quiet = true;
+        WaitForQuestions(self.random() % 2000, std::chrono::milliseconds(100));
+        End();
+        for (int i = 0; i < 8; ++i)
+        {
+            Raise(Any(self.random), self.random);
+        }
+        Begin(Modes[self.random() % std::size(Modes)]);
+    });
+    UntilTheTimeIsOver();
+    ExpectNothingStale();
+    Terminate();
+}
+
+INSTANTIATE_TEST_SUITE_P(TransferModes, FreshLives, testing::Values(15));
