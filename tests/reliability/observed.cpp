@@ -131,23 +131,22 @@ XObserved::Reading XObserved::Judge(const XQuestion& question, const XNoted& not
     const int newest = numbers.empty() ? 0 : *std::max_element(numbers.begin(), numbers.end());
     const int oldest = numbers.empty() ? 0 : *std::min_element(numbers.begin(), numbers.end());
     const int adding = m_adding.load();
-    switch (question.shows)
+    if (question.shows == XShows::Lookup)
     {
-    case XShows::Value:
-        return newest > adding ? Reading::Impossible : newest < noted.added ? Reading::Stale : Reading::Right;
-    case XShows::Elements:
-        return newest > adding                                                  ? Reading::Impossible
-               : newest < noted.added                                           ? Reading::Stale
-               : question.showsRemoval && oldest <= noted.removed && oldest > 0 ? Reading::Stale
-                                                                                : Reading::Right;
-    case XShows::Lookup:
-        if (newest != 0) // it is there
-        {
-            return question.showsRemoval && asked.number <= noted.removed ? Reading::Stale : Reading::Right;
-        }
-        return asked.number <= noted.added && asked.number > m_removing.load() ? Reading::Stale
-                                                                               : Reading::Right;
-    default: // who is overtaken by an edit may see either
-        return adding == noted.added && newest != noted.added % 2 ? Reading::Stale : Reading::Right;
+        const bool there = newest != 0;
+        const bool mustBe = asked.number <= noted.added && asked.number > m_removing.load();
+        const bool mustNotBe = question.showsRemoval && asked.number <= noted.removed;
+        return there && mustNotBe ? Reading::Stale : !there && mustBe ? Reading::Missing : Reading::Right;
     }
+    if (question.shows == XShows::Parity) // who is overtaken by an edit may see either
+    {
+        const bool right = adding != noted.added || newest == noted.added % 2;
+        return right ? Reading::Right : newest != 0 ? Reading::Stale : Reading::Missing;
+    }
+    const bool keepsRemoved =
+        question.shows == XShows::Elements && question.showsRemoval && oldest != 0 && oldest <= noted.removed;
+    return newest > adding                        ? Reading::Impossible
+           : newest == 0 && noted.added > 0       ? Reading::Missing
+           : newest < noted.added || keepsRemoved ? Reading::Stale
+                                                  : Reading::Right;
 }

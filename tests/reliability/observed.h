@@ -89,7 +89,7 @@ public:
     enum class Reading
     {
         Right,
-        Missing,   ///< the thing or the answer could not be had
+        Missing,   ///< the thing, or any answer, could not be had
         Stale,     ///< older than what was noted
         Impossible ///< a number that the server never had
     };
