@@ -111,7 +111,7 @@ protected:
     /// One of the two kinds that are in focus, or any other: threads meet most in what all of them ask for.
     XWatched& Any(std::mt19937& random) const
     {
-        const bool free = m_threads.empty() || random() % 4 == 0;
+        const bool free = m_alone || random() % 4 == 0;
         const std::size_t any = free ? random() : m_focus.load() + random() % 2;
         return *m_watched[any % m_watched.size()];
     }
@@ -132,6 +132,7 @@ protected:
     const Clock::time_point m_start = Clock::now();
     std::vector<std::unique_ptr<XWatched>> m_watched;
     std::vector<std::thread> m_threads;
+    bool m_alone = false; // one thread does everything; set before it begins
     std::atomic<bool> m_over{false};
     std::atomic<unsigned long long> m_asked{0};
     std::atomic<unsigned> m_life{1}; // even while a life lasts, odd between two
@@ -240,7 +241,7 @@ void FreshLoad::InsideTheServer()
         reader->raised = choice == 0 ? &Any(reader->random) : reader->asking;
         Raise(*reader->raised, reader->random);
     }
-    else if (choice == 4 && !m_threads.empty())
+    else if (choice == 4 && !m_alone)
     {
         const unsigned long long until = m_asked.load() + Readers;
         for (int i = 0; i < 16 && m_asked.load() < until; ++i)
@@ -403,6 +404,7 @@ TEST_P(FreshLoad, NothingOlderInOneThread)
     ASSERT_NO_FATAL_FAILURE(Begin(GetParam()));
     XReader reader{std::mt19937(m_seed), {}};
     t_reader = &reader;
+    m_alone = true;
     for (const auto until = Clock::now() + std::chrono::seconds(m_seconds); Clock::now() < until;)
     {
         AskSomething(reader);
