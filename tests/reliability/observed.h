@@ -52,7 +52,7 @@ struct XQuestion
     XShows shows;
     XFind find; ///< empty for a question to the cache itself
     XRead read;
-    bool holds = true;        ///< an object found earlier in the same life shows the newest number too
+    bool holds = true;        ///< an object found earlier in the same life must show the newest number too
     bool showsRemoval = true; ///< a removed element is gone when that was notified
 };
 

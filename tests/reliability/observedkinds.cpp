@@ -397,6 +397,10 @@ void AddComponentSets(XObservedList& all)
         .Add(LookupOf<ILXType, ILXGroup>("found", Type("Pump"), [](ILXType& of, int n, ILXGroup** out) {
             return of.GetGroup(FirstNumber + n, out);
         }));
+}
+
+void AddEditors(XObservedList& all)
+{
     Add(
         all, "set of editors",
         [](Edits edit, int n, XNotify notify) {
@@ -411,6 +415,16 @@ void AddComponentSets(XObservedList& all)
                                                  [](ILXType& of, int n, ILXConfObjEditor** out) {
                                                      return of.GetDefaultEditor(B(Named(n)).Get(), out);
                                                  }));
+}
+
+bool TypeFeet(const XCachedPtr& attribute, const XAsked&, XNumbers& numbers)
+{
+    const auto type = Among<ILXAttributeType>(
+        One<ILXAttributeTypeEnum>([&](auto out) { attribute.As<ILXAttribute>()->GetAttributeTypeEnum(out); }),
+        XProperty::AttributeTypeName, "Feet");
+    const auto number = type ? NumberIn(*type, XProperty::AttributeTypeLabel) : std::nullopt;
+    numbers.push_back(number.value_or(0));
+    return number.has_value();
 }
 
 // A removed attribute type may stay listed where types are loaded one by one, and then the object of one
@@ -428,14 +442,6 @@ void AddAttributeTypes(XObservedList& all)
                                              XProperty::AttributeTypeName, "Feet")
                    : nullptr;
     };
-    const auto feetOfHeld = [](const XCachedPtr& attribute, const XAsked&, XNumbers& numbers) {
-        const auto type = Among<ILXAttributeType>(
-            One<Enumerator>([&](auto out) { attribute.As<ILXAttribute>()->GetAttributeTypeEnum(out); }),
-            XProperty::AttributeTypeName, "Feet");
-        const auto number = type ? NumberIn(*type, XProperty::AttributeTypeLabel) : std::nullopt;
-        numbers.push_back(number.value_or(0));
-        return number.has_value();
-    };
     Add(all, "attribute type values",
         [](Edits edit, int n, XNotify notify) {
             return edit.SetAttributeTypeProperty("Pump", "Head", "Feet", XProperty::AttributeTypeLabel,
@@ -443,7 +449,7 @@ void AddAttributeTypes(XObservedList& all)
         },
         {}, {head, "properties/x/0/1024"})
         .Add(ValueOf("attribute type", feet, XProperty::AttributeTypeLabel, false))
-        .Add({"of an attribute", XShows::Value, head, feetOfHeld});
+        .Add({"of an attribute", XShows::Value, head, TypeFeet});
     Add(
         all, "set of attribute types",
         [](Edits edit, int n, XNotify notify) {
@@ -579,6 +585,15 @@ void AddRelations(XObservedList& all)
         }));
 }
 
+bool InfoTree(const XCachedPtr& relation, const XAsked&, XNumbers& numbers)
+{
+    XLXComPtr<ILXPCInfo> info;
+    relation.As<ILXParentChild>()->GetPCInfo(B("Tree").Get(), info.Put());
+    const auto number = info ? NumberIn(*info, XProperty::PCInfoLabel) : std::nullopt;
+    numbers.push_back(number.value_or(0));
+    return number.has_value();
+}
+
 void AddPCInfos(XObservedList& all)
 {
     const auto tree = Below<ILXParentChild, ILXPCInfo>(
@@ -696,6 +711,10 @@ void AddTypeLinks(XObservedList& all)
             const bool found = static_cast<bool>(Among<ILXType>(types, XProperty::TypeName, "Document"));
             return SUCCEEDED(result) ? std::optional(found) : std::nullopt;
         }));
+}
+
+void AddPlanTypes(XObservedList& all)
+{
     Add(all, "plan types", [](Edits edit, int n, XNotify notify) {
         return edit.Change(
             [n](XServerModel& model) {
@@ -706,6 +725,100 @@ void AddTypeLinks(XObservedList& all)
     }).Add(YesOrNo("IsPlantype", XShows::Parity, [](const XAsked& asked) {
         return Answer(asked.cache->IsPlantype(asked.server.DataObject("Pump").Get()));
     }));
+}
+// What the server made anew under the old name has a server object of its own: nothing that was loaded
+// through the former one may stay. An object that is held may still ask the former one.
+template <class List, class Is>
+void Forget(List& list, Is is)
+{
+    std::erase_if(list, [&](const auto& element) { return is(*element); });
+}
+
+void AddRemadeAttribute(XObservedList& all)
+{
+    const XFind attribute = Attribute("Pump", "Remade");
+    const auto remake = [](XServerModel& model, int n) {
+        XModelType& pump = *model.types.at(OLESTR("Pump"));
+        Forget(pump.attributes,
+               [](const auto& of) { return of.Text(XProperty::AttributeName) == OLESTR("Remade"); });
+        XModelAttribute& made = pump.AddAttribute("Remade", 3);
+        made.properties.Set(XProperty::Label, Text(n));
+        made.AddType("Feet").properties.Set(XProperty::AttributeTypeLabel, Text(n));
+        made.AddFormat(1).properties.Set(5, Text(n));
+    };
+    const auto format = Below<ILXAttribute, ILXFormat>(
+        attribute, [](ILXAttribute& of, ILXFormat** out) { return of.GetFormat(1, out); });
+    const auto inherited = Attribute("Sealed", "Remade");
+    Add(all, "attribute made anew",
+        [remake](Edits edit, int n, XNotify notify) {
+            return edit.Change([&](XServerModel& model) { remake(model, n); }, "objects/Pump/0/512", notify);
+        })
+        .Add(ValueOf("attribute", attribute, XProperty::Label, false))
+        .Add({"its attribute type", XShows::Value, attribute, TypeFeet, false})
+        .Add({"the same inherited", XShows::Value, inherited, TypeFeet, false})
+        .Add(ValueOf("its format", format, 5, false));
+}
+
+void AddRemadeGroup(XObservedList& all)
+{
+    const auto remake = [](XServerModel& model, int n) {
+        XModelType& pump = *model.types.at(OLESTR("Pump"));
+        Forget(pump.groups, [](const auto& of) { return of.Number(XProperty::GroupNumber) == 9; });
+        XModelGroup& made = pump.AddGroup(9, 1);
+        made.properties.Set(XProperty::GroupLabel, Text(n));
+        made.formats.emplace(0, XModelRef<XModelFormat>());
+        made.formats.at(0)->properties.Set(5, Text(n));
+    };
+    const auto format =
+        Below<ILXGroup, ILXFormat>(Group(9), [](ILXGroup& of, ILXFormat** out) { return of.GetFormat(out); });
+    Add(all, "group made anew",
+        [remake](Edits edit, int n, XNotify notify) {
+            return edit.Change([&](XServerModel& model) { remake(model, n); }, "objects/Pump/9/64", notify);
+        })
+        .Add(ValueOf("group", Group(9), XProperty::GroupLabel, false))
+        .Add(ValueOf("its format", format, 5, false));
+}
+
+void AddRemadeType(XObservedList& all)
+{
+    const auto remake = [](XServerModel& model, int n) {
+        model.types.erase(OLESTR("Remade"));
+        XModelType& made = model.AddType("Remade", "Equipment");
+        made.properties.Set(XProperty::TypeLabel, Text(n));
+        made.AddAttribute("Own", 1).properties.Set(XProperty::Label, Text(n));
+        made.AddPage(1).properties.Set(XProperty::PageLabel, Text(n));
+    };
+    const auto page = Below<ILXType, ILXPage>(Type("Remade"),
+                                              [](ILXType& of, ILXPage** out) { return of.GetPage(1, out); });
+    Add(
+        all, "type made anew",
+        [remake](Edits edit, int n, XNotify notify) {
+            return edit.Change([&](XServerModel& model) { remake(model, n); }, "objects/Remade/0/2", notify);
+        },
+        {}, {}, 4)
+        .Add(ValueOf("type", Type("Remade"), XProperty::TypeLabel, false))
+        .Add(ValueOf("its attribute", Attribute("Remade", "Own"), XProperty::Label, false))
+        .Add(ValueOf("its page", page, XProperty::PageLabel, false));
+}
+
+void AddRemadeRelation(XObservedList& all)
+{
+    const auto remake = [](XServerModel& model, int n) {
+        Forget(model.relations,
+               [](const auto& of) { return of.Text(XProperty::ChildList) == OLESTR("remade"); });
+        XModelRelation& made = model.AddRelation("Equipment", "Document", "remade");
+        made.properties.Set(XProperty::NameShort, Text(n));
+        made.AddPCInfo("Tree").properties.Set(XProperty::PCInfoLabel, Text(n));
+    };
+    const auto relation = [](const XCachePtr& cache) {
+        return Plain(RelationOf(cache, "Document", "remade"));
+    };
+    Add(all, "relation made anew",
+        [remake](Edits edit, int n, XNotify notify) {
+            return edit.Change([&](XServerModel& model) { remake(model, n); }, "pc/Equipment/0/4", notify);
+        })
+        .Add(ValueOf("relation", relation, XProperty::NameShort, false))
+        .Add({"its PC info", XShows::Value, relation, InfoTree, false});
 }
 } // namespace
 
@@ -724,6 +837,12 @@ XObservedList LXEveryKind()
     AddPCInfos(all);
     AddTypes(all);
     AddTypeLinks(all);
+    AddEditors(all);
+    AddPlanTypes(all);
+    AddRemadeAttribute(all);
+    AddRemadeGroup(all);
+    AddRemadeType(all);
+    AddRemadeRelation(all);
     return all;
 }
 

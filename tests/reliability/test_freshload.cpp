@@ -275,7 +275,7 @@ void FreshLoad::Ask(XReader& reader, XWatched& watched, std::size_t question)
     const XNoted noted = watched.observed->Note();
     const int numbers[] = {noted.added, noted.added, noted.removed, noted.added + 1};
     const XAsked asked{m_cache, *m_server, numbers[reader.random() % std::size(numbers)]};
-    XReader::Held* const held = what.holds && reader.random() % 2 == 0 ? &reader.held[&what] : nullptr;
+    XReader::Held* const held = reader.random() % (what.holds ? 2 : 4) == 0 ? &reader.held[&what] : nullptr;
     if (held != nullptr && held->life != life)
     {
         *held = {life, nullptr};
@@ -287,7 +287,7 @@ void FreshLoad::Ask(XReader& reader, XWatched& watched, std::size_t question)
         watched.observed->Ask(what, noted, asked, held != nullptr ? &held->object : nullptr, details);
     reader.asking = nullptr;
     const bool sameLife = life % 2 == 0 && m_life.load() == life;
-    if (sameLife || (reading != Reading::Missing && !through))
+    if (through ? what.holds && sameLife : sameLife || reading != Reading::Missing)
     {
         Count(watched, question, reading, through, details);
     }
