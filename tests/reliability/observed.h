@@ -122,6 +122,8 @@ private:
 
 using XObservedList = std::vector<std::unique_ptr<XObserved>>;
 
+/// The kinds that are part of types.
+void LXAddKindsOfTypes(XObservedList& all);
 /// One of each kind, over LXObservedModel.
 XObservedList LXEveryKind();
 
