@@ -190,7 +190,7 @@ void AddAttributeTypes(XObservedList& all)
         [](Edits edit, int n, XNotify notify) {
             return edit.RemoveAttributeType("Pump", "Head", Named(n), notify);
         },
-        {head, "objects/x/0/1024"})
+        {head, "objects/x/0/1024"}, 4)
         .Add(WithoutRemoval(ElementsOf<ILXAttribute, ILXAttributeType, Enumerator>(
             "listed", head, XProperty::AttributeTypeName,
             [](ILXAttribute& of, Enumerator** out) { return of.GetAttributeTypeEnum(out); })));

@@ -13,6 +13,7 @@
 #include <map>
 #include <random>
 #include <shared_mutex>
+#include <stdexcept>
 #include <thread>
 
 namespace
@@ -92,6 +93,10 @@ protected:
             {
                 m_watched.push_back(std::make_unique<XWatched>(std::move(observed)));
             }
+        }
+        if (m_watched.empty())
+        {
+            throw std::invalid_argument("LX_FRESHLOAD_KINDS names no kind");
         }
         Calls().SetHook([this](const XServerCall&) { InsideTheServer(); });
     }
@@ -363,8 +368,8 @@ void FreshLoad::Report()
             const XTally& tally = watched->tallies[i];
             const char* const question = observed.Questions()[i].name;
             EXPECT_EQ(tally.wrong.load(), 0u)
-                << observed.Name() << ", " << question << ", of " << tally.asked.load() << " answers, seed "
-                << m_seed << "; the first: " << tally.first;
+                << observed.Name() << ", " << question << ", of " << tally.asked.load() << " answers, mode "
+                << (ServerMode() ? -1 : GetParam()) << ", seed " << m_seed << "; the first: " << tally.first;
             if (table)
             {
                 std::printf("%-28s %-22s %6d edits %7u answers %5u wrong %s\n", observed.Name().c_str(),
