@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "observed.h"
 
+#include <algorithm>
+
 XObserved::XObserved(const char* name, Edit edit, Edit remove, Direct direct, unsigned effort)
     : m_name(name),
       m_edit(std::move(edit)),

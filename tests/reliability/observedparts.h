@@ -6,6 +6,7 @@
 
 #include "observed.h"
 
+#include <cstdlib>
 #include <utility>
 
 namespace LXObserving
