@@ -8,6 +8,7 @@
 #include "XLXError.h"
 #include "XLeafMutex.h"
 
+#include <cstdint>
 #include <mutex>
 
 namespace LXComInterfaceProxy
@@ -58,12 +59,20 @@ public:
         return static_cast<bool>(m_held);
     }
 
-    /// Exchanges the server object; the caller releases the old one with no lock held.
-    void Swap(XLXComPtr<IUnknown>& held, XLXComPtr<I>& typed) noexcept
+    /// Exchanges the server object, unless a later record brought the one that is there; the caller releases the old one
+    /// with no lock held.
+    /// @param record  orders the records
+    bool Swap(XLXComPtr<IUnknown>& held, XLXComPtr<I>& typed, std::uint64_t record) noexcept
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
+        if (record < m_record)
+        {
+            return false;
+        }
+        m_record = record;
         m_held.Swap(held);
         m_typed.Swap(typed);
+        return true;
     }
 
 private:
@@ -82,7 +91,8 @@ private:
     }
 
     const char* m_scope;
-    mutable XLeafMutex m_mutex; // guards the two references; nothing foreign is called while it is held
+    mutable XLeafMutex m_mutex; // guards what follows; nothing foreign is called while it is held
+    std::uint64_t m_record = 0; // the newest one that brought a server object
     XLXComPtr<IUnknown> m_held;
     mutable XLXComPtr<I> m_typed;
 };

@@ -167,9 +167,11 @@ public:
     void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched)
     {
         m_direct.Raise(notification.number); // before the own counts: see XBasicDirectNumber
-        if (notification.concerned.Has(Facts.values))
+        if (m_place.load() != Place::InMap)
         {
-            m_detached.store(false, std::memory_order_release); // it is told that its own values are stale
+            // Meant for whatever has taken the object's place in the map.
+            m_clock->Advance(notification.concerned);
+            m_place.store(Place::Stale);
         }
         AdvanceIf(Facts.values, notification.concerned, m_store, touched);
         self().OnDirectNotification(notification, touched);
@@ -180,7 +182,7 @@ public:
     HRESULT ReadProperty(int index, XLXComVariant& value)
     {
         HRESULT result = m_store.Read(index, value, Now());
-        if (result == S_FALSE && m_detached.load(std::memory_order_acquire))
+        if (result == S_FALSE && m_place.load(std::memory_order_acquire) == Place::Detached)
         {
             result = m_store.ReadStale(index, value);
         }
@@ -217,40 +219,33 @@ public:
         Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
     }
 
-    /// Takes a record of a bulk answer: its server object and values replace those that are there, unless newer values
-    /// are. Without values the next read asks the server.
-    void TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment, XRetired& retired)
-    {
-        m_detached.store(false, std::memory_order_release);
-        if (m_store.IsNewerThan(moment.At(Facts.values)))
-        {
-            retired.Take(std::move(server));
-            retired.Take(std::move(values));
-            return;
-        }
-        ReplaceServer(std::move(server), retired);
-        if (!values.empty())
-        {
-            retired.Take(self().AmendValues(values));
-            Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
-            retired.Take(std::move(values));
-        }
-    }
-
-    /// Puts another server object in the place of the one that the object mirrors. What was loaded through a former
-    /// one is stale then: the pointer is replaced first and the own counts are advanced after, while whoever asks
-    /// notes first and takes the pointer after.
-    void ReplaceServer(XLXComPtr<IUnknown> server, XRetired& retired)
+    /// Takes a record of a bulk answer: its server object replaces the one that is there, and its values do unless newer
+    /// ones are there. Without values the next read asks the server. What was loaded through a former server object is
+    /// stale then: the pointer is replaced first and the own counts are advanced after, while whoever asks notes first
+    /// and takes the pointer after.
+    /// @return false: a later record was there already, and nothing changed
+    bool TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment, XRetired& retired)
     {
         const IUnknown* const wanted = server.Get();
         XLXComPtr<Interface> typed;
-        m_server.Swap(server, typed);
-        if (server && server.Get() != wanted)
+        const bool isTaken = m_server.Swap(server, typed, moment.At(Facts.set));
+        if (isTaken)
         {
-            AdvanceAll();
+            m_place.store(Place::InMap);
+            if (server && server.Get() != wanted)
+            {
+                AdvanceAll();
+            }
+            if (!values.empty())
+            {
+                retired.Take(self().AmendValues(values));
+                Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
+            }
         }
         retired.Take(std::move(server));
         retired.Take(XLXComPtr<IUnknown>(std::move(typed)));
+        retired.Take(std::move(values));
+        return isTaken;
     }
 
     /// Makes everything stale that the object or a part of it has loaded. Waits for nobody.
@@ -260,8 +255,23 @@ public:
         self().AdvanceParts();
     }
 
-    /// Says that the object has left its map: who still holds it goes on reading the values that it has.
-    void Detach() noexcept { m_detached.store(true, std::memory_order_release); }
+    /// Says that the object has left its map: who still holds it goes on reading the values that it has, if they were
+    /// fresh until then.
+    void Detach() noexcept
+    {
+        bool areFresh = false;
+        try
+        {
+            areFresh = m_store.IsFresh(Now());
+        }
+        catch (const std::bad_alloc&)
+        {
+            // the lock's table of threads is full: the server is asked then
+        }
+        m_place.store(areFresh ? Place::Detached : Place::Stale);
+    }
+    /// Whether a notification came straight to the object after that moment. For an object that was detached before.
+    bool WasNotifiedSince(const XMoment& moment) const noexcept { return m_direct.IsNewerThan(moment); }
 
     const XClockPtr& Clock() const noexcept { return m_clock; }
     const XDirectNumber& Direct() const noexcept { return m_direct; }
@@ -342,7 +352,7 @@ protected:
     {
         XLXComPtr<IUnknown> server;
         XLXComPtr<Interface> typed;
-        m_server.Swap(server, typed);
+        m_server.Swap(server, typed, ~std::uint64_t{0});
     }
     /// Adds a reference unless the last one is gone already.
     bool TryAddReference() noexcept
@@ -401,12 +411,19 @@ private:
                        [&](const XVariantRow& assigned) { self().OnAssigned(assigned, stamp); });
     }
 
+    enum class Place : unsigned char
+    {
+        InMap,    ///< its owner knows it, or it never had one
+        Detached, ///< it has left its map, and its values stay readable
+        Stale     ///< the same, but the values are stale: its server object is asked
+    };
+
     XLiveObject m_live;
     std::atomic<ULONG> m_references{0};
     XCritLong m_callbackId;
     const XClockPtr m_clock;
     XDirectNumber m_direct;
-    std::atomic<bool> m_detached{false};
+    std::atomic<Place> m_place{Place::InMap};
     LXComInterfaceProxy::XLazyIProxy<Interface> m_server;
     XPropertyStore m_store;
 };

@@ -99,10 +99,10 @@ void XPropertyStore::WriteGrow(int index, XLXComVariant& value)
     store->values.SwapGrow(index, value);
 }
 
-bool XPropertyStore::IsNewerThan(std::uint64_t clock) const
+bool XPropertyStore::IsFresh(std::uint64_t now) const
 {
     const XCritLFReadProxy<Stamped> store(m_data);
-    return store->stamp.clock > clock;
+    return store->stamp == XStamp{now, m_own.Now()};
 }
 
 void LXRaisePropertyIndex(int index)

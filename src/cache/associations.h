@@ -71,8 +71,7 @@ public:
             store->stamp = stamp;
         }
     }
-    /// Whether the values were noted later than that.
-    bool IsNewerThan(std::uint64_t clock) const;
+    bool IsFresh(std::uint64_t now) const;
 
     /// Makes the values stale. Waits for nobody.
     void Advance() noexcept { m_own.Advance(); }

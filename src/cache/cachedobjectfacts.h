@@ -14,6 +14,7 @@ struct XCachedObjectFacts
     const char* proxyScope;  ///< scope in error locations of the server proxy
     EConfigElementKind kind; ///< whose property names Get and Set know
     XAspect values;          ///< what makes the values stale
+    XAspect set;             ///< of which set the object is part: orders the records that bring it
     bool readOnly;               ///< Set and SetProperty are refused
     const char* clientInfoClass; ///< the class that a failed GetClientInfo names
 
@@ -30,38 +31,38 @@ namespace XCachedFacts
 // clang-format off
 inline constexpr XCachedObjectFacts Format{
     "XLXFormatCache", "lxformatcache", LX_PROXY_SCOPE(ILXFormat),
-    EConfigElementKind::Attribute, XAspect::FormatValues, false, "XLXFormatCache"};
+    EConfigElementKind::Attribute, XAspect::FormatValues, XAspect::FormatValues, false, "XLXFormatCache"};
 inline constexpr XCachedObjectFacts Attribute{
     "XLXAttributeCache", "lxattributecache", LX_PROXY_SCOPE(ILXAttribute),
-    EConfigElementKind::Attribute, XAspect::AttributeValues, false, "XLXAttributeCache"};
+    EConfigElementKind::Attribute, XAspect::AttributeValues, XAspect::TypeAttributes, false, "XLXAttributeCache"};
 inline constexpr XCachedObjectFacts AttributeType{
     "XLXAttributeTypeCache", "lxattributetypecache", LX_PROXY_SCOPE(ILXAttributeType),
-    EConfigElementKind::AttributeType, XAspect::AttributeTypeValues, false, "XLXAttributeTypeCache"};
+    EConfigElementKind::AttributeType, XAspect::AttributeTypeValues, XAspect::AttributeTypes, false, "XLXAttributeTypeCache"};
 // A failed GetClientInfo of a browser id names the attribute type's class; programs search logs for that text.
 inline constexpr XCachedObjectFacts BrowserId{
     "XLXBrowserIdCache", "lxbrowseridcache", LX_PROXY_SCOPE(ILXBrowserId),
-    EConfigElementKind::BrowserId, XAspect::BrowserIdValues, true, "XLXAttributeTypeCache"};
+    EConfigElementKind::BrowserId, XAspect::BrowserIdValues, XAspect::BrowserIdValues, true, "XLXAttributeTypeCache"};
 inline constexpr XCachedObjectFacts Editor{
     "XLXConfObjEditorCache", "lxconfobjeditorcache", LX_PROXY_SCOPE(ILXConfObjEditor),
-    EConfigElementKind::Editor, XAspect::EditorValues, false, "XLXConfObjEditorCache"};
+    EConfigElementKind::Editor, XAspect::EditorValues, XAspect::TypeEditors, false, "XLXConfObjEditorCache"};
 inline constexpr XCachedObjectFacts Group{
     "XLXGroupCache", "lxgroupcache", LX_PROXY_SCOPE(ILXGroup),
-    EConfigElementKind::Group, XAspect::GroupValues, false, "XLXGroupCache"};
+    EConfigElementKind::Group, XAspect::GroupValues, XAspect::TypeGroups, false, "XLXGroupCache"};
 inline constexpr XCachedObjectFacts Page{
     "XLXPageCache", "lxpagecache", LX_PROXY_SCOPE(ILXPage),
-    EConfigElementKind::Page, XAspect::PageValues, false, "XLXPageCache"};
+    EConfigElementKind::Page, XAspect::PageValues, XAspect::TypePages, false, "XLXPageCache"};
 inline constexpr XCachedObjectFacts GlobalFormatSpec{
     "XLXGlobalAttributeFormatSpecCache", "LXGlobalAttributeFormatSpecCache", LX_PROXY_SCOPE(ILXGlobalAttributeFormatSpec),
-    EConfigElementKind::Attribute, XAspect::SpecValues, false, "XLXGlobalAttributeFormatSpecCache"};
+    EConfigElementKind::Attribute, XAspect::SpecValues, XAspect::Specs, false, "XLXGlobalAttributeFormatSpecCache"};
 inline constexpr XCachedObjectFacts ParentChild{
     "XLXParentChildCache", "lxparentchildcache", LX_PROXY_SCOPE(ILXParentChild),
-    EConfigElementKind::Relation, XAspect::RelationValues, false, "XLXParentChildCache"};
+    EConfigElementKind::Relation, XAspect::RelationValues, XAspect::Relations, false, "XLXParentChildCache"};
 inline constexpr XCachedObjectFacts PCInfo{
     "XLXPCInfoCache", "lxpcinfocache", LX_PROXY_SCOPE(ILXPCInfo),
-    EConfigElementKind::PCInfo, XAspect::PCInfoValues, false, "XLXPCInfoCache"};
+    EConfigElementKind::PCInfo, XAspect::PCInfoValues, XAspect::PCInfos, false, "XLXPCInfoCache"};
 inline constexpr XCachedObjectFacts Type{
     "XLXTypeCache", "lxtypecache", LX_PROXY_SCOPE(ILXType),
-    EConfigElementKind::Type, XAspect::TypeValues, false, "XLXTypeCache"};
+    EConfigElementKind::Type, XAspect::TypeValues, XAspect::TypeMap, false, "XLXTypeCache"};
 // clang-format on
 } // namespace XCachedFacts
 

@@ -138,7 +138,7 @@ XLXAttributeCache::TypeMapPtr XLXAttributeCache::LoadAttributeTypes()
     std::exception_ptr failure;
     TypeMapPtr types = m_attributeTypes.Load(
         TimeOf(XAspect::AttributeTypes), [&] { return FetchAttributeTypes(failure); },
-        [&](const TypeMap& loaded) { OnAttributeTypes(loaded, moment); });
+        [&](const TypeMap& loaded, const TypeMap* former) { OnAttributeTypes(loaded, former, moment); });
     if (failure)
     {
         std::rethrow_exception(failure); // once: what came before it is kept
@@ -197,12 +197,16 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
 }
 
 // The attribute passes a notification that comes straight to it on to the types in the map. Types that are published
-// after one that came while they were on their way would miss it.
-void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const XMoment& moment) const noexcept
+// after one that came while they were on their way would miss it; so would those that take the place of a type which was
+// notified itself. A type is detached before it is asked: either it was notified before, or it advances the clock.
+void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const noexcept
 {
-    if (Direct().IsNewerThan(moment))
+    const bool missedAll = Direct().IsNewerThan(moment);
+    for (const auto& [key, type] : types)
     {
-        for (const auto& [key, type] : types)
+        const auto replaced = former != nullptr ? former->find(key) : TypeMap::const_iterator();
+        const bool isReplaced = former != nullptr && replaced != former->end() && replaced->second != type;
+        if (missedAll || (isReplaced && replaced->second->WasNotifiedSince(moment)))
         {
             type->AdvanceAll();
         }
@@ -262,7 +266,7 @@ void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, 
         fresh = std::make_shared<const TypeMap>(std::move(map));
     }
     const bool isPublished = m_attributeTypes.Publish(TimeOf(XAspect::AttributeTypes), fresh, stamp,
-                                                      [&](const TypeMap& map) { OnAttributeTypes(map, moment); });
+                                                      [&](const TypeMap& map, const TypeMap* held) { OnAttributeTypes(map, held, moment); });
     if (isPublished)
     {
         LXDetachMissing(former.get(), *fresh);

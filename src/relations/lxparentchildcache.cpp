@@ -90,7 +90,7 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos()
         },
         // The relation passes a notification that comes straight to it on to the PC infos in the map. Those that are
         // published after one that came while they were on their way would miss it.
-        [&](const PCInfoMap& map) {
+        [&](const PCInfoMap& map, const PCInfoMap*) {
             for (const auto& [browser, info] : map)
             {
                 if (Direct().IsNewerThan(moment))

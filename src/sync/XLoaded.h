@@ -178,7 +178,7 @@ public:
 
     /// The value, loaded first unless it is fresh. Null: the thread is loading it already, and nothing is there yet.
     /// @param ask      asks the server: Value ask(); what it raises passes
-    /// @param publish  called under the lock when the answer is about to be published
+    /// @param publish  publish(value, former value or null): called under the lock when the answer is about to be published
     template <class Ask, class OnPublish>
     Value Load(const Time& time, Ask&& ask, OnPublish&& publish)
     {
@@ -199,7 +199,7 @@ public:
     template <class Ask>
     Value Load(const Time& time, Ask&& ask)
     {
-        return Load(time, std::forward<Ask>(ask), [](const T&) {});
+        return Load(time, std::forward<Ask>(ask), [](const T&, const T*) {});
     }
 
     /// Publishes a value that arrived by another way, with the stamp of that. False: something newer is there, or the
@@ -212,7 +212,7 @@ public:
             {
                 return false;
             }
-            publish(*value);
+            publish(*value, static_cast<const T*>(published.value.get()));
             published.value.swap(value); // the former one goes after the lock
             published.stamp = stamp;
             return true;

@@ -28,7 +28,7 @@ XMapInheritedComp<XEditorMap>& XInheritedCacheFillUpTraits<XEditorMap>::Of(XLXTy
     return type.Editors();
 }
 
-// A delivery makes a complete map incomplete, so that nothing waits unseen.
+// A map for which records wait is not current, so that nothing waits unseen.
 template <class Map>
 void XMapInheritedComp<Map>::Deliver(XDeliveredRecords records, const XStamp& stamp, XRetired& retired)
 {
@@ -38,7 +38,6 @@ void XMapInheritedComp<Map>::Deliver(XDeliveredRecords records, const XStamp& st
         {
             std::swap(m_state.delivered.records, records);
             m_state.delivered.stamp = stamp;
-            m_state.stamp = {};
         }
     }
     g_componentEpoch.fetch_add(1);
@@ -79,7 +78,7 @@ bool XMapInheritedComp<Map>::IsCurrent(std::uint64_t baseContent, std::uint64_t&
     const XStamp now = Note();
     const XSmartReadCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
     content = m_state.content;
-    return m_state.stamp == now && m_state.baseContent == baseContent;
+    return m_state.stamp == now && m_state.delivered.stamp.IsNone() && m_state.baseContent == baseContent;
 }
 
 // From the top of the chain downwards, so that a base is found current before what was merged from it is compared. What
@@ -256,8 +255,7 @@ void XMapInheritedComp<Map>::Publish(Map fresh, std::uint64_t baseContent, const
         m_state.map.swap(fresh);
         m_state.content = g_lastContent.fetch_add(1) + 1;
         m_state.baseContent = baseContent;
-        // Records that were delivered meanwhile must not wait unseen.
-        m_state.stamp = m_state.delivered.stamp.IsNone() ? from.stamp : XStamp{};
+        m_state.stamp = from.stamp;
     }
     g_componentEpoch.fetch_add(1);
     if (!former.empty())

@@ -204,27 +204,19 @@ void XLXTypeCache::ForEachMap(Visit&& visit)
     visit(m_editors, XAspect::TypeEditors);
 }
 
-// Records enter one bulk answer at a time, so there is one writer of the number.
 void XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values,
                                   XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
                                   const std::shared_ptr<const XMoment>& moment, XRetired& retired)
 {
-    const std::uint64_t number = moment->At(XAspect::TypeMap);
-    if (number < m_recordAt.load())
-    {
-        retired.Take(std::move(server));
-        retired.Take(std::move(values));
-        for (XLXSafeArray* array : {&components.attributes, &components.pages, &components.groups, &components.editors})
-        {
-            retired.Take(std::move(*array));
-        }
-        return;
-    }
-    m_recordAt.store(number);
-    TakeRecord(std::move(server), std::move(values), *moment, retired);
-    if (mode != 0)
+    const bool isTaken = TakeRecord(std::move(server), std::move(values), *moment, retired);
+    if (isTaken && mode != 0)
     {
         DeliverComponents(std::move(components), mode, moment, retired);
+        return;
+    }
+    for (XLXSafeArray* array : {&components.attributes, &components.pages, &components.groups, &components.editors})
+    {
+        retired.Take(std::move(*array));
     }
 }
 

@@ -220,7 +220,6 @@ private:
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XEditorMap> m_editors;
     std::shared_ptr<const XTransferModeSupplier> m_modeSupplier;
     std::atomic<LONG> m_flags{0};
-    std::atomic<std::uint64_t> m_recordAt{0}; // the type map's number of the newest record
     XFillMutex m_fetch;
     mutable XLeafMutex m_baseMutex; // guards the next two
     XLXComPtr<ILXTypeCache> m_pBaseFace;
