@@ -231,7 +231,6 @@ public:
         const bool isTaken = m_server.Swap(server, typed, moment.At(Facts.set));
         if (isTaken)
         {
-            m_place.store(Place::InMap);
             if (server && server.Get() != wanted)
             {
                 AdvanceAll();
@@ -255,6 +254,14 @@ public:
         self().AdvanceParts();
     }
 
+    /// Says that the object enters a map, under the map's lock: it may have left it meanwhile.
+    void Attach() noexcept
+    {
+        if (m_place.load(std::memory_order_relaxed) != Place::InMap)
+        {
+            m_place.store(Place::InMap);
+        }
+    }
     /// Says that the object has left its map: who still holds it goes on reading the values that it has, if they were
     /// fresh until then.
     void Detach() noexcept

@@ -138,7 +138,7 @@ XLXAttributeCache::TypeMapPtr XLXAttributeCache::LoadAttributeTypes()
     std::exception_ptr failure;
     TypeMapPtr types = m_attributeTypes.Load(
         TimeOf(XAspect::AttributeTypes), [&] { return FetchAttributeTypes(failure); },
-        [&](const TypeMap& loaded, const TypeMap* former) { OnAttributeTypes(loaded, former, moment); });
+        [&](const TypeMap& loaded, const TypeMapPtr& former) { OnAttributeTypes(loaded, former.get(), moment); });
     if (failure)
     {
         std::rethrow_exception(failure); // once: what came before it is kept
@@ -152,13 +152,7 @@ XLXAttributeCache::TypeMapPtr XLXAttributeCache::FetchAttributeTypes(std::except
     TypeMap types = ReadAttributeTypes(failure);
     if (const TypeMapPtr former = m_attributeTypes.Held())
     {
-        for (const auto& [key, type] : *former)
-        {
-            if (!types.emplace(key, type).second)
-            {
-                type->Detach();
-            }
-        }
+        types.insert(former->begin(), former->end());
     }
     return std::make_shared<const TypeMap>(std::move(types));
 }
@@ -198,9 +192,10 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
 
 // The attribute passes a notification that comes straight to it on to the types in the map. Types that are published
 // after one that came while they were on their way would miss it; so would those that take the place of a type which was
-// notified itself. A type is detached before it is asked: either it was notified before, or it advances the clock.
-void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const noexcept
+// notified itself. That is detached before it is looked at: either it was notified before, or it advances the clock.
+void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const
 {
+    LXReplaceMap(former, types);
     const bool missedAll = Direct().IsNewerThan(moment);
     for (const auto& [key, type] : types)
     {
@@ -265,12 +260,8 @@ void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, 
         }
         fresh = std::make_shared<const TypeMap>(std::move(map));
     }
-    const bool isPublished = m_attributeTypes.Publish(TimeOf(XAspect::AttributeTypes), fresh, stamp,
-                                                      [&](const TypeMap& map, const TypeMap* held) { OnAttributeTypes(map, held, moment); });
-    if (isPublished)
-    {
-        LXDetachMissing(former.get(), *fresh);
-    }
+    m_attributeTypes.Publish(TimeOf(XAspect::AttributeTypes), fresh, stamp,
+                                                      [&](const TypeMap& map, const TypeMapPtr& held) { OnAttributeTypes(map, held.get(), moment); });
 }
 
 // ---- notifications and the end

@@ -56,7 +56,7 @@ private:
     TypeMapPtr LoadAttributeTypes();
     TypeMapPtr FetchAttributeTypes(std::exception_ptr& failure);
     TypeMap ReadAttributeTypes(std::exception_ptr& failure) const;
-    void OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const noexcept;
+    void OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const;
     void AddAttributeType(const TypeMapPtr& former, TypeMap& to, XLXCFCDataTransfer::XILXConfigData&& type,
                           const XMoment& moment, XRetired& retired) const;
 

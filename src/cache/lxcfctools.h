@@ -94,20 +94,23 @@ HRESULT LXPassOn(const char* method, Object** out, const LXErrorLocation& at, Ca
 /// E_POINTER when the server says S_OK without values.
 HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values);
 
-/// Detaches the objects of a former map (which may be null) that have left it.
+/// Says that the objects of a map take the place of those of a former one (which may be null), under the map's lock.
 template <class Map>
-void LXDetachMissing(const Map* former, const Map& kept) noexcept
+void LXReplaceMap(const Map* former, const Map& map) noexcept
 {
-    if (former == nullptr)
+    if (former != nullptr)
     {
-        return;
-    }
-    for (const auto& [key, object] : *former)
-    {
-        if (!kept.contains(key))
+        for (const auto& [key, object] : *former)
         {
-            object->Detach();
+            if (const auto kept = map.find(key); kept == map.end() || kept->second != object)
+            {
+                object->Detach();
+            }
         }
+    }
+    for (const auto& [key, object] : map)
+    {
+        object->Attach();
     }
 }
 

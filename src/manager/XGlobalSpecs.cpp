@@ -9,6 +9,18 @@ namespace
 {
 constexpr ULONG SpecBatch = 500;
 constexpr int MemberPropertyId = 0;
+
+/// Specs that are replaced: who needs the newest asks again.
+void DetachAll(const XGlobalSpecs::Specs&, const std::shared_ptr<const XGlobalSpecs::Specs>& former)
+{
+    if (former)
+    {
+        for (const XGlobalSpecs::Spec& spec : *former)
+        {
+            spec->Detach();
+        }
+    }
+}
 } // namespace
 
 XGlobalSpecs::Specs XGlobalSpecs::InternalFillGlobalFormatSpecCache()
@@ -17,17 +29,9 @@ XGlobalSpecs::Specs XGlobalSpecs::InternalFillGlobalFormatSpecCache()
     if (!specs)
     {
         const XServerAccess server = m_manager.Access("InternalFillGlobalFormatSpecCache");
-        const auto former = m_setGlobalAttributeFormatSpecCache.Held();
         std::exception_ptr failure;
-        specs = m_setGlobalAttributeFormatSpecCache.Load({server.clock, XAspect::Specs},
-                                                         [&] { return Fetch(server, failure); });
-        if (specs != former && former)
-        {
-            for (const Spec& spec : *former)
-            {
-                spec->Detach(); // they are replaced: who needs the newest asks again
-            }
-        }
+        specs = m_setGlobalAttributeFormatSpecCache.Load(
+            {server.clock, XAspect::Specs}, [&] { return Fetch(server, failure); }, DetachAll);
         if (failure)
         {
             std::rethrow_exception(failure);

@@ -106,8 +106,11 @@ std::vector<XTypeMap::Change> XTypeMap::PrepareChanges(std::vector<XTypeLoad>& l
             made->SetModeSupplier(m_mode);
             type = made;
         }
-        type->TakeTypeRecord(std::move(load.server), std::move(load.values), std::move(load.components), load.mode,
-                             noted.moment, retired);
+        if (!type->TakeTypeRecord(std::move(load.server), std::move(load.values), std::move(load.components),
+                                  load.mode, noted.moment, retired))
+        {
+            continue; // the map has a later record
+        }
         type->SetFlags(load.listed, load.searchable);
         XCFGStringKey key(load.name);
         changes.push_back({std::move(key), std::move(load.name), std::move(load.baseName), std::move(made)});

@@ -90,7 +90,8 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos()
         },
         // The relation passes a notification that comes straight to it on to the PC infos in the map. Those that are
         // published after one that came while they were on their way would miss it.
-        [&](const PCInfoMap& map, const PCInfoMap*) {
+        [&](const PCInfoMap& map, const PCInfoMapPtr& former) {
+            LXReplaceMap(former.get(), map);
             for (const auto& [browser, info] : map)
             {
                 if (Direct().IsNewerThan(moment))
@@ -132,7 +133,6 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMomen
     {
         failure = std::current_exception();
     }
-    LXDetachMissing(former.get(), *fresh);
     return fresh;
 }
 

@@ -60,8 +60,14 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::Load()
     }
     const auto factory = Host().ConfigFactoryOf(m_clock, "InternalFillParentChildMap");
     std::exception_ptr failure;
-    RelationMapPtr map = m_relations.Load({m_clock, XAspect::Relations},
-                                          [&] { return LoadOrKeepFailure(*factory, failure); });
+    RelationMapPtr replaced;
+    RelationMapPtr map = m_relations.Load(
+        {m_clock, XAspect::Relations}, [&] { return LoadOrKeepFailure(*factory, failure); },
+        [&replaced](const RelationMap&, const RelationMapPtr& former) { replaced = former; });
+    if (replaced && map->relations)
+    {
+        TerminateDropped(replaced->relations.get(), *map->relations);
+    }
     if (failure)
     {
         std::rethrow_exception(failure); // once
@@ -103,7 +109,6 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfig
     {
         *fresh = MakeMap(XLXCFCDataTransfer::GetVecFromArray(std::move(array)), former, moment, retired);
     }
-    TerminateDropped(former, *fresh);
     return std::make_shared<const RelationMap>(RelationMap{std::move(fresh), true});
 }
 

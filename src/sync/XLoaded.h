@@ -178,7 +178,8 @@ public:
 
     /// The value, loaded first unless it is fresh. Null: the thread is loading it already, and nothing is there yet.
     /// @param ask      asks the server: Value ask(); what it raises passes
-    /// @param publish  publish(value, former value or null): called under the lock when the answer is about to be published
+    /// @param publish  publish(value, former value or null), under the lock, when the answer is about to be published:
+    ///                 what it does to the former value happens only if that is replaced. Calls nothing foreign
     template <class Ask, class OnPublish>
     Value Load(const Time& time, Ask&& ask, OnPublish&& publish)
     {
@@ -199,7 +200,7 @@ public:
     template <class Ask>
     Value Load(const Time& time, Ask&& ask)
     {
-        return Load(time, std::forward<Ask>(ask), [](const T&, const T*) {});
+        return Load(time, std::forward<Ask>(ask), [](const T&, const Value&) {});
     }
 
     /// Publishes a value that arrived by another way, with the stamp of that. False: something newer is there, or the
@@ -212,7 +213,7 @@ public:
             {
                 return false;
             }
-            publish(*value, static_cast<const T*>(published.value.get()));
+            publish(*value, std::as_const(published.value));
             published.value.swap(value); // the former one goes after the lock
             published.stamp = stamp;
             return true;

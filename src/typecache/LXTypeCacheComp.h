@@ -66,6 +66,13 @@ struct XDeliveredRecords
 template <class Map>
 class XMapInheritedComp;
 
+/// Records with the stamp that they give the map.
+struct XStampedRecords
+{
+    XDeliveredRecords records;
+    XStamp stamp; ///< none: there are no records, not even the answer that the server has none
+};
+
 /// What the component maps ask of the type that owns them. Called with no lock held.
 class XLXFillCacheDef
 {
@@ -81,9 +88,10 @@ public:
                              XRetired& retired) = 0;
     virtual void FillGroupMap(XDeliveredRecords records, const XGroupMap& current, XGroupMap& fresh,
                               XRetired& retired) = 0;
-    /// Fetches components of these kinds, and of those that the data transfer mode brings and that are not there, from
-    /// the server, and delivers them to the maps.
-    virtual void FetchTypeCacheComponents(LONG mode) = 0;
+    /// Fetches components of one kind from the server, and returns them: whoever asks gets the answer to that question,
+    /// whatever arrives by other ways. Those that the data transfer mode brings and that are not there come with them,
+    /// and are delivered to their maps.
+    virtual XStampedRecords FetchTypeCacheComponents(LONG mode) = 0;
 
     /// Of whoever fetches or completes components of the type.
     virtual XFillMutex& FetchMutex() noexcept = 0;

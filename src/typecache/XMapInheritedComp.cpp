@@ -177,7 +177,7 @@ std::optional<HRESULT> XMapInheritedComp<Map>::Complete(const XMapInheritedComp*
         fresh = base->m_state.map;
         baseContent = base->m_state.content;
     }
-    Delivered from = TakeRecords();
+    XStampedRecords from = TakeRecords();
     const bool isDelivered = static_cast<bool>(from.records.array);
     if (isDelivered)
     {
@@ -210,27 +210,26 @@ bool XMapInheritedComp<Map>::AreValuesFresh(const XMoment& moment) const noexcep
 // component. Records that it makes stale while they are being fetched are taken all the same, since somebody waits for
 // them; their stamps say what is stale.
 template <class Map>
-typename XMapInheritedComp<Map>::Delivered XMapInheritedComp<Map>::TakeRecords()
+XStampedRecords XMapInheritedComp<Map>::TakeRecords()
 {
-    Delivered waiting = TakeDelivered();
+    XStampedRecords waiting = TakeDelivered();
     if (waiting.stamp == Note() && (!waiting.records.array || AreValuesFresh(*waiting.records.moment)))
     {
         return waiting;
     }
-    m_owner.FetchTypeCacheComponents(Traits::ModeBit);
-    return TakeDelivered();
+    return m_owner.FetchTypeCacheComponents(Traits::ModeBit);
 }
 
 // What is taken is no longer there for anybody else: a thread that could not wait asks the server itself.
 template <class Map>
-typename XMapInheritedComp<Map>::Delivered XMapInheritedComp<Map>::TakeDelivered()
+XStampedRecords XMapInheritedComp<Map>::TakeDelivered()
 {
     const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-    return std::exchange(m_state.delivered, Delivered{});
+    return std::exchange(m_state.delivered, XStampedRecords{});
 }
 
 template <class Map>
-void XMapInheritedComp<Map>::Publish(Map fresh, std::uint64_t baseContent, const Delivered& from)
+void XMapInheritedComp<Map>::Publish(Map fresh, std::uint64_t baseContent, const XStampedRecords& from)
 {
     Map former; // goes after the lock
     {
@@ -241,16 +240,20 @@ void XMapInheritedComp<Map>::Publish(Map fresh, std::uint64_t baseContent, const
         }
         // The type passes a notification that comes straight to it on to the components in the map. Those that are
         // published after one that came while they were on their way would miss it.
-        if (from.records.moment != nullptr && m_owner.DirectOfType().IsNewerThan(*from.records.moment))
+        const bool missedAll =
+            from.records.moment != nullptr && m_owner.DirectOfType().IsNewerThan(*from.records.moment);
+        for (const auto& [key, component] : fresh)
         {
-            for (const auto& [key, component] : fresh)
+            if (component->IsOwn(m_owner.Self()))
             {
-                if (component->IsOwn(m_owner.Self()))
+                component->Object()->Attach();
+                if (missedAll)
                 {
                     component->Object()->AdvanceAll();
                 }
             }
         }
+        DetachReplaced(fresh, from.records.moment.get());
         former.swap(m_state.map);
         m_state.map.swap(fresh);
         m_state.content = g_lastContent.fetch_add(1) + 1;
@@ -258,24 +261,26 @@ void XMapInheritedComp<Map>::Publish(Map fresh, std::uint64_t baseContent, const
         m_state.stamp = from.stamp;
     }
     g_componentEpoch.fetch_add(1);
-    if (!former.empty())
-    {
-        DetachMissing(former);
-    }
 }
 
-/// Detaches the type's own components that have left the map.
+/// Detaches the type's own components that leave the map. One that takes the place of a component which was notified
+/// itself while the records were on their way would miss that; the former one is detached before it is looked at, so
+/// that it was notified either before, or advances the clock.
 template <class Map>
-void XMapInheritedComp<Map>::DetachMissing(const Map& former) const
+void XMapInheritedComp<Map>::DetachReplaced(const Map& fresh, const XMoment* moment) const
 {
-    const Map published = Snapshot();
-    for (const auto& [key, component] : former)
+    for (const auto& [key, component] : m_state.map)
     {
-        const auto found = published.find(key);
-        const bool isThere = found != published.end() && found->second.Get() == component.Get();
-        if (component->IsOwn(m_owner.Self()) && !isThere)
+        const auto found = fresh.find(key);
+        const bool isThere = found != fresh.end() && found->second.Get() == component.Get();
+        if (isThere || !component->IsOwn(m_owner.Self()))
         {
-            component->Object()->Detach();
+            continue;
+        }
+        component->Object()->Detach();
+        if (found != fresh.end() && moment != nullptr && component->Object()->WasNotifiedSince(*moment))
+        {
+            found->second->Object()->AdvanceAll();
         }
     }
 }
@@ -299,7 +304,7 @@ template <class Map>
 void XMapInheritedComp<Map>::Terminate()
 {
     Map dropped;
-    Delivered delivered;
+    XStampedRecords delivered;
     m_own.Advance();
     {
         const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());

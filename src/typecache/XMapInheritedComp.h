@@ -85,19 +85,13 @@ public:
     void Terminate();
 
 private:
-    /// Records with the stamp that they give the map.
-    struct Delivered
-    {
-        XDeliveredRecords records;
-        XStamp stamp;
-    };
     struct State
     {
         Map map;
         std::uint64_t content = 0;     ///< changes whenever the map is replaced
         std::uint64_t baseContent = 0; ///< what the base's content was when it was merged
         XStamp stamp;                  ///< of the map
-        Delivered delivered;           ///< no stamp: nothing was delivered
+        XStampedRecords delivered;     ///< no stamp: nothing was delivered
     };
     using Bases = std::vector<XLXComPtr<XLXTypeCache>>;
     static constexpr int MostAttempts = 3; // while types are linked anew
@@ -110,11 +104,11 @@ private:
     bool IsComplete() const;
     std::optional<HRESULT> EnsureCurrent(const XMapInheritedComp* base);
     std::optional<HRESULT> Complete(const XMapInheritedComp* base);
-    Delivered TakeRecords();
-    Delivered TakeDelivered();
+    XStampedRecords TakeRecords();
+    XStampedRecords TakeDelivered();
     bool AreValuesFresh(const XMoment& moment) const noexcept;
-    void Publish(Map fresh, std::uint64_t baseContent, const Delivered& from);
-    void DetachMissing(const Map& former) const;
+    void Publish(Map fresh, std::uint64_t baseContent, const XStampedRecords& from);
+    void DetachReplaced(const Map& fresh, const XMoment* moment) const;
 
     const bool m_inherits;
     XLXFillCacheDef& m_owner;

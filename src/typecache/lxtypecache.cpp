@@ -204,7 +204,7 @@ void XLXTypeCache::ForEachMap(Visit&& visit)
     visit(m_editors, XAspect::TypeEditors);
 }
 
-void XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values,
+bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values,
                                   XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
                                   const std::shared_ptr<const XMoment>& moment, XRetired& retired)
 {
@@ -212,12 +212,13 @@ void XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values
     if (isTaken && mode != 0)
     {
         DeliverComponents(std::move(components), mode, moment, retired);
-        return;
+        return true;
     }
     for (XLXSafeArray* array : {&components.attributes, &components.pages, &components.groups, &components.editors})
     {
         retired.Take(std::move(*array));
     }
+    return isTaken;
 }
 
 void XLXTypeCache::AdvanceParts() noexcept

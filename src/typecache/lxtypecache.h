@@ -128,7 +128,8 @@ public:
     /// Takes the record of a bulk answer: server object, values and components replace those that are there. An answer
     /// that is older than the last one changes nothing.
     /// @param components  with the data transfer mode that they were asked for with; mode 0: none were
-    void TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values,
+    /// @return false: the answer is older
+    bool TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values,
                         XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
                         const std::shared_ptr<const XMoment>& moment, XRetired& retired);
 
@@ -154,8 +155,7 @@ public:
         return m_editors;
     }
 
-    /// Fetches components from the server and delivers them to the maps that have none; see LXTransferMode.
-    void FetchTypeCacheComponents(LONG mode) override;
+    XLXTypeCacheComp::XStampedRecords FetchTypeCacheComponents(LONG mode) override;
 
 private:
     friend XLXConfigObjectCache;

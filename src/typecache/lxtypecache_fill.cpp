@@ -57,7 +57,7 @@ typename Map::mapped_type OwnComponent(const Map& current, const typename Map::k
 } // namespace
 
 // The stamps are noted before the server object is taken, and the whole clock before it is asked.
-void XLXTypeCache::FetchTypeCacheComponents(LONG mode)
+XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode)
 {
     const LXErrorLocation at = TheFacts.At("FetchTypeCacheComponents");
     const LONG wanted = ModeToFetch(mode);
@@ -78,8 +78,13 @@ void XLXTypeCache::FetchTypeCacheComponents(LONG mode)
         components = GetWrapperFromArray(std::move(array));
     }
     XRetired retired;
+    XStampedRecords requested;
     const auto deliver = [&](auto& map, XLXSafeArray& records, const XStamp& stamp, LONG bit) {
-        if ((wanted & bit) != 0)
+        if (mode == bit)
+        {
+            requested = {{std::move(records), moment}, stamp};
+        }
+        else if ((wanted & bit) != 0)
         {
             map.Deliver({std::move(records), moment}, stamp, retired);
         }
@@ -88,6 +93,7 @@ void XLXTypeCache::FetchTypeCacheComponents(LONG mode)
     deliver(m_pages, components.pages, pages, LXTM_PAGES);
     deliver(m_groups, components.groups, groups, LXTM_GROUPS);
     deliver(m_editors, components.editors, editors, LXTM_EDITORS);
+    return requested;
 }
 
 /// The kinds that are requested, and those that the data transfer mode brings and that are not there.

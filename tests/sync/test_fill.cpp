@@ -74,7 +74,7 @@ TEST(Loaded, KeepsTheAnswerThatWasNotedLastAndNeverTakesAnOvertakenOneForFresh)
                 break;
             default:
                 loading.m_loaded.Publish(times[who], std::make_shared<const int>(who + 1), notes[who],
-                                         [](const int&, const int*) {});
+                                         [](const int&, const std::shared_ptr<const int>&) {});
             }
         }
         const auto held = loading.m_loaded.Held();
@@ -106,7 +106,7 @@ TEST(Loaded, AChangeMakesAnAnswerOnItsWayOld)
     const XStamp noted{loading.time.Now(), loading.m_loaded.Own().Now()};
     loading.m_loaded.Change([](const int&, bool&) { return std::make_shared<const int>(7); });
     EXPECT_TRUE(loading.IsFresh());
-    EXPECT_FALSE(loading.m_loaded.Publish(loading.time, std::make_shared<const int>(1), noted, [](const int&, const int*) {}));
+    EXPECT_FALSE(loading.m_loaded.Publish(loading.time, std::make_shared<const int>(1), noted, [](const int&, const std::shared_ptr<const int>&) {}));
     EXPECT_EQ(*loading.m_loaded.Held(), 7);
     loading.m_loaded.Change([](const int& value, bool& isWhole) {
         isWhole = false; // not known: ask again
