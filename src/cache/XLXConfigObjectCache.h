@@ -177,6 +177,22 @@ public:
         self().OnDirectNotification(notification, touched);
     }
 
+    /// Takes the number of the last notification that came straight to the owner, whose map the object enters. An answer
+    /// from before that notification must not give the object values later, although it was not yet in the map when the
+    /// notification passed; what it has of such an answer is stale. Called under the map's lock.
+    void TakeOwnersNumber(const XDirectNumber& ofOwner, const XMoment& moment)
+    {
+        if (const std::uint64_t number = ofOwner.Now(); number > m_direct.Now())
+        {
+            XAspectSet touched;
+            NotifyDirectly({{}, false, number}, touched); // concerns nothing, but reaches the parts
+        }
+        if (ofOwner.IsNewerThan(moment))
+        {
+            AdvanceAll();
+        }
+    }
+
     /// Reads a value as GetProperty does, into a variant that must be empty. Raises failures of the component
     /// itself.
     HRESULT ReadProperty(int index, XLXComVariant& value)

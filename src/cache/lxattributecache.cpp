@@ -196,12 +196,12 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
 void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const
 {
     LXReplaceMap(former, types);
-    const bool missedAll = Direct().IsNewerThan(moment);
     for (const auto& [key, type] : types)
     {
+        type->TakeOwnersNumber(Direct(), moment);
         const auto replaced = former != nullptr ? former->find(key) : TypeMap::const_iterator();
         const bool isReplaced = former != nullptr && replaced != former->end() && replaced->second != type;
-        if (missedAll || (isReplaced && replaced->second->WasNotifiedSince(moment)))
+        if (isReplaced && replaced->second->WasNotifiedSince(moment))
         {
             type->AdvanceAll();
         }

@@ -94,10 +94,7 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos()
             LXReplaceMap(former.get(), map);
             for (const auto& [browser, info] : map)
             {
-                if (Direct().IsNewerThan(moment))
-                {
-                    info->AdvanceAll();
-                }
+                info->TakeOwnersNumber(Direct(), moment);
             }
         });
     if (failure)

@@ -148,7 +148,8 @@ class XBasicOwnCount
 {
 public:
     std::uint64_t Now() const noexcept { return m_count.load(std::memory_order_acquire); }
-    void Advance() noexcept { m_count.fetch_add(1); }
+    /// Returns the count as of this advance.
+    std::uint64_t Advance() noexcept { return m_count.fetch_add(1) + 1; }
 
 private:
     typename Policy::template Atomic<std::uint64_t> m_count{1};

@@ -221,14 +221,15 @@ public:
     }
 
     /// Replaces the value by what edit(former) returns, for a change of the server's that this process made itself: an
-    /// answer on its way is older then. What is returned is fresh if the former value was and keepsFresh says so.
+    /// answer on its way is older then. What is returned is fresh if the former value was and edit leaves isWhole set.
+    /// The own count is advanced and read in one step: another advance in between would be taken for this one.
     template <class Edit>
     void Change(Edit&& edit)
     {
         Value changed;
         m_guarded.Write([&](auto& published) {
-            const bool wasFresh = published.IsFresh(m_own.Now());
-            m_own.Advance();
+            const std::uint64_t own = m_own.Advance();
+            const bool wasFresh = published.IsFresh(own - 1);
             if (!published.value)
             {
                 return;
@@ -236,7 +237,7 @@ public:
             bool isWhole = true;
             changed = edit(*published.value, isWhole);
             published.value.swap(changed);
-            published.stamp = wasFresh && isWhole ? XStamp{published.stamp.clock, m_own.Now()} : XStamp{};
+            published.stamp = wasFresh && isWhole ? XStamp{published.stamp.clock, own} : XStamp{};
         });
     }
 

@@ -191,7 +191,7 @@ std::optional<HRESULT> XMapInheritedComp<Map>::Complete(const XMapInheritedComp*
         return std::nullopt;
     }
     const bool isEmpty = fresh.empty();
-    Publish(std::move(fresh), baseContent, from);
+    Publish(std::move(fresh), base, baseContent, from);
     return isDelivered || !isEmpty ? S_OK : S_FALSE;
 }
 
@@ -229,45 +229,49 @@ XStampedRecords XMapInheritedComp<Map>::TakeDelivered()
 }
 
 template <class Map>
-void XMapInheritedComp<Map>::Publish(Map fresh, std::uint64_t baseContent, const XStampedRecords& from)
+void XMapInheritedComp<Map>::Publish(Map fresh, const void* base, std::uint64_t baseContent,
+                                     const XStampedRecords& from)
 {
     Map former; // goes after the lock
     {
         const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        if (from.stamp.IsOlderThan(m_state.stamp))
+        const bool isBaseOlder = m_state.base == base && baseContent < m_state.baseContent;
+        if (isBaseOlder || from.stamp.IsOlderThan(m_state.stamp))
         {
             return; // a thread that could not wait was later
         }
-        // The type passes a notification that comes straight to it on to the components in the map. Those that are
-        // published after one that came while they were on their way would miss it.
-        const bool missedAll =
-            from.records.moment != nullptr && m_owner.DirectOfType().IsNewerThan(*from.records.moment);
-        for (const auto& [key, component] : fresh)
-        {
-            if (component->IsOwn(m_owner.Self()))
-            {
-                component->Object()->Attach();
-                if (missedAll)
-                {
-                    component->Object()->AdvanceAll();
-                }
-            }
-        }
-        DetachReplaced(fresh, from.records.moment.get());
+        AttachAll(fresh, *from.records.moment);
+        DetachReplaced(fresh, *from.records.moment);
         former.swap(m_state.map);
         m_state.map.swap(fresh);
         m_state.content = g_lastContent.fetch_add(1) + 1;
+        m_state.base = base;
         m_state.baseContent = baseContent;
         m_state.stamp = from.stamp;
     }
     g_componentEpoch.fetch_add(1);
 }
 
+/// The type passes a notification that comes straight to it on to the components in the map. Those that enter it after
+/// one that came while they were on their way would miss it.
+template <class Map>
+void XMapInheritedComp<Map>::AttachAll(const Map& fresh, const XMoment& moment) const
+{
+    for (const auto& [key, component] : fresh)
+    {
+        if (component->IsOwn(m_owner.Self()))
+        {
+            component->Object()->Attach();
+            component->Object()->TakeOwnersNumber(m_owner.DirectOfType(), moment);
+        }
+    }
+}
+
 /// Detaches the type's own components that leave the map. One that takes the place of a component which was notified
 /// itself while the records were on their way would miss that; the former one is detached before it is looked at, so
 /// that it was notified either before, or advances the clock.
 template <class Map>
-void XMapInheritedComp<Map>::DetachReplaced(const Map& fresh, const XMoment* moment) const
+void XMapInheritedComp<Map>::DetachReplaced(const Map& fresh, const XMoment& moment) const
 {
     for (const auto& [key, component] : m_state.map)
     {
@@ -278,7 +282,7 @@ void XMapInheritedComp<Map>::DetachReplaced(const Map& fresh, const XMoment* mom
             continue;
         }
         component->Object()->Detach();
-        if (found != fresh.end() && moment != nullptr && component->Object()->WasNotifiedSince(*moment))
+        if (found != fresh.end() && component->Object()->WasNotifiedSince(moment))
         {
             found->second->Object()->AdvanceAll();
         }

@@ -89,7 +89,8 @@ private:
     {
         Map map;
         std::uint64_t content = 0;     ///< changes whenever the map is replaced
-        std::uint64_t baseContent = 0; ///< what the base's content was when it was merged
+        const void* base = nullptr;    ///< whose map was merged; compared only
+        std::uint64_t baseContent = 0; ///< what its content was then
         XStamp stamp;                  ///< of the map
         XStampedRecords delivered;     ///< no stamp: nothing was delivered
     };
@@ -107,8 +108,9 @@ private:
     XStampedRecords TakeRecords();
     XStampedRecords TakeDelivered();
     bool AreValuesFresh(const XMoment& moment) const noexcept;
-    void Publish(Map fresh, std::uint64_t baseContent, const XStampedRecords& from);
-    void DetachReplaced(const Map& fresh, const XMoment* moment) const;
+    void Publish(Map fresh, const void* base, std::uint64_t baseContent, const XStampedRecords& from);
+    void AttachAll(const Map& fresh, const XMoment& moment) const;
+    void DetachReplaced(const Map& fresh, const XMoment& moment) const;
 
     const bool m_inherits;
     XLXFillCacheDef& m_owner;
