@@ -89,10 +89,12 @@ Explorer::Result Explore(unsigned preemptions, const std::vector<std::function<v
     return Explorer({.preemptions = bound}).Run([] { return World<Policy>(); }, bodies, check);
 }
 
-#define EXPECT_EXPLORED(result, least)                                                                       \
-    EXPECT_EQ("", (result).failure) << (result);                                                             \
-    EXPECT_TRUE((result).complete);                                                                          \
-    EXPECT_GE((result).schedules, least)
+void ExpectExplored(const Explorer::Result& result, std::uint64_t least)
+{
+    EXPECT_EQ("", result.failure) << result;
+    EXPECT_TRUE(result.complete);
+    EXPECT_GE(result.schedules, least);
+}
 
 template <class Policy = ExploringSync>
 void ReadData(World<Policy>& world)
@@ -122,7 +124,7 @@ TEST(ExploredLockFreeRead, AReaderAndAWriter)
     unsigned bySlot = 0;
     const auto result = Explore(Explorer::Unbounded, {ReadData<>, WriteData<>},
                                 [&](World<ExploringSync>& w) { bySlot += w.data.slotReads; });
-    EXPECT_EXPLORED(result, 100u);
+    ExpectExplored(result, 100u);
     EXPECT_GT(bySlot, 0u);
     EXPECT_LT(bySlot, result.schedules); // some were sent to the lock
 }
@@ -133,17 +135,17 @@ TEST(ExploredLockFreeRead, RepeatedReadsAndWrites)
         w.data.Write();
         w.data.Write();
     };
-    EXPECT_EXPLORED(Explore(4, {ReadDataTwice<>, writeTwice}), 100u);
+    ExpectExplored(Explore(4, {ReadDataTwice<>, writeTwice}), 100u);
 }
 
 TEST(ExploredLockFreeRead, TwoReadersAndAWriter)
 {
-    EXPECT_EXPLORED(Explore(3, {ReadData<>, ReadData<>, WriteData<>}), 100u);
+    ExpectExplored(Explore(3, {ReadData<>, ReadData<>, WriteData<>}), 100u);
 }
 
 TEST(ExploredLockFreeRead, AReaderAndTwoWriters)
 {
-    EXPECT_EXPLORED(Explore(3, {ReadData<>, WriteData<>, WriteData<>}), 100u);
+    ExpectExplored(Explore(3, {ReadData<>, WriteData<>, WriteData<>}), 100u);
 }
 
 TEST(ExploredLockFreeRead, ANestedReadOfAnotherLockTakesTheNeighbourSlot)
@@ -154,7 +156,7 @@ TEST(ExploredLockFreeRead, ANestedReadOfAnotherLockTakesTheNeighbourSlot)
     const auto result = Explore(2, {nested, WriteData<>, writeOther}, [&](World<ExploringSync>& w) {
         bothBySlot += w.data.slotReads + w.other.slotReads == 2;
     });
-    EXPECT_EXPLORED(result, 100u);
+    ExpectExplored(result, 100u);
     EXPECT_GT(bothBySlot, 0u);
 }
 
@@ -179,7 +181,7 @@ TEST(ExploredLockFreeRead, ThreadsThatShareASlot)
         });
     };
     const auto result = Explore<SharedSlotSync>(3, {nested, beside, WriteData<SharedSlotSync>});
-    EXPECT_EXPLORED(result, 100u);
+    ExpectExplored(result, 100u);
     EXPECT_GT(together, 0u);
     EXPECT_GT(noRoom, 0u);
 }
@@ -199,7 +201,7 @@ TEST(ExploredLockFreeRead, NestedWritesAndReadsInsideThem)
             Explorer::Step("write");
         });
     };
-    EXPECT_EXPLORED(Explore(2, {nested, ReadData<>, ReadData<>}), 100u);
+    ExpectExplored(Explore(2, {nested, ReadData<>, ReadData<>}), 100u);
     EXPECT_FALSE(ownReadBySlot);
 }
 

@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: MIT
+//
+// Answers for an object and what it owns, in every order of their steps and those of a notification straight
+// to the object: values from before the notification are not taken for fresh.
+#include "exploreload.h"
+
+namespace
+{
+using namespace ExploredLoad;
+
+/// Values with a direct number, as every cached object has them.
+template <Fault fault>
+struct Part
+{
+    explicit Part(const Time<fault>& time) { values.Begin(time); }
+
+    void Take(const Time<fault>& time, const XMoment& moment, int answer)
+    {
+        XStamp stamp;
+        if constexpr (fault == Fault::OwnLast)
+        {
+            stamp = direct.IsNewerThan(moment) ? XStamp{} : XStamp{moment.At(Aspect), values.Own().Now()};
+        }
+        else
+        {
+            stamp = LXStampFrom(moment, Aspect, values.Own(), direct);
+        }
+        values.Publish(time, std::make_shared<const int>(answer), stamp, [](const int&) {});
+    }
+    void Notify(std::uint64_t number)
+    {
+        if (fault == Fault::DirectLast)
+        {
+            values.Advance();
+        }
+        direct.Raise(number);
+        if (fault != Fault::DirectLast)
+        {
+            values.Advance();
+        }
+    }
+    void Look(int least, const char* what) const
+    {
+        const auto fresh = values.Fresh();
+        Explorer::Expect(!fresh || *fresh >= least, what);
+    }
+
+    XBasicDirectNumber<ExploringSync> direct;
+    Loaded<int, fault> values;
+};
+
+template <Fault fault = Fault::None>
+struct Family
+{
+    using Child = std::shared_ptr<Part<fault>>;
+
+    Family() { children.Begin(time); }
+    /// A server's answer, with a copy of the clock from before it.
+    int Answer(XMoment& moment)
+    {
+        const bool isLate = fault == Fault::LateNote;
+        moment = isLate ? moment : time.clock->Copy();
+        const int answer = server.load();
+        moment = isLate ? time.clock->Copy() : moment;
+        return answer;
+    }
+    /// The child is refreshed in place, or a new one.
+    std::shared_ptr<const Child> Refresh(const XMoment& moment, int answer)
+    {
+        const auto held = children.Held();
+        const Child child = held ? *held : made[ExploringSync::ThreadId() - 1];
+        child->Take(time, moment, answer);
+        return std::make_shared<const Child>(child);
+    }
+    void OnPublish(const Child& child, const XMoment& moment) const
+    {
+        if (fault != Fault::UnknownNumber)
+        {
+            child->direct.Raise(owner.direct.Now());
+        }
+        if (fault != Fault::ForgottenOwner && owner.direct.IsNewerThan(moment))
+        {
+            child->values.Advance();
+        }
+    }
+    void TakeBulk()
+    {
+        XMoment moment;
+        const int answer = Answer(moment);
+        owner.Take(time, moment, answer);
+        const XStamp stamp = LXStampFrom(moment, Aspect, children.Own(), owner.direct);
+        children.Publish(time, Refresh(moment, answer), stamp,
+                         [&](const Child& child) { OnPublish(child, moment); });
+    }
+    void LoadChildren()
+    {
+        XMoment moment;
+        children.Load(
+            time,
+            [&] {
+                const int answer = Answer(moment);
+                return Refresh(moment, answer);
+            },
+            [&](const Child& child) { OnPublish(child, moment); });
+    }
+    /// The notification concerns values alone: the set of children stays what it is.
+    void ChangeAndNotifyDirectly()
+    {
+        server.store(2);
+        const std::uint64_t number = time.clock->DrawDirect();
+        owner.Notify(number);
+        children.ReadHeld([&](const Child* child) {
+            if (child != nullptr)
+            {
+                (*child)->Notify(number);
+            }
+        });
+        notified = 2;
+    }
+    void ChangeAndAdvanceClock()
+    {
+        server.store(2);
+        time.clock->Advance(Aspect);
+        notified = 2;
+    }
+    void LookFor(int least, const char* what) const
+    {
+        owner.Look(least, what);
+        if (const auto held = children.Held())
+        {
+            (*held)->Look(least, what);
+        }
+    }
+    void Look()
+    {
+        Explorer::Step("look");
+        LookFor(notified, Older);
+    }
+    void CheckEnd() { LookFor(server, Lost); }
+
+    const Time<fault> time = NewTime<fault>();
+    Number server{1};
+    int notified = 1;
+    Part<fault> owner{time};
+    const Child made[2] = {std::make_shared<Part<fault>>(time), std::make_shared<Part<fault>>(time)};
+    Loaded<Child, fault> children;
+};
+
+template <Fault fault = Fault::None>
+Explorer::Result AnswerBeside(void (Family<fault>::*answer)(), void (Family<fault>::*change)())
+{
+    using World = Family<fault>;
+    auto result = Explore<World>(3, {answer, change}, &World::CheckEnd);
+    return result.failure.empty()
+               ? Explore<World>(1, {answer, answer, change, &World::Look}, &World::CheckEnd)
+               : result;
+}
+
+TEST(ExploredLoads, ABulkAnswerAndANotificationStraightToAnObject)
+{
+    using World = Family<>;
+    ExpectExplored(AnswerBeside(&World::TakeBulk, &World::ChangeAndNotifyDirectly), 1000);
+    ExpectExplored(AnswerBeside(&World::TakeBulk, &World::ChangeAndAdvanceClock), 1000);
+    const auto found = []<Fault fault>(FaultConstant<fault>) {
+        return AnswerBeside(&Family<fault>::TakeBulk, &Family<fault>::ChangeAndNotifyDirectly).failure;
+    };
+    EXPECT_EQ(Lost, found(With<Fault::LateNote>));
+    EXPECT_EQ(Lost, found(With<Fault::OwnLast>));
+    EXPECT_EQ(Lost, found(With<Fault::DirectLast>));
+    EXPECT_EQ(Lost, found(With<Fault::ForgottenOwner>));
+    EXPECT_EQ(Older, found(With<Fault::UnknownNumber>));
+}
+
+// The values of the children are there before the children stand where a notification finds them.
+TEST(ExploredLoads, ALoadOfChildrenAndANotificationStraightToTheirOwner)
+{
+    using World = Family<>;
+    ExpectExplored(AnswerBeside(&World::LoadChildren, &World::ChangeAndNotifyDirectly), 1000);
+    ExpectExplored(AnswerBeside(&World::LoadChildren, &World::ChangeAndAdvanceClock), 1000);
+    using Forgotten = Family<Fault::ForgottenOwner>;
+    EXPECT_EQ(Lost, AnswerBeside(&Forgotten::LoadChildren, &Forgotten::ChangeAndNotifyDirectly).failure);
+}
+
+} // namespace
