@@ -197,6 +197,19 @@ void XBenchWorld::CompleteAllTypes() const
     }
 }
 
+void XBenchWorld::AskForAllRelations() const
+{
+    for (const auto& relation : m_server->Model().relations)
+    {
+        const XLXComBSTR parent(relation->Text(XProperty::ParentName));
+        const XLXComBSTR child(relation->Text(XProperty::ChildName));
+        const XLXComBSTR list(relation->Text(XProperty::ChildList));
+        XLXComPtr<ILXParentChild> cached;
+        LXExpectOk(m_cache->GetSinglePCRelation(parent.Get(), child.Get(), nullptr, list.Get(), cached.Put()),
+                   "GetSinglePCRelation");
+    }
+}
+
 void XBenchWorld::NotifyOfEverything() const
 {
     const XLXComBSTR id{XLXTextView(OLESTR("objects/all/0/1"))};

@@ -50,6 +50,8 @@ public:
     XLXComPtr<ILXAttribute> Attribute(const std::string& type, const std::string& name) const;
     /// Every type's attributes, groups, pages and editors, so that all records are parsed.
     void CompleteAllTypes() const;
+    /// Every relation of the server's, by its three names.
+    void AskForAllRelations() const;
     /// A change notification of everything, as the server sends it.
     void NotifyOfEverything() const;
     /// An id that no notification of this world had.
