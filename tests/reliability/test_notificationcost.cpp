@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: MIT
+//
+// A notification costs the same however much is cached: it needs no memory, and it takes no lock but leaf
+// mutexes, whoever is asking the server for what meanwhile.
+#include "XLockOrder.h"
+#include "allocations.h"
+#include "logcapture.h"
+#include "observed.h"
+
+#include <future>
+
+#ifndef _WIN32
+#include "lxallocationgate.h"
+#endif
+
+namespace
+{
+/// Notes in debug builds that the thread holds the innermost lock but leaves; any other lock then ends the
+/// process.
+class XOnlyLeaves
+{
+public:
+    XOnlyLeaves() noexcept { XLockOrder::Push(XLockLevel::PropertyStore, this); }
+    ~XOnlyLeaves() { XLockOrder::Pop(XLockLevel::PropertyStore, this); }
+    XOnlyLeaves(const XOnlyLeaves&) = delete;
+    XOnlyLeaves& operator=(const XOnlyLeaves&) = delete;
+};
+
+class NotificationCost : public CacheTest
+{
+protected:
+    NotificationCost() : CacheTest(LXObservedModel()) {}
+    void SetUp() override
+    {
+        ASSERT_EQ(Start(1), S_OK);
+        for (const auto& observed : m_kinds)
+        {
+            observed->Raise(*m_server, false); // some things are there from the first edit on
+        }
+    }
+    void TearDown() override { Terminate(); }
+
+    /// Reads something of each kind: types and all their parts, formats, relations and their PC infos, plan
+    /// types.
+    void LoadEverything()
+    {
+        for (const auto& observed : m_kinds)
+        {
+            for (const XQuestion& question : observed->Questions())
+            {
+                const XCachedPtr object = question.find ? question.find(m_cache) : nullptr;
+                XNumbers numbers;
+                EXPECT_TRUE((object || !question.find) &&
+                            question.read(object, {m_cache, *m_server, 0}, numbers))
+                    << observed->Name() << ": " << question.name;
+            }
+        }
+    }
+
+    /// Calls visit(text, send) for each kind of notification with each mode; send() delivers it.
+    template <class Visit>
+    void ForEachNotification(Visit&& visit)
+    {
+        const auto callback = m_cache.As<ILXCallbackUpdate>();
+        const XLXComBSTR dataType(OLESTR("cfc_specific"));
+        for (const char* kind : {"objects", "properties", "pc", "searchable", "other"})
+        {
+            for (const int mode : {0, 1, 2, 512})
+            {
+                const std::string text = std::string(kind) + "/Pump/0/" + std::to_string(mode);
+                const XLXComBSTR dataId(LXFromUtf8(text));
+                visit(text, [&, id = ++m_lastId] {
+                    return callback->DataObjectChanged(dataId.Get(), dataType.Get(), 256, id, 0, nullptr);
+                });
+            }
+        }
+    }
+
+    XLXComPtr<ILXParentChild> Relation(const char* parent, const char* child, const char* list)
+    {
+        XLXComPtr<ILXParentChild> relation;
+        m_cache->GetSinglePCRelation(XLXComBSTR(LXFromUtf8(parent)).Get(),
+                                     XLXComBSTR(LXFromUtf8(child)).Get(), nullptr,
+                                     XLXComBSTR(LXFromUtf8(list)).Get(), relation.Put());
+        return relation;
+    }
+
+    /// Lets a question run until its call to the server stops at a gate.
+    void Hold(const char* method, std::function<void()> question)
+    {
+        m_gates.push_back(Calls().PauseAt(method, XCallPoint::Answer));
+        m_asked.push_back(std::async(std::launch::async, std::move(question)));
+        m_gates.back().WaitUntilArrived();
+    }
+    void LetGo()
+    {
+        m_gates.clear();
+        m_asked.clear();
+    }
+
+private:
+    const XObservedList m_kinds = LXEveryKind();
+    ULONG m_lastId = 1000; // above those of the server
+    std::vector<std::future<void>> m_asked;
+    std::vector<XCallGate> m_gates; // opened before the questions are waited for
+};
+} // namespace
+
+TEST_F(NotificationCost, NothingIsAllocated)
+{
+    const LogCapture log(1u << LX_LOG_ERROR); // without the entries about notifications, which are texts
+#ifndef _WIN32
+    LXSetAllocationGate([] { return XAllocationWatch::Allow(); });
+#endif
+    ForEachNotification([&](const std::string& text, const auto& send) {
+        LoadEverything();
+        const XAllocationWatch watch;
+        const HRESULT result = send();
+        const std::size_t count = watch.Count();
+        XAllocationWatch::Heed(false);
+        EXPECT_EQ(result, S_OK) << text;
+        EXPECT_EQ(count, 0u) << text;
+    });
+    const XAllocationWatch watch; // the last notification concerned attributes
+    LoadEverything();
+    EXPECT_GT(watch.Count(), 100u) << "allocations are not counted";
+#ifndef _WIN32
+    LXSetAllocationGate(nullptr);
+#endif
+}
+
+TEST_F(NotificationCost, NoLockIsTakenButLeavesWhileEverythingIsBeingRead)
+{
+    LoadEverything();
+    const auto type = Type("Pump");
+    const auto relation = Relation("Equipment", "Pump", "parts");
+    ASSERT_TRUE(type && relation);
+    ForEachNotification([&](const std::string&, const auto& send) { EXPECT_EQ(send(), S_OK); });
+
+    Hold("ILXType::GetTypeComponentData", [&] {
+        XLXComPtr<ILXAttributeEnum> attributes;
+        EXPECT_EQ(type->GetAttributeEnum(attributes.Put()), S_OK);
+    });
+    Hold("ILXPCInfoEnum::RemNext", [&] {
+        XLXComPtr<ILXPCInfoEnum> infos;
+        EXPECT_EQ(relation->GetPCInfoEnum(infos.Put()), S_OK);
+    });
+    Hold("ILXConfigFactory::GetPCArray", [&] {
+        XLXComPtr<ILXParentChildEnum> relations;
+        EXPECT_EQ(Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("")).Get(), nullptr, relations.Put()),
+                  S_OK);
+    });
+    Hold("ILXGlobalAttributeFormatSpecEnum::RemNext", [&] {
+        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
+        EXPECT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
+    });
+    Hold("ILXConfigFactoryEx::GetTypeArrayEx", [&] {
+        XLXComPtr<ILXTypeEnum> types;
+        EXPECT_EQ(Factory()->GetTypeEnum(nullptr, types.Put()), S_OK);
+    });
+
+    auto sent = std::async(std::launch::async, [&] {
+        const XOnlyLeaves onlyLeaves;
+        ForEachNotification(
+            [&](const std::string& text, const auto& send) { EXPECT_EQ(send(), S_OK) << text; });
+    });
+    EXPECT_EQ(sent.wait_for(std::chrono::seconds(10)), std::future_status::ready) << "a notification waits";
+    LetGo();
+    sent.get();
+}
