@@ -19,17 +19,6 @@ enum AttributeMember : int
 
 constexpr LONG OriginVendor = 0;
 
-enum FactBit : std::uint64_t
-{
-    BitBrowser = 1,
-    BitEditor = 2,
-    BitFinder = 4,
-    BitPrintable = 8,
-    BitAVSet = 16,
-    BitVendor = 32
-};
-constexpr int GroupNumberShift = 32;
-
 /// The facts, from a function that gives the value of a member; an empty value is no answer.
 template <class ValueOf>
 XDisplayFacts FactsFrom(ValueOf&& valueOf)
@@ -53,27 +42,6 @@ XDisplayFacts FactsFrom(ValueOf&& valueOf)
     return facts;
 }
 
-std::uint64_t Pack(const XDisplayFacts& facts)
-{
-    const auto bit = [](bool set, FactBit value) { return set ? std::uint64_t{value} : std::uint64_t{0}; };
-    return bit(facts.inBrowser, BitBrowser) | bit(facts.inEditor, BitEditor) |
-           bit(facts.inFinder, BitFinder) | bit(facts.printable, BitPrintable) |
-           bit(facts.inAVSet, BitAVSet) | bit(facts.vendorDefined, BitVendor) |
-           (static_cast<std::uint64_t>(static_cast<std::uint32_t>(facts.groupNumber)) << GroupNumberShift);
-}
-
-XDisplayFacts Unpack(std::uint64_t packed)
-{
-    XDisplayFacts facts;
-    facts.inBrowser = (packed & BitBrowser) != 0;
-    facts.inEditor = (packed & BitEditor) != 0;
-    facts.inFinder = (packed & BitFinder) != 0;
-    facts.printable = (packed & BitPrintable) != 0;
-    facts.inAVSet = (packed & BitAVSet) != 0;
-    facts.vendorDefined = (packed & BitVendor) != 0;
-    facts.groupNumber = static_cast<LONG>(static_cast<std::uint32_t>(packed >> GroupNumberShift));
-    return facts;
-}
 static_assert(Origin == XDisplayFacts::LastMember);
 } // namespace
 
@@ -81,7 +49,8 @@ XDisplayFacts XDisplayFacts::Of(const XVariantRow& values)
 {
     static const XLXComVariant none;
     return FactsFrom([&](int member) -> const XLXComVariant& {
-        return static_cast<std::size_t>(member) < values.size() ? values[static_cast<std::size_t>(member)] : none;
+        return static_cast<std::size_t>(member) < values.size() ? values[static_cast<std::size_t>(member)]
+                                                                : none;
     });
 }
 
@@ -99,16 +68,6 @@ void XDisplayFacts::Prefetch(const XVariantRow& values) noexcept
 
 void XKeptDisplayFacts::Keep(const XDisplayFacts& facts, const XStamp& stamp) noexcept
 {
-    m_packed.store(Pack(facts), std::memory_order_release);
+    m_packed.store(facts.Packed(), std::memory_order_release);
     m_stamp.store(stamp.IsNone() ? 0 : stamp.Sum(), std::memory_order_release);
-}
-
-// The facts are read after the stamp, and written before it: they are those of the stamp, or newer ones.
-std::optional<XDisplayFacts> XKeptDisplayFacts::Fresh(const XStamp& now) const noexcept
-{
-    if (m_stamp.load(std::memory_order_acquire) != now.Sum())
-    {
-        return std::nullopt;
-    }
-    return Unpack(m_packed.load(std::memory_order_acquire));
 }

@@ -100,11 +100,6 @@ void XLXAttributeCache::OnAssigned(const XVariantRow& values, const XStamp& stam
     m_facts.Keep(XDisplayFacts::Of(values), stamp);
 }
 
-std::optional<XDisplayFacts> XLXAttributeCache::KnownFacts() const noexcept
-{
-    return m_facts.Fresh({Now(), Store().Own().Now()});
-}
-
 XDisplayFacts XLXAttributeCache::Facts()
 {
     if (const auto known = KnownFacts())

@@ -37,7 +37,10 @@ public:
                               XRetired& retired);
 
     /// What decides in which displays the attribute is shown, when that is known.
-    std::optional<XDisplayFacts> KnownFacts() const noexcept;
+    std::optional<XDisplayFacts> KnownFacts() const noexcept
+    {
+        return m_facts.Fresh({Now(), Store().Own().Now()});
+    }
     /// The same; read from the server when it is not known. Raises a failing read.
     XDisplayFacts Facts();
 
