@@ -182,6 +182,7 @@ HRESULT XLXTypeCache::GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum**
 bool XLXTypeCache::TakeWhereFactsAreKnown(LONG mask, LONG group, std::vector<XLXComPtr<ILXAttribute>>& taken)
 {
     return m_attributes.Read([&](const XAttributeMap& attributes) {
+        taken.reserve(attributes.size());
         for (const auto& [key, component] : attributes)
         {
             const auto facts = component->Object()->KnownFacts();
