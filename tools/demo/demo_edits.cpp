@@ -30,10 +30,11 @@ public:
                    ? m_update
                    : m_update.substr(begin + 1, m_update.find('\'', begin + 1) - begin - 1);
     }
-    std::size_t Invalidated() const
+    /// What the last notification made stale.
+    std::string Stale() const
     {
         const std::lock_guard lock(m_mutex);
-        return m_invalidated;
+        return m_stale;
     }
     /// Whether the last notification came on a thread that is not the caller's.
     bool CameOnAnotherThread() const
@@ -50,18 +51,18 @@ private:
         if (entry->eCategory == LX_LOG_UPDATE)
         {
             self.m_update = LXToUtf8(entry->pszText);
-            self.m_invalidated = 0;
+            self.m_stale.clear();
             self.m_thread = std::this_thread::get_id();
         }
         else
         {
-            ++self.m_invalidated;
+            self.m_stale += (self.m_stale.empty() ? "" : ", ") + LXToUtf8(entry->pszText);
         }
     }
 
     mutable std::mutex m_mutex; // guards the rest
     std::string m_update;
-    std::size_t m_invalidated = 0;
+    std::string m_stale;
     std::thread::id m_thread;
 };
 
@@ -72,10 +73,10 @@ void PrintNotification(XToolOutput& output, const XDemoSession& session, const X
     LXExpectThat(sent.id != 0 && sent.clients == 1, "the notification did not reach the client");
     LXExpectThat(session.Server().IsLocal() != listener.CameOnAnotherThread(),
                  "the notification came on an unexpected thread");
-    output.Line("notification   id " + std::to_string(sent.id) + ", data id " + listener.DataId() + "; " +
-                std::to_string(listener.Invalidated()) +
-                " things in the cache became invalid, none was read again" +
+    LXExpectThat(!listener.Stale().empty(), "the notification made nothing stale");
+    output.Line("notification   id " + std::to_string(sent.id) + ", data id " + listener.DataId() +
                 (session.Server().IsLocal() ? "" : "; it came on another thread"));
+    output.Line("stale          " + listener.Stale() + "; nothing was read again");
 }
 
 /// The edit that gives the attribute a label.

@@ -59,7 +59,7 @@ void XTrace::Add(const LXLogEntry& entry)
                                          [self](const Notification& n) { return n.thread == self; });
         if (newest != m_notifications.rend())
         {
-            ++newest->invalidated[text];
+            newest->stale.push_back(text);
             newest->last = now;
         }
     }

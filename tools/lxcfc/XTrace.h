@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // What the component says of its work in the trace categories of the logbook: notifications with what each
-// invalidated, and calls to the server. One at a time; it takes the place of the logbook's sink.
+// made stale, and calls to the server. One at a time; it takes the place of the logbook's sink.
 //
 // Threading  The sink is called on any thread. m_mutex guards everything but the thread's own count.
 #ifndef XTRACE_H
@@ -19,12 +19,12 @@
 class XTrace
 {
 public:
-    /// A notification, and how often which text of what was invalidated came with it.
+    /// A notification, and the names of what it made stale.
     struct Notification
     {
         std::string dataId;
         std::string mode;
-        std::map<std::string, std::size_t> invalidated;
+        std::vector<std::string> stale;
         std::thread::id thread;
         std::chrono::steady_clock::time_point last; ///< when the last entry of it came
     };

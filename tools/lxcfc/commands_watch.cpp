@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Prints each notification, and what it invalidated in the cache.
+// Prints each notification, and what it made stale in the cache.
 #include "XCommands.h"
 #include "XSurvey.h"
 #include "XTrace.h"
@@ -30,7 +30,7 @@ public:
     {
         XCfcSession& session = run.Session();
         XSurvey(session.Cached(), session.Cache())
-            .AskEverything("Filling"); // there is something to invalidate
+            .AskEverything("Filling"); // there is something that can become stale
         XTrace trace((1u << LX_LOG_UPDATE) | (1u << LX_LOG_INVALIDATE));
         for (const std::string& edit : m_edits)
         {
@@ -84,17 +84,9 @@ private:
         const std::chrono::milliseconds quiet(session.Server().IsLocal() ? 0 : 100);
         for (const XTrace::Notification& notification : trace.Take(quiet))
         {
-            XJson invalidated = XJson::array();
-            for (const auto& [text, count] : notification.invalidated)
-            {
-                const std::size_t colon = text.find(": ");
-                invalidated.push_back({{"of", text.substr(0, colon)},
-                                       {"what", colon != std::string::npos ? text.substr(colon + 2) : ""},
-                                       {"count", count}});
-            }
             run.Printer().PrintNext({{"notification", notification.dataId},
                                      {"mode", notification.mode},
-                                     {"invalidated", std::move(invalidated)}});
+                                     {"stale", notification.stale}});
         }
     }
 
@@ -107,5 +99,5 @@ private:
 
 void LXAddWatchCommand(XCommands& commands)
 {
-    commands.Add<WatchCommand>("watch", "Each notification, and what it invalidated");
+    commands.Add<WatchCommand>("watch", "Each notification, and what it made stale");
 }
