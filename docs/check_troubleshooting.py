@@ -18,7 +18,7 @@ DATA = """
     REGISTRY QueryEngine Foldername Configfactory @@nodes %MODULE% invalidated
     TypeLib\\\\{3B700219-CA40-4C9A-B2E6-85B56601D125}\\\\1.0
 """.split() + [
-    "server call", "CFC update notification", "invalid pointer: …", "…: …", "…", "……",
+    "server call", "CFC update notification", "invalid pointer: …", "…", "……",
     "CFC update: CFDataID: '…', Update Mode: …, CurrentDataId: '…', TranslatedDataId: '…'"]
 
 
