@@ -7,7 +7,7 @@ usage: check_guide.py PROJECT-FOLDER VERSION
 - Each code block of guide.md stands under a comment with the file that it is from, and is in that file, line by line;
   the tests build and run those files.
 - Links between the documents, and paths that guide.md names in examples/, lead somewhere.
-- The version that the guide's file names and the newest entry of CHANGELOG.md show is the project's.
+- The version that the guide's file names and the newest version of CHANGELOG.md show is the project's.
 """
 import pathlib
 import re
@@ -37,8 +37,8 @@ def links(page, folder):
 
 
 def versions(folder, guide, version):
-    newest = re.search(r"^## (\S+)", (folder / "CHANGELOG.md").read_text(encoding="utf-8"), re.M)
-    faults = [] if newest and newest[1] == version else [f"the newest entry of CHANGELOG.md is not {version}"]
+    newest = re.search(r"^## (\d\S*)", (folder / "CHANGELOG.md").read_text(encoding="utf-8"), re.M)
+    faults = [] if newest and newest[1] == version else [f"the newest version of CHANGELOG.md is not {version}"]
     named = re.findall(r"LXConfigFactoryCache-(\d[\d.]*)-win64|lxconfigfactorycache_(\d[\d.]*)_amd64", guide)
     return faults + [f"guide.md names version {v}" for pair in named for v in pair if v and v != version]
 
