@@ -13,7 +13,8 @@ XInstanceRegistry<ILXGlobalAttributeFormatSpec>& LiveSpecs()
 }
 } // namespace
 
-XLXGlobalAttributeFormatSpecCache::XLXGlobalAttributeFormatSpecCache(XLXComPtr<IUnknown> server, XClockPtr clock)
+XLXGlobalAttributeFormatSpecCache::XLXGlobalAttributeFormatSpecCache(XLXComPtr<IUnknown> server,
+                                                                     XClockPtr clock)
     : XLXConfigObjectCache(std::move(server), std::move(clock))
 {
     LiveSpecs().Add(this);
@@ -36,22 +37,24 @@ XLXGlobalAttributeFormatSpecCache::FromFace(ILXGlobalAttributeFormatSpec* face)
 
 HRESULT XLXGlobalAttributeFormatSpecCache::CreateFormat(int iFormatType, ILXFormat** ppFormat)
 {
-    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("CreateFormat"), [&] {
-        XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat"));
+        LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat"));
         const auto ask = [&](ILXFormat** format) { return Server()->CreateFormat(iFormatType, format); };
-        return m_formats.Make().Create(TimeOf(XAspect::SpecFormats), iFormatType, ppFormat, "ILXGlobalAttributeFormatSpec::CreateFormat", ask, TheFacts.At("CreateFormat"));
+        return m_formats.Make().Create(TimeOf(XAspect::SpecFormats), iFormatType, ppFormat,
+                                       "ILXGlobalAttributeFormatSpec::CreateFormat", ask,
+                                       TheFacts.At("CreateFormat"));
     });
 }
 
 // Error locations of GetFormat name CreateFormat: programs search logs for that text.
 HRESULT XLXGlobalAttributeFormatSpecCache::GetFormat(int iFormatType, ILXFormat** ppFormat)
 {
-    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("CreateFormat", 307), [&] {
-        XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 307));
+        LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 307));
         const auto ask = [&](ILXFormat** format) { return Server()->GetFormat(iFormatType, format); };
-        return m_formats.Make().Get(TimeOf(XAspect::SpecFormats), iFormatType, ppFormat, "ILXGlobalAttributeFormatSpec::GetFormat", ask, TheFacts.At("CreateFormat", 365));
+        return m_formats.Make().Get(TimeOf(XAspect::SpecFormats), iFormatType, ppFormat,
+                                    "ILXGlobalAttributeFormatSpec::GetFormat", ask,
+                                    TheFacts.At("CreateFormat", 365));
     });
 }
 
@@ -77,7 +80,8 @@ void XLXGlobalAttributeFormatSpecCache::AdvanceParts() noexcept
     }
 }
 
-void XLXGlobalAttributeFormatSpecCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
+void XLXGlobalAttributeFormatSpecCache::OnDirectNotification(const XDirectNotification& notification,
+                                                             XAspectSet& touched)
 {
     if (XFormatMap* const formats = m_formats.Find(); formats != nullptr && !notification.relationsOnly)
     {

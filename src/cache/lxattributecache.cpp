@@ -22,7 +22,8 @@ HRESULT XLXAttributeCache::AddAttributeType(ILXAttributeType** ppAttributeType)
     LXEmptyOut(ppAttributeType);
     return XLXError::Guarded(TheFacts.At("AddAttributeType"), [&] {
         const auto server = Server();
-        return LXPassOn("ILXAttribute::AddAttributeType", ppAttributeType, TheFacts.At("AddAttributeType"),
+        return LXPassOn("ILXAttribute::AddAttributeType", ppAttributeType, LXNoResult::PointerError,
+                        TheFacts.At("AddAttributeType"),
                         [&](ILXAttributeType** out) { return server->AddAttributeType(out); });
     });
 }
@@ -59,9 +60,8 @@ HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum)
 
 HRESULT XLXAttributeCache::CreateFormat(int iFormatType, ILXFormat** ppFormat)
 {
-    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("CreateFormat"), [&] {
-        XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 498));
+        LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 498));
         const auto ask = [&](ILXFormat** format) { return Server()->CreateFormat(iFormatType, format); };
         return m_formats.Make().Create(TimeOf(XAspect::AttributeFormats), iFormatType, ppFormat,
                                        "ILXAttribute::CreateFormat", ask, TheFacts.At("CreateFormat", 530));
@@ -70,9 +70,8 @@ HRESULT XLXAttributeCache::CreateFormat(int iFormatType, ILXFormat** ppFormat)
 
 HRESULT XLXAttributeCache::GetFormat(int iFormatType, ILXFormat** ppFormat)
 {
-    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("GetFormat"), [&] {
-        XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("GetFormat", 552));
+        LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("GetFormat", 552));
         const auto ask = [&](ILXFormat** format) { return Server()->GetFormat(iFormatType, format); };
         return m_formats.Make().Get(TimeOf(XAspect::AttributeFormats), iFormatType, ppFormat,
                                     "ILXAttribute::GetFormat", ask, TheFacts.At("GetFormat", 610));
@@ -159,8 +158,9 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
     TypeMap fresh;
     const auto server = Server();
     XLXComPtr<ILXAttributeTypeEnum> types;
-    const HRESULT result = LXAsk("ILXAttribute::GetAttributeTypeEnum", types, LXNoResult::Nothing, {}, at,
-                                 [&](ILXAttributeTypeEnum** out) { return server->GetAttributeTypeEnum(out); });
+    const HRESULT result =
+        LXAsk("ILXAttribute::GetAttributeTypeEnum", types, LXNoResult::Nothing, {}, at,
+              [&](ILXAttributeTypeEnum** out) { return server->GetAttributeTypeEnum(out); });
     if (FAILED(result) || !types)
     {
         return fresh;
@@ -241,8 +241,7 @@ void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, 
 void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, const XMoment& moment,
                                              XRetired& retired)
 {
-    const XStamp stamp =
-        LXStampFrom(moment, XAspect::AttributeTypes, m_attributeTypes.Own(), Direct());
+    const XStamp stamp = LXStampFrom(moment, XAspect::AttributeTypes, m_attributeTypes.Own(), Direct());
     static const TypeMap none;
     const TypeMapPtr former = m_attributeTypes.Held();
     TypeMapPtr fresh(TypeMapPtr(), &none); // most attributes have none: that needs no memory
@@ -278,9 +277,7 @@ void XLXAttributeCache::OnDirectNotification(const XDirectNotification& notifica
     }
     AdvanceIf(XAspect::AttributeTypes, notification.concerned, m_attributeTypes, touched);
     // The receivers only advance counts, so they may be called under the lock.
-    m_attributeTypes.ReadHeld([&](const TypeMap* types) {
-        LXNotifyDirectly(types, notification, touched);
-    });
+    m_attributeTypes.ReadHeld([&](const TypeMap* types) { LXNotifyDirectly(types, notification, touched); });
     if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
     {
         AdvanceIf(XAspect::AttributeFormats, notification.concerned, *formats, touched);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "lxcfctools.h"
 
-#include "XLXSafeArray.h"
+#include "XArrayReader.h"
 #include "XLockOrder.h"
 
 void LXServerCall(const char* method) noexcept
@@ -19,50 +19,14 @@ void LXServerCall(const char* method) noexcept
 namespace
 {
 constexpr DWORD ComputerNameCharacters = 1024;
-
-/// The elements of an array of variants, from its lower to its upper bound. The array is ours, so the values
-/// are moved out of it.
-XLXVariantVector TakeValues(const XLXSafeArray& array)
-{
-    XLXVariantVector values;
-    LONG lower = 0;
-    LONG upper = -1;
-    VARTYPE type = VT_EMPTY;
-    VARIANT* elements = nullptr;
-    const bool readable =
-        SafeArrayGetDim(array.Get()) == 1 && SUCCEEDED(SafeArrayGetLBound(array.Get(), 1, &lower)) &&
-        SUCCEEDED(SafeArrayGetUBound(array.Get(), 1, &upper)) &&
-        SUCCEEDED(SafeArrayGetVartype(array.Get(), &type)) && type == VT_VARIANT && upper >= lower &&
-        SUCCEEDED(SafeArrayAccessData(array.Get(), reinterpret_cast<void**>(&elements)));
-    if (!readable)
-    {
-        return values;
-    }
-    const auto count = static_cast<std::size_t>(static_cast<LONGLONG>(upper) - lower + 1);
-    try
-    {
-        values.reserve(count);
-        for (std::size_t i = 0; i < count; ++i)
-        {
-            values.push_back(XLXComVariant::Take(elements[i]));
-        }
-    }
-    catch (...)
-    {
-        SafeArrayUnaccessData(array.Get());
-        throw;
-    }
-    SafeArrayUnaccessData(array.Get());
-    return values;
-}
 } // namespace
 
 HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values)
 {
     XLXSafeArray array;
-    const HRESULT result = LXAsk("ILXConfigObject::GetProperties", array, LXNoResult::PointerError,
-                                 OLESTR("property values"), at,
-                                 [&](SAFEARRAY** out) { return server.GetProperties(out); });
+    const HRESULT result =
+        LXAsk("ILXConfigObject::GetProperties", array, LXNoResult::PointerError, OLESTR("property values"),
+              at, [&](SAFEARRAY** out) { return server.GetProperties(out); });
     if (FAILED(result))
     {
         XLXError::WriteErrorToLogBook(result, XLXError::SeverityError,
@@ -70,7 +34,10 @@ HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XV
     }
     else if (result == S_OK)
     {
-        values = TakeValues(array);
+        XLXCFCDataTransfer::XArrayReader from(std::move(array), 0, "LXFetchProperties",
+                                              XLXCFCDataTransfer::EValues::Moved, {"property values", {}});
+        from.Reading([&] { values = from.Values(); }, [] { return XLXCFCDataTransfer::XArraySubject{}; });
+        from.Finish();
     }
     return result;
 }

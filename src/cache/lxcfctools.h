@@ -5,6 +5,7 @@
 #define LXCFCTOOLS_H
 
 #include "XClock.h"
+#include "XLXComBSTR.h"
 #include "XLXComPtr.h"
 #include "XLXError.h"
 #include "XVariantRow.h"
@@ -12,8 +13,9 @@
 #include <new>
 #include <utility>
 
-/// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error information.
-/// std::bad_alloc passes: the component's own lack of memory is no answer of the server, and must not be cached.
+/// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error
+/// information. std::bad_alloc passes: the component's own lack of memory is no answer of the server, and
+/// must not be cached.
 template <class F>
 HRESULT LXWithoutRaising(F&& body)
 {
@@ -24,6 +26,20 @@ HRESULT LXWithoutRaising(F&& body)
     catch (const XLXException& error)
     {
         return error.Code();
+    }
+}
+
+/// Runs a callable; what it raises is raised again as noticed by the caller.
+template <class F>
+auto LXRaisedAt(const LXErrorLocation& at, F&& body)
+{
+    try
+    {
+        return body();
+    }
+    catch (const XLXException& failure)
+    {
+        XLXError::Raise(failure.Code(), failure.Message(), at);
     }
 }
 
@@ -38,11 +54,12 @@ void LXServerCall(const char* method) noexcept;
 enum class LXNoResult
 {
     Nothing,     ///< the same as S_FALSE
+    Empty,       ///< a result: the empty text
     PointerError ///< raises E_POINTER
 };
 
-/// Asks the server: nulls the result, writes the trace entry, and calls. A failing call leaves nothing to release,
-/// whatever the server left in the result.
+/// Asks the server: nulls the result, writes the trace entry, and calls. A failing call leaves nothing to
+/// release, whatever the server left in the result.
 /// @param result  an owner: XLXComPtr, XLXSafeArray or XLXComBSTR
 /// @param call    HRESULT call(out pointer)
 template <class Owner, class Call>
@@ -57,7 +74,7 @@ HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, XLXTe
         (void)result.Detach();
         return answer;
     }
-    if (answer == S_OK && *out == nullptr)
+    if (answer == S_OK && *out == nullptr && withoutResult != LXNoResult::Empty)
     {
         if (withoutResult == LXNoResult::Nothing)
         {
@@ -68,9 +85,33 @@ HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, XLXTe
     return answer;
 }
 
-/// The answer of a call that is passed on to the server; raises a pointer error for a success without its object.
-template <class Object, class Call>
-HRESULT LXPassOn(const char* method, Object** out, const LXErrorLocation& at, Call&& call)
+/// Asks the server for a text; a failure leaves nothing to release.
+/// @param call    HRESULT call(BSTR*)
+template <class Call>
+HRESULT LXAskText(const char* method, XLXComBSTR& result, const LXErrorLocation& at, Call&& call)
+{
+    return LXAsk(method, result, LXNoResult::Empty, {}, at, std::forward<Call>(call));
+}
+
+/// Asks the server for a value; a failure leaves nothing to release.
+/// @param call    HRESULT call(VARIANT*)
+template <class Call>
+HRESULT LXAskValue(const char* method, XLXComVariant& result, Call&& call)
+{
+    VARIANT* const out = result.Put();
+    LXServerCall(method);
+    const HRESULT answer = call(out);
+    if (FAILED(answer))
+    {
+        V_VT(out) = VT_EMPTY;
+    }
+    return answer;
+}
+
+/// The answer of a call that is passed on to the server. A failure leaves the caller's variable null.
+template <class Result, class Call>
+HRESULT LXPassOn(const char* method, Result** out, LXNoResult withoutResult, const LXErrorLocation& at,
+                 Call&& call)
 {
     LXEmptyOut(out);
     LXServerCall(method);
@@ -81,7 +122,7 @@ HRESULT LXPassOn(const char* method, Object** out, const LXErrorLocation& at, Ca
         {
             *out = nullptr;
         }
-        else if (answer == S_OK)
+        else if (answer == S_OK && withoutResult == LXNoResult::PointerError)
         {
             XLXError::CheckPointer(*out, OLESTR("object of the server"), at);
         }
@@ -90,8 +131,8 @@ HRESULT LXPassOn(const char* method, Object** out, const LXErrorLocation& at, Ca
 }
 
 /// Reads all property values of a server object in one call. Anything but S_OK is returned as the server gave
-/// it, with nothing read; a failure is written to the logbook. An element that cannot be read is skipped. Raises
-/// E_POINTER when the server says S_OK without values.
+/// it, with nothing read; a failure is written to the logbook. An element that cannot be read is skipped.
+/// Raises E_POINTER when the server says S_OK without values.
 HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values);
 
 /// Says that the objects of a map take the place of those of a former one (which may be null), under the map's lock.
@@ -189,7 +230,8 @@ HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLoc
         }
         for (ULONG i = 0; i < BatchSize; ++i)
         {
-            batch[i].Attach(raw[i]); // whatever the server put there is released, even past the count it claims
+            batch[i].Attach(
+                raw[i]); // whatever the server put there is released, even past the count it claims
         }
         fetched = fetched < BatchSize ? fetched : BatchSize;
         for (ULONG i = 0; i < fetched; ++i)

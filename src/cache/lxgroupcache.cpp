@@ -10,8 +10,7 @@ constexpr int TheOnlyFormat = 0; // a group has one format, kept under this type
 HRESULT XLXGroupCache::GetChildGroupEnum(ILXGroupEnum** ppEnum)
 {
     return XLXError::Guarded(TheFacts.At("GetChildGroupEnum"), [&] {
-        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetChildGroupEnum", 275));
-        *ppEnum = nullptr;
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetChildGroupEnum", 275));
         const LONG number = OwnNumber();
         if (number == 0)
         {
@@ -43,24 +42,24 @@ LONG XLXGroupCache::OwnNumber()
 
 HRESULT XLXGroupCache::CreateFormat(ILXFormat** ppFormat)
 {
-    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("CreateFormat"), [&] {
-        XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat"));
+        LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat"));
         const auto ask = [&](ILXFormat** format) { return Server()->CreateFormat(format); };
-        return m_formats.Make().Create(TimeOf(XAspect::GroupFormats), TheOnlyFormat, ppFormat, "ILXGroup::CreateFormat", ask, TheFacts.At("CreateFormat"));
+        return m_formats.Make().Create(TimeOf(XAspect::GroupFormats), TheOnlyFormat, ppFormat,
+                                       "ILXGroup::CreateFormat", ask, TheFacts.At("CreateFormat"));
     });
 }
 
 // Error locations of GetFormat name CreateFormat: programs search logs for that text.
 HRESULT XLXGroupCache::GetFormat(ILXFormat** ppFormat)
 {
-    LXEmptyOut(ppFormat);
     return XLXError::Guarded(TheFacts.At("CreateFormat", 359), [&] {
-        XLXError::CheckPointer(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 359));
+        LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 359));
         XLXError::CheckPointer(HasServer() ? this : nullptr, OLESTR("server group"),
                                TheFacts.At("CreateFormat", 360));
         const auto ask = [&](ILXFormat** format) { return Server()->GetFormat(format); };
-        return m_formats.Make().Get(TimeOf(XAspect::GroupFormats), TheOnlyFormat, ppFormat, "ILXGroup::GetFormat", ask, TheFacts.At("CreateFormat", 418));
+        return m_formats.Make().Get(TimeOf(XAspect::GroupFormats), TheOnlyFormat, ppFormat,
+                                    "ILXGroup::GetFormat", ask, TheFacts.At("CreateFormat", 418));
     });
 }
 

@@ -39,8 +39,7 @@ public:
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override
     {
         return XLXError::Guarded(At("QueryInterface"), [&]() -> HRESULT {
-            XLXError::CheckPointer(out, OLESTR("ppvObject"), At("QueryInterface"));
-            *out = nullptr;
+            LXCheckOut(out, OLESTR("ppvObject"), At("QueryInterface"));
             if (iid == LXIid<IEnumX>() || iid == IID_IUnknown)
             {
                 *out = static_cast<IEnumX*>(this);
@@ -117,8 +116,7 @@ public:
     STDMETHODIMP GetSingleNext(IX** prgElem) override
     {
         return XLXError::Guarded(At("GetSingleNext"), [&] {
-            XLXError::CheckPointer(prgElem, OLESTR("prgElem"), At("GetSingleNext"));
-            *prgElem = nullptr;
+            LXCheckOut(prgElem, OLESTR("prgElem"), At("GetSingleNext"));
             const Range range = Advance(1);
             if (range.atEnd)
             {

@@ -34,8 +34,7 @@ void XComModule::Term() noexcept
 
 HRESULT XComModule::GetClassObject(REFCLSID clsid, REFIID iid, void** out)
 {
-    XLXError::CheckPointer(out, OLESTR("ppv"), LXHere("XComModule", "XComModule", "GetClassObject"));
-    *out = nullptr;
+    LXCheckOut(out, OLESTR("ppv"), LXHere("XComModule", "XComModule", "GetClassObject"));
     for (XObjectMapEntry& entry : m_objectMap)
     {
         if (*entry.clsid == clsid)

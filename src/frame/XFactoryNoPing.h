@@ -28,8 +28,7 @@ public:
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override
     {
         return XLXError::Guarded(At("QueryInterface"), [&]() -> HRESULT {
-            XLXError::CheckPointer(out, OLESTR("ppvObject"), At("QueryInterface"));
-            *out = nullptr;
+            LXCheckOut(out, OLESTR("ppvObject"), At("QueryInterface"));
             if (iid != IID_IUnknown && iid != IID_IClassFactory)
             {
                 return E_NOINTERFACE;
@@ -67,8 +66,7 @@ public:
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override
     {
         return XLXError::Guarded(At("CreateInstance"), [&]() -> HRESULT {
-            XLXError::CheckPointer(out, OLESTR("ppvObject"), At("CreateInstance"));
-            *out = nullptr;
+            LXCheckOut(out, OLESTR("ppvObject"), At("CreateInstance"));
             if (outer != nullptr)
             {
                 return CLASS_E_NOAGGREGATION;

@@ -18,8 +18,11 @@ constexpr LXErrorLocation At()
 XLXComVariant AttributeOf(ILX_BaseDataObject& object, const OLECHAR* name)
 {
     XLXComVariant value;
-    LXServerCall("ILX_BaseDataObject::GetAttribute");
-    XLXError::RaiseIfFailed(object.GetAttribute(XLXComBSTR(name).Get(), value.Put()), name, At());
+    const XLXComBSTR attribute(name);
+    const HRESULT result = LXAskValue("ILX_BaseDataObject::GetAttribute", value, [&](VARIANT* out) {
+        return object.GetAttribute(attribute.Get(), out);
+    });
+    XLXError::RaiseIfFailed(result, name, At());
     return value;
 }
 
@@ -37,13 +40,36 @@ Objects ChildrenOf(ILX_BaseDataObject& object, const OLECHAR* childList)
     return children;
 }
 
+HRESULT ResetSearch(ILX_Query& query)
+{
+    LXServerCall("ILX_Query::ResetSearch");
+    return query.ResetSearch(0);
+}
+
+/// A search, of which the query object keeps nothing when it is over.
+class Search
+{
+public:
+    explicit Search(ILX_Query& query) noexcept : m_query(query) {}
+    Search(const Search&) = delete;
+    Search& operator=(const Search&) = delete;
+    ~Search()
+    {
+        XLXError::LogFailure(OLESTR("the search for plan types cannot be reset"), At(),
+                             [&] { XLXError::RaiseIfFailed(ResetSearch(m_query), OLESTR(""), At()); });
+    }
+
+private:
+    ILX_Query& m_query;
+};
+
 /// The sets of plan types that are in force.
 Objects MasterSets(ILX_Query& query)
 {
+    const Search search(query);
     XLXComPtr<IEnumBaseDataObject> found;
     Objects sets;
-    LXServerCall("ILX_Query::ResetSearch");
-    HRESULT result = query.ResetSearch(0);
+    HRESULT result = ResetSearch(query);
     if (SUCCEEDED(result))
     {
         LXServerCall("ILX_Query::SetSearchTable");

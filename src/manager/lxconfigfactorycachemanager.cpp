@@ -105,7 +105,7 @@ XServerAccess XLXConfigFactoryCacheManager::Access(const char* method) const
 }
 
 XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactoryOf(const XClockPtr& clock,
-                                                                         const char* method) const
+                                                                          const char* method) const
 {
     const XServerAccess access = TryAccess();
     const bool isSame = access.clock == clock;
@@ -159,11 +159,11 @@ HRESULT XLXConfigFactoryCacheManager::GetEntryFlags(LONG* plFlagA, LONG* plFlagB
 HRESULT XLXConfigFactoryCacheManager::GetRealConfigFactory(ILXConfigFactory** ppConfigFactory)
 {
     return XLXError::Guarded(LXManagerAt("GetRealConfigFactory"), [&] {
-        XLXError::CheckPointer(ppConfigFactory, OLESTR("ppConfigFactory"),
-                               LXManagerAt("GetRealConfigFactory"));
-        *ppConfigFactory = nullptr;
-        return ConfigFactory("GetRealConfigFactory")
-            ->QueryInterface(LXIid<ILXConfigFactory>(), reinterpret_cast<void**>(ppConfigFactory));
+        LXCheckOut(ppConfigFactory, OLESTR("ppConfigFactory"), LXManagerAt("GetRealConfigFactory"));
+        XLXComPtr<ILXConfigFactory> real;
+        const HRESULT result = LXQuery(*ConfigFactory("GetRealConfigFactory"), real);
+        *ppConfigFactory = real.Detach();
+        return result;
     });
 }
 
@@ -182,8 +182,8 @@ HRESULT XLXConfigFactoryCacheManager::GetVersion(BSTR* pbstrVersion)
     return XLXError::Guarded(LXManagerAt("GetVersion"), [&] {
         LXEmptyOut(pbstrVersion);
         const auto factory = ConfigFactory("GetVersion");
-        LXServerCall("ILXConfigFactory::GetVersion");
-        return factory->GetVersion(pbstrVersion);
+        return LXPassOn("ILXConfigFactory::GetVersion", pbstrVersion, LXNoResult::Empty,
+                        LXManagerAt("GetVersion"), [&](BSTR* out) { return factory->GetVersion(out); });
     });
 }
 
@@ -192,8 +192,9 @@ HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalA
     return XLXError::Guarded(LXManagerAt("CreateGlobalAttributeFormatSpec"), [&] {
         LXEmptyOut(ppSpec);
         const auto factory = ConfigFactory("CreateGlobalAttributeFormatSpec");
-        return LXPassOn("ILXConfigFactory::CreateGlobalAttributeFormatSpec", ppSpec,
-                        LXManagerAt("CreateGlobalAttributeFormatSpec"), [&](ILXGlobalAttributeFormatSpec** out) {
+        return LXPassOn("ILXConfigFactory::CreateGlobalAttributeFormatSpec", ppSpec, LXNoResult::PointerError,
+                        LXManagerAt("CreateGlobalAttributeFormatSpec"),
+                        [&](ILXGlobalAttributeFormatSpec** out) {
                             return factory->CreateGlobalAttributeFormatSpec(out);
                         });
     });

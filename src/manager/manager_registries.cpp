@@ -29,24 +29,21 @@ HRESULT RemoveOnServer(ILXConfigFactory& factory, XLXTextView id)
 HRESULT XLXConfigFactoryCacheManager::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum)
 {
     return XLXError::Guarded(LXManagerAt("GetBrowserIdEnum"), [&] {
-        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), LXManagerAt("GetBrowserIdEnum"));
-        *ppEnum = nullptr;
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt("GetBrowserIdEnum"));
         return LXHandOutEnumerator(m_browsers.BrowserIds(), ppEnum);
     });
 }
 
 HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations)
 {
-    XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), LXManagerAt("InternalGetPCInfoEnum"));
-    *ppEnum = nullptr;
+    LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt("InternalGetPCInfoEnum"));
     return LXHandOutEnumerator(m_browsers.PCInfos(newRelations), ppEnum);
 }
 
 HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo,
                                                         bool newRelations)
 {
-    XLXError::CheckPointer(ppPCInfo, OLESTR("ppPCInfo"), LXManagerAt("InternalGetPCInfo"));
-    *ppPCInfo = nullptr;
+    LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), LXManagerAt("InternalGetPCInfo"));
     *ppPCInfo = m_browsers.PCInfo(browserId, newRelations).Detach();
     return *ppPCInfo != nullptr ? S_OK : S_FALSE;
 }
@@ -56,8 +53,8 @@ HRESULT XLXConfigFactoryCacheManager::IsPlantype(ILX_BaseDataObject* pObject)
     return XLXError::Guarded(LXManagerAt("IsPlantype"), [&]() -> HRESULT {
         XLXError::CheckPointer(pObject, OLESTR("pObject"), LXManagerAt("IsPlantype"));
         XLXComBSTR name;
-        LXServerCall("ILX_BaseDataObject::GetTypeName");
-        const HRESULT result = pObject->GetTypeName(name.Put());
+        const HRESULT result = LXAskText("ILX_BaseDataObject::GetTypeName", name, LXManagerAt("IsPlantype"),
+                                         [&](BSTR* out) { return pObject->GetTypeName(out); });
         if (FAILED(result))
         {
             return result;
@@ -77,8 +74,7 @@ XLXConfigFactoryCacheManager::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttribut
 {
     const LXErrorLocation at = LXManagerAt("GetAllGlobalAttributeFormatSpecs");
     return XLXError::Guarded(at, [&]() -> HRESULT {
-        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), at);
-        *ppEnum = nullptr;
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), at);
         std::vector<XLXComPtr<ILXGlobalAttributeFormatSpec>> items;
         for (const auto& spec : m_globalSpecs.InternalFillGlobalFormatSpecCache())
         {

@@ -7,12 +7,12 @@
 HRESULT XLXConfigFactoryCacheManager::GetCachedType(ILX_BaseDataObject* pObject, BSTR, ILXType** ppType)
 {
     return XLXError::Guarded(LXManagerAt("GetCachedType"), [&]() -> HRESULT {
-        XLXError::CheckPointer(ppType, OLESTR("ppType"), LXManagerAt("GetCachedType"));
-        *ppType = nullptr;
+        LXCheckOut(ppType, OLESTR("ppType"), LXManagerAt("GetCachedType"));
         XLXError::CheckPointer(pObject, OLESTR("pObject"), LXManagerAt("GetCachedType"));
         XLXComBSTR name;
-        LXServerCall("ILX_BaseDataObject::GetTypeName");
-        const HRESULT result = pObject->GetTypeName(name.Put());
+        const HRESULT result =
+            LXAskText("ILX_BaseDataObject::GetTypeName", name, LXManagerAt("GetCachedType"),
+                      [&](BSTR* out) { return pObject->GetTypeName(out); });
         return FAILED(result) ? result : InternalLoadType(name.View(), ppType);
     });
 }
@@ -25,10 +25,7 @@ HRESULT XLXConfigFactoryCacheManager::GetType(BSTR bstrTypename, BSTR, ILXType**
 
 HRESULT XLXConfigFactoryCacheManager::InternalLoadType(XLXTextView name, ILXType** ppType)
 {
-    if (ppType != nullptr)
-    {
-        *ppType = nullptr;
-    }
+    LXEmptyOut(ppType);
     if (name.empty())
     {
         return S_FALSE;
@@ -72,8 +69,8 @@ HRESULT XLXConfigFactoryCacheManager::InternalFillTypeMap(XTypeMapPtr& types)
 }
 
 // An answer that arrives after its connection is over is given to whoever asked, and entered nowhere.
-XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(std::vector<XTypeLoad>& loads, const XTypeMap::Note& noted,
-                                                     bool isWhole)
+XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(std::vector<XTypeLoad>& loads,
+                                                     const XTypeMap::Note& noted, bool isWhole)
 {
     if (m_types.Enter(loads, noted, isWhole))
     {
@@ -99,8 +96,7 @@ HRESULT XLXConfigFactoryCacheManager::EnumerateTypes(const char* method, bool se
                                                      ILXTypeEnum** ppEnum)
 {
     return XLXError::Guarded(LXManagerAt(method), [&] {
-        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), LXManagerAt(method));
-        *ppEnum = nullptr;
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt(method));
         XTypeMapPtr types;
         XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"),
                                 LXManagerAt(method));
@@ -168,9 +164,9 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(const std::vector<XLXText
     const auto factory = server.Bulk("LoadTypesByNames");
     const XTypeMap::Note noted = m_types.TakeNote(server.clock);
     XLXSafeArray array;
-    const HRESULT result =
-        LXAsk("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", array, LXNoResult::Nothing, {}, at,
-              [&](SAFEARRAY** out) { return factory->GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out); });
+    const HRESULT result = LXAsk(
+        "ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", array, LXNoResult::Nothing, {}, at,
+        [&](SAFEARRAY** out) { return factory->GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out); });
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be loaded by name"), at);
     if (result == S_OK)
     {
@@ -191,13 +187,12 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(const std::vector<XLXText
 HRESULT XLXConfigFactoryCacheManager::AddType(ILXType** ppType)
 {
     return XLXError::Guarded(LXManagerAt("AddType"), [&]() -> HRESULT {
-        XLXError::CheckPointer(ppType, OLESTR("ppType"), LXManagerAt("AddType"));
-        *ppType = nullptr;
+        LXCheckOut(ppType, OLESTR("ppType"), LXManagerAt("AddType"));
         const XServerAccess access = Access("AddType");
         XLXComPtr<ILXType> server;
-        const HRESULT result =
-            LXAsk("ILXConfigFactory::AddType", server, LXNoResult::PointerError, OLESTR("object of the server"),
-                  LXManagerAt("AddType"), [&](ILXType** out) { return access.configFactory->AddType(out); });
+        const HRESULT result = LXAsk("ILXConfigFactory::AddType", server, LXNoResult::PointerError,
+                                     OLESTR("object of the server"), LXManagerAt("AddType"),
+                                     [&](ILXType** out) { return access.configFactory->AddType(out); });
         if (FAILED(result))
         {
             return result;

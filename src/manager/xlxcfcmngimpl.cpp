@@ -12,12 +12,17 @@ constexpr int MemberTypeName = 0;
 constexpr int MemberBaseTypeName = 2;
 constexpr int MemberSearchable = 14;
 
+HRESULT AskProperty(ILXType& server, int member, XLXComVariant& value)
+{
+    return LXAskValue("ILXConfigObject::GetProperty", value,
+                      [&](VARIANT* out) { return server.GetProperty(member, out); });
+}
+
 /// A property of a server's type; empty when it has no value. A failure is raised.
 XLXComVariant PropertyOf(ILXType& server, int member)
 {
     XLXComVariant value;
-    LXServerCall("ILXConfigObject::GetProperty");
-    XLXError::RaiseIfFailed(server.GetProperty(member, value.Put()),
+    XLXError::RaiseIfFailed(AskProperty(server, member, value),
                             OLESTR("a property of a server type cannot be read"),
                             LXManagerAt("FillTypeCacheServerImpl"));
     return value;
@@ -37,9 +42,10 @@ void RaiseIfCircle(const std::vector<XTypeLoad>& chain, const XLXText& next, con
     if (isCircle)
     {
         XLXError::Raise(E_FAIL,
-                        XLXText(XLXFormat() << "Base typename is equal with the derivative's typename.Check the PTS "
-                                               "and remove self-inheritance type declarations. typename: '"
-                                            << next << "'"),
+                        XLXText(XLXFormat()
+                                << "Base typename is equal with the derivative's typename.Check the PTS "
+                                   "and remove self-inheritance type declarations. typename: '"
+                                << next << "'"),
                         at);
     }
 }
@@ -48,8 +54,7 @@ void RaiseIfCircle(const std::vector<XTypeLoad>& chain, const XLXText& next, con
 bool IsSearchable(ILXType& server)
 {
     XLXComVariant value;
-    LXServerCall("ILXConfigObject::GetProperty");
-    return server.GetProperty(MemberSearchable, value.Put()) == S_OK && value.AsBool().value_or(false);
+    return AskProperty(server, MemberSearchable, value) == S_OK && value.AsBool().value_or(false);
 }
 } // namespace
 
@@ -77,20 +82,22 @@ XTypeMapPtr XLXCFCMngImplServer::FillTypeCache()
     const XServerAccess server = m_manager.Access("FillTypeCacheServerImpl");
     const XTypeMap::Note noted = m_manager.Types().TakeNote(server.clock);
     XLXComPtr<ILXTypeEnum> types;
-    HRESULT result = LXAsk("ILXConfigFactory::GetTypeEnum", types, LXNoResult::Nothing, {}, at,
-                           [&](ILXTypeEnum** out) { return server.configFactory->GetTypeEnum(nullptr, out); });
+    HRESULT result =
+        LXAsk("ILXConfigFactory::GetTypeEnum", types, LXNoResult::Nothing, {}, at,
+              [&](ILXTypeEnum** out) { return server.configFactory->GetTypeEnum(nullptr, out); });
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"), at);
     if (result != S_OK)
     {
         return nullptr;
     }
     std::vector<XTypeLoad> loads;
-    result = LXForEachOf<TypeBatch, ILXType>(*types, "ILXTypeEnum::RemNext", at, [&](XLXComPtr<ILXType>&& type) {
-        if (const XLXText name = TextOf(*type, MemberTypeName); !name.empty())
-        {
-            loads.push_back(LoadOf(type, name));
-        }
-    });
+    result =
+        LXForEachOf<TypeBatch, ILXType>(*types, "ILXTypeEnum::RemNext", at, [&](XLXComPtr<ILXType>&& type) {
+            if (const XLXText name = TextOf(*type, MemberTypeName); !name.empty())
+            {
+                loads.push_back(LoadOf(type, name));
+            }
+        });
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"), at);
     return m_manager.EnterTypes(loads, noted, true);
 }
@@ -209,10 +216,11 @@ std::vector<XTypeLoad> XLXCFCMngImplClient::LoadTypeByName(ILXConfigFactoryEx& f
     const LONG mode = BulkMode();
     const XLXComBSTR wanted(name);
     XLXSafeArray array;
-    const HRESULT result = LXAsk(
-        "ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", array, LXNoResult::Nothing, {}, at, [&](SAFEARRAY** out) {
-            return factory.GetTypeArrayByTypeNameEx(wanted.Get(), withBases ? 1 : 0, mode, out);
-        });
+    const HRESULT result =
+        LXAsk("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", array, LXNoResult::Nothing, {}, at,
+              [&](SAFEARRAY** out) {
+                  return factory.GetTypeArrayByTypeNameEx(wanted.Get(), withBases ? 1 : 0, mode, out);
+              });
     XLXError::RaiseIfFailed(result, OLESTR("the type cannot be loaded"), at);
     return result == S_OK ? LXDecodeTypes(std::move(array), mode) : std::vector<XTypeLoad>();
 }

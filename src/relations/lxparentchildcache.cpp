@@ -17,9 +17,8 @@ XLXParentChildCache::XLXParentChildCache(XLXComPtr<IUnknown> server, XClockPtr c
 
 HRESULT XLXParentChildCache::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
 {
-    LXEmptyOut(ppEnum);
     return XLXError::Guarded(TheFacts.At("GetPCInfoEnum"), [&] {
-        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetPCInfoEnum", 368));
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetPCInfoEnum", 368));
         std::vector<XLXComPtr<ILXPCInfo>> items;
         if (const PCInfoMapPtr infos = LoadPCInfos())
         {
@@ -34,9 +33,8 @@ HRESULT XLXParentChildCache::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
 
 HRESULT XLXParentChildCache::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo)
 {
-    LXEmptyOut(ppPCInfo);
     return XLXError::Guarded(TheFacts.At("GetPCInfo"), [&] {
-        XLXError::CheckPointer(ppPCInfo, OLESTR("ppPCInfo"), TheFacts.At("GetPCInfo", 404));
+        LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), TheFacts.At("GetPCInfo", 404));
         *ppPCInfo = FindPCInfo(LXBstrView(bstrBrowserId)).Detach();
         return *ppPCInfo != nullptr ? S_OK : S_FALSE;
     });
@@ -104,7 +102,8 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos()
     return infos;
 }
 
-XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMoment& moment, std::exception_ptr& failure)
+XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMoment& moment,
+                                                                    std::exception_ptr& failure)
 {
     const LXErrorLocation at = TheFacts.At("LoadPCInfos");
     const PCInfoMapPtr former = m_pcInfos.Held();
@@ -120,10 +119,10 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMomen
     {
         if (SUCCEEDED(result) && infos)
         {
-            LXForEachOf<PCInfoBatch, ILXPCInfo>(*infos, "ILXPCInfoEnum::RemNext", at,
-                                                [&](XLXComPtr<ILXPCInfo>&& element) {
-                                                    AddPCInfo(former, *fresh, std::move(element), moment, retired);
-                                                });
+            LXForEachOf<PCInfoBatch, ILXPCInfo>(
+                *infos, "ILXPCInfoEnum::RemNext", at, [&](XLXComPtr<ILXPCInfo>&& element) {
+                    AddPCInfo(former, *fresh, std::move(element), moment, retired);
+                });
         }
     }
     catch (const XLXException&)
@@ -133,15 +132,17 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMomen
     return fresh;
 }
 
-// A PC info that is there already for its browser stays the same object: whoever holds it reads the new values.
+// A PC info that is there already for its browser stays the same object: whoever holds it reads the new
+// values.
 void XLXParentChildCache::AddPCInfo(const PCInfoMapPtr& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server,
                                     const XMoment& moment, XRetired& retired) const
 {
     const LXErrorLocation at = TheFacts.At("LoadPCInfos");
     XVariantRow values;
     const HRESULT read = LXWithoutRaising([&] { return LXFetchProperties(*server, at, values); });
-    auto key = read == S_OK && values.size() > MemberPCInfoBrowser ? XCFGStringKey::Of(values[MemberPCInfoBrowser])
-                                                                   : std::nullopt;
+    auto key = read == S_OK && values.size() > MemberPCInfoBrowser
+                   ? XCFGStringKey::Of(values[MemberPCInfoBrowser])
+                   : std::nullopt;
     if (!key)
     {
         return; // without its browser there is no key to find it by
@@ -164,14 +165,12 @@ void XLXParentChildCache::OnDirectNotification(const XDirectNotification& notifi
 {
     AdvanceIf(XAspect::PCInfos, notification.concerned, m_pcInfos, touched);
     // The receivers only advance counts, so they may be called under the lock.
-    m_pcInfos.ReadHeld([&](const PCInfoMap* infos) {
-        LXNotifyDirectly(infos, notification, touched);
-    });
+    m_pcInfos.ReadHeld([&](const PCInfoMap* infos) { LXNotifyDirectly(infos, notification, touched); });
 }
 
 HRESULT XLXParentChildCache::Terminate() noexcept
 {
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapPCinfo failed"), TheFacts.At("Terminate", 85),
-                         [&] { const auto former = m_pcInfos.Clear(); });
+    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapPCinfo failed"),
+                         TheFacts.At("Terminate", 85), [&] { const auto former = m_pcInfos.Clear(); });
     return S_OK;
 }

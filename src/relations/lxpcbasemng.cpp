@@ -15,10 +15,7 @@ HRESULT XLXPCBaseMng::GetCachedPCEnum(ILX_BaseDataObject* parent, ILX_BaseDataOb
                                       bool newOnly, ILXParentChildEnum** ppEnum)
 {
     const LXErrorLocation at = At("GetCachedPCEnum", 38);
-    if (ppEnum != nullptr)
-    {
-        *ppEnum = nullptr;
-    }
+    LXEmptyOut(ppEnum);
     XLXError::CheckPointer(parent, OLESTR("pObjectParent"), at);
     XLXError::CheckPointer(child, OLESTR("pObjectChild"), at);
     XLXError::CheckPointer(ppEnum, OLESTR("ppPCEnum"), at);
@@ -33,8 +30,7 @@ HRESULT XLXPCBaseMng::GetCachedPCEnum(ILX_BaseDataObject* parent, ILX_BaseDataOb
 
 HRESULT XLXPCBaseMng::GetThisBrowserPCEnum(BSTR typeName, BSTR browserId, ILXParentChildEnum** ppEnum)
 {
-    XLXError::CheckPointer(ppEnum, OLESTR("ppPCEnum"), At("GetThisBrowserPCEnum", 91));
-    *ppEnum = nullptr;
+    LXCheckOut(ppEnum, OLESTR("ppILXParentChildEnum"), At("GetThisBrowserPCEnum", 91));
     XLXText parentType(LXBstrView(typeName));
     XLXText childType;
     Relations result;

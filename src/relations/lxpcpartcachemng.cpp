@@ -34,8 +34,9 @@ HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName)
         }
     }
     XLXComBSTR own;
-    LXServerCall("ILX_BaseDataObject::GetTypeName");
-    const HRESULT result = object->GetTypeName(own.Put());
+    const HRESULT result =
+        LXAskText("ILX_BaseDataObject::GetTypeName", own, LXPCPartAt("CollectPCRelationsByDO"),
+                  [&](BSTR* out) { return object->GetTypeName(out); });
     if (result == S_OK)
     {
         typeName = own.View();
@@ -173,11 +174,11 @@ HRESULT XLXPCPartCacheMng::EnumerateBetween(const char* method, ILX_BaseDataObje
 
 HRESULT XLXPCPartCacheMng::GetParentChildEnum(BSTR typeName, ILXParentChildEnum** ppEnum)
 {
+    LXCheckOut(ppEnum, OLESTR("ppEnum"), LXPCPartAt("GetParentChildEnum"));
     if (!LXBstrView(typeName).empty())
     {
         return EnumerateBelow("GetParentChildEnum", nullptr, typeName, nullptr, LXPCF_NONE, ppEnum);
     }
-    LXCheckOut(ppEnum, OLESTR("ppEnum"), LXPCPartAt("GetParentChildEnum"));
     Relations result;
     if (const ParentMapPtr relations = Loaded(); relations)
     {

@@ -17,8 +17,9 @@ XLXTextView ListName(BSTR childList)
 XLXComVariant AttributeOf(ILX_BaseDataObject& object, const OLECHAR* name, HRESULT& result)
 {
     XLXComVariant value;
-    LXServerCall("ILX_BaseDataObject::GetAttribute");
-    result = object.GetAttribute(XLXComBSTR(name).Get(), value.Put());
+    const XLXComBSTR attribute(name);
+    result = LXAskValue("ILX_BaseDataObject::GetAttribute", value,
+                        [&](VARIANT* out) { return object.GetAttribute(attribute.Get(), out); });
     return value;
 }
 
@@ -49,12 +50,14 @@ XLXComPtr<ILX_BaseDataObject> OtherEnd(ILX_BaseDataObject* relationship, ILX_Bas
         XLXError::Raise(E_INVALIDARG, OLESTR("QI at relationship for ILXRelation."),
                         LXPCPartAt("GetSinglePCRelationByDO", 934));
     }
+    const LXErrorLocation at = LXPCPartAt("GetSinglePCRelationByDO");
     XLXComPtr<ILX_BaseDataObject> other;
-    LXServerCall("ILXRelation::GetRelatedObject");
-    if (relation->GetRelatedObject(parent, other.Put()) != S_OK || !other)
+    const HRESULT result =
+        LXAsk("ILXRelation::GetRelatedObject", other, LXNoResult::Nothing, {}, at,
+              [&](ILX_BaseDataObject** out) { return relation->GetRelatedObject(parent, out); });
+    if (result != S_OK)
     {
-        XLXError::Raise(E_INVALIDARG, OLESTR("Other related object not found."),
-                        LXPCPartAt("GetSinglePCRelationByDO"));
+        XLXError::Raise(E_INVALIDARG, OLESTR("Other related object not found."), at);
     }
     return other;
 }

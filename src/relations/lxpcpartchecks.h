@@ -20,12 +20,4 @@ inline void LXCheckNotEmpty(BSTR text, XLXTextView failureText, const LXErrorLoc
     }
 }
 
-/// Checks an out pointer, and empties what it points to.
-template <class T>
-void LXCheckOut(T** out, XLXTextView name, const LXErrorLocation& at)
-{
-    XLXError::CheckPointer(out, name, at);
-    *out = nullptr;
-}
-
 #endif

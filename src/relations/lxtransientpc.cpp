@@ -169,8 +169,7 @@ XLockedLink<XPCInfoRegistry> XLXTransientPC::LockOwner() const
 HRESULT XLXTransientPC::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
 {
     return XLXError::Guarded(At("GetPCInfoEnum"), [&]() -> HRESULT {
-        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), At("GetPCInfoEnum"));
-        *ppEnum = nullptr;
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), At("GetPCInfoEnum"));
         const auto owner = LockOwner();
         return owner ? owner->InternalGetPCInfoEnum(ppEnum, m_flag) : S_FALSE;
     });
@@ -179,8 +178,7 @@ HRESULT XLXTransientPC::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
 HRESULT XLXTransientPC::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo)
 {
     return XLXError::Guarded(At("GetPCInfo"), [&]() -> HRESULT {
-        XLXError::CheckPointer(ppPCInfo, OLESTR("ppPCInfo"), At("GetPCInfo"));
-        *ppPCInfo = nullptr;
+        LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), At("GetPCInfo"));
         const auto owner = LockOwner();
         return owner ? owner->InternalGetPCInfo(LXBstrView(bstrBrowserId), ppPCInfo, m_flag) : S_FALSE;
     });

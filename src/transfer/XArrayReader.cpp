@@ -96,9 +96,22 @@ void XArrayReader::Finish() noexcept
     }
 }
 
+std::span<XLXComVariant> XArrayReader::NextOwned(ULONG count, const char* method)
+{
+    const std::span<XLXComVariant> elements = Next(count, method);
+    for (XLXComVariant& element : elements)
+    {
+        if ((element.Type() & VT_BYREF) != 0)
+        {
+            element = element.Copy(); // of what it refers to
+        }
+    }
+    return elements;
+}
+
 XVariantRow XArrayReader::Values(ULONG count)
 {
-    const std::span<XLXComVariant> elements = Next(count, "VecFromSafeArray");
+    const std::span<XLXComVariant> elements = NextOwned(count, "VecFromSafeArray");
     if (m_values == EValues::InPlace)
     {
         return {m_array, elements};
@@ -167,7 +180,7 @@ XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from)
     {
         XArrayReader::RaiseSize(method);
     }
-    from.CheckRemaining(static_cast<ULONG>(count), method);
+    const std::span<XLXComVariant> elements = from.NextOwned(static_cast<ULONG>(count), method);
     SAFEARRAYBOUND bound = {static_cast<ULONG>(count), 0};
     XLXSafeArray array(SafeArrayCreate(VT_VARIANT, 1, &bound));
     void* data = nullptr;
@@ -175,7 +188,6 @@ XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from)
                             OLESTR("SafeArrayPutElement failed"), TransferAt(method));
     if (count != 0)
     {
-        const std::span<XLXComVariant> elements = from.Next(bound.cElements, method);
         std::memcpy(data, elements.data(), elements.size_bytes()); // over elements that are empty
         for (XLXComVariant& element : elements)
         {

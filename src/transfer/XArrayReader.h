@@ -97,8 +97,12 @@ public:
         m_index += count;
         return elements;
     }
+    /// The next elements, none of which refers to a value that is somebody else's: who keeps them may do so.
+    std::span<XLXComVariant> NextOwned(ULONG count, const char* method);
     /// The next elements as values, in place or not.
     XVariantRow Values(ULONG count);
+    /// All elements that remain, as values.
+    XVariantRow Values() { return Values(Remaining()); }
 
     /// Asks for the memory of an element so many further on, when there is one.
     void Prefetch(ULONG ahead) const noexcept

@@ -188,8 +188,7 @@ XLXComPtr<IUnknown> XLXTypeCache::AmendValues(XVariantRow& values)
 HRESULT XLXTypeCache::GetServerType(ILXType** ppType)
 {
     return XLXError::Guarded(TheFacts.At("GetServerType"), [&]() -> HRESULT {
-        XLXError::CheckPointer(ppType, OLESTR("ppType"), TheFacts.At("GetServerType"));
-        *ppType = nullptr;
+        LXCheckOut(ppType, OLESTR("ppType"), TheFacts.At("GetServerType"));
         *ppType = Server().Detach();
         return S_OK;
     });

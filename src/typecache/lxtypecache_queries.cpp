@@ -45,8 +45,7 @@ template <class Interface, class Map, class Key>
 HRESULT XLXTypeCache::LookUp(const char* method, XMapInheritedComp<Map>& map, const Key& key, Interface** out)
 {
     return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
-        XLXError::CheckPointer(out, OLESTR("out pointer"), TheFacts.At(method));
-        *out = nullptr;
+        LXCheckOut(out, OLESTR("out pointer"), TheFacts.At(method));
         map.EnsureComplete();
         return map.Read([&](const Map& components) -> HRESULT {
             const auto found = components.find(typename Map::key_type(key));
@@ -65,8 +64,7 @@ template <class Interface, class IEnum, class Map>
 HRESULT XLXTypeCache::EnumerateAll(const char* method, XMapInheritedComp<Map>& map, IEnum** out)
 {
     return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
-        XLXError::CheckPointer(out, OLESTR("ppEnum"), TheFacts.At(method));
-        *out = nullptr;
+        LXCheckOut(out, OLESTR("ppEnum"), TheFacts.At(method));
         map.EnsureComplete();
         std::vector<XLXComPtr<Interface>> items;
         map.Read([&](const Map& components) {
@@ -103,10 +101,10 @@ HRESULT XLXTypeCache::GetGroup(int iGroupNumber, ILXGroup** ppGroup)
 HRESULT XLXTypeCache::GetToplevelGroupEnum(ILXGroupEnum** ppEnum)
 {
     return XLXError::Guarded(TheFacts.At("GetToplevelGroupEnum"), [&] {
-        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetToplevelGroupEnum"));
-        *ppEnum = nullptr;
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetToplevelGroupEnum"));
         const auto server = Server();
-        return LXPassOn("ILXType::GetToplevelGroupEnum", ppEnum, TheFacts.At("GetToplevelGroupEnum"),
+        return LXPassOn("ILXType::GetToplevelGroupEnum", ppEnum, LXNoResult::PointerError,
+                        TheFacts.At("GetToplevelGroupEnum"),
                         [&](ILXGroupEnum** out) { return server->GetToplevelGroupEnum(out); });
     });
 }
@@ -114,11 +112,12 @@ HRESULT XLXTypeCache::GetToplevelGroupEnum(ILXGroupEnum** ppEnum)
 HRESULT XLXTypeCache::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum)
 {
     return XLXError::Guarded(TheFacts.At("GetPageToplevelGroupEnum"), [&] {
-        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetPageToplevelGroupEnum"));
-        *ppEnum = nullptr;
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetPageToplevelGroupEnum"));
         const auto server = Server();
-        return LXPassOn("ILXType::GetPageToplevelGroupEnum", ppEnum, TheFacts.At("GetPageToplevelGroupEnum"),
-                        [&](ILXGroupEnum** out) { return server->GetPageToplevelGroupEnum(iPageNumber, out); });
+        return LXPassOn("ILXType::GetPageToplevelGroupEnum", ppEnum, LXNoResult::PointerError,
+                        TheFacts.At("GetPageToplevelGroupEnum"), [&](ILXGroupEnum** out) {
+                            return server->GetPageToplevelGroupEnum(iPageNumber, out);
+                        });
     });
 }
 
@@ -136,15 +135,15 @@ HRESULT XLXTypeCache::GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum
 HRESULT XLXTypeCache::GroupsWhere(const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum)
 {
     return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
-        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At(method));
-        *ppEnum = nullptr;
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At(method));
         m_groups.EnsureComplete();
         std::vector<XLXComPtr<ILXGroup>> items;
         for (const auto& [key, component] : m_groups.Snapshot())
         {
-            const auto value = component->Object()->TryRead(member);
-            const auto number = value ? value->AsLong() : std::nullopt;
-            if (number && *number == wanted)
+            XLXComVariant value;
+            XLXError::RaiseIfFailed(component->Object()->ReadProperty(member, value),
+                                    OLESTR("a number of the group cannot be read"), TheFacts.At(method));
+            if (value.AsLong() == wanted)
             {
                 items.emplace_back(component->Object().Get());
             }
@@ -203,8 +202,7 @@ HRESULT XLXTypeCache::InternalGetDisplayGroupAttributeEnum(const char* method, L
                                                            ILXAttributeEnum** ppEnum)
 {
     return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
-        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), TheFacts.At(method));
-        *ppEnum = nullptr;
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At(method));
         m_attributes.EnsureComplete();
         std::vector<XLXComPtr<ILXAttribute>> taken;
         if (!TakeWhereFactsAreKnown(lMask, iGroupNumber, taken))
@@ -232,8 +230,7 @@ HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** p
     }
     const LXErrorLocation at = TheFacts.At("GetAttributeEnum");
     return XLXError::Guarded(at, [&]() -> HRESULT {
-        XLXError::CheckPointer(ppEnum, OLESTR("ppEnum"), at);
-        *ppEnum = nullptr;
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), at);
         m_attributes.EnsureComplete();
         std::set<XCFGStringKey> own;
         XLXComPtr<ILXAttributeEnum> listed;
@@ -246,13 +243,18 @@ HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** p
             result = LXForEachOf<OwnAttributeBatch, ILXAttribute>(
                 *listed.Get(), "ILXAttributeEnum::RemNext", at, [&](XLXComPtr<ILXAttribute>&& attribute) {
                     XLXComVariant name;
-                    LXServerCall("ILXConfigObject::GetProperty");
-                    if (attribute->GetProperty(MemberAttributeName, name.Put()) == S_OK)
+                    const HRESULT read = LXAskValue("ILXConfigObject::GetProperty", name, [&](VARIANT* out) {
+                        return attribute->GetProperty(MemberAttributeName, out);
+                    });
+                    XLXError::RaiseIfFailed(
+                        read, OLESTR("the server failed to list the type's own attributes"), at);
+                    if (read == S_OK)
                     {
                         own.emplace(name.AsText().value_or(XLXText()));
                     }
                 });
-            XLXError::RaiseIfFailed(result, OLESTR("the server failed to list the type's own attributes"), at);
+            XLXError::RaiseIfFailed(result, OLESTR("the server failed to list the type's own attributes"),
+                                    at);
         }
         std::vector<XLXComPtr<ILXAttribute>> items;
         m_attributes.Read([&](const XAttributeMap& attributes) {
@@ -293,8 +295,7 @@ HRESULT XLXTypeCache::InternalGetEditor(const char* method, bool newEditor, BSTR
                                         ILXConfObjEditor** ppEditor)
 {
     return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
-        XLXError::CheckPointer(ppEditor, OLESTR("ppEditor"), TheFacts.At(method));
-        *ppEditor = nullptr;
+        LXCheckOut(ppEditor, OLESTR("ppEditor"), TheFacts.At(method));
         const XLXText wanted = LXLowerCase(LXBstrView(bstrBrowserId));
         m_editors.EnsureComplete();
         for (const auto& [key, component] : m_editors.Snapshot())

@@ -114,6 +114,33 @@ TEST_F(PlanTypes, AFailingQueryMeansNoneForNow)
     }
 }
 
+TEST_F(PlanTypes, TheQueryObjectIsLeftWithoutASearch)
+{
+    for (const char* failing : {"", "ILX_Query::GetSearchResult", "IEnumBaseDataObject::RemNext"})
+    {
+        SCOPED_TRACE(failing);
+        Terminate();
+        m_cache.Reset();
+        Calls().Reset();
+        auto arguments = Arguments(15, true, false);
+        const auto query = m_server->Query();
+        arguments[1] = XLXComVariant::FromUnknown(query.Get());
+        ASSERT_EQ(Initialize(std::move(arguments)), S_OK);
+        if (*failing != 0)
+        {
+            Calls().FailCall(failing, E_ACCESSDENIED);
+        }
+        EXPECT_EQ(IsPlan("Plan"), *failing != 0 ? S_FALSE : S_OK);
+        EXPECT_EQ(Calls().Of("ILX_Query::ResetSearch"), 2u);
+        XLXComPtr<IEnumBaseDataObject> found; // a search without a table finds nothing
+        query->GetSearchResult(found.Put());
+        XLXComPtr<ILX_BaseDataObject> object;
+        ULONG fetched = 0;
+        EXPECT_TRUE(!found || found->RemNext(1, object.Put(), &fetched) == S_FALSE);
+        EXPECT_FALSE(object);
+    }
+}
+
 TEST_F(PlanTypes, WithoutAQueryObjectThereAreNone)
 {
     Terminate();

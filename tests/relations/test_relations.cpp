@@ -95,6 +95,22 @@ TEST_F(Relations, FiltersAndBrowsersRestrictWhatIsListed)
               Names{"Desk/nodes"});
 }
 
+TEST_F(Relations, RefusalsNameTheMethodsOwnArgument)
+{
+    ASSERT_EQ(Start(), S_OK);
+    for (const char* type : {"", "Node"})
+    {
+        ExpectRefusal(Factory()->GetParentChildEnum(B(type).Get(), nullptr, nullptr), E_POINTER,
+                      "invalid pointer: ppEnum");
+        ExpectRefusal(
+            m_cache->GetThisBrowserParentChildEnum(B(type).Get(), nullptr, B("List").Get(), nullptr),
+            E_POINTER, "invalid pointer: ppILXParentChildEnum");
+        ExpectRefusal(m_cache->GetPCEnum2(nullptr, B(type).Get(), nullptr, 0, nullptr), E_POINTER,
+                      "invalid pointer: ppPCEnum");
+    }
+    Terminate();
+}
+
 TEST_F(Relations, OfBaseTypesAreInheritedNearestFirst)
 {
     ASSERT_EQ(Start(), S_OK);

@@ -35,11 +35,15 @@ HRESULT XBaseDataObjectUtilities::GetVector(IEnumBaseDataObject& objects, Object
         ULONG fetched = 0;
         beforeCall("IEnumBaseDataObject::RemNext");
         result = objects.RemNext(Batch, raw, &fetched);
+        if (FAILED(result))
+        {
+            return result; // a failing call leaves nothing to release
+        }
         for (ULONG i = 0; i < Batch; ++i)
         {
             owned[i].Attach(raw[i]); // released even past the count that is claimed
         }
-        for (ULONG i = 0; SUCCEEDED(result) && i < fetched && i < Batch; ++i)
+        for (ULONG i = 0; i < fetched && i < Batch; ++i)
         {
             if (owned[i])
             {
@@ -47,5 +51,5 @@ HRESULT XBaseDataObjectUtilities::GetVector(IEnumBaseDataObject& objects, Object
             }
         }
     }
-    return FAILED(result) ? result : S_OK;
+    return S_OK;
 }

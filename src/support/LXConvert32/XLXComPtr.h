@@ -18,6 +18,11 @@ const IID& LXIid() noexcept
 }
 
 template <class T>
+class XLXComPtr;
+template <class T, class U>
+HRESULT LXQuery(U& object, XLXComPtr<T>& result) noexcept;
+
+template <class T>
 class XLXComPtr
 {
 public:
@@ -89,9 +94,9 @@ public:
     XLXComPtr<U> As() const noexcept
     {
         XLXComPtr<U> other;
-        if (m_object != nullptr && FAILED(m_object->QueryInterface(LXIid<U>(), other.PutVoid())))
+        if (m_object != nullptr)
         {
-            (void)other.Detach(); // a failing query leaves nothing to release
+            (void)LXQuery(*m_object, other);
         }
         return other;
     }
@@ -107,6 +112,19 @@ private:
 
     T* m_object = nullptr;
 };
+
+/// Asks an object for an interface. A failing query leaves nothing to release, whatever it left in the
+/// pointer.
+template <class T, class U>
+HRESULT LXQuery(U& object, XLXComPtr<T>& result) noexcept
+{
+    const HRESULT answer = object.QueryInterface(LXIid<T>(), result.PutVoid());
+    if (FAILED(answer))
+    {
+        (void)result.Detach();
+    }
+    return answer;
+}
 
 template <class T, class U>
 bool operator==(const XLXComPtr<T>& left, const XLXComPtr<U>& right) noexcept

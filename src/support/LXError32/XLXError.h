@@ -126,6 +126,14 @@ void LogFailure(XLXTextView text, const LXErrorLocation& at, F&& step) noexcept
 }
 } // namespace XLXError
 
+/// Checks an out pointer, and empties what it points to: the first thing that a method does.
+template <class T>
+void LXCheckOut(T** out, XLXTextView name, const LXErrorLocation& at)
+{
+    XLXError::CheckPointer(out, name, at);
+    *out = nullptr;
+}
+
 /// Texts from parts: wide text, narrow ASCII literals and numbers.
 class XLXFormat
 {
