@@ -27,37 +27,37 @@ XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager()
 
 HRESULT XLXConfigFactoryCacheManager::QueryInterface(REFIID iid, void** ppv)
 {
-    if (ppv == nullptr)
-    {
-        return E_POINTER;
-    }
-    *ppv = nullptr;
+    return XLXError::Guarded(LXManagerAt("QueryInterface"), [&]() -> HRESULT {
+        LXCheckOut(ppv, OLESTR("ppv"), LXManagerAt("QueryInterface"));
+        *ppv = FindFace(iid);
+        if (*ppv == nullptr)
+        {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    });
+}
+
+void* XLXConfigFactoryCacheManager::FindFace(REFIID iid) noexcept
+{
     if (IsEqualIID(iid, LXIid<ILXConfigFactoryCache>()) || IsEqualIID(iid, IID_IUnknown))
     {
-        *ppv = static_cast<ILXConfigFactoryCache*>(this);
+        return static_cast<ILXConfigFactoryCache*>(this);
     }
-    else if (IsEqualIID(iid, LXIid<ILXConfigFactory>()))
+    if (IsEqualIID(iid, LXIid<ILXConfigFactory>()))
     {
-        *ppv = static_cast<ILXConfigFactory*>(this);
+        return static_cast<ILXConfigFactory*>(this);
     }
-    else if (IsEqualIID(iid, LXIid<IDPFObject>()))
+    if (IsEqualIID(iid, LXIid<IDPFObject>()))
     {
-        *ppv = static_cast<IDPFObject*>(this);
+        return static_cast<IDPFObject*>(this);
     }
-    else if (IsEqualIID(iid, LXIid<ILXCallback>()) || IsEqualIID(iid, LXIid<ILXCallbackUpdate>()))
+    if (IsEqualIID(iid, LXIid<ILXCallback>()) || IsEqualIID(iid, LXIid<ILXCallbackUpdate>()))
     {
-        *ppv = static_cast<ILXCallbackUpdate*>(this);
+        return static_cast<ILXCallbackUpdate*>(this);
     }
-    else if (IsEqualIID(iid, LXIid<ILXServerEntryPoint>()))
-    {
-        *ppv = static_cast<ILXServerEntryPoint*>(this);
-    }
-    else
-    {
-        return E_NOINTERFACE;
-    }
-    AddRef();
-    return S_OK;
+    return IsEqualIID(iid, LXIid<ILXServerEntryPoint>()) ? static_cast<ILXServerEntryPoint*>(this) : nullptr;
 }
 
 ULONG XLXConfigFactoryCacheManager::AddRef()

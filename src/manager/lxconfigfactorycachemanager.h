@@ -3,9 +3,12 @@
 // XLXConfigFactoryCacheManager: the one creatable object of the component. One class with six faces; its
 // state sits in small classes of its own, its definitions in one file per concern.
 //
-// Ownership  Between initialisation and Terminate the manager has a connection, which holds the server's interfaces and
-//            the manager's own callback face; without Terminate the server's reference to the callback keeps it alive.
-// Threading  Any thread may call. What is needed of the connection is copied out under a leaf mutex, and called with no
+// Ownership  Between initialisation and Terminate the manager has a connection, which holds the server's
+// interfaces and
+//            the manager's own callback face; without Terminate the server's reference to the callback keeps
+//            it alive.
+// Threading  Any thread may call. What is needed of the connection is copied out under a leaf mutex, and
+// called with no
 //            lock held; notifications wait for no fill and no initialisation.
 #ifndef LXCONFIGFACTORYCACHEMANAGER_H
 #define LXCONFIGFACTORYCACHEMANAGER_H
@@ -188,7 +191,10 @@ public:
     /// The same; empty when there is no connection.
     XServerAccess TryAccess() const noexcept;
     /// The server's config factory; raises E_POINTER when there is none.
-    XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const { return Access(method).configFactory; }
+    XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const
+    {
+        return Access(method).configFactory;
+    }
     XTypeMap& Types() noexcept { return m_types; }
     XTransferModeSupplier& TransferMode() noexcept { return *m_transferMode; }
     /// Enters types of the server. Returns the map to answer from.
@@ -215,14 +221,17 @@ public:
     }
 
 private:
-    struct ClientArguments;
+    void* FindFace(REFIID iid) noexcept;
+
+    struct InitArguments;
 
     template <class Impl>
     void InstallImpl();
     template <class Impl>
     void CheckMode() const;
-    HRESULT Init(ILXConfigFactory* factory, ILX_Query* query, ILXDataUpdate* update, bool clientMode,
-                 bool separateCallback);
+    HRESULT Init(const InitArguments& arguments);
+    std::shared_ptr<XConnection> Begin(const InitArguments& arguments);
+    void LogOtherServer(const XConnection& current, const InitArguments& arguments) const;
     class Registration;
     void RegisterCallback(XConnection& connection, ILXDataUpdate* update, bool separateCallback);
     XLXComPtr<ILXCallbackUpdate> ChooseCallback(bool separate,

@@ -22,12 +22,31 @@ HRESULT InterfaceIn(const VARIANT& value, XLXComPtr<T>& result)
         return DISP_E_TYPEMISMATCH;
     }
     IUnknown* const object = type != VT_EMPTY ? V_UNKNOWN(&value) : nullptr;
-    return object != nullptr ? object->QueryInterface(LXIid<T>(), result.PutVoid()) : E_POINTER;
+    return object != nullptr ? LXQuery(*object, result) : E_POINTER;
 }
 
 bool IsPresent(const VARIANT& value)
 {
     return (V_VT(&value) == VT_UNKNOWN || V_VT(&value) == VT_DISPATCH) && V_UNKNOWN(&value) != nullptr;
+}
+
+/// A service under its name among the named values. The query alone may be left out.
+HRESULT TakeNamed(XLXTextView name, const VARIANT& value, XLXComPtr<ILXConfigFactory>& factory,
+                  XLXComPtr<ILX_Query>& query, XLXComPtr<ILXDataUpdate>& update)
+{
+    const bool isQuery = name == OLESTR("QueryEngine");
+    if (isQuery && (V_VT(&value) == VT_EMPTY || (V_VT(&value) == VT_UNKNOWN && !IsPresent(value))))
+    {
+        return S_OK;
+    }
+    if (V_VT(&value) != VT_UNKNOWN)
+    {
+        return E_INVALIDARG;
+    }
+    return isQuery                           ? InterfaceIn(value, query)
+           : name == OLESTR("Configfactory") ? InterfaceIn(value, factory)
+           : name == OLESTR("UpdateMng")     ? InterfaceIn(value, update)
+                                             : E_INVALIDARG;
 }
 } // namespace
 
@@ -57,13 +76,67 @@ void XLXConfigFactoryCacheManager::InstallImpl()
     CheckMode<Impl>();
 }
 
+/// What an initialisation was given, read before anything of the manager changes.
+struct XLXConfigFactoryCacheManager::InitArguments
+{
+    XLXComPtr<ILXConfigFactory> factory;
+    XLXComPtr<ILX_Query> query;
+    XLXComPtr<ILXDataUpdate> update;
+    bool clientMode = false;
+    bool noNotifications = false;
+    bool separateCallback = false;
+    std::optional<LONG> transferMode;
+
+    /// Reads the values of a client's initialisation, by reference or not. Raises what is wrong with one.
+    void Read(ULONG count, const VARIANT* values);
+
+private:
+    static XLXComVariant At(const VARIANT* values, ULONG index)
+    {
+        return XLXComVariant::CopyOf(values[index]);
+    }
+    static bool FlagAt(const VARIANT* values, ULONG index, XLXTextView failureText)
+    {
+        const auto flag = At(values, index).AsBool();
+        XLXError::RaiseIfFailed(flag ? S_OK : DISP_E_TYPEMISMATCH, failureText, LXManagerAt("Initialize"));
+        return *flag;
+    }
+};
+
+void XLXConfigFactoryCacheManager::InitArguments::Read(ULONG count, const VARIANT* values)
+{
+    const LXErrorLocation at = LXManagerAt("Initialize");
+    clientMode = true;
+    XLXError::RaiseIfFailed(InterfaceIn(At(values, 0).Get(), factory),
+                            OLESTR("value 0 must be an object with ILXConfigFactory"), at);
+    if (const XLXComVariant value = At(values, 1); IsPresent(value.Get()))
+    {
+        XLXError::RaiseIfFailed(InterfaceIn(value.Get(), query),
+                                OLESTR("value 1 must be an object with ILX_Query, or empty"), at);
+    }
+    noNotifications = FlagAt(values, 3, OLESTR("value 3 must be a boolean: no notifications"));
+    separateCallback =
+        count > 4 && FlagAt(values, 4, OLESTR("value 4 must be a boolean: a separate callback object"));
+    if (count > 5)
+    {
+        transferMode = At(values, 5).AsLong();
+        XLXError::RaiseIfFailed(transferMode ? S_OK : DISP_E_TYPEMISMATCH,
+                                OLESTR("value 5 must be a number: the data transfer mode"), at);
+    }
+    if (!noNotifications)
+    {
+        XLXError::RaiseIfFailed(
+            InterfaceIn(At(values, 2).Get(), update),
+            OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true"), at);
+    }
+}
+
 HRESULT XLXConfigFactoryCacheManager::Initialize(ILXConfigFactory* pConfigFactory, ILX_Query* pQuery,
                                                  ILXDataUpdate* pDataUpdate)
 {
     return XLXError::Guarded(LXManagerAt("Initialize"), [&] {
         InstallImpl<XLXCFCMngImplServer>();
-        XLockSwitch::TurnOff();
-        return Init(pConfigFactory, pQuery, pDataUpdate, false, false);
+        return Init({pConfigFactory, pQuery, pDataUpdate, false, m_bNoNotifications.load(), false, {}});
     });
 }
 
@@ -80,17 +153,7 @@ HRESULT XLXConfigFactoryCacheManager::InitializeNamed(ULONG count, tagLXNamedVal
         XLXComPtr<ILXDataUpdate> update;
         for (ULONG i = 0; i < count; ++i)
         {
-            const XLXTextView name = LXBstrView(values[i].bstrName);
-            const VARIANT& value = values[i].varValue;
-            HRESULT result = E_INVALIDARG;
-            if (V_VT(&value) == VT_UNKNOWN)
-            {
-                result = name == OLESTR("QueryEngine")     ? InterfaceIn(value, query)
-                         : name == OLESTR("Configfactory") ? InterfaceIn(value, factory)
-                         : name == OLESTR("UpdateMng")     ? InterfaceIn(value, update)
-                                                           : E_INVALIDARG;
-            }
-            if (FAILED(result))
+            if (FAILED(TakeNamed(LXBstrView(values[i].bstrName), values[i].varValue, factory, query, update)))
             {
                 return E_INVALIDARG;
             }
@@ -99,82 +162,26 @@ HRESULT XLXConfigFactoryCacheManager::InitializeNamed(ULONG count, tagLXNamedVal
     });
 }
 
-/// The values of a client's initialisation, read before anything of the manager changes.
-struct XLXConfigFactoryCacheManager::ClientArguments
-{
-    XLXComPtr<ILXConfigFactory> factory;
-    XLXComPtr<ILX_Query> query;
-    XLXComPtr<ILXDataUpdate> update;
-    bool noNotifications = false;
-    bool separateCallback = false;
-    std::optional<LONG> transferMode;
-
-    HRESULT Read(ULONG count, const VARIANT* values)
-    {
-        HRESULT result = InterfaceIn(values[0], factory);
-        if (SUCCEEDED(result) && IsPresent(values[1]))
-        {
-            result = InterfaceIn(values[1], query);
-        }
-        if (FAILED(result))
-        {
-            return result;
-        }
-        const auto flag = [&](ULONG index) { return XLXComVariant::CopyOf(values[index]).AsBool(); };
-        const auto none = flag(3);
-        const auto separate = count > 4 ? flag(4) : std::optional<bool>(false);
-        if (!none || !separate)
-        {
-            return DISP_E_TYPEMISMATCH;
-        }
-        noNotifications = *none;
-        separateCallback = *separate;
-        if (count > 5)
-        {
-            transferMode = XLXComVariant::CopyOf(values[5]).AsLong();
-            if (!transferMode)
-            {
-                return DISP_E_TYPEMISMATCH;
-            }
-        }
-        return noNotifications ? S_OK : InterfaceIn(values[2], update);
-    }
-};
-
 HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values)
 {
-    return XLXError::Guarded(LXManagerAt("Initialize"), [&]() -> HRESULT {
+    return XLXError::Guarded(LXManagerAt("Initialize"), [&] {
         if (count < 4 || count > 6)
         {
-            return E_INVALIDARG;
+            XLXError::Raise(E_INVALIDARG,
+                            LXFormatText(OLESTR("an initialisation takes 4 to 6 values, not %d"),
+                                         {LXDecimal(static_cast<LONG>(count))}),
+                            LXManagerAt("Initialize"));
         }
         XLXError::CheckPointer(values, OLESTR("values"), LXManagerAt("Initialize"));
-        ClientArguments arguments;
-        const HRESULT result = arguments.Read(count, values);
-        if (FAILED(result))
-        {
-            return result;
-        }
-        CheckMode<XLXCFCMngImplClient>();
-        if (arguments.transferMode)
-        {
-            m_transferMode->Set(*arguments.transferMode);
-        }
+        InitArguments arguments;
+        arguments.Read(count, values);
         InstallImpl<XLXCFCMngImplClient>();
-        {
-            const XFill init(m_init, &m_init, XFillKind::Lifecycle);
-            if (!Connection())
-            {
-                m_bNoNotifications.store(arguments.noNotifications);
-            }
-        }
-        return Init(arguments.factory.Get(), arguments.query.Get(), arguments.update.Get(), true,
-                    arguments.separateCallback);
+        return Init(arguments);
     });
 }
 
-/// Takes the callback's registration back unless the initialisation succeeds: nobody calls Terminate on a manager that
-/// did not initialise, and the server's reference to the callback keeps the manager alive.
+/// Takes the callback's registration back unless the initialisation succeeds: nobody calls Terminate on a
+/// manager that did not initialise, and the server's reference to the callback keeps the manager alive.
 class XLXConfigFactoryCacheManager::Registration
 {
 public:
@@ -198,42 +205,81 @@ private:
     bool m_kept = false;
 };
 
-HRESULT XLXConfigFactoryCacheManager::Init(ILXConfigFactory* factory, ILX_Query* query, ILXDataUpdate* update,
-                                           bool clientMode, bool separateCallback)
+// A second initialisation changes nothing. While another one is on its way nobody can say yet whose server it
+// is.
+HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments)
 {
+    const LXErrorLocation at = LXManagerAt("Init");
     const XFill init(m_init, &m_init, XFillKind::Lifecycle);
-    if (!m_bNoNotifications.load())
+    XLXError::CheckPointer(arguments.noNotifications ? this : static_cast<void*>(arguments.update.Get()),
+                           OLESTR("pDataUpdate"), at);
+    if (const auto current = Connection(); current || init.IsReentered() || init.IsBusyElsewhere())
     {
-        XLXError::CheckPointer(update, OLESTR("pDataUpdate"), LXManagerAt("Init"));
+        if (current)
+        {
+            LogOtherServer(*current, arguments);
+        }
+        return S_OK;
     }
-    if (init.IsReentered() || init.IsBusyElsewhere() || Connection())
-    {
-        return S_OK; // initialised already, or just being
-    }
-    XLXError::CheckPointer(factory, OLESTR("pConfigFactory"), LXManagerAt("Init"));
-    const auto connection = std::make_shared<XConnection>();
-    connection->configFactory = factory;
-    connection->configFactoryEx = connection->configFactory.As<ILXConfigFactoryEx>();
-    connection->query = query;
-    BeginCaches(connection->clock);
-    {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
-        m_connection = connection; // null before, so nothing is released here
-    }
-    XLXError::CheckPointer(connection->configFactoryEx.Get(), OLESTR("m_pConfigFactoryEx"), LXManagerAt("Init"));
+    XLXError::CheckPointer(arguments.factory.Get(), OLESTR("pConfigFactory"), at);
+    const std::shared_ptr<XConnection> connection = Begin(arguments);
     Registration registration(*this, *connection);
-    if (!m_bNoNotifications.load())
+    if (!arguments.noNotifications)
     {
-        RegisterCallback(*connection, update, clientMode && separateCallback);
+        RegisterCallback(*connection, arguments.update.Get(),
+                         arguments.clientMode && arguments.separateCallback);
     }
     XTypeMapPtr types;
-    const HRESULT filled = InternalFillTypeMap(types);
+    const HRESULT filled = LXRaisedAt(at, [&] { return InternalFillTypeMap(types); });
     if (filled == S_OK)
     {
         CreateRelationManager(*connection);
     }
     registration.Keep();
     return filled;
+}
+
+// The locks of the process go off with the first initialisation in server mode whose arguments are accepted.
+std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Begin(const InitArguments& arguments)
+{
+    const auto connection = std::make_shared<XConnection>();
+    connection->configFactory = arguments.factory;
+    connection->configFactoryEx = connection->configFactory.As<ILXConfigFactoryEx>();
+    connection->query = arguments.query;
+    BeginCaches(connection->clock);
+    {
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        m_connection = connection; // null before, so nothing is released here
+    }
+    XLXError::CheckPointer(connection->configFactoryEx.Get(), OLESTR("m_pConfigFactoryEx"),
+                           LXManagerAt("Init"));
+    m_bNoNotifications.store(arguments.noNotifications);
+    if (arguments.transferMode)
+    {
+        m_transferMode->Set(*arguments.transferMode);
+    }
+    if (!arguments.clientMode)
+    {
+        XLockSwitch::TurnOff();
+    }
+    return connection;
+}
+
+void XLXConfigFactoryCacheManager::LogOtherServer(const XConnection& current,
+                                                  const InitArguments& arguments) const
+{
+    XLXComPtr<ILXConfigFactory> first;
+    {
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        first = current.configFactory;
+    }
+    if (arguments.factory && !(first.As<IUnknown>() == arguments.factory.As<IUnknown>()))
+    {
+        XLXError::WriteErrorToLogBook(
+            S_FALSE, XLXError::SeverityError,
+            OLESTR("the cache is initialised already, with another server, and stays so"),
+            LXManagerAt("Init"));
+    }
 }
 
 // The caches take answers of the new connection before anybody can ask through it.
@@ -373,8 +419,8 @@ void XLXConfigFactoryCacheManager::EmptyCaches(const XClockPtr& clock) noexcept
     XLXError::LogFailure(OLESTR("clearing the plan types failed"), at, [&] { m_planTypes.End(clock); });
 }
 
-// The connection ends first: what arrives from then on is entered nowhere. A server may end the cache from inside a
-// call: that does not wait for who initialises meanwhile.
+// The connection ends first: what arrives from then on is entered nowhere. A server may end the cache from
+// inside a call: that does not wait for who initialises meanwhile.
 HRESULT XLXConfigFactoryCacheManager::Terminate()
 {
     return XLXError::Guarded(LXManagerAt("Terminate"), [&]() -> HRESULT {

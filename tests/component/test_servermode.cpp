@@ -129,3 +129,32 @@ TEST_F(ServerMode, EntryPointTakesExactlyThreeNamedObjects)
     EXPECT_EQ(Start(), E_FAIL); // client mode is refused from here on
     Terminate();
 }
+
+TEST_F(ServerMode, TheQueryMayBeLeftOutByName)
+{
+    const auto factory = m_server->ConfigFactory();
+    const auto update = m_server->DataUpdate();
+    for (const VARTYPE type : {VT_UNKNOWN, VT_EMPTY})
+    {
+        const XLXComBSTR names[] = {XLXComBSTR(OLESTR("Configfactory")), XLXComBSTR(OLESTR("QueryEngine")),
+                                    XLXComBSTR(OLESTR("UpdateMng"))};
+        const XLXComVariant objects[] = {XLXComVariant::FromUnknown(factory.Get()), XLXComVariant(),
+                                         XLXComVariant::FromUnknown(update.Get())};
+        for (const std::size_t left : {1u, 0u, 2u})
+        {
+            tagLXNamedValue values[3] = {};
+            for (std::size_t i = 0; i < 3; ++i)
+            {
+                values[i] = {names[i].Get(), objects[i].Get()};
+            }
+            V_VT(&values[left].varValue) = type;
+            V_UNKNOWN(&values[left].varValue) = nullptr;
+            V_VT(&values[1].varValue) = type;
+            m_cache = LXMakeCache();
+            EXPECT_EQ(m_cache.As<ILXServerEntryPoint>()->InitializeNamed(3, values),
+                      left == 1 ? S_OK : E_INVALIDARG);
+            EXPECT_EQ(m_server->Clients().size(), left == 1 ? 1u : 0u);
+            Terminate();
+        }
+    }
+}

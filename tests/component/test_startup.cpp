@@ -80,6 +80,96 @@ TEST_F(Startup, RefusesWrongArgumentsAndStaysUsable)
     Terminate();
 }
 
+TEST_F(Startup, RefusalsNameTheValueAndWhatItShouldBe)
+{
+    struct Refusal
+    {
+        std::size_t value;
+        XLXComVariant odd;
+        HRESULT result;
+        const OLECHAR* text;
+    };
+    const auto text = [] { return XLXComVariant::FromBstr(OLESTR("odd")); };
+    const auto object = [&] { return XLXComVariant::FromUnknown(m_server->DataObject("Pump").Get()); };
+    Refusal refusals[] = {
+        {0, text(), DISP_E_TYPEMISMATCH, OLESTR("value 0 must be an object with ILXConfigFactory")},
+        {0, XLXComVariant(), E_POINTER, OLESTR("value 0 must be an object with ILXConfigFactory")},
+        {0, object(), E_NOINTERFACE, OLESTR("value 0 must be an object with ILXConfigFactory")},
+        {1, object(), E_NOINTERFACE, OLESTR("value 1 must be an object with ILX_Query, or empty")},
+        {2, text(), DISP_E_TYPEMISMATCH,
+         OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true")},
+        {2, XLXComVariant(), E_POINTER,
+         OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true")},
+        {3, text(), DISP_E_TYPEMISMATCH, OLESTR("value 3 must be a boolean: no notifications")},
+        {4, text(), DISP_E_TYPEMISMATCH, OLESTR("value 4 must be a boolean: a separate callback object")},
+        {5, text(), DISP_E_TYPEMISMATCH, OLESTR("value 5 must be a number: the data transfer mode")}};
+    for (Refusal& refusal : refusals)
+    {
+        std::vector<XLXComVariant> values = Arguments(15, false, false);
+        values[refusal.value] = std::move(refusal.odd);
+        EXPECT_EQ(Initialize(std::move(values)), refusal.result) << refusal.value;
+        EXPECT_EQ(LXErrorInformation::Take().description, refusal.text);
+    }
+    EXPECT_EQ(Initialize({}), E_INVALIDARG);
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("an initialisation takes 4 to 6 values, not 0"));
+    EXPECT_EQ(Calls().Total(), 0u);
+}
+
+TEST_F(Startup, ValuesByReferenceAreTaken)
+{
+    const auto values = Arguments(7, false, false);
+    IUnknown* const query = V_UNKNOWN(&values[1].Get());
+    for (const bool isDirect : {false, true})
+    {
+        std::vector<XLXComVariant> references(values.size());
+        for (std::size_t i = 0; i < values.size(); ++i)
+        {
+            V_VT(&references[i].Get()) = VT_BYREF | VT_VARIANT;
+            V_BYREF(&references[i].Get()) = const_cast<VARIANT*>(&values[i].Get());
+        }
+        if (isDirect)
+        {
+            V_VT(&references[1].Get()) = VT_BYREF | VT_UNKNOWN;
+            V_BYREF(&references[1].Get()) = const_cast<IUnknown**>(&query);
+        }
+        m_cache = LXMakeCache();
+        ASSERT_EQ(Initialize(std::move(references)), S_OK);
+        LONG mode = 0;
+        EXPECT_EQ(m_cache->GetCFCDataTransferMode(&mode), S_OK);
+        EXPECT_EQ(mode, 7);
+        const auto searches = Calls().Of("ILX_Query::GetSearchResult");
+        EXPECT_EQ(m_cache->IsPlantype(m_server->DataObject("Pump").Get()), S_FALSE);
+        EXPECT_EQ(Calls().Of("ILX_Query::GetSearchResult"), searches + 1);
+        Terminate();
+    }
+}
+
+TEST_F(Startup, ASecondInitialisationDoesNothing)
+{
+    ASSERT_EQ(Start(7), S_OK);
+    const auto again = [&](std::vector<XLXComVariant> values, HRESULT expected) {
+        ExpectCalls(0, [&] { EXPECT_EQ(Initialize(std::move(values)), expected); });
+        LONG mode = 0;
+        EXPECT_EQ(m_cache->GetCFCDataTransferMode(&mode), S_OK);
+        EXPECT_EQ(mode, 7);
+        EXPECT_EQ(m_server->Clients().size(), 1u);
+    };
+    auto silent = Arguments(15, true, false);
+    silent[2] = XLXComVariant();
+    again(std::move(silent), S_OK);
+    auto withoutService = Arguments(15, false, false);
+    withoutService[2] = XLXComVariant();
+    again(std::move(withoutService), E_POINTER);
+    const auto otherServer = XSampleServer::Create(LXTestModel());
+    auto other = Arguments(15, false, false);
+    other[0] = XLXComVariant::FromUnknown(otherServer->ConfigFactory().Get());
+    again(std::move(other), S_OK);
+    EXPECT_EQ(otherServer->Calls().Total(), 0u);
+    Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift"); // notifications still come
+    EXPECT_EQ(LXRead(Attribute("Pump", "Head").Get(), XProperty::Label), OLESTR("Lift"));
+    Terminate();
+}
+
 TEST_F(Startup, ServerModeIsRefusedAfterClientMode)
 {
     ASSERT_EQ(Start(), S_OK);
@@ -119,6 +209,10 @@ TEST_F(Startup, FailedBulkReadIsReturnedAndRetriedByTheNextQuestion)
 {
     Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayEx", E_ACCESSDENIED);
     EXPECT_EQ(Start(), E_ACCESSDENIED);
+    const auto error = LXErrorInformation::Take();
+    EXPECT_EQ(error.description, OLESTR("the types cannot be loaded"));
+    EXPECT_NE(error.source.find(OLESTR("XLXConfigFactoryCacheManager::Init (")), XLXText::npos)
+        << LXNarrow(error.source);
     EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
     Terminate();
 }
@@ -178,6 +272,8 @@ TEST_F(Startup, ValidityServerEndAndIdentity)
     EXPECT_EQ(valid, 0);
     EXPECT_EQ(m_cache->IsValid(nullptr), E_POINTER);
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: pbValid"));
+    EXPECT_EQ(m_cache->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: ppv"));
 
     XLXComPtr<ILXConfigFactory> real;
     EXPECT_EQ(m_cache->GetRealConfigFactory(real.Put()), S_OK);
