@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 //
-// The lazy server proxy: a server object, asked for its interface when it is first needed.
+// The lazy server proxy: a server object, asked for its interface when it is first needed. An object that did
+// not come with its record is asked for itself then.
 #ifndef LXCOMINTERFACEPROXY_H
 #define LXCOMINTERFACEPROXY_H
 
 #include "XLXComPtr.h"
 #include "XLXError.h"
 #include "XLeafMutex.h"
+#include "XServerSource.h"
 
 #include <cstdint>
 #include <mutex>
@@ -23,11 +25,12 @@ public:
         : m_scope(scope), m_held(std::move(held))
     {}
 
-    /// The server object's interface. Raises when there is no server object, or it lacks the interface. The
-    /// server object is asked with no lock held; two threads may both ask, and one answer is kept.
+    /// The server object's interface. Raises when there is no server object, or it lacks the interface. It is
+    /// asked for with no lock held; two threads may both ask, and one answer is kept.
     XLXComPtr<I> operator*() const
     {
         XLXComPtr<IUnknown> held;
+        XServerSourcePtr source;
         {
             const std::lock_guard<XLeafMutex> lock(m_mutex);
             if (m_typed)
@@ -35,34 +38,31 @@ public:
                 return m_typed;
             }
             held = m_held;
+            source = m_source;
         }
-        if (!held)
+        if (!held && source)
         {
-            XLXError::CheckPointer(nullptr, OLESTR("server object"), At(68));
+            held = source->Ask();
         }
+        XLXError::CheckPointer(held.Get(), OLESTR("server object"), At(68));
         XLXComPtr<I> typed;
-        const HRESULT result = held->QueryInterface(LXIid<I>(), typed.PutVoid());
-        if (FAILED(result))
-        {
-            (void)typed.Detach(); // a failing query leaves nothing to release
-            XLXError::Raise(result, OLESTR("DCOM Query Interface failed."), At(68));
-        }
+        XLXError::RaiseIfFailed(LXQuery(*held, typed), OLESTR("DCOM Query Interface failed."), At(68));
         XLXError::CheckPointer(typed.Get(), OLESTR("server interface"), At(71));
-        Publish(held, typed);
+        Publish(held, typed, source);
         return typed;
     }
 
-    /// Whether there is a server object.
+    /// Whether there is a server object, or somebody to ask for it.
     bool HasObject() const noexcept
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        return static_cast<bool>(m_held);
+        return m_held || m_source;
     }
 
-    /// Exchanges the server object, unless a later record brought the one that is there; the caller releases the old one
-    /// with no lock held.
+    /// Exchanges the server object, and where it is asked for, unless a later record brought what is there; the caller
+    /// releases the old one with no lock held.
     /// @param record  orders the records
-    bool Swap(XLXComPtr<IUnknown>& held, XLXComPtr<I>& typed, std::uint64_t record) noexcept
+    bool Swap(XLXComPtr<IUnknown>& held, XLXComPtr<I>& typed, XServerSourcePtr& source, std::uint64_t record) noexcept
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         if (record < m_record)
@@ -72,6 +72,7 @@ public:
         m_record = record;
         m_held.Swap(held);
         m_typed.Swap(typed);
+        m_source.swap(source);
         return true;
     }
 
@@ -81,10 +82,16 @@ private:
         return {"LXComInterfaceProxy", m_scope, "operator *", line};
     }
 
-    void Publish(const XLXComPtr<IUnknown>& held, XLXComPtr<I> typed) const noexcept
+    /// Keeps an answer, unless another record came meanwhile: its source is another one.
+    void Publish(XLXComPtr<IUnknown> held, XLXComPtr<I> typed, const XServerSourcePtr& source) const noexcept
     {
+        const IUnknown* const object = held.Get();
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        if (m_held == held && !m_typed)
+        if (!m_held && m_source && m_source == source)
+        {
+            m_held.Swap(held);
+        }
+        if (m_held.Get() == object && !m_typed)
         {
             m_typed.Swap(typed);
         }
@@ -92,9 +99,10 @@ private:
 
     const char* m_scope;
     mutable XLeafMutex m_mutex; // guards what follows; nothing foreign is called while it is held
-    std::uint64_t m_record = 0; // the newest one that brought a server object
-    XLXComPtr<IUnknown> m_held;
+    std::uint64_t m_record = 0; // the newest one that brought a server object, or where to ask for it
+    mutable XLXComPtr<IUnknown> m_held;
     mutable XLXComPtr<I> m_typed;
+    XServerSourcePtr m_source; // another one for each record without an object
 };
 } // namespace LXComInterfaceProxy
 

@@ -4,9 +4,11 @@
 //
 // A cached object answers through the interface of the server object that it mirrors, and is a callback for
 // the change notifications that concern it. It reads all values of the server object in one call when the
-// first one is wanted, and answers from its property store while the store's stamp is what would be noted now.
+// first one is wanted, and answers from its property store while the store's stamp is what would be noted
+// now.
 //
-// Ownership  The object holds one reference to its server object and one to the clock of its connection. It is
+// Ownership  The object holds one reference to its server object and one to the clock of its connection. It
+// is
 //            destroyed by the last Release.
 // Threading  Any thread may call. The store has its own lock; the server is called with no lock held, so two
 // threads
@@ -153,7 +155,8 @@ public:
             XAspectSet touched;
             if (m_clock)
             {
-                NotifyDirectly({concerned, id.kind == LXDataIdKind::ParentChild, m_clock->DrawDirect()}, touched);
+                NotifyDirectly({concerned, id.kind == LXDataIdKind::ParentChild, m_clock->DrawDirect()},
+                               touched);
             }
             LXTraceInvalidated(touched);
             return S_OK;
@@ -162,7 +165,8 @@ public:
 
     // For owners
 
-    /// Takes a notification that came straight to the object or its owner. Waits for nobody but for who looks a map up.
+    /// Takes a notification that came straight to the object or its owner. Waits for nobody but for who looks
+    /// a map up.
     /// @param touched  receives what became stale
     void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched)
     {
@@ -235,19 +239,29 @@ public:
         Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
     }
 
+    /// Says where a new object asks for its server object, which it has not.
+    void SetSource(XServerSourcePtr source) noexcept
+    {
+        XLXComPtr<IUnknown> none;
+        XLXComPtr<Interface> typed;
+        m_server.Swap(none, typed, source, 0);
+    }
+
     /// Takes a record of a bulk answer: its server object replaces the one that is there, and its values do unless newer
     /// ones are there. Without values the next read asks the server. What was loaded through a former server object is
     /// stale then: the pointer is replaced first and the own counts are advanced after, while whoever asks notes first
-    /// and takes the pointer after.
+    /// and takes the pointer after. An object that was asked for, or is being asked for, is a former one.
+    /// @param source  of a server object that did not come
     /// @return false: a later record was there already, and nothing changed
-    bool TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment, XRetired& retired)
+    bool TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment, XRetired& retired,
+                    XServerSourcePtr source = {})
     {
         const IUnknown* const wanted = server.Get();
         XLXComPtr<Interface> typed;
-        const bool isTaken = m_server.Swap(server, typed, moment.At(Facts.set));
+        const bool isTaken = m_server.Swap(server, typed, source, moment.At(Facts.set));
         if (isTaken)
         {
-            if (server && server.Get() != wanted)
+            if (server ? server.Get() != wanted : source != nullptr)
             {
                 AdvanceAll();
             }
@@ -326,7 +340,8 @@ protected:
 
     /// Advances the own count of a holder when a notification concerns its aspect.
     template <class Holder>
-    static void AdvanceIf(XAspect aspect, const XAspectSet& concerned, Holder& holder, XAspectSet& touched) noexcept
+    static void AdvanceIf(XAspect aspect, const XAspectSet& concerned, Holder& holder,
+                          XAspectSet& touched) noexcept
     {
         if (concerned.Has(aspect))
         {
@@ -375,7 +390,8 @@ protected:
     {
         XLXComPtr<IUnknown> server;
         XLXComPtr<Interface> typed;
-        m_server.Swap(server, typed, ~std::uint64_t{0});
+        XServerSourcePtr source;
+        m_server.Swap(server, typed, source, ~std::uint64_t{0});
     }
     /// Adds a reference unless the last one is gone already.
     bool TryAddReference() noexcept

@@ -7,11 +7,13 @@
 #include "XLazyPart.h"
 #include "XWeakLink.h"
 
-/// What a group asks of the type that owns it.
+/// What a group, and whatever asks for a component's server object, wants of the type that owns it.
 class XGroupOwner
 {
 public:
     virtual HRESULT GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum) = 0;
+    /// The server's type; null when there is none.
+    virtual XLXComPtr<ILXType> ServerType() const = 0;
     virtual ULONG STDMETHODCALLTYPE Release() = 0;
     /// Adds a reference unless the last one is gone already.
     virtual bool TryAddRef() noexcept = 0;

@@ -12,7 +12,8 @@ bool XTypeMap::IsFresh() const
     return IsFresh(*known, m_own.Now());
 }
 
-// A null pointer in the index is a negative answer, or one that was forgotten: that is rare, and looked up in the map.
+// A null pointer in the index is a negative answer, or one that was forgotten: that is rare, and looked up in
+// the map.
 XTypeMap::Answer XTypeMap::Find(XLXTextView name) const
 {
     Answer answer;
@@ -104,6 +105,7 @@ std::vector<XTypeMap::Change> XTypeMap::PrepareChanges(std::vector<XTypeLoad>& l
         {
             made = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, noted.clock, LXManagerAt("AddToTypeCache"));
             made->SetModeSupplier(m_mode);
+            made->SetName(load.name);
             type = made;
         }
         if (!type->TakeTypeRecord(std::move(load.server), std::move(load.values), std::move(load.components),

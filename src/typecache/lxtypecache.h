@@ -9,7 +9,8 @@
 // Ownership  A type holds its server type, its components and its base type; nothing of it holds the type
 // itself
 //            (groups link to it weakly).
-// Threading  Any thread may call. One fetch mutex per type stands before its component maps; it is held across calls to
+// Threading  Any thread may call. One fetch mutex per type stands before its component maps; it is held
+// across calls to
 //            the server and never taken by notifications. Locks: see XMapInheritedComp.h.
 #ifndef LXTYPECACHE_H
 #define LXTYPECACHE_H
@@ -107,6 +108,7 @@ public:
 
     // XGroupOwner
     HRESULT GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum) override;
+    XLXComPtr<ILXType> ServerType() const override { return HasServer() ? Server() : XLXComPtr<ILXType>(); }
     ULONG STDMETHODCALLTYPE Release() override { return XLXConfigObjectCache::Release(); }
     bool TryAddRef() noexcept override { return TryAddReference(); }
 
@@ -117,6 +119,8 @@ public:
     {
         m_modeSupplier = std::move(supplier);
     }
+    /// Says the type's name, for the logbook; called before the type is handed out.
+    void SetName(XLXText name) noexcept { m_name = std::move(name); }
     /// Keeps the two flags of the type's record: it is listed by the type enumerations, and it is searchable.
     void SetFlags(bool listed, bool searchable) noexcept
     {
@@ -125,8 +129,8 @@ public:
     bool IsListed() const noexcept { return (m_flags.load() & 1) != 0; }
     bool IsSearchable() const noexcept { return (m_flags.load() & 2) != 0; }
 
-    /// Takes the record of a bulk answer: server object, values and components replace those that are there. An answer
-    /// that is older than the last one changes nothing.
+    /// Takes the record of a bulk answer: server object, values and components replace those that are there.
+    /// An answer that is older than the last one changes nothing.
     /// @param components  with the data transfer mode that they were asked for with; mode 0: none were
     /// @return false: the answer is older
     bool TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values,
@@ -176,8 +180,9 @@ private:
     void FillAttributeMapFromSafeArray(XLXTypeCacheComp::XDeliveredRecords records,
                                        const XLXTypeCacheComp::XAttributeMap& current,
                                        XLXTypeCacheComp::XAttributeMap& fresh, XRetired& retired) override;
-    void FillEditorMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XEditorMap& current,
-                       XLXTypeCacheComp::XEditorMap& fresh, XRetired& retired) override;
+    void FillEditorMap(XLXTypeCacheComp::XDeliveredRecords records,
+                       const XLXTypeCacheComp::XEditorMap& current, XLXTypeCacheComp::XEditorMap& fresh,
+                       XRetired& retired) override;
     void FillPageMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XPageMap& current,
                      XLXTypeCacheComp::XPageMap& fresh, XRetired& retired) override;
     void FillGroupMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XGroupMap& current,
@@ -189,16 +194,14 @@ private:
 
     template <class Map>
     typename Map::mapped_type Refresh(const Map& current, const typename Map::key_type& key,
-                                      XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment,
-                                      XRetired& retired);
-    template <class Map, class KeyOf, class ServerOf>
-    void FillRecordMap(XLXTypeCacheComp::XDeliveredRecords records, const Map& current, Map& fresh,
-                       XRetired& retired, KeyOf&& keyOf, ServerOf&& serverOf);
-    template <class Component, class Call>
-    XLXComPtr<IUnknown> AskForComponent(const char* method, Call&& call);
-    XLXComPtr<IUnknown> GetServerAttributeInterface(XLXTextView name);
-    XLXComPtr<IUnknown> GetServerGroupInterface(LONG number);
-    XLXComPtr<IUnknown> GetServerPageInterface(LONG number);
+                                      XLXComPtr<IUnknown> server, XServerSourcePtr source, XVariantRow values,
+                                      const XMoment& moment, XRetired& retired);
+    template <class Map, class KeyOf, class SourceOf>
+    void FillRecordMap(const char* section, XLXTypeCacheComp::XDeliveredRecords records, const Map& current,
+                       Map& fresh, XRetired& retired, KeyOf&& keyOf, SourceOf&& sourceOf);
+    XServerSourcePtr GetServerAttributeInterface(XLXTextView name) const;
+    XServerSourcePtr GetServerGroupInterface(LONG number) const;
+    XServerSourcePtr GetServerPageInterface(LONG number) const;
     LONG ModeToFetch(LONG requested) const;
 
     // Queries
@@ -219,6 +222,7 @@ private:
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XGroupMap> m_groups;
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XEditorMap> m_editors;
     std::shared_ptr<const XTransferModeSupplier> m_modeSupplier;
+    XLXText m_name; // constant once the type is handed out; empty for a type that has none yet
     std::atomic<LONG> m_flags{0};
     XFillMutex m_fetch;
     mutable XLeafMutex m_baseMutex; // guards the next two

@@ -54,6 +54,46 @@ typename Map::mapped_type OwnComponent(const Map& current, const typename Map::k
     const auto found = current.find(key);
     return found != current.end() && found->second->IsOwn(type) ? found->second : typename Map::mapped_type();
 }
+
+/// Asks the server's type for a component whose record came without an object. A type that is gone, or that
+/// does not have the component either, leaves it without one: its values are there, and what needs the server
+/// fails.
+template <class Component, class Call>
+class ComponentSource final : public XServerSource
+{
+public:
+    ComponentSource(const char* method, XWeakLink<XGroupOwner> type, Call call)
+        : m_method(method), m_type(std::move(type)), m_call(std::move(call))
+    {}
+    XLXComPtr<IUnknown> Ask() const override
+    {
+        const LXErrorLocation at = XCachedFacts::Type.At(m_method);
+        const auto type = m_type.Lock();
+        const XLXComPtr<ILXType> server = type ? type->ServerType() : nullptr;
+        if (!server)
+        {
+            return nullptr;
+        }
+        XLXComPtr<Component> component;
+        const std::string method = std::string("ILXType::") + m_method;
+        const HRESULT result = LXAsk(method.c_str(), component, LXNoResult::Nothing, {}, at,
+                                     [&](Component** out) { return m_call(*server, out); });
+        XLXError::RaiseIfFailed(result, OLESTR("the server failed to give the object of a type's component"),
+                                at);
+        return result == S_OK ? XLXComPtr<IUnknown>(component) : nullptr;
+    }
+
+private:
+    const char* const m_method;
+    const XWeakLink<XGroupOwner> m_type;
+    const Call m_call;
+};
+
+template <class Component, class Call>
+XServerSourcePtr MakeSource(const char* method, const XWeakLink<XGroupOwner>& type, Call call)
+{
+    return std::make_shared<const ComponentSource<Component, Call>>(method, type, std::move(call));
+}
 } // namespace
 
 // The stamps are noted before the server object is taken, and the whole clock before it is asked.
@@ -68,14 +108,14 @@ XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode)
     const auto moment = std::make_shared<const XMoment>(Moment());
     const auto server = Server();
     XLXSafeArray array;
-    const HRESULT result = LXAsk("ILXType::GetTypeComponentData", array, LXNoResult::PointerError,
-                                 OLESTR("type component data"), at,
-                                 [&](SAFEARRAY** out) { return server->GetTypeComponentData(wanted, out); });
+    const HRESULT result =
+        LXAsk("ILXType::GetTypeComponentData", array, LXNoResult::PointerError, OLESTR("type component data"),
+              at, [&](SAFEARRAY** out) { return server->GetTypeComponentData(wanted, out); });
     XLXError::RaiseIfFailed(result, OLESTR("the server failed to deliver the type's components"), at);
     XILXTypeComp components;
     if (result != S_FALSE)
     {
-        components = GetWrapperFromArray(std::move(array));
+        components = GetWrapperFromArray(std::move(array), m_name);
     }
     XRetired retired;
     XStampedRecords requested;
@@ -134,17 +174,22 @@ void XLXTypeCache::DeliverComponents(XILXTypeComp components, LONG mode,
 /// The type's own component under a key, refreshed in place, or a new one.
 template <class Map>
 typename Map::mapped_type XLXTypeCache::Refresh(const Map& current, const typename Map::key_type& key,
-                                                XLXComPtr<IUnknown> server, XVariantRow values,
-                                                const XMoment& moment, XRetired& retired)
+                                                XLXComPtr<IUnknown> server, XServerSourcePtr source,
+                                                XVariantRow values, const XMoment& moment, XRetired& retired)
 {
     using Component = std::remove_reference_t<decltype(*std::declval<typename Map::mapped_type>())>;
     using Cached = typename Component::CachedClass;
     if (auto component = OwnComponent(current, key, this))
     {
-        component->Object()->TakeRecord(std::move(server), std::move(values), moment, retired);
+        component->Object()->TakeRecord(std::move(server), std::move(values), moment, retired,
+                                        std::move(source));
         return component;
     }
     const auto made = LXCFCTOOLS::Make<Cached>(std::move(server), Clock(), TheFacts.At("Refresh"));
+    if (source)
+    {
+        made->SetSource(std::move(source));
+    }
     if constexpr (std::is_same_v<Cached, XLXGroupCache>)
     {
         made->SetOwner(m_selfLink);
@@ -153,19 +198,20 @@ typename Map::mapped_type XLXTypeCache::Refresh(const Map& current, const typena
     return typename Map::mapped_type(new Component(made, this));
 }
 
-template <class Map, class KeyOf, class ServerOf>
-void XLXTypeCache::FillRecordMap(XDeliveredRecords records, const Map& current, Map& fresh, XRetired& retired,
-                                 KeyOf&& keyOf, ServerOf&& serverOf)
+template <class Map, class KeyOf, class SourceOf>
+void XLXTypeCache::FillRecordMap(const char* section, XDeliveredRecords records, const Map& current,
+                                 Map& fresh, XRetired& retired, KeyOf&& keyOf, SourceOf&& sourceOf)
 {
-    for (XILXConfigData& record : GetSingleTypedVecFromArray(std::move(records.array)))
+    for (XILXConfigData& record : GetSingleTypedVecFromArray(std::move(records.array), {section, m_name}))
     {
         const auto key = keyOf(record.values);
         if (!key)
         {
             continue; // without its key a component cannot be found
         }
-        XLXComPtr<IUnknown> server = record.object ? std::move(record.object) : serverOf(*key);
-        fresh.Add(*key, Refresh(current, *key, std::move(server), std::move(record.values), *records.moment, retired));
+        XServerSourcePtr source = record.object ? nullptr : sourceOf(*key);
+        fresh.Add(*key, Refresh(current, *key, std::move(record.object), std::move(source),
+                                std::move(record.values), *records.moment, retired));
     }
 }
 
@@ -173,7 +219,7 @@ void XLXTypeCache::FillPageMap(XDeliveredRecords records, const XPageMap& curren
                                XRetired& retired)
 {
     FillRecordMap(
-        std::move(records), current, fresh, retired,
+        "pages", std::move(records), current, fresh, retired,
         [](const auto& values) { return NumberAt(values, MemberPageNumber); },
         [this](LONG number) { return GetServerPageInterface(number); });
 }
@@ -182,7 +228,7 @@ void XLXTypeCache::FillGroupMap(XDeliveredRecords records, const XGroupMap& curr
                                 XRetired& retired)
 {
     FillRecordMap(
-        std::move(records), current, fresh, retired,
+        "groups", std::move(records), current, fresh, retired,
         [](const auto& values) { return NumberAt(values, MemberGroupNumber); },
         [this](LONG number) { return GetServerGroupInterface(number); });
 }
@@ -191,15 +237,15 @@ void XLXTypeCache::FillEditorMap(XDeliveredRecords records, const XEditorMap& cu
                                  XRetired& retired)
 {
     FillRecordMap(
-        std::move(records), current, fresh, retired,
+        "editors", std::move(records), current, fresh, retired,
         [](const auto& values) { return NameAt(values, MemberEditorProgId); },
-        [](const XCFGStringKey&) { return XLXComPtr<IUnknown>(); });
+        [](const XCFGStringKey&) { return XServerSourcePtr(); });
 }
 
 void XLXTypeCache::FillAttributeMapFromSafeArray(XDeliveredRecords records, const XAttributeMap& current,
                                                  XAttributeMap& fresh, XRetired& retired)
 {
-    std::vector<XILXAttributeData> list = ReadAttributeList(std::move(records.array));
+    std::vector<XILXAttributeData> list = ReadAttributeList(std::move(records.array), m_name);
     Prefetch(list);
     for (XILXAttributeData& record : list)
     {
@@ -208,47 +254,31 @@ void XLXTypeCache::FillAttributeMapFromSafeArray(XDeliveredRecords records, cons
         {
             continue;
         }
-        XLXComPtr<IUnknown> server =
-            record.object ? std::move(record.object) : GetServerAttributeInterface(key->Text());
-        auto component =
-            Refresh(current, *key, std::move(server), std::move(record.values), *records.moment, retired);
+        XServerSourcePtr source = record.object ? nullptr : GetServerAttributeInterface(key->Text());
+        auto component = Refresh(current, *key, std::move(record.object), std::move(source),
+                                 std::move(record.values), *records.moment, retired);
         component->Object()->AssignAttributeTypes(std::move(record.types), *records.moment, retired);
         fresh.Add(*key, std::move(component));
     }
 }
 
-// A component whose record carries no server object is asked for from the server's type. A server that does
-// not have it either leaves the component without one: its values are there, and what needs the server fails.
-template <class Component, class Call>
-XLXComPtr<IUnknown> XLXTypeCache::AskForComponent(const char* method, Call&& call)
+XServerSourcePtr XLXTypeCache::GetServerAttributeInterface(XLXTextView name) const
 {
-    if (!HasServer())
-    {
-        return nullptr;
-    }
-    const auto server = Server();
-    XLXComPtr<Component> component;
-    const HRESULT result = LXAsk(method, component, LXNoResult::Nothing, {}, TheFacts.At(method),
-                                 [&](Component** out) { return call(*server, out); });
-    return result == S_OK ? XLXComPtr<IUnknown>(component) : nullptr;
+    return MakeSource<ILXAttribute>("GetAttribute", m_selfLink,
+                                    [text = XLXComBSTR(name)](ILXType& type, ILXAttribute** out) {
+                                        return type.GetAttribute(text.Get(), out);
+                                    });
 }
 
-XLXComPtr<IUnknown> XLXTypeCache::GetServerAttributeInterface(XLXTextView name)
+XServerSourcePtr XLXTypeCache::GetServerGroupInterface(LONG number) const
 {
-    const XLXComBSTR text(name);
-    return AskForComponent<ILXAttribute>("ILXType::GetAttribute", [&](ILXType& type, ILXAttribute** out) {
-        return type.GetAttribute(text.Get(), out);
+    return MakeSource<ILXGroup>("GetGroup", m_selfLink, [number](ILXType& type, ILXGroup** out) {
+        return type.GetGroup(number, out);
     });
 }
 
-XLXComPtr<IUnknown> XLXTypeCache::GetServerGroupInterface(LONG number)
+XServerSourcePtr XLXTypeCache::GetServerPageInterface(LONG number) const
 {
-    return AskForComponent<ILXGroup>("ILXType::GetGroup",
-                                     [&](ILXType& type, ILXGroup** out) { return type.GetGroup(number, out); });
-}
-
-XLXComPtr<IUnknown> XLXTypeCache::GetServerPageInterface(LONG number)
-{
-    return AskForComponent<ILXPage>("ILXType::GetPage",
-                                    [&](ILXType& type, ILXPage** out) { return type.GetPage(number, out); });
+    return MakeSource<ILXPage>("GetPage", m_selfLink,
+                               [number](ILXType& type, ILXPage** out) { return type.GetPage(number, out); });
 }

@@ -83,7 +83,11 @@ public:
     HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY* k, SAFEARRAY** v) override { return m_inner->Sets(k, v); }
     HRESULT STDMETHODCALLTYPE GetProperty(int i, VARIANT* v) override { return m_inner->GetProperty(i, v); }
     HRESULT STDMETHODCALLTYPE SetProperty(int i, VARIANT v) override { return m_inner->SetProperty(i, v); }
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** v) override { return m_inner->GetProperties(v); }
+    std::function<HRESULT(SAFEARRAY**)> values; ///< what a test may replace
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** v) override
+    {
+        return values ? values(v) : m_inner->GetProperties(v);
+    }
     HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY* v, SAFEARRAY** r) override
     {
         return m_inner->SetProperties(v, r);
@@ -132,6 +136,7 @@ public:
     std::function<HRESULT(SAFEARRAY**)> relations;
     std::function<HRESULT(ILXBrowserIdEnum**)> browserIds;
     std::function<HRESULT(ILXGlobalAttributeFormatSpecEnum**)> specs;
+    std::function<HRESULT(BSTR*)> version;
 
     HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG mode, SAFEARRAY** a) override
     {
@@ -184,7 +189,7 @@ public:
     {
         return E_NOTIMPL;
     }
-    HRESULT STDMETHODCALLTYPE GetVersion(BSTR*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetVersion(BSTR* v) override { return version ? version(v) : E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE SetVersion(BSTR) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override
     {
