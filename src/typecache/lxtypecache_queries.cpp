@@ -39,6 +39,35 @@ bool IsTaken(const XDisplayFacts& facts, LONG mask, LONG group)
     const bool shown = mask == 0 || mask == AllGroupsMask || (answered & mask) != 0;
     return shown && ((mask & AllGroupsMask) != 0 || facts.groupNumber == group);
 }
+
+/// The names of the attributes that the server's type lists. Raises a failure.
+std::set<XCFGStringKey> OwnAttributeNames(ILXType& server, const LXErrorLocation& at)
+{
+    constexpr const OLECHAR* FailureText = OLESTR("the server failed to list the type's own attributes");
+    std::set<XCFGStringKey> names;
+    XLXComPtr<ILXAttributeEnum> listed;
+    HRESULT result = LXAsk("ILXType::GetAttributeEnum", listed, LXNoResult::Nothing, {}, at,
+                           [&](ILXAttributeEnum** out) { return server.GetAttributeEnum(out); });
+    XLXError::RaiseIfFailed(result, FailureText, at);
+    if (!listed)
+    {
+        return names;
+    }
+    result = LXForEachOf<OwnAttributeBatch, ILXAttribute>(
+        *listed, "ILXAttributeEnum::RemNext", at, [&](XLXComPtr<ILXAttribute>&& attribute) {
+            XLXComVariant name;
+            const HRESULT read = LXAskValue("ILXConfigObject::GetProperty", name, [&](VARIANT* out) {
+                return attribute->GetProperty(MemberAttributeName, out);
+            });
+            XLXError::RaiseIfFailed(read, FailureText, at);
+            if (read == S_OK)
+            {
+                names.emplace(name.AsText().value_or(XLXText()));
+            }
+        });
+    XLXError::RaiseIfFailed(result, FailureText, at);
+    return names;
+}
 } // namespace
 
 template <class Interface, class Map, class Key>
@@ -232,30 +261,7 @@ HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** p
     return XLXError::Guarded(at, [&]() -> HRESULT {
         LXCheckOut(ppEnum, OLESTR("ppEnum"), at);
         m_attributes.EnsureComplete();
-        std::set<XCFGStringKey> own;
-        XLXComPtr<ILXAttributeEnum> listed;
-        const auto server = Server();
-        HRESULT result = LXAsk("ILXType::GetAttributeEnum", listed, LXNoResult::Nothing, {}, at,
-                               [&](ILXAttributeEnum** out) { return server->GetAttributeEnum(out); });
-        XLXError::RaiseIfFailed(result, OLESTR("the server failed to list the type's own attributes"), at);
-        if (listed)
-        {
-            result = LXForEachOf<OwnAttributeBatch, ILXAttribute>(
-                *listed.Get(), "ILXAttributeEnum::RemNext", at, [&](XLXComPtr<ILXAttribute>&& attribute) {
-                    XLXComVariant name;
-                    const HRESULT read = LXAskValue("ILXConfigObject::GetProperty", name, [&](VARIANT* out) {
-                        return attribute->GetProperty(MemberAttributeName, out);
-                    });
-                    XLXError::RaiseIfFailed(
-                        read, OLESTR("the server failed to list the type's own attributes"), at);
-                    if (read == S_OK)
-                    {
-                        own.emplace(name.AsText().value_or(XLXText()));
-                    }
-                });
-            XLXError::RaiseIfFailed(result, OLESTR("the server failed to list the type's own attributes"),
-                                    at);
-        }
+        const std::set<XCFGStringKey> own = OwnAttributeNames(*Server(), at);
         std::vector<XLXComPtr<ILXAttribute>> items;
         m_attributes.Read([&](const XAttributeMap& attributes) {
             for (const auto& [key, component] : attributes)

@@ -212,6 +212,19 @@ TEST_F(OddAnswers, ArraysOfValuesAreRefusedUnlessTheyAreVariantsInARow)
     Terminate();
 }
 
+/// Reads a label and a position twice: values that the cache keeps.
+void ExpectKept(const XLXComPtr<ILXAttribute>& attribute, const OLECHAR* label)
+{
+    for (int i = 0; i < 2; ++i)
+    {
+        XLXComVariant value;
+        EXPECT_EQ(attribute->GetProperty(XProperty::Label, value.Put()), S_OK);
+        EXPECT_EQ(value.Type(), VT_BSTR);
+        EXPECT_EQ(value.AsText().value_or(XLXText()), label);
+        EXPECT_EQ(LXRead(attribute.Get(), XProperty::Position), OLESTR("7"));
+    }
+}
+
 TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken)
 {
     XLXComBSTR label(OLESTR("First"));
@@ -242,26 +255,16 @@ TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken)
         return S_OK;
     };
     ASSERT_EQ(StartHostile(), S_OK);
-    const auto expect = [&](const XLXComPtr<ILXAttribute>& name, const OLECHAR* wanted) {
-        for (int i = 0; i < 2; ++i)
-        {
-            XLXComVariant value;
-            EXPECT_EQ(name->GetProperty(XProperty::Label, value.Put()), S_OK);
-            EXPECT_EQ(value.Type(), VT_BSTR);
-            EXPECT_EQ(value.AsText().value_or(XLXText()), wanted);
-            EXPECT_EQ(LXRead(name.Get(), XProperty::Position), OLESTR("7"));
-        }
-    };
     XLXComBSTR second(OLESTR("Second"));
     place = second.Get(); // the records wait to be parsed
     V_I4(&position) = 8;
     const auto name = AttributeOf(Named(OLESTR("Item")), OLESTR("Name"));
     V_I4(&position) = 7;
-    expect(name, OLESTR("First"));
+    ExpectKept(name, OLESTR("First"));
     Touch(name.As<ILXCallbackUpdate>(), OLESTR("properties/Item/2/512"));
     EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Second"));
     place = label.Get();
-    expect(name, OLESTR("Second"));
+    ExpectKept(name, OLESTR("Second"));
     Terminate();
 }
 
@@ -422,6 +425,28 @@ public:
     }
 };
 
+TEST_F(OddAnswers, NothingIsReleasedThatAFailingQueryLeaves)
+{
+    const XLXComPtr<IUnknown> left(new Opaque);
+    const auto references = [&] {
+        left->AddRef();
+        return left->Release();
+    };
+    const XLXComPtr<LeavingQuery> unqueried(new LeavingQuery);
+    unqueried->left = left.Get();
+
+    auto values = Arguments(15, false, false);
+    for (std::size_t i = 0; i < 3; ++i)
+    {
+        XLXComVariant odd = XLXComVariant::FromUnknown(unqueried.Get());
+        std::swap(values[i], odd);
+        m_cache = LXMakeCache();
+        EXPECT_EQ(Client()->Initialize(6, &values.front().Get()), E_NOINTERFACE);
+        EXPECT_EQ(references(), 1u);
+        std::swap(values[i], odd);
+    }
+}
+
 TEST_F(OddAnswers, NothingIsReleasedThatAFailingCallLeaves)
 {
     const XLXComPtr<IUnknown> left(new Opaque);
@@ -436,19 +461,7 @@ TEST_F(OddAnswers, NothingIsReleasedThatAFailingCallLeaves)
     object->left = left.Get();
     object->leftObject = leftObject.Get();
     object->leftText = leftText.Get();
-    const XLXComPtr<LeavingQuery> unqueried(new LeavingQuery);
-    unqueried->left = left.Get();
 
-    auto values = Arguments(15, false, false);
-    for (std::size_t i = 0; i < 3; ++i)
-    {
-        XLXComVariant odd = XLXComVariant::FromUnknown(unqueried.Get());
-        std::swap(values[i], odd);
-        m_cache = LXMakeCache();
-        EXPECT_EQ(Client()->Initialize(6, &values.front().Get()), E_NOINTERFACE);
-        EXPECT_EQ(references(), 1u);
-        std::swap(values[i], odd);
-    }
     m_factory->version = [&](BSTR* out) {
         *out = leftText.Get();
         return E_ACCESSDENIED;
