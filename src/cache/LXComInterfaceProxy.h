@@ -59,10 +59,11 @@ public:
         return m_held || m_source;
     }
 
-    /// Exchanges the server object, and where it is asked for, unless a later record brought what is there; the caller
-    /// releases the old one with no lock held.
+    /// Exchanges the server object, and where it is asked for, unless a later record brought what is there;
+    /// the caller releases the old one with no lock held.
     /// @param record  orders the records
-    bool Swap(XLXComPtr<IUnknown>& held, XLXComPtr<I>& typed, XServerSourcePtr& source, std::uint64_t record) noexcept
+    bool Swap(XLXComPtr<IUnknown>& held, XLXComPtr<I>& typed, XServerSourcePtr& source,
+              std::uint64_t record) noexcept
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         if (record < m_record)

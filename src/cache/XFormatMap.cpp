@@ -15,8 +15,8 @@ HRESULT HandOut(const XLXComPtr<XLXFormatCache>& format, ILXFormat** out) noexce
 }
 } // namespace
 
-HRESULT XFormatMap::Get(const XTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
-                        const LXErrorLocation& failedAt)
+HRESULT XFormatMap::Get(const XTime& time, int type, ILXFormat** out, const char* method,
+                        const Ask& askServer, const LXErrorLocation& failedAt)
 {
     *out = nullptr;
     const XStamp noted = Now(time);
@@ -49,13 +49,14 @@ HRESULT XFormatMap::Get(const XTime& time, int type, ILXFormat** out, const char
     return HandOut(format, out);
 }
 
-HRESULT XFormatMap::Create(const XTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
-                           const LXErrorLocation& failedAt)
+HRESULT XFormatMap::Create(const XTime& time, int type, ILXFormat** out, const char* method,
+                           const Ask& askServer, const LXErrorLocation& failedAt)
 {
     *out = nullptr;
     const XStamp noted = Now(time);
     XLXComPtr<ILXFormat> server;
-    const HRESULT result = LXAsk(method, server, LXNoResult::PointerError, OLESTR("created format"), failedAt, askServer);
+    const HRESULT result =
+        LXAsk(method, server, LXNoResult::PointerError, OLESTR("created format"), failedAt, askServer);
     Format format;
     if (result == S_OK)
     {
@@ -74,8 +75,10 @@ void XFormatMap::Erase(const XTime& time, int type)
     Replace(time, type, nullptr, XStamp{});
 }
 
-// An answer that a notification, a creation or a deletion overtook is not entered: the next question asks again.
-void XFormatMap::Enter(const XTime& time, int type, Format& format, const XStamp& noted, std::uint64_t changes)
+// An answer that a notification, a creation or a deletion overtook is not entered: the next question asks
+// again.
+void XFormatMap::Enter(const XTime& time, int type, Format& format, const XStamp& noted,
+                       std::uint64_t changes)
 {
     Map dropped; // these two go after the lock
     Format late;
@@ -105,7 +108,8 @@ void XFormatMap::Enter(const XTime& time, int type, Format& format, const XStamp
     DetachAll(dropped);
 }
 
-// What the server has created or deleted, together with the count that tells answers on their way that they are old.
+// What the server has created or deleted, together with the count that tells answers on their way that they
+// are old.
 void XFormatMap::Replace(const XTime& time, int type, const Format& format, const XStamp& noted)
 {
     Map dropped;

@@ -181,9 +181,10 @@ public:
         self().OnDirectNotification(notification, touched);
     }
 
-    /// Takes the number of the last notification that came straight to the owner, whose map the object enters. An answer
-    /// from before that notification must not give the object values later, although it was not yet in the map when the
-    /// notification passed; what it has of such an answer is stale. Called under the map's lock.
+    /// Takes the number of the last notification that came straight to the owner, whose map the object
+    /// enters. An answer from before that notification must not give the object values later, although it was
+    /// not yet in the map when the notification passed; what it has of such an answer is stale. Called under
+    /// the map's lock.
     void TakeOwnersNumber(const XDirectNumber& ofOwner, const XMoment& moment)
     {
         if (const std::uint64_t number = ofOwner.Now(); number > m_direct.Now())
@@ -247,10 +248,11 @@ public:
         m_server.Swap(none, typed, source, 0);
     }
 
-    /// Takes a record of a bulk answer: its server object replaces the one that is there, and its values do unless newer
-    /// ones are there. Without values the next read asks the server. What was loaded through a former server object is
-    /// stale then: the pointer is replaced first and the own counts are advanced after, while whoever asks notes first
-    /// and takes the pointer after. An object that was asked for, or is being asked for, is a former one.
+    /// Takes a record of a bulk answer: its server object replaces the one that is there, and its values do
+    /// unless newer ones are there. Without values the next read asks the server. What was loaded through a
+    /// former server object is stale then: the pointer is replaced first and the own counts are advanced
+    /// after, while whoever asks notes first and takes the pointer after. An object that was asked for, or is
+    /// being asked for, is a former one.
     /// @param source  of a server object that did not come
     /// @return false: a later record was there already, and nothing changed
     bool TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment, XRetired& retired,
@@ -292,8 +294,8 @@ public:
             m_place.store(Place::InMap);
         }
     }
-    /// Says that the object has left its map: who still holds it goes on reading the values that it has, if they were
-    /// fresh until then.
+    /// Says that the object has left its map: who still holds it goes on reading the values that it has, if
+    /// they were fresh until then.
     void Detach() noexcept
     {
         bool areFresh = false;
@@ -307,7 +309,8 @@ public:
         }
         m_place.store(areFresh ? Place::Detached : Place::Stale);
     }
-    /// Whether a notification came straight to the object after that moment. For an object that was detached before.
+    /// Whether a notification came straight to the object after that moment. For an object that was detached
+    /// before.
     bool WasNotifiedSince(const XMoment& moment) const noexcept { return m_direct.IsNewerThan(moment); }
 
     const XClockPtr& Clock() const noexcept { return m_clock; }

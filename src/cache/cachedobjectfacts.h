@@ -4,17 +4,17 @@
 #ifndef CACHEDOBJECTFACTS_H
 #define CACHEDOBJECTFACTS_H
 
-#include "XCfgPropertyConvert.h"
 #include "XAspect.h"
+#include "XCfgPropertyConvert.h"
 
 struct XCachedObjectFacts
 {
     const char* className;
-    const char* source;      ///< source name in error locations
-    const char* proxyScope;  ///< scope in error locations of the server proxy
-    EConfigElementKind kind; ///< whose property names Get and Set know
-    XAspect values;          ///< what makes the values stale
-    XAspect set;             ///< of which set the object is part: orders the records that bring it
+    const char* source;          ///< source name in error locations
+    const char* proxyScope;      ///< scope in error locations of the server proxy
+    EConfigElementKind kind;     ///< whose property names Get and Set know
+    XAspect values;              ///< what makes the values stale
+    XAspect set;                 ///< of which set the object is part: orders the records that bring it
     bool readOnly;               ///< Set and SetProperty are refused
     const char* clientInfoClass; ///< the class that a failed GetClientInfo names
 

@@ -132,7 +132,9 @@ XLXAttributeCache::TypeMapPtr XLXAttributeCache::LoadAttributeTypes()
     std::exception_ptr failure;
     TypeMapPtr types = m_attributeTypes.Load(
         TimeOf(XAspect::AttributeTypes), [&] { return FetchAttributeTypes(failure); },
-        [&](const TypeMap& loaded, const TypeMapPtr& former) { OnAttributeTypes(loaded, former.get(), moment); });
+        [&](const TypeMap& loaded, const TypeMapPtr& former) {
+            OnAttributeTypes(loaded, former.get(), moment);
+        });
     if (failure)
     {
         std::rethrow_exception(failure); // once: what came before it is kept
@@ -185,10 +187,12 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
     return fresh;
 }
 
-// The attribute passes a notification that comes straight to it on to the types in the map. Types that are published
-// after one that came while they were on their way would miss it; so would those that take the place of a type which was
-// notified itself. That is detached before it is looked at: either it was notified before, or it advances the clock.
-void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const
+// The attribute passes a notification that comes straight to it on to the types in the map. Types that are
+// published after one that came while they were on their way would miss it; so would those that take the
+// place of a type which was notified itself. That is detached before it is looked at: either it was notified
+// before, or it advances the clock.
+void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* former,
+                                         const XMoment& moment) const
 {
     LXReplaceMap(former, types);
     for (const auto& [key, type] : types)
@@ -254,8 +258,9 @@ void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, 
         }
         fresh = std::make_shared<const TypeMap>(std::move(map));
     }
-    m_attributeTypes.Publish(TimeOf(XAspect::AttributeTypes), fresh, stamp,
-                                                      [&](const TypeMap& map, const TypeMapPtr& held) { OnAttributeTypes(map, held.get(), moment); });
+    m_attributeTypes.Publish(
+        TimeOf(XAspect::AttributeTypes), fresh, stamp,
+        [&](const TypeMap& map, const TypeMapPtr& held) { OnAttributeTypes(map, held.get(), moment); });
 }
 
 // ---- notifications and the end

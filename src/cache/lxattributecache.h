@@ -31,8 +31,8 @@ public:
 
     // For the owner
 
-    /// Takes the attribute types that a bulk read delivered, possibly none: they replace those that are there, and the
-    /// server is not asked for them.
+    /// Takes the attribute types that a bulk read delivered, possibly none: they replace those that are
+    /// there, and the server is not asked for them.
     void AssignAttributeTypes(std::vector<XLXCFCDataTransfer::XILXConfigData> types, const XMoment& moment,
                               XRetired& retired);
 

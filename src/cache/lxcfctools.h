@@ -135,7 +135,8 @@ HRESULT LXPassOn(const char* method, Result** out, LXNoResult withoutResult, con
 /// Raises E_POINTER when the server says S_OK without values.
 HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values);
 
-/// Says that the objects of a map take the place of those of a former one (which may be null), under the map's lock.
+/// Says that the objects of a map take the place of those of a former one (which may be null), under the
+/// map's lock.
 template <class Map>
 void LXReplaceMap(const Map* former, const Map& map) noexcept
 {

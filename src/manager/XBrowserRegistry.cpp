@@ -67,9 +67,9 @@ XBrowserRegistry::BrowserIdMap XBrowserRegistry::FetchBrowserIds(const XServerAc
     const LXErrorLocation at = LXManagerAt("InternalFillBrowserIds");
     BrowserIdMap fresh;
     XLXComPtr<ILXBrowserIdEnum> browserIds;
-    HRESULT result =
-        LXAsk("ILXConfigFactory::GetBrowserIdEnum", browserIds, LXNoResult::PointerError, OLESTR("browser ids"), at,
-              [&](ILXBrowserIdEnum** out) { return server.configFactory->GetBrowserIdEnum(out); });
+    HRESULT result = LXAsk(
+        "ILXConfigFactory::GetBrowserIdEnum", browserIds, LXNoResult::PointerError, OLESTR("browser ids"), at,
+        [&](ILXBrowserIdEnum** out) { return server.configFactory->GetBrowserIdEnum(out); });
     if (result == S_OK)
     {
         result = LXForEachOf<BrowserIdBatch, ILXBrowserId>(

@@ -10,8 +10,8 @@
 
 #include <optional>
 
-/// What the manager has of the server while it is initialised. The manager's leaf mutex guards everything but the clock,
-/// which never changes: it is what a connection is known by.
+/// What the manager has of the server while it is initialised. The manager's leaf mutex guards everything but
+/// the clock, which never changes: it is what a connection is known by.
 struct XConnection
 {
     const XClockPtr clock{new XClock};
@@ -19,13 +19,13 @@ struct XConnection
     XLXComPtr<ILXConfigFactory> configFactory;
     XLXComPtr<ILXConfigFactoryEx> configFactoryEx;
     XLXComPtr<ILX_Query> query;
-    XLXComPtr<ILXDataUpdate> dataUpdate;                ///< where the callback is registered; null: it is not
+    XLXComPtr<ILXDataUpdate> dataUpdate; ///< where the callback is registered; null: it is not
     XLXComPtr<ILXCallbackUpdate> registeredCallback;
     XLXComPtr<IXCfgCacheCallback> separateCallback;
     LONG clientId = 0;
-    std::shared_ptr<XLXPCBaseMng> relations;            ///< null until the types were read
-    std::optional<ULONG> lastNotificationId;            ///< none until a notification was handled
-    bool over = false;                                  ///< Terminate has ended it
+    std::shared_ptr<XLXPCBaseMng> relations; ///< null until the types were read
+    std::optional<ULONG> lastNotificationId; ///< none until a notification was handled
+    bool over = false;                       ///< Terminate has ended it
 };
 
 /// What a question takes of the connection before it asks the server: all of one connection.

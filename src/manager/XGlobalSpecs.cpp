@@ -46,12 +46,13 @@ std::shared_ptr<const XGlobalSpecs::Specs> XGlobalSpecs::Fetch(const XServerAcce
     const LXErrorLocation at = LXManagerAt("InternalFillGlobalFormatSpecCache");
     auto fresh = std::make_shared<Specs>();
     XLXComPtr<ILXGlobalAttributeFormatSpecEnum> serverSpecs;
-    const HRESULT result = LXAsk("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", serverSpecs,
-                                 LXNoResult::PointerError, OLESTR("global attribute format specs"), at,
-                                 [&](ILXGlobalAttributeFormatSpecEnum** out) {
-                                     return server.configFactory->GetAllGlobalAttributeFormatSpecs(out);
-                                 });
-    XLXError::RaiseIfFailed(result, OLESTR("the server failed to list its global attribute format specs"), at);
+    const HRESULT result =
+        LXAsk("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", serverSpecs, LXNoResult::PointerError,
+              OLESTR("global attribute format specs"), at, [&](ILXGlobalAttributeFormatSpecEnum** out) {
+                  return server.configFactory->GetAllGlobalAttributeFormatSpecs(out);
+              });
+    XLXError::RaiseIfFailed(result, OLESTR("the server failed to list its global attribute format specs"),
+                            at);
     if (result != S_OK)
     {
         return fresh;
@@ -68,7 +69,8 @@ std::shared_ptr<const XGlobalSpecs::Specs> XGlobalSpecs::Fetch(const XServerAcce
 }
 
 // What could not be fetched or wrapped stays missing until a notification comes.
-void XGlobalSpecs::TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, const XClockPtr& clock, Specs& fresh) const
+void XGlobalSpecs::TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, const XClockPtr& clock,
+                           Specs& fresh) const
 {
     const LXErrorLocation at = LXManagerAt("InternalFillGlobalFormatSpecCache");
     LXForEachOf<SpecBatch, ILXGlobalAttributeFormatSpec>(
@@ -78,8 +80,8 @@ void XGlobalSpecs::TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, const 
         });
 }
 
-// The ids that can be had without asking the server decide: of a removed spec it may know nothing any more. When none is
-// the one that was removed, one whose values are unread may be, and the set is read again.
+// The ids that can be had without asking the server decide: of a removed spec it may know nothing any more.
+// When none is the one that was removed, one whose values are unread may be, and the set is read again.
 void XGlobalSpecs::Drop(const XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id)
 {
     const auto isIt = [&](const Spec& other) {

@@ -2,7 +2,8 @@
 //
 // Which type derives from which, taken from the types in the type map and their links.
 //
-// Threading  Any thread may ask. The information is made anew, with no lock held, when the types changed since it was
+// Threading  Any thread may ask. The information is made anew, with no lock held, when the types changed
+// since it was
 //            made. What is in use never changes.
 #ifndef XTYPEINHERITANCEINFO_H
 #define XTYPEINHERITANCEINFO_H

@@ -7,7 +7,8 @@
 XTypeInheritanceInfo::InfoPtr XLXConfigFactoryCacheManager::Inheritance(const char* method)
 {
     XTypeMapPtr types;
-    XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"), LXManagerAt(method));
+    XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"),
+                            LXManagerAt(method));
     return types.get() == &m_types ? m_inheritance.Current() : XTypeInheritanceInfo::Of(types->Types());
 }
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// What the manager does with a change notification: it advances the numbers of the connection's clock that the
-// notification concerns. Nothing that is cached is touched, and nobody is waited for; the next read asks the server.
+// What the manager does with a change notification: it advances the numbers of the connection's clock that
+// the notification concerns. Nothing that is cached is touched, and nobody is waited for; the next read asks
+// the server.
 #include "lxconfigfactorycachemanager.h"
 
 namespace
@@ -87,8 +88,8 @@ void XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType, U
     }
 }
 
-// In the connection that the notification came to: a late one records nothing in the next. False: nobody answers for
-// relations, so the notification does not count as handled.
+// In the connection that the notification came to: a late one records nothing in the next. False: nobody
+// answers for relations, so the notification does not count as handled.
 bool XLXConfigFactoryCacheManager::RecordHandled(XConnection& connection, ULONG notificationId) const noexcept
 {
     const std::lock_guard<XLeafMutex> lock(m_mutex);

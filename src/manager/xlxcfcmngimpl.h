@@ -66,7 +66,8 @@ public:
 private:
     static constexpr LONG DefaultTransferMode = LXTM_ATTRIBUTES;
     LONG BulkMode() const noexcept;
-    std::vector<XTypeLoad> LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name, bool withBases) const;
+    std::vector<XTypeLoad> LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name,
+                                          bool withBases) const;
 };
 
 #endif

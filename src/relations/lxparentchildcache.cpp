@@ -86,8 +86,8 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos()
             moment = Moment();
             return FetchPCInfos(moment, failure);
         },
-        // The relation passes a notification that comes straight to it on to the PC infos in the map. Those that are
-        // published after one that came while they were on their way would miss it.
+        // The relation passes a notification that comes straight to it on to the PC infos in the map. Those
+        // that are published after one that came while they were on their way would miss it.
         [&](const PCInfoMap& map, const PCInfoMapPtr& former) {
             LXReplaceMap(former.get(), map);
             for (const auto& [browser, info] : map)

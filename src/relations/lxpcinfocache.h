@@ -10,7 +10,9 @@ class XLXPCInfoCache final : public XLXConfigObjectCache<XLXPCInfoCache, XCached
 public:
     static constexpr std::size_t Slots = 10; // there before the first values are
 
-    XLXPCInfoCache(XLXComPtr<IUnknown> server, XClockPtr clock) : XLXConfigObjectCache(std::move(server), std::move(clock), Slots) {}
+    XLXPCInfoCache(XLXComPtr<IUnknown> server, XClockPtr clock)
+        : XLXConfigObjectCache(std::move(server), std::move(clock), Slots)
+    {}
 
     HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
 };

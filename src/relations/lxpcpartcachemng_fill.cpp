@@ -77,7 +77,7 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::Load()
 
 // After a failure there are no relations, and no further attempt, until a notification comes.
 XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadOrKeepFailure(ILXConfigFactory& factory,
-                                                                      std::exception_ptr& failure)
+                                                                       std::exception_ptr& failure)
 {
     try
     {
@@ -96,9 +96,9 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfig
     const LXErrorLocation at = LXPCPartAt("LoadAllPCRelation", 2037);
     const XMoment moment = m_clock->Copy();
     XLXSafeArray array;
-    const HRESULT result = LXAsk("ILXConfigFactory::GetPCArray", array, LXNoResult::PointerError,
-                                 OLESTR("relation array"), at,
-                                 [&](SAFEARRAY** out) { return factory.GetPCArray(out); });
+    const HRESULT result =
+        LXAsk("ILXConfigFactory::GetPCArray", array, LXNoResult::PointerError, OLESTR("relation array"), at,
+              [&](SAFEARRAY** out) { return factory.GetPCArray(out); });
     XLXError::RaiseIfFailed(result, OLESTR("GetPCArray failed"), at);
 
     XRetired retired;
@@ -112,8 +112,9 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfig
     return std::make_shared<const RelationMap>(RelationMap{std::move(fresh), true});
 }
 
-XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> records, const ParentMap* former,
-                                                        const XMoment& moment, XRetired& retired) const
+XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> records,
+                                                        const ParentMap* former, const XMoment& moment,
+                                                        XRetired& retired) const
 {
     ParentMap map;
     for (XILXPCData& record : records)
@@ -141,8 +142,9 @@ XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> 
     return map;
 }
 
-XLXComPtr<XLXParentChildCache> XLXPCPartCacheMng::Refresh(XLXComPtr<XLXParentChildCache> relation, XILXPCData record,
-                                                          const XMoment& moment, XRetired& retired) const
+XLXComPtr<XLXParentChildCache> XLXPCPartCacheMng::Refresh(XLXComPtr<XLXParentChildCache> relation,
+                                                          XILXPCData record, const XMoment& moment,
+                                                          XRetired& retired) const
 {
     if (relation)
     {
@@ -193,7 +195,8 @@ XLXParentChildCache* XLXPCPartCacheMng::Find(const ParentMap& map, XLXTextView p
     return found != nullptr ? *found : nullptr;
 }
 
-// Uses existing keys, so that shutdown allocates nothing. Who still holds a dropped relation goes on reading its values.
+// Uses existing keys, so that shutdown allocates nothing. Who still holds a dropped relation goes on reading
+// its values.
 void XLXPCPartCacheMng::TerminateDropped(const ParentMap* former, const ParentMap& kept) noexcept
 {
     if (former == nullptr)

@@ -31,10 +31,16 @@ public:
 
 private:
 #ifndef NDEBUG
-    XLockLevel Level() const noexcept { return m_level; }
+    XLockLevel Level() const noexcept
+    {
+        return m_level;
+    }
     const XLockLevel m_level;
 #else
-    static constexpr XLockLevel Level() noexcept { return XLockLevel::Leaf; }
+    static constexpr XLockLevel Level() noexcept
+    {
+        return XLockLevel::Leaf;
+    }
 #endif
     SRWLOCK m_lock = SRWLOCK_INIT;
 };

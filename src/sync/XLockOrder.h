@@ -6,8 +6,8 @@
 #ifndef XLOCKORDER_H
 #define XLOCKORDER_H
 
-/// Every lock of the component. Fill mutexes are held across calls to the server and never taken by notifications.
-/// Nothing foreign is called under any lock below that line.
+/// Every lock of the component. Fill mutexes are held across calls to the server and never taken by
+/// notifications. Nothing foreign is called under any lock below that line.
 enum class XLockLevel : unsigned char
 {
     Fill, ///< who asks the server for something, or initialises or terminates; see XFill.h

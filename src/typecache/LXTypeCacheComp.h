@@ -59,7 +59,7 @@ using XEditorMap = XSortedMap<XCFGStringKey, XRefCountPtr<XRCConfigEditorCache>>
 /// A type's records of one kind, as the server delivered them.
 struct XDeliveredRecords
 {
-    XLXSafeArray array; ///< null: the server has none
+    XLXSafeArray array;                    ///< null: the server has none
     std::shared_ptr<const XMoment> moment; ///< taken before the server was asked
 };
 
@@ -88,9 +88,9 @@ public:
                              XRetired& retired) = 0;
     virtual void FillGroupMap(XDeliveredRecords records, const XGroupMap& current, XGroupMap& fresh,
                               XRetired& retired) = 0;
-    /// Fetches components of one kind from the server, and returns them: whoever asks gets the answer to that question,
-    /// whatever arrives by other ways. Those that the data transfer mode brings and that are not there come with them,
-    /// and are delivered to their maps.
+    /// Fetches components of one kind from the server, and returns them: whoever asks gets the answer to that
+    /// question, whatever arrives by other ways. Those that the data transfer mode brings and that are not
+    /// there come with them, and are delivered to their maps.
     virtual XStampedRecords FetchTypeCacheComponents(LONG mode) = 0;
 
     /// Of whoever fetches or completes components of the type.

@@ -213,7 +213,8 @@ bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values
         DeliverComponents(std::move(components), mode, moment, retired);
         return true;
     }
-    for (XLXSafeArray* array : {&components.attributes, &components.pages, &components.groups, &components.editors})
+    for (XLXSafeArray* array :
+         {&components.attributes, &components.pages, &components.groups, &components.editors})
     {
         retired.Take(std::move(*array));
     }

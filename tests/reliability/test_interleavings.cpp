@@ -122,7 +122,8 @@ TEST_F(Interleavings, FirstBrowserIdsWhileANotificationWalks)
     EXPECT_TRUE(Ends(notified));
     gate.Open();
     readers.get();
-    EXPECT_EQ(Calls().Of("ILXConfigFactory::GetBrowserIdEnum"), 1u); // the notification concerns their values alone
+    EXPECT_EQ(Calls().Of("ILXConfigFactory::GetBrowserIdEnum"),
+              1u); // the notification concerns their values alone
 }
 
 TEST_F(Interleavings, AFormatInAStormOfNotifications)

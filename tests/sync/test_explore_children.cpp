@@ -25,7 +25,7 @@ struct Part
         {
             stamp = LXStampFrom(moment, Aspect, values.Own(), direct);
         }
-        values.Publish(time, std::make_shared<const int>(answer), stamp, [](const int&) {});
+        values.Publish(time, std::make_shared<const int>(answer), stamp, [](const auto&...) {});
     }
     void Notify(std::uint64_t number)
     {
@@ -90,7 +90,7 @@ struct Family
         owner.Take(time, moment, answer);
         const XStamp stamp = LXStampFrom(moment, Aspect, children.Own(), owner.direct);
         children.Publish(time, Refresh(moment, answer), stamp,
-                         [&](const Child& child) { OnPublish(child, moment); });
+                         [&](const Child& child, const auto&) { OnPublish(child, moment); });
     }
     void LoadChildren()
     {
@@ -101,7 +101,7 @@ struct Family
                 const int answer = Answer(moment);
                 return Refresh(moment, answer);
             },
-            [&](const Child& child) { OnPublish(child, moment); });
+            [&](const Child& child, const auto&) { OnPublish(child, moment); });
     }
     /// The notification concerns values alone: the set of children stays what it is.
     void ChangeAndNotifyDirectly()

@@ -24,7 +24,7 @@ struct Loading
                 return fresh;
             }
             const Value answer = AskServer();
-            loaded.Publish(time, answer, {time.Now(), loaded.Own().Now()}, [](const int&) {});
+            loaded.Publish(time, answer, {time.Now(), loaded.Own().Now()}, [](const auto&...) {});
             return answer;
         }
         return loaded.Load(time, [this] { return AskServer(); });

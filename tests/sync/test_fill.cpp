@@ -27,8 +27,8 @@ public:
     std::atomic<int> m_server{1};
 };
 
-/// A course of events. Two threads ask: n and N note, s and S publish. i notifies, o advances the own count, E ends and
-/// B begins the time anew.
+/// A course of events. Two threads ask: n and N note, s and S publish. i notifies, o advances the own count,
+/// E ends and B begins the time anew.
 struct Course
 {
     const char* events;
@@ -39,10 +39,10 @@ struct Course
 TEST(Loaded, KeepsTheAnswerThatWasNotedLastAndNeverTakesAnOvertakenOneForFresh)
 {
     constexpr Course Courses[] = {
-        {"", 0, false},     {"ns", 1, true},      {"nsi", 1, false},    {"nis", 1, false},   {"nso", 1, false},
-        {"nos", 1, false},  {"nisNS", 2, true},   {"nNsS", 2, true},    {"nNSs", 1, true},   {"niNSs", 2, true},
-        {"noNSs", 2, true}, {"nNiSs", 1, false},  {"niNoSs", 2, false}, {"nsE", 0, false},   {"nEs", 0, false},
-        {"nEBs", 0, false}, {"nEBNSs", 2, true},  {"nsEB", 0, false},
+        {"", 0, false},     {"ns", 1, true},     {"nsi", 1, false},    {"nis", 1, false}, {"nso", 1, false},
+        {"nos", 1, false},  {"nisNS", 2, true},  {"nNsS", 2, true},    {"nNSs", 1, true}, {"niNSs", 2, true},
+        {"noNSs", 2, true}, {"nNiSs", 1, false}, {"niNoSs", 2, false}, {"nsE", 0, false}, {"nEs", 0, false},
+        {"nEBs", 0, false}, {"nEBNSs", 2, true}, {"nsEB", 0, false},
     };
     for (const Course& course : Courses)
     {
@@ -90,7 +90,8 @@ TEST(Loaded, GivesAnAnswerThatNothingTakesToWhoeverAsked)
     EXPECT_EQ(loading.Ask(), 1);
     EXPECT_FALSE(loading.m_loaded.Held());
     const auto fail = [&] {
-        loading.m_loaded.Load(loading.time, []() -> std::shared_ptr<const int> { throw std::runtime_error("fails"); });
+        loading.m_loaded.Load(loading.time,
+                              []() -> std::shared_ptr<const int> { throw std::runtime_error("fails"); });
     };
     EXPECT_THROW(fail(), std::runtime_error);
     XActor other; // the mutex was given back
@@ -106,7 +107,8 @@ TEST(Loaded, AChangeMakesAnAnswerOnItsWayOld)
     const XStamp noted{loading.time.Now(), loading.m_loaded.Own().Now()};
     loading.m_loaded.Change([](const int&, bool&) { return std::make_shared<const int>(7); });
     EXPECT_TRUE(loading.IsFresh());
-    EXPECT_FALSE(loading.m_loaded.Publish(loading.time, std::make_shared<const int>(1), noted, [](const int&, const std::shared_ptr<const int>&) {}));
+    EXPECT_FALSE(loading.m_loaded.Publish(loading.time, std::make_shared<const int>(1), noted,
+                                          [](const int&, const std::shared_ptr<const int>&) {}));
     EXPECT_EQ(*loading.m_loaded.Held(), 7);
     loading.m_loaded.Change([](const int& value, bool& isWhole) {
         isWhole = false; // not known: ask again
