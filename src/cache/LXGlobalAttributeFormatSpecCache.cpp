@@ -99,7 +99,7 @@ HRESULT XLXGlobalAttributeFormatSpecCache::Terminate() noexcept
                                  formats->Terminate();
                              }
                          });
-    Detach(); // whoever holds the spec goes on reading the values that it has
+    Detach(); // who still holds this object goes on reading its values
     ReleaseServer();
     return S_OK;
 }

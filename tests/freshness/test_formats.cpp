@@ -15,7 +15,7 @@ XServerModel FormatModel()
     return model;
 }
 
-/// By the interface that has the format: of type 1 of Pump.Head and of the spec, and the one of a group.
+/// By the interface that has the format: of type 1 of Pump.Head and of a global one, and the one of a group.
 class Formats : public CacheTest, public testing::WithParamInterface<const char*>
 {
 protected:
