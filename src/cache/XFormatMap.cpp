@@ -15,7 +15,7 @@ HRESULT HandOut(const XLXComPtr<XLXFormatCache>& format, ILXFormat** out) noexce
 }
 } // namespace
 
-HRESULT XFormatMap::Get(const XTime& time, int type, ILXFormat** out, const char* method,
+HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, const char* method,
                         const Ask& askServer, const LXErrorLocation& failedAt)
 {
     *out = nullptr;
@@ -43,13 +43,13 @@ HRESULT XFormatMap::Get(const XTime& time, int type, ILXFormat** out, const char
     }
     if (result != S_FALSE && server)
     {
-        format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), time.clock, failedAt);
+        format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock), failedAt);
     }
     Enter(time, type, format, noted, changes);
     return HandOut(format, out);
 }
 
-HRESULT XFormatMap::Create(const XTime& time, int type, ILXFormat** out, const char* method,
+HRESULT XFormatMap::Create(const XObjectTime& time, int type, ILXFormat** out, const char* method,
                            const Ask& askServer, const LXErrorLocation& failedAt)
 {
     *out = nullptr;
@@ -60,7 +60,7 @@ HRESULT XFormatMap::Create(const XTime& time, int type, ILXFormat** out, const c
     Format format;
     if (result == S_OK)
     {
-        format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), time.clock, failedAt);
+        format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock), failedAt);
     }
     Replace(time, type, format, noted);
     if (result != S_OK)
@@ -70,14 +70,14 @@ HRESULT XFormatMap::Create(const XTime& time, int type, ILXFormat** out, const c
     return HandOut(format, out);
 }
 
-void XFormatMap::Erase(const XTime& time, int type)
+void XFormatMap::Erase(const XObjectTime& time, int type)
 {
     Replace(time, type, nullptr, XStamp{});
 }
 
 // An answer that a notification, a creation or a deletion overtook is not entered: the next question asks
 // again.
-void XFormatMap::Enter(const XTime& time, int type, Format& format, const XStamp& noted,
+void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const XStamp& noted,
                        std::uint64_t changes)
 {
     Map dropped; // these two go after the lock
@@ -110,7 +110,7 @@ void XFormatMap::Enter(const XTime& time, int type, Format& format, const XStamp
 
 // What the server has created or deleted, together with the count that tells answers on their way that they
 // are old.
-void XFormatMap::Replace(const XTime& time, int type, const Format& format, const XStamp& noted)
+void XFormatMap::Replace(const XObjectTime& time, int type, const Format& format, const XStamp& noted)
 {
     Map dropped;
     m_mapFormatCache.Write([&](Formats& formats) {
@@ -129,7 +129,7 @@ void XFormatMap::Replace(const XTime& time, int type, const Format& format, cons
     DetachAll(dropped);
 }
 
-void XFormatMap::EmptyIfStale(Formats& formats, const XTime& time, Map& dropped) const
+void XFormatMap::EmptyIfStale(Formats& formats, const XObjectTime& time, Map& dropped) const
 {
     if (const XStamp now = Now(time); formats.stamp != now)
     {

@@ -27,16 +27,16 @@ public:
 
     /// Answers from the map, and asks the server on a miss. A failure of the server is reported at the
     /// location, returned, and not kept.
-    HRESULT Get(const XTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
+    HRESULT Get(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
                 const LXErrorLocation& failedAt);
 
     /// Asks the server to create a format and keeps it. Anything but S_OK from the server is reported and
     /// returned.
-    HRESULT Create(const XTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
-                   const LXErrorLocation& failedAt);
+    HRESULT Create(const XObjectTime& time, int type, ILXFormat** out, const char* method,
+                   const Ask& askServer, const LXErrorLocation& failedAt);
 
     /// Drops the entry of a format that the server has deleted.
-    void Erase(const XTime& time, int type);
+    void Erase(const XObjectTime& time, int type);
 
     /// Makes the map stale. Waits for nobody.
     void Advance() noexcept { m_own.Advance(); }
@@ -58,10 +58,10 @@ private:
         std::uint64_t changes = 0; ///< by this process: an answer that one overtook is not entered
     };
 
-    XStamp Now(const XTime& time) const noexcept { return {time.Now(), m_own.Now()}; }
-    void EmptyIfStale(Formats& formats, const XTime& time, Map& dropped) const;
-    void Enter(const XTime& time, int type, Format& format, const XStamp& noted, std::uint64_t changes);
-    void Replace(const XTime& time, int type, const Format& format, const XStamp& noted);
+    XStamp Now(const XObjectTime& time) const noexcept { return {time.Now(), m_own.Now()}; }
+    void EmptyIfStale(Formats& formats, const XObjectTime& time, Map& dropped) const;
+    void Enter(const XObjectTime& time, int type, Format& format, const XStamp& noted, std::uint64_t changes);
+    void Replace(const XObjectTime& time, int type, const Format& format, const XStamp& noted);
     static void DetachAll(const Map& dropped) noexcept;
 
     XOwnCount m_own;

@@ -355,7 +355,7 @@ protected:
 
     /// What would be noted now of the values.
     std::uint64_t Now() const noexcept { return m_clock ? m_clock->Now(Facts.values) : 1; }
-    XTime TimeOf(XAspect aspect) const { return {m_clock, aspect}; }
+    XObjectTime TimeOf(XAspect aspect) const noexcept { return {m_clock.Get(), aspect}; }
     /// The whole clock as it is now.
     XMoment Moment() const noexcept
     {

@@ -12,10 +12,9 @@ constexpr ULONG AttributeTypeBatch = 100;
 } // namespace
 
 XLXAttributeCache::XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock)
-    : XLXConfigObjectCache(std::move(server), std::move(clock))
-{
-    m_attributeTypes.Begin(TimeOf(XAspect::AttributeTypes));
-}
+    : XLXConfigObjectCache(std::move(server), std::move(clock)),
+      m_attributeTypes(nullptr, XStamp{}, TimeOf(XAspect::AttributeTypes), true)
+{}
 
 HRESULT XLXAttributeCache::AddAttributeType(ILXAttributeType** ppAttributeType)
 {
@@ -247,10 +246,10 @@ void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, 
 {
     const XStamp stamp = LXStampFrom(moment, XAspect::AttributeTypes, m_attributeTypes.Own(), Direct());
     static const TypeMap none;
-    const TypeMapPtr former = m_attributeTypes.Held();
     TypeMapPtr fresh(TypeMapPtr(), &none); // most attributes have none: that needs no memory
     if (!types.empty())
     {
+        const TypeMapPtr former = m_attributeTypes.Held();
         TypeMap map;
         for (XILXConfigData& type : types)
         {

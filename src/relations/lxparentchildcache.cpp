@@ -10,10 +10,9 @@ constexpr ULONG PCInfoBatch = 31;
 } // namespace
 
 XLXParentChildCache::XLXParentChildCache(XLXComPtr<IUnknown> server, XClockPtr clock)
-    : XLXConfigObjectCache(std::move(server), std::move(clock))
-{
-    m_pcInfos.Begin(TimeOf(XAspect::PCInfos));
-}
+    : XLXConfigObjectCache(std::move(server), std::move(clock)),
+      m_pcInfos(nullptr, XStamp{}, TimeOf(XAspect::PCInfos), true)
+{}
 
 HRESULT XLXParentChildCache::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
 {

@@ -124,6 +124,7 @@ public:
         return *this;
     }
 
+    Clock* Get() const noexcept { return m_clock; }
     Clock* operator->() const noexcept { return m_clock; }
     Clock& operator*() const noexcept { return *m_clock; }
     explicit operator bool() const noexcept { return m_clock != nullptr; }

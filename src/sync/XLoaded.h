@@ -24,6 +24,16 @@ struct XBasicTime
     bool IsSame(const XBasicTime& other) const noexcept { return clock == other.clock; }
 };
 
+/// The time of a holder that belongs to an object, whose clock outlives the holder: not counted again.
+struct XObjectTime
+{
+    XClock* clock = nullptr;
+    XAspect aspect{};
+
+    std::uint64_t Now() const noexcept { return clock != nullptr ? clock->Now(aspect) : 1; }
+    bool IsSame(const XObjectTime& other) const noexcept { return clock == other.clock; }
+};
+
 /// A value that stands under a lock together with its stamp, and the time that the stamp refers to.
 template <class T, class Time>
 struct XPublished
@@ -41,6 +51,10 @@ template <class Data, class Policy = XSystemSync>
 class XMutexGuarded
 {
 public:
+    template <class... Arguments>
+    explicit XMutexGuarded(Arguments&&... arguments) : m_data{std::forward<Arguments>(arguments)...}
+    {}
+
     template <class Use>
     decltype(auto) Read(Use&& use) const
     {
@@ -256,9 +270,9 @@ private:
 
 using XTime = XBasicTime<XClock>;
 
-/// Of which there are many.
+/// Of which there are many. Open from the start when it is made as XLoaded<T>{nullptr, {}, time, true}.
 template <class T>
-using XLoaded = XBasicLoaded<T, XTime>;
+using XLoaded = XBasicLoaded<T, XObjectTime>;
 
 /// Of which there is one, looked up often. Its lock has a place in the lock order.
 template <class T>

@@ -23,7 +23,7 @@ public:
     bool IsFresh() const { return m_loaded.Fresh() != nullptr; }
 
     XTime time{XClockPtr(new XClock), Aspect};
-    XLoaded<int> m_loaded;
+    XBasicLoaded<int, XTime> m_loaded;
     std::atomic<int> m_server{1};
 };
 
