@@ -89,8 +89,9 @@ private:
     };
 
     // Loading: the fill mutex is held
-    RelationMapPtr LoadAllPCRelation(ILXConfigFactory& factory);
-    RelationMapPtr LoadOrKeepFailure(ILXConfigFactory& factory, std::exception_ptr& failure);
+    RelationMapPtr LoadAllPCRelation(ILXConfigFactory& factory, const ParentMap* former);
+    RelationMapPtr LoadOrKeepFailure(ILXConfigFactory& factory, RelationMapPtr& refreshed,
+                                     std::exception_ptr& failure);
     ParentMap MakeMap(std::vector<XLXCFCDataTransfer::XILXPCData> records, const ParentMap* former,
                       const XMoment& moment, XRetired& retired) const;
     XLXComPtr<XLXParentChildCache> Refresh(XLXComPtr<XLXParentChildCache> relation,

@@ -60,10 +60,20 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::Load()
     }
     const auto factory = Host().ConfigFactoryOf(m_clock, "InternalFillParentChildMap");
     std::exception_ptr failure;
+    RelationMapPtr refreshed; // whose relations the answer refreshes
     RelationMapPtr replaced;
     RelationMapPtr map = m_relations.Load(
-        {m_clock, XAspect::Relations}, [&] { return LoadOrKeepFailure(*factory, failure); },
-        [&replaced](const RelationMap&, const RelationMapPtr& former) { replaced = former; });
+        {m_clock, XAspect::Relations}, [&] { return LoadOrKeepFailure(*factory, refreshed, failure); },
+        [&](const RelationMap& loaded, const RelationMapPtr& former) {
+            replaced = former;
+            if (former != refreshed &&
+                loaded.relations) // another load came between: it may have dropped some
+            {
+                ForEach(*loaded.relations, [](const auto&, const auto&, const auto&, const Entry& entry) {
+                    entry.relation->Attach();
+                });
+            }
+        });
     if (replaced && map->relations)
     {
         TerminateDropped(replaced->relations.get(), *map->relations);
@@ -77,21 +87,24 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::Load()
 
 // After a failure there are no relations, and no further attempt, until a notification comes.
 XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadOrKeepFailure(ILXConfigFactory& factory,
+                                                                       RelationMapPtr& refreshed,
                                                                        std::exception_ptr& failure)
 {
+    refreshed = m_relations.Held();
     try
     {
-        return LoadAllPCRelation(factory);
+        return LoadAllPCRelation(factory, refreshed ? refreshed->relations.get() : nullptr);
     }
     catch (const XLXException&)
     {
         failure = std::current_exception();
     }
-    const RelationMapPtr former = m_relations.Held();
-    return std::make_shared<const RelationMap>(RelationMap{former ? former->relations : nullptr, false});
+    return std::make_shared<const RelationMap>(
+        RelationMap{refreshed ? refreshed->relations : nullptr, false});
 }
 
-XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory)
+XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory,
+                                                                       const ParentMap* former)
 {
     const LXErrorLocation at = LXPCPartAt("LoadAllPCRelation", 2037);
     const XMoment moment = m_clock->Copy();
@@ -102,8 +115,6 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfig
     XLXError::RaiseIfFailed(result, OLESTR("GetPCArray failed"), at);
 
     XRetired retired;
-    const RelationMapPtr held = m_relations.Held();
-    const ParentMap* const former = held ? held->relations.get() : nullptr;
     auto fresh = std::make_shared<ParentMap>();
     if (result == S_OK)
     {

@@ -180,14 +180,6 @@ public:
     {
         return m_guarded.Read([&](const auto& published) { return use(published.value.get()); });
     }
-    /// Calls use(value pointer) under the lock; the pointer is null unless the value is fresh.
-    template <class Use>
-    decltype(auto) ReadFresh(Use&& use) const
-    {
-        return m_guarded.Read([&](const auto& published) {
-            return use(published.IsFresh(m_own.Now()) ? published.value.get() : nullptr);
-        });
-    }
 
     /// Makes what is held stale. Waits for nobody.
     void Advance() noexcept { m_own.Advance(); }

@@ -9,8 +9,8 @@
 namespace
 {
 constexpr const char* LevelNames[] = {
-    "Fill",      "TypeEntry", "TypeMap",      "BrowserIds", "Inheritance", "PCInfos",       "PCInfosNew",
-    "Relations", "PlanTypes", "ComponentMap", "ObjectMap",  "GlobalSpecs", "PropertyStore", "Leaf"};
+    "Fill",      "TypeEntry", "TypeMap",      "BrowserIds",  "Inheritance",   "PCInfos", "PCInfosNew",
+    "Relations", "PlanTypes", "ComponentMap", "GlobalSpecs", "PropertyStore", "Leaf"};
 static_assert(sizeof(LevelNames) / sizeof(LevelNames[0]) == static_cast<unsigned>(XLockLevel::Leaf) + 1);
 
 struct Held

@@ -21,7 +21,6 @@ enum class XLockLevel : unsigned char
     Relations,     ///< the relations by their three names
     PlanTypes,     ///< the plan types
     ComponentMap,  ///< a type's pages, groups, attributes or editors
-    ObjectMap,     ///< an object's formats, attribute types or PC infos
     GlobalSpecs,   ///< the global format specs
     PropertyStore, ///< the values of one object
     Leaf           ///< guards a few words; nothing is locked under it but another leaf

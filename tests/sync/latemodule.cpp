@@ -11,7 +11,7 @@ struct Pair
     std::uint64_t down = ~std::uint64_t{0};
 };
 
-XCritDataCFC<Pair> g_pair(XLockLevel::ObjectMap);
+XCritDataCFC<Pair> g_pair(XLockLevel::Relations);
 } // namespace
 
 extern "C" LX_EXPORT unsigned LXLateWork(unsigned rounds, unsigned* broken)

@@ -29,7 +29,7 @@ template <class Policy>
 struct Datum : Delegator<Policy>
 {
     using Base = Delegator<Policy>;
-    explicit Datum(XLockLevel level = XLockLevel::ObjectMap) : Base(level) {}
+    explicit Datum(XLockLevel level = XLockLevel::Relations) : Base(level) {}
 
     template <class F>
     void Read(F inside)
@@ -71,7 +71,7 @@ struct Datum : Delegator<Policy>
 template <class Policy>
 struct World
 {
-    Datum<Policy> data{XLockLevel::ObjectMap};
+    Datum<Policy> data{XLockLevel::Relations};
     Datum<Policy> other{XLockLevel::PropertyStore};
 };
 

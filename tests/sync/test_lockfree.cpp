@@ -186,7 +186,7 @@ TEST_F(LockFreeRead, AWriterGetsThroughRestlessReaders)
 
 TEST(GuardedData, SetDestroysTheOldValueWithNoLockHeld)
 {
-    XCritDataCFC<std::shared_ptr<int>> data(XLockLevel::ObjectMap);
+    XCritDataCFC<std::shared_ptr<int>> data(XLockLevel::Relations);
     XActor other;
     bool entered = false;
     data.Set(std::shared_ptr<int>(new int(1), [&](int* old) {
@@ -202,7 +202,7 @@ TEST(GuardedData, SetDestroysTheOldValueWithNoLockHeld)
 TEST(GuardedData, AnErrorUnderAProxyGivesTheLockBack)
 {
     const LogCapture log;
-    XCritDataCFC<int> data(XLockLevel::ObjectMap, 7);
+    XCritDataCFC<int> data(XLockLevel::Relations, 7);
     const auto fail = [](const int& value) {
         if (value == 7)
         {
