@@ -141,7 +141,7 @@ inline void ExpectExplored(const Explorer::Result& result, std::uint64_t least)
 {
     EXPECT_EQ("", result.failure) << result;
     EXPECT_TRUE(result.complete);
-    EXPECT_GE(result.schedules, ExploreFewer ? 20 : least);
+    EXPECT_GE(result.schedules, ExploreFewer ? 15 : least);
 }
 
 inline constexpr const char* Older = "older than a notification that returned before the question";
