@@ -357,16 +357,7 @@ protected:
     std::uint64_t Now() const noexcept { return m_clock ? m_clock->Now(Facts.values) : 1; }
     XObjectTime TimeOf(XAspect aspect) const noexcept { return {m_clock.Get(), aspect}; }
     /// The whole clock as it is now.
-    XMoment Moment() const noexcept
-    {
-        if (m_clock)
-        {
-            return m_clock->Copy();
-        }
-        XMoment timeless;
-        timeless.numbers.fill(1);
-        return timeless;
-    }
+    XMoment Moment() const noexcept { return m_clock ? m_clock->Copy() : XMoment::Timeless(); }
 
     /// Asks the server for all values. Anything but S_OK is returned.
     /// @param use  called with the values, and with the stamp noted before the server was asked

@@ -131,8 +131,7 @@ XBrowserRegistry::PCInfoMapPtr XBrowserRegistry::LoadPCInfos(bool newRelations)
 
 XBrowserRegistry::PCInfoMap XBrowserRegistry::MakePCInfos(const BrowserIdMap& browserIds, bool newRelations)
 {
-    XMoment timeless;
-    timeless.numbers.fill(1);
+    const XMoment timeless = XMoment::Timeless();
     PCInfoMap infos;
     for (const auto& [key, browserId] : browserIds)
     {

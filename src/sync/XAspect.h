@@ -47,7 +47,6 @@ public:
     {}
 
     constexpr bool Has(XAspect aspect) const noexcept { return (m_bits & BitOf(aspect)) != 0; }
-    constexpr bool Empty() const noexcept { return m_bits == 0; }
     constexpr void Add(XAspect aspect) noexcept { m_bits |= BitOf(aspect); }
     constexpr bool operator==(const XAspectSet&) const noexcept = default;
 

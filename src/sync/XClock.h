@@ -42,6 +42,14 @@ struct XMoment
     std::array<std::uint64_t, LXAspectCount> numbers{};
     std::uint64_t direct = 0; ///< the last direct notification to any object of the connection
 
+    /// Of what nothing on the server can make stale: it has no clock.
+    static XMoment Timeless() noexcept
+    {
+        XMoment moment;
+        moment.numbers.fill(1);
+        return moment;
+    }
+
     std::uint64_t At(XAspect aspect) const noexcept { return numbers[static_cast<std::size_t>(aspect)]; }
 };
 
