@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A config factory that answers bulk reads with arrays made beforehand, so that only the cache's share of a
-// load is measured. Everything else goes to the sample server's factory.
+// A config factory that answers bulk reads with arrays made beforehand, so that only the cache's share of a load is
+// measured. Everything else goes to the sample server's factory.
 //
 // Threading  For one thread.
 #ifndef XBENCHFACTORY_H
@@ -32,10 +32,7 @@ public:
     STDMETHODIMP_(ULONG) Release() override;
 
     STDMETHODIMP AddType(ILXType** ppType) override { return m_server->AddType(ppType); }
-    STDMETHODIMP RemoveType(ILXType* pType, LONG* plResult) override
-    {
-        return m_server->RemoveType(pType, plResult);
-    }
+    STDMETHODIMP RemoveType(ILXType* pType, LONG* plResult) override { return m_server->RemoveType(pType, plResult); }
     STDMETHODIMP GetTypeEnum(BSTR bstrConfigName, ILXTypeEnum** ppEnum) override
     {
         return m_server->GetTypeEnum(bstrConfigName, ppEnum);
@@ -51,31 +48,21 @@ public:
     }
     STDMETHODIMP AddParentChild(ILXParentChild**) override { return E_NOTIMPL; }
     STDMETHODIMP RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName,
-                                    ILXParentChildEnum** ppEnum) override
+    STDMETHODIMP GetParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName, ILXParentChildEnum** ppEnum) override
     {
         return m_server->GetParentChildEnum(bstrTypename, bstrConfigName, ppEnum);
     }
     STDMETHODIMP AddBrowserId(BSTR, ILXBrowserId**) override { return E_NOTIMPL; }
     STDMETHODIMP RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) override
-    {
-        return m_server->GetBrowserIdEnum(ppEnum);
-    }
+    STDMETHODIMP GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) override { return m_server->GetBrowserIdEnum(ppEnum); }
     STDMETHODIMP DeleteDatabase() override { return E_NOTIMPL; }
     STDMETHODIMP GetTypeArray(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
     STDMETHODIMP GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override
-    {
-        return E_NOTIMPL;
-    }
+    STDMETHODIMP GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override { return E_NOTIMPL; }
     STDMETHODIMP GetPCArray(SAFEARRAY** psaRelations) override;
     STDMETHODIMP GetVersion(BSTR* pbstrVersion) override { return m_server->GetVersion(pbstrVersion); }
     STDMETHODIMP SetVersion(BSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override
-    {
-        return E_NOTIMPL;
-    }
+    STDMETHODIMP CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override { return E_NOTIMPL; }
     STDMETHODIMP GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum) override
     {
         return m_server->GetAllGlobalAttributeFormatSpecs(ppEnum);
@@ -86,10 +73,7 @@ public:
 
     STDMETHODIMP GetTypeArrayEx(LONG lMode, SAFEARRAY** psaTypes) override;
     STDMETHODIMP GetTypeArrayByTypeNameEx(BSTR, LONG, LONG, SAFEARRAY**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeArrayByTypeNameArrayEx(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override
-    {
-        return E_NOTIMPL;
-    }
+    STDMETHODIMP GetTypeArrayByTypeNameArrayEx(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override { return E_NOTIMPL; }
 
 private:
     std::atomic<ULONG> m_references{0};

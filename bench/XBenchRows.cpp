@@ -64,8 +64,7 @@ std::string Quoted(const std::string& text)
 }
 } // namespace
 
-void XBenchRows::Time(const std::string& title, const Body& work, const std::vector<Against>& against,
-                      const How& how)
+void XBenchRows::Time(const std::string& title, const Body& work, const std::vector<Against>& against, const How& how)
 {
     if (!Wants(title))
     {
@@ -101,10 +100,10 @@ void XBenchRows::Time(const std::string& title, const Body& work, const std::vec
     benchmark::RunSpecifiedBenchmarks(&collected, "all");
     for (const Against& one : against)
     {
-        m_rows.push_back({title, one.name, "ns", collected.Median("work"), collected.Median(one.name),
-                          one.bar, one.aim, how.runs});
-        std::fprintf(stderr, "  %-60s %-28s %10.1f %10.1f  %.2f\n", title.c_str(), one.name,
-                     m_rows.back().work, m_rows.back().baseline, m_rows.back().work / m_rows.back().baseline);
+        m_rows.push_back(
+            {title, one.name, "ns", collected.Median("work"), collected.Median(one.name), one.bar, one.aim, how.runs});
+        std::fprintf(stderr, "  %-60s %-28s %10.1f %10.1f  %.2f\n", title.c_str(), one.name, m_rows.back().work,
+                     m_rows.back().baseline, m_rows.back().work / m_rows.back().baseline);
     }
 }
 
@@ -113,14 +112,14 @@ void XBenchRows::Taken(const std::string& title, std::vector<double> work, const
 {
     constexpr double Nano = 1e9;
     const int runs = static_cast<int>(work.size());
-    m_rows.push_back({title, against, "ns", MedianOf(std::move(work)) * Nano,
-                      MedianOf(std::move(baseline)) * Nano, bar, aim, runs});
+    m_rows.push_back(
+        {title, against, "ns", MedianOf(std::move(work)) * Nano, MedianOf(std::move(baseline)) * Nano, bar, aim, runs});
     std::fprintf(stderr, "  %-60s %-28s %10.1f %10.1f  %.2f\n", title.c_str(), against, m_rows.back().work,
                  m_rows.back().baseline, m_rows.back().work / m_rows.back().baseline);
 }
 
-void XBenchRows::Figure(const std::string& title, const char* unit, double work, const char* against,
-                        double baseline, double bar)
+void XBenchRows::Figure(const std::string& title, const char* unit, double work, const char* against, double baseline,
+                        double bar)
 {
     m_rows.push_back({title, against, unit, work, baseline, bar, false, 1});
     std::fprintf(stderr, "  %-60s %-28s %10.1f %10.1f\n", title.c_str(), against, work, baseline);
@@ -140,9 +139,8 @@ void XBenchRows::Write(const std::string& path, const std::string& histogram) co
         std::fprintf(file,
                      "%s  {\"work\": %s, \"against\": %s, \"unit\": %s, \"value\": %.9g, \"baseline\": %.9g, "
                      "\"bar\": %.9g, \"aim\": %s, \"runs\": %d}",
-                     separator, Quoted(row.title).c_str(), Quoted(row.against).c_str(),
-                     Quoted(row.unit).c_str(), row.work, row.baseline, row.bar, row.aim ? "true" : "false",
-                     row.runs);
+                     separator, Quoted(row.title).c_str(), Quoted(row.against).c_str(), Quoted(row.unit).c_str(),
+                     row.work, row.baseline, row.bar, row.aim ? "true" : "false", row.runs);
         separator = ",\n";
     }
     std::fprintf(file, "\n ]\n}\n");

@@ -2,8 +2,7 @@
 //
 // The rows of the table: a piece of work and what it is measured against.
 //
-// All of one row runs in one process, interleaved at random, many times; a row's ratio is that of the
-// medians.
+// All of one row runs in one process, interleaved at random, many times; a row's ratio is that of the medians.
 #ifndef XBENCHROWS_H
 #define XBENCHROWS_H
 
@@ -47,15 +46,14 @@ public:
 
     bool Wants(std::string_view title) const noexcept { return title.find(m_only) != std::string_view::npos; }
     /// Measures a row now.
-    void Time(const std::string& title, const Body& work, const std::vector<Against>& against,
-              const How& how);
+    void Time(const std::string& title, const Body& work, const std::vector<Against>& against, const How& how);
     void Time(const std::string& title, const Body& work, const std::vector<Against>& against)
     {
         Time(title, work, against, How());
     }
     /// Enters times that were taken by the caller, in seconds, alternating.
-    void Taken(const std::string& title, std::vector<double> work, const char* against,
-               std::vector<double> baseline, double bar, bool aim = false);
+    void Taken(const std::string& title, std::vector<double> work, const char* against, std::vector<double> baseline,
+               double bar, bool aim = false);
     /// Enters figures that were counted.
     void Figure(const std::string& title, const char* unit, double work, const char* against, double baseline,
                 double bar);

@@ -75,8 +75,7 @@ std::string Line(const XServerModel& model, const char* title, int width, SizeOf
         sum += size;
     }
     char text[64];
-    std::snprintf(text, sizeof text, "%-22s average %5.1f |", title,
-                  sum / static_cast<double>(model.types.size()));
+    std::snprintf(text, sizeof text, "%-22s average %5.1f |", title, sum / static_cast<double>(model.types.size()));
     std::string line = text;
     for (const auto& [bucket, count] : counts)
     {
@@ -124,8 +123,7 @@ std::string LXHistogram(const XServerModel& model)
 }
 
 XBenchWorld::XBenchWorld(XServerModel model)
-    : m_server(XSampleServer::Create(std::move(model))),
-      m_factory(new XBenchFactory(m_server->ConfigFactory()))
+    : m_server(XSampleServer::Create(std::move(model))), m_factory(new XBenchFactory(m_server->ConfigFactory()))
 {}
 
 XBenchWorld::~XBenchWorld()
@@ -214,9 +212,9 @@ void XBenchWorld::NotifyOfEverything() const
 {
     const XLXComBSTR id{XLXTextView(OLESTR("objects/all/0/1"))};
     const XLXComBSTR type{XLXTextView(OLESTR("cfc_specific"))};
-    LXExpectOk(m_cache.As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), type.Get(), 256,
-                                                                  NextNotificationId(), 0, nullptr),
-               "DataObjectChanged");
+    LXExpectOk(
+        m_cache.As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), type.Get(), 256, NextNotificationId(), 0, nullptr),
+        "DataObjectChanged");
 }
 
 XLXComPtr<ILX_BaseDataObject> LXMakeBenchObject(const std::string& typeName)

@@ -18,8 +18,8 @@ constexpr int LXWideAttributes = 500;
 
 std::string LXBenchTypeName(int number);
 
-/// A configuration of so many types: attributes of 60 values, ten for each type on average, groups, pages,
-/// editors, chains of bases, and one relation for each type. Beside them stand the types "Wide0" to "Wide5".
+/// A configuration of so many types: attributes of 60 values, ten for each type on average, groups, pages, editors,
+/// chains of bases, and one relation for each type. Beside them stand the types "Wide0" to "Wide5".
 XServerModel LXBenchModel(int types);
 
 /// How often which size occurs in a model, as lines of text.

@@ -8,14 +8,12 @@ HRESULT XPlainValue::GetProperty(VARIANT* out) const
     return VariantCopy(out, const_cast<VARIANT*>(&value.Get()));
 }
 
-void XSharedRelations::Add(XLXTextView parent, XLXTextView child, XLXTextView list,
-                           XLXComPtr<ILXParentChild> relation)
+void XSharedRelations::Add(XLXTextView parent, XLXTextView child, XLXTextView list, XLXComPtr<ILXParentChild> relation)
 {
     m_relations[{LXToUtf8(parent), LXToUtf8(child), LXToUtf8(list)}] = std::move(relation);
 }
 
-HRESULT XSharedRelations::Find(XLXTextView parent, XLXTextView child, XLXTextView list,
-                               ILXParentChild** out) const
+HRESULT XSharedRelations::Find(XLXTextView parent, XLXTextView child, XLXTextView list, ILXParentChild** out) const
 {
     const Key key(LXToUtf8(parent), LXToUtf8(child), LXToUtf8(list));
     const std::shared_lock<std::shared_mutex> lock(m_mutex);

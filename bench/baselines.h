@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the cache is measured against: the same data in the plainest form, as a good engineer would write it
-// by hand for one program.
+// What the cache is measured against: the same data in the plainest form, as a good engineer would write it by hand
+// for one program.
 #ifndef BASELINES_H
 #define BASELINES_H
 

@@ -81,12 +81,11 @@ void BenchLoad(XBenchRows& rows, XBenchWorld& world)
               {{"Get and Put of each element", Measured(copy), 0.5}}, Rounds(1, 11));
 }
 
-constexpr const char* NotificationTitle =
-    "notification of everything, 20,000 types and their relations loaded";
+constexpr const char* NotificationTitle = "notification of everything, 20,000 types and their relations loaded";
 constexpr const char* FirstNotifyTitle = "the first notify after a whole load of 20,000 types";
 
-// Most of these notifications come to caches that the one before has made stale. The first one after a load
-// is in BenchGrowth.
+// Most of these notifications come to caches that the one before has made stale. The first one after a load is in
+// BenchGrowth.
 void BenchNotify(XBenchRows& rows, const XBenchWorld& small, const XBenchWorld& large)
 {
     const auto notify = [](const XBenchWorld& world) {
@@ -95,9 +94,9 @@ void BenchNotify(XBenchRows& rows, const XBenchWorld& small, const XBenchWorld& 
             const auto callback = XLXComPtr<ILXConfigFactoryCache>(&world.Cache()).As<ILXCallbackUpdate>();
             for (auto step : state)
             {
-                LXExpectOk(callback->DataObjectChanged(id.Get(), type.Get(), 256, world.NextNotificationId(),
-                                                       0, nullptr),
-                           "DataObjectChanged");
+                LXExpectOk(
+                    callback->DataObjectChanged(id.Get(), type.Get(), 256, world.NextNotificationId(), 0, nullptr),
+                    "DataObjectChanged");
             }
         };
     };
@@ -139,10 +138,9 @@ void BenchGrowth(XBenchRows& rows, XBenchWorld& small, XBenchWorld& middle, XBen
         double XCycle::*time;
         bool aim;
     };
-    for (const Part& part :
-         {Part{"load, cost per type, 20,000 against 1,000 types", &XCycle::load, false},
-          Part{FirstNotifyTitle, &XCycle::notify, true},
-          Part{"refill, cost per type, 20,000 against 1,000 types", &XCycle::refill, false}})
+    for (const Part& part : {Part{"load, cost per type, 20,000 against 1,000 types", &XCycle::load, false},
+                             Part{FirstNotifyTitle, &XCycle::notify, true},
+                             Part{"refill, cost per type, 20,000 against 1,000 types", &XCycle::refill, false}})
     {
         const auto times = [&](int size) {
             std::vector<double> all;
@@ -202,8 +200,7 @@ void Read(const XServerModel& model, const XModelType& modelType, ILXConfigFacto
         break;
     case 2: {
         XLXComPtr<ILXGroup> group;
-        LXExpectOk(type->GetGroup(modelType.groups.empty() ? 1 : 2, group.Put()) < 0 ? E_FAIL : S_OK,
-                   "GetGroup");
+        LXExpectOk(type->GetGroup(modelType.groups.empty() ? 1 : 2, group.Put()) < 0 ? E_FAIL : S_OK, "GetGroup");
         break;
     }
     case 3: {
@@ -276,8 +273,7 @@ void LXBenchServerCalls(XBenchRows& rows)
 void LXBenchLoads(XBenchRows& rows)
 {
     const bool load = rows.Wants("whole type load, per array element (5,000 types)");
-    const bool growth = rows.Wants("load, cost per type, 20,000 against 1,000 types") ||
-                        rows.Wants(FirstNotifyTitle) ||
+    const bool growth = rows.Wants("load, cost per type, 20,000 against 1,000 types") || rows.Wants(FirstNotifyTitle) ||
                         rows.Wants("refill, cost per type, 20,000 against 1,000 types");
     if (load)
     {

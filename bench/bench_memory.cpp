@@ -2,8 +2,8 @@
 //
 // bench_memory OUTPUT.json: the heap during a whole load, and what an attribute keeps.
 //
-// Only what the cache allocates, and the arrays that it is given, is counted: the server and the arrays'
-// master copies are there before.
+// Only what the cache allocates, and the arrays that it is given, is counted: the server and the arrays' master
+// copies are there before.
 #include "XBenchWorld.h"
 #include "countedheap.h"
 
@@ -42,8 +42,7 @@ Row PeakOfLoad()
     world.CompleteAllTypes();
     const double peak = Bytes(LXHeapPeak(), before);
     const double stays = Bytes(LXHeapInUse(), before);
-    std::fprintf(stderr, "  array %.1f MB, stays %.1f MB, peak %.1f MB\n", array / 1e6, stays / 1e6,
-                 peak / 1e6);
+    std::fprintf(stderr, "  array %.1f MB, stays %.1f MB, peak %.1f MB\n", array / 1e6, stays / 1e6, peak / 1e6);
     return {"peak memory of the whole load", "transfer array and what stays", peak, array + stays, 1.3};
 }
 
@@ -73,8 +72,8 @@ XLXVariantVector ValuesOf(const XLXComPtr<ILXAttribute>& attribute)
     return values;
 }
 
-/// What a vector of values takes from the heap, with its texts. They are read once before: reading an empty
-/// one asks the server, and what the attribute needs for that is not the values'.
+/// What a vector of values takes from the heap, with its texts. They are read once before: reading an empty one asks
+/// the server, and what the attribute needs for that is not the values'.
 double BytesOfValues(const XLXComPtr<ILXAttribute>& attribute)
 {
     (void)ValuesOf(attribute);
@@ -104,8 +103,7 @@ Row KeptPerAttribute()
 {
     double values = 0;
     const double stays = StaysOf(PlainAttributes + 1, &values) - StaysOf(1, nullptr);
-    std::fprintf(stderr, "  per attribute %.0f bytes, of which values %.0f\n", stays / PlainAttributes,
-                 values);
+    std::fprintf(stderr, "  per attribute %.0f bytes, of which values %.0f\n", stays / PlainAttributes, values);
     return {"kept per own attribute without attribute types, beyond its values", "one byte",
             stays / PlainAttributes - values, 1, 700};
 }
@@ -125,8 +123,8 @@ void Write(const char* path, const std::vector<Row>& rows)
                      "%s  {\"work\": \"%s\", \"against\": \"%s\", \"unit\": \"bytes\", \"value\": %.0f, "
                      "\"baseline\": %.0f, \"bar\": %g, \"aim\": false, \"runs\": 1}",
                      separator, row.work, row.against, row.value, row.baseline, row.bar);
-        std::fprintf(stderr, "  %-60s %-28s %10.0f %10.0f  %.2f\n", row.work, row.against, row.value,
-                     row.baseline, row.value / row.baseline);
+        std::fprintf(stderr, "  %-60s %-28s %10.0f %10.0f  %.2f\n", row.work, row.against, row.value, row.baseline,
+                     row.value / row.baseline);
         separator = ",\n";
     }
     std::fputs("\n ]\n}\n", file);

@@ -65,8 +65,7 @@ XBenchRows::Body EachOwn(const Objects& objects, int member)
     };
 }
 
-void BenchMember(XBenchRows& rows, const XBenchWorld& world, int member, const std::string& title,
-                 bool isText)
+void BenchMember(XBenchRows& rows, const XBenchWorld& world, int member, const std::string& title, bool isText)
 {
     const auto cached = world.Attribute(TypeName, AttributeName);
     const XLXComPtr<ILXAttribute> ofTwo[] = {cached, world.Attribute(TypeName, OtherAttributeName)};

@@ -15,10 +15,7 @@ template <class Interface>
 class XShelfObjects
 {
 public:
-    void Add(XLXTextView name, XLXComPtr<Interface> object)
-    {
-        m_objects.insert({LXToUtf8(name), std::move(object)});
-    }
+    void Add(XLXTextView name, XLXComPtr<Interface> object) { m_objects.insert({LXToUtf8(name), std::move(object)}); }
     HRESULT Find(XLXTextView name, Interface** out) const
     {
         typename Map::const_accessor found;
@@ -86,13 +83,12 @@ void BenchCachedType(XBenchRows& rows, const XBenchWorld& world)
             return types.Find(name.View(), out);
         };
     };
-    rows.Time("GetCachedType, hit in 20,000 types",
-              Loop<ILXType>(objects,
-                            [&](const Object& object, ILXType** out) {
-                                return world.Cache().GetCachedType(object.Get(), nullptr, out);
-                            }),
-              {{"(b) shared_mutex and map", Loop<ILXType>(objects, byName(shared)), 1.5},
-               {"(e) concurrent_hash_map", Loop<ILXType>(objects, byName(shelf)), 1.0, true}});
+    rows.Time(
+        "GetCachedType, hit in 20,000 types",
+        Loop<ILXType>(objects, [&](const Object& object,
+                                   ILXType** out) { return world.Cache().GetCachedType(object.Get(), nullptr, out); }),
+        {{"(b) shared_mutex and map", Loop<ILXType>(objects, byName(shared)), 1.5},
+         {"(e) concurrent_hash_map", Loop<ILXType>(objects, byName(shelf)), 1.0, true}});
 }
 
 void BenchAttribute(XBenchRows& rows, const XBenchWorld& world)
@@ -113,18 +109,17 @@ void BenchAttribute(XBenchRows& rows, const XBenchWorld& world)
         shelf.Add(names.back().View(), attribute);
     }
     Shuffle(names);
-    rows.Time(
-        "GetAttribute by name, hit, five levels of bases",
-        Loop<ILXAttribute>(names, [&](const XLXComBSTR& name,
-                                      ILXAttribute** out) { return type->GetAttribute(name.Get(), out); }),
-        {{"(b) shared_mutex and map",
-          Loop<ILXAttribute>(names, [&](const XLXComBSTR& name,
-                                        ILXAttribute** out) { return shared.Find(name.View(), out); }),
-          2.0},
-         {"(e) concurrent_hash_map",
-          Loop<ILXAttribute>(names, [&](const XLXComBSTR& name,
-                                        ILXAttribute** out) { return shelf.Find(name.View(), out); }),
-          1.0, true}});
+    rows.Time("GetAttribute by name, hit, five levels of bases",
+              Loop<ILXAttribute>(names, [&](const XLXComBSTR& name,
+                                            ILXAttribute** out) { return type->GetAttribute(name.Get(), out); }),
+              {{"(b) shared_mutex and map",
+                Loop<ILXAttribute>(
+                    names, [&](const XLXComBSTR& name, ILXAttribute** out) { return shared.Find(name.View(), out); }),
+                2.0},
+               {"(e) concurrent_hash_map",
+                Loop<ILXAttribute>(
+                    names, [&](const XLXComBSTR& name, ILXAttribute** out) { return shelf.Find(name.View(), out); }),
+                1.0, true}});
 }
 
 struct XRelationNames
@@ -140,13 +135,12 @@ void BenchRelation(XBenchRows& rows, const XBenchWorld& world)
     XSharedRelations shared;
     for (const auto& relation : world.Server().Model().relations)
     {
-        const XRelationNames& made =
-            names.emplace_back(XRelationNames{XLXComBSTR(relation->Text(XProperty::ParentName)),
-                                              XLXComBSTR(relation->Text(XProperty::ChildName)),
-                                              XLXComBSTR(relation->Text(XProperty::ChildList))});
+        const XRelationNames& made = names.emplace_back(XRelationNames{
+            XLXComBSTR(relation->Text(XProperty::ParentName)), XLXComBSTR(relation->Text(XProperty::ChildName)),
+            XLXComBSTR(relation->Text(XProperty::ChildList))});
         XLXComPtr<ILXParentChild> cached;
-        LXExpectOk(world.Cache().GetSinglePCRelation(made.parent.Get(), made.child.Get(), nullptr,
-                                                     made.list.Get(), cached.Put()),
+        LXExpectOk(world.Cache().GetSinglePCRelation(made.parent.Get(), made.child.Get(), nullptr, made.list.Get(),
+                                                     cached.Put()),
                    "GetSinglePCRelation");
         shared.Add(made.parent.View(), made.child.View(), made.list.View(), cached);
     }
@@ -154,15 +148,14 @@ void BenchRelation(XBenchRows& rows, const XBenchWorld& world)
     rows.Time("GetSinglePCRelation, hit in 20,000 relations",
               Loop<ILXParentChild>(names,
                                    [&](const XRelationNames& name, ILXParentChild** out) {
-                                       return world.Cache().GetSinglePCRelation(name.parent.Get(),
-                                                                                name.child.Get(), nullptr,
-                                                                                name.list.Get(), out);
+                                       return world.Cache().GetSinglePCRelation(name.parent.Get(), name.child.Get(),
+                                                                                nullptr, name.list.Get(), out);
                                    }),
               {{"(b) shared_mutex and map",
                 Loop<ILXParentChild>(names,
                                      [&](const XRelationNames& name, ILXParentChild** out) {
-                                         return shared.Find(name.parent.View(), name.child.View(),
-                                                            name.list.View(), out);
+                                         return shared.Find(name.parent.View(), name.child.View(), name.list.View(),
+                                                            out);
                                      }),
                 1.5}});
 }

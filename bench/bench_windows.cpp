@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// bench_windows: GetProperty of a text in the module against the platform's VariantCopy alone. Prints the row
-// as JSON. It has a loop of its own, since it runs under Wine, where nothing but the C++ library is at hand.
+// bench_windows: GetProperty of a text in the module against the platform's VariantCopy alone. Prints the row as
+// JSON. It has a loop of its own, since it runs under Wine, where nothing but the C++ library is at hand.
 #include "XLXComVariant.h"
 #include "XSampleServer.h"
 #include "modulefile.h"

@@ -6,8 +6,7 @@
 
 #include <cstddef>
 
-/// Bytes in use now, as blocks take them from the heap (with what an allocation is rounded up by, and its
-/// header).
+/// Bytes in use now, as blocks take them from the heap (with what an allocation is rounded up by, and its header).
 std::size_t LXHeapInUse() noexcept;
 /// The most that was in use since the last reset.
 std::size_t LXHeapPeak() noexcept;

@@ -111,8 +111,7 @@ int main(void)
     V_VT(&values[2]) = VT_UNKNOWN;
     V_UNKNOWN(&values[2]) = (IUnknown*)update;
     V_VT(&values[3]) = VT_BOOL;
-    Check(CoCreateInstance(&CLSID_LXConfigFactoryCache, NULL, CLSCTX_INPROC_SERVER, &IID_IDPFObject,
-                           (void**)&cache),
+    Check(CoCreateInstance(&CLSID_LXConfigFactoryCache, NULL, CLSCTX_INPROC_SERVER, &IID_IDPFObject, (void**)&cache),
           "CoCreateInstance");
     Check(IDPFObject_Initialize(cache, 4, values), "Initialize");
     Use(cache, server);

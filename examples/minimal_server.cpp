@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The smallest configuration server that the cache can be put in front of. What it offers is what the cache
-// asks for:
+// The smallest configuration server that the cache can be put in front of. What it offers is what the cache asks for:
 //
 //   ILXConfigFactoryEx   all types, or one, as a flat array: names, then records
 //   ILXConfigFactory     one type, or all, as objects (server mode); the rest has nothing to give
@@ -19,16 +18,16 @@
 #include <string>
 #include <vector>
 
-#define NOT_OFFERED(...)                                                                                     \
-    HRESULT STDMETHODCALLTYPE __VA_ARGS__ override                                                           \
-    {                                                                                                        \
-        return E_NOTIMPL;                                                                                    \
+#define NOT_OFFERED(...)                                                                                               \
+    HRESULT STDMETHODCALLTYPE __VA_ARGS__ override                                                                     \
+    {                                                                                                                  \
+        return E_NOTIMPL;                                                                                              \
     }
-#define NOTHING_OF(Method, Enumerator)                                                                       \
-    HRESULT STDMETHODCALLTYPE Method(Enumerator** ppEnum) override                                           \
-    {                                                                                                        \
-        *ppEnum = nullptr;                                                                                   \
-        return S_FALSE;                                                                                      \
+#define NOTHING_OF(Method, Enumerator)                                                                                 \
+    HRESULT STDMETHODCALLTYPE Method(Enumerator** ppEnum) override                                                     \
+    {                                                                                                                  \
+        *ppEnum = nullptr;                                                                                             \
+        return S_FALSE;                                                                                                \
     }
 
 namespace
@@ -46,8 +45,7 @@ BSTR NewBstr(const Text& text)
     return SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
 }
 
-/// The flat arrays that travel to the cache: one value after the other, each of exactly the type that is
-/// expected.
+/// The flat arrays that travel to the cache: one value after the other, each of exactly the type that is expected.
 class FlatArray
 {
 public:
@@ -123,10 +121,7 @@ struct Model
         AddAttribute(OLESTR("Part"), OLESTR("Weight"), OLESTR("kg"));
         AddAttribute(OLESTR("Pump"), OLESTR("RatedFlow"), OLESTR("m3/h"));
     }
-    void AddType(const Text& name, const Text& label, const Text& base)
-    {
-        types[name].values = {name, label, base};
-    }
+    void AddType(const Text& name, const Text& label, const Text& base) { types[name].values = {name, label, base}; }
     void AddAttribute(const Text& type, const Text& name, const Text& unit)
     {
         Values& values = types[type].attributes[name];
@@ -289,8 +284,8 @@ public:
     NOT_OFFERED(DeleteFormat(int))
 };
 
-/// The attributes of a type, one after the other: the object, its 60 values, and no attribute types. Called
-/// under the model's mutex.
+/// The attributes of a type, one after the other: the object, its 60 values, and no attribute types. Called under the
+/// model's mutex.
 void AppendAttributes(FlatArray& array, const ModelPtr& model, const Text& typeName)
 {
     for (const auto& attribute : model->types[typeName].attributes)
@@ -301,8 +296,8 @@ void AppendAttributes(FlatArray& array, const ModelPtr& model, const Text& typeN
     }
 }
 
-/// The components of a type: no pages, groups and editors; attributes, with how many elements they take.
-/// Called under the model's mutex.
+/// The components of a type: no pages, groups and editors; attributes, with how many elements they take. Called under
+/// the model's mutex.
 void AppendComponents(FlatArray& array, const ModelPtr& model, const Text& typeName)
 {
     FlatArray attributes;
@@ -371,8 +366,7 @@ public:
 class TypeEnum final : public Counted<ILXTypeEnum>
 {
 public:
-    TypeEnum(ModelPtr model, std::vector<Text> names) : m_model(std::move(model)), m_names(std::move(names))
-    {}
+    TypeEnum(ModelPtr model, std::vector<Text> names) : m_model(std::move(model)), m_names(std::move(names)) {}
     HRESULT STDMETHODCALLTYPE RemNext(ULONG count, ILXType** types, ULONG* fetched) override
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -417,12 +411,8 @@ public:
     ULONG STDMETHODCALLTYPE AddRef() override { return Counted::AddRef(); }
     ULONG STDMETHODCALLTYPE Release() override { return Counted::Release(); }
 
-    HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG, SAFEARRAY** types) override
-    {
-        return TypeArray(Text(), types);
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR name, LONG withBases, LONG,
-                                                       SAFEARRAY** types) override
+    HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG, SAFEARRAY** types) override { return TypeArray(Text(), types); }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR name, LONG withBases, LONG, SAFEARRAY** types) override
     {
         return TypeArray(withBases != 0 ? Text() : TextOf(name), types);
     }
@@ -520,8 +510,7 @@ private:
         }
         return types.CopyTo(array);
     }
-    /// A type: its object and values, its components, its base's index, and whether it is listed and
-    /// searchable.
+    /// A type: its object and values, its components, its base's index, and whether it is listed and searchable.
     void AppendType(FlatArray& array, const Text& name, const std::map<Text, std::size_t>& indexes) const
     {
         const Values& values = m_model->types[name].values;
@@ -543,8 +532,7 @@ class DataUpdate final : public Counted<ILXDataUpdate>
 {
 public:
     explicit DataUpdate(ModelPtr model) : m_model(std::move(model)) {}
-    HRESULT STDMETHODCALLTYPE RegisterCallback(BSTR, ULONG, ILXCallbackUpdate* callback,
-                                               LONG* client) override
+    HRESULT STDMETHODCALLTYPE RegisterCallback(BSTR, ULONG, ILXCallbackUpdate* callback, LONG* client) override
     {
         const std::lock_guard<std::mutex> lock(m_model->mutex);
         *client = ++m_model->lastClient;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Server mode: a server process puts the cache in front of its own objects, and lists what a type has and
-// inherits. Its host must serialise all calls: server mode turns the locks of all caches of the process off.
+// Server mode: a server process puts the cache in front of its own objects, and lists what a type has and inherits.
+// Its host must serialise all calls: server mode turns the locks of all caches of the process off.
 #include "minimal_server.h"
 
 #include <cstdio>

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Arrays as bytes, in a code of which every byte string means some array, so that a fuzzer's small changes
-// make small changes to elements. The first byte says what container it is, each further one starts an
-// element.
+// Arrays as bytes, in a code of which every byte string means some array, so that a fuzzer's small changes make small
+// changes to elements. The first byte says what container it is, each further one starts an element.
 #ifndef ARRAYCODE_H
 #define ARRAYCODE_H
 
@@ -32,8 +31,7 @@ enum class EContainer : std::uint8_t
 /// The array that bytes stand for, of at most 4096 elements.
 XLXSafeArray DecodeArray(XBytes bytes);
 
-/// Bytes that stand for an array. Texts are cut at 15 narrow characters, and types that have no code become
-/// EMPTY.
+/// Bytes that stand for an array. Texts are cut at 15 narrow characters, and types that have no code become EMPTY.
 std::vector<std::uint8_t> EncodeArray(const XLXSafeArray& array);
 
 #endif

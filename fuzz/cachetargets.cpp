@@ -131,8 +131,7 @@ std::string AskAttribute(ILXType& type, const Question& question)
         return Found(result, format, question.member % 5);
     }
     result = attribute->GetAttributeTypeEnum(types.Put());
-    return List<ILXAttributeType>(result, types,
-                                  {XProperty::AttributeTypeName, XProperty::AttributeTypeLabel});
+    return List<ILXAttributeType>(result, types, {XProperty::AttributeTypeName, XProperty::AttributeTypeLabel});
 }
 
 std::string AskGroup(ILXType& type, const Question& question)
@@ -190,8 +189,7 @@ std::string AskLists(ILXType& type, const Question& question)
         result = type.GetDisplayGroupAttributeEnum(question.member & 63, question.number, attributes.Put());
         return List<ILXAttribute>(result, attributes, {XProperty::AttributeName});
     case Question::Groups:
-        result = question.number % 2 == 0 ? type.GetGroupEnum(groups.Put())
-                                          : type.GetToplevelGroupEnum(groups.Put());
+        result = question.number % 2 == 0 ? type.GetGroupEnum(groups.Put()) : type.GetToplevelGroupEnum(groups.Put());
         return List<ILXGroup>(result, groups, {XProperty::GroupNumber, XProperty::GroupLabel});
     case Question::PageGroups:
         result = question.member % 2 == 0 ? type.GetPageGroupEnum(question.number, groups.Put())
@@ -293,8 +291,8 @@ Question Question::From(Decisions& decisions)
 
 std::string Question::Text() const
 {
-    return "question " + std::to_string(kind) + " " + type + "." + attribute + " " + std::to_string(number) +
-           " " + std::to_string(member);
+    return "question " + std::to_string(kind) + " " + type + "." + attribute + " " + std::to_string(number) + " " +
+           std::to_string(member);
 }
 
 std::string LXAnswer(ILXConfigFactory& factory, const Question& question)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the fuzz targets for the whole cache share: a small model, a cache in front of a sample server,
-// questions that a server and a cache answer alike, and bytes to decide by.
+// What the fuzz targets for the whole cache share: a small model, a cache in front of a sample server, questions that
+// a server and a cache answer alike, and bytes to decide by.
 #ifndef CACHETARGETS_H
 #define CACHETARGETS_H
 
@@ -36,8 +36,7 @@ private:
 /// Names in the model, and some that are not there at first or never.
 inline constexpr const char* FuzzTypes[] = {"Item",  "Equipment", "Pump",   "Valve",  "Document",
                                             "Sheet", "Folder",    "Hidden", "Extra1", "Extra2"};
-inline constexpr const char* FuzzAttributes[] = {"Name",  "Weight", "Power", "Head",
-                                                 "Title", "Added1", "Added2"};
+inline constexpr const char* FuzzAttributes[] = {"Name", "Weight", "Power", "Head", "Title", "Added1", "Added2"};
 
 /// A question to a config factory, answered as one text whoever answers it.
 struct Question
@@ -102,8 +101,7 @@ private:
     XLXComPtr<ILXConfigFactoryCache> m_cache;
 };
 
-/// Notifications of every shape, through the manager and straight to cached objects. True: one with a known
-/// kind.
+/// Notifications of every shape, through the manager and straight to cached objects. True: one with a known kind.
 bool FuzzDataId(XBytes bytes);
 /// Property names of every kind. True: the kind has a property of that name.
 bool FuzzPropertyNames(XBytes bytes);

@@ -8,10 +8,9 @@
 namespace
 {
 constexpr const char* DataTypes[] = {"cfc_specific", "cfc", "", "CFC_SPECIFIC"};
-constexpr const char* Pieces[] = {"objects", "properties", "pc",   "searchable", "/",
-                                  "//",      "0",          "1",    "2",          "512",
-                                  "-1",      "2147483648", "Pump", "64",         "\xF0\x90\x80\x80",
-                                  " ",       "+",          "0x2",  "Objects",    "cfc_forward/"};
+constexpr const char* Pieces[] = {
+    "objects",    "properties", "pc", "searchable",       "/", "//", "0",   "1",       "2",           "512", "-1",
+    "2147483648", "Pump",       "64", "\xF0\x90\x80\x80", " ", "+",  "0x2", "Objects", "cfc_forward/"};
 
 /// Text of any kind: common pieces, narrow characters, and units that need not be valid UTF-16.
 XLXText TextFrom(Decisions& decisions)
@@ -117,13 +116,11 @@ bool FuzzDataId(XBytes bytes)
     const ULONG notificationId = 0x80000000U | decisions.Byte(); // never one of the server's
     const XLXText text = TextFrom(decisions);
     const XLXComBSTR id(text);
-    const HRESULT result =
-        receiver->DataObjectChanged(id.Get(), dataType.Get(), 256, notificationId, 0, nullptr);
+    const HRESULT result = receiver->DataObjectChanged(id.Get(), dataType.Get(), 256, notificationId, 0, nullptr);
     LXRequire(result == S_OK, "a notification is taken whatever its data id is");
     CompareAll(cache);
     // It must not stand in the way of the next one either.
-    cache.Server().Edit().SetAttributeProperty("Pump", "Head", XProperty::Label,
-                                               std::to_string(++executions % 10));
+    cache.Server().Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, std::to_string(++executions % 10));
     CompareAll(cache);
     return XDataId::Parse(text).kind != LXDataIdKind::Other;
 }
@@ -145,8 +142,8 @@ bool FuzzPropertyNames(XBytes bytes)
     {
         // Exactly this name: with anything before or after it, or in another case, it is another one.
         for (const XLXText& other :
-             {text + XLXText(1, OLECHAR{0}), XLXText(1, OLECHAR{' '}) + text, text + OLESTR("x"),
-              text.substr(1), text.substr(0, text.size() - 1) + static_cast<OLECHAR>(text.back() ^ 0x20)})
+             {text + XLXText(1, OLECHAR{0}), XLXText(1, OLECHAR{' '}) + text, text + OLESTR("x"), text.substr(1),
+              text.substr(0, text.size() - 1) + static_cast<OLECHAR>(text.back() ^ 0x20)})
         {
             LXRequire(XCfgPropertyConvert::Convert(element, XLXComBSTR(other).Get()) == -1,
                       "a name is compared exactly");

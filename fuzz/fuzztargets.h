@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the fuzz targets do with their input: decode an array, read it, and end the process when something
-// does not hold. Each says whether its reader took the array.
+// What the fuzz targets do with their input: decode an array, read it, and end the process when something does not
+// hold. Each says whether its reader took the array.
 #ifndef FUZZTARGETS_H
 #define FUZZTARGETS_H
 

@@ -41,8 +41,7 @@ XLXVariantVector Values(int count)
     XLXVariantVector values(static_cast<std::size_t>(count));
     for (std::size_t i = 0; i < values.size(); i += 3)
     {
-        values[i] =
-            i % 2 == 0 ? XLXComVariant::FromBstr(OLESTR("ab")) : XLXComVariant::FromI4(static_cast<LONG>(i));
+        values[i] = i % 2 == 0 ? XLXComVariant::FromBstr(OLESTR("ab")) : XLXComVariant::FromI4(static_cast<LONG>(i));
     }
     return values;
 }
@@ -168,9 +167,9 @@ void WriteCacheSeeds(const std::filesystem::path& root)
     {
         const std::string name = std::to_string(kind);
         WriteSeed("ok_question_" + name, {15, 9, kind, 2, 3, 2, 4, 9, kind, 2, 3, 2, 40});
-        WriteSeed("ok_edited_" + name, {0, 9, kind, 2, 0, 2, 4, 0, 0, 2,    3, 1, 2,    9, kind, 2,    0,
-                                        2, 4, 1,    1, 2, 4, 0, 2, 9, kind, 2, 0, 2,    4, 2,    kind, 2,
-                                        3, 2, 4,    0, 0, 0, 0, 1, 0, 6,    7, 9, kind, 2, 0,    2,    4});
+        WriteSeed("ok_edited_" + name,
+                  {0,    9, kind, 2, 0, 2, 4,    0, 0, 2, 3, 1, 2, 9, kind, 2, 0, 2, 4, 1, 1,    2, 4, 0, 2, 9,
+                   kind, 2, 0,    2, 4, 2, kind, 2, 3, 2, 4, 0, 0, 0, 0,    1, 0, 6, 7, 9, kind, 2, 0, 2, 4});
     }
     WriteSeed("ok_held", {7, 5, 2, 4, 0, 2, 1, 2, 4, 0, 0, 1, 2, 4, 1, 1, 2, 5, 1, 6, 3, 2});
     WriteSeed("bad_nothing", {});
@@ -227,8 +226,7 @@ int main(int argc, char** argv)
     }
     catch (const XLXException& error)
     {
-        std::fprintf(stderr, "%s: error 0x%08X\n", error.Location().method,
-                     static_cast<unsigned>(error.Code()));
+        std::fprintf(stderr, "%s: error 0x%08X\n", error.Location().method, static_cast<unsigned>(error.Code()));
     }
     catch (const std::exception& error)
     {

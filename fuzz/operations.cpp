@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Sequences of whole operations: what a client asks and what a server changes. After each, the cache answers
-// as the server does.
+// Sequences of whole operations: what a client asks and what a server changes. After each, the cache answers as the
+// server does.
 #include "XModuleCount.h"
 #include "cachetargets.h"
 
@@ -186,8 +186,7 @@ private:
     void SetBase(XServerEdits& edit, XNotify notify)
     {
         constexpr const char* leaves[] = {"Pump", "Valve", "Sheet", "Folder", "Hidden"};
-        edit.SetTypeProperty(m_decisions.OneOf(leaves), XProperty::BaseTypeName, m_decisions.OneOf(BaseTypes),
-                             notify);
+        edit.SetTypeProperty(m_decisions.OneOf(leaves), XProperty::BaseTypeName, m_decisions.OneOf(BaseTypes), notify);
     }
 
     // Browser ids are changed, not added: the cache asks once which there are.
@@ -245,8 +244,8 @@ private:
         }
     }
 
-    /// The server changes while it answers. What it had answered by then is given, so nothing is compared;
-    /// the questions after this one see the change.
+    /// The server changes while it answers. What it had answered by then is given, so nothing is compared; the
+    /// questions after this one see the change.
     void EditInsideTheNextQuestion()
     {
         const Question question = Question::From(m_decisions);
@@ -267,8 +266,7 @@ private:
     std::string DataId()
     {
         constexpr const char* kinds[] = {"objects", "properties", "pc", "searchable", "other"};
-        constexpr int modes[] = {-1,   0,    1,     2,     4,     8,     0x10,  0x20,
-                                 0x40, 0x80, 0x100, 0x200, 0x400, 0x800, 0x1000};
+        constexpr int modes[] = {-1, 0, 1, 2, 4, 8, 0x10, 0x20, 0x40, 0x80, 0x100, 0x200, 0x400, 0x800, 0x1000};
         return std::string(m_decisions.OneOf(kinds)) + "/" + m_decisions.OneOf(FuzzTypes) + "/" +
                std::to_string(m_decisions.Of(3) - 1) + "/" + std::to_string(m_decisions.OneOf(modes));
     }
@@ -282,8 +280,8 @@ private:
         {
             const XLXComBSTR id(LXFromUtf8(DataId()));
             const XLXComBSTR kind(OLESTR("cfc_specific"));
-            const HRESULT result = m_held.type.As<ILXCallbackUpdate>()->DataObjectChanged(
-                id.Get(), kind.Get(), 256, 7, 0, nullptr);
+            const HRESULT result =
+                m_held.type.As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), kind.Get(), 256, 7, 0, nullptr);
             LXRequire(result == S_OK, "a type takes every notification");
             CompareHeld();
         }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The seeds of the fuzz targets as a test: those named ok_ are taken by their target, those named bad_
-// refused.
+// The seeds of the fuzz targets as a test: those named ok_ are taken by their target, those named bad_ refused.
 #include "cachetargets.h"
 #include "fuzztargets.h"
 #include "lxtestrunner.h"
@@ -52,8 +51,7 @@ INSTANTIATE_TEST_SUITE_P(Fuzz, Corpus,
                          testing::Values(Target{"fuzz_type_array", FuzzTypeArray},
                                          Target{"fuzz_attribute_list", FuzzAttributeList},
                                          Target{"fuzz_type_components", FuzzTypeComponents},
-                                         Target{"fuzz_record_list", FuzzRecordList},
-                                         Target{"fuzz_data_id", FuzzDataId},
+                                         Target{"fuzz_record_list", FuzzRecordList}, Target{"fuzz_data_id", FuzzDataId},
                                          Target{"fuzz_operations", FuzzOperations},
                                          Target{"fuzz_property_names", FuzzPropertyNames}),
                          testing::PrintToStringParamName());

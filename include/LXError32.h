@@ -3,11 +3,10 @@
 // LXError32: error information of the calling thread, and the logbook.
 //
 // Ownership  Every text and structure handed in stays the caller's; it is read during the call only.
-// Threading  Every function may be called from any thread. A sink is called on the thread that writes
-//            the entry, never while the component holds a lock of its own, so it may call anything
-//            but LXErrorSetLogSink.
-// Errors     No function raises. Failures of the logbook itself are ignored: reporting an error must
-//            not make another.
+// Threading  Every function may be called from any thread. A sink is called on the thread that writes the entry,
+//            never while the component holds a lock of its own, so it may call anything but LXErrorSetLogSink.
+// Errors     No function raises. Failures of the logbook itself are ignored: reporting an error must not make
+//            another.
 #ifndef LXERROR32_H
 #define LXERROR32_H
 

@@ -15,8 +15,7 @@ XBulkRecord RecordOf(const XServerCorePtr& core, const XModelRef<T>& element, co
 }
 
 template <class Object, class T, class... Owner>
-std::vector<XBulkRecord> RecordsOf(const XServerCorePtr& core, const XModelList<T>& list,
-                                   const Owner&... owner)
+std::vector<XBulkRecord> RecordsOf(const XServerCorePtr& core, const XModelList<T>& list, const Owner&... owner)
 {
     std::vector<XBulkRecord> records;
     records.reserve(list.size());
@@ -31,8 +30,7 @@ std::vector<XBulkRecord> RecordsOf(const XServerCorePtr& core, const XModelList<
     return records;
 }
 
-/// The names to deliver: those that exist, and their bases when asked for; a base stands before what derives
-/// from it.
+/// The names to deliver: those that exist, and their bases when asked for; a base stands before what derives from it.
 std::vector<XLXText> Wanted(const XServerModel& model, const std::vector<XLXText>& names, bool withBases)
 {
     std::vector<XLXText> wanted;
@@ -93,8 +91,7 @@ XBulkTypes LXTypesOf(const XServerCorePtr& core, const XServerModel& model, cons
         record.index = indexOf(name);
         record.head = RecordOf<XServerType>(core, type);
         record.components = LXComponentsOf(core, type.Share(), mode);
-        record.baseIndex =
-            model.FindType(type->Base()) != nullptr ? static_cast<LONG>(indexOf(type->Base())) : -1;
+        record.baseIndex = model.FindType(type->Base()) != nullptr ? static_cast<LONG>(indexOf(type->Base())) : -1;
         record.listed = type->listed;
         record.searchable = type->Value(XProperty::Searchable).AsBool();
     }

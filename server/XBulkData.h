@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the server delivers in bulk: gathered from the model under its lock, and written in the transfer
-// format without it.
+// What the server delivers in bulk: gathered from the model under its lock, and written in the transfer format
+// without it.
 #ifndef XBULKDATA_H
 #define XBULKDATA_H
 
@@ -31,10 +31,7 @@ struct XBulkComponents
     std::vector<XBulkRecord> editors;
     std::vector<XBulkRecord> attributes;
 
-    bool Empty() const noexcept
-    {
-        return pages.empty() && groups.empty() && editors.empty() && attributes.empty();
-    }
+    bool Empty() const noexcept { return pages.empty() && groups.empty() && editors.empty() && attributes.empty(); }
 };
 
 struct XBulkType
@@ -54,8 +51,7 @@ struct XBulkTypes
 };
 
 // The model's lock is held for these.
-XBulkComponents LXComponentsOf(const XServerCorePtr& core, const std::shared_ptr<XModelType>& type,
-                               LONG mode);
+XBulkComponents LXComponentsOf(const XServerCorePtr& core, const std::shared_ptr<XModelType>& type, LONG mode);
 /// The named types that exist, each once, with all their bases when asked for.
 XBulkTypes LXTypesOf(const XServerCorePtr& core, const XServerModel& model, const std::vector<XLXText>& names,
                      bool withBases, LONG mode);

@@ -211,8 +211,7 @@ XCallMonitor::Entry XCallMonitor::Enter(std::string_view name)
     {
         const std::lock_guard lock(m_mutex);
         const auto found = m_counts.byName.find(name);
-        entry.number =
-            found != m_counts.byName.end() ? ++found->second : m_counts.byName[std::string(name)] = 1;
+        entry.number = found != m_counts.byName.end() ? ++found->second : m_counts.byName[std::string(name)] = 1;
         delay = m_delay;
         entry.result = TakeFailure(name);
     }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// Watches the calls that come to the sample server from outside, and tampers with them on demand: counts,
-// delays, failures, gates and a hook. A call is named "Interface::Method"; IUnknown's methods are no calls.
+// Watches the calls that come to the sample server from outside, and tampers with them on demand: counts, delays,
+// failures, gates and a hook. A call is named "Interface::Method"; IUnknown's methods are no calls.
 //
 // Threading  Every method may be called from any thread. No lock is held while a hook runs or a call waits.
-// Errors     A gate that nobody reaches in time raises std::runtime_error; a call that nobody lets go on in
-//            time goes on by itself, and Problems() and standard error say so.
+// Errors     A gate that nobody reaches in time raises std::runtime_error; a call that nobody lets go on in time goes
+//            on by itself, and Problems() and standard error say so.
 #ifndef XCALLMONITOR_H
 #define XCALLMONITOR_H
 
@@ -22,8 +22,8 @@
 #include <string_view>
 #include <vector>
 
-/// The two moments of a call. At Arrival nothing was read yet; at Answer the answer is complete, made from
-/// the model as it was before, and about to be returned.
+/// The two moments of a call. At Arrival nothing was read yet; at Answer the answer is complete, made from the model
+/// as it was before, and about to be returned.
 enum class XCallPoint
 {
     Arrival,
@@ -100,21 +100,20 @@ public:
     /// Every call takes at least that long, as over a slow network; 0 is off.
     void SetDelay(std::chrono::microseconds delay);
 
-    /// The n-th call of that method from now on (1 is the next one) answers that result and nothing else: all
-    /// its out arguments stay empty. S_OK makes a success without a result. An empty name means any method.
+    /// The n-th call of that method from now on (1 is the next one) answers that result and nothing else: all its out
+    /// arguments stay empty. S_OK makes a success without a result. An empty name means any method.
     void FailCall(std::string_view name, HRESULT result, unsigned long long n = 1);
     /// Every call of that method from now on answers that result.
     void FailAlways(std::string_view name, HRESULT result);
     void StopFailing();
 
     /// The next calls of that method stop at the given point.
-    [[nodiscard]] XCallGate PauseAt(std::string_view name, XCallPoint point = XCallPoint::Arrival,
-                                    int calls = 1);
+    [[nodiscard]] XCallGate PauseAt(std::string_view name, XCallPoint point = XCallPoint::Arrival, int calls = 1);
     /// How long a call waits at a gate before it goes on by itself.
     void SetGateLimit(std::chrono::milliseconds limit);
 
-    /// Called at both points of every call, on the calling thread. Calls to the server that a hook causes on
-    /// its own thread are counted, but do not call it again. An empty function ends it.
+    /// Called at both points of every call, on the calling thread. Calls to the server that a hook causes on its own
+    /// thread are counted, but do not call it again. An empty function ends it.
     void SetHook(Hook hook);
     /// A second one, called before the first, for what goes on through a whole test.
     void SetStandingHook(Hook hook);

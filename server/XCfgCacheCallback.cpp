@@ -138,12 +138,11 @@ HRESULT XCfgCacheCallback::GetClientInfo(tagLXClientInfo* pClientInfo)
 }
 
 HRESULT XCfgCacheCallback::DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
-                                             ULONG ulNotificationId, ULONG ulCount,
-                                             tagLXUpdateInfo* pLXUpdateInfo)
+                                             ULONG ulNotificationId, ULONG ulCount, tagLXUpdateInfo* pLXUpdateInfo)
 {
     return PassOn([=](ILXCallbackUpdate& target) {
-        return target.DataObjectChanged(bstrDataID, bstrDataTyp, ulNotificationType, ulNotificationId,
-                                        ulCount, pLXUpdateInfo);
+        return target.DataObjectChanged(bstrDataID, bstrDataTyp, ulNotificationType, ulNotificationId, ulCount,
+                                        pLXUpdateInfo);
     });
 }
 
@@ -162,8 +161,8 @@ XCfgCacheCallbackRegistration::XCfgCacheCallbackRegistration()
 {
     const XLXComPtr<XCallbackFactory> factory(new XCallbackFactory);
     const HRESULT result =
-        CoRegisterClassObject(CLSID_XCfgCacheCallback, factory.Get(),
-                              CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE, &m_cookie);
+        CoRegisterClassObject(CLSID_XCfgCacheCallback, factory.Get(), CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
+                              REGCLS_MULTIPLEUSE, &m_cookie);
     if (FAILED(result))
     {
         throw std::runtime_error("XCfgCacheCallback cannot be registered");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The separate callback object that a client may ask the cache to register with the server. It passes every
-// call on to the callback that it was given.
+// The separate callback object that a client may ask the cache to register with the server. It passes every call on
+// to the callback that it was given.
 //
 // Ownership  It keeps a reference to that callback until Initialize gives it another one, null included.
 // Threading  Free-threaded; no lock is held while a call is passed on.
@@ -31,9 +31,8 @@ public:
     STDMETHODIMP ServerIsTerminating() override;
     STDMETHODIMP SetCallbackId(LONG lClientId) override;
     STDMETHODIMP GetClientInfo(tagLXClientInfo* pClientInfo) override;
-    STDMETHODIMP DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
-                                   ULONG ulNotificationId, ULONG ulCount,
-                                   tagLXUpdateInfo* pLXUpdateInfo) override;
+    STDMETHODIMP DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType, ULONG ulNotificationId,
+                                   ULONG ulCount, tagLXUpdateInfo* pLXUpdateInfo) override;
 
     /// How many of them are alive in this process.
     static LONG Alive() noexcept { return s_alive; }
@@ -55,8 +54,8 @@ HRESULT LXCfgCacheCallbackFactory(REFIID iid, void** out);
 /// How many of its objects, class objects and locks there are in this process.
 LONG LXCfgCacheCallbacksInUse() noexcept;
 
-/// Registers the class XCfgCacheCallback in this process for as long as it lives. The process must have
-/// initialised COM. Raises std::runtime_error when the platform refuses.
+/// Registers the class XCfgCacheCallback in this process for as long as it lives. The process must have initialised
+/// COM. Raises std::runtime_error when the platform refuses.
 class XCfgCacheCallbackRegistration
 {
 public:

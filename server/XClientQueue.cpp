@@ -67,8 +67,7 @@ void XClientQueue::Run()
         const auto start = std::chrono::steady_clock::now();
         const HRESULT result = job.call(*callback);
         const bool slow = std::chrono::steady_clock::now() - start > SlowAnswer;
-        if (LXIsGone(
-                result)) // noted before the answer is known, so that who waits for it finds the client gone
+        if (LXIsGone(result)) // noted before the answer is known, so that who waits for it finds the client gone
         {
             m_gone = true;
             End();
@@ -78,8 +77,7 @@ void XClientQueue::Run()
         m_slow = slow;
         m_changed.notify_all();
         lock.unlock();
-        job.answer.set_value(
-            result); // last, so that who waits for it finds the client ready for the next call
+        job.answer.set_value(result); // last, so that who waits for it finds the client ready for the next call
         lock.lock();
     }
     lock.unlock();

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// A client's callback and the calls that wait for it. They are made one after the other on a thread of the
-// client's own, so that a slow client holds up nobody else.
+// A client's callback and the calls that wait for it. They are made one after the other on a thread of the client's
+// own, so that a slow client holds up nobody else.
 //
-// Ownership  It keeps the callback until it is ended, or until the client turns out to be gone; the call
-// under
-//            way holds it longer.
-// Threading  Everything may be called from any thread. No lock is held while the callback is called or
-// released.
+// Ownership  It keeps the callback until it is ended, or until the client turns out to be gone; the call under way
+//            holds it longer.
+// Threading  Everything may be called from any thread. No lock is held while the callback is called or released.
 #ifndef XCLIENTQUEUE_H
 #define XCLIENTQUEUE_H
 
@@ -41,8 +39,8 @@ public:
     /// Makes no call any more and lets go of the callback.
     void End();
 
-    /// Whether nothing is under way or waits, and the last call did not take long: an answer to the next call
-    /// may be waited for.
+    /// Whether nothing is under way or waits, and the last call did not take long: an answer to the next call may be
+    /// waited for.
     bool IsReady() const;
     /// Whether the client is gone, so that it was ended.
     bool IsGone() const noexcept { return m_gone; }

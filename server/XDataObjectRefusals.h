@@ -14,10 +14,7 @@ public:
 
     STDMETHODIMP Save() override { return this->Refuse("Save"); }
     STDMETHODIMP Delete(LXDeleteOptions) override { return this->Refuse("Delete"); }
-    STDMETHODIMP DeleteObjects(IEnumBaseDataObject*, LXDeleteOptions) override
-    {
-        return this->Refuse("DeleteObjects");
-    }
+    STDMETHODIMP DeleteObjects(IEnumBaseDataObject*, LXDeleteOptions) override { return this->Refuse("DeleteObjects"); }
     STDMETHODIMP Copy(ILX_BaseDataObject** ppCopy) override { return this->Refuse("Copy", ppCopy); }
     STDMETHODIMP CopyObjects(IEnumBaseDataObject*, IEnumBaseDataObject** ppCopies) override
     {
@@ -31,10 +28,7 @@ public:
     {
         return this->Refuse("CopyObjects3", ppCopies);
     }
-    STDMETHODIMP FindUsage(IEnumBaseDataObject** ppObjects) override
-    {
-        return this->Refuse("FindUsage", ppObjects);
-    }
+    STDMETHODIMP FindUsage(IEnumBaseDataObject** ppObjects) override { return this->Refuse("FindUsage", ppObjects); }
     STDMETHODIMP FindCoderuleUsage(IEnumBaseDataObject** ppObjects) override
     {
         return this->Refuse("FindCoderuleUsage", ppObjects);
@@ -51,10 +45,7 @@ public:
     STDMETHODIMP AddChild(BSTR, ILX_BaseDataObject*) override { return this->Refuse("AddChild"); }
     STDMETHODIMP AddChildren(BSTR, IEnumBaseDataObject*) override { return this->Refuse("AddChildren"); }
     STDMETHODIMP RemoveChild(BSTR, ILX_BaseDataObject*) override { return this->Refuse("RemoveChild"); }
-    STDMETHODIMP RemoveChildren(BSTR, IEnumBaseDataObject*) override
-    {
-        return this->Refuse("RemoveChildren");
-    }
+    STDMETHODIMP RemoveChildren(BSTR, IEnumBaseDataObject*) override { return this->Refuse("RemoveChildren"); }
     STDMETHODIMP GetChildrenSorted(BSTR, BSTR, IEnumBaseDataObject** ppChildren) override
     {
         return this->Refuse("GetChildrenSorted", ppChildren);
@@ -114,10 +105,7 @@ public:
     {
         return this->Refuse("CreateSupplierProject", ppProject);
     }
-    STDMETHODIMP MergeSupplierProject(ILX_BaseDataObject*) override
-    {
-        return this->Refuse("MergeSupplierProject");
-    }
+    STDMETHODIMP MergeSupplierProject(ILX_BaseDataObject*) override { return this->Refuse("MergeSupplierProject"); }
     STDMETHODIMP GetAttributeMultiLingual(BSTR, LONG, VARIANT* pvarValue) override
     {
         return this->Refuse("GetAttributeMultiLingual", pvarValue);

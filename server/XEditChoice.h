@@ -39,8 +39,7 @@ public:
     {
         return formats.empty()
                    ? std::nullopt
-                   : std::optional(
-                         std::next(formats.begin(), static_cast<int>(Below(formats.size())))->first);
+                   : std::optional(std::next(formats.begin(), static_cast<int>(Below(formats.size())))->first);
     }
     /// The number of one of the elements, or 0.
     template <class T>

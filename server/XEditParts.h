@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the edits of the model are made of: data ids, and elements by what identifies them. An element that
-// the model does not have raises std::invalid_argument.
+// What the edits of the model are made of: data ids, and elements by what identifies them. An element that the model
+// does not have raises std::invalid_argument.
 #ifndef XEDITPARTS_H
 #define XEDITPARTS_H
 
@@ -35,9 +35,7 @@ inline XLXText Field(const XLXText& name)
     XLXText field;
     for (const OLECHAR character : name)
     {
-        field += character == '/'   ? LXFromUtf8("%2F")
-                 : character == '%' ? LXFromUtf8("%25")
-                                    : XLXText(1, character);
+        field += character == '/' ? LXFromUtf8("%2F") : character == '%' ? LXFromUtf8("%25") : XLXText(1, character);
     }
     return field;
 }
@@ -95,8 +93,7 @@ inline XModelGlobalSpec& SpecOf(XServerModel& model, const XText& id)
     return Known(model.FindGlobalSpec(id.Get()), "global format spec");
 }
 
-inline XModelRelation& RelationOf(XServerModel& model, const XText& parent, const XText& child,
-                                  const XText& list)
+inline XModelRelation& RelationOf(XServerModel& model, const XText& parent, const XText& child, const XText& list)
 {
     return Known(model.FindRelation(parent.Get(), child.Get(), list.Get()), "relation");
 }
@@ -105,9 +102,8 @@ inline XModelRelation& RelationOf(XServerModel& model, const XText& parent, cons
 template <class T>
 XModelRef<T>& ElementOf(XModelList<T>& list, int keyIndex, const XText& key)
 {
-    const auto found = std::find_if(list.begin(), list.end(), [&](const XModelRef<T>& element) {
-        return element->Text(keyIndex) == key.Get();
-    });
+    const auto found = std::find_if(list.begin(), list.end(),
+                                    [&](const XModelRef<T>& element) { return element->Text(keyIndex) == key.Get(); });
     if (found == list.end())
     {
         Refuse("the model has no such element: " + LXToUtf8(key.Get()));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Models made by hand or by rule, for tests and benchmarks. The same options give the same model on every
-// platform: the numbers come from a generator of our own and from whole-number arithmetic only.
+// Models made by hand or by rule, for tests and benchmarks. The same options give the same model on every platform:
+// the numbers come from a generator of our own and from whole-number arithmetic only.
 #include "XServerModel.h"
 
 #include <algorithm>
@@ -39,8 +39,8 @@ std::string Numbered(const char* prefix, int number)
     return std::string(prefix) + digits;
 }
 
-/// A spread of sizes around an average, as in configurations that have grown: of ten types six have half as
-/// many, three as many, and one has four times as many.
+/// A spread of sizes around an average, as in configurations that have grown: of ten types six have half as many,
+/// three as many, and one has four times as many.
 int Spread(XNumbers& numbers, int average)
 {
     const int tenth = numbers.Below(10);
@@ -81,8 +81,7 @@ void FillType(XNumbers& numbers, XModelType& type, int number, const XGeneratorO
     }
     for (int group = 1; group <= groups; ++group)
     {
-        type.AddGroup(group, 1 + numbers.Below(pages), group > 2 ? numbers.Below(3) : 0,
-                      Numbered("Group", group));
+        type.AddGroup(group, 1 + numbers.Below(pages), group > 2 ? numbers.Below(3) : 0, Numbered("Group", group));
     }
     const int attributes = Spread(numbers, options.attributesPerType);
     for (int i = 0; i < attributes; ++i)
@@ -138,8 +137,7 @@ XServerModel LXGenerateModel(const XGeneratorOptions& options)
         // The first types are a chain; a later one derives from any earlier type of the level above its own.
         const int level = i % depth;
         const int base = level == 0 ? -1 : i - 1 - depth * numbers.Below(i / depth + 1);
-        FillType(numbers, model.AddType(Numbered("Type", i), base < 0 ? "" : Numbered("Type", base)), i,
-                 options);
+        FillType(numbers, model.AddType(Numbered("Type", i), base < 0 ? "" : Numbered("Type", base)), i, options);
     }
     for (int i = 0; i < options.types; ++i)
     {
@@ -154,8 +152,8 @@ XServerModel LXGenerateModel(const XGeneratorOptions& options)
 
 namespace
 {
-// Object <- Equipment <- Pump <- CentrifugalPump, Equipment <- Vessel, Document, Hidden (not listed).
-// "Weight" is defined by Equipment and again by Pump: Equipment's wins.
+// Object <- Equipment <- Pump <- CentrifugalPump, Equipment <- Vessel, Document, Hidden (not listed). "Weight" is
+// defined by Equipment and again by Pump: Equipment's wins.
 void AddEquipment(XServerModel& model)
 {
     XModelType& object = model.AddType("Object");
@@ -195,10 +193,10 @@ void AddEquipment(XServerModel& model)
 }
 } // namespace
 
-// Browser ids Tree and List; the types above; relations Object/Equipment "nodes" (PC infos Tree and List,
-// List new), Equipment/Document "documents" (PC info Tree), Pump/Vessel "feeds" (PPR 1) and Pump/Vessel
-// "feeds_reverse" (PPR 2, system-internal); global spec "Length" with a format of type 0; data objects P1 (a
-// CentrifugalPump) and V1 (a Vessel) with the relationship R1 "feeds" from P1 to V1.
+// Browser ids Tree and List; the types above; relations Object/Equipment "nodes" (PC infos Tree and List, List new),
+// Equipment/Document "documents" (PC info Tree), Pump/Vessel "feeds" (PPR 1) and Pump/Vessel "feeds_reverse" (PPR 2,
+// system-internal); global spec "Length" with a format of type 0; data objects P1 (a CentrifugalPump) and V1 (a
+// Vessel) with the relationship R1 "feeds" from P1 to V1.
 XServerModel LXSmallModel()
 {
     XServerModel model;

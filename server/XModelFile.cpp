@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Model files: JSON, in which an element is an object of its properties by key. What has its default value is
-// left out, and the elements below an element are arrays in it.
+// Model files: JSON, in which an element is an object of its properties by key. What has its default value is left
+// out, and the elements below an element are arrays in it.
 #include "XServerModel.h"
 
 #include <nlohmann/json.hpp>
@@ -179,9 +179,8 @@ XJson WriteType(const XModelType& type)
 
 void ReadObject(const XJson& json, XServerModel& model)
 {
-    XModelDataObject& object =
-        model.AddObject(json.at("id").get<std::string>(), json.value("type", std::string()),
-                        json.value("table", std::string()));
+    XModelDataObject& object = model.AddObject(json.at("id").get<std::string>(), json.value("type", std::string()),
+                                               json.value("table", std::string()));
     const XJson attributes = json.value("attributes", XJson::object());
     const XJson children = json.value("children", XJson::object());
     for (const auto& [name, value] : attributes.items())
@@ -197,8 +196,8 @@ void ReadObject(const XJson& json, XServerModel& model)
     }
     if (const auto ends = json.find("ends"); ends != json.end())
     {
-        object.ends = XModelEnds{LXFromUtf8(ends->at(0).get<std::string>()),
-                                 LXFromUtf8(ends->at(1).get<std::string>())};
+        object.ends =
+            XModelEnds{LXFromUtf8(ends->at(0).get<std::string>()), LXFromUtf8(ends->at(1).get<std::string>())};
     }
 }
 

@@ -2,7 +2,7 @@
 //
 // Texts and values of the sample server's model. Plain values: nobody is called, nothing is shared.
 //
-// Errors  Text that is not valid UTF-8 raises std::invalid_argument.
+// Errors     Text that is not valid UTF-8 raises std::invalid_argument.
 #ifndef XMODELVALUE_H
 #define XMODELVALUE_H
 

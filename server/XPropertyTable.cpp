@@ -126,9 +126,7 @@ std::vector<XPropertyTable> MakeTables()
           {XProperty::GroupNumber, "number", "LXCFG_groupnumber", 0},
           {XProperty::GroupPage, "page", "LXCFG_grouppagenumber", 0},
           {XProperty::ParentGroup, "parent", "LXCFG_parentgroupnumber", 0}}},
-        {7,
-         {{XProperty::PageLabel, "label", nullptr, ""},
-          {XProperty::PageNumber, "number", "LXCFG_pagenumber", 0}}},
+        {7, {{XProperty::PageLabel, "label", nullptr, ""}, {XProperty::PageNumber, "number", "LXCFG_pagenumber", 0}}},
         {37, RelationRows()},
         {10, PCInfoRows()},
         {28, TypeRows()},
@@ -177,9 +175,8 @@ int XPropertyTable::FindKey(std::string_view key) const
 
 std::string XPropertyTable::Key(int index) const
 {
-    const auto row = std::find_if(rows.begin(), rows.end(), [index](const XPropertyRow& r) {
-        return r.index == index && r.key != nullptr;
-    });
+    const auto row = std::find_if(rows.begin(), rows.end(),
+                                  [index](const XPropertyRow& r) { return r.index == index && r.key != nullptr; });
     return row != rows.end() ? row->key : "p" + std::to_string(index);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the sample server knows of each kind of configuration element: how many property values it delivers,
-// their names and their defaults. The tables are constant.
+// What the sample server knows of each kind of configuration element: how many property values it delivers, their
+// names and their defaults. The tables are constant.
 #ifndef XPROPERTYTABLE_H
 #define XPROPERTYTABLE_H
 

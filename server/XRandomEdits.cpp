@@ -5,8 +5,7 @@
 
 using namespace LXRandom;
 
-std::map<std::string, unsigned> LXRandomEdits(XServerEdits edits, unsigned seed, unsigned count,
-                                              XNotify notify)
+std::map<std::string, unsigned> LXRandomEdits(XServerEdits edits, unsigned seed, unsigned count, XNotify notify)
 {
     std::vector<XKind> kinds = KindsOfTypes();
     const std::vector<XKind> others = KindsOfOthers();

@@ -11,8 +11,7 @@ namespace
 template <class T>
 bool HasText(const XModelList<T>& list, int index, XLXTextView text)
 {
-    return std::any_of(list.begin(), list.end(),
-                       [=](const auto& element) { return element->Text(index) == text; });
+    return std::any_of(list.begin(), list.end(), [=](const auto& element) { return element->Text(index) == text; });
 }
 
 /// An attribute of a type's own, chosen at random; null when the type has none.
@@ -27,8 +26,7 @@ Chosen AnyAttribute(Model model, XChoice& choice)
 {
     const XModelType* const type = choice.Type(model);
     const XModelAttribute* const attribute = type != nullptr ? choice.Of(type->attributes) : nullptr;
-    return attribute != nullptr ? Chosen{type->Name(), attribute->Text(XProperty::AttributeName), attribute}
-                                : Chosen();
+    return attribute != nullptr ? Chosen{type->Name(), attribute->Text(XProperty::AttributeName), attribute} : Chosen();
 }
 
 /// An attribute for which something holds; types are short of those that have formats and attribute types.
@@ -49,8 +47,7 @@ Chosen AnyAttributeWhere(Model model, XChoice& choice, Test&& test)
 
 Edit SetAttributeType(Model model, XChoice& choice)
 {
-    const Chosen at =
-        AnyAttributeWhere(model, choice, [](auto& attribute) { return !attribute.types.empty(); });
+    const Chosen at = AnyAttributeWhere(model, choice, [](auto& attribute) { return !attribute.types.empty(); });
     if (at.attribute == nullptr)
     {
         return {};
@@ -75,28 +72,23 @@ Edit AddAttributeType(Model model, XChoice& choice)
     {
         return {};
     }
-    return
-        [=](XServerEdits& edits, XNotify notify) { edits.AddAttributeType(at.type, at.name, name, notify); };
+    return [=](XServerEdits& edits, XNotify notify) { edits.AddAttributeType(at.type, at.name, name, notify); };
 }
 
 Edit RemoveAttributeType(Model model, XChoice& choice)
 {
-    const Chosen at =
-        AnyAttributeWhere(model, choice, [](auto& attribute) { return !attribute.types.empty(); });
+    const Chosen at = AnyAttributeWhere(model, choice, [](auto& attribute) { return !attribute.types.empty(); });
     if (at.attribute == nullptr)
     {
         return {};
     }
     return [at, name = choice.Of(at.attribute->types)->Text(XProperty::AttributeTypeName)](
-               XServerEdits& edits, XNotify notify) {
-        edits.RemoveAttributeType(at.type, at.name, name, notify);
-    };
+               XServerEdits& edits, XNotify notify) { edits.RemoveAttributeType(at.type, at.name, name, notify); };
 }
 
 Edit SetAttributeFormat(Model model, XChoice& choice)
 {
-    const Chosen at =
-        AnyAttributeWhere(model, choice, [](auto& attribute) { return !attribute.formats.empty(); });
+    const Chosen at = AnyAttributeWhere(model, choice, [](auto& attribute) { return !attribute.formats.empty(); });
     if (at.attribute == nullptr)
     {
         return {};
@@ -126,8 +118,7 @@ Edit AddAttributeFormat(Model model, XChoice& choice)
 
 Edit RemoveAttributeFormat(Model model, XChoice& choice)
 {
-    const Chosen at =
-        AnyAttributeWhere(model, choice, [](auto& attribute) { return !attribute.formats.empty(); });
+    const Chosen at = AnyAttributeWhere(model, choice, [](auto& attribute) { return !attribute.formats.empty(); });
     if (at.attribute == nullptr)
     {
         return {};
@@ -161,8 +152,7 @@ Edit EditGroupFormat(Model model, XChoice& choice)
     }
     const XModelProperties& properties = group->formats.begin()->second->properties;
     const int index = choice.Property(properties, {XProperty::DataType});
-    return [=, name = type->Name(), value = choice.ValueFor(properties, index)](XServerEdits& edits,
-                                                                                XNotify notify) {
+    return [=, name = type->Name(), value = choice.ValueFor(properties, index)](XServerEdits& edits, XNotify notify) {
         edits.SetGroupFormatProperty(name, number, index, value, notify);
     };
 }
@@ -177,10 +167,8 @@ Edit SetSpec(Model model, XChoice& choice)
         return {};
     }
     const int index = choice.Property(spec->properties, {XProperty::AttributeName});
-    return [=, id = spec->Text(XProperty::AttributeName),
-            value = choice.ValueFor(spec->properties, index)](XServerEdits& edits, XNotify notify) {
-        edits.SetGlobalSpecProperty(id, index, value, notify);
-    };
+    return [=, id = spec->Text(XProperty::AttributeName), value = choice.ValueFor(spec->properties, index)](
+               XServerEdits& edits, XNotify notify) { edits.SetGlobalSpecProperty(id, index, value, notify); };
 }
 
 Edit AddSpec(Model model, XChoice& choice)
@@ -242,10 +230,8 @@ Edit SetBrowser(Model model, XChoice& choice)
         return {};
     }
     const int index = choice.Property(browser->properties, {XProperty::BrowserIdName});
-    return [=, name = browser->Text(XProperty::BrowserIdName),
-            value = choice.ValueFor(browser->properties, index)](XServerEdits& edits, XNotify notify) {
-        edits.SetBrowserIdProperty(name, index, value, notify);
-    };
+    return [=, name = browser->Text(XProperty::BrowserIdName), value = choice.ValueFor(browser->properties, index)](
+               XServerEdits& edits, XNotify notify) { edits.SetBrowserIdProperty(name, index, value, notify); };
 }
 
 Edit AddBrowser(Model model, XChoice& choice)
@@ -262,13 +248,11 @@ Edit RemoveBrowser(Model model, XChoice& choice)
 {
     const XLXText name = choice.Browser(model);
     if (model.browserIds.empty() ||
-        std::any_of(model.types.begin(), model.types.end(),
-                    [&](const auto& entry) {
-                        return HasText(entry.second->editors, XProperty::EditorBrowserId, name);
-                    }) ||
-        std::any_of(model.relations.begin(), model.relations.end(), [&](const auto& relation) {
-            return HasText(relation->infos, XProperty::PCInfoBrowser, name);
-        }))
+        std::any_of(
+            model.types.begin(), model.types.end(),
+            [&](const auto& entry) { return HasText(entry.second->editors, XProperty::EditorBrowserId, name); }) ||
+        std::any_of(model.relations.begin(), model.relations.end(),
+                    [&](const auto& relation) { return HasText(relation->infos, XProperty::PCInfoBrowser, name); }))
     {
         return {};
     }
@@ -297,10 +281,10 @@ Edit SetRelation(Model model, XChoice& choice)
     {
         return {};
     }
-    const int index = choice.Property(relation->properties,
-                                      {XProperty::ParentName, XProperty::ChildName, XProperty::ChildList});
-    return [=, at = Ends::Of(*relation),
-            value = choice.ValueFor(relation->properties, index)](XServerEdits& edits, XNotify notify) {
+    const int index =
+        choice.Property(relation->properties, {XProperty::ParentName, XProperty::ChildName, XProperty::ChildList});
+    return [=, at = Ends::Of(*relation), value = choice.ValueFor(relation->properties, index)](XServerEdits& edits,
+                                                                                               XNotify notify) {
         edits.SetRelationProperty(at.parent, at.child, at.list, index, value, notify);
     };
 }
@@ -316,8 +300,8 @@ Edit AddRelation(Model model, XChoice& choice)
         return {};
     }
     const int ppr = choice.OneIn(3) ? static_cast<int>(1 + choice.Below(3)) : 0;
-    return [=, at = Ends{parent->Name(), child->Name(), list},
-            isInternal = choice.OneIn(6)](XServerEdits& edits, XNotify notify) {
+    return [=, at = Ends{parent->Name(), child->Name(), list}, isInternal = choice.OneIn(6)](XServerEdits& edits,
+                                                                                             XNotify notify) {
         edits.AddRelation(at.parent, at.child, at.list, ppr, isInternal, notify);
     };
 }

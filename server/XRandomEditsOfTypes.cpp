@@ -15,8 +15,7 @@ Edit SetType(Model model, XChoice& choice)
         return {};
     }
     constexpr int BaseTypeObject = 27;
-    const int index =
-        choice.Property(type->properties, {XProperty::TypeName, XProperty::BaseTypeName, BaseTypeObject});
+    const int index = choice.Property(type->properties, {XProperty::TypeName, XProperty::BaseTypeName, BaseTypeObject});
     return [name = type->Name(), index, value = choice.ValueFor(type->properties, index)](
                XServerEdits& edits, XNotify notify) { edits.SetTypeProperty(name, index, value, notify); };
 }
@@ -119,14 +118,12 @@ Edit SetNumbered(Model model, XChoice& choice, XModelList<T> XModelType::*list, 
 
 Edit SetPage(Model model, XChoice& choice)
 {
-    return SetNumbered(model, choice, &XModelType::pages, XProperty::PageNumber,
-                       &XServerEdits::SetPageProperty);
+    return SetNumbered(model, choice, &XModelType::pages, XProperty::PageNumber, &XServerEdits::SetPageProperty);
 }
 
 Edit SetGroup(Model model, XChoice& choice)
 {
-    return SetNumbered(model, choice, &XModelType::groups, XProperty::GroupNumber,
-                       &XServerEdits::SetGroupProperty);
+    return SetNumbered(model, choice, &XModelType::groups, XProperty::GroupNumber, &XServerEdits::SetGroupProperty);
 }
 
 Edit AddPage(Model model, XChoice& choice)
@@ -137,9 +134,7 @@ Edit AddPage(Model model, XChoice& choice)
     {
         return {};
     }
-    return [name = type->Name(), number](XServerEdits& edits, XNotify notify) {
-        edits.AddPage(name, number, notify);
-    };
+    return [name = type->Name(), number](XServerEdits& edits, XNotify notify) { edits.AddPage(name, number, notify); };
 }
 
 Edit AddGroup(Model model, XChoice& choice)
@@ -152,16 +147,16 @@ Edit AddGroup(Model model, XChoice& choice)
     }
     const int page = choice.NumberOf(type->pages, XProperty::PageNumber);
     const int parent = choice.NumberOf(type->groups, XProperty::GroupNumber);
-    return [=, name = type->Name(), parent = parent < number ? parent : 0](
-               XServerEdits& edits, XNotify notify) { edits.AddGroup(name, number, page, parent, notify); };
+    return [=, name = type->Name(), parent = parent < number ? parent : 0](XServerEdits& edits, XNotify notify) {
+        edits.AddGroup(name, number, page, parent, notify);
+    };
 }
 
 /// Whether an element of a list has that number in a property.
 template <class T>
 bool HasNumber(const XModelList<T>& list, int index, int number)
 {
-    return std::any_of(list.begin(), list.end(),
-                       [=](const auto& element) { return element->Number(index) == number; });
+    return std::any_of(list.begin(), list.end(), [=](const auto& element) { return element->Number(index) == number; });
 }
 
 Edit RemovePage(Model model, XChoice& choice)
@@ -172,8 +167,9 @@ Edit RemovePage(Model model, XChoice& choice)
     {
         return {};
     }
-    return [name = type->Name(), number = page->Number(XProperty::PageNumber)](
-               XServerEdits& edits, XNotify notify) { edits.RemovePage(name, number, notify); };
+    return [name = type->Name(), number = page->Number(XProperty::PageNumber)](XServerEdits& edits, XNotify notify) {
+        edits.RemovePage(name, number, notify);
+    };
 }
 
 Edit RemoveGroup(Model model, XChoice& choice)
@@ -186,9 +182,8 @@ Edit RemoveGroup(Model model, XChoice& choice)
     {
         return {};
     }
-    return [name = type->Name(), number](XServerEdits& edits, XNotify notify) {
-        edits.RemoveGroup(name, number, notify);
-    };
+    return
+        [name = type->Name(), number](XServerEdits& edits, XNotify notify) { edits.RemoveGroup(name, number, notify); };
 }
 
 Edit SetAttribute(Model model, XChoice& choice)
@@ -203,10 +198,8 @@ Edit SetAttribute(Model model, XChoice& choice)
     const XModelValue value = index == XProperty::AttributeGroup
                                   ? XModelValue(choice.NumberOf(type->groups, XProperty::GroupNumber))
                                   : choice.ValueFor(attribute->properties, index);
-    return [=, type = type->Name(), name = attribute->Text(XProperty::AttributeName)](XServerEdits& edits,
-                                                                                      XNotify notify) {
-        edits.SetAttributeProperty(type, name, index, value, notify);
-    };
+    return [=, type = type->Name(), name = attribute->Text(XProperty::AttributeName)](
+               XServerEdits& edits, XNotify notify) { edits.SetAttributeProperty(type, name, index, value, notify); };
 }
 
 Edit AddAttribute(Model model, XChoice& choice)
@@ -242,11 +235,9 @@ Edit SetEditor(Model model, XChoice& choice)
         return {};
     }
     const int index = choice.Property(editor->properties, {XProperty::ProgId});
-    const XModelValue value = index == XProperty::EditorBrowserId
-                                  ? XModelValue(choice.Browser(model))
-                                  : choice.ValueFor(editor->properties, index);
-    return [=, type = type->Name(), progId = editor->Text(XProperty::ProgId)](XServerEdits& edits,
-                                                                              XNotify notify) {
+    const XModelValue value = index == XProperty::EditorBrowserId ? XModelValue(choice.Browser(model))
+                                                                  : choice.ValueFor(editor->properties, index);
+    return [=, type = type->Name(), progId = editor->Text(XProperty::ProgId)](XServerEdits& edits, XNotify notify) {
         edits.SetEditorProperty(type, progId, index, value, notify);
     };
 }
@@ -273,8 +264,9 @@ Edit RemoveEditor(Model model, XChoice& choice)
     {
         return {};
     }
-    return [type = type->Name(), progId = editor->Text(XProperty::ProgId)](
-               XServerEdits& edits, XNotify notify) { edits.RemoveEditor(type, progId, notify); };
+    return [type = type->Name(), progId = editor->Text(XProperty::ProgId)](XServerEdits& edits, XNotify notify) {
+        edits.RemoveEditor(type, progId, notify);
+    };
 }
 } // namespace
 

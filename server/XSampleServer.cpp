@@ -70,8 +70,7 @@ long XSampleServer::LiveObjectsOfAllServers()
     return XServerCore::liveObjectsOfAll;
 }
 
-XNotification XSampleServer::SendNotification(const XText& dataId, const XText& dataType, ULONG id,
-                                              XNotify notify)
+XNotification XSampleServer::SendNotification(const XText& dataId, const XText& dataType, ULONG id, XNotify notify)
 {
     return m_core->Notifier().Send(dataId, dataType, id, notify);
 }

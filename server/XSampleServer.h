@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: MIT
 //
-// The sample configuration server: everything that the configuration cache asks of a server, over a model
-// that tests, benchmarks and tools read from a file, generate or build by hand.
+// The sample configuration server: everything that the configuration cache asks of a server, over a model that tests,
+// benchmarks and tools read from a file, generate or build by hand.
 //
 //     const auto server = XSampleServer::Create(LXSmallModel());
 //     cache->Initialize(server->ConfigFactory().Get(), server->Query().Get(), server->DataUpdate().Get());
 //     server->Edit().SetAttributeProperty("Pump", "Power", XProperty::Label, "Power (kW)");
 //     EXPECT_EQ(server->Calls().Of("ILXType::GetTypeComponentData"), 1u);
 //
-// Ownership  The server owns its model; its objects keep what they need of it alive. The server keeps a
-//            reference to each registered callback until that is unregistered or the server is destroyed.
-//            It holds no reference to any object of its own that it handed out.
-// Threading  Everything may be called from any thread, its objects too, except that one query object is for
-//            one thread at a time. No lock is held while a client's callback or a test's hook is called.
+// Ownership  The server owns its model; its objects keep what they need of it alive. The server keeps a reference to
+//            each registered callback until that is unregistered or the server is destroyed. It holds no reference to
+//            any object of its own that it handed out.
+// Threading  Everything may be called from any thread, its objects too, except that one query object is for one
+//            thread at a time. No lock is held while a client's callback or a test's hook is called.
 // Errors     Interface methods answer HRESULTs, all others raise C++ exceptions.
 #ifndef XSAMPLESERVER_H
 #define XSAMPLESERVER_H
@@ -50,8 +50,8 @@ class XSampleServer
 {
 public:
     static std::shared_ptr<XSampleServer> Create(XServerModel model);
-    /// Ends as a server does: callbacks are released, no notification comes any more. Objects handed out
-    /// still answer.
+    /// Ends as a server does: callbacks are released, no notification comes any more. Objects handed out still
+    /// answer.
     ~XSampleServer();
     XSampleServer(const XSampleServer&) = delete;
     XSampleServer& operator=(const XSampleServer&) = delete;
@@ -76,8 +76,7 @@ public:
     static long LiveObjectsOfAllServers();
 
     // ---- notifications
-    /// Sends a notification as it stands to every client that asked for that data type. The id 0 takes the
-    /// next one.
+    /// Sends a notification as it stands to every client that asked for that data type. The id 0 takes the next one.
     XNotification SendNotification(const XText& dataId, const XText& dataType = "cfc_specific", ULONG id = 0,
                                    XNotify notify = XNotify::Here);
     /// The id that was used last; they rise from 1.
@@ -85,9 +84,9 @@ public:
     /// Waits until the notifier thread has sent everything; raises std::runtime_error after the limit.
     void FlushNotifications(std::chrono::milliseconds limit = std::chrono::seconds(20));
     std::vector<XRegisteredClient> Clients() const;
-    /// For clients in other processes: each that registers from now on is called on a thread of its own, so
-    /// that a slow one holds up nobody else. Who sends a notification waits for the answers no longer than
-    /// that, and not at all for a client that was busy already or slow the last time.
+    /// For clients in other processes: each that registers from now on is called on a thread of its own, so that a
+    /// slow one holds up nobody else. Who sends a notification waits for the answers no longer than that, and not at
+    /// all for a client that was busy already or slow the last time.
     void CallEachClientOnItsOwnThread(std::chrono::milliseconds wait);
     /// Forgets the clients whose processes are gone, which a notification does too.
     void CheckClients();

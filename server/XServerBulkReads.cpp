@@ -15,8 +15,7 @@ std::vector<XLXText> TextsOf(SAFEARRAY* array)
     LONG lower = 0;
     LONG upper = -1;
     if (array == nullptr || SafeArrayGetDim(array) != 1 || FAILED(SafeArrayGetVartype(array, &type)) ||
-        type != VT_BSTR || FAILED(SafeArrayGetLBound(array, 1, &lower)) ||
-        FAILED(SafeArrayGetUBound(array, 1, &upper)))
+        type != VT_BSTR || FAILED(SafeArrayGetLBound(array, 1, &lower)) || FAILED(SafeArrayGetUBound(array, 1, &upper)))
     {
         throw std::invalid_argument("no array of strings");
     }
@@ -39,8 +38,7 @@ LONG ModeOf(LONG includeAttributes) noexcept
 } // namespace
 
 /// The named types, or all of them when there is no list of names.
-HRESULT XServerConfigFactory::GiveTypes(const std::vector<XLXText>* names, LONG withBases, LONG mode,
-                                        SAFEARRAY** out)
+HRESULT XServerConfigFactory::GiveTypes(const std::vector<XLXText>* names, LONG withBases, LONG mode, SAFEARRAY** out)
 {
     XBulkTypes types = Core().Read([&](const XServerModel& model) {
         std::vector<XLXText> all;
@@ -74,17 +72,15 @@ HRESULT XServerConfigFactory::GiveNamedTypes(SAFEARRAY* names, LONG withBases, L
 HRESULT XServerConfigFactory::GetTypeArray(LONG bIncludeTypeAttributes, SAFEARRAY** psaTypes)
 {
     return Call(
-        "GetTypeArray", [&] { return GiveTypes(nullptr, 1, ModeOf(bIncludeTypeAttributes), psaTypes); },
-        psaTypes);
+        "GetTypeArray", [&] { return GiveTypes(nullptr, 1, ModeOf(bIncludeTypeAttributes), psaTypes); }, psaTypes);
 }
 
-HRESULT XServerConfigFactory::GetTypeArrayByTypeName(BSTR bstrTypename, LONG bIncludeBases,
-                                                     LONG bIncludeTypeAttributes, SAFEARRAY** psaTypes)
+HRESULT XServerConfigFactory::GetTypeArrayByTypeName(BSTR bstrTypename, LONG bIncludeBases, LONG bIncludeTypeAttributes,
+                                                     SAFEARRAY** psaTypes)
 {
     return Call(
         "GetTypeArrayByTypeName",
-        [&] { return GiveOneType(bstrTypename, bIncludeBases, ModeOf(bIncludeTypeAttributes), psaTypes); },
-        psaTypes);
+        [&] { return GiveOneType(bstrTypename, bIncludeBases, ModeOf(bIncludeTypeAttributes), psaTypes); }, psaTypes);
 }
 
 HRESULT XServerConfigFactory::GetTypeArrayByTypeNameArray(SAFEARRAY* saTypenames, LONG bIncludeBases,
@@ -92,8 +88,7 @@ HRESULT XServerConfigFactory::GetTypeArrayByTypeNameArray(SAFEARRAY* saTypenames
 {
     return Call(
         "GetTypeArrayByTypeNameArray",
-        [&] { return GiveNamedTypes(saTypenames, bIncludeBases, ModeOf(bIncludeTypeAttributes), psaTypes); },
-        psaTypes);
+        [&] { return GiveNamedTypes(saTypenames, bIncludeBases, ModeOf(bIncludeTypeAttributes), psaTypes); }, psaTypes);
 }
 
 HRESULT XServerConfigFactory::GetTypeArrayEx(LONG lMode, SAFEARRAY** psaTypes)
@@ -110,12 +105,12 @@ HRESULT XServerConfigFactory::GetTypeArrayByTypeNameEx(BSTR bstrTypename, LONG b
         psaTypes);
 }
 
-HRESULT XServerConfigFactory::GetTypeArrayByTypeNameArrayEx(SAFEARRAY* saTypenames, LONG bIncludeBases,
-                                                            LONG lMode, SAFEARRAY** psaTypes)
+HRESULT XServerConfigFactory::GetTypeArrayByTypeNameArrayEx(SAFEARRAY* saTypenames, LONG bIncludeBases, LONG lMode,
+                                                            SAFEARRAY** psaTypes)
 {
     return Call<ILXConfigFactoryEx>(
-        "GetTypeArrayByTypeNameArrayEx",
-        [&] { return GiveNamedTypes(saTypenames, bIncludeBases, lMode, psaTypes); }, psaTypes);
+        "GetTypeArrayByTypeNameArrayEx", [&] { return GiveNamedTypes(saTypenames, bIncludeBases, lMode, psaTypes); },
+        psaTypes);
 }
 
 HRESULT XServerConfigFactory::GetPCArray(SAFEARRAY** psaRelations)

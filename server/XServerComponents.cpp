@@ -20,9 +20,7 @@ XLXSafeArray LXVariantArray(XLXVariantVector&& values)
 
 bool LXEqualWithoutCase(XLXTextView left, XLXTextView right) noexcept
 {
-    const auto lower = [](OLECHAR c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<OLECHAR>(c + ('a' - 'A')) : c;
-    };
+    const auto lower = [](OLECHAR c) { return c >= 'A' && c <= 'Z' ? static_cast<OLECHAR>(c + ('a' - 'A')) : c; };
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                       [lower](OLECHAR a, OLECHAR b) { return lower(a) == lower(b); });
 }
@@ -36,8 +34,7 @@ HRESULT XServerGroup::GetChildGroupEnum(ILXGroupEnum** ppEnum)
                 const std::int32_t number = SharedElement()->Number(XProperty::GroupNumber);
                 return LXCollect<XServerGroup, ILXGroup>(
                     SharedCore(), m_owner->groups,
-                    [number](const XModelGroup& g) { return g.Number(XProperty::ParentGroup) == number; },
-                    m_owner);
+                    [number](const XModelGroup& g) { return g.Number(XProperty::ParentGroup) == number; }, m_owner);
             });
             return LXHandOut(SharedCore(), std::move(groups), ppEnum);
         },
@@ -92,8 +89,7 @@ HRESULT XServerRelation::AddPCInfo(ILXPCInfo** ppPCInfo)
     return Call(
         "AddPCInfo",
         [&] {
-            auto added = Core().Change(
-                [this](XServerModel&) { return SharedElement()->infos.emplace_back().Share(); });
+            auto added = Core().Change([this](XServerModel&) { return SharedElement()->infos.emplace_back().Share(); });
             *ppPCInfo = LXMake<XServerPCInfo>(SharedCore(), std::move(added)).Detach();
             return S_OK;
         },

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The server's groups, attributes, global format specs and relations: configuration objects with something
-// below them.
+// The server's groups, attributes, global format specs and relations: configuration objects with something below
+// them.
 #ifndef XSERVERCOMPONENTS_H
 #define XSERVERCOMPONENTS_H
 
@@ -86,14 +86,8 @@ public:
     STDMETHODIMP AddAttributeType(ILXAttributeType** ppAttributeType) override;
     STDMETHODIMP RemoveAttributeType(ILXAttributeType* pAttributeType, LONG* plResult) override;
     STDMETHODIMP GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum) override;
-    STDMETHODIMP CreateFormat(int iFormatType, ILXFormat** ppFormat) override
-    {
-        return Create(iFormatType, ppFormat);
-    }
-    STDMETHODIMP GetFormat(int iFormatType, ILXFormat** ppFormat) override
-    {
-        return Find(iFormatType, ppFormat);
-    }
+    STDMETHODIMP CreateFormat(int iFormatType, ILXFormat** ppFormat) override { return Create(iFormatType, ppFormat); }
+    STDMETHODIMP GetFormat(int iFormatType, ILXFormat** ppFormat) override { return Find(iFormatType, ppFormat); }
     STDMETHODIMP DeleteFormat(int iFormatType) override { return Delete(iFormatType); }
 };
 
@@ -102,14 +96,8 @@ class XServerGlobalSpec final : public XServerFormatted<ILXGlobalAttributeFormat
 public:
     using XServerFormatted::XServerFormatted;
 
-    STDMETHODIMP CreateFormat(int iFormatType, ILXFormat** ppFormat) override
-    {
-        return Create(iFormatType, ppFormat);
-    }
-    STDMETHODIMP GetFormat(int iFormatType, ILXFormat** ppFormat) override
-    {
-        return Find(iFormatType, ppFormat);
-    }
+    STDMETHODIMP CreateFormat(int iFormatType, ILXFormat** ppFormat) override { return Create(iFormatType, ppFormat); }
+    STDMETHODIMP GetFormat(int iFormatType, ILXFormat** ppFormat) override { return Find(iFormatType, ppFormat); }
     STDMETHODIMP DeleteFormat(int iFormatType) override { return Delete(iFormatType); }
 };
 

@@ -40,8 +40,7 @@ HRESULT XServerConfigFactory::AddType(ILXType** ppType)
         "AddType",
         [&] {
             auto type = Core().Change([](XServerModel& model) {
-                const XLXText name =
-                    FreeName("NewType", [&](const XLXText& n) { return model.types.contains(n); });
+                const XLXText name = FreeName("NewType", [&](const XLXText& n) { return model.types.contains(n); });
                 model.AddType(name);
                 return model.FindType(name)->Share();
             });
@@ -58,8 +57,7 @@ HRESULT XServerConfigFactory::RemoveType(ILXType* pType, LONG* plResult)
         [&] {
             const void* const element = LXElementOf(pType);
             *plResult = Core().Change([element](XServerModel& model) {
-                return std::erase_if(model.types,
-                                     [element](const auto& e) { return &*e.second == element; }) != 0;
+                return std::erase_if(model.types, [element](const auto& e) { return &*e.second == element; }) != 0;
             });
             return *plResult != 0 ? S_OK : E_INVALIDARG;
         },
@@ -121,8 +119,7 @@ HRESULT XServerConfigFactory::AddParentChild(ILXParentChild** ppParentChild)
     return Call(
         "AddParentChild",
         [&] {
-            auto relation =
-                Core().Change([](XServerModel& model) { return model.relations.emplace_back().Share(); });
+            auto relation = Core().Change([](XServerModel& model) { return model.relations.emplace_back().Share(); });
             *ppParentChild = LXMake<XServerRelation>(SharedCore(), std::move(relation)).Detach();
             return S_OK;
         },
@@ -135,8 +132,7 @@ HRESULT XServerConfigFactory::RemoveParentChild(ILXParentChild* pParentChild, LO
         "RemoveParentChild",
         [&] {
             const void* const element = LXElementOf(pParentChild);
-            *plResult =
-                Core().Change([&](XServerModel& model) { return LXRemove(model.relations, element); });
+            *plResult = Core().Change([&](XServerModel& model) { return LXRemove(model.relations, element); });
             return *plResult != 0 ? S_OK : E_INVALIDARG;
         },
         plResult);
@@ -180,8 +176,7 @@ HRESULT XServerConfigFactory::RemoveBrowserId(ILXBrowserId* pBrowserId, LONG* pl
         "RemoveBrowserId",
         [&] {
             const void* const element = LXElementOf(pBrowserId);
-            *plResult =
-                Core().Change([&](XServerModel& model) { return LXRemove(model.browserIds, element); });
+            *plResult = Core().Change([&](XServerModel& model) { return LXRemove(model.browserIds, element); });
             return *plResult != 0 ? S_OK : E_INVALIDARG;
         },
         plResult);
@@ -205,8 +200,7 @@ HRESULT XServerConfigFactory::GetVersion(BSTR* pbstrVersion)
     return Call(
         "GetVersion",
         [&] {
-            *pbstrVersion =
-                XLXComBSTR(Core().Read([](const XServerModel& model) { return model.version; })).Detach();
+            *pbstrVersion = XLXComBSTR(Core().Read([](const XServerModel& model) { return model.version; })).Detach();
             return S_OK;
         },
         pbstrVersion);
@@ -226,8 +220,8 @@ HRESULT XServerConfigFactory::CreateGlobalAttributeFormatSpec(ILXGlobalAttribute
         "CreateGlobalAttributeFormatSpec",
         [&] {
             auto spec = Core().Change([](XServerModel& model) {
-                model.AddGlobalSpec(FreeName(
-                    "NewSpec", [&](const XLXText& n) { return model.FindGlobalSpec(n) != nullptr; }));
+                model.AddGlobalSpec(
+                    FreeName("NewSpec", [&](const XLXText& n) { return model.FindGlobalSpec(n) != nullptr; }));
                 return model.specs.back().Share();
             });
             *ppSpec = LXMake<XServerGlobalSpec>(SharedCore(), std::move(spec)).Detach();
@@ -250,13 +244,11 @@ HRESULT XServerConfigFactory::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttribut
         ppEnum);
 }
 
-HRESULT XServerConfigFactory::RemoveGlobalAttributeFormatSpec(
-    ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec)
+HRESULT XServerConfigFactory::RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec)
 {
     return Call("RemoveGlobalAttributeFormatSpec", [&] {
         const void* const element = LXElementOf(piGlobalAttributeFormatSpec);
-        const bool removed =
-            Core().Change([&](XServerModel& model) { return LXRemove(model.specs, element); });
+        const bool removed = Core().Change([&](XServerModel& model) { return LXRemove(model.specs, element); });
         return removed ? S_OK : E_INVALIDARG;
     });
 }
@@ -304,8 +296,8 @@ HRESULT XServerConfigFactory::DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTy
                                                 ULONG ulNotificationId, ULONG, tagLXUpdateInfo*)
 {
     return Call<ILXCallbackUpdate>("DataObjectChanged", [&] {
-        Core().Notifier().Forwarded({XLXText(LXBstrView(bstrDataID)), XLXText(LXBstrView(bstrDataTyp)),
-                                     ulNotificationType, ulNotificationId});
+        Core().Notifier().Forwarded(
+            {XLXText(LXBstrView(bstrDataID)), XLXText(LXBstrView(bstrDataTyp)), ulNotificationType, ulNotificationId});
         return S_OK;
     });
 }

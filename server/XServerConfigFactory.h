@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// The server's config factory with its bulk reads. There is one for each server, as long as somebody holds
-// it. It answers ILXCallbackUpdate only when the test asked for that.
+// The server's config factory with its bulk reads. There is one for each server, as long as somebody holds it. It
+// answers ILXCallbackUpdate only when the test asked for that.
 #ifndef XSERVERCONFIGFACTORY_H
 #define XSERVERCONFIGFACTORY_H
 
 #include "XBulkData.h"
 
-class XServerConfigFactory final
-    : public XServerObject<ILXConfigFactory, ILXConfigFactoryEx, ILXCallbackUpdate>
+class XServerConfigFactory final : public XServerObject<ILXConfigFactory, ILXConfigFactoryEx, ILXCallbackUpdate>
 {
 public:
     explicit XServerConfigFactory(XServerCorePtr core) noexcept : XServerObject(std::move(core)) {}
@@ -18,15 +17,11 @@ public:
     STDMETHODIMP RemoveType(ILXType* pType, LONG* plResult) override;
     STDMETHODIMP GetTypeEnum(BSTR bstrConfigName, ILXTypeEnum** ppEnum) override;
     STDMETHODIMP GetSearchableTypeEnum(ILXTypeEnum** ppEnum) override;
-    STDMETHODIMP GetPlanTypeEnum(BSTR, ILXTypeEnum** ppEnum) override
-    {
-        return Refuse("GetPlanTypeEnum", ppEnum);
-    }
+    STDMETHODIMP GetPlanTypeEnum(BSTR, ILXTypeEnum** ppEnum) override { return Refuse("GetPlanTypeEnum", ppEnum); }
     STDMETHODIMP GetType(BSTR bstrTypename, BSTR bstrConfigName, ILXType** ppType) override;
     STDMETHODIMP AddParentChild(ILXParentChild** ppParentChild) override;
     STDMETHODIMP RemoveParentChild(ILXParentChild* pParentChild, LONG* plResult) override;
-    STDMETHODIMP GetParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName,
-                                    ILXParentChildEnum** ppEnum) override;
+    STDMETHODIMP GetParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName, ILXParentChildEnum** ppEnum) override;
     STDMETHODIMP AddBrowserId(BSTR bstrBrowserId, ILXBrowserId** ppBrowserId) override;
     STDMETHODIMP RemoveBrowserId(ILXBrowserId* pBrowserId, LONG* plResult) override;
     STDMETHODIMP GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) override;
@@ -34,8 +29,8 @@ public:
     STDMETHODIMP GetTypeArray(LONG bIncludeTypeAttributes, SAFEARRAY** psaTypes) override;
     STDMETHODIMP GetTypeArrayByTypeName(BSTR bstrTypename, LONG bIncludeBases, LONG bIncludeTypeAttributes,
                                         SAFEARRAY** psaTypes) override;
-    STDMETHODIMP GetTypeArrayByTypeNameArray(SAFEARRAY* saTypenames, LONG bIncludeBases,
-                                             LONG bIncludeTypeAttributes, SAFEARRAY** psaTypes) override;
+    STDMETHODIMP GetTypeArrayByTypeNameArray(SAFEARRAY* saTypenames, LONG bIncludeBases, LONG bIncludeTypeAttributes,
+                                             SAFEARRAY** psaTypes) override;
     STDMETHODIMP GetPCArray(SAFEARRAY** psaRelations) override;
     STDMETHODIMP GetVersion(BSTR* pbstrVersion) override;
     STDMETHODIMP SetVersion(BSTR bstrVersion) override;
@@ -56,9 +51,8 @@ public:
     STDMETHODIMP ServerIsTerminating() override;
     STDMETHODIMP SetCallbackId(LONG lClientId) override;
     STDMETHODIMP GetClientInfo(tagLXClientInfo* pClientInfo) override;
-    STDMETHODIMP DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
-                                   ULONG ulNotificationId, ULONG ulCount,
-                                   tagLXUpdateInfo* pLXUpdateInfo) override;
+    STDMETHODIMP DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType, ULONG ulNotificationId,
+                                   ULONG ulCount, tagLXUpdateInfo* pLXUpdateInfo) override;
 
 protected:
     void* Face(REFIID iid) noexcept override;

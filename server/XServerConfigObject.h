@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The server's configuration objects: the eight methods of ILXConfigObject over an element of the model, one
-// template for all kinds. Changes made through an interface change the model and notify nobody.
+// The server's configuration objects: the eight methods of ILXConfigObject over an element of the model, one template
+// for all kinds. Changes made through an interface change the model and notify nobody.
 #ifndef XSERVERCONFIGOBJECT_H
 #define XSERVERCONFIGOBJECT_H
 
@@ -25,10 +25,7 @@ public:
     STDMETHODIMP Get(BSTR bstrKey, VARIANT* pvarValue) override
     {
         return this->Call(
-            "Get",
-            [&] {
-                return ReadValue(XPropertyTable::Of(Kind()).FindConfigName(LXBstrView(bstrKey)), pvarValue);
-            },
+            "Get", [&] { return ReadValue(XPropertyTable::Of(Kind()).FindConfigName(LXBstrView(bstrKey)), pvarValue); },
             pvarValue);
     }
 
@@ -40,10 +37,7 @@ public:
     }
 
     STDMETHODIMP Gets(SAFEARRAY*, SAFEARRAY** psaValues) override { return this->Refuse("Gets", psaValues); }
-    STDMETHODIMP Sets(SAFEARRAY*, SAFEARRAY** psaResults) override
-    {
-        return this->Refuse("Sets", psaResults);
-    }
+    STDMETHODIMP Sets(SAFEARRAY*, SAFEARRAY** psaResults) override { return this->Refuse("Sets", psaResults); }
 
     STDMETHODIMP GetProperty(int iLXCF_Member, VARIANT* pvarValue) override
     {
@@ -88,16 +82,13 @@ private:
 
     HRESULT ReadValue(int index, VARIANT* out)
     {
-        this->Core()
-            .Read([&](const XServerModel&) { return m_element->Value(index).ToVariant(); })
-            .DetachTo(out);
+        this->Core().Read([&](const XServerModel&) { return m_element->Value(index).ToVariant(); }).DetachTo(out);
         return V_VT(out) == VT_EMPTY ? S_FALSE : S_OK;
     }
 
     HRESULT WriteValue(int index, const VARIANT& value)
     {
-        this->Core().Change(
-            [&](XServerModel&) { m_element->properties.Set(index, XModelValue::FromVariant(value)); });
+        this->Core().Change([&](XServerModel&) { m_element->properties.Set(index, XModelValue::FromVariant(value)); });
         return S_OK;
     }
 

@@ -2,9 +2,9 @@
 //
 // What all objects of one sample server share: the model, the monitor, the clients and the live objects.
 //
-// Locks  m_modelMutex guards the model (shared to read), m_tableMutex the table of objects with an identity,
-//        the notifier has its own. None is held while anything foreign is called, and no two at once but
-//        the table's within the model's.
+// Locks      m_modelMutex guards the model (shared to read), m_tableMutex the table of objects with an identity, the
+//            notifier has its own. None is held while anything foreign is called, and no two at once but the table's
+//            within the model's.
 #ifndef XSERVERCORE_H
 #define XSERVERCORE_H
 
@@ -41,8 +41,8 @@ public:
     XCallMonitor& Monitor() noexcept { return m_monitor; }
     XServerNotifier& Notifier() noexcept { return m_notifier; }
 
-    /// The object that stands for a key, made when there is none that lives. The key is an address in the
-    /// model, or one of the server's.
+    /// The object that stands for a key, made when there is none that lives. The key is an address in the model, or
+    /// one of the server's.
     template <class T, class F>
     XLXComPtr<T> ObjectFor(const void* key, F&& make)
     {

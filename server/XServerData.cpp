@@ -5,8 +5,7 @@
 
 namespace
 {
-void AppendObjects(const XServerModel& model, const std::vector<XLXText>& ids,
-                   XServerDataObject::Elements& elements)
+void AppendObjects(const XServerModel& model, const std::vector<XLXText>& ids, XServerDataObject::Elements& elements)
 {
     for (const XLXText& id : ids)
     {
@@ -22,8 +21,7 @@ XLXComPtr<XServerDataObject> XServerDataObject::For(const XServerCorePtr& core,
                                                     std::shared_ptr<XModelDataObject> object)
 {
     const void* const key = object.get();
-    return core->ObjectFor<XServerDataObject>(
-        key, [&] { return LXMake<XServerDataObject>(core, std::move(object)); });
+    return core->ObjectFor<XServerDataObject>(key, [&] { return LXMake<XServerDataObject>(core, std::move(object)); });
 }
 
 std::vector<XLXComPtr<ILX_BaseDataObject>> XServerDataObject::ForAll(const XServerCorePtr& core,
@@ -48,8 +46,8 @@ XLXComPtr<XServerDataObject> XServerDataObject::Find(const XServerCorePtr& core,
 
 void* XServerDataObject::Face(REFIID iid) noexcept
 {
-    const bool refused = iid == LXIid<ILXRelation>() &&
-                         !Core().Read([this](const XServerModel&) { return m_object->ends.has_value(); });
+    const bool refused =
+        iid == LXIid<ILXRelation>() && !Core().Read([this](const XServerModel&) { return m_object->ends.has_value(); });
     return refused ? nullptr : XDataObjectRefusals::Face(iid);
 }
 

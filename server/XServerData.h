@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
-// The data side of the server: data objects, relationship objects among them, queries, and the registration
-// of clients for notifications.
+// The data side of the server: data objects, relationship objects among them, queries, and the registration of
+// clients for notifications.
 #ifndef XSERVERDATA_H
 #define XSERVERDATA_H
 
 #include "XDataObjectRefusals.h"
 #include "XQueryRefusals.h"
 
-/// A data object; a relationship object answers ILXRelation too. There is one object for each element of the
-/// model, as long as somebody holds it, so that objects can be compared.
+/// A data object; a relationship object answers ILXRelation too. There is one object for each element of the model,
+/// as long as somebody holds it, so that objects can be compared.
 class XServerDataObject final : public XDataObjectRefusals<ILXRelation>
 {
 public:
@@ -21,11 +21,9 @@ public:
     ~XServerDataObject() override { Core().Forget(m_object.get(), this); }
 
     /// The object for an element of the model.
-    static XLXComPtr<XServerDataObject> For(const XServerCorePtr& core,
-                                            std::shared_ptr<XModelDataObject> object);
+    static XLXComPtr<XServerDataObject> For(const XServerCorePtr& core, std::shared_ptr<XModelDataObject> object);
     /// The objects for elements of the model, whose lock is not held.
-    static std::vector<XLXComPtr<ILX_BaseDataObject>> ForAll(const XServerCorePtr& core,
-                                                             const Elements& elements);
+    static std::vector<XLXComPtr<ILX_BaseDataObject>> ForAll(const XServerCorePtr& core, const Elements& elements);
     /// The object with that id; null when the model has none.
     static XLXComPtr<XServerDataObject> Find(const XServerCorePtr& core, XLXTextView id);
 
@@ -99,8 +97,8 @@ public:
     {
         return Refuse("DataObjectsChanged");
     }
-    STDMETHODIMP RegisterCallback(BSTR bstrComputerName, ULONG ulProcessID,
-                                  ILXCallbackUpdate* piDataUpdateCallback, LONG* plClientId) override;
+    STDMETHODIMP RegisterCallback(BSTR bstrComputerName, ULONG ulProcessID, ILXCallbackUpdate* piDataUpdateCallback,
+                                  LONG* plClientId) override;
     STDMETHODIMP IsNotificationRegisteredByClient(LONG lClientId, BSTR bstrDataID, BSTR bstrDataType,
                                                   ULONG ulChangeType) override;
 };

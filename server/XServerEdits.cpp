@@ -10,8 +10,7 @@ XNotification XServerEdits::Change(const std::function<void(XServerModel&)>& cha
                                    XNotify notify)
 {
     m_core->Change(change);
-    return dataId.Get().empty() ? XNotification()
-                                : m_core->Notifier().Send(dataId, "cfc_specific", 0, notify);
+    return dataId.Get().empty() ? XNotification() : m_core->Notifier().Send(dataId, "cfc_specific", 0, notify);
 }
 
 XNotification XServerEdits::AddType(const XText& name, const XText& base, XNotify notify)
@@ -29,8 +28,7 @@ XNotification XServerEdits::RemoveType(const XText& name, XNotify notify)
         Objects(name, 0, ModeTypes), notify);
 }
 
-XNotification XServerEdits::SetTypeProperty(const XText& type, int index, const XModelValue& value,
-                                            XNotify notify)
+XNotification XServerEdits::SetTypeProperty(const XText& type, int index, const XModelValue& value, XNotify notify)
 {
     const bool isBase = index == XProperty::BaseTypeName; // the links between the types change
     const XNotification sent =
@@ -43,30 +41,26 @@ XNotification XServerEdits::SetTypeProperty(const XText& type, int index, const 
 
 XNotification XServerEdits::SetTypeListed(const XText& type, bool listed, XNotify notify)
 {
-    return Change([&](XServerModel& m) { TypeOf(m, type).listed = listed; }, Objects(type, 0, ModeTypes),
-                  notify);
+    return Change([&](XServerModel& m) { TypeOf(m, type).listed = listed; }, Objects(type, 0, ModeTypes), notify);
 }
 
 XNotification XServerEdits::AddAttribute(const XText& type, const XText& name, int group, XNotify notify)
 {
-    return Change([&](XServerModel& m) { TypeOf(m, type).AddAttribute(name, group); },
-                  Objects(type, 0, ModeAttributes), notify);
+    return Change([&](XServerModel& m) { TypeOf(m, type).AddAttribute(name, group); }, Objects(type, 0, ModeAttributes),
+                  notify);
 }
 
 XNotification XServerEdits::RemoveAttribute(const XText& type, const XText& name, XNotify notify)
 {
-    return Change(
-        [&](XServerModel& m) { RemoveFrom(TypeOf(m, type).attributes, AttributeOf(m, type, name)); },
-        Objects(type, 0, ModeAttributes), notify);
+    return Change([&](XServerModel& m) { RemoveFrom(TypeOf(m, type).attributes, AttributeOf(m, type, name)); },
+                  Objects(type, 0, ModeAttributes), notify);
 }
 
 XNotification XServerEdits::SetAttributeProperty(const XText& type, const XText& name, int index,
                                                  const XModelValue& value, XNotify notify)
 {
     return Change(
-        [&](XServerModel& m) {
-            SetBut(AttributeOf(m, type, name), {XProperty::AttributeName}, index, value);
-        },
+        [&](XServerModel& m) { SetBut(AttributeOf(m, type, name), {XProperty::AttributeName}, index, value); },
         Properties(type, index, ModeAttributes), notify);
 }
 
@@ -88,15 +82,13 @@ XNotification XServerEdits::RemoveAttributeType(const XText& type, const XText& 
         Objects(type, 0, ModeAttributeTypes), notify);
 }
 
-XNotification XServerEdits::SetAttributeTypeProperty(const XText& type, const XText& attribute,
-                                                     const XText& name, int index, const XModelValue& value,
-                                                     XNotify notify)
+XNotification XServerEdits::SetAttributeTypeProperty(const XText& type, const XText& attribute, const XText& name,
+                                                     int index, const XModelValue& value, XNotify notify)
 {
     return Change(
         [&](XServerModel& m) {
             auto& types = AttributeOf(m, type, attribute).types;
-            SetBut(*ElementOf(types, XProperty::AttributeTypeName, name), {XProperty::AttributeTypeName},
-                   index, value);
+            SetBut(*ElementOf(types, XProperty::AttributeTypeName, name), {XProperty::AttributeTypeName}, index, value);
         },
         Properties(type, index, ModeAttributeTypes), notify);
 }
@@ -113,18 +105,16 @@ XNotification XServerEdits::RemoveGroup(const XText& type, int number, XNotify n
                   Objects(type, number, ModeGroups), notify);
 }
 
-XNotification XServerEdits::SetGroupProperty(const XText& type, int number, int index,
-                                             const XModelValue& value, XNotify notify)
+XNotification XServerEdits::SetGroupProperty(const XText& type, int number, int index, const XModelValue& value,
+                                             XNotify notify)
 {
-    return Change(
-        [&](XServerModel& m) { SetBut(GroupOf(m, type, number), {XProperty::GroupNumber}, index, value); },
-        Properties(type, number, ModeGroups), notify);
+    return Change([&](XServerModel& m) { SetBut(GroupOf(m, type, number), {XProperty::GroupNumber}, index, value); },
+                  Properties(type, number, ModeGroups), notify);
 }
 
 XNotification XServerEdits::AddPage(const XText& type, int number, XNotify notify)
 {
-    return Change([&](XServerModel& m) { TypeOf(m, type).AddPage(number); }, Objects(type, number, ModePages),
-                  notify);
+    return Change([&](XServerModel& m) { TypeOf(m, type).AddPage(number); }, Objects(type, number, ModePages), notify);
 }
 
 XNotification XServerEdits::RemovePage(const XText& type, int number, XNotify notify)
@@ -137,8 +127,8 @@ XNotification XServerEdits::RemovePage(const XText& type, int number, XNotify no
         Objects(type, number, ModePages), notify);
 }
 
-XNotification XServerEdits::SetPageProperty(const XText& type, int number, int index,
-                                            const XModelValue& value, XNotify notify)
+XNotification XServerEdits::SetPageProperty(const XText& type, int number, int index, const XModelValue& value,
+                                            XNotify notify)
 {
     return Change(
         [&](XServerModel& m) {
@@ -147,12 +137,11 @@ XNotification XServerEdits::SetPageProperty(const XText& type, int number, int i
         Properties(type, number, ModePages), notify);
 }
 
-XNotification XServerEdits::AddEditor(const XText& type, const XText& progId, const XText& browserId,
-                                      bool isDefault, bool isDefaultNew, XNotify notify)
+XNotification XServerEdits::AddEditor(const XText& type, const XText& progId, const XText& browserId, bool isDefault,
+                                      bool isDefaultNew, XNotify notify)
 {
-    return Change(
-        [&](XServerModel& m) { TypeOf(m, type).AddEditor(progId, browserId, isDefault, isDefaultNew); },
-        Objects(type, 0, ModeEditors), notify);
+    return Change([&](XServerModel& m) { TypeOf(m, type).AddEditor(progId, browserId, isDefault, isDefaultNew); },
+                  Objects(type, 0, ModeEditors), notify);
 }
 
 XNotification XServerEdits::RemoveEditor(const XText& type, const XText& progId, XNotify notify)
@@ -170,8 +159,7 @@ XNotification XServerEdits::SetEditorProperty(const XText& type, const XText& pr
 {
     return Change(
         [&](XServerModel& m) {
-            SetBut(Known(TypeOf(m, type).FindEditor(progId.Get()), "editor"), {XProperty::ProgId}, index,
-                   value);
+            SetBut(Known(TypeOf(m, type).FindEditor(progId.Get()), "editor"), {XProperty::ProgId}, index, value);
         },
         Properties(type, index, ModeEditors), notify);
 }

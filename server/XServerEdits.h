@@ -3,8 +3,8 @@
 // Changes of the sample server's model while it runs, each with the notification that a server sends for it.
 // server/README.md has the table of edits and their data ids.
 //
-// Threading  Every method may be called from any thread, from a hook and from a client's callback too. The
-//            model is changed under its lock; the notification is sent after it was given back.
+// Threading  Every method may be called from any thread, from a hook and from a client's callback too. The model is
+//            changed under its lock; the notification is sent after it was given back.
 // Errors     An unknown or taken name or a property index out of range raises std::invalid_argument or
 //            std::out_of_range, and nothing changes and nothing is sent.
 #ifndef XSERVEREDITS_H
@@ -45,18 +45,16 @@ public:
     XNotification SetTypeListed(const XText& type, bool listed, XNotify notify = XNotify::Here);
 
     // Components of a type
-    XNotification AddAttribute(const XText& type, const XText& name, int group = 0,
-                               XNotify notify = XNotify::Here);
+    XNotification AddAttribute(const XText& type, const XText& name, int group = 0, XNotify notify = XNotify::Here);
     XNotification RemoveAttribute(const XText& type, const XText& name, XNotify notify = XNotify::Here);
-    XNotification SetAttributeProperty(const XText& type, const XText& name, int index,
-                                       const XModelValue& value, XNotify notify = XNotify::Here);
+    XNotification SetAttributeProperty(const XText& type, const XText& name, int index, const XModelValue& value,
+                                       XNotify notify = XNotify::Here);
     XNotification AddAttributeType(const XText& type, const XText& attribute, const XText& name,
                                    XNotify notify = XNotify::Here);
     XNotification RemoveAttributeType(const XText& type, const XText& attribute, const XText& name,
                                       XNotify notify = XNotify::Here);
-    XNotification SetAttributeTypeProperty(const XText& type, const XText& attribute, const XText& name,
-                                           int index, const XModelValue& value,
-                                           XNotify notify = XNotify::Here);
+    XNotification SetAttributeTypeProperty(const XText& type, const XText& attribute, const XText& name, int index,
+                                           const XModelValue& value, XNotify notify = XNotify::Here);
     XNotification AddGroup(const XText& type, int number, int page = 0, int parentGroup = 0,
                            XNotify notify = XNotify::Here);
     XNotification RemoveGroup(const XText& type, int number, XNotify notify = XNotify::Here);
@@ -66,29 +64,25 @@ public:
     XNotification RemovePage(const XText& type, int number, XNotify notify = XNotify::Here);
     XNotification SetPageProperty(const XText& type, int number, int index, const XModelValue& value,
                                   XNotify notify = XNotify::Here);
-    XNotification AddEditor(const XText& type, const XText& progId, const XText& browserId,
-                            bool isDefault = false, bool isDefaultNew = false,
-                            XNotify notify = XNotify::Here);
+    XNotification AddEditor(const XText& type, const XText& progId, const XText& browserId, bool isDefault = false,
+                            bool isDefaultNew = false, XNotify notify = XNotify::Here);
     XNotification RemoveEditor(const XText& type, const XText& progId, XNotify notify = XNotify::Here);
-    XNotification SetEditorProperty(const XText& type, const XText& progId, int index,
-                                    const XModelValue& value, XNotify notify = XNotify::Here);
+    XNotification SetEditorProperty(const XText& type, const XText& progId, int index, const XModelValue& value,
+                                    XNotify notify = XNotify::Here);
 
     // Formats: of an attribute, a group or a global spec
     XNotification AddAttributeFormat(const XText& type, const XText& attribute, int formatType,
                                      XNotify notify = XNotify::Here);
     XNotification RemoveAttributeFormat(const XText& type, const XText& attribute, int formatType,
                                         XNotify notify = XNotify::Here);
-    XNotification SetAttributeFormatProperty(const XText& type, const XText& attribute, int formatType,
-                                             int index, const XModelValue& value,
-                                             XNotify notify = XNotify::Here);
+    XNotification SetAttributeFormatProperty(const XText& type, const XText& attribute, int formatType, int index,
+                                             const XModelValue& value, XNotify notify = XNotify::Here);
     XNotification AddGroupFormat(const XText& type, int number, XNotify notify = XNotify::Here);
     XNotification RemoveGroupFormat(const XText& type, int number, XNotify notify = XNotify::Here);
     XNotification SetGroupFormatProperty(const XText& type, int number, int index, const XModelValue& value,
                                          XNotify notify = XNotify::Here);
-    XNotification AddGlobalSpecFormat(const XText& propertyId, int formatType,
-                                      XNotify notify = XNotify::Here);
-    XNotification RemoveGlobalSpecFormat(const XText& propertyId, int formatType,
-                                         XNotify notify = XNotify::Here);
+    XNotification AddGlobalSpecFormat(const XText& propertyId, int formatType, XNotify notify = XNotify::Here);
+    XNotification RemoveGlobalSpecFormat(const XText& propertyId, int formatType, XNotify notify = XNotify::Here);
     XNotification SetGlobalSpecFormatProperty(const XText& propertyId, int formatType, int index,
                                               const XModelValue& value, XNotify notify = XNotify::Here);
 
@@ -102,25 +96,24 @@ public:
     XNotification SetBrowserIdProperty(const XText& name, int index, const XModelValue& value,
                                        XNotify notify = XNotify::Here);
 
-    // Relations and their PC infos. Two PC infos of a relation may name the same browser; the edits below
-    // take the first one.
-    XNotification AddRelation(const XText& parent, const XText& child, const XText& childList,
-                              int pprRelationType = 0, bool systemInternal = false,
-                              XNotify notify = XNotify::Here);
+    // Relations and their PC infos. Two PC infos of a relation may name the same browser; the edits below take the
+    // first one.
+    XNotification AddRelation(const XText& parent, const XText& child, const XText& childList, int pprRelationType = 0,
+                              bool systemInternal = false, XNotify notify = XNotify::Here);
     XNotification RemoveRelation(const XText& parent, const XText& child, const XText& childList,
                                  XNotify notify = XNotify::Here);
-    XNotification SetRelationProperty(const XText& parent, const XText& child, const XText& childList,
-                                      int index, const XModelValue& value, XNotify notify = XNotify::Here);
-    XNotification AddPCInfo(const XText& parent, const XText& child, const XText& childList,
-                            const XText& browserId, bool isNew = false, XNotify notify = XNotify::Here);
-    XNotification RemovePCInfo(const XText& parent, const XText& child, const XText& childList,
-                               const XText& browserId, XNotify notify = XNotify::Here);
+    XNotification SetRelationProperty(const XText& parent, const XText& child, const XText& childList, int index,
+                                      const XModelValue& value, XNotify notify = XNotify::Here);
+    XNotification AddPCInfo(const XText& parent, const XText& child, const XText& childList, const XText& browserId,
+                            bool isNew = false, XNotify notify = XNotify::Here);
+    XNotification RemovePCInfo(const XText& parent, const XText& child, const XText& childList, const XText& browserId,
+                               XNotify notify = XNotify::Here);
     XNotification SetPCInfoProperty(const XText& parent, const XText& child, const XText& childList,
                                     const XText& browserId, int index, const XModelValue& value,
                                     XNotify notify = XNotify::Here);
 
-    /// Any other change of the model, with the data id to send; an empty one sends nothing. The function runs
-    /// under the model's lock, so it must not call the server. Plan types and data objects change this way.
+    /// Any other change of the model, with the data id to send; an empty one sends nothing. The function runs under
+    /// the model's lock, so it must not call the server. Plan types and data objects change this way.
     XNotification Change(const std::function<void(XServerModel&)>& change, const XText& dataId = "",
                          XNotify notify = XNotify::Here);
 

@@ -19,14 +19,12 @@ XNotification XServerEdits::RemoveAttributeFormat(const XText& type, const XText
                   Objects(type, formatType, ModeAttributeFormats), notify);
 }
 
-XNotification XServerEdits::SetAttributeFormatProperty(const XText& type, const XText& attribute,
-                                                       int formatType, int index, const XModelValue& value,
-                                                       XNotify notify)
+XNotification XServerEdits::SetAttributeFormatProperty(const XText& type, const XText& attribute, int formatType,
+                                                       int index, const XModelValue& value, XNotify notify)
 {
     return Change(
         [&](XServerModel& m) {
-            SetBut(FormatOf(AttributeOf(m, type, attribute).formats, formatType), {XProperty::DataType},
-                   index, value);
+            SetBut(FormatOf(AttributeOf(m, type, attribute).formats, formatType), {XProperty::DataType}, index, value);
         },
         Properties(type, formatType, ModeAttributeFormats), notify);
 }
@@ -43,12 +41,11 @@ XNotification XServerEdits::RemoveGroupFormat(const XText& type, int number, XNo
                   Objects(type, number, ModeGroupFormats), notify);
 }
 
-XNotification XServerEdits::SetGroupFormatProperty(const XText& type, int number, int index,
-                                                   const XModelValue& value, XNotify notify)
+XNotification XServerEdits::SetGroupFormatProperty(const XText& type, int number, int index, const XModelValue& value,
+                                                   XNotify notify)
 {
-    return Change(
-        [&](XServerModel& m) { SetBut(FormatOf(GroupOf(m, type, number).formats, 0), {}, index, value); },
-        Properties(type, number, ModeGroupFormats), notify);
+    return Change([&](XServerModel& m) { SetBut(FormatOf(GroupOf(m, type, number).formats, 0), {}, index, value); },
+                  Properties(type, number, ModeGroupFormats), notify);
 }
 
 XNotification XServerEdits::AddGlobalSpecFormat(const XText& propertyId, int formatType, XNotify notify)
@@ -75,8 +72,8 @@ XNotification XServerEdits::SetGlobalSpecFormatProperty(const XText& propertyId,
 
 XNotification XServerEdits::AddGlobalSpec(const XText& propertyId, XNotify notify)
 {
-    return Change([&](XServerModel& m) { m.AddGlobalSpec(propertyId); },
-                  Objects(propertyId, 0, ModeGlobalSpecs), notify);
+    return Change([&](XServerModel& m) { m.AddGlobalSpec(propertyId); }, Objects(propertyId, 0, ModeGlobalSpecs),
+                  notify);
 }
 
 XNotification XServerEdits::RemoveGlobalSpec(const XText& propertyId, XNotify notify)
@@ -85,12 +82,11 @@ XNotification XServerEdits::RemoveGlobalSpec(const XText& propertyId, XNotify no
                   Objects(propertyId, 0, ModeGlobalSpecs), notify);
 }
 
-XNotification XServerEdits::SetGlobalSpecProperty(const XText& propertyId, int index,
-                                                  const XModelValue& value, XNotify notify)
+XNotification XServerEdits::SetGlobalSpecProperty(const XText& propertyId, int index, const XModelValue& value,
+                                                  XNotify notify)
 {
-    return Change(
-        [&](XServerModel& m) { SetBut(SpecOf(m, propertyId), {XProperty::AttributeName}, index, value); },
-        Properties(propertyId, index, ModeGlobalSpecs), notify);
+    return Change([&](XServerModel& m) { SetBut(SpecOf(m, propertyId), {XProperty::AttributeName}, index, value); },
+                  Properties(propertyId, index, ModeGlobalSpecs), notify);
 }
 
 XNotification XServerEdits::AddBrowserId(const XText& name, XNotify notify)
@@ -101,19 +97,15 @@ XNotification XServerEdits::AddBrowserId(const XText& name, XNotify notify)
 XNotification XServerEdits::RemoveBrowserId(const XText& name, XNotify notify)
 {
     return Change(
-        [&](XServerModel& m) {
-            RemoveFrom(m.browserIds, *ElementOf(m.browserIds, XProperty::BrowserIdName, name));
-        },
+        [&](XServerModel& m) { RemoveFrom(m.browserIds, *ElementOf(m.browserIds, XProperty::BrowserIdName, name)); },
         Objects(name, 0, ModeBrowserIds), notify);
 }
 
-XNotification XServerEdits::SetBrowserIdProperty(const XText& name, int index, const XModelValue& value,
-                                                 XNotify notify)
+XNotification XServerEdits::SetBrowserIdProperty(const XText& name, int index, const XModelValue& value, XNotify notify)
 {
     return Change(
         [&](XServerModel& m) {
-            SetBut(*ElementOf(m.browserIds, XProperty::BrowserIdName, name), {XProperty::BrowserIdName},
-                   index, value);
+            SetBut(*ElementOf(m.browserIds, XProperty::BrowserIdName, name), {XProperty::BrowserIdName}, index, value);
         },
         Properties(name, index, ModeBrowserIds), notify);
 }
@@ -121,9 +113,8 @@ XNotification XServerEdits::SetBrowserIdProperty(const XText& name, int index, c
 XNotification XServerEdits::AddRelation(const XText& parent, const XText& child, const XText& childList,
                                         int pprRelationType, bool systemInternal, XNotify notify)
 {
-    return Change(
-        [&](XServerModel& m) { m.AddRelation(parent, child, childList, pprRelationType, systemInternal); },
-        Relations(parent), notify);
+    return Change([&](XServerModel& m) { m.AddRelation(parent, child, childList, pprRelationType, systemInternal); },
+                  Relations(parent), notify);
 }
 
 XNotification XServerEdits::RemoveRelation(const XText& parent, const XText& child, const XText& childList,
@@ -133,9 +124,8 @@ XNotification XServerEdits::RemoveRelation(const XText& parent, const XText& chi
                   Relations(parent), notify);
 }
 
-XNotification XServerEdits::SetRelationProperty(const XText& parent, const XText& child,
-                                                const XText& childList, int index, const XModelValue& value,
-                                                XNotify notify)
+XNotification XServerEdits::SetRelationProperty(const XText& parent, const XText& child, const XText& childList,
+                                                int index, const XModelValue& value, XNotify notify)
 {
     return Change(
         [&](XServerModel& m) {
@@ -148,9 +138,8 @@ XNotification XServerEdits::SetRelationProperty(const XText& parent, const XText
 XNotification XServerEdits::AddPCInfo(const XText& parent, const XText& child, const XText& childList,
                                       const XText& browserId, bool isNew, XNotify notify)
 {
-    return Change(
-        [&](XServerModel& m) { RelationOf(m, parent, child, childList).AddPCInfo(browserId, isNew); },
-        Relations(parent), notify);
+    return Change([&](XServerModel& m) { RelationOf(m, parent, child, childList).AddPCInfo(browserId, isNew); },
+                  Relations(parent), notify);
 }
 
 XNotification XServerEdits::RemovePCInfo(const XText& parent, const XText& child, const XText& childList,

@@ -22,8 +22,8 @@ const XModelRef<T>* FindText(const XModelList<T>& list, int index, XLXTextView t
 template <class T>
 const XModelRef<T>* FindNumber(const XModelList<T>& list, int index, int number)
 {
-    const auto found = std::find_if(list.begin(), list.end(),
-                                    [&](const XModelRef<T>& e) { return e->Number(index) == number; });
+    const auto found =
+        std::find_if(list.begin(), list.end(), [&](const XModelRef<T>& e) { return e->Number(index) == number; });
     return found != list.end() ? &*found : nullptr;
 }
 
@@ -109,8 +109,7 @@ XModelAttribute& XModelType::AddAttribute(const XText& name, int group)
     return attribute;
 }
 
-XModelEditor& XModelType::AddEditor(const XText& progId, const XText& browserId, bool isDefault,
-                                    bool isDefaultNew)
+XModelEditor& XModelType::AddEditor(const XText& progId, const XText& browserId, bool isDefault, bool isDefaultNew)
 {
     if (FindEditor(progId.Get()) != nullptr)
     {
@@ -212,8 +211,8 @@ void XServerModel::AddChild(const XText& parentId, const XText& childList, const
     parent->second->children[childList].push_back(childId);
 }
 
-XModelDataObject& XServerModel::AddRelationship(const XText& id, const XText& relationName,
-                                                const XText& firstId, const XText& secondId)
+XModelDataObject& XServerModel::AddRelationship(const XText& id, const XText& relationName, const XText& firstId,
+                                                const XText& secondId)
 {
     XModelDataObject& relationship = AddObject(id, "relationship");
     relationship.attributes[OLESTR("relationname")] = relationName;
@@ -231,8 +230,7 @@ const XModelRef<XModelRelation>* XServerModel::FindRelation(XLXTextView parent, 
                                                             XLXTextView childList) const
 {
     const auto found = std::find_if(relations.begin(), relations.end(), [&](const auto& relation) {
-        return relation->Text(XProperty::ParentName) == parent &&
-               relation->Text(XProperty::ChildName) == child &&
+        return relation->Text(XProperty::ParentName) == parent && relation->Text(XProperty::ChildName) == child &&
                relation->Text(XProperty::ChildList) == childList;
     });
     return found != relations.end() ? &*found : nullptr;
@@ -260,8 +258,7 @@ std::vector<const XModelType*> XServerModel::BaseChain(XLXTextView name) const
 bool XServerModel::Derives(XLXTextView name, XLXTextView ancestor) const
 {
     const auto chain = BaseChain(name);
-    return std::any_of(chain.begin(), chain.end(),
-                       [&](const XModelType* t) { return t->Name() == ancestor; });
+    return std::any_of(chain.begin(), chain.end(), [&](const XModelType* t) { return t->Name() == ancestor; });
 }
 
 std::vector<const XModelRef<XModelAttribute>*> XServerModel::AllAttributes(XLXTextView typeName) const

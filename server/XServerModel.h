@@ -15,8 +15,8 @@
 #include <optional>
 #include <vector>
 
-/// An element in the model. It is copied with the model; the server's objects may share it, so that an
-/// element that was removed lives on for those who still hold it.
+/// An element in the model. It is copied with the model; the server's objects may share it, so that an element that
+/// was removed lives on for those who still hold it.
 template <class T>
 class XModelRef
 {
@@ -164,8 +164,7 @@ struct XServerModel
 
     /// The type of that name, null when there is none.
     const XModelRef<XModelType>* FindType(XLXTextView name) const;
-    const XModelRef<XModelRelation>* FindRelation(XLXTextView parent, XLXTextView child,
-                                                  XLXTextView childList) const;
+    const XModelRef<XModelRelation>* FindRelation(XLXTextView parent, XLXTextView child, XLXTextView childList) const;
     const XModelRef<XModelGlobalSpec>* FindGlobalSpec(XLXTextView propertyId) const;
     /// The type and its base types, nearest first. A base that is unknown or met before ends the chain.
     std::vector<const XModelType*> BaseChain(XLXTextView name) const;
@@ -196,8 +195,7 @@ struct XGeneratorOptions
     std::uint32_t seed = 1;
 };
 
-/// A model of any size; the same options give the same model everywhere. Type names are "Type00000" and so
-/// on.
+/// A model of any size; the same options give the same model everywhere. Type names are "Type00000" and so on.
 XServerModel LXGenerateModel(const XGeneratorOptions& options);
 
 #endif

@@ -13,13 +13,12 @@ constexpr std::chrono::seconds LimitOfEnd{5}; // for clients that are still in a
 
 HRESULT Notify(ILXCallbackUpdate& callback, const XLXText& dataId, const XLXText& dataType, ULONG id)
 {
-    return callback.DataObjectChanged(XLXComBSTR(dataId).Get(), XLXComBSTR(dataType).Get(), AdvicesOfChanges,
-                                      id, 0, nullptr);
+    return callback.DataObjectChanged(XLXComBSTR(dataId).Get(), XLXComBSTR(dataType).Get(), AdvicesOfChanges, id, 0,
+                                      nullptr);
 }
 } // namespace
 
-XNotification XServerNotifier::Send(const XText& dataId, const XText& dataType, ULONG id, XNotify notify,
-                                    LONG leaveOut)
+XNotification XServerNotifier::Send(const XText& dataId, const XText& dataType, ULONG id, XNotify notify, LONG leaveOut)
 {
     if (notify == XNotify::No)
     {
@@ -184,8 +183,7 @@ void XServerNotifier::AnnounceTermination()
     const std::vector<Client> clients = AllClients();
     if (m_wait)
     {
-        Await(0, PostToEach(clients,
-                            [](ILXCallbackUpdate& callback) { return callback.ServerIsTerminating(); }));
+        Await(0, PostToEach(clients, [](ILXCallbackUpdate& callback) { return callback.ServerIsTerminating(); }));
         return;
     }
     for (const Client& client : clients)

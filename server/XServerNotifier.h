@@ -2,8 +2,8 @@
 //
 // The clients of the sample server and the notifications that they get.
 //
-// Locks  m_mutex guards everything here; it is not held while a client's callback is called, copied or
-//        released. A client's queue has a lock of its own, taken after m_mutex.
+// Locks      m_mutex guards everything here; it is not held while a client's callback is called, copied or released.
+//            A client's queue has a lock of its own, taken after m_mutex.
 #ifndef XSERVERNOTIFIER_H
 #define XSERVERNOTIFIER_H
 
@@ -22,8 +22,7 @@ public:
     ~XServerNotifier() { Shutdown(); }
 
     /// Sends, or queues for the notifier thread. A client left out is the one whose own change it is.
-    XNotification Send(const XText& dataId, const XText& dataType, ULONG id, XNotify notify,
-                       LONG leaveOut = 0);
+    XNotification Send(const XText& dataId, const XText& dataType, ULONG id, XNotify notify, LONG leaveOut = 0);
     ULONG LastId() const;
     void Flush(std::chrono::milliseconds limit);
     void AnnounceTermination();
@@ -32,9 +31,8 @@ public:
     /// Ends the notifier thread and releases all callbacks.
     void Shutdown();
 
-    /// From now on each client that registers is called on a thread of its own. Who sends a notification
-    /// waits for the answers no longer than that, and not at all for a client that was busy already or slow
-    /// the last time.
+    /// From now on each client that registers is called on a thread of its own. Who sends a notification waits for
+    /// the answers no longer than that, and not at all for a client that was busy already or slow the last time.
     void CallEachClientOnItsOwnThread(std::chrono::milliseconds wait);
 
     LONG Register(XLXTextView computer, ULONG process, ILXCallbackUpdate* callback);

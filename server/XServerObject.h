@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// What every object of the sample server is made of: counting, interfaces, and the one way in which a method
-// is entered and left.
+// What every object of the sample server is made of: counting, interfaces, and the one way in which a method is
+// entered and left.
 //
 // Ownership  An object starts without a reference; who makes it takes the first (LXMake).
 // Threading  Free-threaded. An object has no lock of its own unless it says so; the model's is the core's.
-// Errors     No exception leaves a method: a lack of memory is E_OUTOFMEMORY, an argument that the model
-//            refuses E_INVALIDARG, anything else E_FAIL.
+// Errors     No exception leaves a method: a lack of memory is E_OUTOFMEMORY, an argument that the model refuses
+//            E_INVALIDARG, anything else E_FAIL.
 #ifndef XSERVEROBJECT_H
 #define XSERVEROBJECT_H
 
@@ -22,8 +22,8 @@
 template <class I>
 inline constexpr std::string_view XInterfaceName{};
 
-#define LX_INTERFACE_NAME(Interface)                                                                         \
-    template <>                                                                                              \
+#define LX_INTERFACE_NAME(Interface)                                                                                   \
+    template <>                                                                                                        \
     inline constexpr std::string_view XInterfaceName<Interface> = #Interface
 LX_INTERFACE_NAME(ILXConfigFactory);
 LX_INTERFACE_NAME(ILXConfigFactoryEx);

@@ -13,8 +13,7 @@ HRESULT XServerQuery::SetSearchTable(BSTR bstrTable)
     });
 }
 
-HRESULT XServerQuery::SetSearchAttribute(BSTR bstrAttribute, LONG lOperator, VARIANT varCriterion,
-                                         LONG lCatenation)
+HRESULT XServerQuery::SetSearchAttribute(BSTR bstrAttribute, LONG lOperator, VARIANT varCriterion, LONG lCatenation)
 {
     return Call("SetSearchAttribute", [&] {
         if (lOperator != 0 || lCatenation != 0)
@@ -97,8 +96,7 @@ HRESULT XServerDataUpdate::RegisterCallback(BSTR bstrComputerName, ULONG ulProce
             {
                 return E_POINTER;
             }
-            *plClientId =
-                Core().Notifier().Register(LXBstrView(bstrComputerName), ulProcessID, piDataUpdateCallback);
+            *plClientId = Core().Notifier().Register(LXBstrView(bstrComputerName), ulProcessID, piDataUpdateCallback);
             return S_OK;
         },
         plClientId);
@@ -106,8 +104,7 @@ HRESULT XServerDataUpdate::RegisterCallback(BSTR bstrComputerName, ULONG ulProce
 
 HRESULT XServerDataUpdate::UnregisterCallback(LONG lClientId)
 {
-    return Call("UnregisterCallback",
-                [&] { return Core().Notifier().Unregister(lClientId) ? S_OK : E_INVALIDARG; });
+    return Call("UnregisterCallback", [&] { return Core().Notifier().Unregister(lClientId) ? S_OK : E_INVALIDARG; });
 }
 
 HRESULT XServerDataUpdate::EnableAdvicesDataType(LONG lClientId, BSTR bstrDataType, LONG bEnable,

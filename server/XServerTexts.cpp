@@ -180,8 +180,7 @@ const EditText& EditOf(const XJson& json)
     }
     const auto name = json.at("edit").get<std::string>();
     const auto& edits = Edits();
-    const auto found =
-        std::find_if(edits.begin(), edits.end(), [&](const EditText& e) { return e.name == name; });
+    const auto found = std::find_if(edits.begin(), edits.end(), [&](const EditText& e) { return e.name == name; });
     if (found == edits.end())
     {
         Refuse("edit: there is no edit \"" + name + "\"");
@@ -201,8 +200,7 @@ void CheckArguments(const EditText& edit, const XJson& json)
     }
     for (const auto& item : json.items())
     {
-        if (item.key() != "edit" &&
-            std::find(arguments.begin(), arguments.end(), item.key()) == arguments.end() &&
+        if (item.key() != "edit" && std::find(arguments.begin(), arguments.end(), item.key()) == arguments.end() &&
             std::find(arguments.begin(), arguments.end(), item.key() + "?") == arguments.end())
         {
             Refuse(std::string(edit.name) + ": there is no argument \"" + item.key() + "\"");
@@ -284,8 +282,7 @@ std::string LXFormatStatus(const XSampleServer& server)
     XJson clients = XJson::array();
     for (const XRegisteredClient& client : server.Clients())
     {
-        clients.push_back(
-            {{"id", client.id}, {"computer", LXToUtf8(client.computer)}, {"process", client.process}});
+        clients.push_back({{"id", client.id}, {"computer", LXToUtf8(client.computer)}, {"process", client.process}});
     }
     const XServerObjectCount live = server.LiveObjects();
     return XJson({{"process", GetCurrentProcessId()},

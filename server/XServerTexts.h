@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: MIT
 //
-// What a tool and a server say to each other as JSON texts, so that it passes through a BSTR between
-// processes: edits of the model and their outcome, numbers of calls, and the server's state.
+// What a tool and a server say to each other as JSON texts, so that it passes through a BSTR between processes: edits
+// of the model and their outcome, numbers of calls, and the server's state.
 //
-// Errors  A text that cannot be understood, and an edit that the model refuses, raise std::invalid_argument
-// or
-//         std::out_of_range with the reason; nothing has changed then.
+// Errors     A text that cannot be understood, and an edit that the model refuses, raise std::invalid_argument or
+//            std::out_of_range with the reason; nothing has changed then.
 #ifndef XSERVERTEXTS_H
 #define XSERVERTEXTS_H
 
 #include "XSampleServer.h"
 
 /// Applies one edit of XServerEdits, {"edit": its name, and its arguments by name}:
-///     {"edit":"SetAttributeProperty","type":"Pump","name":"RatedFlow","index":4,"value":"Flow"}
-/// A value is null, a boolean, a number or a text.
+/// {"edit":"SetAttributeProperty","type":"Pump","name":"RatedFlow","index":4,"value":"Flow"} A value is null, a
+/// boolean, a number or a text.
 XNotification LXApplyEdit(XServerEdits edits, std::string_view json);
 /// The edits with their arguments, one a line; a "?" marks one that may be left out.
 std::string LXEditUsage();

@@ -16,8 +16,7 @@ XModelList<T> Sorted(const XModelList<T>& list, F&& key)
     {
         keyed.emplace_back(key(*element), &element);
     }
-    std::stable_sort(keyed.begin(), keyed.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     XModelList<T> sorted;
     for (const auto& [value, element] : keyed)
     {
@@ -91,8 +90,7 @@ HRESULT XServerType::Add(std::string_view method, XModelList<T> XModelType::*lis
 }
 
 template <class T>
-HRESULT XServerType::Remove(std::string_view method, XModelList<T> XModelType::*list, IUnknown* object,
-                            LONG* result)
+HRESULT XServerType::Remove(std::string_view method, XModelList<T> XModelType::*list, IUnknown* object, LONG* result)
 {
     return Call(
         method,
@@ -199,8 +197,7 @@ HRESULT XServerType::GetGroup(int iGroupNumber, ILXGroup** ppGroup)
         "GetGroup",
         [&] {
             return Core().Read([&](const XServerModel&) {
-                return GiveOne<XServerGroup>(SharedElement()->FindGroup(iGroupNumber), ppGroup,
-                                             SharedElement());
+                return GiveOne<XServerGroup>(SharedElement()->FindGroup(iGroupNumber), ppGroup, SharedElement());
             });
         },
         ppGroup);
@@ -208,8 +205,7 @@ HRESULT XServerType::GetGroup(int iGroupNumber, ILXGroup** ppGroup)
 
 HRESULT XServerType::AddAttribute(ILXAttribute** ppAttribute)
 {
-    return Add<XServerAttribute>("AddAttribute", &XModelType::attributes, XProperty::AttributeName,
-                                 ppAttribute);
+    return Add<XServerAttribute>("AddAttribute", &XModelType::attributes, XProperty::AttributeName, ppAttribute);
 }
 
 HRESULT XServerType::RemoveAttribute(ILXAttribute* pAttribute, LONG* plResult)
@@ -224,8 +220,7 @@ HRESULT XServerType::GetAttributeEnum(ILXAttributeEnum** ppEnum)
         [&] {
             auto attributes = Core().Read([this](const XServerModel&) {
                 return LXCollect<XServerAttribute, ILXAttribute>(
-                    SharedCore(), SortedByText(SharedElement()->attributes, XProperty::AttributeName),
-                    LXTakesAll);
+                    SharedCore(), SortedByText(SharedElement()->attributes, XProperty::AttributeName), LXTakesAll);
             });
             return LXHandOut(SharedCore(), std::move(attributes), ppEnum);
         },
@@ -260,8 +255,7 @@ bool LXShownIn(const XModelAttribute& attribute, LONG mask)
     const LONG places = (is(XProperty::ShowInEditor) ? 1 : 0) |
                         (is(XProperty::ShowInFinder) && !is(XProperty::NotInFinder) ? 2 : 0) |
                         (is(XProperty::ShowInBrowser) ? 4 : 0) | (is(XProperty::Printable) ? 8 : 0) |
-                        (attribute.Number(XProperty::Origin) == 0 ? 16 : 0) |
-                        (is(XProperty::InAvSet) ? 32 : 0);
+                        (attribute.Number(XProperty::Origin) == 0 ? 16 : 0) | (is(XProperty::InAvSet) ? 32 : 0);
     return mask == 0 || (places & mask) != 0;
 }
 
@@ -339,8 +333,7 @@ HRESULT XServerType::GetConfObjEditor(BSTR bstrProgId, BSTR, BSTR, ILXConfObjEdi
         ppEditor);
 }
 
-HRESULT XServerType::FindEditor(std::string_view method, BSTR browserId, int flagIndex,
-                                ILXConfObjEditor** out)
+HRESULT XServerType::FindEditor(std::string_view method, BSTR browserId, int flagIndex, ILXConfObjEditor** out)
 {
     return Call(
         method,
@@ -349,8 +342,7 @@ HRESULT XServerType::FindEditor(std::string_view method, BSTR browserId, int fla
                 const auto editors = SortedByText(SharedElement()->editors, XProperty::ProgId);
                 const auto found = std::find_if(editors.begin(), editors.end(), [&](const auto& editor) {
                     return editor->Value(flagIndex).AsBool() &&
-                           LXEqualWithoutCase(editor->Text(XProperty::EditorBrowserId),
-                                              LXBstrView(browserId));
+                           LXEqualWithoutCase(editor->Text(XProperty::EditorBrowserId), LXBstrView(browserId));
                 });
                 return GiveOne<XServerEditor>(found != editors.end() ? &*found : nullptr, out);
             });

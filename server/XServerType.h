@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// The server's types. Pages, groups and editors are the type's own; an attribute look-up and the attributes
-// of a group or a place include the inherited ones, of which a base's wins. GetAttributeEnum alone lists the
-// type's own attributes and nothing else.
+// The server's types. Pages, groups and editors are the type's own; an attribute look-up and the attributes of a
+// group or a place include the inherited ones, of which a base's wins. GetAttributeEnum alone lists the type's own
+// attributes and nothing else.
 #ifndef XSERVERTYPE_H
 #define XSERVERTYPE_H
 
@@ -27,8 +27,7 @@ public:
     STDMETHODIMP GetGroup(int iGroupNumber, ILXGroup** ppGroup) override;
 
     STDMETHODIMP GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum) override;
-    STDMETHODIMP GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber,
-                                              ILXAttributeEnum** ppEnum) override;
+    STDMETHODIMP GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber, ILXAttributeEnum** ppEnum) override;
     STDMETHODIMP AddAttribute(ILXAttribute** ppAttribute) override;
     STDMETHODIMP RemoveAttribute(ILXAttribute* pAttribute, LONG* plResult) override;
     STDMETHODIMP GetAttributeEnum(ILXAttributeEnum** ppEnum) override;
@@ -61,8 +60,8 @@ private:
     HRESULT GiveOne(const XModelRef<T>* element, I** out, const Owner&... owner);
 };
 
-/// Whether an attribute is shown in one of the places of a mask, as GetDisplayAttributeEnum takes it; no
-/// place at all means every attribute.
+/// Whether an attribute is shown in one of the places of a mask, as GetDisplayAttributeEnum takes it; no place at all
+/// means every attribute.
 bool LXShownIn(const XModelAttribute& attribute, LONG mask);
 
 #endif

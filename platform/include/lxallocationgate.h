@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// For tests of what happens when memory runs out: strings, arrays, task memory and error objects of the
-// platform layer ask a gate before they are allocated. Linux only; there is none at first.
+// For tests of what happens when memory runs out: strings, arrays, task memory and error objects of the platform
+// layer ask a gate before they are allocated. Linux only; there is none at first.
 #ifndef LXALLOCATIONGATE_H
 #define LXALLOCATIONGATE_H
 

@@ -2,8 +2,8 @@
 //
 // Class objects, their modules, task memory and identifiers as text.
 //
-// Threading  Every function may be called from any thread. Apartments are entered and left, but every call is
-//            direct: objects are called on the thread that calls them.
+// Threading  Every function may be called from any thread. Apartments are entered and left, but every call is direct:
+//            objects are called on the thread that calls them.
 #ifndef LXPLATFORM_OBJBASE_H
 #define LXPLATFORM_OBJBASE_H
 
@@ -34,13 +34,13 @@ EXTERN_C HRESULT WINAPI CoInitialize(LPVOID pvReserved);
 EXTERN_C HRESULT WINAPI CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit);
 EXTERN_C void WINAPI CoUninitialize(void);
 
-EXTERN_C HRESULT WINAPI CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext,
-                                              DWORD flags, DWORD* lpdwRegister);
+EXTERN_C HRESULT WINAPI CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext, DWORD flags,
+                                              DWORD* lpdwRegister);
 EXTERN_C HRESULT WINAPI CoRevokeClassObject(DWORD dwRegister);
 EXTERN_C HRESULT WINAPI CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID pvReserved, REFIID riid,
                                          LPVOID* ppv);
-EXTERN_C HRESULT WINAPI CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext,
-                                         REFIID riid, LPVOID* ppv);
+EXTERN_C HRESULT WINAPI CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext, REFIID riid,
+                                         LPVOID* ppv);
 
 /* Unloads modules that say they can go: those of apartment-threaded classes at once, others when they have
  * said so for ten minutes, since a thread may still be on its way out of them. The second form names the

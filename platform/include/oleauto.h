@@ -3,8 +3,8 @@
 // Functions over BSTR, VARIANT, SAFEARRAY and the calling thread's error information.
 //
 // Ownership  As on the other platform: what a function puts out belongs to the caller.
-// Threading  Every function may be called from any thread; one value is for one writer at a time.
-//            Error information is per thread.
+// Threading  Every function may be called from any thread; one value is for one writer at a time. Error information
+//            is per thread.
 // Errors     Result codes only; nothing is raised.
 #ifndef LXPLATFORM_OLEAUTO_H
 #define LXPLATFORM_OLEAUTO_H

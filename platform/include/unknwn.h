@@ -62,7 +62,7 @@ struct IClassFactory
 #define IUnknown_QueryInterface(This, riid, ppvObject) (This)->lpVtbl->QueryInterface(This, riid, ppvObject)
 #define IUnknown_AddRef(This) (This)->lpVtbl->AddRef(This)
 #define IUnknown_Release(This) (This)->lpVtbl->Release(This)
-#define IClassFactory_CreateInstance(This, pUnkOuter, riid, ppvObject)                                       \
+#define IClassFactory_CreateInstance(This, pUnkOuter, riid, ppvObject)                                                 \
     (This)->lpVtbl->CreateInstance(This, pUnkOuter, riid, ppvObject)
 #define IClassFactory_LockServer(This, fLock) (This)->lpVtbl->LockServer(This, fLock)
 #define IClassFactory_Release(This) (This)->lpVtbl->Release(This)

@@ -27,9 +27,9 @@ typedef union _RTL_SRWLOCK
     ULONG lxState;
     PVOID Ptr; /* for the size */
 } SRWLOCK, RTL_SRWLOCK, *PSRWLOCK;
-#define SRWLOCK_INIT                                                                                         \
-    {                                                                                                        \
-        0                                                                                                    \
+#define SRWLOCK_INIT                                                                                                   \
+    {                                                                                                                  \
+        0                                                                                                              \
     }
 
 EXTERN_C void WINAPI InitializeSRWLock(SRWLOCK* lock);

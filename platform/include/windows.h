@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The whole platform layer. Names, layouts and results are those of the other platform; each header here has
-// the part that the component, its server and their tests call.
+// The whole platform layer. Names, layouts and results are those of the other platform; each header here has the part
+// that the component, its server and their tests call.
 #ifndef LXPLATFORM_WINDOWS_H
 #define LXPLATFORM_WINDOWS_H
 

@@ -14,7 +14,7 @@
 #define SEVERITY_ERROR 1
 #define FACILITY_ITF 4
 #define FACILITY_WIN32 7
-#define MAKE_HRESULT(severity, facility, code)                                                               \
+#define MAKE_HRESULT(severity, facility, code)                                                                         \
     ((HRESULT)(((ULONG)(severity) << 31) | ((ULONG)(facility) << 16) | ((ULONG)(code))))
 #define _HRESULT_TYPEDEF_(code) ((HRESULT)code)
 
@@ -84,13 +84,11 @@ constexpr HRESULT HRESULT_FROM_WIN32(ULONG code)
 {
     return static_cast<HRESULT>(code) <= 0
                ? static_cast<HRESULT>(code)
-               : static_cast<HRESULT>((code & 0xFFFF) | (static_cast<ULONG>(FACILITY_WIN32) << 16) |
-                                      0x80000000U);
+               : static_cast<HRESULT>((code & 0xFFFF) | (static_cast<ULONG>(FACILITY_WIN32) << 16) | 0x80000000U);
 }
 #else
-#define HRESULT_FROM_WIN32(code)                                                                             \
-    ((HRESULT)(code) <= 0 ? (HRESULT)(code)                                                                  \
-                          : (HRESULT)(((code)&0xFFFF) | (FACILITY_WIN32 << 16) | 0x80000000U))
+#define HRESULT_FROM_WIN32(code)                                                                                       \
+    ((HRESULT)(code) <= 0 ? (HRESULT)(code) : (HRESULT)(((code)&0xFFFF) | (FACILITY_WIN32 << 16) | 0x80000000U))
 #endif
 
 #endif

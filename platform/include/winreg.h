@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The registry: a hive in memory, of this process alone. Names are compared without regard to the case of
-// ASCII letters. A key that was opened must be closed.
+// The registry: a hive in memory, of this process alone. Names are compared without regard to the case of ASCII
+// letters. A key that was opened must be closed.
 #ifndef LXPLATFORM_WINREG_H
 #define LXPLATFORM_WINREG_H
 
@@ -31,9 +31,9 @@ typedef struct _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES;
 #define REG_BINARY 3
 #define REG_DWORD 4
 
-EXTERN_C LSTATUS WINAPI RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR keyClass,
-                                        DWORD options, REGSAM access, SECURITY_ATTRIBUTES* security,
-                                        PHKEY result, LPDWORD disposition);
+EXTERN_C LSTATUS WINAPI RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR keyClass, DWORD options,
+                                        REGSAM access, SECURITY_ATTRIBUTES* security, PHKEY result,
+                                        LPDWORD disposition);
 EXTERN_C LSTATUS WINAPI RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM access, PHKEY result);
 EXTERN_C LSTATUS WINAPI RegCloseKey(HKEY key);
 EXTERN_C LSTATUS WINAPI RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data,
@@ -43,8 +43,7 @@ EXTERN_C LSTATUS WINAPI RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserve
 EXTERN_C LSTATUS WINAPI RegDeleteValueW(HKEY key, LPCWSTR name);
 EXTERN_C LSTATUS WINAPI RegDeleteKeyW(HKEY key, LPCWSTR subKey);
 EXTERN_C LSTATUS WINAPI RegDeleteTreeW(HKEY key, LPCWSTR subKey);
-EXTERN_C LSTATUS WINAPI RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD nameLength,
-                                      LPDWORD reserved, LPWSTR keyClass, LPDWORD classLength,
-                                      PFILETIME lastWrite);
+EXTERN_C LSTATUS WINAPI RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD nameLength, LPDWORD reserved,
+                                      LPWSTR keyClass, LPDWORD classLength, PFILETIME lastWrite);
 
 #endif

@@ -10,8 +10,8 @@
 
 namespace
 {
-// In front of the text stands its length in bytes, right before the first character; the other half of the
-// prefix keeps the text aligned.
+// In front of the text stands its length in bytes, right before the first character; the other half of the prefix
+// keeps the text aligned.
 struct Prefix
 {
     DWORD unused;

@@ -2,8 +2,8 @@
 //
 // Class objects: those that the process registered, and those that modules hand out which the registry names.
 //
-// One mutex guards the table of class objects, the list of modules and the counts of apartments. No class
-// object and no module is called while it is held.
+// One mutex guards the table of class objects, the list of modules and the counts of apartments. No class object and
+// no module is called while it is held.
 #include <objbase.h>
 #include <winbase.h>
 #include <winreg.h>
@@ -90,8 +90,7 @@ std::u16string TextValue(HKEY key, const OLECHAR* name)
         return {};
     }
     std::vector<OLECHAR> text(size / sizeof(OLECHAR) + 1);
-    const LSTATUS status =
-        RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<LPBYTE>(text.data()), &size);
+    const LSTATUS status = RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<LPBYTE>(text.data()), &size);
     return status == ERROR_SUCCESS ? std::u16string(text.data()) : std::u16string();
 }
 
@@ -118,8 +117,8 @@ Server ServerOf(REFCLSID id)
     return server;
 }
 
-/// The loaded module of a server, loading it when it is not there; null when it cannot be loaded. Its users
-/// are one more. The loader is called without the mutex, since it runs the module's own code.
+/// The loaded module of a server, loading it when it is not there; null when it cannot be loaded. Its users are one
+/// more. The loader is called without the mutex, since it runs the module's own code.
 Module* UseModule(Tables& tables, const Server& server)
 {
     std::unique_lock lock(tables.mutex);
@@ -308,8 +307,7 @@ HRESULT CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID, REFIID rii
         object->Release();
         return result;
     }
-    return (dwClsContext & CLSCTX_INPROC_SERVER) == 0 ? REGDB_E_CLASSNOTREG
-                                                      : GetFromModule(tables, rclsid, riid, ppv);
+    return (dwClsContext & CLSCTX_INPROC_SERVER) == 0 ? REGDB_E_CLASSNOTREG : GetFromModule(tables, rclsid, riid, ppv);
 }
 
 HRESULT CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext, REFIID riid, LPVOID* ppv)

@@ -83,10 +83,7 @@ public:
     {
         return m_description.Get(pBstrDescription);
     }
-    HRESULT STDMETHODCALLTYPE GetHelpFile(BSTR* pBstrHelpFile) override
-    {
-        return m_helpFile.Get(pBstrHelpFile);
-    }
+    HRESULT STDMETHODCALLTYPE GetHelpFile(BSTR* pBstrHelpFile) override { return m_helpFile.Get(pBstrHelpFile); }
     HRESULT STDMETHODCALLTYPE GetHelpContext(DWORD* pdwHelpContext) override
     {
         return Put(pdwHelpContext, m_helpContext);

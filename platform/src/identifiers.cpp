@@ -91,8 +91,8 @@ int StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax)
     }
     char text[g_textLength + 1];
     const uint8_t* const d = rguid.Data4;
-    std::snprintf(text, sizeof(text), "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", rguid.Data1,
-                  rguid.Data2, rguid.Data3, d[0], d[1], d[2], d[3], d[4], d[5], d[6], d[7]);
+    std::snprintf(text, sizeof(text), "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", rguid.Data1, rguid.Data2,
+                  rguid.Data3, d[0], d[1], d[2], d[3], d[4], d[5], d[6], d[7]);
     for (int i = 0; i <= g_textLength; ++i)
     {
         lpsz[i] = static_cast<OLECHAR>(text[i]);
@@ -134,8 +134,7 @@ HRESULT CLSIDFromProgID(LPCOLESTR lpszProgID, CLSID* pclsid)
     }
     OLECHAR text[g_textLength + 1] = {};
     DWORD size = sizeof(text);
-    const LSTATUS status =
-        RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<LPBYTE>(text), &size);
+    const LSTATUS status = RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<LPBYTE>(text), &size);
     RegCloseKey(key);
     CLSID id = {};
     if (status != ERROR_SUCCESS || text[g_textLength] != 0 || !Parse(text, id))

@@ -2,9 +2,9 @@
 //
 // The slim lock, the critical section and the interlocked operations.
 //
-// The slim lock is one 32-bit word; who must wait sleeps in the kernel on that word. A shared request goes in
-// when no writer holds the lock and none waits. One that slept and was woken by a leaving writer goes in
-// before the next writer, so that neither side shuts the other out.
+// The slim lock is one 32-bit word; who must wait sleeps in the kernel on that word. A shared request goes in when no
+// writer holds the lock and none waits. One that slept and was woken by a leaving writer goes in before the next
+// writer, so that neither side shuts the other out.
 #include <winbase.h>
 
 #include <atomic>
@@ -33,8 +33,8 @@ bool SleepWhile(SRWLOCK* lock, ULONG value, ULONG who)
     return syscall(SYS_futex, &lock->lxState, FUTEX_WAIT_BITSET_PRIVATE, value, nullptr, nullptr, who) == 0;
 }
 
-// The lock may be gone already when this is called: its address is not read here, and a wake-up without a
-// sleeper does nothing.
+// The lock may be gone already when this is called: its address is not read here, and a wake-up without a sleeper
+// does nothing.
 void Wake(SRWLOCK* lock, int count, ULONG who)
 {
     syscall(SYS_futex, &lock->lxState, FUTEX_WAKE_BITSET_PRIVATE, count, nullptr, nullptr, who);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Loaded modules. A module handle is the loader's own handle, which is also the loader's record of the
-// module.
+// Loaded modules. A module handle is the loader's own handle, which is also the loader's record of the module.
 #include <winbase.h>
 #include <winerror.h>
 
@@ -71,8 +70,7 @@ std::string PathOf(HMODULE module)
 
 BOOL GetModuleHandleExW(DWORD flags, LPCWSTR address, HMODULE* module)
 {
-    constexpr DWORD supported =
-        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    constexpr DWORD supported = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
     *module = nullptr;
     if (flags != supported)
     {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The registry hive of this process. One mutex guards all keys and values; nothing is called while it is
-// held.
+// The registry hive of this process. One mutex guards all keys and values; nothing is called while it is held.
 #include <winerror.h>
 #include <winreg.h>
 
@@ -81,8 +80,7 @@ try
         return ERROR_INVALID_HANDLE;
     }
     const ULONG_PTR root = RootNumber(key);
-    const NodePtr node =
-        root < std::size(hive.roots) ? hive.roots[root] : *reinterpret_cast<const NodePtr*>(key);
+    const NodePtr node = root < std::size(hive.roots) ? hive.roots[root] : *reinterpret_cast<const NodePtr*>(key);
     return node->deleted ? ERROR_KEY_DELETED : action(node);
 }
 catch (const std::bad_alloc&)
@@ -90,8 +88,8 @@ catch (const std::bad_alloc&)
     return ERROR_NOT_ENOUGH_MEMORY;
 }
 
-/// Walks down a path of names between backslashes, making what is missing when `create` says so. Returns null
-/// when a name is missing; `made` tells whether the last one was made.
+/// Walks down a path of names between backslashes, making what is missing when `create` says so. Returns null when a
+/// name is missing; `made` tells whether the last one was made.
 NodePtr Walk(NodePtr node, LPCWSTR path, bool create, bool& made)
 {
     made = false;
@@ -168,8 +166,8 @@ Name NameOf(LPCWSTR text)
 }
 } // namespace
 
-LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD, LPWSTR, DWORD, REGSAM, SECURITY_ATTRIBUTES*,
-                        PHKEY result, LPDWORD disposition)
+LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD, LPWSTR, DWORD, REGSAM, SECURITY_ATTRIBUTES*, PHKEY result,
+                        LPDWORD disposition)
 {
     return WithNode(key, [&](const NodePtr& node) -> LSTATUS {
         bool made = false;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Arrays: their making, copying and end. In front of the descriptor stand 16 bytes; the last four of them are
-// the element type.
+// Arrays: their making, copying and end. In front of the descriptor stand 16 bytes; the last four of them are the
+// element type.
 #include "allocation.h"
 
 #include "safearray_elements.h"

@@ -21,9 +21,8 @@ HRESULT LXPlatformArray::CopyElement(const SAFEARRAY& array, void* to, void* fro
     {
     case Kind::text: {
         const BSTR text = *static_cast<BSTR*>(from);
-        const BSTR copy = text == nullptr
-                              ? nullptr
-                              : SysAllocStringByteLen(reinterpret_cast<LPCSTR>(text), SysStringByteLen(text));
+        const BSTR copy =
+            text == nullptr ? nullptr : SysAllocStringByteLen(reinterpret_cast<LPCSTR>(text), SysStringByteLen(text));
         *static_cast<BSTR*>(to) = copy;
         return text != nullptr && copy == nullptr ? E_OUTOFMEMORY : S_OK;
     }

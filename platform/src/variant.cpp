@@ -36,8 +36,7 @@ HRESULT Own(VARIANT& value)
     else if (value.vt == VT_BSTR)
     {
         // Also a null string becomes a string of its own, an empty one.
-        value.bstrVal =
-            SysAllocStringByteLen(reinterpret_cast<LPCSTR>(value.bstrVal), SysStringByteLen(value.bstrVal));
+        value.bstrVal = SysAllocStringByteLen(reinterpret_cast<LPCSTR>(value.bstrVal), SysStringByteLen(value.bstrVal));
         result = value.bstrVal == nullptr ? E_OUTOFMEMORY : S_OK;
     }
     else if (IsObject(value.vt) && value.punkVal != nullptr)

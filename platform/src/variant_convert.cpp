@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// VariantChangeType between the types that configuration values have: whole numbers, reals, booleans and
-// text. Dates, currency and decimals are copied but not converted. Text is read as in the invariant locale,
-// without currency signs and without hexadecimal or octal numbers.
+// VariantChangeType between the types that configuration values have: whole numbers, reals, booleans and text. Dates,
+// currency and decimals are copied but not converted. Text is read as in the invariant locale, without currency signs
+// and without hexadecimal or octal numbers.
 #include "variant_number.h"
 
 #include <algorithm>
@@ -49,8 +49,7 @@ double AsReal(const Number& number)
     {
         return number.real;
     }
-    return number.negative ? static_cast<double>(static_cast<int64_t>(number.bits))
-                           : static_cast<double>(number.bits);
+    return number.negative ? static_cast<double>(static_cast<int64_t>(number.bits)) : static_cast<double>(number.bits);
 }
 
 HRESULT StoreSingle(const Number& number, float& out)
@@ -66,8 +65,7 @@ HRESULT StoreSingle(const Number& number, float& out)
 
 HRESULT StoreText(std::string_view narrow, BSTR& out)
 {
-    out = SysAllocStringLen(std::u16string(narrow.begin(), narrow.end()).c_str(),
-                            static_cast<UINT>(narrow.size()));
+    out = SysAllocStringLen(std::u16string(narrow.begin(), narrow.end()).c_str(), static_cast<UINT>(narrow.size()));
     return out == nullptr ? E_OUTOFMEMORY : S_OK;
 }
 
@@ -79,8 +77,7 @@ HRESULT StoreText(const Number& number, BSTR& out)
     {
         const double value = number.real == 0 ? 0.0 : number.real; // no "-0"
         end = std::to_chars(text, text + sizeof(text), value, std::chars_format::general, number.digits);
-        std::transform(text, end.ptr, text,
-                       [](char c) { return c >= 'a' && c <= 'z' ? char(c - 'a' + 'A') : c; });
+        std::transform(text, end.ptr, text, [](char c) { return c >= 'a' && c <= 'z' ? char(c - 'a' + 'A') : c; });
     }
     else if (number.negative)
     {
@@ -162,8 +159,7 @@ HRESULT Convert(const VARIANT& value, USHORT flags, VARTYPE vt, VARIANT& out)
 {
     if (vt == VT_EMPTY || vt == VT_NULL)
     {
-        return value.vt == VT_NULL || value.vt == VT_ERROR || (value.vt & VT_ARRAY) != 0 ? DISP_E_TYPEMISMATCH
-                                                                                         : S_OK;
+        return value.vt == VT_NULL || value.vt == VT_ERROR || (value.vt & VT_ARRAY) != 0 ? DISP_E_TYPEMISMATCH : S_OK;
     }
     if (value.vt == VT_EMPTY && vt == VT_BSTR)
     {

@@ -43,8 +43,8 @@ Number Boolean(VARIANT_BOOL value)
     return number;
 }
 
-/// A number in text: blanks, one sign in front or behind, or parentheses for a negative one, digits with
-/// thousands separators, a decimal point, an exponent.
+/// A number in text: blanks, one sign in front or behind, or parentheses for a negative one, digits with thousands
+/// separators, a decimal point, an exponent.
 class TextNumber
 {
 public:

@@ -19,7 +19,7 @@ struct Number
     bool negative = false; // a whole number below zero
     uint64_t bits = 0;     // a whole number in two's complement
     double real = 0;
-    unsigned width = 0; // size of the source type; the other sign of the same size takes the bits as they are
+    unsigned width = 0;     // size of the source type; the other sign of the same size takes the bits as they are
     bool unchecked = false; // a boolean fits every type
     int digits = 15;        // that a real is worth
 };
@@ -27,8 +27,8 @@ struct Number
 /// Reads a value that is a number already.
 std::optional<Number> FromValue(const VARIANT& value);
 
-/// Reads a number in text, up to its end or a zero character. As in the invariant locale, without currency
-/// signs and without hexadecimal or octal numbers.
+/// Reads a number in text, up to its end or a zero character. As in the invariant locale, without currency signs and
+/// without hexadecimal or octal numbers.
 HRESULT FromText(std::u16string_view text, Number& number);
 } // namespace LXPlatformNumber
 

@@ -9,12 +9,9 @@ namespace
 XClassRegistration Registration()
 {
     static const char here = 0;
-    return {CLSID_XCfgCacheCallback,
-            OLESTR(""),
-            OLESTR("Separate callback object of the configuration cache"),
-            OLESTR("InprocServer32"),
-            LXModulePath(&here),
-            true};
+    return {
+        CLSID_XCfgCacheCallback,  OLESTR(""),          OLESTR("Separate callback object of the configuration cache"),
+        OLESTR("InprocServer32"), LXModulePath(&here), true};
 }
 } // namespace
 

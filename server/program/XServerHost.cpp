@@ -74,9 +74,8 @@ XServerHost::XServerHost(XServerModel model) : m_server(XSampleServer::Create(st
 DWORD XServerHost::Register(Terms terms)
 {
     DWORD cookie = 0;
-    const HRESULT result =
-        CoRegisterClassObject(CLSID_LXSampleServer, &m_factory, CLSCTX_LOCAL_SERVER,
-                              terms.singleUse ? REGCLS_SINGLEUSE : REGCLS_MULTIPLEUSE, &cookie);
+    const HRESULT result = CoRegisterClassObject(CLSID_LXSampleServer, &m_factory, CLSCTX_LOCAL_SERVER,
+                                                 terms.singleUse ? REGCLS_SINGLEUSE : REGCLS_MULTIPLEUSE, &cookie);
     if (FAILED(result))
     {
         throw std::runtime_error("the server's class object cannot be registered");
@@ -86,8 +85,7 @@ DWORD XServerHost::Register(Terms terms)
 
 bool XServerHost::IsInUse() const
 {
-    return m_references > 0 || m_locks > 0 || m_server->LiveObjects().objects > 0 ||
-           !m_server->Clients().empty();
+    return m_references > 0 || m_locks > 0 || m_server->LiveObjects().objects > 0 || !m_server->Clients().empty();
 }
 
 bool XServerHost::WaitForStop(std::chrono::milliseconds time)
@@ -182,8 +180,7 @@ HRESULT XServerHost::Edit(BSTR edit, BSTR* outcome)
         [&] {
             try
             {
-                *outcome =
-                    NewText(LXFormatNotification(LXApplyEdit(m_server->Edit(), LXToUtf8(LXBstrView(edit)))));
+                *outcome = NewText(LXFormatNotification(LXApplyEdit(m_server->Edit(), LXToUtf8(LXBstrView(edit)))));
                 return S_OK;
             }
             catch (const std::logic_error& error)

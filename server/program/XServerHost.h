@@ -2,9 +2,8 @@
 //
 // The control object of the sample server's program, and how long the program runs.
 //
-// Ownership  The host owns the sample server. Clients hold the control object and the server's own objects;
-// the
-//            host outlives them all, since it is what main() waits on.
+// Ownership  The host owns the sample server. Clients hold the control object and the server's own objects; the host
+//            outlives them all, since it is what main() waits on.
 // Threading  Everything may be called from any thread.
 // Errors     Interface methods answer HRESULTs, with error information where a reason is known.
 #ifndef XSERVERHOST_H
@@ -26,8 +25,8 @@ public:
         bool singleUse = false; ///< only the first client that looks for it finds it
     };
 
-    /// Lets clients find the control object, until it was told to stop. Calls the function when they can find
-    /// it. Raises std::runtime_error when they cannot.
+    /// Lets clients find the control object, until it was told to stop. Calls the function when they can find it.
+    /// Raises std::runtime_error when they cannot.
     void Serve(Terms terms, const std::function<void()>& whenReady);
     XSampleServer& Server() const { return *m_server; }
 
@@ -48,8 +47,8 @@ public:
     STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) override;
 
 private:
-    /// The class object. It has an identity of its own, so that the references to the control object are the
-    /// clients' and not those of the registration.
+    /// The class object. It has an identity of its own, so that the references to the control object are the clients'
+    /// and not those of the registration.
     class Factory final : public IClassFactory
     {
     public:

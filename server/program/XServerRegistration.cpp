@@ -67,8 +67,7 @@ std::wstring LXModulePath(const void* address)
     HMODULE module = nullptr;
     if (address != nullptr)
     {
-        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                               GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                            static_cast<const wchar_t*>(address), &module);
     }
     std::wstring path(0x8000, OLESTR('\0'));

@@ -10,11 +10,11 @@
 
 /// Keeps the server's interfaces known to RPC for as long as it is there.
 ///
-/// COM makes an interface known with its first stub, and takes that back with its last, when the last client
-/// releases the last object of the kind. It then waits for the calls through the interface to end, and holds
-/// up every object that is to be handed out meanwhile. A server whose clients take objects and release them
-/// all the time would come to that again and again; Wine's RPC, besides, may miss the end of a call that ends
-/// at that very moment, and wait for ever. One stub of each kind that no client has keeps it from happening.
+/// COM makes an interface known with its first stub, and takes that back with its last, when the last client releases
+/// the last object of the kind. It then waits for the calls through the interface to end, and holds up every object
+/// that is to be handed out meanwhile. A server whose clients take objects and release them all the time would come
+/// to that again and again; Wine's RPC, besides, may miss the end of a call that ends at that very moment, and wait
+/// for ever. One stub of each kind that no client has keeps it from happening.
 ///
 /// Threading  Made and destroyed by a thread in the multithreaded apartment.
 class XStubKeeper final : public IUnknown

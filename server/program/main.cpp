@@ -7,8 +7,8 @@
 //     lxsampleserver --stop                                 ends the one that runs
 //     lxsampleserver --unregister
 //
-// Started by COM it ends by itself some seconds after the last client.
-// Exit status: 0 when all went well, 1 when not, other values for wrong options.
+// Started by COM it ends by itself some seconds after the last client. Exit status: 0 when all went well, 1 when not,
+// other values for wrong options.
 #include "XServerHost.h"
 #include "XServerRegistration.h"
 #include "XStubKeeper.h"
@@ -141,8 +141,7 @@ int Run(const Options& options)
 bool TakeEmbedding(std::vector<char*>& arguments)
 {
     return std::erase_if(arguments, [](const char* argument) {
-               return std::string_view(argument) == "-Embedding" ||
-                      std::string_view(argument) == "/Embedding";
+               return std::string_view(argument) == "-Embedding" || std::string_view(argument) == "/Embedding";
            }) > 0;
 }
 } // namespace
@@ -157,16 +156,11 @@ int main(int argc, char** argv)
     app.add_option("--model", options.model, "Model file; a small model of its own without it");
     app.add_option("--delay", options.delay, "Milliseconds that each call takes at least")
         ->check(CLI::Range(0.0, 1000.0));
-    app.add_option("--ready-event", options.readyEvent,
-                   "Name of an event to set when clients can find the server");
-    app.add_flag("--single-use", options.terms.singleUse,
-                 "Serve only the first client that looks for the server");
+    app.add_option("--ready-event", options.readyEvent, "Name of an event to set when clients can find the server");
+    app.add_flag("--single-use", options.terms.singleUse, "Serve only the first client that looks for the server");
     auto* const registers = app.add_flag("--register", options.registers, "Tell COM how to start it");
-    auto* const unregisters =
-        app.add_flag("--unregister", options.unregisters, "Take that back")->excludes(registers);
-    app.add_flag("--stop", options.stops, "End the server that runs")
-        ->excludes(registers)
-        ->excludes(unregisters);
+    auto* const unregisters = app.add_flag("--unregister", options.unregisters, "Take that back")->excludes(registers);
+    app.add_flag("--stop", options.stops, "End the server that runs")->excludes(registers)->excludes(unregisters);
     CLI11_PARSE(app, static_cast<int>(arguments.size()), arguments.data());
     return Run(options);
 }

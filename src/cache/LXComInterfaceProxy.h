@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The lazy server proxy: a server object, asked for its interface when it is first needed. An object that did
-// not come with its record is asked for itself then.
+// The lazy server proxy: a server object, asked for its interface when it is first needed. An object that did not
+// come with its record is asked for itself then.
 #ifndef LXCOMINTERFACEPROXY_H
 #define LXCOMINTERFACEPROXY_H
 
@@ -20,13 +20,13 @@ class XLazyIProxy
 {
 public:
     /// @param scope  class and operator for error locations, such as "LXComInterfaceProxy::XLazyIProxy<struct
-    /// ILXFormat>"
+    ///               ILXFormat>"
     explicit XLazyIProxy(const char* scope, XLXComPtr<IUnknown> held = {}) noexcept
         : m_scope(scope), m_held(std::move(held))
     {}
 
-    /// The server object's interface. Raises when there is no server object, or it lacks the interface. It is
-    /// asked for with no lock held; two threads may both ask, and one answer is kept.
+    /// The server object's interface. Raises when there is no server object, or it lacks the interface. It is asked
+    /// for with no lock held; two threads may both ask, and one answer is kept.
     XLXComPtr<I> operator*() const
     {
         XLXComPtr<IUnknown> held;
@@ -59,11 +59,10 @@ public:
         return m_held || m_source;
     }
 
-    /// Exchanges the server object, and where it is asked for, unless a later record brought what is there;
-    /// the caller releases the old one with no lock held.
+    /// Exchanges the server object, and where it is asked for, unless a later record brought what is there; the
+    /// caller releases the old one with no lock held.
     /// @param record  orders the records
-    bool Swap(XLXComPtr<IUnknown>& held, XLXComPtr<I>& typed, XServerSourcePtr& source,
-              std::uint64_t record) noexcept
+    bool Swap(XLXComPtr<IUnknown>& held, XLXComPtr<I>& typed, XServerSourcePtr& source, std::uint64_t record) noexcept
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         if (record < m_record)
@@ -78,10 +77,7 @@ public:
     }
 
 private:
-    LXErrorLocation At(int line) const noexcept
-    {
-        return {"LXComInterfaceProxy", m_scope, "operator *", line};
-    }
+    LXErrorLocation At(int line) const noexcept { return {"LXComInterfaceProxy", m_scope, "operator *", line}; }
 
     /// Keeps an answer, unless another record came meanwhile: its source is another one.
     void Publish(XLXComPtr<IUnknown> held, XLXComPtr<I> typed, const XServerSourcePtr& source) const noexcept

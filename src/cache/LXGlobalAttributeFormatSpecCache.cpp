@@ -13,8 +13,7 @@ XInstanceRegistry<ILXGlobalAttributeFormatSpec>& LiveSpecs()
 }
 } // namespace
 
-XLXGlobalAttributeFormatSpecCache::XLXGlobalAttributeFormatSpecCache(XLXComPtr<IUnknown> server,
-                                                                     XClockPtr clock)
+XLXGlobalAttributeFormatSpecCache::XLXGlobalAttributeFormatSpecCache(XLXComPtr<IUnknown> server, XClockPtr clock)
     : XLXConfigObjectCache(std::move(server), std::move(clock))
 {
     LiveSpecs().Add(this);
@@ -29,10 +28,9 @@ XLXComPtr<XLXGlobalAttributeFormatSpecCache>
 XLXGlobalAttributeFormatSpecCache::FromFace(ILXGlobalAttributeFormatSpec* face)
 {
     const auto own = XLXComPtr<ILXGlobalAttributeFormatSpec>(face).As<ILXGlobalAttributeFormatSpec>();
-    return own && LiveSpecs().Contains(own.Get())
-               ? XLXComPtr<XLXGlobalAttributeFormatSpecCache>(
-                     static_cast<XLXGlobalAttributeFormatSpecCache*>(own.Get()))
-               : nullptr;
+    return own && LiveSpecs().Contains(own.Get()) ? XLXComPtr<XLXGlobalAttributeFormatSpecCache>(
+                                                        static_cast<XLXGlobalAttributeFormatSpecCache*>(own.Get()))
+                                                  : nullptr;
 }
 
 HRESULT XLXGlobalAttributeFormatSpecCache::CreateFormat(int iFormatType, ILXFormat** ppFormat)
@@ -41,8 +39,7 @@ HRESULT XLXGlobalAttributeFormatSpecCache::CreateFormat(int iFormatType, ILXForm
         LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat"));
         const auto ask = [&](ILXFormat** format) { return Server()->CreateFormat(iFormatType, format); };
         return m_formats.Make().Create(TimeOf(XAspect::SpecFormats), iFormatType, ppFormat,
-                                       "ILXGlobalAttributeFormatSpec::CreateFormat", ask,
-                                       TheFacts.At("CreateFormat"));
+                                       "ILXGlobalAttributeFormatSpec::CreateFormat", ask, TheFacts.At("CreateFormat"));
     });
 }
 
@@ -53,8 +50,7 @@ HRESULT XLXGlobalAttributeFormatSpecCache::GetFormat(int iFormatType, ILXFormat*
         LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 307));
         const auto ask = [&](ILXFormat** format) { return Server()->GetFormat(iFormatType, format); };
         return m_formats.Make().Get(TimeOf(XAspect::SpecFormats), iFormatType, ppFormat,
-                                    "ILXGlobalAttributeFormatSpec::GetFormat", ask,
-                                    TheFacts.At("CreateFormat", 365));
+                                    "ILXGlobalAttributeFormatSpec::GetFormat", ask, TheFacts.At("CreateFormat", 365));
     });
 }
 
@@ -92,8 +88,8 @@ void XLXGlobalAttributeFormatSpecCache::OnDirectNotification(const XDirectNotifi
 
 HRESULT XLXGlobalAttributeFormatSpecCache::Terminate() noexcept
 {
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapFormatCache failed"),
-                         TheFacts.At("Terminate"), [&] {
+    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapFormatCache failed"), TheFacts.At("Terminate"),
+                         [&] {
                              if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
                              {
                                  formats->Terminate();

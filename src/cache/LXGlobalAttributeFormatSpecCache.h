@@ -25,8 +25,8 @@ public:
     /// One of this class's live instances behind a pointer, or null.
     static XLXComPtr<XLXGlobalAttributeFormatSpecCache> FromFace(ILXGlobalAttributeFormatSpec* face);
 
-    /// Empties the formats and lets go of the server object: whoever still holds the format spec reads the
-    /// values that it has, and gets E_POINTER for what only the server knows.
+    /// Empties the formats and lets go of the server object: whoever still holds the format spec reads the values
+    /// that it has, and gets E_POINTER for what only the server knows.
     HRESULT Terminate() noexcept;
 
 private:

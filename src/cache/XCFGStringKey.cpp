@@ -55,8 +55,7 @@ XCFGStringKey::XCFGStringKey(XLXTextView name)
     for (std::size_t at = 0; at < name.size(); ++at)
     {
         unsigned long code = static_cast<unsigned>(name[at]) & 0xFFFFu;
-        if (IsHighSurrogate(static_cast<unsigned>(code)) && at + 1 < name.size() &&
-            IsLowSurrogate(name[at + 1]))
+        if (IsHighSurrogate(static_cast<unsigned>(code)) && at + 1 < name.size() && IsLowSurrogate(name[at + 1]))
         {
             code = 0x10000 + ((code - 0xD800) << 10) + (static_cast<unsigned long>(name[++at]) - 0xDC00);
         }
@@ -68,8 +67,7 @@ std::optional<XCFGStringKey> XCFGStringKey::Of(const XLXComVariant& name)
 {
     if (name.Type() == VT_BSTR)
     {
-        return XCFGStringKey(
-            LXBstrView(V_BSTR(&name.Get()))); // nearly always, and without a copy of the text
+        return XCFGStringKey(LXBstrView(V_BSTR(&name.Get()))); // nearly always, and without a copy of the text
     }
     const auto text = name.Empty() ? std::nullopt : name.AsText();
     return text ? std::optional<XCFGStringKey>(*text) : std::nullopt;

@@ -8,9 +8,9 @@
 #include <compare>
 #include <string>
 
-/// The key of every map by name. The name is kept as UTF-8 over its whole length (a lone surrogate in its
-/// three-byte form), so that two different names never become one key, and keys compare byte by byte.
-/// A null or empty name gives the null key, which sorts first.
+/// The key of every map by name. The name is kept as UTF-8 over its whole length (a lone surrogate in its three-byte
+/// form), so that two different names never become one key, and keys compare byte by byte. A null or empty name gives
+/// the null key, which sorts first.
 class XCFGStringKey
 {
 public:

@@ -6,8 +6,8 @@
 
 #include "XLXError.h"
 
-/// What an update mode, the last field of a data id, says changed. Bits may be combined; a mode below 1 says
-/// that anything may have changed.
+/// What an update mode, the last field of a data id, says changed. Bits may be combined; a mode below 1 says that
+/// anything may have changed.
 enum LXUpdateMode : LONG
 {
     LXUM_EVERYTHING = 0x1,
@@ -43,10 +43,10 @@ enum class LXDataIdKind
 /// A data id, taken apart. The fields refer to the text that was parsed.
 struct XDataId
 {
-    XLXTextView kindText; ///< the text before the first "/"; the whole id when there is none
-    XLXTextView object;   ///< the id or name between the first and the second "/"
-    LONG subNumber = -1;  ///< -1 when empty or absent
-    LONG mode = -1;       ///< the update mode; -1 when empty or absent
+    XLXTextView kindText;                    ///< the text before the first "/"; the whole id when there is none
+    XLXTextView object;                      ///< the id or name between the first and the second "/"
+    LONG subNumber = -1;                     ///< -1 when empty or absent
+    LONG mode = -1;                          ///< the update mode; -1 when empty or absent
     LXDataIdKind kind = LXDataIdKind::Other; ///< what kindText says
     bool hasKind = false;                    ///< there is a first "/"
     bool complete = false;                   ///< there are three "/"

@@ -49,8 +49,7 @@ XDisplayFacts XDisplayFacts::Of(const XVariantRow& values)
 {
     static const XLXComVariant none;
     return FactsFrom([&](int member) -> const XLXComVariant& {
-        return static_cast<std::size_t>(member) < values.size() ? values[static_cast<std::size_t>(member)]
-                                                                : none;
+        return static_cast<std::size_t>(member) < values.size() ? values[static_cast<std::size_t>(member)] : none;
     });
 }
 

@@ -15,8 +15,8 @@ HRESULT HandOut(const XLXComPtr<XLXFormatCache>& format, ILXFormat** out) noexce
 }
 } // namespace
 
-HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, const char* method,
-                        const Ask& askServer, const LXErrorLocation& failedAt)
+HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
+                        const LXErrorLocation& failedAt)
 {
     *out = nullptr;
     const XStamp noted = Now(time);
@@ -49,8 +49,8 @@ HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, cons
     return HandOut(format, out);
 }
 
-HRESULT XFormatMap::Create(const XObjectTime& time, int type, ILXFormat** out, const char* method,
-                           const Ask& askServer, const LXErrorLocation& failedAt)
+HRESULT XFormatMap::Create(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
+                           const LXErrorLocation& failedAt)
 {
     *out = nullptr;
     const XStamp noted = Now(time);
@@ -75,10 +75,8 @@ void XFormatMap::Erase(const XObjectTime& time, int type)
     Replace(time, type, nullptr, XStamp{});
 }
 
-// An answer that a notification, a creation or a deletion overtook is not entered: the next question asks
-// again.
-void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const XStamp& noted,
-                       std::uint64_t changes)
+// An answer that a notification, a creation or a deletion overtook is not entered: the next question asks again.
+void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const XStamp& noted, std::uint64_t changes)
 {
     Map dropped; // these two go after the lock
     Format late;
@@ -108,8 +106,7 @@ void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const 
     DetachAll(dropped);
 }
 
-// What the server has created or deleted, together with the count that tells answers on their way that they
-// are old.
+// What the server has created or deleted, together with the count that tells answers on their way that they are old.
 void XFormatMap::Replace(const XObjectTime& time, int type, const Format& format, const XStamp& noted)
 {
     Map dropped;

@@ -2,9 +2,9 @@
 //
 // The formats of an attribute, a group or a global format spec, by format type.
 //
-// Formats are asked for one at a time. A null entry is a negative answer: the server has no such format. The
-// map holds for one stamp; the first operation after a notification empties it. Of two first answers for a
-// format type everybody gets the one that was published first.
+// Formats are asked for one at a time. A null entry is a negative answer: the server has no such format. The map
+// holds for one stamp; the first operation after a notification empties it. Of two first answers for a format type
+// everybody gets the one that was published first.
 #ifndef XFORMATMAP_H
 #define XFORMATMAP_H
 
@@ -25,15 +25,14 @@ public:
     /// Asks the server object for a format: its GetFormat or CreateFormat.
     using Ask = std::function<HRESULT(ILXFormat**)>;
 
-    /// Answers from the map, and asks the server on a miss. A failure of the server is reported at the
-    /// location, returned, and not kept.
+    /// Answers from the map, and asks the server on a miss. A failure of the server is reported at the location,
+    /// returned, and not kept.
     HRESULT Get(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
                 const LXErrorLocation& failedAt);
 
-    /// Asks the server to create a format and keeps it. Anything but S_OK from the server is reported and
-    /// returned.
-    HRESULT Create(const XObjectTime& time, int type, ILXFormat** out, const char* method,
-                   const Ask& askServer, const LXErrorLocation& failedAt);
+    /// Asks the server to create a format and keeps it. Anything but S_OK from the server is reported and returned.
+    HRESULT Create(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
+                   const LXErrorLocation& failedAt);
 
     /// Drops the entry of a format that the server has deleted.
     void Erase(const XObjectTime& time, int type);

@@ -7,8 +7,8 @@
 #include <mutex>
 #include <unordered_set>
 
-/// The live instances of a class, so that a pointer from outside can be told to be one of them without
-/// looking into what it points to.
+/// The live instances of a class, so that a pointer from outside can be told to be one of them without looking into
+/// what it points to.
 template <class T>
 class XInstanceRegistry
 {

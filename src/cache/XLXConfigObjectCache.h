@@ -2,16 +2,13 @@
 //
 // The common model of all cached configuration objects.
 //
-// A cached object answers through the interface of the server object that it mirrors, and is a callback for
-// the change notifications that concern it. It reads all values of the server object in one call when the
-// first one is wanted, and answers from its property store while the store's stamp is what would be noted
-// now.
+// A cached object answers through the interface of the server object that it mirrors, and is a callback for the
+// change notifications that concern it. It reads all values of the server object in one call when the first one is
+// wanted, and answers from its property store while the store's stamp is what would be noted now.
 //
-// Ownership  The object holds one reference to its server object and one to the clock of its connection. It
-// is
+// Ownership  The object holds one reference to its server object and one to the clock of its connection. It is
 //            destroyed by the last Release.
-// Threading  Any thread may call. The store has its own lock; the server is called with no lock held, so two
-// threads
+// Threading  Any thread may call. The store has its own lock; the server is called with no lock held, so two threads
 //            may both read from it, and the later answer is kept.
 #ifndef XLXCONFIGOBJECTCACHE_H
 #define XLXCONFIGOBJECTCACHE_H
@@ -57,10 +54,7 @@ public:
             return S_OK;
         });
     }
-    ULONG STDMETHODCALLTYPE AddRef() override
-    {
-        return m_references.fetch_add(1, std::memory_order_relaxed) + 1;
-    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return m_references.fetch_add(1, std::memory_order_relaxed) + 1; }
     ULONG STDMETHODCALLTYPE Release() override
     {
         const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
@@ -80,14 +74,8 @@ public:
     {
         return this->SetProperty(XCfgPropertyConvert::Convert(Facts.kind, bstrKey), varValue);
     }
-    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
-    }
-    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
-    }
+    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
+    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override
     {
         return XLXError::Guarded(Facts.At("GetProperty"), [&]() -> HRESULT {
@@ -121,10 +109,7 @@ public:
             return S_OK;
         });
     }
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
-    }
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
     HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY** psaValues) override
     {
         return LXNotOffered(psaValues);
@@ -146,8 +131,7 @@ public:
             return LXGetClientInfo(pClientInfo, Facts.clientInfoClass, Facts.At("GetClientInfo"));
         });
     }
-    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR, ULONG, ULONG, ULONG,
-                                                tagLXUpdateInfo*) override
+    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR, ULONG, ULONG, ULONG, tagLXUpdateInfo*) override
     {
         return XLXError::Guarded(Facts.At("DataObjectChanged"), [&] {
             const XDataId id = XDataId::Parse(LXBstrView(bstrDataID));
@@ -155,8 +139,7 @@ public:
             XAspectSet touched;
             if (m_clock)
             {
-                NotifyDirectly({concerned, id.kind == LXDataIdKind::ParentChild, m_clock->DrawDirect()},
-                               touched);
+                NotifyDirectly({concerned, id.kind == LXDataIdKind::ParentChild, m_clock->DrawDirect()}, touched);
             }
             LXTraceInvalidated(touched);
             return S_OK;
@@ -165,8 +148,8 @@ public:
 
     // For owners
 
-    /// Takes a notification that came straight to the object or its owner. Waits for nobody but for who looks
-    /// a map up.
+    /// Takes a notification that came straight to the object or its owner. Waits for nobody but for who looks a map
+    /// up.
     /// @param touched  receives what became stale
     void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched)
     {
@@ -181,10 +164,9 @@ public:
         self().OnDirectNotification(notification, touched);
     }
 
-    /// Takes the number of the last notification that came straight to the owner, whose map the object
-    /// enters. An answer from before that notification must not give the object values later, although it was
-    /// not yet in the map when the notification passed; what it has of such an answer is stale. Called under
-    /// the map's lock.
+    /// Takes the number of the last notification that came straight to the owner, whose map the object enters. An
+    /// answer from before that notification must not give the object values later, although it was not yet in the map
+    /// when the notification passed; what it has of such an answer is stale. Called under the map's lock.
     void TakeOwnersNumber(const XDirectNumber& ofOwner, const XMoment& moment)
     {
         if (const std::uint64_t number = ofOwner.Now(); number > m_direct.Now())
@@ -198,8 +180,7 @@ public:
         }
     }
 
-    /// Reads a value as GetProperty does, into a variant that must be empty. Raises failures of the component
-    /// itself.
+    /// Reads a value as GetProperty does, into a variant that must be empty. Raises failures of the component itself.
     HRESULT ReadProperty(int index, XLXComVariant& value)
     {
         HRESULT result = m_store.Read(index, value, Now());
@@ -248,11 +229,10 @@ public:
         m_server.Swap(none, typed, source, 0);
     }
 
-    /// Takes a record of a bulk answer: its server object replaces the one that is there, and its values do
-    /// unless newer ones are there. Without values the next read asks the server. What was loaded through a
-    /// former server object is stale then: the pointer is replaced first and the own counts are advanced
-    /// after, while whoever asks notes first and takes the pointer after. An object that was asked for, or is
-    /// being asked for, is a former one.
+    /// Takes a record of a bulk answer: its server object replaces the one that is there, and its values do unless
+    /// newer ones are there. Without values the next read asks the server. What was loaded through a former server
+    /// object is stale then: the pointer is replaced first and the own counts are advanced after, while whoever asks
+    /// notes first and takes the pointer after. An object that was asked for, or is being asked for, is a former one.
     /// @param source  of a server object that did not come
     /// @return false: a later record was there already, and nothing changed
     bool TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment, XRetired& retired,
@@ -294,8 +274,8 @@ public:
             m_place.store(Place::InMap);
         }
     }
-    /// Says that the object has left its map: who still holds it goes on reading the values that it has, if
-    /// they were fresh until then.
+    /// Says that the object has left its map: who still holds it goes on reading the values that it has, if they were
+    /// fresh until then.
     void Detach() noexcept
     {
         bool areFresh = false;
@@ -309,8 +289,7 @@ public:
         }
         m_place.store(areFresh ? Place::Detached : Place::Stale);
     }
-    /// Whether a notification came straight to the object after that moment. For an object that was detached
-    /// before.
+    /// Whether a notification came straight to the object after that moment. For an object that was detached before.
     bool WasNotifiedSince(const XMoment& moment) const noexcept { return m_direct.IsNewerThan(moment); }
 
     const XClockPtr& Clock() const noexcept { return m_clock; }
@@ -343,8 +322,7 @@ protected:
 
     /// Advances the own count of a holder when a notification concerns its aspect.
     template <class Holder>
-    static void AdvanceIf(XAspect aspect, const XAspectSet& concerned, Holder& holder,
-                          XAspectSet& touched) noexcept
+    static void AdvanceIf(XAspect aspect, const XAspectSet& concerned, Holder& holder, XAspectSet& touched) noexcept
     {
         if (concerned.Has(aspect))
         {
@@ -440,8 +418,7 @@ private:
 
     void Assign(XVariantRow& values, const XStamp& stamp)
     {
-        m_store.Assign(values, stamp,
-                       [&](const XVariantRow& assigned) { self().OnAssigned(assigned, stamp); });
+        m_store.Assign(values, stamp, [&](const XVariantRow& assigned) { self().OnAssigned(assigned, stamp); });
     }
 
     enum class Place : unsigned char

@@ -5,8 +5,7 @@
 #include <atomic>
 #include <memory>
 
-/// A part of an object that most objects never use: made by whoever needs it first, and kept until the object
-/// goes.
+/// A part of an object that most objects never use: made by whoever needs it first, and kept until the object goes.
 template <class T>
 class XLazyPart
 {

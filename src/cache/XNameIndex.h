@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Finds what belongs to a name, or to several names together, faster than an ordered map does: no key is made
-// of the names, and a look-up reads two places of memory. It stands beside the ordered map that owns things.
+// Finds what belongs to a name, or to several names together, faster than an ordered map does: no key is made of the
+// names, and a look-up reads two places of memory. It stands beside the ordered map that owns things.
 //
 // Two names are the same when they have the same characters over their whole lengths, as with XCFGStringKey.
 //
@@ -108,8 +108,7 @@ private:
     {
         const std::size_t mask = m_slots.size() - 1;
         std::size_t place = hash & mask;
-        while (m_slots[place].text != Free &&
-               !(m_slots[place].hash == hash && IsAt(m_slots[place].text, names)))
+        while (m_slots[place].text != Free && !(m_slots[place].hash == hash && IsAt(m_slots[place].text, names)))
         {
             place = (place + 1) & mask;
         }
@@ -124,8 +123,7 @@ private:
             std::uint32_t length = 0;
             std::memcpy(&length, text, sizeof length);
             text += LengthUnits; // for an empty name at the end: one behind the texts
-            if (length != name.size() ||
-                (length != 0 && std::memcmp(text, name.data(), length * sizeof(OLECHAR)) != 0))
+            if (length != name.size() || (length != 0 && std::memcmp(text, name.data(), length * sizeof(OLECHAR)) != 0))
             {
                 return false;
             }

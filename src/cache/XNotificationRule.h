@@ -151,8 +151,8 @@ struct XDirectNotification
     std::uint64_t number; ///< that the clock drew
 };
 
-/// Writes a trace entry for each aspect that a notification made stale, when such entries are wanted. Not to
-/// be called while a lock of the component is held.
+/// Writes a trace entry for each aspect that a notification made stale, when such entries are wanted. Not to be
+/// called while a lock of the component is held.
 void LXTraceInvalidated(const XAspectSet& aspects) noexcept;
 
 #endif

@@ -8,8 +8,8 @@
 
 #include <vector>
 
-/// What a refresh took out of the objects that it refreshed. Server objects are released here: declared
-/// before the lock, it is destroyed when no lock is held any more.
+/// What a refresh took out of the objects that it refreshed. Server objects are released here: declared before the
+/// lock, it is destroyed when no lock is held any more.
 struct XRetired
 {
     std::vector<XLXComPtr<IUnknown>> objects;

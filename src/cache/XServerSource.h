@@ -6,8 +6,7 @@
 
 #include <memory>
 
-/// Where a server object that did not come with its record is asked for when it is needed. Any thread may
-/// ask.
+/// Where a server object that did not come with its record is asked for when it is needed. Any thread may ask.
 class XServerSource
 {
 public:
@@ -16,8 +15,8 @@ public:
     XServerSource& operator=(const XServerSource&) = delete;
     virtual ~XServerSource() = default;
 
-    /// The object; null when there is none, or nobody to ask any more. Raises a failure of the server. Called
-    /// with no lock held that a notification could wait for.
+    /// The object; null when there is none, or nobody to ask any more. Raises a failure of the server. Called with no
+    /// lock held that a notification could wait for.
     virtual XLXComPtr<IUnknown> Ask() const = 0;
 };
 

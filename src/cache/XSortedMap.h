@@ -9,8 +9,8 @@
 /// A map that is made once and then read: its entries stand in one vector in key order, so that a copy is one
 /// allocation and walking it runs through memory in a row.
 ///
-/// Entries are added in any order, and found once Settle has brought them into theirs; that takes no longer
-/// than sorting, however many are added.
+/// Entries are added in any order, and found once Settle has brought them into theirs; that takes no longer than
+/// sorting, however many are added.
 template <class Key, class T>
 class XSortedMap
 {

@@ -5,8 +5,8 @@
 
 namespace
 {
-/// Copies a value into a variant that is empty. Most values are texts and numbers, which need no more than
-/// their bits or one allocation; the platform copies the others.
+/// Copies a value into a variant that is empty. Most values are texts and numbers, which need no more than their bits
+/// or one allocation; the platform copies the others.
 HRESULT CopyInto(VARIANT& to, const VARIANT& from) noexcept
 {
     const VARTYPE type = V_VT(&from);
@@ -108,6 +108,5 @@ bool XPropertyStore::IsFresh(std::uint64_t now) const
 void LXRaisePropertyIndex(int index)
 {
     constexpr LXErrorLocation at{"associations", "ROAssociations", "Get", 110};
-    XLXError::Raise(E_INVALIDARG,
-                    XLXText(XLXFormat() << "property index (" << LONG{index} << ") is out of range"), at);
+    XLXError::Raise(E_INVALIDARG, XLXText(XLXFormat() << "property index (" << LONG{index} << ") is out of range"), at);
 }

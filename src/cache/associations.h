@@ -14,15 +14,12 @@ class ROAssociations
 public:
     explicit ROAssociations(std::size_t slots = 0) : m_values(XLXVariantVector(slots)) {}
 
-    /// Copies a value into an empty variant. S_FALSE: the stored value is VT_EMPTY. E_INVALIDARG: there is no
-    /// such index; no error information is set, since readers are inside a lock-free read.
+    /// Copies a value into an empty variant. S_FALSE: the stored value is VT_EMPTY. E_INVALIDARG: there is no such
+    /// index; no error information is set, since readers are inside a lock-free read.
     HRESULT Get(int index, XLXComVariant& value) const;
 
 protected:
-    bool InRange(int index) const noexcept
-    {
-        return index >= 0 && static_cast<std::size_t>(index) < m_values.size();
-    }
+    bool InRange(int index) const noexcept { return index >= 0 && static_cast<std::size_t>(index) < m_values.size(); }
 
     XVariantRow m_values;
 };
@@ -41,15 +38,14 @@ public:
     void Swap(XVariantRow& values) noexcept;
 };
 
-/// The store with its lock, and the stamp of its values. What a write replaces is left in the parameter, so
-/// that the caller destroys it with no lock held.
+/// The store with its lock, and the stamp of its values. What a write replaces is left in the parameter, so that the
+/// caller destroys it with no lock held.
 class XPropertyStore
 {
 public:
     explicit XPropertyStore(std::size_t slots = 0);
 
-    /// Reads a value. S_FALSE, with value left empty: the values are not fresh, or the stored value is
-    /// VT_EMPTY.
+    /// Reads a value. S_FALSE, with value left empty: the values are not fresh, or the stored value is VT_EMPTY.
     /// @param now  the clock's number of the values' aspect
     HRESULT Read(int index, XLXComVariant& value, std::uint64_t now) const;
     /// The same, fresh or not; S_FALSE also when no values were ever assigned with a stamp.
@@ -87,8 +83,8 @@ private:
         XStamp stamp; // published together with the values
     };
 
-    // The count stands before the data: readers that go in and out write the word at the end of the data's
-    // lock, and what they only look at must not lie beside it.
+    // The count stands before the data: readers that go in and out write the word at the end of the data's lock, and
+    // what they only look at must not lie beside it.
     XOwnCount m_own;
     mutable XCritDataCFC<Stamped> m_data;
 };

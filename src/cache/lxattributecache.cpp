@@ -72,8 +72,8 @@ HRESULT XLXAttributeCache::GetFormat(int iFormatType, ILXFormat** ppFormat)
     return XLXError::Guarded(TheFacts.At("GetFormat"), [&] {
         LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("GetFormat", 552));
         const auto ask = [&](ILXFormat** format) { return Server()->GetFormat(iFormatType, format); };
-        return m_formats.Make().Get(TimeOf(XAspect::AttributeFormats), iFormatType, ppFormat,
-                                    "ILXAttribute::GetFormat", ask, TheFacts.At("GetFormat", 610));
+        return m_formats.Make().Get(TimeOf(XAspect::AttributeFormats), iFormatType, ppFormat, "ILXAttribute::GetFormat",
+                                    ask, TheFacts.At("GetFormat", 610));
     });
 }
 
@@ -110,8 +110,7 @@ XDisplayFacts XLXAttributeCache::Facts()
         facts = XDisplayFacts::Of(values);
         isWhole = values.size() > XDisplayFacts::LastMember;
     });
-    XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"),
-                            TheFacts.At("Facts"));
+    XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"), TheFacts.At("Facts"));
     if (result == S_OK && !isWhole)
     {
         LXRaisePropertyIndex(XDisplayFacts::LastMember);
@@ -131,9 +130,7 @@ XLXAttributeCache::TypeMapPtr XLXAttributeCache::LoadAttributeTypes()
     std::exception_ptr failure;
     TypeMapPtr types = m_attributeTypes.Load(
         TimeOf(XAspect::AttributeTypes), [&] { return FetchAttributeTypes(failure); },
-        [&](const TypeMap& loaded, const TypeMapPtr& former) {
-            OnAttributeTypes(loaded, former.get(), moment);
-        });
+        [&](const TypeMap& loaded, const TypeMapPtr& former) { OnAttributeTypes(loaded, former.get(), moment); });
     if (failure)
     {
         std::rethrow_exception(failure); // once: what came before it is kept
@@ -159,9 +156,8 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
     TypeMap fresh;
     const auto server = Server();
     XLXComPtr<ILXAttributeTypeEnum> types;
-    const HRESULT result =
-        LXAsk("ILXAttribute::GetAttributeTypeEnum", types, LXNoResult::Nothing, {}, at,
-              [&](ILXAttributeTypeEnum** out) { return server->GetAttributeTypeEnum(out); });
+    const HRESULT result = LXAsk("ILXAttribute::GetAttributeTypeEnum", types, LXNoResult::Nothing, {}, at,
+                                 [&](ILXAttributeTypeEnum** out) { return server->GetAttributeTypeEnum(out); });
     if (FAILED(result) || !types)
     {
         return fresh;
@@ -186,12 +182,11 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
     return fresh;
 }
 
-// The attribute passes a notification that comes straight to it on to the types in the map. Types that are
-// published after one that came while they were on their way would miss it; so would those that take the
-// place of a type which was notified itself. That is detached before it is looked at: either it was notified
-// before, or it advances the clock.
-void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* former,
-                                         const XMoment& moment) const
+// The attribute passes a notification that comes straight to it on to the types in the map. Types that are published
+// after one that came while they were on their way would miss it; so would those that take the place of a type which
+// was notified itself. That is detached before it is looked at: either it was notified before, or it advances the
+// clock.
+void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const
 {
     LXReplaceMap(former, types);
     for (const auto& [key, type] : types)
@@ -213,15 +208,13 @@ void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, 
     {
         if (type.object)
         {
-            XLXError::Raise(E_INVALIDARG,
-                            OLESTR("for an empty cached attribute type the interface ptr must be NULL"),
+            XLXError::Raise(E_INVALIDARG, OLESTR("for an empty cached attribute type the interface ptr must be NULL"),
                             TheFacts.At("CreateAttributeType", 301));
         }
         return;
     }
-    auto key = type.values.size() > MemberAttributeTypeName
-                   ? XCFGStringKey::Of(type.values[MemberAttributeTypeName])
-                   : std::nullopt;
+    auto key = type.values.size() > MemberAttributeTypeName ? XCFGStringKey::Of(type.values[MemberAttributeTypeName])
+                                                            : std::nullopt;
     if (!key)
     {
         return; // without a name there is no key to find it by
@@ -292,8 +285,8 @@ void XLXAttributeCache::OnDirectNotification(const XDirectNotification& notifica
 HRESULT XLXAttributeCache::Terminate() noexcept
 {
     const auto former = m_attributeTypes.Clear();
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapFormatCache failed"),
-                         TheFacts.At("Terminate", 93), [&] {
+    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapFormatCache failed"), TheFacts.At("Terminate", 93),
+                         [&] {
                              if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
                              {
                                  formats->Terminate();

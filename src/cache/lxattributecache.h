@@ -15,8 +15,7 @@
 #include <vector>
 
 /// An attribute of a type, with its attribute types and its formats.
-class XLXAttributeCache final
-    : public XLXConfigObjectCache<XLXAttributeCache, XCachedFacts::Attribute, ILXAttribute>
+class XLXAttributeCache final : public XLXConfigObjectCache<XLXAttributeCache, XCachedFacts::Attribute, ILXAttribute>
 {
 public:
     XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock);
@@ -31,16 +30,13 @@ public:
 
     // For the owner
 
-    /// Takes the attribute types that a bulk read delivered, possibly none: they replace those that are
-    /// there, and the server is not asked for them.
+    /// Takes the attribute types that a bulk read delivered, possibly none: they replace those that are there, and
+    /// the server is not asked for them.
     void AssignAttributeTypes(std::vector<XLXCFCDataTransfer::XILXConfigData> types, const XMoment& moment,
                               XRetired& retired);
 
     /// What decides in which displays the attribute is shown, when that is known.
-    std::optional<XDisplayFacts> KnownFacts() const noexcept
-    {
-        return m_facts.Fresh({Now(), Store().Own().Now()});
-    }
+    std::optional<XDisplayFacts> KnownFacts() const noexcept { return m_facts.Fresh({Now(), Store().Own().Now()}); }
     /// The same; read from the server when it is not known. Raises a failing read.
     XDisplayFacts Facts();
 

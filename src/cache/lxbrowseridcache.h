@@ -5,8 +5,7 @@
 #include "XLXConfigObjectCache.h"
 
 /// A browser that the server knows; read-only.
-class XLXBrowserIdCache final
-    : public XLXConfigObjectCache<XLXBrowserIdCache, XCachedFacts::BrowserId, ILXBrowserId>
+class XLXBrowserIdCache final : public XLXConfigObjectCache<XLXBrowserIdCache, XCachedFacts::BrowserId, ILXBrowserId>
 {
 public:
     using XLXConfigObjectCache::XLXConfigObjectCache;

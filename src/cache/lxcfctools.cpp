@@ -25,8 +25,8 @@ HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XV
 {
     XLXSafeArray array;
     const HRESULT result =
-        LXAsk("ILXConfigObject::GetProperties", array, LXNoResult::PointerError, OLESTR("property values"),
-              at, [&](SAFEARRAY** out) { return server.GetProperties(out); });
+        LXAsk("ILXConfigObject::GetProperties", array, LXNoResult::PointerError, OLESTR("property values"), at,
+              [&](SAFEARRAY** out) { return server.GetProperties(out); });
     if (FAILED(result))
     {
         XLXError::WriteErrorToLogBook(result, XLXError::SeverityError,
@@ -57,8 +57,7 @@ XLXComBSTR LXComputerName(XLXTextView failureText, const LXErrorLocation& at)
 HRESULT LXGetClientInfo(tagLXClientInfo* info, const char* className, const LXErrorLocation& at)
 {
     XLXError::CheckPointer(info, OLESTR("pClientInfo"), at);
-    XLXComBSTR computer =
-        LXComputerName(XLXText(XLXFormat() << className << "::GetClientInfo -> GetComputerName"), at);
+    XLXComBSTR computer = LXComputerName(XLXText(XLXFormat() << className << "::GetClientInfo -> GetComputerName"), at);
     XLXComBSTR user(computer); // deliberately the same text twice
     XLXComBSTR password{XLXTextView()};
     info->bstrComputerName = computer.Detach();

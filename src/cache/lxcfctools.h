@@ -13,9 +13,8 @@
 #include <new>
 #include <utility>
 
-/// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error
-/// information. std::bad_alloc passes: the component's own lack of memory is no answer of the server, and
-/// must not be cached.
+/// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error information.
+/// std::bad_alloc passes: the component's own lack of memory is no answer of the server, and must not be cached.
 template <class F>
 HRESULT LXWithoutRaising(F&& body)
 {
@@ -46,8 +45,8 @@ auto LXRaisedAt(const LXErrorLocation& at, F&& body)
 /// A server's enumeration that yields more than this many elements never ends.
 constexpr ULONG LXMostElements = 1000000;
 
-/// Says that a method of the server is about to be called: writes the trace entry when one is wanted, and in
-/// debug builds asserts that no lock is held that a notification could wait for.
+/// Says that a method of the server is about to be called: writes the trace entry when one is wanted, and in debug
+/// builds asserts that no lock is held that a notification could wait for.
 void LXServerCall(const char* method) noexcept;
 
 /// What a success of the server without a result means.
@@ -58,12 +57,12 @@ enum class LXNoResult
     PointerError ///< raises E_POINTER
 };
 
-/// Asks the server: nulls the result, writes the trace entry, and calls. A failing call leaves nothing to
-/// release, whatever the server left in the result.
+/// Asks the server: nulls the result, writes the trace entry, and calls. A failing call leaves nothing to release,
+/// whatever the server left in the result.
 /// @param result  an owner: XLXComPtr, XLXSafeArray or XLXComBSTR
 /// @param call    HRESULT call(out pointer)
 template <class Owner, class Call>
-HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, XLXTextView resultName,
+HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, const OLECHAR* resultName,
               const LXErrorLocation& at, Call&& call)
 {
     auto* const out = result.Put();
@@ -110,8 +109,7 @@ HRESULT LXAskValue(const char* method, XLXComVariant& result, Call&& call)
 
 /// The answer of a call that is passed on to the server. A failure leaves the caller's variable null.
 template <class Result, class Call>
-HRESULT LXPassOn(const char* method, Result** out, LXNoResult withoutResult, const LXErrorLocation& at,
-                 Call&& call)
+HRESULT LXPassOn(const char* method, Result** out, LXNoResult withoutResult, const LXErrorLocation& at, Call&& call)
 {
     LXEmptyOut(out);
     LXServerCall(method);
@@ -130,13 +128,12 @@ HRESULT LXPassOn(const char* method, Result** out, LXNoResult withoutResult, con
     return answer;
 }
 
-/// Reads all property values of a server object in one call. Anything but S_OK is returned as the server gave
-/// it, with nothing read; a failure is written to the logbook. An element that cannot be read is skipped.
-/// Raises E_POINTER when the server says S_OK without values.
+/// Reads all property values of a server object in one call. Anything but S_OK is returned as the server gave it,
+/// with nothing read; a failure is written to the logbook. An element that cannot be read is skipped. Raises
+/// E_POINTER when the server says S_OK without values.
 HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values);
 
-/// Says that the objects of a map take the place of those of a former one (which may be null), under the
-/// map's lock.
+/// Says that the objects of a map take the place of those of a former one (which may be null), under the map's lock.
 template <class Map>
 void LXReplaceMap(const Map* former, const Map& map) noexcept
 {
@@ -170,8 +167,8 @@ void LXNotifyDirectly(const Map* map, const Notification& notification, Touched&
     }
 }
 
-/// Fills in computer, user, password and process of the calling process; leaves the other fields as given. A
-/// failure is reported with "<className>::GetClientInfo -> GetComputerName".
+/// Fills in computer, user, password and process of the calling process; leaves the other fields as given. A failure
+/// is reported with "<className>::GetClientInfo -> GetComputerName".
 HRESULT LXGetClientInfo(tagLXClientInfo* info, const char* className, const LXErrorLocation& at);
 
 /// The name of this computer; raises the platform's code with the text.
@@ -184,8 +181,7 @@ namespace LXCFCTOOLS
 template <class Cached>
 HRESULT Construct(XLXComPtr<IUnknown> server, const XClockPtr& clock, Cached** out)
 {
-    XLXError::CheckPointer(out, OLESTR("ppCached"),
-                           LXErrorLocation{"lxcfctools", "LXCFCTOOLS", "Construct", 20});
+    XLXError::CheckPointer(out, OLESTR("ppCached"), LXErrorLocation{"lxcfctools", "LXCFCTOOLS", "Construct", 20});
     *out = new (std::nothrow) Cached(std::move(server), clock);
     if (*out == nullptr)
     {
@@ -210,9 +206,8 @@ XLXComPtr<Cached> Make(XLXComPtr<IUnknown> server, const XClockPtr& clock, const
 }
 } // namespace LXCFCTOOLS
 
-/// Takes all elements of a server's enumeration, in batches, until it answers anything but S_OK. A failure
-/// ends the enumeration and is returned; the elements fetched before it have been visited. Every element is
-/// released.
+/// Takes all elements of a server's enumeration, in batches, until it answers anything but S_OK. A failure ends the
+/// enumeration and is returned; the elements fetched before it have been visited. Every element is released.
 /// @param visit  called with each non-null element, as XLXComPtr<Element>&&
 template <ULONG BatchSize, class Element, class Enumerator, class Visit>
 HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLocation& at, Visit&& visit)
@@ -231,8 +226,7 @@ HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLoc
         }
         for (ULONG i = 0; i < BatchSize; ++i)
         {
-            batch[i].Attach(
-                raw[i]); // whatever the server put there is released, even past the count it claims
+            batch[i].Attach(raw[i]); // whatever the server put there is released, even past the count it claims
         }
         fetched = fetched < BatchSize ? fetched : BatchSize;
         for (ULONG i = 0; i < fetched; ++i)

@@ -14,8 +14,7 @@ HRESULT XLXGroupCache::GetChildGroupEnum(ILXGroupEnum** ppEnum)
         const LONG number = OwnNumber();
         if (number == 0)
         {
-            XLXError::Raise(E_INVALIDARG, OLESTR("invalid group number 0"),
-                            TheFacts.At("GetChildGroupEnum", 287));
+            XLXError::Raise(E_INVALIDARG, OLESTR("invalid group number 0"), TheFacts.At("GetChildGroupEnum", 287));
         }
         const auto owner = m_owner.Lock();
         if (!owner)
@@ -45,8 +44,8 @@ HRESULT XLXGroupCache::CreateFormat(ILXFormat** ppFormat)
     return XLXError::Guarded(TheFacts.At("CreateFormat"), [&] {
         LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat"));
         const auto ask = [&](ILXFormat** format) { return Server()->CreateFormat(format); };
-        return m_formats.Make().Create(TimeOf(XAspect::GroupFormats), TheOnlyFormat, ppFormat,
-                                       "ILXGroup::CreateFormat", ask, TheFacts.At("CreateFormat"));
+        return m_formats.Make().Create(TimeOf(XAspect::GroupFormats), TheOnlyFormat, ppFormat, "ILXGroup::CreateFormat",
+                                       ask, TheFacts.At("CreateFormat"));
     });
 }
 
@@ -55,11 +54,10 @@ HRESULT XLXGroupCache::GetFormat(ILXFormat** ppFormat)
 {
     return XLXError::Guarded(TheFacts.At("CreateFormat", 359), [&] {
         LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 359));
-        XLXError::CheckPointer(HasServer() ? this : nullptr, OLESTR("server group"),
-                               TheFacts.At("CreateFormat", 360));
+        XLXError::CheckPointer(HasServer() ? this : nullptr, OLESTR("server group"), TheFacts.At("CreateFormat", 360));
         const auto ask = [&](ILXFormat** format) { return Server()->GetFormat(format); };
-        return m_formats.Make().Get(TimeOf(XAspect::GroupFormats), TheOnlyFormat, ppFormat,
-                                    "ILXGroup::GetFormat", ask, TheFacts.At("CreateFormat", 418));
+        return m_formats.Make().Get(TimeOf(XAspect::GroupFormats), TheOnlyFormat, ppFormat, "ILXGroup::GetFormat", ask,
+                                    TheFacts.At("CreateFormat", 418));
     });
 }
 
@@ -96,8 +94,8 @@ void XLXGroupCache::OnDirectNotification(const XDirectNotification& notification
 
 HRESULT XLXGroupCache::Terminate() noexcept
 {
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapFormatCache failed"),
-                         TheFacts.At("Terminate"), [&] {
+    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapFormatCache failed"), TheFacts.At("Terminate"),
+                         [&] {
                              if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
                              {
                                  formats->Terminate();

@@ -2,12 +2,12 @@
 //
 // Snapshot enumerators: every collection that the component hands out is one of these.
 //
-// Ownership  The enumerator owns its vector, and the vector a reference to each element. Who receives an
-//            element gets a reference of its own, so it may outlive the enumerator.
-// Threading  Any thread may call at any time: the vector never changes, and the cursor is one atomic, so two
-//            threads that share an enumerator get different elements.
-// Errors     Null out pointers are refused with E_POINTER, but for the array of no elements.
-//            LXHandOutEnumerator may raise std::bad_alloc.
+// Ownership  The enumerator owns its vector, and the vector a reference to each element. Who receives an element gets
+//            a reference of its own, so it may outlive the enumerator.
+// Threading  Any thread may call at any time: the vector never changes, and the cursor is one atomic, so two threads
+//            that share an enumerator get different elements.
+// Errors     Null out pointers are refused with E_POINTER, but for the array of no elements. LXHandOutEnumerator may
+//            raise std::bad_alloc.
 #ifndef XLXENUMWITHDELETE_H
 #define XLXENUMWITHDELETE_H
 
@@ -21,8 +21,7 @@
 #include <utility>
 #include <vector>
 
-/// It counts as a live object, so that the module stays while somebody holds it, but it does not lock the
-/// module.
+/// It counts as a live object, so that the module stays while somebody holds it, but it does not lock the module.
 template <class IEnumX, class IX>
 class XLXEnumWithDelete final : public IEnumX, public ISupportErrorInfo
 {
@@ -57,10 +56,7 @@ public:
         });
     }
 
-    STDMETHODIMP_(ULONG) AddRef() override
-    {
-        return m_references.fetch_add(1, std::memory_order_relaxed) + 1;
-    }
+    STDMETHODIMP_(ULONG) AddRef() override { return m_references.fetch_add(1, std::memory_order_relaxed) + 1; }
 
     STDMETHODIMP_(ULONG) Release() override
     {
@@ -127,10 +123,7 @@ public:
         });
     }
 
-    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) override
-    {
-        return iid == LXIid<IEnumX>() ? S_OK : S_FALSE;
-    }
+    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) override { return iid == LXIid<IEnumX>() ? S_OK : S_FALSE; }
 
 private:
     struct Range
@@ -164,8 +157,8 @@ private:
     XLiveObject m_live;
 };
 
-/// What every method that returns an enumerator ends with: S_FALSE and null when nothing was collected, else
-/// an enumerator over the items.
+/// What every method that returns an enumerator ends with: S_FALSE and null when nothing was collected, else an
+/// enumerator over the items.
 template <class IEnumX, class IX>
 HRESULT LXHandOutEnumerator(std::vector<XLXComPtr<IX>>&& items, IEnumX** out)
 {

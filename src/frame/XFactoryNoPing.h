@@ -2,9 +2,8 @@
 //
 // The class factory that the module hands out and keeps.
 //
-// Ownership  The module holds the first reference until it is unloaded. While anybody else holds one the
-//            factory locks the module; the module's own reference neither locks it nor counts as a live
-//            object.
+// Ownership  The module holds the first reference until it is unloaded. While anybody else holds one the factory
+//            locks the module; the module's own reference neither locks it nor counts as a live object.
 // Threading  Any thread may call at any time.
 #ifndef XFACTORYNOPING_H
 #define XFACTORYNOPING_H

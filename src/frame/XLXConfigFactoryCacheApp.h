@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The application object: what happens when the module is loaded and unloaded. It is constant initialised and
-// has no destructor, so it exists before and after everything else in the module.
+// The application object: what happens when the module is loaded and unloaded. It is constant initialised and has no
+// destructor, so it exists before and after everything else in the module.
 #ifndef XLXCONFIGFACTORYCACHEAPP_H
 #define XLXCONFIGFACTORYCACHEAPP_H
 

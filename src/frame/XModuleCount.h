@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What keeps the module loaded: every live object of it, and every lock on it. Both counts are of this module
-// alone, since each module that links this code has its own.
+// What keeps the module loaded: every live object of it, and every lock on it. Both counts are of this module alone,
+// since each module that links this code has its own.
 #ifndef XMODULECOUNT_H
 #define XMODULECOUNT_H
 

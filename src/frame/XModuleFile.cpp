@@ -21,8 +21,7 @@ void XModuleFile::RaiseLastError(XLXTextView message, const LXErrorLocation& at)
 HMODULE XModuleFile::Handle()
 {
     HMODULE module = nullptr;
-    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                                GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                             reinterpret_cast<LPCWSTR>(&XModuleFile::Handle), &module))
     {
         RaiseLastError(OLESTR("the module has no handle"), At("Handle"));

@@ -2,8 +2,7 @@
 //
 // The module as a file: where it lies, what is embedded in it, and its type library.
 //
-// Errors     All functions but the last two raise; those answer the failure codes of the type library
-// service.
+// Errors     All functions but the last two raise; those answer the failure codes of the type library service.
 #ifndef XMODULEFILE_H
 #define XMODULEFILE_H
 

@@ -170,8 +170,7 @@ LSTATUS WriteValue(HKEY key, const Value& value, XLXTextView modulePath)
         text.replace(at, ModuleVariable.size(), modulePath);
     }
     const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(OLECHAR));
-    return RegSetValueExW(key, value.name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                          bytes);
+    return RegSetValueExW(key, value.name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()), bytes);
 }
 
 LSTATUS Missing(LSTATUS status)

@@ -12,12 +12,11 @@
 //         }
 //     }
 //
-// %MODULE% in a text stands for the module's path. Words are separated by white space; all values are
-// strings.
+// %MODULE% in a text stands for the module's path. Words are separated by white space; all values are strings.
 //
 // Threading  A script is constant once constructed.
-// Errors     The constructor raises E_UNEXPECTED for a text that is no script. Register and Unregister answer
-//            the registry's own failure codes, and may raise std::bad_alloc.
+// Errors     The constructor raises E_UNEXPECTED for a text that is no script. Register and Unregister answer the
+//            registry's own failure codes, and may raise std::bad_alloc.
 #ifndef XREGISTRYSCRIPT_H
 #define XREGISTRYSCRIPT_H
 
@@ -34,8 +33,8 @@ public:
     /// Creates the keys and values below the root. Stops at the first failure.
     HRESULT Register(HKEY root, XLXTextView modulePath) const;
 
-    /// Removes what Register creates. Keys of others below the script's keys stay, with what they stand on.
-    /// A failure does not stop the rest; the first one is answered.
+    /// Removes what Register creates. Keys of others below the script's keys stay, with what they stand on. A failure
+    /// does not stop the rest; the first one is answered.
     HRESULT Unregister(HKEY root) const;
 
     struct Value

@@ -33,8 +33,7 @@ void XLXConfigFactoryCacheApp::InitInstance() noexcept
 
 LX_MODULE_FUNCTION DllCanUnloadNow()
 {
-    return XLXError::Guarded(At("DllCanUnloadNow"),
-                             [] { return theApp.Module().CanUnload() ? S_OK : S_FALSE; });
+    return XLXError::Guarded(At("DllCanUnloadNow"), [] { return theApp.Module().CanUnload() ? S_OK : S_FALSE; });
 }
 
 LX_MODULE_FUNCTION DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv)

@@ -67,9 +67,9 @@ XBrowserRegistry::BrowserIdMap XBrowserRegistry::FetchBrowserIds(const XServerAc
     const LXErrorLocation at = LXManagerAt("InternalFillBrowserIds");
     BrowserIdMap fresh;
     XLXComPtr<ILXBrowserIdEnum> browserIds;
-    HRESULT result = LXAsk(
-        "ILXConfigFactory::GetBrowserIdEnum", browserIds, LXNoResult::PointerError, OLESTR("browser ids"), at,
-        [&](ILXBrowserIdEnum** out) { return server.configFactory->GetBrowserIdEnum(out); });
+    HRESULT result =
+        LXAsk("ILXConfigFactory::GetBrowserIdEnum", browserIds, LXNoResult::PointerError, OLESTR("browser ids"), at,
+              [&](ILXBrowserIdEnum** out) { return server.configFactory->GetBrowserIdEnum(out); });
     if (result == S_OK)
     {
         result = LXForEachOf<BrowserIdBatch, ILXBrowserId>(
@@ -135,8 +135,7 @@ XBrowserRegistry::PCInfoMap XBrowserRegistry::MakePCInfos(const BrowserIdMap& br
     PCInfoMap infos;
     for (const auto& [key, browserId] : browserIds)
     {
-        const auto info =
-            LXCFCTOOLS::Make<XLXPCInfoCache>(nullptr, XClockPtr(), LXManagerAt("InternalFillPCInfos"));
+        const auto info = LXCFCTOOLS::Make<XLXPCInfoCache>(nullptr, XClockPtr(), LXManagerAt("InternalFillPCInfos"));
         info->AssignProperties(XLXTransientPCInfo::Values(key.Text(), newRelations), timeless);
         infos.emplace(key, info);
     }

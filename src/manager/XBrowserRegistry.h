@@ -2,9 +2,8 @@
 //
 // The manager's browser ids, and the PC infos that every browser has for relations without a server object.
 //
-// Both are filled once, at first use, and stay filled while the connection lasts. A notification makes the
-// values of browser ids stale, not the set. The PC infos mirror nothing on the server, so no notification
-// concerns them.
+// Both are filled once, at first use, and stay filled while the connection lasts. A notification makes the values of
+// browser ids stale, not the set. The PC infos mirror nothing on the server, so no notification concerns them.
 //
 // Threading  Any thread may call. The maps' locks are held for copying and swapping alone.
 #ifndef XBROWSERREGISTRY_H

@@ -10,8 +10,8 @@
 
 #include <optional>
 
-/// What the manager has of the server while it is initialised. The manager's leaf mutex guards everything but
-/// the clock, which never changes: it is what a connection is known by.
+/// What the manager has of the server while it is initialised. The manager's leaf mutex guards everything but the
+/// clock, which never changes: it is what a connection is known by.
 struct XConnection
 {
     const XClockPtr clock{new XClock};

@@ -51,8 +51,7 @@ std::shared_ptr<const XGlobalSpecs::Specs> XGlobalSpecs::Fetch(const XServerAcce
               OLESTR("global attribute format specs"), at, [&](ILXGlobalAttributeFormatSpecEnum** out) {
                   return server.configFactory->GetAllGlobalAttributeFormatSpecs(out);
               });
-    XLXError::RaiseIfFailed(result, OLESTR("the server failed to list its global attribute format specs"),
-                            at);
+    XLXError::RaiseIfFailed(result, OLESTR("the server failed to list its global attribute format specs"), at);
     if (result != S_OK)
     {
         return fresh;
@@ -69,8 +68,7 @@ std::shared_ptr<const XGlobalSpecs::Specs> XGlobalSpecs::Fetch(const XServerAcce
 }
 
 // What could not be fetched or wrapped stays missing until a notification comes.
-void XGlobalSpecs::TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, const XClockPtr& clock,
-                           Specs& fresh) const
+void XGlobalSpecs::TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, const XClockPtr& clock, Specs& fresh) const
 {
     const LXErrorLocation at = LXManagerAt("InternalFillGlobalFormatSpecCache");
     LXForEachOf<SpecBatch, ILXGlobalAttributeFormatSpec>(
@@ -80,8 +78,8 @@ void XGlobalSpecs::TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, const 
         });
 }
 
-// The ids that can be had without asking the server decide: of a removed spec it may know nothing any more.
-// When none is the one that was removed, one whose values are unread may be, and the set is read again.
+// The ids that can be had without asking the server decide: of a removed spec it may know nothing any more. When none
+// is the one that was removed, one whose values are unread may be, and the set is read again.
 void XGlobalSpecs::Drop(const XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id)
 {
     const auto isIt = [&](const Spec& other) {

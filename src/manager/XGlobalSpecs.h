@@ -2,9 +2,8 @@
 //
 // The manager's global attribute format specs.
 //
-// Threading  Any thread may call. The set's lock is held for copying and changing the pointers alone; specs
-// are read and
-//            terminated without it.
+// Threading  Any thread may call. The set's lock is held for copying and changing the pointers alone; specs are read
+//            and terminated without it.
 #ifndef XGLOBALSPECS_H
 #define XGLOBALSPECS_H
 
@@ -25,13 +24,13 @@ public:
     /// @param manager  outlives the specs
     explicit XGlobalSpecs(const XLXConfigFactoryCacheManager& manager) noexcept : m_manager(manager) {}
 
-    /// The specs in the server's order, read from the server unless they are there; none when the server says
-    /// that it has none, which is kept. An enumeration that fails on the way is raised once, and leaves what
-    /// came before as the whole.
+    /// The specs in the server's order, read from the server unless they are there; none when the server says that it
+    /// has none, which is kept. An enumeration that fails on the way is raised once, and leaves what came before as
+    /// the whole.
     Specs InternalFillGlobalFormatSpecCache();
 
-    /// Drops a spec that the server has removed: this object, and whichever has that id. What is being read
-    /// from the server at the moment is older.
+    /// Drops a spec that the server has removed: this object, and whichever has that id. What is being read from the
+    /// server at the moment is older.
     void Drop(const XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id);
 
     /// From now on answers of the connection with that clock are kept.

@@ -19,9 +19,8 @@ XLXComVariant AttributeOf(ILX_BaseDataObject& object, const OLECHAR* name)
 {
     XLXComVariant value;
     const XLXComBSTR attribute(name);
-    const HRESULT result = LXAskValue("ILX_BaseDataObject::GetAttribute", value, [&](VARIANT* out) {
-        return object.GetAttribute(attribute.Get(), out);
-    });
+    const HRESULT result = LXAskValue("ILX_BaseDataObject::GetAttribute", value,
+                                      [&](VARIANT* out) { return object.GetAttribute(attribute.Get(), out); });
     XLXError::RaiseIfFailed(result, name, At());
     return value;
 }
@@ -34,8 +33,8 @@ XLXText TextOf(ILX_BaseDataObject& object, const OLECHAR* name)
 Objects ChildrenOf(ILX_BaseDataObject& object, const OLECHAR* childList)
 {
     Objects children;
-    const HRESULT result = XBaseDataObjectUtilities::GetChildrenVector(object, XLXComBSTR(childList).Get(),
-                                                                       children, &LXServerCall);
+    const HRESULT result =
+        XBaseDataObjectUtilities::GetChildrenVector(object, XLXComBSTR(childList).Get(), children, &LXServerCall);
     XLXError::RaiseIfFailed(result, childList, At());
     return children;
 }
@@ -78,8 +77,7 @@ Objects MasterSets(ILX_Query& query)
     if (SUCCEEDED(result))
     {
         LXServerCall("ILX_Query::SetSearchAttribute");
-        result = query.SetSearchAttribute(XLXComBSTR(OLESTR("master")).Get(), 0,
-                                          XLXComVariant::FromI4(1).Get(), 0);
+        result = query.SetSearchAttribute(XLXComBSTR(OLESTR("master")).Get(), 0, XLXComVariant::FromI4(1).Get(), 0);
     }
     if (SUCCEEDED(result))
     {

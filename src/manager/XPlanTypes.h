@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The plan types: types of the plans of the object database, with the types allowed below each. They are
-// objects of the database, found with the query object.
+// The plan types: types of the plans of the object database, with the types allowed below each. They are objects of
+// the database, found with the query object.
 //
 // Threading  Any thread may ask. The query object is used by one thread at a time. What is in use never
 // changes. Errors     A failing query is written to the logbook, and there are no plan types then; the next

@@ -8,8 +8,8 @@ bool XTypeInheritanceInfo::Info::IsKnown(XLXTextView typeName) const
     return m_baseOf.contains(XCFGStringKey(typeName));
 }
 
-// The walk ends at a base that is not in the map. The links have no cycles, but they were read one by one
-// while types may have been linked anew; so it is counted.
+// The walk ends at a base that is not in the map. The links have no cycles, but they were read one by one while types
+// may have been linked anew; so it is counted.
 bool XTypeInheritanceInfo::Info::DerivesFrom(XLXTextView typeName, XLXTextView ancestor) const
 {
     const XCFGStringKey wanted(ancestor);
@@ -61,8 +61,7 @@ std::vector<XLXText> XTypeInheritanceInfo::Info::BaseTypes(XLXTextView typeName)
 {
     std::vector<XLXText> names;
     std::set<XCFGStringKey> met{XCFGStringKey(typeName)};
-    for (auto type = m_baseOf.find(XCFGStringKey(typeName)); type != m_baseOf.end();
-         type = m_baseOf.find(type->second))
+    for (auto type = m_baseOf.find(XCFGStringKey(typeName)); type != m_baseOf.end(); type = m_baseOf.find(type->second))
     {
         if (type->second.IsNull() || !met.insert(type->second).second)
         {
@@ -74,8 +73,7 @@ std::vector<XLXText> XTypeInheritanceInfo::Info::BaseTypes(XLXTextView typeName)
 }
 
 // A base that is named but not in the map is entered too.
-void XTypeInheritanceInfo::Info::AddTypeToInheritanceInfo(const XCFGStringKey& type,
-                                                          const XCFGStringKey& base)
+void XTypeInheritanceInfo::Info::AddTypeToInheritanceInfo(const XCFGStringKey& type, const XCFGStringKey& base)
 {
     if (!base.IsNull() && base != type)
     {

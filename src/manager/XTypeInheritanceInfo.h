@@ -2,8 +2,7 @@
 //
 // Which type derives from which, taken from the types in the type map and their links.
 //
-// Threading  Any thread may ask. The information is made anew, with no lock held, when the types changed
-// since it was
+// Threading  Any thread may ask. The information is made anew, with no lock held, when the types changed since it was
 //            made. What is in use never changes.
 #ifndef XTYPEINHERITANCEINFO_H
 #define XTYPEINHERITANCEINFO_H
@@ -33,7 +32,7 @@ public:
         friend class XTypeInheritanceInfo;
         void AddTypeToInheritanceInfo(const XCFGStringKey& type, const XCFGStringKey& base);
 
-        std::map<XCFGStringKey, XCFGStringKey> m_baseOf; ///< every known type; the null key: no base
+        std::map<XCFGStringKey, XCFGStringKey> m_baseOf;            ///< every known type; the null key: no base
         std::map<XCFGStringKey, std::set<XCFGStringKey>> m_derived; ///< by direct base
     };
     using InfoPtr = std::shared_ptr<const Info>;

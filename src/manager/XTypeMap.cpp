@@ -12,8 +12,8 @@ bool XTypeMap::IsFresh() const
     return IsFresh(*known, m_own.Now());
 }
 
-// A null pointer in the index is a negative answer, or one that was forgotten: that is rare, and looked up in
-// the map.
+// A null pointer in the index is a negative answer, or one that was forgotten: that is rare, and looked up in the
+// map.
 XTypeMap::Answer XTypeMap::Find(XLXTextView name) const
 {
     Answer answer;
@@ -86,8 +86,7 @@ bool XTypeMap::Enter(std::vector<XTypeLoad>& loads, const Note& noted, bool isWh
     }
     for (const XLXText& message : messages)
     {
-        XLXError::WriteErrorToLogBook(E_FAIL, XLXError::SeverityError, message,
-                                      LXManagerAt("CreateTypeCache"));
+        XLXError::WriteErrorToLogBook(E_FAIL, XLXError::SeverityError, message, LXManagerAt("CreateTypeCache"));
     }
     return true;
 }
@@ -108,8 +107,8 @@ std::vector<XTypeMap::Change> XTypeMap::PrepareChanges(std::vector<XTypeLoad>& l
             made->SetName(load.name);
             type = made;
         }
-        if (!type->TakeTypeRecord(std::move(load.server), std::move(load.values), std::move(load.components),
-                                  load.mode, noted.moment, retired))
+        if (!type->TakeTypeRecord(std::move(load.server), std::move(load.values), std::move(load.components), load.mode,
+                                  noted.moment, retired))
         {
             continue; // the map has a later record
         }
@@ -164,9 +163,8 @@ void XTypeMap::ForgetNegative(Known& known, std::size_t most)
     }
 }
 
-// From the top of each chain downwards: what stands above a type's new base has its new bases by then, so
-// that a link which is yet to be replaced cannot seem to close a circle. Errors in single links do not stop
-// the others.
+// From the top of each chain downwards: what stands above a type's new base has its new bases by then, so that a link
+// which is yet to be replaced cannot seem to close a circle. Errors in single links do not stop the others.
 void XTypeMap::LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages)
 {
     for (auto& [key, entry] : map)
@@ -212,8 +210,7 @@ XTypeMap::Entry* XTypeMap::BaseOf(Map& map, const Entry& entry, std::vector<XLXT
     {
         return &found->second;
     }
-    messages.push_back(XLXFormat() << "base type referenced by name not found in type cache: "
-                                   << entry.baseName);
+    messages.push_back(XLXFormat() << "base type referenced by name not found in type cache: " << entry.baseName);
     return nullptr;
 }
 

@@ -58,9 +58,9 @@ public:
     };
     Note TakeNote(const XClockPtr& clock) const;
 
-    /// Enters types: a type that the map has already is refreshed in place, all others are added; then every
-    /// type is linked to its base. Objects are made and refreshed without the map's lock, and server objects
-    /// are released with no lock held.
+    /// Enters types: a type that the map has already is refreshed in place, all others are added; then every type is
+    /// linked to its base. Objects are made and refreshed without the map's lock, and server objects are released
+    /// with no lock held.
     /// @param isWhole  these are all types of the server: the map is fresh then, and forgets negative answers
     /// @return false: the connection of the note is over, and nothing was entered
     bool Enter(std::vector<XTypeLoad>& loads, const Note& noted, bool isWhole);
@@ -77,8 +77,7 @@ public:
 
     /// From now on answers of the connection with that clock are entered.
     void Begin(const XClockPtr& clock);
-    /// Terminates every type, empties the map, and enters nothing more, unless the map is of another
-    /// connection.
+    /// Terminates every type, empties the map, and enters nothing more, unless the map is of another connection.
     void TerminateAndClear(const XClockPtr& clock);
 
 private:
@@ -109,8 +108,7 @@ private:
     mutable XCritDataCFC<Known> m_mapType{XLockLevel::TypeMap};
 };
 
-/// The type map to answer from: the manager's, or one made for an answer that arrived after its connection
-/// was over.
+/// The type map to answer from: the manager's, or one made for an answer that arrived after its connection was over.
 using XTypeMapPtr = std::shared_ptr<const XTypeMap>;
 
 #endif

@@ -10,8 +10,8 @@ XLXConfigFactoryCacheManager::XLXConfigFactoryCacheManager()
     XModuleCount::Lock();
 }
 
-// Whoever releases the last reference has no notification coming: the server's reference is gone too. The
-// server is not called any more.
+// Whoever releases the last reference has no notification coming: the server's reference is gone too. The server is
+// not called any more.
 XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager()
 {
     m_selfLink.Clear();
@@ -92,8 +92,8 @@ std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Connection() const no
 XServerAccess XLXConfigFactoryCacheManager::TryAccess() const noexcept
 {
     const std::lock_guard<XLeafMutex> lock(m_mutex);
-    return m_connection ? XServerAccess{m_connection->configFactory, m_connection->configFactoryEx,
-                                        m_connection->query, m_connection->clock}
+    return m_connection ? XServerAccess{m_connection->configFactory, m_connection->configFactoryEx, m_connection->query,
+                                        m_connection->clock}
                         : XServerAccess{};
 }
 
@@ -138,8 +138,7 @@ HRESULT XLXConfigFactoryCacheManager::SetCFCDataTransferMode(LONG lDataTransferM
 HRESULT XLXConfigFactoryCacheManager::GetCFCDataTransferMode(LONG* plDataTransferMode)
 {
     return XLXError::Guarded(LXManagerAt("GetCFCDataTransferMode"), [&]() -> HRESULT {
-        XLXError::CheckPointer(plDataTransferMode, OLESTR("plDataTransferMode"),
-                               LXManagerAt("GetCFCDataTransferMode"));
+        XLXError::CheckPointer(plDataTransferMode, OLESTR("plDataTransferMode"), LXManagerAt("GetCFCDataTransferMode"));
         *plDataTransferMode = m_transferMode->Get();
         return S_OK;
     });
@@ -182,8 +181,8 @@ HRESULT XLXConfigFactoryCacheManager::GetVersion(BSTR* pbstrVersion)
     return XLXError::Guarded(LXManagerAt("GetVersion"), [&] {
         LXEmptyOut(pbstrVersion);
         const auto factory = ConfigFactory("GetVersion");
-        return LXPassOn("ILXConfigFactory::GetVersion", pbstrVersion, LXNoResult::Empty,
-                        LXManagerAt("GetVersion"), [&](BSTR* out) { return factory->GetVersion(out); });
+        return LXPassOn("ILXConfigFactory::GetVersion", pbstrVersion, LXNoResult::Empty, LXManagerAt("GetVersion"),
+                        [&](BSTR* out) { return factory->GetVersion(out); });
     });
 }
 
@@ -193,8 +192,7 @@ HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalA
         LXEmptyOut(ppSpec);
         const auto factory = ConfigFactory("CreateGlobalAttributeFormatSpec");
         return LXPassOn("ILXConfigFactory::CreateGlobalAttributeFormatSpec", ppSpec, LXNoResult::PointerError,
-                        LXManagerAt("CreateGlobalAttributeFormatSpec"),
-                        [&](ILXGlobalAttributeFormatSpec** out) {
+                        LXManagerAt("CreateGlobalAttributeFormatSpec"), [&](ILXGlobalAttributeFormatSpec** out) {
                             return factory->CreateGlobalAttributeFormatSpec(out);
                         });
     });

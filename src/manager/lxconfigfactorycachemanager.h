@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// XLXConfigFactoryCacheManager: the one creatable object of the component. One class with six faces; its
-// state sits in small classes of its own, its definitions in one file per concern.
+// XLXConfigFactoryCacheManager: the one creatable object of the component. One class with six faces; its state sits
+// in small classes of its own, its definitions in one file per concern.
 //
-// Ownership  Between initialisation and Terminate the manager has a connection, which holds the server's
-// interfaces and
-//            the manager's own callback face; without Terminate the server's reference to the callback keeps
-//            it alive.
-// Threading  Any thread may call. What is needed of the connection is copied out under a leaf mutex, and
-// called with no
-//            lock held; notifications wait for no fill and no initialisation.
+// Ownership  Between initialisation and Terminate the manager has a connection, which holds the server's interfaces
+//            and the manager's own callback face; without Terminate the server's reference to the callback keeps it
+//            alive.
+// Threading  Any thread may call. What is needed of the connection is copied out under a leaf mutex, and called with
+//            no lock held; notifications wait for no fill and no initialisation.
 #ifndef LXCONFIGFACTORYCACHEMANAGER_H
 #define LXCONFIGFACTORYCACHEMANAGER_H
 
@@ -52,10 +50,7 @@ public:
     HRESULT STDMETHODCALLTYPE NotifyHostObjectLong(IUnknown*, LONG) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE GetEntryFlags(LONG* plFlagA, LONG* plFlagB) override;
     HRESULT STDMETHODCALLTYPE SetEntryLong(LONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetEntryObject(IUnknown** ppUnknown) override
-    {
-        return LXNotOffered(ppUnknown);
-    }
+    HRESULT STDMETHODCALLTYPE GetEntryObject(IUnknown** ppUnknown) override { return LXNotOffered(ppUnknown); }
     HRESULT STDMETHODCALLTYPE GetEntryObjectByLong(LONG, IUnknown** ppUnknown) override
     {
         return LXNotOffered(ppUnknown);
@@ -91,17 +86,15 @@ public:
     HRESULT STDMETHODCALLTYPE IsPlantype(ILX_BaseDataObject* pObject) override;
     HRESULT STDMETHODCALLTYPE CheckTypeDerivesFrom(BSTR bstrTypename, LONG lAmountTypes, BSTR* bstrTypenames,
                                                    LONG* pBoolArray) override;
-    HRESULT STDMETHODCALLTYPE GetAllDerivedTypes(BSTR bstrTypename, LONG* lCount,
-                                                 BSTR** bstrTypenamesDerived) override;
+    HRESULT STDMETHODCALLTYPE GetAllDerivedTypes(BSTR bstrTypename, LONG* lCount, BSTR** bstrTypenamesDerived) override;
     HRESULT STDMETHODCALLTYPE GetDerivedTypesForQuery(BSTR bstrTypename, LONG* lCount,
                                                       BSTR** bstrTypenamesDerived) override;
 
     // Relations
     HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName,
                                                  ILXParentChildEnum** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE GetCachedPCEnum(ILX_BaseDataObject* pObjectParent,
-                                              ILX_BaseDataObject* pObjectChild, BSTR bstrConfigName,
-                                              BSTR bstrBrowserId, LONG newOnly,
+    HRESULT STDMETHODCALLTYPE GetCachedPCEnum(ILX_BaseDataObject* pObjectParent, ILX_BaseDataObject* pObjectChild,
+                                              BSTR bstrConfigName, BSTR bstrBrowserId, LONG newOnly,
                                               ILXParentChildEnum** ppPCEnum) override;
     HRESULT STDMETHODCALLTYPE GetPCEnum(ILX_BaseDataObject* pObject, BSTR bstrTypename, BSTR bstrConfigName,
                                         BSTR bstrBrowserId, LONG bWithPlantypes,
@@ -111,25 +104,20 @@ public:
     HRESULT STDMETHODCALLTYPE GetPPRRelationsEnumByDO(ILX_BaseDataObject* pObjectParent, BSTR bstrConfigName,
                                                       ILXParentChildEnum** ppPCEnum) override;
     HRESULT STDMETHODCALLTYPE GetPossiblePPRRelations(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
-                                                      BSTR bstrConfigName,
-                                                      ILXParentChildEnum** ppPCEnum) override;
+                                                      BSTR bstrConfigName, ILXParentChildEnum** ppPCEnum) override;
     HRESULT STDMETHODCALLTYPE GetPossiblePPRRelationsByDO(ILX_BaseDataObject* pObjectParent,
-                                                          ILX_BaseDataObject* pObjectChild,
-                                                          BSTR bstrConfigName,
+                                                          ILX_BaseDataObject* pObjectChild, BSTR bstrConfigName,
                                                           ILXParentChildEnum** ppPCEnum) override;
-    HRESULT STDMETHODCALLTYPE PPRRelationExists(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
-                                                BSTR bstrConfigName, LONG bInternal) override;
-    HRESULT STDMETHODCALLTYPE PPRRelationExistsByDO(ILX_BaseDataObject* pObjectParent,
-                                                    ILX_BaseDataObject* pObjectChild, BSTR bstrConfigName,
-                                                    LONG bInternal) override;
-    HRESULT STDMETHODCALLTYPE GetPCRelation(BSTR bstrTypenameParent, BSTR bstrConfigName,
-                                            BSTR bstrChildListName, ILXParentChild** pLXParentChild) override;
-    HRESULT STDMETHODCALLTYPE GetSinglePCRelation(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
-                                                  BSTR bstrConfigName, BSTR bstrChildListName,
-                                                  ILXParentChild** pLXParentChild) override;
-    HRESULT STDMETHODCALLTYPE
-    GetThisBrowserParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName, BSTR bstrBrowserId,
-                                  ILXParentChildEnum** ppILXParentChildEnum) override;
+    HRESULT STDMETHODCALLTYPE PPRRelationExists(BSTR bstrTypenameParent, BSTR bstrTypenameChild, BSTR bstrConfigName,
+                                                LONG bInternal) override;
+    HRESULT STDMETHODCALLTYPE PPRRelationExistsByDO(ILX_BaseDataObject* pObjectParent, ILX_BaseDataObject* pObjectChild,
+                                                    BSTR bstrConfigName, LONG bInternal) override;
+    HRESULT STDMETHODCALLTYPE GetPCRelation(BSTR bstrTypenameParent, BSTR bstrConfigName, BSTR bstrChildListName,
+                                            ILXParentChild** pLXParentChild) override;
+    HRESULT STDMETHODCALLTYPE GetSinglePCRelation(BSTR bstrTypenameParent, BSTR bstrTypenameChild, BSTR bstrConfigName,
+                                                  BSTR bstrChildListName, ILXParentChild** pLXParentChild) override;
+    HRESULT STDMETHODCALLTYPE GetThisBrowserParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName, BSTR bstrBrowserId,
+                                                            ILXParentChildEnum** ppILXParentChildEnum) override;
     HRESULT STDMETHODCALLTYPE GetSinglePCRelationByDO(ILX_BaseDataObject* pObjectParent,
                                                       ILX_BaseDataObject* pObjectRelationship,
                                                       ILXParentChild** pLXParentChild) override;
@@ -143,8 +131,7 @@ public:
 
     // Registries
     HRESULT STDMETHODCALLTYPE GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE
-    GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE
     RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec) override;
     HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpecByID(BSTR bstrAttributeProperyID) override;
@@ -168,16 +155,12 @@ public:
     }
     HRESULT STDMETHODCALLTYPE RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
-    }
+    HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
     HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY** psaValues) override
     {
         return LXNotOffered(psaValues);
     }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG,
-                                                          SAFEARRAY** psaValues) override
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY** psaValues) override
     {
         return LXNotOffered(psaValues);
     }
@@ -191,10 +174,7 @@ public:
     /// The same; empty when there is no connection.
     XServerAccess TryAccess() const noexcept;
     /// The server's config factory; raises E_POINTER when there is none.
-    XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const
-    {
-        return Access(method).configFactory;
-    }
+    XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const { return Access(method).configFactory; }
     XTypeMap& Types() noexcept { return m_types; }
     XTransferModeSupplier& TransferMode() noexcept { return *m_transferMode; }
     /// Enters types of the server. Returns the map to answer from.
@@ -215,10 +195,7 @@ public:
     /// The single entry for one type by name.
     HRESULT InternalLoadType(XLXTextView name, ILXType** ppType);
     /// Whether AttachHostObjects was never called in this process.
-    static bool NoHostObjectsAttached() noexcept
-    {
-        return !s_hostObjectsAttached.load(std::memory_order_relaxed);
-    }
+    static bool NoHostObjectsAttached() noexcept { return !s_hostObjectsAttached.load(std::memory_order_relaxed); }
 
 private:
     void* FindFace(REFIID iid) noexcept;
@@ -234,8 +211,7 @@ private:
     void LogOtherServer(const XConnection& current, const InitArguments& arguments) const;
     class Registration;
     void RegisterCallback(XConnection& connection, ILXDataUpdate* update, bool separateCallback);
-    XLXComPtr<ILXCallbackUpdate> ChooseCallback(bool separate,
-                                                XLXComPtr<IXCfgCacheCallback>& separateCallback);
+    XLXComPtr<ILXCallbackUpdate> ChooseCallback(bool separate, XLXComPtr<IXCfgCacheCallback>& separateCallback);
     void Unregister(XConnection& connection) noexcept;
     void CreateRelationManager(XConnection& connection);
     std::shared_ptr<XConnection> Connection() const noexcept;

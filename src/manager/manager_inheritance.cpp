@@ -7,8 +7,7 @@
 XTypeInheritanceInfo::InfoPtr XLXConfigFactoryCacheManager::Inheritance(const char* method)
 {
     XTypeMapPtr types;
-    XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"),
-                            LXManagerAt(method));
+    XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"), LXManagerAt(method));
     return types.get() == &m_types ? m_inheritance.Current() : XTypeInheritanceInfo::Of(types->Types());
 }
 
@@ -17,8 +16,8 @@ std::vector<XLXText> XLXConfigFactoryCacheManager::BaseTypeNames(XLXTextView typ
     return Inheritance("BaseTypeNames")->BaseTypes(typeName);
 }
 
-HRESULT XLXConfigFactoryCacheManager::CheckTypeDerivesFrom(BSTR bstrTypename, LONG lAmountTypes,
-                                                           BSTR* bstrTypenames, LONG* pBoolArray)
+HRESULT XLXConfigFactoryCacheManager::CheckTypeDerivesFrom(BSTR bstrTypename, LONG lAmountTypes, BSTR* bstrTypenames,
+                                                           LONG* pBoolArray)
 {
     const LXErrorLocation at = LXManagerAt("CheckTypeDerivesFrom");
     return XLXError::Guarded(at, [&]() -> HRESULT {
@@ -47,8 +46,7 @@ HRESULT XLXConfigFactoryCacheManager::CheckTypeDerivesFrom(BSTR bstrTypename, LO
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetAllDerivedTypes(BSTR bstrTypename, LONG* lCount,
-                                                         BSTR** bstrTypenamesDerived)
+HRESULT XLXConfigFactoryCacheManager::GetAllDerivedTypes(BSTR bstrTypename, LONG* lCount, BSTR** bstrTypenamesDerived)
 {
     return ListDerivedTypes("GetAllDerivedTypes", bstrTypename, false, lCount, bstrTypenamesDerived);
 }
@@ -59,8 +57,8 @@ HRESULT XLXConfigFactoryCacheManager::GetDerivedTypesForQuery(BSTR bstrTypename,
     return ListDerivedTypes("GetDerivedTypesForQuery", bstrTypename, true, lCount, bstrTypenamesDerived);
 }
 
-HRESULT XLXConfigFactoryCacheManager::ListDerivedTypes(const char* method, BSTR typeName, bool withItself,
-                                                       LONG* count, BSTR** names)
+HRESULT XLXConfigFactoryCacheManager::ListDerivedTypes(const char* method, BSTR typeName, bool withItself, LONG* count,
+                                                       BSTR** names)
 {
     return XLXError::Guarded(LXManagerAt(method), [&]() -> HRESULT {
         LXEmptyOut(names);

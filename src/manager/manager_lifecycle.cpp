@@ -7,12 +7,12 @@
 
 namespace
 {
-constexpr const OLECHAR* ModeConflictText = OLESTR(
-    "initializing the CFC has already be called from serverside and cannot be used in a client application");
+constexpr const OLECHAR* ModeConflictText =
+    OLESTR("initializing the CFC has already be called from serverside and cannot be used in a client application");
 constexpr ULONG AdvicesDesired = 0x100;
 
-/// The interface in a variant. A null or empty one is E_POINTER, another value DISP_E_TYPEMISMATCH; a failing
-/// query is returned.
+/// The interface in a variant. A null or empty one is E_POINTER, another value DISP_E_TYPEMISMATCH; a failing query
+/// is returned.
 template <class T>
 HRESULT InterfaceIn(const VARIANT& value, XLXComPtr<T>& result)
 {
@@ -54,8 +54,7 @@ template <class Impl>
 void XLXConfigFactoryCacheManager::CheckMode() const
 {
     constexpr bool serverMode = std::is_same_v<Impl, XLXCFCMngImplServer>;
-    if (const XLXCFCMngImpl* const impl = m_pImpl.load();
-        impl != nullptr && impl->IsServerMode() != serverMode)
+    if (const XLXCFCMngImpl* const impl = m_pImpl.load(); impl != nullptr && impl->IsServerMode() != serverMode)
     {
         XLXError::Raise(E_FAIL, ModeConflictText, LXManagerAt("Initialize"));
     }
@@ -91,11 +90,8 @@ struct XLXConfigFactoryCacheManager::InitArguments
     void Read(ULONG count, const VARIANT* values);
 
 private:
-    static XLXComVariant At(const VARIANT* values, ULONG index)
-    {
-        return XLXComVariant::CopyOf(values[index]);
-    }
-    static bool FlagAt(const VARIANT* values, ULONG index, XLXTextView failureText)
+    static XLXComVariant At(const VARIANT* values, ULONG index) { return XLXComVariant::CopyOf(values[index]); }
+    static bool FlagAt(const VARIANT* values, ULONG index, const OLECHAR* failureText)
     {
         const auto flag = At(values, index).AsBool();
         XLXError::RaiseIfFailed(flag ? S_OK : DISP_E_TYPEMISMATCH, failureText, LXManagerAt("Initialize"));
@@ -115,8 +111,7 @@ void XLXConfigFactoryCacheManager::InitArguments::Read(ULONG count, const VARIAN
                                 OLESTR("value 1 must be an object with ILX_Query, or empty"), at);
     }
     noNotifications = FlagAt(values, 3, OLESTR("value 3 must be a boolean: no notifications"));
-    separateCallback =
-        count > 4 && FlagAt(values, 4, OLESTR("value 4 must be a boolean: a separate callback object"));
+    separateCallback = count > 4 && FlagAt(values, 4, OLESTR("value 4 must be a boolean: a separate callback object"));
     if (count > 5)
     {
         transferMode = At(values, 5).AsLong();
@@ -125,9 +120,8 @@ void XLXConfigFactoryCacheManager::InitArguments::Read(ULONG count, const VARIAN
     }
     if (!noNotifications)
     {
-        XLXError::RaiseIfFailed(
-            InterfaceIn(At(values, 2).Get(), update),
-            OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true"), at);
+        XLXError::RaiseIfFailed(InterfaceIn(At(values, 2).Get(), update),
+                                OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true"), at);
     }
 }
 
@@ -180,8 +174,8 @@ HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values)
     });
 }
 
-/// Takes the callback's registration back unless the initialisation succeeds: nobody calls Terminate on a
-/// manager that did not initialise, and the server's reference to the callback keeps the manager alive.
+/// Takes the callback's registration back unless the initialisation succeeds: nobody calls Terminate on a manager
+/// that did not initialise, and the server's reference to the callback keeps the manager alive.
 class XLXConfigFactoryCacheManager::Registration
 {
 public:
@@ -205,8 +199,7 @@ private:
     bool m_kept = false;
 };
 
-// A second initialisation changes nothing. While another one is on its way nobody can say yet whose server it
-// is.
+// A second initialisation changes nothing. While another one is on its way nobody can say yet whose server it is.
 HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments)
 {
     const LXErrorLocation at = LXManagerAt("Init");
@@ -226,8 +219,7 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments)
     Registration registration(*this, *connection);
     if (!arguments.noNotifications)
     {
-        RegisterCallback(*connection, arguments.update.Get(),
-                         arguments.clientMode && arguments.separateCallback);
+        RegisterCallback(*connection, arguments.update.Get(), arguments.clientMode && arguments.separateCallback);
     }
     XTypeMapPtr types;
     const HRESULT filled = LXRaisedAt(at, [&] { return InternalFillTypeMap(types); });
@@ -251,8 +243,7 @@ std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Begin(const InitArgum
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         m_connection = connection; // null before, so nothing is released here
     }
-    XLXError::CheckPointer(connection->configFactoryEx.Get(), OLESTR("m_pConfigFactoryEx"),
-                           LXManagerAt("Init"));
+    XLXError::CheckPointer(connection->configFactoryEx.Get(), OLESTR("m_pConfigFactoryEx"), LXManagerAt("Init"));
     m_bNoNotifications.store(arguments.noNotifications);
     if (arguments.transferMode)
     {
@@ -265,8 +256,7 @@ std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Begin(const InitArgum
     return connection;
 }
 
-void XLXConfigFactoryCacheManager::LogOtherServer(const XConnection& current,
-                                                  const InitArguments& arguments) const
+void XLXConfigFactoryCacheManager::LogOtherServer(const XConnection& current, const InitArguments& arguments) const
 {
     XLXComPtr<ILXConfigFactory> first;
     {
@@ -275,10 +265,9 @@ void XLXConfigFactoryCacheManager::LogOtherServer(const XConnection& current,
     }
     if (arguments.factory && !(first.As<IUnknown>() == arguments.factory.As<IUnknown>()))
     {
-        XLXError::WriteErrorToLogBook(
-            S_FALSE, XLXError::SeverityError,
-            OLESTR("the cache is initialised already, with another server, and stays so"),
-            LXManagerAt("Init"));
+        XLXError::WriteErrorToLogBook(S_FALSE, XLXError::SeverityError,
+                                      OLESTR("the cache is initialised already, with another server, and stays so"),
+                                      LXManagerAt("Init"));
     }
 }
 
@@ -300,8 +289,8 @@ XLXConfigFactoryCacheManager::ChooseCallback(bool separate, XLXComPtr<IXCfgCache
         return own;
     }
     const LXErrorLocation at = LXManagerAt("Init");
-    HRESULT result = CoCreateInstance(CLSID_XCfgCacheCallback, nullptr, CLSCTX_ALL,
-                                      LXIid<IXCfgCacheCallback>(), separateCallback.PutVoid());
+    HRESULT result = CoCreateInstance(CLSID_XCfgCacheCallback, nullptr, CLSCTX_ALL, LXIid<IXCfgCacheCallback>(),
+                                      separateCallback.PutVoid());
     XLXError::RaiseIfFailed(result, OLESTR("CoCreateInstance(XCfgCacheCallback)"), at);
     result = separateCallback->Initialize(own);
     XLXError::RaiseIfFailed(result, OLESTR("XCfgCacheCallback::Initialize"), at);
@@ -321,8 +310,7 @@ void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILX
 
     LONG clientId = 0;
     LXServerCall("ILXDataUpdate::RegisterCallback");
-    HRESULT result =
-        update->RegisterCallback(computer.Get(), GetCurrentProcessId(), callback.Get(), &clientId);
+    HRESULT result = update->RegisterCallback(computer.Get(), GetCurrentProcessId(), callback.Get(), &clientId);
     XLXError::RaiseIfFailed(result, OLESTR("RegisterCallback()"), at);
     bool isOver = false;
     {
@@ -414,13 +402,13 @@ void XLXConfigFactoryCacheManager::EmptyCaches(const XClockPtr& clock) noexcept
                          [&] { m_types.TerminateAndClear(clock); });
     XLXError::LogFailure(OLESTR("clearing the type inheritance information failed"), at,
                          [&] { m_inheritance.Clear(); });
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_setGlobalAttributeFormatSpecCache failed"),
-                         at, [&] { m_globalSpecs.TerminateAndClear(clock); });
+    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_setGlobalAttributeFormatSpecCache failed"), at,
+                         [&] { m_globalSpecs.TerminateAndClear(clock); });
     XLXError::LogFailure(OLESTR("clearing the plan types failed"), at, [&] { m_planTypes.End(clock); });
 }
 
-// The connection ends first: what arrives from then on is entered nowhere. A server may end the cache from
-// inside a call: that does not wait for who initialises meanwhile.
+// The connection ends first: what arrives from then on is entered nowhere. A server may end the cache from inside a
+// call: that does not wait for who initialises meanwhile.
 HRESULT XLXConfigFactoryCacheManager::Terminate()
 {
     return XLXError::Guarded(LXManagerAt("Terminate"), [&]() -> HRESULT {

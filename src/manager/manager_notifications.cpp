@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the manager does with a change notification: it advances the numbers of the connection's clock that
-// the notification concerns. Nothing that is cached is touched, and nobody is waited for; the next read asks
-// the server.
+// What the manager does with a change notification: it advances the numbers of the connection's clock that the
+// notification concerns. Nothing that is cached is touched, and nobody is waited for; the next read asks the server.
 #include "lxconfigfactorycachemanager.h"
 
 namespace
@@ -27,9 +26,9 @@ void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind, XLXTextView currentKi
 }
 } // namespace
 
-HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp,
-                                                        ULONG ulNotificationType, ULONG ulNotificationId,
-                                                        ULONG ulCount, tagLXUpdateInfo* pLXUpdateInfo)
+HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
+                                                        ULONG ulNotificationId, ULONG ulCount,
+                                                        tagLXUpdateInfo* pLXUpdateInfo)
 {
     return XLXError::Guarded(LXManagerAt("DataObjectChanged"), [&]() -> HRESULT {
         if (m_lServerTerminated.load())
@@ -39,8 +38,8 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
         if (LXBstrView(bstrDataTyp) != SpecificDataType)
         {
             HRESULT forwarded = S_OK;
-            ForwardToServer(bstrDataID, bstrDataTyp, ulNotificationType, ulNotificationId, ulCount,
-                            pLXUpdateInfo, forwarded);
+            ForwardToServer(bstrDataID, bstrDataTyp, ulNotificationType, ulNotificationId, ulCount, pLXUpdateInfo,
+                            forwarded);
             if (FAILED(forwarded))
             {
                 return forwarded;
@@ -75,21 +74,20 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
 }
 
 // A config factory that is itself a cache receives the notification, marked as forwarded.
-void XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id,
-                                                   ULONG count, tagLXUpdateInfo* info, HRESULT& result)
+void XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count,
+                                                   tagLXUpdateInfo* info, HRESULT& result)
 {
     const auto callback = ConfigFactory("DataObjectChanged").As<ILXCallbackUpdate>();
     if (callback)
     {
-        const XLXComBSTR forwardedId(
-            XLXText(XLXFormat() << XLXTextView(ForwardPrefix) << LXBstrView(dataId)));
+        const XLXComBSTR forwardedId(XLXText(XLXFormat() << XLXTextView(ForwardPrefix) << LXBstrView(dataId)));
         LXServerCall("ILXCallbackUpdate::DataObjectChanged");
         result = callback->DataObjectChanged(forwardedId.Get(), dataType, type, id, count, info);
     }
 }
 
-// In the connection that the notification came to: a late one records nothing in the next. False: nobody
-// answers for relations, so the notification does not count as handled.
+// In the connection that the notification came to: a late one records nothing in the next. False: nobody answers for
+// relations, so the notification does not count as handled.
 bool XLXConfigFactoryCacheManager::RecordHandled(XConnection& connection, ULONG notificationId) const noexcept
 {
     const std::lock_guard<XLeafMutex> lock(m_mutex);

@@ -40,8 +40,7 @@ HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfoEnum(ILXPCInfoEnum** ppEn
     return LXHandOutEnumerator(m_browsers.PCInfos(newRelations), ppEnum);
 }
 
-HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo,
-                                                        bool newRelations)
+HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations)
 {
     LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), LXManagerAt("InternalGetPCInfo"));
     *ppPCInfo = m_browsers.PCInfo(browserId, newRelations).Detach();
@@ -84,8 +83,8 @@ XLXConfigFactoryCacheManager::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttribut
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(
-    ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec)
+HRESULT
+XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec)
 {
     const LXErrorLocation at = LXManagerAt("RemoveGlobalAttributeFormatSpec");
     return XLXError::Guarded(at, [&]() -> HRESULT {
@@ -100,8 +99,8 @@ HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(
                             at);
         }
         XLXComVariant value;
-        XLXError::RaiseIfFailed(spec->ReadProperty(MemberPropertyId, value),
-                                OLESTR("the property id cannot be read"), at);
+        XLXError::RaiseIfFailed(spec->ReadProperty(MemberPropertyId, value), OLESTR("the property id cannot be read"),
+                                at);
         const XLXText id = value.AsText().value_or(XLXText());
         CheckSpecId(id, at);
         const HRESULT result = RemoveOnServer(*factory, id);

@@ -32,8 +32,7 @@ HRESULT XLXConfigFactoryCacheManager::GetParentChildEnum(BSTR bstrTypename, BSTR
                         [&](auto& r) { return r.GetParentChildEnum(bstrTypename, ppEnum); });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetPPRRelationsEnum(BSTR bstrTypenameParent, BSTR,
-                                                          ILXParentChildEnum** ppPCEnum)
+HRESULT XLXConfigFactoryCacheManager::GetPPRRelationsEnum(BSTR bstrTypenameParent, BSTR, ILXParentChildEnum** ppPCEnum)
 {
     return AskRelations("GetPPRRelationsEnum", ppPCEnum,
                         [&](auto& r) { return r.GetPPRRelationsEnum(bstrTypenameParent, ppPCEnum); });
@@ -46,8 +45,8 @@ HRESULT XLXConfigFactoryCacheManager::GetPPRRelationsEnumByDO(ILX_BaseDataObject
                         [&](auto& r) { return r.GetPPRRelationsEnumByDO(pObjectParent, ppPCEnum); });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetPossiblePPRRelations(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
-                                                              BSTR, ILXParentChildEnum** ppPCEnum)
+HRESULT XLXConfigFactoryCacheManager::GetPossiblePPRRelations(BSTR bstrTypenameParent, BSTR bstrTypenameChild, BSTR,
+                                                              ILXParentChildEnum** ppPCEnum)
 {
     return AskRelations("GetPossiblePPRRelations", ppPCEnum, [&](auto& r) {
         return r.GetPossiblePPRRelations(bstrTypenameParent, bstrTypenameChild, ppPCEnum);
@@ -58,9 +57,8 @@ HRESULT XLXConfigFactoryCacheManager::GetPossiblePPRRelationsByDO(ILX_BaseDataOb
                                                                   ILX_BaseDataObject* pObjectChild, BSTR,
                                                                   ILXParentChildEnum** ppPCEnum)
 {
-    return AskRelations("GetPossiblePPRRelationsByDO", ppPCEnum, [&](auto& r) {
-        return r.GetPossiblePPRRelationsByDO(pObjectParent, pObjectChild, ppPCEnum);
-    });
+    return AskRelations("GetPossiblePPRRelationsByDO", ppPCEnum,
+                        [&](auto& r) { return r.GetPossiblePPRRelationsByDO(pObjectParent, pObjectChild, ppPCEnum); });
 }
 
 HRESULT XLXConfigFactoryCacheManager::PPRRelationExists(BSTR bstrTypenameParent, BSTR bstrTypenameChild, BSTR,
@@ -72,12 +70,10 @@ HRESULT XLXConfigFactoryCacheManager::PPRRelationExists(BSTR bstrTypenameParent,
 }
 
 HRESULT XLXConfigFactoryCacheManager::PPRRelationExistsByDO(ILX_BaseDataObject* pObjectParent,
-                                                            ILX_BaseDataObject* pObjectChild, BSTR,
-                                                            LONG bInternal)
+                                                            ILX_BaseDataObject* pObjectChild, BSTR, LONG bInternal)
 {
-    return AskRelations("PPRRelationExistsByDO", [&](auto& r) {
-        return r.PPRRelationExistsByDO(pObjectParent, pObjectChild, bInternal != 0);
-    });
+    return AskRelations("PPRRelationExistsByDO",
+                        [&](auto& r) { return r.PPRRelationExistsByDO(pObjectParent, pObjectChild, bInternal != 0); });
 }
 
 HRESULT XLXConfigFactoryCacheManager::GetPCRelation(BSTR bstrTypenameParent, BSTR, BSTR bstrChildListName,
@@ -88,18 +84,15 @@ HRESULT XLXConfigFactoryCacheManager::GetPCRelation(BSTR bstrTypenameParent, BST
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetSinglePCRelation(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
-                                                          BSTR, BSTR bstrChildListName,
-                                                          ILXParentChild** pLXParentChild)
+HRESULT XLXConfigFactoryCacheManager::GetSinglePCRelation(BSTR bstrTypenameParent, BSTR bstrTypenameChild, BSTR,
+                                                          BSTR bstrChildListName, ILXParentChild** pLXParentChild)
 {
     return AskRelations("GetSinglePCRelation", pLXParentChild, [&](auto& r) {
-        return r.GetSinglePCRelation(bstrTypenameParent, bstrTypenameChild, bstrChildListName,
-                                     pLXParentChild);
+        return r.GetSinglePCRelation(bstrTypenameParent, bstrTypenameChild, bstrChildListName, pLXParentChild);
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetThisBrowserParentChildEnum(BSTR bstrTypename, BSTR,
-                                                                    BSTR bstrBrowserId,
+HRESULT XLXConfigFactoryCacheManager::GetThisBrowserParentChildEnum(BSTR bstrTypename, BSTR, BSTR bstrBrowserId,
                                                                     ILXParentChildEnum** ppILXParentChildEnum)
 {
     return AskRelations("GetThisBrowserParentChildEnum", ppILXParentChildEnum, [&](auto& r) {
@@ -117,9 +110,8 @@ HRESULT XLXConfigFactoryCacheManager::GetSinglePCRelationByDO(ILX_BaseDataObject
 }
 
 HRESULT XLXConfigFactoryCacheManager::GetCachedPCEnum(ILX_BaseDataObject* pObjectParent,
-                                                      ILX_BaseDataObject* pObjectChild, BSTR,
-                                                      BSTR bstrBrowserId, LONG newOnly,
-                                                      ILXParentChildEnum** ppPCEnum)
+                                                      ILX_BaseDataObject* pObjectChild, BSTR, BSTR bstrBrowserId,
+                                                      LONG newOnly, ILXParentChildEnum** ppPCEnum)
 {
     return AskRelations("GetCachedPCEnum", ppPCEnum, [&](auto& r) {
         return r.GetCachedPCEnum(pObjectParent, pObjectChild, bstrBrowserId, newOnly != 0, ppPCEnum);
@@ -127,36 +119,32 @@ HRESULT XLXConfigFactoryCacheManager::GetCachedPCEnum(ILX_BaseDataObject* pObjec
 }
 
 HRESULT XLXConfigFactoryCacheManager::GetPCEnum(ILX_BaseDataObject* pObject, BSTR bstrTypename, BSTR,
-                                                BSTR bstrBrowserId, LONG bWithPlantypes,
-                                                ILXParentChildEnum** ppPCEnum)
+                                                BSTR bstrBrowserId, LONG bWithPlantypes, ILXParentChildEnum** ppPCEnum)
 {
     return AskRelations("GetPCEnum", ppPCEnum, [&](auto& r) {
         return r.GetPCEnum(pObject, bstrTypename, bstrBrowserId, bWithPlantypes != 0, ppPCEnum);
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetPCEnum2(ILX_BaseDataObject* pObject, BSTR bstrTypename,
-                                                 BSTR bstrBrowserId, LONG lngFilter,
-                                                 ILXParentChildEnum** ppPCEnum)
+HRESULT XLXConfigFactoryCacheManager::GetPCEnum2(ILX_BaseDataObject* pObject, BSTR bstrTypename, BSTR bstrBrowserId,
+                                                 LONG lngFilter, ILXParentChildEnum** ppPCEnum)
 {
     return AskRelations("GetPCEnum2", ppPCEnum, [&](auto& r) {
         return r.GetPCEnum2(pObject, bstrTypename, bstrBrowserId, lngFilter, ppPCEnum);
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetPossiblePPRRelations2(BSTR bstrTypenameParent,
-                                                               BSTR bstrTypenameChild, BSTR bstrBrowserId,
-                                                               LONG lngFilter, ILXParentChildEnum** ppPCEnum)
+HRESULT XLXConfigFactoryCacheManager::GetPossiblePPRRelations2(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
+                                                               BSTR bstrBrowserId, LONG lngFilter,
+                                                               ILXParentChildEnum** ppPCEnum)
 {
     return AskRelations("GetPossiblePPRRelations2", ppPCEnum, [&](auto& r) {
-        return r.GetPossiblePPRRelations2(bstrTypenameParent, bstrTypenameChild, bstrBrowserId, lngFilter,
-                                          ppPCEnum);
+        return r.GetPossiblePPRRelations2(bstrTypenameParent, bstrTypenameChild, bstrBrowserId, lngFilter, ppPCEnum);
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetPCEnumAll(ILX_BaseDataObject* pObject, BSTR bstrTypename,
-                                                   BSTR bstrBrowserId, LONG lngFilter,
-                                                   ILXParentChildEnum** ppPCEnum)
+HRESULT XLXConfigFactoryCacheManager::GetPCEnumAll(ILX_BaseDataObject* pObject, BSTR bstrTypename, BSTR bstrBrowserId,
+                                                   LONG lngFilter, ILXParentChildEnum** ppPCEnum)
 {
     return AskRelations("GetPCEnumAll", ppPCEnum, [&](auto& r) {
         return r.GetPCEnumAll(pObject, bstrTypename, bstrBrowserId, lngFilter, ppPCEnum);

@@ -10,9 +10,8 @@ HRESULT XLXConfigFactoryCacheManager::GetCachedType(ILX_BaseDataObject* pObject,
         LXCheckOut(ppType, OLESTR("ppType"), LXManagerAt("GetCachedType"));
         XLXError::CheckPointer(pObject, OLESTR("pObject"), LXManagerAt("GetCachedType"));
         XLXComBSTR name;
-        const HRESULT result =
-            LXAskText("ILX_BaseDataObject::GetTypeName", name, LXManagerAt("GetCachedType"),
-                      [&](BSTR* out) { return pObject->GetTypeName(out); });
+        const HRESULT result = LXAskText("ILX_BaseDataObject::GetTypeName", name, LXManagerAt("GetCachedType"),
+                                         [&](BSTR* out) { return pObject->GetTypeName(out); });
         return FAILED(result) ? result : InternalLoadType(name.View(), ppType);
     });
 }
@@ -69,8 +68,8 @@ HRESULT XLXConfigFactoryCacheManager::InternalFillTypeMap(XTypeMapPtr& types)
 }
 
 // An answer that arrives after its connection is over is given to whoever asked, and entered nowhere.
-XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(std::vector<XTypeLoad>& loads,
-                                                     const XTypeMap::Note& noted, bool isWhole)
+XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(std::vector<XTypeLoad>& loads, const XTypeMap::Note& noted,
+                                                     bool isWhole)
 {
     if (m_types.Enter(loads, noted, isWhole))
     {
@@ -92,14 +91,12 @@ HRESULT XLXConfigFactoryCacheManager::GetSearchableTypeEnum(ILXTypeEnum** ppEnum
     return EnumerateTypes("GetSearchableTypeEnum", true, ppEnum);
 }
 
-HRESULT XLXConfigFactoryCacheManager::EnumerateTypes(const char* method, bool searchableOnly,
-                                                     ILXTypeEnum** ppEnum)
+HRESULT XLXConfigFactoryCacheManager::EnumerateTypes(const char* method, bool searchableOnly, ILXTypeEnum** ppEnum)
 {
     return XLXError::Guarded(LXManagerAt(method), [&] {
         LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt(method));
         XTypeMapPtr types;
-        XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"),
-                                LXManagerAt(method));
+        XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"), LXManagerAt(method));
         std::vector<XLXComPtr<ILXType>> items;
         for (const XTypeMap::Entry& entry : types->Types())
         {
@@ -164,9 +161,9 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(const std::vector<XLXText
     const auto factory = server.Bulk("LoadTypesByNames");
     const XTypeMap::Note noted = m_types.TakeNote(server.clock);
     XLXSafeArray array;
-    const HRESULT result = LXAsk(
-        "ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", array, LXNoResult::Nothing, {}, at,
-        [&](SAFEARRAY** out) { return factory->GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out); });
+    const HRESULT result =
+        LXAsk("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", array, LXNoResult::Nothing, {}, at,
+              [&](SAFEARRAY** out) { return factory->GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out); });
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be loaded by name"), at);
     if (result == S_OK)
     {
@@ -190,9 +187,9 @@ HRESULT XLXConfigFactoryCacheManager::AddType(ILXType** ppType)
         LXCheckOut(ppType, OLESTR("ppType"), LXManagerAt("AddType"));
         const XServerAccess access = Access("AddType");
         XLXComPtr<ILXType> server;
-        const HRESULT result = LXAsk("ILXConfigFactory::AddType", server, LXNoResult::PointerError,
-                                     OLESTR("object of the server"), LXManagerAt("AddType"),
-                                     [&](ILXType** out) { return access.configFactory->AddType(out); });
+        const HRESULT result =
+            LXAsk("ILXConfigFactory::AddType", server, LXNoResult::PointerError, OLESTR("object of the server"),
+                  LXManagerAt("AddType"), [&](ILXType** out) { return access.configFactory->AddType(out); });
         if (FAILED(result))
         {
             return result;

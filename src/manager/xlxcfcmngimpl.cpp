@@ -22,8 +22,7 @@ HRESULT AskProperty(ILXType& server, int member, XLXComVariant& value)
 XLXComVariant PropertyOf(ILXType& server, int member)
 {
     XLXComVariant value;
-    XLXError::RaiseIfFailed(AskProperty(server, member, value),
-                            OLESTR("a property of a server type cannot be read"),
+    XLXError::RaiseIfFailed(AskProperty(server, member, value), OLESTR("a property of a server type cannot be read"),
                             LXManagerAt("FillTypeCacheServerImpl"));
     return value;
 }
@@ -42,10 +41,9 @@ void RaiseIfCircle(const std::vector<XTypeLoad>& chain, const XLXText& next, con
     if (isCircle)
     {
         XLXError::Raise(E_FAIL,
-                        XLXText(XLXFormat()
-                                << "Base typename is equal with the derivative's typename.Check the PTS "
-                                   "and remove self-inheritance type declarations. typename: '"
-                                << next << "'"),
+                        XLXText(XLXFormat() << "Base typename is equal with the derivative's typename.Check the PTS "
+                                               "and remove self-inheritance type declarations. typename: '"
+                                            << next << "'"),
                         at);
     }
 }
@@ -82,22 +80,20 @@ XTypeMapPtr XLXCFCMngImplServer::FillTypeCache()
     const XServerAccess server = m_manager.Access("FillTypeCacheServerImpl");
     const XTypeMap::Note noted = m_manager.Types().TakeNote(server.clock);
     XLXComPtr<ILXTypeEnum> types;
-    HRESULT result =
-        LXAsk("ILXConfigFactory::GetTypeEnum", types, LXNoResult::Nothing, {}, at,
-              [&](ILXTypeEnum** out) { return server.configFactory->GetTypeEnum(nullptr, out); });
+    HRESULT result = LXAsk("ILXConfigFactory::GetTypeEnum", types, LXNoResult::Nothing, {}, at,
+                           [&](ILXTypeEnum** out) { return server.configFactory->GetTypeEnum(nullptr, out); });
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"), at);
     if (result != S_OK)
     {
         return nullptr;
     }
     std::vector<XTypeLoad> loads;
-    result =
-        LXForEachOf<TypeBatch, ILXType>(*types, "ILXTypeEnum::RemNext", at, [&](XLXComPtr<ILXType>&& type) {
-            if (const XLXText name = TextOf(*type, MemberTypeName); !name.empty())
-            {
-                loads.push_back(LoadOf(type, name));
-            }
-        });
+    result = LXForEachOf<TypeBatch, ILXType>(*types, "ILXTypeEnum::RemNext", at, [&](XLXComPtr<ILXType>&& type) {
+        if (const XLXText name = TextOf(*type, MemberTypeName); !name.empty())
+        {
+            loads.push_back(LoadOf(type, name));
+        }
+    });
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"), at);
     return m_manager.EnterTypes(loads, noted, true);
 }
@@ -115,9 +111,8 @@ bool XLXCFCMngImplServer::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& t
     {
         XLXComPtr<ILXType> found;
         const HRESULT result =
-            LXAsk("ILXConfigFactory::GetType", found, LXNoResult::Nothing, {}, at, [&](ILXType** out) {
-                return server.configFactory->GetType(XLXComBSTR(next).Get(), nullptr, out);
-            });
+            LXAsk("ILXConfigFactory::GetType", found, LXNoResult::Nothing, {}, at,
+                  [&](ILXType** out) { return server.configFactory->GetType(XLXComBSTR(next).Get(), nullptr, out); });
         XLXError::RaiseIfFailed(result, OLESTR("the server failed to get the type"), at);
         if (result != S_OK)
         {
@@ -217,10 +212,9 @@ std::vector<XTypeLoad> XLXCFCMngImplClient::LoadTypeByName(ILXConfigFactoryEx& f
     const XLXComBSTR wanted(name);
     XLXSafeArray array;
     const HRESULT result =
-        LXAsk("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", array, LXNoResult::Nothing, {}, at,
-              [&](SAFEARRAY** out) {
-                  return factory.GetTypeArrayByTypeNameEx(wanted.Get(), withBases ? 1 : 0, mode, out);
-              });
+        LXAsk("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", array, LXNoResult::Nothing, {}, at, [&](SAFEARRAY** out) {
+            return factory.GetTypeArrayByTypeNameEx(wanted.Get(), withBases ? 1 : 0, mode, out);
+        });
     XLXError::RaiseIfFailed(result, OLESTR("the type cannot be loaded"), at);
     return result == S_OK ? LXDecodeTypes(std::move(array), mode) : std::vector<XTypeLoad>();
 }

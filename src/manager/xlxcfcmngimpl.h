@@ -34,8 +34,8 @@ protected:
     XLXConfigFactoryCacheManager& m_manager;
 };
 
-/// Inside the server's process: the server's own types are wrapped. Reading, linking and fetching are
-/// serialised by the host.
+/// Inside the server's process: the server's own types are wrapped. Reading, linking and fetching are serialised by
+/// the host.
 class XLXCFCMngImplServer final : public XLXCFCMngImpl
 {
 public:
@@ -66,8 +66,7 @@ public:
 private:
     static constexpr LONG DefaultTransferMode = LXTM_ATTRIBUTES;
     LONG BulkMode() const noexcept;
-    std::vector<XTypeLoad> LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name,
-                                          bool withBases) const;
+    std::vector<XTypeLoad> LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name, bool withBases) const;
 };
 
 #endif

@@ -38,8 +38,7 @@ struct XTransientProperty
 
 /// The property of an index; null when the table has none.
 template <std::size_t count>
-constexpr const XTransientProperty* LXFindProperty(const XTransientProperty (&table)[count],
-                                                   int index) noexcept
+constexpr const XTransientProperty* LXFindProperty(const XTransientProperty (&table)[count], int index) noexcept
 {
     for (const XTransientProperty& property : table)
     {
@@ -62,8 +61,8 @@ inline HRESULT LXHandOutValue(XLXComVariant value, VARIANT* out)
     return result;
 }
 
-/// The references to an object whose life does not depend on them. Each is a lock on the module, so that the
-/// object's code is there as long as somebody holds it. Any thread may call.
+/// The references to an object whose life does not depend on them. Each is a lock on the module, so that the object's
+/// code is there as long as somebody holds it. Any thread may call.
 class XModuleReferences
 {
 public:
@@ -105,9 +104,8 @@ public:
         const LXErrorLocation at = LXHere("XLXTransientObject", "XLXTransientObject", "QueryInterface");
         return XLXError::Guarded(at, [&]() -> HRESULT {
             XLXError::CheckPointer(ppv, OLESTR("ppv"), at);
-            *ppv = IsEqualIID(iid, LXIid<Interface>()) || IsEqualIID(iid, IID_IUnknown)
-                       ? static_cast<Interface*>(this)
-                       : nullptr;
+            *ppv = IsEqualIID(iid, LXIid<Interface>()) || IsEqualIID(iid, IID_IUnknown) ? static_cast<Interface*>(this)
+                                                                                        : nullptr;
             if (*ppv == nullptr)
             {
                 return E_NOINTERFACE;
@@ -125,18 +123,9 @@ public:
     {
         return this->SetProperty(XCfgPropertyConvert::Convert(kind, bstrKey), varValue);
     }
-    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
-    }
-    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
-    }
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
-    }
+    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
+    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
     HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY** psaValues) override
     {
         return LXNotOffered(psaValues);
@@ -148,8 +137,7 @@ protected:
 
     [[noreturn]] static void RaiseUnknownIndex(int index, const LXErrorLocation& at)
     {
-        XLXError::Raise(E_INVALIDARG,
-                        LXFormatText(OLESTR("property index (%d) is unknown"), {LXDecimal(index)}), at);
+        XLXError::Raise(E_INVALIDARG, LXFormatText(OLESTR("property index (%d) is unknown"), {LXDecimal(index)}), at);
     }
 };
 

@@ -39,8 +39,8 @@ HRESULT XLXParentChildCache::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo)
     });
 }
 
-// The browser that a PC info shows is read from the PC info: it may have changed since the map was made. One
-// that cannot be read ends the search.
+// The browser that a PC info shows is read from the PC info: it may have changed since the map was made. One that
+// cannot be read ends the search.
 XLXComPtr<XLXPCInfoCache> XLXParentChildCache::FindPCInfo(XLXTextView browserId)
 {
     const XLXText wanted = LXLowerCase(browserId);
@@ -85,8 +85,8 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos()
             moment = Moment();
             return FetchPCInfos(moment, failure);
         },
-        // The relation passes a notification that comes straight to it on to the PC infos in the map. Those
-        // that are published after one that came while they were on their way would miss it.
+        // The relation passes a notification that comes straight to it on to the PC infos in the map. Those that are
+        // published after one that came while they were on their way would miss it.
         [&](const PCInfoMap& map, const PCInfoMapPtr& former) {
             LXReplaceMap(former.get(), map);
             for (const auto& [browser, info] : map)
@@ -101,8 +101,7 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos()
     return infos;
 }
 
-XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMoment& moment,
-                                                                    std::exception_ptr& failure)
+XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMoment& moment, std::exception_ptr& failure)
 {
     const LXErrorLocation at = TheFacts.At("LoadPCInfos");
     const PCInfoMapPtr former = m_pcInfos.Held();
@@ -118,10 +117,10 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMomen
     {
         if (SUCCEEDED(result) && infos)
         {
-            LXForEachOf<PCInfoBatch, ILXPCInfo>(
-                *infos, "ILXPCInfoEnum::RemNext", at, [&](XLXComPtr<ILXPCInfo>&& element) {
-                    AddPCInfo(former, *fresh, std::move(element), moment, retired);
-                });
+            LXForEachOf<PCInfoBatch, ILXPCInfo>(*infos, "ILXPCInfoEnum::RemNext", at,
+                                                [&](XLXComPtr<ILXPCInfo>&& element) {
+                                                    AddPCInfo(former, *fresh, std::move(element), moment, retired);
+                                                });
         }
     }
     catch (const XLXException&)
@@ -131,17 +130,15 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMomen
     return fresh;
 }
 
-// A PC info that is there already for its browser stays the same object: whoever holds it reads the new
-// values.
+// A PC info that is there already for its browser stays the same object: whoever holds it reads the new values.
 void XLXParentChildCache::AddPCInfo(const PCInfoMapPtr& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server,
                                     const XMoment& moment, XRetired& retired) const
 {
     const LXErrorLocation at = TheFacts.At("LoadPCInfos");
     XVariantRow values;
     const HRESULT read = LXWithoutRaising([&] { return LXFetchProperties(*server, at, values); });
-    auto key = read == S_OK && values.size() > MemberPCInfoBrowser
-                   ? XCFGStringKey::Of(values[MemberPCInfoBrowser])
-                   : std::nullopt;
+    auto key = read == S_OK && values.size() > MemberPCInfoBrowser ? XCFGStringKey::Of(values[MemberPCInfoBrowser])
+                                                                   : std::nullopt;
     if (!key)
     {
         return; // without its browser there is no key to find it by
@@ -169,7 +166,7 @@ void XLXParentChildCache::OnDirectNotification(const XDirectNotification& notifi
 
 HRESULT XLXParentChildCache::Terminate() noexcept
 {
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapPCinfo failed"),
-                         TheFacts.At("Terminate", 85), [&] { const auto former = m_pcInfos.Clear(); });
+    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapPCinfo failed"), TheFacts.At("Terminate", 85),
+                         [&] { const auto former = m_pcInfos.Clear(); });
     return S_OK;
 }

@@ -37,12 +37,12 @@ private:
 
     void AdvanceParts() noexcept { m_pcInfos.Advance(); }
     void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
-    /// The PC infos, read from the server unless they are fresh. A relation whose server cannot list them
-    /// counts as having none, until a notification says otherwise.
+    /// The PC infos, read from the server unless they are fresh. A relation whose server cannot list them counts as
+    /// having none, until a notification says otherwise.
     PCInfoMapPtr LoadPCInfos();
     PCInfoMapPtr FetchPCInfos(const XMoment& moment, std::exception_ptr& failure);
-    void AddPCInfo(const PCInfoMapPtr& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server,
-                   const XMoment& moment, XRetired& retired) const;
+    void AddPCInfo(const PCInfoMapPtr& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server, const XMoment& moment,
+                   XRetired& retired) const;
 
     XLoaded<PCInfoMap> m_pcInfos;
 };

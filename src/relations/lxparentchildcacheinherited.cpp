@@ -21,15 +21,13 @@ XInstanceRegistry<ILXParentChild>& LiveInherited()
 }
 } // namespace
 
-XLXParentChildCacheInherited::XLXParentChildCacheInherited(XLXComPtr<ILXParentChild> base)
-    : m_base(std::move(base))
+XLXParentChildCacheInherited::XLXParentChildCacheInherited(XLXComPtr<ILXParentChild> base) : m_base(std::move(base))
 {
     XLXError::CheckPointer(m_base.Get(), OLESTR("base relation"), At("XLXParentChildCacheInherited"));
     // The base of an inherited relation is not inherited, so one step reaches the root.
     if (LiveInherited().Contains(m_base.Get()))
     {
-        m_base =
-            XLXComPtr<ILXParentChild>(static_cast<const XLXParentChildCacheInherited*>(m_base.Get())->m_base);
+        m_base = XLXComPtr<ILXParentChild>(static_cast<const XLXParentChildCacheInherited*>(m_base.Get())->m_base);
     }
     LiveInherited().Add(this);
 }
@@ -86,8 +84,7 @@ HRESULT XLXParentChildCacheInherited::GetProperty(int iLXCF_Member, VARIANT* pva
         {
             return m_base->GetProperty(iLXCF_Member, pvarValue);
         }
-        XLXComVariant name =
-            XLXComVariant::FromBstr(iLXCF_Member == LXRM_CHILDNAME ? m_childName : m_parentName);
+        XLXComVariant name = XLXComVariant::FromBstr(iLXCF_Member == LXRM_CHILDNAME ? m_childName : m_parentName);
         const HRESULT result = VariantClear(pvarValue);
         if (SUCCEEDED(result))
         {

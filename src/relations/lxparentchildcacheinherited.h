@@ -13,8 +13,8 @@
 
 #include <atomic>
 
-/// It answers its own parent and child name, and hands everything else to the base relation: writes too, so
-/// that they change the relation that is inherited.
+/// It answers its own parent and child name, and hands everything else to the base relation: writes too, so that they
+/// change the relation that is inherited.
 class XLXParentChildCacheInherited final : public ILXParentChild
 {
 public:
@@ -32,20 +32,11 @@ public:
     // ILXConfigObject
     HRESULT STDMETHODCALLTYPE Get(BSTR bstrKey, VARIANT* pvarValue) override;
     HRESULT STDMETHODCALLTYPE Set(BSTR bstrKey, VARIANT varValue) override;
-    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
-    }
-    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
-    }
+    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
+    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
     HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override;
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
-    }
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
     HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY** psaValues) override
     {
         return LXNotOffered(psaValues);

@@ -22,9 +22,8 @@ HRESULT XLXPCBaseMng::GetCachedPCEnum(ILX_BaseDataObject* parent, ILX_BaseDataOb
     XLXText parentType;
     XLXText childType;
     Relations result;
-    const HRESULT collected =
-        CollectPCRelationsByDO(parentType, childType, parent, child, LXBstrView(browserId),
-                               newOnly ? LXPCF_NEWONLY : LXPCF_NONE, result);
+    const HRESULT collected = CollectPCRelationsByDO(parentType, childType, parent, child, LXBstrView(browserId),
+                                                     newOnly ? LXPCF_NEWONLY : LXPCF_NONE, result);
     return FAILED(collected) ? collected : LXHandOutEnumerator(std::move(result), ppEnum);
 }
 
@@ -34,7 +33,7 @@ HRESULT XLXPCBaseMng::GetThisBrowserPCEnum(BSTR typeName, BSTR browserId, ILXPar
     XLXText parentType(LXBstrView(typeName));
     XLXText childType;
     Relations result;
-    const HRESULT collected = CollectPCRelationsByDO(parentType, childType, nullptr, nullptr,
-                                                     LXBstrView(browserId), LXPCF_NONE, result);
+    const HRESULT collected =
+        CollectPCRelationsByDO(parentType, childType, nullptr, nullptr, LXBstrView(browserId), LXPCF_NONE, result);
     return collected != S_OK ? collected : LXHandOutEnumerator(std::move(result), ppEnum);
 }

@@ -38,16 +38,14 @@ public:
     virtual HRESULT GetPossiblePPRRelationsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
                                                 ILXParentChildEnum** ppEnum) = 0;
     virtual HRESULT PPRRelationExists(BSTR parentType, BSTR childType, bool internal) = 0;
-    virtual HRESULT PPRRelationExistsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
-                                          bool internal) = 0;
+    virtual HRESULT PPRRelationExistsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, bool internal) = 0;
     virtual HRESULT GetPCRelation(BSTR parentType, BSTR childList, ILXParentChild** ppPC) = 0;
-    virtual HRESULT GetSinglePCRelation(BSTR parentType, BSTR childType, BSTR childList,
-                                        ILXParentChild** ppPC) = 0;
+    virtual HRESULT GetSinglePCRelation(BSTR parentType, BSTR childType, BSTR childList, ILXParentChild** ppPC) = 0;
     virtual HRESULT GetSinglePCRelationByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* relationship,
                                             ILXParentChild** ppPC) = 0;
     /// The relations between the types of two objects.
-    virtual HRESULT GetCachedPCEnum(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR browserId,
-                                    bool newOnly, ILXParentChildEnum** ppEnum);
+    virtual HRESULT GetCachedPCEnum(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR browserId, bool newOnly,
+                                    ILXParentChildEnum** ppEnum);
     virtual HRESULT GetPCEnum(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, bool withPlantypes,
                               ILXParentChildEnum** ppEnum) = 0;
     virtual HRESULT GetPCEnum2(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
@@ -58,17 +56,17 @@ public:
     virtual HRESULT GetThisBrowserPCEnum(BSTR typeName, BSTR browserId, ILXParentChildEnum** ppEnum);
     virtual HRESULT GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
                                  ILXParentChildEnum** ppEnum) = 0;
-    /// Loads the relations unless they are loaded. A failure is raised once, and there are no relations then
-    /// until a notification says that they changed.
+    /// Loads the relations unless they are loaded. A failure is raised once, and there are no relations then until a
+    /// notification says that they changed.
     virtual HRESULT InternalFillParentChildMap() = 0;
 
 protected:
     /// Finds the type names of the objects that are given, and collects by them.
-    virtual HRESULT CollectPCRelationsByDO(XLXText& parentType, XLXText& childType,
-                                           ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
-                                           XLXTextView browserId, LONG filter, Relations& result) = 0;
-    /// The relations from a parent type to a child type (empty: to any) that a browser shows (empty: all)
-    /// and a filter (LXPCFilter) lets through.
+    virtual HRESULT CollectPCRelationsByDO(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
+                                           ILX_BaseDataObject* child, XLXTextView browserId, LONG filter,
+                                           Relations& result) = 0;
+    /// The relations from a parent type to a child type (empty: to any) that a browser shows (empty: all) and a
+    /// filter (LXPCFilter) lets through.
     virtual HRESULT CollectPCRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId,
                                        LONG filter, Relations& result) = 0;
 

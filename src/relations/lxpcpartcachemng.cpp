@@ -34,9 +34,8 @@ HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName)
         }
     }
     XLXComBSTR own;
-    const HRESULT result =
-        LXAskText("ILX_BaseDataObject::GetTypeName", own, LXPCPartAt("CollectPCRelationsByDO"),
-                  [&](BSTR* out) { return object->GetTypeName(out); });
+    const HRESULT result = LXAskText("ILX_BaseDataObject::GetTypeName", own, LXPCPartAt("CollectPCRelationsByDO"),
+                                     [&](BSTR* out) { return object->GetTypeName(out); });
     if (result == S_OK)
     {
         typeName = own.View();
@@ -58,8 +57,8 @@ XLXPCPartCacheMng::ParentMapPtr XLXPCPartCacheMng::Loaded()
     return ParentMapPtr(std::move(map), relations);
 }
 
-void XLXPCPartCacheMng::Collect(XLXTextView parentType, XLXTextView childType, XLXTextView browserId,
-                                LONG filter, std::vector<Found>& found)
+void XLXPCPartCacheMng::Collect(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter,
+                                std::vector<Found>& found)
 {
     const bool newOnly = (filter & LXPCF_NEWONLY) != 0;
     VisitRelations(parentType, childType, [&](const auto& child, const auto& list, const Entry& entry) {
@@ -78,8 +77,8 @@ void XLXPCPartCacheMng::Collect(XLXTextView parentType, XLXTextView childType, X
     }
 }
 
-void XLXPCPartCacheMng::AddPlanTypeRelations(XLXTextView parentType, XLXTextView childType,
-                                             XLXTextView browserId, bool newOnly, std::vector<Found>& found)
+void XLXPCPartCacheMng::AddPlanTypeRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId,
+                                             bool newOnly, std::vector<Found>& found)
 {
     for (const auto& allowed : Host().InternalGetPlantypeRelations(parentType))
     {
@@ -106,8 +105,8 @@ void XLXPCPartCacheMng::AddPlanTypeRelations(XLXTextView parentType, XLXTextView
     }
 }
 
-HRESULT XLXPCPartCacheMng::CollectPCRelations(XLXTextView parentType, XLXTextView childType,
-                                              XLXTextView browserId, LONG filter, Relations& result)
+HRESULT XLXPCPartCacheMng::CollectPCRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId,
+                                              LONG filter, Relations& result)
 {
     std::vector<Found> found;
     Collect(parentType, childType, browserId, filter, found);
@@ -119,8 +118,8 @@ HRESULT XLXPCPartCacheMng::CollectPCRelations(XLXTextView parentType, XLXTextVie
 }
 
 // A name stays empty when its object has no type name: nothing stands above or below such an object.
-HRESULT XLXPCPartCacheMng::ResolveTypeNames(XLXText& parentType, XLXText& childType,
-                                            ILX_BaseDataObject* parent, ILX_BaseDataObject* child)
+HRESULT XLXPCPartCacheMng::ResolveTypeNames(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
+                                            ILX_BaseDataObject* child)
 {
     if (parent == nullptr && parentType.empty())
     {
@@ -136,9 +135,9 @@ HRESULT XLXPCPartCacheMng::ResolveTypeNames(XLXText& parentType, XLXText& childT
     return result == S_OK && nothing ? S_FALSE : result;
 }
 
-HRESULT XLXPCPartCacheMng::CollectPCRelationsByDO(XLXText& parentType, XLXText& childType,
-                                                  ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
-                                                  XLXTextView browserId, LONG filter, Relations& result)
+HRESULT XLXPCPartCacheMng::CollectPCRelationsByDO(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
+                                                  ILX_BaseDataObject* child, XLXTextView browserId, LONG filter,
+                                                  Relations& result)
 {
     const HRESULT resolved = ResolveTypeNames(parentType, childType, parent, child);
     return resolved == S_OK ? CollectPCRelations(parentType, childType, browserId, filter, result) : resolved;
@@ -146,8 +145,8 @@ HRESULT XLXPCPartCacheMng::CollectPCRelationsByDO(XLXText& parentType, XLXText& 
 
 // ---- enumerations
 
-HRESULT XLXPCPartCacheMng::EnumerateBelow(const char* method, ILX_BaseDataObject* object, BSTR typeName,
-                                          BSTR browserId, LONG filter, ILXParentChildEnum** ppEnum)
+HRESULT XLXPCPartCacheMng::EnumerateBelow(const char* method, ILX_BaseDataObject* object, BSTR typeName, BSTR browserId,
+                                          LONG filter, ILXParentChildEnum** ppEnum)
 {
     LXCheckOut(ppEnum, OLESTR("ppPCEnum"), LXPCPartAt(method));
     XLXText parentType(LXBstrView(typeName));
@@ -158,17 +157,15 @@ HRESULT XLXPCPartCacheMng::EnumerateBelow(const char* method, ILX_BaseDataObject
     return FAILED(collected) ? collected : LXHandOutEnumerator(std::move(result), ppEnum);
 }
 
-HRESULT XLXPCPartCacheMng::EnumerateBetween(const char* method, ILX_BaseDataObject* parent,
-                                            ILX_BaseDataObject* child, LONG filter,
-                                            ILXParentChildEnum** ppEnum)
+HRESULT XLXPCPartCacheMng::EnumerateBetween(const char* method, ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
+                                            LONG filter, ILXParentChildEnum** ppEnum)
 {
     LXCheckOut(ppEnum, OLESTR("ppPCEnum"), LXPCPartAt(method));
     XLXError::CheckPointer(parent, OLESTR("pObjectParent"), LXPCPartAt(method));
     XLXText parentType;
     XLXText childType;
     Relations result;
-    const HRESULT collected =
-        CollectPCRelationsByDO(parentType, childType, parent, child, {}, filter, result);
+    const HRESULT collected = CollectPCRelationsByDO(parentType, childType, parent, child, {}, filter, result);
     return FAILED(collected) ? collected : LXHandOutEnumerator(std::move(result), ppEnum);
 }
 
@@ -199,8 +196,7 @@ HRESULT XLXPCPartCacheMng::GetPPRRelationsEnumByDO(ILX_BaseDataObject* parent, I
     return EnumerateBetween("GetPPRRelationsEnumByDO", parent, nullptr, LXPCF_PPRONLY, ppEnum);
 }
 
-HRESULT XLXPCPartCacheMng::GetPossiblePPRRelations(BSTR parentType, BSTR childType,
-                                                   ILXParentChildEnum** ppEnum)
+HRESULT XLXPCPartCacheMng::GetPossiblePPRRelations(BSTR parentType, BSTR childType, ILXParentChildEnum** ppEnum)
 {
     return GetPossiblePPRRelations2(parentType, childType, nullptr, LXPCF_NOSYSTEMINTERNAL, ppEnum);
 }
@@ -210,27 +206,27 @@ HRESULT XLXPCPartCacheMng::GetPossiblePPRRelationsByDO(ILX_BaseDataObject* paren
 {
     LXEmptyOut(ppEnum);
     XLXError::CheckPointer(child, OLESTR("pObjectChild"), LXPCPartAt("GetPossiblePPRRelationsByDO"));
-    return EnumerateBetween("GetPossiblePPRRelationsByDO", parent, child,
-                            LXPCF_PPRONLY | LXPCF_NOSYSTEMINTERNAL, ppEnum);
+    return EnumerateBetween("GetPossiblePPRRelationsByDO", parent, child, LXPCF_PPRONLY | LXPCF_NOSYSTEMINTERNAL,
+                            ppEnum);
 }
 
-HRESULT XLXPCPartCacheMng::GetPossiblePPRRelations2(BSTR parentType, BSTR childType, BSTR browserId,
-                                                    LONG filter, ILXParentChildEnum** ppEnum)
+HRESULT XLXPCPartCacheMng::GetPossiblePPRRelations2(BSTR parentType, BSTR childType, BSTR browserId, LONG filter,
+                                                    ILXParentChildEnum** ppEnum)
 {
     const LXErrorLocation at = LXPCPartAt("GetPossiblePPRRelations2");
     LXCheckOut(ppEnum, OLESTR("ppPCEnum"), at);
     LXCheckNotEmpty(parentType, OLESTR("bstrParent is empty"), at);
     Relations result;
-    CollectPCRelations(LXBstrView(parentType), LXBstrView(childType), LXBstrView(browserId),
-                       filter | LXPCF_PPRONLY, result);
+    CollectPCRelations(LXBstrView(parentType), LXBstrView(childType), LXBstrView(browserId), filter | LXPCF_PPRONLY,
+                       result);
     return LXHandOutEnumerator(std::move(result), ppEnum);
 }
 
-HRESULT XLXPCPartCacheMng::GetPCEnum(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId,
-                                     bool withPlantypes, ILXParentChildEnum** ppEnum)
+HRESULT XLXPCPartCacheMng::GetPCEnum(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, bool withPlantypes,
+                                     ILXParentChildEnum** ppEnum)
 {
-    return EnumerateBelow("GetPCEnum", object, typeName, browserId,
-                          withPlantypes ? LXPCF_WITHPLANTYPES : LXPCF_NONE, ppEnum);
+    return EnumerateBelow("GetPCEnum", object, typeName, browserId, withPlantypes ? LXPCF_WITHPLANTYPES : LXPCF_NONE,
+                          ppEnum);
 }
 
 HRESULT XLXPCPartCacheMng::GetPCEnum2(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
@@ -239,8 +235,8 @@ HRESULT XLXPCPartCacheMng::GetPCEnum2(ILX_BaseDataObject* object, BSTR typeName,
     return EnumerateBelow("GetPCEnum2", object, typeName, browserId, filter, ppEnum);
 }
 
-HRESULT XLXPCPartCacheMng::GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId,
-                                        LONG filter, ILXParentChildEnum** ppEnum)
+HRESULT XLXPCPartCacheMng::GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
+                                        ILXParentChildEnum** ppEnum)
 {
     LXCheckOut(ppEnum, OLESTR("ppPCEnum"), LXPCPartAt("GetPCEnumAll"));
     XLXText parentType(LXBstrView(typeName));

@@ -2,8 +2,8 @@
 //
 // XLXPCPartCacheMng: all relations of the server, by parent type, child type and child list.
 //
-// They are loaded once, with one bulk read, and again after a notification says that they changed; relations
-// that come again stay the same objects. Questions are answered, and PC infos asked for, with no lock held.
+// They are loaded once, with one bulk read, and again after a notification says that they changed; relations that
+// come again stay the same objects. Questions are answered, and PC infos asked for, with no lock held.
 //
 // Threading  Any thread may call. The map's lock is held for copying and swapping the pointer to it alone.
 // Lifetime   One for each connection.
@@ -30,11 +30,9 @@ public:
     HRESULT GetPossiblePPRRelationsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
                                         ILXParentChildEnum** ppEnum) override;
     HRESULT PPRRelationExists(BSTR parentType, BSTR childType, bool internal) override;
-    HRESULT PPRRelationExistsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
-                                  bool internal) override;
+    HRESULT PPRRelationExistsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, bool internal) override;
     HRESULT GetPCRelation(BSTR parentType, BSTR childList, ILXParentChild** ppPC) override;
-    HRESULT GetSinglePCRelation(BSTR parentType, BSTR childType, BSTR childList,
-                                ILXParentChild** ppPC) override;
+    HRESULT GetSinglePCRelation(BSTR parentType, BSTR childType, BSTR childList, ILXParentChild** ppPC) override;
     HRESULT GetSinglePCRelationByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* relationship,
                                     ILXParentChild** ppPC) override;
     HRESULT GetPCEnum(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, bool withPlantypes,
@@ -51,8 +49,8 @@ protected:
     HRESULT CollectPCRelationsByDO(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
                                    ILX_BaseDataObject* child, XLXTextView browserId, LONG filter,
                                    Relations& result) override;
-    HRESULT CollectPCRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId,
-                               LONG filter, Relations& result) override;
+    HRESULT CollectPCRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter,
+                               Relations& result) override;
 
 private:
     struct Entry
@@ -90,16 +88,14 @@ private:
 
     // Loading: the fill mutex is held
     RelationMapPtr LoadAllPCRelation(ILXConfigFactory& factory, const ParentMap* former);
-    RelationMapPtr LoadOrKeepFailure(ILXConfigFactory& factory, RelationMapPtr& refreshed,
-                                     std::exception_ptr& failure);
+    RelationMapPtr LoadOrKeepFailure(ILXConfigFactory& factory, RelationMapPtr& refreshed, std::exception_ptr& failure);
     ParentMap MakeMap(std::vector<XLXCFCDataTransfer::XILXPCData> records, const ParentMap* former,
                       const XMoment& moment, XRetired& retired) const;
     XLXComPtr<XLXParentChildCache> Refresh(XLXComPtr<XLXParentChildCache> relation,
                                            XLXCFCDataTransfer::XILXPCData record, const XMoment& moment,
                                            XRetired& retired) const;
     static bool ReadNames(const XVariantRow& values, Names& names, Entry& entry);
-    static XLXParentChildCache* Find(const ParentMap& map, XLXTextView parent, XLXTextView child,
-                                     XLXTextView list);
+    static XLXParentChildCache* Find(const ParentMap& map, XLXTextView parent, XLXTextView child, XLXTextView list);
     static const ChildMap* Below(const ParentMap& map, const XCFGStringKey& parent);
     template <class Visit>
     static void ForEach(const ParentMap& map, Visit&& visit);
@@ -109,18 +105,18 @@ private:
     // Asking
     /// The relations to answer from, loaded first when needed.
     ParentMapPtr Loaded();
-    /// Calls visit(child, list, entry) for the relations from a parent to a child (empty: to any), until it
-    /// answers false.
+    /// Calls visit(child, list, entry) for the relations from a parent to a child (empty: to any), until it answers
+    /// false.
     template <class Visit>
     void VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit);
     void Collect(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter,
                  std::vector<Found>& found);
-    void AddPlanTypeRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId,
-                              bool newOnly, std::vector<Found>& found);
-    HRESULT EnumerateBelow(const char* method, ILX_BaseDataObject* object, BSTR typeName, BSTR browserId,
-                           LONG filter, ILXParentChildEnum** ppEnum);
-    HRESULT EnumerateBetween(const char* method, ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
-                             LONG filter, ILXParentChildEnum** ppEnum);
+    void AddPlanTypeRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, bool newOnly,
+                              std::vector<Found>& found);
+    HRESULT EnumerateBelow(const char* method, ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
+                           ILXParentChildEnum** ppEnum);
+    HRESULT EnumerateBetween(const char* method, ILX_BaseDataObject* parent, ILX_BaseDataObject* child, LONG filter,
+                             ILXParentChildEnum** ppEnum);
     HRESULT Exists(XLXTextView parentType, XLXTextView childType, bool internal);
     static HRESULT ResolveTypeNames(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
                                     ILX_BaseDataObject* child);

@@ -66,12 +66,10 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::Load()
         {m_clock, XAspect::Relations}, [&] { return LoadOrKeepFailure(*factory, refreshed, failure); },
         [&](const RelationMap& loaded, const RelationMapPtr& former) {
             replaced = former;
-            if (former != refreshed &&
-                loaded.relations) // another load came between: it may have dropped some
+            if (former != refreshed && loaded.relations) // another load came between: it may have dropped some
             {
-                ForEach(*loaded.relations, [](const auto&, const auto&, const auto&, const Entry& entry) {
-                    entry.relation->Attach();
-                });
+                ForEach(*loaded.relations,
+                        [](const auto&, const auto&, const auto&, const Entry& entry) { entry.relation->Attach(); });
             }
         });
     if (replaced && map->relations)
@@ -86,9 +84,8 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::Load()
 }
 
 // After a failure there are no relations, and no further attempt, until a notification comes.
-XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadOrKeepFailure(ILXConfigFactory& factory,
-                                                                       RelationMapPtr& refreshed,
-                                                                       std::exception_ptr& failure)
+XLXPCPartCacheMng::RelationMapPtr
+XLXPCPartCacheMng::LoadOrKeepFailure(ILXConfigFactory& factory, RelationMapPtr& refreshed, std::exception_ptr& failure)
 {
     refreshed = m_relations.Held();
     try
@@ -99,8 +96,7 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadOrKeepFailure(ILXConfig
     {
         failure = std::current_exception();
     }
-    return std::make_shared<const RelationMap>(
-        RelationMap{refreshed ? refreshed->relations : nullptr, false});
+    return std::make_shared<const RelationMap>(RelationMap{refreshed ? refreshed->relations : nullptr, false});
 }
 
 XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory,
@@ -123,9 +119,8 @@ XLXPCPartCacheMng::RelationMapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfig
     return std::make_shared<const RelationMap>(RelationMap{std::move(fresh), true});
 }
 
-XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> records,
-                                                        const ParentMap* former, const XMoment& moment,
-                                                        XRetired& retired) const
+XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> records, const ParentMap* former,
+                                                        const XMoment& moment, XRetired& retired) const
 {
     ParentMap map;
     for (XILXPCData& record : records)
@@ -139,8 +134,7 @@ XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> 
                                           LXPCPartAt("InternalFillParentChildMap"));
             continue;
         }
-        Entry& slot =
-            map.byParent[XCFGStringKey(names.parent)][XCFGStringKey(names.child)][XCFGStringKey(names.list)];
+        Entry& slot = map.byParent[XCFGStringKey(names.parent)][XCFGStringKey(names.child)][XCFGStringKey(names.list)];
         entry.relation = slot.relation;
         if (!entry.relation && former != nullptr)
         {
@@ -153,9 +147,8 @@ XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> 
     return map;
 }
 
-XLXComPtr<XLXParentChildCache> XLXPCPartCacheMng::Refresh(XLXComPtr<XLXParentChildCache> relation,
-                                                          XILXPCData record, const XMoment& moment,
-                                                          XRetired& retired) const
+XLXComPtr<XLXParentChildCache> XLXPCPartCacheMng::Refresh(XLXComPtr<XLXParentChildCache> relation, XILXPCData record,
+                                                          const XMoment& moment, XRetired& retired) const
 {
     if (relation)
     {
@@ -171,18 +164,13 @@ XLXComPtr<XLXParentChildCache> XLXPCPartCacheMng::Refresh(XLXComPtr<XLXParentChi
 // The values are read from the record, so that loading asks the server once and not once for each relation.
 bool XLXPCPartCacheMng::ReadNames(const XVariantRow& values, Names& names, Entry& entry)
 {
-    auto parent =
-        NameOf(ValueOf(values, LXRM_PARENTNAME, OLESTR("pPCCache->GetProperty LXCFPC_parentname"), 1965));
-    auto child =
-        NameOf(ValueOf(values, LXRM_CHILDNAME, OLESTR("pPCCache->GetProperty LXCFPC_childname"), 1970));
-    auto list = NameOf(
-        ValueOf(values, LXRM_CHILDLISTNAME, OLESTR("pPCCache->GetProperty LXCFPC_childlistname"), 1975));
+    auto parent = NameOf(ValueOf(values, LXRM_PARENTNAME, OLESTR("pPCCache->GetProperty LXCFPC_parentname"), 1965));
+    auto child = NameOf(ValueOf(values, LXRM_CHILDNAME, OLESTR("pPCCache->GetProperty LXCFPC_childname"), 1970));
+    auto list = NameOf(ValueOf(values, LXRM_CHILDLISTNAME, OLESTR("pPCCache->GetProperty LXCFPC_childlistname"), 1975));
     const auto ppr =
-        ValueOf(values, LXRM_PPRRELATIONTYPE, OLESTR("pPCCache->GetProperty LXCFPC_pprrelationtype"), 1980)
-            .AsLong();
+        ValueOf(values, LXRM_PPRRELATIONTYPE, OLESTR("pPCCache->GetProperty LXCFPC_pprrelationtype"), 1980).AsLong();
     const auto internal =
-        ValueOf(values, LXRM_SYSTEMINTERNAL, OLESTR("pPCCache->GetProperty LXCFPC_issysteminternal"), 1991)
-            .AsBool();
+        ValueOf(values, LXRM_SYSTEMINTERNAL, OLESTR("pPCCache->GetProperty LXCFPC_issysteminternal"), 1991).AsBool();
     if (!parent || !child || !list)
     {
         return false;
@@ -206,8 +194,8 @@ XLXParentChildCache* XLXPCPartCacheMng::Find(const ParentMap& map, XLXTextView p
     return found != nullptr ? *found : nullptr;
 }
 
-// Uses existing keys, so that shutdown allocates nothing. Who still holds a dropped relation goes on reading
-// its values.
+// Uses existing keys, so that shutdown allocates nothing. Who still holds a dropped relation goes on reading its
+// values.
 void XLXPCPartCacheMng::TerminateDropped(const ParentMap* former, const ParentMap& kept) noexcept
 {
     if (former == nullptr)

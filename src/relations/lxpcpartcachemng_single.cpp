@@ -52,9 +52,8 @@ XLXComPtr<ILX_BaseDataObject> OtherEnd(ILX_BaseDataObject* relationship, ILX_Bas
     }
     const LXErrorLocation at = LXPCPartAt("GetSinglePCRelationByDO");
     XLXComPtr<ILX_BaseDataObject> other;
-    const HRESULT result =
-        LXAsk("ILXRelation::GetRelatedObject", other, LXNoResult::Nothing, {}, at,
-              [&](ILX_BaseDataObject** out) { return relation->GetRelatedObject(parent, out); });
+    const HRESULT result = LXAsk("ILXRelation::GetRelatedObject", other, LXNoResult::Nothing, {}, at,
+                                 [&](ILX_BaseDataObject** out) { return relation->GetRelatedObject(parent, out); });
     if (result != S_OK)
     {
         XLXError::Raise(E_INVALIDARG, OLESTR("Other related object not found."), at);
@@ -79,8 +78,7 @@ HRESULT XLXPCPartCacheMng::PPRRelationExists(BSTR parentType, BSTR childType, bo
     return Exists(LXBstrView(parentType), LXBstrView(childType), internal);
 }
 
-HRESULT XLXPCPartCacheMng::PPRRelationExistsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
-                                                 bool internal)
+HRESULT XLXPCPartCacheMng::PPRRelationExistsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, bool internal)
 {
     XLXError::CheckPointer(parent, OLESTR("pObjectParent"), LXPCPartAt("PPRRelationExistsByDO"));
     XLXError::CheckPointer(child, OLESTR("pObjectChild"), LXPCPartAt("PPRRelationExistsByDO"));
@@ -110,8 +108,7 @@ HRESULT XLXPCPartCacheMng::GetPCRelation(BSTR parentType, BSTR childList, ILXPar
     return *ppPC != nullptr ? S_OK : S_FALSE;
 }
 
-HRESULT XLXPCPartCacheMng::GetSinglePCRelation(BSTR parentType, BSTR childType, BSTR childList,
-                                               ILXParentChild** ppPC)
+HRESULT XLXPCPartCacheMng::GetSinglePCRelation(BSTR parentType, BSTR childType, BSTR childList, ILXParentChild** ppPC)
 {
     const auto at = [](int line) { return LXPCPartAt("GetSinglePCRelation", line); };
     LXEmptyOut(ppPC);
@@ -124,8 +121,7 @@ HRESULT XLXPCPartCacheMng::GetSinglePCRelation(BSTR parentType, BSTR childType, 
     LXCheckNotEmpty(childList, OLESTR("bstrChildlistname is empty"), at(683));
     const ParentMapPtr relations = Loaded();
     XLXParentChildCache* const relation =
-        relations ? Find(*relations, LXBstrView(parentType), LXBstrView(childType), ListName(childList))
-                  : nullptr;
+        relations ? Find(*relations, LXBstrView(parentType), LXBstrView(childType), ListName(childList)) : nullptr;
     if (relation == nullptr)
     {
         return S_FALSE;
@@ -134,25 +130,22 @@ HRESULT XLXPCPartCacheMng::GetSinglePCRelation(BSTR parentType, BSTR childType, 
     return S_OK;
 }
 
-HRESULT XLXPCPartCacheMng::GetSinglePCRelationByDO(ILX_BaseDataObject* parent,
-                                                   ILX_BaseDataObject* relationship, ILXParentChild** ppPC)
+HRESULT XLXPCPartCacheMng::GetSinglePCRelationByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* relationship,
+                                                   ILXParentChild** ppPC)
 {
     const auto at = [](int line) { return LXPCPartAt("GetSinglePCRelationByDO", line); };
     LXEmptyOut(ppPC);
     if (parent == nullptr || relationship == nullptr)
     {
-        XLXError::Raise(E_INVALIDARG, OLESTR("the parent object or the relationship object is missing"),
-                        at(905));
+        XLXError::Raise(E_INVALIDARG, OLESTR("the parent object or the relationship object is missing"), at(905));
     }
-    const XLXComBSTR relationName = TextAttribute(*relationship, OLESTR("relationname"),
-                                                  OLESTR("This is no relationship object."), at(913));
-    const XLXComBSTR parentType =
-        TextAttribute(*parent, OLESTR("typename"), OLESTR("The parent object has no type."),
-                      LXPCPartAt("GetSinglePCRelationByDO"));
+    const XLXComBSTR relationName =
+        TextAttribute(*relationship, OLESTR("relationname"), OLESTR("This is no relationship object."), at(913));
+    const XLXComBSTR parentType = TextAttribute(*parent, OLESTR("typename"), OLESTR("The parent object has no type."),
+                                                LXPCPartAt("GetSinglePCRelationByDO"));
     const auto child = OtherEnd(relationship, parent);
-    const XLXComBSTR childType =
-        TextAttribute(*child, OLESTR("typename"), OLESTR("The child object has no type."),
-                      LXPCPartAt("GetSinglePCRelationByDO"));
+    const XLXComBSTR childType = TextAttribute(*child, OLESTR("typename"), OLESTR("The child object has no type."),
+                                               LXPCPartAt("GetSinglePCRelationByDO"));
     HRESULT result = S_OK;
     const XLXComVariant firstEnd = AttributeOf(*relationship, OLESTR("relationobject1"), result);
     XLXError::RaiseIfFailed(result, OLESTR("relationobject1"), at(948));

@@ -79,8 +79,7 @@ HRESULT XLXTransientAttribute::SetProperty(int iLXCF_Member, VARIANT varValue)
         XLXComVariant value;
         if (FAILED(VariantChangeType(value.Put(), &varValue, 0, property->type)))
         {
-            XLXError::Raise(E_INVALIDARG, OLESTR("the value cannot be converted to the property's type"),
-                            At("Set"));
+            XLXError::Raise(E_INVALIDARG, OLESTR("the value cannot be converted to the property's type"), At("Set"));
         }
         if (property->index != MemberConstantText)
         {

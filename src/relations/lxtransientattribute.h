@@ -28,10 +28,7 @@ public:
     {
         return LXNotOffered(ppAttributeTypeEnum);
     }
-    HRESULT STDMETHODCALLTYPE CreateFormat(int, ILXFormat** ppFormat) override
-    {
-        return LXNotOffered(ppFormat);
-    }
+    HRESULT STDMETHODCALLTYPE CreateFormat(int, ILXFormat** ppFormat) override { return LXNotOffered(ppFormat); }
     HRESULT STDMETHODCALLTYPE GetFormat(int, ILXFormat** ppFormat) override { return LXNotOffered(ppFormat); }
     HRESULT STDMETHODCALLTYPE DeleteFormat(int) override { return E_NOTIMPL; }
 

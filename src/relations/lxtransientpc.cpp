@@ -60,8 +60,7 @@ XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXText
         if (node.empty())
         {
             return pool.relations
-                .emplace(std::move(key),
-                         std::make_unique<XLXTransientPC>(host.PCInfoLink(), std::move(names), flag))
+                .emplace(std::move(key), std::make_unique<XLXTransientPC>(host.PCInfoLink(), std::move(names), flag))
                 ->second.get();
         }
         std::get<0>(node.key()) = &host;
@@ -123,8 +122,7 @@ HRESULT XLXTransientPC::GetProperty(int iLXCF_Member, VARIANT* pvarValue)
             return E_INVALIDARG;
         }
         XLXComVariant value = property->Value();
-        if (XLXText* const field = Field(iLXCF_Member);
-            field != nullptr && iLXCF_Member != LXRM_CHILDLISTNAME)
+        if (XLXText* const field = Field(iLXCF_Member); field != nullptr && iLXCF_Member != LXRM_CHILDLISTNAME)
         {
             const std::lock_guard<XLeafMutex> lock(m_mutex);
             value = XLXComVariant::FromBstr(*field);
@@ -154,8 +152,7 @@ HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue)
     });
 }
 
-// The link is copied first: the reference that it gives may be the last one, and is released with no lock
-// held.
+// The link is copied first: the reference that it gives may be the last one, and is released with no lock held.
 XLockedLink<XPCInfoRegistry> XLXTransientPC::LockOwner() const
 {
     Owner owner;

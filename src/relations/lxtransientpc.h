@@ -2,9 +2,9 @@
 //
 // A relation that exists in this process alone: what plan types allow.
 //
-// Ownership  Its life does not depend on references. There is one for each manager, parent, child, short name
-//            and flag, and it lives as long as the module is loaded; each reference keeps the module loaded.
-//            When its manager goes, the next manager that needs such a relation takes it over.
+// Ownership  Its life does not depend on references. There is one for each manager, parent, child, short name and
+//            flag, and it lives as long as the module is loaded; each reference keeps the module loaded. When its
+//            manager goes, the next manager that needs such a relation takes it over.
 // Threading  Any thread may call.
 #ifndef LXTRANSIENTPC_H
 #define LXTRANSIENTPC_H

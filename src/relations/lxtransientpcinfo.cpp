@@ -46,8 +46,7 @@ XLXVariantVector XLXTransientPCInfo::Values(XLXTextView browserId, bool isNew)
     for (int index = 0; index < MemberCount; ++index)
     {
         const XTransientProperty* const property = LXFindProperty(Properties, index);
-        values.push_back(property != nullptr ? ValueOf(*property, browserId, isNew)
-                                             : XLXComVariant::FromI4(0));
+        values.push_back(property != nullptr ? ValueOf(*property, browserId, isNew) : XLXComVariant::FromI4(0));
     }
     return values;
 }

@@ -4,8 +4,8 @@
 
 #include "XLXTransientObject.h"
 
-/// A PC info without a server object; read-only. It lives as long as its creator keeps it, whoever has
-/// references to it; they keep the module loaded.
+/// A PC info without a server object; read-only. It lives as long as its creator keeps it, whoever has references to
+/// it; they keep the module loaded.
 class XLXTransientPCInfo final : public XLXTransientObject<ILXPCInfo, EConfigElementKind::PCInfo>
 {
 public:

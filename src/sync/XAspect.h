@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What a change notification can make stale. The rule which notification concerns which aspect is the table
-/// in XNotificationRule.h.
+/// What a change notification can make stale. The rule which notification concerns which aspect is the table in
+/// XNotificationRule.h.
 enum class XAspect : unsigned char
 {
     TypeMap,             ///< which types there are, with their bases

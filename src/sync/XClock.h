@@ -2,11 +2,10 @@
 //
 // How the component knows that what it holds is still what the server has.
 //
-// A connection has one clock: a number for each aspect, which every notification that concerns the aspect
-// advances. Whoever is going to ask the server notes a stamp before asking, and publishes the answer together
-// with that stamp. What is held is fresh while its stamp is what would be noted now; so an answer that a
-// notification overtook is never taken for fresh, however late it arrives, and a notification touches nothing
-// that is cached.
+// A connection has one clock: a number for each aspect, which every notification that concerns the aspect advances.
+// Whoever is going to ask the server notes a stamp before asking, and publishes the answer together with that stamp.
+// What is held is fresh while its stamp is what would be noted now; so an answer that a notification overtook is
+// never taken for fresh, however late it arrives, and a notification touches nothing that is cached.
 //
 // Ownership  The clock is counted; everything made in a connection holds one reference. It refers to nothing.
 // Threading  Any thread may call anything. Notifications write, everybody else reads.
@@ -19,8 +18,8 @@
 #include <array>
 #include <utility>
 
-/// What is noted before the server is asked: the clock's number of an aspect, and the own count of the
-/// holder, which advances when something other than a notification to the manager makes the holder stale.
+/// What is noted before the server is asked: the clock's number of an aspect, and the own count of the holder, which
+/// advances when something other than a notification to the manager makes the holder stale.
 struct XStamp
 {
     std::uint64_t clock = 0; ///< 0: no stamp, which is never fresh
@@ -30,13 +29,13 @@ struct XStamp
     bool operator==(const XStamp&) const noexcept = default;
     /// Whether an answer with this stamp must not replace one with that stamp.
     bool IsOlderThan(const XStamp& that) const noexcept { return clock < that.clock || own < that.own; }
-    /// One number for both words. Both only grow, so a stamp is what would be noted now exactly when the sums
-    /// are equal.
+    /// One number for both words. Both only grow, so a stamp is what would be noted now exactly when the sums are
+    /// equal.
     std::uint64_t Sum() const noexcept { return clock + own; }
 };
 
-/// A copy of the whole clock, taken before a bulk read: whatever is made or refreshed from the answer takes
-/// its stamp from here, however much later that happens.
+/// A copy of the whole clock, taken before a bulk read: whatever is made or refreshed from the answer takes its stamp
+/// from here, however much later that happens.
 struct XMoment
 {
     std::array<std::uint64_t, LXAspectCount> numbers{};
@@ -69,8 +68,7 @@ public:
     /// Makes everything of these aspects stale. Waits for nobody and needs no memory.
     void Advance(const XAspectSet& aspects) noexcept
     {
-        aspects.ForEach(
-            [this](XAspect aspect) { m_numbers[static_cast<std::size_t>(aspect)].value.fetch_add(1); });
+        aspects.ForEach([this](XAspect aspect) { m_numbers[static_cast<std::size_t>(aspect)].value.fetch_add(1); });
     }
 
     XMoment Copy() const noexcept
@@ -168,9 +166,9 @@ private:
 };
 using XOwnCount = XBasicOwnCount<>;
 
-/// The number of the last notification that came straight to an object. It is stored before the object's own
-/// counts are advanced; whoever takes a stamp from a bulk answer reads the own count first and this number
-/// after. So of a notification that overtook the answer one of the two is always seen.
+/// The number of the last notification that came straight to an object. It is stored before the object's own counts
+/// are advanced; whoever takes a stamp from a bulk answer reads the own count first and this number after. So of a
+/// notification that overtook the answer one of the two is always seen.
 template <class Policy = XSystemSync>
 class XBasicDirectNumber
 {
@@ -191,8 +189,8 @@ private:
 };
 using XDirectNumber = XBasicDirectNumber<>;
 
-/// The stamp of what a bulk answer brought for a holder; none when the object was notified after the answer
-/// was asked for.
+/// The stamp of what a bulk answer brought for a holder; none when the object was notified after the answer was asked
+/// for.
 template <class Own, class Direct>
 XStamp LXStampFrom(const XMoment& moment, XAspect aspect, const Own& own, const Direct& direct) noexcept
 {

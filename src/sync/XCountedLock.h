@@ -13,8 +13,7 @@
 #include <memory>
 #include <mutex>
 
-/// Calls the underlying lock only while the process-wide switch is on. Both say whether the lock was really
-/// called.
+/// Calls the underlying lock only while the process-wide switch is on. Both say whether the lock was really called.
 struct XCritSectionTraitsCFC
 {
     using Lockable = XCriticalSectionEx;
@@ -52,8 +51,8 @@ struct ThreadLockEntry
     std::uint32_t isLocked : 1 = 0; ///< the underlying lock was really called
 };
 
-/// The entries of the threads that hold a lock. The first few threads find room in the object itself; more go
-/// to a map behind a small mutex, which is made when it is needed first.
+/// The entries of the threads that hold a lock. The first few threads find room in the object itself; more go to a
+/// map behind a small mutex, which is made when it is needed first.
 template <unsigned InlineSlots>
 class XThreadTable
 {
@@ -144,8 +143,7 @@ private:
         if (more == nullptr)
         {
             auto made = std::make_unique<More>();
-            if (m_more.compare_exchange_strong(more, made.get(), std::memory_order_acq_rel,
-                                               std::memory_order_acquire))
+            if (m_more.compare_exchange_strong(more, made.get(), std::memory_order_acq_rel, std::memory_order_acquire))
             {
                 more = made.release();
             }
@@ -171,8 +169,8 @@ public:
     XBasicRefCountCritSection(const XBasicRefCountCritSection&) = delete;
     XBasicRefCountCritSection& operator=(const XBasicRefCountCritSection&) = delete;
 
-    /// One exclusive reference for the calling thread. Raises E_FAIL inside the thread's own read; its count
-    /// then stays raised, and the shared lock is never given back: callers must not do that.
+    /// One exclusive reference for the calling thread. Raises E_FAIL inside the thread's own read; its count then
+    /// stays raised, and the shared lock is never given back: callers must not do that.
     void AddLockRef()
     {
         ThreadLockEntry& entry = m_threads.FindOrMake();
@@ -202,17 +200,15 @@ public:
         }
     }
 
-    /// Gives one reference of the calling thread back, of whichever kind. An unbalanced release is logged and
-    /// nothing else: it must not take a cache call down.
+    /// Gives one reference of the calling thread back, of whichever kind. An unbalanced release is logged and nothing
+    /// else: it must not take a cache call down.
     void ReleaseLockRef() noexcept
     {
         ThreadLockEntry* const entry = m_threads.Find();
         if (entry == nullptr)
         {
             LogUnbalanced(
-                OLESTR(
-                    "trying to unlock the critical section without having it locked for the running thread"),
-                216);
+                OLESTR("trying to unlock the critical section without having it locked for the running thread"), 216);
             return;
         }
         if (--entry->count > 0)
@@ -221,10 +217,9 @@ public:
         }
         if (entry->count < 0)
         {
-            LogUnbalanced(
-                OLESTR("trying to unlock the critical section being already unlocked for the running thread "
-                       "before"),
-                180);
+            LogUnbalanced(OLESTR("trying to unlock the critical section being already unlocked for the running thread "
+                                 "before"),
+                          180);
             return;
         }
         if (entry->isLocked)
@@ -234,9 +229,8 @@ public:
         }
         if (entry->count != 0)
         {
-            LogUnbalanced(
-                OLESTR("critical section reference count entry found for a thread expected to be removed"),
-                206);
+            LogUnbalanced(OLESTR("critical section reference count entry found for a thread expected to be removed"),
+                          206);
             return;
         }
         m_threads.Erase(*entry);
@@ -260,8 +254,7 @@ protected:
 private:
     void Take(ThreadLockEntry& entry, bool shared)
     {
-        // The order is noted before waiting, so that a wrong order is found even when nobody else holds the
-        // lock.
+        // The order is noted before waiting, so that a wrong order is found even when nobody else holds the lock.
         XLockOrder::Push(Level(), this);
         const bool locked = Traits::Lock(m_lock, shared);
         entry.isLocked = locked;
@@ -273,9 +266,8 @@ private:
 
     static void LogUnbalanced(XLXTextView text, int line) noexcept
     {
-        XLXError::WriteErrorToLogBook(
-            E_FAIL, XLXError::SeveritySystem, text,
-            {"XBasicCritSection", "XBasicRefCountCritSection", "ReleaseLockRef()", line});
+        XLXError::WriteErrorToLogBook(E_FAIL, XLXError::SeveritySystem, text,
+                                      {"XBasicCritSection", "XBasicRefCountCritSection", "ReleaseLockRef()", line});
     }
 
     typename Traits::Lockable m_lock;

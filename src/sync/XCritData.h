@@ -52,9 +52,7 @@ public:
     XCritProxyData& operator=(const XCritProxyData&) = delete;
 
 protected:
-    explicit XCritProxyData(XCritDataCFC<T>& data) noexcept
-        : m_value(data.m_value), m_delegator(data.m_delegator)
-    {}
+    explicit XCritProxyData(XCritDataCFC<T>& data) noexcept : m_value(data.m_value), m_delegator(data.m_delegator) {}
     ~XCritProxyData() = default;
 
     T& m_value;
@@ -77,23 +75,19 @@ template <class T>
 class XCritReadProxy : private XCritProxyData<T>
 {
 public:
-    explicit XCritReadProxy(XCritDataCFC<T>& data) : XCritProxyData<T>(data)
-    {
-        this->m_delegator.AddReadLockRef();
-    }
+    explicit XCritReadProxy(XCritDataCFC<T>& data) : XCritProxyData<T>(data) { this->m_delegator.AddReadLockRef(); }
     ~XCritReadProxy() { this->m_delegator.ReleaseLockRef(); }
     const T* operator->() const noexcept { return &this->m_value; }
     const T& operator*() const noexcept { return this->m_value; }
 };
 
-/// Shared access without a lock while no writer waits. Short: a writer waits for it, nothing foreign is
-/// called, and the same datum is not touched again while it lives.
+/// Shared access without a lock while no writer waits. Short: a writer waits for it, nothing foreign is called, and
+/// the same datum is not touched again while it lives.
 template <class T>
 class XCritLFReadProxy : private XCritProxyData<T>
 {
 public:
-    explicit XCritLFReadProxy(XCritDataCFC<T>& data)
-        : XCritProxyData<T>(data), m_slot(this->m_delegator.LockLFRead())
+    explicit XCritLFReadProxy(XCritDataCFC<T>& data) : XCritProxyData<T>(data), m_slot(this->m_delegator.LockLFRead())
     {}
     ~XCritLFReadProxy() { this->m_delegator.UnlockLFRead(m_slot); }
     const T* operator->() const noexcept { return &this->m_value; }

@@ -14,13 +14,12 @@ enum class XFillKind : unsigned char
 
 /// The right to ask the server for a holder. Held across calls to the server, never taken by a notification.
 ///
-/// The server may call back while it is being asked. So each thread keeps a list of the holders that it is
-/// asking for:
+/// The server may call back while it is being asked. So each thread keeps a list of the holders that it is asking
+/// for:
 /// - A thread that comes to a holder on its list is told so: it answers with what is there.
-/// - For another holder, a thread that is asking already never waits: when the mutex is busy elsewhere, it
-/// asks the
-///   server itself, beside the one that has the mutex. So nobody waits while somebody waits for it, whatever
-///   the order in which servers ask back, and there is no order among the mutexes.
+/// - For another holder, a thread that is asking already never waits: when the mutex is busy elsewhere, it asks the
+///   server itself, beside the one that has the mutex. So nobody waits while somebody waits for it, whatever the
+///   order in which servers ask back, and there is no order among the mutexes.
 /// - All others wait for the mutex.
 template <class Policy = XSystemSync>
 class XBasicFill
@@ -69,10 +68,7 @@ public:
     bool IsBusyElsewhere() const noexcept { return m_busy; }
 
 private:
-    static const XBasicFill* List() noexcept
-    {
-        return static_cast<const XBasicFill*>(Policy::ThreadPointer());
-    }
+    static const XBasicFill* List() noexcept { return static_cast<const XBasicFill*>(Policy::ThreadPointer()); }
 
     void Acquire(bool mustNotWait) noexcept
     {

@@ -12,8 +12,7 @@
 #include <mutex>
 #include <optional>
 
-/// Where a holder's time comes from: an aspect of a connection's clock. Without an aspect only the own count
-/// counts.
+/// Where a holder's time comes from: an aspect of a connection's clock. Without an aspect only the own count counts.
 template <class Clock>
 struct XBasicTime
 {
@@ -69,8 +68,7 @@ public:
     }
 
 private:
-    mutable
-        typename Policy::Mutex m_mutex; // guards the data; held for a few words, nothing is called under it
+    mutable typename Policy::Mutex m_mutex; // guards the data; held for a few words, nothing is called under it
     Data m_data;
 };
 
@@ -100,11 +98,10 @@ private:
 
 /// Something that is loaded from the server as a whole: an immutable value that is replaced, never changed.
 ///
-/// Load looks, takes the fill mutex, looks again, notes a stamp, asks with no lock held, and publishes the
-/// value and its stamp together under one lock. A published value is never replaced by one whose stamp is
-/// older in either word; what a notification overtook is published with its stamp, and so is not fresh. An
-/// answer that arrives after End, or after Begin with another clock, is given to whoever asked and published
-/// nowhere.
+/// Load looks, takes the fill mutex, looks again, notes a stamp, asks with no lock held, and publishes the value and
+/// its stamp together under one lock. A published value is never replaced by one whose stamp is older in either word;
+/// what a notification overtook is published with its stamp, and so is not fresh. An answer that arrives after End,
+/// or after Begin with another clock, is given to whoever asked and published nowhere.
 ///
 /// Nobody loops for a better answer: whoever asked gets the answer of the load that began after the question.
 ///
@@ -131,8 +128,7 @@ public:
             published.open = true;
         });
     }
-    /// Empties the holder and publishes nothing more, unless it is open for another time. Returns what was
-    /// there.
+    /// Empties the holder and publishes nothing more, unless it is open for another time. Returns what was there.
     Value End(Time time)
     {
         Value former;
@@ -165,9 +161,8 @@ public:
     /// The value when it is fresh, else null.
     Value Fresh() const
     {
-        return m_guarded.Read([&](const auto& published) {
-            return published.IsFresh(m_own.Now()) ? published.value : Value();
-        });
+        return m_guarded.Read(
+            [&](const auto& published) { return published.IsFresh(m_own.Now()) ? published.value : Value(); });
     }
     /// What is there, fresh or not; null when nothing was loaded.
     Value Held() const
@@ -185,12 +180,10 @@ public:
     void Advance() noexcept { m_own.Advance(); }
     const XBasicOwnCount<Policy>& Own() const noexcept { return m_own; }
 
-    /// The value, loaded first unless it is fresh. Null: the thread is loading it already, and nothing is
-    /// there yet.
+    /// The value, loaded first unless it is fresh. Null: the thread is loading it already, and nothing is there yet.
     /// @param ask      asks the server: Value ask(); what it raises passes
     /// @param publish  publish(value, former value or null), under the lock, when the answer is about to be
-    /// published:
-    ///                 what it does to the former value happens only if that is replaced. Calls nothing
+    ///                 published: what it does to the former value happens only if that is replaced. Calls nothing
     ///                 foreign
     template <class Ask, class OnPublish>
     Value Load(const Time& time, Ask&& ask, OnPublish&& publish)
@@ -215,8 +208,8 @@ public:
         return Load(time, std::forward<Ask>(ask), [](const T&, const Value&) {});
     }
 
-    /// Publishes a value that arrived by another way, with the stamp of that. False: something newer is
-    /// there, or the time is over.
+    /// Publishes a value that arrived by another way, with the stamp of that. False: something newer is there, or the
+    /// time is over.
     template <class OnPublish>
     bool Publish(const Time& time, Value value, const XStamp& stamp, OnPublish&& publish)
     {
@@ -232,10 +225,9 @@ public:
         });
     }
 
-    /// Replaces the value by what edit(former) returns, for a change of the server's that this process made
-    /// itself: an answer on its way is older then. What is returned is fresh if the former value was and edit
-    /// leaves isWhole set. The own count is advanced and read in one step: another advance in between would
-    /// be taken for this one.
+    /// Replaces the value by what edit(former) returns, for a change of the server's that this process made itself:
+    /// an answer on its way is older then. What is returned is fresh if the former value was and edit leaves isWhole
+    /// set. The own count is advanced and read in one step: another advance in between would be taken for this one.
     template <class Edit>
     void Change(Edit&& edit)
     {

@@ -8,9 +8,9 @@
 
 namespace
 {
-constexpr const char* LevelNames[] = {
-    "Fill",      "TypeEntry", "TypeMap",      "BrowserIds",  "Inheritance",   "PCInfos", "PCInfosNew",
-    "Relations", "PlanTypes", "ComponentMap", "GlobalSpecs", "PropertyStore", "Leaf"};
+constexpr const char* LevelNames[] = {"Fill",        "TypeEntry",     "TypeMap",   "BrowserIds", "Inheritance",
+                                      "PCInfos",     "PCInfosNew",    "Relations", "PlanTypes",  "ComponentMap",
+                                      "GlobalSpecs", "PropertyStore", "Leaf"};
 static_assert(sizeof(LevelNames) / sizeof(LevelNames[0]) == static_cast<unsigned>(XLockLevel::Leaf) + 1);
 
 struct Held
@@ -19,8 +19,8 @@ struct Held
     const void* lock;
 };
 
-// A plain array: nothing to destroy when a thread ends after the module is gone. It is small, since the
-// loader keeps little room for the thread-local variables of modules that are loaded late.
+// A plain array: nothing to destroy when a thread ends after the module is gone. It is small, since the loader keeps
+// little room for the thread-local variables of modules that are loaded late.
 constexpr unsigned MostHeld = 32; // more than any path of the code takes
 struct HeldByThread
 {
@@ -51,11 +51,10 @@ void XLockOrder::Push(XLockLevel level, const void* lock) noexcept
 {
     for (unsigned i = 0; i < t_held.count; ++i)
     {
-        // Nobody notes the same lock twice: the counted locks and the fill mutexes note only what a thread
-        // takes first, and nothing else may be taken again by the thread that has it.
+        // Nobody notes the same lock twice: the counted locks and the fill mutexes note only what a thread takes
+        // first, and nothing else may be taken again by the thread that has it.
         const Held& held = t_held.held[i];
-        const bool fine =
-            held.level < level || (held.level == level && held.lock != lock && MayNestInItself(level));
+        const bool fine = held.level < level || (held.level == level && held.lock != lock && MayNestInItself(level));
         if (!fine)
         {
             Fail("taking", level, held.level);

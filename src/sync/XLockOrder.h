@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// The order in which locks are taken, from the outside in. Debug builds keep the levels that each thread
-// holds and assert that every lock taken lies further in than all that are held; release builds compile this
-// away.
+// The order in which locks are taken, from the outside in. Debug builds keep the levels that each thread holds and
+// assert that every lock taken lies further in than all that are held; release builds compile this away.
 #ifndef XLOCKORDER_H
 #define XLOCKORDER_H
 
-/// Every lock of the component. Fill mutexes are held across calls to the server and never taken by
-/// notifications. Nothing foreign is called under any lock below that line.
+/// Every lock of the component. Fill mutexes are held across calls to the server and never taken by notifications.
+/// Nothing foreign is called under any lock below that line.
 enum class XLockLevel : unsigned char
 {
     Fill, ///< who asks the server for something, or initialises or terminates; see XFill.h

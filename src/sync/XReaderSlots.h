@@ -7,11 +7,11 @@
 
 #include <atomic>
 
-/// Where threads publish which lock they read without taking it: one table for all locks, a cache line for
-/// each thread, so that threads that read the same object write to no line in common.
+/// Where threads publish which lock they read without taking it: one table for all locks, a cache line for each
+/// thread, so that threads that read the same object write to no line in common.
 ///
-/// Slots are found by the thread's index. Threads whose indices meet share a slot, and so do a thread's own
-/// reads of two locks at once: whoever finds the slot taken tries the neighbour, half the table away.
+/// Slots are found by the thread's index. Threads whose indices meet share a slot, and so do a thread's own reads of
+/// two locks at once: whoever finds the slot taken tries the neighbour, half the table away.
 ///
 /// Entering and looking are sequentially consistent: see XLFCritSectionDelegator for what that is needed for.
 template <class Policy = XSystemSync>
@@ -34,8 +34,8 @@ public:
 
     static void Leave(Slot& slot) noexcept { slot.store(nullptr, std::memory_order_release); }
 
-    /// Waits for all who read by that lock. One look at each slot suffices for a caller that has seen to it
-    /// that nobody who enters from now on stays.
+    /// Waits for all who read by that lock. One look at each slot suffices for a caller that has seen to it that
+    /// nobody who enters from now on stays.
     static void WaitForAll(const void* lock) noexcept
     {
         for (const Line& line : s_lines)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the lock-free read, the clock and the load protocol take from the system. Tests pass a policy of their
-// own, which stops a thread at each step, so that every order of the steps of small cases can be tried.
+// What the lock-free read, the clock and the load protocol take from the system. Tests pass a policy of their own,
+// which stops a thread at each step, so that every order of the steps of small cases can be tried.
 #ifndef XSYNCPOLICY_H
 #define XSYNCPOLICY_H
 
@@ -14,7 +14,7 @@
 struct XSystemSync
 {
     static constexpr unsigned ReaderSlots = 64; ///< of threads that read without a lock
-    static constexpr unsigned Spins = 200; ///< looks at something that another thread changes, before a pause
+    static constexpr unsigned Spins = 200;      ///< looks at something that another thread changes, before a pause
 
     template <class T>
     using Atomic = std::atomic<T>;

@@ -82,8 +82,8 @@ void XArrayReader::LogRefusal(const XLXException& refusal, const XArraySubject& 
         XLXError::WriteErrorToLogBook(
             refusal.Code(), XLXError::SeverityError,
             LXFormatText(OLESTR("transfer array refused at element %s of %s (%s): %s"),
-                         {LXDecimal(static_cast<LONG>(m_at)), LXDecimal(static_cast<LONG>(m_count)),
-                          place.Text(), refusal.Message()}),
+                         {LXDecimal(static_cast<LONG>(m_at)), LXDecimal(static_cast<LONG>(m_count)), place.Text(),
+                          refusal.Message()}),
             refusal.Location());
     });
 }
@@ -116,8 +116,7 @@ XVariantRow XArrayReader::Values(ULONG count)
     {
         return {m_array, elements};
     }
-    return XLXVariantVector(std::make_move_iterator(elements.begin()),
-                            std::make_move_iterator(elements.end()));
+    return XLXVariantVector(std::make_move_iterator(elements.begin()), std::make_move_iterator(elements.end()));
 }
 
 void XArrayReader::RaiseSize(const char* method)
@@ -129,13 +128,11 @@ void XArrayReader::ReadHeader(EMappingAlgorithm algorithm, EWrapperId wrapper, c
 {
     if (FromSafeArray<LONG>(*this) != static_cast<LONG>(algorithm))
     {
-        XLXError::Raise(E_INVALIDARG, OLESTR("wrong mapping algorithm stored in safearray"),
-                        TransferAt(method));
+        XLXError::Raise(E_INVALIDARG, OLESTR("wrong mapping algorithm stored in safearray"), TransferAt(method));
     }
     if (FromSafeArray<LONG>(*this) != static_cast<LONG>(wrapper))
     {
-        XLXError::Raise(E_INVALIDARG, OLESTR("wrong data wrapper id stored in safearray"),
-                        TransferAt(method));
+        XLXError::Raise(E_INVALIDARG, OLESTR("wrong data wrapper id stored in safearray"), TransferAt(method));
     }
     m_algorithm = algorithm;
 }

@@ -2,11 +2,11 @@
 //
 // Reading a transfer array in sequence, element by element.
 //
-// Ownership  A reader owns the array that it is given and moves texts, values and objects out of it; the
-//            elements left become VT_EMPTY. The array ends with the reader, and so does what was not read.
-//            When values stay in place, the array ends with the last row of them.
-// Threading  A reader belongs to one thread. The end of an array may release objects, which is foreign code:
-//            no lock may be held.
+// Ownership  A reader owns the array that it is given and moves texts, values and objects out of it; the elements
+//            left become VT_EMPTY. The array ends with the reader, and so does what was not read. When values stay in
+//            place, the array ends with the last row of them.
+// Threading  A reader belongs to one thread. The end of an array may release objects, which is foreign code: no lock
+//            may be held.
 // Errors     What does not fit the format raises E_INVALIDARG with a fixed text. Counts are compared with the
 //            elements that remain before anything is allocated for them. The logbook says where the array was
 //            refused.
@@ -61,8 +61,8 @@ public:
     XArrayReader(const XArrayReader&) = delete;
     XArrayReader& operator=(const XArrayReader&) = delete;
 
-    /// Runs what reads the array. A refusal is written to the logbook with the place that was read, and goes
-    /// on. Only then the record is asked what it is about.
+    /// Runs what reads the array. A refusal is written to the logbook with the place that was read, and goes on. Only
+    /// then the record is asked what it is about.
     template <class Body, class Describe>
     void Reading(Body&& body, Describe&& describe) const
     {
@@ -113,8 +113,8 @@ public:
         }
     }
 
-    /// To be called when all is read. Elements that were read own nothing any more, so an array of which no
-    /// other ones are left ends without a look at each. (Values that stay in place are owned by their rows.)
+    /// To be called when all is read. Elements that were read own nothing any more, so an array of which no other
+    /// ones are left ends without a look at each. (Values that stay in place are owned by their rows.)
     void Finish() noexcept;
 
     /// Raises "wrong safearray size" unless so many elements remain.

@@ -12,8 +12,7 @@ LONG CountOf(std::size_t size)
 {
     if (size > static_cast<std::size_t>(std::numeric_limits<LONG>::max()))
     {
-        XLXError::Raise(E_INVALIDARG, OLESTR("too many elements for a transfer array"),
-                        TransferAt("ToSafeArray"));
+        XLXError::Raise(E_INVALIDARG, OLESTR("too many elements for a transfer array"), TransferAt("ToSafeArray"));
     }
     return static_cast<LONG>(size);
 }

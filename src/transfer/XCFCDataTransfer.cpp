@@ -7,11 +7,10 @@ namespace
 {
 constexpr ULONG HeaderCount = 2;
 constexpr ULONG AttributeTypeCount = AttributeTypeValueCount + 1;
-constexpr ULONG LeastAttributeCount =
-    AttributeValueCount + 2; // its object and the count of its attribute types
+constexpr ULONG LeastAttributeCount = AttributeValueCount + 2; // its object and the count of its attribute types
 
-// The count of a map's section. Each entry takes elements, so that a count beyond what remains is known to be
-// wrong before the first of them is read.
+// The count of a map's section. Each entry takes elements, so that a count beyond what remains is known to be wrong
+// before the first of them is read.
 ULONG MapCountFromSafeArray(XArrayReader& from, const char* method)
 {
     const ULONG count = FromSafeArray<ULONG>(from);

@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: MIT
 //
-// The transfer format: how type, component and relation data travel from a server to the cache, as one flat
-// array of variants. docs/transfer-format.md has the picture. A server needs only the writers, the cache only
-// the readers.
+// The transfer format: how type, component and relation data travel from a server to the cache, as one flat array of
+// variants. docs/transfer-format.md has the picture. A server needs only the writers, the cache only the readers.
 //
-// Ownership  Every function takes over what it is given: a reader moves values and objects out of its array
-// and
-//            ends it, a writer moves them out of its records. Results are the caller's.
-// Threading  Nothing is shared, so every function may run on any thread. Ends of arrays and records release
-//            objects, which is foreign code: no lock may be held.
-// Errors     A null array raises E_POINTER, everything that does not fit the format E_INVALIDARG with a fixed
-//            text, as an XLXException. There is no partial result. The logbook says where in the array.
+// Ownership  Every function takes over what it is given: a reader moves values and objects out of its array and ends
+//            it, a writer moves them out of its records. Results are the caller's.
+// Threading  Nothing is shared, so every function may run on any thread. Ends of arrays and records release objects,
+//            which is foreign code: no lock may be held.
+// Errors     A null array raises E_POINTER, everything that does not fit the format E_INVALIDARG with a fixed text,
+//            as an XLXException. There is no partial result. The logbook says where in the array.
 #ifndef XCFCDATATRANSFER_H
 #define XCFCDATATRANSFER_H
 
@@ -42,8 +40,8 @@ std::vector<XILXConfigData> GetSingleTypedVecFromArray(XLXSafeArray array,
                                                        const XArrayOrigin& origin = {"records", {}});
 XLXSafeArray GetArrayFromSingleTypedVec(std::vector<XILXConfigData> records);
 
-/// Reads an attribute list: record after record, each with 60 values, up to the end of the array. No elements
-/// at all are a list of no attributes.
+/// Reads an attribute list: record after record, each with 60 values, up to the end of the array. No elements at all
+/// are a list of no attributes.
 /// @param type  whose attributes they are, for the logbook
 std::vector<XILXAttributeData> ReadAttributeList(XLXSafeArray array, XLXTextView type = {});
 /// Raises E_INVALIDARG for a record without exactly 60 values, or an attribute type of it without exactly 7.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What transfer arrays carry: plain records, each owning its objects, values and sub-arrays. They can be
-// moved, not copied.
+// What transfer arrays carry: plain records, each owning its objects, values and sub-arrays. They can be moved, not
+// copied.
 #ifndef XTRANSFERRECORDS_H
 #define XTRANSFERRECORDS_H
 
@@ -44,8 +44,7 @@ struct XILXConfigData
     XVariantRow values;
 };
 
-/// A type's components, each an unparsed record list. Null: not delivered; an array of no elements:
-/// delivered, empty.
+/// A type's components, each an unparsed record list. Null: not delivered; an array of no elements: delivered, empty.
 struct XILXTypeComp
 {
     XLXSafeArray pages;

@@ -77,9 +77,9 @@ struct XStampedRecords
 class XLXFillCacheDef
 {
 public:
-    /// Parse one component's records and add them to the fresh map, which has the base type's. A component
-    /// that the type had already under the same key is refreshed in place and taken from the current map. An
-    /// attribute that the base type has too is left out.
+    /// Parse one component's records and add them to the fresh map, which has the base type's. A component that the
+    /// type had already under the same key is refreshed in place and taken from the current map. An attribute that
+    /// the base type has too is left out.
     virtual void FillAttributeMapFromSafeArray(XDeliveredRecords records, const XAttributeMap& current,
                                                XAttributeMap& fresh, XRetired& retired) = 0;
     virtual void FillEditorMap(XDeliveredRecords records, const XEditorMap& current, XEditorMap& fresh,
@@ -89,8 +89,8 @@ public:
     virtual void FillGroupMap(XDeliveredRecords records, const XGroupMap& current, XGroupMap& fresh,
                               XRetired& retired) = 0;
     /// Fetches components of one kind from the server, and returns them: whoever asks gets the answer to that
-    /// question, whatever arrives by other ways. Those that the data transfer mode brings and that are not
-    /// there come with them, and are delivered to their maps.
+    /// question, whatever arrives by other ways. Those that the data transfer mode brings and that are not there come
+    /// with them, and are delivered to their maps.
     virtual XStampedRecords FetchTypeCacheComponents(LONG mode) = 0;
 
     /// Of whoever fetches or completes components of the type.

@@ -34,8 +34,7 @@ void XMapInheritedComp<Map>::Deliver(XDeliveredRecords records, const XStamp& st
 {
     {
         const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        if (!stamp.IsNone() && !stamp.IsOlderThan(m_state.delivered.stamp) &&
-            !stamp.IsOlderThan(m_state.stamp))
+        if (!stamp.IsNone() && !stamp.IsOlderThan(m_state.delivered.stamp) && !stamp.IsOlderThan(m_state.stamp))
         {
             std::swap(m_state.delivered.records, records);
             m_state.delivered.stamp = stamp;
@@ -82,9 +81,8 @@ bool XMapInheritedComp<Map>::IsCurrent(std::uint64_t baseContent, std::uint64_t&
     return m_state.stamp == now && m_state.delivered.stamp.IsNone() && m_state.baseContent == baseContent;
 }
 
-// From the top of the chain downwards, so that a base is found current before what was merged from it is
-// compared. What was found is remembered for as long as nothing changes, in a chain whose types share a
-// clock.
+// From the top of the chain downwards, so that a base is found current before what was merged from it is compared.
+// What was found is remembered for as long as nothing changes, in a chain whose types share a clock.
 template <class Map>
 bool XMapInheritedComp<Map>::IsComplete() const
 {
@@ -120,10 +118,9 @@ bool XMapInheritedComp<Map>::IsComplete() const
     return true;
 }
 
-// One base after the other, not one inside the other: a chain of any length needs no more of the stack, and
-// no thread waits for a type's fetch mutex while it holds another one. What a notification overtakes on the
-// way is merged as it is, and found stale by the next query. A chain that is linked anew meanwhile is gone
-// through again.
+// One base after the other, not one inside the other: a chain of any length needs no more of the stack, and no thread
+// waits for a type's fetch mutex while it holds another one. What a notification overtakes on the way is merged as it
+// is, and found stale by the next query. A chain that is linked anew meanwhile is gone through again.
 template <class Map>
 HRESULT XMapInheritedComp<Map>::EnsureComplete()
 {
@@ -184,8 +181,7 @@ std::optional<HRESULT> XMapInheritedComp<Map>::Complete(const XMapInheritedComp*
     const bool isDelivered = static_cast<bool>(from.records.array);
     if (isDelivered)
     {
-        (m_owner.*Traits::Fill)({std::move(from.records.array), from.records.moment}, Snapshot(), fresh,
-                                retired);
+        (m_owner.*Traits::Fill)({std::move(from.records.array), from.records.moment}, Snapshot(), fresh, retired);
         fresh.Settle();
     }
     // With the fetch mutex held: whoever completes the map with a newer base comes later.
@@ -209,9 +205,9 @@ bool XMapInheritedComp<Map>::AreValuesFresh(const XMoment& moment) const noexcep
     return fresh;
 }
 
-// Records that a notification made stale while they waited are fetched again: one call instead of one for
-// each component. Records that it makes stale while they are being fetched are taken all the same, since
-// somebody waits for them; their stamps say what is stale.
+// Records that a notification made stale while they waited are fetched again: one call instead of one for each
+// component. Records that it makes stale while they are being fetched are taken all the same, since somebody waits
+// for them; their stamps say what is stale.
 template <class Map>
 XStampedRecords XMapInheritedComp<Map>::TakeRecords()
 {
@@ -255,8 +251,8 @@ void XMapInheritedComp<Map>::Publish(Map fresh, const void* base, std::uint64_t 
     g_componentEpoch.fetch_add(1);
 }
 
-/// The type passes a notification that comes straight to it on to the components in the map. Those that enter
-/// it after one that came while they were on their way would miss it.
+/// The type passes a notification that comes straight to it on to the components in the map. Those that enter it
+/// after one that came while they were on their way would miss it.
 template <class Map>
 void XMapInheritedComp<Map>::AttachAll(const Map& fresh, const XMoment& moment) const
 {
@@ -270,9 +266,9 @@ void XMapInheritedComp<Map>::AttachAll(const Map& fresh, const XMoment& moment) 
     }
 }
 
-/// Detaches the type's own components that leave the map. One that takes the place of a component which was
-/// notified itself while the records were on their way would miss that; the former one is detached before it
-/// is looked at, so that it was notified either before, or advances the clock.
+/// Detaches the type's own components that leave the map. One that takes the place of a component which was notified
+/// itself while the records were on their way would miss that; the former one is detached before it is looked at, so
+/// that it was notified either before, or advances the clock.
 template <class Map>
 void XMapInheritedComp<Map>::DetachReplaced(const Map& fresh, const XMoment& moment) const
 {
@@ -294,8 +290,7 @@ void XMapInheritedComp<Map>::DetachReplaced(const Map& fresh, const XMoment& mom
 
 // The receivers only advance counts, so they may be called under the lock.
 template <class Map>
-void XMapInheritedComp<Map>::NotifyDirectly(const XDirectNotification& notification,
-                                            XAspectSet& touched) const
+void XMapInheritedComp<Map>::NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const
 {
     Read([&](const Map& components) {
         for (const auto& [key, component] : components)

@@ -2,15 +2,14 @@
 //
 // One kind of a type's components: its pages, groups, attributes or editors.
 //
-// The server's records are delivered, wait until somebody asks, and are parsed and merged with the base
-// type's map then. The map, the number of its content, the number of the base's content that was merged,
-// their stamp and the records that wait are published together, under one lock. The map is current while its
-// stamp is what would be noted now, and the base's map is current with the content that was merged.
+// The server's records are delivered, wait until somebody asks, and are parsed and merged with the base type's map
+// then. The map, the number of its content, the number of the base's content that was merged, their stamp and the
+// records that wait are published together, under one lock. The map is current while its stamp is what would be noted
+// now, and the base's map is current with the content that was merged.
 //
-// Locks  Completion goes down the chain of bases from its top and takes the fetch mutex of one type after the
-// other,
-//        however long the chain is. The server is asked, and records are parsed, with no lock held. The map's
-//        own lock is held briefly and nothing foreign is called under it.
+// Locks      Completion goes down the chain of bases from its top and takes the fetch mutex of one type after the
+//            other, however long the chain is. The server is asked, and records are parsed, with no lock held. The
+//            map's own lock is held briefly and nothing foreign is called under it.
 #ifndef XMAPINHERITEDCOMP_H
 #define XMAPINHERITEDCOMP_H
 
@@ -23,8 +22,8 @@ namespace XLXTypeCacheComp
 template <class Map>
 struct XInheritedCacheFillUpTraits;
 
-/// Raised after every change but that of a clock that may make any map no longer current: so that a map which
-/// was found current need not walk its chain of bases again until something changed somewhere.
+/// Raised after every change but that of a clock that may make any map no longer current: so that a map which was
+/// found current need not walk its chain of bases again until something changed somewhere.
 inline std::atomic<std::uint64_t> g_componentEpoch{1};
 
 template <class Map>
@@ -46,15 +45,14 @@ public:
         return LXStampFrom(moment, Traits::Set, m_own, m_owner.DirectOfType());
     }
 
-    /// Takes the server's records of this kind, or none, for parsing on first use, unless newer ones are
-    /// there.
+    /// Takes the server's records of this kind, or none, for parsing on first use, unless newer ones are there.
     void Deliver(XDeliveredRecords records, const XStamp& stamp, XRetired& retired);
 
     /// Whether the server need not be asked: it has delivered, or the map holds what it has.
     bool HasData() const;
 
-    /// Brings the map up to date. S_FALSE: it is empty, and nothing was delivered. Raises failures; the next
-    /// query asks again then.
+    /// Brings the map up to date. S_FALSE: it is empty, and nothing was delivered. Raises failures; the next query
+    /// asks again then.
     HRESULT EnsureComplete();
 
     /// Makes the map stale. Waits for nobody.
@@ -147,8 +145,7 @@ struct XInheritedCacheFillUpTraits<XAttributeMap>
 {
     static constexpr LONG ModeBit = LXTM_ATTRIBUTES;
     static constexpr XAspect Set = XAspect::TypeAttributes;
-    static constexpr XAspectSet Values{XAspect::AttributeValues, XAspect::AttributeTypes,
-                                       XAspect::AttributeTypeValues};
+    static constexpr XAspectSet Values{XAspect::AttributeValues, XAspect::AttributeTypes, XAspect::AttributeTypeValues};
     static constexpr auto Fill = &XLXFillCacheDef::FillAttributeMapFromSafeArray;
     static XMapInheritedComp<XAttributeMap>& Of(XLXTypeCache& type);
 };

@@ -39,8 +39,8 @@ XLXTypeCache::~XLXTypeCache()
     ReleaseBase();
 }
 
-// A type may hold the last reference to its base, and that to its own base, and so on. They go one after the
-// other, not one inside the other: a dying type leaves its base to the thread's first one, if there is one.
+// A type may hold the last reference to its base, and that to its own base, and so on. They go one after the other,
+// not one inside the other: a dying type leaves its base to the thread's first one, if there is one.
 void XLXTypeCache::ReleaseBase() noexcept
 {
     thread_local XLXComPtr<XLXTypeCache>* t_left = nullptr;
@@ -85,9 +85,8 @@ void* XLXTypeCache::FindFace(REFIID iid) noexcept
 XLXComPtr<XLXTypeCache> XLXTypeCache::FromFace(ILXTypeCache* face)
 {
     XLXComPtr<ILXTypeCache> own = XLXComPtr<ILXTypeCache>(face).As<ILXTypeCache>();
-    return own && LiveTypes().Contains(own.Get())
-               ? XLXComPtr<XLXTypeCache>(static_cast<XLXTypeCache*>(own.Get()))
-               : nullptr;
+    return own && LiveTypes().Contains(own.Get()) ? XLXComPtr<XLXTypeCache>(static_cast<XLXTypeCache*>(own.Get()))
+                                                  : nullptr;
 }
 
 HRESULT XLXTypeCache::SetBaseType(ILXTypeCache* pBaseType)
@@ -213,8 +212,7 @@ bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values
         DeliverComponents(std::move(components), mode, moment, retired);
         return true;
     }
-    for (XLXSafeArray* array :
-         {&components.attributes, &components.pages, &components.groups, &components.editors})
+    for (XLXSafeArray* array : {&components.attributes, &components.pages, &components.groups, &components.editors})
     {
         retired.Take(std::move(*array));
     }

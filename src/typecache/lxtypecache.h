@@ -2,16 +2,14 @@
 //
 // XLXTypeCache: the cached ILXType.
 //
-// It answers queries for pages, groups, attributes and editors from four component maps, which are completed
-// on the first query of each kind, with one bulk call to the server where nothing was delivered before.
-// Everything that would change the configuration is refused.
+// It answers queries for pages, groups, attributes and editors from four component maps, which are completed on the
+// first query of each kind, with one bulk call to the server where nothing was delivered before. Everything that
+// would change the configuration is refused.
 //
-// Ownership  A type holds its server type, its components and its base type; nothing of it holds the type
-// itself
+// Ownership  A type holds its server type, its components and its base type; nothing of it holds the type itself
 //            (groups link to it weakly).
-// Threading  Any thread may call. One fetch mutex per type stands before its component maps; it is held
-// across calls to
-//            the server and never taken by notifications. Locks: see XMapInheritedComp.h.
+// Threading  Any thread may call. One fetch mutex per type stands before its component maps; it is held across calls
+//            to the server and never taken by notifications. Locks: see XMapInheritedComp.h.
 #ifndef LXTYPECACHE_H
 #define LXTYPECACHE_H
 
@@ -36,10 +34,10 @@ private:
     std::atomic<LONG> m_mode{LXTM_UNSET};
 };
 
-class XLXTypeCache final : public XLXConfigObjectCache<XLXTypeCache, XCachedFacts::Type, ILXType,
-                                                       ILXTypeCache, ILXTypeInheritance>,
-                           public XGroupOwner,
-                           private XLXTypeCacheComp::XLXFillCacheDef
+class XLXTypeCache final
+    : public XLXConfigObjectCache<XLXTypeCache, XCachedFacts::Type, ILXType, ILXTypeCache, ILXTypeInheritance>,
+      public XGroupOwner,
+      private XLXTypeCacheComp::XLXFillCacheDef
 {
 public:
     XLXTypeCache(XLXComPtr<IUnknown> server, XClockPtr clock);
@@ -61,10 +59,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber,
                                                            ILXAttributeEnum** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE AddAttribute(ILXAttribute** ppAttribute) override
-    {
-        return LXNotOffered(ppAttribute);
-    }
+    HRESULT STDMETHODCALLTYPE AddAttribute(ILXAttribute** ppAttribute) override { return LXNotOffered(ppAttribute); }
     HRESULT STDMETHODCALLTYPE RemoveAttribute(ILXAttribute*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetAttributeEnum(ILXAttributeEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum** ppEnum) override;
@@ -122,23 +117,19 @@ public:
     /// Says the type's name, for the logbook; called before the type is handed out.
     void SetName(XLXText name) noexcept { m_name = std::move(name); }
     /// Keeps the two flags of the type's record: it is listed by the type enumerations, and it is searchable.
-    void SetFlags(bool listed, bool searchable) noexcept
-    {
-        m_flags.store((listed ? 1 : 0) | (searchable ? 2 : 0));
-    }
+    void SetFlags(bool listed, bool searchable) noexcept { m_flags.store((listed ? 1 : 0) | (searchable ? 2 : 0)); }
     bool IsListed() const noexcept { return (m_flags.load() & 1) != 0; }
     bool IsSearchable() const noexcept { return (m_flags.load() & 2) != 0; }
 
-    /// Takes the record of a bulk answer: server object, values and components replace those that are there.
-    /// An answer that is older than the last one changes nothing.
+    /// Takes the record of a bulk answer: server object, values and components replace those that are there. An
+    /// answer that is older than the last one changes nothing.
     /// @param components  with the data transfer mode that they were asked for with; mode 0: none were
     /// @return false: the answer is older
-    bool TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values,
-                        XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
-                        const std::shared_ptr<const XMoment>& moment, XRetired& retired);
+    bool TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values, XLXCFCDataTransfer::XILXTypeComp components,
+                        LONG mode, const std::shared_ptr<const XMoment>& moment, XRetired& retired);
 
-    /// Links the type to its base; null clears the link. False: the link would close a cycle, and was not
-    /// made. Calls nothing foreign.
+    /// Links the type to its base; null clears the link. False: the link would close a cycle, and was not made. Calls
+    /// nothing foreign.
     [[nodiscard]] bool LinkBase(XLXTypeCache* base, XRetired& retired);
     XLXComPtr<XLXTypeCache> BaseType() const noexcept override;
 
@@ -150,14 +141,8 @@ public:
 
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XPageMap>& Pages() noexcept { return m_pages; }
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XGroupMap>& Groups() noexcept { return m_groups; }
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XAttributeMap>& Attributes() noexcept
-    {
-        return m_attributes;
-    }
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XEditorMap>& Editors() noexcept
-    {
-        return m_editors;
-    }
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XAttributeMap>& Attributes() noexcept { return m_attributes; }
+    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XEditorMap>& Editors() noexcept { return m_editors; }
 
     XLXTypeCacheComp::XStampedRecords FetchTypeCacheComponents(LONG mode) override;
 
@@ -180,9 +165,8 @@ private:
     void FillAttributeMapFromSafeArray(XLXTypeCacheComp::XDeliveredRecords records,
                                        const XLXTypeCacheComp::XAttributeMap& current,
                                        XLXTypeCacheComp::XAttributeMap& fresh, XRetired& retired) override;
-    void FillEditorMap(XLXTypeCacheComp::XDeliveredRecords records,
-                       const XLXTypeCacheComp::XEditorMap& current, XLXTypeCacheComp::XEditorMap& fresh,
-                       XRetired& retired) override;
+    void FillEditorMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XEditorMap& current,
+                       XLXTypeCacheComp::XEditorMap& fresh, XRetired& retired) override;
     void FillPageMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XPageMap& current,
                      XLXTypeCacheComp::XPageMap& fresh, XRetired& retired) override;
     void FillGroupMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XGroupMap& current,
@@ -193,12 +177,12 @@ private:
     const XDirectNumber& DirectOfType() const noexcept override { return Direct(); }
 
     template <class Map>
-    typename Map::mapped_type Refresh(const Map& current, const typename Map::key_type& key,
-                                      XLXComPtr<IUnknown> server, XServerSourcePtr source, XVariantRow values,
-                                      const XMoment& moment, XRetired& retired);
+    typename Map::mapped_type Refresh(const Map& current, const typename Map::key_type& key, XLXComPtr<IUnknown> server,
+                                      XServerSourcePtr source, XVariantRow values, const XMoment& moment,
+                                      XRetired& retired);
     template <class Map, class KeyOf, class SourceOf>
-    void FillRecordMap(const char* section, XLXTypeCacheComp::XDeliveredRecords records, const Map& current,
-                       Map& fresh, XRetired& retired, KeyOf&& keyOf, SourceOf&& sourceOf);
+    void FillRecordMap(const char* section, XLXTypeCacheComp::XDeliveredRecords records, const Map& current, Map& fresh,
+                       XRetired& retired, KeyOf&& keyOf, SourceOf&& sourceOf);
     XServerSourcePtr GetServerAttributeInterface(XLXTextView name) const;
     XServerSourcePtr GetServerGroupInterface(LONG number) const;
     XServerSourcePtr GetServerPageInterface(LONG number) const;
@@ -206,15 +190,13 @@ private:
 
     // Queries
     template <class Interface, class Map, class Key>
-    HRESULT LookUp(const char* method, XLXTypeCacheComp::XMapInheritedComp<Map>& map, const Key& key,
-                   Interface** out);
+    HRESULT LookUp(const char* method, XLXTypeCacheComp::XMapInheritedComp<Map>& map, const Key& key, Interface** out);
     template <class Interface, class IEnum, class Map>
     HRESULT EnumerateAll(const char* method, XLXTypeCacheComp::XMapInheritedComp<Map>& map, IEnum** out);
     HRESULT GroupsWhere(const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum);
     HRESULT InternalGetDisplayGroupAttributeEnum(const char* method, LONG lMask, LONG iGroupNumber,
                                                  ILXAttributeEnum** ppEnum);
-    HRESULT InternalGetEditor(const char* method, bool newEditor, BSTR bstrBrowserId,
-                              ILXConfObjEditor** ppEditor);
+    HRESULT InternalGetEditor(const char* method, bool newEditor, BSTR bstrBrowserId, ILXConfObjEditor** ppEditor);
     bool TakeWhereFactsAreKnown(LONG mask, LONG group, std::vector<XLXComPtr<ILXAttribute>>& taken);
 
     XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XAttributeMap> m_attributes;

@@ -31,8 +31,8 @@ std::optional<XCFGStringKey> NameAt(const XVariantRow& values, int member)
     return value != nullptr ? XCFGStringKey::Of(*value) : std::nullopt;
 }
 
-/// Asks for the memory that the records will be looked at in. Most of it was written long ago: asked for at
-/// once, it is waited for once.
+/// Asks for the memory that the records will be looked at in. Most of it was written long ago: asked for at once, it
+/// is waited for once.
 void Prefetch(const std::vector<XILXAttributeData>& records) noexcept
 {
     for (const XILXAttributeData& record : records)
@@ -45,19 +45,17 @@ void Prefetch(const std::vector<XILXAttributeData>& records) noexcept
     }
 }
 
-/// The type's own component under a key, when the current map has one: it is refreshed in place, so that
-/// whoever holds it goes on being notified.
+/// The type's own component under a key, when the current map has one: it is refreshed in place, so that whoever
+/// holds it goes on being notified.
 template <class Map>
-typename Map::mapped_type OwnComponent(const Map& current, const typename Map::key_type& key,
-                                       const XLXTypeCache* type)
+typename Map::mapped_type OwnComponent(const Map& current, const typename Map::key_type& key, const XLXTypeCache* type)
 {
     const auto found = current.find(key);
     return found != current.end() && found->second->IsOwn(type) ? found->second : typename Map::mapped_type();
 }
 
-/// Asks the server's type for a component whose record came without an object. A type that is gone, or that
-/// does not have the component either, leaves it without one: its values are there, and what needs the server
-/// fails.
+/// Asks the server's type for a component whose record came without an object. A type that is gone, or that does not
+/// have the component either, leaves it without one: its values are there, and what needs the server fails.
 template <class Component, class Call>
 class ComponentSource final : public XServerSource
 {
@@ -78,8 +76,7 @@ public:
         const std::string method = std::string("ILXType::") + m_method;
         const HRESULT result = LXAsk(method.c_str(), component, LXNoResult::Nothing, {}, at,
                                      [&](Component** out) { return m_call(*server, out); });
-        XLXError::RaiseIfFailed(result, OLESTR("the server failed to give the object of a type's component"),
-                                at);
+        XLXError::RaiseIfFailed(result, OLESTR("the server failed to give the object of a type's component"), at);
         return result == S_OK ? XLXComPtr<IUnknown>(component) : nullptr;
     }
 
@@ -109,8 +106,8 @@ XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode)
     const auto server = Server();
     XLXSafeArray array;
     const HRESULT result =
-        LXAsk("ILXType::GetTypeComponentData", array, LXNoResult::PointerError, OLESTR("type component data"),
-              at, [&](SAFEARRAY** out) { return server->GetTypeComponentData(wanted, out); });
+        LXAsk("ILXType::GetTypeComponentData", array, LXNoResult::PointerError, OLESTR("type component data"), at,
+              [&](SAFEARRAY** out) { return server->GetTypeComponentData(wanted, out); });
     XLXError::RaiseIfFailed(result, OLESTR("the server failed to deliver the type's components"), at);
     XILXTypeComp components;
     if (result != S_FALSE)
@@ -143,8 +140,7 @@ LONG XLXTypeCache::ModeToFetch(LONG requested) const
     const LONG mode = (byDefault == LXTM_UNSET ? 0 : byDefault) | requested;
     if (mode == 0 || mode == LXTM_UNSET)
     {
-        XLXError::Raise(E_INVALIDARG,
-                        LXFormatText(OLESTR("invalid data transfer mode: %d"), {LXDecimal(requested)}),
+        XLXError::Raise(E_INVALIDARG, LXFormatText(OLESTR("invalid data transfer mode: %d"), {LXDecimal(requested)}),
                         TheFacts.At("FetchTypeCacheComponents"));
     }
     LONG there = 0;
@@ -156,8 +152,8 @@ LONG XLXTypeCache::ModeToFetch(LONG requested) const
     return (mode & ~there) | requested;
 }
 
-void XLXTypeCache::DeliverComponents(XILXTypeComp components, LONG mode,
-                                     const std::shared_ptr<const XMoment>& moment, XRetired& retired)
+void XLXTypeCache::DeliverComponents(XILXTypeComp components, LONG mode, const std::shared_ptr<const XMoment>& moment,
+                                     XRetired& retired)
 {
     const auto deliver = [&](auto& map, XLXSafeArray& records, LONG bit) {
         if ((mode & bit) != 0 || records)
@@ -174,15 +170,14 @@ void XLXTypeCache::DeliverComponents(XILXTypeComp components, LONG mode,
 /// The type's own component under a key, refreshed in place, or a new one.
 template <class Map>
 typename Map::mapped_type XLXTypeCache::Refresh(const Map& current, const typename Map::key_type& key,
-                                                XLXComPtr<IUnknown> server, XServerSourcePtr source,
-                                                XVariantRow values, const XMoment& moment, XRetired& retired)
+                                                XLXComPtr<IUnknown> server, XServerSourcePtr source, XVariantRow values,
+                                                const XMoment& moment, XRetired& retired)
 {
     using Component = std::remove_reference_t<decltype(*std::declval<typename Map::mapped_type>())>;
     using Cached = typename Component::CachedClass;
     if (auto component = OwnComponent(current, key, this))
     {
-        component->Object()->TakeRecord(std::move(server), std::move(values), moment, retired,
-                                        std::move(source));
+        component->Object()->TakeRecord(std::move(server), std::move(values), moment, retired, std::move(source));
         return component;
     }
     const auto made = LXCFCTOOLS::Make<Cached>(std::move(server), Clock(), TheFacts.At("Refresh"));
@@ -199,8 +194,8 @@ typename Map::mapped_type XLXTypeCache::Refresh(const Map& current, const typena
 }
 
 template <class Map, class KeyOf, class SourceOf>
-void XLXTypeCache::FillRecordMap(const char* section, XDeliveredRecords records, const Map& current,
-                                 Map& fresh, XRetired& retired, KeyOf&& keyOf, SourceOf&& sourceOf)
+void XLXTypeCache::FillRecordMap(const char* section, XDeliveredRecords records, const Map& current, Map& fresh,
+                                 XRetired& retired, KeyOf&& keyOf, SourceOf&& sourceOf)
 {
     for (XILXConfigData& record : GetSingleTypedVecFromArray(std::move(records.array), {section, m_name}))
     {
@@ -210,13 +205,12 @@ void XLXTypeCache::FillRecordMap(const char* section, XDeliveredRecords records,
             continue; // without its key a component cannot be found
         }
         XServerSourcePtr source = record.object ? nullptr : sourceOf(*key);
-        fresh.Add(*key, Refresh(current, *key, std::move(record.object), std::move(source),
-                                std::move(record.values), *records.moment, retired));
+        fresh.Add(*key, Refresh(current, *key, std::move(record.object), std::move(source), std::move(record.values),
+                                *records.moment, retired));
     }
 }
 
-void XLXTypeCache::FillPageMap(XDeliveredRecords records, const XPageMap& current, XPageMap& fresh,
-                               XRetired& retired)
+void XLXTypeCache::FillPageMap(XDeliveredRecords records, const XPageMap& current, XPageMap& fresh, XRetired& retired)
 {
     FillRecordMap(
         "pages", std::move(records), current, fresh, retired,
@@ -255,8 +249,8 @@ void XLXTypeCache::FillAttributeMapFromSafeArray(XDeliveredRecords records, cons
             continue;
         }
         XServerSourcePtr source = record.object ? nullptr : GetServerAttributeInterface(key->Text());
-        auto component = Refresh(current, *key, std::move(record.object), std::move(source),
-                                 std::move(record.values), *records.moment, retired);
+        auto component = Refresh(current, *key, std::move(record.object), std::move(source), std::move(record.values),
+                                 *records.moment, retired);
         component->Object()->AssignAttributeTypes(std::move(record.types), *records.moment, retired);
         fresh.Add(*key, std::move(component));
     }
@@ -264,17 +258,15 @@ void XLXTypeCache::FillAttributeMapFromSafeArray(XDeliveredRecords records, cons
 
 XServerSourcePtr XLXTypeCache::GetServerAttributeInterface(XLXTextView name) const
 {
-    return MakeSource<ILXAttribute>("GetAttribute", m_selfLink,
-                                    [text = XLXComBSTR(name)](ILXType& type, ILXAttribute** out) {
-                                        return type.GetAttribute(text.Get(), out);
-                                    });
+    return MakeSource<ILXAttribute>(
+        "GetAttribute", m_selfLink,
+        [text = XLXComBSTR(name)](ILXType& type, ILXAttribute** out) { return type.GetAttribute(text.Get(), out); });
 }
 
 XServerSourcePtr XLXTypeCache::GetServerGroupInterface(LONG number) const
 {
-    return MakeSource<ILXGroup>("GetGroup", m_selfLink, [number](ILXType& type, ILXGroup** out) {
-        return type.GetGroup(number, out);
-    });
+    return MakeSource<ILXGroup>("GetGroup", m_selfLink,
+                                [number](ILXType& type, ILXGroup** out) { return type.GetGroup(number, out); });
 }
 
 XServerSourcePtr XLXTypeCache::GetServerPageInterface(LONG number) const

@@ -144,9 +144,8 @@ HRESULT XLXTypeCache::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** p
         LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetPageToplevelGroupEnum"));
         const auto server = Server();
         return LXPassOn("ILXType::GetPageToplevelGroupEnum", ppEnum, LXNoResult::PointerError,
-                        TheFacts.At("GetPageToplevelGroupEnum"), [&](ILXGroupEnum** out) {
-                            return server->GetPageToplevelGroupEnum(iPageNumber, out);
-                        });
+                        TheFacts.At("GetPageToplevelGroupEnum"),
+                        [&](ILXGroupEnum** out) { return server->GetPageToplevelGroupEnum(iPageNumber, out); });
     });
 }
 

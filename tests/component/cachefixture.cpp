@@ -97,8 +97,7 @@ CacheTest::~CacheTest()
     EXPECT_TRUE(Calls().Problems().empty());
 }
 
-std::vector<XLXComVariant> CacheTest::Arguments(LONG transferMode, bool noNotifications,
-                                                bool separateCallback)
+std::vector<XLXComVariant> CacheTest::Arguments(LONG transferMode, bool noNotifications, bool separateCallback)
 {
     std::vector<XLXComVariant> values;
     values.push_back(XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()));
@@ -116,8 +115,7 @@ HRESULT CacheTest::Initialize(std::vector<XLXComVariant> values)
     {
         m_cache = LXMakeCache();
     }
-    return Client()->Initialize(static_cast<ULONG>(values.size()),
-                                values.empty() ? nullptr : &values.front().Get());
+    return Client()->Initialize(static_cast<ULONG>(values.size()), values.empty() ? nullptr : &values.front().Get());
 }
 
 HRESULT CacheTest::Start(LONG transferMode, bool noNotifications, bool separateCallback)

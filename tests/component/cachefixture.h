@@ -47,15 +47,13 @@ std::vector<std::string> LXReadAll(const XLXComPtr<Enumerator>& elements, int me
     return texts;
 }
 
-/// The model of these tests:
-///   Item (Name g1, Weight g2; pages 1, 2; groups 1 on page 1, 2 on page 1 in group 1, 3 on page 2)
-///     Equipment (Power g2, Name again, other label)
-///       Pump (Head g3, formats 1 and 2; editors "E.Pump", "E.PumpNew")
-///   Document (no base, Title)
+/// The model of these tests: Item (Name g1, Weight g2; pages 1, 2; groups 1 on page 1, 2 on page 1 in group 1, 3 on
+/// page 2) Equipment (Power g2, Name again, other label) Pump (Head g3, formats 1 and 2; editors "E.Pump",
+/// "E.PumpNew") Document (no base, Title)
 XServerModel LXTestModel();
 
-/// With LX_DISCARD set, every call to the server also delivers a notification that invalidates everything,
-/// before it returns: "same" on the calling thread, "other" on another one that it waits for.
+/// With LX_DISCARD set, every call to the server also delivers a notification that invalidates everything, before it
+/// returns: "same" on the calling thread, "other" on another one that it waits for.
 class CacheTest : public testing::Test
 {
 protected:
@@ -76,8 +74,7 @@ protected:
     XLXComPtr<IDPFObject> Client() { return m_cache.As<IDPFObject>(); }
     XLXComPtr<ILXConfigFactory> Factory() { return m_cache.As<ILXConfigFactory>(); }
 
-    /// Expects that a piece of work makes that many calls to the server; any number while everything is
-    /// discarded.
+    /// Expects that a piece of work makes that many calls to the server; any number while everything is discarded.
     void ExpectCalls(unsigned long long expected, const std::function<void()>& work);
 
     std::shared_ptr<XSampleServer> m_server;

@@ -144,8 +144,7 @@ bool XClientLife::Start()
     values.push_back(XLXComVariant::FromBool(false));
     values.push_back(XLXComVariant::FromI4(1));
     const auto client = m_cache.As<IDPFObject>();
-    Step("Initialize",
-         [&] { return client->Initialize(static_cast<ULONG>(values.size()), &values.front().Get()); });
+    Step("Initialize", [&] { return client->Initialize(static_cast<ULONG>(values.size()), &values.front().Get()); });
     return SUCCEEDED(m_steps["Initialize"].result);
 }
 
@@ -156,16 +155,14 @@ void XClientLife::AskForTypes()
     All<ILXType, ILXTypeEnum>("GetSearchableTypeEnum", XProperty::TypeName,
                               [&](auto out) { return m_factory->GetSearchableTypeEnum(out); });
     const auto unknown = B("Unknown");
-    One<ILXType>("GetType(Unknown)", 0,
-                 [&](auto out) { return m_factory->GetType(unknown.Get(), nullptr, out); });
+    One<ILXType>("GetType(Unknown)", 0, [&](auto out) { return m_factory->GetType(unknown.Get(), nullptr, out); });
     BSTR names[] = {unknown.Get()};
     Step("LoadTypesByTypeNames", [&] { return m_cache->LoadTypesByTypeNames(1, names, 1); });
     for (const char* name : {"Equipment", "Pump"})
     {
         const auto object = m_server.DataObject(name);
-        const auto type =
-            One<ILXType>(std::string("GetCachedType(") + name + ")", XProperty::TypeName,
-                         [&](auto out) { return m_cache->GetCachedType(object.Get(), nullptr, out); });
+        const auto type = One<ILXType>(std::string("GetCachedType(") + name + ")", XProperty::TypeName,
+                                       [&](auto out) { return m_cache->GetCachedType(object.Get(), nullptr, out); });
         if (type)
         {
             AskType(std::string(name) + ".", type.Get());
@@ -218,8 +215,8 @@ void XClientLife::AskGroups(const std::string& prefix, ILXType* type)
     XLXComPtr<ILXGroupEnum> serverGroups; // what the server enumerates is its own
     Step(prefix + "GetToplevelGroupEnum", [&] { return type->GetToplevelGroupEnum(serverGroups.Put()); });
     all("GetPageGroupEnum", [&](auto out) { return type->GetPageGroupEnum(1, out); });
-    const auto group = One<ILXGroup>(prefix + "GetGroup", XProperty::GroupNumber,
-                                     [&](auto out) { return type->GetGroup(7, out); });
+    const auto group =
+        One<ILXGroup>(prefix + "GetGroup", XProperty::GroupNumber, [&](auto out) { return type->GetGroup(7, out); });
     if (group)
     {
         One<ILXFormat>(prefix + "Group.GetFormat", 1, [&](auto out) { return group->GetFormat(out); });
@@ -232,9 +229,8 @@ void XClientLife::AskAttribute(const std::string& prefix, ILXAttribute* attribut
     One<ILXFormat>(prefix + "GetFormat", 1, [&](auto out) { return attribute->GetFormat(1, out); });
     One<ILXFormat>(prefix + "CreateFormat", 1, [&](auto out) { return attribute->CreateFormat(5, out); });
     Step(prefix + "DeleteFormat", [&] { return attribute->DeleteFormat(5); });
-    All<ILXAttributeType, ILXAttributeTypeEnum>(
-        prefix + "GetAttributeTypeEnum", XProperty::AttributeTypeName,
-        [&](auto out) { return attribute->GetAttributeTypeEnum(out); });
+    All<ILXAttributeType, ILXAttributeTypeEnum>(prefix + "GetAttributeTypeEnum", XProperty::AttributeTypeName,
+                                                [&](auto out) { return attribute->GetAttributeTypeEnum(out); });
 }
 
 void XClientLife::AskForRelations()
@@ -250,22 +246,16 @@ void XClientLife::AskForRelations()
     const auto all = [&](const char* name, auto ask) {
         All<ILXParentChild, ILXParentChildEnum>(name, XProperty::ChildName, ask);
     };
-    all("GetPCEnum", [&](auto out) {
-        return m_cache->GetPCEnum(equipment.Get(), nullptr, nullptr, browser.Get(), 0, out);
-    });
+    all("GetPCEnum",
+        [&](auto out) { return m_cache->GetPCEnum(equipment.Get(), nullptr, nullptr, browser.Get(), 0, out); });
     all("GetPCEnum2(plan types)",
         [&](auto out) { return m_cache->GetPCEnum2(pump.Get(), nullptr, empty.Get(), 2, out); });
-    all("GetPCEnumAll",
-        [&](auto out) { return m_cache->GetPCEnumAll(nullptr, parent.Get(), empty.Get(), 0, out); });
-    all("GetPPRRelationsEnum",
-        [&](auto out) { return m_cache->GetPPRRelationsEnum(parent.Get(), nullptr, out); });
-    all("GetPossiblePPRRelationsByDO", [&](auto out) {
-        return m_cache->GetPossiblePPRRelationsByDO(equipment.Get(), pump.Get(), nullptr, out);
-    });
-    all("GetParentChildEnum",
-        [&](auto out) { return m_factory->GetParentChildEnum(empty.Get(), nullptr, out); });
-    Step("PPRRelationExists",
-         [&] { return m_cache->PPRRelationExists(parent.Get(), child.Get(), nullptr, 1); });
+    all("GetPCEnumAll", [&](auto out) { return m_cache->GetPCEnumAll(nullptr, parent.Get(), empty.Get(), 0, out); });
+    all("GetPPRRelationsEnum", [&](auto out) { return m_cache->GetPPRRelationsEnum(parent.Get(), nullptr, out); });
+    all("GetPossiblePPRRelationsByDO",
+        [&](auto out) { return m_cache->GetPossiblePPRRelationsByDO(equipment.Get(), pump.Get(), nullptr, out); });
+    all("GetParentChildEnum", [&](auto out) { return m_factory->GetParentChildEnum(empty.Get(), nullptr, out); });
+    Step("PPRRelationExists", [&] { return m_cache->PPRRelationExists(parent.Get(), child.Get(), nullptr, 1); });
     One<ILXParentChild>("GetSinglePCRelationByDO", XProperty::ChildName, [&](auto out) {
         return m_cache->GetSinglePCRelationByDO(equipment.Get(), relationship.Get(), out);
     });
@@ -276,8 +266,7 @@ void XClientLife::AskForRelations()
     {
         All<ILXPCInfo, ILXPCInfoEnum>("Relation.GetPCInfoEnum", 1,
                                       [&](auto out) { return relation->GetPCInfoEnum(out); });
-        One<ILXPCInfo>("Relation.GetPCInfo", 1,
-                       [&](auto out) { return relation->GetPCInfo(browser.Get(), out); });
+        One<ILXPCInfo>("Relation.GetPCInfo", 1, [&](auto out) { return relation->GetPCInfo(browser.Get(), out); });
     }
 }
 
@@ -326,8 +315,7 @@ void XClientLife::Change()
     const auto update = m_cache.As<ILXCallbackUpdate>();
     const auto id = B("objects/x/0/1");
     const auto kind = B("cfc_specific");
-    Step("DataObjectChanged",
-         [&] { return update->DataObjectChanged(id.Get(), kind.Get(), 0, 1, 0, nullptr); });
+    Step("DataObjectChanged", [&] { return update->DataObjectChanged(id.Get(), kind.Get(), 0, 1, 0, nullptr); });
 }
 
 void XClientLife::End()

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// A whole life of a client, as a list of steps: initialise, every kind of question, changes with their
-// notifications, and the end. A test that makes something go wrong in it compares the steps with those of a
-// life that nothing disturbed.
+// A whole life of a client, as a list of steps: initialise, every kind of question, changes with their notifications,
+// and the end. A test that makes something go wrong in it compares the steps with those of a life that nothing
+// disturbed.
 #ifndef CLIENTLIFE_H
 #define CLIENTLIFE_H
 

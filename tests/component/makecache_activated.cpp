@@ -82,8 +82,7 @@ TEST(Activated, ARelationOfAPlanTypeKeepsTheModuleAlone)
         values[3] = XLXComVariant::FromBool(true);
         ASSERT_EQ(cache.As<IDPFObject>()->Initialize(4, &values[0].Get()), S_OK);
         XLXComPtr<ILXParentChildEnum> relations;
-        ASSERT_EQ(cache->GetPCEnum2(nullptr, XLXComBSTR(OLESTR("Pump")).Get(), nullptr, 2, relations.Put()),
-                  S_OK);
+        ASSERT_EQ(cache->GetPCEnum2(nullptr, XLXComBSTR(OLESTR("Pump")).Get(), nullptr, 2, relations.Put()), S_OK);
         ASSERT_EQ(relations->GetSingleNext(held.Put()), S_OK);
         EXPECT_EQ(cache.As<IDPFObject>()->Terminate(), S_OK);
     }

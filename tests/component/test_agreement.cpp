@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The cache and the server, asked the same questions about everything, must give the same answers: at rest,
-// after many edits, and while every single call to the server is overtaken by a notification that invalidates
-// everything.
+// The cache and the server, asked the same questions about everything, must give the same answers: at rest, after
+// many edits, and while every single call to the server is overtaken by a notification that invalidates everything.
 #include "XRandomEdits.h"
 #include "cachefixture.h"
 
@@ -27,8 +26,7 @@ public:
     {
         Object("type", type, 27); // the last member is the base type's object, which only the cache shows
         XLXComPtr<ILXAttributeEnum> attributes;
-        type->GetDisplayAttributeEnum(
-            0, attributes.Put()); // a server's GetAttributeEnum lists its own ones only
+        type->GetDisplayAttributeEnum(0, attributes.Put()); // a server's GetAttributeEnum lists its own ones only
         XLXComPtr<ILXAttribute> attribute;
         while (attributes && attributes->GetSingleNext(attribute.Put()) == S_OK)
         {
@@ -116,8 +114,8 @@ class Agreement : public CacheTest
 protected:
     explicit Agreement(XServerModel model = GeneratedModel(24, 6)) : CacheTest(std::move(model)) {}
 
-    /// Asks cache and server for everything and compares. Lines are compared as sets, since only the order of
-    /// names is the cache's own.
+    /// Asks cache and server for everything and compares. Lines are compared as sets, since only the order of names
+    /// is the cache's own.
     void ExpectAgreement()
     {
         for (const auto& [name, type] : m_server->Model().types)
@@ -132,8 +130,8 @@ protected:
             std::sort(fromCache.begin(), fromCache.end());
             std::sort(fromServer.begin(), fromServer.end());
             std::vector<std::string> differences;
-            std::set_symmetric_difference(fromCache.begin(), fromCache.end(), fromServer.begin(),
-                                          fromServer.end(), std::back_inserter(differences));
+            std::set_symmetric_difference(fromCache.begin(), fromCache.end(), fromServer.begin(), fromServer.end(),
+                                          std::back_inserter(differences));
             // An attribute type that was removed stays in the cache.
             std::erase_if(differences, [&](const std::string& line) {
                 return line.starts_with(Answers::AttributeType) &&

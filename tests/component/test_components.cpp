@@ -20,9 +20,8 @@ protected:
     Names Displayed(LONG mask, int group = 0)
     {
         XLXComPtr<ILXAttributeEnum> attributes;
-        const HRESULT result =
-            group == 0 ? Type("Pump")->GetDisplayAttributeEnum(mask, attributes.Put())
-                       : Type("Pump")->GetDisplayGroupAttributeEnum(mask, group, attributes.Put());
+        const HRESULT result = group == 0 ? Type("Pump")->GetDisplayAttributeEnum(mask, attributes.Put())
+                                          : Type("Pump")->GetDisplayGroupAttributeEnum(mask, group, attributes.Put());
         EXPECT_EQ(result, attributes ? S_OK : S_FALSE);
         return LXReadAll<ILXAttribute>(attributes, XProperty::AttributeName);
     }
@@ -152,8 +151,7 @@ TEST_F(Components, ChildGroupsOfAGroupThatCannotSayItsNumber)
     const XLXComVariant text = XLXComVariant::FromBstr(OLESTR("first"));
     ASSERT_EQ(group->SetProperty(XProperty::GroupNumber, text.Get()), S_OK);
     EXPECT_EQ(group->GetChildGroupEnum(groups.Put()), E_INVALIDARG);
-    EXPECT_EQ(LXErrorInformation::Take().description,
-              OLESTR("accessing group property LXCFG_groupnumber failed"));
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("accessing group property LXCFG_groupnumber failed"));
 }
 
 TEST_F(Components, EditorsByProgIdAndByBrowser)

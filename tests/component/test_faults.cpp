@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A whole life of a client, run over and over with one more call to the server going wrong each time, until a
-// run passes untouched. After each: right answers or failures, nothing left alive, and a clean second life.
+// A whole life of a client, run over and over with one more call to the server going wrong each time, until a run
+// passes untouched. After each: right answers or failures, nothing left alive, and a clean second life.
 #include "clientlife.h"
 
 #include <algorithm>
@@ -23,8 +23,7 @@ struct XPrescribed
     std::string_view answer;
 };
 constexpr XPrescribed Prescribed[] = {
-    // Kept until a notification comes: relations, PC infos of a relation, a part of the format specs, plan
-    // types.
+    // Kept until a notification comes: relations, PC infos of a relation, a part of the format specs, plan types.
     {"ILXConfigFactory::GetPCArray", "P(C|PR|arentChild)", "*"},
     {"ILXParentChild::GetPCInfoEnum", "PCInfo|GetPCEnum", ""},
     {"ILXPCInfoEnum::RemNext", "PCInfo|GetPCEnum", ""},
@@ -38,8 +37,7 @@ constexpr XPrescribed Prescribed[] = {
     // What the call would have changed on the server was not changed.
     {"ILXAttribute::CreateFormat", "DeleteFormat", ""},
     {"ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID", "after removal", "Area Length "},
-    {"ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", "after removal",
-     "Length NewSpec1 "}, // read only then
+    {"ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", "after removal", "Length NewSpec1 "}, // read only then
     // The server says that there is nothing: no values, no types, no format, an object without a type.
     {"::GetProperties", "Format|GetBrowserIdEnum", "*"},
     {"ILXConfigFactoryEx::GetTypeArrayEx", "Initialize", ""},

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A server that delivers arrays which are not what they should be: the caller gets the error, and the cache
-// stays as it was.
+// A server that delivers arrays which are not what they should be: the caller gets the error, and the cache stays as
+// it was.
 #include "XCFCDataTransfer.h"
 #include "cachefixture.h"
 
@@ -36,8 +36,7 @@ public:
     {
         return GetTypeArrayEx(mode, array);
     }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY*, LONG, LONG mode,
-                                                            SAFEARRAY** array) override
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY*, LONG, LONG mode, SAFEARRAY** array) override
     {
         return GetTypeArrayEx(mode, array);
     }
@@ -50,19 +49,13 @@ public:
     HRESULT STDMETHODCALLTYPE GetType(BSTR, BSTR, ILXType**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR, BSTR, ILXParentChildEnum**) override
-    {
-        return E_NOTIMPL;
-    }
+    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR, BSTR, ILXParentChildEnum**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetBrowserIdEnum(ILXBrowserIdEnum**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override
-    {
-        return E_NOTIMPL;
-    }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override
     {
         return E_NOTIMPL;
@@ -128,9 +121,7 @@ protected:
     XLXComPtr<ILXType> Pump()
     {
         XLXComPtr<ILXType> pump;
-        EXPECT_EQ(
-            m_cache.As<ILXConfigFactory>()->GetType(XLXComBSTR(OLESTR("Pump")).Get(), nullptr, pump.Put()),
-            S_OK);
+        EXPECT_EQ(m_cache.As<ILXConfigFactory>()->GetType(XLXComBSTR(OLESTR("Pump")).Get(), nullptr, pump.Put()), S_OK);
         return pump;
     }
 
@@ -158,9 +149,8 @@ TEST_F(Malformed, AReloadThatFailsLeavesTheTypesAsTheyWere)
     m_cache.As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), type.Get(), 0, 1, 0, nullptr);
     m_factory.next = [] { return Flat({1, 7, 0, 0}); };
     XLXComPtr<ILXType> refused;
-    EXPECT_EQ(
-        m_cache.As<ILXConfigFactory>()->GetType(XLXComBSTR(OLESTR("Pump")).Get(), nullptr, refused.Put()),
-        E_INVALIDARG);
+    EXPECT_EQ(m_cache.As<ILXConfigFactory>()->GetType(XLXComBSTR(OLESTR("Pump")).Get(), nullptr, refused.Put()),
+              E_INVALIDARG);
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("wrong data wrapper id stored in safearray"));
     m_factory.next = [] { return TypeArray({}); };
     EXPECT_EQ(pump, Pump());

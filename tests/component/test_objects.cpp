@@ -26,8 +26,8 @@ protected:
     {
         const XLXComBSTR id(XLXText((XLXFormat() << dataId).Text()));
         const XLXComBSTR type(OLESTR("cfc_specific"));
-        return XLXComPtr<IUnknown>(object).As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), type.Get(), 0,
-                                                                                      0, 0, nullptr);
+        return XLXComPtr<IUnknown>(object).As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), type.Get(), 0, 0, 0,
+                                                                                      nullptr);
     }
 };
 
@@ -37,9 +37,8 @@ TEST_F(Objects, AnswerOneCallThenFromTheStore)
     ExpectCalls(1, [&] { EXPECT_NE(LXRead(format.Get(), 0), OLESTR("<empty>")); });
     ExpectCalls(0, [&] { LXRead(format.Get(), 0); });
     XLXComVariant untouched = XLXComVariant::FromI4(5);
-    ExpectCalls(1, [&] {
-        EXPECT_EQ(format->GetProperty(59, &untouched.Get()), S_FALSE);
-    }); // empty values are asked for
+    ExpectCalls(1,
+                [&] { EXPECT_EQ(format->GetProperty(59, &untouched.Get()), S_FALSE); }); // empty values are asked for
     EXPECT_EQ(untouched.AsLong(), 5);
 }
 
@@ -103,9 +102,9 @@ TEST_F(Objects, FormatsAreCreatedAndDeletedOnTheServer)
     EXPECT_EQ(head->CreateFormat(6, created.Put()), E_ACCESSDENIED);
     EXPECT_FALSE(created);
     EXPECT_EQ(head->GetFormat(1, nullptr), E_POINTER);
-    EXPECT_NE(LXErrorInformation::Take().source.find(
-                  OLESTR("XLXAttributeCache::GetFormat (lxattributecache, line 552)")),
-              XLXText::npos);
+    EXPECT_NE(
+        LXErrorInformation::Take().source.find(OLESTR("XLXAttributeCache::GetFormat (lxattributecache, line 552)")),
+        XLXText::npos);
 }
 
 TEST_F(Objects, AGroupHasOneFormat)
@@ -117,8 +116,7 @@ TEST_F(Objects, AGroupHasOneFormat)
     Edit().AddGroupFormat("Item", 1);
     EXPECT_EQ(Group("Item", 1)->GetFormat(format.Put()), S_OK);
     EXPECT_EQ(Group("Item", 1)->GetFormat(nullptr), E_POINTER);
-    EXPECT_NE(LXErrorInformation::Take().source.find(
-                  OLESTR("XLXGroupCache::CreateFormat (lxgroupcache, line 359)")),
+    EXPECT_NE(LXErrorInformation::Take().source.find(OLESTR("XLXGroupCache::CreateFormat (lxgroupcache, line 359)")),
               XLXText::npos);
 }
 
@@ -151,27 +149,24 @@ TEST_F(Objects, EachClassHasItsOwnNotificationBits)
 {
     const auto head = Attribute("Pump", "Head");
     const auto group = Group("Pump", 7);
-    const auto check = [&](ILXConfigObject* object, const Effect& effect,
-                           const std::function<void()>& format) {
+    const auto check = [&](ILXConfigObject* object, const Effect& effect, const std::function<void()>& format) {
         LXRead(object, 0);
         format();
         EXPECT_EQ(Notify(object, effect.dataId), S_OK);
         ExpectCalls(effect.store ? 1 : 0, [&] { LXRead(object, 0); });
         ExpectCalls(effect.formats ? 1 : 0, format);
     };
-    for (const Effect& effect :
-         {Effect{"pc/x/0/1", false, false}, Effect{"objects/x/0/1024", true, false},
-          Effect{"objects/x/0/2048", true, true}, Effect{"objects/x/0/0", true, true},
-          Effect{"objects/x/0/32", true, false}, Effect{"properties/x/0/512", true, false},
-          Effect{"properties/x/0/2", false, false}, Effect{"other/x/0/512", true, false},
-          Effect{"other/x/0/64", false, false}, Effect{"objects", true, true}})
+    for (const Effect& effect : {Effect{"pc/x/0/1", false, false}, Effect{"objects/x/0/1024", true, false},
+                                 Effect{"objects/x/0/2048", true, true}, Effect{"objects/x/0/0", true, true},
+                                 Effect{"objects/x/0/32", true, false}, Effect{"properties/x/0/512", true, false},
+                                 Effect{"properties/x/0/2", false, false}, Effect{"other/x/0/512", true, false},
+                                 Effect{"other/x/0/64", false, false}, Effect{"objects", true, true}})
     {
         SCOPED_TRACE(effect.dataId);
         check(head.Get(), effect, [&] { Format(1); });
     }
-    for (const Effect& effect :
-         {Effect{"objects/x/0/4096", true, true}, Effect{"objects/x/0/1024", true, false},
-          Effect{"properties/x/0/64", true, false}, Effect{"other/x/0/64", false, false}})
+    for (const Effect& effect : {Effect{"objects/x/0/4096", true, true}, Effect{"objects/x/0/1024", true, false},
+                                 Effect{"properties/x/0/64", true, false}, Effect{"other/x/0/64", false, false}})
     {
         SCOPED_TRACE(effect.dataId);
         check(group.Get(), effect, [&] {

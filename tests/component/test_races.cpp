@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Notifications that land while something is being fetched, and servers that wait for them. Each race is
-// arranged with a gate or a hook in the server, so that it happens every time.
+// Notifications that land while something is being fetched, and servers that wait for them. Each race is arranged
+// with a gate or a hook in the server, so that it happens every time.
 #include "cachefixture.h"
 
 #include <atomic>
@@ -19,10 +19,8 @@ protected:
         }
     }
 
-    /// Runs an edit inside the next call of a method, after its answer was made: the answer is stale when it
-    /// arrives.
-    /// @param onOtherThread  the server waits in its call until the notification has returned on another
-    /// thread
+    /// Runs an edit inside the next call of a method, after its answer was made: the answer is stale when it arrives.
+    /// @param onOtherThread  the server waits in its call until the notification has returned on another thread
     void EditInside(const char* method, bool onOtherThread, std::function<void()> edit)
     {
         m_pending.store(true);
@@ -80,9 +78,7 @@ TEST_P(OvertakenFetch, PropertyStore)
 {
     ASSERT_EQ(Start(), S_OK);
     const auto head = Attribute("Pump", "Head");
-    const auto set = [&](const char* text) {
-        Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, text);
-    };
+    const auto set = [&](const char* text) { Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, text); };
     set("first");
     EditInside("ILXAttribute::GetProperties", GetParam(), [&] { set("second"); });
     EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("first")); // what was read is still given
@@ -130,8 +126,7 @@ TEST_P(OvertakenFetch, AttributeTypes)
     ASSERT_EQ(Start(), S_OK);
     const auto head = Attribute("Pump", "Head");
     Edit().AddAttributeType("Pump", "Head", "Inches");
-    EditInside("ILXAttributeTypeEnum::RemNext", GetParam(),
-               [&] { Edit().AddAttributeType("Pump", "Head", "Yards"); });
+    EditInside("ILXAttributeTypeEnum::RemNext", GetParam(), [&] { Edit().AddAttributeType("Pump", "Head", "Yards"); });
     XLXComPtr<ILXAttributeTypeEnum> types;
     EXPECT_EQ(head->GetAttributeTypeEnum(types.Put()), S_OK);
     ASSERT_TRUE(Happened());
@@ -143,8 +138,7 @@ TEST_P(OvertakenFetch, AttributeTypes)
 TEST_P(OvertakenFetch, NegativeTypeAnswer)
 {
     ASSERT_EQ(Start(), S_OK);
-    EditInside("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", GetParam(),
-               [&] { Edit().AddType("Valve", "Item"); });
+    EditInside("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", GetParam(), [&] { Edit().AddType("Valve", "Item"); });
     XLXComPtr<ILXType> type;
     const XLXComBSTR name(OLESTR("Valve"));
     Factory()->GetType(name.Get(), nullptr, type.Put());
@@ -253,9 +247,7 @@ TEST_F(Races, EveryReaderSeesAValueThatTheServerHadAndTheNewestInTheEnd)
                 const int value = std::stoi(LXNarrow(LXRead(name.Get(), XProperty::Label)));
                 wrong += value > newest.load() + 1 ? 1 : 0;
                 const auto attribute = Attribute("Equipment", "Name");
-                wrong += std::stoi(LXNarrow(LXRead(attribute.Get(), XProperty::Label))) > newest.load() + 1
-                             ? 1
-                             : 0;
+                wrong += std::stoi(LXNarrow(LXRead(attribute.Get(), XProperty::Label))) > newest.load() + 1 ? 1 : 0;
             }
         });
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The cache inside the server's process. Server mode turns the locks off for the whole process, so these
-// tests are a program of their own, and use the cache from one thread at a time.
+// The cache inside the server's process. Server mode turns the locks off for the whole process, so these tests are a
+// program of their own, and use the cache from one thread at a time.
 #include "cachefixture.h"
 
 class ServerMode : public CacheTest
@@ -27,8 +27,7 @@ protected:
             V_UNKNOWN(&value.varValue) = object;
             values.push_back(value);
         }
-        return m_cache.As<ILXServerEntryPoint>()->InitializeNamed(static_cast<ULONG>(values.size()),
-                                                                  values.data());
+        return m_cache.As<ILXServerEntryPoint>()->InitializeNamed(static_cast<ULONG>(values.size()), values.data());
     }
 };
 
@@ -59,8 +58,7 @@ TEST_F(ServerMode, FetchesANewTypeWithItsBases)
     const XLXComBSTR unknown(OLESTR("Unknown"));
     ExpectCalls(1, [&] { EXPECT_EQ(Factory()->GetType(unknown.Get(), nullptr, none.Put()), S_FALSE); });
     ExpectCalls(0, [&] { EXPECT_EQ(Factory()->GetType(unknown.Get(), nullptr, none.Put()), S_FALSE); });
-    Edit().Change(
-        [](XServerModel& model) { model.AddType("Loop").properties.Set(XProperty::BaseTypeName, "Loop"); });
+    Edit().Change([](XServerModel& model) { model.AddType("Loop").properties.Set(XProperty::BaseTypeName, "Loop"); });
     EXPECT_EQ(Factory()->GetType(XLXComBSTR(OLESTR("Loop")).Get(), nullptr, none.Put()), E_FAIL);
     EXPECT_EQ(LXErrorInformation::Take().description,
               OLESTR("Base typename is equal with the derivative's typename.Check the PTS and remove "
@@ -111,8 +109,7 @@ TEST_F(ServerMode, EntryPointTakesExactlyThreeNamedObjects)
     const auto keepFactory = m_server->ConfigFactory();
     const auto query = m_server->Query();
     const auto update = m_server->DataUpdate();
-    EXPECT_EQ(StartNamed({{OLESTR("Configfactory"), factory}, {OLESTR("UpdateMng"), update.Get()}}),
-              E_INVALIDARG);
+    EXPECT_EQ(StartNamed({{OLESTR("Configfactory"), factory}, {OLESTR("UpdateMng"), update.Get()}}), E_INVALIDARG);
     EXPECT_EQ(StartNamed({{OLESTR("configfactory"), factory},
                           {OLESTR("UpdateMng"), update.Get()},
                           {OLESTR("QueryEngine"), query.Get()}}),
@@ -151,8 +148,7 @@ TEST_F(ServerMode, TheQueryMayBeLeftOutByName)
             V_UNKNOWN(&values[left].varValue) = nullptr;
             V_VT(&values[1].varValue) = type;
             m_cache = LXMakeCache();
-            EXPECT_EQ(m_cache.As<ILXServerEntryPoint>()->InitializeNamed(3, values),
-                      left == 1 ? S_OK : E_INVALIDARG);
+            EXPECT_EQ(m_cache.As<ILXServerEntryPoint>()->InitializeNamed(3, values), left == 1 ? S_OK : E_INVALIDARG);
             EXPECT_EQ(m_server->Clients().size(), left == 1 ? 1u : 0u);
             Terminate();
         }

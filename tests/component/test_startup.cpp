@@ -16,8 +16,7 @@ TEST_F(Startup, OneBulkReadWhateverTheNumberOfTypes)
         m_cache = LXMakeCache();
         ASSERT_EQ(Start(), S_OK);
         EXPECT_EQ(Calls().Of("ILXConfigFactoryEx::GetTypeArrayEx"), 1u);
-        EXPECT_LE(Calls().Total(), 5u)
-            << Calls().Counts().Text(); // registration, two advices, types, relations
+        EXPECT_LE(Calls().Total(), 5u) << Calls().Counts().Text(); // registration, two advices, types, relations
         Terminate();
     }
 }
@@ -28,8 +27,7 @@ TEST_F(Startup, RegistersForBothDataTypesAndUnregisters)
     ASSERT_EQ(m_server->Clients().size(), 1u);
     const XRegisteredClient client = m_server->Clients().front();
     EXPECT_EQ(client.process, GetCurrentProcessId());
-    EXPECT_EQ(client.advices,
-              (std::map<XLXText, ULONG>{{OLESTR("cfc"), 256}, {OLESTR("cfc_specific"), 256}}));
+    EXPECT_EQ(client.advices, (std::map<XLXText, ULONG>{{OLESTR("cfc"), 256}, {OLESTR("cfc_specific"), 256}}));
     Terminate();
     EXPECT_TRUE(m_server->Clients().empty());
 }
@@ -40,8 +38,7 @@ TEST_F(Startup, WithoutNotificationsTheServiceIsNotTouched)
     values[2] = XLXComVariant();
     ASSERT_EQ(Initialize(std::move(values)), S_OK);
     Terminate();
-    EXPECT_EQ(Calls().Of("ILXDataUpdate::RegisterCallback") + Calls().Of("ILXDataUpdate::UnregisterCallback"),
-              0u);
+    EXPECT_EQ(Calls().Of("ILXDataUpdate::RegisterCallback") + Calls().Of("ILXDataUpdate::UnregisterCallback"), 0u);
 }
 
 TEST_F(Startup, SeparateCallbackObjectPassesNotificationsOn)
@@ -98,8 +95,7 @@ TEST_F(Startup, RefusalsNameTheValueAndWhatItShouldBe)
         {1, object(), E_NOINTERFACE, OLESTR("value 1 must be an object with ILX_Query, or empty")},
         {2, text(), DISP_E_TYPEMISMATCH,
          OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true")},
-        {2, XLXComVariant(), E_POINTER,
-         OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true")},
+        {2, XLXComVariant(), E_POINTER, OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true")},
         {3, text(), DISP_E_TYPEMISMATCH, OLESTR("value 3 must be a boolean: no notifications")},
         {4, text(), DISP_E_TYPEMISMATCH, OLESTR("value 4 must be a boolean: a separate callback object")},
         {5, text(), DISP_E_TYPEMISMATCH, OLESTR("value 5 must be a number: the data transfer mode")}};
@@ -173,15 +169,13 @@ TEST_F(Startup, ASecondInitialisationDoesNothing)
 TEST_F(Startup, ServerModeIsRefusedAfterClientMode)
 {
     ASSERT_EQ(Start(), S_OK);
-    EXPECT_EQ(m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
-                                  m_server->DataUpdate().Get()),
-              E_FAIL);
+    EXPECT_EQ(
+        m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(), m_server->DataUpdate().Get()),
+        E_FAIL);
     const auto error = LXErrorInformation::Take();
-    EXPECT_EQ(error.description,
-              OLESTR("initializing the CFC has already be called from serverside and cannot be used "
-                     "in a client application"));
-    EXPECT_NE(error.source.find(
-                  OLESTR("XLXConfigFactoryCacheManager::Initialize (lxconfigfactorycachemanager, line")),
+    EXPECT_EQ(error.description, OLESTR("initializing the CFC has already be called from serverside and cannot be used "
+                                        "in a client application"));
+    EXPECT_NE(error.source.find(OLESTR("XLXConfigFactoryCacheManager::Initialize (lxconfigfactorycachemanager, line")),
               XLXText::npos);
     EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
     Terminate();

@@ -161,8 +161,8 @@ TEST_F(Types, ATypeThatIsItsOwnBaseIsCachedWithoutOne)
     EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
 }
 
-// Whichever of the types comes first when their bases are linked, a link that is yet to be replaced makes it
-// look as if the new one closed a circle.
+// Whichever of the types comes first when their bases are linked, a link that is yet to be replaced makes it look as
+// if the new one closed a circle.
 TEST_F(Types, BasesThatChangePlacesAreAllLinkedAnew)
 {
     Edit().Change(

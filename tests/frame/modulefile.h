@@ -29,10 +29,7 @@ public:
 
     HRESULT CanUnloadNow() const { return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow")(); }
     HRESULT RegisterServer() const { return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllRegisterServer")(); }
-    HRESULT UnregisterServer() const
-    {
-        return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllUnregisterServer")();
-    }
+    HRESULT UnregisterServer() const { return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllUnregisterServer")(); }
     HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out) const
     {
         using Signature = HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, void**);

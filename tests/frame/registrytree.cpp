@@ -57,9 +57,9 @@ void AddValues(const OpenKey& open, const std::string& path, std::vector<std::st
             ERROR_SUCCESS)
         {
             const bool isText = type == REG_SZ && bytes >= sizeof(OLECHAR);
-            lines.push_back(path + "|" + Narrow(name) + "=" +
-                            (isText ? Narrow(XLXTextView(text, bytes / sizeof(OLECHAR) - 1))
-                                    : "type " + std::to_string(type)));
+            lines.push_back(
+                path + "|" + Narrow(name) + "=" +
+                (isText ? Narrow(XLXTextView(text, bytes / sizeof(OLECHAR) - 1)) : "type " + std::to_string(type)));
         }
     }
 }
@@ -105,8 +105,7 @@ unsigned RegistrySubkeys(const std::string& path)
     OLECHAR name[LongestText] = {};
     DWORD length = LongestText;
     unsigned subkeys = 0;
-    while (RegEnumKeyExW(open.key, subkeys, name, &length, nullptr, nullptr, nullptr, nullptr) ==
-           ERROR_SUCCESS)
+    while (RegEnumKeyExW(open.key, subkeys, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS)
     {
         ++subkeys;
         length = LongestText;
@@ -117,8 +116,8 @@ unsigned RegistrySubkeys(const std::string& path)
 void RegistryCreate(const std::string& path, DWORD options)
 {
     HKEY key = nullptr;
-    RegCreateKeyExW(HKEY_CLASSES_ROOT, Wide(path).c_str(), 0, nullptr, options, KEY_READ | KEY_WRITE, nullptr,
-                    &key, nullptr);
+    RegCreateKeyExW(HKEY_CLASSES_ROOT, Wide(path).c_str(), 0, nullptr, options, KEY_READ | KEY_WRITE, nullptr, &key,
+                    nullptr);
     RegCloseKey(key);
 }
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-/// One line per key, "path", and per value, "path|name=text" (values that are no strings show their type).
-/// Sorted; nothing when the key does not exist.
+/// One line per key, "path", and per value, "path|name=text" (values that are no strings show their type). Sorted;
+/// nothing when the key does not exist.
 std::vector<std::string> RegistryTree(const std::string& path);
 
 bool RegistryHas(const std::string& path);

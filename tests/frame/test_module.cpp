@@ -50,12 +50,10 @@ TEST_F(Module, HandsOutOneFactoryAndNoOther)
     EXPECT_EQ(File().Factory().As<IUnknown>(), factory.As<IUnknown>());
 
     void* out = &out;
-    EXPECT_EQ(File().GetClassObject(CLSID_LXConfigFactoryCache, IID_ILXConfigFactoryCache, &out),
-              E_NOINTERFACE);
+    EXPECT_EQ(File().GetClassObject(CLSID_LXConfigFactoryCache, IID_ILXConfigFactoryCache, &out), E_NOINTERFACE);
     EXPECT_EQ(out, nullptr);
     out = &out;
-    EXPECT_EQ(File().GetClassObject(CLSID_XCfgCacheCallback, IID_IClassFactory, &out),
-              CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(File().GetClassObject(CLSID_XCfgCacheCallback, IID_IClassFactory, &out), CLASS_E_CLASSNOTAVAILABLE);
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(File().GetClassObject(CLSID_LXConfigFactoryCache, IID_IClassFactory, nullptr), E_POINTER);
     EXPECT_EQ(File().GetClassObject(CLSID_XCfgCacheCallback, IID_IClassFactory, nullptr), E_POINTER);
@@ -125,8 +123,7 @@ TEST_F(Module, ObjectAnswersItsSixInterfacesFromEachOfThem)
             EXPECT_EQ(direct, indirect);
         }
     }
-    EXPECT_EQ(static_cast<void*>(identity.Get()),
-              static_cast<void*>(identity.As<ILXConfigFactoryCache>().Get()));
+    EXPECT_EQ(static_cast<void*>(identity.Get()), static_cast<void*>(identity.As<ILXConfigFactoryCache>().Get()));
     EXPECT_EQ(static_cast<void*>(identity.As<ILXCallback>().Get()),
               static_cast<void*>(identity.As<ILXCallbackUpdate>().Get()));
 }
@@ -153,8 +150,7 @@ TEST_F(Module, FactoryServesManyThreads)
             {
                 const auto factory = File().Factory();
                 XLXComPtr<ILXConfigFactoryCache> object;
-                ASSERT_EQ(factory->CreateInstance(nullptr, LXIid<ILXConfigFactoryCache>(), object.PutVoid()),
-                          S_OK);
+                ASSERT_EQ(factory->CreateInstance(nullptr, LXIid<ILXConfigFactoryCache>(), object.PutVoid()), S_OK);
                 factory->LockServer(TRUE);
                 EXPECT_EQ(File().CanUnloadNow(), S_FALSE);
                 factory->LockServer(FALSE);
@@ -173,8 +169,7 @@ TEST(Reload, AFreshModuleStartsAnew)
     {
         const ModuleFile file;
         XLXComPtr<ILXConfigFactoryCache> object;
-        EXPECT_EQ(file.Factory()->CreateInstance(nullptr, LXIid<ILXConfigFactoryCache>(), object.PutVoid()),
-                  S_OK);
+        EXPECT_EQ(file.Factory()->CreateInstance(nullptr, LXIid<ILXConfigFactoryCache>(), object.PutVoid()), S_OK);
         object.Reset();
         EXPECT_EQ(file.CanUnloadNow(), S_OK);
     }

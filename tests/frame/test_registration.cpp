@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Registration, through the real module file. These tests own the component's keys while they run, and leave
-// none.
+// Registration, through the real module file. These tests own the component's keys while they run, and leave none.
 #include "modulefile.h"
 #include "registrytree.h"
 
@@ -60,8 +59,7 @@ std::vector<std::string> Actual()
 /// How many keys stand where registration adds some, and where it must not.
 std::vector<unsigned> Counts()
 {
-    return {RegistrySubkeys(""), RegistrySubkeys("CLSID"), RegistrySubkeys("TypeLib"),
-            RegistrySubkeys("Interface")};
+    return {RegistrySubkeys(""), RegistrySubkeys("CLSID"), RegistrySubkeys("TypeLib"), RegistrySubkeys("Interface")};
 }
 
 class Registration : public testing::Test
@@ -133,8 +131,8 @@ TEST_F(Registration, RegisteredClassIsCreated)
         EXPECT_EQ(object->IsValid(&valid), S_OK);
         EXPECT_EQ(valid, 1);
         XLXComPtr<IUnknown> aggregated;
-        EXPECT_EQ(CoCreateInstance(CLSID_LXConfigFactoryCache, object.Get(), CLSCTX_INPROC_SERVER,
-                                   IID_IUnknown, aggregated.PutVoid()),
+        EXPECT_EQ(CoCreateInstance(CLSID_LXConfigFactoryCache, object.Get(), CLSCTX_INPROC_SERVER, IID_IUnknown,
+                                   aggregated.PutVoid()),
                   CLASS_E_NOAGGREGATION);
     }
     CoFreeUnusedLibraries();

@@ -26,10 +26,7 @@ std::string NameOf(ITypeInfo& info, MEMBERID member)
 class TypeLibrary : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_EQ(LoadTypeLibEx(ModulePath().c_str(), REGKIND_NONE, m_library.Put()), S_OK);
-    }
+    void SetUp() override { ASSERT_EQ(LoadTypeLibEx(ModulePath().c_str(), REGKIND_NONE, m_library.Put()), S_OK); }
 
     /// Members of an enumeration with their values, or of a record with their offsets.
     Members MembersOf(const std::string& name, TYPEKIND kind, ULONG* size = nullptr)
@@ -51,8 +48,7 @@ protected:
         {
             VARDESC* variable = nullptr;
             info->GetVarDesc(i, &variable);
-            const LONG number =
-                kind == TKIND_ENUM ? V_I4(variable->lpvarValue) : static_cast<LONG>(variable->oInst);
+            const LONG number = kind == TKIND_ENUM ? V_I4(variable->lpvarValue) : static_cast<LONG>(variable->oInst);
             members.emplace_back(NameOf(*info.Get(), variable->memid), number);
             info->ReleaseVarDesc(variable);
         }
@@ -119,15 +115,13 @@ TEST_F(TypeLibrary, HasTheEnumerationsInFull)
                                                              {"LXRT_change_rights", 128},
                                                              {"LXRT_add_child", 256},
                                                              {"LXRT_remove_child", 512}}));
-    EXPECT_EQ(MembersOf("tagSEARCHMODE", TKIND_ENUM),
-              (Members{{"SM_Normal", 0}, {"SM_CompareSubQueries", 1}}));
+    EXPECT_EQ(MembersOf("tagSEARCHMODE", TKIND_ENUM), (Members{{"SM_Normal", 0}, {"SM_CompareSubQueries", 1}}));
 }
 
 TEST_F(TypeLibrary, HasTheRecordsAsTheyLieInMemory)
 {
     const std::map<std::string, std::pair<ULONG, Members>> records{
-        {"tagLXNotifications",
-         {24, {{"bstrObjectId", 0}, {"bstrObjectType", 8}, {"ulNotificationsDesired", 16}}}},
+        {"tagLXNotifications", {24, {{"bstrObjectId", 0}, {"bstrObjectType", 8}, {"ulNotificationsDesired", 16}}}},
         {"tagLXUpdateInfo", {16, {{"bstrObjectId", 0}, {"bstrObjectType", 8}}}},
         {"tagLXDataUpdateChanges",
          {40,
@@ -176,9 +170,8 @@ TEST(Resources, VersionIsTheProjects)
     UINT length = 0;
     ASSERT_TRUE(VerQueryValueW(block.data(), OLESTR("\\"), &value, &length));
     const auto& fixed = *static_cast<const VS_FIXEDFILEINFO*>(value);
-    EXPECT_EQ(std::to_string(HIWORD(fixed.dwFileVersionMS)) + "." +
-                  std::to_string(LOWORD(fixed.dwFileVersionMS)) + "." +
-                  std::to_string(HIWORD(fixed.dwFileVersionLS)),
+    EXPECT_EQ(std::to_string(HIWORD(fixed.dwFileVersionMS)) + "." + std::to_string(LOWORD(fixed.dwFileVersionMS)) +
+                  "." + std::to_string(HIWORD(fixed.dwFileVersionLS)),
               LX_PROJECT_VERSION);
     for (const OLECHAR* const name : {OLESTR("FileVersion"), OLESTR("FileDescription")})
     {
@@ -206,8 +199,6 @@ TEST(Resources, ExportsAreTheFourAndNoMore)
                                                "DllUnregisterServer"}));
     // Nor one without a name. A linker may begin to count at 0, where no function stands.
     const auto* const functions = reinterpret_cast<const DWORD*>(base + exports->AddressOfFunctions);
-    EXPECT_EQ(
-        std::count_if(functions, functions + exports->NumberOfFunctions, [](DWORD at) { return at != 0; }),
-        4);
+    EXPECT_EQ(std::count_if(functions, functions + exports->NumberOfFunctions, [](DWORD at) { return at != 0; }), 4);
 }
 } // namespace

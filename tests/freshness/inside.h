@@ -8,13 +8,11 @@
 
 #include <atomic>
 
-/// Does something inside the next call of a method, on the calling thread; by default when its answer is
-/// made.
+/// Does something inside the next call of a method, on the calling thread; by default when its answer is made.
 class Inside
 {
 public:
-    Inside(XCallMonitor& calls, const char* method, std::function<void()> work,
-           XCallPoint point = XCallPoint::Answer)
+    Inside(XCallMonitor& calls, const char* method, std::function<void()> work, XCallPoint point = XCallPoint::Answer)
         : m_calls(calls)
     {
         m_calls.SetHook([this, method, point, work = std::move(work)](const XServerCall& call) {
@@ -42,8 +40,8 @@ template <class Interface>
 void LXNotifyStraight(const XLXComPtr<Interface>& object, const OLECHAR* dataId)
 {
     const XLXComBSTR dataType(OLESTR("cfc_specific"));
-    EXPECT_EQ(object.template As<ILXCallbackUpdate>()->DataObjectChanged(
-                  XLXComBSTR(XLXText(dataId)).Get(), dataType.Get(), 256, 900, 0, nullptr),
+    EXPECT_EQ(object.template As<ILXCallbackUpdate>()->DataObjectChanged(XLXComBSTR(XLXText(dataId)).Get(),
+                                                                         dataType.Get(), 256, 900, 0, nullptr),
               S_OK);
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// How long an answer is kept: that there is no such type or format, that a load failed, that a spec was
-// removed.
+// How long an answer is kept: that there is no such type or format, that a load failed, that a spec was removed.
 #include "hostileserver.h"
 
 #include <future>
@@ -116,8 +115,7 @@ TEST_F(Answers, AnUnknownNameIsAskedForAgainAfterARefill)
     EXPECT_EQ(Ask("Hidden"), S_FALSE);
     EXPECT_EQ(Ask("Never"), S_FALSE);
     ExpectCalls(0, [&] { EXPECT_EQ(Ask("Hidden"), S_FALSE); });
-    Edit().Change([](XServerModel& model) { model.AddType("Hidden", "Item").listed = false; },
-                  "objects/Hidden/0/2");
+    Edit().Change([](XServerModel& model) { model.AddType("Hidden", "Item").listed = false; }, "objects/Hidden/0/2");
     ExpectCalls(2, [&] { EXPECT_EQ(Ask("Hidden"), S_OK); });
     ExpectCalls(1, [&] { EXPECT_EQ(Ask("Never"), S_FALSE); });
     ExpectCalls(0, [&] { EXPECT_EQ(Ask("Never"), S_FALSE); });
@@ -188,8 +186,7 @@ TEST_F(Answers, PCInfosThatFailAreNone)
 TEST_F(Answers, RelationsThatFailAreNoneAndSpecsAsManyAsCame)
 {
     EXPECT_TRUE(Relation());
-    ExpectKept({{"ILXConfigFactory::GetPCArray", E_OUTOFMEMORY}}, "pc/Item/0/4",
-               [&] { EXPECT_FALSE(Relation()); });
+    ExpectKept({{"ILXConfigFactory::GetPCArray", E_OUTOFMEMORY}}, "pc/Item/0/4", [&] { EXPECT_FALSE(Relation()); });
     m_server->SendNotification("pc/Item/0/4");
     EXPECT_TRUE(Relation());
     constexpr const char* next = "ILXGlobalAttributeFormatSpecEnum::RemNext";
@@ -214,8 +211,7 @@ TEST_F(Answers, ASpecThatIsRemovedByItsIdWhileItsValuesAreUnread)
 {
     Specs();
     Calls().SetHook([&](const XServerCall& call) { // the server's objects of a removed spec answer no more
-        if (call.name == "ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID" &&
-            call.point == XCallPoint::Answer)
+        if (call.name == "ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID" && call.point == XCallPoint::Answer)
         {
             Calls().FailAlways("ILXGlobalAttributeFormatSpec::GetProperties", E_ACCESSDENIED);
         }
@@ -236,8 +232,7 @@ TEST_F(Answers, ASpecThatIsRemovedDuringAnotherThreadsFill)
         auto gate = Calls().PauseAt("ILXGlobalAttributeFormatSpecEnum::RemNext", XCallPoint::Answer);
         auto fill = std::async(std::launch::async, [&] { Specs(); });
         gate.WaitUntilArrived();
-        EXPECT_EQ(byId ? RemoveById("Spec1") : Factory()->RemoveGlobalAttributeFormatSpec(former[2].Get()),
-                  S_OK);
+        EXPECT_EQ(byId ? RemoveById("Spec1") : Factory()->RemoveGlobalAttributeFormatSpec(former[2].Get()), S_OK);
         gate.Open();
         fill.wait();
         EXPECT_EQ(SpecIds(), byId ? (Names{"Spec0", "Spec2", "Spec3"}) : (Names{"Spec0", "Spec3"}));

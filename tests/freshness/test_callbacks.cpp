@@ -44,8 +44,7 @@ public:
     {
         XLXComPtr<ILXTypeEnum> types;
         EXPECT_EQ(Factory()->GetTypeEnum(nullptr, types.Put()), S_OK);
-        EXPECT_EQ(LXReadAll<ILXType>(types, XProperty::TypeName),
-                  (Texts{"Document", "Equipment", "Item", "Pump"}));
+        EXPECT_EQ(LXReadAll<ILXType>(types, XProperty::TypeName), (Texts{"Document", "Equipment", "Item", "Pump"}));
     }
     void AskForTypesAfterANotification()
     {
@@ -93,8 +92,7 @@ protected:
     XLXComPtr<ILXParentChildEnum> Relations()
     {
         XLXComPtr<ILXParentChildEnum> relations;
-        EXPECT_EQ(m_cache->GetPCEnum2(nullptr, XLXComBSTR(OLESTR("Item")).Get(), nullptr, 0, relations.Put()),
-                  S_OK);
+        EXPECT_EQ(m_cache->GetPCEnum2(nullptr, XLXComBSTR(OLESTR("Item")).Get(), nullptr, 0, relations.Put()), S_OK);
         return relations;
     }
 
@@ -172,13 +170,13 @@ TEST_P(AskingBack, OnTheThreadThatAsksIsAnswered)
     (this->*GetParam().inner)();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Callbacks, AskingBack,
-    testing::Values(Nested{"PagesInsideAttributes", Item, &Questions::AskForPages},
-                    Nested{"BrowserIdsInsideRelations", Relations, &Questions::AskForBrowserIds},
-                    Nested{"TypesInsideComponents", Item, &Questions::AskForTypesAfterANotification},
-                    Nested{"ASecondCacheInsideTypes", Types, &Questions::AskASecondCache}),
-    testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Callbacks, AskingBack,
+                         testing::Values(Nested{"PagesInsideAttributes", Item, &Questions::AskForPages},
+                                         Nested{"BrowserIdsInsideRelations", Relations, &Questions::AskForBrowserIds},
+                                         Nested{"TypesInsideComponents", Item,
+                                                &Questions::AskForTypesAfterANotification},
+                                         Nested{"ASecondCacheInsideTypes", Types, &Questions::AskASecondCache}),
+                         testing::PrintToStringParamName());
 
 class AskingCrosswise : public Questions, public testing::WithParamInterface<Crossing>
 {
@@ -191,8 +189,7 @@ protected:
         m_changed.notify_all();
         EXPECT_TRUE(m_changed.wait_for(lock, std::chrono::seconds(5), [this] { return m_here == 2; }));
     }
-    /// On a thread of its own: a question, and inside the server, when the other thread is there too, the
-    /// other's.
+    /// On a thread of its own: a question, and inside the server, when the other thread is there too, the other's.
     std::future<void> Start(const Question& own, const Question& others)
     {
         return std::async(std::launch::async, [this, own, others] {
@@ -264,15 +261,13 @@ protected:
             record.config.object = Asking();
             record.config.values = XLXVariantVector(28);
             record.config.values[0] = XLXComVariant::FromBstr(name);
-            record.config.values[2] =
-                XLXComVariant::FromBstr(name == OLESTR("Base") ? OLESTR("") : OLESTR("Base"));
+            record.config.values[2] = XLXComVariant::FromBstr(name == OLESTR("Base") ? OLESTR("") : OLESTR("Base"));
             record.config.values[27] = XLXComVariant::FromUnknown(Asking().Get());
             std::vector<XLXCFCDataTransfer::XILXAttributeData> attributes(1);
             attributes[0].object = new Opaque;
             attributes[0].values = XLXVariantVector(60);
             attributes[0].values[0] = XLXComVariant::FromBstr(OLESTR("Of") + name);
-            record.components.attributes =
-                XLXCFCDataTransfer::GetArrayFromAttributeList(std::move(attributes));
+            record.components.attributes = XLXCFCDataTransfer::GetArrayFromAttributeList(std::move(attributes));
         }
         *out = XLXCFCDataTransfer::GetArrayFromMap(std::move(types)).Detach();
         return S_OK;

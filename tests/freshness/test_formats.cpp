@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Formats that are asked for, created and deleted at once: a late answer undoes nothing, and everybody gets
-// the same object.
+// Formats that are asked for, created and deleted at once: a late answer undoes nothing, and everybody gets the same
+// object.
 #include "cachefixture.h"
 
 #include <future>
@@ -61,10 +61,9 @@ protected:
     void Change(const char* value)
     {
         const HRESULT result =
-            Of("ILXAttribute")
-                ? Edit().SetAttributeFormatProperty("Pump", "Head", FormatType, Member, value).result
-            : Of("ILXGroup") ? Edit().SetGroupFormatProperty("Pump", 7, Member, value).result
-                             : Edit().SetGlobalSpecFormatProperty("Length", FormatType, Member, value).result;
+            Of("ILXAttribute") ? Edit().SetAttributeFormatProperty("Pump", "Head", FormatType, Member, value).result
+            : Of("ILXGroup")   ? Edit().SetGroupFormatProperty("Pump", 7, Member, value).result
+                               : Edit().SetGlobalSpecFormatProperty("Length", FormatType, Member, value).result;
         EXPECT_EQ(result, S_OK);
     }
     std::string GetFormat() const { return std::string(GetParam()) + "::GetFormat"; }
@@ -130,7 +129,6 @@ TEST_P(Formats, TwoFirstCallsGetOneObject)
     EXPECT_EQ(LXRead(second.Get(), Member), OLESTR("new"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, Formats,
-                         testing::Values("ILXAttribute", "ILXGroup", "ILXGlobalAttributeFormatSpec"),
+INSTANTIATE_TEST_SUITE_P(Of, Formats, testing::Values("ILXAttribute", "ILXGroup", "ILXGlobalAttributeFormatSpec"),
                          [](const auto& test) { return std::string(test.param).substr(3); });
 } // namespace

@@ -239,13 +239,12 @@ TEST_F(Lives, TerminateBesideInitializeUnregistersItsOwnLife)
     {
         ASSERT_EQ(Start(0), S_OK);
         std::atomic<int> arrived{0};
-        const auto meet =
-            [&arrived] { // not a barrier: that of one of the libraries loses a wake-up now and then
-                for (++arrived; arrived.load() < 2;)
-                {
-                    std::this_thread::yield();
-                }
-            };
+        const auto meet = [&arrived] { // not a barrier: that of one of the libraries loses a wake-up now and then
+            for (++arrived; arrived.load() < 2;)
+            {
+                std::this_thread::yield();
+            }
+        };
         const auto ended = std::async(std::launch::async, [&] {
             meet();
             Terminate();

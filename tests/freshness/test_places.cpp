@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Two threads, one of which asks at each place in turn where the other one allocates: what is not complete
-// yet is not taken for it.
+// Two threads, one of which asks at each place in turn where the other one allocates: what is not complete yet is not
+// taken for it.
 #include "allocations.h"
 #include "inside.h"
 
@@ -34,8 +34,8 @@ protected:
     /// The place is the n-th allocation of this thread from now on; 0: there is none.
     static void CountTo(int n) { s_left = n; }
 
-    /// Prepares each place and lets the first thread ask until it does not come to the place any more. At the
-    /// place the second one asks. It may wait for the first, and is then answered after it.
+    /// Prepares each place and lets the first thread ask until it does not come to the place any more. At the place
+    /// the second one asks. It may wait for the first, and is then answered after it.
     static void AtEach(const std::function<void(int)>& prepare, const Question& first, const Question& second)
     {
         int place = 0;
@@ -106,7 +106,6 @@ TEST_F(Places, OvertakenRecordsDoNotCountAsReadWhileTheyAreParsed)
             place = next;
             m_server->SendNotification("objects/Item/0/512");
         },
-        [&] { return Has(item, "Weight"); },
-        [&] { return LXNarrow(LXRead(held.Get(), XProperty::Label)) == label; });
+        [&] { return Has(item, "Weight"); }, [&] { return LXNarrow(LXRead(held.Get(), XProperty::Label)) == label; });
 }
 } // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Relations, PC infos and browser ids: what was loaded through a former server object, what a notification
-// has nothing to do with, and what a caller holds.
+// Relations, PC infos and browser ids: what was loaded through a former server object, what a notification has
+// nothing to do with, and what a caller holds.
 #include "inside.h"
 #include "relationfixture.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Types, their components and attributes: answers that a notification overtook, answers of former server
-// objects, and notifications that concern something else.
+// Types, their components and attributes: answers that a notification overtook, answers of former server objects, and
+// notifications that concern something else.
 #include "inside.h"
 
 namespace
@@ -33,10 +33,7 @@ protected:
         EXPECT_EQ(attribute->GetAttributeTypeEnum(types.Put()), S_OK);
         return types;
     }
-    XLXText ItemsNameThrough(const char* type)
-    {
-        return LXRead(Attribute(type, "Name").Get(), XProperty::Label);
-    }
+    XLXText ItemsNameThrough(const char* type) { return LXRead(Attribute(type, "Name").Get(), XProperty::Label); }
 };
 
 TEST_F(FreshTypes, ValuesOfAttributeTypesThatChangeWhileTheyAreEnumerated)
@@ -53,8 +50,7 @@ TEST_F(FreshTypes, ValuesOfAttributeTypesThatChangeWhileTheyAreEnumerated)
         });
         AttributeTypes(head);
     }
-    EXPECT_EQ(LXReadAll<ILXAttributeType>(AttributeTypes(head), XProperty::AttributeTypeLabel),
-              (Texts{"new", "new"}));
+    EXPECT_EQ(LXReadAll<ILXAttributeType>(AttributeTypes(head), XProperty::AttributeTypeLabel), (Texts{"new", "new"}));
     Terminate();
 }
 
@@ -73,8 +69,7 @@ TEST_F(FreshTypes, ARemovedAttributeTypeGoesAndAnotherOneStaysTheSameObject)
         XLXComPtr<ILXAttributeType> left;
         ASSERT_EQ(AttributeTypes(head)->GetSingleNext(left.Put()), S_OK);
         EXPECT_EQ(left, metres);
-        EXPECT_EQ(LXReadAll<ILXAttributeType>(AttributeTypes(head), XProperty::AttributeTypeName),
-                  Texts{"Metres"});
+        EXPECT_EQ(LXReadAll<ILXAttributeType>(AttributeTypes(head), XProperty::AttributeTypeName), Texts{"Metres"});
         Terminate();
         Edit().AddAttributeType("Pump", "Head", "Feet");
     }

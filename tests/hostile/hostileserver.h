@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Parts of a server that misbehaves, in front of the sample server: everything that a test does not replace
-// is passed on to it.
+// Parts of a server that misbehaves, in front of the sample server: everything that a test does not replace is passed
+// on to it.
 #ifndef HOSTILESERVER_H
 #define HOSTILESERVER_H
 
@@ -146,8 +146,7 @@ public:
     {
         return m_bulk->GetTypeArrayByTypeNameEx(n, b, mode, a);
     }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY* n, LONG b, LONG mode,
-                                                            SAFEARRAY** a) override
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY* n, LONG b, LONG mode, SAFEARRAY** a) override
     {
         return namedTypes ? namedTypes(a) : m_bulk->GetTypeArrayByTypeNameArrayEx(n, b, mode, a);
     }
@@ -173,18 +172,12 @@ public:
     HRESULT STDMETHODCALLTYPE GetType(BSTR, BSTR, ILXType**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR, BSTR, ILXParentChildEnum**) override
-    {
-        return E_NOTIMPL;
-    }
+    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR, BSTR, ILXParentChildEnum**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override
-    {
-        return E_NOTIMPL;
-    }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override
     {
         return E_NOTIMPL;
@@ -215,8 +208,7 @@ struct HostileType
     std::vector<XLXText> attributes;
 };
 
-XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types,
-                              const XLXComPtr<IUnknown>& server = nullptr);
+XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types, const XLXComPtr<IUnknown>& server = nullptr);
 
 /// A cache whose config factory is a hostile one.
 class HostileTest : public CacheTest
@@ -235,8 +227,7 @@ protected:
     XLXComPtr<ILXType> Named(XLXTextView name, HRESULT expected = S_OK)
     {
         XLXComPtr<ILXType> type;
-        EXPECT_EQ(Factory()->GetType(XLXComBSTR(name).Get(), nullptr, type.Put()), expected)
-            << LXNarrow(name);
+        EXPECT_EQ(Factory()->GetType(XLXComBSTR(name).Get(), nullptr, type.Put()), expected) << LXNarrow(name);
         return type;
     }
     /// A failure says what went wrong.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Servers whose single answers are odd: values in arrays of the wrong shape, values by reference, records
-// without objects, and calls that fail and leave something behind all the same.
+// Servers whose single answers are odd: values in arrays of the wrong shape, values by reference, records without
+// objects, and calls that fail and leave something behind all the same.
 #include "XDataObjectRefusals.h"
 #include "XLockSwitch.h"
 #include "hostileserver.h"
@@ -54,8 +54,7 @@ protected:
     XLXComPtr<ILXType> ServerItem()
     {
         XLXComPtr<ILXType> item;
-        EXPECT_EQ(m_server->ConfigFactory()->GetType(XLXComBSTR(OLESTR("Item")).Get(), nullptr, item.Put()),
-                  S_OK);
+        EXPECT_EQ(m_server->ConfigFactory()->GetType(XLXComBSTR(OLESTR("Item")).Get(), nullptr, item.Put()), S_OK);
         return item;
     }
     /// The types are one, with its attributes, groups and pages without objects.
@@ -81,9 +80,8 @@ protected:
     /// Tells one object that its values have changed.
     void Touch(const XLXComPtr<ILXCallbackUpdate>& object, const OLECHAR* dataId)
     {
-        EXPECT_EQ(object->DataObjectChanged(XLXComBSTR(dataId).Get(),
-                                            XLXComBSTR(OLESTR("cfc_specific")).Get(), 256, ++m_notification,
-                                            0, nullptr),
+        EXPECT_EQ(object->DataObjectChanged(XLXComBSTR(dataId).Get(), XLXComBSTR(OLESTR("cfc_specific")).Get(), 256,
+                                            ++m_notification, 0, nullptr),
                   S_OK);
     }
     HRESULT Format(const XLXComPtr<ILXAttribute>& attribute, int type)
@@ -186,8 +184,7 @@ TEST_F(OddAnswers, ArraysOfValuesAreRefusedUnlessTheyAreVariantsInARow)
 #endif
         {[&] { return SafeArrayCreate(VT_VARIANT, 2, bounds); }, OLESTR("wrong safearray vartype")}};
     const auto serverItem = ServerItem();
-    const auto hostile =
-        XLXComPtr<HostileAttribute>(new HostileAttribute(AttributeOf(serverItem, OLESTR("Name"))));
+    const auto hostile = XLXComPtr<HostileAttribute>(new HostileAttribute(AttributeOf(serverItem, OLESTR("Name"))));
     m_factory->types = [&](SAFEARRAY** out) {
         ItemRecord item{serverItem, {}, {}, {}};
         item.attributes.push_back(AttributeRecord(OLESTR("Name"), XLXComPtr<IUnknown>(hostile.Get())));
@@ -239,8 +236,7 @@ TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken)
         V_BYREF(&number.Get()) = &position;
     };
     const auto serverItem = ServerItem();
-    const auto hostile =
-        XLXComPtr<HostileAttribute>(new HostileAttribute(AttributeOf(serverItem, OLESTR("Name"))));
+    const auto hostile = XLXComPtr<HostileAttribute>(new HostileAttribute(AttributeOf(serverItem, OLESTR("Name"))));
     hostile->values = [&](SAFEARRAY** out) {
         *out = SafeArrayCreateVector(VT_VARIANT, 0, 60);
         auto* const values = static_cast<XLXComVariant*>((*out)->pvData);
@@ -304,8 +300,7 @@ TEST_F(OddAnswers, ARefusedListOfComponentsNamesItsType)
         item.groups.push_back({nullptr, Values(16, 2, XLXComVariant::FromI4(1))});
         XILXTypeMap types = GetMapFromArray(item.Array());
         XILXTypeComp& components = types.records[0].components;
-        for (XLXSafeArray* list :
-             {&components.pages, &components.groups, &components.editors, &components.attributes})
+        for (XLXSafeArray* list : {&components.pages, &components.groups, &components.editors, &components.attributes})
         {
             XArrayWriter writer;
             writer.Put(LONG{7});
@@ -475,8 +470,7 @@ TEST_F(OddAnswers, NothingIsReleasedThatAFailingCallLeaves)
     EXPECT_EQ(m_cache->GetCachedType(object.Get(), nullptr, type.Put()), E_ACCESSDENIED);
     EXPECT_EQ(m_cache->IsPlantype(object.Get()), E_ACCESSDENIED);
     XLXComPtr<ILXParentChildEnum> relations;
-    EXPECT_EQ(m_cache->GetPCEnum(object.Get(), nullptr, nullptr, nullptr, 0, relations.Put()),
-              E_ACCESSDENIED);
+    EXPECT_EQ(m_cache->GetPCEnum(object.Get(), nullptr, nullptr, nullptr, 0, relations.Put()), E_ACCESSDENIED);
     EXPECT_EQ(leftText.View(), OLESTR("left"));
     XLXComPtr<ILXParentChild> relation;
     for (const char* attribute : {"relationname", "typename", ""})

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Servers that call the cache from inside their own methods, servers that go away, and clients that end and
-// release things when and in the order they should not.
+// Servers that call the cache from inside their own methods, servers that go away, and clients that end and release
+// things when and in the order they should not.
 #include "hostileserver.h"
 
 #include <random>
@@ -250,8 +250,7 @@ TEST_F(Lifetimes, HeldObjectsAnswerOrSayWhyNotAfterTheEnd)
         if (!serverToo)
         {
             XLXComPtr<ILXType> none;
-            EXPECT_EQ(m_cache->GetCachedType(m_server->DataObject("Pump").Get(), nullptr, none.Put()),
-                      E_POINTER);
+            EXPECT_EQ(m_cache->GetCachedType(m_server->DataObject("Pump").Get(), nullptr, none.Put()), E_POINTER);
             EXPECT_TRUE(LXErrorInformation::Take().present);
             ASSERT_EQ(Start(), S_OK);
         }

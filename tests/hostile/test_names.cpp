@@ -49,8 +49,7 @@ TEST_P(Names, AreFoundExactlyAndNotified)
     Edit().SetAttributeProperty(name, name, XProperty::Label, "second");
     EXPECT_EQ(LXRead(attribute.Get(), XProperty::Label), OLESTR("second"));
     // Names that are nearly the same are others.
-    for (const XLXText& other :
-         {name + Unit(0), name.substr(0, name.size() - 1), XLXText(OLESTR(" ")) + name})
+    for (const XLXText& other : {name + Unit(0), name.substr(0, name.size() - 1), XLXText(OLESTR(" ")) + name})
     {
         Named(other, S_FALSE);
     }
@@ -61,16 +60,14 @@ TEST_P(Names, AreFoundExactlyAndNotified)
     Terminate();
 }
 
-INSTANTIATE_TEST_SUITE_P(Hostile, Names,
-                         testing::Values(Name{"Quotes", OLESTR("'\"`")}, Name{"Slashes", OLESTR("a/b/0/2")},
-                                         Name{"Bars", OLESTR("a|b")}, Name{"Percent", OLESTR("%s%n%2F")},
-                                         Name{"Nul", XLXText(OLESTR("a")) + Unit(0) + OLESTR("b")},
-                                         Name{"LoneHighSurrogate", Unit(0xD800)},
-                                         Name{"LoneLowSurrogate", Unit(0xDC00) + Unit(0xD800)},
-                                         Name{"Pair", Unit(0xD83D) + Unit(0xDE00)},
-                                         Name{"Controls", Unit(1) + Unit(10) + Unit(0xFFFF)},
-                                         Name{"Long", XLXText(65536, OLECHAR{'x'})}),
-                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(
+    Hostile, Names,
+    testing::Values(Name{"Quotes", OLESTR("'\"`")}, Name{"Slashes", OLESTR("a/b/0/2")}, Name{"Bars", OLESTR("a|b")},
+                    Name{"Percent", OLESTR("%s%n%2F")}, Name{"Nul", XLXText(OLESTR("a")) + Unit(0) + OLESTR("b")},
+                    Name{"LoneHighSurrogate", Unit(0xD800)}, Name{"LoneLowSurrogate", Unit(0xDC00) + Unit(0xD800)},
+                    Name{"Pair", Unit(0xD83D) + Unit(0xDE00)}, Name{"Controls", Unit(1) + Unit(10) + Unit(0xFFFF)},
+                    Name{"Long", XLXText(65536, OLECHAR{'x'})}),
+    testing::PrintToStringParamName());
 
 TEST_F(Names, ThatAreTogetherTheSameStayApart)
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Notifications that come straight to a cached object while its old values are on their way in bulk: the next
-// read shows the new ones.
+// Notifications that come straight to a cached object while its old values are on their way in bulk: the next read
+// shows the new ones.
 #include "hostileserver.h"
 
 namespace
@@ -41,8 +41,7 @@ TEST_P(StraightToAnObject, IsNotLostInABulkRead)
             const XLXComBSTR dataType(OLESTR("cfc_specific"));
             for (const OLECHAR* id : {OLESTR("properties/Pump/1/2"), OLESTR("properties/Pump/2/512")})
             {
-                EXPECT_EQ(face->DataObjectChanged(XLXComBSTR(XLXText(id)).Get(), dataType.Get(), 256, 900, 0,
-                                                  nullptr),
+                EXPECT_EQ(face->DataObjectChanged(XLXComBSTR(XLXText(id)).Get(), dataType.Get(), 256, 900, 0, nullptr),
                           S_OK);
             }
         }
@@ -61,10 +60,9 @@ TEST_P(StraightToAnObject, IsNotLostInABulkRead)
 
 INSTANTIATE_TEST_SUITE_P(
     Hostile, StraightToAnObject,
-    testing::Values(
-        Overtaken{"TypeInTheTypeArray", "ILXConfigFactoryEx::GetTypeArrayEx", "objects/x/0/1", false},
-        Overtaken{"AttributeInTheTypeArray", "ILXConfigFactoryEx::GetTypeArrayEx", "objects/x/0/1", true},
-        Overtaken{"TypeInItsComponents", "ILXType::GetTypeComponentData", "objects/x/0/512", false},
-        Overtaken{"AttributeInComponents", "ILXType::GetTypeComponentData", "objects/x/0/512", true}),
+    testing::Values(Overtaken{"TypeInTheTypeArray", "ILXConfigFactoryEx::GetTypeArrayEx", "objects/x/0/1", false},
+                    Overtaken{"AttributeInTheTypeArray", "ILXConfigFactoryEx::GetTypeArrayEx", "objects/x/0/1", true},
+                    Overtaken{"TypeInItsComponents", "ILXType::GetTypeComponentData", "objects/x/0/512", false},
+                    Overtaken{"AttributeInComponents", "ILXType::GetTypeComponentData", "objects/x/0/512", true}),
     testing::PrintToStringParamName());
 } // namespace

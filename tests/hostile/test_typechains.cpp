@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Chains of base types as no model should have them: very long ones, ones that close, ones that end in
-// nothing, and server objects that are not what they should be.
+// Chains of base types as no model should have them: very long ones, ones that close, ones that end in nothing, and
+// server objects that are not what they should be.
 #include "hostileserver.h"
 
 #ifdef _WIN32
@@ -51,8 +51,7 @@ void WithSmallStack(std::function<void()> work)
         (*static_cast<std::function<void()>*>(argument))();
         return 0;
     };
-    const HANDLE thread =
-        CreateThread(nullptr, SmallStack, run, &work, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+    const HANDLE thread = CreateThread(nullptr, SmallStack, run, &work, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     ASSERT_NE(thread, nullptr);
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);
@@ -165,8 +164,7 @@ TEST_F(BadTypes, BasesThatCloseACircleAreCutSomewhere)
             EXPECT_TRUE(Has(Named(type.name), type.attributes.front())) << LXNarrow(type.name);
             LONG count = 0;
             BSTR* derived = nullptr;
-            const HRESULT result =
-                m_cache->GetDerivedTypesForQuery(XLXComBSTR(type.name).Get(), &count, &derived);
+            const HRESULT result = m_cache->GetDerivedTypesForQuery(XLXComBSTR(type.name).Get(), &count, &derived);
             EXPECT_EQ(result, S_OK);
             EXPECT_LE(count, circle);
             for (LONG i = 0; i < count; ++i)
@@ -214,14 +212,12 @@ TEST_F(BadTypes, TypesWithoutANameAreRefusedAndNothingIsKept)
 {
     bool good = false;
     m_factory->types = [&](SAFEARRAY** out) {
-        *out = HostileTypeArray(
-                   {{OLESTR("A"), OLESTR(""), {}}, {good ? OLESTR("B") : OLESTR(""), OLESTR(""), {}}})
+        *out = HostileTypeArray({{OLESTR("A"), OLESTR(""), {}}, {good ? OLESTR("B") : OLESTR(""), OLESTR(""), {}}})
                    .Detach();
         return S_OK;
     };
     EXPECT_EQ(StartHostile(), E_INVALIDARG);
-    EXPECT_EQ(LXErrorInformation::Take().description,
-              OLESTR("typename for CFC type cache entry must not be empty"));
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("typename for CFC type cache entry must not be empty"));
     Terminate();
     good = true;
     ASSERT_EQ(StartHostile(), S_OK);

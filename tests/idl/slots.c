@@ -1,36 +1,36 @@
 // SPDX-License-Identifier: MIT
 //
-// The binary contract, as C sees it: slot numbers of every method, counted from QueryInterface at 0, the
-// number of slots of every interface, and the layout of the records. What compiles holds.
+// The binary contract, as C sees it: slot numbers of every method, counted from QueryInterface at 0, the number of
+// slots of every interface, and the layout of the records. What compiles holds.
 #define CINTERFACE
 #include "LXConfigFactoryCache.h"
 
 #include "recordlayout.h"
 
-#define SLOT(type, number, method)                                                                           \
-    static_assert(offsetof(type##Vtbl, method) == (number) * sizeof(void*),                                  \
+#define SLOT(type, number, method)                                                                                     \
+    static_assert(offsetof(type##Vtbl, method) == (number) * sizeof(void*),                                            \
                   #type "::" #method " must be in slot " #number)
 #define SLOTS1(type, number, a) SLOT(type, number, a)
-#define SLOTS2(type, number, a, b)                                                                           \
-    SLOT(type, number, a);                                                                                   \
+#define SLOTS2(type, number, a, b)                                                                                     \
+    SLOT(type, number, a);                                                                                             \
     SLOT(type, (number) + 1, b)
-#define SLOTS3(type, number, a, b, c)                                                                        \
-    SLOTS2(type, number, a, b);                                                                              \
+#define SLOTS3(type, number, a, b, c)                                                                                  \
+    SLOTS2(type, number, a, b);                                                                                        \
     SLOT(type, (number) + 2, c)
-#define SLOTS4(type, number, a, b, c, d)                                                                     \
-    SLOTS3(type, number, a, b, c);                                                                           \
+#define SLOTS4(type, number, a, b, c, d)                                                                               \
+    SLOTS3(type, number, a, b, c);                                                                                     \
     SLOT(type, (number) + 3, d)
 
-#define INTERFACE(type, slots)                                                                               \
-    SLOTS3(type, 0, QueryInterface, AddRef, Release);                                                        \
+#define INTERFACE(type, slots)                                                                                         \
+    SLOTS3(type, 0, QueryInterface, AddRef, Release);                                                                  \
     static_assert(sizeof(type##Vtbl) == (slots) * sizeof(void*), #type " must have that many slots")
-#define CONFIG_OBJECT(type, slots)                                                                           \
-    INTERFACE(type, slots);                                                                                  \
-    SLOTS4(type, 3, Get, Set, Gets, Sets);                                                                   \
+#define CONFIG_OBJECT(type, slots)                                                                                     \
+    INTERFACE(type, slots);                                                                                            \
+    SLOTS4(type, 3, Get, Set, Gets, Sets);                                                                             \
     SLOTS4(type, 7, GetProperty, SetProperty, GetProperties, SetProperties)
-#define ENUMERATOR(type)                                                                                     \
-    INTERFACE(type, 8);                                                                                      \
-    SLOTS4(type, 3, RemNext, Skip, Reset, Clone);                                                            \
+#define ENUMERATOR(type)                                                                                               \
+    INTERFACE(type, 8);                                                                                                \
+    SLOTS4(type, 3, RemNext, Skip, Reset, Clone);                                                                      \
     SLOTS1(type, 7, GetSingleNext)
 
 /* Configuration objects: eight methods in common. */
@@ -83,21 +83,18 @@ ENUMERATOR(IEnumBaseDataObject);
 INTERFACE(ILXConfigFactoryCache, 31);
 SLOTS4(ILXConfigFactoryCache, 3, Initialize, GetRealConfigFactory, GetCachedType, GetTransientAttribute);
 SLOTS4(ILXConfigFactoryCache, 7, IsPlantype, GetCachedPCEnum, GetPCEnum, GetPPRRelationsEnum);
-SLOTS4(ILXConfigFactoryCache, 11, GetPPRRelationsEnumByDO, GetPossiblePPRRelations,
-       GetPossiblePPRRelationsByDO, PPRRelationExists);
+SLOTS4(ILXConfigFactoryCache, 11, GetPPRRelationsEnumByDO, GetPossiblePPRRelations, GetPossiblePPRRelationsByDO,
+       PPRRelationExists);
 SLOTS4(ILXConfigFactoryCache, 15, PPRRelationExistsByDO, GetPCRelation, GetSinglePCRelation,
        GetThisBrowserParentChildEnum);
-SLOTS4(ILXConfigFactoryCache, 19, GetSinglePCRelationByDO, GetPCEnum2, GetPossiblePPRRelations2,
-       CheckTypeDerivesFrom);
-SLOTS4(ILXConfigFactoryCache, 23, GetAllDerivedTypes, GetDerivedTypesForQuery, LoadTypesByTypeNames,
-       SetInvalid);
+SLOTS4(ILXConfigFactoryCache, 19, GetSinglePCRelationByDO, GetPCEnum2, GetPossiblePPRRelations2, CheckTypeDerivesFrom);
+SLOTS4(ILXConfigFactoryCache, 23, GetAllDerivedTypes, GetDerivedTypesForQuery, LoadTypesByTypeNames, SetInvalid);
 SLOTS4(ILXConfigFactoryCache, 27, IsValid, SetCFCDataTransferMode, GetCFCDataTransferMode, GetPCEnumAll);
 INTERFACE(ILXConfigFactory, 27);
 SLOTS4(ILXConfigFactory, 3, AddType, RemoveType, GetTypeEnum, GetSearchableTypeEnum);
 SLOTS4(ILXConfigFactory, 7, GetPlanTypeEnum, GetType, AddParentChild, RemoveParentChild);
 SLOTS4(ILXConfigFactory, 11, GetParentChildEnum, AddBrowserId, RemoveBrowserId, GetBrowserIdEnum);
-SLOTS4(ILXConfigFactory, 15, DeleteDatabase, GetTypeArray, GetTypeArrayByTypeName,
-       GetTypeArrayByTypeNameArray);
+SLOTS4(ILXConfigFactory, 15, DeleteDatabase, GetTypeArray, GetTypeArrayByTypeName, GetTypeArrayByTypeNameArray);
 SLOTS4(ILXConfigFactory, 19, GetPCArray, GetVersion, SetVersion, CreateGlobalAttributeFormatSpec);
 SLOTS4(ILXConfigFactory, 23, GetAllGlobalAttributeFormatSpecs, RemoveGlobalAttributeFormatSpec,
        RemoveGlobalAttributeFormatSpecByID, NotifyServerTermination);
@@ -138,18 +135,14 @@ SLOTS4(ILX_BaseDataObject, 27, GetChildrenWithReadRights, GetChild, NewChild, Ca
 SLOTS4(ILX_BaseDataObject, 31, GetAllObjects, GetType, GetListCount, CanDrag);
 SLOTS4(ILX_BaseDataObject, 35, CanDrop, CanDropObjects, GetId, CommitTransaction);
 SLOTS4(ILX_BaseDataObject, 39, RollbackTransaction, GetClientId, IsDerivedFromClass, IsDerivedFromClass2);
-SLOTS4(ILX_BaseDataObject, 43, IsDerivedFromType, IsDerivedFromType2, ExecuteServerMethod,
-       ExecuteServerMethodEx);
-SLOTS4(ILX_BaseDataObject, 47, GetObjectDependencies, GetObjectsForExport, GetDisplayChildren,
-       CreateSupplierProject);
+SLOTS4(ILX_BaseDataObject, 43, IsDerivedFromType, IsDerivedFromType2, ExecuteServerMethod, ExecuteServerMethodEx);
+SLOTS4(ILX_BaseDataObject, 47, GetObjectDependencies, GetObjectsForExport, GetDisplayChildren, CreateSupplierProject);
 SLOTS4(ILX_BaseDataObject, 51, MergeSupplierProject, GetAttributeMultiLingual, SetAttributeMultiLingual,
        GetAttributesMultiLingual);
 SLOTS1(ILX_BaseDataObject, 55, SetAttributesMultiLingual);
 INTERFACE(ILXDataUpdate, 11);
-SLOTS4(ILXDataUpdate, 3, UnregisterCallback, EnableAdvicesDataObject, EnableAdvicesDataObjects,
-       EnableAdvicesDataType);
-SLOTS4(ILXDataUpdate, 7, DataObjectChanged, DataObjectsChanged, RegisterCallback,
-       IsNotificationRegisteredByClient);
+SLOTS4(ILXDataUpdate, 3, UnregisterCallback, EnableAdvicesDataObject, EnableAdvicesDataObjects, EnableAdvicesDataType);
+SLOTS4(ILXDataUpdate, 7, DataObjectChanged, DataObjectsChanged, RegisterCallback, IsNotificationRegisteredByClient);
 INTERFACE(ILXRelation, 4);
 SLOTS1(ILXRelation, 3, GetRelatedObject);
 

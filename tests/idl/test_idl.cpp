@@ -66,8 +66,7 @@ const Identifier identifiers[] = {
     INTERFACE_ID(IXCfgCacheCallback, "85FC821C-453F-45A9-B3EE-B6C4C8047018"),
     {"XCfgCacheCallback", &CLSID_XCfgCacheCallback, "6675C3C3-D0E2-4C53-BC04-DE4AFC185F15", nullptr},
     {"LXConfigFactoryCache", &CLSID_LXConfigFactoryCache, "C82DB2BE-0F06-4AD5-AF6F-6DADD1EAAF2E", nullptr},
-    {"LXCONFIGFACTORYCACHELib", &LIBID_LXCONFIGFACTORYCACHELib, "3B700219-CA40-4C9A-B2E6-85B56601D125",
-     nullptr},
+    {"LXCONFIGFACTORYCACHELib", &LIBID_LXCONFIGFACTORYCACHELib, "3B700219-CA40-4C9A-B2E6-85B56601D125", nullptr},
 };
 
 std::string Text(const GUID& id)
@@ -75,8 +74,7 @@ std::string Text(const GUID& id)
     char text[40];
     const auto* const d = id.Data4;
     std::snprintf(text, sizeof(text), "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X",
-                  static_cast<unsigned>(id.Data1), id.Data2, id.Data3, d[0], d[1], d[2], d[3], d[4], d[5],
-                  d[6], d[7]);
+                  static_cast<unsigned>(id.Data1), id.Data2, id.Data3, d[0], d[1], d[2], d[3], d[4], d[5], d[6], d[7]);
     return text;
 }
 

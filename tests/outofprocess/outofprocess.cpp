@@ -33,18 +33,16 @@ HRESULT CallModule(const OLECHAR* file, const char* function)
 {
     HMODULE const module = LoadLibraryW((Folder() + file).c_str());
     using Registration = HRESULT(STDMETHODCALLTYPE*)();
-    const auto call =
-        module != nullptr
-            ? reinterpret_cast<Registration>(reinterpret_cast<void*>(GetProcAddress(module, function)))
-            : nullptr;
+    const auto call = module != nullptr
+                          ? reinterpret_cast<Registration>(reinterpret_cast<void*>(GetProcAddress(module, function)))
+                          : nullptr;
     const HRESULT result = call != nullptr ? call() : E_NOTIMPL;
     FreeLibrary(module);
     return result;
 }
 
-constexpr const OLECHAR* Modules[] = {OLESTR("LXConfigFactoryCache32.dll"),
-                                      OLESTR("LXConfigFactoryCachePS.dll"), OLESTR("LXSampleServerPS.dll"),
-                                      OLESTR("LXCfgCacheCallback.dll")};
+constexpr const OLECHAR* Modules[] = {OLESTR("LXConfigFactoryCache32.dll"), OLESTR("LXConfigFactoryCachePS.dll"),
+                                      OLESTR("LXSampleServerPS.dll"), OLESTR("LXCfgCacheCallback.dll")};
 constexpr const OLECHAR* ServerProgram = OLESTR("lxsampleserver.exe");
 
 DWORD RunServerProgram(const OLECHAR* option)
@@ -80,9 +78,8 @@ testing::Environment* const g_registered = testing::AddGlobalTestEnvironment(new
 
 std::string LXLabelEdit(const std::string& label)
 {
-    return std::string(R"({"edit":"SetAttributeProperty","type":")") + EditedType + R"(","name":")" +
-           EditedAttribute + R"(","index":)" + std::to_string(XProperty::Label) + R"(,"value":")" + label +
-           R"("})";
+    return std::string(R"({"edit":"SetAttributeProperty","type":")") + EditedType + R"(","name":")" + EditedAttribute +
+           R"(","index":)" + std::to_string(XProperty::Label) + R"(,"value":")" + label + R"("})";
 }
 
 bool LXSaysGone(HRESULT result)
@@ -97,8 +94,8 @@ Process::Process(const OLECHAR* program, const std::wstring& arguments)
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process = {};
-    if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr,
-                       &startup, &process))
+    if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr, &startup,
+                       &process))
     {
         AssignProcessToJobObject(Job(), process.hProcess);
         ResumeThread(process.hThread);
@@ -133,15 +130,14 @@ XLXComPtr<ILXSampleServer> LXConnect()
 
 ReadyEvent::ReadyEvent()
     : m_name(OLESTR("lx-ready-") + std::to_wstring(GetCurrentProcessId()) + OLESTR("-") +
-             std::to_wstring(reinterpret_cast<std::uintptr_t>(this)) + OLESTR("-") +
-             std::to_wstring(GetTickCount64())),
+             std::to_wstring(reinterpret_cast<std::uintptr_t>(this)) + OLESTR("-") + std::to_wstring(GetTickCount64())),
       m_handle(CreateEventW(nullptr, TRUE, FALSE, m_name.c_str()))
 {}
 
 // Who asks before the program is ready would have COM start a second one.
 Server::Server(Use use)
-    : m_process(ServerProgram, OLESTR("--ready-event ") + m_ready.Name() +
-                                   (use == Use::ByOne ? OLESTR(" --single-use") : OLESTR("")))
+    : m_process(ServerProgram,
+                OLESTR("--ready-event ") + m_ready.Name() + (use == Use::ByOne ? OLESTR(" --single-use") : OLESTR("")))
 {
     m_control = m_ready.Wait() ? LXConnect() : nullptr;
     LXExpectThat(static_cast<bool>(m_control), "the server program cannot be reached");
@@ -186,8 +182,8 @@ CacheClient::CacheClient(ILXSampleServer& server, bool separateCallback)
     XLXComPtr<ILX_Query> query;
     XLXComPtr<ILXDataUpdate> update;
     LXExpect(server.GetServices(factory.Put(), query.Put(), update.Put()), "GetServices");
-    LXExpect(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER,
-                              LXIid<ILXConfigFactoryCache>(), m_cache.PutVoid()),
+    LXExpect(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER, LXIid<ILXConfigFactoryCache>(),
+                              m_cache.PutVoid()),
              "CoCreateInstance(CLSID_LXConfigFactoryCache)");
     XLXVariantVector values;
     values.push_back(XLXComVariant::FromUnknown(factory.Get()));

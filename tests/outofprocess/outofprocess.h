@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the tests of servers and clients in processes of their own share. Every process that is started ends
-// with the object that stands for it, at the latest with the test program.
+// What the tests of servers and clients in processes of their own share. Every process that is started ends with the
+// object that stands for it, at the latest with the test program.
 #ifndef OUTOFPROCESS_H
 #define OUTOFPROCESS_H
 
@@ -135,9 +135,7 @@ std::string LXSnapshot(ILXConfigFactory& factory);
 /// A client in a process of its own: this program, started again with a role.
 ///   hold              initialises a cache and waits to be killed
 ///   follow LABEL MS   initialises a cache, waits until the cache gives that label, taking so many
-///   milliseconds
-///                     for each notification, and compares all of it with the server; exit code 0 when it
-///                     agrees
+/// milliseconds for each notification, and compares all of it with the server; exit code 0 when it agrees
 class ClientProcess
 {
 public:

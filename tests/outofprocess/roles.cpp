@@ -49,8 +49,7 @@ int Follow(const wchar_t* event, const std::string& label, int count, std::chron
     CacheClient client(*server);
     LXErrorSetLogSink(Notifications::Take, &notifications, 1U << LX_LOG_UPDATE);
     SayReady(event);
-    const bool came =
-        LXWaitFor([&] { return client.Label() == label && notifications.taken >= count; }, LimitOfRole);
+    const bool came = LXWaitFor([&] { return client.Label() == label && notifications.taken >= count; }, LimitOfRole);
     XLXComPtr<ILXConfigFactory> factory;
     XLXComPtr<ILX_Query> query;
     XLXComPtr<ILXDataUpdate> update;
@@ -73,10 +72,9 @@ void LXPlayRole()
     int code = 5;
     try
     {
-        code = std::string_view(__argv[3]) == "hold"
-                   ? Hold(event.c_str())
-                   : Follow(event.c_str(), __argv[4], std::atoi(__argv[5]),
-                            std::chrono::milliseconds(std::atoi(__argv[6])));
+        code = std::string_view(__argv[3]) == "hold" ? Hold(event.c_str())
+                                                     : Follow(event.c_str(), __argv[4], std::atoi(__argv[5]),
+                                                              std::chrono::milliseconds(std::atoi(__argv[6])));
     }
     catch (const std::exception& error)
     {

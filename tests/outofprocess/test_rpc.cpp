@@ -31,8 +31,7 @@ std::string TextOf(const VARIANT& value)
         SafeArrayUnaccessData(V_ARRAY(&value));
         return text + "]";
     }
-    return std::to_string(V_VT(&value)) + "=" +
-           LXToUtf8(XLXComVariant::CopyOf(value).AsText().value_or(OLESTR("?")));
+    return std::to_string(V_VT(&value)) + "=" + LXToUtf8(XLXComVariant::CopyOf(value).AsText().value_or(OLESTR("?")));
 }
 
 /// What a method gives that gives an array.
@@ -174,21 +173,20 @@ TEST_F(Rpc, AnEditThatCannotBeDoneIsRefusedWithAReason)
     {
         const char* json;
         const char* reason; // a part of it
-    } table[] = {
-        {"", "parse"},
-        {"{", "parse"},
-        {"[]", "\"edit\""},
-        {R"({"edit":7})", "\"edit\""},
-        {R"({"edit":"Paint"})", "Paint"},
-        {R"({"edit":"AddType"})", "\"name\" is missing"},
-        {R"({"edit":"AddType","name":"A","colour":1})", "\"colour\""},
-        {R"({"edit":"AddType","name":1})", "\"name\" must be a text"},
-        {R"({"edit":"AddPage","type":"Pump","number":"1"})", "\"number\" must be a whole number"},
-        {R"({"edit":"AddPage","type":"Pump","number":4294967296})", "\"number\" must be a whole number"},
-        {R"({"edit":"SetTypeProperty","type":"Pump","index":3,"value":[]})", "\"value\" must be"},
-        {R"({"edit":"SetTypeProperty","type":"Pump","index":999,"value":1})", "999"},
-        {R"({"edit":"RemoveType","type":"Pump","name":"Unknown"})", "\"type\""},
-        {R"({"edit":"RemoveType","name":"Unknown"})", "no such type"}};
+    } table[] = {{"", "parse"},
+                 {"{", "parse"},
+                 {"[]", "\"edit\""},
+                 {R"({"edit":7})", "\"edit\""},
+                 {R"({"edit":"Paint"})", "Paint"},
+                 {R"({"edit":"AddType"})", "\"name\" is missing"},
+                 {R"({"edit":"AddType","name":"A","colour":1})", "\"colour\""},
+                 {R"({"edit":"AddType","name":1})", "\"name\" must be a text"},
+                 {R"({"edit":"AddPage","type":"Pump","number":"1"})", "\"number\" must be a whole number"},
+                 {R"({"edit":"AddPage","type":"Pump","number":4294967296})", "\"number\" must be a whole number"},
+                 {R"({"edit":"SetTypeProperty","type":"Pump","index":3,"value":[]})", "\"value\" must be"},
+                 {R"({"edit":"SetTypeProperty","type":"Pump","index":999,"value":1})", "999"},
+                 {R"({"edit":"RemoveType","type":"Pump","name":"Unknown"})", "\"type\""},
+                 {R"({"edit":"RemoveType","name":"Unknown"})", "no such type"}};
     for (const auto& test : table)
     {
         EXPECT_EQ(m_server.TryEdit(test.json), E_INVALIDARG) << test.json;
@@ -221,11 +219,11 @@ TEST(Proxies, StandForEveryInterface)
     expectAll.operator()<ILXTypeEnum, ILXPageEnum, ILXGroupEnum, ILXAttributeEnum, ILXAttributeTypeEnum,
                          ILXConfObjEditorEnum, ILXParentChildEnum, ILXPCInfoEnum, ILXBrowserIdEnum,
                          ILXGlobalAttributeFormatSpecEnum, IEnumBaseDataObject>();
-    expectAll.operator()<ILXConfigObject, ILXType, ILXPage, ILXFormat, ILXAttributeType, ILXConfObjEditor,
-                         ILXPCInfo, ILXBrowserId, ILXGroup, ILXAttribute, ILXParentChild,
-                         ILXGlobalAttributeFormatSpec, ILXConfigFactory, ILXConfigFactoryEx>();
-    expectAll.operator()<ILXCallback, ILXCallbackUpdate, IXCfgCacheCallback, ILX_BaseDataObject, ILXRelation,
-                         ILX_Query, ILXDataUpdate, ILXConfigFactoryCache, IDPFObject, ILXServerEntryPoint>();
+    expectAll.operator()<ILXConfigObject, ILXType, ILXPage, ILXFormat, ILXAttributeType, ILXConfObjEditor, ILXPCInfo,
+                         ILXBrowserId, ILXGroup, ILXAttribute, ILXParentChild, ILXGlobalAttributeFormatSpec,
+                         ILXConfigFactory, ILXConfigFactoryEx>();
+    expectAll.operator()<ILXCallback, ILXCallbackUpdate, IXCfgCacheCallback, ILX_BaseDataObject, ILXRelation, ILX_Query,
+                         ILXDataUpdate, ILXConfigFactoryCache, IDPFObject, ILXServerEntryPoint>();
 }
 
 // The cache's own interfaces have proxies too: a program may hand the cache to a thread of another apartment.
@@ -233,15 +231,13 @@ TEST_F(Rpc, TheCacheItselfMayBeCalledThroughProxies)
 {
     CacheClient client(m_server.Control());
     IStream* stream = nullptr;
-    ASSERT_EQ(
-        CoMarshalInterThreadInterfaceInStream(LXIid<ILXConfigFactoryCache>(), client.Cache().Get(), &stream),
-        S_OK);
+    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(LXIid<ILXConfigFactoryCache>(), client.Cache().Get(), &stream),
+              S_OK);
     std::thread([stream, own = client.Cache().Get()] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
         {
             XLXComPtr<ILXConfigFactoryCache> cache;
-            ASSERT_EQ(CoGetInterfaceAndReleaseStream(stream, LXIid<ILXConfigFactoryCache>(), cache.PutVoid()),
-                      S_OK);
+            ASSERT_EQ(CoGetInterfaceAndReleaseStream(stream, LXIid<ILXConfigFactoryCache>(), cache.PutVoid()), S_OK);
             ASSERT_NE(cache.Get(), own);
             LONG count = 0;
             BSTR* names = nullptr;
@@ -266,8 +262,7 @@ TEST_F(Rpc, TheCacheItselfMayBeCalledThroughProxies)
             EXPECT_EQ(cache.As<ILXCallbackUpdate>()->GetClientInfo(&info), S_OK);
             EXPECT_EQ(info.ulProcessID, GetCurrentProcessId());
             EXPECT_NE(LXBstrView(info.bstrComputerName), XLXTextView());
-            for (const BSTR text :
-                 {info.bstrTransactionName, info.bstrComputerName, info.bstrUserName, info.bstrPWD})
+            for (const BSTR text : {info.bstrTransactionName, info.bstrComputerName, info.bstrUserName, info.bstrPWD})
             {
                 SysFreeString(text);
             }

@@ -54,11 +54,10 @@ private:
     static void Write(const Text& path, const OLECHAR* name, const Text& value)
     {
         HKEY key = nullptr;
-        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, nullptr, 0, KEY_WRITE,
-                                                 nullptr, &key, nullptr));
-        EXPECT_EQ(ERROR_SUCCESS,
-                  RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
-                                 static_cast<DWORD>((value.size() + 1) * sizeof(OLECHAR))));
+        ASSERT_EQ(ERROR_SUCCESS,
+                  RegCreateKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr));
+        EXPECT_EQ(ERROR_SUCCESS, RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
+                                                static_cast<DWORD>((value.size() + 1) * sizeof(OLECHAR))));
         RegCloseKey(key);
     }
 
@@ -110,8 +109,7 @@ TEST(Classes, RegisteredByTheProcess)
         DWORD cookie = 0;
         EXPECT_EQ(E_INVALIDARG,
                   CoRegisterClassObject(g_own, nullptr, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie));
-        ASSERT_EQ(S_OK,
-                  CoRegisterClassObject(g_own, &factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie));
+        ASSERT_EQ(S_OK, CoRegisterClassObject(g_own, &factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie));
         EXPECT_EQ(1, factory.references);
         ASSERT_EQ(S_OK, CreateInstance(g_own, IID_IClassFactory, &out));
         EXPECT_EQ(&factory, out);
@@ -120,8 +118,8 @@ TEST(Classes, RegisteredByTheProcess)
         EXPECT_EQ(E_NOINTERFACE, CreateInstance(g_own, IID_IErrorInfo, &out));
         EXPECT_EQ(nullptr, out);
         CountedObject outer;
-        EXPECT_EQ(CLASS_E_NOAGGREGATION, CoCreateInstance(g_own, &outer, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                                          reinterpret_cast<void**>(&out)));
+        EXPECT_EQ(CLASS_E_NOAGGREGATION,
+                  CoCreateInstance(g_own, &outer, CLSCTX_INPROC_SERVER, IID_IUnknown, reinterpret_cast<void**>(&out)));
         EXPECT_EQ(E_POINTER, CreateInstance(g_own, IID_IUnknown, nullptr));
         EXPECT_EQ(S_OK, CoRevokeClassObject(cookie));
         EXPECT_EQ(E_INVALIDARG, CoRevokeClassObject(cookie));
@@ -135,8 +133,7 @@ TEST(Classes, AreRevokedWithTheLastApartment)
     CountedObject factory;
     InApartment(COINIT_MULTITHREADED, [&] {
         DWORD cookie = 0;
-        ASSERT_EQ(S_OK,
-                  CoRegisterClassObject(g_own, &factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie));
+        ASSERT_EQ(S_OK, CoRegisterClassObject(g_own, &factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie));
     });
     EXPECT_EQ(0, factory.references);
 }
@@ -153,8 +150,7 @@ TEST(Classes, FromAModule)
         CoFreeUnusedLibraries();
         EXPECT_EQ(1, NumberOfNewObject()) << "the module was unloaded and begins anew";
     });
-    InApartment(COINIT_APARTMENTTHREADED,
-                [] { EXPECT_EQ(1, NumberOfNewObject()) << "left with the last apartment"; });
+    InApartment(COINIT_APARTMENTTHREADED, [] { EXPECT_EQ(1, NumberOfNewObject()) << "left with the last apartment"; });
 }
 
 TEST(Classes, AModuleOfAnyThreadStaysForAWhile)

@@ -40,8 +40,8 @@ struct Variant : VARIANT
     ~Variant() { VariantClear(this); }
 };
 
-/// An object on the stack that tells how many references others have to it. It can be a class object: an
-/// instance is the object itself.
+/// An object on the stack that tells how many references others have to it. It can be a class object: an instance is
+/// the object itself.
 struct CountedObject : IClassFactory
 {
     std::atomic<LONG> references{0};

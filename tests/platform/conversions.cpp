@@ -107,9 +107,7 @@ std::vector<Row> FromText()
 {
     const auto i4 = [](const OLECHAR* text, LONG value) { return Row{String(text), Whole(VT_I4, value)}; };
     const auto r8 = [](const OLECHAR* text, double value) { return Row{String(text), Real(value)}; };
-    const auto truth = [](const OLECHAR* text, int value) {
-        return Row{String(text), Whole(VT_BOOL, value)};
-    };
+    const auto truth = [](const OLECHAR* text, int value) { return Row{String(text), Whole(VT_BOOL, value)}; };
     std::vector<Row> rows = {i4(OLESTR("12"), 12),
                              i4(OLESTR(" \t12 "), 12),
                              i4(OLESTR("-12"), -12),
@@ -152,8 +150,7 @@ std::vector<Row> FromText()
                              Overflow(String(OLESTR("1e400")), VT_R8)};
     for (const OLECHAR* const garbage :
          {OLESTR(""), OLESTR(" "), OLESTR("abc"), OLESTR("12a"), OLESTR("0x10"), OLESTR("1 2"), OLESTR("1e"),
-          OLESTR("1.2.3"), OLESTR("--5"), OLESTR("-5-"), OLESTR("(5"), OLESTR("5)"), OLESTR(",5"),
-          OLESTR("NaN")})
+          OLESTR("1.2.3"), OLESTR("--5"), OLESTR("-5-"), OLESTR("(5"), OLESTR("5)"), OLESTR(",5"), OLESTR("NaN")})
     {
         rows.push_back(Mismatch(String(garbage), VT_I4));
         rows.push_back(Mismatch(String(garbage), VT_R8));
@@ -227,9 +224,9 @@ void Check(const std::vector<Row>& rows)
     for (const Row& row : rows)
     {
         const Text shown = row.from.text != nullptr ? row.from.text : OLESTR("");
-        SCOPED_TRACE(testing::Message()
-                     << "from type " << row.from.vt << " '" << std::string(shown.begin(), shown.end()) << "' "
-                     << row.from.whole << ' ' << row.from.real << " to type " << row.to.vt);
+        SCOPED_TRACE(testing::Message() << "from type " << row.from.vt << " '"
+                                        << std::string(shown.begin(), shown.end()) << "' " << row.from.whole << ' '
+                                        << row.from.real << " to type " << row.to.vt);
         Variant from;
         Assign(row.from, from);
         Variant to(LONG{4711});

@@ -40,9 +40,7 @@ TEST(SlimLock, WhoGetsItBesideWhom)
 {
     SRWLOCK lock = SRWLOCK_INIT;
     const auto shared = [&] { return TryAcquireSRWLockShared(&lock) && (ReleaseSRWLockShared(&lock), true); };
-    const auto exclusive = [&] {
-        return TryAcquireSRWLockExclusive(&lock) && (ReleaseSRWLockExclusive(&lock), true);
-    };
+    const auto exclusive = [&] { return TryAcquireSRWLockExclusive(&lock) && (ReleaseSRWLockExclusive(&lock), true); };
     EXPECT_TRUE(ElsewhereGets(shared));
     EXPECT_TRUE(ElsewhereGets(exclusive));
     AcquireSRWLockShared(&lock);
@@ -92,8 +90,7 @@ TEST(SlimLock, AWriterGetsThroughReadersWithoutPause)
             {
                 AcquireSRWLockShared(&lock);
                 ++reads;
-                std::this_thread::sleep_for(
-                    std::chrono::milliseconds(1)); // so that they overlap nearly always
+                std::this_thread::sleep_for(std::chrono::milliseconds(1)); // so that they overlap nearly always
                 ReleaseSRWLockShared(&lock);
             }
         });
@@ -123,9 +120,7 @@ TEST(CriticalSection, IsRecursiveAndExcludes)
 {
     CRITICAL_SECTION section;
     InitializeCriticalSection(&section);
-    const auto tryIt = [&] {
-        return TryEnterCriticalSection(&section) && (LeaveCriticalSection(&section), true);
-    };
+    const auto tryIt = [&] { return TryEnterCriticalSection(&section) && (LeaveCriticalSection(&section), true); };
     EnterCriticalSection(&section);
     EnterCriticalSection(&section);
     EXPECT_TRUE(tryIt());

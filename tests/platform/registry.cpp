@@ -13,8 +13,8 @@ HKEY Create(HKEY parent, const OLECHAR* path, DWORD expected)
 {
     HKEY key = nullptr;
     DWORD disposition = 0;
-    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(parent, path, 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                             KEY_ALL_ACCESS, nullptr, &key, &disposition));
+    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(parent, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr,
+                                             &key, &disposition));
     EXPECT_EQ(expected, disposition);
     return key;
 }
@@ -65,8 +65,7 @@ TEST_F(Registry, Values)
     EXPECT_EQ(16u, size);
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueW(m_key, OLESTR("NaMe")));
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueW(m_key, OLESTR("Name")));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND,
-              RegQueryValueExW(m_key, OLESTR("Name"), nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegQueryValueExW(m_key, OLESTR("Name"), nullptr, nullptr, nullptr, nullptr));
 }
 
 TEST_F(Registry, KeysInOrder)
@@ -79,15 +78,14 @@ TEST_F(Registry, KeysInOrder)
     std::vector<Text> names;
     OLECHAR name[20];
     DWORD length = 20;
-    while (RegEnumKeyExW(m_key, static_cast<DWORD>(names.size()), name, &length, nullptr, nullptr, nullptr,
-                         nullptr) == ERROR_SUCCESS)
+    while (RegEnumKeyExW(m_key, static_cast<DWORD>(names.size()), name, &length, nullptr, nullptr, nullptr, nullptr) ==
+           ERROR_SUCCESS)
     {
         names.emplace_back(name, length);
         length = 20;
     }
     EXPECT_EQ((std::vector<Text>{OLESTR("A"), OLESTR("b"), OLESTR("c")}), names);
-    EXPECT_EQ(ERROR_NO_MORE_ITEMS,
-              RegEnumKeyExW(m_key, 3, name, &length, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(ERROR_NO_MORE_ITEMS, RegEnumKeyExW(m_key, 3, name, &length, nullptr, nullptr, nullptr, nullptr));
     length = 1;
     EXPECT_EQ(ERROR_MORE_DATA, RegEnumKeyExW(m_key, 0, name, &length, nullptr, nullptr, nullptr, nullptr));
 }

@@ -135,9 +135,9 @@ TEST(Modules, TheProgramKnowsItsFile)
 {
     static const int somewhere = 0;
     HMODULE module = nullptr;
-    ASSERT_TRUE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                                       GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                                   reinterpret_cast<LPCWSTR>(&somewhere), &module));
+    ASSERT_TRUE(
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                           reinterpret_cast<LPCWSTR>(&somewhere), &module));
     OLECHAR path[1024] = {};
     const DWORD length = GetModuleFileNameW(module, path, 1024);
     const Text whole(path, length);

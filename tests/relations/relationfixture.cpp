@@ -63,17 +63,14 @@ RelationTest::Names RelationTest::Listed(const Enum& relations)
 
 RelationTest::Names RelationTest::Below(const char* type, LONG filter, const char* browser)
 {
-    return List(
-        [&](auto out) { return m_cache->GetPCEnum2(nullptr, B(type).Get(), B(browser).Get(), filter, out); });
+    return List([&](auto out) { return m_cache->GetPCEnum2(nullptr, B(type).Get(), B(browser).Get(), filter, out); });
 }
 
-RelationTest::Relation RelationTest::Single(const char* parent, const char* child, const char* list,
-                                            HRESULT expected)
+RelationTest::Relation RelationTest::Single(const char* parent, const char* child, const char* list, HRESULT expected)
 {
     Relation relation;
-    EXPECT_EQ(
-        m_cache->GetSinglePCRelation(B(parent).Get(), B(child).Get(), nullptr, B(list).Get(), relation.Put()),
-        expected)
+    EXPECT_EQ(m_cache->GetSinglePCRelation(B(parent).Get(), B(child).Get(), nullptr, B(list).Get(), relation.Put()),
+              expected)
         << parent << " " << child << " " << list;
     return relation;
 }

@@ -7,13 +7,11 @@
 #include "cachefixture.h"
 #include "relationmembers.h"
 
-/// The model of these tests:
-///   Node; Area <- Node; Room <- Area; Desk; Comp <- lumbcompbase; browsers Tree and List
-///   Node -> Desk nodes (Tree, List), Node -> Room nodes, Area -> Room nodes (Tree), Area -> Desk nodes,
-///   Area -> Desk parts (PPR, List), Area -> Desk secret (PPR, internal), Comp -> Desk parts_reverse (PPR)
-///   plan types Plan ("pl": Task and Desk below it) and Task ("ts": itself)
-///   data objects a (Area), d (Desk), c (Comp); relationship objects rel (parts, a to d), back (parts, d to
-///   c)
+/// The model of these tests: Node; Area <- Node; Room <- Area; Desk; Comp <- lumbcompbase; browsers Tree and List
+/// Node -> Desk nodes (Tree, List), Node -> Room nodes, Area -> Room nodes (Tree), Area -> Desk nodes, Area -> Desk
+/// parts (PPR, List), Area -> Desk secret (PPR, internal), Comp -> Desk parts_reverse (PPR) plan types Plan ("pl":
+/// Task and Desk below it) and Task ("ts": itself) data objects a (Area), d (Desk), c (Comp); relationship objects
+/// rel (parts, a to d), back (parts, d to c)
 XServerModel LXRelationModel();
 
 class RelationTest : public CacheTest

@@ -41,8 +41,8 @@ protected:
             raw.push_back(texts.back().Get());
         }
         std::vector<LONG> answers(names.size(), 9);
-        const HRESULT result = m_cache->CheckTypeDerivesFrom(B(type).Get(), static_cast<LONG>(raw.size()),
-                                                             raw.data(), answers.data());
+        const HRESULT result =
+            m_cache->CheckTypeDerivesFrom(B(type).Get(), static_cast<LONG>(raw.size()), raw.data(), answers.data());
         std::string digits;
         for (const LONG answer : answers)
         {
@@ -105,7 +105,6 @@ TEST_F(Derivation, CyclesAndMissingBasesEnd)
     EXPECT_EQ(Derived("Gone"), Names()); // it is no known type
     EXPECT_EQ(Derived("LoopB"), Names{"LoopA"});
     EXPECT_EQ(Derived("LoopA"), Names()); // the link that closes the cycle was refused
-    EXPECT_EQ(
-        List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B("LoopA").Get(), nullptr, 0, out); }),
-        Names());
+    EXPECT_EQ(List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B("LoopA").Get(), nullptr, 0, out); }),
+              Names());
 }

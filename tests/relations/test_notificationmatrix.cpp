@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// Which notification makes what be read again: every kind, every bit of the update mode and every receiver,
-// in one table. With the argument --server-mode the cache runs inside the server's process, where update
-// modes arrive as they were sent.
+// Which notification makes what be read again: every kind, every bit of the update mode and every receiver, in one
+// table. With the argument --server-mode the cache runs inside the server's process, where update modes arrive as
+// they were sent.
 #include "relationfixture.h"
 
 namespace
@@ -200,8 +200,7 @@ NotificationMatrix::Probe NotificationMatrix::ProbeForAttribute(const std::strin
 NotificationMatrix::Probe NotificationMatrix::ProbeForRegistries(const std::string& receiver)
 {
     const auto browserId = [this] {
-        return FirstOf<ILXBrowserId, ILXBrowserIdEnum>(
-            [&](auto out) { return Factory()->GetBrowserIdEnum(out); });
+        return FirstOf<ILXBrowserId, ILXBrowserIdEnum>([&](auto out) { return Factory()->GetBrowserIdEnum(out); });
     };
     const auto spec = [this] {
         return FirstOf<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(

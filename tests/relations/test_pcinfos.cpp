@@ -41,9 +41,9 @@ TEST_F(PCInfos, AreReadOnceAndFoundWithoutRegardToCase)
     });
     EXPECT_EQ(Browsers(Single("Node", "Room", "nodes")), Names());
     EXPECT_EQ(desks->GetPCInfo(nullptr, nullptr), E_POINTER);
-    EXPECT_NE(LXErrorInformation::Take().source.find(
-                  OLESTR("XLXParentChildCache::GetPCInfo (lxparentchildcache, line 404)")),
-              XLXText::npos);
+    EXPECT_NE(
+        LXErrorInformation::Take().source.find(OLESTR("XLXParentChildCache::GetPCInfo (lxparentchildcache, line 404)")),
+        XLXText::npos);
 }
 
 TEST_F(PCInfos, OfOneBrowserTheLastOneCounts)
@@ -95,8 +95,7 @@ TEST_F(PCInfos, ANotificationOvertakesTheirLoad)
         auto gate = Calls().PauseAt("ILXPCInfo::GetProperties", XCallPoint::Answer);
         auto reader = std::async(std::launch::async, [&] { return Label(desks, "Tree"); });
         gate.WaitUntilArrived();
-        Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Tree", XProperty::PCInfoLabel, dataId,
-                                 XNotify::No);
+        Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Tree", XProperty::PCInfoLabel, dataId, XNotify::No);
         EXPECT_EQ(m_server->SendNotification(dataId).result, S_OK); // it waits for no reader
         gate.Open();
         reader.get();

@@ -34,9 +34,8 @@ TEST_F(PlanTypes, AreReadFromTheMasterSet)
     EXPECT_EQ(Calls().Of("ILX_Query::GetSearchResult"), 1u);
     m_server->SendNotification("properties/x/0/4");
     ExpectCalls(0, [&] { IsPlan("Plan"); });
-    Edit().Change(
-        [](XServerModel& m) { m.objects.at(OLESTR("task"))->attributes[OLESTR("configtypename")] = "Job"; },
-        "pc/lumbrixtypeset/0/4");
+    Edit().Change([](XServerModel& m) { m.objects.at(OLESTR("task"))->attributes[OLESTR("configtypename")] = "Job"; },
+                  "pc/lumbrixtypeset/0/4");
     EXPECT_EQ(IsPlan("Task"), S_FALSE);
     EXPECT_EQ(IsPlan("Job"), S_OK);
 }
@@ -51,13 +50,10 @@ TEST_F(PlanTypes, AddTheirAllowedPairs)
     EXPECT_EQ(Below("Plan", 2 | 1), (Names{"Task/nodes", "Desk/nodes"}));
     EXPECT_EQ(Below("Plan", 2, "Tree"), (Names{"Task/nodes", "Desk/nodes"}));
     EXPECT_EQ(Below("Plan", 2, "None"), Names());
-    EXPECT_EQ(List([&](auto out) {
-                  return m_cache->GetPCEnum(nullptr, B("Task").Get(), nullptr, nullptr, 1, out);
-              }),
+    EXPECT_EQ(List([&](auto out) { return m_cache->GetPCEnum(nullptr, B("Task").Get(), nullptr, nullptr, 1, out); }),
               Names{"Task/nodes"});
-    EXPECT_EQ(
-        List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B("Task").Get(), nullptr, 2, out); }),
-        Names{"Task/nodes"});
+    EXPECT_EQ(List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B("Task").Get(), nullptr, 2, out); }),
+              Names{"Task/nodes"});
 }
 
 TEST_F(PlanTypes, ThereIsOneTransientRelationForEachPair)

@@ -12,10 +12,9 @@ protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
     void TearDown() override { Terminate(); }
 
-    /// Stops a question in a call to the server after its answer was made, edits the model meanwhile, and
-    /// expects that the notification of the edit waits for nobody.
-    void Overtake(const char* method, const std::function<void()>& question,
-                  const std::function<XNotification()>& edit)
+    /// Stops a question in a call to the server after its answer was made, edits the model meanwhile, and expects
+    /// that the notification of the edit waits for nobody.
+    void Overtake(const char* method, const std::function<void()>& question, const std::function<XNotification()>& edit)
     {
         auto gate = Calls().PauseAt(method, XCallPoint::Answer);
         auto asked = std::async(std::launch::async, question);
@@ -61,9 +60,7 @@ TEST_F(RelationRaces, AnOvertakenAnswerIsNotKept)
         "ILX_BaseDataObject::GetAttribute", [&] { IsPlan("Plan"); },
         [&] {
             return Edit().Change(
-                [](XServerModel& m) {
-                    m.objects.at(OLESTR("plan"))->attributes[OLESTR("configtypename")] = "New";
-                },
+                [](XServerModel& m) { m.objects.at(OLESTR("plan"))->attributes[OLESTR("configtypename")] = "New"; },
                 "pc/x/0/4");
         });
     EXPECT_EQ(IsPlan("New"), S_OK);

@@ -19,11 +19,9 @@ TEST_F(Relations, AreLoadedWithOneCall)
         EXPECT_EQ(Below("Desk"), Names());
         Single("Area", "Desk", "parts");
         Single("Area", "Desk", "elsewhere", S_FALSE);
-        EXPECT_EQ(List([&](auto out) { return Factory()->GetParentChildEnum(nullptr, nullptr, out); }).size(),
-                  7u);
-        EXPECT_EQ(
-            List([&](auto out) { return Factory()->GetParentChildEnum(B("Node").Get(), nullptr, out); }),
-            (Names{"Desk/nodes", "Room/nodes"}));
+        EXPECT_EQ(List([&](auto out) { return Factory()->GetParentChildEnum(nullptr, nullptr, out); }).size(), 7u);
+        EXPECT_EQ(List([&](auto out) { return Factory()->GetParentChildEnum(B("Node").Get(), nullptr, out); }),
+                  (Names{"Desk/nodes", "Room/nodes"}));
     });
 }
 
@@ -89,8 +87,7 @@ TEST_F(Relations, FiltersAndBrowsersRestrictWhatIsListed)
         EXPECT_EQ(Below(c.type, c.filter, c.browser), c.expected);
     }
     EXPECT_EQ(List([&](auto out) {
-                  return m_cache->GetThisBrowserParentChildEnum(B("Node").Get(), nullptr, B("List").Get(),
-                                                                out);
+                  return m_cache->GetThisBrowserParentChildEnum(B("Node").Get(), nullptr, B("List").Get(), out);
               }),
               Names{"Desk/nodes"});
 }
@@ -102,9 +99,8 @@ TEST_F(Relations, RefusalsNameTheMethodsOwnArgument)
     {
         ExpectRefusal(Factory()->GetParentChildEnum(B(type).Get(), nullptr, nullptr), E_POINTER,
                       "invalid pointer: ppEnum");
-        ExpectRefusal(
-            m_cache->GetThisBrowserParentChildEnum(B(type).Get(), nullptr, B("List").Get(), nullptr),
-            E_POINTER, "invalid pointer: ppILXParentChildEnum");
+        ExpectRefusal(m_cache->GetThisBrowserParentChildEnum(B(type).Get(), nullptr, B("List").Get(), nullptr),
+                      E_POINTER, "invalid pointer: ppILXParentChildEnum");
         ExpectRefusal(m_cache->GetPCEnum2(nullptr, B(type).Get(), nullptr, 0, nullptr), E_POINTER,
                       "invalid pointer: ppPCEnum");
     }
@@ -115,12 +111,10 @@ TEST_F(Relations, OfBaseTypesAreInheritedNearestFirst)
 {
     ASSERT_EQ(Start(), S_OK);
     const auto all = [&](const char* type, LONG filter) {
-        return List(
-            [&](auto out) { return m_cache->GetPCEnumAll(nullptr, B(type).Get(), nullptr, filter, out); });
+        return List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B(type).Get(), nullptr, filter, out); });
     };
     EXPECT_EQ(all("Room", 0), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
-    EXPECT_EQ(all("Room", 1),
-              (Names{"Desk/parts", "Room/nodes", "Desk/nodes"})); // Node's desks have PC infos
+    EXPECT_EQ(all("Room", 1), (Names{"Desk/parts", "Room/nodes", "Desk/nodes"})); // Node's desks have PC infos
     EXPECT_EQ(all("Desk", 0), Names());
     Edit().AddRelation("Room", "Desk", "nodes");
     EXPECT_EQ(all("Room", 0), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
@@ -130,17 +124,15 @@ TEST_F(Relations, OfObjectsGoByTheirTypes)
 {
     ASSERT_EQ(Start(), S_OK);
     const auto byObject = [&](const char* id, const char* type) {
-        return List([&](auto out) {
-            return m_cache->GetPCEnum(Object(id).Get(), B(type).Get(), nullptr, nullptr, 0, out);
-        });
+        return List(
+            [&](auto out) { return m_cache->GetPCEnum(Object(id).Get(), B(type).Get(), nullptr, nullptr, 0, out); });
     };
     EXPECT_EQ(byObject("a", ""), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
     EXPECT_EQ(byObject("a", "Node"), (Names{"Desk/nodes", "Room/nodes"})); // the caller's name
     EXPECT_EQ(byObject("c", "Node"), Names{"Desk/parts_reverse"});         // the object's own name wins
     const auto between = [&](const char* parent, const char* child, LONG newOnly) {
         return List([&](auto out) {
-            return m_cache->GetCachedPCEnum(Object(parent).Get(), Object(child).Get(), nullptr, nullptr,
-                                            newOnly, out);
+            return m_cache->GetCachedPCEnum(Object(parent).Get(), Object(child).Get(), nullptr, nullptr, newOnly, out);
         });
     };
     EXPECT_EQ(between("a", "d", 0), (Names{"Desk/nodes", "Desk/parts", "Desk/secret"}));
@@ -148,8 +140,8 @@ TEST_F(Relations, OfObjectsGoByTheirTypes)
     EXPECT_EQ(between("d", "a", 0), Names());
     Enum none;
     ExpectCalls(0, [&] {
-        ExpectRefusal(m_cache->GetCachedPCEnum(Object("a").Get(), nullptr, nullptr, nullptr, 0, none.Put()),
-                      E_POINTER, "invalid pointer: pObjectChild");
+        ExpectRefusal(m_cache->GetCachedPCEnum(Object("a").Get(), nullptr, nullptr, nullptr, 0, none.Put()), E_POINTER,
+                      "invalid pointer: pObjectChild");
         ExpectRefusal(m_cache->GetPCEnum2(nullptr, nullptr, nullptr, 0, none.Put()), E_INVALIDARG,
                       "neither an object nor a type name is given");
     });
@@ -165,21 +157,15 @@ TEST_F(Relations, PPRQuestionsLookAtPPRRelationsOnly)
     const auto desk = B("Desk");
     EXPECT_EQ(List([&](auto out) { return m_cache->GetPPRRelationsEnum(area.Get(), nullptr, out); }),
               (Names{"Desk/parts", "Desk/secret"}));
-    EXPECT_EQ(
-        List([&](auto out) { return m_cache->GetPPRRelationsEnumByDO(Object("a").Get(), nullptr, out); }),
-        (Names{"Desk/parts", "Desk/secret"}));
-    EXPECT_EQ(List([&](auto out) {
-                  return m_cache->GetPossiblePPRRelations(area.Get(), desk.Get(), nullptr, out);
-              }),
+    EXPECT_EQ(List([&](auto out) { return m_cache->GetPPRRelationsEnumByDO(Object("a").Get(), nullptr, out); }),
+              (Names{"Desk/parts", "Desk/secret"}));
+    EXPECT_EQ(List([&](auto out) { return m_cache->GetPossiblePPRRelations(area.Get(), desk.Get(), nullptr, out); }),
               Names{"Desk/parts"});
     EXPECT_EQ(List([&](auto out) {
-                  return m_cache->GetPossiblePPRRelationsByDO(Object("a").Get(), Object("d").Get(), nullptr,
-                                                              out);
+                  return m_cache->GetPossiblePPRRelationsByDO(Object("a").Get(), Object("d").Get(), nullptr, out);
               }),
               Names{"Desk/parts"});
-    EXPECT_EQ(List([&](auto out) {
-                  return m_cache->GetPossiblePPRRelations2(area.Get(), nullptr, nullptr, 0, out);
-              }),
+    EXPECT_EQ(List([&](auto out) { return m_cache->GetPossiblePPRRelations2(area.Get(), nullptr, nullptr, 0, out); }),
               (Names{"Desk/parts", "Desk/secret"}));
 
     const auto exists = [&](const char* parent, const char* child, LONG internal) {
@@ -200,8 +186,7 @@ TEST_F(Relations, SingleOnesAreFoundByTheirNames)
     ASSERT_EQ(Start(), S_OK);
     const auto first = [&](const char* parent, const char* list) {
         Relation relation;
-        const HRESULT result =
-            m_cache->GetPCRelation(B(parent).Get(), nullptr, B(list).Get(), relation.Put());
+        const HRESULT result = m_cache->GetPCRelation(B(parent).Get(), nullptr, B(list).Get(), relation.Put());
         EXPECT_EQ(result, relation ? S_OK : S_FALSE);
         return relation;
     };
@@ -212,24 +197,23 @@ TEST_F(Relations, SingleOnesAreFoundByTheirNames)
     Relation none;
     const auto area = B("Area");
     const auto empty = B("");
-    ExpectRefusal(m_cache->GetSinglePCRelation(area.Get(), empty.Get(), nullptr, area.Get(), none.Put()),
-                  E_INVALIDARG, "bstrChild is empty");
-    ExpectRefusal(m_cache->GetSinglePCRelation(empty.Get(), area.Get(), nullptr, area.Get(), none.Put()),
-                  E_INVALIDARG, "bstrParent is empty");
+    ExpectRefusal(m_cache->GetSinglePCRelation(area.Get(), empty.Get(), nullptr, area.Get(), none.Put()), E_INVALIDARG,
+                  "bstrChild is empty");
+    ExpectRefusal(m_cache->GetSinglePCRelation(empty.Get(), area.Get(), nullptr, area.Get(), none.Put()), E_INVALIDARG,
+                  "bstrParent is empty");
     ExpectRefusal(m_cache->GetPCRelation(area.Get(), nullptr, empty.Get(), none.Put()), E_INVALIDARG,
                   "bstrChildlistname is empty");
     EXPECT_EQ(m_cache->GetPCRelation(area.Get(), nullptr, nullptr, none.Put()), E_POINTER);
-    EXPECT_NE(LXErrorInformation::Take().source.find(
-                  OLESTR("XLXPCPartCacheMng::GetPCRelation (lxpcpartcachemng, line 800)")),
-              XLXText::npos);
+    EXPECT_NE(
+        LXErrorInformation::Take().source.find(OLESTR("XLXPCPartCacheMng::GetPCRelation (lxpcpartcachemng, line 800)")),
+        XLXText::npos);
 }
 
 TEST_F(Relations, ARelationshipObjectStandsForOne)
 {
     ASSERT_EQ(Start(), S_OK);
     const auto by = [&](const char* parent, const char* relationship, Relation& relation) {
-        return m_cache->GetSinglePCRelationByDO(Object(parent).Get(), Object(relationship).Get(),
-                                                relation.Put());
+        return m_cache->GetSinglePCRelationByDO(Object(parent).Get(), Object(relationship).Get(), relation.Put());
     };
     Relation relation;
     EXPECT_EQ(by("a", "rel", relation), S_OK);
@@ -239,8 +223,8 @@ TEST_F(Relations, ARelationshipObjectStandsForOne)
     EXPECT_EQ(by("d", "rel", relation), S_FALSE); // there is no such relation
     ExpectRefusal(by("a", "d", relation), E_INVALIDARG, "This is no relationship object.");
     ExpectRefusal(by("c", "rel", relation), E_INVALIDARG, "Other related object not found.");
-    ExpectRefusal(m_cache->GetSinglePCRelationByDO(nullptr, Object("rel").Get(), relation.Put()),
-                  E_INVALIDARG, "the parent object or the relationship object is missing");
+    ExpectRefusal(m_cache->GetSinglePCRelationByDO(nullptr, Object("rel").Get(), relation.Put()), E_INVALIDARG,
+                  "the parent object or the relationship object is missing");
     Edit().Change([](XServerModel& model) { model.objects.at(OLESTR("a"))->typeName.clear(); });
     ExpectRefusal(by("a", "rel", relation), E_INVALIDARG, "The parent object has no type.");
     ExpectRefusal(by("d", "rel", relation), E_INVALIDARG, "The child object has no type.");
@@ -263,8 +247,7 @@ public:
     STDMETHODIMP GetAttribute(BSTR name, VARIANT* value) override
     {
         const bool isEnd = LXBstrView(name) == OLESTR("relationobject1");
-        auto answer =
-            isEnd ? XLXComVariant::FromUnknown(m_first.Get()) : XLXComVariant::FromBstr(OLESTR("parts"));
+        auto answer = isEnd ? XLXComVariant::FromUnknown(m_first.Get()) : XLXComVariant::FromBstr(OLESTR("parts"));
         V_VT(&answer.Get()) = isEnd ? m_type : V_VT(&answer.Get());
         answer.DetachTo(value);
         return S_OK;
@@ -300,8 +283,7 @@ TEST_F(Relations, OnlyAnObjectReferenceIsARelationshipsFirstEnd)
     const auto by = [&](VARTYPE type, const char* first, const char* second) {
         const auto relationship = LXMake<Relationship>(type, Object(first), Object(second));
         Relation relation;
-        const HRESULT result =
-            m_cache->GetSinglePCRelationByDO(Object("a").Get(), relationship.Get(), relation.Put());
+        const HRESULT result = m_cache->GetSinglePCRelationByDO(Object("a").Get(), relationship.Get(), relation.Put());
         EXPECT_EQ(result, relation ? S_OK : S_FALSE);
         return relation;
     };
@@ -333,8 +315,7 @@ TEST_F(Relations, LoadsWithoutAnArrayOrWithoutNames)
     Calls().FailCall("ILXConfigFactory::GetPCArray", S_FALSE); // none at all
     m_server->SendNotification("pc/x/0/4");
     EXPECT_EQ(Below("Area"), Names());
-    Edit().Change(
-        [](XServerModel& m) { m.relations.front()->properties.Set(LXRM_PARENTNAME, XModelValue()); },
-        "pc/x/0/4");
+    Edit().Change([](XServerModel& m) { m.relations.front()->properties.Set(LXRM_PARENTNAME, XModelValue()); },
+                  "pc/x/0/4");
     EXPECT_EQ(Below("Node"), Names{"Room/nodes"}); // the one without a parent is left out
 }

@@ -118,8 +118,8 @@ TEST_F(Specs, ARemovedSpecThatIsStillHeldAnswersWhatItHas)
     EXPECT_EQ(m_server->Model().specs.size(), 1198u);
     EXPECT_EQ(Id(held), OLESTR("Spec1007"));
     EXPECT_EQ(held->GetFormat(1, format.Put()), E_POINTER);
-    EXPECT_EQ(held.As<ILXCallbackUpdate>()->DataObjectChanged(B("objects/x/0/1").Get(),
-                                                              B("cfc_specific").Get(), 0, 0, 0, nullptr),
+    EXPECT_EQ(held.As<ILXCallbackUpdate>()->DataObjectChanged(B("objects/x/0/1").Get(), B("cfc_specific").Get(), 0, 0,
+                                                              0, nullptr),
               S_OK);
     EXPECT_EQ(Id(held), OLESTR("<0x80004003>"));
 }
@@ -142,8 +142,7 @@ TEST_F(Specs, BrowserIdsAreReadOnceAndKeepTheirPlace)
     EXPECT_EQ(browsers().size(), 150u);
     EXPECT_EQ(Calls().Of("ILXBrowserIdEnum::RemNext"), 4u);
     ExpectCalls(0, browsers);
-    Edit().AddBrowserId(
-        "Late"); // known ones are asked for their values again, and no new ones are looked for
+    Edit().AddBrowserId("Late"); // known ones are asked for their values again, and no new ones are looked for
     ExpectCalls(150, [&] { EXPECT_EQ(browsers().size(), 150u); });
 }
 

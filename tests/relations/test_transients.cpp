@@ -80,8 +80,7 @@ TEST(Transients, APCInfoIsReadOnly)
         XLXTransientPCInfo info(OLESTR("Tree"), isNew);
         EXPECT_EQ(Table(info, -1, 12),
                   isNew ? "0s 1sTree 2i0 3s 4i1 5i1 6i1 7i0 9s " : "0s 1sTree 2i0 3s 4i1 5i1 6i0 7i0 9s ");
-        EXPECT_EQ(LXErrorInformation::Take().source,
-                  OLESTR("XLXTransientPCInfo::Get (lxtransientpcinfo, line 107)"));
+        EXPECT_EQ(LXErrorInformation::Take().source, OLESTR("XLXTransientPCInfo::Get (lxtransientpcinfo, line 107)"));
         EXPECT_EQ(info.SetProperty(1, VARIANT{}), E_NOTIMPL);
         EXPECT_EQ(info.Set(nullptr, VARIANT{}), E_NOTIMPL);
         EXPECT_EQ(info.Release(), 1u);
@@ -91,11 +90,10 @@ TEST(Transients, APCInfoIsReadOnly)
 TEST(Transients, AnAttributeStoresWhatItHas)
 {
     const XLXComPtr<XLXTransientAttribute> attribute(new XLXTransientAttribute(OLESTR("N")));
-    EXPECT_EQ(
-        Table(*attribute, -1, 60),
-        "0sN 1i2 2s 3i0 4s 5s 6i1 7b1 8b0 9b0 10i0 11i0 12i0 13d0 14d0 15i0 17i0 19b0 20i0 21i0 22b0 23b0 "
-        "24b0 26b0 27b0 28b0 29b1 30b0 31b0 32b0 33i64 34b0 35i0 36sFoldername 37s 39i5 40s 41s 42s 43s "
-        "44b0 45b0 46i0 47s 48b0 49s ");
+    EXPECT_EQ(Table(*attribute, -1, 60),
+              "0sN 1i2 2s 3i0 4s 5s 6i1 7b1 8b0 9b0 10i0 11i0 12i0 13d0 14d0 15i0 17i0 19b0 20i0 21i0 22b0 23b0 "
+              "24b0 26b0 27b0 28b0 29b1 30b0 31b0 32b0 33i64 34b0 35i0 36sFoldername 37s 39i5 40s 41s 42s 43s "
+              "44b0 45b0 46i0 47s 48b0 49s ");
     const XLXComVariant text = XLXComVariant::FromBstr(OLESTR("12"));
     for (const int index : {0, 13, 33, 41})
     {

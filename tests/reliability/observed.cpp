@@ -4,11 +4,7 @@
 #include <algorithm>
 
 XObserved::XObserved(const char* name, Edit edit, Edit remove, Direct direct, unsigned effort)
-    : m_name(name),
-      m_edit(std::move(edit)),
-      m_remove(std::move(remove)),
-      m_direct(std::move(direct)),
-      m_effort(effort)
+    : m_name(name), m_edit(std::move(edit)), m_remove(std::move(remove)), m_direct(std::move(direct)), m_effort(effort)
 {}
 
 XObserved& XObserved::Add(XQuestion question)
@@ -89,8 +85,8 @@ void XObserved::End()
     m_receiver.Swap(former);
 }
 
-XObserved::Reading XObserved::Ask(const XQuestion& question, const XNoted& noted, const XAsked& asked,
-                                  XCachedPtr* held, std::string& details) const
+XObserved::Reading XObserved::Ask(const XQuestion& question, const XNoted& noted, const XAsked& asked, XCachedPtr* held,
+                                  std::string& details) const
 {
     XCachedPtr object = held != nullptr ? *held : nullptr;
     if (!object && question.find)

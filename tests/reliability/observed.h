@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// What a test watches of the cache: things that carry a number which edits raise, and the questions that show
-// the number. Whoever asks notes first which number was notified; nothing older may come.
+// What a test watches of the cache: things that carry a number which edits raise, and the questions that show the
+// number. Whoever asks notes first which number was notified; nothing older may come.
 //
-// Threading  Everything may be called from any thread. Edits of one thing exclude each other; a second one
-//            that comes meanwhile is left out. No lock is held while the cache is asked.
+// Threading  Everything may be called from any thread. Edits of one thing exclude each other; a second one that comes
+//            meanwhile is left out. No lock is held while the cache is asked.
 #ifndef OBSERVED_H
 #define OBSERVED_H
 
@@ -100,8 +100,7 @@ public:
 
 private:
     bool Send(const XSampleServer& server, const Edit& edit, int number, bool directly);
-    Reading Judge(const XQuestion& question, const XNoted& noted, const XAsked& asked,
-                  const XNumbers& numbers) const;
+    Reading Judge(const XQuestion& question, const XNoted& noted, const XAsked& asked, const XNumbers& numbers) const;
 
     const std::string m_name;
     const Edit m_edit;
@@ -127,8 +126,7 @@ void LXAddKindsOfTypes(XObservedList& all);
 /// One of each kind, over LXObservedModel.
 XObservedList LXEveryKind();
 
-/// LXLifeModel with a base type of many attributes and two more types below Pump: Centrifugal, and Sealed
-/// below that.
+/// LXLifeModel with a base type of many attributes and two more types below Pump: Centrifugal, and Sealed below that.
 XServerModel LXObservedModel();
 
 #endif

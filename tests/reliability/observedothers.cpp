@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
-// Kinds of things beside types: format specs, browser ids, relations, plan types; and things that the server
-// makes anew.
+// Kinds of things beside types: format specs, browser ids, relations, plan types; and things that the server makes
+// anew.
 #include "observedparts.h"
 
 using namespace LXObserving;
 
 namespace
 {
-// What a changed set of specs is read into are new objects, so that held ones are not asked, and nobody can
-// be notified directly.
+// What a changed set of specs is read into are new objects, so that held ones are not asked, and nobody can be
+// notified directly.
 void AddSpecs(XObservedList& all)
 {
     const auto format = Below<ILXGlobalAttributeFormatSpec, ILXFormat>(
@@ -22,9 +22,7 @@ void AddSpecs(XObservedList& all)
     }).Add(ValueOf("format", format, 5, false));
     Add(
         all, "formats of a spec",
-        [](Edits edit, int n, XNotify notify) {
-            return edit.AddGlobalSpecFormat("Length", FirstNumber + n, notify);
-        },
+        [](Edits edit, int n, XNotify notify) { return edit.AddGlobalSpecFormat("Length", FirstNumber + n, notify); },
         [](Edits edit, int n, XNotify notify) {
             return edit.RemoveGlobalSpecFormat("Length", FirstNumber + n, notify);
         })
@@ -33,18 +31,15 @@ void AddSpecs(XObservedList& all)
                 return of.GetFormat(FirstNumber + n, out);
             })));
     Add(
-        all, "set of specs",
-        [](Edits edit, int n, XNotify notify) { return edit.AddGlobalSpec(Named(n), notify); },
+        all, "set of specs", [](Edits edit, int n, XNotify notify) { return edit.AddGlobalSpec(Named(n), notify); },
         [](Edits edit, int n, XNotify notify) { return edit.RemoveGlobalSpec(Named(n), notify); })
         .Add(ListedElements<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
             "listed", 0, [](ILXConfigFactoryCache& cache, ILXGlobalAttributeFormatSpecEnum** out) {
                 return XCachePtr(&cache).As<ILXConfigFactory>()->GetAllGlobalAttributeFormatSpecs(out);
             }));
     Add(all, "browser id values",
-        [](Edits edit, int n, XNotify notify) {
-            return edit.SetBrowserIdProperty("Tree", 1, Text(n), notify);
-        },
-        {}, {BrowserId, "properties/x/1/8"})
+        [](Edits edit, int n, XNotify notify) { return edit.SetBrowserIdProperty("Tree", 1, Text(n), notify); }, {},
+        {BrowserId, "properties/x/1/8"})
         .Add(ValueOf("browser id", BrowserId, 1));
 }
 
@@ -52,8 +47,7 @@ void AddRelations(XObservedList& all)
 {
     Add(all, "relation values",
         [](Edits edit, int n, XNotify notify) {
-            return edit.SetRelationProperty("Equipment", "Pump", "parts", XProperty::NameShort, Text(n),
-                                            notify);
+            return edit.SetRelationProperty("Equipment", "Pump", "parts", XProperty::NameShort, Text(n), notify);
         },
         {}, {Relation(), "pc/x/0/4"})
         .Add(ValueOf("relation", Relation(), XProperty::NameShort));
@@ -88,8 +82,8 @@ void AddPCInfos(XObservedList& all)
         Relation(), [](ILXParentChild& of, ILXPCInfo** out) { return of.GetPCInfo(B("Tree").Get(), out); });
     Add(all, "PC info values",
         [](Edits edit, int n, XNotify notify) {
-            return edit.SetPCInfoProperty("Equipment", "Pump", "parts", "Tree", XProperty::PCInfoLabel,
-                                          Text(n), notify);
+            return edit.SetPCInfoProperty("Equipment", "Pump", "parts", "Tree", XProperty::PCInfoLabel, Text(n),
+                                          notify);
         },
         {}, {Relation(), "pc/x/0/4"})
         .Add(ValueOf("PC info", tree, XProperty::PCInfoLabel));
@@ -110,8 +104,8 @@ void AddPCInfos(XObservedList& all)
             [](ILXParentChild& of, int n, ILXPCInfo** out) { return of.GetPCInfo(B(Named(n)).Get(), out); }))
         .Add(YesOrNo("GetPCEnum2", XShows::Lookup, [](const XAsked& asked) {
             XLXComPtr<ILXParentChildEnum> relations;
-            return Answer(asked.cache->GetPCEnum2(nullptr, B("Equipment").Get(), B(Named(asked.number)).Get(),
-                                                  0, relations.Put()));
+            return Answer(asked.cache->GetPCEnum2(nullptr, B("Equipment").Get(), B(Named(asked.number)).Get(), 0,
+                                                  relations.Put()));
         }));
 }
 
@@ -128,8 +122,8 @@ void AddPlanTypes(XObservedList& all)
         return Answer(asked.cache->IsPlantype(asked.server.DataObject("Pump").Get()));
     }));
 }
-// What the server made anew under the old name has a server object of its own: nothing that was loaded
-// through the former one may stay. An object that is held may still ask the former one.
+// What the server made anew under the old name has a server object of its own: nothing that was loaded through the
+// former one may stay. An object that is held may still ask the former one.
 template <class List, class Is>
 void Forget(List& list, Is is)
 {
@@ -141,8 +135,7 @@ void AddRemadeAttribute(XObservedList& all)
     const XFind attribute = Attribute("Pump", "Remade");
     const auto remake = [](XServerModel& model, int n) {
         XModelType& pump = *model.types.at(OLESTR("Pump"));
-        Forget(pump.attributes,
-               [](const auto& of) { return of.Text(XProperty::AttributeName) == OLESTR("Remade"); });
+        Forget(pump.attributes, [](const auto& of) { return of.Text(XProperty::AttributeName) == OLESTR("Remade"); });
         XModelAttribute& made = pump.AddAttribute("Remade", 3);
         made.properties.Set(XProperty::Label, Text(n));
         made.AddType("Feet").properties.Set(XProperty::AttributeTypeLabel, Text(n));
@@ -190,8 +183,8 @@ void AddRemadeType(XObservedList& all)
         made.AddAttribute("Own", 1).properties.Set(XProperty::Label, Text(n));
         made.AddPage(1).properties.Set(XProperty::PageLabel, Text(n));
     };
-    const auto page = Below<ILXType, ILXPage>(Type("Remade"),
-                                              [](ILXType& of, ILXPage** out) { return of.GetPage(1, out); });
+    const auto page =
+        Below<ILXType, ILXPage>(Type("Remade"), [](ILXType& of, ILXPage** out) { return of.GetPage(1, out); });
     Add(
         all, "type made anew",
         [remake](Edits edit, int n, XNotify notify) {
@@ -206,15 +199,12 @@ void AddRemadeType(XObservedList& all)
 void AddRemadeRelation(XObservedList& all)
 {
     const auto remake = [](XServerModel& model, int n) {
-        Forget(model.relations,
-               [](const auto& of) { return of.Text(XProperty::ChildList) == OLESTR("remade"); });
+        Forget(model.relations, [](const auto& of) { return of.Text(XProperty::ChildList) == OLESTR("remade"); });
         XModelRelation& made = model.AddRelation("Equipment", "Document", "remade");
         made.properties.Set(XProperty::NameShort, Text(n));
         made.AddPCInfo("Tree").properties.Set(XProperty::PCInfoLabel, Text(n));
     };
-    const auto relation = [](const XCachePtr& cache) {
-        return Plain(RelationOf(cache, "Document", "remade"));
-    };
+    const auto relation = [](const XCachePtr& cache) { return Plain(RelationOf(cache, "Document", "remade")); };
     Add(all, "relation made anew",
         [remake](Edits edit, int n, XNotify notify) {
             return edit.Change([&](XServerModel& model) { remake(model, n); }, "pc/Equipment/0/4", notify);

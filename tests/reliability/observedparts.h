@@ -46,8 +46,7 @@ XLXComPtr<Interface> Of(const Owner& owner, Ask&& ask)
 
 inline XLXComPtr<ILXType> TypeOf(const XCachePtr& cache, const std::string& name)
 {
-    return One<ILXType>(
-        [&](auto out) { cache.As<ILXConfigFactory>()->GetType(B(name).Get(), nullptr, out); });
+    return One<ILXType>([&](auto out) { cache.As<ILXConfigFactory>()->GetType(B(name).Get(), nullptr, out); });
 }
 
 inline XLXComPtr<ILXAttribute> AttributeOf(const XLXComPtr<ILXType>& type, const std::string& name)
@@ -55,8 +54,7 @@ inline XLXComPtr<ILXAttribute> AttributeOf(const XLXComPtr<ILXType>& type, const
     return Of<ILXAttribute>(type, [&](auto& of, auto out) { of.GetAttribute(B(name).Get(), out); });
 }
 
-inline XLXComPtr<ILXParentChild> RelationOf(const XCachePtr& cache, const std::string& child,
-                                            const std::string& list)
+inline XLXComPtr<ILXParentChild> RelationOf(const XCachePtr& cache, const std::string& child, const std::string& list)
 {
     return One<ILXParentChild>([&](auto out) {
         cache->GetSinglePCRelation(B("Equipment").Get(), B(child).Get(), nullptr, B(list).Get(), out);
@@ -95,8 +93,7 @@ inline XFind Attribute(const char* type, const char* name)
 inline XFind Group(int number)
 {
     return [=](const XCachePtr& cache) {
-        return Plain(
-            Of<ILXGroup>(TypeOf(cache, "Pump"), [&](auto& type, auto out) { type.GetGroup(number, out); }));
+        return Plain(Of<ILXGroup>(TypeOf(cache, "Pump"), [&](auto& type, auto out) { type.GetGroup(number, out); }));
     };
 }
 inline XFind Page()
@@ -108,9 +105,8 @@ inline XFind Page()
 inline XFind Editor()
 {
     return [](const XCachePtr& cache) {
-        return Plain(Of<ILXConfObjEditor>(TypeOf(cache, "Pump"), [&](auto& type, auto out) {
-            type.GetDefaultEditor(B("Tree").Get(), out);
-        }));
+        return Plain(Of<ILXConfObjEditor>(TypeOf(cache, "Pump"),
+                                          [&](auto& type, auto out) { type.GetDefaultEditor(B("Tree").Get(), out); }));
     };
 }
 inline XFind Relation()
@@ -121,16 +117,14 @@ inline XFind Relation()
 inline XCachedPtr BrowserId(const XCachePtr& cache)
 {
     const auto factory = cache.As<ILXConfigFactory>();
-    return Among<ILXBrowserId>(One<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); }), 0,
-                               "Tree");
+    return Among<ILXBrowserId>(One<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); }), 0, "Tree");
 }
 inline XCachedPtr Spec(const XCachePtr& cache)
 {
     const auto factory = cache.As<ILXConfigFactory>();
-    return Among<ILXGlobalAttributeFormatSpec>(One<ILXGlobalAttributeFormatSpecEnum>([&](auto out) {
-                                                   factory->GetAllGlobalAttributeFormatSpecs(out);
-                                               }),
-                                               0, "Length");
+    return Among<ILXGlobalAttributeFormatSpec>(
+        One<ILXGlobalAttributeFormatSpecEnum>([&](auto out) { factory->GetAllGlobalAttributeFormatSpecs(out); }), 0,
+        "Length");
 }
 
 /// An object that is asked of another one.
@@ -169,8 +163,7 @@ inline XQuestion ValueOf(const char* name, XFind find, int member, bool holds = 
             holds};
 }
 
-/// The numbers of the elements that an enumeration lists. Those that are no numbered elements are passed
-/// over.
+/// The numbers of the elements that an enumeration lists. Those that are no numbered elements are passed over.
 template <class Element, class Enumerator>
 void AddElements(const XLXComPtr<Enumerator>& elements, int member, XNumbers& numbers, char prefix = 'x')
 {
@@ -194,8 +187,7 @@ void AddElements(const XLXComPtr<Enumerator>& elements, int member, XNumbers& nu
 template <class Owner, class Element, class Enumerator, class Ask>
 XQuestion ElementsOf(const char* name, XFind find, int member, Ask ask, char prefix = 'x')
 {
-    return {name, XShows::Elements, std::move(find),
-            [=](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
+    return {name, XShows::Elements, std::move(find), [=](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
                 XLXComPtr<Enumerator> elements;
                 const HRESULT result = ask(*object.template As<Owner>(), elements.Put());
                 AddElements<Element>(elements, member, numbers, prefix);
@@ -229,8 +221,7 @@ XQuestion LookupOf(const char* name, XFind find, Ask ask)
 }
 
 /// A question to the cache whose answer is yes or no; nothing when it fails.
-inline XQuestion YesOrNo(const char* name, XShows shows,
-                         std::function<std::optional<bool>(const XAsked&)> ask)
+inline XQuestion YesOrNo(const char* name, XShows shows, std::function<std::optional<bool>(const XAsked&)> ask)
 {
     return {name, shows, nullptr, [=](const XCachedPtr&, const XAsked& asked, XNumbers& numbers) {
                 const std::optional<bool> answer = ask(asked);

@@ -53,13 +53,13 @@ void AddAttributeValues(XObservedList& all)
         .Add(ValueOf("one level", Attribute("Equipment", "Base7"), XProperty::Unit))
         .Add(ValueOf("four levels", Attribute("Sealed", "Base7"), XProperty::Unit));
     const auto shown = [](const char* type) {
-        return XQuestion{
-            type, XShows::Parity, Type(type), [](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
-                XLXComPtr<ILXAttributeEnum> attributes;
-                const HRESULT result = object.As<ILXType>()->GetDisplayAttributeEnum(1, attributes.Put());
-                numbers.push_back(Among<ILXAttribute>(attributes, 0, "Weight") ? 1 : 0);
-                return SUCCEEDED(result);
-            }};
+        return XQuestion{type, XShows::Parity, Type(type),
+                         [](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
+                             XLXComPtr<ILXAttributeEnum> attributes;
+                             const HRESULT result = object.As<ILXType>()->GetDisplayAttributeEnum(1, attributes.Put());
+                             numbers.push_back(Among<ILXAttribute>(attributes, 0, "Weight") ? 1 : 0);
+                             return SUCCEEDED(result);
+                         }};
     };
     Add(all, "display facts",
         [](Edits edit, int n, XNotify notify) {
@@ -79,10 +79,9 @@ void AddAttributeSets(XObservedList& all)
             [](ILXType& of, ILXAttributeEnum** out) { return of.GetAttributeEnum(out); }, prefix);
     };
     const auto found = [](const char* type, char prefix) {
-        return LookupOf<ILXType, ILXAttribute>(type, Type(type),
-                                               [prefix](ILXType& of, int n, ILXAttribute** out) {
-                                                   return of.GetAttribute(B(Named(n, prefix)).Get(), out);
-                                               });
+        return LookupOf<ILXType, ILXAttribute>(type, Type(type), [prefix](ILXType& of, int n, ILXAttribute** out) {
+            return of.GetAttribute(B(Named(n, prefix)).Get(), out);
+        });
     };
     Add(
         all, "set of attributes",
@@ -117,14 +116,11 @@ void AddComponentSets(XObservedList& all)
         .Add(ElementsOf<ILXType, ILXPage, ILXPageEnum>(
             "listed", Type("Item"), XProperty::PageNumber,
             [](ILXType& of, ILXPageEnum** out) { return of.GetPageEnum(out); }))
-        .Add(LookupOf<ILXType, ILXPage>("found", Type("Item"), [](ILXType& of, int n, ILXPage** out) {
-            return of.GetPage(FirstNumber + n, out);
-        }));
+        .Add(LookupOf<ILXType, ILXPage>(
+            "found", Type("Item"), [](ILXType& of, int n, ILXPage** out) { return of.GetPage(FirstNumber + n, out); }));
     Add(
         all, "set of groups",
-        [](Edits edit, int n, XNotify notify) {
-            return edit.AddGroup("Pump", FirstNumber + n, 4, 7, notify);
-        },
+        [](Edits edit, int n, XNotify notify) { return edit.AddGroup("Pump", FirstNumber + n, 4, 7, notify); },
         [](Edits edit, int n, XNotify notify) { return edit.RemoveGroup("Pump", FirstNumber + n, notify); },
         {Type("Pump"), "objects/x/0/64"})
         .Add(ElementsOf<ILXType, ILXGroup, ILXGroupEnum>(
@@ -153,43 +149,37 @@ void AddEditors(XObservedList& all)
         .Add(ElementsOf<ILXType, ILXConfObjEditor, ILXConfObjEditorEnum>(
             "listed", Type("Pump"), XProperty::ProgId,
             [](ILXType& of, ILXConfObjEditorEnum** out) { return of.GetConfObjEditorEnum(out); }))
-        .Add(LookupOf<ILXType, ILXConfObjEditor>("default", Type("Pump"),
-                                                 [](ILXType& of, int n, ILXConfObjEditor** out) {
-                                                     return of.GetDefaultEditor(B(Named(n)).Get(), out);
-                                                 }));
+        .Add(LookupOf<ILXType, ILXConfObjEditor>(
+            "default", Type("Pump"),
+            [](ILXType& of, int n, ILXConfObjEditor** out) { return of.GetDefaultEditor(B(Named(n)).Get(), out); }));
 }
 
-// A removed attribute type may stay listed where types are loaded one by one, and then the object of one
-// that stays is another one.
+// A removed attribute type may stay listed where types are loaded one by one, and then the object of one that stays
+// is another one.
 void AddAttributeTypes(XObservedList& all)
 {
     using Enumerator = ILXAttributeTypeEnum;
     const XFind head = Attribute("Pump", "Head");
     const auto feet = [=](const XCachePtr& cache) -> XCachedPtr {
         const XCachedPtr attribute = head(cache);
-        return attribute
-                   ? Among<ILXAttributeType>(One<Enumerator>([&](auto out) {
-                                                 attribute.As<ILXAttribute>()->GetAttributeTypeEnum(out);
-                                             }),
-                                             XProperty::AttributeTypeName, "Feet")
-                   : nullptr;
+        return attribute ? Among<ILXAttributeType>(One<Enumerator>([&](auto out) {
+                                                       attribute.As<ILXAttribute>()->GetAttributeTypeEnum(out);
+                                                   }),
+                                                   XProperty::AttributeTypeName, "Feet")
+                         : nullptr;
     };
     Add(all, "attribute type values",
         [](Edits edit, int n, XNotify notify) {
-            return edit.SetAttributeTypeProperty("Pump", "Head", "Feet", XProperty::AttributeTypeLabel,
-                                                 Text(n), notify);
+            return edit.SetAttributeTypeProperty("Pump", "Head", "Feet", XProperty::AttributeTypeLabel, Text(n),
+                                                 notify);
         },
         {}, {head, "properties/x/0/1024"})
         .Add(ValueOf("attribute type", feet, XProperty::AttributeTypeLabel, false))
         .Add({"of an attribute", XShows::Value, head, TypeFeet});
     Add(
         all, "set of attribute types",
-        [](Edits edit, int n, XNotify notify) {
-            return edit.AddAttributeType("Pump", "Head", Named(n), notify);
-        },
-        [](Edits edit, int n, XNotify notify) {
-            return edit.RemoveAttributeType("Pump", "Head", Named(n), notify);
-        },
+        [](Edits edit, int n, XNotify notify) { return edit.AddAttributeType("Pump", "Head", Named(n), notify); },
+        [](Edits edit, int n, XNotify notify) { return edit.RemoveAttributeType("Pump", "Head", Named(n), notify); },
         {head, "objects/x/0/1024"}, 4)
         .Add(WithoutRemoval(ElementsOf<ILXAttribute, ILXAttributeType, Enumerator>(
             "listed", head, XProperty::AttributeTypeName,
@@ -199,8 +189,8 @@ void AddAttributeTypes(XObservedList& all)
 void AddAttributeFormats(XObservedList& all)
 {
     const XFind head = Attribute("Pump", "Head");
-    const auto format = Below<ILXAttribute, ILXFormat>(
-        head, [](ILXAttribute& of, ILXFormat** out) { return of.GetFormat(1, out); });
+    const auto format =
+        Below<ILXAttribute, ILXFormat>(head, [](ILXAttribute& of, ILXFormat** out) { return of.GetFormat(1, out); });
     Add(all, "attribute format values",
         [](Edits edit, int n, XNotify notify) {
             return edit.SetAttributeFormatProperty("Pump", "Head", 1, 5, Text(n), notify);
@@ -226,9 +216,7 @@ void AddGroupFormats(XObservedList& all)
     const auto format =
         Below<ILXGroup, ILXFormat>(Group(7), [](ILXGroup& of, ILXFormat** out) { return of.GetFormat(out); });
     Add(all, "group format values",
-        [](Edits edit, int n, XNotify notify) {
-            return edit.SetGroupFormatProperty("Pump", 7, 5, Text(n), notify);
-        },
+        [](Edits edit, int n, XNotify notify) { return edit.SetGroupFormatProperty("Pump", 7, 5, Text(n), notify); },
         {}, {Group(7), "properties/x/7/4096"})
         .Add(ValueOf("format", format, 5, false));
     XQuestion there = LookupOf<ILXGroup, ILXFormat>(
@@ -236,8 +224,7 @@ void AddGroupFormats(XObservedList& all)
     there.shows = XShows::Parity;
     Add(all, "format of a group",
         [](Edits edit, int n, XNotify notify) {
-            return n % 2 == 1 ? edit.AddGroupFormat("Pump", 8, notify)
-                              : edit.RemoveGroupFormat("Pump", 8, notify);
+            return n % 2 == 1 ? edit.AddGroupFormat("Pump", 8, notify) : edit.RemoveGroupFormat("Pump", 8, notify);
         },
         {}, {Group(8), "objects/x/8/4096"})
         .Add(there);
@@ -280,13 +267,11 @@ void AddTypes(XObservedList& all)
                                     [](const XAsked& asked) {
                                         const auto object = asked.server.DataObject(Named(asked.number));
                                         XLXComPtr<ILXType> type;
-                                        return Answer(
-                                            asked.cache->GetCachedType(object.Get(), nullptr, type.Put()));
+                                        return Answer(asked.cache->GetCachedType(object.Get(), nullptr, type.Put()));
                                     })))
-        .Add(WithoutRemoval(YesOrNo("its inherited attribute", XShows::Lookup,
-                                    [](const XAsked& asked) {
-                                        return AnswerFor(TypeOf(asked.cache, Named(asked.number)), "Base7");
-                                    })))
+        .Add(WithoutRemoval(
+            YesOrNo("its inherited attribute", XShows::Lookup,
+                    [](const XAsked& asked) { return AnswerFor(TypeOf(asked.cache, Named(asked.number)), "Base7"); })))
         .Add(WithoutRemoval({"GetAllDerivedTypes", XShows::Elements, nullptr,
                              [](const XCachedPtr&, const XAsked& asked, XNumbers& numbers) {
                                  HRESULT result = S_OK;
@@ -300,8 +285,7 @@ void AddTypeLinks(XObservedList& all)
     Add(
         all, "base type",
         [](Edits edit, int n, XNotify notify) {
-            return edit.SetTypeProperty("Loose", XProperty::BaseTypeName, n % 2 == 1 ? "Equipment" : "Item",
-                                        notify);
+            return edit.SetTypeProperty("Loose", XProperty::BaseTypeName, n % 2 == 1 ? "Equipment" : "Item", notify);
         },
         {}, {}, 4)
         .Add(YesOrNo("CheckTypeDerivesFrom", XShows::Parity,
@@ -309,8 +293,7 @@ void AddTypeLinks(XObservedList& all)
                          const XLXComBSTR equipment = B("Equipment");
                          BSTR names[] = {equipment.Get()};
                          LONG derives = 0;
-                         const HRESULT result =
-                             asked.cache->CheckTypeDerivesFrom(B("Loose").Get(), 1, names, &derives);
+                         const HRESULT result = asked.cache->CheckTypeDerivesFrom(B("Loose").Get(), 1, names, &derives);
                          return SUCCEEDED(result) ? std::optional(derives != 0) : std::nullopt;
                      }))
         .Add(YesOrNo("inherited attribute", XShows::Parity,

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// A whole life of a client, run over and over with one more memory allocation of the component failing each
-// time, until a run passes untouched. After each: right answers or "out of memory", nothing left alive, and a
-// clean second life.
+// A whole life of a client, run over and over with one more memory allocation of the component failing each time,
+// until a run passes untouched. After each: right answers or "out of memory", nothing left alive, and a clean second
+// life.
 #include "allocations.h"
 #include "clientlife.h"
 
@@ -28,9 +28,8 @@ XLifeSteps Live(std::size_t failing, std::size_t& count)
     return steps;
 }
 
-/// What a failed allocation may change in a step that then succeeds: format specs that could be gathered
-/// before stay the whole until a notification comes, and an enumeration or a removal that failed shows in the
-/// next one.
+/// What a failed allocation may change in a step that then succeeds: format specs that could be gathered before stay
+/// the whole until a notification comes, and an enumeration or a removal that failed shows in the next one.
 bool IsPrescribed(const std::string& name, const XLifeStep& step)
 {
     return name == "GetAllGlobalAttributeFormatSpecs(after removal)" &&

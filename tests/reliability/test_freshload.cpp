@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Freshness under load: whoever notes what was notified and then asks gets nothing older, for every kind of
-// thing, through fresh look-ups and through objects that are held, while edits come from outside and from
-// inside the calls to the server.
+// Freshness under load: whoever notes what was notified and then asks gets nothing older, for every kind of thing,
+// through fresh look-ups and through objects that are held, while edits come from outside and from inside the calls
+// to the server.
 //
-// With the argument --server-mode the cache runs inside the server's process: one thread, no locks.
-// LX_STRESS_SECONDS sets the length of each test, LX_TEST_SEED repeats a seed, and LX_FRESHLOAD_KINDS, a list
-// of names separated by commas, leaves out all other kinds. LX_FRESHLOAD_TABLE prints what each question met.
+// With the argument --server-mode the cache runs inside the server's process: one thread, no locks. LX_STRESS_SECONDS
+// sets the length of each test, LX_TEST_SEED repeats a seed, and LX_FRESHLOAD_KINDS, a list of names separated by
+// commas, leaves out all other kinds. LX_FRESHLOAD_TABLE prints what each question met.
 #include "observed.h"
 
 #include <cstdlib>
@@ -51,9 +51,7 @@ struct XTally
 /// A kind with its tallies, one for each question.
 struct XWatched
 {
-    explicit XWatched(std::unique_ptr<XObserved> of)
-        : observed(std::move(of)), tallies(observed->Questions().size())
-    {}
+    explicit XWatched(std::unique_ptr<XObserved> of) : observed(std::move(of)), tallies(observed->Questions().size()) {}
 
     const std::unique_ptr<XObserved> observed;
     std::vector<XTally> tallies;
@@ -125,8 +123,7 @@ protected:
     void InsideTheServer();
     void AskSomething(XReader& reader);
     void Ask(XReader& reader, XWatched& watched, std::size_t question);
-    void Count(XWatched& watched, std::size_t question, Reading reading, bool held,
-               const std::string& details);
+    void Count(XWatched& watched, std::size_t question, Reading reading, bool held, const std::string& details);
     void MakeNoise(std::mt19937& random);
 
     void ExpectNothingStale();
@@ -157,9 +154,9 @@ void FreshLoad::Begin(LONG transferMode)
     if (ServerMode())
     {
         m_cache = m_cache ? m_cache : LXMakeCache();
-        ASSERT_EQ(m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
-                                      m_server->DataUpdate().Get()),
-                  S_OK);
+        ASSERT_EQ(
+            m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(), m_server->DataUpdate().Get()),
+            S_OK);
     }
     else
     {
@@ -231,8 +228,8 @@ void FreshLoad::Raise(XWatched& watched, std::mt19937& random)
     watched.observed->Raise(*m_server, random() % 2 == 0);
 }
 
-// A call to the server is where others overtake: what is being asked for changes, something else does, or
-// other threads get on with what they are doing.
+// A call to the server is where others overtake: what is being asked for changes, something else does, or other
+// threads get on with what they are doing.
 void FreshLoad::InsideTheServer()
 {
     XReader* const reader = t_reader;
@@ -271,8 +268,8 @@ void FreshLoad::AskSomething(XReader& reader)
     }
 }
 
-// Objects of a life that has ended are not notified any more, and between two lives there are no answers; but
-// an answer that is older than what was noted is always wrong.
+// Objects of a life that has ended are not notified any more, and between two lives there are no answers; but an
+// answer that is older than what was noted is always wrong.
 void FreshLoad::Ask(XReader& reader, XWatched& watched, std::size_t question)
 {
     const XQuestion& what = watched.observed->Questions()[question];
@@ -299,8 +296,7 @@ void FreshLoad::Ask(XReader& reader, XWatched& watched, std::size_t question)
     m_asked.fetch_add(1, std::memory_order_relaxed);
 }
 
-void FreshLoad::Count(XWatched& watched, std::size_t question, Reading reading, bool held,
-                      const std::string& details)
+void FreshLoad::Count(XWatched& watched, std::size_t question, Reading reading, bool held, const std::string& details)
 {
     static constexpr const char* Names[] = {"right", "missing", "stale", "impossible"};
     XTally& tally = watched.tallies[question];
@@ -333,8 +329,8 @@ void FreshLoad::MakeNoise(std::mt19937& random)
     BSTR names[] = {name.Get()};
     m_cache->LoadTypesByTypeNames(1, names, 1);
     XLXComPtr<ILXParentChildEnum> relations;
-    const HRESULT asked = m_cache->GetPCEnumAll(nullptr, name.Get(), nullptr,
-                                                static_cast<LONG>(random() % 32), relations.Put());
+    const HRESULT asked =
+        m_cache->GetPCEnumAll(nullptr, name.Get(), nullptr, static_cast<LONG>(random() % 32), relations.Put());
     EXPECT_TRUE(asked == S_OK || asked == S_FALSE || asked == E_POINTER) << asked;
 }
 
@@ -372,9 +368,8 @@ void FreshLoad::Report()
                 << (ServerMode() ? -1 : GetParam()) << ", seed " << m_seed << "; the first: " << tally.first;
             if (table)
             {
-                std::printf("%-28s %-22s %6d edits %7u answers %5u wrong %s\n", observed.Name().c_str(),
-                            question, observed.Notifications(), tally.asked.load(), tally.wrong.load(),
-                            tally.first.c_str());
+                std::printf("%-28s %-22s %6d edits %7u answers %5u wrong %s\n", observed.Name().c_str(), question,
+                            observed.Notifications(), tally.asked.load(), tally.wrong.load(), tally.first.c_str());
             }
         }
     }

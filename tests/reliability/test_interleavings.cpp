@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Interleavings that are arranged, not hoped for: threads meet at gates and hooks of the server.
-// docs/reliability.md lists all of them, also those that the suites of single parts arrange.
+// Interleavings that are arranged, not hoped for: threads meet at gates and hooks of the server. docs/reliability.md
+// lists all of them, also those that the suites of single parts arrange.
 #include "clientlife.h"
 
 #include <barrier>
@@ -101,9 +101,7 @@ TEST_F(Interleavings, FirstDisplayFactsThroughDerivedAndBaseTypes)
         m_server->SendNotification("properties/x/0/512"); // the facts are unknown again
         AtOnce(8, [&](int i) {
             XLXComPtr<ILXAttributeEnum> shown;
-            EXPECT_EQ(
-                types[static_cast<std::size_t>(i) % types.size()]->GetDisplayAttributeEnum(1, shown.Put()),
-                S_OK);
+            EXPECT_EQ(types[static_cast<std::size_t>(i) % types.size()]->GetDisplayAttributeEnum(1, shown.Put()), S_OK);
             EXPECT_EQ(LXReadAll<ILXAttribute>(shown, 0), std::vector<std::string>{"Weight"});
         });
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A notification costs the same however much is cached: it needs no memory, and it takes no lock but leaf
-// mutexes, whoever is asking the server for what meanwhile.
+// A notification costs the same however much is cached: it needs no memory, and it takes no lock but leaf mutexes,
+// whoever is asking the server for what meanwhile.
 #include "XLockOrder.h"
 #include "allocations.h"
 #include "logcapture.h"
@@ -15,8 +15,7 @@
 
 namespace
 {
-/// Notes in debug builds that the thread holds the innermost lock but leaves; any other lock then ends the
-/// process.
+/// Notes in debug builds that the thread holds the innermost lock but leaves; any other lock then ends the process.
 class XOnlyLeaves
 {
 public:
@@ -40,8 +39,7 @@ protected:
     }
     void TearDown() override { Terminate(); }
 
-    /// Reads something of each kind: types and all their parts, formats, relations and their PC infos, plan
-    /// types.
+    /// Reads something of each kind: types and all their parts, formats, relations and their PC infos, plan types.
     void LoadEverything()
     {
         for (const auto& observed : m_kinds)
@@ -50,8 +48,7 @@ protected:
             {
                 const XCachedPtr object = question.find ? question.find(m_cache) : nullptr;
                 XNumbers numbers;
-                EXPECT_TRUE((object || !question.find) &&
-                            question.read(object, {m_cache, *m_server, 0}, numbers))
+                EXPECT_TRUE((object || !question.find) && question.read(object, {m_cache, *m_server, 0}, numbers))
                     << observed->Name() << ": " << question.name;
             }
         }
@@ -79,8 +76,7 @@ protected:
     XLXComPtr<ILXParentChild> Relation(const char* parent, const char* child, const char* list)
     {
         XLXComPtr<ILXParentChild> relation;
-        m_cache->GetSinglePCRelation(XLXComBSTR(LXFromUtf8(parent)).Get(),
-                                     XLXComBSTR(LXFromUtf8(child)).Get(), nullptr,
+        m_cache->GetSinglePCRelation(XLXComBSTR(LXFromUtf8(parent)).Get(), XLXComBSTR(LXFromUtf8(child)).Get(), nullptr,
                                      XLXComBSTR(LXFromUtf8(list)).Get(), relation.Put());
         return relation;
     }
@@ -147,8 +143,7 @@ TEST_F(NotificationCost, NoLockIsTakenButLeavesWhileEverythingIsBeingRead)
     });
     Hold("ILXConfigFactory::GetPCArray", [&] {
         XLXComPtr<ILXParentChildEnum> relations;
-        EXPECT_EQ(Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("")).Get(), nullptr, relations.Put()),
-                  S_OK);
+        EXPECT_EQ(Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("")).Get(), nullptr, relations.Put()), S_OK);
     });
     Hold("ILXGlobalAttributeFormatSpecEnum::RemNext", [&] {
         XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
@@ -161,8 +156,7 @@ TEST_F(NotificationCost, NoLockIsTakenButLeavesWhileEverythingIsBeingRead)
 
     auto sent = std::async(std::launch::async, [&] {
         const XOnlyLeaves onlyLeaves;
-        ForEachNotification(
-            [&](const std::string& text, const auto& send) { EXPECT_EQ(send(), S_OK) << text; });
+        ForEachNotification([&](const std::string& text, const auto& send) { EXPECT_EQ(send(), S_OK) << text; });
     });
     EXPECT_EQ(sent.wait_for(std::chrono::seconds(10)), std::future_status::ready) << "a notification waits";
     LetGo();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// How long a refill takes to get in while threads read one object without a pause. The table is printed; the
-// bound is wide, since what is tested is that no number of readers keeps a writer out.
+// How long a refill takes to get in while threads read one object without a pause. The table is printed; the bound is
+// wide, since what is tested is that no number of readers keeps a writer out.
 #include "cachefixture.h"
 
 #include <algorithm>

@@ -20,8 +20,7 @@ void PrintPlace(HANDLE thread)
     }
     HMODULE module = nullptr;
     wchar_t name[MAX_PATH] = L"?";
-    if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                               GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+    if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                            reinterpret_cast<LPCWSTR>(context.Rip), &module))
     {
         GetModuleFileNameW(module, name, MAX_PATH);
@@ -47,8 +46,7 @@ void LXPrintThreadStates()
         {
             continue;
         }
-        const HANDLE thread =
-            OpenThread(THREAD_GET_CONTEXT | THREAD_SUSPEND_RESUME, FALSE, entry.th32ThreadID);
+        const HANDLE thread = OpenThread(THREAD_GET_CONTEXT | THREAD_SUSPEND_RESUME, FALSE, entry.th32ThreadID);
         if (thread != nullptr)
         {
             SuspendThread(thread);

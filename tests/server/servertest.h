@@ -68,8 +68,7 @@ inline XLXComPtr<ILXType> LXTypeOf(const XSampleServer& server, const XText& nam
     return type;
 }
 
-inline XLXComPtr<ILXAttribute> LXAttributeOf(const XSampleServer& server, const XText& type,
-                                             const XText& name)
+inline XLXComPtr<ILXAttribute> LXAttributeOf(const XSampleServer& server, const XText& type, const XText& name)
 {
     XLXComPtr<ILXAttribute> attribute;
     LXTypeOf(server, type)->GetAttribute(XLXComBSTR(name.Get()).Get(), attribute.Put());
@@ -82,8 +81,7 @@ class XRecordingClient final : public ILXCallbackUpdate
 public:
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override
     {
-        const bool known =
-            iid == IID_IUnknown || iid == LXIid<ILXCallback>() || iid == LXIid<ILXCallbackUpdate>();
+        const bool known = iid == IID_IUnknown || iid == LXIid<ILXCallback>() || iid == LXIid<ILXCallbackUpdate>();
         *out = known ? this : nullptr;
         return known ? (AddRef(), S_OK) : E_NOINTERFACE;
     }
@@ -98,9 +96,8 @@ public:
     }
     STDMETHODIMP SetCallbackId(LONG) override { return S_OK; }
     STDMETHODIMP GetClientInfo(tagLXClientInfo*) override { return E_NOTIMPL; }
-    STDMETHODIMP DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
-                                   ULONG ulNotificationId, ULONG ulCount,
-                                   tagLXUpdateInfo* pLXUpdateInfo) override
+    STDMETHODIMP DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType, ULONG ulNotificationId,
+                                   ULONG ulCount, tagLXUpdateInfo* pLXUpdateInfo) override
     {
         std::this_thread::sleep_for(slowness);
         EXPECT_EQ(ulCount, 0u);
@@ -132,8 +129,7 @@ public:
 };
 
 /// Registers a client and asks for the notifications of a data type.
-inline LONG LXRegister(const XSampleServer& server, ILXCallbackUpdate& client,
-                       const XText& dataType = "cfc_specific")
+inline LONG LXRegister(const XSampleServer& server, ILXCallbackUpdate& client, const XText& dataType = "cfc_specific")
 {
     LONG id = 0;
     const auto update = server.DataUpdate();

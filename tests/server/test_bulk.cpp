@@ -56,8 +56,7 @@ void ExpectDirect(const std::vector<Record>& records, size_t count, const std::s
 /// A record list that is left out stands for no records.
 std::vector<Transfer::XILXConfigData> Records(XLXSafeArray& list)
 {
-    return list ? Transfer::GetSingleTypedVecFromArray(std::move(list))
-                : std::vector<Transfer::XILXConfigData>();
+    return list ? Transfer::GetSingleTypedVecFromArray(std::move(list)) : std::vector<Transfer::XILXConfigData>();
 }
 
 void ExpectComponents(Transfer::XILXTypeComp& components, const XModelType& type, LONG mode)
@@ -127,8 +126,7 @@ TEST_P(ServerBulkModes, AllTypesAgreeWithDirectReads)
         const XModelType& type = **model.FindType(name);
         EXPECT_EQ(Text(record.config.values), Direct(record.config.object.Get()));
         EXPECT_EQ(record.config.values[0].AsText(), name);
-        EXPECT_EQ(record.baseIndex,
-                  type.Base().empty() ? -1 : static_cast<LONG>(types.names.at(type.Base())));
+        EXPECT_EQ(record.baseIndex, type.Base().empty() ? -1 : static_cast<LONG>(types.names.at(type.Base())));
         EXPECT_EQ(record.listed, type.listed);
         EXPECT_EQ(record.searchable, type.Value(XProperty::Searchable).AsBool());
         ExpectComponents(record.components, type, mode);
@@ -147,8 +145,8 @@ TEST_P(ServerBulkModes, TypeComponentDataAgreesWithDirectReads)
         {
             components = Transfer::GetWrapperFromArray(std::move(array));
         }
-        EXPECT_EQ(result == S_FALSE, !array && !components.pages && !components.groups &&
-                                         !components.editors && !components.attributes);
+        EXPECT_EQ(result == S_FALSE,
+                  !array && !components.pages && !components.groups && !components.editors && !components.attributes);
         ExpectComponents(components, *type, mode);
     }
 }
@@ -158,15 +156,13 @@ INSTANTIATE_TEST_SUITE_P(Modes, ServerBulkModes, testing::Values(0, 1, 2, 4, 8, 
 TEST_F(ServerBulk, OneTypeNamesItsBaseWithoutCarryingIt)
 {
     const XLXComBSTR name(OLESTR("PumpCentrifugal"));
-    const auto one =
-        Types([&](SAFEARRAY** out) { return Bulk()->GetTypeArrayByTypeNameEx(name.Get(), 0, 1, out); });
+    const auto one = Types([&](SAFEARRAY** out) { return Bulk()->GetTypeArrayByTypeNameEx(name.Get(), 0, 1, out); });
     ASSERT_EQ(one.records.size(), 1u);
     const Transfer::XILXTypeData& record = one.records.at(one.names.at(OLESTR("PumpCentrifugal")));
     EXPECT_EQ(record.baseIndex, static_cast<LONG>(one.names.at(OLESTR("Pump"))));
     EXPECT_FALSE(one.records.contains(static_cast<ULONG>(record.baseIndex)));
 
-    const auto chain =
-        Types([&](SAFEARRAY** out) { return Bulk()->GetTypeArrayByTypeNameEx(name.Get(), 1, 1, out); });
+    const auto chain = Types([&](SAFEARRAY** out) { return Bulk()->GetTypeArrayByTypeNameEx(name.Get(), 1, 1, out); });
     EXPECT_EQ(chain.records.size(), 5u);
     EXPECT_EQ(chain.names.size(), 5u);
     EXPECT_TRUE(chain.names.contains(OLESTR("lumbcompbase")));
@@ -196,12 +192,10 @@ TEST_F(ServerBulk, OlderBulkReadsDeliverAttributesOnRequest)
     for (const LONG withAttributes : {0, 1})
     {
         auto all = Types([&](SAFEARRAY** out) { return factory->GetTypeArray(withAttributes, out); });
-        auto one = Types([&](SAFEARRAY** out) {
-            return factory->GetTypeArrayByTypeName(name.Get(), 0, withAttributes, out);
-        });
-        auto some = Types([&](SAFEARRAY** out) {
-            return factory->GetTypeArrayByTypeNameArray(names.Get(), 0, withAttributes, out);
-        });
+        auto one =
+            Types([&](SAFEARRAY** out) { return factory->GetTypeArrayByTypeName(name.Get(), 0, withAttributes, out); });
+        auto some = Types(
+            [&](SAFEARRAY** out) { return factory->GetTypeArrayByTypeNameArray(names.Get(), 0, withAttributes, out); });
         for (auto* const types : {&all, &one, &some})
         {
             auto& record = types->records.at(types->names.at(OLESTR("Pump")));

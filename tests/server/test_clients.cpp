@@ -33,8 +33,8 @@ class GoneClients : public ServerClients, public testing::WithParamInterface<ULO
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(Answers, GoneClients,
-                         testing::Values(0x800706BA, 0x800706BE, 0x800706BF, 0x80010108, 0x80010007,
-                                         0x80010012, 0x80010114, 0x800401FD));
+                         testing::Values(0x800706BA, 0x800706BE, 0x800706BF, 0x80010108, 0x80010007, 0x80010012,
+                                         0x80010114, 0x800401FD));
 
 TEST_P(GoneClients, AreForgottenByANotificationAndByACheck)
 {
@@ -182,8 +182,7 @@ TEST(ServerTexts, WhatWasSaidIsUnderstood)
     const auto server = XSampleServer::Create(LXSmallModel());
     const auto type = LXTypeOf(*server, "Pump");
     const LONG id = LXRegister(*server, client);
-    EXPECT_EQ(LXParseCounts(LXFormatCounts(server->Calls().Counts())).byName,
-              server->Calls().Counts().byName);
+    EXPECT_EQ(LXParseCounts(LXFormatCounts(server->Calls().Counts())).byName, server->Calls().Counts().byName);
     const XServerStatus status = LXParseStatus(LXFormatStatus(*server));
     EXPECT_EQ(status.process, GetCurrentProcessId());
     ASSERT_EQ(status.clients.size(), 1u);

@@ -31,10 +31,8 @@ const XEditCase editCases[] = {
     {"objects/Valve/0/2", [](XServerEdits e) { return e.AddType("Valve", "Equipment"); }},
     {"objects/Hidden/0/2", [](XServerEdits e) { return e.RemoveType("Hidden"); }},
     {"objects/Hidden/0/2", [](XServerEdits e) { return e.SetTypeListed("Hidden", true); }},
-    {"objects/Vessel/0/2",
-     [](XServerEdits e) { return e.SetTypeProperty("Vessel", XProperty::BaseTypeName, ""); }},
-    {"properties/Pump/1/2",
-     [](XServerEdits e) { return e.SetTypeProperty("Pump", XProperty::TypeLabel, "P"); }},
+    {"objects/Vessel/0/2", [](XServerEdits e) { return e.SetTypeProperty("Vessel", XProperty::BaseTypeName, ""); }},
+    {"properties/Pump/1/2", [](XServerEdits e) { return e.SetTypeProperty("Pump", XProperty::TypeLabel, "P"); }},
     {"objects/Pump/0/512", [](XServerEdits e) { return e.AddAttribute("Pump", "Colour", 2); }},
     {"objects/Pump/0/512", [](XServerEdits e) { return e.RemoveAttribute("Pump", "Serial"); }},
     {"properties/Pump/17/512",
@@ -45,25 +43,18 @@ const XEditCase editCases[] = {
      [](XServerEdits e) { return e.SetAttributeTypeProperty("Pump", "Power", "kW", 0, "k"); }},
     {"objects/Pump/7/64", [](XServerEdits e) { return e.AddGroup("Pump", 7, 1); }},
     {"objects/Pump/2/64", [](XServerEdits e) { return e.RemoveGroup("Pump", 2); }},
-    {"properties/Pump/2/64",
-     [](XServerEdits e) { return e.SetGroupProperty("Pump", 2, XProperty::GroupPage, 2); }},
+    {"properties/Pump/2/64", [](XServerEdits e) { return e.SetGroupProperty("Pump", 2, XProperty::GroupPage, 2); }},
     {"objects/Pump/5/32", [](XServerEdits e) { return e.AddPage("Pump", 5); }},
     {"objects/Pump/2/32", [](XServerEdits e) { return e.RemovePage("Pump", 2); }},
-    {"properties/Pump/1/32",
-     [](XServerEdits e) { return e.SetPageProperty("Pump", 1, XProperty::PageLabel, "x"); }},
+    {"properties/Pump/1/32", [](XServerEdits e) { return e.SetPageProperty("Pump", 1, XProperty::PageLabel, "x"); }},
     {"objects/Pump/0/128", [](XServerEdits e) { return e.AddEditor("Pump", "Pump.New", "List"); }},
     {"objects/Pump/0/128", [](XServerEdits e) { return e.RemoveEditor("Pump", "Pump.Sheet"); }},
     {"properties/Pump/1/128",
-     [](XServerEdits e) {
-         return e.SetEditorProperty("Pump", "Pump.Sheet", XProperty::DefaultEditor, false);
-     }},
+     [](XServerEdits e) { return e.SetEditorProperty("Pump", "Pump.Sheet", XProperty::DefaultEditor, false); }},
     {"objects/Pump/3/2048", [](XServerEdits e) { return e.AddAttributeFormat("Pump", "Power", 3); }},
-    {"objects/Equipment/1/2048",
-     [](XServerEdits e) { return e.RemoveAttributeFormat("Equipment", "Weight", 1); }},
+    {"objects/Equipment/1/2048", [](XServerEdits e) { return e.RemoveAttributeFormat("Equipment", "Weight", 1); }},
     {"properties/Equipment/1/2048",
-     [](XServerEdits e) {
-         return e.SetAttributeFormatProperty("Equipment", "Weight", 1, XProperty::Label, "0");
-     }},
+     [](XServerEdits e) { return e.SetAttributeFormatProperty("Equipment", "Weight", 1, XProperty::Label, "0"); }},
     {"objects/Pump/1/4096", [](XServerEdits e) { return e.AddGroupFormat("Pump", 1); }},
     {"objects/Pump/3/4096", [](XServerEdits e) { return e.RemoveGroupFormat("Pump", 3); }},
     {"properties/Pump/3/4096",
@@ -84,8 +75,7 @@ const XEditCase editCases[] = {
     {"pc/Pump/0/4", [](XServerEdits e) { return e.SetRelationProperty("Pump", "Vessel", "feeds", 20, 3); }},
     {"pc/Pump/0/4", [](XServerEdits e) { return e.AddPCInfo("Pump", "Vessel", "feeds", "Tree", true); }},
     {"pc/Object/0/4", [](XServerEdits e) { return e.RemovePCInfo("Object", "Equipment", "nodes", "List"); }},
-    {"pc/Object/0/4",
-     [](XServerEdits e) { return e.SetPCInfoProperty("Object", "Equipment", "nodes", "Tree", 6, 1); }},
+    {"pc/Object/0/4", [](XServerEdits e) { return e.SetPCInfoProperty("Object", "Equipment", "nodes", "Tree", 6, 1); }},
 };
 } // namespace
 
@@ -125,8 +115,7 @@ TEST_F(ServerEdits, RefusedEditsChangeAndSendNothing)
     EXPECT_THROW(edits.AddAttribute("Pump", "Power"), std::invalid_argument);
     EXPECT_THROW(edits.RemoveAttribute("CentrifugalPump", "Power"), std::invalid_argument); // its base's
     EXPECT_THROW(edits.SetAttributeProperty("Pump", "Power", 60, 1), std::out_of_range);
-    EXPECT_THROW(edits.SetAttributeProperty("Pump", "Power", XProperty::AttributeName, "P"),
-                 std::invalid_argument);
+    EXPECT_THROW(edits.SetAttributeProperty("Pump", "Power", XProperty::AttributeName, "P"), std::invalid_argument);
     EXPECT_THROW(edits.RemovePCInfo("Pump", "Vessel", "feeds", "Tree"), std::invalid_argument);
     EXPECT_THROW(edits.AddRelation("Pump", "Vessel", "feeds"), std::invalid_argument);
     EXPECT_EQ(LXFormatModel(server->Model()), before);

@@ -107,10 +107,9 @@ TEST(Model, FileSurvivesReadingAndWriting)
 TEST(Model, BadFilesAreRefused)
 {
     for (const char* const text :
-         {"", "[", "[]", R"({"types": [{"name": "A", "bass": "B"}]})",
-          R"({"types": [{"name": "A", "base": "B"}]})", R"({"types": [{"name": "A"}, {"name": "A"}]})",
-          R"({"types": [{"name": ""}]})", R"({"types": [{}]})", R"({"types": [{"name": "A", "p28": 1}]})",
-          R"({"types": [{"name": "A", "label": []}]})",
+         {"", "[", "[]", R"({"types": [{"name": "A", "bass": "B"}]})", R"({"types": [{"name": "A", "base": "B"}]})",
+          R"({"types": [{"name": "A"}, {"name": "A"}]})", R"({"types": [{"name": ""}]})", R"({"types": [{}]})",
+          R"({"types": [{"name": "A", "p28": 1}]})", R"({"types": [{"name": "A", "label": []}]})",
           R"({"types": [{"name": "A", "attributes": [{"name": "X"}, {"name": "X"}]}]})",
           R"({"relations": [{"parent": "A", "child": "B", "list": "nodes"}]})",
           R"({"objects": [{"id": "a", "children": {"nodes": ["b"]}}]})"})
@@ -124,10 +123,7 @@ TEST(Model, ACopySharesNothing)
 {
     const XServerModel original = LXSmallModel();
     XServerModel copy = original;
-    (*copy.FindType(OLESTR("Pump")))
-        ->FindAttribute(OLESTR("Power"))
-        ->Share()
-        ->properties.Set(XProperty::Label, "new");
+    (*copy.FindType(OLESTR("Pump")))->FindAttribute(OLESTR("Power"))->Share()->properties.Set(XProperty::Label, "new");
     (*copy.FindType(OLESTR("Pump")))->AddPage(9);
     EXPECT_EQ((*original.FindType(OLESTR("Pump")))->FindPage(9), nullptr);
     EXPECT_EQ((*(*original.FindType(OLESTR("Pump")))->FindAttribute(OLESTR("Power")))->Text(XProperty::Label),

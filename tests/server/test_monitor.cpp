@@ -70,8 +70,7 @@ TEST_F(ServerMonitor, CallsTakeTheAskedTime)
 TEST_F(ServerMonitor, AGateStopsACallBeforeOrAfterItsWork)
 {
     const auto power = LXAttributeOf(*server, "Pump", "Power");
-    for (const auto& [point, expected] :
-         {std::pair(XCallPoint::Arrival, "new"), std::pair(XCallPoint::Answer, "old")})
+    for (const auto& [point, expected] : {std::pair(XCallPoint::Arrival, "new"), std::pair(XCallPoint::Answer, "old")})
     {
         server->Edit().SetAttributeProperty("Pump", "Power", XProperty::Label, "old");
         std::string seen;
@@ -131,10 +130,8 @@ TEST_F(ServerMonitor, ReadersEditorsAndClientsRunAtOnce)
             while (!stop)
             {
                 XLXSafeArray array;
-                EXPECT_EQ(server->ConfigFactory().As<ILXConfigFactoryEx>()->GetTypeArrayEx(15, array.Put()),
-                          S_OK);
-                EXPECT_EQ(LXTextOf(LXAttributeOf(*server, "CentrifugalPump", "Weight"), XProperty::Unit),
-                          "kg");
+                EXPECT_EQ(server->ConfigFactory().As<ILXConfigFactoryEx>()->GetTypeArrayEx(15, array.Put()), S_OK);
+                EXPECT_EQ(LXTextOf(LXAttributeOf(*server, "CentrifugalPump", "Weight"), XProperty::Unit), "kg");
                 EXPECT_TRUE(server->StoredObject("P1"));
                 ++reads;
             }

@@ -10,8 +10,7 @@ namespace
 class ServerObjects : public testing::Test
 {
 protected:
-    std::string AttributeNames(const XText& type,
-                               HRESULT (STDMETHODCALLTYPE ILXType::*method)(int, ILXAttributeEnum**),
+    std::string AttributeNames(const XText& type, HRESULT (STDMETHODCALLTYPE ILXType::*method)(int, ILXAttributeEnum**),
                                int argument)
     {
         const auto object = LXTypeOf(*server, type);
@@ -50,8 +49,7 @@ TEST_F(ServerObjects, EveryKindDeliversItsNumberOfValues)
     XLXComPtr<ILXFormat> format;
     EXPECT_EQ(type->GetGroup(3, group.Put()), S_OK);
     EXPECT_EQ(type->GetPage(2, page.Put()), S_OK);
-    EXPECT_EQ(type->GetConfObjEditor(XLXComBSTR(OLESTR("Pump.Sheet")).Get(), nullptr, nullptr, editor.Put()),
-              S_OK);
+    EXPECT_EQ(type->GetConfObjEditor(XLXComBSTR(OLESTR("Pump.Sheet")).Get(), nullptr, nullptr, editor.Put()), S_OK);
     EXPECT_EQ(group->GetFormat(format.Put()), S_OK);
     XLXComPtr<ILXAttributeTypeEnum> types;
     XLXComPtr<ILXParentChildEnum> relations;
@@ -73,14 +71,11 @@ TEST_F(ServerObjects, EveryKindDeliversItsNumberOfValues)
     EXPECT_GE(PropertyCount(*editor.Get()), 4u);
     EXPECT_EQ(PropertyCount(*relation.Get()), 37u);
     EXPECT_EQ(PropertyCount(*info.Get()), 10u);
-    EXPECT_EQ(PropertyCount(*(LXFetch<ILXAttributeTypeEnum, ILXAttributeType>(types.Get()).front().Get())),
-              7u);
+    EXPECT_EQ(PropertyCount(*(LXFetch<ILXAttributeTypeEnum, ILXAttributeType>(types.Get()).front().Get())), 7u);
     EXPECT_GE(PropertyCount(*(LXFetch<ILXBrowserIdEnum, ILXBrowserId>(browserIds.Get()).front().Get())), 1u);
-    EXPECT_EQ(
-        PropertyCount(*(LXFetch<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>(specs.Get())
-                            .front()
-                            .Get())),
-        60u);
+    EXPECT_EQ(PropertyCount(*(
+                  LXFetch<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>(specs.Get()).front().Get())),
+              60u);
 }
 
 TEST_F(ServerObjects, PropertiesByIndexAndByName)
@@ -125,9 +120,7 @@ TEST_F(ServerObjects, AttributesByPlaceAndGroup)
 TEST_F(ServerObjects, GroupsAndEditors)
 {
     const auto pump = LXTypeOf(*server, "Pump");
-    const auto groups = [&](auto&& get) {
-        return LXNames<ILXGroup, ILXGroupEnum>(get, XProperty::GroupNumber);
-    };
+    const auto groups = [&](auto&& get) { return LXNames<ILXGroup, ILXGroupEnum>(get, XProperty::GroupNumber); };
     EXPECT_EQ(groups([&](ILXGroupEnum** out) { return pump->GetGroupEnum(out); }), "1 2 3");
     EXPECT_EQ(groups([&](ILXGroupEnum** out) { return pump->GetToplevelGroupEnum(out); }), "1 2");
     EXPECT_EQ(groups([&](ILXGroupEnum** out) { return pump->GetPageGroupEnum(2, out); }), "3");
@@ -219,8 +212,7 @@ TEST_F(ServerObjects, DataObjectsAndRelationships)
     EXPECT_EQ(unknown->GetAttribute(XLXComBSTR(OLESTR("typename")).Get(), value.Put()), S_OK);
     EXPECT_EQ(value.AsText(), OLESTR("NoSuchType"));
     EXPECT_EQ(unknown->GetAttribute(XLXComBSTR(OLESTR("colour")).Get(), value.Put()), E_INVALIDARG);
-    EXPECT_EQ(server->DataObject("")->GetAttribute(XLXComBSTR(OLESTR("typename")).Get(), value.Put()),
-              E_INVALIDARG);
+    EXPECT_EQ(server->DataObject("")->GetAttribute(XLXComBSTR(OLESTR("typename")).Get(), value.Put()), E_INVALIDARG);
     EXPECT_FALSE(server->StoredObject("P2"));
 }
 
@@ -229,9 +221,8 @@ TEST(ServerQuery, PlanTypesOfTheShippedModel)
     const auto server = XSampleServer::Create(LXReadModel(LX_MODEL_FOLDER "/plant.json"));
     const auto query = server->Query();
     EXPECT_EQ(query->SetSearchTable(XLXComBSTR(OLESTR("lumbrixtypeset")).Get()), S_OK);
-    EXPECT_EQ(
-        query->SetSearchAttribute(XLXComBSTR(OLESTR("master")).Get(), 0, XLXComVariant::FromI4(1).Get(), 0),
-        S_OK);
+    EXPECT_EQ(query->SetSearchAttribute(XLXComBSTR(OLESTR("master")).Get(), 0, XLXComVariant::FromI4(1).Get(), 0),
+              S_OK);
     XLXComPtr<IEnumBaseDataObject> found;
     ASSERT_EQ(query->GetSearchResult(found.Put()), S_OK);
     const auto sets = LXFetch<IEnumBaseDataObject, ILX_BaseDataObject>(found.Get());
@@ -263,8 +254,8 @@ TEST(ServerFactory, IsOneObjectAndShowsTheFacesItIsToldTo)
     EXPECT_FALSE(factory.As<ILXConfigFactoryEx>());
     const auto callback = factory.As<ILXCallbackUpdate>();
     ASSERT_TRUE(callback);
-    EXPECT_EQ(callback->DataObjectChanged(XLXComBSTR(OLESTR("cfc_forward/x")).Get(),
-                                          XLXComBSTR(OLESTR("cfc")).Get(), 256, 12, 0, nullptr),
+    EXPECT_EQ(callback->DataObjectChanged(XLXComBSTR(OLESTR("cfc_forward/x")).Get(), XLXComBSTR(OLESTR("cfc")).Get(),
+                                          256, 12, 0, nullptr),
               S_OK);
     ASSERT_EQ(server->ForwardedNotifications().size(), 1u);
     EXPECT_EQ(server->ForwardedNotifications().front().dataId, OLESTR("cfc_forward/x"));

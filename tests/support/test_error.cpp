@@ -56,8 +56,7 @@ TEST(Guarded, TranslatesEachKindOfException)
              XLXError::Raise(E_ACCESSDENIED, OLESTR("no entry"), {"file", nullptr, "Free", 7});
          },
          E_ACCESSDENIED, OLESTR("no entry"), OLESTR("Free (file, line 7)")},
-        {"own without text", [] { XLXError::RaiseIfFailed(E_NOTIMPL, {}, Here); }, E_NOTIMPL, OLESTR(""),
-         FromHere},
+        {"own without text", [] { XLXError::RaiseIfFailed(E_NOTIMPL, {}, Here); }, E_NOTIMPL, OLESTR(""), FromHere},
         {"null pointer", [] { XLXError::CheckPointer(nullptr, OLESTR("ppType"), Here); }, E_POINTER,
          OLESTR("invalid pointer: ppType"), FromHere},
         {"memory", [] { throw std::bad_alloc(); }, E_OUTOFMEMORY, OLESTR("out of memory"), FromHere},
@@ -181,9 +180,8 @@ TEST(Logbook, AReplacedSinkIsEmptyWhenTheReplacementReturns)
     using namespace std::chrono_literals;
     SlowSink slow;
     LXErrorSetLogSink(&SlowSink::Receive, &slow, 1u << LX_LOG_ERROR);
-    auto writer = std::async(std::launch::async, [] {
-        XLXError::WriteErrorToLogBook(E_FAIL, 6, OLESTR("to the slow sink"), Here);
-    });
+    auto writer = std::async(std::launch::async,
+                             [] { XLXError::WriteErrorToLogBook(E_FAIL, 6, OLESTR("to the slow sink"), Here); });
     slow.entered.get_future().wait();
     std::promise<void> replaced;
     auto checked = std::async(std::launch::async, [&] {

@@ -117,8 +117,7 @@ TEST(DataId, IsTakenApart)
         {OLESTR("searchable///3"), OLESTR("searchable"), {}, -1, 3, true, true, Searchable},
         {OLESTR("objects/A/x/-4"), OLESTR("objects"), OLESTR("A"), 0, -4, true, true, Objects},
         {OLESTR("objects/A/1/2/3"), OLESTR("objects"), OLESTR("A"), 1, 2, true, true, Objects},
-        {OLESTR("objects/A/1/99999999999"), OLESTR("objects"), OLESTR("A"), 1, 2147483647, true, true,
-         Objects},
+        {OLESTR("objects/A/1/99999999999"), OLESTR("objects"), OLESTR("A"), 1, 2147483647, true, true, Objects},
         {OLESTR("///"), {}, {}, -1, -1, true, true, Other},
         {OLESTR("Objects/A/1/2"), OLESTR("Objects"), OLESTR("A"), 1, 2, true, true, Other},
     };

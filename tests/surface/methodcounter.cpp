@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Finds out which test calls which method, for x86-64 Linux. Linked into a test program, it does nothing
-// unless LX_METHOD_TESTS names a file. Then it makes one object of each kind, puts a counting stub in the
-// place of every method in their tables, and writes for each method the first tests that called it.
+// Finds out which test calls which method, for x86-64 Linux. Linked into a test program, it does nothing unless
+// LX_METHOD_TESTS names a file. Then it makes one object of each kind, puts a counting stub in the place of every
+// method in their tables, and writes for each method the first tests that called it.
 //
-// A call counts when it enters the component from outside: what the component calls of itself while it works
-// for a test does not. So a stub puts a return address of its own in the place of the caller's for the
-// outermost call of a thread. No exception leaves a method, so that nothing unwinds through it.
+// A call counts when it enters the component from outside: what the component calls of itself while it works for a
+// test does not. So a stub puts a return address of its own in the place of the caller's for the outermost call of a
+// thread. No exception leaves a method, so that nothing unwinds through it.
 #include "objectworld.h"
 
 #include <algorithm>
@@ -93,10 +93,7 @@ public:
     }
 
 private:
-    void Put(std::initializer_list<unsigned char> bytes)
-    {
-        m_next = std::copy(bytes.begin(), bytes.end(), m_next);
-    }
+    void Put(std::initializer_list<unsigned char> bytes) { m_next = std::copy(bytes.begin(), bytes.end(), m_next); }
     void Put(std::initializer_list<unsigned char> bytes, void* value)
     {
         Put(bytes);

@@ -14,10 +14,7 @@ protected:
     {
         return m_world.Object(kind).As<I>();
     }
-    unsigned long long CallsOf(const std::string& method) const
-    {
-        return m_world.Server().Calls().Of(method);
-    }
+    unsigned long long CallsOf(const std::string& method) const { return m_world.Server().Calls().Of(method); }
 
     XObjectWorld m_world{XStage::Client};
 };

@@ -47,8 +47,7 @@ XServerModel WorldModel()
     return model;
 }
 
-constexpr const char* Independent[] = {"class factory", "manager", "transient PC info",
-                                       "transient attribute"};
+constexpr const char* Independent[] = {"class factory", "manager", "transient PC info", "transient attribute"};
 
 /// The first element of an enumerator.
 template <class Element, class Enumerator>
@@ -105,8 +104,8 @@ void XObjectWorld::Initialize(XStage stage)
     HRESULT result = E_FAIL;
     if (stage == XStage::Server || stage == XStage::ServerTerminated)
     {
-        result = m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
-                                     m_server->DataUpdate().Get());
+        result =
+            m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(), m_server->DataUpdate().Get());
     }
     else
     {
@@ -136,8 +135,8 @@ void XObjectWorld::Add(const char* kind, const XLXComPtr<I>& object)
 
 void XObjectWorld::MakeObjects()
 {
-    const auto type = Got<ILXType>(
-        [&](auto out) { m_cache->GetCachedType(m_server->DataObject("Area").Get(), nullptr, out); });
+    const auto type =
+        Got<ILXType>([&](auto out) { m_cache->GetCachedType(m_server->DataObject("Area").Get(), nullptr, out); });
     Add("type", type);
     Add("page", Got<ILXPage>([&](auto out) { type->GetPage(1, out); }));
     const auto group = Got<ILXGroup>([&](auto out) { type->GetGroup(1, out); });
@@ -145,16 +144,15 @@ void XObjectWorld::MakeObjects()
     const XLXComBSTR size(OLESTR("Size"));
     const auto attribute = Got<ILXAttribute>([&](auto out) { type->GetAttribute(size.Get(), out); });
     Add("attribute", attribute);
-    Add("attribute type", First<ILXAttributeType>(Got<ILXAttributeTypeEnum>(
-                              [&](auto out) { attribute->GetAttributeTypeEnum(out); })));
+    Add("attribute type",
+        First<ILXAttributeType>(Got<ILXAttributeTypeEnum>([&](auto out) { attribute->GetAttributeTypeEnum(out); })));
     Add("format", Got<ILXFormat>([&](auto out) { attribute->GetFormat(1, out); }));
-    Add("editor", First<ILXConfObjEditor>(
-                      Got<ILXConfObjEditorEnum>([&](auto out) { type->GetConfObjEditorEnum(out); })));
+    Add("editor",
+        First<ILXConfObjEditor>(Got<ILXConfObjEditorEnum>([&](auto out) { type->GetConfObjEditorEnum(out); })));
     const auto factory = m_cache.As<ILXConfigFactory>();
     Add("global format spec", First<ILXGlobalAttributeFormatSpec>(Got<ILXGlobalAttributeFormatSpecEnum>(
                                   [&](auto out) { factory->GetAllGlobalAttributeFormatSpecs(out); })));
-    Add("browser id",
-        First<ILXBrowserId>(Got<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); })));
+    Add("browser id", First<ILXBrowserId>(Got<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); })));
 }
 
 void XObjectWorld::MakeRelationObjects()
@@ -169,8 +167,8 @@ void XObjectWorld::MakeRelationObjects()
     inherited->SetNames(OLESTR("Derived"), OLESTR("Node"));
     Add("inherited relation", inherited);
     Add("PC info", First<ILXPCInfo>(Got<ILXPCInfoEnum>([&](auto out) { relation->GetPCInfoEnum(out); })));
-    const auto transient = First<ILXParentChild>(Got<ILXParentChildEnum>(
-        [&](auto out) { m_cache->GetPCEnum2(nullptr, plan.Get(), nullptr, 2, out); }));
+    const auto transient = First<ILXParentChild>(
+        Got<ILXParentChildEnum>([&](auto out) { m_cache->GetPCEnum2(nullptr, plan.Get(), nullptr, 2, out); }));
     Add("transient relation", transient);
     Add("PC info of a transient relation",
         First<ILXPCInfo>(Got<ILXPCInfoEnum>([&](auto out) { transient->GetPCInfoEnum(out); })));
@@ -184,21 +182,17 @@ void XObjectWorld::MakeEnumerators()
     Add("enumerator of pages", Got<ILXPageEnum>([&](auto out) { type->GetPageEnum(out); }));
     Add("enumerator of groups", Got<ILXGroupEnum>([&](auto out) { type->GetGroupEnum(out); }));
     Add("enumerator of attributes", Got<ILXAttributeEnum>([&](auto out) { type->GetAttributeEnum(out); }));
-    Add("enumerator of attribute types", Got<ILXAttributeTypeEnum>([&](auto out) {
-            Of<ILXAttribute>("attribute")->GetAttributeTypeEnum(out);
-        }));
-    Add("enumerator of editors",
-        Got<ILXConfObjEditorEnum>([&](auto out) { type->GetConfObjEditorEnum(out); }));
+    Add("enumerator of attribute types",
+        Got<ILXAttributeTypeEnum>([&](auto out) { Of<ILXAttribute>("attribute")->GetAttributeTypeEnum(out); }));
+    Add("enumerator of editors", Got<ILXConfObjEditorEnum>([&](auto out) { type->GetConfObjEditorEnum(out); }));
     Add("enumerator of relations", Got<ILXParentChildEnum>([&](auto out) {
             m_cache->GetPPRRelationsEnum(XLXComBSTR(OLESTR("Area")).Get(), nullptr, out);
         }));
     Add("enumerator of PC infos",
         Got<ILXPCInfoEnum>([&](auto out) { Of<ILXParentChild>("relation")->GetPCInfoEnum(out); }));
-    Add("enumerator of browser ids",
-        Got<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); }));
-    Add("enumerator of global format specs", Got<ILXGlobalAttributeFormatSpecEnum>([&](auto out) {
-            factory->GetAllGlobalAttributeFormatSpecs(out);
-        }));
+    Add("enumerator of browser ids", Got<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); }));
+    Add("enumerator of global format specs",
+        Got<ILXGlobalAttributeFormatSpecEnum>([&](auto out) { factory->GetAllGlobalAttributeFormatSpecs(out); }));
 }
 
 const std::vector<const char*>& XObjectWorld::Kinds()
@@ -260,9 +254,9 @@ XLXComPtr<IUnknown> XObjectWorld::Object(const std::string& kind) const
 
 XLXComPtr<IUnknown> XObjectWorld::Provider(REFIID iid) const
 {
-    const XLXComPtr<IUnknown> services[] = {
-        m_server->DataObject("Area").As<IUnknown>(), m_server->ConfigFactory().As<IUnknown>(),
-        m_server->Query().As<IUnknown>(), m_server->DataUpdate().As<IUnknown>()};
+    const XLXComPtr<IUnknown> services[] = {m_server->DataObject("Area").As<IUnknown>(),
+                                            m_server->ConfigFactory().As<IUnknown>(), m_server->Query().As<IUnknown>(),
+                                            m_server->DataUpdate().As<IUnknown>()};
     XLXComPtr<IUnknown> face;
     for (const auto& service : services)
     {

@@ -32,8 +32,7 @@ public:
     static bool NeedsManager(const std::string& kind);
     /// An object of a kind; null when it needs an initialised manager and there never was one.
     XLXComPtr<IUnknown> Object(const std::string& kind) const;
-    /// Something that answers an interface: the server's object where the server has one, else the
-    /// component's.
+    /// Something that answers an interface: the server's object where the server has one, else the component's.
     XLXComPtr<IUnknown> Provider(REFIID iid) const;
 
     XSampleServer& Server() const { return *m_server; }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// Every interface of the definitions as data: its methods in slot order, their parameters, and for each
-// method a callable that calls it with arguments that a test may choose one by one. The table is made from
-// the definitions at build time, so that a new method is in it by being declared.
+// Every interface of the definitions as data: its methods in slot order, their parameters, and for each method a
+// callable that calls it with arguments that a test may choose one by one. The table is made from the definitions at
+// build time, so that a new method is in it by being declared.
 #ifndef SURFACE_H
 #define SURFACE_H
 
@@ -54,8 +54,8 @@ struct XParameter
     /// Whether what it points to is owned by the caller afterwards, and is null when there is nothing.
     bool HandsOver() const
     {
-        return role == XRole::Out && (kind == XKind::Objects || kind == XKind::Arrays ||
-                                      kind == XKind::TextLists || kind == XKind::Texts);
+        return role == XRole::Out &&
+               (kind == XKind::Objects || kind == XKind::Arrays || kind == XKind::TextLists || kind == XKind::Texts);
     }
 };
 

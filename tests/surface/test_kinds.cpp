@@ -118,9 +118,9 @@ TEST_F(Kinds, AManagerKeepsTheHostsTwoObjectsAndNoOther)
     EXPECT_EQ(entry->SetEntryObject(m_world.Server().DataObject("A").Get()), S_OK);
     EXPECT_EQ(entry->ReleaseEntry(), S_OK);
     EXPECT_EQ(objects(), before);
-    EXPECT_EQ(manager->AttachHostObjects(m_world.Server().DataObject("A").Get(),
-                                         m_world.Server().DataObject("B").Get()),
-              S_OK);
+    EXPECT_EQ(
+        manager->AttachHostObjects(m_world.Server().DataObject("A").Get(), m_world.Server().DataObject("B").Get()),
+        S_OK);
     EXPECT_EQ(objects(), before + 2);
     EXPECT_EQ(manager->AttachHostObjects(nullptr, nullptr), S_OK);
     EXPECT_EQ(objects(), before);

@@ -27,8 +27,7 @@ protected:
         }
         throw std::logic_error(std::string(kind) + " is no configuration object");
     }
-    void ExpectNotOffered(const char* kind, const std::string& interface_,
-                          const std::set<std::string>& methods);
+    void ExpectNotOffered(const char* kind, const std::string& interface_, const std::set<std::string>& methods);
     template <class Enumerator, class Element>
     void ExpectWalk(const char* kind);
 };
@@ -69,12 +68,10 @@ constexpr NotOffered Refused[] = {
     {"transient relation", "ILXParentChild", LX_BULK_ACCESS "AddPCInfo RemovePCInfo"},
     {"transient PC info", "ILXPCInfo", LX_BULK_ACCESS "Set SetProperty dummy"},
     {"transient attribute", "ILXAttribute",
-     LX_BULK_ACCESS
-     "AddAttributeType RemoveAttributeType GetAttributeTypeEnum CreateFormat GetFormat DeleteFormat"},
+     LX_BULK_ACCESS "AddAttributeType RemoveAttributeType GetAttributeTypeEnum CreateFormat GetFormat DeleteFormat"},
 };
 
-void Methods::ExpectNotOffered(const char* kind, const std::string& interface_,
-                               const std::set<std::string>& methods)
+void Methods::ExpectNotOffered(const char* kind, const std::string& interface_, const std::set<std::string>& methods)
 {
     std::size_t called = 0;
     for (const XFace& face : LXFacesOf(*m_world.Object(kind).Get()))
@@ -266,7 +263,6 @@ TEST_F(Methods, EveryEnumeratorWalksItsSnapshot)
     ExpectWalk<ILXParentChildEnum, ILXParentChild>("enumerator of relations");
     ExpectWalk<ILXPCInfoEnum, ILXPCInfo>("enumerator of PC infos");
     ExpectWalk<ILXBrowserIdEnum, ILXBrowserId>("enumerator of browser ids");
-    ExpectWalk<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>(
-        "enumerator of global format specs");
+    ExpectWalk<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>("enumerator of global format specs");
 }
 } // namespace

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// Abuse of everything that the component hands out: each method of each interface of each kind of object,
-// with null pointers and odd values for each parameter in turn, at each stage of the manager's life. With the
-// argument
-// --server-mode the cache runs inside the server's process; locks are off there, so that is a program of its
-// own.
+// Abuse of everything that the component hands out: each method of each interface of each kind of object, with null
+// pointers and odd values for each parameter in turn, at each stage of the manager's life. With the argument
+// --server-mode the cache runs inside the server's process; locks are off there, so that is a program of its own.
 #include "xcall.h"
 
 #include "XModuleCount.h"
@@ -23,18 +21,9 @@ bool ServerMode()
 /// What a method may answer.
 bool IsSensible(HRESULT result)
 {
-    constexpr HRESULT known[] = {S_OK,
-                                 S_FALSE,
-                                 E_POINTER,
-                                 E_INVALIDARG,
-                                 E_NOTIMPL,
-                                 E_FAIL,
-                                 E_NOINTERFACE,
-                                 E_OUTOFMEMORY,
-                                 E_ACCESSDENIED,
-                                 DISP_E_TYPEMISMATCH,
-                                 DISP_E_BADVARTYPE,
-                                 CLASS_E_NOAGGREGATION};
+    constexpr HRESULT known[] = {
+        S_OK,          S_FALSE,       E_POINTER,      E_INVALIDARG,        E_NOTIMPL,         E_FAIL,
+        E_NOINTERFACE, E_OUTOFMEMORY, E_ACCESSDENIED, DISP_E_TYPEMISMATCH, DISP_E_BADVARTYPE, CLASS_E_NOAGGREGATION};
     return std::find(std::begin(known), std::end(known), result) != std::end(known);
 }
 
@@ -96,8 +85,7 @@ void Surface::CheckHandedOver(XCall& call, HRESULT result, const XParameter* nul
     for (std::size_t i = 0; i < call.Method().parameters.size(); ++i)
     {
         const XParameter& parameter = call.Method().parameters[i];
-        if (!parameter.HandsOver() || parameter.count >= 0 || call[i].pointer == nullptr ||
-            &parameter == nulled)
+        if (!parameter.HandsOver() || parameter.count >= 0 || call[i].pointer == nullptr || &parameter == nulled)
         {
             continue;
         }
@@ -114,9 +102,9 @@ void Surface::AbuseParameter(const XMethod& method, std::size_t parameter, void*
         change(call);
         Check((std::string(what.name) + " " + label).c_str(), call, face);
     };
-    const bool isCount =
-        std::any_of(method.parameters.begin(), method.parameters.end(),
-                    [&](const XParameter& other) { return other.count == static_cast<int>(parameter); });
+    const bool isCount = std::any_of(method.parameters.begin(), method.parameters.end(), [&](const XParameter& other) {
+        return other.count == static_cast<int>(parameter);
+    });
     if (what.IsPointer())
     {
         XCall call(*m_world, method);
@@ -127,8 +115,7 @@ void Surface::AbuseParameter(const XMethod& method, std::size_t parameter, void*
     {
         for (const int type : {+VT_EMPTY, +VT_BSTR, +VT_UNKNOWN, +VT_DISPATCH, 0x777})
         {
-            with("null element",
-                 [&](XCall& call) { call.SpoilElement(parameter, i, static_cast<VARTYPE>(type)); });
+            with("null element", [&](XCall& call) { call.SpoilElement(parameter, i, static_cast<VARTYPE>(type)); });
         }
     }
     if (what.kind == XKind::Number)
@@ -145,19 +132,17 @@ void Surface::AbuseParameter(const XMethod& method, std::size_t parameter, void*
     else if (what.kind == XKind::Text)
     {
         const OLECHAR zeros[] = {'A', 0, 'B', 0xD800, 0};
-        for (const XLXText& odd : {XLXText(), XLXText(100000, OLECHAR('x')), XLXText(OLESTR("////")),
-                                   XLXText(zeros, 5), XLXText(OLESTR("objects/x/0/-99999999999999999999"))})
+        for (const XLXText& odd : {XLXText(), XLXText(100000, OLECHAR('x')), XLXText(OLESTR("////")), XLXText(zeros, 5),
+                                   XLXText(OLESTR("objects/x/0/-99999999999999999999"))})
         {
             with("odd text", [&](XCall& call) { call.SetText(parameter, odd); });
         }
     }
     else if (what.kind == XKind::Variant)
     {
-        for (const int type :
-             {+VT_EMPTY, +VT_NULL, +VT_BSTR, +VT_UNKNOWN, +VT_ERROR, 0x777, VT_ARRAY | VT_VARIANT})
+        for (const int type : {+VT_EMPTY, +VT_NULL, +VT_BSTR, +VT_UNKNOWN, +VT_ERROR, 0x777, VT_ARRAY | VT_VARIANT})
         {
-            with("odd value",
-                 [&](XCall& call) { V_VT(&call[parameter].variant) = static_cast<VARTYPE>(type); });
+            with("odd value", [&](XCall& call) { V_VT(&call[parameter].variant) = static_cast<VARTYPE>(type); });
         }
     }
     else if (what.kind == XKind::Id)
@@ -223,8 +208,7 @@ TEST_P(Surface, HoldsAgainstAbuse)
         for (const XMethod& method : interface_.methods)
         {
             if (Stage() == XStage::Created && !ServerMode() && kind == "manager" &&
-                std::string(method.name).rfind("Initialize", 0) == 0 &&
-                interface_.name != std::string("IDPFObject"))
+                std::string(method.name).rfind("Initialize", 0) == 0 && interface_.name != std::string("IDPFObject"))
             {
                 continue; // it would turn the locks of this program off
             }

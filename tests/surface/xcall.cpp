@@ -153,8 +153,7 @@ void XCall::PrepareIn(std::size_t parameter, Target& target)
             V_UNKNOWN(&target.variants[i]) = services[i].Get();
             target.named[i] = {m_texts.back().Get(), target.variants[i]};
         }
-        argument.pointer =
-            what.kind == XKind::Named ? static_cast<void*>(target.named.data()) : target.variants.data();
+        argument.pointer = what.kind == XKind::Named ? static_cast<void*>(target.named.data()) : target.variants.data();
         break;
     case XKind::Updates:
         argument.pointer = target.updates.data();

@@ -25,8 +25,7 @@ public:
 
     HRESULT Run(void* face);
 
-    /// What a parameter that hands something over was left with: nothing, something, or what was in it
-    /// before.
+    /// What a parameter that hands something over was left with: nothing, something, or what was in it before.
     enum class Left
     {
         Null,

@@ -113,8 +113,7 @@ private:
 
     void Live(Thread& self);
     void Reset() noexcept;
-    /// Gives the turn to a thread that can go on, which may be the calling one; ends the schedule when none
-    /// can.
+    /// Gives the turn to a thread that can go on, which may be the calling one; ends the schedule when none can.
     /// @param self  the thread that has the turn; null: none
     void HandOver(Thread* self, bool ofItsOwn);
     Thread* Choose(const Decision& among);
@@ -269,8 +268,7 @@ void Explorer::Schedules::HandOver(Thread* self, bool ofItsOwn)
     {
         next->turn.Give();
     }
-    else if (std::all_of(m_threads.begin(), m_threads.end(),
-                         [](const auto& thread) { return thread->isThrough; }))
+    else if (std::all_of(m_threads.begin(), m_threads.end(), [](const auto& thread) { return thread->isThrough; }))
     {
         m_over.Give();
     }
@@ -339,8 +337,8 @@ bool Explorer::Schedules::SomethingChanged(const void* object)
     return thread.schedules->ChangesByOthers(thread) != thread.changesAtPause;
 }
 
-// All that was changed before the last pause was seen by the look that followed it. When nothing has changed
-// since, the next look would find the same.
+// All that was changed before the last pause was seen by the look that followed it. When nothing has changed since,
+// the next look would find the same.
 void Explorer::Schedules::Pause(Thread& self)
 {
     self.object = &self;
@@ -385,8 +383,7 @@ std::string Explorer::Schedules::Steps() const
     return steps;
 }
 
-Explorer::Result Explorer::Explore(const std::function<void()>& make,
-                                   const std::vector<std::function<void()>>& bodies,
+Explorer::Result Explorer::Explore(const std::function<void()>& make, const std::vector<std::function<void()>>& bodies,
                                    const std::function<void()>& check)
 {
     auto schedules = std::make_unique<Schedules>(m_options, bodies);
@@ -449,16 +446,14 @@ std::ostream& operator<<(std::ostream& to, const Explorer::Result& result)
     to << result.schedules << (result.complete ? " schedules, all" : " schedules");
     if (!result.failure.empty())
     {
-        to << "; the last one failed: " << result.failure << "\nschedule " << result.schedule << '\n'
-           << result.steps;
+        to << "; the last one failed: " << result.failure << "\nschedule " << result.schedule << '\n' << result.steps;
     }
     return to;
 }
 
 void ExploringSync::SharedMutex::lock() noexcept
 {
-    Explorer::AtStep("lock", this,
-                     [](const void* mutex) { return static_cast<const SharedMutex*>(mutex)->IsFree(); });
+    Explorer::AtStep("lock", this, [](const void* mutex) { return static_cast<const SharedMutex*>(mutex)->IsFree(); });
     m_isWritten = true;
     Explorer::Changed();
 }

@@ -2,11 +2,10 @@
 //
 // A scheduler for tests that tries every order of the steps of two or three threads.
 //
-// The code under test takes its atomics, mutexes and pauses from ExploringSync. Each operation on one of them
-// is a step. Before a step the scheduler decides who goes on, and one thread runs at a time. The run is
-// repeated until every order has been tried, depth first. Memory is sequentially consistent. A preemption
-// takes the turn from a thread that could have gone on; a bound on their number keeps larger cases small. Few
-// faults need more than three.
+// The code under test takes its atomics, mutexes and pauses from ExploringSync. Each operation on one of them is a
+// step. Before a step the scheduler decides who goes on, and one thread runs at a time. The run is repeated until
+// every order has been tried, depth first. Memory is sequentially consistent. A preemption takes the turn from a
+// thread that could have gone on; a bound on their number keeps larger cases small. Few faults need more than three.
 //
 //     struct World { ExploringSync::Atomic<int> turns{0}; int writers = 0; };
 //     const auto result = Explorer({.preemptions = 3}).Run(
@@ -16,9 +15,9 @@
 //     EXPECT_EQ("", result.failure) << result;
 //     EXPECT_GT(result.schedules, 100u); // so that the test cannot explore nothing unnoticed
 //
-// The threads are real ones that hand the turn to each other, so whatever belongs to a thread works as usual.
-// Run ends at the first schedule that fails: an expectation, an exception, nobody can go on, or too many
-// steps. Threads that are stuck then stay so; they are detached, and what they run in is kept.
+// The threads are real ones that hand the turn to each other, so whatever belongs to a thread works as usual. Run
+// ends at the first schedule that fails: an expectation, an exception, nobody can go on, or too many steps. Threads
+// that are stuck then stay so; they are detached, and what they run in is kept.
 #ifndef EXPLORE_H
 #define EXPLORE_H
 
@@ -97,8 +96,7 @@ private:
 
     Result Explore(const std::function<void()>& make, const std::vector<std::function<void()>>& bodies,
                    const std::function<void()>& check);
-    /// Decides who goes on, and returns when the calling thread does. Outside explored threads it does
-    /// nothing.
+    /// Decides who goes on, and returns when the calling thread does. Outside explored threads it does nothing.
     /// @param canGo  whether the operation on the object can be done now; null: always
     static void AtStep(const char* what, const void* object, CanGo canGo = nullptr);
     /// Another thread may wait for a change in a loop with pauses.
@@ -109,8 +107,7 @@ private:
 
 std::ostream& operator<<(std::ostream& to, const Explorer::Result& result);
 
-/// The policy of explored code. Outside explored threads its operations are plain ones, of one thread at a
-/// time.
+/// The policy of explored code. Outside explored threads its operations are plain ones, of one thread at a time.
 struct ExploringSync
 {
     static constexpr unsigned ReaderSlots = 2;
@@ -226,8 +223,7 @@ struct ExploringSync
     static unsigned ThreadIndex() noexcept { return ThreadId(); }
     /// Null in each thread at the start of each schedule.
     static void*& ThreadPointer() noexcept;
-    /// Gives the turn away. A thread that pauses again with nothing changed by others in between waits for a
-    /// change.
+    /// Gives the turn away. A thread that pauses again with nothing changed by others in between waits for a change.
     static void Pause() noexcept;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What explorations of the load protocol share: the production templates over ExploringSync, and the faults
-// that are put in to see that an exploration finds them.
+// What explorations of the load protocol share: the production templates over ExploringSync, and the faults that are
+// put in to see that an exploration finds them.
 #ifndef EXPLORELOAD_H
 #define EXPLORELOAD_H
 
@@ -120,8 +120,7 @@ template <template <Fault> class World>
 constexpr bool HasFault<World<Fault::None>> = false;
 
 #ifdef _WIN32
-constexpr bool ExploreFewer =
-    true; // handing the turn over takes several times as long there; the code is the same
+constexpr bool ExploreFewer = true; // handing the turn over takes several times as long there; the code is the same
 #else
 constexpr bool ExploreFewer = false;
 #endif

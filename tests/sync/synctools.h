@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the lock tests arrange threads with: threads that do as they are told, and a lock that can be tried
-// and tells who waits for it. Nothing here sleeps to make an order likely.
+// What the lock tests arrange threads with: threads that do as they are told, and a lock that can be tried and tells
+// who waits for it. Nothing here sleeps to make an order likely.
 #ifndef SYNCTOOLS_H
 #define SYNCTOOLS_H
 
@@ -43,8 +43,8 @@ bool Comes(Condition&& condition)
     return true;
 }
 
-/// What a piece of work raises. It is caught where it is raised: an exception that travels in a future is
-/// counted inside the C++ library, where the thread sanitizer does not see it.
+/// What a piece of work raises. It is caught where it is raised: an exception that travels in a future is counted
+/// inside the C++ library, where the thread sanitizer does not see it.
 template <class F>
 std::optional<XLXException> Raised(F&& work)
 {

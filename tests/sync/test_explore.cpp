@@ -56,8 +56,8 @@ TEST(Explorer, TriesEachOrderOnce)
     for (const Case& one : cases)
     {
         std::set<std::string> orders;
-        const auto result = Explore({.preemptions = one.preemptions}, one.bodies,
-                                    [&](Numbers& n) { orders.insert(n.order); });
+        const auto result =
+            Explore({.preemptions = one.preemptions}, one.bodies, [&](Numbers& n) { orders.insert(n.order); });
         EXPECT_EQ("", result.failure);
         EXPECT_TRUE(result.complete);
         EXPECT_EQ(one.orders, result.schedules);
@@ -82,8 +82,7 @@ TEST(Explorer, FindsALostUpdateAndReplaysIt)
     EXPECT_EQ("lost", again.failure);
     EXPECT_EQ(1u, again.schedules);
     EXPECT_EQ(result.steps, again.steps);
-    EXPECT_EQ("",
-              Explore({}, {[](Numbers& n) { ++n.number; }, [](Numbers& n) { ++n.number; }}, check).failure);
+    EXPECT_EQ("", Explore({}, {[](Numbers& n) { ++n.number; }, [](Numbers& n) { ++n.number; }}, check).failure);
 }
 
 TEST(Explorer, FindsADeadlock)
@@ -115,8 +114,7 @@ TEST(Explorer, KnowsWhatAPauseWaitsFor)
     EXPECT_EQ("", comes.failure) << comes;
     EXPECT_TRUE(comes.complete);
     EXPECT_GT(comes.schedules, 3u);
-    EXPECT_EQ("deadlock: nobody can go on",
-              Explore({}, {waitForNumber, [](Numbers& n) { n.other.store(1); }}).failure);
+    EXPECT_EQ("deadlock: nobody can go on", Explore({}, {waitForNumber, [](Numbers& n) { n.other.store(1); }}).failure);
     EXPECT_EQ("livelock: too many steps", Explore({}, {[](Numbers& n) {
                                                       while (n.number.load() == 0)
                                                       {}

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Answers for an object and what it owns, in every order of their steps and those of a notification straight
-// to the object: values from before the notification are not taken for fresh.
+// Answers for an object and what it owns, in every order of their steps and those of a notification straight to the
+// object: values from before the notification are not taken for fresh.
 #include "exploreload.h"
 
 namespace
@@ -151,9 +151,8 @@ Explorer::Result AnswerBeside(void (Family<fault>::*answer)(), void (Family<faul
 {
     using World = Family<fault>;
     auto result = Explore<World>(3, {answer, change}, &World::CheckEnd);
-    return result.failure.empty()
-               ? Explore<World>(1, {answer, answer, change, &World::Look}, &World::CheckEnd)
-               : result;
+    return result.failure.empty() ? Explore<World>(1, {answer, answer, change, &World::Look}, &World::CheckEnd)
+                                  : result;
 }
 
 TEST(ExploredLoads, ABulkAnswerAndANotificationStraightToAnObject)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Loads of one value in every order of their steps: nobody gets what is older than a notification that
-// returned before the question, nothing outlives its connection, and servers may ask back.
+// Loads of one value in every order of their steps: nobody gets what is older than a notification that returned
+// before the question, nothing outlives its connection, and servers may ask back.
 #include "exploreload.h"
 
 namespace
@@ -105,8 +105,7 @@ template <Fault fault = Fault::None>
 Explorer::Result AskBeside(void (Loading<fault>::*change)(), bool inside)
 {
     using World = Loading<fault>;
-    return Explore<World>(2, {&World::Ask, inside ? &World::AskInside : &World::Ask, change},
-                          &World::CheckEnd);
+    return Explore<World>(2, {&World::Ask, inside ? &World::AskInside : &World::Ask, change}, &World::CheckEnd);
 }
 
 TEST(ExploredLoads, TwoAskersAndANotification)
@@ -114,8 +113,7 @@ TEST(ExploredLoads, TwoAskersAndANotification)
     using World = Loading<>;
     for (const bool inside : {false, true})
     {
-        for (const auto change :
-             {&World::ChangeAndAdvanceClock, &World::ChangeAndAdvanceOwn, &World::ChangeAndClear})
+        for (const auto change : {&World::ChangeAndAdvanceClock, &World::ChangeAndAdvanceOwn, &World::ChangeAndClear})
         {
             ExpectExplored(AskBeside(change, inside), 500);
         }
@@ -133,8 +131,7 @@ TEST(ExploredLoads, TwoAskersAndANotification)
     };
     ExpectExplored(lookBeside(With<Fault::None>), 500);
     EXPECT_EQ(Older, lookBeside(With<Fault::TwoSteps>).failure);
-    EXPECT_EQ("replaced by something older",
-              AskBeside(&Loading<Fault::AnyStamp>::ChangeAndAdvanceClock, true).failure);
+    EXPECT_EQ("replaced by something older", AskBeside(&Loading<Fault::AnyStamp>::ChangeAndAdvanceClock, true).failure);
 }
 
 TEST(ExploredLoads, AnAskerAndTheEndOfItsTime)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Readers without a lock in every order of their steps and those of writers: nobody reads while somebody
-// writes, and everybody gets through.
+// Readers without a lock in every order of their steps and those of writers: nobody reads while somebody writes, and
+// everybody gets through.
 #include "XBasicCritSection.h"
 #include "explore.h"
 
@@ -21,8 +21,7 @@ private:
 };
 
 template <class Policy>
-using Delegator =
-    XLFCritSectionDelegator<XBasicRefCountCritSection<XCritSectionTraits<ExploredLock>>, Policy>;
+using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<XCritSectionTraits<ExploredLock>>, Policy>;
 
 /// A datum with such a lock. It is used in a step between two looks at who else uses it.
 template <class Policy>
@@ -263,8 +262,7 @@ struct FaultySync : ExploringSync
     };
 };
 
-/// What comes of a fault, in a case that is found to be right without it. Replaying the schedule shows it
-/// again.
+/// What comes of a fault, in a case that is found to be right without it. Replaying the schedule shows it again.
 template <Fault fault>
 std::string Found()
 {

@@ -128,8 +128,7 @@ struct Chain
                 }
                 const State former = std::exchange(state, fresh);
                 state.values = withMap ? fresh.values : former.values;
-                state.content =
-                    fault == Fault::ContentFirst && withMap ? former.content : lastContent.fetch_add(1) + 1;
+                state.content = fault == Fault::ContentFirst && withMap ? former.content : lastContent.fetch_add(1) + 1;
                 state.delivered = former.delivered;
                 state.stamp = former.delivered.stamp.IsNone() ? fresh.stamp : XStamp{};
             });
@@ -193,8 +192,7 @@ struct Chain
     void CheckEnd()
     {
         Ask();
-        Explorer::Expect(derived.state.Read([](const State& state) { return state.inherited; }) == server,
-                         Lost);
+        Explorer::Expect(derived.state.Read([](const State& state) { return state.inherited; }) == server, Lost);
     }
 
     const Time<fault> time = NewTime<fault>();

@@ -27,8 +27,8 @@ public:
     std::atomic<int> m_server{1};
 };
 
-/// A course of events. Two threads ask: n and N note, s and S publish. i notifies, o advances the own count,
-/// E ends and B begins the time anew.
+/// A course of events. Two threads ask: n and N note, s and S publish. i notifies, o advances the own count, E ends
+/// and B begins the time anew.
 struct Course
 {
     const char* events;
@@ -90,8 +90,7 @@ TEST(Loaded, GivesAnAnswerThatNothingTakesToWhoeverAsked)
     EXPECT_EQ(loading.Ask(), 1);
     EXPECT_FALSE(loading.m_loaded.Held());
     const auto fail = [&] {
-        loading.m_loaded.Load(loading.time,
-                              []() -> std::shared_ptr<const int> { throw std::runtime_error("fails"); });
+        loading.m_loaded.Load(loading.time, []() -> std::shared_ptr<const int> { throw std::runtime_error("fails"); });
     };
     EXPECT_THROW(fail(), std::runtime_error);
     XActor other; // the mutex was given back
@@ -149,8 +148,7 @@ TEST(Fill, AThreadThatIsAskingWaitsForNobody)
             inside[i].set_value();
             inside[1 - i].get_future().wait();
             const bool isBusy = XFill(mutexes[1 - i], &mutexes[1 - i]).IsBusyElsewhere();
-            const bool isBusyForALife =
-                XFill(mutexes[1 - i], &others, XFillKind::Lifecycle).IsBusyElsewhere();
+            const bool isBusyForALife = XFill(mutexes[1 - i], &others, XFillKind::Lifecycle).IsBusyElsewhere();
             tried[i].set_value();
             tried[1 - i].get_future().wait();
             return isBusy && isBusyForALife;

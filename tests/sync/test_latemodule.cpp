@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A module that is loaded late gets its thread-local variables also for the threads that run already, and
-// anew when it is loaded again.
+// A module that is loaded late gets its thread-local variables also for the threads that run already, and anew when
+// it is loaded again.
 #include "latemodule.h"
 #include "synctools.h"
 
@@ -31,8 +31,7 @@ TEST(LateModule, IsUsedByThreadsThatWereThereBefore)
     {
         HMODULE const module = LoadLibraryW(LatePath().c_str());
         ASSERT_NE(nullptr, module);
-        const auto work =
-            reinterpret_cast<LateWork>(reinterpret_cast<void*>(GetProcAddress(module, LateWorkName)));
+        const auto work = reinterpret_cast<LateWork>(reinterpret_cast<void*>(GetProcAddress(module, LateWorkName)));
         ASSERT_NE(nullptr, work);
         unsigned broken[4] = {};
         std::vector<std::future<unsigned>> done;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Readers without a lock, as the system runs them: what takes the real lock, and that writers get their turn.
-// All orders of the steps are in test_explore_lockfree.cpp.
+// Readers without a lock, as the system runs them: what takes the real lock, and that writers get their turn. All
+// orders of the steps are in test_explore_lockfree.cpp.
 #include "logcapture.h"
 #include "synctools.h"
 

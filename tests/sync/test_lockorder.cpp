@@ -63,8 +63,7 @@ TEST(LockOrderDeathTest, FindsTheWrongOrder)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     constexpr WrongOrder Cases[] = {
-        {"taking TypeMap while PropertyStore",
-         [] { Nest<XCritProxy<int>, XCritReadProxy<int>>(Store(), Types()); }},
+        {"taking TypeMap while PropertyStore", [] { Nest<XCritProxy<int>, XCritReadProxy<int>>(Store(), Types()); }},
         {"taking PropertyStore while PropertyStore",
          [] { Nest<XCritProxy<int>, XCritLFReadProxy<int>>(Store(), OtherStore()); }},
         {"taking PropertyStore while PropertyStore",

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// All kinds of access to one datum at once. The value proves itself: whoever reads it beside a writer sees
-// that its parts do not belong together.
+// All kinds of access to one datum at once. The value proves itself: whoever reads it beside a writer sees that its
+// parts do not belong together.
 #include "synctools.h"
 
 #include <cstdlib>
@@ -114,8 +114,7 @@ void Stress::Read(unsigned seed)
     for (std::uint64_t done = 1; m_writersLeft > 0; ++done)
     {
         const bool lockFree = random() % 8 != 0;
-        const std::uint64_t seen =
-            lockFree ? ReadOnce<XCritLFReadProxy<Value>>() : ReadOnce<XCritReadProxy<Value>>();
+        const std::uint64_t seen = lockFree ? ReadOnce<XCritLFReadProxy<Value>>() : ReadOnce<XCritReadProxy<Value>>();
         broken += seen < last; // a thread never sees time run backwards
         last = seen;
         ++(lockFree ? lockFreeReads : reads);
@@ -144,8 +143,7 @@ void Stress::Run()
 unsigned Seed()
 {
     const char* const given = std::getenv("LX_TEST_SEED");
-    return given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10))
-                            : std::random_device()();
+    return given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
 }
 
 TEST(GuardedData, KeepsItsValueWholeUnderAllKindsOfAccess)

@@ -59,8 +59,7 @@ TEST_P(AnyContainer, MustHaveItsFirstElements)
 {
     for (ULONG count = 0; count < GetParam().least; ++count)
     {
-        EXPECT_EQ(Refusal(Create(VT_VARIANT, {count})), Expected(E_INVALIDARG, "wrong safearray size"))
-            << count;
+        EXPECT_EQ(Refusal(Create(VT_VARIANT, {count})), Expected(E_INVALIDARG, "wrong safearray size")) << count;
     }
 }
 
@@ -84,6 +83,5 @@ TEST_P(AnyContainer, MustHaveItsElements)
 }
 #endif
 
-INSTANTIATE_TEST_SUITE_P(Transfer, AnyContainer, testing::ValuesIn(Containers),
-                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Transfer, AnyContainer, testing::ValuesIn(Containers), testing::PrintToStringParamName());
 } // namespace

@@ -121,10 +121,9 @@ TEST_P(EveryElement, OfAnotherTypeIsRefusedUnlessItIsAValue)
     {
         const std::string described = Describe(ElementOf(sample, at));
         const std::string type = described.substr(0, described.find(' '));
-        const Raised expected =
-            free.contains(at)
-                ? Raised{}
-                : Raised{E_INVALIDARG, "variant type mismatch: expected VT_" + type, "FromVariant"};
+        const Raised expected = free.contains(at)
+                                    ? Raised{}
+                                    : Raised{E_INVALIDARG, "variant type mismatch: expected VT_" + type, "FromVariant"};
         for (const VARTYPE wrong : {VT_I2, VT_EMPTY, VT_DISPATCH})
         {
             XLXSafeArray array = Cut(sample, CountOf(sample));
@@ -178,6 +177,5 @@ TEST_P(EveryElement, IsFreedWhenMemoryRunsOut)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Transfer, EveryElement, testing::ValuesIn(AllKinds),
-                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Transfer, EveryElement, testing::ValuesIn(AllKinds), testing::PrintToStringParamName());
 } // namespace

@@ -29,8 +29,7 @@ constexpr Refusal Refusals[] = {
     {EKind::TypeArray, 3, false, "3 of 42 (counts)", "variant type mismatch: expected VT_UI4"},
     {EKind::TypeArray, 6, false, "6 of 42 (names)", "variant type mismatch: expected VT_BSTR"},
     {EKind::TypeArray, 10, false, "10 of 42 (types, type 'Part')", "variant type mismatch: expected VT_I4"},
-    {EKind::TypeArray, 17, false, "17 of 42 (component flags, type 'Part')",
-     "variant type mismatch: expected VT_UI4"},
+    {EKind::TypeArray, 17, false, "17 of 42 (component flags, type 'Part')", "variant type mismatch: expected VT_UI4"},
     {EKind::TypeArray, 21, false, "21 of 42 (types)", "variant type mismatch: expected VT_UI4"},
     {EKind::TypeArray, 25, true, "23 of 25 (types, type 'Pump')", WrongSize},
     {EKind::TypeArray, 30, false, "30 of 42 (editors, type 'Pump')", "variant type mismatch: expected VT_I4"},
@@ -112,16 +111,13 @@ TEST(Refusals, TheLogbookSaysWhereInTheArray)
 
 TEST(Refusals, TheLogbookNamesTheTypeThatTheCallerKnows)
 {
-    EXPECT_EQ(
-        Logged(WrongSize, [] { ReadAttributeList(Cut(Sample(EKind::AttributeList), 69), OLESTR("Pump")); }),
-        Entry("61 of 69 (attribute types, type 'Pump')", WrongSize));
-    EXPECT_EQ(
-        Logged(WrongSize,
-               [] {
-                   GetSingleTypedVecFromArray(Cut(Sample(EKind::RecordList), 3), {"editors", OLESTR("Pump")});
-               }),
-        Entry("2 of 3 (editors, type 'Pump')", WrongSize));
-    EXPECT_EQ(
-        Logged(WrongSize, [] { GetWrapperFromArray(Cut(Sample(EKind::TypeComponents), 4), OLESTR("Pump")); }),
-        Entry("4 of 4 (component flags, type 'Pump')", WrongSize));
+    EXPECT_EQ(Logged(WrongSize, [] { ReadAttributeList(Cut(Sample(EKind::AttributeList), 69), OLESTR("Pump")); }),
+              Entry("61 of 69 (attribute types, type 'Pump')", WrongSize));
+    EXPECT_EQ(Logged(WrongSize,
+                     [] {
+                         GetSingleTypedVecFromArray(Cut(Sample(EKind::RecordList), 3), {"editors", OLESTR("Pump")});
+                     }),
+              Entry("2 of 3 (editors, type 'Pump')", WrongSize));
+    EXPECT_EQ(Logged(WrongSize, [] { GetWrapperFromArray(Cut(Sample(EKind::TypeComponents), 4), OLESTR("Pump")); }),
+              Entry("4 of 4 (component flags, type 'Pump')", WrongSize));
 }

@@ -58,10 +58,9 @@ TEST_P(EveryKind, MayBeFollowedByFurtherElements)
         writer.Add(XLXComVariant::CopyOf(ElementOf(sample, i)));
     }
     XLXSafeArray array = writer.Put(LONG{7}).Finish();
-    const Raised expected =
-        GetParam() == EKind::AttributeList
-            ? Raised{E_INVALIDARG, "variant type mismatch: expected VT_UNKNOWN", "FromVariant"}
-            : Raised{};
+    const Raised expected = GetParam() == EKind::AttributeList
+                                ? Raised{E_INVALIDARG, "variant type mismatch: expected VT_UNKNOWN", "FromVariant"}
+                                : Raised{};
     EXPECT_EQ(Read(GetParam(), std::move(array)), expected);
 }
 
@@ -71,15 +70,13 @@ TEST(TypeArray, HasTheElementsOfTheDocumentedExample)
 {
     XILXTypeMap types;
     const ULONG part = types.IndexOf(OLESTR("Part"));
-    types.records[part].config = {NewObject(),
-                                  Values(Text(OLESTR("Part")), XLXComVariant(), XLXComVariant())};
+    types.records[part].config = {NewObject(), Values(Text(OLESTR("Part")), XLXComVariant(), XLXComVariant())};
     types.records[part].listed = types.records[part].searchable = true;
 
     XILXTypeData& pump = types.records[types.IndexOf(OLESTR("Pump"))];
     pump.config = {NewObject(), Values(Text(OLESTR("Pump")), XLXComVariant(), Text(OLESTR("Part")))};
     std::vector<XILXConfigData> editors(1);
-    editors[0] = {NewObject(),
-                  Values(Text(OLESTR("tree")), Bool(true), Bool(false), Text(OLESTR("Pump.Editor")))};
+    editors[0] = {NewObject(), Values(Text(OLESTR("tree")), Bool(true), Bool(false), Text(OLESTR("Pump.Editor")))};
     pump.components.editors = GetArrayFromSingleTypedVec(std::move(editors));
     pump.baseIndex = static_cast<LONG>(types.IndexOf(OLESTR("Part")));
     pump.listed = true;
@@ -106,9 +103,8 @@ TEST(TypeArray, GivesNamesRecordsAndUnparsedLists)
     EXPECT_FALSE(part.components.editors || pump.components.pages || pump.components.groups ||
                  pump.components.attributes);
     ASSERT_TRUE(pump.components.editors);
-    EXPECT_EQ(Describe(pump.components.editors),
-              (std::vector<std::string>{"I4 1", "UNKNOWN", "I4 4", "BSTR tree", "BOOL true", "BOOL 0",
-                                        "BSTR Pump.Editor"}));
+    EXPECT_EQ(Describe(pump.components.editors), (std::vector<std::string>{"I4 1", "UNKNOWN", "I4 4", "BSTR tree",
+                                                                           "BOOL true", "BOOL 0", "BSTR Pump.Editor"}));
 }
 
 TEST(TypeArray, TakesTheLaterOfTwoEntriesOfOneKey)
@@ -117,8 +113,7 @@ TEST(TypeArray, TakesTheLaterOfTwoEntriesOfOneKey)
     writer.Put(ULONG{2}, ULONG{2}, OLESTR("Part"), ULONG{7}, OLESTR("Part"), ULONG{9});
     for (const LONG base : std::initializer_list<LONG>{4, 5})
     {
-        writer.Put(ULONG{9}, NewObject().Get(), LONG{0}, ULONG{0}, ULONG{0}, ULONG{0}, ULONG{0}, base, true,
-                   true);
+        writer.Put(ULONG{9}, NewObject().Get(), LONG{0}, ULONG{0}, ULONG{0}, ULONG{0}, ULONG{0}, base, true, true);
     }
     const XILXTypeMap types = GetMapFromArray(writer.Finish());
     EXPECT_EQ(types.names, (std::map<XLXText, ULONG>{{OLESTR("Part"), 9}}));
@@ -152,15 +147,14 @@ TEST(TypeComponents, DistinguishEmptyFromMissing)
     EXPECT_EQ(CountOf(some.groups), 0U);
     EXPECT_EQ(CountOf(some.attributes), 0U);
 
-    const XILXTypeComp none =
-        GetWrapperFromArray(ArrayOf(LONG{4}, LONG{4}, ULONG{0}, ULONG{0}, ULONG{0}, ULONG{0}));
+    const XILXTypeComp none = GetWrapperFromArray(ArrayOf(LONG{4}, LONG{4}, ULONG{0}, ULONG{0}, ULONG{0}, ULONG{0}));
     EXPECT_FALSE(none.pages || none.groups || none.editors || none.attributes);
 }
 
 TEST(TypeComponents, TakeAnyFlagButZeroForPresent)
 {
-    const XILXTypeComp read = GetWrapperFromArray(
-        ArrayOf(LONG{4}, LONG{4}, ULONG{0}, ULONG{0x80000000}, ULONG{0}, LONG{0}, ULONG{0}));
+    const XILXTypeComp read =
+        GetWrapperFromArray(ArrayOf(LONG{4}, LONG{4}, ULONG{0}, ULONG{0x80000000}, ULONG{0}, LONG{0}, ULONG{0}));
     EXPECT_TRUE(read.groups && !read.pages && !read.editors && !read.attributes);
 }
 

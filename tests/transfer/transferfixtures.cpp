@@ -21,16 +21,16 @@ XLXSafeArray TypeArraySample()
                    ULONG{0}, ULONG{0}, ULONG{0}, ULONG{0}, LONG{-1}, true, true,        // 14
                    ULONG{1}, NewObject().Get(),                                         // 21: Pump
                    Values(Text(OLESTR("Pump")), XLXComVariant(), Text(OLESTR("Part"))), // 23
-                   ULONG{0}, ULONG{0}, ULONG{1}, LONG{7}, // 27: editors, a sub-array
-                   LONG{1}, object.Get(),                 // 31: one editor
+                   ULONG{0}, ULONG{0}, ULONG{1}, LONG{7},                               // 27: editors, a sub-array
+                   LONG{1}, object.Get(),                                               // 31: one editor
                    Values(Text(OLESTR("tree")), Bool(true), Bool(false), Text(OLESTR("Pump.Editor"))), // 33
                    ULONG{0}, LONG{0}, true, false);                                                    // 38
 }
 
 XLXSafeArray PCArraySample()
 {
-    return ArrayOf(LONG{2}, LONG{1}, LONG{2}, NewObject().Get(),
-                   Values(Text(OLESTR("nodes")), Text(OLESTR("Pump"))), NewObject().Get(), Values());
+    return ArrayOf(LONG{2}, LONG{1}, LONG{2}, NewObject().Get(), Values(Text(OLESTR("nodes")), Text(OLESTR("Pump"))),
+                   NewObject().Get(), Values());
 }
 
 // Pages with one record, groups of no elements, no editors, attributes of no elements.
@@ -42,8 +42,7 @@ XLXSafeArray TypeComponentsSample()
 
 XLXSafeArray RecordListSample()
 {
-    return ArrayOf(LONG{2}, NewObject().Get(), Values(Text(OLESTR("Main"))), static_cast<IUnknown*>(nullptr),
-                   Values());
+    return ArrayOf(LONG{2}, NewObject().Get(), Values(Text(OLESTR("Main"))), static_cast<IUnknown*>(nullptr), Values());
 }
 
 void PutValues(XArrayWriter& writer, int count)

@@ -21,8 +21,7 @@ public:
     XLXComPtr<ILX_BaseDataObject> DataObject(const std::string& typeName) override
     {
         XLXComPtr<ILX_BaseDataObject> object;
-        LXExpect(m_server->GetDataObject(LXBstr(typeName).Get(), object.Put()),
-                 "ILXSampleServer::GetDataObject");
+        LXExpect(m_server->GetDataObject(LXBstr(typeName).Get(), object.Put()), "ILXSampleServer::GetDataObject");
         return object;
     }
     XLXComPtr<ILX_BaseDataObject> StoredObject(const std::string& id) override
@@ -93,11 +92,9 @@ std::unique_ptr<XToolServer> LXRegisteredToolServer(const std::string& progId)
 {
     CLSID clsid = {};
     const HRESULT known = CLSIDFromProgID(LXBstr(progId).Get(), &clsid);
-    LXExpectThat(SUCCEEDED(known),
-                 "there is no server registered as " + progId + " (" + LXResultName(known) + ")");
+    LXExpectThat(SUCCEEDED(known), "there is no server registered as " + progId + " (" + LXResultName(known) + ")");
     XLXComPtr<ILXSampleServer> server;
-    LXExpect(
-        CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, LXIid<ILXSampleServer>(), server.PutVoid()),
-        ("starting " + progId).c_str());
+    LXExpect(CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, LXIid<ILXSampleServer>(), server.PutVoid()),
+             ("starting " + progId).c_str());
     return std::make_unique<RegisteredServer>(std::move(server));
 }

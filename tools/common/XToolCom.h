@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// How the programs call interfaces: results that were not expected end them, with the result's name and the
-// error information that the component left.
+// How the programs call interfaces: results that were not expected end them, with the result's name and the error
+// information that the component left.
 #ifndef XTOOLCOM_H
 #define XTOOLCOM_H
 

@@ -14,15 +14,14 @@ void UnregisterForThisProcess() {}
 #else
 namespace
 {
-/// Calls one of the two registration functions of the module. It is found beside the platform's library,
-/// wherever that was loaded from.
+/// Calls one of the two registration functions of the module. It is found beside the platform's library, wherever
+/// that was loaded from.
 void CallModule(const char* function)
 {
     HMODULE const handle = LoadLibraryW(OLESTR("LXConfigFactoryCache32.so"));
     LXExpectThat(handle != nullptr, "LXConfigFactoryCache32.so cannot be loaded");
     using Registration = HRESULT(STDMETHODCALLTYPE*)();
-    const auto call =
-        reinterpret_cast<Registration>(reinterpret_cast<void*>(GetProcAddress(handle, function)));
+    const auto call = reinterpret_cast<Registration>(reinterpret_cast<void*>(GetProcAddress(handle, function)));
     const HRESULT result = call != nullptr ? call() : E_POINTER;
     FreeLibrary(handle);
     LXExpect(result, function);
@@ -61,8 +60,8 @@ XToolComponent::~XToolComponent()
 XLXComPtr<ILXConfigFactoryCache> XToolComponent::Activate() const
 {
     XLXComPtr<ILXConfigFactoryCache> cache;
-    LXExpect(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER,
-                              LXIid<ILXConfigFactoryCache>(), cache.PutVoid()),
+    LXExpect(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER, LXIid<ILXConfigFactoryCache>(),
+                              cache.PutVoid()),
              "CoCreateInstance(CLSID_LXConfigFactoryCache)");
     return cache;
 }

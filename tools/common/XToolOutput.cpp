@@ -22,8 +22,7 @@ constexpr const char* Gap = "  ";
 /// The number of characters of a UTF-8 text.
 std::size_t Length(const std::string& text)
 {
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
 bool IsTerminalFile(std::FILE* file)

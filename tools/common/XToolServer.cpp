@@ -18,10 +18,7 @@ public:
     {
         return m_server->DataObject(typeName);
     }
-    XLXComPtr<ILX_BaseDataObject> StoredObject(const std::string& id) override
-    {
-        return m_server->StoredObject(id);
-    }
+    XLXComPtr<ILX_BaseDataObject> StoredObject(const std::string& id) override { return m_server->StoredObject(id); }
 
     XCallCounts CallCounts() override { return m_server->Calls().Counts(); }
     void SetDelay(std::chrono::microseconds delay) override { m_server->Calls().SetDelay(delay); }
@@ -52,7 +49,6 @@ std::unique_ptr<XToolServer> LXLocalToolServer(XServerModel model)
 #ifndef _WIN32
 std::unique_ptr<XToolServer> LXRegisteredToolServer(const std::string& progId)
 {
-    throw XToolFailure("the server " + progId +
-                       " cannot be reached: servers of other processes need Windows");
+    throw XToolFailure("the server " + progId + " cannot be reached: servers of other processes need Windows");
 }
 #endif

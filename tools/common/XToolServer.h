@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// What the programs use of a configuration server, wherever it runs: in this process, or in a process of its
-// own that COM finds by a ProgID.
+// What the programs use of a configuration server, wherever it runs: in this process, or in a process of its own that
+// COM finds by a ProgID.
 //
-// Ownership  What it hands out belongs to the caller. A local server ends with the object, a registered one
-//            lives on.
+// Ownership  What it hands out belongs to the caller. A local server ends with the object, a registered one lives on.
 // Threading  Everything may be called from any thread that has initialised COM.
 // Errors     XToolFailure, with the server's reason where it gave one.
 #ifndef XTOOLSERVER_H
@@ -34,8 +33,8 @@ public:
     /// Every call takes at least that long, as over a slow network.
     virtual void SetDelay(std::chrono::microseconds delay) = 0;
     /// One edit as JSON text, such as
-    ///     {"edit":"SetAttributeProperty","type":"Pump","name":"RatedFlow","index":4,"value":"Flow"}
-    /// The clients have been notified when it returns; a slow one may still be at it.
+    /// {"edit":"SetAttributeProperty","type":"Pump","name":"RatedFlow","index":4,"value":"Flow"} The clients have
+    /// been notified when it returns; a slow one may still be at it.
     virtual XNotification Edit(const std::string& json) = 0;
     /// The server's live objects and the references to them.
     virtual XServerObjectCount LiveObjects() = 0;

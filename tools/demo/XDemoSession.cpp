@@ -33,8 +33,7 @@ XMeasured XDemoSession::StartInServer()
     const auto query = m_server->Query();
     const auto update = m_server->DataUpdate();
     return Measure([&] {
-        LXExpect(m_cache->Initialize(factory.Get(), query.Get(), update.Get()),
-                 "ILXConfigFactoryCache::Initialize");
+        LXExpect(m_cache->Initialize(factory.Get(), query.Get(), update.Get()), "ILXConfigFactoryCache::Initialize");
     });
 }
 
@@ -64,9 +63,9 @@ void XDemoSession::Finish()
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         left = kept();
     }
-    LXExpectThat(left.objects <= 0 && left.references <= 0,
-                 "the cache kept " + std::to_string(left.references) + " references to " +
-                     std::to_string(left.objects) + " objects of the server");
+    LXExpectThat(left.objects <= 0 && left.references <= 0, "the cache kept " + std::to_string(left.references) +
+                                                                " references to " + std::to_string(left.objects) +
+                                                                " objects of the server");
 }
 
 XLXComPtr<ILXType> XDemoSession::CachedType(const char* name) const

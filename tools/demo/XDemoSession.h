@@ -24,21 +24,20 @@ class XDemoSession
 public:
     XDemoSession(const XToolComponent& component, std::unique_ptr<XToolServer> server);
 
-    /// Initialises the cache as an application does: the types arrive in one bulk read, with all their
-    /// components.
+    /// Initialises the cache as an application does: the types arrive in one bulk read, with all their components.
     XMeasured StartAsClient() { return StartAsClient(EverythingInBulk, false); }
-    /// The same with a callback object of its own, which passes the server's calls on to the cache. The
-    /// types' components come when they are asked for.
+    /// The same with a callback object of its own, which passes the server's calls on to the cache. The types'
+    /// components come when they are asked for.
     XMeasured StartWithSeparateCallback() { return StartAsClient(TypesInBulk, true); }
     /// Initialises it as the server's own process does: the server's objects are wrapped.
     XMeasured StartInServer();
-    /// Takes the edits back and ends the cache. Raises XToolFailure when it keeps a reference to an object of
-    /// the server.
+    /// Takes the edits back and ends the cache. Raises XToolFailure when it keeps a reference to an object of the
+    /// server.
     void Finish();
 
     XToolServer& Server() const { return *m_server; }
-    /// An edit on the server, and the one that takes it back when the session is finished: a server of its
-    /// own process serves others after this one.
+    /// An edit on the server, and the one that takes it back when the session is finished: a server of its own
+    /// process serves others after this one.
     XNotification Edit(const std::string& json, std::string backwards);
     ILXConfigFactoryCache& Cache() const { return *m_cache; }
     /// The cache's config factory face.

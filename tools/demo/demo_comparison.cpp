@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The same requests to the server directly and to a cache in front of it: with the time that calls to another
-// process take, or with a delay for each call, as over a network.
+// The same requests to the server directly and to a cache in front of it: with the time that calls to another process
+// take, or with a delay for each call, as over a network.
 #include "demo_sections.h"
 
 #include <functional>
@@ -10,8 +10,8 @@ namespace
 {
 using Answers = std::vector<std::string>;
 
-/// A request that an application makes. It knows the config factory's interface only, so that it cannot tell
-/// a cache from the server.
+/// A request that an application makes. It knows the config factory's interface only, so that it cannot tell a cache
+/// from the server.
 struct Request
 {
     const char* name;
@@ -32,8 +32,8 @@ XLXComPtr<ILXType> Type(ILXConfigFactory& factory, const char* name)
 
 std::vector<XLXComPtr<ILXAttribute>> Attributes(ILXType& type, LONG mask)
 {
-    return LXList<ILXAttribute, ILXAttributeEnum>(
-        "GetDisplayAttributeEnum", [&](auto** out) { return type.GetDisplayAttributeEnum(mask, out); });
+    return LXList<ILXAttribute, ILXAttributeEnum>("GetDisplayAttributeEnum",
+                                                  [&](auto** out) { return type.GetDisplayAttributeEnum(mask, out); });
 }
 
 void ReadTypes(ILXConfigFactory& factory, Answers& answers)
@@ -58,8 +58,8 @@ void ReadPagesAndGroups(ILXConfigFactory& factory, Answers& answers)
         {
             answers.push_back(LXTextOf(*page, XProperty::PageLabel));
         }
-        for (const auto& group : LXList<ILXGroup, ILXGroupEnum>(
-                 "GetGroupEnum", [&](auto** out) { return type->GetGroupEnum(out); }))
+        for (const auto& group :
+             LXList<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type->GetGroupEnum(out); }))
         {
             answers.push_back(LXTextOf(*group, XProperty::GroupLabel));
             answers.push_back(LXTextOf(*group, XProperty::GroupPage));
@@ -184,8 +184,7 @@ void LXCompare(XToolOutput& output, const XToolComponent& component, std::unique
     Column first;
     Column again;
     first.Add(session.StartAsClient());
-    table.Row(
-        {"start-up of the cache", "", "", std::to_string(first.Calls()), LXOneDecimal(first.Milliseconds())});
+    table.Row({"start-up of the cache", "", "", std::to_string(first.Calls()), LXOneDecimal(first.Milliseconds())});
     {
         const auto direct = session.Server().ConfigFactory();
         const auto cached = session.Factory();

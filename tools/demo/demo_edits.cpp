@@ -13,10 +13,7 @@ namespace
 class Listener
 {
 public:
-    Listener()
-    {
-        LXErrorSetLogSink(&Listener::Take, this, (1U << LX_LOG_UPDATE) | (1U << LX_LOG_INVALIDATE));
-    }
+    Listener() { LXErrorSetLogSink(&Listener::Take, this, (1U << LX_LOG_UPDATE) | (1U << LX_LOG_INVALIDATE)); }
     ~Listener() { LXErrorSetLogSink(nullptr, nullptr, 1U << LX_LOG_ERROR); }
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
@@ -26,9 +23,8 @@ public:
     {
         const std::lock_guard lock(m_mutex);
         const auto begin = m_update.find('\'');
-        return begin == std::string::npos
-                   ? m_update
-                   : m_update.substr(begin + 1, m_update.find('\'', begin + 1) - begin - 1);
+        return begin == std::string::npos ? m_update
+                                          : m_update.substr(begin + 1, m_update.find('\'', begin + 1) - begin - 1);
     }
     /// What the last notification made stale.
     std::string Stale() const
@@ -83,8 +79,7 @@ void PrintNotification(XToolOutput& output, const XDemoSession& session, const X
 std::string LabelEdit(const std::string& label)
 {
     return std::string(R"({"edit":"SetAttributeProperty","type":")") + DemoAttributeOwner + R"(","name":")" +
-           DemoAttribute + R"(","index":)" + std::to_string(XProperty::Label) + R"(,"value":")" + label +
-           R"("})";
+           DemoAttribute + R"(","index":)" + std::to_string(XProperty::Label) + R"(,"value":")" + label + R"("})";
 }
 
 void EditAProperty(XToolOutput& output, XDemoSession& session, const Listener& listener)
@@ -98,8 +93,7 @@ void EditAProperty(XToolOutput& output, XDemoSession& session, const Listener& l
 
     const std::string wanted = "Rated volume flow";
     XNotification sent;
-    const XMeasured edit =
-        session.Measure([&] { sent = session.Edit(LabelEdit(wanted), LabelEdit(before)); });
+    const XMeasured edit = session.Measure([&] { sent = session.Edit(LabelEdit(wanted), LabelEdit(before)); });
     PrintNotification(output, session, sent, listener);
     LXExpectThat(edit.calls.Total() == 0, "the notification made the cache call the server");
 
@@ -107,8 +101,7 @@ void EditAProperty(XToolOutput& output, XDemoSession& session, const Listener& l
     const auto read = [&] { after = LXTextOf(*attribute, XProperty::Label); };
     const XMeasured first = session.Measure(read);
     LXExpectThat(after == wanted && before != wanted, "the cache gives \"" + after + "\"");
-    output.Line("after          \"" + after +
-                "\" through the same object; server calls: " + first.calls.Text());
+    output.Line("after          \"" + after + "\" through the same object; server calls: " + first.calls.Text());
     const XMeasured second = session.Measure(read);
     LXExpectThat(second.calls.Total() == 0, "the value was read twice");
     output.Line("read again     \"" + after + "\"; server calls: 0");

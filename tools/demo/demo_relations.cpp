@@ -23,8 +23,7 @@ std::string NameOf(ILXParentChild& relation)
 Relations RelationsOf(const XDemoSession& session, const char* parent, const std::string& browser)
 {
     return LXList<ILXParentChild, ILXParentChildEnum>("GetPCEnum2", [&](auto** out) {
-        return session.Cache().GetPCEnum2(nullptr, LXBstr(parent).Get(), LXBstr(browser).Get(), NoFilter,
-                                          out);
+        return session.Cache().GetPCEnum2(nullptr, LXBstr(parent).Get(), LXBstr(browser).Get(), NoFilter, out);
     });
 }
 
@@ -69,13 +68,11 @@ void PrintPPRQuestions(XToolOutput& output, const XDemoSession& session)
     for (const auto& [parent, child, expected] :
          {std::tuple("Pump", "Motor", S_OK), std::tuple("Pump", "Vessel", S_FALSE)})
     {
-        const HRESULT exists =
-            session.Cache().PPRRelationExists(LXBstr(parent).Get(), LXBstr(child).Get(), nullptr, 0);
+        const HRESULT exists = session.Cache().PPRRelationExists(LXBstr(parent).Get(), LXBstr(child).Get(), nullptr, 0);
         LXExpect(exists, "PPRRelationExists", expected);
         const auto possible = LXList<ILXParentChild, ILXParentChildEnum>(
             "GetPossiblePPRRelations", [&, parent = parent, child = child](auto** out) {
-                return session.Cache().GetPossiblePPRRelations(LXBstr(parent).Get(), LXBstr(child).Get(),
-                                                               nullptr, out);
+                return session.Cache().GetPossiblePPRRelations(LXBstr(parent).Get(), LXBstr(child).Get(), nullptr, out);
             });
         std::vector<std::string> lists = LXTextsOf(possible, XProperty::ChildList);
         table.Row({std::string("may a ") + parent + " be related to a " + child + "?",
@@ -115,8 +112,7 @@ void PrintDerivedTypes(XToolOutput& output, const XDemoSession& session)
     const XLXComBSTR asked[] = {LXBstr("Equipment"), LXBstr("Motor")};
     BSTR names[] = {asked[0].Get(), asked[1].Get()};
     LONG derives[2] = {};
-    LXExpect(session.Cache().CheckTypeDerivesFrom(LXBstr(DemoType).Get(), 2, names, derives),
-             "CheckTypeDerivesFrom");
+    LXExpect(session.Cache().CheckTypeDerivesFrom(LXBstr(DemoType).Get(), 2, names, derives), "CheckTypeDerivesFrom");
     LXExpectThat(derives[0] == 1 && derives[1] == 0, "the type's bases are wrong");
     output.Line();
     output.Line(std::string(DemoType) + " derives from Equipment: yes; from Motor: no");
@@ -128,20 +124,17 @@ void EditARelation(XToolOutput& output, XDemoSession& session)
     output.Line(std::string("An edit: the server lets a Mixer stand below a ") + ParentType +
                 " in the list spareparts");
     XLXComPtr<ILXParentChildEnum> taken;
-    LXExpect(session.Cache().GetPCEnum2(nullptr, LXBstr(ParentType).Get(), LXBstr("").Get(), NoFilter,
-                                        taken.Put()),
+    LXExpect(session.Cache().GetPCEnum2(nullptr, LXBstr(ParentType).Get(), LXBstr("").Get(), NoFilter, taken.Put()),
              "GetPCEnum2");
     const std::size_t before = RelationsOf(session, ParentType, "").size();
-    const std::string names =
-        std::string(R"("parent":")") + ParentType + R"(","child":"Mixer","list":"spareparts"})";
+    const std::string names = std::string(R"("parent":")") + ParentType + R"(","child":"Mixer","list":"spareparts"})";
     const XNotification sent =
         session.Edit(R"({"edit":"AddRelation",)" + names, R"({"edit":"RemoveRelation",)" + names);
     LXExpect(sent.result, "the client's DataObjectChanged");
     Relations after;
     const XMeasured cost = session.Measure([&] { after = RelationsOf(session, ParentType, ""); });
-    const auto found = std::count_if(after.begin(), after.end(), [](const auto& relation) {
-        return NameOf(*relation) == "spareparts/Mixer";
-    });
+    const auto found = std::count_if(after.begin(), after.end(),
+                                     [](const auto& relation) { return NameOf(*relation) == "spareparts/Mixer"; });
     const std::size_t kept = LXAllOf<ILXParentChild>(taken).size();
     LXExpectThat(found == 1 && after.size() == before + 1 && kept == before,
                  "the edit of a relation is not seen as it should be");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The sections of the demo. Each prints what it finds and raises XToolFailure when that is not what a cache
-// in front of the plant model gives.
+// The sections of the demo. Each prints what it finds and raises XToolFailure when that is not what a cache in front
+// of the plant model gives.
 #ifndef DEMO_SECTIONS_H
 #define DEMO_SECTIONS_H
 

@@ -26,8 +26,8 @@ std::vector<XLXComPtr<ILXGroup>> GroupsOf(ILXType& type)
 
 std::vector<XLXComPtr<ILXAttribute>> AttributesOfGroup(ILXType& type, LONG group)
 {
-    return LXList<ILXAttribute, ILXAttributeEnum>(
-        "GetGroupAttributeEnum", [&](auto** out) { return type.GetGroupAttributeEnum(group, out); });
+    return LXList<ILXAttribute, ILXAttributeEnum>("GetGroupAttributeEnum",
+                                                  [&](auto** out) { return type.GetGroupAttributeEnum(group, out); });
 }
 
 /// The type that an attribute comes from: the furthest base that has it, since a base's definition wins.
@@ -132,14 +132,14 @@ void LXShowDisplays(XToolOutput& output, const XDemoSession& session)
     const auto type = session.CachedType(DemoType);
     XToolTable table({"Display", ">Mask", ">Attributes", "First"});
     const XMeasured cost = session.Measure([&] {
-        for (const auto& [name, mask] :
-             {std::pair("editor", InEditor), std::pair("finder", InFinder), std::pair("browser", InBrowser),
-              std::pair("printable", Printable), std::pair("vendor-defined", VendorDefined),
-              std::pair("AV set", InAVSet)})
+        for (const auto& [name, mask] : {std::pair("editor", InEditor), std::pair("finder", InFinder),
+                                         std::pair("browser", InBrowser), std::pair("printable", Printable),
+                                         std::pair("vendor-defined", VendorDefined), std::pair("AV set", InAVSet)})
         {
-            const auto attributes = LXList<ILXAttribute, ILXAttributeEnum>(
-                "GetDisplayAttributeEnum",
-                [&, mask = mask](auto** out) { return type->GetDisplayAttributeEnum(mask, out); });
+            const auto attributes =
+                LXList<ILXAttribute, ILXAttributeEnum>("GetDisplayAttributeEnum", [&, mask = mask](auto** out) {
+                    return type->GetDisplayAttributeEnum(mask, out);
+                });
             LXExpectThat(!attributes.empty(), std::string("no attribute is shown for ") + name);
             table.Row({name, std::to_string(mask), std::to_string(attributes.size()),
                        LXFirstOf(LXTextsOf(attributes, XProperty::AttributeName), 3)});
@@ -173,8 +173,8 @@ void LXShowEditors(XToolOutput& output, const XDemoSession& session)
     XLXComPtr<ILXConfObjEditor> none;
     LXExpect(type->GetDefaultEditor(LXBstr("SearchList").Get(), none.Put()), "GetDefaultEditor", S_FALSE);
     output.Line();
-    output.Line("Browser ProjectTree: opens with " + LXTextOf(*byDefault, XProperty::ProgId) +
-                ", new objects with " + LXTextOf(*forNew, XProperty::ProgId));
+    output.Line("Browser ProjectTree: opens with " + LXTextOf(*byDefault, XProperty::ProgId) + ", new objects with " +
+                LXTextOf(*forNew, XProperty::ProgId));
     output.Line("Browser SearchList:  has no default editor (S_FALSE)");
 }
 
@@ -185,8 +185,8 @@ void LXShowChildGroups(XToolOutput& output, const XDemoSession& session)
     LXExpect(type->GetGroup(TopGroup, top.Put()), "GetGroup");
     output.Section("The groups inside group " + std::to_string(TopGroup) + ", \"" +
                    LXTextOf(*top, XProperty::GroupLabel) + "\"");
-    const auto children = LXList<ILXGroup, ILXGroupEnum>(
-        "GetChildGroupEnum", [&](auto** out) { return top->GetChildGroupEnum(out); });
+    const auto children =
+        LXList<ILXGroup, ILXGroupEnum>("GetChildGroupEnum", [&](auto** out) { return top->GetChildGroupEnum(out); });
     LXExpectThat(!children.empty(), "the group has no groups inside it");
     XToolTable table({">No", "Group", ">Page", ">Attributes", "First"});
     for (const auto& group : children)
@@ -194,8 +194,8 @@ void LXShowChildGroups(XToolOutput& output, const XDemoSession& session)
         const LONG number = LXNumberOf(*group, XProperty::GroupNumber);
         const auto attributes = AttributesOfGroup(*type, number);
         table.Row({std::to_string(number), LXTextOf(*group, XProperty::GroupLabel),
-                   std::to_string(LXNumberOf(*group, XProperty::GroupPage)),
-                   std::to_string(attributes.size()), LXFirstOf(LXTextsOf(attributes, XProperty::Label), 3)});
+                   std::to_string(LXNumberOf(*group, XProperty::GroupPage)), std::to_string(attributes.size()),
+                   LXFirstOf(LXTextsOf(attributes, XProperty::Label), 3)});
     }
     output.Table(table);
 }
@@ -204,8 +204,7 @@ void LXShowFormat(XToolOutput& output, const XDemoSession& session)
 {
     output.Section(std::string("Formats of the attribute ") + DemoAttribute);
     XLXComPtr<ILXAttribute> attribute;
-    LXExpect(session.CachedType(DemoType)->GetAttribute(LXBstr(DemoAttribute).Get(), attribute.Put()),
-             "GetAttribute");
+    LXExpect(session.CachedType(DemoType)->GetAttribute(LXBstr(DemoAttribute).Get(), attribute.Put()), "GetAttribute");
     XToolTable table({">Format type", "Pattern", ">Width", "Server calls: first time", "second time"});
     for (const auto& [type, expected] : {std::pair(0, S_OK), std::pair(1, S_FALSE)})
     {
@@ -217,9 +216,8 @@ void LXShowFormat(XToolOutput& output, const XDemoSession& session)
         const XMeasured first = session.Measure(ask);
         const XMeasured second = session.Measure(ask);
         LXExpectThat(second.calls.Total() == 0, "a format was asked for twice");
-        table.Row({std::to_string(type), ask(),
-                   format ? std::to_string(LXNumberOf(*format, XProperty::Length)) : "", first.calls.Text(),
-                   std::to_string(second.calls.Total())});
+        table.Row({std::to_string(type), ask(), format ? std::to_string(LXNumberOf(*format, XProperty::Length)) : "",
+                   first.calls.Text(), std::to_string(second.calls.Total())});
     }
     output.Table(table);
 }

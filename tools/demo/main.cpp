@@ -37,8 +37,8 @@ constexpr const char* HowItCame = "the module beside this program, from CoCreate
 /// How many types the cache lists; raises when these are not all that the model lists.
 std::size_t ListedTypes(const XDemoSession& session, const XServerModel& model)
 {
-    const auto expected = std::count_if(model.types.begin(), model.types.end(),
-                                        [](const auto& entry) { return entry.second->listed; });
+    const auto expected =
+        std::count_if(model.types.begin(), model.types.end(), [](const auto& entry) { return entry.second->listed; });
     const std::size_t listed = LXList<ILXType, ILXTypeEnum>("GetTypeEnum", [&](auto** out) {
                                    return session.Factory()->GetTypeEnum(nullptr, out);
                                }).size();
@@ -113,8 +113,7 @@ void RunInServer(XToolOutput& output, const XToolComponent& component, const XSe
 
 int Run(const Options& options)
 {
-    XToolOutput output(options.colours == "always" ||
-                       (options.colours == "auto" && XToolOutput::IsTerminal()));
+    XToolOutput output(options.colours == "always" || (options.colours == "auto" && XToolOutput::IsTerminal()));
     try
     {
         const XServerModel model = LXReadModel(options.model);
@@ -141,10 +140,8 @@ int main(int argc, char** argv)
 {
     Options options;
     CLI::App app("Shows what the configuration cache does for an application.");
-    auto* const serverMode =
-        app.add_flag("--server-mode", options.serverMode, "Run as the server's own process does");
-    app.add_option("--server", options.server, "ProgID of a server in a process of its own")
-        ->excludes(serverMode);
+    auto* const serverMode = app.add_flag("--server-mode", options.serverMode, "Run as the server's own process does");
+    app.add_option("--server", options.server, "ProgID of a server in a process of its own")->excludes(serverMode);
     app.add_option("--model", options.model, "The sample server's model file")->capture_default_str();
     app.add_option("--colours", options.colours, "auto, always or never")
         ->check(CLI::IsMember({"auto", "always", "never"}))

@@ -117,8 +117,8 @@ void AddUnlisted(ILXConfigFactory& factory, XTypeNodes& nodes, const std::string
 XTypeNodes LXTypeNodes(ILXConfigFactory& factory)
 {
     XTypeNodes nodes;
-    for (const auto& type : LXList<ILXType, ILXTypeEnum>(
-             "GetTypeEnum", [&](auto** out) { return factory.GetTypeEnum(nullptr, out); }))
+    for (const auto& type :
+         LXList<ILXType, ILXTypeEnum>("GetTypeEnum", [&](auto** out) { return factory.GetTypeEnum(nullptr, out); }))
     {
         XTypeNode node = NodeOf(*type);
         nodes.emplace(node.name, std::move(node));
@@ -191,8 +191,7 @@ std::vector<std::string> LXDerivedOf(ILXConfigFactoryCache& cache, const std::st
 const std::vector<std::pair<std::string, LONG>>& LXDisplays()
 {
     static const std::vector<std::pair<std::string, LONG>> displays = {
-        {"all", 0},       {"editor", 1},  {"finder", 2}, {"browser", 4},
-        {"printable", 8}, {"vendor", 16}, {"avset", 32}};
+        {"all", 0}, {"editor", 1}, {"finder", 2}, {"browser", 4}, {"printable", 8}, {"vendor", 16}, {"avset", 32}};
     return displays;
 }
 

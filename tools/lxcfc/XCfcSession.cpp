@@ -45,9 +45,8 @@ std::unique_ptr<XToolServer> MakeServer(const XServerChoice& choice)
 std::string LXShippedModel()
 {
     const std::filesystem::path folder = ProgramFolder();
-    for (const auto& candidate :
-         {folder / "models", folder / ".." / "share" / "lxconfigfactorycache" / "models",
-          std::filesystem::path(LX_MODEL_FOLDER)})
+    for (const auto& candidate : {folder / "models", folder / ".." / "share" / "lxconfigfactorycache" / "models",
+                                  std::filesystem::path(LX_MODEL_FOLDER)})
     {
         std::error_code ignored;
         if (std::filesystem::exists(candidate / "plant.json", ignored))
@@ -96,6 +95,6 @@ XLXComPtr<ILXType> XCfcSession::Type(const std::string& name) const
 
 void XCfcSession::EditAtRandom(unsigned seed, unsigned count, bool notify) const
 {
-    m_server->Edit("{\"edit\":\"RandomEdits\",\"seed\":" + std::to_string(seed) + ",\"count\":" +
-                   std::to_string(count) + ",\"notify\":" + (notify ? "true" : "false") + "}");
+    m_server->Edit("{\"edit\":\"RandomEdits\",\"seed\":" + std::to_string(seed) +
+                   ",\"count\":" + std::to_string(count) + ",\"notify\":" + (notify ? "true" : "false") + "}");
 }

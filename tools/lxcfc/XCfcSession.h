@@ -2,7 +2,7 @@
 //
 // A server with a cache in front of it, and what the commands ask of both.
 //
-// Errors  XToolFailure.
+// Errors     XToolFailure.
 #ifndef XCFCSESSION_H
 #define XCFCSESSION_H
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The commands: how each is declared, and what it is run with. A command's options live as long as the
-// command.
+// The commands: how each is declared, and what it is run with. A command's options live as long as the command.
 #ifndef XCOMMANDS_H
 #define XCOMMANDS_H
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// How commands answer: each makes one document, and this prints it, as JSON for programs and for people as
-// lines, tables and trees. What a member of a document looks like follows from its value alone:
+// How commands answer: each makes one document, and this prints it, as JSON for programs and for people as lines,
+// tables and trees. What a member of a document looks like follows from its value alone:
 //   a scalar, a list of scalars     a line with its name
 //   a list of objects               a table; columns in which nothing stands are left out
 //   a list of objects with a path   a line for each, values as in JSON: path: cache "a", server "b"

@@ -15,9 +15,8 @@ std::size_t LXProcessMemory()
 {
 #ifdef _WIN32
     PROCESS_MEMORY_COUNTERS counters = {};
-    return GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) != 0
-               ? counters.WorkingSetSize / 1024
-               : 0;
+    return GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) != 0 ? counters.WorkingSetSize / 1024
+                                                                                      : 0;
 #else
     std::size_t size = 0;
     std::size_t resident = 0;

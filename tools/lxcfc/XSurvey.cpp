@@ -24,8 +24,7 @@ std::string LXPathPart(const std::string& name)
 
 XSurvey::XSurvey(ILXConfigFactory& factory) : m_factory(factory), m_cache(nullptr) {}
 
-XSurvey::XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache& cache,
-                 std::function<unsigned long long()> calls)
+XSurvey::XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache& cache, std::function<unsigned long long()> calls)
     : m_factory(factory), m_cache(&cache), m_calls(std::move(calls))
 {}
 
@@ -61,12 +60,9 @@ std::vector<XJson> XSurvey::Values(const std::string& path, XElementKind kind, I
         return values;
     }
     const auto found = m_expected->find(path);
-    const std::vector<XJson> expected =
-        found != m_expected->end() ? found->second.values : std::vector<XJson>();
+    const std::vector<XJson> expected = found != m_expected->end() ? found->second.values : std::vector<XJson>();
     values.resize(std::max(expected.size(), values.size()));
-    const auto isExpected = [&](std::size_t member) {
-        return member < expected.size() && !expected[member].is_null();
-    };
+    const auto isExpected = [&](std::size_t member) { return member < expected.size() && !expected[member].is_null(); };
     for (std::size_t member = 0; member < values.size(); ++member)
     {
         if (isExpected(member))
@@ -99,10 +95,8 @@ std::set<std::string> XSurvey::TypeNames()
         names.insert(name);
         names.insert(node.base);
     }
-    for (const auto& relation :
-         All<ILXParentChild, ILXParentChildEnum>("GetParentChildEnum", [&](auto** out) {
-             return m_factory.GetParentChildEnum(nullptr, nullptr, out);
-         }))
+    for (const auto& relation : All<ILXParentChild, ILXParentChildEnum>(
+             "GetParentChildEnum", [&](auto** out) { return m_factory.GetParentChildEnum(nullptr, nullptr, out); }))
     {
         names.insert(LXTextOf(*relation, XProperty::ParentName));
         names.insert(LXTextOf(*relation, XProperty::ChildName));
@@ -132,8 +126,8 @@ std::map<std::string, std::string> XSurvey::BasesOf(const std::set<std::string>&
 
 std::vector<std::string> XSurvey::Browsers()
 {
-    return LXTextsOf(All<ILXBrowserId, ILXBrowserIdEnum>(
-                         "GetBrowserIdEnum", [&](auto** out) { return m_factory.GetBrowserIdEnum(out); }),
+    return LXTextsOf(All<ILXBrowserId, ILXBrowserIdEnum>("GetBrowserIdEnum",
+                                                         [&](auto** out) { return m_factory.GetBrowserIdEnum(out); }),
                      XProperty::BrowserIdName);
 }
 
@@ -141,11 +135,10 @@ XAnswers XSurvey::General(const std::vector<std::string>& browsers)
 {
     m_answers.clear();
     m_browsers = browsers;
-    m_answers["types"] = Names<ILXType, ILXTypeEnum>(
-        "GetTypeEnum", XProperty::TypeName, [&](auto** out) { return m_factory.GetTypeEnum(nullptr, out); });
-    m_answers["searchable types"] =
-        Names<ILXType, ILXTypeEnum>("GetSearchableTypeEnum", XProperty::TypeName,
-                                    [&](auto** out) { return m_factory.GetSearchableTypeEnum(out); });
+    m_answers["types"] = Names<ILXType, ILXTypeEnum>("GetTypeEnum", XProperty::TypeName,
+                                                     [&](auto** out) { return m_factory.GetTypeEnum(nullptr, out); });
+    m_answers["searchable types"] = Names<ILXType, ILXTypeEnum>(
+        "GetSearchableTypeEnum", XProperty::TypeName, [&](auto** out) { return m_factory.GetSearchableTypeEnum(out); });
     XLXComBSTR version;
     LXExpect(Count(1, [&] { return m_factory.GetVersion(version.Put()); }), "GetVersion");
     m_answers["version"] = LXNamesAnswer(std::vector{LXToUtf8(version.View())});
@@ -153,8 +146,7 @@ XAnswers XSurvey::General(const std::vector<std::string>& browsers)
     for (const auto& browser : All<ILXBrowserId, ILXBrowserIdEnum>(
              "GetBrowserIdEnum", [&](auto** out) { return m_factory.GetBrowserIdEnum(out); }))
     {
-        Add("browser " + LXPathPart(LXTextOf(*browser, XProperty::BrowserIdName)), XElementKind::BrowserId,
-            *browser);
+        Add("browser " + LXPathPart(LXTextOf(*browser, XProperty::BrowserIdName)), XElementKind::BrowserId, *browser);
         ++m_objects["browser ids"];
     }
     AddSpecs();
@@ -177,10 +169,8 @@ void XSurvey::AddSpecs()
 
 void XSurvey::AddRelations()
 {
-    for (const auto& relation :
-         All<ILXParentChild, ILXParentChildEnum>("GetParentChildEnum", [&](auto** out) {
-             return m_factory.GetParentChildEnum(nullptr, nullptr, out);
-         }))
+    for (const auto& relation : All<ILXParentChild, ILXParentChildEnum>(
+             "GetParentChildEnum", [&](auto** out) { return m_factory.GetParentChildEnum(nullptr, nullptr, out); }))
     {
         std::string path = "relation";
         for (const int member : {XProperty::ParentName, XProperty::ChildName, XProperty::ChildList})
@@ -189,20 +179,19 @@ void XSurvey::AddRelations()
         }
         Add(path, XElementKind::Relation, *relation);
         ++m_objects["relations"];
-        for (const auto& info : All<ILXPCInfo, ILXPCInfoEnum>(
-                 "GetPCInfoEnum", [&](auto** out) { return relation->GetPCInfoEnum(out); }))
+        for (const auto& info :
+             All<ILXPCInfo, ILXPCInfoEnum>("GetPCInfoEnum", [&](auto** out) { return relation->GetPCInfoEnum(out); }))
         {
-            Add(path + "/browser " + LXPathPart(LXTextOf(*info, XProperty::PCInfoBrowser)),
-                XElementKind::PCInfo, *info);
+            Add(path + "/browser " + LXPathPart(LXTextOf(*info, XProperty::PCInfoBrowser)), XElementKind::PCInfo,
+                *info);
             ++m_objects["PC infos"];
         }
         for (const std::string& browser : m_browsers)
         {
             XLXComPtr<ILXPCInfo> info;
-            const HRESULT result =
-                Count(1, [&] { return relation->GetPCInfo(LXBstr(browser).Get(), info.Put()); });
-            m_answers[path + "/GetPCInfo " + LXPathPart(browser)] = LXNamesAnswer(
-                std::vector{info ? LXTextOf(*info, XProperty::PCInfoLabel) : LXResultName(result)});
+            const HRESULT result = Count(1, [&] { return relation->GetPCInfo(LXBstr(browser).Get(), info.Put()); });
+            m_answers[path + "/GetPCInfo " + LXPathPart(browser)] =
+                LXNamesAnswer(std::vector{info ? LXTextOf(*info, XProperty::PCInfoLabel) : LXResultName(result)});
         }
     }
 }

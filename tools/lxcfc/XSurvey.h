@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Everything that can be asked, asked. A survey knows the config factory's interface only, so that it cannot
-// tell a cache from the server; only what a type derives from is asked of a cache in its own words.
+// Everything that can be asked, asked. A survey knows the config factory's interface only, so that it cannot tell a
+// cache from the server; only what a type derives from is asked of a cache in its own words.
 #ifndef XSURVEY_H
 #define XSURVEY_H
 
@@ -28,13 +28,11 @@ public:
     /// A cache is asked.
     /// @param factory  its face
     /// @param calls    how many calls to the server this thread has caused so far; may be empty
-    XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache& cache,
-            std::function<unsigned long long()> calls = {});
+    XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache& cache, std::function<unsigned long long()> calls = {});
 
-    /// Says what the server answers to the questions that come next. A cache is then asked first for the
-    /// values that are not empty, and for the others until it answers the first one empty: such an answer
-    /// comes from the server and renews all values of the object. Without this only the properties with names
-    /// are read.
+    /// Says what the server answers to the questions that come next. A cache is then asked first for the values that
+    /// are not empty, and for the others until it answers the first one empty: such an answer comes from the server
+    /// and renews all values of the object. Without this only the properties with names are read.
     void Expect(const XAnswers& answers) { m_expected = &answers; }
 
     /// Asks everything once.
@@ -85,13 +83,11 @@ private:
     void AddEditors(const std::string& path, ILXType& type);
     void AddAttributes(const std::string& name, const std::string& base, ILXType& type);
     std::string AddAttribute(const std::string& path, const XLXComPtr<ILXAttribute>& attribute);
-    void AddOwnAttribute(const std::string& path, ILXType& owner, const std::string& name,
-                         ILXAttribute& attribute);
+    void AddOwnAttribute(const std::string& path, ILXType& owner, const std::string& name, ILXAttribute& attribute);
     void AddRelationsOf(const std::string& path, const std::string& name);
     void AddDerivation(const std::string& path, const std::string& name,
                        const std::map<std::string, std::string>& bases);
-    std::set<std::string> DerivesFrom(const std::string& name,
-                                      const std::map<std::string, std::string>& bases);
+    std::set<std::string> DerivesFrom(const std::string& name, const std::map<std::string, std::string>& bases);
     const std::set<std::string>& AttributeNames(const std::string& type);
 
     ILXConfigFactory& m_factory;

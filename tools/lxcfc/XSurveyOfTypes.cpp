@@ -7,8 +7,7 @@ XAnswers XSurvey::OfType(const std::string& name, const std::map<std::string, st
 {
     m_answers.clear();
     XLXComPtr<ILXType> type;
-    const HRESULT result =
-        Count(1, [&] { return m_factory.GetType(LXBstr(name).Get(), nullptr, type.Put()); });
+    const HRESULT result = Count(1, [&] { return m_factory.GetType(LXBstr(name).Get(), nullptr, type.Put()); });
     if (result == S_FALSE)
     {
         return {};
@@ -29,8 +28,7 @@ XAnswers XSurvey::OfType(const std::string& name, const std::map<std::string, st
 
 void XSurvey::AddPages(const std::string& path, ILXType& type)
 {
-    for (const auto& page :
-         All<ILXPage, ILXPageEnum>("GetPageEnum", [&](auto** out) { return type.GetPageEnum(out); }))
+    for (const auto& page : All<ILXPage, ILXPageEnum>("GetPageEnum", [&](auto** out) { return type.GetPageEnum(out); }))
     {
         const LONG number = LXNumberOf(*page, XProperty::PageNumber);
         const std::string at = path + "/page " + std::to_string(number);
@@ -45,9 +43,8 @@ void XSurvey::AddPages(const std::string& path, ILXType& type)
 
 void XSurvey::AddGroups(const std::string& path, ILXType& type)
 {
-    m_answers[path + "/toplevel groups"] =
-        Names<ILXGroup, ILXGroupEnum>("GetToplevelGroupEnum", XProperty::GroupNumber,
-                                      [&](auto** out) { return type.GetToplevelGroupEnum(out); });
+    m_answers[path + "/toplevel groups"] = Names<ILXGroup, ILXGroupEnum>(
+        "GetToplevelGroupEnum", XProperty::GroupNumber, [&](auto** out) { return type.GetToplevelGroupEnum(out); });
     for (const auto& group :
          All<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type.GetGroupEnum(out); }))
     {
@@ -55,12 +52,12 @@ void XSurvey::AddGroups(const std::string& path, ILXType& type)
         const std::string at = path + "/group " + std::to_string(number);
         Add(at, XElementKind::Group, *group);
         ++m_objects["groups"];
-        m_answers[at + "/groups inside"] =
-            Names<ILXGroup, ILXGroupEnum>("GetChildGroupEnum", XProperty::GroupNumber,
-                                          [&](auto** out) { return group->GetChildGroupEnum(out); });
-        m_answers[at + "/attributes"] = Names<ILXAttribute, ILXAttributeEnum>(
-            "GetGroupAttributeEnum", XProperty::AttributeName,
-            [&](auto** out) { return type.GetGroupAttributeEnum(static_cast<int>(number), out); });
+        m_answers[at + "/groups inside"] = Names<ILXGroup, ILXGroupEnum>(
+            "GetChildGroupEnum", XProperty::GroupNumber, [&](auto** out) { return group->GetChildGroupEnum(out); });
+        m_answers[at + "/attributes"] =
+            Names<ILXAttribute, ILXAttributeEnum>("GetGroupAttributeEnum", XProperty::AttributeName, [&](auto** out) {
+                return type.GetGroupAttributeEnum(static_cast<int>(number), out);
+            });
         XLXComPtr<ILXFormat> format;
         if (Count(1, [&] { return group->GetFormat(format.Put()); }) == S_OK)
         {
@@ -75,8 +72,7 @@ void XSurvey::AddEditors(const std::string& path, ILXType& type)
     for (const auto& editor : All<ILXConfObjEditor, ILXConfObjEditorEnum>(
              "GetConfObjEditorEnum", [&](auto** out) { return type.GetConfObjEditorEnum(out); }))
     {
-        Add(path + "/editor " + LXPathPart(LXTextOf(*editor, XProperty::ProgId)), XElementKind::Editor,
-            *editor);
+        Add(path + "/editor " + LXPathPart(LXTextOf(*editor, XProperty::ProgId)), XElementKind::Editor, *editor);
         ++m_objects["editors"];
     }
     for (const auto& [what, ask] : {std::pair("/default editor in ", &ILXType::GetDefaultEditor),
@@ -87,8 +83,8 @@ void XSurvey::AddEditors(const std::string& path, ILXType& type)
             XLXComPtr<ILXConfObjEditor> editor;
             const HRESULT result =
                 Count(1, [&, ask = ask] { return (type.*ask)(LXBstr(browser).Get(), editor.Put()); });
-            m_answers[path + what + LXPathPart(browser)] = LXNamesAnswer(
-                std::vector{editor ? LXTextOf(*editor, XProperty::ProgId) : LXResultName(result)});
+            m_answers[path + what + LXPathPart(browser)] =
+                LXNamesAnswer(std::vector{editor ? LXTextOf(*editor, XProperty::ProgId) : LXResultName(result)});
         }
     }
 }
@@ -105,8 +101,8 @@ const std::set<std::string>& XSurvey::AttributeNames(const std::string& type)
     return known->second;
 }
 
-// The types of a cache share the attributes that they inherit: each of these objects is read once. A server's
-// objects give all values in one call, the name among them.
+// The types of a cache share the attributes that they inherit: each of these objects is read once. A server's objects
+// give all values in one call, the name among them.
 std::string XSurvey::AddAttribute(const std::string& path, const XLXComPtr<ILXAttribute>& attribute)
 {
     if (m_cache == nullptr)
@@ -161,8 +157,7 @@ void XSurvey::AddAttributes(const std::string& name, const std::string& base, IL
     }
 }
 
-void XSurvey::AddOwnAttribute(const std::string& path, ILXType& owner, const std::string& name,
-                              ILXAttribute& attribute)
+void XSurvey::AddOwnAttribute(const std::string& path, ILXType& owner, const std::string& name, ILXAttribute& attribute)
 {
     XLXComPtr<ILXAttribute> byName;
     const HRESULT result = Count(1, [&] { return owner.GetAttribute(LXBstr(name).Get(), byName.Put()); });
@@ -172,8 +167,8 @@ void XSurvey::AddOwnAttribute(const std::string& path, ILXType& owner, const std
     for (const auto& type : All<ILXAttributeType, ILXAttributeTypeEnum>(
              "GetAttributeTypeEnum", [&](auto** out) { return attribute.GetAttributeTypeEnum(out); }))
     {
-        Add(path + "/type " + LXPathPart(LXTextOf(*type, XProperty::AttributeTypeName)),
-            XElementKind::AttributeType, *type);
+        Add(path + "/type " + LXPathPart(LXTextOf(*type, XProperty::AttributeTypeName)), XElementKind::AttributeType,
+            *type);
         ++m_objects["attribute types"];
     }
     AddFormats(path, attribute);
@@ -193,9 +188,8 @@ void XSurvey::AddRelationsOf(const std::string& path, const std::string& name)
         });
     };
     const XLXComBSTR parent = LXBstr(name);
-    const auto relations = All<ILXParentChild, ILXParentChildEnum>("GetParentChildEnum", [&](auto** out) {
-        return m_factory.GetParentChildEnum(parent.Get(), nullptr, out);
-    });
+    const auto relations = All<ILXParentChild, ILXParentChildEnum>(
+        "GetParentChildEnum", [&](auto** out) { return m_factory.GetParentChildEnum(parent.Get(), nullptr, out); });
     m_answers[path + "/relations"] = LXNamesAnswer(namesOf(relations));
     m_answers[path + "/relations, GetPCEnum2"] =
         m_cache == nullptr
@@ -249,8 +243,7 @@ void XSurvey::AddDerivation(const std::string& path, const std::string& name,
     m_answers[path + "/derives from"] = LXNamesAnswer(from);
 }
 
-std::set<std::string> XSurvey::DerivesFrom(const std::string& name,
-                                           const std::map<std::string, std::string>& bases)
+std::set<std::string> XSurvey::DerivesFrom(const std::string& name, const std::map<std::string, std::string>& bases)
 {
     std::vector<XLXComBSTR> texts;
     std::vector<BSTR> names;
@@ -262,8 +255,8 @@ std::set<std::string> XSurvey::DerivesFrom(const std::string& name,
     }
     std::vector<LONG> answers(names.size());
     const HRESULT result = Count(names.size(), [&] {
-        return m_cache->CheckTypeDerivesFrom(LXBstr(name).Get(), static_cast<LONG>(names.size()),
-                                             names.data(), answers.data());
+        return m_cache->CheckTypeDerivesFrom(LXBstr(name).Get(), static_cast<LONG>(names.size()), names.data(),
+                                             answers.data());
     });
     std::set<std::string> from;
     if (result != S_FALSE)

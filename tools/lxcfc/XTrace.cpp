@@ -46,11 +46,8 @@ void XTrace::Add(const LXLogEntry& entry)
     }
     else if (entry.eCategory == LX_LOG_UPDATE)
     {
-        m_notifications.push_back({Between(text, "CFDataID: '", "', Update Mode: "),
-                                   Between(text, "Update Mode: ", ","),
-                                   {},
-                                   self,
-                                   now});
+        m_notifications.push_back(
+            {Between(text, "CFDataID: '", "', Update Mode: "), Between(text, "Update Mode: ", ","), {}, self, now});
     }
     else if (entry.eCategory == LX_LOG_INVALIDATE)
     {
@@ -71,8 +68,7 @@ std::vector<XTrace::Notification> XTrace::Take(std::chrono::milliseconds quiet)
     const std::lock_guard lock(m_mutex);
     const auto busy = std::find_if(m_notifications.begin(), m_notifications.end(),
                                    [limit](const Notification& n) { return n.last > limit; });
-    std::vector<Notification> taken(std::make_move_iterator(m_notifications.begin()),
-                                    std::make_move_iterator(busy));
+    std::vector<Notification> taken(std::make_move_iterator(m_notifications.begin()), std::make_move_iterator(busy));
     m_notifications.erase(m_notifications.begin(), busy);
     return taken;
 }

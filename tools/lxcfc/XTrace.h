@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the component says of its work in the trace categories of the logbook: notifications with what each
-// made stale, and calls to the server. One at a time; it takes the place of the logbook's sink.
+// What the component says of its work in the trace categories of the logbook: notifications with what each made
+// stale, and calls to the server. One at a time; it takes the place of the logbook's sink.
 //
 // Threading  The sink is called on any thread. m_mutex guards everything but the thread's own count.
 #ifndef XTRACE_H

@@ -17,8 +17,8 @@ struct Comparison
     std::map<std::string, std::size_t> onPurpose; ///< what differs as documented, by kind
 };
 
-/// Compares answers. After edits three things differ on purpose: types and attribute types that were removed
-/// stay in the cache, as clients may hold them, and browser ids are read once.
+/// Compares answers. After edits three things differ on purpose: types and attribute types that were removed stay in
+/// the cache, as clients may hold them, and browser ids are read once.
 class Comparer
 {
 public:
@@ -106,15 +106,13 @@ private:
     static XJson OnlyIn(const std::vector<XJson>& these, const std::vector<XJson>& others)
     {
         XJson only = XJson::array();
-        std::set_difference(these.begin(), these.end(), others.begin(), others.end(),
-                            std::back_inserter(only));
+        std::set_difference(these.begin(), these.end(), others.begin(), others.end(), std::back_inserter(only));
         return only.size() == 1 ? only.front() : only;
     }
 
     void Differ(const std::string& path, XJson cached, XJson direct)
     {
-        m_into.differences.push_back(
-            {{"path", path}, {"cache", std::move(cached)}, {"server", std::move(direct)}});
+        m_into.differences.push_back({{"path", path}, {"cache", std::move(cached)}, {"server", std::move(direct)}});
     }
 
     Comparison& m_into;
@@ -183,9 +181,8 @@ public:
             ->check(CLI::Range(0, 1000000));
         app.add_option("--seed", m_seed, "Where the edits begin; the same seed makes the same edits")
             ->capture_default_str();
-        app.add_flag(
-            "--unnotified", m_unnotified,
-            "Do not notify the edits: the cache must then differ, which shows that the check can fail");
+        app.add_flag("--unnotified", m_unnotified,
+                     "Do not notify the edits: the cache must then differ, which shows that the check can fail");
     }
     int Run(XRun& run) const
     {

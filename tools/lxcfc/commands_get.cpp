@@ -40,8 +40,7 @@ int NumberOf(const std::string& text)
 {
     int number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    LXExpectThat(error == std::errc() && end == text.data() + text.size(),
-                 "\"" + text + "\" is not a number");
+    LXExpectThat(error == std::errc() && end == text.data() + text.size(), "\"" + text + "\" is not a number");
     return number;
 }
 
@@ -61,22 +60,20 @@ XLXComPtr<Interface> Asked(const char* what, Ask&& ask)
 template <class Element>
 XLXComPtr<Element> Among(const std::vector<XLXComPtr<Element>>& elements, int member, const std::string& text)
 {
-    const auto found = std::find_if(elements.begin(), elements.end(),
-                                    [&](const auto& e) { return LXTextOf(*e, member) == text; });
+    const auto found =
+        std::find_if(elements.begin(), elements.end(), [&](const auto& e) { return LXTextOf(*e, member) == text; });
     return found != elements.end() ? *found : nullptr;
 }
 
 XLXComPtr<ILXAttribute> Attribute(XCfcSession& session, const Names& at)
 {
-    return Asked<ILXAttribute>("GetAttribute", [&](auto** out) {
-        return session.Type(at[0])->GetAttribute(LXBstr(at[1]).Get(), out);
-    });
+    return Asked<ILXAttribute>("GetAttribute",
+                               [&](auto** out) { return session.Type(at[0])->GetAttribute(LXBstr(at[1]).Get(), out); });
 }
 
 XLXComPtr<ILXGroup> Group(XCfcSession& session, const Names& at)
 {
-    return Asked<ILXGroup>("GetGroup",
-                           [&](auto** out) { return session.Type(at[0])->GetGroup(NumberOf(at[1]), out); });
+    return Asked<ILXGroup>("GetGroup", [&](auto** out) { return session.Type(at[0])->GetGroup(NumberOf(at[1]), out); });
 }
 
 XLXComPtr<ILXParentChild> Relation(XCfcSession& session, const Names& at)
@@ -99,8 +96,7 @@ XLXComPtr<ILXGlobalAttributeFormatSpec> Spec(XCfcSession& session, const Names& 
 template <class Interface, class Owner, class Ask>
 Object Of(const char* what, const Owner& owner, Ask&& ask)
 {
-    return owner ? Object(Asked<Interface>(what, [&](auto** out) { return ask(*owner, out); }).Get())
-                 : nullptr;
+    return owner ? Object(Asked<Interface>(what, [&](auto** out) { return ask(*owner, out); }).Get()) : nullptr;
 }
 
 struct Kind
@@ -114,20 +110,18 @@ struct Kind
 std::vector<Kind> KindsOfTypes()
 {
     return {
-        {"type", "TYPE", XElementKind::Type,
-         [](auto& session, auto& at) { return Object(session.Type(at[0]).Get()); }},
+        {"type", "TYPE", XElementKind::Type, [](auto& session, auto& at) { return Object(session.Type(at[0]).Get()); }},
         {"attribute", "TYPE/ATTRIBUTE", XElementKind::Attribute,
          [](auto& session, auto& at) { return Object(Attribute(session, at).Get()); }},
         {"attributetype", "TYPE/ATTRIBUTE/NAME", XElementKind::AttributeType,
          [](auto& session, auto& at) -> Object {
              const auto attribute = Attribute(session, at);
-             return !attribute
-                        ? nullptr
-                        : Object(Among(LXList<ILXAttributeType, ILXAttributeTypeEnum>(
-                                           "GetAttributeTypeEnum",
-                                           [&](auto** out) { return attribute->GetAttributeTypeEnum(out); }),
-                                       XProperty::AttributeTypeName, at[2])
-                                     .Get());
+             return !attribute ? nullptr
+                               : Object(Among(LXList<ILXAttributeType, ILXAttributeTypeEnum>(
+                                                  "GetAttributeTypeEnum",
+                                                  [&](auto** out) { return attribute->GetAttributeTypeEnum(out); }),
+                                              XProperty::AttributeTypeName, at[2])
+                                            .Get());
          }},
         {"format", "TYPE/ATTRIBUTE/FORMATTYPE", XElementKind::Format,
          [](auto& session, auto& at) {
@@ -148,10 +142,9 @@ std::vector<Kind> KindsOfTypes()
                                 [&](auto& type, auto** out) { return type.GetPage(NumberOf(at[1]), out); });
          }},
         {"editor", "TYPE/PROGID", XElementKind::Editor, [](auto& session, auto& at) {
-             return Of<ILXConfObjEditor>(
-                 "GetConfObjEditor", session.Type(at[0]), [&](auto& type, auto** out) {
-                     return type.GetConfObjEditor(LXBstr(at[1]).Get(), nullptr, nullptr, out);
-                 });
+             return Of<ILXConfObjEditor>("GetConfObjEditor", session.Type(at[0]), [&](auto& type, auto** out) {
+                 return type.GetConfObjEditor(LXBstr(at[1]).Get(), nullptr, nullptr, out);
+             });
          }}};
 }
 
@@ -167,18 +160,17 @@ std::vector<Kind> KindsOfOthers()
              }},
             {"browser", "BROWSER", XElementKind::BrowserId,
              [](auto& session, auto& at) {
-                 return Object(Among(LXList<ILXBrowserId, ILXBrowserIdEnum>(
-                                         "GetBrowserIdEnum",
-                                         [&](auto** out) { return session.Cached().GetBrowserIdEnum(out); }),
-                                     XProperty::BrowserIdName, at[0])
-                                   .Get());
+                 return Object(
+                     Among(LXList<ILXBrowserId, ILXBrowserIdEnum>(
+                               "GetBrowserIdEnum", [&](auto** out) { return session.Cached().GetBrowserIdEnum(out); }),
+                           XProperty::BrowserIdName, at[0])
+                         .Get());
              }},
             {"spec", "SPEC", XElementKind::GlobalSpec,
              [](auto& session, auto& at) { return Object(Spec(session, at).Get()); }},
             {"specformat", "SPEC/FORMATTYPE", XElementKind::Format, [](auto& session, auto& at) {
-                 return Of<ILXFormat>("GetFormat", Spec(session, at), [&](auto& spec, auto** out) {
-                     return spec.GetFormat(NumberOf(at[1]), out);
-                 });
+                 return Of<ILXFormat>("GetFormat", Spec(session, at),
+                                      [&](auto& spec, auto** out) { return spec.GetFormat(NumberOf(at[1]), out); });
              }}};
 }
 
@@ -218,8 +210,7 @@ public:
             std::find_if(Kinds().begin(), Kinds().end(), [this](const Kind& k) { return k.name == m_kind; });
         const Names parts = PartsOf(m_name);
         const auto wanted = PartsOf(kind->parts).size();
-        LXExpectThat(parts.size() == wanted,
-                     "NAME is " + std::string(kind->parts) + " for the kind " + m_kind);
+        LXExpectThat(parts.size() == wanted, "NAME is " + std::string(kind->parts) + " for the kind " + m_kind);
         const Object object = kind->find(run.Session(), parts);
         LXExpectThat(static_cast<bool>(object), "there is no " + m_kind + " \"" + m_name + "\"");
         XJson answer = {{"kind", m_kind}, {"name", m_name}};

@@ -10,8 +10,8 @@
 
 namespace
 {
-/// The nodes are types. An edge of a tree goes from a base to what derives from it, one of relations from a
-/// parent to a child.
+/// The nodes are types. An edge of a tree goes from a base to what derives from it, one of relations from a parent to
+/// a child.
 struct Graph
 {
     std::string title;
@@ -42,13 +42,10 @@ Graph TypeGraph(const XTypeNodes& types)
 Graph RelationGraph(ILXConfigFactory& factory, const XTypeNodes& types)
 {
     Graph graph{"Relations", {}, {}};
-    for (const auto& relation :
-         LXList<ILXParentChild, ILXParentChildEnum>("GetParentChildEnum", [&](auto** out) {
-             return factory.GetParentChildEnum(nullptr, nullptr, out);
-         }))
+    for (const auto& relation : LXList<ILXParentChild, ILXParentChildEnum>(
+             "GetParentChildEnum", [&](auto** out) { return factory.GetParentChildEnum(nullptr, nullptr, out); }))
     {
-        Graph::Edge edge{LXTextOf(*relation, XProperty::ParentName),
-                         LXTextOf(*relation, XProperty::ChildName),
+        Graph::Edge edge{LXTextOf(*relation, XProperty::ParentName), LXTextOf(*relation, XProperty::ChildName),
                          LXTextOf(*relation, XProperty::ChildList)};
         for (const std::string* const end : {&edge.from, &edge.to})
         {
@@ -136,14 +133,13 @@ std::string Dot(const Graph& graph)
     return dot + "}\n";
 }
 
-/// The page with the graph in it as JSON. There every "<" is written as an escape, so that no text can end
-/// the script element that holds it.
+/// The page with the graph in it as JSON. There every "<" is written as an escape, so that no text can end the script
+/// element that holds it.
 std::string Page(const Graph& graph)
 {
     const std::string data =
         Replaced(Document(graph).dump(-1, ' ', false, XJson::error_handler_t::replace), "<", "\\u003c");
-    const std::string title =
-        Replaced(Replaced(Replaced(graph.title, "&", "&amp;"), "<", "&lt;"), ">", "&gt;");
+    const std::string title = Replaced(Replaced(Replaced(graph.title, "&", "&amp;"), "<", "&lt;"), ">", "&gt;");
     std::string page(GraphPageText);
     for (const auto& [mark, text] : {std::pair("@TITLE@", &title), std::pair("@DATA@", &data)})
     {
@@ -159,9 +155,7 @@ class GraphCommand
 public:
     void Declare(CLI::App& app)
     {
-        app.add_option("WHAT", m_what, "types or relations")
-            ->required()
-            ->check(CLI::IsMember({"types", "relations"}));
+        app.add_option("WHAT", m_what, "types or relations")->required()->check(CLI::IsMember({"types", "relations"}));
         app.add_option("--root", m_root, "Only this type and what is below it");
         app.add_flag("--html", m_html, "One page for a browser instead of a graph for Graphviz");
         app.add_option("--output", m_file, "The file to write; standard output by default");

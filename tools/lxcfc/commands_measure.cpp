@@ -84,8 +84,8 @@ std::vector<std::string> Mix(ILXConfigFactory& factory, const std::vector<std::s
         XLXComPtr<ILXType> type;
         LXExpect(factory.GetType(LXBstr(name).Get(), nullptr, type.Put()), "GetType");
         read(*type, {XProperty::TypeName, XProperty::TypeLabel, XProperty::TypeIcon});
-        for (const auto& group : LXList<ILXGroup, ILXGroupEnum>(
-                 "GetGroupEnum", [&](auto** out) { return type->GetGroupEnum(out); }))
+        for (const auto& group :
+             LXList<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type->GetGroupEnum(out); }))
         {
             read(*group, {XProperty::GroupNumber, XProperty::GroupLabel});
         }

@@ -18,12 +18,12 @@ const std::map<std::string, LONG>& Filters()
 XJson RelationRow(ILXParentChild& relation)
 {
     XJson row = LXSomeOf(XElementKind::Relation, relation,
-                         {XProperty::ParentName, XProperty::ChildName, XProperty::ChildList,
-                          XProperty::NameShort, XProperty::PPRRelationType, XProperty::SystemInternal});
+                         {XProperty::ParentName, XProperty::ChildName, XProperty::ChildList, XProperty::NameShort,
+                          XProperty::PPRRelationType, XProperty::SystemInternal});
     XJson& browsers = row["browsers"] = XJson::array();
     XJson& isNew = row["new"] = XJson::array();
-    for (const auto& info : LXList<ILXPCInfo, ILXPCInfoEnum>(
-             "GetPCInfoEnum", [&](auto** out) { return relation.GetPCInfoEnum(out); }))
+    for (const auto& info :
+         LXList<ILXPCInfo, ILXPCInfoEnum>("GetPCInfoEnum", [&](auto** out) { return relation.GetPCInfoEnum(out); }))
     {
         const std::string browser = LXTextOf(*info, XProperty::PCInfoBrowser);
         (LXNumberOf(*info, XProperty::PCInfoNew) != 0 ? isNew : browsers).push_back(browser);
@@ -44,8 +44,7 @@ public:
         app.add_option("PARENT", m_parent, "The parent's type")->required();
         app.add_option("CHILD", m_child, "Only those to this type");
         app.add_option("--browser", m_browser, "Only those that this browser shows");
-        app.add_option("--filter", m_filters, "Any of: " + LXJoined(names, ", "))
-            ->check(CLI::IsMember(names));
+        app.add_option("--filter", m_filters, "Any of: " + LXJoined(names, ", "))->check(CLI::IsMember(names));
         app.add_flag("--inherited", m_inherited, "Those of the base types too");
     }
     int Run(XRun& run) const
@@ -57,12 +56,10 @@ public:
         {
             filter |= Filters().at(name);
         }
-        const auto list =
-            m_inherited ? &ILXConfigFactoryCache::GetPCEnumAll : &ILXConfigFactoryCache::GetPCEnum2;
+        const auto list = m_inherited ? &ILXConfigFactoryCache::GetPCEnumAll : &ILXConfigFactoryCache::GetPCEnum2;
         XJson rows = XJson::array();
         for (const auto& relation : LXList<ILXParentChild, ILXParentChildEnum>("GetPCEnum", [&](auto** out) {
-                 return (session.Cache().*list)(nullptr, LXBstr(m_parent).Get(), LXBstr(m_browser).Get(),
-                                                filter, out);
+                 return (session.Cache().*list)(nullptr, LXBstr(m_parent).Get(), LXBstr(m_browser).Get(), filter, out);
              }))
         {
             if (m_child.empty() || LXTextOf(*relation, XProperty::ChildName) == m_child)
@@ -90,10 +87,9 @@ public:
     int Run(XRun& run) const
     {
         ILXConfigFactory& factory = run.Session().Cached();
-        return run.Answer(
-            {{"browsers", LXRows<ILXBrowserId, ILXBrowserIdEnum>(
-                              "GetBrowserIdEnum", XElementKind::BrowserId, {XProperty::BrowserIdName, 1},
-                              [&](auto** out) { return factory.GetBrowserIdEnum(out); })}});
+        return run.Answer({{"browsers", LXRows<ILXBrowserId, ILXBrowserIdEnum>(
+                                            "GetBrowserIdEnum", XElementKind::BrowserId, {XProperty::BrowserIdName, 1},
+                                            [&](auto** out) { return factory.GetBrowserIdEnum(out); })}});
     }
 };
 
@@ -129,8 +125,8 @@ private:
         for (const auto& [formatType, format] : LXFormatsOf(owner))
         {
             XJson row = {{kind, name}};
-            row.update(LXSomeOf(XElementKind::Format, *format,
-                                {XProperty::DataType, XProperty::Label, XProperty::Length}));
+            row.update(
+                LXSomeOf(XElementKind::Format, *format, {XProperty::DataType, XProperty::Label, XProperty::Length}));
             rows.push_back(std::move(row));
         }
     }

@@ -26,10 +26,7 @@ XJson TreeNode(const XTypeNodes& types, const XTypeNode& type)
 class TypesCommand
 {
 public:
-    void Declare(CLI::App& app)
-    {
-        app.add_option("--root", m_root, "Only this type and what derives from it");
-    }
+    void Declare(CLI::App& app) { app.add_option("--root", m_root, "Only this type and what derives from it"); }
     int Run(XRun& run) const
     {
         const XTypeNodes types = LXTypeNodes(run.Session().Cached());
@@ -131,8 +128,7 @@ public:
             names.push_back(name);
         }
         app.add_option("NAME", m_name, "The type")->required();
-        app.add_option("--display", m_display, "Those shown in: " + LXJoined(names, ", "))
-            ->check(CLI::IsMember(names));
+        app.add_option("--display", m_display, "Those shown in: " + LXJoined(names, ", "))->check(CLI::IsMember(names));
         app.add_option("--group", m_group, "Those of this group");
     }
     int Run(XRun& run) const
@@ -142,12 +138,11 @@ public:
                                           [this](const auto& entry) { return entry.first == m_display; });
         XJson rows = XJson::array();
         for (const auto& attribute :
-             m_group ? LXList<ILXAttribute, ILXAttributeEnum>("GetDisplayGroupAttributeEnum",
-                                                              [&](auto** out) {
-                                                                  return type->GetDisplayGroupAttributeEnum(
-                                                                      display->second, *m_group, out);
-                                                              })
-                     : LXAttributesOf(*type, display->second))
+             m_group
+                 ? LXList<ILXAttribute, ILXAttributeEnum>(
+                       "GetDisplayGroupAttributeEnum",
+                       [&](auto** out) { return type->GetDisplayGroupAttributeEnum(display->second, *m_group, out); })
+                 : LXAttributesOf(*type, display->second))
         {
             rows.push_back(AttributeRow(*attribute));
         }
@@ -172,8 +167,7 @@ public:
         session.Type(m_name);
         const XTypeNodes types = LXTypeNodes(session.Cached());
         const std::vector<std::string> derived = LXDerivedOf(session.Cache(), m_name);
-        XJson answer = {
-            {"type", m_name}, {"bases", LXBasesOf(types, m_name)}, {"derivedTypes", derived.size()}};
+        XJson answer = {{"type", m_name}, {"bases", LXBasesOf(types, m_name)}, {"derivedTypes", derived.size()}};
         XJson tree = XJson::array();
         if (const auto root = types.find(m_name); root != types.end())
         {

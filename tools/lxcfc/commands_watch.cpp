@@ -17,20 +17,17 @@ class WatchCommand
 public:
     void Declare(CLI::App& app)
     {
-        app.add_option(
-            "--edit", m_edits,
-            "Make an edit, as JSON: {\"edit\":\"SetAttributeProperty\",\"type\":\"Pump\",...}; may "
-            "be repeated, and - reads them from standard input, one a line");
+        app.add_option("--edit", m_edits,
+                       "Make an edit, as JSON: {\"edit\":\"SetAttributeProperty\",\"type\":\"Pump\",...}; may "
+                       "be repeated, and - reads them from standard input, one a line");
         app.add_option("--random", m_random, "Make that many random edits");
         app.add_option("--seed", m_seed, "Where the random edits begin")->capture_default_str();
-        app.add_option("--seconds", m_seconds,
-                       "Watch for that long after the edits; with no edits until interrupted");
+        app.add_option("--seconds", m_seconds, "Watch for that long after the edits; with no edits until interrupted");
     }
     int Run(XRun& run)
     {
         XCfcSession& session = run.Session();
-        XSurvey(session.Cached(), session.Cache())
-            .AskEverything("Filling"); // there is something that can become stale
+        XSurvey(session.Cached(), session.Cache()).AskEverything("Filling"); // there is something that can become stale
         XTrace trace((1u << LX_LOG_UPDATE) | (1u << LX_LOG_INVALIDATE));
         for (const std::string& edit : m_edits)
         {
@@ -69,8 +66,8 @@ private:
     void Wait(XRun& run, XCfcSession& session, XTrace& trace, bool endless)
     {
         std::signal(SIGINT, [](int) { g_interrupted = 1; });
-        const auto end = std::chrono::steady_clock::now() +
-                         std::chrono::milliseconds(static_cast<long long>(m_seconds * 1000));
+        const auto end =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(static_cast<long long>(m_seconds * 1000));
         while (g_interrupted == 0 && (endless || std::chrono::steady_clock::now() < end))
         {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -84,9 +81,8 @@ private:
         const std::chrono::milliseconds quiet(session.Server().IsLocal() ? 0 : 100);
         for (const XTrace::Notification& notification : trace.Take(quiet))
         {
-            run.Printer().PrintNext({{"notification", notification.dataId},
-                                     {"mode", notification.mode},
-                                     {"stale", notification.stale}});
+            run.Printer().PrintNext(
+                {{"notification", notification.dataId}, {"mode", notification.mode}, {"stale", notification.stale}});
         }
     }
 

@@ -63,9 +63,8 @@ int Fail(std::string text)
 int main(int argc, char** argv)
 {
     XCommonOptions options;
-    CLI::App app(
-        "Shows, compares and measures the configuration of a server, directly and through the cache.",
-        "lxcfc");
+    CLI::App app("Shows, compares and measures the configuration of a server, directly and through the cache.",
+                 "lxcfc");
     app.require_subcommand(0, 1);
     app.fallthrough();
     DeclareCommon(app, options);

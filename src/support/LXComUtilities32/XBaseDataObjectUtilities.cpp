@@ -7,8 +7,8 @@ constexpr ULONG Batch = 100;
 constexpr std::size_t MostObjects = 1000000;
 } // namespace
 
-HRESULT XBaseDataObjectUtilities::GetChildrenVector(ILX_BaseDataObject& object, BSTR childList,
-                                                    Objects& children, BeforeCall beforeCall)
+HRESULT XBaseDataObjectUtilities::GetChildrenVector(ILX_BaseDataObject& object, BSTR childList, Objects& children,
+                                                    BeforeCall beforeCall)
 {
     XLXComPtr<IEnumBaseDataObject> found;
     beforeCall("ILX_BaseDataObject::GetChildren");

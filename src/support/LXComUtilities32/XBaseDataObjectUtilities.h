@@ -13,8 +13,8 @@ public:
     /// Told each method that is about to be called.
     using BeforeCall = void (*)(const char* method) noexcept;
 
-    /// Lists the children of a data object in one child list. A failure is returned, with what came before it
-    /// listed; an enumeration that makes no end is E_FAIL.
+    /// Lists the children of a data object in one child list. A failure is returned, with what came before it listed;
+    /// an enumeration that makes no end is E_FAIL.
     static HRESULT GetChildrenVector(ILX_BaseDataObject& object, BSTR childList, Objects& children,
                                      BeforeCall beforeCall);
 

@@ -26,8 +26,7 @@ XLXText LXFormatText(XLXTextView pattern, std::initializer_list<XLXTextView> arg
     for (std::size_t at = 0; at < pattern.size(); ++at)
     {
         const bool placeholder = pattern[at] == '%' && at + 1 < pattern.size() &&
-                                 (pattern[at + 1] == 's' || pattern[at + 1] == 'd') &&
-                                 argument != arguments.end();
+                                 (pattern[at + 1] == 's' || pattern[at + 1] == 'd') && argument != arguments.end();
         if (placeholder)
         {
             text.append(*argument++);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Small letters by Unicode's table of simple mappings. Neither the locale nor the platform has a say, so that
-// both platforms, and all processes, take the same texts for the same.
+// Small letters by Unicode's table of simple mappings. Neither the locale nor the platform has a say, so that both
+// platforms, and all processes, take the same texts for the same.
 #include "XLXComBSTR.h"
 
 #include <algorithm>
@@ -23,9 +23,7 @@ constexpr LowerRange Ranges[] = {
 };
 
 static_assert(std::is_sorted(std::begin(Ranges), std::end(Ranges),
-                             [](const LowerRange& left, const LowerRange& right) {
-                                 return left.last < right.first;
-                             }));
+                             [](const LowerRange& left, const LowerRange& right) { return left.last < right.first; }));
 
 constexpr char32_t FirstHigh = 0xD800;
 constexpr char32_t FirstLow = 0xDC00;
@@ -47,13 +45,11 @@ char32_t Lower(char32_t character) noexcept
     {
         return character >= 'A' && character <= 'Z' ? character - 'A' + 'a' : character;
     }
-    const auto range =
-        std::lower_bound(std::begin(Ranges), std::end(Ranges), character,
-                         [](const LowerRange& left, char32_t right) { return left.last < right; });
-    const bool capital = range != std::end(Ranges) && character >= range->first &&
-                         (character - range->first) % range->step == 0;
-    return capital ? static_cast<char32_t>(static_cast<std::int32_t>(character) + range->distance)
-                   : character;
+    const auto range = std::lower_bound(std::begin(Ranges), std::end(Ranges), character,
+                                        [](const LowerRange& left, char32_t right) { return left.last < right; });
+    const bool capital =
+        range != std::end(Ranges) && character >= range->first && (character - range->first) % range->step == 0;
+    return capital ? static_cast<char32_t>(static_cast<std::int32_t>(character) + range->distance) : character;
 }
 } // namespace
 

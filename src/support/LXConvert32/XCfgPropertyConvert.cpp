@@ -25,8 +25,8 @@ constexpr PropertyName PropertyNames[] = {
 int XCfgPropertyConvert::Convert(EConfigElementKind kind, BSTR name) noexcept
 {
     const XLXTextView wanted = LXBstrView(name);
-    const auto found =
-        std::find_if(std::begin(PropertyNames), std::end(PropertyNames),
-                     [&](const PropertyName& entry) { return entry.kind == kind && entry.name == wanted; });
+    const auto found = std::find_if(std::begin(PropertyNames), std::end(PropertyNames), [&](const PropertyName& entry) {
+        return entry.kind == kind && entry.name == wanted;
+    });
     return found != std::end(PropertyNames) ? found->index : -1;
 }

@@ -20,8 +20,7 @@ public:
     XLXComBSTR() noexcept = default;
     /// Copies a text; raises E_OUTOFMEMORY.
     explicit XLXComBSTR(XLXTextView text) : m_text(Allocate(text)) {}
-    XLXComBSTR(const XLXComBSTR& other) : m_text(other.m_text != nullptr ? Allocate(other.View()) : nullptr)
-    {}
+    XLXComBSTR(const XLXComBSTR& other) : m_text(other.m_text != nullptr ? Allocate(other.View()) : nullptr) {}
     XLXComBSTR(XLXComBSTR&& other) noexcept : m_text(std::exchange(other.m_text, nullptr)) {}
     ~XLXComBSTR() { SysFreeString(m_text); }
     XLXComBSTR& operator=(XLXComBSTR other) noexcept
@@ -48,8 +47,8 @@ private:
     BSTR m_text = nullptr;
 };
 
-/// The text with the capital letters of every script made small, one character for one (Unicode's simple
-/// mappings). Halves of surrogate pairs stay.
+/// The text with the capital letters of every script made small, one character for one (Unicode's simple mappings).
+/// Halves of surrogate pairs stay.
 XLXText LXLowerCase(XLXTextView text);
 
 /// The text with each "%s" and "%d" of a pattern replaced in order by the given texts.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// XLXComPtr<T> owns one reference to a COM object. A member is overwritten before its old object is
-// released, since Release may call back. Not for sharing between threads.
+// XLXComPtr<T> owns one reference to a COM object. A member is overwritten before its old object is released, since
+// Release may call back. Not for sharing between threads.
 #ifndef XLXCOMPTR_H
 #define XLXCOMPTR_H
 
@@ -113,8 +113,7 @@ private:
     T* m_object = nullptr;
 };
 
-/// Asks an object for an interface. A failing query leaves nothing to release, whatever it left in the
-/// pointer.
+/// Asks an object for an interface. A failing query leaves nothing to release, whatever it left in the pointer.
 template <class T, class U>
 HRESULT LXQuery(U& object, XLXComPtr<T>& result) noexcept
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// XLXComVariant owns a VARIANT and has its layout, so that a vector of them is an array of VARIANTs.
-// Copies are spelt out, since one allocates; moves never fail.
+// XLXComVariant owns a VARIANT and has its layout, so that a vector of them is an array of VARIANTs. Copies are spelt
+// out, since one allocates; moves never fail.
 #ifndef XLXCOMVARIANT_H
 #define XLXCOMVARIANT_H
 
@@ -12,19 +12,17 @@
 #include <optional>
 #include <vector>
 
-/// Whether a value of that type is its bits and nothing else: it is copied by assignment, and needs no
-/// clearing.
+/// Whether a value of that type is its bits and nothing else: it is copied by assignment, and needs no clearing.
 constexpr bool LXIsScalar(VARTYPE type) noexcept
 {
     constexpr auto bit = [](int scalar) { return std::uint32_t{1} << scalar; };
-    constexpr std::uint32_t scalars = bit(VT_EMPTY) | bit(VT_NULL) | bit(VT_I2) | bit(VT_I4) | bit(VT_R4) |
-                                      bit(VT_R8) | bit(VT_BOOL) | bit(VT_I1) | bit(VT_UI1) | bit(VT_UI2) |
-                                      bit(VT_UI4) | bit(VT_I8) | bit(VT_UI8) | bit(VT_INT) | bit(VT_UINT);
+    constexpr std::uint32_t scalars = bit(VT_EMPTY) | bit(VT_NULL) | bit(VT_I2) | bit(VT_I4) | bit(VT_R4) | bit(VT_R8) |
+                                      bit(VT_BOOL) | bit(VT_I1) | bit(VT_UI1) | bit(VT_UI2) | bit(VT_UI4) | bit(VT_I8) |
+                                      bit(VT_UI8) | bit(VT_INT) | bit(VT_UINT);
     return type < 32 && ((scalars >> type) & 1) != 0;
 }
 
-/// Empties a VARIANT, with no call where it owns nothing. The platform's answer for one that it does not
-/// know.
+/// Empties a VARIANT, with no call where it owns nothing. The platform's answer for one that it does not know.
 inline HRESULT LXClear(VARIANT& value) noexcept
 {
     if (!LXIsScalar(V_VT(&value)))
@@ -39,10 +37,7 @@ class XLXComVariant
 {
 public:
     XLXComVariant() noexcept : m_value() {}
-    XLXComVariant(XLXComVariant&& other) noexcept : m_value(other.m_value)
-    {
-        V_VT(&other.m_value) = VT_EMPTY;
-    }
+    XLXComVariant(XLXComVariant&& other) noexcept : m_value(other.m_value) { V_VT(&other.m_value) = VT_EMPTY; }
     ~XLXComVariant() { LXClear(m_value); }
     XLXComVariant& operator=(XLXComVariant&& other) noexcept
     {
@@ -60,8 +55,8 @@ public:
     /// Adds a reference to the object.
     static XLXComVariant FromUnknown(IUnknown* object) noexcept;
 
-    /// A copy of a VARIANT, of what it refers to when it is a reference; raises the platform's code when it
-    /// cannot be made.
+    /// A copy of a VARIANT, of what it refers to when it is a reference; raises the platform's code when it cannot be
+    /// made.
     static XLXComVariant CopyOf(const VARIANT& value);
     XLXComVariant Copy() const { return CopyOf(m_value); }
     /// Takes over what the VARIANT owns and leaves it VT_EMPTY.
@@ -83,8 +78,8 @@ public:
         V_VT(&m_value) = VT_EMPTY;
     }
 
-    /// The value converted as the platform converts it; nothing when it cannot be. An empty value converts
-    /// to 0, false and "".
+    /// The value converted as the platform converts it; nothing when it cannot be. An empty value converts to 0,
+    /// false and "".
     std::optional<LONG> AsLong() const;
     std::optional<bool> AsBool() const;
     std::optional<XLXText> AsText() const;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// XVariantRow owns the values of one object: variants in a row, in a block that may hold the rows of other
-// objects too. So the values of a list of objects stay where the list was read, with no copy for each object.
+// XVariantRow owns the values of one object: variants in a row, in a block that may hold the rows of other objects
+// too. So the values of a list of objects stay where the list was read, with no copy for each object.
 //
 // Ownership  A row owns its variants, and what they own goes with it. The block goes with its last row.
 // Threading  One thread at a time for a row; rows of one block may belong to different threads.

@@ -19,9 +19,9 @@
 #define LX_CPU_RELAX() __builtin_ia32_pause()
 #define LX_PREFETCH(address) __builtin_prefetch(address)
 #else
-// A thread-local variable at a fixed distance from the thread's pointer: no call finds it. A module that is
-// loaded late gets room for all its thread-local variables in the little that the loader keeps for that, so
-// they must be few.
+// A thread-local variable at a fixed distance from the thread's pointer: no call finds it. A module that is loaded
+// late gets room for all its thread-local variables in the little that the loader keeps for that, so they must be
+// few.
 #define LX_FAST_THREAD_LOCAL __attribute__((tls_model("initial-exec")))
 #define LX_EXPORT __attribute__((visibility("default")))
 #define LX_IMPORT LX_EXPORT

@@ -38,8 +38,7 @@ struct Logbook
     std::atomic<LONG> wanted{static_cast<LONG>(DefaultCategories)};
 };
 
-/// It is never destroyed, since a thread may still write while the process ends; at the end it only drops its
-/// sink.
+/// It is never destroyed, since a thread may still write while the process ends; at the end it only drops its sink.
 union ImmortalLogbook
 {
     Logbook logbook;
@@ -80,8 +79,8 @@ std::string FunctionText(const LXErrorLocation& at)
 void DefaultSink(const LXLogEntry& entry)
 {
     const std::string line = std::string(entry.pszCategory) + ": " + Narrow(entry.pszTitle) +
-                             (entry.pszTitle != nullptr && *entry.pszTitle != 0 ? ": " : "") +
-                             Narrow(entry.pszText) + " [" + FunctionText(entry.location) + "]\n";
+                             (entry.pszTitle != nullptr && *entry.pszTitle != 0 ? ": " : "") + Narrow(entry.pszText) +
+                             " [" + FunctionText(entry.location) + "]\n";
 #ifdef _WIN32
     OutputDebugStringA(line.c_str());
 #else
@@ -96,8 +95,7 @@ void DefaultSink(const LXLogEntry& entry)
 ULONGLONG Now()
 {
     using namespace std::chrono;
-    return static_cast<ULONGLONG>(
-        duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count());
+    return static_cast<ULONGLONG>(duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count());
 }
 
 HRESULT PublishErrorInfo(const OLECHAR* message, const LXErrorLocation& at)
@@ -108,8 +106,8 @@ HRESULT PublishErrorInfo(const OLECHAR* message, const LXErrorLocation& at)
     {
         return result;
     }
-    const std::string narrow = FunctionText(at) + " (" + (at.source != nullptr ? at.source : "") + ", line " +
-                               std::to_string(at.line) + ")";
+    const std::string narrow =
+        FunctionText(at) + " (" + (at.source != nullptr ? at.source : "") + ", line " + std::to_string(at.line) + ")";
     Text source(narrow.begin(), narrow.end());
     Text description(message != nullptr ? message : OLESTR(""));
     creator->SetSource(source.data());
@@ -132,8 +130,7 @@ void STDMETHODCALLTYPE LXErrorSetLogSink(LXLogSink pSink, void* pContext, ULONG 
 try
 {
     Logbook& logbook = TheLogbook();
-    auto next =
-        pSink != nullptr ? std::make_shared<const Sink>(Sink{pSink, pContext, ulCategories}) : nullptr;
+    auto next = pSink != nullptr ? std::make_shared<const Sink>(Sink{pSink, pContext, ulCategories}) : nullptr;
     std::weak_ptr<const Sink> previous;
     {
         const std::lock_guard<std::mutex> lock(logbook.mutex);
@@ -194,8 +191,7 @@ const LONG* STDMETHODCALLTYPE LXErrorWantedCategories(void)
     return reinterpret_cast<const LONG*>(&TheLogbook().wanted);
 }
 
-HRESULT STDMETHODCALLTYPE LXErrorSetInfo(HRESULT hrCode, const OLECHAR* pszMessage,
-                                         const LXErrorLocation* pLocation)
+HRESULT STDMETHODCALLTYPE LXErrorSetInfo(HRESULT hrCode, const OLECHAR* pszMessage, const LXErrorLocation* pLocation)
 try
 {
     PublishErrorInfo(pszMessage, *pLocation);

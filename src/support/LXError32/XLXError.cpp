@@ -158,8 +158,7 @@ bool TraceEnabled(LXLogCategory category) noexcept
     return (std::atomic_ref<LONG>(*wanted).load(std::memory_order_relaxed) & (LONG{1} << category)) != 0;
 }
 
-void WriteTrace(LXLogCategory category, XLXTextView title, XLXTextView text,
-                const LXErrorLocation& at) noexcept
+void WriteTrace(LXLogCategory category, XLXTextView title, XLXTextView text, const LXErrorLocation& at) noexcept
 {
     if (!TraceEnabled(category))
     {

@@ -2,9 +2,9 @@
 //
 // The C++ side of LXError32, compiled into every module that uses it: exceptions never leave a module.
 //
-// Inside the component a failure is an XLXException. At every interface boundary XLXError::Guarded turns
-// whatever is in flight into an HRESULT and the thread's error information; no method has catch blocks of
-// its own. A call that succeeds, or that refuses with a bare code, leaves the error information alone.
+// Inside the component a failure is an XLXException. At every interface boundary XLXError::Guarded turns whatever is
+// in flight into an HRESULT and the thread's error information; no method has catch blocks of its own. A call that
+// succeeds, or that refuses with a bare code, leaves the error information alone.
 #ifndef XLXERROR_H
 #define XLXERROR_H
 
@@ -20,8 +20,7 @@ using XLXText = std::basic_string<OLECHAR>;
 using XLXTextView = std::basic_string_view<OLECHAR>;
 
 /// A location whose line is that of the call, unless one is given.
-constexpr LXErrorLocation LXHere(const char* source, const char* scope, const char* method,
-                                 int line = LX_CURRENT_LINE)
+constexpr LXErrorLocation LXHere(const char* source, const char* scope, const char* method, int line = LX_CURRENT_LINE)
 {
     return {source, scope, method, line};
 }
@@ -57,7 +56,7 @@ constexpr LONG SeveritySystem = 8;
 [[noreturn]] void Raise(HRESULT code, XLXTextView message, const LXErrorLocation& at);
 
 /// Raises the result when it is a failure. The message may be empty.
-inline void RaiseIfFailed(HRESULT result, XLXTextView message, const LXErrorLocation& at)
+inline void RaiseIfFailed(HRESULT result, const OLECHAR* message, const LXErrorLocation& at)
 {
     if (FAILED(result))
     {
@@ -68,7 +67,7 @@ inline void RaiseIfFailed(HRESULT result, XLXTextView message, const LXErrorLoca
 [[noreturn]] void RaisePointer(XLXTextView argumentName, const LXErrorLocation& at);
 
 /// Raises E_POINTER with "invalid pointer: <name>" when the pointer is null.
-inline void CheckPointer(const void* pointer, XLXTextView argumentName, const LXErrorLocation& at)
+inline void CheckPointer(const void* pointer, const OLECHAR* argumentName, const LXErrorLocation& at)
 {
     if (pointer == nullptr)
     {
@@ -92,15 +91,13 @@ void WriteExceptionToLogBook(LONG severity, XLXTextView text, const LXErrorLocat
 bool TraceEnabled(LXLogCategory category) noexcept;
 
 /// Writes a trace entry when its category is wanted.
-void WriteTrace(LXLogCategory category, XLXTextView title, XLXTextView text,
-                const LXErrorLocation& at) noexcept;
+void WriteTrace(LXLogCategory category, XLXTextView title, XLXTextView text, const LXErrorLocation& at) noexcept;
 
 /// The boundary: runs a callable that returns an HRESULT, and lets no exception pass.
 template <class F>
 HRESULT Guarded(const LXErrorLocation& at, F&& body) noexcept
 {
-    static_assert(std::is_same_v<std::invoke_result_t<F>, HRESULT>,
-                  "the body answers an HRESULT, nothing else");
+    static_assert(std::is_same_v<std::invoke_result_t<F>, HRESULT>, "the body answers an HRESULT, nothing else");
     try
     {
         return body();
@@ -128,7 +125,7 @@ void LogFailure(XLXTextView text, const LXErrorLocation& at, F&& step) noexcept
 
 /// Checks an out pointer, and empties what it points to: the first thing that a method does.
 template <class T>
-void LXCheckOut(T** out, XLXTextView name, const LXErrorLocation& at)
+void LXCheckOut(T** out, const OLECHAR* name, const LXErrorLocation& at)
 {
     XLXError::CheckPointer(out, name, at);
     *out = nullptr;
