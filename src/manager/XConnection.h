@@ -5,7 +5,7 @@
 #define XCONNECTION_H
 
 #include "XClock.h"
-#include "XTypeLoad.h"
+#include "XTypeRecord.h"
 #include "lxpcbasemng.h"
 
 #include <optional>
@@ -37,11 +37,26 @@ struct XServerAccess
     XClockPtr clock;
 
     /// The interface of the bulk reads; raises E_POINTER when the server has none.
-    const XLXComPtr<ILXConfigFactoryEx>& Bulk(const char* method) const
+    ILXConfigFactoryEx& Bulk(const char* method) const
     {
         XLXError::CheckPointer(configFactoryEx.Get(), OLESTR("m_pConfigFactoryEx"), LXManagerAt(method));
-        return configFactoryEx;
+        return *configFactoryEx;
     }
 };
+
+/// The objects of a map, which may be null, in key order.
+template <class Interface, class Map>
+std::vector<XLXComPtr<Interface>> LXObjectsOf(const Map* map)
+{
+    std::vector<XLXComPtr<Interface>> objects;
+    if (map != nullptr)
+    {
+        for (const auto& [key, object] : *map)
+        {
+            objects.emplace_back(object);
+        }
+    }
+    return objects;
+}
 
 #endif

@@ -109,7 +109,7 @@ void XGlobalSpecs::Begin(const XClockPtr& clock)
     m_setGlobalAttributeFormatSpecCache.Begin({clock, XAspect::Specs});
 }
 
-void XGlobalSpecs::TerminateAndClear(const XClockPtr& clock)
+void XGlobalSpecs::End(const XClockPtr& clock)
 {
     if (const auto dropped = m_setGlobalAttributeFormatSpecCache.End({clock, XAspect::Specs}))
     {

@@ -36,7 +36,7 @@ public:
     /// From now on answers of the connection with that clock are kept.
     void Begin(const XClockPtr& clock);
     /// Terminates the specs of a connection, and keeps nothing more.
-    void TerminateAndClear(const XClockPtr& clock);
+    void End(const XClockPtr& clock);
 
 private:
     std::shared_ptr<const Specs> Fetch(const XServerAccess& server, std::exception_ptr& failure) const;

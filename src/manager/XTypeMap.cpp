@@ -42,27 +42,17 @@ XTypeMap::Note XTypeMap::TakeNote(const XClockPtr& clock) const
     return {{moment.At(XAspect::TypeMap), m_own.Now()}, clock, std::make_shared<const XMoment>(moment)};
 }
 
-/// A type that is about to enter the map.
-struct XTypeMap::Change
+bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole)
 {
-    XCFGStringKey key;
-    XLXText name;
-    XLXText baseName;
-    XLXComPtr<XLXTypeCache> made; ///< null: the map has the type already
-};
-
-bool XTypeMap::Enter(std::vector<XTypeLoad>& loads, const Note& noted, bool isWhole)
-{
-    for (const XTypeLoad& load : loads)
+    for (const XTypeRecord& record : records)
     {
-        if (load.name.empty())
+        if (record.name.empty())
         {
             XLXError::Raise(E_INVALIDARG, OLESTR("typename for CFC type cache entry must not be empty"),
                             LXManagerAt("AddToTypeCache"));
         }
     }
-    XRetired retired; // these three go after the locks
-    std::vector<Change> changes;
+    XRetired retired; // these two go after the locks
     std::vector<XLXText> messages;
     {
         const std::lock_guard<XLeafMutex> entering(m_entering);
@@ -70,9 +60,9 @@ bool XTypeMap::Enter(std::vector<XTypeLoad>& loads, const Note& noted, bool isWh
         {
             return false;
         }
-        changes = PrepareChanges(loads, noted, retired);
+        Refresh(records, noted, retired);
         const XCritProxy<Known> known(m_mapType);
-        Apply(*known, changes);
+        Apply(*known, records);
         if (isWhole)
         {
             ForgetNegative(*known, 0);
@@ -91,46 +81,48 @@ bool XTypeMap::Enter(std::vector<XTypeLoad>& loads, const Note& noted, bool isWh
     return true;
 }
 
-std::vector<XTypeMap::Change> XTypeMap::PrepareChanges(std::vector<XTypeLoad>& loads, const Note& noted,
-                                                       XRetired& retired)
+/// Gives the types their records: those that the map has, or new ones. A record that is older than what the map has
+/// loses its name.
+void XTypeMap::Refresh(XTypeRecords& records, const Note& noted, XRetired& retired)
 {
-    std::vector<Change> changes;
-    changes.reserve(loads.size());
-    for (XTypeLoad& load : loads)
+    for (XTypeRecord& record : records)
     {
-        XLXComPtr<XLXTypeCache> type = Find(load.name).type;
-        XLXComPtr<XLXTypeCache> made;
+        XLXComPtr<XLXTypeCache> type = Find(record.name).type;
         if (!type)
         {
-            made = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, noted.clock, LXManagerAt("AddToTypeCache"));
-            made->SetModeSupplier(m_mode);
-            made->SetName(load.name);
-            type = made;
+            record.made = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, noted.clock, LXManagerAt("AddToTypeCache"));
+            record.made->SetModeSupplier(m_mode);
+            record.made->SetName(record.name);
+            type = record.made;
         }
-        if (!type->TakeTypeRecord(std::move(load.server), std::move(load.values), std::move(load.components), load.mode,
-                                  noted.moment, retired))
+        if (type->TakeTypeRecord(std::move(record.config.object), std::move(record.config.values),
+                                 std::move(record.components), record.mode, noted.moment, retired))
         {
-            continue; // the map has a later record
+            type->SetFlags(record.listed, record.searchable);
         }
-        type->SetFlags(load.listed, load.searchable);
-        XCFGStringKey key(load.name);
-        changes.push_back({std::move(key), std::move(load.name), std::move(load.baseName), std::move(made)});
+        else
+        {
+            record.name.clear();
+        }
     }
-    return changes;
 }
 
-void XTypeMap::Apply(Known& known, std::vector<Change>& changes)
+void XTypeMap::Apply(Known& known, XTypeRecords& records)
 {
-    for (Change& change : changes)
+    for (XTypeRecord& record : records)
     {
-        Entry& entry = known.map[change.key];
-        if (change.made)
+        if (record.name.empty())
         {
-            entry.type.Swap(change.made); // of two records of one name the last counts
+            continue;
         }
-        known.index.Set({change.name}, entry.type.Get());
-        entry.name = std::move(change.name);
-        entry.baseName = std::move(change.baseName);
+        Entry& entry = known.map[XCFGStringKey(record.name)];
+        if (record.made)
+        {
+            entry.type.Swap(record.made); // of two records of one name the last counts
+        }
+        known.index.Set({record.name}, entry.type.Get());
+        entry.name = std::move(record.name);
+        entry.baseName = std::move(record.baseName);
     }
 }
 
@@ -264,7 +256,7 @@ void XTypeMap::Begin(const XClockPtr& clock)
     m_version.fetch_add(1);
 }
 
-void XTypeMap::TerminateAndClear(const XClockPtr& clock)
+void XTypeMap::End(const XClockPtr& clock)
 {
     Known dropped;
     {

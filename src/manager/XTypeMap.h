@@ -6,7 +6,7 @@
 
 #include "XLoaded.h"
 #include "XNameIndex.h"
-#include "XTypeLoad.h"
+#include "XTypeRecord.h"
 
 #include <deque>
 
@@ -63,7 +63,7 @@ public:
     /// with no lock held.
     /// @param isWhole  these are all types of the server: the map is fresh then, and forgets negative answers
     /// @return false: the connection of the note is over, and nothing was entered
-    bool Enter(std::vector<XTypeLoad>& loads, const Note& noted, bool isWhole);
+    bool Enter(XTypeRecords& records, const Note& noted, bool isWhole);
 
     /// Notes that the server has no type of that name, unless the map knows better or a notification came.
     void EnterNegative(XLXTextView name, const Note& noted);
@@ -78,7 +78,7 @@ public:
     /// From now on answers of the connection with that clock are entered.
     void Begin(const XClockPtr& clock);
     /// Terminates every type, empties the map, and enters nothing more, unless the map is of another connection.
-    void TerminateAndClear(const XClockPtr& clock);
+    void End(const XClockPtr& clock);
 
 private:
     /// The map, and the way that look-ups take. A null pointer in the index is a negative answer.
@@ -91,10 +91,9 @@ private:
         XStamp stamp;
         XClockPtr clock; ///< of the connection; null: there is none
     };
-    struct Change;
     static bool IsFresh(const Known& known, std::uint64_t own) noexcept;
-    std::vector<Change> PrepareChanges(std::vector<XTypeLoad>& loads, const Note& noted, XRetired& retired);
-    static void Apply(Known& known, std::vector<Change>& changes);
+    void Refresh(XTypeRecords& records, const Note& noted, XRetired& retired);
+    static void Apply(Known& known, XTypeRecords& records);
     static void ForgetNegative(Known& known, std::size_t most);
     static void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages);
     static Entry* BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages);

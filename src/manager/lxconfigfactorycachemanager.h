@@ -15,10 +15,13 @@
 #include "XConnection.h"
 #include "XGlobalSpecs.h"
 #include "XModuleCount.h"
+#include "XPCInfos.h"
 #include "XPlanTypes.h"
 #include "XTypeInheritanceInfo.h"
 #include "lxpcbasemng.h"
 #include "xlxcfcmngimpl.h"
+
+#include <span>
 
 class XLXConfigFactoryCacheManager final : public ILXConfigFactoryCache,
                                            public ILXConfigFactory,
@@ -178,13 +181,22 @@ public:
     XTypeMap& Types() noexcept { return m_types; }
     XTransferModeSupplier& TransferMode() noexcept { return *m_transferMode; }
     /// Enters types of the server. Returns the map to answer from.
-    XTypeMapPtr EnterTypes(std::vector<XTypeLoad>& loads, const XTypeMap::Note& noted, bool isWhole);
+    XTypeMapPtr EnterTypes(XTypeRecords& records, const XTypeMap::Note& noted, bool isWhole);
 
     // XRelationHost
     XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr& clock, const char* method) const override;
-    HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) override;
-    HRESULT InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations) override;
-    std::vector<PlanTypeRelation> InternalGetPlantypeRelations(XLXTextView parentType) override;
+    HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) override
+    {
+        return PCInfos(newRelations).GetPCInfoEnum(ppEnum);
+    }
+    HRESULT InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations) override
+    {
+        return PCInfos(newRelations).GetPCInfo(browserId, ppPCInfo);
+    }
+    std::vector<PlanTypeRelation> InternalGetPlantypeRelations(XLXTextView parentType) override
+    {
+        return m_planTypes.RelationsOf(parentType);
+    }
     std::vector<XLXText> BaseTypeNames(XLXTextView typeName) override;
     const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept override { return m_selfLink; }
     bool TryAddRef() noexcept override;
@@ -194,8 +206,6 @@ public:
     HRESULT InternalFillTypeMap(XTypeMapPtr& types);
     /// The single entry for one type by name.
     HRESULT InternalLoadType(XLXTextView name, ILXType** ppType);
-    /// Whether AttachHostObjects was never called in this process.
-    static bool NoHostObjectsAttached() noexcept { return !s_hostObjectsAttached.load(std::memory_order_relaxed); }
 
 private:
     void* FindFace(REFIID iid) noexcept;
@@ -204,12 +214,9 @@ private:
 
     template <class Impl>
     void InstallImpl();
-    template <class Impl>
-    void CheckMode() const;
     HRESULT Init(const InitArguments& arguments);
     std::shared_ptr<XConnection> Begin(const InitArguments& arguments);
     void LogOtherServer(const XConnection& current, const InitArguments& arguments) const;
-    class Registration;
     void RegisterCallback(XConnection& connection, ILXDataUpdate* update, bool separateCallback);
     XLXComPtr<ILXCallbackUpdate> ChooseCallback(bool separate, XLXComPtr<IXCfgCacheCallback>& separateCallback);
     void Unregister(XConnection& connection) noexcept;
@@ -222,8 +229,11 @@ private:
                          HRESULT& result);
     bool RecordHandled(XConnection& connection, ULONG notificationId) const noexcept;
 
+    XPCInfos& PCInfos(bool newRelations) noexcept { return newRelations ? m_pcInfosNew : m_pcInfos; }
     HRESULT EnumerateTypes(const char* method, bool searchableOnly, ILXTypeEnum** ppEnum);
-    HRESULT LoadTypesByNames(const std::vector<XLXText>& names, LONG mode);
+    HRESULT LoadTypesByNames(std::span<const BSTR> names, LONG mode);
+    /// The mode of operation; raises E_POINTER before the first initialisation.
+    XLXCFCMngImpl& Impl(const char* method) const;
 
     /// What is known about the inheritance of types, with the type map filled first.
     XTypeInheritanceInfo::InfoPtr Inheritance(const char* method);
@@ -236,14 +246,14 @@ private:
     HRESULT AskRelations(const char* method, T** out, Question&& question);
     std::shared_ptr<XLXPCBaseMng> RelationManager() const;
 
-    static inline std::atomic<bool> s_hostObjectsAttached{false};
-
     XLiveObject m_live;
     std::atomic<ULONG> m_references{0};
     std::shared_ptr<XTransferModeSupplier> m_transferMode = std::make_shared<XTransferModeSupplier>();
     XTypeMap m_types{m_transferMode};
     XTypeInheritanceInfo m_inheritance{m_types};
     XBrowserRegistry m_browsers{*this};
+    XPCInfos m_pcInfos{*this, m_browsers, XLockLevel::PCInfos, false};
+    XPCInfos m_pcInfosNew{*this, m_browsers, XLockLevel::PCInfosNew, true};
     XPlanTypes m_planTypes{*this};
     XGlobalSpecs m_globalSpecs{*this};
     XWeakLink<XPCInfoRegistry> m_selfLink = XWeakLink<XPCInfoRegistry>::To(this);

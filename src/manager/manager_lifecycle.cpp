@@ -50,29 +50,23 @@ HRESULT TakeNamed(XLXTextView name, const VARIANT& value, XLXComPtr<ILXConfigFac
 }
 } // namespace
 
-template <class Impl>
-void XLXConfigFactoryCacheManager::CheckMode() const
-{
-    constexpr bool serverMode = std::is_same_v<Impl, XLXCFCMngImplServer>;
-    if (const XLXCFCMngImpl* const impl = m_pImpl.load(); impl != nullptr && impl->IsServerMode() != serverMode)
-    {
-        XLXError::Raise(E_FAIL, ModeConflictText, LXManagerAt("Initialize"));
-    }
-}
-
+// The first initialisation decides on the mode, for good.
 template <class Impl>
 void XLXConfigFactoryCacheManager::InstallImpl()
 {
-    if (m_pImpl.load() == nullptr)
+    XLXCFCMngImpl* impl = m_pImpl.load();
+    if (impl == nullptr)
     {
-        std::unique_ptr<XLXCFCMngImpl> impl = std::make_unique<Impl>(*this);
-        XLXCFCMngImpl* none = nullptr;
-        if (m_pImpl.compare_exchange_strong(none, impl.get()))
+        auto made = std::make_unique<Impl>(*this);
+        if (m_pImpl.compare_exchange_strong(impl, made.get()))
         {
-            (void)impl.release();
+            impl = made.release();
         }
     }
-    CheckMode<Impl>();
+    if (dynamic_cast<Impl*>(impl) == nullptr)
+    {
+        XLXError::Raise(E_FAIL, ModeConflictText, LXManagerAt("Initialize"));
+    }
 }
 
 /// What an initialisation was given, read before anything of the manager changes.
@@ -174,31 +168,6 @@ HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values)
     });
 }
 
-/// Takes the callback's registration back unless the initialisation succeeds: nobody calls Terminate on a manager
-/// that did not initialise, and the server's reference to the callback keeps the manager alive.
-class XLXConfigFactoryCacheManager::Registration
-{
-public:
-    Registration(XLXConfigFactoryCacheManager& manager, XConnection& connection) noexcept
-        : m_manager(manager), m_connection(connection)
-    {}
-    Registration(const Registration&) = delete;
-    Registration& operator=(const Registration&) = delete;
-    ~Registration()
-    {
-        if (!m_kept)
-        {
-            m_manager.Unregister(m_connection);
-        }
-    }
-    void Keep() noexcept { m_kept = true; }
-
-private:
-    XLXConfigFactoryCacheManager& m_manager;
-    XConnection& m_connection;
-    bool m_kept = false;
-};
-
 // A second initialisation changes nothing. While another one is on its way nobody can say yet whose server it is.
 HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments)
 {
@@ -216,7 +185,10 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments)
     }
     XLXError::CheckPointer(arguments.factory.Get(), OLESTR("pConfigFactory"), at);
     const std::shared_ptr<XConnection> connection = Begin(arguments);
-    Registration registration(*this, *connection);
+    // Nobody calls Terminate on a manager that did not initialise, and the server's reference to the callback would
+    // keep it alive.
+    const auto unregister = [this](XConnection* begun) { Unregister(*begun); };
+    std::unique_ptr<XConnection, decltype(unregister)> unlessDone(connection.get(), unregister);
     if (!arguments.noNotifications)
     {
         RegisterCallback(*connection, arguments.update.Get(), arguments.clientMode && arguments.separateCallback);
@@ -227,7 +199,7 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments)
     {
         CreateRelationManager(*connection);
     }
-    registration.Keep();
+    (void)unlessDone.release();
     return filled;
 }
 
@@ -276,6 +248,8 @@ void XLXConfigFactoryCacheManager::BeginCaches(const XClockPtr& clock)
 {
     m_types.Begin(clock);
     m_browsers.Begin(clock);
+    m_pcInfos.Begin(clock);
+    m_pcInfosNew.Begin(clock);
     m_globalSpecs.Begin(clock);
     m_planTypes.Begin(clock);
 }
@@ -383,7 +357,6 @@ HRESULT XLXConfigFactoryCacheManager::AttachHostObjects(IUnknown* pHostObjectA, 
         m_pHostObjectA.Swap(a);
         m_pHostObjectB.Swap(b);
     }
-    s_hostObjectsAttached.store(true, std::memory_order_relaxed);
     return S_OK;
 }
 
@@ -391,20 +364,17 @@ HRESULT XLXConfigFactoryCacheManager::AttachHostObjects(IUnknown* pHostObjectA, 
 // terminated outside it. What belongs to another connection stays.
 void XLXConfigFactoryCacheManager::EmptyCaches(const XClockPtr& clock) noexcept
 {
-    const LXErrorLocation at = LXManagerAt("Terminate");
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminate m_mapBrowserid failed"), at,
-                         [&] { m_browsers.TerminateBrowserIds(clock); });
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminate m_mapPCinfo failed"), at,
-                         [&] { m_browsers.TerminatePCInfos(clock, false); });
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminate m_mapPCinfoNew failed"), at,
-                         [&] { m_browsers.TerminatePCInfos(clock, true); });
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapType failed"), at,
-                         [&] { m_types.TerminateAndClear(clock); });
-    XLXError::LogFailure(OLESTR("clearing the type inheritance information failed"), at,
-                         [&] { m_inheritance.Clear(); });
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_setGlobalAttributeFormatSpecCache failed"), at,
-                         [&] { m_globalSpecs.TerminateAndClear(clock); });
-    XLXError::LogFailure(OLESTR("clearing the plan types failed"), at, [&] { m_planTypes.End(clock); });
+    const auto step = [](const OLECHAR* failureText, auto&& end) {
+        XLXError::LogFailure(failureText, LXManagerAt("Terminate"), end);
+    };
+    step(OLESTR("CFCTools::MapTerminate m_mapBrowserid failed"), [&] { m_browsers.End(clock); });
+    step(OLESTR("CFCTools::MapTerminate m_mapPCinfo failed"), [&] { m_pcInfos.End(clock); });
+    step(OLESTR("CFCTools::MapTerminate m_mapPCinfoNew failed"), [&] { m_pcInfosNew.End(clock); });
+    step(OLESTR("CFCTools::MapTerminateAndClear m_mapType failed"), [&] { m_types.End(clock); });
+    step(OLESTR("clearing the type inheritance information failed"), [&] { m_inheritance.Clear(); });
+    step(OLESTR("CFCTools::MapTerminateAndClear m_setGlobalAttributeFormatSpecCache failed"),
+         [&] { m_globalSpecs.End(clock); });
+    step(OLESTR("clearing the plan types failed"), [&] { m_planTypes.End(clock); });
 }
 
 // The connection ends first: what arrives from then on is entered nowhere. A server may end the cache from inside a

@@ -54,12 +54,10 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
                 return S_OK; // handled already
             }
         }
-        const XLXCFCMngImpl* const impl = m_pImpl.load();
-        XLXError::CheckPointer(impl, OLESTR("m_pImpl"), LXManagerAt("DataObjectChanged"));
-
+        const XLXCFCMngImpl& impl = Impl("DataObjectChanged");
         const XDataId id = XDataId::Parse(LXBstrView(bstrDataID));
         const XLXTextView kind = id.hasKind ? id.kindText : XLXTextView();
-        const LONG mode = impl->TranslateUpdateFlags(kind, id.mode);
+        const LONG mode = impl.TranslateUpdateFlags(kind, id.mode);
         TraceUpdate(bstrDataID, mode, kind, kind);
         if (connection)
         {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The registries of the whole configuration: browser ids, PC infos, plan types and global format specs.
+// The registries of the whole configuration: browser ids and global format specs.
 #include "XLXEnumWithDelete.h"
 #include "lxconfigfactorycachemanager.h"
 
@@ -30,42 +30,8 @@ HRESULT XLXConfigFactoryCacheManager::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum
 {
     return XLXError::Guarded(LXManagerAt("GetBrowserIdEnum"), [&] {
         LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt("GetBrowserIdEnum"));
-        return LXHandOutEnumerator(m_browsers.BrowserIds(), ppEnum);
+        return LXHandOutEnumerator(LXObjectsOf<ILXBrowserId>(m_browsers.Load().get()), ppEnum);
     });
-}
-
-HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations)
-{
-    LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt("InternalGetPCInfoEnum"));
-    return LXHandOutEnumerator(m_browsers.PCInfos(newRelations), ppEnum);
-}
-
-HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations)
-{
-    LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), LXManagerAt("InternalGetPCInfo"));
-    *ppPCInfo = m_browsers.PCInfo(browserId, newRelations).Detach();
-    return *ppPCInfo != nullptr ? S_OK : S_FALSE;
-}
-
-HRESULT XLXConfigFactoryCacheManager::IsPlantype(ILX_BaseDataObject* pObject)
-{
-    return XLXError::Guarded(LXManagerAt("IsPlantype"), [&]() -> HRESULT {
-        XLXError::CheckPointer(pObject, OLESTR("pObject"), LXManagerAt("IsPlantype"));
-        XLXComBSTR name;
-        const HRESULT result = LXAskText("ILX_BaseDataObject::GetTypeName", name, LXManagerAt("IsPlantype"),
-                                         [&](BSTR* out) { return pObject->GetTypeName(out); });
-        if (FAILED(result))
-        {
-            return result;
-        }
-        return m_planTypes.IsPlanType(name.View()) ? S_OK : S_FALSE;
-    });
-}
-
-std::vector<XRelationHost::PlanTypeRelation>
-XLXConfigFactoryCacheManager::InternalGetPlantypeRelations(XLXTextView parentType)
-{
-    return m_planTypes.RelationsOf(parentType);
 }
 
 HRESULT

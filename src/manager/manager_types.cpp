@@ -4,15 +4,33 @@
 #include "XLXEnumWithDelete.h"
 #include "lxconfigfactorycachemanager.h"
 
+namespace
+{
+/// The type name of an object of the database. A failure of the object is returned.
+HRESULT TypeNameOf(ILX_BaseDataObject* object, const char* method, XLXComBSTR& name)
+{
+    XLXError::CheckPointer(object, OLESTR("pObject"), LXManagerAt(method));
+    return LXAskText("ILX_BaseDataObject::GetTypeName", name, LXManagerAt(method),
+                     [&](BSTR* out) { return object->GetTypeName(out); });
+}
+} // namespace
+
 HRESULT XLXConfigFactoryCacheManager::GetCachedType(ILX_BaseDataObject* pObject, BSTR, ILXType** ppType)
 {
     return XLXError::Guarded(LXManagerAt("GetCachedType"), [&]() -> HRESULT {
         LXCheckOut(ppType, OLESTR("ppType"), LXManagerAt("GetCachedType"));
-        XLXError::CheckPointer(pObject, OLESTR("pObject"), LXManagerAt("GetCachedType"));
         XLXComBSTR name;
-        const HRESULT result = LXAskText("ILX_BaseDataObject::GetTypeName", name, LXManagerAt("GetCachedType"),
-                                         [&](BSTR* out) { return pObject->GetTypeName(out); });
+        const HRESULT result = TypeNameOf(pObject, "GetCachedType", name);
         return FAILED(result) ? result : InternalLoadType(name.View(), ppType);
+    });
+}
+
+HRESULT XLXConfigFactoryCacheManager::IsPlantype(ILX_BaseDataObject* pObject)
+{
+    return XLXError::Guarded(LXManagerAt("IsPlantype"), [&]() -> HRESULT {
+        XLXComBSTR name;
+        const HRESULT result = TypeNameOf(pObject, "IsPlantype", name);
+        return FAILED(result) ? result : m_planTypes.IsPlanType(name.View()) ? S_OK : S_FALSE;
     });
 }
 
@@ -20,6 +38,13 @@ HRESULT XLXConfigFactoryCacheManager::GetType(BSTR bstrTypename, BSTR, ILXType**
 {
     return XLXError::Guarded(LXManagerAt("GetType"),
                              [&] { return InternalLoadType(LXBstrView(bstrTypename), ppType); });
+}
+
+XLXCFCMngImpl& XLXConfigFactoryCacheManager::Impl(const char* method) const
+{
+    XLXCFCMngImpl* const impl = m_pImpl.load();
+    XLXError::CheckPointer(impl, OLESTR("m_pImpl"), LXManagerAt(method));
+    return *impl;
 }
 
 HRESULT XLXConfigFactoryCacheManager::InternalLoadType(XLXTextView name, ILXType** ppType)
@@ -40,9 +65,7 @@ HRESULT XLXConfigFactoryCacheManager::InternalLoadType(XLXTextView name, ILXType
     }
     if (answer.found == XTypeMap::Found::Nothing)
     {
-        XLXCFCMngImpl* const impl = m_pImpl.load();
-        XLXError::CheckPointer(impl, OLESTR("m_pImpl"), LXManagerAt("FetchType"));
-        impl->FetchType(name, answer.type);
+        Impl("FetchType").FetchType(name, answer.type);
     }
     *ppType = answer.type.Detach();
     return *ppType != nullptr ? S_OK : S_FALSE;
@@ -55,29 +78,27 @@ HRESULT XLXConfigFactoryCacheManager::InternalFillTypeMap(XTypeMapPtr& types)
     {
         return S_OK;
     }
-    XLXCFCMngImpl* const impl = m_pImpl.load();
-    XLXError::CheckPointer(impl, OLESTR("m_pImpl"), LXManagerAt("InternalFillTypeMap"));
+    XLXCFCMngImpl& impl = Impl("InternalFillTypeMap");
     const XFill fill(m_types.FillMutex(), &m_types);
     if (fill.IsReentered() || m_types.IsFresh())
     {
         return S_OK; // a server that asks back while it is being asked gets what is there
     }
-    const XTypeMapPtr filled = impl->FillTypeCache();
+    const XTypeMapPtr filled = impl.FillTypeCache();
     types = filled ? filled : types;
     return filled ? S_OK : S_FALSE;
 }
 
 // An answer that arrives after its connection is over is given to whoever asked, and entered nowhere.
-XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(std::vector<XTypeLoad>& loads, const XTypeMap::Note& noted,
-                                                     bool isWhole)
+XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(XTypeRecords& records, const XTypeMap::Note& noted, bool isWhole)
 {
-    if (m_types.Enter(loads, noted, isWhole))
+    if (m_types.Enter(records, noted, isWhole))
     {
         return XTypeMapPtr(XTypeMapPtr(), &m_types);
     }
     const auto apart = std::make_shared<XTypeMap>(m_transferMode);
     apart->Begin(noted.clock);
-    apart->Enter(loads, noted, isWhole);
+    apart->Enter(records, noted, isWhole);
     return apart;
 }
 
@@ -123,61 +144,52 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByTypeNames(LONG lCountNames, BST
                             LXManagerAt("LoadTypesByTypeNames"));
         }
         XLXError::CheckPointer(bstrTypename, OLESTR("bstrTypename"), LXManagerAt("LoadTypesByTypeNames"));
-        XLXCFCMngImpl* const impl = m_pImpl.load();
-        XLXError::CheckPointer(impl, OLESTR("m_pImpl"), LXManagerAt("LoadTypesByTypeNames"));
-        std::vector<XLXText> names;
-        for (LONG i = 0; i < lCountNames; ++i)
-        {
-            names.emplace_back(LXBstrView(bstrTypename[i]));
-        }
-        return LoadTypesByNames(names, impl->NamedLoadMode(bIncludeTypeAttributes != 0));
+        const LONG mode = Impl("LoadTypesByTypeNames").NamedLoadMode(bIncludeTypeAttributes != 0);
+        return LoadTypesByNames({bstrTypename, bstrTypename + lCountNames}, mode);
     });
 }
 
 namespace
 {
-XLXSafeArray NameArray(const std::vector<XLXText>& names, const LXErrorLocation& at)
+XLXSafeArray NameArray(std::span<const BSTR> names, const LXErrorLocation& at)
 {
     XLXSafeArray array(SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(names.size())));
     if (!array)
     {
         throw std::bad_alloc();
     }
-    for (std::size_t i = 0; i < names.size(); ++i)
+    for (LONG i = 0; i < static_cast<LONG>(names.size()); ++i)
     {
-        auto index = static_cast<LONG>(i);
-        XLXError::RaiseIfFailed(SafeArrayPutElement(array.Get(), &index, XLXComBSTR(names[i]).Get()),
-                                OLESTR("SafeArrayPutElement failed"), at);
+        XLXError::RaiseIfFailed(
+            SafeArrayPutElement(array.Get(), &i, XLXComBSTR(LXBstrView(names[static_cast<std::size_t>(i)])).Get()),
+            OLESTR("SafeArrayPutElement failed"), at);
     }
     return array;
 }
 } // namespace
 
-HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(const std::vector<XLXText>& names, LONG mode)
+HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(std::span<const BSTR> names, LONG mode)
 {
     const LXErrorLocation at = LXManagerAt("LoadTypesByNames");
     const XLXSafeArray wanted = NameArray(names, at);
     const XServerAccess server = Access("LoadTypesByNames");
-    const auto factory = server.Bulk("LoadTypesByNames");
+    ILXConfigFactoryEx& factory = server.Bulk("LoadTypesByNames");
     const XTypeMap::Note noted = m_types.TakeNote(server.clock);
-    XLXSafeArray array;
-    const HRESULT result =
-        LXAsk("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", array, LXNoResult::Nothing, {}, at,
-              [&](SAFEARRAY** out) { return factory->GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out); });
-    XLXError::RaiseIfFailed(result, OLESTR("the types cannot be loaded by name"), at);
-    if (result == S_OK)
+    auto records = LXAskForTypes(
+        "ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", mode, OLESTR("the types cannot be loaded by name"), at,
+        [&](SAFEARRAY** out) { return factory.GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out); });
+    if (records)
     {
-        auto loads = LXDecodeTypes(std::move(array), mode);
-        EnterTypes(loads, noted, false);
+        EnterTypes(*records, noted, false);
     }
-    for (const XLXText& name : names)
+    for (const BSTR name : names)
     {
-        if (!name.empty())
+        if (const XLXTextView text = LXBstrView(name); !text.empty())
         {
-            m_types.EnterNegative(name, noted); // for those that did not come
+            m_types.EnterNegative(text, noted); // for those that did not come
         }
     }
-    return result == S_OK ? S_OK : S_FALSE;
+    return records ? S_OK : S_FALSE;
 }
 
 // The new type is wrapped and handed out; it enters the map when the server reports it.

@@ -34,10 +34,10 @@ XLXText TextOf(ILXType& server, int member)
 }
 
 /// A chain of bases must not come back to a type that is in it.
-void RaiseIfCircle(const std::vector<XTypeLoad>& chain, const XLXText& next, const LXErrorLocation& at)
+void RaiseIfCircle(const XTypeRecords& chain, const XLXText& next, const LXErrorLocation& at)
 {
     const bool isCircle =
-        std::any_of(chain.begin(), chain.end(), [&](const XTypeLoad& load) { return load.name == next; });
+        std::any_of(chain.begin(), chain.end(), [&](const XTypeRecord& record) { return record.name == next; });
     if (isCircle)
     {
         XLXError::Raise(E_FAIL,
@@ -63,15 +63,15 @@ LONG XLXCFCMngImpl::TransferMode() const noexcept
 
 // ---- server mode
 
-XTypeLoad XLXCFCMngImplServer::LoadOf(const XLXComPtr<ILXType>& server, XLXTextView name) const
+XTypeRecord XLXCFCMngImplServer::RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name)
 {
-    XTypeLoad load;
-    load.name = name;
-    load.baseName = TextOf(*server, MemberBaseTypeName);
-    load.server = server;
-    load.listed = true;
-    load.searchable = IsSearchable(*server);
-    return load;
+    XTypeRecord record;
+    record.name = name;
+    record.baseName = TextOf(*server, MemberBaseTypeName);
+    record.config.object = server;
+    record.listed = true;
+    record.searchable = IsSearchable(*server);
+    return record;
 }
 
 XTypeMapPtr XLXCFCMngImplServer::FillTypeCache()
@@ -87,15 +87,15 @@ XTypeMapPtr XLXCFCMngImplServer::FillTypeCache()
     {
         return nullptr;
     }
-    std::vector<XTypeLoad> loads;
+    XTypeRecords records;
     result = LXForEachOf<TypeBatch, ILXType>(*types, "ILXTypeEnum::RemNext", at, [&](XLXComPtr<ILXType>&& type) {
         if (const XLXText name = TextOf(*type, MemberTypeName); !name.empty())
         {
-            loads.push_back(LoadOf(type, name));
+            records.push_back(RecordOf(type, name));
         }
     });
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"), at);
-    return m_manager.EnterTypes(loads, noted, true);
+    return m_manager.EnterTypes(records, noted, true);
 }
 
 // Walks up the chain of bases to one that is cached, then enters the whole chain.
@@ -105,29 +105,29 @@ bool XLXCFCMngImplServer::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& t
     XTypeMap& types = m_manager.Types();
     const XServerAccess server = m_manager.Access("FetchTypeServerImpl");
     const XTypeMap::Note noted = types.TakeNote(server.clock);
-    std::vector<XTypeLoad> chain;
+    XTypeRecords chain;
     XLXText next(name);
     while (!next.empty() && (chain.empty() || !types.Find(next).type))
     {
         XLXComPtr<ILXType> found;
+        const XLXComBSTR wanted(next);
         const HRESULT result =
             LXAsk("ILXConfigFactory::GetType", found, LXNoResult::Nothing, {}, at,
-                  [&](ILXType** out) { return server.configFactory->GetType(XLXComBSTR(next).Get(), nullptr, out); });
+                  [&](ILXType** out) { return server.configFactory->GetType(wanted.Get(), nullptr, out); });
         XLXError::RaiseIfFailed(result, OLESTR("the server failed to get the type"), at);
         if (result != S_OK)
         {
             types.EnterNegative(next, noted);
             break;
         }
-        chain.push_back(LoadOf(found, next));
+        chain.push_back(RecordOf(found, next));
         next = chain.back().baseName;
         RaiseIfCircle(chain, next, at);
     }
-    if (chain.empty())
+    if (!chain.empty())
     {
-        return false;
+        type = m_manager.EnterTypes(chain, noted, false)->Find(name).type;
     }
-    type = m_manager.EnterTypes(chain, noted, false)->Find(name).type;
     return static_cast<bool>(type);
 }
 
@@ -152,21 +152,14 @@ LONG XLXCFCMngImplClient::BulkMode() const noexcept
 
 XTypeMapPtr XLXCFCMngImplClient::FillTypeCache()
 {
-    const LXErrorLocation at = LXManagerAt("LoadAllTypes");
     const LONG mode = BulkMode();
     const XServerAccess server = m_manager.Access("LoadAllTypes");
-    const auto factory = server.Bulk("LoadAllTypes");
+    ILXConfigFactoryEx& factory = server.Bulk("LoadAllTypes");
     const XTypeMap::Note noted = m_manager.Types().TakeNote(server.clock);
-    XLXSafeArray array;
-    const HRESULT result = LXAsk("ILXConfigFactoryEx::GetTypeArrayEx", array, LXNoResult::Nothing, {}, at,
-                                 [&](SAFEARRAY** out) { return factory->GetTypeArrayEx(mode, out); });
-    XLXError::RaiseIfFailed(result, OLESTR("the types cannot be loaded"), at);
-    if (result != S_OK)
-    {
-        return nullptr;
-    }
-    auto loads = LXDecodeTypes(std::move(array), mode);
-    return m_manager.EnterTypes(loads, noted, true);
+    auto records =
+        LXAskForTypes("ILXConfigFactoryEx::GetTypeArrayEx", mode, OLESTR("the types cannot be loaded"),
+                      LXManagerAt("LoadAllTypes"), [&](SAFEARRAY** out) { return factory.GetTypeArrayEx(mode, out); });
+    return records ? m_manager.EnterTypes(*records, noted, true) : nullptr;
 }
 
 // The type comes alone first; when its base is not cached, the whole chain of bases is read with it.
@@ -175,27 +168,24 @@ bool XLXCFCMngImplClient::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& t
     XTypeMap& types = m_manager.Types();
     const LXErrorLocation at = LXManagerAt("FetchTypeClientImpl");
     const XServerAccess server = m_manager.Access("LoadTypeByName");
-    const auto factory = server.Bulk("LoadTypeByName");
+    ILXConfigFactoryEx& factory = server.Bulk("LoadTypeByName");
     const XTypeMap::Note noted = types.TakeNote(server.clock);
-    std::vector<XTypeLoad> loads = LoadTypeByName(*factory, name, false);
-    if (loads.empty())
+    XTypeRecords records = LoadTypeByName(factory, name, false);
+    if (records.empty())
     {
         types.EnterNegative(name, noted);
         return false;
     }
-    for (const XTypeLoad& load : loads)
+    if (std::any_of(records.begin(), records.end(), [](const auto& record) { return record.IsBaseMissing(); }))
     {
-        if (load.baseIndexMissing)
-        {
-            XLXError::Raise(E_FAIL, OLESTR("index base type not found in index map"), at);
-        }
+        XLXError::Raise(E_FAIL, OLESTR("index base type not found in index map"), at);
     }
-    const XLXText& baseName = loads.front().baseName;
+    const XLXText& baseName = records.front().baseName;
     if (!baseName.empty() && baseName != name && !types.Find(baseName).type)
     {
-        loads = LoadTypeByName(*factory, name, true);
+        records = LoadTypeByName(factory, name, true);
     }
-    const XTypeMap::Answer answer = m_manager.EnterTypes(loads, noted, false)->Find(name);
+    const XTypeMap::Answer answer = m_manager.EnterTypes(records, noted, false)->Find(name);
     if (answer.found == XTypeMap::Found::Nothing)
     {
         XLXError::Raise(E_FAIL, OLESTR("no type in typemap"), at);
@@ -204,19 +194,16 @@ bool XLXCFCMngImplClient::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& t
     return static_cast<bool>(type);
 }
 
-std::vector<XTypeLoad> XLXCFCMngImplClient::LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name,
-                                                           bool withBases) const
+XTypeRecords XLXCFCMngImplClient::LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name, bool withBases) const
 {
-    const LXErrorLocation at = LXManagerAt("LoadTypeByName");
     const LONG mode = BulkMode();
     const XLXComBSTR wanted(name);
-    XLXSafeArray array;
-    const HRESULT result =
-        LXAsk("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", array, LXNoResult::Nothing, {}, at, [&](SAFEARRAY** out) {
-            return factory.GetTypeArrayByTypeNameEx(wanted.Get(), withBases ? 1 : 0, mode, out);
-        });
-    XLXError::RaiseIfFailed(result, OLESTR("the type cannot be loaded"), at);
-    return result == S_OK ? LXDecodeTypes(std::move(array), mode) : std::vector<XTypeLoad>();
+    return LXAskForTypes("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", mode, OLESTR("the type cannot be loaded"),
+                         LXManagerAt("LoadTypeByName"),
+                         [&](SAFEARRAY** out) {
+                             return factory.GetTypeArrayByTypeNameEx(wanted.Get(), withBases ? 1 : 0, mode, out);
+                         })
+        .value_or(XTypeRecords());
 }
 
 LONG XLXCFCMngImplClient::NamedLoadMode(bool includeTypeAttributes) const

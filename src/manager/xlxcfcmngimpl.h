@@ -26,7 +26,6 @@ public:
     virtual LONG NamedLoadMode(bool includeTypeAttributes) const = 0;
     /// Adjusts a notification before it is handled. Returns the update mode to handle it with.
     virtual LONG TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept = 0;
-    virtual bool IsServerMode() const noexcept = 0;
 
 protected:
     LONG TransferMode() const noexcept;
@@ -45,10 +44,9 @@ public:
     bool FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) override;
     LONG NamedLoadMode(bool includeTypeAttributes) const override;
     LONG TranslateUpdateFlags(XLXTextView, LONG mode) const noexcept override { return mode; }
-    bool IsServerMode() const noexcept override { return true; }
 
 private:
-    XTypeLoad LoadOf(const XLXComPtr<ILXType>& server, XLXTextView name) const;
+    static XTypeRecord RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name);
 };
 
 /// Inside an application: types arrive in bulk.
@@ -61,12 +59,11 @@ public:
     bool FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) override;
     LONG NamedLoadMode(bool includeTypeAttributes) const override;
     LONG TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept override;
-    bool IsServerMode() const noexcept override { return false; }
 
 private:
     static constexpr LONG DefaultTransferMode = LXTM_ATTRIBUTES;
     LONG BulkMode() const noexcept;
-    std::vector<XTypeLoad> LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name, bool withBases) const;
+    XTypeRecords LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name, bool withBases) const;
 };
 
 #endif
