@@ -1,67 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "XCFGStringKey.h"
 
+#include <algorithm>
+
 namespace
 {
-constexpr bool IsHighSurrogate(unsigned unit)
+/// Whether there is a unit of the kind of surrogate that begins there.
+bool IsSurrogate(XLXTextView text, std::size_t at, unsigned kind)
 {
-    return unit >= 0xD800 && unit < 0xDC00;
-}
-constexpr bool IsLowSurrogate(unsigned unit)
-{
-    return unit >= 0xDC00 && unit < 0xE000;
+    return at < text.size() && (static_cast<unsigned>(text[at]) & 0xFC00) == kind;
 }
 
-constexpr char Continuation(unsigned long code, int shift)
+/// What the unit there sorts by, where it is the first to differ: both halves of a surrogate pair come behind
+/// everything else.
+unsigned RankOf(XLXTextView text, std::size_t at)
 {
-    return static_cast<char>(0x80 | ((code >> shift) & 0x3F));
-}
-
-void AppendUtf8(std::string& to, unsigned long code)
-{
-    if (code < 0x80)
-    {
-        to.push_back(static_cast<char>(code));
-    }
-    else if (code < 0x800)
-    {
-        to.push_back(static_cast<char>(0xC0 | (code >> 6)));
-        to.push_back(Continuation(code, 0));
-    }
-    else if (code < 0x10000)
-    {
-        to.push_back(static_cast<char>(0xE0 | (code >> 12)));
-        to.push_back(Continuation(code, 6));
-        to.push_back(Continuation(code, 0));
-    }
-    else
-    {
-        to.push_back(static_cast<char>(0xF0 | (code >> 18)));
-        to.push_back(Continuation(code, 12));
-        to.push_back(Continuation(code, 6));
-        to.push_back(Continuation(code, 0));
-    }
-}
-
-constexpr unsigned long Payload(char byte)
-{
-    return static_cast<unsigned char>(byte) & 0x3Fu;
+    constexpr unsigned high = 0xD800;
+    constexpr unsigned low = 0xDC00;
+    const bool isPaired = (IsSurrogate(text, at, high) && IsSurrogate(text, at + 1, low)) ||
+                          (IsSurrogate(text, at, low) && IsSurrogate(text, at - 1, high));
+    return static_cast<unsigned>(text[at]) + (isPaired ? 0x10000 : 0);
 }
 } // namespace
-
-XCFGStringKey::XCFGStringKey(XLXTextView name)
-{
-    m_bytes.reserve(name.size());
-    for (std::size_t at = 0; at < name.size(); ++at)
-    {
-        unsigned long code = static_cast<unsigned>(name[at]) & 0xFFFFu;
-        if (IsHighSurrogate(static_cast<unsigned>(code)) && at + 1 < name.size() && IsLowSurrogate(name[at + 1]))
-        {
-            code = 0x10000 + ((code - 0xD800) << 10) + (static_cast<unsigned long>(name[++at]) - 0xDC00);
-        }
-        AppendUtf8(m_bytes, code);
-    }
-}
 
 std::optional<XCFGStringKey> XCFGStringKey::Of(const XLXComVariant& name)
 {
@@ -73,25 +33,14 @@ std::optional<XCFGStringKey> XCFGStringKey::Of(const XLXComVariant& name)
     return text ? std::optional<XCFGStringKey>(*text) : std::nullopt;
 }
 
-XLXText XCFGStringKey::Text() const
+std::strong_ordering XCFGStringKey::Compare(XLXTextView other) const noexcept
 {
-    XLXText text;
-    for (std::size_t at = 0; at < m_bytes.size();)
+    const XLXTextView own = m_text;
+    const auto common = std::min(own.size(), other.size());
+    std::size_t at = 0;
+    while (at < common && own[at] == other[at])
     {
-        const auto lead = static_cast<unsigned char>(m_bytes[at]);
-        const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-        unsigned long code = length == 1 ? lead : lead & (0x7Fu >> length);
-        for (std::size_t i = 1; i < length; ++i)
-        {
-            code = (code << 6) | Payload(m_bytes[at + i]);
-        }
-        at += length;
-        if (code >= 0x10000)
-        {
-            text.push_back(static_cast<OLECHAR>(0xD800 + ((code - 0x10000) >> 10)));
-            code = 0xDC00 + ((code - 0x10000) & 0x3FF);
-        }
-        text.push_back(static_cast<OLECHAR>(code));
+        ++at;
     }
-    return text;
+    return at < common ? RankOf(own, at) <=> RankOf(other, at) : own.size() <=> other.size();
 }

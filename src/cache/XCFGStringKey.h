@@ -6,32 +6,45 @@
 #include "XLXComVariant.h"
 
 #include <compare>
-#include <string>
+#include <map>
+#include <set>
 
-/// The key of every map by name. The name is kept as UTF-8 over its whole length (a lone surrogate in its three-byte
-/// form), so that two different names never become one key, and keys compare byte by byte. A null or empty name gives
-/// the null key, which sorts first.
+/// The key of every map by name: the name over its whole length. A null or empty name gives the null key, which sorts
+/// first.
+///
+/// Keys sort by code points, as their UTF-8 forms would: a surrogate pair comes behind U+FFFF, a lone surrogate stands
+/// where its number says. A map that compares with std::less<> finds a text without a key being made of it.
 class XCFGStringKey
 {
 public:
     XCFGStringKey() noexcept = default;
-    explicit XCFGStringKey(XLXTextView name);
+    explicit XCFGStringKey(XLXTextView name) : m_text(name) {}
     /// The key of a name in a value; none when the value is empty or no text.
     static std::optional<XCFGStringKey> Of(const XLXComVariant& name);
 
-    bool IsNull() const noexcept { return m_bytes.empty(); }
-    const std::string& Bytes() const noexcept { return m_bytes; }
+    bool IsNull() const noexcept { return m_text.empty(); }
     /// The name that the key was made of.
-    XLXText Text() const;
+    const XLXText& Text() const noexcept { return m_text; }
 
-    friend bool operator==(const XCFGStringKey&, const XCFGStringKey&) noexcept = default;
+    friend bool operator==(const XCFGStringKey& left, const XCFGStringKey& right) noexcept = default;
+    friend bool operator==(const XCFGStringKey& left, XLXTextView right) noexcept { return left.m_text == right; }
     friend std::strong_ordering operator<=>(const XCFGStringKey& left, const XCFGStringKey& right) noexcept
     {
-        return left.m_bytes.compare(right.m_bytes) <=> 0;
+        return left.Compare(right.m_text);
+    }
+    friend std::strong_ordering operator<=>(const XCFGStringKey& left, XLXTextView right) noexcept
+    {
+        return left.Compare(right);
     }
 
 private:
-    std::string m_bytes;
+    std::strong_ordering Compare(XLXTextView other) const noexcept;
+
+    XLXText m_text;
 };
+
+template <class T>
+using XNameMap = std::map<XCFGStringKey, T, std::less<>>;
+using XNameSet = std::set<XCFGStringKey, std::less<>>;
 
 #endif

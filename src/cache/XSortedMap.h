@@ -42,10 +42,13 @@ public:
     }
 
     /// Looks among the settled entries.
-    const_iterator find(const Key& key) const
+    /// @tparam Like  the key, or what it compares with
+    template <class Like>
+    const_iterator find(const Like& key) const
     {
         const auto settled = begin() + static_cast<std::ptrdiff_t>(m_settled);
-        const auto found = std::lower_bound(begin(), settled, key, KeyLess);
+        const auto found = std::lower_bound(begin(), settled, key,
+                                            [](const value_type& entry, const Like& k) { return entry.first < k; });
         return found != settled && !(key < found->first) ? found : end();
     }
 
@@ -63,7 +66,6 @@ public:
 
 private:
     static bool Less(const value_type& left, const value_type& right) { return left.first < right.first; }
-    static bool KeyLess(const value_type& entry, const Key& key) { return entry.first < key; }
 
     // The merge is stable: of equal keys the last is the one that was added last.
     void DropOlder()

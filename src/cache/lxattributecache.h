@@ -11,7 +11,6 @@
 #include "lxattributetypecache.h"
 
 #include <exception>
-#include <map>
 #include <vector>
 
 /// An attribute of a type, with its attribute types and its formats.
@@ -45,7 +44,7 @@ public:
 
 private:
     friend XLXConfigObjectCache;
-    using TypeMap = std::map<XCFGStringKey, XLXComPtr<XLXAttributeTypeCache>>;
+    using TypeMap = XNameMap<XLXComPtr<XLXAttributeTypeCache>>;
     using TypeMapPtr = std::shared_ptr<const TypeMap>;
 
     void OnAssigned(const XVariantRow& values, const XStamp& stamp) noexcept;

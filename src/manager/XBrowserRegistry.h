@@ -12,14 +12,12 @@
 #include "XLoaded.h"
 #include "lxbrowseridcache.h"
 
-#include <map>
-
 class XLXConfigFactoryCacheManager;
 
 class XBrowserRegistry
 {
 public:
-    using Map = std::map<XCFGStringKey, XLXComPtr<XLXBrowserIdCache>>;
+    using Map = XNameMap<XLXComPtr<XLXBrowserIdCache>>;
 
     /// @param manager  outlives the registry
     explicit XBrowserRegistry(const XLXConfigFactoryCacheManager& manager) noexcept : m_manager(manager) {}

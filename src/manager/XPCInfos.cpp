@@ -15,7 +15,7 @@ HRESULT XPCInfos::GetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo)
 {
     LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), LXManagerAt("InternalGetPCInfo"));
     const auto infos = Load();
-    const auto found = infos ? infos->find(XCFGStringKey(browserId)) : Map::const_iterator();
+    const auto found = infos ? infos->find(browserId) : Map::const_iterator();
     if (!infos || found == infos->end())
     {
         return S_FALSE;

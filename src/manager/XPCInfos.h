@@ -14,7 +14,7 @@
 class XPCInfos
 {
 public:
-    using Map = std::map<XCFGStringKey, XLXComPtr<XLXPCInfoCache>>;
+    using Map = XNameMap<XLXComPtr<XLXPCInfoCache>>;
 
     /// @param manager, browsers  outlive the PC infos
     XPCInfos(const XLXConfigFactoryCacheManager& manager, XBrowserRegistry& browsers, XLockLevel level, bool areNew)

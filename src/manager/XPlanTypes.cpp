@@ -96,7 +96,7 @@ Objects MasterSets(ILX_Query& query)
 bool XPlanTypes::IsPlanType(XLXTextView typeName)
 {
     const MapPtr map = Loaded();
-    return map && map->contains(XCFGStringKey(typeName));
+    return map && map->contains(typeName);
 }
 
 std::vector<XRelationHost::PlanTypeRelation> XPlanTypes::RelationsOf(XLXTextView typeName)
@@ -107,7 +107,7 @@ std::vector<XRelationHost::PlanTypeRelation> XPlanTypes::RelationsOf(XLXTextView
     {
         return relations;
     }
-    if (const auto found = map->find(XCFGStringKey(typeName)); found != map->end())
+    if (const auto found = map->find(typeName); found != map->end())
     {
         for (const XLXText& child : found->second.allowed)
         {

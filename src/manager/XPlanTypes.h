@@ -13,8 +13,6 @@
 #include "XLoaded.h"
 #include "XRelationHost.h"
 
-#include <map>
-
 class XLXConfigFactoryCacheManager;
 
 class XPlanTypes
@@ -38,7 +36,7 @@ private:
         XLXText nameShort;
         std::vector<XLXText> allowed; ///< the names of the types allowed below it
     };
-    using Map = std::map<XCFGStringKey, PlanType>;
+    using Map = XNameMap<PlanType>;
     using MapPtr = std::shared_ptr<const Map>;
 
     MapPtr Loaded();

@@ -5,33 +5,33 @@
 
 bool XTypeInheritanceInfo::Info::IsKnown(XLXTextView typeName) const
 {
-    return m_baseOf.contains(XCFGStringKey(typeName));
+    return m_baseOf.contains(typeName);
 }
 
 // The walk ends at a base that is not in the map. The links have no cycles, but they were read one by one while types
 // may have been linked anew; so it is counted.
 bool XTypeInheritanceInfo::Info::DerivesFrom(XLXTextView typeName, XLXTextView ancestor) const
 {
-    const XCFGStringKey wanted(ancestor);
-    const XCFGStringKey first(typeName);
-    const XCFGStringKey* type = &first;
-    auto found = m_baseOf.find(first);
+    XLXTextView type = typeName;
+    bool isKnown = false;
+    auto found = m_baseOf.find(type);
     for (std::size_t steps = 0; found != m_baseOf.end() && steps < m_baseOf.size(); ++steps)
     {
-        if (*type == wanted)
+        if (type == ancestor)
         {
             return true;
         }
-        type = &found->second;
-        found = m_baseOf.find(*type);
+        isKnown = true;
+        type = found->second.Text();
+        found = m_baseOf.find(type);
     }
-    return type != &first && !type->IsNull() && *type == wanted;
+    return isKnown && !type.empty() && type == ancestor;
 }
 
 std::vector<XLXText> XTypeInheritanceInfo::Info::DerivedTypes(XLXTextView typeName) const
 {
     const XCFGStringKey root(typeName);
-    std::set<XCFGStringKey> found;
+    XNameSet found;
     std::vector<XCFGStringKey> open{root};
     while (!open.empty())
     {
@@ -60,8 +60,8 @@ std::vector<XLXText> XTypeInheritanceInfo::Info::DerivedTypes(XLXTextView typeNa
 std::vector<XLXText> XTypeInheritanceInfo::Info::BaseTypes(XLXTextView typeName) const
 {
     std::vector<XLXText> names;
-    std::set<XCFGStringKey> met{XCFGStringKey(typeName)};
-    for (auto type = m_baseOf.find(XCFGStringKey(typeName)); type != m_baseOf.end(); type = m_baseOf.find(type->second))
+    XNameSet met{XCFGStringKey(typeName)};
+    for (auto type = m_baseOf.find(typeName); type != m_baseOf.end(); type = m_baseOf.find(type->second))
     {
         if (type->second.IsNull() || !met.insert(type->second).second)
         {

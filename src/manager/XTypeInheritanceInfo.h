@@ -9,8 +9,6 @@
 
 #include "XTypeMap.h"
 
-#include <set>
-
 class XTypeInheritanceInfo
 {
 public:
@@ -32,8 +30,8 @@ public:
         friend class XTypeInheritanceInfo;
         void AddTypeToInheritanceInfo(const XCFGStringKey& type, const XCFGStringKey& base);
 
-        std::map<XCFGStringKey, XCFGStringKey> m_baseOf;            ///< every known type; the null key: no base
-        std::map<XCFGStringKey, std::set<XCFGStringKey>> m_derived; ///< by direct base
+        XNameMap<XCFGStringKey> m_baseOf; ///< every known type; the null key: no base
+        XNameMap<XNameSet> m_derived;     ///< by direct base
     };
     using InfoPtr = std::shared_ptr<const Info>;
 

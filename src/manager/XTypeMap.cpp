@@ -29,7 +29,7 @@ XTypeMap::Answer XTypeMap::Find(XLXTextView name) const
     {
         answer.found = Found::Type;
     }
-    else if (known->map.contains(XCFGStringKey(name)))
+    else if (known->map.contains(name))
     {
         answer.found = Found::NoType;
     }
@@ -197,7 +197,7 @@ XTypeMap::Entry* XTypeMap::BaseOf(Map& map, const Entry& entry, std::vector<XLXT
     {
         return nullptr;
     }
-    const auto found = map.find(XCFGStringKey(entry.baseName));
+    const auto found = map.find(XLXTextView(entry.baseName));
     if (found != map.end() && found->second.type)
     {
         return &found->second;

@@ -30,7 +30,7 @@ public:
         XLXText baseName;
         Link link = Link::Pending;
     };
-    using Map = std::map<XCFGStringKey, Entry>;
+    using Map = XNameMap<Entry>;
 
     explicit XTypeMap(std::shared_ptr<const XTransferModeSupplier> mode) : m_mode(std::move(mode)) {}
 

@@ -32,7 +32,7 @@ public:
 
 private:
     friend XLXConfigObjectCache;
-    using PCInfoMap = std::map<XCFGStringKey, XLXComPtr<XLXPCInfoCache>>;
+    using PCInfoMap = XNameMap<XLXComPtr<XLXPCInfoCache>>;
     using PCInfoMapPtr = std::shared_ptr<const PCInfoMap>;
 
     void AdvanceParts() noexcept { m_pcInfos.Advance(); }

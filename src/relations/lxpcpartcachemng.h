@@ -59,8 +59,8 @@ private:
         bool ppr = false;
         bool systemInternal = false;
     };
-    using ListMap = std::map<XCFGStringKey, Entry>;
-    using ChildMap = std::map<XCFGStringKey, ListMap>;
+    using ListMap = XNameMap<Entry>;
+    using ChildMap = XNameMap<ListMap>;
     /// The relations in order, and by their three names for look-ups.
     struct ParentMap
     {
@@ -68,7 +68,7 @@ private:
         ParentMap(ParentMap&&) = default;
         ParentMap& operator=(ParentMap&&) = default;
 
-        std::map<XCFGStringKey, ChildMap> byParent;
+        XNameMap<ChildMap> byParent;
         XNameIndex<XLXParentChildCache*, 3> byNames;
     };
     using ParentMapPtr = std::shared_ptr<const ParentMap>; // a map that is in use never changes
@@ -96,7 +96,7 @@ private:
                                            XRetired& retired) const;
     static bool ReadNames(const XVariantRow& values, Names& names, Entry& entry);
     static XLXParentChildCache* Find(const ParentMap& map, XLXTextView parent, XLXTextView child, XLXTextView list);
-    static const ChildMap* Below(const ParentMap& map, const XCFGStringKey& parent);
+    static const ChildMap* Below(const ParentMap& map, XLXTextView parent);
     template <class Visit>
     static void ForEach(const ParentMap& map, Visit&& visit);
     static void TerminateDropped(const ParentMap* former, const ParentMap& kept) noexcept;
@@ -144,12 +144,12 @@ template <class Visit>
 void XLXPCPartCacheMng::VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit)
 {
     const ParentMapPtr relations = Loaded();
-    const ChildMap* const children = relations ? Below(*relations, XCFGStringKey(parentType)) : nullptr;
+    const ChildMap* const children = relations ? Below(*relations, parentType) : nullptr;
     if (children == nullptr)
     {
         return;
     }
-    const auto first = childType.empty() ? children->begin() : children->find(XCFGStringKey(childType));
+    const auto first = childType.empty() ? children->begin() : children->find(childType);
     const auto last = childType.empty() || first == children->end() ? children->end() : std::next(first);
     for (auto child = first; child != last; ++child)
     {

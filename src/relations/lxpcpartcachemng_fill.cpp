@@ -181,7 +181,7 @@ bool XLXPCPartCacheMng::ReadNames(const XVariantRow& values, Names& names, Entry
     return true;
 }
 
-const XLXPCPartCacheMng::ChildMap* XLXPCPartCacheMng::Below(const ParentMap& map, const XCFGStringKey& parent)
+const XLXPCPartCacheMng::ChildMap* XLXPCPartCacheMng::Below(const ParentMap& map, XLXTextView parent)
 {
     const auto children = map.byParent.find(parent);
     return children != map.byParent.end() ? &children->second : nullptr;
@@ -203,7 +203,7 @@ void XLXPCPartCacheMng::TerminateDropped(const ParentMap* former, const ParentMa
         return;
     }
     ForEach(*former, [&kept](const auto& parent, const auto& child, const auto& list, const Entry& entry) {
-        const ChildMap* const below = Below(kept, parent);
+        const ChildMap* const below = Below(kept, parent.Text());
         const auto lists = below != nullptr ? below->find(child) : ChildMap::const_iterator();
         if (below == nullptr || lists == below->end() || lists->second.count(list) == 0)
         {

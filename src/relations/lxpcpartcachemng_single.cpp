@@ -97,7 +97,7 @@ HRESULT XLXPCPartCacheMng::GetPCRelation(BSTR parentType, BSTR childList, ILXPar
     XLXError::CheckPointer(ppPC, OLESTR("pLXParentChild"), at(801));
     LXCheckNotEmpty(parentType, OLESTR("bstrParent is empty"), at(804));
     LXCheckNotEmpty(childList, OLESTR("bstrChildlistname is empty"), at(807));
-    const XCFGStringKey wanted(ListName(childList));
+    const XLXTextView wanted = ListName(childList);
     VisitRelations(LXBstrView(parentType), {}, [&](const auto&, const auto& list, const Entry& entry) {
         if (list == wanted)
         {

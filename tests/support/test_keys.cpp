@@ -23,30 +23,34 @@ XLXText Units(std::initializer_list<unsigned> units)
     return text;
 }
 
-TEST(StringKey, IsTheNamesUtf8)
+/// The UTF-8 of a text; a lone surrogate in its three-byte form.
+std::string Utf8Of(const XLXText& text)
 {
-    const std::pair<XLXText, std::string> Table[] = {
-        {{}, ""},
-        {OLESTR("Machine_1"), "Machine_1"},
-        {Units({0x7F, 0x80, 0x7FF, 0x800, 0xFFFF}), "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF"},
-        {Units({0xD83D, 0xDE00}), "\xF0\x9F\x98\x80"},
-        {Units({0xDBFF, 0xDFFF}), "\xF4\x8F\xBF\xBF"},
-        {Units({0xD83D}), "\xED\xA0\xBD"},
-        {Units({0xDE00, 0xD83D}), "\xED\xB8\x80\xED\xA0\xBD"},
-        {Units({0xD83D, 0xD83D, 0xDE00}), "\xED\xA0\xBD\xF0\x9F\x98\x80"},
-        {Units({'a', 0, 'b'}), std::string("a\0b", 3)},
+    std::string bytes;
+    const auto add = [&bytes](unsigned long lead, unsigned long code, int more) {
+        bytes.push_back(static_cast<char>(lead | (code >> (6 * more))));
+        while (more-- > 0)
+        {
+            bytes.push_back(static_cast<char>(0x80 | ((code >> (6 * more)) & 0x3F)));
+        }
     };
-    for (const auto& [name, bytes] : Table)
+    for (std::size_t at = 0; at < text.size(); ++at)
     {
-        const XCFGStringKey key(name);
-        EXPECT_EQ(bytes, key.Bytes());
-        EXPECT_EQ(name, key.Text());
-        EXPECT_EQ(name.empty(), key.IsNull());
+        unsigned long code = text[at];
+        if (code >= 0xD800 && code < 0xDC00 && at + 1 < text.size() && text[at + 1] >= 0xDC00 && text[at + 1] < 0xE000)
+        {
+            code = 0x10000 + ((code & 0x3FF) << 10) + (text[++at] & 0x3FFu);
+        }
+        code < 0x80      ? add(0, code, 0)
+        : code < 0x800   ? add(0xC0, code, 1)
+        : code < 0x10000 ? add(0xE0, code, 2)
+                         : add(0xF0, code, 3);
     }
+    return bytes;
 }
 
-// Every text of up to three of these units: no two share a key, and each comes back.
-TEST(StringKey, IsOneToOne)
+/// Every text of up to three of these units.
+std::vector<XLXText> ManyNames()
 {
     const XLXText units = Units({0, 'A', 'a', 0xE4, 0x7FF, 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF});
     std::vector<XLXText> names{XLXText()};
@@ -61,18 +65,61 @@ TEST(StringKey, IsOneToOne)
             }
         }
     }
+    return names;
+}
+
+// No two names share a key, and each comes back.
+TEST(StringKey, IsOneToOne)
+{
     std::vector<XCFGStringKey> keys;
-    for (const XLXText& name : names)
+    for (const XLXText& name : ManyNames())
     {
         keys.emplace_back(name);
         EXPECT_EQ(name, keys.back().Text());
+        EXPECT_EQ(name.empty(), keys.back().IsNull());
     }
     std::sort(keys.begin(), keys.end());
     EXPECT_EQ(keys.end(), std::adjacent_find(keys.begin(), keys.end()));
     EXPECT_EQ(1u + 11 + 11 * 11 + 11 * 11 * 11, keys.size());
 }
 
-TEST(StringKey, SortsByteByByte)
+TEST(StringKey, ComparesAsTheNamesUtf8)
+{
+    std::vector<std::pair<XLXText, std::string>> names;
+    for (const XLXText& name : ManyNames())
+    {
+        names.emplace_back(name, Utf8Of(name));
+    }
+    std::size_t wrong = 0;
+    for (const auto& [name, bytes] : names)
+    {
+        const XCFGStringKey key(name);
+        for (const auto& [other, otherBytes] : names)
+        {
+            const std::strong_ordering expected = bytes.compare(otherBytes) <=> 0;
+            const XLXTextView text = other;
+            wrong += (key <=> text) != expected || (text <=> key) != (0 <=> expected) ||
+                     (key == text) != (bytes == otherBytes);
+        }
+    }
+    EXPECT_EQ(0u, wrong);
+}
+
+TEST(StringKey, MapsFindATextThatIsNoKey)
+{
+    XNameMap<int> map;
+    map.emplace(XCFGStringKey(OLESTR("Machine")), 1);
+    map.emplace(XCFGStringKey(Units({'M', 0})), 2);
+    const auto at = [&map](XLXTextView name) {
+        const auto found = map.find(name);
+        return found != map.end() ? found->second : 0;
+    };
+    EXPECT_EQ(1, at(OLESTR("Machine")));
+    EXPECT_EQ(2, at(Units({'M', 0})));
+    EXPECT_EQ(0, at(OLESTR("M")));
+}
+
+TEST(StringKey, SortsByCodePoints)
 {
     const XLXText inOrder[] = {{},
                                Units({0}),
