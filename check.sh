@@ -64,7 +64,7 @@ leg_rules() {
         ':!src/sync/XLFCritSectionDelegator.h'
     forbid "extensions of one compiler stand in LXCompiler.h" \
         '__attribute__|__declspec|__builtin_' 'src/*' 'server/*' 'tools/*' 'include/*' 'platform/*' 'examples/*' \
-        ':!src/support/LXError32/LXCompiler.h'
+        ':!src/base/LXCompiler.h'
     forbid "wide literals are written OLESTR(...)" '(^|[^A-Za-z0-9_])L"' 'src/*' 'server/*' 'tools/*' 'include/*' 'examples/*'
     local without
     without=$(tracked '*.h' '*.cpp' '*.c' '*.idl' '*.sh' '*CMakeLists.txt' '*.cmake' |

@@ -88,7 +88,7 @@ endif()
 # ---- what clients and servers are built with
 
 install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.h ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache_i.c
-  ${PROJECT_SOURCE_DIR}/include/LXError32.h ${PROJECT_SOURCE_DIR}/src/support/LXError32/LXCompiler.h
+  ${PROJECT_SOURCE_DIR}/include/LXError32.h ${PROJECT_SOURCE_DIR}/src/base/LXCompiler.h
   DESTINATION ${lx_include} COMPONENT main)
 install(TARGETS lxidl ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main)
 install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.idl DESTINATION ${lx_data} COMPONENT main)

@@ -16,9 +16,10 @@
 #include "LXComInterfaceProxy.h"
 #include "XCritLong.h"
 #include "XLoaded.h"
-#include "XModuleCount.h"
 #include "XNotificationRule.h"
+#include "XPropertyMethods.h"
 #include "XRetired.h"
+#include "XUnknown.h"
 #include "associations.h"
 #include "cachedobjectfacts.h"
 #include "lxcfctools.h"
@@ -30,52 +31,21 @@
 /// @tparam Interface  the mirrored interface
 /// @tparam MoreFaces  further interfaces, answered by their own ids
 template <class Derived, const XCachedObjectFacts& Facts, class Interface, class... MoreFaces>
-class XLXConfigObjectCache : public Interface, public MoreFaces..., public ILXCallbackUpdate
+class XLXConfigObjectCache
+    : public XPropertyMethods<XUnknown<Derived, Interface, MoreFaces..., ILXCallbackUpdate>, Facts.kind>
 {
 public:
     /// @param clock  of the connection; null: nothing on the server can make the object stale
     XLXConfigObjectCache(XLXComPtr<IUnknown> server, XClockPtr clock, std::size_t slots = 0)
         : m_clock(std::move(clock)), m_server(Facts.proxyScope, std::move(server)), m_store(slots)
     {}
-    XLXConfigObjectCache(const XLXConfigObjectCache&) = delete;
-    XLXConfigObjectCache& operator=(const XLXConfigObjectCache&) = delete;
 
-    // IUnknown
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
+    static HRESULT RefuseNullFace() noexcept
     {
-        return XLXError::Guarded(Facts.At("QueryInterface"), [&]() -> HRESULT {
-            XLXError::CheckPointer(ppv, OLESTR("ppv"), Facts.At("QueryInterface"));
-            *ppv = self().FindFace(iid);
-            if (*ppv == nullptr)
-            {
-                return E_NOINTERFACE;
-            }
-            AddRef();
-            return S_OK;
-        });
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return m_references.fetch_add(1, std::memory_order_relaxed) + 1; }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-        if (left == 0)
-        {
-            delete static_cast<Derived*>(this);
-        }
-        return left;
+        return XLXError::RefusePointer(OLESTR("ppv"), Facts.At("QueryInterface"));
     }
 
     // ILXConfigObject
-    HRESULT STDMETHODCALLTYPE Get(BSTR bstrKey, VARIANT* pvarValue) override
-    {
-        return this->GetProperty(XCfgPropertyConvert::Convert(Facts.kind, bstrKey), pvarValue);
-    }
-    HRESULT STDMETHODCALLTYPE Set(BSTR bstrKey, VARIANT varValue) override
-    {
-        return this->SetProperty(XCfgPropertyConvert::Convert(Facts.kind, bstrKey), varValue);
-    }
-    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
-    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override
     {
         return XLXError::Guarded(Facts.At("GetProperty"), [&]() -> HRESULT {
@@ -108,11 +78,6 @@ public:
             }
             return S_OK;
         });
-    }
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
-    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
     }
 
     // ILXCallback, ILXCallbackUpdate
@@ -301,16 +266,6 @@ public:
 protected:
     ~XLXConfigObjectCache() = default;
 
-    /// The primary face answers for the mirrored interface and IUnknown, the callback face for itself.
-    void* FindFace(REFIID iid) noexcept
-    {
-        if (IsEqualIID(iid, LXIid<Interface>()) || IsEqualIID(iid, IID_IUnknown))
-        {
-            return static_cast<Interface*>(this);
-        }
-        return IsEqualIID(iid, LXIid<ILXCallbackUpdate>()) ? static_cast<ILXCallbackUpdate*>(this) : nullptr;
-    }
-
     /// Changes values that are about to enter the store; returns the object that this displaced.
     XLXComPtr<IUnknown> AmendValues(XVariantRow&) { return {}; }
     /// Called under the store's lock with values that enter it.
@@ -365,15 +320,6 @@ protected:
         XServerSourcePtr source;
         m_server.Swap(server, typed, source, ~std::uint64_t{0});
     }
-    /// Adds a reference unless the last one is gone already.
-    bool TryAddReference() noexcept
-    {
-        ULONG count = m_references.load(std::memory_order_relaxed);
-        while (count != 0 && !m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed))
-        {}
-        return count != 0;
-    }
-
     static constexpr const XCachedObjectFacts& TheFacts = Facts;
 
     XPropertyStore& Store() noexcept { return m_store; }
@@ -428,8 +374,6 @@ private:
         Stale     ///< the same, but the values are stale: its server object is asked
     };
 
-    XLiveObject m_live;
-    std::atomic<ULONG> m_references{0};
     XCritLong m_callbackId;
     const XClockPtr m_clock;
     XDirectNumber m_direct;

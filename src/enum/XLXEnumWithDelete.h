@@ -13,7 +13,7 @@
 
 #include "XLXComPtr.h"
 #include "XLXError.h"
-#include "XModuleCount.h"
+#include "XUnknown.h"
 
 #include <algorithm>
 #include <atomic>
@@ -23,49 +23,21 @@
 
 /// It counts as a live object, so that the module stays while somebody holds it, but it does not lock the module.
 template <class IEnumX, class IX>
-class XLXEnumWithDelete final : public IEnumX, public ISupportErrorInfo
+class XLXEnumWithDelete final : public XUnknown<XLXEnumWithDelete<IEnumX, IX>, IEnumX, ISupportErrorInfo>
 {
 public:
     using Items = std::vector<XLXComPtr<IX>>;
+
+    static HRESULT RefuseNullFace() noexcept
+    {
+        return XLXError::RefusePointer(OLESTR("ppvObject"), At("QueryInterface"));
+    }
 
     /// Takes the snapshot over; to be called once, before anybody else has the enumerator.
     HRESULT Initialize(std::unique_ptr<const Items> items) noexcept
     {
         m_items = std::move(items);
         return S_OK;
-    }
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override
-    {
-        return XLXError::Guarded(At("QueryInterface"), [&]() -> HRESULT {
-            LXCheckOut(out, OLESTR("ppvObject"), At("QueryInterface"));
-            if (iid == LXIid<IEnumX>() || iid == IID_IUnknown)
-            {
-                *out = static_cast<IEnumX*>(this);
-            }
-            else if (iid == IID_ISupportErrorInfo)
-            {
-                *out = static_cast<ISupportErrorInfo*>(this);
-            }
-            else
-            {
-                return E_NOINTERFACE;
-            }
-            AddRef();
-            return S_OK;
-        });
-    }
-
-    STDMETHODIMP_(ULONG) AddRef() override { return m_references.fetch_add(1, std::memory_order_relaxed) + 1; }
-
-    STDMETHODIMP_(ULONG) Release() override
-    {
-        const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-        if (left == 0)
-        {
-            delete this;
-        }
-        return left;
     }
 
     STDMETHODIMP RemNext(ULONG cElems, IX** prgElems, ULONG* pcFetched) override
@@ -153,8 +125,6 @@ private:
 
     std::unique_ptr<const Items> m_items; // constant once initialised
     std::atomic<size_t> m_cursor{0};      // never beyond the number of items
-    std::atomic<ULONG> m_references{0};
-    XLiveObject m_live;
 };
 
 /// What every method that returns an enumerator ends with: S_FALSE and null when nothing was collected, else an

@@ -10,7 +10,7 @@
 
 #include "XLXComPtr.h"
 #include "XLXError.h"
-#include "XModuleCount.h"
+#include "XUnknown.h"
 
 #include <atomic>
 
@@ -18,24 +18,15 @@ namespace LXComClassFactory
 {
 /// Creates objects of T: default constructible, and counted from 0.
 template <class T>
-class XFactoryNoPing final : public IClassFactory
+class XFactoryNoPing final : public XFaces<XFactoryNoPing<T>, IClassFactory>
 {
 public:
     /// A new factory with the module's reference.
     static IClassFactory* Create() { return new XFactoryNoPing; }
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override
+    static HRESULT RefuseNullFace() noexcept
     {
-        return XLXError::Guarded(At("QueryInterface"), [&]() -> HRESULT {
-            LXCheckOut(out, OLESTR("ppvObject"), At("QueryInterface"));
-            if (iid != IID_IUnknown && iid != IID_IClassFactory)
-            {
-                return E_NOINTERFACE;
-            }
-            *out = static_cast<IClassFactory*>(this);
-            AddRef();
-            return S_OK;
-        });
+        return XLXError::RefusePointer(OLESTR("ppvObject"), At("QueryInterface"));
     }
 
     STDMETHODIMP_(ULONG) AddRef() override

@@ -25,62 +25,15 @@ XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager()
     XModuleCount::Unlock();
 }
 
-HRESULT XLXConfigFactoryCacheManager::QueryInterface(REFIID iid, void** ppv)
+HRESULT XLXConfigFactoryCacheManager::RefuseNullFace() noexcept
 {
-    return XLXError::Guarded(LXManagerAt("QueryInterface"), [&]() -> HRESULT {
-        LXCheckOut(ppv, OLESTR("ppv"), LXManagerAt("QueryInterface"));
-        *ppv = FindFace(iid);
-        if (*ppv == nullptr)
-        {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    });
+    return XLXError::RefusePointer(OLESTR("ppv"), LXManagerAt("QueryInterface"));
 }
 
+// A callback for updates is also a plain one.
 void* XLXConfigFactoryCacheManager::FindFace(REFIID iid) noexcept
 {
-    if (IsEqualIID(iid, LXIid<ILXConfigFactoryCache>()) || IsEqualIID(iid, IID_IUnknown))
-    {
-        return static_cast<ILXConfigFactoryCache*>(this);
-    }
-    if (IsEqualIID(iid, LXIid<ILXConfigFactory>()))
-    {
-        return static_cast<ILXConfigFactory*>(this);
-    }
-    if (IsEqualIID(iid, LXIid<IDPFObject>()))
-    {
-        return static_cast<IDPFObject*>(this);
-    }
-    if (IsEqualIID(iid, LXIid<ILXCallback>()) || IsEqualIID(iid, LXIid<ILXCallbackUpdate>()))
-    {
-        return static_cast<ILXCallbackUpdate*>(this);
-    }
-    return IsEqualIID(iid, LXIid<ILXServerEntryPoint>()) ? static_cast<ILXServerEntryPoint*>(this) : nullptr;
-}
-
-ULONG XLXConfigFactoryCacheManager::AddRef()
-{
-    return m_references.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-ULONG XLXConfigFactoryCacheManager::Release()
-{
-    const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-    if (left == 0)
-    {
-        delete this;
-    }
-    return left;
-}
-
-bool XLXConfigFactoryCacheManager::TryAddRef() noexcept
-{
-    ULONG count = m_references.load(std::memory_order_relaxed);
-    while (count != 0 && !m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed))
-    {}
-    return count != 0;
+    return XUnknown::FindFace(IsEqualIID(iid, LXIid<ILXCallback>()) ? LXIid<ILXCallbackUpdate>() : iid);
 }
 
 std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Connection() const noexcept

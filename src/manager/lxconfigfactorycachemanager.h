@@ -14,32 +14,26 @@
 #include "XBrowserRegistry.h"
 #include "XConnection.h"
 #include "XGlobalSpecs.h"
-#include "XModuleCount.h"
 #include "XPCInfos.h"
 #include "XPlanTypes.h"
 #include "XTypeInheritanceInfo.h"
+#include "XUnknown.h"
 #include "lxpcbasemng.h"
 #include "xlxcfcmngimpl.h"
 
 #include <span>
 
-class XLXConfigFactoryCacheManager final : public ILXConfigFactoryCache,
-                                           public ILXConfigFactory,
-                                           public IDPFObject,
-                                           public ILXCallbackUpdate,
-                                           public ILXServerEntryPoint,
-                                           public XRelationHost
+class XLXConfigFactoryCacheManager final
+    : public XUnknown<XLXConfigFactoryCacheManager, ILXConfigFactoryCache, ILXConfigFactory, IDPFObject,
+                      ILXCallbackUpdate, ILXServerEntryPoint, XRelationHost>
 {
 public:
     XLXConfigFactoryCacheManager();
-    XLXConfigFactoryCacheManager(const XLXConfigFactoryCacheManager&) = delete;
-    XLXConfigFactoryCacheManager& operator=(const XLXConfigFactoryCacheManager&) = delete;
     ~XLXConfigFactoryCacheManager();
 
     // IUnknown
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
+    static HRESULT RefuseNullFace() noexcept;
+    void* FindFace(REFIID iid) noexcept;
 
     // Lifecycle
     HRESULT STDMETHODCALLTYPE Initialize(ILXConfigFactory* pConfigFactory, ILX_Query* pQuery,
@@ -199,7 +193,6 @@ public:
     }
     std::vector<XLXText> BaseTypeNames(XLXTextView typeName) override;
     const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept override { return m_selfLink; }
-    bool TryAddRef() noexcept override;
 
     /// Reads all types unless they are fresh. S_FALSE: the server has nothing.
     /// @param types  receives the map to answer from
@@ -208,8 +201,6 @@ public:
     HRESULT InternalLoadType(XLXTextView name, ILXType** ppType);
 
 private:
-    void* FindFace(REFIID iid) noexcept;
-
     struct InitArguments;
 
     template <class Impl>
@@ -246,8 +237,6 @@ private:
     HRESULT AskRelations(const char* method, T** out, Question&& question);
     std::shared_ptr<XLXPCBaseMng> RelationManager() const;
 
-    XLiveObject m_live;
-    std::atomic<ULONG> m_references{0};
     std::shared_ptr<XTransferModeSupplier> m_transferMode = std::make_shared<XTransferModeSupplier>();
     XTypeMap m_types{m_transferMode};
     XTypeInheritanceInfo m_inheritance{m_types};

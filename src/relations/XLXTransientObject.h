@@ -5,12 +5,10 @@
 #ifndef XLXTRANSIENTOBJECT_H
 #define XLXTRANSIENTOBJECT_H
 
-#include "XCfgPropertyConvert.h"
 #include "XLXComVariant.h"
 #include "XLXError.h"
-#include "XModuleCount.h"
-
-#include <atomic>
+#include "XPropertyMethods.h"
+#include "XUnknown.h"
 
 /// A property that a transient object has, with the value that it answers or starts with.
 struct XTransientProperty
@@ -92,43 +90,18 @@ private:
 };
 
 /// It answers its interface and IUnknown, and no callback.
-template <class Interface, EConfigElementKind kind>
-class XLXTransientObject : public Interface
+/// @tparam Base  its face: an XUnknown, or an XFaces with other references
+template <class Base, EConfigElementKind kind>
+class XLXTransientObject : public XPropertyMethods<Base, kind>
 {
 public:
     XLXTransientObject(const XLXTransientObject&) = delete;
     XLXTransientObject& operator=(const XLXTransientObject&) = delete;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
+    static HRESULT RefuseNullFace() noexcept
     {
-        const LXErrorLocation at = LXHere("XLXTransientObject", "XLXTransientObject", "QueryInterface");
-        return XLXError::Guarded(at, [&]() -> HRESULT {
-            XLXError::CheckPointer(ppv, OLESTR("ppv"), at);
-            *ppv = IsEqualIID(iid, LXIid<Interface>()) || IsEqualIID(iid, IID_IUnknown) ? static_cast<Interface*>(this)
-                                                                                        : nullptr;
-            if (*ppv == nullptr)
-            {
-                return E_NOINTERFACE;
-            }
-            this->AddRef();
-            return S_OK;
-        });
-    }
-
-    HRESULT STDMETHODCALLTYPE Get(BSTR bstrKey, VARIANT* pvarValue) override
-    {
-        return this->GetProperty(XCfgPropertyConvert::Convert(kind, bstrKey), pvarValue);
-    }
-    HRESULT STDMETHODCALLTYPE Set(BSTR bstrKey, VARIANT varValue) override
-    {
-        return this->SetProperty(XCfgPropertyConvert::Convert(kind, bstrKey), varValue);
-    }
-    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
-    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
-    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
+        return XLXError::RefusePointer(OLESTR("ppv"),
+                                       LXHere("XLXTransientObject", "XLXTransientObject", "QueryInterface"));
     }
 
 protected:

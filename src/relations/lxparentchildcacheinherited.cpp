@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "lxparentchildcacheinherited.h"
 
-#include "XCfgPropertyConvert.h"
 #include "XInstanceRegistry.h"
 #include "XLXComVariant.h"
 #include "XModuleState.h"
@@ -37,43 +36,9 @@ XLXParentChildCacheInherited::~XLXParentChildCacheInherited()
     LiveInherited().Remove(this);
 }
 
-HRESULT XLXParentChildCacheInherited::QueryInterface(REFIID iid, void** ppv)
+HRESULT XLXParentChildCacheInherited::RefuseNullFace() noexcept
 {
-    return XLXError::Guarded(At("QueryInterface"), [&]() -> HRESULT {
-        XLXError::CheckPointer(ppv, OLESTR("ppv"), At("QueryInterface"));
-        *ppv = IsEqualIID(iid, LXIid<ILXParentChild>()) || IsEqualIID(iid, IID_IUnknown) ? this : nullptr;
-        if (*ppv == nullptr)
-        {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    });
-}
-
-ULONG XLXParentChildCacheInherited::AddRef()
-{
-    return m_references.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-ULONG XLXParentChildCacheInherited::Release()
-{
-    const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-    if (left == 0)
-    {
-        delete this;
-    }
-    return left;
-}
-
-HRESULT XLXParentChildCacheInherited::Get(BSTR bstrKey, VARIANT* pvarValue)
-{
-    return GetProperty(XCfgPropertyConvert::Convert(EConfigElementKind::Relation, bstrKey), pvarValue);
-}
-
-HRESULT XLXParentChildCacheInherited::Set(BSTR bstrKey, VARIANT varValue)
-{
-    return SetProperty(XCfgPropertyConvert::Convert(EConfigElementKind::Relation, bstrKey), varValue);
+    return XLXError::RefusePointer(OLESTR("ppv"), At("QueryInterface"));
 }
 
 HRESULT XLXParentChildCacheInherited::GetProperty(int iLXCF_Member, VARIANT* pvarValue)

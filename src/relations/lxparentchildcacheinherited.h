@@ -9,38 +9,24 @@
 
 #include "XLXComPtr.h"
 #include "XLXError.h"
-#include "XModuleCount.h"
-
-#include <atomic>
+#include "XPropertyMethods.h"
+#include "XUnknown.h"
 
 /// It answers its own parent and child name, and hands everything else to the base relation: writes too, so that they
 /// change the relation that is inherited.
-class XLXParentChildCacheInherited final : public ILXParentChild
+class XLXParentChildCacheInherited final
+    : public XPropertyMethods<XUnknown<XLXParentChildCacheInherited, ILXParentChild>, EConfigElementKind::Relation>
 {
 public:
     /// @param base  the relation to inherit from; of one that is itself inherited, the one at its root
     explicit XLXParentChildCacheInherited(XLXComPtr<ILXParentChild> base);
-    XLXParentChildCacheInherited(const XLXParentChildCacheInherited&) = delete;
-    XLXParentChildCacheInherited& operator=(const XLXParentChildCacheInherited&) = delete;
     ~XLXParentChildCacheInherited();
 
-    // IUnknown
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
+    static HRESULT RefuseNullFace() noexcept;
 
     // ILXConfigObject
-    HRESULT STDMETHODCALLTYPE Get(BSTR bstrKey, VARIANT* pvarValue) override;
-    HRESULT STDMETHODCALLTYPE Set(BSTR bstrKey, VARIANT varValue) override;
-    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
-    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
     HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override;
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
-    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY** psaValues) override
-    {
-        return LXNotOffered(psaValues);
-    }
 
     // ILXParentChild
     HRESULT STDMETHODCALLTYPE AddPCInfo(ILXPCInfo** ppPCInfo) override { return LXNotOffered(ppPCInfo); }
@@ -56,8 +42,6 @@ public:
     }
 
 private:
-    XLiveObject m_live;
-    std::atomic<ULONG> m_references{0};
     XLXText m_parentName;
     XLXText m_childName;
     XLXComPtr<ILXParentChild> m_base;

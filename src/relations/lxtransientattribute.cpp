@@ -35,21 +35,6 @@ XLXTransientAttribute::XLXTransientAttribute(XLXTextView name)
     }
 }
 
-ULONG XLXTransientAttribute::AddRef()
-{
-    return m_references.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-ULONG XLXTransientAttribute::Release()
-{
-    const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-    if (left == 0)
-    {
-        delete this;
-    }
-    return left;
-}
-
 HRESULT XLXTransientAttribute::GetProperty(int iLXCF_Member, VARIANT* pvarValue)
 {
     return XLXError::Guarded(At("Get"), [&] {

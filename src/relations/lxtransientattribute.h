@@ -4,18 +4,14 @@
 
 #include "XLXTransientObject.h"
 #include "XLeafMutex.h"
-#include "XModuleCount.h"
-
-#include <atomic>
 
 /// An attribute without a server object. Its references are counted, since it is made for its caller.
-class XLXTransientAttribute final : public XLXTransientObject<ILXAttribute, EConfigElementKind::Attribute>
+class XLXTransientAttribute final
+    : public XLXTransientObject<XUnknown<XLXTransientAttribute, ILXAttribute>, EConfigElementKind::Attribute>
 {
 public:
     explicit XLXTransientAttribute(XLXTextView name);
 
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
     /// Converts the value to the property's type; one that cannot be converted is refused.
     HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override;
@@ -33,10 +29,6 @@ public:
     HRESULT STDMETHODCALLTYPE DeleteFormat(int) override { return E_NOTIMPL; }
 
 private:
-    ~XLXTransientAttribute() = default;
-
-    XLiveObject m_live;
-    std::atomic<ULONG> m_references{0};
     XLeafMutex m_mutex;        // guards the values
     XLXVariantVector m_values; // in the order of the property table
 };

@@ -153,7 +153,7 @@ HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue)
 }
 
 // The link is copied first: the reference that it gives may be the last one, and is released with no lock held.
-XLockedLink<XPCInfoRegistry> XLXTransientPC::LockOwner() const
+XLXComPtr<XPCInfoRegistry> XLXTransientPC::LockOwner() const
 {
     Owner owner;
     {

@@ -12,7 +12,8 @@
 #include "XLXTransientObject.h"
 #include "XRelationHost.h"
 
-class XLXTransientPC final : public XLXTransientObject<ILXParentChild, EConfigElementKind::Relation>
+class XLXTransientPC final
+    : public XLXTransientObject<XFaces<XLXTransientPC, ILXParentChild>, EConfigElementKind::Relation>
 {
 public:
     using Owner = XWeakLink<XPCInfoRegistry>;
@@ -53,7 +54,7 @@ public:
 
 private:
     void Renew(Owner owner, Names names);
-    XLockedLink<XPCInfoRegistry> LockOwner() const;
+    XLXComPtr<XPCInfoRegistry> LockOwner() const;
     /// The field behind a property, null for one that is constant.
     XLXText* Field(int index) noexcept;
 

@@ -6,7 +6,8 @@
 
 /// A PC info without a server object; read-only. It lives as long as its creator keeps it, whoever has references to
 /// it; they keep the module loaded.
-class XLXTransientPCInfo final : public XLXTransientObject<ILXPCInfo, EConfigElementKind::PCInfo>
+class XLXTransientPCInfo final
+    : public XLXTransientObject<XFaces<XLXTransientPCInfo, ILXPCInfo>, EConfigElementKind::PCInfo>
 {
 public:
     /// @param isNew  answered as the property that says so

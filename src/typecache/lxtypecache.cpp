@@ -69,19 +69,6 @@ void XLXTypeCache::ReleaseBase() noexcept
     t_left = nullptr;
 }
 
-void* XLXTypeCache::FindFace(REFIID iid) noexcept
-{
-    if (IsEqualIID(iid, LXIid<ILXTypeCache>()) || IsEqualIID(iid, IID_IUnknown))
-    {
-        return static_cast<ILXTypeCache*>(this);
-    }
-    if (IsEqualIID(iid, LXIid<ILXTypeInheritance>()))
-    {
-        return static_cast<ILXTypeInheritance*>(this);
-    }
-    return XLXConfigObjectCache::FindFace(iid);
-}
-
 XLXComPtr<XLXTypeCache> XLXTypeCache::FromFace(ILXTypeCache* face)
 {
     XLXComPtr<ILXTypeCache> own = XLXComPtr<ILXTypeCache>(face).As<ILXTypeCache>();

@@ -34,14 +34,19 @@ private:
     std::atomic<LONG> m_mode{LXTM_UNSET};
 };
 
-class XLXTypeCache final
-    : public XLXConfigObjectCache<XLXTypeCache, XCachedFacts::Type, ILXType, ILXTypeCache, ILXTypeInheritance>,
-      public XGroupOwner,
-      private XLXTypeCacheComp::XLXFillCacheDef
+class XLXTypeCache final : public XLXConfigObjectCache<XLXTypeCache, XCachedFacts::Type, ILXType, ILXTypeCache,
+                                                       ILXTypeInheritance, XGroupOwner>,
+                           private XLXTypeCacheComp::XLXFillCacheDef
 {
 public:
     XLXTypeCache(XLXComPtr<IUnknown> server, XClockPtr clock);
     ~XLXTypeCache();
+
+    /// The cache's own face answers for IUnknown: it is the one that stands for a base type.
+    void* FindFace(REFIID iid) noexcept
+    {
+        return XLXConfigObjectCache::FindFace(IsEqualIID(iid, IID_IUnknown) ? LXIid<ILXTypeCache>() : iid);
+    }
 
     // ILXType: pages and groups
     HRESULT STDMETHODCALLTYPE AddPage(ILXPage** ppPage) override { return LXNotOffered(ppPage); }
@@ -104,8 +109,6 @@ public:
     // XGroupOwner
     HRESULT GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum) override;
     XLXComPtr<ILXType> ServerType() const override { return HasServer() ? Server() : XLXComPtr<ILXType>(); }
-    ULONG STDMETHODCALLTYPE Release() override { return XLXConfigObjectCache::Release(); }
-    bool TryAddRef() noexcept override { return TryAddReference(); }
 
     // For the manager
 
@@ -150,7 +153,6 @@ private:
     friend XLXConfigObjectCache;
 
     // Common model
-    void* FindFace(REFIID iid) noexcept;
     XLXComPtr<IUnknown> AmendValues(XVariantRow& values);
     void AdvanceParts() noexcept;
     void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);

@@ -99,6 +99,11 @@ void RaisePointer(XLXTextView argumentName, const LXErrorLocation& at)
     Raise(E_POINTER, XLXText(XLXFormat() << "invalid pointer: " << argumentName), at);
 }
 
+HRESULT RefusePointer(XLXTextView argumentName, const LXErrorLocation& at) noexcept
+{
+    return Guarded(at, [&]() -> HRESULT { RaisePointer(argumentName, at); });
+}
+
 HRESULT SetComAppError(HRESULT code, XLXTextView message, const LXErrorLocation& at) noexcept
 {
     try

@@ -10,14 +10,10 @@
 
 #include "LXCompiler.h"
 #include "LXError32.h"
+#include "XLXText.h"
 
 #include <exception>
-#include <string>
-#include <string_view>
 #include <type_traits>
-
-using XLXText = std::basic_string<OLECHAR>;
-using XLXTextView = std::basic_string_view<OLECHAR>;
 
 /// A location whose line is that of the call, unless one is given.
 constexpr LXErrorLocation LXHere(const char* source, const char* scope, const char* method, int line = LX_CURRENT_LINE)
@@ -55,12 +51,12 @@ constexpr LONG SeveritySystem = 8;
 
 [[noreturn]] void Raise(HRESULT code, XLXTextView message, const LXErrorLocation& at);
 
-/// Raises the result when it is a failure. The message may be empty.
+/// Raises the result when it is a failure. The message may be null.
 inline void RaiseIfFailed(HRESULT result, const OLECHAR* message, const LXErrorLocation& at)
 {
     if (FAILED(result))
     {
-        Raise(result, message, at);
+        Raise(result, message != nullptr ? XLXTextView(message) : XLXTextView(), at);
     }
 }
 
@@ -74,6 +70,9 @@ inline void CheckPointer(const void* pointer, const OLECHAR* argumentName, const
         RaisePointer(argumentName, at);
     }
 }
+
+/// The same without raising: sets the thread's error information.
+HRESULT RefusePointer(XLXTextView argumentName, const LXErrorLocation& at) noexcept;
 
 /// Sets the thread's error information and returns the code, for errors that need no exception.
 HRESULT SetComAppError(HRESULT code, XLXTextView message, const LXErrorLocation& at) noexcept;

@@ -10,7 +10,7 @@
 #ifndef XNAMEINDEX_H
 #define XNAMEINDEX_H
 
-#include "XLXError.h"
+#include "XLXText.h"
 
 #include <array>
 #include <cstdint>
