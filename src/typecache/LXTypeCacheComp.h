@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// What the component maps of a type hold, and what a map asks of the type that owns it.
+// The four kinds of components that a type has: its pages, groups, attributes and editors.
 #ifndef LXTYPECACHECOMP_H
 #define LXTYPECACHECOMP_H
 
-#include "XFill.h"
-#include "XRefCountPtr.h"
-#include "XRetired.h"
 #include "XSortedMap.h"
 #include "lxattributecache.h"
 #include "lxconfobjeditorcache.h"
@@ -27,82 +24,69 @@ enum LXTransferMode : LONG
 
 namespace XLXTypeCacheComp
 {
-/// One component of a type: the cached object, and the type that it was made for.
-template <class Cached>
-class XRCComponent : public XRefCountedObject
+/// What differs between the kinds.
+/// @tparam CachedClass     of one component
+/// @tparam InterfaceClass  that it is handed out by
+/// @tparam KeyClass        that it is found by: a number or a name
+/// @tparam GetOne          the method of the server's type that gives one by its key; null: the type is not asked
+template <class CachedClass, class InterfaceClass, class KeyClass, auto GetOne>
+struct XComponentKind
 {
-public:
-    using CachedClass = Cached;
+    using Cached = CachedClass;
+    using Interface = InterfaceClass;
+    using Key = KeyClass;
+    static constexpr auto Get = GetOne;
 
-    XRCComponent(XLXComPtr<Cached> object, const XLXTypeCache* owner) noexcept
-        : m_object(std::move(object)), m_owner(owner)
-    {}
-    const XLXComPtr<Cached>& Object() const noexcept { return m_object; }
-    /// Whether the component is that type's own, not merged in from a base.
-    bool IsOwn(const XLXTypeCache* type) const noexcept { return m_owner == type; }
-
-private:
-    const XLXComPtr<Cached> m_object;
-    const XLXTypeCache* const m_owner; // compared only
+    LXTransferMode mode;
+    XAspect set;                                             ///< which of them a type has
+    XAspectSet values;                                       ///< of their values
+    bool inherits;                                           ///< a type has those of its base, too
+    int keyMember;                                           ///< the property that is the key
+    XLXSafeArray XLXCFCDataTransfer::XILXTypeComp::*records; ///< where a type's component record has them
+    const char* section;                                     ///< their name in the logbook
+    const OLECHAR* emptyingFailed;                           ///< what the logbook says of a map that cannot be emptied
+    const char* getOne;                                      ///< the name of the method
 };
 
-using XRCPageCache = XRCComponent<XLXPageCache>;
-using XRCGroupCache = XRCComponent<XLXGroupCache>;
-using XRCComplexAttribute = XRCComponent<XLXAttributeCache>;
-using XRCConfigEditorCache = XRCComponent<XLXConfObjEditorCache>;
+// clang-format off
+inline constexpr XComponentKind<XLXAttributeCache, ILXAttribute, XCFGStringKey, &ILXType::GetAttribute> Attributes{
+    LXTM_ATTRIBUTES, XAspect::TypeAttributes,
+    {XAspect::AttributeValues, XAspect::AttributeTypes, XAspect::AttributeTypeValues}, true, 0,
+    &XLXCFCDataTransfer::XILXTypeComp::attributes, "attributes", OLESTR("emptying the attributes failed"),
+    "ILXType::GetAttribute"};
+inline constexpr XComponentKind<XLXPageCache, ILXPage, LONG, &ILXType::GetPage> Pages{
+    LXTM_PAGES, XAspect::TypePages, {XAspect::PageValues}, false, 6,
+    &XLXCFCDataTransfer::XILXTypeComp::pages, "pages", OLESTR("emptying the pages failed"), "ILXType::GetPage"};
+inline constexpr XComponentKind<XLXGroupCache, ILXGroup, LONG, &ILXType::GetGroup> Groups{
+    LXTM_GROUPS, XAspect::TypeGroups, {XAspect::GroupValues}, false, 2,
+    &XLXCFCDataTransfer::XILXTypeComp::groups, "groups", OLESTR("emptying the groups failed"), "ILXType::GetGroup"};
+inline constexpr XComponentKind<XLXConfObjEditorCache, ILXConfObjEditor, XCFGStringKey, nullptr> Editors{
+    LXTM_EDITORS, XAspect::TypeEditors, {XAspect::EditorValues}, false, 3,
+    &XLXCFCDataTransfer::XILXTypeComp::editors, "editors", OLESTR("emptying the editors failed"), nullptr};
+// clang-format on
 
-using XPageMap = XSortedMap<LONG, XRefCountPtr<XRCPageCache>>;
-using XGroupMap = XSortedMap<LONG, XRefCountPtr<XRCGroupCache>>;
-using XAttributeMap = XSortedMap<XCFGStringKey, XRefCountPtr<XRCComplexAttribute>>;
-using XEditorMap = XSortedMap<XCFGStringKey, XRefCountPtr<XRCConfigEditorCache>>;
+template <const auto& Kind>
+using XKind = std::remove_cvref_t<decltype(Kind)>;
+
+/// One component of a type: the cached object, and the type that it was made for.
+template <class Cached>
+struct XComponent
+{
+    XLXComPtr<Cached> object;
+    const XLXTypeCache* owner; ///< not the type that looks, where it is merged in from a base; compared only
+};
+
+/// A type's components of one kind. Attributes: with those of its bases.
+template <const auto& Kind>
+using XComponents = XSortedMap<typename XKind<Kind>::Key, XComponent<typename XKind<Kind>::Cached>>;
 
 /// A type's records of one kind, as the server delivered them.
-struct XDeliveredRecords
+struct XStampedRecords
 {
     XLXSafeArray array;                    ///< null: the server has none
     std::shared_ptr<const XMoment> moment; ///< taken before the server was asked
-};
-
-template <class Map>
-class XMapInheritedComp;
-
-/// Records with the stamp that they give the map.
-struct XStampedRecords
-{
-    XDeliveredRecords records;
-    XStamp stamp; ///< none: there are no records, not even the answer that the server has none
-};
-
-/// What the component maps ask of the type that owns them. Called with no lock held.
-class XLXFillCacheDef
-{
-public:
-    /// Parse one component's records and add them to the fresh map, which has the base type's. A component that the
-    /// type had already under the same key is refreshed in place and taken from the current map. An attribute that
-    /// the base type has too is left out.
-    virtual void FillAttributeMapFromSafeArray(XDeliveredRecords records, const XAttributeMap& current,
-                                               XAttributeMap& fresh, XRetired& retired) = 0;
-    virtual void FillEditorMap(XDeliveredRecords records, const XEditorMap& current, XEditorMap& fresh,
-                               XRetired& retired) = 0;
-    virtual void FillPageMap(XDeliveredRecords records, const XPageMap& current, XPageMap& fresh,
-                             XRetired& retired) = 0;
-    virtual void FillGroupMap(XDeliveredRecords records, const XGroupMap& current, XGroupMap& fresh,
-                              XRetired& retired) = 0;
-    /// Fetches components of one kind from the server, and returns them: whoever asks gets the answer to that
-    /// question, whatever arrives by other ways. Those that the data transfer mode brings and that are not there come
-    /// with them, and are delivered to their maps.
-    virtual XStampedRecords FetchTypeCacheComponents(LONG mode) = 0;
-
-    /// Of whoever fetches or completes components of the type.
-    virtual XFillMutex& FetchMutex() noexcept = 0;
-    /// The base type, or null.
-    virtual XLXComPtr<XLXTypeCache> BaseType() const noexcept = 0;
-    virtual const XLXTypeCache* Self() const noexcept = 0;
-    virtual const XClockPtr& ClockOfType() const noexcept = 0;
-    virtual const XDirectNumber& DirectOfType() const noexcept = 0;
-
-protected:
-    ~XLXFillCacheDef() = default;
+    XStamp stamp;                          ///< that they give the map; none: there are no records, not even the
+                                           ///< answer that the server has none
 };
 } // namespace XLXTypeCacheComp
 

@@ -3,6 +3,8 @@
 
 #include "lxtypecache.h"
 
+#include <algorithm>
+
 namespace XLXTypeCacheComp
 {
 namespace
@@ -11,109 +13,83 @@ namespace
 std::atomic<std::uint64_t> g_lastContent{0};
 } // namespace
 
-XMapInheritedComp<XPageMap>& XInheritedCacheFillUpTraits<XPageMap>::Of(XLXTypeCache& type)
-{
-    return type.Pages();
-}
-XMapInheritedComp<XGroupMap>& XInheritedCacheFillUpTraits<XGroupMap>::Of(XLXTypeCache& type)
-{
-    return type.Groups();
-}
-XMapInheritedComp<XAttributeMap>& XInheritedCacheFillUpTraits<XAttributeMap>::Of(XLXTypeCache& type)
-{
-    return type.Attributes();
-}
-XMapInheritedComp<XEditorMap>& XInheritedCacheFillUpTraits<XEditorMap>::Of(XLXTypeCache& type)
-{
-    return type.Editors();
-}
+template <const auto& Kind>
+XMapInheritedComp<Kind>::XMapInheritedComp(XLXTypeCache& owner) noexcept
+    : m_owner(owner), m_clock(*owner.Clock()), m_ownersNumber(owner.Direct())
+{}
 
 // A map for which records wait is not current, so that nothing waits unseen.
-template <class Map>
-void XMapInheritedComp<Map>::Deliver(XDeliveredRecords records, const XStamp& stamp, XRetired& retired)
+template <const auto& Kind>
+void XMapInheritedComp<Kind>::Deliver(XStampedRecords records, XRetired& retired)
 {
-    {
-        const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        if (!stamp.IsNone() && !stamp.IsOlderThan(m_state.delivered.stamp) && !stamp.IsOlderThan(m_state.stamp))
+    m_state.Write([&](State& state) {
+        const XStamp& stamp = records.stamp;
+        if (!stamp.IsNone() && !stamp.IsOlderThan(state.delivered.stamp) && !stamp.IsOlderThan(state.stamp))
         {
-            std::swap(m_state.delivered.records, records);
-            m_state.delivered.stamp = stamp;
+            std::swap(state.delivered, records);
         }
-    }
+    });
     g_componentEpoch.fetch_add(1);
     retired.Take(std::move(records.array));
 }
 
-template <class Map>
-bool XMapInheritedComp<Map>::HasData() const
+template <const auto& Kind>
+bool XMapInheritedComp<Kind>::HasData() const
 {
-    const XStamp now = Note();
-    const XSmartReadCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-    return m_state.delivered.stamp == now || m_state.stamp == now;
+    return m_state.Read(
+        [now = Note()](const State& state) { return state.delivered.stamp == now || state.stamp == now; });
 }
 
-template <class Map>
-typename XMapInheritedComp<Map>::Bases XMapInheritedComp<Map>::BasesNearestFirst() const
+/// The types whose maps are merged, with the owner as the last one.
+template <const auto& Kind>
+std::vector<XLXComPtr<XLXTypeCache>> XMapInheritedComp<Kind>::ChainFromTop() const
 {
-    Bases bases;
-    for (auto base = m_inherits ? m_owner.BaseType() : nullptr; base; base = base->BaseType())
+    std::vector<XLXComPtr<XLXTypeCache>> chain;
+    for (XLXComPtr<XLXTypeCache> type(&m_owner); type; type = Kind.inherits ? type->BaseType() : nullptr)
     {
-        bases.push_back(base);
+        chain.push_back(type);
     }
-    return bases;
+    std::reverse(chain.begin(), chain.end());
+    return chain;
 }
 
-template <class Map>
-std::uint64_t XMapInheritedComp<Map>::Content() const
+template <const auto& Kind>
+std::uint64_t XMapInheritedComp<Kind>::Content() const
 {
-    const XSmartReadCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-    return m_state.content;
+    return m_state.Read([](const State& state) { return state.content; });
 }
 
 /// Whether the map is fresh, with what a base of that content holds (0: without a base).
 /// @param content  receives the content of the map
-template <class Map>
-bool XMapInheritedComp<Map>::IsCurrent(std::uint64_t baseContent, std::uint64_t& content) const
+template <const auto& Kind>
+bool XMapInheritedComp<Kind>::IsCurrent(std::uint64_t baseContent, std::uint64_t& content) const
 {
-    const XStamp now = Note();
-    const XSmartReadCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-    content = m_state.content;
-    return m_state.stamp == now && m_state.delivered.stamp.IsNone() && m_state.baseContent == baseContent;
+    return m_state.Read([&, now = Note()](const State& state) {
+        content = state.content;
+        return state.stamp == now && state.delivered.stamp.IsNone() && state.baseContent == baseContent;
+    });
 }
 
 // From the top of the chain downwards, so that a base is found current before what was merged from it is compared.
 // What was found is remembered for as long as nothing changes, in a chain whose types share a clock.
-template <class Map>
-bool XMapInheritedComp<Map>::IsComplete() const
+template <const auto& Kind>
+bool XMapInheritedComp<Kind>::IsComplete() const
 {
     const std::uint64_t check = Check(); // before the maps are looked at
-    if (m_checkedAt.load() == check)
-    {
-        return true;
-    }
-    const Bases bases = BasesNearestFirst();
     bool sharesClock = true;
     std::uint64_t content = 0;
-    for (auto base = bases.rbegin(); base != bases.rend(); ++base)
+    for (const auto& type : ChainFromTop())
     {
-        const XMapInheritedComp& map = Traits::Of(**base);
+        const XMapInheritedComp& map = type->template MapOf<Kind>();
         if (!map.IsCurrent(content, content))
         {
             return false;
         }
-        sharesClock = sharesClock && map.m_owner.ClockOfType() == m_owner.ClockOfType();
+        sharesClock = sharesClock && &map.m_clock == &m_clock;
         if (sharesClock)
         {
             map.m_checkedAt.store(check);
         }
-    }
-    if (!IsCurrent(content, content))
-    {
-        return false;
-    }
-    if (sharesClock)
-    {
-        m_checkedAt.store(check);
     }
     return true;
 }
@@ -121,32 +97,26 @@ bool XMapInheritedComp<Map>::IsComplete() const
 // One base after the other, not one inside the other: a chain of any length needs no more of the stack, and no thread
 // waits for a type's fetch mutex while it holds another one. What a notification overtakes on the way is merged as it
 // is, and found stale by the next query. A chain that is linked anew meanwhile is gone through again.
-template <class Map>
-HRESULT XMapInheritedComp<Map>::EnsureComplete()
+template <const auto& Kind>
+void XMapInheritedComp<Kind>::CompleteChain()
 {
-    for (int attempt = 0; !IsComplete() && attempt < MostAttempts; ++attempt)
+    bool isLinkedAnew = true;
+    for (int attempt = 0; attempt < MostAttempts && isLinkedAnew && !IsComplete(); ++attempt)
     {
-        const Bases bases = BasesNearestFirst();
         const XMapInheritedComp* above = nullptr;
-        std::optional<HRESULT> result = S_OK;
-        for (auto base = bases.rbegin(); base != bases.rend() && result; ++base)
+        isLinkedAnew = false;
+        for (const auto& type : ChainFromTop())
         {
-            XMapInheritedComp& map = Traits::Of(**base);
-            result = map.EnsureCurrent(above);
+            XMapInheritedComp& map = type->template MapOf<Kind>();
+            isLinkedAnew = isLinkedAnew || !map.EnsureCurrent(above);
             above = &map;
         }
-        result = result ? EnsureCurrent(above) : result;
-        if (result)
-        {
-            return *result;
-        }
     }
-    return S_OK;
 }
 
-/// Nothing: the type has another base meanwhile.
-template <class Map>
-std::optional<HRESULT> XMapInheritedComp<Map>::EnsureCurrent(const XMapInheritedComp* base)
+/// False: the type has another base meanwhile.
+template <const auto& Kind>
+bool XMapInheritedComp<Kind>::EnsureCurrent(const XMapInheritedComp* base)
 {
     const auto isCurrent = [&] {
         std::uint64_t content = 0;
@@ -154,114 +124,103 @@ std::optional<HRESULT> XMapInheritedComp<Map>::EnsureCurrent(const XMapInherited
     };
     if (isCurrent())
     {
-        return S_OK;
+        return true;
     }
-    const XFill fill(m_owner.FetchMutex(), this);
-    if (fill.IsReentered() || isCurrent())
-    {
-        return S_OK; // a server that asks back while it is being asked gets what is there
-    }
-    return Complete(base);
+    const XFill fill(m_owner.m_fetch, this);
+    // A server that asks back while it is being asked gets what is there.
+    return fill.IsReentered() || isCurrent() || CompleteWith(base);
 }
 
-// The base type's definition of a component wins over that of a derived type, so its entries go in first.
-template <class Map>
-std::optional<HRESULT> XMapInheritedComp<Map>::Complete(const XMapInheritedComp* base)
+// The base type's definition of a component wins over that of a derived type, so its entries go in first. Without
+// records of its own the type shares the base's map.
+template <const auto& Kind>
+bool XMapInheritedComp<Kind>::CompleteWith(const XMapInheritedComp* base)
 {
     XRetired retired; // goes last
+    MapPtr fresh(MapPtr(), &None);
     std::uint64_t baseContent = 0;
-    Map fresh;
     if (base != nullptr)
     {
-        const XSmartReadCritSection<Lock> lock(&base->m_lock, XLockSwitch::IsOn());
-        fresh = base->m_state.map;
-        baseContent = base->m_state.content;
+        base->m_state.Read([&](const State& state) {
+            fresh = state.map;
+            baseContent = state.content;
+        });
     }
     XStampedRecords from = TakeRecords();
-    const bool isDelivered = static_cast<bool>(from.records.array);
-    if (isDelivered)
+    if (from.array)
     {
-        (m_owner.*Traits::Fill)({std::move(from.records.array), from.records.moment}, Snapshot(), fresh, retired);
-        fresh.Settle();
+        const auto merged = std::make_shared<Map>(*fresh);
+        m_owner.template FillMap<Kind>(from, *Held(), *merged, retired);
+        merged->Settle();
+        fresh = merged;
     }
     // With the fetch mutex held: whoever completes the map with a newer base comes later.
-    const auto linked = m_inherits ? m_owner.BaseType() : nullptr;
-    if ((linked ? &Traits::Of(*linked) : nullptr) != base)
+    const auto linked = Kind.inherits ? m_owner.BaseType() : nullptr;
+    if ((linked ? &linked->template MapOf<Kind>() : nullptr) != base)
     {
-        return std::nullopt;
+        return false;
     }
-    const bool isEmpty = fresh.empty();
     Publish(std::move(fresh), base, baseContent, from);
-    return isDelivered || !isEmpty ? S_OK : S_FALSE;
+    return true;
 }
 
 /// Whether the values of records that were delivered are still what the server has.
-template <class Map>
-bool XMapInheritedComp<Map>::AreValuesFresh(const XMoment& moment) const noexcept
+template <const auto& Kind>
+bool XMapInheritedComp<Kind>::AreValuesFresh(const XMoment& moment) const noexcept
 {
-    bool fresh = !m_owner.DirectOfType().IsNewerThan(moment);
-    Traits::Values.ForEach(
-        [&](XAspect aspect) { fresh = fresh && moment.At(aspect) == m_owner.ClockOfType()->Now(aspect); });
+    bool fresh = !m_ownersNumber.IsNewerThan(moment);
+    Kind.values.ForEach([&](XAspect aspect) { fresh = fresh && moment.At(aspect) == m_clock.Now(aspect); });
     return fresh;
 }
 
-// Records that a notification made stale while they waited are fetched again: one call instead of one for each
-// component. Records that it makes stale while they are being fetched are taken all the same, since somebody waits
-// for them; their stamps say what is stale.
-template <class Map>
-XStampedRecords XMapInheritedComp<Map>::TakeRecords()
+// What waits is taken: it is no longer there for anybody else, so that a thread that could not wait asks the server
+// itself. Records that a notification made stale while they waited are fetched again: one call instead of one for each
+// component. Records that it makes stale while they are being fetched are taken all the same, since somebody waits for
+// them; their stamps say what is stale.
+template <const auto& Kind>
+XStampedRecords XMapInheritedComp<Kind>::TakeRecords()
 {
-    XStampedRecords waiting = TakeDelivered();
-    if (waiting.stamp == Note() && (!waiting.records.array || AreValuesFresh(*waiting.records.moment)))
+    XStampedRecords waiting =
+        m_state.Write([](State& state) { return std::exchange(state.delivered, XStampedRecords{}); });
+    if (waiting.stamp == Note() && (!waiting.array || AreValuesFresh(*waiting.moment)))
     {
         return waiting;
     }
-    return m_owner.FetchTypeCacheComponents(Traits::ModeBit);
+    return m_owner.FetchTypeCacheComponents(Kind.mode);
 }
 
-// What is taken is no longer there for anybody else: a thread that could not wait asks the server itself.
-template <class Map>
-XStampedRecords XMapInheritedComp<Map>::TakeDelivered()
+template <const auto& Kind>
+void XMapInheritedComp<Kind>::Publish(MapPtr fresh, const void* base, std::uint64_t baseContent,
+                                      const XStampedRecords& from)
 {
-    const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-    return std::exchange(m_state.delivered, XStampedRecords{});
-}
-
-template <class Map>
-void XMapInheritedComp<Map>::Publish(Map fresh, const void* base, std::uint64_t baseContent,
-                                     const XStampedRecords& from)
-{
-    Map former; // goes after the lock
-    {
-        const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        const bool isBaseOlder = m_state.base == base && baseContent < m_state.baseContent;
-        if (isBaseOlder || from.stamp.IsOlderThan(m_state.stamp))
+    m_state.Write([&](State& state) {
+        const bool isBaseOlder = state.base == base && baseContent < state.baseContent;
+        if (isBaseOlder || from.stamp.IsOlderThan(state.stamp))
         {
             return; // a thread that could not wait was later
         }
-        AttachAll(fresh, *from.records.moment);
-        DetachReplaced(fresh, *from.records.moment);
-        former.swap(m_state.map);
-        m_state.map.swap(fresh);
-        m_state.content = g_lastContent.fetch_add(1) + 1;
-        m_state.base = base;
-        m_state.baseContent = baseContent;
-        m_state.stamp = from.stamp;
-    }
+        AttachAll(*fresh, *from.moment);
+        DetachReplaced(*state.map, *fresh, *from.moment);
+        state.map.swap(fresh); // the former one goes after the lock
+        state.content = g_lastContent.fetch_add(1) + 1;
+        state.base = base;
+        state.baseContent = baseContent;
+        state.stamp = from.stamp;
+    });
     g_componentEpoch.fetch_add(1);
 }
 
 /// The type passes a notification that comes straight to it on to the components in the map. Those that enter it
 /// after one that came while they were on their way would miss it.
-template <class Map>
-void XMapInheritedComp<Map>::AttachAll(const Map& fresh, const XMoment& moment) const
+template <const auto& Kind>
+void XMapInheritedComp<Kind>::AttachAll(const Map& fresh, const XMoment& moment) const
 {
     for (const auto& [key, component] : fresh)
     {
-        if (component->IsOwn(m_owner.Self()))
+        if (component.owner == &m_owner)
         {
-            component->Object()->Attach();
-            component->Object()->TakeOwnersNumber(m_owner.DirectOfType(), moment);
+            component.object->Attach();
+            component.object->TakeOwnersNumber(m_ownersNumber, moment);
         }
     }
 }
@@ -269,65 +228,64 @@ void XMapInheritedComp<Map>::AttachAll(const Map& fresh, const XMoment& moment) 
 /// Detaches the type's own components that leave the map. One that takes the place of a component which was notified
 /// itself while the records were on their way would miss that; the former one is detached before it is looked at, so
 /// that it was notified either before, or advances the clock.
-template <class Map>
-void XMapInheritedComp<Map>::DetachReplaced(const Map& fresh, const XMoment& moment) const
+template <const auto& Kind>
+void XMapInheritedComp<Kind>::DetachReplaced(const Map& former, const Map& fresh, const XMoment& moment) const
 {
-    for (const auto& [key, component] : m_state.map)
+    for (const auto& [key, component] : former)
     {
         const auto found = fresh.find(key);
-        const bool isThere = found != fresh.end() && found->second.Get() == component.Get();
-        if (isThere || !component->IsOwn(m_owner.Self()))
+        const bool isThere = found != fresh.end() && found->second.object == component.object;
+        if (isThere || component.owner != &m_owner)
         {
             continue;
         }
-        component->Object()->Detach();
-        if (found != fresh.end() && component->Object()->WasNotifiedSince(moment))
+        component.object->Detach();
+        if (found != fresh.end() && component.object->WasNotifiedSince(moment))
         {
-            found->second->Object()->AdvanceAll();
+            found->second.object->AdvanceAll();
         }
     }
 }
 
 // The receivers only advance counts, so they may be called under the lock.
-template <class Map>
-void XMapInheritedComp<Map>::NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const
+template <const auto& Kind>
+void XMapInheritedComp<Kind>::NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const
 {
-    Read([&](const Map& components) {
-        for (const auto& [key, component] : components)
+    m_state.Read([&](const State& state) {
+        for (const auto& [key, component] : *state.map)
         {
-            if (component->IsOwn(m_owner.Self()))
+            if (component.owner == &m_owner)
             {
-                component->Object()->NotifyDirectly(notification, touched);
+                component.object->NotifyDirectly(notification, touched);
             }
         }
     });
 }
 
-template <class Map>
-void XMapInheritedComp<Map>::Terminate()
+template <const auto& Kind>
+void XMapInheritedComp<Kind>::Terminate()
 {
-    Map dropped;
+    MapPtr dropped(MapPtr(), &None);
     XStampedRecords delivered;
     m_own.Advance();
-    {
-        const XSmartCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        m_state.map.swap(dropped);
-        m_state.content = g_lastContent.fetch_add(1) + 1;
-        m_state.stamp = {};
-        std::swap(m_state.delivered, delivered);
-    }
+    m_state.Write([&](State& state) {
+        state.map.swap(dropped);
+        state.content = g_lastContent.fetch_add(1) + 1;
+        state.stamp = {};
+        std::swap(state.delivered, delivered);
+    });
     g_componentEpoch.fetch_add(1);
-    for (const auto& [key, component] : dropped)
+    for (const auto& [key, component] : *dropped)
     {
-        if (component->IsOwn(m_owner.Self()))
+        if (component.owner == &m_owner)
         {
-            component->Object()->Terminate();
+            component.object->Terminate();
         }
     }
 }
 
-template class XMapInheritedComp<XPageMap>;
-template class XMapInheritedComp<XGroupMap>;
-template class XMapInheritedComp<XAttributeMap>;
-template class XMapInheritedComp<XEditorMap>;
+template class XMapInheritedComp<Attributes>;
+template class XMapInheritedComp<Pages>;
+template class XMapInheritedComp<Groups>;
+template class XMapInheritedComp<Editors>;
 } // namespace XLXTypeCacheComp

@@ -9,31 +9,27 @@
 //
 // Locks      Completion goes down the chain of bases from its top and takes the fetch mutex of one type after the
 //            other, however long the chain is. The server is asked, and records are parsed, with no lock held. The
-//            map's own lock is held briefly and nothing foreign is called under it.
+//            map itself is never changed, only replaced: it is looked up without a lock, and walked with none.
 #ifndef XMAPINHERITEDCOMP_H
 #define XMAPINHERITEDCOMP_H
 
 #include "LXTypeCacheComp.h"
-#include "XBasicCritSection.h"
 
 namespace XLXTypeCacheComp
 {
-/// Binds each kind of map to its transfer-mode bit, its aspects and the owner's parse operation.
-template <class Map>
-struct XInheritedCacheFillUpTraits;
-
 /// Raised after every change but that of a clock that may make any map no longer current: so that a map which was
 /// found current need not walk its chain of bases again until something changed somewhere.
 inline std::atomic<std::uint64_t> g_componentEpoch{1};
 
-template <class Map>
+template <const auto& Kind>
 class XMapInheritedComp
 {
-    using Traits = XInheritedCacheFillUpTraits<Map>;
-    using Lock = XCountedLock<XCritSectionTraits<XCriticalSectionEx>>;
-
 public:
-    XMapInheritedComp(XLXFillCacheDef& owner, bool inherits) : m_inherits(inherits), m_owner(owner) {}
+    using Map = XComponents<Kind>;
+    using MapPtr = std::shared_ptr<const Map>;
+    static constexpr const auto& TheKind = Kind;
+
+    explicit XMapInheritedComp(XLXTypeCache& owner) noexcept;
     XMapInheritedComp(const XMapInheritedComp&) = delete;
     XMapInheritedComp& operator=(const XMapInheritedComp&) = delete;
 
@@ -42,18 +38,43 @@ public:
     /// The stamp of what a bulk answer brought.
     XStamp StampFrom(const XMoment& moment) const noexcept
     {
-        return LXStampFrom(moment, Traits::Set, m_own, m_owner.DirectOfType());
+        return LXStampFrom(moment, Kind.set, m_own, m_ownersNumber);
     }
 
     /// Takes the server's records of this kind, or none, for parsing on first use, unless newer ones are there.
-    void Deliver(XDeliveredRecords records, const XStamp& stamp, XRetired& retired);
+    void Deliver(XStampedRecords records, XRetired& retired);
 
     /// Whether the server need not be asked: it has delivered, or the map holds what it has.
     bool HasData() const;
 
-    /// Brings the map up to date. S_FALSE: it is empty, and nothing was delivered. Raises failures; the next query
-    /// asks again then.
-    HRESULT EnsureComplete();
+    /// Brings the map up to date. Raises failures; the next query asks again then.
+    void EnsureComplete()
+    {
+        if (m_checkedAt.load() != Check())
+        {
+            CompleteChain();
+        }
+    }
+    /// The map as it is.
+    MapPtr Held() const
+    {
+        return m_state.Read([](const State& state) { return state.map; });
+    }
+    /// The map, brought up to date.
+    MapPtr Complete()
+    {
+        EnsureComplete();
+        return Held();
+    }
+    /// The component under a key, or null, in the map as it is.
+    template <class Key>
+    XLXComPtr<typename XKind<Kind>::Cached> Find(const Key& key) const
+    {
+        return m_state.Read([&](const State& state) {
+            const auto found = state.map->find(key);
+            return found != state.map->end() ? found->second.object : nullptr;
+        });
+    }
 
     /// Makes the map stale. Waits for nobody.
     void Advance() noexcept
@@ -61,109 +82,48 @@ public:
         m_own.Advance();
         g_componentEpoch.fetch_add(1);
     }
-    /// Says that a type has another base type: what was merged from the old one has another content.
-    static void BaseChanged() noexcept { g_componentEpoch.fetch_add(1); }
 
     /// Passes a notification on to the type's own components: those of the base are notified by the base.
     void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const;
-
-    /// Calls reader(map) under the read lock; the reader calls nothing foreign.
-    template <class Reader>
-    decltype(auto) Read(Reader&& reader) const
-    {
-        const XSmartReadCritSection<Lock> lock(&m_lock, XLockSwitch::IsOn());
-        return reader(static_cast<const Map&>(m_state.map));
-    }
-
-    /// A copy of the map.
-    Map Snapshot() const
-    {
-        return Read([](const Map& map) { return map; });
-    }
 
     /// Empties the map; what it held is terminated and released with no lock held.
     void Terminate();
 
 private:
+    static inline const Map None{};
     struct State
     {
-        Map map;
+        MapPtr map{MapPtr(), &None};
         std::uint64_t content = 0;     ///< changes whenever the map is replaced
         const void* base = nullptr;    ///< whose map was merged; compared only
         std::uint64_t baseContent = 0; ///< what its content was then
         XStamp stamp;                  ///< of the map
         XStampedRecords delivered;     ///< no stamp: nothing was delivered
     };
-    using Bases = std::vector<XLXComPtr<XLXTypeCache>>;
     static constexpr int MostAttempts = 3; // while types are linked anew
 
-    std::uint64_t Now() const noexcept { return m_owner.ClockOfType()->Now(Traits::Set); }
+    std::uint64_t Now() const noexcept { return m_clock.Now(Kind.set); }
     std::uint64_t Check() const noexcept { return g_componentEpoch.load() + Now(); }
-    Bases BasesNearestFirst() const;
+    std::vector<XLXComPtr<XLXTypeCache>> ChainFromTop() const;
     std::uint64_t Content() const;
     bool IsCurrent(std::uint64_t baseContent, std::uint64_t& content) const;
     bool IsComplete() const;
-    std::optional<HRESULT> EnsureCurrent(const XMapInheritedComp* base);
-    std::optional<HRESULT> Complete(const XMapInheritedComp* base);
+    void CompleteChain();
+    bool EnsureCurrent(const XMapInheritedComp* base);
+    bool CompleteWith(const XMapInheritedComp* base);
     XStampedRecords TakeRecords();
-    XStampedRecords TakeDelivered();
     bool AreValuesFresh(const XMoment& moment) const noexcept;
-    void Publish(Map fresh, const void* base, std::uint64_t baseContent, const XStampedRecords& from);
+    void Publish(MapPtr fresh, const void* base, std::uint64_t baseContent, const XStampedRecords& from);
     void AttachAll(const Map& fresh, const XMoment& moment) const;
-    void DetachReplaced(const Map& fresh, const XMoment& moment) const;
+    void DetachReplaced(const Map& former, const Map& fresh, const XMoment& moment) const;
 
-    const bool m_inherits;
-    XLXFillCacheDef& m_owner;
+    XLXTypeCache& m_owner;
+    const XClock& m_clock;               // the owner's
+    const XDirectNumber& m_ownersNumber; // of the last notification that came straight to it
     XOwnCount m_own;
     mutable std::atomic<std::uint64_t> m_checkedAt{0}; // Check() when the map was last found complete
-    mutable Lock m_lock{XLockLevel::ComponentMap};
-    State m_state; // guarded by m_lock
+    XSharedGuarded<State> m_state{XLockLevel::ComponentMap};
 };
-
-template <>
-struct XInheritedCacheFillUpTraits<XPageMap>
-{
-    static constexpr LONG ModeBit = LXTM_PAGES;
-    static constexpr XAspect Set = XAspect::TypePages;
-    static constexpr XAspectSet Values{XAspect::PageValues};
-    static constexpr auto Fill = &XLXFillCacheDef::FillPageMap;
-    static XMapInheritedComp<XPageMap>& Of(XLXTypeCache& type);
-};
-
-template <>
-struct XInheritedCacheFillUpTraits<XGroupMap>
-{
-    static constexpr LONG ModeBit = LXTM_GROUPS;
-    static constexpr XAspect Set = XAspect::TypeGroups;
-    static constexpr XAspectSet Values{XAspect::GroupValues};
-    static constexpr auto Fill = &XLXFillCacheDef::FillGroupMap;
-    static XMapInheritedComp<XGroupMap>& Of(XLXTypeCache& type);
-};
-
-template <>
-struct XInheritedCacheFillUpTraits<XAttributeMap>
-{
-    static constexpr LONG ModeBit = LXTM_ATTRIBUTES;
-    static constexpr XAspect Set = XAspect::TypeAttributes;
-    static constexpr XAspectSet Values{XAspect::AttributeValues, XAspect::AttributeTypes, XAspect::AttributeTypeValues};
-    static constexpr auto Fill = &XLXFillCacheDef::FillAttributeMapFromSafeArray;
-    static XMapInheritedComp<XAttributeMap>& Of(XLXTypeCache& type);
-};
-
-template <>
-struct XInheritedCacheFillUpTraits<XEditorMap>
-{
-    static constexpr LONG ModeBit = LXTM_EDITORS;
-    static constexpr XAspect Set = XAspect::TypeEditors;
-    static constexpr XAspectSet Values{XAspect::EditorValues};
-    static constexpr auto Fill = &XLXFillCacheDef::FillEditorMap;
-    static XMapInheritedComp<XEditorMap>& Of(XLXTypeCache& type);
-};
-
-extern template class XMapInheritedComp<XPageMap>;
-extern template class XMapInheritedComp<XGroupMap>;
-extern template class XMapInheritedComp<XAttributeMap>;
-extern template class XMapInheritedComp<XEditorMap>;
 } // namespace XLXTypeCacheComp
 
 #endif

@@ -23,10 +23,7 @@ XLeafMutex g_linkMutex;
 
 XLXTypeCache::XLXTypeCache(XLXComPtr<IUnknown> server, XClockPtr clock)
     : XLXConfigObjectCache(std::move(server), std::move(clock)),
-      m_attributes(*this, true),
-      m_pages(*this, false),
-      m_groups(*this, false),
-      m_editors(*this, false),
+      m_maps(*this, *this, *this, *this),
       m_selfLink(XWeakLink<XGroupOwner>::To(this))
 {
     LiveTypes().Add(this);
@@ -130,7 +127,7 @@ bool XLXTypeCache::LinkBase(XLXTypeCache* base, XRetired& retired)
         member = XLXComVariant::FromUnknown(static_cast<ILXTypeCache*>(base));
     }
     Store().WriteGrow(MemberBaseType, member);
-    m_attributes.BaseChanged();
+    g_componentEpoch.fetch_add(1); // what was merged from the former base has another content
     retired.objects.emplace_back(face);
     XLXVariantVector former;
     former.push_back(std::move(member));
@@ -180,35 +177,9 @@ HRESULT XLXTypeCache::GetServerType(ILXType** ppType)
     });
 }
 
-template <class Visit>
-void XLXTypeCache::ForEachMap(Visit&& visit)
-{
-    visit(m_attributes, XAspect::TypeAttributes);
-    visit(m_pages, XAspect::TypePages);
-    visit(m_groups, XAspect::TypeGroups);
-    visit(m_editors, XAspect::TypeEditors);
-}
-
-bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values,
-                                  XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
-                                  const std::shared_ptr<const XMoment>& moment, XRetired& retired)
-{
-    const bool isTaken = TakeRecord(std::move(server), std::move(values), *moment, retired);
-    if (isTaken && mode != 0)
-    {
-        DeliverComponents(std::move(components), mode, moment, retired);
-        return true;
-    }
-    for (XLXSafeArray* array : {&components.attributes, &components.pages, &components.groups, &components.editors})
-    {
-        retired.Take(std::move(*array));
-    }
-    return isTaken;
-}
-
 void XLXTypeCache::AdvanceParts() noexcept
 {
-    ForEachMap([](auto& map, XAspect) { map.Advance(); });
+    ForEachMap([](auto& map) { map.Advance(); });
 }
 
 void XLXTypeCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
@@ -217,16 +188,14 @@ void XLXTypeCache::OnDirectNotification(const XDirectNotification& notification,
     {
         return;
     }
-    ForEachMap([&](auto& map, XAspect set) { AdvanceIf(set, notification.concerned, map, touched); });
-    ForEachMap([&](auto& map, XAspect) { map.NotifyDirectly(notification, touched); });
+    ForEachMap([&](auto& map) { AdvanceIf(map.TheKind.set, notification.concerned, map, touched); });
+    ForEachMap([&](auto& map) { map.NotifyDirectly(notification, touched); });
 }
 
 HRESULT XLXTypeCache::Terminate() noexcept
 {
-    const LXErrorLocation at = TheFacts.At("Terminate");
-    XLXError::LogFailure(OLESTR("emptying the attributes failed"), at, [&] { m_attributes.Terminate(); });
-    XLXError::LogFailure(OLESTR("emptying the pages failed"), at, [&] { m_pages.Terminate(); });
-    XLXError::LogFailure(OLESTR("emptying the groups failed"), at, [&] { m_groups.Terminate(); });
-    XLXError::LogFailure(OLESTR("emptying the editors failed"), at, [&] { m_editors.Terminate(); });
+    ForEachMap([](auto& map) {
+        XLXError::LogFailure(map.TheKind.emptyingFailed, TheFacts.At("Terminate"), [&] { map.Terminate(); });
+    });
     return S_OK;
 }

@@ -17,6 +17,8 @@
 #include "XInstanceRegistry.h"
 #include "XMapInheritedComp.h"
 
+#include <tuple>
+
 /// The data transfer mode of a manager, shared with the types that it made: they may outlive it.
 class XTransferModeSupplier
 {
@@ -35,8 +37,7 @@ private:
 };
 
 class XLXTypeCache final : public XLXConfigObjectCache<XLXTypeCache, XCachedFacts::Type, ILXType, ILXTypeCache,
-                                                       ILXTypeInheritance, XGroupOwner>,
-                           private XLXTypeCacheComp::XLXFillCacheDef
+                                                       ILXTypeInheritance, XGroupOwner>
 {
 public:
     XLXTypeCache(XLXComPtr<IUnknown> server, XClockPtr clock);
@@ -134,7 +135,7 @@ public:
     /// Links the type to its base; null clears the link. False: the link would close a cycle, and was not made. Calls
     /// nothing foreign.
     [[nodiscard]] bool LinkBase(XLXTypeCache* base, XRetired& retired);
-    XLXComPtr<XLXTypeCache> BaseType() const noexcept override;
+    XLXComPtr<XLXTypeCache> BaseType() const noexcept;
 
     /// Empties the component maps.
     HRESULT Terminate() noexcept;
@@ -142,15 +143,10 @@ public:
     /// One of this class's live instances behind a face, or null.
     static XLXComPtr<XLXTypeCache> FromFace(ILXTypeCache* face);
 
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XPageMap>& Pages() noexcept { return m_pages; }
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XGroupMap>& Groups() noexcept { return m_groups; }
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XAttributeMap>& Attributes() noexcept { return m_attributes; }
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XEditorMap>& Editors() noexcept { return m_editors; }
-
-    XLXTypeCacheComp::XStampedRecords FetchTypeCacheComponents(LONG mode) override;
-
 private:
     friend XLXConfigObjectCache;
+    template <const auto& Kind>
+    friend class XLXTypeCacheComp::XMapInheritedComp;
 
     // Common model
     XLXComPtr<IUnknown> AmendValues(XVariantRow& values);
@@ -158,53 +154,48 @@ private:
     void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
     bool HasBase(const ILXTypeCache* base) const noexcept;
     void ReleaseBase() noexcept;
+
+    // Components
+    template <const auto& Kind>
+    XLXTypeCacheComp::XMapInheritedComp<Kind>& MapOf() noexcept
+    {
+        return std::get<XLXTypeCacheComp::XMapInheritedComp<Kind>>(m_maps);
+    }
     template <class Visit>
-    void ForEachMap(Visit&& visit);
-    void DeliverComponents(XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
-                           const std::shared_ptr<const XMoment>& moment, XRetired& retired);
-
-    // XLXFillCacheDef
-    void FillAttributeMapFromSafeArray(XLXTypeCacheComp::XDeliveredRecords records,
-                                       const XLXTypeCacheComp::XAttributeMap& current,
-                                       XLXTypeCacheComp::XAttributeMap& fresh, XRetired& retired) override;
-    void FillEditorMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XEditorMap& current,
-                       XLXTypeCacheComp::XEditorMap& fresh, XRetired& retired) override;
-    void FillPageMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XPageMap& current,
-                     XLXTypeCacheComp::XPageMap& fresh, XRetired& retired) override;
-    void FillGroupMap(XLXTypeCacheComp::XDeliveredRecords records, const XLXTypeCacheComp::XGroupMap& current,
-                      XLXTypeCacheComp::XGroupMap& fresh, XRetired& retired) override;
-    XFillMutex& FetchMutex() noexcept override { return m_fetch; }
-    const XLXTypeCache* Self() const noexcept override { return this; }
-    const XClockPtr& ClockOfType() const noexcept override { return Clock(); }
-    const XDirectNumber& DirectOfType() const noexcept override { return Direct(); }
-
-    template <class Map>
-    typename Map::mapped_type Refresh(const Map& current, const typename Map::key_type& key, XLXComPtr<IUnknown> server,
-                                      XServerSourcePtr source, XVariantRow values, const XMoment& moment,
-                                      XRetired& retired);
-    template <class Map, class KeyOf, class SourceOf>
-    void FillRecordMap(const char* section, XLXTypeCacheComp::XDeliveredRecords records, const Map& current, Map& fresh,
-                       XRetired& retired, KeyOf&& keyOf, SourceOf&& sourceOf);
-    XServerSourcePtr GetServerAttributeInterface(XLXTextView name) const;
-    XServerSourcePtr GetServerGroupInterface(LONG number) const;
-    XServerSourcePtr GetServerPageInterface(LONG number) const;
-    LONG ModeToFetch(LONG requested) const;
+    void ForEachMap(Visit&& visit)
+    {
+        std::apply([&](auto&... map) { (visit(map), ...); }, m_maps);
+    }
+    /// Fetches components of one kind from the server, and returns them: whoever asks gets the answer to that
+    /// question, whatever arrives by other ways. Those that the data transfer mode brings and that are not there come
+    /// with them, and are delivered to their maps. Called with no lock held, like FillMap.
+    XLXTypeCacheComp::XStampedRecords FetchTypeCacheComponents(LONG mode);
+    LONG ModeToFetch(LONG requested);
+    /// Parses records and adds their components to the fresh map, which has the base type's. A component that the
+    /// type had already under the same key is refreshed in place and taken from the current map. One that the base
+    /// type has too is left out.
+    template <const auto& Kind>
+    void FillMap(XLXTypeCacheComp::XStampedRecords& records, const XLXTypeCacheComp::XComponents<Kind>& current,
+                 XLXTypeCacheComp::XComponents<Kind>& fresh, XRetired& retired);
+    template <const auto& Kind>
+    XLXComPtr<typename XLXTypeCacheComp::XKind<Kind>::Cached>
+    Refresh(const XLXTypeCacheComp::XComponents<Kind>& current, const typename XLXTypeCacheComp::XKind<Kind>::Key& key,
+            XLXCFCDataTransfer::XILXConfigData& record, const XMoment& moment, XRetired& retired);
 
     // Queries
-    template <class Interface, class Map, class Key>
-    HRESULT LookUp(const char* method, XLXTypeCacheComp::XMapInheritedComp<Map>& map, const Key& key, Interface** out);
-    template <class Interface, class IEnum, class Map>
-    HRESULT EnumerateAll(const char* method, XLXTypeCacheComp::XMapInheritedComp<Map>& map, IEnum** out);
+    template <const auto& Kind, class Key, class Interface>
+    HRESULT LookUp(const char* method, const Key& key, Interface** out);
+    template <const auto& Kind, class IEnum, class Takes>
+    HRESULT Enumerate(const char* method, IEnum** out, Takes&& takes);
     HRESULT GroupsWhere(const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum);
-    HRESULT InternalGetDisplayGroupAttributeEnum(const char* method, LONG lMask, LONG iGroupNumber,
-                                                 ILXAttributeEnum** ppEnum);
-    HRESULT InternalGetEditor(const char* method, bool newEditor, BSTR bstrBrowserId, ILXConfObjEditor** ppEditor);
-    bool TakeWhereFactsAreKnown(LONG mask, LONG group, std::vector<XLXComPtr<ILXAttribute>>& taken);
+    HRESULT DisplayedAttributes(const char* method, LONG mask, LONG group, ILXAttributeEnum** ppEnum);
+    HRESULT InternalGetEditor(const char* method, int flagMember, BSTR bstrBrowserId, ILXConfObjEditor** ppEditor);
 
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XAttributeMap> m_attributes;
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XPageMap> m_pages;
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XGroupMap> m_groups;
-    XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::XEditorMap> m_editors;
+    std::tuple<XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::Attributes>,
+               XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::Pages>,
+               XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::Groups>,
+               XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::Editors>>
+        m_maps;
     std::shared_ptr<const XTransferModeSupplier> m_modeSupplier;
     XLXText m_name; // constant once the type is handed out; empty for a type that has none yet
     std::atomic<LONG> m_flags{0};

@@ -15,7 +15,6 @@ constexpr int MemberGroupParentNumber = 15;
 constexpr int MemberEditorBrowserId = 0;
 constexpr int MemberEditorDefault = 1;
 constexpr int MemberEditorDefaultNew = 2;
-constexpr int MemberAttributeName = 0;
 constexpr ULONG OwnAttributeBatch = 100;
 
 /// In which displays attributes are wanted; see ILXType::GetDisplayAttributeEnum.
@@ -57,7 +56,7 @@ std::set<XCFGStringKey> OwnAttributeNames(ILXType& server, const LXErrorLocation
         *listed, "ILXAttributeEnum::RemNext", at, [&](XLXComPtr<ILXAttribute>&& attribute) {
             XLXComVariant name;
             const HRESULT read = LXAskValue("ILXConfigObject::GetProperty", name, [&](VARIANT* out) {
-                return attribute->GetProperty(MemberAttributeName, out);
+                return attribute->GetProperty(Attributes.keyMember, out);
             });
             XLXError::RaiseIfFailed(read, FailureText, at);
             if (read == S_OK)
@@ -68,84 +67,92 @@ std::set<XCFGStringKey> OwnAttributeNames(ILXType& server, const LXErrorLocation
     XLXError::RaiseIfFailed(result, FailureText, at);
     return names;
 }
-} // namespace
 
-template <class Interface, class Map, class Key>
-HRESULT XLXTypeCache::LookUp(const char* method, XMapInheritedComp<Map>& map, const Key& key, Interface** out)
+/// Answers a method with an out pointer.
+/// @param answer  HRESULT answer(error location); what it raises is the method's failure
+template <class Out, class Answer>
+HRESULT AnswerWith(const char* method, const OLECHAR* outName, Out** out, Answer&& answer)
 {
-    return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
-        LXCheckOut(out, OLESTR("out pointer"), TheFacts.At(method));
-        map.EnsureComplete();
-        return map.Read([&](const Map& components) -> HRESULT {
-            const auto found = components.find(typename Map::key_type(key));
-            if (found == components.end())
-            {
-                return S_FALSE;
-            }
-            *out = found->second->Object().Get();
-            (*out)->AddRef();
-            return S_OK;
-        });
+    const LXErrorLocation at = XCachedFacts::Type.At(method);
+    return XLXError::Guarded(at, [&]() -> HRESULT {
+        LXCheckOut(out, outName, at);
+        return answer(at);
     });
 }
 
-template <class Interface, class IEnum, class Map>
-HRESULT XLXTypeCache::EnumerateAll(const char* method, XMapInheritedComp<Map>& map, IEnum** out)
+/// Hands those components out that are taken. They are asked with no lock held, since that may ask the server.
+/// @param takes  bool takes(key, cached object)
+template <const auto& Kind, class IEnum, class Takes>
+HRESULT HandOutWhere(const XComponents<Kind>& components, IEnum** out, Takes&& takes)
 {
-    return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
-        LXCheckOut(out, OLESTR("ppEnum"), TheFacts.At(method));
+    std::vector<XLXComPtr<typename XKind<Kind>::Interface>> items;
+    items.reserve(components.size());
+    for (const auto& [key, component] : components)
+    {
+        if (takes(key, *component.object))
+        {
+            items.emplace_back(component.object);
+        }
+    }
+    return LXHandOutEnumerator(std::move(items), out);
+}
+
+constexpr auto All = [](const auto&...) { return true; };
+} // namespace
+
+template <const auto& Kind, class Key, class Interface>
+HRESULT XLXTypeCache::LookUp(const char* method, const Key& key, Interface** out)
+{
+    return AnswerWith(method, OLESTR("out pointer"), out, [&](const LXErrorLocation&) {
+        auto& map = MapOf<Kind>();
         map.EnsureComplete();
-        std::vector<XLXComPtr<Interface>> items;
-        map.Read([&](const Map& components) {
-            items.reserve(components.size());
-            for (const auto& [key, component] : components)
-            {
-                items.emplace_back(component->Object().Get());
-            }
-        });
-        return LXHandOutEnumerator(std::move(items), out);
+        *out = map.Find(key).Detach();
+        return *out != nullptr ? S_OK : S_FALSE;
+    });
+}
+
+template <const auto& Kind, class IEnum, class Takes>
+HRESULT XLXTypeCache::Enumerate(const char* method, IEnum** out, Takes&& takes)
+{
+    return AnswerWith(method, OLESTR("ppEnum"), out, [&](const LXErrorLocation&) {
+        return HandOutWhere<Kind>(*MapOf<Kind>().Complete(), out, takes);
     });
 }
 
 HRESULT XLXTypeCache::GetPageEnum(ILXPageEnum** ppEnum)
 {
-    return EnumerateAll<ILXPage>("GetPageEnum", m_pages, ppEnum);
+    return Enumerate<Pages>("GetPageEnum", ppEnum, All);
 }
 
 HRESULT XLXTypeCache::GetPage(int iPageNumber, ILXPage** ppPage)
 {
-    return LookUp("GetPage", m_pages, iPageNumber, ppPage);
+    return LookUp<Pages>("GetPage", iPageNumber, ppPage);
 }
 
 HRESULT XLXTypeCache::GetGroupEnum(ILXGroupEnum** ppEnum)
 {
-    return EnumerateAll<ILXGroup>("GetGroupEnum", m_groups, ppEnum);
+    return Enumerate<Groups>("GetGroupEnum", ppEnum, All);
 }
 
 HRESULT XLXTypeCache::GetGroup(int iGroupNumber, ILXGroup** ppGroup)
 {
-    return LookUp("GetGroup", m_groups, iGroupNumber, ppGroup);
+    return LookUp<Groups>("GetGroup", iGroupNumber, ppGroup);
 }
 
 HRESULT XLXTypeCache::GetToplevelGroupEnum(ILXGroupEnum** ppEnum)
 {
-    return XLXError::Guarded(TheFacts.At("GetToplevelGroupEnum"), [&] {
-        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetToplevelGroupEnum"));
-        const auto server = Server();
-        return LXPassOn("ILXType::GetToplevelGroupEnum", ppEnum, LXNoResult::PointerError,
-                        TheFacts.At("GetToplevelGroupEnum"),
-                        [&](ILXGroupEnum** out) { return server->GetToplevelGroupEnum(out); });
+    return AnswerWith("GetToplevelGroupEnum", OLESTR("ppEnum"), ppEnum, [&](const LXErrorLocation& at) {
+        return LXPassOn("ILXType::GetToplevelGroupEnum", ppEnum, LXNoResult::PointerError, at,
+                        [server = Server()](ILXGroupEnum** out) { return server->GetToplevelGroupEnum(out); });
     });
 }
 
 HRESULT XLXTypeCache::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum)
 {
-    return XLXError::Guarded(TheFacts.At("GetPageToplevelGroupEnum"), [&] {
-        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetPageToplevelGroupEnum"));
-        const auto server = Server();
-        return LXPassOn("ILXType::GetPageToplevelGroupEnum", ppEnum, LXNoResult::PointerError,
-                        TheFacts.At("GetPageToplevelGroupEnum"),
-                        [&](ILXGroupEnum** out) { return server->GetPageToplevelGroupEnum(iPageNumber, out); });
+    return AnswerWith("GetPageToplevelGroupEnum", OLESTR("ppEnum"), ppEnum, [&](const LXErrorLocation& at) {
+        return LXPassOn(
+            "ILXType::GetPageToplevelGroupEnum", ppEnum, LXNoResult::PointerError, at,
+            [=, server = Server()](ILXGroupEnum** out) { return server->GetPageToplevelGroupEnum(iPageNumber, out); });
     });
 }
 
@@ -159,93 +166,46 @@ HRESULT XLXTypeCache::GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum
     return GroupsWhere("GetChildGroupEnum", MemberGroupParentNumber, iGroupNumber, ppEnum);
 }
 
-// The groups are asked for their numbers with no lock held, since that may ask the server.
 HRESULT XLXTypeCache::GroupsWhere(const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum)
 {
-    return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
-        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At(method));
-        m_groups.EnsureComplete();
-        std::vector<XLXComPtr<ILXGroup>> items;
-        for (const auto& [key, component] : m_groups.Snapshot())
-        {
-            XLXComVariant value;
-            XLXError::RaiseIfFailed(component->Object()->ReadProperty(member, value),
-                                    OLESTR("a number of the group cannot be read"), TheFacts.At(method));
-            if (value.AsLong() == wanted)
-            {
-                items.emplace_back(component->Object().Get());
-            }
-        }
-        return LXHandOutEnumerator(std::move(items), ppEnum);
+    return Enumerate<Groups>(method, ppEnum, [&](LONG, XLXGroupCache& group) {
+        XLXComVariant value;
+        XLXError::RaiseIfFailed(group.ReadProperty(member, value), OLESTR("a number of the group cannot be read"),
+                                TheFacts.At(method));
+        return value.AsLong() == wanted;
     });
 }
 
 HRESULT XLXTypeCache::GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttribute)
 {
-    return LookUp("GetAttribute", m_attributes, LXBstrView(bstrAttributeName), ppAttribute);
+    return LookUp<Attributes>("GetAttribute", XCFGStringKey(LXBstrView(bstrAttributeName)), ppAttribute);
 }
 
 HRESULT XLXTypeCache::GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum)
 {
-    return InternalGetDisplayGroupAttributeEnum("GetDisplayAttributeEnum", lMask | AllGroupsMask, 0, ppEnum);
+    return DisplayedAttributes("GetDisplayAttributeEnum", lMask | AllGroupsMask, 0, ppEnum);
 }
 
 HRESULT XLXTypeCache::GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber, ILXAttributeEnum** ppEnum)
 {
-    return InternalGetDisplayGroupAttributeEnum("GetDisplayGroupAttributeEnum", lMask, iGroupNumber, ppEnum);
+    return DisplayedAttributes("GetDisplayGroupAttributeEnum", lMask, iGroupNumber, ppEnum);
 }
 
 HRESULT XLXTypeCache::GetAttributeEnum(ILXAttributeEnum** ppEnum)
 {
-    return EnumerateAll<ILXAttribute>("GetAttributeEnum", m_attributes, ppEnum);
+    return Enumerate<Attributes>("GetAttributeEnum", ppEnum, All);
 }
 
 HRESULT XLXTypeCache::GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum** ppEnum)
 {
-    return InternalGetDisplayGroupAttributeEnum("GetGroupAttributeEnum", 0, iGroupNumber, ppEnum);
+    return DisplayedAttributes("GetGroupAttributeEnum", 0, iGroupNumber, ppEnum);
 }
 
-// Collects the wanted attributes when the facts of all of them are known; false when they are not.
-bool XLXTypeCache::TakeWhereFactsAreKnown(LONG mask, LONG group, std::vector<XLXComPtr<ILXAttribute>>& taken)
+HRESULT XLXTypeCache::DisplayedAttributes(const char* method, LONG mask, LONG group, ILXAttributeEnum** ppEnum)
 {
-    return m_attributes.Read([&](const XAttributeMap& attributes) {
-        taken.reserve(attributes.size());
-        for (const auto& [key, component] : attributes)
-        {
-            const auto facts = component->Object()->KnownFacts();
-            if (!facts)
-            {
-                return false;
-            }
-            if (IsTaken(*facts, mask, group))
-            {
-                taken.emplace_back(component->Object().Get());
-            }
-        }
-        return true;
-    });
-}
-
-HRESULT XLXTypeCache::InternalGetDisplayGroupAttributeEnum(const char* method, LONG lMask, LONG iGroupNumber,
-                                                           ILXAttributeEnum** ppEnum)
-{
-    return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
-        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At(method));
-        m_attributes.EnsureComplete();
-        std::vector<XLXComPtr<ILXAttribute>> taken;
-        if (!TakeWhereFactsAreKnown(lMask, iGroupNumber, taken))
-        {
-            // Some facts must be read, perhaps from the server: with no lock held.
-            taken.clear();
-            for (const auto& [key, component] : m_attributes.Snapshot())
-            {
-                if (IsTaken(component->Object()->Facts(), lMask, iGroupNumber))
-                {
-                    taken.emplace_back(component->Object().Get());
-                }
-            }
-        }
-        return LXHandOutEnumerator(std::move(taken), ppEnum);
+    return Enumerate<Attributes>(method, ppEnum, [=](const XCFGStringKey&, XLXAttributeCache& attribute) {
+        const auto known = attribute.KnownFacts();
+        return IsTaken(known ? *known : attribute.Facts(), mask, group);
     });
 }
 
@@ -256,67 +216,54 @@ HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** p
     {
         return GetAttributeEnum(ppEnum);
     }
-    const LXErrorLocation at = TheFacts.At("GetAttributeEnum");
-    return XLXError::Guarded(at, [&]() -> HRESULT {
-        LXCheckOut(ppEnum, OLESTR("ppEnum"), at);
-        m_attributes.EnsureComplete();
+    return AnswerWith("GetAttributeEnum", OLESTR("ppEnum"), ppEnum, [&](const LXErrorLocation& at) {
+        auto& map = MapOf<Attributes>();
+        map.EnsureComplete();
         const std::set<XCFGStringKey> own = OwnAttributeNames(*Server(), at);
-        std::vector<XLXComPtr<ILXAttribute>> items;
-        m_attributes.Read([&](const XAttributeMap& attributes) {
-            for (const auto& [key, component] : attributes)
-            {
-                if (own.count(key) != 0)
-                {
-                    items.emplace_back(component->Object().Get());
-                }
-            }
-        });
-        return LXHandOutEnumerator(std::move(items), ppEnum);
+        return HandOutWhere<Attributes>(*map.Held(), ppEnum,
+                                        [&](const XCFGStringKey& name, auto&) { return own.contains(name); });
     });
 }
 
 HRESULT XLXTypeCache::GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum)
 {
-    return EnumerateAll<ILXConfObjEditor>("GetConfObjEditorEnum", m_editors, ppEnum);
+    return Enumerate<Editors>("GetConfObjEditorEnum", ppEnum, All);
 }
 
 // The ProgId alone decides: callers rely on finding an editor whatever browser and menu text they name.
 HRESULT XLXTypeCache::GetConfObjEditor(BSTR bstrProgId, BSTR, BSTR, ILXConfObjEditor** ppEditor)
 {
-    return LookUp("GetConfObjEditor", m_editors, LXBstrView(bstrProgId), ppEditor);
+    return LookUp<Editors>("GetConfObjEditor", XCFGStringKey(LXBstrView(bstrProgId)), ppEditor);
 }
 
 HRESULT XLXTypeCache::GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
 {
-    return InternalGetEditor("GetDefaultEditor", false, bstrBrowserId, ppEditor);
+    return InternalGetEditor("GetDefaultEditor", MemberEditorDefault, bstrBrowserId, ppEditor);
 }
 
 HRESULT XLXTypeCache::GetDefaultNewEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
 {
-    return InternalGetEditor("GetDefaultNewEditor", true, bstrBrowserId, ppEditor);
+    return InternalGetEditor("GetDefaultNewEditor", MemberEditorDefaultNew, bstrBrowserId, ppEditor);
 }
 
-HRESULT XLXTypeCache::InternalGetEditor(const char* method, bool newEditor, BSTR bstrBrowserId,
+HRESULT XLXTypeCache::InternalGetEditor(const char* method, int flagMember, BSTR bstrBrowserId,
                                         ILXConfObjEditor** ppEditor)
 {
-    return XLXError::Guarded(TheFacts.At(method), [&]() -> HRESULT {
-        LXCheckOut(ppEditor, OLESTR("ppEditor"), TheFacts.At(method));
+    return AnswerWith(method, OLESTR("ppEditor"), ppEditor, [&](const LXErrorLocation&) {
         const XLXText wanted = LXLowerCase(LXBstrView(bstrBrowserId));
-        m_editors.EnsureComplete();
-        for (const auto& [key, component] : m_editors.Snapshot())
+        const auto editors = MapOf<Editors>().Complete();
+        for (const auto& [key, editor] : *editors)
         {
-            XLXConfObjEditorCache& editor = *component->Object();
-            const auto flag = editor.TryRead(newEditor ? MemberEditorDefaultNew : MemberEditorDefault);
+            const auto flag = editor.object->TryRead(flagMember);
             if (!flag || !flag->AsBool().value_or(false))
             {
                 continue;
             }
-            const auto browser = editor.TryRead(MemberEditorBrowserId);
+            const auto browser = editor.object->TryRead(MemberEditorBrowserId);
             const auto text = browser ? browser->AsText() : std::nullopt;
             if (text && LXLowerCase(*text) == wanted)
             {
-                *ppEditor = component->Object().Get();
-                (*ppEditor)->AddRef();
+                *ppEditor = XLXComPtr<ILXConfObjEditor>(editor.object).Detach();
                 return S_OK;
             }
         }
