@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "XCFGStringKey.h"
 
-#include <algorithm>
-
 namespace
 {
 /// Whether there is a unit of the kind of surrogate that begins there.
@@ -33,14 +31,7 @@ std::optional<XCFGStringKey> XCFGStringKey::Of(const XLXComVariant& name)
     return text ? std::optional<XCFGStringKey>(*text) : std::nullopt;
 }
 
-std::strong_ordering XCFGStringKey::Compare(XLXTextView other) const noexcept
+std::strong_ordering XCFGStringKey::CompareSurrogates(XLXTextView left, XLXTextView right, std::size_t at) noexcept
 {
-    const XLXTextView own = m_text;
-    const auto common = std::min(own.size(), other.size());
-    std::size_t at = 0;
-    while (at < common && own[at] == other[at])
-    {
-        ++at;
-    }
-    return at < common ? RankOf(own, at) <=> RankOf(other, at) : own.size() <=> other.size();
+    return RankOf(left, at) <=> RankOf(right, at);
 }

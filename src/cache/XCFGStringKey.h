@@ -6,6 +6,7 @@
 #include "XLXComVariant.h"
 
 #include <compare>
+#include <cstring>
 #include <map>
 #include <set>
 
@@ -38,7 +39,32 @@ public:
     }
 
 private:
-    std::strong_ordering Compare(XLXTextView other) const noexcept;
+    static constexpr bool IsSurrogate(OLECHAR unit) noexcept { return (unit & 0xF800) == 0xD800; }
+    /// Compares texts by the first units to differ, of which one is half of a surrogate pair, or looks like it.
+    static std::strong_ordering CompareSurrogates(XLXTextView left, XLXTextView right, std::size_t at) noexcept;
+
+    // Inline, and four units at a time: a look-up compares many names that begin alike.
+    std::strong_ordering Compare(XLXTextView other) const noexcept
+    {
+        const XLXTextView own = m_text;
+        const std::size_t common = own.size() < other.size() ? own.size() : other.size();
+        std::size_t at = 0;
+        constexpr std::size_t step = 4;
+        while (at + step <= common && std::memcmp(&own[at], &other[at], step * sizeof(OLECHAR)) == 0)
+        {
+            at += step;
+        }
+        while (at < common && own[at] == other[at])
+        {
+            ++at;
+        }
+        if (at == common)
+        {
+            return own.size() <=> other.size();
+        }
+        return IsSurrogate(own[at]) || IsSurrogate(other[at]) ? CompareSurrogates(own, other, at)
+                                                              : own[at] <=> other[at];
+    }
 
     XLXText m_text;
 };

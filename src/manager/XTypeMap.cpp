@@ -12,26 +12,15 @@ bool XTypeMap::IsFresh() const
     return IsFresh(*known, m_own.Now());
 }
 
-// A null pointer in the index is a negative answer, or one that was forgotten: that is rare, and looked up in the
-// map.
 XTypeMap::Answer XTypeMap::Find(XLXTextView name) const
 {
     Answer answer;
     const XCritLFReadProxy<Known> known(m_mapType);
     answer.isFresh = IsFresh(*known, m_own.Now());
-    XLXTypeCache* const* const found = known->index.Find({name});
-    if (found == nullptr)
+    if (const auto found = known->index.find({name}); found != known->index.end())
     {
-        return answer;
-    }
-    answer.type = *found;
-    if (answer.type)
-    {
-        answer.found = Found::Type;
-    }
-    else if (known->map.contains(name))
-    {
-        answer.found = Found::NoType;
+        answer.type = found->second;
+        answer.found = answer.type ? Found::Type : Found::NoType;
     }
     return answer;
 }
@@ -115,12 +104,13 @@ void XTypeMap::Apply(Known& known, XTypeRecords& records)
         {
             continue;
         }
-        Entry& entry = known.map[XCFGStringKey(record.name)];
+        const auto slot = known.map.try_emplace(XCFGStringKey(record.name)).first;
+        Entry& entry = slot->second;
         if (record.made)
         {
             entry.type.Swap(record.made); // of two records of one name the last counts
         }
-        known.index.Set({record.name}, entry.type.Get());
+        known.index.insert_or_assign({slot->first.Text()}, entry.type.Get());
         entry.name = std::move(record.name);
         entry.baseName = std::move(record.baseName);
     }
@@ -134,24 +124,10 @@ void XTypeMap::ForgetNegative(Known& known, std::size_t most)
         const auto entry = known.map.find(known.negative.front());
         if (entry != known.map.end() && !entry->second.type)
         {
+            known.index.erase({entry->first.Text()});
             known.map.erase(entry);
-            ++known.forgotten;
         }
         known.negative.pop_front();
-    }
-    if (known.forgotten <= MostNegativeAnswers && most != 0)
-    {
-        return;
-    }
-    if (known.forgotten != 0)
-    {
-        XNameIndex<XLXTypeCache*> index; // without the names that were forgotten
-        for (const auto& [key, entry] : known.map)
-        {
-            index.Set({entry.name}, entry.type.Get());
-        }
-        known.index.Swap(index);
-        known.forgotten = 0;
     }
 }
 
@@ -219,9 +195,9 @@ void XTypeMap::EnterNegative(XLXTextView name, const Note& noted)
     {
         return;
     }
-    known->index.Set({name}, nullptr);
     known->negative.push_back(std::move(listed));
-    known->map.emplace(std::move(key), std::move(entry));
+    const auto slot = known->map.emplace(std::move(key), std::move(entry)).first;
+    known->index.emplace(std::array{XLXTextView(slot->first.Text())}, nullptr);
     ForgetNegative(*known, MostNegativeAnswers);
 }
 

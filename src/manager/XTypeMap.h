@@ -87,7 +87,6 @@ private:
         Map map;
         XNameIndex<XLXTypeCache*> index;
         std::deque<XCFGStringKey> negative; ///< the oldest first
-        std::size_t forgotten = 0;          ///< names that are still in the index
         XStamp stamp;
         XClockPtr clock; ///< of the connection; null: there is none
     };

@@ -134,7 +134,10 @@ XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> 
                                           LXPCPartAt("InternalFillParentChildMap"));
             continue;
         }
-        Entry& slot = map.byParent[XCFGStringKey(names.parent)][XCFGStringKey(names.child)][XCFGStringKey(names.list)];
+        const auto parent = map.byParent.try_emplace(XCFGStringKey(names.parent)).first;
+        const auto child = parent->second.try_emplace(XCFGStringKey(names.child)).first;
+        const auto list = child->second.try_emplace(XCFGStringKey(names.list)).first;
+        Entry& slot = list->second;
         entry.relation = slot.relation;
         if (!entry.relation && former != nullptr)
         {
@@ -142,7 +145,8 @@ XLXPCPartCacheMng::ParentMap XLXPCPartCacheMng::MakeMap(std::vector<XILXPCData> 
         }
         entry.relation = Refresh(std::move(entry.relation), std::move(record), moment, retired);
         slot = std::move(entry);
-        map.byNames.Set({names.parent, names.child, names.list}, slot.relation.Get());
+        map.byNames.insert_or_assign({parent->first.Text(), child->first.Text(), list->first.Text()},
+                                     slot.relation.Get());
     }
     return map;
 }
@@ -190,8 +194,8 @@ const XLXPCPartCacheMng::ChildMap* XLXPCPartCacheMng::Below(const ParentMap& map
 XLXParentChildCache* XLXPCPartCacheMng::Find(const ParentMap& map, XLXTextView parent, XLXTextView child,
                                              XLXTextView list)
 {
-    XLXParentChildCache* const* const found = map.byNames.Find({parent, child, list});
-    return found != nullptr ? *found : nullptr;
+    const auto found = map.byNames.find({parent, child, list});
+    return found != map.byNames.end() ? found->second : nullptr;
 }
 
 // Uses existing keys, so that shutdown allocates nothing. Who still holds a dropped relation goes on reading its
