@@ -72,53 +72,39 @@ std::vector<XLXText> XTypeInheritanceInfo::Info::BaseTypes(XLXTextView typeName)
     return names;
 }
 
-// A base that is named but not in the map is entered too.
-void XTypeInheritanceInfo::Info::AddTypeToInheritanceInfo(const XCFGStringKey& type, const XCFGStringKey& base)
+// A link that was refused because it would close a cycle is no base here either. A base that is named but not in the
+// map is entered too.
+XTypeInheritanceInfo::InfoPtr XTypeInheritanceInfo::Of(const std::vector<XTypeMap::Map::value_type>& types)
 {
-    if (!base.IsNull() && base != type)
+    auto info = std::make_shared<Info>();
+    std::unordered_map<const XLXTypeCache*, const XCFGStringKey*> nameOf;
+    for (const auto& [name, entry] : types)
     {
-        m_derived[base].insert(type);
+        nameOf.emplace(entry.type.Get(), &name);
+        info->m_baseOf.try_emplace(name);
     }
-}
-
-// A link that was refused because it would close a cycle is no base here either.
-void XTypeInheritanceInfo::LinkBases(const std::vector<XTypeMap::Entry>& types, Info& info)
-{
-    std::unordered_map<const XLXTypeCache*, const XTypeMap::Entry*> entryOf;
-    for (const XTypeMap::Entry& entry : types)
+    for (const auto& [name, entry] : types)
     {
-        entryOf.emplace(entry.type.Get(), &entry);
-        info.m_baseOf.emplace(XCFGStringKey(entry.name), XCFGStringKey());
-    }
-    for (const XTypeMap::Entry& entry : types)
-    {
-        const auto linked = entryOf.find(entry.type->BaseType().Get());
-        XCFGStringKey& base = info.m_baseOf[XCFGStringKey(entry.name)];
-        if (linked != entryOf.end())
+        XCFGStringKey& base = info->m_baseOf[name];
+        if (const auto linked = nameOf.find(entry.type->BaseType().Get()); linked != nameOf.end())
         {
-            base = XCFGStringKey(linked->second->name);
+            base = *linked->second;
         }
-        else if (XCFGStringKey named(entry.baseName); !info.m_baseOf.contains(named))
+        else if (!info->m_baseOf.contains(XLXTextView(entry.baseName)))
         {
-            base = std::move(named);
+            base = XCFGStringKey(entry.baseName);
+        }
+        if (!base.IsNull() && base != name)
+        {
+            info->m_derived[base].insert(name);
         }
     }
+    return info;
 }
 
 XTypeInheritanceInfo::XTypeInheritanceInfo(const XTypeMap& types) : m_types(types)
 {
     m_info.Begin({&types});
-}
-
-XTypeInheritanceInfo::InfoPtr XTypeInheritanceInfo::Of(const std::vector<XTypeMap::Entry>& types)
-{
-    auto made = std::make_shared<Info>();
-    LinkBases(types, *made);
-    for (const auto& [type, base] : made->m_baseOf)
-    {
-        made->AddTypeToInheritanceInfo(type, base);
-    }
-    return made;
 }
 
 XTypeInheritanceInfo::InfoPtr XTypeInheritanceInfo::Current()

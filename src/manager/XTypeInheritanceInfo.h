@@ -28,8 +28,6 @@ public:
 
     private:
         friend class XTypeInheritanceInfo;
-        void AddTypeToInheritanceInfo(const XCFGStringKey& type, const XCFGStringKey& base);
-
         XNameMap<XCFGStringKey> m_baseOf; ///< every known type; the null key: no base
         XNameMap<XNameSet> m_derived;     ///< by direct base
     };
@@ -38,12 +36,10 @@ public:
     /// The information about the types as they are now.
     InfoPtr Current();
     /// The information about these types.
-    static InfoPtr Of(const std::vector<XTypeMap::Entry>& types);
+    static InfoPtr Of(const std::vector<XTypeMap::Map::value_type>& types);
     void Clear();
 
 private:
-    static void LinkBases(const std::vector<XTypeMap::Entry>& types, Info& info);
-
     /// The type map's version is the time.
     struct Time
     {

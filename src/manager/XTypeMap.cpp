@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "XTypeMap.h"
 
+#include <algorithm>
+#include <iterator>
+
 bool XTypeMap::IsFresh(const Known& known, std::uint64_t own) noexcept
 {
     return known.clock && known.stamp == XStamp{known.clock->Now(XAspect::TypeMap), own};
@@ -111,7 +114,6 @@ void XTypeMap::Apply(Known& known, XTypeRecords& records)
             entry.type.Swap(record.made); // of two records of one name the last counts
         }
         known.index.insert_or_assign({slot->first.Text()}, entry.type.Get());
-        entry.name = std::move(record.name);
         entry.baseName = std::move(record.baseName);
     }
 }
@@ -139,35 +141,36 @@ void XTypeMap::LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& mess
     {
         entry.link = Link::Pending;
     }
-    std::vector<std::pair<Entry*, Entry*>> path; // types with their bases, upwards
-    for (auto& [key, entry] : map)
+    std::vector<std::pair<Map::value_type*, Map::value_type*>> path; // types with their bases, upwards
+    for (auto& first : map)
     {
-        Entry* above = &entry;
-        while (above != nullptr && above->type && above->link == Link::Pending)
+        Map::value_type* above = &first;
+        while (above != nullptr && above->second.type && above->second.link == Link::Pending)
         {
-            above->link = Link::OnPath;
-            path.emplace_back(above, BaseOf(map, *above, messages));
+            above->second.link = Link::OnPath;
+            path.emplace_back(above, BaseOf(map, above->second, messages));
             above = path.back().second;
         }
         // The type at the end of a path that comes back to itself does without its base.
-        bool closesCircle = above != nullptr && above->link == Link::OnPath;
+        bool closesCircle = above != nullptr && above->second.link == Link::OnPath;
         for (; !path.empty(); path.pop_back())
         {
-            const auto [type, base] = path.back();
-            XLXTypeCache* const wanted = base != nullptr && !closesCircle ? base->type.Get() : nullptr;
-            if (!type->type->LinkBase(wanted, retired) || closesCircle)
+            const auto [slot, base] = path.back();
+            XLXTypeCache& type = *slot->second.type;
+            if (!type.LinkBase(base != nullptr && !closesCircle ? base->second.type.Get() : nullptr, retired) ||
+                closesCircle)
             {
-                (void)type->type->LinkBase(nullptr, retired);
-                messages.push_back(XLXFormat() << "This type has itself as base type " << type->name);
+                (void)type.LinkBase(nullptr, retired);
+                messages.push_back(XLXFormat() << "This type has itself as base type " << slot->first.Text());
             }
-            type->link = Link::Done;
+            slot->second.link = Link::Done;
             closesCircle = false;
         }
     }
 }
 
 /// The entry of a type's base; null when it has none, or none that is known.
-XTypeMap::Entry* XTypeMap::BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages)
+XTypeMap::Map::value_type* XTypeMap::BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages)
 {
     if (entry.baseName.empty())
     {
@@ -176,7 +179,7 @@ XTypeMap::Entry* XTypeMap::BaseOf(Map& map, const Entry& entry, std::vector<XLXT
     const auto found = map.find(XLXTextView(entry.baseName));
     if (found != map.end() && found->second.type)
     {
-        return &found->second;
+        return &*found;
     }
     messages.push_back(XLXFormat() << "base type referenced by name not found in type cache: " << entry.baseName);
     return nullptr;
@@ -186,8 +189,6 @@ void XTypeMap::EnterNegative(XLXTextView name, const Note& noted)
 {
     XCFGStringKey key(name);
     XCFGStringKey listed(name);
-    Entry entry;
-    entry.name = name;
     const XCritProxy<Known> known(m_mapType);
     const bool isCurrent = known->clock && known->clock == noted.clock &&
                            noted.stamp == XStamp{known->clock->Now(XAspect::TypeMap), m_own.Now()};
@@ -196,22 +197,17 @@ void XTypeMap::EnterNegative(XLXTextView name, const Note& noted)
         return;
     }
     known->negative.push_back(std::move(listed));
-    const auto slot = known->map.emplace(std::move(key), std::move(entry)).first;
+    const auto slot = known->map.try_emplace(std::move(key)).first;
     known->index.emplace(std::array{XLXTextView(slot->first.Text())}, nullptr);
     ForgetNegative(*known, MostNegativeAnswers);
 }
 
-std::vector<XTypeMap::Entry> XTypeMap::Types() const
+std::vector<XTypeMap::Map::value_type> XTypeMap::Types() const
 {
-    std::vector<Entry> all;
+    std::vector<Map::value_type> all;
     const XCritReadProxy<Known> known(m_mapType);
-    for (const auto& [key, entry] : known->map)
-    {
-        if (entry.type)
-        {
-            all.push_back(entry);
-        }
-    }
+    std::copy_if(known->map.begin(), known->map.end(), std::back_inserter(all),
+                 [](const auto& slot) { return static_cast<bool>(slot.second.type); });
     return all;
 }
 

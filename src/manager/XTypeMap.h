@@ -26,7 +26,6 @@ public:
     struct Entry
     {
         XLXComPtr<XLXTypeCache> type; ///< null: the server has no type of that name
-        XLXText name;
         XLXText baseName;
         Link link = Link::Pending;
     };
@@ -69,7 +68,7 @@ public:
     void EnterNegative(XLXTextView name, const Note& noted);
 
     /// All types, in key order.
-    std::vector<Entry> Types() const;
+    std::vector<Map::value_type> Types() const;
     /// Changes whenever the types or their links may have changed.
     std::uint64_t Version() const noexcept { return m_version.load(); }
 
@@ -95,7 +94,7 @@ private:
     static void Apply(Known& known, XTypeRecords& records);
     static void ForgetNegative(Known& known, std::size_t most);
     static void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages);
-    static Entry* BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages);
+    static Map::value_type* BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages);
     bool IsOf(const XClockPtr& clock) const;
 
     std::shared_ptr<const XTransferModeSupplier> m_mode;

@@ -119,7 +119,7 @@ HRESULT XLXConfigFactoryCacheManager::EnumerateTypes(const char* method, bool se
         XTypeMapPtr types;
         XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"), LXManagerAt(method));
         std::vector<XLXComPtr<ILXType>> items;
-        for (const XTypeMap::Entry& entry : types->Types())
+        for (const auto& [key, entry] : types->Types())
         {
             if (entry.type->IsListed() && (!searchableOnly || entry.type->IsSearchable()))
             {
