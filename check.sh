@@ -15,6 +15,8 @@ readonly all_legs=(format rules linux-release linux-asan linux-tsan windows-rele
 # What another compiler may get wrong; with the DLLs, all that is built there.
 readonly clang_tests=(test_activated test_component test_frame test_sync test_transfer)
 readonly quick_legs=(format rules linux-debug)
+# The folders of src/, each of which uses only what stands before it.
+readonly layers="base support sync enum transfer cache typecache relations manager frame"
 readonly logs=build/check
 readonly fuzz_seconds=20
 passed=0
@@ -54,6 +56,23 @@ forbid() {
     [ -z "$hits" ] || head -n 10 <<<"$hits"
 }
 
+# Prints each #include of src/ that names a header of a folder above its own. Types and relations stand side by side.
+includes_upwards() {
+    git -c safe.directory='*' grep -noE '^#include "[^"]+"' -- src | awk -F '[/:"]' -v folders="$layers" '
+        BEGIN {
+            count = split(folders, folder, " ")
+            for (i = 1; i <= count; ++i) level[folder[i]] = i
+            while (("git -c safe.directory=\"*\" ls-files src" | getline path) > 0) {
+                parts = split(path, part, "/")
+                home[part[parts]] = part[2]
+            }
+        }
+        $(NF - 1) in home {
+            from = $2; to = home[$(NF - 1)]
+            if (!(from in level) || level[to] > level[from] || from == "relations" && to == "typecache") print
+        }'
+}
+
 leg_rules() {
     # The words are split so that this file does not contain them.
     forbid "the project's files explain themselves" \
@@ -66,6 +85,11 @@ leg_rules() {
         '__attribute__|__declspec|__builtin_' 'src/*' 'server/*' 'tools/*' 'include/*' 'platform/*' 'examples/*' \
         ':!src/base/LXCompiler.h'
     forbid "wide literals are written OLESTR(...)" '(^|[^A-Za-z0-9_])L"' 'src/*' 'server/*' 'tools/*' 'include/*' 'examples/*'
+    local upwards
+    upwards=$(includes_upwards)
+    [ -z "$upwards" ]
+    count "no folder of src/ includes a header of one above it" $?
+    [ -z "$upwards" ] || head -n 10 <<<"$upwards"
     local without
     without=$(tracked '*.h' '*.cpp' '*.c' '*.idl' '*.sh' '*CMakeLists.txt' '*.cmake' |
         while read -r file; do head -n 2 "$file" | grep -q 'SPDX-License-Identifier: MIT' || echo "$file"; done)
