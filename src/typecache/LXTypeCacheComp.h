@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The four kinds of components that a type has: its pages, groups, attributes and editors.
+// The four kinds of components that a type has, its pages, groups, attributes and editors, and how the records of
+// each are read.
 #ifndef LXTYPECACHECOMP_H
 #define LXTYPECACHECOMP_H
 
@@ -36,6 +37,7 @@ struct XComponentKind
     using Interface = InterfaceClass;
     using Key = KeyClass;
     static constexpr auto Get = GetOne;
+    static constexpr bool HasNames = std::is_same_v<Key, XCFGStringKey>;
 
     LXTransferMode mode;
     XAspect set;                                             ///< which of them a type has
@@ -76,17 +78,99 @@ struct XComponent
     const XLXTypeCache* owner; ///< not the type that looks, where it is merged in from a base; compared only
 };
 
-/// A type's components of one kind. Attributes: with those of its bases.
-template <const auto& Kind>
-using XComponents = XSortedMap<typename XKind<Kind>::Key, XComponent<typename XKind<Kind>::Cached>>;
-
 /// A type's records of one kind, as the server delivered them.
 struct XStampedRecords
 {
     XLXSafeArray array;                    ///< null: the server has none
     std::shared_ptr<const XMoment> moment; ///< taken before the server was asked
-    XStamp stamp;                          ///< that they give the map; none: there are no records, not even the
-                                           ///< answer that the server has none
+    XStamp stamp; ///< that they give the map; none: not even the answer that the server has none was delivered
+};
+/// The key of a component with these values; none: it cannot be found.
+template <const auto& Kind>
+std::optional<typename XKind<Kind>::Key> LXKeyOf(const XVariantRow& values)
+{
+    constexpr auto index = static_cast<std::size_t>(Kind.keyMember);
+    if (index >= values.size() || values[index].Empty())
+    {
+        return std::nullopt;
+    }
+    if constexpr (XKind<Kind>::HasNames)
+    {
+        return XCFGStringKey::Of(values[index]);
+    }
+    else
+    {
+        return values[index].AsLong();
+    }
+}
+
+/// Asks for the memory that the records will be looked at in. Most of it was written long ago: asked for at once, it
+/// is waited for once.
+inline void LXPrefetch(const std::vector<XLXCFCDataTransfer::XILXAttributeData>& records) noexcept
+{
+    for (const auto& record : records)
+    {
+        if (const XLXComVariant& name = record.values[Attributes.keyMember]; name.Type() == VT_BSTR)
+        {
+            LX_PREFETCH(V_BSTR(&name.Get()));
+        }
+        XDisplayFacts::Prefetch(record.values);
+    }
+}
+
+/// The records of a list.
+/// @param type  whose they are, for the logbook
+template <const auto& Kind>
+auto LXReadList(XLXSafeArray array, XLXTextView type)
+{
+    if constexpr (Kind.mode == LXTM_ATTRIBUTES)
+    {
+        auto records = XLXCFCDataTransfer::ReadAttributeList(std::move(array), type);
+        LXPrefetch(records);
+        return records;
+    }
+    else
+    {
+        return XLXCFCDataTransfer::GetSingleTypedVecFromArray(std::move(array), {Kind.section, type});
+    }
+}
+
+/// Asks the server's type for a component whose record came without an object. A type that is gone, or that does not
+/// have the component either, leaves it without one: its values are there, and what needs the server fails.
+template <const auto& Kind>
+class XComponentSource final : public XServerSource
+{
+public:
+    using Key = typename XKind<Kind>::Key;
+
+    XComponentSource(const XWeakLink<XGroupOwner>& type, Key key) : m_type(type), m_key(std::move(key)) {}
+    XLXComPtr<IUnknown> Ask() const override
+    {
+        const LXErrorLocation at = XCachedFacts::Type.At(Kind.getOne + std::char_traits<char>::length("ILXType::"));
+        const auto type = m_type.Lock();
+        const XLXComPtr<ILXType> server = type ? type->ServerType() : nullptr;
+        if (!server)
+        {
+            return nullptr;
+        }
+        XLXComPtr<typename XKind<Kind>::Interface> component;
+        const HRESULT result = LXAsk(Kind.getOne, component, LXNoResult::Nothing, {}, at, [&](auto** out) {
+            if constexpr (XKind<Kind>::HasNames)
+            {
+                return (server.Get()->*XKind<Kind>::Get)(XLXComBSTR(m_key.Text()).Get(), out);
+            }
+            else
+            {
+                return (server.Get()->*XKind<Kind>::Get)(m_key, out);
+            }
+        });
+        XLXError::RaiseIfFailed(result, OLESTR("the server failed to give the object of a type's component"), at);
+        return result == S_OK ? XLXComPtr<IUnknown>(component) : nullptr;
+    }
+
+private:
+    const XWeakLink<XGroupOwner> m_type;
+    const Key m_key;
 };
 } // namespace XLXTypeCacheComp
 

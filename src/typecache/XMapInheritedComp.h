@@ -9,27 +9,35 @@
 //
 // Locks      Completion goes down the chain of bases from its top and takes the fetch mutex of one type after the
 //            other, however long the chain is. The server is asked, and records are parsed, with no lock held. The
-//            map itself is never changed, only replaced: it is looked up without a lock, and walked with none.
+//            map itself is never changed, only replaced: it is looked up without a lock, and walked with none held.
 #ifndef XMAPINHERITEDCOMP_H
 #define XMAPINHERITEDCOMP_H
 
 #include "LXTypeCacheComp.h"
+
+#include <algorithm>
 
 namespace XLXTypeCacheComp
 {
 /// Raised after every change but that of a clock that may make any map no longer current: so that a map which was
 /// found current need not walk its chain of bases again until something changed somewhere.
 inline std::atomic<std::uint64_t> g_componentEpoch{1};
+/// Names the content of a map, in the whole process.
+inline std::atomic<std::uint64_t> g_lastContent{0};
 
-template <const auto& Kind>
+/// @tparam Owner  the type that has the map
+template <const auto& Kind, class Owner>
 class XMapInheritedComp
 {
 public:
-    using Map = XComponents<Kind>;
+    using Interface = typename XKind<Kind>::Interface;
+    using Component = XComponent<typename XKind<Kind>::Cached>;
+    /// Attributes: with those of the bases.
+    using Map = XSortedMap<typename XKind<Kind>::Key, Component>;
     using MapPtr = std::shared_ptr<const Map>;
     static constexpr const auto& TheKind = Kind;
 
-    explicit XMapInheritedComp(XLXTypeCache& owner) noexcept;
+    explicit XMapInheritedComp(Owner& owner) noexcept : m_owner(owner) {}
     XMapInheritedComp(const XMapInheritedComp&) = delete;
     XMapInheritedComp& operator=(const XMapInheritedComp&) = delete;
 
@@ -38,14 +46,30 @@ public:
     /// The stamp of what a bulk answer brought.
     XStamp StampFrom(const XMoment& moment) const noexcept
     {
-        return LXStampFrom(moment, Kind.set, m_own, m_ownersNumber);
+        return LXStampFrom(moment, Kind.set, m_own, m_owner.Direct());
     }
 
-    /// Takes the server's records of this kind, or none, for parsing on first use, unless newer ones are there.
-    void Deliver(XStampedRecords records, XRetired& retired);
+    /// Takes the server's records of this kind, or none, for parsing on first use, unless newer ones are there. A map
+    /// for which records wait is not current, so that nothing waits unseen.
+    void Deliver(XStampedRecords records, XRetired& retired)
+    {
+        m_state.Write([&](State& state) {
+            const XStamp& stamp = records.stamp;
+            if (!stamp.IsNone() && !stamp.IsOlderThan(state.delivered.stamp) && !stamp.IsOlderThan(state.stamp))
+            {
+                std::swap(state.delivered, records);
+            }
+        });
+        g_componentEpoch.fetch_add(1);
+        retired.Take(std::move(records.array));
+    }
 
     /// Whether the server need not be asked: it has delivered, or the map holds what it has.
-    bool HasData() const;
+    bool HasData() const
+    {
+        return m_state.Read(
+            [now = Note()](const State& state) { return state.delivered.stamp == now || state.stamp == now; });
+    }
 
     /// Brings the map up to date. Raises failures; the next query asks again then.
     void EnsureComplete()
@@ -54,11 +78,6 @@ public:
         {
             CompleteChain();
         }
-    }
-    /// The map as it is.
-    MapPtr Held() const
-    {
-        return m_state.Read([](const State& state) { return state.map; });
     }
     /// The map, brought up to date.
     MapPtr Complete()
@@ -83,11 +102,29 @@ public:
         g_componentEpoch.fetch_add(1);
     }
 
-    /// Passes a notification on to the type's own components: those of the base are notified by the base.
-    void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const;
+    /// Passes a notification on to the type's own components: those of the base are notified by the base. They only
+    /// advance counts, so they may be called under the lock.
+    void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const
+    {
+        m_state.Read([&](const State& state) {
+            ForEachOwn(*state.map, [&](const auto&, auto& object) { object.NotifyDirectly(notification, touched); });
+        });
+    }
 
     /// Empties the map; what it held is terminated and released with no lock held.
-    void Terminate();
+    void Terminate()
+    {
+        State dropped;
+        m_own.Advance();
+        m_state.Write([&](State& state) {
+            state.map.swap(dropped.map);
+            state.content = g_lastContent.fetch_add(1) + 1;
+            state.stamp = {};
+            std::swap(state.delivered, dropped.delivered);
+        });
+        g_componentEpoch.fetch_add(1);
+        ForEachOwn(*dropped.map, [](const auto&, auto& object) { object.Terminate(); });
+    }
 
 private:
     static inline const Map None{};
@@ -102,24 +139,263 @@ private:
     };
     static constexpr int MostAttempts = 3; // while types are linked anew
 
-    std::uint64_t Now() const noexcept { return m_clock.Now(Kind.set); }
+    std::uint64_t Now() const noexcept { return m_owner.Clock()->Now(Kind.set); }
     std::uint64_t Check() const noexcept { return g_componentEpoch.load() + Now(); }
-    std::vector<XLXComPtr<XLXTypeCache>> ChainFromTop() const;
-    std::uint64_t Content() const;
-    bool IsCurrent(std::uint64_t baseContent, std::uint64_t& content) const;
-    bool IsComplete() const;
-    void CompleteChain();
-    bool EnsureCurrent(const XMapInheritedComp* base);
-    bool CompleteWith(const XMapInheritedComp* base);
-    XStampedRecords TakeRecords();
-    bool AreValuesFresh(const XMoment& moment) const noexcept;
-    void Publish(MapPtr fresh, const void* base, std::uint64_t baseContent, const XStampedRecords& from);
-    void AttachAll(const Map& fresh, const XMoment& moment) const;
-    void DetachReplaced(const Map& former, const Map& fresh, const XMoment& moment) const;
+    MapPtr Held() const
+    {
+        return m_state.Read([](const State& state) { return state.map; });
+    }
+    std::uint64_t Content() const
+    {
+        return m_state.Read([](const State& state) { return state.content; });
+    }
 
-    XLXTypeCache& m_owner;
-    const XClock& m_clock;               // the owner's
-    const XDirectNumber& m_ownersNumber; // of the last notification that came straight to it
+    /// Calls visit(key, cached object) for the components that the type does not have from a base.
+    template <class Visit>
+    void ForEachOwn(const Map& map, Visit&& visit) const
+    {
+        for (const auto& [key, component] : map)
+        {
+            if (component.owner == &m_owner)
+            {
+                visit(key, *component.object);
+            }
+        }
+    }
+
+    /// The content of the map when it is fresh, with what a base of that content holds (0: without a base).
+    std::optional<std::uint64_t> ContentIfCurrent(std::uint64_t baseContent) const
+    {
+        return m_state.Read([&, now = Note()](const State& state) {
+            const bool isFresh = state.stamp == now && state.delivered.stamp.IsNone();
+            return isFresh && state.baseContent == baseContent ? std::optional(state.content) : std::nullopt;
+        });
+    }
+
+    /// The types whose maps are merged; the owner is the last one.
+    std::vector<XLXComPtr<Owner>> ChainFromTop() const
+    {
+        std::vector<XLXComPtr<Owner>> chain;
+        for (XLXComPtr<Owner> type(&m_owner); type; type = BaseOf(*type))
+        {
+            chain.push_back(type);
+        }
+        std::reverse(chain.begin(), chain.end());
+        return chain;
+    }
+    static XLXComPtr<Owner> BaseOf(const Owner& type) noexcept { return Kind.inherits ? type.BaseType() : nullptr; }
+    static XMapInheritedComp& MapOf(Owner& type) noexcept { return type.template MapOf<Kind>(); }
+
+    // From the top of the chain downwards, so that a base is found current before what was merged from it is compared.
+    // What was found is remembered for as long as nothing changes, in a chain whose types share a clock.
+    bool IsComplete() const
+    {
+        const std::uint64_t check = Check(); // before the maps are looked at
+        bool sharesClock = true;
+        std::optional<std::uint64_t> content = 0;
+        for (const auto& type : ChainFromTop())
+        {
+            const XMapInheritedComp& map = MapOf(*type);
+            content = map.ContentIfCurrent(*content);
+            if (!content)
+            {
+                return false;
+            }
+            sharesClock = sharesClock && type->Clock() == m_owner.Clock();
+            if (sharesClock)
+            {
+                map.m_checkedAt.store(check);
+            }
+        }
+        return true;
+    }
+
+    // One base after the other, not one inside the other: a chain of any length needs no more of the stack, and no
+    // thread waits for a type's fetch mutex while it holds another one. What a notification overtakes on the way is
+    // merged as it is, and found stale by the next query. A chain that is linked anew meanwhile is gone through again.
+    void CompleteChain()
+    {
+        bool isLinkedAnew = true;
+        for (int attempt = 0; attempt < MostAttempts && isLinkedAnew && !IsComplete(); ++attempt)
+        {
+            const XMapInheritedComp* above = nullptr;
+            isLinkedAnew = false;
+            for (const auto& type : ChainFromTop())
+            {
+                isLinkedAnew = isLinkedAnew || !MapOf(*type).EnsureCurrent(above);
+                above = &MapOf(*type);
+            }
+        }
+    }
+
+    /// False: the type has another base meanwhile.
+    bool EnsureCurrent(const XMapInheritedComp* base)
+    {
+        const auto isCurrent = [&] { return ContentIfCurrent(base != nullptr ? base->Content() : 0).has_value(); };
+        if (isCurrent())
+        {
+            return true;
+        }
+        const XFill fill(m_owner.m_fetch, this);
+        // A server that asks back while it is being asked gets what is there.
+        return fill.IsReentered() || isCurrent() || CompleteWith(base);
+    }
+
+    // The base type's definition of a component wins over that of a derived type, so its entries go in first. Without
+    // records of its own the type shares the base's map.
+    bool CompleteWith(const XMapInheritedComp* base)
+    {
+        XRetired retired; // goes last
+        State fresh;
+        if (base != nullptr)
+        {
+            base->m_state.Read([&](const State& state) {
+                fresh.map = state.map;
+                fresh.baseContent = state.content;
+            });
+        }
+        fresh.base = base;
+        XStampedRecords records = TakeRecords();
+        fresh.stamp = records.stamp;
+        if (records.array)
+        {
+            fresh.map = Merge(*fresh.map, records, retired);
+        }
+        // With the fetch mutex held: whoever completes the map with a newer base comes later.
+        const auto linked = BaseOf(m_owner);
+        if ((linked ? &MapOf(*linked) : nullptr) != base)
+        {
+            return false;
+        }
+        Publish(fresh, *records.moment);
+        return true;
+    }
+
+    // What waits is taken: it is no longer there for anybody else, so that a thread that could not wait asks the server
+    // itself. Records that a notification made stale while they waited are fetched again: one call instead of one for
+    // each component. Records that it makes stale while they are being fetched are taken all the same, since somebody
+    // waits for them; their stamps say what is stale.
+    XStampedRecords TakeRecords()
+    {
+        XStampedRecords waiting =
+            m_state.Write([](State& state) { return std::exchange(state.delivered, XStampedRecords{}); });
+        if (waiting.stamp == Note() && (!waiting.array || AreValuesFresh(*waiting.moment)))
+        {
+            return waiting;
+        }
+        return m_owner.FetchTypeCacheComponents(Kind.mode);
+    }
+    /// Whether the values of records that were delivered are still what the server has.
+    bool AreValuesFresh(const XMoment& moment) const noexcept
+    {
+        bool fresh = !m_owner.Direct().IsNewerThan(moment);
+        Kind.values.ForEach(
+            [&](XAspect aspect) { fresh = fresh && moment.At(aspect) == m_owner.Clock()->Now(aspect); });
+        return fresh;
+    }
+
+    /// Parses records and adds their components to those of the base. One that the base has, too, is left out.
+    MapPtr Merge(const Map& ofBase, XStampedRecords& records, XRetired& retired)
+    {
+        const auto merged = std::make_shared<Map>(ofBase);
+        const MapPtr current = Held();
+        for (auto& record : LXReadList<Kind>(std::move(records.array), m_owner.m_name))
+        {
+            auto key = LXKeyOf<Kind>(record.values);
+            if (!key || merged->find(*key) != merged->end()) // what is added here is not found yet
+            {
+                continue;
+            }
+            Component component = Refresh(*current, *key, record, *records.moment, retired);
+            if constexpr (Kind.mode == LXTM_ATTRIBUTES)
+            {
+                component.object->AssignAttributeTypes(std::move(record.types), *records.moment, retired);
+            }
+            merged->Add(std::move(*key), std::move(component));
+        }
+        merged->Settle();
+        return merged;
+    }
+
+    /// The type's own component under a key, refreshed in place, so that whoever holds it goes on being notified; or a
+    /// new one.
+    Component Refresh(const Map& current, const typename Map::key_type& key, XLXCFCDataTransfer::XILXConfigData& record,
+                      const XMoment& moment, XRetired& retired)
+    {
+        XServerSourcePtr source;
+        if constexpr (XKind<Kind>::Get != nullptr)
+        {
+            source = record.object ? nullptr : std::make_shared<const XComponentSource<Kind>>(m_owner.m_selfLink, key);
+        }
+        if (const auto found = current.find(key); found != current.end() && found->second.owner == &m_owner)
+        {
+            found->second.object->TakeRecord(std::move(record.object), std::move(record.values), moment, retired,
+                                             std::move(source));
+            return found->second;
+        }
+        const auto made = LXCFCTOOLS::Make<typename XKind<Kind>::Cached>(std::move(record.object), m_owner.Clock(),
+                                                                         XCachedFacts::Type.At("Refresh"));
+        if (source)
+        {
+            made->SetSource(std::move(source));
+        }
+        if constexpr (Kind.mode == LXTM_GROUPS)
+        {
+            made->SetOwner(m_owner.m_selfLink);
+        }
+        made->AssignProperties(std::move(record.values), moment);
+        return {made, &m_owner};
+    }
+
+    /// @param fresh  leaves with the former map, which goes after the lock
+    void Publish(State& fresh, const XMoment& moment)
+    {
+        m_state.Write([&](State& state) {
+            const bool isBaseOlder = state.base == fresh.base && fresh.baseContent < state.baseContent;
+            if (isBaseOlder || fresh.stamp.IsOlderThan(state.stamp))
+            {
+                return; // a thread that could not wait was later
+            }
+            Attach(*fresh.map, moment);
+            DetachReplaced(*state.map, *fresh.map, moment);
+            fresh.content = g_lastContent.fetch_add(1) + 1;
+            std::swap(fresh.delivered, state.delivered); // those stay
+            std::swap(fresh, state);
+        });
+        g_componentEpoch.fetch_add(1);
+    }
+
+    /// The type passes a notification that comes straight to it on to the components in the map. Those that enter it
+    /// after one that came while they were on their way would miss it.
+    void Attach(const Map& fresh, const XMoment& moment) const
+    {
+        ForEachOwn(fresh, [&](const auto&, auto& object) {
+            object.Attach();
+            object.TakeOwnersNumber(m_owner.Direct(), moment);
+        });
+    }
+
+    /// Detaches the type's own components that leave the map. One that takes the place of a component which was
+    /// notified itself while the records were on their way would miss that; the former one is detached before it is
+    /// looked at, so that it was notified either before, or advances the clock.
+    void DetachReplaced(const Map& former, const Map& fresh, const XMoment& moment) const
+    {
+        ForEachOwn(former, [&](const auto& key, auto& object) {
+            const auto found = fresh.find(key);
+            auto* const now = found != fresh.end() ? found->second.object.Get() : nullptr;
+            if (now == &object)
+            {
+                return;
+            }
+            object.Detach();
+            if (now != nullptr && object.WasNotifiedSince(moment))
+            {
+                now->AdvanceAll();
+            }
+        });
+    }
+
+    Owner& m_owner;
     XOwnCount m_own;
     mutable std::atomic<std::uint64_t> m_checkedAt{0}; // Check() when the map was last found complete
     XSharedGuarded<State> m_state{XLockLevel::ComponentMap};

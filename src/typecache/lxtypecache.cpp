@@ -6,6 +6,7 @@
 #include <new>
 
 using namespace XLXTypeCacheComp;
+using namespace XLXCFCDataTransfer;
 
 namespace
 {
@@ -41,16 +42,16 @@ XLXTypeCache::~XLXTypeCache()
 void XLXTypeCache::ReleaseBase() noexcept
 {
     thread_local XLXComPtr<XLXTypeCache>* t_left = nullptr;
-    if (!m_pBase)
+    XLXComPtr<XLXTypeCache> base(m_pBase);
+    if (!base)
     {
         return;
     }
     m_pBaseFace.Reset();
-    XLXComVariant member;
-    XLXError::LogFailure(OLESTR("releasing the base type failed"), TheFacts.At("ReleaseBase"),
-                         [&] { Store().WriteGrow(MemberBaseType, member); });
-    member = XLXComVariant();
-    XLXComPtr<XLXTypeCache> base = std::move(m_pBase);
+    XLXError::LogFailure(OLESTR("releasing the base type failed"), TheFacts.At("ReleaseBase"), [&] {
+        XLXComVariant member;
+        Store().WriteGrow(MemberBaseType, member);
+    });
     if (t_left != nullptr)
     {
         t_left->Swap(base);
@@ -73,40 +74,28 @@ XLXComPtr<XLXTypeCache> XLXTypeCache::FromFace(ILXTypeCache* face)
                                                   : nullptr;
 }
 
+// Somebody else's type is kept and shown, but there are no component maps to inherit from.
 HRESULT XLXTypeCache::SetBaseType(ILXTypeCache* pBaseType)
 {
-    return XLXError::Guarded(TheFacts.At("SetBaseType"), [&]() -> HRESULT {
+    return XLXError::Guarded(TheFacts.At("SetBaseType"), [&] {
         XRetired retired;
-        const XLXComPtr<XLXTypeCache> base = FromFace(pBaseType);
-        if (pBaseType == nullptr || base || pBaseType == static_cast<ILXTypeCache*>(this))
+        const XLXComPtr<XLXTypeCache> own = FromFace(pBaseType);
+        XLXTypeCache* const base = own.Get() != this ? own.Get() : nullptr;
+        if (!Link(own ? base : pBaseType, base, retired))
         {
-            if (!LinkBase(base.Get() != this ? base.Get() : nullptr, retired))
-            {
-                XLXError::Raise(E_INVALIDARG, OLESTR("the base type derives from this type"),
-                                TheFacts.At("SetBaseType"));
-            }
-            return S_OK;
+            XLXError::Raise(E_INVALIDARG, OLESTR("the base type derives from this type"), TheFacts.At("SetBaseType"));
         }
-        // Somebody else's type: it is kept and shown, but there are no component maps to inherit from.
-        (void)LinkBase(nullptr, retired);
-        XLXComVariant member = XLXComVariant::FromUnknown(pBaseType);
-        {
-            const std::lock_guard<XLeafMutex> lock(m_baseMutex);
-            retired.objects.emplace_back(m_pBaseFace);
-            m_pBaseFace = pBaseType;
-        }
-        Store().WriteGrow(MemberBaseType, member);
         return S_OK;
     });
 }
 
-bool XLXTypeCache::LinkBase(XLXTypeCache* base, XRetired& retired)
+/// @param base  the same as the face, when that is one of ours
+bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retired)
 {
-    XLXComPtr<ILXTypeCache> face(base);
-    XLXComPtr<XLXTypeCache> link(base);
+    XLXComPtr<ILXTypeCache> former(face);
     {
         const std::lock_guard<XLeafMutex> linking(g_linkMutex);
-        if (HasBase(base))
+        if (HasBase(face))
         {
             return true;
         }
@@ -118,20 +107,16 @@ bool XLXTypeCache::LinkBase(XLXTypeCache* base, XRetired& retired)
             }
         }
         const std::lock_guard<XLeafMutex> lock(m_baseMutex);
-        m_pBaseFace.Swap(face);
-        m_pBase.Swap(link);
+        m_pBaseFace.Swap(former);
+        m_pBase = base;
     }
-    XLXComVariant member;
-    if (base != nullptr)
-    {
-        member = XLXComVariant::FromUnknown(static_cast<ILXTypeCache*>(base));
-    }
+    XLXComVariant member = face != nullptr ? XLXComVariant::FromUnknown(face) : XLXComVariant();
     Store().WriteGrow(MemberBaseType, member);
     g_componentEpoch.fetch_add(1); // what was merged from the former base has another content
-    retired.objects.emplace_back(face);
-    XLXVariantVector former;
-    former.push_back(std::move(member));
-    retired.values.emplace_back(std::move(former));
+    retired.objects.emplace_back(former);
+    XLXVariantVector values;
+    values.push_back(std::move(member));
+    retired.values.emplace_back(std::move(values));
     return true;
 }
 
@@ -168,13 +153,69 @@ XLXComPtr<IUnknown> XLXTypeCache::AmendValues(XVariantRow& values)
     return member.AsUnknown();
 }
 
-HRESULT XLXTypeCache::GetServerType(ILXType** ppType)
+// The stamps are noted before the server object is taken, and the whole clock before it is asked.
+XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode)
 {
-    return XLXError::Guarded(TheFacts.At("GetServerType"), [&]() -> HRESULT {
-        LXCheckOut(ppType, OLESTR("ppType"), TheFacts.At("GetServerType"));
-        *ppType = Server().Detach();
-        return S_OK;
+    const LXErrorLocation at = TheFacts.At("FetchTypeCacheComponents");
+    const LONG wanted = ModeToFetch(mode);
+    std::vector<XStamp> noted; // in the order of the maps
+    ForEachMap([&](const auto& map) { noted.push_back(map.Note()); });
+    const auto moment = std::make_shared<const XMoment>(Moment());
+    const auto server = Server();
+    XLXSafeArray array;
+    const HRESULT result =
+        LXAsk("ILXType::GetTypeComponentData", array, LXNoResult::PointerError, OLESTR("type component data"), at,
+              [&](SAFEARRAY** out) { return server->GetTypeComponentData(wanted, out); });
+    XLXError::RaiseIfFailed(result, OLESTR("the server failed to deliver the type's components"), at);
+    XILXTypeComp components = result != S_FALSE ? GetWrapperFromArray(std::move(array), m_name) : XILXTypeComp();
+    XRetired retired;
+    XStampedRecords requested;
+    auto stamp = noted.begin();
+    ForEachMap([&](auto& map) {
+        XStampedRecords records{std::move(components.*map.TheKind.records), moment, *stamp++};
+        if (mode == map.TheKind.mode)
+        {
+            requested = std::move(records);
+        }
+        else if ((wanted & map.TheKind.mode) != 0)
+        {
+            map.Deliver(std::move(records), retired);
+        }
     });
+    return requested;
+}
+
+/// The kind that is requested, and those that the data transfer mode brings and that are not there.
+LONG XLXTypeCache::ModeToFetch(LONG requested)
+{
+    const LONG byDefault = m_modeSupplier != nullptr ? m_modeSupplier->Get() : 0;
+    const LONG mode = (byDefault == LXTM_UNSET ? 0 : byDefault) | requested;
+    if (mode == LXTM_UNSET)
+    {
+        XLXError::Raise(E_INVALIDARG, LXFormatText(OLESTR("invalid data transfer mode: %d"), {LXDecimal(requested)}),
+                        TheFacts.At("FetchTypeCacheComponents"));
+    }
+    LONG there = 0;
+    ForEachMap([&](const auto& map) { there |= map.HasData() ? map.TheKind.mode : 0; });
+    return (mode & ~there) | requested;
+}
+
+bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values, XILXTypeComp components, LONG mode,
+                                  const std::shared_ptr<const XMoment>& moment, XRetired& retired)
+{
+    const bool isTaken = TakeRecord(std::move(server), std::move(values), *moment, retired);
+    ForEachMap([&](auto& map) {
+        XLXSafeArray& records = components.*map.TheKind.records;
+        if (isTaken && mode != 0 && (records || (mode & map.TheKind.mode) != 0))
+        {
+            map.Deliver({std::move(records), moment, map.StampFrom(*moment)}, retired);
+        }
+        else
+        {
+            retired.Take(std::move(records));
+        }
+    });
+    return isTaken;
 }
 
 void XLXTypeCache::AdvanceParts() noexcept

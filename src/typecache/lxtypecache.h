@@ -71,10 +71,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttribute) override;
     // ILXType: editors
-    HRESULT STDMETHODCALLTYPE AddConfObjEditor(ILXConfObjEditor** ppConfObjEditor) override
-    {
-        return LXNotOffered(ppConfObjEditor);
-    }
+    HRESULT STDMETHODCALLTYPE AddConfObjEditor(ILXConfObjEditor** ppEditor) override { return LXNotOffered(ppEditor); }
     HRESULT STDMETHODCALLTYPE RemoveConfObjEditor(ILXConfObjEditor*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE GetConfObjEditor(BSTR bstrProgId, BSTR bstrBrowserId, BSTR bstrMenuText,
@@ -134,7 +131,7 @@ public:
 
     /// Links the type to its base; null clears the link. False: the link would close a cycle, and was not made. Calls
     /// nothing foreign.
-    [[nodiscard]] bool LinkBase(XLXTypeCache* base, XRetired& retired);
+    [[nodiscard]] bool LinkBase(XLXTypeCache* base, XRetired& retired) { return Link(base, base, retired); }
     XLXComPtr<XLXTypeCache> BaseType() const noexcept;
 
     /// Empties the component maps.
@@ -146,20 +143,23 @@ public:
 private:
     friend XLXConfigObjectCache;
     template <const auto& Kind>
+    using ComponentMap = XLXTypeCacheComp::XMapInheritedComp<Kind, XLXTypeCache>;
+    template <const auto& Kind, class Owner>
     friend class XLXTypeCacheComp::XMapInheritedComp;
 
     // Common model
     XLXComPtr<IUnknown> AmendValues(XVariantRow& values);
     void AdvanceParts() noexcept;
     void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
+    bool Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retired);
     bool HasBase(const ILXTypeCache* base) const noexcept;
     void ReleaseBase() noexcept;
 
     // Components
     template <const auto& Kind>
-    XLXTypeCacheComp::XMapInheritedComp<Kind>& MapOf() noexcept
+    ComponentMap<Kind>& MapOf() noexcept
     {
-        return std::get<XLXTypeCacheComp::XMapInheritedComp<Kind>>(m_maps);
+        return std::get<ComponentMap<Kind>>(m_maps);
     }
     template <class Visit>
     void ForEachMap(Visit&& visit)
@@ -168,33 +168,12 @@ private:
     }
     /// Fetches components of one kind from the server, and returns them: whoever asks gets the answer to that
     /// question, whatever arrives by other ways. Those that the data transfer mode brings and that are not there come
-    /// with them, and are delivered to their maps. Called with no lock held, like FillMap.
+    /// with them, and are delivered to their maps. Called with no lock held.
     XLXTypeCacheComp::XStampedRecords FetchTypeCacheComponents(LONG mode);
     LONG ModeToFetch(LONG requested);
-    /// Parses records and adds their components to the fresh map, which has the base type's. A component that the
-    /// type had already under the same key is refreshed in place and taken from the current map. One that the base
-    /// type has too is left out.
-    template <const auto& Kind>
-    void FillMap(XLXTypeCacheComp::XStampedRecords& records, const XLXTypeCacheComp::XComponents<Kind>& current,
-                 XLXTypeCacheComp::XComponents<Kind>& fresh, XRetired& retired);
-    template <const auto& Kind>
-    XLXComPtr<typename XLXTypeCacheComp::XKind<Kind>::Cached>
-    Refresh(const XLXTypeCacheComp::XComponents<Kind>& current, const typename XLXTypeCacheComp::XKind<Kind>::Key& key,
-            XLXCFCDataTransfer::XILXConfigData& record, const XMoment& moment, XRetired& retired);
 
-    // Queries
-    template <const auto& Kind, class Key, class Interface>
-    HRESULT LookUp(const char* method, const Key& key, Interface** out);
-    template <const auto& Kind, class IEnum, class Takes>
-    HRESULT Enumerate(const char* method, IEnum** out, Takes&& takes);
-    HRESULT GroupsWhere(const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum);
-    HRESULT DisplayedAttributes(const char* method, LONG mask, LONG group, ILXAttributeEnum** ppEnum);
-    HRESULT InternalGetEditor(const char* method, int flagMember, BSTR bstrBrowserId, ILXConfObjEditor** ppEditor);
-
-    std::tuple<XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::Attributes>,
-               XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::Pages>,
-               XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::Groups>,
-               XLXTypeCacheComp::XMapInheritedComp<XLXTypeCacheComp::Editors>>
+    std::tuple<ComponentMap<XLXTypeCacheComp::Attributes>, ComponentMap<XLXTypeCacheComp::Pages>,
+               ComponentMap<XLXTypeCacheComp::Groups>, ComponentMap<XLXTypeCacheComp::Editors>>
         m_maps;
     std::shared_ptr<const XTransferModeSupplier> m_modeSupplier;
     XLXText m_name; // constant once the type is handed out; empty for a type that has none yet
@@ -202,7 +181,7 @@ private:
     XFillMutex m_fetch;
     mutable XLeafMutex m_baseMutex; // guards the next two
     XLXComPtr<ILXTypeCache> m_pBaseFace;
-    XLXComPtr<XLXTypeCache> m_pBase; // the same, when it is one of ours
+    XLXTypeCache* m_pBase = nullptr; // the same, when it is one of ours; not counted again
     XWeakLink<XGroupOwner> m_selfLink;
 };
 

@@ -80,14 +80,14 @@ HRESULT AnswerWith(const char* method, const OLECHAR* outName, Out** out, Answer
     });
 }
 
-/// Hands those components out that are taken. They are asked with no lock held, since that may ask the server.
+/// Hands those components of a map out that are taken. They are asked with no lock held, since that may ask the server.
 /// @param takes  bool takes(key, cached object)
-template <const auto& Kind, class IEnum, class Takes>
-HRESULT HandOutWhere(const XComponents<Kind>& components, IEnum** out, Takes&& takes)
+template <class Map, class IEnum, class Takes>
+HRESULT HandOutWhere(const typename Map::MapPtr& components, IEnum** out, Takes&& takes)
 {
-    std::vector<XLXComPtr<typename XKind<Kind>::Interface>> items;
-    items.reserve(components.size());
-    for (const auto& [key, component] : components)
+    std::vector<XLXComPtr<typename Map::Interface>> items;
+    items.reserve(components->size());
+    for (const auto& [key, component] : *components)
     {
         if (takes(key, *component.object))
         {
@@ -97,46 +97,98 @@ HRESULT HandOutWhere(const XComponents<Kind>& components, IEnum** out, Takes&& t
     return LXHandOutEnumerator(std::move(items), out);
 }
 
-constexpr auto All = [](const auto&...) { return true; };
-} // namespace
-
-template <const auto& Kind, class Key, class Interface>
-HRESULT XLXTypeCache::LookUp(const char* method, const Key& key, Interface** out)
+template <class Map, class Key, class Interface>
+HRESULT LookUp(Map& map, const char* method, const Key& key, Interface** out)
 {
     return AnswerWith(method, OLESTR("out pointer"), out, [&](const LXErrorLocation&) {
-        auto& map = MapOf<Kind>();
         map.EnsureComplete();
         *out = map.Find(key).Detach();
         return *out != nullptr ? S_OK : S_FALSE;
     });
 }
 
-template <const auto& Kind, class IEnum, class Takes>
-HRESULT XLXTypeCache::Enumerate(const char* method, IEnum** out, Takes&& takes)
+template <class Map, class IEnum, class Takes>
+HRESULT Enumerate(Map& map, const char* method, IEnum** out, Takes&& takes)
 {
-    return AnswerWith(method, OLESTR("ppEnum"), out, [&](const LXErrorLocation&) {
-        return HandOutWhere<Kind>(*MapOf<Kind>().Complete(), out, takes);
+    return AnswerWith(method, OLESTR("ppEnum"), out,
+                      [&](const LXErrorLocation&) { return HandOutWhere<Map>(map.Complete(), out, takes); });
+}
+
+constexpr auto All = [](const auto&...) { return true; };
+
+template <class Map>
+HRESULT GroupsWhere(Map& map, const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum)
+{
+    return Enumerate(map, method, ppEnum, [&](LONG, XLXGroupCache& group) {
+        XLXComVariant value;
+        XLXError::RaiseIfFailed(group.ReadProperty(member, value), OLESTR("a number of the group cannot be read"),
+                                XCachedFacts::Type.At(method));
+        return value.AsLong() == wanted;
+    });
+}
+
+template <class Map>
+HRESULT DisplayedAttributes(Map& map, const char* method, LONG mask, LONG group, ILXAttributeEnum** ppEnum)
+{
+    return Enumerate(map, method, ppEnum, [=](const XCFGStringKey&, XLXAttributeCache& attribute) {
+        const auto known = attribute.KnownFacts();
+        return IsTaken(known ? *known : attribute.Facts(), mask, group);
+    });
+}
+
+/// The editor that has the flag, for that browser.
+template <class Map>
+HRESULT FlaggedEditor(Map& map, const char* method, int flagMember, BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
+{
+    return AnswerWith(method, OLESTR("ppEditor"), ppEditor, [&](const LXErrorLocation&) {
+        const XLXText wanted = LXLowerCase(LXBstrView(bstrBrowserId));
+        const auto editors = map.Complete();
+        for (const auto& [key, editor] : *editors)
+        {
+            const auto flag = editor.object->TryRead(flagMember);
+            if (!flag || !flag->AsBool().value_or(false))
+            {
+                continue;
+            }
+            const auto browser = editor.object->TryRead(MemberEditorBrowserId);
+            const auto text = browser ? browser->AsText() : std::nullopt;
+            if (text && LXLowerCase(*text) == wanted)
+            {
+                *ppEditor = XLXComPtr<ILXConfObjEditor>(editor.object).Detach();
+                return S_OK;
+            }
+        }
+        return S_FALSE;
+    });
+}
+} // namespace
+
+HRESULT XLXTypeCache::GetServerType(ILXType** ppType)
+{
+    return AnswerWith("GetServerType", OLESTR("ppType"), ppType, [&](const LXErrorLocation&) {
+        *ppType = Server().Detach();
+        return S_OK;
     });
 }
 
 HRESULT XLXTypeCache::GetPageEnum(ILXPageEnum** ppEnum)
 {
-    return Enumerate<Pages>("GetPageEnum", ppEnum, All);
+    return Enumerate(MapOf<Pages>(), "GetPageEnum", ppEnum, All);
 }
 
 HRESULT XLXTypeCache::GetPage(int iPageNumber, ILXPage** ppPage)
 {
-    return LookUp<Pages>("GetPage", iPageNumber, ppPage);
+    return LookUp(MapOf<Pages>(), "GetPage", iPageNumber, ppPage);
 }
 
 HRESULT XLXTypeCache::GetGroupEnum(ILXGroupEnum** ppEnum)
 {
-    return Enumerate<Groups>("GetGroupEnum", ppEnum, All);
+    return Enumerate(MapOf<Groups>(), "GetGroupEnum", ppEnum, All);
 }
 
 HRESULT XLXTypeCache::GetGroup(int iGroupNumber, ILXGroup** ppGroup)
 {
-    return LookUp<Groups>("GetGroup", iGroupNumber, ppGroup);
+    return LookUp(MapOf<Groups>(), "GetGroup", iGroupNumber, ppGroup);
 }
 
 HRESULT XLXTypeCache::GetToplevelGroupEnum(ILXGroupEnum** ppEnum)
@@ -158,55 +210,37 @@ HRESULT XLXTypeCache::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** p
 
 HRESULT XLXTypeCache::GetPageGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum)
 {
-    return GroupsWhere("GetPageGroupEnum", MemberGroupPageNumber, iPageNumber, ppEnum);
+    return GroupsWhere(MapOf<Groups>(), "GetPageGroupEnum", MemberGroupPageNumber, iPageNumber, ppEnum);
 }
 
 HRESULT XLXTypeCache::GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum)
 {
-    return GroupsWhere("GetChildGroupEnum", MemberGroupParentNumber, iGroupNumber, ppEnum);
-}
-
-HRESULT XLXTypeCache::GroupsWhere(const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum)
-{
-    return Enumerate<Groups>(method, ppEnum, [&](LONG, XLXGroupCache& group) {
-        XLXComVariant value;
-        XLXError::RaiseIfFailed(group.ReadProperty(member, value), OLESTR("a number of the group cannot be read"),
-                                TheFacts.At(method));
-        return value.AsLong() == wanted;
-    });
+    return GroupsWhere(MapOf<Groups>(), "GetChildGroupEnum", MemberGroupParentNumber, iGroupNumber, ppEnum);
 }
 
 HRESULT XLXTypeCache::GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttribute)
 {
-    return LookUp<Attributes>("GetAttribute", XCFGStringKey(LXBstrView(bstrAttributeName)), ppAttribute);
+    return LookUp(MapOf<Attributes>(), "GetAttribute", XCFGStringKey(LXBstrView(bstrAttributeName)), ppAttribute);
 }
 
 HRESULT XLXTypeCache::GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum)
 {
-    return DisplayedAttributes("GetDisplayAttributeEnum", lMask | AllGroupsMask, 0, ppEnum);
+    return DisplayedAttributes(MapOf<Attributes>(), "GetDisplayAttributeEnum", lMask | AllGroupsMask, 0, ppEnum);
 }
 
 HRESULT XLXTypeCache::GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber, ILXAttributeEnum** ppEnum)
 {
-    return DisplayedAttributes("GetDisplayGroupAttributeEnum", lMask, iGroupNumber, ppEnum);
+    return DisplayedAttributes(MapOf<Attributes>(), "GetDisplayGroupAttributeEnum", lMask, iGroupNumber, ppEnum);
 }
 
 HRESULT XLXTypeCache::GetAttributeEnum(ILXAttributeEnum** ppEnum)
 {
-    return Enumerate<Attributes>("GetAttributeEnum", ppEnum, All);
+    return Enumerate(MapOf<Attributes>(), "GetAttributeEnum", ppEnum, All);
 }
 
 HRESULT XLXTypeCache::GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum** ppEnum)
 {
-    return DisplayedAttributes("GetGroupAttributeEnum", 0, iGroupNumber, ppEnum);
-}
-
-HRESULT XLXTypeCache::DisplayedAttributes(const char* method, LONG mask, LONG group, ILXAttributeEnum** ppEnum)
-{
-    return Enumerate<Attributes>(method, ppEnum, [=](const XCFGStringKey&, XLXAttributeCache& attribute) {
-        const auto known = attribute.KnownFacts();
-        return IsTaken(known ? *known : attribute.Facts(), mask, group);
-    });
+    return DisplayedAttributes(MapOf<Attributes>(), "GetGroupAttributeEnum", 0, iGroupNumber, ppEnum);
 }
 
 // ILXTypeInheritance: without the inherited ones, those attributes that the server's type lists as its own.
@@ -217,56 +251,30 @@ HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** p
         return GetAttributeEnum(ppEnum);
     }
     return AnswerWith("GetAttributeEnum", OLESTR("ppEnum"), ppEnum, [&](const LXErrorLocation& at) {
-        auto& map = MapOf<Attributes>();
-        map.EnsureComplete();
+        const auto components = MapOf<Attributes>().Complete();
         const std::set<XCFGStringKey> own = OwnAttributeNames(*Server(), at);
-        return HandOutWhere<Attributes>(*map.Held(), ppEnum,
-                                        [&](const XCFGStringKey& name, auto&) { return own.contains(name); });
+        return HandOutWhere<ComponentMap<Attributes>>(
+            components, ppEnum, [&](const XCFGStringKey& name, auto&) { return own.contains(name); });
     });
 }
 
 HRESULT XLXTypeCache::GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum)
 {
-    return Enumerate<Editors>("GetConfObjEditorEnum", ppEnum, All);
+    return Enumerate(MapOf<Editors>(), "GetConfObjEditorEnum", ppEnum, All);
 }
 
 // The ProgId alone decides: callers rely on finding an editor whatever browser and menu text they name.
 HRESULT XLXTypeCache::GetConfObjEditor(BSTR bstrProgId, BSTR, BSTR, ILXConfObjEditor** ppEditor)
 {
-    return LookUp<Editors>("GetConfObjEditor", XCFGStringKey(LXBstrView(bstrProgId)), ppEditor);
+    return LookUp(MapOf<Editors>(), "GetConfObjEditor", XCFGStringKey(LXBstrView(bstrProgId)), ppEditor);
 }
 
 HRESULT XLXTypeCache::GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
 {
-    return InternalGetEditor("GetDefaultEditor", MemberEditorDefault, bstrBrowserId, ppEditor);
+    return FlaggedEditor(MapOf<Editors>(), "GetDefaultEditor", MemberEditorDefault, bstrBrowserId, ppEditor);
 }
 
 HRESULT XLXTypeCache::GetDefaultNewEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
 {
-    return InternalGetEditor("GetDefaultNewEditor", MemberEditorDefaultNew, bstrBrowserId, ppEditor);
-}
-
-HRESULT XLXTypeCache::InternalGetEditor(const char* method, int flagMember, BSTR bstrBrowserId,
-                                        ILXConfObjEditor** ppEditor)
-{
-    return AnswerWith(method, OLESTR("ppEditor"), ppEditor, [&](const LXErrorLocation&) {
-        const XLXText wanted = LXLowerCase(LXBstrView(bstrBrowserId));
-        const auto editors = MapOf<Editors>().Complete();
-        for (const auto& [key, editor] : *editors)
-        {
-            const auto flag = editor.object->TryRead(flagMember);
-            if (!flag || !flag->AsBool().value_or(false))
-            {
-                continue;
-            }
-            const auto browser = editor.object->TryRead(MemberEditorBrowserId);
-            const auto text = browser ? browser->AsText() : std::nullopt;
-            if (text && LXLowerCase(*text) == wanted)
-            {
-                *ppEditor = XLXComPtr<ILXConfObjEditor>(editor.object).Detach();
-                return S_OK;
-            }
-        }
-        return S_FALSE;
-    });
+    return FlaggedEditor(MapOf<Editors>(), "GetDefaultNewEditor", MemberEditorDefaultNew, bstrBrowserId, ppEditor);
 }
