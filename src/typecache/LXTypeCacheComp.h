@@ -5,7 +5,7 @@
 #ifndef LXTYPECACHECOMP_H
 #define LXTYPECACHECOMP_H
 
-#include "XSortedMap.h"
+#include "XNamedMap.h"
 #include "lxattributecache.h"
 #include "lxconfobjeditorcache.h"
 #include "lxgroupcache.h"
@@ -71,10 +71,12 @@ template <const auto& Kind>
 using XKind = std::remove_cvref_t<decltype(Kind)>;
 
 /// One component of a type: the cached object, and the type that it was made for.
-template <class Cached>
+template <const auto& Kind>
 struct XComponent
 {
-    XLXComPtr<Cached> object;
+    using Interface = typename XKind<Kind>::Interface;
+
+    XLXComPtr<typename XKind<Kind>::Cached> object;
     const XLXTypeCache* owner; ///< not the type that looks, where it is merged in from a base; compared only
 };
 
@@ -141,9 +143,9 @@ template <const auto& Kind>
 class XComponentSource final : public XServerSource
 {
 public:
-    using Key = typename XKind<Kind>::Key;
-
-    XComponentSource(const XWeakLink<XGroupOwner>& type, Key key) : m_type(type), m_key(std::move(key)) {}
+    XComponentSource(const XWeakLink<XGroupOwner>& type, const typename XKind<Kind>::Key& key)
+        : m_type(type), m_key(key)
+    {}
     XLXComPtr<IUnknown> Ask() const override
     {
         const LXErrorLocation at = XCachedFacts::Type.At(Kind.getOne + std::char_traits<char>::length("ILXType::"));
@@ -170,7 +172,7 @@ public:
 
 private:
     const XWeakLink<XGroupOwner> m_type;
-    const Key m_key;
+    const typename XKind<Kind>::Key m_key;
 };
 } // namespace XLXTypeCacheComp
 

@@ -30,16 +30,14 @@ template <const auto& Kind, class Owner>
 class XMapInheritedComp
 {
 public:
-    using Interface = typename XKind<Kind>::Interface;
-    using Component = XComponent<typename XKind<Kind>::Cached>;
+    using Component = XComponent<Kind>;
     /// Attributes: with those of the bases.
-    using Map = XSortedMap<typename XKind<Kind>::Key, Component>;
+    using Map = std::conditional_t<XKind<Kind>::HasNames, XNamedMap<Component>,
+                                   XSortedMap<typename XKind<Kind>::Key, Component>>;
     using MapPtr = std::shared_ptr<const Map>;
     static constexpr const auto& TheKind = Kind;
 
     explicit XMapInheritedComp(Owner& owner) noexcept : m_owner(owner) {}
-    XMapInheritedComp(const XMapInheritedComp&) = delete;
-    XMapInheritedComp& operator=(const XMapInheritedComp&) = delete;
 
     /// What is noted before the type's server object is asked.
     XStamp Note() const noexcept { return {Now(), m_own.Now()}; }
@@ -86,8 +84,7 @@ public:
         return Held();
     }
     /// The component under a key, or null, in the map as it is.
-    template <class Key>
-    XLXComPtr<typename XKind<Kind>::Cached> Find(const Key& key) const
+    XLXComPtr<typename XKind<Kind>::Cached> Find(const auto& key) const
     {
         return m_state.Read([&](const State& state) {
             const auto found = state.map->find(key);
@@ -151,8 +148,7 @@ private:
     }
 
     /// Calls visit(key, cached object) for the components that the type does not have from a base.
-    template <class Visit>
-    void ForEachOwn(const Map& map, Visit&& visit) const
+    void ForEachOwn(const Map& map, auto&& visit) const
     {
         for (const auto& [key, component] : map)
         {
@@ -319,8 +315,8 @@ private:
 
     /// The type's own component under a key, refreshed in place, so that whoever holds it goes on being notified; or a
     /// new one.
-    Component Refresh(const Map& current, const typename Map::key_type& key, XLXCFCDataTransfer::XILXConfigData& record,
-                      const XMoment& moment, XRetired& retired)
+    Component Refresh(const Map& current, const typename XKind<Kind>::Key& key,
+                      XLXCFCDataTransfer::XILXConfigData& record, const XMoment& moment, XRetired& retired)
     {
         XServerSourcePtr source;
         if constexpr (XKind<Kind>::Get != nullptr)

@@ -3,8 +3,6 @@
 
 #include "XModuleState.h"
 
-#include <new>
-
 using namespace XLXTypeCacheComp;
 using namespace XLXCFCDataTransfer;
 
@@ -95,7 +93,7 @@ bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retire
     XLXComPtr<ILXTypeCache> former(face);
     {
         const std::lock_guard<XLeafMutex> linking(g_linkMutex);
-        if (HasBase(face))
+        if (m_pBaseFace.Get() == face) // which only changes under this lock
         {
             return true;
         }
@@ -118,12 +116,6 @@ bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retire
     values.push_back(std::move(member));
     retired.values.emplace_back(std::move(values));
     return true;
-}
-
-bool XLXTypeCache::HasBase(const ILXTypeCache* base) const noexcept
-{
-    const std::lock_guard<XLeafMutex> lock(m_baseMutex);
-    return m_pBaseFace.Get() == base;
 }
 
 XLXComPtr<XLXTypeCache> XLXTypeCache::BaseType() const noexcept
@@ -233,10 +225,9 @@ void XLXTypeCache::OnDirectNotification(const XDirectNotification& notification,
     ForEachMap([&](auto& map) { map.NotifyDirectly(notification, touched); });
 }
 
-HRESULT XLXTypeCache::Terminate() noexcept
+void XLXTypeCache::Terminate() noexcept
 {
     ForEachMap([](auto& map) {
         XLXError::LogFailure(map.TheKind.emptyingFailed, TheFacts.At("Terminate"), [&] { map.Terminate(); });
     });
-    return S_OK;
 }

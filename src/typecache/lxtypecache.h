@@ -135,7 +135,7 @@ public:
     XLXComPtr<XLXTypeCache> BaseType() const noexcept;
 
     /// Empties the component maps.
-    HRESULT Terminate() noexcept;
+    void Terminate() noexcept;
 
     /// One of this class's live instances behind a face, or null.
     static XLXComPtr<XLXTypeCache> FromFace(ILXTypeCache* face);
@@ -152,7 +152,6 @@ private:
     void AdvanceParts() noexcept;
     void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
     bool Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retired);
-    bool HasBase(const ILXTypeCache* base) const noexcept;
     void ReleaseBase() noexcept;
 
     // Components
@@ -161,8 +160,7 @@ private:
     {
         return std::get<ComponentMap<Kind>>(m_maps);
     }
-    template <class Visit>
-    void ForEachMap(Visit&& visit)
+    void ForEachMap(auto&& visit)
     {
         std::apply([&](auto&... map) { (visit(map), ...); }, m_maps);
     }
@@ -179,7 +177,7 @@ private:
     XLXText m_name; // constant once the type is handed out; empty for a type that has none yet
     std::atomic<LONG> m_flags{0};
     XFillMutex m_fetch;
-    mutable XLeafMutex m_baseMutex; // guards the next two
+    mutable XLeafMutex m_baseMutex; // guards the next two, which change under a lock of all types, too
     XLXComPtr<ILXTypeCache> m_pBaseFace;
     XLXTypeCache* m_pBase = nullptr; // the same, when it is one of ours; not counted again
     XWeakLink<XGroupOwner> m_selfLink;

@@ -4,8 +4,6 @@
 #include "XLXEnumWithDelete.h"
 #include "lxtypecache.h"
 
-#include <set>
-
 using namespace XLXTypeCacheComp;
 
 namespace
@@ -40,10 +38,10 @@ bool IsTaken(const XDisplayFacts& facts, LONG mask, LONG group)
 }
 
 /// The names of the attributes that the server's type lists. Raises a failure.
-std::set<XCFGStringKey> OwnAttributeNames(ILXType& server, const LXErrorLocation& at)
+XNameSet OwnAttributeNames(ILXType& server, const LXErrorLocation& at)
 {
     constexpr const OLECHAR* FailureText = OLESTR("the server failed to list the type's own attributes");
-    std::set<XCFGStringKey> names;
+    XNameSet names;
     XLXComPtr<ILXAttributeEnum> listed;
     HRESULT result = LXAsk("ILXType::GetAttributeEnum", listed, LXNoResult::Nothing, {}, at,
                            [&](ILXAttributeEnum** out) { return server.GetAttributeEnum(out); });
@@ -70,8 +68,7 @@ std::set<XCFGStringKey> OwnAttributeNames(ILXType& server, const LXErrorLocation
 
 /// Answers a method with an out pointer.
 /// @param answer  HRESULT answer(error location); what it raises is the method's failure
-template <class Out, class Answer>
-HRESULT AnswerWith(const char* method, const OLECHAR* outName, Out** out, Answer&& answer)
+HRESULT AnswerWith(const char* method, const OLECHAR* outName, auto** out, auto&& answer)
 {
     const LXErrorLocation at = XCachedFacts::Type.At(method);
     return XLXError::Guarded(at, [&]() -> HRESULT {
@@ -82,10 +79,10 @@ HRESULT AnswerWith(const char* method, const OLECHAR* outName, Out** out, Answer
 
 /// Hands those components of a map out that are taken. They are asked with no lock held, since that may ask the server.
 /// @param takes  bool takes(key, cached object)
-template <class Map, class IEnum, class Takes>
-HRESULT HandOutWhere(const typename Map::MapPtr& components, IEnum** out, Takes&& takes)
+template <class Map>
+HRESULT HandOutWhere(const std::shared_ptr<const Map>& components, auto** out, auto&& takes)
 {
-    std::vector<XLXComPtr<typename Map::Interface>> items;
+    std::vector<XLXComPtr<typename Map::mapped_type::Interface>> items;
     items.reserve(components->size());
     for (const auto& [key, component] : *components)
     {
@@ -97,8 +94,7 @@ HRESULT HandOutWhere(const typename Map::MapPtr& components, IEnum** out, Takes&
     return LXHandOutEnumerator(std::move(items), out);
 }
 
-template <class Map, class Key, class Interface>
-HRESULT LookUp(Map& map, const char* method, const Key& key, Interface** out)
+HRESULT LookUp(auto& map, const char* method, const auto& key, auto** out)
 {
     return AnswerWith(method, OLESTR("out pointer"), out, [&](const LXErrorLocation&) {
         map.EnsureComplete();
@@ -107,17 +103,15 @@ HRESULT LookUp(Map& map, const char* method, const Key& key, Interface** out)
     });
 }
 
-template <class Map, class IEnum, class Takes>
-HRESULT Enumerate(Map& map, const char* method, IEnum** out, Takes&& takes)
+HRESULT Enumerate(auto& map, const char* method, auto** out, auto&& takes)
 {
     return AnswerWith(method, OLESTR("ppEnum"), out,
-                      [&](const LXErrorLocation&) { return HandOutWhere<Map>(map.Complete(), out, takes); });
+                      [&](const LXErrorLocation&) { return HandOutWhere(map.Complete(), out, takes); });
 }
 
 constexpr auto All = [](const auto&...) { return true; };
 
-template <class Map>
-HRESULT GroupsWhere(Map& map, const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum)
+HRESULT GroupsWhere(auto& map, const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum)
 {
     return Enumerate(map, method, ppEnum, [&](LONG, XLXGroupCache& group) {
         XLXComVariant value;
@@ -127,8 +121,7 @@ HRESULT GroupsWhere(Map& map, const char* method, int member, LONG wanted, ILXGr
     });
 }
 
-template <class Map>
-HRESULT DisplayedAttributes(Map& map, const char* method, LONG mask, LONG group, ILXAttributeEnum** ppEnum)
+HRESULT DisplayedAttributes(auto& map, const char* method, LONG mask, LONG group, ILXAttributeEnum** ppEnum)
 {
     return Enumerate(map, method, ppEnum, [=](const XCFGStringKey&, XLXAttributeCache& attribute) {
         const auto known = attribute.KnownFacts();
@@ -137,8 +130,7 @@ HRESULT DisplayedAttributes(Map& map, const char* method, LONG mask, LONG group,
 }
 
 /// The editor that has the flag, for that browser.
-template <class Map>
-HRESULT FlaggedEditor(Map& map, const char* method, int flagMember, BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
+HRESULT FlaggedEditor(auto& map, const char* method, int flagMember, BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
 {
     return AnswerWith(method, OLESTR("ppEditor"), ppEditor, [&](const LXErrorLocation&) {
         const XLXText wanted = LXLowerCase(LXBstrView(bstrBrowserId));
@@ -146,11 +138,8 @@ HRESULT FlaggedEditor(Map& map, const char* method, int flagMember, BSTR bstrBro
         for (const auto& [key, editor] : *editors)
         {
             const auto flag = editor.object->TryRead(flagMember);
-            if (!flag || !flag->AsBool().value_or(false))
-            {
-                continue;
-            }
-            const auto browser = editor.object->TryRead(MemberEditorBrowserId);
+            const bool isSet = flag && flag->AsBool().value_or(false);
+            const auto browser = isSet ? editor.object->TryRead(MemberEditorBrowserId) : std::nullopt;
             const auto text = browser ? browser->AsText() : std::nullopt;
             if (text && LXLowerCase(*text) == wanted)
             {
@@ -220,7 +209,7 @@ HRESULT XLXTypeCache::GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum
 
 HRESULT XLXTypeCache::GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttribute)
 {
-    return LookUp(MapOf<Attributes>(), "GetAttribute", XCFGStringKey(LXBstrView(bstrAttributeName)), ppAttribute);
+    return LookUp(MapOf<Attributes>(), "GetAttribute", LXBstrView(bstrAttributeName), ppAttribute);
 }
 
 HRESULT XLXTypeCache::GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum)
@@ -252,9 +241,8 @@ HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** p
     }
     return AnswerWith("GetAttributeEnum", OLESTR("ppEnum"), ppEnum, [&](const LXErrorLocation& at) {
         const auto components = MapOf<Attributes>().Complete();
-        const std::set<XCFGStringKey> own = OwnAttributeNames(*Server(), at);
-        return HandOutWhere<ComponentMap<Attributes>>(
-            components, ppEnum, [&](const XCFGStringKey& name, auto&) { return own.contains(name); });
+        const XNameSet own = OwnAttributeNames(*Server(), at);
+        return HandOutWhere(components, ppEnum, [&](const XCFGStringKey& name, auto&) { return own.contains(name); });
     });
 }
 
@@ -266,7 +254,7 @@ HRESULT XLXTypeCache::GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum)
 // The ProgId alone decides: callers rely on finding an editor whatever browser and menu text they name.
 HRESULT XLXTypeCache::GetConfObjEditor(BSTR bstrProgId, BSTR, BSTR, ILXConfObjEditor** ppEditor)
 {
-    return LookUp(MapOf<Editors>(), "GetConfObjEditor", XCFGStringKey(LXBstrView(bstrProgId)), ppEditor);
+    return LookUp(MapOf<Editors>(), "GetConfObjEditor", LXBstrView(bstrProgId), ppEditor);
 }
 
 HRESULT XLXTypeCache::GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)

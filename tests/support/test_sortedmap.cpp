@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "XSortedMap.h"
+#include "XNamedMap.h"
 
 #include <gtest/gtest.h>
 
@@ -7,18 +7,21 @@
 #include <random>
 #include <string>
 
-// Few keys, so that most are added more than once, both before and after they were settled.
-TEST(SortedMap, AnswersAsAnOrderedMapDoesWithWhatIsSettled)
+namespace
+{
+template <class Map, class Key, class KeyOf>
+void ExpectAnswersOfAnOrderedMap(KeyOf&& keyOf)
 {
     std::mt19937 random(29);
-    XSortedMap<std::string, int> map;
-    std::map<std::string, int> settled;
+    Map map;
+    std::map<Key, int> settled;
+    EXPECT_TRUE(map.find(keyOf(0)) == map.end());
     for (int round = 0; round < 300; ++round)
     {
         auto added = settled;
         for (auto left = random() % 6; left > 0; --left)
         {
-            const std::string key = std::to_string(random() % 60);
+            const Key key = keyOf(random() % 60);
             map.Add(key, round);
             added.insert_or_assign(key, round);
             const auto found = map.find(key);
@@ -34,4 +37,39 @@ TEST(SortedMap, AnswersAsAnOrderedMapDoesWithWhatIsSettled)
             << round;
     }
     EXPECT_EQ(map.size(), 60U);
+    const Map copy = map;
+    for (const auto& [key, value] : settled)
+    {
+        const auto found = copy.find(key);
+        ASSERT_TRUE(found != copy.end());
+        EXPECT_EQ(found->second, value);
+    }
+}
+} // namespace
+
+// Few keys, so that most are added more than once, both before and after they were settled.
+TEST(SortedMap, AnswersAsAnOrderedMapDoesWithWhatIsSettled)
+{
+    ExpectAnswersOfAnOrderedMap<XSortedMap<std::string, int>, std::string>(
+        [](unsigned long number) { return std::to_string(number); });
+}
+
+// One of the names is empty, and the others are alike.
+TEST(NamedMap, AnswersAsAnOrderedMapDoesWithWhatIsSettled)
+{
+    ExpectAnswersOfAnOrderedMap<XNamedMap<int>, XCFGStringKey>(
+        [](unsigned long number) { return XCFGStringKey(XLXText(number, OLECHAR('a'))); });
+}
+
+TEST(NamedMap, FindsTextsOverTheirWholeLength)
+{
+    XNamedMap<int> map;
+    map.Add(XCFGStringKey(OLESTR("Flow")), 1);
+    map.Add(XCFGStringKey(OLESTR("Flow2")), 2);
+    map.Settle();
+    EXPECT_EQ(map.find(OLESTR("Flow"))->second, 1);
+    EXPECT_EQ(map.find(OLESTR("Flow2"))->second, 2);
+    EXPECT_TRUE(map.find(OLESTR("Flo")) == map.end());
+    EXPECT_TRUE(map.find(OLESTR("Flow3")) == map.end());
+    EXPECT_TRUE(map.find(XLXTextView()) == map.end());
 }
