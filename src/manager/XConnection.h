@@ -6,9 +6,10 @@
 
 #include "XClock.h"
 #include "XTypeRecord.h"
-#include "lxpcbasemng.h"
 
 #include <optional>
+
+class XLXPCPartCacheMng;
 
 /// What the manager has of the server while it is initialised. The manager's leaf mutex guards everything but the
 /// clock, which never changes: it is what a connection is known by.
@@ -23,9 +24,9 @@ struct XConnection
     XLXComPtr<ILXCallbackUpdate> registeredCallback;
     XLXComPtr<IXCfgCacheCallback> separateCallback;
     LONG clientId = 0;
-    std::shared_ptr<XLXPCBaseMng> relations; ///< null until the types were read
-    std::optional<ULONG> lastNotificationId; ///< none until a notification was handled
-    bool over = false;                       ///< Terminate has ended it
+    std::shared_ptr<XLXPCPartCacheMng> relations; ///< null until the types were read
+    std::optional<ULONG> lastNotificationId;      ///< none until a notification was handled
+    bool over = false;                            ///< Terminate has ended it
 };
 
 /// What a question takes of the connection before it asks the server: all of one connection.

@@ -2,6 +2,7 @@
 #ifndef XTYPERECORD_H
 #define XTYPERECORD_H
 
+#include "XRelationHost.h"
 #include "lxtypecache.h"
 
 /// A type on its way into the type map: a record of a bulk read, or a type of the server that is wrapped.
@@ -29,12 +30,6 @@ std::optional<XTypeRecords> LXAskForTypes(const char* method, LONG mode, const O
     const HRESULT result = LXAsk(method, array, LXNoResult::Nothing, {}, at, std::forward<Call>(call));
     XLXError::RaiseIfFailed(result, failureText, at);
     return result == S_OK ? std::optional(LXDecodeTypes(std::move(array), mode)) : std::nullopt;
-}
-
-/// Source name, scope and method of the manager's error locations.
-constexpr LXErrorLocation LXManagerAt(const char* method, int line = LX_CURRENT_LINE)
-{
-    return {"lxconfigfactorycachemanager", "XLXConfigFactoryCacheManager", method, line};
 }
 
 #endif

@@ -67,6 +67,17 @@ XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactoryOf(const 
     return access.configFactory;
 }
 
+std::shared_ptr<XLXPCPartCacheMng> XLXConfigFactoryCacheManager::RelationManager(const char* method) const
+{
+    std::shared_ptr<XLXPCPartCacheMng> relations;
+    {
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        relations = m_connection ? m_connection->relations : nullptr;
+    }
+    XLXError::CheckPointer(relations.get(), OLESTR("m_pPCPartCacheMng"), LXManagerAt(method));
+    return relations;
+}
+
 HRESULT XLXConfigFactoryCacheManager::SetInvalid()
 {
     m_lInvalid.store(true);

@@ -16,16 +16,16 @@
 #include "XGlobalSpecs.h"
 #include "XPCInfos.h"
 #include "XPlanTypes.h"
+#include "XRelationQuestions.h"
 #include "XTypeInheritanceInfo.h"
 #include "XUnknown.h"
-#include "lxpcbasemng.h"
 #include "xlxcfcmngimpl.h"
 
 #include <span>
 
 class XLXConfigFactoryCacheManager final
-    : public XUnknown<XLXConfigFactoryCacheManager, ILXConfigFactoryCache, ILXConfigFactory, IDPFObject,
-                      ILXCallbackUpdate, ILXServerEntryPoint, XRelationHost>
+    : public XRelationQuestions<XUnknown<XLXConfigFactoryCacheManager, ILXConfigFactoryCache, ILXConfigFactory,
+                                         IDPFObject, ILXCallbackUpdate, ILXServerEntryPoint, XRelationHost>>
 {
 public:
     XLXConfigFactoryCacheManager();
@@ -86,45 +86,6 @@ public:
     HRESULT STDMETHODCALLTYPE GetAllDerivedTypes(BSTR bstrTypename, LONG* lCount, BSTR** bstrTypenamesDerived) override;
     HRESULT STDMETHODCALLTYPE GetDerivedTypesForQuery(BSTR bstrTypename, LONG* lCount,
                                                       BSTR** bstrTypenamesDerived) override;
-
-    // Relations
-    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName,
-                                                 ILXParentChildEnum** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE GetCachedPCEnum(ILX_BaseDataObject* pObjectParent, ILX_BaseDataObject* pObjectChild,
-                                              BSTR bstrConfigName, BSTR bstrBrowserId, LONG newOnly,
-                                              ILXParentChildEnum** ppPCEnum) override;
-    HRESULT STDMETHODCALLTYPE GetPCEnum(ILX_BaseDataObject* pObject, BSTR bstrTypename, BSTR bstrConfigName,
-                                        BSTR bstrBrowserId, LONG bWithPlantypes,
-                                        ILXParentChildEnum** ppPCEnum) override;
-    HRESULT STDMETHODCALLTYPE GetPPRRelationsEnum(BSTR bstrTypenameParent, BSTR bstrConfigName,
-                                                  ILXParentChildEnum** ppPCEnum) override;
-    HRESULT STDMETHODCALLTYPE GetPPRRelationsEnumByDO(ILX_BaseDataObject* pObjectParent, BSTR bstrConfigName,
-                                                      ILXParentChildEnum** ppPCEnum) override;
-    HRESULT STDMETHODCALLTYPE GetPossiblePPRRelations(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
-                                                      BSTR bstrConfigName, ILXParentChildEnum** ppPCEnum) override;
-    HRESULT STDMETHODCALLTYPE GetPossiblePPRRelationsByDO(ILX_BaseDataObject* pObjectParent,
-                                                          ILX_BaseDataObject* pObjectChild, BSTR bstrConfigName,
-                                                          ILXParentChildEnum** ppPCEnum) override;
-    HRESULT STDMETHODCALLTYPE PPRRelationExists(BSTR bstrTypenameParent, BSTR bstrTypenameChild, BSTR bstrConfigName,
-                                                LONG bInternal) override;
-    HRESULT STDMETHODCALLTYPE PPRRelationExistsByDO(ILX_BaseDataObject* pObjectParent, ILX_BaseDataObject* pObjectChild,
-                                                    BSTR bstrConfigName, LONG bInternal) override;
-    HRESULT STDMETHODCALLTYPE GetPCRelation(BSTR bstrTypenameParent, BSTR bstrConfigName, BSTR bstrChildListName,
-                                            ILXParentChild** pLXParentChild) override;
-    HRESULT STDMETHODCALLTYPE GetSinglePCRelation(BSTR bstrTypenameParent, BSTR bstrTypenameChild, BSTR bstrConfigName,
-                                                  BSTR bstrChildListName, ILXParentChild** pLXParentChild) override;
-    HRESULT STDMETHODCALLTYPE GetThisBrowserParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName, BSTR bstrBrowserId,
-                                                            ILXParentChildEnum** ppILXParentChildEnum) override;
-    HRESULT STDMETHODCALLTYPE GetSinglePCRelationByDO(ILX_BaseDataObject* pObjectParent,
-                                                      ILX_BaseDataObject* pObjectRelationship,
-                                                      ILXParentChild** pLXParentChild) override;
-    HRESULT STDMETHODCALLTYPE GetPCEnum2(ILX_BaseDataObject* pObject, BSTR bstrTypename, BSTR bstrBrowserId,
-                                         LONG lngFilter, ILXParentChildEnum** ppPCEnum) override;
-    HRESULT STDMETHODCALLTYPE GetPossiblePPRRelations2(BSTR bstrTypenameParent, BSTR bstrTypenameChild,
-                                                       BSTR bstrBrowserId, LONG lngFilter,
-                                                       ILXParentChildEnum** ppPCEnum) override;
-    HRESULT STDMETHODCALLTYPE GetPCEnumAll(ILX_BaseDataObject* pObject, BSTR bstrTypename, BSTR bstrBrowserId,
-                                           LONG lngFilter, ILXParentChildEnum** ppPCEnum) override;
 
     // Registries
     HRESULT STDMETHODCALLTYPE GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) override;
@@ -230,12 +191,7 @@ private:
     XTypeInheritanceInfo::InfoPtr Inheritance(const char* method);
     HRESULT ListDerivedTypes(const char* method, BSTR typeName, bool withItself, LONG* count, BSTR** names);
 
-    /// Runs one question of the relation manager; raises E_POINTER when there is none.
-    template <class Question>
-    HRESULT AskRelations(const char* method, Question&& question);
-    template <class T, class Question>
-    HRESULT AskRelations(const char* method, T** out, Question&& question);
-    std::shared_ptr<XLXPCBaseMng> RelationManager() const;
+    std::shared_ptr<XLXPCPartCacheMng> RelationManager(const char* method) const override;
 
     std::shared_ptr<XTransferModeSupplier> m_transferMode = std::make_shared<XTransferModeSupplier>();
     XTypeMap m_types{m_transferMode};

@@ -3,7 +3,6 @@
 // How the manager is brought into service and taken out of it.
 #include "XLockSwitch.h"
 #include "lxconfigfactorycachemanager.h"
-#include "lxpcpartcachemng.h"
 
 namespace
 {
@@ -343,9 +342,8 @@ void XLXConfigFactoryCacheManager::CreateRelationManager(XConnection& connection
         }
         connection.relations = relations;
     }
-    XLXError::LogFailure(OLESTR("InternalFillParentChildMap failed"), LXManagerAt("Init"), [&] {
-        XLXError::RaiseIfFailed(relations->InternalFillParentChildMap(), OLESTR(""), LXManagerAt("Init"));
-    });
+    XLXError::LogFailure(OLESTR("InternalFillParentChildMap failed"), LXManagerAt("Init"),
+                         [&] { relations->InternalFillParentChildMap(); });
 }
 
 HRESULT XLXConfigFactoryCacheManager::AttachHostObjects(IUnknown* pHostObjectA, IUnknown* pHostObjectB)
@@ -383,7 +381,7 @@ HRESULT XLXConfigFactoryCacheManager::Terminate()
 {
     return XLXError::Guarded(LXManagerAt("Terminate"), [&]() -> HRESULT {
         std::shared_ptr<XConnection> ended;
-        std::shared_ptr<XLXPCBaseMng> relations;
+        std::shared_ptr<XLXPCPartCacheMng> relations;
         XLXComPtr<IUnknown> a;
         XLXComPtr<IUnknown> b;
         {

@@ -108,6 +108,25 @@ protected:
     XLXTransientObject() noexcept = default;
     ~XLXTransientObject() = default;
 
+    /// Gives the value of a property to a caller's variable.
+    /// @param unknownAt  where an unknown index is reported; none: it is refused with a bare code
+    /// @param valueOf    valueOf(property) makes the value
+    template <std::size_t count, class ValueOf>
+    static HRESULT HandOutProperty(const XTransientProperty (&table)[count], int index, VARIANT* out,
+                                   const LXErrorLocation& at, const std::optional<LXErrorLocation>& unknownAt,
+                                   ValueOf&& valueOf)
+    {
+        return XLXError::Guarded(at, [&]() -> HRESULT {
+            XLXError::CheckPointer(out, OLESTR("pvarValue"), at);
+            const XTransientProperty* const property = LXFindProperty(table, index);
+            if (property == nullptr && unknownAt)
+            {
+                RaiseUnknownIndex(index, *unknownAt);
+            }
+            return property != nullptr ? LXHandOutValue(valueOf(*property), out) : E_INVALIDARG;
+        });
+    }
+
     [[noreturn]] static void RaiseUnknownIndex(int index, const LXErrorLocation& at)
     {
         XLXError::Raise(E_INVALIDARG, LXFormatText(OLESTR("property index (%d) is unknown"), {LXDecimal(index)}), at);

@@ -10,6 +10,12 @@
 
 #include <vector>
 
+/// Source name, scope and method of the manager's error locations.
+constexpr LXErrorLocation LXManagerAt(const char* method, int line = LX_CURRENT_LINE)
+{
+    return {"lxconfigfactorycachemanager", "XLXConfigFactoryCacheManager", method, line};
+}
+
 /// The PC infos that every browser has for relations that exist in this process alone.
 class XPCInfoRegistry
 {

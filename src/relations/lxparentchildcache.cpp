@@ -19,12 +19,10 @@ HRESULT XLXParentChildCache::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
     return XLXError::Guarded(TheFacts.At("GetPCInfoEnum"), [&] {
         LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetPCInfoEnum", 368));
         std::vector<XLXComPtr<ILXPCInfo>> items;
-        if (const PCInfoMapPtr infos = LoadPCInfos())
+        const PCInfoMapPtr infos = LoadPCInfos();
+        for (const auto& [browser, info] : *infos)
         {
-            for (const auto& [browser, info] : *infos)
-            {
-                items.emplace_back(info);
-            }
+            items.emplace_back(info);
         }
         return LXHandOutEnumerator(std::move(items), ppEnum);
     });
@@ -45,10 +43,6 @@ XLXComPtr<XLXPCInfoCache> XLXParentChildCache::FindPCInfo(XLXTextView browserId)
 {
     const XLXText wanted = LXLowerCase(browserId);
     const PCInfoMapPtr infos = LoadPCInfos();
-    if (!infos)
-    {
-        return nullptr;
-    }
     for (const auto& [key, info] : *infos)
     {
         const auto browser = info->TryRead(MemberPCInfoBrowser);
@@ -67,8 +61,7 @@ XLXComPtr<XLXPCInfoCache> XLXParentChildCache::FindPCInfo(XLXTextView browserId)
 
 bool XLXParentChildCache::HasPCInfos()
 {
-    const PCInfoMapPtr infos = LoadPCInfos();
-    return infos && !infos->empty();
+    return !LoadPCInfos()->empty();
 }
 
 XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos()
@@ -98,13 +91,19 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos()
     {
         std::rethrow_exception(failure); // once: what came before it is kept
     }
-    return infos;
+    return OrNone(infos);
+}
+
+XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::OrNone(const PCInfoMapPtr& infos)
+{
+    static const PCInfoMap none;
+    return infos ? infos : PCInfoMapPtr(PCInfoMapPtr(), &none);
 }
 
 XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMoment& moment, std::exception_ptr& failure)
 {
     const LXErrorLocation at = TheFacts.At("LoadPCInfos");
-    const PCInfoMapPtr former = m_pcInfos.Held();
+    const PCInfoMapPtr former = OrNone(m_pcInfos.Held());
     auto fresh = std::make_shared<PCInfoMap>();
     XRetired retired;
     XLXComPtr<ILXPCInfoEnum> infos;
@@ -119,7 +118,7 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMomen
         {
             LXForEachOf<PCInfoBatch, ILXPCInfo>(*infos, "ILXPCInfoEnum::RemNext", at,
                                                 [&](XLXComPtr<ILXPCInfo>&& element) {
-                                                    AddPCInfo(former, *fresh, std::move(element), moment, retired);
+                                                    AddPCInfo(*former, *fresh, std::move(element), moment, retired);
                                                 });
         }
     }
@@ -131,7 +130,7 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMomen
 }
 
 // A PC info that is there already for its browser stays the same object: whoever holds it reads the new values.
-void XLXParentChildCache::AddPCInfo(const PCInfoMapPtr& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server,
+void XLXParentChildCache::AddPCInfo(const PCInfoMap& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server,
                                     const XMoment& moment, XRetired& retired) const
 {
     const LXErrorLocation at = TheFacts.At("LoadPCInfos");
@@ -143,18 +142,10 @@ void XLXParentChildCache::AddPCInfo(const PCInfoMapPtr& former, PCInfoMap& to, X
     {
         return; // without its browser there is no key to find it by
     }
-    if (former)
-    {
-        if (const auto known = former->find(*key); known != former->end())
-        {
-            known->second->TakeRecord(std::move(server), std::move(values), moment, retired);
-            to.insert_or_assign(std::move(*key), known->second);
-            return;
-        }
-    }
-    auto info = LXCFCTOOLS::Make<XLXPCInfoCache>(std::move(server), Clock(), at);
-    info->AssignProperties(std::move(values), moment);
-    to.insert_or_assign(std::move(*key), std::move(info));
+    const auto known = former.find(*key);
+    to.insert_or_assign(std::move(*key),
+                        LXMakeOrRefresh(known != former.end() ? known->second : nullptr, std::move(server),
+                                        std::move(values), Clock(), moment, retired, at));
 }
 
 void XLXParentChildCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
@@ -162,11 +153,4 @@ void XLXParentChildCache::OnDirectNotification(const XDirectNotification& notifi
     AdvanceIf(XAspect::PCInfos, notification.concerned, m_pcInfos, touched);
     // The receivers only advance counts, so they may be called under the lock.
     m_pcInfos.ReadHeld([&](const PCInfoMap* infos) { LXNotifyDirectly(infos, notification, touched); });
-}
-
-HRESULT XLXParentChildCache::Terminate() noexcept
-{
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapPCinfo failed"), TheFacts.At("Terminate", 85),
-                         [&] { const auto former = m_pcInfos.Clear(); });
-    return S_OK;
 }

@@ -8,6 +8,22 @@
 #include <exception>
 #include <map>
 
+/// The object for a record of a bulk answer: the one that is known, which is refreshed, or else a new one.
+template <class Cached>
+XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> server, XVariantRow values,
+                                  const XClockPtr& clock, const XMoment& moment, XRetired& retired,
+                                  const LXErrorLocation& at)
+{
+    if (known)
+    {
+        known->TakeRecord(std::move(server), std::move(values), moment, retired);
+        return known;
+    }
+    known = LXCFCTOOLS::Make<Cached>(std::move(server), clock, at);
+    known->AssignProperties(std::move(values), moment);
+    return known;
+}
+
 /// A relation: which type may stand below which, in which child list, with how each browser shows it.
 class XLXParentChildCache final
     : public XLXConfigObjectCache<XLXParentChildCache, XCachedFacts::ParentChild, ILXParentChild>
@@ -28,7 +44,7 @@ public:
     bool HasPCInfos();
 
     /// Drops the PC infos; the next request asks for them again.
-    HRESULT Terminate() noexcept;
+    void Terminate() noexcept { const auto former = m_pcInfos.Clear(); }
 
 private:
     friend XLXConfigObjectCache;
@@ -37,11 +53,12 @@ private:
 
     void AdvanceParts() noexcept { m_pcInfos.Advance(); }
     void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
-    /// The PC infos, read from the server unless they are fresh. A relation whose server cannot list them counts as
+    /// The PC infos, read from the server unless they are fresh; none while the thread is reading them. A relation whose server cannot list them counts as
     /// having none, until a notification says otherwise.
     PCInfoMapPtr LoadPCInfos();
+    static PCInfoMapPtr OrNone(const PCInfoMapPtr& infos);
     PCInfoMapPtr FetchPCInfos(const XMoment& moment, std::exception_ptr& failure);
-    void AddPCInfo(const PCInfoMapPtr& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server, const XMoment& moment,
+    void AddPCInfo(const PCInfoMap& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server, const XMoment& moment,
                    XRetired& retired) const;
 
     XLoaded<PCInfoMap> m_pcInfos;

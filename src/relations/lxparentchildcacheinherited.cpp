@@ -2,7 +2,7 @@
 #include "lxparentchildcacheinherited.h"
 
 #include "XInstanceRegistry.h"
-#include "XLXComVariant.h"
+#include "XLXTransientObject.h"
 #include "XModuleState.h"
 #include "relationmembers.h"
 
@@ -49,13 +49,8 @@ HRESULT XLXParentChildCacheInherited::GetProperty(int iLXCF_Member, VARIANT* pva
         {
             return m_base->GetProperty(iLXCF_Member, pvarValue);
         }
-        XLXComVariant name = XLXComVariant::FromBstr(iLXCF_Member == LXRM_CHILDNAME ? m_childName : m_parentName);
-        const HRESULT result = VariantClear(pvarValue);
-        if (SUCCEEDED(result))
-        {
-            name.DetachTo(pvarValue);
-        }
-        return result;
+        return LXHandOutValue(XLXComVariant::FromBstr(iLXCF_Member == LXRM_CHILDNAME ? m_childName : m_parentName),
+                              pvarValue);
     });
 }
 

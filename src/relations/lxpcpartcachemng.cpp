@@ -1,264 +1,307 @@
 // SPDX-License-Identifier: MIT
-//
-// What the relation manager answers.
 #include "lxpcpartcachemng.h"
 
-#include "XLXEnumWithDelete.h"
-#include "lxpcpartchecks.h"
 #include "lxtransientpc.h"
+#include "relationmembers.h"
 
 #include <set>
 
+using XLXCFCDataTransfer::XILXPCData;
+
 namespace
 {
-constexpr const OLECHAR* CompBaseType = OLESTR("lumbcompbase");
+const XLXComVariant& ValueOf(const XVariantRow& values, int member, XLXTextView failureText, int line)
+{
+    if (values.size() <= static_cast<std::size_t>(member))
+    {
+        XLXError::Raise(E_INVALIDARG, failureText, LXPCPartAt("InternalFillParentChildMap", line));
+    }
+    return values[static_cast<std::size_t>(member)];
+}
+
+/// A name among a relation's values; nothing when there is none.
+std::optional<XLXText> NameOf(const XLXComVariant& value)
+{
+    return value.Empty() ? std::nullopt : value.AsText();
+}
+
+/// The child list that a caller's name means.
+XLXTextView ListName(XLXTextView name) noexcept
+{
+    return name == OLESTR("@@nodes") ? XLXTextView(XLXTransientPC::ChildList) : name;
+}
+
+HRESULT HandOut(ILXParentChild* relation, ILXParentChild** out) noexcept
+{
+    XLXComPtr<ILXParentChild>(relation).CopyTo(out);
+    return S_OK;
+}
 
 bool LetsThrough(LONG filter, bool ppr, bool systemInternal) noexcept
 {
     return !((filter & LXPCF_PPRONLY) != 0 && !ppr) && !((filter & LXPCF_NOPPR) != 0 && ppr) &&
            !((filter & LXPCF_NOSYSTEMINTERNAL) != 0 && systemInternal);
 }
-
-HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName)
-{
-    if (object == nullptr)
-    {
-        return S_OK;
-    }
-    if (!typeName.empty())
-    {
-        LXServerCall("ILX_BaseDataObject::IsDerivedFromType");
-        if (object->IsDerivedFromType(XLXComBSTR(CompBaseType).Get()) != S_OK)
-        {
-            return S_OK; // the name that the caller gave
-        }
-    }
-    XLXComBSTR own;
-    const HRESULT result = LXAskText("ILX_BaseDataObject::GetTypeName", own, LXPCPartAt("CollectPCRelationsByDO"),
-                                     [&](BSTR* out) { return object->GetTypeName(out); });
-    if (result == S_OK)
-    {
-        typeName = own.View();
-    }
-    return result;
-}
 } // namespace
 
-// ---- collecting
+// ---- loading
 
-XLXPCPartCacheMng::ParentMapPtr XLXPCPartCacheMng::Loaded()
+XLXPCPartCacheMng::XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock) : m_host(host), m_clock(std::move(clock))
 {
-    RelationMapPtr map = Load();
-    if (!map || !map->answers)
-    {
-        return nullptr;
-    }
-    const ParentMap* const relations = map->relations.get();
-    return ParentMapPtr(std::move(map), relations);
+    m_relations.Begin({m_clock, XAspect::Relations});
 }
 
-void XLXPCPartCacheMng::Collect(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter,
-                                std::vector<Found>& found)
+XLXPCPartCacheMng::~XLXPCPartCacheMng()
+{
+    if (const StatePtr state = m_relations.End({m_clock, XAspect::Relations}))
+    {
+        TerminateDropped(*state->relations, Map());
+    }
+}
+
+XLXPCPartCacheMng::StatePtr XLXPCPartCacheMng::Load()
+{
+    if (StatePtr fresh = m_relations.Fresh())
+    {
+        return fresh;
+    }
+    const auto factory = m_host.ConfigFactoryOf(m_clock, "InternalFillParentChildMap");
+    std::exception_ptr failure;
+    StatePtr refreshed; // whose relations the answer refreshes
+    StatePtr replaced;
+    StatePtr state = m_relations.Load(
+        {m_clock, XAspect::Relations}, [&] { return LoadOrKeepFailure(*factory, refreshed, failure); },
+        [&](const State& loaded, const StatePtr& former) {
+            replaced = former;
+            if (former != refreshed) // another load came between: it may have dropped some
+            {
+                for (const auto& [names, entry] : loaded.relations->inOrder)
+                {
+                    entry.relation->Attach();
+                }
+            }
+        });
+    if (replaced)
+    {
+        TerminateDropped(*replaced->relations, *state->relations);
+    }
+    if (failure)
+    {
+        std::rethrow_exception(failure); // once
+    }
+    return state;
+}
+
+// After a failure there are no relations, and no further attempt, until a notification comes.
+XLXPCPartCacheMng::StatePtr XLXPCPartCacheMng::LoadOrKeepFailure(ILXConfigFactory& factory, StatePtr& refreshed,
+                                                                 std::exception_ptr& failure)
+{
+    refreshed = m_relations.Held();
+    State state{refreshed ? refreshed->relations : std::make_shared<const Map>()};
+    try
+    {
+        state = {LoadAllPCRelation(factory, *state.relations), true};
+    }
+    catch (const XLXException&)
+    {
+        failure = std::current_exception();
+    }
+    return std::make_shared<const State>(std::move(state));
+}
+
+XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, const Map& former)
+{
+    const LXErrorLocation at = LXPCPartAt("LoadAllPCRelation", 2037);
+    const XMoment moment = m_clock->Copy();
+    XLXSafeArray array;
+    const HRESULT result =
+        LXAsk("ILXConfigFactory::GetPCArray", array, LXNoResult::PointerError, OLESTR("relation array"), at,
+              [&](SAFEARRAY** out) { return factory.GetPCArray(out); });
+    XLXError::RaiseIfFailed(result, OLESTR("GetPCArray failed"), at);
+
+    XRetired retired;
+    const auto fresh = std::make_shared<Map>();
+    if (result == S_OK)
+    {
+        for (XILXPCData& record : XLXCFCDataTransfer::GetVecFromArray(std::move(array)))
+        {
+            AddRelation(*fresh, std::move(record), former, moment, retired);
+        }
+    }
+    return fresh;
+}
+
+// The values are read from the record, so that loading asks the server once and not once for each relation. Of several
+// records with the same names the last one counts, and there is one relation for them.
+void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map& former, const XMoment& moment,
+                                    XRetired& retired) const
+{
+    const auto value = [&](int member, const OLECHAR* failureText, int line) -> const XLXComVariant& {
+        return ValueOf(record.values, member, failureText, line);
+    };
+    const auto parent = NameOf(value(LXRM_PARENTNAME, OLESTR("pPCCache->GetProperty LXCFPC_parentname"), 1965));
+    const auto child = NameOf(value(LXRM_CHILDNAME, OLESTR("pPCCache->GetProperty LXCFPC_childname"), 1970));
+    const auto list = NameOf(value(LXRM_CHILDLISTNAME, OLESTR("pPCCache->GetProperty LXCFPC_childlistname"), 1975));
+    const auto ppr = value(LXRM_PPRRELATIONTYPE, OLESTR("pPCCache->GetProperty LXCFPC_pprrelationtype"), 1980).AsLong();
+    const auto internal =
+        value(LXRM_SYSTEMINTERNAL, OLESTR("pPCCache->GetProperty LXCFPC_issysteminternal"), 1991).AsBool();
+    if (!parent || !child || !list)
+    {
+        XLXError::WriteErrorToLogBook(E_INVALIDARG, XLXError::SeverityError,
+                                      OLESTR("a relation without its three names is left out"),
+                                      LXPCPartAt("InternalFillParentChildMap"));
+        return;
+    }
+    const auto [at, isNew] =
+        map.inOrder.try_emplace({XCFGStringKey(*parent), XCFGStringKey(*child), XCFGStringKey(*list)});
+    auto& [names, entry] = *at;
+    entry.ppr = ppr.value_or(0) != 0;
+    entry.systemInternal = internal.value_or(false);
+    entry.relation = LXMakeOrRefresh<XLXParentChildCache>(
+        isNew ? former.Find(*parent, *child, *list) : entry.relation.Get(), std::move(record.object),
+        std::move(record.values), m_clock, moment, retired, LXPCPartAt("InternalFillParentChildMap", 1956));
+    map.byNames.insert_or_assign({names.parent.Text(), names.child.Text(), names.list.Text()}, entry.relation.Get());
+}
+
+XLXParentChildCache* XLXPCPartCacheMng::Map::Find(XLXTextView parent, XLXTextView child, XLXTextView list) const
+{
+    const auto found = byNames.find({parent, child, list});
+    return found != byNames.end() ? found->second : nullptr;
+}
+
+// Who still holds a dropped relation goes on reading its values. Allocates nothing, so that shutdown cannot fail.
+void XLXPCPartCacheMng::TerminateDropped(const Map& former, const Map& kept) noexcept
+{
+    for (const auto& [names, entry] : former.inOrder)
+    {
+        if (!kept.inOrder.contains(names))
+        {
+            entry.relation->Detach();
+            entry.relation->Terminate();
+        }
+    }
+}
+
+// ---- asking
+
+XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Loaded()
+{
+    static const Map none;
+    StatePtr state = Load();
+    const Map* const relations = state && state->answers ? state->relations.get() : &none;
+    return MapPtr(std::move(state), relations);
+}
+
+// The relations that are asked for stand in a row, and empty names come first in the order.
+template <class Visit>
+void XLXPCPartCacheMng::VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit)
+{
+    const MapPtr relations = Loaded();
+    const Names first{XCFGStringKey(parentType), XCFGStringKey(childType), {}};
+    auto next = relations->inOrder.lower_bound(first);
+    while (next != relations->inOrder.end() && (parentType.empty() || next->first.parent == parentType) &&
+           (childType.empty() || next->first.child == childType) && visit(next->first, next->second))
+    {
+        ++next;
+    }
+}
+
+template <class Take>
+void XLXPCPartCacheMng::VisitShown(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter,
+                                   Take&& take)
 {
     const bool newOnly = (filter & LXPCF_NEWONLY) != 0;
-    VisitRelations(parentType, childType, [&](const auto& child, const auto& list, const Entry& entry) {
-        const bool shown = LetsThrough(filter, entry.ppr, entry.systemInternal) &&
-                           (!browserId.empty() ? static_cast<bool>(entry.relation->FindPCInfo(browserId))
-                                               : !newOnly || entry.relation->HasPCInfos());
-        if (shown)
+    VisitRelations(parentType, childType, [&](const Names& names, const Entry& entry) {
+        if (LetsThrough(filter, entry.ppr, entry.systemInternal) &&
+            (!browserId.empty() ? static_cast<bool>(entry.relation->FindPCInfo(browserId))
+                                : !newOnly || entry.relation->HasPCInfos()))
         {
-            found.push_back({entry.relation, child, list});
+            take(names.child, names.list, XLXComPtr<ILXParentChild>(entry.relation));
         }
         return true;
     });
-    if ((filter & LXPCF_WITHPLANTYPES) != 0 && LetsThrough(filter, false, false))
+    if ((filter & LXPCF_WITHPLANTYPES) == 0 || !LetsThrough(filter, false, false))
     {
-        AddPlanTypeRelations(parentType, childType, browserId, newOnly, found);
+        return;
     }
-}
-
-void XLXPCPartCacheMng::AddPlanTypeRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId,
-                                             bool newOnly, std::vector<Found>& found)
-{
-    for (const auto& allowed : Host().InternalGetPlantypeRelations(parentType))
+    for (const auto& allowed : m_host.InternalGetPlantypeRelations(parentType))
     {
-        if (!childType.empty() && allowed.childType != childType)
+        if (childType.empty() || allowed.childType == childType)
         {
-            continue;
-        }
-        auto relation = XLXTransientPC::For(Host(), parentType, allowed, newOnly);
-        HRESULT shown = S_OK;
-        if (!browserId.empty())
-        {
-            XLXComPtr<ILXPCInfo> info;
-            shown = Host().InternalGetPCInfo(browserId, info.Put(), newOnly);
-        }
-        else if (newOnly)
-        {
-            XLXComPtr<ILXPCInfoEnum> infos;
-            shown = Host().InternalGetPCInfoEnum(infos.Put(), newOnly);
-        }
-        if (shown == S_OK)
-        {
-            found.push_back({relation, XCFGStringKey(allowed.childType), XCFGStringKey(OLESTR("nodes"))});
+            auto relation = XLXTransientPC::For(m_host, parentType, allowed, newOnly);
+            if (ShowsPlanTypes(browserId, newOnly))
+            {
+                take(XCFGStringKey(allowed.childType), XCFGStringKey(XLXTransientPC::ChildList), std::move(relation));
+            }
         }
     }
 }
 
-HRESULT XLXPCPartCacheMng::CollectPCRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId,
-                                              LONG filter, Relations& result)
+/// Whether a browser (empty: any) shows what plan types allow.
+bool XLXPCPartCacheMng::ShowsPlanTypes(XLXTextView browserId, bool newOnly)
 {
-    std::vector<Found> found;
-    Collect(parentType, childType, browserId, filter, found);
-    for (Found& relation : found)
-    {
-        result.push_back(std::move(relation.relation));
-    }
-    return S_OK;
+    XLXComPtr<ILXPCInfo> info;
+    XLXComPtr<ILXPCInfoEnum> infos;
+    return !browserId.empty() ? m_host.InternalGetPCInfo(browserId, info.Put(), newOnly) == S_OK
+                              : !newOnly || m_host.InternalGetPCInfoEnum(infos.Put(), newOnly) == S_OK;
 }
 
-// A name stays empty when its object has no type name: nothing stands above or below such an object.
-HRESULT XLXPCPartCacheMng::ResolveTypeNames(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
-                                            ILX_BaseDataObject* child)
+XLXPCPartCacheMng::Relations XLXPCPartCacheMng::Collect(XLXTextView parentType, XLXTextView childType,
+                                                        XLXTextView browserId, LONG filter)
 {
-    if (parent == nullptr && parentType.empty())
-    {
-        XLXError::Raise(E_INVALIDARG, OLESTR("neither an object nor a type name is given"),
-                        LXPCPartAt("CollectPCRelationsByDO"));
-    }
-    HRESULT result = ResolveTypeName(parent, parentType);
-    if (result == S_OK)
-    {
-        result = ResolveTypeName(child, childType);
-    }
-    const bool nothing = parentType.empty() || (child != nullptr && childType.empty());
-    return result == S_OK && nothing ? S_FALSE : result;
+    Relations relations;
+    VisitShown(parentType, childType, browserId, filter,
+               [&](const auto&, const auto&, auto&& relation) { relations.emplace_back(std::move(relation)); });
+    return relations;
 }
 
-HRESULT XLXPCPartCacheMng::CollectPCRelationsByDO(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
-                                                  ILX_BaseDataObject* child, XLXTextView browserId, LONG filter,
-                                                  Relations& result)
+XLXPCPartCacheMng::Relations XLXPCPartCacheMng::CollectWithBases(XLXTextView parentType, XLXTextView browserId,
+                                                                 LONG filter)
 {
-    const HRESULT resolved = ResolveTypeNames(parentType, childType, parent, child);
-    return resolved == S_OK ? CollectPCRelations(parentType, childType, browserId, filter, result) : resolved;
-}
-
-// ---- enumerations
-
-HRESULT XLXPCPartCacheMng::EnumerateBelow(const char* method, ILX_BaseDataObject* object, BSTR typeName, BSTR browserId,
-                                          LONG filter, ILXParentChildEnum** ppEnum)
-{
-    LXCheckOut(ppEnum, OLESTR("ppPCEnum"), LXPCPartAt(method));
-    XLXText parentType(LXBstrView(typeName));
-    XLXText childType;
-    Relations result;
-    const HRESULT collected =
-        CollectPCRelationsByDO(parentType, childType, object, nullptr, LXBstrView(browserId), filter, result);
-    return FAILED(collected) ? collected : LXHandOutEnumerator(std::move(result), ppEnum);
-}
-
-HRESULT XLXPCPartCacheMng::EnumerateBetween(const char* method, ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
-                                            LONG filter, ILXParentChildEnum** ppEnum)
-{
-    LXCheckOut(ppEnum, OLESTR("ppPCEnum"), LXPCPartAt(method));
-    XLXError::CheckPointer(parent, OLESTR("pObjectParent"), LXPCPartAt(method));
-    XLXText parentType;
-    XLXText childType;
-    Relations result;
-    const HRESULT collected = CollectPCRelationsByDO(parentType, childType, parent, child, {}, filter, result);
-    return FAILED(collected) ? collected : LXHandOutEnumerator(std::move(result), ppEnum);
-}
-
-HRESULT XLXPCPartCacheMng::GetParentChildEnum(BSTR typeName, ILXParentChildEnum** ppEnum)
-{
-    LXCheckOut(ppEnum, OLESTR("ppEnum"), LXPCPartAt("GetParentChildEnum"));
-    if (!LXBstrView(typeName).empty())
-    {
-        return EnumerateBelow("GetParentChildEnum", nullptr, typeName, nullptr, LXPCF_NONE, ppEnum);
-    }
-    Relations result;
-    if (const ParentMapPtr relations = Loaded(); relations)
-    {
-        ForEach(*relations, [&](const auto&, const auto&, const auto&, const Entry& entry) {
-            result.emplace_back(entry.relation);
-        });
-    }
-    return LXHandOutEnumerator(std::move(result), ppEnum);
-}
-
-HRESULT XLXPCPartCacheMng::GetPPRRelationsEnum(BSTR parentType, ILXParentChildEnum** ppEnum)
-{
-    return EnumerateBelow("GetPPRRelationsEnum", nullptr, parentType, nullptr, LXPCF_PPRONLY, ppEnum);
-}
-
-HRESULT XLXPCPartCacheMng::GetPPRRelationsEnumByDO(ILX_BaseDataObject* parent, ILXParentChildEnum** ppEnum)
-{
-    return EnumerateBetween("GetPPRRelationsEnumByDO", parent, nullptr, LXPCF_PPRONLY, ppEnum);
-}
-
-HRESULT XLXPCPartCacheMng::GetPossiblePPRRelations(BSTR parentType, BSTR childType, ILXParentChildEnum** ppEnum)
-{
-    return GetPossiblePPRRelations2(parentType, childType, nullptr, LXPCF_NOSYSTEMINTERNAL, ppEnum);
-}
-
-HRESULT XLXPCPartCacheMng::GetPossiblePPRRelationsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
-                                                       ILXParentChildEnum** ppEnum)
-{
-    LXEmptyOut(ppEnum);
-    XLXError::CheckPointer(child, OLESTR("pObjectChild"), LXPCPartAt("GetPossiblePPRRelationsByDO"));
-    return EnumerateBetween("GetPossiblePPRRelationsByDO", parent, child, LXPCF_PPRONLY | LXPCF_NOSYSTEMINTERNAL,
-                            ppEnum);
-}
-
-HRESULT XLXPCPartCacheMng::GetPossiblePPRRelations2(BSTR parentType, BSTR childType, BSTR browserId, LONG filter,
-                                                    ILXParentChildEnum** ppEnum)
-{
-    const LXErrorLocation at = LXPCPartAt("GetPossiblePPRRelations2");
-    LXCheckOut(ppEnum, OLESTR("ppPCEnum"), at);
-    LXCheckNotEmpty(parentType, OLESTR("bstrParent is empty"), at);
-    Relations result;
-    CollectPCRelations(LXBstrView(parentType), LXBstrView(childType), LXBstrView(browserId), filter | LXPCF_PPRONLY,
-                       result);
-    return LXHandOutEnumerator(std::move(result), ppEnum);
-}
-
-HRESULT XLXPCPartCacheMng::GetPCEnum(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, bool withPlantypes,
-                                     ILXParentChildEnum** ppEnum)
-{
-    return EnumerateBelow("GetPCEnum", object, typeName, browserId, withPlantypes ? LXPCF_WITHPLANTYPES : LXPCF_NONE,
-                          ppEnum);
-}
-
-HRESULT XLXPCPartCacheMng::GetPCEnum2(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
-                                      ILXParentChildEnum** ppEnum)
-{
-    return EnumerateBelow("GetPCEnum2", object, typeName, browserId, filter, ppEnum);
-}
-
-HRESULT XLXPCPartCacheMng::GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
-                                        ILXParentChildEnum** ppEnum)
-{
-    LXCheckOut(ppEnum, OLESTR("ppPCEnum"), LXPCPartAt("GetPCEnumAll"));
-    XLXText parentType(LXBstrView(typeName));
-    XLXText noChildType;
-    if (const HRESULT resolved = ResolveTypeNames(parentType, noChildType, object, nullptr); resolved != S_OK)
-    {
-        return resolved;
-    }
-    std::vector<XLXText> levels = Host().BaseTypeNames(parentType);
-    levels.insert(levels.begin(), parentType);
-    std::set<std::pair<XCFGStringKey, XCFGStringKey>> listed;
-    Relations result;
+    using Below = std::set<std::pair<XCFGStringKey, XCFGStringKey>>; // child and list
+    std::vector<XLXText> levels = m_host.BaseTypeNames(parentType);
+    levels.insert(levels.begin(), XLXText(parentType));
+    Below nearer;
+    Relations relations;
     for (const XLXText& level : levels)
     {
-        std::vector<Found> found;
-        Collect(level, {}, LXBstrView(browserId), filter, found);
-        std::erase_if(found, [&](const Found& f) { return listed.contains({f.child, f.list}); });
-        for (Found& relation : found)
-        {
-            result.push_back(std::move(relation.relation));
-            listed.emplace(std::move(relation.child), std::move(relation.list));
-        }
+        Below here;
+        VisitShown(level, {}, browserId, filter, [&](const auto& child, const auto& list, auto&& relation) {
+            if (!nearer.contains({child, list}))
+            {
+                relations.emplace_back(std::move(relation));
+                here.emplace(child, list);
+            }
+        });
+        nearer.merge(here);
     }
-    return LXHandOutEnumerator(std::move(result), ppEnum);
+    return relations;
+}
+
+HRESULT XLXPCPartCacheMng::PPRRelationExists(XLXTextView parentType, XLXTextView childType, bool internal)
+{
+    bool exists = false;
+    VisitRelations(parentType, childType, [&](const Names&, const Entry& entry) {
+        exists = entry.ppr && (internal || !entry.systemInternal);
+        return !exists;
+    });
+    return exists ? S_OK : S_FALSE;
+}
+
+HRESULT XLXPCPartCacheMng::First(XLXTextView parentType, XLXTextView childList, ILXParentChild** out)
+{
+    HRESULT result = S_FALSE;
+    VisitRelations(parentType, {}, [&](const Names& names, const Entry& entry) {
+        result = names.list == ListName(childList) ? HandOut(entry.relation.Get(), out) : S_FALSE;
+        return result == S_FALSE;
+    });
+    return result;
+}
+
+HRESULT XLXPCPartCacheMng::Single(XLXTextView parentType, XLXTextView childType, XLXTextView childList,
+                                  ILXParentChild** out)
+{
+    const MapPtr relations = Loaded();
+    XLXParentChildCache* const found = relations->Find(parentType, childType, ListName(childList));
+    return found != nullptr ? HandOut(found, out) : S_FALSE;
 }

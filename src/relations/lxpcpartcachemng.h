@@ -7,160 +7,116 @@
 //
 // Threading  Any thread may call. The map's lock is held for copying and swapping the pointer to it alone.
 // Lifetime   One for each connection.
+// Errors     A failing load raises; whoever asks stands at a boundary.
 #ifndef LXPCPARTCACHEMNG_H
 #define LXPCPARTCACHEMNG_H
 
 #include "XCFCDataTransfer.h"
 #include "XNameIndex.h"
+#include "XRelationHost.h"
 #include "lxparentchildcache.h"
-#include "lxpcbasemng.h"
 
-#include <exception>
+/// Which relations an enumeration is to hold.
+enum LXPCFilter : LONG
+{
+    LXPCF_NONE = 0,
+    LXPCF_NEWONLY = 1,           ///< only those with a PC info, of the browser when one is given
+    LXPCF_WITHPLANTYPES = 2,     ///< those that plan types allow too
+    LXPCF_PPRONLY = 4,           ///< only PPR relations
+    LXPCF_NOPPR = 8,             ///< no PPR relations
+    LXPCF_NOSYSTEMINTERNAL = 16, ///< none that are internal to the system
+};
 
-class XLXPCPartCacheMng final : public XLXPCBaseMng
+/// Source name, scope and method of the relation manager's error locations.
+constexpr LXErrorLocation LXPCPartAt(const char* method, int line = LX_CURRENT_LINE)
+{
+    return {"lxpcpartcachemng", "XLXPCPartCacheMng", method, line};
+}
+
+class XLXPCPartCacheMng final
 {
 public:
+    using Relations = std::vector<XLXComPtr<ILXParentChild>>;
+
+    /// @param host  outlives every question
     XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock);
-    ~XLXPCPartCacheMng() override;
+    XLXPCPartCacheMng(const XLXPCPartCacheMng&) = delete;
+    XLXPCPartCacheMng& operator=(const XLXPCPartCacheMng&) = delete;
+    ~XLXPCPartCacheMng();
 
-    HRESULT GetParentChildEnum(BSTR typeName, ILXParentChildEnum** ppEnum) override;
-    HRESULT GetPPRRelationsEnum(BSTR parentType, ILXParentChildEnum** ppEnum) override;
-    HRESULT GetPPRRelationsEnumByDO(ILX_BaseDataObject* parent, ILXParentChildEnum** ppEnum) override;
-    HRESULT GetPossiblePPRRelations(BSTR parentType, BSTR childType, ILXParentChildEnum** ppEnum) override;
-    HRESULT GetPossiblePPRRelationsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child,
-                                        ILXParentChildEnum** ppEnum) override;
-    HRESULT PPRRelationExists(BSTR parentType, BSTR childType, bool internal) override;
-    HRESULT PPRRelationExistsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, bool internal) override;
-    HRESULT GetPCRelation(BSTR parentType, BSTR childList, ILXParentChild** ppPC) override;
-    HRESULT GetSinglePCRelation(BSTR parentType, BSTR childType, BSTR childList, ILXParentChild** ppPC) override;
-    HRESULT GetSinglePCRelationByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* relationship,
-                                    ILXParentChild** ppPC) override;
-    HRESULT GetPCEnum(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, bool withPlantypes,
-                      ILXParentChildEnum** ppEnum) override;
-    HRESULT GetPCEnum2(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
-                       ILXParentChildEnum** ppEnum) override;
-    HRESULT GetPossiblePPRRelations2(BSTR parentType, BSTR childType, BSTR browserId, LONG filter,
-                                     ILXParentChildEnum** ppEnum) override;
-    HRESULT GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
-                         ILXParentChildEnum** ppEnum) override;
-    HRESULT InternalFillParentChildMap() override;
+    /// Loads the relations unless they are loaded. A failure is raised once, and there are no relations then until a
+    /// notification says that they changed.
+    void InternalFillParentChildMap() { (void)Load(); }
 
-protected:
-    HRESULT CollectPCRelationsByDO(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
-                                   ILX_BaseDataObject* child, XLXTextView browserId, LONG filter,
-                                   Relations& result) override;
-    HRESULT CollectPCRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter,
-                               Relations& result) override;
+    /// The relations from a parent type to a child type (empty: any) that a browser shows (empty: all) and a filter
+    /// (LXPCFilter) lets through. With both types empty all of them.
+    Relations Collect(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter);
+    /// The same for a type and its base types, nearest first. A base's relation to a child in a child list is left out
+    /// when something nearer has one.
+    Relations CollectWithBases(XLXTextView parentType, XLXTextView browserId, LONG filter);
+
+    // S_FALSE, and nothing handed out: there is no such relation
+
+    /// @param internal  one that is internal to the system counts too
+    HRESULT PPRRelationExists(XLXTextView parentType, XLXTextView childType, bool internal);
+    /// The first relation of a parent type in a child list.
+    HRESULT First(XLXTextView parentType, XLXTextView childList, ILXParentChild** out);
+    /// The relation with these names.
+    HRESULT Single(XLXTextView parentType, XLXTextView childType, XLXTextView childList, ILXParentChild** out);
 
 private:
+    struct Names
+    {
+        XCFGStringKey parent;
+        XCFGStringKey child;
+        XCFGStringKey list;
+
+        friend auto operator<=>(const Names&, const Names&) noexcept = default;
+    };
     struct Entry
     {
         XLXComPtr<XLXParentChildCache> relation;
         bool ppr = false;
         bool systemInternal = false;
     };
-    using ListMap = XNameMap<Entry>;
-    using ChildMap = XNameMap<ListMap>;
     /// The relations in order, and by their three names for look-ups.
-    struct ParentMap
+    struct Map
     {
-        ParentMap() = default;
-        ParentMap(ParentMap&&) = default;
-        ParentMap& operator=(ParentMap&&) = default;
-
-        XNameMap<ChildMap> byParent;
+        std::map<Names, Entry> inOrder;
         XNameIndex<XLXParentChildCache*, 3> byNames;
-    };
-    using ParentMapPtr = std::shared_ptr<const ParentMap>; // a map that is in use never changes
-    struct RelationMap
-    {
-        ParentMapPtr relations; ///< null: there never were any
-        bool answers = false;   ///< false: the last load failed; the relations wait to be refreshed
-    };
-    using RelationMapPtr = std::shared_ptr<const RelationMap>;
-    struct Names;
-    struct Found
-    {
-        XLXComPtr<ILXParentChild> relation;
-        XCFGStringKey child;
-        XCFGStringKey list;
-    };
 
-    // Loading: the fill mutex is held
-    RelationMapPtr LoadAllPCRelation(ILXConfigFactory& factory, const ParentMap* former);
-    RelationMapPtr LoadOrKeepFailure(ILXConfigFactory& factory, RelationMapPtr& refreshed, std::exception_ptr& failure);
-    ParentMap MakeMap(std::vector<XLXCFCDataTransfer::XILXPCData> records, const ParentMap* former,
-                      const XMoment& moment, XRetired& retired) const;
-    XLXComPtr<XLXParentChildCache> Refresh(XLXComPtr<XLXParentChildCache> relation,
-                                           XLXCFCDataTransfer::XILXPCData record, const XMoment& moment,
-                                           XRetired& retired) const;
-    static bool ReadNames(const XVariantRow& values, Names& names, Entry& entry);
-    static XLXParentChildCache* Find(const ParentMap& map, XLXTextView parent, XLXTextView child, XLXTextView list);
-    static const ChildMap* Below(const ParentMap& map, XLXTextView parent);
-    template <class Visit>
-    static void ForEach(const ParentMap& map, Visit&& visit);
-    static void TerminateDropped(const ParentMap* former, const ParentMap& kept) noexcept;
-    RelationMapPtr Load();
+        XLXParentChildCache* Find(XLXTextView parent, XLXTextView child, XLXTextView list) const;
+    };
+    using MapPtr = std::shared_ptr<const Map>; // a map that is in use never changes
+    struct State
+    {
+        MapPtr relations;
+        bool answers = false; ///< false: the last load failed; the relations wait to be refreshed
+    };
+    using StatePtr = std::shared_ptr<const State>;
+
+    // Loading: the fill mutex is held but for the first and the last
+    StatePtr Load();
+    StatePtr LoadOrKeepFailure(ILXConfigFactory& factory, StatePtr& refreshed, std::exception_ptr& failure);
+    MapPtr LoadAllPCRelation(ILXConfigFactory& factory, const Map& former);
+    void AddRelation(Map& map, XLXCFCDataTransfer::XILXPCData record, const Map& former, const XMoment& moment,
+                     XRetired& retired) const;
+    static void TerminateDropped(const Map& former, const Map& kept) noexcept;
 
     // Asking
     /// The relations to answer from, loaded first when needed.
-    ParentMapPtr Loaded();
-    /// Calls visit(child, list, entry) for the relations from a parent to a child (empty: to any), until it answers
-    /// false.
+    MapPtr Loaded();
+    /// Calls visit(names, entry) for the relations between two types as with Collect, until it answers false.
     template <class Visit>
     void VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit);
-    void Collect(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter,
-                 std::vector<Found>& found);
-    void AddPlanTypeRelations(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, bool newOnly,
-                              std::vector<Found>& found);
-    HRESULT EnumerateBelow(const char* method, ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
-                           ILXParentChildEnum** ppEnum);
-    HRESULT EnumerateBetween(const char* method, ILX_BaseDataObject* parent, ILX_BaseDataObject* child, LONG filter,
-                             ILXParentChildEnum** ppEnum);
-    HRESULT Exists(XLXTextView parentType, XLXTextView childType, bool internal);
-    static HRESULT ResolveTypeNames(XLXText& parentType, XLXText& childType, ILX_BaseDataObject* parent,
-                                    ILX_BaseDataObject* child);
+    /// Calls take(child, list, relation) for what Collect collects.
+    template <class Take>
+    void VisitShown(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter, Take&& take);
+    bool ShowsPlanTypes(XLXTextView browserId, bool newOnly);
 
+    XRelationHost& m_host;
     const XClockPtr m_clock;
-    XSharedLoaded<RelationMap> m_relations{XLockLevel::Relations};
+    XSharedLoaded<State> m_relations{XLockLevel::Relations};
 };
-
-template <class Visit>
-void XLXPCPartCacheMng::ForEach(const ParentMap& map, Visit&& visit)
-{
-    for (const auto& [parent, children] : map.byParent)
-    {
-        for (const auto& [child, lists] : children)
-        {
-            for (const auto& [list, entry] : lists)
-            {
-                visit(parent, child, list, entry);
-            }
-        }
-    }
-}
-
-template <class Visit>
-void XLXPCPartCacheMng::VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit)
-{
-    const ParentMapPtr relations = Loaded();
-    const ChildMap* const children = relations ? Below(*relations, parentType) : nullptr;
-    if (children == nullptr)
-    {
-        return;
-    }
-    const auto first = childType.empty() ? children->begin() : children->find(childType);
-    const auto last = childType.empty() || first == children->end() ? children->end() : std::next(first);
-    for (auto child = first; child != last; ++child)
-    {
-        for (const auto& [list, entry] : child->second)
-        {
-            if (!visit(child->first, list, entry))
-            {
-                return;
-            }
-        }
-    }
-}
 
 #endif

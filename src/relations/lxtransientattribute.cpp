@@ -37,20 +37,11 @@ XLXTransientAttribute::XLXTransientAttribute(XLXTextView name)
 
 HRESULT XLXTransientAttribute::GetProperty(int iLXCF_Member, VARIANT* pvarValue)
 {
-    return XLXError::Guarded(At("Get"), [&] {
-        XLXError::CheckPointer(pvarValue, OLESTR("pvarValue"), At("Get"));
-        const XTransientProperty* const property = LXFindProperty(Properties, iLXCF_Member);
-        if (property == nullptr)
-        {
-            RaiseUnknownIndex(iLXCF_Member, At("Get"));
-        }
-        XLXComVariant value;
-        {
-            const std::lock_guard<XLeafMutex> lock(m_mutex);
-            value = m_values[static_cast<std::size_t>(property - Properties)].Copy();
-        }
-        return LXHandOutValue(std::move(value), pvarValue);
-    });
+    return HandOutProperty(Properties, iLXCF_Member, pvarValue, At("Get"), At("Get"),
+                           [&](const XTransientProperty& property) {
+                               const std::lock_guard<XLeafMutex> lock(m_mutex);
+                               return m_values[static_cast<std::size_t>(&property - Properties)].Copy();
+                           });
 }
 
 HRESULT XLXTransientAttribute::SetProperty(int iLXCF_Member, VARIANT varValue)

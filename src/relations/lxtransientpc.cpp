@@ -9,12 +9,9 @@
 
 namespace
 {
-constexpr const OLECHAR* TheChildList = OLESTR("nodes");
-
-// The child list is always the same, whatever is written to it.
 // clang-format off
 constexpr XTransientProperty Properties[] = {
-    {LXRM_CHILDLISTNAME, VT_BSTR, 0, TheChildList},
+    {LXRM_CHILDLISTNAME, VT_BSTR, 0, XLXTransientPC::ChildList},
     {LXRM_CHILDNAME, VT_BSTR}, {LXRM_PARENTNAME, VT_BSTR}, {LXRM_NAMESHORT, VT_BSTR},
     {2, VT_BSTR}, {3, VT_BSTR}, {23, VT_BSTR}, {28, VT_BSTR},
     {4, VT_I4}, {LXRM_PPRRELATIONTYPE, VT_I4}, {27, VT_I4}, {29, VT_I4}, {34, VT_I4},
@@ -48,7 +45,7 @@ Pool& ThePool()
 XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXTextView parent,
                                               const XRelationHost::PlanTypeRelation& relation, bool flag)
 {
-    Names names{XLXText(parent), relation.childType, TheChildList, relation.nameShort};
+    Names names{XLXText(parent), relation.childType, relation.nameShort};
     Pool::Key key(&host, names.parent, names.child, names.nameShort, flag);
     Pool::Key nobodys(nullptr, names.parent, names.child, names.nameShort, flag);
     Pool& pool = ThePool();
@@ -99,8 +96,6 @@ XLXText* XLXTransientPC::Field(int index) noexcept
 {
     switch (index)
     {
-    case LXRM_CHILDLISTNAME:
-        return &m_names.childList;
     case LXRM_CHILDNAME:
         return &m_names.child;
     case LXRM_PARENTNAME:
@@ -114,21 +109,16 @@ XLXText* XLXTransientPC::Field(int index) noexcept
 
 HRESULT XLXTransientPC::GetProperty(int iLXCF_Member, VARIANT* pvarValue)
 {
-    return XLXError::Guarded(At("Get", 67), [&]() -> HRESULT {
-        XLXError::CheckPointer(pvarValue, OLESTR("pvarValue"), At("Get", 67));
-        const XTransientProperty* const property = LXFindProperty(Properties, iLXCF_Member);
-        if (property == nullptr)
-        {
-            return E_INVALIDARG;
-        }
-        XLXComVariant value = property->Value();
-        if (XLXText* const field = Field(iLXCF_Member); field != nullptr && iLXCF_Member != LXRM_CHILDLISTNAME)
-        {
-            const std::lock_guard<XLeafMutex> lock(m_mutex);
-            value = XLXComVariant::FromBstr(*field);
-        }
-        return LXHandOutValue(std::move(value), pvarValue);
-    });
+    return HandOutProperty(Properties, iLXCF_Member, pvarValue, At("Get", 67), {},
+                           [&](const XTransientProperty& property) {
+                               const XLXText* const field = Field(property.index);
+                               if (field == nullptr)
+                               {
+                                   return property.Value();
+                               }
+                               const std::lock_guard<XLeafMutex> lock(m_mutex);
+                               return XLXComVariant::FromBstr(*field);
+                           });
 }
 
 HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue)
@@ -138,13 +128,18 @@ HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue)
         {
             RaiseUnknownIndex(iLXCF_Member, At("Set", 299));
         }
-        if (XLXText* const field = Field(iLXCF_Member); field != nullptr)
+        XLXText* const field = Field(iLXCF_Member);
+        if (field == nullptr && iLXCF_Member != LXRM_CHILDLISTNAME)
         {
-            auto text = XLXComVariant::CopyOf(varValue).AsText();
-            if (!text)
-            {
-                XLXError::Raise(E_INVALIDARG, OLESTR("the value is no text"), At("Set", 299));
-            }
+            return S_OK;
+        }
+        auto text = XLXComVariant::CopyOf(varValue).AsText();
+        if (!text)
+        {
+            XLXError::Raise(E_INVALIDARG, OLESTR("the value is no text"), At("Set", 299));
+        }
+        if (field != nullptr)
+        {
             const std::lock_guard<XLeafMutex> lock(m_mutex);
             field->swap(*text);
         }

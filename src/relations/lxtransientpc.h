@@ -23,16 +23,17 @@ public:
     {
         XLXText parent;
         XLXText child;
-        XLXText childList;
         XLXText nameShort;
     };
+    /// The child list of all of them, whatever is written to it.
+    static constexpr const OLECHAR* ChildList = OLESTR("nodes");
 
     XLXTransientPC(Owner owner, Names names, bool flag)
         : m_owner(std::move(owner)), m_names(std::move(names)), m_flag(flag)
     {}
     ~XLXTransientPC() = default;
 
-    /// The relation with these names, in the child list "nodes".
+    /// The relation with these names.
     static XLXComPtr<ILXParentChild> For(const XRelationHost& host, XLXTextView parent,
                                          const XRelationHost::PlanTypeRelation& relation, bool flag);
     /// A manager goes: its relations answer no PC infos any more, and wait for the next one.
@@ -55,7 +56,7 @@ public:
 private:
     void Renew(Owner owner, Names names);
     XLXComPtr<XPCInfoRegistry> LockOwner() const;
-    /// The field behind a property, null for one that is constant.
+    /// The name behind a property, null for one that is constant.
     XLXText* Field(int index) noexcept;
 
     XModuleReferences m_references;

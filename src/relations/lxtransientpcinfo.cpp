@@ -29,15 +29,8 @@ XLXComVariant ValueOf(const XTransientProperty& property, XLXTextView browserId,
 HRESULT XLXTransientPCInfo::GetProperty(int iLXCF_Member, VARIANT* pvarValue)
 {
     const auto at = [](int line) { return LXHere("lxtransientpcinfo", "XLXTransientPCInfo", "Get", line); };
-    return XLXError::Guarded(at(61), [&] {
-        XLXError::CheckPointer(pvarValue, OLESTR("pvarValue"), at(61));
-        const XTransientProperty* const property = LXFindProperty(Properties, iLXCF_Member);
-        if (property == nullptr)
-        {
-            RaiseUnknownIndex(iLXCF_Member, at(107));
-        }
-        return LXHandOutValue(ValueOf(*property, m_browserId, m_isNew), pvarValue);
-    });
+    return HandOutProperty(Properties, iLXCF_Member, pvarValue, at(61), at(107),
+                           [&](const XTransientProperty& property) { return ValueOf(property, m_browserId, m_isNew); });
 }
 
 XLXVariantVector XLXTransientPCInfo::Values(XLXTextView browserId, bool isNew)

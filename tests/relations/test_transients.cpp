@@ -41,7 +41,7 @@ std::string Table(ILXConfigObject& object, int first, int last)
 
 TEST(Transients, ARelationHasItsNamesAndConstants)
 {
-    XLXTransientPC relation({}, {OLESTR("P"), OLESTR("C"), OLESTR("L"), OLESTR("S")}, false);
+    XLXTransientPC relation({}, {OLESTR("P"), OLESTR("C"), OLESTR("S")}, false);
     const std::string untouched = "0snodes 1sC 2s 3s 4i0 8b0 9b0 10b0 11b0 12b1 13b0 14b0 15b1 17b0 19sP "
                                   "20i0 21sS 23s 26b0 27i0 28s 29i0 "
                                   "30b0 31b0 32b0 33b0 34i0 35b0 36b0 ";
@@ -123,7 +123,7 @@ TEST(Transients, AReferenceToWhatIsNotCountedKeepsTheModule)
         EXPECT_EQ(object.Release(), 1u); // of a reference that there is not
         EXPECT_EQ(XModuleCount::Locks(), before) << "others' locks stay";
     };
-    XLXTransientPC relation({}, {OLESTR("P"), OLESTR("C"), OLESTR("L"), OLESTR("S")}, false);
+    XLXTransientPC relation({}, {OLESTR("P"), OLESTR("C"), OLESTR("S")}, false);
     expectLocks(relation);
     XLXTransientPCInfo info(OLESTR("Tree"), false);
     expectLocks(info);
