@@ -7,6 +7,7 @@
 #include "cachefixture.h"
 
 #include <atomic>
+#include <future>
 
 /// Does something inside the next call of a method, on the calling thread; by default when its answer is made.
 class Inside
@@ -33,6 +34,34 @@ public:
 private:
     XCallMonitor& m_calls;
     std::atomic<bool> m_happened{false};
+};
+
+/// A cache with a thread that is asking the server for something already. Such a thread waits for nobody who asks: it
+/// asks the server itself, beside them.
+class BesideTest : public CacheTest
+{
+protected:
+    using CacheTest::CacheTest;
+
+    /// Does something on that thread, while it asks for the relations.
+    std::future<void> Beside(std::function<void()> work)
+    {
+        m_server->SendNotification("pc/x/0/4"); // the relations are asked for again, and nothing of any type
+        return std::async(std::launch::async, [this, work = std::move(work)] {
+            bool happened = false;
+            Calls().SetStandingHook([&, asking = std::this_thread::get_id()](const XServerCall& call) {
+                if (call.name == "ILXConfigFactory::GetPCArray" && std::this_thread::get_id() == asking && !happened)
+                {
+                    happened = true;
+                    work();
+                }
+            });
+            XLXComPtr<ILXParentChildEnum> relations;
+            Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put());
+            Calls().SetStandingHook({});
+            EXPECT_TRUE(happened) << "nothing was asked";
+        });
+    }
 };
 
 /// Sends a notification straight to a cached object.

@@ -6,7 +6,7 @@
 
 namespace
 {
-class FreshTypes : public CacheTest
+class FreshTypes : public BesideTest
 {
 protected:
     using Texts = std::vector<std::string>;
@@ -32,6 +32,11 @@ protected:
         XLXComPtr<ILXAttributeTypeEnum> types;
         EXPECT_EQ(attribute->GetAttributeTypeEnum(types.Put()), S_OK);
         return types;
+    }
+    static bool Has(const XLXComPtr<ILXType>& type, const OLECHAR* name)
+    {
+        XLXComPtr<ILXAttribute> found;
+        return type->GetAttribute(XLXComBSTR(XLXText(name)).Get(), found.Put()) == S_OK;
     }
     XLXText ItemsNameThrough(const char* type) { return LXRead(Attribute(type, "Name").Get(), XProperty::Label); }
 };
@@ -73,6 +78,24 @@ TEST_F(FreshTypes, ARemovedAttributeTypeGoesAndAnotherOneStaysTheSameObject)
         Terminate();
         Edit().AddAttributeType("Pump", "Head", "Feet");
     }
+}
+
+TEST_F(FreshTypes, AMapThatWasMergedWithAnOlderBaseReplacesNoNewerOne)
+{
+    ASSERT_EQ(Start(0), S_OK);
+    const auto base = Type("Item");
+    const auto derived = Type("Equipment");
+    EXPECT_TRUE(Has(base, OLESTR("Name")));
+    {
+        const Inside overtaken(Calls(), "ILXType::GetTypeComponentData", [&] { // the base's content is taken already
+            Edit().AddAttribute("Item", "Colour", 0, XNotify::No);
+            LXNotifyStraight(base, OLESTR("objects/Item/0/512"));
+            Beside([&] { EXPECT_TRUE(Has(derived, OLESTR("Colour"))); }).get();
+        });
+        EXPECT_TRUE(Has(derived, OLESTR("Power")));
+    }
+    ExpectCalls(0, [&] { EXPECT_TRUE(Has(derived, OLESTR("Colour"))); }); // else it is merged again
+    Terminate();
 }
 
 TEST_F(FreshTypes, PagesLoadedThroughAFormerServerObjectAreStale)

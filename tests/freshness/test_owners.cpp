@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+//
+// Notifications that come straight to an object whose parts are not there yet: an answer from before such a
+// notification brings them, or refreshes them when they have come by a newer one.
+#include "inside.h"
+#include "relationfixture.h"
+
+namespace
+{
+class StraightToAnOwner : public BesideTest
+{
+protected:
+    void SetUp() override { ASSERT_EQ(Start(0), S_OK); }
+    void TearDown() override { Terminate(); }
+
+    void ChangeHead() { Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "new", XNotify::No); }
+    XLXText HeadsLabel() { return LXRead(Attribute("Pump", "Head").Get(), XProperty::Label); }
+};
+
+TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatIsOnItsWay)
+{
+    const auto pump = Type("Pump");
+    Attribute("Equipment", "Power"); // the bases are there
+    {
+        const Inside overtaken(Calls(), "ILXType::GetTypeComponentData", [&] {
+            ChangeHead();
+            LXNotifyStraight(pump, OLESTR("properties/Pump/0/512"));
+        });
+        Attribute("Pump", "Head");
+    }
+    EXPECT_EQ(HeadsLabel(), OLESTR("new"));
+}
+
+TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatAnOlderAnswerRefreshes)
+{
+    const auto pump = Type("Pump");
+    Attribute("Equipment", "Power");
+    {
+        const Inside overtaken(Calls(), "ILXType::GetTypeComponentData", [&] {
+            ChangeHead();
+            LXNotifyStraight(pump, OLESTR("objects/Pump/0/512"));
+            Beside([&] { EXPECT_EQ(HeadsLabel(), OLESTR("new")); }).get();
+        });
+        Attribute("Pump", "Head"); // the older answer finds the attribute that entered after the notification
+    }
+    EXPECT_EQ(HeadsLabel(), OLESTR("new"));
+}
+
+TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeTypeThatIsOnItsWay)
+{
+    const auto title = Attribute("Document", "Title");
+    Edit().AddAttributeType("Document", "Title", "Short"); // the attribute that is held enumerates its types
+    const auto labels = [&] {
+        XLXComPtr<ILXAttributeTypeEnum> types;
+        EXPECT_EQ(title->GetAttributeTypeEnum(types.Put()), S_OK);
+        return LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeLabel);
+    };
+    {
+        const Inside overtaken(Calls(), "ILXAttributeType::GetProperties", [&] {
+            Edit().SetAttributeTypeProperty("Document", "Title", "Short", XProperty::AttributeTypeLabel, "new",
+                                            XNotify::No);
+            LXNotifyStraight(title, OLESTR("properties/Document/0/1024"));
+        });
+        labels();
+    }
+    EXPECT_EQ(labels(), std::vector<std::string>{"new"});
+}
+
+using StraightToARelation = RelationTest;
+
+TEST_F(StraightToARelation, IsNotLostOnAPCInfoThatIsOnItsWay)
+{
+    ASSERT_EQ(Start(), S_OK);
+    const auto desks = Single("Node", "Desk", "nodes");
+    const auto labels = [&] {
+        XLXComPtr<ILXPCInfoEnum> infos;
+        EXPECT_EQ(desks->GetPCInfoEnum(infos.Put()), S_OK);
+        return LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoLabel);
+    };
+    {
+        const Inside overtaken(Calls(), "ILXPCInfo::GetProperties", [&] {
+            for (const char* browser : {"List", "Tree"})
+            {
+                Edit().SetPCInfoProperty("Node", "Desk", "nodes", browser, XProperty::PCInfoLabel, "new", XNotify::No);
+            }
+            LXNotifyStraight(desks, OLESTR("properties/Node/0/4"));
+        });
+        labels();
+    }
+    EXPECT_EQ(labels(), (Names{"new", "new"}));
+    Terminate();
+}
+} // namespace
