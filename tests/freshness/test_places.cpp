@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
 // Two threads, one of which asks at each place in turn where the other one allocates: what is not complete yet is not
-// taken for it.
+// taken for it, and neither takes what the other one needs.
 #include "allocations.h"
 #include "inside.h"
 
-#include <future>
-
 namespace
 {
-class Places : public CacheTest
+class Places : public BesideTest
 {
 protected:
     using Question = std::function<bool()>;
@@ -17,9 +15,9 @@ protected:
     void SetUp() override
     {
         XAllocationWatch::ExceptWhile([] {
-            if (s_left > 0 && --s_left == 0)
+            if (t_left > 0 && --t_left == 0)
             {
-                s_work();
+                t_work();
             }
             return false;
         });
@@ -28,11 +26,11 @@ protected:
     {
         Calls().SetHook({});
         XAllocationWatch::ExceptWhile(nullptr);
-        s_work = {};
+        t_work = {};
         Terminate();
     }
     /// The place is the n-th allocation of this thread from now on; 0: there is none.
-    static void CountTo(int n) { s_left = n; }
+    static void CountTo(int n) { t_left = n; }
 
     /// Prepares each place and lets the first thread ask until it does not come to the place any more. At the place
     /// the second one asks. It may wait for the first, and is then answered after it.
@@ -43,7 +41,7 @@ protected:
         {
             prepare(++place);
             std::future<bool> answer;
-            s_work = [&] {
+            t_work = [&] {
                 answer = std::async(std::launch::async, second);
                 answer.wait_for(std::chrono::milliseconds(50));
             };
@@ -63,9 +61,73 @@ protected:
         return type->GetAttribute(XLXComBSTR(LXFromUtf8(name)).Get(), found.Put()) == S_OK;
     }
 
+    /// How far two threads came that asked beside each other.
+    struct Met
+    {
+        bool first = false;  ///< the first to its place, where the second began to ask
+        bool second = false; ///< the second to its own, where the first went on
+    };
+    /// Lets this thread ask, and at its n-th allocation after the server's answer another one, which waits for nobody
+    /// and stops at its own n-th allocation until this one is through.
+    Met AskBeside(int first, int second, const Question& question)
+    {
+        Met met;
+        Signals signals;
+        std::future<void> other;
+        t_work = [&] {
+            met.first = true;
+            other = Beside([&] { AskAndStop(second, question, signals); });
+            auto stopped = signals.stopped.get_future(); // never, while it waits for a lock that this thread has
+            met.second = stopped.wait_for(std::chrono::milliseconds(500)) == std::future_status::ready && stopped.get();
+        };
+        Calls().SetHook([&](const XServerCall& call) {
+            if (call.name == "ILXType::GetTypeComponentData" && call.point == XCallPoint::Answer && !met.first)
+            {
+                CountTo(first);
+            }
+        });
+        ExpectAnswer(0, question, "the first");
+        signals.through.set_value();
+        if (other.valid())
+        {
+            other.get();
+        }
+        return met;
+    }
+
 private:
-    static inline std::atomic<int> s_left{0};
-    static inline std::function<void()> s_work;
+    struct Signals
+    {
+        std::promise<bool> stopped; ///< the second thread stands at its place; false: it is through
+        std::promise<void> through; ///< the first thread is
+    };
+    static void AskAndStop(int place, const Question& question, Signals& signals)
+    {
+        bool isThere = false;
+        t_work = [&] {
+            isThere = true;
+            signals.stopped.set_value(true);
+            // Never, while the first thread waits for a lock that this one has.
+            signals.through.get_future().wait_for(std::chrono::milliseconds(50));
+        };
+        ExpectAnswer(place, question, "the second");
+        if (!isThere)
+        {
+            signals.stopped.set_value(false);
+        }
+    }
+    static void ExpectAnswer(int place, const Question& question, const char* who)
+    {
+        CountTo(place);
+        {
+            const XAllocationWatch watch;
+            EXPECT_TRUE(question()) << who;
+        }
+        CountTo(0);
+    }
+
+    static inline thread_local int t_left = 0;
+    static inline thread_local std::function<void()> t_work;
 };
 
 TEST_F(Places, ADerivedTypeIsNotCompleteBeforeItHasWhatItsBaseGot)
@@ -107,5 +169,31 @@ TEST_F(Places, OvertakenRecordsDoNotCountAsReadWhileTheyAreParsed)
             m_server->SendNotification("objects/Item/0/512");
         },
         [&] { return Has(item, "Weight"); }, [&] { return LXNarrow(LXRead(held.Get(), XProperty::Label)) == label; });
+}
+
+TEST_F(Places, OfTwoThreadsThatFetchTheSameEachGetsAll)
+{
+    ASSERT_EQ(Start(), S_OK); // so that an answer brings components of other kinds too
+    const auto item = Type("Item");
+    std::string name = "Weight"; // of an attribute that is there since the last notification
+    int met = 0;
+    bool hasFirst = true;
+    for (int first = 1; hasFirst; ++first)
+    {
+        bool hasSecond = true;
+        for (int second = 1; hasSecond; ++second)
+        {
+            SCOPED_TRACE("from allocation " + std::to_string(first) + " to " + std::to_string(second));
+            Edit().RemoveAttribute("Item", name, XNotify::No);
+            name = "X" + std::to_string(first) + "." + std::to_string(second);
+            Edit().AddAttribute("Item", name, 0, XNotify::No);
+            LXNotifyStraight(item, OLESTR("objects/Item/0/1"));
+            const Met reached = AskBeside(first, second, [&] { return Has(item, name); });
+            hasFirst = reached.first;
+            hasSecond = reached.second;
+            met += reached.second ? 1 : 0;
+        }
+    }
+    EXPECT_GT(met, 50);
 }
 } // namespace

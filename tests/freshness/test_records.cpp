@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+//
+// Records that wait until somebody asks for what they bring. The server has one object for each type and attribute in
+// bulk: so nothing is stale only because it has another object.
+#include "hostileserver.h"
+#include "inside.h"
+
+namespace
+{
+using namespace XLXCFCDataTransfer;
+
+class WaitingRecords : public HostileTest
+{
+protected:
+    WaitingRecords()
+    {
+        m_factory->types = [this](SAFEARRAY** out) { return WithSameObjects(Bulk()->GetTypeArrayEx(15, out), out); };
+        m_factory->namedTypes = [this](SAFEARRAY** out) {
+            XLXSafeArray names(SafeArrayCreateVector(VT_BSTR, 0, 1));
+            LONG index = 0;
+            SafeArrayPutElement(names.Get(), &index, XLXComBSTR(OLESTR("Document")).Get());
+            return WithSameObjects(Bulk()->GetTypeArrayByTypeNameArrayEx(names.Get(), 1, 15, out), out);
+        };
+    }
+    void SetUp() override
+    {
+        Edit().AddAttributeType("Document", "Title", "Short");
+        ASSERT_EQ(StartHostile(), S_OK);
+        m_document = Named(OLESTR("Document"));
+    }
+    void TearDown() override { Terminate(); }
+
+    XLXComPtr<ILXAttribute> Find(const OLECHAR* name)
+    {
+        XLXComPtr<ILXAttribute> found;
+        m_document->GetAttribute(XLXComBSTR(XLXText(name)).Get(), found.Put());
+        return found;
+    }
+    /// Reads the document and its components anew, by its name.
+    void Load()
+    {
+        const XLXComBSTR name(OLESTR("Document"));
+        BSTR names[] = {name.Get()};
+        EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 1), S_OK);
+    }
+
+    XLXComPtr<ILXType> m_document;
+
+private:
+    XLXComPtr<ILXConfigFactoryEx> Bulk() { return m_server->ConfigFactory().As<ILXConfigFactoryEx>(); }
+
+    HRESULT WithSameObjects(HRESULT result, SAFEARRAY** array)
+    {
+        XILXTypeMap types = GetMapFromArray(XLXSafeArray(std::exchange(*array, nullptr)));
+        for (const auto& [name, index] : types.names)
+        {
+            XILXTypeData& type = types.records[index];
+            Keep(name, type.config);
+            std::vector<XILXAttributeData> attributes = ReadAttributeList(std::move(type.components.attributes));
+            for (XILXAttributeData& attribute : attributes)
+            {
+                Keep(name + attribute.values[0].AsText().value_or(XLXText()), attribute);
+            }
+            type.components.attributes = GetArrayFromAttributeList(std::move(attributes));
+        }
+        *array = GetArrayFromMap(std::move(types)).Detach();
+        return result;
+    }
+    void Keep(const XLXText& name, XILXConfigData& record)
+    {
+        record.object = m_objects.try_emplace(name, record.object).first->second;
+    }
+
+    std::map<XLXText, XLXComPtr<IUnknown>> m_objects;
+};
+
+TEST_F(WaitingRecords, AreNotOverlookedForAMapThatIsFresh)
+{
+    EXPECT_TRUE(Find(OLESTR("Title")));
+    Edit().AddAttribute("Document", "Author", 0, XNotify::No);
+    Load();
+    ExpectCalls(0, [&] { EXPECT_TRUE(Find(OLESTR("Author"))); });
+}
+
+TEST_F(WaitingRecords, AreNotDroppedByAnOlderMap)
+{
+    LXNotifyStraight(m_document, OLESTR("objects/Document/0/512"));
+    {
+        const Inside beside(Calls(), "ILXType::GetTypeComponentData", [&] {
+            Edit().AddAttribute("Document", "Author", 0, XNotify::No);
+            Load();
+        });
+        EXPECT_TRUE(Find(OLESTR("Title"))); // of the answer without the author
+    }
+    ExpectCalls(0, [&] { EXPECT_TRUE(Find(OLESTR("Author"))); });
+}
+
+TEST_F(WaitingRecords, DoNotRefreshAnAttributeTypeThatEnteredAfterANotification)
+{
+    const auto title = Find(OLESTR("Title"));
+    const auto label = [&] {
+        XLXComPtr<ILXAttributeTypeEnum> types;
+        EXPECT_EQ(title->GetAttributeTypeEnum(types.Put()), S_OK);
+        return LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeLabel);
+    };
+    const std::vector<std::string> changed{"new"};
+    {
+        const Inside overtaken(Calls(), "ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", [&] {
+            Edit().SetAttributeTypeProperty("Document", "Title", "Short", XProperty::AttributeTypeLabel, "new",
+                                            XNotify::No);
+            LXNotifyStraight(title, OLESTR("objects/Document/0/1024"));
+            EXPECT_EQ(label(), changed); // of an attribute type that this enumeration made
+        });
+        Load();
+    }
+    EXPECT_EQ(Find(OLESTR("Title")), title); // parses the records
+    EXPECT_EQ(label(), changed);
+}
+} // namespace
