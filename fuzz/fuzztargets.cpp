@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "fuzztargets.h"
 #include "XCFCDataTransfer.h"
+#include "XTransferWriters.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -2,6 +2,7 @@
 //
 // Writes the seed corpus: arrays of every kind as the writers make them, and spoiled copies of them.
 #include "XCFCDataTransfer.h"
+#include "XTransferWriters.h"
 #include "arraycode.h"
 
 #include <cstdio>
@@ -86,13 +87,13 @@ XLXSafeArray TypeArray(int count)
     for (int i = 0; i < count; ++i)
     {
         const XLXText name = OLESTR("T") + XLXText(1, static_cast<OLECHAR>('0' + i));
-        XILXTypeData& record = types.records[types.IndexOf(name)];
+        XILXTypeData& record = types.records[IndexOf(types, name)];
         record.config = {Object(), Values(4)};
         record.components = i % 2 == 1 ? Components(1) : XILXTypeComp();
         record.baseIndex = i - 1;
         record.listed = true;
     }
-    types.IndexOf(OLESTR("Base"));
+    IndexOf(types, OLESTR("Base"));
     return GetArrayFromMap(std::move(types));
 }
 

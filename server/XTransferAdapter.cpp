@@ -3,7 +3,7 @@
 // The one file that calls the writers of the transfer format.
 #include "XBulkData.h"
 
-#include "XCFCDataTransfer.h"
+#include "XTransferWriters.h"
 
 namespace Transfer = XLXCFCDataTransfer;
 

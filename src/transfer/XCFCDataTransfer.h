@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
 // The transfer format: how type, component and relation data travel from a server to the cache, as one flat array of
-// variants. docs/transfer-format.md has the picture. A server needs only the writers, the cache only the readers.
+// variants. docs/transfer-format.md has the picture. The writers are the server's (server/transfer).
 //
-// Ownership  Every function takes over what it is given: a reader moves values and objects out of its array and ends
-//            it, a writer moves them out of its records. Results are the caller's.
+// Ownership  Every function moves values and objects out of the array that it is given, and ends it. Results are the
+//            caller's.
 // Threading  Nothing is shared, so every function may run on any thread. Ends of arrays and records release objects,
 //            which is foreign code: no lock may be held.
 // Errors     A null array raises E_POINTER, everything that does not fit the format E_INVALIDARG with a fixed text,
@@ -13,7 +13,6 @@
 #define XCFCDATATRANSFER_H
 
 #include "XArrayReader.h"
-#include "XArrayWriter.h"
 
 namespace XLXCFCDataTransfer
 {
@@ -21,16 +20,13 @@ namespace XLXCFCDataTransfer
 
 /// Reads a type array (GetTypeArray and its siblings). Of two entries of the same key the later one counts.
 XILXTypeMap GetMapFromArray(XLXSafeArray array);
-XLXSafeArray GetArrayFromMap(XILXTypeMap types);
 
 /// Reads a parent-child array (GetPCArray).
 std::vector<XILXPCData> GetVecFromArray(XLXSafeArray array);
-XLXSafeArray GetArrayFromVec(std::vector<XILXPCData> relations);
 
 /// Reads a type-component record (GetTypeComponentData).
 /// @param type  whose record it is, for the logbook
 XILXTypeComp GetWrapperFromArray(XLXSafeArray array, XLXTextView type = {});
-XLXSafeArray GetArrayFromWrapper(XILXTypeComp components);
 
 // ---- Record lists, the sub-arrays of a type-component record ----
 
@@ -38,14 +34,11 @@ XLXSafeArray GetArrayFromWrapper(XILXTypeComp components);
 /// @param origin  which of them it is, and whose, for the logbook
 std::vector<XILXConfigData> GetSingleTypedVecFromArray(XLXSafeArray array,
                                                        const XArrayOrigin& origin = {"records", {}});
-XLXSafeArray GetArrayFromSingleTypedVec(std::vector<XILXConfigData> records);
 
 /// Reads an attribute list: record after record, each with 60 values, up to the end of the array. No elements at all
 /// are a list of no attributes.
 /// @param type  whose attributes they are, for the logbook
 std::vector<XILXAttributeData> ReadAttributeList(XLXSafeArray array, XLXTextView type = {});
-/// Raises E_INVALIDARG for a record without exactly 60 values, or an attribute type of it without exactly 7.
-XLXSafeArray GetArrayFromAttributeList(std::vector<XILXAttributeData> attributes);
 } // namespace XLXCFCDataTransfer
 
 #endif

@@ -68,12 +68,6 @@ struct XILXTypeMap
 {
     std::map<XLXText, ULONG> names;
     std::map<ULONG, XILXTypeData> records;
-
-    /// The index of a name, for writers that number the names in the order of their first use.
-    ULONG IndexOf(XLXTextView name)
-    {
-        return names.try_emplace(XLXText(name), static_cast<ULONG>(names.size())).first->second;
-    }
 };
 
 /// A parent-child relation.

@@ -2,7 +2,7 @@
 //
 // A server that delivers arrays which are not what they should be: the caller gets the error, and the cache stays as
 // it was.
-#include "XCFCDataTransfer.h"
+#include "XTransferWriters.h"
 #include "cachefixture.h"
 
 using namespace XLXCFCDataTransfer;

@@ -256,7 +256,7 @@ protected:
         XLXCFCDataTransfer::XILXTypeMap types;
         for (const XLXText& name : names)
         {
-            auto& record = types.records[types.IndexOf(name)];
+            auto& record = types.records[IndexOf(types, name)];
             record.listed = true;
             record.config.object = Asking();
             record.config.values = XLXVariantVector(28);

@@ -5,7 +5,7 @@
 #ifndef HOSTILESERVER_H
 #define HOSTILESERVER_H
 
-#include "XCFCDataTransfer.h"
+#include "XTransferWriters.h"
 #include "cachefixture.h"
 
 /// A counted object that answers for its interfaces and nothing else.

@@ -29,7 +29,7 @@ struct ItemRecord
     XLXSafeArray Array()
     {
         XILXTypeMap map;
-        XILXTypeData& record = map.records[map.IndexOf(OLESTR("Item"))];
+        XILXTypeData& record = map.records[IndexOf(map, OLESTR("Item"))];
         record.listed = true;
         record.config.object = server;
         record.config.values = Values(28, 0, XLXComVariant::FromBstr(OLESTR("Item")));

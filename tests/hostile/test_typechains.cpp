@@ -17,7 +17,7 @@ XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types, const XLXCo
     XILXTypeMap map;
     for (const HostileType& type : types)
     {
-        XILXTypeData& record = map.records[map.IndexOf(type.name)];
+        XILXTypeData& record = map.records[IndexOf(map, type.name)];
         record.listed = true;
         record.config.object = server;
         record.config.values = XLXVariantVector(28);

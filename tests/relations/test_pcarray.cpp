@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Relation arrays that are not what they should be.
-#include "XCFCDataTransfer.h"
+#include "XTransferWriters.h"
 #include "lxpcpartcachemng.h"
 #include "relationfixture.h"
 

@@ -69,16 +69,16 @@ INSTANTIATE_TEST_SUITE_P(Transfer, EveryKind, testing::ValuesIn(AllKinds), testi
 TEST(TypeArray, HasTheElementsOfTheDocumentedExample)
 {
     XILXTypeMap types;
-    const ULONG part = types.IndexOf(OLESTR("Part"));
+    const ULONG part = IndexOf(types, OLESTR("Part"));
     types.records[part].config = {NewObject(), Values(Text(OLESTR("Part")), XLXComVariant(), XLXComVariant())};
     types.records[part].listed = types.records[part].searchable = true;
 
-    XILXTypeData& pump = types.records[types.IndexOf(OLESTR("Pump"))];
+    XILXTypeData& pump = types.records[IndexOf(types, OLESTR("Pump"))];
     pump.config = {NewObject(), Values(Text(OLESTR("Pump")), XLXComVariant(), Text(OLESTR("Part")))};
     std::vector<XILXConfigData> editors(1);
     editors[0] = {NewObject(), Values(Text(OLESTR("tree")), Bool(true), Bool(false), Text(OLESTR("Pump.Editor")))};
     pump.components.editors = GetArrayFromSingleTypedVec(std::move(editors));
-    pump.baseIndex = static_cast<LONG>(types.IndexOf(OLESTR("Part")));
+    pump.baseIndex = static_cast<LONG>(IndexOf(types, OLESTR("Part")));
     pump.listed = true;
 
     EXPECT_EQ(Describe(GetArrayFromMap(std::move(types))), Describe(Sample(EKind::TypeArray)));

@@ -5,6 +5,7 @@
 #define TRANSFERFIXTURES_H
 
 #include "XCFCDataTransfer.h"
+#include "XTransferWriters.h"
 
 #include <gtest/gtest.h>
 

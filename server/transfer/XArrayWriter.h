@@ -6,7 +6,7 @@
 //     list.Put(LONG{1}, XILXConfigData{page, std::move(values)});
 //     XLXSafeArray array = list.Finish();
 //
-// Servers rather fill the records and hand them to the functions of XCFCDataTransfer.h.
+// Servers rather fill the records and hand them to the functions of XTransferWriters.h.
 #ifndef XARRAYWRITER_H
 #define XARRAYWRITER_H
 

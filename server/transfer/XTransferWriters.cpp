@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "XCFCDataTransfer.h"
+#include "XTransferWriters.h"
 
 namespace XLXCFCDataTransfer
 {
@@ -15,6 +15,11 @@ void VecToSafeArray(XArrayWriter& to, std::vector<Record>&& records)
     }
 }
 } // namespace
+
+ULONG IndexOf(XILXTypeMap& types, XLXTextView name)
+{
+    return types.names.try_emplace(XLXText(name), static_cast<ULONG>(types.names.size())).first->second;
+}
 
 XLXSafeArray GetArrayFromMap(XILXTypeMap types)
 {
