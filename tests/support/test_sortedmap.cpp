@@ -7,6 +7,10 @@
 #include <random>
 #include <string>
 
+#if defined(__GLIBCXX__) && !defined(NDEBUG) && !defined(_GLIBCXX_ASSERTIONS)
+#error "debug and sanitizer builds check the indices of the library's containers"
+#endif
+
 namespace
 {
 template <class Map, class Key, class KeyOf>
