@@ -30,7 +30,6 @@ typedef HRESULT(STDAPICALLTYPE* LPFNCANUNLOADNOW)(void);
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv);
 STDAPI DllCanUnloadNow(void);
 
-EXTERN_C HRESULT WINAPI CoInitialize(LPVOID pvReserved);
 EXTERN_C HRESULT WINAPI CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit);
 EXTERN_C void WINAPI CoUninitialize(void);
 
@@ -49,11 +48,9 @@ EXTERN_C void WINAPI CoFreeUnusedLibraries(void);
 EXTERN_C void WINAPI CoFreeUnusedLibrariesEx(DWORD dwUnloadDelay, DWORD dwReserved);
 
 EXTERN_C LPVOID WINAPI CoTaskMemAlloc(SIZE_T cb);
-EXTERN_C LPVOID WINAPI CoTaskMemRealloc(LPVOID pv, SIZE_T cb);
 EXTERN_C void WINAPI CoTaskMemFree(LPVOID pv);
 
 EXTERN_C int WINAPI StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax);
-EXTERN_C HRESULT WINAPI CLSIDFromString(LPCOLESTR lpsz, CLSID* pclsid);
 EXTERN_C HRESULT WINAPI CLSIDFromProgID(LPCOLESTR lpszProgID, CLSID* pclsid);
 
 #endif

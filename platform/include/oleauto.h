@@ -35,14 +35,9 @@
 #define V_ARRAY(X) V_UNION(X, parray)
 #define V_BYREF(X) V_UNION(X, byref)
 
-#define VARIANT_NOVALUEPROP 0x1
-#define VARIANT_ALPHABOOL 0x2
-
 EXTERN_C BSTR WINAPI SysAllocString(const OLECHAR* psz);
 EXTERN_C BSTR WINAPI SysAllocStringLen(const OLECHAR* pch, UINT cch);
 EXTERN_C BSTR WINAPI SysAllocStringByteLen(LPCSTR psz, UINT cb);
-EXTERN_C INT WINAPI SysReAllocString(BSTR* pbstr, const OLECHAR* psz);
-EXTERN_C INT WINAPI SysReAllocStringLen(BSTR* pbstr, const OLECHAR* pch, UINT cch);
 EXTERN_C void WINAPI SysFreeString(BSTR bstr);
 EXTERN_C UINT WINAPI SysStringLen(BSTR bstr);
 EXTERN_C UINT WINAPI SysStringByteLen(BSTR bstr);

@@ -1,24 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// Locks, interlocked operations, threads, modules and the machine's name.
+// The slim lock, threads, modules and the machine's name.
 #ifndef LXPLATFORM_WINBASE_H
 #define LXPLATFORM_WINBASE_H
 
-#include <pthread.h>
 #include <windef.h>
-
-/* A recursive lock. It must be initialised, and deleted when nobody holds it. */
-typedef struct _RTL_CRITICAL_SECTION
-{
-    pthread_mutex_t lxMutex;
-} CRITICAL_SECTION, RTL_CRITICAL_SECTION, *LPCRITICAL_SECTION;
-
-EXTERN_C void WINAPI InitializeCriticalSection(CRITICAL_SECTION* section);
-EXTERN_C BOOL WINAPI InitializeCriticalSectionAndSpinCount(CRITICAL_SECTION* section, DWORD spinCount);
-EXTERN_C void WINAPI DeleteCriticalSection(CRITICAL_SECTION* section);
-EXTERN_C void WINAPI EnterCriticalSection(CRITICAL_SECTION* section);
-EXTERN_C BOOL WINAPI TryEnterCriticalSection(CRITICAL_SECTION* section);
-EXTERN_C void WINAPI LeaveCriticalSection(CRITICAL_SECTION* section);
 
 /* A slim lock, shared or exclusive, not recursive: 8 bytes, all zero when free, nothing to delete. A waiting
  * writer is not overtaken by readers that come after it. */
@@ -32,19 +18,12 @@ typedef union _RTL_SRWLOCK
         0                                                                                                              \
     }
 
-EXTERN_C void WINAPI InitializeSRWLock(SRWLOCK* lock);
 EXTERN_C void WINAPI AcquireSRWLockExclusive(SRWLOCK* lock);
 EXTERN_C void WINAPI AcquireSRWLockShared(SRWLOCK* lock);
 EXTERN_C BOOLEAN WINAPI TryAcquireSRWLockExclusive(SRWLOCK* lock);
 EXTERN_C BOOLEAN WINAPI TryAcquireSRWLockShared(SRWLOCK* lock);
 EXTERN_C void WINAPI ReleaseSRWLockExclusive(SRWLOCK* lock);
 EXTERN_C void WINAPI ReleaseSRWLockShared(SRWLOCK* lock);
-
-EXTERN_C LONG WINAPI InterlockedIncrement(LONG volatile* target);
-EXTERN_C LONG WINAPI InterlockedDecrement(LONG volatile* target);
-EXTERN_C LONG WINAPI InterlockedExchange(LONG volatile* target, LONG value);
-EXTERN_C LONG WINAPI InterlockedExchangeAdd(LONG volatile* target, LONG value);
-EXTERN_C LONG WINAPI InterlockedCompareExchange(LONG volatile* target, LONG value, LONG comparand);
 
 EXTERN_C DWORD WINAPI GetLastError(void);
 EXTERN_C void WINAPI SetLastError(DWORD code);

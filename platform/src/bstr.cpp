@@ -70,23 +70,6 @@ BSTR SysAllocStringByteLen(LPCSTR psz, UINT cb)
     return Allocate(psz, cb);
 }
 
-INT SysReAllocString(BSTR* pbstr, const OLECHAR* psz)
-{
-    return SysReAllocStringLen(pbstr, psz, psz == nullptr ? 0 : Length(psz));
-}
-
-INT SysReAllocStringLen(BSTR* pbstr, const OLECHAR* pch, UINT cch)
-{
-    const BSTR made = SysAllocStringLen(pch, cch);
-    if (made == nullptr)
-    {
-        return FALSE;
-    }
-    SysFreeString(*pbstr); // last: the new text may be a part of the old one
-    *pbstr = made;
-    return TRUE;
-}
-
 void SysFreeString(BSTR bstr)
 {
     if (bstr != nullptr)

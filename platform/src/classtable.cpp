@@ -201,11 +201,6 @@ void TryUnload(Tables& tables, std::list<Module>::iterator module, DWORD delay)
 }
 } // namespace
 
-HRESULT CoInitialize(LPVOID pvReserved)
-{
-    return CoInitializeEx(pvReserved, COINIT_APARTMENTTHREADED);
-}
-
 HRESULT CoInitializeEx(LPVOID, DWORD dwCoInit)
 {
     const DWORD model = dwCoInit & COINIT_APARTMENTTHREADED;

@@ -100,25 +100,6 @@ int StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax)
     return g_textLength + 1;
 }
 
-HRESULT CLSIDFromString(LPCOLESTR lpsz, CLSID* pclsid)
-{
-    if (pclsid == nullptr)
-    {
-        return E_INVALIDARG;
-    }
-    *pclsid = GUID_NULL;
-    if (lpsz == nullptr)
-    {
-        return S_OK;
-    }
-    if (CLSID id = {}; Parse(lpsz, id))
-    {
-        *pclsid = id;
-        return S_OK;
-    }
-    return *lpsz == u'{' ? CO_E_CLASSSTRING : CLSIDFromProgID(lpsz, pclsid);
-}
-
 HRESULT CLSIDFromProgID(LPCOLESTR lpszProgID, CLSID* pclsid)
 {
     if (lpszProgID == nullptr || pclsid == nullptr)

@@ -21,5 +21,3 @@ static_assert(sizeof(SAFEARRAYBOUND) == 8 && offsetof(SAFEARRAYBOUND, lLbound) =
 static_assert(sizeof(SAFEARRAY) == 32 && offsetof(SAFEARRAY, fFeatures) == 2 && offsetof(SAFEARRAY, cbElements) == 4);
 static_assert(offsetof(SAFEARRAY, cLocks) == 8 && offsetof(SAFEARRAY, pvData) == 16 &&
               offsetof(SAFEARRAY, rgsabound) == 24);
-
-static_assert(sizeof(CRITICAL_SECTION) == 40 && sizeof(SRWLOCK) == 8 && alignof(SRWLOCK) == 8);

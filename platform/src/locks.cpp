@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 //
-// The slim lock, the critical section and the interlocked operations.
-//
 // The slim lock is one 32-bit word; who must wait sleeps in the kernel on that word. A shared request goes in when no
 // writer holds the lock and none waits. One that slept and was woken by a leaving writer goes in before the next
 // writer, so that neither side shuts the other out.
@@ -52,11 +50,6 @@ bool TryShared(Word word, ULONG& seen, ULONG obstacles)
     return false;
 }
 } // namespace
-
-void InitializeSRWLock(SRWLOCK* lock)
-{
-    *lock = SRWLOCK_INIT;
-}
 
 void AcquireSRWLockExclusive(SRWLOCK* lock)
 {
@@ -139,66 +132,4 @@ void ReleaseSRWLockShared(SRWLOCK* lock)
     {
         Wake(lock, 1, g_wakeWriters);
     }
-}
-
-void InitializeCriticalSection(CRITICAL_SECTION* section)
-{
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-    pthread_mutex_init(&section->lxMutex, &attributes);
-    pthread_mutexattr_destroy(&attributes);
-}
-
-BOOL InitializeCriticalSectionAndSpinCount(CRITICAL_SECTION* section, DWORD)
-{
-    InitializeCriticalSection(section);
-    return TRUE;
-}
-
-void DeleteCriticalSection(CRITICAL_SECTION* section)
-{
-    pthread_mutex_destroy(&section->lxMutex);
-}
-void EnterCriticalSection(CRITICAL_SECTION* section)
-{
-    pthread_mutex_lock(&section->lxMutex);
-}
-BOOL TryEnterCriticalSection(CRITICAL_SECTION* section)
-{
-    return pthread_mutex_trylock(&section->lxMutex) == 0;
-}
-void LeaveCriticalSection(CRITICAL_SECTION* section)
-{
-    pthread_mutex_unlock(&section->lxMutex);
-}
-
-namespace
-{
-std::atomic_ref<LONG> Atomic(LONG volatile* target)
-{
-    return std::atomic_ref<LONG>(const_cast<LONG&>(*target));
-}
-} // namespace
-
-LONG InterlockedIncrement(LONG volatile* target)
-{
-    return Atomic(target).fetch_add(1) + 1;
-}
-LONG InterlockedDecrement(LONG volatile* target)
-{
-    return Atomic(target).fetch_sub(1) - 1;
-}
-LONG InterlockedExchange(LONG volatile* target, LONG value)
-{
-    return Atomic(target).exchange(value);
-}
-LONG InterlockedExchangeAdd(LONG volatile* target, LONG value)
-{
-    return Atomic(target).fetch_add(value);
-}
-LONG InterlockedCompareExchange(LONG volatile* target, LONG value, LONG comparand)
-{
-    Atomic(target).compare_exchange_strong(comparand, value);
-    return comparand;
 }

@@ -19,41 +19,6 @@ namespace
 constexpr std::size_t g_prefix = 16;
 constexpr UINT g_mostDimensions = 65535;
 
-/// The size of an element in bytes; 0 when there are no arrays of that type.
-ULONG SizeOf(VARTYPE vt)
-{
-    switch (vt)
-    {
-    case VT_I1:
-    case VT_UI1:
-        return 1;
-    case VT_I2:
-    case VT_UI2:
-    case VT_BOOL:
-        return 2;
-    case VT_I4:
-    case VT_UI4:
-    case VT_INT:
-    case VT_UINT:
-    case VT_R4:
-    case VT_ERROR:
-        return 4;
-    case VT_I8:
-    case VT_UI8:
-    case VT_R8:
-    case VT_CY:
-    case VT_DATE:
-    case VT_BSTR:
-    case VT_UNKNOWN:
-    case VT_DISPATCH:
-        return 8;
-    case VT_VARIANT:
-        return sizeof(VARIANT);
-    default:
-        return 0;
-    }
-}
-
 USHORT FeaturesOf(VARTYPE vt)
 {
     switch (vt)
@@ -144,6 +109,40 @@ std::atomic_ref<ULONG> Locks(SAFEARRAY* psa)
     return std::atomic_ref<ULONG>(psa->cLocks);
 }
 } // namespace
+
+ULONG LXPlatformArray::SizeOf(VARTYPE vt)
+{
+    switch (vt)
+    {
+    case VT_I1:
+    case VT_UI1:
+        return 1;
+    case VT_I2:
+    case VT_UI2:
+    case VT_BOOL:
+        return 2;
+    case VT_I4:
+    case VT_UI4:
+    case VT_INT:
+    case VT_UINT:
+    case VT_R4:
+    case VT_ERROR:
+        return 4;
+    case VT_I8:
+    case VT_UI8:
+    case VT_R8:
+    case VT_CY:
+    case VT_DATE:
+    case VT_BSTR:
+    case VT_UNKNOWN:
+    case VT_DISPATCH:
+        return 8;
+    case VT_VARIANT:
+        return sizeof(VARIANT);
+    default:
+        return 0;
+    }
+}
 
 SAFEARRAY* SafeArrayCreate(VARTYPE vt, UINT cDims, SAFEARRAYBOUND* rgsabound)
 {

@@ -19,6 +19,9 @@ enum class Kind
     variant
 };
 
+/// The size of a value in bytes; 0 for what no array and no reference is of.
+ULONG SizeOf(VARTYPE vt);
+
 Kind KindOf(const SAFEARRAY& array);
 
 inline void* ElementAt(const SAFEARRAY& array, std::size_t index)

@@ -102,16 +102,6 @@ LPVOID CoTaskMemAlloc(SIZE_T cb)
     return LXMayAllocate() ? std::malloc(cb == 0 ? 1 : cb) : nullptr;
 }
 
-LPVOID CoTaskMemRealloc(LPVOID pv, SIZE_T cb)
-{
-    if (pv != nullptr && cb == 0)
-    {
-        std::free(pv);
-        return nullptr;
-    }
-    return LXMayAllocate() ? std::realloc(pv, cb == 0 ? 1 : cb) : nullptr;
-}
-
 void CoTaskMemFree(LPVOID pv)
 {
     std::free(pv);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // The life of a VARIANT: empty, copy, clear.
-#include <oleauto.h>
+#include "safearray_elements.h"
 
 #include <cstring>
 
@@ -48,31 +48,6 @@ HRESULT Own(VARIANT& value)
         VariantInit(&value);
     }
     return result;
-}
-
-ULONG SizeOf(VARTYPE base)
-{
-    switch (base)
-    {
-    case VT_I1:
-    case VT_UI1:
-        return 1;
-    case VT_I2:
-    case VT_UI2:
-    case VT_BOOL:
-        return 2;
-    case VT_I4:
-    case VT_UI4:
-    case VT_INT:
-    case VT_UINT:
-    case VT_R4:
-    case VT_ERROR:
-        return 4;
-    case VT_DECIMAL:
-        return 0;
-    default:
-        return 8;
-    }
 }
 } // namespace
 
@@ -159,7 +134,7 @@ HRESULT VariantCopyInd(VARIANT* pvarDest, VARIANT* pvarSrc)
         const bool tooDeep = pvarSrc->pvarVal->vt == (VT_BYREF | VT_VARIANT);
         return tooDeep ? E_INVALIDARG : VariantCopyInd(pvarDest, pvarSrc->pvarVal);
     }
-    const ULONG size = (vt & VT_ARRAY) != 0 ? ULONG{sizeof(SAFEARRAY*)} : SizeOf(vt);
+    const ULONG size = (vt & VT_ARRAY) != 0 ? ULONG{sizeof(SAFEARRAY*)} : LXPlatformArray::SizeOf(vt);
     if (size == 0)
     {
         return DISP_E_BADVARTYPE;

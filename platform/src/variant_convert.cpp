@@ -155,7 +155,7 @@ HRESULT FromText(std::u16string_view text, VARTYPE vt, VARIANT& out)
 }
 
 /// Converts into `out`, whose type is set already.
-HRESULT Convert(const VARIANT& value, USHORT flags, VARTYPE vt, VARIANT& out)
+HRESULT Convert(const VARIANT& value, VARTYPE vt, VARIANT& out)
 {
     if (vt == VT_EMPTY || vt == VT_NULL)
     {
@@ -164,10 +164,6 @@ HRESULT Convert(const VARIANT& value, USHORT flags, VARTYPE vt, VARIANT& out)
     if (value.vt == VT_EMPTY && vt == VT_BSTR)
     {
         return StoreText("", out.bstrVal);
-    }
-    if (value.vt == VT_BOOL && vt == VT_BSTR && (flags & VARIANT_ALPHABOOL) != 0)
-    {
-        return StoreText(value.boolVal != VARIANT_FALSE ? "True" : "False", out.bstrVal);
     }
     if (value.vt == VT_BSTR)
     {
@@ -178,7 +174,7 @@ HRESULT Convert(const VARIANT& value, USHORT flags, VARTYPE vt, VARIANT& out)
 }
 } // namespace
 
-HRESULT VariantChangeType(VARIANT* pvarDest, VARIANT* pvarSrc, USHORT wFlags, VARTYPE vt)
+HRESULT VariantChangeType(VARIANT* pvarDest, VARIANT* pvarSrc, USHORT, VARTYPE vt)
 {
     if (pvarDest == nullptr || pvarSrc == nullptr)
     {
@@ -198,7 +194,7 @@ HRESULT VariantChangeType(VARIANT* pvarDest, VARIANT* pvarSrc, USHORT wFlags, VA
     {
         VARIANT converted = {};
         converted.vt = vt;
-        result = Convert(value, wFlags, vt, converted);
+        result = Convert(value, vt, converted);
         VariantClear(&value);
         if (FAILED(result))
         {

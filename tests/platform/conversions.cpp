@@ -246,19 +246,6 @@ TEST(Conversions, Numbers)
     Check(FromNumbers());
 }
 
-TEST(Conversions, BooleansInWordsOnDemand)
-{
-    for (const auto& [value, word] :
-         {std::pair(VARIANT_TRUE, OLESTR("True")), std::pair(VARIANT_FALSE, OLESTR("False"))})
-    {
-        Variant variant;
-        variant.vt = VT_BOOL;
-        variant.boolVal = value;
-        ASSERT_EQ(S_OK, VariantChangeType(&variant, &variant, VARIANT_ALPHABOOL, VT_BSTR));
-        EXPECT_EQ(Text(word), TextOf(variant.bstrVal));
-    }
-}
-
 TEST(Conversions, InPlace)
 {
     Variant value(OLESTR("abc"));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The slim lock, the critical section and interlocked operations.
+// The slim lock.
 #include "contract.h"
 
 #include <chrono>
@@ -114,41 +114,4 @@ TEST(SlimLock, AWriterGetsThroughReadersWithoutPause)
     stop = true;
     readers.join();
     EXPECT_LT(taken, std::chrono::seconds(5));
-}
-
-TEST(CriticalSection, IsRecursiveAndExcludes)
-{
-    CRITICAL_SECTION section;
-    InitializeCriticalSection(&section);
-    const auto tryIt = [&] { return TryEnterCriticalSection(&section) && (LeaveCriticalSection(&section), true); };
-    EnterCriticalSection(&section);
-    EnterCriticalSection(&section);
-    EXPECT_TRUE(tryIt());
-    LeaveCriticalSection(&section);
-    EXPECT_FALSE(ElsewhereGets(tryIt));
-    LeaveCriticalSection(&section);
-    EXPECT_TRUE(ElsewhereGets(tryIt));
-    int count = 0;
-    OnThreads(4, [&] {
-        for (int i = 0; i < 1000; ++i)
-        {
-            EnterCriticalSection(&section);
-            ++count;
-            LeaveCriticalSection(&section);
-        }
-    });
-    EXPECT_EQ(4000, count);
-    DeleteCriticalSection(&section);
-}
-
-TEST(Interlocked, Results)
-{
-    LONG value = 5;
-    EXPECT_EQ(6, InterlockedIncrement(&value));
-    EXPECT_EQ(5, InterlockedDecrement(&value));
-    EXPECT_EQ(5, InterlockedExchangeAdd(&value, 3));
-    EXPECT_EQ(8, InterlockedExchange(&value, 1));
-    EXPECT_EQ(1, InterlockedCompareExchange(&value, 2, 7));
-    EXPECT_EQ(1, InterlockedCompareExchange(&value, 2, 1));
-    EXPECT_EQ(2, value);
 }

@@ -74,20 +74,9 @@ TEST(Identifiers, AsText)
     EXPECT_EQ(39, StringFromGUID2(IID_IClassFactory, text, 39));
     EXPECT_EQ(Text(OLESTR("{00000001-0000-0000-C000-000000000046}")), text);
 
-    CLSID id = {};
-    EXPECT_EQ(S_OK, CLSIDFromString(OLESTR("{1a2B3c4D-5e6F-7081-92a3-B4C5D6E7F809}"), &id));
-    const CLSID expected = {0x1a2b3c4d, 0x5e6f, 0x7081, {0x92, 0xa3, 0xb4, 0xc5, 0xd6, 0xe7, 0xf8, 0x09}};
-    EXPECT_TRUE(expected == id);
-    for (const OLECHAR* const bad :
-         {OLESTR("{00000001-0000-0000-C000-00000000004}"), OLESTR("00000001-0000-0000-C000-000000000046"),
-          OLESTR("{00000001-0000-0000-C000-000000000046}x"), OLESTR("{0000000g-0000-0000-C000-000000000046}"),
-          OLESTR("No.Such.Name"), OLESTR("")})
-    {
-        EXPECT_EQ(CO_E_CLASSSTRING, CLSIDFromString(bad, &id));
-    }
-    EXPECT_EQ(S_OK, CLSIDFromString(nullptr, &id));
-    EXPECT_TRUE(IsEqualGUID(CLSID_NULL, id));
+    CLSID id = IID_IClassFactory;
     EXPECT_EQ(CO_E_CLASSSTRING, CLSIDFromProgID(OLESTR("No.Such.Name"), &id));
+    EXPECT_TRUE(IsEqualGUID(CLSID_NULL, id));
 }
 
 TEST(Threads, HaveNumbersAndErrorsOfTheirOwn)

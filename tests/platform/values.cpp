@@ -39,16 +39,6 @@ TEST(Strings, Lengths)
     EXPECT_EQ(nullptr, SysAllocStringLen(nullptr, 0xFFFFFFFF));
 }
 
-TEST(Strings, Reallocation)
-{
-    BSTR text = SysAllocString(OLESTR("abcdef"));
-    EXPECT_TRUE(SysReAllocStringLen(&text, text + 2, 3)); // a part of itself
-    EXPECT_EQ(Text(OLESTR("cde")), TextOf(text));
-    EXPECT_TRUE(SysReAllocString(&text, OLESTR("xy")));
-    EXPECT_EQ(Text(OLESTR("xy")), TextOf(text));
-    SysFreeString(text);
-}
-
 TEST(Variants, CopyIsDeep)
 {
     const OLECHAR source[] = {'a', 0, 'b'};
