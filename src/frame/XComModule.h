@@ -3,8 +3,8 @@
 // The module object: which classes the module can create, and how it is registered.
 //
 // Ownership  Each entry of the object map keeps one class factory from the first request until Term.
-// Threading  GetClassObject may be called from any thread. Init and Term run while the module is loaded and unloaded,
-//            when nobody else is inside; they call nothing outside the module and take no lock.
+// Threading  GetClassObject may be called from any thread. Term runs when nobody else is inside; it calls nothing
+//            outside the module and takes no lock.
 // Errors     GetClassObject and the registration may raise; the exports are the boundary.
 #ifndef XCOMMODULE_H
 #define XCOMMODULE_H
@@ -27,7 +27,8 @@ struct XObjectMapEntry
 class XComModule
 {
 public:
-    void Init(std::span<XObjectMapEntry> objectMap) noexcept { m_objectMap = objectMap; }
+    constexpr explicit XComModule(std::span<XObjectMapEntry> objectMap) noexcept : m_objectMap(objectMap) {}
+    /// Lets go of the class factories, when the module is unloaded.
     void Term() noexcept;
 
     HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out);
@@ -40,7 +41,10 @@ public:
     HRESULT UnregisterServer();
 
 private:
-    std::span<XObjectMapEntry> m_objectMap; // constant between Init and Term
+    std::span<XObjectMapEntry> m_objectMap; // constant until Term
 };
+
+/// The module itself. It has no destructor, so it exists before and after everything else in the module.
+extern XComModule theModule;
 
 #endif

@@ -62,13 +62,6 @@ public:
                 return CLASS_E_NOAGGREGATION;
             }
             const XLXComPtr<T> object(new T); // a failure below releases, and so destroys, the object
-            if constexpr (requires { object->FinalConstruct(); })
-            {
-                if (const HRESULT result = object->FinalConstruct(); FAILED(result))
-                {
-                    return result;
-                }
-            }
             return object->QueryInterface(iid, out);
         });
     }

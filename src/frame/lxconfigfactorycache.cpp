@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // The module's four exports.
+#include "XComModule.h"
 #include "XFactoryNoPing.h"
-#include "XLXConfigFactoryCacheApp.h"
 #include "XLXError.h"
 #include "lxconfigfactorycachemanager.h"
 
@@ -24,30 +24,24 @@ LXErrorLocation At(const char* function, int line = LX_CURRENT_LINE) noexcept
 }
 } // namespace
 
-constinit XLXConfigFactoryCacheApp theApp;
-
-void XLXConfigFactoryCacheApp::InitInstance() noexcept
-{
-    m_module.Init(objectMap);
-}
+constinit XComModule theModule(objectMap);
 
 LX_MODULE_FUNCTION DllCanUnloadNow()
 {
-    return XLXError::Guarded(At("DllCanUnloadNow"), [] { return theApp.Module().CanUnload() ? S_OK : S_FALSE; });
+    return XLXError::Guarded(At("DllCanUnloadNow"), [] { return theModule.CanUnload() ? S_OK : S_FALSE; });
 }
 
 LX_MODULE_FUNCTION DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv)
 {
-    return XLXError::Guarded(At("DllGetClassObject"),
-                             [&] { return theApp.Module().GetClassObject(rclsid, riid, ppv); });
+    return XLXError::Guarded(At("DllGetClassObject"), [&] { return theModule.GetClassObject(rclsid, riid, ppv); });
 }
 
 LX_MODULE_FUNCTION DllRegisterServer()
 {
-    return XLXError::Guarded(At("DllRegisterServer"), [] { return theApp.Module().RegisterServer(); });
+    return XLXError::Guarded(At("DllRegisterServer"), [] { return theModule.RegisterServer(); });
 }
 
 LX_MODULE_FUNCTION DllUnregisterServer()
 {
-    return XLXError::Guarded(At("DllUnregisterServer"), [] { return theApp.Module().UnregisterServer(); });
+    return XLXError::Guarded(At("DllUnregisterServer"), [] { return theModule.UnregisterServer(); });
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// How the module is loaded and unloaded, and its registration script, which the build makes a header of.
-#include "XLXConfigFactoryCacheApp.h"
+// How the module is unloaded, and its registration script, which the build makes a header of.
+#include "XComModule.h"
 #include "XModuleFile.h"
 #include "registryscript.h"
 
@@ -9,8 +9,7 @@ namespace
 {
 struct Attachment
 {
-    Attachment() { theApp.InitInstance(); }
-    ~Attachment() { theApp.ExitInstance(); }
+    ~Attachment() { theModule.Term(); }
 };
 
 const Attachment attachment;

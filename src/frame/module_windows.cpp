@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// How the module is loaded and unloaded, and its registration script, which is a resource.
-#include "XLXConfigFactoryCacheApp.h"
+// How the module is unloaded, and its registration script, which is a resource.
+#include "XComModule.h"
 #include "XModuleFile.h"
 
 namespace
@@ -24,13 +24,9 @@ std::string_view XModuleFile::RegistryScript()
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds)
 {
-    if (reason == DLL_PROCESS_ATTACH)
+    if (reason == DLL_PROCESS_DETACH && processEnds == nullptr)
     {
-        theApp.InitInstance();
-    }
-    else if (reason == DLL_PROCESS_DETACH && processEnds == nullptr)
-    {
-        theApp.ExitInstance(); // when the process ends its threads are gone, and so may be the heap's locks
+        theModule.Term(); // when the process ends its threads are gone, and so may be the heap's locks
     }
     return TRUE;
 }
