@@ -17,7 +17,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -28,16 +27,12 @@ class XLXEnumWithDelete final : public XUnknown<XLXEnumWithDelete<IEnumX, IX>, I
 public:
     using Items = std::vector<XLXComPtr<IX>>;
 
+    /// Takes the snapshot over.
+    explicit XLXEnumWithDelete(Items items) noexcept : m_items(std::move(items)) {}
+
     static HRESULT RefuseNullFace() noexcept
     {
         return XLXError::RefusePointer(OLESTR("ppvObject"), At("QueryInterface"));
-    }
-
-    /// Takes the snapshot over; to be called once, before anybody else has the enumerator.
-    HRESULT Initialize(std::unique_ptr<const Items> items) noexcept
-    {
-        m_items = std::move(items);
-        return S_OK;
     }
 
     STDMETHODIMP RemNext(ULONG cElems, IX** prgElems, ULONG* pcFetched) override
@@ -56,7 +51,7 @@ public:
             }
             for (size_t i = range.begin; i < range.end; ++i)
             {
-                (*m_items)[i].CopyTo(prgElems++);
+                m_items[i].CopyTo(prgElems++);
             }
             *pcFetched = static_cast<ULONG>(range.end - range.begin);
             return *pcFetched == cElems ? S_OK : S_FALSE;
@@ -65,10 +60,6 @@ public:
 
     STDMETHODIMP Skip(ULONG cElems) override
     {
-        if (m_items == nullptr)
-        {
-            return S_FALSE;
-        }
         const Range range = Advance(cElems);
         return range.end - range.begin == cElems ? S_OK : S_FALSE;
     }
@@ -76,7 +67,7 @@ public:
     STDMETHODIMP Reset() override
     {
         m_cursor.store(0, std::memory_order_relaxed);
-        return m_items != nullptr ? S_OK : S_FALSE;
+        return S_OK;
     }
 
     STDMETHODIMP Clone(IEnumX** ppEnum) override { return LXNotOffered(ppEnum); }
@@ -90,7 +81,7 @@ public:
             {
                 return S_FALSE;
             }
-            (*m_items)[range.begin].CopyTo(prgElem);
+            m_items[range.begin].CopyTo(prgElem);
             return S_OK;
         });
     }
@@ -113,7 +104,7 @@ private:
     /// Moves the cursor by up to that many places, and gives those places to the caller alone.
     Range Advance(size_t count) noexcept
     {
-        const size_t size = m_items != nullptr ? m_items->size() : 0;
+        const size_t size = m_items.size();
         size_t begin = m_cursor.load(std::memory_order_relaxed);
         size_t end = 0;
         do
@@ -123,8 +114,8 @@ private:
         return {begin, end, begin == size};
     }
 
-    std::unique_ptr<const Items> m_items; // constant once initialised
-    std::atomic<size_t> m_cursor{0};      // never beyond the number of items
+    const Items m_items;
+    std::atomic<size_t> m_cursor{0}; // never beyond the number of items
 };
 
 /// What every method that returns an enumerator ends with: S_FALSE and null when nothing was collected, else an
@@ -132,15 +123,13 @@ private:
 template <class IEnumX, class IX>
 HRESULT LXHandOutEnumerator(std::vector<XLXComPtr<IX>>&& items, IEnumX** out)
 {
-    using Enumerator = XLXEnumWithDelete<IEnumX, IX>;
     *out = nullptr;
     if (items.empty())
     {
         return S_FALSE;
     }
-    const XLXComPtr<Enumerator> enumerator(new Enumerator);
-    enumerator->Initialize(std::make_unique<const typename Enumerator::Items>(std::move(items)));
-    return enumerator->QueryInterface(LXIid<IEnumX>(), reinterpret_cast<void**>(out));
+    *out = XLXComPtr<IEnumX>(new XLXEnumWithDelete<IEnumX, IX>(std::move(items))).Detach();
+    return S_OK;
 }
 
 #endif
