@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Checks that troubleshooting.md has every text that the component can raise or log, and none that is gone.
 
-usage: check_troubleshooting.py SOURCE-FOLDER PAGE
+usage: check_troubleshooting.py SOURCE-FOLDER... PAGE
 
 Texts are the wide literals of the sources (OLESTR) and what XLXFormat puts together, where anything that is no literal,
 and each %d and %s, shows as "…". On the page they stand in backquotes in the first column of a table.
@@ -39,9 +39,9 @@ def texts_of(source):
 
 
 def main():
-    folder, page = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
+    *folders, page = map(pathlib.Path, sys.argv[1:])
     in_source = set()
-    for file in sorted(folder.rglob("*")):
+    for file in (file for folder in folders for file in folder.rglob("*")):
         if file.suffix in (".cpp", ".h", ".inc"):
             in_source.update(texts_of(file.read_text(encoding="utf-8")))
     in_source.discard("")
