@@ -53,8 +53,8 @@ private:
 
     void AdvanceParts() noexcept { m_pcInfos.Advance(); }
     void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
-    /// The PC infos, read from the server unless they are fresh; none while the thread is reading them. A relation whose server cannot list them counts as
-    /// having none, until a notification says otherwise.
+    /// The PC infos, read from the server unless they are fresh; none while the thread is reading them. A relation
+    /// whose server cannot list them counts as having none, until a notification says otherwise.
     PCInfoMapPtr LoadPCInfos();
     static PCInfoMapPtr OrNone(const PCInfoMapPtr& infos);
     PCInfoMapPtr FetchPCInfos(const XMoment& moment, std::exception_ptr& failure);
