@@ -31,6 +31,11 @@ std::optional<XCFGStringKey> XCFGStringKey::Of(const XLXComVariant& name)
     return text ? std::optional<XCFGStringKey>(*text) : std::nullopt;
 }
 
+std::optional<XCFGStringKey> XCFGStringKey::At(const XVariantRow& values, std::size_t member)
+{
+    return member < values.size() ? Of(values[member]) : std::nullopt;
+}
+
 std::strong_ordering XCFGStringKey::CompareSurrogates(XLXTextView left, XLXTextView right, std::size_t at) noexcept
 {
     return RankOf(left, at) <=> RankOf(right, at);
