@@ -19,10 +19,18 @@ template <class I>
 class XLazyIProxy
 {
 public:
+    /// A server object, the interface that it was asked for, and where it is asked for when it did not come.
+    struct Link
+    {
+        XLXComPtr<IUnknown> held;
+        XLXComPtr<I> typed;
+        XServerSourcePtr source; ///< another one for each record without an object
+    };
+
     /// @param scope  class and operator for error locations, such as "LXComInterfaceProxy::XLazyIProxy<struct
     ///               ILXFormat>"
     explicit XLazyIProxy(const char* scope, XLXComPtr<IUnknown> held = {}) noexcept
-        : m_scope(scope), m_held(std::move(held))
+        : m_scope(scope), m_link{std::move(held), {}, {}}
     {}
 
     /// The server object's interface. Raises when there is no server object, or it lacks the interface. It is asked
@@ -33,12 +41,12 @@ public:
         XServerSourcePtr source;
         {
             const std::lock_guard<XLeafMutex> lock(m_mutex);
-            if (m_typed)
+            if (m_link.typed)
             {
-                return m_typed;
+                return m_link.typed;
             }
-            held = m_held;
-            source = m_source;
+            held = m_link.held;
+            source = m_link.source;
         }
         if (!held && source)
         {
@@ -56,13 +64,13 @@ public:
     bool HasObject() const noexcept
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        return m_held || m_source;
+        return m_link.held || m_link.source;
     }
 
     /// Exchanges the server object, and where it is asked for, unless a later record brought what is there; the
     /// caller releases the old one with no lock held.
     /// @param record  orders the records
-    bool Swap(XLXComPtr<IUnknown>& held, XLXComPtr<I>& typed, XServerSourcePtr& source, std::uint64_t record) noexcept
+    bool Swap(Link& link, std::uint64_t record) noexcept
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         if (record < m_record)
@@ -70,9 +78,7 @@ public:
             return false;
         }
         m_record = record;
-        m_held.Swap(held);
-        m_typed.Swap(typed);
-        m_source.swap(source);
+        std::swap(m_link, link);
         return true;
     }
 
@@ -84,22 +90,20 @@ private:
     {
         const IUnknown* const object = held.Get();
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        if (!m_held && m_source && m_source == source)
+        if (!m_link.held && m_link.source && m_link.source == source)
         {
-            m_held.Swap(held);
+            m_link.held.Swap(held);
         }
-        if (m_held.Get() == object && !m_typed)
+        if (m_link.held.Get() == object && !m_link.typed)
         {
-            m_typed.Swap(typed);
+            m_link.typed.Swap(typed);
         }
     }
 
     const char* m_scope;
     mutable XLeafMutex m_mutex; // guards what follows; nothing foreign is called while it is held
     std::uint64_t m_record = 0; // the newest one that brought a server object, or where to ask for it
-    mutable XLXComPtr<IUnknown> m_held;
-    mutable XLXComPtr<I> m_typed;
-    XServerSourcePtr m_source; // another one for each record without an object
+    mutable Link m_link;
 };
 } // namespace LXComInterfaceProxy
 

@@ -43,7 +43,7 @@ HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, cons
     }
     if (result != S_FALSE && server)
     {
-        format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock), failedAt);
+        format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock));
     }
     Enter(time, type, format, noted, changes);
     return HandOut(format, out);
@@ -60,7 +60,7 @@ HRESULT XFormatMap::Create(const XObjectTime& time, int type, ILXFormat** out, c
     Format format;
     if (result == S_OK)
     {
-        format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock), failedAt);
+        format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock));
     }
     Replace(time, type, format, noted);
     if (result != S_OK)

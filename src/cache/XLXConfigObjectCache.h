@@ -14,7 +14,6 @@
 #define XLXCONFIGOBJECTCACHE_H
 
 #include "LXComInterfaceProxy.h"
-#include "XCritLong.h"
 #include "XLoaded.h"
 #include "XNotificationRule.h"
 #include "XPropertyMethods.h"
@@ -26,7 +25,7 @@
 
 #include <atomic>
 
-/// @tparam Derived    the class itself; it may replace AmendValues and OnNotification
+/// @tparam Derived    the class itself; it may replace what is called on self()
 /// @tparam Facts      its row of cachedobjectfacts.h
 /// @tparam Interface  the mirrored interface
 /// @tparam MoreFaces  further interfaces, answered by their own ids
@@ -83,13 +82,7 @@ public:
     // ILXCallback, ILXCallbackUpdate
     HRESULT STDMETHODCALLTYPE CheckCallbackValid() override { return S_OK; }
     HRESULT STDMETHODCALLTYPE ServerIsTerminating() override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE SetCallbackId(LONG lClientId) override
-    {
-        m_callbackId.Lock();
-        m_callbackId = lClientId;
-        m_callbackId.Unlock();
-        return S_OK;
-    }
+    HRESULT STDMETHODCALLTYPE SetCallbackId(LONG) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE GetClientInfo(tagLXClientInfo* pClientInfo) override
     {
         return XLXError::Guarded(Facts.At("GetClientInfo"), [&] {
@@ -157,7 +150,14 @@ public:
         {
             return FetchAndRead(index, value);
         }
-        RaiseIfUnreadable(index, result);
+        if (result == E_INVALIDARG)
+        {
+            LXRaisePropertyIndex(index);
+        }
+        if (result == E_OUTOFMEMORY)
+        {
+            throw std::bad_alloc();
+        }
         return result;
     }
 
@@ -189,9 +189,8 @@ public:
     /// Says where a new object asks for its server object, which it has not.
     void SetSource(XServerSourcePtr source) noexcept
     {
-        XLXComPtr<IUnknown> none;
-        XLXComPtr<Interface> typed;
-        m_server.Swap(none, typed, source, 0);
+        typename Proxy::Link link{{}, {}, std::move(source)};
+        m_server.Swap(link, 0);
     }
 
     /// Takes a record of a bulk answer: its server object replaces the one that is there, and its values do unless
@@ -204,11 +203,11 @@ public:
                     XServerSourcePtr source = {})
     {
         const IUnknown* const wanted = server.Get();
-        XLXComPtr<Interface> typed;
-        const bool isTaken = m_server.Swap(server, typed, source, moment.At(Facts.set));
+        typename Proxy::Link link{std::move(server), {}, std::move(source)};
+        const bool isTaken = m_server.Swap(link, moment.At(Facts.set));
         if (isTaken)
         {
-            if (server ? server.Get() != wanted : source != nullptr)
+            if (link.held ? link.held.Get() != wanted : link.source != nullptr)
             {
                 AdvanceAll();
             }
@@ -218,8 +217,8 @@ public:
                 Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
             }
         }
-        retired.Take(std::move(server));
-        retired.Take(XLXComPtr<IUnknown>(std::move(typed)));
+        retired.Take(std::move(link.held));
+        retired.Take(XLXComPtr<IUnknown>(std::move(link.typed)));
         retired.Take(std::move(values));
         return isTaken;
     }
@@ -261,7 +260,7 @@ public:
     const XDirectNumber& Direct() const noexcept { return m_direct; }
 
     /// Called by an owner that drops the object.
-    HRESULT Terminate() noexcept { return S_OK; }
+    void Terminate() noexcept {}
 
 protected:
     ~XLXConfigObjectCache() = default;
@@ -315,10 +314,8 @@ protected:
     /// Lets go of the server object for good: nothing becomes stale by that.
     void ReleaseServer() noexcept
     {
-        XLXComPtr<IUnknown> server;
-        XLXComPtr<Interface> typed;
-        XServerSourcePtr source;
-        m_server.Swap(server, typed, source, ~std::uint64_t{0});
+        typename Proxy::Link none;
+        m_server.Swap(none, ~std::uint64_t{0});
     }
     static constexpr const XCachedObjectFacts& TheFacts = Facts;
 
@@ -326,6 +323,8 @@ protected:
     const XPropertyStore& Store() const noexcept { return m_store; }
 
 private:
+    using Proxy = LXComInterfaceProxy::XLazyIProxy<Interface>;
+
     Derived& self() noexcept { return static_cast<Derived&>(*this); }
 
     // The answer is that of this fetch, even when a notification overtook it: who asked did so before.
@@ -350,18 +349,6 @@ private:
         return value.Empty() ? S_FALSE : S_OK;
     }
 
-    static void RaiseIfUnreadable(int index, HRESULT result)
-    {
-        if (result == E_INVALIDARG)
-        {
-            LXRaisePropertyIndex(index);
-        }
-        if (result == E_OUTOFMEMORY)
-        {
-            throw std::bad_alloc();
-        }
-    }
-
     void Assign(XVariantRow& values, const XStamp& stamp)
     {
         m_store.Assign(values, stamp, [&](const XVariantRow& assigned) { self().OnAssigned(assigned, stamp); });
@@ -374,12 +361,23 @@ private:
         Stale     ///< the same, but the values are stale: its server object is asked
     };
 
-    XCritLong m_callbackId;
     const XClockPtr m_clock;
     XDirectNumber m_direct;
     std::atomic<Place> m_place{Place::InMap};
-    LXComInterfaceProxy::XLazyIProxy<Interface> m_server;
+    Proxy m_server;
     XPropertyStore m_store;
+};
+
+/// A cached object that has its values and nothing else.
+template <const XCachedObjectFacts& Facts, class Interface>
+class XLXPlainObjectCache final : public XLXConfigObjectCache<XLXPlainObjectCache<Facts, Interface>, Facts, Interface>
+{
+    using Base = XLXConfigObjectCache<XLXPlainObjectCache<Facts, Interface>, Facts, Interface>;
+
+public:
+    using Base::Base;
+
+    HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
 };
 
 #endif

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "associations.h"
 
-#include <algorithm>
-
 namespace
 {
 /// Copies a value into a variant that is empty. Most values are texts and numbers, which need no more than their bits
@@ -28,13 +26,13 @@ HRESULT CopyInto(VARIANT& to, const VARIANT& from) noexcept
 }
 } // namespace
 
-HRESULT ROAssociations::Get(int index, XLXComVariant& value) const
+HRESULT XPropertyStore::Stamped::Get(int index, XLXComVariant& value) const
 {
-    if (!InRange(index))
+    if (!Has(index))
     {
         return E_INVALIDARG;
     }
-    const XLXComVariant& stored = m_values[static_cast<std::size_t>(index)];
+    const XLXComVariant& stored = values[static_cast<std::size_t>(index)];
     if (stored.Empty())
     {
         return S_FALSE;
@@ -42,61 +40,37 @@ HRESULT ROAssociations::Get(int index, XLXComVariant& value) const
     return CopyInto(value.Get(), stored.Get());
 }
 
-bool Associations::Swap(int index, XLXComVariant& value) noexcept
-{
-    if (!InRange(index))
-    {
-        return false;
-    }
-    std::swap(m_values[static_cast<std::size_t>(index)].Get(), value.Get());
-    return true;
-}
-
-void Associations::Swap(XVariantRow& values) noexcept
-{
-    if (m_values.size() == values.size())
-    {
-        std::swap_ranges(m_values.begin(), m_values.end(), values.begin());
-    }
-    else
-    {
-        m_values.swap(values);
-    }
-}
-
-void Associations::SwapGrow(int index, XLXComVariant& value)
-{
-    if (!InRange(index))
-    {
-        m_values.Grow(static_cast<std::size_t>(index) + 1);
-    }
-    Swap(index, value);
-}
-
-XPropertyStore::XPropertyStore(std::size_t slots) : m_data(XLockLevel::PropertyStore, slots) {}
-
 HRESULT XPropertyStore::Read(int index, XLXComVariant& value, std::uint64_t now) const
 {
     const XCritLFReadProxy<Stamped> store(m_data);
-    return store->stamp == XStamp{now, m_own.Now()} ? store->values.Get(index, value) : S_FALSE;
+    return store->stamp == XStamp{now, m_own.Now()} ? store->Get(index, value) : S_FALSE;
 }
 
 HRESULT XPropertyStore::ReadStale(int index, XLXComVariant& value) const
 {
     const XCritLFReadProxy<Stamped> store(m_data);
-    return store->stamp.IsNone() ? S_FALSE : store->values.Get(index, value);
+    return store->stamp.IsNone() ? S_FALSE : store->Get(index, value);
 }
 
 HRESULT XPropertyStore::Write(int index, XLXComVariant& value)
 {
     const XCritProxy<Stamped> store(m_data);
-    return store->values.Swap(index, value) ? S_OK : E_INVALIDARG;
+    if (!store->Has(index))
+    {
+        return E_INVALIDARG;
+    }
+    std::swap(store->values[static_cast<std::size_t>(index)], value);
+    return S_OK;
 }
 
 void XPropertyStore::WriteGrow(int index, XLXComVariant& value)
 {
     const XCritProxy<Stamped> store(m_data);
-    store->values.SwapGrow(index, value);
+    if (!store->Has(index))
+    {
+        store->values.Grow(static_cast<std::size_t>(index) + 1);
+    }
+    std::swap(store->values[static_cast<std::size_t>(index)], value);
 }
 
 bool XPropertyStore::IsFresh(std::uint64_t now) const

@@ -8,44 +8,18 @@
 #include "XClock.h"
 #include "XVariantRow.h"
 
-/// The values, as readers see them.
-class ROAssociations
-{
-public:
-    explicit ROAssociations(std::size_t slots = 0) : m_values(XLXVariantVector(slots)) {}
+#include <algorithm>
 
-    /// Copies a value into an empty variant. S_FALSE: the stored value is VT_EMPTY. E_INVALIDARG: there is no such
-    /// index; no error information is set, since readers are inside a lock-free read.
-    HRESULT Get(int index, XLXComVariant& value) const;
-
-protected:
-    bool InRange(int index) const noexcept { return index >= 0 && static_cast<std::size_t>(index) < m_values.size(); }
-
-    XVariantRow m_values;
-};
-
-/// The values, as writers see them.
-class Associations : public ROAssociations
-{
-public:
-    using ROAssociations::ROAssociations;
-
-    /// Exchanges the value at an index; false when there is none.
-    bool Swap(int index, XLXComVariant& value) noexcept;
-    /// The same, where the store grows to have the index.
-    void SwapGrow(int index, XLXComVariant& value);
-    /// Exchanges all values. As many as before go where those were, so that a list's block has no gaps.
-    void Swap(XVariantRow& values) noexcept;
-};
-
-/// The store with its lock, and the stamp of its values. What a write replaces is left in the parameter, so that the
-/// caller destroys it with no lock held.
+/// The values with their lock and their stamp. What a write replaces is left in the parameter, so that the caller
+/// destroys it with no lock held.
 class XPropertyStore
 {
 public:
-    explicit XPropertyStore(std::size_t slots = 0);
+    explicit XPropertyStore(std::size_t slots = 0) : m_data(XLockLevel::PropertyStore, slots) {}
 
-    /// Reads a value. S_FALSE, with value left empty: the values are not fresh, or the stored value is VT_EMPTY.
+    /// Copies a value into an empty variant. S_FALSE, with value left empty: the values are not fresh, or the stored
+    /// value is VT_EMPTY. E_INVALIDARG: there is no such index; no error information is set, since readers are inside
+    /// a lock-free read.
     /// @param now  the clock's number of the values' aspect
     HRESULT Read(int index, XLXComVariant& value, std::uint64_t now) const;
     /// The same, fresh or not; S_FALSE also when no values were ever assigned with a stamp.
@@ -55,18 +29,27 @@ public:
     /// Exchanges a value whether the slot exists or not; that makes no values fresh.
     void WriteGrow(int index, XLXComVariant& value);
 
-    /// Exchanges all values, unless newer ones are there.
+    /// Exchanges all values, unless newer ones are there. As many as before go where those were, so that a list's
+    /// block has no gaps.
     /// @param onAssigned  called with the new values under the lock; calls nothing foreign
     template <class OnAssigned>
     void Assign(XVariantRow& values, const XStamp& stamp, OnAssigned&& onAssigned)
     {
         const XCritProxy<Stamped> store(m_data);
-        if (!stamp.IsOlderThan(store->stamp))
+        if (stamp.IsOlderThan(store->stamp))
         {
-            onAssigned(static_cast<const XVariantRow&>(values));
-            store->values.Swap(values);
-            store->stamp = stamp;
+            return;
         }
+        onAssigned(static_cast<const XVariantRow&>(values));
+        if (store->values.size() == values.size())
+        {
+            std::swap_ranges(values.begin(), values.end(), store->values.begin());
+        }
+        else
+        {
+            store->values.swap(values);
+        }
+        store->stamp = stamp;
     }
     bool IsFresh(std::uint64_t now) const;
 
@@ -77,9 +60,11 @@ public:
 private:
     struct Stamped
     {
-        explicit Stamped(std::size_t slots) : values(slots) {}
+        explicit Stamped(std::size_t slots) : values(XLXVariantVector(slots)) {}
+        bool Has(int index) const noexcept { return index >= 0 && static_cast<std::size_t>(index) < values.size(); }
+        HRESULT Get(int index, XLXComVariant& value) const;
 
-        Associations values;
+        XVariantRow values;
         XStamp stamp; // published together with the values
     };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "lxattributecache.h"
 
+#include "LXCompiler.h"
 #include "XLXEnumWithDelete.h"
 
 using XLXCFCDataTransfer::XILXConfigData;
@@ -9,10 +10,24 @@ namespace
 {
 constexpr int MemberAttributeTypeName = 3;
 constexpr ULONG AttributeTypeBatch = 100;
+
+enum AttributeMember : int
+{
+    ShowInBrowser = 7,
+    ShowInEditor = 8,
+    ShowInFinder = 9,
+    GroupNumber = 17,
+    InAVSet = 19,
+    Printable = 28,
+    NotInFinder = 32,
+    Origin = 46
+};
+
+constexpr LONG OriginVendor = 0;
 } // namespace
 
 XLXAttributeCache::XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock)
-    : XLXConfigObjectCache(std::move(server), std::move(clock)),
+    : XLXFormatOwner(std::move(server), std::move(clock)),
       m_attributeTypes(nullptr, XStamp{}, TimeOf(XAspect::AttributeTypes), true)
 {}
 
@@ -57,45 +72,50 @@ HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum)
     });
 }
 
-HRESULT XLXAttributeCache::CreateFormat(int iFormatType, ILXFormat** ppFormat)
-{
-    return XLXError::Guarded(TheFacts.At("CreateFormat"), [&] {
-        LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("CreateFormat", 498));
-        const auto ask = [&](ILXFormat** format) { return Server()->CreateFormat(iFormatType, format); };
-        return m_formats.Make().Create(TimeOf(XAspect::AttributeFormats), iFormatType, ppFormat,
-                                       "ILXAttribute::CreateFormat", ask, TheFacts.At("CreateFormat", 530));
-    });
-}
-
-HRESULT XLXAttributeCache::GetFormat(int iFormatType, ILXFormat** ppFormat)
-{
-    return XLXError::Guarded(TheFacts.At("GetFormat"), [&] {
-        LXCheckOut(ppFormat, OLESTR("ppFormat"), TheFacts.At("GetFormat", 552));
-        const auto ask = [&](ILXFormat** format) { return Server()->GetFormat(iFormatType, format); };
-        return m_formats.Make().Get(TimeOf(XAspect::AttributeFormats), iFormatType, ppFormat, "ILXAttribute::GetFormat",
-                                    ask, TheFacts.At("GetFormat", 610));
-    });
-}
-
-HRESULT XLXAttributeCache::DeleteFormat(int iFormatType)
-{
-    return XLXError::Guarded(TheFacts.At("DeleteFormat"), [&] {
-        const auto server = Server();
-        LXServerCall("ILXAttribute::DeleteFormat");
-        const HRESULT result = server->DeleteFormat(iFormatType);
-        if (SUCCEEDED(result))
-        {
-            m_formats.Make().Erase(TimeOf(XAspect::AttributeFormats), iFormatType);
-        }
-        return result;
-    });
-}
-
 // ---- display facts
 
+XDisplayFacts XDisplayFacts::Of(const XVariantRow& values)
+{
+    const auto at = [&](int member) {
+        const auto index = static_cast<std::size_t>(member);
+        return index < values.size() && !values[index].Empty() ? &values[index] : nullptr;
+    };
+    const auto flag = [&](int member) {
+        const XLXComVariant* const value = at(member);
+        return value != nullptr && value->AsBool().value_or(false);
+    };
+    const auto number = [&](int member, LONG none) {
+        const XLXComVariant* const value = at(member);
+        return value != nullptr ? value->AsLong().value_or(none) : none;
+    };
+    XDisplayFacts facts;
+    facts.inBrowser = flag(ShowInBrowser);
+    facts.inEditor = flag(ShowInEditor);
+    facts.inFinder = flag(ShowInFinder) && !flag(NotInFinder);
+    facts.printable = flag(Printable);
+    facts.inAVSet = flag(InAVSet);
+    facts.vendorDefined = number(Origin, OriginVendor - 1) == OriginVendor;
+    facts.groupNumber = number(GroupNumber, 0);
+    return facts;
+}
+
+void XDisplayFacts::Prefetch(const XVariantRow& values) noexcept
+{
+    for (const AttributeMember member :
+         {ShowInBrowser, ShowInFinder, GroupNumber, InAVSet, Printable, NotInFinder, Origin})
+    {
+        if (const auto index = static_cast<std::size_t>(member); index < values.size())
+        {
+            LX_PREFETCH(&values[index]);
+        }
+    }
+}
+
+// There is one writer at a time, and stamps never go back.
 void XLXAttributeCache::OnAssigned(const XVariantRow& values, const XStamp& stamp) noexcept
 {
-    m_facts.Keep(XDisplayFacts::Of(values), stamp);
+    m_facts.store(XDisplayFacts::Of(values), std::memory_order_release);
+    m_factsStamp.store(stamp.IsNone() ? 0 : stamp.Sum(), std::memory_order_release);
 }
 
 XDisplayFacts XLXAttributeCache::Facts()
@@ -108,12 +128,12 @@ XDisplayFacts XLXAttributeCache::Facts()
     bool isWhole = false;
     const HRESULT result = Fetch([&](const XVariantRow& values) {
         facts = XDisplayFacts::Of(values);
-        isWhole = values.size() > XDisplayFacts::LastMember;
+        isWhole = values.size() > Origin;
     });
     XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"), TheFacts.At("Facts"));
     if (result == S_OK && !isWhole)
     {
-        LXRaisePropertyIndex(XDisplayFacts::LastMember);
+        LXRaisePropertyIndex(Origin);
     }
     return facts;
 }
@@ -166,7 +186,7 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
     {
         LXForEachOf<AttributeTypeBatch, ILXAttributeType>(
             *types, "ILXAttributeTypeEnum::RemNext", at, [&](XLXComPtr<ILXAttributeType>&& element) {
-                const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(element), Clock(), at);
+                const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(element), Clock());
                 const auto name = wrapper->TryRead(MemberAttributeTypeName);
                 auto key = name ? XCFGStringKey::Of(*name) : std::nullopt;
                 if (key) // without a name there is no key to find it by
@@ -213,25 +233,11 @@ void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, 
         }
         return;
     }
-    auto key = type.values.size() > MemberAttributeTypeName ? XCFGStringKey::Of(type.values[MemberAttributeTypeName])
-                                                            : std::nullopt;
-    if (!key)
+    if (auto key = XCFGStringKey::At(type.values, MemberAttributeTypeName)) // without a name nothing finds it
     {
-        return; // without a name there is no key to find it by
+        LXEnterRecord(former.get(), to, std::move(*key), std::move(type.object), std::move(type.values), moment,
+                      Clock(), retired);
     }
-    if (former)
-    {
-        if (const auto known = former->find(*key); known != former->end())
-        {
-            known->second->TakeRecord(std::move(type.object), std::move(type.values), moment, retired);
-            to.insert_or_assign(std::move(*key), known->second);
-            return;
-        }
-    }
-    const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(type.object), Clock(),
-                                                                 TheFacts.At("CreateAttributeType", 308));
-    wrapper->AssignProperties(std::move(type.values), moment);
-    to.insert_or_assign(std::move(*key), wrapper);
 }
 
 void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, const XMoment& moment,
@@ -260,10 +266,7 @@ void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, 
 void XLXAttributeCache::AdvanceParts() noexcept
 {
     m_attributeTypes.Advance();
-    if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
-    {
-        formats->Advance();
-    }
+    XLXFormatOwner::AdvanceParts();
 }
 
 void XLXAttributeCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
@@ -275,22 +278,11 @@ void XLXAttributeCache::OnDirectNotification(const XDirectNotification& notifica
     AdvanceIf(XAspect::AttributeTypes, notification.concerned, m_attributeTypes, touched);
     // The receivers only advance counts, so they may be called under the lock.
     m_attributeTypes.ReadHeld([&](const TypeMap* types) { LXNotifyDirectly(types, notification, touched); });
-    if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
-    {
-        AdvanceIf(XAspect::AttributeFormats, notification.concerned, *formats, touched);
-        formats->NotifyDirectly(notification, touched);
-    }
+    XLXFormatOwner::OnDirectNotification(notification, touched);
 }
 
-HRESULT XLXAttributeCache::Terminate() noexcept
+void XLXAttributeCache::Terminate() noexcept
 {
     const auto former = m_attributeTypes.Clear();
-    XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapFormatCache failed"), TheFacts.At("Terminate", 93),
-                         [&] {
-                             if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
-                             {
-                                 formats->Terminate();
-                             }
-                         });
-    return S_OK;
+    XLXFormatOwner::Terminate();
 }

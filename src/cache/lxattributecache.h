@@ -4,28 +4,41 @@
 
 #include "XCFCDataTransfer.h"
 #include "XCFGStringKey.h"
-#include "XDisplayFacts.h"
-#include "XFormatMap.h"
-#include "XLXConfigObjectCache.h"
-#include "XLazyPart.h"
+#include "XLXFormatOwner.h"
 #include "lxattributetypecache.h"
 
 #include <exception>
 #include <vector>
 
+/// What decides in which displays an attribute is shown: one word, which is read and written at once.
+struct alignas(std::uint64_t) XDisplayFacts
+{
+    bool inBrowser : 1 = false;
+    bool inEditor : 1 = false;
+    bool inFinder : 1 = false;
+    bool printable : 1 = false;
+    bool inAVSet : 1 = false;
+    bool vendorDefined : 1 = false;
+    LONG groupNumber = 0;
+
+    /// The facts in an attribute's values; an empty or missing value is no answer.
+    static XDisplayFacts Of(const XVariantRow& values);
+    /// Asks for the memory that Of looks at.
+    static void Prefetch(const XVariantRow& values) noexcept;
+};
+static_assert(std::atomic<XDisplayFacts>::is_always_lock_free);
+
 /// An attribute of a type, with its attribute types and its formats.
-class XLXAttributeCache final : public XLXConfigObjectCache<XLXAttributeCache, XCachedFacts::Attribute, ILXAttribute>
+class XLXAttributeCache final
+    : public XLXFormatOwner<XLXAttributeCache, XCachedFacts::Attribute, XOwnedFormats::OfAttribute, ILXAttribute, int>
 {
 public:
     XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock);
 
-    // ILXAttribute
+    // ILXAttribute; formats are their owner's
     HRESULT STDMETHODCALLTYPE AddAttributeType(ILXAttributeType** ppAttributeType) override;
     HRESULT STDMETHODCALLTYPE RemoveAttributeType(ILXAttributeType* pAttributeType, LONG* plResult) override;
     HRESULT STDMETHODCALLTYPE GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE CreateFormat(int iFormatType, ILXFormat** ppFormat) override;
-    HRESULT STDMETHODCALLTYPE GetFormat(int iFormatType, ILXFormat** ppFormat) override;
-    HRESULT STDMETHODCALLTYPE DeleteFormat(int iFormatType) override;
 
     // For the owner
 
@@ -35,12 +48,20 @@ public:
                               XRetired& retired);
 
     /// What decides in which displays the attribute is shown, when that is known.
-    std::optional<XDisplayFacts> KnownFacts() const noexcept { return m_facts.Fresh({Now(), Store().Own().Now()}); }
+    std::optional<XDisplayFacts> KnownFacts() const noexcept
+    {
+        if (m_factsStamp.load(std::memory_order_acquire) != XStamp{Now(), Store().Own().Now()}.Sum())
+        {
+            return std::nullopt;
+        }
+        // Read after the stamp, and written before it: these are the facts of the stamp, or newer ones.
+        return m_facts.load(std::memory_order_acquire);
+    }
     /// The same; read from the server when it is not known. Raises a failing read.
     XDisplayFacts Facts();
 
     /// Empties both collections.
-    HRESULT Terminate() noexcept;
+    void Terminate() noexcept;
 
 private:
     friend XLXConfigObjectCache;
@@ -58,9 +79,11 @@ private:
     void AddAttributeType(const TypeMapPtr& former, TypeMap& to, XLXCFCDataTransfer::XILXConfigData&& type,
                           const XMoment& moment, XRetired& retired) const;
 
-    XKeptDisplayFacts m_facts;
+    // Published with the values, under the lock and the stamp of the store, so that display enumerations read these
+    // two words and no lock.
+    std::atomic<std::uint64_t> m_factsStamp{0}; // XStamp::Sum
+    std::atomic<XDisplayFacts> m_facts{XDisplayFacts{}};
     XLoaded<TypeMap> m_attributeTypes;
-    XLazyPart<XFormatMap> m_formats; // most attributes have none asked for
 };
 
 #endif

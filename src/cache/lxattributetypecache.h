@@ -5,13 +5,6 @@
 #include "XLXConfigObjectCache.h"
 
 /// A value type of an attribute.
-class XLXAttributeTypeCache final
-    : public XLXConfigObjectCache<XLXAttributeTypeCache, XCachedFacts::AttributeType, ILXAttributeType>
-{
-public:
-    using XLXConfigObjectCache::XLXConfigObjectCache;
-
-    HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
-};
+using XLXAttributeTypeCache = XLXPlainObjectCache<XCachedFacts::AttributeType, ILXAttributeType>;
 
 #endif

@@ -5,12 +5,6 @@
 #include "XLXConfigObjectCache.h"
 
 /// A browser that the server knows; read-only.
-class XLXBrowserIdCache final : public XLXConfigObjectCache<XLXBrowserIdCache, XCachedFacts::BrowserId, ILXBrowserId>
-{
-public:
-    using XLXConfigObjectCache::XLXConfigObjectCache;
-
-    HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
-};
+using XLXBrowserIdCache = XLXPlainObjectCache<XCachedFacts::BrowserId, ILXBrowserId>;
 
 #endif

@@ -8,9 +8,9 @@
 #include "XLXComBSTR.h"
 #include "XLXComPtr.h"
 #include "XLXError.h"
+#include "XRetired.h"
 #include "XVariantRow.h"
 
-#include <new>
 #include <utility>
 
 /// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error information.
@@ -84,14 +84,6 @@ HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, const
     return answer;
 }
 
-/// Asks the server for a text; a failure leaves nothing to release.
-/// @param call    HRESULT call(BSTR*)
-template <class Call>
-HRESULT LXAskText(const char* method, XLXComBSTR& result, const LXErrorLocation& at, Call&& call)
-{
-    return LXAsk(method, result, LXNoResult::Empty, {}, at, std::forward<Call>(call));
-}
-
 /// Asks the server for a value; a failure leaves nothing to release.
 /// @param call    HRESULT call(VARIANT*)
 template <class Call>
@@ -133,6 +125,17 @@ HRESULT LXPassOn(const char* method, Result** out, LXNoResult withoutResult, con
 /// E_POINTER when the server says S_OK without values.
 HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values);
 
+namespace LXCFCTOOLS
+{
+/// Makes a cached object around a server object, which may be null.
+/// @param clock  of the connection that the object belongs to; null: nothing makes the object stale
+template <class Cached>
+XLXComPtr<Cached> Make(XLXComPtr<IUnknown> server, XClockPtr clock)
+{
+    return XLXComPtr<Cached>(new Cached(std::move(server), std::move(clock)));
+}
+} // namespace LXCFCTOOLS
+
 /// Says that the objects of a map take the place of those of a former one (which may be null), under the map's lock.
 template <class Map>
 void LXReplaceMap(const Map* former, const Map& map) noexcept
@@ -151,6 +154,28 @@ void LXReplaceMap(const Map* former, const Map& map) noexcept
     {
         object->Attach();
     }
+}
+
+/// Enters the object for a record of the server into a map that is being made. An object that the former map has under
+/// the key (there may be no such map) stays the same: whoever holds it reads the new values.
+template <class Map>
+void LXEnterRecord(const Map* former, Map& to, typename Map::key_type key, XLXComPtr<IUnknown> server,
+                   XVariantRow values, const XMoment& moment, const XClockPtr& clock, XRetired& retired)
+{
+    using Cached = std::remove_reference_t<decltype(*std::declval<typename Map::mapped_type>().Get())>;
+    typename Map::mapped_type object;
+    if (const auto known = former != nullptr ? former->find(key) : typename Map::const_iterator();
+        former != nullptr && known != former->end())
+    {
+        object = known->second;
+        object->TakeRecord(std::move(server), std::move(values), moment, retired);
+    }
+    else
+    {
+        object = LXCFCTOOLS::Make<Cached>(std::move(server), clock);
+        object->AssignProperties(std::move(values), moment);
+    }
+    to.insert_or_assign(std::move(key), std::move(object));
 }
 
 /// Passes a notification that came straight to an owner on to the objects of its map, which may be null.
@@ -173,38 +198,6 @@ HRESULT LXGetClientInfo(tagLXClientInfo* info, const char* className, const LXEr
 
 /// The name of this computer; raises the platform's code with the text.
 XLXComBSTR LXComputerName(XLXTextView failureText, const LXErrorLocation& at);
-
-namespace LXCFCTOOLS
-{
-/// Makes a cached object around a server object (which may be null) and hands out the first reference.
-/// @param clock  of the connection that the object belongs to; null: nothing makes the object stale
-template <class Cached>
-HRESULT Construct(XLXComPtr<IUnknown> server, const XClockPtr& clock, Cached** out)
-{
-    XLXError::CheckPointer(out, OLESTR("ppCached"), LXErrorLocation{"lxcfctools", "LXCFCTOOLS", "Construct", 20});
-    *out = new (std::nothrow) Cached(std::move(server), clock);
-    if (*out == nullptr)
-    {
-        return E_OUTOFMEMORY;
-    }
-    (*out)->AddRef();
-    return S_OK;
-}
-
-/// The same, as an owning pointer; raises what goes wrong.
-template <class Cached>
-XLXComPtr<Cached> Make(XLXComPtr<IUnknown> server, const XClockPtr& clock, const LXErrorLocation& at)
-{
-    XLXComPtr<Cached> cached;
-    const HRESULT result = Construct<Cached>(std::move(server), clock, cached.Put());
-    if (result == E_OUTOFMEMORY)
-    {
-        throw std::bad_alloc();
-    }
-    XLXError::RaiseIfFailed(result, OLESTR("CFCTools::Construct failed"), at);
-    return cached;
-}
-} // namespace LXCFCTOOLS
 
 /// Takes all elements of a server's enumeration, in batches, until it answers anything but S_OK. A failure ends the
 /// enumeration and is returned; the elements fetched before it have been visited. Every element is released.

@@ -5,13 +5,6 @@
 #include "XLXConfigObjectCache.h"
 
 /// An editor registered for a type.
-class XLXConfObjEditorCache final
-    : public XLXConfigObjectCache<XLXConfObjEditorCache, XCachedFacts::Editor, ILXConfObjEditor>
-{
-public:
-    using XLXConfigObjectCache::XLXConfigObjectCache;
-
-    HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
-};
+using XLXConfObjEditorCache = XLXPlainObjectCache<XCachedFacts::Editor, ILXConfObjEditor>;
 
 #endif

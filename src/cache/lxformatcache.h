@@ -4,13 +4,7 @@
 
 #include "XLXConfigObjectCache.h"
 
-/// How a value is shown: the common model and nothing else.
-class XLXFormatCache final : public XLXConfigObjectCache<XLXFormatCache, XCachedFacts::Format, ILXFormat>
-{
-public:
-    using XLXConfigObjectCache::XLXConfigObjectCache;
-
-    HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
-};
+/// How a value is shown.
+using XLXFormatCache = XLXPlainObjectCache<XCachedFacts::Format, ILXFormat>;
 
 #endif

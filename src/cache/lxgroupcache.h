@@ -2,9 +2,7 @@
 #ifndef LXGROUPCACHE_H
 #define LXGROUPCACHE_H
 
-#include "XFormatMap.h"
-#include "XLXConfigObjectCache.h"
-#include "XLazyPart.h"
+#include "XLXFormatOwner.h"
 #include "XWeakLink.h"
 
 /// What a group, and whatever asks for a component's server object, wants of the type that owns it.
@@ -23,33 +21,24 @@ protected:
 };
 
 /// A group of attributes of a type, with its format.
-class XLXGroupCache final : public XLXConfigObjectCache<XLXGroupCache, XCachedFacts::Group, ILXGroup>
+class XLXGroupCache final : public XLXFormatOwner<XLXGroupCache, XCachedFacts::Group, XOwnedFormats::OfGroup, ILXGroup>
 {
 public:
-    using XLXConfigObjectCache::XLXConfigObjectCache;
+    using XLXFormatOwner::XLXFormatOwner;
 
     // ILXGroup
     HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetChildGroupEnum(ILXGroupEnum** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE CreateFormat(ILXFormat** ppFormat) override;
-    HRESULT STDMETHODCALLTYPE GetFormat(ILXFormat** ppFormat) override;
-    HRESULT STDMETHODCALLTYPE DeleteFormat() override;
 
     // For the owner
 
     /// Says whose group this is; called once, before the group is handed out. The link keeps nothing alive.
     void SetOwner(XWeakLink<XGroupOwner> owner) noexcept { m_owner = std::move(owner); }
 
-    HRESULT Terminate() noexcept;
-
 private:
-    friend XLXConfigObjectCache;
-    void AdvanceParts() noexcept;
-    void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
     LONG OwnNumber();
 
     XWeakLink<XGroupOwner> m_owner;
-    XLazyPart<XFormatMap> m_formats;
 };
 
 #endif

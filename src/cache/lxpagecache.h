@@ -5,12 +5,6 @@
 #include "XLXConfigObjectCache.h"
 
 /// A page of a type's dialog.
-class XLXPageCache final : public XLXConfigObjectCache<XLXPageCache, XCachedFacts::Page, ILXPage>
-{
-public:
-    using XLXConfigObjectCache::XLXConfigObjectCache;
-
-    HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
-};
+using XLXPageCache = XLXPlainObjectCache<XCachedFacts::Page, ILXPage>;
 
 #endif

@@ -32,7 +32,7 @@ XBrowserRegistry::Map XBrowserRegistry::Fetch(const XServerAccess& server)
     {
         result = LXForEachOf<BrowserIdBatch, ILXBrowserId>(
             *browserIds, "ILXBrowserIdEnum::RemNext", at, [&](XLXComPtr<ILXBrowserId>&& element) {
-                auto browserId = LXCFCTOOLS::Make<XLXBrowserIdCache>(std::move(element), server.clock, at);
+                auto browserId = LXCFCTOOLS::Make<XLXBrowserIdCache>(std::move(element), server.clock);
                 XLXComVariant name;
                 XLXError::RaiseIfFailed(browserId->GetProperty(MemberBrowserId, name.Put()),
                                         OLESTR("the name of a browser id cannot be read"), at);

@@ -74,7 +74,7 @@ void XGlobalSpecs::TakeAll(ILXGlobalAttributeFormatSpecEnum& serverSpecs, const 
     LXForEachOf<SpecBatch, ILXGlobalAttributeFormatSpec>(
         serverSpecs, "ILXGlobalAttributeFormatSpecEnum::RemNext", at,
         [&](XLXComPtr<ILXGlobalAttributeFormatSpec>&& spec) {
-            fresh.push_back(LXCFCTOOLS::Make<XLXGlobalAttributeFormatSpecCache>(std::move(spec), clock, at));
+            fresh.push_back(LXCFCTOOLS::Make<XLXGlobalAttributeFormatSpecCache>(std::move(spec), clock));
         });
 }
 

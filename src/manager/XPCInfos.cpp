@@ -44,7 +44,7 @@ std::shared_ptr<const XPCInfos::Map> XPCInfos::Make(const XBrowserRegistry::Map&
     const auto infos = std::make_shared<Map>();
     for (const auto& [key, browserId] : browserIds)
     {
-        const auto info = LXCFCTOOLS::Make<XLXPCInfoCache>(nullptr, XClockPtr(), LXManagerAt("InternalFillPCInfos"));
+        const auto info = LXCFCTOOLS::Make<XLXPCInfoCache>(nullptr, XClockPtr());
         info->AssignProperties(XLXTransientPCInfo::Values(key.Text(), m_areNew), XMoment::Timeless());
         infos->emplace(key, info);
     }

@@ -82,7 +82,7 @@ void XTypeMap::Refresh(XTypeRecords& records, const Note& noted, XRetired& retir
         XLXComPtr<XLXTypeCache> type = Find(record.name).type;
         if (!type)
         {
-            record.made = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, noted.clock, LXManagerAt("AddToTypeCache"));
+            record.made = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, noted.clock);
             record.made->SetModeSupplier(m_mode);
             record.made->SetName(record.name);
             type = record.made;

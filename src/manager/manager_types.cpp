@@ -10,8 +10,8 @@ namespace
 HRESULT TypeNameOf(ILX_BaseDataObject* object, const char* method, XLXComBSTR& name)
 {
     XLXError::CheckPointer(object, OLESTR("pObject"), LXManagerAt(method));
-    return LXAskText("ILX_BaseDataObject::GetTypeName", name, LXManagerAt(method),
-                     [&](BSTR* out) { return object->GetTypeName(out); });
+    return LXAsk("ILX_BaseDataObject::GetTypeName", name, LXNoResult::Empty, {}, LXManagerAt(method),
+                 [&](BSTR* out) { return object->GetTypeName(out); });
 }
 } // namespace
 
@@ -207,7 +207,7 @@ HRESULT XLXConfigFactoryCacheManager::AddType(ILXType** ppType)
             return result;
         }
         XLXError::CheckPointer(server.Get(), OLESTR("object of the server"), LXManagerAt("AddType"));
-        const auto type = LXCFCTOOLS::Make<XLXTypeCache>(server, access.clock, LXManagerAt("AddType"));
+        const auto type = LXCFCTOOLS::Make<XLXTypeCache>(server, access.clock);
         type->SetModeSupplier(m_transferMode);
         *ppType = type.Get();
         (*ppType)->AddRef();

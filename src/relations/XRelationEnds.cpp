@@ -23,8 +23,9 @@ HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName)
         }
     }
     XLXComBSTR own;
-    const HRESULT result = LXAskText("ILX_BaseDataObject::GetTypeName", own, LXPCPartAt("CollectPCRelationsByDO"),
-                                     [&](BSTR* out) { return object->GetTypeName(out); });
+    const HRESULT result =
+        LXAsk("ILX_BaseDataObject::GetTypeName", own, LXNoResult::Empty, {}, LXPCPartAt("CollectPCRelationsByDO"),
+              [&](BSTR* out) { return object->GetTypeName(out); });
     if (result == S_OK)
     {
         typeName = own.View();

@@ -19,7 +19,7 @@ XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> s
         known->TakeRecord(std::move(server), std::move(values), moment, retired);
         return known;
     }
-    known = LXCFCTOOLS::Make<Cached>(std::move(server), clock, at);
+    known = LXCFCTOOLS::Make<Cached>(std::move(server), clock);
     known->AssignProperties(std::move(values), moment);
     return known;
 }

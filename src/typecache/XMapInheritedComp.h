@@ -329,8 +329,7 @@ private:
                                              std::move(source));
             return found->second;
         }
-        const auto made = LXCFCTOOLS::Make<typename XKind<Kind>::Cached>(std::move(record.object), m_owner.Clock(),
-                                                                         XCachedFacts::Type.At("Refresh"));
+        const auto made = LXCFCTOOLS::Make<typename XKind<Kind>::Cached>(std::move(record.object), m_owner.Clock());
         if (source)
         {
             made->SetSource(std::move(source));
