@@ -20,7 +20,7 @@ XTypeMap::Answer XTypeMap::Find(XLXTextView name) const
     Answer answer;
     const XCritLFReadProxy<Known> known(m_mapType);
     answer.isFresh = IsFresh(*known, m_own.Now());
-    if (const auto found = known->index.find({name}); found != known->index.end())
+    if (const auto found = known->index.find(name); found != known->index.end())
     {
         answer.type = found->second;
         answer.found = answer.type ? Found::Type : Found::NoType;
@@ -113,7 +113,7 @@ void XTypeMap::Apply(Known& known, XTypeRecords& records)
         {
             entry.type.Swap(record.made); // of two records of one name the last counts
         }
-        known.index.insert_or_assign({slot->first.Text()}, entry.type.Get());
+        known.index.insert_or_assign(slot->first.Text(), entry.type.Get());
         entry.baseName = std::move(record.baseName);
     }
 }
@@ -126,7 +126,7 @@ void XTypeMap::ForgetNegative(Known& known, std::size_t most)
         const auto entry = known.map.find(known.negative.front());
         if (entry != known.map.end() && !entry->second.type)
         {
-            known.index.erase({entry->first.Text()});
+            known.index.erase(entry->first.Text());
             known.map.erase(entry);
         }
         known.negative.pop_front();
@@ -198,7 +198,7 @@ void XTypeMap::EnterNegative(XLXTextView name, const Note& noted)
     }
     known->negative.push_back(std::move(listed));
     const auto slot = known->map.try_emplace(std::move(key)).first;
-    known->index.emplace(std::array{XLXTextView(slot->first.Text())}, nullptr);
+    known->index.emplace(slot->first.Text(), nullptr);
     ForgetNegative(*known, MostNegativeAnswers);
 }
 

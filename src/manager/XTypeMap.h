@@ -5,10 +5,10 @@
 #define XTYPEMAP_H
 
 #include "XLoaded.h"
-#include "XNameIndex.h"
 #include "XTypeRecord.h"
 
 #include <deque>
+#include <unordered_map>
 
 class XTypeMap
 {
@@ -84,7 +84,7 @@ private:
     struct Known
     {
         Map map;
-        XNameIndex<XLXTypeCache*> index;
+        std::unordered_map<XLXTextView, XLXTypeCache*> index;
         std::deque<XCFGStringKey> negative; ///< the oldest first
         XStamp stamp;
         XClockPtr clock; ///< of the connection; null: there is none

@@ -145,7 +145,7 @@ void XLXParentChildCache::AddPCInfo(const PCInfoMap& former, PCInfoMap& to, XLXC
     const auto known = former.find(*key);
     to.insert_or_assign(std::move(*key),
                         LXMakeOrRefresh(known != former.end() ? known->second : nullptr, std::move(server),
-                                        std::move(values), Clock(), moment, retired, at));
+                                        std::move(values), Clock(), moment, retired));
 }
 
 void XLXParentChildCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)

@@ -11,8 +11,7 @@
 /// The object for a record of a bulk answer: the one that is known, which is refreshed, or else a new one.
 template <class Cached>
 XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> server, XVariantRow values,
-                                  const XClockPtr& clock, const XMoment& moment, XRetired& retired,
-                                  const LXErrorLocation& at)
+                                  const XClockPtr& clock, const XMoment& moment, XRetired& retired)
 {
     if (known)
     {

@@ -75,7 +75,7 @@ XLXPCPartCacheMng::StatePtr XLXPCPartCacheMng::Load()
             replaced = former;
             if (former != refreshed) // another load came between: it may have dropped some
             {
-                for (const auto& [names, entry] : loaded.relations->inOrder)
+                for (const auto& [names, entry] : *loaded.relations)
                 {
                     entry.relation->Attach();
                 }
@@ -127,12 +127,13 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory&
         {
             AddRelation(*fresh, std::move(record), former, moment, retired);
         }
+        fresh->Settle();
     }
     return fresh;
 }
 
 // The values are read from the record, so that loading asks the server once and not once for each relation. Of several
-// records with the same names the last one counts, and there is one relation for them.
+// records with the same names the last one counts.
 void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map& former, const XMoment& moment,
                                     XRetired& retired) const
 {
@@ -152,29 +153,19 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map& form
                                       LXPCPartAt("InternalFillParentChildMap"));
         return;
     }
-    const auto [at, isNew] =
-        map.inOrder.try_emplace({XCFGStringKey(*parent), XCFGStringKey(*child), XCFGStringKey(*list)});
-    auto& [names, entry] = *at;
-    entry.ppr = ppr.value_or(0) != 0;
-    entry.systemInternal = internal.value_or(false);
-    entry.relation = LXMakeOrRefresh<XLXParentChildCache>(
-        isNew ? former.Find(*parent, *child, *list) : entry.relation.Get(), std::move(record.object),
-        std::move(record.values), m_clock, moment, retired, LXPCPartAt("InternalFillParentChildMap", 1956));
-    map.byNames.insert_or_assign({names.parent.Text(), names.child.Text(), names.list.Text()}, entry.relation.Get());
-}
-
-XLXParentChildCache* XLXPCPartCacheMng::Map::Find(XLXTextView parent, XLXTextView child, XLXTextView list) const
-{
-    const auto found = byNames.find({parent, child, list});
-    return found != byNames.end() ? found->second : nullptr;
+    Names names{XCFGStringKey(*parent), XCFGStringKey(*child), XCFGStringKey(*list)};
+    const auto known = former.find(names);
+    auto relation = LXMakeOrRefresh(known != former.end() ? known->second.relation : XLXComPtr<XLXParentChildCache>(),
+                                    std::move(record.object), std::move(record.values), m_clock, moment, retired);
+    map.Add(std::move(names), {std::move(relation), ppr.value_or(0) != 0, internal.value_or(false)});
 }
 
 // Who still holds a dropped relation goes on reading its values. Allocates nothing, so that shutdown cannot fail.
 void XLXPCPartCacheMng::TerminateDropped(const Map& former, const Map& kept) noexcept
 {
-    for (const auto& [names, entry] : former.inOrder)
+    for (const auto& [names, entry] : former)
     {
-        if (!kept.inOrder.contains(names))
+        if (kept.find(names) == kept.end())
         {
             entry.relation->Detach();
             entry.relation->Terminate();
@@ -198,8 +189,9 @@ void XLXPCPartCacheMng::VisitRelations(XLXTextView parentType, XLXTextView child
 {
     const MapPtr relations = Loaded();
     const Names first{XCFGStringKey(parentType), XCFGStringKey(childType), {}};
-    auto next = relations->inOrder.lower_bound(first);
-    while (next != relations->inOrder.end() && (parentType.empty() || next->first.parent == parentType) &&
+    auto next = std::lower_bound(relations->begin(), relations->end(), first,
+                                 [](const auto& entry, const Names& names) { return entry.first < names; });
+    while (next != relations->end() && (parentType.empty() || next->first.parent == parentType) &&
            (childType.empty() || next->first.child == childType) && visit(next->first, next->second))
     {
         ++next;
@@ -302,6 +294,6 @@ HRESULT XLXPCPartCacheMng::Single(XLXTextView parentType, XLXTextView childType,
                                   ILXParentChild** out)
 {
     const MapPtr relations = Loaded();
-    XLXParentChildCache* const found = relations->Find(parentType, childType, ListName(childList));
-    return found != nullptr ? HandOut(found, out) : S_FALSE;
+    const auto found = relations->find({parentType, childType, ListName(childList)});
+    return found != relations->end() ? HandOut(found->second.relation.Get(), out) : S_FALSE;
 }

@@ -12,7 +12,7 @@
 #define LXPCPARTCACHEMNG_H
 
 #include "XCFCDataTransfer.h"
-#include "XNameIndex.h"
+#include "XNamedMap.h"
 #include "XRelationHost.h"
 #include "lxparentchildcache.h"
 
@@ -71,6 +71,7 @@ private:
         XCFGStringKey child;
         XCFGStringKey list;
 
+        std::array<XLXTextView, 3> Views() const noexcept { return {parent.Text(), child.Text(), list.Text()}; }
         friend auto operator<=>(const Names&, const Names&) noexcept = default;
     };
     struct Entry
@@ -79,14 +80,7 @@ private:
         bool ppr = false;
         bool systemInternal = false;
     };
-    /// The relations in order, and by their three names for look-ups.
-    struct Map
-    {
-        std::map<Names, Entry> inOrder;
-        XNameIndex<XLXParentChildCache*, 3> byNames;
-
-        XLXParentChildCache* Find(XLXTextView parent, XLXTextView child, XLXTextView list) const;
-    };
+    using Map = XNamedMap<Entry, Names>;
     using MapPtr = std::shared_ptr<const Map>; // a map that is in use never changes
     struct State
     {
