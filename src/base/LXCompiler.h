@@ -7,14 +7,12 @@
 #if defined(_MSC_VER)
 #define LX_EXPORT __declspec(dllexport)
 #define LX_IMPORT __declspec(dllimport)
-#define LX_NOINLINE __declspec(noinline)
 #define LX_CURRENT_LINE 0
 #define LX_CPU_RELAX() YieldProcessor()
 #define LX_PREFETCH(address) static_cast<void>(address)
 #elif defined(_WIN32)
 #define LX_EXPORT __declspec(dllexport)
 #define LX_IMPORT __declspec(dllimport)
-#define LX_NOINLINE __attribute__((noinline))
 #define LX_CURRENT_LINE __builtin_LINE()
 #define LX_CPU_RELAX() __builtin_ia32_pause()
 #define LX_PREFETCH(address) __builtin_prefetch(address)
@@ -25,7 +23,6 @@
 #define LX_FAST_THREAD_LOCAL __attribute__((tls_model("initial-exec")))
 #define LX_EXPORT __attribute__((visibility("default")))
 #define LX_IMPORT LX_EXPORT
-#define LX_NOINLINE __attribute__((noinline))
 #define LX_CURRENT_LINE __builtin_LINE()
 #define LX_CPU_RELAX() __builtin_ia32_pause()
 #define LX_PREFETCH(address) __builtin_prefetch(address)

@@ -50,17 +50,8 @@ public:
         return XLXError::Guarded(Facts.At("GetProperty"), [&]() -> HRESULT {
             XLXError::CheckPointer(pvarValue, OLESTR("pvarValue"), Facts.At("GetProperty"));
             XLXComVariant value;
-            HRESULT result = ReadProperty(iLXCF_Member, value);
-            if (result == S_OK)
-            {
-                // The caller's old value is cleared here, with no lock held: what it releases may call back.
-                result = LXClear(*pvarValue);
-                if (SUCCEEDED(result))
-                {
-                    value.DetachTo(pvarValue);
-                }
-            }
-            return result;
+            const HRESULT result = ReadProperty(iLXCF_Member, value);
+            return result == S_OK ? LXHandOutValue(std::move(value), pvarValue) : result;
         });
     }
     HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override

@@ -11,7 +11,7 @@ void LXTraceInvalidated(const XAspectSet& aspects) noexcept
     aspects.ForEach([&at](XAspect aspect) {
         XLXError::LogFailure(OLESTR("invalidated"), at, [&] {
             XLXError::WriteTrace(LX_LOG_INVALIDATE, OLESTR("invalidated"),
-                                 (XLXFormat() << XNotificationRule::NameOf(aspect)).Text(), at);
+                                 XLXFormat() << XNotificationRule::NameOf(aspect), at);
         });
     });
 }

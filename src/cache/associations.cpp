@@ -82,5 +82,5 @@ bool XPropertyStore::IsFresh(std::uint64_t now) const
 void LXRaisePropertyIndex(int index)
 {
     constexpr LXErrorLocation at{"associations", "ROAssociations", "Get", 110};
-    XLXError::Raise(E_INVALIDARG, XLXText(XLXFormat() << "property index (" << LONG{index} << ") is out of range"), at);
+    XLXError::Raise(E_INVALIDARG, XLXFormat() << "property index (" << LONG{index} << ") is out of range", at);
 }

@@ -4,8 +4,8 @@
 #ifndef ASSOCIATIONS_H
 #define ASSOCIATIONS_H
 
-#include "XBasicCritSection.h"
 #include "XClock.h"
+#include "XCritData.h"
 #include "XVariantRow.h"
 
 #include <algorithm>

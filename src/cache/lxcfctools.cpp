@@ -10,7 +10,7 @@ void LXServerCall(const char* method) noexcept
     if (XLXError::TraceEnabled(LX_LOG_SERVER))
     {
         XLXError::LogFailure(OLESTR(""), LXHere("lxcfctools", nullptr, "LXServerCall"), [&] {
-            XLXError::WriteTrace(LX_LOG_SERVER, OLESTR("server call"), (XLXFormat() << method).Text(),
+            XLXError::WriteTrace(LX_LOG_SERVER, OLESTR("server call"), XLXFormat() << method,
                                  LXHere("lxcfctools", nullptr, "LXServerCall"));
         });
     }

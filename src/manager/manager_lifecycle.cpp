@@ -154,9 +154,7 @@ HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values)
     return XLXError::Guarded(LXManagerAt("Initialize"), [&] {
         if (count < 4 || count > 6)
         {
-            XLXError::Raise(E_INVALIDARG,
-                            LXFormatText(OLESTR("an initialisation takes 4 to 6 values, not %d"),
-                                         {LXDecimal(static_cast<LONG>(count))}),
+            XLXError::Raise(E_INVALIDARG, XLXFormat() << "an initialisation takes 4 to 6 values, not " << LONG(count),
                             LXManagerAt("Initialize"));
         }
         XLXError::CheckPointer(values, OLESTR("values"), LXManagerAt("Initialize"));

@@ -17,9 +17,9 @@ void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind, XLXTextView currentKi
         const LXErrorLocation at = LXManagerAt("DataObjectChanged");
         XLXError::LogFailure(OLESTR("CFC update notification"), at, [&] {
             XLXError::WriteTrace(LX_LOG_UPDATE, OLESTR("CFC update notification"),
-                                 LXFormatText(OLESTR("CFC update: CFDataID: '%s', Update Mode: %d, "
-                                                     "CurrentDataId: '%s', TranslatedDataId: '%s'"),
-                                              {LXBstrView(dataId), LXDecimal(mode), kind, currentKind}),
+                                 XLXFormat()
+                                     << "CFC update: CFDataID: '" << LXBstrView(dataId) << "', Update Mode: " << mode
+                                     << ", CurrentDataId: '" << kind << "', TranslatedDataId: '" << currentKind << "'",
                                  at);
         });
     }
@@ -78,7 +78,7 @@ void XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType, U
     const auto callback = ConfigFactory("DataObjectChanged").As<ILXCallbackUpdate>();
     if (callback)
     {
-        const XLXComBSTR forwardedId(XLXText(XLXFormat() << XLXTextView(ForwardPrefix) << LXBstrView(dataId)));
+        const XLXComBSTR forwardedId(XLXFormat() << XLXTextView(ForwardPrefix) << LXBstrView(dataId));
         LXServerCall("ILXCallbackUpdate::DataObjectChanged");
         result = callback->DataObjectChanged(forwardedId.Get(), dataType, type, id, count, info);
     }

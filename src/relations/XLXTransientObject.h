@@ -48,17 +48,6 @@ constexpr const XTransientProperty* LXFindProperty(const XTransientProperty (&ta
     return nullptr;
 }
 
-/// Gives a value to a caller's variable, whose old value is cleared.
-inline HRESULT LXHandOutValue(XLXComVariant value, VARIANT* out)
-{
-    const HRESULT result = VariantClear(out);
-    if (SUCCEEDED(result))
-    {
-        value.DetachTo(out);
-    }
-    return result;
-}
-
 /// The references to an object whose life does not depend on them. Each is a lock on the module, so that the object's
 /// code is there as long as somebody holds it. Any thread may call.
 class XModuleReferences
@@ -129,7 +118,7 @@ protected:
 
     [[noreturn]] static void RaiseUnknownIndex(int index, const LXErrorLocation& at)
     {
-        XLXError::Raise(E_INVALIDARG, LXFormatText(OLESTR("property index (%d) is unknown"), {LXDecimal(index)}), at);
+        XLXError::Raise(E_INVALIDARG, XLXFormat() << "property index (" << LONG{index} << ") is unknown", at);
     }
 };
 

@@ -13,10 +13,10 @@
 #define XCLOCK_H
 
 #include "XAspect.h"
+#include "XLXComPtr.h"
 #include "XSyncPolicy.h"
 
 #include <array>
-#include <utility>
 
 /// What is noted before the server is asked: the clock's number of an aspect, and the own count of the holder, which
 /// advances when something other than a notification to the manager makes the holder stale.
@@ -84,7 +84,6 @@ public:
 
     /// The number of the next notification that comes straight to a cached object.
     std::uint64_t DrawDirect() noexcept { return m_direct.value.fetch_add(1) + 1; }
-    std::uint64_t Direct() const noexcept { return m_direct.value.load(std::memory_order_acquire); }
 
     void AddRef() const noexcept { m_references.value.fetch_add(1, std::memory_order_relaxed); }
     void Release() const noexcept
@@ -108,48 +107,8 @@ private:
     mutable Number m_references{0};
 };
 
-/// A counted reference to a clock.
-template <class Clock>
-class XBasicClockPtr
-{
-public:
-    XBasicClockPtr() noexcept = default;
-    explicit XBasicClockPtr(Clock* clock) noexcept : m_clock(clock) { AddRef(); }
-    XBasicClockPtr(const XBasicClockPtr& other) noexcept : m_clock(other.m_clock) { AddRef(); }
-    XBasicClockPtr(XBasicClockPtr&& other) noexcept : m_clock(std::exchange(other.m_clock, nullptr)) {}
-    ~XBasicClockPtr()
-    {
-        if (m_clock != nullptr)
-        {
-            m_clock->Release();
-        }
-    }
-    XBasicClockPtr& operator=(XBasicClockPtr other) noexcept
-    {
-        std::swap(m_clock, other.m_clock);
-        return *this;
-    }
-
-    Clock* Get() const noexcept { return m_clock; }
-    Clock* operator->() const noexcept { return m_clock; }
-    Clock& operator*() const noexcept { return *m_clock; }
-    explicit operator bool() const noexcept { return m_clock != nullptr; }
-    bool operator==(const XBasicClockPtr&) const noexcept = default;
-
-private:
-    void AddRef() const noexcept
-    {
-        if (m_clock != nullptr)
-        {
-            m_clock->AddRef();
-        }
-    }
-
-    Clock* m_clock = nullptr;
-};
-
 using XClock = XBasicClock<>;
-using XClockPtr = XBasicClockPtr<XClock>;
+using XClockPtr = XLXComPtr<XClock>;
 
 /// The own count of a holder: advanced when a notification comes straight to the holder, when what it owns is
 /// emptied, and when its server object is replaced.

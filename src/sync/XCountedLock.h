@@ -4,43 +4,14 @@
 
 #include "XCriticalSectionEx.h"
 #include "XLXError.h"
+#include "XLazyPart.h"
 #include "XLeafMutex.h"
 #include "XLockSwitch.h"
 
 #include <atomic>
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <mutex>
-
-/// Calls the underlying lock only while the process-wide switch is on. Both say whether the lock was really called.
-struct XCritSectionTraitsCFC
-{
-    using Lockable = XCriticalSectionEx;
-    static constexpr unsigned InlineSlots = 2;
-    static bool Lock(XCriticalSectionEx& lock, bool shared)
-    {
-        const bool on = XLockSwitch::IsOn();
-        if (on)
-        {
-            lock.LockEx(shared);
-        }
-        return on;
-    }
-};
-
-/// Always calls the underlying lock.
-template <class L>
-struct XCritSectionTraits
-{
-    using Lockable = L;
-    static constexpr unsigned InlineSlots = 2;
-    static bool Lock(L& lock, bool shared)
-    {
-        lock.LockEx(shared);
-        return true;
-    }
-};
 
 /// One thread's references to a lock.
 struct ThreadLockEntry
@@ -53,15 +24,9 @@ struct ThreadLockEntry
 
 /// The entries of the threads that hold a lock. The first few threads find room in the object itself; more go to a
 /// map behind a small mutex, which is made when it is needed first.
-template <unsigned InlineSlots>
 class XThreadTable
 {
 public:
-    XThreadTable() noexcept = default;
-    XThreadTable(const XThreadTable&) = delete;
-    XThreadTable& operator=(const XThreadTable&) = delete;
-    ~XThreadTable() { delete m_more.load(std::memory_order_relaxed); }
-
     /// The calling thread's entry; made when there is none.
     ThreadLockEntry& FindOrMake()
     {
@@ -79,7 +44,7 @@ public:
                 return slot;
             }
         }
-        More& more = FindOrMakeMore();
+        More& more = m_more.Make();
         const std::lock_guard<XLeafMutex> lock(more.mutex);
         ThreadLockEntry& entry = more.entries[self];
         more.count.fetch_add(1, std::memory_order_relaxed);
@@ -103,7 +68,7 @@ public:
                 return;
             }
         }
-        More& more = *m_more.load(std::memory_order_relaxed);
+        More& more = *m_more.Find();
         const std::lock_guard<XLeafMutex> lock(more.mutex);
         more.entries.erase(entry.thread.load(std::memory_order_relaxed));
         more.count.fetch_sub(1, std::memory_order_relaxed);
@@ -127,7 +92,7 @@ private:
                 return &slot;
             }
         }
-        More* const more = m_more.load(std::memory_order_acquire);
+        More* const more = m_more.Find();
         if (more == nullptr || more->count.load(std::memory_order_relaxed) == 0)
         {
             return nullptr;
@@ -137,35 +102,16 @@ private:
         return found != more->entries.end() ? &found->second : nullptr;
     }
 
-    More& FindOrMakeMore()
-    {
-        More* more = m_more.load(std::memory_order_acquire);
-        if (more == nullptr)
-        {
-            auto made = std::make_unique<More>();
-            if (m_more.compare_exchange_strong(more, made.get(), std::memory_order_acq_rel, std::memory_order_acquire))
-            {
-                more = made.release();
-            }
-        }
-        return *more;
-    }
-
-    ThreadLockEntry m_slots[InlineSlots];
-    std::atomic<More*> m_more{nullptr}; // made once, and goes with the table
+    ThreadLockEntry m_slots[2];
+    XLazyPart<More> m_more;
 };
 
-template <class Traits>
+/// The underlying lock is called only while the process-wide switch is on.
+template <class Lockable = XCriticalSectionEx>
 class XBasicRefCountCritSection
 {
 public:
-    explicit XBasicRefCountCritSection(XLockLevel level = XLockLevel::PropertyStore) noexcept
-#ifndef NDEBUG
-        : m_level(level)
-#endif
-    {
-        (void)level;
-    }
+    explicit XBasicRefCountCritSection(XLockLevel level = XLockLevel::PropertyStore) noexcept : m_place(level) {}
     XBasicRefCountCritSection(const XBasicRefCountCritSection&) = delete;
     XBasicRefCountCritSection& operator=(const XBasicRefCountCritSection&) = delete;
 
@@ -225,7 +171,7 @@ public:
         if (entry->isLocked)
         {
             m_lock.UnlockEx(entry->isRead != 0);
-            XLockOrder::Pop(Level(), this);
+            m_place.Leave(this);
         }
         if (entry->count != 0)
         {
@@ -237,30 +183,21 @@ public:
     }
 
 protected:
-    ~XBasicRefCountCritSection() = default;
-
-#ifndef NDEBUG
-    XLockLevel Level() const noexcept
-    {
-        return m_level;
-    }
-#else
-    static constexpr XLockLevel Level() noexcept
-    {
-        return XLockLevel::PropertyStore;
-    }
-#endif
+    const XLockPlace& Place() const noexcept { return m_place; }
 
 private:
     void Take(ThreadLockEntry& entry, bool shared)
     {
         // The order is noted before waiting, so that a wrong order is found even when nobody else holds the lock.
-        XLockOrder::Push(Level(), this);
-        const bool locked = Traits::Lock(m_lock, shared);
-        entry.isLocked = locked;
-        if (!locked)
+        m_place.Enter(this);
+        entry.isLocked = XLockSwitch::IsOn();
+        if (entry.isLocked)
         {
-            XLockOrder::Pop(Level(), this);
+            m_lock.LockEx(shared);
+        }
+        else
+        {
+            m_place.Leave(this);
         }
     }
 
@@ -270,19 +207,9 @@ private:
                                       {"XBasicCritSection", "XBasicRefCountCritSection", "ReleaseLockRef()", line});
     }
 
-    typename Traits::Lockable m_lock;
-    XThreadTable<Traits::InlineSlots> m_threads;
-#ifndef NDEBUG
-    const XLockLevel m_level;
-#endif
-};
-
-/// The counted lock as an object of its own.
-template <class Traits>
-class XCountedLock final : public XBasicRefCountCritSection<Traits>
-{
-public:
-    using XBasicRefCountCritSection<Traits>::XBasicRefCountCritSection;
+    Lockable m_lock;
+    XThreadTable m_threads;
+    [[no_unique_address]] XLockPlace m_place;
 };
 
 #endif

@@ -7,7 +7,7 @@
 #include <utility>
 
 /// The lock of guarded data.
-using XCritDelegator = XLFCritSectionDelegator<XBasicRefCountCritSection<XCritSectionTraitsCFC>>;
+using XCritDelegator = XLFCritSectionDelegator<XBasicRefCountCritSection<>>;
 
 #ifdef NDEBUG
 static_assert(sizeof(XCritDelegator) <= 48, "every cached object carries one");
@@ -27,14 +27,6 @@ public:
     explicit XCritDataCFC(XLockLevel level, Arguments&&... arguments)
         : m_value(std::forward<Arguments>(arguments)...), m_delegator(level)
     {}
-
-    /// Replaces the value; the old one is destroyed with no lock held.
-    void Set(T value)
-    {
-        const XCritProxy<T> proxy(*this);
-        using std::swap;
-        swap(*proxy, value);
-    }
 
 private:
     template <class>

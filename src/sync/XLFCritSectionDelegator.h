@@ -65,7 +65,7 @@ public:
         {
             if (MayStay()) [[likely]]
             {
-                XLockOrder::Push(Lock::Level(), Mark());
+                Lock::Place().Enter(Mark());
                 return slot;
             }
             Slots::Leave(*slot);
@@ -80,7 +80,7 @@ public:
         if (slot != nullptr)
         {
             Slots::Leave(*slot);
-            XLockOrder::Pop(Lock::Level(), Mark());
+            Lock::Place().Leave(Mark());
         }
         else
         {

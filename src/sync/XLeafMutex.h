@@ -9,39 +9,23 @@
 class XLeafMutex
 {
 public:
-    /// @param level  where it stands in the lock order
-    explicit XLeafMutex([[maybe_unused]] XLockLevel level = XLockLevel::Leaf) noexcept
-#ifndef NDEBUG
-        : m_level(level)
-#endif
-    {}
+    explicit XLeafMutex(XLockLevel level = XLockLevel::Leaf) noexcept : m_place(level) {}
     XLeafMutex(const XLeafMutex&) = delete;
     XLeafMutex& operator=(const XLeafMutex&) = delete;
 
     void lock() noexcept
     {
-        XLockOrder::Push(Level(), this);
+        m_place.Enter(this);
         AcquireSRWLockExclusive(&m_lock);
     }
     void unlock() noexcept
     {
         ReleaseSRWLockExclusive(&m_lock);
-        XLockOrder::Pop(Level(), this);
+        m_place.Leave(this);
     }
 
 private:
-#ifndef NDEBUG
-    XLockLevel Level() const noexcept
-    {
-        return m_level;
-    }
-    const XLockLevel m_level;
-#else
-    static constexpr XLockLevel Level() noexcept
-    {
-        return XLockLevel::Leaf;
-    }
-#endif
+    [[no_unique_address]] XLockPlace m_place;
     SRWLOCK m_lock = SRWLOCK_INIT;
 };
 

@@ -16,7 +16,7 @@
 template <class Clock>
 struct XBasicTime
 {
-    XBasicClockPtr<Clock> clock;
+    XLXComPtr<Clock> clock;
     std::optional<XAspect> aspect;
 
     std::uint64_t Now() const noexcept { return clock && aspect ? clock->Now(*aspect) : 1; }

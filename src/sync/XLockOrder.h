@@ -44,4 +44,28 @@ public:
 #endif
 };
 
+/// A lock's place in the lock order; of no size in release builds.
+class XLockPlace
+{
+public:
+#ifdef NDEBUG
+    explicit XLockPlace(XLockLevel) noexcept {}
+    void Enter(const void*) const noexcept {}
+    void Leave(const void*) const noexcept {}
+#else
+    explicit XLockPlace(XLockLevel level) noexcept : m_level(level) {}
+    void Enter(const void* lock) const noexcept
+    {
+        XLockOrder::Push(m_level, lock);
+    }
+    void Leave(const void* lock) const noexcept
+    {
+        XLockOrder::Pop(m_level, lock);
+    }
+
+private:
+    const XLockLevel m_level;
+#endif
+};
+
 #endif

@@ -35,8 +35,6 @@ struct XSystemSync
         SRWLOCK m_lock = SRWLOCK_INIT;
     };
 
-    static DWORD ThreadId() noexcept { return GetCurrentThreadId(); }
-
     /// A number that spreads threads over a table: different for any few threads that live at the same time.
     static unsigned ThreadIndex() noexcept
     {

@@ -79,12 +79,11 @@ void XArrayReader::LogRefusal(const XLXException& refusal, const XArraySubject& 
         {
             place << ", attribute '" << subject.attribute << "'";
         }
-        XLXError::WriteErrorToLogBook(
-            refusal.Code(), XLXError::SeverityError,
-            LXFormatText(OLESTR("transfer array refused at element %s of %s (%s): %s"),
-                         {LXDecimal(static_cast<LONG>(m_at)), LXDecimal(static_cast<LONG>(m_count)), place.Text(),
-                          refusal.Message()}),
-            refusal.Location());
+        XLXError::WriteErrorToLogBook(refusal.Code(), XLXError::SeverityError,
+                                      XLXFormat()
+                                          << "transfer array refused at element " << LONG(m_at) << " of "
+                                          << LONG(m_count) << " (" << place.Text() << "): " << refusal.Message(),
+                                      refusal.Location());
     });
 }
 

@@ -184,7 +184,7 @@ LONG XLXTypeCache::ModeToFetch(LONG requested)
     const LONG mode = (byDefault == LXTM_UNSET ? 0 : byDefault) | requested;
     if (mode == LXTM_UNSET)
     {
-        XLXError::Raise(E_INVALIDARG, LXFormatText(OLESTR("invalid data transfer mode: %d"), {LXDecimal(requested)}),
+        XLXError::Raise(E_INVALIDARG, XLXFormat() << "invalid data transfer mode: " << requested,
                         TheFacts.At("FetchTypeCacheComponents"));
     }
     LONG there = 0;

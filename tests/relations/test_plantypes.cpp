@@ -66,7 +66,7 @@ TEST_F(PlanTypes, ThereIsOneTransientRelationForEachPair)
     {
         XLXComPtr<ILXPCInfo> info;
         EXPECT_EQ(First("Task", 2 | newOnly)->GetPCInfo(B("List").Get(), info.Put()), S_OK);
-        EXPECT_EQ(LXRead(info.Get(), XProperty::PCInfoNew), LXDecimal(newOnly));
+        EXPECT_EQ(LXRead(info.Get(), XProperty::PCInfoNew), XLXText(XLXFormat() << newOnly));
     }
     const XLXComVariant other = XLXComVariant::FromBstr(OLESTR("Other"));
     EXPECT_EQ(relation->SetProperty(LXRM_PARENTNAME, other.Get()), S_OK);

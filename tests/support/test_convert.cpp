@@ -49,7 +49,7 @@ TEST(Decimal, ReadsTheNumberAtTheFront)
     }
     for (const LONG number : {LONG{0}, LONG{-1}, Most, Least})
     {
-        EXPECT_EQ(number, LXParseDecimal(LXDecimal(number)));
+        EXPECT_EQ(number, LXParseDecimal(XLXFormat() << number));
     }
 }
 
@@ -90,17 +90,6 @@ TEST(LowerCase, IsUnicodesWhateverTheLocale)
         EXPECT_EQ(LXLowerCase(halves), (XLXText{0xDC00, 0xD801, 'a', 0xD801, 0xD801, 0xDC28, 0xDC00, 0xD801}));
     }
     std::setlocale(LC_CTYPE, before.c_str());
-}
-
-TEST(FormatText, PutsTheTextsInTheirPlaces)
-{
-    EXPECT_EQ(OLESTR("type A has 3"), LXFormatText(OLESTR("type %s has %d"), {OLESTR("A"), OLESTR("3")}));
-    EXPECT_EQ(OLESTR("%s and b"), LXFormatText(OLESTR("%s and %s"), {OLESTR("%s"), OLESTR("b")}))
-        << "what was put in is not looked at again";
-    EXPECT_EQ(OLESTR("a, %s"), LXFormatText(OLESTR("%s, %s"), {OLESTR("a")}));
-    EXPECT_EQ(OLESTR("a"), LXFormatText(OLESTR("%s"), {OLESTR("a"), OLESTR("b")}));
-    EXPECT_EQ(OLESTR("50% %x a%"), LXFormatText(OLESTR("50% %x %s%"), {OLESTR("a")}));
-    EXPECT_EQ(OLESTR(""), LXFormatText({}, {OLESTR("a")}));
 }
 
 struct Name

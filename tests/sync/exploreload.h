@@ -52,7 +52,7 @@ struct Time : XBasicTime<Clock>
 template <Fault fault>
 Time<fault> NewTime()
 {
-    return {{XBasicClockPtr<Clock>(new Clock), Aspect}};
+    return {{XLXComPtr<Clock>(new Clock), Aspect}};
 }
 
 /// The production guard, which also checks that nothing older replaces what is published.

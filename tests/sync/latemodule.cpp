@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "latemodule.h"
 
-#include "XBasicCritSection.h"
+#include "XCritData.h"
 
 namespace
 {

@@ -5,7 +5,7 @@
 #ifndef SYNCTOOLS_H
 #define SYNCTOOLS_H
 
-#include "XBasicCritSection.h"
+#include "XCritData.h"
 
 #include <gtest/gtest.h>
 
@@ -129,7 +129,7 @@ class XProbeLock final : public XCriticalSectionEx
 public:
     XProbeLock() noexcept { s_last = this; }
 
-    void LockEx(bool shared) noexcept override
+    void LockEx(bool shared) noexcept
     {
         ++lockCalls;
         for (++atGate; gateClosed;)
@@ -144,7 +144,7 @@ public:
             --waiting;
         }
     }
-    void UnlockEx(bool shared) noexcept override
+    void UnlockEx(bool shared) noexcept
     {
         ++unlockCalls;
         if (onUnlock)
@@ -187,12 +187,6 @@ private:
     }
 
     static inline XProbeLock* s_last = nullptr;
-};
-
-/// The traits under the guarded data, over the watched lock.
-struct XProbeTraitsCFC : XCritSectionTraitsCFC
-{
-    using Lockable = XProbeLock;
 };
 
 /// Turns the lock switch on again, which the component itself never does.

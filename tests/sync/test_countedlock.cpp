@@ -8,7 +8,7 @@
 
 namespace
 {
-using Lock = XCountedLock<XProbeTraitsCFC>;
+using Lock = XBasicRefCountCritSection<XProbeLock>;
 
 constexpr const OLECHAR* NotLocked =
     OLESTR("trying to unlock the critical section without having it locked for the running thread");
@@ -281,24 +281,4 @@ TEST_F(LockSwitch, WhatWasTakenWithoutTheLockIsGivenBackWithoutIt)
     EXPECT_TRUE(m_log.Entries().empty());
 }
 
-TEST_F(LockSwitch, DoesNotGovernTheOtherTraits)
-{
-    XLockSwitch::TurnOff();
-    XCountedLock<XCritSectionTraits<XProbeLock>> lock;
-    XProbeLock& probe = XProbeLock::Last();
-    {
-        const XSmartCritSection section(&lock, true);
-        EXPECT_EQ(Exclusive, probe.State());
-    }
-    {
-        const XSmartReadCritSection section(&lock, true);
-        EXPECT_EQ(Shared, probe.State());
-    }
-    {
-        const XSmartCritSection none(&lock, false);
-        EXPECT_EQ(Free, probe.State());
-    }
-    EXPECT_EQ(Free, probe.State());
-    EXPECT_TRUE(m_log.Entries().empty());
-}
 } // namespace

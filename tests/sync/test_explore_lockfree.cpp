@@ -2,7 +2,7 @@
 //
 // Readers without a lock in every order of their steps and those of writers: nobody reads while somebody writes, and
 // everybody gets through.
-#include "XBasicCritSection.h"
+#include "XLFCritSectionDelegator.h"
 #include "explore.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ private:
 };
 
 template <class Policy>
-using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<XCritSectionTraits<ExploredLock>>, Policy>;
+using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<ExploredLock>, Policy>;
 
 /// A datum with such a lock. It is used in a step between two looks at who else uses it.
 template <class Policy>

@@ -7,7 +7,7 @@
 
 namespace
 {
-using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<XProbeTraitsCFC>>;
+using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<XProbeLock>>;
 
 struct ProbedDelegator final : Delegator
 {
@@ -182,21 +182,6 @@ TEST_F(LockFreeRead, AWriterGetsThroughRestlessReaders)
     }
     RecordProperty("WorstMilliseconds", static_cast<int>(worst));
     std::printf("  the slowest writer took %d ms\n", static_cast<int>(worst));
-}
-
-TEST(GuardedData, SetDestroysTheOldValueWithNoLockHeld)
-{
-    XCritDataCFC<std::shared_ptr<int>> data(XLockLevel::Relations);
-    XActor other;
-    bool entered = false;
-    data.Set(std::shared_ptr<int>(new int(1), [&](int* old) {
-        delete old;
-        auto write = other.Start([&] { const XCritProxy<std::shared_ptr<int>> proxy(data); });
-        entered = IsReady(write);
-    }));
-    data.Set(std::make_shared<int>(2));
-    EXPECT_TRUE(entered);
-    EXPECT_EQ(2, **XCritReadProxy<std::shared_ptr<int>>(data));
 }
 
 TEST(GuardedData, AnErrorUnderAProxyGivesTheLockBack)

@@ -19,27 +19,6 @@ BSTR XLXComBSTR::Allocate(XLXTextView text)
     return copy;
 }
 
-XLXText LXFormatText(XLXTextView pattern, std::initializer_list<XLXTextView> arguments)
-{
-    XLXText text;
-    auto argument = arguments.begin();
-    for (std::size_t at = 0; at < pattern.size(); ++at)
-    {
-        const bool placeholder = pattern[at] == '%' && at + 1 < pattern.size() &&
-                                 (pattern[at + 1] == 's' || pattern[at + 1] == 'd') && argument != arguments.end();
-        if (placeholder)
-        {
-            text.append(*argument++);
-            ++at;
-        }
-        else
-        {
-            text.push_back(pattern[at]);
-        }
-    }
-    return text;
-}
-
 LONG LXParseDecimal(XLXTextView text) noexcept
 {
     std::size_t at = 0;
@@ -63,11 +42,6 @@ LONG LXParseDecimal(XLXTextView text) noexcept
         }
     }
     return negative ? static_cast<LONG>(-value) : static_cast<LONG>(value > most ? most : value);
-}
-
-XLXText LXDecimal(LONG number)
-{
-    return XLXFormat() << number;
 }
 
 XLXComVariant XLXComVariant::FromI4(LONG value) noexcept

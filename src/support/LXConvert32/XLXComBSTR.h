@@ -51,13 +51,7 @@ private:
 /// Halves of surrogate pairs stay.
 XLXText LXLowerCase(XLXTextView text);
 
-/// The text with each "%s" and "%d" of a pattern replaced in order by the given texts.
-XLXText LXFormatText(XLXTextView pattern, std::initializer_list<XLXTextView> arguments);
-
 /// A decimal number at the front of a text, as the C library's wcstol reads it; 0 when there is none.
 LONG LXParseDecimal(XLXTextView text) noexcept;
-
-/// A number in decimal.
-XLXText LXDecimal(LONG number);
 
 #endif

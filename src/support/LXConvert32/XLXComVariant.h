@@ -94,6 +94,17 @@ private:
     VARIANT m_value;
 };
 
+/// Gives a value to a caller's variable, whose old value is cleared. No lock may be held: what it releases may call back.
+inline HRESULT LXHandOutValue(XLXComVariant value, VARIANT* out) noexcept
+{
+    const HRESULT result = LXClear(*out);
+    if (SUCCEEDED(result))
+    {
+        value.DetachTo(out);
+    }
+    return result;
+}
+
 static_assert(sizeof(XLXComVariant) == sizeof(VARIANT) && sizeof(VARIANT) == 24);
 
 using XLXVariantVector = std::vector<XLXComVariant>;

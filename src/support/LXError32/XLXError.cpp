@@ -75,7 +75,8 @@ Caught Translate(const LXErrorLocation& at) noexcept
     return result;
 }
 
-LXLogEntry MakeEntry(LXLogCategory category, LONG severity, HRESULT code, const LXErrorLocation& at) noexcept
+void WriteEntry(LXLogCategory category, LONG severity, HRESULT code, XLXTextView title, XLXTextView text,
+                const LXErrorLocation& at) noexcept
 {
     LXLogEntry entry{};
     entry.eCategory = category;
@@ -83,7 +84,19 @@ LXLogEntry MakeEntry(LXLogCategory category, LONG severity, HRESULT code, const 
     entry.hrCode = code;
     entry.location = at;
     entry.pszTitle = OLESTR("");
-    return entry;
+    try
+    {
+        const XLXText titleCopy(title);
+        const XLXText textCopy(text);
+        entry.pszTitle = titleCopy.c_str();
+        entry.pszText = textCopy.c_str();
+        LXErrorWriteLog(&entry);
+    }
+    catch (...)
+    {
+        entry.pszText = OutOfMemoryText;
+        LXErrorWriteLog(&entry);
+    }
 }
 } // namespace
 
@@ -96,7 +109,7 @@ void Raise(HRESULT code, XLXTextView message, const LXErrorLocation& at)
 
 void RaisePointer(XLXTextView argumentName, const LXErrorLocation& at)
 {
-    Raise(E_POINTER, XLXText(XLXFormat() << "invalid pointer: " << argumentName), at);
+    Raise(E_POINTER, XLXFormat() << "invalid pointer: " << argumentName, at);
 }
 
 HRESULT RefusePointer(XLXTextView argumentName, const LXErrorLocation& at) noexcept
@@ -124,18 +137,7 @@ HRESULT SetComErrorFromException(const LXErrorLocation& at) noexcept
 
 void WriteErrorToLogBook(HRESULT code, LONG severity, XLXTextView text, const LXErrorLocation& at) noexcept
 {
-    LXLogEntry entry = MakeEntry(LX_LOG_ERROR, severity, code, at);
-    try
-    {
-        const XLXText copy(text);
-        entry.pszText = copy.c_str();
-        LXErrorWriteLog(&entry);
-    }
-    catch (...)
-    {
-        entry.pszText = OutOfMemoryText;
-        LXErrorWriteLog(&entry);
-    }
+    WriteEntry(LX_LOG_ERROR, severity, code, {}, text, at);
 }
 
 void WriteExceptionToLogBook(LONG severity, XLXTextView text, const LXErrorLocation& at) noexcept
@@ -165,23 +167,9 @@ bool TraceEnabled(LXLogCategory category) noexcept
 
 void WriteTrace(LXLogCategory category, XLXTextView title, XLXTextView text, const LXErrorLocation& at) noexcept
 {
-    if (!TraceEnabled(category))
+    if (TraceEnabled(category))
     {
-        return;
-    }
-    LXLogEntry entry = MakeEntry(category, 0, S_OK, at);
-    try
-    {
-        const XLXText titleCopy(title);
-        const XLXText textCopy(text);
-        entry.pszTitle = titleCopy.c_str();
-        entry.pszText = textCopy.c_str();
-        LXErrorWriteLog(&entry);
-    }
-    catch (...)
-    {
-        entry.pszText = OutOfMemoryText;
-        LXErrorWriteLog(&entry);
+        WriteEntry(category, 0, S_OK, title, text, at);
     }
 }
 } // namespace XLXError

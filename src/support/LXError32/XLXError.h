@@ -142,6 +142,7 @@ public:
     XLXFormat& operator<<(const char* ascii);
     XLXFormat& operator<<(LONG number);
     operator XLXText() const { return m_text; }
+    operator XLXTextView() const noexcept { return m_text; }
     const XLXText& Text() const noexcept { return m_text; }
 
 private:

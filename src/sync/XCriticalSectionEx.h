@@ -11,10 +11,9 @@ public:
     XCriticalSectionEx() noexcept = default;
     XCriticalSectionEx(const XCriticalSectionEx&) = delete;
     XCriticalSectionEx& operator=(const XCriticalSectionEx&) = delete;
-    virtual ~XCriticalSectionEx() = default;
 
     /// @param shared  true: several threads may hold the lock in this mode; false: one thread alone
-    virtual void LockEx(bool shared) noexcept
+    void LockEx(bool shared) noexcept
     {
         if (shared)
         {
@@ -25,7 +24,7 @@ public:
             AcquireSRWLockExclusive(&m_lock);
         }
     }
-    virtual void UnlockEx(bool shared) noexcept
+    void UnlockEx(bool shared) noexcept
     {
         if (shared)
         {
