@@ -6,7 +6,6 @@
 #include "XLXComVariant.h"
 #include "XVariantRow.h"
 
-#include <array>
 #include <compare>
 #include <cstring>
 #include <map>
@@ -31,7 +30,6 @@ public:
     bool IsNull() const noexcept { return m_text.empty(); }
     /// The name that the key was made of.
     const XLXText& Text() const noexcept { return m_text; }
-    std::array<XLXTextView, 1> Views() const noexcept { return {m_text}; }
 
     friend bool operator==(const XCFGStringKey& left, const XCFGStringKey& right) noexcept = default;
     friend bool operator==(const XCFGStringKey& left, XLXTextView right) noexcept { return left.m_text == right; }

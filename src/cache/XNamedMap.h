@@ -5,66 +5,56 @@
 #include "XCFGStringKey.h"
 #include "XSortedMap.h"
 
-#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
 #include <functional>
 
-/// A sorted map by name, or by several names together, that finds an entry by their hash: names that are alike take
-/// long to compare, and a search among sorted ones compares many of them.
-/// @tparam Key  its Views() are the names
-template <class T, class Key = XCFGStringKey>
-class XNamedMap : public XSortedMap<Key, T>
+/// A sorted map by name that finds an entry by the hash of its name: names that are alike take long to compare, and a
+/// search among sorted ones compares many of them.
+template <class T>
+class XNamedMap : public XSortedMap<XCFGStringKey, T>
 {
 public:
-    using Names = decltype(std::declval<const Key&>().Views());
-    using const_iterator = typename XSortedMap<Key, T>::const_iterator;
+    using const_iterator = typename XSortedMap<XCFGStringKey, T>::const_iterator;
 
     /// Looks among the settled entries.
-    const_iterator find(const Names& names) const
+    const_iterator find(XLXTextView name) const
     {
-        const std::uint32_t place = m_places.empty() ? 0 : m_places[PlaceOf(names)];
+        const std::uint32_t place = m_places.empty() ? 0 : m_places[PlaceOf(name)];
         return place != 0 ? this->begin() + (place - 1) : this->end();
     }
-    const_iterator find(const Key& key) const { return find(key.Views()); }
-    const_iterator find(XLXTextView name) const { return find(Names{name}); }
+    const_iterator find(const XCFGStringKey& key) const { return find(XLXTextView(key.Text())); }
 
     /// Settles what was added, as in every sorted map.
     void Settle()
     {
-        XSortedMap<Key, T>::Settle();
+        XSortedMap<XCFGStringKey, T>::Settle();
         m_places.assign(std::bit_ceil(2 * this->size()), 0);
         std::uint32_t place = 0;
         for (const auto& [key, value] : *this)
         {
-            m_places[PlaceOf(key.Views())] = ++place;
+            m_places[PlaceOf(key.Text())] = ++place;
         }
     }
 
 private:
-    /// Where the place of the names stands in the table, or would stand.
-    std::size_t PlaceOf(const Names& names) const
+    /// Where the place of a name stands in the table, or would stand.
+    std::size_t PlaceOf(XLXTextView name) const
     {
         const std::size_t mask = m_places.size() - 1;
-        std::size_t hash = 0;
-        for (const XLXTextView name : names)
-        {
-            hash = hash * 31 + std::hash<XLXTextView>()(name);
-        }
-        std::size_t at = hash & mask;
-        while (m_places[at] != 0 && !AreSame(this->begin()[m_places[at] - 1].first.Views(), names))
+        std::size_t at = std::hash<XLXTextView>()(name) & mask;
+        while (m_places[at] != 0 && !IsNamed(this->begin()[m_places[at] - 1], name))
         {
             at = (at + 1) & mask;
         }
         return at;
     }
-    static bool AreSame(const Names& left, const Names& right) noexcept
+    static bool IsNamed(const auto& entry, XLXTextView name) noexcept
     {
-        return std::equal(left.begin(), left.end(), right.begin(), [](XLXTextView one, XLXTextView other) {
-            return one.size() == other.size() &&
-                   (one.empty() || std::memcmp(one.data(), other.data(), one.size() * sizeof(OLECHAR)) == 0);
-        });
+        const XLXTextView own = entry.first.Text();
+        return own.size() == name.size() &&
+               (name.empty() || std::memcmp(own.data(), name.data(), name.size() * sizeof(OLECHAR)) == 0);
     }
 
     /// A power of two of them, at most half of them used: an entry's number in the order of the keys, from 1 on.

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "XTypeMap.h"
 
-#include <algorithm>
-#include <iterator>
-
 bool XTypeMap::IsFresh(const Known& known, std::uint64_t own) noexcept
 {
     return known.clock && known.stamp == XStamp{known.clock->Now(XAspect::TypeMap), own};
@@ -20,10 +17,14 @@ XTypeMap::Answer XTypeMap::Find(XLXTextView name) const
     Answer answer;
     const XCritLFReadProxy<Known> known(m_mapType);
     answer.isFresh = IsFresh(*known, m_own.Now());
-    if (const auto found = known->index.find(name); found != known->index.end())
+    if (XLXTypeCache* const* const found = known->index.Find({name}); found != nullptr)
     {
-        answer.type = found->second;
-        answer.found = answer.type ? Found::Type : Found::NoType;
+        answer.type = *found;
+        answer.found = Found::Type;
+    }
+    else if (known->negative.contains(name))
+    {
+        answer.found = Found::NoType;
     }
     return answer;
 }
@@ -113,7 +114,8 @@ void XTypeMap::Apply(Known& known, XTypeRecords& records)
         {
             entry.type.Swap(record.made); // of two records of one name the last counts
         }
-        known.index.insert_or_assign(slot->first.Text(), entry.type.Get());
+        known.index.Set({slot->first.Text()}, entry.type.Get());
+        known.negative.erase(slot->first);
         entry.baseName = std::move(record.baseName);
     }
 }
@@ -121,15 +123,9 @@ void XTypeMap::Apply(Known& known, XTypeRecords& records)
 /// Forgets the oldest negative answers until no more than that many are left.
 void XTypeMap::ForgetNegative(Known& known, std::size_t most)
 {
-    while (known.negative.size() > most)
+    for (; known.oldest.size() > most; known.oldest.pop_front())
     {
-        const auto entry = known.map.find(known.negative.front());
-        if (entry != known.map.end() && !entry->second.type)
-        {
-            known.index.erase(entry->first.Text());
-            known.map.erase(entry);
-        }
-        known.negative.pop_front();
+        known.negative.erase(known.oldest.front());
     }
 }
 
@@ -145,7 +141,7 @@ void XTypeMap::LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& mess
     for (auto& first : map)
     {
         Map::value_type* above = &first;
-        while (above != nullptr && above->second.type && above->second.link == Link::Pending)
+        while (above != nullptr && above->second.link == Link::Pending)
         {
             above->second.link = Link::OnPath;
             path.emplace_back(above, BaseOf(map, above->second, messages));
@@ -177,7 +173,7 @@ XTypeMap::Map::value_type* XTypeMap::BaseOf(Map& map, const Entry& entry, std::v
         return nullptr;
     }
     const auto found = map.find(XLXTextView(entry.baseName));
-    if (found != map.end() && found->second.type)
+    if (found != map.end())
     {
         return &*found;
     }
@@ -188,27 +184,21 @@ XTypeMap::Map::value_type* XTypeMap::BaseOf(Map& map, const Entry& entry, std::v
 void XTypeMap::EnterNegative(XLXTextView name, const Note& noted)
 {
     XCFGStringKey key(name);
-    XCFGStringKey listed(name);
     const XCritProxy<Known> known(m_mapType);
     const bool isCurrent = known->clock && known->clock == noted.clock &&
                            noted.stamp == XStamp{known->clock->Now(XAspect::TypeMap), m_own.Now()};
-    if (!isCurrent || known->map.contains(key))
+    if (isCurrent && !known->map.contains(key) && !known->negative.contains(key))
     {
-        return;
+        known->oldest.push_back(key);
+        known->negative.insert(std::move(key));
+        ForgetNegative(*known, MostNegativeAnswers);
     }
-    known->negative.push_back(std::move(listed));
-    const auto slot = known->map.try_emplace(std::move(key)).first;
-    known->index.emplace(slot->first.Text(), nullptr);
-    ForgetNegative(*known, MostNegativeAnswers);
 }
 
 std::vector<XTypeMap::Map::value_type> XTypeMap::Types() const
 {
-    std::vector<Map::value_type> all;
     const XCritReadProxy<Known> known(m_mapType);
-    std::copy_if(known->map.begin(), known->map.end(), std::back_inserter(all),
-                 [](const auto& slot) { return static_cast<bool>(slot.second.type); });
-    return all;
+    return {known->map.begin(), known->map.end()};
 }
 
 bool XTypeMap::IsOf(const XClockPtr& clock) const
@@ -244,9 +234,6 @@ void XTypeMap::End(const XClockPtr& clock)
     }
     for (auto& [key, entry] : dropped.map)
     {
-        if (entry.type)
-        {
-            entry.type->Terminate();
-        }
+        entry.type->Terminate();
     }
 }

@@ -5,10 +5,10 @@
 #define XTYPEMAP_H
 
 #include "XLoaded.h"
+#include "XNameIndex.h"
 #include "XTypeRecord.h"
 
 #include <deque>
-#include <unordered_map>
 
 class XTypeMap
 {
@@ -25,7 +25,7 @@ public:
     };
     struct Entry
     {
-        XLXComPtr<XLXTypeCache> type; ///< null: the server has no type of that name
+        XLXComPtr<XLXTypeCache> type;
         XLXText baseName;
         Link link = Link::Pending;
     };
@@ -80,12 +80,13 @@ public:
     void End(const XClockPtr& clock);
 
 private:
-    /// The map, and the way that look-ups take. A null pointer in the index is a negative answer.
+    /// The map, and the way that look-ups take.
     struct Known
     {
         Map map;
-        std::unordered_map<XLXTextView, XLXTypeCache*> index;
-        std::deque<XCFGStringKey> negative; ///< the oldest first
+        XNameIndex<XLXTypeCache*> index;
+        XNameSet negative;                ///< names that the server has no type of
+        std::deque<XCFGStringKey> oldest; ///< the same and former ones, the oldest first
         XStamp stamp;
         XClockPtr clock; ///< of the connection; null: there is none
     };

@@ -75,7 +75,7 @@ XLXPCPartCacheMng::StatePtr XLXPCPartCacheMng::Load()
             replaced = former;
             if (former != refreshed) // another load came between: it may have dropped some
             {
-                for (const auto& [names, entry] : *loaded.relations)
+                for (const auto& [names, entry] : loaded.relations->inOrder)
                 {
                     entry.relation->Attach();
                 }
@@ -127,13 +127,13 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory&
         {
             AddRelation(*fresh, std::move(record), former, moment, retired);
         }
-        fresh->Settle();
+        fresh->inOrder.Settle();
     }
     return fresh;
 }
 
 // The values are read from the record, so that loading asks the server once and not once for each relation. Of several
-// records with the same names the last one counts.
+// records with the same names the last one counts, and there is one relation for them.
 void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map& former, const XMoment& moment,
                                     XRetired& retired) const
 {
@@ -153,19 +153,27 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map& form
                                       LXPCPartAt("InternalFillParentChildMap"));
         return;
     }
-    Names names{XCFGStringKey(*parent), XCFGStringKey(*child), XCFGStringKey(*list)};
-    const auto known = former.find(names);
-    auto relation = LXMakeOrRefresh(known != former.end() ? known->second.relation : XLXComPtr<XLXParentChildCache>(),
+    XLXParentChildCache* const* known = map.byNames.Find({*parent, *child, *list});
+    known = known != nullptr ? known : former.byNames.Find({*parent, *child, *list});
+    auto relation = LXMakeOrRefresh(XLXComPtr<XLXParentChildCache>(known != nullptr ? *known : nullptr),
                                     std::move(record.object), std::move(record.values), m_clock, moment, retired);
-    map.Add(std::move(names), {std::move(relation), ppr.value_or(0) != 0, internal.value_or(false)});
+    map.byNames.Set({*parent, *child, *list}, relation.Get());
+    map.inOrder.Add({XCFGStringKey(*parent), XCFGStringKey(*child), XCFGStringKey(*list)},
+                    {std::move(relation), ppr.value_or(0) != 0, internal.value_or(false)});
 }
 
-// Who still holds a dropped relation goes on reading its values. Allocates nothing, so that shutdown cannot fail.
+// Both maps are in the same order. Who still holds a dropped relation goes on reading its values. Allocates nothing, so
+// that shutdown cannot fail.
 void XLXPCPartCacheMng::TerminateDropped(const Map& former, const Map& kept) noexcept
 {
-    for (const auto& [names, entry] : former)
+    auto next = kept.inOrder.begin();
+    for (const auto& [names, entry] : former.inOrder)
     {
-        if (kept.find(names) == kept.end())
+        while (next != kept.inOrder.end() && next->first < names)
+        {
+            ++next;
+        }
+        if (next == kept.inOrder.end() || next->first != names)
         {
             entry.relation->Detach();
             entry.relation->Terminate();
@@ -189,9 +197,9 @@ void XLXPCPartCacheMng::VisitRelations(XLXTextView parentType, XLXTextView child
 {
     const MapPtr relations = Loaded();
     const Names first{XCFGStringKey(parentType), XCFGStringKey(childType), {}};
-    auto next = std::lower_bound(relations->begin(), relations->end(), first,
+    auto next = std::lower_bound(relations->inOrder.begin(), relations->inOrder.end(), first,
                                  [](const auto& entry, const Names& names) { return entry.first < names; });
-    while (next != relations->end() && (parentType.empty() || next->first.parent == parentType) &&
+    while (next != relations->inOrder.end() && (parentType.empty() || next->first.parent == parentType) &&
            (childType.empty() || next->first.child == childType) && visit(next->first, next->second))
     {
         ++next;
@@ -294,6 +302,6 @@ HRESULT XLXPCPartCacheMng::Single(XLXTextView parentType, XLXTextView childType,
                                   ILXParentChild** out)
 {
     const MapPtr relations = Loaded();
-    const auto found = relations->find({parentType, childType, ListName(childList)});
-    return found != relations->end() ? HandOut(found->second.relation.Get(), out) : S_FALSE;
+    XLXParentChildCache* const* const found = relations->byNames.Find({parentType, childType, ListName(childList)});
+    return found != nullptr ? HandOut(*found, out) : S_FALSE;
 }

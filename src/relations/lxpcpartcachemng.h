@@ -12,8 +12,9 @@
 #define LXPCPARTCACHEMNG_H
 
 #include "XCFCDataTransfer.h"
-#include "XNamedMap.h"
+#include "XNameIndex.h"
 #include "XRelationHost.h"
+#include "XSortedMap.h"
 #include "lxparentchildcache.h"
 
 /// Which relations an enumeration is to hold.
@@ -71,7 +72,6 @@ private:
         XCFGStringKey child;
         XCFGStringKey list;
 
-        std::array<XLXTextView, 3> Views() const noexcept { return {parent.Text(), child.Text(), list.Text()}; }
         friend auto operator<=>(const Names&, const Names&) noexcept = default;
     };
     struct Entry
@@ -80,7 +80,12 @@ private:
         bool ppr = false;
         bool systemInternal = false;
     };
-    using Map = XNamedMap<Entry, Names>;
+    /// The relations in order, and by their three names for look-ups.
+    struct Map
+    {
+        XSortedMap<Names, Entry> inOrder;
+        XNameIndex<XLXParentChildCache*, 3> byNames;
+    };
     using MapPtr = std::shared_ptr<const Map>; // a map that is in use never changes
     struct State
     {
