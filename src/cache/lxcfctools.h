@@ -156,26 +156,36 @@ void LXReplaceMap(const Map* former, const Map& map) noexcept
     }
 }
 
-/// Enters the object for a record of the server into a map that is being made. An object that the former map has under
-/// the key (there may be no such map) stays the same: whoever holds it reads the new values.
+/// The object for a record of the server: the one that is known (there may be none), refreshed, so that whoever holds it
+/// reads the new values; or else a new one.
+template <class Cached>
+XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> server, XVariantRow values,
+                                  const XMoment& moment, const XClockPtr& clock, XRetired& retired)
+{
+    if (known)
+    {
+        known->TakeRecord(std::move(server), std::move(values), moment, retired);
+        return known;
+    }
+    known = LXCFCTOOLS::Make<Cached>(std::move(server), clock);
+    known->AssignProperties(std::move(values), moment);
+    return known;
+}
+
+/// Enters the object for a record of the server into a map that is being made. What the former map (which may be null)
+/// has under the key stays the same object.
 template <class Map>
 void LXEnterRecord(const Map* former, Map& to, typename Map::key_type key, XLXComPtr<IUnknown> server,
                    XVariantRow values, const XMoment& moment, const XClockPtr& clock, XRetired& retired)
 {
-    using Cached = std::remove_reference_t<decltype(*std::declval<typename Map::mapped_type>().Get())>;
-    typename Map::mapped_type object;
-    if (const auto known = former != nullptr ? former->find(key) : typename Map::const_iterator();
-        former != nullptr && known != former->end())
+    typename Map::mapped_type known;
+    if (former != nullptr)
     {
-        object = known->second;
-        object->TakeRecord(std::move(server), std::move(values), moment, retired);
+        const auto found = former->find(key);
+        known = found != former->end() ? found->second : nullptr;
     }
-    else
-    {
-        object = LXCFCTOOLS::Make<Cached>(std::move(server), clock);
-        object->AssignProperties(std::move(values), moment);
-    }
-    to.insert_or_assign(std::move(key), std::move(object));
+    to.insert_or_assign(std::move(key), LXMakeOrRefresh(std::move(known), std::move(server), std::move(values), moment,
+                                                        clock, retired));
 }
 
 /// Passes a notification that came straight to an owner on to the objects of its map, which may be null.

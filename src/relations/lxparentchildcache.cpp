@@ -142,10 +142,7 @@ void XLXParentChildCache::AddPCInfo(const PCInfoMap& former, PCInfoMap& to, XLXC
     {
         return; // without its browser there is no key to find it by
     }
-    const auto known = former.find(*key);
-    to.insert_or_assign(std::move(*key),
-                        LXMakeOrRefresh(known != former.end() ? known->second : nullptr, std::move(server),
-                                        std::move(values), Clock(), moment, retired));
+    LXEnterRecord(&former, to, std::move(*key), std::move(server), std::move(values), moment, Clock(), retired);
 }
 
 void XLXParentChildCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)

@@ -8,21 +8,6 @@
 #include <exception>
 #include <map>
 
-/// The object for a record of a bulk answer: the one that is known, which is refreshed, or else a new one.
-template <class Cached>
-XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> server, XVariantRow values,
-                                  const XClockPtr& clock, const XMoment& moment, XRetired& retired)
-{
-    if (known)
-    {
-        known->TakeRecord(std::move(server), std::move(values), moment, retired);
-        return known;
-    }
-    known = LXCFCTOOLS::Make<Cached>(std::move(server), clock);
-    known->AssignProperties(std::move(values), moment);
-    return known;
-}
-
 /// A relation: which type may stand below which, in which child list, with how each browser shows it.
 class XLXParentChildCache final
     : public XLXConfigObjectCache<XLXParentChildCache, XCachedFacts::ParentChild, ILXParentChild>

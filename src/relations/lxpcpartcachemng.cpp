@@ -156,7 +156,7 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map& form
     XLXParentChildCache* const* known = map.byNames.Find({*parent, *child, *list});
     known = known != nullptr ? known : former.byNames.Find({*parent, *child, *list});
     auto relation = LXMakeOrRefresh(XLXComPtr<XLXParentChildCache>(known != nullptr ? *known : nullptr),
-                                    std::move(record.object), std::move(record.values), m_clock, moment, retired);
+                                    std::move(record.object), std::move(record.values), moment, m_clock, retired);
     map.byNames.Set({*parent, *child, *list}, relation.Get());
     map.inOrder.Add({XCFGStringKey(*parent), XCFGStringKey(*child), XCFGStringKey(*list)},
                     {std::move(relation), ppr.value_or(0) != 0, internal.value_or(false)});
