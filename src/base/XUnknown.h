@@ -82,7 +82,7 @@ public:
         return left;
     }
     /// Adds a reference unless the last one is gone already.
-    bool TryAddRef() noexcept
+    bool TryAddReference() noexcept
     {
         ULONG count = m_references.load(std::memory_order_relaxed);
         while (count != 0 && !m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed))

@@ -153,6 +153,7 @@ public:
         return m_planTypes.RelationsOf(parentType);
     }
     std::vector<XLXText> BaseTypeNames(XLXTextView typeName) override;
+    bool TryAddRef() noexcept override { return TryAddReference(); }
     const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept override { return m_selfLink; }
 
     /// Reads all types unless they are fresh. S_FALSE: the server has nothing.

@@ -106,6 +106,7 @@ public:
 
     // XGroupOwner
     HRESULT GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum) override;
+    bool TryAddRef() noexcept override { return TryAddReference(); }
     XLXComPtr<ILXType> ServerType() const override { return HasServer() ? Server() : XLXComPtr<ILXType>(); }
 
     // For the manager

@@ -5,6 +5,7 @@
 #ifndef HOSTILESERVER_H
 #define HOSTILESERVER_H
 
+#include "XCFCDataTransfer.h"
 #include "XTransferWriters.h"
 #include "cachefixture.h"
 
