@@ -78,17 +78,20 @@ std::string FunctionText(const LXErrorLocation& at)
 
 void DefaultSink(const LXLogEntry& entry)
 {
+#ifndef _WIN32
+    static const bool enabled = std::getenv("LXLOGBOOK") != nullptr;
+    if (!enabled)
+    {
+        return;
+    }
+#endif
     const std::string line = std::string(entry.pszCategory) + ": " + Narrow(entry.pszTitle) +
                              (entry.pszTitle != nullptr && *entry.pszTitle != 0 ? ": " : "") + Narrow(entry.pszText) +
                              " [" + FunctionText(entry.location) + "]\n";
 #ifdef _WIN32
     OutputDebugStringA(line.c_str());
 #else
-    static const bool enabled = std::getenv("LXLOGBOOK") != nullptr;
-    if (enabled)
-    {
-        std::fputs(line.c_str(), stderr);
-    }
+    std::fputs(line.c_str(), stderr);
 #endif
 }
 
