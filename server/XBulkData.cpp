@@ -5,11 +5,19 @@
 
 namespace
 {
+/// What a client can ask the server's type for by its key: then a record may come without the object.
+template <class T>
+constexpr bool IsFoundByKey =
+    std::is_same_v<T, XModelAttribute> || std::is_same_v<T, XModelPage> || std::is_same_v<T, XModelGroup>;
+
 template <class Object, class T, class... Owner>
 XBulkRecord RecordOf(const XServerCorePtr& core, const XModelRef<T>& element, const Owner&... owner)
 {
     XBulkRecord record;
-    record.object = static_cast<ILXConfigObject*>(LXMake<Object>(core, element.Share(), owner...).Get());
+    if (!IsFoundByKey<T> || core->deliversComponentObjects.load())
+    {
+        record.object = static_cast<ILXConfigObject*>(LXMake<Object>(core, element.Share(), owner...).Get());
+    }
     record.values = element->properties.ToVariants();
     return record;
 }

@@ -115,6 +115,11 @@ void XSampleServer::AcceptForwardedNotifications(bool accept)
     m_core->acceptsForwarded = accept;
 }
 
+void XSampleServer::DeliverComponentObjects(bool deliver)
+{
+    m_core->deliversComponentObjects = deliver;
+}
+
 void XSampleServer::RefuseBulkReads(bool refuse)
 {
     m_core->refusesBulkReads = refuse;

@@ -97,6 +97,10 @@ public:
 
     /// Makes the config factory answer ILXCallbackUpdate, as one that is itself a cache does.
     void AcceptForwardedNotifications(bool accept);
+    /// Whether records of pages, groups and attributes come with their objects, as they do at first. Without, a client
+    /// asks the type for an object when it needs one: each interface pointer in an array costs a client in another
+    /// process some tenths of a millisecond.
+    void DeliverComponentObjects(bool deliver);
     /// Makes the config factory refuse ILXConfigFactoryEx, as one without bulk reads does.
     void RefuseBulkReads(bool refuse);
     std::vector<XForwardedNotification> ForwardedNotifications() const;

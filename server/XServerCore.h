@@ -75,6 +75,7 @@ public:
 
     std::atomic<bool> acceptsForwarded{false};
     std::atomic<bool> refusesBulkReads{false};
+    std::atomic<bool> deliversComponentObjects{true};
     std::atomic<int> terminations{0};
     std::atomic<LONG> liveObjects{0};
     std::atomic<LONG> references{0};

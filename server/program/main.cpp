@@ -4,6 +4,7 @@
 //
 //     lxsampleserver --register --model models/plant.json   COM starts it when a client asks for it
 //     lxsampleserver --model models/plant.json              serves until somebody calls ILXSampleServer::Stop
+//     lxsampleserver --generate 1000                        the same with a model of that many types
 //     lxsampleserver --stop                                 ends the one that runs
 //     lxsampleserver --unregister
 //
@@ -23,6 +24,8 @@ namespace
 struct Options
 {
     std::string model;
+    int generated = 0;
+    bool deliversComponentObjects = false;
     double delay = 0;
     std::string readyEvent;
     bool registers = false;
@@ -40,16 +43,30 @@ std::chrono::microseconds DelayOf(const Options& options)
 
 XServerModel ModelOf(const Options& options)
 {
+    if (options.generated > 0)
+    {
+        XGeneratorOptions generator;
+        generator.types = options.generated;
+        return LXGenerateModel(generator);
+    }
     return options.model.empty() ? LXSmallModel() : LXReadModel(options.model);
 }
 
-/// The command with which COM starts the program: with the same model and delay, from any folder.
+/// The command with which COM starts the program: with the same model and options, from any folder.
 XClassRegistration Registration(const Options& options)
 {
     std::wstring command = OLESTR("\"") + LXModulePath(nullptr) + OLESTR("\"");
     if (!options.model.empty())
     {
         command += OLESTR(" --model \"") + std::filesystem::absolute(options.model).wstring() + OLESTR("\"");
+    }
+    if (options.generated > 0)
+    {
+        command += OLESTR(" --generate ") + std::to_wstring(options.generated);
+    }
+    if (options.deliversComponentObjects)
+    {
+        command += OLESTR(" --component-objects");
     }
     if (options.delay > 0)
     {
@@ -85,6 +102,7 @@ void Serve(const Options& options)
         const XStubKeeper stubs;
         XServerHost host(ModelOf(options));
         host.Server().Calls().SetDelay(DelayOf(options));
+        host.Server().DeliverComponentObjects(options.deliversComponentObjects);
         std::printf("lxsampleserver: process %lu serves %zu types\n", GetCurrentProcessId(),
                     host.Server().Model().types.size());
         host.Serve(options.terms, [&options] { SayReady(options); });
@@ -153,7 +171,13 @@ int main(int argc, char** argv)
     options.terms.idleEnd = TakeEmbedding(arguments);
 
     CLI::App app("The sample server of the configuration cache, for clients in other processes.");
-    app.add_option("--model", options.model, "Model file; a small model of its own without it");
+    auto* const model = app.add_option("--model", options.model, "Model file; a small model of its own without it");
+    app.add_option("--generate", options.generated, "A generated model with that many types instead")
+        ->check(CLI::Range(1, 100000))
+        ->excludes(model);
+    app.add_flag(
+        "--component-objects", options.deliversComponentObjects,
+        "Deliver the objects of pages, groups and attributes with their values; clients ask for them otherwise");
     app.add_option("--delay", options.delay, "Milliseconds that each call takes at least")
         ->check(CLI::Range(0.0, 1000.0));
     app.add_option("--ready-event", options.readyEvent, "Name of an event to set when clients can find the server");

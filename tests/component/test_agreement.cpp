@@ -142,10 +142,15 @@ protected:
     }
 };
 
-TEST_F(Agreement, AtRestAndAfterRandomEdits)
+/// With records that come with the objects of components, and without.
+class WithObjects : public Agreement, public testing::WithParamInterface<bool>
+{};
+
+TEST_P(WithObjects, AtRestAndAfterRandomEdits)
 {
     const unsigned seed = std::random_device{}();
     SCOPED_TRACE("seed " + std::to_string(seed));
+    m_server->DeliverComponentObjects(GetParam());
     ASSERT_EQ(Start(), S_OK);
     ExpectAgreement();
     for (unsigned round = 0; round < 5; ++round)
@@ -155,6 +160,9 @@ TEST_F(Agreement, AtRestAndAfterRandomEdits)
     }
     Terminate();
 }
+
+INSTANTIATE_TEST_SUITE_P(Components, WithObjects, testing::Bool(),
+                         [](const auto& test) { return test.param ? "Come" : "AreAskedFor"; });
 
 class Discarding : public Agreement, public testing::WithParamInterface<bool>
 {
