@@ -28,6 +28,18 @@ void Widen(XLXText& to, const char* ascii)
     }
 }
 
+void TakeText(Caught& result, auto&& take) noexcept
+{
+    try
+    {
+        take(result.text);
+    }
+    catch (...)
+    {
+        result.fallback = OutOfMemoryText;
+    }
+}
+
 // The one translator: every kind of exception has one fixed answer, given here.
 Caught Translate(const LXErrorLocation& at) noexcept
 {
@@ -42,14 +54,7 @@ Caught Translate(const LXErrorLocation& at) noexcept
         result.code = error.Code();
         result.at = error.Location();
         result.fallback = OLESTR("");
-        try
-        {
-            result.text = error.Message();
-        }
-        catch (...)
-        {
-            result.fallback = OutOfMemoryText;
-        }
+        TakeText(result, [&](XLXText& text) { text = error.Message(); });
     }
     catch (const std::bad_alloc&)
     {
@@ -59,14 +64,7 @@ Caught Translate(const LXErrorLocation& at) noexcept
     catch (const std::exception& error)
     {
         result.code = E_FAIL;
-        try
-        {
-            Widen(result.text, error.what());
-        }
-        catch (...)
-        {
-            result.fallback = OutOfMemoryText;
-        }
+        TakeText(result, [&](XLXText& text) { Widen(text, error.what()); });
     }
     catch (...)
     {
