@@ -188,7 +188,7 @@ LONG XLXTypeCache::ModeToFetch(LONG requested)
                         TheFacts.At("FetchTypeCacheComponents"));
     }
     LONG there = 0;
-    ForEachMap([&](const auto& map) { there |= map.HasData() ? map.TheKind.mode : 0; });
+    ForEachMap([&](const auto& map) { there |= map.HasData() ? LONG{map.TheKind.mode} : 0; });
     return (mode & ~there) | requested;
 }
 
