@@ -143,10 +143,10 @@ protected:
 };
 
 /// With records that come with the objects of components, and without.
-class WithObjects : public Agreement, public testing::WithParamInterface<bool>
+class AgreementWithObjects : public Agreement, public testing::WithParamInterface<bool>
 {};
 
-TEST_P(WithObjects, AtRestAndAfterRandomEdits)
+TEST_P(AgreementWithObjects, AtRestAndAfterRandomEdits)
 {
     const unsigned seed = std::random_device{}();
     SCOPED_TRACE("seed " + std::to_string(seed));
@@ -161,7 +161,7 @@ TEST_P(WithObjects, AtRestAndAfterRandomEdits)
     Terminate();
 }
 
-INSTANTIATE_TEST_SUITE_P(Components, WithObjects, testing::Bool(),
+INSTANTIATE_TEST_SUITE_P(Components, AgreementWithObjects, testing::Bool(),
                          [](const auto& test) { return test.param ? "Come" : "AreAskedFor"; });
 
 class Discarding : public Agreement, public testing::WithParamInterface<bool>

@@ -106,6 +106,7 @@ protected:
 TEST_F(Rpc, ArraysArriveAsTheyWereSent)
 {
     const auto local = XSampleServer::Create(LXSmallModel());
+    local->DeliverComponentObjects(false);
     const auto expected = BulkReads(*local->ConfigFactory());
     const auto arrived = BulkReads(*m_factory);
     ASSERT_EQ(arrived.size(), expected.size());
