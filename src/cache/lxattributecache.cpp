@@ -74,7 +74,7 @@ HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum)
 
 // ---- display facts
 
-XDisplayFacts XDisplayFacts::Of(const XVariantRow& values)
+XDisplayFacts::XDisplayFacts(const XVariantRow& values)
 {
     const auto at = [&](int member) {
         const auto index = static_cast<std::size_t>(member);
@@ -88,21 +88,18 @@ XDisplayFacts XDisplayFacts::Of(const XVariantRow& values)
         const XLXComVariant* const value = at(member);
         return value != nullptr ? value->AsLong().value_or(none) : none;
     };
-    XDisplayFacts facts;
-    facts.inBrowser = flag(ShowInBrowser);
-    facts.inEditor = flag(ShowInEditor);
-    facts.inFinder = flag(ShowInFinder) && !flag(NotInFinder);
-    facts.printable = flag(Printable);
-    facts.inAVSet = flag(InAVSet);
-    facts.vendorDefined = number(Origin, OriginVendor - 1) == OriginVendor;
-    facts.groupNumber = number(GroupNumber, 0);
-    return facts;
+    const auto bit = [](bool isSet, LXDisplay display) { return isSet ? static_cast<std::uint64_t>(display) : 0; };
+    m_word = bit(flag(ShowInEditor), LXD_EDITOR) | bit(flag(ShowInFinder) && !flag(NotInFinder), LXD_FINDER) |
+             bit(flag(ShowInBrowser), LXD_BROWSER) | bit(flag(Printable), LXD_PRINTABLE) |
+             bit(number(Origin, OriginVendor - 1) == OriginVendor, LXD_VENDORDEFINED) |
+             bit(flag(InAVSet), LXD_INAVSET) |
+             (std::uint64_t{static_cast<std::uint32_t>(number(AttributeMember::GroupNumber, 0))} << 32);
 }
 
 void XDisplayFacts::Prefetch(const XVariantRow& values) noexcept
 {
     for (const AttributeMember member :
-         {ShowInBrowser, ShowInFinder, GroupNumber, InAVSet, Printable, NotInFinder, Origin})
+         {ShowInBrowser, ShowInFinder, AttributeMember::GroupNumber, InAVSet, Printable, NotInFinder, Origin})
     {
         if (const auto index = static_cast<std::size_t>(member); index < values.size())
         {
@@ -114,7 +111,7 @@ void XDisplayFacts::Prefetch(const XVariantRow& values) noexcept
 // There is one writer at a time, and stamps never go back.
 void XLXAttributeCache::OnAssigned(const XVariantRow& values, const XStamp& stamp) noexcept
 {
-    m_facts.store(XDisplayFacts::Of(values), std::memory_order_release);
+    m_facts.store(XDisplayFacts(values), std::memory_order_release);
     m_factsStamp.store(stamp.IsNone() ? 0 : stamp.Sum(), std::memory_order_release);
 }
 
@@ -127,7 +124,7 @@ XDisplayFacts XLXAttributeCache::Facts()
     XDisplayFacts facts;
     bool isWhole = false;
     const HRESULT result = Fetch([&](const XVariantRow& values) {
-        facts = XDisplayFacts::Of(values);
+        facts = XDisplayFacts(values);
         isWhole = values.size() > Origin;
     });
     XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"), TheFacts.At("Facts"));

@@ -10,21 +10,35 @@
 #include <exception>
 #include <vector>
 
-/// What decides in which displays an attribute is shown: one word, which is read and written at once.
-struct alignas(std::uint64_t) XDisplayFacts
+/// In which displays an attribute is shown; see ILXType::GetDisplayAttributeEnum.
+enum LXDisplay : LONG
 {
-    bool inBrowser : 1 = false;
-    bool inEditor : 1 = false;
-    bool inFinder : 1 = false;
-    bool printable : 1 = false;
-    bool inAVSet : 1 = false;
-    bool vendorDefined : 1 = false;
-    LONG groupNumber = 0;
+    LXD_EDITOR = 1,
+    LXD_FINDER = 2,
+    LXD_BROWSER = 4,
+    LXD_PRINTABLE = 8,
+    LXD_VENDORDEFINED = 16,
+    LXD_INAVSET = 32
+};
 
+/// What decides whether an attribute is in a display enumeration. One word, in which it travels, too: a processor waits
+/// where single fields were written and the whole is read.
+class XDisplayFacts
+{
+public:
+    XDisplayFacts() noexcept = default;
     /// The facts in an attribute's values; an empty or missing value is no answer.
-    static XDisplayFacts Of(const XVariantRow& values);
-    /// Asks for the memory that Of looks at.
+    explicit XDisplayFacts(const XVariantRow& values);
+    /// Asks for the memory that the constructor looks at.
     static void Prefetch(const XVariantRow& values) noexcept;
+
+    bool IsShownIn(LONG displays) const noexcept { return (static_cast<LONG>(m_word & Low) & displays) != 0; }
+    LONG GroupNumber() const noexcept { return static_cast<LONG>(static_cast<std::uint32_t>(m_word >> 32)); }
+
+private:
+    static constexpr std::uint64_t Low = 0xFFFFFFFF; ///< the displays (LXDisplay); above them the group's number
+
+    std::uint64_t m_word = 0;
 };
 static_assert(std::atomic<XDisplayFacts>::is_always_lock_free);
 

@@ -15,26 +15,13 @@ constexpr int MemberEditorDefault = 1;
 constexpr int MemberEditorDefaultNew = 2;
 constexpr ULONG OwnAttributeBatch = 100;
 
-/// In which displays attributes are wanted; see ILXType::GetDisplayAttributeEnum.
-enum DisplayMask : LONG
-{
-    InEditor = 1,
-    InFinder = 2,
-    InBrowser = 4,
-    Printable = 8,
-    VendorDefined = 16,
-    InAVSet = 32,
-    AllGroupsMask = 64 ///< internal: the group number is not looked at
-};
+/// Beside the displays (LXDisplay) in a mask: the group number is not looked at.
+constexpr LONG AllGroupsMask = 64;
 
 bool IsTaken(const XDisplayFacts& facts, LONG mask, LONG group)
 {
-    const auto bit = [](bool set, LONG value) { return set ? value : LONG{0}; };
-    const LONG answered = bit(facts.inEditor, InEditor) | bit(facts.inFinder, InFinder) |
-                          bit(facts.inBrowser, InBrowser) | bit(facts.printable, Printable) |
-                          bit(facts.vendorDefined, VendorDefined) | bit(facts.inAVSet, InAVSet);
-    const bool shown = mask == 0 || mask == AllGroupsMask || (answered & mask) != 0;
-    return shown && ((mask & AllGroupsMask) != 0 || facts.groupNumber == group);
+    const bool shown = mask == 0 || mask == AllGroupsMask || facts.IsShownIn(mask);
+    return shown && ((mask & AllGroupsMask) != 0 || facts.GroupNumber() == group);
 }
 
 /// The names of the attributes that the server's type lists. Raises a failure.

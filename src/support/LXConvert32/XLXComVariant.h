@@ -95,7 +95,7 @@ private:
 };
 
 /// Gives a value to a caller's variable, whose old value is cleared. No lock may be held: what it releases may call back.
-inline HRESULT LXHandOutValue(XLXComVariant value, VARIANT* out) noexcept
+inline HRESULT LXHandOutValue(XLXComVariant&& value, VARIANT* out) noexcept
 {
     const HRESULT result = LXClear(*out);
     if (SUCCEEDED(result))
