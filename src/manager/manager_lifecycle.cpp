@@ -189,8 +189,8 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments)
     if (!arguments.noNotifications)
     {
         RegisterCallback(*connection, arguments.update.Get(), arguments.clientMode && arguments.separateCallback);
-        // What others loaded until here was not covered by notifications.
-        connection->clock->Advance(XNotificationRule::Concerned(XDataId::Parse(OLESTR("objects/all/0/1")), 1));
+        // Nobody was told of edits until here: what other threads have loaded meanwhile may be stale.
+        connection->clock->Advance(XAspectSet::All());
     }
     XTypeMapPtr types;
     const HRESULT filled = LXRaisedAt(at, [&] { return InternalFillTypeMap(types); });

@@ -46,6 +46,13 @@ public:
     constexpr XAspectSet(XAspect first, More... more) noexcept : m_bits((BitOf(first) | ... | BitOf(more)))
     {}
 
+    static constexpr XAspectSet All() noexcept
+    {
+        XAspectSet all;
+        all.m_bits = (std::uint32_t{1} << LXAspectCount) - 1;
+        return all;
+    }
+
     constexpr bool Has(XAspect aspect) const noexcept { return (m_bits & BitOf(aspect)) != 0; }
     constexpr void Add(XAspect aspect) noexcept { m_bits |= BitOf(aspect); }
     constexpr bool operator==(const XAspectSet&) const noexcept = default;
@@ -72,6 +79,6 @@ private:
     std::uint32_t m_bits = 0;
 };
 
-static_assert(LXAspectCount <= 32);
+static_assert(LXAspectCount < 32);
 
 #endif

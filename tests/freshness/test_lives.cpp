@@ -335,4 +335,19 @@ TEST_F(WithoutRelations, NotificationsDuringAStart)
     ASSERT_TRUE(changed);
     EXPECT_EQ(Values(), (Names{"new", "new", "new"}));
 }
+
+TEST_F(WithoutRelations, EditsBeforeNotificationsAreEnabled)
+{
+    bool changed = false;
+    Calls().SetHook([&](const XServerCall& call) {
+        if (call.name == "ILXDataUpdate::EnableAdvicesDataType" && !std::exchange(changed, true))
+        {
+            std::async(std::launch::async, [&] { Read(); }).get();
+            Change("new", S_OK); // the server tells nobody
+        }
+    });
+    ASSERT_EQ(Start(), S_OK);
+    ASSERT_TRUE(changed);
+    EXPECT_EQ(Values(), (Names{"new", "new", "new"}));
+}
 } // namespace
