@@ -13,8 +13,7 @@
 #include <atomic>
 #include <vector>
 
-class XBenchFactory final : public ILXConfigFactory, public ILXConfigFactoryEx
-{
+class XBenchFactory final : public ILXConfigFactory, public ILXConfigFactoryEx {
 public:
     explicit XBenchFactory(XLXComPtr<ILXConfigFactory> server);
 
@@ -33,23 +32,19 @@ public:
 
     STDMETHODIMP AddType(ILXType** ppType) override { return m_server->AddType(ppType); }
     STDMETHODIMP RemoveType(ILXType* pType, LONG* plResult) override { return m_server->RemoveType(pType, plResult); }
-    STDMETHODIMP GetTypeEnum(BSTR bstrConfigName, ILXTypeEnum** ppEnum) override
-    {
+    STDMETHODIMP GetTypeEnum(BSTR bstrConfigName, ILXTypeEnum** ppEnum) override {
         return m_server->GetTypeEnum(bstrConfigName, ppEnum);
     }
-    STDMETHODIMP GetSearchableTypeEnum(ILXTypeEnum** ppEnum) override
-    {
+    STDMETHODIMP GetSearchableTypeEnum(ILXTypeEnum** ppEnum) override {
         return m_server->GetSearchableTypeEnum(ppEnum);
     }
     STDMETHODIMP GetPlanTypeEnum(BSTR, ILXTypeEnum**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetType(BSTR bstrTypename, BSTR bstrConfigName, ILXType** ppType) override
-    {
+    STDMETHODIMP GetType(BSTR bstrTypename, BSTR bstrConfigName, ILXType** ppType) override {
         return m_server->GetType(bstrTypename, bstrConfigName, ppType);
     }
     STDMETHODIMP AddParentChild(ILXParentChild**) override { return E_NOTIMPL; }
     STDMETHODIMP RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName, ILXParentChildEnum** ppEnum) override
-    {
+    STDMETHODIMP GetParentChildEnum(BSTR bstrTypename, BSTR bstrConfigName, ILXParentChildEnum** ppEnum) override {
         return m_server->GetParentChildEnum(bstrTypename, bstrConfigName, ppEnum);
     }
     STDMETHODIMP AddBrowserId(BSTR, ILXBrowserId**) override { return E_NOTIMPL; }
@@ -63,8 +58,7 @@ public:
     STDMETHODIMP GetVersion(BSTR* pbstrVersion) override { return m_server->GetVersion(pbstrVersion); }
     STDMETHODIMP SetVersion(BSTR) override { return E_NOTIMPL; }
     STDMETHODIMP CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum) override
-    {
+    STDMETHODIMP GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum) override {
         return m_server->GetAllGlobalAttributeFormatSpecs(ppEnum);
     }
     STDMETHODIMP RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*) override { return E_NOTIMPL; }

@@ -13,27 +13,23 @@
 #include <string_view>
 #include <vector>
 
-class XBenchRows
-{
+class XBenchRows {
 public:
     using Body = std::function<void(benchmark::State&)>;
 
-    struct Against
-    {
+    struct Against {
         const char* name;
         Body body;
         double bar;       ///< the largest ratio of the work's time to this one's
         bool aim = false; ///< shown, but not a bar
     };
 
-    enum class Clock
-    {
+    enum class Clock {
         Cpu,   ///< one thread: what others do on the machine counts less
         Wall,  ///< several threads
         Manual ///< the body measures itself
     };
-    struct How
-    {
+    struct How {
         int threads = 1;
         Clock clock = Clock::Cpu;
         std::int64_t iterations = 0; ///< 0: as many as fill the time
@@ -47,8 +43,7 @@ public:
     bool Wants(std::string_view title) const noexcept { return title.find(m_only) != std::string_view::npos; }
     /// Measures a row now.
     void Time(const std::string& title, const Body& work, const std::vector<Against>& against, const How& how);
-    void Time(const std::string& title, const Body& work, const std::vector<Against>& against)
-    {
+    void Time(const std::string& title, const Body& work, const std::vector<Against>& against) {
         Time(title, work, against, How());
     }
     /// Enters times that were taken by the caller, in seconds, alternating.
@@ -61,8 +56,7 @@ public:
     void Write(const std::string& path, const std::string& histogram) const;
 
 private:
-    struct Row
-    {
+    struct Row {
         std::string title;
         std::string against;
         std::string unit;

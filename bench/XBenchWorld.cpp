@@ -6,19 +6,15 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace
-{
+namespace {
 constexpr int WideTypes = 6;
 
-class XBenchObject final : public XDataObjectRefusals<>
-{
+class XBenchObject final : public XDataObjectRefusals<> {
 public:
     XBenchObject(XServerCorePtr core, XLXText typeName)
-        : XDataObjectRefusals(std::move(core)), m_typeName(std::move(typeName))
-    {}
+        : XDataObjectRefusals(std::move(core)), m_typeName(std::move(typeName)) {}
 
-    STDMETHODIMP GetTypeName(BSTR* pbstrTypename) override
-    {
+    STDMETHODIMP GetTypeName(BSTR* pbstrTypename) override {
         *pbstrTypename = SysAllocStringLen(m_typeName.data(), static_cast<UINT>(m_typeName.size()));
         return S_OK;
     }
@@ -38,16 +34,13 @@ private:
     const XLXText m_typeName;
 };
 
-void AddWideTypes(XServerModel& model)
-{
-    for (int level = 0; level < WideTypes; ++level)
-    {
+void AddWideTypes(XServerModel& model) {
+    for (int level = 0; level < WideTypes; ++level) {
         const std::string name = "Wide" + std::to_string(level);
         XModelType& type = model.AddType(name, level == 0 ? "" : "Wide" + std::to_string(level - 1));
         const int first = LXWideAttributes * level / WideTypes;
         const int last = LXWideAttributes * (level + 1) / WideTypes;
-        for (int i = first; i < last; ++i)
-        {
+        for (int i = first; i < last; ++i) {
             char attribute[24];
             std::snprintf(attribute, sizeof attribute, "WideAttribute%05d", i);
             XModelAttribute& added = type.AddAttribute(attribute, 1);
@@ -57,19 +50,16 @@ void AddWideTypes(XServerModel& model)
     }
 }
 
-int LevelOf(const XServerModel& model, const XModelType& type)
-{
+int LevelOf(const XServerModel& model, const XModelType& type) {
     const auto* const base = type.Base().empty() ? nullptr : model.FindType(type.Base());
     return base == nullptr ? 0 : 1 + LevelOf(model, **base);
 }
 
 template <class SizeOf>
-std::string Line(const XServerModel& model, const char* title, int width, SizeOf&& sizeOf)
-{
+std::string Line(const XServerModel& model, const char* title, int width, SizeOf&& sizeOf) {
     std::map<int, int> counts;
     double sum = 0;
-    for (const auto& [name, type] : model.types)
-    {
+    for (const auto& [name, type] : model.types) {
         const int size = sizeOf(*type);
         ++counts[size / width];
         sum += size;
@@ -77,14 +67,10 @@ std::string Line(const XServerModel& model, const char* title, int width, SizeOf
     char text[64];
     std::snprintf(text, sizeof text, "%-22s average %5.1f |", title, sum / static_cast<double>(model.types.size()));
     std::string line = text;
-    for (const auto& [bucket, count] : counts)
-    {
-        if (width == 1)
-        {
+    for (const auto& [bucket, count] : counts) {
+        if (width == 1) {
             std::snprintf(text, sizeof text, " %d: %d", bucket, count);
-        }
-        else
-        {
+        } else {
             std::snprintf(text, sizeof text, " %d-%d: %d", bucket * width, bucket * width + width - 1, count);
         }
         line += text;
@@ -93,15 +79,13 @@ std::string Line(const XServerModel& model, const char* title, int width, SizeOf
 }
 } // namespace
 
-std::string LXBenchTypeName(int number)
-{
+std::string LXBenchTypeName(int number) {
     char name[16];
     std::snprintf(name, sizeof name, "Type%05d", number);
     return name;
 }
 
-XServerModel LXBenchModel(int types)
-{
+XServerModel LXBenchModel(int types) {
     XGeneratorOptions options;
     options.types = types;
     options.attributesPerType = 10;
@@ -112,8 +96,7 @@ XServerModel LXBenchModel(int types)
     return model;
 }
 
-std::string LXHistogram(const XServerModel& model)
-{
+std::string LXHistogram(const XServerModel& model) {
     const auto size = [](const auto& list) { return static_cast<int>(list.size()); };
     return Line(model, "own attributes", 5, [&](const XModelType& type) { return size(type.attributes); }) +
            Line(model, "bases above", 1, [&](const XModelType& type) { return LevelOf(model, type); }) +
@@ -123,21 +106,13 @@ std::string LXHistogram(const XServerModel& model)
 }
 
 XBenchWorld::XBenchWorld(XServerModel model)
-    : m_server(XSampleServer::Create(std::move(model))), m_factory(new XBenchFactory(m_server->ConfigFactory()))
-{}
+    : m_server(XSampleServer::Create(std::move(model))), m_factory(new XBenchFactory(m_server->ConfigFactory())) {}
 
-XBenchWorld::~XBenchWorld()
-{
-    Stop();
-}
+XBenchWorld::~XBenchWorld() { Stop(); }
 
-void XBenchWorld::StartPrepared()
-{
-    StartWith(m_factory.As<ILXConfigFactory>());
-}
+void XBenchWorld::StartPrepared() { StartWith(m_factory.As<ILXConfigFactory>()); }
 
-void XBenchWorld::StartWith(XLXComPtr<ILXConfigFactory> factory)
-{
+void XBenchWorld::StartWith(XLXComPtr<ILXConfigFactory> factory) {
     LXExpectOk(m_module.Factory()->CreateInstance(nullptr, LXIid<ILXConfigFactoryCache>(), m_cache.PutVoid()),
                "CreateInstance");
     XLXComVariant values[6];
@@ -150,33 +125,28 @@ void XBenchWorld::StartWith(XLXComPtr<ILXConfigFactory> factory)
     LXExpectOk(m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get()), "Initialize");
 }
 
-void XBenchWorld::Stop()
-{
-    if (m_cache)
-    {
+void XBenchWorld::Stop() {
+    if (m_cache) {
         LXExpectOk(m_cache.As<IDPFObject>()->Terminate(), "Terminate");
         m_cache.Reset();
     }
 }
 
-XLXComPtr<ILXType> XBenchWorld::Type(const std::string& name) const
-{
+XLXComPtr<ILXType> XBenchWorld::Type(const std::string& name) const {
     XLXComPtr<ILXType> type;
     const XLXComBSTR text(XText(name).Get());
     LXExpectOk(m_cache.As<ILXConfigFactory>()->GetType(text.Get(), nullptr, type.Put()), "GetType");
     return type;
 }
 
-XLXComPtr<ILXAttribute> XBenchWorld::Attribute(const std::string& type, const std::string& name) const
-{
+XLXComPtr<ILXAttribute> XBenchWorld::Attribute(const std::string& type, const std::string& name) const {
     XLXComPtr<ILXAttribute> attribute;
     const XLXComBSTR text(XText(name).Get());
     LXExpectOk(Type(type)->GetAttribute(text.Get(), attribute.Put()), "GetAttribute");
     return attribute;
 }
 
-void XBenchWorld::CompleteAllTypes() const
-{
+void XBenchWorld::CompleteAllTypes() const {
     XLXComPtr<ILXTypeEnum> types;
     LXExpectOk(m_cache.As<ILXConfigFactory>()->GetTypeEnum(nullptr, types.Put()), "GetTypeEnum");
     XLXComPtr<ILXType> type;
@@ -186,8 +156,7 @@ void XBenchWorld::CompleteAllTypes() const
     ILXConfObjEditor* editor = nullptr;
     // Nothing has these names: each look-up completes its map, and costs little itself.
     const XLXComBSTR nothing{XLXTextView(OLESTR("-"))};
-    while (types->GetSingleNext(type.Put()) == S_OK)
-    {
+    while (types->GetSingleNext(type.Put()) == S_OK) {
         const bool asked = type->GetAttribute(nothing.Get(), &attribute) == S_FALSE &&
                            type->GetGroup(-1, &group) == S_FALSE && type->GetPage(-1, &page) == S_FALSE &&
                            type->GetConfObjEditor(nothing.Get(), nullptr, nullptr, &editor) == S_FALSE;
@@ -195,10 +164,8 @@ void XBenchWorld::CompleteAllTypes() const
     }
 }
 
-void XBenchWorld::AskForAllRelations() const
-{
-    for (const auto& relation : m_server->Model().relations)
-    {
+void XBenchWorld::AskForAllRelations() const {
+    for (const auto& relation : m_server->Model().relations) {
         const XLXComBSTR parent(relation->Text(XProperty::ParentName));
         const XLXComBSTR child(relation->Text(XProperty::ChildName));
         const XLXComBSTR list(relation->Text(XProperty::ChildList));
@@ -208,8 +175,7 @@ void XBenchWorld::AskForAllRelations() const
     }
 }
 
-void XBenchWorld::NotifyOfEverything() const
-{
+void XBenchWorld::NotifyOfEverything() const {
     const XLXComBSTR id{XLXTextView(OLESTR("objects/all/0/1"))};
     const XLXComBSTR type{XLXTextView(OLESTR("cfc_specific"))};
     LXExpectOk(
@@ -217,16 +183,13 @@ void XBenchWorld::NotifyOfEverything() const
         "DataObjectChanged");
 }
 
-XLXComPtr<ILX_BaseDataObject> LXMakeBenchObject(const std::string& typeName)
-{
+XLXComPtr<ILX_BaseDataObject> LXMakeBenchObject(const std::string& typeName) {
     static const XServerCorePtr core = std::make_shared<XServerCore>(XServerModel{});
     return XLXComPtr<ILX_BaseDataObject>(new XBenchObject(core, XText(typeName).Get()));
 }
 
-void LXExpectOk(HRESULT result, const char* what)
-{
-    if (result != S_OK)
-    {
+void LXExpectOk(HRESULT result, const char* what) {
+    if (result != S_OK) {
         char text[128];
         std::snprintf(text, sizeof text, "%s answered 0x%08X", what, static_cast<unsigned>(result));
         throw std::runtime_error(text);

@@ -26,8 +26,7 @@ XServerModel LXBenchModel(int types);
 std::string LXHistogram(const XServerModel& model);
 
 /// A server and a cache in front of it.
-class XBenchWorld
-{
+class XBenchWorld {
 public:
     explicit XBenchWorld(int types) : XBenchWorld(LXBenchModel(types)) { m_types = types; }
     explicit XBenchWorld(XServerModel model);

@@ -15,8 +15,7 @@
 #include <tuple>
 
 /// (a) A value, copied with no protection.
-struct XPlainValue
-{
+struct XPlainValue {
     XLXComVariant value;
 
     HRESULT GetProperty(VARIANT* out) const;
@@ -24,18 +23,13 @@ struct XPlainValue
 
 /// (b) and (c) An object's values by index, behind a lock.
 template <class Mutex, class ReadLock>
-class XLockedValues
-{
+class XLockedValues {
 public:
     void Add(int index, XLXComVariant value) { m_values.emplace(index, std::move(value)); }
-    HRESULT GetProperty(int index, VARIANT* out) const
-    {
+    HRESULT GetProperty(int index, VARIANT* out) const {
         const ReadLock lock(m_mutex);
         const auto found = m_values.find(index);
-        if (found == m_values.end())
-        {
-            return E_INVALIDARG;
-        }
+        if (found == m_values.end()) { return E_INVALIDARG; }
         return VariantCopy(out, const_cast<VARIANT*>(&found->second.Get()));
     }
 
@@ -48,19 +42,14 @@ using XMutexValues = XLockedValues<std::mutex, std::lock_guard<std::mutex>>;
 
 /// (b) Objects by name behind a lock. The key is the name as UTF-8, like the cache's.
 template <class Interface>
-class XSharedObjects
-{
+class XSharedObjects {
 public:
     void Add(XLXTextView name, XLXComPtr<Interface> object) { m_objects[LXToUtf8(name)] = std::move(object); }
-    HRESULT Find(XLXTextView name, Interface** out) const
-    {
+    HRESULT Find(XLXTextView name, Interface** out) const {
         const std::string key = LXToUtf8(name);
         const std::shared_lock<std::shared_mutex> lock(m_mutex);
         const auto found = m_objects.find(key);
-        if (found == m_objects.end())
-        {
-            return S_FALSE;
-        }
+        if (found == m_objects.end()) { return S_FALSE; }
         found->second.CopyTo(out);
         return S_OK;
     }
@@ -72,8 +61,7 @@ private:
 };
 
 /// (b) Relations by parent type, child type and child list.
-class XSharedRelations
-{
+class XSharedRelations {
 public:
     void Add(XLXTextView parent, XLXTextView child, XLXTextView list, XLXComPtr<ILXParentChild> relation);
     HRESULT Find(XLXTextView parent, XLXTextView child, XLXTextView list, ILXParentChild** out) const;

@@ -3,52 +3,37 @@
 // Enumerations of attributes.
 #include "benches.h"
 
-namespace
-{
+namespace {
 constexpr LONG ShownInEditor = 1;
 
 /// Makes an enumeration and lets go of it.
 template <class Make>
-XBenchRows::Body Loop(Make make)
-{
+XBenchRows::Body Loop(Make make) {
     return [make](benchmark::State& state) {
         HRESULT result = S_OK;
-        for (auto step : state)
-        {
+        for (auto step : state) {
             ILXAttributeEnum* made = nullptr;
             result = make(&made);
-            if (made != nullptr)
-            {
-                made->Release();
-            }
+            if (made != nullptr) { made->Release(); }
         }
-        if (result != S_OK)
-        {
-            state.SkipWithError("the enumeration cannot be made");
-        }
+        if (result != S_OK) { state.SkipWithError("the enumeration cannot be made"); }
     };
 }
 
-std::vector<XLXComPtr<ILXAttribute>> All(ILXAttributeEnum& attributes)
-{
+std::vector<XLXComPtr<ILXAttribute>> All(ILXAttributeEnum& attributes) {
     std::vector<XLXComPtr<ILXAttribute>> all;
     XLXComPtr<ILXAttribute> attribute;
-    while (attributes.GetSingleNext(attribute.Put()) == S_OK)
-    {
+    while (attributes.GetSingleNext(attribute.Put()) == S_OK) {
         all.push_back(attribute);
     }
     return all;
 }
 } // namespace
 
-void LXBenchLists(XBenchRows& rows, const XBenchWorld& world)
-{
+void LXBenchLists(XBenchRows& rows, const XBenchWorld& world) {
     constexpr const char* title = "GetAttributeEnum of 500 attributes";
     constexpr const char* displayTitle = "GetDisplayAttributeEnum of 500, facts known";
-    if (!rows.Wants(title) && !rows.Wants(displayTitle))
-    {
-        return;
-    }
+    if (!rows.Wants(title) && !rows.Wants(displayTitle)) { return; }
     const auto type = world.Type("Wide5");
     XLXComPtr<ILXAttributeEnum> attributes;
     LXExpectOk(type->GetAttributeEnum(attributes.Put()), "GetAttributeEnum");
@@ -59,8 +44,7 @@ void LXBenchLists(XBenchRows& rows, const XBenchWorld& world)
 
     const auto enumerate = Loop([&](ILXAttributeEnum** out) { return type->GetAttributeEnum(out); });
     const auto copy = [&](benchmark::State& state) {
-        for (auto step : state)
-        {
+        for (auto step : state) {
             std::vector<XLXComPtr<ILXAttribute>> copied(pointers);
             benchmark::DoNotOptimize(copied.data());
         }

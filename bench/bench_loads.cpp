@@ -9,11 +9,9 @@
 #include <ctime>
 #include <random>
 
-namespace
-{
+namespace {
 /// The time that this thread has run, so that what others do on the machine counts less.
-double Now()
-{
+double Now() {
     timespec time = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
@@ -23,8 +21,7 @@ constexpr std::size_t LargeBlock = 100000;
 
 /// How long a piece of work took, for each of so many things.
 template <class Work>
-double TimeOf(Work&& work, double things)
-{
+double TimeOf(Work&& work, double things) {
     // The heap puts off joining what the round before has freed until somebody asks for a larger block.
     void* block = std::malloc(LargeBlock);
     benchmark::DoNotOptimize(block);
@@ -36,18 +33,15 @@ double TimeOf(Work&& work, double things)
 
 /// A body that measures itself: measure() gives the seconds of one round.
 template <class Measure>
-XBenchRows::Body Measured(Measure measure)
-{
+XBenchRows::Body Measured(Measure measure) {
     return [measure](benchmark::State& state) {
-        for (auto step : state)
-        {
+        for (auto step : state) {
             state.SetIterationTime(measure());
         }
     };
 }
 
-XBenchRows::How Rounds(std::int64_t iterations, int runs)
-{
+XBenchRows::How Rounds(std::int64_t iterations, int runs) {
     XBenchRows::How how;
     how.clock = XBenchRows::Clock::Manual;
     how.iterations = iterations;
@@ -55,14 +49,12 @@ XBenchRows::How Rounds(std::int64_t iterations, int runs)
     return how;
 }
 
-void LoadAll(XBenchWorld& world)
-{
+void LoadAll(XBenchWorld& world) {
     world.StartPrepared();
     world.CompleteAllTypes();
 }
 
-void BenchLoad(XBenchRows& rows, XBenchWorld& world)
-{
+void BenchLoad(XBenchRows& rows, XBenchWorld& world) {
     world.Factory().Prepare(LXBenchMode, 1);
     const double elements = world.Factory().TypeElements();
     const auto load = [&world, elements] {
@@ -86,14 +78,12 @@ constexpr const char* FirstNotifyTitle = "the first notify after a whole load of
 
 // Most of these notifications come to caches that the one before has made stale. The first one after a load is in
 // BenchGrowth.
-void BenchNotify(XBenchRows& rows, const XBenchWorld& small, const XBenchWorld& large)
-{
+void BenchNotify(XBenchRows& rows, const XBenchWorld& small, const XBenchWorld& large) {
     const auto notify = [](const XBenchWorld& world) {
         return [&world, id = XLXComBSTR{XLXTextView(OLESTR("objects/T/0/1"))},
                 type = XLXComBSTR{XLXTextView(OLESTR("cfc_specific"))}](benchmark::State& state) {
             const auto callback = XLXComPtr<ILXConfigFactoryCache>(&world.Cache()).As<ILXCallbackUpdate>();
-            for (auto step : state)
-            {
+            for (auto step : state) {
                 LXExpectOk(
                     callback->DataObjectChanged(id.Get(), type.Get(), 256, world.NextNotificationId(), 0, nullptr),
                     "DataObjectChanged");
@@ -104,15 +94,13 @@ void BenchNotify(XBenchRows& rows, const XBenchWorld& small, const XBenchWorld& 
 }
 
 /// Load, notification and refill of a world.
-struct XCycle
-{
+struct XCycle {
     double load = 0;   ///< per type
     double notify = 0; ///< in all
     double refill = 0; ///< per type
 };
 
-XCycle RunCycle(XBenchWorld& world)
-{
+XCycle RunCycle(XBenchWorld& world) {
     world.Factory().Prepare(LXBenchMode, 2);
     XCycle cycle;
     cycle.load = TimeOf([&] { LoadAll(world); }, world.Types());
@@ -122,26 +110,22 @@ XCycle RunCycle(XBenchWorld& world)
     return cycle;
 }
 
-void BenchGrowth(XBenchRows& rows, XBenchWorld& small, XBenchWorld& middle, XBenchWorld& large)
-{
+void BenchGrowth(XBenchRows& rows, XBenchWorld& small, XBenchWorld& middle, XBenchWorld& large) {
     constexpr int Runs = 10;
     std::vector<XCycle> cycles[3];
-    for (int run = 0; run < Runs; ++run)
-    {
+    for (int run = 0; run < Runs; ++run) {
         cycles[0].push_back(RunCycle(small));
         cycles[1].push_back(RunCycle(middle));
         cycles[2].push_back(RunCycle(large));
     }
-    struct Part
-    {
+    struct Part {
         const char* title;
         double XCycle::*time;
         bool aim;
     };
     for (const Part& part : {Part{"load, cost per type, 20,000 against 1,000 types", &XCycle::load, false},
                              Part{FirstNotifyTitle, &XCycle::notify, true},
-                             Part{"refill, cost per type, 20,000 against 1,000 types", &XCycle::refill, false}})
-    {
+                             Part{"refill, cost per type, 20,000 against 1,000 types", &XCycle::refill, false}}) {
         const auto times = [&](int size) {
             std::vector<double> all;
             std::transform(cycles[size].begin(), cycles[size].end(), std::back_inserter(all),
@@ -157,11 +141,9 @@ constexpr int MixedReads = 10000;
 
 /// Calls of the server's configuration objects: all but those of data objects and of the services that carry
 /// notifications and queries.
-double ConfigurationCalls(const XCallCounts& calls)
-{
+double ConfigurationCalls(const XCallCounts& calls) {
     double sum = 0;
-    for (const auto& [name, count] : calls.byName)
-    {
+    for (const auto& [name, count] : calls.byName) {
         const bool other = name.starts_with("ILX_BaseDataObject::") || name.starts_with("ILXDataUpdate::") ||
                            name.starts_with("ILX_Query::");
         sum += other ? 0 : static_cast<double>(count);
@@ -170,28 +152,21 @@ double ConfigurationCalls(const XCallCounts& calls)
 }
 
 template <class Interface, class Enumerator>
-void TakeAll(const XLXComPtr<Enumerator>& from)
-{
+void TakeAll(const XLXComPtr<Enumerator>& from) {
     XLXComPtr<Interface> one;
-    while (from && from->GetSingleNext(one.Put()) == S_OK)
-    {}
+    while (from && from->GetSingleNext(one.Put()) == S_OK) {}
 }
 
 /// One read of a kind, from a config factory: the cache's or the server's.
-void Read(const XServerModel& model, const XModelType& modelType, ILXConfigFactory& factory, int kind)
-{
+void Read(const XServerModel& model, const XModelType& modelType, ILXConfigFactory& factory, int kind) {
     XLXComPtr<ILXType> type;
     const XLXComBSTR name(modelType.Name());
     LXExpectOk(factory.GetType(name.Get(), nullptr, type.Put()), "GetType");
     XLXComVariant value;
-    switch (kind)
-    {
-    case 0:
-        LXExpectOk(type->GetProperty(XProperty::TypeName, value.Put()), "GetProperty");
-        break;
+    switch (kind) {
+    case 0: LXExpectOk(type->GetProperty(XProperty::TypeName, value.Put()), "GetProperty"); break;
     case 1:
-        if (!modelType.attributes.empty())
-        {
+        if (!modelType.attributes.empty()) {
             XLXComPtr<ILXAttribute> attribute;
             const XLXComBSTR text(modelType.attributes.front()->Text(XProperty::AttributeName));
             LXExpectOk(type->GetAttribute(text.Get(), attribute.Put()), "GetAttribute");
@@ -230,20 +205,17 @@ void Read(const XServerModel& model, const XModelType& modelType, ILXConfigFacto
     (void)model;
 }
 
-double CallsOf(XBenchWorld& world, const std::function<XLXComPtr<ILXConfigFactory>()>& start)
-{
+double CallsOf(XBenchWorld& world, const std::function<XLXComPtr<ILXConfigFactory>()>& start) {
     const XServerModel model = world.Server().Model();
     std::vector<const XModelType*> types;
-    for (const auto& [name, type] : model.types)
-    {
+    for (const auto& [name, type] : model.types) {
         types.push_back(&*type);
     }
     const XCallCounts before = world.Server().Calls().Counts();
     {
         const XLXComPtr<ILXConfigFactory> factory = start();
         std::mt19937 numbers(7);
-        for (int i = 0; i < MixedReads; ++i)
-        {
+        for (int i = 0; i < MixedReads; ++i) {
             Read(model, *types[numbers() % types.size()], *factory, i % 7);
         }
     }
@@ -253,13 +225,9 @@ double CallsOf(XBenchWorld& world, const std::function<XLXComPtr<ILXConfigFactor
 }
 } // namespace
 
-void LXBenchServerCalls(XBenchRows& rows)
-{
+void LXBenchServerCalls(XBenchRows& rows) {
     constexpr const char* title = "server calls: start-up in mode 15 and 10,000 mixed reads";
-    if (!rows.Wants(title))
-    {
-        return;
-    }
+    if (!rows.Wants(title)) { return; }
     XBenchWorld world(1000);
     const double cached = CallsOf(world, [&] {
         world.Start();
@@ -270,32 +238,27 @@ void LXBenchServerCalls(XBenchRows& rows)
     rows.Figure(title, "calls", cached, "asking the server directly", direct, 0.001);
 }
 
-void LXBenchLoads(XBenchRows& rows)
-{
+void LXBenchLoads(XBenchRows& rows) {
     const bool load = rows.Wants("whole type load, per array element (5,000 types)");
     const bool growth = rows.Wants("load, cost per type, 20,000 against 1,000 types") || rows.Wants(FirstNotifyTitle) ||
                         rows.Wants("refill, cost per type, 20,000 against 1,000 types");
-    if (load)
-    {
+    if (load) {
         XServerModel model = LXBenchModel(5000);
         model.relations.clear(); // the row is about types
         XBenchWorld world(std::move(model));
         BenchLoad(rows, world);
     }
-    if (rows.Wants(NotificationTitle))
-    {
+    if (rows.Wants(NotificationTitle)) {
         XBenchWorld small(1000);
         XBenchWorld large(20000);
-        for (XBenchWorld* world : {&small, &large})
-        {
+        for (XBenchWorld* world : {&small, &large}) {
             world->Start();
             world->CompleteAllTypes();
             world->AskForAllRelations();
         }
         BenchNotify(rows, small, large);
     }
-    if (growth)
-    {
+    if (growth) {
         XBenchWorld small(1000);
         XBenchWorld middle(5000);
         XBenchWorld large(20000);

@@ -10,13 +10,11 @@
 #include <cstdio>
 #include <exception>
 
-namespace
-{
+namespace {
 constexpr int Types = 5000;
 constexpr int PlainAttributes = 2000;
 
-struct Row
-{
+struct Row {
     const char* work;
     const char* against;
     double value;
@@ -24,14 +22,10 @@ struct Row
     double bar;
 };
 
-double Bytes(std::size_t now, std::size_t before)
-{
-    return static_cast<double>(now) - static_cast<double>(before);
-}
+double Bytes(std::size_t now, std::size_t before) { return static_cast<double>(now) - static_cast<double>(before); }
 
 /// The most that was in use during a whole load, against the array and what stays.
-Row PeakOfLoad()
-{
+Row PeakOfLoad() {
     XBenchWorld world(Types);
     world.Factory().Prepare(LXBenchMode, 0);
     const std::size_t before = LXHeapInUse();
@@ -47,12 +41,10 @@ Row PeakOfLoad()
 }
 
 /// A type with so many attributes that have no attribute types.
-XServerModel PlainModel(int attributes)
-{
+XServerModel PlainModel(int attributes) {
     XServerModel model;
     XModelType& type = model.AddType("Plain");
-    for (int i = 0; i < attributes; ++i)
-    {
+    for (int i = 0; i < attributes; ++i) {
         char name[24];
         std::snprintf(name, sizeof name, "Attribute%05d", i);
         type.AddAttribute(name, 1).properties.Set(XProperty::Label, std::string("Label of ") + name);
@@ -61,12 +53,10 @@ XServerModel PlainModel(int attributes)
     return model;
 }
 
-XLXVariantVector ValuesOf(const XLXComPtr<ILXAttribute>& attribute)
-{
+XLXVariantVector ValuesOf(const XLXComPtr<ILXAttribute>& attribute) {
     constexpr int Values = 60;
     XLXVariantVector values(Values);
-    for (int i = 0; i < Values; ++i)
-    {
+    for (int i = 0; i < Values; ++i) {
         attribute->GetProperty(i, values[static_cast<std::size_t>(i)].Put());
     }
     return values;
@@ -74,8 +64,7 @@ XLXVariantVector ValuesOf(const XLXComPtr<ILXAttribute>& attribute)
 
 /// What a vector of values takes from the heap, with its texts. They are read once before: reading an empty one asks
 /// the server, and what the attribute needs for that is not the values'.
-double BytesOfValues(const XLXComPtr<ILXAttribute>& attribute)
-{
+double BytesOfValues(const XLXComPtr<ILXAttribute>& attribute) {
     (void)ValuesOf(attribute);
     const std::size_t before = LXHeapInUse();
     const XLXVariantVector values = ValuesOf(attribute);
@@ -83,8 +72,7 @@ double BytesOfValues(const XLXComPtr<ILXAttribute>& attribute)
 }
 
 /// What stays of a load of that many attributes; their values too, when asked for.
-double StaysOf(int attributes, double* valuesOfOne)
-{
+double StaysOf(int attributes, double* valuesOfOne) {
     XBenchWorld world(PlainModel(attributes));
     world.Factory().Prepare(LXBenchMode, 0);
     const std::size_t before = LXHeapInUse();
@@ -92,15 +80,11 @@ double StaysOf(int attributes, double* valuesOfOne)
     world.StartPrepared();
     world.CompleteAllTypes();
     const double stays = Bytes(LXHeapInUse(), before);
-    if (valuesOfOne != nullptr)
-    {
-        *valuesOfOne = BytesOfValues(world.Attribute("Plain", "Attribute00007"));
-    }
+    if (valuesOfOne != nullptr) { *valuesOfOne = BytesOfValues(world.Attribute("Plain", "Attribute00007")); }
     return stays;
 }
 
-Row KeptPerAttribute()
-{
+Row KeptPerAttribute() {
     double values = 0;
     const double stays = StaysOf(PlainAttributes + 1, &values) - StaysOf(1, nullptr);
     std::fprintf(stderr, "  per attribute %.0f bytes, of which values %.0f\n", stays / PlainAttributes, values);
@@ -108,17 +92,12 @@ Row KeptPerAttribute()
             stays / PlainAttributes - values, 1, 700};
 }
 
-void Write(const char* path, const std::vector<Row>& rows)
-{
+void Write(const char* path, const std::vector<Row>& rows) {
     std::FILE* const file = std::fopen(path, "w");
-    if (file == nullptr)
-    {
-        throw std::runtime_error("the output cannot be written");
-    }
+    if (file == nullptr) { throw std::runtime_error("the output cannot be written"); }
     std::fputs("{\n \"rows\": [", file);
     const char* separator = "\n";
-    for (const Row& row : rows)
-    {
+    for (const Row& row : rows) {
         std::fprintf(file,
                      "%s  {\"work\": \"%s\", \"against\": \"%s\", \"unit\": \"bytes\", \"value\": %.0f, "
                      "\"baseline\": %.0f, \"bar\": %g, \"aim\": false, \"runs\": 1}",
@@ -132,20 +111,15 @@ void Write(const char* path, const std::vector<Row>& rows)
 }
 } // namespace
 
-int main(int argc, char** argv)
-{
-    if (argc != 2)
-    {
+int main(int argc, char** argv) {
+    if (argc != 2) {
         std::fputs("usage: bench_memory OUTPUT.json\n", stderr);
         return 2;
     }
-    try
-    {
+    try {
         Write(argv[1], {PeakOfLoad(), KeptPerAttribute()});
         return 0;
-    }
-    catch (const std::exception& error)
-    {
+    } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_memory: %s\n", error.what());
         return 1;
     }

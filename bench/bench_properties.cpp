@@ -6,21 +6,17 @@
 
 #include <pthread.h>
 
-namespace
-{
+namespace {
 constexpr const char* TypeName = "Wide2";
 constexpr const char* AttributeName = "WideAttribute00200";
 constexpr const char* OtherAttributeName = "WideAttribute00150";
 
 /// Keeps the calling thread on a processor of its own while a benchmark with several threads runs.
-class XPinned
-{
+class XPinned {
 public:
-    explicit XPinned(const benchmark::State& state)
-    {
+    explicit XPinned(const benchmark::State& state) {
         pthread_getaffinity_np(pthread_self(), sizeof m_before, &m_before);
-        if (state.threads() > 1)
-        {
+        if (state.threads() > 1) {
             cpu_set_t one;
             CPU_ZERO(&one);
             CPU_SET(static_cast<unsigned>(state.thread_index()), &one);
@@ -37,18 +33,13 @@ private:
 
 /// Calls read(out) again and again; out holds the last value each time, as a caller's variable does.
 template <class Read>
-XBenchRows::Body Loop(Read read)
-{
+XBenchRows::Body Loop(Read read) {
     return [read](benchmark::State& state) {
         const XPinned pinned(state);
         VARIANT value;
         VariantInit(&value);
-        if (read(&value) != S_OK || V_VT(&value) == VT_EMPTY)
-        {
-            state.SkipWithError("the value cannot be read");
-        }
-        for (auto step : state)
-        {
+        if (read(&value) != S_OK || V_VT(&value) == VT_EMPTY) { state.SkipWithError("the value cannot be read"); }
+        for (auto step : state) {
             benchmark::DoNotOptimize(read(&value));
         }
         VariantClear(&value);
@@ -57,16 +48,14 @@ XBenchRows::Body Loop(Read read)
 
 /// The same, where each thread has an object of its own.
 template <class Objects>
-XBenchRows::Body EachOwn(const Objects& objects, int member)
-{
+XBenchRows::Body EachOwn(const Objects& objects, int member) {
     return [&objects, member](benchmark::State& state) {
         const auto& object = objects[static_cast<std::size_t>(state.thread_index())];
         Loop([&object, member](VARIANT* out) { return object->GetProperty(member, out); })(state);
     };
 }
 
-void BenchMember(XBenchRows& rows, const XBenchWorld& world, int member, const std::string& title, bool isText)
-{
+void BenchMember(XBenchRows& rows, const XBenchWorld& world, int member, const std::string& title, bool isText) {
     const auto cached = world.Attribute(TypeName, AttributeName);
     const XLXComPtr<ILXAttribute> ofTwo[] = {cached, world.Attribute(TypeName, OtherAttributeName)};
     XLXComPtr<ILXType> serverType;
@@ -79,14 +68,10 @@ void BenchMember(XBenchRows& rows, const XBenchWorld& world, int member, const s
     XPlainValue plain;
     XSharedValues shared;
     XMutexValues locked;
-    for (int i = 0; i < 60; ++i)
-    {
+    for (int i = 0; i < 60; ++i) {
         XLXComVariant value;
         direct->GetProperty(i, value.Put());
-        if (i == member)
-        {
-            plain.value = value.Copy();
-        }
+        if (i == member) { plain.value = value.Copy(); }
         shared.Add(i, value.Copy());
         locked.Add(i, value.Copy());
     }
@@ -95,8 +80,7 @@ void BenchMember(XBenchRows& rows, const XBenchWorld& world, int member, const s
     const auto b = Loop([&](VARIANT* out) { return shared.GetProperty(member, out); });
     const auto c = Loop([&](VARIANT* out) { return locked.GetProperty(member, out); });
     const auto d = Loop([&](VARIANT* out) { return direct->GetProperty(member, out); });
-    if (!isText)
-    {
+    if (!isText) {
         rows.Time(title, work, {{"(b) shared_mutex and map", b, 1.0}, {"(d) the server", d, 1.0, true}});
         return;
     }
@@ -118,14 +102,11 @@ void BenchMember(XBenchRows& rows, const XBenchWorld& world, int member, const s
 }
 } // namespace
 
-void LXBenchProperties(XBenchRows& rows, const XBenchWorld& world)
-{
-    if (rows.Wants("GetProperty of a text") || rows.Wants("GetProperty of a text, 2 threads on one object"))
-    {
+void LXBenchProperties(XBenchRows& rows, const XBenchWorld& world) {
+    if (rows.Wants("GetProperty of a text") || rows.Wants("GetProperty of a text, 2 threads on one object")) {
         BenchMember(rows, world, XProperty::Label, "GetProperty of a text", true);
     }
-    if (rows.Wants("GetProperty of an integer"))
-    {
+    if (rows.Wants("GetProperty of an integer")) {
         BenchMember(rows, world, XProperty::DataType, "GetProperty of an integer", false);
     }
 }

@@ -8,21 +8,15 @@
 #include <random>
 #include <tbb/concurrent_hash_map.h>
 
-namespace
-{
+namespace {
 /// (e) What a user would take from a shelf.
 template <class Interface>
-class XShelfObjects
-{
+class XShelfObjects {
 public:
     void Add(XLXTextView name, XLXComPtr<Interface> object) { m_objects.insert({LXToUtf8(name), std::move(object)}); }
-    HRESULT Find(XLXTextView name, Interface** out) const
-    {
+    HRESULT Find(XLXTextView name, Interface** out) const {
         typename Map::const_accessor found;
-        if (!m_objects.find(found, LXToUtf8(name)))
-        {
-            return S_FALSE;
-        }
+        if (!m_objects.find(found, LXToUtf8(name))) { return S_FALSE; }
         found->second.CopyTo(out);
         return S_OK;
     }
@@ -33,42 +27,31 @@ private:
 };
 
 template <class T>
-void Shuffle(std::vector<T>& items)
-{
+void Shuffle(std::vector<T>& items) {
     std::shuffle(items.begin(), items.end(), std::mt19937(20000));
 }
 
 /// Calls find(item, out) for one item after the other, round and round.
 template <class Interface, class Item, class Find>
-XBenchRows::Body Loop(const std::vector<Item>& items, Find find)
-{
+XBenchRows::Body Loop(const std::vector<Item>& items, Find find) {
     return [&items, find](benchmark::State& state) {
         std::size_t next = 0;
         bool found = true;
-        for (auto step : state)
-        {
+        for (auto step : state) {
             Interface* out = nullptr;
             found = find(items[next], &out) == S_OK && out != nullptr && found;
-            if (out != nullptr)
-            {
-                out->Release();
-            }
+            if (out != nullptr) { out->Release(); }
             next = next + 1 != items.size() ? next + 1 : 0;
         }
-        if (!found)
-        {
-            state.SkipWithError("an item was not found");
-        }
+        if (!found) { state.SkipWithError("an item was not found"); }
     };
 }
 
-void BenchCachedType(XBenchRows& rows, const XBenchWorld& world)
-{
+void BenchCachedType(XBenchRows& rows, const XBenchWorld& world) {
     std::vector<XLXComPtr<ILX_BaseDataObject>> objects;
     XSharedObjects<ILXType> shared;
     XShelfObjects<ILXType> shelf;
-    for (int i = 0; i < world.Types(); ++i)
-    {
+    for (int i = 0; i < world.Types(); ++i) {
         const std::string name = LXBenchTypeName(i);
         objects.push_back(LXMakeBenchObject(name));
         shared.Add(XText(name).Get(), world.Type(name));
@@ -91,8 +74,7 @@ void BenchCachedType(XBenchRows& rows, const XBenchWorld& world)
          {"(e) concurrent_hash_map", Loop<ILXType>(objects, byName(shelf)), 1.0, true}});
 }
 
-void BenchAttribute(XBenchRows& rows, const XBenchWorld& world)
-{
+void BenchAttribute(XBenchRows& rows, const XBenchWorld& world) {
     const auto type = world.Type("Wide5");
     std::vector<XLXComBSTR> names;
     XSharedObjects<ILXAttribute> shared;
@@ -100,8 +82,7 @@ void BenchAttribute(XBenchRows& rows, const XBenchWorld& world)
     XLXComPtr<ILXAttributeEnum> attributes;
     LXExpectOk(type->GetAttributeEnum(attributes.Put()), "GetAttributeEnum");
     XLXComPtr<ILXAttribute> attribute;
-    while (attributes->GetSingleNext(attribute.Put()) == S_OK)
-    {
+    while (attributes->GetSingleNext(attribute.Put()) == S_OK) {
         XLXComVariant name;
         LXExpectOk(attribute->GetProperty(XProperty::AttributeName, name.Put()), "GetProperty");
         names.emplace_back(LXBstrView(V_BSTR(&name.Get())));
@@ -122,19 +103,16 @@ void BenchAttribute(XBenchRows& rows, const XBenchWorld& world)
                 1.0}});
 }
 
-struct XRelationNames
-{
+struct XRelationNames {
     XLXComBSTR parent;
     XLXComBSTR child;
     XLXComBSTR list;
 };
 
-void BenchRelation(XBenchRows& rows, const XBenchWorld& world)
-{
+void BenchRelation(XBenchRows& rows, const XBenchWorld& world) {
     std::vector<XRelationNames> names;
     XSharedRelations shared;
-    for (const auto& relation : world.Server().Model().relations)
-    {
+    for (const auto& relation : world.Server().Model().relations) {
         const XRelationNames& made = names.emplace_back(XRelationNames{
             XLXComBSTR(relation->Text(XProperty::ParentName)), XLXComBSTR(relation->Text(XProperty::ChildName)),
             XLXComBSTR(relation->Text(XProperty::ChildList))});
@@ -161,18 +139,8 @@ void BenchRelation(XBenchRows& rows, const XBenchWorld& world)
 }
 } // namespace
 
-void LXBenchTypes(XBenchRows& rows, const XBenchWorld& world)
-{
-    if (rows.Wants("GetCachedType, hit in 20,000 types"))
-    {
-        BenchCachedType(rows, world);
-    }
-    if (rows.Wants("GetAttribute by name, hit, five levels of bases"))
-    {
-        BenchAttribute(rows, world);
-    }
-    if (rows.Wants("GetSinglePCRelation, hit in 20,000 relations"))
-    {
-        BenchRelation(rows, world);
-    }
+void LXBenchTypes(XBenchRows& rows, const XBenchWorld& world) {
+    if (rows.Wants("GetCachedType, hit in 20,000 types")) { BenchCachedType(rows, world); }
+    if (rows.Wants("GetAttribute by name, hit, five levels of bases")) { BenchAttribute(rows, world); }
+    if (rows.Wants("GetSinglePCRelation, hit in 20,000 relations")) { BenchRelation(rows, world); }
 }

@@ -13,21 +13,15 @@
 #include <cstdio>
 #include <exception>
 
-namespace
-{
+namespace {
 constexpr int Runs = 201;
 constexpr int CallsPerRun = 20000;
 
-void ExpectOk(HRESULT result, const char* what)
-{
-    if (result != S_OK)
-    {
-        throw std::runtime_error(what);
-    }
+void ExpectOk(HRESULT result, const char* what) {
+    if (result != S_OK) { throw std::runtime_error(what); }
 }
 
-XServerModel OneAttribute()
-{
+XServerModel OneAttribute() {
     XServerModel model;
     model.AddType("Pump").AddAttribute("RatedFlow").properties.Set(XProperty::Label, "Label of T00001A00000");
     return model;
@@ -35,14 +29,12 @@ XServerModel OneAttribute()
 
 /// Nanoseconds of one call, in a run of many.
 template <class Read>
-double TimeOf(Read&& read)
-{
+double TimeOf(Read&& read) {
     VARIANT value;
     VariantInit(&value);
     ExpectOk(read(&value), "reading the value");
     const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < CallsPerRun; ++i)
-    {
+    for (int i = 0; i < CallsPerRun; ++i) {
         read(&value);
     }
     const std::chrono::duration<double, std::nano> time = std::chrono::steady_clock::now() - start;
@@ -50,20 +42,17 @@ double TimeOf(Read&& read)
     return time.count() / CallsPerRun;
 }
 
-double Median(std::vector<double>& times)
-{
+double Median(std::vector<double>& times) {
     std::sort(times.begin(), times.end());
     return times[times.size() / 2];
 }
 
-void Measure(ILXAttribute& attribute)
-{
+void Measure(ILXAttribute& attribute) {
     XLXComVariant plain;
     ExpectOk(attribute.GetProperty(XProperty::Label, plain.Put()), "GetProperty");
     std::vector<double> work;
     std::vector<double> bare;
-    for (int run = 0; run < Runs; ++run)
-    {
+    for (int run = 0; run < Runs; ++run) {
         work.push_back(TimeOf([&](VARIANT* out) { return attribute.GetProperty(XProperty::Label, out); }));
         bare.push_back(TimeOf([&](VARIANT* out) { return VariantCopy(out, &plain.Get()); }));
     }
@@ -73,8 +62,7 @@ void Measure(ILXAttribute& attribute)
                 Median(work), Median(bare), Runs);
 }
 
-void Run()
-{
+void Run() {
     const ModuleFile module;
     const auto server = XSampleServer::Create(OneAttribute());
     XLXComPtr<ILXConfigFactoryCache> cache;
@@ -97,16 +85,12 @@ void Run()
 }
 } // namespace
 
-int main()
-{
+int main() {
     ExpectOk(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "CoInitializeEx");
     int exit = 0;
-    try
-    {
+    try {
         Run();
-    }
-    catch (const std::exception& error)
-    {
+    } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_windows: %s\n", error.what());
         exit = 1;
     }

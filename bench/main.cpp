@@ -6,15 +6,12 @@
 #include <cstdio>
 #include <exception>
 
-int main(int argc, char** argv)
-{
-    if (argc < 2)
-    {
+int main(int argc, char** argv) {
+    if (argc < 2) {
         std::fputs("usage: bench_cache OUTPUT.json [TEXT]\n", stderr);
         return 2;
     }
-    try
-    {
+    try {
         char program[] = "bench_cache";
         char interleaved[] = "--benchmark_enable_random_interleaving=true";
         char* flags[] = {program, interleaved, nullptr};
@@ -34,9 +31,7 @@ int main(int argc, char** argv)
         LXBenchServerCalls(rows);
         rows.Write(argv[1], histogram);
         return 0;
-    }
-    catch (const std::exception& error)
-    {
+    } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_cache: %s\n", error.what());
         return 1;
     }

@@ -9,26 +9,21 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-static void Check(HRESULT result, const char* what)
-{
-    if (result != S_OK)
-    {
+static void Check(HRESULT result, const char* what) {
+    if (result != S_OK) {
         printf("%s answered 0x%08X\n", what, (unsigned)result);
         exit(1);
     }
 }
 
-static void PrintText(BSTR text)
-{
-    for (UINT i = 0; i < SysStringLen(text); ++i)
-    {
+static void PrintText(BSTR text) {
+    for (UINT i = 0; i < SysStringLen(text); ++i) {
         putchar((char)text[i]);
     }
     putchar('\n');
 }
 
-static void PrintUnit(ILXAttribute* attribute)
-{
+static void PrintUnit(ILXAttribute* attribute) {
     VARIANT unit;
     VariantInit(&unit);
     Check(ILXAttribute_GetProperty(attribute, 4, &unit), "GetProperty");
@@ -37,8 +32,7 @@ static void PrintUnit(ILXAttribute* attribute)
 }
 
 /* The same for the cache and for the server, since both are config factories. */
-static ILXAttribute* FindRatedFlow(ILXConfigFactory* factory)
-{
+static ILXAttribute* FindRatedFlow(ILXConfigFactory* factory) {
     ILXType* pump = NULL;
     ILXAttribute* flow = NULL;
     BSTR pumpName = SysAllocString(OLESTR("Pump")), flowName = SysAllocString(OLESTR("RatedFlow"));
@@ -50,8 +44,7 @@ static ILXAttribute* FindRatedFlow(ILXConfigFactory* factory)
     return flow;
 }
 
-static void ChangeOnServer(ILXConfigFactory* server)
-{
+static void ChangeOnServer(ILXConfigFactory* server) {
     ILXAttribute* flow = FindRatedFlow(server);
     VARIANT unit;
     VariantInit(&unit);
@@ -62,14 +55,12 @@ static void ChangeOnServer(ILXConfigFactory* server)
     ILXAttribute_Release(flow);
 }
 
-static void PrintErrorOf(ILXAttribute* attribute)
-{
+static void PrintErrorOf(ILXAttribute* attribute) {
     VARIANT value;
     IErrorInfo* error = NULL;
     BSTR text = NULL;
     VariantInit(&value);
-    if (FAILED(ILXAttribute_GetProperty(attribute, 1000, &value)) && GetErrorInfo(0, &error) == S_OK)
-    {
+    if (FAILED(ILXAttribute_GetProperty(attribute, 1000, &value)) && GetErrorInfo(0, &error) == S_OK) {
         Check(error->lpVtbl->GetDescription(error, &text), "GetDescription");
         PrintText(text);
         SysFreeString(text);
@@ -77,8 +68,7 @@ static void PrintErrorOf(ILXAttribute* attribute)
     }
 }
 
-static void Use(IDPFObject* cache, ILXConfigFactory* server)
-{
+static void Use(IDPFObject* cache, ILXConfigFactory* server) {
     ILXConfigFactory* types = NULL;
     ILXAttribute* flow = NULL;
     Check(IDPFObject_QueryInterface(cache, &IID_ILXConfigFactory, (void**)&types), "QueryInterface");
@@ -91,14 +81,12 @@ static void Use(IDPFObject* cache, ILXConfigFactory* server)
     ILXConfigFactory_Release(types);
 }
 
-int main(void)
-{
+int main(void) {
     ILXConfigFactory* server = NULL;
     ILXDataUpdate* update = NULL;
     IDPFObject* cache = NULL;
     VARIANT values[4];
-    for (int i = 0; i < 4; ++i)
-    {
+    for (int i = 0; i < 4; ++i) {
         VariantInit(&values[i]);
     }
     Check(CoInitializeEx(NULL, COINIT_MULTITHREADED), "CoInitializeEx");

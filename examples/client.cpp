@@ -6,8 +6,7 @@
 #include <cstdlib>
 #include <olectl.h>
 
-static void Check(HRESULT result, const char* what)
-{
+static void Check(HRESULT result, const char* what) {
     if (result != S_OK) // S_FALSE: there is no such thing
     {
         std::printf("%s answered 0x%08X\n", what, static_cast<unsigned>(result));
@@ -15,8 +14,7 @@ static void Check(HRESULT result, const char* what)
     }
 }
 
-int main()
-{
+int main() {
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "CoInitializeEx");
 #ifndef _WIN32
     Check(DllRegisterServer(), "DllRegisterServer"); // for this process; on Windows regsvr32 has done it
@@ -44,8 +42,7 @@ int main()
     Check(types->GetType(pumpName, nullptr, &pump), "GetType");
     Check(pump->GetAttribute(flowName, &flow), "GetAttribute"); // inherited ones too
     Check(flow->GetProperty(4, &unit), "GetProperty");
-    for (UINT i = 0; i < SysStringLen(V_BSTR(&unit)); ++i)
-    {
+    for (UINT i = 0; i < SysStringLen(V_BSTR(&unit)); ++i) {
         std::putchar(static_cast<char>(V_BSTR(&unit)[i]));
     }
     std::putchar('\n');

@@ -19,43 +19,29 @@
 #include <vector>
 
 #define NOT_OFFERED(...)                                                                                               \
-    HRESULT STDMETHODCALLTYPE __VA_ARGS__ override                                                                     \
-    {                                                                                                                  \
-        return E_NOTIMPL;                                                                                              \
-    }
+    HRESULT STDMETHODCALLTYPE __VA_ARGS__ override { return E_NOTIMPL; }
 #define NOTHING_OF(Method, Enumerator)                                                                                 \
-    HRESULT STDMETHODCALLTYPE Method(Enumerator** ppEnum) override                                                     \
-    {                                                                                                                  \
+    HRESULT STDMETHODCALLTYPE Method(Enumerator** ppEnum) override {                                                   \
         *ppEnum = nullptr;                                                                                             \
         return S_FALSE;                                                                                                \
     }
 
-namespace
-{
+namespace {
 using Text = std::basic_string<OLECHAR>;
 using Values = std::vector<Text>;
 
-Text TextOf(BSTR text)
-{
-    return text != nullptr ? Text(text, SysStringLen(text)) : Text();
-}
+Text TextOf(BSTR text) { return text != nullptr ? Text(text, SysStringLen(text)) : Text(); }
 
-BSTR NewBstr(const Text& text)
-{
-    return SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-}
+BSTR NewBstr(const Text& text) { return SysAllocStringLen(text.data(), static_cast<UINT>(text.size())); }
 
 /// The flat arrays that travel to the cache: one value after the other, each of exactly the type that is expected.
-class FlatArray
-{
+class FlatArray {
 public:
     FlatArray() = default;
     FlatArray(const FlatArray&) = delete;
     FlatArray& operator=(const FlatArray&) = delete;
-    ~FlatArray()
-    {
-        for (VARIANT& value : m_values)
-        {
+    ~FlatArray() {
+        for (VARIANT& value : m_values) {
             VariantClear(&value);
         }
     }
@@ -66,27 +52,22 @@ public:
     void Name(const Text& name) { V_BSTR(&Add(VT_BSTR)) = NewBstr(name); }
     /// Takes over the reference.
     void Object(IUnknown* object) { V_UNKNOWN(&Add(VT_UNKNOWN)) = object; }
-    void All(const Values& values)
-    {
-        for (const Text& value : values)
-        {
+    void All(const Values& values) {
+        for (const Text& value : values) {
             value.empty() ? (void)Add(VT_EMPTY) : Name(value);
         }
     }
     LONG Size() const { return static_cast<LONG>(m_values.size()); }
     /// Moves the values of another array to the end of this one.
-    void Append(FlatArray& other)
-    {
+    void Append(FlatArray& other) {
         m_values.insert(m_values.end(), other.m_values.begin(), other.m_values.end());
         other.m_values.clear();
     }
 
-    HRESULT CopyTo(SAFEARRAY** array) const
-    {
+    HRESULT CopyTo(SAFEARRAY** array) const {
         *array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(m_values.size()));
         HRESULT result = *array != nullptr ? S_OK : E_OUTOFMEMORY;
-        for (LONG i = 0; result == S_OK && i < Size(); ++i)
-        {
+        for (LONG i = 0; result == S_OK && i < Size(); ++i) {
             VARIANT value = m_values[static_cast<std::size_t>(i)];
             result = SafeArrayPutElement(*array, &i, &value);
         }
@@ -94,8 +75,7 @@ public:
     }
 
 private:
-    VARIANT& Add(VARTYPE type)
-    {
+    VARIANT& Add(VARTYPE type) {
         m_values.emplace_back();
         VariantInit(&m_values.back());
         V_VT(&m_values.back()) = type;
@@ -106,24 +86,20 @@ private:
 };
 
 /// What the server knows. Its mutex guards everything in it, and is not held while a client is called.
-struct Model
-{
-    struct Type
-    {
+struct Model {
+    struct Type {
         Values values;                     // 0 the name, 1 the label, 2 the base type
         std::map<Text, Values> attributes; // each has 60 values: 0 the name, 2 the label, 4 the unit
     };
 
-    Model()
-    {
+    Model() {
         AddType(OLESTR("Part"), OLESTR("Part"), OLESTR(""));
         AddType(OLESTR("Pump"), OLESTR("Centrifugal pump"), OLESTR("Part"));
         AddAttribute(OLESTR("Part"), OLESTR("Weight"), OLESTR("kg"));
         AddAttribute(OLESTR("Pump"), OLESTR("RatedFlow"), OLESTR("m3/h"));
     }
     void AddType(const Text& name, const Text& label, const Text& base) { types[name].values = {name, label, base}; }
-    void AddAttribute(const Text& type, const Text& name, const Text& unit)
-    {
+    void AddAttribute(const Text& type, const Text& name, const Text& unit) {
         Values& values = types[type].attributes[name];
         values.resize(60);
         values[0] = values[2] = name;
@@ -140,20 +116,17 @@ struct Model
 using ModelPtr = std::shared_ptr<Model>;
 
 /// Tells every client that asked for notifications. A client may call us from its notification.
-void Model::Notify(const Text& dataId)
-{
+void Model::Notify(const Text& dataId) {
     std::vector<ILXCallbackUpdate*> called;
     std::unique_lock<std::mutex> lock(mutex);
     const ULONG id = ++lastNotification;
-    for (const auto& client : clients)
-    {
+    for (const auto& client : clients) {
         client.second->AddRef();
         called.push_back(client.second);
     }
     lock.unlock();
     BSTR dataIdText = NewBstr(dataId), dataType = SysAllocString(OLESTR("cfc_specific"));
-    for (ILXCallbackUpdate* callback : called)
-    {
+    for (ILXCallbackUpdate* callback : called) {
         callback->DataObjectChanged(dataIdText, dataType, 0x100, id, 0, nullptr);
         callback->Release();
     }
@@ -163,23 +136,17 @@ void Model::Notify(const Text& dataId)
 
 /// Counting and interfaces of an object that answers for I and IUnknown.
 template <class I>
-class Counted : public I
-{
+class Counted : public I {
 public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override
-    {
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
         const bool known = iid == __uuidof(I) || iid == __uuidof(IUnknown);
         *object = known ? static_cast<I*>(this) : nullptr;
         return known ? (AddRef(), S_OK) : E_NOINTERFACE;
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
+    ULONG STDMETHODCALLTYPE Release() override {
         const ULONG left = --m_references;
-        if (left == 0)
-        {
-            delete this;
-        }
+        if (left == 0) { delete this; }
         return left;
     }
 
@@ -192,37 +159,26 @@ private:
 
 /// What types and attributes have in common: values by index.
 template <class I>
-class ConfigObject : public Counted<I>
-{
+class ConfigObject : public Counted<I> {
 public:
     ConfigObject(ModelPtr model, Text type, Text attribute = {})
-        : m_model(std::move(model)), m_type(std::move(type)), m_attribute(std::move(attribute))
-    {}
-    HRESULT STDMETHODCALLTYPE GetProperty(int index, VARIANT* value) override
-    {
+        : m_model(std::move(model)), m_type(std::move(type)), m_attribute(std::move(attribute)) {}
+    HRESULT STDMETHODCALLTYPE GetProperty(int index, VARIANT* value) override {
         VariantInit(value);
         const std::lock_guard<std::mutex> lock(m_model->mutex);
         const Values& values = OwnValues();
-        if (index < 0 || static_cast<std::size_t>(index) >= values.size())
-        {
-            return E_INVALIDARG;
-        }
+        if (index < 0 || static_cast<std::size_t>(index) >= values.size()) { return E_INVALIDARG; }
         const Text& text = values[static_cast<std::size_t>(index)];
-        if (text.empty())
-        {
-            return S_FALSE;
-        }
+        if (text.empty()) { return S_FALSE; }
         V_VT(value) = VT_BSTR;
         V_BSTR(value) = NewBstr(text);
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE SetProperty(int index, VARIANT value) override
-    {
+    HRESULT STDMETHODCALLTYPE SetProperty(int index, VARIANT value) override {
         {
             const std::lock_guard<std::mutex> lock(m_model->mutex);
             Values& values = OwnValues();
-            if (V_VT(&value) != VT_BSTR || index < 1 || static_cast<std::size_t>(index) >= values.size())
-            {
+            if (V_VT(&value) != VT_BSTR || index < 1 || static_cast<std::size_t>(index) >= values.size()) {
                 return E_INVALIDARG; // the name, value 0, is the key
             }
             values[static_cast<std::size_t>(index)] = TextOf(V_BSTR(&value));
@@ -230,8 +186,7 @@ public:
         m_model->Notify(ChangeOf(index));
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** values) override
-    {
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** values) override {
         FlatArray array;
         {
             const std::lock_guard<std::mutex> lock(m_model->mutex);
@@ -247,17 +202,14 @@ public:
 
 protected:
     /// Called under the model's mutex.
-    Values& OwnValues()
-    {
+    Values& OwnValues() {
         Model::Type& type = m_model->types[m_type];
         return m_attribute.empty() ? type.values : type.attributes[m_attribute];
     }
     /// The data id of a changed property: kind, type, index, and whom it concerns (2 types, 512 attributes).
-    Text ChangeOf(int index) const
-    {
+    Text ChangeOf(int index) const {
         Text id = OLESTR("properties/") + m_type + OLESTR("/");
-        for (const char digit : std::to_string(index))
-        {
+        for (const char digit : std::to_string(index)) {
             id += static_cast<OLECHAR>(digit);
         }
         return id + (m_attribute.empty() ? OLESTR("/2") : OLESTR("/512"));
@@ -268,16 +220,14 @@ protected:
     Text m_attribute; // empty for a type
 };
 
-class Attribute final : public ConfigObject<ILXAttribute>
-{
+class Attribute final : public ConfigObject<ILXAttribute> {
 public:
     using ConfigObject::ConfigObject;
     NOT_OFFERED(AddAttributeType(ILXAttributeType**))
     NOT_OFFERED(RemoveAttributeType(ILXAttributeType*, LONG*))
     NOTHING_OF(GetAttributeTypeEnum, ILXAttributeTypeEnum)
     NOT_OFFERED(CreateFormat(int, ILXFormat**))
-    HRESULT STDMETHODCALLTYPE GetFormat(int, ILXFormat** format) override
-    {
+    HRESULT STDMETHODCALLTYPE GetFormat(int, ILXFormat** format) override {
         *format = nullptr;
         return S_FALSE;
     }
@@ -286,10 +236,8 @@ public:
 
 /// The attributes of a type, one after the other: the object, its 60 values, and no attribute types. Called under the
 /// model's mutex.
-void AppendAttributes(FlatArray& array, const ModelPtr& model, const Text& typeName)
-{
-    for (const auto& attribute : model->types[typeName].attributes)
-    {
+void AppendAttributes(FlatArray& array, const ModelPtr& model, const Text& typeName) {
+    for (const auto& attribute : model->types[typeName].attributes) {
         array.Object(new Attribute(model, typeName, attribute.first));
         array.All(attribute.second);
         array.Number(0);
@@ -298,8 +246,7 @@ void AppendAttributes(FlatArray& array, const ModelPtr& model, const Text& typeN
 
 /// The components of a type: no pages, groups and editors; attributes, with how many elements they take. Called under
 /// the model's mutex.
-void AppendComponents(FlatArray& array, const ModelPtr& model, const Text& typeName)
-{
+void AppendComponents(FlatArray& array, const ModelPtr& model, const Text& typeName) {
     FlatArray attributes;
     AppendAttributes(attributes, model, typeName);
     array.Count(0);
@@ -310,23 +257,17 @@ void AppendComponents(FlatArray& array, const ModelPtr& model, const Text& typeN
     array.Append(attributes);
 }
 
-class Type final : public ConfigObject<ILXType>
-{
+class Type final : public ConfigObject<ILXType> {
 public:
     using ConfigObject::ConfigObject;
-    HRESULT STDMETHODCALLTYPE GetAttribute(BSTR name, ILXAttribute** attribute) override
-    {
+    HRESULT STDMETHODCALLTYPE GetAttribute(BSTR name, ILXAttribute** attribute) override {
         *attribute = nullptr;
         const std::lock_guard<std::mutex> lock(m_model->mutex);
-        if (m_model->types[m_type].attributes.count(TextOf(name)) == 0)
-        {
-            return S_FALSE;
-        }
+        if (m_model->types[m_type].attributes.count(TextOf(name)) == 0) { return S_FALSE; }
         *attribute = new Attribute(m_model, m_type, TextOf(name));
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE GetTypeComponentData(LONG, SAFEARRAY** components) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeComponentData(LONG, SAFEARRAY** components) override {
         FlatArray array;
         array.Number(4); // one record ...
         array.Number(4); // ... of components
@@ -363,21 +304,17 @@ public:
 };
 
 /// Hands out types in order.
-class TypeEnum final : public Counted<ILXTypeEnum>
-{
+class TypeEnum final : public Counted<ILXTypeEnum> {
 public:
     TypeEnum(ModelPtr model, std::vector<Text> names) : m_model(std::move(model)), m_names(std::move(names)) {}
-    HRESULT STDMETHODCALLTYPE RemNext(ULONG count, ILXType** types, ULONG* fetched) override
-    {
+    HRESULT STDMETHODCALLTYPE RemNext(ULONG count, ILXType** types, ULONG* fetched) override {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        for (*fetched = 0; *fetched < count && m_next < m_names.size(); ++*fetched)
-        {
+        for (*fetched = 0; *fetched < count && m_next < m_names.size(); ++*fetched) {
             types[*fetched] = new Type(m_model, m_names[m_next++]);
         }
         return *fetched == count ? S_OK : S_FALSE;
     }
-    HRESULT STDMETHODCALLTYPE GetSingleNext(ILXType** type) override
-    {
+    HRESULT STDMETHODCALLTYPE GetSingleNext(ILXType** type) override {
         ULONG fetched = 0;
         *type = nullptr;
         return RemNext(1, type, &fetched);
@@ -394,16 +331,11 @@ private:
 };
 
 /// The service of configuration, with its second interface for bulk reads.
-class ConfigFactory final : public Counted<ILXConfigFactory>, public ILXConfigFactoryEx
-{
+class ConfigFactory final : public Counted<ILXConfigFactory>, public ILXConfigFactoryEx {
 public:
     explicit ConfigFactory(ModelPtr model) : m_model(std::move(model)) {}
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override
-    {
-        if (iid != __uuidof(ILXConfigFactoryEx))
-        {
-            return Counted::QueryInterface(iid, object);
-        }
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        if (iid != __uuidof(ILXConfigFactoryEx)) { return Counted::QueryInterface(iid, object); }
         *object = static_cast<ILXConfigFactoryEx*>(this);
         AddRef();
         return S_OK;
@@ -412,43 +344,34 @@ public:
     ULONG STDMETHODCALLTYPE Release() override { return Counted::Release(); }
 
     HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG, SAFEARRAY** types) override { return TypeArray(Text(), types); }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR name, LONG withBases, LONG, SAFEARRAY** types) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR name, LONG withBases, LONG, SAFEARRAY** types) override {
         return TypeArray(withBases != 0 ? Text() : TextOf(name), types);
     }
     NOT_OFFERED(GetTypeArrayByTypeNameArrayEx(SAFEARRAY*, LONG, LONG, SAFEARRAY**))
 
-    HRESULT STDMETHODCALLTYPE GetType(BSTR name, BSTR, ILXType** type) override
-    {
+    HRESULT STDMETHODCALLTYPE GetType(BSTR name, BSTR, ILXType** type) override {
         *type = nullptr;
         const std::lock_guard<std::mutex> lock(m_model->mutex);
-        if (m_model->types.count(TextOf(name)) == 0)
-        {
-            return S_FALSE;
-        }
+        if (m_model->types.count(TextOf(name)) == 0) { return S_FALSE; }
         *type = new Type(m_model, TextOf(name));
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE GetTypeEnum(BSTR, ILXTypeEnum** types) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeEnum(BSTR, ILXTypeEnum** types) override {
         std::vector<Text> names;
         {
             const std::lock_guard<std::mutex> lock(m_model->mutex);
-            for (const auto& type : m_model->types)
-            {
+            for (const auto& type : m_model->types) {
                 names.push_back(type.first);
             }
         }
         *types = new TypeEnum(m_model, names);
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** relations) override
-    {
+    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** relations) override {
         *relations = nullptr;
         return S_FALSE;
     }
-    HRESULT STDMETHODCALLTYPE GetVersion(BSTR* version) override
-    {
+    HRESULT STDMETHODCALLTYPE GetVersion(BSTR* version) override {
         *version = SysAllocString(OLESTR("1"));
         return S_OK;
     }
@@ -475,34 +398,26 @@ public:
 
 private:
     /// The names of all types, so that a base has an index, and the records of one type or of all.
-    HRESULT TypeArray(const Text& only, SAFEARRAY** array) const
-    {
+    HRESULT TypeArray(const Text& only, SAFEARRAY** array) const {
         *array = nullptr;
         FlatArray types;
         {
             const std::lock_guard<std::mutex> lock(m_model->mutex);
             std::map<Text, std::size_t> indexes;
-            for (const auto& type : m_model->types)
-            {
+            for (const auto& type : m_model->types) {
                 indexes.emplace(type.first, indexes.size());
             }
-            if (!only.empty() && indexes.count(only) == 0)
-            {
-                return S_FALSE;
-            }
+            if (!only.empty() && indexes.count(only) == 0) { return S_FALSE; }
             types.Number(1); // a map ...
             types.Number(0); // ... of types
             types.Count(indexes.size());
             types.Count(only.empty() ? indexes.size() : 1);
-            for (const auto& index : indexes)
-            {
+            for (const auto& index : indexes) {
                 types.Name(index.first);
                 types.Count(index.second);
             }
-            for (const auto& index : indexes)
-            {
-                if (only.empty() || only == index.first)
-                {
+            for (const auto& index : indexes) {
+                if (only.empty() || only == index.first) {
                     types.Count(index.second);
                     AppendType(types, index.first, indexes);
                 }
@@ -511,8 +426,7 @@ private:
         return types.CopyTo(array);
     }
     /// A type: its object and values, its components, its base's index, and whether it is listed and searchable.
-    void AppendType(FlatArray& array, const Text& name, const std::map<Text, std::size_t>& indexes) const
-    {
+    void AppendType(FlatArray& array, const Text& name, const std::map<Text, std::size_t>& indexes) const {
         const Values& values = m_model->types[name].values;
         const auto base = indexes.find(values[2]);
         array.Object(new Type(m_model, name));
@@ -528,28 +442,22 @@ private:
 };
 
 /// The service of notifications.
-class DataUpdate final : public Counted<ILXDataUpdate>
-{
+class DataUpdate final : public Counted<ILXDataUpdate> {
 public:
     explicit DataUpdate(ModelPtr model) : m_model(std::move(model)) {}
-    HRESULT STDMETHODCALLTYPE RegisterCallback(BSTR, ULONG, ILXCallbackUpdate* callback, LONG* client) override
-    {
+    HRESULT STDMETHODCALLTYPE RegisterCallback(BSTR, ULONG, ILXCallbackUpdate* callback, LONG* client) override {
         const std::lock_guard<std::mutex> lock(m_model->mutex);
         *client = ++m_model->lastClient;
         m_model->clients[*client] = callback;
         callback->AddRef();
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE UnregisterCallback(LONG client) override
-    {
+    HRESULT STDMETHODCALLTYPE UnregisterCallback(LONG client) override {
         ILXCallbackUpdate* callback = nullptr;
         {
             const std::lock_guard<std::mutex> lock(m_model->mutex);
             const auto found = m_model->clients.find(client);
-            if (found == m_model->clients.end())
-            {
-                return E_INVALIDARG;
-            }
+            if (found == m_model->clients.end()) { return E_INVALIDARG; }
             callback = found->second;
             m_model->clients.erase(found);
         }
@@ -569,8 +477,7 @@ private:
 };
 } // namespace
 
-HRESULT CreateMinimalServer(ILXConfigFactory** ppConfigFactory, ILXDataUpdate** ppDataUpdate)
-{
+HRESULT CreateMinimalServer(ILXConfigFactory** ppConfigFactory, ILXDataUpdate** ppDataUpdate) {
     const auto model = std::make_shared<Model>();
     *ppConfigFactory = new ConfigFactory(model);
     *ppDataUpdate = new DataUpdate(model);

@@ -7,36 +7,30 @@
 #include <cstdlib>
 #include <olectl.h>
 
-static void Check(HRESULT result, const char* what)
-{
-    if (result != S_OK)
-    {
+static void Check(HRESULT result, const char* what) {
+    if (result != S_OK) {
         std::printf("%s answered 0x%08X\n", what, static_cast<unsigned>(result));
         std::exit(1);
     }
 }
 
-static void PrintProperty(ILXAttribute* attribute, int index, const char* end)
-{
+static void PrintProperty(ILXAttribute* attribute, int index, const char* end) {
     VARIANT value = {};
     Check(attribute->GetProperty(index, &value), "GetProperty");
-    for (UINT i = 0; i < SysStringLen(V_BSTR(&value)); ++i)
-    {
+    for (UINT i = 0; i < SysStringLen(V_BSTR(&value)); ++i) {
         std::putchar(static_cast<char>(V_BSTR(&value)[i]));
     }
     std::fputs(end, stdout);
     VariantClear(&value);
 }
 
-static void PrintAttributes(ILXConfigFactory* types, const OLECHAR* typeName)
-{
+static void PrintAttributes(ILXConfigFactory* types, const OLECHAR* typeName) {
     ILXType* type = nullptr;
     ILXAttributeEnum* all = nullptr;
     BSTR name = SysAllocString(typeName);
     Check(types->GetType(name, nullptr, &type), "GetType");
     Check(type->GetAttributeEnum(&all), "GetAttributeEnum"); // a snapshot: later changes do not touch it
-    for (ILXAttribute* attribute = nullptr; all->GetSingleNext(&attribute) == S_OK;)
-    {
+    for (ILXAttribute* attribute = nullptr; all->GetSingleNext(&attribute) == S_OK;) {
         PrintProperty(attribute, 2, " in ");
         PrintProperty(attribute, 4, "\n");
         attribute->Release();
@@ -46,8 +40,7 @@ static void PrintAttributes(ILXConfigFactory* types, const OLECHAR* typeName)
     type->Release();
 }
 
-int main()
-{
+int main() {
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "CoInitializeEx");
 #ifndef _WIN32
     Check(DllRegisterServer(), "DllRegisterServer");

@@ -5,33 +5,26 @@
 #include <algorithm>
 #include <cstring>
 
-namespace
-{
+namespace {
 constexpr std::size_t MostElements = 4096;
 
 std::atomic<long> g_alive{0};
 
-class FuzzObject final : public IUnknown
-{
+class FuzzObject final : public IUnknown {
 public:
     FuzzObject() { ++g_alive; }
     ~FuzzObject() { --g_alive; }
     FuzzObject(const FuzzObject&) = delete;
     FuzzObject& operator=(const FuzzObject&) = delete;
 
-    STDMETHODIMP QueryInterface(REFIID, void** ppv) override
-    {
+    STDMETHODIMP QueryInterface(REFIID, void** ppv) override {
         *ppv = nullptr;
         return E_NOINTERFACE;
     }
     STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
+    STDMETHODIMP_(ULONG) Release() override {
         const ULONG left = --m_references;
-        if (left == 0)
-        {
-            delete this;
-        }
+        if (left == 0) { delete this; }
         return left;
     }
 
@@ -40,8 +33,7 @@ private:
 };
 
 /// What an element's byte says in its lower half; the upper half is an argument from 0 to 15.
-enum ECode : std::uint8_t
-{
+enum ECode : std::uint8_t {
     Empties = 0, ///< argument + 1 of them
     SmallLong,
     Long, ///< four bytes follow
@@ -60,15 +52,12 @@ enum ECode : std::uint8_t
     AnyType ///< the argument is the type of a value that is all zeros
 };
 
-class Decoder
-{
+class Decoder {
 public:
     explicit Decoder(XBytes bytes) : m_bytes(bytes) {}
 
-    XLXVariantVector Elements()
-    {
-        while (!m_bytes.empty() && m_elements.size() < MostElements)
-        {
+    XLXVariantVector Elements() {
+        while (!m_bytes.empty() && m_elements.size() < MostElements) {
             const std::uint8_t byte = Byte();
             Element(byte & 0xF, byte >> 4);
         }
@@ -76,22 +65,16 @@ public:
     }
 
 private:
-    std::uint8_t Byte()
-    {
-        if (m_bytes.empty())
-        {
-            return 0;
-        }
+    std::uint8_t Byte() {
+        if (m_bytes.empty()) { return 0; }
         const std::uint8_t byte = m_bytes.front();
         m_bytes = m_bytes.subspan(1);
         return byte;
     }
 
-    ULONG Number()
-    {
+    ULONG Number() {
         ULONG number = 0;
-        for (int i = 0; i < 4; ++i)
-        {
+        for (int i = 0; i < 4; ++i) {
             number = (number << 8) | Byte();
         }
         return number;
@@ -99,26 +82,22 @@ private:
 
     void Add(XLXComVariant value) { m_elements.push_back(std::move(value)); }
 
-    void AddZero(VARTYPE type)
-    {
+    void AddZero(VARTYPE type) {
         XLXComVariant value;
         value.Get() = VARIANT{};
         V_VT(&value.Get()) = type;
         Add(std::move(value));
     }
 
-    void AddText(int length)
-    {
+    void AddText(int length) {
         XLXText text;
-        for (int i = 0; i < length; ++i)
-        {
+        for (int i = 0; i < length; ++i) {
             text.push_back(static_cast<OLECHAR>(Byte()));
         }
         Add(XLXComVariant::FromBstr(text));
     }
 
-    void AddNested()
-    {
+    void AddNested() {
         SAFEARRAYBOUND bound = {1, 0};
         XLXSafeArray array(SafeArrayCreate(VT_VARIANT, 1, &bound));
         LONG index = 0;
@@ -130,50 +109,32 @@ private:
         Add(std::move(value));
     }
 
-    void Element(int code, int argument)
-    {
-        switch (code)
-        {
+    void Element(int code, int argument) {
+        switch (code) {
         case Empties:
-            for (int i = 0; i <= argument; ++i)
-            {
+            for (int i = 0; i <= argument; ++i) {
                 Add({});
             }
             break;
-        case SmallLong:
-            return Add(XLXComVariant::FromI4(argument));
-        case Long:
-            return Add(XLXComVariant::FromI4(static_cast<LONG>(Number())));
-        case SmallUnsigned:
-            return Add(XLXComVariant::FromUI4(static_cast<ULONG>(argument)));
-        case Unsigned:
-            return Add(XLXComVariant::FromUI4(Number()));
-        case Text:
-            return AddText(argument);
-        case Object:
-            return Add(XLXComVariant::FromUnknown(new FuzzObject));
-        case Boolean:
-            return Add(XLXComVariant::FromBool(argument != 0));
-        case NegativeLong:
-            return Add(XLXComVariant::FromI4(-1 - argument));
-        case Short:
-            return AddZero(VT_I2);
-        case Real:
-            return Add(XLXComVariant::FromDouble(argument / 4.0));
-        case NullObject:
-            return AddZero(VT_UNKNOWN);
-        case Nested:
-            return AddNested();
+        case SmallLong: return Add(XLXComVariant::FromI4(argument));
+        case Long: return Add(XLXComVariant::FromI4(static_cast<LONG>(Number())));
+        case SmallUnsigned: return Add(XLXComVariant::FromUI4(static_cast<ULONG>(argument)));
+        case Unsigned: return Add(XLXComVariant::FromUI4(Number()));
+        case Text: return AddText(argument);
+        case Object: return Add(XLXComVariant::FromUnknown(new FuzzObject));
+        case Boolean: return Add(XLXComVariant::FromBool(argument != 0));
+        case NegativeLong: return Add(XLXComVariant::FromI4(-1 - argument));
+        case Short: return AddZero(VT_I2);
+        case Real: return Add(XLXComVariant::FromDouble(argument / 4.0));
+        case NullObject: return AddZero(VT_UNKNOWN);
+        case Nested: return AddNested();
         case Longs:
-            for (int i = 0; i <= argument; ++i)
-            {
+            for (int i = 0; i <= argument; ++i) {
                 Add(XLXComVariant::FromI4(i));
             }
             break;
-        case NullDispatch:
-            return AddZero(VT_DISPATCH);
-        default:
-            return AddZero(static_cast<VARTYPE>(argument));
+        case NullDispatch: return AddZero(VT_DISPATCH);
+        default: return AddZero(static_cast<VARTYPE>(argument));
         }
     }
 
@@ -181,18 +142,13 @@ private:
     XLXVariantVector m_elements;
 };
 
-XLXSafeArray Create(EContainer container, ULONG count)
-{
+XLXSafeArray Create(EContainer container, ULONG count) {
     constexpr LONG large = 0x7FFFFFFE;
     SAFEARRAYBOUND bounds[] = {{count, 0}, {1, 0}};
-    switch (container)
-    {
-    case EContainer::NoArray:
-        return {};
-    case EContainer::Texts:
-        return XLXSafeArray(SafeArrayCreate(VT_BSTR, 1, bounds));
-    case EContainer::TwoDimensions:
-        return XLXSafeArray(SafeArrayCreate(VT_VARIANT, 2, bounds));
+    switch (container) {
+    case EContainer::NoArray: return {};
+    case EContainer::Texts: return XLXSafeArray(SafeArrayCreate(VT_BSTR, 1, bounds));
+    case EContainer::TwoDimensions: return XLXSafeArray(SafeArrayCreate(VT_VARIANT, 2, bounds));
     default:
         bounds[0].lLbound = container == EContainer::LowerBoundNegative ? -5
                             : container == EContainer::LowerBoundLarge  ? large
@@ -201,79 +157,57 @@ XLXSafeArray Create(EContainer container, ULONG count)
     }
 }
 
-void PutNumber(std::vector<std::uint8_t>& to, int smallCode, int code, ULONG number)
-{
-    if (number < 16)
-    {
+void PutNumber(std::vector<std::uint8_t>& to, int smallCode, int code, ULONG number) {
+    if (number < 16) {
         to.push_back(static_cast<std::uint8_t>(smallCode | static_cast<int>(number << 4)));
         return;
     }
     to.push_back(static_cast<std::uint8_t>(code));
-    for (int shift = 24; shift >= 0; shift -= 8)
-    {
+    for (int shift = 24; shift >= 0; shift -= 8) {
         to.push_back(static_cast<std::uint8_t>(number >> shift));
     }
 }
 
-void PutText(std::vector<std::uint8_t>& to, XLXTextView text)
-{
+void PutText(std::vector<std::uint8_t>& to, XLXTextView text) {
     text = text.substr(0, 15);
     to.push_back(static_cast<std::uint8_t>(Text | (text.size() << 4)));
-    for (const OLECHAR character : text)
-    {
+    for (const OLECHAR character : text) {
         to.push_back(static_cast<std::uint8_t>(character));
     }
 }
 
-void PutElement(std::vector<std::uint8_t>& to, const VARIANT& element)
-{
-    switch (V_VT(&element))
-    {
-    case VT_I4:
-        return PutNumber(to, SmallLong, Long, static_cast<ULONG>(V_I4(&element)));
-    case VT_UI4:
-        return PutNumber(to, SmallUnsigned, Unsigned, V_UI4(&element));
-    case VT_BSTR:
-        return PutText(to, LXBstrView(V_BSTR(&element)));
-    case VT_UNKNOWN:
-        return to.push_back(V_UNKNOWN(&element) != nullptr ? Object : NullObject);
-    case VT_BOOL:
-        return to.push_back(V_BOOL(&element) != VARIANT_FALSE ? 0x10 | Boolean : Boolean);
-    case VT_R8:
-        return to.push_back(Real);
-    default:
-        return to.push_back(Empties);
+void PutElement(std::vector<std::uint8_t>& to, const VARIANT& element) {
+    switch (V_VT(&element)) {
+    case VT_I4: return PutNumber(to, SmallLong, Long, static_cast<ULONG>(V_I4(&element)));
+    case VT_UI4: return PutNumber(to, SmallUnsigned, Unsigned, V_UI4(&element));
+    case VT_BSTR: return PutText(to, LXBstrView(V_BSTR(&element)));
+    case VT_UNKNOWN: return to.push_back(V_UNKNOWN(&element) != nullptr ? Object : NullObject);
+    case VT_BOOL: return to.push_back(V_BOOL(&element) != VARIANT_FALSE ? 0x10 | Boolean : Boolean);
+    case VT_R8: return to.push_back(Real);
+    default: return to.push_back(Empties);
     }
 }
 } // namespace
 
-long LXLiveFuzzObjects()
-{
-    return g_alive;
-}
+long LXLiveFuzzObjects() { return g_alive; }
 
-XLXSafeArray DecodeArray(XBytes bytes)
-{
+XLXSafeArray DecodeArray(XBytes bytes) {
     const auto container = static_cast<EContainer>(bytes.empty() ? 0 : bytes.front());
     XLXVariantVector elements = Decoder(bytes.empty() ? bytes : bytes.subspan(1)).Elements();
     XLXSafeArray array = Create(container, static_cast<ULONG>(elements.size()));
-    if (array && container != EContainer::Texts)
-    {
+    if (array && container != EContainer::Texts) {
         VARIANT* element = static_cast<VARIANT*>(array.Get()->pvData);
-        for (XLXComVariant& value : elements)
-        {
+        for (XLXComVariant& value : elements) {
             value.DetachTo(element++);
         }
     }
     return array;
 }
 
-std::vector<std::uint8_t> EncodeArray(const XLXSafeArray& array)
-{
+std::vector<std::uint8_t> EncodeArray(const XLXSafeArray& array) {
     std::vector<std::uint8_t> bytes = {static_cast<std::uint8_t>(EContainer::Plain)};
     const VARIANT* const elements = static_cast<const VARIANT*>(array.Get()->pvData);
-    for (ULONG i = 0; i < array.Get()->rgsabound[0].cElements; ++i)
-    {
+    for (ULONG i = 0; i < array.Get()->rgsabound[0].cElements; ++i) {
         PutElement(bytes, elements[i]);
     }
     return bytes;

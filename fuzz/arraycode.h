@@ -18,15 +18,7 @@ using XBytes = std::span<const std::uint8_t>;
 long LXLiveFuzzObjects();
 
 /// The containers that the first byte stands for; any other byte is a plain one too.
-enum class EContainer : std::uint8_t
-{
-    Plain = 0,
-    LowerBoundNegative,
-    LowerBoundLarge,
-    NoArray,
-    Texts,
-    TwoDimensions
-};
+enum class EContainer : std::uint8_t { Plain = 0, LowerBoundNegative, LowerBoundLarge, NoArray, Texts, TwoDimensions };
 
 /// The array that bytes stand for, of at most 4096 elements.
 XLXSafeArray DecodeArray(XBytes bytes);

@@ -8,30 +8,22 @@
 #include <cstdio>
 #include <cstdlib>
 
-void LXRequire(bool holds, const std::string& what)
-{
-    if (!holds)
-    {
+void LXRequire(bool holds, const std::string& what) {
+    if (!holds) {
         std::fprintf(stderr, "does not hold: %s\n", what.c_str());
         std::abort();
     }
 }
 
-std::uint8_t Decisions::Byte() noexcept
-{
-    if (m_bytes.empty())
-    {
-        return 0;
-    }
+std::uint8_t Decisions::Byte() noexcept {
+    if (m_bytes.empty()) { return 0; }
     const std::uint8_t first = m_bytes.front();
     m_bytes = m_bytes.subspan(1);
     return first;
 }
 
-namespace
-{
-XServerModel MakeModel()
-{
+namespace {
+XServerModel MakeModel() {
     XServerModel model;
     XModelType& item = model.AddType("Item");
     item.AddPage(1, "General");
@@ -61,19 +53,12 @@ XServerModel MakeModel()
     return model;
 }
 
-std::string Narrow(XLXTextView text)
-{
-    return LXToUtf8(text);
-}
+std::string Narrow(XLXTextView text) { return LXToUtf8(text); }
 
-XLXComBSTR Bstr(const char* text)
-{
-    return XLXComBSTR(LXFromUtf8(text));
-}
+XLXComBSTR Bstr(const char* text) { return XLXComBSTR(LXFromUtf8(text)); }
 
 /// A value as text; failures are alike whatever their code is.
-std::string Read(ILXConfigObject* object, int member)
-{
+std::string Read(ILXConfigObject* object, int member) {
     XLXComVariant value;
     const HRESULT result = object->GetProperty(member, value.Put());
     return FAILED(result)      ? "<failed>"
@@ -83,50 +68,39 @@ std::string Read(ILXConfigObject* object, int member)
 
 /// What became of a look-up, with a property of what was found.
 template <class T>
-std::string Found(HRESULT result, const XLXComPtr<T>& object, int member)
-{
+std::string Found(HRESULT result, const XLXComPtr<T>& object, int member) {
     return FAILED(result) ? "<failed>" : object ? Read(object.Get(), member) : "<none>";
 }
 
 template <class Element, class Enumerator>
-std::string List(HRESULT result, const XLXComPtr<Enumerator>& elements, std::initializer_list<int> members)
-{
-    if (FAILED(result))
-    {
-        return "<failed>";
-    }
+std::string List(HRESULT result, const XLXComPtr<Enumerator>& elements, std::initializer_list<int> members) {
+    if (FAILED(result)) { return "<failed>"; }
     std::vector<std::string> lines;
     XLXComPtr<Element> element;
-    while (elements && elements->GetSingleNext(element.Put()) == S_OK)
-    {
+    while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
         std::string line;
-        for (const int member : members)
-        {
+        for (const int member : members) {
             line += Read(element.Get(), member) + "|";
         }
         lines.push_back(line);
     }
     std::sort(lines.begin(), lines.end()); // the order is each one's own
     std::string all;
-    for (const std::string& line : lines)
-    {
+    for (const std::string& line : lines) {
         all += line + ";";
     }
     return all;
 }
 
-std::string AskAttribute(ILXType& type, const Question& question)
-{
+std::string AskAttribute(ILXType& type, const Question& question) {
     XLXComPtr<ILXAttribute> attribute;
     XLXComPtr<ILXFormat> format;
     XLXComPtr<ILXAttributeTypeEnum> types;
     HRESULT result = type.GetAttribute(Bstr(question.attribute).Get(), attribute.Put());
-    if (!attribute || question.kind == Question::AttributeProperty)
-    {
+    if (!attribute || question.kind == Question::AttributeProperty) {
         return Found(result, attribute, question.member);
     }
-    if (question.kind == Question::AttributeFormat)
-    {
+    if (question.kind == Question::AttributeFormat) {
         result = attribute->GetFormat(question.number, format.Put());
         return Found(result, format, question.member % 5);
     }
@@ -134,18 +108,13 @@ std::string AskAttribute(ILXType& type, const Question& question)
     return List<ILXAttributeType>(result, types, {XProperty::AttributeTypeName, XProperty::AttributeTypeLabel});
 }
 
-std::string AskGroup(ILXType& type, const Question& question)
-{
+std::string AskGroup(ILXType& type, const Question& question) {
     XLXComPtr<ILXGroup> group;
     XLXComPtr<ILXFormat> format;
     XLXComPtr<ILXGroupEnum> children;
     HRESULT result = type.GetGroup(question.number, group.Put());
-    if (!group || question.kind == Question::GroupProperty)
-    {
-        return Found(result, group, question.member);
-    }
-    if (question.kind == Question::GroupFormat)
-    {
+    if (!group || question.kind == Question::GroupProperty) { return Found(result, group, question.member); }
+    if (question.kind == Question::GroupFormat) {
         result = group->GetFormat(format.Put());
         return Found(result, format, question.member % 5);
     }
@@ -153,12 +122,10 @@ std::string AskGroup(ILXType& type, const Question& question)
     return List<ILXGroup>(result, children, {XProperty::GroupNumber});
 }
 
-std::string AskEditor(ILXType& type, const Question& question)
-{
+std::string AskEditor(ILXType& type, const Question& question) {
     const XLXComBSTR browser = Bstr(question.number % 2 == 0 ? "Tree" : "List");
     XLXComPtr<ILXConfObjEditor> editor;
-    if (question.kind == Question::DefaultEditors)
-    {
+    if (question.kind == Question::DefaultEditors) {
         HRESULT result = type.GetDefaultEditor(browser.Get(), editor.Put());
         const std::string first = Found(result, editor, XProperty::ProgId);
         result = type.GetDefaultNewEditor(browser.Get(), editor.Put());
@@ -169,16 +136,14 @@ std::string AskEditor(ILXType& type, const Question& question)
     return Found(result, editor, question.member % 5);
 }
 
-std::string AskLists(ILXType& type, const Question& question)
-{
+std::string AskLists(ILXType& type, const Question& question) {
     XLXComPtr<ILXAttributeEnum> attributes;
     XLXComPtr<ILXGroupEnum> groups;
     XLXComPtr<ILXPageEnum> pages;
     XLXComPtr<ILXConfObjEditorEnum> editors;
     XLXComPtr<ILXPage> page;
     HRESULT result = S_OK;
-    switch (question.kind)
-    {
+    switch (question.kind) {
     case Question::PageProperty:
         result = type.GetPage(question.number, page.Put());
         return Found(result, page, question.member % 7);
@@ -203,17 +168,14 @@ std::string AskLists(ILXType& type, const Question& question)
     }
 }
 
-std::string AskType(ILXConfigFactory& factory, const Question& question)
-{
+std::string AskType(ILXConfigFactory& factory, const Question& question) {
     XLXComPtr<ILXType> type;
     const HRESULT result = factory.GetType(Bstr(question.type).Get(), nullptr, type.Put());
-    if (!type || question.kind == Question::TypeProperty)
-    {
+    if (!type || question.kind == Question::TypeProperty) {
         // The last member is the base type's object, which only a cache shows.
         return Found(result, type, question.member == 27 ? 0 : question.member);
     }
-    switch (question.kind)
-    {
+    switch (question.kind) {
     case Question::ByName: {
         XLXComVariant value;
         const HRESULT read = type->Get(Bstr("LXCFG_searchable").Get(), value.Put());
@@ -221,55 +183,45 @@ std::string AskType(ILXConfigFactory& factory, const Question& question)
     }
     case Question::AttributeProperty:
     case Question::AttributeFormat:
-    case Question::AttributeTypes:
-        return AskAttribute(*type.Get(), question);
+    case Question::AttributeTypes: return AskAttribute(*type.Get(), question);
     case Question::GroupProperty:
     case Question::GroupFormat:
-    case Question::ChildGroups:
-        return AskGroup(*type.Get(), question);
+    case Question::ChildGroups: return AskGroup(*type.Get(), question);
     case Question::EditorProperty:
-    case Question::DefaultEditors:
-        return AskEditor(*type.Get(), question);
-    default:
-        return AskLists(*type.Get(), question);
+    case Question::DefaultEditors: return AskEditor(*type.Get(), question);
+    default: return AskLists(*type.Get(), question);
     }
 }
 
-std::string AskSpecs(ILXConfigFactory& factory, const Question& question)
-{
+std::string AskSpecs(ILXConfigFactory& factory, const Question& question) {
     XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
     const HRESULT result = factory.GetAllGlobalAttributeFormatSpecs(specs.Put());
     std::vector<std::string> lines;
     XLXComPtr<ILXGlobalAttributeFormatSpec> spec;
-    while (specs && specs->GetSingleNext(spec.Put()) == S_OK)
-    {
+    while (specs && specs->GetSingleNext(spec.Put()) == S_OK) {
         XLXComPtr<ILXFormat> format;
         const HRESULT got = spec->GetFormat(question.number, format.Put());
         lines.push_back(Read(spec.Get(), 0) + Read(spec.Get(), 2) + Found(got, format, question.member % 5));
     }
     std::sort(lines.begin(), lines.end());
     std::string all = FAILED(result) ? "<failed>" : "";
-    for (const std::string& line : lines)
-    {
+    for (const std::string& line : lines) {
         all += line + ";";
     }
     return all;
 }
 
-std::string AskRelations(ILXConfigFactory& factory, const Question& question)
-{
+std::string AskRelations(ILXConfigFactory& factory, const Question& question) {
     XLXComPtr<ILXParentChildEnum> relations;
     const HRESULT result = factory.GetParentChildEnum(Bstr(question.type).Get(), nullptr, relations.Put());
-    if (question.kind == Question::Relations)
-    {
+    if (question.kind == Question::Relations) {
         return List<ILXParentChild>(result, relations,
                                     {XProperty::ParentName, XProperty::ChildName, XProperty::ChildList,
                                      XProperty::NameShort, XProperty::SystemInternal});
     }
     std::string all = FAILED(result) ? "<failed>" : "";
     XLXComPtr<ILXParentChild> relation;
-    while (relations && relations->GetSingleNext(relation.Put()) == S_OK)
-    {
+    while (relations && relations->GetSingleNext(relation.Put()) == S_OK) {
         XLXComPtr<ILXPCInfoEnum> infos;
         const HRESULT listed = relation->GetPCInfoEnum(infos.Put());
         all += List<ILXPCInfo>(listed, infos, {XProperty::PCInfoBrowser, XProperty::PCInfoLabel});
@@ -278,8 +230,7 @@ std::string AskRelations(ILXConfigFactory& factory, const Question& question)
 }
 } // namespace
 
-Question Question::From(Decisions& decisions)
-{
+Question Question::From(Decisions& decisions) {
     Question question;
     question.kind = static_cast<Kind>(decisions.Of(KindCount));
     question.type = decisions.OneOf(FuzzTypes);
@@ -289,19 +240,16 @@ Question Question::From(Decisions& decisions)
     return question;
 }
 
-std::string Question::Text() const
-{
+std::string Question::Text() const {
     return "question " + std::to_string(kind) + " " + type + "." + attribute + " " + std::to_string(number) + " " +
            std::to_string(member);
 }
 
-std::string LXAnswer(ILXConfigFactory& factory, const Question& question)
-{
+std::string LXAnswer(ILXConfigFactory& factory, const Question& question) {
     XLXComPtr<ILXTypeEnum> types;
     XLXComPtr<ILXBrowserIdEnum> browsers;
     HRESULT result = S_OK;
-    switch (question.kind)
-    {
+    switch (question.kind) {
     case Question::Types:
         result = factory.GetTypeEnum(nullptr, types.Put());
         return List<ILXType>(result, types, {XProperty::TypeName, XProperty::TypeLabel});
@@ -311,13 +259,10 @@ std::string LXAnswer(ILXConfigFactory& factory, const Question& question)
     case Question::BrowserIds:
         result = factory.GetBrowserIdEnum(browsers.Put());
         return List<ILXBrowserId>(result, browsers, {0, 1});
-    case Question::GlobalSpecs:
-        return AskSpecs(factory, question);
+    case Question::GlobalSpecs: return AskSpecs(factory, question);
     case Question::Relations:
-    case Question::PCInfos:
-        return AskRelations(factory, question);
-    default:
-        return AskType(factory, question);
+    case Question::PCInfos: return AskRelations(factory, question);
+    default: return AskType(factory, question);
     }
 }
 
@@ -325,18 +270,13 @@ FuzzCache::FuzzCache()
     : m_server(XSampleServer::Create([] {
           static const XServerModel model = MakeModel();
           return model;
-      }()))
-{
+      }())) {
     m_cache = XLXComPtr<ILXConfigFactoryCache>(new XLXConfigFactoryCacheManager);
 }
 
-FuzzCache::~FuzzCache()
-{
-    Terminate();
-}
+FuzzCache::~FuzzCache() { Terminate(); }
 
-void FuzzCache::Start(LONG transferMode)
-{
+void FuzzCache::Start(LONG transferMode) {
     XLXComVariant values[6];
     values[0] = XLXComVariant::FromUnknown(m_server->ConfigFactory().Get());
     values[1] = XLXComVariant::FromUnknown(m_server->Query().Get());
@@ -347,13 +287,9 @@ void FuzzCache::Start(LONG transferMode)
     LXRequire(m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get()) == S_OK, "the cache starts");
 }
 
-void FuzzCache::Terminate()
-{
-    LXRequire(m_cache.As<IDPFObject>()->Terminate() == S_OK, "the cache ends");
-}
+void FuzzCache::Terminate() { LXRequire(m_cache.As<IDPFObject>()->Terminate() == S_OK, "the cache ends"); }
 
-void FuzzCache::Compare(const Question& question) const
-{
+void FuzzCache::Compare(const Question& question) const {
     const std::string cached = LXAnswer(*Cache().Get(), question);
     const std::string direct = LXAnswer(*Direct().Get(), question);
     LXRequire(cached == direct, question.Text() + "\n cache:  " + cached + "\n server: " + direct);

@@ -14,8 +14,7 @@
 void LXRequire(bool holds, const std::string& what);
 
 /// Decisions out of a fuzzer's bytes; 0 when there are no more.
-class Decisions
-{
+class Decisions {
 public:
     explicit Decisions(XBytes bytes) noexcept : m_bytes(bytes) {}
     bool Empty() const noexcept { return m_bytes.empty(); }
@@ -23,8 +22,7 @@ public:
     /// One of that many.
     int Of(int count) noexcept { return Byte() % count; }
     template <class T, std::size_t count>
-    const T& OneOf(const T (&choices)[count]) noexcept
-    {
+    const T& OneOf(const T (&choices)[count]) noexcept {
         return choices[Of(static_cast<int>(count))];
     }
     XBytes Rest() const noexcept { return m_bytes; }
@@ -39,10 +37,8 @@ inline constexpr const char* FuzzTypes[] = {"Item",  "Equipment", "Pump",   "Val
 inline constexpr const char* FuzzAttributes[] = {"Name", "Weight", "Power", "Head", "Title", "Added1", "Added2"};
 
 /// A question to a config factory, answered as one text whoever answers it.
-struct Question
-{
-    enum Kind : std::uint8_t
-    {
+struct Question {
+    enum Kind : std::uint8_t {
         TypeProperty,
         AttributeProperty,
         AttributeFormat,
@@ -80,8 +76,7 @@ struct Question
 std::string LXAnswer(ILXConfigFactory& factory, const Question& question);
 
 /// A cache in client mode in front of a sample server of its own.
-class FuzzCache
-{
+class FuzzCache {
 public:
     FuzzCache();
     ~FuzzCache();

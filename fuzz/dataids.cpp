@@ -5,31 +5,23 @@
 #include "XDataId.h"
 #include "cachetargets.h"
 
-namespace
-{
+namespace {
 constexpr const char* DataTypes[] = {"cfc_specific", "cfc", "", "CFC_SPECIFIC"};
 constexpr const char* Pieces[] = {
     "objects",    "properties", "pc", "searchable",       "/", "//", "0",   "1",       "2",           "512", "-1",
     "2147483648", "Pump",       "64", "\xF0\x90\x80\x80", " ", "+",  "0x2", "Objects", "cfc_forward/"};
 
 /// Text of any kind: common pieces, narrow characters, and units that need not be valid UTF-16.
-XLXText TextFrom(Decisions& decisions)
-{
+XLXText TextFrom(Decisions& decisions) {
     XLXText text;
-    while (!decisions.Empty())
-    {
+    while (!decisions.Empty()) {
         const std::uint8_t piece = decisions.Byte();
-        if (piece < std::size(Pieces))
-        {
+        if (piece < std::size(Pieces)) {
             text += LXFromUtf8(Pieces[piece]);
-        }
-        else if (piece == 0xFF)
-        {
+        } else if (piece == 0xFF) {
             const int high = decisions.Byte();
             text.push_back(static_cast<OLECHAR>(high << 8 | decisions.Byte()));
-        }
-        else
-        {
+        } else {
             text.push_back(piece);
         }
     }
@@ -37,8 +29,7 @@ XLXText TextFrom(Decisions& decisions)
 }
 
 /// One of the cached objects' own callbacks, or the manager's.
-XLXComPtr<ILXCallbackUpdate> Receiver(ILXConfigFactory& cache, int which)
-{
+XLXComPtr<ILXCallbackUpdate> Receiver(ILXConfigFactory& cache, int which) {
     XLXComPtr<ILXType> type;
     XLXComPtr<ILXAttribute> attribute;
     XLXComPtr<ILXGroup> group;
@@ -50,24 +41,16 @@ XLXComPtr<ILXCallbackUpdate> Receiver(ILXConfigFactory& cache, int which)
     XLXComPtr<ILXParentChild> relation;
     cache.GetType(XLXComBSTR(OLESTR("Pump")).Get(), nullptr, type.Put());
     type->GetAttribute(XLXComBSTR(OLESTR("Head")).Get(), attribute.Put());
-    switch (which)
-    {
-    case 0:
-        return XLXComPtr<ILXConfigFactory>(&cache).As<ILXCallbackUpdate>();
-    case 1:
-        return type.As<ILXCallbackUpdate>();
-    case 2:
-        return attribute.As<ILXCallbackUpdate>();
-    case 3:
-        type->GetGroup(3, group.Put());
-        return group.As<ILXCallbackUpdate>();
+    switch (which) {
+    case 0: return XLXComPtr<ILXConfigFactory>(&cache).As<ILXCallbackUpdate>();
+    case 1: return type.As<ILXCallbackUpdate>();
+    case 2: return attribute.As<ILXCallbackUpdate>();
+    case 3: type->GetGroup(3, group.Put()); return group.As<ILXCallbackUpdate>();
     case 4:
         cache.GetType(XLXComBSTR(OLESTR("Item")).Get(), nullptr, type.Put());
         type->GetPage(1, page.Put());
         return page.As<ILXCallbackUpdate>();
-    case 5:
-        attribute->GetFormat(1, format.Put());
-        return format.As<ILXCallbackUpdate>();
+    case 5: attribute->GetFormat(1, format.Put()); return format.As<ILXCallbackUpdate>();
     case 6:
         cache.GetBrowserIdEnum(browsers.Put());
         browsers->GetSingleNext(browser.Put());
@@ -80,8 +63,7 @@ XLXComPtr<ILXCallbackUpdate> Receiver(ILXConfigFactory& cache, int which)
 }
 
 /// One cache for all executions: every one begins with values that were read.
-FuzzCache& SharedCache()
-{
+FuzzCache& SharedCache() {
     static FuzzCache& cache = *[] {
         auto* const made = new FuzzCache;
         made->Start(15);
@@ -90,8 +72,7 @@ FuzzCache& SharedCache()
     return cache;
 }
 
-void CompareAll(const FuzzCache& cache)
-{
+void CompareAll(const FuzzCache& cache) {
     for (const Question& question :
          {Question{Question::TypeProperty, "Pump", "", 0, XProperty::TypeLabel},
           Question{Question::AttributeProperty, "Pump", "Head", 0, XProperty::Label},
@@ -99,15 +80,13 @@ void CompareAll(const FuzzCache& cache)
           Question{Question::AttributeFormat, "Pump", "Head", 1, 0},
           Question{Question::GroupProperty, "Pump", "", 3, XProperty::GroupLabel},
           Question{Question::BrowserIds, "", "", 0, 0}, Question{Question::Relations, "Pump", "", 0, 0},
-          Question{Question::GlobalSpecs, "", "", 1, 0}, Question{Question::SearchableTypes, "", "", 0, 0}})
-    {
+          Question{Question::GlobalSpecs, "", "", 1, 0}, Question{Question::SearchableTypes, "", "", 0, 0}}) {
         cache.Compare(question);
     }
 }
 } // namespace
 
-bool FuzzDataId(XBytes bytes)
-{
+bool FuzzDataId(XBytes bytes) {
     static int executions = 0;
     FuzzCache& cache = SharedCache();
     Decisions decisions(bytes);
@@ -125,8 +104,7 @@ bool FuzzDataId(XBytes bytes)
     return XDataId::Parse(text).kind != LXDataIdKind::Other;
 }
 
-bool FuzzPropertyNames(XBytes bytes)
-{
+bool FuzzPropertyNames(XBytes bytes) {
     Decisions decisions(bytes);
     const int kind = decisions.Byte() - 2; // no kind of ours, too
     constexpr const char* names[] = {"LXCFG_attributename", "LXCFG_showinbrowser", "LXCFG_browserid",
@@ -138,13 +116,11 @@ bool FuzzPropertyNames(XBytes bytes)
     const auto element = static_cast<EConfigElementKind>(kind);
     const int index = XCfgPropertyConvert::Convert(element, XLXComBSTR(text).Get());
     LXRequire(index >= -1 && index < 60, "an index that such an element has, or -1");
-    if (index >= 0)
-    {
+    if (index >= 0) {
         // Exactly this name: with anything before or after it, or in another case, it is another one.
         for (const XLXText& other :
              {text + XLXText(1, OLECHAR{0}), XLXText(1, OLECHAR{' '}) + text, text + OLESTR("x"), text.substr(1),
-              text.substr(0, text.size() - 1) + static_cast<OLECHAR>(text.back() ^ 0x20)})
-        {
+              text.substr(0, text.size() - 1) + static_cast<OLECHAR>(text.back() ^ 0x20)}) {
             LXRequire(XCfgPropertyConvert::Convert(element, XLXComBSTR(other).Get()) == -1,
                       "a name is compared exactly");
         }

@@ -2,14 +2,10 @@
 #include "cachetargets.h"
 
 // Short stacks for allocations, of which there are many.
-extern "C" const char* __asan_default_options()
-{
-    return "malloc_context_size=2:quarantine_size_mb=32";
-}
+extern "C" const char* __asan_default_options() { return "malloc_context_size=2:quarantine_size_mb=32"; }
 
 // Weighing the seeds by the rarity of what they reach takes as long as running them.
-extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments)
-{
+extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
     static std::vector<char*> all(*arguments, *arguments + *count);
     static char option[] = "-entropic=0";
     all.insert(all.begin() + 1, option);
@@ -19,8 +15,7 @@ extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments)
     return 0;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzOperations({data, size});
     return 0;
 }

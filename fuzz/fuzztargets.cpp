@@ -9,25 +9,19 @@
 
 using namespace XLXCFCDataTransfer;
 
-namespace
-{
-void Require(bool holds, const char* what)
-{
-    if (!holds)
-    {
+namespace {
+void Require(bool holds, const char* what) {
+    if (!holds) {
         std::fprintf(stderr, "does not hold: %s\n", what);
         std::abort();
     }
 }
 
-std::vector<VARTYPE> TypesOf(const XLXSafeArray& array)
-{
+std::vector<VARTYPE> TypesOf(const XLXSafeArray& array) {
     std::vector<VARTYPE> types;
-    if (array && array.Get()->cDims == 1 && (array.Get()->fFeatures & FADF_VARIANT) != 0)
-    {
+    if (array && array.Get()->cDims == 1 && (array.Get()->fFeatures & FADF_VARIANT) != 0) {
         const VARIANT* const elements = static_cast<const VARIANT*>(array.Get()->pvData);
-        for (ULONG i = 0; i < array.Get()->rgsabound[0].cElements; ++i)
-        {
+        for (ULONG i = 0; i < array.Get()->rgsabound[0].cElements; ++i) {
             types.push_back(V_VT(&elements[i]));
         }
     }
@@ -36,15 +30,11 @@ std::vector<VARTYPE> TypesOf(const XLXSafeArray& array)
 
 /// Runs a reader; whether it took its array.
 template <class F>
-bool Takes(F&& read)
-{
-    try
-    {
+bool Takes(F&& read) {
+    try {
         read();
         return true;
-    }
-    catch (const XLXException& error)
-    {
+    } catch (const XLXException& error) {
         Require(error.Code() == E_INVALIDARG || error.Code() == E_POINTER, "only bad arguments are refused");
         Require(!error.Message().empty(), "a refusal says why");
         Require(error.Location().scope == std::string_view("XLXCFCDataTransfer"), "a refusal says where");
@@ -52,25 +42,20 @@ bool Takes(F&& read)
     }
 }
 
-void ReadLists(XILXTypeComp components)
-{
-    for (XLXSafeArray* const list : {&components.pages, &components.groups, &components.editors})
-    {
-        if (*list)
-        {
+void ReadLists(XILXTypeComp components) {
+    for (XLXSafeArray* const list : {&components.pages, &components.groups, &components.editors}) {
+        if (*list) {
             Takes([list] { (void)GetSingleTypedVecFromArray(std::move(*list)); });
         }
     }
-    if (components.attributes)
-    {
+    if (components.attributes) {
         Takes([&] { (void)ReadAttributeList(std::move(components.attributes)); });
     }
 }
 
 /// Runs the body over the decoded array and its element types. What was decoded must all be gone afterwards.
 template <class F>
-bool WithArray(XBytes bytes, F&& body)
-{
+bool WithArray(XBytes bytes, F&& body) {
     const bool taken = Takes([&] {
         XLXSafeArray array = DecodeArray(bytes);
         const std::vector<VARTYPE> types = TypesOf(array);
@@ -81,40 +66,35 @@ bool WithArray(XBytes bytes, F&& body)
 }
 
 /// An array that was taken is written again element by element, but for what followed its content.
-void RequirePrefix(const XLXSafeArray& written, const std::vector<VARTYPE>& read)
-{
+void RequirePrefix(const XLXSafeArray& written, const std::vector<VARTYPE>& read) {
     const std::vector<VARTYPE> types = TypesOf(written);
     Require(types.size() <= read.size() && std::equal(types.begin(), types.end(), read.begin()),
             "what was read is written as it stood");
 }
 } // namespace
 
-bool FuzzTypeArray(XBytes bytes)
-{
+bool FuzzTypeArray(XBytes bytes) {
     return WithArray(bytes, [](XLXSafeArray array, const std::vector<VARTYPE>& read) {
         XLXSafeArray written = GetArrayFromMap(GetMapFromArray(std::move(array)));
         const std::vector<VARTYPE> types = TypesOf(written);
         Require(types.size() <= read.size(), "nothing is read twice"); // entries of one key become one
         XILXTypeMap again;
         Require(Takes([&] { again = GetMapFromArray(std::move(written)); }), "what is written can be read");
-        for (auto& [index, record] : again.records)
-        {
+        for (auto& [index, record] : again.records) {
             ReadLists(std::move(record.components));
         }
         again.records.clear();
     });
 }
 
-bool FuzzAttributeList(XBytes bytes)
-{
+bool FuzzAttributeList(XBytes bytes) {
     return WithArray(bytes, [](XLXSafeArray array, const std::vector<VARTYPE>& read) {
         const XLXSafeArray written = GetArrayFromAttributeList(ReadAttributeList(std::move(array)));
         Require(TypesOf(written) == read, "an attribute list is written as it was read");
     });
 }
 
-bool FuzzTypeComponents(XBytes bytes)
-{
+bool FuzzTypeComponents(XBytes bytes) {
     return WithArray(bytes, [](XLXSafeArray array, const std::vector<VARTYPE>& read) {
         XLXSafeArray written = GetArrayFromWrapper(GetWrapperFromArray(std::move(array)));
         RequirePrefix(written, read);
@@ -122,8 +102,7 @@ bool FuzzTypeComponents(XBytes bytes)
     });
 }
 
-bool FuzzRecordList(XBytes bytes)
-{
+bool FuzzRecordList(XBytes bytes) {
     const bool list = WithArray(bytes, [](XLXSafeArray array, const std::vector<VARTYPE>& read) {
         RequirePrefix(GetArrayFromSingleTypedVec(GetSingleTypedVecFromArray(std::move(array))), read);
     });

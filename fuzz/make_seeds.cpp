@@ -13,23 +13,17 @@
 using namespace XLXCFCDataTransfer;
 using Bytes = std::vector<std::uint8_t>;
 
-namespace
-{
+namespace {
 std::filesystem::path g_folder;
 
-void WriteSeed(const std::string& name, const Bytes& bytes)
-{
+void WriteSeed(const std::string& name, const Bytes& bytes) {
     std::ofstream file(g_folder / (name + ".bin"), std::ios::binary);
     file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (!file.flush())
-    {
-        throw std::runtime_error("cannot write " + name);
-    }
+    if (!file.flush()) { throw std::runtime_error("cannot write " + name); }
 }
 
 /// A living object: one that the decoder made.
-XLXComPtr<IUnknown> Object()
-{
+XLXComPtr<IUnknown> Object() {
     constexpr std::uint8_t oneObject[] = {0, 6};
     auto values = std::vector<XLXComPtr<IUnknown>>(1);
     XArrayReader reader(DecodeArray(oneObject), 1, "Object");
@@ -37,43 +31,35 @@ XLXComPtr<IUnknown> Object()
     return values[0];
 }
 
-XLXVariantVector Values(int count)
-{
+XLXVariantVector Values(int count) {
     XLXVariantVector values(static_cast<std::size_t>(count));
-    for (std::size_t i = 0; i < values.size(); i += 3)
-    {
+    for (std::size_t i = 0; i < values.size(); i += 3) {
         values[i] = i % 2 == 0 ? XLXComVariant::FromBstr(OLESTR("ab")) : XLXComVariant::FromI4(static_cast<LONG>(i));
     }
     return values;
 }
 
-XLXSafeArray RecordList(int records)
-{
+XLXSafeArray RecordList(int records) {
     std::vector<XILXConfigData> list;
-    for (int i = 0; i < records; ++i)
-    {
+    for (int i = 0; i < records; ++i) {
         list.push_back({Object(), Values(i + 1)});
     }
     return GetArrayFromSingleTypedVec(std::move(list));
 }
 
-XLXSafeArray AttributeList(int attributes, int types)
-{
+XLXSafeArray AttributeList(int attributes, int types) {
     std::vector<XILXAttributeData> list(static_cast<std::size_t>(attributes));
-    for (XILXAttributeData& attribute : list)
-    {
+    for (XILXAttributeData& attribute : list) {
         attribute.object = Object();
         attribute.values = Values(60);
-        for (int i = 0; i < types; ++i)
-        {
+        for (int i = 0; i < types; ++i) {
             attribute.types.push_back({Object(), Values(7)});
         }
     }
     return GetArrayFromAttributeList(std::move(list));
 }
 
-XILXTypeComp Components(int records)
-{
+XILXTypeComp Components(int records) {
     XILXTypeComp components;
     components.pages = RecordList(records);
     components.editors = RecordList(records + 1);
@@ -81,11 +67,9 @@ XILXTypeComp Components(int records)
     return components;
 }
 
-XLXSafeArray TypeArray(int count)
-{
+XLXSafeArray TypeArray(int count) {
     XILXTypeMap types;
-    for (int i = 0; i < count; ++i)
-    {
+    for (int i = 0; i < count; ++i) {
         const XLXText name = OLESTR("T") + XLXText(1, static_cast<OLECHAR>('0' + i));
         XILXTypeData& record = types.records[IndexOf(types, name)];
         record.config = {Object(), Values(4)};
@@ -97,19 +81,16 @@ XLXSafeArray TypeArray(int count)
     return GetArrayFromMap(std::move(types));
 }
 
-XLXSafeArray Relations(int count)
-{
+XLXSafeArray Relations(int count) {
     std::vector<XILXPCData> relations;
-    for (int i = 0; i < count; ++i)
-    {
+    for (int i = 0; i < count; ++i) {
         relations.push_back({{Object(), Values(i)}});
     }
     return GetArrayFromVec(std::move(relations));
 }
 
 /// A seed that is taken, and copies of it with other containers.
-void Take(const std::string& name, const XLXSafeArray& array)
-{
+void Take(const std::string& name, const XLXSafeArray& array) {
     Bytes bytes = EncodeArray(array);
     WriteSeed("ok_" + name, bytes);
     bytes[0] = static_cast<std::uint8_t>(EContainer::LowerBoundNegative);
@@ -119,30 +100,26 @@ void Take(const std::string& name, const XLXSafeArray& array)
 }
 
 /// A seed without its last element, and one with a byte replaced.
-void Spoil(const std::string& name, XLXSafeArray array, std::size_t at, std::uint8_t byte)
-{
+void Spoil(const std::string& name, XLXSafeArray array, std::size_t at, std::uint8_t byte) {
     Bytes bytes = EncodeArray(array);
     bytes.at(at) = byte;
     WriteSeed("bad_" + name + "_spoiled", bytes);
     XArrayReader elements(std::move(array), 1, "Spoil");
     XArrayWriter cut;
-    for (XLXComVariant& value : elements.Next(elements.Remaining() - 1, "Spoil"))
-    {
+    for (XLXComVariant& value : elements.Next(elements.Remaining() - 1, "Spoil")) {
         cut.Add(std::move(value));
     }
     WriteSeed("bad_" + name + "_cut", EncodeArray(cut.Finish()));
 }
 
 /// Seeds for the whole cache are bytes as they come.
-void WriteCacheSeeds(const std::filesystem::path& root)
-{
+void WriteCacheSeeds(const std::filesystem::path& root) {
     const auto enter = [&](const char* target) {
         g_folder = root / target;
         std::filesystem::create_directories(g_folder);
     };
     enter("fuzz_data_id");
-    for (std::uint8_t receiver = 0; receiver < 8; ++receiver)
-    {
+    for (std::uint8_t receiver = 0; receiver < 8; ++receiver) {
         const std::string name = std::to_string(receiver);
         WriteSeed("ok_objects_" + name, {receiver, 0, 0, 0, 4, 12, 4, 6, 4, 9});
         WriteSeed("ok_properties_" + name, {receiver, 1, 1, 1, 4, 12, 4, 8, 4, 10});
@@ -152,15 +129,11 @@ void WriteCacheSeeds(const std::filesystem::path& root)
     WriteSeed("bad_forwarded", {0, 0, 3, 19, 0, 5, 11});
     WriteSeed("bad_surrogate", {1, 0, 4, 0xFF, 0xD8, 0x01, 4, 4, 4});
     enter("fuzz_property_names");
-    for (std::uint8_t kind = 0; kind < 9; ++kind)
-    {
+    for (std::uint8_t kind = 0; kind < 9; ++kind) {
         constexpr std::uint8_t ofKind[] = {1, 0, 3, 9, 4, 5, 7, 8, 6};
         const std::string name = std::to_string(kind);
         const std::uint8_t element = static_cast<std::uint8_t>(kind + 2);
-        if (ofKind[kind] != 0)
-        {
-            WriteSeed("ok_kind_" + name, {element, ofKind[kind]});
-        }
+        if (ofKind[kind] != 0) { WriteSeed("ok_kind_" + name, {element, ofKind[kind]}); }
         WriteSeed("bad_kind_" + name, {element, ofKind[kind], 4});
     }
     enter("fuzz_operations");
@@ -176,8 +149,7 @@ void WriteCacheSeeds(const std::filesystem::path& root)
     WriteSeed("bad_nothing", {});
 }
 
-void WriteAll(const std::filesystem::path& root)
-{
+void WriteAll(const std::filesystem::path& root) {
     WriteCacheSeeds(root);
     const auto enter = [&](const char* target) {
         g_folder = root / target;
@@ -213,25 +185,16 @@ void WriteAll(const std::filesystem::path& root)
 }
 } // namespace
 
-int main(int argc, char** argv)
-{
-    if (argc != 2)
-    {
+int main(int argc, char** argv) {
+    if (argc != 2) {
         std::fprintf(stderr, "usage: fuzz_make_seeds FOLDER\n");
         return 2;
     }
-    try
-    {
+    try {
         WriteAll(argv[1]);
         return 0;
-    }
-    catch (const XLXException& error)
-    {
+    } catch (const XLXException& error) {
         std::fprintf(stderr, "%s: error 0x%08X\n", error.Location().method, static_cast<unsigned>(error.Code()));
-    }
-    catch (const std::exception& error)
-    {
-        std::fprintf(stderr, "%s\n", error.what());
-    }
+    } catch (const std::exception& error) { std::fprintf(stderr, "%s\n", error.what()); }
     return 1;
 }

@@ -7,30 +7,25 @@
 
 #include <stdexcept>
 
-namespace
-{
+namespace {
 constexpr int MostOperations = 24;
 constexpr const char* BaseTypes[] = {"", "Item", "Equipment", "Document"};
 constexpr int AttributeMembers[] = {
     XProperty::Label, XProperty::ShowInBrowser, XProperty::AttributeGroup, XProperty::Origin, 5, 59};
 
 /// An object that a client goes on holding, with the question that found it.
-struct Held
-{
+struct Held {
     XLXComPtr<ILXType> type;
     const char* name = "";
 };
 
-class Run
-{
+class Run {
 public:
     explicit Run(XBytes bytes) : m_decisions(bytes) {}
 
-    bool All()
-    {
+    bool All() {
         m_cache.Start(m_decisions.Of(16));
-        for (int i = 0; i < MostOperations && !m_decisions.Empty(); ++i)
-        {
+        for (int i = 0; i < MostOperations && !m_decisions.Empty(); ++i) {
             One();
         }
         // Whatever happened: both agree about everything that was changed.
@@ -40,220 +35,113 @@ public:
     }
 
 private:
-    void One()
-    {
-        switch (m_decisions.Of(10))
-        {
-        case 0:
-            Edit(XNotify::Here);
-            break;
-        case 1:
-            Edit(XNotify::Here);
-            break;
-        case 2:
-            EditInsideTheNextQuestion();
-            break;
-        case 3:
-            Notify();
-            break;
-        case 4:
-            NotifyHeld();
-            break;
-        case 5:
-            Hold();
-            break;
-        case 6:
-            StartAgain();
-            break;
-        default:
-            Compare(Question::From(m_decisions));
-            break;
+    void One() {
+        switch (m_decisions.Of(10)) {
+        case 0: Edit(XNotify::Here); break;
+        case 1: Edit(XNotify::Here); break;
+        case 2: EditInsideTheNextQuestion(); break;
+        case 3: Notify(); break;
+        case 4: NotifyHeld(); break;
+        case 5: Hold(); break;
+        case 6: StartAgain(); break;
+        default: Compare(Question::From(m_decisions)); break;
         }
     }
 
-    void Compare(const Question& question)
-    {
+    void Compare(const Question& question) {
         m_cache.Compare(question);
         ++m_compared;
     }
 
     /// What the server refuses (a taken or an unknown name) changes nothing.
-    void Edit(XNotify notify)
-    {
-        try
-        {
-            switch (m_decisions.Of(3))
-            {
-            case 0:
-                EditComponents(notify);
-                break;
-            case 1:
-                EditTypes(notify);
-                break;
-            default:
-                EditOthers(notify);
-                break;
+    void Edit(XNotify notify) {
+        try {
+            switch (m_decisions.Of(3)) {
+            case 0: EditComponents(notify); break;
+            case 1: EditTypes(notify); break;
+            default: EditOthers(notify); break;
             }
-        }
-        catch (const std::logic_error&)
-        {}
+        } catch (const std::logic_error&) {}
     }
 
-    void EditComponents(XNotify notify)
-    {
+    void EditComponents(XNotify notify) {
         XServerEdits edit = m_cache.Server().Edit();
         const char* const type = m_decisions.OneOf(FuzzTypes);
         const char* const name = m_decisions.OneOf(FuzzAttributes);
         const int number = m_decisions.Of(6);
         const std::string value = "v" + std::to_string(++m_lastValue);
-        switch (m_decisions.Of(14))
-        {
-        case 0:
-            edit.AddAttribute(type, name, number, notify);
-            break;
-        case 1:
-            edit.RemoveAttribute(type, name, notify);
-            break;
-        case 2:
-            edit.SetAttributeProperty(type, name, XProperty::Label, value, notify);
-            break;
-        case 3:
-            edit.SetAttributeProperty(type, name, m_decisions.OneOf(AttributeMembers), number, notify);
-            break;
-        case 4:
-            edit.AddAttributeType(type, name, "Feet", notify);
-            break;
-        case 5:
-            edit.AddGroup(type, number, 1, number / 2, notify);
-            break;
-        case 6:
-            edit.RemoveGroup(type, number, notify);
-            break;
-        case 7:
-            edit.SetGroupProperty(type, number, XProperty::GroupLabel, value, notify);
-            break;
-        case 8:
-            edit.AddPage(type, number, notify);
-            break;
-        case 9:
-            edit.RemovePage(type, number, notify);
-            break;
-        case 10:
-            edit.SetPageProperty(type, number, XProperty::PageLabel, value, notify);
-            break;
-        case 11:
-            edit.AddEditor(type, "E.Added", number % 2 == 0 ? "Tree" : "List", true, true, notify);
-            break;
-        case 12:
-            edit.RemoveEditor(type, "E.Added", notify);
-            break;
-        default:
-            edit.SetEditorProperty(type, "E.Added", XProperty::MenuText, value, notify);
-            break;
+        switch (m_decisions.Of(14)) {
+        case 0: edit.AddAttribute(type, name, number, notify); break;
+        case 1: edit.RemoveAttribute(type, name, notify); break;
+        case 2: edit.SetAttributeProperty(type, name, XProperty::Label, value, notify); break;
+        case 3: edit.SetAttributeProperty(type, name, m_decisions.OneOf(AttributeMembers), number, notify); break;
+        case 4: edit.AddAttributeType(type, name, "Feet", notify); break;
+        case 5: edit.AddGroup(type, number, 1, number / 2, notify); break;
+        case 6: edit.RemoveGroup(type, number, notify); break;
+        case 7: edit.SetGroupProperty(type, number, XProperty::GroupLabel, value, notify); break;
+        case 8: edit.AddPage(type, number, notify); break;
+        case 9: edit.RemovePage(type, number, notify); break;
+        case 10: edit.SetPageProperty(type, number, XProperty::PageLabel, value, notify); break;
+        case 11: edit.AddEditor(type, "E.Added", number % 2 == 0 ? "Tree" : "List", true, true, notify); break;
+        case 12: edit.RemoveEditor(type, "E.Added", notify); break;
+        default: edit.SetEditorProperty(type, "E.Added", XProperty::MenuText, value, notify); break;
         }
     }
 
     // Types are added and changed, not removed: the cache keeps those that the server forgets.
-    void EditTypes(XNotify notify)
-    {
+    void EditTypes(XNotify notify) {
         XServerEdits edit = m_cache.Server().Edit();
         const char* const type = m_decisions.OneOf(FuzzTypes);
         const std::string value = "v" + std::to_string(++m_lastValue);
-        switch (m_decisions.Of(6))
-        {
-        case 0:
-            edit.AddType(type, m_decisions.OneOf(BaseTypes), notify);
-            break;
-        case 1:
-            edit.SetTypeProperty(type, XProperty::TypeLabel, value, notify);
-            break;
-        case 2:
-            edit.SetTypeProperty(type, XProperty::Searchable, m_decisions.Of(2) == 1, notify);
-            break;
-        case 3:
-            edit.SetTypeListed(type, m_decisions.Of(2) == 1, notify);
-            break;
-        case 4:
-            SetBase(edit, notify);
-            break;
-        default:
-            edit.AddAttribute(type, "Added1", 1, notify);
-            break;
+        switch (m_decisions.Of(6)) {
+        case 0: edit.AddType(type, m_decisions.OneOf(BaseTypes), notify); break;
+        case 1: edit.SetTypeProperty(type, XProperty::TypeLabel, value, notify); break;
+        case 2: edit.SetTypeProperty(type, XProperty::Searchable, m_decisions.Of(2) == 1, notify); break;
+        case 3: edit.SetTypeListed(type, m_decisions.Of(2) == 1, notify); break;
+        case 4: SetBase(edit, notify); break;
+        default: edit.AddAttribute(type, "Added1", 1, notify); break;
         }
     }
 
     /// Another base for a type that none of the bases derives from.
-    void SetBase(XServerEdits& edit, XNotify notify)
-    {
+    void SetBase(XServerEdits& edit, XNotify notify) {
         constexpr const char* leaves[] = {"Pump", "Valve", "Sheet", "Folder", "Hidden"};
         edit.SetTypeProperty(m_decisions.OneOf(leaves), XProperty::BaseTypeName, m_decisions.OneOf(BaseTypes), notify);
     }
 
     // Browser ids are changed, not added: the cache asks once which there are.
-    void EditOthers(XNotify notify)
-    {
+    void EditOthers(XNotify notify) {
         XServerEdits edit = m_cache.Server().Edit();
         const char* const type = m_decisions.OneOf(FuzzTypes);
         const char* const child = m_decisions.OneOf(FuzzTypes);
         const int number = m_decisions.Of(4);
         const std::string value = "v" + std::to_string(++m_lastValue);
-        switch (m_decisions.Of(14))
-        {
-        case 0:
-            edit.AddRelation(type, child, "nodes", number, false, notify);
-            break;
-        case 1:
-            edit.RemoveRelation(type, child, "nodes", notify);
-            break;
-        case 2:
-            edit.SetRelationProperty(type, child, "nodes", XProperty::NameShort, value, notify);
-            break;
-        case 3:
-            edit.AddPCInfo(type, child, "nodes", "Tree", true, notify);
-            break;
-        case 4:
-            edit.SetPCInfoProperty(type, child, "nodes", "Tree", XProperty::PCInfoLabel, value, notify);
-            break;
-        case 5:
-            edit.SetBrowserIdProperty("List", 1, value, notify);
-            break;
-        case 6:
-            edit.SetBrowserIdProperty("Tree", 1, value, notify);
-            break;
-        case 7:
-            edit.AddGlobalSpec("Width", notify);
-            break;
-        case 8:
-            edit.SetGlobalSpecProperty("Length", 2, value, notify);
-            break;
-        case 9:
-            edit.AddGlobalSpecFormat("Length", number, notify);
-            break;
-        case 10:
-            edit.SetGlobalSpecFormatProperty("Length", 1, 1, value, notify);
-            break;
-        case 11:
-            edit.AddAttributeFormat("Pump", "Head", number, notify);
-            break;
-        case 12:
-            edit.RemoveAttributeFormat("Pump", "Head", number, notify);
-            break;
-        default:
-            edit.SetAttributeFormatProperty("Pump", "Head", 1, 1, value, notify);
-            break;
+        switch (m_decisions.Of(14)) {
+        case 0: edit.AddRelation(type, child, "nodes", number, false, notify); break;
+        case 1: edit.RemoveRelation(type, child, "nodes", notify); break;
+        case 2: edit.SetRelationProperty(type, child, "nodes", XProperty::NameShort, value, notify); break;
+        case 3: edit.AddPCInfo(type, child, "nodes", "Tree", true, notify); break;
+        case 4: edit.SetPCInfoProperty(type, child, "nodes", "Tree", XProperty::PCInfoLabel, value, notify); break;
+        case 5: edit.SetBrowserIdProperty("List", 1, value, notify); break;
+        case 6: edit.SetBrowserIdProperty("Tree", 1, value, notify); break;
+        case 7: edit.AddGlobalSpec("Width", notify); break;
+        case 8: edit.SetGlobalSpecProperty("Length", 2, value, notify); break;
+        case 9: edit.AddGlobalSpecFormat("Length", number, notify); break;
+        case 10: edit.SetGlobalSpecFormatProperty("Length", 1, 1, value, notify); break;
+        case 11: edit.AddAttributeFormat("Pump", "Head", number, notify); break;
+        case 12: edit.RemoveAttributeFormat("Pump", "Head", number, notify); break;
+        default: edit.SetAttributeFormatProperty("Pump", "Head", 1, 1, value, notify); break;
         }
     }
 
     /// The server changes while it answers. What it had answered by then is given, so nothing is compared; the
     /// questions after this one see the change.
-    void EditInsideTheNextQuestion()
-    {
+    void EditInsideTheNextQuestion() {
         const Question question = Question::From(m_decisions);
         bool pending = true;
         int calls = m_decisions.Of(4);
         m_cache.Server().Calls().SetHook([&](const XServerCall& call) {
-            if (call.point == XCallPoint::Answer && pending && calls-- == 0)
-            {
+            if (call.point == XCallPoint::Answer && pending && calls-- == 0) {
                 pending = false;
                 Edit(XNotify::Here);
             }
@@ -263,8 +151,7 @@ private:
         Compare(question);
     }
 
-    std::string DataId()
-    {
+    std::string DataId() {
         constexpr const char* kinds[] = {"objects", "properties", "pc", "searchable", "other"};
         constexpr int modes[] = {-1, 0, 1, 2, 4, 8, 0x10, 0x20, 0x40, 0x80, 0x100, 0x200, 0x400, 0x800, 0x1000};
         return std::string(m_decisions.OneOf(kinds)) + "/" + m_decisions.OneOf(FuzzTypes) + "/" +
@@ -274,10 +161,8 @@ private:
     void Notify() { m_cache.Server().SendNotification(DataId()); }
 
     /// A notification that goes straight to a held type.
-    void NotifyHeld()
-    {
-        if (m_held.type)
-        {
+    void NotifyHeld() {
+        if (m_held.type) {
             const XLXComBSTR id(LXFromUtf8(DataId()));
             const XLXComBSTR kind(OLESTR("cfc_specific"));
             const HRESULT result =
@@ -287,16 +172,14 @@ private:
         }
     }
 
-    void Hold()
-    {
+    void Hold() {
         m_held.name = m_decisions.OneOf(FuzzTypes);
         m_cache.Cache()->GetType(XLXComBSTR(LXFromUtf8(m_held.name)).Get(), nullptr, m_held.type.Put());
         CompareHeld();
     }
 
     /// A type that a client holds is the one that the cache has, and stays right.
-    void CompareHeld()
-    {
+    void CompareHeld() {
         XLXComPtr<ILXType> again;
         const XLXComBSTR name(LXFromUtf8(m_held.name));
         m_cache.Cache()->GetType(name.Get(), nullptr, again.Put());
@@ -304,8 +187,7 @@ private:
         Compare({Question::TypeProperty, m_held.name, "", 0, XProperty::TypeLabel});
     }
 
-    void StartAgain()
-    {
+    void StartAgain() {
         m_cache.Terminate();
         if (m_held.type) // answers, with whatever it is left with
         {
@@ -324,8 +206,7 @@ private:
 };
 } // namespace
 
-bool FuzzOperations(XBytes bytes)
-{
+bool FuzzOperations(XBytes bytes) {
     const long before = XSampleServer::LiveObjectsOfAllServers() + XModuleCount::LiveObjects();
     const bool compared = Run(bytes).All();
     LXRequire(XSampleServer::LiveObjectsOfAllServers() + XModuleCount::LiveObjects() == before,

@@ -11,31 +11,23 @@
 #include <fstream>
 #include <iterator>
 
-namespace
-{
+namespace {
 const LXLiveCounter g_objects("objects of decoded arrays", [] { return LXLiveFuzzObjects(); });
 
-struct Target
-{
+struct Target {
     const char* name;
     bool (*run)(XBytes);
 };
 
-std::ostream& operator<<(std::ostream& out, const Target& target)
-{
-    return out << target.name;
-}
+std::ostream& operator<<(std::ostream& out, const Target& target) { return out << target.name; }
 
-class Corpus : public testing::TestWithParam<Target>
-{};
+class Corpus : public testing::TestWithParam<Target> {};
 
-TEST_P(Corpus, IsReadAsItsNamesSay)
-{
+TEST_P(Corpus, IsReadAsItsNamesSay) {
     int taken = 0;
     int refused = 0;
     for (const auto& file :
-         std::filesystem::directory_iterator(std::filesystem::path(LX_FUZZ_CORPUS) / GetParam().name))
-    {
+         std::filesystem::directory_iterator(std::filesystem::path(LX_FUZZ_CORPUS) / GetParam().name)) {
         std::ifstream stream(file.path(), std::ios::binary);
         const std::vector<char> content{std::istreambuf_iterator<char>(stream), {}};
         const std::vector<std::uint8_t> bytes(content.begin(), content.end());

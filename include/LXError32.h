@@ -21,16 +21,14 @@
 
 /* Where an error was noticed. All texts are static; scope may be null. The function text that error
  * information shows is "scope::method", or just the method when there is no scope. */
-typedef struct LXErrorLocation
-{
+typedef struct LXErrorLocation {
     const char* source; /* source name without extension */
     const char* scope;
     const char* method;
     int line;
 } LXErrorLocation;
 
-typedef enum LXLogCategory
-{
+typedef enum LXLogCategory {
     LX_LOG_ERROR = 0,     /* what went wrong without stopping the operation */
     LX_LOG_UPDATE = 1,    /* "CFC_Update": each change notification */
     LX_LOG_SERVER = 2,    /* "CFC_Server": each call to the server, with its method */
@@ -38,8 +36,7 @@ typedef enum LXLogCategory
 } LXLogCategory;
 
 /* One entry of the logbook. */
-typedef struct LXLogEntry
-{
+typedef struct LXLogEntry {
     ULONGLONG ullTime; /* milliseconds since 1970-01-01 00:00 UTC */
     LXLogCategory eCategory;
     const char* pszCategory; /* the category's name, such as "CFC_Update" */

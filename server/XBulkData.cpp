@@ -3,19 +3,16 @@
 
 #include "XServerType.h"
 
-namespace
-{
+namespace {
 /// What a client can ask the server's type for by its key: then a record may come without the object.
 template <class T>
 constexpr bool IsFoundByKey =
     std::is_same_v<T, XModelAttribute> || std::is_same_v<T, XModelPage> || std::is_same_v<T, XModelGroup>;
 
 template <class Object, class T, class... Owner>
-XBulkRecord RecordOf(const XServerCorePtr& core, const XModelRef<T>& element, const Owner&... owner)
-{
+XBulkRecord RecordOf(const XServerCorePtr& core, const XModelRef<T>& element, const Owner&... owner) {
     XBulkRecord record;
-    if (!IsFoundByKey<T> || core->deliversComponentObjects.load())
-    {
+    if (!IsFoundByKey<T> || core->deliversComponentObjects.load()) {
         record.object = static_cast<ILXConfigObject*>(LXMake<Object>(core, element.Share(), owner...).Get());
     }
     record.values = element->properties.ToVariants();
@@ -23,15 +20,12 @@ XBulkRecord RecordOf(const XServerCorePtr& core, const XModelRef<T>& element, co
 }
 
 template <class Object, class T, class... Owner>
-std::vector<XBulkRecord> RecordsOf(const XServerCorePtr& core, const XModelList<T>& list, const Owner&... owner)
-{
+std::vector<XBulkRecord> RecordsOf(const XServerCorePtr& core, const XModelList<T>& list, const Owner&... owner) {
     std::vector<XBulkRecord> records;
     records.reserve(list.size());
-    for (const XModelRef<T>& element : list)
-    {
+    for (const XModelRef<T>& element : list) {
         records.push_back(RecordOf<Object>(core, element, owner...));
-        if constexpr (std::is_same_v<T, XModelAttribute>)
-        {
+        if constexpr (std::is_same_v<T, XModelAttribute>) {
             records.back().types = RecordsOf<XServerAttributeType>(core, element->types);
         }
     }
@@ -39,61 +33,39 @@ std::vector<XBulkRecord> RecordsOf(const XServerCorePtr& core, const XModelList<
 }
 
 /// The names to deliver: those that exist, and their bases when asked for; a base stands before what derives from it.
-std::vector<XLXText> Wanted(const XServerModel& model, const std::vector<XLXText>& names, bool withBases)
-{
+std::vector<XLXText> Wanted(const XServerModel& model, const std::vector<XLXText>& names, bool withBases) {
     std::vector<XLXText> wanted;
     std::map<XLXText, bool> taken;
-    for (const XLXText& name : names)
-    {
+    for (const XLXText& name : names) {
         auto chain = model.BaseChain(name);
         chain.resize(withBases ? chain.size() : std::min<size_t>(chain.size(), 1));
-        for (auto type = chain.rbegin(); type != chain.rend(); ++type)
-        {
-            if (taken.try_emplace((*type)->Name(), true).second)
-            {
-                wanted.push_back((*type)->Name());
-            }
+        for (auto type = chain.rbegin(); type != chain.rend(); ++type) {
+            if (taken.try_emplace((*type)->Name(), true).second) { wanted.push_back((*type)->Name()); }
         }
     }
     return wanted;
 }
 } // namespace
 
-XBulkComponents LXComponentsOf(const XServerCorePtr& core, const std::shared_ptr<XModelType>& type, LONG mode)
-{
+XBulkComponents LXComponentsOf(const XServerCorePtr& core, const std::shared_ptr<XModelType>& type, LONG mode) {
     XBulkComponents components;
-    if (mode <= 0)
-    {
-        return components;
-    }
-    if ((mode & XTransferMode::Pages) != 0)
-    {
-        components.pages = RecordsOf<XServerPage>(core, type->pages);
-    }
-    if ((mode & XTransferMode::Groups) != 0)
-    {
-        components.groups = RecordsOf<XServerGroup>(core, type->groups, type);
-    }
-    if ((mode & XTransferMode::Editors) != 0)
-    {
-        components.editors = RecordsOf<XServerEditor>(core, type->editors);
-    }
-    if ((mode & XTransferMode::Attributes) != 0)
-    {
+    if (mode <= 0) { return components; }
+    if ((mode & XTransferMode::Pages) != 0) { components.pages = RecordsOf<XServerPage>(core, type->pages); }
+    if ((mode & XTransferMode::Groups) != 0) { components.groups = RecordsOf<XServerGroup>(core, type->groups, type); }
+    if ((mode & XTransferMode::Editors) != 0) { components.editors = RecordsOf<XServerEditor>(core, type->editors); }
+    if ((mode & XTransferMode::Attributes) != 0) {
         components.attributes = RecordsOf<XServerAttribute>(core, type->attributes);
     }
     return components;
 }
 
 XBulkTypes LXTypesOf(const XServerCorePtr& core, const XServerModel& model, const std::vector<XLXText>& names,
-                     bool withBases, LONG mode)
-{
+                     bool withBases, LONG mode) {
     XBulkTypes types;
     const auto indexOf = [&types](const XLXText& name) {
         return types.names.try_emplace(name, static_cast<ULONG>(types.names.size())).first->second;
     };
-    for (const XLXText& name : Wanted(model, names, withBases))
-    {
+    for (const XLXText& name : Wanted(model, names, withBases)) {
         const XModelRef<XModelType>& type = *model.FindType(name);
         XBulkType& record = types.records.emplace_back();
         record.index = indexOf(name);
@@ -106,7 +78,6 @@ XBulkTypes LXTypesOf(const XServerCorePtr& core, const XServerModel& model, cons
     return types;
 }
 
-std::vector<XBulkRecord> LXRelationsOf(const XServerCorePtr& core, const XServerModel& model)
-{
+std::vector<XBulkRecord> LXRelationsOf(const XServerCorePtr& core, const XServerModel& model) {
     return RecordsOf<XServerRelation>(core, model.relations);
 }

@@ -8,24 +8,21 @@
 #include "XServerObject.h"
 
 /// The bits of the data transfer mode.
-namespace XTransferMode
-{
+namespace XTransferMode {
 constexpr LONG Attributes = 1;
 constexpr LONG Groups = 2;
 constexpr LONG Pages = 4;
 constexpr LONG Editors = 8;
 } // namespace XTransferMode
 
-struct XBulkRecord
-{
+struct XBulkRecord {
     XLXComPtr<IUnknown> object;
     XLXVariantVector values;
     std::vector<XBulkRecord> types; ///< attribute types, of an attribute
 };
 
 /// The components of one type that a mode asks for. A kind of which there are none is not delivered.
-struct XBulkComponents
-{
+struct XBulkComponents {
     std::vector<XBulkRecord> pages;
     std::vector<XBulkRecord> groups;
     std::vector<XBulkRecord> editors;
@@ -34,8 +31,7 @@ struct XBulkComponents
     bool Empty() const noexcept { return pages.empty() && groups.empty() && editors.empty() && attributes.empty(); }
 };
 
-struct XBulkType
-{
+struct XBulkType {
     ULONG index = 0;
     XBulkRecord head;
     XBulkComponents components;
@@ -44,8 +40,7 @@ struct XBulkType
     bool searchable = false;
 };
 
-struct XBulkTypes
-{
+struct XBulkTypes {
     std::map<XLXText, ULONG> names; ///< of all records, and of bases that are not carried
     std::vector<XBulkType> records;
 };

@@ -6,11 +6,9 @@
 #include <stdexcept>
 #include <thread>
 
-struct XCallGate::State
-{
+struct XCallGate::State {
     State(std::string_view callName, XCallPoint callPoint, int callCount)
-        : name(callName), point(callPoint), calls(callCount)
-    {}
+        : name(callName), point(callPoint), calls(callCount) {}
 
     const std::string name;
     const XCallPoint point;
@@ -22,97 +20,68 @@ struct XCallGate::State
     bool open = false;
 };
 
-namespace
-{
+namespace {
 /// Whether this thread is inside a hook: then the hook is not called again.
 thread_local bool insideHook = false;
 
 thread_local int insideServer = 0; // how deep
 
-struct XHookScope
-{
+struct XHookScope {
     XHookScope() { insideHook = true; }
     ~XHookScope() { insideHook = false; }
 };
 } // namespace
 
-XInsideServer::XInsideServer() noexcept
-{
-    ++insideServer;
-}
-XInsideServer::~XInsideServer()
-{
-    --insideServer;
-}
-bool XInsideServer::Here() noexcept
-{
-    return insideServer > 0;
-}
+XInsideServer::XInsideServer() noexcept { ++insideServer; }
+XInsideServer::~XInsideServer() { --insideServer; }
+bool XInsideServer::Here() noexcept { return insideServer > 0; }
 
-unsigned long long XCallCounts::Of(std::string_view name) const
-{
+unsigned long long XCallCounts::Of(std::string_view name) const {
     const auto found = byName.find(name);
     return found != byName.end() ? found->second : 0;
 }
 
-unsigned long long XCallCounts::Total() const
-{
+unsigned long long XCallCounts::Total() const {
     unsigned long long total = 0;
-    for (const auto& [name, count] : byName)
-    {
+    for (const auto& [name, count] : byName) {
         total += count;
     }
     return total;
 }
 
-XCallCounts XCallCounts::Since(const XCallCounts& earlier) const
-{
+XCallCounts XCallCounts::Since(const XCallCounts& earlier) const {
     XCallCounts difference;
-    for (const auto& [name, count] : byName)
-    {
-        if (const auto before = earlier.Of(name); count > before)
-        {
-            difference.byName[name] = count - before;
-        }
+    for (const auto& [name, count] : byName) {
+        if (const auto before = earlier.Of(name); count > before) { difference.byName[name] = count - before; }
     }
     return difference;
 }
 
-std::string XCallCounts::Text() const
-{
+std::string XCallCounts::Text() const {
     std::string text;
-    for (const auto& [name, count] : byName)
-    {
+    for (const auto& [name, count] : byName) {
         text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + name;
     }
     return text;
 }
 
-XCallGate::~XCallGate()
-{
-    if (m_state != nullptr)
-    {
-        Open();
-    }
+XCallGate::~XCallGate() {
+    if (m_state != nullptr) { Open(); }
 }
 
-void XCallGate::WaitUntilArrived(int calls, std::chrono::milliseconds limit)
-{
+void XCallGate::WaitUntilArrived(int calls, std::chrono::milliseconds limit) {
     std::unique_lock lock(m_state->mutex);
-    if (!m_state->changed.wait_for(lock, limit, [&] { return m_state->arrived >= calls; }))
-    {
+    if (!m_state->changed.wait_for(lock, limit, [&] { return m_state->arrived >= calls; })) {
         throw std::runtime_error("no call came to the gate at " + m_state->name);
     }
 }
 
-int XCallGate::Arrived() const
-{
+int XCallGate::Arrived() const {
     const std::lock_guard lock(m_state->mutex);
     return m_state->arrived;
 }
 
-void XCallGate::Open()
-{
+void XCallGate::Open() {
     const std::lock_guard lock(m_state->mutex);
     m_state->open = true;
     m_state->changed.notify_all();
@@ -121,56 +90,47 @@ void XCallGate::Open()
 XCallMonitor::XCallMonitor() = default;
 XCallMonitor::~XCallMonitor() = default;
 
-XCallCounts XCallMonitor::Counts() const
-{
+XCallCounts XCallMonitor::Counts() const {
     const std::lock_guard lock(m_mutex);
     return m_counts;
 }
 
-unsigned long long XCallMonitor::Of(std::string_view name) const
-{
+unsigned long long XCallMonitor::Of(std::string_view name) const {
     const std::lock_guard lock(m_mutex);
     return m_counts.Of(name);
 }
 
-unsigned long long XCallMonitor::Total() const
-{
+unsigned long long XCallMonitor::Total() const {
     const std::lock_guard lock(m_mutex);
     return m_counts.Total();
 }
 
-void XCallMonitor::Reset()
-{
+void XCallMonitor::Reset() {
     const std::lock_guard lock(m_mutex);
     m_counts.byName.clear();
 }
 
-void XCallMonitor::SetDelay(std::chrono::microseconds delay)
-{
+void XCallMonitor::SetDelay(std::chrono::microseconds delay) {
     const std::lock_guard lock(m_mutex);
     m_delay = delay;
 }
 
-void XCallMonitor::FailCall(std::string_view name, HRESULT result, unsigned long long n)
-{
+void XCallMonitor::FailCall(std::string_view name, HRESULT result, unsigned long long n) {
     const std::lock_guard lock(m_mutex);
     m_failures.push_back({std::string(name), result, std::max(n, 1ull), false});
 }
 
-void XCallMonitor::FailAlways(std::string_view name, HRESULT result)
-{
+void XCallMonitor::FailAlways(std::string_view name, HRESULT result) {
     const std::lock_guard lock(m_mutex);
     m_failures.push_back({std::string(name), result, 0, true});
 }
 
-void XCallMonitor::StopFailing()
-{
+void XCallMonitor::StopFailing() {
     const std::lock_guard lock(m_mutex);
     m_failures.clear();
 }
 
-XCallGate XCallMonitor::PauseAt(std::string_view name, XCallPoint point, int calls)
-{
+XCallGate XCallMonitor::PauseAt(std::string_view name, XCallPoint point, int calls) {
     auto state = std::make_shared<XCallGate::State>(name, point, calls);
     const std::lock_guard lock(m_mutex);
     std::erase_if(m_gates, [](const auto& gate) { return gate.use_count() == 1; }); // nobody uses it any more
@@ -178,34 +138,29 @@ XCallGate XCallMonitor::PauseAt(std::string_view name, XCallPoint point, int cal
     return XCallGate(std::move(state));
 }
 
-void XCallMonitor::SetGateLimit(std::chrono::milliseconds limit)
-{
+void XCallMonitor::SetGateLimit(std::chrono::milliseconds limit) {
     const std::lock_guard lock(m_mutex);
     m_gateLimit = limit;
 }
 
-void XCallMonitor::SetHook(Hook hook)
-{
+void XCallMonitor::SetHook(Hook hook) {
     auto shared = hook ? std::make_shared<const Hook>(std::move(hook)) : nullptr;
     const std::lock_guard lock(m_mutex);
     m_hook.swap(shared);
 }
 
-void XCallMonitor::SetStandingHook(Hook hook)
-{
+void XCallMonitor::SetStandingHook(Hook hook) {
     auto shared = hook ? std::make_shared<const Hook>(std::move(hook)) : nullptr;
     const std::lock_guard lock(m_mutex);
     m_standingHook.swap(shared);
 }
 
-std::vector<std::string> XCallMonitor::Problems() const
-{
+std::vector<std::string> XCallMonitor::Problems() const {
     const std::lock_guard lock(m_mutex);
     return m_problems;
 }
 
-XCallMonitor::Entry XCallMonitor::Enter(std::string_view name)
-{
+XCallMonitor::Entry XCallMonitor::Enter(std::string_view name) {
     Entry entry;
     std::chrono::microseconds delay{0};
     {
@@ -215,37 +170,28 @@ XCallMonitor::Entry XCallMonitor::Enter(std::string_view name)
         delay = m_delay;
         entry.result = TakeFailure(name);
     }
-    if (delay.count() > 0)
-    {
-        std::this_thread::sleep_for(delay);
-    }
+    if (delay.count() > 0) { std::this_thread::sleep_for(delay); }
     PassPoint(name, XCallPoint::Arrival, entry.number);
     return entry;
 }
 
-void XCallMonitor::Leave(std::string_view name, unsigned long long number)
-{
+void XCallMonitor::Leave(std::string_view name, unsigned long long number) {
     PassPoint(name, XCallPoint::Answer, number);
 }
 
 /// The failure that strikes now. The caller holds the mutex.
-std::optional<HRESULT> XCallMonitor::TakeFailure(std::string_view name)
-{
+std::optional<HRESULT> XCallMonitor::TakeFailure(std::string_view name) {
     std::optional<HRESULT> result;
     std::erase_if(m_failures, [&](Failure& failure) {
         const bool matches = failure.name.empty() || failure.name == name;
         const bool strikes = matches && (failure.always || --failure.left == 0);
-        if (strikes)
-        {
-            result = failure.result;
-        }
+        if (strikes) { result = failure.result; }
         return strikes && !failure.always;
     });
     return result;
 }
 
-void XCallMonitor::PassPoint(std::string_view name, XCallPoint point, unsigned long long number)
-{
+void XCallMonitor::PassPoint(std::string_view name, XCallPoint point, unsigned long long number) {
     Wait(name, point);
     std::shared_ptr<const Hook> hooks[2];
     {
@@ -253,18 +199,15 @@ void XCallMonitor::PassPoint(std::string_view name, XCallPoint point, unsigned l
         hooks[0] = m_standingHook;
         hooks[1] = m_hook;
     }
-    for (const auto& hook : hooks)
-    {
-        if (hook != nullptr && !insideHook)
-        {
+    for (const auto& hook : hooks) {
+        if (hook != nullptr && !insideHook) {
             const XHookScope scope;
             (*hook)({name, point, number});
         }
     }
 }
 
-void XCallMonitor::Wait(std::string_view name, XCallPoint point)
-{
+void XCallMonitor::Wait(std::string_view name, XCallPoint point) {
     std::vector<std::shared_ptr<XCallGate::State>> gates;
     std::chrono::milliseconds limit{0};
     {
@@ -272,18 +215,13 @@ void XCallMonitor::Wait(std::string_view name, XCallPoint point)
         gates = m_gates;
         limit = m_gateLimit;
     }
-    for (const auto& gate : gates)
-    {
+    for (const auto& gate : gates) {
         std::unique_lock lock(gate->mutex);
-        if (gate->name != name || gate->point != point || gate->open || gate->calls == 0)
-        {
-            continue;
-        }
+        if (gate->name != name || gate->point != point || gate->open || gate->calls == 0) { continue; }
         --gate->calls;
         ++gate->arrived;
         gate->changed.notify_all();
-        if (!gate->changed.wait_for(lock, limit, [&] { return gate->open; }))
-        {
+        if (!gate->changed.wait_for(lock, limit, [&] { return gate->open; })) {
             std::fprintf(stderr, "GATE: nobody let %s go on\n", gate->name.c_str());
             const std::lock_guard problems(m_mutex);
             m_problems.push_back("nobody let " + gate->name + " go on");

@@ -24,23 +24,17 @@
 
 /// The two moments of a call. At Arrival nothing was read yet; at Answer the answer is complete, made from the model
 /// as it was before, and about to be returned.
-enum class XCallPoint
-{
-    Arrival,
-    Answer
-};
+enum class XCallPoint { Arrival, Answer };
 
 /// What a hook is told.
-struct XServerCall
-{
+struct XServerCall {
     std::string_view name; ///< "Interface::Method"
     XCallPoint point;
     unsigned long long number; ///< 1 for the first call of that method since the last Reset
 };
 
 /// Numbers of calls by name.
-struct XCallCounts
-{
+struct XCallCounts {
     std::map<std::string, unsigned long long, std::less<>> byName;
 
     unsigned long long Of(std::string_view name) const;
@@ -52,8 +46,7 @@ struct XCallCounts
 };
 
 /// A gate: the next calls of one method stop there until it is opened. Destroying it opens it.
-class XCallGate
-{
+class XCallGate {
 public:
     struct State; // shared with the monitor
 
@@ -73,8 +66,7 @@ private:
 };
 
 /// While one lives, its thread runs the server's own code. Faults that are meant for a client leave it alone.
-class XInsideServer
-{
+class XInsideServer {
 public:
     XInsideServer() noexcept;
     ~XInsideServer();
@@ -84,8 +76,7 @@ public:
     static bool Here() noexcept;
 };
 
-class XCallMonitor
-{
+class XCallMonitor {
 public:
     using Hook = std::function<void(const XServerCall&)>;
 
@@ -121,8 +112,7 @@ public:
     /// What went wrong with gates, for the end of a test.
     std::vector<std::string> Problems() const;
 
-    struct Entry
-    {
+    struct Entry {
         unsigned long long number = 0;
         std::optional<HRESULT> result; ///< what the call is to return instead of doing its work
     };
@@ -132,8 +122,7 @@ public:
     void Leave(std::string_view name, unsigned long long number);
 
 private:
-    struct Failure
-    {
+    struct Failure {
         std::string name;
         HRESULT result;
         unsigned long long left; // calls until it strikes

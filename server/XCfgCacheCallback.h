@@ -14,8 +14,7 @@
 #include <atomic>
 #include <mutex>
 
-class XCfgCacheCallback final : public IXCfgCacheCallback, public ILXCallbackUpdate
-{
+class XCfgCacheCallback final : public IXCfgCacheCallback, public ILXCallbackUpdate {
 public:
     XCfgCacheCallback() noexcept { ++s_alive; }
     XCfgCacheCallback(const XCfgCacheCallback&) = delete;
@@ -56,8 +55,7 @@ LONG LXCfgCacheCallbacksInUse() noexcept;
 
 /// Registers the class XCfgCacheCallback in this process for as long as it lives. The process must have initialised
 /// COM. Raises std::runtime_error when the platform refuses.
-class XCfgCacheCallbackRegistration
-{
+class XCfgCacheCallbackRegistration {
 public:
     XCfgCacheCallbackRegistration();
     ~XCfgCacheCallbackRegistration();

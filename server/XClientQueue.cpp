@@ -5,13 +5,11 @@
 #include <iterator>
 #include <thread>
 
-namespace
-{
+namespace {
 constexpr std::chrono::milliseconds SlowAnswer{500};
 }
 
-bool LXIsGone(HRESULT result) noexcept
-{
+bool LXIsGone(HRESULT result) noexcept {
     constexpr ULONG gone[] = {0x800706BA,  // RPC_S_SERVER_UNAVAILABLE
                               0x800706BE,  // RPC_S_CALL_FAILED
                               0x800706BF,  // RPC_S_CALL_FAILED_DNE
@@ -23,24 +21,20 @@ bool LXIsGone(HRESULT result) noexcept
     return std::find(std::begin(gone), std::end(gone), static_cast<ULONG>(result)) != std::end(gone);
 }
 
-std::shared_ptr<XClientQueue> XClientQueue::Create(ILXCallbackUpdate* callback)
-{
+std::shared_ptr<XClientQueue> XClientQueue::Create(ILXCallbackUpdate* callback) {
     return std::shared_ptr<XClientQueue>(new XClientQueue(callback));
 }
 
-XClientQueue::Answer XClientQueue::Post(Call call)
-{
+XClientQueue::Answer XClientQueue::Post(Call call) {
     Job job{std::move(call), {}};
     Answer answer = job.answer.get_future();
     const std::lock_guard lock(m_mutex);
-    if (m_end)
-    {
+    if (m_end) {
         job.answer.set_value(std::nullopt);
         return answer;
     }
     m_jobs.push_back(std::move(job));
-    if (!m_threadRuns)
-    {
+    if (!m_threadRuns) {
         std::thread([self = shared_from_this()] { self->Run(); }).detach();
         m_threadRuns = true;
     }
@@ -48,18 +42,13 @@ XClientQueue::Answer XClientQueue::Post(Call call)
     return answer;
 }
 
-void XClientQueue::Run()
-{
+void XClientQueue::Run() {
     XLXComPtr<ILXCallbackUpdate> callback; // released with no lock held
     std::unique_lock lock(m_mutex);
     callback = m_callback;
-    for (;;)
-    {
+    for (;;) {
         m_changed.wait(lock, [this] { return m_end || !m_jobs.empty(); });
-        if (m_end)
-        {
-            break;
-        }
+        if (m_end) { break; }
         Job job = std::move(m_jobs.front());
         m_jobs.pop_front();
         m_busy = true;
@@ -87,8 +76,7 @@ void XClientQueue::Run()
     m_changed.notify_all();
 }
 
-void XClientQueue::End()
-{
+void XClientQueue::End() {
     XLXComPtr<ILXCallbackUpdate> callback; // released with no lock held
     std::deque<Job> jobs;
     {
@@ -98,26 +86,22 @@ void XClientQueue::End()
         m_callback.Swap(callback);
         m_changed.notify_all();
     }
-    for (Job& job : jobs)
-    {
+    for (Job& job : jobs) {
         job.answer.set_value(std::nullopt);
     }
 }
 
-bool XClientQueue::IsReady() const
-{
+bool XClientQueue::IsReady() const {
     const std::lock_guard lock(m_mutex);
     return IsIdle() && !m_slow;
 }
 
-bool XClientQueue::WaitUntilIdle(Time until)
-{
+bool XClientQueue::WaitUntilIdle(Time until) {
     std::unique_lock lock(m_mutex);
     return m_changed.wait_until(lock, until, [this] { return IsIdle(); });
 }
 
-bool XClientQueue::WaitUntilEnded(Time until)
-{
+bool XClientQueue::WaitUntilEnded(Time until) {
     std::unique_lock lock(m_mutex);
     return m_changed.wait_until(lock, until, [this] { return !m_threadRuns; });
 }

@@ -24,8 +24,7 @@
 /// Whether an answer says that the client's process or its callback is no more.
 bool LXIsGone(HRESULT result) noexcept;
 
-class XClientQueue : public std::enable_shared_from_this<XClientQueue>
-{
+class XClientQueue : public std::enable_shared_from_this<XClientQueue> {
 public:
     using Call = std::function<HRESULT(ILXCallbackUpdate&)>;
     using Answer = std::future<std::optional<HRESULT>>; ///< nothing for a call that was not made any more
@@ -49,8 +48,7 @@ public:
     bool WaitUntilEnded(Time until);
 
 private:
-    struct Job
-    {
+    struct Job {
         Call call;
         std::promise<std::optional<HRESULT>> answer;
     };

@@ -7,8 +7,7 @@
 #include "XServerObject.h"
 
 template <class... Others>
-class XDataObjectRefusals : public XServerObject<ILX_BaseDataObject, Others...>
-{
+class XDataObjectRefusals : public XServerObject<ILX_BaseDataObject, Others...> {
 public:
     using XServerObject<ILX_BaseDataObject, Others...>::XServerObject;
 
@@ -16,29 +15,23 @@ public:
     STDMETHODIMP Delete(LXDeleteOptions) override { return this->Refuse("Delete"); }
     STDMETHODIMP DeleteObjects(IEnumBaseDataObject*, LXDeleteOptions) override { return this->Refuse("DeleteObjects"); }
     STDMETHODIMP Copy(ILX_BaseDataObject** ppCopy) override { return this->Refuse("Copy", ppCopy); }
-    STDMETHODIMP CopyObjects(IEnumBaseDataObject*, IEnumBaseDataObject** ppCopies) override
-    {
+    STDMETHODIMP CopyObjects(IEnumBaseDataObject*, IEnumBaseDataObject** ppCopies) override {
         return this->Refuse("CopyObjects", ppCopies);
     }
-    STDMETHODIMP CopyObjects2(IEnumBaseDataObject*, LONG, IEnumBaseDataObject** ppCopies) override
-    {
+    STDMETHODIMP CopyObjects2(IEnumBaseDataObject*, LONG, IEnumBaseDataObject** ppCopies) override {
         return this->Refuse("CopyObjects2", ppCopies);
     }
-    STDMETHODIMP CopyObjects3(IEnumBaseDataObject*, LONG, BSTR, IEnumBaseDataObject** ppCopies) override
-    {
+    STDMETHODIMP CopyObjects3(IEnumBaseDataObject*, LONG, BSTR, IEnumBaseDataObject** ppCopies) override {
         return this->Refuse("CopyObjects3", ppCopies);
     }
     STDMETHODIMP FindUsage(IEnumBaseDataObject** ppObjects) override { return this->Refuse("FindUsage", ppObjects); }
-    STDMETHODIMP FindCoderuleUsage(IEnumBaseDataObject** ppObjects) override
-    {
+    STDMETHODIMP FindCoderuleUsage(IEnumBaseDataObject** ppObjects) override {
         return this->Refuse("FindCoderuleUsage", ppObjects);
     }
-    STDMETHODIMP GetAttributes(SAFEARRAY*, SAFEARRAY** psaValues) override
-    {
+    STDMETHODIMP GetAttributes(SAFEARRAY*, SAFEARRAY** psaValues) override {
         return this->Refuse("GetAttributes", psaValues);
     }
-    STDMETHODIMP GetAttributesEx(SAFEARRAY*, LONG, SAFEARRAY** psaValues) override
-    {
+    STDMETHODIMP GetAttributesEx(SAFEARRAY*, LONG, SAFEARRAY** psaValues) override {
         return this->Refuse("GetAttributesEx", psaValues);
     }
     STDMETHODIMP SetAttributes(SAFEARRAY*) override { return this->Refuse("SetAttributes"); }
@@ -46,29 +39,23 @@ public:
     STDMETHODIMP AddChildren(BSTR, IEnumBaseDataObject*) override { return this->Refuse("AddChildren"); }
     STDMETHODIMP RemoveChild(BSTR, ILX_BaseDataObject*) override { return this->Refuse("RemoveChild"); }
     STDMETHODIMP RemoveChildren(BSTR, IEnumBaseDataObject*) override { return this->Refuse("RemoveChildren"); }
-    STDMETHODIMP GetChildrenSorted(BSTR, BSTR, IEnumBaseDataObject** ppChildren) override
-    {
+    STDMETHODIMP GetChildrenSorted(BSTR, BSTR, IEnumBaseDataObject** ppChildren) override {
         return this->Refuse("GetChildrenSorted", ppChildren);
     }
-    STDMETHODIMP GetChildrenWithinRange(BSTR, LONG, LONG, IEnumBaseDataObject** ppChildren) override
-    {
+    STDMETHODIMP GetChildrenWithinRange(BSTR, LONG, LONG, IEnumBaseDataObject** ppChildren) override {
         return this->Refuse("GetChildrenWithinRange", ppChildren);
     }
-    STDMETHODIMP GetChildrenWithReadRights(BSTR, IEnumBaseDataObject** ppChildren) override
-    {
+    STDMETHODIMP GetChildrenWithReadRights(BSTR, IEnumBaseDataObject** ppChildren) override {
         return this->Refuse("GetChildrenWithReadRights", ppChildren);
     }
-    STDMETHODIMP GetChild(BSTR, BSTR, ILX_BaseDataObject** ppChild) override
-    {
+    STDMETHODIMP GetChild(BSTR, BSTR, ILX_BaseDataObject** ppChild) override {
         return this->Refuse("GetChild", ppChild);
     }
-    STDMETHODIMP NewChild(BSTR, BSTR, ILX_BaseDataObject** ppChild) override
-    {
+    STDMETHODIMP NewChild(BSTR, BSTR, ILX_BaseDataObject** ppChild) override {
         return this->Refuse("NewChild", ppChild);
     }
     STDMETHODIMP CanCreateChild(BSTR, BSTR) override { return this->Refuse("CanCreateChild"); }
-    STDMETHODIMP GetAllObjects(IEnumBaseDataObject** ppObjects) override
-    {
+    STDMETHODIMP GetAllObjects(IEnumBaseDataObject** ppObjects) override {
         return this->Refuse("GetAllObjects", ppObjects);
     }
     STDMETHODIMP CanDrag() override { return this->Refuse("CanDrag"); }
@@ -77,49 +64,38 @@ public:
     STDMETHODIMP CommitTransaction() override { return this->Refuse("CommitTransaction"); }
     STDMETHODIMP RollbackTransaction() override { return this->Refuse("RollbackTransaction"); }
     STDMETHODIMP IsDerivedFromClass(BSTR) override { return this->Refuse("IsDerivedFromClass"); }
-    STDMETHODIMP IsDerivedFromClass2(BSTR, LONG* pbDerived) override
-    {
+    STDMETHODIMP IsDerivedFromClass2(BSTR, LONG* pbDerived) override {
         return this->Refuse("IsDerivedFromClass2", pbDerived);
     }
-    STDMETHODIMP ExecuteServerMethod(BSTR, VARIANT, VARIANT* pvarResult) override
-    {
+    STDMETHODIMP ExecuteServerMethod(BSTR, VARIANT, VARIANT* pvarResult) override {
         return this->Refuse("ExecuteServerMethod", pvarResult);
     }
-    STDMETHODIMP ExecuteServerMethodEx(BSTR, VARIANT, LONG, VARIANT* pvarResult) override
-    {
+    STDMETHODIMP ExecuteServerMethodEx(BSTR, VARIANT, LONG, VARIANT* pvarResult) override {
         return this->Refuse("ExecuteServerMethodEx", pvarResult);
     }
-    STDMETHODIMP GetObjectDependencies(IEnumBaseDataObject** ppObjects) override
-    {
+    STDMETHODIMP GetObjectDependencies(IEnumBaseDataObject** ppObjects) override {
         return this->Refuse("GetObjectDependencies", ppObjects);
     }
-    STDMETHODIMP GetObjectsForExport(IEnumBaseDataObject** ppObjects) override
-    {
+    STDMETHODIMP GetObjectsForExport(IEnumBaseDataObject** ppObjects) override {
         return this->Refuse("GetObjectsForExport", ppObjects);
     }
-    STDMETHODIMP GetDisplayChildren(BSTR, IEnumBaseDataObject** ppChildren) override
-    {
+    STDMETHODIMP GetDisplayChildren(BSTR, IEnumBaseDataObject** ppChildren) override {
         return this->Refuse("GetDisplayChildren", ppChildren);
     }
-    STDMETHODIMP CreateSupplierProject(BSTR, ILX_BaseDataObject** ppProject) override
-    {
+    STDMETHODIMP CreateSupplierProject(BSTR, ILX_BaseDataObject** ppProject) override {
         return this->Refuse("CreateSupplierProject", ppProject);
     }
     STDMETHODIMP MergeSupplierProject(ILX_BaseDataObject*) override { return this->Refuse("MergeSupplierProject"); }
-    STDMETHODIMP GetAttributeMultiLingual(BSTR, LONG, VARIANT* pvarValue) override
-    {
+    STDMETHODIMP GetAttributeMultiLingual(BSTR, LONG, VARIANT* pvarValue) override {
         return this->Refuse("GetAttributeMultiLingual", pvarValue);
     }
-    STDMETHODIMP SetAttributeMultiLingual(BSTR, LONG, VARIANT) override
-    {
+    STDMETHODIMP SetAttributeMultiLingual(BSTR, LONG, VARIANT) override {
         return this->Refuse("SetAttributeMultiLingual");
     }
-    STDMETHODIMP GetAttributesMultiLingual(SAFEARRAY*, LONG, SAFEARRAY** psaValues) override
-    {
+    STDMETHODIMP GetAttributesMultiLingual(SAFEARRAY*, LONG, SAFEARRAY** psaValues) override {
         return this->Refuse("GetAttributesMultiLingual", psaValues);
     }
-    STDMETHODIMP SetAttributesMultiLingual(SAFEARRAY*, LONG) override
-    {
+    STDMETHODIMP SetAttributesMultiLingual(SAFEARRAY*, LONG) override {
         return this->Refuse("SetAttributesMultiLingual");
     }
 };

@@ -9,15 +9,13 @@
 #include <algorithm>
 #include <random>
 
-namespace LXRandom
-{
+namespace LXRandom {
 using Model = const XServerModel&;
 /// An edit that was chosen under the model's lock, to be made without it. Empty: there was nothing to edit.
 using Edit = std::function<void(XServerEdits&, XNotify)>;
 
 /// Chooses elements, values and new names.
-class XChoice
-{
+class XChoice {
 public:
     explicit XChoice(unsigned seed) : m_random(seed) {}
 
@@ -25,59 +23,46 @@ public:
     bool OneIn(unsigned n) { return Below(n) == 0; }
 
     template <class T>
-    const T* Of(const XModelList<T>& list)
-    {
+    const T* Of(const XModelList<T>& list) {
         return list.empty() ? nullptr : &*list[Below(list.size())];
     }
-    const XModelType* Type(Model model)
-    {
+    const XModelType* Type(Model model) {
         return model.types.empty()
                    ? nullptr
                    : &*std::next(model.types.begin(), static_cast<int>(Below(model.types.size())))->second;
     }
-    std::optional<int> FormatType(const XModelFormats& formats)
-    {
+    std::optional<int> FormatType(const XModelFormats& formats) {
         return formats.empty()
                    ? std::nullopt
                    : std::optional(std::next(formats.begin(), static_cast<int>(Below(formats.size())))->first);
     }
     /// The number of one of the elements, or 0.
     template <class T>
-    int NumberOf(const XModelList<T>& list, int index)
-    {
+    int NumberOf(const XModelList<T>& list, int index) {
         const T* const element = OneIn(4) ? nullptr : Of(list);
         return element != nullptr ? element->Number(index) : 0;
     }
-    XLXText Browser(Model model)
-    {
+    XLXText Browser(Model model) {
         const XModelBrowserId* const browser = Of(model.browserIds);
         return browser != nullptr ? browser->Text(XProperty::BrowserIdName) : XLXText();
     }
 
     /// Any property but the excluded ones.
-    int Property(const XModelProperties& properties, std::initializer_list<int> excluded)
-    {
+    int Property(const XModelProperties& properties, std::initializer_list<int> excluded) {
         int index = 0;
-        do
-        {
+        do {
             index = static_cast<int>(Below(static_cast<std::size_t>(properties.Count())));
         } while (std::find(excluded.begin(), excluded.end(), index) != excluded.end());
         return index;
     }
     /// A value of the kind that the property has by default; texts may also be empty.
-    XModelValue ValueFor(const XModelProperties& properties, int index)
-    {
+    XModelValue ValueFor(const XModelProperties& properties, int index) {
         const XModelValue& usual = XPropertyTable::Of(properties.Kind()).Default(index);
-        switch (usual.Get().index())
-        {
-        case 1:
-            return XModelValue(static_cast<int>(Below(10)));
-        case 2:
-            return XModelValue(OneIn(2));
-        case 3:
-            return XModelValue(static_cast<double>(Below(10000)) / 8);
-        default:
-            return OneIn(8) ? XModelValue() : XModelValue(New("Text \xC3\xBC <&>/% "));
+        switch (usual.Get().index()) {
+        case 1: return XModelValue(static_cast<int>(Below(10)));
+        case 2: return XModelValue(OneIn(2));
+        case 3: return XModelValue(static_cast<double>(Below(10000)) / 8);
+        default: return OneIn(8) ? XModelValue() : XModelValue(New("Text \xC3\xBC <&>/% "));
         }
     }
     /// A text that was not given yet. Across runs elements with such a name may exist already.
@@ -89,8 +74,7 @@ private:
 };
 
 /// A kind of edit. It chooses under the model's lock.
-struct XKind
-{
+struct XKind {
     const char* name;
     unsigned weight; ///< how often it is tried, compared with the others
     Edit (*choose)(Model model, XChoice& choice);

@@ -11,11 +11,9 @@
 #include <initializer_list>
 #include <stdexcept>
 
-namespace LXEdits
-{
+namespace LXEdits {
 /// The update modes of the data ids, by what changed.
-enum XMode : int
-{
+enum XMode : int {
     ModeTypes = 0x2,
     ModeRelations = 0x4,
     ModeBrowserIds = 0x8,
@@ -30,116 +28,82 @@ enum XMode : int
 };
 
 /// A name as a field of a data id: a separator in it would move the fields that follow.
-inline XLXText Field(const XLXText& name)
-{
+inline XLXText Field(const XLXText& name) {
     XLXText field;
-    for (const OLECHAR character : name)
-    {
+    for (const OLECHAR character : name) {
         field += character == '/' ? LXFromUtf8("%2F") : character == '%' ? LXFromUtf8("%25") : XLXText(1, character);
     }
     return field;
 }
 
-inline XLXText DataId(const char* kind, const XText& object, int subNumber, XMode mode)
-{
+inline XLXText DataId(const char* kind, const XText& object, int subNumber, XMode mode) {
     return LXFromUtf8(std::string(kind) + "/") + Field(object.Get()) +
            LXFromUtf8("/" + std::to_string(subNumber) + "/" + std::to_string(mode));
 }
-inline XLXText Objects(const XText& object, int subNumber, XMode mode)
-{
+inline XLXText Objects(const XText& object, int subNumber, XMode mode) {
     return DataId("objects", object, subNumber, mode);
 }
-inline XLXText Properties(const XText& object, int subNumber, XMode mode)
-{
+inline XLXText Properties(const XText& object, int subNumber, XMode mode) {
     return DataId("properties", object, subNumber, mode);
 }
-inline XLXText Relations(const XText& parent)
-{
-    return DataId("pc", parent, 0, ModeRelations);
-}
+inline XLXText Relations(const XText& parent) { return DataId("pc", parent, 0, ModeRelations); }
 
-[[noreturn]] inline void Refuse(const std::string& what)
-{
-    throw std::invalid_argument(what);
-}
+[[noreturn]] inline void Refuse(const std::string& what) { throw std::invalid_argument(what); }
 
 template <class T>
-T& Known(const XModelRef<T>* found, const char* what)
-{
-    if (found == nullptr)
-    {
-        Refuse(std::string("the model has no such ") + what);
-    }
+T& Known(const XModelRef<T>* found, const char* what) {
+    if (found == nullptr) { Refuse(std::string("the model has no such ") + what); }
     return **found;
 }
 
-inline XModelType& TypeOf(XServerModel& model, const XText& name)
-{
-    return Known(model.FindType(name.Get()), "type");
-}
+inline XModelType& TypeOf(XServerModel& model, const XText& name) { return Known(model.FindType(name.Get()), "type"); }
 
-inline XModelAttribute& AttributeOf(XServerModel& model, const XText& type, const XText& name)
-{
+inline XModelAttribute& AttributeOf(XServerModel& model, const XText& type, const XText& name) {
     return Known(TypeOf(model, type).FindAttribute(name.Get()), "attribute of the type's own");
 }
 
-inline XModelGroup& GroupOf(XServerModel& model, const XText& type, int number)
-{
+inline XModelGroup& GroupOf(XServerModel& model, const XText& type, int number) {
     return Known(TypeOf(model, type).FindGroup(number), "group");
 }
 
-inline XModelGlobalSpec& SpecOf(XServerModel& model, const XText& id)
-{
+inline XModelGlobalSpec& SpecOf(XServerModel& model, const XText& id) {
     return Known(model.FindGlobalSpec(id.Get()), "global format spec");
 }
 
-inline XModelRelation& RelationOf(XServerModel& model, const XText& parent, const XText& child, const XText& list)
-{
+inline XModelRelation& RelationOf(XServerModel& model, const XText& parent, const XText& child, const XText& list) {
     return Known(model.FindRelation(parent.Get(), child.Get(), list.Get()), "relation");
 }
 
 /// The first element of a list whose key is that text.
 template <class T>
-XModelRef<T>& ElementOf(XModelList<T>& list, int keyIndex, const XText& key)
-{
+XModelRef<T>& ElementOf(XModelList<T>& list, int keyIndex, const XText& key) {
     const auto found = std::find_if(list.begin(), list.end(),
                                     [&](const XModelRef<T>& element) { return element->Text(keyIndex) == key.Get(); });
-    if (found == list.end())
-    {
-        Refuse("the model has no such element: " + LXToUtf8(key.Get()));
-    }
+    if (found == list.end()) { Refuse("the model has no such element: " + LXToUtf8(key.Get())); }
     return *found;
 }
 
 template <class T>
-void RemoveFrom(XModelList<T>& list, const T& element)
-{
+void RemoveFrom(XModelList<T>& list, const T& element) {
     std::erase_if(list, [&element](const XModelRef<T>& other) { return &*other == &element; });
 }
 
 /// Sets a property other than those by which elements are found; for a new name, remove and add.
 template <class T>
-void SetBut(T& element, std::initializer_list<int> keys, int index, const XModelValue& value)
-{
-    if (std::find(keys.begin(), keys.end(), index) != keys.end())
-    {
+void SetBut(T& element, std::initializer_list<int> keys, int index, const XModelValue& value) {
+    if (std::find(keys.begin(), keys.end(), index) != keys.end()) {
         Refuse("an element keeps the properties by which it is found");
     }
     element.properties.Set(index, value);
 }
 
-inline XModelFormat& FormatOf(XModelFormats& formats, int formatType)
-{
+inline XModelFormat& FormatOf(XModelFormats& formats, int formatType) {
     const auto found = formats.find(formatType);
-    if (found == formats.end())
-    {
-        Refuse("the model has no such format");
-    }
+    if (found == formats.end()) { Refuse("the model has no such format"); }
     return *found->second;
 }
 
-inline void RemoveFormat(XModelFormats& formats, int formatType)
-{
+inline void RemoveFormat(XModelFormats& formats, int formatType) {
     FormatOf(formats, formatType);
     formats.erase(formatType);
 }

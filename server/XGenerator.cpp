@@ -7,20 +7,16 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace
-{
+namespace {
 /// Numbers that look random (a xorshift generator).
-class XNumbers
-{
+class XNumbers {
 public:
-    explicit XNumbers(std::uint32_t seed) noexcept : m_state(seed * 2654435761u + 1u)
-    {
+    explicit XNumbers(std::uint32_t seed) noexcept : m_state(seed * 2654435761u + 1u) {
         m_state = m_state != 0 ? m_state : 1;
     }
 
     /// A number from 0 to below the limit.
-    int Below(int limit) noexcept
-    {
+    int Below(int limit) noexcept {
         m_state ^= m_state << 13;
         m_state ^= m_state >> 17;
         m_state ^= m_state << 5;
@@ -32,8 +28,7 @@ private:
     std::uint32_t m_state;
 };
 
-std::string Numbered(const char* prefix, int number)
-{
+std::string Numbered(const char* prefix, int number) {
     char digits[16];
     std::snprintf(digits, sizeof digits, "%05d", number);
     return std::string(prefix) + digits;
@@ -41,15 +36,13 @@ std::string Numbered(const char* prefix, int number)
 
 /// A spread of sizes around an average, as in configurations that have grown: of ten types six have half as many,
 /// three as many, and one has four times as many.
-int Spread(XNumbers& numbers, int average)
-{
+int Spread(XNumbers& numbers, int average) {
     const int tenth = numbers.Below(10);
     const int center = tenth < 6 ? average / 2 : tenth < 9 ? average : average * 4;
     return center == 0 ? 0 : center - center / 4 + numbers.Below(center / 2 + 1);
 }
 
-void FillAttribute(XNumbers& numbers, XModelAttribute& attribute, int position)
-{
+void FillAttribute(XNumbers& numbers, XModelAttribute& attribute, int position) {
     XModelProperties& p = attribute.properties;
     p.Set(XProperty::Label, "Label of " + LXToUtf8(p.Get(XProperty::AttributeName).AsText()));
     p.Set(XProperty::Position, position);
@@ -61,36 +54,27 @@ void FillAttribute(XNumbers& numbers, XModelAttribute& attribute, int position)
     p.Set(XProperty::Printable, numbers.OneIn(3));
     p.Set(XProperty::InAvSet, numbers.OneIn(8));
     p.Set(XProperty::Origin, numbers.OneIn(3) ? 1 : 0);
-    for (int i = numbers.OneIn(5) ? 1 + numbers.Below(3) : 0; i > 0; --i)
-    {
+    for (int i = numbers.OneIn(5) ? 1 + numbers.Below(3) : 0; i > 0; --i) {
         attribute.AddType(Numbered("Value", i));
     }
-    if (numbers.OneIn(10))
-    {
-        attribute.AddFormat(numbers.Below(3)).properties.Set(XProperty::Label, "0.00");
-    }
+    if (numbers.OneIn(10)) { attribute.AddFormat(numbers.Below(3)).properties.Set(XProperty::Label, "0.00"); }
 }
 
-void FillType(XNumbers& numbers, XModelType& type, int number, const XGeneratorOptions& options)
-{
+void FillType(XNumbers& numbers, XModelType& type, int number, const XGeneratorOptions& options) {
     const int groups = 2 + numbers.Below(6);
     const int pages = 1 + numbers.Below(3);
-    for (int page = 1; page <= pages; ++page)
-    {
+    for (int page = 1; page <= pages; ++page) {
         type.AddPage(page, Numbered("Page", page));
     }
-    for (int group = 1; group <= groups; ++group)
-    {
+    for (int group = 1; group <= groups; ++group) {
         type.AddGroup(group, 1 + numbers.Below(pages), group > 2 ? numbers.Below(3) : 0, Numbered("Group", group));
     }
     const int attributes = Spread(numbers, options.attributesPerType);
-    for (int i = 0; i < attributes; ++i)
-    {
+    for (int i = 0; i < attributes; ++i) {
         const std::string name = Numbered("T", number) + Numbered("A", i);
         FillAttribute(numbers, type.AddAttribute(name, numbers.Below(groups + 1)), i);
     }
-    for (int i = numbers.Below(3); i > 0 && options.browserIds > 0; --i)
-    {
+    for (int i = numbers.Below(3); i > 0 && options.browserIds > 0; --i) {
         const std::string browser = Numbered("Browser", numbers.Below(options.browserIds));
         type.AddEditor(Numbered("Editor", i) + "." + Numbered("Type", number), browser, i == 1, i == 1);
     }
@@ -99,12 +83,10 @@ void FillType(XNumbers& numbers, XModelType& type, int number, const XGeneratorO
 }
 
 /// Relations of a type with distinct children.
-void AddRelations(XNumbers& numbers, XServerModel& model, int number, const XGeneratorOptions& options)
-{
+void AddRelations(XNumbers& numbers, XServerModel& model, int number, const XGeneratorOptions& options) {
     const int count = std::min(options.relationsPerType, options.types);
     const int first = numbers.Below(options.types);
-    for (int i = 0; i < count; ++i)
-    {
+    for (int i = 0; i < count; ++i) {
         XModelRelation& relation = *model.relations.emplace_back();
         XModelProperties& p = relation.properties;
         p.Set(XProperty::ParentName, Numbered("Type", number));
@@ -112,50 +94,39 @@ void AddRelations(XNumbers& numbers, XServerModel& model, int number, const XGen
         p.Set(XProperty::ChildList, i % 3 == 2 ? "documents" : "nodes");
         p.Set(XProperty::PPRRelationType, numbers.OneIn(6) ? 1 + numbers.Below(3) : 0);
         p.Set(XProperty::SystemInternal, numbers.OneIn(12));
-        for (int browser = 0; browser < options.browserIds; ++browser)
-        {
-            if (numbers.OneIn(2))
-            {
-                relation.AddPCInfo(Numbered("Browser", browser), numbers.OneIn(2));
-            }
+        for (int browser = 0; browser < options.browserIds; ++browser) {
+            if (numbers.OneIn(2)) { relation.AddPCInfo(Numbered("Browser", browser), numbers.OneIn(2)); }
         }
     }
 }
 } // namespace
 
-XServerModel LXGenerateModel(const XGeneratorOptions& options)
-{
+XServerModel LXGenerateModel(const XGeneratorOptions& options) {
     XNumbers numbers(options.seed);
     XServerModel model;
-    for (int i = 0; i < options.browserIds; ++i)
-    {
+    for (int i = 0; i < options.browserIds; ++i) {
         model.AddBrowserId(Numbered("Browser", i));
     }
     const int depth = std::max(options.depth, 1);
-    for (int i = 0; i < options.types; ++i)
-    {
+    for (int i = 0; i < options.types; ++i) {
         // The first types are a chain; a later one derives from any earlier type of the level above its own.
         const int level = i % depth;
         const int base = level == 0 ? -1 : i - 1 - depth * numbers.Below(i / depth + 1);
         FillType(numbers, model.AddType(Numbered("Type", i), base < 0 ? "" : Numbered("Type", base)), i, options);
     }
-    for (int i = 0; i < options.types; ++i)
-    {
+    for (int i = 0; i < options.types; ++i) {
         AddRelations(numbers, model, i, options);
     }
-    for (int i = 0; i < options.globalSpecs; ++i)
-    {
+    for (int i = 0; i < options.globalSpecs; ++i) {
         model.AddGlobalSpec(Numbered("Spec", i)).AddFormat(i % 3).properties.Set(XProperty::Label, "0.0");
     }
     return model;
 }
 
-namespace
-{
+namespace {
 // Object <- Equipment <- Pump <- CentrifugalPump, Equipment <- Vessel, Document, Hidden (not listed). "Weight" is
 // defined by Equipment and again by Pump: Equipment's wins.
-void AddEquipment(XServerModel& model)
-{
+void AddEquipment(XServerModel& model) {
     XModelType& object = model.AddType("Object");
     object.AddPage(1, "General");
     object.AddGroup(1, 1, 0, "Identity");
@@ -197,8 +168,7 @@ void AddEquipment(XServerModel& model)
 // Equipment/Document "documents" (PC info Tree), Pump/Vessel "feeds" (PPR 1) and Pump/Vessel "feeds_reverse" (PPR 2,
 // system-internal); global spec "Length" with a format of type 0; data objects P1 (a CentrifugalPump) and V1 (a
 // Vessel) with the relationship R1 "feeds" from P1 to V1.
-XServerModel LXSmallModel()
-{
+XServerModel LXSmallModel() {
     XServerModel model;
     model.AddBrowserId("Tree");
     model.AddBrowserId("List");

@@ -12,42 +12,25 @@
 #include <iterator>
 #include <stdexcept>
 
-namespace
-{
+namespace {
 using XJson = nlohmann::ordered_json;
 using XKeys = std::initializer_list<std::string_view>;
 
-[[noreturn]] void Refuse(const std::string& what)
-{
-    throw std::invalid_argument("model file: " + what);
-}
+[[noreturn]] void Refuse(const std::string& what) { throw std::invalid_argument("model file: " + what); }
 
 /// A value; a whole number is a real one where the default is one.
-XModelValue ReadValue(const XJson& value, const XModelValue& defaultValue = {})
-{
-    if (value.is_null())
-    {
-        return {};
-    }
-    if (value.is_boolean())
-    {
-        return value.get<bool>();
-    }
-    if (value.is_number_integer() && !std::holds_alternative<double>(defaultValue.Get()))
-    {
+XModelValue ReadValue(const XJson& value, const XModelValue& defaultValue = {}) {
+    if (value.is_null()) { return {}; }
+    if (value.is_boolean()) { return value.get<bool>(); }
+    if (value.is_number_integer() && !std::holds_alternative<double>(defaultValue.Get())) {
         return value.get<std::int32_t>();
     }
-    if (value.is_number())
-    {
-        return value.get<double>();
-    }
+    if (value.is_number()) { return value.get<double>(); }
     return value.get<std::string>();
 }
 
-XJson WriteValue(const XModelValue& value)
-{
-    struct Writer
-    {
+XJson WriteValue(const XModelValue& value) {
+    struct Writer {
         XJson operator()(std::monostate) const { return nullptr; }
         XJson operator()(std::int32_t number) const { return number; }
         XJson operator()(bool truth) const { return truth; }
@@ -59,30 +42,20 @@ XJson WriteValue(const XModelValue& value)
 
 /// Sets the properties of an element from its object; the parts are keys that are no properties.
 template <class T>
-void ReadProperties(const XJson& json, T& element, XKeys parts = {})
-{
+void ReadProperties(const XJson& json, T& element, XKeys parts = {}) {
     const XPropertyTable& table = XPropertyTable::Of(element.properties.Kind());
-    for (const auto& [key, value] : json.items())
-    {
-        if (std::find(parts.begin(), parts.end(), key) != parts.end())
-        {
-            continue;
-        }
+    for (const auto& [key, value] : json.items()) {
+        if (std::find(parts.begin(), parts.end(), key) != parts.end()) { continue; }
         const int index = table.FindKey(key);
-        if (index < 0)
-        {
-            Refuse("unknown key \"" + key + "\"");
-        }
+        if (index < 0) { Refuse("unknown key \"" + key + "\""); }
         element.properties.Set(index, ReadValue(value, table.Default(index)));
     }
 }
 
 template <class T>
-XJson WriteProperties(const T& element)
-{
+XJson WriteProperties(const T& element) {
     XJson json = XJson::object();
-    for (const auto& [index, value] : element.properties.Stored())
-    {
+    for (const auto& [index, value] : element.properties.Stored()) {
         json[XPropertyTable::Of(element.properties.Kind()).Key(index)] = WriteValue(value);
     }
     return json;
@@ -90,34 +63,27 @@ XJson WriteProperties(const T& element)
 
 /// Calls a function for every element of an array that may be missing.
 template <class F>
-void ForEach(const XJson& json, const char* key, F&& read)
-{
-    if (const auto list = json.find(key); list != json.end())
-    {
-        for (const XJson& element : *list)
-        {
+void ForEach(const XJson& json, const char* key, F&& read) {
+    if (const auto list = json.find(key); list != json.end()) {
+        for (const XJson& element : *list) {
             read(element);
         }
     }
 }
 
 template <class T>
-void ReadList(const XJson& json, const char* key, XModelList<T>& list)
-{
+void ReadList(const XJson& json, const char* key, XModelList<T>& list) {
     ForEach(json, key, [&list](const XJson& element) { ReadProperties(element, *list.emplace_back()); });
 }
 
 template <class List, class F>
-void WriteList(XJson& json, const char* key, const List& list, F&& write)
-{
-    for (const auto& element : list)
-    {
+void WriteList(XJson& json, const char* key, const List& list, F&& write) {
+    for (const auto& element : list) {
         json[key].push_back(write(*element));
     }
 }
 
-void ReadFormats(const XJson& json, XModelFormats& formats)
-{
+void ReadFormats(const XJson& json, XModelFormats& formats) {
     ForEach(json, "formats", [&formats](const XJson& element) {
         XModelRef<XModelFormat> format;
         ReadProperties(element, *format);
@@ -126,16 +92,13 @@ void ReadFormats(const XJson& json, XModelFormats& formats)
     });
 }
 
-void WriteFormats(XJson& json, const XModelFormats& formats)
-{
-    for (const auto& [type, format] : formats)
-    {
+void WriteFormats(XJson& json, const XModelFormats& formats) {
+    for (const auto& [type, format] : formats) {
         json["formats"].push_back(WriteProperties(*format));
     }
 }
 
-void ReadType(const XJson& json, XServerModel& model)
-{
+void ReadType(const XJson& json, XServerModel& model) {
     XModelType& type = model.AddType(json.at("name").get<std::string>());
     ReadProperties(json, type, {"listed", "pages", "groups", "attributes", "editors"});
     type.listed = json.value("listed", true);
@@ -154,13 +117,9 @@ void ReadType(const XJson& json, XServerModel& model)
     });
 }
 
-XJson WriteType(const XModelType& type)
-{
+XJson WriteType(const XModelType& type) {
     XJson json = WriteProperties(type);
-    if (!type.listed)
-    {
-        json["listed"] = false;
-    }
+    if (!type.listed) { json["listed"] = false; }
     WriteList(json, "pages", type.pages, WriteProperties<XModelPage>);
     WriteList(json, "groups", type.groups, [](const XModelGroup& group) {
         XJson element = WriteProperties(group);
@@ -177,89 +136,63 @@ XJson WriteType(const XModelType& type)
     return json;
 }
 
-void ReadObject(const XJson& json, XServerModel& model)
-{
+void ReadObject(const XJson& json, XServerModel& model) {
     XModelDataObject& object = model.AddObject(json.at("id").get<std::string>(), json.value("type", std::string()),
                                                json.value("table", std::string()));
     const XJson attributes = json.value("attributes", XJson::object());
     const XJson children = json.value("children", XJson::object());
-    for (const auto& [name, value] : attributes.items())
-    {
+    for (const auto& [name, value] : attributes.items()) {
         object.attributes[LXFromUtf8(name)] = ReadValue(value);
     }
-    for (const auto& [list, ids] : children.items())
-    {
-        for (const XJson& id : ids)
-        {
+    for (const auto& [list, ids] : children.items()) {
+        for (const XJson& id : ids) {
             object.children[LXFromUtf8(list)].push_back(LXFromUtf8(id.get<std::string>()));
         }
     }
-    if (const auto ends = json.find("ends"); ends != json.end())
-    {
+    if (const auto ends = json.find("ends"); ends != json.end()) {
         object.ends =
             XModelEnds{LXFromUtf8(ends->at(0).get<std::string>()), LXFromUtf8(ends->at(1).get<std::string>())};
     }
 }
 
-XJson WriteObject(const XModelDataObject& object)
-{
+XJson WriteObject(const XModelDataObject& object) {
     XJson json = {{"id", LXToUtf8(object.id)}, {"type", LXToUtf8(object.typeName)}};
-    if (!object.table.empty())
-    {
-        json["table"] = LXToUtf8(object.table);
-    }
-    for (const auto& [name, value] : object.attributes)
-    {
+    if (!object.table.empty()) { json["table"] = LXToUtf8(object.table); }
+    for (const auto& [name, value] : object.attributes) {
         json["attributes"][LXToUtf8(name)] = WriteValue(value);
     }
-    for (const auto& [list, ids] : object.children)
-    {
-        for (const XLXText& id : ids)
-        {
+    for (const auto& [list, ids] : object.children) {
+        for (const XLXText& id : ids) {
             json["children"][LXToUtf8(list)].push_back(LXToUtf8(id));
         }
     }
-    if (object.ends)
-    {
-        json["ends"] = {LXToUtf8(object.ends->first), LXToUtf8(object.ends->second)};
-    }
+    if (object.ends) { json["ends"] = {LXToUtf8(object.ends->first), LXToUtf8(object.ends->second)}; }
     return json;
 }
 
 /// What a hand-written file gets wrong most easily: names that nothing has.
-void CheckReferences(const XServerModel& model)
-{
+void CheckReferences(const XServerModel& model) {
     const auto check = [](bool known, const char* what, const XLXText& name) {
-        if (!known)
-        {
-            Refuse(std::string(what) + " is unknown: " + LXToUtf8(name));
-        }
+        if (!known) { Refuse(std::string(what) + " is unknown: " + LXToUtf8(name)); }
     };
-    for (const auto& [name, type] : model.types)
-    {
+    for (const auto& [name, type] : model.types) {
         check(type->Base().empty() || model.types.contains(type->Base()), "base type", type->Base());
     }
-    for (const auto& relation : model.relations)
-    {
-        for (const int end : {XProperty::ParentName, XProperty::ChildName})
-        {
+    for (const auto& relation : model.relations) {
+        for (const int end : {XProperty::ParentName, XProperty::ChildName}) {
             check(model.types.contains(relation->Text(end)), "type of a relation", relation->Text(end));
         }
     }
-    for (const auto& [id, object] : model.objects)
-    {
-        for (const auto& [list, children] : object->children)
-        {
-            for (const XLXText& child : children)
-            {
+    for (const auto& [id, object] : model.objects) {
+        for (const auto& [list, children] : object->children) {
+            for (const XLXText& child : children) {
                 check(model.objects.contains(child), "child object", child);
             }
         }
     }
 }
 
-XServerModel ReadJson(const XJson& json)
-{
+XServerModel ReadJson(const XJson& json) {
     XServerModel model;
     model.version = LXFromUtf8(json.value("version", std::string("1")));
     ReadList(json, "browserIds", model.browserIds);
@@ -280,34 +213,22 @@ XServerModel ReadJson(const XJson& json)
 }
 } // namespace
 
-XServerModel LXParseModel(std::string_view json)
-{
-    try
-    {
+XServerModel LXParseModel(std::string_view json) {
+    try {
         return ReadJson(XJson::parse(json));
-    }
-    catch (const nlohmann::json::exception& error)
-    {
-        Refuse(error.what());
-    }
+    } catch (const nlohmann::json::exception& error) { Refuse(error.what()); }
 }
 
-XServerModel LXReadModel(const std::string& path)
-{
+XServerModel LXReadModel(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file)
-    {
-        Refuse("cannot be opened: " + path);
-    }
+    if (!file) { Refuse("cannot be opened: " + path); }
     return LXParseModel(std::string(std::istreambuf_iterator<char>(file), {}));
 }
 
-std::string LXFormatModel(const XServerModel& model)
-{
+std::string LXFormatModel(const XServerModel& model) {
     XJson json = {{"version", LXToUtf8(model.version)}};
     WriteList(json, "browserIds", model.browserIds, WriteProperties<XModelBrowserId>);
-    for (const auto& [name, type] : model.types)
-    {
+    for (const auto& [name, type] : model.types) {
         json["types"].push_back(WriteType(*type));
     }
     WriteList(json, "relations", model.relations, [](const XModelRelation& relation) {
@@ -320,19 +241,14 @@ std::string LXFormatModel(const XServerModel& model)
         WriteFormats(element, spec.formats);
         return element;
     });
-    for (const auto& [id, object] : model.objects)
-    {
+    for (const auto& [id, object] : model.objects) {
         json["objects"].push_back(WriteObject(*object));
     }
     return json.dump(1) + "\n";
 }
 
-void LXWriteModel(const XServerModel& model, const std::string& path)
-{
+void LXWriteModel(const XServerModel& model, const std::string& path) {
     std::ofstream file(path, std::ios::binary);
     file << LXFormatModel(model);
-    if (!file.flush())
-    {
-        Refuse("cannot be written: " + path);
-    }
+    if (!file.flush()) { Refuse("cannot be written: " + path); }
 }

@@ -17,8 +17,7 @@ XLXText LXFromUtf8(std::string_view text);
 std::string LXToUtf8(XLXTextView text);
 
 /// A text argument: a narrow (UTF-8) or a wide one.
-class XText
-{
+class XText {
 public:
     XText(const char* utf8) : m_text(LXFromUtf8(utf8)) {}
     XText(const std::string& utf8) : m_text(LXFromUtf8(utf8)) {}
@@ -35,8 +34,7 @@ private:
 };
 
 /// The value of a property or an attribute: nothing, a whole number, a boolean, a real number or a text.
-class XModelValue
-{
+class XModelValue {
 public:
     using Content = std::variant<std::monostate, std::int32_t, bool, double, XLXText>;
 

@@ -5,21 +5,17 @@
 #include <charconv>
 #include <stdexcept>
 
-namespace
-{
+namespace {
 const XModelValue Nothing;
 
 /// Rows of properties that have a default but no name.
-void Unnamed(std::vector<XPropertyRow>& rows, std::initializer_list<int> indexes, const XModelValue& value)
-{
-    for (const int index : indexes)
-    {
+void Unnamed(std::vector<XPropertyRow>& rows, std::initializer_list<int> indexes, const XModelValue& value) {
+    for (const int index : indexes) {
         rows.push_back({index, nullptr, nullptr, value});
     }
 }
 
-std::vector<XPropertyRow> AttributeRows()
-{
+std::vector<XPropertyRow> AttributeRows() {
     std::vector<XPropertyRow> rows = {
         {XProperty::AttributeName, "name", "LXCFG_attributename", ""},
         {XProperty::DataType, "dataType", nullptr, 2},
@@ -50,22 +46,19 @@ std::vector<XPropertyRow> AttributeRows()
     return rows;
 }
 
-std::vector<XPropertyRow> FormatRows()
-{
+std::vector<XPropertyRow> FormatRows() {
     return {{XProperty::AttributeName, "name", "LXCFG_attributename", ""},
             {XProperty::DataType, "formatType", nullptr, 0},
             {XProperty::Label, "pattern", nullptr, ""},
             {XProperty::Length, "width", nullptr, 0}};
 }
 
-std::vector<XPropertyRow> SpecRows()
-{
+std::vector<XPropertyRow> SpecRows() {
     return {{XProperty::AttributeName, "id", "LXCFGAFS_attributepropertyid", ""},
             {XProperty::Label, "label", nullptr, ""}};
 }
 
-std::vector<XPropertyRow> RelationRows()
-{
+std::vector<XPropertyRow> RelationRows() {
     std::vector<XPropertyRow> rows = {
         {XProperty::ChildList, "list", "LXCFPC_childlistname", ""},
         {XProperty::ChildName, "child", "LXCFPC_childname", ""},
@@ -81,8 +74,7 @@ std::vector<XPropertyRow> RelationRows()
     return rows;
 }
 
-std::vector<XPropertyRow> PCInfoRows()
-{
+std::vector<XPropertyRow> PCInfoRows() {
     std::vector<XPropertyRow> rows = {{XProperty::PCInfoLabel, "label", nullptr, ""},
                                       {XProperty::PCInfoBrowser, "browser", "LXCFG_pcinfobrowserid", ""},
                                       {XProperty::PCInfoNew, "new", "LXCFG_pcinfonew", 0}};
@@ -92,8 +84,7 @@ std::vector<XPropertyRow> PCInfoRows()
     return rows;
 }
 
-std::vector<XPropertyRow> TypeRows()
-{
+std::vector<XPropertyRow> TypeRows() {
     return {{XProperty::TypeName, "name", "LXCFG_typename", ""},
             {XProperty::TypeLabel, "label", nullptr, ""},
             {XProperty::BaseTypeName, "base", "LXCFG_basetypename", {}}, // a root type has none
@@ -105,8 +96,7 @@ std::vector<XPropertyRow> TypeRows()
 }
 
 /// One table per kind, in the order of XElementKind.
-std::vector<XPropertyTable> MakeTables()
-{
+std::vector<XPropertyTable> MakeTables() {
     return {
         {60, AttributeRows()},
         {60, FormatRows()},
@@ -134,21 +124,18 @@ std::vector<XPropertyTable> MakeTables()
 }
 } // namespace
 
-const XPropertyTable& XPropertyTable::Of(XElementKind kind)
-{
+const XPropertyTable& XPropertyTable::Of(XElementKind kind) {
     static const std::vector<XPropertyTable> tables = MakeTables();
     return tables[static_cast<size_t>(kind)];
 }
 
-const XModelValue& XPropertyTable::Default(int index) const noexcept
-{
+const XModelValue& XPropertyTable::Default(int index) const noexcept {
     const auto row =
         std::find_if(rows.begin(), rows.end(), [index](const XPropertyRow& r) { return r.index == index; });
     return row != rows.end() ? row->defaultValue : Nothing;
 }
 
-int XPropertyTable::FindConfigName(XLXTextView name) const
-{
+int XPropertyTable::FindConfigName(XLXTextView name) const {
     const std::string narrow = LXToUtf8(name);
     const auto row = std::find_if(rows.begin(), rows.end(), [&narrow](const XPropertyRow& r) {
         return r.configName != nullptr && narrow == r.configName;
@@ -156,85 +143,59 @@ int XPropertyTable::FindConfigName(XLXTextView name) const
     return row != rows.end() ? row->index : -1;
 }
 
-int XPropertyTable::FindKey(std::string_view key) const
-{
+int XPropertyTable::FindKey(std::string_view key) const {
     const auto row = std::find_if(rows.begin(), rows.end(),
                                   [key](const XPropertyRow& r) { return r.key != nullptr && key == r.key; });
-    if (row != rows.end())
-    {
-        return row->index;
-    }
+    if (row != rows.end()) { return row->index; }
     int index = -1;
     if (key.size() < 2 || key[0] != 'p' ||
-        std::from_chars(key.data() + 1, key.data() + key.size(), index).ptr != key.data() + key.size())
-    {
+        std::from_chars(key.data() + 1, key.data() + key.size(), index).ptr != key.data() + key.size()) {
         return -1;
     }
     return index < count ? index : -1;
 }
 
-std::string XPropertyTable::Key(int index) const
-{
+std::string XPropertyTable::Key(int index) const {
     const auto row = std::find_if(rows.begin(), rows.end(),
                                   [index](const XPropertyRow& r) { return r.index == index && r.key != nullptr; });
     return row != rows.end() ? row->key : "p" + std::to_string(index);
 }
 
-const XModelValue& XModelProperties::Get(int index) const
-{
-    if (!InRange(index))
-    {
-        throw std::out_of_range("property index " + std::to_string(index));
-    }
+const XModelValue& XModelProperties::Get(int index) const {
+    if (!InRange(index)) { throw std::out_of_range("property index " + std::to_string(index)); }
     const auto stored = std::lower_bound(m_stored.begin(), m_stored.end(), index,
                                          [](const auto& entry, int wanted) { return entry.first < wanted; });
     return stored != m_stored.end() && stored->first == index ? stored->second
                                                               : XPropertyTable::Of(m_kind).Default(index);
 }
 
-void XModelProperties::Set(int index, XModelValue value)
-{
+void XModelProperties::Set(int index, XModelValue value) {
     const bool isDefault = XPropertyTable::Of(m_kind).Default(index) == value;
-    if (!InRange(index))
-    {
-        throw std::out_of_range("property index " + std::to_string(index));
-    }
+    if (!InRange(index)) { throw std::out_of_range("property index " + std::to_string(index)); }
     auto at = std::lower_bound(m_stored.begin(), m_stored.end(), index,
                                [](const auto& entry, int wanted) { return entry.first < wanted; });
     const bool found = at != m_stored.end() && at->first == index;
-    if (isDefault)
-    {
-        if (found)
-        {
-            m_stored.erase(at);
-        }
-    }
-    else if (found)
-    {
+    if (isDefault) {
+        if (found) { m_stored.erase(at); }
+    } else if (found) {
         at->second = std::move(value);
-    }
-    else
-    {
+    } else {
         m_stored.emplace(at, index, std::move(value));
     }
 }
 
-XLXVariantVector XModelProperties::ToVariants() const
-{
+XLXVariantVector XModelProperties::ToVariants() const {
     const XPropertyTable& table = XPropertyTable::Of(m_kind);
     std::vector<const XModelValue*> values(static_cast<size_t>(table.count), &Nothing);
-    for (const XPropertyRow& row : table.rows)
-    {
+    for (const XPropertyRow& row : table.rows) {
         values[static_cast<size_t>(row.index)] = &row.defaultValue;
     }
-    for (const auto& [index, value] : m_stored)
-    {
+    for (const auto& [index, value] : m_stored) {
         values[static_cast<size_t>(index)] = &value;
     }
     XLXVariantVector variants;
     variants.reserve(values.size());
-    for (const XModelValue* const value : values)
-    {
+    for (const XModelValue* const value : values) {
         variants.push_back(value->ToVariant());
     }
     return variants;

@@ -10,8 +10,7 @@
 #include <utility>
 #include <vector>
 
-enum class XElementKind
-{
+enum class XElementKind {
     Attribute,
     Format,
     GlobalSpec,
@@ -26,10 +25,8 @@ enum class XElementKind
 };
 
 /// The properties that the server and its users refer to by index.
-namespace XProperty
-{
-enum Attribute : int
-{
+namespace XProperty {
+enum Attribute : int {
     AttributeName = 0,
     DataType = 1,
     Label = 2,
@@ -50,37 +47,12 @@ enum Attribute : int
     DefaultValue = 37,
     Origin = 46
 };
-enum AttributeType : int
-{
-    AttributeTypeLabel = 0,
-    AttributeTypeName = 3
-};
-enum BrowserId : int
-{
-    BrowserIdName = 0
-};
-enum Editor : int
-{
-    EditorBrowserId = 0,
-    DefaultEditor = 1,
-    DefaultNewEditor = 2,
-    ProgId = 3,
-    MenuText = 4
-};
-enum Group : int
-{
-    GroupLabel = 0,
-    GroupNumber = 2,
-    GroupPage = 5,
-    ParentGroup = 15
-};
-enum Page : int
-{
-    PageLabel = 0,
-    PageNumber = 6
-};
-enum Relation : int
-{
+enum AttributeType : int { AttributeTypeLabel = 0, AttributeTypeName = 3 };
+enum BrowserId : int { BrowserIdName = 0 };
+enum Editor : int { EditorBrowserId = 0, DefaultEditor = 1, DefaultNewEditor = 2, ProgId = 3, MenuText = 4 };
+enum Group : int { GroupLabel = 0, GroupNumber = 2, GroupPage = 5, ParentGroup = 15 };
+enum Page : int { PageLabel = 0, PageNumber = 6 };
+enum Relation : int {
     ChildList = 0,
     ChildName = 1,
     SystemInternal = 14,
@@ -88,14 +60,8 @@ enum Relation : int
     PPRRelationType = 20,
     NameShort = 21
 };
-enum PCInfo : int
-{
-    PCInfoLabel = 0,
-    PCInfoBrowser = 1,
-    PCInfoNew = 6
-};
-enum Type : int
-{
+enum PCInfo : int { PCInfoLabel = 0, PCInfoBrowser = 1, PCInfoNew = 6 };
+enum Type : int {
     TypeName = 0,
     TypeLabel = 1,
     BaseTypeName = 2,
@@ -107,16 +73,14 @@ enum Type : int
 } // namespace XProperty
 
 /// One property of a kind. A property without a row in the table has no name and is empty by default.
-struct XPropertyRow
-{
+struct XPropertyRow {
     int index;
     const char* key;        ///< its name in a model file
     const char* configName; ///< its name for ILXConfigObject::Get, null when it has none
     XModelValue defaultValue;
 };
 
-struct XPropertyTable
-{
+struct XPropertyTable {
     int count; ///< how many values an element of the kind delivers
     std::vector<XPropertyRow> rows;
 
@@ -132,8 +96,7 @@ struct XPropertyTable
 };
 
 /// The property values of one element. Only what differs from the kind's defaults is stored.
-class XModelProperties
-{
+class XModelProperties {
 public:
     explicit XModelProperties(XElementKind kind) noexcept : m_kind(kind) {}
 

@@ -5,26 +5,22 @@
 
 using namespace LXRandom;
 
-std::map<std::string, unsigned> LXRandomEdits(XServerEdits edits, unsigned seed, unsigned count, XNotify notify)
-{
+std::map<std::string, unsigned> LXRandomEdits(XServerEdits edits, unsigned seed, unsigned count, XNotify notify) {
     std::vector<XKind> kinds = KindsOfTypes();
     const std::vector<XKind> others = KindsOfOthers();
     kinds.insert(kinds.end(), others.begin(), others.end());
     std::vector<const XKind*> lots; // each kind as often as it weighs
-    for (const XKind& kind : kinds)
-    {
+    for (const XKind& kind : kinds) {
         lots.insert(lots.end(), kind.weight, &kind);
     }
 
     XChoice choice(seed);
     std::map<std::string, unsigned> made;
-    for (unsigned done = 0; done < count;)
-    {
+    for (unsigned done = 0; done < count;) {
         const XKind& kind = *lots[choice.Below(lots.size())];
         Edit edit; // chosen under the lock of the model, which is not changed there
         edits.Change([&](XServerModel& model) { edit = kind.choose(model, choice); });
-        if (edit)
-        {
+        if (edit) {
             edit(edits, notify);
             ++made[kind.name];
             ++done;

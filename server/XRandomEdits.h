@@ -16,8 +16,7 @@
 std::map<std::string, unsigned> LXRandomEdits(XServerEdits edits, unsigned seed, unsigned count,
                                               XNotify notify = XNotify::Here);
 inline std::map<std::string, unsigned> LXRandomEdits(const XSampleServer& server, unsigned seed, unsigned count,
-                                                     XNotify notify = XNotify::Here)
-{
+                                                     XNotify notify = XNotify::Here) {
     return LXRandomEdits(server.Edit(), seed, count, notify);
 }
 

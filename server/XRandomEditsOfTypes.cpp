@@ -5,61 +5,43 @@
 
 using namespace LXRandom;
 
-namespace
-{
-Edit SetType(Model model, XChoice& choice)
-{
+namespace {
+Edit SetType(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
-    if (type == nullptr)
-    {
-        return {};
-    }
+    if (type == nullptr) { return {}; }
     constexpr int BaseTypeObject = 27;
     const int index = choice.Property(type->properties, {XProperty::TypeName, XProperty::BaseTypeName, BaseTypeObject});
     return [name = type->Name(), index, value = choice.ValueFor(type->properties, index)](
                XServerEdits& edits, XNotify notify) { edits.SetTypeProperty(name, index, value, notify); };
 }
 
-Edit SetBase(Model model, XChoice& choice)
-{
+Edit SetBase(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const XModelType* const base = choice.Type(model);
-    if (type == nullptr || type->Base().empty() || model.Derives(base->Name(), type->Name()))
-    {
-        return {};
-    }
+    if (type == nullptr || type->Base().empty() || model.Derives(base->Name(), type->Name())) { return {}; }
     return [name = type->Name(), other = XModelValue(base->Name())](XServerEdits& edits, XNotify notify) {
         edits.SetTypeProperty(name, XProperty::BaseTypeName, other, notify);
     };
 }
 
-Edit SetListed(Model model, XChoice& choice)
-{
+Edit SetListed(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
-    if (type == nullptr)
-    {
-        return {};
-    }
+    if (type == nullptr) { return {}; }
     return [name = type->Name(), listed = !type->listed](XServerEdits& edits, XNotify notify) {
         edits.SetTypeListed(name, listed, notify);
     };
 }
 
-Edit AddType(Model model, XChoice& choice)
-{
+Edit AddType(Model model, XChoice& choice) {
     const XModelType* const base = choice.OneIn(8) ? nullptr : choice.Type(model);
     const std::string name = choice.New("New");
-    if (model.FindType(LXFromUtf8(name)) != nullptr)
-    {
-        return {};
-    }
+    if (model.FindType(LXFromUtf8(name)) != nullptr) { return {}; }
     return [name, base = base != nullptr ? base->Name() : XLXText()](XServerEdits& edits, XNotify notify) {
         edits.AddType(name, base, notify);
     };
 }
 
-bool IsNamed(Model model, const XLXText& type)
-{
+bool IsNamed(Model model, const XLXText& type) {
     return std::any_of(model.types.begin(), model.types.end(),
                        [&](const auto& entry) { return entry.second->Base() == type; }) ||
            std::any_of(model.relations.begin(), model.relations.end(),
@@ -75,13 +57,9 @@ bool IsNamed(Model model, const XLXText& type)
            });
 }
 
-Edit RemoveType(Model model, XChoice& choice)
-{
+Edit RemoveType(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
-    if (type == nullptr || IsNamed(model, type->Name()))
-    {
-        return {};
-    }
+    if (type == nullptr || IsNamed(model, type->Name())) { return {}; }
     return [name = type->Name()](XServerEdits& edits, XNotify notify) { edits.RemoveType(name, notify); };
 }
 
@@ -89,23 +67,16 @@ Edit RemoveType(Model model, XChoice& choice)
 
 template <class T>
 Edit SetNumbered(Model model, XChoice& choice, XModelList<T> XModelType::*list, int key,
-                 XNotification (XServerEdits::*set)(const XText&, int, int, const XModelValue&, XNotify))
-{
+                 XNotification (XServerEdits::*set)(const XText&, int, int, const XModelValue&, XNotify)) {
     const XModelType* const type = choice.Type(model);
     const T* const element = type != nullptr ? choice.Of((*type).*list) : nullptr;
-    if (element == nullptr)
-    {
-        return {};
-    }
+    if (element == nullptr) { return {}; }
     const int index = choice.Property(element->properties, {key});
     XModelValue value = choice.ValueFor(element->properties, index);
-    if constexpr (std::is_same_v<T, XModelGroup>)
-    {
-        if (index == XProperty::GroupPage)
-        {
+    if constexpr (std::is_same_v<T, XModelGroup>) {
+        if (index == XProperty::GroupPage) {
             value = choice.NumberOf(type->pages, XProperty::PageNumber);
-        }
-        else if (index == XProperty::ParentGroup) // a smaller number, so that no group comes to lie in itself
+        } else if (index == XProperty::ParentGroup) // a smaller number, so that no group comes to lie in itself
         {
             const int parent = choice.NumberOf(type->groups, key);
             value = parent < element->Number(key) ? parent : 0;
@@ -116,35 +87,25 @@ Edit SetNumbered(Model model, XChoice& choice, XModelList<T> XModelType::*list, 
     };
 }
 
-Edit SetPage(Model model, XChoice& choice)
-{
+Edit SetPage(Model model, XChoice& choice) {
     return SetNumbered(model, choice, &XModelType::pages, XProperty::PageNumber, &XServerEdits::SetPageProperty);
 }
 
-Edit SetGroup(Model model, XChoice& choice)
-{
+Edit SetGroup(Model model, XChoice& choice) {
     return SetNumbered(model, choice, &XModelType::groups, XProperty::GroupNumber, &XServerEdits::SetGroupProperty);
 }
 
-Edit AddPage(Model model, XChoice& choice)
-{
+Edit AddPage(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const int number = choice.NewNumber();
-    if (type == nullptr || type->FindPage(number) != nullptr)
-    {
-        return {};
-    }
+    if (type == nullptr || type->FindPage(number) != nullptr) { return {}; }
     return [name = type->Name(), number](XServerEdits& edits, XNotify notify) { edits.AddPage(name, number, notify); };
 }
 
-Edit AddGroup(Model model, XChoice& choice)
-{
+Edit AddGroup(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const int number = choice.NewNumber();
-    if (type == nullptr || type->FindGroup(number) != nullptr)
-    {
-        return {};
-    }
+    if (type == nullptr || type->FindGroup(number) != nullptr) { return {}; }
     const int page = choice.NumberOf(type->pages, XProperty::PageNumber);
     const int parent = choice.NumberOf(type->groups, XProperty::GroupNumber);
     return [=, name = type->Name(), parent = parent < number ? parent : 0](XServerEdits& edits, XNotify notify) {
@@ -154,17 +115,14 @@ Edit AddGroup(Model model, XChoice& choice)
 
 /// Whether an element of a list has that number in a property.
 template <class T>
-bool HasNumber(const XModelList<T>& list, int index, int number)
-{
+bool HasNumber(const XModelList<T>& list, int index, int number) {
     return std::any_of(list.begin(), list.end(), [=](const auto& element) { return element->Number(index) == number; });
 }
 
-Edit RemovePage(Model model, XChoice& choice)
-{
+Edit RemovePage(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const XModelPage* const page = type != nullptr ? choice.Of(type->pages) : nullptr;
-    if (page == nullptr || HasNumber(type->groups, XProperty::GroupPage, page->Number(XProperty::PageNumber)))
-    {
+    if (page == nullptr || HasNumber(type->groups, XProperty::GroupPage, page->Number(XProperty::PageNumber))) {
         return {};
     }
     return [name = type->Name(), number = page->Number(XProperty::PageNumber)](XServerEdits& edits, XNotify notify) {
@@ -172,28 +130,22 @@ Edit RemovePage(Model model, XChoice& choice)
     };
 }
 
-Edit RemoveGroup(Model model, XChoice& choice)
-{
+Edit RemoveGroup(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const XModelGroup* const group = type != nullptr ? choice.Of(type->groups) : nullptr;
     const int number = group != nullptr ? group->Number(XProperty::GroupNumber) : 0;
     if (group == nullptr || HasNumber(type->groups, XProperty::ParentGroup, number) ||
-        HasNumber(type->attributes, XProperty::AttributeGroup, number))
-    {
+        HasNumber(type->attributes, XProperty::AttributeGroup, number)) {
         return {};
     }
     return
         [name = type->Name(), number](XServerEdits& edits, XNotify notify) { edits.RemoveGroup(name, number, notify); };
 }
 
-Edit SetAttribute(Model model, XChoice& choice)
-{
+Edit SetAttribute(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const XModelAttribute* const attribute = type != nullptr ? choice.Of(type->attributes) : nullptr;
-    if (attribute == nullptr)
-    {
-        return {};
-    }
+    if (attribute == nullptr) { return {}; }
     const int index = choice.Property(attribute->properties, {XProperty::AttributeName});
     const XModelValue value = index == XProperty::AttributeGroup
                                   ? XModelValue(choice.NumberOf(type->groups, XProperty::GroupNumber))
@@ -202,38 +154,26 @@ Edit SetAttribute(Model model, XChoice& choice)
                XServerEdits& edits, XNotify notify) { edits.SetAttributeProperty(type, name, index, value, notify); };
 }
 
-Edit AddAttribute(Model model, XChoice& choice)
-{
+Edit AddAttribute(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const std::string name = choice.New("New");
-    if (type == nullptr || type->FindAttribute(LXFromUtf8(name)) != nullptr)
-    {
-        return {};
-    }
+    if (type == nullptr || type->FindAttribute(LXFromUtf8(name)) != nullptr) { return {}; }
     return [=, type = type->Name(), group = choice.NumberOf(type->groups, XProperty::GroupNumber)](
                XServerEdits& edits, XNotify notify) { edits.AddAttribute(type, name, group, notify); };
 }
 
-Edit RemoveAttribute(Model model, XChoice& choice)
-{
+Edit RemoveAttribute(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const XModelAttribute* const attribute = type != nullptr ? choice.Of(type->attributes) : nullptr;
-    if (attribute == nullptr)
-    {
-        return {};
-    }
+    if (attribute == nullptr) { return {}; }
     return [type = type->Name(), name = attribute->Text(XProperty::AttributeName)](
                XServerEdits& edits, XNotify notify) { edits.RemoveAttribute(type, name, notify); };
 }
 
-Edit SetEditor(Model model, XChoice& choice)
-{
+Edit SetEditor(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const XModelEditor* const editor = type != nullptr ? choice.Of(type->editors) : nullptr;
-    if (editor == nullptr)
-    {
-        return {};
-    }
+    if (editor == nullptr) { return {}; }
     const int index = choice.Property(editor->properties, {XProperty::ProgId});
     const XModelValue value = index == XProperty::EditorBrowserId ? XModelValue(choice.Browser(model))
                                                                   : choice.ValueFor(editor->properties, index);
@@ -242,36 +182,27 @@ Edit SetEditor(Model model, XChoice& choice)
     };
 }
 
-Edit AddEditor(Model model, XChoice& choice)
-{
+Edit AddEditor(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const std::string progId = choice.New("New.Editor");
-    if (type == nullptr || type->FindEditor(LXFromUtf8(progId)) != nullptr)
-    {
-        return {};
-    }
+    if (type == nullptr || type->FindEditor(LXFromUtf8(progId)) != nullptr) { return {}; }
     return [=, type = type->Name(), browser = choice.Browser(model), opens = choice.OneIn(2),
             creates = choice.OneIn(2)](XServerEdits& edits, XNotify notify) {
         edits.AddEditor(type, progId, browser, opens, creates, notify);
     };
 }
 
-Edit RemoveEditor(Model model, XChoice& choice)
-{
+Edit RemoveEditor(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const XModelEditor* const editor = type != nullptr ? choice.Of(type->editors) : nullptr;
-    if (editor == nullptr)
-    {
-        return {};
-    }
+    if (editor == nullptr) { return {}; }
     return [type = type->Name(), progId = editor->Text(XProperty::ProgId)](XServerEdits& edits, XNotify notify) {
         edits.RemoveEditor(type, progId, notify);
     };
 }
 } // namespace
 
-std::vector<XKind> LXRandom::KindsOfTypes()
-{
+std::vector<XKind> LXRandom::KindsOfTypes() {
     return {{"set type", 4, SetType},           {"set base type", 1, SetBase},
             {"set listed", 1, SetListed},       {"add type", 2, AddType},
             {"remove type", 2, RemoveType},     {"set page", 2, SetPage},

@@ -21,8 +21,7 @@
 #include "XServerEdits.h"
 
 /// A notification that a client's cache passed on to the config factory.
-struct XForwardedNotification
-{
+struct XForwardedNotification {
     XLXText dataId;
     XLXText dataType;
     ULONG type = 0;
@@ -30,8 +29,7 @@ struct XForwardedNotification
 };
 
 /// A client that has registered its callback.
-struct XRegisteredClient
-{
+struct XRegisteredClient {
     LONG id = 0;
     XLXText computer;
     ULONG process = 0;
@@ -40,14 +38,12 @@ struct XRegisteredClient
 };
 
 /// Objects of the server that are alive, and references to them that were not given back.
-struct XServerObjectCount
-{
+struct XServerObjectCount {
     LONG objects = 0;
     LONG references = 0;
 };
 
-class XSampleServer
-{
+class XSampleServer {
 public:
     static std::shared_ptr<XSampleServer> Create(XServerModel model);
     /// Ends as a server does: callbacks are released, no notification comes any more. Objects handed out still

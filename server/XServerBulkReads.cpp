@@ -6,124 +6,98 @@
 #include <algorithm>
 #include <iterator>
 
-namespace
-{
+namespace {
 /// The texts of an array of strings; raises std::invalid_argument for anything else.
-std::vector<XLXText> TextsOf(SAFEARRAY* array)
-{
+std::vector<XLXText> TextsOf(SAFEARRAY* array) {
     VARTYPE type = VT_EMPTY;
     LONG lower = 0;
     LONG upper = -1;
     if (array == nullptr || SafeArrayGetDim(array) != 1 || FAILED(SafeArrayGetVartype(array, &type)) ||
-        type != VT_BSTR || FAILED(SafeArrayGetLBound(array, 1, &lower)) || FAILED(SafeArrayGetUBound(array, 1, &upper)))
-    {
+        type != VT_BSTR || FAILED(SafeArrayGetLBound(array, 1, &lower)) ||
+        FAILED(SafeArrayGetUBound(array, 1, &upper))) {
         throw std::invalid_argument("no array of strings");
     }
     std::vector<XLXText> texts;
-    for (LONG i = lower; i <= upper; ++i)
-    {
+    for (LONG i = lower; i <= upper; ++i) {
         XLXComBSTR text;
-        if (SUCCEEDED(SafeArrayGetElement(array, &i, text.Put())))
-        {
-            texts.emplace_back(text.View());
-        }
+        if (SUCCEEDED(SafeArrayGetElement(array, &i, text.Put()))) { texts.emplace_back(text.View()); }
     }
     return texts;
 }
 
-LONG ModeOf(LONG includeAttributes) noexcept
-{
-    return includeAttributes != 0 ? XTransferMode::Attributes : 0;
-}
+LONG ModeOf(LONG includeAttributes) noexcept { return includeAttributes != 0 ? XTransferMode::Attributes : 0; }
 } // namespace
 
 /// The named types, or all of them when there is no list of names.
-HRESULT XServerConfigFactory::GiveTypes(const std::vector<XLXText>* names, LONG withBases, LONG mode, SAFEARRAY** out)
-{
+HRESULT XServerConfigFactory::GiveTypes(const std::vector<XLXText>* names, LONG withBases, LONG mode, SAFEARRAY** out) {
     XBulkTypes types = Core().Read([&](const XServerModel& model) {
         std::vector<XLXText> all;
-        if (names == nullptr)
-        {
+        if (names == nullptr) {
             std::transform(model.types.begin(), model.types.end(), std::back_inserter(all),
                            [](const auto& entry) { return entry.first; });
         }
         return LXTypesOf(SharedCore(), model, names != nullptr ? *names : all, withBases != 0, mode);
     });
-    if (types.records.empty())
-    {
-        return S_FALSE;
-    }
+    if (types.records.empty()) { return S_FALSE; }
     *out = LXWriteTypes(std::move(types)).Detach();
     return S_OK;
 }
 
-HRESULT XServerConfigFactory::GiveOneType(BSTR name, LONG withBases, LONG mode, SAFEARRAY** out)
-{
+HRESULT XServerConfigFactory::GiveOneType(BSTR name, LONG withBases, LONG mode, SAFEARRAY** out) {
     const std::vector<XLXText> names{XLXText(LXBstrView(name))};
     return GiveTypes(&names, withBases, mode, out);
 }
 
-HRESULT XServerConfigFactory::GiveNamedTypes(SAFEARRAY* names, LONG withBases, LONG mode, SAFEARRAY** out)
-{
+HRESULT XServerConfigFactory::GiveNamedTypes(SAFEARRAY* names, LONG withBases, LONG mode, SAFEARRAY** out) {
     const std::vector<XLXText> texts = TextsOf(names);
     return GiveTypes(&texts, withBases, mode, out);
 }
 
-HRESULT XServerConfigFactory::GetTypeArray(LONG bIncludeTypeAttributes, SAFEARRAY** psaTypes)
-{
+HRESULT XServerConfigFactory::GetTypeArray(LONG bIncludeTypeAttributes, SAFEARRAY** psaTypes) {
     return Call(
         "GetTypeArray", [&] { return GiveTypes(nullptr, 1, ModeOf(bIncludeTypeAttributes), psaTypes); }, psaTypes);
 }
 
 HRESULT XServerConfigFactory::GetTypeArrayByTypeName(BSTR bstrTypename, LONG bIncludeBases, LONG bIncludeTypeAttributes,
-                                                     SAFEARRAY** psaTypes)
-{
+                                                     SAFEARRAY** psaTypes) {
     return Call(
         "GetTypeArrayByTypeName",
         [&] { return GiveOneType(bstrTypename, bIncludeBases, ModeOf(bIncludeTypeAttributes), psaTypes); }, psaTypes);
 }
 
 HRESULT XServerConfigFactory::GetTypeArrayByTypeNameArray(SAFEARRAY* saTypenames, LONG bIncludeBases,
-                                                          LONG bIncludeTypeAttributes, SAFEARRAY** psaTypes)
-{
+                                                          LONG bIncludeTypeAttributes, SAFEARRAY** psaTypes) {
     return Call(
         "GetTypeArrayByTypeNameArray",
         [&] { return GiveNamedTypes(saTypenames, bIncludeBases, ModeOf(bIncludeTypeAttributes), psaTypes); }, psaTypes);
 }
 
-HRESULT XServerConfigFactory::GetTypeArrayEx(LONG lMode, SAFEARRAY** psaTypes)
-{
+HRESULT XServerConfigFactory::GetTypeArrayEx(LONG lMode, SAFEARRAY** psaTypes) {
     return Call<ILXConfigFactoryEx>(
         "GetTypeArrayEx", [&] { return GiveTypes(nullptr, 1, lMode, psaTypes); }, psaTypes);
 }
 
 HRESULT XServerConfigFactory::GetTypeArrayByTypeNameEx(BSTR bstrTypename, LONG bIncludeBases, LONG lMode,
-                                                       SAFEARRAY** psaTypes)
-{
+                                                       SAFEARRAY** psaTypes) {
     return Call<ILXConfigFactoryEx>(
         "GetTypeArrayByTypeNameEx", [&] { return GiveOneType(bstrTypename, bIncludeBases, lMode, psaTypes); },
         psaTypes);
 }
 
 HRESULT XServerConfigFactory::GetTypeArrayByTypeNameArrayEx(SAFEARRAY* saTypenames, LONG bIncludeBases, LONG lMode,
-                                                            SAFEARRAY** psaTypes)
-{
+                                                            SAFEARRAY** psaTypes) {
     return Call<ILXConfigFactoryEx>(
         "GetTypeArrayByTypeNameArrayEx", [&] { return GiveNamedTypes(saTypenames, bIncludeBases, lMode, psaTypes); },
         psaTypes);
 }
 
-HRESULT XServerConfigFactory::GetPCArray(SAFEARRAY** psaRelations)
-{
+HRESULT XServerConfigFactory::GetPCArray(SAFEARRAY** psaRelations) {
     return Call(
         "GetPCArray",
         [&] {
             auto relations =
                 Core().Read([this](const XServerModel& model) { return LXRelationsOf(SharedCore(), model); });
-            if (relations.empty())
-            {
-                return S_FALSE;
-            }
+            if (relations.empty()) { return S_FALSE; }
             *psaRelations = LXWriteRelations(std::move(relations)).Detach();
             return S_OK;
         },

@@ -1,32 +1,25 @@
 // SPDX-License-Identifier: MIT
 #include "XServerComponents.h"
 
-XLXSafeArray LXVariantArray(XLXVariantVector&& values)
-{
+XLXSafeArray LXVariantArray(XLXVariantVector&& values) {
     XLXSafeArray array(SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(values.size())));
     void* data = nullptr;
-    if (!array || FAILED(SafeArrayAccessData(array.Get(), &data)))
-    {
-        throw std::bad_alloc();
-    }
+    if (!array || FAILED(SafeArrayAccessData(array.Get(), &data))) { throw std::bad_alloc(); }
     auto* element = static_cast<VARIANT*>(data);
-    for (XLXComVariant& value : values)
-    {
+    for (XLXComVariant& value : values) {
         value.DetachTo(element++);
     }
     SafeArrayUnaccessData(array.Get());
     return array;
 }
 
-bool LXEqualWithoutCase(XLXTextView left, XLXTextView right) noexcept
-{
+bool LXEqualWithoutCase(XLXTextView left, XLXTextView right) noexcept {
     const auto lower = [](OLECHAR c) { return c >= 'A' && c <= 'Z' ? static_cast<OLECHAR>(c + ('a' - 'A')) : c; };
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                       [lower](OLECHAR a, OLECHAR b) { return lower(a) == lower(b); });
 }
 
-HRESULT XServerGroup::GetChildGroupEnum(ILXGroupEnum** ppEnum)
-{
+HRESULT XServerGroup::GetChildGroupEnum(ILXGroupEnum** ppEnum) {
     return Call(
         "GetChildGroupEnum",
         [&] {
@@ -41,8 +34,7 @@ HRESULT XServerGroup::GetChildGroupEnum(ILXGroupEnum** ppEnum)
         ppEnum);
 }
 
-HRESULT XServerAttribute::AddAttributeType(ILXAttributeType** ppAttributeType)
-{
+HRESULT XServerAttribute::AddAttributeType(ILXAttributeType** ppAttributeType) {
     return Call(
         "AddAttributeType",
         [&] {
@@ -56,8 +48,7 @@ HRESULT XServerAttribute::AddAttributeType(ILXAttributeType** ppAttributeType)
         ppAttributeType);
 }
 
-HRESULT XServerAttribute::RemoveAttributeType(ILXAttributeType* pAttributeType, LONG* plResult)
-{
+HRESULT XServerAttribute::RemoveAttributeType(ILXAttributeType* pAttributeType, LONG* plResult) {
     return Call(
         "RemoveAttributeType",
         [&] {
@@ -70,8 +61,7 @@ HRESULT XServerAttribute::RemoveAttributeType(ILXAttributeType* pAttributeType, 
         plResult);
 }
 
-HRESULT XServerAttribute::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum)
-{
+HRESULT XServerAttribute::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum) {
     return Call(
         "GetAttributeTypeEnum",
         [&] {
@@ -84,8 +74,7 @@ HRESULT XServerAttribute::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum)
         ppEnum);
 }
 
-HRESULT XServerRelation::AddPCInfo(ILXPCInfo** ppPCInfo)
-{
+HRESULT XServerRelation::AddPCInfo(ILXPCInfo** ppPCInfo) {
     return Call(
         "AddPCInfo",
         [&] {
@@ -96,8 +85,7 @@ HRESULT XServerRelation::AddPCInfo(ILXPCInfo** ppPCInfo)
         ppPCInfo);
 }
 
-HRESULT XServerRelation::RemovePCInfo(ILXPCInfo* pPCInfo, LONG* plResult)
-{
+HRESULT XServerRelation::RemovePCInfo(ILXPCInfo* pPCInfo, LONG* plResult) {
     return Call(
         "RemovePCInfo",
         [&] {
@@ -110,8 +98,7 @@ HRESULT XServerRelation::RemovePCInfo(ILXPCInfo* pPCInfo, LONG* plResult)
         plResult);
 }
 
-HRESULT XServerRelation::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
-{
+HRESULT XServerRelation::GetPCInfoEnum(ILXPCInfoEnum** ppEnum) {
     return Call(
         "GetPCInfoEnum",
         [&] {
@@ -123,8 +110,7 @@ HRESULT XServerRelation::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
         ppEnum);
 }
 
-HRESULT XServerRelation::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo)
-{
+HRESULT XServerRelation::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) {
     return Call(
         "GetPCInfo",
         [&] {
@@ -135,10 +121,7 @@ HRESULT XServerRelation::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo)
                         return LXEqualWithoutCase(info.Text(XProperty::PCInfoBrowser), wanted);
                     });
             });
-            if (found.empty())
-            {
-                return S_FALSE;
-            }
+            if (found.empty()) { return S_FALSE; }
             found.back().CopyTo(ppPCInfo); // of two for one browser the later one counts
             return S_OK;
         },

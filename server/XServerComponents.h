@@ -9,14 +9,12 @@
 
 /// The format operations, for every element that has formats.
 template <class I, class T>
-class XServerFormatted : public XServerConfigObject<I, T>
-{
+class XServerFormatted : public XServerConfigObject<I, T> {
 public:
     using XServerConfigObject<I, T>::XServerConfigObject;
 
 protected:
-    HRESULT Create(int formatType, ILXFormat** out)
-    {
+    HRESULT Create(int formatType, ILXFormat** out) {
         return this->Call(
             "CreateFormat",
             [&] {
@@ -31,8 +29,7 @@ protected:
             out);
     }
 
-    HRESULT Find(int formatType, ILXFormat** out)
-    {
+    HRESULT Find(int formatType, ILXFormat** out) {
         return this->Call(
             "GetFormat",
             [&] {
@@ -41,18 +38,14 @@ protected:
                     const auto found = formats.find(formatType);
                     return found != formats.end() ? found->second.Share() : nullptr;
                 });
-                if (format == nullptr)
-                {
-                    return S_FALSE;
-                }
+                if (format == nullptr) { return S_FALSE; }
                 *out = LXMake<XServerFormat>(this->SharedCore(), std::move(format)).Detach();
                 return S_OK;
             },
             out);
     }
 
-    HRESULT Delete(int formatType)
-    {
+    HRESULT Delete(int formatType) {
         return this->Call("DeleteFormat", [&] {
             const bool deleted = this->Core().Change(
                 [&](XServerModel&) { return this->SharedElement()->formats.erase(formatType) != 0; });
@@ -61,12 +54,10 @@ protected:
     }
 };
 
-class XServerGroup final : public XServerFormatted<ILXGroup, XModelGroup>
-{
+class XServerGroup final : public XServerFormatted<ILXGroup, XModelGroup> {
 public:
     XServerGroup(XServerCorePtr core, std::shared_ptr<XModelGroup> group, std::shared_ptr<XModelType> owner)
-        : XServerFormatted(std::move(core), std::move(group)), m_owner(std::move(owner))
-    {}
+        : XServerFormatted(std::move(core), std::move(group)), m_owner(std::move(owner)) {}
 
     STDMETHODIMP dummy() override { return Refuse("dummy"); }
     STDMETHODIMP GetChildGroupEnum(ILXGroupEnum** ppEnum) override;
@@ -78,8 +69,7 @@ private:
     const std::shared_ptr<XModelType> m_owner;
 };
 
-class XServerAttribute final : public XServerFormatted<ILXAttribute, XModelAttribute>
-{
+class XServerAttribute final : public XServerFormatted<ILXAttribute, XModelAttribute> {
 public:
     using XServerFormatted::XServerFormatted;
 
@@ -91,8 +81,7 @@ public:
     STDMETHODIMP DeleteFormat(int iFormatType) override { return Delete(iFormatType); }
 };
 
-class XServerGlobalSpec final : public XServerFormatted<ILXGlobalAttributeFormatSpec, XModelGlobalSpec>
-{
+class XServerGlobalSpec final : public XServerFormatted<ILXGlobalAttributeFormatSpec, XModelGlobalSpec> {
 public:
     using XServerFormatted::XServerFormatted;
 
@@ -101,8 +90,7 @@ public:
     STDMETHODIMP DeleteFormat(int iFormatType) override { return Delete(iFormatType); }
 };
 
-class XServerRelation final : public XServerConfigObject<ILXParentChild, XModelRelation>
-{
+class XServerRelation final : public XServerConfigObject<ILXParentChild, XModelRelation> {
 public:
     using XServerConfigObject::XServerConfigObject;
 

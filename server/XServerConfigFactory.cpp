@@ -3,39 +3,25 @@
 
 #include "XServerType.h"
 
-namespace
-{
+namespace {
 /// A name that no element has yet: the prefix and a number.
 template <class F>
-XLXText FreeName(const char* prefix, F&& isTaken)
-{
-    for (int number = 1;; ++number)
-    {
-        if (XLXText name = LXFromUtf8(prefix + std::to_string(number)); !isTaken(name))
-        {
-            return name;
-        }
+XLXText FreeName(const char* prefix, F&& isTaken) {
+    for (int number = 1;; ++number) {
+        if (XLXText name = LXFromUtf8(prefix + std::to_string(number)); !isTaken(name)) { return name; }
     }
 }
 } // namespace
 
-XServerConfigFactory::~XServerConfigFactory()
-{
-    Core().Forget(&Core().factoryKey, this);
-}
+XServerConfigFactory::~XServerConfigFactory() { Core().Forget(&Core().factoryKey, this); }
 
-void* XServerConfigFactory::Face(REFIID iid) noexcept
-{
+void* XServerConfigFactory::Face(REFIID iid) noexcept {
     const bool isCallback = iid == LXIid<ILXCallbackUpdate>() || iid == LXIid<ILXCallback>();
-    if (isCallback)
-    {
-        return Core().acceptsForwarded ? static_cast<ILXCallbackUpdate*>(this) : nullptr;
-    }
+    if (isCallback) { return Core().acceptsForwarded ? static_cast<ILXCallbackUpdate*>(this) : nullptr; }
     return iid == LXIid<ILXConfigFactoryEx>() && Core().refusesBulkReads ? nullptr : XServerObject::Face(iid);
 }
 
-HRESULT XServerConfigFactory::AddType(ILXType** ppType)
-{
+HRESULT XServerConfigFactory::AddType(ILXType** ppType) {
     return Call(
         "AddType",
         [&] {
@@ -50,8 +36,7 @@ HRESULT XServerConfigFactory::AddType(ILXType** ppType)
         ppType);
 }
 
-HRESULT XServerConfigFactory::RemoveType(ILXType* pType, LONG* plResult)
-{
+HRESULT XServerConfigFactory::RemoveType(ILXType* pType, LONG* plResult) {
     return Call(
         "RemoveType",
         [&] {
@@ -64,17 +49,14 @@ HRESULT XServerConfigFactory::RemoveType(ILXType* pType, LONG* plResult)
         plResult);
 }
 
-HRESULT XServerConfigFactory::ListTypes(std::string_view method, bool searchableOnly, ILXTypeEnum** out)
-{
+HRESULT XServerConfigFactory::ListTypes(std::string_view method, bool searchableOnly, ILXTypeEnum** out) {
     return Call(
         method,
         [&] {
             auto types = Core().Read([&](const XServerModel& model) {
                 std::vector<XLXComPtr<ILXType>> listed;
-                for (const auto& [name, type] : model.types)
-                {
-                    if (type->listed && (!searchableOnly || type->Value(XProperty::Searchable).AsBool()))
-                    {
+                for (const auto& [name, type] : model.types) {
+                    if (type->listed && (!searchableOnly || type->Value(XProperty::Searchable).AsBool())) {
                         listed.push_back(LXMake<XServerType>(SharedCore(), type.Share()));
                     }
                 }
@@ -85,18 +67,15 @@ HRESULT XServerConfigFactory::ListTypes(std::string_view method, bool searchable
         out);
 }
 
-HRESULT XServerConfigFactory::GetTypeEnum(BSTR, ILXTypeEnum** ppEnum)
-{
+HRESULT XServerConfigFactory::GetTypeEnum(BSTR, ILXTypeEnum** ppEnum) {
     return ListTypes("GetTypeEnum", false, ppEnum);
 }
 
-HRESULT XServerConfigFactory::GetSearchableTypeEnum(ILXTypeEnum** ppEnum)
-{
+HRESULT XServerConfigFactory::GetSearchableTypeEnum(ILXTypeEnum** ppEnum) {
     return ListTypes("GetSearchableTypeEnum", true, ppEnum);
 }
 
-HRESULT XServerConfigFactory::GetType(BSTR bstrTypename, BSTR, ILXType** ppType)
-{
+HRESULT XServerConfigFactory::GetType(BSTR bstrTypename, BSTR, ILXType** ppType) {
     return Call(
         "GetType",
         [&] {
@@ -104,18 +83,14 @@ HRESULT XServerConfigFactory::GetType(BSTR bstrTypename, BSTR, ILXType** ppType)
                 const auto* const found = model.FindType(LXBstrView(bstrTypename));
                 return found != nullptr ? found->Share() : nullptr;
             });
-            if (type == nullptr)
-            {
-                return S_FALSE;
-            }
+            if (type == nullptr) { return S_FALSE; }
             *ppType = LXMake<XServerType>(SharedCore(), std::move(type)).Detach();
             return S_OK;
         },
         ppType);
 }
 
-HRESULT XServerConfigFactory::AddParentChild(ILXParentChild** ppParentChild)
-{
+HRESULT XServerConfigFactory::AddParentChild(ILXParentChild** ppParentChild) {
     return Call(
         "AddParentChild",
         [&] {
@@ -126,8 +101,7 @@ HRESULT XServerConfigFactory::AddParentChild(ILXParentChild** ppParentChild)
         ppParentChild);
 }
 
-HRESULT XServerConfigFactory::RemoveParentChild(ILXParentChild* pParentChild, LONG* plResult)
-{
+HRESULT XServerConfigFactory::RemoveParentChild(ILXParentChild* pParentChild, LONG* plResult) {
     return Call(
         "RemoveParentChild",
         [&] {
@@ -138,8 +112,7 @@ HRESULT XServerConfigFactory::RemoveParentChild(ILXParentChild* pParentChild, LO
         plResult);
 }
 
-HRESULT XServerConfigFactory::GetParentChildEnum(BSTR bstrTypename, BSTR, ILXParentChildEnum** ppEnum)
-{
+HRESULT XServerConfigFactory::GetParentChildEnum(BSTR bstrTypename, BSTR, ILXParentChildEnum** ppEnum) {
     return Call(
         "GetParentChildEnum",
         [&] {
@@ -155,8 +128,7 @@ HRESULT XServerConfigFactory::GetParentChildEnum(BSTR bstrTypename, BSTR, ILXPar
         ppEnum);
 }
 
-HRESULT XServerConfigFactory::AddBrowserId(BSTR bstrBrowserId, ILXBrowserId** ppBrowserId)
-{
+HRESULT XServerConfigFactory::AddBrowserId(BSTR bstrBrowserId, ILXBrowserId** ppBrowserId) {
     return Call(
         "AddBrowserId",
         [&] {
@@ -170,8 +142,7 @@ HRESULT XServerConfigFactory::AddBrowserId(BSTR bstrBrowserId, ILXBrowserId** pp
         ppBrowserId);
 }
 
-HRESULT XServerConfigFactory::RemoveBrowserId(ILXBrowserId* pBrowserId, LONG* plResult)
-{
+HRESULT XServerConfigFactory::RemoveBrowserId(ILXBrowserId* pBrowserId, LONG* plResult) {
     return Call(
         "RemoveBrowserId",
         [&] {
@@ -182,8 +153,7 @@ HRESULT XServerConfigFactory::RemoveBrowserId(ILXBrowserId* pBrowserId, LONG* pl
         plResult);
 }
 
-HRESULT XServerConfigFactory::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum)
-{
+HRESULT XServerConfigFactory::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) {
     return Call(
         "GetBrowserIdEnum",
         [&] {
@@ -195,8 +165,7 @@ HRESULT XServerConfigFactory::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum)
         ppEnum);
 }
 
-HRESULT XServerConfigFactory::GetVersion(BSTR* pbstrVersion)
-{
+HRESULT XServerConfigFactory::GetVersion(BSTR* pbstrVersion) {
     return Call(
         "GetVersion",
         [&] {
@@ -206,16 +175,14 @@ HRESULT XServerConfigFactory::GetVersion(BSTR* pbstrVersion)
         pbstrVersion);
 }
 
-HRESULT XServerConfigFactory::SetVersion(BSTR bstrVersion)
-{
+HRESULT XServerConfigFactory::SetVersion(BSTR bstrVersion) {
     return Call("SetVersion", [&] {
         Core().Change([&](XServerModel& model) { model.version = LXBstrView(bstrVersion); });
         return S_OK;
     });
 }
 
-HRESULT XServerConfigFactory::CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec** ppSpec)
-{
+HRESULT XServerConfigFactory::CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec** ppSpec) {
     return Call(
         "CreateGlobalAttributeFormatSpec",
         [&] {
@@ -230,8 +197,7 @@ HRESULT XServerConfigFactory::CreateGlobalAttributeFormatSpec(ILXGlobalAttribute
         ppSpec);
 }
 
-HRESULT XServerConfigFactory::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum)
-{
+HRESULT XServerConfigFactory::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum) {
     return Call(
         "GetAllGlobalAttributeFormatSpecs",
         [&] {
@@ -244,8 +210,8 @@ HRESULT XServerConfigFactory::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttribut
         ppEnum);
 }
 
-HRESULT XServerConfigFactory::RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec)
-{
+HRESULT
+XServerConfigFactory::RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec) {
     return Call("RemoveGlobalAttributeFormatSpec", [&] {
         const void* const element = LXElementOf(piGlobalAttributeFormatSpec);
         const bool removed = Core().Change([&](XServerModel& model) { return LXRemove(model.specs, element); });
@@ -253,8 +219,7 @@ HRESULT XServerConfigFactory::RemoveGlobalAttributeFormatSpec(ILXGlobalAttribute
     });
 }
 
-HRESULT XServerConfigFactory::RemoveGlobalAttributeFormatSpecByID(BSTR bstrAttributeProperyID)
-{
+HRESULT XServerConfigFactory::RemoveGlobalAttributeFormatSpecByID(BSTR bstrAttributeProperyID) {
     return Call("RemoveGlobalAttributeFormatSpecByID", [&] {
         const bool removed = Core().Change([&](XServerModel& model) {
             const auto* const found = model.FindGlobalSpec(LXBstrView(bstrAttributeProperyID));
@@ -264,37 +229,31 @@ HRESULT XServerConfigFactory::RemoveGlobalAttributeFormatSpecByID(BSTR bstrAttri
     });
 }
 
-HRESULT XServerConfigFactory::NotifyServerTermination()
-{
+HRESULT XServerConfigFactory::NotifyServerTermination() {
     return Call("NotifyServerTermination", [&] {
         ++Core().terminations;
         return S_OK;
     });
 }
 
-HRESULT XServerConfigFactory::CheckCallbackValid()
-{
+HRESULT XServerConfigFactory::CheckCallbackValid() {
     return Call<ILXCallbackUpdate>("CheckCallbackValid", [] { return S_OK; });
 }
 
-HRESULT XServerConfigFactory::ServerIsTerminating()
-{
+HRESULT XServerConfigFactory::ServerIsTerminating() {
     return Call<ILXCallbackUpdate>("ServerIsTerminating", [] { return S_OK; });
 }
 
-HRESULT XServerConfigFactory::SetCallbackId(LONG)
-{
+HRESULT XServerConfigFactory::SetCallbackId(LONG) {
     return Call<ILXCallbackUpdate>("SetCallbackId", [] { return S_OK; });
 }
 
-HRESULT XServerConfigFactory::GetClientInfo(tagLXClientInfo*)
-{
+HRESULT XServerConfigFactory::GetClientInfo(tagLXClientInfo*) {
     return Call<ILXCallbackUpdate>("GetClientInfo", [] { return E_NOTIMPL; });
 }
 
 HRESULT XServerConfigFactory::DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
-                                                ULONG ulNotificationId, ULONG, tagLXUpdateInfo*)
-{
+                                                ULONG ulNotificationId, ULONG, tagLXUpdateInfo*) {
     return Call<ILXCallbackUpdate>("DataObjectChanged", [&] {
         Core().Notifier().Forwarded(
             {XLXText(LXBstrView(bstrDataID)), XLXText(LXBstrView(bstrDataTyp)), ulNotificationType, ulNotificationId});

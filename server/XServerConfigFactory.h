@@ -7,8 +7,7 @@
 
 #include "XBulkData.h"
 
-class XServerConfigFactory final : public XServerObject<ILXConfigFactory, ILXConfigFactoryEx, ILXCallbackUpdate>
-{
+class XServerConfigFactory final : public XServerObject<ILXConfigFactory, ILXConfigFactoryEx, ILXCallbackUpdate> {
 public:
     explicit XServerConfigFactory(XServerCorePtr core) noexcept : XServerObject(std::move(core)) {}
     ~XServerConfigFactory() override;

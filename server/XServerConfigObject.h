@@ -11,26 +11,22 @@
 XLXSafeArray LXVariantArray(XLXVariantVector&& values);
 
 template <class I, class T>
-class XServerConfigObject : public XServerObject<I, IXServerElement>
-{
+class XServerConfigObject : public XServerObject<I, IXServerElement> {
 public:
     using ElementPtr = std::shared_ptr<T>;
 
     XServerConfigObject(XServerCorePtr core, ElementPtr element) noexcept
-        : XServerObject<I, IXServerElement>(std::move(core)), m_element(std::move(element))
-    {}
+        : XServerObject<I, IXServerElement>(std::move(core)), m_element(std::move(element)) {}
 
     const void* Element() const noexcept override { return m_element.get(); }
 
-    STDMETHODIMP Get(BSTR bstrKey, VARIANT* pvarValue) override
-    {
+    STDMETHODIMP Get(BSTR bstrKey, VARIANT* pvarValue) override {
         return this->Call(
             "Get", [&] { return ReadValue(XPropertyTable::Of(Kind()).FindConfigName(LXBstrView(bstrKey)), pvarValue); },
             pvarValue);
     }
 
-    STDMETHODIMP Set(BSTR bstrKey, VARIANT varValue) override
-    {
+    STDMETHODIMP Set(BSTR bstrKey, VARIANT varValue) override {
         return this->Call("Set", [&] {
             return WriteValue(XPropertyTable::Of(Kind()).FindConfigName(LXBstrView(bstrKey)), varValue);
         });
@@ -39,19 +35,16 @@ public:
     STDMETHODIMP Gets(SAFEARRAY*, SAFEARRAY** psaValues) override { return this->Refuse("Gets", psaValues); }
     STDMETHODIMP Sets(SAFEARRAY*, SAFEARRAY** psaResults) override { return this->Refuse("Sets", psaResults); }
 
-    STDMETHODIMP GetProperty(int iLXCF_Member, VARIANT* pvarValue) override
-    {
+    STDMETHODIMP GetProperty(int iLXCF_Member, VARIANT* pvarValue) override {
         return this->Call(
             "GetProperty", [&] { return ReadValue(iLXCF_Member, pvarValue); }, pvarValue);
     }
 
-    STDMETHODIMP SetProperty(int iLXCF_Member, VARIANT varValue) override
-    {
+    STDMETHODIMP SetProperty(int iLXCF_Member, VARIANT varValue) override {
         return this->Call("SetProperty", [&] { return WriteValue(iLXCF_Member, varValue); });
     }
 
-    STDMETHODIMP GetProperties(SAFEARRAY** psaValues) override
-    {
+    STDMETHODIMP GetProperties(SAFEARRAY** psaValues) override {
         return this->Call(
             "GetProperties",
             [&] {
@@ -63,16 +56,14 @@ public:
             psaValues);
     }
 
-    STDMETHODIMP SetProperties(SAFEARRAY*, SAFEARRAY** psaResults) override
-    {
+    STDMETHODIMP SetProperties(SAFEARRAY*, SAFEARRAY** psaResults) override {
         return this->Refuse("SetProperties", psaResults);
     }
 
 protected:
     const ElementPtr& SharedElement() const noexcept { return m_element; }
 
-    void* Face(REFIID iid) noexcept override
-    {
+    void* Face(REFIID iid) noexcept override {
         return iid == LXIid<ILXConfigObject>() ? static_cast<ILXConfigObject*>(this)
                                                : XServerObject<I, IXServerElement>::Face(iid);
     }
@@ -80,14 +71,12 @@ protected:
 private:
     XElementKind Kind() const noexcept { return m_element->properties.Kind(); } // never changes
 
-    HRESULT ReadValue(int index, VARIANT* out)
-    {
+    HRESULT ReadValue(int index, VARIANT* out) {
         this->Core().Read([&](const XServerModel&) { return m_element->Value(index).ToVariant(); }).DetachTo(out);
         return V_VT(out) == VT_EMPTY ? S_FALSE : S_OK;
     }
 
-    HRESULT WriteValue(int index, const VARIANT& value)
-    {
+    HRESULT WriteValue(int index, const VARIANT& value) {
         this->Core().Change([&](XServerModel&) { m_element->properties.Set(index, XModelValue::FromVariant(value)); });
         return S_OK;
     }
@@ -97,8 +86,7 @@ private:
 
 /// The objects whose interface adds nothing but a placeholder.
 template <class I, class T>
-class XServerPlainObject final : public XServerConfigObject<I, T>
-{
+class XServerPlainObject final : public XServerConfigObject<I, T> {
 public:
     using XServerConfigObject<I, T>::XServerConfigObject;
     STDMETHODIMP dummy() override { return this->Refuse("dummy"); }
@@ -114,23 +102,17 @@ using XServerAttributeType = XServerPlainObject<ILXAttributeType, XModelAttribut
 /// An object for each element of a list that a test takes, in the list's order.
 template <class Object, class I, class T, class F, class... Owner>
 std::vector<XLXComPtr<I>> LXCollect(const XServerCorePtr& core, const XModelList<T>& list, F&& takes,
-                                    const Owner&... owner)
-{
+                                    const Owner&... owner) {
     std::vector<XLXComPtr<I>> objects;
-    for (const XModelRef<T>& element : list)
-    {
-        if (takes(*element))
-        {
-            objects.push_back(LXMake<Object>(core, element.Share(), owner...));
-        }
+    for (const XModelRef<T>& element : list) {
+        if (takes(*element)) { objects.push_back(LXMake<Object>(core, element.Share(), owner...)); }
     }
     return objects;
 }
 
 /// Removes the element behind a client's object from a list; false when it is not in it.
 template <class T>
-bool LXRemove(XModelList<T>& list, const void* element)
-{
+bool LXRemove(XModelList<T>& list, const void* element) {
     return std::erase_if(list, [element](const XModelRef<T>& e) { return &*e == element; }) != 0;
 }
 

@@ -18,22 +18,19 @@
 class XServerCore;
 using XServerCorePtr = std::shared_ptr<XServerCore>;
 
-class XServerCore : public std::enable_shared_from_this<XServerCore>
-{
+class XServerCore : public std::enable_shared_from_this<XServerCore> {
 public:
     explicit XServerCore(XServerModel model) : m_model(std::move(model)) {}
 
     /// Reads the model. What the function returns must not refer to the model, except by shared elements.
     template <class F>
-    auto Read(F&& read) const
-    {
+    auto Read(F&& read) const {
         const std::shared_lock lock(m_modelMutex);
         return read(m_model);
     }
 
     template <class F>
-    auto Change(F&& change)
-    {
+    auto Change(F&& change) {
         const std::unique_lock lock(m_modelMutex);
         return change(m_model);
     }
@@ -44,13 +41,10 @@ public:
     /// The object that stands for a key, made when there is none that lives. The key is an address in the model, or
     /// one of the server's.
     template <class T, class F>
-    XLXComPtr<T> ObjectFor(const void* key, F&& make)
-    {
+    XLXComPtr<T> ObjectFor(const void* key, F&& make) {
         const std::lock_guard lock(m_tableMutex);
-        if (const auto found = m_objects.find(key); found != m_objects.end())
-        {
-            if (auto* const object = static_cast<T*>(found->second); object->AddRefIfAlive())
-            {
+        if (const auto found = m_objects.find(key); found != m_objects.end()) {
+            if (auto* const object = static_cast<T*>(found->second); object->AddRefIfAlive()) {
                 return LXAttach(object);
             }
         }
@@ -60,11 +54,9 @@ public:
     }
 
     /// Called by such an object when it goes.
-    void Forget(const void* key, const void* object)
-    {
+    void Forget(const void* key, const void* object) {
         const std::lock_guard lock(m_tableMutex);
-        if (const auto found = m_objects.find(key); found != m_objects.end() && found->second == object)
-        {
+        if (const auto found = m_objects.find(key); found != m_objects.end() && found->second == object) {
             m_objects.erase(found);
         }
     }

@@ -10,14 +10,12 @@
 
 /// A data object; a relationship object answers ILXRelation too. There is one object for each element of the model,
 /// as long as somebody holds it, so that objects can be compared.
-class XServerDataObject final : public XDataObjectRefusals<ILXRelation>
-{
+class XServerDataObject final : public XDataObjectRefusals<ILXRelation> {
 public:
     using Elements = std::vector<std::shared_ptr<XModelDataObject>>;
 
     XServerDataObject(XServerCorePtr core, std::shared_ptr<XModelDataObject> object) noexcept
-        : XDataObjectRefusals(std::move(core)), m_object(std::move(object))
-    {}
+        : XDataObjectRefusals(std::move(core)), m_object(std::move(object)) {}
     ~XServerDataObject() override { Core().Forget(m_object.get(), this); }
 
     /// The object for an element of the model.
@@ -53,8 +51,7 @@ private:
 };
 
 /// A query; for one thread at a time.
-class XServerQuery final : public XQueryRefusals<>
-{
+class XServerQuery final : public XQueryRefusals<> {
 public:
     using XQueryRefusals::XQueryRefusals;
     explicit XServerQuery(XServerCorePtr core) noexcept : XQueryRefusals(std::move(core)) {}
@@ -74,27 +71,23 @@ private:
 };
 
 /// The notification service. There is one for each server, as long as somebody holds it.
-class XServerDataUpdate final : public XServerObject<ILXDataUpdate>
-{
+class XServerDataUpdate final : public XServerObject<ILXDataUpdate> {
 public:
     explicit XServerDataUpdate(XServerCorePtr core) noexcept : XServerObject(std::move(core)) {}
     ~XServerDataUpdate() override { Core().Forget(&Core().dataUpdateKey, this); }
 
     STDMETHODIMP UnregisterCallback(LONG lClientId) override;
-    STDMETHODIMP EnableAdvicesDataObject(LONG, BSTR, BSTR, LONG, ULONG) override
-    {
+    STDMETHODIMP EnableAdvicesDataObject(LONG, BSTR, BSTR, LONG, ULONG) override {
         return Refuse("EnableAdvicesDataObject");
     }
-    STDMETHODIMP EnableAdvicesDataObjects(LONG, ULONG, tagLXNotifications*) override
-    {
+    STDMETHODIMP EnableAdvicesDataObjects(LONG, ULONG, tagLXNotifications*) override {
         return Refuse("EnableAdvicesDataObjects");
     }
     STDMETHODIMP EnableAdvicesDataType(LONG lClientId, BSTR bstrDataType, LONG bEnable,
                                        ULONG ulAdvicesDesired) override;
     STDMETHODIMP DataObjectChanged(LONG lClientId, BSTR bstrDataID, BSTR bstrDataType, ULONG ulChangeType,
                                    ULONG ulCount, tagLXUpdateInfo* pUpdateInfo) override;
-    STDMETHODIMP DataObjectsChanged(LONG, ULONG, tagLXDataUpdateChanges*) override
-    {
+    STDMETHODIMP DataObjectsChanged(LONG, ULONG, tagLXDataUpdateChanges*) override {
         return Refuse("DataObjectsChanged");
     }
     STDMETHODIMP RegisterCallback(BSTR bstrComputerName, ULONG ulProcessID, ILXCallbackUpdate* piDataUpdateCallback,

@@ -7,19 +7,16 @@
 using namespace LXEdits;
 
 XNotification XServerEdits::Change(const std::function<void(XServerModel&)>& change, const XText& dataId,
-                                   XNotify notify)
-{
+                                   XNotify notify) {
     m_core->Change(change);
     return dataId.Get().empty() ? XNotification() : m_core->Notifier().Send(dataId, "cfc_specific", 0, notify);
 }
 
-XNotification XServerEdits::AddType(const XText& name, const XText& base, XNotify notify)
-{
+XNotification XServerEdits::AddType(const XText& name, const XText& base, XNotify notify) {
     return Change([&](XServerModel& m) { m.AddType(name, base); }, Objects(name, 0, ModeTypes), notify);
 }
 
-XNotification XServerEdits::RemoveType(const XText& name, XNotify notify)
-{
+XNotification XServerEdits::RemoveType(const XText& name, XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             TypeOf(m, name);
@@ -28,8 +25,7 @@ XNotification XServerEdits::RemoveType(const XText& name, XNotify notify)
         Objects(name, 0, ModeTypes), notify);
 }
 
-XNotification XServerEdits::SetTypeProperty(const XText& type, int index, const XModelValue& value, XNotify notify)
-{
+XNotification XServerEdits::SetTypeProperty(const XText& type, int index, const XModelValue& value, XNotify notify) {
     const bool isBase = index == XProperty::BaseTypeName; // the links between the types change
     const XNotification sent =
         Change([&](XServerModel& m) { SetBut(TypeOf(m, type), {XProperty::TypeName}, index, value); },
@@ -39,41 +35,35 @@ XNotification XServerEdits::SetTypeProperty(const XText& type, int index, const 
                : Change([](XServerModel&) {}, DataId("searchable", type, index, ModeTypes), notify);
 }
 
-XNotification XServerEdits::SetTypeListed(const XText& type, bool listed, XNotify notify)
-{
+XNotification XServerEdits::SetTypeListed(const XText& type, bool listed, XNotify notify) {
     return Change([&](XServerModel& m) { TypeOf(m, type).listed = listed; }, Objects(type, 0, ModeTypes), notify);
 }
 
-XNotification XServerEdits::AddAttribute(const XText& type, const XText& name, int group, XNotify notify)
-{
+XNotification XServerEdits::AddAttribute(const XText& type, const XText& name, int group, XNotify notify) {
     return Change([&](XServerModel& m) { TypeOf(m, type).AddAttribute(name, group); }, Objects(type, 0, ModeAttributes),
                   notify);
 }
 
-XNotification XServerEdits::RemoveAttribute(const XText& type, const XText& name, XNotify notify)
-{
+XNotification XServerEdits::RemoveAttribute(const XText& type, const XText& name, XNotify notify) {
     return Change([&](XServerModel& m) { RemoveFrom(TypeOf(m, type).attributes, AttributeOf(m, type, name)); },
                   Objects(type, 0, ModeAttributes), notify);
 }
 
 XNotification XServerEdits::SetAttributeProperty(const XText& type, const XText& name, int index,
-                                                 const XModelValue& value, XNotify notify)
-{
+                                                 const XModelValue& value, XNotify notify) {
     return Change(
         [&](XServerModel& m) { SetBut(AttributeOf(m, type, name), {XProperty::AttributeName}, index, value); },
         Properties(type, index, ModeAttributes), notify);
 }
 
 XNotification XServerEdits::AddAttributeType(const XText& type, const XText& attribute, const XText& name,
-                                             XNotify notify)
-{
+                                             XNotify notify) {
     return Change([&](XServerModel& m) { AttributeOf(m, type, attribute).AddType(name); },
                   Objects(type, 0, ModeAttributeTypes), notify);
 }
 
 XNotification XServerEdits::RemoveAttributeType(const XText& type, const XText& attribute, const XText& name,
-                                                XNotify notify)
-{
+                                                XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             auto& types = AttributeOf(m, type, attribute).types;
@@ -83,8 +73,7 @@ XNotification XServerEdits::RemoveAttributeType(const XText& type, const XText& 
 }
 
 XNotification XServerEdits::SetAttributeTypeProperty(const XText& type, const XText& attribute, const XText& name,
-                                                     int index, const XModelValue& value, XNotify notify)
-{
+                                                     int index, const XModelValue& value, XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             auto& types = AttributeOf(m, type, attribute).types;
@@ -93,32 +82,27 @@ XNotification XServerEdits::SetAttributeTypeProperty(const XText& type, const XT
         Properties(type, index, ModeAttributeTypes), notify);
 }
 
-XNotification XServerEdits::AddGroup(const XText& type, int number, int page, int parentGroup, XNotify notify)
-{
+XNotification XServerEdits::AddGroup(const XText& type, int number, int page, int parentGroup, XNotify notify) {
     return Change([&](XServerModel& m) { TypeOf(m, type).AddGroup(number, page, parentGroup); },
                   Objects(type, number, ModeGroups), notify);
 }
 
-XNotification XServerEdits::RemoveGroup(const XText& type, int number, XNotify notify)
-{
+XNotification XServerEdits::RemoveGroup(const XText& type, int number, XNotify notify) {
     return Change([&](XServerModel& m) { RemoveFrom(TypeOf(m, type).groups, GroupOf(m, type, number)); },
                   Objects(type, number, ModeGroups), notify);
 }
 
 XNotification XServerEdits::SetGroupProperty(const XText& type, int number, int index, const XModelValue& value,
-                                             XNotify notify)
-{
+                                             XNotify notify) {
     return Change([&](XServerModel& m) { SetBut(GroupOf(m, type, number), {XProperty::GroupNumber}, index, value); },
                   Properties(type, number, ModeGroups), notify);
 }
 
-XNotification XServerEdits::AddPage(const XText& type, int number, XNotify notify)
-{
+XNotification XServerEdits::AddPage(const XText& type, int number, XNotify notify) {
     return Change([&](XServerModel& m) { TypeOf(m, type).AddPage(number); }, Objects(type, number, ModePages), notify);
 }
 
-XNotification XServerEdits::RemovePage(const XText& type, int number, XNotify notify)
-{
+XNotification XServerEdits::RemovePage(const XText& type, int number, XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             XModelType& owner = TypeOf(m, type);
@@ -128,8 +112,7 @@ XNotification XServerEdits::RemovePage(const XText& type, int number, XNotify no
 }
 
 XNotification XServerEdits::SetPageProperty(const XText& type, int number, int index, const XModelValue& value,
-                                            XNotify notify)
-{
+                                            XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             SetBut(Known(TypeOf(m, type).FindPage(number), "page"), {XProperty::PageNumber}, index, value);
@@ -138,14 +121,12 @@ XNotification XServerEdits::SetPageProperty(const XText& type, int number, int i
 }
 
 XNotification XServerEdits::AddEditor(const XText& type, const XText& progId, const XText& browserId, bool isDefault,
-                                      bool isDefaultNew, XNotify notify)
-{
+                                      bool isDefaultNew, XNotify notify) {
     return Change([&](XServerModel& m) { TypeOf(m, type).AddEditor(progId, browserId, isDefault, isDefaultNew); },
                   Objects(type, 0, ModeEditors), notify);
 }
 
-XNotification XServerEdits::RemoveEditor(const XText& type, const XText& progId, XNotify notify)
-{
+XNotification XServerEdits::RemoveEditor(const XText& type, const XText& progId, XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             XModelType& owner = TypeOf(m, type);
@@ -155,8 +136,7 @@ XNotification XServerEdits::RemoveEditor(const XText& type, const XText& progId,
 }
 
 XNotification XServerEdits::SetEditorProperty(const XText& type, const XText& progId, int index,
-                                              const XModelValue& value, XNotify notify)
-{
+                                              const XModelValue& value, XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             SetBut(Known(TypeOf(m, type).FindEditor(progId.Get()), "editor"), {XProperty::ProgId}, index, value);

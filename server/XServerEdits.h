@@ -17,23 +17,20 @@
 class XServerCore;
 
 /// Whether, and on which thread, the notification of an edit is sent.
-enum class XNotify
-{
+enum class XNotify {
     No,
     Here,    ///< on the calling thread, before the edit returns
     OnThread ///< on the server's notifier thread; XSampleServer::FlushNotifications waits for it
 };
 
 /// What became of a notification. For OnThread only the id is known when the edit returns.
-struct XNotification
-{
+struct XNotification {
     ULONG id = 0;          ///< 0 when none was sent
     int clients = 0;       ///< how many clients it was sent to
     HRESULT result = S_OK; ///< the first answer other than S_OK
 };
 
-class XServerEdits
-{
+class XServerEdits {
 public:
     explicit XServerEdits(std::shared_ptr<XServerCore> core) noexcept : m_core(std::move(core)) {}
 

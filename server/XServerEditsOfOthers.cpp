@@ -6,22 +6,19 @@
 using namespace LXEdits;
 
 XNotification XServerEdits::AddAttributeFormat(const XText& type, const XText& attribute, int formatType,
-                                               XNotify notify)
-{
+                                               XNotify notify) {
     return Change([&](XServerModel& m) { AttributeOf(m, type, attribute).AddFormat(formatType); },
                   Objects(type, formatType, ModeAttributeFormats), notify);
 }
 
 XNotification XServerEdits::RemoveAttributeFormat(const XText& type, const XText& attribute, int formatType,
-                                                  XNotify notify)
-{
+                                                  XNotify notify) {
     return Change([&](XServerModel& m) { RemoveFormat(AttributeOf(m, type, attribute).formats, formatType); },
                   Objects(type, formatType, ModeAttributeFormats), notify);
 }
 
 XNotification XServerEdits::SetAttributeFormatProperty(const XText& type, const XText& attribute, int formatType,
-                                                       int index, const XModelValue& value, XNotify notify)
-{
+                                                       int index, const XModelValue& value, XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             SetBut(FormatOf(AttributeOf(m, type, attribute).formats, formatType), {XProperty::DataType}, index, value);
@@ -29,40 +26,34 @@ XNotification XServerEdits::SetAttributeFormatProperty(const XText& type, const 
         Properties(type, formatType, ModeAttributeFormats), notify);
 }
 
-XNotification XServerEdits::AddGroupFormat(const XText& type, int number, XNotify notify)
-{
+XNotification XServerEdits::AddGroupFormat(const XText& type, int number, XNotify notify) {
     return Change([&](XServerModel& m) { GroupOf(m, type, number).formats.try_emplace(0); },
                   Objects(type, number, ModeGroupFormats), notify);
 }
 
-XNotification XServerEdits::RemoveGroupFormat(const XText& type, int number, XNotify notify)
-{
+XNotification XServerEdits::RemoveGroupFormat(const XText& type, int number, XNotify notify) {
     return Change([&](XServerModel& m) { RemoveFormat(GroupOf(m, type, number).formats, 0); },
                   Objects(type, number, ModeGroupFormats), notify);
 }
 
 XNotification XServerEdits::SetGroupFormatProperty(const XText& type, int number, int index, const XModelValue& value,
-                                                   XNotify notify)
-{
+                                                   XNotify notify) {
     return Change([&](XServerModel& m) { SetBut(FormatOf(GroupOf(m, type, number).formats, 0), {}, index, value); },
                   Properties(type, number, ModeGroupFormats), notify);
 }
 
-XNotification XServerEdits::AddGlobalSpecFormat(const XText& propertyId, int formatType, XNotify notify)
-{
+XNotification XServerEdits::AddGlobalSpecFormat(const XText& propertyId, int formatType, XNotify notify) {
     return Change([&](XServerModel& m) { SpecOf(m, propertyId).AddFormat(formatType); },
                   Objects(propertyId, formatType, ModeGlobalSpecs), notify);
 }
 
-XNotification XServerEdits::RemoveGlobalSpecFormat(const XText& propertyId, int formatType, XNotify notify)
-{
+XNotification XServerEdits::RemoveGlobalSpecFormat(const XText& propertyId, int formatType, XNotify notify) {
     return Change([&](XServerModel& m) { RemoveFormat(SpecOf(m, propertyId).formats, formatType); },
                   Objects(propertyId, formatType, ModeGlobalSpecs), notify);
 }
 
 XNotification XServerEdits::SetGlobalSpecFormatProperty(const XText& propertyId, int formatType, int index,
-                                                        const XModelValue& value, XNotify notify)
-{
+                                                        const XModelValue& value, XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             SetBut(FormatOf(SpecOf(m, propertyId).formats, formatType), {XProperty::DataType}, index, value);
@@ -70,39 +61,34 @@ XNotification XServerEdits::SetGlobalSpecFormatProperty(const XText& propertyId,
         Properties(propertyId, formatType, ModeGlobalSpecs), notify);
 }
 
-XNotification XServerEdits::AddGlobalSpec(const XText& propertyId, XNotify notify)
-{
+XNotification XServerEdits::AddGlobalSpec(const XText& propertyId, XNotify notify) {
     return Change([&](XServerModel& m) { m.AddGlobalSpec(propertyId); }, Objects(propertyId, 0, ModeGlobalSpecs),
                   notify);
 }
 
-XNotification XServerEdits::RemoveGlobalSpec(const XText& propertyId, XNotify notify)
-{
+XNotification XServerEdits::RemoveGlobalSpec(const XText& propertyId, XNotify notify) {
     return Change([&](XServerModel& m) { RemoveFrom(m.specs, SpecOf(m, propertyId)); },
                   Objects(propertyId, 0, ModeGlobalSpecs), notify);
 }
 
 XNotification XServerEdits::SetGlobalSpecProperty(const XText& propertyId, int index, const XModelValue& value,
-                                                  XNotify notify)
-{
+                                                  XNotify notify) {
     return Change([&](XServerModel& m) { SetBut(SpecOf(m, propertyId), {XProperty::AttributeName}, index, value); },
                   Properties(propertyId, index, ModeGlobalSpecs), notify);
 }
 
-XNotification XServerEdits::AddBrowserId(const XText& name, XNotify notify)
-{
+XNotification XServerEdits::AddBrowserId(const XText& name, XNotify notify) {
     return Change([&](XServerModel& m) { m.AddBrowserId(name); }, Objects(name, 0, ModeBrowserIds), notify);
 }
 
-XNotification XServerEdits::RemoveBrowserId(const XText& name, XNotify notify)
-{
+XNotification XServerEdits::RemoveBrowserId(const XText& name, XNotify notify) {
     return Change(
         [&](XServerModel& m) { RemoveFrom(m.browserIds, *ElementOf(m.browserIds, XProperty::BrowserIdName, name)); },
         Objects(name, 0, ModeBrowserIds), notify);
 }
 
-XNotification XServerEdits::SetBrowserIdProperty(const XText& name, int index, const XModelValue& value, XNotify notify)
-{
+XNotification XServerEdits::SetBrowserIdProperty(const XText& name, int index, const XModelValue& value,
+                                                 XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             SetBut(*ElementOf(m.browserIds, XProperty::BrowserIdName, name), {XProperty::BrowserIdName}, index, value);
@@ -111,22 +97,19 @@ XNotification XServerEdits::SetBrowserIdProperty(const XText& name, int index, c
 }
 
 XNotification XServerEdits::AddRelation(const XText& parent, const XText& child, const XText& childList,
-                                        int pprRelationType, bool systemInternal, XNotify notify)
-{
+                                        int pprRelationType, bool systemInternal, XNotify notify) {
     return Change([&](XServerModel& m) { m.AddRelation(parent, child, childList, pprRelationType, systemInternal); },
                   Relations(parent), notify);
 }
 
 XNotification XServerEdits::RemoveRelation(const XText& parent, const XText& child, const XText& childList,
-                                           XNotify notify)
-{
+                                           XNotify notify) {
     return Change([&](XServerModel& m) { RemoveFrom(m.relations, RelationOf(m, parent, child, childList)); },
                   Relations(parent), notify);
 }
 
 XNotification XServerEdits::SetRelationProperty(const XText& parent, const XText& child, const XText& childList,
-                                                int index, const XModelValue& value, XNotify notify)
-{
+                                                int index, const XModelValue& value, XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             SetBut(RelationOf(m, parent, child, childList),
@@ -136,15 +119,13 @@ XNotification XServerEdits::SetRelationProperty(const XText& parent, const XText
 }
 
 XNotification XServerEdits::AddPCInfo(const XText& parent, const XText& child, const XText& childList,
-                                      const XText& browserId, bool isNew, XNotify notify)
-{
+                                      const XText& browserId, bool isNew, XNotify notify) {
     return Change([&](XServerModel& m) { RelationOf(m, parent, child, childList).AddPCInfo(browserId, isNew); },
                   Relations(parent), notify);
 }
 
 XNotification XServerEdits::RemovePCInfo(const XText& parent, const XText& child, const XText& childList,
-                                         const XText& browserId, XNotify notify)
-{
+                                         const XText& browserId, XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             auto& infos = RelationOf(m, parent, child, childList).infos;
@@ -155,8 +136,7 @@ XNotification XServerEdits::RemovePCInfo(const XText& parent, const XText& child
 
 XNotification XServerEdits::SetPCInfoProperty(const XText& parent, const XText& child, const XText& childList,
                                               const XText& browserId, int index, const XModelValue& value,
-                                              XNotify notify)
-{
+                                              XNotify notify) {
     return Change(
         [&](XServerModel& m) {
             auto& infos = RelationOf(m, parent, child, childList).infos;

@@ -18,15 +18,13 @@
 /// An element in the model. It is copied with the model; the server's objects may share it, so that an element that
 /// was removed lives on for those who still hold it.
 template <class T>
-class XModelRef
-{
+class XModelRef {
 public:
     XModelRef() : m_element(std::make_shared<T>()) {}
     explicit XModelRef(T element) : m_element(std::make_shared<T>(std::move(element))) {}
     XModelRef(const XModelRef& other) : m_element(std::make_shared<T>(*other.m_element)) {}
     XModelRef(XModelRef&&) noexcept = default;
-    XModelRef& operator=(XModelRef other) noexcept
-    {
+    XModelRef& operator=(XModelRef other) noexcept {
         m_element.swap(other.m_element);
         return *this;
     }
@@ -50,8 +48,7 @@ using XModelList = std::vector<XModelRef<T>>;
 
 /// Common to all elements: property values by index.
 template <XElementKind kind>
-struct XModelElement
-{
+struct XModelElement {
     XModelProperties properties{kind};
 
     const XModelValue& Value(int index) const { return properties.Get(index); }
@@ -59,28 +56,20 @@ struct XModelElement
     std::int32_t Number(int index) const { return properties.Get(index).AsLong(); }
 };
 
-struct XModelFormat : XModelElement<XElementKind::Format>
-{};
-struct XModelPage : XModelElement<XElementKind::Page>
-{};
-struct XModelEditor : XModelElement<XElementKind::Editor>
-{};
-struct XModelBrowserId : XModelElement<XElementKind::BrowserId>
-{};
-struct XModelPCInfo : XModelElement<XElementKind::PCInfo>
-{};
-struct XModelAttributeType : XModelElement<XElementKind::AttributeType>
-{};
+struct XModelFormat : XModelElement<XElementKind::Format> {};
+struct XModelPage : XModelElement<XElementKind::Page> {};
+struct XModelEditor : XModelElement<XElementKind::Editor> {};
+struct XModelBrowserId : XModelElement<XElementKind::BrowserId> {};
+struct XModelPCInfo : XModelElement<XElementKind::PCInfo> {};
+struct XModelAttributeType : XModelElement<XElementKind::AttributeType> {};
 
 using XModelFormats = std::map<int, XModelRef<XModelFormat>>; ///< by format type
 
-struct XModelGroup : XModelElement<XElementKind::Group>
-{
+struct XModelGroup : XModelElement<XElementKind::Group> {
     XModelFormats formats; ///< a group has at most one, under 0
 };
 
-struct XModelAttribute : XModelElement<XElementKind::Attribute>
-{
+struct XModelAttribute : XModelElement<XElementKind::Attribute> {
     XModelList<XModelAttributeType> types;
     XModelFormats formats;
 
@@ -88,22 +77,19 @@ struct XModelAttribute : XModelElement<XElementKind::Attribute>
     XModelFormat& AddFormat(int formatType);
 };
 
-struct XModelGlobalSpec : XModelElement<XElementKind::GlobalSpec>
-{
+struct XModelGlobalSpec : XModelElement<XElementKind::GlobalSpec> {
     XModelFormats formats;
 
     XModelFormat& AddFormat(int formatType);
 };
 
-struct XModelRelation : XModelElement<XElementKind::Relation>
-{
+struct XModelRelation : XModelElement<XElementKind::Relation> {
     XModelList<XModelPCInfo> infos;
 
     XModelPCInfo& AddPCInfo(const XText& browserId, bool isNew = false);
 };
 
-struct XModelType : XModelElement<XElementKind::Type>
-{
+struct XModelType : XModelElement<XElementKind::Type> {
     bool listed = true; ///< named by the type enumerations
     XModelList<XModelPage> pages;
     XModelList<XModelGroup> groups;
@@ -125,14 +111,12 @@ struct XModelType : XModelElement<XElementKind::Type>
 };
 
 /// The two ends of a relationship object, by object id.
-struct XModelEnds
-{
+struct XModelEnds {
     XLXText first;
     XLXText second;
 };
 
-struct XModelDataObject
-{
+struct XModelDataObject {
     XLXText id;
     XLXText table;
     XLXText typeName;
@@ -141,8 +125,7 @@ struct XModelDataObject
     std::optional<XModelEnds> ends;                   ///< of a relationship object
 };
 
-struct XServerModel
-{
+struct XServerModel {
     XLXText version = OLESTR("1");
     std::map<XLXText, XModelRef<XModelType>> types;
     XModelList<XModelBrowserId> browserIds;
@@ -184,8 +167,7 @@ void LXWriteModel(const XServerModel& model, const std::string& path);
 XServerModel LXSmallModel();
 
 /// What a generated model looks like.
-struct XGeneratorOptions
-{
+struct XGeneratorOptions {
     int types = 500;
     int attributesPerType = 20; ///< own ones, on average
     int depth = 5;              ///< levels of inheritance

@@ -6,30 +6,24 @@
 #include <algorithm>
 #include <stdexcept>
 
-namespace
-{
+namespace {
 constexpr ULONG AdvicesOfChanges = 0x100;
 constexpr std::chrono::seconds LimitOfEnd{5}; // for clients that are still in a call at the end
 
-HRESULT Notify(ILXCallbackUpdate& callback, const XLXText& dataId, const XLXText& dataType, ULONG id)
-{
+HRESULT Notify(ILXCallbackUpdate& callback, const XLXText& dataId, const XLXText& dataType, ULONG id) {
     return callback.DataObjectChanged(XLXComBSTR(dataId).Get(), XLXComBSTR(dataType).Get(), AdvicesOfChanges, id, 0,
                                       nullptr);
 }
 } // namespace
 
-XNotification XServerNotifier::Send(const XText& dataId, const XText& dataType, ULONG id, XNotify notify, LONG leaveOut)
-{
-    if (notify == XNotify::No)
-    {
-        return {};
-    }
+XNotification XServerNotifier::Send(const XText& dataId, const XText& dataType, ULONG id, XNotify notify,
+                                    LONG leaveOut) {
+    if (notify == XNotify::No) { return {}; }
     ForgetClientsThatAreGone();
     std::unique_lock lock(m_mutex);
     m_lastId = id != 0 ? id : m_lastId + 1;
     Job job{dataId, dataType, m_lastId, leaveOut};
-    if (m_wait)
-    {
+    if (m_wait) {
         // Under the lock, so that each client gets the notifications in the order of their ids.
         Answers answers = PostToEach(Receivers(job), [job](ILXCallbackUpdate& callback) {
             return Notify(callback, job.dataId, job.dataType, job.id);
@@ -37,13 +31,11 @@ XNotification XServerNotifier::Send(const XText& dataId, const XText& dataType, 
         lock.unlock();
         return notify == XNotify::Here ? Await(job.id, std::move(answers)) : XNotification{job.id, 0, S_OK};
     }
-    if (notify == XNotify::Here)
-    {
+    if (notify == XNotify::Here) {
         lock.unlock();
         return Deliver(job);
     }
-    if (!m_thread.joinable() && !m_end)
-    {
+    if (!m_thread.joinable() && !m_end) {
         m_thread = std::thread([this] { RunThread(); });
     }
     m_queue.push_back(std::move(job));
@@ -52,26 +44,21 @@ XNotification XServerNotifier::Send(const XText& dataId, const XText& dataType, 
 }
 
 /// Who asked for that data type; called under the lock.
-std::vector<XServerNotifier::Client> XServerNotifier::Receivers(const Job& job) const
-{
+std::vector<XServerNotifier::Client> XServerNotifier::Receivers(const Job& job) const {
     std::vector<Client> receivers;
-    for (const auto& [id, client] : m_clients)
-    {
+    for (const auto& [id, client] : m_clients) {
         const auto& types = client.facts.dataTypes;
-        if (id != job.leaveOut && std::find(types.begin(), types.end(), job.dataType) != types.end())
-        {
+        if (id != job.leaveOut && std::find(types.begin(), types.end(), job.dataType) != types.end()) {
             receivers.push_back(client);
         }
     }
     return receivers;
 }
 
-std::vector<XServerNotifier::Client> XServerNotifier::AllClients() const
-{
+std::vector<XServerNotifier::Client> XServerNotifier::AllClients() const {
     std::vector<Client> clients;
     const std::lock_guard lock(m_mutex);
-    for (const auto& [id, client] : m_clients)
-    {
+    for (const auto& [id, client] : m_clients) {
         clients.push_back(client);
     }
     return clients;
@@ -79,33 +66,22 @@ std::vector<XServerNotifier::Client> XServerNotifier::AllClients() const
 
 /// Gives a call to every client's thread. The answers are those of the clients that are worth waiting for.
 XServerNotifier::Answers XServerNotifier::PostToEach(const std::vector<Client>& clients,
-                                                     const XClientQueue::Call& call) const
-{
+                                                     const XClientQueue::Call& call) const {
     Answers answers;
-    for (const Client& client : clients)
-    {
+    for (const Client& client : clients) {
         const bool wait = client.queue->IsReady();
         XClientQueue::Answer answer = client.queue->Post(call);
-        if (wait)
-        {
-            answers.push_back(std::move(answer));
-        }
+        if (wait) { answers.push_back(std::move(answer)); }
     }
     return answers;
 }
 
-XNotification XServerNotifier::Await(ULONG id, Answers answers) const
-{
+XNotification XServerNotifier::Await(ULONG id, Answers answers) const {
     XNotification sent{id, 0, S_OK};
     const auto until = std::chrono::steady_clock::now() + *m_wait;
-    for (XClientQueue::Answer& answer : answers)
-    {
-        if (answer.wait_until(until) != std::future_status::ready)
-        {
-            continue;
-        }
-        if (const std::optional<HRESULT> result = answer.get())
-        {
+    for (XClientQueue::Answer& answer : answers) {
+        if (answer.wait_until(until) != std::future_status::ready) { continue; }
+        if (const std::optional<HRESULT> result = answer.get()) {
             ++sent.clients;
             sent.result = sent.result == S_OK ? *result : sent.result;
         }
@@ -113,38 +89,25 @@ XNotification XServerNotifier::Await(ULONG id, Answers answers) const
     return sent;
 }
 
-XNotification XServerNotifier::Deliver(const Job& job)
-{
+XNotification XServerNotifier::Deliver(const Job& job) {
     std::unique_lock lock(m_mutex);
     const std::vector<Client> receivers = Receivers(job);
     lock.unlock();
     XNotification sent{job.id, 0, S_OK};
-    for (const Client& client : receivers)
-    {
+    for (const Client& client : receivers) {
         const HRESULT result = Notify(*client.callback, job.dataId, job.dataType, job.id);
         ++sent.clients;
-        if (sent.result == S_OK)
-        {
-            sent.result = result;
-        }
-        if (LXIsGone(result))
-        {
-            Unregister(client.facts.id);
-        }
+        if (sent.result == S_OK) { sent.result = result; }
+        if (LXIsGone(result)) { Unregister(client.facts.id); }
     }
     return sent;
 }
 
-void XServerNotifier::RunThread()
-{
+void XServerNotifier::RunThread() {
     std::unique_lock lock(m_mutex);
-    for (;;)
-    {
+    for (;;) {
         m_changed.wait(lock, [this] { return m_end || !m_queue.empty(); });
-        if (m_end)
-        {
-            return;
-        }
+        if (m_end) { return; }
         const Job job = std::move(m_queue.front());
         m_queue.pop_front();
         m_busy = true;
@@ -156,55 +119,39 @@ void XServerNotifier::RunThread()
     }
 }
 
-void XServerNotifier::Flush(std::chrono::milliseconds limit)
-{
+void XServerNotifier::Flush(std::chrono::milliseconds limit) {
     const auto until = std::chrono::steady_clock::now() + limit;
     std::unique_lock lock(m_mutex);
     bool idle = m_changed.wait_until(lock, until, [this] { return m_queue.empty() && !m_busy; });
     lock.unlock();
-    for (const Client& client : AllClients())
-    {
+    for (const Client& client : AllClients()) {
         idle = (client.queue == nullptr || client.queue->WaitUntilIdle(until)) && idle;
     }
-    if (!idle)
-    {
-        throw std::runtime_error("the notifier thread makes no end");
-    }
+    if (!idle) { throw std::runtime_error("the notifier thread makes no end"); }
 }
 
-ULONG XServerNotifier::LastId() const
-{
+ULONG XServerNotifier::LastId() const {
     const std::lock_guard lock(m_mutex);
     return m_lastId;
 }
 
-void XServerNotifier::AnnounceTermination()
-{
+void XServerNotifier::AnnounceTermination() {
     const std::vector<Client> clients = AllClients();
-    if (m_wait)
-    {
+    if (m_wait) {
         Await(0, PostToEach(clients, [](ILXCallbackUpdate& callback) { return callback.ServerIsTerminating(); }));
         return;
     }
-    for (const Client& client : clients)
-    {
+    for (const Client& client : clients) {
         client.callback->ServerIsTerminating();
     }
 }
 
-void XServerNotifier::CheckClients()
-{
+void XServerNotifier::CheckClients() {
     const auto check = [](ILXCallbackUpdate& callback) { return callback.CheckCallbackValid(); };
-    for (const Client& client : AllClients())
-    {
-        if (client.queue == nullptr)
-        {
-            if (LXIsGone(check(*client.callback)))
-            {
-                Unregister(client.facts.id);
-            }
-        }
-        else if (client.queue->WaitUntilIdle({})) // no second question before the first is answered
+    for (const Client& client : AllClients()) {
+        if (client.queue == nullptr) {
+            if (LXIsGone(check(*client.callback))) { Unregister(client.facts.id); }
+        } else if (client.queue->WaitUntilIdle({})) // no second question before the first is answered
         {
             client.queue->Post(check);
         }
@@ -212,25 +159,18 @@ void XServerNotifier::CheckClients()
     ForgetClientsThatAreGone();
 }
 
-void XServerNotifier::ForgetClientsThatAreGone()
-{
-    for (const Client& client : AllClients())
-    {
-        if (client.queue != nullptr && client.queue->IsGone())
-        {
-            Unregister(client.facts.id);
-        }
+void XServerNotifier::ForgetClientsThatAreGone() {
+    for (const Client& client : AllClients()) {
+        if (client.queue != nullptr && client.queue->IsGone()) { Unregister(client.facts.id); }
     }
 }
 
-void XServerNotifier::CallEachClientOnItsOwnThread(std::chrono::milliseconds wait)
-{
+void XServerNotifier::CallEachClientOnItsOwnThread(std::chrono::milliseconds wait) {
     const std::lock_guard lock(m_mutex);
     m_wait = wait;
 }
 
-void XServerNotifier::Shutdown()
-{
+void XServerNotifier::Shutdown() {
     std::map<LONG, Client> clients; // released with no lock held
     std::vector<std::shared_ptr<XClientQueue>> queues;
     {
@@ -241,37 +181,27 @@ void XServerNotifier::Shutdown()
         m_ended.swap(queues);
         m_changed.notify_all();
     }
-    if (m_thread.joinable())
-    {
-        m_thread.join();
-    }
-    for (const auto& [id, client] : clients)
-    {
-        if (client.queue != nullptr)
-        {
+    if (m_thread.joinable()) { m_thread.join(); }
+    for (const auto& [id, client] : clients) {
+        if (client.queue != nullptr) {
             client.queue->End();
             queues.push_back(client.queue);
         }
     }
     const auto until = std::chrono::steady_clock::now() + LimitOfEnd;
-    for (const auto& queue : queues)
-    {
+    for (const auto& queue : queues) {
         queue->WaitUntilEnded(until); // a client that never answers is left in its call
     }
 }
 
-LONG XServerNotifier::Register(XLXTextView computer, ULONG process, ILXCallbackUpdate* callback)
-{
+LONG XServerNotifier::Register(XLXTextView computer, ULONG process, ILXCallbackUpdate* callback) {
     Client client;
     client.facts.computer = computer;
     client.facts.process = process;
     const std::lock_guard lock(m_mutex);
-    if (m_wait)
-    {
+    if (m_wait) {
         client.queue = XClientQueue::Create(callback);
-    }
-    else
-    {
+    } else {
         client.callback = callback;
     }
     client.facts.id = ++m_lastClient;
@@ -279,72 +209,50 @@ LONG XServerNotifier::Register(XLXTextView computer, ULONG process, ILXCallbackU
     return m_lastClient;
 }
 
-bool XServerNotifier::Unregister(LONG client)
-{
+bool XServerNotifier::Unregister(LONG client) {
     Client removed; // released with no lock held
     {
         const std::lock_guard lock(m_mutex);
         const auto found = m_clients.find(client);
-        if (found == m_clients.end())
-        {
-            return false;
-        }
+        if (found == m_clients.end()) { return false; }
         std::swap(removed, found->second);
         m_clients.erase(found);
         std::erase_if(m_ended, [](const auto& queue) { return queue->WaitUntilEnded({}); });
-        if (removed.queue != nullptr)
-        {
-            m_ended.push_back(removed.queue);
-        }
+        if (removed.queue != nullptr) { m_ended.push_back(removed.queue); }
     }
-    if (removed.queue != nullptr)
-    {
-        removed.queue->End();
-    }
+    if (removed.queue != nullptr) { removed.queue->End(); }
     return true;
 }
 
-bool XServerNotifier::Enable(LONG client, XLXTextView dataType, bool enable, ULONG advices)
-{
+bool XServerNotifier::Enable(LONG client, XLXTextView dataType, bool enable, ULONG advices) {
     const std::lock_guard lock(m_mutex);
     const auto found = m_clients.find(client);
-    if (found == m_clients.end())
-    {
-        return false;
-    }
+    if (found == m_clients.end()) { return false; }
     XRegisteredClient& facts = found->second.facts;
     std::erase(facts.dataTypes, dataType);
     facts.advices.erase(XLXText(dataType));
-    if (enable)
-    {
+    if (enable) {
         facts.dataTypes.emplace_back(dataType);
         facts.advices.emplace(dataType, advices);
     }
     return true;
 }
 
-std::vector<XRegisteredClient> XServerNotifier::Clients() const
-{
+std::vector<XRegisteredClient> XServerNotifier::Clients() const {
     std::vector<XRegisteredClient> clients;
     const std::lock_guard lock(m_mutex);
-    for (const auto& [id, client] : m_clients)
-    {
-        if (client.queue == nullptr || !client.queue->IsGone())
-        {
-            clients.push_back(client.facts);
-        }
+    for (const auto& [id, client] : m_clients) {
+        if (client.queue == nullptr || !client.queue->IsGone()) { clients.push_back(client.facts); }
     }
     return clients;
 }
 
-void XServerNotifier::Forwarded(XForwardedNotification notification)
-{
+void XServerNotifier::Forwarded(XForwardedNotification notification) {
     const std::lock_guard lock(m_mutex);
     m_forwarded.push_back(std::move(notification));
 }
 
-std::vector<XForwardedNotification> XServerNotifier::ForwardedNotifications() const
-{
+std::vector<XForwardedNotification> XServerNotifier::ForwardedNotifications() const {
     const std::lock_guard lock(m_mutex);
     return m_forwarded;
 }

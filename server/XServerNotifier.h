@@ -13,8 +13,7 @@
 #include <deque>
 #include <thread>
 
-class XServerNotifier
-{
+class XServerNotifier {
 public:
     XServerNotifier() = default;
     XServerNotifier(const XServerNotifier&) = delete;
@@ -45,14 +44,12 @@ public:
     std::vector<XForwardedNotification> ForwardedNotifications() const;
 
 private:
-    struct Client
-    {
+    struct Client {
         XRegisteredClient facts;
         XLXComPtr<ILXCallbackUpdate> callback;
         std::shared_ptr<XClientQueue> queue; // of a client that is called on its own thread
     };
-    struct Job
-    {
+    struct Job {
         XLXText dataId;
         XLXText dataType;
         ULONG id;

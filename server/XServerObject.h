@@ -58,26 +58,15 @@ LX_INTERFACE_NAME(IEnumBaseDataObject);
 
 /// Out arguments are emptied before anything else happens.
 template <class T>
-void LXClearOut(T** out) noexcept
-{
+void LXClearOut(T** out) noexcept {
     *out = nullptr;
 }
-inline void LXClearOut(VARIANT* out) noexcept
-{
-    VariantInit(out);
-}
-inline void LXClearOut(LONG* out) noexcept
-{
-    *out = 0;
-}
-inline void LXClearOut(ULONG* out) noexcept
-{
-    *out = 0;
-}
+inline void LXClearOut(VARIANT* out) noexcept { VariantInit(out); }
+inline void LXClearOut(LONG* out) noexcept { *out = 0; }
+inline void LXClearOut(ULONG* out) noexcept { *out = 0; }
 
 /// A private face by which the server finds the element behind an object that a client gives back.
-struct IXServerElement : IUnknown
-{
+struct IXServerElement : IUnknown {
     virtual const void* Element() const noexcept = 0;
 };
 
@@ -85,63 +74,45 @@ inline constexpr IID IID_IXServerElement = {
     0x6a2f1c1d, 0x0d5c, 0x4e0b, {0x9a, 0x41, 0x5b, 0x1f, 0x33, 0x7d, 0x20, 0xc8}};
 
 template <class I>
-const IID& LXServerIid() noexcept
-{
+const IID& LXServerIid() noexcept {
     return LXIid<I>();
 }
 template <>
-inline const IID& LXServerIid<IXServerElement>() noexcept
-{
+inline const IID& LXServerIid<IXServerElement>() noexcept {
     return IID_IXServerElement;
 }
 
 template <class First, class... Others>
-class XServerObject : public First, public Others...
-{
+class XServerObject : public First, public Others... {
 public:
     XServerObject(const XServerObject&) = delete;
     XServerObject& operator=(const XServerObject&) = delete;
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override
-    {
-        if (out == nullptr)
-        {
-            return E_POINTER;
-        }
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
+        if (out == nullptr) { return E_POINTER; }
         *out = Face(iid);
-        if (*out == nullptr)
-        {
-            return E_NOINTERFACE;
-        }
+        if (*out == nullptr) { return E_NOINTERFACE; }
         this->AddRef();
         return S_OK;
     }
 
-    STDMETHODIMP_(ULONG) AddRef() override
-    {
+    STDMETHODIMP_(ULONG) AddRef() override {
         m_core->references.fetch_add(1, std::memory_order_relaxed);
         return m_references.fetch_add(1, std::memory_order_relaxed) + 1;
     }
 
-    STDMETHODIMP_(ULONG) Release() override
-    {
+    STDMETHODIMP_(ULONG) Release() override {
         m_core->references.fetch_sub(1, std::memory_order_relaxed);
         const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-        if (left == 0)
-        {
-            delete this;
-        }
+        if (left == 0) { delete this; }
         return left;
     }
 
     /// A reference, unless the last one is gone already.
-    bool AddRefIfAlive() noexcept
-    {
+    bool AddRefIfAlive() noexcept {
         ULONG count = m_references.load(std::memory_order_relaxed);
-        while (count != 0)
-        {
-            if (m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed))
-            {
+        while (count != 0) {
+            if (m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) {
                 m_core->references.fetch_add(1, std::memory_order_relaxed);
                 return true;
             }
@@ -150,25 +121,19 @@ public:
     }
 
 protected:
-    explicit XServerObject(XServerCorePtr core) noexcept : m_core(std::move(core))
-    {
+    explicit XServerObject(XServerCorePtr core) noexcept : m_core(std::move(core)) {
         ++m_core->liveObjects;
         ++XServerCore::liveObjectsOfAll;
     }
 
-    virtual ~XServerObject()
-    {
+    virtual ~XServerObject() {
         --m_core->liveObjects;
         --XServerCore::liveObjectsOfAll;
     }
 
     /// The face for an interface id, null for one that the object does not have.
-    virtual void* Face(REFIID iid) noexcept
-    {
-        if (iid == IID_IUnknown || iid == LXServerIid<First>())
-        {
-            return static_cast<First*>(this);
-        }
+    virtual void* Face(REFIID iid) noexcept {
+        if (iid == IID_IUnknown || iid == LXServerIid<First>()) { return static_cast<First*>(this); }
         void* face = nullptr;
         ((iid == LXServerIid<Others>() ? void(face = static_cast<Others*>(this)) : void()), ...);
         return face;
@@ -179,61 +144,43 @@ protected:
 
     /// A method of interface I: empties the out arguments, lets the monitor see the call, and does its work.
     template <class I, class F, class... Outs>
-    HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept
-    {
+    HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept {
         const bool valid = ((outs != nullptr) && ... && true);
         (void(outs != nullptr ? LXClearOut(outs) : void()), ...);
         const XInsideServer inside;
-        try
-        {
+        try {
             std::string name(XInterfaceName<I>);
             name.append("::").append(method);
             const XCallMonitor::Entry entry = m_core->Monitor().Enter(name);
             const HRESULT result = entry.result ? *entry.result : valid ? Work(body) : E_POINTER;
             m_core->Monitor().Leave(name, entry.number);
             return result;
-        }
-        catch (...)
-        {
+        } catch (...) {
             return E_OUTOFMEMORY; // the monitor has no memory for the name
         }
     }
 
     /// The same for the first interface.
     template <class F, class... Outs>
-    HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept
-    {
+    HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept {
         return Call<First>(method, std::forward<F>(body), outs...);
     }
 
     /// A method that this server does not offer.
     template <class... Outs>
-    HRESULT Refuse(std::string_view method, Outs*... outs) noexcept
-    {
+    HRESULT Refuse(std::string_view method, Outs*... outs) noexcept {
         return Call<First>(
             method, [] { return E_NOTIMPL; }, outs...);
     }
 
 private:
     template <class F>
-    static HRESULT Work(F&& body) noexcept
-    {
-        try
-        {
+    static HRESULT Work(F&& body) noexcept {
+        try {
             return body();
-        }
-        catch (const std::bad_alloc&)
-        {
-            return E_OUTOFMEMORY;
-        }
-        catch (const std::logic_error&)
-        {
+        } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; } catch (const std::logic_error&) {
             return E_INVALIDARG;
-        }
-        catch (...)
-        {
-            return E_FAIL;
-        }
+        } catch (...) { return E_FAIL; }
     }
 
     const XServerCorePtr m_core;
@@ -241,19 +188,14 @@ private:
 };
 
 template <class T, class... Arguments>
-XLXComPtr<T> LXMake(Arguments&&... arguments)
-{
+XLXComPtr<T> LXMake(Arguments&&... arguments) {
     return XLXComPtr<T>(new T(std::forward<Arguments>(arguments)...));
 }
 
 /// The element behind an object of this server; null for any other object.
-inline const void* LXElementOf(IUnknown* object) noexcept
-{
+inline const void* LXElementOf(IUnknown* object) noexcept {
     XLXComPtr<IXServerElement> face;
-    if (object == nullptr || FAILED(object->QueryInterface(IID_IXServerElement, face.PutVoid())))
-    {
-        return nullptr;
-    }
+    if (object == nullptr || FAILED(object->QueryInterface(IID_IXServerElement, face.PutVoid()))) { return nullptr; }
     return face->Element();
 }
 

@@ -5,35 +5,25 @@
 
 #include "XServerEnum.h"
 
-HRESULT XServerQuery::SetSearchTable(BSTR bstrTable)
-{
+HRESULT XServerQuery::SetSearchTable(BSTR bstrTable) {
     return Call("SetSearchTable", [&] {
         m_table = LXBstrView(bstrTable);
         return S_OK;
     });
 }
 
-HRESULT XServerQuery::SetSearchAttribute(BSTR bstrAttribute, LONG lOperator, VARIANT varCriterion, LONG lCatenation)
-{
+HRESULT XServerQuery::SetSearchAttribute(BSTR bstrAttribute, LONG lOperator, VARIANT varCriterion, LONG lCatenation) {
     return Call("SetSearchAttribute", [&] {
-        if (lOperator != 0 || lCatenation != 0)
-        {
-            return E_NOTIMPL;
-        }
+        if (lOperator != 0 || lCatenation != 0) { return E_NOTIMPL; }
         m_criteria[XLXText(LXBstrView(bstrAttribute))] = XModelValue::FromVariant(varCriterion);
         return S_OK;
     });
 }
 
 /// An object is in its table, and in those of its type and its base types. Without a table nothing is found.
-bool XServerQuery::Fulfils(const XServerModel& model, const XModelDataObject& object) const
-{
-    if (m_table.empty())
-    {
-        return false;
-    }
-    if (object.table != m_table && object.typeName != m_table && !model.Derives(object.typeName, m_table))
-    {
+bool XServerQuery::Fulfils(const XServerModel& model, const XModelDataObject& object) const {
+    if (m_table.empty()) { return false; }
+    if (object.table != m_table && object.typeName != m_table && !model.Derives(object.typeName, m_table)) {
         return false;
     }
     return std::all_of(m_criteria.begin(), m_criteria.end(), [&object](const auto& criterion) {
@@ -42,19 +32,14 @@ bool XServerQuery::Fulfils(const XServerModel& model, const XModelDataObject& ob
     });
 }
 
-HRESULT XServerQuery::GetSearchResult(IEnumBaseDataObject** ppObjects)
-{
+HRESULT XServerQuery::GetSearchResult(IEnumBaseDataObject** ppObjects) {
     return Call(
         "GetSearchResult",
         [&] {
             const auto found = Core().Read([this](const XServerModel& model) {
                 XServerDataObject::Elements elements;
-                for (const auto& [id, object] : model.objects)
-                {
-                    if (Fulfils(model, *object))
-                    {
-                        elements.push_back(object.Share());
-                    }
+                for (const auto& [id, object] : model.objects) {
+                    if (Fulfils(model, *object)) { elements.push_back(object.Share()); }
                 }
                 return elements;
             });
@@ -63,20 +48,15 @@ HRESULT XServerQuery::GetSearchResult(IEnumBaseDataObject** ppObjects)
         ppObjects);
 }
 
-HRESULT XServerQuery::ResetSearch(LONG bOnlyWhereClause)
-{
+HRESULT XServerQuery::ResetSearch(LONG bOnlyWhereClause) {
     return Call("ResetSearch", [&] {
         m_criteria.clear();
-        if (bOnlyWhereClause == 0)
-        {
-            m_table.clear();
-        }
+        if (bOnlyWhereClause == 0) { m_table.clear(); }
         return S_OK;
     });
 }
 
-HRESULT XServerQuery::GetObjectById(BSTR bstrId, ILX_BaseDataObject** ppObject)
-{
+HRESULT XServerQuery::GetObjectById(BSTR bstrId, ILX_BaseDataObject** ppObject) {
     return Call(
         "GetObjectById",
         [&] {
@@ -87,29 +67,23 @@ HRESULT XServerQuery::GetObjectById(BSTR bstrId, ILX_BaseDataObject** ppObject)
 }
 
 HRESULT XServerDataUpdate::RegisterCallback(BSTR bstrComputerName, ULONG ulProcessID,
-                                            ILXCallbackUpdate* piDataUpdateCallback, LONG* plClientId)
-{
+                                            ILXCallbackUpdate* piDataUpdateCallback, LONG* plClientId) {
     return Call(
         "RegisterCallback",
         [&]() -> HRESULT {
-            if (piDataUpdateCallback == nullptr)
-            {
-                return E_POINTER;
-            }
+            if (piDataUpdateCallback == nullptr) { return E_POINTER; }
             *plClientId = Core().Notifier().Register(LXBstrView(bstrComputerName), ulProcessID, piDataUpdateCallback);
             return S_OK;
         },
         plClientId);
 }
 
-HRESULT XServerDataUpdate::UnregisterCallback(LONG lClientId)
-{
+HRESULT XServerDataUpdate::UnregisterCallback(LONG lClientId) {
     return Call("UnregisterCallback", [&] { return Core().Notifier().Unregister(lClientId) ? S_OK : E_INVALIDARG; });
 }
 
 HRESULT XServerDataUpdate::EnableAdvicesDataType(LONG lClientId, BSTR bstrDataType, LONG bEnable,
-                                                 ULONG ulAdvicesDesired)
-{
+                                                 ULONG ulAdvicesDesired) {
     return Call("EnableAdvicesDataType", [&] {
         const bool known =
             Core().Notifier().Enable(lClientId, LXBstrView(bstrDataType), bEnable != 0, ulAdvicesDesired);
@@ -118,23 +92,17 @@ HRESULT XServerDataUpdate::EnableAdvicesDataType(LONG lClientId, BSTR bstrDataTy
 }
 
 HRESULT XServerDataUpdate::DataObjectChanged(LONG lClientId, BSTR bstrDataID, BSTR bstrDataType, ULONG, ULONG,
-                                             tagLXUpdateInfo*)
-{
+                                             tagLXUpdateInfo*) {
     return Call("DataObjectChanged", [&] {
         Core().Notifier().Send(LXBstrView(bstrDataID), LXBstrView(bstrDataType), 0, XNotify::Here, lClientId);
         return S_OK;
     });
 }
 
-HRESULT XServerDataUpdate::IsNotificationRegisteredByClient(LONG lClientId, BSTR, BSTR bstrDataType, ULONG)
-{
+HRESULT XServerDataUpdate::IsNotificationRegisteredByClient(LONG lClientId, BSTR, BSTR bstrDataType, ULONG) {
     return Call("IsNotificationRegisteredByClient", [&] {
-        for (const XRegisteredClient& client : Core().Notifier().Clients())
-        {
-            if (client.id == lClientId && client.advices.contains(XLXText(LXBstrView(bstrDataType))))
-            {
-                return S_OK;
-            }
+        for (const XRegisteredClient& client : Core().Notifier().Clients()) {
+            if (client.id == lClientId && client.advices.contains(XLXText(LXBstrView(bstrDataType)))) { return S_OK; }
         }
         return S_FALSE;
     });

@@ -9,67 +9,44 @@
 #include <initializer_list>
 #include <stdexcept>
 
-namespace
-{
+namespace {
 using XJson = nlohmann::ordered_json;
 
-[[noreturn]] void Refuse(const std::string& what)
-{
-    throw std::invalid_argument(what);
-}
+[[noreturn]] void Refuse(const std::string& what) { throw std::invalid_argument(what); }
 
 /// Reads a text; what the parser and the accessors have against it is the reason of the refusal.
 template <class Read>
-auto Reading(std::string_view json, Read&& read)
-{
-    try
-    {
+auto Reading(std::string_view json, Read&& read) {
+    try {
         return read(XJson::parse(json));
-    }
-    catch (const nlohmann::json::exception& error)
-    {
-        Refuse(error.what());
-    }
+    } catch (const nlohmann::json::exception& error) { Refuse(error.what()); }
 }
 
 /// The arguments of an edit by name.
-class Arguments
-{
+class Arguments {
 public:
     explicit Arguments(const XJson& json) : m_json(json) {}
 
-    std::string Text(const char* name) const
-    {
+    std::string Text(const char* name) const {
         const XJson& value = m_json.at(name);
         return value.is_string() ? value.get<std::string>() : Wrong<std::string>(name, "a text");
     }
-    std::string TextOr(const char* name, const char* otherwise) const
-    {
+    std::string TextOr(const char* name, const char* otherwise) const {
         return m_json.contains(name) ? Text(name) : otherwise;
     }
-    int Number(const char* name, int otherwise = 0) const
-    {
-        if (!m_json.contains(name))
-        {
-            return otherwise;
-        }
+    int Number(const char* name, int otherwise = 0) const {
+        if (!m_json.contains(name)) { return otherwise; }
         const XJson& value = m_json.at(name);
         return IsNumber(value) ? value.get<int>() : Wrong<int>(name, "a whole number");
     }
-    bool Flag(const char* name, bool otherwise = false) const
-    {
-        if (!m_json.contains(name))
-        {
-            return otherwise;
-        }
+    bool Flag(const char* name, bool otherwise = false) const {
+        if (!m_json.contains(name)) { return otherwise; }
         const XJson& value = m_json.at(name);
         return value.is_boolean() ? value.get<bool>() : Wrong<bool>(name, "true or false");
     }
-    XModelValue Value() const
-    {
+    XModelValue Value() const {
         const XJson& value = m_json.at("value");
-        if (value.is_number())
-        {
+        if (value.is_number()) {
             return IsNumber(value) ? XModelValue(value.get<int>()) : XModelValue(value.get<double>());
         }
         return value.is_string()    ? XModelValue(value.get<std::string>())
@@ -79,14 +56,12 @@ public:
     }
 
 private:
-    static bool IsNumber(const XJson& value)
-    {
+    static bool IsNumber(const XJson& value) {
         return value.is_number_integer() && value >= std::numeric_limits<std::int32_t>::min() &&
                value <= std::numeric_limits<std::int32_t>::max();
     }
     template <class T>
-    [[noreturn]] static T Wrong(const char* name, const char* wanted)
-    {
+    [[noreturn]] static T Wrong(const char* name, const char* wanted) {
         Refuse("edit: \"" + std::string(name) + "\" must be " + wanted);
     }
 
@@ -96,16 +71,14 @@ private:
 using A = const Arguments&;
 using E = XServerEdits&;
 
-struct EditText
-{
+struct EditText {
     const char* name;
     std::vector<std::string> arguments; // a "?" at the end: may be left out
     XNotification (*apply)(E edits, A a);
 };
 
 /// Edits by a seed. What is answered is not the outcome of a single one.
-XNotification RandomEdits(E edits, A arguments)
-{
+XNotification RandomEdits(E edits, A arguments) {
     LXRandomEdits(edits, static_cast<unsigned>(arguments.Number("seed")),
                   static_cast<unsigned>(arguments.Number("count")),
                   arguments.Flag("notify", true) ? XNotify::Here : XNotify::No);
@@ -167,50 +140,36 @@ const std::vector<EditText>& Edits()
 }
 // clang-format on
 
-bool MayBeLeftOut(const std::string& argument)
-{
-    return argument.back() == '?';
-}
+bool MayBeLeftOut(const std::string& argument) { return argument.back() == '?'; }
 
-const EditText& EditOf(const XJson& json)
-{
-    if (!json.is_object() || !json.contains("edit") || !json.at("edit").is_string())
-    {
+const EditText& EditOf(const XJson& json) {
+    if (!json.is_object() || !json.contains("edit") || !json.at("edit").is_string()) {
         Refuse(R"(edit: an object with the key "edit" is needed)");
     }
     const auto name = json.at("edit").get<std::string>();
     const auto& edits = Edits();
     const auto found = std::find_if(edits.begin(), edits.end(), [&](const EditText& e) { return e.name == name; });
-    if (found == edits.end())
-    {
-        Refuse("edit: there is no edit \"" + name + "\"");
-    }
+    if (found == edits.end()) { Refuse("edit: there is no edit \"" + name + "\""); }
     return *found;
 }
 
-void CheckArguments(const EditText& edit, const XJson& json)
-{
+void CheckArguments(const EditText& edit, const XJson& json) {
     const auto& arguments = edit.arguments;
-    for (const std::string& argument : arguments)
-    {
-        if (!MayBeLeftOut(argument) && !json.contains(argument))
-        {
+    for (const std::string& argument : arguments) {
+        if (!MayBeLeftOut(argument) && !json.contains(argument)) {
             Refuse(std::string(edit.name) + ": \"" + argument + "\" is missing");
         }
     }
-    for (const auto& item : json.items())
-    {
+    for (const auto& item : json.items()) {
         if (item.key() != "edit" && std::find(arguments.begin(), arguments.end(), item.key()) == arguments.end() &&
-            std::find(arguments.begin(), arguments.end(), item.key() + "?") == arguments.end())
-        {
+            std::find(arguments.begin(), arguments.end(), item.key() + "?") == arguments.end()) {
             Refuse(std::string(edit.name) + ": there is no argument \"" + item.key() + "\"");
         }
     }
 }
 } // namespace
 
-XNotification LXApplyEdit(XServerEdits edits, std::string_view json)
-{
+XNotification LXApplyEdit(XServerEdits edits, std::string_view json) {
     return Reading(json, [&edits](const XJson& parsed) {
         const EditText& edit = EditOf(parsed);
         CheckArguments(edit, parsed);
@@ -218,14 +177,11 @@ XNotification LXApplyEdit(XServerEdits edits, std::string_view json)
     });
 }
 
-std::string LXEditUsage()
-{
+std::string LXEditUsage() {
     std::string usage;
-    for (const EditText& edit : Edits())
-    {
+    for (const EditText& edit : Edits()) {
         usage += edit.name;
-        for (const std::string& argument : edit.arguments)
-        {
+        for (const std::string& argument : edit.arguments) {
             usage += " " + argument;
         }
         usage += '\n';
@@ -233,55 +189,43 @@ std::string LXEditUsage()
     return usage;
 }
 
-std::string LXFormatNotification(const XNotification& sent)
-{
+std::string LXFormatNotification(const XNotification& sent) {
     return XJson({{"id", sent.id}, {"clients", sent.clients}, {"result", sent.result}}).dump();
 }
 
-XNotification LXParseNotification(std::string_view json)
-{
+XNotification LXParseNotification(std::string_view json) {
     return Reading(json, [](const XJson& parsed) {
-        if (parsed.contains("refused"))
-        {
-            Refuse(parsed.at("refused").get<std::string>());
-        }
+        if (parsed.contains("refused")) { Refuse(parsed.at("refused").get<std::string>()); }
         return XNotification{parsed.at("id").get<ULONG>(), parsed.at("clients").get<int>(),
                              parsed.at("result").get<HRESULT>()};
     });
 }
 
-std::string LXFormatRefusal(const std::string& reason)
-{
+std::string LXFormatRefusal(const std::string& reason) {
     return XJson({{"refused", reason}}).dump(-1, ' ', false, XJson::error_handler_t::replace);
 }
 
-std::string LXFormatCounts(const XCallCounts& counts)
-{
+std::string LXFormatCounts(const XCallCounts& counts) {
     XJson json = XJson::object();
-    for (const auto& [name, calls] : counts.byName)
-    {
+    for (const auto& [name, calls] : counts.byName) {
         json[name] = calls;
     }
     return json.dump();
 }
 
-XCallCounts LXParseCounts(std::string_view json)
-{
+XCallCounts LXParseCounts(std::string_view json) {
     return Reading(json, [](const XJson& parsed) {
         XCallCounts counts;
-        for (const auto& item : parsed.items())
-        {
+        for (const auto& item : parsed.items()) {
             counts.byName.emplace(item.key(), item.value().get<unsigned long long>());
         }
         return counts;
     });
 }
 
-std::string LXFormatStatus(const XSampleServer& server)
-{
+std::string LXFormatStatus(const XSampleServer& server) {
     XJson clients = XJson::array();
-    for (const XRegisteredClient& client : server.Clients())
-    {
+    for (const XRegisteredClient& client : server.Clients()) {
         clients.push_back({{"id", client.id}, {"computer", LXToUtf8(client.computer)}, {"process", client.process}});
     }
     const XServerObjectCount live = server.LiveObjects();
@@ -292,13 +236,11 @@ std::string LXFormatStatus(const XSampleServer& server)
         .dump();
 }
 
-XServerStatus LXParseStatus(std::string_view json)
-{
+XServerStatus LXParseStatus(std::string_view json) {
     return Reading(json, [](const XJson& parsed) {
         XServerStatus status;
         status.process = parsed.at("process").get<ULONG>();
-        for (const XJson& client : parsed.at("clients"))
-        {
+        for (const XJson& client : parsed.at("clients")) {
             status.clients.push_back({client.at("id").get<LONG>(), client.at("computer").get<std::string>(),
                                       client.at("process").get<ULONG>()});
         }

@@ -29,10 +29,8 @@ std::string LXFormatCounts(const XCallCounts& counts);
 XCallCounts LXParseCounts(std::string_view json);
 
 /// What a server says of itself.
-struct XServerStatus
-{
-    struct Client
-    {
+struct XServerStatus {
+    struct Client {
         LONG id = 0;
         std::string computer;
         ULONG process = 0;

@@ -5,47 +5,39 @@
 
 #include <limits>
 
-namespace
-{
+namespace {
 /// The elements of a list in the order of a key, as the enumerations list them.
 template <class T, class F>
-XModelList<T> Sorted(const XModelList<T>& list, F&& key)
-{
+XModelList<T> Sorted(const XModelList<T>& list, F&& key) {
     std::vector<std::pair<decltype(key(*list.front())), const XModelRef<T>*>> keyed;
-    for (const XModelRef<T>& element : list)
-    {
+    for (const XModelRef<T>& element : list) {
         keyed.emplace_back(key(*element), &element);
     }
     std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     XModelList<T> sorted;
-    for (const auto& [value, element] : keyed)
-    {
+    for (const auto& [value, element] : keyed) {
         sorted.push_back(XModelRef<T>::Of(element->Share()));
     }
     return sorted;
 }
 
 template <class T>
-XModelList<T> SortedByNumber(const XModelList<T>& list, int index)
-{
+XModelList<T> SortedByNumber(const XModelList<T>& list, int index) {
     return Sorted(list, [index](const T& element) { return element.Number(index); });
 }
 
 template <class T>
-XModelList<T> SortedByText(const XModelList<T>& list, int index)
-{
+XModelList<T> SortedByText(const XModelList<T>& list, int index) {
     return Sorted(list, [index](const T& element) { return LXToUtf8(element.Text(index)); });
 }
 
 /// A key that no element of a list has: a number above all others, or a text made of it.
 template <class T>
-XModelValue NewKey(const XModelList<T>& list, int index)
-{
+XModelValue NewKey(const XModelList<T>& list, int index) {
     const bool isNumber =
         std::holds_alternative<std::int32_t>(XPropertyTable::Of(T().properties.Kind()).Default(index).Get());
     std::int32_t number = isNumber ? 0 : static_cast<std::int32_t>(list.size());
-    for (const XModelRef<T>& element : list)
-    {
+    for (const XModelRef<T>& element : list) {
         number = std::max(number, element->Number(index));
     }
     const std::int32_t next = number + 1;
@@ -54,19 +46,14 @@ XModelValue NewKey(const XModelList<T>& list, int index)
 } // namespace
 
 template <class Object, class I, class T, class... Owner>
-HRESULT XServerType::GiveOne(const XModelRef<T>* element, I** out, const Owner&... owner)
-{
-    if (element == nullptr)
-    {
-        return S_FALSE;
-    }
+HRESULT XServerType::GiveOne(const XModelRef<T>* element, I** out, const Owner&... owner) {
+    if (element == nullptr) { return S_FALSE; }
     *out = LXMake<Object>(SharedCore(), element->Share(), owner...).Detach();
     return S_OK;
 }
 
 template <class Object, class I, class T>
-HRESULT XServerType::Add(std::string_view method, XModelList<T> XModelType::*list, int keyIndex, I** out)
-{
+HRESULT XServerType::Add(std::string_view method, XModelList<T> XModelType::*list, int keyIndex, I** out) {
     return Call(
         method,
         [&] {
@@ -75,12 +62,9 @@ HRESULT XServerType::Add(std::string_view method, XModelList<T> XModelType::*lis
                 const XModelValue key = NewKey(elements, keyIndex);
                 XModelRef<T>& added = elements.emplace_back();
                 added->properties.Set(keyIndex, key);
-                if constexpr (std::is_same_v<Object, XServerGroup>)
-                {
+                if constexpr (std::is_same_v<Object, XServerGroup>) {
                     *out = LXMake<Object>(SharedCore(), added.Share(), SharedElement()).Detach();
-                }
-                else
-                {
+                } else {
                     *out = LXMake<Object>(SharedCore(), added.Share()).Detach();
                 }
             });
@@ -90,8 +74,7 @@ HRESULT XServerType::Add(std::string_view method, XModelList<T> XModelType::*lis
 }
 
 template <class T>
-HRESULT XServerType::Remove(std::string_view method, XModelList<T> XModelType::*list, IUnknown* object, LONG* result)
-{
+HRESULT XServerType::Remove(std::string_view method, XModelList<T> XModelType::*list, IUnknown* object, LONG* result) {
     return Call(
         method,
         [&] {
@@ -104,18 +87,15 @@ HRESULT XServerType::Remove(std::string_view method, XModelList<T> XModelType::*
         result);
 }
 
-HRESULT XServerType::AddPage(ILXPage** ppPage)
-{
+HRESULT XServerType::AddPage(ILXPage** ppPage) {
     return Add<XServerPage>("AddPage", &XModelType::pages, XProperty::PageNumber, ppPage);
 }
 
-HRESULT XServerType::RemovePage(ILXPage* pPage, LONG* plResult)
-{
+HRESULT XServerType::RemovePage(ILXPage* pPage, LONG* plResult) {
     return Remove("RemovePage", &XModelType::pages, pPage, plResult);
 }
 
-HRESULT XServerType::GetPageEnum(ILXPageEnum** ppEnum)
-{
+HRESULT XServerType::GetPageEnum(ILXPageEnum** ppEnum) {
     return Call(
         "GetPageEnum",
         [&] {
@@ -128,8 +108,7 @@ HRESULT XServerType::GetPageEnum(ILXPageEnum** ppEnum)
         ppEnum);
 }
 
-HRESULT XServerType::GetPage(int iPageNumber, ILXPage** ppPage)
-{
+HRESULT XServerType::GetPage(int iPageNumber, ILXPage** ppPage) {
     return Call(
         "GetPage",
         [&] {
@@ -140,19 +119,16 @@ HRESULT XServerType::GetPage(int iPageNumber, ILXPage** ppPage)
         ppPage);
 }
 
-HRESULT XServerType::AddGroup(ILXGroup** ppGroup)
-{
+HRESULT XServerType::AddGroup(ILXGroup** ppGroup) {
     return Add<XServerGroup>("AddGroup", &XModelType::groups, XProperty::GroupNumber, ppGroup);
 }
 
-HRESULT XServerType::RemoveGroup(ILXGroup* pGroup, LONG* plResult)
-{
+HRESULT XServerType::RemoveGroup(ILXGroup* pGroup, LONG* plResult) {
     return Remove("RemoveGroup", &XModelType::groups, pGroup, plResult);
 }
 
 template <class Test>
-HRESULT XServerType::ListGroups(std::string_view method, ILXGroupEnum** out, Test&& takes)
-{
+HRESULT XServerType::ListGroups(std::string_view method, ILXGroupEnum** out, Test&& takes) {
     return Call(
         method,
         [&] {
@@ -166,33 +142,26 @@ HRESULT XServerType::ListGroups(std::string_view method, ILXGroupEnum** out, Tes
         out);
 }
 
-HRESULT XServerType::GetGroupEnum(ILXGroupEnum** ppEnum)
-{
-    return ListGroups("GetGroupEnum", ppEnum, LXTakesAll);
-}
+HRESULT XServerType::GetGroupEnum(ILXGroupEnum** ppEnum) { return ListGroups("GetGroupEnum", ppEnum, LXTakesAll); }
 
-HRESULT XServerType::GetToplevelGroupEnum(ILXGroupEnum** ppEnum)
-{
+HRESULT XServerType::GetToplevelGroupEnum(ILXGroupEnum** ppEnum) {
     return ListGroups("GetToplevelGroupEnum", ppEnum,
                       [](const XModelGroup& group) { return group.Number(XProperty::ParentGroup) == 0; });
 }
 
-HRESULT XServerType::GetPageGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum)
-{
+HRESULT XServerType::GetPageGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum) {
     return ListGroups("GetPageGroupEnum", ppEnum, [iPageNumber](const XModelGroup& group) {
         return group.Number(XProperty::GroupPage) == iPageNumber;
     });
 }
 
-HRESULT XServerType::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum)
-{
+HRESULT XServerType::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum) {
     return ListGroups("GetPageToplevelGroupEnum", ppEnum, [iPageNumber](const XModelGroup& group) {
         return group.Number(XProperty::GroupPage) == iPageNumber && group.Number(XProperty::ParentGroup) == 0;
     });
 }
 
-HRESULT XServerType::GetGroup(int iGroupNumber, ILXGroup** ppGroup)
-{
+HRESULT XServerType::GetGroup(int iGroupNumber, ILXGroup** ppGroup) {
     return Call(
         "GetGroup",
         [&] {
@@ -203,18 +172,15 @@ HRESULT XServerType::GetGroup(int iGroupNumber, ILXGroup** ppGroup)
         ppGroup);
 }
 
-HRESULT XServerType::AddAttribute(ILXAttribute** ppAttribute)
-{
+HRESULT XServerType::AddAttribute(ILXAttribute** ppAttribute) {
     return Add<XServerAttribute>("AddAttribute", &XModelType::attributes, XProperty::AttributeName, ppAttribute);
 }
 
-HRESULT XServerType::RemoveAttribute(ILXAttribute* pAttribute, LONG* plResult)
-{
+HRESULT XServerType::RemoveAttribute(ILXAttribute* pAttribute, LONG* plResult) {
     return Remove("RemoveAttribute", &XModelType::attributes, pAttribute, plResult);
 }
 
-HRESULT XServerType::GetAttributeEnum(ILXAttributeEnum** ppEnum)
-{
+HRESULT XServerType::GetAttributeEnum(ILXAttributeEnum** ppEnum) {
     return Call(
         "GetAttributeEnum",
         [&] {
@@ -228,17 +194,14 @@ HRESULT XServerType::GetAttributeEnum(ILXAttributeEnum** ppEnum)
 }
 
 template <class Test>
-HRESULT XServerType::ListAttributes(std::string_view method, ILXAttributeEnum** out, Test&& takes)
-{
+HRESULT XServerType::ListAttributes(std::string_view method, ILXAttributeEnum** out, Test&& takes) {
     return Call(
         method,
         [&] {
             auto attributes = Core().Read([&](const XServerModel& model) {
                 XAttributes taken;
-                for (const auto* attribute : model.AllAttributes(SharedElement()->Name()))
-                {
-                    if (takes(**attribute))
-                    {
+                for (const auto* attribute : model.AllAttributes(SharedElement()->Name())) {
+                    if (takes(**attribute)) {
                         taken.push_back(LXMake<XServerAttribute>(SharedCore(), attribute->Share()));
                     }
                 }
@@ -249,8 +212,7 @@ HRESULT XServerType::ListAttributes(std::string_view method, ILXAttributeEnum** 
         out);
 }
 
-bool LXShownIn(const XModelAttribute& attribute, LONG mask)
-{
+bool LXShownIn(const XModelAttribute& attribute, LONG mask) {
     const auto is = [&attribute](int index) { return attribute.Value(index).AsBool(); };
     const LONG places = (is(XProperty::ShowInEditor) ? 1 : 0) |
                         (is(XProperty::ShowInFinder) && !is(XProperty::NotInFinder) ? 2 : 0) |
@@ -259,35 +221,30 @@ bool LXShownIn(const XModelAttribute& attribute, LONG mask)
     return mask == 0 || (places & mask) != 0;
 }
 
-HRESULT XServerType::GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum)
-{
+HRESULT XServerType::GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum) {
     return ListAttributes("GetDisplayAttributeEnum", ppEnum,
                           [lMask](const XModelAttribute& attribute) { return LXShownIn(attribute, lMask); });
 }
 
-HRESULT XServerType::GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber, ILXAttributeEnum** ppEnum)
-{
+HRESULT XServerType::GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber, ILXAttributeEnum** ppEnum) {
     return ListAttributes("GetDisplayGroupAttributeEnum", ppEnum, [=](const XModelAttribute& attribute) {
         return LXShownIn(attribute, lMask) && attribute.Number(XProperty::AttributeGroup) == iGroupNumber;
     });
 }
 
-HRESULT XServerType::GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum** ppEnum)
-{
+HRESULT XServerType::GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum** ppEnum) {
     return ListAttributes("GetGroupAttributeEnum", ppEnum, [iGroupNumber](const XModelAttribute& attribute) {
         return attribute.Number(XProperty::AttributeGroup) == iGroupNumber;
     });
 }
 
-HRESULT XServerType::GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttribute)
-{
+HRESULT XServerType::GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttribute) {
     return Call(
         "GetAttribute",
         [&] {
             return Core().Read([&](const XServerModel& model) {
                 const XModelRef<XModelAttribute>* found = nullptr;
-                for (const XModelType* type : model.BaseChain(SharedElement()->Name()))
-                {
+                for (const XModelType* type : model.BaseChain(SharedElement()->Name())) {
                     const auto* const own = type->FindAttribute(LXBstrView(bstrAttributeName));
                     found = own != nullptr ? own : found; // the one nearest to the root wins
                 }
@@ -297,18 +254,15 @@ HRESULT XServerType::GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttri
         ppAttribute);
 }
 
-HRESULT XServerType::AddConfObjEditor(ILXConfObjEditor** ppEditor)
-{
+HRESULT XServerType::AddConfObjEditor(ILXConfObjEditor** ppEditor) {
     return Add<XServerEditor>("AddConfObjEditor", &XModelType::editors, XProperty::ProgId, ppEditor);
 }
 
-HRESULT XServerType::RemoveConfObjEditor(ILXConfObjEditor* pEditor, LONG* plResult)
-{
+HRESULT XServerType::RemoveConfObjEditor(ILXConfObjEditor* pEditor, LONG* plResult) {
     return Remove("RemoveConfObjEditor", &XModelType::editors, pEditor, plResult);
 }
 
-HRESULT XServerType::GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum)
-{
+HRESULT XServerType::GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum) {
     return Call(
         "GetConfObjEditorEnum",
         [&] {
@@ -321,8 +275,7 @@ HRESULT XServerType::GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum)
         ppEnum);
 }
 
-HRESULT XServerType::GetConfObjEditor(BSTR bstrProgId, BSTR, BSTR, ILXConfObjEditor** ppEditor)
-{
+HRESULT XServerType::GetConfObjEditor(BSTR bstrProgId, BSTR, BSTR, ILXConfObjEditor** ppEditor) {
     return Call(
         "GetConfObjEditor",
         [&] {
@@ -333,8 +286,7 @@ HRESULT XServerType::GetConfObjEditor(BSTR bstrProgId, BSTR, BSTR, ILXConfObjEdi
         ppEditor);
 }
 
-HRESULT XServerType::FindEditor(std::string_view method, BSTR browserId, int flagIndex, ILXConfObjEditor** out)
-{
+HRESULT XServerType::FindEditor(std::string_view method, BSTR browserId, int flagIndex, ILXConfObjEditor** out) {
     return Call(
         method,
         [&] {
@@ -350,28 +302,22 @@ HRESULT XServerType::FindEditor(std::string_view method, BSTR browserId, int fla
         out);
 }
 
-HRESULT XServerType::GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
-{
+HRESULT XServerType::GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) {
     return FindEditor("GetDefaultEditor", bstrBrowserId, XProperty::DefaultEditor, ppEditor);
 }
 
-HRESULT XServerType::GetDefaultNewEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
-{
+HRESULT XServerType::GetDefaultNewEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) {
     return FindEditor("GetDefaultNewEditor", bstrBrowserId, XProperty::DefaultNewEditor, ppEditor);
 }
 
-HRESULT XServerType::GetTypeComponentData(LONG lCFCDataTransferMode, SAFEARRAY** pDataArray)
-{
+HRESULT XServerType::GetTypeComponentData(LONG lCFCDataTransferMode, SAFEARRAY** pDataArray) {
     return Call(
         "GetTypeComponentData",
         [&] {
             XBulkComponents components = Core().Read([&](const XServerModel&) {
                 return LXComponentsOf(SharedCore(), SharedElement(), lCFCDataTransferMode);
             });
-            if (components.Empty())
-            {
-                return S_FALSE;
-            }
+            if (components.Empty()) { return S_FALSE; }
             *pDataArray = LXWriteComponents(std::move(components)).Detach();
             return S_OK;
         },

@@ -8,8 +8,7 @@
 
 #include "XServerComponents.h"
 
-class XServerType final : public XServerConfigObject<ILXType, XModelType>
-{
+class XServerType final : public XServerConfigObject<ILXType, XModelType> {
 public:
     using XServerConfigObject::XServerConfigObject;
 

@@ -7,42 +7,29 @@
 
 namespace Transfer = XLXCFCDataTransfer;
 
-namespace
-{
-void Move(XBulkRecord& from, Transfer::XILXConfigData& to)
-{
+namespace {
+void Move(XBulkRecord& from, Transfer::XILXConfigData& to) {
     to.object = std::move(from.object);
     to.values = std::move(from.values);
 }
 
 /// A record list; none for a kind that is not delivered.
-XLXSafeArray WriteList(std::vector<XBulkRecord>& records)
-{
-    if (records.empty())
-    {
-        return {};
-    }
+XLXSafeArray WriteList(std::vector<XBulkRecord>& records) {
+    if (records.empty()) { return {}; }
     std::vector<Transfer::XILXConfigData> list(records.size());
-    for (size_t i = 0; i < records.size(); ++i)
-    {
+    for (size_t i = 0; i < records.size(); ++i) {
         Move(records[i], list[i]);
     }
     return Transfer::GetArrayFromSingleTypedVec(std::move(list));
 }
 
-XLXSafeArray WriteAttributes(std::vector<XBulkRecord>& records)
-{
-    if (records.empty())
-    {
-        return {};
-    }
+XLXSafeArray WriteAttributes(std::vector<XBulkRecord>& records) {
+    if (records.empty()) { return {}; }
     std::vector<Transfer::XILXAttributeData> list(records.size());
-    for (size_t i = 0; i < records.size(); ++i)
-    {
+    for (size_t i = 0; i < records.size(); ++i) {
         list[i].object = std::move(records[i].object);
         list[i].values = std::move(records[i].values);
-        for (XBulkRecord& type : records[i].types)
-        {
+        for (XBulkRecord& type : records[i].types) {
             auto& written = list[i].types.emplace_back();
             written.object = std::move(type.object);
             written.values = std::move(type.values);
@@ -51,8 +38,7 @@ XLXSafeArray WriteAttributes(std::vector<XBulkRecord>& records)
     return Transfer::GetArrayFromAttributeList(std::move(list));
 }
 
-Transfer::XILXTypeComp Components(XBulkComponents& components)
-{
+Transfer::XILXTypeComp Components(XBulkComponents& components) {
     Transfer::XILXTypeComp record;
     record.pages = WriteList(components.pages);
     record.groups = WriteList(components.groups);
@@ -62,17 +48,14 @@ Transfer::XILXTypeComp Components(XBulkComponents& components)
 }
 } // namespace
 
-XLXSafeArray LXWriteComponents(XBulkComponents components)
-{
+XLXSafeArray LXWriteComponents(XBulkComponents components) {
     return Transfer::GetArrayFromWrapper(Components(components));
 }
 
-XLXSafeArray LXWriteTypes(XBulkTypes types)
-{
+XLXSafeArray LXWriteTypes(XBulkTypes types) {
     Transfer::XILXTypeMap map;
     map.names = std::move(types.names);
-    for (XBulkType& type : types.records)
-    {
+    for (XBulkType& type : types.records) {
         Transfer::XILXTypeData& record = map.records[type.index];
         Move(type.head, record.config);
         record.components = Components(type.components);
@@ -83,11 +66,9 @@ XLXSafeArray LXWriteTypes(XBulkTypes types)
     return Transfer::GetArrayFromMap(std::move(map));
 }
 
-XLXSafeArray LXWriteRelations(std::vector<XBulkRecord> relations)
-{
+XLXSafeArray LXWriteRelations(std::vector<XBulkRecord> relations) {
     std::vector<Transfer::XILXPCData> list(relations.size());
-    for (size_t i = 0; i < relations.size(); ++i)
-    {
+    for (size_t i = 0; i < relations.size(); ++i) {
         Move(relations[i], list[i]);
     }
     return Transfer::GetArrayFromVec(std::move(list));

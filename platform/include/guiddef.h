@@ -7,8 +7,7 @@
 #include <stdint.h>
 #include <string.h>
 
-typedef struct _GUID
-{
+typedef struct _GUID {
     uint32_t Data1;
     uint16_t Data2;
     uint16_t Data3;
@@ -35,18 +34,9 @@ typedef CLSID* LPCLSID;
 #define DECLSPEC_SELECTANY
 
 #ifdef __cplusplus
-inline bool IsEqualGUID(REFGUID left, REFGUID right)
-{
-    return memcmp(&left, &right, sizeof(GUID)) == 0;
-}
-inline bool operator==(REFGUID left, REFGUID right)
-{
-    return IsEqualGUID(left, right);
-}
-inline bool operator!=(REFGUID left, REFGUID right)
-{
-    return !IsEqualGUID(left, right);
-}
+inline bool IsEqualGUID(REFGUID left, REFGUID right) { return memcmp(&left, &right, sizeof(GUID)) == 0; }
+inline bool operator==(REFGUID left, REFGUID right) { return IsEqualGUID(left, right); }
+inline bool operator!=(REFGUID left, REFGUID right) { return !IsEqualGUID(left, right); }
 #else
 #define IsEqualGUID(left, right) (!memcmp(left, right, sizeof(GUID)))
 #endif

@@ -9,15 +9,13 @@
 typedef interface IDispatch IDispatch;
 typedef interface IRecordInfo IRecordInfo;
 
-typedef struct tagSAFEARRAYBOUND
-{
+typedef struct tagSAFEARRAYBOUND {
     ULONG cElements;
     LONG lLbound;
 } SAFEARRAYBOUND, *LPSAFEARRAYBOUND;
 
 /* The bounds stand in reverse order: the last dimension first. */
-typedef struct tagSAFEARRAY
-{
+typedef struct tagSAFEARRAY {
     USHORT cDims;
     USHORT fFeatures;
     ULONG cbElements;
@@ -43,20 +41,17 @@ typedef VARIANT* LPVARIANT;
 typedef VARIANT VARIANTARG;
 typedef VARIANT* LPVARIANTARG;
 
-typedef struct tagVARIANTRECORD
-{
+typedef struct tagVARIANTRECORD {
     PVOID pvRecord;
     IRecordInfo* pRecInfo;
 } VARIANTRECORD;
 
-struct tagVARIANT
-{
+struct tagVARIANT {
     VARTYPE vt;
     WORD wReserved1;
     WORD wReserved2;
     WORD wReserved3;
-    union
-    {
+    union {
         LONGLONG llVal;
         LONG lVal;
         BYTE bVal;
@@ -101,8 +96,7 @@ EXTERN_C const IID IID_ISupportErrorInfo;
 
 #if defined(__cplusplus) && !defined(CINTERFACE)
 MIDL_INTERFACE("1cf2b120-547d-101b-8e65-08002b2bd119")
-IErrorInfo : public IUnknown
-{
+IErrorInfo : public IUnknown {
     virtual HRESULT STDMETHODCALLTYPE GetGUID(GUID * pGUID) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetSource(BSTR * pBstrSource) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetDescription(BSTR * pBstrDescription) = 0;
@@ -110,8 +104,7 @@ IErrorInfo : public IUnknown
     virtual HRESULT STDMETHODCALLTYPE GetHelpContext(DWORD * pdwHelpContext) = 0;
 };
 MIDL_INTERFACE("22f03340-547d-101b-8e65-08002b2bd119")
-ICreateErrorInfo : public IUnknown
-{
+ICreateErrorInfo : public IUnknown {
     virtual HRESULT STDMETHODCALLTYPE SetGUID(REFGUID rguid) = 0;
     virtual HRESULT STDMETHODCALLTYPE SetSource(LPOLESTR szSource) = 0;
     virtual HRESULT STDMETHODCALLTYPE SetDescription(LPOLESTR szDescription) = 0;
@@ -119,17 +112,13 @@ ICreateErrorInfo : public IUnknown
     virtual HRESULT STDMETHODCALLTYPE SetHelpContext(DWORD dwHelpContext) = 0;
 };
 MIDL_INTERFACE("df0b3d60-548f-101b-8e65-08002b2bd119")
-ISupportErrorInfo : public IUnknown
-{
-    virtual HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID riid) = 0;
-};
+ISupportErrorInfo : public IUnknown { virtual HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID riid) = 0; };
 __CRT_UUID_DECL(IErrorInfo, 0x1cf2b120, 0x547d, 0x101b, 0x8e, 0x65, 8, 0, 0x2b, 0x2b, 0xd1, 0x19)
 __CRT_UUID_DECL(ICreateErrorInfo, 0x22f03340, 0x547d, 0x101b, 0x8e, 0x65, 8, 0, 0x2b, 0x2b, 0xd1, 0x19)
 __CRT_UUID_DECL(ISupportErrorInfo, 0xdf0b3d60, 0x548f, 0x101b, 0x8e, 0x65, 8, 0, 0x2b, 0x2b, 0xd1, 0x19)
 #else
 typedef struct IErrorInfo IErrorInfo;
-typedef struct IErrorInfoVtbl
-{
+typedef struct IErrorInfoVtbl {
     HRESULT(STDMETHODCALLTYPE* QueryInterface)(IErrorInfo* This, REFIID riid, void** ppvObject);
     ULONG(STDMETHODCALLTYPE* AddRef)(IErrorInfo* This);
     ULONG(STDMETHODCALLTYPE* Release)(IErrorInfo* This);
@@ -139,8 +128,7 @@ typedef struct IErrorInfoVtbl
     HRESULT(STDMETHODCALLTYPE* GetHelpFile)(IErrorInfo* This, BSTR* pBstrHelpFile);
     HRESULT(STDMETHODCALLTYPE* GetHelpContext)(IErrorInfo* This, DWORD* pdwHelpContext);
 } IErrorInfoVtbl;
-struct IErrorInfo
-{
+struct IErrorInfo {
     CONST_VTBL IErrorInfoVtbl* lpVtbl;
 };
 typedef interface ICreateErrorInfo ICreateErrorInfo;

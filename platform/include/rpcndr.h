@@ -27,16 +27,13 @@ typedef LONGLONG hyper;
 template <typename T>
 struct LXUuidOf;
 template <typename T>
-struct LXUuidOf<T*> : LXUuidOf<T>
-{};
+struct LXUuidOf<T*> : LXUuidOf<T> {};
 template <typename T>
-struct LXUuidOf<const T> : LXUuidOf<T>
-{};
+struct LXUuidOf<const T> : LXUuidOf<T> {};
 #define __CRT_UUID_DECL(type, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)                                               \
     extern "C++" {                                                                                                     \
     template <>                                                                                                        \
-    struct LXUuidOf<type>                                                                                              \
-    {                                                                                                                  \
+    struct LXUuidOf<type> {                                                                                            \
         static constexpr IID value = {l, w1, w2, {b1, b2, b3, b4, b5, b6, b7, b8}};                                    \
     };                                                                                                                 \
     }

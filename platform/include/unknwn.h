@@ -12,21 +12,18 @@ EXTERN_C const IID IID_IClassFactory;
 
 #if defined(__cplusplus) && !defined(CINTERFACE)
 MIDL_INTERFACE("00000000-0000-0000-c000-000000000046")
-IUnknown
-{
+IUnknown {
     virtual HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) = 0;
     virtual ULONG STDMETHODCALLTYPE AddRef() = 0;
     virtual ULONG STDMETHODCALLTYPE Release() = 0;
 
     template <typename Q>
-    HRESULT STDMETHODCALLTYPE QueryInterface(Q * *object)
-    {
+    HRESULT STDMETHODCALLTYPE QueryInterface(Q * *object) {
         return QueryInterface(LXUuidOf<Q>::value, reinterpret_cast<void**>(object));
     }
 };
 MIDL_INTERFACE("00000001-0000-0000-c000-000000000046")
-IClassFactory : public IUnknown
-{
+IClassFactory : public IUnknown {
     virtual HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown * pUnkOuter, REFIID riid, void** ppvObject) = 0;
     virtual HRESULT STDMETHODCALLTYPE LockServer(BOOL fLock) = 0;
 };
@@ -34,19 +31,16 @@ __CRT_UUID_DECL(IUnknown, 0, 0, 0, 0xc0, 0, 0, 0, 0, 0, 0, 0x46)
 __CRT_UUID_DECL(IClassFactory, 1, 0, 0, 0xc0, 0, 0, 0, 0, 0, 0, 0x46)
 #else
 typedef struct IUnknown IUnknown;
-typedef struct IUnknownVtbl
-{
+typedef struct IUnknownVtbl {
     HRESULT(STDMETHODCALLTYPE* QueryInterface)(IUnknown* This, REFIID riid, void** ppvObject);
     ULONG(STDMETHODCALLTYPE* AddRef)(IUnknown* This);
     ULONG(STDMETHODCALLTYPE* Release)(IUnknown* This);
 } IUnknownVtbl;
-struct IUnknown
-{
+struct IUnknown {
     CONST_VTBL IUnknownVtbl* lpVtbl;
 };
 typedef struct IClassFactory IClassFactory;
-typedef struct IClassFactoryVtbl
-{
+typedef struct IClassFactoryVtbl {
     HRESULT(STDMETHODCALLTYPE* QueryInterface)(IClassFactory* This, REFIID riid, void** ppvObject);
     ULONG(STDMETHODCALLTYPE* AddRef)(IClassFactory* This);
     ULONG(STDMETHODCALLTYPE* Release)(IClassFactory* This);
@@ -54,8 +48,7 @@ typedef struct IClassFactoryVtbl
     (IClassFactory* This, IUnknown* pUnkOuter, REFIID riid, void** ppvObject);
     HRESULT(STDMETHODCALLTYPE* LockServer)(IClassFactory* This, BOOL fLock);
 } IClassFactoryVtbl;
-struct IClassFactory
-{
+struct IClassFactory {
     CONST_VTBL IClassFactoryVtbl* lpVtbl;
 };
 #ifdef COBJMACROS
@@ -73,8 +66,7 @@ typedef IClassFactory* LPCLASSFACTORY;
 
 #ifdef __cplusplus
 template <typename T>
-constexpr const IID& LXUuidOfTarget(T**)
-{
+constexpr const IID& LXUuidOfTarget(T**) {
     return LXUuidOf<T>::value;
 }
 #define IID_PPV_ARGS(target) LXUuidOfTarget(target), reinterpret_cast<void**>(target)

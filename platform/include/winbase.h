@@ -8,15 +8,12 @@
 
 /* A slim lock, shared or exclusive, not recursive: 8 bytes, all zero when free, nothing to delete. A waiting
  * writer is not overtaken by readers that come after it. */
-typedef union _RTL_SRWLOCK
-{
+typedef union _RTL_SRWLOCK {
     ULONG lxState;
     PVOID Ptr; /* for the size */
 } SRWLOCK, RTL_SRWLOCK, *PSRWLOCK;
 #define SRWLOCK_INIT                                                                                                   \
-    {                                                                                                                  \
-        0                                                                                                              \
-    }
+    { 0 }
 
 EXTERN_C void WINAPI AcquireSRWLockExclusive(SRWLOCK* lock);
 EXTERN_C void WINAPI AcquireSRWLockShared(SRWLOCK* lock);

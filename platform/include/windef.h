@@ -71,14 +71,12 @@ typedef struct HKEY__* HKEY;
 typedef HKEY* PHKEY;
 typedef INT_PTR (*FARPROC)(void);
 
-typedef struct _FILETIME
-{
+typedef struct _FILETIME {
     DWORD dwLowDateTime;
     DWORD dwHighDateTime;
 } FILETIME, *PFILETIME, *LPFILETIME;
 
-typedef union _LARGE_INTEGER
-{
+typedef union _LARGE_INTEGER {
     LONGLONG QuadPart;
 } LARGE_INTEGER;
 

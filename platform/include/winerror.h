@@ -80,8 +80,7 @@
 #define ERROR_KEY_DELETED 1018
 
 #ifdef __cplusplus
-constexpr HRESULT HRESULT_FROM_WIN32(ULONG code)
-{
+constexpr HRESULT HRESULT_FROM_WIN32(ULONG code) {
     return static_cast<HRESULT>(code) <= 0
                ? static_cast<HRESULT>(code)
                : static_cast<HRESULT>((code & 0xFFFF) | (static_cast<ULONG>(FACILITY_WIN32) << 16) | 0x80000000U);

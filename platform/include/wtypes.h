@@ -11,16 +11,14 @@ typedef BSTR* LPBSTR;
 typedef short VARIANT_BOOL;
 typedef double DATE;
 typedef unsigned short VARTYPE;
-typedef union tagCY
-{
+typedef union tagCY {
     LONGLONG int64;
 } CY;
 
 #define VARIANT_TRUE ((VARIANT_BOOL)-1)
 #define VARIANT_FALSE ((VARIANT_BOOL)0)
 
-enum VARENUM
-{
+enum VARENUM {
     VT_EMPTY = 0,
     VT_NULL = 1,
     VT_I2 = 2,
@@ -62,8 +60,7 @@ enum VARENUM
     VT_TYPEMASK = 0xfff
 };
 
-typedef enum tagCLSCTX
-{
+typedef enum tagCLSCTX {
     CLSCTX_INPROC_SERVER = 0x1,
     CLSCTX_INPROC_HANDLER = 0x2,
     CLSCTX_LOCAL_SERVER = 0x4,

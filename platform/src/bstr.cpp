@@ -8,12 +8,10 @@
 #include <limits>
 #include <string>
 
-namespace
-{
+namespace {
 // In front of the text stands its length in bytes, right before the first character; the other half of the prefix
 // keeps the text aligned.
-struct Prefix
-{
+struct Prefix {
     DWORD unused;
     DWORD bytes;
 };
@@ -21,69 +19,36 @@ static_assert(sizeof(Prefix) == 8);
 
 constexpr UINT g_longest = std::numeric_limits<UINT>::max() - sizeof(Prefix) - sizeof(OLECHAR);
 
-Prefix* PrefixOf(BSTR text)
-{
-    return reinterpret_cast<Prefix*>(text) - 1;
-}
+Prefix* PrefixOf(BSTR text) { return reinterpret_cast<Prefix*>(text) - 1; }
 
-UINT Length(const OLECHAR* text)
-{
-    return static_cast<UINT>(std::char_traits<OLECHAR>::length(text));
-}
+UINT Length(const OLECHAR* text) { return static_cast<UINT>(std::char_traits<OLECHAR>::length(text)); }
 
 /// A string of so many bytes, a closing zero behind them; without source its content is zero.
-BSTR Allocate(const void* source, UINT bytes)
-{
-    if (bytes > g_longest)
-    {
-        return nullptr;
-    }
+BSTR Allocate(const void* source, UINT bytes) {
+    if (bytes > g_longest) { return nullptr; }
     // An odd number of bytes is followed by three zero bytes, so that a whole zero character ends it.
     const std::size_t room = sizeof(Prefix) + bytes + (bytes & 1) + sizeof(OLECHAR);
     void* const block = LXAllocate(1, room);
-    if (block == nullptr)
-    {
-        return nullptr;
-    }
+    if (block == nullptr) { return nullptr; }
     Prefix* const prefix = static_cast<Prefix*>(block);
     prefix->bytes = bytes;
-    if (source != nullptr)
-    {
-        std::memcpy(prefix + 1, source, bytes);
-    }
+    if (source != nullptr) { std::memcpy(prefix + 1, source, bytes); }
     return reinterpret_cast<BSTR>(prefix + 1);
 }
 } // namespace
 
-BSTR SysAllocString(const OLECHAR* psz)
-{
-    return psz == nullptr ? nullptr : SysAllocStringLen(psz, Length(psz));
-}
+BSTR SysAllocString(const OLECHAR* psz) { return psz == nullptr ? nullptr : SysAllocStringLen(psz, Length(psz)); }
 
-BSTR SysAllocStringLen(const OLECHAR* pch, UINT cch)
-{
+BSTR SysAllocStringLen(const OLECHAR* pch, UINT cch) {
     return cch > g_longest / sizeof(OLECHAR) ? nullptr : Allocate(pch, cch * UINT{sizeof(OLECHAR)});
 }
 
-BSTR SysAllocStringByteLen(LPCSTR psz, UINT cb)
-{
-    return Allocate(psz, cb);
+BSTR SysAllocStringByteLen(LPCSTR psz, UINT cb) { return Allocate(psz, cb); }
+
+void SysFreeString(BSTR bstr) {
+    if (bstr != nullptr) { std::free(PrefixOf(bstr)); }
 }
 
-void SysFreeString(BSTR bstr)
-{
-    if (bstr != nullptr)
-    {
-        std::free(PrefixOf(bstr));
-    }
-}
+UINT SysStringLen(BSTR bstr) { return SysStringByteLen(bstr) / UINT{sizeof(OLECHAR)}; }
 
-UINT SysStringLen(BSTR bstr)
-{
-    return SysStringByteLen(bstr) / UINT{sizeof(OLECHAR)};
-}
-
-UINT SysStringByteLen(BSTR bstr)
-{
-    return bstr == nullptr ? 0 : PrefixOf(bstr)->bytes;
-}
+UINT SysStringByteLen(BSTR bstr) { return bstr == nullptr ? 0 : PrefixOf(bstr)->bytes; }

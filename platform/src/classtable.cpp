@@ -16,19 +16,16 @@
 #include <utility>
 #include <vector>
 
-namespace
-{
+namespace {
 constexpr ULONGLONG g_unloadDelay = 10 * 60 * 1000; // milliseconds
 
-struct ClassObject
-{
+struct ClassObject {
     CLSID id;
     DWORD context;
     IUnknown* object; // counted
 };
 
-struct Module
-{
+struct Module {
     std::u16string path;
     HMODULE handle;
     bool atOnce;             // unload it as soon as it can go
@@ -37,8 +34,7 @@ struct Module
     ULONGLONG idleSince = 0; // when it first said that it can go; 0 when it did not
 };
 
-struct Tables
-{
+struct Tables {
     std::mutex mutex;
     std::condition_variable moduleKept; // a module said that it cannot go, or went
     std::map<DWORD, ClassObject> classes;
@@ -49,31 +45,23 @@ struct Tables
 };
 
 /// Lives until the process ends: objects that are destroyed at exit may still ask.
-Tables& TheTables()
-{
+Tables& TheTables() {
     static Tables& tables = *new Tables;
     return tables;
 }
 
-struct Apartment
-{
+struct Apartment {
     ULONG initialisations = 0;
     DWORD model = COINIT_MULTITHREADED;
 };
 thread_local Apartment t_apartment;
 
-bool IsInitialised(const Tables& tables)
-{
-    return t_apartment.initialisations != 0 || tables.multithreaded != 0;
-}
+bool IsInitialised(const Tables& tables) { return t_apartment.initialisations != 0 || tables.multithreaded != 0; }
 
 /// The object registered for a class, counted; null when there is none.
-IUnknown* FindClassObject(Tables& tables, REFCLSID id, DWORD context)
-{
-    for (const auto& [cookie, entry] : tables.classes)
-    {
-        if (entry.id == id && (entry.context & context) != 0)
-        {
+IUnknown* FindClassObject(Tables& tables, REFCLSID id, DWORD context) {
+    for (const auto& [cookie, entry] : tables.classes) {
+        if (entry.id == id && (entry.context & context) != 0) {
             entry.object->AddRef();
             return entry.object;
         }
@@ -82,35 +70,26 @@ IUnknown* FindClassObject(Tables& tables, REFCLSID id, DWORD context)
 }
 
 /// A text value of an open key; empty when it has none.
-std::u16string TextValue(HKEY key, const OLECHAR* name)
-{
+std::u16string TextValue(HKEY key, const OLECHAR* name) {
     DWORD size = 0;
-    if (RegQueryValueExW(key, name, nullptr, nullptr, nullptr, &size) != ERROR_SUCCESS)
-    {
-        return {};
-    }
+    if (RegQueryValueExW(key, name, nullptr, nullptr, nullptr, &size) != ERROR_SUCCESS) { return {}; }
     std::vector<OLECHAR> text(size / sizeof(OLECHAR) + 1);
     const LSTATUS status = RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<LPBYTE>(text.data()), &size);
     return status == ERROR_SUCCESS ? std::u16string(text.data()) : std::u16string();
 }
 
-struct Server
-{
+struct Server {
     std::u16string path; // empty when the class is not registered
     bool atOnce = false;
 };
 
 /// What the registry says of a class.
-Server ServerOf(REFCLSID id)
-{
+Server ServerOf(REFCLSID id) {
     OLECHAR text[39];
     StringFromGUID2(id, text, 39);
     const std::u16string name = std::u16string(u"CLSID\\") + text + u"\\InprocServer32";
     HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, name.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS)
-    {
-        return {};
-    }
+    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, name.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) { return {}; }
     const std::u16string model = TextValue(key, u"ThreadingModel");
     Server server = {TextValue(key, nullptr), model.empty() || model == u"Apartment"};
     RegCloseKey(key);
@@ -119,33 +98,23 @@ Server ServerOf(REFCLSID id)
 
 /// The loaded module of a server, loading it when it is not there; null when it cannot be loaded. Its users are one
 /// more. The loader is called without the mutex, since it runs the module's own code.
-Module* UseModule(Tables& tables, const Server& server)
-{
+Module* UseModule(Tables& tables, const Server& server) {
     std::unique_lock lock(tables.mutex);
-    for (bool again = true; again;)
-    {
+    for (bool again = true; again;) {
         again = false;
-        for (Module& module : tables.modules)
-        {
-            if (module.path == server.path && !module.closing)
-            {
+        for (Module& module : tables.modules) {
+            if (module.path == server.path && !module.closing) {
                 ++module.users;
                 module.idleSince = 0;
                 return &module;
             }
             again = again || module.path == server.path;
         }
-        if (again)
-        {
-            tables.moduleKept.wait(lock);
-        }
+        if (again) { tables.moduleKept.wait(lock); }
     }
     lock.unlock();
     const HMODULE handle = LoadLibraryW(server.path.c_str());
-    if (handle == nullptr)
-    {
-        return nullptr;
-    }
+    if (handle == nullptr) { return nullptr; }
     lock.lock();
     Module& module = tables.modules.emplace_back(Module{server.path, handle, server.atOnce});
     ++module.users;
@@ -153,23 +122,15 @@ Module* UseModule(Tables& tables, const Server& server)
 }
 
 template <typename F>
-F Export(HMODULE module, const char* name)
-{
+F Export(HMODULE module, const char* name) {
     return reinterpret_cast<F>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)));
 }
 
-HRESULT GetFromModule(Tables& tables, REFCLSID id, REFIID riid, LPVOID* ppv)
-{
+HRESULT GetFromModule(Tables& tables, REFCLSID id, REFIID riid, LPVOID* ppv) {
     const Server server = ServerOf(id);
-    if (server.path.empty())
-    {
-        return REGDB_E_CLASSNOTREG;
-    }
+    if (server.path.empty()) { return REGDB_E_CLASSNOTREG; }
     Module* const module = UseModule(tables, server);
-    if (module == nullptr)
-    {
-        return HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND);
-    }
+    if (module == nullptr) { return HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND); }
     const auto getClassObject = Export<LPFNGETCLASSOBJECT>(module->handle, "DllGetClassObject");
     const HRESULT result = getClassObject == nullptr ? CO_E_ERRORINDLL : getClassObject(id, riid, ppv);
     const std::lock_guard guard(tables.mutex);
@@ -178,36 +139,25 @@ HRESULT GetFromModule(Tables& tables, REFCLSID id, REFIID riid, LPVOID* ppv)
 }
 
 /// Asks one module that nobody uses whether it can go, and unloads it when it has waited long enough.
-void TryUnload(Tables& tables, std::list<Module>::iterator module, DWORD delay)
-{
+void TryUnload(Tables& tables, std::list<Module>::iterator module, DWORD delay) {
     const auto canUnload = Export<LPFNCANUNLOADNOW>(module->handle, "DllCanUnloadNow");
     const bool idle = canUnload != nullptr && canUnload() == S_OK;
     const ULONGLONG now = GetTickCount64();
     const ULONGLONG since = idle && module->idleSince != 0 ? module->idleSince : now;
     const ULONGLONG wait = delay != INFINITE ? delay : module->atOnce ? 0 : g_unloadDelay;
     const bool unload = idle && now - since >= wait;
-    if (unload)
-    {
-        FreeLibrary(module->handle);
-    }
+    if (unload) { FreeLibrary(module->handle); }
     const std::lock_guard guard(tables.mutex);
     module->closing = false;
     module->idleSince = idle ? since : 0;
-    if (unload)
-    {
-        tables.modules.erase(module);
-    }
+    if (unload) { tables.modules.erase(module); }
     tables.moduleKept.notify_all();
 }
 } // namespace
 
-HRESULT CoInitializeEx(LPVOID, DWORD dwCoInit)
-{
+HRESULT CoInitializeEx(LPVOID, DWORD dwCoInit) {
     const DWORD model = dwCoInit & COINIT_APARTMENTTHREADED;
-    if (t_apartment.initialisations != 0 && t_apartment.model != model)
-    {
-        return RPC_E_CHANGED_MODE;
-    }
+    if (t_apartment.initialisations != 0 && t_apartment.model != model) { return RPC_E_CHANGED_MODE; }
     t_apartment.model = model;
     const bool first = t_apartment.initialisations++ == 0;
     Tables& tables = TheTables();
@@ -217,61 +167,42 @@ HRESULT CoInitializeEx(LPVOID, DWORD dwCoInit)
     return first ? S_OK : S_FALSE;
 }
 
-void CoUninitialize()
-{
-    if (t_apartment.initialisations == 0)
-    {
-        return;
-    }
+void CoUninitialize() {
+    if (t_apartment.initialisations == 0) { return; }
     --t_apartment.initialisations;
     Tables& tables = TheTables();
     std::map<DWORD, ClassObject> revoked;
     {
         const std::lock_guard guard(tables.mutex);
         tables.multithreaded -= t_apartment.model == COINIT_MULTITHREADED ? 1 : 0;
-        if (--tables.initialisations != 0)
-        {
-            return;
-        }
+        if (--tables.initialisations != 0) { return; }
         revoked.swap(tables.classes);
     }
-    for (const auto& [cookie, entry] : revoked)
-    {
+    for (const auto& [cookie, entry] : revoked) {
         entry.object->Release();
     }
     CoFreeUnusedLibrariesEx(0, 0);
 }
 
-HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext, DWORD, DWORD* lpdwRegister)
-{
-    if (pUnk == nullptr || lpdwRegister == nullptr)
-    {
-        return E_INVALIDARG;
-    }
+HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext, DWORD, DWORD* lpdwRegister) {
+    if (pUnk == nullptr || lpdwRegister == nullptr) { return E_INVALIDARG; }
     Tables& tables = TheTables();
     const std::lock_guard guard(tables.mutex);
     *lpdwRegister = 0;
-    if (!IsInitialised(tables))
-    {
-        return CO_E_NOTINITIALIZED;
-    }
+    if (!IsInitialised(tables)) { return CO_E_NOTINITIALIZED; }
     pUnk->AddRef();
     *lpdwRegister = ++tables.lastCookie;
     tables.classes.emplace(*lpdwRegister, ClassObject{rclsid, dwClsContext, pUnk});
     return S_OK;
 }
 
-HRESULT CoRevokeClassObject(DWORD dwRegister)
-{
+HRESULT CoRevokeClassObject(DWORD dwRegister) {
     Tables& tables = TheTables();
     IUnknown* object = nullptr;
     {
         const std::lock_guard guard(tables.mutex);
         const auto found = tables.classes.find(dwRegister);
-        if (found == tables.classes.end())
-        {
-            return E_INVALIDARG;
-        }
+        if (found == tables.classes.end()) { return E_INVALIDARG; }
         object = found->second.object;
         tables.classes.erase(found);
     }
@@ -279,25 +210,17 @@ HRESULT CoRevokeClassObject(DWORD dwRegister)
     return S_OK;
 }
 
-HRESULT CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID, REFIID riid, LPVOID* ppv)
-{
-    if (ppv == nullptr)
-    {
-        return E_INVALIDARG;
-    }
+HRESULT CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID, REFIID riid, LPVOID* ppv) {
+    if (ppv == nullptr) { return E_INVALIDARG; }
     *ppv = nullptr;
     Tables& tables = TheTables();
     IUnknown* object = nullptr;
     {
         const std::lock_guard guard(tables.mutex);
-        if (!IsInitialised(tables))
-        {
-            return CO_E_NOTINITIALIZED;
-        }
+        if (!IsInitialised(tables)) { return CO_E_NOTINITIALIZED; }
         object = FindClassObject(tables, rclsid, dwClsContext);
     }
-    if (object != nullptr)
-    {
+    if (object != nullptr) {
         const HRESULT result = object->QueryInterface(riid, ppv);
         object->Release();
         return result;
@@ -305,45 +228,33 @@ HRESULT CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID, REFIID rii
     return (dwClsContext & CLSCTX_INPROC_SERVER) == 0 ? REGDB_E_CLASSNOTREG : GetFromModule(tables, rclsid, riid, ppv);
 }
 
-HRESULT CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext, REFIID riid, LPVOID* ppv)
-{
-    if (ppv == nullptr)
-    {
-        return E_POINTER;
-    }
+HRESULT CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext, REFIID riid, LPVOID* ppv) {
+    if (ppv == nullptr) { return E_POINTER; }
     *ppv = nullptr;
     IClassFactory* factory = nullptr;
     HRESULT result = CoGetClassObject(rclsid, dwClsContext, nullptr, IID_PPV_ARGS(&factory));
-    if (SUCCEEDED(result))
-    {
+    if (SUCCEEDED(result)) {
         result = factory->CreateInstance(pUnkOuter, riid, ppv);
         factory->Release();
     }
     return result;
 }
 
-void CoFreeUnusedLibraries()
-{
-    CoFreeUnusedLibrariesEx(INFINITE, 0);
-}
+void CoFreeUnusedLibraries() { CoFreeUnusedLibrariesEx(INFINITE, 0); }
 
-void CoFreeUnusedLibrariesEx(DWORD dwUnloadDelay, DWORD)
-{
+void CoFreeUnusedLibrariesEx(DWORD dwUnloadDelay, DWORD) {
     Tables& tables = TheTables();
     std::vector<std::list<Module>::iterator> unused;
     {
         const std::lock_guard guard(tables.mutex);
-        for (auto module = tables.modules.begin(); module != tables.modules.end(); ++module)
-        {
-            if (module->users == 0 && !module->closing)
-            {
+        for (auto module = tables.modules.begin(); module != tables.modules.end(); ++module) {
+            if (module->users == 0 && !module->closing) {
                 module->closing = true;
                 unused.push_back(module);
             }
         }
     }
-    for (const auto module : unused)
-    {
+    for (const auto module : unused) {
         TryUnload(tables, module, dwUnloadDelay);
     }
 }

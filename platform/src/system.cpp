@@ -15,94 +15,64 @@
 #include <thread>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 thread_local DWORD t_lastError = ERROR_SUCCESS;
 
 /// The host name as this platform has it: up to the first dot, in capitals, at most 15 characters.
-std::string MachineName()
-{
+std::string MachineName() {
     char host[256] = {};
     gethostname(host, sizeof(host) - 1);
     std::string name(host, std::strcspn(host, "."));
     name.resize(std::min<std::size_t>(name.size(), MAX_COMPUTERNAME_LENGTH));
-    for (char& letter : name)
-    {
+    for (char& letter : name) {
         letter = letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
     }
     return name;
 }
 } // namespace
 
-DWORD GetLastError()
-{
-    return t_lastError;
-}
-void SetLastError(DWORD code)
-{
-    t_lastError = code;
-}
+DWORD GetLastError() { return t_lastError; }
+void SetLastError(DWORD code) { t_lastError = code; }
 
-DWORD GetCurrentThreadId()
-{
+DWORD GetCurrentThreadId() {
     thread_local const DWORD t_id = static_cast<DWORD>(syscall(SYS_gettid));
     return t_id;
 }
 
-DWORD GetCurrentProcessId()
-{
-    return static_cast<DWORD>(getpid());
-}
+DWORD GetCurrentProcessId() { return static_cast<DWORD>(getpid()); }
 
-void Sleep(DWORD milliseconds)
-{
-    if (milliseconds == 0)
-    {
+void Sleep(DWORD milliseconds) {
+    if (milliseconds == 0) {
         std::this_thread::yield();
-    }
-    else if (milliseconds == INFINITE)
-    {
-        for (;;)
-        {
+    } else if (milliseconds == INFINITE) {
+        for (;;) {
             pause();
         }
-    }
-    else
-    {
+    } else {
         std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
     }
 }
 
-ULONGLONG GetTickCount64()
-{
+ULONGLONG GetTickCount64() {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
     return static_cast<ULONGLONG>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
 }
 
-BOOL GetComputerNameW(LPWSTR buffer, LPDWORD size)
-{
+BOOL GetComputerNameW(LPWSTR buffer, LPDWORD size) {
     const std::string name = MachineName();
     const DWORD length = static_cast<DWORD>(name.size());
-    if (buffer == nullptr || *size <= length)
-    {
+    if (buffer == nullptr || *size <= length) {
         *size = length + 1;
         SetLastError(ERROR_BUFFER_OVERFLOW);
         return FALSE;
     }
-    for (DWORD i = 0; i <= length; ++i)
-    {
+    for (DWORD i = 0; i <= length; ++i) {
         buffer[i] = static_cast<unsigned char>(name[i]);
     }
     *size = length;
     return TRUE;
 }
 
-LPVOID CoTaskMemAlloc(SIZE_T cb)
-{
-    return LXMayAllocate() ? std::malloc(cb == 0 ? 1 : cb) : nullptr;
-}
+LPVOID CoTaskMemAlloc(SIZE_T cb) { return LXMayAllocate() ? std::malloc(cb == 0 ? 1 : cb) : nullptr; }
 
-void CoTaskMemFree(LPVOID pv)
-{
-    std::free(pv);
-}
+void CoTaskMemFree(LPVOID pv) { std::free(pv); }

@@ -5,146 +5,86 @@
 
 #include <cstring>
 
-namespace
-{
+namespace {
 constexpr VARTYPE g_modifiers = VT_ARRAY | VT_BYREF;
 
 /// Whether a VARIANT can have this type.
-bool IsValid(VARTYPE vt)
-{
+bool IsValid(VARTYPE vt) {
     const VARTYPE base = vt & VT_TYPEMASK;
-    if ((vt & ~(VT_TYPEMASK | g_modifiers)) != 0 || base > VT_UINT || base == 15)
-    {
-        return false;
-    }
+    if ((vt & ~(VT_TYPEMASK | g_modifiers)) != 0 || base > VT_UINT || base == 15) { return false; }
     return (vt & g_modifiers) == 0 || (base != VT_EMPTY && base != VT_NULL);
 }
 
-bool IsObject(VARTYPE vt)
-{
-    return vt == VT_UNKNOWN || vt == VT_DISPATCH;
-}
+bool IsObject(VARTYPE vt) { return vt == VT_UNKNOWN || vt == VT_DISPATCH; }
 
 /// Makes the bits that were copied into `value` its own. The value is empty when that fails.
-HRESULT Own(VARIANT& value)
-{
+HRESULT Own(VARIANT& value) {
     HRESULT result = S_OK;
-    if ((value.vt & g_modifiers) == VT_ARRAY)
-    {
+    if ((value.vt & g_modifiers) == VT_ARRAY) {
         result = SafeArrayCopy(value.parray, &value.parray);
-    }
-    else if (value.vt == VT_BSTR)
-    {
+    } else if (value.vt == VT_BSTR) {
         // Also a null string becomes a string of its own, an empty one.
         value.bstrVal = SysAllocStringByteLen(reinterpret_cast<LPCSTR>(value.bstrVal), SysStringByteLen(value.bstrVal));
         result = value.bstrVal == nullptr ? E_OUTOFMEMORY : S_OK;
-    }
-    else if (IsObject(value.vt) && value.punkVal != nullptr)
-    {
+    } else if (IsObject(value.vt) && value.punkVal != nullptr) {
         value.punkVal->AddRef();
     }
-    if (FAILED(result))
-    {
-        VariantInit(&value);
-    }
+    if (FAILED(result)) { VariantInit(&value); }
     return result;
 }
 } // namespace
 
-void VariantInit(VARIANT* pvar)
-{
+void VariantInit(VARIANT* pvar) {
     pvar->vt = VT_EMPTY;
     pvar->wReserved1 = 0;
     pvar->wReserved2 = 0;
     pvar->wReserved3 = 0;
 }
 
-HRESULT VariantClear(VARIANT* pvar)
-{
-    if (pvar == nullptr)
-    {
-        return E_INVALIDARG;
-    }
-    if (!IsValid(pvar->vt))
-    {
-        return DISP_E_BADVARTYPE;
-    }
+HRESULT VariantClear(VARIANT* pvar) {
+    if (pvar == nullptr) { return E_INVALIDARG; }
+    if (!IsValid(pvar->vt)) { return DISP_E_BADVARTYPE; }
     const VARIANT old = *pvar;
-    if ((old.vt & g_modifiers) == VT_ARRAY)
-    {
+    if ((old.vt & g_modifiers) == VT_ARRAY) {
         const HRESULT result = SafeArrayDestroy(old.parray);
-        if (FAILED(result))
-        {
-            return result;
-        }
+        if (FAILED(result)) { return result; }
     }
     VariantInit(pvar); // before foreign code runs, which may look at this value again
-    if (old.vt == VT_BSTR)
-    {
+    if (old.vt == VT_BSTR) {
         SysFreeString(old.bstrVal);
-    }
-    else if (IsObject(old.vt) && old.punkVal != nullptr)
-    {
+    } else if (IsObject(old.vt) && old.punkVal != nullptr) {
         old.punkVal->Release();
     }
     return S_OK;
 }
 
-HRESULT VariantCopy(VARIANT* pvarDest, VARIANT* pvarSrc)
-{
-    if (pvarDest == nullptr || pvarSrc == nullptr)
-    {
-        return E_INVALIDARG;
-    }
-    if (!IsValid(pvarSrc->vt))
-    {
-        return DISP_E_BADVARTYPE;
-    }
-    if (pvarDest == pvarSrc)
-    {
-        return S_OK;
-    }
+HRESULT VariantCopy(VARIANT* pvarDest, VARIANT* pvarSrc) {
+    if (pvarDest == nullptr || pvarSrc == nullptr) { return E_INVALIDARG; }
+    if (!IsValid(pvarSrc->vt)) { return DISP_E_BADVARTYPE; }
+    if (pvarDest == pvarSrc) { return S_OK; }
     const HRESULT cleared = VariantClear(pvarDest);
-    if (FAILED(cleared))
-    {
-        return cleared;
-    }
+    if (FAILED(cleared)) { return cleared; }
     *pvarDest = *pvarSrc;
     return Own(*pvarDest);
 }
 
-HRESULT VariantCopyInd(VARIANT* pvarDest, VARIANT* pvarSrc)
-{
-    if (pvarDest == nullptr || pvarSrc == nullptr)
-    {
-        return E_INVALIDARG;
-    }
-    if ((pvarSrc->vt & VT_BYREF) == 0)
-    {
-        return VariantCopy(pvarDest, pvarSrc);
-    }
-    if (!IsValid(pvarSrc->vt) || pvarSrc->byref == nullptr)
-    {
-        return E_INVALIDARG;
-    }
+HRESULT VariantCopyInd(VARIANT* pvarDest, VARIANT* pvarSrc) {
+    if (pvarDest == nullptr || pvarSrc == nullptr) { return E_INVALIDARG; }
+    if ((pvarSrc->vt & VT_BYREF) == 0) { return VariantCopy(pvarDest, pvarSrc); }
+    if (!IsValid(pvarSrc->vt) || pvarSrc->byref == nullptr) { return E_INVALIDARG; }
     const VARTYPE vt = static_cast<VARTYPE>(pvarSrc->vt & ~VT_BYREF);
-    if (vt == VT_VARIANT)
-    {
+    if (vt == VT_VARIANT) {
         // A reference to a reference may follow, but not a third one.
         const bool tooDeep = pvarSrc->pvarVal->vt == (VT_BYREF | VT_VARIANT);
         return tooDeep ? E_INVALIDARG : VariantCopyInd(pvarDest, pvarSrc->pvarVal);
     }
     const ULONG size = (vt & VT_ARRAY) != 0 ? ULONG{sizeof(SAFEARRAY*)} : LXPlatformArray::SizeOf(vt);
-    if (size == 0)
-    {
-        return DISP_E_BADVARTYPE;
-    }
+    if (size == 0) { return DISP_E_BADVARTYPE; }
     VARIANT value = {};
     value.vt = vt;
     std::memcpy(&value.llVal, pvarSrc->byref, size);
     HRESULT result = Own(value);
-    if (SUCCEEDED(result))
-    {
+    if (SUCCEEDED(result)) {
         result = VariantClear(pvarDest);
         SUCCEEDED(result) ? static_cast<void>(*pvarDest = value) : static_cast<void>(VariantClear(&value));
     }

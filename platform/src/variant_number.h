@@ -10,11 +10,9 @@
 #include <optional>
 #include <string_view>
 
-namespace LXPlatformNumber
-{
+namespace LXPlatformNumber {
 /// What a value is before it becomes the wanted type.
-struct Number
-{
+struct Number {
     bool isReal = false;
     bool negative = false; // a whole number below zero
     uint64_t bits = 0;     // a whole number in two's complement

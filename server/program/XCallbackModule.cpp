@@ -4,10 +4,8 @@
 #include "XCfgCacheCallback.h"
 #include "XServerRegistration.h"
 
-namespace
-{
-XClassRegistration Registration()
-{
+namespace {
+XClassRegistration Registration() {
     static const char here = 0;
     return {
         CLSID_XCfgCacheCallback,  OLESTR(""),          OLESTR("Separate callback object of the configuration cache"),
@@ -15,41 +13,22 @@ XClassRegistration Registration()
 }
 } // namespace
 
-STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** out)
-{
-    if (out == nullptr)
-    {
-        return E_POINTER;
-    }
+STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** out) {
+    if (out == nullptr) { return E_POINTER; }
     *out = nullptr;
     return clsid == CLSID_XCfgCacheCallback ? LXCfgCacheCallbackFactory(iid, out) : CLASS_E_CLASSNOTAVAILABLE;
 }
 
-STDAPI DllCanUnloadNow()
-{
-    return LXCfgCacheCallbacksInUse() == 0 ? S_OK : S_FALSE;
-}
+STDAPI DllCanUnloadNow() { return LXCfgCacheCallbacksInUse() == 0 ? S_OK : S_FALSE; }
 
-STDAPI DllRegisterServer()
-{
-    try
-    {
+STDAPI DllRegisterServer() {
+    try {
         return LXRegisterClass(Registration());
-    }
-    catch (const std::bad_alloc&)
-    {
-        return E_OUTOFMEMORY;
-    }
+    } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; }
 }
 
-STDAPI DllUnregisterServer()
-{
-    try
-    {
+STDAPI DllUnregisterServer() {
+    try {
         return LXUnregisterClass(Registration());
-    }
-    catch (const std::bad_alloc&)
-    {
-        return E_OUTOFMEMORY;
-    }
+    } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; }
 }

@@ -12,15 +12,13 @@
 #include "LXSampleServer.h"
 #include "XSampleServer.h"
 
-class XServerHost final : public ILXSampleServer, public ISupportErrorInfo
-{
+class XServerHost final : public ILXSampleServer, public ISupportErrorInfo {
 public:
     explicit XServerHost(XServerModel model);
     XServerHost(const XServerHost&) = delete;
     XServerHost& operator=(const XServerHost&) = delete;
 
-    struct Terms
-    {
+    struct Terms {
         bool idleEnd = false;   ///< ends when nobody has held anything of it for some seconds
         bool singleUse = false; ///< only the first client that looks for it finds it
     };
@@ -49,8 +47,7 @@ public:
 private:
     /// The class object. It has an identity of its own, so that the references to the control object are the clients'
     /// and not those of the registration.
-    class Factory final : public IClassFactory
-    {
+    class Factory final : public IClassFactory {
     public:
         explicit Factory(XServerHost& host) noexcept : m_host(host) {}
         STDMETHODIMP QueryInterface(REFIID iid, void** out) override;

@@ -9,8 +9,7 @@
 
 #include <string>
 
-struct XClassRegistration
-{
+struct XClassRegistration {
     CLSID clsid;
     std::wstring progId; ///< "" for a class that is found by its id only
     std::wstring description;

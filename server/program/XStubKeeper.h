@@ -17,8 +17,7 @@
 /// for ever. One stub of each kind that no client has keeps it from happening.
 ///
 /// Threading  Made and destroyed by a thread in the multithreaded apartment.
-class XStubKeeper final : public IUnknown
-{
+class XStubKeeper final : public IUnknown {
 public:
     XStubKeeper();
     ~XStubKeeper();

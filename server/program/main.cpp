@@ -19,10 +19,8 @@
 #include <cstdio>
 #include <filesystem>
 
-namespace
-{
-struct Options
-{
+namespace {
+struct Options {
     std::string model;
     int generated = 0;
     bool deliversComponentObjects = false;
@@ -36,15 +34,12 @@ struct Options
 
 constexpr const OLECHAR* ProgId = OLESTR("LXSampleServer.Server");
 
-std::chrono::microseconds DelayOf(const Options& options)
-{
+std::chrono::microseconds DelayOf(const Options& options) {
     return std::chrono::microseconds(static_cast<long long>(options.delay * 1000));
 }
 
-XServerModel ModelOf(const Options& options)
-{
-    if (options.generated > 0)
-    {
+XServerModel ModelOf(const Options& options) {
+    if (options.generated > 0) {
         XGeneratorOptions generator;
         generator.types = options.generated;
         return LXGenerateModel(generator);
@@ -53,50 +48,32 @@ XServerModel ModelOf(const Options& options)
 }
 
 /// The command with which COM starts the program: with the same model and options, from any folder.
-XClassRegistration Registration(const Options& options)
-{
+XClassRegistration Registration(const Options& options) {
     std::wstring command = OLESTR("\"") + LXModulePath(nullptr) + OLESTR("\"");
-    if (!options.model.empty())
-    {
+    if (!options.model.empty()) {
         command += OLESTR(" --model \"") + std::filesystem::absolute(options.model).wstring() + OLESTR("\"");
     }
-    if (options.generated > 0)
-    {
-        command += OLESTR(" --generate ") + std::to_wstring(options.generated);
-    }
-    if (options.deliversComponentObjects)
-    {
-        command += OLESTR(" --component-objects");
-    }
-    if (options.delay > 0)
-    {
-        command += OLESTR(" --delay ") + std::to_wstring(options.delay);
-    }
+    if (options.generated > 0) { command += OLESTR(" --generate ") + std::to_wstring(options.generated); }
+    if (options.deliversComponentObjects) { command += OLESTR(" --component-objects"); }
+    if (options.delay > 0) { command += OLESTR(" --delay ") + std::to_wstring(options.delay); }
     return {CLSID_LXSampleServer,    ProgId,  OLESTR("Sample server of the configuration cache"),
             OLESTR("LocalServer32"), command, false};
 }
 
-void Check(HRESULT result, const char* what)
-{
-    if (FAILED(result))
-    {
-        throw std::runtime_error(std::string(what) + " failed");
-    }
+void Check(HRESULT result, const char* what) {
+    if (FAILED(result)) { throw std::runtime_error(std::string(what) + " failed"); }
 }
 
 /// Tells whoever started the program that clients find it now.
-void SayReady(const Options& options)
-{
+void SayReady(const Options& options) {
     std::puts("lxsampleserver: ready");
     std::fflush(stdout);
-    if (!options.readyEvent.empty())
-    {
+    if (!options.readyEvent.empty()) {
         SetEvent(CreateEventA(nullptr, TRUE, FALSE, options.readyEvent.c_str())); // and is kept until the end
     }
 }
 
-void Serve(const Options& options)
-{
+void Serve(const Options& options) {
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "initialising COM");
     {
         const XStubKeeper stubs;
@@ -112,8 +89,7 @@ void Serve(const Options& options)
 }
 
 /// Ends the program that runs. When none does, COM starts one, which is ended at once.
-void Stop()
-{
+void Stop() {
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "initialising COM");
     {
         XLXComPtr<ILXSampleServer> server;
@@ -125,30 +101,19 @@ void Stop()
     CoUninitialize();
 }
 
-int Run(const Options& options)
-{
-    try
-    {
-        if (options.stops)
-        {
+int Run(const Options& options) {
+    try {
+        if (options.stops) {
             Stop();
-        }
-        else if (options.unregisters)
-        {
+        } else if (options.unregisters) {
             Check(LXUnregisterClass(Registration(options)), "unregistering");
-        }
-        else if (options.registers)
-        {
+        } else if (options.registers) {
             ModelOf(options); // one that cannot be read is refused here, where somebody sees it
             Check(LXRegisterClass(Registration(options)), "registering");
-        }
-        else
-        {
+        } else {
             Serve(options);
         }
-    }
-    catch (const std::exception& error)
-    {
+    } catch (const std::exception& error) {
         std::fprintf(stderr, "lxsampleserver: %s\n", error.what());
         return 1;
     }
@@ -156,16 +121,14 @@ int Run(const Options& options)
 }
 
 /// COM adds -Embedding to the command, which is no option of the form that the others have.
-bool TakeEmbedding(std::vector<char*>& arguments)
-{
+bool TakeEmbedding(std::vector<char*>& arguments) {
     return std::erase_if(arguments, [](const char* argument) {
                return std::string_view(argument) == "-Embedding" || std::string_view(argument) == "/Embedding";
            }) > 0;
 }
 } // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     Options options;
     std::vector<char*> arguments(argv, argv + argc);
     options.terms.idleEnd = TakeEmbedding(arguments);

@@ -4,52 +4,39 @@
 
 #include <limits>
 
-namespace XLXCFCDataTransfer
-{
-namespace
-{
-LONG CountOf(std::size_t size)
-{
-    if (size > static_cast<std::size_t>(std::numeric_limits<LONG>::max()))
-    {
+namespace XLXCFCDataTransfer {
+namespace {
+LONG CountOf(std::size_t size) {
+    if (size > static_cast<std::size_t>(std::numeric_limits<LONG>::max())) {
         XLXError::Raise(E_INVALIDARG, OLESTR("too many elements for a transfer array"), TransferAt("ToSafeArray"));
     }
     return static_cast<LONG>(size);
 }
 
-void AddAll(XArrayWriter& to, std::span<XLXComVariant> values)
-{
-    for (XLXComVariant& value : values)
-    {
+void AddAll(XArrayWriter& to, std::span<XLXComVariant> values) {
+    for (XLXComVariant& value : values) {
         to.Add(std::move(value));
     }
 }
 
-void AddFixed(XArrayWriter& to, std::span<XLXComVariant> values, ULONG expected, XLXTextView message)
-{
-    if (values.size() != expected)
-    {
-        XLXError::Raise(E_INVALIDARG, message, TransferAt("GetArrayFromAttributeList"));
-    }
+void AddFixed(XArrayWriter& to, std::span<XLXComVariant> values, ULONG expected, XLXTextView message) {
+    if (values.size() != expected) { XLXError::Raise(E_INVALIDARG, message, TransferAt("GetArrayFromAttributeList")); }
     AddAll(to, values);
 }
 } // namespace
 
-XArrayWriter::XArrayWriter(EMappingAlgorithm algorithm, EWrapperId wrapper) : m_algorithm(algorithm)
-{
+XArrayWriter::XArrayWriter(EMappingAlgorithm algorithm, EWrapperId wrapper) : m_algorithm(algorithm) {
     Put(static_cast<LONG>(algorithm), static_cast<LONG>(wrapper));
 }
 
-XLXSafeArray XArrayWriter::Finish()
-{
+XLXSafeArray XArrayWriter::Finish() {
     SAFEARRAYBOUND bound = {static_cast<ULONG>(CountOf(m_elements.size())), 0};
     XLXSafeArray array(SafeArrayCreate(VT_VARIANT, 1, &bound));
     void* data = nullptr;
     XLXError::RaiseIfFailed(array ? SafeArrayAccessData(array.Get(), &data) : E_OUTOFMEMORY,
                             OLESTR("the transfer array cannot be made"), TransferAt("ToSafeArray"));
     VARIANT* element = static_cast<VARIANT*>(data);
-    for (XLXComVariant& value : m_elements)
-    {
+    for (XLXComVariant& value : m_elements) {
         value.DetachTo(element++);
     }
     SafeArrayUnaccessData(array.Get());
@@ -57,52 +44,28 @@ XLXSafeArray XArrayWriter::Finish()
     return array;
 }
 
-void ToSafeArray(XArrayWriter& to, LONG value)
-{
-    to.Add(XLXComVariant::FromI4(value));
-}
-void ToSafeArray(XArrayWriter& to, ULONG value)
-{
-    to.Add(XLXComVariant::FromUI4(value));
-}
-void ToSafeArray(XArrayWriter& to, XLXTextView value)
-{
-    to.Add(XLXComVariant::FromBstr(value));
-}
-void ToSafeArray(XArrayWriter& to, IUnknown* value)
-{
-    to.Add(XLXComVariant::FromUnknown(value));
-}
-void ToSafeArray(XArrayWriter& to, XLXComVariant value)
-{
-    to.Add(std::move(value));
-}
+void ToSafeArray(XArrayWriter& to, LONG value) { to.Add(XLXComVariant::FromI4(value)); }
+void ToSafeArray(XArrayWriter& to, ULONG value) { to.Add(XLXComVariant::FromUI4(value)); }
+void ToSafeArray(XArrayWriter& to, XLXTextView value) { to.Add(XLXComVariant::FromBstr(value)); }
+void ToSafeArray(XArrayWriter& to, IUnknown* value) { to.Add(XLXComVariant::FromUnknown(value)); }
+void ToSafeArray(XArrayWriter& to, XLXComVariant value) { to.Add(std::move(value)); }
 
-void ToSafeArray(XArrayWriter& to, XVariantRow values)
-{
+void ToSafeArray(XArrayWriter& to, XVariantRow values) {
     to.Put(CountOf(values.size()));
     AddAll(to, values);
 }
 
-void ToSafeArray(XArrayWriter& to, XLXSafeArray list)
-{
+void ToSafeArray(XArrayWriter& to, XLXSafeArray list) {
     XArrayReader from(std::move(list), 0, "ToSafeArray", EValues::Moved, {"list to be written", {}});
     to.Put(CountOf(from.Remaining()));
     AddAll(to, from.Next(from.Remaining(), "ToSafeArray"));
 }
 
-void ToSafeArray(XArrayWriter& to, XILXConfigData record)
-{
-    to.Put(record.object.Get(), std::move(record.values));
-}
+void ToSafeArray(XArrayWriter& to, XILXConfigData record) { to.Put(record.object.Get(), std::move(record.values)); }
 
-void ToSafeArray(XArrayWriter& to, XILXTypeComp record)
-{
+void ToSafeArray(XArrayWriter& to, XILXTypeComp record) {
     const auto put = [&to](XLXSafeArray& list) {
-        if (list)
-        {
-            to.Put(std::move(list));
-        }
+        if (list) { to.Put(std::move(list)); }
     };
     const auto present = [](const XLXSafeArray& list) { return ULONG{list ? 1U : 0U}; };
     to.Put(present(record.pages), present(record.groups), present(record.editors));
@@ -113,27 +76,21 @@ void ToSafeArray(XArrayWriter& to, XILXTypeComp record)
     put(record.attributes);
 }
 
-void ToSafeArray(XArrayWriter& to, XILXTypeData record)
-{
+void ToSafeArray(XArrayWriter& to, XILXTypeData record) {
     to.Put(std::move(record.config), std::move(record.components));
-    if (to.Algorithm() == EMappingAlgorithm::Map)
-    {
+    if (to.Algorithm() == EMappingAlgorithm::Map) {
         to.Put(record.baseIndex);
-    }
-    else
-    {
+    } else {
         to.Put(XLXTextView(record.baseName));
     }
     to.Put(record.listed, record.searchable);
 }
 
-void ToSafeArray(XArrayWriter& to, XILXAttributeData record)
-{
+void ToSafeArray(XArrayWriter& to, XILXAttributeData record) {
     to.Put(record.object.Get());
     AddFixed(to, record.values, AttributeValueCount, OLESTR("an attribute record has 60 values"));
     to.Put(CountOf(record.types.size()));
-    for (XILXConfigData& type : record.types)
-    {
+    for (XILXConfigData& type : record.types) {
         AddFixed(to, type.values, AttributeTypeValueCount, OLESTR("an attribute type record has 7 values"));
         to.Put(type.object.Get());
     }

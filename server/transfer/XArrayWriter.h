@@ -15,10 +15,8 @@
 
 #include <concepts>
 
-namespace XLXCFCDataTransfer
-{
-class XArrayWriter
-{
+namespace XLXCFCDataTransfer {
+class XArrayWriter {
 public:
     /// A record list, which has no header.
     XArrayWriter() = default;
@@ -47,8 +45,7 @@ void ToSafeArray(XArrayWriter& to, XLXTextView value);
 void ToSafeArray(XArrayWriter& to, IUnknown* value);
 /// For booleans only: a pointer must not become one.
 template <std::same_as<bool> T>
-void ToSafeArray(XArrayWriter& to, T value)
-{
+void ToSafeArray(XArrayWriter& to, T value) {
     to.Add(XLXComVariant::FromBool(value));
 }
 /// Writes a value of any type as it stands.
@@ -63,8 +60,7 @@ void ToSafeArray(XArrayWriter& to, XILXTypeData record);
 void ToSafeArray(XArrayWriter& to, XILXAttributeData record);
 
 template <class... T>
-XArrayWriter& XArrayWriter::Put(T&&... values)
-{
+XArrayWriter& XArrayWriter::Put(T&&... values) {
     (ToSafeArray(*this, std::forward<T>(values)), ...);
     return *this;
 }

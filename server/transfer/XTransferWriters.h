@@ -9,8 +9,7 @@
 
 #include "XArrayWriter.h"
 
-namespace XLXCFCDataTransfer
-{
+namespace XLXCFCDataTransfer {
 /// The index of a name, which are numbered in the order of their first use.
 ULONG IndexOf(XILXTypeMap& types, XLXTextView name);
 

@@ -7,8 +7,7 @@
 
 #include <atomic>
 
-class XModuleCount
-{
+class XModuleCount {
 public:
     static long LiveObjects() noexcept { return s_liveObjects.load(std::memory_order_acquire); }
     static long Locks() noexcept { return s_locks.load(std::memory_order_acquire); }
@@ -22,8 +21,7 @@ private:
 };
 
 /// Base or member of every object whose code may not be unloaded under it.
-class XLiveObject
-{
+class XLiveObject {
 public:
     XLiveObject() noexcept { XModuleCount::s_liveObjects.fetch_add(1, std::memory_order_relaxed); }
     XLiveObject(const XLiveObject&) noexcept : XLiveObject() {}

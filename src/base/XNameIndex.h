@@ -22,33 +22,23 @@
 /// @tparam T      a pointer, or something as small
 /// @tparam Count  the names that make a key
 template <class T, std::size_t Count = 1>
-class XNameIndex
-{
+class XNameIndex {
 public:
     using Names = std::array<XLXTextView, Count>;
 
     /// What belongs to the names; null when nothing was set.
-    const T* Find(const Names& names) const noexcept
-    {
-        if (m_slots.empty())
-        {
-            return nullptr;
-        }
+    const T* Find(const Names& names) const noexcept {
+        if (m_slots.empty()) { return nullptr; }
         const Slot& slot = m_slots[Place(names, HashOf(names))];
         return slot.text != Free ? &slot.value : nullptr;
     }
 
     /// Sets what belongs to the names, in the place of what did.
-    void Set(const Names& names, T value)
-    {
-        if (m_used + 1 > m_slots.size() / 2)
-        {
-            Grow();
-        }
+    void Set(const Names& names, T value) {
+        if (m_used + 1 > m_slots.size() / 2) { Grow(); }
         const std::uint32_t hash = HashOf(names);
         Slot& slot = m_slots[Place(names, hash)];
-        if (slot.text == Free)
-        {
+        if (slot.text == Free) {
             slot.text = Keep(names);
             slot.hash = hash;
             ++m_used;
@@ -56,16 +46,14 @@ public:
         slot.value = value;
     }
 
-    void Swap(XNameIndex& other) noexcept
-    {
+    void Swap(XNameIndex& other) noexcept {
         m_slots.swap(other.m_slots);
         m_texts.swap(other.m_texts);
         std::swap(m_used, other.m_used);
     }
 
 private:
-    struct Slot
-    {
+    struct Slot {
         T value{};
         std::uint32_t hash = 0;
         std::uint32_t text = Free; ///< where the names begin in m_texts
@@ -74,21 +62,18 @@ private:
     static constexpr std::size_t FewestSlots = 16;
     static constexpr std::size_t LengthUnits = sizeof(std::uint32_t) / sizeof(OLECHAR);
 
-    static std::uint32_t HashOf(const Names& names) noexcept
-    {
+    static std::uint32_t HashOf(const Names& names) noexcept {
         constexpr std::uint64_t factor = 0x9E3779B97F4A7C15u;
         std::uint64_t hash = factor;
         const auto mix = [&hash](std::uint64_t word) {
             hash = (hash ^ word) * factor;
             hash ^= hash >> 32;
         };
-        for (const XLXTextView name : names)
-        {
+        for (const XLXTextView name : names) {
             const OLECHAR* at = name.data();
             std::size_t left = name.size();
             std::uint64_t word = 0;
-            for (; left >= sizeof word / sizeof *at; left -= sizeof word / sizeof *at)
-            {
+            for (; left >= sizeof word / sizeof *at; left -= sizeof word / sizeof *at) {
                 std::memcpy(&word, at, sizeof word);
                 at += sizeof word / sizeof *at;
                 mix(word);
@@ -104,27 +89,23 @@ private:
     }
 
     /// The slot of the names, or the free one that they would get.
-    std::size_t Place(const Names& names, std::uint32_t hash) const noexcept
-    {
+    std::size_t Place(const Names& names, std::uint32_t hash) const noexcept {
         const std::size_t mask = m_slots.size() - 1;
         std::size_t place = hash & mask;
-        while (m_slots[place].text != Free && !(m_slots[place].hash == hash && IsAt(m_slots[place].text, names)))
-        {
+        while (m_slots[place].text != Free && !(m_slots[place].hash == hash && IsAt(m_slots[place].text, names))) {
             place = (place + 1) & mask;
         }
         return place;
     }
 
-    bool IsAt(std::size_t at, const Names& names) const noexcept
-    {
+    bool IsAt(std::size_t at, const Names& names) const noexcept {
         const OLECHAR* text = m_texts.data() + at;
-        for (const XLXTextView name : names)
-        {
+        for (const XLXTextView name : names) {
             std::uint32_t length = 0;
             std::memcpy(&length, text, sizeof length);
             text += LengthUnits; // for an empty name at the end: one behind the texts
-            if (length != name.size() || (length != 0 && std::memcmp(text, name.data(), length * sizeof(OLECHAR)) != 0))
-            {
+            if (length != name.size() ||
+                (length != 0 && std::memcmp(text, name.data(), length * sizeof(OLECHAR)) != 0)) {
                 return false;
             }
             text += length;
@@ -133,22 +114,16 @@ private:
     }
 
     /// Appends the names to the texts.
-    std::uint32_t Keep(const Names& names)
-    {
+    std::uint32_t Keep(const Names& names) {
         const std::size_t at = m_texts.size();
         std::size_t units = at;
-        for (const XLXTextView name : names)
-        {
+        for (const XLXTextView name : names) {
             units += LengthUnits + name.size();
         }
-        if (units >= Free)
-        {
-            throw std::bad_alloc();
-        }
+        if (units >= Free) { throw std::bad_alloc(); }
         m_texts.resize(units);
         OLECHAR* to = m_texts.data() + at;
-        for (const XLXTextView name : names)
-        {
+        for (const XLXTextView name : names) {
             const auto length = static_cast<std::uint32_t>(name.size());
             std::memcpy(to, &length, sizeof length);
             to += LengthUnits;
@@ -157,17 +132,13 @@ private:
         return static_cast<std::uint32_t>(at);
     }
 
-    void Grow()
-    {
+    void Grow() {
         std::vector<Slot> slots(m_slots.empty() ? FewestSlots : m_slots.size() * 2);
         const std::size_t mask = slots.size() - 1;
-        for (const Slot& slot : m_slots)
-        {
-            if (slot.text != Free)
-            {
+        for (const Slot& slot : m_slots) {
+            if (slot.text != Free) {
                 std::size_t place = slot.hash & mask;
-                while (slots[place].text != Free)
-                {
+                while (slots[place].text != Free) {
                     place = (place + 1) & mask;
                 }
                 slots[place] = slot;

@@ -12,8 +12,7 @@
 /// Entries are added in any order, and found once Settle has brought them into theirs; that takes no longer than
 /// sorting, however many are added.
 template <class Key, class T>
-class XSortedMap
-{
+class XSortedMap {
 public:
     using key_type = Key;
     using mapped_type = T;
@@ -23,10 +22,8 @@ public:
     XSortedMap() noexcept = default;
     XSortedMap(const XSortedMap&) = default;
     XSortedMap(XSortedMap&& other) noexcept
-        : m_entries(std::move(other.m_entries)), m_settled(std::exchange(other.m_settled, 0))
-    {}
-    XSortedMap& operator=(XSortedMap other) noexcept
-    {
+        : m_entries(std::move(other.m_entries)), m_settled(std::exchange(other.m_settled, 0)) {}
+    XSortedMap& operator=(XSortedMap other) noexcept {
         swap(other);
         return *this;
     }
@@ -35,8 +32,7 @@ public:
     const_iterator end() const noexcept { return m_entries.end(); }
     std::size_t size() const noexcept { return m_entries.size(); }
     bool empty() const noexcept { return m_entries.empty(); }
-    void swap(XSortedMap& other) noexcept
-    {
+    void swap(XSortedMap& other) noexcept {
         m_entries.swap(other.m_entries);
         std::swap(m_settled, other.m_settled);
     }
@@ -44,8 +40,7 @@ public:
     /// Looks among the settled entries.
     /// @tparam Like  the key, or what it compares with
     template <class Like>
-    const_iterator find(const Like& key) const
-    {
+    const_iterator find(const Like& key) const {
         const auto settled = begin() + static_cast<std::ptrdiff_t>(m_settled);
         const auto found = std::lower_bound(begin(), settled, key,
                                             [](const value_type& entry, const Like& k) { return entry.first < k; });
@@ -55,8 +50,7 @@ public:
     void Add(Key key, T value) { m_entries.emplace_back(std::move(key), std::move(value)); }
 
     /// Settles what was added. Of several entries of one key the one that was added last stays.
-    void Settle()
-    {
+    void Settle() {
         const auto added = m_entries.begin() + static_cast<std::ptrdiff_t>(m_settled);
         std::stable_sort(added, m_entries.end(), Less);
         std::inplace_merge(m_entries.begin(), added, m_entries.end(), Less);
@@ -68,20 +62,12 @@ private:
     static bool Less(const value_type& left, const value_type& right) { return left.first < right.first; }
 
     // The merge is stable: of equal keys the last is the one that was added last.
-    void DropOlder()
-    {
+    void DropOlder() {
         auto to = m_entries.begin();
-        for (auto from = m_entries.begin(); from != m_entries.end(); ++from)
-        {
+        for (auto from = m_entries.begin(); from != m_entries.end(); ++from) {
             const auto next = from + 1;
-            if (next != m_entries.end() && !Less(*from, *next))
-            {
-                continue;
-            }
-            if (to != from)
-            {
-                *to = std::move(*from);
-            }
+            if (next != m_entries.end() && !Less(*from, *next)) { continue; }
+            if (to != from) { *to = std::move(*from); }
             ++to;
         }
         m_entries.erase(to, m_entries.end());

@@ -19,21 +19,13 @@
 /// @tparam Faces    the first one answers for IUnknown and its own id, each further one for its own. Classes that are
 ///                  no interface may be among them: they are base classes, and nobody can ask for them
 template <class Derived, class... Faces>
-class XFaces : public Faces...
-{
+class XFaces : public Faces... {
 public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
-    {
-        if (ppv == nullptr)
-        {
-            return Derived::RefuseNullFace();
-        }
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override {
+        if (ppv == nullptr) { return Derived::RefuseNullFace(); }
         Derived& self = static_cast<Derived&>(*this);
         *ppv = self.FindFace(iid);
-        if (*ppv == nullptr)
-        {
-            return E_NOINTERFACE;
-        }
+        if (*ppv == nullptr) { return E_NOINTERFACE; }
         self.AddRef();
         return S_OK;
     }
@@ -43,8 +35,7 @@ protected:
     ~XFaces() = default;
 
     /// The face with that id; null when there is none.
-    void* FindFace(REFIID iid) noexcept
-    {
+    void* FindFace(REFIID iid) noexcept {
         void* found = nullptr;
         const bool isUnknown = IsEqualIID(iid, IID_IUnknown);
         (void)((found = Answer<Faces>(iid, isUnknown), found != nullptr) || ...);
@@ -53,10 +44,8 @@ protected:
 
 private:
     template <class Face>
-    void* Answer(REFIID iid, bool isUnknown) noexcept
-    {
-        if constexpr (std::is_base_of_v<IUnknown, Face>)
-        {
+    void* Answer(REFIID iid, bool isUnknown) noexcept {
+        if constexpr (std::is_base_of_v<IUnknown, Face>) {
             return isUnknown || IsEqualIID(iid, __uuidof(Face)) ? static_cast<Face*>(this) : nullptr;
         }
         return nullptr;
@@ -65,28 +54,21 @@ private:
 
 /// An object of the module that lives as long as somebody holds a reference to it.
 template <class Derived, class... Faces>
-class XUnknown : public XFaces<Derived, Faces...>
-{
+class XUnknown : public XFaces<Derived, Faces...> {
 public:
     XUnknown(const XUnknown&) = delete;
     XUnknown& operator=(const XUnknown&) = delete;
 
     ULONG STDMETHODCALLTYPE AddRef() override { return m_references.fetch_add(1, std::memory_order_relaxed) + 1; }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
+    ULONG STDMETHODCALLTYPE Release() override {
         const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-        if (left == 0)
-        {
-            delete static_cast<Derived*>(this);
-        }
+        if (left == 0) { delete static_cast<Derived*>(this); }
         return left;
     }
     /// Adds a reference unless the last one is gone already.
-    bool TryAddReference() noexcept
-    {
+    bool TryAddReference() noexcept {
         ULONG count = m_references.load(std::memory_order_relaxed);
-        while (count != 0 && !m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed))
-        {}
+        while (count != 0 && !m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) {}
         return count != 0;
     }
 

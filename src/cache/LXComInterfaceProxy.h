@@ -13,15 +13,12 @@
 #include <cstdint>
 #include <mutex>
 
-namespace LXComInterfaceProxy
-{
+namespace LXComInterfaceProxy {
 template <class I>
-class XLazyIProxy
-{
+class XLazyIProxy {
 public:
     /// A server object, the interface that it was asked for, and where it is asked for when it did not come.
-    struct Link
-    {
+    struct Link {
         XLXComPtr<IUnknown> held;
         XLXComPtr<I> typed;
         XServerSourcePtr source; ///< another one for each record without an object
@@ -30,28 +27,20 @@ public:
     /// @param scope  class and operator for error locations, such as "LXComInterfaceProxy::XLazyIProxy<struct
     ///               ILXFormat>"
     explicit XLazyIProxy(const char* scope, XLXComPtr<IUnknown> held = {}) noexcept
-        : m_scope(scope), m_link{std::move(held), {}, {}}
-    {}
+        : m_scope(scope), m_link{std::move(held), {}, {}} {}
 
     /// The server object's interface. Raises when there is no server object, or it lacks the interface. It is asked
     /// for with no lock held; two threads may both ask, and one answer is kept.
-    XLXComPtr<I> operator*() const
-    {
+    XLXComPtr<I> operator*() const {
         XLXComPtr<IUnknown> held;
         XServerSourcePtr source;
         {
             const std::lock_guard<XLeafMutex> lock(m_mutex);
-            if (m_link.typed)
-            {
-                return m_link.typed;
-            }
+            if (m_link.typed) { return m_link.typed; }
             held = m_link.held;
             source = m_link.source;
         }
-        if (!held && source)
-        {
-            held = source->Ask();
-        }
+        if (!held && source) { held = source->Ask(); }
         XLXError::CheckPointer(held.Get(), OLESTR("server object"), At(68));
         XLXComPtr<I> typed;
         XLXError::RaiseIfFailed(LXQuery(*held, typed), OLESTR("DCOM Query Interface failed."), At(68));
@@ -61,8 +50,7 @@ public:
     }
 
     /// Whether there is a server object, or somebody to ask for it.
-    bool HasObject() const noexcept
-    {
+    bool HasObject() const noexcept {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         return m_link.held || m_link.source;
     }
@@ -70,13 +58,9 @@ public:
     /// Exchanges the server object, and where it is asked for, unless a later record brought what is there; the
     /// caller releases the old one with no lock held.
     /// @param record  orders the records
-    bool Swap(Link& link, std::uint64_t record) noexcept
-    {
+    bool Swap(Link& link, std::uint64_t record) noexcept {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        if (record < m_record)
-        {
-            return false;
-        }
+        if (record < m_record) { return false; }
         m_record = record;
         std::swap(m_link, link);
         return true;
@@ -86,18 +70,11 @@ private:
     LXErrorLocation At(int line) const noexcept { return {"LXComInterfaceProxy", m_scope, "operator *", line}; }
 
     /// Keeps an answer, unless another record came meanwhile: its source is another one.
-    void Publish(XLXComPtr<IUnknown> held, XLXComPtr<I> typed, const XServerSourcePtr& source) const noexcept
-    {
+    void Publish(XLXComPtr<IUnknown> held, XLXComPtr<I> typed, const XServerSourcePtr& source) const noexcept {
         const IUnknown* const object = held.Get();
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        if (!m_link.held && m_link.source && m_link.source == source)
-        {
-            m_link.held.Swap(held);
-        }
-        if (m_link.held.Get() == object && !m_link.typed)
-        {
-            m_link.typed.Swap(typed);
-        }
+        if (!m_link.held && m_link.source && m_link.source == source) { m_link.held.Swap(held); }
+        if (m_link.held.Get() == object && !m_link.typed) { m_link.typed.Swap(typed); }
     }
 
     const char* m_scope;

@@ -4,37 +4,29 @@
 #include "XInstanceRegistry.h"
 #include "XModuleState.h"
 
-namespace
-{
-XInstanceRegistry<ILXGlobalAttributeFormatSpec>& LiveSpecs()
-{
+namespace {
+XInstanceRegistry<ILXGlobalAttributeFormatSpec>& LiveSpecs() {
     static const XModuleState<XInstanceRegistry<ILXGlobalAttributeFormatSpec>> registry;
     return *registry;
 }
 } // namespace
 
 XLXGlobalAttributeFormatSpecCache::XLXGlobalAttributeFormatSpecCache(XLXComPtr<IUnknown> server, XClockPtr clock)
-    : XLXFormatOwner(std::move(server), std::move(clock))
-{
+    : XLXFormatOwner(std::move(server), std::move(clock)) {
     LiveSpecs().Add(this);
 }
 
-XLXGlobalAttributeFormatSpecCache::~XLXGlobalAttributeFormatSpecCache()
-{
-    LiveSpecs().Remove(this);
-}
+XLXGlobalAttributeFormatSpecCache::~XLXGlobalAttributeFormatSpecCache() { LiveSpecs().Remove(this); }
 
 XLXComPtr<XLXGlobalAttributeFormatSpecCache>
-XLXGlobalAttributeFormatSpecCache::FromFace(ILXGlobalAttributeFormatSpec* face)
-{
+XLXGlobalAttributeFormatSpecCache::FromFace(ILXGlobalAttributeFormatSpec* face) {
     const auto own = XLXComPtr<ILXGlobalAttributeFormatSpec>(face).As<ILXGlobalAttributeFormatSpec>();
     return own && LiveSpecs().Contains(own.Get()) ? XLXComPtr<XLXGlobalAttributeFormatSpecCache>(
                                                         static_cast<XLXGlobalAttributeFormatSpecCache*>(own.Get()))
                                                   : nullptr;
 }
 
-void XLXGlobalAttributeFormatSpecCache::Terminate() noexcept
-{
+void XLXGlobalAttributeFormatSpecCache::Terminate() noexcept {
     XLXFormatOwner::Terminate();
     Detach(); // who still holds this object goes on reading its values
     ReleaseServer();

@@ -7,8 +7,7 @@
 /// Formats by format type that belong to no single attribute.
 class XLXGlobalAttributeFormatSpecCache final
     : public XLXFormatOwner<XLXGlobalAttributeFormatSpecCache, XCachedFacts::GlobalFormatSpec,
-                            XOwnedFormats::OfGlobalFormatSpec, ILXGlobalAttributeFormatSpec, int>
-{
+                            XOwnedFormats::OfGlobalFormatSpec, ILXGlobalAttributeFormatSpec, int> {
 public:
     XLXGlobalAttributeFormatSpecCache(XLXComPtr<IUnknown> server, XClockPtr clock);
     ~XLXGlobalAttributeFormatSpecCache();

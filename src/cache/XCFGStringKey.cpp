@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "XCFGStringKey.h"
 
-namespace
-{
+namespace {
 /// Whether there is a unit of the kind of surrogate that begins there.
-bool IsSurrogate(XLXTextView text, std::size_t at, unsigned kind)
-{
+bool IsSurrogate(XLXTextView text, std::size_t at, unsigned kind) {
     return at < text.size() && (static_cast<unsigned>(text[at]) & 0xFC00) == kind;
 }
 
 /// What the unit there sorts by, where it is the first to differ: both halves of a surrogate pair come behind
 /// everything else.
-unsigned RankOf(XLXTextView text, std::size_t at)
-{
+unsigned RankOf(XLXTextView text, std::size_t at) {
     constexpr unsigned high = 0xD800;
     constexpr unsigned low = 0xDC00;
     const bool isPaired = (IsSurrogate(text, at, high) && IsSurrogate(text, at + 1, low)) ||
@@ -21,22 +18,18 @@ unsigned RankOf(XLXTextView text, std::size_t at)
 }
 } // namespace
 
-std::optional<XCFGStringKey> XCFGStringKey::Of(const XLXComVariant& name)
-{
-    if (name.Type() == VT_BSTR)
-    {
+std::optional<XCFGStringKey> XCFGStringKey::Of(const XLXComVariant& name) {
+    if (name.Type() == VT_BSTR) {
         return XCFGStringKey(LXBstrView(V_BSTR(&name.Get()))); // nearly always, and without a copy of the text
     }
     const auto text = name.Empty() ? std::nullopt : name.AsText();
     return text ? std::optional<XCFGStringKey>(*text) : std::nullopt;
 }
 
-std::optional<XCFGStringKey> XCFGStringKey::At(const XVariantRow& values, std::size_t member)
-{
+std::optional<XCFGStringKey> XCFGStringKey::At(const XVariantRow& values, std::size_t member) {
     return member < values.size() ? Of(values[member]) : std::nullopt;
 }
 
-std::strong_ordering XCFGStringKey::CompareSurrogates(XLXTextView left, XLXTextView right, std::size_t at) noexcept
-{
+std::strong_ordering XCFGStringKey::CompareSurrogates(XLXTextView left, XLXTextView right, std::size_t at) noexcept {
     return RankOf(left, at) <=> RankOf(right, at);
 }

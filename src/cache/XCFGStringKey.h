@@ -16,8 +16,7 @@
 ///
 /// Keys sort by code points, as their UTF-8 forms would: a surrogate pair comes behind U+FFFF, a lone surrogate stands
 /// where its number says. A map that compares with std::less<> finds a text without a key being made of it.
-class XCFGStringKey
-{
+class XCFGStringKey {
 public:
     XCFGStringKey() noexcept = default;
     explicit XCFGStringKey(XLXTextView name) : m_text(name) {}
@@ -33,12 +32,10 @@ public:
 
     friend bool operator==(const XCFGStringKey& left, const XCFGStringKey& right) noexcept = default;
     friend bool operator==(const XCFGStringKey& left, XLXTextView right) noexcept { return left.m_text == right; }
-    friend std::strong_ordering operator<=>(const XCFGStringKey& left, const XCFGStringKey& right) noexcept
-    {
+    friend std::strong_ordering operator<=>(const XCFGStringKey& left, const XCFGStringKey& right) noexcept {
         return left.Compare(right.m_text);
     }
-    friend std::strong_ordering operator<=>(const XCFGStringKey& left, XLXTextView right) noexcept
-    {
+    friend std::strong_ordering operator<=>(const XCFGStringKey& left, XLXTextView right) noexcept {
         return left.Compare(right);
     }
 
@@ -48,24 +45,18 @@ private:
     static std::strong_ordering CompareSurrogates(XLXTextView left, XLXTextView right, std::size_t at) noexcept;
 
     // Inline, and four units at a time: a look-up compares many names that begin alike.
-    std::strong_ordering Compare(XLXTextView other) const noexcept
-    {
+    std::strong_ordering Compare(XLXTextView other) const noexcept {
         const XLXTextView own = m_text;
         const std::size_t common = own.size() < other.size() ? own.size() : other.size();
         std::size_t at = 0;
         constexpr std::size_t step = 4;
-        while (at + step <= common && std::memcmp(&own[at], &other[at], step * sizeof(OLECHAR)) == 0)
-        {
+        while (at + step <= common && std::memcmp(&own[at], &other[at], step * sizeof(OLECHAR)) == 0) {
             at += step;
         }
-        while (at < common && own[at] == other[at])
-        {
+        while (at < common && own[at] == other[at]) {
             ++at;
         }
-        if (at == common)
-        {
-            return own.size() <=> other.size();
-        }
+        if (at == common) { return own.size() <=> other.size(); }
         return IsSurrogate(own[at]) || IsSurrogate(other[at]) ? CompareSurrogates(own, other, at)
                                                               : own[at] <=> other[at];
     }

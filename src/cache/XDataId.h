@@ -8,8 +8,7 @@
 
 /// What an update mode, the last field of a data id, says changed. Bits may be combined; a mode below 1 says that
 /// anything may have changed.
-enum LXUpdateMode : LONG
-{
+enum LXUpdateMode : LONG {
     LXUM_EVERYTHING = 0x1,
     LXUM_TYPES = 0x2,
     LXUM_PARENTCHILD = 0x4,
@@ -26,13 +25,9 @@ enum LXUpdateMode : LONG
 };
 
 /// Whether a mode touches any of the given bits.
-constexpr bool LXModeConcerns(LONG mode, LONG bits) noexcept
-{
-    return mode < 1 || (mode & bits) != 0;
-}
+constexpr bool LXModeConcerns(LONG mode, LONG bits) noexcept { return mode < 1 || (mode & bits) != 0; }
 
-enum class LXDataIdKind
-{
+enum class LXDataIdKind {
     Objects,
     Properties,
     ParentChild, ///< "pc"
@@ -41,8 +36,7 @@ enum class LXDataIdKind
 };
 
 /// A data id, taken apart. The fields refer to the text that was parsed.
-struct XDataId
-{
+struct XDataId {
     XLXTextView kindText;                    ///< the text before the first "/"; the whole id when there is none
     XLXTextView object;                      ///< the id or name between the first and the second "/"
     LONG subNumber = -1;                     ///< -1 when empty or absent

@@ -1,23 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "XFormatMap.h"
 
-namespace
-{
-HRESULT HandOut(const XLXComPtr<XLXFormatCache>& format, ILXFormat** out) noexcept
-{
+namespace {
+HRESULT HandOut(const XLXComPtr<XLXFormatCache>& format, ILXFormat** out) noexcept {
     *out = nullptr;
-    if (!format)
-    {
-        return S_FALSE;
-    }
+    if (!format) { return S_FALSE; }
     XLXComPtr<ILXFormat>(format).CopyTo(out);
     return S_OK;
 }
 } // namespace
 
 HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
-                        const LXErrorLocation& failedAt)
-{
+                        const LXErrorLocation& failedAt) {
     *out = nullptr;
     const XStamp noted = Now(time);
     std::uint64_t changes = 0;
@@ -25,24 +19,16 @@ HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, cons
     const bool isKnown = m_mapFormatCache.Read([&](const Formats& formats) {
         changes = formats.changes;
         const auto found = formats.stamp == noted ? formats.map.find(type) : formats.map.end();
-        if (found != formats.map.end())
-        {
-            format = found->second;
-        }
+        if (found != formats.map.end()) { format = found->second; }
         return found != formats.map.end();
     });
-    if (isKnown)
-    {
-        return HandOut(format, out);
-    }
+    if (isKnown) { return HandOut(format, out); }
     XLXComPtr<ILXFormat> server;
     const HRESULT result = LXAsk(method, server, LXNoResult::Nothing, {}, failedAt, askServer);
-    if (FAILED(result))
-    {
+    if (FAILED(result)) {
         return XLXError::SetComAppError(result, OLESTR("the server failed to get the format"), failedAt);
     }
-    if (result != S_FALSE && server)
-    {
+    if (result != S_FALSE && server) {
         format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock));
     }
     Enter(time, type, format, noted, changes);
@@ -50,54 +36,39 @@ HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, cons
 }
 
 HRESULT XFormatMap::Create(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
-                           const LXErrorLocation& failedAt)
-{
+                           const LXErrorLocation& failedAt) {
     *out = nullptr;
     const XStamp noted = Now(time);
     XLXComPtr<ILXFormat> server;
     const HRESULT result =
         LXAsk(method, server, LXNoResult::PointerError, OLESTR("created format"), failedAt, askServer);
     Format format;
-    if (result == S_OK)
-    {
-        format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock));
-    }
+    if (result == S_OK) { format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock)); }
     Replace(time, type, format, noted);
-    if (result != S_OK)
-    {
+    if (result != S_OK) {
         return XLXError::SetComAppError(result, OLESTR("the server did not create the format"), failedAt);
     }
     return HandOut(format, out);
 }
 
-void XFormatMap::Erase(const XObjectTime& time, int type)
-{
-    Replace(time, type, nullptr, XStamp{});
-}
+void XFormatMap::Erase(const XObjectTime& time, int type) { Replace(time, type, nullptr, XStamp{}); }
 
 // An answer that a notification, a creation or a deletion overtook is not entered: the next question asks again.
-void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const XStamp& noted, std::uint64_t changes)
-{
+void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const XStamp& noted, std::uint64_t changes) {
     Map dropped; // these two go after the lock
     Format late;
     m_mapFormatCache.Write([&](Formats& formats) {
         EmptyIfStale(formats, time, dropped);
-        if (formats.stamp != noted || formats.changes != changes)
-        {
-            return;
-        }
+        if (formats.stamp != noted || formats.changes != changes) { return; }
         const auto [entry, isNew] = formats.map.try_emplace(type, format);
-        if (!isNew)
-        {
+        if (!isNew) {
             late = entry->second;
             late.Swap(format); // who came first is what everybody gets
             return;
         }
-        if (!format)
-        {
+        if (!format) {
             formats.negative.push_back(type);
-            if (formats.negative.size() > MostNegativeAnswers)
-            {
+            if (formats.negative.size() > MostNegativeAnswers) {
                 formats.map.erase(formats.negative.front());
                 formats.negative.pop_front();
             }
@@ -107,62 +78,44 @@ void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const 
 }
 
 // What the server has created or deleted, together with the count that tells answers on their way that they are old.
-void XFormatMap::Replace(const XObjectTime& time, int type, const Format& format, const XStamp& noted)
-{
+void XFormatMap::Replace(const XObjectTime& time, int type, const Format& format, const XStamp& noted) {
     Map dropped;
     m_mapFormatCache.Write([&](Formats& formats) {
         EmptyIfStale(formats, time, dropped);
         ++formats.changes;
-        if (auto former = formats.map.extract(type); !former.empty())
-        {
+        if (auto former = formats.map.extract(type); !former.empty()) {
             std::erase(formats.negative, type);
             dropped.insert(std::move(former));
         }
-        if (format && formats.stamp == noted)
-        {
-            formats.map.emplace(type, format);
-        }
+        if (format && formats.stamp == noted) { formats.map.emplace(type, format); }
     });
     DetachAll(dropped);
 }
 
-void XFormatMap::EmptyIfStale(Formats& formats, const XObjectTime& time, Map& dropped) const
-{
-    if (const XStamp now = Now(time); formats.stamp != now)
-    {
+void XFormatMap::EmptyIfStale(Formats& formats, const XObjectTime& time, Map& dropped) const {
+    if (const XStamp now = Now(time); formats.stamp != now) {
         dropped.swap(formats.map);
         formats.negative.clear();
         formats.stamp = now;
     }
 }
 
-void XFormatMap::DetachAll(const Map& dropped) noexcept
-{
-    for (const auto& [type, format] : dropped)
-    {
-        if (format)
-        {
-            format->Detach();
-        }
+void XFormatMap::DetachAll(const Map& dropped) noexcept {
+    for (const auto& [type, format] : dropped) {
+        if (format) { format->Detach(); }
     }
 }
 
 // The receivers only advance counts, so they may be called under the lock.
-void XFormatMap::NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const
-{
+void XFormatMap::NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const {
     m_mapFormatCache.Read([&](const Formats& formats) {
-        for (const auto& [type, format] : formats.map)
-        {
-            if (format)
-            {
-                format->NotifyDirectly(notification, touched);
-            }
+        for (const auto& [type, format] : formats.map) {
+            if (format) { format->NotifyDirectly(notification, touched); }
         }
     });
 }
 
-void XFormatMap::Terminate()
-{
+void XFormatMap::Terminate() {
     Map dropped;
     m_own.Advance();
     m_mapFormatCache.Write([&](Formats& formats) {

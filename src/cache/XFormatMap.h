@@ -16,8 +16,7 @@
 #include <functional>
 #include <map>
 
-class XFormatMap
-{
+class XFormatMap {
 public:
     /// Negative answers that are kept; of more the oldest go.
     static constexpr std::size_t MostNegativeAnswers = 64;
@@ -49,8 +48,7 @@ public:
 private:
     using Format = XLXComPtr<XLXFormatCache>;
     using Map = std::map<int, Format>;
-    struct Formats
-    {
+    struct Formats {
         Map map;
         std::deque<int> negative; ///< the types of the negative answers, the oldest first
         XStamp stamp;

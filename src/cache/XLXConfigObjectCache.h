@@ -31,22 +31,18 @@
 /// @tparam MoreFaces  further interfaces, answered by their own ids
 template <class Derived, const XCachedObjectFacts& Facts, class Interface, class... MoreFaces>
 class XLXConfigObjectCache
-    : public XPropertyMethods<XUnknown<Derived, Interface, MoreFaces..., ILXCallbackUpdate>, Facts.kind>
-{
+    : public XPropertyMethods<XUnknown<Derived, Interface, MoreFaces..., ILXCallbackUpdate>, Facts.kind> {
 public:
     /// @param clock  of the connection; null: nothing on the server can make the object stale
     XLXConfigObjectCache(XLXComPtr<IUnknown> server, XClockPtr clock, std::size_t slots = 0)
-        : m_clock(std::move(clock)), m_server(Facts.proxyScope, std::move(server)), m_store(slots)
-    {}
+        : m_clock(std::move(clock)), m_server(Facts.proxyScope, std::move(server)), m_store(slots) {}
 
-    static HRESULT RefuseNullFace() noexcept
-    {
+    static HRESULT RefuseNullFace() noexcept {
         return XLXError::RefusePointer(OLESTR("ppv"), Facts.At("QueryInterface"));
     }
 
     // ILXConfigObject
-    HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override
-    {
+    HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override {
         return XLXError::Guarded(Facts.At("GetProperty"), [&]() -> HRESULT {
             XLXError::CheckPointer(pvarValue, OLESTR("pvarValue"), Facts.At("GetProperty"));
             XLXComVariant value;
@@ -54,18 +50,11 @@ public:
             return result == S_OK ? LXHandOutValue(std::move(value), pvarValue) : result;
         });
     }
-    HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override
-    {
-        if constexpr (Facts.readOnly)
-        {
-            return E_NOTIMPL;
-        }
+    HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override {
+        if constexpr (Facts.readOnly) { return E_NOTIMPL; }
         return XLXError::Guarded(Facts.At("SetProperty"), [&]() -> HRESULT {
             XLXComVariant value = XLXComVariant::CopyOf(varValue);
-            if (FAILED(m_store.Write(iLXCF_Member, value)))
-            {
-                LXRaisePropertyIndex(iLXCF_Member);
-            }
+            if (FAILED(m_store.Write(iLXCF_Member, value))) { LXRaisePropertyIndex(iLXCF_Member); }
             return S_OK;
         });
     }
@@ -74,20 +63,17 @@ public:
     HRESULT STDMETHODCALLTYPE CheckCallbackValid() override { return S_OK; }
     HRESULT STDMETHODCALLTYPE ServerIsTerminating() override { return S_OK; }
     HRESULT STDMETHODCALLTYPE SetCallbackId(LONG) override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE GetClientInfo(tagLXClientInfo* pClientInfo) override
-    {
+    HRESULT STDMETHODCALLTYPE GetClientInfo(tagLXClientInfo* pClientInfo) override {
         return XLXError::Guarded(Facts.At("GetClientInfo"), [&] {
             return LXGetClientInfo(pClientInfo, Facts.clientInfoClass, Facts.At("GetClientInfo"));
         });
     }
-    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR, ULONG, ULONG, ULONG, tagLXUpdateInfo*) override
-    {
+    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR, ULONG, ULONG, ULONG, tagLXUpdateInfo*) override {
         return XLXError::Guarded(Facts.At("DataObjectChanged"), [&] {
             const XDataId id = XDataId::Parse(LXBstrView(bstrDataID));
             const XAspectSet concerned = XNotificationRule::Concerned(id, id.mode);
             XAspectSet touched;
-            if (m_clock)
-            {
+            if (m_clock) {
                 NotifyDirectly({concerned, id.kind == LXDataIdKind::ParentChild, m_clock->DrawDirect()}, touched);
             }
             LXTraceInvalidated(touched);
@@ -100,11 +86,9 @@ public:
     /// Takes a notification that came straight to the object or its owner. Waits for nobody but for who looks a map
     /// up.
     /// @param touched  receives what became stale
-    void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched)
-    {
+    void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) {
         m_direct.Raise(notification.number); // before the own counts: see XBasicDirectNumber
-        if (m_place.load() != Place::InMap)
-        {
+        if (m_place.load() != Place::InMap) {
             // Meant for whatever has taken the object's place in the map.
             m_clock->Advance(notification.concerned);
             m_place.store(Place::Stale);
@@ -116,70 +100,47 @@ public:
     /// Takes the number of the last notification that came straight to the owner, whose map the object enters. An
     /// answer from before that notification must not give the object values later, although it was not yet in the map
     /// when the notification passed; what it has of such an answer is stale. Called under the map's lock.
-    void TakeOwnersNumber(const XDirectNumber& ofOwner, const XMoment& moment)
-    {
-        if (const std::uint64_t number = ofOwner.Now(); number > m_direct.Now())
-        {
+    void TakeOwnersNumber(const XDirectNumber& ofOwner, const XMoment& moment) {
+        if (const std::uint64_t number = ofOwner.Now(); number > m_direct.Now()) {
             XAspectSet touched;
             NotifyDirectly({{}, false, number}, touched); // concerns nothing, but reaches the parts
         }
-        if (ofOwner.IsNewerThan(moment))
-        {
-            AdvanceAll();
-        }
+        if (ofOwner.IsNewerThan(moment)) { AdvanceAll(); }
     }
 
     /// Reads a value as GetProperty does, into a variant that must be empty. Raises failures of the component itself.
-    HRESULT ReadProperty(int index, XLXComVariant& value)
-    {
+    HRESULT ReadProperty(int index, XLXComVariant& value) {
         HRESULT result = m_store.Read(index, value, Now());
-        if (result == S_FALSE && m_place.load(std::memory_order_acquire) == Place::Detached)
-        {
+        if (result == S_FALSE && m_place.load(std::memory_order_acquire) == Place::Detached) {
             result = m_store.ReadStale(index, value);
         }
-        if (result == S_FALSE)
-        {
-            return FetchAndRead(index, value);
-        }
-        if (result == E_INVALIDARG)
-        {
-            LXRaisePropertyIndex(index);
-        }
-        if (result == E_OUTOFMEMORY)
-        {
-            throw std::bad_alloc();
-        }
+        if (result == S_FALSE) { return FetchAndRead(index, value); }
+        if (result == E_INVALIDARG) { LXRaisePropertyIndex(index); }
+        if (result == E_OUTOFMEMORY) { throw std::bad_alloc(); }
         return result;
     }
 
     /// Reads a value where a failure counts as having none: nullopt, and no error information.
-    std::optional<XLXComVariant> TryRead(int index)
-    {
+    std::optional<XLXComVariant> TryRead(int index) {
         XLXComVariant value;
         const HRESULT result = LXWithoutRaising([&] { return ReadProperty(index, value); });
         return SUCCEEDED(result) ? std::optional<XLXComVariant>(std::move(value)) : std::nullopt;
     }
 
     /// A value that can be had without asking the server: empty when there is none.
-    XLXComVariant Peek(int index) const
-    {
+    XLXComVariant Peek(int index) const {
         XLXComVariant value;
-        if (m_store.Read(index, value, Now()) == E_OUTOFMEMORY)
-        {
-            throw std::bad_alloc();
-        }
+        if (m_store.Read(index, value, Now()) == E_OUTOFMEMORY) { throw std::bad_alloc(); }
         return value;
     }
 
     /// Gives a new object the values that came with it.
-    void AssignProperties(XVariantRow values, const XMoment& moment)
-    {
+    void AssignProperties(XVariantRow values, const XMoment& moment) {
         Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
     }
 
     /// Says where a new object asks for its server object, which it has not.
-    void SetSource(XServerSourcePtr source) noexcept
-    {
+    void SetSource(XServerSourcePtr source) noexcept {
         typename Proxy::Link link{{}, {}, std::move(source)};
         m_server.Swap(link, 0);
     }
@@ -191,19 +152,13 @@ public:
     /// @param source  of a server object that did not come
     /// @return false: a later record was there already, and nothing changed
     bool TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment, XRetired& retired,
-                    XServerSourcePtr source = {})
-    {
+                    XServerSourcePtr source = {}) {
         const IUnknown* const wanted = server.Get();
         typename Proxy::Link link{std::move(server), {}, std::move(source)};
         const bool isTaken = m_server.Swap(link, moment.At(Facts.set));
-        if (isTaken)
-        {
-            if (link.held ? link.held.Get() != wanted : link.source != nullptr)
-            {
-                AdvanceAll();
-            }
-            if (!values.empty())
-            {
+        if (isTaken) {
+            if (link.held ? link.held.Get() != wanted : link.source != nullptr) { AdvanceAll(); }
+            if (!values.empty()) {
                 retired.Take(self().AmendValues(values));
                 Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
             }
@@ -215,31 +170,22 @@ public:
     }
 
     /// Makes everything stale that the object or a part of it has loaded. Waits for nobody.
-    void AdvanceAll() noexcept
-    {
+    void AdvanceAll() noexcept {
         m_store.Advance();
         self().AdvanceParts();
     }
 
     /// Says that the object enters a map, under the map's lock: it may have left it meanwhile.
-    void Attach() noexcept
-    {
-        if (m_place.load(std::memory_order_relaxed) != Place::InMap)
-        {
-            m_place.store(Place::InMap);
-        }
+    void Attach() noexcept {
+        if (m_place.load(std::memory_order_relaxed) != Place::InMap) { m_place.store(Place::InMap); }
     }
     /// Says that the object has left its map: who still holds it goes on reading the values that it has, if they were
     /// fresh until then.
-    void Detach() noexcept
-    {
+    void Detach() noexcept {
         bool areFresh = false;
-        try
-        {
+        try {
             areFresh = m_store.IsFresh(Now());
-        }
-        catch (const std::bad_alloc&)
-        {
+        } catch (const std::bad_alloc&) {
             // the lock's table of threads is full: the server is asked then
         }
         m_place.store(areFresh ? Place::Detached : Place::Stale);
@@ -267,10 +213,8 @@ protected:
 
     /// Advances the own count of a holder when a notification concerns its aspect.
     template <class Holder>
-    static void AdvanceIf(XAspect aspect, const XAspectSet& concerned, Holder& holder, XAspectSet& touched) noexcept
-    {
-        if (concerned.Has(aspect))
-        {
+    static void AdvanceIf(XAspect aspect, const XAspectSet& concerned, Holder& holder, XAspectSet& touched) noexcept {
+        if (concerned.Has(aspect)) {
             holder.Advance();
             touched.Add(aspect);
         }
@@ -285,15 +229,11 @@ protected:
     /// Asks the server for all values. Anything but S_OK is returned.
     /// @param use  called with the values, and with the stamp noted before the server was asked
     template <class Use>
-    HRESULT Fetch(Use&& use)
-    {
+    HRESULT Fetch(Use&& use) {
         const XStamp noted{Now(), m_store.Own().Now()};
         XVariantRow values;
         const HRESULT fetched = LXFetchProperties(*Server(), Facts.At("GetProperty"), values);
-        if (fetched != S_OK)
-        {
-            return fetched;
-        }
+        if (fetched != S_OK) { return fetched; }
         const XLXComPtr<IUnknown> displaced = self().AmendValues(values);
         use(static_cast<const XVariantRow&>(values));
         Assign(values, noted);
@@ -303,8 +243,7 @@ protected:
     XLXComPtr<Interface> Server() const { return *m_server; }
     bool HasServer() const noexcept { return m_server.HasObject(); }
     /// Lets go of the server object for good: nothing becomes stale by that.
-    void ReleaseServer() noexcept
-    {
+    void ReleaseServer() noexcept {
         typename Proxy::Link none;
         m_server.Swap(none, ~std::uint64_t{0});
     }
@@ -319,34 +258,24 @@ private:
     Derived& self() noexcept { return static_cast<Derived&>(*this); }
 
     // The answer is that of this fetch, even when a notification overtook it: who asked did so before.
-    HRESULT FetchAndRead(int index, XLXComVariant& value)
-    {
+    HRESULT FetchAndRead(int index, XLXComVariant& value) {
         bool inRange = false;
         const HRESULT fetched = Fetch([&](const XVariantRow& values) {
             inRange = index >= 0 && static_cast<std::size_t>(index) < values.size();
-            if (inRange && !values[static_cast<std::size_t>(index)].Empty())
-            {
+            if (inRange && !values[static_cast<std::size_t>(index)].Empty()) {
                 value = values[static_cast<std::size_t>(index)].Copy();
             }
         });
-        if (fetched != S_OK)
-        {
-            return fetched;
-        }
-        if (!inRange)
-        {
-            LXRaisePropertyIndex(index);
-        }
+        if (fetched != S_OK) { return fetched; }
+        if (!inRange) { LXRaisePropertyIndex(index); }
         return value.Empty() ? S_FALSE : S_OK;
     }
 
-    void Assign(XVariantRow& values, const XStamp& stamp)
-    {
+    void Assign(XVariantRow& values, const XStamp& stamp) {
         m_store.Assign(values, stamp, [&](const XVariantRow& assigned) { self().OnAssigned(assigned, stamp); });
     }
 
-    enum class Place : unsigned char
-    {
+    enum class Place : unsigned char {
         InMap,    ///< its owner knows it, or it never had one
         Detached, ///< it has left its map, and its values stay readable
         Stale     ///< the same, but the values are stale: its server object is asked
@@ -361,8 +290,7 @@ private:
 
 /// A cached object that has its values and nothing else.
 template <const XCachedObjectFacts& Facts, class Interface>
-class XLXPlainObjectCache final : public XLXConfigObjectCache<XLXPlainObjectCache<Facts, Interface>, Facts, Interface>
-{
+class XLXPlainObjectCache final : public XLXConfigObjectCache<XLXPlainObjectCache<Facts, Interface>, Facts, Interface> {
     using Base = XLXConfigObjectCache<XLXPlainObjectCache<Facts, Interface>, Facts, Interface>;
 
 public:

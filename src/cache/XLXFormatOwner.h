@@ -9,8 +9,7 @@
 #include "XLazyPart.h"
 
 /// What differs between the owners of formats.
-struct XFormatFacts
-{
+struct XFormatFacts {
     XAspect aspect; ///< what makes the formats stale
     const char* createMethod;
     const char* getMethod;
@@ -22,8 +21,7 @@ struct XFormatFacts
     LXErrorLocation terminate;
 };
 
-namespace XOwnedFormats
-{
+namespace XOwnedFormats {
 using namespace XCachedFacts;
 // clang-format off
 inline constexpr XFormatFacts OfAttribute{
@@ -46,15 +44,13 @@ inline constexpr XFormatFacts OfGlobalFormatSpec{
 /// @tparam FormatType  int, or nothing for the owner of a single format, which the server knows without a type
 template <class Derived, const XCachedObjectFacts& Facts, const XFormatFacts& Formats, class Interface,
           class... FormatType>
-class XLXFormatOwner : public XLXConfigObjectCache<Derived, Facts, Interface>
-{
+class XLXFormatOwner : public XLXConfigObjectCache<Derived, Facts, Interface> {
     using Base = XLXConfigObjectCache<Derived, Facts, Interface>;
 
 public:
     using Base::Base;
 
-    HRESULT STDMETHODCALLTYPE CreateFormat(FormatType... iFormatType, ILXFormat** ppFormat) override
-    {
+    HRESULT STDMETHODCALLTYPE CreateFormat(FormatType... iFormatType, ILXFormat** ppFormat) override {
         return XLXError::Guarded(Formats.create, [&] {
             LXCheckOut(ppFormat, OLESTR("ppFormat"), Formats.create);
             const auto ask = [&](ILXFormat** format) { return this->Server()->CreateFormat(iFormatType..., format); };
@@ -62,8 +58,7 @@ public:
                                            Formats.createFailed);
         });
     }
-    HRESULT STDMETHODCALLTYPE GetFormat(FormatType... iFormatType, ILXFormat** ppFormat) override
-    {
+    HRESULT STDMETHODCALLTYPE GetFormat(FormatType... iFormatType, ILXFormat** ppFormat) override {
         return XLXError::Guarded(Formats.get, [&] {
             LXCheckOut(ppFormat, OLESTR("ppFormat"), Formats.get);
             if (std::is_same_v<Interface, ILXGroup> && !this->HasServer()) // also when the format is known
@@ -75,28 +70,20 @@ public:
                                         Formats.getFailed);
         });
     }
-    HRESULT STDMETHODCALLTYPE DeleteFormat(FormatType... iFormatType) override
-    {
+    HRESULT STDMETHODCALLTYPE DeleteFormat(FormatType... iFormatType) override {
         return XLXError::Guarded(Facts.At("DeleteFormat"), [&] {
             const auto server = this->Server();
             LXServerCall(Formats.deleteMethod);
             const HRESULT result = server->DeleteFormat(iFormatType...);
-            if (SUCCEEDED(result))
-            {
-                m_formats.Make().Erase(Time(), (iFormatType + ... + 0));
-            }
+            if (SUCCEEDED(result)) { m_formats.Make().Erase(Time(), (iFormatType + ... + 0)); }
             return result;
         });
     }
 
     /// Empties the formats.
-    void Terminate() noexcept
-    {
+    void Terminate() noexcept {
         XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapFormatCache failed"), Formats.terminate, [&] {
-            if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
-            {
-                formats->Terminate();
-            }
+            if (XFormatMap* const formats = m_formats.Find(); formats != nullptr) { formats->Terminate(); }
         });
     }
 
@@ -104,17 +91,11 @@ protected:
     friend Base;
     ~XLXFormatOwner() = default;
 
-    void AdvanceParts() noexcept
-    {
-        if (XFormatMap* const formats = m_formats.Find(); formats != nullptr)
-        {
-            formats->Advance();
-        }
+    void AdvanceParts() noexcept {
+        if (XFormatMap* const formats = m_formats.Find(); formats != nullptr) { formats->Advance(); }
     }
-    void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
-    {
-        if (XFormatMap* const formats = m_formats.Find(); formats != nullptr && !notification.relationsOnly)
-        {
+    void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched) {
+        if (XFormatMap* const formats = m_formats.Find(); formats != nullptr && !notification.relationsOnly) {
             this->AdvanceIf(Formats.aspect, notification.concerned, *formats, touched);
             formats->NotifyDirectly(notification, touched);
         }

@@ -13,45 +13,38 @@
 /// A sorted map by name that finds an entry by the hash of its name: names that are alike take long to compare, and a
 /// search among sorted ones compares many of them.
 template <class T>
-class XNamedMap : public XSortedMap<XCFGStringKey, T>
-{
+class XNamedMap : public XSortedMap<XCFGStringKey, T> {
 public:
     using const_iterator = typename XSortedMap<XCFGStringKey, T>::const_iterator;
 
     /// Looks among the settled entries.
-    const_iterator find(XLXTextView name) const
-    {
+    const_iterator find(XLXTextView name) const {
         const std::uint32_t place = m_places.empty() ? 0 : m_places[PlaceOf(name)];
         return place != 0 ? this->begin() + (place - 1) : this->end();
     }
     const_iterator find(const XCFGStringKey& key) const { return find(XLXTextView(key.Text())); }
 
     /// Settles what was added, as in every sorted map.
-    void Settle()
-    {
+    void Settle() {
         XSortedMap<XCFGStringKey, T>::Settle();
         m_places.assign(std::bit_ceil(2 * this->size()), 0);
         std::uint32_t place = 0;
-        for (const auto& [key, value] : *this)
-        {
+        for (const auto& [key, value] : *this) {
             m_places[PlaceOf(key.Text())] = ++place;
         }
     }
 
 private:
     /// Where the place of a name stands in the table, or would stand.
-    std::size_t PlaceOf(XLXTextView name) const
-    {
+    std::size_t PlaceOf(XLXTextView name) const {
         const std::size_t mask = m_places.size() - 1;
         std::size_t at = std::hash<XLXTextView>()(name) & mask;
-        while (m_places[at] != 0 && !IsNamed(this->begin()[m_places[at] - 1], name))
-        {
+        while (m_places[at] != 0 && !IsNamed(this->begin()[m_places[at] - 1], name)) {
             at = (at + 1) & mask;
         }
         return at;
     }
-    static bool IsNamed(const auto& entry, XLXTextView name) noexcept
-    {
+    static bool IsNamed(const auto& entry, XLXTextView name) noexcept {
         const XLXTextView own = entry.first.Text();
         return own.size() == name.size() &&
                (name.empty() || std::memcmp(own.data(), name.data(), name.size() * sizeof(OLECHAR)) == 0);

@@ -8,15 +8,13 @@
 #include "XDataId.h"
 
 /// One kind of notification in a row of the rule: never, always, or with these mode bits (or a mode below 1).
-class XWhen
-{
+class XWhen {
 public:
     constexpr XWhen(LONG bits) noexcept : m_bits(bits) {}
     static constexpr LONG Always = -1;
     static constexpr LONG Never = 0;
 
-    constexpr bool Concerns(LONG mode) const noexcept
-    {
+    constexpr bool Concerns(LONG mode) const noexcept {
         return m_bits == Always || (m_bits != Never && LXModeConcerns(mode, m_bits));
     }
 
@@ -25,14 +23,12 @@ private:
 };
 
 /// What an aspect takes for the kind of a data id without "/".
-enum class XKindOfBareId : unsigned char
-{
+enum class XKindOfBareId : unsigned char {
     None,    ///< it has no kind
     WholeId, ///< the id itself, such as "objects"
 };
 
-struct XAspectRule
-{
+struct XAspectRule {
     XAspect aspect;
     const char* name; ///< in traces
     XKindOfBareId bareId;
@@ -43,8 +39,7 @@ struct XAspectRule
     XWhen other;
 };
 
-namespace XNotificationRule
-{
+namespace XNotificationRule {
 using enum XKindOfBareId;
 using enum XAspect;
 constexpr LONG Always = XWhen::Always;
@@ -92,60 +87,39 @@ inline constexpr XAspectRule Table[LXAspectCount] = {
 };
 // clang-format on
 
-constexpr bool IsInOrder() noexcept
-{
-    for (std::size_t i = 0; i < LXAspectCount; ++i)
-    {
-        if (static_cast<std::size_t>(Table[i].aspect) != i)
-        {
-            return false;
-        }
+constexpr bool IsInOrder() noexcept {
+    for (std::size_t i = 0; i < LXAspectCount; ++i) {
+        if (static_cast<std::size_t>(Table[i].aspect) != i) { return false; }
     }
     return true;
 }
 static_assert(IsInOrder(), "a row for each aspect, in their order");
 
-constexpr const char* NameOf(XAspect aspect) noexcept
-{
-    return Table[static_cast<std::size_t>(aspect)].name;
-}
+constexpr const char* NameOf(XAspect aspect) noexcept { return Table[static_cast<std::size_t>(aspect)].name; }
 
-constexpr XWhen When(const XAspectRule& row, LXDataIdKind kind) noexcept
-{
-    switch (kind)
-    {
-    case LXDataIdKind::Objects:
-        return row.objects;
-    case LXDataIdKind::Properties:
-        return row.properties;
-    case LXDataIdKind::ParentChild:
-        return row.pc;
-    case LXDataIdKind::Searchable:
-        return row.searchable;
-    default:
-        return row.other;
+constexpr XWhen When(const XAspectRule& row, LXDataIdKind kind) noexcept {
+    switch (kind) {
+    case LXDataIdKind::Objects: return row.objects;
+    case LXDataIdKind::Properties: return row.properties;
+    case LXDataIdKind::ParentChild: return row.pc;
+    case LXDataIdKind::Searchable: return row.searchable;
+    default: return row.other;
     }
 }
 
 /// What a notification makes stale.
 /// @param mode  the update mode, after the manager's mode of operation has translated it
-constexpr XAspectSet Concerned(const XDataId& id, LONG mode) noexcept
-{
+constexpr XAspectSet Concerned(const XDataId& id, LONG mode) noexcept {
     XAspectSet concerned;
-    for (const XAspectRule& row : Table)
-    {
-        if ((id.hasKind || row.bareId == WholeId) && When(row, id.kind).Concerns(mode))
-        {
-            concerned.Add(row.aspect);
-        }
+    for (const XAspectRule& row : Table) {
+        if ((id.hasKind || row.bareId == WholeId) && When(row, id.kind).Concerns(mode)) { concerned.Add(row.aspect); }
     }
     return concerned;
 }
 } // namespace XNotificationRule
 
 /// A notification that came straight to a cached object, for that object and the parts that it owns.
-struct XDirectNotification
-{
+struct XDirectNotification {
     XAspectSet concerned;
     bool relationsOnly;   ///< of the kind "pc", which concerns relations and their PC infos alone
     std::uint64_t number; ///< that the clock drew

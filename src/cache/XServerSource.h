@@ -7,8 +7,7 @@
 #include <memory>
 
 /// Where a server object that did not come with its record is asked for when it is needed. Any thread may ask.
-class XServerSource
-{
+class XServerSource {
 public:
     XServerSource() = default;
     XServerSource(const XServerSource&) = delete;

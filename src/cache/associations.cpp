@@ -1,20 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "associations.h"
 
-namespace
-{
+namespace {
 /// Copies a value into a variant that is empty. Most values are texts and numbers, which need no more than their bits
 /// or one allocation; the platform copies the others.
-HRESULT CopyInto(VARIANT& to, const VARIANT& from) noexcept
-{
+HRESULT CopyInto(VARIANT& to, const VARIANT& from) noexcept {
     const VARTYPE type = V_VT(&from);
-    if (LXIsScalar(type))
-    {
+    if (LXIsScalar(type)) {
         to = from;
         return S_OK;
     }
-    if (type == VT_BSTR)
-    {
+    if (type == VT_BSTR) {
         // Over its length in bytes, which may be odd; a null text becomes an empty one of its own.
         const BSTR text =
             SysAllocStringByteLen(reinterpret_cast<LPCSTR>(V_BSTR(&from)), SysStringByteLen(V_BSTR(&from)));
@@ -26,61 +22,42 @@ HRESULT CopyInto(VARIANT& to, const VARIANT& from) noexcept
 }
 } // namespace
 
-HRESULT XPropertyStore::Stamped::Get(int index, XLXComVariant& value) const
-{
-    if (!Has(index))
-    {
-        return E_INVALIDARG;
-    }
+HRESULT XPropertyStore::Stamped::Get(int index, XLXComVariant& value) const {
+    if (!Has(index)) { return E_INVALIDARG; }
     const XLXComVariant& stored = values[static_cast<std::size_t>(index)];
-    if (stored.Empty())
-    {
-        return S_FALSE;
-    }
+    if (stored.Empty()) { return S_FALSE; }
     return CopyInto(value.Get(), stored.Get());
 }
 
-HRESULT XPropertyStore::Read(int index, XLXComVariant& value, std::uint64_t now) const
-{
+HRESULT XPropertyStore::Read(int index, XLXComVariant& value, std::uint64_t now) const {
     const XCritLFReadProxy<Stamped> store(m_data);
     return store->stamp == XStamp{now, m_own.Now()} ? store->Get(index, value) : S_FALSE;
 }
 
-HRESULT XPropertyStore::ReadStale(int index, XLXComVariant& value) const
-{
+HRESULT XPropertyStore::ReadStale(int index, XLXComVariant& value) const {
     const XCritLFReadProxy<Stamped> store(m_data);
     return store->stamp.IsNone() ? S_FALSE : store->Get(index, value);
 }
 
-HRESULT XPropertyStore::Write(int index, XLXComVariant& value)
-{
+HRESULT XPropertyStore::Write(int index, XLXComVariant& value) {
     const XCritProxy<Stamped> store(m_data);
-    if (!store->Has(index))
-    {
-        return E_INVALIDARG;
-    }
+    if (!store->Has(index)) { return E_INVALIDARG; }
     std::swap(store->values[static_cast<std::size_t>(index)], value);
     return S_OK;
 }
 
-void XPropertyStore::WriteGrow(int index, XLXComVariant& value)
-{
+void XPropertyStore::WriteGrow(int index, XLXComVariant& value) {
     const XCritProxy<Stamped> store(m_data);
-    if (!store->Has(index))
-    {
-        store->values.Grow(static_cast<std::size_t>(index) + 1);
-    }
+    if (!store->Has(index)) { store->values.Grow(static_cast<std::size_t>(index) + 1); }
     std::swap(store->values[static_cast<std::size_t>(index)], value);
 }
 
-bool XPropertyStore::IsFresh(std::uint64_t now) const
-{
+bool XPropertyStore::IsFresh(std::uint64_t now) const {
     const XCritLFReadProxy<Stamped> store(m_data);
     return store->stamp == XStamp{now, m_own.Now()};
 }
 
-void LXRaisePropertyIndex(int index)
-{
+void LXRaisePropertyIndex(int index) {
     constexpr LXErrorLocation at{"associations", "ROAssociations", "Get", 110};
     XLXError::Raise(E_INVALIDARG, XLXFormat() << "property index (" << LONG{index} << ") is out of range", at);
 }

@@ -12,8 +12,7 @@
 
 /// The values with their lock and their stamp. What a write replaces is left in the parameter, so that the caller
 /// destroys it with no lock held.
-class XPropertyStore
-{
+class XPropertyStore {
 public:
     explicit XPropertyStore(std::size_t slots = 0) : m_data(XLockLevel::PropertyStore, slots) {}
 
@@ -33,20 +32,13 @@ public:
     /// block has no gaps.
     /// @param onAssigned  called with the new values under the lock; calls nothing foreign
     template <class OnAssigned>
-    void Assign(XVariantRow& values, const XStamp& stamp, OnAssigned&& onAssigned)
-    {
+    void Assign(XVariantRow& values, const XStamp& stamp, OnAssigned&& onAssigned) {
         const XCritProxy<Stamped> store(m_data);
-        if (stamp.IsOlderThan(store->stamp))
-        {
-            return;
-        }
+        if (stamp.IsOlderThan(store->stamp)) { return; }
         onAssigned(static_cast<const XVariantRow&>(values));
-        if (store->values.size() == values.size())
-        {
+        if (store->values.size() == values.size()) {
             std::swap_ranges(values.begin(), values.end(), store->values.begin());
-        }
-        else
-        {
+        } else {
             store->values.swap(values);
         }
         store->stamp = stamp;
@@ -58,8 +50,7 @@ public:
     const XOwnCount& Own() const noexcept { return m_own; }
 
 private:
-    struct Stamped
-    {
+    struct Stamped {
         explicit Stamped(std::size_t slots) : values(XLXVariantVector(slots)) {}
         bool Has(int index) const noexcept { return index >= 0 && static_cast<std::size_t>(index) < values.size(); }
         HRESULT Get(int index, XLXComVariant& value) const;

@@ -7,8 +7,7 @@
 #include "XAspect.h"
 #include "XCfgPropertyConvert.h"
 
-struct XCachedObjectFacts
-{
+struct XCachedObjectFacts {
     const char* className;
     const char* source;          ///< source name in error locations
     const char* proxyScope;      ///< scope in error locations of the server proxy
@@ -18,16 +17,14 @@ struct XCachedObjectFacts
     bool readOnly;               ///< Set and SetProperty are refused
     const char* clientInfoClass; ///< the class that a failed GetClientInfo names
 
-    constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) const noexcept
-    {
+    constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) const noexcept {
         return {source, className, method, line};
     }
 };
 
 #define LX_PROXY_SCOPE(Interface) "LXComInterfaceProxy::XLazyIProxy<struct " #Interface ">"
 
-namespace XCachedFacts
-{
+namespace XCachedFacts {
 // clang-format off
 inline constexpr XCachedObjectFacts Format{
     "XLXFormatCache", "lxformatcache", LX_PROXY_SCOPE(ILXFormat),

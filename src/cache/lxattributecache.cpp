@@ -6,13 +6,11 @@
 
 using XLXCFCDataTransfer::XILXConfigData;
 
-namespace
-{
+namespace {
 constexpr int MemberAttributeTypeName = 3;
 constexpr ULONG AttributeTypeBatch = 100;
 
-enum AttributeMember : int
-{
+enum AttributeMember : int {
     ShowInBrowser = 7,
     ShowInEditor = 8,
     ShowInFinder = 9,
@@ -28,11 +26,9 @@ constexpr LONG OriginVendor = 0;
 
 XLXAttributeCache::XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock)
     : XLXFormatOwner(std::move(server), std::move(clock)),
-      m_attributeTypes(nullptr, XStamp{}, TimeOf(XAspect::AttributeTypes), true)
-{}
+      m_attributeTypes(nullptr, XStamp{}, TimeOf(XAspect::AttributeTypes), true) {}
 
-HRESULT XLXAttributeCache::AddAttributeType(ILXAttributeType** ppAttributeType)
-{
+HRESULT XLXAttributeCache::AddAttributeType(ILXAttributeType** ppAttributeType) {
     LXEmptyOut(ppAttributeType);
     return XLXError::Guarded(TheFacts.At("AddAttributeType"), [&] {
         const auto server = Server();
@@ -42,8 +38,7 @@ HRESULT XLXAttributeCache::AddAttributeType(ILXAttributeType** ppAttributeType)
     });
 }
 
-HRESULT XLXAttributeCache::RemoveAttributeType(ILXAttributeType* pAttributeType, LONG* plResult)
-{
+HRESULT XLXAttributeCache::RemoveAttributeType(ILXAttributeType* pAttributeType, LONG* plResult) {
     return XLXError::Guarded(TheFacts.At("RemoveAttributeType"), [&] {
         const auto server = Server();
         LXServerCall("ILXAttribute::RemoveAttributeType");
@@ -51,20 +46,14 @@ HRESULT XLXAttributeCache::RemoveAttributeType(ILXAttributeType* pAttributeType,
     });
 }
 
-HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum)
-{
-    if (ppEnum == nullptr)
-    {
-        return E_POINTER;
-    }
+HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum) {
+    if (ppEnum == nullptr) { return E_POINTER; }
     *ppEnum = nullptr;
     return XLXError::Guarded(TheFacts.At("GetAttributeTypeEnum"), [&]() -> HRESULT {
         std::vector<XLXComPtr<ILXAttributeType>> items;
-        if (const TypeMapPtr types = LoadAttributeTypes())
-        {
+        if (const TypeMapPtr types = LoadAttributeTypes()) {
             items.reserve(types->size());
-            for (const auto& [key, type] : *types)
-            {
+            for (const auto& [key, type] : *types) {
                 items.emplace_back(type);
             }
         }
@@ -74,8 +63,7 @@ HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum)
 
 // ---- display facts
 
-XDisplayFacts::XDisplayFacts(const XVariantRow& values)
-{
+XDisplayFacts::XDisplayFacts(const XVariantRow& values) {
     const auto at = [&](int member) {
         const auto index = static_cast<std::size_t>(member);
         return index < values.size() && !values[index].Empty() ? &values[index] : nullptr;
@@ -96,31 +84,21 @@ XDisplayFacts::XDisplayFacts(const XVariantRow& values)
              (std::uint64_t{static_cast<std::uint32_t>(number(AttributeMember::GroupNumber, 0))} << 32);
 }
 
-void XDisplayFacts::Prefetch(const XVariantRow& values) noexcept
-{
+void XDisplayFacts::Prefetch(const XVariantRow& values) noexcept {
     for (const AttributeMember member :
-         {ShowInBrowser, ShowInFinder, AttributeMember::GroupNumber, InAVSet, Printable, NotInFinder, Origin})
-    {
-        if (const auto index = static_cast<std::size_t>(member); index < values.size())
-        {
-            LX_PREFETCH(&values[index]);
-        }
+         {ShowInBrowser, ShowInFinder, AttributeMember::GroupNumber, InAVSet, Printable, NotInFinder, Origin}) {
+        if (const auto index = static_cast<std::size_t>(member); index < values.size()) { LX_PREFETCH(&values[index]); }
     }
 }
 
 // There is one writer at a time, and stamps never go back.
-void XLXAttributeCache::OnAssigned(const XVariantRow& values, const XStamp& stamp) noexcept
-{
+void XLXAttributeCache::OnAssigned(const XVariantRow& values, const XStamp& stamp) noexcept {
     m_facts.store(XDisplayFacts(values), std::memory_order_release);
     m_factsStamp.store(stamp.IsNone() ? 0 : stamp.Sum(), std::memory_order_release);
 }
 
-XDisplayFacts XLXAttributeCache::Facts()
-{
-    if (const auto known = KnownFacts())
-    {
-        return *known;
-    }
+XDisplayFacts XLXAttributeCache::Facts() {
+    if (const auto known = KnownFacts()) { return *known; }
     XDisplayFacts facts;
     bool isWhole = false;
     const HRESULT result = Fetch([&](const XVariantRow& values) {
@@ -128,59 +106,42 @@ XDisplayFacts XLXAttributeCache::Facts()
         isWhole = values.size() > Origin;
     });
     XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"), TheFacts.At("Facts"));
-    if (result == S_OK && !isWhole)
-    {
-        LXRaisePropertyIndex(Origin);
-    }
+    if (result == S_OK && !isWhole) { LXRaisePropertyIndex(Origin); }
     return facts;
 }
 
 // ---- attribute types
 
-XLXAttributeCache::TypeMapPtr XLXAttributeCache::LoadAttributeTypes()
-{
-    if (TypeMapPtr fresh = m_attributeTypes.Fresh())
-    {
-        return fresh;
-    }
+XLXAttributeCache::TypeMapPtr XLXAttributeCache::LoadAttributeTypes() {
+    if (TypeMapPtr fresh = m_attributeTypes.Fresh()) { return fresh; }
     const XMoment moment = Moment();
     std::exception_ptr failure;
     TypeMapPtr types = m_attributeTypes.Load(
         TimeOf(XAspect::AttributeTypes), [&] { return FetchAttributeTypes(failure); },
         [&](const TypeMap& loaded, const TypeMapPtr& former) { OnAttributeTypes(loaded, former.get(), moment); });
-    if (failure)
-    {
+    if (failure) {
         std::rethrow_exception(failure); // once: what came before it is kept
     }
     return types;
 }
 
 // What is loaded one by one replaces key by key what is there; what does not come again stays.
-XLXAttributeCache::TypeMapPtr XLXAttributeCache::FetchAttributeTypes(std::exception_ptr& failure)
-{
+XLXAttributeCache::TypeMapPtr XLXAttributeCache::FetchAttributeTypes(std::exception_ptr& failure) {
     TypeMap types = ReadAttributeTypes(failure);
-    if (const TypeMapPtr former = m_attributeTypes.Held())
-    {
-        types.insert(former->begin(), former->end());
-    }
+    if (const TypeMapPtr former = m_attributeTypes.Held()) { types.insert(former->begin(), former->end()); }
     return std::make_shared<const TypeMap>(std::move(types));
 }
 
 // A server that cannot enumerate counts as having said all it has, until a notification says otherwise.
-XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_ptr& failure) const
-{
+XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_ptr& failure) const {
     const LXErrorLocation at = TheFacts.At("LoadAttributeTypes");
     TypeMap fresh;
     const auto server = Server();
     XLXComPtr<ILXAttributeTypeEnum> types;
     const HRESULT result = LXAsk("ILXAttribute::GetAttributeTypeEnum", types, LXNoResult::Nothing, {}, at,
                                  [&](ILXAttributeTypeEnum** out) { return server->GetAttributeTypeEnum(out); });
-    if (FAILED(result) || !types)
-    {
-        return fresh;
-    }
-    try
-    {
+    if (FAILED(result) || !types) { return fresh; }
+    try {
         LXForEachOf<AttributeTypeBatch, ILXAttributeType>(
             *types, "ILXAttributeTypeEnum::RemNext", at, [&](XLXComPtr<ILXAttributeType>&& element) {
                 const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(element), Clock());
@@ -191,11 +152,7 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
                     fresh.insert_or_assign(std::move(*key), wrapper);
                 }
             });
-    }
-    catch (const XLXException&)
-    {
-        failure = std::current_exception();
-    }
+    } catch (const XLXException&) { failure = std::current_exception(); }
     return fresh;
 }
 
@@ -203,28 +160,20 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
 // after one that came while they were on their way would miss it; so would those that take the place of a type which
 // was notified itself. That is detached before it is looked at: either it was notified before, or it advances the
 // clock.
-void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const
-{
+void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const {
     LXReplaceMap(former, types);
-    for (const auto& [key, type] : types)
-    {
+    for (const auto& [key, type] : types) {
         type->TakeOwnersNumber(Direct(), moment);
         const auto replaced = former != nullptr ? former->find(key) : TypeMap::const_iterator();
         const bool isReplaced = former != nullptr && replaced != former->end() && replaced->second != type;
-        if (isReplaced && replaced->second->WasNotifiedSince(moment))
-        {
-            type->AdvanceAll();
-        }
+        if (isReplaced && replaced->second->WasNotifiedSince(moment)) { type->AdvanceAll(); }
     }
 }
 
 void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, XILXConfigData&& type,
-                                         const XMoment& moment, XRetired& retired) const
-{
-    if (type.values.empty())
-    {
-        if (type.object)
-        {
+                                         const XMoment& moment, XRetired& retired) const {
+    if (type.values.empty()) {
+        if (type.object) {
             XLXError::Raise(E_INVALIDARG, OLESTR("for an empty cached attribute type the interface ptr must be NULL"),
                             TheFacts.At("CreateAttributeType", 301));
         }
@@ -238,17 +187,14 @@ void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, 
 }
 
 void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, const XMoment& moment,
-                                             XRetired& retired)
-{
+                                             XRetired& retired) {
     const XStamp stamp = LXStampFrom(moment, XAspect::AttributeTypes, m_attributeTypes.Own(), Direct());
     static const TypeMap none;
     TypeMapPtr fresh(TypeMapPtr(), &none); // most attributes have none: that needs no memory
-    if (!types.empty())
-    {
+    if (!types.empty()) {
         const TypeMapPtr former = m_attributeTypes.Held();
         TypeMap map;
-        for (XILXConfigData& type : types)
-        {
+        for (XILXConfigData& type : types) {
             AddAttributeType(former, map, std::move(type), moment, retired);
         }
         fresh = std::make_shared<const TypeMap>(std::move(map));
@@ -260,26 +206,20 @@ void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, 
 
 // ---- notifications and the end
 
-void XLXAttributeCache::AdvanceParts() noexcept
-{
+void XLXAttributeCache::AdvanceParts() noexcept {
     m_attributeTypes.Advance();
     XLXFormatOwner::AdvanceParts();
 }
 
-void XLXAttributeCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
-{
-    if (notification.relationsOnly)
-    {
-        return;
-    }
+void XLXAttributeCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched) {
+    if (notification.relationsOnly) { return; }
     AdvanceIf(XAspect::AttributeTypes, notification.concerned, m_attributeTypes, touched);
     // The receivers only advance counts, so they may be called under the lock.
     m_attributeTypes.ReadHeld([&](const TypeMap* types) { LXNotifyDirectly(types, notification, touched); });
     XLXFormatOwner::OnDirectNotification(notification, touched);
 }
 
-void XLXAttributeCache::Terminate() noexcept
-{
+void XLXAttributeCache::Terminate() noexcept {
     const auto former = m_attributeTypes.Clear();
     XLXFormatOwner::Terminate();
 }

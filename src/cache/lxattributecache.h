@@ -11,8 +11,7 @@
 #include <vector>
 
 /// In which displays an attribute is shown; see ILXType::GetDisplayAttributeEnum.
-enum LXDisplay : LONG
-{
+enum LXDisplay : LONG {
     LXD_EDITOR = 1,
     LXD_FINDER = 2,
     LXD_BROWSER = 4,
@@ -23,8 +22,7 @@ enum LXDisplay : LONG
 
 /// What decides whether an attribute is in a display enumeration. One word, in which it travels, too: a processor waits
 /// where single fields were written and the whole is read.
-class XDisplayFacts
-{
+class XDisplayFacts {
 public:
     XDisplayFacts() noexcept = default;
     /// The facts in an attribute's values; an empty or missing value is no answer.
@@ -44,8 +42,7 @@ static_assert(std::atomic<XDisplayFacts>::is_always_lock_free);
 
 /// An attribute of a type, with its attribute types and its formats.
 class XLXAttributeCache final
-    : public XLXFormatOwner<XLXAttributeCache, XCachedFacts::Attribute, XOwnedFormats::OfAttribute, ILXAttribute, int>
-{
+    : public XLXFormatOwner<XLXAttributeCache, XCachedFacts::Attribute, XOwnedFormats::OfAttribute, ILXAttribute, int> {
 public:
     XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock);
 
@@ -62,10 +59,8 @@ public:
                               XRetired& retired);
 
     /// What decides in which displays the attribute is shown, when that is known.
-    std::optional<XDisplayFacts> KnownFacts() const noexcept
-    {
-        if (m_factsStamp.load(std::memory_order_acquire) != XStamp{Now(), Store().Own().Now()}.Sum())
-        {
+    std::optional<XDisplayFacts> KnownFacts() const noexcept {
+        if (m_factsStamp.load(std::memory_order_acquire) != XStamp{Now(), Store().Own().Now()}.Sum()) {
             return std::nullopt;
         }
         // Read after the stamp, and written before it: these are the facts of the stamp, or newer ones.

@@ -4,11 +4,9 @@
 #include "XArrayReader.h"
 #include "XLockOrder.h"
 
-void LXServerCall(const char* method) noexcept
-{
+void LXServerCall(const char* method) noexcept {
     XLockOrder::AssertNoneHeld();
-    if (XLXError::TraceEnabled(LX_LOG_SERVER))
-    {
+    if (XLXError::TraceEnabled(LX_LOG_SERVER)) {
         XLXError::LogFailure(OLESTR(""), LXHere("lxcfctools", nullptr, "LXServerCall"), [&] {
             XLXError::WriteTrace(LX_LOG_SERVER, OLESTR("server call"), XLXFormat() << method,
                                  LXHere("lxcfctools", nullptr, "LXServerCall"));
@@ -16,24 +14,19 @@ void LXServerCall(const char* method) noexcept
     }
 }
 
-namespace
-{
+namespace {
 constexpr DWORD ComputerNameCharacters = 1024;
 } // namespace
 
-HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values)
-{
+HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values) {
     XLXSafeArray array;
     const HRESULT result =
         LXAsk("ILXConfigObject::GetProperties", array, LXNoResult::PointerError, OLESTR("property values"), at,
               [&](SAFEARRAY** out) { return server.GetProperties(out); });
-    if (FAILED(result))
-    {
+    if (FAILED(result)) {
         XLXError::WriteErrorToLogBook(result, XLXError::SeverityError,
                                       OLESTR("some properties could not be read and will be ignored."), at);
-    }
-    else if (result == S_OK)
-    {
+    } else if (result == S_OK) {
         XLXCFCDataTransfer::XArrayReader from(std::move(array), 0, "LXFetchProperties",
                                               XLXCFCDataTransfer::EValues::Moved, {"property values", {}});
         from.Reading([&] { values = from.Values(); }, [] { return XLXCFCDataTransfer::XArraySubject{}; });
@@ -42,20 +35,17 @@ HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XV
     return result;
 }
 
-XLXComBSTR LXComputerName(XLXTextView failureText, const LXErrorLocation& at)
-{
+XLXComBSTR LXComputerName(XLXTextView failureText, const LXErrorLocation& at) {
     OLECHAR name[ComputerNameCharacters] = {};
     DWORD length = ComputerNameCharacters;
-    if (!GetComputerNameW(name, &length))
-    {
+    if (!GetComputerNameW(name, &length)) {
         const HRESULT result = HRESULT_FROM_WIN32(GetLastError());
         XLXError::Raise(FAILED(result) ? result : E_FAIL, failureText, at);
     }
     return XLXComBSTR(XLXTextView(name, length));
 }
 
-HRESULT LXGetClientInfo(tagLXClientInfo* info, const char* className, const LXErrorLocation& at)
-{
+HRESULT LXGetClientInfo(tagLXClientInfo* info, const char* className, const LXErrorLocation& at) {
     XLXError::CheckPointer(info, OLESTR("pClientInfo"), at);
     XLXComBSTR computer = LXComputerName(XLXText(XLXFormat() << className << "::GetClientInfo -> GetComputerName"), at);
     XLXComBSTR user(computer); // deliberately the same text twice

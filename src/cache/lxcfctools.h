@@ -16,30 +16,18 @@
 /// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error information.
 /// std::bad_alloc passes: the component's own lack of memory is no answer of the server, and must not be cached.
 template <class F>
-HRESULT LXWithoutRaising(F&& body)
-{
-    try
-    {
+HRESULT LXWithoutRaising(F&& body) {
+    try {
         return body();
-    }
-    catch (const XLXException& error)
-    {
-        return error.Code();
-    }
+    } catch (const XLXException& error) { return error.Code(); }
 }
 
 /// Runs a callable; what it raises is raised again as noticed by the caller.
 template <class F>
-auto LXRaisedAt(const LXErrorLocation& at, F&& body)
-{
-    try
-    {
+auto LXRaisedAt(const LXErrorLocation& at, F&& body) {
+    try {
         return body();
-    }
-    catch (const XLXException& failure)
-    {
-        XLXError::Raise(failure.Code(), failure.Message(), at);
-    }
+    } catch (const XLXException& failure) { XLXError::Raise(failure.Code(), failure.Message(), at); }
 }
 
 /// A server's enumeration that yields more than this many elements never ends.
@@ -50,8 +38,7 @@ constexpr ULONG LXMostElements = 1000000;
 void LXServerCall(const char* method) noexcept;
 
 /// What a success of the server without a result means.
-enum class LXNoResult
-{
+enum class LXNoResult {
     Nothing,     ///< the same as S_FALSE
     Empty,       ///< a result: the empty text
     PointerError ///< raises E_POINTER
@@ -63,22 +50,16 @@ enum class LXNoResult
 /// @param call    HRESULT call(out pointer)
 template <class Owner, class Call>
 HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, const OLECHAR* resultName,
-              const LXErrorLocation& at, Call&& call)
-{
+              const LXErrorLocation& at, Call&& call) {
     auto* const out = result.Put();
     LXServerCall(method);
     const HRESULT answer = call(out);
-    if (FAILED(answer))
-    {
+    if (FAILED(answer)) {
         (void)result.Detach();
         return answer;
     }
-    if (answer == S_OK && *out == nullptr && withoutResult != LXNoResult::Empty)
-    {
-        if (withoutResult == LXNoResult::Nothing)
-        {
-            return S_FALSE;
-        }
+    if (answer == S_OK && *out == nullptr && withoutResult != LXNoResult::Empty) {
+        if (withoutResult == LXNoResult::Nothing) { return S_FALSE; }
         XLXError::RaisePointer(resultName, at);
     }
     return answer;
@@ -87,33 +68,24 @@ HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, const
 /// Asks the server for a value; a failure leaves nothing to release.
 /// @param call    HRESULT call(VARIANT*)
 template <class Call>
-HRESULT LXAskValue(const char* method, XLXComVariant& result, Call&& call)
-{
+HRESULT LXAskValue(const char* method, XLXComVariant& result, Call&& call) {
     VARIANT* const out = result.Put();
     LXServerCall(method);
     const HRESULT answer = call(out);
-    if (FAILED(answer))
-    {
-        V_VT(out) = VT_EMPTY;
-    }
+    if (FAILED(answer)) { V_VT(out) = VT_EMPTY; }
     return answer;
 }
 
 /// The answer of a call that is passed on to the server. A failure leaves the caller's variable null.
 template <class Result, class Call>
-HRESULT LXPassOn(const char* method, Result** out, LXNoResult withoutResult, const LXErrorLocation& at, Call&& call)
-{
+HRESULT LXPassOn(const char* method, Result** out, LXNoResult withoutResult, const LXErrorLocation& at, Call&& call) {
     LXEmptyOut(out);
     LXServerCall(method);
     const HRESULT answer = call(out);
-    if (out != nullptr)
-    {
-        if (FAILED(answer))
-        {
+    if (out != nullptr) {
+        if (FAILED(answer)) {
             *out = nullptr;
-        }
-        else if (answer == S_OK && withoutResult == LXNoResult::PointerError)
-        {
+        } else if (answer == S_OK && withoutResult == LXNoResult::PointerError) {
             XLXError::CheckPointer(*out, OLESTR("object of the server"), at);
         }
     }
@@ -125,33 +97,24 @@ HRESULT LXPassOn(const char* method, Result** out, LXNoResult withoutResult, con
 /// E_POINTER when the server says S_OK without values.
 HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values);
 
-namespace LXCFCTOOLS
-{
+namespace LXCFCTOOLS {
 /// Makes a cached object around a server object, which may be null.
 /// @param clock  of the connection that the object belongs to; null: nothing makes the object stale
 template <class Cached>
-XLXComPtr<Cached> Make(XLXComPtr<IUnknown> server, XClockPtr clock)
-{
+XLXComPtr<Cached> Make(XLXComPtr<IUnknown> server, XClockPtr clock) {
     return XLXComPtr<Cached>(new Cached(std::move(server), std::move(clock)));
 }
 } // namespace LXCFCTOOLS
 
 /// Says that the objects of a map take the place of those of a former one (which may be null), under the map's lock.
 template <class Map>
-void LXReplaceMap(const Map* former, const Map& map) noexcept
-{
-    if (former != nullptr)
-    {
-        for (const auto& [key, object] : *former)
-        {
-            if (const auto kept = map.find(key); kept == map.end() || kept->second != object)
-            {
-                object->Detach();
-            }
+void LXReplaceMap(const Map* former, const Map& map) noexcept {
+    if (former != nullptr) {
+        for (const auto& [key, object] : *former) {
+            if (const auto kept = map.find(key); kept == map.end() || kept->second != object) { object->Detach(); }
         }
     }
-    for (const auto& [key, object] : map)
-    {
+    for (const auto& [key, object] : map) {
         object->Attach();
     }
 }
@@ -160,10 +123,8 @@ void LXReplaceMap(const Map* former, const Map& map) noexcept
 /// reads the new values; or else a new one.
 template <class Cached>
 XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> server, XVariantRow values,
-                                  const XMoment& moment, const XClockPtr& clock, XRetired& retired)
-{
-    if (known)
-    {
+                                  const XMoment& moment, const XClockPtr& clock, XRetired& retired) {
+    if (known) {
         known->TakeRecord(std::move(server), std::move(values), moment, retired);
         return known;
     }
@@ -176,11 +137,9 @@ XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> s
 /// has under the key stays the same object.
 template <class Map>
 void LXEnterRecord(const Map* former, Map& to, typename Map::key_type key, XLXComPtr<IUnknown> server,
-                   XVariantRow values, const XMoment& moment, const XClockPtr& clock, XRetired& retired)
-{
+                   XVariantRow values, const XMoment& moment, const XClockPtr& clock, XRetired& retired) {
     typename Map::mapped_type known;
-    if (former != nullptr)
-    {
+    if (former != nullptr) {
         const auto found = former->find(key);
         known = found != former->end() ? found->second : nullptr;
     }
@@ -190,14 +149,9 @@ void LXEnterRecord(const Map* former, Map& to, typename Map::key_type key, XLXCo
 
 /// Passes a notification that came straight to an owner on to the objects of its map, which may be null.
 template <class Map, class Notification, class Touched>
-void LXNotifyDirectly(const Map* map, const Notification& notification, Touched& touched)
-{
-    if (map == nullptr)
-    {
-        return;
-    }
-    for (const auto& [key, object] : *map)
-    {
+void LXNotifyDirectly(const Map* map, const Notification& notification, Touched& touched) {
+    if (map == nullptr) { return; }
+    for (const auto& [key, object] : *map) {
         object->NotifyDirectly(notification, touched);
     }
 }
@@ -213,35 +167,26 @@ XLXComBSTR LXComputerName(XLXTextView failureText, const LXErrorLocation& at);
 /// enumeration and is returned; the elements fetched before it have been visited. Every element is released.
 /// @param visit  called with each non-null element, as XLXComPtr<Element>&&
 template <ULONG BatchSize, class Element, class Enumerator, class Visit>
-HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLocation& at, Visit&& visit)
-{
+HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLocation& at, Visit&& visit) {
     ULONG total = 0;
-    for (HRESULT result = S_OK; result == S_OK;)
-    {
+    for (HRESULT result = S_OK; result == S_OK;) {
         XLXComPtr<Element> batch[BatchSize];
         Element* raw[BatchSize] = {};
         ULONG fetched = 0;
         LXServerCall(method);
         result = enumerator.RemNext(BatchSize, raw, &fetched);
-        if (FAILED(result))
-        {
+        if (FAILED(result)) {
             return result; // a failing call leaves nothing to release
         }
-        for (ULONG i = 0; i < BatchSize; ++i)
-        {
+        for (ULONG i = 0; i < BatchSize; ++i) {
             batch[i].Attach(raw[i]); // whatever the server put there is released, even past the count it claims
         }
         fetched = fetched < BatchSize ? fetched : BatchSize;
-        for (ULONG i = 0; i < fetched; ++i)
-        {
-            if (batch[i])
-            {
-                visit(std::move(batch[i]));
-            }
+        for (ULONG i = 0; i < fetched; ++i) {
+            if (batch[i]) { visit(std::move(batch[i])); }
         }
         total += fetched != 0 ? fetched : 1; // a server that never delivers anything must end too
-        if (result == S_OK && total >= LXMostElements)
-        {
+        if (result == S_OK && total >= LXMostElements) {
             XLXError::Raise(E_FAIL, OLESTR("server enumeration does not end"), at);
         }
     }

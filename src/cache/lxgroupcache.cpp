@@ -1,23 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "lxgroupcache.h"
 
-namespace
-{
+namespace {
 constexpr int MemberGroupNumber = 2;
 } // namespace
 
-HRESULT XLXGroupCache::GetChildGroupEnum(ILXGroupEnum** ppEnum)
-{
+HRESULT XLXGroupCache::GetChildGroupEnum(ILXGroupEnum** ppEnum) {
     return XLXError::Guarded(TheFacts.At("GetChildGroupEnum"), [&] {
         LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetChildGroupEnum", 275));
         const LONG number = OwnNumber();
-        if (number == 0)
-        {
+        if (number == 0) {
             XLXError::Raise(E_INVALIDARG, OLESTR("invalid group number 0"), TheFacts.At("GetChildGroupEnum", 287));
         }
         const auto owner = m_owner.Lock();
-        if (!owner)
-        {
+        if (!owner) {
             XLXError::Raise(E_POINTER, OLESTR("owner type association not initialized"),
                             TheFacts.At("GetChildGroupEnum", 289));
         }
@@ -26,12 +22,10 @@ HRESULT XLXGroupCache::GetChildGroupEnum(ILXGroupEnum** ppEnum)
 }
 
 // An empty number counts as 0.
-LONG XLXGroupCache::OwnNumber()
-{
+LONG XLXGroupCache::OwnNumber() {
     const auto value = TryRead(MemberGroupNumber);
     const auto number = value ? value->AsLong() : std::nullopt;
-    if (!number)
-    {
+    if (!number) {
         XLXError::Raise(E_INVALIDARG, OLESTR("accessing group property LXCFG_groupnumber failed"),
                         TheFacts.At("GetChildGroupEnum", 294));
     }

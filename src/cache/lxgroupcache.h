@@ -6,8 +6,7 @@
 #include "XWeakLink.h"
 
 /// What a group, and whatever asks for a component's server object, wants of the type that owns it.
-class XGroupOwner
-{
+class XGroupOwner {
 public:
     virtual HRESULT GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum) = 0;
     /// The server's type; null when there is none.
@@ -21,8 +20,8 @@ protected:
 };
 
 /// A group of attributes of a type, with its format.
-class XLXGroupCache final : public XLXFormatOwner<XLXGroupCache, XCachedFacts::Group, XOwnedFormats::OfGroup, ILXGroup>
-{
+class XLXGroupCache final
+    : public XLXFormatOwner<XLXGroupCache, XCachedFacts::Group, XOwnedFormats::OfGroup, ILXGroup> {
 public:
     using XLXFormatOwner::XLXFormatOwner;
 

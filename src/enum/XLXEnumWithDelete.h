@@ -22,35 +22,25 @@
 
 /// It counts as a live object, so that the module stays while somebody holds it, but it does not lock the module.
 template <class IEnumX, class IX>
-class XLXEnumWithDelete final : public XUnknown<XLXEnumWithDelete<IEnumX, IX>, IEnumX, ISupportErrorInfo>
-{
+class XLXEnumWithDelete final : public XUnknown<XLXEnumWithDelete<IEnumX, IX>, IEnumX, ISupportErrorInfo> {
 public:
     using Items = std::vector<XLXComPtr<IX>>;
 
     /// Takes the snapshot over.
     explicit XLXEnumWithDelete(Items items) noexcept : m_items(std::move(items)) {}
 
-    static HRESULT RefuseNullFace() noexcept
-    {
+    static HRESULT RefuseNullFace() noexcept {
         return XLXError::RefusePointer(OLESTR("ppvObject"), At("QueryInterface"));
     }
 
-    STDMETHODIMP RemNext(ULONG cElems, IX** prgElems, ULONG* pcFetched) override
-    {
+    STDMETHODIMP RemNext(ULONG cElems, IX** prgElems, ULONG* pcFetched) override {
         return XLXError::Guarded(At("RemNext"), [&] {
             XLXError::CheckPointer(pcFetched, OLESTR("pcFetched"), At("RemNext"));
             *pcFetched = 0;
-            if (cElems != 0)
-            {
-                XLXError::CheckPointer(prgElems, OLESTR("prgElems"), At("RemNext"));
-            }
+            if (cElems != 0) { XLXError::CheckPointer(prgElems, OLESTR("prgElems"), At("RemNext")); }
             const Range range = Advance(cElems);
-            if (range.atEnd)
-            {
-                return S_FALSE;
-            }
-            for (size_t i = range.begin; i < range.end; ++i)
-            {
+            if (range.atEnd) { return S_FALSE; }
+            for (size_t i = range.begin; i < range.end; ++i) {
                 m_items[i].CopyTo(prgElems++);
             }
             *pcFetched = static_cast<ULONG>(range.end - range.begin);
@@ -58,29 +48,23 @@ public:
         });
     }
 
-    STDMETHODIMP Skip(ULONG cElems) override
-    {
+    STDMETHODIMP Skip(ULONG cElems) override {
         const Range range = Advance(cElems);
         return range.end - range.begin == cElems ? S_OK : S_FALSE;
     }
 
-    STDMETHODIMP Reset() override
-    {
+    STDMETHODIMP Reset() override {
         m_cursor.store(0, std::memory_order_relaxed);
         return S_OK;
     }
 
     STDMETHODIMP Clone(IEnumX** ppEnum) override { return LXNotOffered(ppEnum); }
 
-    STDMETHODIMP GetSingleNext(IX** prgElem) override
-    {
+    STDMETHODIMP GetSingleNext(IX** prgElem) override {
         return XLXError::Guarded(At("GetSingleNext"), [&] {
             LXCheckOut(prgElem, OLESTR("prgElem"), At("GetSingleNext"));
             const Range range = Advance(1);
-            if (range.atEnd)
-            {
-                return S_FALSE;
-            }
+            if (range.atEnd) { return S_FALSE; }
             m_items[range.begin].CopyTo(prgElem);
             return S_OK;
         });
@@ -89,26 +73,22 @@ public:
     STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) override { return iid == LXIid<IEnumX>() ? S_OK : S_FALSE; }
 
 private:
-    struct Range
-    {
+    struct Range {
         size_t begin;
         size_t end;
         bool atEnd; // nothing was left
     };
 
-    static LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) noexcept
-    {
+    static LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) noexcept {
         return LXHere("XLXEnumWithDelete", "XLXEnumWithDelete", method, line);
     }
 
     /// Moves the cursor by up to that many places, and gives those places to the caller alone.
-    Range Advance(size_t count) noexcept
-    {
+    Range Advance(size_t count) noexcept {
         const size_t size = m_items.size();
         size_t begin = m_cursor.load(std::memory_order_relaxed);
         size_t end = 0;
-        do
-        {
+        do {
             end = begin + std::min(count, size - begin);
         } while (!m_cursor.compare_exchange_weak(begin, end, std::memory_order_relaxed));
         return {begin, end, begin == size};
@@ -121,13 +101,9 @@ private:
 /// What every method that returns an enumerator ends with: S_FALSE and null when nothing was collected, else an
 /// enumerator over the items.
 template <class IEnumX, class IX>
-HRESULT LXHandOutEnumerator(std::vector<XLXComPtr<IX>>&& items, IEnumX** out)
-{
+HRESULT LXHandOutEnumerator(std::vector<XLXComPtr<IX>>&& items, IEnumX** out) {
     *out = nullptr;
-    if (items.empty())
-    {
-        return S_FALSE;
-    }
+    if (items.empty()) { return S_FALSE; }
     *out = XLXComPtr<IEnumX>(new XLXEnumWithDelete<IEnumX, IX>(std::move(items))).Detach();
     return S_OK;
 }

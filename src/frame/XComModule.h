@@ -15,8 +15,7 @@
 #include <span>
 
 /// A creatable class.
-struct XObjectMapEntry
-{
+struct XObjectMapEntry {
     const CLSID* clsid;
     IClassFactory* (*createFactory)();
     std::atomic<IClassFactory*> factory{nullptr};
@@ -24,8 +23,7 @@ struct XObjectMapEntry
     IClassFactory* Factory();
 };
 
-class XComModule
-{
+class XComModule {
 public:
     constexpr explicit XComModule(std::span<XObjectMapEntry> objectMap) noexcept : m_objectMap(objectMap) {}
     /// Lets go of the class factories, when the module is unloaded.

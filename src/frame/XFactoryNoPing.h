@@ -14,66 +14,47 @@
 
 #include <atomic>
 
-namespace LXComClassFactory
-{
+namespace LXComClassFactory {
 /// Creates objects of T: default constructible, and counted from 0.
 template <class T>
-class XFactoryNoPing final : public XFaces<XFactoryNoPing<T>, IClassFactory>
-{
+class XFactoryNoPing final : public XFaces<XFactoryNoPing<T>, IClassFactory> {
 public:
     /// A new factory with the module's reference.
     static IClassFactory* Create() { return new XFactoryNoPing; }
 
-    static HRESULT RefuseNullFace() noexcept
-    {
+    static HRESULT RefuseNullFace() noexcept {
         return XLXError::RefusePointer(OLESTR("ppvObject"), At("QueryInterface"));
     }
 
-    STDMETHODIMP_(ULONG) AddRef() override
-    {
+    STDMETHODIMP_(ULONG) AddRef() override {
         const ULONG count = m_references.fetch_add(1, std::memory_order_relaxed) + 1;
-        if (count == FirstOutside)
-        {
-            XModuleCount::Lock();
-        }
+        if (count == FirstOutside) { XModuleCount::Lock(); }
         return count;
     }
 
-    STDMETHODIMP_(ULONG) Release() override
-    {
+    STDMETHODIMP_(ULONG) Release() override {
         const ULONG count = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-        if (count == FirstOutside - 1)
-        {
+        if (count == FirstOutside - 1) {
             XModuleCount::Unlock();
-        }
-        else if (count == 0)
-        {
+        } else if (count == 0) {
             delete this;
         }
         return count;
     }
 
-    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override
-    {
+    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
         return XLXError::Guarded(At("CreateInstance"), [&]() -> HRESULT {
             LXCheckOut(out, OLESTR("ppvObject"), At("CreateInstance"));
-            if (outer != nullptr)
-            {
-                return CLASS_E_NOAGGREGATION;
-            }
+            if (outer != nullptr) { return CLASS_E_NOAGGREGATION; }
             const XLXComPtr<T> object(new T); // a failure below releases, and so destroys, the object
             return object->QueryInterface(iid, out);
         });
     }
 
-    STDMETHODIMP LockServer(BOOL lock) override
-    {
-        if (lock)
-        {
+    STDMETHODIMP LockServer(BOOL lock) override {
+        if (lock) {
             XModuleCount::Lock();
-        }
-        else
-        {
+        } else {
             XModuleCount::Unlock();
         }
         return S_OK;
@@ -85,8 +66,7 @@ private:
     XFactoryNoPing() = default;
     ~XFactoryNoPing() = default;
 
-    static LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) noexcept
-    {
+    static LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) noexcept {
         return LXHere("XFactoryNoPing", "XFactoryNoPing", method, line);
     }
 

@@ -10,8 +10,7 @@
 
 #include <string_view>
 
-namespace XModuleFile
-{
+namespace XModuleFile {
 [[noreturn]] void RaiseLastError(XLXTextView message, const LXErrorLocation& at);
 
 HMODULE Handle();

@@ -25,8 +25,7 @@
 #include <string_view>
 #include <vector>
 
-class XRegistryScript
-{
+class XRegistryScript {
 public:
     explicit XRegistryScript(std::string_view text);
 
@@ -37,14 +36,12 @@ public:
     /// does not stop the rest; the first one is answered.
     HRESULT Unregister(HKEY root) const;
 
-    struct Value
-    {
+    struct Value {
         XLXText name; // empty for the key's default value
         XLXText text;
     };
 
-    struct Key
-    {
+    struct Key {
         XLXText name;
         bool forceRemove = false;
         bool noRemove = false;

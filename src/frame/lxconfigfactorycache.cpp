@@ -12,36 +12,30 @@
 #define LX_MODULE_FUNCTION extern "C" LX_EXPORT HRESULT STDAPICALLTYPE
 #endif
 
-namespace
-{
+namespace {
 constinit XObjectMapEntry objectMap[] = {
     {&CLSID_LXConfigFactoryCache, &LXComClassFactory::XFactoryNoPing<XLXConfigFactoryCacheManager>::Create},
 };
 
-LXErrorLocation At(const char* function, int line = LX_CURRENT_LINE) noexcept
-{
+LXErrorLocation At(const char* function, int line = LX_CURRENT_LINE) noexcept {
     return LXHere("lxconfigfactorycache", nullptr, function, line);
 }
 } // namespace
 
 constinit XComModule theModule(objectMap);
 
-LX_MODULE_FUNCTION DllCanUnloadNow()
-{
+LX_MODULE_FUNCTION DllCanUnloadNow() {
     return XLXError::Guarded(At("DllCanUnloadNow"), [] { return theModule.CanUnload() ? S_OK : S_FALSE; });
 }
 
-LX_MODULE_FUNCTION DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv)
-{
+LX_MODULE_FUNCTION DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) {
     return XLXError::Guarded(At("DllGetClassObject"), [&] { return theModule.GetClassObject(rclsid, riid, ppv); });
 }
 
-LX_MODULE_FUNCTION DllRegisterServer()
-{
+LX_MODULE_FUNCTION DllRegisterServer() {
     return XLXError::Guarded(At("DllRegisterServer"), [] { return theModule.RegisterServer(); });
 }
 
-LX_MODULE_FUNCTION DllUnregisterServer()
-{
+LX_MODULE_FUNCTION DllUnregisterServer() {
     return XLXError::Guarded(At("DllUnregisterServer"), [] { return theModule.UnregisterServer(); });
 }

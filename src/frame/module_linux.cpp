@@ -5,17 +5,12 @@
 #include "XModuleFile.h"
 #include "registryscript.h"
 
-namespace
-{
-struct Attachment
-{
+namespace {
+struct Attachment {
     ~Attachment() { theModule.Term(); }
 };
 
 const Attachment attachment;
 } // namespace
 
-std::string_view XModuleFile::RegistryScript()
-{
-    return RegistryScriptText;
-}
+std::string_view XModuleFile::RegistryScript() { return RegistryScriptText; }

@@ -2,8 +2,7 @@
 #include "XLXComPtr.h"
 #include "XModuleFile.h"
 
-namespace
-{
+namespace {
 // {3B700219-CA40-4C9A-B2E6-85B56601D125}, version 1.0, English (United States)
 constexpr OLECHAR RegisteredKey[] = OLESTR("TypeLib\\{3B700219-CA40-4C9A-B2E6-85B56601D125}\\1.0");
 constexpr WORD MajorVersion = 1;
@@ -11,21 +10,16 @@ constexpr WORD MinorVersion = 0;
 constexpr LCID Locale = 1033;
 } // namespace
 
-HRESULT LXRegisterTypeLibrary(const XLXText& modulePath)
-{
+HRESULT LXRegisterTypeLibrary(const XLXText& modulePath) {
     XLXText path = modulePath; // it is not written to, but not declared so either
     XLXComPtr<ITypeLib> library;
     const HRESULT result = LoadTypeLibEx(path.c_str(), REGKIND_NONE, library.Put());
     return SUCCEEDED(result) ? RegisterTypeLib(library.Get(), path.data(), nullptr) : result;
 }
 
-HRESULT LXUnregisterTypeLibrary()
-{
+HRESULT LXUnregisterTypeLibrary() {
     HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, RegisteredKey, 0, KEY_READ, &key) == ERROR_FILE_NOT_FOUND)
-    {
-        return S_OK;
-    }
+    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, RegisteredKey, 0, KEY_READ, &key) == ERROR_FILE_NOT_FOUND) { return S_OK; }
     RegCloseKey(key);
     return UnRegisterTypeLib(LIBID_LXCONFIGFACTORYCACHELib, MajorVersion, MinorVersion, Locale, SYS_WIN64);
 }

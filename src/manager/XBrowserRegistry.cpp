@@ -3,33 +3,26 @@
 
 #include "lxconfigfactorycachemanager.h"
 
-namespace
-{
+namespace {
 constexpr ULONG BrowserIdBatch = 100;
 constexpr int MemberBrowserId = 0;
 } // namespace
 
-std::shared_ptr<const XBrowserRegistry::Map> XBrowserRegistry::Load()
-{
-    if (auto fresh = m_mapBrowserid.Fresh())
-    {
-        return fresh;
-    }
+std::shared_ptr<const XBrowserRegistry::Map> XBrowserRegistry::Load() {
+    if (auto fresh = m_mapBrowserid.Fresh()) { return fresh; }
     const XServerAccess server = m_manager.Access("InternalFillBrowserIds");
     return m_mapBrowserid.Load({server.clock, std::nullopt},
                                [&] { return std::make_shared<const Map>(Fetch(server)); });
 }
 
-XBrowserRegistry::Map XBrowserRegistry::Fetch(const XServerAccess& server)
-{
+XBrowserRegistry::Map XBrowserRegistry::Fetch(const XServerAccess& server) {
     const LXErrorLocation at = LXManagerAt("InternalFillBrowserIds");
     Map fresh;
     XLXComPtr<ILXBrowserIdEnum> browserIds;
     HRESULT result =
         LXAsk("ILXConfigFactory::GetBrowserIdEnum", browserIds, LXNoResult::PointerError, OLESTR("browser ids"), at,
               [&](ILXBrowserIdEnum** out) { return server.configFactory->GetBrowserIdEnum(out); });
-    if (result == S_OK)
-    {
+    if (result == S_OK) {
         result = LXForEachOf<BrowserIdBatch, ILXBrowserId>(
             *browserIds, "ILXBrowserIdEnum::RemNext", at, [&](XLXComPtr<ILXBrowserId>&& element) {
                 auto browserId = LXCFCTOOLS::Make<XLXBrowserIdCache>(std::move(element), server.clock);

@@ -14,8 +14,7 @@
 
 class XLXConfigFactoryCacheManager;
 
-class XBrowserRegistry
-{
+class XBrowserRegistry {
 public:
     using Map = XNameMap<XLXComPtr<XLXBrowserIdCache>>;
 

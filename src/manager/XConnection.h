@@ -13,8 +13,7 @@ class XLXPCPartCacheMng;
 
 /// What the manager has of the server while it is initialised. The manager's leaf mutex guards everything but the
 /// clock, which never changes: it is what a connection is known by.
-struct XConnection
-{
+struct XConnection {
     const XClockPtr clock{new XClock};
 
     XLXComPtr<ILXConfigFactory> configFactory;
@@ -30,16 +29,14 @@ struct XConnection
 };
 
 /// What a question takes of the connection before it asks the server: all of one connection.
-struct XServerAccess
-{
+struct XServerAccess {
     XLXComPtr<ILXConfigFactory> configFactory;
     XLXComPtr<ILXConfigFactoryEx> configFactoryEx;
     XLXComPtr<ILX_Query> query;
     XClockPtr clock;
 
     /// The interface of the bulk reads; raises E_POINTER when the server has none.
-    ILXConfigFactoryEx& Bulk(const char* method) const
-    {
+    ILXConfigFactoryEx& Bulk(const char* method) const {
         XLXError::CheckPointer(configFactoryEx.Get(), OLESTR("m_pConfigFactoryEx"), LXManagerAt(method));
         return *configFactoryEx;
     }
@@ -47,13 +44,10 @@ struct XServerAccess
 
 /// The objects of a map, which may be null, in key order.
 template <class Interface, class Map>
-std::vector<XLXComPtr<Interface>> LXObjectsOf(const Map* map)
-{
+std::vector<XLXComPtr<Interface>> LXObjectsOf(const Map* map) {
     std::vector<XLXComPtr<Interface>> objects;
-    if (map != nullptr)
-    {
-        for (const auto& [key, object] : *map)
-        {
+    if (map != nullptr) {
+        for (const auto& [key, object] : *map) {
             objects.emplace_back(object);
         }
     }

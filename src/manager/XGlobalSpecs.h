@@ -15,8 +15,7 @@
 
 class XLXConfigFactoryCacheManager;
 
-class XGlobalSpecs
-{
+class XGlobalSpecs {
 public:
     using Spec = XLXComPtr<XLXGlobalAttributeFormatSpecCache>;
     using Specs = std::vector<Spec>;

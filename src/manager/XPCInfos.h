@@ -11,15 +11,13 @@
 #include "XBrowserRegistry.h"
 #include "lxpcinfocache.h"
 
-class XPCInfos
-{
+class XPCInfos {
 public:
     using Map = XNameMap<XLXComPtr<XLXPCInfoCache>>;
 
     /// @param manager, browsers  outlive the PC infos
     XPCInfos(const XLXConfigFactoryCacheManager& manager, XBrowserRegistry& browsers, XLockLevel level, bool areNew)
-        : m_manager(manager), m_browsers(browsers), m_areNew(areNew), m_map(level)
-    {}
+        : m_manager(manager), m_browsers(browsers), m_areNew(areNew), m_map(level) {}
 
     /// All PC infos, in the order of the browsers; S_FALSE and null when there are none.
     HRESULT GetPCInfoEnum(ILXPCInfoEnum** ppEnum);

@@ -6,17 +6,12 @@
 
 #include <algorithm>
 
-namespace
-{
+namespace {
 using Objects = XBaseDataObjectUtilities::Objects;
 
-constexpr LXErrorLocation At()
-{
-    return LXManagerAt("InternalFillPlantypeMap");
-}
+constexpr LXErrorLocation At() { return LXManagerAt("InternalFillPlantypeMap"); }
 
-XLXComVariant AttributeOf(ILX_BaseDataObject& object, const OLECHAR* name)
-{
+XLXComVariant AttributeOf(ILX_BaseDataObject& object, const OLECHAR* name) {
     XLXComVariant value;
     const XLXComBSTR attribute(name);
     const HRESULT result = LXAskValue("ILX_BaseDataObject::GetAttribute", value,
@@ -25,13 +20,11 @@ XLXComVariant AttributeOf(ILX_BaseDataObject& object, const OLECHAR* name)
     return value;
 }
 
-XLXText TextOf(ILX_BaseDataObject& object, const OLECHAR* name)
-{
+XLXText TextOf(ILX_BaseDataObject& object, const OLECHAR* name) {
     return AttributeOf(object, name).AsText().value_or(XLXText());
 }
 
-Objects ChildrenOf(ILX_BaseDataObject& object, const OLECHAR* childList)
-{
+Objects ChildrenOf(ILX_BaseDataObject& object, const OLECHAR* childList) {
     Objects children;
     const HRESULT result =
         XBaseDataObjectUtilities::GetChildrenVector(object, XLXComBSTR(childList).Get(), children, &LXServerCall);
@@ -39,21 +32,18 @@ Objects ChildrenOf(ILX_BaseDataObject& object, const OLECHAR* childList)
     return children;
 }
 
-HRESULT ResetSearch(ILX_Query& query)
-{
+HRESULT ResetSearch(ILX_Query& query) {
     LXServerCall("ILX_Query::ResetSearch");
     return query.ResetSearch(0);
 }
 
 /// A search, of which the query object keeps nothing when it is over.
-class Search
-{
+class Search {
 public:
     explicit Search(ILX_Query& query) noexcept : m_query(query) {}
     Search(const Search&) = delete;
     Search& operator=(const Search&) = delete;
-    ~Search()
-    {
+    ~Search() {
         XLXError::LogFailure(OLESTR("the search for plan types cannot be reset"), At(),
                              [&] { XLXError::RaiseIfFailed(ResetSearch(m_query), OLESTR(""), At()); });
     }
@@ -63,54 +53,40 @@ private:
 };
 
 /// The sets of plan types that are in force.
-Objects MasterSets(ILX_Query& query)
-{
+Objects MasterSets(ILX_Query& query) {
     const Search search(query);
     XLXComPtr<IEnumBaseDataObject> found;
     Objects sets;
     HRESULT result = ResetSearch(query);
-    if (SUCCEEDED(result))
-    {
+    if (SUCCEEDED(result)) {
         LXServerCall("ILX_Query::SetSearchTable");
         result = query.SetSearchTable(XLXComBSTR(OLESTR("lumbrixtypeset")).Get());
     }
-    if (SUCCEEDED(result))
-    {
+    if (SUCCEEDED(result)) {
         LXServerCall("ILX_Query::SetSearchAttribute");
         result = query.SetSearchAttribute(XLXComBSTR(OLESTR("master")).Get(), 0, XLXComVariant::FromI4(1).Get(), 0);
     }
-    if (SUCCEEDED(result))
-    {
+    if (SUCCEEDED(result)) {
         result = LXAsk("ILX_Query::GetSearchResult", found, LXNoResult::Nothing, {}, At(),
                        [&](IEnumBaseDataObject** out) { return query.GetSearchResult(out); });
     }
-    if (SUCCEEDED(result) && found)
-    {
-        result = XBaseDataObjectUtilities::GetVector(*found, sets, &LXServerCall);
-    }
+    if (SUCCEEDED(result) && found) { result = XBaseDataObjectUtilities::GetVector(*found, sets, &LXServerCall); }
     XLXError::RaiseIfFailed(result, OLESTR("the plan types cannot be searched"), At());
     return sets;
 }
 } // namespace
 
-bool XPlanTypes::IsPlanType(XLXTextView typeName)
-{
+bool XPlanTypes::IsPlanType(XLXTextView typeName) {
     const MapPtr map = Loaded();
     return map && map->contains(typeName);
 }
 
-std::vector<XRelationHost::PlanTypeRelation> XPlanTypes::RelationsOf(XLXTextView typeName)
-{
+std::vector<XRelationHost::PlanTypeRelation> XPlanTypes::RelationsOf(XLXTextView typeName) {
     std::vector<XRelationHost::PlanTypeRelation> relations;
     const MapPtr map = Loaded();
-    if (!map)
-    {
-        return relations;
-    }
-    if (const auto found = map->find(typeName); found != map->end())
-    {
-        for (const XLXText& child : found->second.allowed)
-        {
+    if (!map) { return relations; }
+    if (const auto found = map->find(typeName); found != map->end()) {
+        for (const XLXText& child : found->second.allowed) {
             relations.push_back({child, found->second.nameShort});
         }
     }
@@ -118,36 +94,23 @@ std::vector<XRelationHost::PlanTypeRelation> XPlanTypes::RelationsOf(XLXTextView
 }
 
 /// Null: there are none.
-XPlanTypes::MapPtr XPlanTypes::Loaded()
-{
-    if (MapPtr fresh = m_mapPlantype.Fresh())
-    {
-        return fresh;
-    }
+XPlanTypes::MapPtr XPlanTypes::Loaded() {
+    if (MapPtr fresh = m_mapPlantype.Fresh()) { return fresh; }
     const XServerAccess server = m_manager.TryAccess();
-    if (!server.query)
-    {
-        return nullptr;
-    }
-    try
-    {
+    if (!server.query) { return nullptr; }
+    try {
         return m_mapPlantype.Load({server.clock, XAspect::PlanTypes},
                                   [&] { return std::make_shared<const Map>(Fetch(*server.query)); });
-    }
-    catch (const XLXException&)
-    {
+    } catch (const XLXException&) {
         XLXError::LogFailure(OLESTR("InternalGetPlantypeRelations failed"), At(), [] { throw; });
         return nullptr;
     }
 }
 
-XPlanTypes::Map XPlanTypes::Fetch(ILX_Query& query)
-{
+XPlanTypes::Map XPlanTypes::Fetch(ILX_Query& query) {
     Map map;
-    for (const auto& set : MasterSets(query))
-    {
-        for (const auto& planType : ChildrenOf(*set, OLESTR("lumbrixtype")))
-        {
+    for (const auto& set : MasterSets(query)) {
+        for (const auto& planType : ChildrenOf(*set, OLESTR("lumbrixtype"))) {
             AddPlanType(*planType, map);
         }
     }
@@ -155,38 +118,23 @@ XPlanTypes::Map XPlanTypes::Fetch(ILX_Query& query)
 }
 
 // A plan type without a name, and a nameless one below it, are left out: there is nothing to find them by.
-void XPlanTypes::AddPlanType(ILX_BaseDataObject& object, Map& map)
-{
+void XPlanTypes::AddPlanType(ILX_BaseDataObject& object, Map& map) {
     const XLXText name = TextOf(object, OLESTR("configtypename"));
-    if (name.empty())
-    {
-        return;
-    }
+    if (name.empty()) { return; }
     PlanType& planType = map[XCFGStringKey(name)];
     planType.nameShort = TextOf(object, OLESTR("nameshort"));
     const auto allow = [&planType](XLXText type) {
         const auto& allowed = planType.allowed;
-        if (!type.empty() && std::find(allowed.begin(), allowed.end(), type) == allowed.end())
-        {
+        if (!type.empty() && std::find(allowed.begin(), allowed.end(), type) == allowed.end()) {
             planType.allowed.push_back(std::move(type));
         }
     };
-    for (const auto& child : ChildrenOf(object, OLESTR("lumbrixtypechild")))
-    {
+    for (const auto& child : ChildrenOf(object, OLESTR("lumbrixtypechild"))) {
         allow(TextOf(*child, OLESTR("configtypename")));
     }
-    if (AttributeOf(object, OLESTR("recursiv")).AsBool().value_or(false))
-    {
-        allow(name);
-    }
+    if (AttributeOf(object, OLESTR("recursiv")).AsBool().value_or(false)) { allow(name); }
 }
 
-void XPlanTypes::Begin(const XClockPtr& clock)
-{
-    m_mapPlantype.Begin({clock, XAspect::PlanTypes});
-}
+void XPlanTypes::Begin(const XClockPtr& clock) { m_mapPlantype.Begin({clock, XAspect::PlanTypes}); }
 
-void XPlanTypes::End(const XClockPtr& clock)
-{
-    const MapPtr former = m_mapPlantype.End({clock, XAspect::PlanTypes});
-}
+void XPlanTypes::End(const XClockPtr& clock) { const MapPtr former = m_mapPlantype.End({clock, XAspect::PlanTypes}); }

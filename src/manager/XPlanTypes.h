@@ -15,8 +15,7 @@
 
 class XLXConfigFactoryCacheManager;
 
-class XPlanTypes
-{
+class XPlanTypes {
 public:
     /// @param manager  outlives the plan types
     explicit XPlanTypes(const XLXConfigFactoryCacheManager& manager) noexcept : m_manager(manager) {}
@@ -31,8 +30,7 @@ public:
     void End(const XClockPtr& clock);
 
 private:
-    struct PlanType
-    {
+    struct PlanType {
         XLXText nameShort;
         std::vector<XLXText> allowed; ///< the names of the types allowed below it
     };

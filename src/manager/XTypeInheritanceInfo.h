@@ -9,14 +9,12 @@
 
 #include "XTypeMap.h"
 
-class XTypeInheritanceInfo
-{
+class XTypeInheritanceInfo {
 public:
     explicit XTypeInheritanceInfo(const XTypeMap& types);
 
     /// What is known at one moment.
-    class Info
-    {
+    class Info {
     public:
         bool IsKnown(XLXTextView typeName) const;
         /// Whether a type is another one or derives from it.
@@ -41,8 +39,7 @@ public:
 
 private:
     /// The type map's version is the time.
-    struct Time
-    {
+    struct Time {
         const XTypeMap* types = nullptr;
 
         std::uint64_t Now() const noexcept { return types != nullptr ? types->Version() : 1; }

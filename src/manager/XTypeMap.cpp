@@ -1,46 +1,36 @@
 // SPDX-License-Identifier: MIT
 #include "XTypeMap.h"
 
-bool XTypeMap::IsFresh(const Known& known, std::uint64_t own) noexcept
-{
+bool XTypeMap::IsFresh(const Known& known, std::uint64_t own) noexcept {
     return known.clock && known.stamp == XStamp{known.clock->Now(XAspect::TypeMap), own};
 }
 
-bool XTypeMap::IsFresh() const
-{
+bool XTypeMap::IsFresh() const {
     const XCritLFReadProxy<Known> known(m_mapType);
     return IsFresh(*known, m_own.Now());
 }
 
-XTypeMap::Answer XTypeMap::Find(XLXTextView name) const
-{
+XTypeMap::Answer XTypeMap::Find(XLXTextView name) const {
     Answer answer;
     const XCritLFReadProxy<Known> known(m_mapType);
     answer.isFresh = IsFresh(*known, m_own.Now());
-    if (XLXTypeCache* const* const found = known->index.Find({name}); found != nullptr)
-    {
+    if (XLXTypeCache* const* const found = known->index.Find({name}); found != nullptr) {
         answer.type = *found;
         answer.found = Found::Type;
-    }
-    else if (known->negative.contains(name))
-    {
+    } else if (known->negative.contains(name)) {
         answer.found = Found::NoType;
     }
     return answer;
 }
 
-XTypeMap::Note XTypeMap::TakeNote(const XClockPtr& clock) const
-{
+XTypeMap::Note XTypeMap::TakeNote(const XClockPtr& clock) const {
     const XMoment moment = clock->Copy();
     return {{moment.At(XAspect::TypeMap), m_own.Now()}, clock, std::make_shared<const XMoment>(moment)};
 }
 
-bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole)
-{
-    for (const XTypeRecord& record : records)
-    {
-        if (record.name.empty())
-        {
+bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole) {
+    for (const XTypeRecord& record : records) {
+        if (record.name.empty()) {
             XLXError::Raise(E_INVALIDARG, OLESTR("typename for CFC type cache entry must not be empty"),
                             LXManagerAt("AddToTypeCache"));
         }
@@ -49,26 +39,16 @@ bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole)
     std::vector<XLXText> messages;
     {
         const std::lock_guard<XLeafMutex> entering(m_entering);
-        if (!IsOf(noted.clock))
-        {
-            return false;
-        }
+        if (!IsOf(noted.clock)) { return false; }
         Refresh(records, noted, retired);
         const XCritProxy<Known> known(m_mapType);
         Apply(*known, records);
-        if (isWhole)
-        {
-            ForgetNegative(*known, 0);
-        }
+        if (isWhole) { ForgetNegative(*known, 0); }
         LinkBases(known->map, retired, messages);
         m_version.fetch_add(1);
-        if (isWhole && !noted.stamp.IsOlderThan(known->stamp))
-        {
-            known->stamp = noted.stamp;
-        }
+        if (isWhole && !noted.stamp.IsOlderThan(known->stamp)) { known->stamp = noted.stamp; }
     }
-    for (const XLXText& message : messages)
-    {
+    for (const XLXText& message : messages) {
         XLXError::WriteErrorToLogBook(E_FAIL, XLXError::SeverityError, message, LXManagerAt("CreateTypeCache"));
     }
     return true;
@@ -76,42 +56,30 @@ bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole)
 
 /// Gives the types their records: those that the map has, or new ones. A record that is older than what the map has
 /// loses its name.
-void XTypeMap::Refresh(XTypeRecords& records, const Note& noted, XRetired& retired)
-{
-    for (XTypeRecord& record : records)
-    {
+void XTypeMap::Refresh(XTypeRecords& records, const Note& noted, XRetired& retired) {
+    for (XTypeRecord& record : records) {
         XLXComPtr<XLXTypeCache> type = Find(record.name).type;
-        if (!type)
-        {
+        if (!type) {
             record.made = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, noted.clock);
             record.made->SetModeSupplier(m_mode);
             record.made->SetName(record.name);
             type = record.made;
         }
         if (type->TakeTypeRecord(std::move(record.config.object), std::move(record.config.values),
-                                 std::move(record.components), record.mode, noted.moment, retired))
-        {
+                                 std::move(record.components), record.mode, noted.moment, retired)) {
             type->SetFlags(record.listed, record.searchable);
-        }
-        else
-        {
+        } else {
             record.name.clear();
         }
     }
 }
 
-void XTypeMap::Apply(Known& known, XTypeRecords& records)
-{
-    for (XTypeRecord& record : records)
-    {
-        if (record.name.empty())
-        {
-            continue;
-        }
+void XTypeMap::Apply(Known& known, XTypeRecords& records) {
+    for (XTypeRecord& record : records) {
+        if (record.name.empty()) { continue; }
         const auto slot = known.map.try_emplace(XCFGStringKey(record.name)).first;
         Entry& entry = slot->second;
-        if (record.made)
-        {
+        if (record.made) {
             entry.type.Swap(record.made); // of two records of one name the last counts
         }
         known.index.Set({slot->first.Text()}, entry.type.Get());
@@ -121,41 +89,33 @@ void XTypeMap::Apply(Known& known, XTypeRecords& records)
 }
 
 /// Forgets the oldest negative answers until no more than that many are left.
-void XTypeMap::ForgetNegative(Known& known, std::size_t most)
-{
-    for (; known.oldest.size() > most; known.oldest.pop_front())
-    {
+void XTypeMap::ForgetNegative(Known& known, std::size_t most) {
+    for (; known.oldest.size() > most; known.oldest.pop_front()) {
         known.negative.erase(known.oldest.front());
     }
 }
 
 // From the top of each chain downwards: what stands above a type's new base has its new bases by then, so that a link
 // which is yet to be replaced cannot seem to close a circle. Errors in single links do not stop the others.
-void XTypeMap::LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages)
-{
-    for (auto& [key, entry] : map)
-    {
+void XTypeMap::LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages) {
+    for (auto& [key, entry] : map) {
         entry.link = Link::Pending;
     }
     std::vector<std::pair<Map::value_type*, Map::value_type*>> path; // types with their bases, upwards
-    for (auto& first : map)
-    {
+    for (auto& first : map) {
         Map::value_type* above = &first;
-        while (above != nullptr && above->second.link == Link::Pending)
-        {
+        while (above != nullptr && above->second.link == Link::Pending) {
             above->second.link = Link::OnPath;
             path.emplace_back(above, BaseOf(map, above->second, messages));
             above = path.back().second;
         }
         // The type at the end of a path that comes back to itself does without its base.
         bool closesCircle = above != nullptr && above->second.link == Link::OnPath;
-        for (; !path.empty(); path.pop_back())
-        {
+        for (; !path.empty(); path.pop_back()) {
             const auto [slot, base] = path.back();
             XLXTypeCache& type = *slot->second.type;
             if (!type.LinkBase(base != nullptr && !closesCircle ? base->second.type.Get() : nullptr, retired) ||
-                closesCircle)
-            {
+                closesCircle) {
                 (void)type.LinkBase(nullptr, retired);
                 messages.push_back(XLXFormat() << "This type has itself as base type " << slot->first.Text());
             }
@@ -166,49 +126,37 @@ void XTypeMap::LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& mess
 }
 
 /// The entry of a type's base; null when it has none, or none that is known.
-XTypeMap::Map::value_type* XTypeMap::BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages)
-{
-    if (entry.baseName.empty())
-    {
-        return nullptr;
-    }
+XTypeMap::Map::value_type* XTypeMap::BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages) {
+    if (entry.baseName.empty()) { return nullptr; }
     const auto found = map.find(XLXTextView(entry.baseName));
-    if (found != map.end())
-    {
-        return &*found;
-    }
+    if (found != map.end()) { return &*found; }
     messages.push_back(XLXFormat() << "base type referenced by name not found in type cache: " << entry.baseName);
     return nullptr;
 }
 
-void XTypeMap::EnterNegative(XLXTextView name, const Note& noted)
-{
+void XTypeMap::EnterNegative(XLXTextView name, const Note& noted) {
     XCFGStringKey key(name);
     const XCritProxy<Known> known(m_mapType);
     const bool isCurrent = known->clock && known->clock == noted.clock &&
                            noted.stamp == XStamp{known->clock->Now(XAspect::TypeMap), m_own.Now()};
-    if (isCurrent && !known->map.contains(key) && !known->negative.contains(key))
-    {
+    if (isCurrent && !known->map.contains(key) && !known->negative.contains(key)) {
         known->oldest.push_back(key);
         known->negative.insert(std::move(key));
         ForgetNegative(*known, MostNegativeAnswers);
     }
 }
 
-std::vector<XTypeMap::Map::value_type> XTypeMap::Types() const
-{
+std::vector<XTypeMap::Map::value_type> XTypeMap::Types() const {
     const XCritReadProxy<Known> known(m_mapType);
     return {known->map.begin(), known->map.end()};
 }
 
-bool XTypeMap::IsOf(const XClockPtr& clock) const
-{
+bool XTypeMap::IsOf(const XClockPtr& clock) const {
     const XCritReadProxy<Known> known(m_mapType);
     return known->clock && known->clock == clock;
 }
 
-void XTypeMap::Begin(const XClockPtr& clock)
-{
+void XTypeMap::Begin(const XClockPtr& clock) {
     Known fresh;
     fresh.clock = clock;
     const std::lock_guard<XLeafMutex> entering(m_entering);
@@ -218,22 +166,17 @@ void XTypeMap::Begin(const XClockPtr& clock)
     m_version.fetch_add(1);
 }
 
-void XTypeMap::End(const XClockPtr& clock)
-{
+void XTypeMap::End(const XClockPtr& clock) {
     Known dropped;
     {
         const std::lock_guard<XLeafMutex> entering(m_entering);
         const XCritProxy<Known> known(m_mapType);
-        if (!(known->clock == clock))
-        {
-            return;
-        }
+        if (!(known->clock == clock)) { return; }
         m_own.Advance();
         std::swap(*known, dropped);
         m_version.fetch_add(1);
     }
-    for (auto& [key, entry] : dropped.map)
-    {
+    for (auto& [key, entry] : dropped.map) {
         entry.type->Terminate();
     }
 }

@@ -10,21 +10,18 @@
 
 #include <deque>
 
-class XTypeMap
-{
+class XTypeMap {
 public:
     /// Names that the server has no type of; of more the oldest are forgotten.
     static constexpr std::size_t MostNegativeAnswers = 10000;
 
     /// How far a type is while all types are linked to their bases.
-    enum class Link : std::uint8_t
-    {
+    enum class Link : std::uint8_t {
         Pending,
         OnPath, ///< its base comes first
         Done
     };
-    struct Entry
-    {
+    struct Entry {
         XLXComPtr<XLXTypeCache> type;
         XLXText baseName;
         Link link = Link::Pending;
@@ -33,14 +30,12 @@ public:
 
     explicit XTypeMap(std::shared_ptr<const XTransferModeSupplier> mode) : m_mode(std::move(mode)) {}
 
-    enum class Found
-    {
+    enum class Found {
         Nothing, ///< the name was never looked for
         NoType,  ///< the server has no such type
         Type
     };
-    struct Answer
-    {
+    struct Answer {
         bool isFresh = false; ///< the map holds what the server has
         Found found = Found::Nothing;
         XLXComPtr<XLXTypeCache> type;
@@ -49,8 +44,7 @@ public:
     bool IsFresh() const;
 
     /// What is noted before the server is asked.
-    struct Note
-    {
+    struct Note {
         XStamp stamp;
         XClockPtr clock;
         std::shared_ptr<const XMoment> moment;
@@ -81,8 +75,7 @@ public:
 
 private:
     /// The map, and the way that look-ups take.
-    struct Known
-    {
+    struct Known {
         Map map;
         XNameIndex<XLXTypeCache*> index;
         XNameSet negative;                ///< names that the server has no type of

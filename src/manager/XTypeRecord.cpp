@@ -1,47 +1,36 @@
 // SPDX-License-Identifier: MIT
 #include "XTypeRecord.h"
 
-namespace
-{
+namespace {
 constexpr std::size_t MemberBaseTypeName = 2;
 using NameOf = std::map<ULONG, XLXTextView>;
 
 // The base is named by a property value; a record without that value may still give the base's index, which goes when
 // it was found.
-void ReadBase(XTypeRecord& record, const NameOf& nameOf)
-{
+void ReadBase(XTypeRecord& record, const NameOf& nameOf) {
     const XVariantRow& values = record.config.values;
     record.baseName.clear();
-    if (values.size() > MemberBaseTypeName && !values[MemberBaseTypeName].Empty())
-    {
+    if (values.size() > MemberBaseTypeName && !values[MemberBaseTypeName].Empty()) {
         record.baseName = values[MemberBaseTypeName].AsText().value_or(XLXText());
     }
     const auto base = nameOf.find(static_cast<ULONG>(record.baseIndex));
-    if (record.baseIndex < 0 || base != nameOf.end())
-    {
-        if (record.baseIndex >= 0 && record.baseName.empty())
-        {
-            record.baseName = base->second;
-        }
+    if (record.baseIndex < 0 || base != nameOf.end()) {
+        if (record.baseIndex >= 0 && record.baseName.empty()) { record.baseName = base->second; }
         record.baseIndex = XLXCFCDataTransfer::NoBaseIndex;
     }
 }
 } // namespace
 
-XTypeRecords LXDecodeTypes(XLXSafeArray array, LONG mode)
-{
+XTypeRecords LXDecodeTypes(XLXSafeArray array, LONG mode) {
     auto types = XLXCFCDataTransfer::GetMapFromArray(std::move(array));
     NameOf nameOf;
-    for (const auto& [name, index] : types.names)
-    {
+    for (const auto& [name, index] : types.names) {
         nameOf.try_emplace(index, name);
     }
     XTypeRecords records;
-    for (auto& [index, data] : types.records)
-    {
+    for (auto& [index, data] : types.records) {
         const auto name = nameOf.find(index);
-        if (name == nameOf.end())
-        {
+        if (name == nameOf.end()) {
             XLXError::WriteErrorToLogBook(E_FAIL, XLXError::SeverityError,
                                           OLESTR("new added type referenced by name not found in type cache"),
                                           LXManagerAt("CreateTypeCache"));

@@ -6,8 +6,7 @@
 #include "lxtypecache.h"
 
 /// A type on its way into the type map: a record of a bulk read, or a type of the server that is wrapped.
-struct XTypeRecord : XLXCFCDataTransfer::XILXTypeData
-{
+struct XTypeRecord : XLXCFCDataTransfer::XILXTypeData {
     XLXText name;
     LONG mode = 0;                ///< which components were asked for with the type
     XLXComPtr<XLXTypeCache> made; ///< the new object, when the map has none of that name yet
@@ -24,8 +23,7 @@ XTypeRecords LXDecodeTypes(XLXSafeArray array, LONG mode);
 /// @param call  HRESULT call(SAFEARRAY**)
 template <class Call>
 std::optional<XTypeRecords> LXAskForTypes(const char* method, LONG mode, const OLECHAR* failureText,
-                                          const LXErrorLocation& at, Call&& call)
-{
+                                          const LXErrorLocation& at, Call&& call) {
     XLXSafeArray array;
     const HRESULT result = LXAsk(method, array, LXNoResult::Nothing, {}, at, std::forward<Call>(call));
     XLXError::RaiseIfFailed(result, failureText, at);

@@ -5,61 +5,48 @@
 
 #include "lxtransientpc.h"
 
-XLXConfigFactoryCacheManager::XLXConfigFactoryCacheManager()
-{
-    XModuleCount::Lock();
-}
+XLXConfigFactoryCacheManager::XLXConfigFactoryCacheManager() { XModuleCount::Lock(); }
 
 // Whoever releases the last reference has no notification coming: the server's reference is gone too. The server is
 // not called any more.
-XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager()
-{
+XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager() {
     m_selfLink.Clear();
     XLXTransientPC::Disown(*this);
-    if (m_connection)
-    {
-        EmptyCaches(m_connection->clock);
-    }
+    if (m_connection) { EmptyCaches(m_connection->clock); }
     m_transferMode->Set(0); // types that outlive the manager deliver what they are asked for and no more
     delete m_pImpl.load();
     XModuleCount::Unlock();
 }
 
-HRESULT XLXConfigFactoryCacheManager::RefuseNullFace() noexcept
-{
+HRESULT XLXConfigFactoryCacheManager::RefuseNullFace() noexcept {
     return XLXError::RefusePointer(OLESTR("ppv"), LXManagerAt("QueryInterface"));
 }
 
 // A callback for updates is also a plain one.
-void* XLXConfigFactoryCacheManager::FindFace(REFIID iid) noexcept
-{
+void* XLXConfigFactoryCacheManager::FindFace(REFIID iid) noexcept {
     return XUnknown::FindFace(IsEqualIID(iid, LXIid<ILXCallback>()) ? LXIid<ILXCallbackUpdate>() : iid);
 }
 
-std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Connection() const noexcept
-{
+std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Connection() const noexcept {
     const std::lock_guard<XLeafMutex> lock(m_mutex);
     return m_connection;
 }
 
-XServerAccess XLXConfigFactoryCacheManager::TryAccess() const noexcept
-{
+XServerAccess XLXConfigFactoryCacheManager::TryAccess() const noexcept {
     const std::lock_guard<XLeafMutex> lock(m_mutex);
     return m_connection ? XServerAccess{m_connection->configFactory, m_connection->configFactoryEx, m_connection->query,
                                         m_connection->clock}
                         : XServerAccess{};
 }
 
-XServerAccess XLXConfigFactoryCacheManager::Access(const char* method) const
-{
+XServerAccess XLXConfigFactoryCacheManager::Access(const char* method) const {
     XServerAccess access = TryAccess();
     XLXError::CheckPointer(access.configFactory.Get(), OLESTR("m_pConfigFactory"), LXManagerAt(method));
     return access;
 }
 
 XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactoryOf(const XClockPtr& clock,
-                                                                          const char* method) const
-{
+                                                                          const char* method) const {
     const XServerAccess access = TryAccess();
     const bool isSame = access.clock == clock;
     XLXError::CheckPointer(isSame ? access.configFactory.Get() : nullptr, OLESTR("m_pConfigFactory"),
@@ -67,8 +54,7 @@ XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactoryOf(const 
     return access.configFactory;
 }
 
-std::shared_ptr<XLXPCPartCacheMng> XLXConfigFactoryCacheManager::RelationManager(const char* method) const
-{
+std::shared_ptr<XLXPCPartCacheMng> XLXConfigFactoryCacheManager::RelationManager(const char* method) const {
     std::shared_ptr<XLXPCPartCacheMng> relations;
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
@@ -78,14 +64,12 @@ std::shared_ptr<XLXPCPartCacheMng> XLXConfigFactoryCacheManager::RelationManager
     return relations;
 }
 
-HRESULT XLXConfigFactoryCacheManager::SetInvalid()
-{
+HRESULT XLXConfigFactoryCacheManager::SetInvalid() {
     m_lInvalid.store(true);
     return S_OK;
 }
 
-HRESULT XLXConfigFactoryCacheManager::IsValid(LONG* pbValid)
-{
+HRESULT XLXConfigFactoryCacheManager::IsValid(LONG* pbValid) {
     return XLXError::Guarded(LXManagerAt("IsValid"), [&]() -> HRESULT {
         XLXError::CheckPointer(pbValid, OLESTR("pbValid"), LXManagerAt("IsValid"));
         *pbValid = m_lInvalid.load() ? 0 : 1;
@@ -93,14 +77,12 @@ HRESULT XLXConfigFactoryCacheManager::IsValid(LONG* pbValid)
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::SetCFCDataTransferMode(LONG lDataTransferMode)
-{
+HRESULT XLXConfigFactoryCacheManager::SetCFCDataTransferMode(LONG lDataTransferMode) {
     m_transferMode->Set(lDataTransferMode);
     return S_OK;
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetCFCDataTransferMode(LONG* plDataTransferMode)
-{
+HRESULT XLXConfigFactoryCacheManager::GetCFCDataTransferMode(LONG* plDataTransferMode) {
     return XLXError::Guarded(LXManagerAt("GetCFCDataTransferMode"), [&]() -> HRESULT {
         XLXError::CheckPointer(plDataTransferMode, OLESTR("plDataTransferMode"), LXManagerAt("GetCFCDataTransferMode"));
         *plDataTransferMode = m_transferMode->Get();
@@ -108,8 +90,7 @@ HRESULT XLXConfigFactoryCacheManager::GetCFCDataTransferMode(LONG* plDataTransfe
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetEntryFlags(LONG* plFlagA, LONG* plFlagB)
-{
+HRESULT XLXConfigFactoryCacheManager::GetEntryFlags(LONG* plFlagA, LONG* plFlagB) {
     return XLXError::Guarded(LXManagerAt("GetEntryFlags"), [&]() -> HRESULT {
         XLXError::CheckPointer(plFlagA, OLESTR("plFlagA"), LXManagerAt("GetEntryFlags"));
         XLXError::CheckPointer(plFlagB, OLESTR("plFlagB"), LXManagerAt("GetEntryFlags"));
@@ -119,8 +100,7 @@ HRESULT XLXConfigFactoryCacheManager::GetEntryFlags(LONG* plFlagA, LONG* plFlagB
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetRealConfigFactory(ILXConfigFactory** ppConfigFactory)
-{
+HRESULT XLXConfigFactoryCacheManager::GetRealConfigFactory(ILXConfigFactory** ppConfigFactory) {
     return XLXError::Guarded(LXManagerAt("GetRealConfigFactory"), [&] {
         LXCheckOut(ppConfigFactory, OLESTR("ppConfigFactory"), LXManagerAt("GetRealConfigFactory"));
         XLXComPtr<ILXConfigFactory> real;
@@ -130,8 +110,7 @@ HRESULT XLXConfigFactoryCacheManager::GetRealConfigFactory(ILXConfigFactory** pp
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::NotifyServerTermination()
-{
+HRESULT XLXConfigFactoryCacheManager::NotifyServerTermination() {
     return XLXError::Guarded(LXManagerAt("NotifyServerTermination"), [&] {
         m_lServerTerminated.store(true);
         const auto factory = ConfigFactory("NotifyServerTermination");
@@ -140,8 +119,7 @@ HRESULT XLXConfigFactoryCacheManager::NotifyServerTermination()
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetVersion(BSTR* pbstrVersion)
-{
+HRESULT XLXConfigFactoryCacheManager::GetVersion(BSTR* pbstrVersion) {
     return XLXError::Guarded(LXManagerAt("GetVersion"), [&] {
         LXEmptyOut(pbstrVersion);
         const auto factory = ConfigFactory("GetVersion");
@@ -150,8 +128,7 @@ HRESULT XLXConfigFactoryCacheManager::GetVersion(BSTR* pbstrVersion)
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec** ppSpec)
-{
+HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec** ppSpec) {
     return XLXError::Guarded(LXManagerAt("CreateGlobalAttributeFormatSpec"), [&] {
         LXEmptyOut(ppSpec);
         const auto factory = ConfigFactory("CreateGlobalAttributeFormatSpec");
@@ -163,23 +140,17 @@ HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalA
 }
 
 // Deprecated.
-HRESULT XLXConfigFactoryCacheManager::GetTransientAttribute(ILXAttribute** ppAttribute)
-{
+HRESULT XLXConfigFactoryCacheManager::GetTransientAttribute(ILXAttribute** ppAttribute) {
     return LXNotOffered(ppAttribute);
 }
 
-HRESULT XLXConfigFactoryCacheManager::SetCallbackId(LONG lClientId)
-{
+HRESULT XLXConfigFactoryCacheManager::SetCallbackId(LONG lClientId) {
     const std::lock_guard<XLeafMutex> lock(m_mutex);
-    if (m_connection)
-    {
-        m_connection->clientId = lClientId;
-    }
+    if (m_connection) { m_connection->clientId = lClientId; }
     return S_OK;
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetClientInfo(tagLXClientInfo* pClientInfo)
-{
+HRESULT XLXConfigFactoryCacheManager::GetClientInfo(tagLXClientInfo* pClientInfo) {
     return XLXError::Guarded(LXManagerAt("GetClientInfo"), [&] {
         return LXGetClientInfo(pClientInfo, "XLXConfigFactoryCacheManager", LXManagerAt("GetClientInfo"));
     });

@@ -25,8 +25,7 @@
 
 class XLXConfigFactoryCacheManager final
     : public XRelationQuestions<XUnknown<XLXConfigFactoryCacheManager, ILXConfigFactoryCache, ILXConfigFactory,
-                                         IDPFObject, ILXCallbackUpdate, ILXServerEntryPoint, XRelationHost>>
-{
+                                         IDPFObject, ILXCallbackUpdate, ILXServerEntryPoint, XRelationHost>> {
 public:
     XLXConfigFactoryCacheManager();
     ~XLXConfigFactoryCacheManager();
@@ -48,8 +47,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetEntryFlags(LONG* plFlagA, LONG* plFlagB) override;
     HRESULT STDMETHODCALLTYPE SetEntryLong(LONG) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetEntryObject(IUnknown** ppUnknown) override { return LXNotOffered(ppUnknown); }
-    HRESULT STDMETHODCALLTYPE GetEntryObjectByLong(LONG, IUnknown** ppUnknown) override
-    {
+    HRESULT STDMETHODCALLTYPE GetEntryObjectByLong(LONG, IUnknown** ppUnknown) override {
         return LXNotOffered(ppUnknown);
     }
     HRESULT STDMETHODCALLTYPE SetEntryObject(IUnknown*) override { return S_OK; }
@@ -98,28 +96,23 @@ public:
     // Forwarded to the server, or refused
     HRESULT STDMETHODCALLTYPE GetVersion(BSTR* pbstrVersion) override;
     HRESULT STDMETHODCALLTYPE RemoveType(ILXType*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetPlanTypeEnum(BSTR, ILXTypeEnum** ppTypeEnum) override
-    {
+    HRESULT STDMETHODCALLTYPE GetPlanTypeEnum(BSTR, ILXTypeEnum** ppTypeEnum) override {
         return LXNotOffered(ppTypeEnum);
     }
-    HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild** ppParentChild) override
-    {
+    HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild** ppParentChild) override {
         return LXNotOffered(ppParentChild);
     }
     HRESULT STDMETHODCALLTYPE RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId** ppBrowserId) override
-    {
+    HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId** ppBrowserId) override {
         return LXNotOffered(ppBrowserId);
     }
     HRESULT STDMETHODCALLTYPE RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY** psaValues) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY** psaValues) override {
         return LXNotOffered(psaValues);
     }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY** psaValues) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY** psaValues) override {
         return LXNotOffered(psaValues);
     }
     HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
@@ -140,16 +133,13 @@ public:
 
     // XRelationHost
     XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr& clock, const char* method) const override;
-    HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) override
-    {
+    HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) override {
         return PCInfos(newRelations).GetPCInfoEnum(ppEnum);
     }
-    HRESULT InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations) override
-    {
+    HRESULT InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations) override {
         return PCInfos(newRelations).GetPCInfo(browserId, ppPCInfo);
     }
-    std::vector<PlanTypeRelation> InternalGetPlantypeRelations(XLXTextView parentType) override
-    {
+    std::vector<PlanTypeRelation> InternalGetPlantypeRelations(XLXTextView parentType) override {
         return m_planTypes.RelationsOf(parentType);
     }
     std::vector<XLXText> BaseTypeNames(XLXTextView typeName) override;

@@ -4,8 +4,7 @@
 #include "XLockSwitch.h"
 #include "lxconfigfactorycachemanager.h"
 
-namespace
-{
+namespace {
 constexpr const OLECHAR* ModeConflictText =
     OLESTR("initializing the CFC has already be called from serverside and cannot be used in a client application");
 constexpr ULONG AdvicesDesired = 0x100;
@@ -13,35 +12,23 @@ constexpr ULONG AdvicesDesired = 0x100;
 /// The interface in a variant. A null or empty one is E_POINTER, another value DISP_E_TYPEMISMATCH; a failing query
 /// is returned.
 template <class T>
-HRESULT InterfaceIn(const VARIANT& value, XLXComPtr<T>& result)
-{
+HRESULT InterfaceIn(const VARIANT& value, XLXComPtr<T>& result) {
     const VARTYPE type = V_VT(&value);
-    if (type != VT_UNKNOWN && type != VT_DISPATCH && type != VT_EMPTY)
-    {
-        return DISP_E_TYPEMISMATCH;
-    }
+    if (type != VT_UNKNOWN && type != VT_DISPATCH && type != VT_EMPTY) { return DISP_E_TYPEMISMATCH; }
     IUnknown* const object = type != VT_EMPTY ? V_UNKNOWN(&value) : nullptr;
     return object != nullptr ? LXQuery(*object, result) : E_POINTER;
 }
 
-bool IsPresent(const VARIANT& value)
-{
+bool IsPresent(const VARIANT& value) {
     return (V_VT(&value) == VT_UNKNOWN || V_VT(&value) == VT_DISPATCH) && V_UNKNOWN(&value) != nullptr;
 }
 
 /// A service under its name among the named values. The query alone may be left out.
 HRESULT TakeNamed(XLXTextView name, const VARIANT& value, XLXComPtr<ILXConfigFactory>& factory,
-                  XLXComPtr<ILX_Query>& query, XLXComPtr<ILXDataUpdate>& update)
-{
+                  XLXComPtr<ILX_Query>& query, XLXComPtr<ILXDataUpdate>& update) {
     const bool isQuery = name == OLESTR("QueryEngine");
-    if (isQuery && (V_VT(&value) == VT_EMPTY || (V_VT(&value) == VT_UNKNOWN && !IsPresent(value))))
-    {
-        return S_OK;
-    }
-    if (V_VT(&value) != VT_UNKNOWN)
-    {
-        return E_INVALIDARG;
-    }
+    if (isQuery && (V_VT(&value) == VT_EMPTY || (V_VT(&value) == VT_UNKNOWN && !IsPresent(value)))) { return S_OK; }
+    if (V_VT(&value) != VT_UNKNOWN) { return E_INVALIDARG; }
     return isQuery                           ? InterfaceIn(value, query)
            : name == OLESTR("Configfactory") ? InterfaceIn(value, factory)
            : name == OLESTR("UpdateMng")     ? InterfaceIn(value, update)
@@ -51,26 +38,17 @@ HRESULT TakeNamed(XLXTextView name, const VARIANT& value, XLXComPtr<ILXConfigFac
 
 // The first initialisation decides on the mode, for good.
 template <class Impl>
-void XLXConfigFactoryCacheManager::InstallImpl()
-{
+void XLXConfigFactoryCacheManager::InstallImpl() {
     XLXCFCMngImpl* impl = m_pImpl.load();
-    if (impl == nullptr)
-    {
+    if (impl == nullptr) {
         auto made = std::make_unique<Impl>(*this);
-        if (m_pImpl.compare_exchange_strong(impl, made.get()))
-        {
-            impl = made.release();
-        }
+        if (m_pImpl.compare_exchange_strong(impl, made.get())) { impl = made.release(); }
     }
-    if (dynamic_cast<Impl*>(impl) == nullptr)
-    {
-        XLXError::Raise(E_FAIL, ModeConflictText, LXManagerAt("Initialize"));
-    }
+    if (dynamic_cast<Impl*>(impl) == nullptr) { XLXError::Raise(E_FAIL, ModeConflictText, LXManagerAt("Initialize")); }
 }
 
 /// What an initialisation was given, read before anything of the manager changes.
-struct XLXConfigFactoryCacheManager::InitArguments
-{
+struct XLXConfigFactoryCacheManager::InitArguments {
     XLXComPtr<ILXConfigFactory> factory;
     XLXComPtr<ILX_Query> query;
     XLXComPtr<ILXDataUpdate> update;
@@ -84,64 +62,52 @@ struct XLXConfigFactoryCacheManager::InitArguments
 
 private:
     static XLXComVariant At(const VARIANT* values, ULONG index) { return XLXComVariant::CopyOf(values[index]); }
-    static bool FlagAt(const VARIANT* values, ULONG index, const OLECHAR* failureText)
-    {
+    static bool FlagAt(const VARIANT* values, ULONG index, const OLECHAR* failureText) {
         const auto flag = At(values, index).AsBool();
         XLXError::RaiseIfFailed(flag ? S_OK : DISP_E_TYPEMISMATCH, failureText, LXManagerAt("Initialize"));
         return *flag;
     }
 };
 
-void XLXConfigFactoryCacheManager::InitArguments::Read(ULONG count, const VARIANT* values)
-{
+void XLXConfigFactoryCacheManager::InitArguments::Read(ULONG count, const VARIANT* values) {
     const LXErrorLocation at = LXManagerAt("Initialize");
     clientMode = true;
     XLXError::RaiseIfFailed(InterfaceIn(At(values, 0).Get(), factory),
                             OLESTR("value 0 must be an object with ILXConfigFactory"), at);
-    if (const XLXComVariant value = At(values, 1); IsPresent(value.Get()))
-    {
+    if (const XLXComVariant value = At(values, 1); IsPresent(value.Get())) {
         XLXError::RaiseIfFailed(InterfaceIn(value.Get(), query),
                                 OLESTR("value 1 must be an object with ILX_Query, or empty"), at);
     }
     noNotifications = FlagAt(values, 3, OLESTR("value 3 must be a boolean: no notifications"));
     separateCallback = count > 4 && FlagAt(values, 4, OLESTR("value 4 must be a boolean: a separate callback object"));
-    if (count > 5)
-    {
+    if (count > 5) {
         transferMode = At(values, 5).AsLong();
         XLXError::RaiseIfFailed(transferMode ? S_OK : DISP_E_TYPEMISMATCH,
                                 OLESTR("value 5 must be a number: the data transfer mode"), at);
     }
-    if (!noNotifications)
-    {
+    if (!noNotifications) {
         XLXError::RaiseIfFailed(InterfaceIn(At(values, 2).Get(), update),
                                 OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true"), at);
     }
 }
 
 HRESULT XLXConfigFactoryCacheManager::Initialize(ILXConfigFactory* pConfigFactory, ILX_Query* pQuery,
-                                                 ILXDataUpdate* pDataUpdate)
-{
+                                                 ILXDataUpdate* pDataUpdate) {
     return XLXError::Guarded(LXManagerAt("Initialize"), [&] {
         InstallImpl<XLXCFCMngImplServer>();
         return Init({pConfigFactory, pQuery, pDataUpdate, false, m_bNoNotifications.load(), false, {}});
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::InitializeNamed(ULONG count, tagLXNamedValue* values)
-{
+HRESULT XLXConfigFactoryCacheManager::InitializeNamed(ULONG count, tagLXNamedValue* values) {
     return XLXError::Guarded(LXManagerAt("InitializeNamed"), [&]() -> HRESULT {
-        if (count != 3)
-        {
-            return E_INVALIDARG;
-        }
+        if (count != 3) { return E_INVALIDARG; }
         XLXError::CheckPointer(values, OLESTR("values"), LXManagerAt("InitializeNamed"));
         XLXComPtr<ILXConfigFactory> factory;
         XLXComPtr<ILX_Query> query;
         XLXComPtr<ILXDataUpdate> update;
-        for (ULONG i = 0; i < count; ++i)
-        {
-            if (FAILED(TakeNamed(LXBstrView(values[i].bstrName), values[i].varValue, factory, query, update)))
-            {
+        for (ULONG i = 0; i < count; ++i) {
+            if (FAILED(TakeNamed(LXBstrView(values[i].bstrName), values[i].varValue, factory, query, update))) {
                 return E_INVALIDARG;
             }
         }
@@ -149,11 +115,9 @@ HRESULT XLXConfigFactoryCacheManager::InitializeNamed(ULONG count, tagLXNamedVal
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values)
-{
+HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values) {
     return XLXError::Guarded(LXManagerAt("Initialize"), [&] {
-        if (count < 4 || count > 6)
-        {
+        if (count < 4 || count > 6) {
             XLXError::Raise(E_INVALIDARG, XLXFormat() << "an initialisation takes 4 to 6 values, not " << LONG(count),
                             LXManagerAt("Initialize"));
         }
@@ -166,18 +130,13 @@ HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values)
 }
 
 // A second initialisation changes nothing. While another one is on its way nobody can say yet whose server it is.
-HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments)
-{
+HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments) {
     const LXErrorLocation at = LXManagerAt("Init");
     const XFill init(m_init, &m_init, XFillKind::Lifecycle);
     XLXError::CheckPointer(arguments.noNotifications ? this : static_cast<void*>(arguments.update.Get()),
                            OLESTR("pDataUpdate"), at);
-    if (const auto current = Connection(); current || init.IsReentered() || init.IsBusyElsewhere())
-    {
-        if (current)
-        {
-            LogOtherServer(*current, arguments);
-        }
+    if (const auto current = Connection(); current || init.IsReentered() || init.IsBusyElsewhere()) {
+        if (current) { LogOtherServer(*current, arguments); }
         return S_OK;
     }
     XLXError::CheckPointer(arguments.factory.Get(), OLESTR("pConfigFactory"), at);
@@ -186,25 +145,20 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments)
     // keep it alive.
     const auto unregister = [this](XConnection* begun) { Unregister(*begun); };
     std::unique_ptr<XConnection, decltype(unregister)> unlessDone(connection.get(), unregister);
-    if (!arguments.noNotifications)
-    {
+    if (!arguments.noNotifications) {
         RegisterCallback(*connection, arguments.update.Get(), arguments.clientMode && arguments.separateCallback);
         // Nobody was told of edits until here: what other threads have loaded meanwhile may be stale.
         connection->clock->Advance(XAspectSet::All());
     }
     XTypeMapPtr types;
     const HRESULT filled = LXRaisedAt(at, [&] { return InternalFillTypeMap(types); });
-    if (filled == S_OK)
-    {
-        CreateRelationManager(*connection);
-    }
+    if (filled == S_OK) { CreateRelationManager(*connection); }
     (void)unlessDone.release();
     return filled;
 }
 
 // The locks of the process go off with the first initialisation in server mode whose arguments are accepted.
-std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Begin(const InitArguments& arguments)
-{
+std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Begin(const InitArguments& arguments) {
     const auto connection = std::make_shared<XConnection>();
     connection->configFactory = arguments.factory;
     connection->configFactoryEx = connection->configFactory.As<ILXConfigFactoryEx>();
@@ -216,26 +170,18 @@ std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Begin(const InitArgum
     }
     XLXError::CheckPointer(connection->configFactoryEx.Get(), OLESTR("m_pConfigFactoryEx"), LXManagerAt("Init"));
     m_bNoNotifications.store(arguments.noNotifications);
-    if (arguments.transferMode)
-    {
-        m_transferMode->Set(*arguments.transferMode);
-    }
-    if (!arguments.clientMode)
-    {
-        XLockSwitch::TurnOff();
-    }
+    if (arguments.transferMode) { m_transferMode->Set(*arguments.transferMode); }
+    if (!arguments.clientMode) { XLockSwitch::TurnOff(); }
     return connection;
 }
 
-void XLXConfigFactoryCacheManager::LogOtherServer(const XConnection& current, const InitArguments& arguments) const
-{
+void XLXConfigFactoryCacheManager::LogOtherServer(const XConnection& current, const InitArguments& arguments) const {
     XLXComPtr<ILXConfigFactory> first;
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         first = current.configFactory;
     }
-    if (arguments.factory && !(first.As<IUnknown>() == arguments.factory.As<IUnknown>()))
-    {
+    if (arguments.factory && !(first.As<IUnknown>() == arguments.factory.As<IUnknown>())) {
         XLXError::WriteErrorToLogBook(S_FALSE, XLXError::SeverityError,
                                       OLESTR("the cache is initialised already, with another server, and stays so"),
                                       LXManagerAt("Init"));
@@ -243,8 +189,7 @@ void XLXConfigFactoryCacheManager::LogOtherServer(const XConnection& current, co
 }
 
 // The caches take answers of the new connection before anybody can ask through it.
-void XLXConfigFactoryCacheManager::BeginCaches(const XClockPtr& clock)
-{
+void XLXConfigFactoryCacheManager::BeginCaches(const XClockPtr& clock) {
     m_types.Begin(clock);
     m_browsers.Begin(clock);
     m_pcInfos.Begin(clock);
@@ -254,13 +199,9 @@ void XLXConfigFactoryCacheManager::BeginCaches(const XClockPtr& clock)
 }
 
 XLXComPtr<ILXCallbackUpdate>
-XLXConfigFactoryCacheManager::ChooseCallback(bool separate, XLXComPtr<IXCfgCacheCallback>& separateCallback)
-{
+XLXConfigFactoryCacheManager::ChooseCallback(bool separate, XLXComPtr<IXCfgCacheCallback>& separateCallback) {
     ILXCallbackUpdate* const own = this;
-    if (!separate)
-    {
-        return own;
-    }
+    if (!separate) { return own; }
     const LXErrorLocation at = LXManagerAt("Init");
     HRESULT result = CoCreateInstance(CLSID_XCfgCacheCallback, nullptr, CLSCTX_ALL, LXIid<IXCfgCacheCallback>(),
                                       separateCallback.PutVoid());
@@ -274,8 +215,7 @@ XLXConfigFactoryCacheManager::ChooseCallback(bool separate, XLXComPtr<IXCfgCache
 }
 
 void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILXDataUpdate* update,
-                                                    bool separateCallback)
-{
+                                                    bool separateCallback) {
     const LXErrorLocation at = LXManagerAt("Init");
     const XLXComBSTR computer = LXComputerName(OLESTR("GetComputerName failed"), at);
     XLXComPtr<IXCfgCacheCallback> separate;
@@ -294,10 +234,8 @@ void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILX
         connection.registeredCallback.Swap(callback);
         connection.separateCallback.Swap(separate);
     }
-    for (const auto* dataType : {OLESTR("cfc"), OLESTR("cfc_specific")})
-    {
-        if (SUCCEEDED(result) && !isOver)
-        {
+    for (const auto* dataType : {OLESTR("cfc"), OLESTR("cfc_specific")}) {
+        if (SUCCEEDED(result) && !isOver) {
             LXServerCall("ILXDataUpdate::EnableAdvicesDataType");
             result = update->EnableAdvicesDataType(clientId, XLXComBSTR(dataType).Get(), 1, AdvicesDesired);
         }
@@ -306,8 +244,7 @@ void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILX
 }
 
 // Takes the registration first, so that it is taken back once, whoever comes.
-void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept
-{
+void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept {
     XLXComPtr<ILXDataUpdate> update;
     XLXComPtr<ILXCallbackUpdate> callback;
     XLXComPtr<IXCfgCacheCallback> separate;
@@ -320,8 +257,7 @@ void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept
         clientId = connection.clientId;
     }
     // The server may wait in UnregisterCallback for notifications that are under way: nothing is held here.
-    if (update)
-    {
+    if (update) {
         const LXErrorLocation at = LXManagerAt("Terminate");
         XLXError::LogFailure(OLESTR("m_pDataUpdate->UnregisterCallback failed"), at, [&] {
             LXServerCall("ILXDataUpdate::UnregisterCallback");
@@ -331,23 +267,18 @@ void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept
 }
 
 // A relation manager that cannot load is logged and kept: its questions answer what there is.
-void XLXConfigFactoryCacheManager::CreateRelationManager(XConnection& connection)
-{
+void XLXConfigFactoryCacheManager::CreateRelationManager(XConnection& connection) {
     const auto relations = std::make_shared<XLXPCPartCacheMng>(*this, connection.clock);
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        if (connection.over)
-        {
-            return;
-        }
+        if (connection.over) { return; }
         connection.relations = relations;
     }
     XLXError::LogFailure(OLESTR("InternalFillParentChildMap failed"), LXManagerAt("Init"),
                          [&] { relations->InternalFillParentChildMap(); });
 }
 
-HRESULT XLXConfigFactoryCacheManager::AttachHostObjects(IUnknown* pHostObjectA, IUnknown* pHostObjectB)
-{
+HRESULT XLXConfigFactoryCacheManager::AttachHostObjects(IUnknown* pHostObjectA, IUnknown* pHostObjectB) {
     XLXComPtr<IUnknown> a(pHostObjectA);
     XLXComPtr<IUnknown> b(pHostObjectB);
     {
@@ -360,8 +291,7 @@ HRESULT XLXConfigFactoryCacheManager::AttachHostObjects(IUnknown* pHostObjectA, 
 
 // Each step goes on when the one before failed; every container is emptied under its lock and its objects are
 // terminated outside it. What belongs to another connection stays.
-void XLXConfigFactoryCacheManager::EmptyCaches(const XClockPtr& clock) noexcept
-{
+void XLXConfigFactoryCacheManager::EmptyCaches(const XClockPtr& clock) noexcept {
     const auto step = [](const OLECHAR* failureText, auto&& end) {
         XLXError::LogFailure(failureText, LXManagerAt("Terminate"), end);
     };
@@ -377,8 +307,7 @@ void XLXConfigFactoryCacheManager::EmptyCaches(const XClockPtr& clock) noexcept
 
 // The connection ends first: what arrives from then on is entered nowhere. A server may end the cache from inside a
 // call: that does not wait for who initialises meanwhile.
-HRESULT XLXConfigFactoryCacheManager::Terminate()
-{
+HRESULT XLXConfigFactoryCacheManager::Terminate() {
     return XLXError::Guarded(LXManagerAt("Terminate"), [&]() -> HRESULT {
         std::shared_ptr<XConnection> ended;
         std::shared_ptr<XLXPCPartCacheMng> relations;
@@ -391,21 +320,14 @@ HRESULT XLXConfigFactoryCacheManager::Terminate()
                 ended.swap(m_connection);
                 m_pHostObjectA.Swap(a);
                 m_pHostObjectB.Swap(b);
-                if (ended)
-                {
+                if (ended) {
                     ended->over = true;
                     ended->relations.swap(relations);
                 }
             }
-            if (ended)
-            {
-                EmptyCaches(ended->clock);
-            }
+            if (ended) { EmptyCaches(ended->clock); }
         }
-        if (ended)
-        {
-            Unregister(*ended);
-        }
+        if (ended) { Unregister(*ended); }
         return S_OK;
     });
 }

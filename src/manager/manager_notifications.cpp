@@ -4,16 +4,13 @@
 // notification concerns. Nothing that is cached is touched, and nobody is waited for; the next read asks the server.
 #include "lxconfigfactorycachemanager.h"
 
-namespace
-{
+namespace {
 constexpr const OLECHAR* SpecificDataType = OLESTR("cfc_specific");
 constexpr const OLECHAR* ForwardPrefix = OLESTR("cfc_forward/");
 
 // A notification is never refused for want of memory for its trace entry.
-void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind, XLXTextView currentKind) noexcept
-{
-    if (XLXError::TraceEnabled(LX_LOG_UPDATE))
-    {
+void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind, XLXTextView currentKind) noexcept {
+    if (XLXError::TraceEnabled(LX_LOG_UPDATE)) {
         const LXErrorLocation at = LXManagerAt("DataObjectChanged");
         XLXError::LogFailure(OLESTR("CFC update notification"), at, [&] {
             XLXError::WriteTrace(LX_LOG_UPDATE, OLESTR("CFC update notification"),
@@ -28,29 +25,20 @@ void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind, XLXTextView currentKi
 
 HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
                                                         ULONG ulNotificationId, ULONG ulCount,
-                                                        tagLXUpdateInfo* pLXUpdateInfo)
-{
+                                                        tagLXUpdateInfo* pLXUpdateInfo) {
     return XLXError::Guarded(LXManagerAt("DataObjectChanged"), [&]() -> HRESULT {
-        if (m_lServerTerminated.load())
-        {
-            return S_OK;
-        }
-        if (LXBstrView(bstrDataTyp) != SpecificDataType)
-        {
+        if (m_lServerTerminated.load()) { return S_OK; }
+        if (LXBstrView(bstrDataTyp) != SpecificDataType) {
             HRESULT forwarded = S_OK;
             ForwardToServer(bstrDataID, bstrDataTyp, ulNotificationType, ulNotificationId, ulCount, pLXUpdateInfo,
                             forwarded);
-            if (FAILED(forwarded))
-            {
-                return forwarded;
-            }
+            if (FAILED(forwarded)) { return forwarded; }
         }
         std::shared_ptr<XConnection> connection;
         {
             const std::lock_guard<XLeafMutex> lock(m_mutex);
             connection = m_connection;
-            if (connection && connection->lastNotificationId == ulNotificationId)
-            {
+            if (connection && connection->lastNotificationId == ulNotificationId) {
                 return S_OK; // handled already
             }
         }
@@ -59,8 +47,7 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
         const XLXTextView kind = id.hasKind ? id.kindText : XLXTextView();
         const LONG mode = impl.TranslateUpdateFlags(kind, id.mode);
         TraceUpdate(bstrDataID, mode, kind, kind);
-        if (connection)
-        {
+        if (connection) {
             const XAspectSet concerned = XNotificationRule::Concerned(id, mode);
             connection->clock->Advance(concerned);
             LXTraceInvalidated(concerned);
@@ -73,11 +60,9 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
 
 // A config factory that is itself a cache receives the notification, marked as forwarded.
 void XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count,
-                                                   tagLXUpdateInfo* info, HRESULT& result)
-{
+                                                   tagLXUpdateInfo* info, HRESULT& result) {
     const auto callback = ConfigFactory("DataObjectChanged").As<ILXCallbackUpdate>();
-    if (callback)
-    {
+    if (callback) {
         const XLXComBSTR forwardedId(XLXFormat() << XLXTextView(ForwardPrefix) << LXBstrView(dataId));
         LXServerCall("ILXCallbackUpdate::DataObjectChanged");
         result = callback->DataObjectChanged(forwardedId.Get(), dataType, type, id, count, info);
@@ -86,13 +71,9 @@ void XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType, U
 
 // In the connection that the notification came to: a late one records nothing in the next. False: nobody answers for
 // relations, so the notification does not count as handled.
-bool XLXConfigFactoryCacheManager::RecordHandled(XConnection& connection, ULONG notificationId) const noexcept
-{
+bool XLXConfigFactoryCacheManager::RecordHandled(XConnection& connection, ULONG notificationId) const noexcept {
     const std::lock_guard<XLeafMutex> lock(m_mutex);
-    if (!connection.relations)
-    {
-        return false;
-    }
+    if (!connection.relations) { return false; }
     connection.lastNotificationId = notificationId;
     return true;
 }

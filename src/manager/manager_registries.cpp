@@ -4,14 +4,11 @@
 #include "XLXEnumWithDelete.h"
 #include "lxconfigfactorycachemanager.h"
 
-namespace
-{
+namespace {
 constexpr int MemberPropertyId = 0;
 
-void CheckSpecId(XLXTextView id, const LXErrorLocation& at)
-{
-    if (id.empty())
-    {
+void CheckSpecId(XLXTextView id, const LXErrorLocation& at) {
+    if (id.empty()) {
         XLXError::Raise(E_INVALIDARG,
                         OLESTR("For removing ILXGlobalAttributeFormatSpec instances the property id "
                                "'LXCFGAFS_attributepropertyid' must not be empty."),
@@ -19,15 +16,13 @@ void CheckSpecId(XLXTextView id, const LXErrorLocation& at)
     }
 }
 
-HRESULT RemoveOnServer(ILXConfigFactory& factory, XLXTextView id)
-{
+HRESULT RemoveOnServer(ILXConfigFactory& factory, XLXTextView id) {
     LXServerCall("ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID");
     return factory.RemoveGlobalAttributeFormatSpecByID(XLXComBSTR(id).Get());
 }
 } // namespace
 
-HRESULT XLXConfigFactoryCacheManager::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum)
-{
+HRESULT XLXConfigFactoryCacheManager::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) {
     return XLXError::Guarded(LXManagerAt("GetBrowserIdEnum"), [&] {
         LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt("GetBrowserIdEnum"));
         return LXHandOutEnumerator(LXObjectsOf<ILXBrowserId>(m_browsers.Load().get()), ppEnum);
@@ -35,14 +30,12 @@ HRESULT XLXConfigFactoryCacheManager::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum
 }
 
 HRESULT
-XLXConfigFactoryCacheManager::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum)
-{
+XLXConfigFactoryCacheManager::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum) {
     const LXErrorLocation at = LXManagerAt("GetAllGlobalAttributeFormatSpecs");
     return XLXError::Guarded(at, [&]() -> HRESULT {
         LXCheckOut(ppEnum, OLESTR("ppEnum"), at);
         std::vector<XLXComPtr<ILXGlobalAttributeFormatSpec>> items;
-        for (const auto& spec : m_globalSpecs.InternalFillGlobalFormatSpecCache())
-        {
+        for (const auto& spec : m_globalSpecs.InternalFillGlobalFormatSpecCache()) {
             items.emplace_back(spec);
         }
         return LXHandOutEnumerator(std::move(items), ppEnum);
@@ -50,15 +43,14 @@ XLXConfigFactoryCacheManager::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttribut
 }
 
 HRESULT
-XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec)
-{
+XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(
+    ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec) {
     const LXErrorLocation at = LXManagerAt("RemoveGlobalAttributeFormatSpec");
     return XLXError::Guarded(at, [&]() -> HRESULT {
         XLXError::CheckPointer(piGlobalAttributeFormatSpec, OLESTR("piGlobalAttributeFormatSpec"), at);
         const auto factory = ConfigFactory("RemoveGlobalAttributeFormatSpec");
         const auto spec = XLXGlobalAttributeFormatSpecCache::FromFace(piGlobalAttributeFormatSpec);
-        if (!spec)
-        {
+        if (!spec) {
             XLXError::Raise(E_INVALIDARG,
                             OLESTR("Only instances refered by a cache ILXGlobalAttributeFormatSpec interface "
                                    "ptr can be removed by the CFC method RemoveGlobalAttributeFormatSpec()."),
@@ -70,8 +62,7 @@ XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(ILXGlobalAttribute
         const XLXText id = value.AsText().value_or(XLXText());
         CheckSpecId(id, at);
         const HRESULT result = RemoveOnServer(*factory, id);
-        if (SUCCEEDED(result))
-        {
+        if (SUCCEEDED(result)) {
             m_globalSpecs.Drop(spec.Get(), id);
             spec->Terminate();
         }
@@ -79,18 +70,14 @@ XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(ILXGlobalAttribute
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpecByID(BSTR bstrAttributeProperyID)
-{
+HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpecByID(BSTR bstrAttributeProperyID) {
     const LXErrorLocation at = LXManagerAt("RemoveGlobalAttributeFormatSpecByID");
     return XLXError::Guarded(at, [&]() -> HRESULT {
         const auto factory = ConfigFactory("RemoveGlobalAttributeFormatSpecByID");
         const XLXTextView id = LXBstrView(bstrAttributeProperyID);
         CheckSpecId(id, at);
         const HRESULT result = RemoveOnServer(*factory, id);
-        if (FAILED(result))
-        {
-            return result;
-        }
+        if (FAILED(result)) { return result; }
         m_globalSpecs.Drop(nullptr, id);
         return S_OK;
     });

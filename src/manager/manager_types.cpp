@@ -4,19 +4,16 @@
 #include "XLXEnumWithDelete.h"
 #include "lxconfigfactorycachemanager.h"
 
-namespace
-{
+namespace {
 /// The type name of an object of the database. A failure of the object is returned.
-HRESULT TypeNameOf(ILX_BaseDataObject* object, const char* method, XLXComBSTR& name)
-{
+HRESULT TypeNameOf(ILX_BaseDataObject* object, const char* method, XLXComBSTR& name) {
     XLXError::CheckPointer(object, OLESTR("pObject"), LXManagerAt(method));
     return LXAsk("ILX_BaseDataObject::GetTypeName", name, LXNoResult::Empty, {}, LXManagerAt(method),
                  [&](BSTR* out) { return object->GetTypeName(out); });
 }
 } // namespace
 
-HRESULT XLXConfigFactoryCacheManager::GetCachedType(ILX_BaseDataObject* pObject, BSTR, ILXType** ppType)
-{
+HRESULT XLXConfigFactoryCacheManager::GetCachedType(ILX_BaseDataObject* pObject, BSTR, ILXType** ppType) {
     return XLXError::Guarded(LXManagerAt("GetCachedType"), [&]() -> HRESULT {
         LXCheckOut(ppType, OLESTR("ppType"), LXManagerAt("GetCachedType"));
         XLXComBSTR name;
@@ -25,8 +22,7 @@ HRESULT XLXConfigFactoryCacheManager::GetCachedType(ILX_BaseDataObject* pObject,
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::IsPlantype(ILX_BaseDataObject* pObject)
-{
+HRESULT XLXConfigFactoryCacheManager::IsPlantype(ILX_BaseDataObject* pObject) {
     return XLXError::Guarded(LXManagerAt("IsPlantype"), [&]() -> HRESULT {
         XLXComBSTR name;
         const HRESULT result = TypeNameOf(pObject, "IsPlantype", name);
@@ -34,54 +30,39 @@ HRESULT XLXConfigFactoryCacheManager::IsPlantype(ILX_BaseDataObject* pObject)
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetType(BSTR bstrTypename, BSTR, ILXType** ppType)
-{
+HRESULT XLXConfigFactoryCacheManager::GetType(BSTR bstrTypename, BSTR, ILXType** ppType) {
     return XLXError::Guarded(LXManagerAt("GetType"),
                              [&] { return InternalLoadType(LXBstrView(bstrTypename), ppType); });
 }
 
-XLXCFCMngImpl& XLXConfigFactoryCacheManager::Impl(const char* method) const
-{
+XLXCFCMngImpl& XLXConfigFactoryCacheManager::Impl(const char* method) const {
     XLXCFCMngImpl* const impl = m_pImpl.load();
     XLXError::CheckPointer(impl, OLESTR("m_pImpl"), LXManagerAt(method));
     return *impl;
 }
 
-HRESULT XLXConfigFactoryCacheManager::InternalLoadType(XLXTextView name, ILXType** ppType)
-{
+HRESULT XLXConfigFactoryCacheManager::InternalLoadType(XLXTextView name, ILXType** ppType) {
     LXEmptyOut(ppType);
-    if (name.empty())
-    {
-        return S_FALSE;
-    }
+    if (name.empty()) { return S_FALSE; }
     XLXError::CheckPointer(ppType, OLESTR("ppType"), LXManagerAt("InternalLoadType"));
     XTypeMap::Answer answer = m_types.Find(name);
-    if (!answer.isFresh)
-    {
+    if (!answer.isFresh) {
         XTypeMapPtr types;
         XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"),
                                 LXManagerAt("InternalLoadType"));
         answer = types->Find(name);
     }
-    if (answer.found == XTypeMap::Found::Nothing)
-    {
-        Impl("FetchType").FetchType(name, answer.type);
-    }
+    if (answer.found == XTypeMap::Found::Nothing) { Impl("FetchType").FetchType(name, answer.type); }
     *ppType = answer.type.Detach();
     return *ppType != nullptr ? S_OK : S_FALSE;
 }
 
-HRESULT XLXConfigFactoryCacheManager::InternalFillTypeMap(XTypeMapPtr& types)
-{
+HRESULT XLXConfigFactoryCacheManager::InternalFillTypeMap(XTypeMapPtr& types) {
     types = XTypeMapPtr(XTypeMapPtr(), &m_types);
-    if (m_types.IsFresh())
-    {
-        return S_OK;
-    }
+    if (m_types.IsFresh()) { return S_OK; }
     XLXCFCMngImpl& impl = Impl("InternalFillTypeMap");
     const XFill fill(m_types.FillMutex(), &m_types);
-    if (fill.IsReentered() || m_types.IsFresh())
-    {
+    if (fill.IsReentered() || m_types.IsFresh()) {
         return S_OK; // a server that asks back while it is being asked gets what is there
     }
     const XTypeMapPtr filled = impl.FillTypeCache();
@@ -90,39 +71,30 @@ HRESULT XLXConfigFactoryCacheManager::InternalFillTypeMap(XTypeMapPtr& types)
 }
 
 // An answer that arrives after its connection is over is given to whoever asked, and entered nowhere.
-XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(XTypeRecords& records, const XTypeMap::Note& noted, bool isWhole)
-{
-    if (m_types.Enter(records, noted, isWhole))
-    {
-        return XTypeMapPtr(XTypeMapPtr(), &m_types);
-    }
+XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(XTypeRecords& records, const XTypeMap::Note& noted, bool isWhole) {
+    if (m_types.Enter(records, noted, isWhole)) { return XTypeMapPtr(XTypeMapPtr(), &m_types); }
     const auto apart = std::make_shared<XTypeMap>(m_transferMode);
     apart->Begin(noted.clock);
     apart->Enter(records, noted, isWhole);
     return apart;
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetTypeEnum(BSTR, ILXTypeEnum** ppEnum)
-{
+HRESULT XLXConfigFactoryCacheManager::GetTypeEnum(BSTR, ILXTypeEnum** ppEnum) {
     return EnumerateTypes("GetTypeEnum", false, ppEnum);
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetSearchableTypeEnum(ILXTypeEnum** ppEnum)
-{
+HRESULT XLXConfigFactoryCacheManager::GetSearchableTypeEnum(ILXTypeEnum** ppEnum) {
     return EnumerateTypes("GetSearchableTypeEnum", true, ppEnum);
 }
 
-HRESULT XLXConfigFactoryCacheManager::EnumerateTypes(const char* method, bool searchableOnly, ILXTypeEnum** ppEnum)
-{
+HRESULT XLXConfigFactoryCacheManager::EnumerateTypes(const char* method, bool searchableOnly, ILXTypeEnum** ppEnum) {
     return XLXError::Guarded(LXManagerAt(method), [&] {
         LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt(method));
         XTypeMapPtr types;
         XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"), LXManagerAt(method));
         std::vector<XLXComPtr<ILXType>> items;
-        for (const auto& [key, entry] : types->Types())
-        {
-            if (entry.type->IsListed() && (!searchableOnly || entry.type->IsSearchable()))
-            {
+        for (const auto& [key, entry] : types->Types()) {
+            if (entry.type->IsListed() && (!searchableOnly || entry.type->IsSearchable())) {
                 items.emplace_back(entry.type);
             }
         }
@@ -131,15 +103,10 @@ HRESULT XLXConfigFactoryCacheManager::EnumerateTypes(const char* method, bool se
 }
 
 HRESULT XLXConfigFactoryCacheManager::LoadTypesByTypeNames(LONG lCountNames, BSTR* bstrTypename,
-                                                           LONG bIncludeTypeAttributes)
-{
+                                                           LONG bIncludeTypeAttributes) {
     return XLXError::Guarded(LXManagerAt("LoadTypesByTypeNames"), [&]() -> HRESULT {
-        if (lCountNames == 0)
-        {
-            return S_OK;
-        }
-        if (lCountNames < 0)
-        {
+        if (lCountNames == 0) { return S_OK; }
+        if (lCountNames < 0) {
             XLXError::Raise(E_INVALIDARG, OLESTR("the number of type names is negative"),
                             LXManagerAt("LoadTypesByTypeNames"));
         }
@@ -149,17 +116,11 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByTypeNames(LONG lCountNames, BST
     });
 }
 
-namespace
-{
-XLXSafeArray NameArray(std::span<const BSTR> names, const LXErrorLocation& at)
-{
+namespace {
+XLXSafeArray NameArray(std::span<const BSTR> names, const LXErrorLocation& at) {
     XLXSafeArray array(SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(names.size())));
-    if (!array)
-    {
-        throw std::bad_alloc();
-    }
-    for (LONG i = 0; i < static_cast<LONG>(names.size()); ++i)
-    {
+    if (!array) { throw std::bad_alloc(); }
+    for (LONG i = 0; i < static_cast<LONG>(names.size()); ++i) {
         XLXError::RaiseIfFailed(
             SafeArrayPutElement(array.Get(), &i, XLXComBSTR(LXBstrView(names[static_cast<std::size_t>(i)])).Get()),
             OLESTR("SafeArrayPutElement failed"), at);
@@ -168,8 +129,7 @@ XLXSafeArray NameArray(std::span<const BSTR> names, const LXErrorLocation& at)
 }
 } // namespace
 
-HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(std::span<const BSTR> names, LONG mode)
-{
+HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(std::span<const BSTR> names, LONG mode) {
     const LXErrorLocation at = LXManagerAt("LoadTypesByNames");
     const XLXSafeArray wanted = NameArray(names, at);
     const XServerAccess server = Access("LoadTypesByNames");
@@ -178,14 +138,9 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(std::span<const BSTR> nam
     auto records = LXAskForTypes(
         "ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", mode, OLESTR("the types cannot be loaded by name"), at,
         [&](SAFEARRAY** out) { return factory.GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out); });
-    if (records)
-    {
-        EnterTypes(*records, noted, false);
-    }
-    for (const BSTR name : names)
-    {
-        if (const XLXTextView text = LXBstrView(name); !text.empty())
-        {
+    if (records) { EnterTypes(*records, noted, false); }
+    for (const BSTR name : names) {
+        if (const XLXTextView text = LXBstrView(name); !text.empty()) {
             m_types.EnterNegative(text, noted); // for those that did not come
         }
     }
@@ -193,8 +148,7 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(std::span<const BSTR> nam
 }
 
 // The new type is wrapped and handed out; it enters the map when the server reports it.
-HRESULT XLXConfigFactoryCacheManager::AddType(ILXType** ppType)
-{
+HRESULT XLXConfigFactoryCacheManager::AddType(ILXType** ppType) {
     return XLXError::Guarded(LXManagerAt("AddType"), [&]() -> HRESULT {
         LXCheckOut(ppType, OLESTR("ppType"), LXManagerAt("AddType"));
         const XServerAccess access = Access("AddType");
@@ -202,10 +156,7 @@ HRESULT XLXConfigFactoryCacheManager::AddType(ILXType** ppType)
         const HRESULT result =
             LXAsk("ILXConfigFactory::AddType", server, LXNoResult::PointerError, OLESTR("object of the server"),
                   LXManagerAt("AddType"), [&](ILXType** out) { return access.configFactory->AddType(out); });
-        if (FAILED(result))
-        {
-            return result;
-        }
+        if (FAILED(result)) { return result; }
         XLXError::CheckPointer(server.Get(), OLESTR("object of the server"), LXManagerAt("AddType"));
         const auto type = LXCFCTOOLS::Make<XLXTypeCache>(server, access.clock);
         type->SetModeSupplier(m_transferMode);

@@ -5,41 +5,35 @@
 
 #include <algorithm>
 
-namespace
-{
+namespace {
 constexpr ULONG TypeBatch = 100;
 constexpr int MemberTypeName = 0;
 constexpr int MemberBaseTypeName = 2;
 constexpr int MemberSearchable = 14;
 
-HRESULT AskProperty(ILXType& server, int member, XLXComVariant& value)
-{
+HRESULT AskProperty(ILXType& server, int member, XLXComVariant& value) {
     return LXAskValue("ILXConfigObject::GetProperty", value,
                       [&](VARIANT* out) { return server.GetProperty(member, out); });
 }
 
 /// A property of a server's type; empty when it has no value. A failure is raised.
-XLXComVariant PropertyOf(ILXType& server, int member)
-{
+XLXComVariant PropertyOf(ILXType& server, int member) {
     XLXComVariant value;
     XLXError::RaiseIfFailed(AskProperty(server, member, value), OLESTR("a property of a server type cannot be read"),
                             LXManagerAt("FillTypeCacheServerImpl"));
     return value;
 }
 
-XLXText TextOf(ILXType& server, int member)
-{
+XLXText TextOf(ILXType& server, int member) {
     const XLXComVariant value = PropertyOf(server, member);
     return value.Empty() ? XLXText() : value.AsText().value_or(XLXText());
 }
 
 /// A chain of bases must not come back to a type that is in it.
-void RaiseIfCircle(const XTypeRecords& chain, const XLXText& next, const LXErrorLocation& at)
-{
+void RaiseIfCircle(const XTypeRecords& chain, const XLXText& next, const LXErrorLocation& at) {
     const bool isCircle =
         std::any_of(chain.begin(), chain.end(), [&](const XTypeRecord& record) { return record.name == next; });
-    if (isCircle)
-    {
+    if (isCircle) {
         XLXError::Raise(E_FAIL,
                         XLXText(XLXFormat() << "Base typename is equal with the derivative's typename.Check the PTS "
                                                "and remove self-inheritance type declarations. typename: '"
@@ -49,22 +43,17 @@ void RaiseIfCircle(const XTypeRecords& chain, const XLXText& next, const LXError
 }
 
 /// Whether the server's type is searchable; a type that does not say is not.
-bool IsSearchable(ILXType& server)
-{
+bool IsSearchable(ILXType& server) {
     XLXComVariant value;
     return AskProperty(server, MemberSearchable, value) == S_OK && value.AsBool().value_or(false);
 }
 } // namespace
 
-LONG XLXCFCMngImpl::TransferMode() const noexcept
-{
-    return m_manager.TransferMode().Get();
-}
+LONG XLXCFCMngImpl::TransferMode() const noexcept { return m_manager.TransferMode().Get(); }
 
 // ---- server mode
 
-XTypeRecord XLXCFCMngImplServer::RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name)
-{
+XTypeRecord XLXCFCMngImplServer::RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name) {
     XTypeRecord record;
     record.name = name;
     record.baseName = TextOf(*server, MemberBaseTypeName);
@@ -74,8 +63,7 @@ XTypeRecord XLXCFCMngImplServer::RecordOf(const XLXComPtr<ILXType>& server, XLXT
     return record;
 }
 
-XTypeMapPtr XLXCFCMngImplServer::FillTypeCache()
-{
+XTypeMapPtr XLXCFCMngImplServer::FillTypeCache() {
     const LXErrorLocation at = LXManagerAt("FillTypeCacheServerImpl");
     const XServerAccess server = m_manager.Access("FillTypeCacheServerImpl");
     const XTypeMap::Note noted = m_manager.Types().TakeNote(server.clock);
@@ -83,14 +71,10 @@ XTypeMapPtr XLXCFCMngImplServer::FillTypeCache()
     HRESULT result = LXAsk("ILXConfigFactory::GetTypeEnum", types, LXNoResult::Nothing, {}, at,
                            [&](ILXTypeEnum** out) { return server.configFactory->GetTypeEnum(nullptr, out); });
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"), at);
-    if (result != S_OK)
-    {
-        return nullptr;
-    }
+    if (result != S_OK) { return nullptr; }
     XTypeRecords records;
     result = LXForEachOf<TypeBatch, ILXType>(*types, "ILXTypeEnum::RemNext", at, [&](XLXComPtr<ILXType>&& type) {
-        if (const XLXText name = TextOf(*type, MemberTypeName); !name.empty())
-        {
+        if (const XLXText name = TextOf(*type, MemberTypeName); !name.empty()) {
             records.push_back(RecordOf(type, name));
         }
     });
@@ -99,24 +83,21 @@ XTypeMapPtr XLXCFCMngImplServer::FillTypeCache()
 }
 
 // Walks up the chain of bases to one that is cached, then enters the whole chain.
-bool XLXCFCMngImplServer::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type)
-{
+bool XLXCFCMngImplServer::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) {
     const LXErrorLocation at = LXManagerAt("FetchTypeServerImpl");
     XTypeMap& types = m_manager.Types();
     const XServerAccess server = m_manager.Access("FetchTypeServerImpl");
     const XTypeMap::Note noted = types.TakeNote(server.clock);
     XTypeRecords chain;
     XLXText next(name);
-    while (!next.empty() && (chain.empty() || !types.Find(next).type))
-    {
+    while (!next.empty() && (chain.empty() || !types.Find(next).type)) {
         XLXComPtr<ILXType> found;
         const XLXComBSTR wanted(next);
         const HRESULT result =
             LXAsk("ILXConfigFactory::GetType", found, LXNoResult::Nothing, {}, at,
                   [&](ILXType** out) { return server.configFactory->GetType(wanted.Get(), nullptr, out); });
         XLXError::RaiseIfFailed(result, OLESTR("the server failed to get the type"), at);
-        if (result != S_OK)
-        {
+        if (result != S_OK) {
             types.EnterNegative(next, noted);
             break;
         }
@@ -124,34 +105,27 @@ bool XLXCFCMngImplServer::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& t
         next = chain.back().baseName;
         RaiseIfCircle(chain, next, at);
     }
-    if (!chain.empty())
-    {
-        type = m_manager.EnterTypes(chain, noted, false)->Find(name).type;
-    }
+    if (!chain.empty()) { type = m_manager.EnterTypes(chain, noted, false)->Find(name).type; }
     return static_cast<bool>(type);
 }
 
-LONG XLXCFCMngImplServer::NamedLoadMode(bool includeTypeAttributes) const
-{
+LONG XLXCFCMngImplServer::NamedLoadMode(bool includeTypeAttributes) const {
     const LONG mode = TransferMode();
     return mode == LXTM_UNSET ? 0 : includeTypeAttributes ? mode & LXTM_ATTRIBUTES : mode;
 }
 
 // ---- client mode
 
-XLXCFCMngImplClient::XLXCFCMngImplClient(XLXConfigFactoryCacheManager& manager) : XLXCFCMngImpl(manager)
-{
+XLXCFCMngImplClient::XLXCFCMngImplClient(XLXConfigFactoryCacheManager& manager) : XLXCFCMngImpl(manager) {
     manager.TransferMode().SetIfUnset(DefaultTransferMode);
 }
 
-LONG XLXCFCMngImplClient::BulkMode() const noexcept
-{
+LONG XLXCFCMngImplClient::BulkMode() const noexcept {
     const LONG mode = TransferMode();
     return mode == LXTM_UNSET ? DefaultTransferMode : mode;
 }
 
-XTypeMapPtr XLXCFCMngImplClient::FillTypeCache()
-{
+XTypeMapPtr XLXCFCMngImplClient::FillTypeCache() {
     const LONG mode = BulkMode();
     const XServerAccess server = m_manager.Access("LoadAllTypes");
     ILXConfigFactoryEx& factory = server.Bulk("LoadAllTypes");
@@ -163,39 +137,31 @@ XTypeMapPtr XLXCFCMngImplClient::FillTypeCache()
 }
 
 // The type comes alone first; when its base is not cached, the whole chain of bases is read with it.
-bool XLXCFCMngImplClient::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type)
-{
+bool XLXCFCMngImplClient::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) {
     XTypeMap& types = m_manager.Types();
     const LXErrorLocation at = LXManagerAt("FetchTypeClientImpl");
     const XServerAccess server = m_manager.Access("LoadTypeByName");
     ILXConfigFactoryEx& factory = server.Bulk("LoadTypeByName");
     const XTypeMap::Note noted = types.TakeNote(server.clock);
     XTypeRecords records = LoadTypeByName(factory, name, false);
-    if (records.empty())
-    {
+    if (records.empty()) {
         types.EnterNegative(name, noted);
         return false;
     }
-    if (std::any_of(records.begin(), records.end(), [](const auto& record) { return record.IsBaseMissing(); }))
-    {
+    if (std::any_of(records.begin(), records.end(), [](const auto& record) { return record.IsBaseMissing(); })) {
         XLXError::Raise(E_FAIL, OLESTR("index base type not found in index map"), at);
     }
     const XLXText& baseName = records.front().baseName;
-    if (!baseName.empty() && baseName != name && !types.Find(baseName).type)
-    {
+    if (!baseName.empty() && baseName != name && !types.Find(baseName).type) {
         records = LoadTypeByName(factory, name, true);
     }
     const XTypeMap::Answer answer = m_manager.EnterTypes(records, noted, false)->Find(name);
-    if (answer.found == XTypeMap::Found::Nothing)
-    {
-        XLXError::Raise(E_FAIL, OLESTR("no type in typemap"), at);
-    }
+    if (answer.found == XTypeMap::Found::Nothing) { XLXError::Raise(E_FAIL, OLESTR("no type in typemap"), at); }
     type = answer.type;
     return static_cast<bool>(type);
 }
 
-XTypeRecords XLXCFCMngImplClient::LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name, bool withBases) const
-{
+XTypeRecords XLXCFCMngImplClient::LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name, bool withBases) const {
     const LONG mode = BulkMode();
     const XLXComBSTR wanted(name);
     return LXAskForTypes("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", mode, OLESTR("the type cannot be loaded"),
@@ -206,28 +172,16 @@ XTypeRecords XLXCFCMngImplClient::LoadTypeByName(ILXConfigFactoryEx& factory, XL
         .value_or(XTypeRecords());
 }
 
-LONG XLXCFCMngImplClient::NamedLoadMode(bool includeTypeAttributes) const
-{
+LONG XLXCFCMngImplClient::NamedLoadMode(bool includeTypeAttributes) const {
     return includeTypeAttributes ? BulkMode() & LXTM_ATTRIBUTES : BulkMode();
 }
 
 // What changes below an attribute concerns the attribute too, and a changed set of attributes the type.
-LONG XLXCFCMngImplClient::TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept
-{
-    if (kind != OLESTR("objects"))
-    {
-        return mode;
-    }
-    if ((mode & LXUM_ATTRIBUTES) != 0)
-    {
-        mode |= LXUM_TYPES;
-    }
-    if ((mode & LXUM_ATTRIBUTETYPES) != 0)
-    {
-        mode |= LXUM_ATTRIBUTES;
-    }
-    if ((mode & (LXUM_FORMATS | LXUM_GLOBALFORMATSPECS | LXUM_GROUPFORMATS | LXUM_ATTRIBUTEFORMATS)) != 0)
-    {
+LONG XLXCFCMngImplClient::TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept {
+    if (kind != OLESTR("objects")) { return mode; }
+    if ((mode & LXUM_ATTRIBUTES) != 0) { mode |= LXUM_TYPES; }
+    if ((mode & LXUM_ATTRIBUTETYPES) != 0) { mode |= LXUM_ATTRIBUTES; }
+    if ((mode & (LXUM_FORMATS | LXUM_GLOBALFORMATSPECS | LXUM_GROUPFORMATS | LXUM_ATTRIBUTEFORMATS)) != 0) {
         mode |= LXUM_ATTRIBUTES;
     }
     return mode;

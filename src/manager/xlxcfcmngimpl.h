@@ -9,8 +9,7 @@
 
 class XLXConfigFactoryCacheManager;
 
-class XLXCFCMngImpl
-{
+class XLXCFCMngImpl {
 public:
     /// @param manager  outlives the strategy
     explicit XLXCFCMngImpl(XLXConfigFactoryCacheManager& manager) noexcept : m_manager(manager) {}
@@ -35,8 +34,7 @@ protected:
 
 /// Inside the server's process: the server's own types are wrapped. Reading, linking and fetching are serialised by
 /// the host.
-class XLXCFCMngImplServer final : public XLXCFCMngImpl
-{
+class XLXCFCMngImplServer final : public XLXCFCMngImpl {
 public:
     using XLXCFCMngImpl::XLXCFCMngImpl;
 
@@ -50,8 +48,7 @@ private:
 };
 
 /// Inside an application: types arrive in bulk.
-class XLXCFCMngImplClient final : public XLXCFCMngImpl
-{
+class XLXCFCMngImplClient final : public XLXCFCMngImpl {
 public:
     explicit XLXCFCMngImplClient(XLXConfigFactoryCacheManager& manager);
 

@@ -11,64 +11,45 @@
 #include "XUnknown.h"
 
 /// A property that a transient object has, with the value that it answers or starts with.
-struct XTransientProperty
-{
+struct XTransientProperty {
     int index;
     VARTYPE type; ///< VT_I4, VT_BOOL, VT_R8 or VT_BSTR
     LONG number = 0;
     const OLECHAR* text = OLESTR("");
 
-    XLXComVariant Value() const
-    {
-        switch (type)
-        {
-        case VT_BOOL:
-            return XLXComVariant::FromBool(number != 0);
-        case VT_R8:
-            return XLXComVariant::FromDouble(number);
-        case VT_BSTR:
-            return XLXComVariant::FromBstr(text);
-        default:
-            return XLXComVariant::FromI4(number);
+    XLXComVariant Value() const {
+        switch (type) {
+        case VT_BOOL: return XLXComVariant::FromBool(number != 0);
+        case VT_R8: return XLXComVariant::FromDouble(number);
+        case VT_BSTR: return XLXComVariant::FromBstr(text);
+        default: return XLXComVariant::FromI4(number);
         }
     }
 };
 
 /// The property of an index; null when the table has none.
 template <std::size_t count>
-constexpr const XTransientProperty* LXFindProperty(const XTransientProperty (&table)[count], int index) noexcept
-{
-    for (const XTransientProperty& property : table)
-    {
-        if (property.index == index)
-        {
-            return &property;
-        }
+constexpr const XTransientProperty* LXFindProperty(const XTransientProperty (&table)[count], int index) noexcept {
+    for (const XTransientProperty& property : table) {
+        if (property.index == index) { return &property; }
     }
     return nullptr;
 }
 
 /// The references to an object whose life does not depend on them. Each is a lock on the module, so that the object's
 /// code is there as long as somebody holds it. Any thread may call.
-class XModuleReferences
-{
+class XModuleReferences {
 public:
-    ULONG Add() noexcept
-    {
+    ULONG Add() noexcept {
         XModuleCount::Lock();
         m_count.fetch_add(1, std::memory_order_relaxed);
         return Answer;
     }
     /// One that was never added takes no lock away.
-    ULONG Remove() noexcept
-    {
+    ULONG Remove() noexcept {
         ULONG count = m_count.load(std::memory_order_relaxed);
-        while (count != 0 && !m_count.compare_exchange_weak(count, count - 1, std::memory_order_relaxed))
-        {}
-        if (count != 0)
-        {
-            XModuleCount::Unlock();
-        }
+        while (count != 0 && !m_count.compare_exchange_weak(count, count - 1, std::memory_order_relaxed)) {}
+        if (count != 0) { XModuleCount::Unlock(); }
         return Answer;
     }
 
@@ -81,14 +62,12 @@ private:
 /// It answers its interface and IUnknown, and no callback.
 /// @tparam Base  its face: an XUnknown, or an XFaces with other references
 template <class Base, EConfigElementKind kind>
-class XLXTransientObject : public XPropertyMethods<Base, kind>
-{
+class XLXTransientObject : public XPropertyMethods<Base, kind> {
 public:
     XLXTransientObject(const XLXTransientObject&) = delete;
     XLXTransientObject& operator=(const XLXTransientObject&) = delete;
 
-    static HRESULT RefuseNullFace() noexcept
-    {
+    static HRESULT RefuseNullFace() noexcept {
         return XLXError::RefusePointer(OLESTR("ppv"),
                                        LXHere("XLXTransientObject", "XLXTransientObject", "QueryInterface"));
     }
@@ -103,21 +82,16 @@ protected:
     template <std::size_t count, class ValueOf>
     static HRESULT HandOutProperty(const XTransientProperty (&table)[count], int index, VARIANT* out,
                                    const LXErrorLocation& at, const std::optional<LXErrorLocation>& unknownAt,
-                                   ValueOf&& valueOf)
-    {
+                                   ValueOf&& valueOf) {
         return XLXError::Guarded(at, [&]() -> HRESULT {
             XLXError::CheckPointer(out, OLESTR("pvarValue"), at);
             const XTransientProperty* const property = LXFindProperty(table, index);
-            if (property == nullptr && unknownAt)
-            {
-                RaiseUnknownIndex(index, *unknownAt);
-            }
+            if (property == nullptr && unknownAt) { RaiseUnknownIndex(index, *unknownAt); }
             return property != nullptr ? LXHandOutValue(valueOf(*property), out) : E_INVALIDARG;
         });
     }
 
-    [[noreturn]] static void RaiseUnknownIndex(int index, const LXErrorLocation& at)
-    {
+    [[noreturn]] static void RaiseUnknownIndex(int index, const LXErrorLocation& at) {
         XLXError::Raise(E_INVALIDARG, XLXFormat() << "property index (" << LONG{index} << ") is unknown", at);
     }
 };

@@ -4,21 +4,14 @@
 #include "lxcfctools.h"
 #include "lxpcpartcachemng.h"
 
-namespace
-{
+namespace {
 constexpr const OLECHAR* CompBaseType = OLESTR("lumbcompbase");
 
-HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName)
-{
-    if (object == nullptr)
-    {
-        return S_OK;
-    }
-    if (!typeName.empty())
-    {
+HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName) {
+    if (object == nullptr) { return S_OK; }
+    if (!typeName.empty()) {
         LXServerCall("ILX_BaseDataObject::IsDerivedFromType");
-        if (object->IsDerivedFromType(XLXComBSTR(CompBaseType).Get()) != S_OK)
-        {
+        if (object->IsDerivedFromType(XLXComBSTR(CompBaseType).Get()) != S_OK) {
             return S_OK; // the name that the caller gave
         }
     }
@@ -26,21 +19,14 @@ HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName)
     const HRESULT result =
         LXAsk("ILX_BaseDataObject::GetTypeName", own, LXNoResult::Empty, {}, LXPCPartAt("CollectPCRelationsByDO"),
               [&](BSTR* out) { return object->GetTypeName(out); });
-    if (result == S_OK)
-    {
-        typeName = own.View();
-    }
+    if (result == S_OK) { typeName = own.View(); }
     return result;
 }
 
-constexpr LXErrorLocation At(int line = LX_CURRENT_LINE)
-{
-    return LXPCPartAt("GetSinglePCRelationByDO", line);
-}
+constexpr LXErrorLocation At(int line = LX_CURRENT_LINE) { return LXPCPartAt("GetSinglePCRelationByDO", line); }
 
 /// An attribute of a data object; nothing when it has none.
-XLXComVariant AttributeOf(ILX_BaseDataObject& object, const OLECHAR* name, HRESULT& result)
-{
+XLXComVariant AttributeOf(ILX_BaseDataObject& object, const OLECHAR* name, HRESULT& result) {
     XLXComVariant value;
     const XLXComBSTR attribute(name);
     result = LXAskValue("ILX_BaseDataObject::GetAttribute", value,
@@ -50,38 +36,26 @@ XLXComVariant AttributeOf(ILX_BaseDataObject& object, const OLECHAR* name, HRESU
 
 /// An attribute that must be a text; raises the text that says what is missing.
 XLXComBSTR TextAttribute(ILX_BaseDataObject& object, const OLECHAR* name, const OLECHAR* failureText,
-                         const LXErrorLocation& at)
-{
+                         const LXErrorLocation& at) {
     HRESULT result = S_OK;
     const XLXComVariant value = AttributeOf(object, name, result);
     const auto text = SUCCEEDED(result) && !value.Empty() ? value.AsText() : std::nullopt;
-    if (!text)
-    {
-        XLXError::Raise(E_INVALIDARG, failureText, at);
-    }
+    if (!text) { XLXError::Raise(E_INVALIDARG, failureText, at); }
     return XLXComBSTR(*text);
 }
 
-XLXComPtr<ILX_BaseDataObject> OtherEnd(ILX_BaseDataObject* relationship, ILX_BaseDataObject* parent)
-{
+XLXComPtr<ILX_BaseDataObject> OtherEnd(ILX_BaseDataObject* relationship, ILX_BaseDataObject* parent) {
     const auto relation = XLXComPtr<ILX_BaseDataObject>(relationship).As<ILXRelation>();
-    if (!relation)
-    {
-        XLXError::Raise(E_INVALIDARG, OLESTR("QI at relationship for ILXRelation."), At(934));
-    }
+    if (!relation) { XLXError::Raise(E_INVALIDARG, OLESTR("QI at relationship for ILXRelation."), At(934)); }
     XLXComPtr<ILX_BaseDataObject> other;
     const HRESULT result = LXAsk("ILXRelation::GetRelatedObject", other, LXNoResult::Nothing, {}, At(),
                                  [&](ILX_BaseDataObject** out) { return relation->GetRelatedObject(parent, out); });
-    if (result != S_OK)
-    {
-        XLXError::Raise(E_INVALIDARG, OLESTR("Other related object not found."), At());
-    }
+    if (result != S_OK) { XLXError::Raise(E_INVALIDARG, OLESTR("Other related object not found."), At()); }
     return other;
 }
 
 /// Whether a parent stands at the second end of a relationship.
-bool IsReverse(ILX_BaseDataObject& relationship, ILX_BaseDataObject* parent)
-{
+bool IsReverse(ILX_BaseDataObject& relationship, ILX_BaseDataObject* parent) {
     HRESULT result = S_OK;
     const XLXComVariant first = AttributeOf(relationship, OLESTR("relationobject1"), result);
     XLXError::RaiseIfFailed(result, OLESTR("relationobject1"), At(948));
@@ -92,26 +66,19 @@ bool IsReverse(ILX_BaseDataObject& relationship, ILX_BaseDataObject* parent)
 } // namespace
 
 XRelationEnds::XRelationEnds(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR parentTypeName)
-    : parentType(LXBstrView(parentTypeName))
-{
-    if (parent == nullptr && parentType.empty())
-    {
+    : parentType(LXBstrView(parentTypeName)) {
+    if (parent == nullptr && parentType.empty()) {
         XLXError::Raise(E_INVALIDARG, OLESTR("neither an object nor a type name is given"),
                         LXPCPartAt("CollectPCRelationsByDO"));
     }
     result = ResolveTypeName(parent, parentType);
-    if (result == S_OK)
-    {
-        result = ResolveTypeName(child, childType);
-    }
+    if (result == S_OK) { result = ResolveTypeName(child, childType); }
     const bool nothing = parentType.empty() || (child != nullptr && childType.empty());
     result = result == S_OK && nothing ? S_FALSE : result;
 }
 
-XRelationshipNames::XRelationshipNames(ILX_BaseDataObject* parent, ILX_BaseDataObject* relationship)
-{
-    if (parent == nullptr || relationship == nullptr)
-    {
+XRelationshipNames::XRelationshipNames(ILX_BaseDataObject* parent, ILX_BaseDataObject* relationship) {
+    if (parent == nullptr || relationship == nullptr) {
         XLXError::Raise(E_INVALIDARG, OLESTR("the parent object or the relationship object is missing"), At(905));
     }
     const XLXComBSTR name =

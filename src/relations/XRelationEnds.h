@@ -7,8 +7,7 @@
 #include "XLXComBSTR.h"
 
 /// The types at the two ends of a relation.
-struct XRelationEnds
-{
+struct XRelationEnds {
     /// Asks the objects that are given for their types; an object whose type is named is asked only when it is derived
     /// from the component base type. Raises E_INVALIDARG when there is neither an object nor a name for the parent.
     XRelationEnds(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR parentTypeName = nullptr);
@@ -19,8 +18,7 @@ struct XRelationEnds
 };
 
 /// The names of the relation that a relationship object stands for, seen from a parent. Raises what is missing.
-struct XRelationshipNames
-{
+struct XRelationshipNames {
     XRelationshipNames(ILX_BaseDataObject* parent, ILX_BaseDataObject* relationship);
 
     XLXComBSTR parentType;

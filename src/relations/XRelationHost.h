@@ -11,14 +11,12 @@
 #include <vector>
 
 /// Source name, scope and method of the manager's error locations.
-constexpr LXErrorLocation LXManagerAt(const char* method, int line = LX_CURRENT_LINE)
-{
+constexpr LXErrorLocation LXManagerAt(const char* method, int line = LX_CURRENT_LINE) {
     return {"lxconfigfactorycachemanager", "XLXConfigFactoryCacheManager", method, line};
 }
 
 /// The PC infos that every browser has for relations that exist in this process alone.
-class XPCInfoRegistry
-{
+class XPCInfoRegistry {
 public:
     /// @param newRelations  which of the two generations is asked
     virtual HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) = 0;
@@ -32,8 +30,7 @@ protected:
     ~XPCInfoRegistry() = default;
 };
 
-class XRelationHost : public XPCInfoRegistry
-{
+class XRelationHost : public XPCInfoRegistry {
 public:
     /// The config factory of the connection with that clock; raises E_POINTER when there is none any more.
     virtual XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr& clock, const char* method) const = 0;
@@ -41,8 +38,7 @@ public:
     virtual std::vector<XLXText> BaseTypeNames(XLXTextView typeName) = 0;
 
     /// A relation that plan types allow below a type.
-    struct PlanTypeRelation
-    {
+    struct PlanTypeRelation {
         XLXText childType;
         XLXText nameShort;
     };

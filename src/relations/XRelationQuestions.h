@@ -15,11 +15,9 @@
 
 /// @tparam Bases  bring ILXConfigFactoryCache and ILXConfigFactory
 template <class... Bases>
-class XRelationQuestions : public Bases...
-{
+class XRelationQuestions : public Bases... {
 public:
-    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR typeName, BSTR, ILXParentChildEnum** out) override
-    {
+    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR typeName, BSTR, ILXParentChildEnum** out) override {
         LXEmptyOut(out);
         return Ask("GetParentChildEnum", [&](auto& relations) {
             XLXError::CheckPointer(out, OLESTR("ppEnum"), LXPCPartAt("GetParentChildEnum"));
@@ -27,20 +25,17 @@ public:
         });
     }
     HRESULT STDMETHODCALLTYPE GetPCEnum(ILX_BaseDataObject* object, BSTR typeName, BSTR, BSTR browserId,
-                                        LONG withPlantypes, ILXParentChildEnum** out) override
-    {
+                                        LONG withPlantypes, ILXParentChildEnum** out) override {
         const LONG filter = withPlantypes != 0 ? LXPCF_WITHPLANTYPES : LXPCF_NONE;
         return Enumerate("GetPCEnum", out, {object, nullptr, typeName, browserId, filter});
     }
     HRESULT STDMETHODCALLTYPE GetPCEnum2(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
-                                         ILXParentChildEnum** out) override
-    {
+                                         ILXParentChildEnum** out) override {
         return Enumerate("GetPCEnum2", out, {object, nullptr, typeName, browserId, filter});
     }
     /// With the relations of the base types. Any success of the object's other than S_OK is the answer.
     HRESULT STDMETHODCALLTYPE GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
-                                           ILXParentChildEnum** out) override
-    {
+                                           ILXParentChildEnum** out) override {
         LXEmptyOut(out);
         return Ask("GetPCEnumAll", [&](auto& relations) {
             XLXError::CheckPointer(out, OLESTR("ppPCEnum"), LXPCPartAt("GetPCEnumAll"));
@@ -53,62 +48,53 @@ public:
     }
     /// The relations between the types of two objects.
     HRESULT STDMETHODCALLTYPE GetCachedPCEnum(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR,
-                                              BSTR browserId, LONG newOnly, ILXParentChildEnum** out) override
-    {
+                                              BSTR browserId, LONG newOnly, ILXParentChildEnum** out) override {
         const LONG filter = newOnly != 0 ? LXPCF_NEWONLY : LXPCF_NONE;
         return Enumerate(
             "GetCachedPCEnum", out, {parent, child, nullptr, browserId, filter}, LXPCBaseAt("GetCachedPCEnum", 38),
             {{parent, OLESTR("pObjectParent")}, {child, OLESTR("pObjectChild")}, {out, OLESTR("ppPCEnum")}});
     }
     HRESULT STDMETHODCALLTYPE GetThisBrowserParentChildEnum(BSTR typeName, BSTR, BSTR browserId,
-                                                            ILXParentChildEnum** out) override
-    {
+                                                            ILXParentChildEnum** out) override {
         return Enumerate("GetThisBrowserParentChildEnum", out, {nullptr, nullptr, typeName, browserId},
                          LXPCBaseAt("GetThisBrowserPCEnum", 91), {{out, OLESTR("ppILXParentChildEnum")}});
     }
 
     // PPR relations
-    HRESULT STDMETHODCALLTYPE GetPPRRelationsEnum(BSTR parentType, BSTR, ILXParentChildEnum** out) override
-    {
+    HRESULT STDMETHODCALLTYPE GetPPRRelationsEnum(BSTR parentType, BSTR, ILXParentChildEnum** out) override {
         return Enumerate("GetPPRRelationsEnum", out, {nullptr, nullptr, parentType, nullptr, LXPCF_PPRONLY});
     }
     HRESULT STDMETHODCALLTYPE GetPPRRelationsEnumByDO(ILX_BaseDataObject* parent, BSTR,
-                                                      ILXParentChildEnum** out) override
-    {
+                                                      ILXParentChildEnum** out) override {
         return Enumerate("GetPPRRelationsEnumByDO", out, {parent, nullptr, nullptr, nullptr, LXPCF_PPRONLY},
                          LXPCPartAt("GetPPRRelationsEnumByDO"),
                          {{out, OLESTR("ppPCEnum")}, {parent, OLESTR("pObjectParent")}});
     }
     HRESULT STDMETHODCALLTYPE GetPossiblePPRRelations(BSTR parentType, BSTR childType, BSTR,
-                                                      ILXParentChildEnum** out) override
-    {
+                                                      ILXParentChildEnum** out) override {
         return EnumeratePossible("GetPossiblePPRRelations", parentType, childType, nullptr, LXPCF_NOSYSTEMINTERNAL,
                                  out);
     }
     HRESULT STDMETHODCALLTYPE GetPossiblePPRRelations2(BSTR parentType, BSTR childType, BSTR browserId, LONG filter,
-                                                       ILXParentChildEnum** out) override
-    {
+                                                       ILXParentChildEnum** out) override {
         return EnumeratePossible("GetPossiblePPRRelations2", parentType, childType, browserId, filter, out);
     }
     HRESULT STDMETHODCALLTYPE GetPossiblePPRRelationsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR,
-                                                          ILXParentChildEnum** out) override
-    {
+                                                          ILXParentChildEnum** out) override {
         return Enumerate(
             "GetPossiblePPRRelationsByDO", out,
             {parent, child, nullptr, nullptr, LXPCF_PPRONLY | LXPCF_NOSYSTEMINTERNAL},
             LXPCPartAt("GetPossiblePPRRelationsByDO"),
             {{child, OLESTR("pObjectChild")}, {out, OLESTR("ppPCEnum")}, {parent, OLESTR("pObjectParent")}});
     }
-    HRESULT STDMETHODCALLTYPE PPRRelationExists(BSTR parentType, BSTR childType, BSTR, LONG internal) override
-    {
+    HRESULT STDMETHODCALLTYPE PPRRelationExists(BSTR parentType, BSTR childType, BSTR, LONG internal) override {
         return Ask("PPRRelationExists", [&](auto& relations) {
             CheckNotEmpty(parentType, OLESTR("bstrParent is empty"), LXPCPartAt("PPRRelationExists"));
             return relations.PPRRelationExists(LXBstrView(parentType), LXBstrView(childType), internal != 0);
         });
     }
     HRESULT STDMETHODCALLTYPE PPRRelationExistsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR,
-                                                    LONG internal) override
-    {
+                                                    LONG internal) override {
         return Ask("PPRRelationExistsByDO", [&](auto& relations) {
             XLXError::CheckPointer(parent, OLESTR("pObjectParent"), LXPCPartAt("PPRRelationExistsByDO"));
             XLXError::CheckPointer(child, OLESTR("pObjectChild"), LXPCPartAt("PPRRelationExistsByDO"));
@@ -119,8 +105,7 @@ public:
     }
 
     // Single relations
-    HRESULT STDMETHODCALLTYPE GetPCRelation(BSTR parentType, BSTR, BSTR childList, ILXParentChild** out) override
-    {
+    HRESULT STDMETHODCALLTYPE GetPCRelation(BSTR parentType, BSTR, BSTR childList, ILXParentChild** out) override {
         LXEmptyOut(out);
         return Ask("GetPCRelation", [&](auto& relations) {
             const auto at = [](int line) { return LXPCPartAt("GetPCRelation", line); };
@@ -133,15 +118,13 @@ public:
         });
     }
     HRESULT STDMETHODCALLTYPE GetSinglePCRelation(BSTR parentType, BSTR childType, BSTR, BSTR childList,
-                                                  ILXParentChild** out) override
-    {
+                                                  ILXParentChild** out) override {
         LXEmptyOut(out);
         return Ask("GetSinglePCRelation",
                    [&](auto& relations) { return Single(relations, parentType, childType, childList, out); });
     }
     HRESULT STDMETHODCALLTYPE GetSinglePCRelationByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* relationship,
-                                                      ILXParentChild** out) override
-    {
+                                                      ILXParentChild** out) override {
         LXEmptyOut(out);
         return Ask("GetSinglePCRelationByDO", [&](auto& relations) {
             const XRelationshipNames names(parent, relationship);
@@ -157,8 +140,7 @@ protected:
 
 private:
     /// What an enumeration is to hold: the relations of a type as parent, or of an object's.
-    struct Selection
-    {
+    struct Selection {
         ILX_BaseDataObject* parent;
         ILX_BaseDataObject* child; ///< null: to any type
         BSTR parentType;
@@ -166,57 +148,43 @@ private:
         LONG filter = LXPCF_NONE;
     };
     /// An argument that must not be null.
-    struct Required
-    {
+    struct Required {
         const void* pointer;
         const OLECHAR* name;
     };
 
-    static constexpr LXErrorLocation LXPCBaseAt(const char* method, int line)
-    {
+    static constexpr LXErrorLocation LXPCBaseAt(const char* method, int line) {
         return {"lxpcbasemng", "XLXPCBaseMng", method, line};
     }
-    static void CheckNotEmpty(BSTR text, const OLECHAR* failureText, const LXErrorLocation& at)
-    {
-        if (LXBstrView(text).empty())
-        {
-            XLXError::Raise(E_INVALIDARG, failureText, at);
-        }
+    static void CheckNotEmpty(BSTR text, const OLECHAR* failureText, const LXErrorLocation& at) {
+        if (LXBstrView(text).empty()) { XLXError::Raise(E_INVALIDARG, failureText, at); }
     }
 
     /// Runs one question of the relation manager.
     template <class Question>
-    HRESULT Ask(const char* method, Question&& question) const
-    {
+    HRESULT Ask(const char* method, Question&& question) const {
         return XLXError::Guarded(LXManagerAt(method), [&]() -> HRESULT { return question(*RelationManager(method)); });
     }
 
     HRESULT Enumerate(const char* method, ILXParentChildEnum** out, const Selection& selection,
-                      const LXErrorLocation& at, std::initializer_list<Required> required) const
-    {
+                      const LXErrorLocation& at, std::initializer_list<Required> required) const {
         LXEmptyOut(out); // there may be nobody to ask
         return Ask(method, [&](auto& relations) {
-            for (const Required& argument : required)
-            {
+            for (const Required& argument : required) {
                 XLXError::CheckPointer(argument.pointer, argument.name, at);
             }
             const XRelationEnds ends(selection.parent, selection.child, selection.parentType);
-            if (ends.result != S_OK)
-            {
-                return FAILED(ends.result) ? ends.result : S_FALSE;
-            }
+            if (ends.result != S_OK) { return FAILED(ends.result) ? ends.result : S_FALSE; }
             return LXHandOutEnumerator(
                 relations.Collect(ends.parentType, ends.childType, LXBstrView(selection.browserId), selection.filter),
                 out);
         });
     }
-    HRESULT Enumerate(const char* method, ILXParentChildEnum** out, const Selection& selection) const
-    {
+    HRESULT Enumerate(const char* method, ILXParentChildEnum** out, const Selection& selection) const {
         return Enumerate(method, out, selection, LXPCPartAt(method), {{out, OLESTR("ppPCEnum")}});
     }
     HRESULT EnumeratePossible(const char* method, BSTR parentType, BSTR childType, BSTR browserId, LONG filter,
-                              ILXParentChildEnum** out) const
-    {
+                              ILXParentChildEnum** out) const {
         LXEmptyOut(out);
         return Ask(method, [&](auto& relations) {
             const LXErrorLocation at = LXPCPartAt("GetPossiblePPRRelations2");
@@ -228,8 +196,7 @@ private:
         });
     }
     static HRESULT Single(XLXPCPartCacheMng& relations, BSTR parentType, BSTR childType, BSTR childList,
-                          ILXParentChild** out)
-    {
+                          ILXParentChild** out) {
         const auto at = [](int line) { return LXPCPartAt("GetSinglePCRelation", line); };
         XLXError::CheckPointer(parentType, OLESTR("bstrTypenameParent"), at(671));
         XLXError::CheckPointer(childType, OLESTR("bstrTypenameChild"), at(672));

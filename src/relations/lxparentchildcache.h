@@ -10,8 +10,7 @@
 
 /// A relation: which type may stand below which, in which child list, with how each browser shows it.
 class XLXParentChildCache final
-    : public XLXConfigObjectCache<XLXParentChildCache, XCachedFacts::ParentChild, ILXParentChild>
-{
+    : public XLXConfigObjectCache<XLXParentChildCache, XCachedFacts::ParentChild, ILXParentChild> {
 public:
     XLXParentChildCache(XLXComPtr<IUnknown> server, XClockPtr clock);
 

@@ -15,8 +15,7 @@
 /// It answers its own parent and child name, and hands everything else to the base relation: writes too, so that they
 /// change the relation that is inherited.
 class XLXParentChildCacheInherited final
-    : public XPropertyMethods<XUnknown<XLXParentChildCacheInherited, ILXParentChild>, EConfigElementKind::Relation>
-{
+    : public XPropertyMethods<XUnknown<XLXParentChildCacheInherited, ILXParentChild>, EConfigElementKind::Relation> {
 public:
     /// @param base  the relation to inherit from; of one that is itself inherited, the one at its root
     explicit XLXParentChildCacheInherited(XLXComPtr<ILXParentChild> base);
@@ -35,8 +34,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) override;
 
     // For the creator
-    void SetNames(XLXTextView parentName, XLXTextView childName)
-    {
+    void SetNames(XLXTextView parentName, XLXTextView childName) {
         m_parentName = parentName;
         m_childName = childName;
     }

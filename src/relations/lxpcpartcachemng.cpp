@@ -8,37 +8,28 @@
 
 using XLXCFCDataTransfer::XILXPCData;
 
-namespace
-{
-const XLXComVariant& ValueOf(const XVariantRow& values, int member, XLXTextView failureText, int line)
-{
-    if (values.size() <= static_cast<std::size_t>(member))
-    {
+namespace {
+const XLXComVariant& ValueOf(const XVariantRow& values, int member, XLXTextView failureText, int line) {
+    if (values.size() <= static_cast<std::size_t>(member)) {
         XLXError::Raise(E_INVALIDARG, failureText, LXPCPartAt("InternalFillParentChildMap", line));
     }
     return values[static_cast<std::size_t>(member)];
 }
 
 /// A name among a relation's values; nothing when there is none.
-std::optional<XLXText> NameOf(const XLXComVariant& value)
-{
-    return value.Empty() ? std::nullopt : value.AsText();
-}
+std::optional<XLXText> NameOf(const XLXComVariant& value) { return value.Empty() ? std::nullopt : value.AsText(); }
 
 /// The child list that a caller's name means.
-XLXTextView ListName(XLXTextView name) noexcept
-{
+XLXTextView ListName(XLXTextView name) noexcept {
     return name == OLESTR("@@nodes") ? XLXTextView(XLXTransientPC::ChildList) : name;
 }
 
-HRESULT HandOut(ILXParentChild* relation, ILXParentChild** out) noexcept
-{
+HRESULT HandOut(ILXParentChild* relation, ILXParentChild** out) noexcept {
     XLXComPtr<ILXParentChild>(relation).CopyTo(out);
     return S_OK;
 }
 
-bool LetsThrough(LONG filter, bool ppr, bool systemInternal) noexcept
-{
+bool LetsThrough(LONG filter, bool ppr, bool systemInternal) noexcept {
     return !((filter & LXPCF_PPRONLY) != 0 && !ppr) && !((filter & LXPCF_NOPPR) != 0 && ppr) &&
            !((filter & LXPCF_NOSYSTEMINTERNAL) != 0 && systemInternal);
 }
@@ -46,25 +37,18 @@ bool LetsThrough(LONG filter, bool ppr, bool systemInternal) noexcept
 
 // ---- loading
 
-XLXPCPartCacheMng::XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock) : m_host(host), m_clock(std::move(clock))
-{
+XLXPCPartCacheMng::XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock) : m_host(host), m_clock(std::move(clock)) {
     m_relations.Begin({m_clock, XAspect::Relations});
 }
 
-XLXPCPartCacheMng::~XLXPCPartCacheMng()
-{
-    if (const StatePtr state = m_relations.End({m_clock, XAspect::Relations}))
-    {
+XLXPCPartCacheMng::~XLXPCPartCacheMng() {
+    if (const StatePtr state = m_relations.End({m_clock, XAspect::Relations})) {
         TerminateDropped(*state->relations, Map());
     }
 }
 
-XLXPCPartCacheMng::StatePtr XLXPCPartCacheMng::Load()
-{
-    if (StatePtr fresh = m_relations.Fresh())
-    {
-        return fresh;
-    }
+XLXPCPartCacheMng::StatePtr XLXPCPartCacheMng::Load() {
+    if (StatePtr fresh = m_relations.Fresh()) { return fresh; }
     const auto factory = m_host.ConfigFactoryOf(m_clock, "InternalFillParentChildMap");
     std::exception_ptr failure;
     StatePtr refreshed; // whose relations the answer refreshes
@@ -75,18 +59,13 @@ XLXPCPartCacheMng::StatePtr XLXPCPartCacheMng::Load()
             replaced = former;
             if (former != refreshed) // another load came between: it may have dropped some
             {
-                for (const auto& [names, entry] : loaded.relations->inOrder)
-                {
+                for (const auto& [names, entry] : loaded.relations->inOrder) {
                     entry.relation->Attach();
                 }
             }
         });
-    if (replaced)
-    {
-        TerminateDropped(*replaced->relations, *state->relations);
-    }
-    if (failure)
-    {
+    if (replaced) { TerminateDropped(*replaced->relations, *state->relations); }
+    if (failure) {
         std::rethrow_exception(failure); // once
     }
     return state;
@@ -94,23 +73,16 @@ XLXPCPartCacheMng::StatePtr XLXPCPartCacheMng::Load()
 
 // After a failure there are no relations, and no further attempt, until a notification comes.
 XLXPCPartCacheMng::StatePtr XLXPCPartCacheMng::LoadOrKeepFailure(ILXConfigFactory& factory, StatePtr& refreshed,
-                                                                 std::exception_ptr& failure)
-{
+                                                                 std::exception_ptr& failure) {
     refreshed = m_relations.Held();
     State state{refreshed ? refreshed->relations : std::make_shared<const Map>()};
-    try
-    {
+    try {
         state = {LoadAllPCRelation(factory, *state.relations), true};
-    }
-    catch (const XLXException&)
-    {
-        failure = std::current_exception();
-    }
+    } catch (const XLXException&) { failure = std::current_exception(); }
     return std::make_shared<const State>(std::move(state));
 }
 
-XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, const Map& former)
-{
+XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, const Map& former) {
     const LXErrorLocation at = LXPCPartAt("LoadAllPCRelation", 2037);
     const XMoment moment = m_clock->Copy();
     XLXSafeArray array;
@@ -121,10 +93,8 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory&
 
     XRetired retired;
     const auto fresh = std::make_shared<Map>();
-    if (result == S_OK)
-    {
-        for (XILXPCData& record : XLXCFCDataTransfer::GetVecFromArray(std::move(array)))
-        {
+    if (result == S_OK) {
+        for (XILXPCData& record : XLXCFCDataTransfer::GetVecFromArray(std::move(array))) {
             AddRelation(*fresh, std::move(record), former, moment, retired);
         }
         fresh->inOrder.Settle();
@@ -135,8 +105,7 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory&
 // The values are read from the record, so that loading asks the server once and not once for each relation. Of several
 // records with the same names the last one counts, and there is one relation for them.
 void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map& former, const XMoment& moment,
-                                    XRetired& retired) const
-{
+                                    XRetired& retired) const {
     const auto value = [&](int member, const OLECHAR* failureText, int line) -> const XLXComVariant& {
         return ValueOf(record.values, member, failureText, line);
     };
@@ -146,8 +115,7 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map& form
     const auto ppr = value(LXRM_PPRRELATIONTYPE, OLESTR("pPCCache->GetProperty LXCFPC_pprrelationtype"), 1980).AsLong();
     const auto internal =
         value(LXRM_SYSTEMINTERNAL, OLESTR("pPCCache->GetProperty LXCFPC_issysteminternal"), 1991).AsBool();
-    if (!parent || !child || !list)
-    {
+    if (!parent || !child || !list) {
         XLXError::WriteErrorToLogBook(E_INVALIDARG, XLXError::SeverityError,
                                       OLESTR("a relation without its three names is left out"),
                                       LXPCPartAt("InternalFillParentChildMap"));
@@ -164,17 +132,13 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map& form
 
 // Both maps are in the same order. Who still holds a dropped relation goes on reading its values. Allocates nothing, so
 // that shutdown cannot fail.
-void XLXPCPartCacheMng::TerminateDropped(const Map& former, const Map& kept) noexcept
-{
+void XLXPCPartCacheMng::TerminateDropped(const Map& former, const Map& kept) noexcept {
     auto next = kept.inOrder.begin();
-    for (const auto& [names, entry] : former.inOrder)
-    {
-        while (next != kept.inOrder.end() && next->first < names)
-        {
+    for (const auto& [names, entry] : former.inOrder) {
+        while (next != kept.inOrder.end() && next->first < names) {
             ++next;
         }
-        if (next == kept.inOrder.end() || next->first != names)
-        {
+        if (next == kept.inOrder.end() || next->first != names) {
             entry.relation->Detach();
             entry.relation->Terminate();
         }
@@ -183,8 +147,7 @@ void XLXPCPartCacheMng::TerminateDropped(const Map& former, const Map& kept) noe
 
 // ---- asking
 
-XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Loaded()
-{
+XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Loaded() {
     static const Map none;
     StatePtr state = Load();
     const Map* const relations = state && state->answers ? state->relations.get() : &none;
@@ -193,44 +156,34 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Loaded()
 
 // The relations that are asked for stand in a row, and empty names come first in the order.
 template <class Visit>
-void XLXPCPartCacheMng::VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit)
-{
+void XLXPCPartCacheMng::VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit) {
     const MapPtr relations = Loaded();
     const Names first{XCFGStringKey(parentType), XCFGStringKey(childType), {}};
     auto next = std::lower_bound(relations->inOrder.begin(), relations->inOrder.end(), first,
                                  [](const auto& entry, const Names& names) { return entry.first < names; });
     while (next != relations->inOrder.end() && (parentType.empty() || next->first.parent == parentType) &&
-           (childType.empty() || next->first.child == childType) && visit(next->first, next->second))
-    {
+           (childType.empty() || next->first.child == childType) && visit(next->first, next->second)) {
         ++next;
     }
 }
 
 template <class Take>
 void XLXPCPartCacheMng::VisitShown(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter,
-                                   Take&& take)
-{
+                                   Take&& take) {
     const bool newOnly = (filter & LXPCF_NEWONLY) != 0;
     VisitRelations(parentType, childType, [&](const Names& names, const Entry& entry) {
         if (LetsThrough(filter, entry.ppr, entry.systemInternal) &&
             (!browserId.empty() ? static_cast<bool>(entry.relation->FindPCInfo(browserId))
-                                : !newOnly || entry.relation->HasPCInfos()))
-        {
+                                : !newOnly || entry.relation->HasPCInfos())) {
             take(names.child, names.list, XLXComPtr<ILXParentChild>(entry.relation));
         }
         return true;
     });
-    if ((filter & LXPCF_WITHPLANTYPES) == 0 || !LetsThrough(filter, false, false))
-    {
-        return;
-    }
-    for (const auto& allowed : m_host.InternalGetPlantypeRelations(parentType))
-    {
-        if (childType.empty() || allowed.childType == childType)
-        {
+    if ((filter & LXPCF_WITHPLANTYPES) == 0 || !LetsThrough(filter, false, false)) { return; }
+    for (const auto& allowed : m_host.InternalGetPlantypeRelations(parentType)) {
+        if (childType.empty() || allowed.childType == childType) {
             auto relation = XLXTransientPC::For(m_host, parentType, allowed, newOnly);
-            if (ShowsPlanTypes(browserId, newOnly))
-            {
+            if (ShowsPlanTypes(browserId, newOnly)) {
                 take(XCFGStringKey(allowed.childType), XCFGStringKey(XLXTransientPC::ChildList), std::move(relation));
             }
         }
@@ -238,8 +191,7 @@ void XLXPCPartCacheMng::VisitShown(XLXTextView parentType, XLXTextView childType
 }
 
 /// Whether a browser (empty: any) shows what plan types allow.
-bool XLXPCPartCacheMng::ShowsPlanTypes(XLXTextView browserId, bool newOnly)
-{
+bool XLXPCPartCacheMng::ShowsPlanTypes(XLXTextView browserId, bool newOnly) {
     XLXComPtr<ILXPCInfo> info;
     XLXComPtr<ILXPCInfoEnum> infos;
     return !browserId.empty() ? m_host.InternalGetPCInfo(browserId, info.Put(), newOnly) == S_OK
@@ -247,8 +199,7 @@ bool XLXPCPartCacheMng::ShowsPlanTypes(XLXTextView browserId, bool newOnly)
 }
 
 XLXPCPartCacheMng::Relations XLXPCPartCacheMng::Collect(XLXTextView parentType, XLXTextView childType,
-                                                        XLXTextView browserId, LONG filter)
-{
+                                                        XLXTextView browserId, LONG filter) {
     Relations relations;
     VisitShown(parentType, childType, browserId, filter,
                [&](const auto&, const auto&, auto&& relation) { relations.emplace_back(std::move(relation)); });
@@ -256,19 +207,16 @@ XLXPCPartCacheMng::Relations XLXPCPartCacheMng::Collect(XLXTextView parentType, 
 }
 
 XLXPCPartCacheMng::Relations XLXPCPartCacheMng::CollectWithBases(XLXTextView parentType, XLXTextView browserId,
-                                                                 LONG filter)
-{
+                                                                 LONG filter) {
     using Below = std::set<std::pair<XCFGStringKey, XCFGStringKey>>; // child and list
     std::vector<XLXText> levels = m_host.BaseTypeNames(parentType);
     levels.insert(levels.begin(), XLXText(parentType));
     Below nearer;
     Relations relations;
-    for (const XLXText& level : levels)
-    {
+    for (const XLXText& level : levels) {
         Below here;
         VisitShown(level, {}, browserId, filter, [&](const auto& child, const auto& list, auto&& relation) {
-            if (!nearer.contains({child, list}))
-            {
+            if (!nearer.contains({child, list})) {
                 relations.emplace_back(std::move(relation));
                 here.emplace(child, list);
             }
@@ -278,8 +226,7 @@ XLXPCPartCacheMng::Relations XLXPCPartCacheMng::CollectWithBases(XLXTextView par
     return relations;
 }
 
-HRESULT XLXPCPartCacheMng::PPRRelationExists(XLXTextView parentType, XLXTextView childType, bool internal)
-{
+HRESULT XLXPCPartCacheMng::PPRRelationExists(XLXTextView parentType, XLXTextView childType, bool internal) {
     bool exists = false;
     VisitRelations(parentType, childType, [&](const Names&, const Entry& entry) {
         exists = entry.ppr && (internal || !entry.systemInternal);
@@ -288,8 +235,7 @@ HRESULT XLXPCPartCacheMng::PPRRelationExists(XLXTextView parentType, XLXTextView
     return exists ? S_OK : S_FALSE;
 }
 
-HRESULT XLXPCPartCacheMng::First(XLXTextView parentType, XLXTextView childList, ILXParentChild** out)
-{
+HRESULT XLXPCPartCacheMng::First(XLXTextView parentType, XLXTextView childList, ILXParentChild** out) {
     HRESULT result = S_FALSE;
     VisitRelations(parentType, {}, [&](const Names& names, const Entry& entry) {
         result = names.list == ListName(childList) ? HandOut(entry.relation.Get(), out) : S_FALSE;
@@ -299,8 +245,7 @@ HRESULT XLXPCPartCacheMng::First(XLXTextView parentType, XLXTextView childList, 
 }
 
 HRESULT XLXPCPartCacheMng::Single(XLXTextView parentType, XLXTextView childType, XLXTextView childList,
-                                  ILXParentChild** out)
-{
+                                  ILXParentChild** out) {
     const MapPtr relations = Loaded();
     XLXParentChildCache* const* const found = relations->byNames.Find({parentType, childType, ListName(childList)});
     return found != nullptr ? HandOut(*found, out) : S_FALSE;

@@ -18,8 +18,7 @@
 #include "lxparentchildcache.h"
 
 /// Which relations an enumeration is to hold.
-enum LXPCFilter : LONG
-{
+enum LXPCFilter : LONG {
     LXPCF_NONE = 0,
     LXPCF_NEWONLY = 1,           ///< only those with a PC info, of the browser when one is given
     LXPCF_WITHPLANTYPES = 2,     ///< those that plan types allow too
@@ -29,13 +28,11 @@ enum LXPCFilter : LONG
 };
 
 /// Source name, scope and method of the relation manager's error locations.
-constexpr LXErrorLocation LXPCPartAt(const char* method, int line = LX_CURRENT_LINE)
-{
+constexpr LXErrorLocation LXPCPartAt(const char* method, int line = LX_CURRENT_LINE) {
     return {"lxpcpartcachemng", "XLXPCPartCacheMng", method, line};
 }
 
-class XLXPCPartCacheMng final
-{
+class XLXPCPartCacheMng final {
 public:
     using Relations = std::vector<XLXComPtr<ILXParentChild>>;
 
@@ -66,29 +63,25 @@ public:
     HRESULT Single(XLXTextView parentType, XLXTextView childType, XLXTextView childList, ILXParentChild** out);
 
 private:
-    struct Names
-    {
+    struct Names {
         XCFGStringKey parent;
         XCFGStringKey child;
         XCFGStringKey list;
 
         friend auto operator<=>(const Names&, const Names&) noexcept = default;
     };
-    struct Entry
-    {
+    struct Entry {
         XLXComPtr<XLXParentChildCache> relation;
         bool ppr = false;
         bool systemInternal = false;
     };
     /// The relations in order, and by their three names for look-ups.
-    struct Map
-    {
+    struct Map {
         XSortedMap<Names, Entry> inOrder;
         XNameIndex<XLXParentChildCache*, 3> byNames;
     };
     using MapPtr = std::shared_ptr<const Map>; // a map that is in use never changes
-    struct State
-    {
+    struct State {
         MapPtr relations;
         bool answers = false; ///< false: the last load failed; the relations wait to be refreshed
     };

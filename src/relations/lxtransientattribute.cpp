@@ -3,8 +3,7 @@
 
 #include <mutex>
 
-namespace
-{
+namespace {
 constexpr int MemberName = 0;
 constexpr int MemberConstantText = 41; // writes to it are taken and forgotten
 
@@ -21,22 +20,18 @@ constexpr XTransientProperty Properties[] = {
     {13, VT_R8}, {14, VT_R8}};
 // clang-format on
 
-constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE)
-{
+constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) {
     return LXHere("lxtransientattribute", "XLXTransientAttribute", method, line);
 }
 } // namespace
 
-XLXTransientAttribute::XLXTransientAttribute(XLXTextView name)
-{
-    for (const XTransientProperty& property : Properties)
-    {
+XLXTransientAttribute::XLXTransientAttribute(XLXTextView name) {
+    for (const XTransientProperty& property : Properties) {
         m_values.push_back(property.index == MemberName ? XLXComVariant::FromBstr(name) : property.Value());
     }
 }
 
-HRESULT XLXTransientAttribute::GetProperty(int iLXCF_Member, VARIANT* pvarValue)
-{
+HRESULT XLXTransientAttribute::GetProperty(int iLXCF_Member, VARIANT* pvarValue) {
     return HandOutProperty(Properties, iLXCF_Member, pvarValue, At("Get"), At("Get"),
                            [&](const XTransientProperty& property) {
                                const std::lock_guard<XLeafMutex> lock(m_mutex);
@@ -44,21 +39,15 @@ HRESULT XLXTransientAttribute::GetProperty(int iLXCF_Member, VARIANT* pvarValue)
                            });
 }
 
-HRESULT XLXTransientAttribute::SetProperty(int iLXCF_Member, VARIANT varValue)
-{
+HRESULT XLXTransientAttribute::SetProperty(int iLXCF_Member, VARIANT varValue) {
     return XLXError::Guarded(At("Set"), [&]() -> HRESULT {
         const XTransientProperty* const property = LXFindProperty(Properties, iLXCF_Member);
-        if (property == nullptr)
-        {
-            RaiseUnknownIndex(iLXCF_Member, At("Set"));
-        }
+        if (property == nullptr) { RaiseUnknownIndex(iLXCF_Member, At("Set")); }
         XLXComVariant value;
-        if (FAILED(VariantChangeType(value.Put(), &varValue, 0, property->type)))
-        {
+        if (FAILED(VariantChangeType(value.Put(), &varValue, 0, property->type))) {
             XLXError::Raise(E_INVALIDARG, OLESTR("the value cannot be converted to the property's type"), At("Set"));
         }
-        if (property->index != MemberConstantText)
-        {
+        if (property->index != MemberConstantText) {
             const std::lock_guard<XLeafMutex> lock(m_mutex);
             std::swap(m_values[static_cast<std::size_t>(property - Properties)], value);
         }

@@ -7,8 +7,7 @@
 #include <map>
 #include <tuple>
 
-namespace
-{
+namespace {
 // clang-format off
 constexpr XTransientProperty Properties[] = {
     {LXRM_CHILDLISTNAME, VT_BSTR, 0, XLXTransientPC::ChildList},
@@ -21,41 +20,35 @@ constexpr XTransientProperty Properties[] = {
     {36, VT_BOOL}};
 // clang-format on
 
-constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE)
-{
+constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) {
     return LXHere("lxtransientpc", "XLXTransientPC", method, line);
 }
 
 /// All transient relations of the module, by manager (null: nobody's), parent, child, short name and flag.
-struct Pool
-{
+struct Pool {
     using Key = std::tuple<const XRelationHost*, XLXText, XLXText, XLXText, bool>;
 
     XLeafMutex mutex; // guards the relations
     std::multimap<Key, std::unique_ptr<XLXTransientPC>> relations;
 };
 
-Pool& ThePool()
-{
+Pool& ThePool() {
     static const XModuleState<Pool> pool;
     return *pool;
 }
 } // namespace
 
 XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXTextView parent,
-                                              const XRelationHost::PlanTypeRelation& relation, bool flag)
-{
+                                              const XRelationHost::PlanTypeRelation& relation, bool flag) {
     Names names{XLXText(parent), relation.childType, relation.nameShort};
     Pool::Key key(&host, names.parent, names.child, names.nameShort, flag);
     Pool::Key nobodys(nullptr, names.parent, names.child, names.nameShort, flag);
     Pool& pool = ThePool();
     const std::lock_guard<XLeafMutex> lock(pool.mutex);
     auto found = pool.relations.find(key);
-    if (found == pool.relations.end())
-    {
+    if (found == pool.relations.end()) {
         auto node = pool.relations.extract(nobodys);
-        if (node.empty())
-        {
+        if (node.empty()) {
             return pool.relations
                 .emplace(std::move(key), std::make_unique<XLXTransientPC>(host.PCInfoLink(), std::move(names), flag))
                 ->second.get();
@@ -67,16 +60,13 @@ XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXText
     return found->second.get();
 }
 
-void XLXTransientPC::Disown(const XRelationHost& host) noexcept
-{
+void XLXTransientPC::Disown(const XRelationHost& host) noexcept {
     Pool& pool = ThePool();
     const std::lock_guard<XLeafMutex> lock(pool.mutex);
     const auto isHosts = [&host](const auto& entry) { return std::get<0>(entry.first) == &host; };
-    for (auto next = pool.relations.begin(); next != pool.relations.end();)
-    {
+    for (auto next = pool.relations.begin(); next != pool.relations.end();) {
         const auto entry = next++;
-        if (isHosts(*entry))
-        {
+        if (isHosts(*entry)) {
             auto node = pool.relations.extract(entry);
             std::get<0>(node.key()) = nullptr;
             pool.relations.insert(std::move(node));
@@ -85,61 +75,39 @@ void XLXTransientPC::Disown(const XRelationHost& host) noexcept
 }
 
 // What a caller wrote into a relation does not reach the next one who is given it.
-void XLXTransientPC::Renew(Owner owner, Names names)
-{
+void XLXTransientPC::Renew(Owner owner, Names names) {
     const std::lock_guard<XLeafMutex> lock(m_mutex);
     std::swap(m_owner, owner);
     std::swap(m_names, names);
 }
 
-XLXText* XLXTransientPC::Field(int index) noexcept
-{
-    switch (index)
-    {
-    case LXRM_CHILDNAME:
-        return &m_names.child;
-    case LXRM_PARENTNAME:
-        return &m_names.parent;
-    case LXRM_NAMESHORT:
-        return &m_names.nameShort;
-    default:
-        return nullptr;
+XLXText* XLXTransientPC::Field(int index) noexcept {
+    switch (index) {
+    case LXRM_CHILDNAME: return &m_names.child;
+    case LXRM_PARENTNAME: return &m_names.parent;
+    case LXRM_NAMESHORT: return &m_names.nameShort;
+    default: return nullptr;
     }
 }
 
-HRESULT XLXTransientPC::GetProperty(int iLXCF_Member, VARIANT* pvarValue)
-{
+HRESULT XLXTransientPC::GetProperty(int iLXCF_Member, VARIANT* pvarValue) {
     return HandOutProperty(Properties, iLXCF_Member, pvarValue, At("Get", 67), {},
                            [&](const XTransientProperty& property) {
                                const XLXText* const field = Field(property.index);
-                               if (field == nullptr)
-                               {
-                                   return property.Value();
-                               }
+                               if (field == nullptr) { return property.Value(); }
                                const std::lock_guard<XLeafMutex> lock(m_mutex);
                                return XLXComVariant::FromBstr(*field);
                            });
 }
 
-HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue)
-{
+HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue) {
     return XLXError::Guarded(At("Set"), [&]() -> HRESULT {
-        if (LXFindProperty(Properties, iLXCF_Member) == nullptr)
-        {
-            RaiseUnknownIndex(iLXCF_Member, At("Set", 299));
-        }
+        if (LXFindProperty(Properties, iLXCF_Member) == nullptr) { RaiseUnknownIndex(iLXCF_Member, At("Set", 299)); }
         XLXText* const field = Field(iLXCF_Member);
-        if (field == nullptr && iLXCF_Member != LXRM_CHILDLISTNAME)
-        {
-            return S_OK;
-        }
+        if (field == nullptr && iLXCF_Member != LXRM_CHILDLISTNAME) { return S_OK; }
         auto text = XLXComVariant::CopyOf(varValue).AsText();
-        if (!text)
-        {
-            XLXError::Raise(E_INVALIDARG, OLESTR("the value is no text"), At("Set", 299));
-        }
-        if (field != nullptr)
-        {
+        if (!text) { XLXError::Raise(E_INVALIDARG, OLESTR("the value is no text"), At("Set", 299)); }
+        if (field != nullptr) {
             const std::lock_guard<XLeafMutex> lock(m_mutex);
             field->swap(*text);
         }
@@ -148,8 +116,7 @@ HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue)
 }
 
 // The link is copied first: the reference that it gives may be the last one, and is released with no lock held.
-XLXComPtr<XPCInfoRegistry> XLXTransientPC::LockOwner() const
-{
+XLXComPtr<XPCInfoRegistry> XLXTransientPC::LockOwner() const {
     Owner owner;
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
@@ -158,8 +125,7 @@ XLXComPtr<XPCInfoRegistry> XLXTransientPC::LockOwner() const
     return owner.Lock();
 }
 
-HRESULT XLXTransientPC::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
-{
+HRESULT XLXTransientPC::GetPCInfoEnum(ILXPCInfoEnum** ppEnum) {
     return XLXError::Guarded(At("GetPCInfoEnum"), [&]() -> HRESULT {
         LXCheckOut(ppEnum, OLESTR("ppEnum"), At("GetPCInfoEnum"));
         const auto owner = LockOwner();
@@ -167,8 +133,7 @@ HRESULT XLXTransientPC::GetPCInfoEnum(ILXPCInfoEnum** ppEnum)
     });
 }
 
-HRESULT XLXTransientPC::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo)
-{
+HRESULT XLXTransientPC::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) {
     return XLXError::Guarded(At("GetPCInfo"), [&]() -> HRESULT {
         LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), At("GetPCInfo"));
         const auto owner = LockOwner();

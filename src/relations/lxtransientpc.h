@@ -13,14 +13,12 @@
 #include "XRelationHost.h"
 
 class XLXTransientPC final
-    : public XLXTransientObject<XFaces<XLXTransientPC, ILXParentChild>, EConfigElementKind::Relation>
-{
+    : public XLXTransientObject<XFaces<XLXTransientPC, ILXParentChild>, EConfigElementKind::Relation> {
 public:
     using Owner = XWeakLink<XPCInfoRegistry>;
 
     /// What a transient relation is made of.
-    struct Names
-    {
+    struct Names {
         XLXText parent;
         XLXText child;
         XLXText nameShort;
@@ -29,8 +27,7 @@ public:
     static constexpr const OLECHAR* ChildList = OLESTR("nodes");
 
     XLXTransientPC(Owner owner, Names names, bool flag)
-        : m_owner(std::move(owner)), m_names(std::move(names)), m_flag(flag)
-    {}
+        : m_owner(std::move(owner)), m_names(std::move(names)), m_flag(flag) {}
     ~XLXTransientPC() = default;
 
     /// The relation with these names.

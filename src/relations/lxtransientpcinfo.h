@@ -7,8 +7,7 @@
 /// A PC info without a server object; read-only. It lives as long as its creator keeps it, whoever has references to
 /// it; they keep the module loaded.
 class XLXTransientPCInfo final
-    : public XLXTransientObject<XFaces<XLXTransientPCInfo, ILXPCInfo>, EConfigElementKind::PCInfo>
-{
+    : public XLXTransientObject<XFaces<XLXTransientPCInfo, ILXPCInfo>, EConfigElementKind::PCInfo> {
 public:
     /// @param isNew  answered as the property that says so
     XLXTransientPCInfo(XLXTextView browserId, bool isNew) : m_browserId(browserId), m_isNew(isNew) {}

@@ -3,8 +3,7 @@
 #define RELATIONMEMBERS_H
 
 /// The properties of a relation that the component reads, by index.
-enum LXRelationMember : int
-{
+enum LXRelationMember : int {
     LXRM_CHILDLISTNAME = 0,
     LXRM_CHILDNAME = 1,
     LXRM_SYSTEMINTERNAL = 14,

@@ -7,8 +7,7 @@
 
 /// What a change notification can make stale. The rule which notification concerns which aspect is the table in
 /// XNotificationRule.h.
-enum class XAspect : unsigned char
-{
+enum class XAspect : unsigned char {
     TypeMap,             ///< which types there are, with their bases
     TypeValues,          ///< the values of types
     TypeAttributes,      ///< which attributes a type has
@@ -38,16 +37,13 @@ enum class XAspect : unsigned char
 constexpr std::size_t LXAspectCount = static_cast<std::size_t>(XAspect::PlanTypes) + 1;
 
 /// A set of aspects.
-class XAspectSet
-{
+class XAspectSet {
 public:
     constexpr XAspectSet() noexcept = default;
     template <class... More>
-    constexpr XAspectSet(XAspect first, More... more) noexcept : m_bits((BitOf(first) | ... | BitOf(more)))
-    {}
+    constexpr XAspectSet(XAspect first, More... more) noexcept : m_bits((BitOf(first) | ... | BitOf(more))) {}
 
-    static constexpr XAspectSet All() noexcept
-    {
+    static constexpr XAspectSet All() noexcept {
         XAspectSet all;
         all.m_bits = (std::uint32_t{1} << LXAspectCount) - 1;
         return all;
@@ -59,20 +55,14 @@ public:
 
     /// Calls visit(aspect) for each aspect of the set, in order.
     template <class Visit>
-    constexpr void ForEach(Visit&& visit) const
-    {
-        for (std::size_t i = 0; i < LXAspectCount; ++i)
-        {
-            if (const auto aspect = static_cast<XAspect>(i); Has(aspect))
-            {
-                visit(aspect);
-            }
+    constexpr void ForEach(Visit&& visit) const {
+        for (std::size_t i = 0; i < LXAspectCount; ++i) {
+            if (const auto aspect = static_cast<XAspect>(i); Has(aspect)) { visit(aspect); }
         }
     }
 
 private:
-    static constexpr std::uint32_t BitOf(XAspect aspect) noexcept
-    {
+    static constexpr std::uint32_t BitOf(XAspect aspect) noexcept {
         return std::uint32_t{1} << static_cast<unsigned>(aspect);
     }
 

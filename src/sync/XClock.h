@@ -20,8 +20,7 @@
 
 /// What is noted before the server is asked: the clock's number of an aspect, and the own count of the holder, which
 /// advances when something other than a notification to the manager makes the holder stale.
-struct XStamp
-{
+struct XStamp {
     std::uint64_t clock = 0; ///< 0: no stamp, which is never fresh
     std::uint64_t own = 0;
 
@@ -36,14 +35,12 @@ struct XStamp
 
 /// A copy of the whole clock, taken before a bulk read: whatever is made or refreshed from the answer takes its stamp
 /// from here, however much later that happens.
-struct XMoment
-{
+struct XMoment {
     std::array<std::uint64_t, LXAspectCount> numbers{};
     std::uint64_t direct = 0; ///< the last direct notification to any object of the connection
 
     /// Of what nothing on the server can make stale: it has no clock.
-    static XMoment Timeless() noexcept
-    {
+    static XMoment Timeless() noexcept {
         XMoment moment;
         moment.numbers.fill(1);
         return moment;
@@ -53,29 +50,24 @@ struct XMoment
 };
 
 template <class Policy = XSystemSync>
-class XBasicClock
-{
+class XBasicClock {
 public:
     XBasicClock() noexcept = default;
     XBasicClock(const XBasicClock&) = delete;
     XBasicClock& operator=(const XBasicClock&) = delete;
 
-    std::uint64_t Now(XAspect aspect) const noexcept
-    {
+    std::uint64_t Now(XAspect aspect) const noexcept {
         return m_numbers[static_cast<std::size_t>(aspect)].value.load(std::memory_order_acquire);
     }
 
     /// Makes everything of these aspects stale. Waits for nobody and needs no memory.
-    void Advance(const XAspectSet& aspects) noexcept
-    {
+    void Advance(const XAspectSet& aspects) noexcept {
         aspects.ForEach([this](XAspect aspect) { m_numbers[static_cast<std::size_t>(aspect)].value.fetch_add(1); });
     }
 
-    XMoment Copy() const noexcept
-    {
+    XMoment Copy() const noexcept {
         XMoment moment;
-        for (std::size_t i = 0; i < LXAspectCount; ++i)
-        {
+        for (std::size_t i = 0; i < LXAspectCount; ++i) {
             moment.numbers[i] = m_numbers[i].value.load(std::memory_order_acquire);
         }
         moment.direct = m_direct.value.load(std::memory_order_acquire);
@@ -86,18 +78,13 @@ public:
     std::uint64_t DrawDirect() noexcept { return m_direct.value.fetch_add(1) + 1; }
 
     void AddRef() const noexcept { m_references.value.fetch_add(1, std::memory_order_relaxed); }
-    void Release() const noexcept
-    {
-        if (m_references.value.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        {
-            delete this;
-        }
+    void Release() const noexcept {
+        if (m_references.value.fetch_sub(1, std::memory_order_acq_rel) == 1) { delete this; }
     }
 
 private:
     // On a cache line of its own, so that a flood of one does not slow the readers of another.
-    struct alignas(64) Number
-    {
+    struct alignas(64) Number {
         explicit Number(std::uint64_t first = 1) noexcept : value(first) {}
         typename Policy::template Atomic<std::uint64_t> value;
     };
@@ -113,8 +100,7 @@ using XClockPtr = XLXComPtr<XClock>;
 /// The own count of a holder: advanced when a notification comes straight to the holder, when what it owns is
 /// emptied, and when its server object is replaced.
 template <class Policy = XSystemSync>
-class XBasicOwnCount
-{
+class XBasicOwnCount {
 public:
     std::uint64_t Now() const noexcept { return m_count.load(std::memory_order_acquire); }
     /// Returns the count as of this advance.
@@ -129,16 +115,13 @@ using XOwnCount = XBasicOwnCount<>;
 /// are advanced; whoever takes a stamp from a bulk answer reads the own count first and this number after. So of a
 /// notification that overtook the answer one of the two is always seen.
 template <class Policy = XSystemSync>
-class XBasicDirectNumber
-{
+class XBasicDirectNumber {
 public:
     std::uint64_t Now() const noexcept { return m_number.load(std::memory_order_acquire); }
 
-    void Raise(std::uint64_t number) noexcept
-    {
+    void Raise(std::uint64_t number) noexcept {
         std::uint64_t stored = m_number.load(std::memory_order_relaxed);
-        while (stored < number && !m_number.compare_exchange_weak(stored, number))
-        {}
+        while (stored < number && !m_number.compare_exchange_weak(stored, number)) {}
     }
 
     bool IsNewerThan(const XMoment& moment) const noexcept { return Now() > moment.direct; }
@@ -151,8 +134,7 @@ using XDirectNumber = XBasicDirectNumber<>;
 /// The stamp of what a bulk answer brought for a holder; none when the object was notified after the answer was asked
 /// for.
 template <class Own, class Direct>
-XStamp LXStampFrom(const XMoment& moment, XAspect aspect, const Own& own, const Direct& direct) noexcept
-{
+XStamp LXStampFrom(const XMoment& moment, XAspect aspect, const Own& own, const Direct& direct) noexcept {
     const std::uint64_t noted = own.Now(); // before the direct number is read
     return direct.IsNewerThan(moment) ? XStamp{} : XStamp{moment.At(aspect), noted};
 }

@@ -14,8 +14,7 @@
 #include <mutex>
 
 /// One thread's references to a lock.
-struct ThreadLockEntry
-{
+struct ThreadLockEntry {
     std::atomic<DWORD> thread{0};   ///< 0: free. All other fields belong to this thread alone.
     std::int32_t count : 30 = 0;    ///< read and write references together
     std::uint32_t isRead : 1 = 0;   ///< the first reference was a read reference
@@ -24,23 +23,16 @@ struct ThreadLockEntry
 
 /// The entries of the threads that hold a lock. The first few threads find room in the object itself; more go to a
 /// map behind a small mutex, which is made when it is needed first.
-class XThreadTable
-{
+class XThreadTable {
 public:
     /// The calling thread's entry; made when there is none.
-    ThreadLockEntry& FindOrMake()
-    {
+    ThreadLockEntry& FindOrMake() {
         const DWORD self = GetCurrentThreadId();
-        if (ThreadLockEntry* const entry = FindFor(self); entry != nullptr)
-        {
-            return *entry;
-        }
-        for (ThreadLockEntry& slot : m_slots)
-        {
+        if (ThreadLockEntry* const entry = FindFor(self); entry != nullptr) { return *entry; }
+        for (ThreadLockEntry& slot : m_slots) {
             DWORD free = 0;
             if (slot.thread.load(std::memory_order_relaxed) == 0 &&
-                slot.thread.compare_exchange_strong(free, self, std::memory_order_acquire))
-            {
+                slot.thread.compare_exchange_strong(free, self, std::memory_order_acquire)) {
                 return slot;
             }
         }
@@ -55,15 +47,12 @@ public:
     ThreadLockEntry* Find() noexcept { return FindFor(GetCurrentThreadId()); }
 
     /// Drops the calling thread's entry.
-    void Erase(ThreadLockEntry& entry) noexcept
-    {
+    void Erase(ThreadLockEntry& entry) noexcept {
         entry.count = 0;
         entry.isRead = 0;
         entry.isLocked = 0;
-        for (ThreadLockEntry& slot : m_slots)
-        {
-            if (&slot == &entry)
-            {
+        for (ThreadLockEntry& slot : m_slots) {
+            if (&slot == &entry) {
                 slot.thread.store(0, std::memory_order_release);
                 return;
             }
@@ -75,28 +64,19 @@ public:
     }
 
 private:
-    struct More
-    {
+    struct More {
         std::atomic<unsigned> count{0};
         XLeafMutex mutex; // guards the map; its entries belong to their threads
         std::map<DWORD, ThreadLockEntry> entries;
     };
 
     // A thread's own entry cannot come or go while that thread looks for it, so relaxed loads suffice.
-    ThreadLockEntry* FindFor(DWORD self) noexcept
-    {
-        for (ThreadLockEntry& slot : m_slots)
-        {
-            if (slot.thread.load(std::memory_order_relaxed) == self)
-            {
-                return &slot;
-            }
+    ThreadLockEntry* FindFor(DWORD self) noexcept {
+        for (ThreadLockEntry& slot : m_slots) {
+            if (slot.thread.load(std::memory_order_relaxed) == self) { return &slot; }
         }
         More* const more = m_more.Find();
-        if (more == nullptr || more->count.load(std::memory_order_relaxed) == 0)
-        {
-            return nullptr;
-        }
+        if (more == nullptr || more->count.load(std::memory_order_relaxed) == 0) { return nullptr; }
         const std::lock_guard<XLeafMutex> lock(more->mutex);
         const auto found = more->entries.find(self);
         return found != more->entries.end() ? &found->second : nullptr;
@@ -108,8 +88,7 @@ private:
 
 /// The underlying lock is called only while the process-wide switch is on.
 template <class Lockable = XCriticalSectionEx>
-class XBasicRefCountCritSection
-{
+class XBasicRefCountCritSection {
 public:
     explicit XBasicRefCountCritSection(XLockLevel level = XLockLevel::PropertyStore) noexcept : m_place(level) {}
     XBasicRefCountCritSection(const XBasicRefCountCritSection&) = delete;
@@ -117,64 +96,45 @@ public:
 
     /// One exclusive reference for the calling thread. Raises E_FAIL inside the thread's own read; its count then
     /// stays raised, and the shared lock is never given back: callers must not do that.
-    void AddLockRef()
-    {
+    void AddLockRef() {
         ThreadLockEntry& entry = m_threads.FindOrMake();
-        if (++entry.count == 1)
-        {
+        if (++entry.count == 1) {
             entry.isRead = 0;
             Take(entry, false);
-        }
-        else if (entry.count >= 2 && entry.isRead != 0)
-        {
+        } else if (entry.count >= 2 && entry.isRead != 0) {
             XLXError::Raise(E_FAIL, OLESTR("unable to add a write lock reference to a read lock"),
                             {"XBasicCritSection", "XBasicRefCountCritSection", "AddLockRef()", 111});
         }
     }
 
     /// One shared reference for the calling thread.
-    void AddReadLockRef()
-    {
+    void AddReadLockRef() {
         ThreadLockEntry& entry = m_threads.FindOrMake();
-        if (entry.count == 0)
-        {
-            entry.isRead = 1;
-        }
-        if (++entry.count == 1)
-        {
-            Take(entry, true);
-        }
+        if (entry.count == 0) { entry.isRead = 1; }
+        if (++entry.count == 1) { Take(entry, true); }
     }
 
     /// Gives one reference of the calling thread back, of whichever kind. An unbalanced release is logged and nothing
     /// else: it must not take a cache call down.
-    void ReleaseLockRef() noexcept
-    {
+    void ReleaseLockRef() noexcept {
         ThreadLockEntry* const entry = m_threads.Find();
-        if (entry == nullptr)
-        {
+        if (entry == nullptr) {
             LogUnbalanced(
                 OLESTR("trying to unlock the critical section without having it locked for the running thread"), 216);
             return;
         }
-        if (--entry->count > 0)
-        {
-            return;
-        }
-        if (entry->count < 0)
-        {
+        if (--entry->count > 0) { return; }
+        if (entry->count < 0) {
             LogUnbalanced(OLESTR("trying to unlock the critical section being already unlocked for the running thread "
                                  "before"),
                           180);
             return;
         }
-        if (entry->isLocked)
-        {
+        if (entry->isLocked) {
             m_lock.UnlockEx(entry->isRead != 0);
             m_place.Leave(this);
         }
-        if (entry->count != 0)
-        {
+        if (entry->count != 0) {
             LogUnbalanced(OLESTR("critical section reference count entry found for a thread expected to be removed"),
                           206);
             return;
@@ -186,23 +146,18 @@ protected:
     const XLockPlace& Place() const noexcept { return m_place; }
 
 private:
-    void Take(ThreadLockEntry& entry, bool shared)
-    {
+    void Take(ThreadLockEntry& entry, bool shared) {
         // The order is noted before waiting, so that a wrong order is found even when nobody else holds the lock.
         m_place.Enter(this);
         entry.isLocked = XLockSwitch::IsOn();
-        if (entry.isLocked)
-        {
+        if (entry.isLocked) {
             m_lock.LockEx(shared);
-        }
-        else
-        {
+        } else {
             m_place.Leave(this);
         }
     }
 
-    static void LogUnbalanced(XLXTextView text, int line) noexcept
-    {
+    static void LogUnbalanced(XLXTextView text, int line) noexcept {
         XLXError::WriteErrorToLogBook(E_FAIL, XLXError::SeveritySystem, text,
                                       {"XBasicCritSection", "XBasicRefCountCritSection", "ReleaseLockRef()", line});
     }

@@ -18,15 +18,13 @@ class XCritProxy;
 
 /// A datum with its lock, reached only through the proxies below, which hold the lock while they live.
 template <class T>
-class XCritDataCFC
-{
+class XCritDataCFC {
 public:
     /// @param level      the lock's place in the lock order
     /// @param arguments  of the datum's constructor
     template <class... Arguments>
     explicit XCritDataCFC(XLockLevel level, Arguments&&... arguments)
-        : m_value(std::forward<Arguments>(arguments)...), m_delegator(level)
-    {}
+        : m_value(std::forward<Arguments>(arguments)...), m_delegator(level) {}
 
 private:
     template <class>
@@ -37,8 +35,7 @@ private:
 };
 
 template <class T>
-class XCritProxyData
-{
+class XCritProxyData {
 public:
     XCritProxyData(const XCritProxyData&) = delete;
     XCritProxyData& operator=(const XCritProxyData&) = delete;
@@ -53,8 +50,7 @@ protected:
 
 /// Exclusive access.
 template <class T>
-class XCritProxy : private XCritProxyData<T>
-{
+class XCritProxy : private XCritProxyData<T> {
 public:
     explicit XCritProxy(XCritDataCFC<T>& data) : XCritProxyData<T>(data) { this->m_delegator.LockWrite(); }
     ~XCritProxy() { this->m_delegator.UnlockWrite(); }
@@ -64,8 +60,7 @@ public:
 
 /// Shared access under the lock.
 template <class T>
-class XCritReadProxy : private XCritProxyData<T>
-{
+class XCritReadProxy : private XCritProxyData<T> {
 public:
     explicit XCritReadProxy(XCritDataCFC<T>& data) : XCritProxyData<T>(data) { this->m_delegator.AddReadLockRef(); }
     ~XCritReadProxy() { this->m_delegator.ReleaseLockRef(); }
@@ -76,11 +71,10 @@ public:
 /// Shared access without a lock while no writer waits. Short: a writer waits for it, nothing foreign is called, and
 /// the same datum is not touched again while it lives.
 template <class T>
-class XCritLFReadProxy : private XCritProxyData<T>
-{
+class XCritLFReadProxy : private XCritProxyData<T> {
 public:
-    explicit XCritLFReadProxy(XCritDataCFC<T>& data) : XCritProxyData<T>(data), m_slot(this->m_delegator.LockLFRead())
-    {}
+    explicit XCritLFReadProxy(XCritDataCFC<T>& data)
+        : XCritProxyData<T>(data), m_slot(this->m_delegator.LockLFRead()) {}
     ~XCritLFReadProxy() { this->m_delegator.UnlockLFRead(m_slot); }
     const T* operator->() const noexcept { return &this->m_value; }
     const T& operator*() const noexcept { return this->m_value; }

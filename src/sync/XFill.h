@@ -6,8 +6,7 @@
 #include "XSyncPolicy.h"
 
 /// What a fill is for.
-enum class XFillKind : unsigned char
-{
+enum class XFillKind : unsigned char {
     Asking,   ///< the server is asked for what a holder holds
     Lifecycle ///< a manager is initialised or terminated
 };
@@ -22,44 +21,31 @@ enum class XFillKind : unsigned char
 ///   order in which servers ask back, and there is no order among the mutexes.
 /// - All others wait for the mutex.
 template <class Policy = XSystemSync>
-class XBasicFill
-{
+class XBasicFill {
 public:
     using Mutex = typename Policy::Mutex;
 
     /// @param mutex   of the holder; several holders may share one
     /// @param holder  compared only
     XBasicFill(Mutex& mutex, const void* holder, XFillKind kind = XFillKind::Asking) noexcept
-        : m_mutex(mutex), m_holder(holder), m_kind(kind), m_next(List())
-    {
+        : m_mutex(mutex), m_holder(holder), m_kind(kind), m_next(List()) {
         bool isOwned = false; // the thread has the mutex, for another holder
         bool isAsking = false;
-        for (const XBasicFill* fill = m_next; fill != nullptr; fill = fill->m_next)
-        {
+        for (const XBasicFill* fill = m_next; fill != nullptr; fill = fill->m_next) {
             m_reentered = m_reentered || fill->m_holder == holder;
             isOwned = isOwned || (fill->m_locked && &fill->m_mutex == &mutex);
             // Whoever initialises may wait for an answer, but not for somebody else's initialisation.
             isAsking = isAsking || fill->m_kind == XFillKind::Asking || kind == XFillKind::Lifecycle;
         }
-        if (!m_reentered && !isOwned)
-        {
-            Acquire(isAsking);
-        }
+        if (!m_reentered && !isOwned) { Acquire(isAsking); }
         Policy::ThreadPointer() = this;
     }
     XBasicFill(const XBasicFill&) = delete;
     XBasicFill& operator=(const XBasicFill&) = delete;
-    ~XBasicFill()
-    {
+    ~XBasicFill() {
         Policy::ThreadPointer() = const_cast<XBasicFill*>(m_next);
-        if (m_locked)
-        {
-            m_mutex.unlock();
-        }
-        if (m_ordered)
-        {
-            XLockOrder::Pop(XLockLevel::Fill, &m_mutex);
-        }
+        if (m_locked) { m_mutex.unlock(); }
+        if (m_ordered) { XLockOrder::Pop(XLockLevel::Fill, &m_mutex); }
     }
 
     /// The thread is asking for this holder already.
@@ -70,10 +56,8 @@ public:
 private:
     static const XBasicFill* List() noexcept { return static_cast<const XBasicFill*>(Policy::ThreadPointer()); }
 
-    void Acquire(bool mustNotWait) noexcept
-    {
-        if (mustNotWait)
-        {
+    void Acquire(bool mustNotWait) noexcept {
+        if (mustNotWait) {
             m_locked = m_mutex.try_lock();
             m_busy = !m_locked;
             return;

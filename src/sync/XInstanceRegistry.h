@@ -10,21 +10,17 @@
 /// The live instances of a class, so that a pointer from outside can be told to be one of them without looking into
 /// what it points to.
 template <class T>
-class XInstanceRegistry
-{
+class XInstanceRegistry {
 public:
-    void Add(const T* instance)
-    {
+    void Add(const T* instance) {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         m_instances.insert(instance);
     }
-    void Remove(const T* instance) noexcept
-    {
+    void Remove(const T* instance) noexcept {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         m_instances.erase(instance);
     }
-    bool Contains(const T* instance) const noexcept
-    {
+    bool Contains(const T* instance) const noexcept {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         return m_instances.count(instance) != 0;
     }

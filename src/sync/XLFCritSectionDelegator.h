@@ -22,49 +22,39 @@
 ///
 /// @tparam Policy  what is taken from the system
 template <class Lock, class Policy = XSystemSync>
-class XLFCritSectionDelegator : public Lock
-{
+class XLFCritSectionDelegator : public Lock {
 public:
     using Slots = XReaderSlots<Policy>;
     using Slot = typename Slots::Slot;
     using Lock::Lock;
 
     /// Raises what AddLockRef raises; the writer is then no longer counted.
-    void LockWrite()
-    {
+    void LockWrite() {
         m_state.fetch_add(OneWriter);
-        try
-        {
+        try {
             Lock::AddLockRef();
-        }
-        catch (...)
-        {
+        } catch (...) {
             m_state.fetch_sub(OneWriter);
             throw;
         }
         // Whoever stayed set the bit, or found it set, before this writer was counted. Only a writer clears it,
         // holding the lock, and it has waited for them before it gives the lock to this one.
-        if ((m_state.load(std::memory_order_relaxed) & IsRead) != 0)
-        {
+        if ((m_state.load(std::memory_order_relaxed) & IsRead) != 0) {
             m_state.fetch_and(~IsRead);
             Slots::WaitForAll(Mark());
         }
     }
 
     /// The data must not be touched any more: lock-free readers may enter before the lock itself is given back.
-    void UnlockWrite() noexcept
-    {
+    void UnlockWrite() noexcept {
         m_state.fetch_sub(OneWriter, std::memory_order_release);
         Lock::ReleaseLockRef();
     }
 
     /// Returns the slot that the reader is in, or null when it had to take the real lock.
-    Slot* LockLFRead()
-    {
-        if (Slot* const slot = Slots::Enter(Mark()); slot != nullptr) [[likely]]
-        {
-            if (MayStay()) [[likely]]
-            {
+    Slot* LockLFRead() {
+        if (Slot* const slot = Slots::Enter(Mark()); slot != nullptr) [[likely]] {
+            if (MayStay()) [[likely]] {
                 Lock::Place().Enter(Mark());
                 return slot;
             }
@@ -75,15 +65,11 @@ public:
     }
 
     /// @param slot  what LockLFRead returned
-    void UnlockLFRead(Slot* slot) noexcept
-    {
-        if (slot != nullptr)
-        {
+    void UnlockLFRead(Slot* slot) noexcept {
+        if (slot != nullptr) {
             Slots::Leave(*slot);
             Lock::Place().Leave(Mark());
-        }
-        else
-        {
+        } else {
             Lock::ReleaseLockRef();
         }
     }
@@ -97,13 +83,9 @@ private:
     const void* Mark() const noexcept { return &m_state; }
 
     // The word is only written by the first read after a write, so that readers share its cache line.
-    bool MayStay() noexcept
-    {
+    bool MayStay() noexcept {
         std::uint32_t state = m_state.load();
-        if (state == 0) [[unlikely]]
-        {
-            state = m_state.fetch_or(IsRead) | IsRead;
-        }
+        if (state == 0) [[unlikely]] { state = m_state.fetch_or(IsRead) | IsRead; }
         return state == IsRead;
     }
 

@@ -6,20 +6,17 @@
 #include "XLockOrder.h"
 
 /// A small mutex for a few words of state; not reentrant. For std::lock_guard.
-class XLeafMutex
-{
+class XLeafMutex {
 public:
     explicit XLeafMutex(XLockLevel level = XLockLevel::Leaf) noexcept : m_place(level) {}
     XLeafMutex(const XLeafMutex&) = delete;
     XLeafMutex& operator=(const XLeafMutex&) = delete;
 
-    void lock() noexcept
-    {
+    void lock() noexcept {
         m_place.Enter(this);
         AcquireSRWLockExclusive(&m_lock);
     }
-    void unlock() noexcept
-    {
+    void unlock() noexcept {
         ReleaseSRWLockExclusive(&m_lock);
         m_place.Leave(this);
     }

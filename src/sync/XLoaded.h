@@ -14,8 +14,7 @@
 
 /// Where a holder's time comes from: an aspect of a connection's clock. Without an aspect only the own count counts.
 template <class Clock>
-struct XBasicTime
-{
+struct XBasicTime {
     XLXComPtr<Clock> clock;
     std::optional<XAspect> aspect;
 
@@ -24,8 +23,7 @@ struct XBasicTime
 };
 
 /// The time of a holder that belongs to an object, whose clock outlives the holder: not counted again.
-struct XObjectTime
-{
+struct XObjectTime {
     XClock* clock = nullptr;
     XAspect aspect{};
 
@@ -35,8 +33,7 @@ struct XObjectTime
 
 /// A value that stands under a lock together with its stamp, and the time that the stamp refers to.
 template <class T, class Time>
-struct XPublished
-{
+struct XPublished {
     std::shared_ptr<const T> value; ///< null: nothing was loaded yet
     XStamp stamp;
     Time time;
@@ -47,22 +44,18 @@ struct XPublished
 
 /// Guards what many objects have one of: a mutex of one word.
 template <class Data, class Policy = XSystemSync>
-class XMutexGuarded
-{
+class XMutexGuarded {
 public:
     template <class... Arguments>
-    explicit XMutexGuarded(Arguments&&... arguments) : m_data{std::forward<Arguments>(arguments)...}
-    {}
+    explicit XMutexGuarded(Arguments&&... arguments) : m_data{std::forward<Arguments>(arguments)...} {}
 
     template <class Use>
-    decltype(auto) Read(Use&& use) const
-    {
+    decltype(auto) Read(Use&& use) const {
         const std::lock_guard<typename Policy::Mutex> lock(m_mutex);
         return use(static_cast<const Data&>(m_data));
     }
     template <class Use>
-    decltype(auto) Write(Use&& use)
-    {
+    decltype(auto) Write(Use&& use) {
         const std::lock_guard<typename Policy::Mutex> lock(m_mutex);
         return use(m_data);
     }
@@ -74,20 +67,17 @@ private:
 
 /// Guards what is looked up often: read without a lock while nobody writes.
 template <class Data>
-class XSharedGuarded
-{
+class XSharedGuarded {
 public:
     explicit XSharedGuarded(XLockLevel level) : m_data(level) {}
 
     template <class Use>
-    decltype(auto) Read(Use&& use) const
-    {
+    decltype(auto) Read(Use&& use) const {
         const XCritLFReadProxy<Data> data(m_data);
         return use(*data);
     }
     template <class Use>
-    decltype(auto) Write(Use&& use)
-    {
+    decltype(auto) Write(Use&& use) {
         const XCritProxy<Data> data(m_data);
         return use(*data);
     }
@@ -107,18 +97,15 @@ private:
 ///
 /// @tparam Guarded  holds an XPublished under its lock: Read(use) and Write(use)
 template <class T, class Time, class Guarded = XMutexGuarded<XPublished<T, Time>>, class Policy = XSystemSync>
-class XBasicLoaded
-{
+class XBasicLoaded {
 public:
     using Value = std::shared_ptr<const T>;
 
     template <class... Arguments>
-    explicit XBasicLoaded(Arguments&&... arguments) : m_guarded(std::forward<Arguments>(arguments)...)
-    {}
+    explicit XBasicLoaded(Arguments&&... arguments) : m_guarded(std::forward<Arguments>(arguments)...) {}
 
     /// Empties the holder; from now on answers of this time are published.
-    void Begin(Time time)
-    {
+    void Begin(Time time) {
         Value former;
         m_own.Advance();
         m_guarded.Write([&](auto& published) {
@@ -129,14 +116,10 @@ public:
         });
     }
     /// Empties the holder and publishes nothing more, unless it is open for another time. Returns what was there.
-    Value End(Time time)
-    {
+    Value End(Time time) {
         Value former;
         m_guarded.Write([&](auto& published) {
-            if (!published.open || !published.time.IsSame(time))
-            {
-                return;
-            }
+            if (!published.open || !published.time.IsSame(time)) { return; }
             m_own.Advance();
             former.swap(published.value);
             published.stamp = {};
@@ -147,8 +130,7 @@ public:
         return former;
     }
     /// Empties the holder; the next question asks again. Returns what was there.
-    Value Clear()
-    {
+    Value Clear() {
         m_own.Advance();
         Value former;
         m_guarded.Write([&](auto& published) {
@@ -159,20 +141,17 @@ public:
     }
 
     /// The value when it is fresh, else null.
-    Value Fresh() const
-    {
+    Value Fresh() const {
         return m_guarded.Read(
             [&](const auto& published) { return published.IsFresh(m_own.Now()) ? published.value : Value(); });
     }
     /// What is there, fresh or not; null when nothing was loaded.
-    Value Held() const
-    {
+    Value Held() const {
         return m_guarded.Read([](const auto& published) { return published.value; });
     }
     /// Calls use(value pointer) under the lock, fresh or not; null when nothing was loaded.
     template <class Use>
-    decltype(auto) ReadHeld(Use&& use) const
-    {
+    decltype(auto) ReadHeld(Use&& use) const {
         return m_guarded.Read([&](const auto& published) { return use(published.value.get()); });
     }
 
@@ -186,38 +165,26 @@ public:
     ///                 published: what it does to the former value happens only if that is replaced. Calls nothing
     ///                 foreign
     template <class Ask, class OnPublish>
-    Value Load(const Time& time, Ask&& ask, OnPublish&& publish)
-    {
+    Value Load(const Time& time, Ask&& ask, OnPublish&& publish) {
         const XBasicFill<Policy> fill(m_fill, this);
-        if (fill.IsReentered())
-        {
-            return Held();
-        }
-        if (Value fresh = Fresh())
-        {
-            return fresh;
-        }
+        if (fill.IsReentered()) { return Held(); }
+        if (Value fresh = Fresh()) { return fresh; }
         const XStamp noted{time.Now(), m_own.Now()};
         Value answer = ask();
         Publish(time, answer, noted, publish);
         return answer;
     }
     template <class Ask>
-    Value Load(const Time& time, Ask&& ask)
-    {
+    Value Load(const Time& time, Ask&& ask) {
         return Load(time, std::forward<Ask>(ask), [](const T&, const Value&) {});
     }
 
     /// Publishes a value that arrived by another way, with the stamp of that. False: something newer is there, or the
     /// time is over.
     template <class OnPublish>
-    bool Publish(const Time& time, Value value, const XStamp& stamp, OnPublish&& publish)
-    {
+    bool Publish(const Time& time, Value value, const XStamp& stamp, OnPublish&& publish) {
         return m_guarded.Write([&](auto& published) {
-            if (!published.open || !published.time.IsSame(time) || stamp.IsOlderThan(published.stamp))
-            {
-                return false;
-            }
+            if (!published.open || !published.time.IsSame(time) || stamp.IsOlderThan(published.stamp)) { return false; }
             publish(*value, std::as_const(published.value));
             published.value.swap(value); // the former one goes after the lock
             published.stamp = stamp;
@@ -229,16 +196,12 @@ public:
     /// an answer on its way is older then. What is returned is fresh if the former value was and edit leaves isWhole
     /// set. The own count is advanced and read in one step: another advance in between would be taken for this one.
     template <class Edit>
-    void Change(Edit&& edit)
-    {
+    void Change(Edit&& edit) {
         Value changed;
         m_guarded.Write([&](auto& published) {
             const std::uint64_t own = m_own.Advance();
             const bool wasFresh = published.IsFresh(own - 1);
-            if (!published.value)
-            {
-                return;
-            }
+            if (!published.value) { return; }
             bool isWhole = true;
             changed = edit(*published.value, isWhole);
             published.value.swap(changed);

@@ -6,15 +6,13 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace
-{
+namespace {
 constexpr const char* LevelNames[] = {"Fill",        "TypeEntry",     "TypeMap",   "BrowserIds", "Inheritance",
                                       "PCInfos",     "PCInfosNew",    "Relations", "PlanTypes",  "ComponentMap",
                                       "GlobalSpecs", "PropertyStore", "Leaf"};
 static_assert(sizeof(LevelNames) / sizeof(LevelNames[0]) == static_cast<unsigned>(XLockLevel::Leaf) + 1);
 
-struct Held
-{
+struct Held {
     XLockLevel level;
     const void* lock;
 };
@@ -22,43 +20,30 @@ struct Held
 // A plain array: nothing to destroy when a thread ends after the module is gone. It is small, since the loader keeps
 // little room for the thread-local variables of modules that are loaded late.
 constexpr unsigned MostHeld = 32; // more than any path of the code takes
-struct HeldByThread
-{
+struct HeldByThread {
     Held held[MostHeld];
     unsigned count;
 };
 thread_local HeldByThread t_held;
 
-const char* NameOf(XLockLevel level)
-{
-    return LevelNames[static_cast<unsigned>(level)];
-}
+const char* NameOf(XLockLevel level) { return LevelNames[static_cast<unsigned>(level)]; }
 
-bool MayNestInItself(XLockLevel level)
-{
-    return level == XLockLevel::Fill || level == XLockLevel::Leaf;
-}
+bool MayNestInItself(XLockLevel level) { return level == XLockLevel::Fill || level == XLockLevel::Leaf; }
 
-[[noreturn]] void Fail(const char* what, XLockLevel taken, XLockLevel held)
-{
+[[noreturn]] void Fail(const char* what, XLockLevel taken, XLockLevel held) {
     std::fprintf(stderr, "lock order: %s %s while %s is held\n", what, NameOf(taken), NameOf(held));
     std::fflush(stderr);
     std::abort();
 }
 } // namespace
 
-void XLockOrder::Push(XLockLevel level, const void* lock) noexcept
-{
-    for (unsigned i = 0; i < t_held.count; ++i)
-    {
+void XLockOrder::Push(XLockLevel level, const void* lock) noexcept {
+    for (unsigned i = 0; i < t_held.count; ++i) {
         // Nobody notes the same lock twice: the counted locks and the fill mutexes note only what a thread takes
         // first, and nothing else may be taken again by the thread that has it.
         const Held& held = t_held.held[i];
         const bool fine = held.level < level || (held.level == level && held.lock != lock && MayNestInItself(level));
-        if (!fine)
-        {
-            Fail("taking", level, held.level);
-        }
+        if (!fine) { Fail("taking", level, held.level); }
     }
     if (t_held.count < MostHeld) // what finds no room is not checked
     {
@@ -66,14 +51,10 @@ void XLockOrder::Push(XLockLevel level, const void* lock) noexcept
     }
 }
 
-void XLockOrder::Pop(XLockLevel level, const void* lock) noexcept
-{
-    for (unsigned i = t_held.count; i-- > 0;)
-    {
-        if (t_held.held[i].level == level && t_held.held[i].lock == lock)
-        {
-            for (; i + 1 < t_held.count; ++i)
-            {
+void XLockOrder::Pop(XLockLevel level, const void* lock) noexcept {
+    for (unsigned i = t_held.count; i-- > 0;) {
+        if (t_held.held[i].level == level && t_held.held[i].lock == lock) {
+            for (; i + 1 < t_held.count; ++i) {
                 t_held.held[i] = t_held.held[i + 1];
             }
             --t_held.count;
@@ -82,14 +63,9 @@ void XLockOrder::Pop(XLockLevel level, const void* lock) noexcept
     }
 }
 
-void XLockOrder::AssertNoneHeld() noexcept
-{
-    for (unsigned i = 0; i < t_held.count; ++i)
-    {
-        if (t_held.held[i].level > LastFillLevel)
-        {
-            Fail("calling out below", XLockLevel::Fill, t_held.held[i].level);
-        }
+void XLockOrder::AssertNoneHeld() noexcept {
+    for (unsigned i = 0; i < t_held.count; ++i) {
+        if (t_held.held[i].level > LastFillLevel) { Fail("calling out below", XLockLevel::Fill, t_held.held[i].level); }
     }
 }
 

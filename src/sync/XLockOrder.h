@@ -7,8 +7,7 @@
 
 /// Every lock of the component. Fill mutexes are held across calls to the server and never taken by notifications.
 /// Nothing foreign is called under any lock below that line.
-enum class XLockLevel : unsigned char
-{
+enum class XLockLevel : unsigned char {
     Fill, ///< who asks the server for something, or initialises or terminates; see XFill.h
     // ---- nothing foreign is called below this line
     TypeEntry,     ///< one bulk answer enters the type map at a time
@@ -25,8 +24,7 @@ enum class XLockLevel : unsigned char
     Leaf           ///< guards a few words; nothing is locked under it but another leaf
 };
 
-class XLockOrder
-{
+class XLockOrder {
 public:
     static constexpr XLockLevel LastFillLevel = XLockLevel::Fill;
 
@@ -45,8 +43,7 @@ public:
 };
 
 /// A lock's place in the lock order; of no size in release builds.
-class XLockPlace
-{
+class XLockPlace {
 public:
 #ifdef NDEBUG
     explicit XLockPlace(XLockLevel) noexcept {}
@@ -54,14 +51,8 @@ public:
     void Leave(const void*) const noexcept {}
 #else
     explicit XLockPlace(XLockLevel level) noexcept : m_level(level) {}
-    void Enter(const void* lock) const noexcept
-    {
-        XLockOrder::Push(m_level, lock);
-    }
-    void Leave(const void* lock) const noexcept
-    {
-        XLockOrder::Pop(m_level, lock);
-    }
+    void Enter(const void* lock) const noexcept { XLockOrder::Push(m_level, lock); }
+    void Leave(const void* lock) const noexcept { XLockOrder::Pop(m_level, lock); }
 
 private:
     const XLockLevel m_level;

@@ -8,8 +8,7 @@
 /// then serialises all its calls to the component, in the whole process, and the counted locks make no lock calls. A
 /// lock that is held or waited for at that moment is given back as it was taken, by its own record. Fill mutexes and
 /// leaf mutexes do not look at the switch.
-class XLockSwitch
-{
+class XLockSwitch {
 public:
     static bool IsOn() noexcept { return s_on.load(std::memory_order_acquire); }
     static void TurnOff() noexcept { s_on.store(false, std::memory_order_release); }

@@ -11,8 +11,7 @@
 #include <atomic>
 
 /// The system itself.
-struct XSystemSync
-{
+struct XSystemSync {
     static constexpr unsigned ReaderSlots = 64; ///< of threads that read without a lock
     static constexpr unsigned Spins = 200;      ///< looks at something that another thread changes, before a pause
 
@@ -20,8 +19,7 @@ struct XSystemSync
     using Atomic = std::atomic<T>;
 
     /// An exclusive lock that is not reentrant.
-    class Mutex
-    {
+    class Mutex {
     public:
         Mutex() noexcept = default;
         Mutex(const Mutex&) = delete;
@@ -36,32 +34,24 @@ struct XSystemSync
     };
 
     /// A number that spreads threads over a table: different for any few threads that live at the same time.
-    static unsigned ThreadIndex() noexcept
-    {
+    static unsigned ThreadIndex() noexcept {
 #ifdef _WIN32
         return GetCurrentThreadId() / 4; // the numbers are multiples of 4
 #else
         unsigned number = t_number;
-        if (number == 0) [[unlikely]]
-        {
-            number = t_number = s_threads.fetch_add(1, std::memory_order_relaxed) + 1;
-        }
+        if (number == 0) [[unlikely]] { number = t_number = s_threads.fetch_add(1, std::memory_order_relaxed) + 1; }
         return number;
 #endif
     }
 
     /// One pointer for each thread, null at first. Nothing is destroyed when a thread ends.
-    static void*& ThreadPointer() noexcept
-    {
+    static void*& ThreadPointer() noexcept {
         static thread_local void* t_pointer = nullptr;
         return t_pointer;
     }
 
     /// A pause between two looks at something that another thread changes.
-    static void Pause() noexcept
-    {
-        Sleep(1);
-    }
+    static void Pause() noexcept { Sleep(1); }
 
 #ifndef _WIN32
 private:

@@ -3,50 +3,39 @@
 
 #include <cstring>
 
-namespace XLXCFCDataTransfer
-{
-namespace
-{
+namespace XLXCFCDataTransfer {
+namespace {
 constexpr XLXTextView WrongSize = OLESTR("wrong safearray size");
 constexpr XLXTextView WrongVartype = OLESTR("wrong safearray vartype");
 
-void CheckVariantType(const VARIANT& from, VARTYPE expected, XLXTextView message)
-{
-    if (V_VT(&from) != expected)
-    {
-        XLXError::Raise(E_INVALIDARG, message, TransferAt("FromVariant"));
-    }
+void CheckVariantType(const VARIANT& from, VARTYPE expected, XLXTextView message) {
+    if (V_VT(&from) != expected) { XLXError::Raise(E_INVALIDARG, message, TransferAt("FromVariant")); }
 }
 
-void CheckElementType(SAFEARRAY* array, const char* method)
-{
+void CheckElementType(SAFEARRAY* array, const char* method) {
     VARTYPE type = VT_EMPTY;
     XLXError::RaiseIfFailed(SafeArrayGetVartype(array, &type), OLESTR("SafeArrayGetVartype failed"),
                             TransferAt(method));
     // The elements are read in place, which needs elements of the size of a variant in one row.
-    if (type != VT_VARIANT || SafeArrayGetDim(array) != 1 || SafeArrayGetElemsize(array) != sizeof(VARIANT))
-    {
+    if (type != VT_VARIANT || SafeArrayGetDim(array) != 1 || SafeArrayGetElemsize(array) != sizeof(VARIANT)) {
         XLXError::Raise(E_INVALIDARG, WrongVartype, TransferAt(method));
     }
 }
 } // namespace
 
-XArrayReader::OpenArray::OpenArray(XLXSafeArray taken, const char* method) : array(std::move(taken))
-{
+XArrayReader::OpenArray::OpenArray(XLXSafeArray taken, const char* method) : array(std::move(taken)) {
     XLXError::RaiseIfFailed(SafeArrayAccessData(array.Get(), &data), OLESTR("SafeArrayGetElement failed"),
                             TransferAt(method));
 }
 
 XArrayReader::XArrayReader(XLXSafeArray owned, ULONG least, const char* method, EValues values,
                            const XArrayOrigin& origin)
-    : m_values(values), m_section(origin.section), m_type(origin.type)
-{
+    : m_values(values), m_section(origin.section), m_type(origin.type) {
     XLXError::CheckPointer(owned.Get(), OLESTR("array"), TransferAt(method));
     Reading([&] { Open(std::move(owned), least, method); }, [] { return XArraySubject{}; });
 }
 
-void XArrayReader::Open(XLXSafeArray owned, ULONG least, const char* method)
-{
+void XArrayReader::Open(XLXSafeArray owned, ULONG least, const char* method) {
     SAFEARRAY* const array = owned.Get();
     LONG lower = 0;
     XLXError::RaiseIfFailed(SafeArrayGetLBound(array, 1, &lower), OLESTR("fSafeArrayGetLBound failed"),
@@ -66,19 +55,14 @@ void XArrayReader::Open(XLXSafeArray owned, ULONG least, const char* method)
     }
 }
 
-void XArrayReader::LogRefusal(const XLXException& refusal, const XArraySubject& subject) const noexcept
-{
+void XArrayReader::LogRefusal(const XLXException& refusal, const XArraySubject& subject) const noexcept {
     XLXError::LogFailure({}, refusal.Location(), [&] {
         XLXFormat place;
         place << m_section;
-        if (const XLXTextView type = subject.type.empty() ? m_type : subject.type; !type.empty())
-        {
+        if (const XLXTextView type = subject.type.empty() ? m_type : subject.type; !type.empty()) {
             place << ", type '" << type << "'";
         }
-        if (!subject.attribute.empty())
-        {
-            place << ", attribute '" << subject.attribute << "'";
-        }
+        if (!subject.attribute.empty()) { place << ", attribute '" << subject.attribute << "'"; }
         XLXError::WriteErrorToLogBook(refusal.Code(), XLXError::SeverityError,
                                       XLXFormat()
                                           << "transfer array refused at element " << LONG(m_at) << " of "
@@ -87,106 +71,78 @@ void XArrayReader::LogRefusal(const XLXException& refusal, const XArraySubject& 
     });
 }
 
-void XArrayReader::Finish() noexcept
-{
-    if (m_values == EValues::Moved && m_index == m_count)
-    {
-        m_array->array.Get()->rgsabound[0].cElements = 0;
-    }
+void XArrayReader::Finish() noexcept {
+    if (m_values == EValues::Moved && m_index == m_count) { m_array->array.Get()->rgsabound[0].cElements = 0; }
 }
 
-std::span<XLXComVariant> XArrayReader::NextOwned(ULONG count, const char* method)
-{
+std::span<XLXComVariant> XArrayReader::NextOwned(ULONG count, const char* method) {
     const std::span<XLXComVariant> elements = Next(count, method);
-    for (XLXComVariant& element : elements)
-    {
-        if ((element.Type() & VT_BYREF) != 0)
-        {
+    for (XLXComVariant& element : elements) {
+        if ((element.Type() & VT_BYREF) != 0) {
             element = element.Copy(); // of what it refers to
         }
     }
     return elements;
 }
 
-XVariantRow XArrayReader::Values(ULONG count)
-{
+XVariantRow XArrayReader::Values(ULONG count) {
     const std::span<XLXComVariant> elements = NextOwned(count, "VecFromSafeArray");
-    if (m_values == EValues::InPlace)
-    {
-        return {m_array, elements};
-    }
+    if (m_values == EValues::InPlace) { return {m_array, elements}; }
     return XLXVariantVector(std::make_move_iterator(elements.begin()), std::make_move_iterator(elements.end()));
 }
 
-void XArrayReader::RaiseSize(const char* method)
-{
-    XLXError::Raise(E_INVALIDARG, WrongSize, TransferAt(method));
-}
+void XArrayReader::RaiseSize(const char* method) { XLXError::Raise(E_INVALIDARG, WrongSize, TransferAt(method)); }
 
-void XArrayReader::ReadHeader(EMappingAlgorithm algorithm, EWrapperId wrapper, const char* method)
-{
-    if (FromSafeArray<LONG>(*this) != static_cast<LONG>(algorithm))
-    {
+void XArrayReader::ReadHeader(EMappingAlgorithm algorithm, EWrapperId wrapper, const char* method) {
+    if (FromSafeArray<LONG>(*this) != static_cast<LONG>(algorithm)) {
         XLXError::Raise(E_INVALIDARG, OLESTR("wrong mapping algorithm stored in safearray"), TransferAt(method));
     }
-    if (FromSafeArray<LONG>(*this) != static_cast<LONG>(wrapper))
-    {
+    if (FromSafeArray<LONG>(*this) != static_cast<LONG>(wrapper)) {
         XLXError::Raise(E_INVALIDARG, OLESTR("wrong data wrapper id stored in safearray"), TransferAt(method));
     }
     m_algorithm = algorithm;
 }
 
-void FromVariant(const VARIANT& from, LONG& value)
-{
+void FromVariant(const VARIANT& from, LONG& value) {
     CheckVariantType(from, VT_I4, OLESTR("variant type mismatch: expected VT_I4"));
     value = V_I4(&from);
 }
 
-void FromVariant(const VARIANT& from, ULONG& value)
-{
+void FromVariant(const VARIANT& from, ULONG& value) {
     CheckVariantType(from, VT_UI4, OLESTR("variant type mismatch: expected VT_UI4"));
     value = V_UI4(&from);
 }
 
-void FromVariant(const VARIANT& from, bool& value)
-{
+void FromVariant(const VARIANT& from, bool& value) {
     CheckVariantType(from, VT_BOOL, OLESTR("variant type mismatch: expected VT_BOOL"));
     value = V_BOOL(&from) != VARIANT_FALSE;
 }
 
-void FromVariant(VARIANT& from, XLXText& value)
-{
+void FromVariant(VARIANT& from, XLXText& value) {
     CheckVariantType(from, VT_BSTR, OLESTR("variant type mismatch: expected VT_BSTR"));
     value = LXBstrView(V_BSTR(&from));
     LXClear(from);
 }
 
-void FromVariant(VARIANT& from, XLXComPtr<IUnknown>& value)
-{
+void FromVariant(VARIANT& from, XLXComPtr<IUnknown>& value) {
     CheckVariantType(from, VT_UNKNOWN, OLESTR("variant type mismatch: expected VT_UNKNOWN"));
     V_VT(&from) = VT_EMPTY;
     value = LXAttach(V_UNKNOWN(&from));
 }
 
-XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from)
-{
+XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from) {
     constexpr const char* method = "SafeArrayFromSafeArray";
     const LONG count = FromSafeArray<LONG>(from);
-    if (count < 0)
-    {
-        XArrayReader::RaiseSize(method);
-    }
+    if (count < 0) { XArrayReader::RaiseSize(method); }
     const std::span<XLXComVariant> elements = from.NextOwned(static_cast<ULONG>(count), method);
     SAFEARRAYBOUND bound = {static_cast<ULONG>(count), 0};
     XLXSafeArray array(SafeArrayCreate(VT_VARIANT, 1, &bound));
     void* data = nullptr;
     XLXError::RaiseIfFailed(array ? SafeArrayAccessData(array.Get(), &data) : E_OUTOFMEMORY,
                             OLESTR("SafeArrayPutElement failed"), TransferAt(method));
-    if (count != 0)
-    {
+    if (count != 0) {
         std::memcpy(data, elements.data(), elements.size_bytes()); // over elements that are empty
-        for (XLXComVariant& element : elements)
-        {
+        for (XLXComVariant& element : elements) {
             V_VT(&element.Get()) = VT_EMPTY;
         }
     }
@@ -194,14 +150,10 @@ XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from)
     return array;
 }
 
-ULONG VecCountFromSafeArray(XArrayReader& from)
-{
+ULONG VecCountFromSafeArray(XArrayReader& from) {
     constexpr const char* method = "VecFromSafeArray";
     const LONG count = FromSafeArray<LONG>(from);
-    if (count < 0)
-    {
-        XLXError::Raise(E_INVALIDARG, OLESTR("vector element count is negative"), TransferAt(method));
-    }
+    if (count < 0) { XLXError::Raise(E_INVALIDARG, OLESTR("vector element count is negative"), TransferAt(method)); }
     from.CheckRemaining(static_cast<ULONG>(count), method);
     return static_cast<ULONG>(count);
 }

@@ -20,37 +20,31 @@
 #include <algorithm>
 #include <span>
 
-namespace XLXCFCDataTransfer
-{
+namespace XLXCFCDataTransfer {
 /// The location of an error in a function of this namespace.
-constexpr LXErrorLocation TransferAt(const char* method, int line = LX_CURRENT_LINE)
-{
+constexpr LXErrorLocation TransferAt(const char* method, int line = LX_CURRENT_LINE) {
     return {"XCFCDataTransfer", "XLXCFCDataTransfer", method, line};
 }
 
 /// Where the values that are read go.
-enum class EValues
-{
+enum class EValues {
     Moved,  ///< into blocks of their own
     InPlace ///< they stay in the array, which is there as long as they are
 };
 
 /// What is known of an array beforehand, for the logbook.
-struct XArrayOrigin
-{
+struct XArrayOrigin {
     const char* section = "header"; ///< the part of the array that is read first; a literal
     XLXTextView type{};             ///< whose data it carries; empty when it is not known, or not one type's
 };
 
 /// What a record is about, for the logbook; empty for what is not known.
-struct XArraySubject
-{
+struct XArraySubject {
     XLXTextView type{};
     XLXTextView attribute{};
 };
 
-class XArrayReader
-{
+class XArrayReader {
 public:
     /// Opens an array of one dimension of variants, with any lower bound.
     /// @param least   the elements that it must have at least
@@ -64,14 +58,10 @@ public:
     /// Runs what reads the array. A refusal is written to the logbook with the place that was read, and goes on. Only
     /// then the record is asked what it is about.
     template <class Body, class Describe>
-    void Reading(Body&& body, Describe&& describe) const
-    {
-        try
-        {
+    void Reading(Body&& body, Describe&& describe) const {
+        try {
             body();
-        }
-        catch (const XLXException& refusal)
-        {
+        } catch (const XLXException& refusal) {
             LogRefusal(refusal, describe());
             throw;
         }
@@ -89,8 +79,7 @@ public:
     /// The next element, for the caller to read or to empty.
     VARIANT& Next(const char* method) { return Next(1, method).front().Get(); }
     /// The next elements.
-    std::span<XLXComVariant> Next(ULONG count, const char* method)
-    {
+    std::span<XLXComVariant> Next(ULONG count, const char* method) {
         m_at = m_index;
         CheckRemaining(count, method);
         const std::span<XLXComVariant> elements(m_data + m_index, count);
@@ -105,12 +94,8 @@ public:
     XVariantRow Values() { return Values(Remaining()); }
 
     /// Asks for the memory of an element so many further on, when there is one.
-    void Prefetch(ULONG ahead) const noexcept
-    {
-        if (ahead < Remaining())
-        {
-            LX_PREFETCH(m_data + m_index + ahead);
-        }
+    void Prefetch(ULONG ahead) const noexcept {
+        if (ahead < Remaining()) { LX_PREFETCH(m_data + m_index + ahead); }
     }
 
     /// To be called when all is read. Elements that were read own nothing any more, so an array of which no other
@@ -118,19 +103,14 @@ public:
     void Finish() noexcept;
 
     /// Raises "wrong safearray size" unless so many elements remain.
-    void CheckRemaining(ULONG count, const char* method) const
-    {
-        if (count > Remaining())
-        {
-            RaiseSize(method);
-        }
+    void CheckRemaining(ULONG count, const char* method) const {
+        if (count > Remaining()) { RaiseSize(method); }
     }
     [[noreturn]] static void RaiseSize(const char* method);
 
 private:
     /// An array whose elements can be reached as long as it is there.
-    struct OpenArray
-    {
+    struct OpenArray {
         OpenArray(XLXSafeArray taken, const char* method);
         OpenArray(const OpenArray&) = delete;
         OpenArray& operator=(const OpenArray&) = delete;
@@ -163,15 +143,13 @@ void FromVariant(VARIANT& from, XLXText& value);
 void FromVariant(VARIANT& from, XLXComPtr<IUnknown>& value);
 
 template <class T>
-concept TransferPrimitive = requires(VARIANT& from, T& value)
-{
+concept TransferPrimitive = requires(VARIANT& from, T& value) {
     FromVariant(from, value);
 };
 
 /// The next element as a value of a kind.
 template <TransferPrimitive T>
-void FromSafeArray(XArrayReader& from, T& value)
-{
+void FromSafeArray(XArrayReader& from, T& value) {
     FromVariant(from.Next("FromSafeArray"), value);
 }
 void FromSafeArray(XArrayReader& from, XILXConfigData& value);
@@ -181,8 +159,7 @@ void FromSafeArray(XArrayReader& from, XILXAttributeData& value);
 
 /// The next element as a value of a kind.
 template <class T>
-T FromSafeArray(XArrayReader& from)
-{
+T FromSafeArray(XArrayReader& from) {
     T value{};
     FromSafeArray(from, value);
     return value;
@@ -196,12 +173,10 @@ ULONG VecCountFromSafeArray(XArrayReader& from);
 
 /// A vector: a count, and so many values of a kind.
 template <class T>
-std::vector<T> VecFromSafeArray(XArrayReader& from)
-{
+std::vector<T> VecFromSafeArray(XArrayReader& from) {
     const ULONG count = VecCountFromSafeArray(from);
     std::vector<T> values; // grows as records are really there: each takes several elements
-    for (ULONG i = 0; i < count; ++i)
-    {
+    for (ULONG i = 0; i < count; ++i) {
         FromSafeArray(from, values.emplace_back());
     }
     return values;

@@ -14,8 +14,7 @@
 
 #include "XArrayReader.h"
 
-namespace XLXCFCDataTransfer
-{
+namespace XLXCFCDataTransfer {
 // ---- Arrays with a header ----
 
 /// Reads a type array (GetTypeArray and its siblings). Of two entries of the same key the later one counts.

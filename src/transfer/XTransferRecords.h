@@ -11,11 +11,9 @@
 #include <map>
 #include <vector>
 
-namespace XLXCFCDataTransfer
-{
+namespace XLXCFCDataTransfer {
 /// How the content of an array is organised: the first element of its header.
-enum class EMappingAlgorithm : LONG
-{
+enum class EMappingAlgorithm : LONG {
     None = 0, ///< a record list, which has no header
     Map = 1,
     Vector = 2,
@@ -23,12 +21,7 @@ enum class EMappingAlgorithm : LONG
 };
 
 /// The record class that an array carries: the second element of its header.
-enum class EWrapperId : LONG
-{
-    TypeData = 0,
-    PCData = 1,
-    TypeComp = 4
-};
+enum class EWrapperId : LONG { TypeData = 0, PCData = 1, TypeComp = 4 };
 
 /// Index of the base type's record where there is no base type.
 constexpr LONG NoBaseIndex = -1;
@@ -38,23 +31,20 @@ constexpr ULONG AttributeValueCount = 60;
 constexpr ULONG AttributeTypeValueCount = 7;
 
 /// The head of every record: the server's object, which may be null, and its property values by member index.
-struct XILXConfigData
-{
+struct XILXConfigData {
     XLXComPtr<IUnknown> object;
     XVariantRow values;
 };
 
 /// A type's components, each an unparsed record list. Null: not delivered; an array of no elements: delivered, empty.
-struct XILXTypeComp
-{
+struct XILXTypeComp {
     XLXSafeArray pages;
     XLXSafeArray groups;
     XLXSafeArray editors;
     XLXSafeArray attributes;
 };
 
-struct XILXTypeData
-{
+struct XILXTypeData {
     XILXConfigData config;
     XILXTypeComp components;
     LONG baseIndex = NoBaseIndex; ///< record index of the base type, under the algorithm Map
@@ -64,19 +54,16 @@ struct XILXTypeData
 };
 
 /// The content of a type array. Names may be there without a record, so that a base type has an index.
-struct XILXTypeMap
-{
+struct XILXTypeMap {
     std::map<XLXText, ULONG> names;
     std::map<ULONG, XILXTypeData> records;
 };
 
 /// A parent-child relation.
-struct XILXPCData : XILXConfigData
-{};
+struct XILXPCData : XILXConfigData {};
 
 /// A record of an attribute list: an attribute's object and values, and its attribute types.
-struct XILXAttributeData : XILXConfigData
-{
+struct XILXAttributeData : XILXConfigData {
     std::vector<XILXConfigData> types;
 };
 } // namespace XLXCFCDataTransfer

@@ -14,25 +14,16 @@
 class XLXTypeCache;
 
 /// What a type's components are delivered by, in bulk reads and by the data transfer mode.
-enum LXTransferMode : LONG
-{
-    LXTM_ATTRIBUTES = 1,
-    LXTM_GROUPS = 2,
-    LXTM_PAGES = 4,
-    LXTM_EDITORS = 8,
-    LXTM_UNSET = -1
-};
+enum LXTransferMode : LONG { LXTM_ATTRIBUTES = 1, LXTM_GROUPS = 2, LXTM_PAGES = 4, LXTM_EDITORS = 8, LXTM_UNSET = -1 };
 
-namespace XLXTypeCacheComp
-{
+namespace XLXTypeCacheComp {
 /// What differs between the kinds.
 /// @tparam CachedClass     of one component
 /// @tparam InterfaceClass  that it is handed out by
 /// @tparam KeyClass        that it is found by: a number or a name
 /// @tparam GetOne          the method of the server's type that gives one by its key; null: the type is not asked
 template <class CachedClass, class InterfaceClass, class KeyClass, auto GetOne>
-struct XComponentKind
-{
+struct XComponentKind {
     using Cached = CachedClass;
     using Interface = InterfaceClass;
     using Key = KeyClass;
@@ -72,8 +63,7 @@ using XKind = std::remove_cvref_t<decltype(Kind)>;
 
 /// One component of a type: the cached object, and the type that it was made for.
 template <const auto& Kind>
-struct XComponent
-{
+struct XComponent {
     using Interface = typename XKind<Kind>::Interface;
 
     XLXComPtr<typename XKind<Kind>::Cached> object;
@@ -81,39 +71,28 @@ struct XComponent
 };
 
 /// A type's records of one kind, as the server delivered them.
-struct XStampedRecords
-{
+struct XStampedRecords {
     XLXSafeArray array;                    ///< null: the server has none
     std::shared_ptr<const XMoment> moment; ///< taken before the server was asked
     XStamp stamp; ///< that they give the map; none: not even the answer that the server has none was delivered
 };
 /// The key of a component with these values; none: it cannot be found.
 template <const auto& Kind>
-std::optional<typename XKind<Kind>::Key> LXKeyOf(const XVariantRow& values)
-{
+std::optional<typename XKind<Kind>::Key> LXKeyOf(const XVariantRow& values) {
     constexpr auto index = static_cast<std::size_t>(Kind.keyMember);
-    if (index >= values.size() || values[index].Empty())
-    {
-        return std::nullopt;
-    }
-    if constexpr (XKind<Kind>::HasNames)
-    {
+    if (index >= values.size() || values[index].Empty()) { return std::nullopt; }
+    if constexpr (XKind<Kind>::HasNames) {
         return XCFGStringKey::Of(values[index]);
-    }
-    else
-    {
+    } else {
         return values[index].AsLong();
     }
 }
 
 /// Asks for the memory that the records will be looked at in. Most of it was written long ago: asked for at once, it
 /// is waited for once.
-inline void LXPrefetch(const std::vector<XLXCFCDataTransfer::XILXAttributeData>& records) noexcept
-{
-    for (const auto& record : records)
-    {
-        if (const XLXComVariant& name = record.values[Attributes.keyMember]; name.Type() == VT_BSTR)
-        {
+inline void LXPrefetch(const std::vector<XLXCFCDataTransfer::XILXAttributeData>& records) noexcept {
+    for (const auto& record : records) {
+        if (const XLXComVariant& name = record.values[Attributes.keyMember]; name.Type() == VT_BSTR) {
             LX_PREFETCH(V_BSTR(&name.Get()));
         }
         XDisplayFacts::Prefetch(record.values);
@@ -123,16 +102,12 @@ inline void LXPrefetch(const std::vector<XLXCFCDataTransfer::XILXAttributeData>&
 /// The records of a list.
 /// @param type  whose they are, for the logbook
 template <const auto& Kind>
-auto LXReadList(XLXSafeArray array, XLXTextView type)
-{
-    if constexpr (Kind.mode == LXTM_ATTRIBUTES)
-    {
+auto LXReadList(XLXSafeArray array, XLXTextView type) {
+    if constexpr (Kind.mode == LXTM_ATTRIBUTES) {
         auto records = XLXCFCDataTransfer::ReadAttributeList(std::move(array), type);
         LXPrefetch(records);
         return records;
-    }
-    else
-    {
+    } else {
         return XLXCFCDataTransfer::GetSingleTypedVecFromArray(std::move(array), {Kind.section, type});
     }
 }
@@ -140,29 +115,20 @@ auto LXReadList(XLXSafeArray array, XLXTextView type)
 /// Asks the server's type for a component whose record came without an object. A type that is gone, or that does not
 /// have the component either, leaves it without one: its values are there, and what needs the server fails.
 template <const auto& Kind>
-class XComponentSource final : public XServerSource
-{
+class XComponentSource final : public XServerSource {
 public:
     XComponentSource(const XWeakLink<XGroupOwner>& type, const typename XKind<Kind>::Key& key)
-        : m_type(type), m_key(key)
-    {}
-    XLXComPtr<IUnknown> Ask() const override
-    {
+        : m_type(type), m_key(key) {}
+    XLXComPtr<IUnknown> Ask() const override {
         const LXErrorLocation at = XCachedFacts::Type.At(Kind.getOne + std::char_traits<char>::length("ILXType::"));
         const auto type = m_type.Lock();
         const XLXComPtr<ILXType> server = type ? type->ServerType() : nullptr;
-        if (!server)
-        {
-            return nullptr;
-        }
+        if (!server) { return nullptr; }
         XLXComPtr<typename XKind<Kind>::Interface> component;
         const HRESULT result = LXAsk(Kind.getOne, component, LXNoResult::Nothing, {}, at, [&](auto** out) {
-            if constexpr (XKind<Kind>::HasNames)
-            {
+            if constexpr (XKind<Kind>::HasNames) {
                 return (server.Get()->*XKind<Kind>::Get)(XLXComBSTR(m_key.Text()).Get(), out);
-            }
-            else
-            {
+            } else {
                 return (server.Get()->*XKind<Kind>::Get)(m_key, out);
             }
         });

@@ -17,8 +17,7 @@
 
 #include <algorithm>
 
-namespace XLXTypeCacheComp
-{
+namespace XLXTypeCacheComp {
 /// Raised after every change but that of a clock that may make any map no longer current: so that a map which was
 /// found current need not walk its chain of bases again until something changed somewhere.
 inline std::atomic<std::uint64_t> g_componentEpoch{1};
@@ -27,8 +26,7 @@ inline std::atomic<std::uint64_t> g_lastContent{0};
 
 /// @tparam Owner  the type that has the map
 template <const auto& Kind, class Owner>
-class XMapInheritedComp
-{
+class XMapInheritedComp {
 public:
     using Component = XComponent<Kind>;
     /// Attributes: with those of the bases.
@@ -42,19 +40,16 @@ public:
     /// What is noted before the type's server object is asked.
     XStamp Note() const noexcept { return {Now(), m_own.Now()}; }
     /// The stamp of what a bulk answer brought.
-    XStamp StampFrom(const XMoment& moment) const noexcept
-    {
+    XStamp StampFrom(const XMoment& moment) const noexcept {
         return LXStampFrom(moment, Kind.set, m_own, m_owner.Direct());
     }
 
     /// Takes the server's records of this kind, or none, for parsing on first use, unless newer ones are there. A map
     /// for which records wait is not current, so that nothing waits unseen.
-    void Deliver(XStampedRecords records, XRetired& retired)
-    {
+    void Deliver(XStampedRecords records, XRetired& retired) {
         m_state.Write([&](State& state) {
             const XStamp& stamp = records.stamp;
-            if (!stamp.IsNone() && !stamp.IsOlderThan(state.delivered.stamp) && !stamp.IsOlderThan(state.stamp))
-            {
+            if (!stamp.IsNone() && !stamp.IsOlderThan(state.delivered.stamp) && !stamp.IsOlderThan(state.stamp)) {
                 std::swap(state.delivered, records);
             }
         });
@@ -63,29 +58,22 @@ public:
     }
 
     /// Whether the server need not be asked: it has delivered, or the map holds what it has.
-    bool HasData() const
-    {
+    bool HasData() const {
         return m_state.Read(
             [now = Note()](const State& state) { return state.delivered.stamp == now || state.stamp == now; });
     }
 
     /// Brings the map up to date. Raises failures; the next query asks again then.
-    void EnsureComplete()
-    {
-        if (m_checkedAt.load() != Check())
-        {
-            CompleteChain();
-        }
+    void EnsureComplete() {
+        if (m_checkedAt.load() != Check()) { CompleteChain(); }
     }
     /// The map, brought up to date.
-    MapPtr Complete()
-    {
+    MapPtr Complete() {
         EnsureComplete();
         return Held();
     }
     /// The component under a key, or null, in the map as it is.
-    XLXComPtr<typename XKind<Kind>::Cached> Find(const auto& key) const
-    {
+    XLXComPtr<typename XKind<Kind>::Cached> Find(const auto& key) const {
         return m_state.Read([&](const State& state) {
             const auto found = state.map->find(key);
             return found != state.map->end() ? found->second.object : nullptr;
@@ -93,24 +81,21 @@ public:
     }
 
     /// Makes the map stale. Waits for nobody.
-    void Advance() noexcept
-    {
+    void Advance() noexcept {
         m_own.Advance();
         g_componentEpoch.fetch_add(1);
     }
 
     /// Passes a notification on to the type's own components: those of the base are notified by the base. They only
     /// advance counts, so they may be called under the lock.
-    void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const
-    {
+    void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const {
         m_state.Read([&](const State& state) {
             ForEachOwn(*state.map, [&](const auto&, auto& object) { object.NotifyDirectly(notification, touched); });
         });
     }
 
     /// Empties the map; what it held is terminated and released with no lock held.
-    void Terminate()
-    {
+    void Terminate() {
         State dropped;
         m_own.Advance();
         m_state.Write([&](State& state) {
@@ -125,8 +110,7 @@ public:
 
 private:
     static inline const Map None{};
-    struct State
-    {
+    struct State {
         MapPtr map{MapPtr(), &None};
         std::uint64_t content = 0;     ///< changes whenever the map is replaced
         const void* base = nullptr;    ///< whose map was merged; compared only
@@ -138,30 +122,22 @@ private:
 
     std::uint64_t Now() const noexcept { return m_owner.Clock()->Now(Kind.set); }
     std::uint64_t Check() const noexcept { return g_componentEpoch.load() + Now(); }
-    MapPtr Held() const
-    {
+    MapPtr Held() const {
         return m_state.Read([](const State& state) { return state.map; });
     }
-    std::uint64_t Content() const
-    {
+    std::uint64_t Content() const {
         return m_state.Read([](const State& state) { return state.content; });
     }
 
     /// Calls visit(key, cached object) for the components that the type does not have from a base.
-    void ForEachOwn(const Map& map, auto&& visit) const
-    {
-        for (const auto& [key, component] : map)
-        {
-            if (component.owner == &m_owner)
-            {
-                visit(key, *component.object);
-            }
+    void ForEachOwn(const Map& map, auto&& visit) const {
+        for (const auto& [key, component] : map) {
+            if (component.owner == &m_owner) { visit(key, *component.object); }
         }
     }
 
     /// The content of the map when it is fresh, with what a base of that content holds (0: without a base).
-    std::optional<std::uint64_t> ContentIfCurrent(std::uint64_t baseContent) const
-    {
+    std::optional<std::uint64_t> ContentIfCurrent(std::uint64_t baseContent) const {
         return m_state.Read([&, now = Note()](const State& state) {
             const bool isFresh = state.stamp == now && state.delivered.stamp.IsNone();
             return isFresh && state.baseContent == baseContent ? std::optional(state.content) : std::nullopt;
@@ -169,11 +145,9 @@ private:
     }
 
     /// The types whose maps are merged; the owner is the last one.
-    std::vector<XLXComPtr<Owner>> ChainFromTop() const
-    {
+    std::vector<XLXComPtr<Owner>> ChainFromTop() const {
         std::vector<XLXComPtr<Owner>> chain;
-        for (XLXComPtr<Owner> type(&m_owner); type; type = BaseOf(*type))
-        {
+        for (XLXComPtr<Owner> type(&m_owner); type; type = BaseOf(*type)) {
             chain.push_back(type);
         }
         std::reverse(chain.begin(), chain.end());
@@ -184,24 +158,16 @@ private:
 
     // From the top of the chain downwards, so that a base is found current before what was merged from it is compared.
     // What was found is remembered for as long as nothing changes, in a chain whose types share a clock.
-    bool IsComplete() const
-    {
+    bool IsComplete() const {
         const std::uint64_t check = Check(); // before the maps are looked at
         bool sharesClock = true;
         std::optional<std::uint64_t> content = 0;
-        for (const auto& type : ChainFromTop())
-        {
+        for (const auto& type : ChainFromTop()) {
             const XMapInheritedComp& map = MapOf(*type);
             content = map.ContentIfCurrent(*content);
-            if (!content)
-            {
-                return false;
-            }
+            if (!content) { return false; }
             sharesClock = sharesClock && type->Clock() == m_owner.Clock();
-            if (sharesClock)
-            {
-                map.m_checkedAt.store(check);
-            }
+            if (sharesClock) { map.m_checkedAt.store(check); }
         }
         return true;
     }
@@ -209,15 +175,12 @@ private:
     // One base after the other, not one inside the other: a chain of any length needs no more of the stack, and no
     // thread waits for a type's fetch mutex while it holds another one. What a notification overtakes on the way is
     // merged as it is, and found stale by the next query. A chain that is linked anew meanwhile is gone through again.
-    void CompleteChain()
-    {
+    void CompleteChain() {
         bool isLinkedAnew = true;
-        for (int attempt = 0; attempt < MostAttempts && isLinkedAnew && !IsComplete(); ++attempt)
-        {
+        for (int attempt = 0; attempt < MostAttempts && isLinkedAnew && !IsComplete(); ++attempt) {
             const XMapInheritedComp* above = nullptr;
             isLinkedAnew = false;
-            for (const auto& type : ChainFromTop())
-            {
+            for (const auto& type : ChainFromTop()) {
                 isLinkedAnew = isLinkedAnew || !MapOf(*type).EnsureCurrent(above);
                 above = &MapOf(*type);
             }
@@ -225,13 +188,9 @@ private:
     }
 
     /// False: the type has another base meanwhile.
-    bool EnsureCurrent(const XMapInheritedComp* base)
-    {
+    bool EnsureCurrent(const XMapInheritedComp* base) {
         const auto isCurrent = [&] { return ContentIfCurrent(base != nullptr ? base->Content() : 0).has_value(); };
-        if (isCurrent())
-        {
-            return true;
-        }
+        if (isCurrent()) { return true; }
         const XFill fill(m_owner.m_fetch, this);
         // A server that asks back while it is being asked gets what is there.
         return fill.IsReentered() || isCurrent() || CompleteWith(base);
@@ -239,12 +198,10 @@ private:
 
     // The base type's definition of a component wins over that of a derived type, so its entries go in first. Without
     // records of its own the type shares the base's map.
-    bool CompleteWith(const XMapInheritedComp* base)
-    {
+    bool CompleteWith(const XMapInheritedComp* base) {
         XRetired retired; // goes last
         State fresh;
-        if (base != nullptr)
-        {
+        if (base != nullptr) {
             base->m_state.Read([&](const State& state) {
                 fresh.map = state.map;
                 fresh.baseContent = state.content;
@@ -253,16 +210,10 @@ private:
         fresh.base = base;
         XStampedRecords records = TakeRecords();
         fresh.stamp = records.stamp;
-        if (records.array)
-        {
-            fresh.map = Merge(*fresh.map, records, retired);
-        }
+        if (records.array) { fresh.map = Merge(*fresh.map, records, retired); }
         // With the fetch mutex held: whoever completes the map with a newer base comes later.
         const auto linked = BaseOf(m_owner);
-        if ((linked ? &MapOf(*linked) : nullptr) != base)
-        {
-            return false;
-        }
+        if ((linked ? &MapOf(*linked) : nullptr) != base) { return false; }
         Publish(fresh, *records.moment);
         return true;
     }
@@ -271,19 +222,14 @@ private:
     // itself. Records that a notification made stale while they waited are fetched again: one call instead of one for
     // each component. Records that it makes stale while they are being fetched are taken all the same, since somebody
     // waits for them; their stamps say what is stale.
-    XStampedRecords TakeRecords()
-    {
+    XStampedRecords TakeRecords() {
         XStampedRecords waiting =
             m_state.Write([](State& state) { return std::exchange(state.delivered, XStampedRecords{}); });
-        if (waiting.stamp == Note() && (!waiting.array || AreValuesFresh(*waiting.moment)))
-        {
-            return waiting;
-        }
+        if (waiting.stamp == Note() && (!waiting.array || AreValuesFresh(*waiting.moment))) { return waiting; }
         return m_owner.FetchTypeCacheComponents(Kind.mode);
     }
     /// Whether the values of records that were delivered are still what the server has.
-    bool AreValuesFresh(const XMoment& moment) const noexcept
-    {
+    bool AreValuesFresh(const XMoment& moment) const noexcept {
         bool fresh = !m_owner.Direct().IsNewerThan(moment);
         Kind.values.ForEach(
             [&](XAspect aspect) { fresh = fresh && moment.At(aspect) == m_owner.Clock()->Now(aspect); });
@@ -291,20 +237,17 @@ private:
     }
 
     /// Parses records and adds their components to those of the base. One that the base has, too, is left out.
-    MapPtr Merge(const Map& ofBase, XStampedRecords& records, XRetired& retired)
-    {
+    MapPtr Merge(const Map& ofBase, XStampedRecords& records, XRetired& retired) {
         const auto merged = std::make_shared<Map>(ofBase);
         const MapPtr current = Held();
-        for (auto& record : LXReadList<Kind>(std::move(records.array), m_owner.m_name))
-        {
+        for (auto& record : LXReadList<Kind>(std::move(records.array), m_owner.m_name)) {
             auto key = LXKeyOf<Kind>(record.values);
             if (!key || merged->find(*key) != merged->end()) // what is added here is not found yet
             {
                 continue;
             }
             Component component = Refresh(*current, *key, record, *records.moment, retired);
-            if constexpr (Kind.mode == LXTM_ATTRIBUTES)
-            {
+            if constexpr (Kind.mode == LXTM_ATTRIBUTES) {
                 component.object->AssignAttributeTypes(std::move(record.types), *records.moment, retired);
             }
             merged->Add(std::move(*key), std::move(component));
@@ -316,39 +259,28 @@ private:
     /// The type's own component under a key, refreshed in place, so that whoever holds it goes on being notified; or a
     /// new one.
     Component Refresh(const Map& current, const typename XKind<Kind>::Key& key,
-                      XLXCFCDataTransfer::XILXConfigData& record, const XMoment& moment, XRetired& retired)
-    {
+                      XLXCFCDataTransfer::XILXConfigData& record, const XMoment& moment, XRetired& retired) {
         XServerSourcePtr source;
-        if constexpr (XKind<Kind>::Get != nullptr)
-        {
+        if constexpr (XKind<Kind>::Get != nullptr) {
             source = record.object ? nullptr : std::make_shared<const XComponentSource<Kind>>(m_owner.m_selfLink, key);
         }
-        if (const auto found = current.find(key); found != current.end() && found->second.owner == &m_owner)
-        {
+        if (const auto found = current.find(key); found != current.end() && found->second.owner == &m_owner) {
             found->second.object->TakeRecord(std::move(record.object), std::move(record.values), moment, retired,
                                              std::move(source));
             return found->second;
         }
         const auto made = LXCFCTOOLS::Make<typename XKind<Kind>::Cached>(std::move(record.object), m_owner.Clock());
-        if (source)
-        {
-            made->SetSource(std::move(source));
-        }
-        if constexpr (Kind.mode == LXTM_GROUPS)
-        {
-            made->SetOwner(m_owner.m_selfLink);
-        }
+        if (source) { made->SetSource(std::move(source)); }
+        if constexpr (Kind.mode == LXTM_GROUPS) { made->SetOwner(m_owner.m_selfLink); }
         made->AssignProperties(std::move(record.values), moment);
         return {made, &m_owner};
     }
 
     /// @param fresh  leaves with the former map, which goes after the lock
-    void Publish(State& fresh, const XMoment& moment)
-    {
+    void Publish(State& fresh, const XMoment& moment) {
         m_state.Write([&](State& state) {
             const bool isBaseOlder = state.base == fresh.base && fresh.baseContent < state.baseContent;
-            if (isBaseOlder || fresh.stamp.IsOlderThan(state.stamp))
-            {
+            if (isBaseOlder || fresh.stamp.IsOlderThan(state.stamp)) {
                 return; // a thread that could not wait was later
             }
             Attach(*fresh.map, moment);
@@ -362,8 +294,7 @@ private:
 
     /// The type passes a notification that comes straight to it on to the components in the map. Those that enter it
     /// after one that came while they were on their way would miss it.
-    void Attach(const Map& fresh, const XMoment& moment) const
-    {
+    void Attach(const Map& fresh, const XMoment& moment) const {
         ForEachOwn(fresh, [&](const auto&, auto& object) {
             object.Attach();
             object.TakeOwnersNumber(m_owner.Direct(), moment);
@@ -373,20 +304,13 @@ private:
     /// Detaches the type's own components that leave the map. One that takes the place of a component which was
     /// notified itself while the records were on their way would miss that; the former one is detached before it is
     /// looked at, so that it was notified either before, or advances the clock.
-    void DetachReplaced(const Map& former, const Map& fresh, const XMoment& moment) const
-    {
+    void DetachReplaced(const Map& former, const Map& fresh, const XMoment& moment) const {
         ForEachOwn(former, [&](const auto& key, auto& object) {
             const auto found = fresh.find(key);
             auto* const now = found != fresh.end() ? found->second.object.Get() : nullptr;
-            if (now == &object)
-            {
-                return;
-            }
+            if (now == &object) { return; }
             object.Detach();
-            if (now != nullptr && object.WasNotifiedSince(moment))
-            {
-                now->AdvanceAll();
-            }
+            if (now != nullptr && object.WasNotifiedSince(moment)) { now->AdvanceAll(); }
         });
     }
 

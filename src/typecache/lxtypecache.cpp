@@ -6,12 +6,10 @@
 using namespace XLXTypeCacheComp;
 using namespace XLXCFCDataTransfer;
 
-namespace
-{
+namespace {
 constexpr int MemberBaseType = 27;
 
-XInstanceRegistry<ILXTypeCache>& LiveTypes()
-{
+XInstanceRegistry<ILXTypeCache>& LiveTypes() {
     static const XModuleState<XInstanceRegistry<ILXTypeCache>> registry;
     return *registry;
 }
@@ -23,13 +21,11 @@ XLeafMutex g_linkMutex;
 XLXTypeCache::XLXTypeCache(XLXComPtr<IUnknown> server, XClockPtr clock)
     : XLXConfigObjectCache(std::move(server), std::move(clock)),
       m_maps(*this, *this, *this, *this),
-      m_selfLink(XWeakLink<XGroupOwner>::To(this))
-{
+      m_selfLink(XWeakLink<XGroupOwner>::To(this)) {
     LiveTypes().Add(this);
 }
 
-XLXTypeCache::~XLXTypeCache()
-{
+XLXTypeCache::~XLXTypeCache() {
     LiveTypes().Remove(this);
     m_selfLink.Clear();
     ReleaseBase();
@@ -37,50 +33,41 @@ XLXTypeCache::~XLXTypeCache()
 
 // A type may hold the last reference to its base, and that to its own base, and so on. They go one after the other,
 // not one inside the other: a dying type leaves its base to the thread's first one, if there is one.
-void XLXTypeCache::ReleaseBase() noexcept
-{
+void XLXTypeCache::ReleaseBase() noexcept {
     thread_local XLXComPtr<XLXTypeCache>* t_left = nullptr;
     XLXComPtr<XLXTypeCache> base(m_pBase);
-    if (!base)
-    {
-        return;
-    }
+    if (!base) { return; }
     m_pBaseFace.Reset();
     XLXError::LogFailure(OLESTR("releasing the base type failed"), TheFacts.At("ReleaseBase"), [&] {
         XLXComVariant member;
         Store().WriteGrow(MemberBaseType, member);
     });
-    if (t_left != nullptr)
-    {
+    if (t_left != nullptr) {
         t_left->Swap(base);
         return;
     }
     XLXComPtr<XLXTypeCache> left;
     t_left = &left;
-    while (base)
-    {
+    while (base) {
         base.Reset();
         base.Swap(left);
     }
     t_left = nullptr;
 }
 
-XLXComPtr<XLXTypeCache> XLXTypeCache::FromFace(ILXTypeCache* face)
-{
+XLXComPtr<XLXTypeCache> XLXTypeCache::FromFace(ILXTypeCache* face) {
     XLXComPtr<ILXTypeCache> own = XLXComPtr<ILXTypeCache>(face).As<ILXTypeCache>();
     return own && LiveTypes().Contains(own.Get()) ? XLXComPtr<XLXTypeCache>(static_cast<XLXTypeCache*>(own.Get()))
                                                   : nullptr;
 }
 
 // Somebody else's type is kept and shown, but there are no component maps to inherit from.
-HRESULT XLXTypeCache::SetBaseType(ILXTypeCache* pBaseType)
-{
+HRESULT XLXTypeCache::SetBaseType(ILXTypeCache* pBaseType) {
     return XLXError::Guarded(TheFacts.At("SetBaseType"), [&] {
         XRetired retired;
         const XLXComPtr<XLXTypeCache> own = FromFace(pBaseType);
         XLXTypeCache* const base = own.Get() != this ? own.Get() : nullptr;
-        if (!Link(own ? base : pBaseType, base, retired))
-        {
+        if (!Link(own ? base : pBaseType, base, retired)) {
             XLXError::Raise(E_INVALIDARG, OLESTR("the base type derives from this type"), TheFacts.At("SetBaseType"));
         }
         return S_OK;
@@ -88,8 +75,7 @@ HRESULT XLXTypeCache::SetBaseType(ILXTypeCache* pBaseType)
 }
 
 /// @param base  the same as the face, when that is one of ours
-bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retired)
-{
+bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retired) {
     XLXComPtr<ILXTypeCache> former(face);
     {
         const std::lock_guard<XLeafMutex> linking(g_linkMutex);
@@ -97,12 +83,8 @@ bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retire
         {
             return true;
         }
-        for (XLXComPtr<XLXTypeCache> above(base); above; above = above->BaseType())
-        {
-            if (above.Get() == this)
-            {
-                return false;
-            }
+        for (XLXComPtr<XLXTypeCache> above(base); above; above = above->BaseType()) {
+            if (above.Get() == this) { return false; }
         }
         const std::lock_guard<XLeafMutex> lock(m_baseMutex);
         m_pBaseFace.Swap(former);
@@ -118,36 +100,27 @@ bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retire
     return true;
 }
 
-XLXComPtr<XLXTypeCache> XLXTypeCache::BaseType() const noexcept
-{
+XLXComPtr<XLXTypeCache> XLXTypeCache::BaseType() const noexcept {
     const std::lock_guard<XLeafMutex> lock(m_baseMutex);
     return m_pBase;
 }
 
 // While the type has a base, its base-type member shows that, whatever the server's values say.
-XLXComPtr<IUnknown> XLXTypeCache::AmendValues(XVariantRow& values)
-{
+XLXComPtr<IUnknown> XLXTypeCache::AmendValues(XVariantRow& values) {
     XLXComPtr<ILXTypeCache> base;
     {
         const std::lock_guard<XLeafMutex> lock(m_baseMutex);
         base = m_pBaseFace;
     }
-    if (!base)
-    {
-        return {};
-    }
-    if (values.size() <= MemberBaseType)
-    {
-        values.Grow(MemberBaseType + 1);
-    }
+    if (!base) { return {}; }
+    if (values.size() <= MemberBaseType) { values.Grow(MemberBaseType + 1); }
     XLXComVariant member = XLXComVariant::FromUnknown(base.Get());
     std::swap(member, values[MemberBaseType]);
     return member.AsUnknown();
 }
 
 // The stamps are noted before the server object is taken, and the whole clock before it is asked.
-XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode)
-{
+XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode) {
     const LXErrorLocation at = TheFacts.At("FetchTypeCacheComponents");
     const LONG wanted = ModeToFetch(mode);
     std::vector<XStamp> noted; // in the order of the maps
@@ -165,12 +138,9 @@ XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode)
     auto stamp = noted.begin();
     ForEachMap([&](auto& map) {
         XStampedRecords records{std::move(components.*map.TheKind.records), moment, *stamp++};
-        if (mode == map.TheKind.mode)
-        {
+        if (mode == map.TheKind.mode) {
             requested = std::move(records);
-        }
-        else if ((wanted & map.TheKind.mode) != 0)
-        {
+        } else if ((wanted & map.TheKind.mode) != 0) {
             map.Deliver(std::move(records), retired);
         }
     });
@@ -178,12 +148,10 @@ XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode)
 }
 
 /// The kind that is requested, and those that the data transfer mode brings and that are not there.
-LONG XLXTypeCache::ModeToFetch(LONG requested)
-{
+LONG XLXTypeCache::ModeToFetch(LONG requested) {
     const LONG byDefault = m_modeSupplier != nullptr ? m_modeSupplier->Get() : 0;
     const LONG mode = (byDefault == LXTM_UNSET ? 0 : byDefault) | requested;
-    if (mode == LXTM_UNSET)
-    {
+    if (mode == LXTM_UNSET) {
         XLXError::Raise(E_INVALIDARG, XLXFormat() << "invalid data transfer mode: " << requested,
                         TheFacts.At("FetchTypeCacheComponents"));
     }
@@ -193,40 +161,30 @@ LONG XLXTypeCache::ModeToFetch(LONG requested)
 }
 
 bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values, XILXTypeComp components, LONG mode,
-                                  const std::shared_ptr<const XMoment>& moment, XRetired& retired)
-{
+                                  const std::shared_ptr<const XMoment>& moment, XRetired& retired) {
     const bool isTaken = TakeRecord(std::move(server), std::move(values), *moment, retired);
     ForEachMap([&](auto& map) {
         XLXSafeArray& records = components.*map.TheKind.records;
-        if (isTaken && mode != 0 && (records || (mode & map.TheKind.mode) != 0))
-        {
+        if (isTaken && mode != 0 && (records || (mode & map.TheKind.mode) != 0)) {
             map.Deliver({std::move(records), moment, map.StampFrom(*moment)}, retired);
-        }
-        else
-        {
+        } else {
             retired.Take(std::move(records));
         }
     });
     return isTaken;
 }
 
-void XLXTypeCache::AdvanceParts() noexcept
-{
+void XLXTypeCache::AdvanceParts() noexcept {
     ForEachMap([](auto& map) { map.Advance(); });
 }
 
-void XLXTypeCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched)
-{
-    if (notification.relationsOnly)
-    {
-        return;
-    }
+void XLXTypeCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched) {
+    if (notification.relationsOnly) { return; }
     ForEachMap([&](auto& map) { AdvanceIf(map.TheKind.set, notification.concerned, map, touched); });
     ForEachMap([&](auto& map) { map.NotifyDirectly(notification, touched); });
 }
 
-void XLXTypeCache::Terminate() noexcept
-{
+void XLXTypeCache::Terminate() noexcept {
     ForEachMap([](auto& map) {
         XLXError::LogFailure(map.TheKind.emptyingFailed, TheFacts.At("Terminate"), [&] { map.Terminate(); });
     });

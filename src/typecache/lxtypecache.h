@@ -20,14 +20,12 @@
 #include <tuple>
 
 /// The data transfer mode of a manager, shared with the types that it made: they may outlive it.
-class XTransferModeSupplier
-{
+class XTransferModeSupplier {
 public:
     LONG Get() const noexcept { return m_mode.load(std::memory_order_relaxed); }
     void Set(LONG mode) noexcept { m_mode.store(mode, std::memory_order_relaxed); }
     /// Sets the mode when it was never set.
-    void SetIfUnset(LONG mode) noexcept
-    {
+    void SetIfUnset(LONG mode) noexcept {
         LONG unset = LXTM_UNSET;
         m_mode.compare_exchange_strong(unset, mode);
     }
@@ -37,15 +35,13 @@ private:
 };
 
 class XLXTypeCache final : public XLXConfigObjectCache<XLXTypeCache, XCachedFacts::Type, ILXType, ILXTypeCache,
-                                                       ILXTypeInheritance, XGroupOwner>
-{
+                                                       ILXTypeInheritance, XGroupOwner> {
 public:
     XLXTypeCache(XLXComPtr<IUnknown> server, XClockPtr clock);
     ~XLXTypeCache();
 
     /// The cache's own face answers for IUnknown: it is the one that stands for a base type.
-    void* FindFace(REFIID iid) noexcept
-    {
+    void* FindFace(REFIID iid) noexcept {
         return XLXConfigObjectCache::FindFace(IsEqualIID(iid, IID_IUnknown) ? LXIid<ILXTypeCache>() : iid);
     }
 
@@ -79,8 +75,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) override;
     HRESULT STDMETHODCALLTYPE Copy(BSTR) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetDefaultNewEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) override;
-    HRESULT STDMETHODCALLTYPE GetTypeComponentData(LONG, SAFEARRAY** psaValues) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeComponentData(LONG, SAFEARRAY** psaValues) override {
         return LXNotOffered(psaValues);
     }
 
@@ -112,8 +107,7 @@ public:
     // For the manager
 
     /// Says where the data transfer mode comes from; called before the type is handed out.
-    void SetModeSupplier(std::shared_ptr<const XTransferModeSupplier> supplier) noexcept
-    {
+    void SetModeSupplier(std::shared_ptr<const XTransferModeSupplier> supplier) noexcept {
         m_modeSupplier = std::move(supplier);
     }
     /// Says the type's name, for the logbook; called before the type is handed out.
@@ -157,12 +151,10 @@ private:
 
     // Components
     template <const auto& Kind>
-    ComponentMap<Kind>& MapOf() noexcept
-    {
+    ComponentMap<Kind>& MapOf() noexcept {
         return std::get<ComponentMap<Kind>>(m_maps);
     }
-    void ForEachMap(auto&& visit)
-    {
+    void ForEachMap(auto&& visit) {
         std::apply([&](auto&... map) { (visit(map), ...); }, m_maps);
     }
     /// Fetches components of one kind from the server, and returns them: whoever asks gets the answer to that

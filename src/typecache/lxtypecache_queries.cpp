@@ -6,8 +6,7 @@
 
 using namespace XLXTypeCacheComp;
 
-namespace
-{
+namespace {
 constexpr int MemberGroupPageNumber = 5;
 constexpr int MemberGroupParentNumber = 15;
 constexpr int MemberEditorBrowserId = 0;
@@ -18,25 +17,20 @@ constexpr ULONG OwnAttributeBatch = 100;
 /// Beside the displays (LXDisplay) in a mask: the group number is not looked at.
 constexpr LONG AllGroupsMask = 64;
 
-bool IsTaken(const XDisplayFacts& facts, LONG mask, LONG group)
-{
+bool IsTaken(const XDisplayFacts& facts, LONG mask, LONG group) {
     const bool shown = mask == 0 || mask == AllGroupsMask || facts.IsShownIn(mask);
     return shown && ((mask & AllGroupsMask) != 0 || facts.GroupNumber() == group);
 }
 
 /// The names of the attributes that the server's type lists. Raises a failure.
-XNameSet OwnAttributeNames(ILXType& server, const LXErrorLocation& at)
-{
+XNameSet OwnAttributeNames(ILXType& server, const LXErrorLocation& at) {
     constexpr const OLECHAR* FailureText = OLESTR("the server failed to list the type's own attributes");
     XNameSet names;
     XLXComPtr<ILXAttributeEnum> listed;
     HRESULT result = LXAsk("ILXType::GetAttributeEnum", listed, LXNoResult::Nothing, {}, at,
                            [&](ILXAttributeEnum** out) { return server.GetAttributeEnum(out); });
     XLXError::RaiseIfFailed(result, FailureText, at);
-    if (!listed)
-    {
-        return names;
-    }
+    if (!listed) { return names; }
     result = LXForEachOf<OwnAttributeBatch, ILXAttribute>(
         *listed, "ILXAttributeEnum::RemNext", at, [&](XLXComPtr<ILXAttribute>&& attribute) {
             XLXComVariant name;
@@ -44,10 +38,7 @@ XNameSet OwnAttributeNames(ILXType& server, const LXErrorLocation& at)
                 return attribute->GetProperty(Attributes.keyMember, out);
             });
             XLXError::RaiseIfFailed(read, FailureText, at);
-            if (read == S_OK)
-            {
-                names.emplace(name.AsText().value_or(XLXText()));
-            }
+            if (read == S_OK) { names.emplace(name.AsText().value_or(XLXText())); }
         });
     XLXError::RaiseIfFailed(result, FailureText, at);
     return names;
@@ -55,8 +46,7 @@ XNameSet OwnAttributeNames(ILXType& server, const LXErrorLocation& at)
 
 /// Answers a method with an out pointer.
 /// @param answer  HRESULT answer(error location); what it raises is the method's failure
-HRESULT AnswerWith(const char* method, const OLECHAR* outName, auto** out, auto&& answer)
-{
+HRESULT AnswerWith(const char* method, const OLECHAR* outName, auto** out, auto&& answer) {
     const LXErrorLocation at = XCachedFacts::Type.At(method);
     return XLXError::Guarded(at, [&]() -> HRESULT {
         LXCheckOut(out, outName, at);
@@ -67,22 +57,16 @@ HRESULT AnswerWith(const char* method, const OLECHAR* outName, auto** out, auto&
 /// Hands those components of a map out that are taken. They are asked with no lock held, since that may ask the server.
 /// @param takes  bool takes(key, cached object)
 template <class Map>
-HRESULT HandOutWhere(const std::shared_ptr<const Map>& components, auto** out, auto&& takes)
-{
+HRESULT HandOutWhere(const std::shared_ptr<const Map>& components, auto** out, auto&& takes) {
     std::vector<XLXComPtr<typename Map::mapped_type::Interface>> items;
     items.reserve(components->size());
-    for (const auto& [key, component] : *components)
-    {
-        if (takes(key, *component.object))
-        {
-            items.emplace_back(component.object);
-        }
+    for (const auto& [key, component] : *components) {
+        if (takes(key, *component.object)) { items.emplace_back(component.object); }
     }
     return LXHandOutEnumerator(std::move(items), out);
 }
 
-HRESULT LookUp(auto& map, const char* method, const auto& key, auto** out)
-{
+HRESULT LookUp(auto& map, const char* method, const auto& key, auto** out) {
     return AnswerWith(method, OLESTR("out pointer"), out, [&](const LXErrorLocation&) {
         map.EnsureComplete();
         *out = map.Find(key).Detach();
@@ -90,16 +74,14 @@ HRESULT LookUp(auto& map, const char* method, const auto& key, auto** out)
     });
 }
 
-HRESULT Enumerate(auto& map, const char* method, auto** out, auto&& takes)
-{
+HRESULT Enumerate(auto& map, const char* method, auto** out, auto&& takes) {
     return AnswerWith(method, OLESTR("ppEnum"), out,
                       [&](const LXErrorLocation&) { return HandOutWhere(map.Complete(), out, takes); });
 }
 
 constexpr auto All = [](const auto&...) { return true; };
 
-HRESULT GroupsWhere(auto& map, const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum)
-{
+HRESULT GroupsWhere(auto& map, const char* method, int member, LONG wanted, ILXGroupEnum** ppEnum) {
     return Enumerate(map, method, ppEnum, [&](LONG, XLXGroupCache& group) {
         XLXComVariant value;
         XLXError::RaiseIfFailed(group.ReadProperty(member, value), OLESTR("a number of the group cannot be read"),
@@ -108,8 +90,7 @@ HRESULT GroupsWhere(auto& map, const char* method, int member, LONG wanted, ILXG
     });
 }
 
-HRESULT DisplayedAttributes(auto& map, const char* method, LONG mask, LONG group, ILXAttributeEnum** ppEnum)
-{
+HRESULT DisplayedAttributes(auto& map, const char* method, LONG mask, LONG group, ILXAttributeEnum** ppEnum) {
     return Enumerate(map, method, ppEnum, [=](const XCFGStringKey&, XLXAttributeCache& attribute) {
         const auto known = attribute.KnownFacts();
         return IsTaken(known ? *known : attribute.Facts(), mask, group);
@@ -117,19 +98,16 @@ HRESULT DisplayedAttributes(auto& map, const char* method, LONG mask, LONG group
 }
 
 /// The editor that has the flag, for that browser.
-HRESULT FlaggedEditor(auto& map, const char* method, int flagMember, BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
-{
+HRESULT FlaggedEditor(auto& map, const char* method, int flagMember, BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) {
     return AnswerWith(method, OLESTR("ppEditor"), ppEditor, [&](const LXErrorLocation&) {
         const XLXText wanted = LXLowerCase(LXBstrView(bstrBrowserId));
         const auto editors = map.Complete();
-        for (const auto& [key, editor] : *editors)
-        {
+        for (const auto& [key, editor] : *editors) {
             const auto flag = editor.object->TryRead(flagMember);
             const bool isSet = flag && flag->AsBool().value_or(false);
             const auto browser = isSet ? editor.object->TryRead(MemberEditorBrowserId) : std::nullopt;
             const auto text = browser ? browser->AsText() : std::nullopt;
-            if (text && LXLowerCase(*text) == wanted)
-            {
+            if (text && LXLowerCase(*text) == wanted) {
                 *ppEditor = XLXComPtr<ILXConfObjEditor>(editor.object).Detach();
                 return S_OK;
             }
@@ -139,44 +117,37 @@ HRESULT FlaggedEditor(auto& map, const char* method, int flagMember, BSTR bstrBr
 }
 } // namespace
 
-HRESULT XLXTypeCache::GetServerType(ILXType** ppType)
-{
+HRESULT XLXTypeCache::GetServerType(ILXType** ppType) {
     return AnswerWith("GetServerType", OLESTR("ppType"), ppType, [&](const LXErrorLocation&) {
         *ppType = Server().Detach();
         return S_OK;
     });
 }
 
-HRESULT XLXTypeCache::GetPageEnum(ILXPageEnum** ppEnum)
-{
+HRESULT XLXTypeCache::GetPageEnum(ILXPageEnum** ppEnum) {
     return Enumerate(MapOf<Pages>(), "GetPageEnum", ppEnum, All);
 }
 
-HRESULT XLXTypeCache::GetPage(int iPageNumber, ILXPage** ppPage)
-{
+HRESULT XLXTypeCache::GetPage(int iPageNumber, ILXPage** ppPage) {
     return LookUp(MapOf<Pages>(), "GetPage", iPageNumber, ppPage);
 }
 
-HRESULT XLXTypeCache::GetGroupEnum(ILXGroupEnum** ppEnum)
-{
+HRESULT XLXTypeCache::GetGroupEnum(ILXGroupEnum** ppEnum) {
     return Enumerate(MapOf<Groups>(), "GetGroupEnum", ppEnum, All);
 }
 
-HRESULT XLXTypeCache::GetGroup(int iGroupNumber, ILXGroup** ppGroup)
-{
+HRESULT XLXTypeCache::GetGroup(int iGroupNumber, ILXGroup** ppGroup) {
     return LookUp(MapOf<Groups>(), "GetGroup", iGroupNumber, ppGroup);
 }
 
-HRESULT XLXTypeCache::GetToplevelGroupEnum(ILXGroupEnum** ppEnum)
-{
+HRESULT XLXTypeCache::GetToplevelGroupEnum(ILXGroupEnum** ppEnum) {
     return AnswerWith("GetToplevelGroupEnum", OLESTR("ppEnum"), ppEnum, [&](const LXErrorLocation& at) {
         return LXPassOn("ILXType::GetToplevelGroupEnum", ppEnum, LXNoResult::PointerError, at,
                         [server = Server()](ILXGroupEnum** out) { return server->GetToplevelGroupEnum(out); });
     });
 }
 
-HRESULT XLXTypeCache::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum)
-{
+HRESULT XLXTypeCache::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum) {
     return AnswerWith("GetPageToplevelGroupEnum", OLESTR("ppEnum"), ppEnum, [&](const LXErrorLocation& at) {
         return LXPassOn(
             "ILXType::GetPageToplevelGroupEnum", ppEnum, LXNoResult::PointerError, at,
@@ -184,48 +155,37 @@ HRESULT XLXTypeCache::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** p
     });
 }
 
-HRESULT XLXTypeCache::GetPageGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum)
-{
+HRESULT XLXTypeCache::GetPageGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum) {
     return GroupsWhere(MapOf<Groups>(), "GetPageGroupEnum", MemberGroupPageNumber, iPageNumber, ppEnum);
 }
 
-HRESULT XLXTypeCache::GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum)
-{
+HRESULT XLXTypeCache::GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum) {
     return GroupsWhere(MapOf<Groups>(), "GetChildGroupEnum", MemberGroupParentNumber, iGroupNumber, ppEnum);
 }
 
-HRESULT XLXTypeCache::GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttribute)
-{
+HRESULT XLXTypeCache::GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttribute) {
     return LookUp(MapOf<Attributes>(), "GetAttribute", LXBstrView(bstrAttributeName), ppAttribute);
 }
 
-HRESULT XLXTypeCache::GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum)
-{
+HRESULT XLXTypeCache::GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum) {
     return DisplayedAttributes(MapOf<Attributes>(), "GetDisplayAttributeEnum", lMask | AllGroupsMask, 0, ppEnum);
 }
 
-HRESULT XLXTypeCache::GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber, ILXAttributeEnum** ppEnum)
-{
+HRESULT XLXTypeCache::GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber, ILXAttributeEnum** ppEnum) {
     return DisplayedAttributes(MapOf<Attributes>(), "GetDisplayGroupAttributeEnum", lMask, iGroupNumber, ppEnum);
 }
 
-HRESULT XLXTypeCache::GetAttributeEnum(ILXAttributeEnum** ppEnum)
-{
+HRESULT XLXTypeCache::GetAttributeEnum(ILXAttributeEnum** ppEnum) {
     return Enumerate(MapOf<Attributes>(), "GetAttributeEnum", ppEnum, All);
 }
 
-HRESULT XLXTypeCache::GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum** ppEnum)
-{
+HRESULT XLXTypeCache::GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum** ppEnum) {
     return DisplayedAttributes(MapOf<Attributes>(), "GetGroupAttributeEnum", 0, iGroupNumber, ppEnum);
 }
 
 // ILXTypeInheritance: without the inherited ones, those attributes that the server's type lists as its own.
-HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** ppEnum)
-{
-    if (bWithInherited != 0)
-    {
-        return GetAttributeEnum(ppEnum);
-    }
+HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** ppEnum) {
+    if (bWithInherited != 0) { return GetAttributeEnum(ppEnum); }
     return AnswerWith("GetAttributeEnum", OLESTR("ppEnum"), ppEnum, [&](const LXErrorLocation& at) {
         const auto components = MapOf<Attributes>().Complete();
         const XNameSet own = OwnAttributeNames(*Server(), at);
@@ -233,23 +193,19 @@ HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** p
     });
 }
 
-HRESULT XLXTypeCache::GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum)
-{
+HRESULT XLXTypeCache::GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum) {
     return Enumerate(MapOf<Editors>(), "GetConfObjEditorEnum", ppEnum, All);
 }
 
 // The ProgId alone decides: callers rely on finding an editor whatever browser and menu text they name.
-HRESULT XLXTypeCache::GetConfObjEditor(BSTR bstrProgId, BSTR, BSTR, ILXConfObjEditor** ppEditor)
-{
+HRESULT XLXTypeCache::GetConfObjEditor(BSTR bstrProgId, BSTR, BSTR, ILXConfObjEditor** ppEditor) {
     return LookUp(MapOf<Editors>(), "GetConfObjEditor", LXBstrView(bstrProgId), ppEditor);
 }
 
-HRESULT XLXTypeCache::GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
-{
+HRESULT XLXTypeCache::GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) {
     return FlaggedEditor(MapOf<Editors>(), "GetDefaultEditor", MemberEditorDefault, bstrBrowserId, ppEditor);
 }
 
-HRESULT XLXTypeCache::GetDefaultNewEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor)
-{
+HRESULT XLXTypeCache::GetDefaultNewEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) {
     return FlaggedEditor(MapOf<Editors>(), "GetDefaultNewEditor", MemberEditorDefaultNew, bstrBrowserId, ppEditor);
 }

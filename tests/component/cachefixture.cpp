@@ -5,14 +5,10 @@
 #include <cstdlib>
 #include <future>
 
-LXErrorInformation LXErrorInformation::Take()
-{
+LXErrorInformation LXErrorInformation::Take() {
     LXErrorInformation result;
     XLXComPtr<IErrorInfo> info;
-    if (GetErrorInfo(0, info.Put()) != S_OK || !info)
-    {
-        return result;
-    }
+    if (GetErrorInfo(0, info.Put()) != S_OK || !info) { return result; }
     result.present = true;
     XLXComBSTR text;
     info->GetDescription(text.Put());
@@ -22,22 +18,18 @@ LXErrorInformation LXErrorInformation::Take()
     return result;
 }
 
-std::string LXNarrow(XLXTextView text)
-{
+std::string LXNarrow(XLXTextView text) {
     std::string narrow;
-    for (const OLECHAR character : text)
-    {
+    for (const OLECHAR character : text) {
         narrow.push_back(character < 0x80 ? static_cast<char>(character) : '?');
     }
     return narrow;
 }
 
-XLXText LXRead(ILXConfigObject* object, int member)
-{
+XLXText LXRead(ILXConfigObject* object, int member) {
     XLXComVariant value;
     const HRESULT result = object->GetProperty(member, value.Put());
-    if (FAILED(result))
-    {
+    if (FAILED(result)) {
         char code[32];
         std::snprintf(code, sizeof(code), "<0x%08lX>", static_cast<unsigned long>(result) & 0xFFFFFFFFUL);
         return XLXFormat() << code;
@@ -45,8 +37,7 @@ XLXText LXRead(ILXConfigObject* object, int member)
     return result == S_FALSE ? XLXText(OLESTR("<empty>")) : value.AsText().value_or(OLESTR("<no text>"));
 }
 
-XServerModel LXTestModel()
-{
+XServerModel LXTestModel() {
     XServerModel model;
     XModelType& item = model.AddType("Item");
     item.AddPage(1, "General");
@@ -73,32 +64,25 @@ XServerModel LXTestModel()
     return model;
 }
 
-CacheTest::CacheTest(XServerModel model) : m_server(XSampleServer::Create(std::move(model)))
-{
+CacheTest::CacheTest(XServerModel model) : m_server(XSampleServer::Create(std::move(model))) {
     SetErrorInfo(0, nullptr); // what other tests left behind
-    if (const char* const thread = std::getenv("LX_DISCARD"); thread != nullptr)
-    {
+    if (const char* const thread = std::getenv("LX_DISCARD"); thread != nullptr) {
         const bool other = std::string_view(thread) == "other";
         Calls().SetStandingHook([server = m_server.get(), other](const XServerCall& call) {
-            if (call.point != XCallPoint::Answer || call.name == "ILXDataUpdate::UnregisterCallback")
-            {
-                return;
-            }
+            if (call.point != XCallPoint::Answer || call.name == "ILXDataUpdate::UnregisterCallback") { return; }
             const auto discard = [server] { server->SendNotification("objects/everything/0/1"); };
             other ? std::async(std::launch::async, discard).get() : discard();
         });
     }
 }
 
-CacheTest::~CacheTest()
-{
+CacheTest::~CacheTest() {
     Calls().SetStandingHook({});
     m_cache.Reset();
     EXPECT_TRUE(Calls().Problems().empty());
 }
 
-std::vector<XLXComVariant> CacheTest::Arguments(LONG transferMode, bool noNotifications, bool separateCallback)
-{
+std::vector<XLXComVariant> CacheTest::Arguments(LONG transferMode, bool noNotifications, bool separateCallback) {
     std::vector<XLXComVariant> values;
     values.push_back(XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()));
     values.push_back(XLXComVariant::FromUnknown(m_server->Query().Get()));
@@ -109,54 +93,41 @@ std::vector<XLXComVariant> CacheTest::Arguments(LONG transferMode, bool noNotifi
     return values;
 }
 
-HRESULT CacheTest::Initialize(std::vector<XLXComVariant> values)
-{
-    if (!m_cache)
-    {
-        m_cache = LXMakeCache();
-    }
+HRESULT CacheTest::Initialize(std::vector<XLXComVariant> values) {
+    if (!m_cache) { m_cache = LXMakeCache(); }
     return Client()->Initialize(static_cast<ULONG>(values.size()), values.empty() ? nullptr : &values.front().Get());
 }
 
-HRESULT CacheTest::Start(LONG transferMode, bool noNotifications, bool separateCallback)
-{
+HRESULT CacheTest::Start(LONG transferMode, bool noNotifications, bool separateCallback) {
     return Initialize(Arguments(transferMode, noNotifications, separateCallback));
 }
 
-void CacheTest::Terminate()
-{
-    EXPECT_EQ(Client()->Terminate(), S_OK);
-}
+void CacheTest::Terminate() { EXPECT_EQ(Client()->Terminate(), S_OK); }
 
-XLXComPtr<ILXType> CacheTest::Type(const char* name)
-{
+XLXComPtr<ILXType> CacheTest::Type(const char* name) {
     XLXComPtr<ILXType> type;
     EXPECT_EQ(m_cache->GetCachedType(m_server->DataObject(name).Get(), nullptr, type.Put()), S_OK) << name;
     return type;
 }
 
-XLXComPtr<ILXAttribute> CacheTest::Attribute(const char* type, const char* name)
-{
+XLXComPtr<ILXAttribute> CacheTest::Attribute(const char* type, const char* name) {
     XLXComPtr<ILXAttribute> attribute;
     const XLXComBSTR text(XLXText((XLXFormat() << name).Text()));
     EXPECT_EQ(Type(type)->GetAttribute(text.Get(), attribute.Put()), S_OK) << type << "." << name;
     return attribute;
 }
 
-XLXComPtr<ILXGroup> CacheTest::Group(const char* type, int number)
-{
+XLXComPtr<ILXGroup> CacheTest::Group(const char* type, int number) {
     XLXComPtr<ILXGroup> group;
     EXPECT_EQ(Type(type)->GetGroup(number, group.Put()), S_OK) << type << " group " << number;
     return group;
 }
 
-void CacheTest::ExpectCalls(unsigned long long expected, const std::function<void()>& work)
-{
+void CacheTest::ExpectCalls(unsigned long long expected, const std::function<void()>& work) {
     const XCallCounts before = Calls().Counts();
     work();
     const XCallCounts made = Calls().Counts().Since(before);
-    if (std::getenv("LX_DISCARD") == nullptr)
-    {
+    if (std::getenv("LX_DISCARD") == nullptr) {
         EXPECT_EQ(made.Total() - made.Of("ILX_BaseDataObject::GetTypeName"), expected) << made.Text();
     }
 }

@@ -16,8 +16,7 @@
 XLXComPtr<ILXConfigFactoryCache> LXMakeCache();
 
 /// What a call left behind as the thread's error information; taking it clears it.
-struct LXErrorInformation
-{
+struct LXErrorInformation {
     bool present = false;
     XLXText description;
     XLXText source;
@@ -26,22 +25,17 @@ struct LXErrorInformation
 };
 
 std::string LXNarrow(XLXTextView text);
-inline void PrintTo(const XLXText& text, std::ostream* os)
-{
-    *os << LXNarrow(text);
-}
+inline void PrintTo(const XLXText& text, std::ostream* os) { *os << LXNarrow(text); }
 
 /// A property of an object as text; "<empty>" for an empty value, "<0x...>" for a failure.
 XLXText LXRead(ILXConfigObject* object, int member);
 
 /// The texts of a property of all elements of an enumeration; empty for a null one.
 template <class Element, class Enumerator>
-std::vector<std::string> LXReadAll(const XLXComPtr<Enumerator>& elements, int member)
-{
+std::vector<std::string> LXReadAll(const XLXComPtr<Enumerator>& elements, int member) {
     std::vector<std::string> texts;
     XLXComPtr<Element> element;
-    while (elements && elements->GetSingleNext(element.Put()) == S_OK)
-    {
+    while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
         texts.push_back(LXNarrow(LXRead(element.Get(), member)));
     }
     return texts;
@@ -54,8 +48,7 @@ XServerModel LXTestModel();
 
 /// With LX_DISCARD set, every call to the server also delivers a notification that invalidates everything, before it
 /// returns: "same" on the calling thread, "other" on another one that it waits for.
-class CacheTest : public testing::Test
-{
+class CacheTest : public testing::Test {
 protected:
     explicit CacheTest(XServerModel model = LXTestModel());
     ~CacheTest() override;

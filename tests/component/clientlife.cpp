@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "clientlife.h"
 
-namespace
-{
-XLXComBSTR B(const char* text)
-{
-    return XLXComBSTR(LXFromUtf8(text));
-}
+namespace {
+XLXComBSTR B(const char* text) { return XLXComBSTR(LXFromUtf8(text)); }
 } // namespace
 
-XServerModel LXLifeModel()
-{
+XServerModel LXLifeModel() {
     XServerModel model = LXTestModel();
     model.AddRelation("Item", "Pump", "nodes").AddPCInfo("Tree");
     model.AddRelation("Equipment", "Pump", "parts", 1).AddPCInfo("Tree", true);
@@ -31,40 +26,29 @@ XServerModel LXLifeModel()
 }
 
 XClientLife::XClientLife(XSampleServer& server, std::function<void(bool)> around)
-    : m_server(server), m_around(std::move(around))
-{}
+    : m_server(server), m_around(std::move(around)) {}
 
 XClientLife::~XClientLife() = default;
 
 template <class Call>
-HRESULT XClientLife::In(Call&& call)
-{
-    if (m_around)
-    {
-        m_around(true);
-    }
+HRESULT XClientLife::In(Call&& call) {
+    if (m_around) { m_around(true); }
     const HRESULT result = call();
-    if (m_around)
-    {
-        m_around(false);
-    }
+    if (m_around) { m_around(false); }
     return result;
 }
 
-XLifeStep& XClientLife::Note(const std::string& name, HRESULT result)
-{
+XLifeStep& XClientLife::Note(const std::string& name, HRESULT result) {
     XLifeStep& step = m_steps[m_phase + name];
     step.result = result;
     step.information = LXErrorInformation::Take().present;
     return step;
 }
 
-std::string XClientLife::Read(XLifeStep& step, ILXConfigObject* object, int member)
-{
+std::string XClientLife::Read(XLifeStep& step, ILXConfigObject* object, int member) {
     XLXComVariant value;
     const HRESULT result = In([&] { return object->GetProperty(member, value.Put()); });
-    if (FAILED(result) && SUCCEEDED(step.result))
-    {
+    if (FAILED(result) && SUCCEEDED(step.result)) {
         step.result = result;
         step.information = LXErrorInformation::Take().present;
     }
@@ -73,52 +57,39 @@ std::string XClientLife::Read(XLifeStep& step, ILXConfigObject* object, int memb
 }
 
 template <class Ask>
-void XClientLife::Step(const std::string& name, Ask&& ask)
-{
+void XClientLife::Step(const std::string& name, Ask&& ask) {
     Note(name, In(std::forward<Ask>(ask)));
 }
 
 template <class Object, class Ask>
-XLXComPtr<Object> XClientLife::One(const std::string& name, int member, Ask&& ask)
-{
+XLXComPtr<Object> XClientLife::One(const std::string& name, int member, Ask&& ask) {
     XLXComPtr<Object> object;
     XLifeStep& step = Note(name, In([&] { return ask(object.Put()); }));
     EXPECT_EQ(step.result == S_OK, static_cast<bool>(object)) << name;
-    if (object)
-    {
-        step.answer = Read(step, object.Get(), member);
-    }
+    if (object) { step.answer = Read(step, object.Get(), member); }
     return object;
 }
 
 template <class Element, class Enumerator, class Ask>
-void XClientLife::All(const std::string& name, int member, Ask&& ask)
-{
+void XClientLife::All(const std::string& name, int member, Ask&& ask) {
     XLXComPtr<Enumerator> elements;
     XLifeStep& step = Note(name, In([&] { return ask(elements.Put()); }));
     EXPECT_EQ(step.result == S_OK, static_cast<bool>(elements)) << name;
-    if (!elements)
-    {
-        return;
-    }
+    if (!elements) { return; }
     std::vector<std::string> texts; // sorted: the order of global format specs is that of their addresses
     XLXComPtr<Element> element;
-    while (In([&] { return elements->GetSingleNext(element.Put()); }) == S_OK)
-    {
+    while (In([&] { return elements->GetSingleNext(element.Put()); }) == S_OK) {
         texts.push_back(Read(step, element.Get(), member));
     }
     std::sort(texts.begin(), texts.end());
-    for (const std::string& text : texts)
-    {
+    for (const std::string& text : texts) {
         step.answer += text + " ";
     }
 }
 
-const XLifeSteps& XClientLife::Run()
-{
+const XLifeSteps& XClientLife::Run() {
     SetErrorInfo(0, nullptr);
-    if (Start())
-    {
+    if (Start()) {
         AskForTypes();
         AskForRelations();
         AskForDerivedTypes();
@@ -132,8 +103,7 @@ const XLifeSteps& XClientLife::Run()
     return m_steps;
 }
 
-bool XClientLife::Start()
-{
+bool XClientLife::Start() {
     m_cache = LXMakeCache();
     m_factory = m_cache.As<ILXConfigFactory>();
     std::vector<XLXComVariant> values;
@@ -148,8 +118,7 @@ bool XClientLife::Start()
     return SUCCEEDED(m_steps["Initialize"].result);
 }
 
-void XClientLife::AskForTypes()
-{
+void XClientLife::AskForTypes() {
     All<ILXType, ILXTypeEnum>("GetTypeEnum", XProperty::TypeName,
                               [&](auto out) { return m_factory->GetTypeEnum(nullptr, out); });
     All<ILXType, ILXTypeEnum>("GetSearchableTypeEnum", XProperty::TypeName,
@@ -158,22 +127,17 @@ void XClientLife::AskForTypes()
     One<ILXType>("GetType(Unknown)", 0, [&](auto out) { return m_factory->GetType(unknown.Get(), nullptr, out); });
     BSTR names[] = {unknown.Get()};
     Step("LoadTypesByTypeNames", [&] { return m_cache->LoadTypesByTypeNames(1, names, 1); });
-    for (const char* name : {"Equipment", "Pump"})
-    {
+    for (const char* name : {"Equipment", "Pump"}) {
         const auto object = m_server.DataObject(name);
         const auto type = One<ILXType>(std::string("GetCachedType(") + name + ")", XProperty::TypeName,
                                        [&](auto out) { return m_cache->GetCachedType(object.Get(), nullptr, out); });
-        if (type)
-        {
-            AskType(std::string(name) + ".", type.Get());
-        }
+        if (type) { AskType(std::string(name) + ".", type.Get()); }
     }
     All<ILXBrowserId, ILXBrowserIdEnum>("GetBrowserIdEnum", 0,
                                         [&](auto out) { return m_factory->GetBrowserIdEnum(out); });
 }
 
-void XClientLife::AskType(const std::string& prefix, ILXType* type)
-{
+void XClientLife::AskType(const std::string& prefix, ILXType* type) {
     const auto progId = B("E.Pump");
     const auto browser = B("Tree");
     const auto any = B("");
@@ -200,14 +164,10 @@ void XClientLife::AskType(const std::string& prefix, ILXType* type)
                           [&](auto out) { return type->GetDefaultEditor(browser.Get(), out); });
     const auto attribute = One<ILXAttribute>(prefix + "GetAttribute", XProperty::Label,
                                              [&](auto out) { return type->GetAttribute(head.Get(), out); });
-    if (attribute)
-    {
-        AskAttribute(prefix + "Head.", attribute.Get());
-    }
+    if (attribute) { AskAttribute(prefix + "Head.", attribute.Get()); }
 }
 
-void XClientLife::AskGroups(const std::string& prefix, ILXType* type)
-{
+void XClientLife::AskGroups(const std::string& prefix, ILXType* type) {
     const auto all = [&](const char* name, auto ask) {
         All<ILXGroup, ILXGroupEnum>(prefix + name, XProperty::GroupNumber, ask);
     };
@@ -217,15 +177,13 @@ void XClientLife::AskGroups(const std::string& prefix, ILXType* type)
     all("GetPageGroupEnum", [&](auto out) { return type->GetPageGroupEnum(1, out); });
     const auto group =
         One<ILXGroup>(prefix + "GetGroup", XProperty::GroupNumber, [&](auto out) { return type->GetGroup(7, out); });
-    if (group)
-    {
+    if (group) {
         One<ILXFormat>(prefix + "Group.GetFormat", 1, [&](auto out) { return group->GetFormat(out); });
         all("Group.GetChildGroupEnum", [&](auto out) { return group->GetChildGroupEnum(out); });
     }
 }
 
-void XClientLife::AskAttribute(const std::string& prefix, ILXAttribute* attribute)
-{
+void XClientLife::AskAttribute(const std::string& prefix, ILXAttribute* attribute) {
     One<ILXFormat>(prefix + "GetFormat", 1, [&](auto out) { return attribute->GetFormat(1, out); });
     One<ILXFormat>(prefix + "CreateFormat", 1, [&](auto out) { return attribute->CreateFormat(5, out); });
     Step(prefix + "DeleteFormat", [&] { return attribute->DeleteFormat(5); });
@@ -233,8 +191,7 @@ void XClientLife::AskAttribute(const std::string& prefix, ILXAttribute* attribut
                                                 [&](auto out) { return attribute->GetAttributeTypeEnum(out); });
 }
 
-void XClientLife::AskForRelations()
-{
+void XClientLife::AskForRelations() {
     const auto equipment = m_server.StoredObject("e");
     const auto pump = m_server.StoredObject("p");
     const auto relationship = m_server.StoredObject("rel");
@@ -262,16 +219,14 @@ void XClientLife::AskForRelations()
     const auto relation = One<ILXParentChild>("GetSinglePCRelation", XProperty::ChildName, [&](auto out) {
         return m_cache->GetSinglePCRelation(parent.Get(), child.Get(), nullptr, list.Get(), out);
     });
-    if (relation)
-    {
+    if (relation) {
         All<ILXPCInfo, ILXPCInfoEnum>("Relation.GetPCInfoEnum", 1,
                                       [&](auto out) { return relation->GetPCInfoEnum(out); });
         One<ILXPCInfo>("Relation.GetPCInfo", 1, [&](auto out) { return relation->GetPCInfo(browser.Get(), out); });
     }
 }
 
-void XClientLife::AskForDerivedTypes()
-{
+void XClientLife::AskForDerivedTypes() {
     const auto item = B("Item");
     const auto pump = B("Pump");
     const auto object = m_server.StoredObject("p");
@@ -283,16 +238,14 @@ void XClientLife::AskForDerivedTypes()
     LONG count = 0;
     BSTR* derived = nullptr;
     Step("GetAllDerivedTypes", [&] { return m_cache->GetAllDerivedTypes(item.Get(), &count, &derived); });
-    for (LONG i = 0; i < count; ++i)
-    {
+    for (LONG i = 0; i < count; ++i) {
         m_steps["GetAllDerivedTypes"].answer += LXNarrow(LXBstrView(derived[i])) + " ";
         SysFreeString(derived[i]);
     }
     CoTaskMemFree(derived);
 }
 
-void XClientLife::AskForSpecs()
-{
+void XClientLife::AskForSpecs() {
     const auto area = B("Area");
     All<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
         "GetAllGlobalAttributeFormatSpecs", 0,
@@ -308,8 +261,7 @@ void XClientLife::AskForSpecs()
 }
 
 // The notification is a call into the cache as any other, so the edit sends none itself.
-void XClientLife::Change()
-{
+void XClientLife::Change() {
     m_server.Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift", XNotify::No);
     m_server.Edit().AddType("Valve", "Item", XNotify::No);
     const auto update = m_cache.As<ILXCallbackUpdate>();
@@ -318,8 +270,7 @@ void XClientLife::Change()
     Step("DataObjectChanged", [&] { return update->DataObjectChanged(id.Get(), kind.Get(), 0, 1, 0, nullptr); });
 }
 
-void XClientLife::End()
-{
+void XClientLife::End() {
     const auto client = m_cache.As<IDPFObject>();
     Step("Terminate", [&] { return client->Terminate(); });
     m_factory.Reset();

@@ -11,16 +11,14 @@
 /// The types of LXTestModel, with relations, plan types, global format specs and data objects.
 XServerModel LXLifeModel();
 
-struct XLifeStep
-{
+struct XLifeStep {
     HRESULT result = S_OK; ///< the first failure in the step, else what its call answered
     std::string answer;    ///< the texts that were read; empty unless the call answered S_OK
     bool information = false;
 };
 using XLifeSteps = std::map<std::string, XLifeStep>;
 
-class XClientLife
-{
+class XClientLife {
 public:
     /// @param around  called with true before and with false after each call into the cache
     explicit XClientLife(XSampleServer& server, std::function<void(bool)> around = {});

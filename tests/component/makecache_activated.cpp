@@ -7,8 +7,7 @@
 
 #include <objbase.h>
 
-XLXComPtr<ILXConfigFactoryCache> LXMakeCache()
-{
+XLXComPtr<ILXConfigFactoryCache> LXMakeCache() {
     XLXComPtr<ILXConfigFactoryCache> cache;
     EXPECT_EQ(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER,
                                LXIid<ILXConfigFactoryCache>(), cache.PutVoid()),
@@ -16,17 +15,13 @@ XLXComPtr<ILXConfigFactoryCache> LXMakeCache()
     return cache;
 }
 
-namespace
-{
-class Registered : public testing::Environment
-{
-    void SetUp() override
-    {
+namespace {
+class Registered : public testing::Environment {
+    void SetUp() override {
         ASSERT_GE(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
         ASSERT_EQ(RegisterModule(), S_OK);
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         {
             const ModuleFile module;
             EXPECT_EQ(module.CanUnloadNow(), S_OK) << "an object of the component is still alive";
@@ -41,8 +36,7 @@ const LXLiveCounter g_serverObjects("objects of the sample server",
                                     [] { return XSampleServer::LiveObjectsOfAllServers(); });
 } // namespace
 
-TEST(Activated, ObjectsKeepTheModuleAfterTheManagerIsGone)
-{
+TEST(Activated, ObjectsKeepTheModuleAfterTheManagerIsGone) {
     const ModuleFile module;
     XLXComPtr<IUnknown> held;
     {
@@ -62,8 +56,7 @@ TEST(Activated, ObjectsKeepTheModuleAfterTheManagerIsGone)
     EXPECT_EQ(module.CanUnloadNow(), S_OK);
 }
 
-TEST(Activated, ARelationOfAPlanTypeKeepsTheModuleAlone)
-{
+TEST(Activated, ARelationOfAPlanTypeKeepsTheModuleAlone) {
     const ModuleFile module;
     XLXComPtr<ILXParentChild> held;
     {

@@ -3,13 +3,9 @@
 #include "lxconfigfactorycachemanager.h"
 #include "lxtestrunner.h"
 
-XLXComPtr<ILXConfigFactoryCache> LXMakeCache()
-{
-    return new XLXConfigFactoryCacheManager;
-}
+XLXComPtr<ILXConfigFactoryCache> LXMakeCache() { return new XLXConfigFactoryCacheManager; }
 
-namespace
-{
+namespace {
 const LXLiveCounter g_liveObjects("objects of the component", [] { return XModuleCount::LiveObjects(); });
 const LXLiveCounter g_serverObjects("objects of the sample server",
                                     [] { return XSampleServer::LiveObjectsOfAllServers(); });

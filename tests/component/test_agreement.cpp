@@ -8,10 +8,8 @@
 #include <future>
 #include <random>
 
-namespace
-{
-XServerModel GeneratedModel(int types, int attributesPerType)
-{
+namespace {
+XServerModel GeneratedModel(int types, int attributesPerType) {
     XGeneratorOptions options;
     options.types = types;
     options.attributesPerType = attributesPerType;
@@ -19,17 +17,14 @@ XServerModel GeneratedModel(int types, int attributesPerType)
 }
 
 /// Every answer about a type, one line each. A value that a server does not have is "<empty>" on both sides.
-class Answers
-{
+class Answers {
 public:
-    explicit Answers(ILXType* type)
-    {
+    explicit Answers(ILXType* type) {
         Object("type", type, 27); // the last member is the base type's object, which only the cache shows
         XLXComPtr<ILXAttributeEnum> attributes;
         type->GetDisplayAttributeEnum(0, attributes.Put()); // a server's GetAttributeEnum lists its own ones only
         XLXComPtr<ILXAttribute> attribute;
-        while (attributes && attributes->GetSingleNext(attribute.Put()) == S_OK)
-        {
+        while (attributes && attributes->GetSingleNext(attribute.Put()) == S_OK) {
             Attribute(attribute.Get());
         }
         Elements<ILXPage>("page", 7, &ILXType::GetPageEnum, type);
@@ -37,15 +32,13 @@ public:
         XLXComPtr<ILXGroupEnum> groups;
         type->GetGroupEnum(groups.Put());
         XLXComPtr<ILXGroup> group;
-        while (groups && groups->GetSingleNext(group.Put()) == S_OK)
-        {
+        while (groups && groups->GetSingleNext(group.Put()) == S_OK) {
             Object("group", group.Get(), 16);
             XLXComPtr<ILXGroupEnum> children;
             group->GetChildGroupEnum(children.Put());
             Names("child groups", LXReadAll<ILXGroup>(children, XProperty::GroupNumber));
         }
-        for (const LONG mask : {0, 1, 2, 4, 1 | 2 | 8})
-        {
+        for (const LONG mask : {0, 1, 2, 4, 1 | 2 | 8}) {
             XLXComPtr<ILXAttributeEnum> shown;
             type->GetDisplayAttributeEnum(mask, shown.Put());
             Names("shown", LXReadAll<ILXAttribute>(shown, XProperty::AttributeName));
@@ -56,51 +49,39 @@ public:
     static inline const std::string AttributeType = "attribute type ";
 
 private:
-    void Object(const char* what, ILXConfigObject* object, int members)
-    {
-        for (int member = 0; member < members; ++member)
-        {
+    void Object(const char* what, ILXConfigObject* object, int members) {
+        for (int member = 0; member < members; ++member) {
             m_lines.push_back(std::string(what) + " " + std::to_string(member) + " " +
                               LXNarrow(LXRead(object, member)));
         }
     }
-    void Names(const char* what, std::vector<std::string> names)
-    {
+    void Names(const char* what, std::vector<std::string> names) {
         std::sort(names.begin(), names.end());
         std::string line = what;
-        for (const std::string& name : names)
-        {
+        for (const std::string& name : names) {
             line += " " + name;
         }
         m_lines.push_back(line);
     }
-    void Attribute(ILXAttribute* attribute)
-    {
+    void Attribute(ILXAttribute* attribute) {
         Object("attribute", attribute, 60);
         XLXComPtr<ILXAttributeTypeEnum> types;
         attribute->GetAttributeTypeEnum(types.Put());
-        for (const std::string& type : LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName))
-        {
+        for (const std::string& type : LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName)) {
             m_lines.push_back(AttributeType + LXNarrow(LXRead(attribute, 0)) + " " + type);
         }
-        for (const int formatType : {0, 1, 2})
-        {
+        for (const int formatType : {0, 1, 2}) {
             XLXComPtr<ILXFormat> format;
-            if (attribute->GetFormat(formatType, format.Put()) == S_OK)
-            {
-                Object("format", format.Get(), 5);
-            }
+            if (attribute->GetFormat(formatType, format.Put()) == S_OK) { Object("format", format.Get(), 5); }
         }
     }
     template <class Element, class Enumerator>
     void Elements(const char* what, int members, HRESULT (STDMETHODCALLTYPE ILXType::*list)(Enumerator**),
-                  ILXType* type)
-    {
+                  ILXType* type) {
         XLXComPtr<Enumerator> elements;
         (type->*list)(elements.Put());
         XLXComPtr<Element> element;
-        while (elements && elements->GetSingleNext(element.Put()) == S_OK)
-        {
+        while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
             Object(what, element.Get(), members);
         }
     }
@@ -109,17 +90,14 @@ private:
 };
 } // namespace
 
-class Agreement : public CacheTest
-{
+class Agreement : public CacheTest {
 protected:
     explicit Agreement(XServerModel model = GeneratedModel(24, 6)) : CacheTest(std::move(model)) {}
 
     /// Asks cache and server for everything and compares. Lines are compared as sets, since only the order of names
     /// is the cache's own.
-    void ExpectAgreement()
-    {
-        for (const auto& [name, type] : m_server->Model().types)
-        {
+    void ExpectAgreement() {
+        for (const auto& [name, type] : m_server->Model().types) {
             const XLXComBSTR text(name);
             XLXComPtr<ILXType> cached;
             XLXComPtr<ILXType> direct;
@@ -143,18 +121,15 @@ protected:
 };
 
 /// With records that come with the objects of components, and without.
-class AgreementWithObjects : public Agreement, public testing::WithParamInterface<bool>
-{};
+class AgreementWithObjects : public Agreement, public testing::WithParamInterface<bool> {};
 
-TEST_P(AgreementWithObjects, AtRestAndAfterRandomEdits)
-{
+TEST_P(AgreementWithObjects, AtRestAndAfterRandomEdits) {
     const unsigned seed = std::random_device{}();
     SCOPED_TRACE("seed " + std::to_string(seed));
     m_server->DeliverComponentObjects(GetParam());
     ASSERT_EQ(Start(), S_OK);
     ExpectAgreement();
-    for (unsigned round = 0; round < 5; ++round)
-    {
+    for (unsigned round = 0; round < 5; ++round) {
         LXRandomEdits(*m_server, seed + round, 20);
         ExpectAgreement();
     }
@@ -164,28 +139,20 @@ TEST_P(AgreementWithObjects, AtRestAndAfterRandomEdits)
 INSTANTIATE_TEST_SUITE_P(Components, AgreementWithObjects, testing::Bool(),
                          [](const auto& test) { return test.param ? "Come" : "AreAskedFor"; });
 
-class Discarding : public Agreement, public testing::WithParamInterface<bool>
-{
+class Discarding : public Agreement, public testing::WithParamInterface<bool> {
 protected:
     Discarding() : Agreement(GeneratedModel(6, 2)) {}
 };
 
-TEST_P(Discarding, EveryCallIsOvertakenByANotificationThatInvalidatesEverything)
-{
+TEST_P(Discarding, EveryCallIsOvertakenByANotificationThatInvalidatesEverything) {
     ASSERT_EQ(Start(), S_OK);
     std::atomic<bool> inside{false};
     Calls().SetHook([&](const XServerCall& call) {
-        if (call.point != XCallPoint::Answer || inside.exchange(true))
-        {
-            return;
-        }
+        if (call.point != XCallPoint::Answer || inside.exchange(true)) { return; }
         const auto send = [&] { m_server->SendNotification("objects/everything/0/1"); };
-        if (GetParam())
-        {
+        if (GetParam()) {
             std::async(std::launch::async, send).get();
-        }
-        else
-        {
+        } else {
             send();
         }
         inside.store(false);

@@ -3,36 +3,31 @@
 // A type's pages, groups, attributes and editors.
 #include "cachefixture.h"
 
-class Components : public CacheTest
-{
+class Components : public CacheTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
     void TearDown() override { Terminate(); }
 
     using Names = std::vector<std::string>;
 
-    Names AttributeNames(const char* type)
-    {
+    Names AttributeNames(const char* type) {
         XLXComPtr<ILXAttributeEnum> attributes;
         Type(type)->GetAttributeEnum(attributes.Put());
         return LXReadAll<ILXAttribute>(attributes, XProperty::AttributeName);
     }
-    Names Displayed(LONG mask, int group = 0)
-    {
+    Names Displayed(LONG mask, int group = 0) {
         XLXComPtr<ILXAttributeEnum> attributes;
         const HRESULT result = group == 0 ? Type("Pump")->GetDisplayAttributeEnum(mask, attributes.Put())
                                           : Type("Pump")->GetDisplayGroupAttributeEnum(mask, group, attributes.Put());
         EXPECT_EQ(result, attributes ? S_OK : S_FALSE);
         return LXReadAll<ILXAttribute>(attributes, XProperty::AttributeName);
     }
-    static Names Numbers(const XLXComPtr<ILXGroupEnum>& groups)
-    {
+    static Names Numbers(const XLXComPtr<ILXGroupEnum>& groups) {
         return LXReadAll<ILXGroup>(groups, XProperty::GroupNumber);
     }
 };
 
-TEST_F(Components, DeliveredInBulkTheyMakeNoCall)
-{
+TEST_F(Components, DeliveredInBulkTheyMakeNoCall) {
     ExpectCalls(0, [&] {
         EXPECT_EQ(AttributeNames("Pump"), (Names{"Head", "Name", "Power", "Weight"}));
         EXPECT_EQ(LXRead(Attribute("Pump", "Power").Get(), XProperty::AttributeName), OLESTR("Power"));
@@ -46,14 +41,12 @@ TEST_F(Components, DeliveredInBulkTheyMakeNoCall)
     });
 }
 
-TEST_F(Components, TheBaseTypesDefinitionWins)
-{
+TEST_F(Components, TheBaseTypesDefinitionWins) {
     EXPECT_EQ(Attribute("Pump", "Name"), Attribute("Item", "Name"));
     EXPECT_EQ(LXRead(Attribute("Equipment", "Name").Get(), XProperty::Label), OLESTR("Name of the item"));
 }
 
-TEST_F(Components, OnlyAttributesAreInherited)
-{
+TEST_F(Components, OnlyAttributesAreInherited) {
     const auto pump = Type("Pump");
     XLXComPtr<ILXGroup> group;
     EXPECT_EQ(pump->GetGroup(7, group.Put()), S_OK);
@@ -64,8 +57,7 @@ TEST_F(Components, OnlyAttributesAreInherited)
     EXPECT_FALSE(pages);
 }
 
-TEST_F(Components, OwnAttributesAreThoseThatTheServerLists)
-{
+TEST_F(Components, OwnAttributesAreThoseThatTheServerLists) {
     XLXComPtr<ILXTypeInheritance> inheritance = Type("Equipment").As<ILXTypeInheritance>();
     XLXComPtr<ILXAttributeEnum> all;
     XLXComPtr<ILXAttributeEnum> own;
@@ -75,10 +67,8 @@ TEST_F(Components, OwnAttributesAreThoseThatTheServerLists)
     EXPECT_EQ(LXReadAll<ILXAttribute>(own, 0), (Names{"Name", "Power"}));
 }
 
-TEST_F(Components, DisplayMasksAndGroups)
-{
-    struct Setting
-    {
+TEST_F(Components, DisplayMasksAndGroups) {
+    struct Setting {
         const char* type;
         const char* name;
         int member;
@@ -93,8 +83,7 @@ TEST_F(Components, DisplayMasksAndGroups)
                                                     {"Equipment", "Power", XProperty::ShowInFinder, false},
                                                     {"Pump", "Head", XProperty::ShowInFinder, false},
                                                     {"Item", "Name", XProperty::NotInFinder, true},
-                                                    {"Item", "Weight", XProperty::NotInFinder, false}})
-    {
+                                                    {"Item", "Weight", XProperty::NotInFinder, false}}) {
         Edit().SetAttributeProperty(type, name, member, value);
     }
     const Names all{"Head", "Name", "Power", "Weight"};
@@ -113,8 +102,7 @@ TEST_F(Components, DisplayMasksAndGroups)
     EXPECT_EQ(Displayed(1), (Names{"Head", "Name", "Power"}));
 }
 
-TEST_F(Components, AFailingDisplayPropertyEndsTheCall)
-{
+TEST_F(Components, AFailingDisplayPropertyEndsTheCall) {
     EXPECT_EQ(Displayed(0).size(), 4u);
     Edit().SetAttributeProperty("Item", "Weight", XProperty::Label, "x"); // its facts are unknown now
     Calls().FailCall("ILXAttribute::GetProperties", E_ACCESSDENIED);
@@ -124,8 +112,7 @@ TEST_F(Components, AFailingDisplayPropertyEndsTheCall)
     EXPECT_EQ(Displayed(0).size(), 4u);
 }
 
-TEST_F(Components, GroupsByPageAndInsideEachOther)
-{
+TEST_F(Components, GroupsByPageAndInsideEachOther) {
     const auto item = Type("Item");
     XLXComPtr<ILXGroupEnum> groups;
     EXPECT_EQ(item->GetPageGroupEnum(1, groups.Put()), S_OK);
@@ -141,8 +128,7 @@ TEST_F(Components, GroupsByPageAndInsideEachOther)
     EXPECT_EQ(Numbers(groups), (Names{"3"}));
 }
 
-TEST_F(Components, ChildGroupsOfAGroupThatCannotSayItsNumber)
-{
+TEST_F(Components, ChildGroupsOfAGroupThatCannotSayItsNumber) {
     const auto group = Group("Item", 1);
     XLXComPtr<ILXGroupEnum> groups;
     ASSERT_EQ(group->SetProperty(XProperty::GroupNumber, XLXComVariant::FromI4(0).Get()), S_OK);
@@ -154,8 +140,7 @@ TEST_F(Components, ChildGroupsOfAGroupThatCannotSayItsNumber)
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("accessing group property LXCFG_groupnumber failed"));
 }
 
-TEST_F(Components, EditorsByProgIdAndByBrowser)
-{
+TEST_F(Components, EditorsByProgIdAndByBrowser) {
     const auto pump = Type("Pump");
     XLXComBSTR progId(OLESTR("E.Pump"));
     XLXComBSTR other(OLESTR("whatever"));
@@ -172,8 +157,7 @@ TEST_F(Components, EditorsByProgIdAndByBrowser)
     EXPECT_FALSE(LXErrorInformation::Take().present);
 }
 
-TEST_F(Components, AddedAndRemovedComponentsAreSeenAfterTheirNotification)
-{
+TEST_F(Components, AddedAndRemovedComponentsAreSeenAfterTheirNotification) {
     AttributeNames("Pump");
     const auto kept = Attribute("Pump", "Weight");
     Edit().AddAttribute("Item", "Colour", 1);
@@ -193,8 +177,7 @@ TEST_F(Components, AddedAndRemovedComponentsAreSeenAfterTheirNotification)
     EXPECT_EQ(Type("Item")->GetDefaultEditor(XLXComBSTR(OLESTR("tree")).Get(), editor.Put()), S_OK);
 }
 
-TEST_F(Components, ASnapshotStaysAsItWas)
-{
+TEST_F(Components, ASnapshotStaysAsItWas) {
     XLXComPtr<ILXAttributeEnum> before;
     ASSERT_EQ(Type("Document")->GetAttributeEnum(before.Put()), S_OK);
     Edit().AddAttribute("Document", "Author");
@@ -203,14 +186,12 @@ TEST_F(Components, ASnapshotStaysAsItWas)
 }
 
 /// Without bulk delivery the components come when they are asked for.
-class OnDemand : public Components
-{
+class OnDemand : public Components {
 protected:
     void SetUp() override { ASSERT_EQ(Start(0), S_OK); }
 };
 
-TEST_F(OnDemand, OneCallPerKindAndType)
-{
+TEST_F(OnDemand, OneCallPerKindAndType) {
     const auto pump = Type("Pump");
     XLXComPtr<ILXGroup> group;
     ExpectCalls(1, [&] { EXPECT_EQ(pump->GetGroup(7, group.Put()), S_OK); });
@@ -222,8 +203,7 @@ TEST_F(OnDemand, OneCallPerKindAndType)
     });
 }
 
-TEST_F(OnDemand, AServerWithNothingIsNotAskedAgain)
-{
+TEST_F(OnDemand, AServerWithNothingIsNotAskedAgain) {
     Calls().FailCall("ILXType::GetTypeComponentData", S_FALSE);
     XLXComPtr<ILXPageEnum> pages;
     const auto item = Type("Item");
@@ -233,8 +213,7 @@ TEST_F(OnDemand, AServerWithNothingIsNotAskedAgain)
     EXPECT_EQ(item->GetPageEnum(pages.Put()), S_OK);
 }
 
-TEST_F(OnDemand, AFailedFetchIsReportedAndTriedAgain)
-{
+TEST_F(OnDemand, AFailedFetchIsReportedAndTriedAgain) {
     const auto pump = Type("Pump");
     XLXComPtr<ILXAttributeEnum> attributes;
     Calls().FailCall("ILXType::GetTypeComponentData", E_ACCESSDENIED);

@@ -7,17 +7,14 @@
 #include <algorithm>
 #include <regex>
 
-namespace
-{
-struct XFault
-{
+namespace {
+struct XFault {
     const char* name;
     HRESULT result;
 };
 
 /// What a failed call may change in a step that then succeeds. The reliability document gives the reasons.
-struct XPrescribed
-{
+struct XPrescribed {
     const char* call;
     const char* step; ///< a regular expression
     std::string_view answer;
@@ -46,8 +43,7 @@ constexpr XPrescribed Prescribed[] = {
     {"ILX_BaseDataObject::GetTypeName", "GetCachedType|PC|PPR|IsPlantype", ""},
 };
 
-bool IsPrescribed(const std::string& call, const std::string& name, const XLifeStep& step)
-{
+bool IsPrescribed(const std::string& call, const std::string& name, const XLifeStep& step) {
     return std::any_of(std::begin(Prescribed), std::end(Prescribed), [&](const XPrescribed& row) {
         return call.find(row.call) != std::string::npos && std::regex_search(name, std::regex(row.step)) &&
                (row.answer == "*" || row.answer == step.answer);
@@ -56,13 +52,10 @@ bool IsPrescribed(const std::string& call, const std::string& name, const XLifeS
 
 /// Expects that every step gave the right answer, a failure, or what is prescribed for that fault.
 void ExpectRightAnswers(const XLifeSteps& steps, const XLifeSteps& undisturbed, HRESULT fault,
-                        const std::string& failed)
-{
-    for (const auto& [name, expected] : undisturbed)
-    {
+                        const std::string& failed) {
+    for (const auto& [name, expected] : undisturbed) {
         const auto found = steps.find(name);
-        if (found == steps.end())
-        {
+        if (found == steps.end()) {
             continue; // the object for it was not there; that step is judged
         }
         const XLifeStep& step = found->second;
@@ -74,24 +67,16 @@ void ExpectRightAnswers(const XLifeSteps& steps, const XLifeSteps& undisturbed, 
 }
 } // namespace
 
-class Faults : public testing::TestWithParam<XFault>
-{
+class Faults : public testing::TestWithParam<XFault> {
 protected:
     /// @param failing  the number of the call that goes wrong; 0 for none
     /// @param failed   the name of that call; empty when there were not so many
-    static XLifeSteps Live(unsigned long long failing, std::string& failed)
-    {
+    static XLifeSteps Live(unsigned long long failing, std::string& failed) {
         const auto server = XSampleServer::Create(LXLifeModel());
-        if (failing != 0)
-        {
-            server->Calls().FailCall("", GetParam().result, failing);
-        }
+        if (failing != 0) { server->Calls().FailCall("", GetParam().result, failing); }
         unsigned long long count = 0;
         server->Calls().SetHook([&](const XServerCall& call) {
-            if (call.point == XCallPoint::Arrival && ++count == failing)
-            {
-                failed = call.name;
-            }
+            if (call.point == XCallPoint::Arrival && ++count == failing) { failed = call.name; }
         });
         const XLifeSteps steps = XClientLife(*server).Run();
         server->Calls().SetHook({});
@@ -100,13 +85,11 @@ protected:
     }
 };
 
-TEST_P(Faults, OneMoreCallGoesWrongEachTime)
-{
+TEST_P(Faults, OneMoreCallGoesWrongEachTime) {
     std::string none;
     const XLifeSteps undisturbed = Live(0, none);
     unsigned long long points = 0;
-    for (std::string failed = "-"; !failed.empty(); ++points)
-    {
+    for (std::string failed = "-"; !failed.empty(); ++points) {
         failed.clear();
         ExpectRightAnswers(Live(points + 1, failed), undisturbed, GetParam().result, failed);
         ExpectRightAnswers(Live(0, none), undisturbed, E_FAIL, "second life");

@@ -7,16 +7,13 @@
 
 using namespace XLXCFCDataTransfer;
 
-namespace
-{
+namespace {
 /// A config factory that has nothing but bulk reads of types, and answers those with what the test gives it.
-class BulkOnlyFactory final : public ILXConfigFactory, public ILXConfigFactoryEx
-{
+class BulkOnlyFactory final : public ILXConfigFactory, public ILXConfigFactoryEx {
 public:
     std::function<XLXSafeArray()> next;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
-    {
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override {
         *ppv = IsEqualIID(iid, LXIid<ILXConfigFactory>()) || IsEqualIID(iid, IID_IUnknown)
                    ? static_cast<void*>(static_cast<ILXConfigFactory*>(this))
                : IsEqualIID(iid, LXIid<ILXConfigFactoryEx>())
@@ -27,17 +24,14 @@ public:
     ULONG STDMETHODCALLTYPE AddRef() override { return 2; } // lives on the test's stack
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
 
-    HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG, SAFEARRAY** array) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG, SAFEARRAY** array) override {
         *array = next().Detach();
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR, LONG, LONG mode, SAFEARRAY** array) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR, LONG, LONG mode, SAFEARRAY** array) override {
         return GetTypeArrayEx(mode, array);
     }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY*, LONG, LONG mode, SAFEARRAY** array) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY*, LONG, LONG mode, SAFEARRAY** array) override {
         return GetTypeArrayEx(mode, array);
     }
 
@@ -56,23 +50,19 @@ public:
     HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override {
         return E_NOTIMPL;
     }
     HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetVersion(BSTR*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE SetVersion(BSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override
-    {
+    HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override {
         return E_NOTIMPL;
     }
-    HRESULT STDMETHODCALLTYPE GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum**) override
-    {
+    HRESULT STDMETHODCALLTYPE GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum**) override {
         return E_NOTIMPL;
     }
-    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*) override
-    {
+    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*) override {
         return E_NOTIMPL;
     }
     HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpecByID(BSTR) override { return E_NOTIMPL; }
@@ -80,8 +70,7 @@ public:
 };
 
 /// One type without a server object, with the given component lists.
-XLXSafeArray TypeArray(XILXTypeComp components)
-{
+XLXSafeArray TypeArray(XILXTypeComp components) {
     XILXTypeMap types;
     types.names.emplace(OLESTR("Pump"), 0);
     XILXTypeData& type = types.records[0];
@@ -93,24 +82,20 @@ XLXSafeArray TypeArray(XILXTypeComp components)
     return GetArrayFromMap(std::move(types));
 }
 
-XLXSafeArray Flat(std::initializer_list<LONG> numbers)
-{
+XLXSafeArray Flat(std::initializer_list<LONG> numbers) {
     XArrayWriter writer;
-    for (const LONG number : numbers)
-    {
+    for (const LONG number : numbers) {
         writer.Add(XLXComVariant::FromI4(number));
     }
     return writer.Finish();
 }
 
-class Malformed : public testing::Test
-{
+class Malformed : public testing::Test {
 protected:
     Malformed() : m_cache(LXMakeCache()) {}
     ~Malformed() override { EXPECT_EQ(m_cache.As<IDPFObject>()->Terminate(), S_OK); }
 
-    HRESULT Start()
-    {
+    HRESULT Start() {
         XLXComVariant values[6];
         values[0] = XLXComVariant::FromUnknown(static_cast<ILXConfigFactory*>(&m_factory));
         values[3] = XLXComVariant::FromBool(true);
@@ -118,8 +103,7 @@ protected:
         values[5] = XLXComVariant::FromI4(15);
         return m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get());
     }
-    XLXComPtr<ILXType> Pump()
-    {
+    XLXComPtr<ILXType> Pump() {
         XLXComPtr<ILXType> pump;
         EXPECT_EQ(m_cache.As<ILXConfigFactory>()->GetType(XLXComBSTR(OLESTR("Pump")).Get(), nullptr, pump.Put()), S_OK);
         return pump;
@@ -130,8 +114,7 @@ protected:
 };
 } // namespace
 
-TEST_F(Malformed, TypeArraysAreRefusedAndTheNextQuestionAsksAgain)
-{
+TEST_F(Malformed, TypeArraysAreRefusedAndTheNextQuestionAsksAgain) {
     m_factory.next = [] { return Flat({1}); };
     EXPECT_EQ(Start(), E_INVALIDARG);
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("wrong safearray size"));
@@ -139,8 +122,7 @@ TEST_F(Malformed, TypeArraysAreRefusedAndTheNextQuestionAsksAgain)
     EXPECT_EQ(LXRead(Pump().Get(), 0), OLESTR("Pump"));
 }
 
-TEST_F(Malformed, AReloadThatFailsLeavesTheTypesAsTheyWere)
-{
+TEST_F(Malformed, AReloadThatFailsLeavesTheTypesAsTheyWere) {
     m_factory.next = [] { return TypeArray({}); };
     ASSERT_EQ(Start(), S_OK);
     const auto pump = Pump();
@@ -156,8 +138,7 @@ TEST_F(Malformed, AReloadThatFailsLeavesTheTypesAsTheyWere)
     EXPECT_EQ(pump, Pump());
 }
 
-TEST_F(Malformed, ComponentListsAreRefusedWhenTheyAreRead)
-{
+TEST_F(Malformed, ComponentListsAreRefusedWhenTheyAreRead) {
     m_factory.next = [] {
         XILXTypeComp components;
         components.pages = Flat({});

@@ -3,27 +3,23 @@
 // Cached objects: their property store, formats and attribute types.
 #include "cachefixture.h"
 
-class Objects : public CacheTest
-{
+class Objects : public CacheTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
     void TearDown() override { Terminate(); }
 
-    XLXComPtr<ILXFormat> Format(int type, HRESULT expected = S_OK)
-    {
+    XLXComPtr<ILXFormat> Format(int type, HRESULT expected = S_OK) {
         XLXComPtr<ILXFormat> format;
         EXPECT_EQ(Attribute("Pump", "Head")->GetFormat(type, format.Put()), expected);
         return format;
     }
-    std::vector<std::string> AttributeTypes()
-    {
+    std::vector<std::string> AttributeTypes() {
         XLXComPtr<ILXAttributeTypeEnum> types;
         const HRESULT result = Attribute("Pump", "Head")->GetAttributeTypeEnum(types.Put());
         EXPECT_EQ(result, types ? S_OK : S_FALSE);
         return LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName);
     }
-    static HRESULT Notify(IUnknown* object, const char* dataId)
-    {
+    static HRESULT Notify(IUnknown* object, const char* dataId) {
         const XLXComBSTR id(XLXText((XLXFormat() << dataId).Text()));
         const XLXComBSTR type(OLESTR("cfc_specific"));
         return XLXComPtr<IUnknown>(object).As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), type.Get(), 0, 0, 0,
@@ -31,8 +27,7 @@ protected:
     }
 };
 
-TEST_F(Objects, AnswerOneCallThenFromTheStore)
-{
+TEST_F(Objects, AnswerOneCallThenFromTheStore) {
     const auto format = Format(1);
     ExpectCalls(1, [&] { EXPECT_NE(LXRead(format.Get(), 0), OLESTR("<empty>")); });
     ExpectCalls(0, [&] { LXRead(format.Get(), 0); });
@@ -42,8 +37,7 @@ TEST_F(Objects, AnswerOneCallThenFromTheStore)
     EXPECT_EQ(untouched.AsLong(), 5);
 }
 
-TEST_F(Objects, RefuseWhatTheyCannotAnswer)
-{
+TEST_F(Objects, RefuseWhatTheyCannotAnswer) {
     const auto page = Type("Item");
     XLXComVariant value;
     EXPECT_EQ(page->GetProperty(1000, value.Put()), E_INVALIDARG);
@@ -58,8 +52,7 @@ TEST_F(Objects, RefuseWhatTheyCannotAnswer)
     EXPECT_FALSE(page.As<ISupportErrorInfo>());
 }
 
-TEST_F(Objects, WrittenValuesStayUntilTheServersComeBack)
-{
+TEST_F(Objects, WrittenValuesStayUntilTheServersComeBack) {
     const auto head = Attribute("Pump", "Head");
     const XLXComVariant mine = XLXComVariant::FromBstr(OLESTR("Mine"));
     EXPECT_EQ(head->SetProperty(XProperty::Label, mine.Get()), S_OK);
@@ -69,8 +62,7 @@ TEST_F(Objects, WrittenValuesStayUntilTheServersComeBack)
     EXPECT_EQ(LXRead(head.Get(), XProperty::Unit), OLESTR("m"));
 }
 
-TEST_F(Objects, FailedReadsAreReturnedAndTriedAgain)
-{
+TEST_F(Objects, FailedReadsAreReturnedAndTriedAgain) {
     const auto format = Format(1);
     Calls().FailCall("", E_ACCESSDENIED);
     EXPECT_EQ(LXRead(format.Get(), 0), OLESTR("<0x80070005>"));
@@ -79,8 +71,7 @@ TEST_F(Objects, FailedReadsAreReturnedAndTriedAgain)
     EXPECT_EQ(LXRead(format.Get(), 0).find(OLESTR("<0x")), XLXText::npos);
 }
 
-TEST_F(Objects, FormatsAreAskedForOnce)
-{
+TEST_F(Objects, FormatsAreAskedForOnce) {
     const auto first = Format(1);
     ExpectCalls(0, [&] { EXPECT_EQ(Format(1), first); });
     ExpectCalls(1, [&] { Format(9, S_FALSE); });
@@ -90,8 +81,7 @@ TEST_F(Objects, FormatsAreAskedForOnce)
     EXPECT_TRUE(Format(2));
 }
 
-TEST_F(Objects, FormatsAreCreatedAndDeletedOnTheServer)
-{
+TEST_F(Objects, FormatsAreCreatedAndDeletedOnTheServer) {
     const auto head = Attribute("Pump", "Head");
     XLXComPtr<ILXFormat> created;
     EXPECT_EQ(head->CreateFormat(5, created.Put()), S_OK);
@@ -107,8 +97,7 @@ TEST_F(Objects, FormatsAreCreatedAndDeletedOnTheServer)
         XLXText::npos);
 }
 
-TEST_F(Objects, AGroupHasOneFormat)
-{
+TEST_F(Objects, AGroupHasOneFormat) {
     XLXComPtr<ILXFormat> format;
     EXPECT_EQ(Group("Pump", 7)->GetFormat(format.Put()), S_OK);
     EXPECT_EQ(Group("Item", 1)->GetFormat(format.Put()), S_FALSE);
@@ -120,11 +109,9 @@ TEST_F(Objects, AGroupHasOneFormat)
               XLXText::npos);
 }
 
-TEST_F(Objects, AttributeTypesComeWithTheirAttributeOrInBatches)
-{
+TEST_F(Objects, AttributeTypesComeWithTheirAttributeOrInBatches) {
     ExpectCalls(0, [&] { EXPECT_EQ(AttributeTypes(), (std::vector<std::string>{"Feet", "Metres"})); });
-    for (int i = 0; i < 120; ++i)
-    {
+    for (int i = 0; i < 120; ++i) {
         Edit().AddAttributeType("Pump", "Head", "T" + std::to_string(1000 + i), XNotify::No);
     }
     EXPECT_EQ(Notify(Attribute("Pump", "Head").Get(), "objects/x/0/1024"), S_OK); // just the attribute types
@@ -138,15 +125,13 @@ TEST_F(Objects, AttributeTypesComeWithTheirAttributeOrInBatches)
 }
 
 /// Which notifications make which reads go to the server again.
-struct Effect
-{
+struct Effect {
     const char* dataId;
     bool store;
     bool formats;
 };
 
-TEST_F(Objects, EachClassHasItsOwnNotificationBits)
-{
+TEST_F(Objects, EachClassHasItsOwnNotificationBits) {
     const auto head = Attribute("Pump", "Head");
     const auto group = Group("Pump", 7);
     const auto check = [&](ILXConfigObject* object, const Effect& effect, const std::function<void()>& format) {
@@ -160,14 +145,12 @@ TEST_F(Objects, EachClassHasItsOwnNotificationBits)
                                  Effect{"objects/x/0/2048", true, true}, Effect{"objects/x/0/0", true, true},
                                  Effect{"objects/x/0/32", true, false}, Effect{"properties/x/0/512", true, false},
                                  Effect{"properties/x/0/2", false, false}, Effect{"other/x/0/512", true, false},
-                                 Effect{"other/x/0/64", false, false}, Effect{"objects", true, true}})
-    {
+                                 Effect{"other/x/0/64", false, false}, Effect{"objects", true, true}}) {
         SCOPED_TRACE(effect.dataId);
         check(head.Get(), effect, [&] { Format(1); });
     }
     for (const Effect& effect : {Effect{"objects/x/0/4096", true, true}, Effect{"objects/x/0/1024", true, false},
-                                 Effect{"properties/x/0/64", true, false}, Effect{"other/x/0/64", false, false}})
-    {
+                                 Effect{"properties/x/0/64", true, false}, Effect{"other/x/0/64", false, false}}) {
         SCOPED_TRACE(effect.dataId);
         check(group.Get(), effect, [&] {
             XLXComPtr<ILXFormat> format;

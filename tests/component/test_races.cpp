@@ -7,34 +7,22 @@
 #include <atomic>
 #include <future>
 
-class Races : public CacheTest
-{
+class Races : public CacheTest {
 protected:
-    void TearDown() override
-    {
+    void TearDown() override {
         Calls().SetHook({});
-        if (m_cache)
-        {
-            Terminate();
-        }
+        if (m_cache) { Terminate(); }
     }
 
     /// Runs an edit inside the next call of a method, after its answer was made: the answer is stale when it arrives.
     /// @param onOtherThread  the server waits in its call until the notification has returned on another thread
-    void EditInside(const char* method, bool onOtherThread, std::function<void()> edit)
-    {
+    void EditInside(const char* method, bool onOtherThread, std::function<void()> edit) {
         m_pending.store(true);
         Calls().SetHook([this, method, onOtherThread, edit = std::move(edit)](const XServerCall& call) {
-            if (call.name != method || call.point != XCallPoint::Answer || !m_pending.exchange(false))
-            {
-                return;
-            }
-            if (onOtherThread)
-            {
+            if (call.name != method || call.point != XCallPoint::Answer || !m_pending.exchange(false)) { return; }
+            if (onOtherThread) {
                 std::async(std::launch::async, edit).get();
-            }
-            else
-            {
+            } else {
                 edit();
             }
         });
@@ -45,11 +33,9 @@ private:
     std::atomic<bool> m_pending{false};
 };
 
-class OvertakenFetch : public Races, public testing::WithParamInterface<bool>
-{};
+class OvertakenFetch : public Races, public testing::WithParamInterface<bool> {};
 
-TEST_P(OvertakenFetch, TypeMap)
-{
+TEST_P(OvertakenFetch, TypeMap) {
     ASSERT_EQ(Start(), S_OK);
     EditInside("ILXConfigFactoryEx::GetTypeArrayEx", GetParam(), [&] { Edit().AddType("Valve", "Item"); });
     EXPECT_EQ(Edit().AddType("Tank", "Item").result, S_OK); // the next question reloads, and is overtaken
@@ -58,8 +44,7 @@ TEST_P(OvertakenFetch, TypeMap)
     EXPECT_EQ(LXRead(Type("Valve").Get(), 0), OLESTR("Valve"));
 }
 
-TEST_P(OvertakenFetch, TypeMapAtStartUp)
-{
+TEST_P(OvertakenFetch, TypeMapAtStartUp) {
     EditInside("ILXConfigFactoryEx::GetTypeArrayEx", GetParam(), [&] {
         Edit().AddType("Valve", "Item");
         Edit().AddAttribute("Item", "Colour");
@@ -74,8 +59,7 @@ TEST_P(OvertakenFetch, TypeMapAtStartUp)
     EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeLabel), OLESTR("New label"));
 }
 
-TEST_P(OvertakenFetch, PropertyStore)
-{
+TEST_P(OvertakenFetch, PropertyStore) {
     ASSERT_EQ(Start(), S_OK);
     const auto head = Attribute("Pump", "Head");
     const auto set = [&](const char* text) { Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, text); };
@@ -86,8 +70,7 @@ TEST_P(OvertakenFetch, PropertyStore)
     EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("second"));
 }
 
-TEST_P(OvertakenFetch, ComponentsOfATypeAndOfItsBase)
-{
+TEST_P(OvertakenFetch, ComponentsOfATypeAndOfItsBase) {
     ASSERT_EQ(Start(0), S_OK);
     EditInside("ILXType::GetTypeComponentData", GetParam(), [&] {
         Edit().AddAttribute("Item", "Colour");
@@ -101,8 +84,7 @@ TEST_P(OvertakenFetch, ComponentsOfATypeAndOfItsBase)
     EXPECT_EQ(LXRead(Attribute("Pump", "Weight").Get(), XProperty::Label), OLESTR("Mass"));
 }
 
-TEST_P(OvertakenFetch, ValuesThatWaitInDeliveredRecords)
-{
+TEST_P(OvertakenFetch, ValuesThatWaitInDeliveredRecords) {
     ASSERT_EQ(Start(), S_OK); // delivered, not parsed yet
     Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift");
     Edit().SetGroupProperty("Item", 1, XProperty::GroupLabel, "Chief");
@@ -110,8 +92,7 @@ TEST_P(OvertakenFetch, ValuesThatWaitInDeliveredRecords)
     EXPECT_EQ(LXRead(Group("Item", 1).Get(), XProperty::GroupLabel), OLESTR("Chief"));
 }
 
-TEST_P(OvertakenFetch, FormatAndItsNegativeAnswer)
-{
+TEST_P(OvertakenFetch, FormatAndItsNegativeAnswer) {
     ASSERT_EQ(Start(), S_OK);
     const auto head = Attribute("Pump", "Head");
     XLXComPtr<ILXFormat> format;
@@ -121,8 +102,7 @@ TEST_P(OvertakenFetch, FormatAndItsNegativeAnswer)
     EXPECT_EQ(head->GetFormat(9, format.Put()), S_OK);
 }
 
-TEST_P(OvertakenFetch, AttributeTypes)
-{
+TEST_P(OvertakenFetch, AttributeTypes) {
     ASSERT_EQ(Start(), S_OK);
     const auto head = Attribute("Pump", "Head");
     Edit().AddAttributeType("Pump", "Head", "Inches");
@@ -135,8 +115,7 @@ TEST_P(OvertakenFetch, AttributeTypes)
               (std::vector<std::string>{"Feet", "Inches", "Metres", "Yards"}));
 }
 
-TEST_P(OvertakenFetch, NegativeTypeAnswer)
-{
+TEST_P(OvertakenFetch, NegativeTypeAnswer) {
     ASSERT_EQ(Start(), S_OK);
     EditInside("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", GetParam(), [&] { Edit().AddType("Valve", "Item"); });
     XLXComPtr<ILXType> type;
@@ -149,8 +128,7 @@ TEST_P(OvertakenFetch, NegativeTypeAnswer)
 INSTANTIATE_TEST_SUITE_P(NotificationThread, OvertakenFetch, testing::Bool(),
                          [](const auto& test) { return test.param ? "Other" : "Same"; });
 
-TEST_F(Races, ABaseThatIsInvalidatedWhileADerivedTypeMergesIt)
-{
+TEST_F(Races, ABaseThatIsInvalidatedWhileADerivedTypeMergesIt) {
     ASSERT_EQ(Start(0), S_OK);
     LXRead(Attribute("Item", "Name").Get(), 0);
     // While the pump's own attributes are fetched, the base changes and is then completed by itself.
@@ -164,8 +142,7 @@ TEST_F(Races, ABaseThatIsInvalidatedWhileADerivedTypeMergesIt)
     EXPECT_EQ(LXRead(Attribute("Pump", "Colour").Get(), 0), OLESTR("Colour"));
 }
 
-TEST_F(Races, FirstQueriesOfSeveralKindsAtOnceFetchOncePerType)
-{
+TEST_F(Races, FirstQueriesOfSeveralKindsAtOnceFetchOncePerType) {
     ASSERT_EQ(Start(0), S_OK);
     Calls().Reset();
     auto gate = Calls().PauseAt("ILXType::GetTypeComponentData");
@@ -180,8 +157,7 @@ TEST_F(Races, FirstQueriesOfSeveralKindsAtOnceFetchOncePerType)
     EXPECT_LE(Calls().Of("ILXType::GetTypeComponentData"), 4u); // pump and two bases, and the pump's groups
 }
 
-TEST_F(Races, ReadersGoOnWhileANotificationWaitsForAServerThatFetches)
-{
+TEST_F(Races, ReadersGoOnWhileANotificationWaitsForAServerThatFetches) {
     ASSERT_EQ(Start(0), S_OK);
     LXRead(Type("Document").Get(), 0);
     auto gate = Calls().PauseAt("ILXType::GetTypeComponentData");
@@ -193,45 +169,35 @@ TEST_F(Races, ReadersGoOnWhileANotificationWaitsForAServerThatFetches)
     EXPECT_EQ(LXRead(fetch.get().Get(), 0), OLESTR("Head"));
 }
 
-TEST_F(Races, TerminateWhileReadersAndNotificationsRun)
-{
+TEST_F(Races, TerminateWhileReadersAndNotificationsRun) {
     ASSERT_EQ(Start(0), S_OK);
     std::atomic<bool> stop{false};
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-    {
+    for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&, i] {
             const XLXComBSTR name(OLESTR("Pump"));
-            for (int round = 0; !stop.load(); ++round)
-            {
+            for (int round = 0; !stop.load(); ++round) {
                 XLXComPtr<ILXType> type;
                 XLXComPtr<ILXAttributeEnum> attributes;
-                if (Factory()->GetType(name.Get(), nullptr, type.Put()) == S_OK)
-                {
+                if (Factory()->GetType(name.Get(), nullptr, type.Put()) == S_OK) {
                     type->GetAttributeEnum(attributes.Put());
                 }
-                if (i == 0)
-                {
-                    Edit().SetAttributeProperty("Item", "Name", XProperty::Label, std::to_string(round));
-                }
+                if (i == 0) { Edit().SetAttributeProperty("Item", "Name", XProperty::Label, std::to_string(round)); }
             }
         });
     }
-    for (int round = 0; round < 20; ++round)
-    {
+    for (int round = 0; round < 20; ++round) {
         EXPECT_EQ(Client()->Terminate(), S_OK);
         EXPECT_EQ(Start(0), S_OK);
     }
     stop.store(true);
-    for (std::thread& thread : threads)
-    {
+    for (std::thread& thread : threads) {
         thread.join();
     }
     EXPECT_EQ(LXRead(Attribute("Pump", "Head").Get(), 0), OLESTR("Head"));
 }
 
-TEST_F(Races, EveryReaderSeesAValueThatTheServerHadAndTheNewestInTheEnd)
-{
+TEST_F(Races, EveryReaderSeesAValueThatTheServerHadAndTheNewestInTheEnd) {
     ASSERT_EQ(Start(1), S_OK);
     std::atomic<int> newest{0};
     std::atomic<bool> stop{false};
@@ -239,11 +205,9 @@ TEST_F(Races, EveryReaderSeesAValueThatTheServerHadAndTheNewestInTheEnd)
     Edit().SetAttributeProperty("Item", "Name", XProperty::Label, "0");
     const auto name = Attribute("Pump", "Name");
     std::vector<std::thread> readers;
-    for (int i = 0; i < 8; ++i)
-    {
+    for (int i = 0; i < 8; ++i) {
         readers.emplace_back([&] {
-            while (!stop.load())
-            {
+            while (!stop.load()) {
                 const int value = std::stoi(LXNarrow(LXRead(name.Get(), XProperty::Label)));
                 wrong += value > newest.load() + 1 ? 1 : 0;
                 const auto attribute = Attribute("Equipment", "Name");
@@ -251,15 +215,13 @@ TEST_F(Races, EveryReaderSeesAValueThatTheServerHadAndTheNewestInTheEnd)
             }
         });
     }
-    for (int value = 1; value <= 200; ++value)
-    {
+    for (int value = 1; value <= 200; ++value) {
         Edit().SetAttributeProperty("Item", "Name", XProperty::Label, std::to_string(value));
         newest.store(value);
         EXPECT_EQ(LXRead(name.Get(), XProperty::Label), XLXText(XLXFormat() << LONG{value}));
     }
     stop.store(true);
-    for (std::thread& reader : readers)
-    {
+    for (std::thread& reader : readers) {
         reader.join();
     }
     EXPECT_EQ(wrong, 0);

@@ -4,22 +4,18 @@
 // program of their own, and use the cache from one thread at a time.
 #include "cachefixture.h"
 
-class ServerMode : public CacheTest
-{
+class ServerMode : public CacheTest {
 protected:
     ServerMode() { m_cache = LXMakeCache(); }
 
-    HRESULT StartInServer()
-    {
+    HRESULT StartInServer() {
         return m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
                                    m_server->DataUpdate().Get());
     }
-    HRESULT StartNamed(const std::vector<std::pair<const OLECHAR*, IUnknown*>>& objects)
-    {
+    HRESULT StartNamed(const std::vector<std::pair<const OLECHAR*, IUnknown*>>& objects) {
         std::vector<XLXComBSTR> names;
         std::vector<tagLXNamedValue> values;
-        for (const auto& [name, object] : objects)
-        {
+        for (const auto& [name, object] : objects) {
             names.emplace_back(XLXTextView(name));
             tagLXNamedValue value = {};
             value.bstrName = names.back().Get();
@@ -31,8 +27,7 @@ protected:
     }
 };
 
-TEST_F(ServerMode, WrapsTypesLinksBasesAndFetchesOnDemand)
-{
+TEST_F(ServerMode, WrapsTypesLinksBasesAndFetchesOnDemand) {
     ASSERT_EQ(StartInServer(), S_OK);
     EXPECT_EQ(Calls().Of("ILXConfigFactoryEx::GetTypeArrayEx"), 0u);
     LONG mode = 0;
@@ -47,8 +42,7 @@ TEST_F(ServerMode, WrapsTypesLinksBasesAndFetchesOnDemand)
     Terminate();
 }
 
-TEST_F(ServerMode, FetchesANewTypeWithItsBases)
-{
+TEST_F(ServerMode, FetchesANewTypeWithItsBases) {
     ASSERT_EQ(StartInServer(), S_OK);
     Edit().AddType("Tank", "Item", XNotify::No);
     Edit().AddType("Silo", "Tank", XNotify::No);
@@ -67,8 +61,7 @@ TEST_F(ServerMode, FetchesANewTypeWithItsBases)
     Terminate();
 }
 
-TEST_F(ServerMode, NotificationsArriveWithoutTranslation)
-{
+TEST_F(ServerMode, NotificationsArriveWithoutTranslation) {
     ASSERT_EQ(StartInServer(), S_OK);
     const auto head = Attribute("Pump", "Head");
     Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift");
@@ -83,8 +76,7 @@ TEST_F(ServerMode, NotificationsArriveWithoutTranslation)
     Terminate();
 }
 
-TEST_F(ServerMode, AttributesLoadedThroughAFormerServerObjectAreStale)
-{
+TEST_F(ServerMode, AttributesLoadedThroughAFormerServerObjectAreStale) {
     ASSERT_EQ(StartInServer(), S_OK);
     const auto document = Type("Document");
     const auto attributes = [&] {
@@ -103,8 +95,7 @@ TEST_F(ServerMode, AttributesLoadedThroughAFormerServerObjectAreStale)
     Terminate();
 }
 
-TEST_F(ServerMode, EntryPointTakesExactlyThreeNamedObjects)
-{
+TEST_F(ServerMode, EntryPointTakesExactlyThreeNamedObjects) {
     IUnknown* const factory = m_server->ConfigFactory().Get();
     const auto keepFactory = m_server->ConfigFactory();
     const auto query = m_server->Query();
@@ -127,21 +118,17 @@ TEST_F(ServerMode, EntryPointTakesExactlyThreeNamedObjects)
     Terminate();
 }
 
-TEST_F(ServerMode, TheQueryMayBeLeftOutByName)
-{
+TEST_F(ServerMode, TheQueryMayBeLeftOutByName) {
     const auto factory = m_server->ConfigFactory();
     const auto update = m_server->DataUpdate();
-    for (const VARTYPE type : {VT_UNKNOWN, VT_EMPTY})
-    {
+    for (const VARTYPE type : {VT_UNKNOWN, VT_EMPTY}) {
         const XLXComBSTR names[] = {XLXComBSTR(OLESTR("Configfactory")), XLXComBSTR(OLESTR("QueryEngine")),
                                     XLXComBSTR(OLESTR("UpdateMng"))};
         const XLXComVariant objects[] = {XLXComVariant::FromUnknown(factory.Get()), XLXComVariant(),
                                          XLXComVariant::FromUnknown(update.Get())};
-        for (const std::size_t left : {1u, 0u, 2u})
-        {
+        for (const std::size_t left : {1u, 0u, 2u}) {
             tagLXNamedValue values[3] = {};
-            for (std::size_t i = 0; i < 3; ++i)
-            {
+            for (std::size_t i = 0; i < 3; ++i) {
                 values[i] = {names[i].Get(), objects[i].Get()};
             }
             V_VT(&values[left].varValue) = type;

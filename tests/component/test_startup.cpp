@@ -6,10 +6,8 @@
 
 using Startup = CacheTest;
 
-TEST_F(Startup, OneBulkReadWhateverTheNumberOfTypes)
-{
-    for (const int types : {1, 50, 400})
-    {
+TEST_F(Startup, OneBulkReadWhateverTheNumberOfTypes) {
+    for (const int types : {1, 50, 400}) {
         XGeneratorOptions options;
         options.types = types;
         m_server = XSampleServer::Create(LXGenerateModel(options));
@@ -21,8 +19,7 @@ TEST_F(Startup, OneBulkReadWhateverTheNumberOfTypes)
     }
 }
 
-TEST_F(Startup, RegistersForBothDataTypesAndUnregisters)
-{
+TEST_F(Startup, RegistersForBothDataTypesAndUnregisters) {
     ASSERT_EQ(Start(), S_OK);
     ASSERT_EQ(m_server->Clients().size(), 1u);
     const XRegisteredClient client = m_server->Clients().front();
@@ -32,8 +29,7 @@ TEST_F(Startup, RegistersForBothDataTypesAndUnregisters)
     EXPECT_TRUE(m_server->Clients().empty());
 }
 
-TEST_F(Startup, WithoutNotificationsTheServiceIsNotTouched)
-{
+TEST_F(Startup, WithoutNotificationsTheServiceIsNotTouched) {
     std::vector<XLXComVariant> values = Arguments(15, true, false);
     values[2] = XLXComVariant();
     ASSERT_EQ(Initialize(std::move(values)), S_OK);
@@ -41,8 +37,7 @@ TEST_F(Startup, WithoutNotificationsTheServiceIsNotTouched)
     EXPECT_EQ(Calls().Of("ILXDataUpdate::RegisterCallback") + Calls().Of("ILXDataUpdate::UnregisterCallback"), 0u);
 }
 
-TEST_F(Startup, SeparateCallbackObjectPassesNotificationsOn)
-{
+TEST_F(Startup, SeparateCallbackObjectPassesNotificationsOn) {
     ASSERT_GE(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
     {
         const XCfgCacheCallbackRegistration registration;
@@ -55,8 +50,7 @@ TEST_F(Startup, SeparateCallbackObjectPassesNotificationsOn)
     CoUninitialize();
 }
 
-TEST_F(Startup, RefusesWrongArgumentsAndStaysUsable)
-{
+TEST_F(Startup, RefusesWrongArgumentsAndStaysUsable) {
     const auto cut = [&](std::size_t count) {
         std::vector<XLXComVariant> values = Arguments(15, false, false);
         values.resize(count);
@@ -77,10 +71,8 @@ TEST_F(Startup, RefusesWrongArgumentsAndStaysUsable)
     Terminate();
 }
 
-TEST_F(Startup, RefusalsNameTheValueAndWhatItShouldBe)
-{
-    struct Refusal
-    {
+TEST_F(Startup, RefusalsNameTheValueAndWhatItShouldBe) {
+    struct Refusal {
         std::size_t value;
         XLXComVariant odd;
         HRESULT result;
@@ -99,8 +91,7 @@ TEST_F(Startup, RefusalsNameTheValueAndWhatItShouldBe)
         {3, text(), DISP_E_TYPEMISMATCH, OLESTR("value 3 must be a boolean: no notifications")},
         {4, text(), DISP_E_TYPEMISMATCH, OLESTR("value 4 must be a boolean: a separate callback object")},
         {5, text(), DISP_E_TYPEMISMATCH, OLESTR("value 5 must be a number: the data transfer mode")}};
-    for (Refusal& refusal : refusals)
-    {
+    for (Refusal& refusal : refusals) {
         std::vector<XLXComVariant> values = Arguments(15, false, false);
         values[refusal.value] = std::move(refusal.odd);
         EXPECT_EQ(Initialize(std::move(values)), refusal.result) << refusal.value;
@@ -111,20 +102,16 @@ TEST_F(Startup, RefusalsNameTheValueAndWhatItShouldBe)
     EXPECT_EQ(Calls().Total(), 0u);
 }
 
-TEST_F(Startup, ValuesByReferenceAreTaken)
-{
+TEST_F(Startup, ValuesByReferenceAreTaken) {
     const auto values = Arguments(7, false, false);
     IUnknown* const query = V_UNKNOWN(&values[1].Get());
-    for (const bool isDirect : {false, true})
-    {
+    for (const bool isDirect : {false, true}) {
         std::vector<XLXComVariant> references(values.size());
-        for (std::size_t i = 0; i < values.size(); ++i)
-        {
+        for (std::size_t i = 0; i < values.size(); ++i) {
             V_VT(&references[i].Get()) = VT_BYREF | VT_VARIANT;
             V_BYREF(&references[i].Get()) = const_cast<VARIANT*>(&values[i].Get());
         }
-        if (isDirect)
-        {
+        if (isDirect) {
             V_VT(&references[1].Get()) = VT_BYREF | VT_UNKNOWN;
             V_BYREF(&references[1].Get()) = const_cast<IUnknown**>(&query);
         }
@@ -140,8 +127,7 @@ TEST_F(Startup, ValuesByReferenceAreTaken)
     }
 }
 
-TEST_F(Startup, ASecondInitialisationDoesNothing)
-{
+TEST_F(Startup, ASecondInitialisationDoesNothing) {
     ASSERT_EQ(Start(7), S_OK);
     const auto again = [&](std::vector<XLXComVariant> values, HRESULT expected) {
         ExpectCalls(0, [&] { EXPECT_EQ(Initialize(std::move(values)), expected); });
@@ -166,8 +152,7 @@ TEST_F(Startup, ASecondInitialisationDoesNothing)
     Terminate();
 }
 
-TEST_F(Startup, ServerModeIsRefusedAfterClientMode)
-{
+TEST_F(Startup, ServerModeIsRefusedAfterClientMode) {
     ASSERT_EQ(Start(), S_OK);
     EXPECT_EQ(
         m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(), m_server->DataUpdate().Get()),
@@ -181,10 +166,8 @@ TEST_F(Startup, ServerModeIsRefusedAfterClientMode)
     Terminate();
 }
 
-TEST_F(Startup, FailedRegistrationLeavesNothingBehind)
-{
-    for (const char* call : {"ILXDataUpdate::RegisterCallback", "ILXDataUpdate::EnableAdvicesDataType"})
-    {
+TEST_F(Startup, FailedRegistrationLeavesNothingBehind) {
+    for (const char* call : {"ILXDataUpdate::RegisterCallback", "ILXDataUpdate::EnableAdvicesDataType"}) {
         m_cache = LXMakeCache();
         Calls().FailCall(call, E_ACCESSDENIED);
         EXPECT_EQ(Start(), E_ACCESSDENIED) << call;
@@ -193,14 +176,12 @@ TEST_F(Startup, FailedRegistrationLeavesNothingBehind)
     }
 }
 
-TEST_F(Startup, AServerWithoutBulkReadsIsRefused)
-{
+TEST_F(Startup, AServerWithoutBulkReadsIsRefused) {
     m_server->RefuseBulkReads(true);
     EXPECT_EQ(Start(), E_POINTER);
 }
 
-TEST_F(Startup, FailedBulkReadIsReturnedAndRetriedByTheNextQuestion)
-{
+TEST_F(Startup, FailedBulkReadIsReturnedAndRetriedByTheNextQuestion) {
     Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayEx", E_ACCESSDENIED);
     EXPECT_EQ(Start(), E_ACCESSDENIED);
     const auto error = LXErrorInformation::Take();
@@ -211,8 +192,7 @@ TEST_F(Startup, FailedBulkReadIsReturnedAndRetriedByTheNextQuestion)
     Terminate();
 }
 
-TEST_F(Startup, EveryReferenceIsGivenBack)
-{
+TEST_F(Startup, EveryReferenceIsGivenBack) {
     ASSERT_EQ(Start(), S_OK);
     XLXComPtr<ILXAttributeEnum> attributes;
     const auto pump = Type("Pump");
@@ -224,8 +204,7 @@ TEST_F(Startup, EveryReferenceIsGivenBack)
     EXPECT_EQ(LXRead(pump.Get(), XProperty::TypeName), OLESTR("Pump"));
 }
 
-TEST_F(Startup, EndsAndStartsAgain)
-{
+TEST_F(Startup, EndsAndStartsAgain) {
     ASSERT_EQ(Start(), S_OK);
     Terminate();
     EXPECT_EQ(Client()->Terminate(), S_OK);
@@ -236,17 +215,14 @@ TEST_F(Startup, EndsAndStartsAgain)
     Terminate();
 }
 
-TEST_F(Startup, ManyInitialisationsAtOnceRegisterOnce)
-{
+TEST_F(Startup, ManyInitialisationsAtOnceRegisterOnce) {
     m_cache = LXMakeCache();
     std::vector<std::thread> threads;
     std::atomic<int> failures{0};
-    for (int i = 0; i < 8; ++i)
-    {
+    for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&] { failures += Start() == S_OK ? 0 : 1; });
     }
-    for (std::thread& thread : threads)
-    {
+    for (std::thread& thread : threads) {
         thread.join();
     }
     EXPECT_EQ(failures, 0);
@@ -255,8 +231,7 @@ TEST_F(Startup, ManyInitialisationsAtOnceRegisterOnce)
     Terminate();
 }
 
-TEST_F(Startup, ValidityServerEndAndIdentity)
-{
+TEST_F(Startup, ValidityServerEndAndIdentity) {
     ASSERT_EQ(Start(), S_OK);
     LONG valid = 0;
     EXPECT_EQ(m_cache->IsValid(&valid), S_OK);

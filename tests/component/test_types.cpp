@@ -3,19 +3,16 @@
 // Types by name, and what becomes of them when the server changes.
 #include "cachefixture.h"
 
-class Types : public CacheTest
-{
+class Types : public CacheTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
     void TearDown() override { Terminate(); }
 
-    HRESULT Find(const char* name, XLXComPtr<ILXType>& type)
-    {
+    HRESULT Find(const char* name, XLXComPtr<ILXType>& type) {
         const XLXComBSTR text(XLXText((XLXFormat() << name).Text()));
         return Factory()->GetType(text.Get(), nullptr, type.Put());
     }
-    std::vector<std::string> Listed(bool searchableOnly = false)
-    {
+    std::vector<std::string> Listed(bool searchableOnly = false) {
         XLXComPtr<ILXTypeEnum> types;
         const HRESULT result = searchableOnly ? Factory()->GetSearchableTypeEnum(types.Put())
                                               : Factory()->GetTypeEnum(nullptr, types.Put());
@@ -24,8 +21,7 @@ protected:
     }
 };
 
-TEST_F(Types, HitsAndNegativeAnswersMakeNoCall)
-{
+TEST_F(Types, HitsAndNegativeAnswersMakeNoCall) {
     ExpectCalls(0, [&] {
         const auto pump = Type("Pump");
         EXPECT_EQ(pump, Type("Pump"));
@@ -37,8 +33,7 @@ TEST_F(Types, HitsAndNegativeAnswersMakeNoCall)
     EXPECT_FALSE(none);
 }
 
-TEST_F(Types, NamesAreComparedExactly)
-{
+TEST_F(Types, NamesAreComparedExactly) {
     XLXComPtr<ILXType> type;
     EXPECT_EQ(Find("pump", type), S_FALSE);
     EXPECT_EQ(Find("", type), S_FALSE);
@@ -48,8 +43,7 @@ TEST_F(Types, NamesAreComparedExactly)
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: pObject"));
 }
 
-TEST_F(Types, EnumerationsListWhatTheServerLists)
-{
+TEST_F(Types, EnumerationsListWhatTheServerLists) {
     EXPECT_EQ(Listed(), (std::vector<std::string>{"Document", "Equipment", "Item", "Pump"}));
     Edit().SetTypeListed("Document", false);
     Edit().SetTypeProperty("Item", XProperty::Searchable, false);
@@ -57,8 +51,7 @@ TEST_F(Types, EnumerationsListWhatTheServerLists)
     EXPECT_EQ(Listed(true), (std::vector<std::string>{"Equipment", "Pump"}));
 }
 
-TEST_F(Types, BaseTypeIsLinkedAndShown)
-{
+TEST_F(Types, BaseTypeIsLinkedAndShown) {
     const auto pump = Type("Pump");
     XLXComVariant base;
     ASSERT_EQ(pump->GetProperty(27, base.Put()), S_OK);
@@ -70,8 +63,7 @@ TEST_F(Types, BaseTypeIsLinkedAndShown)
     EXPECT_EQ(byName.AsUnknown(), base.AsUnknown());
 }
 
-TEST_F(Types, AnAddedTypeReplacesItsNegativeAnswer)
-{
+TEST_F(Types, AnAddedTypeReplacesItsNegativeAnswer) {
     XLXComPtr<ILXType> valve;
     EXPECT_EQ(Find("Valve", valve), S_FALSE);
     EXPECT_EQ(Edit().AddType("Valve", "Equipment").result, S_OK);
@@ -80,8 +72,7 @@ TEST_F(Types, AnAddedTypeReplacesItsNegativeAnswer)
     EXPECT_EQ(valve->GetAttribute(XLXComBSTR(OLESTR("Power")).Get(), inherited.Put()), S_OK);
 }
 
-TEST_F(Types, WhatCallersHoldStaysCurrentAcrossARefill)
-{
+TEST_F(Types, WhatCallersHoldStaysCurrentAcrossARefill) {
     const auto pump = Type("Pump");
     const auto head = Attribute("Pump", "Head");
     const auto name = Attribute("Pump", "Name");
@@ -101,8 +92,7 @@ TEST_F(Types, WhatCallersHoldStaysCurrentAcrossARefill)
     EXPECT_EQ(LXRead(group.Get(), XProperty::GroupLabel), OLESTR("Rest"));
 }
 
-TEST_F(Types, LoadsNamedTypesWithTheirBasesInOneCall)
-{
+TEST_F(Types, LoadsNamedTypesWithTheirBasesInOneCall) {
     Edit().AddType("Tank", "Equipment", XNotify::No);
     Edit().AddType("Silo", "Tank", XNotify::No);
     XLXComBSTR silo(OLESTR("Silo"));
@@ -120,8 +110,7 @@ TEST_F(Types, LoadsNamedTypesWithTheirBasesInOneCall)
     EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, nullptr, 0), E_POINTER);
 }
 
-TEST_F(Types, AFetchedTypeBringsItsBases)
-{
+TEST_F(Types, AFetchedTypeBringsItsBases) {
     Edit().AddType("Tank", "Equipment", XNotify::No);
     Edit().AddType("Silo", "Tank", XNotify::No);
     Edit().AddAttribute("Tank", "Volume", 1, XNotify::No);
@@ -131,8 +120,7 @@ TEST_F(Types, AFetchedTypeBringsItsBases)
     EXPECT_EQ(silo->GetAttribute(XLXComBSTR(OLESTR("Volume")).Get(), volume.Put()), S_OK);
 }
 
-TEST_F(Types, ServerFailuresReachTheCallerAndAreNotKept)
-{
+TEST_F(Types, ServerFailuresReachTheCallerAndAreNotKept) {
     XLXComPtr<ILXType> type;
     Edit().AddType("Tank", "Equipment", XNotify::No);
     Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", E_ACCESSDENIED);
@@ -141,8 +129,7 @@ TEST_F(Types, ServerFailuresReachTheCallerAndAreNotKept)
     EXPECT_EQ(Find("Tank", type), S_OK);
 }
 
-TEST_F(Types, ATypeThatIsItsOwnBaseIsCachedWithoutOne)
-{
+TEST_F(Types, ATypeThatIsItsOwnBaseIsCachedWithoutOne) {
     Edit().Change(
         [](XServerModel& model) {
             model.AddType("Loop").properties.Set(XProperty::BaseTypeName, "Loop");
@@ -151,8 +138,7 @@ TEST_F(Types, ATypeThatIsItsOwnBaseIsCachedWithoutOne)
             model.types.at(OLESTR("A"))->properties.Set(XProperty::BaseTypeName, "B");
         },
         "objects/Loop/0/2");
-    for (const char* name : {"Loop", "A", "B"})
-    {
+    for (const char* name : {"Loop", "A", "B"}) {
         XLXComPtr<ILXType> type;
         ASSERT_EQ(Find(name, type), S_OK) << name;
         XLXComPtr<ILXAttributeEnum> attributes;
@@ -163,8 +149,7 @@ TEST_F(Types, ATypeThatIsItsOwnBaseIsCachedWithoutOne)
 
 // Whichever of the types comes first when their bases are linked, a link that is yet to be replaced makes it look as
 // if the new one closed a circle.
-TEST_F(Types, BasesThatChangePlacesAreAllLinkedAnew)
-{
+TEST_F(Types, BasesThatChangePlacesAreAllLinkedAnew) {
     Edit().Change(
         [](XServerModel& model) {
             model.AddType("A", "Item").AddAttribute("OfA");
@@ -180,8 +165,7 @@ TEST_F(Types, BasesThatChangePlacesAreAllLinkedAnew)
     const auto setBases = [this](std::map<XLXText, const char*> bases) {
         Edit().Change(
             [&](XServerModel& model) {
-                for (const auto& [name, base] : bases)
-                {
+                for (const auto& [name, base] : bases) {
                     model.types.at(name)->properties.Set(XProperty::BaseTypeName, base);
                 }
             },
@@ -194,8 +178,7 @@ TEST_F(Types, BasesThatChangePlacesAreAllLinkedAnew)
     EXPECT_TRUE(has("C", OLESTR("OfA")) && has("C", OLESTR("OfB")) && has("C", OLESTR("Name")));
 }
 
-TEST_F(Types, AddTypeWrapsTheServersNewType)
-{
+TEST_F(Types, AddTypeWrapsTheServersNewType) {
     XLXComPtr<ILXType> added;
     EXPECT_EQ(Factory()->AddType(added.Put()), S_OK);
     ASSERT_TRUE(added);
@@ -204,8 +187,7 @@ TEST_F(Types, AddTypeWrapsTheServersNewType)
     EXPECT_EQ(Factory()->AddType(added.Put()), E_ACCESSDENIED);
 }
 
-TEST_F(Types, RefusedMethodsLeaveErrorInformationAlone)
-{
+TEST_F(Types, RefusedMethodsLeaveErrorInformationAlone) {
     XLXComPtr<ICreateErrorInfo> mine;
     ASSERT_EQ(CreateErrorInfo(mine.Put()), S_OK);
     XLXComBSTR text(OLESTR("mine"));
@@ -233,8 +215,7 @@ TEST_F(Types, RefusedMethodsLeaveErrorInformationAlone)
                                factory->GetPCArray(&array),
                                factory->DeleteDatabase(),
                                factory->SetVersion(text.Get())};
-    for (const HRESULT result : refused)
-    {
+    for (const HRESULT result : refused) {
         EXPECT_EQ(result, E_NOTIMPL);
     }
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("mine"));

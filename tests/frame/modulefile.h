@@ -17,8 +17,7 @@ HRESULT UnregisterModule();
 /// Whether the process still has the module.
 bool ModuleIsLoaded();
 
-class ModuleFile
-{
+class ModuleFile {
 public:
     ModuleFile();
     ~ModuleFile();
@@ -30,13 +29,11 @@ public:
     HRESULT CanUnloadNow() const { return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow")(); }
     HRESULT RegisterServer() const { return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllRegisterServer")(); }
     HRESULT UnregisterServer() const { return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllUnregisterServer")(); }
-    HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out) const
-    {
+    HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out) const {
         using Signature = HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, void**);
         return Function<Signature>("DllGetClassObject")(clsid, iid, out);
     }
-    XLXComPtr<IClassFactory> Factory() const
-    {
+    XLXComPtr<IClassFactory> Factory() const {
         XLXComPtr<IClassFactory> factory;
         GetClassObject(CLSID_LXConfigFactoryCache, IID_IClassFactory, factory.PutVoid());
         return factory;
@@ -46,8 +43,7 @@ private:
     void* Address(const char* name) const;
 
     template <class Signature>
-    Signature Function(const char* name) const
-    {
+    Signature Function(const char* name) const {
         return reinterpret_cast<Signature>(Address(name));
     }
 

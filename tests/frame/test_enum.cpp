@@ -19,27 +19,21 @@ template class XLXEnumWithDelete<ILXParentChildEnum, ILXParentChild>;
 template class XLXEnumWithDelete<ILXPCInfoEnum, ILXPCInfo>;
 template class XLXEnumWithDelete<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>;
 
-namespace
-{
+namespace {
 using Enumerator = XLXEnumWithDelete<ILXBrowserIdEnum, ILXBrowserId>;
 using Items = Enumerator::Items;
 
 /// A counted element that refuses everything else.
-class FakeBrowserId final : public ILXBrowserId
-{
+class FakeBrowserId final : public ILXBrowserId {
 public:
     FakeBrowserId() { ++alive; }
     ~FakeBrowserId() { --alive; }
 
     STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
     STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
+    STDMETHODIMP_(ULONG) Release() override {
         const ULONG left = --m_references;
-        if (left == 0)
-        {
-            delete this;
-        }
+        if (left == 0) { delete this; }
         return left;
     }
     STDMETHODIMP Get(BSTR, VARIANT*) override { return E_NOTIMPL; }
@@ -61,81 +55,63 @@ private:
 const LXLiveCounter elements("elements", [] { return FakeBrowserId::alive.load(); });
 const LXLiveCounter enumerators("enumerators", [] { return XModuleCount::LiveObjects(); });
 
-Items MakeItems(size_t count)
-{
+Items MakeItems(size_t count) {
     Items items;
-    for (size_t i = 0; i < count; ++i)
-    {
+    for (size_t i = 0; i < count; ++i) {
         items.emplace_back(new FakeBrowserId);
     }
     return items;
 }
 
 /// An enumerator over that many elements, which may be none.
-XLXComPtr<ILXBrowserIdEnum> Over(size_t count)
-{
-    return XLXComPtr<ILXBrowserIdEnum>(new Enumerator(MakeItems(count)));
-}
+XLXComPtr<ILXBrowserIdEnum> Over(size_t count) { return XLXComPtr<ILXBrowserIdEnum>(new Enumerator(MakeItems(count))); }
 
-enum Method
-{
+enum Method {
     Next, // argument: elements asked for; expects the answer and the number fetched
     Skip, // argument: elements passed over
     Reset,
     Single, // expects 1 or 0 fetched
 };
 
-struct Step
-{
+struct Step {
     Method method;
     ULONG argument;
     HRESULT answer;
     ULONG fetched;
 };
 
-struct Walk
-{
+struct Walk {
     const char* name;
     size_t elements;
     std::vector<Step> steps;
 };
 
-class EnumeratorWalk : public testing::TestWithParam<Walk>
-{};
+class EnumeratorWalk : public testing::TestWithParam<Walk> {};
 
 /// Takes one step and answers how many elements it gave.
-HRESULT Take(ILXBrowserIdEnum& from, const Step& step, Items& got)
-{
+HRESULT Take(ILXBrowserIdEnum& from, const Step& step, Items& got) {
     ILXBrowserId* raw[8] = {};
     ULONG fetched = 99;
     HRESULT answer = E_UNEXPECTED;
-    switch (step.method)
-    {
-    case Next:
-        answer = from.RemNext(step.argument, raw, &fetched);
-        break;
+    switch (step.method) {
+    case Next: answer = from.RemNext(step.argument, raw, &fetched); break;
     case Single:
         raw[0] = reinterpret_cast<ILXBrowserId*>(&raw); // must be overwritten
         answer = from.GetSingleNext(raw);
         fetched = raw[0] != nullptr ? 1 : 0;
         break;
-    default:
-        answer = step.method == Skip ? from.Skip(step.argument) : from.Reset();
-        fetched = 0;
+    default: answer = step.method == Skip ? from.Skip(step.argument) : from.Reset(); fetched = 0;
     }
-    for (ULONG i = 0; i < fetched && i < std::size(raw); ++i)
-    {
+    for (ULONG i = 0; i < fetched && i < std::size(raw); ++i) {
         got.push_back(LXAttach(raw[i]));
     }
     return answer;
 }
 
-TEST_P(EnumeratorWalk, AnswersStepByStep)
-{
+TEST_P(EnumeratorWalk, AnswersStepByStep) {
     const XLXComPtr<ILXBrowserIdEnum> walked = Over(GetParam().elements);
     int number = 0;
-    for (const Step& step : GetParam().steps)
-    {
+    for (const Step& step : GetParam().steps) {
         Items got;
         EXPECT_EQ(Take(*walked, step, got), step.answer) << "step " << number;
         EXPECT_EQ(got.size(), step.fetched) << "step " << number;
@@ -156,8 +132,7 @@ const Walk walks[] = {
 INSTANTIATE_TEST_SUITE_P(Enum, EnumeratorWalk, testing::ValuesIn(walks),
                          [](const auto& walk) { return walk.param.name; });
 
-TEST(Enumerator, GivesTheElementsInOrderAndAReferenceEach)
-{
+TEST(Enumerator, GivesTheElementsInOrderAndAReferenceEach) {
     Items items = MakeItems(3);
     const std::vector<ILXBrowserId*> order{items[0].Get(), items[1].Get(), items[2].Get()};
     XLXComPtr<ILXBrowserIdEnum> walked;
@@ -168,15 +143,13 @@ TEST(Enumerator, GivesTheElementsInOrderAndAReferenceEach)
     EXPECT_TRUE(std::equal(order.begin(), order.end(), got));
     walked.Reset();
     EXPECT_EQ(XModuleCount::LiveObjects(), 0);
-    for (ILXBrowserId* const element : got)
-    {
+    for (ILXBrowserId* const element : got) {
         EXPECT_EQ(element->Release(), 0u); // ours was the last reference
     }
     EXPECT_EQ(FakeBrowserId::alive, 0);
 }
 
-TEST(Enumerator, IsHandedOutOnlyOverSomething)
-{
+TEST(Enumerator, IsHandedOutOnlyOverSomething) {
     ILXBrowserIdEnum* out = reinterpret_cast<ILXBrowserIdEnum*>(&out);
     EXPECT_EQ(LXHandOutEnumerator(Items(), &out), S_FALSE);
     EXPECT_EQ(out, nullptr);
@@ -187,8 +160,7 @@ TEST(Enumerator, IsHandedOutOnlyOverSomething)
     EXPECT_EQ(FakeBrowserId::alive, 0);
 }
 
-TEST(Enumerator, RefusesNullPointersCloningAndForeignInterfaces)
-{
+TEST(Enumerator, RefusesNullPointersCloningAndForeignInterfaces) {
     const XLXComPtr<ILXBrowserIdEnum> walked = Over(1);
     XLXComPtr<ILXBrowserId> element;
     ULONG fetched = 7;
@@ -206,8 +178,7 @@ TEST(Enumerator, RefusesNullPointersCloningAndForeignInterfaces)
     EXPECT_EQ(walked->GetSingleNext(element.Put()), S_OK) << "no refusal moved the cursor";
 }
 
-TEST(Enumerator, NeedsNoArrayForNoElements)
-{
+TEST(Enumerator, NeedsNoArrayForNoElements) {
     const XLXComPtr<ILXBrowserIdEnum> walked = Over(1);
     ULONG fetched = 7;
     EXPECT_EQ(walked->RemNext(0, nullptr, &fetched), S_OK);
@@ -220,8 +191,7 @@ TEST(Enumerator, NeedsNoArrayForNoElements)
     EXPECT_EQ(walked->RemNext(1, nullptr, &fetched), E_POINTER) << "at the end too";
 }
 
-TEST(Enumerator, SaysWhichInterfaceHasErrorInformation)
-{
+TEST(Enumerator, SaysWhichInterfaceHasErrorInformation) {
     const XLXComPtr<ILXBrowserIdEnum> walked = Over(1);
     const auto support = walked.As<ISupportErrorInfo>();
     ASSERT_TRUE(support);
@@ -230,26 +200,21 @@ TEST(Enumerator, SaysWhichInterfaceHasErrorInformation)
     EXPECT_EQ(support.As<IUnknown>(), walked.As<IUnknown>());
 }
 
-TEST(Enumerator, SharedByThreadsGivesEachElementOnce)
-{
+TEST(Enumerator, SharedByThreadsGivesEachElementOnce) {
     constexpr size_t Count = 20000;
     const XLXComPtr<ILXBrowserIdEnum> walked = Over(Count);
     std::vector<Items> got(4);
     std::vector<std::thread> threads;
-    for (size_t t = 0; t < got.size(); ++t)
-    {
+    for (size_t t = 0; t < got.size(); ++t) {
         threads.emplace_back([&walked, &mine = got[t], t] {
             const Step step{t % 2 == 0 ? Next : Single, 3, S_OK, 3};
-            while (Take(*walked, step, mine) == S_OK)
-            {}
+            while (Take(*walked, step, mine) == S_OK) {}
         });
     }
     std::set<ILXBrowserId*> all;
-    for (size_t t = 0; t < got.size(); ++t)
-    {
+    for (size_t t = 0; t < got.size(); ++t) {
         threads[t].join();
-        for (const auto& element : got[t])
-        {
+        for (const auto& element : got[t]) {
             EXPECT_TRUE(all.insert(element.Get()).second);
         }
     }
@@ -257,24 +222,20 @@ TEST(Enumerator, SharedByThreadsGivesEachElementOnce)
 }
 
 template <class F>
-std::chrono::nanoseconds Time(F&& round)
-{
+std::chrono::nanoseconds Time(F&& round) {
     const auto begin = std::chrono::steady_clock::now();
-    for (int i = 0; i < 100; ++i)
-    {
+    for (int i = 0; i < 100; ++i) {
         round();
     }
     return std::chrono::steady_clock::now() - begin;
 }
 
 // Compares the best of each; on a busy machine it takes some runs until both have had an undisturbed one.
-TEST(Enumerator, CostsLittleMoreThanCopyingTheReferences)
-{
+TEST(Enumerator, CostsLittleMoreThanCopyingTheReferences) {
     const Items source = MakeItems(500);
     auto copying = std::chrono::nanoseconds::max();
     auto handingOut = std::chrono::nanoseconds::max();
-    for (int run = 0; run < 10 || (run < 500 && handingOut > 2 * copying); ++run)
-    {
+    for (int run = 0; run < 10 || (run < 500 && handingOut > 2 * copying); ++run) {
         copying = std::min(copying, Time([&] { const Items copy(source); }));
         handingOut = std::min(handingOut, Time([&] {
                                   XLXComPtr<ILXBrowserIdEnum> out;

@@ -9,35 +9,24 @@
 #include <functional>
 #include <new>
 
-namespace
-{
+namespace {
 /// Its construction does what the test says.
-class Fragile final : public IUnknown
-{
+class Fragile final : public IUnknown {
 public:
-    Fragile()
-    {
-        if (construct)
-        {
-            construct();
-        }
+    Fragile() {
+        if (construct) { construct(); }
         ++alive;
     }
     ~Fragile() { --alive; }
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override
-    {
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
         *out = iid == IID_IUnknown ? this : nullptr;
         return *out != nullptr ? AddRef(), S_OK : RPC_E_CALL_REJECTED;
     }
     STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
+    STDMETHODIMP_(ULONG) Release() override {
         const ULONG left = --m_references;
-        if (left == 0)
-        {
-            delete this;
-        }
+        if (left == 0) { delete this; }
         return left;
     }
 
@@ -51,22 +40,17 @@ private:
 const LXLiveCounter objects("objects", [] { return Fragile::alive; });
 const LXLiveCounter locks("locks", [] { return static_cast<long>(XModuleCount::Locks()); });
 
-class Factory : public testing::Test
-{
+class Factory : public testing::Test {
 protected:
     void TearDown() override { Fragile::construct = nullptr; }
 
     /// Creates an object; an out pointer that is not null after a failure is released, and reported.
-    HRESULT Create(REFIID iid = IID_IUnknown)
-    {
+    HRESULT Create(REFIID iid = IID_IUnknown) {
         IUnknown* object = reinterpret_cast<IUnknown*>(&object);
         const HRESULT result = m_factory->CreateInstance(nullptr, iid, reinterpret_cast<void**>(&object));
         EXPECT_EQ(object != nullptr, SUCCEEDED(result));
         EXPECT_EQ(Fragile::alive, SUCCEEDED(result) ? 1 : 0);
-        if (SUCCEEDED(result))
-        {
-            EXPECT_EQ(object->Release(), 0u);
-        }
+        if (SUCCEEDED(result)) { EXPECT_EQ(object->Release(), 0u); }
         return result;
     }
 
@@ -75,8 +59,7 @@ private:
     const XLXComPtr<IClassFactory> m_factory = LXAttach(LXComClassFactory::XFactoryNoPing<Fragile>::Create());
 };
 
-TEST_F(Factory, AnswersTheFailureOfEachStepOfTheCreation)
-{
+TEST_F(Factory, AnswersTheFailureOfEachStepOfTheCreation) {
     EXPECT_EQ(Create(), S_OK);
     EXPECT_EQ(Create(IID_IClassFactory), RPC_E_CALL_REJECTED);
     Fragile::construct = [] { throw std::bad_alloc(); };

@@ -9,16 +9,13 @@
 #include <thread>
 #include <vector>
 
-namespace
-{
+namespace {
 /// Loads the module for one test, and requires that it goes when nothing is held.
-class Module : public testing::Test
-{
+class Module : public testing::Test {
 protected:
     void SetUp() override { m_module = std::make_unique<ModuleFile>(); }
 
-    void TearDown() override
-    {
+    void TearDown() override {
         EXPECT_EQ(m_module->CanUnloadNow(), S_OK);
         m_module.reset();
         EXPECT_FALSE(ModuleIsLoaded());
@@ -26,8 +23,7 @@ protected:
 
     const ModuleFile& File() const { return *m_module; }
 
-    XLXComPtr<IUnknown> NewObject() const
-    {
+    XLXComPtr<IUnknown> NewObject() const {
         XLXComPtr<IUnknown> object;
         EXPECT_EQ(File().Factory()->CreateInstance(nullptr, IID_IUnknown, object.PutVoid()), S_OK);
         return object;
@@ -42,8 +38,7 @@ constexpr IID UnknownId = {0x5d1c7a30, 0x1234, 0x4321, {1, 2, 3, 4, 5, 6, 7, 8}}
 constexpr std::array Faces{&IID_ILXConfigFactoryCache, &IID_ILXConfigFactory,  &IID_IDPFObject,
                            &IID_ILXCallback,           &IID_ILXCallbackUpdate, &IID_ILXServerEntryPoint};
 
-TEST_F(Module, HandsOutOneFactoryAndNoOther)
-{
+TEST_F(Module, HandsOutOneFactoryAndNoOther) {
     const auto factory = File().Factory();
     ASSERT_TRUE(factory);
     EXPECT_EQ(File().Factory(), factory);
@@ -59,8 +54,7 @@ TEST_F(Module, HandsOutOneFactoryAndNoOther)
     EXPECT_EQ(File().GetClassObject(CLSID_XCfgCacheCallback, IID_IClassFactory, nullptr), E_POINTER);
 }
 
-TEST_F(Module, StaysWhileItsFactoryIsHeld)
-{
+TEST_F(Module, StaysWhileItsFactoryIsHeld) {
     EXPECT_EQ(File().CanUnloadNow(), S_OK);
     IClassFactory* const factory = File().Factory().Detach();
     EXPECT_EQ(File().CanUnloadNow(), S_FALSE);
@@ -72,8 +66,7 @@ TEST_F(Module, StaysWhileItsFactoryIsHeld)
     EXPECT_EQ(File().Factory().Get(), factory) << "and hands the same factory out again";
 }
 
-TEST_F(Module, StaysWhileItIsLocked)
-{
+TEST_F(Module, StaysWhileItIsLocked) {
     const auto lock = [this](BOOL on) { return File().Factory()->LockServer(on); };
     EXPECT_EQ(lock(TRUE), S_OK);
     EXPECT_EQ(lock(2), S_OK);
@@ -82,8 +75,7 @@ TEST_F(Module, StaysWhileItIsLocked)
     EXPECT_EQ(lock(FALSE), S_OK);
 }
 
-TEST_F(Module, StaysWhileAnObjectLives)
-{
+TEST_F(Module, StaysWhileAnObjectLives) {
     const auto first = NewObject();
     auto second = NewObject();
     EXPECT_FALSE(first == second);
@@ -92,8 +84,7 @@ TEST_F(Module, StaysWhileAnObjectLives)
     EXPECT_EQ(File().CanUnloadNow(), S_FALSE);
 }
 
-TEST_F(Module, RefusesToCreateWhatItCannot)
-{
+TEST_F(Module, RefusesToCreateWhatItCannot) {
     const auto factory = File().Factory();
     const auto outer = NewObject();
     void* out = &out;
@@ -106,16 +97,13 @@ TEST_F(Module, RefusesToCreateWhatItCannot)
     EXPECT_EQ(factory->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }
 
-TEST_F(Module, ObjectAnswersItsSixInterfacesFromEachOfThem)
-{
+TEST_F(Module, ObjectAnswersItsSixInterfacesFromEachOfThem) {
     const auto identity = NewObject();
-    for (const IID* const from : Faces)
-    {
+    for (const IID* const from : Faces) {
         XLXComPtr<IUnknown> face;
         ASSERT_EQ(identity->QueryInterface(*from, face.PutVoid()), S_OK);
         EXPECT_EQ(face.As<IUnknown>(), identity);
-        for (const IID* const to : Faces)
-        {
+        for (const IID* const to : Faces) {
             XLXComPtr<IUnknown> direct;
             XLXComPtr<IUnknown> indirect;
             EXPECT_EQ(identity->QueryInterface(*to, direct.PutVoid()), S_OK);
@@ -128,26 +116,21 @@ TEST_F(Module, ObjectAnswersItsSixInterfacesFromEachOfThem)
               static_cast<void*>(identity.As<ILXCallbackUpdate>().Get()));
 }
 
-TEST_F(Module, ObjectAnswersNothingElse)
-{
+TEST_F(Module, ObjectAnswersNothingElse) {
     const auto object = NewObject();
     for (const IID* const iid : {&IID_ISupportErrorInfo, &IID_IDispatch, &IID_IClassFactory, &IID_ILXType,
-                                 &IID_ILXConfigFactoryEx, &UnknownId})
-    {
+                                 &IID_ILXConfigFactoryEx, &UnknownId}) {
         void* out = &out;
         EXPECT_EQ(object->QueryInterface(*iid, &out), E_NOINTERFACE);
         EXPECT_EQ(out, nullptr);
     }
 }
 
-TEST_F(Module, FactoryServesManyThreads)
-{
+TEST_F(Module, FactoryServesManyThreads) {
     std::vector<std::thread> threads;
-    for (int t = 0; t < 8; ++t)
-    {
+    for (int t = 0; t < 8; ++t) {
         threads.emplace_back([this] {
-            for (int i = 0; i < 300; ++i)
-            {
+            for (int i = 0; i < 300; ++i) {
                 const auto factory = File().Factory();
                 XLXComPtr<ILXConfigFactoryCache> object;
                 ASSERT_EQ(factory->CreateInstance(nullptr, LXIid<ILXConfigFactoryCache>(), object.PutVoid()), S_OK);
@@ -157,16 +140,13 @@ TEST_F(Module, FactoryServesManyThreads)
             }
         });
     }
-    for (std::thread& thread : threads)
-    {
+    for (std::thread& thread : threads) {
         thread.join();
     }
 }
 
-TEST(Reload, AFreshModuleStartsAnew)
-{
-    for (int i = 0; i < 3; ++i)
-    {
+TEST(Reload, AFreshModuleStartsAnew) {
+    for (int i = 0; i < 3; ++i) {
         const ModuleFile file;
         XLXComPtr<ILXConfigFactoryCache> object;
         EXPECT_EQ(file.Factory()->CreateInstance(nullptr, LXIid<ILXConfigFactoryCache>(), object.PutVoid()), S_OK);

@@ -8,8 +8,7 @@
 
 #include <algorithm>
 
-namespace
-{
+namespace {
 const std::string Versioned = "LXConfigFactoryCache.LXConfigFactoryCache.1";
 const std::string Independent = "LXConfigFactoryCache.LXConfigFactoryCache";
 const std::string ClassId = "{C82DB2BE-0F06-4ad5-AF6F-6DADD1EAAF2E}";
@@ -17,8 +16,7 @@ const std::string ClassKey = "CLSID\\" + ClassId;
 const std::string LibraryKey = "TypeLib\\{3B700219-CA40-4C9A-B2E6-85B56601D125}";
 const std::string Title = "LXConfigFactoryCache Class";
 
-std::vector<std::string> Expected()
-{
+std::vector<std::string> Expected() {
     std::vector<std::string> lines{
         Versioned,
         Versioned + "|=" + Title,
@@ -44,11 +42,9 @@ std::vector<std::string> Expected()
     return lines;
 }
 
-std::vector<std::string> Actual()
-{
+std::vector<std::string> Actual() {
     std::vector<std::string> lines;
-    for (const std::string& key : {Versioned, Independent, ClassKey})
-    {
+    for (const std::string& key : {Versioned, Independent, ClassKey}) {
         const auto tree = RegistryTree(key);
         lines.insert(lines.end(), tree.begin(), tree.end());
     }
@@ -57,30 +53,25 @@ std::vector<std::string> Actual()
 }
 
 /// How many keys stand where registration adds some, and where it must not.
-std::vector<unsigned> Counts()
-{
+std::vector<unsigned> Counts() {
     return {RegistrySubkeys(""), RegistrySubkeys("CLSID"), RegistrySubkeys("TypeLib"), RegistrySubkeys("Interface")};
 }
 
-class Registration : public testing::Test
-{
+class Registration : public testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         RegistryCreate("CLSID");
         UnregisterModule();
         ASSERT_TRUE(Actual().empty());
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         UnregisterModule();
         RegistryDelete(Independent);
         EXPECT_TRUE(RegistryHas("CLSID"));
     }
 };
 
-TEST_F(Registration, WritesExactlyItsKeysAndRemovesExactlyThem)
-{
+TEST_F(Registration, WritesExactlyItsKeysAndRemovesExactlyThem) {
     const auto before = Counts();
     ASSERT_EQ(RegisterModule(), S_OK);
     EXPECT_EQ(Actual(), Expected());
@@ -94,16 +85,14 @@ TEST_F(Registration, WritesExactlyItsKeysAndRemovesExactlyThem)
     EXPECT_TRUE(RegistryHas("CLSID"));
 }
 
-TEST_F(Registration, ReplacesTheClassKeyWholeEachTime)
-{
+TEST_F(Registration, ReplacesTheClassKeyWholeEachTime) {
     RegistryCreate(ClassKey + "\\Stale\\Deeper");
     ASSERT_EQ(RegisterModule(), S_OK);
     ASSERT_EQ(RegisterModule(), S_OK);
     EXPECT_EQ(Actual(), Expected());
 }
 
-TEST_F(Registration, RemovesTheClassKeyWholeAndLeavesForeignKeysElsewhere)
-{
+TEST_F(Registration, RemovesTheClassKeyWholeAndLeavesForeignKeysElsewhere) {
     ASSERT_EQ(RegisterModule(), S_OK);
     RegistryCreate(ClassKey + "\\Added\\Later");
     RegistryCreate(Independent + "\\Foreign");
@@ -111,15 +100,13 @@ TEST_F(Registration, RemovesTheClassKeyWholeAndLeavesForeignKeysElsewhere)
     EXPECT_EQ(Actual(), (std::vector<std::string>{Independent, Independent + "\\Foreign"}));
 }
 
-TEST_F(Registration, UnregisteringWhatIsNotThereIsNoFailure)
-{
+TEST_F(Registration, UnregisteringWhatIsNotThereIsNoFailure) {
     const auto before = Counts();
     EXPECT_EQ(UnregisterModule(), S_OK);
     EXPECT_EQ(Counts(), before);
 }
 
-TEST_F(Registration, RegisteredClassIsCreated)
-{
+TEST_F(Registration, RegisteredClassIsCreated) {
     ASSERT_EQ(RegisterModule(), S_OK);
     ASSERT_GE(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
     {
@@ -141,8 +128,7 @@ TEST_F(Registration, RegisteredClassIsCreated)
 }
 
 #ifdef _WIN32
-TEST_F(Registration, TypeLibraryIsRegisteredAndUnregistered)
-{
+TEST_F(Registration, TypeLibraryIsRegisteredAndUnregistered) {
     ASSERT_EQ(RegisterModule(), S_OK);
     {
         XLXComPtr<ITypeLib> library;
@@ -156,8 +142,7 @@ TEST_F(Registration, TypeLibraryIsRegisteredAndUnregistered)
 }
 
 // A key that lasts may not be made below one that does not, which stops the script half-way.
-TEST_F(Registration, FailureIsReportedAndLeavesNothing)
-{
+TEST_F(Registration, FailureIsReportedAndLeavesNothing) {
     RegistryCreate(Independent, REG_OPTION_VOLATILE);
     const ModuleFile file;
     EXPECT_EQ(file.RegisterServer(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));

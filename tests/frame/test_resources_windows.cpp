@@ -11,26 +11,22 @@
 #include <map>
 #include <winver.h>
 
-namespace
-{
+namespace {
 using Members = std::vector<std::pair<std::string, LONG>>;
 
-std::string NameOf(ITypeInfo& info, MEMBERID member)
-{
+std::string NameOf(ITypeInfo& info, MEMBERID member) {
     XLXComBSTR name;
     info.GetDocumentation(member, name.Put(), nullptr, nullptr, nullptr);
     return Narrow(name.View());
 }
 
 /// Loaded from the module file, without registering it.
-class TypeLibrary : public testing::Test
-{
+class TypeLibrary : public testing::Test {
 protected:
     void SetUp() override { ASSERT_EQ(LoadTypeLibEx(ModulePath().c_str(), REGKIND_NONE, m_library.Put()), S_OK); }
 
     /// Members of an enumeration with their values, or of a record with their offsets.
-    Members MembersOf(const std::string& name, TYPEKIND kind, ULONG* size = nullptr)
-    {
+    Members MembersOf(const std::string& name, TYPEKIND kind, ULONG* size = nullptr) {
         XLXText wide = Wide(name);
         XLXComPtr<ITypeInfo> info;
         MEMBERID member = 0;
@@ -38,24 +34,19 @@ protected:
         EXPECT_EQ(m_library->FindName(wide.data(), 0, info.Put(), &member, &found), S_OK);
         Members members;
         TYPEATTR* attributes = nullptr;
-        if (!info || FAILED(info->GetTypeAttr(&attributes)))
-        {
+        if (!info || FAILED(info->GetTypeAttr(&attributes))) {
             ADD_FAILURE() << name << " is not in the type library";
             return members;
         }
         EXPECT_EQ(attributes->typekind, kind);
-        for (UINT i = 0; i < attributes->cVars; ++i)
-        {
+        for (UINT i = 0; i < attributes->cVars; ++i) {
             VARDESC* variable = nullptr;
             info->GetVarDesc(i, &variable);
             const LONG number = kind == TKIND_ENUM ? V_I4(variable->lpvarValue) : static_cast<LONG>(variable->oInst);
             members.emplace_back(NameOf(*info.Get(), variable->memid), number);
             info->ReleaseVarDesc(variable);
         }
-        if (size != nullptr)
-        {
-            *size = attributes->cbSizeInstance;
-        }
+        if (size != nullptr) { *size = attributes->cbSizeInstance; }
         info->ReleaseTypeAttr(attributes);
         return members;
     }
@@ -63,8 +54,7 @@ protected:
     XLXComPtr<ITypeLib> m_library;
 };
 
-TEST_F(TypeLibrary, HasItsIdentity)
-{
+TEST_F(TypeLibrary, HasItsIdentity) {
     TLIBATTR* attributes = nullptr;
     ASSERT_EQ(m_library->GetLibAttr(&attributes), S_OK);
     EXPECT_EQ(attributes->guid, LIBID_LXCONFIGFACTORYCACHELib);
@@ -77,8 +67,7 @@ TEST_F(TypeLibrary, HasItsIdentity)
     EXPECT_EQ(Narrow(name.View()), "LXCONFIGFACTORYCACHELib");
 }
 
-TEST_F(TypeLibrary, HasTheClassWithItsDefaultInterface)
-{
+TEST_F(TypeLibrary, HasTheClassWithItsDefaultInterface) {
     XLXComPtr<ITypeInfo> info;
     ASSERT_EQ(m_library->GetTypeInfoOfGuid(CLSID_LXConfigFactoryCache, info.Put()), S_OK);
     XLXComBSTR name;
@@ -97,8 +86,7 @@ TEST_F(TypeLibrary, HasTheClassWithItsDefaultInterface)
     EXPECT_EQ(NameOf(*face.Get(), MEMBERID_NIL), "ILXConfigFactoryCache");
 }
 
-TEST_F(TypeLibrary, HasTheEnumerationsInFull)
-{
+TEST_F(TypeLibrary, HasTheEnumerationsInFull) {
     EXPECT_EQ(MembersOf("LXDeleteOptions", TKIND_ENUM), (Members{{"LXDO_DELETE_NONE", 0},
                                                                  {"LXDO_DELETE_FLAT", 1},
                                                                  {"LXDO_DELETE_DEEP", 2},
@@ -118,8 +106,7 @@ TEST_F(TypeLibrary, HasTheEnumerationsInFull)
     EXPECT_EQ(MembersOf("tagSEARCHMODE", TKIND_ENUM), (Members{{"SM_Normal", 0}, {"SM_CompareSubQueries", 1}}));
 }
 
-TEST_F(TypeLibrary, HasTheRecordsAsTheyLieInMemory)
-{
+TEST_F(TypeLibrary, HasTheRecordsAsTheyLieInMemory) {
     const std::map<std::string, std::pair<ULONG, Members>> records{
         {"tagLXNotifications", {24, {{"bstrObjectId", 0}, {"bstrObjectType", 8}, {"ulNotificationsDesired", 16}}}},
         {"tagLXUpdateInfo", {16, {{"bstrObjectId", 0}, {"bstrObjectType", 8}}}},
@@ -142,16 +129,14 @@ TEST_F(TypeLibrary, HasTheRecordsAsTheyLieInMemory)
            {"bstrPWD", 40},
            {"pInterface", 48}}}},
     };
-    for (const auto& [name, record] : records)
-    {
+    for (const auto& [name, record] : records) {
         ULONG size = 0;
         EXPECT_EQ(MembersOf(name, TKIND_RECORD, &size), record.second) << name;
         EXPECT_EQ(size, record.first) << name;
     }
 }
 
-TEST(Resources, AreInTheModule)
-{
+TEST(Resources, AreInTheModule) {
     const ModuleFile file;
     HMODULE const module = file.Handle();
     EXPECT_NE(FindResourceW(module, MAKEINTRESOURCEW(102), OLESTR("REGISTRY")), nullptr);
@@ -161,8 +146,7 @@ TEST(Resources, AreInTheModule)
     EXPECT_EQ(Narrow(XLXTextView(text, static_cast<size_t>(length))), "lxconfigfactorycache");
 }
 
-TEST(Resources, VersionIsTheProjects)
-{
+TEST(Resources, VersionIsTheProjects) {
     const XLXText path = ModulePath();
     std::vector<std::byte> block(GetFileVersionInfoSizeW(path.c_str(), nullptr));
     ASSERT_TRUE(GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(block.size()), block.data()));
@@ -173,16 +157,14 @@ TEST(Resources, VersionIsTheProjects)
     EXPECT_EQ(std::to_string(HIWORD(fixed.dwFileVersionMS)) + "." + std::to_string(LOWORD(fixed.dwFileVersionMS)) +
                   "." + std::to_string(HIWORD(fixed.dwFileVersionLS)),
               LX_PROJECT_VERSION);
-    for (const OLECHAR* const name : {OLESTR("FileVersion"), OLESTR("FileDescription")})
-    {
+    for (const OLECHAR* const name : {OLESTR("FileVersion"), OLESTR("FileDescription")}) {
         const XLXText key = XLXText(OLESTR("\\StringFileInfo\\040904B0\\")) + name;
         ASSERT_TRUE(VerQueryValueW(block.data(), key.c_str(), &value, &length)) << Narrow(name);
         EXPECT_GT(length, 1u) << Narrow(name);
     }
 }
 
-TEST(Resources, ExportsAreTheFourAndNoMore)
-{
+TEST(Resources, ExportsAreTheFourAndNoMore) {
     const ModuleFile file;
     const auto* const base = reinterpret_cast<const BYTE*>(file.Handle());
     const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
@@ -191,8 +173,7 @@ TEST(Resources, ExportsAreTheFourAndNoMore)
     const auto* const exports = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(base + place);
     const auto* const names = reinterpret_cast<const DWORD*>(base + exports->AddressOfNames);
     std::vector<std::string> found;
-    for (DWORD i = 0; i < exports->NumberOfNames; ++i)
-    {
+    for (DWORD i = 0; i < exports->NumberOfNames; ++i) {
         found.emplace_back(reinterpret_cast<const char*>(base + names[i]));
     }
     EXPECT_EQ(found, (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer",

@@ -10,23 +10,17 @@
 #include <future>
 
 /// Does something inside the next call of a method, on the calling thread; by default when its answer is made.
-class Inside
-{
+class Inside {
 public:
     Inside(XCallMonitor& calls, const char* method, std::function<void()> work, XCallPoint point = XCallPoint::Answer)
-        : m_calls(calls)
-    {
+        : m_calls(calls) {
         m_calls.SetHook([this, method, point, work = std::move(work)](const XServerCall& call) {
-            if (call.name == method && call.point == point && !m_happened.exchange(true))
-            {
-                work();
-            }
+            if (call.name == method && call.point == point && !m_happened.exchange(true)) { work(); }
         });
     }
     Inside(const Inside&) = delete;
     Inside& operator=(const Inside&) = delete;
-    ~Inside()
-    {
+    ~Inside() {
         EXPECT_TRUE(m_happened.load()) << "the call was not made";
         m_calls.SetHook({});
     }
@@ -38,20 +32,17 @@ private:
 
 /// A cache with a thread that is asking the server for something already. Such a thread waits for nobody who asks: it
 /// asks the server itself, beside them.
-class BesideTest : public CacheTest
-{
+class BesideTest : public CacheTest {
 protected:
     using CacheTest::CacheTest;
 
     /// Does something on that thread, while it asks for the relations.
-    std::future<void> Beside(std::function<void()> work)
-    {
+    std::future<void> Beside(std::function<void()> work) {
         m_server->SendNotification("pc/x/0/4"); // the relations are asked for again, and nothing of any type
         return std::async(std::launch::async, [this, work = std::move(work)] {
             bool happened = false;
             Calls().SetStandingHook([&, asking = std::this_thread::get_id()](const XServerCall& call) {
-                if (call.name == "ILXConfigFactory::GetPCArray" && std::this_thread::get_id() == asking && !happened)
-                {
+                if (call.name == "ILXConfigFactory::GetPCArray" && std::this_thread::get_id() == asking && !happened) {
                     happened = true;
                     work();
                 }
@@ -66,8 +57,7 @@ protected:
 
 /// Sends a notification straight to a cached object.
 template <class Interface>
-void LXNotifyStraight(const XLXComPtr<Interface>& object, const OLECHAR* dataId)
-{
+void LXNotifyStraight(const XLXComPtr<Interface>& object, const OLECHAR* dataId) {
     const XLXComBSTR dataType(OLESTR("cfc_specific"));
     EXPECT_EQ(object.template As<ILXCallbackUpdate>()->DataObjectChanged(XLXComBSTR(XLXText(dataId)).Get(),
                                                                          dataType.Get(), 256, 900, 0, nullptr),

@@ -5,89 +5,71 @@
 
 #include <future>
 
-namespace
-{
+namespace {
 using Names = std::vector<std::string>;
 
-XServerModel AnswerModel()
-{
+XServerModel AnswerModel() {
     XServerModel model = LXTestModel();
-    for (int i = 0; i < 4; ++i)
-    {
+    for (int i = 0; i < 4; ++i) {
         model.AddGlobalSpec("Spec" + std::to_string(i));
     }
     model.AddRelation("Item", "Document", "nodes").AddPCInfo("Tree");
     return model;
 }
 
-class Answers : public HostileTest
-{
+class Answers : public HostileTest {
 protected:
     Answers() : HostileTest(AnswerModel()) {}
 
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
-    void TearDown() override
-    {
+    void TearDown() override {
         Calls().StopFailing();
         Terminate();
     }
 
-    HRESULT Ask(const std::string& name)
-    {
+    HRESULT Ask(const std::string& name) {
         XLXComPtr<ILXType> type;
         return Factory()->GetType(XLXComBSTR(LXFromUtf8(name)).Get(), nullptr, type.Put());
     }
 
     using Spec = XLXComPtr<ILXGlobalAttributeFormatSpec>;
-    std::vector<Spec> Specs()
-    {
+    std::vector<Spec> Specs() {
         std::vector<Spec> all;
         XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
         EXPECT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
         Spec spec;
-        while (specs && specs->GetSingleNext(spec.Put()) == S_OK)
-        {
+        while (specs && specs->GetSingleNext(spec.Put()) == S_OK) {
             all.push_back(spec);
         }
         return all;
     }
-    Names SpecIds()
-    {
+    Names SpecIds() {
         Names ids;
-        for (const Spec& spec : Specs())
-        {
+        for (const Spec& spec : Specs()) {
             ids.push_back(LXNarrow(LXRead(spec.Get(), 0)));
         }
         return ids;
     }
-    HRESULT RemoveById(const char* id)
-    {
+    HRESULT RemoveById(const char* id) {
         return Factory()->RemoveGlobalAttributeFormatSpecByID(XLXComBSTR(LXFromUtf8(id)).Get());
     }
-    XLXComPtr<ILXParentChild> Relation()
-    {
+    XLXComPtr<ILXParentChild> Relation() {
         XLXComPtr<ILXParentChildEnum> relations;
         XLXComPtr<ILXParentChild> relation;
         Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put());
-        if (relations)
-        {
-            relations->GetSingleNext(relation.Put());
-        }
+        if (relations) { relations->GetSingleNext(relation.Put()); }
         return relation;
     }
 
     /// A method that fails each time, in a load whose failure is kept.
-    struct Failure
-    {
+    struct Failure {
         const char* method;
         HRESULT result; ///< S_OK: an enumeration that brings nothing and does not end
     };
     /// Expects that a question is passed to the server once, and never again before a notification comes.
     void ExpectKept(std::initializer_list<Failure> failures, const char* notification,
-                    const std::function<void()>& question)
-    {
-        for (const Failure& failure : failures)
-        {
+                    const std::function<void()>& question) {
+        for (const Failure& failure : failures) {
             SCOPED_TRACE(std::string(failure.method) + (failure.result == S_OK ? " without end" : " fails"));
             Calls().FailAlways(failure.method, failure.result);
             m_server->SendNotification(notification);
@@ -102,8 +84,7 @@ protected:
 
 // ---- that there is no such thing
 
-TEST_F(Answers, AnUnknownNameIsAskedForAgainAfterARefill)
-{
+TEST_F(Answers, AnUnknownNameIsAskedForAgainAfterARefill) {
     Terminate();
     // The bulk read brings the pump and its bases; all others come by their names.
     m_factory->types = [&](SAFEARRAY** types) {
@@ -121,11 +102,9 @@ TEST_F(Answers, AnUnknownNameIsAskedForAgainAfterARefill)
     ExpectCalls(0, [&] { EXPECT_EQ(Ask("Never"), S_FALSE); });
 }
 
-TEST_F(Answers, OfTooManyUnknownNamesTheOldestGo)
-{
+TEST_F(Answers, OfTooManyUnknownNamesTheOldestGo) {
     constexpr int Kept = 10000;
-    for (int i = 0; i <= Kept; ++i)
-    {
+    for (int i = 0; i <= Kept; ++i) {
         ASSERT_EQ(Ask("Unknown" + std::to_string(i)), S_FALSE);
     }
     ExpectCalls(0, [&] { EXPECT_EQ(Ask("Unknown" + std::to_string(Kept)), S_FALSE); });
@@ -133,8 +112,7 @@ TEST_F(Answers, OfTooManyUnknownNamesTheOldestGo)
     EXPECT_EQ(Ask("Pump"), S_OK);
 }
 
-TEST_F(Answers, OfTooManyUnknownFormatsTheOldestGo)
-{
+TEST_F(Answers, OfTooManyUnknownFormatsTheOldestGo) {
     constexpr int First = 100;
     constexpr int Kept = 64;
     const auto head = Attribute("Pump", "Head");
@@ -144,8 +122,7 @@ TEST_F(Answers, OfTooManyUnknownFormatsTheOldestGo)
         XLXComPtr<ILXFormat> format;
         return head->GetFormat(type, format.Put());
     };
-    for (int i = 0; i <= Kept; ++i)
-    {
+    for (int i = 0; i <= Kept; ++i) {
         EXPECT_EQ(ask(First + i), S_FALSE);
     }
     ExpectCalls(0, [&] { EXPECT_EQ(ask(First + Kept), S_FALSE); });
@@ -157,8 +134,7 @@ TEST_F(Answers, OfTooManyUnknownFormatsTheOldestGo)
 
 // ---- that a load failed
 
-TEST_F(Answers, AttributeTypesThatFailAreNone)
-{
+TEST_F(Answers, AttributeTypesThatFailAreNone) {
     const auto head = Attribute("Pump", "Head");
     ExpectKept({{"ILXAttribute::GetAttributeTypeEnum", E_OUTOFMEMORY},
                 {"ILXAttributeTypeEnum::RemNext", E_OUTOFMEMORY},
@@ -170,8 +146,7 @@ TEST_F(Answers, AttributeTypesThatFailAreNone)
                });
 }
 
-TEST_F(Answers, PCInfosThatFailAreNone)
-{
+TEST_F(Answers, PCInfosThatFailAreNone) {
     const auto relation = Relation();
     ExpectKept({{"ILXParentChild::GetPCInfoEnum", E_OUTOFMEMORY},
                 {"ILXPCInfoEnum::RemNext", E_OUTOFMEMORY},
@@ -183,8 +158,7 @@ TEST_F(Answers, PCInfosThatFailAreNone)
                });
 }
 
-TEST_F(Answers, RelationsThatFailAreNoneAndSpecsAsManyAsCame)
-{
+TEST_F(Answers, RelationsThatFailAreNoneAndSpecsAsManyAsCame) {
     EXPECT_TRUE(Relation());
     ExpectKept({{"ILXConfigFactory::GetPCArray", E_OUTOFMEMORY}}, "pc/Item/0/4", [&] { EXPECT_FALSE(Relation()); });
     m_server->SendNotification("pc/Item/0/4");
@@ -198,8 +172,7 @@ TEST_F(Answers, RelationsThatFailAreNoneAndSpecsAsManyAsCame)
 
 // ---- that a spec was removed
 
-TEST_F(Answers, ASpecThatIsRemovedByAHandleFromBeforeARefill)
-{
+TEST_F(Answers, ASpecThatIsRemovedByAHandleFromBeforeARefill) {
     const auto former = Specs();
     m_server->SendNotification("objects/x/0/256");
     EXPECT_EQ(Specs().size(), 4u);
@@ -207,12 +180,10 @@ TEST_F(Answers, ASpecThatIsRemovedByAHandleFromBeforeARefill)
     EXPECT_EQ(SpecIds(), (Names{"Spec0", "Spec2", "Spec3"}));
 }
 
-TEST_F(Answers, ASpecThatIsRemovedByItsIdWhileItsValuesAreUnread)
-{
+TEST_F(Answers, ASpecThatIsRemovedByItsIdWhileItsValuesAreUnread) {
     Specs();
     Calls().SetHook([&](const XServerCall& call) { // the server's objects of a removed spec answer no more
-        if (call.name == "ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID" && call.point == XCallPoint::Answer)
-        {
+        if (call.name == "ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID" && call.point == XCallPoint::Answer) {
             Calls().FailAlways("ILXGlobalAttributeFormatSpec::GetProperties", E_ACCESSDENIED);
         }
     });
@@ -222,12 +193,10 @@ TEST_F(Answers, ASpecThatIsRemovedByItsIdWhileItsValuesAreUnread)
     EXPECT_EQ(SpecIds(), (Names{"Spec0", "Spec1", "Spec3"}));
 }
 
-TEST_F(Answers, ASpecThatIsRemovedDuringAnotherThreadsFill)
-{
+TEST_F(Answers, ASpecThatIsRemovedDuringAnotherThreadsFill) {
     const auto former = Specs();
     EXPECT_EQ(LXRead(former[2].Get(), 0), OLESTR("Spec2"));
-    for (const bool byId : {true, false})
-    {
+    for (const bool byId : {true, false}) {
         m_server->SendNotification("objects/x/0/256");
         auto gate = Calls().PauseAt("ILXGlobalAttributeFormatSpecEnum::RemNext", XCallPoint::Answer);
         auto fill = std::async(std::launch::async, [&] { Specs(); });

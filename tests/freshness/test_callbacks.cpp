@@ -7,10 +7,8 @@
 #include <condition_variable>
 #include <future>
 
-namespace
-{
-XServerModel AskingModel()
-{
+namespace {
+XServerModel AskingModel() {
     XServerModel model = LXTestModel();
     model.AddRelation("Item", "Document", "nodes").AddPCInfo("Tree");
     return model;
@@ -20,47 +18,39 @@ XServerModel AskingModel()
 thread_local std::function<void()> t_ask;
 thread_local std::string_view t_inside;
 
-class Questions : public CacheTest
-{
+class Questions : public CacheTest {
 public:
     // Questions, each with its answer.
-    void AskForRelations()
-    {
+    void AskForRelations() {
         EXPECT_EQ(LXReadAll<ILXParentChild>(Relations(), XProperty::ChildName), Texts{"Document"});
     }
-    void AskForPCInfos()
-    {
+    void AskForPCInfos() {
         XLXComPtr<ILXPCInfoEnum> infos;
         EXPECT_EQ(m_relation->GetPCInfoEnum(infos.Put()), S_OK);
         EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser), Texts{"Tree"});
     }
-    void AskForBrowserIds()
-    {
+    void AskForBrowserIds() {
         XLXComPtr<ILXBrowserIdEnum> ids;
         EXPECT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
         EXPECT_EQ(LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName), Texts{"Tree"});
     }
-    void AskForTypes()
-    {
+    void AskForTypes() {
         XLXComPtr<ILXTypeEnum> types;
         EXPECT_EQ(Factory()->GetTypeEnum(nullptr, types.Put()), S_OK);
         EXPECT_EQ(LXReadAll<ILXType>(types, XProperty::TypeName), (Texts{"Document", "Equipment", "Item", "Pump"}));
     }
-    void AskForTypesAfterANotification()
-    {
+    void AskForTypesAfterANotification() {
         m_server->SendNotification("objects/x/0/1");
         AskForTypes();
     }
     void AskTheItem() { ExpectAttribute(m_item, OLESTR("Weight")); }
     void AskTheDocument() { ExpectAttribute(m_document, OLESTR("Title")); }
-    void AskForPages()
-    {
+    void AskForPages() {
         XLXComPtr<ILXPageEnum> pages;
         EXPECT_EQ(m_item->GetPageEnum(pages.Put()), S_OK);
         EXPECT_EQ(LXReadAll<ILXPage>(pages, XProperty::PageNumber), (Texts{"1", "2"}));
     }
-    void AskASecondCache()
-    {
+    void AskASecondCache() {
         const XLXComPtr<ILXConfigFactoryCache> first = m_cache;
         m_cache.Reset();
         EXPECT_EQ(Start(), S_OK);
@@ -73,15 +63,13 @@ protected:
     using Texts = std::vector<std::string>;
 
     Questions() : CacheTest(AskingModel()) {}
-    void TearDown() override
-    {
+    void TearDown() override {
         Calls().SetHook({});
         Terminate();
     }
 
     /// Starts without components, and makes all stale that was loaded.
-    void StartStale()
-    {
+    void StartStale() {
         ASSERT_EQ(Start(0), S_OK);
         m_item = Type("Item");
         m_document = Type("Document");
@@ -89,21 +77,16 @@ protected:
         ASSERT_TRUE(relations && relations->GetSingleNext(m_relation.Put()) == S_OK);
         m_server->SendNotification("objects/x/0/1");
     }
-    XLXComPtr<ILXParentChildEnum> Relations()
-    {
+    XLXComPtr<ILXParentChildEnum> Relations() {
         XLXComPtr<ILXParentChildEnum> relations;
         EXPECT_EQ(m_cache->GetPCEnum2(nullptr, XLXComBSTR(OLESTR("Item")).Get(), nullptr, 0, relations.Put()), S_OK);
         return relations;
     }
 
     /// Lets the server ask on each thread what that has set.
-    void LetTheServerAsk()
-    {
+    void LetTheServerAsk() {
         Calls().SetHook([](const XServerCall& call) {
-            if (t_ask && call.name == t_inside && call.point == XCallPoint::Arrival)
-            {
-                std::exchange(t_ask, {})();
-            }
+            if (t_ask && call.name == t_inside && call.point == XCallPoint::Arrival) { std::exchange(t_ask, {})(); }
         });
     }
 
@@ -112,8 +95,7 @@ protected:
     XLXComPtr<ILXParentChild> m_relation;
 
 private:
-    static void ExpectAttribute(const XLXComPtr<ILXType>& type, const OLECHAR* name)
-    {
+    static void ExpectAttribute(const XLXComPtr<ILXType>& type, const OLECHAR* name) {
         XLXComPtr<ILXAttribute> attribute;
         EXPECT_EQ(type->GetAttribute(XLXComBSTR(XLXText(name)).Get(), attribute.Put()), S_OK);
     }
@@ -122,8 +104,7 @@ private:
 using Ask = void (Questions::*)();
 
 /// A question, and the method of the server that it leads to.
-struct Question
-{
+struct Question {
     Ask ask;
     const char* method;
 };
@@ -134,32 +115,22 @@ constexpr Question Types{&Questions::AskForTypes, "ILXConfigFactoryEx::GetTypeAr
 constexpr Question Item{&Questions::AskTheItem, "ILXType::GetTypeComponentData"};
 constexpr Question Document{&Questions::AskTheDocument, "ILXType::GetTypeComponentData"};
 
-struct Nested
-{
+struct Nested {
     const char* name;
     Question outer;
     Ask inner;
 };
-struct Crossing
-{
+struct Crossing {
     const char* name;
     Question first;
     Question second;
 };
-std::ostream& operator<<(std::ostream& out, const Nested& nested)
-{
-    return out << nested.name;
-}
-std::ostream& operator<<(std::ostream& out, const Crossing& crossing)
-{
-    return out << crossing.name;
-}
+std::ostream& operator<<(std::ostream& out, const Nested& nested) { return out << nested.name; }
+std::ostream& operator<<(std::ostream& out, const Crossing& crossing) { return out << crossing.name; }
 
-class AskingBack : public Questions, public testing::WithParamInterface<Nested>
-{};
+class AskingBack : public Questions, public testing::WithParamInterface<Nested> {};
 
-TEST_P(AskingBack, OnTheThreadThatAsksIsAnswered)
-{
+TEST_P(AskingBack, OnTheThreadThatAsksIsAnswered) {
     StartStale();
     LetTheServerAsk();
     t_inside = GetParam().outer.method;
@@ -178,20 +149,17 @@ INSTANTIATE_TEST_SUITE_P(Callbacks, AskingBack,
                                          Nested{"ASecondCacheInsideTypes", Types, &Questions::AskASecondCache}),
                          testing::PrintToStringParamName());
 
-class AskingCrosswise : public Questions, public testing::WithParamInterface<Crossing>
-{
+class AskingCrosswise : public Questions, public testing::WithParamInterface<Crossing> {
 protected:
     /// Waits for the other thread.
-    void Meet()
-    {
+    void Meet() {
         std::unique_lock<std::mutex> lock(m_mutex);
         ++m_here;
         m_changed.notify_all();
         EXPECT_TRUE(m_changed.wait_for(lock, std::chrono::seconds(5), [this] { return m_here == 2; }));
     }
     /// On a thread of its own: a question, and inside the server, when the other thread is there too, the other's.
-    std::future<void> Start(const Question& own, const Question& others)
-    {
+    std::future<void> Start(const Question& own, const Question& others) {
         return std::async(std::launch::async, [this, own, others] {
             t_inside = own.method;
             t_ask = [this, others] {
@@ -209,8 +177,7 @@ private:
     int m_here = 0;
 };
 
-TEST_P(AskingCrosswise, DoesNotWaitForTheOther)
-{
+TEST_P(AskingCrosswise, DoesNotWaitForTheOther) {
     StartStale();
     LetTheServerAsk();
     const auto first = Start(GetParam().first, GetParam().second);
@@ -226,8 +193,7 @@ INSTANTIATE_TEST_SUITE_P(Callbacks, AskingCrosswise,
                          testing::PrintToStringParamName());
 
 /// An object of the server that calls something when it goes.
-class Leaving final : public HostileObject<IUnknown>
-{
+class Leaving final : public HostileObject<IUnknown> {
 public:
     explicit Leaving(std::function<void()> atEnd) : m_atEnd(std::move(atEnd)) {}
     ~Leaving() override { m_atEnd(); }
@@ -236,26 +202,21 @@ private:
     const std::function<void()> m_atEnd;
 };
 
-class LastRelease : public HostileTest
-{
+class LastRelease : public HostileTest {
 protected:
-    LastRelease()
-    {
+    LastRelease() {
         m_factory->types = [this](SAFEARRAY** out) { return Give({OLESTR("Base"), OLESTR("Derived")}, out); };
         m_factory->namedTypes = [this](SAFEARRAY** out) { return Give({OLESTR("Derived")}, out); };
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         m_asks = false;
         Terminate();
     }
 
     /// Types whose object, and whose base-type property, ask when they go.
-    HRESULT Give(const std::vector<XLXText>& names, SAFEARRAY** out)
-    {
+    HRESULT Give(const std::vector<XLXText>& names, SAFEARRAY** out) {
         XLXCFCDataTransfer::XILXTypeMap types;
-        for (const XLXText& name : names)
-        {
+        for (const XLXText& name : names) {
             auto& record = types.records[IndexOf(types, name)];
             record.listed = true;
             record.config.object = Asking();
@@ -272,16 +233,11 @@ protected:
         *out = XLXCFCDataTransfer::GetArrayFromMap(std::move(types)).Detach();
         return S_OK;
     }
-    XLXComPtr<IUnknown> Asking()
-    {
+    XLXComPtr<IUnknown> Asking() {
         return XLXComPtr<IUnknown>(new Leaving([this] { AskFromAnotherThread(); }));
     }
-    void AskFromAnotherThread()
-    {
-        if (!m_asks)
-        {
-            return;
-        }
+    void AskFromAnotherThread() {
+        if (!m_asks) { return; }
         ++m_asked;
         m_answers.push_back(std::async(std::launch::async, [this] {
             const auto type = Named(OLESTR("Derived"));
@@ -296,8 +252,7 @@ protected:
     std::vector<std::future<void>> m_answers;
 };
 
-TEST_F(LastRelease, OfAServerObjectRunsUnderNoLock)
-{
+TEST_F(LastRelease, OfAServerObjectRunsUnderNoLock) {
     ASSERT_EQ(StartHostile(), S_OK);
     const auto type = Named(OLESTR("Derived"));
     m_asks = true;

@@ -6,18 +6,15 @@
 
 #include <future>
 
-namespace
-{
-XServerModel FormatModel()
-{
+namespace {
+XServerModel FormatModel() {
     XServerModel model = LXTestModel();
     model.AddGlobalSpec("Length").AddFormat(1);
     return model;
 }
 
 /// By the interface that has the format: of type 1 of Pump.Head and of a global one, and the one of a group.
-class Formats : public CacheTest, public testing::WithParamInterface<const char*>
-{
+class Formats : public CacheTest, public testing::WithParamInterface<const char*> {
 protected:
     using Format = XLXComPtr<ILXFormat>;
     static constexpr int FormatType = 1;
@@ -25,8 +22,7 @@ protected:
 
     Formats() : CacheTest(FormatModel()) {}
 
-    void SetUp() override
-    {
+    void SetUp() override {
         Change("old");
         ASSERT_EQ(Start(), S_OK);
         m_attribute = Attribute("Pump", "Head");
@@ -38,28 +34,24 @@ protected:
     void TearDown() override { Terminate(); }
 
     bool Of(const char* owner) const { return std::string_view(GetParam()) == owner; }
-    HRESULT Get(Format& format)
-    {
+    HRESULT Get(Format& format) {
         ILXFormat** const out = format.Put();
         return Of("ILXAttribute") ? m_attribute->GetFormat(FormatType, out)
                : Of("ILXGroup")   ? m_group->GetFormat(out)
                                   : m_spec->GetFormat(FormatType, out);
     }
-    HRESULT Create(Format& format)
-    {
+    HRESULT Create(Format& format) {
         ILXFormat** const out = format.Put();
         return Of("ILXAttribute") ? m_attribute->CreateFormat(FormatType, out)
                : Of("ILXGroup")   ? m_group->CreateFormat(out)
                                   : m_spec->CreateFormat(FormatType, out);
     }
-    HRESULT Delete()
-    {
+    HRESULT Delete() {
         return Of("ILXAttribute") ? m_attribute->DeleteFormat(FormatType)
                : Of("ILXGroup")   ? m_group->DeleteFormat()
                                   : m_spec->DeleteFormat(FormatType);
     }
-    void Change(const char* value)
-    {
+    void Change(const char* value) {
         const HRESULT result =
             Of("ILXAttribute") ? Edit().SetAttributeFormatProperty("Pump", "Head", FormatType, Member, value).result
             : Of("ILXGroup")   ? Edit().SetGroupFormatProperty("Pump", 7, Member, value).result
@@ -73,8 +65,7 @@ protected:
     XLXComPtr<ILXGlobalAttributeFormatSpec> m_spec;
 };
 
-TEST_P(Formats, ALateAnswerUndoesNoCreation)
-{
+TEST_P(Formats, ALateAnswerUndoesNoCreation) {
     EXPECT_EQ(Delete(), S_OK);
     auto gate = Calls().PauseAt(GetFormat(), XCallPoint::Answer);
     Format late;
@@ -89,8 +80,7 @@ TEST_P(Formats, ALateAnswerUndoesNoCreation)
     EXPECT_EQ(format, created);
 }
 
-TEST_P(Formats, ALateAnswerUndoesNoDeletion)
-{
+TEST_P(Formats, ALateAnswerUndoesNoDeletion) {
     auto gate = Calls().PauseAt(GetFormat(), XCallPoint::Answer);
     Format late;
     auto reader = std::async(std::launch::async, [&] { return Get(late); });
@@ -103,8 +93,7 @@ TEST_P(Formats, ALateAnswerUndoesNoDeletion)
     EXPECT_FALSE(format);
 }
 
-TEST_P(Formats, TwoFirstCallsGetOneObject)
-{
+TEST_P(Formats, TwoFirstCallsGetOneObject) {
     Format first;
     Format second;
     {
@@ -113,8 +102,7 @@ TEST_P(Formats, TwoFirstCallsGetOneObject)
         gate.WaitUntilArrived();
         auto other = std::async(std::launch::async, [&] { return Get(second); });
         // The other one comes to the gate too, or waits for the answer of the first.
-        for (int i = 0; i < 500 && gate.Arrived() < 2; ++i)
-        {
+        for (int i = 0; i < 500 && gate.Arrived() < 2; ++i) {
             other.wait_for(std::chrono::milliseconds(1));
         }
         gate.Open();

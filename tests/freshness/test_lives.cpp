@@ -8,13 +8,11 @@
 #include <chrono>
 #include <future>
 
-namespace
-{
+namespace {
 using Names = std::vector<std::string>;
 
 /// The test model with one more type, browser id, spec and relation that are named after the server.
-XServerModel ModelOf(const XText& server)
-{
+XServerModel ModelOf(const XText& server) {
     XServerModel model = LXTestModel();
     model.AddType(server);
     (*model.FindType(OLESTR("Pump")))->properties.Set(XProperty::TypeLabel, server);
@@ -25,12 +23,10 @@ XServerModel ModelOf(const XText& server)
 }
 
 /// A spec that does something when its last reference goes.
-class LastWord final : public PassingObject<ILXGlobalAttributeFormatSpec>
-{
+class LastWord final : public PassingObject<ILXGlobalAttributeFormatSpec> {
 public:
     LastWord(XLXComPtr<ILXGlobalAttributeFormatSpec> inner, std::function<void()> word)
-        : PassingObject(std::move(inner)), m_word(std::move(word))
-    {}
+        : PassingObject(std::move(inner)), m_word(std::move(word)) {}
     HRESULT STDMETHODCALLTYPE CreateFormat(int, ILXFormat**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetFormat(int, ILXFormat**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE DeleteFormat(int) override { return E_NOTIMPL; }
@@ -42,53 +38,42 @@ private:
     const std::function<void()> m_word;
 };
 
-class Lives : public HostileTest
-{
+class Lives : public HostileTest {
 protected:
     Lives() : HostileTest(ModelOf("First")) {}
 
-    void TearDown() override
-    {
+    void TearDown() override {
         Calls().SetHook({});
-        if (m_cache)
-        {
-            Terminate();
-        }
+        if (m_cache) { Terminate(); }
     }
 
-    static bool Ends(const std::future<void>& work)
-    {
+    static bool Ends(const std::future<void>& work) {
         return work.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
     }
     /// Exchanges the server that the fixture uses for the other one.
     void ChangeServer() { m_server.swap(m_second); }
 
-    Names Types()
-    {
+    Names Types() {
         XLXComPtr<ILXTypeEnum> types;
         Factory()->GetTypeEnum(nullptr, types.Put());
         return LXReadAll<ILXType>(types, XProperty::TypeName);
     }
-    Names BrowserIds()
-    {
+    Names BrowserIds() {
         XLXComPtr<ILXBrowserIdEnum> ids;
         Factory()->GetBrowserIdEnum(ids.Put());
         return LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName);
     }
-    Names Specs()
-    {
+    Names Specs() {
         XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
         Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put());
         return LXReadAll<ILXGlobalAttributeFormatSpec>(specs, 0);
     }
-    Names Children()
-    {
+    Names Children() {
         XLXComPtr<ILXParentChildEnum> relations;
         Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put());
         return LXReadAll<ILXParentChild>(relations, XProperty::ChildName);
     }
-    void AskForEverything()
-    {
+    void AskForEverything() {
         XLXComPtr<ILXType> late;
         Factory()->GetType(XLXComBSTR(OLESTR("Late")).Get(), nullptr, late.Put());
         Types();
@@ -96,8 +81,7 @@ protected:
         Specs();
         Children();
     }
-    void ExpectAnswersOfTheSecond()
-    {
+    void ExpectAnswersOfTheSecond() {
         EXPECT_EQ(Types(), (Names{"Document", "Equipment", "Item", "Pump", "Second"}));
         EXPECT_EQ(BrowserIds(), (Names{"Second", "Tree"}));
         EXPECT_EQ(Specs(), Names{"Second"});
@@ -107,8 +91,7 @@ protected:
     std::string PumpLabel() { return LXNarrow(LXRead(Type("Pump").Get(), XProperty::TypeLabel)); }
 
     /// Makes the hostile factory list one spec, which does something once, when the cache lets go of it.
-    void ListALastWord(std::function<void()> word)
-    {
+    void ListALastWord(std::function<void()> word) {
         XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
         XLXComPtr<ILXGlobalAttributeFormatSpec> spec;
         ASSERT_EQ(m_server->ConfigFactory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
@@ -118,10 +101,7 @@ protected:
             using Enum = HostileEnum<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>;
             const auto next = [spec, once](ULONG, ILXGlobalAttributeFormatSpec** elements, ULONG* fetched) {
                 const auto speak = [once] {
-                    if (const auto first = std::exchange(*once, nullptr))
-                    {
-                        first();
-                    }
+                    if (const auto first = std::exchange(*once, nullptr)) { first(); }
                 };
                 XLXComPtr<ILXGlobalAttributeFormatSpec>(new LastWord(spec, speak)).CopyTo(elements);
                 *fetched = 1;
@@ -135,16 +115,13 @@ protected:
     std::shared_ptr<XSampleServer> m_second = XSampleServer::Create(ModelOf("Second"));
 };
 
-class LateAnswers : public Lives, public testing::WithParamInterface<const char*>
-{};
+class LateAnswers : public Lives, public testing::WithParamInterface<const char*> {};
 
-TEST_P(LateAnswers, AreEnteredNowhere)
-{
+TEST_P(LateAnswers, AreEnteredNowhere) {
     const LONG before = m_server->LiveObjects().objects;
     ASSERT_EQ(Start(), S_OK);
     Edit().AddType("Late", "", XNotify::No); // is asked for by its name
-    if (std::string_view(GetParam()) != "ILXConfigFactoryEx::GetTypeArrayByTypeNameEx")
-    {
+    if (std::string_view(GetParam()) != "ILXConfigFactoryEx::GetTypeArrayByTypeNameEx") {
         m_server->SendNotification("objects/x/0/1");
     }
     auto gate = Calls().PauseAt(GetParam(), XCallPoint::Answer);
@@ -170,8 +147,7 @@ INSTANTIATE_TEST_SUITE_P(Of, LateAnswers,
                              return std::string(name.substr(name.rfind(':') + 1));
                          });
 
-TEST_F(Lives, ANamedLoadOfTheLastLifeOverwritesNothing)
-{
+TEST_F(Lives, ANamedLoadOfTheLastLifeOverwritesNothing) {
     ASSERT_EQ(Start(), S_OK);
     auto gate = Calls().PauseAt("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", XCallPoint::Answer);
     const auto load = std::async(std::launch::async, [&] {
@@ -191,8 +167,7 @@ TEST_F(Lives, ANamedLoadOfTheLastLifeOverwritesNothing)
     EXPECT_EQ(PumpLabel(), "Second");
 }
 
-TEST_F(Lives, AQuestionFromInsideTerminateFillsNothing)
-{
+TEST_F(Lives, AQuestionFromInsideTerminateFillsNothing) {
     bool asked = false;
     ListALastWord([&] {
         asked = true;
@@ -210,16 +185,13 @@ TEST_F(Lives, AQuestionFromInsideTerminateFillsNothing)
     ExpectAnswersOfTheSecond();
 }
 
-TEST_F(Lives, AnInitialisationThatIsEndedOnTheWayLeavesNoRegistration)
-{
+TEST_F(Lives, AnInitialisationThatIsEndedOnTheWayLeavesNoRegistration) {
     bool ended = false;
     Calls().SetHook([&](const XServerCall& call) {
-        if (call.point == XCallPoint::Answer && call.name == "ILXDataUpdate::RegisterCallback" && !ended)
-        {
+        if (call.point == XCallPoint::Answer && call.name == "ILXDataUpdate::RegisterCallback" && !ended) {
             EXPECT_TRUE(Ends(std::async(std::launch::async, [&] { BrowserIds(); })));
         }
-        if (call.point == XCallPoint::Answer && call.name == "ILXConfigFactory::GetBrowserIdEnum" && !ended)
-        {
+        if (call.point == XCallPoint::Answer && call.name == "ILXConfigFactory::GetBrowserIdEnum" && !ended) {
             ended = true;
             Terminate();
         }
@@ -232,16 +204,13 @@ TEST_F(Lives, AnInitialisationThatIsEndedOnTheWayLeavesNoRegistration)
     EXPECT_EQ(m_server->Clients().size(), 0u);
 }
 
-TEST_F(Lives, TerminateBesideInitializeUnregistersItsOwnLife)
-{
+TEST_F(Lives, TerminateBesideInitializeUnregistersItsOwnLife) {
     const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(8);
-    for (int round = 0; round < 3000 && std::chrono::steady_clock::now() < until; ++round)
-    {
+    for (int round = 0; round < 3000 && std::chrono::steady_clock::now() < until; ++round) {
         ASSERT_EQ(Start(0), S_OK);
         std::atomic<int> arrived{0};
         const auto meet = [&arrived] { // not a barrier: that of one of the libraries loses a wake-up now and then
-            for (++arrived; arrived.load() < 2;)
-            {
+            for (++arrived; arrived.load() < 2;) {
                 std::this_thread::yield();
             }
         };
@@ -258,10 +227,8 @@ TEST_F(Lives, TerminateBesideInitializeUnregistersItsOwnLife)
     }
 }
 
-TEST_F(Lives, AFailedInitialisationIsNotRegisteredAndHoldsNothing)
-{
-    for (int round = 0; round < 5; ++round)
-    {
+TEST_F(Lives, AFailedInitialisationIsNotRegisteredAndHoldsNothing) {
+    for (int round = 0; round < 5; ++round) {
         m_cache.Reset();
         Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayEx", E_ABORT);
         EXPECT_EQ(Start(), E_ABORT);
@@ -277,13 +244,11 @@ TEST_F(Lives, AFailedInitialisationIsNotRegisteredAndHoldsNothing)
 }
 
 /// Notifications that come before there are relations to tell.
-class WithoutRelations : public Lives
-{
+class WithoutRelations : public Lives {
 protected:
     void SetUp() override { Change("old", S_OK); }
 
-    void Read()
-    {
+    void Read() {
         XLXComPtr<ILXBrowserIdEnum> ids;
         XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
         ASSERT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
@@ -293,13 +258,11 @@ protected:
         ASSERT_EQ(m_spec->GetFormat(1, m_format.Put()), S_OK);
         EXPECT_EQ(Values(), (Names{"old", "old", "old"}));
     }
-    Names Values()
-    {
+    Names Values() {
         return {LXNarrow(LXRead(m_browserId.Get(), Label)), LXNarrow(LXRead(m_spec.Get(), Member)),
                 LXNarrow(LXRead(m_format.Get(), Member))};
     }
-    void Change(const char* value, HRESULT expected)
-    {
+    void Change(const char* value, HRESULT expected) {
         EXPECT_EQ(Edit().SetBrowserIdProperty("First", Label, value).result, expected);
         EXPECT_EQ(Edit().SetGlobalSpecProperty("First", Member, value).result, expected);
         EXPECT_EQ(Edit().SetGlobalSpecFormatProperty("First", 1, Member, value).result, expected);
@@ -312,8 +275,7 @@ protected:
     XLXComPtr<ILXFormat> m_format;
 };
 
-TEST_F(WithoutRelations, NotificationsAfterAStartWithoutTypes)
-{
+TEST_F(WithoutRelations, NotificationsAfterAStartWithoutTypes) {
     Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayEx", S_FALSE);
     ASSERT_EQ(Start(), S_FALSE);
     Read();
@@ -321,12 +283,10 @@ TEST_F(WithoutRelations, NotificationsAfterAStartWithoutTypes)
     EXPECT_EQ(Values(), (Names{"new", "new", "new"}));
 }
 
-TEST_F(WithoutRelations, NotificationsDuringAStart)
-{
+TEST_F(WithoutRelations, NotificationsDuringAStart) {
     bool changed = false;
     Calls().SetHook([&](const XServerCall& call) {
-        if (call.name == "ILXConfigFactoryEx::GetTypeArrayEx" && !std::exchange(changed, true))
-        {
+        if (call.name == "ILXConfigFactoryEx::GetTypeArrayEx" && !std::exchange(changed, true)) {
             std::async(std::launch::async, [&] { Read(); }).get();
             Change("new", E_POINTER);
         }
@@ -336,12 +296,10 @@ TEST_F(WithoutRelations, NotificationsDuringAStart)
     EXPECT_EQ(Values(), (Names{"new", "new", "new"}));
 }
 
-TEST_F(WithoutRelations, EditsBeforeNotificationsAreEnabled)
-{
+TEST_F(WithoutRelations, EditsBeforeNotificationsAreEnabled) {
     bool changed = false;
     Calls().SetHook([&](const XServerCall& call) {
-        if (call.name == "ILXDataUpdate::EnableAdvicesDataType" && !std::exchange(changed, true))
-        {
+        if (call.name == "ILXDataUpdate::EnableAdvicesDataType" && !std::exchange(changed, true)) {
             std::async(std::launch::async, [&] { Read(); }).get();
             Change("new", S_OK); // the server tells nobody
         }

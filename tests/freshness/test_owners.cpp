@@ -5,10 +5,8 @@
 #include "inside.h"
 #include "relationfixture.h"
 
-namespace
-{
-class StraightToAnOwner : public BesideTest
-{
+namespace {
+class StraightToAnOwner : public BesideTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(0), S_OK); }
     void TearDown() override { Terminate(); }
@@ -17,8 +15,7 @@ protected:
     XLXText HeadsLabel() { return LXRead(Attribute("Pump", "Head").Get(), XProperty::Label); }
 };
 
-TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatIsOnItsWay)
-{
+TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatIsOnItsWay) {
     const auto pump = Type("Pump");
     Attribute("Equipment", "Power"); // the bases are there
     {
@@ -31,8 +28,7 @@ TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatIsOnItsWay)
     EXPECT_EQ(HeadsLabel(), OLESTR("new"));
 }
 
-TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatAnOlderAnswerRefreshes)
-{
+TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatAnOlderAnswerRefreshes) {
     const auto pump = Type("Pump");
     Attribute("Equipment", "Power");
     {
@@ -46,8 +42,7 @@ TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatAnOlderAnswerRefreshes)
     EXPECT_EQ(HeadsLabel(), OLESTR("new"));
 }
 
-TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeTypeThatIsOnItsWay)
-{
+TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeTypeThatIsOnItsWay) {
     const auto title = Attribute("Document", "Title");
     Edit().AddAttributeType("Document", "Title", "Short"); // the attribute that is held enumerates its types
     const auto labels = [&] {
@@ -68,8 +63,7 @@ TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeTypeThatIsOnItsWay)
 
 using StraightToARelation = RelationTest;
 
-TEST_F(StraightToARelation, IsNotLostOnAPCInfoThatIsOnItsWay)
-{
+TEST_F(StraightToARelation, IsNotLostOnAPCInfoThatIsOnItsWay) {
     ASSERT_EQ(Start(), S_OK);
     const auto desks = Single("Node", "Desk", "nodes");
     const auto labels = [&] {
@@ -79,8 +73,7 @@ TEST_F(StraightToARelation, IsNotLostOnAPCInfoThatIsOnItsWay)
     };
     {
         const Inside overtaken(Calls(), "ILXPCInfo::GetProperties", [&] {
-            for (const char* browser : {"List", "Tree"})
-            {
+            for (const char* browser : {"List", "Tree"}) {
                 Edit().SetPCInfoProperty("Node", "Desk", "nodes", browser, XProperty::PCInfoLabel, "new", XNotify::No);
             }
             LXNotifyStraight(desks, OLESTR("properties/Node/0/4"));

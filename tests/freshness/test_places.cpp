@@ -5,25 +5,18 @@
 #include "allocations.h"
 #include "inside.h"
 
-namespace
-{
-class Places : public BesideTest
-{
+namespace {
+class Places : public BesideTest {
 protected:
     using Question = std::function<bool()>;
 
-    void SetUp() override
-    {
+    void SetUp() override {
         XAllocationWatch::ExceptWhile([] {
-            if (t_left > 0 && --t_left == 0)
-            {
-                t_work();
-            }
+            if (t_left > 0 && --t_left == 0) { t_work(); }
             return false;
         });
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         Calls().SetHook({});
         XAllocationWatch::ExceptWhile(nullptr);
         t_work = {};
@@ -34,11 +27,9 @@ protected:
 
     /// Prepares each place and lets the first thread ask until it does not come to the place any more. At the place
     /// the second one asks. It may wait for the first, and is then answered after it.
-    static void AtEach(const std::function<void(int)>& prepare, const Question& first, const Question& second)
-    {
+    static void AtEach(const std::function<void(int)>& prepare, const Question& first, const Question& second) {
         int place = 0;
-        for (bool reached = true; reached;)
-        {
+        for (bool reached = true; reached;) {
             prepare(++place);
             std::future<bool> answer;
             t_work = [&] {
@@ -55,22 +46,19 @@ protected:
         }
         EXPECT_GT(place, 1);
     }
-    static bool Has(const XLXComPtr<ILXType>& type, const std::string& name)
-    {
+    static bool Has(const XLXComPtr<ILXType>& type, const std::string& name) {
         XLXComPtr<ILXAttribute> found;
         return type->GetAttribute(XLXComBSTR(LXFromUtf8(name)).Get(), found.Put()) == S_OK;
     }
 
     /// How far two threads came that asked beside each other.
-    struct Met
-    {
+    struct Met {
         bool first = false;  ///< the first to its place, where the second began to ask
         bool second = false; ///< the second to its own, where the first went on
     };
     /// Lets this thread ask, and at its n-th allocation after the server's answer another one, which waits for nobody
     /// and stops at its own n-th allocation until this one is through.
-    Met AskBeside(int first, int second, const Question& question)
-    {
+    Met AskBeside(int first, int second, const Question& question) {
         Met met;
         Signals signals;
         std::future<void> other;
@@ -81,28 +69,22 @@ protected:
             met.second = stopped.wait_for(std::chrono::milliseconds(500)) == std::future_status::ready && stopped.get();
         };
         Calls().SetHook([&](const XServerCall& call) {
-            if (call.name == "ILXType::GetTypeComponentData" && call.point == XCallPoint::Answer && !met.first)
-            {
+            if (call.name == "ILXType::GetTypeComponentData" && call.point == XCallPoint::Answer && !met.first) {
                 CountTo(first);
             }
         });
         ExpectAnswer(0, question, "the first");
         signals.through.set_value();
-        if (other.valid())
-        {
-            other.get();
-        }
+        if (other.valid()) { other.get(); }
         return met;
     }
 
 private:
-    struct Signals
-    {
+    struct Signals {
         std::promise<bool> stopped; ///< the second thread stands at its place; false: it is through
         std::promise<void> through; ///< the first thread is
     };
-    static void AskAndStop(int place, const Question& question, Signals& signals)
-    {
+    static void AskAndStop(int place, const Question& question, Signals& signals) {
         bool isThere = false;
         t_work = [&] {
             isThere = true;
@@ -111,13 +93,9 @@ private:
             signals.through.get_future().wait_for(std::chrono::milliseconds(50));
         };
         ExpectAnswer(place, question, "the second");
-        if (!isThere)
-        {
-            signals.stopped.set_value(false);
-        }
+        if (!isThere) { signals.stopped.set_value(false); }
     }
-    static void ExpectAnswer(int place, const Question& question, const char* who)
-    {
+    static void ExpectAnswer(int place, const Question& question, const char* who) {
         CountTo(place);
         {
             const XAllocationWatch watch;
@@ -130,8 +108,7 @@ private:
     static inline thread_local std::function<void()> t_work;
 };
 
-TEST_F(Places, ADerivedTypeIsNotCompleteBeforeItHasWhatItsBaseGot)
-{
+TEST_F(Places, ADerivedTypeIsNotCompleteBeforeItHasWhatItsBaseGot) {
     ASSERT_EQ(Start(0), S_OK);
     const auto base = Type("Item");
     const auto derived = Type("Equipment");
@@ -148,16 +125,14 @@ TEST_F(Places, ADerivedTypeIsNotCompleteBeforeItHasWhatItsBaseGot)
         [&] { return Has(derived, name); }, [&] { return Has(derived, name); });
 }
 
-TEST_F(Places, OvertakenRecordsDoNotCountAsReadWhileTheyAreParsed)
-{
+TEST_F(Places, OvertakenRecordsDoNotCountAsReadWhileTheyAreParsed) {
     ASSERT_EQ(Start(0), S_OK);
     const auto item = Type("Item");
     const auto held = Attribute("Item", "Name");
     std::string label;
     int place = 0;
     Calls().SetHook([&](const XServerCall& call) {
-        if (call.name == "ILXType::GetTypeComponentData" && call.point == XCallPoint::Answer && place != 0)
-        {
+        if (call.name == "ILXType::GetTypeComponentData" && call.point == XCallPoint::Answer && place != 0) {
             label = "label " + std::to_string(place);
             Edit().SetAttributeProperty("Item", "Name", XProperty::Label, label);
             CountTo(std::exchange(place, 0));
@@ -171,18 +146,15 @@ TEST_F(Places, OvertakenRecordsDoNotCountAsReadWhileTheyAreParsed)
         [&] { return Has(item, "Weight"); }, [&] { return LXNarrow(LXRead(held.Get(), XProperty::Label)) == label; });
 }
 
-TEST_F(Places, OfTwoThreadsThatFetchTheSameEachGetsAll)
-{
+TEST_F(Places, OfTwoThreadsThatFetchTheSameEachGetsAll) {
     ASSERT_EQ(Start(), S_OK); // so that an answer brings components of other kinds too
     const auto item = Type("Item");
     std::string name = "Weight"; // of an attribute that is there since the last notification
     int met = 0;
     bool hasFirst = true;
-    for (int first = 1; hasFirst; ++first)
-    {
+    for (int first = 1; hasFirst; ++first) {
         bool hasSecond = true;
-        for (int second = 1; hasSecond; ++second)
-        {
+        for (int second = 1; hasSecond; ++second) {
             SCOPED_TRACE("from allocation " + std::to_string(first) + " to " + std::to_string(second));
             Edit().RemoveAttribute("Item", name, XNotify::No);
             name = "X" + std::to_string(first) + "." + std::to_string(second);

@@ -5,15 +5,12 @@
 #include "hostileserver.h"
 #include "inside.h"
 
-namespace
-{
+namespace {
 using namespace XLXCFCDataTransfer;
 
-class WaitingRecords : public HostileTest
-{
+class WaitingRecords : public HostileTest {
 protected:
-    WaitingRecords()
-    {
+    WaitingRecords() {
         m_factory->types = [this](SAFEARRAY** out) { return WithSameObjects(Bulk()->GetTypeArrayEx(15, out), out); };
         m_factory->namedTypes = [this](SAFEARRAY** out) {
             XLXSafeArray names(SafeArrayCreateVector(VT_BSTR, 0, 1));
@@ -22,23 +19,20 @@ protected:
             return WithSameObjects(Bulk()->GetTypeArrayByTypeNameArrayEx(names.Get(), 1, 15, out), out);
         };
     }
-    void SetUp() override
-    {
+    void SetUp() override {
         Edit().AddAttributeType("Document", "Title", "Short");
         ASSERT_EQ(StartHostile(), S_OK);
         m_document = Named(OLESTR("Document"));
     }
     void TearDown() override { Terminate(); }
 
-    XLXComPtr<ILXAttribute> Find(const OLECHAR* name)
-    {
+    XLXComPtr<ILXAttribute> Find(const OLECHAR* name) {
         XLXComPtr<ILXAttribute> found;
         m_document->GetAttribute(XLXComBSTR(XLXText(name)).Get(), found.Put());
         return found;
     }
     /// Reads the document and its components anew, by its name.
-    void Load()
-    {
+    void Load() {
         const XLXComBSTR name(OLESTR("Document"));
         BSTR names[] = {name.Get()};
         EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 1), S_OK);
@@ -49,16 +43,13 @@ protected:
 private:
     XLXComPtr<ILXConfigFactoryEx> Bulk() { return m_server->ConfigFactory().As<ILXConfigFactoryEx>(); }
 
-    HRESULT WithSameObjects(HRESULT result, SAFEARRAY** array)
-    {
+    HRESULT WithSameObjects(HRESULT result, SAFEARRAY** array) {
         XILXTypeMap types = GetMapFromArray(XLXSafeArray(std::exchange(*array, nullptr)));
-        for (const auto& [name, index] : types.names)
-        {
+        for (const auto& [name, index] : types.names) {
             XILXTypeData& type = types.records[index];
             Keep(name, type.config);
             std::vector<XILXAttributeData> attributes = ReadAttributeList(std::move(type.components.attributes));
-            for (XILXAttributeData& attribute : attributes)
-            {
+            for (XILXAttributeData& attribute : attributes) {
                 Keep(name + attribute.values[0].AsText().value_or(XLXText()), attribute);
             }
             type.components.attributes = GetArrayFromAttributeList(std::move(attributes));
@@ -66,24 +57,21 @@ private:
         *array = GetArrayFromMap(std::move(types)).Detach();
         return result;
     }
-    void Keep(const XLXText& name, XILXConfigData& record)
-    {
+    void Keep(const XLXText& name, XILXConfigData& record) {
         record.object = m_objects.try_emplace(name, record.object).first->second;
     }
 
     std::map<XLXText, XLXComPtr<IUnknown>> m_objects;
 };
 
-TEST_F(WaitingRecords, AreNotOverlookedForAMapThatIsFresh)
-{
+TEST_F(WaitingRecords, AreNotOverlookedForAMapThatIsFresh) {
     EXPECT_TRUE(Find(OLESTR("Title")));
     Edit().AddAttribute("Document", "Author", 0, XNotify::No);
     Load();
     ExpectCalls(0, [&] { EXPECT_TRUE(Find(OLESTR("Author"))); });
 }
 
-TEST_F(WaitingRecords, AreNotDroppedByAnOlderMap)
-{
+TEST_F(WaitingRecords, AreNotDroppedByAnOlderMap) {
     LXNotifyStraight(m_document, OLESTR("objects/Document/0/512"));
     {
         const Inside beside(Calls(), "ILXType::GetTypeComponentData", [&] {
@@ -95,8 +83,7 @@ TEST_F(WaitingRecords, AreNotDroppedByAnOlderMap)
     ExpectCalls(0, [&] { EXPECT_TRUE(Find(OLESTR("Author"))); });
 }
 
-TEST_F(WaitingRecords, DoNotRefreshAnAttributeTypeThatEnteredAfterANotification)
-{
+TEST_F(WaitingRecords, DoNotRefreshAnAttributeTypeThatEnteredAfterANotification) {
     const auto title = Find(OLESTR("Title"));
     const auto label = [&] {
         XLXComPtr<ILXAttributeTypeEnum> types;

@@ -5,13 +5,10 @@
 #include "inside.h"
 #include "relationfixture.h"
 
-namespace
-{
-class FreshRelations : public RelationTest
-{
+namespace {
+class FreshRelations : public RelationTest {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         ASSERT_EQ(Start(), S_OK);
         m_desks = Single("Node", "Desk", "nodes");
         ASSERT_EQ(Browsers(), (Names{"List", "Tree"}));
@@ -19,20 +16,17 @@ protected:
     void TearDown() override { Terminate(); }
 
     /// The browsers of the relation that the test holds.
-    Names Browsers()
-    {
+    Names Browsers() {
         XLXComPtr<ILXPCInfoEnum> infos;
         m_desks->GetPCInfoEnum(infos.Put());
         return LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser);
     }
-    XLXComPtr<ILXPCInfo> Info(const char* browser)
-    {
+    XLXComPtr<ILXPCInfo> Info(const char* browser) {
         XLXComPtr<ILXPCInfo> info;
         EXPECT_EQ(m_desks->GetPCInfo(B(browser).Get(), info.Put()), S_OK) << browser;
         return info;
     }
-    Names BrowserIds()
-    {
+    Names BrowserIds() {
         XLXComPtr<ILXBrowserIdEnum> ids;
         EXPECT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
         return LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName);
@@ -41,8 +35,7 @@ protected:
     Relation m_desks;
 };
 
-TEST_F(FreshRelations, PCInfosLoadedThroughAFormerServerObjectAreStale)
-{
+TEST_F(FreshRelations, PCInfosLoadedThroughAFormerServerObjectAreStale) {
     Edit().RemoveRelation("Node", "Desk", "nodes", XNotify::No);
     Edit().AddRelation("Node", "Desk", "nodes", 0, false, XNotify::No);
     Edit().AddPCInfo("Node", "Desk", "nodes", "Wide", false, XNotify::No);
@@ -53,8 +46,7 @@ TEST_F(FreshRelations, PCInfosLoadedThroughAFormerServerObjectAreStale)
     EXPECT_EQ(Browsers(), Names{"Wide"});
 }
 
-TEST_F(FreshRelations, AFormerServerObjectThatFailsLeavesNothing)
-{
+TEST_F(FreshRelations, AFormerServerObjectThatFailsLeavesNothing) {
     m_server->SendNotification("pc/Node/0/4");
     Calls().FailCall("ILXParentChild::GetPCInfoEnum", E_FAIL);
     EXPECT_EQ(Browsers(), Names{});
@@ -62,11 +54,9 @@ TEST_F(FreshRelations, AFormerServerObjectThatFailsLeavesNothing)
     EXPECT_EQ(Browsers(), (Names{"List", "Tree"}));
 }
 
-TEST_F(FreshRelations, APCInfoThatACallerHoldsIsRefreshedByItsBrowser)
-{
+TEST_F(FreshRelations, APCInfoThatACallerHoldsIsRefreshedByItsBrowser) {
     const auto held = Info("Tree");
-    for (const char* label : {"first", "second"})
-    {
+    for (const char* label : {"first", "second"}) {
         Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Tree", XProperty::PCInfoLabel, label);
         EXPECT_EQ(LXNarrow(LXRead(held.Get(), XProperty::PCInfoLabel)), label);
         EXPECT_EQ(Info("Tree"), held);
@@ -78,8 +68,7 @@ TEST_F(FreshRelations, APCInfoThatACallerHoldsIsRefreshedByItsBrowser)
     EXPECT_EQ(LXRead(held.Get(), XProperty::PCInfoLabel), OLESTR("made anew"));
 }
 
-TEST_F(FreshRelations, BrowserIdsAreEnumeratedOnceWhateverElseIsNotifiedMeanwhile)
-{
+TEST_F(FreshRelations, BrowserIdsAreEnumeratedOnceWhateverElseIsNotifiedMeanwhile) {
     {
         const Inside unrelated(Calls(), "ILXConfigFactory::GetBrowserIdEnum",
                                [&] { m_server->SendNotification("properties/Desk/0/512"); });

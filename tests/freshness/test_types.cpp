@@ -4,52 +4,43 @@
 // notifications that concern something else.
 #include "inside.h"
 
-namespace
-{
-class FreshTypes : public BesideTest
-{
+namespace {
+class FreshTypes : public BesideTest {
 protected:
     using Texts = std::vector<std::string>;
 
-    static HRESULT Format(const XLXComPtr<ILXAttribute>& attribute, int formatType)
-    {
+    static HRESULT Format(const XLXComPtr<ILXAttribute>& attribute, int formatType) {
         XLXComPtr<ILXFormat> format;
         return attribute->GetFormat(formatType, format.Put());
     }
-    static HRESULT Format(const XLXComPtr<ILXGroup>& group)
-    {
+    static HRESULT Format(const XLXComPtr<ILXGroup>& group) {
         XLXComPtr<ILXFormat> format;
         return group->GetFormat(format.Put());
     }
-    static Texts Pages(const XLXComPtr<ILXType>& type)
-    {
+    static Texts Pages(const XLXComPtr<ILXType>& type) {
         XLXComPtr<ILXPageEnum> pages;
         type->GetPageEnum(pages.Put());
         return LXReadAll<ILXPage>(pages, XProperty::PageNumber);
     }
-    static XLXComPtr<ILXAttributeTypeEnum> AttributeTypes(const XLXComPtr<ILXAttribute>& attribute)
-    {
+    static XLXComPtr<ILXAttributeTypeEnum> AttributeTypes(const XLXComPtr<ILXAttribute>& attribute) {
         XLXComPtr<ILXAttributeTypeEnum> types;
         EXPECT_EQ(attribute->GetAttributeTypeEnum(types.Put()), S_OK);
         return types;
     }
-    static bool Has(const XLXComPtr<ILXType>& type, const OLECHAR* name)
-    {
+    static bool Has(const XLXComPtr<ILXType>& type, const OLECHAR* name) {
         XLXComPtr<ILXAttribute> found;
         return type->GetAttribute(XLXComBSTR(XLXText(name)).Get(), found.Put()) == S_OK;
     }
     XLXText ItemsNameThrough(const char* type) { return LXRead(Attribute(type, "Name").Get(), XProperty::Label); }
 };
 
-TEST_F(FreshTypes, ValuesOfAttributeTypesThatChangeWhileTheyAreEnumerated)
-{
+TEST_F(FreshTypes, ValuesOfAttributeTypesThatChangeWhileTheyAreEnumerated) {
     ASSERT_EQ(Start(), S_OK);
     const auto head = Attribute("Pump", "Head");
     m_server->SendNotification("objects/Pump/0/1024"); // the attribute that is held enumerates them anew
     {
         const Inside overtaken(Calls(), "ILXAttributeType::GetProperties", [&] {
-            for (const char* name : {"Metres", "Feet"})
-            {
+            for (const char* name : {"Metres", "Feet"}) {
                 Edit().SetAttributeTypeProperty("Pump", "Head", name, XProperty::AttributeTypeLabel, "new");
             }
         });
@@ -59,10 +50,8 @@ TEST_F(FreshTypes, ValuesOfAttributeTypesThatChangeWhileTheyAreEnumerated)
     Terminate();
 }
 
-TEST_F(FreshTypes, ARemovedAttributeTypeGoesAndAnotherOneStaysTheSameObject)
-{
-    for (const LONG mode : {0, 15})
-    {
+TEST_F(FreshTypes, ARemovedAttributeTypeGoesAndAnotherOneStaysTheSameObject) {
+    for (const LONG mode : {0, 15}) {
         SCOPED_TRACE("mode " + std::to_string(mode));
         ASSERT_EQ(Start(mode), S_OK);
         const auto head = Attribute("Pump", "Head");
@@ -80,8 +69,7 @@ TEST_F(FreshTypes, ARemovedAttributeTypeGoesAndAnotherOneStaysTheSameObject)
     }
 }
 
-TEST_F(FreshTypes, AMapThatWasMergedWithAnOlderBaseReplacesNoNewerOne)
-{
+TEST_F(FreshTypes, AMapThatWasMergedWithAnOlderBaseReplacesNoNewerOne) {
     ASSERT_EQ(Start(0), S_OK);
     const auto base = Type("Item");
     const auto derived = Type("Equipment");
@@ -98,8 +86,7 @@ TEST_F(FreshTypes, AMapThatWasMergedWithAnOlderBaseReplacesNoNewerOne)
     Terminate();
 }
 
-TEST_F(FreshTypes, PagesLoadedThroughAFormerServerObjectAreStale)
-{
+TEST_F(FreshTypes, PagesLoadedThroughAFormerServerObjectAreStale) {
     ASSERT_EQ(Start(1), S_OK); // no pages in bulk
     const auto document = Type("Document");
     EXPECT_EQ(Pages(document), Texts{});
@@ -113,8 +100,7 @@ TEST_F(FreshTypes, PagesLoadedThroughAFormerServerObjectAreStale)
     Terminate();
 }
 
-TEST_F(FreshTypes, FormatsLoadedThroughAFormerServerObjectAreStale)
-{
+TEST_F(FreshTypes, FormatsLoadedThroughAFormerServerObjectAreStale) {
     ASSERT_EQ(Start(), S_OK);
     const auto head = Attribute("Pump", "Head");
     const auto group = Group("Pump", 7);
@@ -137,10 +123,8 @@ TEST_F(FreshTypes, FormatsLoadedThroughAFormerServerObjectAreStale)
     Terminate();
 }
 
-TEST_F(FreshTypes, ANotificationOfSomethingElseDuringTheFirstBulkReadSpoilsNothing)
-{
-    for (const char* id : {"pc/x/0/4", "properties/x/0/128"})
-    {
+TEST_F(FreshTypes, ANotificationOfSomethingElseDuringTheFirstBulkReadSpoilsNothing) {
+    for (const char* id : {"pc/x/0/4", "properties/x/0/128"}) {
         SCOPED_TRACE(id);
         {
             const Inside unrelated(Calls(), "ILXConfigFactoryEx::GetTypeArrayEx",
@@ -157,8 +141,7 @@ TEST_F(FreshTypes, ANotificationOfSomethingElseDuringTheFirstBulkReadSpoilsNothi
     }
 }
 
-TEST_F(FreshTypes, ANotificationStraightToAnotherObjectSpoilsNothing)
-{
+TEST_F(FreshTypes, ANotificationStraightToAnotherObjectSpoilsNothing) {
     ASSERT_EQ(Start(), S_OK);
     const auto former = Type("Document");
     Terminate();

@@ -11,24 +11,18 @@
 
 /// A counted object that answers for its interfaces and nothing else.
 template <class First, class... Others>
-class HostileObject : public First, public Others...
-{
+class HostileObject : public First, public Others... {
 public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
-    {
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override {
         *ppv = IsEqualIID(iid, IID_IUnknown) ? static_cast<First*>(this) : nullptr;
         Offer<First>(iid, ppv);
         (Offer<Others>(iid, ppv), ...);
         return *ppv != nullptr ? (AddRef(), S_OK) : E_NOINTERFACE;
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
+    ULONG STDMETHODCALLTYPE Release() override {
         const ULONG left = --m_references;
-        if (left == 0)
-        {
-            delete this;
-        }
+        if (left == 0) { delete this; }
         return left;
     }
 
@@ -37,10 +31,8 @@ protected:
 
 private:
     template <class I>
-    void Offer(REFIID iid, void** ppv)
-    {
-        if constexpr (!std::is_same_v<I, IUnknown>)
-        {
+    void Offer(REFIID iid, void** ppv) {
+        if constexpr (!std::is_same_v<I, IUnknown>) {
             *ppv = IsEqualIID(iid, LXIid<I>()) ? static_cast<I*>(this) : *ppv;
         }
     }
@@ -49,18 +41,15 @@ private:
 };
 
 /// An object that is nothing.
-class Opaque final : public HostileObject<IUnknown>
-{};
+class Opaque final : public HostileObject<IUnknown> {};
 
 template <class IEnumX, class IX>
-class HostileEnum final : public HostileObject<IEnumX>
-{
+class HostileEnum final : public HostileObject<IEnumX> {
 public:
     using Next = std::function<HRESULT(ULONG asked, IX** elements, ULONG* fetched)>;
 
     explicit HostileEnum(Next next) : m_next(std::move(next)) {}
-    HRESULT STDMETHODCALLTYPE RemNext(ULONG asked, IX** elements, ULONG* fetched) override
-    {
+    HRESULT STDMETHODCALLTYPE RemNext(ULONG asked, IX** elements, ULONG* fetched) override {
         return m_next(asked, elements, fetched);
     }
     HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
@@ -74,8 +63,7 @@ private:
 
 /// Passes the property calls on.
 template <class I>
-class PassingObject : public HostileObject<I>
-{
+class PassingObject : public HostileObject<I> {
 public:
     explicit PassingObject(XLXComPtr<I> inner) : m_inner(std::move(inner)) {}
     HRESULT STDMETHODCALLTYPE Get(BSTR k, VARIANT* v) override { return m_inner->Get(k, v); }
@@ -85,12 +73,10 @@ public:
     HRESULT STDMETHODCALLTYPE GetProperty(int i, VARIANT* v) override { return m_inner->GetProperty(i, v); }
     HRESULT STDMETHODCALLTYPE SetProperty(int i, VARIANT v) override { return m_inner->SetProperty(i, v); }
     std::function<HRESULT(SAFEARRAY**)> values; ///< what a test may replace
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** v) override
-    {
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** v) override {
         return values ? values(v) : m_inner->GetProperties(v);
     }
-    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY* v, SAFEARRAY** r) override
-    {
+    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY* v, SAFEARRAY** r) override {
         return m_inner->SetProperties(v, r);
     }
 
@@ -98,8 +84,7 @@ protected:
     const XLXComPtr<I> m_inner;
 };
 
-class HostileAttribute final : public PassingObject<ILXAttribute>
-{
+class HostileAttribute final : public PassingObject<ILXAttribute> {
 public:
     using PassingObject::PassingObject;
     std::function<HRESULT(ILXAttributeTypeEnum**)> types;
@@ -112,8 +97,7 @@ public:
     HRESULT STDMETHODCALLTYPE DeleteFormat(int) override { return E_NOTIMPL; }
 };
 
-class HostileRelation final : public PassingObject<ILXParentChild>
-{
+class HostileRelation final : public PassingObject<ILXParentChild> {
 public:
     using PassingObject::PassingObject;
     std::function<HRESULT(ILXPCInfoEnum**)> infos;
@@ -124,12 +108,10 @@ public:
     HRESULT STDMETHODCALLTYPE GetPCInfo(BSTR, ILXPCInfo**) override { return E_NOTIMPL; }
 };
 
-class HostileFactory final : public HostileObject<ILXConfigFactory, ILXConfigFactoryEx>
-{
+class HostileFactory final : public HostileObject<ILXConfigFactory, ILXConfigFactoryEx> {
 public:
     explicit HostileFactory(XLXComPtr<ILXConfigFactory> inner)
-        : m_inner(std::move(inner)), m_bulk(m_inner.As<ILXConfigFactoryEx>())
-    {}
+        : m_inner(std::move(inner)), m_bulk(m_inner.As<ILXConfigFactoryEx>()) {}
 
     // What a test may replace.
     std::function<HRESULT(SAFEARRAY**)> types;
@@ -139,28 +121,22 @@ public:
     std::function<HRESULT(ILXGlobalAttributeFormatSpecEnum**)> specs;
     std::function<HRESULT(BSTR*)> version;
 
-    HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG mode, SAFEARRAY** a) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG mode, SAFEARRAY** a) override {
         return types ? types(a) : m_bulk->GetTypeArrayEx(mode, a);
     }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR n, LONG b, LONG mode, SAFEARRAY** a) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR n, LONG b, LONG mode, SAFEARRAY** a) override {
         return m_bulk->GetTypeArrayByTypeNameEx(n, b, mode, a);
     }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY* n, LONG b, LONG mode, SAFEARRAY** a) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY* n, LONG b, LONG mode, SAFEARRAY** a) override {
         return namedTypes ? namedTypes(a) : m_bulk->GetTypeArrayByTypeNameArrayEx(n, b, mode, a);
     }
-    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** a) override
-    {
+    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** a) override {
         return relations ? relations(a) : m_inner->GetPCArray(a);
     }
-    HRESULT STDMETHODCALLTYPE GetBrowserIdEnum(ILXBrowserIdEnum** e) override
-    {
+    HRESULT STDMETHODCALLTYPE GetBrowserIdEnum(ILXBrowserIdEnum** e) override {
         return browserIds ? browserIds(e) : m_inner->GetBrowserIdEnum(e);
     }
-    HRESULT STDMETHODCALLTYPE GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** e) override
-    {
+    HRESULT STDMETHODCALLTYPE GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** e) override {
         return specs ? specs(e) : m_inner->GetAllGlobalAttributeFormatSpecs(e);
     }
 
@@ -179,18 +155,15 @@ public:
     HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override {
         return E_NOTIMPL;
     }
     HRESULT STDMETHODCALLTYPE GetVersion(BSTR* v) override { return version ? version(v) : E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE SetVersion(BSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override
-    {
+    HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override {
         return E_NOTIMPL;
     }
-    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*) override
-    {
+    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*) override {
         return E_NOTIMPL;
     }
     HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpecByID(BSTR) override { return E_NOTIMPL; }
@@ -202,8 +175,7 @@ private:
 };
 
 /// A type in a bulk read, with attributes that have nothing but a name.
-struct HostileType
-{
+struct HostileType {
     XLXText name;
     XLXText base;
     std::vector<XLXText> attributes;
@@ -212,30 +184,24 @@ struct HostileType
 XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types, const XLXComPtr<IUnknown>& server = nullptr);
 
 /// A cache whose config factory is a hostile one.
-class HostileTest : public CacheTest
-{
+class HostileTest : public CacheTest {
 protected:
     explicit HostileTest(XServerModel model = LXTestModel())
-        : CacheTest(std::move(model)), m_factory(new HostileFactory(m_server->ConfigFactory()))
-    {}
-    HRESULT StartHostile()
-    {
+        : CacheTest(std::move(model)), m_factory(new HostileFactory(m_server->ConfigFactory())) {}
+    HRESULT StartHostile() {
         auto values = Arguments(15, false, false);
         values[0] = XLXComVariant::FromUnknown(static_cast<ILXConfigFactory*>(m_factory.Get()));
         return Initialize(std::move(values));
     }
     /// A type by name, whatever data object it would be of.
-    XLXComPtr<ILXType> Named(XLXTextView name, HRESULT expected = S_OK)
-    {
+    XLXComPtr<ILXType> Named(XLXTextView name, HRESULT expected = S_OK) {
         XLXComPtr<ILXType> type;
         EXPECT_EQ(Factory()->GetType(XLXComBSTR(name).Get(), nullptr, type.Put()), expected) << LXNarrow(name);
         return type;
     }
     /// A failure says what went wrong.
-    static void ExpectExplained(HRESULT result, const char* what)
-    {
-        if (FAILED(result) && result != E_NOTIMPL && result != E_NOINTERFACE)
-        {
+    static void ExpectExplained(HRESULT result, const char* what) {
+        if (FAILED(result) && result != E_NOTIMPL && result != E_NOINTERFACE) {
             EXPECT_TRUE(LXErrorInformation::Take().present) << what << " 0x" << std::hex << result;
         }
     }

@@ -9,25 +9,21 @@
 
 using namespace XLXCFCDataTransfer;
 
-namespace
-{
-XLXVariantVector Values(std::size_t count, std::size_t key, XLXComVariant value)
-{
+namespace {
+XLXVariantVector Values(std::size_t count, std::size_t key, XLXComVariant value) {
     XLXVariantVector values(count);
     values[key] = std::move(value);
     return values;
 }
 
 /// One type, "Item", in a bulk read, with components of which a test says what they are.
-struct ItemRecord
-{
+struct ItemRecord {
     XLXComPtr<IUnknown> server;
     std::vector<XILXAttributeData> attributes;
     std::vector<XILXConfigData> groups;
     std::vector<XILXConfigData> pages;
 
-    XLXSafeArray Array()
-    {
+    XLXSafeArray Array() {
         XILXTypeMap map;
         XILXTypeData& record = map.records[IndexOf(map, OLESTR("Item"))];
         record.listed = true;
@@ -40,26 +36,22 @@ struct ItemRecord
     }
 };
 
-XILXAttributeData AttributeRecord(const OLECHAR* name, XLXComPtr<IUnknown> object = nullptr)
-{
+XILXAttributeData AttributeRecord(const OLECHAR* name, XLXComPtr<IUnknown> object = nullptr) {
     XILXAttributeData record;
     record.object = std::move(object);
     record.values = Values(60, XProperty::AttributeName, XLXComVariant::FromBstr(name));
     return record;
 }
 
-class OddAnswers : public HostileTest
-{
+class OddAnswers : public HostileTest {
 protected:
-    XLXComPtr<ILXType> ServerItem()
-    {
+    XLXComPtr<ILXType> ServerItem() {
         XLXComPtr<ILXType> item;
         EXPECT_EQ(m_server->ConfigFactory()->GetType(XLXComBSTR(OLESTR("Item")).Get(), nullptr, item.Put()), S_OK);
         return item;
     }
     /// The types are one, with its attributes, groups and pages without objects.
-    HRESULT StartWithoutObjects()
-    {
+    HRESULT StartWithoutObjects() {
         m_factory->types = [this](SAFEARRAY** out) {
             ItemRecord item{ServerItem(), {}, {}, {}};
             item.attributes.push_back(AttributeRecord(OLESTR("Name")));
@@ -71,21 +63,18 @@ protected:
         };
         return StartHostile();
     }
-    XLXComPtr<ILXAttribute> AttributeOf(const XLXComPtr<ILXType>& type, const OLECHAR* name)
-    {
+    XLXComPtr<ILXAttribute> AttributeOf(const XLXComPtr<ILXType>& type, const OLECHAR* name) {
         XLXComPtr<ILXAttribute> attribute;
         EXPECT_EQ(type->GetAttribute(XLXComBSTR(name).Get(), attribute.Put()), S_OK);
         return attribute;
     }
     /// Tells one object that its values have changed.
-    void Touch(const XLXComPtr<ILXCallbackUpdate>& object, const OLECHAR* dataId)
-    {
+    void Touch(const XLXComPtr<ILXCallbackUpdate>& object, const OLECHAR* dataId) {
         EXPECT_EQ(object->DataObjectChanged(XLXComBSTR(dataId).Get(), XLXComBSTR(OLESTR("cfc_specific")).Get(), 256,
                                             ++m_notification, 0, nullptr),
                   S_OK);
     }
-    HRESULT Format(const XLXComPtr<ILXAttribute>& attribute, int type)
-    {
+    HRESULT Format(const XLXComPtr<ILXAttribute>& attribute, int type) {
         XLXComPtr<ILXFormat> format;
         return attribute->GetFormat(type, format.Put());
     }
@@ -93,8 +82,7 @@ protected:
     ULONG m_notification = 100;
 };
 
-TEST_F(OddAnswers, ARecordWithoutAnObjectIsAskedForWhenItIsNeeded)
-{
+TEST_F(OddAnswers, ARecordWithoutAnObjectIsAskedForWhenItIsNeeded) {
     ASSERT_EQ(StartWithoutObjects(), S_OK);
     const auto type = Named(OLESTR("Item"));
     XLXComPtr<ILXAttribute> name;
@@ -125,8 +113,7 @@ TEST_F(OddAnswers, ARecordWithoutAnObjectIsAskedForWhenItIsNeeded)
     Terminate();
 }
 
-TEST_F(OddAnswers, AnObjectThatCannotBeHadIsAnError)
-{
+TEST_F(OddAnswers, AnObjectThatCannotBeHadIsAnError) {
     ASSERT_EQ(StartWithoutObjects(), S_OK);
     auto type = Named(OLESTR("Item"));
     const auto name = AttributeOf(type, OLESTR("Name"));
@@ -146,15 +133,13 @@ TEST_F(OddAnswers, AnObjectThatCannotBeHadIsAnError)
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: server object"));
 }
 
-TEST_F(OddAnswers, AnObjectThatIsAskedForWhileANewRecordComesIsNotKept)
-{
+TEST_F(OddAnswers, AnObjectThatIsAskedForWhileANewRecordComesIsNotKept) {
     ASSERT_EQ(StartWithoutObjects(), S_OK);
     const auto type = Named(OLESTR("Item"));
     const auto name = AttributeOf(type, OLESTR("Name"));
     bool pending = true;
     Calls().SetHook([&](const XServerCall& call) {
-        if (call.name == "ILXType::GetAttribute" && call.point == XCallPoint::Answer && pending)
-        {
+        if (call.name == "ILXType::GetAttribute" && call.point == XCallPoint::Answer && pending) {
             pending = false;
             m_server->SendNotification("objects/x/0/2");
             EXPECT_EQ(Named(OLESTR("Item")), type);
@@ -168,8 +153,7 @@ TEST_F(OddAnswers, AnObjectThatIsAskedForWhileANewRecordComesIsNotKept)
     Terminate();
 }
 
-TEST_F(OddAnswers, ArraysOfValuesAreRefusedUnlessTheyAreVariantsInARow)
-{
+TEST_F(OddAnswers, ArraysOfValuesAreRefusedUnlessTheyAreVariantsInARow) {
     SAFEARRAYBOUND bounds[2] = {{2, 0}, {2, 0}};
     const std::pair<std::function<SAFEARRAY*()>, const OLECHAR*> odd[] = {
         {[] { return SafeArrayCreateVector(VT_BSTR, 0, 3); }, OLESTR("wrong safearray vartype")},
@@ -193,8 +177,7 @@ TEST_F(OddAnswers, ArraysOfValuesAreRefusedUnlessTheyAreVariantsInARow)
     };
     ASSERT_EQ(StartHostile(), S_OK);
     const auto name = AttributeOf(Named(OLESTR("Item")), OLESTR("Name"));
-    for (const auto& [array, text] : odd)
-    {
+    for (const auto& [array, text] : odd) {
         Touch(name.As<ILXCallbackUpdate>(), OLESTR("properties/Item/2/512"));
         hostile->values = [&make = array](SAFEARRAY** out) {
             *out = make();
@@ -210,10 +193,8 @@ TEST_F(OddAnswers, ArraysOfValuesAreRefusedUnlessTheyAreVariantsInARow)
 }
 
 /// Reads a label and a position twice: values that the cache keeps.
-void ExpectKept(const XLXComPtr<ILXAttribute>& attribute, const OLECHAR* label)
-{
-    for (int i = 0; i < 2; ++i)
-    {
+void ExpectKept(const XLXComPtr<ILXAttribute>& attribute, const OLECHAR* label) {
+    for (int i = 0; i < 2; ++i) {
         XLXComVariant value;
         EXPECT_EQ(attribute->GetProperty(XProperty::Label, value.Put()), S_OK);
         EXPECT_EQ(value.Type(), VT_BSTR);
@@ -222,8 +203,7 @@ void ExpectKept(const XLXComPtr<ILXAttribute>& attribute, const OLECHAR* label)
     }
 }
 
-TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken)
-{
+TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken) {
     XLXComBSTR label(OLESTR("First"));
     BSTR place = label.Get();
     VARIANT position = {};
@@ -264,8 +244,7 @@ TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken)
     Terminate();
 }
 
-TEST_F(OddAnswers, AFailureIsNoEmptyAnswer)
-{
+TEST_F(OddAnswers, AFailureIsNoEmptyAnswer) {
     ASSERT_EQ(Start(), S_OK);
     const auto item = Type("Item");
     const auto group = Group("Item", 1);
@@ -273,8 +252,7 @@ TEST_F(OddAnswers, AFailureIsNoEmptyAnswer)
     const std::function<HRESULT(ILXGroupEnum**)> questions[] = {
         [&](ILXGroupEnum** out) { return item->GetPageGroupEnum(1, out); },
         [&](ILXGroupEnum** out) { return group->GetChildGroupEnum(out); }};
-    for (const auto& question : questions)
-    {
+    for (const auto& question : questions) {
         XLXComPtr<ILXGroupEnum> groups;
         EXPECT_EQ(question(groups.Put()), S_OK);
         Touch(Group("Item", 3).As<ILXCallbackUpdate>(), OLESTR("properties/Item/1/1"));
@@ -293,15 +271,14 @@ TEST_F(OddAnswers, AFailureIsNoEmptyAnswer)
     Terminate();
 }
 
-TEST_F(OddAnswers, ARefusedListOfComponentsNamesItsType)
-{
+TEST_F(OddAnswers, ARefusedListOfComponentsNamesItsType) {
     m_factory->types = [&](SAFEARRAY** out) {
         ItemRecord item{ServerItem(), {}, {}, {}};
         item.groups.push_back({nullptr, Values(16, 2, XLXComVariant::FromI4(1))});
         XILXTypeMap types = GetMapFromArray(item.Array());
         XILXTypeComp& components = types.records[0].components;
-        for (XLXSafeArray* list : {&components.pages, &components.groups, &components.editors, &components.attributes})
-        {
+        for (XLXSafeArray* list :
+             {&components.pages, &components.groups, &components.editors, &components.attributes}) {
             XArrayWriter writer;
             writer.Put(LONG{7});
             *list = writer.Finish();
@@ -321,12 +298,10 @@ TEST_F(OddAnswers, ARefusedListOfComponentsNamesItsType)
     XLXComPtr<ILXAttributeEnum> attributes;
     EXPECT_EQ(item->GetAttributeEnum(attributes.Put()), E_INVALIDARG);
     std::vector<std::string> texts;
-    for (const LogCapture::Entry& entry : log.Entries())
-    {
+    for (const LogCapture::Entry& entry : log.Entries()) {
         texts.push_back(LXNarrow(entry.text));
     }
-    for (const char* section : {"pages", "groups", "editors", "attributes"})
-    {
+    for (const char* section : {"pages", "groups", "editors", "attributes"}) {
         const std::string place = "(" + std::string(section) + ", type 'Item')";
         EXPECT_TRUE(std::any_of(texts.begin(), texts.end(), [&](const std::string& text) {
             return text.find(place) != std::string::npos;
@@ -337,8 +312,7 @@ TEST_F(OddAnswers, ARefusedListOfComponentsNamesItsType)
 
 // ---- initialisations
 
-TEST_F(OddAnswers, AnInitialisationThatIsRefusedLeavesTheLocksOn)
-{
+TEST_F(OddAnswers, AnInitialisationThatIsRefusedLeavesTheLocksOn) {
     const auto factory = m_server->ConfigFactory();
     const auto query = m_server->Query();
     m_cache = LXMakeCache();
@@ -351,8 +325,7 @@ TEST_F(OddAnswers, AnInitialisationThatIsRefusedLeavesTheLocksOn)
     Terminate();
 }
 
-TEST_F(OddAnswers, ASecondInitialisationByAnotherServerIsInTheLogbook)
-{
+TEST_F(OddAnswers, ASecondInitialisationByAnotherServerIsInTheLogbook) {
     ASSERT_EQ(Start(), S_OK);
     const auto otherServer = XSampleServer::Create(LXTestModel());
     const LogCapture log;
@@ -369,8 +342,7 @@ TEST_F(OddAnswers, ASecondInitialisationByAnotherServerIsInTheLogbook)
 // ---- what a failing call leaves
 
 /// A data object each of whose failing methods leaves something in its out argument.
-class LeavingObject final : public XDataObjectRefusals<ILXRelation>
-{
+class LeavingObject final : public XDataObjectRefusals<ILXRelation> {
 public:
     explicit LeavingObject(XServerCorePtr core) noexcept : XDataObjectRefusals(std::move(core)) {}
     IUnknown* left = nullptr;
@@ -378,21 +350,18 @@ public:
     BSTR leftText = nullptr;
     std::string fails; ///< the name of the attribute that cannot be read
 
-    STDMETHODIMP GetTypeName(BSTR* out) override
-    {
+    STDMETHODIMP GetTypeName(BSTR* out) override {
         *out = leftText;
         return E_ACCESSDENIED;
     }
-    STDMETHODIMP GetAttribute(BSTR bstrName, VARIANT* out) override
-    {
+    STDMETHODIMP GetAttribute(BSTR bstrName, VARIANT* out) override {
         const bool isFailing = LXNarrow(LXBstrView(bstrName)) == fails;
         V_VT(out) = isFailing ? VT_UNKNOWN : VT_BSTR;
         isFailing ? static_cast<void>(V_UNKNOWN(out) = left)
                   : static_cast<void>(V_BSTR(out) = XLXComBSTR(XLXTextView(OLESTR("Item"))).Detach());
         return isFailing ? E_ACCESSDENIED : S_OK;
     }
-    STDMETHODIMP GetRelatedObject(ILX_BaseDataObject*, ILX_BaseDataObject** out) override
-    {
+    STDMETHODIMP GetRelatedObject(ILX_BaseDataObject*, ILX_BaseDataObject** out) override {
         *out = leftObject;
         return E_ACCESSDENIED;
     }
@@ -409,19 +378,16 @@ public:
 };
 
 /// Answers no interface, and leaves a pointer.
-class LeavingQuery final : public HostileObject<IUnknown>
-{
+class LeavingQuery final : public HostileObject<IUnknown> {
 public:
     IUnknown* left = nullptr;
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** ppv) override
-    {
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** ppv) override {
         *ppv = left;
         return E_NOINTERFACE;
     }
 };
 
-TEST_F(OddAnswers, NothingIsReleasedThatAFailingQueryLeaves)
-{
+TEST_F(OddAnswers, NothingIsReleasedThatAFailingQueryLeaves) {
     const XLXComPtr<IUnknown> left(new Opaque);
     const auto references = [&] {
         left->AddRef();
@@ -431,8 +397,7 @@ TEST_F(OddAnswers, NothingIsReleasedThatAFailingQueryLeaves)
     unqueried->left = left.Get();
 
     auto values = Arguments(15, false, false);
-    for (std::size_t i = 0; i < 3; ++i)
-    {
+    for (std::size_t i = 0; i < 3; ++i) {
         XLXComVariant odd = XLXComVariant::FromUnknown(unqueried.Get());
         std::swap(values[i], odd);
         m_cache = LXMakeCache();
@@ -442,8 +407,7 @@ TEST_F(OddAnswers, NothingIsReleasedThatAFailingQueryLeaves)
     }
 }
 
-TEST_F(OddAnswers, NothingIsReleasedThatAFailingCallLeaves)
-{
+TEST_F(OddAnswers, NothingIsReleasedThatAFailingCallLeaves) {
     const XLXComPtr<IUnknown> left(new Opaque);
     const auto references = [&] {
         left->AddRef();
@@ -473,8 +437,7 @@ TEST_F(OddAnswers, NothingIsReleasedThatAFailingCallLeaves)
     EXPECT_EQ(m_cache->GetPCEnum(object.Get(), nullptr, nullptr, nullptr, 0, relations.Put()), E_ACCESSDENIED);
     EXPECT_EQ(leftText.View(), OLESTR("left"));
     XLXComPtr<ILXParentChild> relation;
-    for (const char* attribute : {"relationname", "typename", ""})
-    {
+    for (const char* attribute : {"relationname", "typename", ""}) {
         object->fails = attribute;
         EXPECT_EQ(m_cache->GetSinglePCRelationByDO(object.Get(), object.Get(), relation.Put()), E_INVALIDARG);
         EXPECT_EQ(references(), 1u) << attribute;

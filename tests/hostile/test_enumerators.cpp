@@ -4,10 +4,8 @@
 // elements in their hands. Everything is released, and nothing but real elements is taken.
 #include "hostileserver.h"
 
-namespace
-{
-struct Behaviour
-{
+namespace {
+struct Behaviour {
     const char* name;
     HRESULT result;
     ULONG put; ///< how many elements are put, at most as many as asked
@@ -17,16 +15,11 @@ struct Behaviour
 };
 constexpr ULONG AsAsked = 0xFFFF;
 
-std::ostream& operator<<(std::ostream& out, const Behaviour& behaviour)
-{
-    return out << behaviour.name;
-}
+std::ostream& operator<<(std::ostream& out, const Behaviour& behaviour) { return out << behaviour.name; }
 
-class Enumerators : public HostileTest, public testing::WithParamInterface<Behaviour>
-{
+class Enumerators : public HostileTest, public testing::WithParamInterface<Behaviour> {
 protected:
-    static XServerModel Model()
-    {
+    static XServerModel Model() {
         XServerModel model = LXTestModel();
         model.AddGlobalSpec("Length");
         model.AddRelation("Item", "Document", "nodes").AddPCInfo("Tree");
@@ -35,8 +28,7 @@ protected:
     Enumerators() : HostileTest(Model()) {}
 
     template <class IEnumX, class IX>
-    auto Misbehaving(XLXComPtr<IX> element)
-    {
+    auto Misbehaving(XLXComPtr<IX> element) {
         return [element](IEnumX** out) {
             const auto next = [element, behaviour = GetParam()](ULONG asked, IX** elements, ULONG* fetched) {
                 for (ULONG i = 0; i < std::min(behaviour.put, asked); i += 2) // holes between them
@@ -59,8 +51,7 @@ protected:
 
     /// The names that the cache lists, with the result that it gave.
     template <class IX, class IEnumX>
-    void ExpectTaken(const char* what, HRESULT result, const XLXComPtr<IEnumX>& elements, HRESULT expected)
-    {
+    void ExpectTaken(const char* what, HRESULT result, const XLXComPtr<IEnumX>& elements, HRESULT expected) {
         EXPECT_EQ(result, expected) << what;
         ExpectExplained(result, what);
         const bool taken = GetParam().put != 0 && expected == S_OK;
@@ -68,8 +59,7 @@ protected:
     }
 };
 
-TEST_P(Enumerators, OfBrowserIdsAndSpecs)
-{
+TEST_P(Enumerators, OfBrowserIdsAndSpecs) {
     XLXComPtr<ILXBrowserIdEnum> browsers;
     XLXComPtr<ILXBrowserId> browser;
     XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
@@ -85,15 +75,13 @@ TEST_P(Enumerators, OfBrowserIdsAndSpecs)
     ExpectTaken<ILXBrowserId>("browser ids", result, browsers, GetParam().expected);
     // Specs that were gathered before a failure are kept.
     result = Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put());
-    if (GetParam().expected != E_ABORT)
-    {
+    if (GetParam().expected != E_ABORT) {
         ExpectTaken<ILXGlobalAttributeFormatSpec>("specs", result, specs, GetParam().expected);
     }
     Terminate();
 }
 
-TEST_P(Enumerators, OfPCInfos)
-{
+TEST_P(Enumerators, OfPCInfos) {
     XLXComPtr<ILXParentChildEnum> relations;
     XLXComPtr<ILXParentChild> relation;
     XLXComPtr<ILXPCInfoEnum> infos;
@@ -127,8 +115,7 @@ TEST_P(Enumerators, OfPCInfos)
     Terminate();
 }
 
-TEST_P(Enumerators, OfAttributeTypes)
-{
+TEST_P(Enumerators, OfAttributeTypes) {
     const XLXComBSTR pump(OLESTR("Pump"));
     const XLXComBSTR head(OLESTR("Head"));
     XLXComPtr<ILXType> type;

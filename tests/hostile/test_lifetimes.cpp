@@ -7,34 +7,27 @@
 #include <random>
 #include <set>
 
-namespace
-{
-XServerModel FullModel()
-{
+namespace {
+XServerModel FullModel() {
     XServerModel model = LXTestModel();
     model.AddGlobalSpec("Length").AddFormat(1);
     model.AddRelation("Item", "Document", "nodes").AddPCInfo("Tree");
     return model;
 }
 
-class Lifetimes : public HostileTest
-{
+class Lifetimes : public HostileTest {
 protected:
     Lifetimes() : HostileTest(FullModel()) {}
 
     using Objects = std::vector<XLXComPtr<IUnknown>>;
 
     /// Asks for one of everything and keeps all of it. Failures are explained.
-    Objects AskForEverything()
-    {
+    Objects AskForEverything() {
         Objects all;
         const auto keep = [&](const char* what, HRESULT result, const auto& object) {
             ExpectExplained(result, what);
             EXPECT_FALSE(FAILED(result) && object) << what;
-            if (object)
-            {
-                all.emplace_back(object);
-            }
+            if (object) { all.emplace_back(object); }
             return static_cast<bool>(object);
         };
         XLXComPtr<ILXType> type;
@@ -48,23 +41,18 @@ protected:
         XLXComPtr<ILXFormat> format;
         const auto factory = Factory();
         HRESULT result = m_cache->GetCachedType(m_server->DataObject("Pump").Get(), nullptr, type.Put());
-        if (keep("type", result, type))
-        {
-            AskType(*type.Get(), keep);
-        }
+        if (keep("type", result, type)) { AskType(*type.Get(), keep); }
         result = factory->GetTypeEnum(nullptr, types.Put());
         keep("types", result, types);
         result = factory->GetBrowserIdEnum(browsers.Put());
         keep("browser ids", result, browsers);
         result = factory->GetAllGlobalAttributeFormatSpecs(specs.Put());
-        if (keep("specs", result, specs) && specs->GetSingleNext(spec.Put()) == S_OK)
-        {
+        if (keep("specs", result, specs) && specs->GetSingleNext(spec.Put()) == S_OK) {
             result = spec->GetFormat(1, format.Put());
             keep("spec's format", result, format);
         }
         result = factory->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put());
-        if (keep("relations", result, relations) && relations->GetSingleNext(relation.Put()) == S_OK)
-        {
+        if (keep("relations", result, relations) && relations->GetSingleNext(relation.Put()) == S_OK) {
             result = relation->GetPCInfoEnum(infos.Put());
             keep("PC infos", result, infos);
         }
@@ -74,8 +62,7 @@ protected:
     }
 
     template <class Keep>
-    void AskType(ILXType& type, Keep&& keep)
-    {
+    void AskType(ILXType& type, Keep&& keep) {
         XLXComPtr<ILXAttribute> attribute;
         XLXComPtr<ILXAttributeEnum> attributes;
         XLXComPtr<ILXAttributeEnum> ownAttributes;
@@ -92,16 +79,14 @@ protected:
         result = XLXComPtr<ILXType>(&type).As<ILXTypeInheritance>()->GetAttributeEnum(0, ownAttributes.Put());
         keep("own attributes", result, ownAttributes);
         result = type.GetAttribute(XLXComBSTR(OLESTR("Head")).Get(), attribute.Put());
-        if (keep("attribute", result, attribute))
-        {
+        if (keep("attribute", result, attribute)) {
             result = attribute->GetFormat(1, format.Put());
             keep("format", result, format);
             result = attribute->GetAttributeTypeEnum(attributeTypes.Put());
             keep("attribute types", result, attributeTypes);
         }
         result = type.GetGroup(7, group.Put());
-        if (keep("group", result, group))
-        {
+        if (keep("group", result, group)) {
             result = group->GetFormat(format.Put());
             keep("group's format", result, format);
             result = group->GetChildGroupEnum(groups.Put());
@@ -111,15 +96,13 @@ protected:
         keep("editor", result, editor);
     }
 
-    void Invalidate()
-    {
+    void Invalidate() {
         m_server->SendNotification("objects/x/0/1");
         m_server->SendNotification("pc/x/0/1");
     }
 
     /// A whole life of a client. The cache may end in the middle.
-    void Live()
-    {
+    void Live() {
         HRESULT result = Start(0);
         ExpectExplained(result, "Initialize");
         AskForEverything();
@@ -128,8 +111,7 @@ protected:
         EXPECT_EQ(Client()->Terminate(), S_OK);
     }
 
-    void ExpectRightAnswers()
-    {
+    void ExpectRightAnswers() {
         ASSERT_EQ(Start(), S_OK);
         EXPECT_EQ(AskForEverything().size(), 16u);
         EXPECT_EQ(LXRead(Attribute("Pump", "Name").Get(), XProperty::Label), OLESTR("Name of the item"));
@@ -137,8 +119,7 @@ protected:
     }
 };
 
-TEST_F(Lifetimes, AServerMayCallTheCacheFromInsideEachOfItsMethods)
-{
+TEST_F(Lifetimes, AServerMayCallTheCacheFromInsideEachOfItsMethods) {
     const std::function<void()> calls[] = {
         [&] { (void)AskForEverything(); },
         [&] { m_server->SendNotification("objects/x/0/1"); },
@@ -147,8 +128,7 @@ TEST_F(Lifetimes, AServerMayCallTheCacheFromInsideEachOfItsMethods)
         [&] { (void)Start(3); }, // initialised already
     };
     std::set<std::string> methods;
-    for (const auto& inner : calls)
-    {
+    for (const auto& inner : calls) {
         Calls().SetHook([&](const XServerCall& call) {
             methods.emplace(call.name);
             inner();
@@ -160,45 +140,34 @@ TEST_F(Lifetimes, AServerMayCallTheCacheFromInsideEachOfItsMethods)
     EXPECT_GE(methods.size(), 20u) << "methods that were called back from";
 }
 
-TEST_F(Lifetimes, TheCacheMayEndInsideAnyCallToTheServer)
-{
+TEST_F(Lifetimes, TheCacheMayEndInsideAnyCallToTheServer) {
     unsigned points = 0;
-    for (unsigned n = 1; n < 1000; ++n)
-    {
+    for (unsigned n = 1; n < 1000; ++n) {
         SCOPED_TRACE("at point " + std::to_string(n));
         points = 0;
         Calls().SetHook([&](const XServerCall&) {
-            if (++points == n)
-            {
-                EXPECT_EQ(Client()->Terminate(), S_OK);
-            }
+            if (++points == n) { EXPECT_EQ(Client()->Terminate(), S_OK); }
         });
         Live();
         Calls().SetHook({});
         EXPECT_EQ(m_server->Clients().size(), 0u);
-        if (points < n)
-        {
+        if (points < n) {
             break; // no such point any more
         }
-        if (n % 8 == 0)
-        {
-            ExpectRightAnswers();
-        }
+        if (n % 8 == 0) { ExpectRightAnswers(); }
         m_cache.Reset();
     }
     EXPECT_GT(points, 50u);
     ExpectRightAnswers();
 }
 
-TEST_F(Lifetimes, TheCacheMayEndInsideANotification)
-{
+TEST_F(Lifetimes, TheCacheMayEndInsideANotification) {
     ASSERT_EQ(Start(), S_OK);
     const auto type = Type("Pump");
     m_server->AcceptForwardedNotifications(true);
     bool ended = false;
     Calls().SetHook([&](const XServerCall& call) {
-        if (call.name == "ILXCallbackUpdate::DataObjectChanged" && !ended)
-        {
+        if (call.name == "ILXCallbackUpdate::DataObjectChanged" && !ended) {
             ended = true;
             EXPECT_EQ(Client()->Terminate(), S_OK);
         }
@@ -210,35 +179,28 @@ TEST_F(Lifetimes, TheCacheMayEndInsideANotification)
     ExpectRightAnswers();
 }
 
-TEST_F(Lifetimes, HeldObjectsAnswerOrSayWhyNotAfterTheEnd)
-{
+TEST_F(Lifetimes, HeldObjectsAnswerOrSayWhyNotAfterTheEnd) {
     ASSERT_EQ(Start(), S_OK);
-    for (const bool serverToo : {false, true})
-    {
+    for (const bool serverToo : {false, true}) {
         const Objects all = AskForEverything();
         const auto type = Type("Pump");
         Terminate();
-        if (serverToo)
-        {
+        if (serverToo) {
             m_factory.Reset();
             m_server.reset();
         }
         EXPECT_EQ(LXRead(type.Get(), 0), OLESTR("Pump"));
         const XLXComBSTR id(OLESTR("objects/x/0/1"));
         const XLXComBSTR dataType(OLESTR("cfc_specific"));
-        for (const auto& object : all)
-        {
+        for (const auto& object : all) {
             XLXComVariant value;
-            if (const auto config = object.As<ILXConfigObject>())
-            {
+            if (const auto config = object.As<ILXConfigObject>()) {
                 ExpectExplained(config->GetProperty(0, value.Put()), "property");
             }
-            if (const auto callback = object.As<ILXCallbackUpdate>())
-            {
+            if (const auto callback = object.As<ILXCallbackUpdate>()) {
                 EXPECT_EQ(callback->DataObjectChanged(id.Get(), dataType.Get(), 256, 5, 0, nullptr), S_OK);
             }
-            if (const auto types = object.As<ILXTypeEnum>())
-            {
+            if (const auto types = object.As<ILXTypeEnum>()) {
                 EXPECT_EQ(LXReadAll<ILXType>(types, 0).size(), 4u); // a snapshot
             }
         }
@@ -247,8 +209,7 @@ TEST_F(Lifetimes, HeldObjectsAnswerOrSayWhyNotAfterTheEnd)
             return static_cast<bool>(found);
         };
         AskType(*type.Get(), keep);
-        if (!serverToo)
-        {
+        if (!serverToo) {
             XLXComPtr<ILXType> none;
             EXPECT_EQ(m_cache->GetCachedType(m_server->DataObject("Pump").Get(), nullptr, none.Put()), E_POINTER);
             EXPECT_TRUE(LXErrorInformation::Take().present);
@@ -259,10 +220,8 @@ TEST_F(Lifetimes, HeldObjectsAnswerOrSayWhyNotAfterTheEnd)
     m_server = XSampleServer::Create(FullModel()); // for the fixture's last look
 }
 
-TEST_F(Lifetimes, AnyOrderOfReleasesLeavesNothingAlive)
-{
-    for (unsigned seed = 0; seed < 24; ++seed)
-    {
+TEST_F(Lifetimes, AnyOrderOfReleasesLeavesNothingAlive) {
+    for (unsigned seed = 0; seed < 24; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         const bool noNotifications = seed % 2 == 0; // without a registered callback there is no need to end
         ASSERT_EQ(Start(static_cast<LONG>(seed % 16), noNotifications), S_OK);
@@ -270,14 +229,10 @@ TEST_F(Lifetimes, AnyOrderOfReleasesLeavesNothingAlive)
         Objects all = AskForEverything();
         EXPECT_GT(m_server->LiveObjects().objects, before);
         all.emplace_back(m_cache);
-        if (!noNotifications)
-        {
-            Terminate();
-        }
+        if (!noNotifications) { Terminate(); }
         m_cache.Reset();
         std::shuffle(all.begin(), all.end(), std::mt19937(seed));
-        while (!all.empty())
-        {
+        while (!all.empty()) {
             all.pop_back();
         }
         m_factory.Reset();

@@ -3,29 +3,19 @@
 // Names with every kind of character, as names of everything: found exactly, kept apart, and notified.
 #include "hostileserver.h"
 
-namespace
-{
-struct Name
-{
+namespace {
+struct Name {
     const char* what;
     XLXText text;
 };
 
-std::ostream& operator<<(std::ostream& out, const Name& name)
-{
-    return out << name.what;
-}
+std::ostream& operator<<(std::ostream& out, const Name& name) { return out << name.what; }
 
-XLXText Unit(int unit)
-{
-    return XLXText(1, static_cast<OLECHAR>(unit));
-}
+XLXText Unit(int unit) { return XLXText(1, static_cast<OLECHAR>(unit)); }
 
-class Names : public HostileTest, public testing::WithParamInterface<Name>
-{};
+class Names : public HostileTest, public testing::WithParamInterface<Name> {};
 
-TEST_P(Names, AreFoundExactlyAndNotified)
-{
+TEST_P(Names, AreFoundExactlyAndNotified) {
     ASSERT_EQ(Start(), S_OK);
     const XLXText name = OLESTR("n") + GetParam().text;
     ASSERT_EQ(Edit().AddType(name, "Item").result, S_OK);
@@ -49,8 +39,7 @@ TEST_P(Names, AreFoundExactlyAndNotified)
     Edit().SetAttributeProperty(name, name, XProperty::Label, "second");
     EXPECT_EQ(LXRead(attribute.Get(), XProperty::Label), OLESTR("second"));
     // Names that are nearly the same are others.
-    for (const XLXText& other : {name + Unit(0), name.substr(0, name.size() - 1), XLXText(OLESTR(" ")) + name})
-    {
+    for (const XLXText& other : {name + Unit(0), name.substr(0, name.size() - 1), XLXText(OLESTR(" ")) + name}) {
         Named(other, S_FALSE);
     }
     LONG derives = 0;
@@ -69,11 +58,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Name{"Long", XLXText(65536, OLECHAR{'x'})}),
     testing::PrintToStringParamName());
 
-TEST_F(Names, ThatAreTogetherTheSameStayApart)
-{
+TEST_F(Names, ThatAreTogetherTheSameStayApart) {
     ASSERT_EQ(Start(), S_OK);
-    for (const char* type : {"a", "a|b", "b|c", "c"})
-    {
+    for (const char* type : {"a", "a|b", "b|c", "c"}) {
         Edit().AddType(type);
     }
     Edit().AddRelation("a", "b|c", "x");

@@ -4,26 +4,19 @@
 // shows the new ones.
 #include "hostileserver.h"
 
-namespace
-{
-struct Overtaken
-{
+namespace {
+struct Overtaken {
     const char* name;
     const char* call;  ///< during which the notification comes
     const char* reset; ///< what makes that call necessary
     bool onAttribute;  ///< the notification goes to the attribute, not to its type
 };
 
-std::ostream& operator<<(std::ostream& out, const Overtaken& overtaken)
-{
-    return out << overtaken.name;
-}
+std::ostream& operator<<(std::ostream& out, const Overtaken& overtaken) { return out << overtaken.name; }
 
-class StraightToAnObject : public HostileTest, public testing::WithParamInterface<Overtaken>
-{};
+class StraightToAnObject : public HostileTest, public testing::WithParamInterface<Overtaken> {};
 
-TEST_P(StraightToAnObject, IsNotLostInABulkRead)
-{
+TEST_P(StraightToAnObject, IsNotLostInABulkRead) {
     const bool inType = GetParam().call == std::string("ILXType::GetTypeComponentData");
     ASSERT_EQ(Start(inType ? 0 : 15), S_OK);
     const auto type = Type("Pump");
@@ -33,14 +26,12 @@ TEST_P(StraightToAnObject, IsNotLostInABulkRead)
     m_server->SendNotification(GetParam().reset);
     bool pending = true;
     Calls().SetHook([&](const XServerCall& call) {
-        if (call.name == GetParam().call && call.point == XCallPoint::Answer && pending)
-        {
+        if (call.name == GetParam().call && call.point == XCallPoint::Answer && pending) {
             pending = false;
             Edit().SetTypeProperty("Pump", XProperty::TypeLabel, "New type", XNotify::No);
             Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "New head", XNotify::No);
             const XLXComBSTR dataType(OLESTR("cfc_specific"));
-            for (const OLECHAR* id : {OLESTR("properties/Pump/1/2"), OLESTR("properties/Pump/2/512")})
-            {
+            for (const OLECHAR* id : {OLESTR("properties/Pump/1/2"), OLESTR("properties/Pump/2/512")}) {
                 EXPECT_EQ(face->DataObjectChanged(XLXComBSTR(XLXText(id)).Get(), dataType.Get(), 256, 900, 0, nullptr),
                           S_OK);
             }
@@ -51,10 +42,7 @@ TEST_P(StraightToAnObject, IsNotLostInABulkRead)
     Calls().SetHook({});
     EXPECT_EQ(LXRead(Attribute("Pump", "Head").Get(), XProperty::Label), OLESTR("New head"));
     EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("New head"));
-    if (!GetParam().onAttribute)
-    {
-        EXPECT_EQ(LXRead(type.Get(), XProperty::TypeLabel), OLESTR("New type"));
-    }
+    if (!GetParam().onAttribute) { EXPECT_EQ(LXRead(type.Get(), XProperty::TypeLabel), OLESTR("New type")); }
     Terminate();
 }
 

@@ -12,11 +12,9 @@
 
 using namespace XLXCFCDataTransfer;
 
-XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types, const XLXComPtr<IUnknown>& server)
-{
+XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types, const XLXComPtr<IUnknown>& server) {
     XILXTypeMap map;
-    for (const HostileType& type : types)
-    {
+    for (const HostileType& type : types) {
         XILXTypeData& record = map.records[IndexOf(map, type.name)];
         record.listed = true;
         record.config.object = server;
@@ -24,28 +22,22 @@ XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types, const XLXCo
         record.config.values[0] = XLXComVariant::FromBstr(type.name);
         record.config.values[2] = type.base.empty() ? XLXComVariant() : XLXComVariant::FromBstr(type.base);
         std::vector<XILXAttributeData> attributes;
-        for (const XLXText& name : type.attributes)
-        {
+        for (const XLXText& name : type.attributes) {
             XILXAttributeData& attribute = attributes.emplace_back();
             attribute.object = server;
             attribute.values = XLXVariantVector(60);
             attribute.values[0] = XLXComVariant::FromBstr(name);
         }
-        if (!attributes.empty())
-        {
-            record.components.attributes = GetArrayFromAttributeList(std::move(attributes));
-        }
+        if (!attributes.empty()) { record.components.attributes = GetArrayFromAttributeList(std::move(attributes)); }
     }
     return GetArrayFromMap(std::move(map));
 }
 
-namespace
-{
+namespace {
 constexpr std::size_t SmallStack = 512 * 1024;
 
 /// Runs work on a thread whose stack is too small for a recursion along a long chain.
-void WithSmallStack(std::function<void()> work)
-{
+void WithSmallStack(std::function<void()> work) {
 #ifdef _WIN32
     const auto run = [](void* argument) -> DWORD {
         (*static_cast<std::function<void()>*>(argument))();
@@ -70,44 +62,34 @@ void WithSmallStack(std::function<void()> work)
 #endif
 }
 
-XLXText Number(int number)
-{
+XLXText Number(int number) {
     std::string text = std::to_string(number);
     return LXFromUtf8("T" + std::string(6 - text.size(), '0') + text);
 }
 
-struct Chain
-{
+struct Chain {
     const char* name;
     int length;
     bool rootFirst; ///< the order of the names, which is the order of linking
 };
 
-std::ostream& operator<<(std::ostream& out, const Chain& chain)
-{
-    return out << chain.name;
-}
+std::ostream& operator<<(std::ostream& out, const Chain& chain) { return out << chain.name; }
 
-class TypeChains : public HostileTest, public testing::WithParamInterface<Chain>
-{
+class TypeChains : public HostileTest, public testing::WithParamInterface<Chain> {
 protected:
-    static bool Has(const XLXComPtr<ILXType>& type, XLXTextView name)
-    {
+    static bool Has(const XLXComPtr<ILXType>& type, XLXTextView name) {
         XLXComPtr<ILXAttribute> attribute;
         return type && type->GetAttribute(XLXComBSTR(name).Get(), attribute.Put()) == S_OK;
     }
 };
-class BadTypes : public TypeChains
-{};
+class BadTypes : public TypeChains {};
 
-TEST_P(TypeChains, OfAnyLengthInheritAnswerAndGo)
-{
+TEST_P(TypeChains, OfAnyLengthInheritAnswerAndGo) {
     const int last = GetParam().length - 1;
     const auto name = [&](int depth) { return Number(GetParam().rootFirst ? depth : last - depth); };
     m_factory->types = [&](SAFEARRAY** out) {
         std::vector<HostileType> types;
-        for (int depth = 0; depth <= last; ++depth)
-        {
+        for (int depth = 0; depth <= last; ++depth) {
             types.push_back({name(depth), depth > 0 ? name(depth - 1) : XLXText(), {}});
         }
         types[0].attributes = {OLESTR("OfRoot")};
@@ -139,16 +121,14 @@ INSTANTIATE_TEST_SUITE_P(Hostile, TypeChains,
                          testing::Values(Chain{"Long", 5000, false}, Chain{"LinkedFromTheRoot", 1000, true}),
                          testing::PrintToStringParamName());
 
-TEST_F(BadTypes, BasesThatCloseACircleAreCutSomewhere)
-{
+TEST_F(BadTypes, BasesThatCloseACircleAreCutSomewhere) {
     std::vector<HostileType> types = {{OLESTR("Self"), OLESTR("Self"), {OLESTR("a")}},
                                       {OLESTR("A"), OLESTR("B"), {OLESTR("a")}},
                                       {OLESTR("B"), OLESTR("A"), {OLESTR("b")}},
                                       {OLESTR("Orphan"), OLESTR("Nowhere"), {OLESTR("a")}},
                                       {OLESTR("Nameless"), XLXText(1, OLECHAR{0}), {OLESTR("a")}}};
     constexpr int circle = 60;
-    for (int i = 0; i < circle; ++i)
-    {
+    for (int i = 0; i < circle; ++i) {
         types.push_back({Number(i), Number((i + 1) % circle), {OLESTR("own") + Number(i)}});
     }
     m_factory->types = [&](SAFEARRAY** out) {
@@ -156,19 +136,16 @@ TEST_F(BadTypes, BasesThatCloseACircleAreCutSomewhere)
         return S_OK;
     };
     ASSERT_EQ(StartHostile(), S_OK);
-    for (int round = 0; round < 2; ++round)
-    {
+    for (int round = 0; round < 2; ++round) {
         int inherited = 0;
-        for (const HostileType& type : types)
-        {
+        for (const HostileType& type : types) {
             EXPECT_TRUE(Has(Named(type.name), type.attributes.front())) << LXNarrow(type.name);
             LONG count = 0;
             BSTR* derived = nullptr;
             const HRESULT result = m_cache->GetDerivedTypesForQuery(XLXComBSTR(type.name).Get(), &count, &derived);
             EXPECT_EQ(result, S_OK);
             EXPECT_LE(count, circle);
-            for (LONG i = 0; i < count; ++i)
-            {
+            for (LONG i = 0; i < count; ++i) {
                 SysFreeString(derived[i]);
             }
             CoTaskMemFree(derived);
@@ -180,8 +157,7 @@ TEST_F(BadTypes, BasesThatCloseACircleAreCutSomewhere)
     Terminate();
 }
 
-TEST_F(BadTypes, ServerObjectsWithoutTheirInterfaceAnswerFromWhatWasDelivered)
-{
+TEST_F(BadTypes, ServerObjectsWithoutTheirInterfaceAnswerFromWhatWasDelivered) {
     m_factory->types = [&](SAFEARRAY** out) {
         *out = HostileTypeArray({{OLESTR("Pump"), OLESTR(""), {OLESTR("Head")}}}, new Opaque).Detach();
         return S_OK;
@@ -208,8 +184,7 @@ TEST_F(BadTypes, ServerObjectsWithoutTheirInterfaceAnswerFromWhatWasDelivered)
     Terminate();
 }
 
-TEST_F(BadTypes, TypesWithoutANameAreRefusedAndNothingIsKept)
-{
+TEST_F(BadTypes, TypesWithoutANameAreRefusedAndNothingIsKept) {
     bool good = false;
     m_factory->types = [&](SAFEARRAY** out) {
         *out = HostileTypeArray({{OLESTR("A"), OLESTR(""), {}}, {good ? OLESTR("B") : OLESTR(""), OLESTR(""), {}}})
@@ -225,8 +200,7 @@ TEST_F(BadTypes, TypesWithoutANameAreRefusedAndNothingIsKept)
     Terminate();
 }
 
-TEST_F(BadTypes, ATypeThatGetsABaseLaterHasBothAttributes)
-{
+TEST_F(BadTypes, ATypeThatGetsABaseLaterHasBothAttributes) {
     ASSERT_EQ(Start(), S_OK);
     const auto document = Type("Document");
     EXPECT_TRUE(Has(document, OLESTR("Title"))); // complete from here on

@@ -9,10 +9,8 @@
 #include <cstdio>
 #include <string>
 
-namespace
-{
-struct Identifier
-{
+namespace {
+struct Identifier {
     const char* name;
     const GUID* linked; // from the identifier source
     const char* text;
@@ -20,8 +18,7 @@ struct Identifier
 };
 
 template <class T>
-Identifier Interface(const char* name, const IID& linked, const char* text)
-{
+Identifier Interface(const char* name, const IID& linked, const char* text) {
     return {name, &linked, text, &LXIid<T>()};
 }
 #define INTERFACE_ID(type, text) Interface<type>(#type, IID_##type, text)
@@ -69,8 +66,7 @@ const Identifier identifiers[] = {
     {"LXCONFIGFACTORYCACHELib", &LIBID_LXCONFIGFACTORYCACHELib, "3B700219-CA40-4C9A-B2E6-85B56601D125", nullptr},
 };
 
-std::string Text(const GUID& id)
-{
+std::string Text(const GUID& id) {
     char text[40];
     const auto* const d = id.Data4;
     std::snprintf(text, sizeof(text), "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X",
@@ -78,15 +74,10 @@ std::string Text(const GUID& id)
     return text;
 }
 
-TEST(Identifiers, AreThePublishedOnes)
-{
-    for (const Identifier& id : identifiers)
-    {
+TEST(Identifiers, AreThePublishedOnes) {
+    for (const Identifier& id : identifiers) {
         EXPECT_EQ(Text(*id.linked), id.text) << id.name;
-        if (id.attached != nullptr)
-        {
-            EXPECT_EQ(Text(*id.attached), id.text) << id.name;
-        }
+        if (id.attached != nullptr) { EXPECT_EQ(Text(*id.attached), id.text) << id.name; }
     }
 }
 } // namespace

@@ -5,11 +5,9 @@
 
 #include <algorithm>
 
-namespace
-{
+namespace {
 /// Everything in it ends when this program does, however that happens.
-HANDLE Job()
-{
+HANDLE Job() {
     static HANDLE const job = [] {
         HANDLE const made = CreateJobObjectW(nullptr, nullptr);
         JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
@@ -20,8 +18,7 @@ HANDLE Job()
     return job;
 }
 
-std::wstring Folder()
-{
+std::wstring Folder() {
     wchar_t path[1024] = {};
     const DWORD length = GetModuleFileNameW(nullptr, path, 1024);
     const std::wstring program(path, length);
@@ -29,8 +26,7 @@ std::wstring Folder()
 }
 
 /// Calls one of the registration functions of a module.
-HRESULT CallModule(const OLECHAR* file, const char* function)
-{
+HRESULT CallModule(const OLECHAR* file, const char* function) {
     HMODULE const module = LoadLibraryW((Folder() + file).c_str());
     using Registration = HRESULT(STDMETHODCALLTYPE*)();
     const auto call = module != nullptr
@@ -45,28 +41,22 @@ constexpr const OLECHAR* Modules[] = {OLESTR("LXConfigFactoryCache32.dll"), OLES
                                       OLESTR("LXSampleServerPS.dll"), OLESTR("LXCfgCacheCallback.dll")};
 constexpr const OLECHAR* ServerProgram = OLESTR("lxsampleserver.exe");
 
-DWORD RunServerProgram(const OLECHAR* option)
-{
+DWORD RunServerProgram(const OLECHAR* option) {
     return Process(ServerProgram, option).Wait(30s).value_or(WAIT_TIMEOUT);
 }
 
-class Registered : public testing::Environment
-{
-    void SetUp() override
-    {
+class Registered : public testing::Environment {
+    void SetUp() override {
         ASSERT_GE(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
         LXPlayRole();
-        for (const OLECHAR* const module : Modules)
-        {
+        for (const OLECHAR* const module : Modules) {
             ASSERT_EQ(CallModule(module, "DllRegisterServer"), S_OK) << LXToUtf8(module);
         }
         ASSERT_EQ(RunServerProgram(OLESTR("--register")), 0u);
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         EXPECT_EQ(RunServerProgram(OLESTR("--unregister")), 0u);
-        for (const OLECHAR* const module : Modules)
-        {
+        for (const OLECHAR* const module : Modules) {
             EXPECT_EQ(CallModule(module, "DllUnregisterServer"), S_OK) << LXToUtf8(module);
         }
         CoUninitialize();
@@ -76,27 +66,23 @@ class Registered : public testing::Environment
 testing::Environment* const g_registered = testing::AddGlobalTestEnvironment(new Registered);
 } // namespace
 
-std::string LXLabelEdit(const std::string& label)
-{
+std::string LXLabelEdit(const std::string& label) {
     return std::string(R"({"edit":"SetAttributeProperty","type":")") + EditedType + R"(","name":")" + EditedAttribute +
            R"(","index":)" + std::to_string(XProperty::Label) + R"(,"value":")" + label + R"("})";
 }
 
-bool LXSaysGone(HRESULT result)
-{
+bool LXSaysGone(HRESULT result) {
     constexpr ULONG codes[] = {0x800706BA, 0x800706BE, 0x800706BF, 0x80010108, 0x80010007, 0x80010012};
     return std::find(std::begin(codes), std::end(codes), static_cast<ULONG>(result)) != std::end(codes);
 }
 
-Process::Process(const OLECHAR* program, const std::wstring& arguments)
-{
+Process::Process(const OLECHAR* program, const std::wstring& arguments) {
     std::wstring command = OLESTR("\"") + Folder() + program + OLESTR("\" ") + arguments;
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process = {};
     if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr, &startup,
-                       &process))
-    {
+                       &process)) {
         AssignProcessToJobObject(Job(), process.hProcess);
         ResumeThread(process.hThread);
         CloseHandle(process.hThread);
@@ -105,22 +91,19 @@ Process::Process(const OLECHAR* program, const std::wstring& arguments)
     }
 }
 
-Process::~Process()
-{
+Process::~Process() {
     Kill();
     WaitForSingleObject(m_handle, 10000);
     CloseHandle(m_handle);
 }
 
-std::optional<DWORD> Process::Wait(std::chrono::milliseconds limit) const
-{
+std::optional<DWORD> Process::Wait(std::chrono::milliseconds limit) const {
     DWORD code = 0;
     const bool ended = WaitForSingleObject(m_handle, static_cast<DWORD>(limit.count())) == WAIT_OBJECT_0;
     return ended && GetExitCodeProcess(m_handle, &code) ? std::optional<DWORD>(code) : std::nullopt;
 }
 
-XLXComPtr<ILXSampleServer> LXConnect()
-{
+XLXComPtr<ILXSampleServer> LXConnect() {
     XLXComPtr<ILXSampleServer> control;
     const HRESULT result = CoCreateInstance(CLSID_LXSampleServer, nullptr, CLSCTX_LOCAL_SERVER,
                                             LXIid<ILXSampleServer>(), control.PutVoid());
@@ -131,53 +114,45 @@ XLXComPtr<ILXSampleServer> LXConnect()
 ReadyEvent::ReadyEvent()
     : m_name(OLESTR("lx-ready-") + std::to_wstring(GetCurrentProcessId()) + OLESTR("-") +
              std::to_wstring(reinterpret_cast<std::uintptr_t>(this)) + OLESTR("-") + std::to_wstring(GetTickCount64())),
-      m_handle(CreateEventW(nullptr, TRUE, FALSE, m_name.c_str()))
-{}
+      m_handle(CreateEventW(nullptr, TRUE, FALSE, m_name.c_str())) {}
 
 // Who asks before the program is ready would have COM start a second one.
 Server::Server(Use use)
-    : m_process(ServerProgram,
-                OLESTR("--ready-event ") + m_ready.Name() + (use == Use::ByOne ? OLESTR(" --single-use") : OLESTR("")))
-{
+    : m_process(ServerProgram, OLESTR("--ready-event ") + m_ready.Name() +
+                                   (use == Use::ByOne ? OLESTR(" --single-use") : OLESTR(""))) {
     m_control = m_ready.Wait() ? LXConnect() : nullptr;
     LXExpectThat(static_cast<bool>(m_control), "the server program cannot be reached");
 }
 
-Server::~Server()
-{
+Server::~Server() {
     m_control->Stop(); // a failure is that of a server that is gone already
     m_process.Wait(20s);
 }
 
-XServerStatus Server::Status() const
-{
+XServerStatus Server::Status() const {
     XLXComBSTR status;
     LXExpect(m_control->GetStatus(status.Put()), "GetStatus");
     return LXParseStatus(LXToUtf8(status.View()));
 }
 
-bool Server::HasClient(ULONG process) const
-{
+bool Server::HasClient(ULONG process) const {
     const XServerStatus status = Status();
     return std::any_of(status.clients.begin(), status.clients.end(),
                        [process](const auto& client) { return client.process == process; });
 }
 
-HRESULT Server::TryEdit(const std::string& json) const
-{
+HRESULT Server::TryEdit(const std::string& json) const {
     XLXComBSTR outcome;
     return m_control->Edit(LXBstr(json).Get(), outcome.Put());
 }
 
-XNotification Server::Edit(const std::string& json) const
-{
+XNotification Server::Edit(const std::string& json) const {
     XLXComBSTR outcome;
     LXExpect(m_control->Edit(LXBstr(json).Get(), outcome.Put()), "Edit");
     return LXParseNotification(LXToUtf8(outcome.View()));
 }
 
-CacheClient::CacheClient(ILXSampleServer& server, bool separateCallback)
-{
+CacheClient::CacheClient(ILXSampleServer& server, bool separateCallback) {
     XLXComPtr<ILXConfigFactory> factory;
     XLXComPtr<ILX_Query> query;
     XLXComPtr<ILXDataUpdate> update;
@@ -195,8 +170,7 @@ CacheClient::CacheClient(ILXSampleServer& server, bool separateCallback)
     LXExpect(m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get()), "IDPFObject::Initialize");
 }
 
-XLXComPtr<ILXAttribute> CacheClient::Attribute(const char* type, const char* name) const
-{
+XLXComPtr<ILXAttribute> CacheClient::Attribute(const char* type, const char* name) const {
     XLXComPtr<ILXType> found;
     LXExpect(Factory()->GetType(LXBstr(type).Get(), nullptr, found.Put()), "GetType");
     XLXComPtr<ILXAttribute> attribute;
@@ -204,19 +178,13 @@ XLXComPtr<ILXAttribute> CacheClient::Attribute(const char* type, const char* nam
     return attribute;
 }
 
-std::string CacheClient::Label() const
-{
-    return LXTextOf(*Attribute(DerivedType, EditedAttribute), XProperty::Label);
-}
+std::string CacheClient::Label() const { return LXTextOf(*Attribute(DerivedType, EditedAttribute), XProperty::Label); }
 
-std::string LXSnapshot(ILXConfigFactory& factory)
-{
+std::string LXSnapshot(ILXConfigFactory& factory) {
     std::string text;
-    for (const char* const name : {"Object", "Equipment", "Pump", "CentrifugalPump", "Vessel", "Document"})
-    {
+    for (const char* const name : {"Object", "Equipment", "Pump", "CentrifugalPump", "Vessel", "Document"}) {
         XLXComPtr<ILXType> type;
-        if (const HRESULT found = factory.GetType(LXBstr(name).Get(), nullptr, type.Put()); found != S_OK)
-        {
+        if (const HRESULT found = factory.GetType(LXBstr(name).Get(), nullptr, type.Put()); found != S_OK) {
             LXExpect(found, "GetType", S_FALSE); // an edit removed it
             text += std::string(name) + " is not there\n";
             continue;
@@ -224,8 +192,7 @@ std::string LXSnapshot(ILXConfigFactory& factory)
         auto attributes = LXList<ILXAttribute, ILXAttributeEnum>(
             "GetDisplayAttributeEnum", [&](auto** out) { return type->GetDisplayAttributeEnum(0, out); });
         std::vector<std::string> lines;
-        for (const auto& attribute : attributes)
-        {
+        for (const auto& attribute : attributes) {
             lines.push_back(LXTextOf(*attribute, XProperty::AttributeName) + "=" +
                             LXTextOf(*attribute, XProperty::Label));
         }
@@ -237,5 +204,4 @@ std::string LXSnapshot(ILXConfigFactory& factory)
 
 ClientProcess::ClientProcess(const std::wstring& role)
     : m_process(OLESTR("test_outofprocess.exe"),
-                OLESTR("--role ") + m_ready.Name() + OLESTR(" ") + role + OLESTR(" --gtest_brief=1"))
-{}
+                OLESTR("--role ") + m_ready.Name() + OLESTR(" ") + role + OLESTR(" --gtest_brief=1")) {}

@@ -28,15 +28,10 @@ std::string LXLabelEdit(const std::string& label);
 
 /// Waits until a condition holds; false when it does not in time.
 template <class Condition>
-bool LXWaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s)
-{
+bool LXWaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s) {
     const auto until = std::chrono::steady_clock::now() + limit;
-    while (!condition())
-    {
-        if (std::chrono::steady_clock::now() > until)
-        {
-            return false;
-        }
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > until) { return false; }
         std::this_thread::sleep_for(20ms);
     }
     return true;
@@ -46,8 +41,7 @@ bool LXWaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s)
 bool LXSaysGone(HRESULT result);
 
 /// A program beside this one, running.
-class Process
-{
+class Process {
 public:
     Process(const OLECHAR* program, const std::wstring& arguments);
     ~Process();
@@ -65,8 +59,7 @@ private:
 };
 
 /// An event that another process sets when it is ready.
-class ReadyEvent
-{
+class ReadyEvent {
 public:
     ReadyEvent();
     ~ReadyEvent() { CloseHandle(m_handle); }
@@ -85,11 +78,9 @@ private:
 XLXComPtr<ILXSampleServer> LXConnect();
 
 /// A server program that serves the small model.
-class Server
-{
+class Server {
 public:
-    enum class Use
-    {
+    enum class Use {
         ByMany,
         ByOne ///< others do not find it. Wine goes on finding a class object after its process was killed.
     };
@@ -113,8 +104,7 @@ private:
 };
 
 /// A cache that was initialised with the services of the server.
-class CacheClient
-{
+class CacheClient {
 public:
     explicit CacheClient(ILXSampleServer& server, bool separateCallback = false);
 
@@ -136,8 +126,7 @@ std::string LXSnapshot(ILXConfigFactory& factory);
 ///   hold              initialises a cache and waits to be killed
 ///   follow LABEL MS   initialises a cache, waits until the cache gives that label, taking so many
 /// milliseconds for each notification, and compares all of it with the server; exit code 0 when it agrees
-class ClientProcess
-{
+class ClientProcess {
 public:
     explicit ClientProcess(const std::wstring& role);
 

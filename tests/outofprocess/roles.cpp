@@ -9,32 +9,27 @@
 #include <cstdio>
 #include <thread>
 
-namespace
-{
+namespace {
 constexpr auto LimitOfRole = 60s;
 
-void SayReady(const wchar_t* event)
-{
+void SayReady(const wchar_t* event) {
     HANDLE const ready = OpenEventW(EVENT_MODIFY_STATE, FALSE, event);
     SetEvent(ready);
     CloseHandle(ready);
 }
 
-struct Notifications
-{
+struct Notifications {
     std::chrono::milliseconds time; // that each takes
     std::atomic<int> taken{0};
 
-    static void STDMETHODCALLTYPE Take(const LXLogEntry*, void* context)
-    {
+    static void STDMETHODCALLTYPE Take(const LXLogEntry*, void* context) {
         auto& self = *static_cast<Notifications*>(context);
         std::this_thread::sleep_for(self.time);
         ++self.taken;
     }
 };
 
-int Hold(const wchar_t* event)
-{
+int Hold(const wchar_t* event) {
     const auto server = LXConnect();
     const CacheClient client(*server);
     SayReady(event);
@@ -42,8 +37,7 @@ int Hold(const wchar_t* event)
     return 1; // nobody killed it
 }
 
-int Follow(const wchar_t* event, const std::string& label, int count, std::chrono::milliseconds time)
-{
+int Follow(const wchar_t* event, const std::string& label, int count, std::chrono::milliseconds time) {
     Notifications notifications{time};
     const auto server = LXConnect();
     CacheClient client(*server);
@@ -61,23 +55,16 @@ int Follow(const wchar_t* event, const std::string& label, int count, std::chron
 }
 } // namespace
 
-void LXPlayRole()
-{
-    if (__argc < 4 || std::string_view(__argv[1]) != "--role")
-    {
-        return;
-    }
+void LXPlayRole() {
+    if (__argc < 4 || std::string_view(__argv[1]) != "--role") { return; }
     const std::string name = __argv[2];
     const std::wstring event(name.begin(), name.end());
     int code = 5;
-    try
-    {
+    try {
         code = std::string_view(__argv[3]) == "hold" ? Hold(event.c_str())
                                                      : Follow(event.c_str(), __argv[4], std::atoi(__argv[5]),
                                                               std::chrono::milliseconds(std::atoi(__argv[6])));
-    }
-    catch (const std::exception& error)
-    {
+    } catch (const std::exception& error) {
         std::fprintf(stderr, "client %lu: %s\n", GetCurrentProcessId(), error.what());
     }
     TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code));

@@ -7,11 +7,9 @@
 
 #include <atomic>
 
-namespace
-{
+namespace {
 /// Whether the cache was told of a change on a thread that is not this one.
-class ThreadWatch
-{
+class ThreadWatch {
 public:
     ThreadWatch() { LXErrorSetLogSink(&ThreadWatch::Take, this, 1U << LX_LOG_UPDATE); }
     ~ThreadWatch() { LXErrorSetLogSink(nullptr, nullptr, 0); }
@@ -21,8 +19,7 @@ public:
     int OnOtherThreads() const { return m_onOthers; }
 
 private:
-    static void STDMETHODCALLTYPE Take(const LXLogEntry*, void* context)
-    {
+    static void STDMETHODCALLTYPE Take(const LXLogEntry*, void* context) {
         auto& self = *static_cast<ThreadWatch*>(context);
         self.m_onOthers += std::this_thread::get_id() != self.m_own ? 1 : 0;
     }
@@ -31,23 +28,18 @@ private:
     std::atomic<int> m_onOthers{0};
 };
 
-HRESULT ReadLabel(ILXAttribute& attribute)
-{
+HRESULT ReadLabel(ILXAttribute& attribute) {
     XLXComVariant value;
     return attribute.GetProperty(XProperty::Label, value.Put());
 }
 
 /// Threads that read a cached value all the time, and note every answer other than S_OK.
-class Readers
-{
+class Readers {
 public:
-    explicit Readers(const XLXComPtr<ILXAttribute>& attribute)
-    {
-        for (std::thread& thread : m_threads)
-        {
+    explicit Readers(const XLXComPtr<ILXAttribute>& attribute) {
+        for (std::thread& thread : m_threads) {
             thread = std::thread([this, attribute] {
-                for (; !m_stop; ++m_reads)
-                {
+                for (; !m_stop; ++m_reads) {
                     const HRESULT result = ReadLabel(*attribute);
                     m_failed = result != S_OK ? result : m_failed.load();
                 }
@@ -58,17 +50,14 @@ public:
     Readers(const Readers&) = delete;
     Readers& operator=(const Readers&) = delete;
 
-    bool GoOn() const
-    {
+    bool GoOn() const {
         const auto before = m_reads.load();
         return LXWaitFor([&] { return m_reads > before + 1000; });
     }
     HRESULT Failed() const { return m_failed; }
-    void Stop()
-    {
+    void Stop() {
         m_stop = true;
-        for (std::thread& thread : m_threads)
-        {
+        for (std::thread& thread : m_threads) {
             thread.joinable() ? thread.join() : void();
         }
     }
@@ -81,21 +70,18 @@ private:
 };
 
 /// Terminates the cache, which must not take long; the result, or nothing when it did.
-std::optional<HRESULT> TerminateInTime(CacheClient& client)
-{
+std::optional<HRESULT> TerminateInTime(CacheClient& client) {
     const auto start = std::chrono::steady_clock::now();
     const HRESULT result = client.Terminate();
     return std::chrono::steady_clock::now() - start < 10s ? std::optional<HRESULT>(result) : std::nullopt;
 }
 } // namespace
 
-class CallbackWays : public testing::TestWithParam<bool>
-{};
+class CallbackWays : public testing::TestWithParam<bool> {};
 INSTANTIATE_TEST_SUITE_P(OutOfProcess, CallbackWays, testing::Bool(),
                          [](const auto& test) { return test.param ? "Separate" : "Own"; });
 
-TEST_P(CallbackWays, NotificationsComeAndNothingIsLeft)
-{
+TEST_P(CallbackWays, NotificationsComeAndNothingIsLeft) {
     const Server server;
     const XServerObjectCount before = server.Status().live;
     {
@@ -120,8 +106,7 @@ TEST_P(CallbackWays, NotificationsComeAndNothingIsLeft)
         << server.Status().live.references << " references are left, " << before.references << " before";
 }
 
-TEST(OutOfProcess, TheServerIsKilledWhileTheClientReads)
-{
+TEST(OutOfProcess, TheServerIsKilledWhileTheClientReads) {
     const Server server(Server::Use::ByOne);
     CacheClient client(server.Control());
     const auto attribute = client.Attribute(DerivedType, EditedAttribute);
@@ -153,8 +138,7 @@ TEST(OutOfProcess, TheServerIsKilledWhileTheClientReads)
     EXPECT_EQ(TerminateInTime(client), S_OK);
 }
 
-TEST(OutOfProcess, AKilledClientIsForgottenAndTheOthersServed)
-{
+TEST(OutOfProcess, AKilledClientIsForgottenAndTheOthersServed) {
     const Server server;
     CacheClient client(server.Control());
     const ClientProcess other(OLESTR("hold"));
@@ -174,8 +158,7 @@ TEST(OutOfProcess, AKilledClientIsForgottenAndTheOthersServed)
     EXPECT_EQ(client.Terminate(), S_OK);
 }
 
-TEST(OutOfProcess, AKilledClientIsForgottenWithoutAnEdit)
-{
+TEST(OutOfProcess, AKilledClientIsForgottenWithoutAnEdit) {
     const Server server;
     {
         const ClientProcess client(OLESTR("hold"));
@@ -185,30 +168,25 @@ TEST(OutOfProcess, AKilledClientIsForgottenWithoutAnEdit)
     EXPECT_TRUE(LXWaitFor([&] { return server.Status().clients.empty(); }));
 }
 
-TEST(OutOfProcess, ASlowClientHoldsUpNobody)
-{
+TEST(OutOfProcess, ASlowClientHoldsUpNobody) {
     constexpr int Edits = 12;
     constexpr auto Slowness = 700ms;
     const Server server;
     std::vector<std::unique_ptr<ClientProcess>> clients;
-    for (const auto* const time : {OLESTR("0"), OLESTR("0"), OLESTR("0"), OLESTR("700")})
-    {
+    for (const auto* const time : {OLESTR("0"), OLESTR("0"), OLESTR("0"), OLESTR("700")}) {
         clients.push_back(std::make_unique<ClientProcess>(std::wstring(OLESTR("follow last 12 ")) + time));
     }
-    for (const auto& client : clients)
-    {
+    for (const auto& client : clients) {
         ASSERT_TRUE(client->IsReady());
     }
     ASSERT_EQ(server.Status().clients.size(), clients.size());
 
     const auto start = std::chrono::steady_clock::now();
-    for (int i = 1; i < Edits; ++i)
-    {
+    for (int i = 1; i < Edits; ++i) {
         server.Edit(LXLabelEdit("edit " + std::to_string(i)));
     }
     server.Edit(LXLabelEdit("last"));
-    for (std::size_t i = 0; i < 3; ++i)
-    {
+    for (std::size_t i = 0; i < 3; ++i) {
         EXPECT_EQ(clients[i]->Program().Wait(60s), 0u);
     }
     const auto whatTheOthersTook = std::chrono::steady_clock::now() - start;
@@ -219,8 +197,7 @@ TEST(OutOfProcess, ASlowClientHoldsUpNobody)
     EXPECT_TRUE(LXWaitFor([&] { return server.Status().clients.empty(); }));
 }
 
-TEST(OutOfProcess, CacheAndServerAgreeAfterRandomEdits)
-{
+TEST(OutOfProcess, CacheAndServerAgreeAfterRandomEdits) {
     const Server server;
     CacheClient client(server.Control());
     XLXComPtr<ILXConfigFactory> factory;
@@ -228,8 +205,7 @@ TEST(OutOfProcess, CacheAndServerAgreeAfterRandomEdits)
     XLXComPtr<ILXDataUpdate> update;
     ASSERT_EQ(server.Control().GetServices(factory.Put(), query.Put(), update.Put()), S_OK);
     std::string former = LXSnapshot(*factory);
-    for (ULONG seed = 1; seed <= 4; ++seed)
-    {
+    for (ULONG seed = 1; seed <= 4; ++seed) {
         EXPECT_EQ(LXSnapshot(*client.Factory()), former);
         ASSERT_EQ(server.Control().RandomEdits(seed, 50), S_OK);
         const std::string now = LXSnapshot(*factory);
@@ -240,8 +216,7 @@ TEST(OutOfProcess, CacheAndServerAgreeAfterRandomEdits)
     EXPECT_EQ(client.Terminate(), S_OK);
 }
 
-TEST(OutOfProcess, AServerThatStopsTellsItsClientsAndEnds)
-{
+TEST(OutOfProcess, AServerThatStopsTellsItsClientsAndEnds) {
     Server server;
     CacheClient client(server.Control());
     const auto attribute = client.Attribute(DerivedType, EditedAttribute);

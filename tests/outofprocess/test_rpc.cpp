@@ -6,17 +6,13 @@
 #include "XLXSafeArray.h"
 #include "XToolServer.h"
 
-namespace
-{
+namespace {
 /// A value as text; objects only say that they are there, arrays say what is in them.
-std::string TextOf(const VARIANT& value)
-{
-    if (V_VT(&value) == VT_UNKNOWN || V_VT(&value) == VT_DISPATCH)
-    {
+std::string TextOf(const VARIANT& value) {
+    if (V_VT(&value) == VT_UNKNOWN || V_VT(&value) == VT_DISPATCH) {
         return V_UNKNOWN(&value) != nullptr ? "object" : "no object";
     }
-    if (V_VT(&value) == (VT_ARRAY | VT_VARIANT))
-    {
+    if (V_VT(&value) == (VT_ARRAY | VT_VARIANT)) {
         LONG lower = 0;
         LONG upper = -1;
         SafeArrayGetLBound(V_ARRAY(&value), 1, &lower);
@@ -24,8 +20,7 @@ std::string TextOf(const VARIANT& value)
         std::string text = "[" + std::to_string(lower) + ":";
         VARIANT* elements = nullptr;
         SafeArrayAccessData(V_ARRAY(&value), reinterpret_cast<void**>(&elements));
-        for (LONG i = 0; i <= upper - lower; ++i)
-        {
+        for (LONG i = 0; i <= upper - lower; ++i) {
             text += " " + TextOf(elements[i]);
         }
         SafeArrayUnaccessData(V_ARRAY(&value));
@@ -36,14 +31,10 @@ std::string TextOf(const VARIANT& value)
 
 /// What a method gives that gives an array.
 template <class Call>
-std::string ArrayOf(Call&& call)
-{
+std::string ArrayOf(Call&& call) {
     SAFEARRAY* array = nullptr;
     const HRESULT result = call(&array);
-    if (result != S_OK)
-    {
-        return LXResultName(result);
-    }
+    if (result != S_OK) { return LXResultName(result); }
     VARIANT value = {};
     V_VT(&value) = VT_ARRAY | VT_VARIANT;
     V_ARRAY(&value) = array;
@@ -53,8 +44,7 @@ std::string ArrayOf(Call&& call)
 }
 
 /// The bulk reads of a server, one a line.
-std::vector<std::string> BulkReads(ILXConfigFactory& factory)
-{
+std::vector<std::string> BulkReads(ILXConfigFactory& factory) {
     const auto extended = XLXComPtr<ILXConfigFactory>(&factory).As<ILXConfigFactoryEx>();
     XLXComPtr<ILXType> pump;
     XLXComPtr<ILXAttribute> power;
@@ -62,8 +52,7 @@ std::vector<std::string> BulkReads(ILXConfigFactory& factory)
     LXExpect(pump->GetAttribute(LXBstr(EditedAttribute).Get(), power.Put()), "GetAttribute");
     SAFEARRAY* const names = SafeArrayCreateVector(VT_BSTR, 0, 2);
     LONG index = 0;
-    for (const char* const name : {"Vessel", DerivedType})
-    {
+    for (const char* const name : {"Vessel", DerivedType}) {
         SafeArrayPutElement(names, &index, LXBstr(name).Get());
         ++index;
     }
@@ -77,20 +66,16 @@ std::vector<std::string> BulkReads(ILXConfigFactory& factory)
     return reads;
 }
 
-bool IsSameObject(const XLXComPtr<IUnknown>& one, const XLXComPtr<IUnknown>& other)
-{
+bool IsSameObject(const XLXComPtr<IUnknown>& one, const XLXComPtr<IUnknown>& other) {
     return one.As<IUnknown>() == other.As<IUnknown>();
 }
 
-class Rpc : public testing::Test
-{
+class Rpc : public testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         ASSERT_EQ(m_server.Control().GetServices(m_factory.Put(), m_query.Put(), m_update.Put()), S_OK);
     }
-    XLXComPtr<ILX_BaseDataObject> Stored(const char* id)
-    {
+    XLXComPtr<ILX_BaseDataObject> Stored(const char* id) {
         XLXComPtr<ILX_BaseDataObject> object;
         EXPECT_EQ(m_server.Control().GetStoredObject(LXBstr(id).Get(), object.Put()), S_OK);
         return object;
@@ -103,22 +88,19 @@ protected:
 };
 } // namespace
 
-TEST_F(Rpc, ArraysArriveAsTheyWereSent)
-{
+TEST_F(Rpc, ArraysArriveAsTheyWereSent) {
     const auto local = XSampleServer::Create(LXSmallModel());
     local->DeliverComponentObjects(false);
     const auto expected = BulkReads(*local->ConfigFactory());
     const auto arrived = BulkReads(*m_factory);
     ASSERT_EQ(arrived.size(), expected.size());
-    for (std::size_t i = 0; i < expected.size(); ++i)
-    {
+    for (std::size_t i = 0; i < expected.size(); ++i) {
         EXPECT_EQ(arrived[i], expected[i]);
         EXPECT_GT(arrived[i].size(), 40u); // not a refusal by both
     }
 }
 
-TEST_F(Rpc, EnumeratorsGiveWhatIsLeft)
-{
+TEST_F(Rpc, EnumeratorsGiveWhatIsLeft) {
     XLXComPtr<ILXTypeEnum> types;
     ASSERT_EQ(m_factory->GetTypeEnum(nullptr, types.Put()), S_OK);
     ILXType* first[2] = {};
@@ -128,21 +110,18 @@ TEST_F(Rpc, EnumeratorsGiveWhatIsLeft)
     ILXType* rest[20] = {};
     ASSERT_EQ(types->RemNext(20, rest, &fetched), S_FALSE);
     std::size_t listed = 0;
-    for (const auto& [name, type] : LXSmallModel().types)
-    {
+    for (const auto& [name, type] : LXSmallModel().types) {
         listed += type->listed ? 1 : 0;
     }
     EXPECT_EQ(fetched + 2, listed);
     EXPECT_EQ(rest[fetched], nullptr);
-    for (ULONG i = 0; i < fetched + 2; ++i)
-    {
+    for (ULONG i = 0; i < fetched + 2; ++i) {
         const XLXComPtr<ILXType> type = LXAttach(i < 2 ? first[i] : rest[i - 2]);
         EXPECT_NE(LXTextOf(*type, XProperty::TypeName), "");
     }
 }
 
-TEST_F(Rpc, ObjectsKeepTheirIdentity)
-{
+TEST_F(Rpc, ObjectsKeepTheirIdentity) {
     XLXComPtr<ILXConfigFactory> factory;
     XLXComPtr<ILX_Query> query;
     XLXComPtr<ILXDataUpdate> update;
@@ -166,12 +145,10 @@ TEST_F(Rpc, ObjectsKeepTheirIdentity)
     EXPECT_EQ(type->GetPage(2, gone.Put()), S_FALSE);
 }
 
-TEST_F(Rpc, AnEditThatCannotBeDoneIsRefusedWithAReason)
-{
+TEST_F(Rpc, AnEditThatCannotBeDoneIsRefusedWithAReason) {
     const auto tool = LXRegisteredToolServer("LXSampleServer.Server");
     const std::string before = LXSnapshot(*m_factory);
-    const struct
-    {
+    const struct {
         const char* json;
         const char* reason; // a part of it
     } table[] = {{"", "parse"},
@@ -188,16 +165,12 @@ TEST_F(Rpc, AnEditThatCannotBeDoneIsRefusedWithAReason)
                  {R"({"edit":"SetTypeProperty","type":"Pump","index":999,"value":1})", "999"},
                  {R"({"edit":"RemoveType","type":"Pump","name":"Unknown"})", "\"type\""},
                  {R"({"edit":"RemoveType","name":"Unknown"})", "no such type"}};
-    for (const auto& test : table)
-    {
+    for (const auto& test : table) {
         EXPECT_EQ(m_server.TryEdit(test.json), E_INVALIDARG) << test.json;
-        try
-        {
+        try {
             tool->Edit(test.json);
             ADD_FAILURE() << test.json;
-        }
-        catch (const XToolFailure& refusal)
-        {
+        } catch (const XToolFailure& refusal) {
             EXPECT_NE(std::string(refusal.what()).find(test.reason), std::string::npos)
                 << test.json << ": " << refusal.what();
         }
@@ -208,8 +181,7 @@ TEST_F(Rpc, AnEditThatCannotBeDoneIsRefusedWithAReason)
 }
 
 // The one library has them all, and registering a type library must not take any of them over.
-TEST(Proxies, StandForEveryInterface)
-{
+TEST(Proxies, StandForEveryInterface) {
     constexpr CLSID library = {0x0B28003D, 0x73C2, 0x400E, {0x9E, 0x87, 0x3E, 0xB4, 0x6C, 0xC8, 0x6F, 0x1D}};
     const auto expect = [&](const IID& iid) {
         CLSID found = {};
@@ -228,8 +200,7 @@ TEST(Proxies, StandForEveryInterface)
 }
 
 // The cache's own interfaces have proxies too: a program may hand the cache to a thread of another apartment.
-TEST_F(Rpc, TheCacheItselfMayBeCalledThroughProxies)
-{
+TEST_F(Rpc, TheCacheItselfMayBeCalledThroughProxies) {
     CacheClient client(m_server.Control());
     IStream* stream = nullptr;
     ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(LXIid<ILXConfigFactoryCache>(), client.Cache().Get(), &stream),
@@ -244,8 +215,7 @@ TEST_F(Rpc, TheCacheItselfMayBeCalledThroughProxies)
             BSTR* names = nullptr;
             EXPECT_EQ(cache->GetAllDerivedTypes(LXBstr("Equipment").Get(), &count, &names), S_OK);
             std::vector<std::string> derived;
-            for (LONG i = 0; i < count; ++i)
-            {
+            for (LONG i = 0; i < count; ++i) {
                 derived.push_back(LXToUtf8(LXBstrView(names[i])));
                 SysFreeString(names[i]);
             }
@@ -263,8 +233,7 @@ TEST_F(Rpc, TheCacheItselfMayBeCalledThroughProxies)
             EXPECT_EQ(cache.As<ILXCallbackUpdate>()->GetClientInfo(&info), S_OK);
             EXPECT_EQ(info.ulProcessID, GetCurrentProcessId());
             EXPECT_NE(LXBstrView(info.bstrComputerName), XLXTextView());
-            for (const BSTR text : {info.bstrTransactionName, info.bstrComputerName, info.bstrUserName, info.bstrPWD})
-            {
+            for (const BSTR text : {info.bstrTransactionName, info.bstrComputerName, info.bstrUserName, info.bstrPWD}) {
                 SysFreeString(text);
             }
             VARIANT values[1] = {};
@@ -275,8 +244,7 @@ TEST_F(Rpc, TheCacheItselfMayBeCalledThroughProxies)
     EXPECT_EQ(client.Terminate(), S_OK);
 }
 
-TEST(ServerProgram, IsStartedByTheFirstClientAndEndsAfterTheLast)
-{
+TEST(ServerProgram, IsStartedByTheFirstClientAndEndsAfterTheLast) {
     XLXComPtr<ILXSampleServer> server = LXConnect();
     ASSERT_TRUE(server);
     XLXComBSTR status;

@@ -3,34 +3,26 @@
 // SAFEARRAY: bounds, elements, ownership, locks.
 #include "contract.h"
 
-namespace
-{
-struct Bounds
-{
+namespace {
+struct Bounds {
     HRESULT result;
     LONG lower;
     LONG upper;
     bool operator==(const Bounds&) const = default;
 };
 
-Bounds BoundsOf(SAFEARRAY* array, UINT dimension)
-{
+Bounds BoundsOf(SAFEARRAY* array, UINT dimension) {
     Bounds bounds = {S_OK, 4711, 4711};
     bounds.result = SafeArrayGetLBound(array, dimension, &bounds.lower);
     EXPECT_EQ(bounds.result, SafeArrayGetUBound(array, dimension, &bounds.upper));
     return bounds;
 }
 
-void Put(SAFEARRAY* array, LONG index, VARIANT& value)
-{
-    ASSERT_EQ(S_OK, SafeArrayPutElement(array, &index, &value));
-}
+void Put(SAFEARRAY* array, LONG index, VARIANT& value) { ASSERT_EQ(S_OK, SafeArrayPutElement(array, &index, &value)); }
 } // namespace
 
-TEST(Arrays, TypesAndSizes)
-{
-    struct
-    {
+TEST(Arrays, TypesAndSizes) {
+    struct {
         VARTYPE vt;
         UINT size;
         USHORT features;
@@ -45,8 +37,7 @@ TEST(Arrays, TypesAndSizes)
                       {VT_R8, 8, 0},
                       {VT_I8, 8, 0},
                       {VT_ERROR, 4, 0}};
-    for (const auto& row : rows)
-    {
+    for (const auto& row : rows) {
         SAFEARRAY* const array = SafeArrayCreateVector(row.vt, 3, 2);
         ASSERT_NE(nullptr, array) << row.vt;
         VARTYPE vt = VT_EMPTY;
@@ -64,8 +55,7 @@ TEST(Arrays, TypesAndSizes)
     EXPECT_EQ(nullptr, SafeArrayCreate(VT_I4, 0, &bound));
 }
 
-TEST(Arrays, NullAndEmpty)
-{
+TEST(Arrays, NullAndEmpty) {
     LONG number = 0;
     LONG index = 0;
     EXPECT_EQ(S_OK, SafeArrayDestroy(nullptr));
@@ -83,8 +73,7 @@ TEST(Arrays, NullAndEmpty)
     EXPECT_EQ(S_OK, SafeArrayDestroy(array));
 }
 
-TEST(Arrays, Dimensions)
-{
+TEST(Arrays, Dimensions) {
     SAFEARRAYBOUND bounds[] = {{2, 0}, {3, -1}};
     SAFEARRAY* const array = SafeArrayCreate(VT_I4, 2, bounds);
     EXPECT_EQ(2u, SafeArrayGetDim(array));
@@ -100,8 +89,7 @@ TEST(Arrays, Dimensions)
     LONG read = 0;
     EXPECT_EQ(S_OK, SafeArrayGetElement(array, index, &read));
     EXPECT_EQ(1, read);
-    for (const auto& [first, second] : {std::pair(2, 0), std::pair(-1, 0), std::pair(0, 2), std::pair(0, -2)})
-    {
+    for (const auto& [first, second] : {std::pair(2, 0), std::pair(-1, 0), std::pair(0, 2), std::pair(0, -2)}) {
         LONG outside[] = {first, second};
         EXPECT_EQ(DISP_E_BADINDEX, SafeArrayPutElement(array, outside, &value));
         EXPECT_EQ(DISP_E_BADINDEX, SafeArrayGetElement(array, outside, &read));
@@ -109,8 +97,7 @@ TEST(Arrays, Dimensions)
     EXPECT_EQ(S_OK, SafeArrayDestroy(array));
 }
 
-TEST(Arrays, StringsAreCopied)
-{
+TEST(Arrays, StringsAreCopied) {
     SAFEARRAY* const array = SafeArrayCreateVector(VT_BSTR, 0, 2);
     LONG index = 0;
     BSTR text = SysAllocString(OLESTR("abc"));
@@ -127,8 +114,7 @@ TEST(Arrays, StringsAreCopied)
     EXPECT_EQ(S_OK, SafeArrayDestroy(array));
 }
 
-TEST(Arrays, ObjectsAndVariantsAreOwned)
-{
+TEST(Arrays, ObjectsAndVariantsAreOwned) {
     CountedObject object;
     SAFEARRAY* const objects = SafeArrayCreateVector(VT_UNKNOWN, 0, 2);
     LONG index = 1;
@@ -171,8 +157,7 @@ TEST(Arrays, ObjectsAndVariantsAreOwned)
     EXPECT_EQ(0, object.references);
 }
 
-TEST(Arrays, LockedArraysStay)
-{
+TEST(Arrays, LockedArraysStay) {
     SAFEARRAY* const array = SafeArrayCreateVector(VT_I4, 0, 2);
     EXPECT_EQ(E_UNEXPECTED, SafeArrayUnlock(array));
     void* data = nullptr;

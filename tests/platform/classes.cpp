@@ -6,14 +6,12 @@
 
 #include <thread>
 
-namespace
-{
+namespace {
 const CLSID g_own = {0x8f0e1c22, 0x77aa, 0x4b7e, {0x80, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77}};
 
 /// Runs a test in an apartment, on a thread of its own: the thread of the other tests stays outside.
 template <typename F>
-void InApartment(DWORD model, F test)
-{
+void InApartment(DWORD model, F test) {
     std::thread([&] {
         ASSERT_EQ(S_OK, CoInitializeEx(nullptr, model));
         test();
@@ -21,17 +19,14 @@ void InApartment(DWORD model, F test)
     }).join();
 }
 
-HRESULT CreateInstance(REFCLSID id, REFIID iid, IClassFactory** out)
-{
+HRESULT CreateInstance(REFCLSID id, REFIID iid, IClassFactory** out) {
     return CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, iid, reinterpret_cast<void**>(out));
 }
 
 /// Registers the test module's class, and "Platform.Contract" as its name, as long as it lives.
-class RegisteredModule
-{
+class RegisteredModule {
 public:
-    explicit RegisteredModule(const OLECHAR* threadingModel)
-    {
+    explicit RegisteredModule(const OLECHAR* threadingModel) {
         OLECHAR id[39];
         StringFromGUID2(g_testClass, id, 39);
         m_class = Text(OLESTR("CLSID\\")) + id;
@@ -44,15 +39,13 @@ public:
         Write(m_class + OLESTR("\\InprocServer32"), OLESTR("ThreadingModel"), threadingModel);
         Write(OLESTR("Platform.Contract\\CLSID"), nullptr, id);
     }
-    ~RegisteredModule()
-    {
+    ~RegisteredModule() {
         RegDeleteTreeW(HKEY_CLASSES_ROOT, m_class.c_str());
         RegDeleteTreeW(HKEY_CLASSES_ROOT, OLESTR("Platform.Contract"));
     }
 
 private:
-    static void Write(const Text& path, const OLECHAR* name, const Text& value)
-    {
+    static void Write(const Text& path, const OLECHAR* name, const Text& value) {
         HKEY key = nullptr;
         ASSERT_EQ(ERROR_SUCCESS,
                   RegCreateKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr));
@@ -65,14 +58,10 @@ private:
 };
 
 /// Creates an object of the test module's class and returns its number since the module was loaded.
-HRESULT NumberOfNewObject()
-{
+HRESULT NumberOfNewObject() {
     IClassFactory* object = nullptr;
     const HRESULT result = CreateInstance(g_testClass, IID_IClassFactory, &object);
-    if (FAILED(result))
-    {
-        return result;
-    }
+    if (FAILED(result)) { return result; }
     const HRESULT number = object->LockServer(FALSE);
     CoFreeUnusedLibraries(); // which this one is not
     EXPECT_LE(number, object->LockServer(FALSE));
@@ -81,8 +70,7 @@ HRESULT NumberOfNewObject()
 }
 } // namespace
 
-TEST(Classes, NeedAnApartment)
-{
+TEST(Classes, NeedAnApartment) {
     IClassFactory* out = nullptr;
     EXPECT_EQ(CO_E_NOTINITIALIZED, CreateInstance(g_own, IID_IUnknown, &out));
     InApartment(COINIT_APARTMENTTHREADED, [] {
@@ -99,8 +87,7 @@ TEST(Classes, NeedAnApartment)
     });
 }
 
-TEST(Classes, RegisteredByTheProcess)
-{
+TEST(Classes, RegisteredByTheProcess) {
     InApartment(COINIT_MULTITHREADED, [] {
         IClassFactory* out = reinterpret_cast<IClassFactory*>(1);
         EXPECT_EQ(REGDB_E_CLASSNOTREG, CreateInstance(g_own, IID_IUnknown, &out));
@@ -128,8 +115,7 @@ TEST(Classes, RegisteredByTheProcess)
     });
 }
 
-TEST(Classes, AreRevokedWithTheLastApartment)
-{
+TEST(Classes, AreRevokedWithTheLastApartment) {
     CountedObject factory;
     InApartment(COINIT_MULTITHREADED, [&] {
         DWORD cookie = 0;
@@ -138,8 +124,7 @@ TEST(Classes, AreRevokedWithTheLastApartment)
     EXPECT_EQ(0, factory.references);
 }
 
-TEST(Classes, FromAModule)
-{
+TEST(Classes, FromAModule) {
     const RegisteredModule registered(OLESTR("Apartment"));
     InApartment(COINIT_APARTMENTTHREADED, [] {
         CLSID id = {};
@@ -153,14 +138,12 @@ TEST(Classes, FromAModule)
     InApartment(COINIT_APARTMENTTHREADED, [] { EXPECT_EQ(1, NumberOfNewObject()) << "left with the last apartment"; });
 }
 
-TEST(Classes, AModuleOfAnyThreadStaysForAWhile)
-{
+TEST(Classes, AModuleOfAnyThreadStaysForAWhile) {
     const RegisteredModule registered(OLESTR("Both"));
     InApartment(COINIT_MULTITHREADED, [] {
         std::atomic<int> failures{0};
         const auto create = [&] {
-            for (int i = 0; i < 200; ++i)
-            {
+            for (int i = 0; i < 200; ++i) {
                 failures += NumberOfNewObject() > 0 ? 0 : 1;
                 CoFreeUnusedLibraries();
             }

@@ -16,22 +16,16 @@
 
 using Text = std::basic_string<OLECHAR>;
 
-inline Text TextOf(BSTR text)
-{
-    return text == nullptr ? OLESTR("(null)") : Text(text, SysStringLen(text));
-}
+inline Text TextOf(BSTR text) { return text == nullptr ? OLESTR("(null)") : Text(text, SysStringLen(text)); }
 
 /// A VARIANT that is cleared in the end.
-struct Variant : VARIANT
-{
+struct Variant : VARIANT {
     Variant() { VariantInit(this); }
-    explicit Variant(LONG value) : Variant()
-    {
+    explicit Variant(LONG value) : Variant() {
         vt = VT_I4;
         lVal = value;
     }
-    explicit Variant(const OLECHAR* text) : Variant()
-    {
+    explicit Variant(const OLECHAR* text) : Variant() {
         vt = VT_BSTR;
         bstrVal = SysAllocString(text);
     }
@@ -42,25 +36,19 @@ struct Variant : VARIANT
 
 /// An object on the stack that tells how many references others have to it. It can be a class object: an instance is
 /// the object itself.
-struct CountedObject : IClassFactory
-{
+struct CountedObject : IClassFactory {
     std::atomic<LONG> references{0};
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override
-    {
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override {
         *ppvObject = nullptr;
-        if (riid != IID_IUnknown && riid != IID_IClassFactory)
-        {
-            return E_NOINTERFACE;
-        }
+        if (riid != IID_IUnknown && riid != IID_IClassFactory) { return E_NOINTERFACE; }
         *ppvObject = static_cast<IClassFactory*>(this);
         AddRef();
         return S_OK;
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++references); }
     ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--references); }
-    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID riid, void** ppvObject) override
-    {
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID riid, void** ppvObject) override {
         *ppvObject = nullptr;
         return outer != nullptr ? CLASS_E_NOAGGREGATION : QueryInterface(riid, ppvObject);
     }

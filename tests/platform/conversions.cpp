@@ -7,104 +7,66 @@
 #include <limits>
 #include <vector>
 
-namespace
-{
-struct Value
-{
+namespace {
+struct Value {
     VARTYPE vt;
     LONGLONG whole = 0;
     double real = 0;
     const OLECHAR* text = nullptr;
 };
-struct Row
-{
+struct Row {
     Value from;
     Value to;
     HRESULT result = S_OK;
 };
 
-Value Whole(VARTYPE vt, LONGLONG value = 0)
-{
-    return {vt, value};
-}
-Value Real(double value)
-{
-    return {VT_R8, 0, value};
-}
-Value String(const OLECHAR* value)
-{
-    return {VT_BSTR, 0, 0, value};
-}
+Value Whole(VARTYPE vt, LONGLONG value = 0) { return {vt, value}; }
+Value Real(double value) { return {VT_R8, 0, value}; }
+Value String(const OLECHAR* value) { return {VT_BSTR, 0, 0, value}; }
 
-Row Mismatch(Value from, VARTYPE vt)
-{
-    return {from, {vt}, DISP_E_TYPEMISMATCH};
-}
-Row Overflow(Value from, VARTYPE vt)
-{
-    return {from, {vt}, DISP_E_OVERFLOW};
-}
+Row Mismatch(Value from, VARTYPE vt) { return {from, {vt}, DISP_E_TYPEMISMATCH}; }
+Row Overflow(Value from, VARTYPE vt) { return {from, {vt}, DISP_E_OVERFLOW}; }
 
 /// The bytes that the type uses.
-std::size_t SizeOf(VARTYPE vt)
-{
-    switch (vt)
-    {
+std::size_t SizeOf(VARTYPE vt) {
+    switch (vt) {
     case VT_EMPTY:
-    case VT_NULL:
-        return 0;
-    case VT_UI1:
-        return 1;
+    case VT_NULL: return 0;
+    case VT_UI1: return 1;
     case VT_I2:
     case VT_UI2:
-    case VT_BOOL:
-        return 2;
+    case VT_BOOL: return 2;
     case VT_I8:
     case VT_UI8:
-    case VT_UNKNOWN:
-        return 8;
-    default:
-        return 4;
+    case VT_UNKNOWN: return 8;
+    default: return 4;
     }
 }
 
-void Assign(const Value& value, VARIANT& out)
-{
+void Assign(const Value& value, VARIANT& out) {
     out.vt = value.vt;
-    if (value.vt == VT_BSTR)
-    {
+    if (value.vt == VT_BSTR) {
         out.bstrVal = SysAllocString(value.text);
-    }
-    else if (value.vt == VT_R8)
-    {
+    } else if (value.vt == VT_R8) {
         out.dblVal = value.real;
-    }
-    else
-    {
+    } else {
         out.llVal = value.whole;
     }
 }
 
-void ExpectSame(const Value& expected, const VARIANT& actual)
-{
+void ExpectSame(const Value& expected, const VARIANT& actual) {
     ASSERT_EQ(expected.vt, actual.vt);
-    if (expected.vt == VT_BSTR)
-    {
+    if (expected.vt == VT_BSTR) {
         EXPECT_EQ(Text(expected.text), TextOf(actual.bstrVal));
-    }
-    else if (expected.vt == VT_R8)
-    {
+    } else if (expected.vt == VT_R8) {
         EXPECT_EQ(expected.real, actual.dblVal);
-    }
-    else
-    {
+    } else {
         EXPECT_EQ(0, std::memcmp(&expected.whole, &actual.llVal, SizeOf(expected.vt)))
             << "expected " << expected.whole << ", is " << actual.llVal;
     }
 }
 
-std::vector<Row> FromText()
-{
+std::vector<Row> FromText() {
     const auto i4 = [](const OLECHAR* text, LONG value) { return Row{String(text), Whole(VT_I4, value)}; };
     const auto r8 = [](const OLECHAR* text, double value) { return Row{String(text), Real(value)}; };
     const auto truth = [](const OLECHAR* text, int value) { return Row{String(text), Whole(VT_BOOL, value)}; };
@@ -150,16 +112,14 @@ std::vector<Row> FromText()
                              Overflow(String(OLESTR("1e400")), VT_R8)};
     for (const OLECHAR* const garbage :
          {OLESTR(""), OLESTR(" "), OLESTR("abc"), OLESTR("12a"), OLESTR("0x10"), OLESTR("1 2"), OLESTR("1e"),
-          OLESTR("1.2.3"), OLESTR("--5"), OLESTR("-5-"), OLESTR("(5"), OLESTR("5)"), OLESTR(",5"), OLESTR("NaN")})
-    {
+          OLESTR("1.2.3"), OLESTR("--5"), OLESTR("-5-"), OLESTR("(5"), OLESTR("5)"), OLESTR(",5"), OLESTR("NaN")}) {
         rows.push_back(Mismatch(String(garbage), VT_I4));
         rows.push_back(Mismatch(String(garbage), VT_R8));
     }
     return rows;
 }
 
-std::vector<Row> FromNumbers()
-{
+std::vector<Row> FromNumbers() {
     const auto text = [](Value from, const OLECHAR* to) { return Row{from, String(to)}; };
     return {text(Whole(VT_I4, -70000), OLESTR("-70000")),
             text(Whole(VT_UI4, -1), OLESTR("4294967295")),
@@ -219,10 +179,8 @@ std::vector<Row> FromNumbers()
             {Whole(VT_I4, 5), {77}, DISP_E_BADVARTYPE}};
 }
 
-void Check(const std::vector<Row>& rows)
-{
-    for (const Row& row : rows)
-    {
+void Check(const std::vector<Row>& rows) {
+    for (const Row& row : rows) {
         const Text shown = row.from.text != nullptr ? row.from.text : OLESTR("");
         SCOPED_TRACE(testing::Message() << "from type " << row.from.vt << " '"
                                         << std::string(shown.begin(), shown.end()) << "' " << row.from.whole << ' '
@@ -237,17 +195,10 @@ void Check(const std::vector<Row>& rows)
 }
 } // namespace
 
-TEST(Conversions, Text)
-{
-    Check(FromText());
-}
-TEST(Conversions, Numbers)
-{
-    Check(FromNumbers());
-}
+TEST(Conversions, Text) { Check(FromText()); }
+TEST(Conversions, Numbers) { Check(FromNumbers()); }
 
-TEST(Conversions, InPlace)
-{
+TEST(Conversions, InPlace) {
     Variant value(OLESTR("abc"));
     EXPECT_EQ(DISP_E_TYPEMISMATCH, VariantChangeType(&value, &value, 0, VT_I4));
     EXPECT_EQ(Text(OLESTR("abc")), TextOf(value.bstrVal));
@@ -258,8 +209,7 @@ TEST(Conversions, InPlace)
     EXPECT_EQ(Text(OLESTR("5")), TextOf(number.bstrVal));
 }
 
-TEST(Conversions, References)
-{
+TEST(Conversions, References) {
     LONG target = 7;
     VARIANT reference;
     reference.vt = VT_BYREF | VT_I4;
@@ -267,8 +217,7 @@ TEST(Conversions, References)
     VARIANT toReference;
     toReference.vt = VT_BYREF | VT_VARIANT;
     toReference.pvarVal = &reference;
-    for (VARIANT* const source : {&reference, &toReference})
-    {
+    for (VARIANT* const source : {&reference, &toReference}) {
         Variant text;
         EXPECT_EQ(S_OK, VariantChangeType(&text, source, 0, VT_BSTR));
         EXPECT_EQ(Text(OLESTR("7")), TextOf(text.bstrVal));

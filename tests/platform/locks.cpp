@@ -7,37 +7,31 @@
 #include <thread>
 #include <vector>
 
-namespace
-{
+namespace {
 using Clock = std::chrono::steady_clock;
 
 /// Runs the function on so many threads at once.
 template <typename F>
-void OnThreads(int count, F function)
-{
+void OnThreads(int count, F function) {
     std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i)
-    {
+    for (int i = 0; i < count; ++i) {
         threads.emplace_back(function);
     }
-    for (std::thread& thread : threads)
-    {
+    for (std::thread& thread : threads) {
         thread.join();
     }
 }
 
 /// What another thread gets when it tries.
 template <typename F>
-bool ElsewhereGets(F tryIt)
-{
+bool ElsewhereGets(F tryIt) {
     bool got = false;
     OnThreads(1, [&] { got = tryIt(); });
     return got;
 }
 } // namespace
 
-TEST(SlimLock, WhoGetsItBesideWhom)
-{
+TEST(SlimLock, WhoGetsItBesideWhom) {
     SRWLOCK lock = SRWLOCK_INIT;
     const auto shared = [&] { return TryAcquireSRWLockShared(&lock) && (ReleaseSRWLockShared(&lock), true); };
     const auto exclusive = [&] { return TryAcquireSRWLockExclusive(&lock) && (ReleaseSRWLockExclusive(&lock), true); };
@@ -54,15 +48,13 @@ TEST(SlimLock, WhoGetsItBesideWhom)
     EXPECT_TRUE(ElsewhereGets(exclusive));
 }
 
-TEST(SlimLock, NoWriteIsLostAndNoReadIsTorn)
-{
+TEST(SlimLock, NoWriteIsLostAndNoReadIsTorn) {
     SRWLOCK lock = SRWLOCK_INIT;
     int first = 0;
     int second = 0;
     std::atomic<int> torn{0};
     OnThreads(4, [&] {
-        for (int i = 0; i < 1000; ++i)
-        {
+        for (int i = 0; i < 1000; ++i) {
             AcquireSRWLockExclusive(&lock);
             ++first;
             std::this_thread::yield(); // gives the others time to come in, if they could
@@ -79,15 +71,13 @@ TEST(SlimLock, NoWriteIsLostAndNoReadIsTorn)
     EXPECT_EQ(0, torn);
 }
 
-TEST(SlimLock, AWriterGetsThroughReadersWithoutPause)
-{
+TEST(SlimLock, AWriterGetsThroughReadersWithoutPause) {
     SRWLOCK lock = SRWLOCK_INIT;
     std::atomic<bool> stop{false};
     std::atomic<int> reads{0};
     std::thread readers([&] {
         OnThreads(3, [&] {
-            while (!stop)
-            {
+            while (!stop) {
                 AcquireSRWLockShared(&lock);
                 ++reads;
                 std::this_thread::sleep_for(std::chrono::milliseconds(1)); // so that they overlap nearly always
@@ -95,13 +85,11 @@ TEST(SlimLock, AWriterGetsThroughReadersWithoutPause)
             }
         });
     });
-    while (reads < 10)
-    {
+    while (reads < 10) {
         std::this_thread::yield();
     }
     const auto start = Clock::now();
-    for (int i = 0; i < 20; ++i)
-    {
+    for (int i = 0; i < 20; ++i) {
         AcquireSRWLockExclusive(&lock);
         ReleaseSRWLockExclusive(&lock);
     }

@@ -5,12 +5,10 @@
 
 #include <vector>
 
-namespace
-{
+namespace {
 const OLECHAR* const g_root = OLESTR("Software\\PlatformContract");
 
-HKEY Create(HKEY parent, const OLECHAR* path, DWORD expected)
-{
+HKEY Create(HKEY parent, const OLECHAR* path, DWORD expected) {
     HKEY key = nullptr;
     DWORD disposition = 0;
     EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(parent, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr,
@@ -19,22 +17,18 @@ HKEY Create(HKEY parent, const OLECHAR* path, DWORD expected)
     return key;
 }
 
-LSTATUS Set(HKEY key, const OLECHAR* name, const Text& text)
-{
+LSTATUS Set(HKEY key, const OLECHAR* name, const Text& text) {
     return RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
                           static_cast<DWORD>((text.size() + 1) * sizeof(OLECHAR)));
 }
 
-class Registry : public testing::Test
-{
+class Registry : public testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         RegDeleteTreeW(HKEY_CURRENT_USER, g_root);
         m_key = Create(HKEY_CURRENT_USER, g_root, REG_CREATED_NEW_KEY);
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(m_key));
         EXPECT_EQ(ERROR_SUCCESS, RegDeleteTreeW(HKEY_CURRENT_USER, g_root));
         HKEY key = nullptr;
@@ -45,8 +39,7 @@ protected:
 };
 } // namespace
 
-TEST_F(Registry, Values)
-{
+TEST_F(Registry, Values) {
     EXPECT_EQ(ERROR_SUCCESS, Set(m_key, nullptr, OLESTR("default")));
     EXPECT_EQ(ERROR_SUCCESS, Set(m_key, OLESTR("Name"), OLESTR("old")));
     EXPECT_EQ(ERROR_SUCCESS, Set(m_key, OLESTR("NAME"), OLESTR("xyz")));
@@ -68,10 +61,8 @@ TEST_F(Registry, Values)
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegQueryValueExW(m_key, OLESTR("Name"), nullptr, nullptr, nullptr, nullptr));
 }
 
-TEST_F(Registry, KeysInOrder)
-{
-    for (const OLECHAR* const name : {OLESTR("b"), OLESTR("A"), OLESTR("c\\deep")})
-    {
+TEST_F(Registry, KeysInOrder) {
+    for (const OLECHAR* const name : {OLESTR("b"), OLESTR("A"), OLESTR("c\\deep")}) {
         RegCloseKey(Create(m_key, name, REG_CREATED_NEW_KEY));
     }
     RegCloseKey(Create(m_key, OLESTR("C\\DEEP"), REG_OPENED_EXISTING_KEY));
@@ -79,8 +70,7 @@ TEST_F(Registry, KeysInOrder)
     OLECHAR name[20];
     DWORD length = 20;
     while (RegEnumKeyExW(m_key, static_cast<DWORD>(names.size()), name, &length, nullptr, nullptr, nullptr, nullptr) ==
-           ERROR_SUCCESS)
-    {
+           ERROR_SUCCESS) {
         names.emplace_back(name, length);
         length = 20;
     }
@@ -90,8 +80,7 @@ TEST_F(Registry, KeysInOrder)
     EXPECT_EQ(ERROR_MORE_DATA, RegEnumKeyExW(m_key, 0, name, &length, nullptr, nullptr, nullptr, nullptr));
 }
 
-TEST_F(Registry, Deleting)
-{
+TEST_F(Registry, Deleting) {
     const HKEY inner = Create(m_key, OLESTR("a\\b"), REG_CREATED_NEW_KEY);
     EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyW(m_key, OLESTR("A"))) << "has a key in it";
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyW(m_key, OLESTR("A\\B")));

@@ -7,10 +7,8 @@
 #include <thread>
 #include <vector>
 
-namespace
-{
-void SetError(const OLECHAR* description)
-{
+namespace {
+void SetError(const OLECHAR* description) {
     ICreateErrorInfo* create = nullptr;
     ASSERT_EQ(S_OK, CreateErrorInfo(&create));
     Text text = description;
@@ -23,12 +21,10 @@ void SetError(const OLECHAR* description)
 }
 
 /// The description of the thread's error, which is taken away; "-" when there is none.
-Text TakeError()
-{
+Text TakeError() {
     IErrorInfo* info = nullptr;
     const HRESULT result = GetErrorInfo(0, &info);
-    if (result != S_OK)
-    {
+    if (result != S_OK) {
         EXPECT_EQ(S_FALSE, result);
         EXPECT_EQ(nullptr, info);
         return OLESTR("-");
@@ -45,8 +41,7 @@ Text TakeError()
 }
 } // namespace
 
-TEST(ErrorInformation, IsPerThread)
-{
+TEST(ErrorInformation, IsPerThread) {
     EXPECT_EQ(Text(OLESTR("-")), TakeError());
     SetError(OLESTR("mine"));
     std::thread([] {
@@ -67,8 +62,7 @@ TEST(ErrorInformation, IsPerThread)
     EXPECT_EQ(E_INVALIDARG, CreateErrorInfo(nullptr));
 }
 
-TEST(Identifiers, AsText)
-{
+TEST(Identifiers, AsText) {
     OLECHAR text[39];
     EXPECT_EQ(0, StringFromGUID2(IID_IClassFactory, text, 38));
     EXPECT_EQ(39, StringFromGUID2(IID_IClassFactory, text, 39));
@@ -79,14 +73,12 @@ TEST(Identifiers, AsText)
     EXPECT_TRUE(IsEqualGUID(CLSID_NULL, id));
 }
 
-TEST(Threads, HaveNumbersAndErrorsOfTheirOwn)
-{
+TEST(Threads, HaveNumbersAndErrorsOfTheirOwn) {
     std::atomic<int> step{0};
     DWORD other = 0;
     std::thread thread([&] {
         other = GetCurrentThreadId();
-        while (step != 1)
-        {}
+        while (step != 1) {}
         SetLastError(7);
         step = 2;
         EXPECT_EQ(other, GetCurrentThreadId());
@@ -102,8 +94,7 @@ TEST(Threads, HaveNumbersAndErrorsOfTheirOwn)
     EXPECT_NE(0u, GetCurrentProcessId());
 }
 
-TEST(Machine, NameFollowsTheBufferContract)
-{
+TEST(Machine, NameFollowsTheBufferContract) {
     OLECHAR name[MAX_COMPUTERNAME_LENGTH + 1] = {};
     DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
     ASSERT_TRUE(GetComputerNameW(name, &size));
@@ -120,8 +111,7 @@ TEST(Machine, NameFollowsTheBufferContract)
     }
 }
 
-TEST(Modules, TheProgramKnowsItsFile)
-{
+TEST(Modules, TheProgramKnowsItsFile) {
     static const int somewhere = 0;
     HMODULE module = nullptr;
     ASSERT_TRUE(

@@ -5,11 +5,9 @@
 
 #include <cstring>
 
-TEST(Strings, Lengths)
-{
+TEST(Strings, Lengths) {
     const OLECHAR source[] = {'a', 0, 'b', 'c'};
-    struct
-    {
+    struct {
         BSTR made;
         UINT bytes;
         Text content;
@@ -20,13 +18,11 @@ TEST(Strings, Lengths)
                       {SysAllocStringByteLen(reinterpret_cast<LPCSTR>(source), 4), 4, Text(source, 2)},
                       {SysAllocStringByteLen("x\0y", 3), 3, Text(1, 'x')}, // half a character at the end
                       {nullptr, 0, OLESTR("(null)")}};
-    for (const auto& row : rows)
-    {
+    for (const auto& row : rows) {
         EXPECT_EQ(row.bytes, SysStringByteLen(row.made));
         EXPECT_EQ(row.bytes / 2, SysStringLen(row.made));
         EXPECT_EQ(row.content, TextOf(row.made));
-        if (row.made != nullptr)
-        {
+        if (row.made != nullptr) {
             const OLECHAR* const end = row.made + row.bytes / 2;
             EXPECT_EQ(0, row.bytes % 2 == 0 ? *end : 0) << "a zero closes the string";
             DWORD prefix = 0;
@@ -39,8 +35,7 @@ TEST(Strings, Lengths)
     EXPECT_EQ(nullptr, SysAllocStringLen(nullptr, 0xFFFFFFFF));
 }
 
-TEST(Variants, CopyIsDeep)
-{
+TEST(Variants, CopyIsDeep) {
     const OLECHAR source[] = {'a', 0, 'b'};
     Variant text;
     text.vt = VT_BSTR;
@@ -61,8 +56,7 @@ TEST(Variants, CopyIsDeep)
     EXPECT_EQ(Text(source, 3), TextOf(text.bstrVal));
 }
 
-TEST(Variants, ObjectsAreCounted)
-{
+TEST(Variants, ObjectsAreCounted) {
     CountedObject object;
     {
         Variant first;
@@ -85,10 +79,8 @@ TEST(Variants, ObjectsAreCounted)
     EXPECT_EQ(0, object.references);
 }
 
-TEST(Variants, BadTypes)
-{
-    for (const int vt : {77, 15, VT_BYREF | VT_EMPTY, VT_ARRAY | VT_NULL, int{VT_RESERVED}})
-    {
+TEST(Variants, BadTypes) {
+    for (const int vt : {77, 15, VT_BYREF | VT_EMPTY, VT_ARRAY | VT_NULL, int{VT_RESERVED}}) {
         VARIANT bad = {};
         bad.vt = static_cast<VARTYPE>(vt);
         EXPECT_EQ(DISP_E_BADVARTYPE, VariantClear(&bad)) << vt;
@@ -98,8 +90,7 @@ TEST(Variants, BadTypes)
     }
 }
 
-TEST(Variants, ReferencesAreNotOwned)
-{
+TEST(Variants, ReferencesAreNotOwned) {
     BSTR target = SysAllocString(OLESTR("abc"));
     VARIANT reference = {};
     reference.vt = VT_BYREF | VT_BSTR;

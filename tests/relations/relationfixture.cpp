@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "relationfixture.h"
 
-XServerModel LXRelationModel()
-{
+XServerModel LXRelationModel() {
     XServerModel model;
     model.AddType("Node");
     model.AddType("Area", "Node");
@@ -49,25 +48,21 @@ XServerModel LXRelationModel()
     return model;
 }
 
-RelationTest::Names RelationTest::Listed(const Enum& relations)
-{
+RelationTest::Names RelationTest::Listed(const Enum& relations) {
     Names names;
     Relation relation;
-    while (relations && relations->GetSingleNext(relation.Put()) == S_OK)
-    {
+    while (relations && relations->GetSingleNext(relation.Put()) == S_OK) {
         names.push_back(LXNarrow(LXRead(relation.Get(), LXRM_CHILDNAME)) + "/" +
                         LXNarrow(LXRead(relation.Get(), LXRM_CHILDLISTNAME)));
     }
     return names;
 }
 
-RelationTest::Names RelationTest::Below(const char* type, LONG filter, const char* browser)
-{
+RelationTest::Names RelationTest::Below(const char* type, LONG filter, const char* browser) {
     return List([&](auto out) { return m_cache->GetPCEnum2(nullptr, B(type).Get(), B(browser).Get(), filter, out); });
 }
 
-RelationTest::Relation RelationTest::Single(const char* parent, const char* child, const char* list, HRESULT expected)
-{
+RelationTest::Relation RelationTest::Single(const char* parent, const char* child, const char* list, HRESULT expected) {
     Relation relation;
     EXPECT_EQ(m_cache->GetSinglePCRelation(B(parent).Get(), B(child).Get(), nullptr, B(list).Get(), relation.Put()),
               expected)
@@ -75,8 +70,7 @@ RelationTest::Relation RelationTest::Single(const char* parent, const char* chil
     return relation;
 }
 
-void RelationTest::ExpectRefusal(HRESULT actual, HRESULT expected, const char* description)
-{
+void RelationTest::ExpectRefusal(HRESULT actual, HRESULT expected, const char* description) {
     EXPECT_EQ(actual, expected) << description;
     EXPECT_EQ(LXNarrow(LXErrorInformation::Take().description), description);
 }

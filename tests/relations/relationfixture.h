@@ -14,8 +14,7 @@
 /// rel (parts, a to d), back (parts, d to c)
 XServerModel LXRelationModel();
 
-class RelationTest : public CacheTest
-{
+class RelationTest : public CacheTest {
 protected:
     explicit RelationTest(XServerModel model = LXRelationModel()) : CacheTest(std::move(model)) {}
 
@@ -30,8 +29,7 @@ protected:
     static Names Listed(const Enum& relations);
     /// Asks for an enumeration: S_OK with relations, or S_FALSE without.
     template <class Ask>
-    static Names List(Ask&& ask)
-    {
+    static Names List(Ask&& ask) {
         Enum relations;
         const HRESULT result = ask(relations.Put());
         EXPECT_EQ(result, relations ? S_OK : S_FALSE);

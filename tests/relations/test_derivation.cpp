@@ -3,23 +3,20 @@
 // Which type derives from which.
 #include "relationfixture.h"
 
-class Derivation : public RelationTest
-{
+class Derivation : public RelationTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
     void TearDown() override { Terminate(); }
 
     using Question = HRESULT (STDMETHODCALLTYPE ILXConfigFactoryCache::*)(BSTR, LONG*, BSTR**);
-    Names Types(Question question, const char* type)
-    {
+    Names Types(Question question, const char* type) {
         LONG count = -1;
         BSTR* texts = nullptr;
         const HRESULT result = (m_cache.Get()->*question)(B(type).Get(), &count, &texts);
         EXPECT_EQ(result, count > 0 ? S_OK : S_FALSE);
         EXPECT_EQ(texts != nullptr, count > 0);
         Names names;
-        for (LONG i = 0; i < count; ++i)
-        {
+        for (LONG i = 0; i < count; ++i) {
             XLXComBSTR text;
             text.Attach(texts[i]);
             names.push_back(LXNarrow(text.View()));
@@ -31,12 +28,10 @@ protected:
     Names ForQuery(const char* type) { return Types(&ILXConfigFactoryCache::GetDerivedTypesForQuery, type); }
 
     /// For each type whether the first one derives from it, as digits; in brackets for S_FALSE.
-    std::string Check(const char* type, const std::vector<const char*>& names)
-    {
+    std::string Check(const char* type, const std::vector<const char*>& names) {
         std::vector<XLXComBSTR> texts;
         std::vector<BSTR> raw;
-        for (const char* const name : names)
-        {
+        for (const char* const name : names) {
             texts.push_back(B(name));
             raw.push_back(texts.back().Get());
         }
@@ -44,16 +39,14 @@ protected:
         const HRESULT result =
             m_cache->CheckTypeDerivesFrom(B(type).Get(), static_cast<LONG>(raw.size()), raw.data(), answers.data());
         std::string digits;
-        for (const LONG answer : answers)
-        {
+        for (const LONG answer : answers) {
             digits += std::to_string(answer);
         }
         return result == S_OK ? digits : "[" + digits + "]";
     }
 };
 
-TEST_F(Derivation, FollowsTheChainsOfBases)
-{
+TEST_F(Derivation, FollowsTheChainsOfBases) {
     ExpectCalls(0, [&] {
         EXPECT_EQ(Check("Room", {"Room", "Area", "Node", "Desk", "Nothing", ""}), "111000");
         EXPECT_EQ(Check("Node", {"Room", "Node"}), "01");
@@ -72,8 +65,7 @@ TEST_F(Derivation, FollowsTheChainsOfBases)
     EXPECT_EQ(m_cache->GetAllDerivedTypes(B("Node").Get(), &count, nullptr), E_POINTER);
 }
 
-TEST_F(Derivation, FollowsWhatChanges)
-{
+TEST_F(Derivation, FollowsWhatChanges) {
     EXPECT_EQ(Derived("Desk"), Names());
     EXPECT_EQ(Edit().AddType("Bureau", "Desk").result, S_OK);
     EXPECT_EQ(Derived("Desk"), Names{"Bureau"});
@@ -89,8 +81,7 @@ TEST_F(Derivation, FollowsWhatChanges)
     EXPECT_EQ(count, 0);
 }
 
-TEST_F(Derivation, CyclesAndMissingBasesEnd)
-{
+TEST_F(Derivation, CyclesAndMissingBasesEnd) {
     Edit().Change(
         [](XServerModel& model) {
             model.AddType("Self").properties.Set(XProperty::BaseTypeName, "Self");

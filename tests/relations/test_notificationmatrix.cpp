@@ -5,26 +5,19 @@
 // they were sent.
 #include "relationfixture.h"
 
-namespace
-{
+namespace {
 constexpr LONG Always = -1;
 constexpr LONG Never = 0;
 
-bool ServerMode()
-{
-    for (const std::string& argument : testing::internal::GetArgvs())
-    {
-        if (argument == "--server-mode")
-        {
-            return true;
-        }
+bool ServerMode() {
+    for (const std::string& argument : testing::internal::GetArgvs()) {
+        if (argument == "--server-mode") { return true; }
     }
     return false;
 }
 
 /// A mode as it is sent, and as it arrives with the kind "objects" in an application.
-struct Mode
-{
+struct Mode {
     LONG sent;
     LONG translated;
 };
@@ -34,8 +27,7 @@ constexpr Mode Modes[] = {{0, 0},         {0x1, 0x1},     {0x2, 0x2},     {0x4, 
 constexpr const char* Kinds[] = {"objects", "properties", "pc", "searchable", "other"};
 
 /// What makes a receiver read again, by kind: modes with one of these bits, all modes, or none.
-struct Row
-{
+struct Row {
     const char* receiver;
     const char* method; ///< what it then calls
     LONG objects;
@@ -71,8 +63,7 @@ constexpr Row Rows[] = {
     {"type map", nullptr, 0x3, Never, Never, Never},
 };
 
-XServerModel MatrixModel()
-{
+XServerModel MatrixModel() {
     XServerModel model = LXRelationModel();
     XModelType& area = *model.types.at(OLESTR("Area"));
     area.AddPage(1);
@@ -86,40 +77,32 @@ XServerModel MatrixModel()
 }
 } // namespace
 
-class NotificationMatrix : public RelationTest, public testing::WithParamInterface<Row>
-{
+class NotificationMatrix : public RelationTest, public testing::WithParamInterface<Row> {
 protected:
     NotificationMatrix() : RelationTest(MatrixModel()) {}
-    void SetUp() override
-    {
-        if (ServerMode())
-        {
+    void SetUp() override {
+        if (ServerMode()) {
             m_cache = LXMakeCache();
             ASSERT_EQ(m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
                                           m_server->DataUpdate().Get()),
                       S_OK);
-        }
-        else
-        {
+        } else {
             ASSERT_EQ(Start(), S_OK);
         }
     }
     void TearDown() override { Terminate(); }
 
-    static std::function<void()> Reading(XLXComPtr<ILXConfigObject> object, int member = 0)
-    {
+    static std::function<void()> Reading(XLXComPtr<ILXConfigObject> object, int member = 0) {
         return [object, member] { EXPECT_EQ(LXRead(object.Get(), member).find(OLESTR("<")), XLXText::npos); };
     }
     template <class I, class F>
-    static XLXComPtr<I> Get(F&& get)
-    {
+    static XLXComPtr<I> Get(F&& get) {
         XLXComPtr<I> object;
         EXPECT_EQ(get(object.Put()), S_OK);
         return object;
     }
     template <class Element, class I, class F>
-    static XLXComPtr<Element> FirstOf(F&& get)
-    {
+    static XLXComPtr<Element> FirstOf(F&& get) {
         const auto all = Get<I>(get);
         return Get<Element>([&](auto out) { return all->GetSingleNext(out); });
     }
@@ -132,8 +115,7 @@ protected:
     Probe ProbeForRegistries(const std::string& receiver);
     Probe ProbeForRelation(const std::string& receiver);
 
-    unsigned long long CallsOf(const char* method, const Probe& probe)
-    {
+    unsigned long long CallsOf(const char* method, const Probe& probe) {
         const auto before = Calls().Of(method);
         probe();
         return Calls().Of(method) - before;
@@ -141,28 +123,20 @@ protected:
     static bool Expected(const Row& row, const std::string& kind, const Mode& mode);
 };
 
-NotificationMatrix::Probe NotificationMatrix::ProbeForType(const std::string& receiver)
-{
+NotificationMatrix::Probe NotificationMatrix::ProbeForType(const std::string& receiver) {
     const auto area = Type("Area");
-    if (receiver == "type")
-    {
-        return Reading(area);
-    }
-    if (receiver == "type map")
-    {
+    if (receiver == "type") { return Reading(area); }
+    if (receiver == "type map") {
         return [this] { Type("Area"); };
     }
-    if (receiver == "attributes")
-    {
+    if (receiver == "attributes") {
         return [=] { Get<ILXAttributeEnum>([&](auto out) { return area->GetAttributeEnum(out); }); };
     }
-    if (receiver == "pages" || receiver == "page")
-    {
+    if (receiver == "pages" || receiver == "page") {
         const auto page = [=] { return Get<ILXPage>([&](auto out) { return area->GetPage(1, out); }); };
         return receiver == "page" ? Reading(page(), XProperty::PageNumber) : Probe([=] { page(); });
     }
-    if (receiver == "editors" || receiver == "editor")
-    {
+    if (receiver == "editors" || receiver == "editor") {
         const auto editor = [=] {
             return FirstOf<ILXConfObjEditor, ILXConfObjEditorEnum>(
                 [&](auto out) { return area->GetConfObjEditorEnum(out); });
@@ -170,19 +144,14 @@ NotificationMatrix::Probe NotificationMatrix::ProbeForType(const std::string& re
         return receiver == "editor" ? Reading(editor()) : Probe([=] { editor(); });
     }
     const auto group = [=] { return Get<ILXGroup>([&](auto out) { return area->GetGroup(1, out); }); };
-    if (receiver == "group")
-    {
-        return Reading(group());
-    }
-    if (receiver == "group format")
-    {
+    if (receiver == "group") { return Reading(group()); }
+    if (receiver == "group format") {
         return [held = group()] { Get<ILXFormat>([&](auto out) { return held->GetFormat(out); }); };
     }
     return receiver == "groups" ? Probe([=] { group(); }) : nullptr;
 }
 
-NotificationMatrix::Probe NotificationMatrix::ProbeForAttribute(const std::string& receiver)
-{
+NotificationMatrix::Probe NotificationMatrix::ProbeForAttribute(const std::string& receiver) {
     const auto size = Attribute("Area", "Size");
     const auto format = [=] { return Get<ILXFormat>([&](auto out) { return size->GetFormat(1, out); }); };
     const auto type = [=] {
@@ -197,8 +166,7 @@ NotificationMatrix::Probe NotificationMatrix::ProbeForAttribute(const std::strin
                                              : nullptr;
 }
 
-NotificationMatrix::Probe NotificationMatrix::ProbeForRegistries(const std::string& receiver)
-{
+NotificationMatrix::Probe NotificationMatrix::ProbeForRegistries(const std::string& receiver) {
     const auto browserId = [this] {
         return FirstOf<ILXBrowserId, ILXBrowserIdEnum>([&](auto out) { return Factory()->GetBrowserIdEnum(out); });
     };
@@ -206,8 +174,7 @@ NotificationMatrix::Probe NotificationMatrix::ProbeForRegistries(const std::stri
         return FirstOf<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
             [&](auto out) { return Factory()->GetAllGlobalAttributeFormatSpecs(out); });
     };
-    if (receiver == "global spec formats")
-    {
+    if (receiver == "global spec formats") {
         return [held = spec()] { Get<ILXFormat>([&](auto out) { return held->GetFormat(1, out); }); };
     }
     return receiver == "browser id"     ? Reading(browserId())
@@ -217,10 +184,8 @@ NotificationMatrix::Probe NotificationMatrix::ProbeForRegistries(const std::stri
                                         : nullptr;
 }
 
-NotificationMatrix::Probe NotificationMatrix::ProbeForRelation(const std::string& receiver)
-{
-    if (receiver == "plan types")
-    {
+NotificationMatrix::Probe NotificationMatrix::ProbeForRelation(const std::string& receiver) {
+    if (receiver == "plan types") {
         return [this] { EXPECT_EQ(m_cache->IsPlantype(m_server->DataObject("Plan").Get()), S_OK); };
     }
     const auto rooms = [this] { return Single("Area", "Room", "nodes"); };
@@ -233,43 +198,31 @@ NotificationMatrix::Probe NotificationMatrix::ProbeForRelation(const std::string
                                      : Reading(info(rooms()), XProperty::PCInfoBrowser);
 }
 
-NotificationMatrix::Probe NotificationMatrix::ProbeFor(const std::string& receiver)
-{
+NotificationMatrix::Probe NotificationMatrix::ProbeFor(const std::string& receiver) {
     for (const auto make : {&NotificationMatrix::ProbeForType, &NotificationMatrix::ProbeForAttribute,
-                            &NotificationMatrix::ProbeForRegistries, &NotificationMatrix::ProbeForRelation})
-    {
-        if (Probe probe = (this->*make)(receiver))
-        {
-            return probe;
-        }
+                            &NotificationMatrix::ProbeForRegistries, &NotificationMatrix::ProbeForRelation}) {
+        if (Probe probe = (this->*make)(receiver)) { return probe; }
     }
     return nullptr;
 }
 
-bool NotificationMatrix::Expected(const Row& row, const std::string& kind, const Mode& mode)
-{
+bool NotificationMatrix::Expected(const Row& row, const std::string& kind, const Mode& mode) {
     const LONG bits = kind == "objects"      ? row.objects
                       : kind == "properties" ? row.properties
                       : kind == "pc"         ? row.pc
                                              : row.others;
-    if (kind == "searchable" && row.receiver == std::string("type map"))
-    {
-        return true;
-    }
+    if (kind == "searchable" && row.receiver == std::string("type map")) { return true; }
     const LONG arrives = kind == "objects" && !ServerMode() ? mode.translated : mode.sent;
     return bits == Always || (bits != Never && (arrives < 1 || (arrives & bits) != 0));
 }
 
-TEST_P(NotificationMatrix, InvalidatesWhatItConcerns)
-{
+TEST_P(NotificationMatrix, InvalidatesWhatItConcerns) {
     const Row& row = GetParam();
     const char* const method = row.method != nullptr ? row.method
                                : ServerMode()        ? "ILXConfigFactory::GetTypeEnum"
                                                      : "ILXConfigFactoryEx::GetTypeArrayEx";
-    for (const std::string kind : Kinds)
-    {
-        for (const Mode& mode : Modes)
-        {
+    for (const std::string kind : Kinds) {
+        for (const Mode& mode : Modes) {
             const std::string dataId = kind + "/x/0/" + std::to_string(mode.sent);
             SCOPED_TRACE(dataId);
             const Probe probe = ProbeFor(row.receiver);

@@ -7,11 +7,9 @@
 
 using namespace XLXCFCDataTransfer;
 
-namespace
-{
+namespace {
 /// A config factory that has nothing but an array of one relation, with that many values.
-class ArrayFactory final : public ILXConfigFactory
-{
+class ArrayFactory final : public ILXConfigFactory {
 public:
     int values = 37;
 
@@ -19,11 +17,9 @@ public:
     ULONG STDMETHODCALLTYPE AddRef() override { return 2; } // lives on the test's stack
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
 
-    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** array) override
-    {
+    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** array) override {
         XLXVariantVector names;
-        for (int i = 0; i < values; ++i)
-        {
+        for (int i = 0; i < values; ++i) {
             names.push_back(XLXComVariant::FromBstr(OLESTR("Name")));
         }
         std::vector<XILXPCData> records(1);
@@ -47,35 +43,29 @@ public:
     HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override
-    {
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override {
         return E_NOTIMPL;
     }
     HRESULT STDMETHODCALLTYPE GetVersion(BSTR*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE SetVersion(BSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override
-    {
+    HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override {
         return E_NOTIMPL;
     }
-    HRESULT STDMETHODCALLTYPE GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum**) override
-    {
+    HRESULT STDMETHODCALLTYPE GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum**) override {
         return E_NOTIMPL;
     }
-    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*) override
-    {
+    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*) override {
         return E_NOTIMPL;
     }
     HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpecByID(BSTR) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE NotifyServerTermination() override { return E_NOTIMPL; }
 };
 
-class Host final : public XRelationHost
-{
+class Host final : public XRelationHost {
 public:
     ArrayFactory factory;
 
-    XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr&, const char*) const override
-    {
+    XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr&, const char*) const override {
         return const_cast<ArrayFactory*>(&factory);
     }
     std::vector<XLXText> BaseTypeNames(XLXTextView) override { return {}; }
@@ -91,16 +81,14 @@ private:
 };
 } // namespace
 
-TEST(RelationArray, ARecordThatIsTooShortFailsTheLoadOnce)
-{
+TEST(RelationArray, ARecordThatIsTooShortFailsTheLoadOnce) {
     const std::pair<int, const char*> cases[] = {
         {0, "pPCCache->GetProperty LXCFPC_parentname"},
         {19, "pPCCache->GetProperty LXCFPC_parentname"},
         {20, "pPCCache->GetProperty LXCFPC_pprrelationtype"},
         {21, nullptr},
     };
-    for (const auto& [values, text] : cases)
-    {
+    for (const auto& [values, text] : cases) {
         Host host;
         host.factory.values = values;
         XLXPCPartCacheMng relations(host, XClockPtr(new XClock));

@@ -7,21 +7,18 @@
 
 #include <future>
 
-class PCInfos : public RelationTest
-{
+class PCInfos : public RelationTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
     void TearDown() override { Terminate(); }
 
-    static Names Browsers(const Relation& relation)
-    {
+    static Names Browsers(const Relation& relation) {
         XLXComPtr<ILXPCInfoEnum> infos;
         const HRESULT result = relation->GetPCInfoEnum(infos.Put());
         EXPECT_EQ(result, infos ? S_OK : S_FALSE);
         return LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser);
     }
-    static XLXText Label(const Relation& relation, const char* browser)
-    {
+    static XLXText Label(const Relation& relation, const char* browser) {
         XLXComPtr<ILXPCInfo> info;
         const HRESULT result = relation->GetPCInfo(B(browser).Get(), info.Put());
         EXPECT_EQ(result, info ? S_OK : S_FALSE);
@@ -29,8 +26,7 @@ protected:
     }
 };
 
-TEST_F(PCInfos, AreReadOnceAndFoundWithoutRegardToCase)
-{
+TEST_F(PCInfos, AreReadOnceAndFoundWithoutRegardToCase) {
     const auto desks = Single("Node", "Desk", "nodes");
     Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Tree", XProperty::PCInfoLabel, "T", XNotify::No);
     EXPECT_EQ(Browsers(desks), (Names{"List", "Tree"}));
@@ -46,8 +42,7 @@ TEST_F(PCInfos, AreReadOnceAndFoundWithoutRegardToCase)
         XLXText::npos);
 }
 
-TEST_F(PCInfos, OfOneBrowserTheLastOneCounts)
-{
+TEST_F(PCInfos, OfOneBrowserTheLastOneCounts) {
     Edit().AddPCInfo("Area", "Room", "nodes", "Tree");
     Edit().Change([](XServerModel& model) {
         (*model.FindRelation(OLESTR("Area"), OLESTR("Room"), OLESTR("nodes")))
@@ -59,8 +54,7 @@ TEST_F(PCInfos, OfOneBrowserTheLastOneCounts)
     EXPECT_EQ(Label(rooms, "Tree"), OLESTR("second"));
 }
 
-TEST_F(PCInfos, AFailureIsKeptUntilANotification)
-{
+TEST_F(PCInfos, AFailureIsKeptUntilANotification) {
     const auto desks = Single("Node", "Desk", "nodes");
     Calls().FailCall("ILXParentChild::GetPCInfoEnum", E_ACCESSDENIED);
     EXPECT_EQ(Browsers(desks), Names());
@@ -69,10 +63,8 @@ TEST_F(PCInfos, AFailureIsKeptUntilANotification)
     EXPECT_EQ(Browsers(desks), Names{"List"});
 }
 
-TEST_F(PCInfos, ManyComeInBatches)
-{
-    for (int i = 0; i < 70; ++i)
-    {
+TEST_F(PCInfos, ManyComeInBatches) {
+    for (int i = 0; i < 70; ++i) {
         Edit().AddPCInfo("Node", "Room", "nodes", "B" + std::to_string(100 + i), false, XNotify::No);
     }
     const auto rooms = Single("Node", "Room", "nodes");
@@ -83,11 +75,9 @@ TEST_F(PCInfos, ManyComeInBatches)
     EXPECT_EQ(Calls().Of("ILXPCInfoEnum::RemNext"), 6u);
 }
 
-TEST_F(PCInfos, ANotificationOvertakesTheirLoad)
-{
+TEST_F(PCInfos, ANotificationOvertakesTheirLoad) {
     const auto desks = Single("Node", "Desk", "nodes");
-    for (const char* dataId : {"pc/Node/0/4", "properties/Node/0/8"})
-    {
+    for (const char* dataId : {"pc/Node/0/4", "properties/Node/0/8"}) {
         SCOPED_TRACE(dataId);
         m_server->SendNotification("pc/Node/0/4");
         Label(desks, "List");
@@ -103,8 +93,7 @@ TEST_F(PCInfos, ANotificationOvertakesTheirLoad)
     }
 }
 
-TEST(RelationObjects, ReloadTheirPCInfosAfterTermination)
-{
+TEST(RelationObjects, ReloadTheirPCInfosAfterTermination) {
     const auto server = XSampleServer::Create(LXRelationModel());
     XLXComPtr<ILXParentChildEnum> relations;
     XLXComPtr<ILXParentChild> first;
@@ -123,8 +112,7 @@ TEST(RelationObjects, ReloadTheirPCInfosAfterTermination)
     EXPECT_EQ(unread->GetProperty(1, value.Put()), E_POINTER); // there is no server to ask
 }
 
-TEST(RelationObjects, InheritedOnesHaveTheirOwnEnds)
-{
+TEST(RelationObjects, InheritedOnesHaveTheirOwnEnds) {
     const auto server = XSampleServer::Create(LXRelationModel());
     XLXComPtr<ILXParentChildEnum> relations;
     XLXComPtr<ILXParentChild> first;

@@ -3,29 +3,25 @@
 // Plan types and the relations that they allow.
 #include "relationfixture.h"
 
-class PlanTypes : public RelationTest
-{
+class PlanTypes : public RelationTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
     void TearDown() override { Terminate(); }
 
     HRESULT IsPlan(const char* type) { return m_cache->IsPlantype(m_server->DataObject(type).Get()); }
-    Enum Enumerate(const char* type, LONG filter)
-    {
+    Enum Enumerate(const char* type, LONG filter) {
         Enum relations;
         EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B(type).Get(), nullptr, filter, relations.Put()), S_OK);
         return relations;
     }
-    Relation First(const char* type, LONG filter)
-    {
+    Relation First(const char* type, LONG filter) {
         Relation relation;
         EXPECT_EQ(Enumerate(type, filter)->GetSingleNext(relation.Put()), S_OK);
         return relation;
     }
 };
 
-TEST_F(PlanTypes, AreReadFromTheMasterSet)
-{
+TEST_F(PlanTypes, AreReadFromTheMasterSet) {
     EXPECT_EQ(IsPlan("Plan"), S_OK);
     EXPECT_EQ(IsPlan("Task"), S_OK);
     EXPECT_EQ(IsPlan("Old"), S_FALSE); // its set is not in force
@@ -40,8 +36,7 @@ TEST_F(PlanTypes, AreReadFromTheMasterSet)
     EXPECT_EQ(IsPlan("Job"), S_OK);
 }
 
-TEST_F(PlanTypes, AddTheirAllowedPairs)
-{
+TEST_F(PlanTypes, AddTheirAllowedPairs) {
     Edit().AddRelation("Plan", "Node", "nodes");
     EXPECT_EQ(Below("Plan"), Names{"Node/nodes"});
     EXPECT_EQ(Below("Plan", 2), (Names{"Node/nodes", "Task/nodes", "Desk/nodes"}));
@@ -56,14 +51,12 @@ TEST_F(PlanTypes, AddTheirAllowedPairs)
               Names{"Task/nodes"});
 }
 
-TEST_F(PlanTypes, ThereIsOneTransientRelationForEachPair)
-{
+TEST_F(PlanTypes, ThereIsOneTransientRelationForEachPair) {
     const auto relation = First("Task", 2);
     EXPECT_EQ(First("Task", 2), relation);
     EXPECT_NE(First("Task", 2 | 1), relation); // it answers the other PC infos
     EXPECT_EQ(LXRead(relation.Get(), LXRM_NAMESHORT), OLESTR("ts"));
-    for (const LONG newOnly : {0, 1})
-    {
+    for (const LONG newOnly : {0, 1}) {
         XLXComPtr<ILXPCInfo> info;
         EXPECT_EQ(First("Task", 2 | newOnly)->GetPCInfo(B("List").Get(), info.Put()), S_OK);
         EXPECT_EQ(LXRead(info.Get(), XProperty::PCInfoNew), XLXText(XLXFormat() << newOnly));
@@ -75,8 +68,7 @@ TEST_F(PlanTypes, ThereIsOneTransientRelationForEachPair)
     EXPECT_EQ(LXRead(relation.Get(), LXRM_PARENTNAME), OLESTR("Task")); // shown as it is when given out again
 }
 
-TEST_F(PlanTypes, TransientRelationsOutliveTheirManager)
-{
+TEST_F(PlanTypes, TransientRelationsOutliveTheirManager) {
     const auto relations = Enumerate("Plan", 2);
     const auto relation = First("Plan", 2);
     XLXComPtr<ILXPCInfo> info;
@@ -96,11 +88,9 @@ TEST_F(PlanTypes, TransientRelationsOutliveTheirManager)
     EXPECT_EQ(firstCache.As<IDPFObject>()->Terminate(), S_OK);
 }
 
-TEST_F(PlanTypes, AFailingQueryMeansNoneForNow)
-{
+TEST_F(PlanTypes, AFailingQueryMeansNoneForNow) {
     for (const char* method : {"ILX_Query::GetSearchResult", "ILX_BaseDataObject::GetChildren",
-                               "ILX_BaseDataObject::GetAttribute", "IEnumBaseDataObject::RemNext"})
-    {
+                               "ILX_BaseDataObject::GetAttribute", "IEnumBaseDataObject::RemNext"}) {
         SCOPED_TRACE(method);
         m_server->SendNotification("objects/x/0/2");
         Calls().FailCall(method, E_ACCESSDENIED);
@@ -110,10 +100,8 @@ TEST_F(PlanTypes, AFailingQueryMeansNoneForNow)
     }
 }
 
-TEST_F(PlanTypes, TheQueryObjectIsLeftWithoutASearch)
-{
-    for (const char* failing : {"", "ILX_Query::GetSearchResult", "IEnumBaseDataObject::RemNext"})
-    {
+TEST_F(PlanTypes, TheQueryObjectIsLeftWithoutASearch) {
+    for (const char* failing : {"", "ILX_Query::GetSearchResult", "IEnumBaseDataObject::RemNext"}) {
         SCOPED_TRACE(failing);
         Terminate();
         m_cache.Reset();
@@ -122,10 +110,7 @@ TEST_F(PlanTypes, TheQueryObjectIsLeftWithoutASearch)
         const auto query = m_server->Query();
         arguments[1] = XLXComVariant::FromUnknown(query.Get());
         ASSERT_EQ(Initialize(std::move(arguments)), S_OK);
-        if (*failing != 0)
-        {
-            Calls().FailCall(failing, E_ACCESSDENIED);
-        }
+        if (*failing != 0) { Calls().FailCall(failing, E_ACCESSDENIED); }
         EXPECT_EQ(IsPlan("Plan"), *failing != 0 ? S_FALSE : S_OK);
         EXPECT_EQ(Calls().Of("ILX_Query::ResetSearch"), 2u);
         XLXComPtr<IEnumBaseDataObject> found; // a search without a table finds nothing
@@ -137,8 +122,7 @@ TEST_F(PlanTypes, TheQueryObjectIsLeftWithoutASearch)
     }
 }
 
-TEST_F(PlanTypes, WithoutAQueryObjectThereAreNone)
-{
+TEST_F(PlanTypes, WithoutAQueryObjectThereAreNone) {
     Terminate();
     m_cache.Reset();
     auto arguments = Arguments(15, false, false);

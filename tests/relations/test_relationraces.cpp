@@ -6,16 +6,15 @@
 #include <atomic>
 #include <future>
 
-class RelationRaces : public RelationTest
-{
+class RelationRaces : public RelationTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
     void TearDown() override { Terminate(); }
 
     /// Stops a question in a call to the server after its answer was made, edits the model meanwhile, and expects
     /// that the notification of the edit waits for nobody.
-    void Overtake(const char* method, const std::function<void()>& question, const std::function<XNotification()>& edit)
-    {
+    void Overtake(const char* method, const std::function<void()>& question,
+                  const std::function<XNotification()>& edit) {
         auto gate = Calls().PauseAt(method, XCallPoint::Answer);
         auto asked = std::async(std::launch::async, question);
         gate.WaitUntilArrived();
@@ -25,8 +24,7 @@ protected:
         EXPECT_EQ(edited.get().result, S_OK) << method;
         asked.get();
     }
-    std::size_t Specs()
-    {
+    std::size_t Specs() {
         XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
         Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put());
         return LXReadAll<ILXGlobalAttributeFormatSpec>(specs, 0).size();
@@ -34,8 +32,7 @@ protected:
     HRESULT IsPlan(const char* type) { return m_cache->IsPlantype(m_server->DataObject(type).Get()); }
 };
 
-TEST_F(RelationRaces, AnOvertakenAnswerIsNotKept)
-{
+TEST_F(RelationRaces, AnOvertakenAnswerIsNotKept) {
     m_server->SendNotification("pc/x/0/4");
     Overtake(
         "ILXConfigFactory::GetPCArray", [&] { Below("Node"); },
@@ -77,14 +74,12 @@ TEST_F(RelationRaces, AnOvertakenAnswerIsNotKept)
     EXPECT_EQ(LXReadAll<ILXBrowserId>(ids, 1), (Names{"", "Label"}));
 }
 
-TEST_F(RelationRaces, QuestionsNotificationsAndTerminationAtOnce)
-{
+TEST_F(RelationRaces, QuestionsNotificationsAndTerminationAtOnce) {
     std::atomic<bool> end{false};
     std::vector<std::thread> threads;
     const auto run = [&](auto work) {
         threads.emplace_back([&end, work] {
-            while (!end)
-            {
+            while (!end) {
                 work();
             }
         });
@@ -103,16 +98,14 @@ TEST_F(RelationRaces, QuestionsNotificationsAndTerminationAtOnce)
         LONG count = 0;
         BSTR* names = nullptr;
         cache->GetAllDerivedTypes(area.Get(), &count, &names);
-        for (LONG i = 0; i < count; ++i)
-        {
+        for (LONG i = 0; i < count; ++i) {
             SysFreeString(names[i]);
         }
         CoTaskMemFree(names);
         Specs();
     });
     run([&] { IsPlan("Plan"); });
-    for (int i = 0; i < 60; ++i)
-    {
+    for (int i = 0; i < 60; ++i) {
         Edit().AddRelation("Area", "Room", "list" + std::to_string(i));
         m_server->SendNotification(i % 2 == 0 ? "objects/x/0/1" : "properties/x/0/12");
     }
@@ -120,8 +113,7 @@ TEST_F(RelationRaces, QuestionsNotificationsAndTerminationAtOnce)
     EXPECT_EQ(cache.As<IDPFObject>()->Terminate(), S_OK);
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     end = true;
-    for (std::thread& thread : threads)
-    {
+    for (std::thread& thread : threads) {
         thread.join();
     }
 }

@@ -4,14 +4,12 @@
 #include "XDataObjectRefusals.h"
 #include "relationfixture.h"
 
-class Relations : public RelationTest
-{
+class Relations : public RelationTest {
 protected:
     void TearDown() override { Terminate(); }
 };
 
-TEST_F(Relations, AreLoadedWithOneCall)
-{
+TEST_F(Relations, AreLoadedWithOneCall) {
     ASSERT_EQ(Start(), S_OK);
     EXPECT_EQ(Calls().Of("ILXConfigFactory::GetPCArray"), 1u);
     ExpectCalls(0, [&] {
@@ -25,8 +23,7 @@ TEST_F(Relations, AreLoadedWithOneCall)
     });
 }
 
-TEST_F(Relations, AFailedLoadIsKeptUntilANotification)
-{
+TEST_F(Relations, AFailedLoadIsKeptUntilANotification) {
     Calls().FailCall("ILXConfigFactory::GetPCArray", E_ACCESSDENIED);
     ASSERT_EQ(Start(), S_OK);
     EXPECT_EQ(Below("Area"), Names());
@@ -43,8 +40,7 @@ TEST_F(Relations, AFailedLoadIsKeptUntilANotification)
     EXPECT_EQ(LXRead(parts.Get(), XProperty::NameShort), OLESTR("p"));
 }
 
-TEST_F(Relations, AreRefreshedInPlaceAfterANotification)
-{
+TEST_F(Relations, AreRefreshedInPlaceAfterANotification) {
     ASSERT_EQ(Start(), S_OK);
     Enum before;
     ASSERT_EQ(m_cache->GetPCEnum2(nullptr, B("Node").Get(), nullptr, 0, before.Put()), S_OK);
@@ -58,16 +54,14 @@ TEST_F(Relations, AreRefreshedInPlaceAfterANotification)
     ExpectCalls(0, [&] { LXRead(desks.Get(), LXRM_PARENTNAME); });
 }
 
-struct FilterCase
-{
+struct FilterCase {
     const char* type;
     LONG filter;
     const char* browser;
     std::vector<std::string> expected;
 };
 
-TEST_F(Relations, FiltersAndBrowsersRestrictWhatIsListed)
-{
+TEST_F(Relations, FiltersAndBrowsersRestrictWhatIsListed) {
     ASSERT_EQ(Start(), S_OK);
     const FilterCase cases[] = {
         {"Area", 1, "", {"Desk/parts", "Room/nodes"}},
@@ -81,8 +75,7 @@ TEST_F(Relations, FiltersAndBrowsersRestrictWhatIsListed)
         {"Area", 0, "None", {}},
         {"area", 0, "", {}},
     };
-    for (const FilterCase& c : cases)
-    {
+    for (const FilterCase& c : cases) {
         SCOPED_TRACE(std::string(c.type) + " " + std::to_string(c.filter) + " " + c.browser);
         EXPECT_EQ(Below(c.type, c.filter, c.browser), c.expected);
     }
@@ -92,11 +85,9 @@ TEST_F(Relations, FiltersAndBrowsersRestrictWhatIsListed)
               Names{"Desk/nodes"});
 }
 
-TEST_F(Relations, RefusalsNameTheMethodsOwnArgument)
-{
+TEST_F(Relations, RefusalsNameTheMethodsOwnArgument) {
     ASSERT_EQ(Start(), S_OK);
-    for (const char* type : {"", "Node"})
-    {
+    for (const char* type : {"", "Node"}) {
         ExpectRefusal(Factory()->GetParentChildEnum(B(type).Get(), nullptr, nullptr), E_POINTER,
                       "invalid pointer: ppEnum");
         ExpectRefusal(m_cache->GetThisBrowserParentChildEnum(B(type).Get(), nullptr, B("List").Get(), nullptr),
@@ -107,8 +98,7 @@ TEST_F(Relations, RefusalsNameTheMethodsOwnArgument)
     Terminate();
 }
 
-TEST_F(Relations, OfBaseTypesAreInheritedNearestFirst)
-{
+TEST_F(Relations, OfBaseTypesAreInheritedNearestFirst) {
     ASSERT_EQ(Start(), S_OK);
     const auto all = [&](const char* type, LONG filter) {
         return List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B(type).Get(), nullptr, filter, out); });
@@ -120,8 +110,7 @@ TEST_F(Relations, OfBaseTypesAreInheritedNearestFirst)
     EXPECT_EQ(all("Room", 0), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
 }
 
-TEST_F(Relations, OfObjectsGoByTheirTypes)
-{
+TEST_F(Relations, OfObjectsGoByTheirTypes) {
     ASSERT_EQ(Start(), S_OK);
     const auto byObject = [&](const char* id, const char* type) {
         return List(
@@ -150,8 +139,7 @@ TEST_F(Relations, OfObjectsGoByTheirTypes)
     EXPECT_EQ(m_cache->GetPCEnum2(Object("a").Get(), nullptr, nullptr, 0, none.Put()), E_ACCESSDENIED);
 }
 
-TEST_F(Relations, PPRQuestionsLookAtPPRRelationsOnly)
-{
+TEST_F(Relations, PPRQuestionsLookAtPPRRelationsOnly) {
     ASSERT_EQ(Start(), S_OK);
     const auto area = B("Area");
     const auto desk = B("Desk");
@@ -181,8 +169,7 @@ TEST_F(Relations, PPRQuestionsLookAtPPRRelationsOnly)
     EXPECT_EQ(m_cache->PPRRelationExistsByDO(Object("a").Get(), Object("d").Get(), nullptr, 1), S_OK);
 }
 
-TEST_F(Relations, SingleOnesAreFoundByTheirNames)
-{
+TEST_F(Relations, SingleOnesAreFoundByTheirNames) {
     ASSERT_EQ(Start(), S_OK);
     const auto first = [&](const char* parent, const char* list) {
         Relation relation;
@@ -209,8 +196,7 @@ TEST_F(Relations, SingleOnesAreFoundByTheirNames)
         XLXText::npos);
 }
 
-TEST_F(Relations, ARelationshipObjectStandsForOne)
-{
+TEST_F(Relations, ARelationshipObjectStandsForOne) {
     ASSERT_EQ(Start(), S_OK);
     const auto by = [&](const char* parent, const char* relationship, Relation& relation) {
         return m_cache->GetSinglePCRelationByDO(Object(parent).Get(), Object(relationship).Get(), relation.Put());
@@ -231,29 +217,24 @@ TEST_F(Relations, ARelationshipObjectStandsForOne)
     EXPECT_FALSE(relation);
 }
 
-namespace
-{
+namespace {
 /// A relationship object "parts" whose first end is a value of a given type.
-class Relationship final : public XDataObjectRefusals<ILXRelation>
-{
+class Relationship final : public XDataObjectRefusals<ILXRelation> {
 public:
     Relationship(VARTYPE type, XLXComPtr<ILX_BaseDataObject> first, XLXComPtr<ILX_BaseDataObject> second)
         : XDataObjectRefusals(std::make_shared<XServerCore>(XServerModel())),
           m_type(type),
           m_first(std::move(first)),
-          m_second(std::move(second))
-    {}
+          m_second(std::move(second)) {}
 
-    STDMETHODIMP GetAttribute(BSTR name, VARIANT* value) override
-    {
+    STDMETHODIMP GetAttribute(BSTR name, VARIANT* value) override {
         const bool isEnd = LXBstrView(name) == OLESTR("relationobject1");
         auto answer = isEnd ? XLXComVariant::FromUnknown(m_first.Get()) : XLXComVariant::FromBstr(OLESTR("parts"));
         V_VT(&answer.Get()) = isEnd ? m_type : V_VT(&answer.Get());
         answer.DetachTo(value);
         return S_OK;
     }
-    STDMETHODIMP GetRelatedObject(ILX_BaseDataObject* object, ILX_BaseDataObject** other) override
-    {
+    STDMETHODIMP GetRelatedObject(ILX_BaseDataObject* object, ILX_BaseDataObject** other) override {
         (m_first.Get() == object ? m_second : m_first).CopyTo(other);
         return S_OK;
     }
@@ -277,8 +258,7 @@ private:
 };
 } // namespace
 
-TEST_F(Relations, OnlyAnObjectReferenceIsARelationshipsFirstEnd)
-{
+TEST_F(Relations, OnlyAnObjectReferenceIsARelationshipsFirstEnd) {
     ASSERT_EQ(Start(), S_OK);
     const auto by = [&](VARTYPE type, const char* first, const char* second) {
         const auto relationship = LXMake<Relationship>(type, Object(first), Object(second));
@@ -293,8 +273,7 @@ TEST_F(Relations, OnlyAnObjectReferenceIsARelationshipsFirstEnd)
     EXPECT_EQ(by(VT_DISPATCH, "d", "a"), parts) << "which end it is, is not known";
 }
 
-TEST_F(Relations, QuestionsBeforeInitialisationAndAfterTerminationAreRefused)
-{
+TEST_F(Relations, QuestionsBeforeInitialisationAndAfterTerminationAreRefused) {
     m_cache = LXMakeCache();
     Enum none;
     EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, none.Put()), E_POINTER);
@@ -305,8 +284,7 @@ TEST_F(Relations, QuestionsBeforeInitialisationAndAfterTerminationAreRefused)
     EXPECT_EQ(LXRead(parts.Get(), LXRM_PARENTNAME), OLESTR("Area"));
 }
 
-TEST_F(Relations, LoadsWithoutAnArrayOrWithoutNames)
-{
+TEST_F(Relations, LoadsWithoutAnArrayOrWithoutNames) {
     ASSERT_EQ(Start(), S_OK);
     Calls().FailCall("ILXConfigFactory::GetPCArray", S_OK); // a success without an array
     m_server->SendNotification("pc/x/0/4");

@@ -4,34 +4,29 @@
 #include "lxconfigfactorycachemanager.h"
 #include "relationfixture.h"
 
-XServerModel SpecModel()
-{
+XServerModel SpecModel() {
     XServerModel model;
     model.AddType("Only");
     model.AddBrowserId("Tree");
-    for (int i = 0; i < 1200; ++i)
-    {
+    for (int i = 0; i < 1200; ++i) {
         model.AddGlobalSpec("Spec" + std::to_string(1000 + i)).AddFormat(1);
     }
     return model;
 }
 
-class Specs : public RelationTest
-{
+class Specs : public RelationTest {
 protected:
     explicit Specs(XServerModel model = SpecModel()) : RelationTest(std::move(model)) {}
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
     void TearDown() override { Terminate(); }
 
     using Spec = XLXComPtr<ILXGlobalAttributeFormatSpec>;
-    std::vector<Spec> All(HRESULT expected = S_OK)
-    {
+    std::vector<Spec> All(HRESULT expected = S_OK) {
         std::vector<Spec> all;
         XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
         EXPECT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), expected);
         Spec spec;
-        while (specs && specs->GetSingleNext(spec.Put()) == S_OK)
-        {
+        while (specs && specs->GetSingleNext(spec.Put()) == S_OK) {
             all.push_back(spec);
         }
         return all;
@@ -40,8 +35,7 @@ protected:
     HRESULT RemoveById(const char* id) { return Factory()->RemoveGlobalAttributeFormatSpecByID(B(id).Get()); }
 };
 
-TEST_F(Specs, TwelveHundredComeInThreeBatches)
-{
+TEST_F(Specs, TwelveHundredComeInThreeBatches) {
     EXPECT_EQ(All().size(), 1200u);
     EXPECT_EQ(Calls().Of("ILXGlobalAttributeFormatSpecEnum::RemNext"), 3u);
     const auto spec = All().front();
@@ -60,8 +54,7 @@ TEST_F(Specs, TwelveHundredComeInThreeBatches)
     EXPECT_EQ(All().size(), 1201u);
 }
 
-TEST_F(Specs, FailuresOnTheWay)
-{
+TEST_F(Specs, FailuresOnTheWay) {
     Calls().FailCall("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", E_ACCESSDENIED);
     All(E_ACCESSDENIED);
     Calls().FailCall("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", S_OK);
@@ -77,8 +70,7 @@ TEST_F(Specs, FailuresOnTheWay)
     ExpectCalls(0, [&] { All(S_FALSE); });
 }
 
-TEST_F(Specs, RefusedRemovalsLeaveTheCacheAsItWas)
-{
+TEST_F(Specs, RefusedRemovalsLeaveTheCacheAsItWas) {
     const auto all = All();
     XLXComPtr<ILXGlobalAttributeFormatSpecEnum> foreign;
     Spec servers;
@@ -103,8 +95,7 @@ TEST_F(Specs, RefusedRemovalsLeaveTheCacheAsItWas)
     EXPECT_EQ(m_server->Model().specs.size(), 1200u);
 }
 
-TEST_F(Specs, ARemovedSpecThatIsStillHeldAnswersWhatItHas)
-{
+TEST_F(Specs, ARemovedSpecThatIsStillHeldAnswersWhatItHas) {
     const auto all = All();
     const auto held = all[7];
     XLXComPtr<ILXFormat> format;
@@ -124,16 +115,14 @@ TEST_F(Specs, ARemovedSpecThatIsStillHeldAnswersWhatItHas)
     EXPECT_EQ(Id(held), OLESTR("<0x80004003>"));
 }
 
-TEST_F(Specs, BrowserIdsAreReadOnceAndKeepTheirPlace)
-{
+TEST_F(Specs, BrowserIdsAreReadOnceAndKeepTheirPlace) {
     const auto browsers = [&] {
         XLXComPtr<ILXBrowserIdEnum> ids;
         const HRESULT result = Factory()->GetBrowserIdEnum(ids.Put());
         EXPECT_EQ(result, ids ? S_OK : S_FALSE);
         return LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName);
     };
-    for (int i = 0; i < 149; ++i)
-    {
+    for (int i = 0; i < 149; ++i) {
         Edit().AddBrowserId("B" + std::to_string(100 + i), XNotify::No);
     }
     Calls().FailCall("ILXBrowserIdEnum::RemNext", E_ACCESSDENIED, 2);
@@ -146,16 +135,13 @@ TEST_F(Specs, BrowserIdsAreReadOnceAndKeepTheirPlace)
     ExpectCalls(150, [&] { EXPECT_EQ(browsers().size(), 150u); });
 }
 
-TEST_F(Specs, EveryBrowserHasAPCInfoInBothGenerations)
-{
+TEST_F(Specs, EveryBrowserHasAPCInfoInBothGenerations) {
     auto& manager = static_cast<XLXConfigFactoryCacheManager&>(*m_cache);
-    for (const bool newRelations : {false, true})
-    {
+    for (const bool newRelations : {false, true}) {
         XLXComPtr<ILXPCInfo> info;
         EXPECT_EQ(manager.InternalGetPCInfo(OLESTR("Tree"), info.Put(), newRelations), S_OK);
         std::string values;
-        for (int i = 0; i < 10; ++i)
-        {
+        for (int i = 0; i < 10; ++i) {
             values += LXNarrow(LXRead(info.Get(), i)) + "|";
         }
         EXPECT_EQ(values, newRelations ? "|Tree|0||1|1|1|0|0||" : "|Tree|0||1|1|0|0|0||");

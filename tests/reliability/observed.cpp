@@ -4,33 +4,30 @@
 #include <algorithm>
 
 XObserved::XObserved(const char* name, Edit edit, Edit remove, Direct direct, unsigned effort)
-    : m_name(name), m_edit(std::move(edit)), m_remove(std::move(remove)), m_direct(std::move(direct)), m_effort(effort)
-{}
+    : m_name(name),
+      m_edit(std::move(edit)),
+      m_remove(std::move(remove)),
+      m_direct(std::move(direct)),
+      m_effort(effort) {}
 
-XObserved& XObserved::Add(XQuestion question)
-{
+XObserved& XObserved::Add(XQuestion question) {
     m_questions.push_back(std::move(question));
     return *this;
 }
 
-bool XObserved::Send(const XSampleServer& server, const Edit& edit, int number, bool directly)
-{
+bool XObserved::Send(const XSampleServer& server, const Edit& edit, int number, bool directly) {
     XLXComPtr<ILXCallbackUpdate> receiver;
-    if (directly)
-    {
+    if (directly) {
         const std::lock_guard lock(m_receiverMutex);
         receiver = m_receiver;
     }
     bool notified = false;
-    if (receiver)
-    {
+    if (receiver) {
         edit(server.Edit(), number, XNotify::No);
         const XLXComBSTR id(LXFromUtf8(m_direct.dataId));
         const XLXComBSTR type(OLESTR("cfc_specific"));
         notified = receiver->DataObjectChanged(id.Get(), type.Get(), 0, 0, 0, nullptr) == S_OK;
-    }
-    else
-    {
+    } else {
         const XNotification sent = edit(server.Edit(), number, XNotify::Here);
         notified = sent.clients > 0 && sent.result == S_OK;
     }
@@ -38,36 +35,23 @@ bool XObserved::Send(const XSampleServer& server, const Edit& edit, int number, 
     return notified;
 }
 
-void XObserved::Raise(const XSampleServer& server, bool directly)
-{
+void XObserved::Raise(const XSampleServer& server, bool directly) {
     const std::unique_lock lock(m_raising, std::try_to_lock);
-    if (!lock || m_calls.fetch_add(1) % m_effort != 0)
-    {
-        return;
-    }
+    if (!lock || m_calls.fetch_add(1) % m_effort != 0) { return; }
     const int number = m_adding.fetch_add(1) + 1;
-    if (Send(server, m_edit, number, directly))
-    {
-        m_added.store(number);
-    }
-    if (m_remove && number > 1)
-    {
+    if (Send(server, m_edit, number, directly)) { m_added.store(number); }
+    if (m_remove && number > 1) {
         m_removing.store(number - 1);
-        if (Send(server, m_remove, number - 1, directly))
-        {
-            m_removed.store(number - 1);
-        }
+        if (Send(server, m_remove, number - 1, directly)) { m_removed.store(number - 1); }
     }
 }
 
-XNoted XObserved::Applied()
-{
+XNoted XObserved::Applied() {
     const std::lock_guard lock(m_raising);
     return {m_adding.load(), m_removing.load()};
 }
 
-void XObserved::Begin(const XNoted& applied, const XCachePtr& cache)
-{
+void XObserved::Begin(const XNoted& applied, const XCachePtr& cache) {
     {
         const std::lock_guard lock(m_raising);
         m_added.store(std::max(m_added.load(), applied.added));
@@ -78,45 +62,36 @@ void XObserved::Begin(const XNoted& applied, const XCachePtr& cache)
     m_receiver = object ? object.As<ILXCallbackUpdate>() : nullptr;
 }
 
-void XObserved::End()
-{
+void XObserved::End() {
     XLXComPtr<ILXCallbackUpdate> former;
     const std::lock_guard lock(m_receiverMutex);
     m_receiver.Swap(former);
 }
 
 XObserved::Reading XObserved::Ask(const XQuestion& question, const XNoted& noted, const XAsked& asked, XCachedPtr* held,
-                                  std::string& details) const
-{
+                                  std::string& details) const {
     XCachedPtr object = held != nullptr ? *held : nullptr;
-    if (!object && question.find)
-    {
+    if (!object && question.find) {
         object = question.find(asked.cache);
-        if (!object)
-        {
+        if (!object) {
             details = "nobody to ask";
             return Reading::Missing;
         }
     }
     XNumbers numbers;
-    if (!question.read(object, asked, numbers))
-    {
+    if (!question.read(object, asked, numbers)) {
         details = "no answer";
         return Reading::Missing;
     }
     const Reading reading = Judge(question, noted, asked, numbers);
-    if (reading != Reading::Right)
-    {
+    if (reading != Reading::Right) {
         details = "noted " + std::to_string(noted.added) + ", removed " + std::to_string(noted.removed) +
                   ", asked for " + std::to_string(asked.number) + ", came";
-        for (const int number : numbers)
-        {
+        for (const int number : numbers) {
             details += " " + std::to_string(number);
         }
         details += ", now " + std::to_string(m_adding.load());
-    }
-    else if (held != nullptr)
-    {
+    } else if (held != nullptr) {
         *held = std::move(object);
     }
     return reading;
@@ -124,13 +99,11 @@ XObserved::Reading XObserved::Ask(const XQuestion& question, const XNoted& noted
 
 // What the server may have by now is looked at after the answer came, and so bounds it.
 XObserved::Reading XObserved::Judge(const XQuestion& question, const XNoted& noted, const XAsked& asked,
-                                    const XNumbers& numbers) const
-{
+                                    const XNumbers& numbers) const {
     const int newest = numbers.empty() ? 0 : *std::max_element(numbers.begin(), numbers.end());
     const int oldest = numbers.empty() ? 0 : *std::min_element(numbers.begin(), numbers.end());
     const int adding = m_adding.load();
-    if (question.shows == XShows::Lookup)
-    {
+    if (question.shows == XShows::Lookup) {
         const bool there = newest != 0;
         const bool mustBe = asked.number <= noted.added && asked.number > m_removing.load();
         const bool mustNotBe = question.showsRemoval && asked.number <= noted.removed;

@@ -18,8 +18,7 @@ using XCachePtr = XLXComPtr<ILXConfigFactoryCache>;
 using XCachedPtr = XLXComPtr<ILXConfigObject>;
 
 /// How the answer to a question shows the number.
-enum class XShows
-{
+enum class XShows {
     Value,    ///< one number: that of the newest edit
     Elements, ///< the numbers of all elements: each edit adds one and then removes the one before
     Lookup,   ///< whether the element with the number that is asked for is there
@@ -27,14 +26,12 @@ enum class XShows
 };
 
 /// What was notified, for the asker to note. Numbers rise from 1.
-struct XNoted
-{
+struct XNoted {
     int added = 0;
     int removed = 0;
 };
 
-struct XAsked
-{
+struct XAsked {
     const XCachePtr& cache;
     const XSampleServer& server;
     int number; ///< the element to look up
@@ -46,8 +43,7 @@ using XFind = std::function<XCachedPtr(const XCachePtr&)>;
 /// Adds the numbers that the answer shows; 1 or 0 for Lookup and Parity. False: there was no answer.
 using XRead = std::function<bool(const XCachedPtr&, const XAsked&, XNumbers&)>;
 
-struct XQuestion
-{
+struct XQuestion {
     const char* name;
     XShows shows;
     XFind find; ///< empty for a question to the cache itself
@@ -56,13 +52,11 @@ struct XQuestion
     bool showsRemoval = true; ///< a removed element is gone when that was notified
 };
 
-class XObserved
-{
+class XObserved {
 public:
     using Edit = std::function<XNotification(XServerEdits, int, XNotify)>;
     /// Who can be notified directly: an object that stays the same for a life of the cache.
-    struct Direct
-    {
+    struct Direct {
         XFind receiver;
         const char* dataId;
     };
@@ -86,8 +80,7 @@ public:
     /// The life ends: its objects are notified of nothing any more.
     void End();
 
-    enum class Reading
-    {
+    enum class Reading {
         Right,
         Missing,   ///< the thing, or any answer, could not be had
         Stale,     ///< older than what was noted

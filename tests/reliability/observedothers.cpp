@@ -6,12 +6,10 @@
 
 using namespace LXObserving;
 
-namespace
-{
+namespace {
 // What a changed set of specs is read into are new objects, so that held ones are not asked, and nobody can be
 // notified directly.
-void AddSpecs(XObservedList& all)
-{
+void AddSpecs(XObservedList& all) {
     const auto format = Below<ILXGlobalAttributeFormatSpec, ILXFormat>(
         Spec, [](ILXGlobalAttributeFormatSpec& of, ILXFormat** out) { return of.GetFormat(1, out); });
     Add(all, "spec values", [](Edits edit, int n, XNotify notify) {
@@ -43,8 +41,7 @@ void AddSpecs(XObservedList& all)
         .Add(ValueOf("browser id", BrowserId, 1));
 }
 
-void AddRelations(XObservedList& all)
-{
+void AddRelations(XObservedList& all) {
     Add(all, "relation values",
         [](Edits edit, int n, XNotify notify) {
             return edit.SetRelationProperty("Equipment", "Pump", "parts", XProperty::NameShort, Text(n), notify);
@@ -76,8 +73,7 @@ void AddRelations(XObservedList& all)
         }));
 }
 
-void AddPCInfos(XObservedList& all)
-{
+void AddPCInfos(XObservedList& all) {
     const auto tree = Below<ILXParentChild, ILXPCInfo>(
         Relation(), [](ILXParentChild& of, ILXPCInfo** out) { return of.GetPCInfo(B("Tree").Get(), out); });
     Add(all, "PC info values",
@@ -109,8 +105,7 @@ void AddPCInfos(XObservedList& all)
         }));
 }
 
-void AddPlanTypes(XObservedList& all)
-{
+void AddPlanTypes(XObservedList& all) {
     Add(all, "plan types", [](Edits edit, int n, XNotify notify) {
         return edit.Change(
             [n](XServerModel& model) {
@@ -125,13 +120,11 @@ void AddPlanTypes(XObservedList& all)
 // What the server made anew under the old name has a server object of its own: nothing that was loaded through the
 // former one may stay. An object that is held may still ask the former one.
 template <class List, class Is>
-void Forget(List& list, Is is)
-{
+void Forget(List& list, Is is) {
     std::erase_if(list, [&](const auto& element) { return is(*element); });
 }
 
-void AddRemadeAttribute(XObservedList& all)
-{
+void AddRemadeAttribute(XObservedList& all) {
     const XFind attribute = Attribute("Pump", "Remade");
     const auto remake = [](XServerModel& model, int n) {
         XModelType& pump = *model.types.at(OLESTR("Pump"));
@@ -154,8 +147,7 @@ void AddRemadeAttribute(XObservedList& all)
         .Add(ValueOf("its format", format, 5, false));
 }
 
-void AddRemadeGroup(XObservedList& all)
-{
+void AddRemadeGroup(XObservedList& all) {
     const auto remake = [](XServerModel& model, int n) {
         XModelType& pump = *model.types.at(OLESTR("Pump"));
         Forget(pump.groups, [](const auto& of) { return of.Number(XProperty::GroupNumber) == 9; });
@@ -174,8 +166,7 @@ void AddRemadeGroup(XObservedList& all)
         .Add(ValueOf("its format", format, 5, false));
 }
 
-void AddRemadeType(XObservedList& all)
-{
+void AddRemadeType(XObservedList& all) {
     const auto remake = [](XServerModel& model, int n) {
         model.types.erase(OLESTR("Remade"));
         XModelType& made = model.AddType("Remade", "Equipment");
@@ -196,8 +187,7 @@ void AddRemadeType(XObservedList& all)
         .Add(ValueOf("its page", page, XProperty::PageLabel, false));
 }
 
-void AddRemadeRelation(XObservedList& all)
-{
+void AddRemadeRelation(XObservedList& all) {
     const auto remake = [](XServerModel& model, int n) {
         Forget(model.relations, [](const auto& of) { return of.Text(XProperty::ChildList) == OLESTR("remade"); });
         XModelRelation& made = model.AddRelation("Equipment", "Document", "remade");
@@ -214,8 +204,7 @@ void AddRemadeRelation(XObservedList& all)
 }
 } // namespace
 
-XObservedList LXEveryKind()
-{
+XObservedList LXEveryKind() {
     XObservedList all;
     LXAddKindsOfTypes(all);
     AddSpecs(all);
@@ -229,11 +218,9 @@ XObservedList LXEveryKind()
     return all;
 }
 
-XServerModel LXObservedModel()
-{
+XServerModel LXObservedModel() {
     XServerModel model = LXLifeModel();
-    for (int i = 1; i <= 20; ++i)
-    {
+    for (int i = 1; i <= 20; ++i) {
         model.types.at(OLESTR("Item"))->AddAttribute("Base" + std::to_string(i), 1);
     }
     model.types.at(OLESTR("Pump"))->AddGroup(8, 1);

@@ -9,29 +9,21 @@
 #include <cstdlib>
 #include <utility>
 
-namespace LXObserving
-{
+namespace LXObserving {
 using Edits = XServerEdits;
 using Value = XModelValue;
 
-inline XLXComBSTR B(const std::string& text)
-{
-    return XLXComBSTR(LXFromUtf8(text));
-}
+inline XLXComBSTR B(const std::string& text) { return XLXComBSTR(LXFromUtf8(text)); }
 
 /// Elements are named by their number: x17, or 1017 where names are numbers.
-inline std::string Named(int number, char prefix = 'x')
-{
-    return prefix + std::to_string(number);
-}
+inline std::string Named(int number, char prefix = 'x') { return prefix + std::to_string(number); }
 inline constexpr int FirstNumber = 1000;
 
 // ---- finding objects
 
 /// The object that a question gives.
 template <class Interface, class Ask>
-XLXComPtr<Interface> One(Ask&& ask)
-{
+XLXComPtr<Interface> One(Ask&& ask) {
     XLXComPtr<Interface> object;
     ask(object.Put());
     return object;
@@ -39,23 +31,19 @@ XLXComPtr<Interface> One(Ask&& ask)
 
 /// What is asked of an object; null when the object is not there.
 template <class Interface, class Owner, class Ask>
-XLXComPtr<Interface> Of(const Owner& owner, Ask&& ask)
-{
+XLXComPtr<Interface> Of(const Owner& owner, Ask&& ask) {
     return owner ? One<Interface>([&](auto out) { ask(*owner, out); }) : nullptr;
 }
 
-inline XLXComPtr<ILXType> TypeOf(const XCachePtr& cache, const std::string& name)
-{
+inline XLXComPtr<ILXType> TypeOf(const XCachePtr& cache, const std::string& name) {
     return One<ILXType>([&](auto out) { cache.As<ILXConfigFactory>()->GetType(B(name).Get(), nullptr, out); });
 }
 
-inline XLXComPtr<ILXAttribute> AttributeOf(const XLXComPtr<ILXType>& type, const std::string& name)
-{
+inline XLXComPtr<ILXAttribute> AttributeOf(const XLXComPtr<ILXType>& type, const std::string& name) {
     return Of<ILXAttribute>(type, [&](auto& of, auto out) { of.GetAttribute(B(name).Get(), out); });
 }
 
-inline XLXComPtr<ILXParentChild> RelationOf(const XCachePtr& cache, const std::string& child, const std::string& list)
-{
+inline XLXComPtr<ILXParentChild> RelationOf(const XCachePtr& cache, const std::string& child, const std::string& list) {
     return One<ILXParentChild>([&](auto out) {
         cache->GetSinglePCRelation(B("Equipment").Get(), B(child).Get(), nullptr, B(list).Get(), out);
     });
@@ -63,64 +51,50 @@ inline XLXComPtr<ILXParentChild> RelationOf(const XCachePtr& cache, const std::s
 
 /// The element of an enumeration with that text in a member.
 template <class Element, class Enumerator>
-XCachedPtr Among(const XLXComPtr<Enumerator>& elements, int member, const char* text)
-{
+XCachedPtr Among(const XLXComPtr<Enumerator>& elements, int member, const char* text) {
     XLXComPtr<Element> element;
-    while (elements && elements->GetSingleNext(element.Put()) == S_OK)
-    {
-        if (LXRead(element.Get(), member) == LXFromUtf8(text))
-        {
-            return XCachedPtr(element.Get());
-        }
+    while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
+        if (LXRead(element.Get(), member) == LXFromUtf8(text)) { return XCachedPtr(element.Get()); }
     }
     return nullptr;
 }
 
 template <class Interface>
-XCachedPtr Plain(const XLXComPtr<Interface>& object)
-{
+XCachedPtr Plain(const XLXComPtr<Interface>& object) {
     return XCachedPtr(object.Get());
 }
 
-inline XFind Type(const char* name)
-{
+inline XFind Type(const char* name) {
     return [=](const XCachePtr& cache) { return Plain(TypeOf(cache, name)); };
 }
-inline XFind Attribute(const char* type, const char* name)
-{
+inline XFind Attribute(const char* type, const char* name) {
     return [=](const XCachePtr& cache) { return Plain(AttributeOf(TypeOf(cache, type), name)); };
 }
-inline XFind Group(int number)
-{
+inline XFind Group(int number) {
     return [=](const XCachePtr& cache) {
         return Plain(Of<ILXGroup>(TypeOf(cache, "Pump"), [&](auto& type, auto out) { type.GetGroup(number, out); }));
     };
 }
-inline XFind Page()
-{
+inline XFind Page() {
     return [](const XCachePtr& cache) {
         return Plain(Of<ILXPage>(TypeOf(cache, "Item"), [&](auto& type, auto out) { type.GetPage(1, out); }));
     };
 }
-inline XFind Editor()
-{
+inline XFind Editor() {
     return [](const XCachePtr& cache) {
         return Plain(Of<ILXConfObjEditor>(TypeOf(cache, "Pump"),
                                           [&](auto& type, auto out) { type.GetDefaultEditor(B("Tree").Get(), out); }));
     };
 }
-inline XFind Relation()
-{
+inline XFind Relation() {
     return [](const XCachePtr& cache) { return Plain(RelationOf(cache, "Pump", "parts")); };
 }
 
-inline XCachedPtr BrowserId(const XCachePtr& cache)
-{
+inline XCachedPtr BrowserId(const XCachePtr& cache) {
     const auto factory = cache.As<ILXConfigFactory>();
     return Among<ILXBrowserId>(One<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); }), 0, "Tree");
 }
-inline XCachedPtr Spec(const XCachePtr& cache)
-{
+inline XCachedPtr Spec(const XCachePtr& cache) {
     const auto factory = cache.As<ILXConfigFactory>();
     return Among<ILXGlobalAttributeFormatSpec>(
         One<ILXGlobalAttributeFormatSpecEnum>([&](auto out) { factory->GetAllGlobalAttributeFormatSpecs(out); }), 0,
@@ -129,8 +103,7 @@ inline XCachedPtr Spec(const XCachePtr& cache)
 
 /// An object that is asked of another one.
 template <class Owner, class Interface, class Ask>
-XFind Below(XFind owner, Ask ask)
-{
+XFind Below(XFind owner, Ask ask) {
     return [=](const XCachePtr& cache) {
         const XCachedPtr found = owner(cache);
         return Plain(Of<Interface>(found ? found.template As<Owner>() : nullptr, ask));
@@ -139,21 +112,16 @@ XFind Below(XFind owner, Ask ask)
 
 // ---- questions
 
-inline std::optional<int> NumberIn(ILXConfigObject& object, int member)
-{
+inline std::optional<int> NumberIn(ILXConfigObject& object, int member) {
     XLXComVariant value;
     const HRESULT result = object.GetProperty(member, value.Put());
     const auto text = result == S_OK ? value.AsText() : std::nullopt;
-    if (!text)
-    {
-        return std::nullopt;
-    }
+    if (!text) { return std::nullopt; }
     const std::string narrow = LXNarrow(*text);
     return std::atoi(narrow.c_str() + (narrow.starts_with('x') ? 1 : 0));
 }
 
-inline XQuestion ValueOf(const char* name, XFind find, int member, bool holds = true)
-{
+inline XQuestion ValueOf(const char* name, XFind find, int member, bool holds = true) {
     return {name, XShows::Value, std::move(find),
             [member](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
                 const auto number = NumberIn(*object, member);
@@ -165,28 +133,22 @@ inline XQuestion ValueOf(const char* name, XFind find, int member, bool holds = 
 
 /// The numbers of the elements that an enumeration lists. Those that are no numbered elements are passed over.
 template <class Element, class Enumerator>
-void AddElements(const XLXComPtr<Enumerator>& elements, int member, XNumbers& numbers, char prefix = 'x')
-{
+void AddElements(const XLXComPtr<Enumerator>& elements, int member, XNumbers& numbers, char prefix = 'x') {
     XLXComPtr<Element> element;
-    while (elements && elements->GetSingleNext(element.Put()) == S_OK)
-    {
+    while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
         XLXComVariant value;
         element->GetProperty(member, value.Put());
         const std::string text = LXNarrow(value.AsText().value_or(OLESTR("")));
-        if (text.starts_with(prefix))
-        {
+        if (text.starts_with(prefix)) {
             numbers.push_back(std::atoi(text.c_str() + 1));
-        }
-        else if (const int number = std::atoi(text.c_str()); number > FirstNumber)
-        {
+        } else if (const int number = std::atoi(text.c_str()); number > FirstNumber) {
             numbers.push_back(number - FirstNumber);
         }
     }
 }
 
 template <class Owner, class Element, class Enumerator, class Ask>
-XQuestion ElementsOf(const char* name, XFind find, int member, Ask ask, char prefix = 'x')
-{
+XQuestion ElementsOf(const char* name, XFind find, int member, Ask ask, char prefix = 'x') {
     return {name, XShows::Elements, std::move(find), [=](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
                 XLXComPtr<Enumerator> elements;
                 const HRESULT result = ask(*object.template As<Owner>(), elements.Put());
@@ -197,8 +159,7 @@ XQuestion ElementsOf(const char* name, XFind find, int member, Ask ask, char pre
 
 /// The same, of the cache itself.
 template <class Element, class Enumerator, class Ask>
-XQuestion ListedElements(const char* name, int member, Ask ask)
-{
+XQuestion ListedElements(const char* name, int member, Ask ask) {
     return {name, XShows::Elements, nullptr, [=](const XCachedPtr&, const XAsked& asked, XNumbers& numbers) {
                 XLXComPtr<Enumerator> elements;
                 const HRESULT result = ask(*asked.cache, elements.Put());
@@ -209,8 +170,7 @@ XQuestion ListedElements(const char* name, int member, Ask ask)
 
 /// Whether an object gives the element of the number that is asked for.
 template <class Owner, class Element, class Ask>
-XQuestion LookupOf(const char* name, XFind find, Ask ask)
-{
+XQuestion LookupOf(const char* name, XFind find, Ask ask) {
     return {name, XShows::Lookup, std::move(find),
             [=](const XCachedPtr& object, const XAsked& asked, XNumbers& numbers) {
                 XLXComPtr<Element> element;
@@ -221,8 +181,7 @@ XQuestion LookupOf(const char* name, XFind find, Ask ask)
 }
 
 /// A question to the cache whose answer is yes or no; nothing when it fails.
-inline XQuestion YesOrNo(const char* name, XShows shows, std::function<std::optional<bool>(const XAsked&)> ask)
-{
+inline XQuestion YesOrNo(const char* name, XShows shows, std::function<std::optional<bool>(const XAsked&)> ask) {
     return {name, shows, nullptr, [=](const XCachedPtr&, const XAsked& asked, XNumbers& numbers) {
                 const std::optional<bool> answer = ask(asked);
                 numbers.push_back(answer.value_or(false) ? 1 : 0);
@@ -230,39 +189,31 @@ inline XQuestion YesOrNo(const char* name, XShows shows, std::function<std::opti
             }};
 }
 
-inline std::optional<bool> Answer(HRESULT result)
-{
+inline std::optional<bool> Answer(HRESULT result) {
     return SUCCEEDED(result) ? std::optional(result == S_OK) : std::nullopt;
 }
 
-inline XQuestion NotHeld(XQuestion question)
-{
+inline XQuestion NotHeld(XQuestion question) {
     question.holds = false;
     return question;
 }
-inline XQuestion WithoutRemoval(XQuestion question)
-{
+inline XQuestion WithoutRemoval(XQuestion question) {
     question.showsRemoval = false;
     return question;
 }
 
 /// Adds a kind to the list.
 inline XObserved& Add(XObservedList& all, const char* name, XObserved::Edit edit, XObserved::Edit remove = {},
-                      XObserved::Direct direct = {}, unsigned effort = 1)
-{
+                      XObserved::Direct direct = {}, unsigned effort = 1) {
     return *all.emplace_back(
         std::make_unique<XObserved>(name, std::move(edit), std::move(remove), std::move(direct), effort));
 }
 
-inline Value Text(int number)
-{
-    return Value(std::to_string(number));
-}
+inline Value Text(int number) { return Value(std::to_string(number)); }
 
 // ---- questions of more than one kind
 
-inline bool TypeFeet(const XCachedPtr& attribute, const XAsked&, XNumbers& numbers)
-{
+inline bool TypeFeet(const XCachedPtr& attribute, const XAsked&, XNumbers& numbers) {
     const auto type = Among<ILXAttributeType>(
         One<ILXAttributeTypeEnum>([&](auto out) { attribute.As<ILXAttribute>()->GetAttributeTypeEnum(out); }),
         XProperty::AttributeTypeName, "Feet");
@@ -271,8 +222,7 @@ inline bool TypeFeet(const XCachedPtr& attribute, const XAsked&, XNumbers& numbe
     return number.has_value();
 }
 
-inline bool InfoTree(const XCachedPtr& relation, const XAsked&, XNumbers& numbers)
-{
+inline bool InfoTree(const XCachedPtr& relation, const XAsked&, XNumbers& numbers) {
     XLXComPtr<ILXPCInfo> info;
     relation.As<ILXParentChild>()->GetPCInfo(B("Tree").Get(), info.Put());
     const auto number = info ? NumberIn(*info, XProperty::PCInfoLabel) : std::nullopt;

@@ -5,10 +5,8 @@
 
 using namespace LXObserving;
 
-namespace
-{
-void AddTypeValues(XObservedList& all)
-{
+namespace {
+void AddTypeValues(XObservedList& all) {
     Add(all, "type values",
         [](Edits edit, int n, XNotify notify) {
             return edit.SetTypeProperty("Pump", XProperty::TypeLabel, Text(n), notify);
@@ -35,8 +33,7 @@ void AddTypeValues(XObservedList& all)
         .Add(ValueOf("editor", Editor(), XProperty::MenuText));
 }
 
-void AddAttributeValues(XObservedList& all)
-{
+void AddAttributeValues(XObservedList& all) {
     Add(all, "attribute values",
         [](Edits edit, int n, XNotify notify) {
             return edit.SetAttributeProperty("Pump", "Head", XProperty::Label, Text(n), notify);
@@ -71,8 +68,7 @@ void AddAttributeValues(XObservedList& all)
 }
 
 // Derived types show both sets, each with a letter of its own in front of the numbers.
-void AddAttributeSets(XObservedList& all)
-{
+void AddAttributeSets(XObservedList& all) {
     const auto listed = [](const char* type, char prefix) {
         return ElementsOf<ILXType, ILXAttribute, ILXAttributeEnum>(
             type, Type(type), XProperty::AttributeName,
@@ -106,8 +102,7 @@ void AddAttributeSets(XObservedList& all)
         .Add(found("Sealed", 'y'));
 }
 
-void AddComponentSets(XObservedList& all)
-{
+void AddComponentSets(XObservedList& all) {
     Add(
         all, "set of pages",
         [](Edits edit, int n, XNotify notify) { return edit.AddPage("Item", FirstNumber + n, notify); },
@@ -137,8 +132,7 @@ void AddComponentSets(XObservedList& all)
         }));
 }
 
-void AddEditors(XObservedList& all)
-{
+void AddEditors(XObservedList& all) {
     Add(
         all, "set of editors",
         [](Edits edit, int n, XNotify notify) {
@@ -156,8 +150,7 @@ void AddEditors(XObservedList& all)
 
 // A removed attribute type may stay listed where types are loaded one by one, and then the object of one that stays
 // is another one.
-void AddAttributeTypes(XObservedList& all)
-{
+void AddAttributeTypes(XObservedList& all) {
     using Enumerator = ILXAttributeTypeEnum;
     const XFind head = Attribute("Pump", "Head");
     const auto feet = [=](const XCachePtr& cache) -> XCachedPtr {
@@ -186,8 +179,7 @@ void AddAttributeTypes(XObservedList& all)
             [](ILXAttribute& of, Enumerator** out) { return of.GetAttributeTypeEnum(out); })));
 }
 
-void AddAttributeFormats(XObservedList& all)
-{
+void AddAttributeFormats(XObservedList& all) {
     const XFind head = Attribute("Pump", "Head");
     const auto format =
         Below<ILXAttribute, ILXFormat>(head, [](ILXAttribute& of, ILXFormat** out) { return of.GetFormat(1, out); });
@@ -211,8 +203,7 @@ void AddAttributeFormats(XObservedList& all)
         }));
 }
 
-void AddGroupFormats(XObservedList& all)
-{
+void AddGroupFormats(XObservedList& all) {
     const auto format =
         Below<ILXGroup, ILXFormat>(Group(7), [](ILXGroup& of, ILXFormat** out) { return of.GetFormat(out); });
     Add(all, "group format values",
@@ -230,20 +221,16 @@ void AddGroupFormats(XObservedList& all)
         .Add(there);
 }
 
-std::optional<bool> AnswerFor(const XLXComPtr<ILXType>& type, const char* attribute)
-{
+std::optional<bool> AnswerFor(const XLXComPtr<ILXType>& type, const char* attribute) {
     return type && AttributeOf(type, attribute) ? std::optional(true) : std::optional(false);
 }
 
-void AddDerivedTypes(const XAsked& asked, XNumbers& numbers, HRESULT& result)
-{
+void AddDerivedTypes(const XAsked& asked, XNumbers& numbers, HRESULT& result) {
     LONG count = 0;
     BSTR* derived = nullptr;
     result = asked.cache->GetAllDerivedTypes(B("Item").Get(), &count, &derived);
-    for (LONG i = 0; i < count; ++i)
-    {
-        if (const std::string name = LXNarrow(LXBstrView(derived[i])); name.starts_with('x'))
-        {
+    for (LONG i = 0; i < count; ++i) {
+        if (const std::string name = LXNarrow(LXBstrView(derived[i])); name.starts_with('x')) {
             numbers.push_back(std::atoi(name.c_str() + 1));
         }
         SysFreeString(derived[i]);
@@ -252,8 +239,7 @@ void AddDerivedTypes(const XAsked& asked, XNumbers& numbers, HRESULT& result)
 }
 
 // Types that the server removed stay in the cache until its life ends, and each change reads all types.
-void AddTypes(XObservedList& all)
-{
+void AddTypes(XObservedList& all) {
     Add(
         all, "set of types",
         [](Edits edit, int n, XNotify notify) { return edit.AddType(Named(n), "Equipment", notify); },
@@ -280,8 +266,7 @@ void AddTypes(XObservedList& all)
                              }}));
 }
 
-void AddTypeLinks(XObservedList& all)
-{
+void AddTypeLinks(XObservedList& all) {
     Add(
         all, "base type",
         [](Edits edit, int n, XNotify notify) {
@@ -313,8 +298,7 @@ void AddTypeLinks(XObservedList& all)
 }
 } // namespace
 
-void LXAddKindsOfTypes(XObservedList& all)
-{
+void LXAddKindsOfTypes(XObservedList& all) {
     AddTypeValues(all);
     AddAttributeValues(all);
     AddAttributeSets(all);

@@ -10,11 +10,9 @@
 #include "lxallocationgate.h"
 #endif
 
-namespace
-{
+namespace {
 /// A life in which the n-th allocation of the component fails; 0 for none.
-XLifeSteps Live(std::size_t failing, std::size_t& count)
-{
+XLifeSteps Live(std::size_t failing, std::size_t& count) {
     const auto server = XSampleServer::Create(LXLifeModel());
     XLifeSteps steps;
     {
@@ -30,24 +28,20 @@ XLifeSteps Live(std::size_t failing, std::size_t& count)
 
 /// What a failed allocation may change in a step that then succeeds: format specs that could be gathered before stay
 /// the whole until a notification comes, and an enumeration or a removal that failed shows in the next one.
-bool IsPrescribed(const std::string& name, const XLifeStep& step)
-{
+bool IsPrescribed(const std::string& name, const XLifeStep& step) {
     return name == "GetAllGlobalAttributeFormatSpecs(after removal)" &&
            (step.result == S_FALSE || step.answer == "Area Length " || step.answer == "Length NewSpec1 ");
 }
 
-class Allocations : public testing::Test
-{
+class Allocations : public testing::Test {
 protected:
-    Allocations()
-    {
+    Allocations() {
         XAllocationWatch::ExceptWhile(&XInsideServer::Here);
 #ifndef _WIN32
         LXSetAllocationGate([] { return XAllocationWatch::Allow(); });
 #endif
     }
-    ~Allocations() override
-    {
+    ~Allocations() override {
 #ifndef _WIN32
         LXSetAllocationGate(nullptr);
 #endif
@@ -56,18 +50,15 @@ protected:
 };
 } // namespace
 
-TEST_F(Allocations, OneMoreFailsEachTime)
-{
+TEST_F(Allocations, OneMoreFailsEachTime) {
     std::size_t all = 0;
     Live(0, all); // what is allocated once in the process
     const XLifeSteps undisturbed = Live(0, all);
     ASSERT_GT(all, 300u);
-    for (std::size_t n = 1; n <= all; ++n)
-    {
+    for (std::size_t n = 1; n <= all; ++n) {
         std::size_t count = 0;
         SCOPED_TRACE("allocation " + std::to_string(n));
-        for (const auto& [name, step] : Live(n, count))
-        {
+        for (const auto& [name, step] : Live(n, count)) {
             const XLifeStep& expected = undisturbed.at(name);
             const bool same = step.result == expected.result && step.answer == expected.answer;
             EXPECT_TRUE(same || step.result == E_OUTOFMEMORY || IsPrescribed(name, step))

@@ -16,32 +16,27 @@
 #include <stdexcept>
 #include <thread>
 
-namespace
-{
+namespace {
 using Reading = XObserved::Reading;
 using Clock = std::chrono::steady_clock;
 
-unsigned FromEnvironment(const char* name, unsigned otherwise)
-{
+unsigned FromEnvironment(const char* name, unsigned otherwise) {
     const char* const text = std::getenv(name);
     return text != nullptr ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : otherwise;
 }
 
-bool ServerMode()
-{
+bool ServerMode() {
     const auto arguments = testing::internal::GetArgvs();
     return std::find(arguments.begin(), arguments.end(), "--server-mode") != arguments.end();
 }
 
-bool IsWanted(const std::string& kind)
-{
+bool IsWanted(const std::string& kind) {
     const char* const wanted = std::getenv("LX_FRESHLOAD_KINDS");
     return wanted == nullptr || ("," + std::string(wanted) + ",").find("," + kind + ",") != std::string::npos;
 }
 
 /// What one question met.
-struct XTally
-{
+struct XTally {
     std::atomic<unsigned> asked{0};
     std::atomic<unsigned> wrong{0};
     std::mutex mutex; // guards the next
@@ -49,8 +44,7 @@ struct XTally
 };
 
 /// A kind with its tallies, one for each question.
-struct XWatched
-{
+struct XWatched {
     explicit XWatched(std::unique_ptr<XObserved> of) : observed(std::move(of)), tallies(observed->Questions().size()) {}
 
     const std::unique_ptr<XObserved> observed;
@@ -58,10 +52,8 @@ struct XWatched
 };
 
 /// A thread that asks.
-struct XReader
-{
-    struct Held
-    {
+struct XReader {
+    struct Held {
         unsigned life = 0;
         XCachedPtr object;
     };
@@ -76,26 +68,17 @@ struct XReader
 thread_local XReader* t_reader = nullptr;
 } // namespace
 
-class FreshLoad : public CacheTest, public testing::WithParamInterface<LONG>
-{
+class FreshLoad : public CacheTest, public testing::WithParamInterface<LONG> {
 protected:
     static constexpr unsigned Readers = 8;
 
-    FreshLoad() : CacheTest(LXObservedModel())
-    {
+    FreshLoad() : CacheTest(LXObservedModel()) {
         std::printf("LX_TEST_SEED=%u, %u s\n", m_seed, m_seconds);
         RecordProperty("seed", static_cast<int>(m_seed));
-        for (std::unique_ptr<XObserved>& observed : LXEveryKind())
-        {
-            if (IsWanted(observed->Name()))
-            {
-                m_watched.push_back(std::make_unique<XWatched>(std::move(observed)));
-            }
+        for (std::unique_ptr<XObserved>& observed : LXEveryKind()) {
+            if (IsWanted(observed->Name())) { m_watched.push_back(std::make_unique<XWatched>(std::move(observed))); }
         }
-        if (m_watched.empty())
-        {
-            throw std::invalid_argument("LX_FRESHLOAD_KINDS names no kind");
-        }
+        if (m_watched.empty()) { throw std::invalid_argument("LX_FRESHLOAD_KINDS names no kind"); }
         Calls().SetHook([this](const XServerCall&) { InsideTheServer(); });
     }
     ~FreshLoad() override { Calls().SetHook({}); }
@@ -112,8 +95,7 @@ protected:
 
     // ---- what they do
     /// One of the two kinds that are in focus, or any other: threads meet most in what all of them ask for.
-    XWatched& Any(std::mt19937& random) const
-    {
+    XWatched& Any(std::mt19937& random) const {
         const bool free = m_alone || random() % 4 == 0;
         const std::size_t any = free ? random() : m_focus.load() + random() % 2;
         return *m_watched[any % m_watched.size()];
@@ -144,124 +126,96 @@ protected:
 };
 
 // What the server has by now must be seen in the life that begins; what changes meanwhile is notified or not.
-void FreshLoad::Begin(LONG transferMode)
-{
+void FreshLoad::Begin(LONG transferMode) {
     std::vector<XNoted> applied;
-    for (const auto& watched : m_watched)
-    {
+    for (const auto& watched : m_watched) {
         applied.push_back(watched->observed->Applied());
     }
-    if (ServerMode())
-    {
+    if (ServerMode()) {
         m_cache = m_cache ? m_cache : LXMakeCache();
         ASSERT_EQ(
             m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(), m_server->DataUpdate().Get()),
             S_OK);
-    }
-    else
-    {
+    } else {
         ASSERT_EQ(Start(transferMode), S_OK);
     }
-    for (std::size_t i = 0; i < m_watched.size(); ++i)
-    {
+    for (std::size_t i = 0; i < m_watched.size(); ++i) {
         m_watched[i]->observed->Begin(applied[i], m_cache);
     }
     m_life.fetch_add(1);
 }
 
 // An edit that is under way when the life ends could be notified to a cache that is just being emptied.
-void FreshLoad::End()
-{
+void FreshLoad::End() {
     m_ending = true;
     const std::unique_lock edits(m_edits);
     m_ending = false;
     m_life.fetch_add(1);
-    for (const auto& watched : m_watched)
-    {
+    for (const auto& watched : m_watched) {
         watched->observed->End();
     }
     Terminate();
 }
 
-void FreshLoad::Run(std::function<void(XReader&)> work)
-{
+void FreshLoad::Run(std::function<void(XReader&)> work) {
     m_threads.emplace_back([this, work = std::move(work), seed = m_seed + m_threads.size()] {
         XReader reader{std::mt19937(static_cast<unsigned>(seed)), {}};
         t_reader = &reader;
-        while (!m_over.load(std::memory_order_relaxed))
-        {
+        while (!m_over.load(std::memory_order_relaxed)) {
             work(reader);
         }
         t_reader = nullptr;
     });
 }
 
-void FreshLoad::UntilTheTimeIsOver()
-{
+void FreshLoad::UntilTheTimeIsOver() {
     WaitForQuestions(~0ULL, std::chrono::seconds(m_seconds));
     m_over = true;
-    for (std::thread& thread : m_threads)
-    {
+    for (std::thread& thread : m_threads) {
         thread.join();
     }
     m_threads.clear();
 }
 
 /// Waits until that many further questions were answered, or the time is over.
-void FreshLoad::WaitForQuestions(unsigned long long count, Clock::duration limit)
-{
+void FreshLoad::WaitForQuestions(unsigned long long count, Clock::duration limit) {
     const unsigned long long before = m_asked.load();
     const Clock::time_point until = Clock::now() + limit;
-    while (!m_over.load() && m_asked.load() - before < count && Clock::now() < until)
-    {
+    while (!m_over.load() && m_asked.load() - before < count && Clock::now() < until) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
 
-void FreshLoad::Raise(XWatched& watched, std::mt19937& random)
-{
-    if (m_ending.load() || !m_edits.try_lock_shared())
-    {
-        return;
-    }
+void FreshLoad::Raise(XWatched& watched, std::mt19937& random) {
+    if (m_ending.load() || !m_edits.try_lock_shared()) { return; }
     const std::shared_lock edit(m_edits, std::adopt_lock);
     watched.observed->Raise(*m_server, random() % 2 == 0);
 }
 
 // A call to the server is where others overtake: what is being asked for changes, something else does, or other
 // threads get on with what they are doing.
-void FreshLoad::InsideTheServer()
-{
+void FreshLoad::InsideTheServer() {
     XReader* const reader = t_reader;
-    if (reader == nullptr || reader->quiet)
-    {
-        return;
-    }
+    if (reader == nullptr || reader->quiet) { return; }
     const auto choice = reader->random() % 16;
-    if (choice < 4 && reader->asking != nullptr && reader->raised == nullptr)
-    {
+    if (choice < 4 && reader->asking != nullptr && reader->raised == nullptr) {
         reader->raised = choice == 0 ? &Any(reader->random) : reader->asking;
         Raise(*reader->raised, reader->random);
-    }
-    else if (choice == 4 && !m_alone)
-    {
+    } else if (choice == 4 && !m_alone) {
         const unsigned long long until = m_asked.load() + Readers;
-        for (int i = 0; i < 16 && m_asked.load() < until; ++i)
-        {
+        for (int i = 0; i < 16 && m_asked.load() < until; ++i) {
             std::this_thread::yield();
         }
     }
 }
 
 // What was raised from inside is asked for at once: nothing may have lost that.
-void FreshLoad::AskSomething(XReader& reader)
-{
+void FreshLoad::AskSomething(XReader& reader) {
     XWatched& watched = Any(reader.random);
     const std::size_t question = reader.random() % watched.tallies.size();
     reader.raised = nullptr;
     Ask(reader, watched, question);
-    if (XWatched* const raised = reader.raised; raised != nullptr)
-    {
+    if (XWatched* const raised = reader.raised; raised != nullptr) {
         reader.quiet = true;
         Ask(reader, *raised, raised == &watched ? question : reader.random() % raised->tallies.size());
         reader.quiet = false;
@@ -270,18 +224,14 @@ void FreshLoad::AskSomething(XReader& reader)
 
 // Objects of a life that has ended are not notified any more, and between two lives there are no answers; but an
 // answer that is older than what was noted is always wrong.
-void FreshLoad::Ask(XReader& reader, XWatched& watched, std::size_t question)
-{
+void FreshLoad::Ask(XReader& reader, XWatched& watched, std::size_t question) {
     const XQuestion& what = watched.observed->Questions()[question];
     const unsigned life = m_life.load();
     const XNoted noted = watched.observed->Note();
     const int numbers[] = {noted.added, noted.added, noted.removed, noted.added + 1};
     const XAsked asked{m_cache, *m_server, numbers[reader.random() % std::size(numbers)]};
     XReader::Held* const held = reader.random() % (what.holds ? 2 : 4) == 0 ? &reader.held[&what] : nullptr;
-    if (held != nullptr && held->life != life)
-    {
-        *held = {life, nullptr};
-    }
+    if (held != nullptr && held->life != life) { *held = {life, nullptr}; }
     const bool through = held != nullptr && held->object;
     std::string details;
     reader.asking = &watched;
@@ -289,20 +239,17 @@ void FreshLoad::Ask(XReader& reader, XWatched& watched, std::size_t question)
         watched.observed->Ask(what, noted, asked, held != nullptr ? &held->object : nullptr, details);
     reader.asking = nullptr;
     const bool sameLife = life % 2 == 0 && m_life.load() == life;
-    if (through ? what.holds && sameLife : sameLife || reading != Reading::Missing)
-    {
+    if (through ? what.holds && sameLife : sameLife || reading != Reading::Missing) {
         Count(watched, question, reading, through, details);
     }
     m_asked.fetch_add(1, std::memory_order_relaxed);
 }
 
-void FreshLoad::Count(XWatched& watched, std::size_t question, Reading reading, bool held, const std::string& details)
-{
+void FreshLoad::Count(XWatched& watched, std::size_t question, Reading reading, bool held, const std::string& details) {
     static constexpr const char* Names[] = {"right", "missing", "stale", "impossible"};
     XTally& tally = watched.tallies[question];
     tally.asked.fetch_add(1, std::memory_order_relaxed);
-    if (reading != Reading::Right && tally.wrong.fetch_add(1) == 0)
-    {
+    if (reading != Reading::Right && tally.wrong.fetch_add(1) == 0) {
         const auto after = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - m_start);
         const std::lock_guard lock(tally.mutex);
         tally.first = std::string(Names[static_cast<int>(reading)]) + (held ? ", held" : "") + " after " +
@@ -310,18 +257,13 @@ void FreshLoad::Count(XWatched& watched, std::size_t question, Reading reading, 
     }
 }
 
-void FreshLoad::EditSomething(std::mt19937& random)
-{
+void FreshLoad::EditSomething(std::mt19937& random) {
     Raise(Any(random), random);
     WaitForQuestions(random() % 64, std::chrono::milliseconds(5));
-    if (random() % 16 == 0)
-    {
-        m_focus = random();
-    }
+    if (random() % 16 == 0) { m_focus = random(); }
 }
 
-void FreshLoad::MakeNoise(std::mt19937& random)
-{
+void FreshLoad::MakeNoise(std::mt19937& random) {
     static constexpr const char* Kinds[] = {"objects", "properties", "pc", "searchable", "other"};
     m_server->SendNotification(std::string(Kinds[random() % std::size(Kinds)]) + "/x/0/" +
                                std::to_string(1 << (random() % 14)));
@@ -335,39 +277,32 @@ void FreshLoad::MakeNoise(std::mt19937& random)
 }
 
 // Everything was asked for, and nothing stays behind for good: one more edit of each, and all show it.
-void FreshLoad::ExpectNothingStale()
-{
+void FreshLoad::ExpectNothingStale() {
     XReader reader{std::mt19937(m_seed), {}};
-    for (const auto& watched : m_watched)
-    {
+    for (const auto& watched : m_watched) {
         for (int i = 0; i < 4; ++i) // a kind that is edited seldom leaves some out
         {
             watched->observed->Raise(*m_server, false);
         }
-        for (std::size_t question = 0; question < watched->tallies.size(); ++question)
-        {
+        for (std::size_t question = 0; question < watched->tallies.size(); ++question) {
             Ask(reader, *watched, question);
         }
     }
     Report();
 }
 
-void FreshLoad::Report()
-{
+void FreshLoad::Report() {
     const bool table = std::getenv("LX_FRESHLOAD_TABLE") != nullptr;
-    for (const auto& watched : m_watched)
-    {
+    for (const auto& watched : m_watched) {
         const XObserved& observed = *watched->observed;
         EXPECT_GT(observed.Notifications(), 0) << observed.Name();
-        for (std::size_t i = 0; i < watched->tallies.size(); ++i)
-        {
+        for (std::size_t i = 0; i < watched->tallies.size(); ++i) {
             const XTally& tally = watched->tallies[i];
             const char* const question = observed.Questions()[i].name;
             EXPECT_EQ(tally.wrong.load(), 0u)
                 << observed.Name() << ", " << question << ", of " << tally.asked.load() << " answers, mode "
                 << (ServerMode() ? -1 : GetParam()) << ", seed " << m_seed << "; the first: " << tally.first;
-            if (table)
-            {
+            if (table) {
                 std::printf("%-28s %-22s %6d edits %7u answers %5u wrong %s\n", observed.Name().c_str(), question,
                             observed.Notifications(), tally.asked.load(), tally.wrong.load(), tally.first.c_str());
             }
@@ -377,15 +312,12 @@ void FreshLoad::Report()
     RecordProperty("questions", std::to_string(m_asked.load()));
 }
 
-TEST_P(FreshLoad, NothingOlderThanWhatWasNotified)
-{
-    for (const auto& watched : m_watched)
-    {
+TEST_P(FreshLoad, NothingOlderThanWhatWasNotified) {
+    for (const auto& watched : m_watched) {
         watched->observed->Raise(*m_server, false);
     }
     ASSERT_NO_FATAL_FAILURE(Begin(GetParam()));
-    for (unsigned reader = 0; reader < Readers; ++reader)
-    {
+    for (unsigned reader = 0; reader < Readers; ++reader) {
         Run([this](XReader& self) { AskSomething(self); });
     }
     Run([this](XReader& self) { EditSomething(self.random); });
@@ -395,23 +327,17 @@ TEST_P(FreshLoad, NothingOlderThanWhatWasNotified)
 }
 
 // Deterministic: what overtakes a question comes from inside the calls that it makes.
-TEST_P(FreshLoad, NothingOlderInOneThread)
-{
-    for (const auto& watched : m_watched)
-    {
+TEST_P(FreshLoad, NothingOlderInOneThread) {
+    for (const auto& watched : m_watched) {
         watched->observed->Raise(*m_server, false);
     }
     ASSERT_NO_FATAL_FAILURE(Begin(GetParam()));
     XReader reader{std::mt19937(m_seed), {}};
     t_reader = &reader;
     m_alone = true;
-    for (const auto until = Clock::now() + std::chrono::seconds(m_seconds); Clock::now() < until;)
-    {
+    for (const auto until = Clock::now() + std::chrono::seconds(m_seconds); Clock::now() < until;) {
         AskSomething(reader);
-        if (reader.random() % 8 == 0)
-        {
-            Raise(Any(reader.random), reader.random);
-        }
+        if (reader.random() % 8 == 0) { Raise(Any(reader.random), reader.random); }
     }
     t_reader = nullptr;
     ExpectNothingStale();
@@ -420,34 +346,26 @@ TEST_P(FreshLoad, NothingOlderInOneThread)
 
 INSTANTIATE_TEST_SUITE_P(TransferModes, FreshLoad, testing::Values(0, 1, 15));
 
-class FreshLives : public FreshLoad
-{};
+class FreshLives : public FreshLoad {};
 
-TEST_P(FreshLives, EndAndBegin)
-{
-    for (const auto& watched : m_watched)
-    {
+TEST_P(FreshLives, EndAndBegin) {
+    for (const auto& watched : m_watched) {
         watched->observed->Raise(*m_server, false);
     }
     ASSERT_NO_FATAL_FAILURE(Begin(GetParam()));
-    for (unsigned reader = 0; reader < Readers - 1; ++reader)
-    {
+    for (unsigned reader = 0; reader < Readers - 1; ++reader) {
         Run([this](XReader& self) { AskSomething(self); });
     }
     Run([this](XReader& self) {
         EditSomething(self.random);
-        if (self.random() % 16 == 0)
-        {
-            MakeNoise(self.random);
-        }
+        if (self.random() % 16 == 0) { MakeNoise(self.random); }
     });
     Run([this](XReader& self) {
         static constexpr LONG Modes[] = {0, 1, 15};
         self.quiet = true;
         WaitForQuestions(self.random() % 2000, std::chrono::milliseconds(100));
         End();
-        for (int i = 0; i < 8; ++i)
-        {
+        for (int i = 0; i < 8; ++i) {
             Raise(Any(self.random), self.random);
         }
         Begin(Modes[self.random() % std::size(Modes)]);

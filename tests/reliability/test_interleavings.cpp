@@ -7,49 +7,41 @@
 #include <barrier>
 #include <future>
 
-class Interleavings : public CacheTest
-{
+class Interleavings : public CacheTest {
 protected:
     Interleavings() : CacheTest(LXLifeModel()) {}
 
-    void TearDown() override
-    {
+    void TearDown() override {
         Calls().SetHook({});
         Terminate();
     }
 
     /// Runs something in many threads that start together.
     template <class Work>
-    static void AtOnce(int threads, Work&& work)
-    {
+    static void AtOnce(int threads, Work&& work) {
         std::barrier start(threads);
         std::vector<std::future<void>> running;
-        for (int i = 0; i < threads; ++i)
-        {
+        for (int i = 0; i < threads; ++i) {
             running.push_back(std::async(std::launch::async, [&, i] {
                 start.arrive_and_wait();
                 work(i);
             }));
         }
-        for (auto& thread : running)
-        {
+        for (auto& thread : running) {
             thread.get();
         }
     }
-    static bool Ends(const std::future<void>& work)
-    {
+    static bool Ends(const std::future<void>& work) {
         return work.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
     }
-    std::vector<std::string> BrowserIds()
-    {
+    std::vector<std::string> BrowserIds() {
         XLXComPtr<ILXBrowserIdEnum> ids;
         Factory()->GetBrowserIdEnum(ids.Put());
         return LXReadAll<ILXBrowserId>(ids, 0);
     }
 };
 
-TEST_F(Interleavings, FirstQueriesOfTwoKindsInTheDefaultMode)
-{
+TEST_F(Interleavings, FirstQueriesOfTwoKindsInTheDefaultMode) {
     ASSERT_EQ(Start(1), S_OK);
     m_server->SendNotification("objects/x/0/1");
     const auto type = Type("Pump");
@@ -62,10 +54,8 @@ TEST_F(Interleavings, FirstQueriesOfTwoKindsInTheDefaultMode)
     attribute.wait();
 }
 
-TEST_F(Interleavings, TerminationPassesQuestionsThatWaitForTheServer)
-{
-    for (const char* method : {"ILXConfigFactory::GetPCArray", "ILXConfigFactoryEx::GetTypeArrayEx"})
-    {
+TEST_F(Interleavings, TerminationPassesQuestionsThatWaitForTheServer) {
+    for (const char* method : {"ILXConfigFactory::GetPCArray", "ILXConfigFactoryEx::GetTypeArrayEx"}) {
         ASSERT_EQ(Start(1), S_OK);
         m_server->SendNotification("objects/x/0/1");
         auto gate = Calls().PauseAt(method, XCallPoint::Answer);
@@ -91,13 +81,11 @@ TEST_F(Interleavings, TerminationPassesQuestionsThatWaitForTheServer)
     EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
 }
 
-TEST_F(Interleavings, FirstDisplayFactsThroughDerivedAndBaseTypes)
-{
+TEST_F(Interleavings, FirstDisplayFactsThroughDerivedAndBaseTypes) {
     ASSERT_EQ(Start(), S_OK);
     Edit().SetAttributeProperty("Item", "Weight", XProperty::ShowInEditor, true);
     const std::vector<XLXComPtr<ILXType>> types{Type("Pump"), Type("Equipment"), Type("Item")};
-    for (int round = 0; round < 20; ++round)
-    {
+    for (int round = 0; round < 20; ++round) {
         m_server->SendNotification("properties/x/0/512"); // the facts are unknown again
         AtOnce(8, [&](int i) {
             XLXComPtr<ILXAttributeEnum> shown;
@@ -107,8 +95,7 @@ TEST_F(Interleavings, FirstDisplayFactsThroughDerivedAndBaseTypes)
     }
 }
 
-TEST_F(Interleavings, FirstBrowserIdsWhileANotificationWalks)
-{
+TEST_F(Interleavings, FirstBrowserIdsWhileANotificationWalks) {
     ASSERT_EQ(Start(), S_OK);
     Calls().Reset();
     auto gate = Calls().PauseAt("ILXBrowserId::GetProperties", XCallPoint::Answer);
@@ -124,13 +111,11 @@ TEST_F(Interleavings, FirstBrowserIdsWhileANotificationWalks)
               1u); // the notification concerns their values alone
 }
 
-TEST_F(Interleavings, AFormatInAStormOfNotifications)
-{
+TEST_F(Interleavings, AFormatInAStormOfNotifications) {
     ASSERT_EQ(Start(), S_OK);
     const auto head = Attribute("Pump", "Head");
     Calls().SetHook([&](const XServerCall& call) { // every fetch is overtaken
-        if (call.name == "ILXAttribute::GetFormat" && call.point == XCallPoint::Answer)
-        {
+        if (call.name == "ILXAttribute::GetFormat" && call.point == XCallPoint::Answer) {
             m_server->SendNotification("objects/Pump/0/2048");
         }
     });

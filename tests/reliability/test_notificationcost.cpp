@@ -13,11 +13,9 @@
 #include "lxallocationgate.h"
 #endif
 
-namespace
-{
+namespace {
 /// Notes in debug builds that the thread holds the innermost lock but leaves; any other lock then ends the process.
-class XOnlyLeaves
-{
+class XOnlyLeaves {
 public:
     XOnlyLeaves() noexcept { XLockOrder::Push(XLockLevel::PropertyStore, this); }
     ~XOnlyLeaves() { XLockOrder::Pop(XLockLevel::PropertyStore, this); }
@@ -25,27 +23,21 @@ public:
     XOnlyLeaves& operator=(const XOnlyLeaves&) = delete;
 };
 
-class NotificationCost : public CacheTest
-{
+class NotificationCost : public CacheTest {
 protected:
     NotificationCost() : CacheTest(LXObservedModel()) {}
-    void SetUp() override
-    {
+    void SetUp() override {
         ASSERT_EQ(Start(1), S_OK);
-        for (const auto& observed : m_kinds)
-        {
+        for (const auto& observed : m_kinds) {
             observed->Raise(*m_server, false); // some things are there from the first edit on
         }
     }
     void TearDown() override { Terminate(); }
 
     /// Reads something of each kind: types and all their parts, formats, relations and their PC infos, plan types.
-    void LoadEverything()
-    {
-        for (const auto& observed : m_kinds)
-        {
-            for (const XQuestion& question : observed->Questions())
-            {
+    void LoadEverything() {
+        for (const auto& observed : m_kinds) {
+            for (const XQuestion& question : observed->Questions()) {
                 const XCachedPtr object = question.find ? question.find(m_cache) : nullptr;
                 XNumbers numbers;
                 EXPECT_TRUE((object || !question.find) && question.read(object, {m_cache, *m_server, 0}, numbers))
@@ -56,14 +48,11 @@ protected:
 
     /// Calls visit(text, send) for each kind of notification with each mode; send() delivers it.
     template <class Visit>
-    void ForEachNotification(Visit&& visit)
-    {
+    void ForEachNotification(Visit&& visit) {
         const auto callback = m_cache.As<ILXCallbackUpdate>();
         const XLXComBSTR dataType(OLESTR("cfc_specific"));
-        for (const char* kind : {"objects", "properties", "pc", "searchable", "other"})
-        {
-            for (const int mode : {0, 1, 2, 512})
-            {
+        for (const char* kind : {"objects", "properties", "pc", "searchable", "other"}) {
+            for (const int mode : {0, 1, 2, 512}) {
                 const std::string text = std::string(kind) + "/Pump/0/" + std::to_string(mode);
                 const XLXComBSTR dataId(LXFromUtf8(text));
                 visit(text, [&, id = ++m_lastId] {
@@ -73,8 +62,7 @@ protected:
         }
     }
 
-    XLXComPtr<ILXParentChild> Relation(const char* parent, const char* child, const char* list)
-    {
+    XLXComPtr<ILXParentChild> Relation(const char* parent, const char* child, const char* list) {
         XLXComPtr<ILXParentChild> relation;
         m_cache->GetSinglePCRelation(XLXComBSTR(LXFromUtf8(parent)).Get(), XLXComBSTR(LXFromUtf8(child)).Get(), nullptr,
                                      XLXComBSTR(LXFromUtf8(list)).Get(), relation.Put());
@@ -82,14 +70,12 @@ protected:
     }
 
     /// Lets a question run until its call to the server stops at a gate.
-    void Hold(const char* method, std::function<void()> question)
-    {
+    void Hold(const char* method, std::function<void()> question) {
         m_gates.push_back(Calls().PauseAt(method, XCallPoint::Answer));
         m_asked.push_back(std::async(std::launch::async, std::move(question)));
         m_gates.back().WaitUntilArrived();
     }
-    void LetGo()
-    {
+    void LetGo() {
         m_gates.clear();
         m_asked.clear();
     }
@@ -102,8 +88,7 @@ private:
 };
 } // namespace
 
-TEST_F(NotificationCost, NothingIsAllocated)
-{
+TEST_F(NotificationCost, NothingIsAllocated) {
     const LogCapture log(1u << LX_LOG_ERROR); // without the entries about notifications, which are texts
 #ifndef _WIN32
     LXSetAllocationGate([] { return XAllocationWatch::Allow(); });
@@ -125,8 +110,7 @@ TEST_F(NotificationCost, NothingIsAllocated)
 #endif
 }
 
-TEST_F(NotificationCost, NoLockIsTakenButLeavesWhileEverythingIsBeingRead)
-{
+TEST_F(NotificationCost, NoLockIsTakenButLeavesWhileEverythingIsBeingRead) {
     LoadEverything();
     const auto type = Type("Pump");
     const auto relation = Relation("Equipment", "Pump", "parts");

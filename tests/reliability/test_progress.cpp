@@ -7,35 +7,29 @@
 #include <algorithm>
 #include <atomic>
 
-class Progress : public CacheTest, public testing::WithParamInterface<int>
-{};
+class Progress : public CacheTest, public testing::WithParamInterface<int> {};
 
-TEST_P(Progress, AChangeGetsThroughReadersThatNeverPause)
-{
+TEST_P(Progress, AChangeGetsThroughReadersThatNeverPause) {
     constexpr int Rounds = 100;
     ASSERT_EQ(Start(), S_OK);
     const auto head = Attribute("Pump", "Head");
     std::atomic<bool> over{false};
     std::atomic<int> reading{0};
     std::vector<std::thread> readers;
-    for (int i = 0; i < GetParam(); ++i)
-    {
+    for (int i = 0; i < GetParam(); ++i) {
         readers.emplace_back([&] {
             LXRead(head.Get(), XProperty::Label);
             ++reading;
-            while (!over.load(std::memory_order_relaxed))
-            {
+            while (!over.load(std::memory_order_relaxed)) {
                 LXRead(head.Get(), XProperty::Label);
             }
         });
     }
-    while (reading.load() != GetParam())
-    {
+    while (reading.load() != GetParam()) {
         std::this_thread::yield();
     }
     std::vector<double> milliseconds;
-    for (int round = 0; round < Rounds; ++round)
-    {
+    for (int round = 0; round < Rounds; ++round) {
         const std::string value = std::to_string(round);
         const auto start = std::chrono::steady_clock::now();
         Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, value);
@@ -44,8 +38,7 @@ TEST_P(Progress, AChangeGetsThroughReadersThatNeverPause)
             std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
     }
     over = true;
-    for (std::thread& reader : readers)
-    {
+    for (std::thread& reader : readers) {
         reader.join();
     }
     std::sort(milliseconds.begin(), milliseconds.end());

@@ -8,8 +8,7 @@
 constexpr int LXWatchdogExitCode = 86;
 
 /// Registers a count of objects that must be 0 when all tests have run. Made at namespace scope.
-class LXLiveCounter
-{
+class LXLiveCounter {
 public:
     LXLiveCounter(const char* name, long (*count)());
 };

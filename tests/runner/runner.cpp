@@ -12,30 +12,25 @@
 #include <thread>
 #include <vector>
 
-namespace
-{
-struct Counter
-{
+namespace {
+struct Counter {
     const char* name;
     long (*count)();
 };
 
-std::vector<Counter>& Counters()
-{
+std::vector<Counter>& Counters() {
     static std::vector<Counter> counters;
     return counters;
 }
 
 /// Seconds that one test may take before the run counts as hanging.
-long WatchdogSeconds()
-{
+long WatchdogSeconds() {
     const char* const text = std::getenv("LX_TEST_WATCHDOG");
     return text != nullptr ? std::strtol(text, nullptr, 10) : 120;
 }
 
 /// Ends the process when one test makes no end.
-class Watchdog : public testing::EmptyTestEventListener
-{
+class Watchdog : public testing::EmptyTestEventListener {
 public:
     static bool HasFired() { return s_fired.load(); }
 
@@ -45,15 +40,12 @@ private:
     void OnTestStart(const testing::TestInfo&) override { ++s_tests; }
     void OnTestEnd(const testing::TestInfo&) override { ++s_tests; }
 
-    static void Watch()
-    {
+    static void Watch() {
         const long limit = WatchdogSeconds();
         long seen = -1;
-        for (long idle = 0; idle < limit; ++idle)
-        {
+        for (long idle = 0; idle < limit; ++idle) {
             std::this_thread::sleep_for(std::chrono::seconds(1));
-            if (const long now = s_tests.load(); now != seen)
-            {
+            if (const long now = s_tests.load(); now != seen) {
                 seen = now;
                 idle = 0;
             }
@@ -70,13 +62,10 @@ private:
     static inline std::atomic<bool> s_fired{false};
 };
 
-bool NothingIsLeftAlive()
-{
+bool NothingIsLeftAlive() {
     bool clean = true;
-    for (const Counter& counter : Counters())
-    {
-        if (const long left = counter.count(); left != 0)
-        {
+    for (const Counter& counter : Counters()) {
+        if (const long left = counter.count(); left != 0) {
             std::fprintf(stderr, "LEAK: %ld %s still alive after all tests\n", left, counter.name);
             clean = false;
         }
@@ -85,20 +74,13 @@ bool NothingIsLeftAlive()
 }
 } // namespace
 
-LXLiveCounter::LXLiveCounter(const char* name, long (*count)())
-{
-    Counters().push_back({name, count});
-}
+LXLiveCounter::LXLiveCounter(const char* name, long (*count)()) { Counters().push_back({name, count}); }
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     LXPrepareThreadStates();
     testing::UnitTest::GetInstance()->listeners().Append(new Watchdog);
     const int result = RUN_ALL_TESTS();
-    if (Watchdog::HasFired())
-    {
-        return LXWatchdogExitCode;
-    }
+    if (Watchdog::HasFired()) { return LXWatchdogExitCode; }
     return NothingIsLeftAlive() ? result : 1;
 }

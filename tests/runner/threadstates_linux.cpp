@@ -9,17 +9,14 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace
-{
-void PrintOwnStack(int)
-{
+namespace {
+void PrintOwnStack(int) {
     void* frames[64];
     backtrace_symbols_fd(frames, backtrace(frames, 64), STDERR_FILENO);
 }
 } // namespace
 
-void LXPrepareThreadStates()
-{
+void LXPrepareThreadStates() {
     void* frame[1];
     (void)backtrace(frame, 1); // loads what the handler needs while allocating is still safe
     struct sigaction action = {};
@@ -28,19 +25,13 @@ void LXPrepareThreadStates()
     sigaction(SIGUSR2, &action, nullptr);
 }
 
-void LXPrintThreadStates()
-{
+void LXPrintThreadStates() {
     DIR* const tasks = opendir("/proc/self/task");
-    if (tasks == nullptr)
-    {
-        return;
-    }
+    if (tasks == nullptr) { return; }
     const auto self = syscall(SYS_gettid);
-    while (const dirent* const task = readdir(tasks))
-    {
+    while (const dirent* const task = readdir(tasks)) {
         const long thread = std::strtol(task->d_name, nullptr, 10);
-        if (thread > 0 && thread != self)
-        {
+        if (thread > 0 && thread != self) {
             std::fprintf(stderr, "thread %ld:\n", thread);
             std::fflush(stderr);
             syscall(SYS_tgkill, getpid(), thread, SIGUSR2);

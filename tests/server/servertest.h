@@ -15,16 +15,13 @@
 
 /// The elements of an enumerator, fetched in batches that do not divide their number.
 template <class IEnumX, class IX>
-std::vector<XLXComPtr<IX>> LXFetch(IEnumX* enumerator)
-{
+std::vector<XLXComPtr<IX>> LXFetch(IEnumX* enumerator) {
     std::vector<XLXComPtr<IX>> elements;
-    for (HRESULT result = S_OK; enumerator != nullptr && result == S_OK;)
-    {
+    for (HRESULT result = S_OK; enumerator != nullptr && result == S_OK;) {
         IX* batch[3] = {};
         ULONG fetched = 0;
         result = enumerator->RemNext(3, batch, &fetched);
-        for (ULONG i = 0; i < fetched; ++i)
-        {
+        for (ULONG i = 0; i < fetched; ++i) {
             elements.push_back(LXAttach(batch[i]));
         }
     }
@@ -33,54 +30,41 @@ std::vector<XLXComPtr<IX>> LXFetch(IEnumX* enumerator)
 
 /// A property of a configuration object as text, "-" for an empty one.
 template <class I>
-std::string LXTextOf(const XLXComPtr<I>& object, int index)
-{
+std::string LXTextOf(const XLXComPtr<I>& object, int index) {
     XLXComVariant value;
-    if (!object || object->GetProperty(index, value.Put()) != S_OK)
-    {
-        return "-";
-    }
+    if (!object || object->GetProperty(index, value.Put()) != S_OK) { return "-"; }
     return LXToUtf8(value.AsText().value_or(OLESTR("?")));
 }
 
 /// One property of all elements of an enumerator, separated by blanks; S_FALSE gives "none".
 template <class IX, class IEnumX, class F>
-std::string LXNames(F&& get, int index)
-{
+std::string LXNames(F&& get, int index) {
     XLXComPtr<IEnumX> enumerator;
     const HRESULT result = get(enumerator.Put());
-    if (result != S_OK)
-    {
-        return result == S_FALSE && !enumerator ? "none" : "failed";
-    }
+    if (result != S_OK) { return result == S_FALSE && !enumerator ? "none" : "failed"; }
     std::string names;
-    for (const auto& element : LXFetch<IEnumX, IX>(enumerator.Get()))
-    {
+    for (const auto& element : LXFetch<IEnumX, IX>(enumerator.Get())) {
         names += (names.empty() ? "" : " ") + LXTextOf(element, index);
     }
     return names;
 }
 
-inline XLXComPtr<ILXType> LXTypeOf(const XSampleServer& server, const XText& name)
-{
+inline XLXComPtr<ILXType> LXTypeOf(const XSampleServer& server, const XText& name) {
     XLXComPtr<ILXType> type;
     server.ConfigFactory()->GetType(XLXComBSTR(name.Get()).Get(), nullptr, type.Put());
     return type;
 }
 
-inline XLXComPtr<ILXAttribute> LXAttributeOf(const XSampleServer& server, const XText& type, const XText& name)
-{
+inline XLXComPtr<ILXAttribute> LXAttributeOf(const XSampleServer& server, const XText& type, const XText& name) {
     XLXComPtr<ILXAttribute> attribute;
     LXTypeOf(server, type)->GetAttribute(XLXComBSTR(name.Get()).Get(), attribute.Put());
     return attribute;
 }
 
 /// A client that keeps what it is told.
-class XRecordingClient final : public ILXCallbackUpdate
-{
+class XRecordingClient final : public ILXCallbackUpdate {
 public:
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override
-    {
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
         const bool known = iid == IID_IUnknown || iid == LXIid<ILXCallback>() || iid == LXIid<ILXCallbackUpdate>();
         *out = known ? this : nullptr;
         return known ? (AddRef(), S_OK) : E_NOINTERFACE;
@@ -89,16 +73,14 @@ public:
     STDMETHODIMP_(ULONG) Release() override { return --references; } // lives on the test's stack
 
     STDMETHODIMP CheckCallbackValid() override { return answer; }
-    STDMETHODIMP ServerIsTerminating() override
-    {
+    STDMETHODIMP ServerIsTerminating() override {
         terminating = true;
         return S_OK;
     }
     STDMETHODIMP SetCallbackId(LONG) override { return S_OK; }
     STDMETHODIMP GetClientInfo(tagLXClientInfo*) override { return E_NOTIMPL; }
     STDMETHODIMP DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType, ULONG ulNotificationId,
-                                   ULONG ulCount, tagLXUpdateInfo* pLXUpdateInfo) override
-    {
+                                   ULONG ulCount, tagLXUpdateInfo* pLXUpdateInfo) override {
         std::this_thread::sleep_for(slowness);
         EXPECT_EQ(ulCount, 0u);
         EXPECT_EQ(pLXUpdateInfo, nullptr);
@@ -111,8 +93,7 @@ public:
     }
 
     /// What came since the last call, by data id.
-    std::vector<std::string> Take()
-    {
+    std::vector<std::string> Take() {
         const std::lock_guard lock(mutex);
         return std::exchange(dataIds, {});
     }
@@ -129,8 +110,7 @@ public:
 };
 
 /// Registers a client and asks for the notifications of a data type.
-inline LONG LXRegister(const XSampleServer& server, ILXCallbackUpdate& client, const XText& dataType = "cfc_specific")
-{
+inline LONG LXRegister(const XSampleServer& server, ILXCallbackUpdate& client, const XText& dataType = "cfc_specific") {
     LONG id = 0;
     const auto update = server.DataUpdate();
     EXPECT_EQ(update->RegisterCallback(XLXComBSTR(OLESTR("machine")).Get(), 7, &client, &id), S_OK);

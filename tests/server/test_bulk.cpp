@@ -7,14 +7,11 @@
 
 namespace Transfer = XLXCFCDataTransfer;
 
-namespace
-{
+namespace {
 /// The values as text, one line each, so that a difference can be read.
-std::string Text(std::span<const XLXComVariant> values)
-{
+std::string Text(std::span<const XLXComVariant> values) {
     std::string text;
-    for (size_t i = 0; i < values.size(); ++i)
-    {
+    for (size_t i = 0; i < values.size(); ++i) {
         text += std::to_string(i) + " vt" + std::to_string(values[i].Type()) + " ";
         text += LXToUtf8(values[i].AsText().value_or(OLESTR("?"))) + "\n";
     }
@@ -22,21 +19,16 @@ std::string Text(std::span<const XLXComVariant> values)
 }
 
 /// The values that an object gives when it is asked itself.
-std::string Direct(IUnknown* object)
-{
+std::string Direct(IUnknown* object) {
     const auto config = XLXComPtr<IUnknown>(object).As<ILXConfigObject>();
     XLXSafeArray array;
-    if (!config || config->GetProperties(array.Put()) != S_OK)
-    {
-        return "no values";
-    }
+    if (!config || config->GetProperties(array.Put()) != S_OK) { return "no values"; }
     VARIANT* data = nullptr;
     LONG upper = -1;
     SafeArrayGetUBound(array.Get(), 1, &upper);
     SafeArrayAccessData(array.Get(), reinterpret_cast<void**>(&data));
     XLXVariantVector values;
-    for (LONG i = 0; i <= upper; ++i)
-    {
+    for (LONG i = 0; i <= upper; ++i) {
         values.push_back(XLXComVariant::CopyOf(data[i]));
     }
     SafeArrayUnaccessData(array.Get());
@@ -44,48 +36,40 @@ std::string Direct(IUnknown* object)
 }
 
 template <class Record>
-void ExpectDirect(const std::vector<Record>& records, size_t count, const std::string& where)
-{
+void ExpectDirect(const std::vector<Record>& records, size_t count, const std::string& where) {
     EXPECT_EQ(records.size(), count) << where;
-    for (const Record& record : records)
-    {
+    for (const Record& record : records) {
         EXPECT_EQ(Text(record.values), Direct(record.object.Get())) << where;
     }
 }
 
 /// A record list that is left out stands for no records.
-std::vector<Transfer::XILXConfigData> Records(XLXSafeArray& list)
-{
+std::vector<Transfer::XILXConfigData> Records(XLXSafeArray& list) {
     return list ? Transfer::GetSingleTypedVecFromArray(std::move(list)) : std::vector<Transfer::XILXConfigData>();
 }
 
-void ExpectComponents(Transfer::XILXTypeComp& components, const XModelType& type, LONG mode)
-{
+void ExpectComponents(Transfer::XILXTypeComp& components, const XModelType& type, LONG mode) {
     const std::string where = LXToUtf8(type.Name()) + " in mode " + std::to_string(mode);
     const auto expected = [mode](LONG bit, size_t count) { return (mode & bit) != 0 ? count : 0; };
     ExpectDirect(Records(components.pages), expected(4, type.pages.size()), where);
     ExpectDirect(Records(components.groups), expected(2, type.groups.size()), where);
     ExpectDirect(Records(components.editors), expected(8, type.editors.size()), where);
-    if (!components.attributes)
-    {
+    if (!components.attributes) {
         EXPECT_EQ(expected(1, type.attributes.size()), 0u) << where;
         return;
     }
     const auto attributes = Transfer::ReadAttributeList(std::move(components.attributes));
     ExpectDirect(attributes, expected(1, type.attributes.size()), where);
-    for (size_t i = 0; i < attributes.size(); ++i)
-    {
+    for (size_t i = 0; i < attributes.size(); ++i) {
         ExpectDirect(attributes[i].types, type.attributes[i]->types.size(), where);
     }
 }
 
-class ServerBulk : public testing::Test
-{
+class ServerBulk : public testing::Test {
 protected:
     /// Reads a type array that a call delivers.
     template <class F>
-    Transfer::XILXTypeMap Types(F&& call)
-    {
+    Transfer::XILXTypeMap Types(F&& call) {
         XLXSafeArray array;
         EXPECT_EQ(call(array.Put()), S_OK);
         return Transfer::GetMapFromArray(std::move(array));
@@ -97,15 +81,12 @@ protected:
     std::shared_ptr<XSampleServer> server = XSampleServer::Create(model);
 };
 
-class ServerBulkModes : public ServerBulk, public testing::WithParamInterface<LONG>
-{};
+class ServerBulkModes : public ServerBulk, public testing::WithParamInterface<LONG> {};
 
-XLXSafeArray NameArray(std::initializer_list<const OLECHAR*> names)
-{
+XLXSafeArray NameArray(std::initializer_list<const OLECHAR*> names) {
     XLXSafeArray array(SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(names.size())));
     LONG index = 0;
-    for (const OLECHAR* const name : names)
-    {
+    for (const OLECHAR* const name : names) {
         const XLXComBSTR text{XLXTextView(name)};
         EXPECT_EQ(SafeArrayPutElement(array.Get(), &index, text.Get()), S_OK);
         ++index;
@@ -114,14 +95,12 @@ XLXSafeArray NameArray(std::initializer_list<const OLECHAR*> names)
 }
 } // namespace
 
-TEST_P(ServerBulkModes, AllTypesAgreeWithDirectReads)
-{
+TEST_P(ServerBulkModes, AllTypesAgreeWithDirectReads) {
     const LONG mode = GetParam();
     auto types = Types([&](SAFEARRAY** out) { return Bulk()->GetTypeArrayEx(mode, out); });
     ASSERT_EQ(types.records.size(), model.types.size());
     ASSERT_EQ(types.names.size(), model.types.size());
-    for (const auto& [name, index] : types.names)
-    {
+    for (const auto& [name, index] : types.names) {
         Transfer::XILXTypeData& record = types.records.at(index);
         const XModelType& type = **model.FindType(name);
         EXPECT_EQ(Text(record.config.values), Direct(record.config.object.Get()));
@@ -133,18 +112,13 @@ TEST_P(ServerBulkModes, AllTypesAgreeWithDirectReads)
     }
 }
 
-TEST_P(ServerBulkModes, TypeComponentDataAgreesWithDirectReads)
-{
+TEST_P(ServerBulkModes, TypeComponentDataAgreesWithDirectReads) {
     const LONG mode = GetParam();
-    for (const auto& [name, type] : model.types)
-    {
+    for (const auto& [name, type] : model.types) {
         XLXSafeArray array;
         const HRESULT result = LXTypeOf(*server, name)->GetTypeComponentData(mode, array.Put());
         Transfer::XILXTypeComp components;
-        if (result == S_OK)
-        {
-            components = Transfer::GetWrapperFromArray(std::move(array));
-        }
+        if (result == S_OK) { components = Transfer::GetWrapperFromArray(std::move(array)); }
         EXPECT_EQ(result == S_FALSE,
                   !array && !components.pages && !components.groups && !components.editors && !components.attributes);
         ExpectComponents(components, *type, mode);
@@ -153,8 +127,7 @@ TEST_P(ServerBulkModes, TypeComponentDataAgreesWithDirectReads)
 
 INSTANTIATE_TEST_SUITE_P(Modes, ServerBulkModes, testing::Values(0, 1, 2, 4, 8, 15));
 
-TEST_F(ServerBulk, OneTypeNamesItsBaseWithoutCarryingIt)
-{
+TEST_F(ServerBulk, OneTypeNamesItsBaseWithoutCarryingIt) {
     const XLXComBSTR name(OLESTR("PumpCentrifugal"));
     const auto one = Types([&](SAFEARRAY** out) { return Bulk()->GetTypeArrayByTypeNameEx(name.Get(), 0, 1, out); });
     ASSERT_EQ(one.records.size(), 1u);
@@ -168,8 +141,7 @@ TEST_F(ServerBulk, OneTypeNamesItsBaseWithoutCarryingIt)
     EXPECT_TRUE(chain.names.contains(OLESTR("lumbcompbase")));
 }
 
-TEST_F(ServerBulk, NamedTypesComeOnceAndUnknownOnesNotAtAll)
-{
+TEST_F(ServerBulk, NamedTypesComeOnceAndUnknownOnesNotAtAll) {
     const XLXSafeArray names =
         NameArray({OLESTR("PumpCentrifugal"), OLESTR("Nobody"), OLESTR("PumpScrew"), OLESTR("PumpScrew")});
     const auto types =
@@ -184,28 +156,24 @@ TEST_F(ServerBulk, NamedTypesComeOnceAndUnknownOnesNotAtAll)
     EXPECT_EQ(Bulk()->GetTypeArrayByTypeNameArrayEx(nullptr, 1, 0, nothing.Put()), E_INVALIDARG);
 }
 
-TEST_F(ServerBulk, OlderBulkReadsDeliverAttributesOnRequest)
-{
+TEST_F(ServerBulk, OlderBulkReadsDeliverAttributesOnRequest) {
     const auto factory = server->ConfigFactory();
     const XLXComBSTR name(OLESTR("Pump"));
     const XLXSafeArray names = NameArray({OLESTR("Pump")});
-    for (const LONG withAttributes : {0, 1})
-    {
+    for (const LONG withAttributes : {0, 1}) {
         auto all = Types([&](SAFEARRAY** out) { return factory->GetTypeArray(withAttributes, out); });
         auto one =
             Types([&](SAFEARRAY** out) { return factory->GetTypeArrayByTypeName(name.Get(), 0, withAttributes, out); });
         auto some = Types(
             [&](SAFEARRAY** out) { return factory->GetTypeArrayByTypeNameArray(names.Get(), 0, withAttributes, out); });
-        for (auto* const types : {&all, &one, &some})
-        {
+        for (auto* const types : {&all, &one, &some}) {
             auto& record = types->records.at(types->names.at(OLESTR("Pump")));
             ExpectComponents(record.components, **model.FindType(OLESTR("Pump")), withAttributes);
         }
     }
 }
 
-TEST_F(ServerBulk, RelationsAgreeWithDirectReads)
-{
+TEST_F(ServerBulk, RelationsAgreeWithDirectReads) {
     XLXSafeArray array;
     ASSERT_EQ(server->ConfigFactory()->GetPCArray(array.Put()), S_OK);
     const auto relations = Transfer::GetVecFromArray(std::move(array));
@@ -215,8 +183,7 @@ TEST_F(ServerBulk, RelationsAgreeWithDirectReads)
     EXPECT_EQ(empty->ConfigFactory().As<ILXConfigFactoryEx>()->GetTypeArrayEx(15, array.Put()), S_FALSE);
 }
 
-TEST_F(ServerBulk, ABaseThatDoesNotExistHasNoIndex)
-{
+TEST_F(ServerBulk, ABaseThatDoesNotExistHasNoIndex) {
     XServerModel broken;
     broken.AddType("Orphan", "Nobody");
     broken.AddType("Self", "Self");
@@ -227,8 +194,7 @@ TEST_F(ServerBulk, ABaseThatDoesNotExistHasNoIndex)
               static_cast<LONG>(types.names.at(OLESTR("Self"))));
 }
 
-TEST_F(ServerBulk, EveryReferenceComesBack)
-{
+TEST_F(ServerBulk, EveryReferenceComesBack) {
     {
         const auto types = Types([&](SAFEARRAY** out) { return Bulk()->GetTypeArrayEx(15, out); });
         EXPECT_GT(server->LiveObjects().objects, 1500);

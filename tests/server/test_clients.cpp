@@ -4,21 +4,17 @@
 #include "XServerTexts.h"
 #include "servertest.h"
 
-namespace
-{
+namespace {
 using namespace std::chrono_literals;
 
-class ServerClients : public testing::Test
-{
+class ServerClients : public testing::Test {
 protected:
     ServerClients() { server->CallEachClientOnItsOwnThread(20s); }
 
     /// Destroys the server, which lets go of all callbacks.
-    void End()
-    {
+    void End() {
         server.reset();
-        for (const XRecordingClient* const client : {&quick, &other})
-        {
+        for (const XRecordingClient* const client : {&quick, &other}) {
             EXPECT_EQ(client->references, 0u);
         }
     }
@@ -28,16 +24,14 @@ protected:
     std::shared_ptr<XSampleServer> server = XSampleServer::Create(LXSmallModel());
 };
 
-class GoneClients : public ServerClients, public testing::WithParamInterface<ULONG>
-{};
+class GoneClients : public ServerClients, public testing::WithParamInterface<ULONG> {};
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(Answers, GoneClients,
                          testing::Values(0x800706BA, 0x800706BE, 0x800706BF, 0x80010108, 0x80010007, 0x80010012,
                                          0x80010114, 0x800401FD));
 
-TEST_P(GoneClients, AreForgottenByANotificationAndByACheck)
-{
+TEST_P(GoneClients, AreForgottenByANotificationAndByACheck) {
     LXRegister(*server, quick);
     LXRegister(*server, other);
     EXPECT_EQ(server->SendNotification("a", "cfc_specific", 0, XNotify::OnThread).clients,
@@ -57,11 +51,9 @@ TEST_P(GoneClients, AreForgottenByANotificationAndByACheck)
     End();
 }
 
-TEST_F(ServerClients, OtherFailuresForgetNobody)
-{
+TEST_F(ServerClients, OtherFailuresForgetNobody) {
     LXRegister(*server, other);
-    for (const HRESULT answer : {E_FAIL, E_POINTER, E_OUTOFMEMORY, S_FALSE})
-    {
+    for (const HRESULT answer : {E_FAIL, E_POINTER, E_OUTOFMEMORY, S_FALSE}) {
         other.answer = answer;
         EXPECT_EQ(server->SendNotification("a").result, answer);
     }
@@ -71,16 +63,14 @@ TEST_F(ServerClients, OtherFailuresForgetNobody)
     End();
 }
 
-TEST_F(ServerClients, ASlowOneGetsAllInOrderAndHoldsUpNobody)
-{
+TEST_F(ServerClients, ASlowOneGetsAllInOrderAndHoldsUpNobody) {
     constexpr ULONG Count = 5;
     other.slowness = 600ms;
     LXRegister(*server, quick);
     LXRegister(*server, other);
     EXPECT_EQ(server->SendNotification("0").clients, 2); // waited for, for once
     const auto start = std::chrono::steady_clock::now();
-    for (ULONG i = 1; i < Count; ++i)
-    {
+    for (ULONG i = 1; i < Count; ++i) {
         EXPECT_EQ(server->SendNotification(std::to_string(i)).clients, 1);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, (Count - 1) * other.slowness / 2);
@@ -90,8 +80,7 @@ TEST_F(ServerClients, ASlowOneGetsAllInOrderAndHoldsUpNobody)
     End();
 }
 
-TEST_F(ServerClients, OneThatHangsIsNotWaitedForLongerThanTold)
-{
+TEST_F(ServerClients, OneThatHangsIsNotWaitedForLongerThanTold) {
     server->CallEachClientOnItsOwnThread(100ms);
     other.slowness = 1500ms;
     LXRegister(*server, quick);
@@ -105,8 +94,7 @@ TEST_F(ServerClients, OneThatHangsIsNotWaitedForLongerThanTold)
     EXPECT_EQ(quick.Take(), (std::vector<std::string>{"a", "b"}));
 }
 
-TEST_F(ServerClients, AreToldOfTheEnd)
-{
+TEST_F(ServerClients, AreToldOfTheEnd) {
     LXRegister(*server, quick);
     LXRegister(*server, other);
     server->AnnounceTermination();
@@ -114,8 +102,7 @@ TEST_F(ServerClients, AreToldOfTheEnd)
     End();
 }
 
-TEST(ServerTexts, EveryEditCanBeSaidAsText)
-{
+TEST(ServerTexts, EveryEditCanBeSaidAsText) {
     const auto server = XSampleServer::Create(LXSmallModel());
     const auto before = LXFormatModel(server->Model());
     const char* const edits[] = {
@@ -136,8 +123,7 @@ TEST(ServerTexts, EveryEditCanBeSaidAsText)
         R"({"edit":"AddRelation","parent":"New","child":"Pump","list":"nodes","ppr":1,"internal":true})",
         R"({"edit":"AddPCInfo","parent":"New","child":"Pump","list":"nodes","browser":"Grid","new":true})"};
     ULONG id = 0;
-    for (const char* const edit : edits)
-    {
+    for (const char* const edit : edits) {
         const XNotification sent = LXApplyEdit(server->Edit(), edit);
         EXPECT_GT(sent.id, id) << edit;
         id = sent.id;
@@ -164,15 +150,13 @@ TEST(ServerTexts, EveryEditCanBeSaidAsText)
         R"({"edit":"RemoveGlobalSpec","spec":"Mass"})",
         R"({"edit":"RemoveBrowserId","name":"Grid"})",
         R"({"edit":"RemoveType","name":"New"})"};
-    for (const char* const edit : backwards)
-    {
+    for (const char* const edit : backwards) {
         LXApplyEdit(server->Edit(), edit);
     }
     EXPECT_EQ(LXFormatModel(server->Model()), before);
 }
 
-TEST(ServerTexts, WhatWasSaidIsUnderstood)
-{
+TEST(ServerTexts, WhatWasSaidIsUnderstood) {
     const XNotification sent = LXParseNotification(LXFormatNotification({7, 2, E_FAIL}));
     EXPECT_TRUE(sent.id == 7 && sent.clients == 2 && sent.result == E_FAIL);
     EXPECT_THROW(LXParseNotification(LXFormatRefusal("why")), std::invalid_argument);

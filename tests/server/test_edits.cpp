@@ -6,10 +6,8 @@
 #include "XCfgCacheCallback.h"
 #include "XRandomEdits.h"
 
-namespace
-{
-class ServerEdits : public testing::Test
-{
+namespace {
+class ServerEdits : public testing::Test {
 protected:
     ServerEdits() { client_id = LXRegister(*server, client); }
     ~ServerEdits() override { server->DataUpdate()->UnregisterCallback(client_id); }
@@ -21,8 +19,7 @@ protected:
 
 using XEdit = XNotification (*)(XServerEdits);
 
-struct XEditCase
-{
+struct XEditCase {
     const char* dataId;
     XEdit edit;
 };
@@ -79,10 +76,8 @@ const XEditCase editCases[] = {
 };
 } // namespace
 
-TEST(ServerEditTable, EachEditChangesTheModelAndSendsItsDataId)
-{
-    for (const XEditCase& edit : editCases)
-    {
+TEST(ServerEditTable, EachEditChangesTheModelAndSendsItsDataId) {
+    for (const XEditCase& edit : editCases) {
         const auto server = XSampleServer::Create(LXSmallModel());
         XRecordingClient client;
         const LONG id = LXRegister(*server, client);
@@ -99,15 +94,13 @@ TEST(ServerEditTable, EachEditChangesTheModelAndSendsItsDataId)
     }
 }
 
-TEST_F(ServerEdits, SearchableIsToldTwice)
-{
+TEST_F(ServerEdits, SearchableIsToldTwice) {
     server->Edit().SetTypeProperty("Pump", XProperty::Searchable, false);
     EXPECT_EQ(client.Take(), (std::vector<std::string>{"properties/Pump/14/2", "searchable/Pump/14/2"}));
     EXPECT_EQ(client.ids, (std::vector<ULONG>{1, 2}));
 }
 
-TEST_F(ServerEdits, RefusedEditsChangeAndSendNothing)
-{
+TEST_F(ServerEdits, RefusedEditsChangeAndSendNothing) {
     const std::string before = LXFormatModel(server->Model());
     const auto edit = server->Edit();
     auto edits = edit;
@@ -122,8 +115,7 @@ TEST_F(ServerEdits, RefusedEditsChangeAndSendNothing)
     EXPECT_TRUE(client.Take().empty());
 }
 
-TEST_F(ServerEdits, OnlyWhoAskedIsTold)
-{
+TEST_F(ServerEdits, OnlyWhoAskedIsTold) {
     XRecordingClient other;
     const LONG otherId = LXRegister(*server, other, "cfc");
     EXPECT_EQ(server->Clients().size(), 2u);
@@ -152,10 +144,8 @@ TEST_F(ServerEdits, OnlyWhoAskedIsTold)
     EXPECT_EQ(update->EnableAdvicesDataType(otherId, specific.Get(), 1, 256), E_INVALIDARG);
 }
 
-TEST_F(ServerEdits, TheNotifierThreadSendsInOrder)
-{
-    for (int i = 0; i < 20; ++i)
-    {
+TEST_F(ServerEdits, TheNotifierThreadSendsInOrder) {
+    for (int i = 0; i < 20; ++i) {
         server->Edit().AddType(std::to_string(i), "", XNotify::OnThread);
     }
     server->FlushNotifications();
@@ -164,8 +154,7 @@ TEST_F(ServerEdits, TheNotifierThreadSendsInOrder)
     EXPECT_EQ(server->LastNotificationId(), 20u);
 }
 
-TEST_F(ServerEdits, AnswersOfClientsAreReportedAndDeadOnesForgotten)
-{
+TEST_F(ServerEdits, AnswersOfClientsAreReportedAndDeadOnesForgotten) {
     client.answer = E_FAIL;
     EXPECT_EQ(server->SendNotification("a").result, E_FAIL);
     client.answer = static_cast<HRESULT>(0x800706BA);
@@ -174,8 +163,7 @@ TEST_F(ServerEdits, AnswersOfClientsAreReportedAndDeadOnesForgotten)
     EXPECT_EQ(server->SendNotification("c").clients, 0);
 }
 
-TEST_F(ServerEdits, HoldersOfRemovedObjectsMayGoOn)
-{
+TEST_F(ServerEdits, HoldersOfRemovedObjectsMayGoOn) {
     const auto serial = LXAttributeOf(*server, "Pump", "Serial");
     const auto pump = LXTypeOf(*server, "Pump");
     server->Edit().RemoveAttribute("Pump", "Serial");
@@ -185,8 +173,7 @@ TEST_F(ServerEdits, HoldersOfRemovedObjectsMayGoOn)
     EXPECT_FALSE(LXTypeOf(*server, "Pump"));
 }
 
-TEST(ServerCallback, TheSeparateCallbackObjectPassesCallsOn)
-{
+TEST(ServerCallback, TheSeparateCallbackObjectPassesCallsOn) {
     ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED)));
     {
         const XCfgCacheCallbackRegistration registration;
@@ -214,8 +201,7 @@ TEST(ServerCallback, TheSeparateCallbackObjectPassesCallsOn)
 }
 
 // 40 kinds at most, and every one of them is made; the model can be written and read again.
-TEST(RandomEdits, AreOfEveryKindAndTheSameForTheSameSeed)
-{
+TEST(RandomEdits, AreOfEveryKindAndTheSameForTheSameSeed) {
     XGeneratorOptions options;
     options.types = 40;
     options.attributesPerType = 8;

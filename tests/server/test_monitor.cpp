@@ -5,10 +5,8 @@
 
 #include <thread>
 
-namespace
-{
-class ServerMonitor : public testing::Test
-{
+namespace {
+class ServerMonitor : public testing::Test {
 protected:
     std::string Label() { return LXTextOf(LXAttributeOf(*server, "Pump", "Power"), XProperty::Label); }
 
@@ -16,8 +14,7 @@ protected:
 };
 } // namespace
 
-TEST_F(ServerMonitor, OnlyCallsFromOutsideAreCounted)
-{
+TEST_F(ServerMonitor, OnlyCallsFromOutsideAreCounted) {
     const auto pump = LXTypeOf(*server, "Pump");
     XLXSafeArray array;
     EXPECT_EQ(pump->GetTypeComponentData(15, array.Put()), S_OK);
@@ -32,15 +29,13 @@ TEST_F(ServerMonitor, OnlyCallsFromOutsideAreCounted)
     EXPECT_EQ(server->Calls().Total(), 0u);
 }
 
-TEST_F(ServerMonitor, CallsFailOnDemand)
-{
+TEST_F(ServerMonitor, CallsFailOnDemand) {
     const auto factory = server->ConfigFactory();
     const XLXComBSTR name(OLESTR("Pump"));
     XLXComPtr<ILXType> type;
     server->Calls().FailCall("ILXConfigFactory::GetType", E_FAIL, 2);
     server->Calls().FailCall("ILXConfigFactory::GetType", S_OK, 3);
-    for (const HRESULT expected : {S_OK, E_FAIL, S_OK, S_OK})
-    {
+    for (const HRESULT expected : {S_OK, E_FAIL, S_OK, S_OK}) {
         EXPECT_EQ(factory->GetType(name.Get(), nullptr, type.Put()), expected);
     }
     EXPECT_TRUE(type);
@@ -56,8 +51,7 @@ TEST_F(ServerMonitor, CallsFailOnDemand)
     SysFreeString(version);
 }
 
-TEST_F(ServerMonitor, CallsTakeTheAskedTime)
-{
+TEST_F(ServerMonitor, CallsTakeTheAskedTime) {
     const auto factory = server->ConfigFactory();
     server->Calls().SetDelay(std::chrono::milliseconds(20));
     const auto begin = std::chrono::steady_clock::now();
@@ -67,11 +61,10 @@ TEST_F(ServerMonitor, CallsTakeTheAskedTime)
     SysFreeString(version);
 }
 
-TEST_F(ServerMonitor, AGateStopsACallBeforeOrAfterItsWork)
-{
+TEST_F(ServerMonitor, AGateStopsACallBeforeOrAfterItsWork) {
     const auto power = LXAttributeOf(*server, "Pump", "Power");
-    for (const auto& [point, expected] : {std::pair(XCallPoint::Arrival, "new"), std::pair(XCallPoint::Answer, "old")})
-    {
+    for (const auto& [point, expected] :
+         {std::pair(XCallPoint::Arrival, "new"), std::pair(XCallPoint::Answer, "old")}) {
         server->Edit().SetAttributeProperty("Pump", "Power", XProperty::Label, "old");
         std::string seen;
         XCallGate gate = server->Calls().PauseAt("ILXAttribute::GetProperty", point);
@@ -87,8 +80,7 @@ TEST_F(ServerMonitor, AGateStopsACallBeforeOrAfterItsWork)
     EXPECT_TRUE(server->Calls().Problems().empty());
 }
 
-TEST_F(ServerMonitor, AGateThatIsForgottenIsReported)
-{
+TEST_F(ServerMonitor, AGateThatIsForgottenIsReported) {
     XCallGate never = server->Calls().PauseAt("ILXType::GetPage");
     EXPECT_THROW(never.WaitUntilArrived(1, std::chrono::milliseconds(10)), std::runtime_error);
     server->Calls().SetGateLimit(std::chrono::milliseconds(10));
@@ -97,8 +89,7 @@ TEST_F(ServerMonitor, AGateThatIsForgottenIsReported)
     EXPECT_EQ(server->Calls().Problems().size(), 1u);
 }
 
-TEST_F(ServerMonitor, AHookMayNotifyFromInsideACall)
-{
+TEST_F(ServerMonitor, AHookMayNotifyFromInsideACall) {
     XRecordingClient client;
     const LONG id = LXRegister(*server, client);
     std::vector<std::string> seen;
@@ -118,17 +109,14 @@ TEST_F(ServerMonitor, AHookMayNotifyFromInsideACall)
     EXPECT_EQ(server->DataUpdate()->UnregisterCallback(id), S_OK);
 }
 
-TEST_F(ServerMonitor, ReadersEditorsAndClientsRunAtOnce)
-{
+TEST_F(ServerMonitor, ReadersEditorsAndClientsRunAtOnce) {
     std::atomic<bool> stop{false};
     std::atomic<int> reads{0};
     std::atomic<int> registrations{0};
     std::vector<std::thread> threads;
-    for (int i = 0; i < 3; ++i)
-    {
+    for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&] {
-            while (!stop)
-            {
+            while (!stop) {
                 XLXSafeArray array;
                 EXPECT_EQ(server->ConfigFactory().As<ILXConfigFactoryEx>()->GetTypeArrayEx(15, array.Put()), S_OK);
                 EXPECT_EQ(LXTextOf(LXAttributeOf(*server, "CentrifugalPump", "Weight"), XProperty::Unit), "kg");
@@ -138,13 +126,11 @@ TEST_F(ServerMonitor, ReadersEditorsAndClientsRunAtOnce)
         });
     }
     threads.emplace_back([&] {
-        while (!stop)
-        {
+        while (!stop) {
             XRecordingClient client;
             const LONG id = LXRegister(*server, client);
             EXPECT_EQ(server->DataUpdate()->UnregisterCallback(id), S_OK);
-            while (client.references != 0)
-            {
+            while (client.references != 0) {
                 std::this_thread::yield(); // a notification is on its way
             }
             ++registrations;
@@ -157,8 +143,7 @@ TEST_F(ServerMonitor, ReadersEditorsAndClientsRunAtOnce)
         server->Edit().RemoveAttribute("Pump", "Extra", XNotify::OnThread);
     }
     stop = true;
-    for (std::thread& thread : threads)
-    {
+    for (std::thread& thread : threads) {
         thread.join();
     }
     server->FlushNotifications();

@@ -5,21 +5,17 @@
 
 #include "XLXSafeArray.h"
 
-namespace
-{
-class ServerObjects : public testing::Test
-{
+namespace {
+class ServerObjects : public testing::Test {
 protected:
     std::string AttributeNames(const XText& type, HRESULT (STDMETHODCALLTYPE ILXType::*method)(int, ILXAttributeEnum**),
-                               int argument)
-    {
+                               int argument) {
         const auto object = LXTypeOf(*server, type);
         return LXNames<ILXAttribute, ILXAttributeEnum>(
             [&](ILXAttributeEnum** out) { return (object.Get()->*method)(argument, out); }, 0);
     }
 
-    std::string Shown(const XText& type, LONG mask)
-    {
+    std::string Shown(const XText& type, LONG mask) {
         const auto object = LXTypeOf(*server, type);
         return LXNames<ILXAttribute, ILXAttributeEnum>(
             [&](ILXAttributeEnum** out) { return object->GetDisplayAttributeEnum(mask, out); }, 0);
@@ -28,8 +24,7 @@ protected:
     std::shared_ptr<XSampleServer> server = XSampleServer::Create(LXSmallModel());
 };
 
-ULONG PropertyCount(ILXConfigObject& object)
-{
+ULONG PropertyCount(ILXConfigObject& object) {
     XLXSafeArray values;
     EXPECT_EQ(object.GetProperties(values.Put()), S_OK);
     LONG upper = -1;
@@ -38,8 +33,7 @@ ULONG PropertyCount(ILXConfigObject& object)
 }
 } // namespace
 
-TEST_F(ServerObjects, EveryKindDeliversItsNumberOfValues)
-{
+TEST_F(ServerObjects, EveryKindDeliversItsNumberOfValues) {
     const auto factory = server->ConfigFactory();
     const auto type = LXTypeOf(*server, "Pump");
     const auto power = LXAttributeOf(*server, "Pump", "Power");
@@ -78,8 +72,7 @@ TEST_F(ServerObjects, EveryKindDeliversItsNumberOfValues)
               60u);
 }
 
-TEST_F(ServerObjects, PropertiesByIndexAndByName)
-{
+TEST_F(ServerObjects, PropertiesByIndexAndByName) {
     const auto power = LXAttributeOf(*server, "Pump", "Power");
     XLXComVariant value;
     EXPECT_EQ(power->Get(XLXComBSTR(OLESTR("LXCFG_attributegroupnumber")).Get(), value.Put()), S_OK);
@@ -95,8 +88,7 @@ TEST_F(ServerObjects, PropertiesByIndexAndByName)
     EXPECT_EQ(power->SetProperty(60, value.Get()), E_INVALIDARG);
 }
 
-TEST_F(ServerObjects, AttributesOfABaseAreInheritedAndWin)
-{
+TEST_F(ServerObjects, AttributesOfABaseAreInheritedAndWin) {
     EXPECT_EQ(Shown("CentrifugalPump", 0), "Impeller Name Owner Power Serial Tag Weight");
     EXPECT_EQ(LXTextOf(LXAttributeOf(*server, "CentrifugalPump", "Weight"), XProperty::Unit), "kg");
     EXPECT_FALSE(LXAttributeOf(*server, "Pump", "Impeller"));
@@ -105,8 +97,7 @@ TEST_F(ServerObjects, AttributesOfABaseAreInheritedAndWin)
     EXPECT_EQ(own, "Power Serial Weight"); // its own ones only
 }
 
-TEST_F(ServerObjects, AttributesByPlaceAndGroup)
-{
+TEST_F(ServerObjects, AttributesByPlaceAndGroup) {
     EXPECT_EQ(Shown("Pump", 1), "Name");
     EXPECT_EQ(Shown("Pump", 2), "Tag"); // Serial is not in the finder, whatever else it says
     EXPECT_EQ(Shown("Pump", 8 | 32), "Power Serial");
@@ -117,8 +108,7 @@ TEST_F(ServerObjects, AttributesByPlaceAndGroup)
     EXPECT_EQ(LXTypeOf(*server, "Pump")->GetDisplayGroupAttributeEnum(8, 2, shown.Put()), S_FALSE);
 }
 
-TEST_F(ServerObjects, GroupsAndEditors)
-{
+TEST_F(ServerObjects, GroupsAndEditors) {
     const auto pump = LXTypeOf(*server, "Pump");
     const auto groups = [&](auto&& get) { return LXNames<ILXGroup, ILXGroupEnum>(get, XProperty::GroupNumber); };
     EXPECT_EQ(groups([&](ILXGroupEnum** out) { return pump->GetGroupEnum(out); }), "1 2 3");
@@ -138,8 +128,7 @@ TEST_F(ServerObjects, GroupsAndEditors)
     EXPECT_FALSE(editor);
 }
 
-TEST_F(ServerObjects, ComponentsCanBeAddedAndRemoved)
-{
+TEST_F(ServerObjects, ComponentsCanBeAddedAndRemoved) {
     const auto pump = LXTypeOf(*server, "Pump");
     XLXComPtr<ILXPage> page;
     LONG removed = 0;
@@ -155,8 +144,7 @@ TEST_F(ServerObjects, ComponentsCanBeAddedAndRemoved)
     EXPECT_EQ(power->RemoveAttributeType(nullptr, &removed), E_INVALIDARG);
 }
 
-TEST_F(ServerObjects, FormatsAreCreatedFoundAndDeleted)
-{
+TEST_F(ServerObjects, FormatsAreCreatedFoundAndDeleted) {
     const auto weight = LXAttributeOf(*server, "Equipment", "Weight");
     XLXComPtr<ILXFormat> format;
     EXPECT_EQ(weight->GetFormat(1, format.Put()), S_OK);
@@ -169,8 +157,7 @@ TEST_F(ServerObjects, FormatsAreCreatedFoundAndDeleted)
     EXPECT_EQ(weight->GetFormat(2, format.Put()), S_FALSE);
 }
 
-TEST_F(ServerObjects, EnumeratorsKeepTheirPlace)
-{
+TEST_F(ServerObjects, EnumeratorsKeepTheirPlace) {
     XLXComPtr<ILXTypeEnum> types;
     ASSERT_EQ(server->ConfigFactory()->GetTypeEnum(nullptr, types.Put()), S_OK);
     XLXComPtr<ILXType> type;
@@ -190,8 +177,7 @@ TEST_F(ServerObjects, EnumeratorsKeepTheirPlace)
     EXPECT_EQ(searchable, "CentrifugalPump Document Equipment Object Pump");
 }
 
-TEST_F(ServerObjects, DataObjectsAndRelationships)
-{
+TEST_F(ServerObjects, DataObjectsAndRelationships) {
     const auto pump = server->StoredObject("P1");
     const auto vessel = server->StoredObject("V1");
     const auto relationship = server->StoredObject("R1");
@@ -216,8 +202,7 @@ TEST_F(ServerObjects, DataObjectsAndRelationships)
     EXPECT_FALSE(server->StoredObject("P2"));
 }
 
-TEST(ServerQuery, PlanTypesOfTheShippedModel)
-{
+TEST(ServerQuery, PlanTypesOfTheShippedModel) {
     const auto server = XSampleServer::Create(LXReadModel(LX_MODEL_FOLDER "/plant.json"));
     const auto query = server->Query();
     EXPECT_EQ(query->SetSearchTable(XLXComBSTR(OLESTR("lumbrixtypeset")).Get()), S_OK);
@@ -232,8 +217,7 @@ TEST(ServerQuery, PlanTypesOfTheShippedModel)
     ASSERT_EQ(plans.size(), 3u);
     EXPECT_EQ(plans.back()->GetChildren(XLXComBSTR(OLESTR("lumbrixtypechild")).Get(), found.Put()), S_OK);
     for (const OLECHAR* const name :
-         {OLESTR("configtypename"), OLESTR("nameshort"), OLESTR("recursiv"), OLESTR("wscparent")})
-    {
+         {OLESTR("configtypename"), OLESTR("nameshort"), OLESTR("recursiv"), OLESTR("wscparent")}) {
         XLXComVariant value;
         EXPECT_EQ(plans.front()->GetAttribute(XLXComBSTR(name).Get(), value.Put()), S_OK);
     }
@@ -242,8 +226,7 @@ TEST(ServerQuery, PlanTypesOfTheShippedModel)
     EXPECT_FALSE(found);
 }
 
-TEST(ServerFactory, IsOneObjectAndShowsTheFacesItIsToldTo)
-{
+TEST(ServerFactory, IsOneObjectAndShowsTheFacesItIsToldTo) {
     const auto server = XSampleServer::Create(LXSmallModel());
     const auto factory = server->ConfigFactory();
     EXPECT_EQ(factory, server->ConfigFactory());

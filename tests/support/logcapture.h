@@ -9,11 +9,9 @@
 #include <mutex>
 #include <vector>
 
-class LogCapture
-{
+class LogCapture {
 public:
-    struct Entry
-    {
+    struct Entry {
         LXLogCategory category;
         std::string categoryName;
         LONG severity;
@@ -25,16 +23,14 @@ public:
         int line;
     };
 
-    explicit LogCapture(ULONG categories = 1u << LX_LOG_ERROR)
-    {
+    explicit LogCapture(ULONG categories = 1u << LX_LOG_ERROR) {
         LXErrorSetLogSink(&LogCapture::Receive, this, categories);
     }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
     ~LogCapture() { LXErrorSetLogSink(nullptr, nullptr, 0); }
 
-    std::vector<Entry> Entries() const
-    {
+    std::vector<Entry> Entries() const {
         const std::lock_guard<std::mutex> lock(m_mutex);
         return m_entries;
     }
@@ -42,8 +38,7 @@ public:
 private:
     static std::string Narrow(const char* text) { return text != nullptr ? text : ""; }
 
-    static void STDMETHODCALLTYPE Receive(const LXLogEntry* entry, void* context)
-    {
+    static void STDMETHODCALLTYPE Receive(const LXLogEntry* entry, void* context) {
         auto& self = *static_cast<LogCapture*>(context);
         const LXErrorLocation& at = entry->location;
         const std::lock_guard<std::mutex> lock(self.m_mutex);

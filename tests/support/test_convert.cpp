@@ -11,13 +11,11 @@
 #include <string>
 #include <utility>
 
-namespace
-{
+namespace {
 constexpr LONG Most = std::numeric_limits<LONG>::max();
 constexpr LONG Least = std::numeric_limits<LONG>::min();
 
-TEST(Decimal, ReadsTheNumberAtTheFront)
-{
+TEST(Decimal, ReadsTheNumberAtTheFront) {
     const std::pair<XLXTextView, LONG> Table[] = {
         {OLESTR(""), 0},
         {OLESTR("0"), 0},
@@ -43,18 +41,15 @@ TEST(Decimal, ReadsTheNumberAtTheFront)
         {OLESTR("-99999999999999999999999999"), Least},
         {XLXTextView(OLESTR("1\0002"), 3), 1},
     };
-    for (const auto& [text, number] : Table)
-    {
+    for (const auto& [text, number] : Table) {
         EXPECT_EQ(number, LXParseDecimal(text)) << testing::PrintToString(XLXText(text));
     }
-    for (const LONG number : {LONG{0}, LONG{-1}, Most, Least})
-    {
+    for (const LONG number : {LONG{0}, LONG{-1}, Most, Least}) {
         EXPECT_EQ(number, LXParseDecimal(XLXFormat() << number));
     }
 }
 
-TEST(LowerCase, ChangesLettersAndNothingElse)
-{
+TEST(LowerCase, ChangesLettersAndNothingElse) {
     EXPECT_EQ(OLESTR("az[@`09 _az"), LXLowerCase(OLESTR("AZ[@`09 _az")));
     EXPECT_EQ(OLESTR("\u00E0\u00F6\u00D7\u00F8\u00FE\u00DF\u00F7\u00FF"),
               LXLowerCase(OLESTR("\u00C0\u00D6\u00D7\u00D8\u00DE\u00DF\u00F7\u00FF")));
@@ -63,10 +58,8 @@ TEST(LowerCase, ChangesLettersAndNothingElse)
     EXPECT_EQ(OLESTR(""), LXLowerCase({}));
 }
 
-TEST(LowerCase, IsUnicodesWhateverTheLocale)
-{
-    const struct
-    {
+TEST(LowerCase, IsUnicodesWhateverTheLocale) {
+    const struct {
         XLXTextView capital;
         XLXTextView small;
     } Table[] = {
@@ -78,11 +71,9 @@ TEST(LowerCase, IsUnicodesWhateverTheLocale)
         {OLESTR("\U00010400\U00010427\U00010428\U0001E921"), OLESTR("\U00010428\U0001044F\U00010428\U0001E943")},
     };
     const std::string before = std::setlocale(LC_CTYPE, nullptr);
-    for (const char* const locale : {"C", ""})
-    {
+    for (const char* const locale : {"C", ""}) {
         std::setlocale(LC_CTYPE, locale);
-        for (const auto& row : Table)
-        {
+        for (const auto& row : Table) {
             EXPECT_EQ(LXLowerCase(row.capital), row.small) << locale;
         }
         // Halves of pairs, in an order that makes none: low and high, high and a letter, high at the end.
@@ -92,15 +83,13 @@ TEST(LowerCase, IsUnicodesWhateverTheLocale)
     std::setlocale(LC_CTYPE, before.c_str());
 }
 
-struct Name
-{
+struct Name {
     EConfigElementKind kind;
     XLXTextView name;
     int index;
 };
 
-TEST(PropertyNames, AreExactAndBelongToTheirKind)
-{
+TEST(PropertyNames, AreExactAndBelongToTheirKind) {
     using enum EConfigElementKind;
     const Name Table[] = {
         {Attribute, OLESTR("LXCFG_attributename"), 0},
@@ -129,8 +118,7 @@ TEST(PropertyNames, AreExactAndBelongToTheirKind)
         {Type, XLXTextView(OLESTR("LXCFG_typename\0"), 15), -1},
         {static_cast<EConfigElementKind>(9), OLESTR("LXCFG_typename"), -1},
     };
-    for (const Name& entry : Table)
-    {
+    for (const Name& entry : Table) {
         EXPECT_EQ(entry.index, XCfgPropertyConvert::Convert(entry.kind, XLXComBSTR(entry.name).Get()))
             << testing::PrintToString(XLXText(entry.name));
     }

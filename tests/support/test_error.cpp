@@ -10,25 +10,21 @@
 #include <future>
 #include <stdexcept>
 
-namespace
-{
+namespace {
 constexpr LXErrorLocation Here{"source", "Scope", "Method()", 42};
 
-struct ErrorText
-{
+struct ErrorText {
     bool present = false;
     XLXText description;
     XLXText source;
 };
 
 /// Takes the thread's error information.
-ErrorText TakeErrorInfo()
-{
+ErrorText TakeErrorInfo() {
     XLXComPtr<IErrorInfo> info;
     ErrorText text;
     text.present = GetErrorInfo(0, info.Put()) == S_OK && info;
-    if (text.present)
-    {
+    if (text.present) {
         XLXComBSTR part;
         EXPECT_EQ(S_OK, info->GetDescription(part.Put()));
         text.description = part.View();
@@ -38,8 +34,7 @@ ErrorText TakeErrorInfo()
     return text;
 }
 
-struct Thrown
-{
+struct Thrown {
     const char* what;
     void (*raise)();
     HRESULT code;
@@ -47,8 +42,7 @@ struct Thrown
     const OLECHAR* source;
 };
 
-TEST(Guarded, TranslatesEachKindOfException)
-{
+TEST(Guarded, TranslatesEachKindOfException) {
     constexpr const OLECHAR* FromHere = OLESTR("Scope::Method() (source, line 42)");
     constexpr Thrown Kinds[] = {
         {"own",
@@ -64,8 +58,7 @@ TEST(Guarded, TranslatesEachKindOfException)
          FromHere},
         {"foreign", [] { throw 5; }, E_UNEXPECTED, OLESTR("unknown error"), FromHere},
     };
-    for (const Thrown& kind : Kinds)
-    {
+    for (const Thrown& kind : Kinds) {
         SetErrorInfo(0, nullptr);
         EXPECT_EQ(kind.code, XLXError::Guarded(Here,
                                                [&] {
@@ -80,10 +73,8 @@ TEST(Guarded, TranslatesEachKindOfException)
     }
 }
 
-TEST(Guarded, LeavesErrorInformationAloneWithoutAnException)
-{
-    for (const HRESULT result : {S_OK, S_FALSE, E_INVALIDARG})
-    {
+TEST(Guarded, LeavesErrorInformationAloneWithoutAnException) {
+    for (const HRESULT result : {S_OK, S_FALSE, E_INVALIDARG}) {
         EXPECT_EQ(E_ABORT, XLXError::SetComAppError(E_ABORT, OLESTR("earlier"), Here));
         EXPECT_EQ(result, XLXError::Guarded(Here, [&] {
                       XLXError::RaiseIfFailed(S_FALSE, OLESTR("no failure"), Here);
@@ -95,8 +86,7 @@ TEST(Guarded, LeavesErrorInformationAloneWithoutAnException)
     }
 }
 
-TEST(ErrorInformation, BelongsToTheThread)
-{
+TEST(ErrorInformation, BelongsToTheThread) {
     SetErrorInfo(0, nullptr);
     std::async(std::launch::async, [] {
         XLXError::SetComAppError(E_FAIL, OLESTR("elsewhere"), Here);
@@ -105,8 +95,7 @@ TEST(ErrorInformation, BelongsToTheThread)
     EXPECT_FALSE(TakeErrorInfo().present);
 }
 
-TEST(Logbook, WritesErrorsWithTheirPlace)
-{
+TEST(Logbook, WritesErrorsWithTheirPlace) {
     const LogCapture log;
     XLXError::WriteErrorToLogBook(E_FAIL, 6, OLESTR("broken"), Here);
     XLXError::LogFailure(OLESTR("cleaning up"), Here, [] {
@@ -126,16 +115,13 @@ TEST(Logbook, WritesErrorsWithTheirPlace)
     EXPECT_EQ("source", entries[1].source) << "the place of the clean-up, not of the failure";
 }
 
-void TraceAll()
-{
-    for (const auto category : {LX_LOG_UPDATE, LX_LOG_SERVER, LX_LOG_INVALIDATE})
-    {
+void TraceAll() {
+    for (const auto category : {LX_LOG_UPDATE, LX_LOG_SERVER, LX_LOG_INVALIDATE}) {
         XLXError::WriteTrace(category, OLESTR("title"), OLESTR("text"), Here);
     }
 }
 
-TEST(Logbook, TracesOnlyWhatASinkAsksFor)
-{
+TEST(Logbook, TracesOnlyWhatASinkAsksFor) {
     EXPECT_FALSE(XLXError::TraceEnabled(LX_LOG_SERVER));
     EXPECT_FALSE(XLXError::TraceEnabled(LX_LOG_INVALIDATE));
     {
@@ -161,22 +147,19 @@ TEST(Logbook, TracesOnlyWhatASinkAsksFor)
 }
 
 /// A sink that its caller cannot leave before it is let out.
-struct SlowSink
-{
+struct SlowSink {
     std::promise<void> entered;
     std::promise<void> letOut;
     std::shared_future<void> way{letOut.get_future()};
 
-    static void STDMETHODCALLTYPE Receive(const LXLogEntry*, void* context)
-    {
+    static void STDMETHODCALLTYPE Receive(const LXLogEntry*, void* context) {
         auto& self = *static_cast<SlowSink*>(context);
         self.entered.set_value();
         self.way.wait();
     }
 };
 
-TEST(Logbook, AReplacedSinkIsEmptyWhenTheReplacementReturns)
-{
+TEST(Logbook, AReplacedSinkIsEmptyWhenTheReplacementReturns) {
     using namespace std::chrono_literals;
     SlowSink slow;
     LXErrorSetLogSink(&SlowSink::Receive, &slow, 1u << LX_LOG_ERROR);

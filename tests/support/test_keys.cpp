@@ -11,34 +11,28 @@
 #include <utility>
 #include <vector>
 
-namespace
-{
-XLXText Units(std::initializer_list<unsigned> units)
-{
+namespace {
+XLXText Units(std::initializer_list<unsigned> units) {
     XLXText text;
-    for (const unsigned unit : units)
-    {
+    for (const unsigned unit : units) {
         text.push_back(static_cast<OLECHAR>(unit));
     }
     return text;
 }
 
 /// The UTF-8 of a text; a lone surrogate in its three-byte form.
-std::string Utf8Of(const XLXText& text)
-{
+std::string Utf8Of(const XLXText& text) {
     std::string bytes;
     const auto add = [&bytes](unsigned long lead, unsigned long code, int more) {
         bytes.push_back(static_cast<char>(lead | (code >> (6 * more))));
-        while (more-- > 0)
-        {
+        while (more-- > 0) {
             bytes.push_back(static_cast<char>(0x80 | ((code >> (6 * more)) & 0x3F)));
         }
     };
-    for (std::size_t at = 0; at < text.size(); ++at)
-    {
+    for (std::size_t at = 0; at < text.size(); ++at) {
         unsigned long code = text[at];
-        if (code >= 0xD800 && code < 0xDC00 && at + 1 < text.size() && text[at + 1] >= 0xDC00 && text[at + 1] < 0xE000)
-        {
+        if (code >= 0xD800 && code < 0xDC00 && at + 1 < text.size() && text[at + 1] >= 0xDC00 &&
+            text[at + 1] < 0xE000) {
             code = 0x10000 + ((code & 0x3FF) << 10) + (text[++at] & 0x3FFu);
         }
         code < 0x80      ? add(0, code, 0)
@@ -50,17 +44,13 @@ std::string Utf8Of(const XLXText& text)
 }
 
 /// Every text of up to three of these units.
-std::vector<XLXText> ManyNames()
-{
+std::vector<XLXText> ManyNames() {
     const XLXText units = Units({0, 'A', 'a', 0xE4, 0x7FF, 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF});
     std::vector<XLXText> names{XLXText()};
-    for (std::size_t from = 0, length = 0; length < 3; ++length)
-    {
+    for (std::size_t from = 0, length = 0; length < 3; ++length) {
         const std::size_t to = names.size();
-        for (; from < to; ++from)
-        {
-            for (const OLECHAR unit : units)
-            {
+        for (; from < to; ++from) {
+            for (const OLECHAR unit : units) {
                 names.push_back(names[from] + unit);
             }
         }
@@ -69,11 +59,9 @@ std::vector<XLXText> ManyNames()
 }
 
 // No two names share a key, and each comes back.
-TEST(StringKey, IsOneToOne)
-{
+TEST(StringKey, IsOneToOne) {
     std::vector<XCFGStringKey> keys;
-    for (const XLXText& name : ManyNames())
-    {
+    for (const XLXText& name : ManyNames()) {
         keys.emplace_back(name);
         EXPECT_EQ(name, keys.back().Text());
         EXPECT_EQ(name.empty(), keys.back().IsNull());
@@ -83,19 +71,15 @@ TEST(StringKey, IsOneToOne)
     EXPECT_EQ(1u + 11 + 11 * 11 + 11 * 11 * 11, keys.size());
 }
 
-TEST(StringKey, ComparesAsTheNamesUtf8)
-{
+TEST(StringKey, ComparesAsTheNamesUtf8) {
     std::vector<std::pair<XLXText, std::string>> names;
-    for (const XLXText& name : ManyNames())
-    {
+    for (const XLXText& name : ManyNames()) {
         names.emplace_back(name, Utf8Of(name));
     }
     std::size_t wrong = 0;
-    for (const auto& [name, bytes] : names)
-    {
+    for (const auto& [name, bytes] : names) {
         const XCFGStringKey key(name);
-        for (const auto& [other, otherBytes] : names)
-        {
+        for (const auto& [other, otherBytes] : names) {
             const std::strong_ordering expected = bytes.compare(otherBytes) <=> 0;
             const XLXTextView text = other;
             wrong += (key <=> text) != expected || (text <=> key) != (0 <=> expected) ||
@@ -105,8 +89,7 @@ TEST(StringKey, ComparesAsTheNamesUtf8)
     EXPECT_EQ(0u, wrong);
 }
 
-TEST(StringKey, MapsFindATextThatIsNoKey)
-{
+TEST(StringKey, MapsFindATextThatIsNoKey) {
     XNameMap<int> map;
     map.emplace(XCFGStringKey(OLESTR("Machine")), 1);
     map.emplace(XCFGStringKey(Units({'M', 0})), 2);
@@ -119,8 +102,7 @@ TEST(StringKey, MapsFindATextThatIsNoKey)
     EXPECT_EQ(0, at(OLESTR("M")));
 }
 
-TEST(StringKey, SortsByCodePoints)
-{
+TEST(StringKey, SortsByCodePoints) {
     const XLXText inOrder[] = {{},
                                Units({0}),
                                OLESTR("A"),
@@ -132,14 +114,12 @@ TEST(StringKey, SortsByCodePoints)
                                Units({0xE000}),
                                Units({0xFFFF}),
                                Units({0xD83D, 0xDE00})}; // past the end of the first plane
-    for (std::size_t i = 1; i < std::size(inOrder); ++i)
-    {
+    for (std::size_t i = 1; i < std::size(inOrder); ++i) {
         EXPECT_LT(XCFGStringKey(inOrder[i - 1]), XCFGStringKey(inOrder[i])) << i;
     }
 }
 
-struct DataId
-{
+struct DataId {
     XLXTextView text;
     XLXTextView kindText;
     XLXTextView object;
@@ -150,8 +130,7 @@ struct DataId
     LXDataIdKind kind;
 };
 
-TEST(DataId, IsTakenApart)
-{
+TEST(DataId, IsTakenApart) {
     using enum LXDataIdKind;
     const DataId Table[] = {
         {OLESTR(""), {}, {}, -1, -1, false, false, Other},
@@ -168,8 +147,7 @@ TEST(DataId, IsTakenApart)
         {OLESTR("///"), {}, {}, -1, -1, true, true, Other},
         {OLESTR("Objects/A/1/2"), OLESTR("Objects"), OLESTR("A"), 1, 2, true, true, Other},
     };
-    for (const DataId& expected : Table)
-    {
+    for (const DataId& expected : Table) {
         SCOPED_TRACE(testing::PrintToString(XLXText(expected.text)));
         const XDataId id = XDataId::Parse(expected.text);
         EXPECT_EQ(expected.kindText, id.kindText);
@@ -182,8 +160,7 @@ TEST(DataId, IsTakenApart)
     }
 }
 
-TEST(DataId, ModeConcernsItsBitsOrEverything)
-{
+TEST(DataId, ModeConcernsItsBitsOrEverything) {
     EXPECT_TRUE(LXModeConcerns(0, LXUM_PAGES));
     EXPECT_TRUE(LXModeConcerns(-1, LXUM_PAGES));
     EXPECT_TRUE(LXModeConcerns(0x22, LXUM_PAGES | LXUM_GROUPS));

@@ -11,28 +11,23 @@
 #error "debug and sanitizer builds check the indices of the library's containers"
 #endif
 
-namespace
-{
-XLXText RandomName(std::mt19937& random, std::size_t longest)
-{
+namespace {
+XLXText RandomName(std::mt19937& random, std::size_t longest) {
     // Few characters, so that names begin alike and are often each other's beginnings; a zero is one of them.
     constexpr OLECHAR Characters[] = {u'a', u'b', u'\0', u'\xFFFF'};
     XLXText name(random() % (longest + 1), u'a');
-    for (OLECHAR& character : name)
-    {
+    for (OLECHAR& character : name) {
         character = Characters[random() % std::size(Characters)];
     }
     return name;
 }
 } // namespace
 
-TEST(NameIndex, AnswersAsAnOrderedMapDoesWhileItGrows)
-{
+TEST(NameIndex, AnswersAsAnOrderedMapDoesWhileItGrows) {
     XNameIndex<int> index;
     std::map<XLXText, int> expected;
     std::mt19937 random(17);
-    for (int value = 1; value <= 3000; ++value)
-    {
+    for (int value = 1; value <= 3000; ++value) {
         const XLXText name = RandomName(random, 9); // lengths on both sides of a word of four characters
         index.Set({name}, value);
         expected[name] = value;
@@ -41,16 +36,14 @@ TEST(NameIndex, AnswersAsAnOrderedMapDoesWhileItGrows)
         const auto known = expected.find(other);
         ASSERT_EQ(found != nullptr ? *found : 0, known != expected.end() ? known->second : 0) << value;
     }
-    for (const auto& [name, value] : expected)
-    {
+    for (const auto& [name, value] : expected) {
         const int* const found = index.Find({name});
         ASSERT_NE(found, nullptr);
         EXPECT_EQ(*found, value);
     }
 }
 
-TEST(NameIndex, SeveralNamesAreAKeyTogetherAndNotTheirText)
-{
+TEST(NameIndex, SeveralNamesAreAKeyTogetherAndNotTheirText) {
     using Key = std::tuple<XLXText, XLXText, XLXText>;
     XNameIndex<int, 3> index;
     std::map<Key, int> expected;
@@ -58,14 +51,12 @@ TEST(NameIndex, SeveralNamesAreAKeyTogetherAndNotTheirText)
     const auto names = [](const Key& key) {
         return std::array<XLXTextView, 3>{std::get<0>(key), std::get<1>(key), std::get<2>(key)};
     };
-    for (int value = 1; value <= 2000; ++value)
-    {
+    for (int value = 1; value <= 2000; ++value) {
         const Key key(RandomName(random, 2), RandomName(random, 2), RandomName(random, 2));
         index.Set(names(key), value);
         expected[key] = value;
     }
-    for (const auto& [key, value] : expected)
-    {
+    for (const auto& [key, value] : expected) {
         const int* const found = index.Find(names(key));
         ASSERT_NE(found, nullptr);
         EXPECT_EQ(*found, value);
@@ -73,11 +64,9 @@ TEST(NameIndex, SeveralNamesAreAKeyTogetherAndNotTheirText)
 }
 
 // The end of a key without characters is the end of the texts, and its view may have no place at all.
-TEST(NameIndex, NamesWithoutCharactersStandAtTheEndOfTheTexts)
-{
+TEST(NameIndex, NamesWithoutCharactersStandAtTheEndOfTheTexts) {
     XNameIndex<int, 2> index;
-    for (const XLXTextView empty : {XLXTextView(), XLXTextView(OLESTR(""))})
-    {
+    for (const XLXTextView empty : {XLXTextView(), XLXTextView(OLESTR(""))}) {
         index.Set({OLESTR("Pump"), empty}, 1);
         index.Set({empty, empty}, 2);
         EXPECT_EQ(*index.Find({OLESTR("Pump"), empty}), 1);
@@ -86,8 +75,7 @@ TEST(NameIndex, NamesWithoutCharactersStandAtTheEndOfTheTexts)
     }
 }
 
-TEST(NameIndex, AnExchangeMovesNamesAndValuesTogether)
-{
+TEST(NameIndex, AnExchangeMovesNamesAndValuesTogether) {
     XNameIndex<int> full;
     XNameIndex<int> empty;
     EXPECT_EQ(full.Find({OLESTR("Pump")}), nullptr);

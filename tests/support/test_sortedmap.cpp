@@ -11,20 +11,16 @@
 #error "debug and sanitizer builds check the indices of the library's containers"
 #endif
 
-namespace
-{
+namespace {
 template <class Map, class Key, class KeyOf>
-void ExpectAnswersOfAnOrderedMap(KeyOf&& keyOf)
-{
+void ExpectAnswersOfAnOrderedMap(KeyOf&& keyOf) {
     std::mt19937 random(29);
     Map map;
     std::map<Key, int> settled;
     EXPECT_TRUE(map.find(keyOf(0)) == map.end());
-    for (int round = 0; round < 300; ++round)
-    {
+    for (int round = 0; round < 300; ++round) {
         auto added = settled;
-        for (auto left = random() % 6; left > 0; --left)
-        {
+        for (auto left = random() % 6; left > 0; --left) {
             const Key key = keyOf(random() % 60);
             map.Add(key, round);
             added.insert_or_assign(key, round);
@@ -42,8 +38,7 @@ void ExpectAnswersOfAnOrderedMap(KeyOf&& keyOf)
     }
     EXPECT_EQ(map.size(), 60U);
     const Map copy = map;
-    for (const auto& [key, value] : settled)
-    {
+    for (const auto& [key, value] : settled) {
         const auto found = copy.find(key);
         ASSERT_TRUE(found != copy.end());
         EXPECT_EQ(found->second, value);
@@ -52,21 +47,18 @@ void ExpectAnswersOfAnOrderedMap(KeyOf&& keyOf)
 } // namespace
 
 // Few keys, so that most are added more than once, both before and after they were settled.
-TEST(SortedMap, AnswersAsAnOrderedMapDoesWithWhatIsSettled)
-{
+TEST(SortedMap, AnswersAsAnOrderedMapDoesWithWhatIsSettled) {
     ExpectAnswersOfAnOrderedMap<XSortedMap<std::string, int>, std::string>(
         [](unsigned long number) { return std::to_string(number); });
 }
 
 // One of the names is empty, and the others are alike.
-TEST(NamedMap, AnswersAsAnOrderedMapDoesWithWhatIsSettled)
-{
+TEST(NamedMap, AnswersAsAnOrderedMapDoesWithWhatIsSettled) {
     ExpectAnswersOfAnOrderedMap<XNamedMap<int>, XCFGStringKey>(
         [](unsigned long number) { return XCFGStringKey(XLXText(number, OLECHAR('a'))); });
 }
 
-TEST(NamedMap, FindsTextsOverTheirWholeLength)
-{
+TEST(NamedMap, FindsTextsOverTheirWholeLength) {
     XNamedMap<int> map;
     map.Add(XCFGStringKey(OLESTR("Flow")), 1);
     map.Add(XCFGStringKey(OLESTR("Flow2")), 2);

@@ -21,12 +21,10 @@
 #include <unistd.h>
 #include <utility>
 
-namespace
-{
+namespace {
 constexpr std::size_t NamesKept = 2;
 
-struct Slot
-{
+struct Slot {
     std::string kind;
     const char* interface_;
     const char* method;
@@ -39,10 +37,8 @@ thread_local void* t_caller = nullptr; // where the outermost call returns to; n
 void* g_leave = nullptr;
 
 /// Called by a stub with the place of its return address; answers where the method is.
-void* Enter(Slot* slot, void** returnAddress)
-{
-    if (t_caller == nullptr)
-    {
+void* Enter(Slot* slot, void** returnAddress) {
+    if (t_caller == nullptr) {
         slot->calls.fetch_add(1, std::memory_order_relaxed);
         t_caller = *returnAddress;
         *returnAddress = g_leave;
@@ -50,27 +46,18 @@ void* Enter(Slot* slot, void** returnAddress)
     return slot->target;
 }
 
-void* Leave()
-{
-    return std::exchange(t_caller, nullptr);
-}
+void* Leave() { return std::exchange(t_caller, nullptr); }
 
 /// Writes machine code.
-class Code
-{
+class Code {
 public:
     explicit Code(std::size_t size)
         : m_next(static_cast<unsigned char*>(
-              mmap(nullptr, size, PROT_READ | PROT_WRITE | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)))
-    {
-        if (static_cast<void*>(m_next) == MAP_FAILED)
-        {
-            throw std::runtime_error("no memory for code");
-        }
+              mmap(nullptr, size, PROT_READ | PROT_WRITE | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {
+        if (static_cast<void*>(m_next) == MAP_FAILED) { throw std::runtime_error("no memory for code"); }
     }
 
-    void* Stub(Slot* slot)
-    {
+    void* Stub(Slot* slot) {
         void* const start = m_next;
         Put({0x57, 0x56, 0x52, 0x51, 0x41, 0x50, 0x41, 0x51}); // push rdi, rsi, rdx, rcx, r8, r9
         Put({0x48, 0x83, 0xEC, 0x08});                         // sub rsp, 8
@@ -82,8 +69,7 @@ public:
         Put({0xFF, 0xE0});                                     // jmp rax
         return start;
     }
-    void* Return()
-    {
+    void* Return() {
         void* const start = m_next;
         Put({0x50, 0x48, 0x83, 0xEC, 0x08});                   // push rax; sub rsp, 8
         Put({0x48, 0xB8}, reinterpret_cast<void*>(&Leave));    // mov rax, Leave
@@ -94,8 +80,7 @@ public:
 
 private:
     void Put(std::initializer_list<unsigned char> bytes) { m_next = std::copy(bytes.begin(), bytes.end(), m_next); }
-    void Put(std::initializer_list<unsigned char> bytes, void* value)
-    {
+    void Put(std::initializer_list<unsigned char> bytes, void* value) {
         Put(bytes);
         std::memcpy(m_next, &value, sizeof(value));
         m_next += sizeof(value);
@@ -104,42 +89,32 @@ private:
     unsigned char* m_next;
 };
 
-class MethodCounter : public testing::EmptyTestEventListener
-{
+class MethodCounter : public testing::EmptyTestEventListener {
 public:
     explicit MethodCounter(std::string file) : m_file(std::move(file)) {}
 
 private:
-    void OnTestProgramStart(const testing::UnitTest&) override
-    {
+    void OnTestProgramStart(const testing::UnitTest&) override {
         const XObjectWorld world(XStage::Client);
         Code code(1 << 18);
         g_leave = code.Return();
         std::set<void**> known; // two kinds may be of one class
-        for (const char* const kind : XObjectWorld::Kinds())
-        {
-            for (const XFace& face : LXFacesOf(*world.Object(kind).Get()))
-            {
+        for (const char* const kind : XObjectWorld::Kinds()) {
+            for (const XFace& face : LXFacesOf(*world.Object(kind).Get())) {
                 void** const table = *static_cast<void***>(face.face);
-                if (known.insert(table).second)
-                {
-                    Replace(kind, *face.interface_, table + 3, code);
-                }
+                if (known.insert(table).second) { Replace(kind, *face.interface_, table + 3, code); }
             }
         }
     }
 
-    void Replace(const char* kind, const XInterface& interface_, void** methods, Code& code)
-    {
+    void Replace(const char* kind, const XInterface& interface_, void** methods, Code& code) {
         const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
         const auto start = reinterpret_cast<std::uintptr_t>(methods) / page * page;
         const auto end = reinterpret_cast<std::uintptr_t>(methods + interface_.methods.size());
-        if (mprotect(reinterpret_cast<void*>(start), end - start, PROT_READ | PROT_WRITE) != 0)
-        {
+        if (mprotect(reinterpret_cast<void*>(start), end - start, PROT_READ | PROT_WRITE) != 0) {
             throw std::runtime_error("a table of methods cannot be written");
         }
-        for (const XMethod& method : interface_.methods)
-        {
+        for (const XMethod& method : interface_.methods) {
             m_slots.push_back(std::make_unique<Slot>());
             Slot& slot = *m_slots.back();
             slot.kind = kind;
@@ -150,43 +125,32 @@ private:
         }
     }
 
-    void OnTestStart(const testing::TestInfo&) override
-    {
-        for (const auto& slot : m_slots)
-        {
+    void OnTestStart(const testing::TestInfo&) override {
+        for (const auto& slot : m_slots) {
             slot->calls.store(0);
         }
     }
 
-    void OnTestEnd(const testing::TestInfo& info) override
-    {
+    void OnTestEnd(const testing::TestInfo& info) override {
         std::string suite = info.test_suite_name();
         std::string test = info.name();
         suite = suite.substr(suite.find('/') + 1); // of a table of cases the test itself
         const std::string name = suite + "." + test.substr(0, test.find('/'));
-        for (const auto& slot : m_slots)
-        {
+        for (const auto& slot : m_slots) {
             auto& tests = slot->tests;
             if (slot->calls.load() != 0 && tests.size() < NamesKept &&
-                std::count(tests.begin(), tests.end(), name) == 0)
-            {
+                std::count(tests.begin(), tests.end(), name) == 0) {
                 tests.push_back(name);
             }
         }
     }
 
-    void OnTestProgramEnd(const testing::UnitTest&) override
-    {
+    void OnTestProgramEnd(const testing::UnitTest&) override {
         std::FILE* const file = std::fopen(m_file.c_str(), "w");
-        if (file == nullptr)
-        {
-            throw std::runtime_error("cannot write " + m_file);
-        }
-        for (const auto& slot : m_slots)
-        {
+        if (file == nullptr) { throw std::runtime_error("cannot write " + m_file); }
+        for (const auto& slot : m_slots) {
             std::fprintf(file, "%s\t%s\t%s", slot->kind.c_str(), slot->interface_, slot->method);
-            for (const std::string& test : slot->tests)
-            {
+            for (const std::string& test : slot->tests) {
                 std::fprintf(file, "\t%s", test.c_str());
             }
             std::fputc('\n', file);
@@ -200,10 +164,7 @@ private:
 
 const bool g_listening = [] {
     const char* const file = std::getenv("LX_METHOD_TESTS");
-    if (file != nullptr)
-    {
-        testing::UnitTest::GetInstance()->listeners().Append(new MethodCounter(file));
-    }
+    if (file != nullptr) { testing::UnitTest::GetInstance()->listeners().Append(new MethodCounter(file)); }
     return file != nullptr;
 }();
 } // namespace

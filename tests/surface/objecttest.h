@@ -6,12 +6,10 @@
 
 #include "objectworld.h"
 
-class ObjectTest : public testing::Test
-{
+class ObjectTest : public testing::Test {
 protected:
     template <class I>
-    XLXComPtr<I> Of(const char* kind) const
-    {
+    XLXComPtr<I> Of(const char* kind) const {
         return m_world.Object(kind).As<I>();
     }
     unsigned long long CallsOf(const std::string& method) const { return m_world.Server().Calls().Of(method); }

@@ -10,10 +10,8 @@
 
 #include <stdexcept>
 
-namespace
-{
-XServerModel WorldModel()
-{
+namespace {
+XServerModel WorldModel() {
     XServerModel model;
     model.AddType("Node").AddAttribute("Name", 1);
     XModelType& area = model.AddType("Area", "Node");
@@ -51,11 +49,9 @@ constexpr const char* Independent[] = {"class factory", "manager", "transient PC
 
 /// The first element of an enumerator.
 template <class Element, class Enumerator>
-XLXComPtr<Element> First(const XLXComPtr<Enumerator>& all)
-{
+XLXComPtr<Element> First(const XLXComPtr<Enumerator>& all) {
     XLXComPtr<Element> element;
-    if (all)
-    {
+    if (all) {
         all->Reset();
         all->GetSingleNext(element.Put());
     }
@@ -64,8 +60,7 @@ XLXComPtr<Element> First(const XLXComPtr<Enumerator>& all)
 
 /// What a call hands out.
 template <class I, class F>
-XLXComPtr<I> Got(F&& get)
-{
+XLXComPtr<I> Got(F&& get) {
     XLXComPtr<I> object;
     get(object.Put());
     return object;
@@ -73,42 +68,30 @@ XLXComPtr<I> Got(F&& get)
 } // namespace
 
 XObjectWorld::XObjectWorld(XStage stage)
-    : m_server(XSampleServer::Create(WorldModel())), m_cache(new XLXConfigFactoryCacheManager)
-{
+    : m_server(XSampleServer::Create(WorldModel())), m_cache(new XLXConfigFactoryCacheManager) {
     Add("class factory", LXAttach(LXComClassFactory::XFactoryNoPing<XLXConfigFactoryCacheManager>::Create()));
     Add("manager", m_cache);
     const auto info = std::make_shared<XLXTransientPCInfo>(OLESTR("Tree"), true);
     Add("transient PC info", XLXComPtr<ILXPCInfo>(info.get()));
     m_uncounted = info;
     Add("transient attribute", XLXComPtr<ILXAttribute>(new XLXTransientAttribute(OLESTR("N"))));
-    if (stage != XStage::Created)
-    {
+    if (stage != XStage::Created) {
         Initialize(stage);
         MakeObjects();
         MakeRelationObjects();
         MakeEnumerators();
-        if (stage == XStage::Terminated || stage == XStage::ServerTerminated)
-        {
-            m_cache.As<IDPFObject>()->Terminate();
-        }
+        if (stage == XStage::Terminated || stage == XStage::ServerTerminated) { m_cache.As<IDPFObject>()->Terminate(); }
     }
 }
 
-XObjectWorld::~XObjectWorld()
-{
-    m_cache.As<IDPFObject>()->Terminate();
-}
+XObjectWorld::~XObjectWorld() { m_cache.As<IDPFObject>()->Terminate(); }
 
-void XObjectWorld::Initialize(XStage stage)
-{
+void XObjectWorld::Initialize(XStage stage) {
     HRESULT result = E_FAIL;
-    if (stage == XStage::Server || stage == XStage::ServerTerminated)
-    {
+    if (stage == XStage::Server || stage == XStage::ServerTerminated) {
         result =
             m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(), m_server->DataUpdate().Get());
-    }
-    else
-    {
+    } else {
         XLXComVariant values[] = {XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()),
                                   XLXComVariant::FromUnknown(m_server->Query().Get()),
                                   XLXComVariant::FromUnknown(m_server->DataUpdate().Get()),
@@ -117,24 +100,16 @@ void XObjectWorld::Initialize(XStage stage)
                                   XLXComVariant::FromI4(15)};
         result = m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get());
     }
-    if (result != S_OK)
-    {
-        throw std::runtime_error("the cache cannot be initialised");
-    }
+    if (result != S_OK) { throw std::runtime_error("the cache cannot be initialised"); }
 }
 
 template <class I>
-void XObjectWorld::Add(const char* kind, const XLXComPtr<I>& object)
-{
-    if (!object)
-    {
-        throw std::runtime_error(std::string("there is no ") + kind);
-    }
+void XObjectWorld::Add(const char* kind, const XLXComPtr<I>& object) {
+    if (!object) { throw std::runtime_error(std::string("there is no ") + kind); }
     m_objects.emplace_back(kind, object.template As<IUnknown>());
 }
 
-void XObjectWorld::MakeObjects()
-{
+void XObjectWorld::MakeObjects() {
     const auto type =
         Got<ILXType>([&](auto out) { m_cache->GetCachedType(m_server->DataObject("Area").Get(), nullptr, out); });
     Add("type", type);
@@ -155,8 +130,7 @@ void XObjectWorld::MakeObjects()
     Add("browser id", First<ILXBrowserId>(Got<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); })));
 }
 
-void XObjectWorld::MakeRelationObjects()
-{
+void XObjectWorld::MakeRelationObjects() {
     const XLXComBSTR area(OLESTR("Area"));
     const XLXComBSTR nodes(OLESTR("nodes"));
     const XLXComBSTR plan(OLESTR("Plan"));
@@ -174,8 +148,7 @@ void XObjectWorld::MakeRelationObjects()
         First<ILXPCInfo>(Got<ILXPCInfoEnum>([&](auto out) { transient->GetPCInfoEnum(out); })));
 }
 
-void XObjectWorld::MakeEnumerators()
-{
+void XObjectWorld::MakeEnumerators() {
     const auto factory = m_cache.As<ILXConfigFactory>();
     const auto type = Of<ILXType>("type");
     Add("enumerator of types", Got<ILXTypeEnum>([&](auto out) { factory->GetTypeEnum(nullptr, out); }));
@@ -195,8 +168,7 @@ void XObjectWorld::MakeEnumerators()
         Got<ILXGlobalAttributeFormatSpecEnum>([&](auto out) { factory->GetAllGlobalAttributeFormatSpecs(out); }));
 }
 
-const std::vector<const char*>& XObjectWorld::Kinds()
-{
+const std::vector<const char*>& XObjectWorld::Kinds() {
     static const std::vector<const char*> kinds = {"class factory",
                                                    "manager",
                                                    "type",
@@ -228,50 +200,31 @@ const std::vector<const char*>& XObjectWorld::Kinds()
     return kinds;
 }
 
-bool XObjectWorld::NeedsManager(const std::string& kind)
-{
-    for (const char* const independent : Independent)
-    {
-        if (kind == independent)
-        {
-            return false;
-        }
+bool XObjectWorld::NeedsManager(const std::string& kind) {
+    for (const char* const independent : Independent) {
+        if (kind == independent) { return false; }
     }
     return true;
 }
 
-XLXComPtr<IUnknown> XObjectWorld::Object(const std::string& kind) const
-{
-    for (const auto& [name, object] : m_objects)
-    {
-        if (name == kind)
-        {
-            return object;
-        }
+XLXComPtr<IUnknown> XObjectWorld::Object(const std::string& kind) const {
+    for (const auto& [name, object] : m_objects) {
+        if (name == kind) { return object; }
     }
     return nullptr;
 }
 
-XLXComPtr<IUnknown> XObjectWorld::Provider(REFIID iid) const
-{
+XLXComPtr<IUnknown> XObjectWorld::Provider(REFIID iid) const {
     const XLXComPtr<IUnknown> services[] = {m_server->DataObject("Area").As<IUnknown>(),
                                             m_server->ConfigFactory().As<IUnknown>(), m_server->Query().As<IUnknown>(),
                                             m_server->DataUpdate().As<IUnknown>()};
     XLXComPtr<IUnknown> face;
-    for (const auto& service : services)
-    {
-        if (SUCCEEDED(service->QueryInterface(iid, face.PutVoid())))
-        {
-            return face;
-        }
+    for (const auto& service : services) {
+        if (SUCCEEDED(service->QueryInterface(iid, face.PutVoid()))) { return face; }
         (void)face.Detach();
     }
-    for (const auto& [name, object] : m_objects)
-    {
-        if (SUCCEEDED(object->QueryInterface(iid, face.PutVoid())))
-        {
-            return face;
-        }
+    for (const auto& [name, object] : m_objects) {
+        if (SUCCEEDED(object->QueryInterface(iid, face.PutVoid()))) { return face; }
         (void)face.Detach();
     }
     return nullptr;

@@ -9,8 +9,7 @@
 
 #include <memory>
 
-enum class XStage
-{
+enum class XStage {
     Created,
     Client,     ///< initialised as an application does it
     Server,     ///< initialised inside the server's process
@@ -18,8 +17,7 @@ enum class XStage
     ServerTerminated
 };
 
-class XObjectWorld
-{
+class XObjectWorld {
 public:
     explicit XObjectWorld(XStage stage);
     ~XObjectWorld();
@@ -46,8 +44,7 @@ private:
     template <class I>
     void Add(const char* kind, const XLXComPtr<I>& object);
     template <class I>
-    XLXComPtr<I> Of(const char* kind) const
-    {
+    XLXComPtr<I> Of(const char* kind) const {
         return Object(kind).As<I>();
     }
 

@@ -4,29 +4,18 @@
 #include <stdexcept>
 #include <utility>
 
-namespace
-{
+namespace {
 template <class T>
-constexpr XKind KindOf()
-{
-    if constexpr (std::is_integral_v<T> || std::is_enum_v<T>)
-    {
+constexpr XKind KindOf() {
+    if constexpr (std::is_integral_v<T> || std::is_enum_v<T>) {
         return XKind::Number;
-    }
-    else if constexpr (std::is_same_v<T, BSTR>)
-    {
+    } else if constexpr (std::is_same_v<T, BSTR>) {
         return XKind::Text;
-    }
-    else if constexpr (std::is_same_v<T, VARIANT>)
-    {
+    } else if constexpr (std::is_same_v<T, VARIANT>) {
         return XKind::Variant;
-    }
-    else if constexpr (std::is_same_v<std::remove_cvref_t<T>, IID>)
-    {
+    } else if constexpr (std::is_same_v<std::remove_cvref_t<T>, IID>) {
         return XKind::Id;
-    }
-    else
-    {
+    } else {
         using Target = std::remove_pointer_t<T>;
         return std::is_same_v<Target, SAFEARRAY>         ? XKind::Array
                : std::is_same_v<Target, SAFEARRAY*>      ? XKind::Arrays
@@ -45,14 +34,10 @@ constexpr XKind KindOf()
 }
 
 template <class T>
-void Describe(XParameter& parameter)
-{
+void Describe(XParameter& parameter) {
     parameter.kind = KindOf<T>();
     parameter.isSigned = std::is_signed_v<T>;
-    if constexpr (KindOf<T>() == XKind::Object)
-    {
-        parameter.iid = &LXIid<std::remove_pointer_t<T>>();
-    }
+    if constexpr (KindOf<T>() == XKind::Object) { parameter.iid = &LXIid<std::remove_pointer_t<T>>(); }
 }
 
 /// How a method is called through its interface.
@@ -60,60 +45,46 @@ template <auto method, class Signature = decltype(method)>
 struct Caller;
 
 template <auto method, class C, class... T>
-struct Caller<method, HRESULT (STDMETHODCALLTYPE C::*)(T...)>
-{
-    static HRESULT Call(void* face, const XArgument* arguments)
-    {
+struct Caller<method, HRESULT (STDMETHODCALLTYPE C::*)(T...)> {
+    static HRESULT Call(void* face, const XArgument* arguments) {
         return Call(face, arguments, std::index_sequence_for<T...>());
     }
     template <std::size_t... i>
-    static HRESULT Call(void* face, [[maybe_unused]] const XArgument* arguments, std::index_sequence<i...>)
-    {
+    static HRESULT Call(void* face, [[maybe_unused]] const XArgument* arguments, std::index_sequence<i...>) {
         return (static_cast<C*>(face)->*method)(arguments[i].template To<T>()...);
     }
-    static void DescribeAll(std::vector<XParameter>& parameters)
-    {
-        if (parameters.size() != sizeof...(T))
-        {
-            throw std::logic_error("the definitions and the header disagree");
-        }
+    static void DescribeAll(std::vector<XParameter>& parameters) {
+        if (parameters.size() != sizeof...(T)) { throw std::logic_error("the definitions and the header disagree"); }
         [[maybe_unused]] auto parameter = parameters.begin();
         (Describe<T>(*parameter++), ...);
     }
 };
 
 template <auto method>
-XMethod Method(const char* name, std::vector<XParameter> parameters)
-{
+XMethod Method(const char* name, std::vector<XParameter> parameters) {
     Caller<method>::DescribeAll(parameters);
     return {name, std::move(parameters), &Caller<method>::Call};
 }
 
-struct Declared
-{
+struct Declared {
     XInterface made;
     const char* base;
 };
 
 template <class I>
-Declared Interface(const char* name, const char* base, std::vector<XMethod> methods)
-{
+Declared Interface(const char* name, const char* base, std::vector<XMethod> methods) {
     return {{name, &LXIid<I>(), std::move(methods)}, base};
 }
 
-std::vector<XInterface> MakeSurface()
-{
+std::vector<XInterface> MakeSurface() {
     const std::vector<Declared> all = {
 #include "surfacetable.inc"
     };
     std::vector<XInterface> surface;
-    for (const Declared& declared : all)
-    {
+    for (const Declared& declared : all) {
         surface.push_back(declared.made);
-        for (const XInterface& base : surface)
-        {
-            if (std::string(base.name) == declared.base)
-            {
+        for (const XInterface& base : surface) {
+            if (std::string(base.name) == declared.base) {
                 auto& methods = surface.back().methods;
                 const auto inherited = base.methods; // bases are declared first
                 methods.insert(methods.begin(), inherited.begin(), inherited.end());
@@ -125,38 +96,24 @@ std::vector<XInterface> MakeSurface()
 }
 } // namespace
 
-const std::vector<XInterface>& LXSurface()
-{
+const std::vector<XInterface>& LXSurface() {
     static const std::vector<XInterface> surface = MakeSurface();
     return surface;
 }
 
-std::vector<XFace> LXFacesOf(IUnknown& object)
-{
+std::vector<XFace> LXFacesOf(IUnknown& object) {
     std::vector<XFace> faces;
-    for (const XInterface& candidate : LXSurface())
-    {
+    for (const XInterface& candidate : LXSurface()) {
         XLXComPtr<IUnknown> face;
-        if (FAILED(object.QueryInterface(*candidate.iid, face.PutVoid())))
-        {
-            continue;
-        }
+        if (FAILED(object.QueryInterface(*candidate.iid, face.PutVoid()))) { continue; }
         bool isKnown = false;
-        for (XFace& known : faces)
-        {
-            if (known.face == face.Get())
-            {
+        for (XFace& known : faces) {
+            if (known.face == face.Get()) {
                 isKnown = true;
-                if (candidate.methods.size() > known.interface_->methods.size())
-                {
-                    known.interface_ = &candidate;
-                }
+                if (candidate.methods.size() > known.interface_->methods.size()) { known.interface_ = &candidate; }
             }
         }
-        if (!isKnown)
-        {
-            faces.push_back({&candidate, face.Get()});
-        }
+        if (!isKnown) { faces.push_back({&candidate, face.Get()}); }
     }
     return faces;
 }

@@ -12,16 +12,10 @@
 #include <type_traits>
 #include <vector>
 
-enum class XRole
-{
-    In,
-    Out,
-    InOut
-};
+enum class XRole { In, Out, InOut };
 
 /// What a parameter takes. An array of a given size is of the kind of its element's pointer.
-enum class XKind
-{
+enum class XKind {
     Number,    ///< an integer or an enumeration
     Text,      ///< BSTR
     Variant,   ///< VARIANT by value
@@ -41,8 +35,7 @@ enum class XKind
     Other
 };
 
-struct XParameter
-{
+struct XParameter {
     const char* name;
     XRole role;
     int count; ///< index of the parameter that says how many elements there are, -1 for a single one
@@ -52,52 +45,40 @@ struct XParameter
 
     bool IsPointer() const { return kind != XKind::Number && kind != XKind::Variant && kind != XKind::Id; }
     /// Whether what it points to is owned by the caller afterwards, and is null when there is nothing.
-    bool HandsOver() const
-    {
+    bool HandsOver() const {
         return role == XRole::Out &&
                (kind == XKind::Objects || kind == XKind::Arrays || kind == XKind::TextLists || kind == XKind::Texts);
     }
 };
 
 /// One argument of a call.
-struct XArgument
-{
+struct XArgument {
     void* pointer = nullptr;
     long long number = 0;
     VARIANT variant = {};
 
     template <class T>
-    T To() const
-    {
+    T To() const {
         using Plain = std::remove_cvref_t<T>;
-        if constexpr (std::is_same_v<Plain, VARIANT>)
-        {
+        if constexpr (std::is_same_v<Plain, VARIANT>) {
             return variant;
-        }
-        else if constexpr (std::is_reference_v<T>)
-        {
+        } else if constexpr (std::is_reference_v<T>) {
             return *static_cast<const Plain*>(pointer);
-        }
-        else if constexpr (std::is_pointer_v<T>)
-        {
+        } else if constexpr (std::is_pointer_v<T>) {
             return static_cast<T>(pointer);
-        }
-        else
-        {
+        } else {
             return static_cast<T>(number);
         }
     }
 };
 
-struct XMethod
-{
+struct XMethod {
     const char* name;
     std::vector<XParameter> parameters;
     HRESULT (*call)(void* face, const XArgument* arguments);
 };
 
-struct XInterface
-{
+struct XInterface {
     const char* name;
     const IID* iid;
     std::vector<XMethod> methods; ///< from slot 3 on, those of its bases first
@@ -107,8 +88,7 @@ struct XInterface
 const std::vector<XInterface>& LXSurface();
 
 /// The interfaces that an object answers. One whose methods another one of them starts with is left out.
-struct XFace
-{
+struct XFace {
     const XInterface* interface_;
     void* face; ///< not counted: for as long as the object is held
 };

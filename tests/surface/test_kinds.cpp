@@ -5,13 +5,10 @@
 
 #include "XModuleCount.h"
 
-namespace
-{
-class Kinds : public ObjectTest
-{};
+namespace {
+class Kinds : public ObjectTest {};
 
-TEST_F(Kinds, GroupsAndSpecsCreateAndDeleteTheirFormats)
-{
+TEST_F(Kinds, GroupsAndSpecsCreateAndDeleteTheirFormats) {
     XLXComPtr<ILXFormat> created;
     XLXComPtr<ILXFormat> found;
     const auto group = Of<ILXGroup>("group");
@@ -28,8 +25,7 @@ TEST_F(Kinds, GroupsAndSpecsCreateAndDeleteTheirFormats)
     EXPECT_EQ(spec->GetFormat(7, found.Put()), S_FALSE);
 }
 
-TEST_F(Kinds, AttributeTypesAreAddedAndRemovedOnTheServerAlone)
-{
+TEST_F(Kinds, AttributeTypesAreAddedAndRemovedOnTheServerAlone) {
     const auto attribute = Of<ILXAttribute>("attribute");
     const auto listed = [&] {
         XLXComPtr<ILXAttributeTypeEnum> types;
@@ -47,8 +43,7 @@ TEST_F(Kinds, AttributeTypesAreAddedAndRemovedOnTheServerAlone)
     EXPECT_EQ(attribute->RemoveAttributeType(added.Get(), &removed), E_INVALIDARG); // the server's answer
 }
 
-TEST_F(Kinds, RelationsWithoutAServerObjectAnswerPCInfos)
-{
+TEST_F(Kinds, RelationsWithoutAServerObjectAnswerPCInfos) {
     const XLXComBSTR browser(OLESTR("tree"));
     XLXComPtr<ILXPCInfoEnum> infos;
     XLXComPtr<ILXPCInfo> info;
@@ -62,8 +57,7 @@ TEST_F(Kinds, RelationsWithoutAServerObjectAnswerPCInfos)
     EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser), both);
 }
 
-TEST_F(Kinds, ATypesFaceForItsManagerLinksItsBase)
-{
+TEST_F(Kinds, ATypesFaceForItsManagerLinksItsBase) {
     const auto face = Of<ILXTypeCache>("type");
     XLXComPtr<ILXType> server;
     ASSERT_EQ(face->GetServerType(server.Put()), S_OK);
@@ -79,8 +73,7 @@ TEST_F(Kinds, ATypesFaceForItsManagerLinksItsBase)
     EXPECT_EQ(baseFace->SetBaseType(face.Get()), S_OK); // the way round is free now
 }
 
-TEST_F(Kinds, AManagerForwardsAndKeepsWhatItIsTold)
-{
+TEST_F(Kinds, AManagerForwardsAndKeepsWhatItIsTold) {
     XLXComBSTR version;
     XLXComBSTR expected;
     const auto factory = Of<ILXConfigFactory>("manager");
@@ -106,8 +99,7 @@ TEST_F(Kinds, AManagerForwardsAndKeepsWhatItIsTold)
     EXPECT_TRUE(m_world.Server().Clients().empty());
 }
 
-TEST_F(Kinds, AManagerKeepsTheHostsTwoObjectsAndNoOther)
-{
+TEST_F(Kinds, AManagerKeepsTheHostsTwoObjectsAndNoOther) {
     const auto manager = Of<IDPFObject>("manager");
     const auto entry = Of<ILXServerEntryPoint>("manager");
     const auto objects = [this] { return m_world.Server().LiveObjects().objects; };
@@ -130,8 +122,7 @@ TEST_F(Kinds, AManagerKeepsTheHostsTwoObjectsAndNoOther)
     EXPECT_EQ(flags[1], 1);
 }
 
-TEST_F(Kinds, TheClassFactoryMakesManagersAndLocksTheModule)
-{
+TEST_F(Kinds, TheClassFactoryMakesManagersAndLocksTheModule) {
     const auto factory = Of<IClassFactory>("class factory");
     XLXComPtr<ILXConfigFactoryCache> made;
     EXPECT_EQ(factory->CreateInstance(nullptr, LXIid<ILXConfigFactoryCache>(), made.PutVoid()), S_OK);

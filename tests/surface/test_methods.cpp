@@ -10,18 +10,13 @@
 #include <set>
 #include <sstream>
 
-namespace
-{
-class Methods : public ObjectTest
-{
+namespace {
+class Methods : public ObjectTest {
 protected:
     /// What a kind of object has of a configuration object, which it answers as a part of its own interface.
-    ILXConfigObject* ConfigObject(const char* kind) const
-    {
-        for (const XFace& face : LXFacesOf(*m_world.Object(kind).Get()))
-        {
-            if (std::string(face.interface_->methods.front().name) == "Get")
-            {
+    ILXConfigObject* ConfigObject(const char* kind) const {
+        for (const XFace& face : LXFacesOf(*m_world.Object(kind).Get())) {
+            if (std::string(face.interface_->methods.front().name) == "Get") {
                 return static_cast<ILXConfigObject*>(face.face);
             }
         }
@@ -32,8 +27,7 @@ protected:
     void ExpectWalk(const char* kind);
 };
 
-struct NotOffered
-{
+struct NotOffered {
     const char* kind;
     const char* interface_;
     const char* methods;
@@ -71,22 +65,15 @@ constexpr NotOffered Refused[] = {
      LX_BULK_ACCESS "AddAttributeType RemoveAttributeType GetAttributeTypeEnum CreateFormat GetFormat DeleteFormat"},
 };
 
-void Methods::ExpectNotOffered(const char* kind, const std::string& interface_, const std::set<std::string>& methods)
-{
+void Methods::ExpectNotOffered(const char* kind, const std::string& interface_, const std::set<std::string>& methods) {
     std::size_t called = 0;
-    for (const XFace& face : LXFacesOf(*m_world.Object(kind).Get()))
-    {
-        for (const XMethod& method : face.interface_->methods)
-        {
-            if (face.interface_->name != interface_ || methods.count(method.name) == 0)
-            {
-                continue;
-            }
+    for (const XFace& face : LXFacesOf(*m_world.Object(kind).Get())) {
+        for (const XMethod& method : face.interface_->methods) {
+            if (face.interface_->name != interface_ || methods.count(method.name) == 0) { continue; }
             SCOPED_TRACE(method.name);
             XCall call(m_world, method);
             EXPECT_EQ(call.Run(face.face), E_NOTIMPL);
-            for (std::size_t i = 0; i < method.parameters.size(); ++i)
-            {
+            for (std::size_t i = 0; i < method.parameters.size(); ++i) {
                 EXPECT_TRUE(!method.parameters[i].HandsOver() || call.What(i) == XCall::Left::Null);
             }
             ++called;
@@ -96,11 +83,9 @@ void Methods::ExpectNotOffered(const char* kind, const std::string& interface_, 
     EXPECT_FALSE(LXErrorInformation::Take().present);
 }
 
-TEST_F(Methods, WhatIsNotOfferedIsRefusedWithABareCode)
-{
+TEST_F(Methods, WhatIsNotOfferedIsRefusedWithABareCode) {
     SetErrorInfo(0, nullptr);
-    for (const NotOffered& row : Refused)
-    {
+    for (const NotOffered& row : Refused) {
         SCOPED_TRACE(row.kind);
         std::istringstream words(row.methods);
         ExpectNotOffered(row.kind, row.interface_,
@@ -109,8 +94,7 @@ TEST_F(Methods, WhatIsNotOfferedIsRefusedWithABareCode)
 }
 
 /// A property that a kind of object has, by index and by name; null text: any.
-struct Property
-{
+struct Property {
     const char* kind;
     int index;
     const OLECHAR* name;
@@ -136,10 +120,8 @@ const Property Properties[] = {
     {"transient attribute", 0, OLESTR("LXCFG_attributename"), OLESTR("N")},
 };
 
-TEST_F(Methods, AValueIsTheSameByIndexAndByName)
-{
-    for (const Property& row : Properties)
-    {
+TEST_F(Methods, AValueIsTheSameByIndexAndByName) {
+    for (const Property& row : Properties) {
         SCOPED_TRACE(row.kind);
         ILXConfigObject* const object = ConfigObject(row.kind);
         const XLXComBSTR name(row.name);
@@ -174,12 +156,10 @@ constexpr const char* Notified[][2] = {{"type", "ILXType"},
                                        {"browser id", "ILXBrowserId"},
                                        {"PC info", "ILXPCInfo"}};
 
-TEST_F(Methods, EveryCachedObjectIsACallback)
-{
+TEST_F(Methods, EveryCachedObjectIsACallback) {
     const XLXComBSTR id(OLESTR("objects/x/0/1"));
     const XLXComBSTR dataType(OLESTR("cfc_specific"));
-    for (const auto& [kind, interface_] : Notified)
-    {
+    for (const auto& [kind, interface_] : Notified) {
         SCOPED_TRACE(kind);
         const auto callback = Of<ILXCallbackUpdate>(kind);
         ASSERT_TRUE(callback);
@@ -198,15 +178,12 @@ TEST_F(Methods, EveryCachedObjectIsACallback)
     }
 }
 
-TEST_F(Methods, EveryCallbackSaysWhoTheClientIs)
-{
+TEST_F(Methods, EveryCallbackSaysWhoTheClientIs) {
     std::vector<const char*> kinds = {"manager"};
-    for (const auto& row : Notified)
-    {
+    for (const auto& row : Notified) {
         kinds.push_back(row[0]);
     }
-    for (const char* const kind : kinds)
-    {
+    for (const char* const kind : kinds) {
         SCOPED_TRACE(kind);
         tagLXClientInfo info = {};
         ASSERT_EQ(Of<ILXCallbackUpdate>(kind)->GetClientInfo(&info), S_OK);
@@ -224,8 +201,7 @@ TEST_F(Methods, EveryCallbackSaysWhoTheClientIs)
 }
 
 template <class Enumerator, class Element>
-void Methods::ExpectWalk(const char* kind)
-{
+void Methods::ExpectWalk(const char* kind) {
     SCOPED_TRACE(kind);
     const auto all = Of<Enumerator>(kind);
     ASSERT_TRUE(all);
@@ -252,8 +228,7 @@ void Methods::ExpectWalk(const char* kind)
     EXPECT_EQ(support->InterfaceSupportsErrorInfo(LXIid<Element>()), S_FALSE);
 }
 
-TEST_F(Methods, EveryEnumeratorWalksItsSnapshot)
-{
+TEST_F(Methods, EveryEnumeratorWalksItsSnapshot) {
     ExpectWalk<ILXTypeEnum, ILXType>("enumerator of types");
     ExpectWalk<ILXPageEnum, ILXPage>("enumerator of pages");
     ExpectWalk<ILXGroupEnum, ILXGroup>("enumerator of groups");

@@ -10,39 +10,30 @@
 #include <algorithm>
 #include <climits>
 
-namespace
-{
-bool ServerMode()
-{
+namespace {
+bool ServerMode() {
     const auto arguments = testing::internal::GetArgvs();
     return std::find(arguments.begin(), arguments.end(), "--server-mode") != arguments.end();
 }
 
 /// What a method may answer.
-bool IsSensible(HRESULT result)
-{
+bool IsSensible(HRESULT result) {
     constexpr HRESULT known[] = {
         S_OK,          S_FALSE,       E_POINTER,      E_INVALIDARG,        E_NOTIMPL,         E_FAIL,
         E_NOINTERFACE, E_OUTOFMEMORY, E_ACCESSDENIED, DISP_E_TYPEMISMATCH, DISP_E_BADVARTYPE, CLASS_E_NOAGGREGATION};
     return std::find(std::begin(known), std::end(known), result) != std::end(known);
 }
 
-struct Place
-{
+struct Place {
     const char* kind;
     int stage; ///< index into what the mode has
 };
 
-void PrintTo(const Place& place, std::ostream* os)
-{
-    *os << place.kind;
-}
+void PrintTo(const Place& place, std::ostream* os) { *os << place.kind; }
 
-class Surface : public testing::TestWithParam<Place>
-{
+class Surface : public testing::TestWithParam<Place> {
 protected:
-    static XStage Stage()
-    {
+    static XStage Stage() {
         constexpr XStage stages[2][3] = {{XStage::Created, XStage::Client, XStage::Terminated},
                                          {XStage::Created, XStage::Server, XStage::ServerTerminated}};
         return stages[ServerMode() ? 1 : 0][GetParam().stage];
@@ -58,19 +49,15 @@ protected:
     std::unique_ptr<XObjectWorld> m_world;
 };
 
-void Surface::Check(const char* what, XCall& call, void* face, const XParameter* nulled)
-{
+void Surface::Check(const char* what, XCall& call, void* face, const XParameter* nulled) {
     SCOPED_TRACE(std::string(call.Method().name) + ": " + what + (nulled != nullptr ? nulled->name : ""));
     XLXError::SetComAppError(E_FAIL, OLESTR("earlier"), LXHere("test_surface", nullptr, "Check"));
     const HRESULT result = call.Run(face);
     const LXErrorInformation error = LXErrorInformation::Take();
     EXPECT_TRUE(IsSensible(result)) << std::hex << result;
-    if (SUCCEEDED(result))
-    {
+    if (SUCCEEDED(result)) {
         EXPECT_EQ(error.description, OLESTR("earlier")); // a success leaves it alone
-    }
-    else
-    {
+    } else {
         EXPECT_TRUE(!error.present || !error.description.empty());
     }
     if (nulled != nullptr && nulled->role != XRole::In) // no method takes an out pointer as optional
@@ -80,13 +67,10 @@ void Surface::Check(const char* what, XCall& call, void* face, const XParameter*
     CheckHandedOver(call, result, nulled);
 }
 
-void Surface::CheckHandedOver(XCall& call, HRESULT result, const XParameter* nulled)
-{
-    for (std::size_t i = 0; i < call.Method().parameters.size(); ++i)
-    {
+void Surface::CheckHandedOver(XCall& call, HRESULT result, const XParameter* nulled) {
+    for (std::size_t i = 0; i < call.Method().parameters.size(); ++i) {
         const XParameter& parameter = call.Method().parameters[i];
-        if (!parameter.HandsOver() || parameter.count >= 0 || call[i].pointer == nullptr || &parameter == nulled)
-        {
+        if (!parameter.HandsOver() || parameter.count >= 0 || call[i].pointer == nullptr || &parameter == nulled) {
             continue;
         }
         const XCall::Left expected = result == S_OK ? XCall::Left::Something : XCall::Left::Null;
@@ -94,8 +78,7 @@ void Surface::CheckHandedOver(XCall& call, HRESULT result, const XParameter* nul
     }
 }
 
-void Surface::AbuseParameter(const XMethod& method, std::size_t parameter, void* face)
-{
+void Surface::AbuseParameter(const XMethod& method, std::size_t parameter, void* face) {
     const XParameter& what = method.parameters[parameter];
     const auto with = [&](const char* label, auto&& change) {
         XCall call(*m_world, method);
@@ -105,62 +88,45 @@ void Surface::AbuseParameter(const XMethod& method, std::size_t parameter, void*
     const bool isCount = std::any_of(method.parameters.begin(), method.parameters.end(), [&](const XParameter& other) {
         return other.count == static_cast<int>(parameter);
     });
-    if (what.IsPointer())
-    {
+    if (what.IsPointer()) {
         XCall call(*m_world, method);
         call[parameter].pointer = nullptr;
         Check("null ", call, face, &what);
     }
-    for (std::size_t i = 0; what.role == XRole::In && what.count >= 0 && i < 6; ++i)
-    {
-        for (const int type : {+VT_EMPTY, +VT_BSTR, +VT_UNKNOWN, +VT_DISPATCH, 0x777})
-        {
+    for (std::size_t i = 0; what.role == XRole::In && what.count >= 0 && i < 6; ++i) {
+        for (const int type : {+VT_EMPTY, +VT_BSTR, +VT_UNKNOWN, +VT_DISPATCH, 0x777}) {
             with("null element", [&](XCall& call) { call.SpoilElement(parameter, i, static_cast<VARTYPE>(type)); });
         }
     }
-    if (what.kind == XKind::Number)
-    {
-        for (const int odd : {0, -1, INT_MIN, INT_MAX})
-        {
+    if (what.kind == XKind::Number) {
+        for (const int odd : {0, -1, INT_MIN, INT_MAX}) {
             // A count beyond the array is not the callee's to notice.
-            if (!isCount || odd == 0 || (what.isSigned && odd < 0))
-            {
+            if (!isCount || odd == 0 || (what.isSigned && odd < 0)) {
                 with(std::to_string(odd).c_str(), [&](XCall& call) { call[parameter].number = odd; });
             }
         }
-    }
-    else if (what.kind == XKind::Text)
-    {
+    } else if (what.kind == XKind::Text) {
         const OLECHAR zeros[] = {'A', 0, 'B', 0xD800, 0};
         for (const XLXText& odd : {XLXText(), XLXText(100000, OLECHAR('x')), XLXText(OLESTR("////")), XLXText(zeros, 5),
-                                   XLXText(OLESTR("objects/x/0/-99999999999999999999"))})
-        {
+                                   XLXText(OLESTR("objects/x/0/-99999999999999999999"))}) {
             with("odd text", [&](XCall& call) { call.SetText(parameter, odd); });
         }
-    }
-    else if (what.kind == XKind::Variant)
-    {
-        for (const int type : {+VT_EMPTY, +VT_NULL, +VT_BSTR, +VT_UNKNOWN, +VT_ERROR, 0x777, VT_ARRAY | VT_VARIANT})
-        {
+    } else if (what.kind == XKind::Variant) {
+        for (const int type : {+VT_EMPTY, +VT_NULL, +VT_BSTR, +VT_UNKNOWN, +VT_ERROR, 0x777, VT_ARRAY | VT_VARIANT}) {
             with("odd value", [&](XCall& call) { V_VT(&call[parameter].variant) = static_cast<VARTYPE>(type); });
         }
-    }
-    else if (what.kind == XKind::Id)
-    {
+    } else if (what.kind == XKind::Id) {
         with("unknown", [&](XCall& call) { call[parameter].pointer = const_cast<IID*>(&GUID_NULL); });
     }
 }
 
-void Surface::AbuseMethod(const XMethod& method, void* face)
-{
-    for (std::size_t i = 0; i < method.parameters.size(); ++i)
-    {
+void Surface::AbuseMethod(const XMethod& method, void* face) {
+    for (std::size_t i = 0; i < method.parameters.size(); ++i) {
         AbuseParameter(method, i, face);
     }
     {
         XCall call(*m_world, method);
-        for (std::size_t i = 0; i < method.parameters.size(); ++i)
-        {
+        for (std::size_t i = 0; i < method.parameters.size(); ++i) {
             call[i].pointer = method.parameters[i].kind == XKind::Id ? call[i].pointer : nullptr;
             call[i].number = 0;
         }
@@ -170,54 +136,44 @@ void Surface::AbuseMethod(const XMethod& method, void* face)
     Check("plain", plain, face);
 }
 
-void Surface::CheckNothingIsLocked()
-{
+void Surface::CheckNothingIsLocked() {
     const auto probe = [this] {
         XLXComPtr<ILXType> type;
         XLXComPtr<ILXAttributeEnum> attributes;
         XLXComPtr<ILXParentChildEnum> relations;
         ILXConfigFactoryCache& cache = m_world->Cache();
-        if (cache.GetCachedType(m_world->Server().DataObject("Area").Get(), nullptr, type.Put()) == S_OK)
-        {
+        if (cache.GetCachedType(m_world->Server().DataObject("Area").Get(), nullptr, type.Put()) == S_OK) {
             LXRead(type.Get(), 0);
             type->GetAttributeEnum(attributes.Put());
         }
         cache.GetPPRRelationsEnum(XLXComBSTR(OLESTR("Area")).Get(), nullptr, relations.Put());
         m_world->Server().SendNotification("objects/x/0/0");
     };
-    if (ServerMode())
-    {
+    if (ServerMode()) {
         probe();
-    }
-    else
-    {
+    } else {
         std::thread(probe).join(); // the watchdog ends it when it hangs
     }
 }
 
-TEST_P(Surface, HoldsAgainstAbuse)
-{
+TEST_P(Surface, HoldsAgainstAbuse) {
     const std::string kind = GetParam().kind;
     const long before = XModuleCount::Locks();
     m_world = std::make_unique<XObjectWorld>(Stage());
     std::size_t called = 0;
-    for (std::size_t face = 0; face < LXFacesOf(*m_world->Object(kind).Get()).size(); ++face)
-    {
+    for (std::size_t face = 0; face < LXFacesOf(*m_world->Object(kind).Get()).size(); ++face) {
         const XInterface& interface_ = *LXFacesOf(*m_world->Object(kind).Get())[face].interface_;
         SCOPED_TRACE(interface_.name);
-        for (const XMethod& method : interface_.methods)
-        {
+        for (const XMethod& method : interface_.methods) {
             if (Stage() == XStage::Created && !ServerMode() && kind == "manager" &&
-                std::string(method.name).rfind("Initialize", 0) == 0 && interface_.name != std::string("IDPFObject"))
-            {
+                std::string(method.name).rfind("Initialize", 0) == 0 && interface_.name != std::string("IDPFObject")) {
                 continue; // it would turn the locks of this program off
             }
             const auto object = m_world->Object(kind);
             AbuseMethod(method, LXFacesOf(*object.Get())[face].face);
             CheckNothingIsLocked();
             ++called;
-            if (kind == "manager" || called % 16 == 0)
-            {
+            if (kind == "manager" || called % 16 == 0) {
                 m_world.reset(); // what the calls changed ends here
                 m_world = std::make_unique<XObjectWorld>(Stage());
             }
@@ -239,21 +195,17 @@ TEST_P(Surface, HoldsAgainstAbuse)
     SetErrorInfo(0, nullptr);
 }
 
-std::vector<Place> Places()
-{
+std::vector<Place> Places() {
     std::vector<Place> places;
-    for (const char* const kind : XObjectWorld::Kinds())
-    {
-        for (int stage = XObjectWorld::NeedsManager(kind) ? 1 : 0; stage < 3; ++stage)
-        {
+    for (const char* const kind : XObjectWorld::Kinds()) {
+        for (int stage = XObjectWorld::NeedsManager(kind) ? 1 : 0; stage < 3; ++stage) {
             places.push_back({kind, stage});
         }
     }
     return places;
 }
 
-std::string NameOf(const testing::TestParamInfo<Place>& test)
-{
+std::string NameOf(const testing::TestParamInfo<Place>& test) {
     constexpr const char* stages[] = {"_Created", "_Initialised", "_Terminated"};
     std::string name = test.param.kind;
     std::replace(name.begin(), name.end(), ' ', '_');

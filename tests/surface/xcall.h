@@ -9,8 +9,7 @@
 
 #include <array>
 
-class XCall
-{
+class XCall {
 public:
     XCall(const XObjectWorld& world, const XMethod& method);
     XCall(const XCall&) = delete;
@@ -26,19 +25,13 @@ public:
     HRESULT Run(void* face);
 
     /// What a parameter that hands something over was left with: nothing, something, or what was in it before.
-    enum class Left
-    {
-        Null,
-        Something,
-        Untouched
-    };
+    enum class Left { Null, Something, Untouched };
     Left What(std::size_t parameter) const;
 
 private:
     static constexpr std::size_t Room = 64;
     /// What the pointers point to.
-    struct Target
-    {
+    struct Target {
         std::array<void*, Room> pointers{};
         std::array<VARIANT, Room> variants{};
         std::array<tagLXNamedValue, Room> named{};

@@ -7,24 +7,20 @@
 #include <mutex>
 #include <thread>
 
-namespace
-{
+namespace {
 constexpr std::size_t MostStepsShown = 200;
 
 /// What is handed to a thread. The C++ library's semaphores lose wake-ups where the system has no futex.
-class Turn
-{
+class Turn {
 public:
-    void Give()
-    {
+    void Give() {
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_isHere = true;
         }
         m_wake.notify_one();
     }
-    void Await()
-    {
+    void Await() {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_wake.wait(lock, [this] { return m_isHere; });
         m_isHere = false;
@@ -37,8 +33,7 @@ private:
 };
 } // namespace
 
-struct Explorer::Thread
-{
+struct Explorer::Thread {
     Schedules* schedules = nullptr;
     unsigned number = 0; // from 0
     std::function<void()> body;
@@ -60,8 +55,7 @@ struct Explorer::Thread
 thread_local Explorer::Thread* Explorer::Thread::t_self = nullptr;
 
 /// All schedules of one Run. Its state is touched by whoever has the turn, and by Run while nobody has it.
-class Explorer::Schedules
-{
+class Explorer::Schedules {
 public:
     Schedules(const Options& options, const std::vector<std::function<void()>>& bodies);
     Schedules(const Schedules&) = delete;
@@ -83,29 +77,22 @@ public:
 
     void AtStep(Thread& self, const char* what, const void* object, CanGo canGo);
     void Pause(Thread& self);
-    void Changed(Thread& self) noexcept
-    {
+    void Changed(Thread& self) noexcept {
         ++m_changes;
         ++self.changes;
     }
-    void Fail(std::string what)
-    {
-        if (m_failure.empty())
-        {
-            m_failure = std::move(what);
-        }
+    void Fail(std::string what) {
+        if (m_failure.empty()) { m_failure = std::move(what); }
     }
     const std::string& Failure() const noexcept { return m_failure; }
 
 private:
-    struct Decision
-    {
+    struct Decision {
         unsigned chosen; // of the candidates
         unsigned count;
         unsigned candidates[MostThreads];
     };
-    struct Taken
-    {
+    struct Taken {
         unsigned thread;
         const char* what;
         const void* object;
@@ -117,8 +104,7 @@ private:
     /// @param self  the thread that has the turn; null: none
     void HandOver(Thread* self, bool ofItsOwn);
     Thread* Choose(const Decision& among);
-    bool CanGo(const Thread& thread) const
-    {
+    bool CanGo(const Thread& thread) const {
         return !thread.isThrough && (!thread.canGo || thread.canGo(thread.object));
     }
     void Stick(std::string why);
@@ -141,61 +127,42 @@ private:
 };
 
 Explorer::Schedules::Schedules(const Options& options, const std::vector<std::function<void()>>& bodies)
-    : m_options(options)
-{
-    for (const auto& body : bodies)
-    {
+    : m_options(options) {
+    for (const auto& body : bodies) {
         auto& thread = m_threads.emplace_back(std::make_unique<Thread>());
         thread->schedules = this;
         thread->number = static_cast<unsigned>(m_threads.size() - 1);
         thread->body = body;
     }
-    for (const auto& thread : m_threads)
-    {
+    for (const auto& thread : m_threads) {
         thread->thread = std::thread([this, &self = *thread] { Live(self); });
     }
 }
 
-Explorer::Schedules::~Schedules()
-{
+Explorer::Schedules::~Schedules() {
     m_isEnding = true;
-    for (const auto& thread : m_threads)
-    {
+    for (const auto& thread : m_threads) {
         thread->turn.Give();
         thread->thread.join();
     }
 }
 
-void Explorer::Schedules::Abandon(std::unique_ptr<Schedules> schedules)
-{
+void Explorer::Schedules::Abandon(std::unique_ptr<Schedules> schedules) {
     static auto* const s_kept = new std::vector<Schedules*>();
-    for (const auto& thread : schedules->m_threads)
-    {
+    for (const auto& thread : schedules->m_threads) {
         thread->thread.detach();
     }
     s_kept->push_back(schedules.release());
 }
 
-void Explorer::Schedules::Live(Thread& self)
-{
+void Explorer::Schedules::Live(Thread& self) {
     Thread::t_self = &self;
-    for (;;)
-    {
+    for (;;) {
         self.turn.Await();
-        if (m_isEnding)
-        {
-            return;
-        }
-        try
-        {
+        if (m_isEnding) { return; }
+        try {
             self.body();
-        }
-        catch (const std::exception& error)
-        {
-            Fail(std::string("an exception: ") + error.what());
-        }
-        catch (...)
-        {
+        } catch (const std::exception& error) { Fail(std::string("an exception: ") + error.what()); } catch (...) {
             Fail("an exception");
         }
         self.isThrough = true;
@@ -203,14 +170,12 @@ void Explorer::Schedules::Live(Thread& self)
     }
 }
 
-void Explorer::Schedules::Reset() noexcept
-{
+void Explorer::Schedules::Reset() noexcept {
     m_depth = 0;
     m_preemptions = 0;
     m_changes = 0;
     m_steps.clear();
-    for (const auto& thread : m_threads)
-    {
+    for (const auto& thread : m_threads) {
         thread->hasStarted = false;
         thread->isThrough = false;
         thread->canGo = nullptr;
@@ -220,76 +185,50 @@ void Explorer::Schedules::Reset() noexcept
     }
 }
 
-bool Explorer::Schedules::RunOne()
-{
+bool Explorer::Schedules::RunOne() {
     Reset();
     HandOver(nullptr, true);
     m_over.Await();
     return !m_isStuck;
 }
 
-bool Explorer::Schedules::Advance()
-{
-    while (!m_path.empty() && ++m_path.back().chosen == m_path.back().count)
-    {
+bool Explorer::Schedules::Advance() {
+    while (!m_path.empty() && ++m_path.back().chosen == m_path.back().count) {
         m_path.pop_back();
     }
     return !m_path.empty();
 }
 
-void Explorer::Schedules::HandOver(Thread* self, bool ofItsOwn)
-{
+void Explorer::Schedules::HandOver(Thread* self, bool ofItsOwn) {
     Decision among{};
     const bool goesOn = self != nullptr && CanGo(*self);
-    if (goesOn)
-    {
-        among.candidates[among.count++] = self->number;
-    }
-    if (!goesOn || ofItsOwn || m_preemptions < m_options.preemptions)
-    {
-        for (const auto& thread : m_threads)
-        {
-            if (thread.get() != self && CanGo(*thread))
-            {
-                among.candidates[among.count++] = thread->number;
-            }
+    if (goesOn) { among.candidates[among.count++] = self->number; }
+    if (!goesOn || ofItsOwn || m_preemptions < m_options.preemptions) {
+        for (const auto& thread : m_threads) {
+            if (thread.get() != self && CanGo(*thread)) { among.candidates[among.count++] = thread->number; }
         }
     }
     Thread* const next = among.count > 1    ? Choose(among)
                          : among.count == 1 ? m_threads[among.candidates[0]].get()
                                             : nullptr;
-    if (next == self && self != nullptr)
-    {
-        return;
-    }
+    if (next == self && self != nullptr) { return; }
     m_preemptions += goesOn && !ofItsOwn;
     const bool waits = self != nullptr && !self->isThrough;
-    if (next != nullptr)
-    {
+    if (next != nullptr) {
         next->turn.Give();
-    }
-    else if (std::all_of(m_threads.begin(), m_threads.end(), [](const auto& thread) { return thread->isThrough; }))
-    {
+    } else if (std::all_of(m_threads.begin(), m_threads.end(), [](const auto& thread) { return thread->isThrough; })) {
         m_over.Give();
-    }
-    else
-    {
+    } else {
         Stick("deadlock: nobody can go on");
     }
-    if (waits)
-    {
-        self->turn.Await();
-    }
+    if (waits) { self->turn.Await(); }
 }
 
-Explorer::Thread* Explorer::Schedules::Choose(const Decision& among)
-{
+Explorer::Thread* Explorer::Schedules::Choose(const Decision& among) {
     const std::size_t depth = m_depth++;
-    if (depth == m_path.size())
-    {
+    if (depth == m_path.size()) {
         m_path.push_back(among);
-        if (depth < m_options.replay.size())
-        {
+        if (depth < m_options.replay.size()) {
             const unsigned wanted = static_cast<unsigned>(m_options.replay[depth] - '0');
             const auto found = std::find(among.candidates, among.candidates + among.count, wanted);
             m_path.back().chosen = static_cast<unsigned>(found - among.candidates) % among.count;
@@ -297,50 +236,41 @@ Explorer::Thread* Explorer::Schedules::Choose(const Decision& among)
     }
     Decision& decision = m_path[depth];
     if (!std::equal(among.candidates, among.candidates + among.count, decision.candidates,
-                    decision.candidates + decision.count))
-    {
+                    decision.candidates + decision.count)) {
         Fail("the case depends on something besides the order of its steps");
         decision = among;
     }
     return m_threads[decision.candidates[decision.chosen]].get();
 }
 
-void Explorer::Schedules::Stick(std::string why)
-{
+void Explorer::Schedules::Stick(std::string why) {
     Fail(std::move(why));
     m_isStuck = true;
     m_over.Give();
 }
 
-void Explorer::Schedules::AtStep(Thread& self, const char* what, const void* object, Explorer::CanGo canGo)
-{
+void Explorer::Schedules::AtStep(Thread& self, const char* what, const void* object, Explorer::CanGo canGo) {
     self.object = object;
     self.canGo = canGo;
-    if (m_steps.size() == m_options.steps)
-    {
+    if (m_steps.size() == m_options.steps) {
         Stick("livelock: too many steps");
         self.turn.Await(); // for good
     }
     // Who was chosen to start was chosen for the first step.
-    if (self.hasStarted || !CanGo(self))
-    {
-        HandOver(&self, false);
-    }
+    if (self.hasStarted || !CanGo(self)) { HandOver(&self, false); }
     self.hasStarted = true;
     self.canGo = nullptr;
     m_steps.push_back({self.number, what, object});
 }
 
-bool Explorer::Schedules::SomethingChanged(const void* object)
-{
+bool Explorer::Schedules::SomethingChanged(const void* object) {
     const auto& thread = *static_cast<const Thread*>(object);
     return thread.schedules->ChangesByOthers(thread) != thread.changesAtPause;
 }
 
 // All that was changed before the last pause was seen by the look that followed it. When nothing has changed since,
 // the next look would find the same.
-void Explorer::Schedules::Pause(Thread& self)
-{
+void Explorer::Schedules::Pause(Thread& self) {
     self.object = &self;
     self.canGo = SomethingChanged;
     self.hasStarted = true;
@@ -348,34 +278,28 @@ void Explorer::Schedules::Pause(Thread& self)
     self.canGo = nullptr;
     self.changesAtPause = ChangesByOthers(self);
     m_steps.push_back({self.number, "pause", nullptr});
-    if (m_steps.size() >= m_options.steps)
-    {
+    if (m_steps.size() >= m_options.steps) {
         Stick("livelock: too many steps");
         self.turn.Await(); // for good
     }
 }
 
-std::string Explorer::Schedules::Schedule() const
-{
+std::string Explorer::Schedules::Schedule() const {
     std::string schedule;
-    for (std::size_t i = 0; i < m_depth; ++i)
-    {
+    for (std::size_t i = 0; i < m_depth; ++i) {
         schedule += static_cast<char>('0' + m_path[i].candidates[m_path[i].chosen]);
     }
     return schedule;
 }
 
-std::string Explorer::Schedules::Steps() const
-{
+std::string Explorer::Schedules::Steps() const {
     std::map<const void*, std::size_t> numbers;
     std::string steps;
     const std::size_t first = m_steps.size() - std::min(m_steps.size(), MostStepsShown);
-    for (std::size_t i = first; i < m_steps.size(); ++i)
-    {
+    for (std::size_t i = first; i < m_steps.size(); ++i) {
         const Taken& taken = m_steps[i];
         steps += "thread " + std::to_string(taken.thread) + ": " + taken.what;
-        if (taken.object != nullptr)
-        {
+        if (taken.object != nullptr) {
             steps += " #" + std::to_string(numbers.try_emplace(taken.object, numbers.size()).first->second);
         }
         steps += '\n';
@@ -384,18 +308,15 @@ std::string Explorer::Schedules::Steps() const
 }
 
 Explorer::Result Explorer::Explore(const std::function<void()>& make, const std::vector<std::function<void()>>& bodies,
-                                   const std::function<void()>& check)
-{
+                                   const std::function<void()>& check) {
     auto schedules = std::make_unique<Schedules>(m_options, bodies);
     Result result;
     bool isWhole = true;
-    do
-    {
+    do {
         make();
         isWhole = schedules->RunOne();
         ++result.schedules;
-        if (isWhole)
-        {
+        if (isWhole) {
             Schedules::s_checked = schedules.get();
             check();
             Schedules::s_checked = nullptr;
@@ -404,117 +325,87 @@ Explorer::Result Explorer::Explore(const std::function<void()>& make, const std:
         result.complete = result.failure.empty() && !schedules->Advance();
     } while (result.failure.empty() && !result.complete && result.schedules < m_options.schedules &&
              m_options.replay.empty());
-    if (!result.failure.empty())
-    {
+    if (!result.failure.empty()) {
         result.schedule = schedules->Schedule();
         result.steps = schedules->Steps();
     }
-    if (!isWhole)
-    {
-        Schedules::Abandon(std::move(schedules));
-    }
+    if (!isWhole) { Schedules::Abandon(std::move(schedules)); }
     return result;
 }
 
-void Explorer::AtStep(const char* what, const void* object, CanGo canGo)
-{
-    if (Thread* const self = Thread::t_self; self != nullptr)
-    {
-        self->schedules->AtStep(*self, what, object, canGo);
-    }
+void Explorer::AtStep(const char* what, const void* object, CanGo canGo) {
+    if (Thread* const self = Thread::t_self; self != nullptr) { self->schedules->AtStep(*self, what, object, canGo); }
 }
 
-void Explorer::Changed() noexcept
-{
-    if (Thread* const self = Thread::t_self; self != nullptr)
-    {
-        self->schedules->Changed(*self);
-    }
+void Explorer::Changed() noexcept {
+    if (Thread* const self = Thread::t_self; self != nullptr) { self->schedules->Changed(*self); }
 }
 
-void Explorer::Expect(bool holds, const char* what)
-{
-    if (!holds)
-    {
+void Explorer::Expect(bool holds, const char* what) {
+    if (!holds) {
         Thread* const self = Thread::t_self;
         (self != nullptr ? self->schedules : Schedules::s_checked)->Fail(what);
     }
 }
 
-std::ostream& operator<<(std::ostream& to, const Explorer::Result& result)
-{
+std::ostream& operator<<(std::ostream& to, const Explorer::Result& result) {
     to << result.schedules << (result.complete ? " schedules, all" : " schedules");
-    if (!result.failure.empty())
-    {
+    if (!result.failure.empty()) {
         to << "; the last one failed: " << result.failure << "\nschedule " << result.schedule << '\n' << result.steps;
     }
     return to;
 }
 
-void ExploringSync::SharedMutex::lock() noexcept
-{
+void ExploringSync::SharedMutex::lock() noexcept {
     Explorer::AtStep("lock", this, [](const void* mutex) { return static_cast<const SharedMutex*>(mutex)->IsFree(); });
     m_isWritten = true;
     Explorer::Changed();
 }
 
-bool ExploringSync::SharedMutex::try_lock() noexcept
-{
+bool ExploringSync::SharedMutex::try_lock() noexcept {
     Explorer::AtStep("try_lock", this);
-    if (!IsFree())
-    {
-        return false;
-    }
+    if (!IsFree()) { return false; }
     m_isWritten = true;
     Explorer::Changed();
     return true;
 }
 
-void ExploringSync::SharedMutex::unlock() noexcept
-{
+void ExploringSync::SharedMutex::unlock() noexcept {
     Explorer::AtStep("unlock", this);
     Explorer::Expect(m_isWritten, "a lock is given back that is not held");
     m_isWritten = false;
     Explorer::Changed();
 }
 
-void ExploringSync::SharedMutex::lock_shared() noexcept
-{
+void ExploringSync::SharedMutex::lock_shared() noexcept {
     Explorer::AtStep("lock_shared", this,
                      [](const void* mutex) { return !static_cast<const SharedMutex*>(mutex)->m_isWritten; });
     ++m_readers;
     Explorer::Changed();
 }
 
-void ExploringSync::SharedMutex::unlock_shared() noexcept
-{
+void ExploringSync::SharedMutex::unlock_shared() noexcept {
     Explorer::AtStep("unlock_shared", this);
     Explorer::Expect(m_readers > 0, "a shared lock is given back that is not held");
     --m_readers;
     Explorer::Changed();
 }
 
-DWORD ExploringSync::ThreadId() noexcept
-{
+DWORD ExploringSync::ThreadId() noexcept {
     const auto* const self = Explorer::Thread::t_self;
     return self != nullptr ? self->number + 1 : 0;
 }
 
-void*& ExploringSync::ThreadPointer() noexcept
-{
+void*& ExploringSync::ThreadPointer() noexcept {
     static thread_local void* t_outside = nullptr;
     auto* const self = Explorer::Thread::t_self;
     return self != nullptr ? self->pointer : t_outside;
 }
 
-void ExploringSync::Pause() noexcept
-{
-    if (auto* const self = Explorer::Thread::t_self; self != nullptr)
-    {
+void ExploringSync::Pause() noexcept {
+    if (auto* const self = Explorer::Thread::t_self; self != nullptr) {
         self->schedules->Pause(*self);
-    }
-    else
-    {
+    } else {
         std::this_thread::yield();
     }
 }

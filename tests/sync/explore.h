@@ -31,22 +31,19 @@
 #include <type_traits>
 #include <vector>
 
-class Explorer
-{
+class Explorer {
 public:
     static constexpr unsigned Unbounded = ~0u;
     static constexpr unsigned MostThreads = 8;
 
-    struct Options
-    {
+    struct Options {
         unsigned preemptions = Unbounded;   ///< in one schedule
         std::uint64_t schedules = ~0ull;    ///< ends after so many
         unsigned steps = 2000;              ///< in one schedule: more are taken for a livelock
         std::string replay = std::string(); ///< the schedule of a failed result, to run it alone
     };
 
-    struct Result
-    {
+    struct Result {
         std::uint64_t schedules = 0; ///< that were run
         bool complete = false;       ///< no other schedule is left
         std::string failure;         ///< of the last one; empty: none
@@ -61,12 +58,10 @@ public:
     /// @param check   looks at the state when all threads are through
     template <class Make, class World = std::invoke_result_t<Make>>
     Result Run(Make make, const std::vector<std::function<void(std::type_identity_t<World>&)>>& bodies,
-               const std::function<void(std::type_identity_t<World>&)>& check = {})
-    {
+               const std::function<void(std::type_identity_t<World>&)>& check = {}) {
         const auto world = std::make_shared<std::unique_ptr<World>>(); // stuck threads keep it
         std::vector<std::function<void()>> threads;
-        for (const auto& body : bodies)
-        {
+        for (const auto& body : bodies) {
             threads.push_back([world, body] { body(**world); });
         }
         return Explore(
@@ -76,10 +71,7 @@ public:
             },
             threads,
             [&] {
-                if (check)
-                {
-                    check(**world);
-                }
+                if (check) { check(**world); }
             });
     }
 
@@ -108,41 +100,34 @@ private:
 std::ostream& operator<<(std::ostream& to, const Explorer::Result& result);
 
 /// The policy of explored code. Outside explored threads its operations are plain ones, of one thread at a time.
-struct ExploringSync
-{
+struct ExploringSync {
     static constexpr unsigned ReaderSlots = 2;
     static constexpr unsigned Spins = 0;
 
     template <class T>
-    class Atomic
-    {
+    class Atomic {
     public:
         constexpr Atomic() noexcept = default;
         constexpr Atomic(T value) noexcept : m_value(value) {}
         Atomic(const Atomic&) = delete;
         Atomic& operator=(const Atomic&) = delete;
 
-        T load(std::memory_order = std::memory_order_seq_cst) const noexcept
-        {
+        T load(std::memory_order = std::memory_order_seq_cst) const noexcept {
             Explorer::AtStep("load", this);
             return m_value;
         }
-        void store(T value, std::memory_order = std::memory_order_seq_cst) noexcept
-        {
+        void store(T value, std::memory_order = std::memory_order_seq_cst) noexcept {
             Explorer::AtStep("store", this);
             Set(value);
         }
-        T exchange(T value, std::memory_order = std::memory_order_seq_cst) noexcept
-        {
+        T exchange(T value, std::memory_order = std::memory_order_seq_cst) noexcept {
             Explorer::AtStep("exchange", this);
             return Set(value);
         }
         bool compare_exchange_strong(T& expected, T desired, std::memory_order = std::memory_order_seq_cst,
-                                     std::memory_order = std::memory_order_seq_cst) noexcept
-        {
+                                     std::memory_order = std::memory_order_seq_cst) noexcept {
             Explorer::AtStep("compare_exchange", this);
-            if (m_value != expected)
-            {
+            if (m_value != expected) {
                 expected = m_value;
                 return false;
             }
@@ -151,33 +136,27 @@ struct ExploringSync
         }
         /// Never fails for no reason.
         bool compare_exchange_weak(T& expected, T desired, std::memory_order = std::memory_order_seq_cst,
-                                   std::memory_order = std::memory_order_seq_cst) noexcept
-        {
+                                   std::memory_order = std::memory_order_seq_cst) noexcept {
             return compare_exchange_strong(expected, desired);
         }
-        T fetch_add(T by, std::memory_order = std::memory_order_seq_cst) noexcept
-        {
+        T fetch_add(T by, std::memory_order = std::memory_order_seq_cst) noexcept {
             Explorer::AtStep("fetch_add", this);
             return Set(static_cast<T>(m_value + by));
         }
-        T fetch_sub(T by, std::memory_order = std::memory_order_seq_cst) noexcept
-        {
+        T fetch_sub(T by, std::memory_order = std::memory_order_seq_cst) noexcept {
             Explorer::AtStep("fetch_sub", this);
             return Set(static_cast<T>(m_value - by));
         }
-        T fetch_or(T bits, std::memory_order = std::memory_order_seq_cst) noexcept
-        {
+        T fetch_or(T bits, std::memory_order = std::memory_order_seq_cst) noexcept {
             Explorer::AtStep("fetch_or", this);
             return Set(static_cast<T>(m_value | bits));
         }
-        T fetch_and(T bits, std::memory_order = std::memory_order_seq_cst) noexcept
-        {
+        T fetch_and(T bits, std::memory_order = std::memory_order_seq_cst) noexcept {
             Explorer::AtStep("fetch_and", this);
             return Set(static_cast<T>(m_value & bits));
         }
         operator T() const noexcept { return load(); }
-        T operator=(T value) noexcept
-        {
+        T operator=(T value) noexcept {
             store(value);
             return value;
         }
@@ -187,11 +166,9 @@ struct ExploringSync
         T operator--(int) noexcept { return fetch_sub(1); }
 
     private:
-        T Set(T value) noexcept
-        {
+        T Set(T value) noexcept {
             const T before = m_value;
-            if (before != value)
-            {
+            if (before != value) {
                 m_value = value;
                 Explorer::Changed();
             }
@@ -202,8 +179,7 @@ struct ExploringSync
     };
 
     /// A lock for writing and reading. It is not reentrant, and lets in whoever comes.
-    class SharedMutex
-    {
+    class SharedMutex {
     public:
         void lock() noexcept;
         bool try_lock() noexcept;

@@ -10,15 +10,13 @@
 
 #include <gtest/gtest.h>
 
-namespace ExploredLoad
-{
+namespace ExploredLoad {
 constexpr XAspect Aspect = XAspect::PlanTypes;
 using Clock = XBasicClock<ExploringSync>;
 using Fill = XBasicFill<ExploringSync>;
 using Number = ExploringSync::Atomic<int>;
 
-enum class Fault
-{
+enum class Fault {
     None,
     LateNote,       ///< the stamp is noted after the server was asked
     TwoSteps,       ///< a stamp is published before its value
@@ -42,32 +40,26 @@ template <Fault fault>
 constexpr FaultConstant<fault> With{};
 
 template <Fault fault>
-struct Time : XBasicTime<Clock>
-{
-    bool IsSame(const Time& other) const noexcept
-    {
+struct Time : XBasicTime<Clock> {
+    bool IsSame(const Time& other) const noexcept {
         return fault == Fault::AnyTime || XBasicTime<Clock>::IsSame(other);
     }
 };
 template <Fault fault>
-Time<fault> NewTime()
-{
+Time<fault> NewTime() {
     return {{XLXComPtr<Clock>(new Clock), Aspect}};
 }
 
 /// The production guard, which also checks that nothing older replaces what is published.
 template <class Data, Fault fault>
-class CheckedGuard
-{
+class CheckedGuard {
 public:
     template <class Use>
-    decltype(auto) Read(Use&& use) const
-    {
+    decltype(auto) Read(Use&& use) const {
         return m_inner.Read(std::forward<Use>(use));
     }
     template <class Use>
-    decltype(auto) Write(Use&& use)
-    {
+    decltype(auto) Write(Use&& use) {
         SecondStep second{m_inner};
         return m_inner.Write([&](Data& data) {
             const Check check{data, second};
@@ -78,29 +70,21 @@ public:
 
 private:
     using Inner = XMutexGuarded<Data, ExploringSync>;
-    struct SecondStep
-    {
-        ~SecondStep()
-        {
-            if (value)
-            {
+    struct SecondStep {
+        ~SecondStep() {
+            if (value) {
                 inner.Write([&](Data& data) { data.value = value; });
             }
         }
         Inner& inner;
         decltype(Data::value) value = {};
     };
-    struct Check
-    {
-        ~Check()
-        {
+    struct Check {
+        ~Check() {
             const bool isReplaced = before && data.value && before != data.value;
             Explorer::Expect(!isReplaced || data.stamp.IsNone() || !data.stamp.IsOlderThan(stamp),
                              "replaced by something older");
-            if (fault == Fault::TwoSteps && data.value != before)
-            {
-                second.value = std::exchange(data.value, before);
-            }
+            if (fault == Fault::TwoSteps && data.value != before) { second.value = std::exchange(data.value, before); }
         }
         Data& data;
         SecondStep& second;
@@ -129,15 +113,13 @@ constexpr bool ExploreFewer = false;
 template <class World>
 Explorer::Result Explore(unsigned preemptions,
                          const std::vector<std::function<void(std::type_identity_t<World>&)>>& bodies,
-                         const std::type_identity_t<std::function<void(World&)>>& check = {})
-{
+                         const std::type_identity_t<std::function<void(World&)>>& check = {}) {
     const bool isBounded = ExploreFewer && !HasFault<World>;
     return Explorer({.preemptions = isBounded ? 1 : preemptions}).Run([] { return World(); }, bodies, check);
 }
 
 /// @param least  schedules that there must be at the full number of preemptions
-inline void ExpectExplored(const Explorer::Result& result, std::uint64_t least)
-{
+inline void ExpectExplored(const Explorer::Result& result, std::uint64_t least) {
     EXPECT_EQ("", result.failure) << result;
     EXPECT_TRUE(result.complete);
     EXPECT_GE(result.schedules, ExploreFewer ? 15 : least);

@@ -3,10 +3,8 @@
 
 #include "XCritData.h"
 
-namespace
-{
-struct Pair
-{
+namespace {
+struct Pair {
     std::uint64_t up = 0;
     std::uint64_t down = ~std::uint64_t{0};
 };
@@ -14,12 +12,9 @@ struct Pair
 XCritDataCFC<Pair> g_pair(XLockLevel::Relations);
 } // namespace
 
-extern "C" LX_EXPORT unsigned LXLateWork(unsigned rounds, unsigned* broken)
-{
-    for (unsigned round = 0; round < rounds; ++round)
-    {
-        if (round % 16 == 0)
-        {
+extern "C" LX_EXPORT unsigned LXLateWork(unsigned rounds, unsigned* broken) {
+    for (unsigned round = 0; round < rounds; ++round) {
+        if (round % 16 == 0) {
             const XCritProxy<Pair> pair(g_pair);
             ++pair->up;
             --pair->down;

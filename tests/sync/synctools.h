@@ -22,22 +22,16 @@ constexpr std::chrono::seconds MustHappen{30};
 constexpr std::chrono::milliseconds MustNotHappen{50};
 
 template <class T>
-bool IsReady(std::future<T>& future, std::chrono::milliseconds within = MustHappen)
-{
+bool IsReady(std::future<T>& future, std::chrono::milliseconds within = MustHappen) {
     return future.wait_for(within) == std::future_status::ready;
 }
 
 /// Polls for a condition that another thread brings about.
 template <class Condition>
-bool Comes(Condition&& condition)
-{
+bool Comes(Condition&& condition) {
     const auto end = std::chrono::steady_clock::now() + MustHappen;
-    while (!condition())
-    {
-        if (std::chrono::steady_clock::now() > end)
-        {
-            return false;
-        }
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) { return false; }
         std::this_thread::yield();
     }
     return true;
@@ -46,66 +40,50 @@ bool Comes(Condition&& condition)
 /// What a piece of work raises. It is caught where it is raised: an exception that travels in a future is counted
 /// inside the C++ library, where the thread sanitizer does not see it.
 template <class F>
-std::optional<XLXException> Raised(F&& work)
-{
-    try
-    {
+std::optional<XLXException> Raised(F&& work) {
+    try {
         work();
         return std::nullopt;
-    }
-    catch (const XLXException& error)
-    {
-        return error;
-    }
+    } catch (const XLXException& error) { return error; }
 }
 
 /// One thread that runs what it is given, in order. The work raises nothing.
-class XActor
-{
+class XActor {
 public:
     XActor() : m_thread([this] { Run(); }) {}
     XActor(const XActor&) = delete;
     XActor& operator=(const XActor&) = delete;
-    ~XActor()
-    {
+    ~XActor() {
         Post({});
         m_thread.join();
     }
 
     template <class F>
-    auto Start(F work)
-    {
+    auto Start(F work) {
         auto task = std::make_shared<std::packaged_task<decltype(work())()>>(std::move(work));
         auto future = task->get_future();
         Post([task] { (*task)(); });
         return future;
     }
     template <class F>
-    auto Do(F work)
-    {
+    auto Do(F work) {
         return Start(std::move(work)).get();
     }
 
 private:
-    void Post(std::function<void()> work)
-    {
+    void Post(std::function<void()> work) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_work.push_back(std::move(work));
         m_wake.notify_one();
     }
-    void Run()
-    {
-        for (;;)
-        {
+    void Run() {
+        for (;;) {
             std::unique_lock<std::mutex> lock(m_mutex);
             m_wake.wait(lock, [this] { return !m_work.empty(); });
             const std::function<void()> work = std::move(m_work.front());
             m_work.pop_front();
             lock.unlock();
-            if (!work)
-            {
-                return;
-            }
+            if (!work) { return; }
             work();
         }
     }
@@ -116,54 +94,38 @@ private:
     std::thread m_thread;
 };
 
-enum class LockState
-{
-    Free,
-    Shared,
-    Exclusive
-};
+enum class LockState { Free, Shared, Exclusive };
 
 /// The platform's lock, watched.
-class XProbeLock final : public XCriticalSectionEx
-{
+class XProbeLock final : public XCriticalSectionEx {
 public:
     XProbeLock() noexcept { s_last = this; }
 
-    void LockEx(bool shared) noexcept
-    {
+    void LockEx(bool shared) noexcept {
         ++lockCalls;
-        for (++atGate; gateClosed;)
-        {
+        for (++atGate; gateClosed;) {
             std::this_thread::yield();
         }
         --atGate;
-        if (!Try(shared))
-        {
+        if (!Try(shared)) {
             ++waiting;
             XCriticalSectionEx::LockEx(shared);
             --waiting;
         }
     }
-    void UnlockEx(bool shared) noexcept
-    {
+    void UnlockEx(bool shared) noexcept {
         ++unlockCalls;
-        if (onUnlock)
-        {
-            onUnlock();
-        }
+        if (onUnlock) { onUnlock(); }
         XCriticalSectionEx::UnlockEx(shared);
     }
 
     /// How the lock is held, found out by trying.
-    LockState State() noexcept
-    {
-        if (Try(false))
-        {
+    LockState State() noexcept {
+        if (Try(false)) {
             ReleaseSRWLockExclusive(&m_lock);
             return LockState::Free;
         }
-        if (Try(true))
-        {
+        if (Try(true)) {
             ReleaseSRWLockShared(&m_lock);
             return LockState::Shared;
         }
@@ -181,8 +143,7 @@ public:
     std::function<void()> onUnlock;
 
 private:
-    bool Try(bool shared) noexcept
-    {
+    bool Try(bool shared) noexcept {
         return (shared ? TryAcquireSRWLockShared(&m_lock) : TryAcquireSRWLockExclusive(&m_lock)) != FALSE;
     }
 
@@ -190,8 +151,7 @@ private:
 };
 
 /// Turns the lock switch on again, which the component itself never does.
-class XLockSwitchTestAccess
-{
+class XLockSwitchTestAccess {
 public:
     static void TurnOn() noexcept { XLockSwitch::s_on.store(true); }
 };

@@ -6,8 +6,7 @@
 
 #include <ostream>
 
-namespace
-{
+namespace {
 using Lock = XBasicRefCountCritSection<XProbeLock>;
 
 constexpr const OLECHAR* NotLocked =
@@ -17,42 +16,26 @@ constexpr const OLECHAR* AlreadyUnlocked =
 constexpr const OLECHAR* NotRemoved =
     OLESTR("critical section reference count entry found for a thread expected to be removed");
 
-void Apply(Lock& lock, char action)
-{
-    switch (action)
-    {
-    case 'r':
-        lock.AddReadLockRef();
-        break;
-    case 'w':
-        lock.AddLockRef();
-        break;
-    default:
-        lock.ReleaseLockRef();
+void Apply(Lock& lock, char action) {
+    switch (action) {
+    case 'r': lock.AddReadLockRef(); break;
+    case 'w': lock.AddLockRef(); break;
+    default: lock.ReleaseLockRef();
     }
 }
 
-void ApplyAll(XActor& actor, Lock& lock, std::string_view actions)
-{
+void ApplyAll(XActor& actor, Lock& lock, std::string_view actions) {
     actor.Do([&lock, actions] {
-        for (const char action : actions)
-        {
+        for (const char action : actions) {
             Apply(lock, action);
         }
     });
 }
 
-enum class Outcome
-{
-    Done,
-    Waits,
-    Raises,
-    Logs
-};
+enum class Outcome { Done, Waits, Raises, Logs };
 
 /// One cell of the table: what I hold, what another thread holds, what I do, and what comes of it.
-struct Cell
-{
+struct Cell {
     const char* mine;
     const char* others;
     char action; // r: acquire read, w: acquire write, u: release
@@ -61,8 +44,7 @@ struct Cell
     unsigned references; // of mine, afterwards
 };
 
-std::ostream& operator<<(std::ostream& to, const Cell& cell)
-{
+std::ostream& operator<<(std::ostream& to, const Cell& cell) {
     return to << "mine '" << cell.mine << "', others '" << cell.others << "', then " << cell.action;
 }
 
@@ -86,8 +68,7 @@ constexpr Cell Cells[] = {
     {"", "w", 'u', Outcome::Logs, Exclusive, 0},
 };
 
-class LockTable : public testing::TestWithParam<Cell>
-{
+class LockTable : public testing::TestWithParam<Cell> {
 protected:
     void Act();
     void CheckLog();
@@ -101,12 +82,10 @@ protected:
     XActor m_other;
 };
 
-void LockTable::Act()
-{
+void LockTable::Act() {
     const Cell& cell = GetParam();
     auto acted = m_me.Start([&] { return Raised([&] { Apply(m_lock, cell.action); }); });
-    if (cell.outcome == Outcome::Waits)
-    {
+    if (cell.outcome == Outcome::Waits) {
         ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
         EXPECT_FALSE(IsReady(acted, std::chrono::milliseconds(0)));
         ApplyAll(m_other, m_lock, "u");
@@ -115,8 +94,7 @@ void LockTable::Act()
     ASSERT_TRUE(IsReady(acted));
     const std::optional<XLXException> error = acted.get();
     ASSERT_EQ(cell.outcome == Outcome::Raises, error.has_value());
-    if (error)
-    {
+    if (error) {
         EXPECT_EQ(E_FAIL, error->Code());
         EXPECT_EQ(OLESTR("unable to add a write lock reference to a read lock"), error->Message());
         EXPECT_STREQ("XBasicCritSection", error->Location().source);
@@ -126,12 +104,10 @@ void LockTable::Act()
     }
 }
 
-void LockTable::CheckLog()
-{
+void LockTable::CheckLog() {
     const auto entries = m_log.Entries();
     ASSERT_EQ(GetParam().outcome == Outcome::Logs ? 1u : 0u, entries.size());
-    for (const auto& entry : entries)
-    {
+    for (const auto& entry : entries) {
         EXPECT_EQ(NotLocked, entry.text);
         EXPECT_EQ("XBasicCritSection", entry.source);
         EXPECT_EQ("XBasicRefCountCritSection::ReleaseLockRef()", entry.function);
@@ -141,24 +117,20 @@ void LockTable::CheckLog()
 }
 
 // All references but the last leave the lock as it is.
-void LockTable::GiveBack()
-{
+void LockTable::GiveBack() {
     const Cell& cell = GetParam();
-    for (unsigned left = cell.references; left > 0; --left)
-    {
+    for (unsigned left = cell.references; left > 0; --left) {
         EXPECT_EQ(cell.after, m_probe.State()) << left << " references left";
         ApplyAll(m_me, m_lock, "u");
     }
-    if (m_othersHold)
-    {
+    if (m_othersHold) {
         EXPECT_EQ(*cell.others == 'w' ? Exclusive : Shared, m_probe.State());
         ApplyAll(m_other, m_lock, "u");
     }
     EXPECT_EQ(Free, m_probe.State());
 }
 
-TEST_P(LockTable, Cell)
-{
+TEST_P(LockTable, Cell) {
     const Cell& cell = GetParam();
     ApplyAll(m_me, m_lock, cell.mine);
     ApplyAll(m_other, m_lock, cell.others);
@@ -176,8 +148,7 @@ TEST_P(LockTable, Cell)
 INSTANTIATE_TEST_SUITE_P(AllCells, LockTable, testing::ValuesIn(Cells));
 
 // A lock whose unlocking releases once more, on the same thread: the only way to the other two messages.
-TEST(CountedLock, LogsAReleaseInsideTheRelease)
-{
+TEST(CountedLock, LogsAReleaseInsideTheRelease) {
     const LogCapture log;
     Lock lock;
     XProbeLock& probe = XProbeLock::Last();
@@ -193,48 +164,40 @@ TEST(CountedLock, LogsAReleaseInsideTheRelease)
     EXPECT_EQ(Free, probe.State());
 }
 
-TEST(CountedLock, CountsMoreThreadsThanItHasInlineSlots)
-{
+TEST(CountedLock, CountsMoreThreadsThanItHasInlineSlots) {
     constexpr int Threads = 8;
     const LogCapture log;
     Lock lock;
     XProbeLock& probe = XProbeLock::Last();
     XActor actors[Threads];
-    for (int round = 0; round < 2; ++round)
-    {
-        for (XActor& actor : actors)
-        {
+    for (int round = 0; round < 2; ++round) {
+        for (XActor& actor : actors) {
             ApplyAll(actor, lock, "rr");
         }
         EXPECT_EQ((round + 1) * Threads, probe.lockCalls);
-        for (XActor& actor : actors)
-        {
+        for (XActor& actor : actors) {
             ApplyAll(actor, lock, "u");
         }
-        for (XActor& actor : actors)
-        {
+        for (XActor& actor : actors) {
             EXPECT_EQ(Shared, probe.State());
             ApplyAll(actor, lock, "u");
         }
         EXPECT_EQ(Free, probe.State());
     }
     // A thread in the overflow keeps its kind: its write inside its own read is refused too.
-    for (XActor& actor : actors)
-    {
+    for (XActor& actor : actors) {
         ApplyAll(actor, lock, "r");
     }
     EXPECT_TRUE(actors[Threads - 1].Do([&] { return Raised([&] { lock.AddLockRef(); }).has_value(); }));
     ApplyAll(actors[Threads - 1], lock, "u");
-    for (XActor& actor : actors)
-    {
+    for (XActor& actor : actors) {
         ApplyAll(actor, lock, "u");
     }
     EXPECT_EQ(Free, probe.State());
     EXPECT_TRUE(log.Entries().empty());
 }
 
-class LockSwitch : public testing::Test
-{
+class LockSwitch : public testing::Test {
 protected:
     ~LockSwitch() override { XLockSwitchTestAccess::TurnOn(); }
 
@@ -245,10 +208,8 @@ protected:
     XActor m_other;
 };
 
-TEST_F(LockSwitch, TurnedOffWhileHeldAndWaitedFor)
-{
-    for (const char* const wanted : {"r", "w"})
-    {
+TEST_F(LockSwitch, TurnedOffWhileHeldAndWaitedFor) {
+    for (const char* const wanted : {"r", "w"}) {
         ApplyAll(m_me, m_lock, "w");
         auto waits = m_other.Start([&] { Apply(m_lock, *wanted); });
         ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
@@ -263,8 +224,7 @@ TEST_F(LockSwitch, TurnedOffWhileHeldAndWaitedFor)
     EXPECT_TRUE(m_log.Entries().empty());
 }
 
-TEST_F(LockSwitch, WhatWasTakenWithoutTheLockIsGivenBackWithoutIt)
-{
+TEST_F(LockSwitch, WhatWasTakenWithoutTheLockIsGivenBackWithoutIt) {
     XLockSwitch::TurnOff();
     ApplyAll(m_me, m_lock, "ww");
     ApplyAll(m_other, m_lock, "w"); // two at once: nothing locks any more

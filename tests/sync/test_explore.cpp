@@ -9,10 +9,8 @@
 #include <set>
 #include <stdexcept>
 
-namespace
-{
-struct Numbers
-{
+namespace {
+struct Numbers {
     ExploringSync::Atomic<int> number{0};
     ExploringSync::Atomic<int> other{0};
     ExploringSync::Mutex mutex;
@@ -22,26 +20,21 @@ struct Numbers
 using Bodies = std::vector<std::function<void(Numbers&)>>;
 
 Explorer::Result Explore(Explorer::Options options, const Bodies& bodies,
-                         const std::function<void(Numbers&)>& check = {})
-{
+                         const std::function<void(Numbers&)>& check = {}) {
     return Explorer(std::move(options)).Run([] { return Numbers(); }, bodies, check);
 }
 
-std::function<void(Numbers&)> Writes(char name, int steps)
-{
+std::function<void(Numbers&)> Writes(char name, int steps) {
     return [name, steps](Numbers& n) {
-        for (int i = 0; i < steps; ++i)
-        {
+        for (int i = 0; i < steps; ++i) {
             n.number.store(i);
             n.order += name;
         }
     };
 }
 
-TEST(Explorer, TriesEachOrderOnce)
-{
-    struct Case
-    {
+TEST(Explorer, TriesEachOrderOnce) {
+    struct Case {
         unsigned preemptions;
         Bodies bodies;
         unsigned orders;
@@ -53,8 +46,7 @@ TEST(Explorer, TriesEachOrderOnce)
         {0, {Writes('a', 2), Writes('b', 2), Writes('c', 2)}, 6},                    // 3!
         {1, {Writes('a', 3), Writes('b', 3)}, 6}, // aaabbb, abbbaa, aabbba, and the other way round
     };
-    for (const Case& one : cases)
-    {
+    for (const Case& one : cases) {
         std::set<std::string> orders;
         const auto result =
             Explore({.preemptions = one.preemptions}, one.bodies, [&](Numbers& n) { orders.insert(n.order); });
@@ -68,8 +60,7 @@ TEST(Explorer, TriesEachOrderOnce)
     EXPECT_FALSE(cut.complete);
 }
 
-TEST(Explorer, FindsALostUpdateAndReplaysIt)
-{
+TEST(Explorer, FindsALostUpdateAndReplaysIt) {
     const auto addOne = [](Numbers& n) {
         const int seen = n.number.load();
         n.number.store(seen + 1);
@@ -85,8 +76,7 @@ TEST(Explorer, FindsALostUpdateAndReplaysIt)
     EXPECT_EQ("", Explore({}, {[](Numbers& n) { ++n.number; }, [](Numbers& n) { ++n.number; }}, check).failure);
 }
 
-TEST(Explorer, FindsADeadlock)
-{
+TEST(Explorer, FindsADeadlock) {
     const auto inOrder = [](ExploringSync::Mutex& first, ExploringSync::Mutex& second) {
         const std::lock_guard<ExploringSync::Mutex> outer(first);
         const std::lock_guard<ExploringSync::Mutex> inner(second);
@@ -99,11 +89,9 @@ TEST(Explorer, FindsADeadlock)
 }
 
 // Waiting in a loop costs no schedules without end, and waiting for what never comes is found out.
-TEST(Explorer, KnowsWhatAPauseWaitsFor)
-{
+TEST(Explorer, KnowsWhatAPauseWaitsFor) {
     const auto waitForNumber = [](Numbers& n) {
-        while (n.number.load() == 0)
-        {
+        while (n.number.load() == 0) {
             ExploringSync::Pause();
         }
     };
@@ -116,14 +104,12 @@ TEST(Explorer, KnowsWhatAPauseWaitsFor)
     EXPECT_GT(comes.schedules, 3u);
     EXPECT_EQ("deadlock: nobody can go on", Explore({}, {waitForNumber, [](Numbers& n) { n.other.store(1); }}).failure);
     EXPECT_EQ("livelock: too many steps", Explore({}, {[](Numbers& n) {
-                                                      while (n.number.load() == 0)
-                                                      {}
+                                                      while (n.number.load() == 0) {}
                                                   }})
                                               .failure);
 }
 
-TEST(Explorer, TellsThreadsApart)
-{
+TEST(Explorer, TellsThreadsApart) {
     const auto body = [](Numbers& n) {
         Explorer::Expect(ExploringSync::ThreadPointer() == nullptr, "a pointer of another schedule");
         ExploringSync::ThreadPointer() = &n;

@@ -4,43 +4,29 @@
 // object: values from before the notification are not taken for fresh.
 #include "exploreload.h"
 
-namespace
-{
+namespace {
 using namespace ExploredLoad;
 
 /// Values with a direct number, as every cached object has them.
 template <Fault fault>
-struct Part
-{
+struct Part {
     explicit Part(const Time<fault>& time) { values.Begin(time); }
 
-    void Take(const Time<fault>& time, const XMoment& moment, int answer)
-    {
+    void Take(const Time<fault>& time, const XMoment& moment, int answer) {
         XStamp stamp;
-        if constexpr (fault == Fault::OwnLast)
-        {
+        if constexpr (fault == Fault::OwnLast) {
             stamp = direct.IsNewerThan(moment) ? XStamp{} : XStamp{moment.At(Aspect), values.Own().Now()};
-        }
-        else
-        {
+        } else {
             stamp = LXStampFrom(moment, Aspect, values.Own(), direct);
         }
         values.Publish(time, std::make_shared<const int>(answer), stamp, [](const auto&...) {});
     }
-    void Notify(std::uint64_t number)
-    {
-        if (fault == Fault::DirectLast)
-        {
-            values.Advance();
-        }
+    void Notify(std::uint64_t number) {
+        if (fault == Fault::DirectLast) { values.Advance(); }
         direct.Raise(number);
-        if (fault != Fault::DirectLast)
-        {
-            values.Advance();
-        }
+        if (fault != Fault::DirectLast) { values.Advance(); }
     }
-    void Look(int least, const char* what) const
-    {
+    void Look(int least, const char* what) const {
         const auto fresh = values.Fresh();
         Explorer::Expect(!fresh || *fresh >= least, what);
     }
@@ -50,14 +36,12 @@ struct Part
 };
 
 template <Fault fault = Fault::None>
-struct Family
-{
+struct Family {
     using Child = std::shared_ptr<Part<fault>>;
 
     Family() { children.Begin(time); }
     /// A server's answer, with a copy of the clock from before it.
-    int Answer(XMoment& moment)
-    {
+    int Answer(XMoment& moment) {
         const bool isLate = fault == Fault::LateNote;
         moment = isLate ? moment : time.clock->Copy();
         const int answer = server.load();
@@ -65,26 +49,17 @@ struct Family
         return answer;
     }
     /// The child is refreshed in place, or a new one.
-    std::shared_ptr<const Child> Refresh(const XMoment& moment, int answer)
-    {
+    std::shared_ptr<const Child> Refresh(const XMoment& moment, int answer) {
         const auto held = children.Held();
         const Child child = held ? *held : made[ExploringSync::ThreadId() - 1];
         child->Take(time, moment, answer);
         return std::make_shared<const Child>(child);
     }
-    void OnPublish(const Child& child, const XMoment& moment) const
-    {
-        if (fault != Fault::UnknownNumber)
-        {
-            child->direct.Raise(owner.direct.Now());
-        }
-        if (fault != Fault::ForgottenOwner && owner.direct.IsNewerThan(moment))
-        {
-            child->values.Advance();
-        }
+    void OnPublish(const Child& child, const XMoment& moment) const {
+        if (fault != Fault::UnknownNumber) { child->direct.Raise(owner.direct.Now()); }
+        if (fault != Fault::ForgottenOwner && owner.direct.IsNewerThan(moment)) { child->values.Advance(); }
     }
-    void TakeBulk()
-    {
+    void TakeBulk() {
         XMoment moment;
         const int answer = Answer(moment);
         owner.Take(time, moment, answer);
@@ -92,8 +67,7 @@ struct Family
         children.Publish(time, Refresh(moment, answer), stamp,
                          [&](const Child& child, const auto&) { OnPublish(child, moment); });
     }
-    void LoadChildren()
-    {
+    void LoadChildren() {
         XMoment moment;
         children.Load(
             time,
@@ -104,35 +78,25 @@ struct Family
             [&](const Child& child, const auto&) { OnPublish(child, moment); });
     }
     /// The notification concerns values alone: the set of children stays what it is.
-    void ChangeAndNotifyDirectly()
-    {
+    void ChangeAndNotifyDirectly() {
         server.store(2);
         const std::uint64_t number = time.clock->DrawDirect();
         owner.Notify(number);
         children.ReadHeld([&](const Child* child) {
-            if (child != nullptr)
-            {
-                (*child)->Notify(number);
-            }
+            if (child != nullptr) { (*child)->Notify(number); }
         });
         notified = 2;
     }
-    void ChangeAndAdvanceClock()
-    {
+    void ChangeAndAdvanceClock() {
         server.store(2);
         time.clock->Advance(Aspect);
         notified = 2;
     }
-    void LookFor(int least, const char* what) const
-    {
+    void LookFor(int least, const char* what) const {
         owner.Look(least, what);
-        if (const auto held = children.Held())
-        {
-            (*held)->Look(least, what);
-        }
+        if (const auto held = children.Held()) { (*held)->Look(least, what); }
     }
-    void Look()
-    {
+    void Look() {
         Explorer::Step("look");
         LookFor(notified, Older);
     }
@@ -147,16 +111,14 @@ struct Family
 };
 
 template <Fault fault = Fault::None>
-Explorer::Result AnswerBeside(void (Family<fault>::*answer)(), void (Family<fault>::*change)())
-{
+Explorer::Result AnswerBeside(void (Family<fault>::*answer)(), void (Family<fault>::*change)()) {
     using World = Family<fault>;
     auto result = Explore<World>(3, {answer, change}, &World::CheckEnd);
     return result.failure.empty() ? Explore<World>(1, {answer, answer, change, &World::Look}, &World::CheckEnd)
                                   : result;
 }
 
-TEST(ExploredLoads, ABulkAnswerAndANotificationStraightToAnObject)
-{
+TEST(ExploredLoads, ABulkAnswerAndANotificationStraightToAnObject) {
     using World = Family<>;
     ExpectExplored(AnswerBeside(&World::TakeBulk, &World::ChangeAndNotifyDirectly), 1000);
     ExpectExplored(AnswerBeside(&World::TakeBulk, &World::ChangeAndAdvanceClock), 1000);
@@ -171,8 +133,7 @@ TEST(ExploredLoads, ABulkAnswerAndANotificationStraightToAnObject)
 }
 
 // The values of the children are there before the children stand where a notification finds them.
-TEST(ExploredLoads, ALoadOfChildrenAndANotificationStraightToTheirOwner)
-{
+TEST(ExploredLoads, ALoadOfChildrenAndANotificationStraightToTheirOwner) {
     using World = Family<>;
     ExpectExplored(AnswerBeside(&World::LoadChildren, &World::ChangeAndNotifyDirectly), 1000);
     ExpectExplored(AnswerBeside(&World::LoadChildren, &World::ChangeAndAdvanceClock), 1000);

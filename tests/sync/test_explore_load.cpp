@@ -4,86 +4,68 @@
 // before the question, nothing outlives its connection, and servers may ask back.
 #include "exploreload.h"
 
-namespace
-{
+namespace {
 using namespace ExploredLoad;
 
 template <Fault fault = Fault::None>
-struct Loading
-{
+struct Loading {
     using Value = std::shared_ptr<const int>;
 
     Loading() { loaded.Begin(time); }
     Value AskServer() { return std::make_shared<const int>(server.load()); }
-    Value Load()
-    {
-        if constexpr (fault == Fault::LateNote)
-        {
-            if (const Value fresh = loaded.Fresh())
-            {
-                return fresh;
-            }
+    Value Load() {
+        if constexpr (fault == Fault::LateNote) {
+            if (const Value fresh = loaded.Fresh()) { return fresh; }
             const Value answer = AskServer();
             loaded.Publish(time, answer, {time.Now(), loaded.Own().Now()}, [](const auto&...) {});
             return answer;
         }
         return loaded.Load(time, [this] { return AskServer(); });
     }
-    void Ask()
-    {
+    void Ask() {
         Explorer::Step("ask");
         const int least = notified;
         Explorer::Expect(*Load() >= least, Older);
     }
     /// A look at what is there, which asks nobody.
-    void Look()
-    {
+    void Look() {
         Explorer::Step("look");
         const int least = notified;
         const Value fresh = loaded.Fresh();
         Explorer::Expect(!fresh || *fresh >= least, Older);
     }
     /// By a thread that asks for something else already, and so waits for nobody.
-    void AskInside()
-    {
+    void AskInside() {
         const Fill fill(otherMutex, &otherMutex);
         Ask();
     }
     template <class Notification>
-    void Change(Notification notify)
-    {
+    void Change(Notification notify) {
         server.store(2);
         notify();
         notified = 2;
     }
-    void ChangeAndAdvanceClock()
-    {
+    void ChangeAndAdvanceClock() {
         Change([this] { time.clock->Advance(Aspect); });
     }
-    void ChangeAndAdvanceOwn()
-    {
+    void ChangeAndAdvanceOwn() {
         Change([this] { loaded.Advance(); });
     }
-    void ChangeAndClear()
-    {
+    void ChangeAndClear() {
         Change([this] { loaded.Clear(); });
     }
     /// The change is one of this process.
-    void ChangeInPlace()
-    {
+    void ChangeInPlace() {
         Change([this] { loaded.Change([](const int&, bool&) { return std::make_shared<const int>(2); }); });
     }
-    void CheckEnd()
-    {
+    void CheckEnd() {
         const Value fresh = loaded.Fresh();
         Explorer::Expect(!fresh || *fresh == server, Lost);
         Explorer::Expect(*Load() == server, Lost);
     }
     /// Another connection takes the place of the first one.
-    void Reconnect(bool ends)
-    {
-        if (ends)
-        {
+    void Reconnect(bool ends) {
+        if (ends) {
             loaded.End(time);
             Explorer::Expect(!loaded.Held(), "held after the end");
         }
@@ -102,19 +84,15 @@ struct Loading
 };
 
 template <Fault fault = Fault::None>
-Explorer::Result AskBeside(void (Loading<fault>::*change)(), bool inside)
-{
+Explorer::Result AskBeside(void (Loading<fault>::*change)(), bool inside) {
     using World = Loading<fault>;
     return Explore<World>(2, {&World::Ask, inside ? &World::AskInside : &World::Ask, change}, &World::CheckEnd);
 }
 
-TEST(ExploredLoads, TwoAskersAndANotification)
-{
+TEST(ExploredLoads, TwoAskersAndANotification) {
     using World = Loading<>;
-    for (const bool inside : {false, true})
-    {
-        for (const auto change : {&World::ChangeAndAdvanceClock, &World::ChangeAndAdvanceOwn, &World::ChangeAndClear})
-        {
+    for (const bool inside : {false, true}) {
+        for (const auto change : {&World::ChangeAndAdvanceClock, &World::ChangeAndAdvanceOwn, &World::ChangeAndClear}) {
             ExpectExplored(AskBeside(change, inside), 500);
         }
     }
@@ -134,22 +112,19 @@ TEST(ExploredLoads, TwoAskersAndANotification)
     EXPECT_EQ("replaced by something older", AskBeside(&Loading<Fault::AnyStamp>::ChangeAndAdvanceClock, true).failure);
 }
 
-TEST(ExploredLoads, AnAskerAndTheEndOfItsTime)
-{
+TEST(ExploredLoads, AnAskerAndTheEndOfItsTime) {
     const auto explore = []<Fault fault>(bool ends, FaultConstant<fault>) {
         using World = Loading<fault>;
         return Explore<World>(2, {&World::Ask, &World::AskInside, [=](World& w) { w.Reconnect(ends); }},
                               [](World& w) { Explorer::Expect(*w.loaded.Held() == 7, "an old answer"); });
     };
-    for (const bool ends : {false, true})
-    {
+    for (const bool ends : {false, true}) {
         ExpectExplored(explore(ends, With<Fault::None>), 2000);
         EXPECT_EQ("held in the next time", explore(ends, With<Fault::AnyTime>).failure);
     }
 }
 
-TEST(ExploredLoads, AChangeOfThisProcessBesideAskersAndANotification)
-{
+TEST(ExploredLoads, AChangeOfThisProcessBesideAskersAndANotification) {
     using World = Loading<>;
     ExpectExplored(AskBeside(&World::ChangeInPlace, false), 500);
     ExpectExplored(AskBeside(&World::ChangeInPlace, true), 500);
@@ -157,41 +132,34 @@ TEST(ExploredLoads, AChangeOfThisProcessBesideAskersAndANotification)
         w.Ask();
         w.loaded.Change([](const int& value, bool&) { return std::make_shared<const int>(value); });
     };
-    for (const auto change : {&World::ChangeAndAdvanceClock, &World::ChangeAndAdvanceOwn})
-    {
+    for (const auto change : {&World::ChangeAndAdvanceClock, &World::ChangeAndAdvanceOwn}) {
         ExpectExplored(Explore<World>(4, {edit, change}, &World::CheckEnd), 100);
     }
 }
 
 // ---- servers that ask back
 
-struct Crosswise
-{
-    Crosswise()
-    {
-        for (auto& holder : loaded)
-        {
+struct Crosswise {
+    Crosswise() {
+        for (auto& holder : loaded) {
             holder.Begin(time);
         }
     }
     /// The server asks for the other value before it answers.
-    std::shared_ptr<const int> Ask(std::size_t which)
-    {
+    std::shared_ptr<const int> Ask(std::size_t which) {
         return loaded[which].Load(time, [this, which] {
             const auto other = Ask(1 - which);
             return std::make_shared<const int>(server.load() + (other ? 10 : 0));
         });
     }
-    void AskAndCheck(std::size_t which)
-    {
+    void AskAndCheck(std::size_t which) {
         Explorer::Step("ask");
         const int least = notified;
         const auto answer = Ask(which);
         Explorer::Expect(answer != nullptr, "no answer");
         Explorer::Expect(*answer % 10 >= least, Older);
     }
-    void Change()
-    {
+    void Change() {
         server.store(2);
         time.clock->Advance(Aspect);
         notified = 2;
@@ -203,8 +171,7 @@ struct Crosswise
     Loaded<int, Fault::None> loaded[2];
 };
 
-TEST(ExploredLoads, ServersThatAskBackCrosswise)
-{
+TEST(ExploredLoads, ServersThatAskBackCrosswise) {
     const auto first = [](Crosswise& w) { w.AskAndCheck(0); };
     const auto second = [](Crosswise& w) { w.AskAndCheck(1); };
     ExpectExplored(Explore<Crosswise>(3, {first, second}), 2000);

@@ -7,11 +7,9 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
+namespace {
 /// The underlying lock of explored data.
-class ExploredLock
-{
+class ExploredLock {
 public:
     void LockEx(bool shared) noexcept { shared ? m_lock.lock_shared() : m_lock.lock(); }
     void UnlockEx(bool shared) noexcept { shared ? m_lock.unlock_shared() : m_lock.unlock(); }
@@ -25,14 +23,12 @@ using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<ExploredLock
 
 /// A datum with such a lock. It is used in a step between two looks at who else uses it.
 template <class Policy>
-struct Datum : Delegator<Policy>
-{
+struct Datum : Delegator<Policy> {
     using Base = Delegator<Policy>;
     explicit Datum(XLockLevel level = XLockLevel::Relations) : Base(level) {}
 
     template <class F>
-    void Read(F inside)
-    {
+    void Read(F inside) {
         auto* const slot = this->LockLFRead();
         slotReads += slot != nullptr;
         ++readers;
@@ -42,13 +38,11 @@ struct Datum : Delegator<Policy>
         --readers;
         this->UnlockLFRead(slot);
     }
-    void Read()
-    {
+    void Read() {
         Read([] { Explorer::Step("read"); });
     }
     template <class F>
-    void Write(F inside)
-    {
+    void Write(F inside) {
         this->LockWrite();
         ++writers;
         Explorer::Expect(readers == 0 && writers == 1, "written while another thread uses it");
@@ -57,8 +51,7 @@ struct Datum : Delegator<Policy>
         --writers;
         this->UnlockWrite();
     }
-    void Write()
-    {
+    void Write() {
         Write([] { Explorer::Step("write"); });
     }
 
@@ -68,8 +61,7 @@ struct Datum : Delegator<Policy>
 };
 
 template <class Policy>
-struct World
-{
+struct World {
     Datum<Policy> data{XLockLevel::Relations};
     Datum<Policy> other{XLockLevel::PropertyStore};
 };
@@ -82,44 +74,37 @@ constexpr unsigned Fewer = 0;
 
 template <class Policy = ExploringSync>
 Explorer::Result Explore(unsigned preemptions, const std::vector<std::function<void(World<Policy>&)>>& bodies,
-                         const std::type_identity_t<std::function<void(World<Policy>&)>>& check = {})
-{
+                         const std::type_identity_t<std::function<void(World<Policy>&)>>& check = {}) {
     const unsigned bound = preemptions == Explorer::Unbounded ? preemptions : preemptions - Fewer;
     return Explorer({.preemptions = bound}).Run([] { return World<Policy>(); }, bodies, check);
 }
 
-void ExpectExplored(const Explorer::Result& result, std::uint64_t least)
-{
+void ExpectExplored(const Explorer::Result& result, std::uint64_t least) {
     EXPECT_EQ("", result.failure) << result;
     EXPECT_TRUE(result.complete);
     EXPECT_GE(result.schedules, least);
 }
 
 template <class Policy = ExploringSync>
-void ReadData(World<Policy>& world)
-{
+void ReadData(World<Policy>& world) {
     world.data.Read();
 }
 /// The second read finds the bit of the first one, if no writer came in between.
 template <class Policy = ExploringSync>
-void ReadDataTwice(World<Policy>& world)
-{
+void ReadDataTwice(World<Policy>& world) {
     world.data.Read();
     world.data.Read();
 }
 template <class Policy = ExploringSync>
-void ReadOther(World<Policy>& world)
-{
+void ReadOther(World<Policy>& world) {
     world.other.Read();
 }
 template <class Policy = ExploringSync>
-void WriteData(World<Policy>& world)
-{
+void WriteData(World<Policy>& world) {
     world.data.Write();
 }
 
-TEST(ExploredLockFreeRead, AReaderAndAWriter)
-{
+TEST(ExploredLockFreeRead, AReaderAndAWriter) {
     unsigned bySlot = 0;
     const auto result = Explore(Explorer::Unbounded, {ReadData<>, WriteData<>},
                                 [&](World<ExploringSync>& w) { bySlot += w.data.slotReads; });
@@ -128,8 +113,7 @@ TEST(ExploredLockFreeRead, AReaderAndAWriter)
     EXPECT_LT(bySlot, result.schedules); // some were sent to the lock
 }
 
-TEST(ExploredLockFreeRead, RepeatedReadsAndWrites)
-{
+TEST(ExploredLockFreeRead, RepeatedReadsAndWrites) {
     const auto writeTwice = [](World<ExploringSync>& w) {
         w.data.Write();
         w.data.Write();
@@ -137,18 +121,15 @@ TEST(ExploredLockFreeRead, RepeatedReadsAndWrites)
     ExpectExplored(Explore(4, {ReadDataTwice<>, writeTwice}), 100u);
 }
 
-TEST(ExploredLockFreeRead, TwoReadersAndAWriter)
-{
+TEST(ExploredLockFreeRead, TwoReadersAndAWriter) {
     ExpectExplored(Explore(3, {ReadData<>, ReadData<>, WriteData<>}), 100u);
 }
 
-TEST(ExploredLockFreeRead, AReaderAndTwoWriters)
-{
+TEST(ExploredLockFreeRead, AReaderAndTwoWriters) {
     ExpectExplored(Explore(3, {ReadData<>, WriteData<>, WriteData<>}), 100u);
 }
 
-TEST(ExploredLockFreeRead, ANestedReadOfAnotherLockTakesTheNeighbourSlot)
-{
+TEST(ExploredLockFreeRead, ANestedReadOfAnotherLockTakesTheNeighbourSlot) {
     unsigned bothBySlot = 0;
     const auto nested = [](World<ExploringSync>& w) { w.data.Read([&] { w.other.Read(); }); };
     const auto writeOther = [](World<ExploringSync>& w) { w.other.Write(); };
@@ -160,14 +141,12 @@ TEST(ExploredLockFreeRead, ANestedReadOfAnotherLockTakesTheNeighbourSlot)
 }
 
 /// All threads meet in one slot.
-struct SharedSlotSync : ExploringSync
-{
+struct SharedSlotSync : ExploringSync {
     static unsigned ThreadIndex() noexcept { return 0; }
 };
 
 // Two reads find room in the slot and its neighbour, a third one takes the lock.
-TEST(ExploredLockFreeRead, ThreadsThatShareASlot)
-{
+TEST(ExploredLockFreeRead, ThreadsThatShareASlot) {
     using Shared = World<SharedSlotSync>;
     unsigned together = 0;
     unsigned noRoom = 0;
@@ -186,8 +165,7 @@ TEST(ExploredLockFreeRead, ThreadsThatShareASlot)
 }
 
 // The inner write does not let readers in when it ends, and the reads of the writer itself go by the lock.
-TEST(ExploredLockFreeRead, NestedWritesAndReadsInsideThem)
-{
+TEST(ExploredLockFreeRead, NestedWritesAndReadsInsideThem) {
     bool ownReadBySlot = false;
     const auto nested = [&](World<ExploringSync>& w) {
         w.data.Write([&] {
@@ -204,8 +182,7 @@ TEST(ExploredLockFreeRead, NestedWritesAndReadsInsideThem)
     EXPECT_FALSE(ownReadBySlot);
 }
 
-enum class Fault
-{
+enum class Fault {
     LateSlot,  ///< the word is looked at before the slot is published
     NoBit,     ///< a reader leaves no bit
     NoCount,   ///< writers are not counted
@@ -213,41 +190,30 @@ enum class Fault
 };
 
 template <Fault fault>
-struct FaultySync : ExploringSync
-{
+struct FaultySync : ExploringSync {
     template <class T>
-    class Atomic : public ExploringSync::Atomic<T>
-    {
+    class Atomic : public ExploringSync::Atomic<T> {
         using Base = ExploringSync::Atomic<T>;
         static constexpr bool IsSlot = std::is_pointer_v<T>;
 
     public:
         using Base::Base;
 
-        T load(std::memory_order = std::memory_order_seq_cst) const noexcept
-        {
+        T load(std::memory_order = std::memory_order_seq_cst) const noexcept {
             const T value = Base::load();
-            if constexpr (fault == Fault::LateSlot && !IsSlot)
-            {
-                if (void*& late = ThreadPointer(); late != nullptr)
-                {
+            if constexpr (fault == Fault::LateSlot && !IsSlot) {
+                if (void*& late = ThreadPointer(); late != nullptr) {
                     static_cast<ExploringSync::Atomic<const void*>*>(late)->store(this);
                     late = nullptr;
                 }
             }
             return value;
         }
-        void store(T value, std::memory_order = std::memory_order_seq_cst) noexcept
-        {
-            if constexpr (fault != Fault::NoneLeaves)
-            {
-                Base::store(value);
-            }
+        void store(T value, std::memory_order = std::memory_order_seq_cst) noexcept {
+            if constexpr (fault != Fault::NoneLeaves) { Base::store(value); }
         }
-        bool compare_exchange_strong(T& expected, T desired) noexcept
-        {
-            if constexpr (fault == Fault::LateSlot)
-            {
+        bool compare_exchange_strong(T& expected, T desired) noexcept {
+            if constexpr (fault == Fault::LateSlot) {
                 ThreadPointer() = this;
                 return Base::load() == expected;
             }
@@ -255,8 +221,7 @@ struct FaultySync : ExploringSync
         }
         T fetch_or(T bits) noexcept { return fault == Fault::NoBit ? Base::load() : Base::fetch_or(bits); }
         T fetch_add(T by) noexcept { return fault == Fault::NoCount ? Base::load() : Base::fetch_add(by); }
-        T fetch_sub(T by, std::memory_order = std::memory_order_seq_cst) noexcept
-        {
+        T fetch_sub(T by, std::memory_order = std::memory_order_seq_cst) noexcept {
             return fault == Fault::NoCount ? Base::load() : Base::fetch_sub(by);
         }
     };
@@ -264,8 +229,7 @@ struct FaultySync : ExploringSync
 
 /// What comes of a fault, in a case that is found to be right without it. Replaying the schedule shows it again.
 template <Fault fault>
-std::string Found()
-{
+std::string Found() {
     using Faulty = FaultySync<fault>;
     const auto run = [](Explorer explorer) {
         return explorer.Run([] { return World<Faulty>(); }, {ReadDataTwice<Faulty>, WriteData<Faulty>});
@@ -280,8 +244,7 @@ std::string Found()
     return result.failure;
 }
 
-TEST(ExploredLockFreeRead, FaultsAreFound)
-{
+TEST(ExploredLockFreeRead, FaultsAreFound) {
     constexpr const char* Beside = " while another thread ";
     EXPECT_NE(std::string::npos, Found<Fault::LateSlot>().find(Beside));
     EXPECT_NE(std::string::npos, Found<Fault::NoBit>().find(Beside));

@@ -4,21 +4,17 @@
 // remembered of a check and of the base's content never hides that something is stale.
 #include "exploreload.h"
 
-namespace
-{
+namespace {
 using namespace ExploredLoad;
 
 /// As component maps go about it; see XMapInheritedComp.
 template <Fault fault = Fault::None>
-struct Chain
-{
-    struct Records
-    {
+struct Chain {
+    struct Records {
         int values = 0; ///< 0: none
         XStamp stamp;
     };
-    struct State
-    {
+    struct State {
         int values = 0;
         int inherited = 0;
         std::uint64_t content = 0;
@@ -26,8 +22,7 @@ struct Chain
         XStamp stamp;
         Records delivered;
     };
-    struct Map
-    {
+    struct Map {
         XBasicOwnCount<ExploringSync> own;
         ExploringSync::Mutex fill;
         XMutexGuarded<State, ExploringSync> state;
@@ -36,80 +31,57 @@ struct Chain
 
     XStamp Note(const Map& map) const { return {time.Now(), map.own.Now()}; }
     std::uint64_t Check() const { return epoch.load() + time.Now(); }
-    std::uint64_t Content(const Map& map) const
-    {
+    std::uint64_t Content(const Map& map) const {
         return map.state.Read([](const State& state) { return state.content; });
     }
-    bool IsCurrent(const Map& map, std::uint64_t baseContent, std::uint64_t& content) const
-    {
+    bool IsCurrent(const Map& map, std::uint64_t baseContent, std::uint64_t& content) const {
         const XStamp now = Note(map);
         return map.state.Read([&](const State& state) {
             content = state.content;
             return state.stamp == now && (fault == Fault::NoContent || state.baseContent == baseContent);
         });
     }
-    bool IsComplete()
-    {
+    bool IsComplete() {
         const std::uint64_t check = Check();
-        if (checkedAt.load() == check)
-        {
-            return true;
-        }
+        if (checkedAt.load() == check) { return true; }
         std::uint64_t content = 0;
-        if (!IsCurrent(base, content, content) || !IsCurrent(derived, content, content))
-        {
-            return false;
-        }
+        if (!IsCurrent(base, content, content) || !IsCurrent(derived, content, content)) { return false; }
         checkedAt.store(fault == Fault::LateCheck ? Check() : check);
         return true;
     }
-    bool EnsureCurrent(Map& map, const Map* above)
-    {
+    bool EnsureCurrent(Map& map, const Map* above) {
         const auto isCurrent = [&] {
             std::uint64_t content = 0;
             return IsCurrent(map, above != nullptr ? Content(*above) : 0, content);
         };
-        if (isCurrent())
-        {
-            return true;
-        }
+        if (isCurrent()) { return true; }
         const Fill fill(map.fill, &map);
         return fill.IsReentered() || isCurrent() || Complete(map, above);
     }
-    bool Complete(Map& map, const Map* above)
-    {
+    bool Complete(Map& map, const Map* above) {
         State fresh;
-        if (above != nullptr)
-        {
+        if (above != nullptr) {
             fresh = above->state.Read([](const State& state) { return state; });
             fresh.inherited = fresh.values;
             fresh.baseContent = fresh.content;
         }
         const Records records = TakeRecords(map);
-        if (fault != Fault::TakenRecords && records.stamp.IsNone())
-        {
-            return false;
-        }
+        if (fault != Fault::TakenRecords && records.stamp.IsNone()) { return false; }
         fresh.values = records.values;
         fresh.stamp = records.stamp;
         Publish(map, fresh);
         epoch.fetch_add(1);
         return true;
     }
-    Records TakeRecords(Map& map)
-    {
+    Records TakeRecords(Map& map) {
         const auto take = [&] {
             return map.state.Write([](State& state) { return std::exchange(state.delivered, Records()); });
         };
-        if (const Records waiting = take(); waiting.stamp == Note(map))
-        {
-            return waiting;
-        }
+        if (const Records waiting = take(); waiting.stamp == Note(map)) { return waiting; }
         const XStamp noted = Note(map);
         const Records records{server.load(), noted};
         map.state.Write([&](State& state) {
-            if (!noted.IsOlderThan(state.delivered.stamp) && !noted.IsOlderThan(state.stamp))
-            {
+            if (!noted.IsOlderThan(state.delivered.stamp) && !noted.IsOlderThan(state.stamp)) {
                 state.delivered = records;
                 state.stamp = {};
             }
@@ -117,15 +89,11 @@ struct Chain
         epoch.fetch_add(1);
         return take();
     }
-    void Publish(Map& map, const State& fresh)
-    {
+    void Publish(Map& map, const State& fresh) {
         const auto publish = [&](bool withMap) {
             map.state.Write([&](State& state) {
                 const bool isBaseOlder = fault != Fault::AnyBase && fresh.baseContent < state.baseContent;
-                if (isBaseOlder || fresh.stamp.IsOlderThan(state.stamp))
-                {
-                    return;
-                }
+                if (isBaseOlder || fresh.stamp.IsOlderThan(state.stamp)) { return; }
                 const State former = std::exchange(state, fresh);
                 state.values = withMap ? fresh.values : former.values;
                 state.content = fault == Fault::ContentFirst && withMap ? former.content : lastContent.fetch_add(1) + 1;
@@ -133,64 +101,44 @@ struct Chain
                 state.stamp = former.delivered.stamp.IsNone() ? fresh.stamp : XStamp{};
             });
         };
-        if (fault == Fault::ContentFirst)
-        {
-            publish(false);
-        }
+        if (fault == Fault::ContentFirst) { publish(false); }
         publish(true);
     }
-    void Ask()
-    {
+    void Ask() {
         Explorer::Step("ask");
         const int least = notified;
-        for (int attempt = 0; attempt < 3 && !IsComplete(); ++attempt)
-        {
-            if (EnsureCurrent(base, nullptr) && EnsureCurrent(derived, &base))
-            {
-                break;
-            }
+        for (int attempt = 0; attempt < 3 && !IsComplete(); ++attempt) {
+            if (EnsureCurrent(base, nullptr) && EnsureCurrent(derived, &base)) { break; }
         }
         derived.state.Read([&](const State& state) {
             Explorer::Expect(state.values > 0, "the map is empty");
             Explorer::Expect(state.values >= least && state.inherited >= least, Older);
         });
     }
-    void AskInside()
-    {
+    void AskInside() {
         const Fill fill(otherMutex, &otherMutex);
         Ask();
     }
-    void AskTwice()
-    {
+    void AskTwice() {
         Ask();
         Ask();
     }
-    void ChangeAndAdvanceClock()
-    {
+    void ChangeAndAdvanceClock() {
         server.store(2);
         time.clock->Advance(Aspect);
         notified = 2;
     }
     /// The notification comes straight to both types.
-    void ChangeAndAdvanceOwn()
-    {
+    void ChangeAndAdvanceOwn() {
         server.store(2);
-        for (Map* const map : {&derived, &base})
-        {
-            if (fault == Fault::EpochFirst)
-            {
-                epoch.fetch_add(1);
-            }
+        for (Map* const map : {&derived, &base}) {
+            if (fault == Fault::EpochFirst) { epoch.fetch_add(1); }
             map->own.Advance();
-            if (fault != Fault::EpochFirst)
-            {
-                epoch.fetch_add(1);
-            }
+            if (fault != Fault::EpochFirst) { epoch.fetch_add(1); }
         }
         notified = 2;
     }
-    void CheckEnd()
-    {
+    void CheckEnd() {
         Ask();
         Explorer::Expect(derived.state.Read([](const State& state) { return state.inherited; }) == server, Lost);
     }
@@ -206,11 +154,9 @@ struct Chain
     ExploringSync::Mutex otherMutex;
 };
 
-TEST(ExploredLoads, AMergedMapAndANotification)
-{
+TEST(ExploredLoads, AMergedMapAndANotification) {
     using World = Chain<>;
-    for (const auto change : {&World::ChangeAndAdvanceClock, &World::ChangeAndAdvanceOwn})
-    {
+    for (const auto change : {&World::ChangeAndAdvanceClock, &World::ChangeAndAdvanceOwn}) {
         ExpectExplored(Explore<World>(3, {&World::AskTwice, change}, &World::CheckEnd), 200);
         ExpectExplored(Explore<World>(1, {&World::Ask, &World::AskTwice, change}, &World::CheckEnd), 500);
         ExpectExplored(Explore<World>(1, {&World::Ask, &World::AskInside, change}, &World::CheckEnd), 500);

@@ -6,18 +6,15 @@
 
 #include <stdexcept>
 
-namespace
-{
+namespace {
 constexpr XAspect Aspect = XAspect::PlanTypes;
 
 /// A holder in front of a server whose value changes.
-class Loading
-{
+class Loading {
 public:
     Loading() { m_loaded.Begin(time); }
 
-    int Ask()
-    {
+    int Ask() {
         return *m_loaded.Load(time, [this] { return std::make_shared<const int>(m_server.load()); });
     }
     bool IsFresh() const { return m_loaded.Fresh() != nullptr; }
@@ -29,45 +26,34 @@ public:
 
 /// A course of events. Two threads ask: n and N note, s and S publish. i notifies, o advances the own count, E ends
 /// and B begins the time anew.
-struct Course
-{
+struct Course {
     const char* events;
     int held; ///< which answer is there at the end: 1 that of n, 2 that of N, 0 none
     bool fresh;
 };
 
-TEST(Loaded, KeepsTheAnswerThatWasNotedLastAndNeverTakesAnOvertakenOneForFresh)
-{
+TEST(Loaded, KeepsTheAnswerThatWasNotedLastAndNeverTakesAnOvertakenOneForFresh) {
     constexpr Course Courses[] = {
         {"", 0, false},     {"ns", 1, true},     {"nsi", 1, false},    {"nis", 1, false}, {"nso", 1, false},
         {"nos", 1, false},  {"nisNS", 2, true},  {"nNsS", 2, true},    {"nNSs", 1, true}, {"niNSs", 2, true},
         {"noNSs", 2, true}, {"nNiSs", 1, false}, {"niNoSs", 2, false}, {"nsE", 0, false}, {"nEs", 0, false},
         {"nEBs", 0, false}, {"nEBNSs", 2, true}, {"nsEB", 0, false},
     };
-    for (const Course& course : Courses)
-    {
+    for (const Course& course : Courses) {
         Loading loading;
         XStamp notes[2];
         XTime times[2];
-        for (const char* event = course.events; *event != '\0'; ++event)
-        {
+        for (const char* event = course.events; *event != '\0'; ++event) {
             const int who = *event == 'N' || *event == 'S' ? 1 : 0;
-            switch (*event)
-            {
+            switch (*event) {
             case 'n':
             case 'N':
                 times[who] = loading.time;
                 notes[who] = {loading.time.Now(), loading.m_loaded.Own().Now()};
                 break;
-            case 'i':
-                loading.time.clock->Advance(Aspect);
-                break;
-            case 'o':
-                loading.m_loaded.Advance();
-                break;
-            case 'E':
-                loading.m_loaded.End(loading.time);
-                break;
+            case 'i': loading.time.clock->Advance(Aspect); break;
+            case 'o': loading.m_loaded.Advance(); break;
+            case 'E': loading.m_loaded.End(loading.time); break;
             case 'B':
                 loading.time.clock = XClockPtr(new XClock);
                 loading.m_loaded.Begin(loading.time);
@@ -83,8 +69,7 @@ TEST(Loaded, KeepsTheAnswerThatWasNotedLastAndNeverTakesAnOvertakenOneForFresh)
     }
 }
 
-TEST(Loaded, GivesAnAnswerThatNothingTakesToWhoeverAsked)
-{
+TEST(Loaded, GivesAnAnswerThatNothingTakesToWhoeverAsked) {
     Loading loading;
     loading.m_loaded.End(loading.time);
     EXPECT_EQ(loading.Ask(), 1);
@@ -99,8 +84,7 @@ TEST(Loaded, GivesAnAnswerThatNothingTakesToWhoeverAsked)
     EXPECT_EQ(next.get(), 1);
 }
 
-TEST(Loaded, AChangeMakesAnAnswerOnItsWayOld)
-{
+TEST(Loaded, AChangeMakesAnAnswerOnItsWayOld) {
     Loading loading;
     loading.Ask();
     const XStamp noted{loading.time.Now(), loading.m_loaded.Own().Now()};
@@ -116,8 +100,7 @@ TEST(Loaded, AChangeMakesAnAnswerOnItsWayOld)
     EXPECT_FALSE(loading.IsFresh());
 }
 
-TEST(Fill, LetsItsOwnThreadInAndNoOther)
-{
+TEST(Fill, LetsItsOwnThreadInAndNoOther) {
     XFillMutex mutex;
     const int holder = 0;
     XActor other;
@@ -134,15 +117,13 @@ TEST(Fill, LetsItsOwnThreadInAndNoOther)
     EXPECT_FALSE(waits.get());
 }
 
-TEST(Fill, AThreadThatIsAskingWaitsForNobody)
-{
+TEST(Fill, AThreadThatIsAskingWaitsForNobody) {
     XFillMutex mutexes[2];
     XActor others[2];
     std::promise<void> inside[2];
     std::promise<void> tried[2];
     std::future<bool> done[2];
-    for (int i = 0; i < 2; ++i)
-    {
+    for (int i = 0; i < 2; ++i) {
         done[i] = others[i].Start([&, i] {
             const XFill own(mutexes[i], &mutexes[i]);
             inside[i].set_value();
@@ -154,8 +135,7 @@ TEST(Fill, AThreadThatIsAskingWaitsForNobody)
             return isBusy && isBusyForALife;
         });
     }
-    for (auto& each : done)
-    {
+    for (auto& each : done) {
         ASSERT_TRUE(IsReady(each)) << "two threads wait for each other";
         EXPECT_TRUE(each.get());
     }

@@ -5,33 +5,26 @@
 #include "logcapture.h"
 #include "synctools.h"
 
-namespace
-{
+namespace {
 using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<XProbeLock>>;
 
-struct ProbedDelegator final : Delegator
-{
+struct ProbedDelegator final : Delegator {
     XProbeLock& probe = XProbeLock::Last();
 };
 
-class LockFreeRead : public testing::Test
-{
+class LockFreeRead : public testing::Test {
 protected:
-    std::future<Delegator::Slot*> StartRead(XActor& actor)
-    {
+    std::future<Delegator::Slot*> StartRead(XActor& actor) {
         return actor.Start([this] { return m_data.LockLFRead(); });
     }
     Delegator::Slot* Read(XActor& actor) { return StartRead(actor).get(); }
-    void EndRead(XActor& actor, Delegator::Slot* slot)
-    {
+    void EndRead(XActor& actor, Delegator::Slot* slot) {
         actor.Do([this, slot] { m_data.UnlockLFRead(slot); });
     }
-    std::future<void> StartWrite(XActor& actor)
-    {
+    std::future<void> StartWrite(XActor& actor) {
         return actor.Start([this] { m_data.LockWrite(); });
     }
-    void EndWrite(XActor& actor)
-    {
+    void EndWrite(XActor& actor) {
         actor.Do([this] { m_data.UnlockWrite(); });
     }
 
@@ -42,14 +35,12 @@ protected:
     XActor m_second;
 };
 
-TEST_F(LockFreeRead, TakesNoLockBesideReadersOfAllKindsAndAfterAWrite)
-{
+TEST_F(LockFreeRead, TakesNoLockBesideReadersOfAllKindsAndAfterAWrite) {
     StartWrite(m_writer).get();
     EndWrite(m_writer);
     m_writer.Do([&] { m_data.AddReadLockRef(); });
     const int lockCalls = m_probe.lockCalls;
-    for (int round = 0; round < 2; ++round)
-    {
+    for (int round = 0; round < 2; ++round) {
         auto* const first = Read(m_first);
         auto* const second = Read(m_second);
         EXPECT_TRUE(first != nullptr && second != nullptr && first != second);
@@ -60,8 +51,7 @@ TEST_F(LockFreeRead, TakesNoLockBesideReadersOfAllKindsAndAfterAWrite)
     m_writer.Do([&] { m_data.ReleaseLockRef(); });
 }
 
-TEST_F(LockFreeRead, AWriterWaitsForTheLastReader)
-{
+TEST_F(LockFreeRead, AWriterWaitsForTheLastReader) {
     auto* const first = Read(m_first);
     auto* const second = Read(m_second);
     auto write = StartWrite(m_writer);
@@ -73,8 +63,7 @@ TEST_F(LockFreeRead, AWriterWaitsForTheLastReader)
     EndWrite(m_writer);
 }
 
-TEST_F(LockFreeRead, InsideOwnWriteIsAnotherReference)
-{
+TEST_F(LockFreeRead, InsideOwnWriteIsAnotherReference) {
     StartWrite(m_writer).get();
     auto* const own = Read(m_writer);
     EXPECT_EQ(nullptr, own);
@@ -89,8 +78,7 @@ TEST_F(LockFreeRead, InsideOwnWriteIsAnotherReference)
     EndRead(m_first, reader.get());
 }
 
-TEST_F(LockFreeRead, ARefusedWriteDoesNotStayCounted)
-{
+TEST_F(LockFreeRead, ARefusedWriteDoesNotStayCounted) {
     m_first.Do([&] { m_data.AddReadLockRef(); });
     EXPECT_TRUE(m_first.Do([&] { return Raised([&] { m_data.LockWrite(); }).has_value(); }));
     auto* const second = Read(m_second);
@@ -103,21 +91,16 @@ TEST_F(LockFreeRead, ARefusedWriteDoesNotStayCounted)
 }
 
 // Readers of whom one is inside at any time, as long as they are not sent to the lock.
-class RestlessReaders
-{
+class RestlessReaders {
 public:
-    explicit RestlessReaders(ProbedDelegator& data)
-    {
-        for (std::thread& thread : m_threads)
-        {
+    explicit RestlessReaders(ProbedDelegator& data) {
+        for (std::thread& thread : m_threads) {
             thread = std::thread([this, &data] { Run(data); });
         }
     }
-    ~RestlessReaders()
-    {
+    ~RestlessReaders() {
         m_stop = true;
-        for (std::thread& thread : m_threads)
-        {
+        for (std::thread& thread : m_threads) {
             thread.join();
         }
     }
@@ -125,13 +108,10 @@ public:
     void Stop() { m_stop = true; }
 
 private:
-    void Run(ProbedDelegator& data)
-    {
-        while (!m_stop)
-        {
+    void Run(ProbedDelegator& data) {
+        while (!m_stop) {
             auto* const slot = data.LockLFRead();
-            if (slot != nullptr)
-            {
+            if (slot != nullptr) {
                 ++m_inside;
                 Leave(data);
             }
@@ -139,13 +119,10 @@ private:
         }
     }
     // Leaves while another one is inside, or once somebody was sent to the lock.
-    void Leave(ProbedDelegator& data)
-    {
+    void Leave(ProbedDelegator& data) {
         int inside = m_inside;
-        while (inside < 2 || !m_inside.compare_exchange_weak(inside, inside - 1))
-        {
-            if (m_stop || data.probe.waiting > 0)
-            {
+        while (inside < 2 || !m_inside.compare_exchange_weak(inside, inside - 1)) {
+            if (m_stop || data.probe.waiting > 0) {
                 --m_inside;
                 return;
             }
@@ -159,22 +136,17 @@ private:
     std::thread m_threads[8];
 };
 
-TEST_F(LockFreeRead, AWriterGetsThroughRestlessReaders)
-{
+TEST_F(LockFreeRead, AWriterGetsThroughRestlessReaders) {
     using namespace std::chrono;
     RestlessReaders readers(m_data);
     ASSERT_TRUE(Comes([&] { return readers.Inside() >= 2; }));
     LONGLONG worst = 0;
-    for (int round = 0; round < 5; ++round)
-    {
+    for (int round = 0; round < 5; ++round) {
         const auto start = steady_clock::now();
         auto write = StartWrite(m_writer);
         const bool through = IsReady(write, seconds(5)); // 0.1 s on a machine with nothing else to do
         worst = std::max<LONGLONG>(worst, duration_cast<milliseconds>(steady_clock::now() - start).count());
-        if (!through)
-        {
-            readers.Stop();
-        }
+        if (!through) { readers.Stop(); }
         ASSERT_TRUE(through) << "kept out by readers that come while it waits";
         EXPECT_EQ(0, readers.Inside());
         EndWrite(m_writer);
@@ -184,15 +156,11 @@ TEST_F(LockFreeRead, AWriterGetsThroughRestlessReaders)
     std::printf("  the slowest writer took %d ms\n", static_cast<int>(worst));
 }
 
-TEST(GuardedData, AnErrorUnderAProxyGivesTheLockBack)
-{
+TEST(GuardedData, AnErrorUnderAProxyGivesTheLockBack) {
     const LogCapture log;
     XCritDataCFC<int> data(XLockLevel::Relations, 7);
     const auto fail = [](const int& value) {
-        if (value == 7)
-        {
-            throw XLXException(E_FAIL, OLESTR("seven"), LXHere("test_lockfree", nullptr, "fail"));
-        }
+        if (value == 7) { throw XLXException(E_FAIL, OLESTR("seven"), LXHere("test_lockfree", nullptr, "fail")); }
     };
     EXPECT_THROW(fail(*XCritProxy<int>(data)), XLXException);
     EXPECT_THROW(fail(*XCritReadProxy<int>(data)), XLXException);

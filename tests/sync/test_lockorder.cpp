@@ -4,43 +4,35 @@
 #include "XFill.h"
 #include "synctools.h"
 
-namespace
-{
+namespace {
 using Data = XCritDataCFC<int>;
 
-Data& Types()
-{
+Data& Types() {
     static Data data(XLockLevel::TypeMap);
     return data;
 }
-Data& Store()
-{
+Data& Store() {
     static Data data(XLockLevel::PropertyStore);
     return data;
 }
-Data& OtherStore()
-{
+Data& OtherStore() {
     static Data data(XLockLevel::PropertyStore);
     return data;
 }
-XFillMutex& Fetch()
-{
+XFillMutex& Fetch() {
     static XFillMutex mutex;
     return mutex;
 }
 
 template <class Outer, class Inner, class OuterLock, class InnerLock>
-void Nest(OuterLock& outer, InnerLock& inner)
-{
+void Nest(OuterLock& outer, InnerLock& inner) {
     const Outer first(outer);
     const Inner second(inner);
 }
 
-TEST(LockOrder, LetsTheRightOrderPass)
-{
+TEST(LockOrder, LetsTheRightOrderPass) {
     XFillMutex base;
-    for (int round = 0; round < 2; ++round)
-    {
+    for (int round = 0; round < 2; ++round) {
         const XFill outer(Fetch(), &Fetch());
         const XFill inner(base, &base);
         XLockOrder::AssertNoneHeld();
@@ -53,14 +45,12 @@ TEST(LockOrder, LetsTheRightOrderPass)
 }
 
 #if !defined(NDEBUG) && !defined(_WIN32)
-struct WrongOrder
-{
+struct WrongOrder {
     const char* what;
     void (*run)();
 };
 
-TEST(LockOrderDeathTest, FindsTheWrongOrder)
-{
+TEST(LockOrderDeathTest, FindsTheWrongOrder) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     constexpr WrongOrder Cases[] = {
         {"taking TypeMap while PropertyStore", [] { Nest<XCritProxy<int>, XCritReadProxy<int>>(Store(), Types()); }},
@@ -83,8 +73,7 @@ TEST(LockOrderDeathTest, FindsTheWrongOrder)
              XLockOrder::AssertNoneHeld();
          }},
     };
-    for (const WrongOrder& wrong : Cases)
-    {
+    for (const WrongOrder& wrong : Cases) {
         EXPECT_DEATH(wrong.run(), wrong.what);
     }
 }

@@ -8,43 +8,36 @@
 #include <random>
 #include <vector>
 
-namespace
-{
-constexpr std::uint64_t Mix(std::uint64_t value)
-{
+namespace {
+constexpr std::uint64_t Mix(std::uint64_t value) {
     value ^= value >> 33;
     value *= 0xFF51AFD7ED558CCDull;
     return value ^ (value >> 29);
 }
 
-struct Value
-{
+struct Value {
     std::uint64_t up = 0;
     std::uint64_t down = ~std::uint64_t{0};
     std::uint64_t hash = Mix(0);
     std::vector<std::uint64_t> copies; // moves in memory as it grows
 
-    void Step()
-    {
+    void Step() {
         ++up;
         --down;
         hash = Mix(up);
         copies.assign(up % 40, up);
         copies.shrink_to_fit();
     }
-    bool IsWhole() const
-    {
+    bool IsWhole() const {
         bool whole = up + down == ~std::uint64_t{0} && hash == Mix(up) && copies.size() == up % 40;
-        for (const std::uint64_t copy : copies)
-        {
+        for (const std::uint64_t copy : copies) {
             whole = whole && copy == up;
         }
         return whole;
     }
 };
 
-class Stress
-{
+class Stress {
 public:
     static constexpr std::uint64_t WritesEach = 250; // at least
     static constexpr std::uint64_t ReadsEach = 50;   // at least, beside the writers
@@ -62,8 +55,7 @@ public:
 
 private:
     template <class Proxy>
-    std::uint64_t ReadOnce()
-    {
+    std::uint64_t ReadOnce() {
         const Proxy proxy(data);
         broken += !proxy->IsWhole();
         return proxy->up;
@@ -76,12 +68,10 @@ private:
     std::atomic<int> m_readersBehind{Readers};
 };
 
-void Stress::Write(unsigned seed)
-{
+void Stress::Write(unsigned seed) {
     std::mt19937 random(seed);
     // Threads start late on a busy machine: writing goes on until each reader has had its share.
-    for (std::uint64_t i = 0; i < WritesEach || m_readersBehind > 0; ++i)
-    {
+    for (std::uint64_t i = 0; i < WritesEach || m_readersBehind > 0; ++i) {
         {
             const XCritProxy<Value> proxy(data);
             broken += !proxy->IsWhole();
@@ -89,30 +79,22 @@ void Stress::Write(unsigned seed)
             ++writes;
             switch (random() % 4) // reading inside one's own write
             {
-            case 0:
-                ReadOnce<XCritReadProxy<Value>>();
-                break;
-            case 1:
-                ReadOnce<XCritLFReadProxy<Value>>();
-                break;
-            default:
-                break;
+            case 0: ReadOnce<XCritReadProxy<Value>>(); break;
+            case 1: ReadOnce<XCritLFReadProxy<Value>>(); break;
+            default: break;
             }
         }
-        for (std::size_t pause = random() % 2000; pause > 0; --pause)
-        {
+        for (std::size_t pause = random() % 2000; pause > 0; --pause) {
             LX_CPU_RELAX();
         }
     }
     --m_writersLeft;
 }
 
-void Stress::Read(unsigned seed)
-{
+void Stress::Read(unsigned seed) {
     std::mt19937 random(seed);
     std::uint64_t last = 0;
-    for (std::uint64_t done = 1; m_writersLeft > 0; ++done)
-    {
+    for (std::uint64_t done = 1; m_writersLeft > 0; ++done) {
         const bool lockFree = random() % 8 != 0;
         const std::uint64_t seen = lockFree ? ReadOnce<XCritLFReadProxy<Value>>() : ReadOnce<XCritReadProxy<Value>>();
         broken += seen < last; // a thread never sees time run backwards
@@ -122,32 +104,26 @@ void Stress::Read(unsigned seed)
     }
 }
 
-void Stress::Run()
-{
+void Stress::Run() {
     std::vector<std::thread> threads;
-    for (unsigned i = 0; i < Writers; ++i)
-    {
+    for (unsigned i = 0; i < Writers; ++i) {
         threads.emplace_back([this, i] { Write(m_seed + i); });
     }
-    for (unsigned i = 0; i < Readers; ++i)
-    {
+    for (unsigned i = 0; i < Readers; ++i) {
         threads.emplace_back([this, i] { Read(m_seed + 100 + i); });
     }
-    for (std::thread& thread : threads)
-    {
+    for (std::thread& thread : threads) {
         thread.join();
     }
 }
 
 /// LX_TEST_SEED repeats a run.
-unsigned Seed()
-{
+unsigned Seed() {
     const char* const given = std::getenv("LX_TEST_SEED");
     return given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
 }
 
-TEST(GuardedData, KeepsItsValueWholeUnderAllKindsOfAccess)
-{
+TEST(GuardedData, KeepsItsValueWholeUnderAllKindsOfAccess) {
     const unsigned seed = Seed();
     std::printf("  LX_TEST_SEED=%u\n", seed);
     Stress stress(seed);

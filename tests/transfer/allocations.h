@@ -6,8 +6,7 @@
 
 #include <cstddef>
 
-class XAllocationWatch
-{
+class XAllocationWatch {
 public:
     /// @param failing  the number of the allocation that fails, counted from 1; 0 for none
     explicit XAllocationWatch(std::size_t failing = 0);

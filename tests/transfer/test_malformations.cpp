@@ -6,11 +6,9 @@
 
 #include <set>
 
-namespace
-{
+namespace {
 /// A number in place of an element.
-struct Spoiled
-{
+struct Spoiled {
     const char* name;
     EKind kind;
     ULONG at;
@@ -20,10 +18,7 @@ struct Spoiled
     const char* method;
 };
 
-std::ostream& operator<<(std::ostream& out, const Spoiled& row)
-{
-    return out << row.kind << row.name;
-}
+std::ostream& operator<<(std::ostream& out, const Spoiled& row) { return out << row.kind << row.name; }
 
 constexpr ULONG MostNegative = 0x80000000;
 constexpr const char* WrongSize = "wrong safearray size";
@@ -63,11 +58,9 @@ constexpr Spoiled SpoiledArrays[] = {
     {"HugeTypes", EKind::AttributeList, 61, VT_I4, 0x7FFFFFFF, WrongSize, "VecFromSafeArray"},
 };
 
-class SpoiledArray : public testing::TestWithParam<Spoiled>
-{};
+class SpoiledArray : public testing::TestWithParam<Spoiled> {};
 
-TEST_P(SpoiledArray, IsRefusedWithoutGrowing)
-{
+TEST_P(SpoiledArray, IsRefusedWithoutGrowing) {
     const Spoiled& row = GetParam();
     XLXSafeArray array = Sample(row.kind);
     ASSERT_EQ(V_VT(&ElementOf(array, row.at)), row.type) << "the sample has something else there";
@@ -81,26 +74,18 @@ INSTANTIATE_TEST_SUITE_P(Transfer, SpoiledArray, testing::ValuesIn(SpoiledArrays
                          [](const auto& row) { return testing::PrintToString(row.param); });
 
 /// The positions whose elements may be of any type.
-std::set<ULONG> FreePositions(EKind kind)
-{
-    switch (kind)
-    {
-    case EKind::TypeArray:
-        return {11, 12, 13, 24, 25, 26, 31, 32, 33, 34, 35, 36, 37};
-    case EKind::PCArray:
-        return {5, 6};
-    case EKind::TypeComponents:
-        return {6, 7, 8, 9};
-    case EKind::RecordList:
-        return {3};
+std::set<ULONG> FreePositions(EKind kind) {
+    switch (kind) {
+    case EKind::TypeArray: return {11, 12, 13, 24, 25, 26, 31, 32, 33, 34, 35, 36, 37};
+    case EKind::PCArray: return {5, 6};
+    case EKind::TypeComponents: return {6, 7, 8, 9};
+    case EKind::RecordList: return {3};
     default: {
         std::set<ULONG> free;
-        for (ULONG i = 1; i <= 60; ++i)
-        {
+        for (ULONG i = 1; i <= 60; ++i) {
             free.insert({i, 70 + i});
         }
-        for (ULONG i = 62; i <= 68; ++i)
-        {
+        for (ULONG i = 62; i <= 68; ++i) {
             free.insert(i);
         }
         return free;
@@ -108,24 +93,20 @@ std::set<ULONG> FreePositions(EKind kind)
     }
 }
 
-class EveryElement : public testing::TestWithParam<EKind>
-{};
+class EveryElement : public testing::TestWithParam<EKind> {};
 
-TEST_P(EveryElement, OfAnotherTypeIsRefusedUnlessItIsAValue)
-{
+TEST_P(EveryElement, OfAnotherTypeIsRefusedUnlessItIsAValue) {
     const EKind kind = GetParam();
     const XLXSafeArray sample = Sample(kind);
     const std::set<ULONG> free = FreePositions(kind);
     const long before = XCountedObject::alive;
-    for (ULONG at = 0; at < CountOf(sample); ++at)
-    {
+    for (ULONG at = 0; at < CountOf(sample); ++at) {
         const std::string described = Describe(ElementOf(sample, at));
         const std::string type = described.substr(0, described.find(' '));
         const Raised expected = free.contains(at)
                                     ? Raised{}
                                     : Raised{E_INVALIDARG, "variant type mismatch: expected VT_" + type, "FromVariant"};
-        for (const VARTYPE wrong : {VT_I2, VT_EMPTY, VT_DISPATCH})
-        {
+        for (const VARTYPE wrong : {VT_I2, VT_EMPTY, VT_DISPATCH}) {
             XLXSafeArray array = Cut(sample, CountOf(sample));
             VariantClear(&ElementOf(array, at));
             ElementOf(array, at) = VARIANT{};
@@ -136,13 +117,11 @@ TEST_P(EveryElement, OfAnotherTypeIsRefusedUnlessItIsAValue)
     EXPECT_EQ(XCountedObject::alive, before);
 }
 
-TEST_P(EveryElement, IsNeeded)
-{
+TEST_P(EveryElement, IsNeeded) {
     const EKind kind = GetParam();
     const XLXSafeArray sample = Sample(kind);
     const long before = XCountedObject::alive;
-    for (ULONG count = 0; count < CountOf(sample); ++count)
-    {
+    for (ULONG count = 0; count < CountOf(sample); ++count) {
         XLXSafeArray array = Cut(sample, count);
         if (kind == EKind::AttributeList && (count == 0 || count == 70)) // between two attributes
         {
@@ -156,22 +135,17 @@ TEST_P(EveryElement, IsNeeded)
     EXPECT_EQ(XCountedObject::alive, before);
 }
 
-TEST_P(EveryElement, IsFreedWhenMemoryRunsOut)
-{
+TEST_P(EveryElement, IsFreedWhenMemoryRunsOut) {
     const EKind kind = GetParam();
     const long before = XCountedObject::alive;
     bool done = false;
-    for (std::size_t failing = 1; !done; ++failing)
-    {
+    for (std::size_t failing = 1; !done; ++failing) {
         XLXSafeArray array = Sample(kind);
         const XAllocationWatch watch(failing);
-        try
-        {
+        try {
             const XLXSafeArray written = ReadAndWrite(kind, std::move(array));
             done = true;
-        }
-        catch (const std::bad_alloc&)
-        {}
+        } catch (const std::bad_alloc&) {}
         ASSERT_EQ(watch.Count() >= failing, !done);
         ASSERT_EQ(XCountedObject::alive, before) << failing;
     }

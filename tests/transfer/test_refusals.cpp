@@ -8,11 +8,9 @@
 
 using namespace XLXCFCDataTransfer;
 
-namespace
-{
+namespace {
 /// One element of a sample replaced by a value of another kind, or all from there on cut off.
-struct Refusal
-{
+struct Refusal {
     EKind kind;
     ULONG at;
     bool cut;
@@ -44,17 +42,14 @@ constexpr Refusal Refusals[] = {
     {EKind::AttributeList, 100, true, "71 of 100 (attributes)", WrongSize},
 };
 
-XLXSafeArray Spoil(const Refusal& row)
-{
+XLXSafeArray Spoil(const Refusal& row) {
     const XLXSafeArray sample = Sample(row.kind);
     XLXSafeArray array = Cut(sample, row.cut ? row.at : CountOf(sample));
-    if (row.kind == EKind::AttributeList)
-    {
+    if (row.kind == EKind::AttributeList) {
         VariantClear(&ElementOf(array, 1));
         Text(OLESTR("Power")).DetachTo(&ElementOf(array, 1));
     }
-    if (!row.cut)
-    {
+    if (!row.cut) {
         VariantClear(&ElementOf(array, row.at));
         V_VT(&ElementOf(array, row.at)) = VT_I2;
     }
@@ -62,40 +57,30 @@ XLXSafeArray Spoil(const Refusal& row)
 }
 
 /// The entry that a refusal leaves; what is raised must have this text and no more.
-std::string Logged(const char* text, const std::function<void()>& read)
-{
+std::string Logged(const char* text, const std::function<void()>& read) {
     const LogCapture log;
-    try
-    {
+    try {
         read();
         ADD_FAILURE() << "nothing was refused";
-    }
-    catch (const XLXException& error)
-    {
+    } catch (const XLXException& error) {
         EXPECT_EQ(Narrow(error.Message()), text);
         EXPECT_EQ(error.Code(), E_INVALIDARG);
     }
     const auto entries = log.Entries();
-    if (entries.size() != 1)
-    {
-        return std::to_string(entries.size()) + " entries";
-    }
+    if (entries.size() != 1) { return std::to_string(entries.size()) + " entries"; }
     EXPECT_EQ(entries[0].code, E_INVALIDARG);
     EXPECT_EQ(entries[0].severity, XLXError::SeverityError);
     EXPECT_EQ(entries[0].source, "XCFCDataTransfer");
     return Narrow(entries[0].text);
 }
 
-std::string Entry(const char* place, const char* text)
-{
+std::string Entry(const char* place, const char* text) {
     return std::string("transfer array refused at element ") + place + ": " + text;
 }
 } // namespace
 
-TEST(Refusals, TheLogbookSaysWhereInTheArray)
-{
-    for (const Refusal& row : Refusals)
-    {
+TEST(Refusals, TheLogbookSaysWhereInTheArray) {
+    for (const Refusal& row : Refusals) {
         XLXSafeArray array = Spoil(row);
         const auto read = [&] { ReadAndWrite(row.kind, std::move(array)); };
         EXPECT_EQ(Logged(row.text, read), Entry(row.place, row.text)) << row.kind;
@@ -109,8 +94,7 @@ TEST(Refusals, TheLogbookSaysWhereInTheArray)
               Entry("0 of 0 (header)", "wrong safearray vartype"));
 }
 
-TEST(Refusals, TheLogbookNamesTheTypeThatTheCallerKnows)
-{
+TEST(Refusals, TheLogbookNamesTheTypeThatTheCallerKnows) {
     EXPECT_EQ(Logged(WrongSize, [] { ReadAttributeList(Cut(Sample(EKind::AttributeList), 69), OLESTR("Pump")); }),
               Entry("61 of 69 (attribute types, type 'Pump')", WrongSize));
     EXPECT_EQ(Logged(WrongSize,

@@ -7,54 +7,44 @@
 
 using namespace XLXCFCDataTransfer;
 
-namespace
-{
-class EveryKind : public testing::TestWithParam<EKind>
-{};
+namespace {
+class EveryKind : public testing::TestWithParam<EKind> {};
 
-TEST_P(EveryKind, IsWrittenAsItWasRead)
-{
+TEST_P(EveryKind, IsWrittenAsItWasRead) {
     XLXSafeArray array = Sample(GetParam());
     const auto expected = Describe(array);
     EXPECT_EQ(Describe(ReadAndWrite(GetParam(), std::move(array))), expected);
 }
 
-TEST_P(EveryKind, KeepsTheVeryObjects)
-{
+TEST_P(EveryKind, KeepsTheVeryObjects) {
     XLXSafeArray array = Sample(GetParam());
     std::vector<IUnknown*> before;
-    for (ULONG i = 0; i < CountOf(array); ++i)
-    {
+    for (ULONG i = 0; i < CountOf(array); ++i) {
         const VARIANT& element = ElementOf(array, i);
         before.push_back(V_VT(&element) == VT_UNKNOWN ? V_UNKNOWN(&element) : nullptr);
     }
     const XLXSafeArray again = ReadAndWrite(GetParam(), std::move(array));
     ASSERT_EQ(CountOf(again), before.size());
-    for (ULONG i = 0; i < before.size(); ++i)
-    {
+    for (ULONG i = 0; i < before.size(); ++i) {
         const VARIANT& element = ElementOf(again, i);
         EXPECT_EQ(V_VT(&element) == VT_UNKNOWN ? V_UNKNOWN(&element) : nullptr, before[i]) << i;
     }
 }
 
-TEST_P(EveryKind, MayHaveAnyLowerBound)
-{
+TEST_P(EveryKind, MayHaveAnyLowerBound) {
     const XLXSafeArray array = Sample(GetParam());
     using Limits = std::numeric_limits<LONG>;
-    for (const LONG bound : std::initializer_list<LONG>{1, -7, Limits::min(), Limits::max() - 3})
-    {
+    for (const LONG bound : std::initializer_list<LONG>{1, -7, Limits::min(), Limits::max() - 3}) {
         XLXSafeArray moved = Cut(array, CountOf(array), bound);
         EXPECT_EQ(Describe(ReadAndWrite(GetParam(), std::move(moved))), Describe(array)) << bound;
     }
 }
 
 // Trailing elements are nobody's, except in an attribute list, which ends with its array.
-TEST_P(EveryKind, MayBeFollowedByFurtherElements)
-{
+TEST_P(EveryKind, MayBeFollowedByFurtherElements) {
     const XLXSafeArray sample = Sample(GetParam());
     XArrayWriter writer;
-    for (ULONG i = 0; i < CountOf(sample); ++i)
-    {
+    for (ULONG i = 0; i < CountOf(sample); ++i) {
         writer.Add(XLXComVariant::CopyOf(ElementOf(sample, i)));
     }
     XLXSafeArray array = writer.Put(LONG{7}).Finish();
@@ -66,8 +56,7 @@ TEST_P(EveryKind, MayBeFollowedByFurtherElements)
 
 INSTANTIATE_TEST_SUITE_P(Transfer, EveryKind, testing::ValuesIn(AllKinds), testing::PrintToStringParamName());
 
-TEST(TypeArray, HasTheElementsOfTheDocumentedExample)
-{
+TEST(TypeArray, HasTheElementsOfTheDocumentedExample) {
     XILXTypeMap types;
     const ULONG part = IndexOf(types, OLESTR("Part"));
     types.records[part].config = {NewObject(), Values(Text(OLESTR("Part")), XLXComVariant(), XLXComVariant())};
@@ -84,8 +73,7 @@ TEST(TypeArray, HasTheElementsOfTheDocumentedExample)
     EXPECT_EQ(Describe(GetArrayFromMap(std::move(types))), Describe(Sample(EKind::TypeArray)));
 }
 
-TEST(TypeArray, GivesNamesRecordsAndUnparsedLists)
-{
+TEST(TypeArray, GivesNamesRecordsAndUnparsedLists) {
     XLXSafeArray array = Sample(EKind::TypeArray);
     const long counted = XCountedObject::counted;
     const XILXTypeMap types = GetMapFromArray(std::move(array));
@@ -107,12 +95,10 @@ TEST(TypeArray, GivesNamesRecordsAndUnparsedLists)
                                                                            "BOOL true", "BOOL 0", "BSTR Pump.Editor"}));
 }
 
-TEST(TypeArray, TakesTheLaterOfTwoEntriesOfOneKey)
-{
+TEST(TypeArray, TakesTheLaterOfTwoEntriesOfOneKey) {
     XArrayWriter writer(EMappingAlgorithm::Map, EWrapperId::TypeData);
     writer.Put(ULONG{2}, ULONG{2}, OLESTR("Part"), ULONG{7}, OLESTR("Part"), ULONG{9});
-    for (const LONG base : std::initializer_list<LONG>{4, 5})
-    {
+    for (const LONG base : std::initializer_list<LONG>{4, 5}) {
         writer.Put(ULONG{9}, NewObject().Get(), LONG{0}, ULONG{0}, ULONG{0}, ULONG{0}, ULONG{0}, base, true, true);
     }
     const XILXTypeMap types = GetMapFromArray(writer.Finish());
@@ -121,8 +107,7 @@ TEST(TypeArray, TakesTheLaterOfTwoEntriesOfOneKey)
     EXPECT_EQ(types.records.at(9).baseIndex, 5);
 }
 
-TEST(TypeRecord, NamesItsBaseByTextUnderAnyOtherAlgorithm)
-{
+TEST(TypeRecord, NamesItsBaseByTextUnderAnyOtherAlgorithm) {
     XILXTypeData record;
     record.baseName = OLESTR("Part");
     record.searchable = true;
@@ -137,8 +122,7 @@ TEST(TypeRecord, NamesItsBaseByTextUnderAnyOtherAlgorithm)
     EXPECT_EQ(reader.Remaining(), 0U);
 }
 
-TEST(TypeComponents, DistinguishEmptyFromMissing)
-{
+TEST(TypeComponents, DistinguishEmptyFromMissing) {
     const XILXTypeComp some = GetWrapperFromArray(Sample(EKind::TypeComponents));
     ASSERT_TRUE(some.pages && some.groups && some.attributes);
     EXPECT_FALSE(some.editors);
@@ -151,15 +135,13 @@ TEST(TypeComponents, DistinguishEmptyFromMissing)
     EXPECT_FALSE(none.pages || none.groups || none.editors || none.attributes);
 }
 
-TEST(TypeComponents, TakeAnyFlagButZeroForPresent)
-{
+TEST(TypeComponents, TakeAnyFlagButZeroForPresent) {
     const XILXTypeComp read =
         GetWrapperFromArray(ArrayOf(LONG{4}, LONG{4}, ULONG{0}, ULONG{0x80000000}, ULONG{0}, LONG{0}, ULONG{0}));
     EXPECT_TRUE(read.groups && !read.pages && !read.editors && !read.attributes);
 }
 
-TEST(RecordList, MayHoldNoRecordsAndNullObjects)
-{
+TEST(RecordList, MayHoldNoRecordsAndNullObjects) {
     EXPECT_TRUE(GetSingleTypedVecFromArray(ArrayOf(LONG{0})).empty());
     const auto records = GetSingleTypedVecFromArray(Sample(EKind::RecordList));
     ASSERT_EQ(records.size(), 2U);
@@ -170,12 +152,10 @@ TEST(RecordList, MayHoldNoRecordsAndNullObjects)
     EXPECT_TRUE(records[1].values.empty());
 }
 
-TEST(AttributeList, GivesValuesInMemberOrderAndTheTypesOfEachAttribute)
-{
+TEST(AttributeList, GivesValuesInMemberOrderAndTheTypesOfEachAttribute) {
     const auto attributes = ReadAttributeList(Sample(EKind::AttributeList));
     ASSERT_EQ(attributes.size(), 2U);
-    for (const XILXAttributeData& attribute : attributes)
-    {
+    for (const XILXAttributeData& attribute : attributes) {
         EXPECT_TRUE(attribute.object);
         ASSERT_EQ(attribute.values.size(), AttributeValueCount);
         EXPECT_EQ(attribute.values[0].AsLong(), 0);
@@ -189,8 +169,7 @@ TEST(AttributeList, GivesValuesInMemberOrderAndTheTypesOfEachAttribute)
     EXPECT_TRUE(ReadAttributeList(ArrayOf()).empty());
 }
 
-TEST(Values, OfAnyTypeAreTakenOverAsTheyStand)
-{
+TEST(Values, OfAnyTypeAreTakenOverAsTheyStand) {
     XLXComVariant number = XLXComVariant::FromDouble(2.5);
     XLXComVariant nested;
     V_VT(&nested.Get()) = VT_ARRAY | VT_VARIANT;
@@ -208,8 +187,7 @@ TEST(Values, OfAnyTypeAreTakenOverAsTheyStand)
 }
 
 // The values of a list stay where they were read; each record's go with it all the same.
-TEST(Values, OfAListGoWithTheirRecord)
-{
+TEST(Values, OfAListGoWithTheirRecord) {
     const long before = XCountedObject::alive;
     const auto unknown = [] { return XLXComVariant::FromUnknown(NewObject().Get()); };
     auto records = GetSingleTypedVecFromArray(
@@ -232,29 +210,22 @@ TEST(Values, OfAListGoWithTheirRecord)
     EXPECT_EQ(XCountedObject::alive - before, 0);
 }
 
-TEST(Booleans, AreTrueWhenTheyAreNotZero)
-{
+TEST(Booleans, AreTrueWhenTheyAreNotZero) {
     XLXSafeArray array = Sample(EKind::TypeArray);
     V_BOOL(&ElementOf(array, 41)) = 1;
     EXPECT_TRUE(GetMapFromArray(std::move(array)).records.at(1).searchable);
 }
 
-TEST(AttributeList, WithoutTheFixedNumberOfValuesIsNotWritten)
-{
+TEST(AttributeList, WithoutTheFixedNumberOfValuesIsNotWritten) {
     const auto write = [](std::size_t values, std::size_t typeValues) -> std::string {
         std::vector<XILXAttributeData> list(1);
         list[0].values = XLXVariantVector(values);
         list[0].types.resize(1);
         list[0].types[0].values = XLXVariantVector(typeValues);
-        try
-        {
+        try {
             const XLXSafeArray array = GetArrayFromAttributeList(std::move(list));
             return std::to_string(CountOf(array));
-        }
-        catch (const XLXException& error)
-        {
-            return Narrow(error.Message());
-        }
+        } catch (const XLXException& error) { return Narrow(error.Message()); }
     };
     EXPECT_EQ(write(60, 7), "70");
     EXPECT_EQ(write(59, 7), "an attribute record has 60 values");

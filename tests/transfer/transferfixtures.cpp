@@ -6,13 +6,11 @@
 
 using namespace XLXCFCDataTransfer;
 
-namespace
-{
+namespace {
 const LXLiveCounter g_objects("server objects", [] { return XCountedObject::alive.load(); });
 
 // 42 elements; docs/transfer-format.md goes through them one by one.
-XLXSafeArray TypeArraySample()
-{
+XLXSafeArray TypeArraySample() {
     const auto object = NewObject();
     return ArrayOf(LONG{1}, LONG{0}, ULONG{2}, ULONG{2},                                //  0: header, counts
                    OLESTR("Part"), ULONG{0}, OLESTR("Pump"), ULONG{1},                  //  4: names
@@ -27,35 +25,29 @@ XLXSafeArray TypeArraySample()
                    ULONG{0}, LONG{0}, true, false);                                                    // 38
 }
 
-XLXSafeArray PCArraySample()
-{
+XLXSafeArray PCArraySample() {
     return ArrayOf(LONG{2}, LONG{1}, LONG{2}, NewObject().Get(), Values(Text(OLESTR("nodes")), Text(OLESTR("Pump"))),
                    NewObject().Get(), Values());
 }
 
 // Pages with one record, groups of no elements, no editors, attributes of no elements.
-XLXSafeArray TypeComponentsSample()
-{
+XLXSafeArray TypeComponentsSample() {
     return ArrayOf(LONG{4}, LONG{4}, ULONG{1}, ULONG{1}, ULONG{0}, LONG{4}, LONG{1}, NewObject().Get(),
                    Values(XLXComVariant::FromI4(3)), LONG{0}, ULONG{1}, LONG{0});
 }
 
-XLXSafeArray RecordListSample()
-{
+XLXSafeArray RecordListSample() {
     return ArrayOf(LONG{2}, NewObject().Get(), Values(Text(OLESTR("Main"))), static_cast<IUnknown*>(nullptr), Values());
 }
 
-void PutValues(XArrayWriter& writer, int count)
-{
-    for (int i = 0; i < count; ++i)
-    {
+void PutValues(XArrayWriter& writer, int count) {
+    for (int i = 0; i < count; ++i) {
         writer.Put(i % 2 == 0 ? XLXComVariant::FromI4(i) : XLXComVariant());
     }
 }
 
 // An attribute with one attribute type, and one without.
-XLXSafeArray AttributeListSample()
-{
+XLXSafeArray AttributeListSample() {
     XArrayWriter writer;
     writer.Put(NewObject().Get()); // 0
     PutValues(writer, 60);
@@ -69,138 +61,90 @@ XLXSafeArray AttributeListSample()
 }
 } // namespace
 
-ULONG XCountedObject::Release()
-{
+ULONG XCountedObject::Release() {
     const ULONG left = --m_references;
-    if (left == 0)
-    {
-        delete this;
-    }
+    if (left == 0) { delete this; }
     return left;
 }
 
-XLXComPtr<IUnknown> NewObject()
-{
-    return {new XCountedObject};
-}
+XLXComPtr<IUnknown> NewObject() { return {new XCountedObject}; }
 
-std::ostream& operator<<(std::ostream& out, EKind kind)
-{
+std::ostream& operator<<(std::ostream& out, EKind kind) {
     constexpr const char* names[] = {"TypeArray", "PCArray", "TypeComponents", "RecordList", "AttributeList"};
     return out << names[static_cast<int>(kind)];
 }
 
-XLXSafeArray Sample(EKind kind)
-{
-    switch (kind)
-    {
-    case EKind::TypeArray:
-        return TypeArraySample();
-    case EKind::PCArray:
-        return PCArraySample();
-    case EKind::TypeComponents:
-        return TypeComponentsSample();
-    case EKind::RecordList:
-        return RecordListSample();
-    default:
-        return AttributeListSample();
+XLXSafeArray Sample(EKind kind) {
+    switch (kind) {
+    case EKind::TypeArray: return TypeArraySample();
+    case EKind::PCArray: return PCArraySample();
+    case EKind::TypeComponents: return TypeComponentsSample();
+    case EKind::RecordList: return RecordListSample();
+    default: return AttributeListSample();
     }
 }
 
-XLXSafeArray ReadAndWrite(EKind kind, XLXSafeArray array)
-{
-    switch (kind)
-    {
-    case EKind::TypeArray:
-        return GetArrayFromMap(GetMapFromArray(std::move(array)));
-    case EKind::PCArray:
-        return GetArrayFromVec(GetVecFromArray(std::move(array)));
-    case EKind::TypeComponents:
-        return GetArrayFromWrapper(GetWrapperFromArray(std::move(array)));
-    case EKind::RecordList:
-        return GetArrayFromSingleTypedVec(GetSingleTypedVecFromArray(std::move(array)));
-    default:
-        return GetArrayFromAttributeList(ReadAttributeList(std::move(array)));
+XLXSafeArray ReadAndWrite(EKind kind, XLXSafeArray array) {
+    switch (kind) {
+    case EKind::TypeArray: return GetArrayFromMap(GetMapFromArray(std::move(array)));
+    case EKind::PCArray: return GetArrayFromVec(GetVecFromArray(std::move(array)));
+    case EKind::TypeComponents: return GetArrayFromWrapper(GetWrapperFromArray(std::move(array)));
+    case EKind::RecordList: return GetArrayFromSingleTypedVec(GetSingleTypedVecFromArray(std::move(array)));
+    default: return GetArrayFromAttributeList(ReadAttributeList(std::move(array)));
     }
 }
 
-std::string Narrow(XLXTextView text)
-{
+std::string Narrow(XLXTextView text) {
     std::string narrow;
-    for (const OLECHAR character : text)
-    {
+    for (const OLECHAR character : text) {
         narrow.push_back(character < 0x80 ? static_cast<char>(character) : '?');
     }
     return narrow;
 }
 
-std::string Describe(const VARIANT& element)
-{
-    switch (V_VT(&element))
-    {
-    case VT_EMPTY:
-        return "EMPTY";
-    case VT_I4:
-        return "I4 " + std::to_string(V_I4(&element));
-    case VT_UI4:
-        return "UI4 " + std::to_string(V_UI4(&element));
-    case VT_BOOL:
-        return V_BOOL(&element) == VARIANT_TRUE ? "BOOL true" : "BOOL " + std::to_string(V_BOOL(&element));
-    case VT_BSTR:
-        return "BSTR " + Narrow(LXBstrView(V_BSTR(&element)));
-    case VT_UNKNOWN:
-        return V_UNKNOWN(&element) != nullptr ? "UNKNOWN" : "UNKNOWN null";
-    default:
-        return "type " + std::to_string(V_VT(&element));
+std::string Describe(const VARIANT& element) {
+    switch (V_VT(&element)) {
+    case VT_EMPTY: return "EMPTY";
+    case VT_I4: return "I4 " + std::to_string(V_I4(&element));
+    case VT_UI4: return "UI4 " + std::to_string(V_UI4(&element));
+    case VT_BOOL: return V_BOOL(&element) == VARIANT_TRUE ? "BOOL true" : "BOOL " + std::to_string(V_BOOL(&element));
+    case VT_BSTR: return "BSTR " + Narrow(LXBstrView(V_BSTR(&element)));
+    case VT_UNKNOWN: return V_UNKNOWN(&element) != nullptr ? "UNKNOWN" : "UNKNOWN null";
+    default: return "type " + std::to_string(V_VT(&element));
     }
 }
 
-std::vector<std::string> Describe(const XLXSafeArray& array)
-{
+std::vector<std::string> Describe(const XLXSafeArray& array) {
     std::vector<std::string> elements;
-    for (ULONG i = 0; i < CountOf(array); ++i)
-    {
+    for (ULONG i = 0; i < CountOf(array); ++i) {
         elements.push_back(Describe(ElementOf(array, i)));
     }
     return elements;
 }
 
-XLXSafeArray Cut(const XLXSafeArray& array, ULONG count, LONG lowerBound)
-{
+XLXSafeArray Cut(const XLXSafeArray& array, ULONG count, LONG lowerBound) {
     SAFEARRAYBOUND bound = {count, lowerBound};
     XLXSafeArray cut(SafeArrayCreate(VT_VARIANT, 1, &bound));
-    for (ULONG i = 0; i < count; ++i)
-    {
+    for (ULONG i = 0; i < count; ++i) {
         VariantCopy(&ElementOf(cut, i), &ElementOf(array, i));
     }
     return cut;
 }
 
-ULONG CountOf(const XLXSafeArray& array)
-{
-    return array.Get()->rgsabound[0].cElements;
-}
+ULONG CountOf(const XLXSafeArray& array) { return array.Get()->rgsabound[0].cElements; }
 
-VARIANT& ElementOf(const XLXSafeArray& array, ULONG index)
-{
-    return static_cast<VARIANT*>(array.Get()->pvData)[index];
-}
+VARIANT& ElementOf(const XLXSafeArray& array, ULONG index) { return static_cast<VARIANT*>(array.Get()->pvData)[index]; }
 
-std::ostream& operator<<(std::ostream& out, const Raised& raised)
-{
+std::ostream& operator<<(std::ostream& out, const Raised& raised) {
     return out << std::hex << static_cast<ULONG>(raised.code) << std::dec << " \"" << raised.text << "\" in "
                << raised.method;
 }
 
-Raised Read(EKind kind, XLXSafeArray array)
-{
-    try
-    {
+Raised Read(EKind kind, XLXSafeArray array) {
+    try {
         const XLXSafeArray written = ReadAndWrite(kind, std::move(array));
         return {};
-    }
-    catch (const XLXException& error)
-    {
+    } catch (const XLXException& error) {
         EXPECT_STREQ(error.Location().source, "XCFCDataTransfer");
         EXPECT_STREQ(error.Location().scope, "XLXCFCDataTransfer");
         return {error.Code(), Narrow(error.Message()), error.Location().method};

@@ -14,21 +14,18 @@
 #include <string>
 
 /// A counted object that stands for one of the server's.
-class XCountedObject final : public IUnknown
-{
+class XCountedObject final : public IUnknown {
 public:
     XCountedObject() { ++alive; }
     ~XCountedObject() { --alive; }
     XCountedObject(const XCountedObject&) = delete;
     XCountedObject& operator=(const XCountedObject&) = delete;
 
-    STDMETHODIMP QueryInterface(REFIID, void** ppv) override
-    {
+    STDMETHODIMP QueryInterface(REFIID, void** ppv) override {
         *ppv = nullptr;
         return E_NOINTERFACE;
     }
-    STDMETHODIMP_(ULONG) AddRef() override
-    {
+    STDMETHODIMP_(ULONG) AddRef() override {
         ++counted;
         return ++m_references;
     }
@@ -43,14 +40,7 @@ private:
 
 XLXComPtr<IUnknown> NewObject();
 
-enum class EKind
-{
-    TypeArray,
-    PCArray,
-    TypeComponents,
-    RecordList,
-    AttributeList
-};
+enum class EKind { TypeArray, PCArray, TypeComponents, RecordList, AttributeList };
 
 constexpr EKind AllKinds[] = {EKind::TypeArray, EKind::PCArray, EKind::TypeComponents, EKind::RecordList,
                               EKind::AttributeList};
@@ -68,28 +58,20 @@ std::string Describe(const VARIANT& element);
 
 /// An array of the given elements.
 template <class... T>
-XLXSafeArray ArrayOf(T&&... elements)
-{
+XLXSafeArray ArrayOf(T&&... elements) {
     XLXCFCDataTransfer::XArrayWriter writer;
     return writer.Put(std::forward<T>(elements)...).Finish();
 }
 
 template <class... T>
-XLXVariantVector Values(T... values)
-{
+XLXVariantVector Values(T... values) {
     XLXVariantVector all;
     (all.push_back(std::move(values)), ...);
     return all;
 }
 
-inline XLXComVariant Text(XLXTextView text)
-{
-    return XLXComVariant::FromBstr(text);
-}
-inline XLXComVariant Bool(bool value)
-{
-    return XLXComVariant::FromBool(value);
-}
+inline XLXComVariant Text(XLXTextView text) { return XLXComVariant::FromBstr(text); }
+inline XLXComVariant Bool(bool value) { return XLXComVariant::FromBool(value); }
 
 /// The first elements of an array as an array of its own, with another lower bound if one is given.
 XLXSafeArray Cut(const XLXSafeArray& array, ULONG count, LONG lowerBound = 0);
@@ -98,8 +80,7 @@ ULONG CountOf(const XLXSafeArray& array);
 VARIANT& ElementOf(const XLXSafeArray& array, ULONG index);
 
 /// What a call raised.
-struct Raised
-{
+struct Raised {
     HRESULT code = S_OK;
     std::string text;
     std::string method;

@@ -5,10 +5,8 @@
 
 #include <cstdio>
 
-namespace
-{
-struct NamedResult
-{
+namespace {
+struct NamedResult {
     HRESULT result;
     const char* name;
 };
@@ -27,13 +25,9 @@ constexpr NamedResult Names[] = {{S_OK, "S_OK"},
                                  {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE"}};
 
 /// What the component left as the thread's error information.
-std::string TakeErrorInformation()
-{
+std::string TakeErrorInformation() {
     XLXComPtr<IErrorInfo> info;
-    if (GetErrorInfo(0, info.Put()) != S_OK || !info)
-    {
-        return "";
-    }
+    if (GetErrorInfo(0, info.Put()) != S_OK || !info) { return ""; }
     XLXComBSTR description;
     XLXComBSTR source;
     info->GetDescription(description.Put());
@@ -42,65 +36,44 @@ std::string TakeErrorInformation()
 }
 
 /// A property, empty where the object answers S_FALSE.
-XLXComVariant ValueOf(ILXConfigObject& object, int member)
-{
+XLXComVariant ValueOf(ILXConfigObject& object, int member) {
     XLXComVariant value;
-    if (const HRESULT result = object.GetProperty(member, value.Put()); result != S_FALSE)
-    {
+    if (const HRESULT result = object.GetProperty(member, value.Put()); result != S_FALSE) {
         LXExpect(result, "ILXConfigObject::GetProperty");
     }
     return value;
 }
 } // namespace
 
-std::string LXResultName(HRESULT result)
-{
-    for (const NamedResult& known : Names)
-    {
-        if (known.result == result)
-        {
-            return known.name;
-        }
+std::string LXResultName(HRESULT result) {
+    for (const NamedResult& known : Names) {
+        if (known.result == result) { return known.name; }
     }
     char number[16];
     std::snprintf(number, sizeof(number), "0x%08X", static_cast<unsigned>(result));
     return number;
 }
 
-void LXExpect(HRESULT result, const char* what, HRESULT expected)
-{
-    if (result != expected)
-    {
+void LXExpect(HRESULT result, const char* what, HRESULT expected) {
+    if (result != expected) {
         throw XToolFailure(std::string(what) + " answered " + LXResultName(result) +
                            (expected != S_OK ? " instead of " + LXResultName(expected) : "") +
                            (FAILED(result) ? TakeErrorInformation() : ""));
     }
 }
 
-void LXExpectThat(bool condition, const std::string& what)
-{
-    if (!condition)
-    {
-        throw XToolFailure(what);
-    }
+void LXExpectThat(bool condition, const std::string& what) {
+    if (!condition) { throw XToolFailure(what); }
 }
 
-XLXComBSTR LXBstr(std::string_view utf8)
-{
-    return XLXComBSTR(LXFromUtf8(utf8));
-}
+XLXComBSTR LXBstr(std::string_view utf8) { return XLXComBSTR(LXFromUtf8(utf8)); }
 
-std::string LXTextOf(ILXConfigObject& object, int member)
-{
+std::string LXTextOf(ILXConfigObject& object, int member) {
     return LXToUtf8(ValueOf(object, member).AsText().value_or(XLXText()));
 }
 
-LONG LXNumberOf(ILXConfigObject& object, int member)
-{
-    return ValueOf(object, member).AsLong().value_or(0);
-}
+LONG LXNumberOf(ILXConfigObject& object, int member) { return ValueOf(object, member).AsLong().value_or(0); }
 
-std::string LXFlagOf(ILXConfigObject& object, int member)
-{
+std::string LXFlagOf(ILXConfigObject& object, int member) {
     return ValueOf(object, member).AsBool().value_or(false) ? "yes" : "";
 }

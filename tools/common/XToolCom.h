@@ -14,8 +14,7 @@
 #include <vector>
 
 /// Something that the program did not expect.
-class XToolFailure : public std::runtime_error
-{
+class XToolFailure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
@@ -40,18 +39,15 @@ std::string LXFlagOf(ILXConfigObject& object, int member);
 
 /// All elements of an enumeration; none for a null one.
 template <class Element, class Enumerator>
-std::vector<XLXComPtr<Element>> LXAllOf(const XLXComPtr<Enumerator>& enumerator)
-{
+std::vector<XLXComPtr<Element>> LXAllOf(const XLXComPtr<Enumerator>& enumerator) {
     constexpr ULONG Batch = 100;
     std::vector<XLXComPtr<Element>> all;
-    for (HRESULT result = enumerator ? S_OK : S_FALSE; result == S_OK;)
-    {
+    for (HRESULT result = enumerator ? S_OK : S_FALSE; result == S_OK;) {
         Element* elements[Batch] = {};
         ULONG fetched = 0;
         result = enumerator->RemNext(Batch, elements, &fetched);
         LXExpectThat(SUCCEEDED(result), "RemNext answered " + LXResultName(result));
-        for (ULONG i = 0; i < fetched; ++i)
-        {
+        for (ULONG i = 0; i < fetched; ++i) {
             all.push_back(LXAttach(elements[i]));
         }
     }
@@ -60,24 +56,18 @@ std::vector<XLXComPtr<Element>> LXAllOf(const XLXComPtr<Enumerator>& enumerator)
 
 /// Calls a method that gives an enumeration (S_FALSE: of nothing), and takes all elements of it.
 template <class Element, class Enumerator, class Call>
-std::vector<XLXComPtr<Element>> LXList(const char* what, Call&& call)
-{
+std::vector<XLXComPtr<Element>> LXList(const char* what, Call&& call) {
     XLXComPtr<Enumerator> enumerator;
     const HRESULT result = call(enumerator.Put());
-    if (result != S_FALSE)
-    {
-        LXExpect(result, what);
-    }
+    if (result != S_FALSE) { LXExpect(result, what); }
     return LXAllOf<Element>(enumerator);
 }
 
 /// The texts of one property of several objects.
 template <class Object>
-std::vector<std::string> LXTextsOf(const std::vector<XLXComPtr<Object>>& objects, int member)
-{
+std::vector<std::string> LXTextsOf(const std::vector<XLXComPtr<Object>>& objects, int member) {
     std::vector<std::string> texts;
-    for (const auto& object : objects)
-    {
+    for (const auto& object : objects) {
         texts.push_back(LXTextOf(*object, member));
     }
     return texts;

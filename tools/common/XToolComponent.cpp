@@ -6,18 +6,15 @@
 #include <objbase.h>
 
 #ifdef _WIN32
-namespace
-{
+namespace {
 void RegisterForThisProcess() {}
 void UnregisterForThisProcess() {}
 } // namespace
 #else
-namespace
-{
+namespace {
 /// Calls one of the two registration functions of the module. It is found beside the platform's library, wherever
 /// that was loaded from.
-void CallModule(const char* function)
-{
+void CallModule(const char* function) {
     HMODULE const handle = LoadLibraryW(OLESTR("LXConfigFactoryCache32.so"));
     LXExpectThat(handle != nullptr, "LXConfigFactoryCache32.so cannot be loaded");
     using Registration = HRESULT(STDMETHODCALLTYPE*)();
@@ -27,38 +24,26 @@ void CallModule(const char* function)
     LXExpect(result, function);
 }
 
-void RegisterForThisProcess()
-{
-    CallModule("DllRegisterServer");
-}
-void UnregisterForThisProcess()
-{
-    CallModule("DllUnregisterServer");
-}
+void RegisterForThisProcess() { CallModule("DllRegisterServer"); }
+void UnregisterForThisProcess() { CallModule("DllUnregisterServer"); }
 } // namespace
 #endif
 
-XToolComponent::XToolComponent()
-{
+XToolComponent::XToolComponent() {
     LXExpectThat(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED)), "COM cannot be initialised");
     RegisterForThisProcess();
 }
 
-XToolComponent::~XToolComponent()
-{
-    try
-    {
+XToolComponent::~XToolComponent() {
+    try {
         UnregisterForThisProcess();
-    }
-    catch (const XToolFailure&)
-    {
+    } catch (const XToolFailure&) {
         // the registry ends with the process in any case
     }
     CoUninitialize();
 }
 
-XLXComPtr<ILXConfigFactoryCache> XToolComponent::Activate() const
-{
+XLXComPtr<ILXConfigFactoryCache> XToolComponent::Activate() const {
     XLXComPtr<ILXConfigFactoryCache> cache;
     LXExpect(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER, LXIid<ILXConfigFactoryCache>(),
                               cache.PutVoid()),

@@ -9,8 +9,7 @@
 /// COM in this process, and the registration of the component where the registry belongs to the process alone
 /// (everywhere but on Windows, where regsvr32 has registered the DLL). The component's objects must be gone before it
 /// is destroyed.
-class XToolComponent
-{
+class XToolComponent {
 public:
     XToolComponent();
     ~XToolComponent();

@@ -9,8 +9,7 @@
 #include <vector>
 
 /// A table. Columns are as wide as their widest cell; a column whose title begins with '>' is set right.
-class XToolTable
-{
+class XToolTable {
 public:
     explicit XToolTable(std::vector<std::string> titles);
 
@@ -28,8 +27,7 @@ private:
     std::vector<std::vector<std::string>> m_rows; // an empty one is a rule
 };
 
-class XToolOutput
-{
+class XToolOutput {
 public:
     /// @param colours  whether to use the escape sequences of a terminal
     explicit XToolOutput(bool colours) noexcept : m_colours(colours) {}

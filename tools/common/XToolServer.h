@@ -11,8 +11,7 @@
 
 #include "XSampleServer.h"
 
-class XToolServer
-{
+class XToolServer {
 public:
     XToolServer() = default;
     XToolServer(const XToolServer&) = delete;

@@ -3,17 +3,14 @@
 
 #include <thread>
 
-namespace
-{
+namespace {
 constexpr std::chrono::seconds LimitOfReleases{30}; // another process gets them a little later
 } // namespace
 
 XDemoSession::XDemoSession(const XToolComponent& component, std::unique_ptr<XToolServer> server)
-    : m_server(std::move(server)), m_before(m_server->LiveObjects()), m_cache(component.Activate())
-{}
+    : m_server(std::move(server)), m_before(m_server->LiveObjects()), m_cache(component.Activate()) {}
 
-XMeasured XDemoSession::StartAsClient(LONG transferMode, bool separateCallback)
-{
+XMeasured XDemoSession::StartAsClient(LONG transferMode, bool separateCallback) {
     XLXVariantVector values;
     values.push_back(XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()));
     values.push_back(XLXComVariant::FromUnknown(m_server->Query().Get()));
@@ -27,8 +24,7 @@ XMeasured XDemoSession::StartAsClient(LONG transferMode, bool separateCallback)
     });
 }
 
-XMeasured XDemoSession::StartInServer()
-{
+XMeasured XDemoSession::StartInServer() {
     const auto factory = m_server->ConfigFactory();
     const auto query = m_server->Query();
     const auto update = m_server->DataUpdate();
@@ -37,17 +33,14 @@ XMeasured XDemoSession::StartInServer()
     });
 }
 
-XNotification XDemoSession::Edit(const std::string& json, std::string backwards)
-{
+XNotification XDemoSession::Edit(const std::string& json, std::string backwards) {
     const XNotification sent = m_server->Edit(json);
     m_backwards.push_back(std::move(backwards));
     return sent;
 }
 
-void XDemoSession::Finish()
-{
-    for (; !m_backwards.empty(); m_backwards.pop_back())
-    {
+void XDemoSession::Finish() {
+    for (; !m_backwards.empty(); m_backwards.pop_back()) {
         m_server->Edit(m_backwards.back());
     }
     LXExpect(m_cache.As<IDPFObject>()->Terminate(), "IDPFObject::Terminate");
@@ -58,8 +51,7 @@ void XDemoSession::Finish()
     };
     XServerObjectCount left = kept();
     const auto until = std::chrono::steady_clock::now() + LimitOfReleases;
-    while (!m_server->IsLocal() && left.references > 0 && std::chrono::steady_clock::now() < until)
-    {
+    while (!m_server->IsLocal() && left.references > 0 && std::chrono::steady_clock::now() < until) {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         left = kept();
     }
@@ -68,18 +60,15 @@ void XDemoSession::Finish()
                                                                 " objects of the server");
 }
 
-XLXComPtr<ILXType> XDemoSession::CachedType(const char* name) const
-{
+XLXComPtr<ILXType> XDemoSession::CachedType(const char* name) const {
     XLXComPtr<ILXType> type;
     LXExpect(m_cache->GetCachedType(m_server->DataObject(name).Get(), nullptr, type.Put()), "GetCachedType");
     return type;
 }
 
-void LXPrintCalls(XToolOutput& output, const XMeasured& measured)
-{
+void LXPrintCalls(XToolOutput& output, const XMeasured& measured) {
     XToolTable table({"Server call", ">Calls"});
-    for (const auto& [name, calls] : measured.calls.byName)
-    {
+    for (const auto& [name, calls] : measured.calls.byName) {
         table.Row({name, std::to_string(calls)});
     }
     table.Rule();

@@ -13,14 +13,12 @@
 #include <utility>
 
 /// What a piece of work cost.
-struct XMeasured
-{
+struct XMeasured {
     XCallCounts calls;
     double milliseconds = 0;
 };
 
-class XDemoSession
-{
+class XDemoSession {
 public:
     XDemoSession(const XToolComponent& component, std::unique_ptr<XToolServer> server);
 
@@ -47,8 +45,7 @@ public:
 
     /// Runs a piece of work and says what it cost.
     template <class Work>
-    XMeasured Measure(Work&& work) const
-    {
+    XMeasured Measure(Work&& work) const {
         const XCallCounts before = m_server->CallCounts();
         const auto start = std::chrono::steady_clock::now();
         std::forward<Work>(work)();

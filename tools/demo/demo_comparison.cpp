@@ -6,14 +6,12 @@
 
 #include <functional>
 
-namespace
-{
+namespace {
 using Answers = std::vector<std::string>;
 
 /// A request that an application makes. It knows the config factory's interface only, so that it cannot tell a cache
 /// from the server.
-struct Request
-{
+struct Request {
     const char* name;
     void (*run)(ILXConfigFactory& factory, Answers& answers);
 };
@@ -23,80 +21,62 @@ constexpr const char* Types[] = {"PumpCentrifugal", "MotorInduction",     "Contr
                                  "CablePower",      "CompressorScrew"};
 constexpr const char* Browsers[] = {"ProjectTree", "FunctionalTree", "SearchList"};
 
-XLXComPtr<ILXType> Type(ILXConfigFactory& factory, const char* name)
-{
+XLXComPtr<ILXType> Type(ILXConfigFactory& factory, const char* name) {
     XLXComPtr<ILXType> type;
     LXExpect(factory.GetType(LXBstr(name).Get(), nullptr, type.Put()), "GetType");
     return type;
 }
 
-std::vector<XLXComPtr<ILXAttribute>> Attributes(ILXType& type, LONG mask)
-{
+std::vector<XLXComPtr<ILXAttribute>> Attributes(ILXType& type, LONG mask) {
     return LXList<ILXAttribute, ILXAttributeEnum>("GetDisplayAttributeEnum",
                                                   [&](auto** out) { return type.GetDisplayAttributeEnum(mask, out); });
 }
 
-void ReadTypes(ILXConfigFactory& factory, Answers& answers)
-{
-    for (const char* const name : Types)
-    {
+void ReadTypes(ILXConfigFactory& factory, Answers& answers) {
+    for (const char* const name : Types) {
         const auto type = Type(factory, name);
-        for (const int member : {XProperty::TypeName, XProperty::TypeLabel, XProperty::TypeTable})
-        {
+        for (const int member : {XProperty::TypeName, XProperty::TypeLabel, XProperty::TypeTable}) {
             answers.push_back(LXTextOf(*type, member));
         }
     }
 }
 
-void ReadPagesAndGroups(ILXConfigFactory& factory, Answers& answers)
-{
-    for (const char* const name : Types)
-    {
+void ReadPagesAndGroups(ILXConfigFactory& factory, Answers& answers) {
+    for (const char* const name : Types) {
         const auto type = Type(factory, name);
         for (const auto& page :
-             LXList<ILXPage, ILXPageEnum>("GetPageEnum", [&](auto** out) { return type->GetPageEnum(out); }))
-        {
+             LXList<ILXPage, ILXPageEnum>("GetPageEnum", [&](auto** out) { return type->GetPageEnum(out); })) {
             answers.push_back(LXTextOf(*page, XProperty::PageLabel));
         }
         for (const auto& group :
-             LXList<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type->GetGroupEnum(out); }))
-        {
+             LXList<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type->GetGroupEnum(out); })) {
             answers.push_back(LXTextOf(*group, XProperty::GroupLabel));
             answers.push_back(LXTextOf(*group, XProperty::GroupPage));
         }
     }
 }
 
-void ReadAttributes(ILXConfigFactory& factory, Answers& answers)
-{
-    for (const auto& attribute : Attributes(*Type(factory, DemoType), 0))
-    {
-        for (const int member : {XProperty::AttributeName, XProperty::Label, XProperty::Unit})
-        {
+void ReadAttributes(ILXConfigFactory& factory, Answers& answers) {
+    for (const auto& attribute : Attributes(*Type(factory, DemoType), 0)) {
+        for (const int member : {XProperty::AttributeName, XProperty::Label, XProperty::Unit}) {
             answers.push_back(LXTextOf(*attribute, member));
         }
     }
 }
 
-void ReadEditorAttributes(ILXConfigFactory& factory, Answers& answers)
-{
+void ReadEditorAttributes(ILXConfigFactory& factory, Answers& answers) {
     constexpr LONG Editor = 1;
-    for (std::size_t i = 1; i < 5; ++i)
-    {
-        for (const auto& attribute : Attributes(*Type(factory, Types[i]), Editor))
-        {
+    for (std::size_t i = 1; i < 5; ++i) {
+        for (const auto& attribute : Attributes(*Type(factory, Types[i]), Editor)) {
             answers.push_back(LXTextOf(*attribute, XProperty::Label));
         }
     }
 }
 
-void ReadEditors(ILXConfigFactory& factory, Answers& answers)
-{
-    for (const char* const name : Types)
-    {
+void ReadEditors(ILXConfigFactory& factory, Answers& answers) {
+    for (const char* const name : Types) {
         const auto type = Type(factory, name);
-        for (const char* const browser : Browsers)
-        {
+        for (const char* const browser : Browsers) {
             XLXComPtr<ILXConfObjEditor> editor;
             const HRESULT result = type->GetDefaultEditor(LXBstr(browser).Get(), editor.Put());
             answers.push_back(result == S_OK ? LXTextOf(*editor, XProperty::ProgId) : LXResultName(result));
@@ -104,11 +84,9 @@ void ReadEditors(ILXConfigFactory& factory, Answers& answers)
     }
 }
 
-void ReadFormats(ILXConfigFactory& factory, Answers& answers)
-{
+void ReadFormats(ILXConfigFactory& factory, Answers& answers) {
     constexpr LONG PrintableOnes = 8;
-    for (const auto& attribute : Attributes(*Type(factory, DemoType), PrintableOnes))
-    {
+    for (const auto& attribute : Attributes(*Type(factory, DemoType), PrintableOnes)) {
         XLXComPtr<ILXFormat> format;
         const HRESULT result = attribute->GetFormat(0, format.Put());
         answers.push_back(result == S_OK ? LXTextOf(*format, XProperty::Label) : LXResultName(result));
@@ -123,11 +101,9 @@ constexpr Request Requests[] = {{"10 types, 3 properties each", ReadTypes},
                                 {"formats of a type's printable attributes", ReadFormats}};
 
 /// The columns of one way to run the requests, and their sum.
-class Column
-{
+class Column {
 public:
-    void Add(const XMeasured& measured)
-    {
+    void Add(const XMeasured& measured) {
         m_calls += measured.calls.Total();
         m_milliseconds += measured.milliseconds;
     }
@@ -139,23 +115,17 @@ private:
     double m_milliseconds = 0;
 };
 
-void AddCells(std::vector<std::string>& row, unsigned long long calls, double milliseconds)
-{
+void AddCells(std::vector<std::string>& row, unsigned long long calls, double milliseconds) {
     row.push_back(std::to_string(calls));
     row.push_back(LXOneDecimal(milliseconds));
 }
 
-std::string Ratio(double without, double with)
-{
-    return with > 0 ? LXOneDecimal(without / with) : "-";
-}
+std::string Ratio(double without, double with) { return with > 0 ? LXOneDecimal(without / with) : "-"; }
 
 void PrintResult(XToolOutput& output, XToolTable& table, const Column& without, const Column& first,
-                 const Column& again)
-{
+                 const Column& again) {
     std::vector<std::string> row = {"all of it"};
-    for (const Column* const column : {&without, &first, &again})
-    {
+    for (const Column* const column : {&without, &first, &again}) {
         AddCells(row, column->Calls(), column->Milliseconds());
     }
     table.Rule();
@@ -170,8 +140,7 @@ void PrintResult(XToolOutput& output, XToolTable& table, const Column& without, 
 } // namespace
 
 void LXCompare(XToolOutput& output, const XToolComponent& component, std::unique_ptr<XToolServer> server,
-               std::chrono::microseconds delay)
-{
+               std::chrono::microseconds delay) {
     const std::string added = LXOneDecimal(static_cast<double>(delay.count()) / 1000) + " ms";
     output.Section("The same requests to the server directly and through the cache, " +
                    (server->IsLocal()   ? added + " a server call"
@@ -188,8 +157,7 @@ void LXCompare(XToolOutput& output, const XToolComponent& component, std::unique
     {
         const auto direct = session.Server().ConfigFactory();
         const auto cached = session.Factory();
-        for (const Request& request : Requests)
-        {
+        for (const Request& request : Requests) {
             Answers answers[3];
             const XMeasured measured[] = {session.Measure([&] { request.run(*direct, answers[0]); }),
                                           session.Measure([&] { request.run(*cached, answers[1]); }),
@@ -202,8 +170,7 @@ void LXCompare(XToolOutput& output, const XToolComponent& component, std::unique
             first.Add(measured[1]);
             again.Add(measured[2]);
             std::vector<std::string> row = {request.name};
-            for (const XMeasured& one : measured)
-            {
+            for (const XMeasured& one : measured) {
                 AddCells(row, one.calls.Total(), one.milliseconds);
             }
             table.Row(std::move(row));

@@ -7,11 +7,9 @@
 #include <mutex>
 #include <thread>
 
-namespace
-{
+namespace {
 /// Listens to the component's logbook: what it says of change notifications.
-class Listener
-{
+class Listener {
 public:
     Listener() { LXErrorSetLogSink(&Listener::Take, this, (1U << LX_LOG_UPDATE) | (1U << LX_LOG_INVALIDATE)); }
     ~Listener() { LXErrorSetLogSink(nullptr, nullptr, 1U << LX_LOG_ERROR); }
@@ -19,39 +17,32 @@ public:
     Listener& operator=(const Listener&) = delete;
 
     /// The data id of the last notification.
-    std::string DataId() const
-    {
+    std::string DataId() const {
         const std::lock_guard lock(m_mutex);
         const auto begin = m_update.find('\'');
         return begin == std::string::npos ? m_update
                                           : m_update.substr(begin + 1, m_update.find('\'', begin + 1) - begin - 1);
     }
     /// What the last notification made stale.
-    std::string Stale() const
-    {
+    std::string Stale() const {
         const std::lock_guard lock(m_mutex);
         return m_stale;
     }
     /// Whether the last notification came on a thread that is not the caller's.
-    bool CameOnAnotherThread() const
-    {
+    bool CameOnAnotherThread() const {
         const std::lock_guard lock(m_mutex);
         return m_thread != std::this_thread::get_id();
     }
 
 private:
-    static void STDMETHODCALLTYPE Take(const LXLogEntry* entry, void* context)
-    {
+    static void STDMETHODCALLTYPE Take(const LXLogEntry* entry, void* context) {
         auto& self = *static_cast<Listener*>(context);
         const std::lock_guard lock(self.m_mutex);
-        if (entry->eCategory == LX_LOG_UPDATE)
-        {
+        if (entry->eCategory == LX_LOG_UPDATE) {
             self.m_update = LXToUtf8(entry->pszText);
             self.m_stale.clear();
             self.m_thread = std::this_thread::get_id();
-        }
-        else
-        {
+        } else {
             self.m_stale += (self.m_stale.empty() ? "" : ", ") + LXToUtf8(entry->pszText);
         }
     }
@@ -63,8 +54,7 @@ private:
 };
 
 void PrintNotification(XToolOutput& output, const XDemoSession& session, const XNotification& sent,
-                       const Listener& listener)
-{
+                       const Listener& listener) {
     LXExpect(sent.result, "the client's DataObjectChanged");
     LXExpectThat(sent.id != 0 && sent.clients == 1, "the notification did not reach the client");
     LXExpectThat(session.Server().IsLocal() != listener.CameOnAnotherThread(),
@@ -76,14 +66,12 @@ void PrintNotification(XToolOutput& output, const XDemoSession& session, const X
 }
 
 /// The edit that gives the attribute a label.
-std::string LabelEdit(const std::string& label)
-{
+std::string LabelEdit(const std::string& label) {
     return std::string(R"({"edit":"SetAttributeProperty","type":")") + DemoAttributeOwner + R"(","name":")" +
            DemoAttribute + R"(","index":)" + std::to_string(XProperty::Label) + R"(,"value":")" + label + R"("})";
 }
 
-void EditAProperty(XToolOutput& output, XDemoSession& session, const Listener& listener)
-{
+void EditAProperty(XToolOutput& output, XDemoSession& session, const Listener& listener) {
     const auto type = session.CachedType(DemoType);
     XLXComPtr<ILXAttribute> attribute;
     LXExpect(type->GetAttribute(LXBstr(DemoAttribute).Get(), attribute.Put()), "GetAttribute");
@@ -107,8 +95,7 @@ void EditAProperty(XToolOutput& output, XDemoSession& session, const Listener& l
     output.Line("read again     \"" + after + "\"; server calls: 0");
 }
 
-void EditTheStructure(XToolOutput& output, XDemoSession& session, const Listener& listener)
-{
+void EditTheStructure(XToolOutput& output, XDemoSession& session, const Listener& listener) {
     const auto type = session.CachedType(DemoType);
     const auto added = LXBstr("VibrationLimit");
     XLXComPtr<ILXAttribute> attribute;
@@ -128,16 +115,14 @@ void EditTheStructure(XToolOutput& output, XDemoSession& session, const Listener
 }
 } // namespace
 
-void LXShowEdit(XToolOutput& output, XDemoSession& session)
-{
+void LXShowEdit(XToolOutput& output, XDemoSession& session) {
     output.Section("Edits on the server");
     const Listener listener;
     EditAProperty(output, session, listener);
     EditTheStructure(output, session, listener);
 }
 
-void LXShowSeparateCallback(XToolOutput& output, XDemoSession& session)
-{
+void LXShowSeparateCallback(XToolOutput& output, XDemoSession& session) {
     output.Section("The same with a callback object of its own");
     output.Line("XCfgCacheCallback, from a DLL of its own, takes the server's calls and passes them on");
     session.StartWithSeparateCallback();

@@ -7,39 +7,33 @@
 
 #include <algorithm>
 
-namespace
-{
+namespace {
 constexpr const char* ParentType = "Unit";
 constexpr LONG NoFilter = 0;
 
 using Relations = std::vector<XLXComPtr<ILXParentChild>>;
 
 /// A relation's child list and child type.
-std::string NameOf(ILXParentChild& relation)
-{
+std::string NameOf(ILXParentChild& relation) {
     return LXTextOf(relation, XProperty::ChildList) + "/" + LXTextOf(relation, XProperty::ChildName);
 }
 
-Relations RelationsOf(const XDemoSession& session, const char* parent, const std::string& browser)
-{
+Relations RelationsOf(const XDemoSession& session, const char* parent, const std::string& browser) {
     return LXList<ILXParentChild, ILXParentChildEnum>("GetPCEnum2", [&](auto** out) {
         return session.Cache().GetPCEnum2(nullptr, LXBstr(parent).Get(), LXBstr(browser).Get(), NoFilter, out);
     });
 }
 
 /// What each browser shows below the parent type, and the number of all such relations.
-XToolTable ByBrowser(const XDemoSession& session)
-{
+XToolTable ByBrowser(const XDemoSession& session) {
     const auto browsers = LXList<ILXBrowserId, ILXBrowserIdEnum>(
         "GetBrowserIdEnum", [&](auto** out) { return session.Factory()->GetBrowserIdEnum(out); });
     XToolTable table({"Browser", ">Relations", "Child list/child"});
     std::size_t shown = 0;
-    for (const auto& browser : browsers)
-    {
+    for (const auto& browser : browsers) {
         const std::string name = LXTextOf(*browser, XProperty::BrowserIdName);
         std::vector<std::string> relations;
-        for (const auto& relation : RelationsOf(session, ParentType, name))
-        {
+        for (const auto& relation : RelationsOf(session, ParentType, name)) {
             relations.push_back(NameOf(*relation));
         }
         shown += relations.size();
@@ -51,8 +45,7 @@ XToolTable ByBrowser(const XDemoSession& session)
     return table;
 }
 
-void PrintByBrowser(XToolOutput& output, const XDemoSession& session)
-{
+void PrintByBrowser(XToolOutput& output, const XDemoSession& session) {
     output.Line(std::string("What may stand below ") + ParentType + ":");
     const XMeasured first = session.Measure([&] { output.Table(ByBrowser(session)); });
     const XMeasured again = session.Measure([&] { ByBrowser(session); });
@@ -62,12 +55,10 @@ void PrintByBrowser(XToolOutput& output, const XDemoSession& session)
                 " the first time (browser ids, and how each relation is shown), 0 again");
 }
 
-void PrintPPRQuestions(XToolOutput& output, const XDemoSession& session)
-{
+void PrintPPRQuestions(XToolOutput& output, const XDemoSession& session) {
     XToolTable table({"PPR question", "Answer"});
     for (const auto& [parent, child, expected] :
-         {std::tuple("Pump", "Motor", S_OK), std::tuple("Pump", "Vessel", S_FALSE)})
-    {
+         {std::tuple("Pump", "Motor", S_OK), std::tuple("Pump", "Vessel", S_FALSE)}) {
         const HRESULT exists = session.Cache().PPRRelationExists(LXBstr(parent).Get(), LXBstr(child).Get(), nullptr, 0);
         LXExpect(exists, "PPRRelationExists", expected);
         const auto possible = LXList<ILXParentChild, ILXParentChildEnum>(
@@ -82,14 +73,12 @@ void PrintPPRQuestions(XToolOutput& output, const XDemoSession& session)
 }
 
 /// The names of all types derived from a type.
-std::vector<std::string> DerivedFrom(const XDemoSession& session, const char* type)
-{
+std::vector<std::string> DerivedFrom(const XDemoSession& session, const char* type) {
     LONG count = 0;
     BSTR* names = nullptr;
     LXExpect(session.Cache().GetAllDerivedTypes(LXBstr(type).Get(), &count, &names), "GetAllDerivedTypes");
     std::vector<std::string> result;
-    for (LONG i = 0; i < count; ++i)
-    {
+    for (LONG i = 0; i < count; ++i) {
         XLXComBSTR name;
         name.Attach(names[i]);
         result.push_back(LXToUtf8(name.View()));
@@ -98,11 +87,9 @@ std::vector<std::string> DerivedFrom(const XDemoSession& session, const char* ty
     return result;
 }
 
-void PrintDerivedTypes(XToolOutput& output, const XDemoSession& session)
-{
+void PrintDerivedTypes(XToolOutput& output, const XDemoSession& session) {
     XToolTable table({"Type", ">Derived types", "First"});
-    for (const char* const type : {"Equipment", "Pump"})
-    {
+    for (const char* const type : {"Equipment", "Pump"}) {
         const auto derived = DerivedFrom(session, type);
         LXExpectThat(!derived.empty(), std::string("nothing derives from ") + type);
         table.Row({type, std::to_string(derived.size()), LXFirstOf(derived, 5)});
@@ -118,8 +105,7 @@ void PrintDerivedTypes(XToolOutput& output, const XDemoSession& session)
     output.Line(std::string(DemoType) + " derives from Equipment: yes; from Motor: no");
 }
 
-void EditARelation(XToolOutput& output, XDemoSession& session)
-{
+void EditARelation(XToolOutput& output, XDemoSession& session) {
     output.Line();
     output.Line(std::string("An edit: the server lets a Mixer stand below a ") + ParentType +
                 " in the list spareparts");
@@ -146,8 +132,7 @@ void EditARelation(XToolOutput& output, XDemoSession& session)
 }
 } // namespace
 
-void LXShowRelations(XToolOutput& output, XDemoSession& session)
-{
+void LXShowRelations(XToolOutput& output, XDemoSession& session) {
     output.Section("Relations and derived types");
     PrintByBrowser(output, session);
     PrintPPRQuestions(output, session);

@@ -17,10 +17,8 @@
 #include <cstdio>
 #include <optional>
 
-namespace
-{
-struct Options
-{
+namespace {
+struct Options {
     bool serverMode = false;
     std::string model = "models/plant.json";
     std::string colours = "auto";
@@ -35,8 +33,7 @@ constexpr const char* HowItCame = "the module beside this program, from CoCreate
 #endif
 
 /// How many types the cache lists; raises when these are not all that the model lists.
-std::size_t ListedTypes(const XDemoSession& session, const XServerModel& model)
-{
+std::size_t ListedTypes(const XDemoSession& session, const XServerModel& model) {
     const auto expected =
         std::count_if(model.types.begin(), model.types.end(), [](const auto& entry) { return entry.second->listed; });
     const std::size_t listed = LXList<ILXType, ILXTypeEnum>("GetTypeEnum", [&](auto** out) {
@@ -46,21 +43,18 @@ std::size_t ListedTypes(const XDemoSession& session, const XServerModel& model)
     return listed;
 }
 
-std::unique_ptr<XToolServer> ServerFor(const Options& options, const XServerModel& model)
-{
+std::unique_ptr<XToolServer> ServerFor(const Options& options, const XServerModel& model) {
     return options.server.empty() ? LXLocalToolServer(model) : LXRegisteredToolServer(options.server);
 }
 
 /// What a server call takes at least in the comparison. A call to another process takes its time anyway.
-std::chrono::microseconds DelayOf(const Options& options)
-{
+std::chrono::microseconds DelayOf(const Options& options) {
     const double milliseconds = options.delay.value_or(options.server.empty() ? 1 : 0);
     return std::chrono::microseconds(static_cast<long long>(milliseconds * 1000));
 }
 
 void RunAsClient(XToolOutput& output, const XToolComponent& component, const XServerModel& model,
-                 const Options& options)
-{
+                 const Options& options) {
     XDemoSession session(component, ServerFor(options, model));
     output.Section("Start-up in client mode");
     output.Line(std::string("The cache:  ") + HowItCame);
@@ -82,8 +76,7 @@ void RunAsClient(XToolOutput& output, const XToolComponent& component, const XSe
     session.Finish();
     output.Line();
     output.Line("Terminated; no reference to an object of the server is left.");
-    if (!options.server.empty())
-    {
+    if (!options.server.empty()) {
         XDemoSession separate(component, ServerFor(options, model));
         LXShowSeparateCallback(output, separate);
         separate.Finish();
@@ -91,8 +84,7 @@ void RunAsClient(XToolOutput& output, const XToolComponent& component, const XSe
     LXCompare(output, component, ServerFor(options, model), DelayOf(options));
 }
 
-void RunInServer(XToolOutput& output, const XToolComponent& component, const XServerModel& model)
-{
+void RunInServer(XToolOutput& output, const XToolComponent& component, const XServerModel& model) {
     XDemoSession session(component, LXLocalToolServer(model));
     output.Section("Start-up in server mode");
     output.Line(HowItCame);
@@ -111,24 +103,17 @@ void RunInServer(XToolOutput& output, const XToolComponent& component, const XSe
     output.Line("Terminated; no reference to an object of the server is left.");
 }
 
-int Run(const Options& options)
-{
+int Run(const Options& options) {
     XToolOutput output(options.colours == "always" || (options.colours == "auto" && XToolOutput::IsTerminal()));
-    try
-    {
+    try {
         const XServerModel model = LXReadModel(options.model);
         const XToolComponent component;
-        if (options.serverMode)
-        {
+        if (options.serverMode) {
             RunInServer(output, component, model);
-        }
-        else
-        {
+        } else {
             RunAsClient(output, component, model, options);
         }
-    }
-    catch (const std::exception& error)
-    {
+    } catch (const std::exception& error) {
         std::fprintf(stderr, "\nlxdemo: %s\n", error.what());
         return 1;
     }
@@ -136,8 +121,7 @@ int Run(const Options& options)
 }
 } // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     Options options;
     CLI::App app("Shows what the configuration cache does for an application.");
     auto* const serverMode = app.add_flag("--server-mode", options.serverMode, "Run as the server's own process does");

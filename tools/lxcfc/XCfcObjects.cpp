@@ -8,50 +8,34 @@
 
 #include <algorithm>
 
-XJson LXJsonOf(const VARIANT& value)
-{
-    switch (V_VT(&value))
-    {
+XJson LXJsonOf(const VARIANT& value) {
+    switch (V_VT(&value)) {
     case VT_EMPTY:
-    case VT_NULL:
-        return nullptr;
-    case VT_I4:
-        return V_I4(&value);
-    case VT_BOOL:
-        return V_BOOL(&value) != VARIANT_FALSE;
-    case VT_R8:
-        return V_R8(&value);
-    case VT_BSTR:
-        return LXToUtf8(LXBstrView(V_BSTR(&value)));
+    case VT_NULL: return nullptr;
+    case VT_I4: return V_I4(&value);
+    case VT_BOOL: return V_BOOL(&value) != VARIANT_FALSE;
+    case VT_R8: return V_R8(&value);
+    case VT_BSTR: return LXToUtf8(LXBstrView(V_BSTR(&value)));
     case VT_UNKNOWN:
-    case VT_DISPATCH:
-        return "(object)";
-    default:
-        return LXToUtf8(XLXComVariant::CopyOf(value).AsText().value_or(OLESTR("(no text)")));
+    case VT_DISPATCH: return "(object)";
+    default: return LXToUtf8(XLXComVariant::CopyOf(value).AsText().value_or(OLESTR("(no text)")));
     }
 }
 
-XJson LXPropertyOf(ILXConfigObject& object, int member)
-{
+XJson LXPropertyOf(ILXConfigObject& object, int member) {
     XLXComVariant value;
     const HRESULT result = object.GetProperty(member, value.Put());
-    if (result == S_FALSE)
-    {
-        return nullptr;
-    }
+    if (result == S_FALSE) { return nullptr; }
     LXExpect(result, "ILXConfigObject::GetProperty");
     return LXJsonOf(value.Get());
 }
 
-std::vector<XJson> LXValuesOf(ILXConfigObject& object, int known)
-{
+std::vector<XJson> LXValuesOf(ILXConfigObject& object, int known) {
     std::vector<XJson> values;
     XLXSafeArray array;
     const HRESULT result = object.GetProperties(array.Put());
-    if (result == E_NOTIMPL)
-    {
-        for (int member = 0; member < known; ++member)
-        {
+    if (result == E_NOTIMPL) {
+        for (int member = 0; member < known; ++member) {
             values.push_back(LXPropertyOf(object, member));
         }
         return values;
@@ -59,8 +43,7 @@ std::vector<XJson> LXValuesOf(ILXConfigObject& object, int known)
     LXExpect(result, "ILXConfigObject::GetProperties");
     LONG last = -1;
     LXExpect(SafeArrayGetUBound(array.Get(), 1, &last), "SafeArrayGetUBound");
-    for (LONG i = 0; i <= last; ++i)
-    {
+    for (LONG i = 0; i <= last; ++i) {
         XLXComVariant value;
         LXExpect(SafeArrayGetElement(array.Get(), &i, value.Put()), "SafeArrayGetElement");
         values.push_back(LXJsonOf(value.Get()));
@@ -68,32 +51,26 @@ std::vector<XJson> LXValuesOf(ILXConfigObject& object, int known)
     return values;
 }
 
-XJson LXNamedValuesOf(XElementKind kind, ILXConfigObject& object)
-{
+XJson LXNamedValuesOf(XElementKind kind, ILXConfigObject& object) {
     const XPropertyTable& table = XPropertyTable::Of(kind);
     XJson named = XJson::object();
     int index = 0;
-    for (XJson& value : LXValuesOf(object, table.count))
-    {
+    for (XJson& value : LXValuesOf(object, table.count)) {
         named[table.Key(index++)] = std::move(value);
     }
     return named;
 }
 
-XJson LXSomeOf(XElementKind kind, ILXConfigObject& object, std::initializer_list<int> members)
-{
+XJson LXSomeOf(XElementKind kind, ILXConfigObject& object, std::initializer_list<int> members) {
     XJson some = XJson::object();
-    for (const int member : members)
-    {
+    for (const int member : members) {
         some[XPropertyTable::Of(kind).Key(member)] = LXPropertyOf(object, member);
     }
     return some;
 }
 
-namespace
-{
-XTypeNode NodeOf(ILXType& type)
-{
+namespace {
+XTypeNode NodeOf(ILXType& type) {
     return {LXTextOf(type, XProperty::TypeName),
             LXTextOf(type, XProperty::TypeLabel),
             LXTextOf(type, XProperty::BaseTypeName),
@@ -102,11 +79,9 @@ XTypeNode NodeOf(ILXType& type)
 }
 
 /// A base that no enumeration lists.
-void AddUnlisted(ILXConfigFactory& factory, XTypeNodes& nodes, const std::string& name)
-{
+void AddUnlisted(ILXConfigFactory& factory, XTypeNodes& nodes, const std::string& name) {
     XLXComPtr<ILXType> type;
-    if (factory.GetType(LXBstr(name).Get(), nullptr, type.Put()) == S_OK)
-    {
+    if (factory.GetType(LXBstr(name).Get(), nullptr, type.Put()) == S_OK) {
         XTypeNode node = NodeOf(*type);
         node.listed = false;
         nodes.emplace(name, std::move(node));
@@ -114,54 +89,38 @@ void AddUnlisted(ILXConfigFactory& factory, XTypeNodes& nodes, const std::string
 }
 } // namespace
 
-XTypeNodes LXTypeNodes(ILXConfigFactory& factory)
-{
+XTypeNodes LXTypeNodes(ILXConfigFactory& factory) {
     XTypeNodes nodes;
     for (const auto& type :
-         LXList<ILXType, ILXTypeEnum>("GetTypeEnum", [&](auto** out) { return factory.GetTypeEnum(nullptr, out); }))
-    {
+         LXList<ILXType, ILXTypeEnum>("GetTypeEnum", [&](auto** out) { return factory.GetTypeEnum(nullptr, out); })) {
         XTypeNode node = NodeOf(*type);
         nodes.emplace(node.name, std::move(node));
     }
     std::vector<std::string> missing;
-    do
-    {
+    do {
         missing.clear();
-        for (const auto& [name, node] : nodes)
-        {
-            if (!node.base.empty() && !nodes.contains(node.base))
-            {
-                missing.push_back(node.base);
-            }
+        for (const auto& [name, node] : nodes) {
+            if (!node.base.empty() && !nodes.contains(node.base)) { missing.push_back(node.base); }
         }
         const std::size_t known = nodes.size();
-        for (const std::string& base : missing)
-        {
+        for (const std::string& base : missing) {
             AddUnlisted(factory, nodes, base);
         }
-        if (nodes.size() == known)
-        {
+        if (nodes.size() == known) {
             break; // a base that nobody knows
         }
     } while (!missing.empty());
-    for (const auto& [name, node] : nodes)
-    {
-        if (const auto base = nodes.find(node.base); base != nodes.end())
-        {
-            base->second.derived.push_back(name);
-        }
+    for (const auto& [name, node] : nodes) {
+        if (const auto base = nodes.find(node.base); base != nodes.end()) { base->second.derived.push_back(name); }
     }
     return nodes;
 }
 
-std::vector<std::string> LXBasesOf(const XTypeNodes& types, const std::string& name)
-{
+std::vector<std::string> LXBasesOf(const XTypeNodes& types, const std::string& name) {
     std::vector<std::string> bases;
-    for (auto at = types.find(name); at != types.end(); at = types.find(bases.back()))
-    {
+    for (auto at = types.find(name); at != types.end(); at = types.find(bases.back())) {
         const std::string& base = at->second.base;
-        if (base.empty() || base == name || std::find(bases.begin(), bases.end(), base) != bases.end())
-        {
+        if (base.empty() || base == name || std::find(bases.begin(), bases.end(), base) != bases.end()) {
             break; // the end, or bases that go round in a circle
         }
         bases.push_back(base);
@@ -169,34 +128,27 @@ std::vector<std::string> LXBasesOf(const XTypeNodes& types, const std::string& n
     return bases;
 }
 
-std::vector<std::string> LXDerivedOf(ILXConfigFactoryCache& cache, const std::string& name)
-{
+std::vector<std::string> LXDerivedOf(ILXConfigFactoryCache& cache, const std::string& name) {
     LONG count = 0;
     BSTR* names = nullptr;
     const HRESULT result = cache.GetAllDerivedTypes(LXBstr(name).Get(), &count, &names);
     std::vector<std::string> derived;
-    for (LONG i = 0; i < count; ++i)
-    {
+    for (LONG i = 0; i < count; ++i) {
         derived.push_back(LXToUtf8(LXBstrView(names[i])));
         SysFreeString(names[i]);
     }
     CoTaskMemFree(names);
-    if (result != S_FALSE)
-    {
-        LXExpect(result, "GetAllDerivedTypes");
-    }
+    if (result != S_FALSE) { LXExpect(result, "GetAllDerivedTypes"); }
     return derived;
 }
 
-const std::vector<std::pair<std::string, LONG>>& LXDisplays()
-{
+const std::vector<std::pair<std::string, LONG>>& LXDisplays() {
     static const std::vector<std::pair<std::string, LONG>> displays = {
         {"all", 0}, {"editor", 1}, {"finder", 2}, {"browser", 4}, {"printable", 8}, {"vendor", 16}, {"avset", 32}};
     return displays;
 }
 
-std::vector<XLXComPtr<ILXAttribute>> LXAttributesOf(ILXType& type, LONG display)
-{
+std::vector<XLXComPtr<ILXAttribute>> LXAttributesOf(ILXType& type, LONG display) {
     return LXList<ILXAttribute, ILXAttributeEnum>(
         "GetDisplayAttributeEnum", [&](auto** out) { return type.GetDisplayAttributeEnum(display, out); });
 }

@@ -24,19 +24,16 @@ XJson LXSomeOf(XElementKind kind, ILXConfigObject& object, std::initializer_list
 
 /// One row for each object of an enumeration.
 template <class Element, class Enumerator, class Call>
-XJson LXRows(const char* what, XElementKind kind, std::initializer_list<int> members, Call&& call)
-{
+XJson LXRows(const char* what, XElementKind kind, std::initializer_list<int> members, Call&& call) {
     XJson rows = XJson::array();
-    for (const auto& element : LXList<Element, Enumerator>(what, call))
-    {
+    for (const auto& element : LXList<Element, Enumerator>(what, call)) {
         rows.push_back(LXSomeOf(kind, *element, members));
     }
     return rows;
 }
 
 /// A type and what it derives from.
-struct XTypeNode
-{
+struct XTypeNode {
     std::string name;
     std::string label;
     std::string base; ///< "" for none
@@ -59,16 +56,13 @@ std::vector<XLXComPtr<ILXAttribute>> LXAttributesOf(ILXType& type, LONG display)
 
 /// A format's values, and those of all formats that an attribute or a format spec has.
 template <class Owner>
-std::vector<std::pair<int, XLXComPtr<ILXFormat>>> LXFormatsOf(Owner& owner)
-{
+std::vector<std::pair<int, XLXComPtr<ILXFormat>>> LXFormatsOf(Owner& owner) {
     constexpr int MostFormatTypes = 4; // there is no enumeration of them: 0 to 3 are asked for
     std::vector<std::pair<int, XLXComPtr<ILXFormat>>> formats;
-    for (int formatType = 0; formatType < MostFormatTypes; ++formatType)
-    {
+    for (int formatType = 0; formatType < MostFormatTypes; ++formatType) {
         XLXComPtr<ILXFormat> format;
         const HRESULT result = owner.GetFormat(formatType, format.Put());
-        if (result != S_FALSE)
-        {
+        if (result != S_FALSE) {
             LXExpect(result, "GetFormat");
             formats.emplace_back(formatType, std::move(format));
         }

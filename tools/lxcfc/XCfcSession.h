@@ -11,16 +11,14 @@
 #include "XToolServer.h"
 
 /// Which server.
-struct XServerChoice
-{
+struct XServerChoice {
     std::string progId; ///< a registered server, where it is not empty
     std::string model;  ///< else a model file in this process; the shipped one where it is empty
     int generated = 0;  ///< else, where it is not 0, a generated model with that many types
     double delay = 0;   ///< milliseconds that each call to it takes
 };
 
-class XCfcSession
-{
+class XCfcSession {
 public:
     explicit XCfcSession(const XServerChoice& choice);
     /// Ends the cache.

@@ -13,38 +13,33 @@
 #include <optional>
 
 /// Exit statuses, for scripts.
-enum XExit : int
-{
+enum XExit : int {
     ExitOk = 0,
     ExitDifferences = 1,
     ExitError = 2 ///< a wrong command line too
 };
 
 /// What all commands have in common.
-struct XCommonOptions
-{
+struct XCommonOptions {
     XServerChoice server;
     bool json = false;
     std::string colours = "auto";
 };
 
 /// A run of one command.
-class XRun
-{
+class XRun {
 public:
     explicit XRun(const XCommonOptions& options)
         : m_options(options),
           m_printer(options.json,
-                    options.colours == "always" || (options.colours == "auto" && XToolOutput::IsTerminal()))
-    {}
+                    options.colours == "always" || (options.colours == "auto" && XToolOutput::IsTerminal())) {}
 
     /// The server and the cache, made when first asked for.
     XCfcSession& Session() { return m_session ? *m_session : m_session.emplace(m_options.server); }
     const XCommonOptions& Options() const { return m_options; }
     XDocumentPrinter& Printer() { return m_printer; }
     /// Prints the command's answer.
-    int Answer(const XJson& document)
-    {
+    int Answer(const XJson& document) {
         m_printer.Print(document);
         return ExitOk;
     }
@@ -55,15 +50,13 @@ private:
     std::optional<XCfcSession> m_session;
 };
 
-class XCommands
-{
+class XCommands {
 public:
     explicit XCommands(CLI::App& app) : m_app(app) {}
 
     /// A command with options of its own, which Declare(CLI::App&) declares, and Run(XRun&).
     template <class Command>
-    void Add(const char* name, const char* help)
-    {
+    void Add(const char* name, const char* help) {
         const auto command = std::make_shared<Command>();
         CLI::App* const sub = m_app.add_subcommand(name, help);
         command->Declare(*sub);
@@ -71,21 +64,15 @@ public:
     }
 
     /// Runs the command that was named.
-    int Run(XRun& run) const
-    {
-        for (const Entry& entry : m_entries)
-        {
-            if (entry.app->parsed())
-            {
-                return entry.run(run);
-            }
+    int Run(XRun& run) const {
+        for (const Entry& entry : m_entries) {
+            if (entry.app->parsed()) { return entry.run(run); }
         }
         return ExitError;
     }
 
 private:
-    struct Entry
-    {
+    struct Entry {
         CLI::App* app;
         std::function<int(XRun&)> run;
     };

@@ -5,22 +5,16 @@
 #include <cctype>
 #include <cstdio>
 
-namespace
-{
+namespace {
 constexpr const char* TreeMember = "tree";
 constexpr const char* ChildrenMember = "children";
 constexpr const char* PathMember = "path";
 
 /// "Base types" for "baseTypes"; a name that was made for people stays.
-std::string Title(const std::string& member)
-{
-    if (member.find(' ') != std::string::npos)
-    {
-        return member;
-    }
+std::string Title(const std::string& member) {
+    if (member.find(' ') != std::string::npos) { return member; }
     std::string title;
-    for (const char c : member)
-    {
+    for (const char c : member) {
         const auto character = static_cast<unsigned char>(c);
         title += std::isupper(character) != 0 ? " " : "";
         title += static_cast<char>(title.empty() ? std::toupper(character) : std::tolower(character));
@@ -29,59 +23,43 @@ std::string Title(const std::string& member)
 }
 
 /// Whether a member is more than a line.
-bool IsSection(const std::string& name, const XJson& value)
-{
+bool IsSection(const std::string& name, const XJson& value) {
     return (value.is_object() && !value.empty()) ||
            (value.is_array() && (name == TreeMember || (!value.empty() && value.front().is_object())));
 }
 
-std::vector<std::string> ColumnsOf(const XJson& rows)
-{
+std::vector<std::string> ColumnsOf(const XJson& rows) {
     std::vector<std::string> columns;
-    for (const XJson& row : rows)
-    {
-        for (const auto& [name, value] : row.items())
-        {
-            if (!LXPlain(value).empty() && std::find(columns.begin(), columns.end(), name) == columns.end())
-            {
+    for (const XJson& row : rows) {
+        for (const auto& [name, value] : row.items()) {
+            if (!LXPlain(value).empty() && std::find(columns.begin(), columns.end(), name) == columns.end()) {
                 columns.push_back(name);
             }
         }
     }
     // In the order of the rows' members, although a column may have its first value in a later row.
     std::vector<std::string> ordered;
-    for (const XJson& row : rows)
-    {
-        for (const auto& [name, value] : row.items())
-        {
+    for (const XJson& row : rows) {
+        for (const auto& [name, value] : row.items()) {
             const bool wanted = std::find(columns.begin(), columns.end(), name) != columns.end();
-            if (wanted && std::find(ordered.begin(), ordered.end(), name) == ordered.end())
-            {
-                ordered.push_back(name);
-            }
+            if (wanted && std::find(ordered.begin(), ordered.end(), name) == ordered.end()) { ordered.push_back(name); }
         }
     }
     return ordered;
 }
 
-bool IsNumeric(const XJson& rows, const std::string& column)
-{
+bool IsNumeric(const XJson& rows, const std::string& column) {
     return std::all_of(rows.begin(), rows.end(), [&column](const XJson& row) {
         return !row.contains(column) || row[column].is_number() || row[column].is_null();
     });
 }
 } // namespace
 
-std::string LXPlain(const XJson& value)
-{
-    switch (value.type())
-    {
-    case XJson::value_t::null:
-        return "";
-    case XJson::value_t::string:
-        return value.get<std::string>();
-    case XJson::value_t::boolean:
-        return value.get<bool>() ? "yes" : "";
+std::string LXPlain(const XJson& value) {
+    switch (value.type()) {
+    case XJson::value_t::null: return "";
+    case XJson::value_t::string: return value.get<std::string>();
+    case XJson::value_t::boolean: return value.get<bool>() ? "yes" : "";
     case XJson::value_t::array: {
         std::vector<std::string> texts;
         std::transform(value.begin(), value.end(), std::back_inserter(texts), LXPlain);
@@ -89,31 +67,25 @@ std::string LXPlain(const XJson& value)
     }
     case XJson::value_t::object: {
         std::vector<std::string> texts;
-        for (const auto& [name, member] : value.items())
-        {
+        for (const auto& [name, member] : value.items()) {
             texts.push_back(Title(name) + ": " + LXPlain(member));
         }
         return LXJoined(texts, ", ");
     }
-    default:
-        return value.dump();
+    default: return value.dump();
     }
 }
 
-void XDocumentPrinter::Print(const XJson& document)
-{
-    if (m_json)
-    {
+void XDocumentPrinter::Print(const XJson& document) {
+    if (m_json) {
         std::puts(document.dump(2, ' ', false, XJson::error_handler_t::replace).c_str());
         return;
     }
     Members(document);
 }
 
-void XDocumentPrinter::PrintNext(const XJson& document)
-{
-    if (m_json)
-    {
+void XDocumentPrinter::PrintNext(const XJson& document) {
+    if (m_json) {
         std::puts(document.dump(-1, ' ', false, XJson::error_handler_t::replace).c_str());
         std::fflush(stdout);
         return;
@@ -122,60 +94,41 @@ void XDocumentPrinter::PrintNext(const XJson& document)
 }
 
 // The fields come first: below the heading of another member they would seem to belong to that.
-void XDocumentPrinter::Members(const XJson& object)
-{
+void XDocumentPrinter::Members(const XJson& object) {
     std::vector<std::pair<std::string, std::string>> fields;
-    for (const auto& [name, value] : object.items())
-    {
+    for (const auto& [name, value] : object.items()) {
         const std::string text = IsSection(name, value) ? "" : LXPlain(value);
-        if (!text.empty())
-        {
-            fields.emplace_back(Title(name), text);
-        }
+        if (!text.empty()) { fields.emplace_back(Title(name), text); }
     }
     m_output.Fields(fields);
-    for (const auto& [name, value] : object.items())
-    {
-        if (IsSection(name, value))
-        {
-            Section(name, value);
-        }
+    for (const auto& [name, value] : object.items()) {
+        if (IsSection(name, value)) { Section(name, value); }
     }
 }
 
-void XDocumentPrinter::Section(const std::string& name, const XJson& value)
-{
-    if (name == TreeMember)
-    {
+void XDocumentPrinter::Section(const std::string& name, const XJson& value) {
+    if (name == TreeMember) {
         m_output.Line();
         Tree(value, "");
-    }
-    else if (value.is_object())
-    {
+    } else if (value.is_object()) {
         m_output.Heading(Title(name));
         Members(value);
-    }
-    else
-    {
+    } else {
         m_output.Heading(Title(name) + " (" + std::to_string(value.size()) + ")");
         value.front().contains(PathMember) ? Lines(value) : Table(value);
     }
 }
 
-void XDocumentPrinter::Table(const XJson& rows)
-{
+void XDocumentPrinter::Table(const XJson& rows) {
     const std::vector<std::string> columns = ColumnsOf(rows);
     std::vector<std::string> titles;
-    for (const std::string& column : columns)
-    {
+    for (const std::string& column : columns) {
         titles.push_back((IsNumeric(rows, column) ? ">" : "") + Title(column));
     }
     XToolTable table(std::move(titles));
-    for (const XJson& row : rows)
-    {
+    for (const XJson& row : rows) {
         std::vector<std::string> cells;
-        for (const std::string& column : columns)
-        {
+        for (const std::string& column : columns) {
             cells.push_back(row.contains(column) ? LXPlain(row[column]) : "");
         }
         table.Row(std::move(cells));
@@ -183,14 +136,11 @@ void XDocumentPrinter::Table(const XJson& rows)
     m_output.Table(table);
 }
 
-void XDocumentPrinter::Lines(const XJson& rows)
-{
+void XDocumentPrinter::Lines(const XJson& rows) {
     m_output.Line();
-    for (const XJson& row : rows)
-    {
+    for (const XJson& row : rows) {
         std::string line;
-        for (const auto& [name, value] : row.items())
-        {
+        for (const auto& [name, value] : row.items()) {
             const bool isPath = name == PathMember;
             line += isPath               ? LXPlain(value) + ":"
                     : line.back() == ':' ? " " + name + " " + value.dump()
@@ -200,28 +150,21 @@ void XDocumentPrinter::Lines(const XJson& rows)
     }
 }
 
-void XDocumentPrinter::Tree(const XJson& nodes, const std::string& indent)
-{
-    for (const XJson& node : nodes)
-    {
+void XDocumentPrinter::Tree(const XJson& nodes, const std::string& indent) {
+    for (const XJson& node : nodes) {
         const bool isLast = &node == &nodes.back();
         std::string line = indent.empty() && nodes.size() == 1 ? "" : indent + (isLast ? "└─ " : "├─ ");
         const std::string below = line.empty() ? "" : indent + (isLast ? "   " : "│  ");
         bool isFirst = true;
-        for (const auto& [name, value] : node.items())
-        {
+        for (const auto& [name, value] : node.items()) {
             const std::string text = name == ChildrenMember ? "" : LXPlain(value);
-            if (!text.empty())
-            {
+            if (!text.empty()) {
                 const std::string shown = value.is_boolean() ? Title(name) : text;
                 line += isFirst ? shown : "  " + m_output.Faint(shown);
                 isFirst = false;
             }
         }
         m_output.Line(line);
-        if (node.contains(ChildrenMember))
-        {
-            Tree(node[ChildrenMember], below);
-        }
+        if (node.contains(ChildrenMember)) { Tree(node[ChildrenMember], below); }
     }
 }

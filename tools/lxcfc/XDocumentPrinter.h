@@ -17,8 +17,7 @@
 /// Members keep the order in which they were set.
 using XJson = nlohmann::ordered_json;
 
-class XDocumentPrinter
-{
+class XDocumentPrinter {
 public:
     XDocumentPrinter(bool json, bool colours) : m_json(json), m_output(colours) {}
 

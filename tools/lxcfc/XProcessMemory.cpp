@@ -11,8 +11,7 @@
 #include <fstream>
 #endif
 
-std::size_t LXProcessMemory()
-{
+std::size_t LXProcessMemory() {
 #ifdef _WIN32
     PROCESS_MEMORY_COUNTERS counters = {};
     return GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) != 0 ? counters.WorkingSetSize / 1024

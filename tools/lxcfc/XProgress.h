@@ -9,36 +9,27 @@
 #include <chrono>
 #include <cstdio>
 
-class XProgress
-{
+class XProgress {
 public:
     XProgress(std::string what, std::size_t steps)
-        : m_what(std::move(what)), m_steps(steps), m_shown(XToolOutput::IsErrorTerminal() && steps > 0)
-    {}
-    ~XProgress()
-    {
-        if (m_drawn)
-        {
-            std::fprintf(stderr, "\r\x1b[K");
-        }
+        : m_what(std::move(what)), m_steps(steps), m_shown(XToolOutput::IsErrorTerminal() && steps > 0) {}
+    ~XProgress() {
+        if (m_drawn) { std::fprintf(stderr, "\r\x1b[K"); }
     }
     XProgress(const XProgress&) = delete;
     XProgress& operator=(const XProgress&) = delete;
 
-    void Step()
-    {
+    void Step() {
         ++m_done;
         const auto now = std::chrono::steady_clock::now();
-        if (m_shown && now - m_last >= std::chrono::milliseconds(100))
-        {
+        if (m_shown && now - m_last >= std::chrono::milliseconds(100)) {
             m_last = now;
             Draw();
         }
     }
 
 private:
-    void Draw()
-    {
+    void Draw() {
         constexpr std::size_t Width = 30;
         const std::size_t filled = Width * std::min(m_done, m_steps) / m_steps;
         std::fprintf(stderr, "\r%s [%s%s] %3u %%\x1b[K", m_what.c_str(), std::string(filled, '#').c_str(),

@@ -11,8 +11,7 @@
 #include <set>
 
 /// What was answered to one question: the values of an object, or names.
-struct XAnswer
-{
+struct XAnswer {
     std::optional<XElementKind> kind; ///< of the object; empty for names
     std::vector<XJson> values;
 };
@@ -20,8 +19,7 @@ struct XAnswer
 /// Answers by a path such as "Pump/RatedFlow" or "Pump/pages".
 using XAnswers = std::map<std::string, XAnswer>;
 
-class XSurvey
-{
+class XSurvey {
 public:
     /// The server itself is asked.
     explicit XSurvey(ILXConfigFactory& factory);
@@ -59,8 +57,7 @@ public:
 
 private:
     /// An attribute that was read, and is held so that its address stays its own.
-    struct Read
-    {
+    struct Read {
         XLXComPtr<ILXAttribute> attribute;
         XAnswer answer;
     };

@@ -3,15 +3,11 @@
 // What a survey asks about one type.
 #include "XSurveyQuestions.h"
 
-XAnswers XSurvey::OfType(const std::string& name, const std::map<std::string, std::string>& bases)
-{
+XAnswers XSurvey::OfType(const std::string& name, const std::map<std::string, std::string>& bases) {
     m_answers.clear();
     XLXComPtr<ILXType> type;
     const HRESULT result = Count(1, [&] { return m_factory.GetType(LXBstr(name).Get(), nullptr, type.Put()); });
-    if (result == S_FALSE)
-    {
-        return {};
-    }
+    if (result == S_FALSE) { return {}; }
     LXExpect(result, "GetType");
     const std::string path = LXPathPart(name);
     Add(path, XElementKind::Type, *type);
@@ -26,10 +22,9 @@ XAnswers XSurvey::OfType(const std::string& name, const std::map<std::string, st
     return std::move(m_answers);
 }
 
-void XSurvey::AddPages(const std::string& path, ILXType& type)
-{
-    for (const auto& page : All<ILXPage, ILXPageEnum>("GetPageEnum", [&](auto** out) { return type.GetPageEnum(out); }))
-    {
+void XSurvey::AddPages(const std::string& path, ILXType& type) {
+    for (const auto& page :
+         All<ILXPage, ILXPageEnum>("GetPageEnum", [&](auto** out) { return type.GetPageEnum(out); })) {
         const LONG number = LXNumberOf(*page, XProperty::PageNumber);
         const std::string at = path + "/page " + std::to_string(number);
         Add(at, XElementKind::Page, *page);
@@ -41,13 +36,11 @@ void XSurvey::AddPages(const std::string& path, ILXType& type)
     }
 }
 
-void XSurvey::AddGroups(const std::string& path, ILXType& type)
-{
+void XSurvey::AddGroups(const std::string& path, ILXType& type) {
     m_answers[path + "/toplevel groups"] = Names<ILXGroup, ILXGroupEnum>(
         "GetToplevelGroupEnum", XProperty::GroupNumber, [&](auto** out) { return type.GetToplevelGroupEnum(out); });
     for (const auto& group :
-         All<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type.GetGroupEnum(out); }))
-    {
+         All<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type.GetGroupEnum(out); })) {
         const LONG number = LXNumberOf(*group, XProperty::GroupNumber);
         const std::string at = path + "/group " + std::to_string(number);
         Add(at, XElementKind::Group, *group);
@@ -59,27 +52,22 @@ void XSurvey::AddGroups(const std::string& path, ILXType& type)
                 return type.GetGroupAttributeEnum(static_cast<int>(number), out);
             });
         XLXComPtr<ILXFormat> format;
-        if (Count(1, [&] { return group->GetFormat(format.Put()); }) == S_OK)
-        {
+        if (Count(1, [&] { return group->GetFormat(format.Put()); }) == S_OK) {
             Add(at + "/format", XElementKind::Format, *format);
             ++m_objects["formats"];
         }
     }
 }
 
-void XSurvey::AddEditors(const std::string& path, ILXType& type)
-{
+void XSurvey::AddEditors(const std::string& path, ILXType& type) {
     for (const auto& editor : All<ILXConfObjEditor, ILXConfObjEditorEnum>(
-             "GetConfObjEditorEnum", [&](auto** out) { return type.GetConfObjEditorEnum(out); }))
-    {
+             "GetConfObjEditorEnum", [&](auto** out) { return type.GetConfObjEditorEnum(out); })) {
         Add(path + "/editor " + LXPathPart(LXTextOf(*editor, XProperty::ProgId)), XElementKind::Editor, *editor);
         ++m_objects["editors"];
     }
     for (const auto& [what, ask] : {std::pair("/default editor in ", &ILXType::GetDefaultEditor),
-                                    std::pair("/default editor for new in ", &ILXType::GetDefaultNewEditor)})
-    {
-        for (const std::string& browser : m_browsers)
-        {
+                                    std::pair("/default editor for new in ", &ILXType::GetDefaultNewEditor)}) {
+        for (const std::string& browser : m_browsers) {
             XLXComPtr<ILXConfObjEditor> editor;
             const HRESULT result =
                 Count(1, [&, ask = ask] { return (type.*ask)(LXBstr(browser).Get(), editor.Put()); });
@@ -89,12 +77,10 @@ void XSurvey::AddEditors(const std::string& path, ILXType& type)
     }
 }
 
-const std::set<std::string>& XSurvey::AttributeNames(const std::string& type)
-{
+const std::set<std::string>& XSurvey::AttributeNames(const std::string& type) {
     const auto [known, isNew] = m_attributeNames.try_emplace(type);
     XLXComPtr<ILXType> object;
-    if (isNew && m_factory.GetType(LXBstr(type).Get(), nullptr, object.Put()) == S_OK)
-    {
+    if (isNew && m_factory.GetType(LXBstr(type).Get(), nullptr, object.Put()) == S_OK) {
         const auto names = LXTextsOf(LXAttributesOf(*object, 0), XProperty::AttributeName);
         known->second.insert(names.begin(), names.end());
     }
@@ -103,10 +89,8 @@ const std::set<std::string>& XSurvey::AttributeNames(const std::string& type)
 
 // The types of a cache share the attributes that they inherit: each of these objects is read once. A server's objects
 // give all values in one call, the name among them.
-std::string XSurvey::AddAttribute(const std::string& path, const XLXComPtr<ILXAttribute>& attribute)
-{
-    if (m_cache == nullptr)
-    {
+std::string XSurvey::AddAttribute(const std::string& path, const XLXComPtr<ILXAttribute>& attribute) {
+    if (m_cache == nullptr) {
         std::vector<XJson> values = Values("", XElementKind::Attribute, *attribute);
         std::string name = LXPlain(values.front());
         m_answers[path + "/" + LXPathPart(name)] = {XElementKind::Attribute, std::move(values)};
@@ -115,41 +99,30 @@ std::string XSurvey::AddAttribute(const std::string& path, const XLXComPtr<ILXAt
     std::string name = LXTextOf(*attribute, XProperty::AttributeName);
     const std::string at = path + "/" + LXPathPart(name);
     const auto read = m_attributes.find(attribute.Get());
-    if (read != m_attributes.end())
-    {
+    if (read != m_attributes.end()) {
         m_answers[at] = read->second.answer;
         return name;
     }
     Add(at, XElementKind::Attribute, *attribute);
-    if (m_expected != nullptr)
-    {
-        m_attributes.emplace(attribute.Get(), Read{attribute, m_answers[at]});
-    }
+    if (m_expected != nullptr) { m_attributes.emplace(attribute.Get(), Read{attribute, m_answers[at]}); }
     return name;
 }
 
 // What belongs to an inherited attribute is asked for where the attribute comes from.
-void XSurvey::AddAttributes(const std::string& name, const std::string& base, ILXType& type)
-{
+void XSurvey::AddAttributes(const std::string& name, const std::string& base, ILXType& type) {
     const std::string path = LXPathPart(name);
     const std::set<std::string> inherited = base.empty() ? std::set<std::string>() : AttributeNames(base);
     std::set<std::string> names;
-    for (const auto& attribute : Count(1, [&] { return LXAttributesOf(type, 0); }))
-    {
+    for (const auto& attribute : Count(1, [&] { return LXAttributesOf(type, 0); })) {
         const std::string attributeName = AddAttribute(path, attribute);
         const std::string at = path + "/" + LXPathPart(attributeName);
         names.insert(attributeName);
-        if (!inherited.contains(attributeName))
-        {
-            AddOwnAttribute(at, type, attributeName, *attribute);
-        }
+        if (!inherited.contains(attributeName)) { AddOwnAttribute(at, type, attributeName, *attribute); }
     }
     m_answers[path + "/attributes"] = LXNamesAnswer(names);
     m_attributeNames[name] = std::move(names);
-    for (const auto& [display, mask] : LXDisplays())
-    {
-        if (mask != 0)
-        {
+    for (const auto& [display, mask] : LXDisplays()) {
+        if (mask != 0) {
             m_answers[path + "/shown: " + display] = Names<ILXAttribute, ILXAttributeEnum>(
                 "GetDisplayAttributeEnum", XProperty::AttributeName,
                 [&, mask = mask](auto** out) { return type.GetDisplayAttributeEnum(mask, out); });
@@ -157,16 +130,15 @@ void XSurvey::AddAttributes(const std::string& name, const std::string& base, IL
     }
 }
 
-void XSurvey::AddOwnAttribute(const std::string& path, ILXType& owner, const std::string& name, ILXAttribute& attribute)
-{
+void XSurvey::AddOwnAttribute(const std::string& path, ILXType& owner, const std::string& name,
+                              ILXAttribute& attribute) {
     XLXComPtr<ILXAttribute> byName;
     const HRESULT result = Count(1, [&] { return owner.GetAttribute(LXBstr(name).Get(), byName.Put()); });
     m_answers[path + "/by name"] =
         LXNamesAnswer(std::vector{byName ? LXTextOf(*byName, XProperty::Label) : LXResultName(result)});
     ++m_objects["attributes"];
     for (const auto& type : All<ILXAttributeType, ILXAttributeTypeEnum>(
-             "GetAttributeTypeEnum", [&](auto** out) { return attribute.GetAttributeTypeEnum(out); }))
-    {
+             "GetAttributeTypeEnum", [&](auto** out) { return attribute.GetAttributeTypeEnum(out); })) {
         Add(path + "/type " + LXPathPart(LXTextOf(*type, XProperty::AttributeTypeName)), XElementKind::AttributeType,
             *type);
         ++m_objects["attribute types"];
@@ -174,13 +146,11 @@ void XSurvey::AddOwnAttribute(const std::string& path, ILXType& owner, const std
     AddFormats(path, attribute);
 }
 
-void XSurvey::AddRelationsOf(const std::string& path, const std::string& name)
-{
+void XSurvey::AddRelationsOf(const std::string& path, const std::string& name) {
     const auto namesOf = [this](const std::vector<XLXComPtr<ILXParentChild>>& relations) {
         return Count(2 * relations.size(), [&] {
             std::vector<std::string> names;
-            for (const auto& relation : relations)
-            {
+            for (const auto& relation : relations) {
                 names.push_back(LXPathPart(LXTextOf(*relation, XProperty::ChildName)) + "/" +
                                 LXPathPart(LXTextOf(*relation, XProperty::ChildList)));
             }
@@ -200,56 +170,38 @@ void XSurvey::AddRelationsOf(const std::string& path, const std::string& name)
 }
 
 void XSurvey::AddDerivation(const std::string& path, const std::string& name,
-                            const std::map<std::string, std::string>& bases)
-{
+                            const std::map<std::string, std::string>& bases) {
     const auto derives = [&bases](std::string type, const std::string& ancestor) {
         for (std::size_t steps = 0; steps <= bases.size(); ++steps) // bases may go round in a circle
         {
             const auto at = bases.find(type);
-            if (at == bases.end() || at->second.empty())
-            {
-                return false;
-            }
-            if (at->second == ancestor)
-            {
-                return true;
-            }
+            if (at == bases.end() || at->second.empty()) { return false; }
+            if (at->second == ancestor) { return true; }
             type = at->second;
         }
         return false;
     };
     std::set<std::string> derived;
     std::set<std::string> from = {name};
-    if (m_cache != nullptr)
-    {
-        for (const std::string& type : Count(1, [&] { return LXDerivedOf(*m_cache, name); }))
-        {
+    if (m_cache != nullptr) {
+        for (const std::string& type : Count(1, [&] { return LXDerivedOf(*m_cache, name); })) {
             derived.insert(type);
         }
         from = DerivesFrom(name, bases);
     }
-    for (const auto& [other, base] : bases)
-    {
-        if (m_cache == nullptr && derives(other, name))
-        {
-            derived.insert(other);
-        }
-        if (m_cache == nullptr && derives(name, other))
-        {
-            from.insert(other);
-        }
+    for (const auto& [other, base] : bases) {
+        if (m_cache == nullptr && derives(other, name)) { derived.insert(other); }
+        if (m_cache == nullptr && derives(name, other)) { from.insert(other); }
     }
     m_answers[path + "/derived types"] = LXNamesAnswer(derived);
     m_answers[path + "/derives from"] = LXNamesAnswer(from);
 }
 
-std::set<std::string> XSurvey::DerivesFrom(const std::string& name, const std::map<std::string, std::string>& bases)
-{
+std::set<std::string> XSurvey::DerivesFrom(const std::string& name, const std::map<std::string, std::string>& bases) {
     std::vector<XLXComBSTR> texts;
     std::vector<BSTR> names;
     std::vector<const std::string*> asked;
-    for (const auto& [other, base] : bases)
-    {
+    for (const auto& [other, base] : bases) {
         names.push_back(texts.emplace_back(LXBstr(other)).Get());
         asked.push_back(&other);
     }
@@ -259,16 +211,9 @@ std::set<std::string> XSurvey::DerivesFrom(const std::string& name, const std::m
                                              answers.data());
     });
     std::set<std::string> from;
-    if (result != S_FALSE)
-    {
-        LXExpect(result, "CheckTypeDerivesFrom");
-    }
-    for (std::size_t i = 0; i < answers.size(); ++i)
-    {
-        if (answers[i] != 0)
-        {
-            from.insert(*asked[i]);
-        }
+    if (result != S_FALSE) { LXExpect(result, "CheckTypeDerivesFrom"); }
+    for (std::size_t i = 0; i < answers.size(); ++i) {
+        if (answers[i] != 0) { from.insert(*asked[i]); }
     }
     return from;
 }

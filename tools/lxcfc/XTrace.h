@@ -16,12 +16,10 @@
 #include <thread>
 #include <vector>
 
-class XTrace
-{
+class XTrace {
 public:
     /// A notification, and the names of what it made stale.
-    struct Notification
-    {
+    struct Notification {
         std::string dataId;
         std::string mode;
         std::vector<std::string> stale;

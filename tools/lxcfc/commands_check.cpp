@@ -7,11 +7,9 @@
 
 #include <algorithm>
 
-namespace
-{
+namespace {
 /// What a comparison found.
-struct Comparison
-{
+struct Comparison {
     std::size_t answers = 0;
     XJson differences = XJson::array();
     std::map<std::string, std::size_t> onPurpose; ///< what differs as documented, by kind
@@ -19,99 +17,70 @@ struct Comparison
 
 /// Compares answers. After edits three things differ on purpose: types and attribute types that were removed stay in
 /// the cache, as clients may hold them, and browser ids are read once.
-class Comparer
-{
+class Comparer {
 public:
     /// @param edited  whether there were edits since the cache was filled
     Comparer(Comparison& into, bool edited, const std::set<std::string>& removedTypes)
-        : m_into(into), m_edited(edited), m_removedTypes(removedTypes)
-    {}
+        : m_into(into), m_edited(edited), m_removedTypes(removedTypes) {}
 
-    void Compare(const XAnswers& cached, const XAnswers& direct)
-    {
-        for (const auto& [path, answer] : cached)
-        {
+    void Compare(const XAnswers& cached, const XAnswers& direct) {
+        for (const auto& [path, answer] : cached) {
             ++m_into.answers;
             const auto other = direct.find(path);
-            if (other != direct.end())
-            {
+            if (other != direct.end()) {
                 CompareAnswers(path, answer, other->second);
-            }
-            else if (!IsOnPurpose(answer.kind, true))
-            {
+            } else if (!IsOnPurpose(answer.kind, true)) {
                 Differ(path, "there", "not there");
             }
         }
-        for (const auto& [path, answer] : direct)
-        {
-            if (!cached.contains(path))
-            {
+        for (const auto& [path, answer] : direct) {
+            if (!cached.contains(path)) {
                 ++m_into.answers;
-                if (!IsOnPurpose(answer.kind, false))
-                {
-                    Differ(path, "not there", "there");
-                }
+                if (!IsOnPurpose(answer.kind, false)) { Differ(path, "not there", "there"); }
             }
         }
     }
 
 private:
-    bool IsOnPurpose(std::optional<XElementKind> kind, bool onlyInCache)
-    {
+    bool IsOnPurpose(std::optional<XElementKind> kind, bool onlyInCache) {
         const bool removed = kind == XElementKind::AttributeType && onlyInCache;
         const bool readOnce = kind == XElementKind::BrowserId;
-        if (!m_edited || (!removed && !readOnce))
-        {
-            return false;
-        }
+        if (!m_edited || (!removed && !readOnce)) { return false; }
         ++m_into.onPurpose[removed ? "removedAttributeTypes" : "browserIds"];
         return true;
     }
 
-    void CompareAnswers(const std::string& path, const XAnswer& cached, const XAnswer& direct)
-    {
-        if (!cached.kind)
-        {
+    void CompareAnswers(const std::string& path, const XAnswer& cached, const XAnswer& direct) {
+        if (!cached.kind) {
             CompareNames(path, cached.values, direct.values);
             return;
         }
         const std::size_t count = std::max(cached.values.size(), direct.values.size());
-        for (std::size_t i = 0; i < count; ++i)
-        {
+        for (std::size_t i = 0; i < count; ++i) {
             const XJson ours = i < cached.values.size() ? cached.values[i] : XJson("not there");
             const XJson theirs = i < direct.values.size() ? direct.values[i] : XJson("not there");
-            if (ours != theirs)
-            {
+            if (ours != theirs) {
                 Differ(path + "/" + XPropertyTable::Of(*cached.kind).Key(static_cast<int>(i)), ours, theirs);
             }
         }
     }
 
-    void CompareNames(const std::string& path, std::vector<XJson> cached, const std::vector<XJson>& direct)
-    {
+    void CompareNames(const std::string& path, std::vector<XJson> cached, const std::vector<XJson>& direct) {
         const auto removed = std::erase_if(cached, [&](const XJson& name) {
             return m_edited && m_removedTypes.contains(LXPlain(name)) &&
                    std::find(direct.begin(), direct.end(), name) == direct.end();
         });
-        if (removed != 0 && path == "types")
-        {
-            m_into.onPurpose["removedTypes"] += removed;
-        }
-        if (cached != direct)
-        {
-            Differ(path, OnlyIn(cached, direct), OnlyIn(direct, cached));
-        }
+        if (removed != 0 && path == "types") { m_into.onPurpose["removedTypes"] += removed; }
+        if (cached != direct) { Differ(path, OnlyIn(cached, direct), OnlyIn(direct, cached)); }
     }
 
-    static XJson OnlyIn(const std::vector<XJson>& these, const std::vector<XJson>& others)
-    {
+    static XJson OnlyIn(const std::vector<XJson>& these, const std::vector<XJson>& others) {
         XJson only = XJson::array();
         std::set_difference(these.begin(), these.end(), others.begin(), others.end(), std::back_inserter(only));
         return only.size() == 1 ? only.front() : only;
     }
 
-    void Differ(const std::string& path, XJson cached, XJson direct)
-    {
+    void Differ(const std::string& path, XJson cached, XJson direct) {
         m_into.differences.push_back({{"path", path}, {"cache", std::move(cached)}, {"server", std::move(direct)}});
     }
 
@@ -121,17 +90,13 @@ private:
 };
 
 /// The names of types, bases before what derives from them.
-std::vector<std::string> InOrder(const std::map<std::string, std::string>& bases)
-{
+std::vector<std::string> InOrder(const std::map<std::string, std::string>& bases) {
     std::vector<std::string> order;
     std::set<std::string> taken;
-    while (order.size() < bases.size())
-    {
+    while (order.size() < bases.size()) {
         const std::size_t before = order.size();
-        for (const auto& [name, base] : bases)
-        {
-            if (!taken.contains(name) && (taken.contains(base) || !bases.contains(base)))
-            {
+        for (const auto& [name, base] : bases) {
+            if (!taken.contains(name) && (taken.contains(base) || !bases.contains(base))) {
                 taken.insert(name);
                 order.push_back(name);
             }
@@ -141,8 +106,7 @@ std::vector<std::string> InOrder(const std::map<std::string, std::string>& bases
     return order;
 }
 
-Comparison CompareEverything(const XCfcSession& session, bool edited)
-{
+Comparison CompareEverything(const XCfcSession& session, bool edited) {
     Comparison found;
     XSurvey cached(session.Cached(), session.Cache());
     XSurvey direct(session.Direct());
@@ -150,12 +114,8 @@ Comparison CompareEverything(const XCfcSession& session, bool edited)
     names.merge(direct.TypeNames());
     const std::map<std::string, std::string> bases = direct.BasesOf(names);
     std::set<std::string> removed;
-    for (const std::string& name : names)
-    {
-        if (!bases.contains(name))
-        {
-            removed.insert(name);
-        }
+    for (const std::string& name : names) {
+        if (!bases.contains(name)) { removed.insert(name); }
     }
     Comparer comparer(found, edited, removed);
     const std::vector<std::string> browsers = direct.Browsers();
@@ -163,8 +123,7 @@ Comparison CompareEverything(const XCfcSession& session, bool edited)
     cached.Expect(answers);
     comparer.Compare(cached.General(browsers), answers);
     XProgress progress("Comparing", bases.size());
-    for (const std::string& name : InOrder(bases))
-    {
+    for (const std::string& name : InOrder(bases)) {
         answers = direct.OfType(name, bases);
         comparer.Compare(cached.OfType(name, bases), answers);
         progress.Step();
@@ -172,11 +131,9 @@ Comparison CompareEverything(const XCfcSession& session, bool edited)
     return found;
 }
 
-class CheckCommand
-{
+class CheckCommand {
 public:
-    void Declare(CLI::App& app)
-    {
+    void Declare(CLI::App& app) {
         app.add_option("--edits", m_edits, "Make that many random edits on the server, then compare again")
             ->check(CLI::Range(0, 1000000));
         app.add_option("--seed", m_seed, "Where the edits begin; the same seed makes the same edits")
@@ -184,13 +141,11 @@ public:
         app.add_flag("--unnotified", m_unnotified,
                      "Do not notify the edits: the cache must then differ, which shows that the check can fail");
     }
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         const XCfcSession& session = run.Session();
         XJson answer = XJson::object();
         bool differs = Describe(answer, CompareEverything(session, false));
-        if (m_edits > 0 && !differs)
-        {
+        if (m_edits > 0 && !differs) {
             session.EditAtRandom(m_seed, m_edits, !m_unnotified);
             XJson& after = answer["after"] = {{"edits", m_edits}, {"seed", m_seed}};
             differs = Describe(after, CompareEverything(session, true));
@@ -200,13 +155,9 @@ public:
     }
 
 private:
-    static bool Describe(XJson& into, Comparison found)
-    {
+    static bool Describe(XJson& into, Comparison found) {
         into["answersCompared"] = found.answers;
-        if (!found.onPurpose.empty())
-        {
-            into["onPurpose"] = found.onPurpose;
-        }
+        if (!found.onPurpose.empty()) { into["onPurpose"] = found.onPurpose; }
         into["differing"] = found.differences.size();
         into["differences"] = std::move(found.differences);
         return !into["differences"].empty();
@@ -218,7 +169,6 @@ private:
 };
 } // namespace
 
-void LXAddCheckCommand(XCommands& commands)
-{
+void LXAddCheckCommand(XCommands& commands) {
     commands.Add<CheckCommand>("check", "Compares all answers of the cache with the server's");
 }

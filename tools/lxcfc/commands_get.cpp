@@ -7,37 +7,28 @@
 #include <algorithm>
 #include <charconv>
 
-namespace
-{
+namespace {
 using Object = XLXComPtr<ILXConfigObject>;
 using Names = std::vector<std::string>;
 
 /// The parts of a name like "Pump/RatedFlow". A "/" in a part is written "%2F", a "%" may be written "%25".
-Names PartsOf(const std::string& name)
-{
+Names PartsOf(const std::string& name) {
     Names parts(1);
-    for (std::size_t i = 0; i < name.size(); ++i)
-    {
+    for (std::size_t i = 0; i < name.size(); ++i) {
         const std::string code = name.substr(i, 3);
-        if (name[i] == '/')
-        {
+        if (name[i] == '/') {
             parts.emplace_back();
-        }
-        else if (code == "%2F" || code == "%25")
-        {
+        } else if (code == "%2F" || code == "%25") {
             parts.back() += code == "%2F" ? '/' : '%';
             i += 2;
-        }
-        else
-        {
+        } else {
             parts.back() += name[i];
         }
     }
     return parts;
 }
 
-int NumberOf(const std::string& text)
-{
+int NumberOf(const std::string& text) {
     int number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     LXExpectThat(error == std::errc() && end == text.data() + text.size(), "\"" + text + "\" is not a number");
@@ -46,46 +37,37 @@ int NumberOf(const std::string& text)
 
 /// The object that a question gives; null when there is none.
 template <class Interface, class Ask>
-XLXComPtr<Interface> Asked(const char* what, Ask&& ask)
-{
+XLXComPtr<Interface> Asked(const char* what, Ask&& ask) {
     XLXComPtr<Interface> object;
-    if (const HRESULT result = ask(object.Put()); result != S_FALSE)
-    {
-        LXExpect(result, what);
-    }
+    if (const HRESULT result = ask(object.Put()); result != S_FALSE) { LXExpect(result, what); }
     return object;
 }
 
 /// The element of a list with that text in a member; null when there is none.
 template <class Element>
-XLXComPtr<Element> Among(const std::vector<XLXComPtr<Element>>& elements, int member, const std::string& text)
-{
+XLXComPtr<Element> Among(const std::vector<XLXComPtr<Element>>& elements, int member, const std::string& text) {
     const auto found =
         std::find_if(elements.begin(), elements.end(), [&](const auto& e) { return LXTextOf(*e, member) == text; });
     return found != elements.end() ? *found : nullptr;
 }
 
-XLXComPtr<ILXAttribute> Attribute(XCfcSession& session, const Names& at)
-{
+XLXComPtr<ILXAttribute> Attribute(XCfcSession& session, const Names& at) {
     return Asked<ILXAttribute>("GetAttribute",
                                [&](auto** out) { return session.Type(at[0])->GetAttribute(LXBstr(at[1]).Get(), out); });
 }
 
-XLXComPtr<ILXGroup> Group(XCfcSession& session, const Names& at)
-{
+XLXComPtr<ILXGroup> Group(XCfcSession& session, const Names& at) {
     return Asked<ILXGroup>("GetGroup", [&](auto** out) { return session.Type(at[0])->GetGroup(NumberOf(at[1]), out); });
 }
 
-XLXComPtr<ILXParentChild> Relation(XCfcSession& session, const Names& at)
-{
+XLXComPtr<ILXParentChild> Relation(XCfcSession& session, const Names& at) {
     return Asked<ILXParentChild>("GetSinglePCRelation", [&](auto** out) {
         return session.Cache().GetSinglePCRelation(LXBstr(at[0]).Get(), LXBstr(at[1]).Get(), nullptr,
                                                    LXBstr(at[2]).Get(), out);
     });
 }
 
-XLXComPtr<ILXGlobalAttributeFormatSpec> Spec(XCfcSession& session, const Names& at)
-{
+XLXComPtr<ILXGlobalAttributeFormatSpec> Spec(XCfcSession& session, const Names& at) {
     return Among(LXList<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
                      "GetAllGlobalAttributeFormatSpecs",
                      [&](auto** out) { return session.Cached().GetAllGlobalAttributeFormatSpecs(out); }),
@@ -94,21 +76,18 @@ XLXComPtr<ILXGlobalAttributeFormatSpec> Spec(XCfcSession& session, const Names& 
 
 /// An object that is asked of another one, which may not be there either.
 template <class Interface, class Owner, class Ask>
-Object Of(const char* what, const Owner& owner, Ask&& ask)
-{
+Object Of(const char* what, const Owner& owner, Ask&& ask) {
     return owner ? Object(Asked<Interface>(what, [&](auto** out) { return ask(*owner, out); }).Get()) : nullptr;
 }
 
-struct Kind
-{
+struct Kind {
     const char* name;
     const char* parts; ///< what its name is made of
     XElementKind element;
     std::function<Object(XCfcSession&, const Names&)> find;
 };
 
-std::vector<Kind> KindsOfTypes()
-{
+std::vector<Kind> KindsOfTypes() {
     return {
         {"type", "TYPE", XElementKind::Type, [](auto& session, auto& at) { return Object(session.Type(at[0]).Get()); }},
         {"attribute", "TYPE/ATTRIBUTE", XElementKind::Attribute,
@@ -148,8 +127,7 @@ std::vector<Kind> KindsOfTypes()
          }}};
 }
 
-std::vector<Kind> KindsOfOthers()
-{
+std::vector<Kind> KindsOfOthers() {
     return {{"relation", "PARENT/CHILD/LIST", XElementKind::Relation,
              [](auto& session, auto& at) { return Object(Relation(session, at).Get()); }},
             {"pcinfo", "PARENT/CHILD/LIST/BROWSER", XElementKind::PCInfo,
@@ -174,8 +152,7 @@ std::vector<Kind> KindsOfOthers()
              }}};
 }
 
-const std::vector<Kind>& Kinds()
-{
+const std::vector<Kind>& Kinds() {
     static const std::vector<Kind> kinds = [] {
         std::vector<Kind> all = KindsOfTypes();
         const std::vector<Kind> others = KindsOfOthers();
@@ -185,15 +162,12 @@ const std::vector<Kind>& Kinds()
     return kinds;
 }
 
-class GetCommand
-{
+class GetCommand {
 public:
-    void Declare(CLI::App& app)
-    {
+    void Declare(CLI::App& app) {
         std::vector<std::string> names;
         std::string footer = "Names by kind; write %2F for a / in a part of a name:";
-        for (const Kind& kind : Kinds())
-        {
+        for (const Kind& kind : Kinds()) {
             names.emplace_back(kind.name);
             footer += std::string("\n  ") + kind.name + " " + kind.parts;
         }
@@ -204,8 +178,7 @@ public:
                        "An index, a key of the model files, or a name such as LXCFG_showineditor; all "
                        "properties when it is left out");
     }
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         const auto kind =
             std::find_if(Kinds().begin(), Kinds().end(), [this](const Kind& k) { return k.name == m_kind; });
         const Names parts = PartsOf(m_name);
@@ -214,8 +187,7 @@ public:
         const Object object = kind->find(run.Session(), parts);
         LXExpectThat(static_cast<bool>(object), "there is no " + m_kind + " \"" + m_name + "\"");
         XJson answer = {{"kind", m_kind}, {"name", m_name}};
-        if (m_property.empty())
-        {
+        if (m_property.empty()) {
             answer["values"] = LXNamedValuesOf(kind->element, *object);
             return run.Answer(answer);
         }
@@ -225,19 +197,15 @@ public:
     }
 
 private:
-    XJson Value(ILXConfigObject& object, XElementKind kind) const
-    {
-        if (m_property.find_first_not_of("0123456789") == std::string::npos)
-        {
+    XJson Value(ILXConfigObject& object, XElementKind kind) const {
+        if (m_property.find_first_not_of("0123456789") == std::string::npos) {
             return LXPropertyOf(object, NumberOf(m_property));
         }
-        if (const int index = XPropertyTable::Of(kind).FindKey(m_property); index >= 0)
-        {
+        if (const int index = XPropertyTable::Of(kind).FindKey(m_property); index >= 0) {
             return LXPropertyOf(object, index);
         }
         XLXComVariant value;
-        if (const HRESULT result = object.Get(LXBstr(m_property).Get(), value.Put()); result != S_FALSE)
-        {
+        if (const HRESULT result = object.Get(LXBstr(m_property).Get(), value.Put()); result != S_FALSE) {
             LXExpect(result, "ILXConfigObject::Get");
         }
         return LXJsonOf(value.Get());
@@ -249,7 +217,4 @@ private:
 };
 } // namespace
 
-void LXAddGetCommand(XCommands& commands)
-{
-    commands.Add<GetCommand>("get", "Any property of anything");
-}
+void LXAddGetCommand(XCommands& commands) { commands.Add<GetCommand>("get", "Any property of anything"); }

@@ -8,16 +8,13 @@
 #include <fstream>
 #include <set>
 
-namespace
-{
+namespace {
 /// The nodes are types. An edge of a tree goes from a base to what derives from it, one of relations from a parent to
 /// a child.
-struct Graph
-{
+struct Graph {
     std::string title;
     std::map<std::string, const XTypeNode*> nodes;
-    struct Edge
-    {
+    struct Edge {
         std::string from;
         std::string to;
         std::string label;
@@ -25,30 +22,24 @@ struct Graph
     std::vector<Edge> edges;
 };
 
-Graph TypeGraph(const XTypeNodes& types)
-{
+Graph TypeGraph(const XTypeNodes& types) {
     Graph graph{"Types", {}, {}};
-    for (const auto& [name, node] : types)
-    {
+    for (const auto& [name, node] : types) {
         graph.nodes.emplace(name, &node);
-        for (const std::string& derived : node.derived)
-        {
+        for (const std::string& derived : node.derived) {
             graph.edges.push_back({name, derived, ""});
         }
     }
     return graph;
 }
 
-Graph RelationGraph(ILXConfigFactory& factory, const XTypeNodes& types)
-{
+Graph RelationGraph(ILXConfigFactory& factory, const XTypeNodes& types) {
     Graph graph{"Relations", {}, {}};
     for (const auto& relation : LXList<ILXParentChild, ILXParentChildEnum>(
-             "GetParentChildEnum", [&](auto** out) { return factory.GetParentChildEnum(nullptr, nullptr, out); }))
-    {
+             "GetParentChildEnum", [&](auto** out) { return factory.GetParentChildEnum(nullptr, nullptr, out); })) {
         Graph::Edge edge{LXTextOf(*relation, XProperty::ParentName), LXTextOf(*relation, XProperty::ChildName),
                          LXTextOf(*relation, XProperty::ChildList)};
-        for (const std::string* const end : {&edge.from, &edge.to})
-        {
+        for (const std::string* const end : {&edge.from, &edge.to}) {
             const auto type = types.find(*end);
             graph.nodes.emplace(*end, type != types.end() ? &type->second : nullptr);
         }
@@ -58,21 +49,16 @@ Graph RelationGraph(ILXConfigFactory& factory, const XTypeNodes& types)
 }
 
 /// What can be reached from a node.
-Graph Below(const Graph& graph, const std::string& root)
-{
+Graph Below(const Graph& graph, const std::string& root) {
     LXExpectThat(graph.nodes.contains(root), "\"" + root + "\" is not in the graph");
     Graph below{graph.title + " below " + root, {}, {}};
     std::vector<std::string> waiting = {root};
-    while (!waiting.empty())
-    {
+    while (!waiting.empty()) {
         const std::string name = std::move(waiting.back());
         waiting.pop_back();
-        if (below.nodes.emplace(name, graph.nodes.at(name)).second)
-        {
-            for (const Graph::Edge& edge : graph.edges)
-            {
-                if (edge.from == name)
-                {
+        if (below.nodes.emplace(name, graph.nodes.at(name)).second) {
+            for (const Graph::Edge& edge : graph.edges) {
+                if (edge.from == name) {
                     below.edges.push_back(edge);
                     waiting.push_back(edge.to);
                 }
@@ -82,51 +68,42 @@ Graph Below(const Graph& graph, const std::string& root)
     return below;
 }
 
-XJson Document(const Graph& graph)
-{
+XJson Document(const Graph& graph) {
     XJson nodes = XJson::array();
-    for (const auto& [name, type] : graph.nodes)
-    {
+    for (const auto& [name, type] : graph.nodes) {
         nodes.push_back({{"name", name},
                          {"label", type != nullptr ? type->label : ""},
                          {"listed", type != nullptr && type->listed}});
     }
     XJson edges = XJson::array();
-    for (const Graph::Edge& edge : graph.edges)
-    {
+    for (const Graph::Edge& edge : graph.edges) {
         edges.push_back({{"from", edge.from}, {"to", edge.to}, {"list", edge.label}});
     }
     return {{"title", graph.title}, {"nodes", std::move(nodes)}, {"edges", std::move(edges)}};
 }
 
-std::string Replaced(std::string text, const std::string& what, const std::string& by)
-{
-    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
-    {
+std::string Replaced(std::string text, const std::string& what, const std::string& by) {
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size())) {
         text.replace(at, what.size(), by);
     }
     return text;
 }
 
 /// A text between quotes for Graphviz.
-std::string Quoted(const std::string& text)
-{
+std::string Quoted(const std::string& text) {
     return "\"" + Replaced(Replaced(text, "\\", "\\\\"), "\"", "\\\"") + "\"";
 }
 
-std::string Dot(const Graph& graph)
-{
+std::string Dot(const Graph& graph) {
     std::string dot =
         "digraph " + Quoted(graph.title) + " {\n  rankdir=LR;\n  node [shape=box, fontname=sans-serif];\n";
-    for (const auto& [name, type] : graph.nodes)
-    {
+    for (const auto& [name, type] : graph.nodes) {
         const bool hasLabel = type != nullptr && !type->label.empty() && type->label != name;
         const std::string label = hasLabel ? name + "\n" + type->label : name;
         dot += "  " + Quoted(name) + " [label=" + Replaced(Quoted(label), "\n", "\\n") +
                (type != nullptr && !type->listed ? ", style=dashed];\n" : "];\n");
     }
-    for (const Graph::Edge& edge : graph.edges)
-    {
+    for (const Graph::Edge& edge : graph.edges) {
         dot += "  " + Quoted(edge.from) + " -> " + Quoted(edge.to) +
                (edge.label.empty() ? ";\n" : " [label=" + Quoted(edge.label) + "];\n");
     }
@@ -135,14 +112,12 @@ std::string Dot(const Graph& graph)
 
 /// The page with the graph in it as JSON. There every "<" is written as an escape, so that no text can end the script
 /// element that holds it.
-std::string Page(const Graph& graph)
-{
+std::string Page(const Graph& graph) {
     const std::string data =
         Replaced(Document(graph).dump(-1, ' ', false, XJson::error_handler_t::replace), "<", "\\u003c");
     const std::string title = Replaced(Replaced(Replaced(graph.title, "&", "&amp;"), "<", "&lt;"), ">", "&gt;");
     std::string page(GraphPageText);
-    for (const auto& [mark, text] : {std::pair("@TITLE@", &title), std::pair("@DATA@", &data)})
-    {
+    for (const auto& [mark, text] : {std::pair("@TITLE@", &title), std::pair("@DATA@", &data)}) {
         const std::size_t at = page.find(mark);
         LXExpectThat(at != std::string::npos, std::string("the page has no place for ") + mark);
         page.replace(at, std::string_view(mark).size(), *text);
@@ -150,32 +125,22 @@ std::string Page(const Graph& graph)
     return page;
 }
 
-class GraphCommand
-{
+class GraphCommand {
 public:
-    void Declare(CLI::App& app)
-    {
+    void Declare(CLI::App& app) {
         app.add_option("WHAT", m_what, "types or relations")->required()->check(CLI::IsMember({"types", "relations"}));
         app.add_option("--root", m_root, "Only this type and what is below it");
         app.add_flag("--html", m_html, "One page for a browser instead of a graph for Graphviz");
         app.add_option("--output", m_file, "The file to write; standard output by default");
     }
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         ILXConfigFactory& factory = run.Session().Cached();
         const XTypeNodes types = LXTypeNodes(factory);
         Graph graph = m_what == "types" ? TypeGraph(types) : RelationGraph(factory, types);
-        if (!m_root.empty())
-        {
-            graph = Below(graph, m_root);
-        }
-        if (run.Options().json)
-        {
-            return run.Answer(Document(graph));
-        }
+        if (!m_root.empty()) { graph = Below(graph, m_root); }
+        if (run.Options().json) { return run.Answer(Document(graph)); }
         const std::string text = m_html ? Page(graph) : Dot(graph);
-        if (m_file.empty())
-        {
+        if (m_file.empty()) {
             LXExpectThat(std::fwrite(text.data(), 1, text.size(), stdout) == text.size(),
                          "standard output cannot be written to");
             return ExitOk;
@@ -194,7 +159,6 @@ private:
 };
 } // namespace
 
-void LXAddGraphCommand(XCommands& commands)
-{
+void LXAddGraphCommand(XCommands& commands) {
     commands.Add<GraphCommand>("graph", "Types or relations as a graph, for Graphviz or a browser");
 }

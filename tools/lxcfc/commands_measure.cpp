@@ -6,30 +6,24 @@
 #include "XSurvey.h"
 #include "XTrace.h"
 
-namespace
-{
-double Milliseconds(std::chrono::steady_clock::time_point since)
-{
+namespace {
+double Milliseconds(std::chrono::steady_clock::time_point since) {
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - since;
     return static_cast<double>(static_cast<long long>(took.count() * 100)) / 100;
 }
 
-XJson CallsOf(const std::map<std::string, unsigned long long>& calls)
-{
+XJson CallsOf(const std::map<std::string, unsigned long long>& calls) {
     XJson rows = XJson::array();
-    for (const auto& [name, count] : calls)
-    {
+    for (const auto& [name, count] : calls) {
         rows.push_back({{"method", name}, {"calls", count}});
     }
     return rows;
 }
 
-class StatsCommand
-{
+class StatsCommand {
 public:
     void Declare(CLI::App&) {}
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         const XTrace trace(1u << LX_LOG_SERVER);
         const auto start = std::chrono::steady_clock::now();
         const XCfcSession& session = run.Session();
@@ -39,8 +33,7 @@ public:
         XSurvey survey(session.Cached(), session.Cache(), &XTrace::CallsOfThisThread);
         survey.AskEverything("Asking");
         XJson objects = XJson::object();
-        for (const auto& [kind, count] : survey.Objects())
-        {
+        for (const auto& [kind, count] : survey.Objects()) {
             objects[kind] = count;
         }
         XSurvey again(session.Cached(), session.Cache(), &XTrace::CallsOfThisThread);
@@ -59,8 +52,7 @@ public:
     }
 
 private:
-    static XJson Hits(const XSurvey& survey)
-    {
+    static XJson Hits(const XSurvey& survey) {
         const auto hits = survey.Questions() - survey.Misses();
         return {{"questions", survey.Questions()},
                 {"hits", hits},
@@ -70,31 +62,25 @@ private:
 
 /// The reads of an application that shows a few types.
 std::vector<std::string> Mix(ILXConfigFactory& factory, const std::vector<std::string>& types,
-                             const std::vector<std::string>& browsers)
-{
+                             const std::vector<std::string>& browsers) {
     std::vector<std::string> answers;
     const auto read = [&answers](ILXConfigObject& object, std::initializer_list<int> members) {
-        for (const int member : members)
-        {
+        for (const int member : members) {
             answers.push_back(LXTextOf(object, member));
         }
     };
-    for (const std::string& name : types)
-    {
+    for (const std::string& name : types) {
         XLXComPtr<ILXType> type;
         LXExpect(factory.GetType(LXBstr(name).Get(), nullptr, type.Put()), "GetType");
         read(*type, {XProperty::TypeName, XProperty::TypeLabel, XProperty::TypeIcon});
         for (const auto& group :
-             LXList<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type->GetGroupEnum(out); }))
-        {
+             LXList<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type->GetGroupEnum(out); })) {
             read(*group, {XProperty::GroupNumber, XProperty::GroupLabel});
         }
-        for (const auto& attribute : LXAttributesOf(*type, 1))
-        {
+        for (const auto& attribute : LXAttributesOf(*type, 1)) {
             read(*attribute, {XProperty::AttributeName, XProperty::Label, XProperty::Unit});
         }
-        for (const std::string& browser : browsers)
-        {
+        for (const std::string& browser : browsers) {
             XLXComPtr<ILXConfObjEditor> editor;
             const HRESULT result = type->GetDefaultEditor(LXBstr(browser).Get(), editor.Put());
             answers.push_back(editor ? LXTextOf(*editor, XProperty::ProgId) : LXResultName(result));
@@ -103,21 +89,17 @@ std::vector<std::string> Mix(ILXConfigFactory& factory, const std::vector<std::s
     return answers;
 }
 
-class BenchCommand
-{
+class BenchCommand {
 public:
-    void Declare(CLI::App& app)
-    {
+    void Declare(CLI::App& app) {
         app.add_option("--types", m_types, "How many types are read")
             ->check(CLI::Range(1, 100000))
             ->capture_default_str();
     }
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         const XCfcSession& session = run.Session();
         std::vector<std::string> types;
-        for (const auto& [name, node] : LXTypeNodes(session.Cached()))
-        {
+        for (const auto& [name, node] : LXTypeNodes(session.Cached())) {
             types.push_back(name);
         }
         types.resize(std::min(types.size(), m_types));
@@ -127,8 +109,7 @@ public:
         int at = 0;
         for (const auto& [how, factory] :
              {std::pair("directly", &session.Direct()), std::pair("cache", &session.Cached()),
-              std::pair("cache again", &session.Cached())})
-        {
+              std::pair("cache again", &session.Cached())}) {
             const auto calls = session.Server().CallCounts();
             const auto start = std::chrono::steady_clock::now();
             answers[at++] = Mix(*factory, types, browsers);
@@ -151,8 +132,7 @@ private:
 };
 } // namespace
 
-void LXAddMeasureCommands(XCommands& commands)
-{
+void LXAddMeasureCommands(XCommands& commands) {
     commands.Add<StatsCommand>("stats", "What the cache holds, and what it answers without the server");
     commands.Add<BenchCommand>("bench", "The same reads directly and through the cache");
 }

@@ -6,39 +6,32 @@
 
 #include <algorithm>
 
-namespace
-{
-const std::map<std::string, LONG>& Filters()
-{
+namespace {
+const std::map<std::string, LONG>& Filters() {
     static const std::map<std::string, LONG> filters = {
         {"new", 1}, {"plan", 2}, {"ppr", 4}, {"no-ppr", 8}, {"no-internal", 16}};
     return filters;
 }
 
-XJson RelationRow(ILXParentChild& relation)
-{
+XJson RelationRow(ILXParentChild& relation) {
     XJson row = LXSomeOf(XElementKind::Relation, relation,
                          {XProperty::ParentName, XProperty::ChildName, XProperty::ChildList, XProperty::NameShort,
                           XProperty::PPRRelationType, XProperty::SystemInternal});
     XJson& browsers = row["browsers"] = XJson::array();
     XJson& isNew = row["new"] = XJson::array();
     for (const auto& info :
-         LXList<ILXPCInfo, ILXPCInfoEnum>("GetPCInfoEnum", [&](auto** out) { return relation.GetPCInfoEnum(out); }))
-    {
+         LXList<ILXPCInfo, ILXPCInfoEnum>("GetPCInfoEnum", [&](auto** out) { return relation.GetPCInfoEnum(out); })) {
         const std::string browser = LXTextOf(*info, XProperty::PCInfoBrowser);
         (LXNumberOf(*info, XProperty::PCInfoNew) != 0 ? isNew : browsers).push_back(browser);
     }
     return row;
 }
 
-class RelationsCommand
-{
+class RelationsCommand {
 public:
-    void Declare(CLI::App& app)
-    {
+    void Declare(CLI::App& app) {
         std::vector<std::string> names;
-        for (const auto& [name, bit] : Filters())
-        {
+        for (const auto& [name, bit] : Filters()) {
             names.push_back(name);
         }
         app.add_option("PARENT", m_parent, "The parent's type")->required();
@@ -47,23 +40,19 @@ public:
         app.add_option("--filter", m_filters, "Any of: " + LXJoined(names, ", "))->check(CLI::IsMember(names));
         app.add_flag("--inherited", m_inherited, "Those of the base types too");
     }
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         XCfcSession& session = run.Session();
         session.Type(m_parent);
         LONG filter = 0;
-        for (const std::string& name : m_filters)
-        {
+        for (const std::string& name : m_filters) {
             filter |= Filters().at(name);
         }
         const auto list = m_inherited ? &ILXConfigFactoryCache::GetPCEnumAll : &ILXConfigFactoryCache::GetPCEnum2;
         XJson rows = XJson::array();
         for (const auto& relation : LXList<ILXParentChild, ILXParentChildEnum>("GetPCEnum", [&](auto** out) {
                  return (session.Cache().*list)(nullptr, LXBstr(m_parent).Get(), LXBstr(m_browser).Get(), filter, out);
-             }))
-        {
-            if (m_child.empty() || LXTextOf(*relation, XProperty::ChildName) == m_child)
-            {
+             })) {
+            if (m_child.empty() || LXTextOf(*relation, XProperty::ChildName) == m_child) {
                 rows.push_back(RelationRow(*relation));
             }
         }
@@ -80,12 +69,10 @@ private:
     bool m_inherited = false;
 };
 
-class BrowsersCommand
-{
+class BrowsersCommand {
 public:
     void Declare(CLI::App&) {}
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         ILXConfigFactory& factory = run.Session().Cached();
         return run.Answer({{"browsers", LXRows<ILXBrowserId, ILXBrowserIdEnum>(
                                             "GetBrowserIdEnum", XElementKind::BrowserId, {XProperty::BrowserIdName, 1},
@@ -93,26 +80,21 @@ public:
     }
 };
 
-class FormatsCommand
-{
+class FormatsCommand {
 public:
     void Declare(CLI::App& app) { app.add_option("TYPE", m_type, "Those of this type's attributes instead"); }
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         XCfcSession& session = run.Session();
         XJson rows = XJson::array();
-        if (!m_type.empty())
-        {
-            for (const auto& attribute : LXAttributesOf(*session.Type(m_type), 0))
-            {
+        if (!m_type.empty()) {
+            for (const auto& attribute : LXAttributesOf(*session.Type(m_type), 0)) {
                 AddFormats(rows, "attribute", LXTextOf(*attribute, XProperty::AttributeName), *attribute);
             }
             return run.Answer({{"type", m_type}, {"formats", std::move(rows)}});
         }
         for (const auto& spec : LXList<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
                  "GetAllGlobalAttributeFormatSpecs",
-                 [&](auto** out) { return session.Cached().GetAllGlobalAttributeFormatSpecs(out); }))
-        {
+                 [&](auto** out) { return session.Cached().GetAllGlobalAttributeFormatSpecs(out); })) {
             AddFormats(rows, "formatSpec", LXTextOf(*spec, XProperty::AttributeName), *spec);
         }
         return run.Answer({{"formats", std::move(rows)}});
@@ -120,10 +102,8 @@ public:
 
 private:
     template <class Owner>
-    static void AddFormats(XJson& rows, const char* kind, const std::string& name, Owner& owner)
-    {
-        for (const auto& [formatType, format] : LXFormatsOf(owner))
-        {
+    static void AddFormats(XJson& rows, const char* kind, const std::string& name, Owner& owner) {
+        for (const auto& [formatType, format] : LXFormatsOf(owner)) {
             XJson row = {{kind, name}};
             row.update(
                 LXSomeOf(XElementKind::Format, *format, {XProperty::DataType, XProperty::Label, XProperty::Length}));
@@ -135,8 +115,7 @@ private:
 };
 } // namespace
 
-void LXAddRelationCommands(XCommands& commands)
-{
+void LXAddRelationCommands(XCommands& commands) {
     commands.Add<RelationsCommand>("relations", "What may stand below a type");
     commands.Add<BrowsersCommand>("browsers", "The browsers that the server knows");
     commands.Add<FormatsCommand>("formats", "The global format specs, or the formats of a type");

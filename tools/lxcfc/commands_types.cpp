@@ -6,44 +6,31 @@
 
 #include <algorithm>
 
-namespace
-{
+namespace {
 /// A type with those that derive from it, as a node of a tree.
-XJson TreeNode(const XTypeNodes& types, const XTypeNode& type)
-{
+XJson TreeNode(const XTypeNodes& types, const XTypeNode& type) {
     XJson node = {{"name", type.name}, {"label", type.label}};
-    if (!type.listed)
-    {
-        node["unlisted"] = true;
-    }
-    for (const std::string& derived : type.derived)
-    {
+    if (!type.listed) { node["unlisted"] = true; }
+    for (const std::string& derived : type.derived) {
         node["children"].push_back(TreeNode(types, types.at(derived)));
     }
     return node;
 }
 
-class TypesCommand
-{
+class TypesCommand {
 public:
     void Declare(CLI::App& app) { app.add_option("--root", m_root, "Only this type and what derives from it"); }
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         const XTypeNodes types = LXTypeNodes(run.Session().Cached());
         XJson tree = XJson::array();
-        if (!m_root.empty())
-        {
+        if (!m_root.empty()) {
             run.Session().Type(m_root);
             const auto root = types.find(m_root);
             LXExpectThat(root != types.end(), "the type \"" + m_root + "\" is not listed");
             tree.push_back(TreeNode(types, root->second));
         }
-        for (const auto& [name, type] : types)
-        {
-            if (m_root.empty() && !types.contains(type.base))
-            {
-                tree.push_back(TreeNode(types, type));
-            }
+        for (const auto& [name, type] : types) {
+            if (m_root.empty() && !types.contains(type.base)) { tree.push_back(TreeNode(types, type)); }
         }
         return run.Answer({{"types", types.size()}, {"tree", std::move(tree)}});
     }
@@ -53,23 +40,17 @@ private:
 };
 
 /// The names of the displays that an attribute is shown in.
-XJson DisplaysOf(ILXAttribute& attribute)
-{
+XJson DisplaysOf(ILXAttribute& attribute) {
     XJson shown = XJson::array();
     for (const auto& [name, member] :
          {std::pair("editor", XProperty::ShowInEditor), std::pair("finder", XProperty::ShowInFinder),
-          std::pair("browser", XProperty::ShowInBrowser)})
-    {
-        if (LXPropertyOf(attribute, member) == true)
-        {
-            shown.push_back(name);
-        }
+          std::pair("browser", XProperty::ShowInBrowser)}) {
+        if (LXPropertyOf(attribute, member) == true) { shown.push_back(name); }
     }
     return shown;
 }
 
-XJson AttributeRow(ILXAttribute& attribute)
-{
+XJson AttributeRow(ILXAttribute& attribute) {
     XJson row = LXSomeOf(XElementKind::Attribute, attribute,
                          {XProperty::AttributeName, XProperty::Label, XProperty::DataType, XProperty::Unit,
                           XProperty::AttributeGroup, XProperty::DefaultValue});
@@ -77,12 +58,10 @@ XJson AttributeRow(ILXAttribute& attribute)
     return row;
 }
 
-class TypeCommand
-{
+class TypeCommand {
 public:
     void Declare(CLI::App& app) { app.add_option("NAME", m_name, "The type")->required(); }
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         const auto type = run.Session().Type(m_name);
         XJson answer = {{"type", m_name}, {"bases", LXBasesOf(LXTypeNodes(run.Session().Cached()), m_name)}};
         XJson values = LXNamedValuesOf(XElementKind::Type, *type);
@@ -90,8 +69,7 @@ public:
         answer["values"] = std::move(values);
         AddGroupsAndPages(answer, *type);
         XJson& attributes = answer["attributes"] = XJson::array();
-        for (const auto& attribute : LXAttributesOf(*type, 0))
-        {
+        for (const auto& attribute : LXAttributesOf(*type, 0)) {
             attributes.push_back(AttributeRow(*attribute));
         }
         answer["editors"] = LXRows<ILXConfObjEditor, ILXConfObjEditorEnum>(
@@ -103,8 +81,7 @@ public:
     }
 
 private:
-    static void AddGroupsAndPages(XJson& answer, ILXType& type)
-    {
+    static void AddGroupsAndPages(XJson& answer, ILXType& type) {
         answer["pages"] = LXRows<ILXPage, ILXPageEnum>("GetPageEnum", XElementKind::Page,
                                                        {XProperty::PageNumber, XProperty::PageLabel},
                                                        [&](auto** out) { return type.GetPageEnum(out); });
@@ -117,22 +94,18 @@ private:
     std::string m_name;
 };
 
-class AttributesCommand
-{
+class AttributesCommand {
 public:
-    void Declare(CLI::App& app)
-    {
+    void Declare(CLI::App& app) {
         std::vector<std::string> names;
-        for (const auto& [name, mask] : LXDisplays())
-        {
+        for (const auto& [name, mask] : LXDisplays()) {
             names.push_back(name);
         }
         app.add_option("NAME", m_name, "The type")->required();
         app.add_option("--display", m_display, "Those shown in: " + LXJoined(names, ", "))->check(CLI::IsMember(names));
         app.add_option("--group", m_group, "Those of this group");
     }
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         const auto type = run.Session().Type(m_name);
         const auto display = std::find_if(LXDisplays().begin(), LXDisplays().end(),
                                           [this](const auto& entry) { return entry.first == m_display; });
@@ -142,8 +115,7 @@ public:
                  ? LXList<ILXAttribute, ILXAttributeEnum>(
                        "GetDisplayGroupAttributeEnum",
                        [&](auto** out) { return type->GetDisplayGroupAttributeEnum(display->second, *m_group, out); })
-                 : LXAttributesOf(*type, display->second))
-        {
+                 : LXAttributesOf(*type, display->second)) {
             rows.push_back(AttributeRow(*attribute));
         }
         XJson answer = {{"type", m_name}, {"display", m_display}, {"count", rows.size()}};
@@ -157,20 +129,17 @@ private:
     std::optional<int> m_group;
 };
 
-class DerivedCommand
-{
+class DerivedCommand {
 public:
     void Declare(CLI::App& app) { app.add_option("NAME", m_name, "The type")->required(); }
-    int Run(XRun& run) const
-    {
+    int Run(XRun& run) const {
         XCfcSession& session = run.Session();
         session.Type(m_name);
         const XTypeNodes types = LXTypeNodes(session.Cached());
         const std::vector<std::string> derived = LXDerivedOf(session.Cache(), m_name);
         XJson answer = {{"type", m_name}, {"bases", LXBasesOf(types, m_name)}, {"derivedTypes", derived.size()}};
         XJson tree = XJson::array();
-        if (const auto root = types.find(m_name); root != types.end())
-        {
+        if (const auto root = types.find(m_name); root != types.end()) {
             tree.push_back(TreeNode(types, root->second));
         }
         answer["derived"] = derived;
@@ -183,8 +152,7 @@ private:
 };
 } // namespace
 
-void LXAddTypeCommands(XCommands& commands)
-{
+void LXAddTypeCommands(XCommands& commands) {
     commands.Add<TypesCommand>("types", "The tree of inheritance");
     commands.Add<TypeCommand>("type", "One type: values, pages, groups, attributes, editors");
     commands.Add<AttributesCommand>("attributes", "The attributes that a type shows in a display");

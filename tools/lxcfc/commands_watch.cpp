@@ -8,15 +8,12 @@
 #include <csignal>
 #include <iostream>
 
-namespace
-{
+namespace {
 volatile std::sig_atomic_t g_interrupted = 0;
 
-class WatchCommand
-{
+class WatchCommand {
 public:
-    void Declare(CLI::App& app)
-    {
+    void Declare(CLI::App& app) {
         app.add_option("--edit", m_edits,
                        "Make an edit, as JSON: {\"edit\":\"SetAttributeProperty\",\"type\":\"Pump\",...}; may "
                        "be repeated, and - reads them from standard input, one a line");
@@ -24,17 +21,14 @@ public:
         app.add_option("--seed", m_seed, "Where the random edits begin")->capture_default_str();
         app.add_option("--seconds", m_seconds, "Watch for that long after the edits; with no edits until interrupted");
     }
-    int Run(XRun& run)
-    {
+    int Run(XRun& run) {
         XCfcSession& session = run.Session();
         XSurvey(session.Cached(), session.Cache()).AskEverything("Filling"); // there is something that can become stale
         XTrace trace((1u << LX_LOG_UPDATE) | (1u << LX_LOG_INVALIDATE));
-        for (const std::string& edit : m_edits)
-        {
+        for (const std::string& edit : m_edits) {
             edit == "-" ? EditFromInput(run, session, trace) : Edit(run, session, trace, edit);
         }
-        for (unsigned i = 0; i < m_random; ++i)
-        {
+        for (unsigned i = 0; i < m_random; ++i) {
             session.EditAtRandom(m_seed + i, 1, true);
             Print(run, trace, session);
         }
@@ -46,41 +40,31 @@ public:
     }
 
 private:
-    void Edit(XRun& run, XCfcSession& session, XTrace& trace, const std::string& edit)
-    {
+    void Edit(XRun& run, XCfcSession& session, XTrace& trace, const std::string& edit) {
         session.Server().Edit(edit);
         Print(run, trace, session);
     }
 
-    void EditFromInput(XRun& run, XCfcSession& session, XTrace& trace)
-    {
-        for (std::string line; std::getline(std::cin, line);)
-        {
-            if (line.find_first_not_of(" \t\r") != std::string::npos)
-            {
-                Edit(run, session, trace, line);
-            }
+    void EditFromInput(XRun& run, XCfcSession& session, XTrace& trace) {
+        for (std::string line; std::getline(std::cin, line);) {
+            if (line.find_first_not_of(" \t\r") != std::string::npos) { Edit(run, session, trace, line); }
         }
     }
 
-    void Wait(XRun& run, XCfcSession& session, XTrace& trace, bool endless)
-    {
+    void Wait(XRun& run, XCfcSession& session, XTrace& trace, bool endless) {
         std::signal(SIGINT, [](int) { g_interrupted = 1; });
         const auto end =
             std::chrono::steady_clock::now() + std::chrono::milliseconds(static_cast<long long>(m_seconds * 1000));
-        while (g_interrupted == 0 && (endless || std::chrono::steady_clock::now() < end))
-        {
+        while (g_interrupted == 0 && (endless || std::chrono::steady_clock::now() < end)) {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
             Print(run, trace, session);
         }
     }
 
     // In this process a notification is complete when its edit returns; others are given some time.
-    void Print(XRun& run, XTrace& trace, const XCfcSession& session)
-    {
+    void Print(XRun& run, XTrace& trace, const XCfcSession& session) {
         const std::chrono::milliseconds quiet(session.Server().IsLocal() ? 0 : 100);
-        for (const XTrace::Notification& notification : trace.Take(quiet))
-        {
+        for (const XTrace::Notification& notification : trace.Take(quiet)) {
             run.Printer().PrintNext(
                 {{"notification", notification.dataId}, {"mode", notification.mode}, {"stale", notification.stale}});
         }
@@ -93,7 +77,6 @@ private:
 };
 } // namespace
 
-void LXAddWatchCommand(XCommands& commands)
-{
+void LXAddWatchCommand(XCommands& commands) {
     commands.Add<WatchCommand>("watch", "Each notification, and what it made stale");
 }

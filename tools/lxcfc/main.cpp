@@ -13,31 +13,26 @@
 #include <windows.h>
 #endif
 
-namespace
-{
+namespace {
 /// The arguments as UTF-8, the last one first, as the parser takes them.
-std::vector<std::string> Arguments(int argc, char** argv)
-{
+std::vector<std::string> Arguments(int argc, char** argv) {
     std::vector<std::string> arguments;
 #ifdef _WIN32
     (void)argv;
     LPWSTR* const wide = CommandLineToArgvW(GetCommandLineW(), &argc);
-    for (int i = argc - 1; i > 0; --i)
-    {
+    for (int i = argc - 1; i > 0; --i) {
         arguments.push_back(LXToUtf8(wide[i]));
     }
     LocalFree(wide);
 #else
-    for (int i = argc - 1; i > 0; --i)
-    {
+    for (int i = argc - 1; i > 0; --i) {
         arguments.emplace_back(argv[i]);
     }
 #endif
     return arguments;
 }
 
-void DeclareCommon(CLI::App& app, XCommonOptions& options)
-{
+void DeclareCommon(CLI::App& app, XCommonOptions& options) {
     app.set_version_flag("--version", "lxcfc " LX_VERSION);
     app.add_option("--model", options.server.model,
                    "A model file for a server in this process; the shipped one by default");
@@ -52,16 +47,14 @@ void DeclareCommon(CLI::App& app, XCommonOptions& options)
 }
 
 /// One line, whatever the text.
-int Fail(std::string text)
-{
+int Fail(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
     std::fprintf(stderr, "lxcfc: %s\n", text.c_str());
     return ExitError;
 }
 } // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     XCommonOptions options;
     CLI::App app("Shows, compares and measures the configuration of a server, directly and through the cache.",
                  "lxcfc");
@@ -76,20 +69,13 @@ int main(int argc, char** argv)
     LXAddCheckCommand(commands);
     LXAddMeasureCommands(commands);
     LXAddGraphCommand(commands);
-    try
-    {
+    try {
         app.parse(Arguments(argc, argv));
         LXExpectThat(!app.get_subcommands().empty(), "a command is needed; lxcfc --help lists them");
         XToolOutput::Prepare();
         XRun run(options);
         return commands.Run(run);
-    }
-    catch (const CLI::ParseError& error)
-    {
+    } catch (const CLI::ParseError& error) {
         return error.get_exit_code() == 0 ? app.exit(error) : Fail(error.what());
-    }
-    catch (const std::exception& error)
-    {
-        return Fail(error.what());
-    }
+    } catch (const std::exception& error) { return Fail(error.what()); }
 }

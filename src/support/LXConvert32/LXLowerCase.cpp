@@ -8,10 +8,8 @@
 #include <cstdint>
 #include <iterator>
 
-namespace
-{
-struct LowerRange
-{
+namespace {
+struct LowerRange {
     char32_t first;
     char32_t last;
     std::uint32_t step;
@@ -30,21 +28,11 @@ constexpr char32_t FirstLow = 0xDC00;
 constexpr char32_t HalfCount = 0x400;
 constexpr char32_t FirstPair = 0x10000;
 
-constexpr bool IsHigh(OLECHAR unit) noexcept
-{
-    return unit >= FirstHigh && unit < FirstLow;
-}
-constexpr bool IsLow(OLECHAR unit) noexcept
-{
-    return unit >= FirstLow && unit < FirstLow + HalfCount;
-}
+constexpr bool IsHigh(OLECHAR unit) noexcept { return unit >= FirstHigh && unit < FirstLow; }
+constexpr bool IsLow(OLECHAR unit) noexcept { return unit >= FirstLow && unit < FirstLow + HalfCount; }
 
-char32_t Lower(char32_t character) noexcept
-{
-    if (character < 0x80)
-    {
-        return character >= 'A' && character <= 'Z' ? character - 'A' + 'a' : character;
-    }
+char32_t Lower(char32_t character) noexcept {
+    if (character < 0x80) { return character >= 'A' && character <= 'Z' ? character - 'A' + 'a' : character; }
     const auto range = std::lower_bound(std::begin(Ranges), std::end(Ranges), character,
                                         [](const LowerRange& left, char32_t right) { return left.last < right; });
     const bool capital =
@@ -53,21 +41,16 @@ char32_t Lower(char32_t character) noexcept
 }
 } // namespace
 
-XLXText LXLowerCase(XLXTextView text)
-{
+XLXText LXLowerCase(XLXTextView text) {
     XLXText lower(text);
-    for (std::size_t at = 0; at < lower.size(); ++at)
-    {
-        if (IsHigh(lower[at]) && at + 1 < lower.size() && IsLow(lower[at + 1]))
-        {
+    for (std::size_t at = 0; at < lower.size(); ++at) {
+        if (IsHigh(lower[at]) && at + 1 < lower.size() && IsLow(lower[at + 1])) {
             // A small letter takes as many units as its capital: the table is checked for it when it is made.
             const char32_t pair = (lower[at] - FirstHigh) * HalfCount + (lower[at + 1] - FirstLow);
             const char32_t small = Lower(FirstPair + pair) - FirstPair;
             lower[at++] = static_cast<OLECHAR>(FirstHigh + small / HalfCount);
             lower[at] = static_cast<OLECHAR>(FirstLow + small % HalfCount);
-        }
-        else
-        {
+        } else {
             lower[at] = static_cast<OLECHAR>(Lower(lower[at]));
         }
     }

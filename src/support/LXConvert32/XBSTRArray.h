@@ -12,8 +12,7 @@
 
 #include <vector>
 
-class XBSTRArray
-{
+class XBSTRArray {
 public:
     void Add(XLXTextView text) { m_texts.emplace_back(text); }
 

@@ -6,8 +6,7 @@
 
 #include <vector>
 
-class XBaseDataObjectUtilities
-{
+class XBaseDataObjectUtilities {
 public:
     using Objects = std::vector<XLXComPtr<ILX_BaseDataObject>>;
     /// Told each method that is about to be called.

@@ -6,10 +6,8 @@
 #include <algorithm>
 #include <iterator>
 
-namespace
-{
-struct PropertyName
-{
+namespace {
+struct PropertyName {
     EConfigElementKind kind;
     int index;
     XLXTextView name;
@@ -22,8 +20,7 @@ constexpr PropertyName PropertyNames[] = {
 };
 } // namespace
 
-int XCfgPropertyConvert::Convert(EConfigElementKind kind, BSTR name) noexcept
-{
+int XCfgPropertyConvert::Convert(EConfigElementKind kind, BSTR name) noexcept {
     const XLXTextView wanted = LXBstrView(name);
     const auto found = std::find_if(std::begin(PropertyNames), std::end(PropertyNames), [&](const PropertyName& entry) {
         return entry.kind == kind && entry.name == wanted;

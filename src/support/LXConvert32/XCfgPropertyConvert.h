@@ -5,8 +5,7 @@
 #include "LXConfigFactoryCache.h"
 
 /// The kinds of configuration elements, each with property names of its own.
-enum class EConfigElementKind : int
-{
+enum class EConfigElementKind : int {
     Attribute = 0, ///< formats and global attribute format specs too
     AttributeType = 1,
     BrowserId = 2,
@@ -18,8 +17,7 @@ enum class EConfigElementKind : int
     Type = 8
 };
 
-class XCfgPropertyConvert
-{
+class XCfgPropertyConvert {
 public:
     /// The property index of a name, compared exactly; -1 for a name that the kind does not have.
     static int Convert(EConfigElementKind kind, BSTR name) noexcept;

@@ -9,13 +9,11 @@
 #include <utility>
 
 /// The text of a BSTR over its whole length; empty for null.
-inline XLXTextView LXBstrView(BSTR text) noexcept
-{
+inline XLXTextView LXBstrView(BSTR text) noexcept {
     return text != nullptr ? XLXTextView(text, SysStringLen(text)) : XLXTextView();
 }
 
-class XLXComBSTR
-{
+class XLXComBSTR {
 public:
     XLXComBSTR() noexcept = default;
     /// Copies a text; raises E_OUTOFMEMORY.
@@ -23,8 +21,7 @@ public:
     XLXComBSTR(const XLXComBSTR& other) : m_text(other.m_text != nullptr ? Allocate(other.View()) : nullptr) {}
     XLXComBSTR(XLXComBSTR&& other) noexcept : m_text(std::exchange(other.m_text, nullptr)) {}
     ~XLXComBSTR() { SysFreeString(m_text); }
-    XLXComBSTR& operator=(XLXComBSTR other) noexcept
-    {
+    XLXComBSTR& operator=(XLXComBSTR other) noexcept {
         std::swap(m_text, other.m_text);
         return *this;
     }
@@ -33,8 +30,7 @@ public:
     XLXTextView View() const noexcept { return LXBstrView(m_text); }
     bool Empty() const noexcept { return View().empty(); }
 
-    BSTR* Put() noexcept
-    {
+    BSTR* Put() noexcept {
         Attach(nullptr);
         return &m_text;
     }

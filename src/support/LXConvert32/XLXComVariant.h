@@ -13,8 +13,7 @@
 #include <vector>
 
 /// Whether a value of that type is its bits and nothing else: it is copied by assignment, and needs no clearing.
-constexpr bool LXIsScalar(VARTYPE type) noexcept
-{
+constexpr bool LXIsScalar(VARTYPE type) noexcept {
     constexpr auto bit = [](int scalar) { return std::uint32_t{1} << scalar; };
     constexpr std::uint32_t scalars = bit(VT_EMPTY) | bit(VT_NULL) | bit(VT_I2) | bit(VT_I4) | bit(VT_R4) | bit(VT_R8) |
                                       bit(VT_BOOL) | bit(VT_I1) | bit(VT_UI1) | bit(VT_UI2) | bit(VT_UI4) | bit(VT_I8) |
@@ -23,24 +22,18 @@ constexpr bool LXIsScalar(VARTYPE type) noexcept
 }
 
 /// Empties a VARIANT, with no call where it owns nothing. The platform's answer for one that it does not know.
-inline HRESULT LXClear(VARIANT& value) noexcept
-{
-    if (!LXIsScalar(V_VT(&value)))
-    {
-        return VariantClear(&value);
-    }
+inline HRESULT LXClear(VARIANT& value) noexcept {
+    if (!LXIsScalar(V_VT(&value))) { return VariantClear(&value); }
     V_VT(&value) = VT_EMPTY;
     return S_OK;
 }
 
-class XLXComVariant
-{
+class XLXComVariant {
 public:
     XLXComVariant() noexcept : m_value() {}
     XLXComVariant(XLXComVariant&& other) noexcept : m_value(other.m_value) { V_VT(&other.m_value) = VT_EMPTY; }
     ~XLXComVariant() { LXClear(m_value); }
-    XLXComVariant& operator=(XLXComVariant&& other) noexcept
-    {
+    XLXComVariant& operator=(XLXComVariant&& other) noexcept {
         std::swap(m_value, other.m_value);
         return *this;
     }
@@ -66,14 +59,12 @@ public:
     bool Empty() const noexcept { return Type() == VT_EMPTY; }
     const VARIANT& Get() const noexcept { return m_value; }
     VARIANT& Get() noexcept { return m_value; }
-    VARIANT* Put() noexcept
-    {
+    VARIANT* Put() noexcept {
         LXClear(m_value);
         return &m_value;
     }
     /// Gives the value to a caller's variable, which is overwritten as it stands.
-    void DetachTo(VARIANT* out) noexcept
-    {
+    void DetachTo(VARIANT* out) noexcept {
         *out = m_value;
         V_VT(&m_value) = VT_EMPTY;
     }
@@ -87,21 +78,16 @@ public:
     IUnknown* AsUnknown() const noexcept;
 
 private:
-    struct TakeTag
-    {};
+    struct TakeTag {};
     XLXComVariant(TakeTag, VARIANT& value) noexcept : m_value(value) { V_VT(&value) = VT_EMPTY; }
 
     VARIANT m_value;
 };
 
 /// Gives a value to a caller's variable, whose old value is cleared. No lock may be held: what it releases may call back.
-inline HRESULT LXHandOutValue(XLXComVariant&& value, VARIANT* out) noexcept
-{
+inline HRESULT LXHandOutValue(XLXComVariant&& value, VARIANT* out) noexcept {
     const HRESULT result = LXClear(*out);
-    if (SUCCEEDED(result))
-    {
-        value.DetachTo(out);
-    }
+    if (SUCCEEDED(result)) { value.DetachTo(out); }
     return result;
 }
 

@@ -8,15 +8,13 @@
 
 #include <utility>
 
-class XLXSafeArray
-{
+class XLXSafeArray {
 public:
     XLXSafeArray() noexcept = default;
     explicit XLXSafeArray(SAFEARRAY* array) noexcept : m_array(array) {}
     XLXSafeArray(XLXSafeArray&& other) noexcept : m_array(std::exchange(other.m_array, nullptr)) {}
     ~XLXSafeArray() { Reset(); }
-    XLXSafeArray& operator=(XLXSafeArray&& other) noexcept
-    {
+    XLXSafeArray& operator=(XLXSafeArray&& other) noexcept {
         XLXSafeArray(std::move(other)).Swap(*this);
         return *this;
     }
@@ -26,15 +24,10 @@ public:
     SAFEARRAY* Get() const noexcept { return m_array; }
     explicit operator bool() const noexcept { return m_array != nullptr; }
     void Swap(XLXSafeArray& other) noexcept { std::swap(m_array, other.m_array); }
-    void Reset() noexcept
-    {
-        if (SAFEARRAY* const old = std::exchange(m_array, nullptr); old != nullptr)
-        {
-            SafeArrayDestroy(old);
-        }
+    void Reset() noexcept {
+        if (SAFEARRAY* const old = std::exchange(m_array, nullptr); old != nullptr) { SafeArrayDestroy(old); }
     }
-    SAFEARRAY** Put() noexcept
-    {
+    SAFEARRAY** Put() noexcept {
         Reset();
         return &m_array;
     }

@@ -10,22 +10,18 @@
 /// @tparam Base  has GetProperty and SetProperty
 /// @tparam kind  whose property names it knows
 template <class Base, EConfigElementKind kind>
-class XPropertyMethods : public Base
-{
+class XPropertyMethods : public Base {
 public:
-    HRESULT STDMETHODCALLTYPE Get(BSTR bstrKey, VARIANT* pvarValue) override
-    {
+    HRESULT STDMETHODCALLTYPE Get(BSTR bstrKey, VARIANT* pvarValue) override {
         return this->GetProperty(XCfgPropertyConvert::Convert(kind, bstrKey), pvarValue);
     }
-    HRESULT STDMETHODCALLTYPE Set(BSTR bstrKey, VARIANT varValue) override
-    {
+    HRESULT STDMETHODCALLTYPE Set(BSTR bstrKey, VARIANT varValue) override {
         return this->SetProperty(XCfgPropertyConvert::Convert(kind, bstrKey), varValue);
     }
     HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
     HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY*, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
     HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
-    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY** psaValues) override
-    {
+    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY*, SAFEARRAY** psaValues) override {
         return LXNotOffered(psaValues);
     }
 

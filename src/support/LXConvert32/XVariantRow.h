@@ -14,15 +14,12 @@
 #include <memory>
 #include <span>
 
-class XVariantRow
-{
+class XVariantRow {
 public:
     XVariantRow() noexcept = default;
     /// Makes a block of its own of the values.
-    XVariantRow(XLXVariantVector values)
-    {
-        if (!values.empty())
-        {
+    XVariantRow(XLXVariantVector values) {
+        if (!values.empty()) {
             const auto block = std::make_shared<XLXVariantVector>(std::move(values));
             m_values = *block;
             m_block = block;
@@ -30,14 +27,11 @@ public:
     }
     /// Takes over values in a block that others share.
     XVariantRow(std::shared_ptr<const void> block, std::span<XLXComVariant> values) noexcept
-        : m_block(std::move(block)), m_values(values)
-    {}
+        : m_block(std::move(block)), m_values(values) {}
     XVariantRow(XVariantRow&& other) noexcept
-        : m_block(std::move(other.m_block)), m_values(std::exchange(other.m_values, {}))
-    {}
+        : m_block(std::move(other.m_block)), m_values(std::exchange(other.m_values, {})) {}
     ~XVariantRow() { Clear(); }
-    XVariantRow& operator=(XVariantRow&& other) noexcept
-    {
+    XVariantRow& operator=(XVariantRow&& other) noexcept {
         XVariantRow(std::move(other)).swap(*this);
         return *this;
     }
@@ -54,27 +48,22 @@ public:
     auto end() const noexcept { return std::span<const XLXComVariant>(m_values).end(); }
 
     /// Makes the row longer, with empty values, in a block of its own.
-    void Grow(std::size_t size)
-    {
+    void Grow(std::size_t size) {
         XLXVariantVector values(size);
         std::move(begin(), end(), values.begin());
         *this = XVariantRow(std::move(values));
     }
 
-    void swap(XVariantRow& other) noexcept
-    {
+    void swap(XVariantRow& other) noexcept {
         m_block.swap(other.m_block);
         std::swap(m_values, other.m_values);
     }
 
 private:
     // The only row of a block leaves it to the block to clear the values.
-    void Clear() noexcept
-    {
-        if (m_block.use_count() > 1)
-        {
-            for (XLXComVariant& value : m_values)
-            {
+    void Clear() noexcept {
+        if (m_block.use_count() > 1) {
+            for (XLXComVariant& value : m_values) {
                 value.Put();
             }
         }

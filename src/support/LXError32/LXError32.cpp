@@ -14,8 +14,7 @@
 #include <string>
 #include <thread>
 
-namespace
-{
+namespace {
 using Text = std::basic_string<OLECHAR>;
 
 constexpr ULONG TraceCategories = (1u << LX_LOG_SERVER) | (1u << LX_LOG_INVALIDATE);
@@ -24,66 +23,53 @@ static_assert((TraceCategories & DefaultCategories) == 0, "tracing is off unless
 
 constexpr const char* CategoryNames[] = {"CFC_Error", "CFC_Update", "CFC_Server", "CFC_Invalidate"};
 
-struct Sink
-{
+struct Sink {
     LXLogSink call;
     void* context;
     ULONG categories;
 };
 
-struct Logbook
-{
+struct Logbook {
     std::mutex mutex; // guards sink; a leaf, nothing is called while it is held
     std::shared_ptr<const Sink> sink;
     std::atomic<LONG> wanted{static_cast<LONG>(DefaultCategories)};
 };
 
 /// It is never destroyed, since a thread may still write while the process ends; at the end it only drops its sink.
-union ImmortalLogbook
-{
+union ImmortalLogbook {
     Logbook logbook;
     ImmortalLogbook() : logbook{} {}
-    ~ImmortalLogbook()
-    {
+    ~ImmortalLogbook() {
         // Other threads may have been ended with the mutex held.
-        if (const std::unique_lock<std::mutex> lock(logbook.mutex, std::try_to_lock); lock.owns_lock())
-        {
+        if (const std::unique_lock<std::mutex> lock(logbook.mutex, std::try_to_lock); lock.owns_lock()) {
             logbook.sink.reset();
             logbook.wanted.store(static_cast<LONG>(DefaultCategories), std::memory_order_relaxed);
         }
     }
 };
 
-Logbook& TheLogbook()
-{
+Logbook& TheLogbook() {
     static ImmortalLogbook immortal;
     return immortal.logbook;
 }
 
-std::string Narrow(const OLECHAR* text)
-{
+std::string Narrow(const OLECHAR* text) {
     std::string narrow;
-    for (; text != nullptr && *text != 0; ++text)
-    {
+    for (; text != nullptr && *text != 0; ++text) {
         narrow.push_back(*text < 0x80 ? static_cast<char>(*text) : '?');
     }
     return narrow;
 }
 
-std::string FunctionText(const LXErrorLocation& at)
-{
+std::string FunctionText(const LXErrorLocation& at) {
     std::string text = at.scope != nullptr ? std::string(at.scope) + "::" : std::string();
     return text + (at.method != nullptr ? at.method : "");
 }
 
-void DefaultSink(const LXLogEntry& entry)
-{
+void DefaultSink(const LXLogEntry& entry) {
 #ifndef _WIN32
     static const bool enabled = std::getenv("LXLOGBOOK") != nullptr;
-    if (!enabled)
-    {
-        return;
-    }
+    if (!enabled) { return; }
 #endif
     const std::string line = std::string(entry.pszCategory) + ": " + Narrow(entry.pszTitle) +
                              (entry.pszTitle != nullptr && *entry.pszTitle != 0 ? ": " : "") + Narrow(entry.pszText) +
@@ -95,20 +81,15 @@ void DefaultSink(const LXLogEntry& entry)
 #endif
 }
 
-ULONGLONG Now()
-{
+ULONGLONG Now() {
     using namespace std::chrono;
     return static_cast<ULONGLONG>(duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count());
 }
 
-HRESULT PublishErrorInfo(const OLECHAR* message, const LXErrorLocation& at)
-{
+HRESULT PublishErrorInfo(const OLECHAR* message, const LXErrorLocation& at) {
     ICreateErrorInfo* creator = nullptr;
     HRESULT result = CreateErrorInfo(&creator);
-    if (FAILED(result))
-    {
-        return result;
-    }
+    if (FAILED(result)) { return result; }
     const std::string narrow =
         FunctionText(at) + " (" + (at.source != nullptr ? at.source : "") + ", line " + std::to_string(at.line) + ")";
     Text source(narrow.begin(), narrow.end());
@@ -118,8 +99,7 @@ HRESULT PublishErrorInfo(const OLECHAR* message, const LXErrorLocation& at)
     IErrorInfo* info = nullptr;
     result = creator->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info));
     creator->Release();
-    if (SUCCEEDED(result))
-    {
+    if (SUCCEEDED(result)) {
         SetErrorInfo(0, info);
         info->Release();
     }
@@ -129,9 +109,7 @@ HRESULT PublishErrorInfo(const OLECHAR* message, const LXErrorLocation& at)
 
 extern "C" {
 
-void STDMETHODCALLTYPE LXErrorSetLogSink(LXLogSink pSink, void* pContext, ULONG ulCategories)
-try
-{
+void STDMETHODCALLTYPE LXErrorSetLogSink(LXLogSink pSink, void* pContext, ULONG ulCategories) try {
     Logbook& logbook = TheLogbook();
     auto next = pSink != nullptr ? std::make_shared<const Sink>(Sink{pSink, pContext, ulCategories}) : nullptr;
     std::weak_ptr<const Sink> previous;
@@ -147,21 +125,14 @@ try
     {
         std::this_thread::yield();
     }
-}
-catch (...)
-{
+} catch (...) {
     // Out of memory: the sink stays as it was.
 }
 
-void STDMETHODCALLTYPE LXErrorWriteLog(const LXLogEntry* pEntry)
-try
-{
+void STDMETHODCALLTYPE LXErrorWriteLog(const LXLogEntry* pEntry) try {
     Logbook& logbook = TheLogbook();
     const auto category = static_cast<unsigned>(pEntry->eCategory);
-    if (category >= std::size(CategoryNames))
-    {
-        return;
-    }
+    if (category >= std::size(CategoryNames)) { return; }
     LXLogEntry entry = *pEntry;
     entry.ullTime = Now();
     entry.pszCategory = CategoryNames[category];
@@ -170,39 +141,25 @@ try
         const std::lock_guard<std::mutex> lock(logbook.mutex);
         sink = logbook.sink;
     }
-    if (((sink != nullptr ? sink->categories : DefaultCategories) & (1u << category)) == 0)
-    {
-        return;
-    }
-    if (sink != nullptr)
-    {
+    if (((sink != nullptr ? sink->categories : DefaultCategories) & (1u << category)) == 0) { return; }
+    if (sink != nullptr) {
         sink->call(&entry, sink->context);
-    }
-    else
-    {
+    } else {
         DefaultSink(entry);
     }
-}
-catch (...)
-{
+} catch (...) {
     // Reporting an error must not make another.
 }
 
-const LONG* STDMETHODCALLTYPE LXErrorWantedCategories(void)
-{
+const LONG* STDMETHODCALLTYPE LXErrorWantedCategories(void) {
     static_assert(sizeof(std::atomic<LONG>) == sizeof(LONG) && std::atomic<LONG>::is_always_lock_free);
     return reinterpret_cast<const LONG*>(&TheLogbook().wanted);
 }
 
-HRESULT STDMETHODCALLTYPE LXErrorSetInfo(HRESULT hrCode, const OLECHAR* pszMessage, const LXErrorLocation* pLocation)
-try
-{
+HRESULT STDMETHODCALLTYPE LXErrorSetInfo(HRESULT hrCode, const OLECHAR* pszMessage,
+                                         const LXErrorLocation* pLocation) try {
     PublishErrorInfo(pszMessage, *pLocation);
     return hrCode;
-}
-catch (...)
-{
-    return hrCode;
-}
+} catch (...) { return hrCode; }
 
 } // extern "C"

@@ -16,18 +16,16 @@
 #include <type_traits>
 
 /// A location whose line is that of the call, unless one is given.
-constexpr LXErrorLocation LXHere(const char* source, const char* scope, const char* method, int line = LX_CURRENT_LINE)
-{
+constexpr LXErrorLocation LXHere(const char* source, const char* scope, const char* method,
+                                 int line = LX_CURRENT_LINE) {
     return {source, scope, method, line};
 }
 
 /// A failure inside the component: an HRESULT, a message, and where it was noticed.
-class XLXException final : public std::exception
-{
+class XLXException final : public std::exception {
 public:
     XLXException(HRESULT code, XLXTextView message, const LXErrorLocation& at)
-        : m_code(code), m_message(message), m_location(at)
-    {}
+        : m_code(code), m_message(message), m_location(at) {}
 
     HRESULT Code() const noexcept { return m_code; }
     const XLXText& Message() const noexcept { return m_message; }
@@ -40,8 +38,7 @@ private:
     LXErrorLocation m_location;
 };
 
-namespace XLXError
-{
+namespace XLXError {
 /// Severity of an entry for a failure that a clean-up met and went on from.
 constexpr LONG SeverityCleanUp = 6;
 /// Severity of an entry for a failure that the operation went on from.
@@ -52,23 +49,15 @@ constexpr LONG SeveritySystem = 8;
 [[noreturn]] void Raise(HRESULT code, XLXTextView message, const LXErrorLocation& at);
 
 /// Raises the result when it is a failure. The message may be null.
-inline void RaiseIfFailed(HRESULT result, const OLECHAR* message, const LXErrorLocation& at)
-{
-    if (FAILED(result))
-    {
-        Raise(result, message != nullptr ? XLXTextView(message) : XLXTextView(), at);
-    }
+inline void RaiseIfFailed(HRESULT result, const OLECHAR* message, const LXErrorLocation& at) {
+    if (FAILED(result)) { Raise(result, message != nullptr ? XLXTextView(message) : XLXTextView(), at); }
 }
 
 [[noreturn]] void RaisePointer(XLXTextView argumentName, const LXErrorLocation& at);
 
 /// Raises E_POINTER with "invalid pointer: <name>" when the pointer is null.
-inline void CheckPointer(const void* pointer, const OLECHAR* argumentName, const LXErrorLocation& at)
-{
-    if (pointer == nullptr)
-    {
-        RaisePointer(argumentName, at);
-    }
+inline void CheckPointer(const void* pointer, const OLECHAR* argumentName, const LXErrorLocation& at) {
+    if (pointer == nullptr) { RaisePointer(argumentName, at); }
 }
 
 /// The same without raising: sets the thread's error information.
@@ -94,48 +83,33 @@ void WriteTrace(LXLogCategory category, XLXTextView title, XLXTextView text, con
 
 /// The boundary: runs a callable that returns an HRESULT, and lets no exception pass.
 template <class F>
-HRESULT Guarded(const LXErrorLocation& at, F&& body) noexcept
-{
+HRESULT Guarded(const LXErrorLocation& at, F&& body) noexcept {
     static_assert(std::is_same_v<std::invoke_result_t<F>, HRESULT>, "the body answers an HRESULT, nothing else");
-    try
-    {
+    try {
         return body();
-    }
-    catch (...)
-    {
-        return SetComErrorFromException(at);
-    }
+    } catch (...) { return SetComErrorFromException(at); }
 }
 
 /// A step of a clean-up: a failure is written to the logbook with the text, and the next step goes on.
 template <class F>
-void LogFailure(XLXTextView text, const LXErrorLocation& at, F&& step) noexcept
-{
-    try
-    {
+void LogFailure(XLXTextView text, const LXErrorLocation& at, F&& step) noexcept {
+    try {
         step();
-    }
-    catch (...)
-    {
-        WriteExceptionToLogBook(SeverityCleanUp, text, at);
-    }
+    } catch (...) { WriteExceptionToLogBook(SeverityCleanUp, text, at); }
 }
 } // namespace XLXError
 
 /// Checks an out pointer, and empties what it points to: the first thing that a method does.
 template <class T>
-void LXCheckOut(T** out, const OLECHAR* name, const LXErrorLocation& at)
-{
+void LXCheckOut(T** out, const OLECHAR* name, const LXErrorLocation& at) {
     XLXError::CheckPointer(out, name, at);
     *out = nullptr;
 }
 
 /// Texts from parts: wide text, narrow ASCII literals and numbers.
-class XLXFormat
-{
+class XLXFormat {
 public:
-    XLXFormat& operator<<(XLXTextView text)
-    {
+    XLXFormat& operator<<(XLXTextView text) {
         m_text.append(text);
         return *this;
     }
