@@ -5,7 +5,7 @@
 #include "XLockOrder.h"
 
 void LXServerCall(const char* method) noexcept {
-    XLockOrder::AssertNoneHeld();
+    XLockPlace::AssertNoneHeld();
     if (XLXError::TraceEnabled(LX_LOG_SERVER)) {
         XLXError::LogFailure(OLESTR(""), LXHere("lxcfctools", nullptr, "LXServerCall"), [&] {
             XLXError::WriteTrace(LX_LOG_SERVER, OLESTR("server call"), XLXFormat() << method,

@@ -28,7 +28,7 @@ public:
     /// The calling thread's entry; made when there is none.
     ThreadLockEntry& FindOrMake() {
         const DWORD self = GetCurrentThreadId();
-        if (ThreadLockEntry* const entry = FindFor(self); entry != nullptr) { return *entry; }
+        if (ThreadLockEntry* const entry = Find(self); entry != nullptr) { return *entry; }
         for (ThreadLockEntry& slot : m_slots) {
             DWORD free = 0;
             if (slot.thread.load(std::memory_order_relaxed) == 0 &&
@@ -44,13 +44,21 @@ public:
         return entry;
     }
 
-    ThreadLockEntry* Find() noexcept { return FindFor(GetCurrentThreadId()); }
+    /// The calling thread's entry, or null. It cannot come or go while its thread looks for it, so relaxed loads
+    /// suffice.
+    ThreadLockEntry* Find(DWORD self = GetCurrentThreadId()) noexcept {
+        for (ThreadLockEntry& slot : m_slots) {
+            if (slot.thread.load(std::memory_order_relaxed) == self) { return &slot; }
+        }
+        More* const more = m_more.Find();
+        if (more == nullptr || more->count.load(std::memory_order_relaxed) == 0) { return nullptr; }
+        const std::lock_guard<XLeafMutex> lock(more->mutex);
+        const auto found = more->entries.find(self);
+        return found != more->entries.end() ? &found->second : nullptr;
+    }
 
-    /// Drops the calling thread's entry.
+    /// Drops the calling thread's entry, whose count is 0.
     void Erase(ThreadLockEntry& entry) noexcept {
-        entry.count = 0;
-        entry.isRead = 0;
-        entry.isLocked = 0;
         for (ThreadLockEntry& slot : m_slots) {
             if (&slot == &entry) {
                 slot.thread.store(0, std::memory_order_release);
@@ -70,18 +78,6 @@ private:
         std::map<DWORD, ThreadLockEntry> entries;
     };
 
-    // A thread's own entry cannot come or go while that thread looks for it, so relaxed loads suffice.
-    ThreadLockEntry* FindFor(DWORD self) noexcept {
-        for (ThreadLockEntry& slot : m_slots) {
-            if (slot.thread.load(std::memory_order_relaxed) == self) { return &slot; }
-        }
-        More* const more = m_more.Find();
-        if (more == nullptr || more->count.load(std::memory_order_relaxed) == 0) { return nullptr; }
-        const std::lock_guard<XLeafMutex> lock(more->mutex);
-        const auto found = more->entries.find(self);
-        return found != more->entries.end() ? &found->second : nullptr;
-    }
-
     ThreadLockEntry m_slots[2];
     XLazyPart<More> m_more;
 };
@@ -99,7 +95,6 @@ public:
     void AddLockRef() {
         ThreadLockEntry& entry = m_threads.FindOrMake();
         if (++entry.count == 1) {
-            entry.isRead = 0;
             Take(entry, false);
         } else if (entry.count >= 2 && entry.isRead != 0) {
             XLXError::Raise(E_FAIL, OLESTR("unable to add a write lock reference to a read lock"),
@@ -110,7 +105,6 @@ public:
     /// One shared reference for the calling thread.
     void AddReadLockRef() {
         ThreadLockEntry& entry = m_threads.FindOrMake();
-        if (entry.count == 0) { entry.isRead = 1; }
         if (++entry.count == 1) { Take(entry, true); }
     }
 
@@ -131,7 +125,7 @@ public:
             return;
         }
         if (entry->isLocked) {
-            m_lock.UnlockEx(entry->isRead != 0);
+            entry->isRead ? m_lock.unlock_shared() : m_lock.unlock();
             m_place.Leave(this);
         }
         if (entry->count != 0) {
@@ -146,12 +140,14 @@ protected:
     const XLockPlace& Place() const noexcept { return m_place; }
 
 private:
+    /// The thread's first reference.
     void Take(ThreadLockEntry& entry, bool shared) {
+        entry.isRead = shared;
         // The order is noted before waiting, so that a wrong order is found even when nobody else holds the lock.
         m_place.Enter(this);
         entry.isLocked = XLockSwitch::IsOn();
         if (entry.isLocked) {
-            m_lock.LockEx(shared);
+            shared ? m_lock.lock_shared() : m_lock.lock();
         } else {
             m_place.Leave(this);
         }

@@ -13,9 +13,6 @@ using XCritDelegator = XLFCritSectionDelegator<XBasicRefCountCritSection<>>;
 static_assert(sizeof(XCritDelegator) <= 48, "every cached object carries one");
 #endif
 
-template <class T>
-class XCritProxy;
-
 /// A datum with its lock, reached only through the proxies below, which hold the lock while they live.
 template <class T>
 class XCritDataCFC {
@@ -27,22 +24,27 @@ public:
         : m_value(std::forward<Arguments>(arguments)...), m_delegator(level) {}
 
 private:
-    template <class>
-    friend class XCritProxyData;
+    template <class, class>
+    friend class XCritAccess;
 
     T m_value;
-    XCritDelegator m_delegator;
+    mutable XCritDelegator m_delegator;
 };
 
-template <class T>
-class XCritProxyData {
+/// What the proxies have in common.
+/// @tparam T     the datum, const when it is only read
+/// @tparam Data  the XCritDataCFC of it, const likewise
+template <class T, class Data>
+class XCritAccess {
 public:
-    XCritProxyData(const XCritProxyData&) = delete;
-    XCritProxyData& operator=(const XCritProxyData&) = delete;
+    XCritAccess(const XCritAccess&) = delete;
+    XCritAccess& operator=(const XCritAccess&) = delete;
+    T* operator->() const noexcept { return &m_value; }
+    T& operator*() const noexcept { return m_value; }
 
 protected:
-    explicit XCritProxyData(XCritDataCFC<T>& data) noexcept : m_value(data.m_value), m_delegator(data.m_delegator) {}
-    ~XCritProxyData() = default;
+    explicit XCritAccess(Data& data) noexcept : m_value(data.m_value), m_delegator(data.m_delegator) {}
+    ~XCritAccess() = default;
 
     T& m_value;
     XCritDelegator& m_delegator;
@@ -50,34 +52,30 @@ protected:
 
 /// Exclusive access.
 template <class T>
-class XCritProxy : private XCritProxyData<T> {
+class XCritProxy : public XCritAccess<T, XCritDataCFC<T>> {
 public:
-    explicit XCritProxy(XCritDataCFC<T>& data) : XCritProxyData<T>(data) { this->m_delegator.LockWrite(); }
+    explicit XCritProxy(XCritDataCFC<T>& data) : XCritProxy::XCritAccess(data) { this->m_delegator.LockWrite(); }
     ~XCritProxy() { this->m_delegator.UnlockWrite(); }
-    T* operator->() const noexcept { return &this->m_value; }
-    T& operator*() const noexcept { return this->m_value; }
 };
 
 /// Shared access under the lock.
 template <class T>
-class XCritReadProxy : private XCritProxyData<T> {
+class XCritReadProxy : public XCritAccess<const T, const XCritDataCFC<T>> {
 public:
-    explicit XCritReadProxy(XCritDataCFC<T>& data) : XCritProxyData<T>(data) { this->m_delegator.AddReadLockRef(); }
+    explicit XCritReadProxy(const XCritDataCFC<T>& data) : XCritReadProxy::XCritAccess(data) {
+        this->m_delegator.AddReadLockRef();
+    }
     ~XCritReadProxy() { this->m_delegator.ReleaseLockRef(); }
-    const T* operator->() const noexcept { return &this->m_value; }
-    const T& operator*() const noexcept { return this->m_value; }
 };
 
 /// Shared access without a lock while no writer waits. Short: a writer waits for it, nothing foreign is called, and
 /// the same datum is not touched again while it lives.
 template <class T>
-class XCritLFReadProxy : private XCritProxyData<T> {
+class XCritLFReadProxy : public XCritAccess<const T, const XCritDataCFC<T>> {
 public:
-    explicit XCritLFReadProxy(XCritDataCFC<T>& data)
-        : XCritProxyData<T>(data), m_slot(this->m_delegator.LockLFRead()) {}
+    explicit XCritLFReadProxy(const XCritDataCFC<T>& data)
+        : XCritLFReadProxy::XCritAccess(data), m_slot(this->m_delegator.LockLFRead()) {}
     ~XCritLFReadProxy() { this->m_delegator.UnlockLFRead(m_slot); }
-    const T* operator->() const noexcept { return &this->m_value; }
-    const T& operator*() const noexcept { return this->m_value; }
 
 private:
     XCritDelegator::Slot* const m_slot;

@@ -4,28 +4,18 @@
 
 #include "LXConfigFactoryCache.h"
 
-/// A read/write lock over the platform's slim lock. It is not reentrant.
+/// The platform's slim lock, for one writer or several readers. It is not reentrant.
 class XCriticalSectionEx {
 public:
     XCriticalSectionEx() noexcept = default;
     XCriticalSectionEx(const XCriticalSectionEx&) = delete;
     XCriticalSectionEx& operator=(const XCriticalSectionEx&) = delete;
 
-    /// @param shared  true: several threads may hold the lock in this mode; false: one thread alone
-    void LockEx(bool shared) noexcept {
-        if (shared) {
-            AcquireSRWLockShared(&m_lock);
-        } else {
-            AcquireSRWLockExclusive(&m_lock);
-        }
-    }
-    void UnlockEx(bool shared) noexcept {
-        if (shared) {
-            ReleaseSRWLockShared(&m_lock);
-        } else {
-            ReleaseSRWLockExclusive(&m_lock);
-        }
-    }
+    void lock() noexcept { AcquireSRWLockExclusive(&m_lock); }
+    bool try_lock() noexcept { return TryAcquireSRWLockExclusive(&m_lock) != 0; }
+    void unlock() noexcept { ReleaseSRWLockExclusive(&m_lock); }
+    void lock_shared() noexcept { AcquireSRWLockShared(&m_lock); }
+    void unlock_shared() noexcept { ReleaseSRWLockShared(&m_lock); }
 
 protected:
     SRWLOCK m_lock = SRWLOCK_INIT;

@@ -44,8 +44,9 @@ public:
     XBasicFill& operator=(const XBasicFill&) = delete;
     ~XBasicFill() {
         Policy::ThreadPointer() = const_cast<XBasicFill*>(m_next);
-        if (m_locked) { m_mutex.unlock(); }
-        if (m_ordered) { XLockOrder::Pop(XLockLevel::Fill, &m_mutex); }
+        if (!m_locked) { return; }
+        m_mutex.unlock();
+        XLockPlace(XLockLevel::Fill).Leave(&m_mutex);
     }
 
     /// The thread is asking for this holder already.
@@ -62,8 +63,7 @@ private:
             m_busy = !m_locked;
             return;
         }
-        m_ordered = true;
-        XLockOrder::Push(XLockLevel::Fill, &m_mutex);
+        XLockPlace(XLockLevel::Fill).Enter(&m_mutex); // a mutex that is not waited for has no place in the order
         m_mutex.lock();
         m_locked = true;
     }
@@ -75,7 +75,6 @@ private:
     bool m_reentered = false;
     bool m_busy = false;
     bool m_locked = false;
-    bool m_ordered = false; // noted in the lock order
 };
 
 using XFill = XBasicFill<>;

@@ -67,23 +67,18 @@ private:
 
 /// Guards what is looked up often: read without a lock while nobody writes.
 template <class Data>
-class XSharedGuarded {
+class XSharedGuarded : XCritDataCFC<Data> {
 public:
-    explicit XSharedGuarded(XLockLevel level) : m_data(level) {}
+    using XCritDataCFC<Data>::XCritDataCFC;
 
     template <class Use>
     decltype(auto) Read(Use&& use) const {
-        const XCritLFReadProxy<Data> data(m_data);
-        return use(*data);
+        return use(*XCritLFReadProxy<Data>(*this));
     }
     template <class Use>
     decltype(auto) Write(Use&& use) {
-        const XCritProxy<Data> data(m_data);
-        return use(*data);
+        return use(*XCritProxy<Data>(*this));
     }
-
-private:
-    mutable XCritDataCFC<Data> m_data;
 };
 
 /// Something that is loaded from the server as a whole: an immutable value that is replaced, never changed.

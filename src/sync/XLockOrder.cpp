@@ -37,23 +37,24 @@ bool MayNestInItself(XLockLevel level) { return level == XLockLevel::Fill || lev
 }
 } // namespace
 
-void XLockOrder::Push(XLockLevel level, const void* lock) noexcept {
+void XLockPlace::Enter(const void* lock) const noexcept {
     for (unsigned i = 0; i < t_held.count; ++i) {
         // Nobody notes the same lock twice: the counted locks and the fill mutexes note only what a thread takes
         // first, and nothing else may be taken again by the thread that has it.
         const Held& held = t_held.held[i];
-        const bool fine = held.level < level || (held.level == level && held.lock != lock && MayNestInItself(level));
-        if (!fine) { Fail("taking", level, held.level); }
+        const bool fine =
+            held.level < m_level || (held.level == m_level && held.lock != lock && MayNestInItself(m_level));
+        if (!fine) { Fail("taking", m_level, held.level); }
     }
     if (t_held.count < MostHeld) // what finds no room is not checked
     {
-        t_held.held[t_held.count++] = {level, lock};
+        t_held.held[t_held.count++] = {m_level, lock};
     }
 }
 
-void XLockOrder::Pop(XLockLevel level, const void* lock) noexcept {
+void XLockPlace::Leave(const void* lock) const noexcept {
     for (unsigned i = t_held.count; i-- > 0;) {
-        if (t_held.held[i].level == level && t_held.held[i].lock == lock) {
+        if (t_held.held[i].level == m_level && t_held.held[i].lock == lock) {
             for (; i + 1 < t_held.count; ++i) {
                 t_held.held[i] = t_held.held[i + 1];
             }
@@ -63,9 +64,11 @@ void XLockOrder::Pop(XLockLevel level, const void* lock) noexcept {
     }
 }
 
-void XLockOrder::AssertNoneHeld() noexcept {
+void XLockPlace::AssertNoneHeld() noexcept {
     for (unsigned i = 0; i < t_held.count; ++i) {
-        if (t_held.held[i].level > LastFillLevel) { Fail("calling out below", XLockLevel::Fill, t_held.held[i].level); }
+        if (t_held.held[i].level != XLockLevel::Fill) {
+            Fail("calling out below", XLockLevel::Fill, t_held.held[i].level);
+        }
     }
 }
 

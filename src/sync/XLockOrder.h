@@ -24,24 +24,6 @@ enum class XLockLevel : unsigned char {
     Leaf           ///< guards a few words; nothing is locked under it but another leaf
 };
 
-class XLockOrder {
-public:
-    static constexpr XLockLevel LastFillLevel = XLockLevel::Fill;
-
-#ifdef NDEBUG
-    static void Push(XLockLevel, const void*) noexcept {}
-    static void Pop(XLockLevel, const void*) noexcept {}
-    static void AssertNoneHeld() noexcept {}
-#else
-    /// The calling thread is about to take a lock.
-    static void Push(XLockLevel level, const void* lock) noexcept;
-    /// The calling thread has given a lock back.
-    static void Pop(XLockLevel level, const void* lock) noexcept;
-    /// The calling thread is about to call something foreign.
-    static void AssertNoneHeld() noexcept;
-#endif
-};
-
 /// A lock's place in the lock order; of no size in release builds.
 class XLockPlace {
 public:
@@ -49,10 +31,15 @@ public:
     explicit XLockPlace(XLockLevel) noexcept {}
     void Enter(const void*) const noexcept {}
     void Leave(const void*) const noexcept {}
+    static void AssertNoneHeld() noexcept {}
 #else
     explicit XLockPlace(XLockLevel level) noexcept : m_level(level) {}
-    void Enter(const void* lock) const noexcept { XLockOrder::Push(m_level, lock); }
-    void Leave(const void* lock) const noexcept { XLockOrder::Pop(m_level, lock); }
+    /// The calling thread is about to take the lock.
+    void Enter(const void* lock) const noexcept;
+    /// The calling thread has given the lock back. One that it did not enter is let pass.
+    void Leave(const void* lock) const noexcept;
+    /// The calling thread is about to call something foreign.
+    static void AssertNoneHeld() noexcept;
 
 private:
     const XLockLevel m_level;

@@ -6,7 +6,7 @@
 #define XSYNCPOLICY_H
 
 #include "LXCompiler.h"
-#include "LXConfigFactoryCache.h"
+#include "XCriticalSectionEx.h"
 
 #include <atomic>
 
@@ -18,20 +18,7 @@ struct XSystemSync {
     template <class T>
     using Atomic = std::atomic<T>;
 
-    /// An exclusive lock that is not reentrant.
-    class Mutex {
-    public:
-        Mutex() noexcept = default;
-        Mutex(const Mutex&) = delete;
-        Mutex& operator=(const Mutex&) = delete;
-
-        void lock() noexcept { AcquireSRWLockExclusive(&m_lock); }
-        bool try_lock() noexcept { return TryAcquireSRWLockExclusive(&m_lock) != 0; }
-        void unlock() noexcept { ReleaseSRWLockExclusive(&m_lock); }
-
-    private:
-        SRWLOCK m_lock = SRWLOCK_INIT;
-    };
+    using Mutex = XCriticalSectionEx;
 
     /// A number that spreads threads over a table: different for any few threads that live at the same time.
     static unsigned ThreadIndex() noexcept {

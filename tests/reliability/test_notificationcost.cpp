@@ -17,10 +17,13 @@ namespace {
 /// Notes in debug builds that the thread holds the innermost lock but leaves; any other lock then ends the process.
 class XOnlyLeaves {
 public:
-    XOnlyLeaves() noexcept { XLockOrder::Push(XLockLevel::PropertyStore, this); }
-    ~XOnlyLeaves() { XLockOrder::Pop(XLockLevel::PropertyStore, this); }
+    XOnlyLeaves() noexcept { m_place.Enter(this); }
+    ~XOnlyLeaves() { m_place.Leave(this); }
     XOnlyLeaves(const XOnlyLeaves&) = delete;
     XOnlyLeaves& operator=(const XOnlyLeaves&) = delete;
+
+private:
+    const XLockPlace m_place{XLockLevel::PropertyStore};
 };
 
 class NotificationCost : public CacheTest {

@@ -101,23 +101,10 @@ class XProbeLock final : public XCriticalSectionEx {
 public:
     XProbeLock() noexcept { s_last = this; }
 
-    void LockEx(bool shared) noexcept {
-        ++lockCalls;
-        for (++atGate; gateClosed;) {
-            std::this_thread::yield();
-        }
-        --atGate;
-        if (!Try(shared)) {
-            ++waiting;
-            XCriticalSectionEx::LockEx(shared);
-            --waiting;
-        }
-    }
-    void UnlockEx(bool shared) noexcept {
-        ++unlockCalls;
-        if (onUnlock) { onUnlock(); }
-        XCriticalSectionEx::UnlockEx(shared);
-    }
+    void lock() noexcept { Lock(false); }
+    void lock_shared() noexcept { Lock(true); }
+    void unlock() noexcept { Unlock(false); }
+    void unlock_shared() noexcept { Unlock(true); }
 
     /// How the lock is held, found out by trying.
     LockState State() noexcept {
@@ -137,12 +124,23 @@ public:
 
     std::atomic<int> lockCalls{0};
     std::atomic<int> unlockCalls{0};
-    std::atomic<int> waiting{0};         ///< threads that the lock holds up
-    std::atomic<int> atGate{0};          ///< threads that were sent to the lock and have not reached it
-    std::atomic<bool> gateClosed{false}; ///< holds them there
+    std::atomic<int> waiting{0}; ///< threads that the lock holds up
     std::function<void()> onUnlock;
 
 private:
+    void Lock(bool shared) noexcept {
+        ++lockCalls;
+        if (!Try(shared)) {
+            ++waiting;
+            shared ? XCriticalSectionEx::lock_shared() : XCriticalSectionEx::lock();
+            --waiting;
+        }
+    }
+    void Unlock(bool shared) noexcept {
+        ++unlockCalls;
+        if (onUnlock) { onUnlock(); }
+        shared ? XCriticalSectionEx::unlock_shared() : XCriticalSectionEx::unlock();
+    }
     bool Try(bool shared) noexcept {
         return (shared ? TryAcquireSRWLockShared(&m_lock) : TryAcquireSRWLockExclusive(&m_lock)) != FALSE;
     }

@@ -8,18 +8,8 @@
 #include <gtest/gtest.h>
 
 namespace {
-/// The underlying lock of explored data.
-class ExploredLock {
-public:
-    void LockEx(bool shared) noexcept { shared ? m_lock.lock_shared() : m_lock.lock(); }
-    void UnlockEx(bool shared) noexcept { shared ? m_lock.unlock_shared() : m_lock.unlock(); }
-
-private:
-    ExploringSync::SharedMutex m_lock;
-};
-
 template <class Policy>
-using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<ExploredLock>, Policy>;
+using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<ExploringSync::SharedMutex>, Policy>;
 
 /// A datum with such a lock. It is used in a step between two looks at who else uses it.
 template <class Policy>

@@ -35,12 +35,12 @@ TEST(LockOrder, LetsTheRightOrderPass) {
     for (int round = 0; round < 2; ++round) {
         const XFill outer(Fetch(), &Fetch());
         const XFill inner(base, &base);
-        XLockOrder::AssertNoneHeld();
+        XLockPlace::AssertNoneHeld();
         const XCritReadProxy<int> types(Types());
         Nest<XCritProxy<int>, XCritLFReadProxy<int>>(Store(), Store());
         Nest<XCritProxy<int>, XCritReadProxy<int>>(OtherStore(), OtherStore());
     }
-    XLockOrder::AssertNoneHeld();
+    XLockPlace::AssertNoneHeld();
     SUCCEED();
 }
 
@@ -70,7 +70,7 @@ TEST(LockOrderDeathTest, FindsTheWrongOrder) {
         {"calling out below Fill while PropertyStore",
          [] {
              const XCritLFReadProxy<int> read(Store());
-             XLockOrder::AssertNoneHeld();
+             XLockPlace::AssertNoneHeld();
          }},
     };
     for (const WrongOrder& wrong : Cases) {
