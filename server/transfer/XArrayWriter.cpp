@@ -25,7 +25,7 @@ void AddFixed(XArrayWriter& to, std::span<XLXComVariant> values, ULONG expected,
 }
 } // namespace
 
-XArrayWriter::XArrayWriter(EMappingAlgorithm algorithm, EWrapperId wrapper) : m_algorithm(algorithm) {
+XArrayWriter::XArrayWriter(EMappingAlgorithm algorithm, EWrapperId wrapper) {
     Put(static_cast<LONG>(algorithm), static_cast<LONG>(wrapper));
 }
 
@@ -78,12 +78,7 @@ void ToSafeArray(XArrayWriter& to, XILXTypeComp record) {
 
 void ToSafeArray(XArrayWriter& to, XILXTypeData record) {
     to.Put(std::move(record.config), std::move(record.components));
-    if (to.Algorithm() == EMappingAlgorithm::Map) {
-        to.Put(record.baseIndex);
-    } else {
-        to.Put(XLXTextView(record.baseName));
-    }
-    to.Put(record.listed, record.searchable);
+    to.Put(record.baseIndex, record.listed, record.searchable);
 }
 
 void ToSafeArray(XArrayWriter& to, XILXAttributeData record) {

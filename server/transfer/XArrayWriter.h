@@ -28,7 +28,6 @@ public:
     template <class... T>
     XArrayWriter& Put(T&&... values);
 
-    EMappingAlgorithm Algorithm() const noexcept { return m_algorithm; }
     std::size_t Size() const noexcept { return m_elements.size(); }
 
     /// The array, with lower bound 0; the writer is empty afterwards. Raises E_OUTOFMEMORY.
@@ -36,7 +35,6 @@ public:
 
 private:
     XLXVariantVector m_elements;
-    EMappingAlgorithm m_algorithm = EMappingAlgorithm::None;
 };
 
 void ToSafeArray(XArrayWriter& to, LONG value);

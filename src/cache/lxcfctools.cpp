@@ -29,8 +29,7 @@ HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XV
     } else if (result == S_OK) {
         XLXCFCDataTransfer::XArrayReader from(std::move(array), 0, "LXFetchProperties",
                                               XLXCFCDataTransfer::EValues::Moved, {"property values", {}});
-        from.Reading([&] { values = from.Values(); }, [] { return XLXCFCDataTransfer::XArraySubject{}; });
-        from.Finish();
+        from.Reading([&] { values = from.Values(from.Remaining()); });
     }
     return result;
 }

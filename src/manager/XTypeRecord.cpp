@@ -9,7 +9,6 @@ using NameOf = std::map<ULONG, XLXTextView>;
 // it was found.
 void ReadBase(XTypeRecord& record, const NameOf& nameOf) {
     const XVariantRow& values = record.config.values;
-    record.baseName.clear();
     if (values.size() > MemberBaseTypeName && !values[MemberBaseTypeName].Empty()) {
         record.baseName = values[MemberBaseTypeName].AsText().value_or(XLXText());
     }
@@ -36,7 +35,7 @@ XTypeRecords LXDecodeTypes(XLXSafeArray array, LONG mode) {
                                           LXManagerAt("CreateTypeCache"));
             continue;
         }
-        records.push_back({std::move(data), XLXText(name->second), mode, {}});
+        records.push_back({std::move(data), XLXText(name->second), mode, {}, {}});
         ReadBase(records.back(), nameOf);
     }
     return records;

@@ -10,6 +10,7 @@ struct XTypeRecord : XLXCFCDataTransfer::XILXTypeData {
     XLXText name;
     LONG mode = 0;                ///< which components were asked for with the type
     XLXComPtr<XLXTypeCache> made; ///< the new object, when the map has none of that name yet
+    XLXText baseName;             ///< empty: there is no base type, or its index is not explained
 
     /// Whether the record names a base by an index that its array does not explain.
     bool IsBaseMissing() const noexcept { return baseIndex != XLXCFCDataTransfer::NoBaseIndex; }

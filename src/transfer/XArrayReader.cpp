@@ -5,53 +5,49 @@
 
 namespace XLXCFCDataTransfer {
 namespace {
-constexpr XLXTextView WrongSize = OLESTR("wrong safearray size");
-constexpr XLXTextView WrongVartype = OLESTR("wrong safearray vartype");
-
-void CheckVariantType(const VARIANT& from, VARTYPE expected, XLXTextView message) {
-    if (V_VT(&from) != expected) { XLXError::Raise(E_INVALIDARG, message, TransferAt("FromVariant")); }
-}
-
-void CheckElementType(SAFEARRAY* array, const char* method) {
-    VARTYPE type = VT_EMPTY;
-    XLXError::RaiseIfFailed(SafeArrayGetVartype(array, &type), OLESTR("SafeArrayGetVartype failed"),
-                            TransferAt(method));
-    // The elements are read in place, which needs elements of the size of a variant in one row.
-    if (type != VT_VARIANT || SafeArrayGetDim(array) != 1 || SafeArrayGetElemsize(array) != sizeof(VARIANT)) {
-        XLXError::Raise(E_INVALIDARG, WrongVartype, TransferAt(method));
-    }
+/// The next element, which must be of that type.
+VARIANT& NextOf(XArrayReader& from, VARTYPE type, XLXTextView mismatch) {
+    VARIANT& element = from.Next("FromSafeArray");
+    if (V_VT(&element) != type) { XLXError::Raise(E_INVALIDARG, mismatch, TransferAt("FromVariant")); }
+    return element;
 }
 } // namespace
 
-XArrayReader::OpenArray::OpenArray(XLXSafeArray taken, const char* method) : array(std::move(taken)) {
-    XLXError::RaiseIfFailed(SafeArrayAccessData(array.Get(), &data), OLESTR("SafeArrayGetElement failed"),
-                            TransferAt(method));
-}
-
 XArrayReader::XArrayReader(XLXSafeArray owned, ULONG least, const char* method, EValues values,
                            const XArrayOrigin& origin)
-    : m_values(values), m_section(origin.section), m_type(origin.type) {
+    : m_method(method), m_values(values), m_section(origin.section), m_type(origin.type) {
     XLXError::CheckPointer(owned.Get(), OLESTR("array"), TransferAt(method));
-    Reading([&] { Open(std::move(owned), least, method); }, [] { return XArraySubject{}; });
+    Reading([&] { Open(std::move(owned), least); });
 }
 
-void XArrayReader::Open(XLXSafeArray owned, ULONG least, const char* method) {
+void XArrayReader::Open(XLXSafeArray owned, ULONG least) {
     SAFEARRAY* const array = owned.Get();
+    const auto check = [this](HRESULT result, const OLECHAR* text) {
+        XLXError::RaiseIfFailed(result, text, TransferAt(m_method));
+    };
     LONG lower = 0;
-    XLXError::RaiseIfFailed(SafeArrayGetLBound(array, 1, &lower), OLESTR("fSafeArrayGetLBound failed"),
-                            TransferAt(method));
     LONG upper = 0;
-    XLXError::RaiseIfFailed(SafeArrayGetUBound(array, 1, &upper), OLESTR("SafeArrayGetUBound failed"),
-                            TransferAt(method));
-    CheckElementType(array, method);
+    VARTYPE type = VT_EMPTY;
+    check(SafeArrayGetLBound(array, 1, &lower), OLESTR("fSafeArrayGetLBound failed"));
+    check(SafeArrayGetUBound(array, 1, &upper), OLESTR("SafeArrayGetUBound failed"));
+    check(SafeArrayGetVartype(array, &type), OLESTR("SafeArrayGetVartype failed"));
+    // The elements are read in place, which needs elements of the size of a variant in one row.
+    if (type != VT_VARIANT || SafeArrayGetDim(array) != 1 || SafeArrayGetElemsize(array) != sizeof(VARIANT)) {
+        XLXError::Raise(E_INVALIDARG, OLESTR("wrong safearray vartype"), TransferAt(m_method));
+    }
     // Unsigned, since the bounds may lie anywhere: the platform's upper bound wraps in the same way.
     m_count = static_cast<ULONG>(upper) - static_cast<ULONG>(lower) + 1U;
-    CheckRemaining(least, method);
-    m_array = std::make_shared<OpenArray>(std::move(owned), method);
-    m_data = static_cast<XLXComVariant*>(m_array->data); // which is a VARIANT and nothing else
-    if (m_data == nullptr && m_count != 0)               // a descriptor without its elements
+    CheckRemaining(least, m_method);
+    void* data = nullptr;
+    check(SafeArrayAccessData(array, &data), OLESTR("SafeArrayGetElement failed"));
+    m_array.reset(owned.Detach(), [](SAFEARRAY* open) {
+        SafeArrayUnaccessData(open);
+        XLXSafeArray(open).Reset();
+    });
+    m_data = static_cast<XLXComVariant*>(data); // which is a VARIANT and nothing else
+    if (m_data == nullptr && m_count != 0)      // a descriptor without its elements
     {
-        RaiseSize(method);
+        RaiseSize(m_method);
     }
 }
 
@@ -66,13 +62,15 @@ void XArrayReader::LogRefusal(const XLXException& refusal, const XArraySubject& 
         XLXError::WriteErrorToLogBook(refusal.Code(), XLXError::SeverityError,
                                       XLXFormat()
                                           << "transfer array refused at element " << LONG(m_at) << " of "
-                                          << LONG(m_count) << " (" << place.Text() << "): " << refusal.Message(),
+                                          << LONG(m_count) << " (" << place << "): " << refusal.Message(),
                                       refusal.Location());
     });
 }
 
+// Elements that were read own nothing any more, so an array of which no other ones are left ends without a look at
+// each. (Values that stay in place are owned by their rows.)
 void XArrayReader::Finish() noexcept {
-    if (m_values == EValues::Moved && m_index == m_count) { m_array->array.Get()->rgsabound[0].cElements = 0; }
+    if (m_values == EValues::Moved && m_index == m_count) { m_array->rgsabound[0].cElements = 0; }
 }
 
 std::span<XLXComVariant> XArrayReader::NextOwned(ULONG count, const char* method) {
@@ -91,43 +89,41 @@ XVariantRow XArrayReader::Values(ULONG count) {
     return XLXVariantVector(std::make_move_iterator(elements.begin()), std::make_move_iterator(elements.end()));
 }
 
-void XArrayReader::RaiseSize(const char* method) { XLXError::Raise(E_INVALIDARG, WrongSize, TransferAt(method)); }
+void XArrayReader::RaiseSize(const char* method) {
+    XLXError::Raise(E_INVALIDARG, OLESTR("wrong safearray size"), TransferAt(method));
+}
 
-void XArrayReader::ReadHeader(EMappingAlgorithm algorithm, EWrapperId wrapper, const char* method) {
+void XArrayReader::ReadHeader(EMappingAlgorithm algorithm, EWrapperId wrapper) {
     if (FromSafeArray<LONG>(*this) != static_cast<LONG>(algorithm)) {
-        XLXError::Raise(E_INVALIDARG, OLESTR("wrong mapping algorithm stored in safearray"), TransferAt(method));
+        XLXError::Raise(E_INVALIDARG, OLESTR("wrong mapping algorithm stored in safearray"), TransferAt(m_method));
     }
     if (FromSafeArray<LONG>(*this) != static_cast<LONG>(wrapper)) {
-        XLXError::Raise(E_INVALIDARG, OLESTR("wrong data wrapper id stored in safearray"), TransferAt(method));
+        XLXError::Raise(E_INVALIDARG, OLESTR("wrong data wrapper id stored in safearray"), TransferAt(m_method));
     }
-    m_algorithm = algorithm;
 }
 
-void FromVariant(const VARIANT& from, LONG& value) {
-    CheckVariantType(from, VT_I4, OLESTR("variant type mismatch: expected VT_I4"));
-    value = V_I4(&from);
+void FromSafeArray(XArrayReader& from, LONG& value) {
+    value = V_I4(&NextOf(from, VT_I4, OLESTR("variant type mismatch: expected VT_I4")));
 }
 
-void FromVariant(const VARIANT& from, ULONG& value) {
-    CheckVariantType(from, VT_UI4, OLESTR("variant type mismatch: expected VT_UI4"));
-    value = V_UI4(&from);
+void FromSafeArray(XArrayReader& from, ULONG& value) {
+    value = V_UI4(&NextOf(from, VT_UI4, OLESTR("variant type mismatch: expected VT_UI4")));
 }
 
-void FromVariant(const VARIANT& from, bool& value) {
-    CheckVariantType(from, VT_BOOL, OLESTR("variant type mismatch: expected VT_BOOL"));
-    value = V_BOOL(&from) != VARIANT_FALSE;
+void FromSafeArray(XArrayReader& from, bool& value) {
+    value = V_BOOL(&NextOf(from, VT_BOOL, OLESTR("variant type mismatch: expected VT_BOOL"))) != VARIANT_FALSE;
 }
 
-void FromVariant(VARIANT& from, XLXText& value) {
-    CheckVariantType(from, VT_BSTR, OLESTR("variant type mismatch: expected VT_BSTR"));
-    value = LXBstrView(V_BSTR(&from));
-    LXClear(from);
+void FromSafeArray(XArrayReader& from, XLXText& value) {
+    VARIANT& element = NextOf(from, VT_BSTR, OLESTR("variant type mismatch: expected VT_BSTR"));
+    value = LXBstrView(V_BSTR(&element));
+    LXClear(element);
 }
 
-void FromVariant(VARIANT& from, XLXComPtr<IUnknown>& value) {
-    CheckVariantType(from, VT_UNKNOWN, OLESTR("variant type mismatch: expected VT_UNKNOWN"));
-    V_VT(&from) = VT_EMPTY;
-    value = LXAttach(V_UNKNOWN(&from));
+void FromSafeArray(XArrayReader& from, XLXComPtr<IUnknown>& value) {
+    VARIANT& element = NextOf(from, VT_UNKNOWN, OLESTR("variant type mismatch: expected VT_UNKNOWN"));
+    V_VT(&element) = VT_EMPTY;
+    value = LXAttach(V_UNKNOWN(&element));
 }
 
 XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from) {

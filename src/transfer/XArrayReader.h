@@ -57,22 +57,21 @@ public:
 
     /// Runs what reads the array. A refusal is written to the logbook with the place that was read, and goes on. Only
     /// then the record is asked what it is about.
-    template <class Body, class Describe>
-    void Reading(Body&& body, Describe&& describe) const {
+    template <class Body, class Describe = XArraySubject (&)()>
+    void Reading(Body&& body, Describe&& describe = Nothing) {
         try {
             body();
         } catch (const XLXException& refusal) {
             LogRefusal(refusal, describe());
             throw;
         }
+        Finish();
     }
     /// Another part of the array follows, whose name is a literal.
     void Enter(const char* section) noexcept { m_section = section; }
 
     /// Reads the header, which must be this one.
-    void ReadHeader(EMappingAlgorithm algorithm, EWrapperId wrapper, const char* method);
-    /// The algorithm of the header; None as long as none was read.
-    EMappingAlgorithm Algorithm() const noexcept { return m_algorithm; }
+    void ReadHeader(EMappingAlgorithm algorithm, EWrapperId wrapper);
 
     ULONG Remaining() const noexcept { return m_count - m_index; }
 
@@ -90,17 +89,11 @@ public:
     std::span<XLXComVariant> NextOwned(ULONG count, const char* method);
     /// The next elements as values, in place or not.
     XVariantRow Values(ULONG count);
-    /// All elements that remain, as values.
-    XVariantRow Values() { return Values(Remaining()); }
 
     /// Asks for the memory of an element so many further on, when there is one.
     void Prefetch(ULONG ahead) const noexcept {
         if (ahead < Remaining()) { LX_PREFETCH(m_data + m_index + ahead); }
     }
-
-    /// To be called when all is read. Elements that were read own nothing any more, so an array of which no other
-    /// ones are left ends without a look at each. (Values that stay in place are owned by their rows.)
-    void Finish() noexcept;
 
     /// Raises "wrong safearray size" unless so many elements remain.
     void CheckRemaining(ULONG count, const char* method) const {
@@ -109,20 +102,13 @@ public:
     [[noreturn]] static void RaiseSize(const char* method);
 
 private:
-    /// An array whose elements can be reached as long as it is there.
-    struct OpenArray {
-        OpenArray(XLXSafeArray taken, const char* method);
-        OpenArray(const OpenArray&) = delete;
-        OpenArray& operator=(const OpenArray&) = delete;
-        ~OpenArray() { SafeArrayUnaccessData(array.Get()); }
-        XLXSafeArray array;
-        void* data = nullptr;
-    };
-
-    void Open(XLXSafeArray owned, ULONG least, const char* method);
+    static XArraySubject Nothing() { return {}; }
+    void Open(XLXSafeArray owned, ULONG least);
+    void Finish() noexcept;
     void LogRefusal(const XLXException& refusal, const XArraySubject& subject) const noexcept;
 
-    std::shared_ptr<OpenArray> m_array;
+    std::shared_ptr<SAFEARRAY> m_array; ///< its elements can be reached as long as it is there
+    const char* const m_method;
     const EValues m_values;
     const char* m_section;
     const XLXTextView m_type;
@@ -130,34 +116,16 @@ private:
     ULONG m_count = 0;
     ULONG m_index = 0;
     ULONG m_at = 0; ///< the first of the elements that were asked for last
-    EMappingAlgorithm m_algorithm = EMappingAlgorithm::None;
 };
 
-// One variant as a value of a kind. No type is converted to another.
-void FromVariant(const VARIANT& from, LONG& value);
-void FromVariant(const VARIANT& from, ULONG& value);
-void FromVariant(const VARIANT& from, bool& value);
-/// Leaves VT_EMPTY.
-void FromVariant(VARIANT& from, XLXText& value);
-/// Takes the reference over and leaves VT_EMPTY; the object may be null.
-void FromVariant(VARIANT& from, XLXComPtr<IUnknown>& value);
+/// The next element as a value of a kind. No type is converted to another. A text, and a reference to an object (which
+/// may be null), is taken over and leaves VT_EMPTY.
+void FromSafeArray(XArrayReader& from, LONG& value);
+void FromSafeArray(XArrayReader& from, ULONG& value);
+void FromSafeArray(XArrayReader& from, bool& value);
+void FromSafeArray(XArrayReader& from, XLXText& value);
+void FromSafeArray(XArrayReader& from, XLXComPtr<IUnknown>& value);
 
-template <class T>
-concept TransferPrimitive = requires(VARIANT& from, T& value) {
-    FromVariant(from, value);
-};
-
-/// The next element as a value of a kind.
-template <TransferPrimitive T>
-void FromSafeArray(XArrayReader& from, T& value) {
-    FromVariant(from.Next("FromSafeArray"), value);
-}
-void FromSafeArray(XArrayReader& from, XILXConfigData& value);
-void FromSafeArray(XArrayReader& from, XILXTypeComp& value);
-void FromSafeArray(XArrayReader& from, XILXTypeData& value);
-void FromSafeArray(XArrayReader& from, XILXAttributeData& value);
-
-/// The next element as a value of a kind.
 template <class T>
 T FromSafeArray(XArrayReader& from) {
     T value{};
@@ -170,17 +138,6 @@ XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from);
 
 /// The count in front of a vector, at most the number of elements that remain.
 ULONG VecCountFromSafeArray(XArrayReader& from);
-
-/// A vector: a count, and so many values of a kind.
-template <class T>
-std::vector<T> VecFromSafeArray(XArrayReader& from) {
-    const ULONG count = VecCountFromSafeArray(from);
-    std::vector<T> values; // grows as records are really there: each takes several elements
-    for (ULONG i = 0; i < count; ++i) {
-        FromSafeArray(from, values.emplace_back());
-    }
-    return values;
-}
 } // namespace XLXCFCDataTransfer
 
 #endif

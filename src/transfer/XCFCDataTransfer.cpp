@@ -9,20 +9,11 @@ constexpr ULONG LeastAttributeCount = AttributeValueCount + 2; // its object and
 
 // The count of a map's section. Each entry takes elements, so that a count beyond what remains is known to be wrong
 // before the first of them is read.
-ULONG MapCountFromSafeArray(XArrayReader& from, const char* method) {
-    const ULONG count = FromSafeArray<ULONG>(from);
-    from.CheckRemaining(count, method);
+ULONG MapCountFromSafeArray(XArrayReader& from) {
+    const auto count = FromSafeArray<ULONG>(from);
+    from.CheckRemaining(count, "GetMapFromArray");
     return count;
 }
-
-XILXConfigData AttributeTypeFromSafeArray(XArrayReader& from) {
-    XILXConfigData type;
-    type.values = from.Values(AttributeTypeValueCount);
-    FromSafeArray(from, type.object);
-    return type;
-}
-
-XArraySubject Nothing() noexcept { return {}; }
 
 /// The name of a record, among those that were read.
 XLXTextView NameOf(const XILXTypeMap& types, const std::optional<ULONG>& record) noexcept {
@@ -38,32 +29,13 @@ XLXTextView NameOfLast(const std::vector<XILXAttributeData>& attributes) noexcep
     return V_VT(&name) == VT_BSTR ? LXBstrView(V_BSTR(&name)) : XLXTextView();
 }
 
-void ReadNames(XArrayReader& from, ULONG count, XILXTypeMap& types) {
-    from.Enter("names");
-    for (ULONG i = 0; i < count; ++i) {
-        auto name = FromSafeArray<XLXText>(from);
-        types.names.insert_or_assign(types.names.end(), std::move(name), FromSafeArray<ULONG>(from));
-    }
-}
-
-/// @param current  the record that is being read
-void ReadTypes(XArrayReader& from, ULONG count, XILXTypeMap& types, std::optional<ULONG>& current) {
-    for (ULONG i = 0; i < count; ++i) {
-        current.reset();
-        from.Enter("types");
-        current = FromSafeArray<ULONG>(from);
-        types.records.insert_or_assign(types.records.end(), *current, FromSafeArray<XILXTypeData>(from));
-    }
-}
-} // namespace
-
-void FromSafeArray(XArrayReader& from, XILXConfigData& value) {
+void Read(XArrayReader& from, XILXConfigData& value) {
     FromSafeArray(from, value.object);
     value.values = from.Values(VecCountFromSafeArray(from));
 }
 
 // Three flags stand together in front of their arrays, the fourth right before its own.
-void FromSafeArray(XArrayReader& from, XILXTypeComp& value) {
+void Read(XArrayReader& from, XILXTypeComp& value) {
     const auto read = [&from](const char* section, ULONG present, XLXSafeArray& list) {
         if (present != 0) {
             from.Enter(section);
@@ -81,20 +53,16 @@ void FromSafeArray(XArrayReader& from, XILXTypeComp& value) {
     read("attributes", FromSafeArray<ULONG>(from), value.attributes);
 }
 
-void FromSafeArray(XArrayReader& from, XILXTypeData& value) {
-    FromSafeArray(from, value.config);
-    FromSafeArray(from, value.components);
+void Read(XArrayReader& from, XILXTypeData& value) {
+    Read(from, value.config);
+    Read(from, value.components);
     from.Enter("types");
-    if (from.Algorithm() == EMappingAlgorithm::Map) {
-        FromSafeArray(from, value.baseIndex);
-    } else {
-        FromSafeArray(from, value.baseName);
-    }
+    FromSafeArray(from, value.baseIndex);
     FromSafeArray(from, value.listed);
     FromSafeArray(from, value.searchable);
 }
 
-void FromSafeArray(XArrayReader& from, XILXAttributeData& value) {
+void Read(XArrayReader& from, XILXAttributeData& value) {
     // The record after the next one begins about here; its object and its count come from there.
     from.Prefetch(2 * LeastAttributeCount);
     from.Prefetch(3 * LeastAttributeCount - 1);
@@ -104,66 +72,84 @@ void FromSafeArray(XArrayReader& from, XILXAttributeData& value) {
     from.Enter("attribute types");
     const ULONG types = VecCountFromSafeArray(from);
     if (types > from.Remaining() / AttributeTypeCount) { XArrayReader::RaiseSize("ReadAttributeList"); }
-    value.types.reserve(types);
-    for (ULONG i = 0; i < types; ++i) {
-        value.types.push_back(AttributeTypeFromSafeArray(from));
+    value.types.resize(types);
+    for (XILXConfigData& type : value.types) {
+        type.values = from.Values(AttributeTypeValueCount);
+        FromSafeArray(from, type.object);
     }
 }
 
+/// A vector: a count, and so many records.
+template <class Record>
+void Read(XArrayReader& from, std::vector<Record>& records) {
+    const ULONG count = VecCountFromSafeArray(from);
+    for (ULONG i = 0; i < count; ++i) {
+        Read(from, records.emplace_back()); // grows as records are really there: each takes several elements
+    }
+}
+
+/// @param current  the record that is being read
+void Read(XArrayReader& from, XILXTypeMap& types, std::optional<ULONG>& current) {
+    from.Enter("counts");
+    const ULONG names = MapCountFromSafeArray(from);
+    const ULONG records = MapCountFromSafeArray(from);
+    from.Enter("names");
+    for (ULONG i = 0; i < names; ++i) {
+        auto name = FromSafeArray<XLXText>(from);
+        types.names.insert_or_assign(types.names.end(), std::move(name), FromSafeArray<ULONG>(from));
+    }
+    for (ULONG i = 0; i < records; ++i) {
+        current.reset();
+        from.Enter("types");
+        current = FromSafeArray<ULONG>(from);
+        XILXTypeData record;
+        Read(from, record);
+        types.records.insert_or_assign(types.records.end(), *current, std::move(record));
+    }
+}
+
+} // namespace
+
 XILXTypeMap GetMapFromArray(XLXSafeArray array) {
-    constexpr const char* method = "GetMapFromArray";
-    XArrayReader from(std::move(array), HeaderCount, method);
+    XArrayReader from(std::move(array), HeaderCount, "GetMapFromArray");
     XILXTypeMap types;
     std::optional<ULONG> current;
     from.Reading(
         [&] {
-            from.ReadHeader(EMappingAlgorithm::Map, EWrapperId::TypeData, method);
-            from.Enter("counts");
-            const ULONG names = MapCountFromSafeArray(from, method);
-            const ULONG records = MapCountFromSafeArray(from, method);
-            ReadNames(from, names, types);
-            ReadTypes(from, records, types, current);
+            from.ReadHeader(EMappingAlgorithm::Map, EWrapperId::TypeData);
+            Read(from, types, current);
         },
         [&] {
             return XArraySubject{NameOf(types, current), {}};
         });
-    from.Finish();
     return types;
 }
 
 std::vector<XILXPCData> GetVecFromArray(XLXSafeArray array) {
-    constexpr const char* method = "GetVecFromArray";
-    XArrayReader from(std::move(array), HeaderCount, method);
+    XArrayReader from(std::move(array), HeaderCount, "GetVecFromArray");
     std::vector<XILXPCData> relations;
-    from.Reading(
-        [&] {
-            from.ReadHeader(EMappingAlgorithm::Vector, EWrapperId::PCData, method);
-            from.Enter("relations");
-            relations = VecFromSafeArray<XILXPCData>(from);
-        },
-        Nothing);
-    from.Finish();
+    from.Reading([&] {
+        from.ReadHeader(EMappingAlgorithm::Vector, EWrapperId::PCData);
+        from.Enter("relations");
+        Read(from, relations);
+    });
     return relations;
 }
 
 XILXTypeComp GetWrapperFromArray(XLXSafeArray array, XLXTextView type) {
-    constexpr const char* method = "GetWrapperFromArray";
-    XArrayReader from(std::move(array), HeaderCount, method, EValues::Moved, {.type = type});
+    XArrayReader from(std::move(array), HeaderCount, "GetWrapperFromArray", EValues::Moved, {.type = type});
     XILXTypeComp components;
-    from.Reading(
-        [&] {
-            from.ReadHeader(EMappingAlgorithm::Single, EWrapperId::TypeComp, method);
-            FromSafeArray(from, components);
-        },
-        Nothing);
-    from.Finish();
+    from.Reading([&] {
+        from.ReadHeader(EMappingAlgorithm::Single, EWrapperId::TypeComp);
+        Read(from, components);
+    });
     return components;
 }
 
 std::vector<XILXConfigData> GetSingleTypedVecFromArray(XLXSafeArray array, const XArrayOrigin& origin) {
     XArrayReader from(std::move(array), 1, "GetSingleTypedVecFromArray", EValues::InPlace, origin);
     std::vector<XILXConfigData> records;
-    from.Reading([&] { records = VecFromSafeArray<XILXConfigData>(from); }, Nothing);
+    from.Reading([&] { Read(from, records); });
     return records;
 }
 
@@ -174,7 +160,7 @@ std::vector<XILXAttributeData> ReadAttributeList(XLXSafeArray array, XLXTextView
         [&] {
             attributes.reserve(from.Remaining() / LeastAttributeCount);
             while (from.Remaining() != 0) {
-                FromSafeArray(from, attributes.emplace_back());
+                Read(from, attributes.emplace_back());
             }
         },
         [&] {

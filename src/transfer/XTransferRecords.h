@@ -13,12 +13,7 @@
 
 namespace XLXCFCDataTransfer {
 /// How the content of an array is organised: the first element of its header.
-enum class EMappingAlgorithm : LONG {
-    None = 0, ///< a record list, which has no header
-    Map = 1,
-    Vector = 2,
-    Single = 4
-};
+enum class EMappingAlgorithm : LONG { Map = 1, Vector = 2, Single = 4 };
 
 /// The record class that an array carries: the second element of its header.
 enum class EWrapperId : LONG { TypeData = 0, PCData = 1, TypeComp = 4 };
@@ -47,8 +42,7 @@ struct XILXTypeComp {
 struct XILXTypeData {
     XILXConfigData config;
     XILXTypeComp components;
-    LONG baseIndex = NoBaseIndex; ///< record index of the base type, under the algorithm Map
-    XLXText baseName;             ///< takes the place of the index under any other algorithm
+    LONG baseIndex = NoBaseIndex; ///< record index of the base type
     bool listed = false;          ///< the type enumerations list the type
     bool searchable = false;
 };

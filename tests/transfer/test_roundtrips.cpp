@@ -107,21 +107,6 @@ TEST(TypeArray, TakesTheLaterOfTwoEntriesOfOneKey) {
     EXPECT_EQ(types.records.at(9).baseIndex, 5);
 }
 
-TEST(TypeRecord, NamesItsBaseByTextUnderAnyOtherAlgorithm) {
-    XILXTypeData record;
-    record.baseName = OLESTR("Part");
-    record.searchable = true;
-    XArrayWriter writer(EMappingAlgorithm::Vector, EWrapperId::TypeData);
-    writer.Put(std::move(record));
-    XArrayReader reader(writer.Finish(), 2, "test");
-    reader.ReadHeader(EMappingAlgorithm::Vector, EWrapperId::TypeData, "test");
-    const auto read = FromSafeArray<XILXTypeData>(reader);
-    EXPECT_EQ(read.baseName, OLESTR("Part"));
-    EXPECT_EQ(read.baseIndex, NoBaseIndex);
-    EXPECT_TRUE(read.searchable && !read.listed);
-    EXPECT_EQ(reader.Remaining(), 0U);
-}
-
 TEST(TypeComponents, DistinguishEmptyFromMissing) {
     const XILXTypeComp some = GetWrapperFromArray(Sample(EKind::TypeComponents));
     ASSERT_TRUE(some.pages && some.groups && some.attributes);
