@@ -35,12 +35,8 @@ public:
     }
     ~XLXComPtr() { Reset(); }
 
-    XLXComPtr& operator=(const XLXComPtr& other) noexcept {
-        XLXComPtr(other).Swap(*this);
-        return *this;
-    }
-    XLXComPtr& operator=(XLXComPtr&& other) noexcept {
-        XLXComPtr(std::move(other)).Swap(*this);
+    XLXComPtr& operator=(XLXComPtr other) noexcept {
+        Swap(other);
         return *this;
     }
 

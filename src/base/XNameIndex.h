@@ -46,12 +46,6 @@ public:
         slot.value = value;
     }
 
-    void Swap(XNameIndex& other) noexcept {
-        m_slots.swap(other.m_slots);
-        m_texts.swap(other.m_texts);
-        std::swap(m_used, other.m_used);
-    }
-
 private:
     struct Slot {
         T value{};

@@ -9,8 +9,8 @@
 /// A map that is made once and then read: its entries stand in one vector in key order, so that a copy is one
 /// allocation and walking it runs through memory in a row.
 ///
-/// Entries are added in any order, and found once Settle has brought them into theirs; that takes no longer than
-/// sorting, however many are added.
+/// Entries are added in any order. Nothing is looked for until Settle has brought them into theirs; that takes no
+/// longer than sorting, however many are added.
 template <class Key, class T>
 class XSortedMap {
 public:
@@ -19,43 +19,27 @@ public:
     using value_type = std::pair<Key, T>;
     using const_iterator = typename std::vector<value_type>::const_iterator;
 
-    XSortedMap() noexcept = default;
-    XSortedMap(const XSortedMap&) = default;
-    XSortedMap(XSortedMap&& other) noexcept
-        : m_entries(std::move(other.m_entries)), m_settled(std::exchange(other.m_settled, 0)) {}
-    XSortedMap& operator=(XSortedMap other) noexcept {
-        swap(other);
-        return *this;
-    }
-
     const_iterator begin() const noexcept { return m_entries.begin(); }
     const_iterator end() const noexcept { return m_entries.end(); }
     std::size_t size() const noexcept { return m_entries.size(); }
     bool empty() const noexcept { return m_entries.empty(); }
-    void swap(XSortedMap& other) noexcept {
-        m_entries.swap(other.m_entries);
-        std::swap(m_settled, other.m_settled);
-    }
 
-    /// Looks among the settled entries.
     /// @tparam Like  the key, or what it compares with
     template <class Like>
     const_iterator find(const Like& key) const {
-        const auto settled = begin() + static_cast<std::ptrdiff_t>(m_settled);
-        const auto found = std::lower_bound(begin(), settled, key,
+        const auto found = std::lower_bound(begin(), end(), key,
                                             [](const value_type& entry, const Like& k) { return entry.first < k; });
-        return found != settled && !(key < found->first) ? found : end();
+        return found != end() && !(key < found->first) ? found : end();
     }
 
     void Add(Key key, T value) { m_entries.emplace_back(std::move(key), std::move(value)); }
 
     /// Settles what was added. Of several entries of one key the one that was added last stays.
     void Settle() {
-        const auto added = m_entries.begin() + static_cast<std::ptrdiff_t>(m_settled);
+        const auto added = std::is_sorted_until(m_entries.begin(), m_entries.end(), Less);
         std::stable_sort(added, m_entries.end(), Less);
         std::inplace_merge(m_entries.begin(), added, m_entries.end(), Less);
         DropOlder();
-        m_settled = m_entries.size();
     }
 
 private:
@@ -74,6 +58,6 @@ private:
     }
 
     std::vector<value_type> m_entries;
-    std::size_t m_settled = 0;
 };
+
 #endif

@@ -17,7 +17,6 @@ class XNamedMap : public XSortedMap<XCFGStringKey, T> {
 public:
     using const_iterator = typename XSortedMap<XCFGStringKey, T>::const_iterator;
 
-    /// Looks among the settled entries.
     const_iterator find(XLXTextView name) const {
         const std::uint32_t place = m_places.empty() ? 0 : m_places[PlaceOf(name)];
         return place != 0 ? this->begin() + (place - 1) : this->end();

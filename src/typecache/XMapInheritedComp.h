@@ -242,10 +242,7 @@ private:
         const MapPtr current = Held();
         for (auto& record : LXReadList<Kind>(std::move(records.array), m_owner.m_name)) {
             auto key = LXKeyOf<Kind>(record.values);
-            if (!key || merged->find(*key) != merged->end()) // what is added here is not found yet
-            {
-                continue;
-            }
+            if (!key || ofBase.find(*key) != ofBase.end()) { continue; }
             Component component = Refresh(*current, *key, record, *records.moment, retired);
             if constexpr (Kind.mode == LXTM_ATTRIBUTES) {
                 component.object->AssignAttributeTypes(std::move(record.types), *records.moment, retired);

@@ -74,18 +74,3 @@ TEST(NameIndex, NamesWithoutCharactersStandAtTheEndOfTheTexts) {
         EXPECT_EQ(index.Find({empty, OLESTR("Pump")}), nullptr);
     }
 }
-
-TEST(NameIndex, AnExchangeMovesNamesAndValuesTogether) {
-    XNameIndex<int> full;
-    XNameIndex<int> empty;
-    EXPECT_EQ(full.Find({OLESTR("Pump")}), nullptr);
-    full.Set({OLESTR("Pump")}, 1);
-    full.Set({OLESTR("")}, 2);
-    full.Swap(empty);
-    EXPECT_EQ(full.Find({OLESTR("Pump")}), nullptr);
-    ASSERT_NE(empty.Find({OLESTR("Pump")}), nullptr);
-    EXPECT_EQ(*empty.Find({OLESTR("")}), 2);
-    full.Set({OLESTR("Valve")}, 3);
-    EXPECT_EQ(*full.Find({OLESTR("Valve")}), 3);
-    EXPECT_EQ(empty.Find({OLESTR("Valve")}), nullptr);
-}
