@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "XPlanTypes.h"
 
-#include "XBaseDataObjectUtilities.h"
 #include "lxconfigfactorycachemanager.h"
 
 #include <algorithm>
 
 namespace {
-using Objects = XBaseDataObjectUtilities::Objects;
+using Objects = std::vector<XLXComPtr<ILX_BaseDataObject>>;
+constexpr ULONG Batch = 100;
 
 constexpr LXErrorLocation At() { return LXManagerAt("InternalFillPlantypeMap"); }
 
@@ -24,12 +24,26 @@ XLXText TextOf(ILX_BaseDataObject& object, const OLECHAR* name) {
     return AttributeOf(object, name).AsText().value_or(XLXText());
 }
 
+/// The objects that a method enumerates. A failure of it or of the enumeration raises the message.
+template <class Call>
+Objects AllOf(const char* method, const OLECHAR* message, Call&& call) {
+    XLXComPtr<IEnumBaseDataObject> found;
+    Objects objects;
+    HRESULT result = LXAsk(method, found, LXNoResult::Nothing, {}, At(), call);
+    if (SUCCEEDED(result) && found) {
+        result = LXWithoutRaising([&] {
+            return LXForEachOf<Batch, ILX_BaseDataObject>(*found, "IEnumBaseDataObject::RemNext", At(),
+                                                          [&](auto&& next) { objects.push_back(std::move(next)); });
+        });
+    }
+    XLXError::RaiseIfFailed(result, message, At());
+    return objects;
+}
+
 Objects ChildrenOf(ILX_BaseDataObject& object, const OLECHAR* childList) {
-    Objects children;
-    const HRESULT result =
-        XBaseDataObjectUtilities::GetChildrenVector(object, XLXComBSTR(childList).Get(), children, &LXServerCall);
-    XLXError::RaiseIfFailed(result, childList, At());
-    return children;
+    const XLXComBSTR list(childList);
+    return AllOf("ILX_BaseDataObject::GetChildren", childList,
+                 [&](IEnumBaseDataObject** out) { return object.GetChildren(list.Get(), out); });
 }
 
 HRESULT ResetSearch(ILX_Query& query) {
@@ -54,25 +68,17 @@ private:
 
 /// The sets of plan types that are in force.
 Objects MasterSets(ILX_Query& query) {
+    constexpr const OLECHAR* failure = OLESTR("the plan types cannot be searched");
     const Search search(query);
-    XLXComPtr<IEnumBaseDataObject> found;
-    Objects sets;
-    HRESULT result = ResetSearch(query);
-    if (SUCCEEDED(result)) {
-        LXServerCall("ILX_Query::SetSearchTable");
-        result = query.SetSearchTable(XLXComBSTR(OLESTR("lumbrixtypeset")).Get());
-    }
-    if (SUCCEEDED(result)) {
-        LXServerCall("ILX_Query::SetSearchAttribute");
-        result = query.SetSearchAttribute(XLXComBSTR(OLESTR("master")).Get(), 0, XLXComVariant::FromI4(1).Get(), 0);
-    }
-    if (SUCCEEDED(result)) {
-        result = LXAsk("ILX_Query::GetSearchResult", found, LXNoResult::Nothing, {}, At(),
-                       [&](IEnumBaseDataObject** out) { return query.GetSearchResult(out); });
-    }
-    if (SUCCEEDED(result) && found) { result = XBaseDataObjectUtilities::GetVector(*found, sets, &LXServerCall); }
-    XLXError::RaiseIfFailed(result, OLESTR("the plan types cannot be searched"), At());
-    return sets;
+    XLXError::RaiseIfFailed(ResetSearch(query), failure, At());
+    LXServerCall("ILX_Query::SetSearchTable");
+    XLXError::RaiseIfFailed(query.SetSearchTable(XLXComBSTR(OLESTR("lumbrixtypeset")).Get()), failure, At());
+    LXServerCall("ILX_Query::SetSearchAttribute");
+    const XLXComBSTR master(OLESTR("master"));
+    XLXError::RaiseIfFailed(query.SetSearchAttribute(master.Get(), 0, XLXComVariant::FromI4(1).Get(), 0), failure,
+                            At());
+    return AllOf("ILX_Query::GetSearchResult", failure,
+                 [&](IEnumBaseDataObject** out) { return query.GetSearchResult(out); });
 }
 } // namespace
 

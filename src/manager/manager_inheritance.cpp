@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Questions about which type derives from which.
-#include "XBSTRArray.h"
+#include "XLXComBSTR.h"
 #include "lxconfigfactorycachemanager.h"
 
 XTypeInheritanceInfo::InfoPtr XLXConfigFactoryCacheManager::Inheritance(const char* method) {
@@ -51,12 +51,12 @@ HRESULT XLXConfigFactoryCacheManager::ListDerivedTypes(const char* method, BSTR 
         XLXError::CheckPointer(names, OLESTR("bstrTypenamesDerived"), LXManagerAt(method));
         const auto info = Inheritance(method);
         const XLXTextView name = LXBstrView(typeName);
-        XBSTRArray list;
-        if (withItself && info->IsKnown(name)) { list.Add(name); }
+        std::vector<XLXText> list;
+        if (withItself && info->IsKnown(name)) { list.emplace_back(name); }
         for (const XLXText& derived : info->IsKnown(name) ? info->DerivedTypes(name) : std::vector<XLXText>()) {
-            list.Add(derived);
+            list.push_back(derived);
         }
-        list.Detach(count, names);
+        LXHandOutTexts(list, count, names);
         return *count != 0 ? S_OK : S_FALSE;
     });
 }

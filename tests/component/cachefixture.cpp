@@ -112,7 +112,7 @@ XLXComPtr<ILXType> CacheTest::Type(const char* name) {
 
 XLXComPtr<ILXAttribute> CacheTest::Attribute(const char* type, const char* name) {
     XLXComPtr<ILXAttribute> attribute;
-    const XLXComBSTR text(XLXText((XLXFormat() << name).Text()));
+    const XLXComBSTR text(XLXText(XLXFormat() << name));
     EXPECT_EQ(Type(type)->GetAttribute(text.Get(), attribute.Put()), S_OK) << type << "." << name;
     return attribute;
 }

@@ -20,7 +20,7 @@ protected:
         return LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName);
     }
     static HRESULT Notify(IUnknown* object, const char* dataId) {
-        const XLXComBSTR id(XLXText((XLXFormat() << dataId).Text()));
+        const XLXComBSTR id(XLXText(XLXFormat() << dataId));
         const XLXComBSTR type(OLESTR("cfc_specific"));
         return XLXComPtr<IUnknown>(object).As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), type.Get(), 0, 0, 0,
                                                                                       nullptr);

@@ -9,7 +9,7 @@ protected:
     void TearDown() override { Terminate(); }
 
     HRESULT Find(const char* name, XLXComPtr<ILXType>& type) {
-        const XLXComBSTR text(XLXText((XLXFormat() << name).Text()));
+        const XLXComBSTR text(XLXText(XLXFormat() << name));
         return Factory()->GetType(text.Get(), nullptr, type.Put());
     }
     std::vector<std::string> Listed(bool searchableOnly = false) {

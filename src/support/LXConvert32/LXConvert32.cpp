@@ -2,6 +2,7 @@
 #include "XLXComBSTR.h"
 #include "XLXComVariant.h"
 
+#include <algorithm>
 #include <limits>
 #include <new>
 
@@ -14,6 +15,18 @@ BSTR XLXComBSTR::Allocate(XLXTextView text) {
     return copy;
 }
 
+void LXHandOutTexts(const std::vector<XLXText>& texts, LONG* count, BSTR** out) {
+    *count = 0;
+    *out = nullptr;
+    if (texts.empty()) { return; }
+    std::vector<XLXComBSTR> copies(texts.begin(), texts.end());
+    *out = static_cast<BSTR*>(CoTaskMemAlloc(copies.size() * sizeof(BSTR)));
+    if (*out == nullptr) { throw std::bad_alloc(); }
+    for (XLXComBSTR& copy : copies) {
+        (*out)[(*count)++] = copy.Detach();
+    }
+}
+
 LONG LXParseDecimal(XLXTextView text) noexcept {
     std::size_t at = 0;
     while (at < text.size() && (text[at] == ' ' || (text[at] >= 9 && text[at] <= 13))) {
@@ -24,56 +37,44 @@ LONG LXParseDecimal(XLXTextView text) noexcept {
     constexpr LONGLONG most = std::numeric_limits<LONG>::max();
     LONGLONG value = 0;
     for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
-        value = value * 10 + (text[at] - '0');
-        if (value > most + 1) // as wcstol: the nearest number that fits
-        {
-            value = most + 1;
-        }
+        value = std::min(value * 10 + (text[at] - '0'), most + 1); // as wcstol: the nearest number that fits
     }
-    return negative ? static_cast<LONG>(-value) : static_cast<LONG>(value > most ? most : value);
+    return static_cast<LONG>(negative ? -value : std::min(value, most));
 }
 
+namespace {
+/// A variant of a type, whose value set(variant) puts in.
+template <class Set>
+XLXComVariant Made(VARTYPE type, Set&& set) {
+    XLXComVariant made;
+    set(&made.Get());
+    V_VT(&made.Get()) = type;
+    return made;
+}
+} // namespace
+
 XLXComVariant XLXComVariant::FromI4(LONG value) noexcept {
-    XLXComVariant variant;
-    V_VT(&variant.m_value) = VT_I4;
-    V_I4(&variant.m_value) = value;
-    return variant;
+    return Made(VT_I4, [value](VARIANT* to) { V_I4(to) = value; });
 }
 
 XLXComVariant XLXComVariant::FromUI4(ULONG value) noexcept {
-    XLXComVariant variant;
-    V_VT(&variant.m_value) = VT_UI4;
-    V_UI4(&variant.m_value) = value;
-    return variant;
+    return Made(VT_UI4, [value](VARIANT* to) { V_UI4(to) = value; });
 }
 
 XLXComVariant XLXComVariant::FromBool(bool value) noexcept {
-    XLXComVariant variant;
-    V_VT(&variant.m_value) = VT_BOOL;
-    V_BOOL(&variant.m_value) = value ? VARIANT_TRUE : VARIANT_FALSE;
-    return variant;
+    return Made(VT_BOOL, [value](VARIANT* to) { V_BOOL(to) = value ? VARIANT_TRUE : VARIANT_FALSE; });
 }
 
 XLXComVariant XLXComVariant::FromDouble(double value) noexcept {
-    XLXComVariant variant;
-    V_VT(&variant.m_value) = VT_R8;
-    V_R8(&variant.m_value) = value;
-    return variant;
+    return Made(VT_R8, [value](VARIANT* to) { V_R8(to) = value; });
 }
 
 XLXComVariant XLXComVariant::FromBstr(XLXTextView text) {
-    XLXComVariant variant;
-    V_BSTR(&variant.m_value) = XLXComBSTR(text).Detach();
-    V_VT(&variant.m_value) = VT_BSTR;
-    return variant;
+    return Made(VT_BSTR, [text](VARIANT* to) { V_BSTR(to) = XLXComBSTR(text).Detach(); });
 }
 
 XLXComVariant XLXComVariant::FromUnknown(IUnknown* object) noexcept {
-    XLXComVariant variant;
-    V_VT(&variant.m_value) = VT_UNKNOWN;
-    V_UNKNOWN(&variant.m_value) = object;
-    if (object != nullptr) { object->AddRef(); }
-    return variant;
+    return Made(VT_UNKNOWN, [object](VARIANT* to) { XLXComPtr<IUnknown>(object).CopyTo(&V_UNKNOWN(to)); });
 }
 
 XLXComVariant XLXComVariant::CopyOf(const VARIANT& value) {
@@ -86,31 +87,28 @@ XLXComVariant XLXComVariant::CopyOf(const VARIANT& value) {
 }
 
 namespace {
-/// The value changed to a type; nothing when it is no such value.
-std::optional<XLXComVariant> Changed(const VARIANT& value, VARTYPE type) {
+/// What read(value) reads of the value as one of a type; nothing when it is no such value.
+template <class Read>
+auto Converted(const VARIANT& value, VARTYPE type, Read&& read) -> std::optional<decltype(read(value))> {
+    if (V_VT(&value) == type) { return read(value); }
     XLXComVariant changed;
     const HRESULT result = VariantChangeType(&changed.Get(), const_cast<VARIANT*>(&value), 0, type);
     if (result == E_OUTOFMEMORY) { throw std::bad_alloc(); }
-    return SUCCEEDED(result) ? std::optional<XLXComVariant>(std::move(changed)) : std::nullopt;
+    if (FAILED(result)) { return std::nullopt; }
+    return read(changed.Get());
 }
 } // namespace
 
 std::optional<LONG> XLXComVariant::AsLong() const {
-    if (Type() == VT_I4) { return V_I4(&m_value); }
-    const auto changed = Changed(m_value, VT_I4);
-    return changed ? std::optional<LONG>(V_I4(&changed->m_value)) : std::nullopt;
+    return Converted(m_value, VT_I4, [](const VARIANT& value) { return LONG{V_I4(&value)}; });
 }
 
 std::optional<bool> XLXComVariant::AsBool() const {
-    if (Type() == VT_BOOL) { return V_BOOL(&m_value) != VARIANT_FALSE; }
-    const auto changed = Changed(m_value, VT_BOOL);
-    return changed ? std::optional<bool>(V_BOOL(&changed->m_value) != VARIANT_FALSE) : std::nullopt;
+    return Converted(m_value, VT_BOOL, [](const VARIANT& value) { return V_BOOL(&value) != VARIANT_FALSE; });
 }
 
 std::optional<XLXText> XLXComVariant::AsText() const {
-    if (Type() == VT_BSTR) { return XLXText(LXBstrView(V_BSTR(&m_value))); }
-    const auto changed = Changed(m_value, VT_BSTR);
-    return changed ? std::optional<XLXText>(LXBstrView(V_BSTR(&changed->m_value))) : std::nullopt;
+    return Converted(m_value, VT_BSTR, [](const VARIANT& value) { return XLXText(LXBstrView(V_BSTR(&value))); });
 }
 
 IUnknown* XLXComVariant::AsUnknown() const noexcept {

@@ -7,6 +7,7 @@
 #include "XLXError.h"
 
 #include <utility>
+#include <vector>
 
 /// The text of a BSTR over its whole length; empty for null.
 inline XLXTextView LXBstrView(BSTR text) noexcept {
@@ -42,6 +43,10 @@ private:
 
     BSTR m_text = nullptr;
 };
+
+/// Gives texts to a caller, who frees each with SysFreeString and the buffer with CoTaskMemFree. No texts are the
+/// count 0 and null.
+void LXHandOutTexts(const std::vector<XLXText>& texts, LONG* count, BSTR** out);
 
 /// The text with the capital letters of every script made small, one character for one (Unicode's simple mappings).
 /// Halves of surrogate pairs stay.

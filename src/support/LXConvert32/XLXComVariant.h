@@ -37,8 +37,6 @@ public:
         std::swap(m_value, other.m_value);
         return *this;
     }
-    XLXComVariant(const XLXComVariant&) = delete;
-    XLXComVariant& operator=(const XLXComVariant&) = delete;
 
     static XLXComVariant FromI4(LONG value) noexcept;
     static XLXComVariant FromUI4(ULONG value) noexcept;

@@ -14,12 +14,10 @@ public:
     explicit XLXSafeArray(SAFEARRAY* array) noexcept : m_array(array) {}
     XLXSafeArray(XLXSafeArray&& other) noexcept : m_array(std::exchange(other.m_array, nullptr)) {}
     ~XLXSafeArray() { Reset(); }
-    XLXSafeArray& operator=(XLXSafeArray&& other) noexcept {
-        XLXSafeArray(std::move(other)).Swap(*this);
+    XLXSafeArray& operator=(XLXSafeArray other) noexcept {
+        Swap(other);
         return *this;
     }
-    XLXSafeArray(const XLXSafeArray&) = delete;
-    XLXSafeArray& operator=(const XLXSafeArray&) = delete;
 
     SAFEARRAY* Get() const noexcept { return m_array; }
     explicit operator bool() const noexcept { return m_array != nullptr; }

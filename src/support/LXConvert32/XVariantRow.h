@@ -30,13 +30,17 @@ public:
         : m_block(std::move(block)), m_values(values) {}
     XVariantRow(XVariantRow&& other) noexcept
         : m_block(std::move(other.m_block)), m_values(std::exchange(other.m_values, {})) {}
-    ~XVariantRow() { Clear(); }
-    XVariantRow& operator=(XVariantRow&& other) noexcept {
-        XVariantRow(std::move(other)).swap(*this);
+    ~XVariantRow() {
+        if (m_block.use_count() > 1) { // the only row of a block leaves it to the block to clear the values
+            for (XLXComVariant& value : m_values) {
+                value.Put();
+            }
+        }
+    }
+    XVariantRow& operator=(XVariantRow other) noexcept {
+        swap(other);
         return *this;
     }
-    XVariantRow(const XVariantRow&) = delete;
-    XVariantRow& operator=(const XVariantRow&) = delete;
 
     std::size_t size() const noexcept { return m_values.size(); }
     bool empty() const noexcept { return m_values.empty(); }
@@ -60,15 +64,6 @@ public:
     }
 
 private:
-    // The only row of a block leaves it to the block to clear the values.
-    void Clear() noexcept {
-        if (m_block.use_count() > 1) {
-            for (XLXComVariant& value : m_values) {
-                value.Put();
-            }
-        }
-    }
-
     std::shared_ptr<const void> m_block;
     std::span<XLXComVariant> m_values;
 };

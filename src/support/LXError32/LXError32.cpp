@@ -3,7 +3,8 @@
 // The error library's own module: plain functions only, so that each user of it may bring its own runtime.
 #include "LXError32.h"
 
-#include "LXCompiler.h"
+#include "XLXComPtr.h"
+#include "XLXText.h"
 
 #include <atomic>
 #include <chrono>
@@ -11,12 +12,9 @@
 #include <cstdlib>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <thread>
 
 namespace {
-using Text = std::basic_string<OLECHAR>;
-
 constexpr ULONG TraceCategories = (1u << LX_LOG_SERVER) | (1u << LX_LOG_INVALIDATE);
 constexpr ULONG DefaultCategories = (1u << LX_LOG_ERROR) | (1u << LX_LOG_UPDATE);
 static_assert((TraceCategories & DefaultCategories) == 0, "tracing is off unless a sink asks for it");
@@ -86,24 +84,16 @@ ULONGLONG Now() {
     return static_cast<ULONGLONG>(duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count());
 }
 
-HRESULT PublishErrorInfo(const OLECHAR* message, const LXErrorLocation& at) {
-    ICreateErrorInfo* creator = nullptr;
-    HRESULT result = CreateErrorInfo(&creator);
-    if (FAILED(result)) { return result; }
+void PublishErrorInfo(const OLECHAR* message, const LXErrorLocation& at) {
+    XLXComPtr<ICreateErrorInfo> creator;
+    if (FAILED(CreateErrorInfo(creator.Put()))) { return; }
     const std::string narrow =
         FunctionText(at) + " (" + (at.source != nullptr ? at.source : "") + ", line " + std::to_string(at.line) + ")";
-    Text source(narrow.begin(), narrow.end());
-    Text description(message != nullptr ? message : OLESTR(""));
+    XLXText source(narrow.begin(), narrow.end());
+    XLXText description(message != nullptr ? message : OLESTR(""));
     creator->SetSource(source.data());
     creator->SetDescription(description.data());
-    IErrorInfo* info = nullptr;
-    result = creator->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info));
-    creator->Release();
-    if (SUCCEEDED(result)) {
-        SetErrorInfo(0, info);
-        info->Release();
-    }
-    return result;
+    if (const auto info = creator.As<IErrorInfo>()) { SetErrorInfo(0, info.Get()); }
 }
 } // namespace
 

@@ -8,67 +8,44 @@ namespace {
 constexpr const OLECHAR* OutOfMemoryText = OLESTR("out of memory");
 constexpr const OLECHAR* UnknownErrorText = OLESTR("unknown error");
 
-/// What an exception says, in a form that needs no memory of its own.
-struct Caught {
-    HRESULT code = E_UNEXPECTED;
-    XLXText text;
-    const OLECHAR* fallback = UnknownErrorText;
-    LXErrorLocation at{};
-
-    const OLECHAR* Text() const noexcept { return text.empty() ? fallback : text.c_str(); }
-};
-
 void Widen(XLXText& to, const char* ascii) {
     for (; *ascii != '\0'; ++ascii) {
         to.push_back(static_cast<OLECHAR>(static_cast<unsigned char>(*ascii)));
     }
 }
 
-void TakeText(Caught& result, auto&& take) noexcept {
+/// The widened text of an exception; it stands in text, unless there is no memory for it.
+const OLECHAR* WhatOf(const std::exception& error, XLXText& text) noexcept {
     try {
-        take(result.text);
-    } catch (...) { result.fallback = OutOfMemoryText; }
+        Widen(text, error.what());
+        return text.empty() ? UnknownErrorText : text.c_str();
+    } catch (...) { return OutOfMemoryText; }
 }
 
-// The one translator: every kind of exception has one fixed answer, given here.
-Caught Translate(const LXErrorLocation& at) noexcept {
-    Caught result;
-    result.at = at;
+/// Calls use(code, text, location), which raises nothing, for the exception in flight. This is the one translator:
+/// every kind of exception has one fixed answer, given here.
+template <class Use>
+auto Translate(const LXErrorLocation& at, Use&& use) noexcept {
     try {
         throw;
     } catch (const XLXException& error) {
-        result.code = error.Code();
-        result.at = error.Location();
-        result.fallback = OLESTR("");
-        TakeText(result, [&](XLXText& text) { text = error.Message(); });
+        return use(error.Code(), error.Message().c_str(), error.Location());
     } catch (const std::bad_alloc&) {
-        result.code = E_OUTOFMEMORY;
-        result.fallback = OutOfMemoryText;
+        return use(E_OUTOFMEMORY, OutOfMemoryText, at);
     } catch (const std::exception& error) {
-        result.code = E_FAIL;
-        TakeText(result, [&](XLXText& text) { Widen(text, error.what()); });
-    } catch (...) { result.code = E_UNEXPECTED; }
-    return result;
+        XLXText text;
+        return use(E_FAIL, WhatOf(error, text), at);
+    } catch (...) { return use(E_UNEXPECTED, UnknownErrorText, at); }
 }
 
-void WriteEntry(LXLogCategory category, LONG severity, HRESULT code, XLXTextView title, XLXTextView text,
+void WriteEntry(LXLogCategory category, LONG severity, HRESULT code, const OLECHAR* title, XLXTextView text,
                 const LXErrorLocation& at) noexcept {
-    LXLogEntry entry{};
-    entry.eCategory = category;
-    entry.lSeverity = severity;
-    entry.hrCode = code;
-    entry.location = at;
-    entry.pszTitle = OLESTR("");
+    LXLogEntry entry{0, category, nullptr, severity, code, title, OutOfMemoryText, at};
     try {
-        const XLXText titleCopy(title);
-        const XLXText textCopy(text);
-        entry.pszTitle = titleCopy.c_str();
-        entry.pszText = textCopy.c_str();
+        const XLXText copy(text);
+        entry.pszText = copy.c_str();
         LXErrorWriteLog(&entry);
-    } catch (...) {
-        entry.pszText = OutOfMemoryText;
-        LXErrorWriteLog(&entry);
-    }
+    } catch (...) { LXErrorWriteLog(&entry); }
 }
 } // namespace
 
@@ -83,29 +60,20 @@ HRESULT RefusePointer(XLXTextView argumentName, const LXErrorLocation& at) noexc
     return Guarded(at, [&]() -> HRESULT { RaisePointer(argumentName, at); });
 }
 
-HRESULT SetComAppError(HRESULT code, XLXTextView message, const LXErrorLocation& at) noexcept {
-    try {
-        return LXErrorSetInfo(code, XLXText(message).c_str(), &at);
-    } catch (...) { return LXErrorSetInfo(code, OutOfMemoryText, &at); }
-}
-
-HRESULT SetComErrorFromException(const LXErrorLocation& at) noexcept {
-    const Caught caught = Translate(at);
-    return LXErrorSetInfo(caught.code, caught.Text(), &caught.at);
-}
+HRESULT SetComErrorFromException(const LXErrorLocation& at) noexcept { return Translate(at, SetComAppError); }
 
 void WriteErrorToLogBook(HRESULT code, LONG severity, XLXTextView text, const LXErrorLocation& at) noexcept {
-    WriteEntry(LX_LOG_ERROR, severity, code, {}, text, at);
+    WriteEntry(LX_LOG_ERROR, severity, code, OLESTR(""), text, at);
 }
 
 void WriteExceptionToLogBook(LONG severity, XLXTextView text, const LXErrorLocation& at) noexcept {
-    const Caught caught = Translate(at);
-    try {
-        XLXFormat format;
-        format << text;
-        if (!text.empty() && *caught.Text() != 0) { format << ": "; }
-        WriteErrorToLogBook(caught.code, severity, (format << XLXTextView(caught.Text())).Text(), at);
-    } catch (...) { WriteErrorToLogBook(caught.code, severity, OutOfMemoryText, at); }
+    Translate(at, [&](HRESULT code, const OLECHAR* what, const LXErrorLocation&) noexcept {
+        try {
+            XLXFormat format;
+            format << text << (text.empty() || *what == 0 ? "" : ": ") << XLXTextView(what);
+            WriteErrorToLogBook(code, severity, format, at);
+        } catch (...) { WriteErrorToLogBook(code, severity, OutOfMemoryText, at); }
+    });
 }
 
 bool TraceEnabled(LXLogCategory category) noexcept {
@@ -113,8 +81,8 @@ bool TraceEnabled(LXLogCategory category) noexcept {
     return (std::atomic_ref<LONG>(*wanted).load(std::memory_order_relaxed) & (LONG{1} << category)) != 0;
 }
 
-void WriteTrace(LXLogCategory category, XLXTextView title, XLXTextView text, const LXErrorLocation& at) noexcept {
-    if (TraceEnabled(category)) { WriteEntry(category, 0, S_OK, title, text, at); }
+void WriteTrace(LXLogCategory category, const OLECHAR* title, XLXTextView text, const LXErrorLocation& at) noexcept {
+    WriteEntry(category, 0, S_OK, title, text, at);
 }
 } // namespace XLXError
 

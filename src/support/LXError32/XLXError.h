@@ -64,7 +64,9 @@ inline void CheckPointer(const void* pointer, const OLECHAR* argumentName, const
 HRESULT RefusePointer(XLXTextView argumentName, const LXErrorLocation& at) noexcept;
 
 /// Sets the thread's error information and returns the code, for errors that need no exception.
-HRESULT SetComAppError(HRESULT code, XLXTextView message, const LXErrorLocation& at) noexcept;
+inline HRESULT SetComAppError(HRESULT code, const OLECHAR* message, const LXErrorLocation& at) noexcept {
+    return LXErrorSetInfo(code, message, &at);
+}
 
 /// Turns the exception in flight into an HRESULT and the thread's error information. Only for catch (...).
 HRESULT SetComErrorFromException(const LXErrorLocation& at) noexcept;
@@ -79,7 +81,7 @@ void WriteExceptionToLogBook(LONG severity, XLXTextView text, const LXErrorLocat
 bool TraceEnabled(LXLogCategory category) noexcept;
 
 /// Writes a trace entry when its category is wanted.
-void WriteTrace(LXLogCategory category, XLXTextView title, XLXTextView text, const LXErrorLocation& at) noexcept;
+void WriteTrace(LXLogCategory category, const OLECHAR* title, XLXTextView text, const LXErrorLocation& at) noexcept;
 
 /// The boundary: runs a callable that returns an HRESULT, and lets no exception pass.
 template <class F>
@@ -117,7 +119,6 @@ public:
     XLXFormat& operator<<(LONG number);
     operator XLXText() const { return m_text; }
     operator XLXTextView() const noexcept { return m_text; }
-    const XLXText& Text() const noexcept { return m_text; }
 
 private:
     XLXText m_text;
