@@ -15,7 +15,7 @@ import sys
 DATA = """
     nodes typename objects configtypename cfc_specific searchable relationname recursiv properties
     nameshort master pc lumbrixtypeset lumbrixtypechild lumbrixtype lumbcompbase cfc_forward/ cfc _reverse UpdateMng
-    REGISTRY QueryEngine Foldername Configfactory @@nodes %MODULE% invalidated
+    QueryEngine Foldername Configfactory @@nodes %MODULE% invalidated
     TypeLib\\\\{3B700219-CA40-4C9A-B2E6-85B56601D125}\\\\1.0
 """.split() + [
     "server call", "CFC update notification", "invalid pointer: …", "…", "……",

@@ -11,6 +11,8 @@ class XModuleCount {
 public:
     static long LiveObjects() noexcept { return s_liveObjects.load(std::memory_order_acquire); }
     static long Locks() noexcept { return s_locks.load(std::memory_order_acquire); }
+    /// The module may be unloaded.
+    static bool IsIdle() noexcept { return LiveObjects() == 0 && Locks() == 0; }
     static void Lock() noexcept { s_locks.fetch_add(1, std::memory_order_relaxed); }
     static void Unlock() noexcept { s_locks.fetch_sub(1, std::memory_order_release); }
 

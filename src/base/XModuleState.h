@@ -13,7 +13,7 @@ public:
     XModuleState(const XModuleState&) = delete;
     XModuleState& operator=(const XModuleState&) = delete;
     ~XModuleState() {
-        if (XModuleCount::LiveObjects() == 0 && XModuleCount::Locks() == 0) { delete m_value; }
+        if (XModuleCount::IsIdle()) { delete m_value; }
     }
 
     T& operator*() const noexcept { return *m_value; }

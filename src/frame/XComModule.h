@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// The module object: which classes the module can create, and how it is registered.
+// The module object: the class that the module can create, and how it is registered.
 //
-// Ownership  Each entry of the object map keeps one class factory from the first request until Term.
+// Ownership  It keeps one class factory from the first request until Term.
 // Threading  GetClassObject may be called from any thread. Term runs when nobody else is inside; it calls nothing
 //            outside the module and takes no lock.
 // Errors     GetClassObject and the registration may raise; the exports are the boundary.
@@ -12,34 +12,28 @@
 #include "LXConfigFactoryCache.h"
 
 #include <atomic>
-#include <span>
-
-/// A creatable class.
-struct XObjectMapEntry {
-    const CLSID* clsid;
-    IClassFactory* (*createFactory)();
-    std::atomic<IClassFactory*> factory{nullptr};
-
-    IClassFactory* Factory();
-};
 
 class XComModule {
 public:
-    constexpr explicit XComModule(std::span<XObjectMapEntry> objectMap) noexcept : m_objectMap(objectMap) {}
-    /// Lets go of the class factories, when the module is unloaded.
+    constexpr XComModule(const CLSID& clsid, IClassFactory* (*createFactory)()) noexcept
+        : m_clsid(clsid), m_createFactory(createFactory) {}
+    /// Lets go of the class factory, when the module is unloaded.
     void Term() noexcept;
 
     HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out);
-    bool CanUnload() const noexcept;
 
     /// Writes the keys of the registration script and registers the type library. A failure is undone as far as
     /// possible, and its code is the answer.
-    HRESULT RegisterServer();
+    static HRESULT RegisterServer();
     /// Removes both. A failure does not stop the rest; the first code is the answer.
-    HRESULT UnregisterServer();
+    static HRESULT UnregisterServer();
 
 private:
-    std::span<XObjectMapEntry> m_objectMap; // constant until Term
+    IClassFactory* Factory();
+
+    const CLSID& m_clsid;
+    IClassFactory* (*const m_createFactory)();
+    std::atomic<IClassFactory*> m_factory{nullptr};
 };
 
 /// The module itself. It has no destructor, so it exists before and after everything else in the module.

@@ -52,11 +52,7 @@ public:
     }
 
     STDMETHODIMP LockServer(BOOL lock) override {
-        if (lock) {
-            XModuleCount::Lock();
-        } else {
-            XModuleCount::Unlock();
-        }
+        lock ? XModuleCount::Lock() : XModuleCount::Unlock();
         return S_OK;
     }
 

@@ -1,56 +1,22 @@
 // SPDX-License-Identifier: MIT
 //
-// The interpreter of registration scripts. A script is a tree of keys:
+// What the registration script (lxconfigfactorycache.rgs) says, written to the registry and removed from it. The build
+// makes a table of the script's keys and values.
 //
-//     HKCR
-//     {
-//         Name = s 'default value'
-//         {
-//             val ValueName = s 'text'
-//             NoRemove Name        stays when the script is undone
-//             ForceRemove Name     is replaced whole, and removed whole
-//         }
-//     }
-//
-// %MODULE% in a text stands for the module's path. Words are separated by white space; all values are strings.
-//
-// Threading  A script is constant once constructed.
-// Errors     The constructor raises E_UNEXPECTED for a text that is no script. Register and Unregister answer the
-//            registry's own failure codes, and may raise std::bad_alloc.
+// Errors     Both functions answer the registry's own failure codes.
 #ifndef XREGISTRYSCRIPT_H
 #define XREGISTRYSCRIPT_H
 
-#include "XLXError.h"
+#include "XLXText.h"
 
-#include <string_view>
-#include <vector>
+namespace XRegistryScript {
+/// Creates the keys and values below the root. Stops at the first failure.
+/// @param modulePath  takes the place of %MODULE%
+HRESULT Register(HKEY root, const XLXText& modulePath);
 
-class XRegistryScript {
-public:
-    explicit XRegistryScript(std::string_view text);
-
-    /// Creates the keys and values below the root. Stops at the first failure.
-    HRESULT Register(HKEY root, XLXTextView modulePath) const;
-
-    /// Removes what Register creates. Keys of others below the script's keys stay, with what they stand on. A failure
-    /// does not stop the rest; the first one is answered.
-    HRESULT Unregister(HKEY root) const;
-
-    struct Value {
-        XLXText name; // empty for the key's default value
-        XLXText text;
-    };
-
-    struct Key {
-        XLXText name;
-        bool forceRemove = false;
-        bool noRemove = false;
-        std::vector<Value> values;
-        std::vector<Key> keys;
-    };
-
-private:
-    Key m_root;
-};
+/// Removes what Register creates. Keys of others below the script's keys stay, with what they stand on. A failure
+/// does not stop the rest; the first one is answered.
+HRESULT Unregister(HKEY root);
+} // namespace XRegistryScript
 
 #endif

@@ -13,19 +13,16 @@
 #endif
 
 namespace {
-constinit XObjectMapEntry objectMap[] = {
-    {&CLSID_LXConfigFactoryCache, &LXComClassFactory::XFactoryNoPing<XLXConfigFactoryCacheManager>::Create},
-};
-
 LXErrorLocation At(const char* function, int line = LX_CURRENT_LINE) noexcept {
     return LXHere("lxconfigfactorycache", nullptr, function, line);
 }
 } // namespace
 
-constinit XComModule theModule(objectMap);
+constinit XComModule theModule(CLSID_LXConfigFactoryCache,
+                               &LXComClassFactory::XFactoryNoPing<XLXConfigFactoryCacheManager>::Create);
 
 LX_MODULE_FUNCTION DllCanUnloadNow() {
-    return XLXError::Guarded(At("DllCanUnloadNow"), [] { return theModule.CanUnload() ? S_OK : S_FALSE; });
+    return XLXError::Guarded(At("DllCanUnloadNow"), [] { return XModuleCount::IsIdle() ? S_OK : S_FALSE; });
 }
 
 LX_MODULE_FUNCTION DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) {
@@ -33,9 +30,9 @@ LX_MODULE_FUNCTION DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) 
 }
 
 LX_MODULE_FUNCTION DllRegisterServer() {
-    return XLXError::Guarded(At("DllRegisterServer"), [] { return theModule.RegisterServer(); });
+    return XLXError::Guarded(At("DllRegisterServer"), XComModule::RegisterServer);
 }
 
 LX_MODULE_FUNCTION DllUnregisterServer() {
-    return XLXError::Guarded(At("DllUnregisterServer"), [] { return theModule.UnregisterServer(); });
+    return XLXError::Guarded(At("DllUnregisterServer"), XComModule::UnregisterServer);
 }

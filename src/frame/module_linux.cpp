@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// How the module is unloaded, and its registration script, which the build makes a header of.
+// How the module is unloaded. There is no type library service here, and nobody to ask for one: clients use the header.
 #include "XComModule.h"
 #include "XModuleFile.h"
-#include "registryscript.h"
 
 namespace {
 struct Attachment {
@@ -13,4 +12,6 @@ struct Attachment {
 const Attachment attachment;
 } // namespace
 
-std::string_view XModuleFile::RegistryScript() { return RegistryScriptText; }
+HRESULT LXRegisterTypeLibrary(const XLXText&) { return S_OK; }
+
+HRESULT LXUnregisterTypeLibrary() { return S_OK; }

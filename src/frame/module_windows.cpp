@@ -1,22 +1,30 @@
 // SPDX-License-Identifier: MIT
 //
-// How the module is unloaded, and its registration script, which is a resource.
+// How the module is unloaded, and how its type library, which is a resource, is registered.
 #include "XComModule.h"
+#include "XLXComPtr.h"
 #include "XModuleFile.h"
 
 namespace {
-constexpr WORD RegistryScriptId = 102;
+// {3B700219-CA40-4C9A-B2E6-85B56601D125}, version 1.0, English (United States)
+constexpr OLECHAR RegisteredKey[] = OLESTR("TypeLib\\{3B700219-CA40-4C9A-B2E6-85B56601D125}\\1.0");
+constexpr WORD MajorVersion = 1;
+constexpr WORD MinorVersion = 0;
+constexpr LCID Locale = 1033;
 } // namespace
 
-std::string_view XModuleFile::RegistryScript() {
-    HMODULE const module = Handle();
-    HRSRC const resource = FindResourceW(module, MAKEINTRESOURCEW(RegistryScriptId), OLESTR("REGISTRY"));
-    const void* const text = resource != nullptr ? LockResource(LoadResource(module, resource)) : nullptr;
-    if (text == nullptr) {
-        RaiseLastError(OLESTR("the module has no registration script"),
-                       LXHere("module_windows", "XModuleFile", "RegistryScript"));
-    }
-    return {static_cast<const char*>(text), SizeofResource(module, resource)};
+HRESULT LXRegisterTypeLibrary(const XLXText& modulePath) {
+    XLXText path = modulePath; // it is not written to, but not declared so either
+    XLXComPtr<ITypeLib> library;
+    const HRESULT result = LoadTypeLibEx(path.c_str(), REGKIND_NONE, library.Put());
+    return SUCCEEDED(result) ? RegisterTypeLib(library.Get(), path.data(), nullptr) : result;
+}
+
+HRESULT LXUnregisterTypeLibrary() {
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, RegisteredKey, 0, KEY_READ, &key) == ERROR_FILE_NOT_FOUND) { return S_OK; }
+    RegCloseKey(key);
+    return UnRegisterTypeLib(LIBID_LXCONFIGFACTORYCACHELib, MajorVersion, MinorVersion, Locale, SYS_WIN64);
 }
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
