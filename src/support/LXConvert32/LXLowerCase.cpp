@@ -9,11 +9,15 @@
 #include <iterator>
 
 namespace {
+/// Capitals that are small at one distance. At the distance 1 each stands before its small letter, so that the next
+/// capital is two further on.
 struct LowerRange {
     char32_t first;
-    char32_t last;
-    std::uint32_t step;
+    std::uint32_t count;
     std::int32_t distance;
+
+    constexpr std::uint32_t Step() const noexcept { return distance == 1 ? 2 : 1; }
+    constexpr char32_t End() const noexcept { return first + count * Step(); }
 };
 
 constexpr LowerRange Ranges[] = {
@@ -21,7 +25,7 @@ constexpr LowerRange Ranges[] = {
 };
 
 static_assert(std::is_sorted(std::begin(Ranges), std::end(Ranges),
-                             [](const LowerRange& left, const LowerRange& right) { return left.last < right.first; }));
+                             [](const LowerRange& left, const LowerRange& right) { return left.first < right.first; }));
 
 constexpr char32_t FirstHigh = 0xD800;
 constexpr char32_t FirstLow = 0xDC00;
@@ -34,9 +38,9 @@ constexpr bool IsLow(OLECHAR unit) noexcept { return unit >= FirstLow && unit < 
 char32_t Lower(char32_t character) noexcept {
     if (character < 0x80) { return character >= 'A' && character <= 'Z' ? character - 'A' + 'a' : character; }
     const auto range = std::lower_bound(std::begin(Ranges), std::end(Ranges), character,
-                                        [](const LowerRange& left, char32_t right) { return left.last < right; });
+                                        [](const LowerRange& left, char32_t right) { return left.End() <= right; });
     const bool capital =
-        range != std::end(Ranges) && character >= range->first && (character - range->first) % range->step == 0;
+        range != std::end(Ranges) && character >= range->first && (character - range->first) % range->Step() == 0;
     return capital ? static_cast<char32_t>(static_cast<std::int32_t>(character) + range->distance) : character;
 }
 } // namespace

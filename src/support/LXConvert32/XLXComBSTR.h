@@ -29,7 +29,6 @@ public:
 
     BSTR Get() const noexcept { return m_text; }
     XLXTextView View() const noexcept { return LXBstrView(m_text); }
-    bool Empty() const noexcept { return View().empty(); }
 
     BSTR* Put() noexcept {
         Attach(nullptr);

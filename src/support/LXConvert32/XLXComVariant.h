@@ -50,8 +50,6 @@ public:
     /// made.
     static XLXComVariant CopyOf(const VARIANT& value);
     XLXComVariant Copy() const { return CopyOf(m_value); }
-    /// Takes over what the VARIANT owns and leaves it VT_EMPTY.
-    static XLXComVariant Take(VARIANT& value) noexcept { return XLXComVariant(TakeTag{}, value); }
 
     VARTYPE Type() const noexcept { return V_VT(&m_value); }
     bool Empty() const noexcept { return Type() == VT_EMPTY; }
@@ -76,9 +74,6 @@ public:
     IUnknown* AsUnknown() const noexcept;
 
 private:
-    struct TakeTag {};
-    XLXComVariant(TakeTag, VARIANT& value) noexcept : m_value(value) { V_VT(&value) = VT_EMPTY; }
-
     VARIANT m_value;
 };
 

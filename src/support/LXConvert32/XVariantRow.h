@@ -48,8 +48,6 @@ public:
     const XLXComVariant& operator[](std::size_t index) const noexcept { return m_values[index]; }
     auto begin() noexcept { return m_values.begin(); }
     auto end() noexcept { return m_values.end(); }
-    auto begin() const noexcept { return std::span<const XLXComVariant>(m_values).begin(); }
-    auto end() const noexcept { return std::span<const XLXComVariant>(m_values).end(); }
 
     /// Makes the row longer, with empty values, in a block of its own.
     void Grow(std::size_t size) {

@@ -29,33 +29,32 @@ def mappings(data):
 
 
 def ranges(pairs):
-    """[first, last, step, distance]: every step-th character from first to last is small at that distance."""
+    """[first, count, distance]: so many capitals in a row are small at that distance. At the distance 1 each stands
+    before its small letter, so that the next capital is two further on."""
     found = []
     for capital, small in pairs:
         distance = small - capital
-        if found and found[-1][3] == distance:
-            first, last, step, _ = found[-1]
-            gap = capital - last
-            if gap == step or (first == last and gap <= 2):
-                found[-1][1:3] = [capital, gap]
-                continue
-        found.append([capital, capital, 1, distance])
+        first, count, last_distance = found[-1] if found else (0, 0, 0)
+        if distance == last_distance and capital == first + count * (2 if distance == 1 else 1):
+            found[-1][1] += 1
+        else:
+            found.append([capital, 1, distance])
     return found
 
 
 def table(folder):
     data = (folder / "UnicodeData.txt").read_text(encoding="ascii")
     version = re.search(r"-([\d.]+)\.txt", (folder / "PropList.txt").read_text(encoding="utf-8"))[1]
-    rows = [f"{{0x{first:04X}, 0x{last:04X}, {step}, {distance}}}," for first, last, step, distance in ranges(mappings(data))]
+    rows = [f"{{0x{first:04X}, {count}, {distance}}}," for first, count, distance in ranges(mappings(data))]
     lines, line = [], ""
     for row in rows:
-        if line and len(line) + 1 + len(row) > 110:
+        if line and len(line) + 1 + len(row) > 119:
             lines.append(line)
             line = ""
         line += (" " if line else "") + row
     return "\n".join(["// SPDX-License-Identifier: MIT",
                       f"// Simple lower case, Unicode {version}; made by make_lowercase.py.",
-                      "// Every step-th character from the first to the last is small at that distance: first, last, step, distance.",
+                      "// So many capitals are small at that distance: first, count, distance. See LXLowerCase.cpp.",
                       *lines, line]) + "\n"
 
 

@@ -69,9 +69,9 @@ void DefaultSink(const LXLogEntry& entry) {
     static const bool enabled = std::getenv("LXLOGBOOK") != nullptr;
     if (!enabled) { return; }
 #endif
-    const std::string line = std::string(entry.pszCategory) + ": " + Narrow(entry.pszTitle) +
-                             (entry.pszTitle != nullptr && *entry.pszTitle != 0 ? ": " : "") + Narrow(entry.pszText) +
-                             " [" + FunctionText(entry.location) + "]\n";
+    const std::string title = Narrow(entry.pszTitle);
+    const std::string line = std::string(entry.pszCategory) + ": " + title + (title.empty() ? "" : ": ") +
+                             Narrow(entry.pszText) + " [" + FunctionText(entry.location) + "]\n";
 #ifdef _WIN32
     OutputDebugStringA(line.c_str());
 #else
@@ -82,18 +82,6 @@ void DefaultSink(const LXLogEntry& entry) {
 ULONGLONG Now() {
     using namespace std::chrono;
     return static_cast<ULONGLONG>(duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count());
-}
-
-void PublishErrorInfo(const OLECHAR* message, const LXErrorLocation& at) {
-    XLXComPtr<ICreateErrorInfo> creator;
-    if (FAILED(CreateErrorInfo(creator.Put()))) { return; }
-    const std::string narrow =
-        FunctionText(at) + " (" + (at.source != nullptr ? at.source : "") + ", line " + std::to_string(at.line) + ")";
-    XLXText source(narrow.begin(), narrow.end());
-    XLXText description(message != nullptr ? message : OLESTR(""));
-    creator->SetSource(source.data());
-    creator->SetDescription(description.data());
-    if (const auto info = creator.As<IErrorInfo>()) { SetErrorInfo(0, info.Get()); }
 }
 } // namespace
 
@@ -148,7 +136,16 @@ const LONG* STDMETHODCALLTYPE LXErrorWantedCategories(void) {
 
 HRESULT STDMETHODCALLTYPE LXErrorSetInfo(HRESULT hrCode, const OLECHAR* pszMessage,
                                          const LXErrorLocation* pLocation) try {
-    PublishErrorInfo(pszMessage, *pLocation);
+    XLXComPtr<ICreateErrorInfo> creator;
+    if (FAILED(CreateErrorInfo(creator.Put()))) { return hrCode; }
+    const std::string narrow = FunctionText(*pLocation) + " (" +
+                               (pLocation->source != nullptr ? pLocation->source : "") + ", line " +
+                               std::to_string(pLocation->line) + ")";
+    XLXText source(narrow.begin(), narrow.end());
+    XLXText description(pszMessage != nullptr ? pszMessage : OLESTR(""));
+    creator->SetSource(source.data());
+    creator->SetDescription(description.data());
+    if (const auto info = creator.As<IErrorInfo>()) { SetErrorInfo(0, info.Get()); }
     return hrCode;
 } catch (...) { return hrCode; }
 
