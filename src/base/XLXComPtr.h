@@ -7,7 +7,6 @@
 
 #include "LXConfigFactoryCache.h"
 
-#include <cstddef>
 #include <utility>
 
 /// The interface id of T.
@@ -17,15 +16,9 @@ const IID& LXIid() noexcept {
 }
 
 template <class T>
-class XLXComPtr;
-template <class T, class U>
-HRESULT LXQuery(U& object, XLXComPtr<T>& result) noexcept;
-
-template <class T>
 class XLXComPtr {
 public:
     XLXComPtr() noexcept = default;
-    XLXComPtr(std::nullptr_t) noexcept {}
     XLXComPtr(T* object) noexcept : m_object(object) { AddRef(); }
     XLXComPtr(const XLXComPtr& other) noexcept : m_object(other.m_object) { AddRef(); }
     XLXComPtr(XLXComPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}

@@ -9,9 +9,6 @@
 template <class T>
 class XLazyPart {
 public:
-    XLazyPart() noexcept = default;
-    XLazyPart(const XLazyPart&) = delete;
-    XLazyPart& operator=(const XLazyPart&) = delete;
     ~XLazyPart() { delete m_part.load(std::memory_order_acquire); }
 
     /// The part; made when there is none yet. Of two threads that make one, one keeps it.

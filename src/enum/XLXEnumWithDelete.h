@@ -39,7 +39,7 @@ public:
             *pcFetched = 0;
             if (cElems != 0) { XLXError::CheckPointer(prgElems, OLESTR("prgElems"), At("RemNext")); }
             const Range range = Advance(cElems);
-            if (range.atEnd) { return S_FALSE; }
+            if (range.begin == m_items.size()) { return S_FALSE; }
             for (size_t i = range.begin; i < range.end; ++i) {
                 m_items[i].CopyTo(prgElems++);
             }
@@ -64,7 +64,7 @@ public:
         return XLXError::Guarded(At("GetSingleNext"), [&] {
             LXCheckOut(prgElem, OLESTR("prgElem"), At("GetSingleNext"));
             const Range range = Advance(1);
-            if (range.atEnd) { return S_FALSE; }
+            if (range.begin == m_items.size()) { return S_FALSE; }
             m_items[range.begin].CopyTo(prgElem);
             return S_OK;
         });
@@ -74,9 +74,8 @@ public:
 
 private:
     struct Range {
-        size_t begin;
+        size_t begin; // m_items.size(): nothing was left
         size_t end;
-        bool atEnd; // nothing was left
     };
 
     static LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) noexcept {
@@ -91,7 +90,7 @@ private:
         do {
             end = begin + std::min(count, size - begin);
         } while (!m_cursor.compare_exchange_weak(begin, end, std::memory_order_relaxed));
-        return {begin, end, begin == size};
+        return {begin, end};
     }
 
     const Items m_items;

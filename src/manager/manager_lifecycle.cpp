@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // How the manager is brought into service and taken out of it.
-#include "XLockSwitch.h"
+#include "XCountedLock.h"
 #include "lxconfigfactorycachemanager.h"
 
 namespace {

@@ -51,7 +51,6 @@ public:
 
     constexpr bool Has(XAspect aspect) const noexcept { return (m_bits & BitOf(aspect)) != 0; }
     constexpr void Add(XAspect aspect) noexcept { m_bits |= BitOf(aspect); }
-    constexpr bool operator==(const XAspectSet&) const noexcept = default;
 
     /// Calls visit(aspect) for each aspect of the set, in order.
     template <class Visit>

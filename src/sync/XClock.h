@@ -52,10 +52,6 @@ struct XMoment {
 template <class Policy = XSystemSync>
 class XBasicClock {
 public:
-    XBasicClock() noexcept = default;
-    XBasicClock(const XBasicClock&) = delete;
-    XBasicClock& operator=(const XBasicClock&) = delete;
-
     std::uint64_t Now(XAspect aspect) const noexcept {
         return m_numbers[static_cast<std::size_t>(aspect)].value.load(std::memory_order_acquire);
     }

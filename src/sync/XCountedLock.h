@@ -6,12 +6,25 @@
 #include "XLXError.h"
 #include "XLazyPart.h"
 #include "XLeafMutex.h"
-#include "XLockSwitch.h"
 
 #include <atomic>
 #include <cstdint>
 #include <map>
 #include <mutex>
+
+/// The process-wide lock switch. It is on at load and turned off for good by server-mode initialisation: the host
+/// then serialises all its calls to the component, in the whole process, and the counted locks make no lock calls. A
+/// lock that is held or waited for at that moment is given back as it was taken, by its own record. Fill mutexes and
+/// leaf mutexes do not look at the switch.
+class XLockSwitch {
+public:
+    static bool IsOn() noexcept { return s_on.load(std::memory_order_acquire); }
+    static void TurnOff() noexcept { s_on.store(false, std::memory_order_release); }
+
+private:
+    friend class XLockSwitchTestAccess; // tests turn it on again
+    static inline std::atomic<bool> s_on{true};
+};
 
 /// One thread's references to a lock.
 struct ThreadLockEntry {
@@ -87,8 +100,6 @@ template <class Lockable = XCriticalSectionEx>
 class XBasicRefCountCritSection {
 public:
     explicit XBasicRefCountCritSection(XLockLevel level = XLockLevel::PropertyStore) noexcept : m_place(level) {}
-    XBasicRefCountCritSection(const XBasicRefCountCritSection&) = delete;
-    XBasicRefCountCritSection& operator=(const XBasicRefCountCritSection&) = delete;
 
     /// One exclusive reference for the calling thread. Raises E_FAIL inside the thread's own read; its count then
     /// stays raised, and the shared lock is never given back: callers must not do that.

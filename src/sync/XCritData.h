@@ -38,7 +38,6 @@ template <class T, class Data>
 class XCritAccess {
 public:
     XCritAccess(const XCritAccess&) = delete;
-    XCritAccess& operator=(const XCritAccess&) = delete;
     T* operator->() const noexcept { return &m_value; }
     T& operator*() const noexcept { return m_value; }
 

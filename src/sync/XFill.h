@@ -41,7 +41,6 @@ public:
         Policy::ThreadPointer() = this;
     }
     XBasicFill(const XBasicFill&) = delete;
-    XBasicFill& operator=(const XBasicFill&) = delete;
     ~XBasicFill() {
         Policy::ThreadPointer() = const_cast<XBasicFill*>(m_next);
         if (!m_locked) { return; }

@@ -40,6 +40,11 @@ struct XPublished {
     bool open = false; ///< between Begin and End
 
     bool IsFresh(std::uint64_t own) const noexcept { return open && stamp == XStamp{time.Now(), own}; }
+    /// Empties it. What is returned is to go after the lock.
+    std::shared_ptr<const T> Empty() noexcept {
+        stamp = {};
+        return std::exchange(value, nullptr);
+    }
 };
 
 /// Guards what many objects have one of: a mutex of one word.
@@ -101,38 +106,28 @@ public:
 
     /// Empties the holder; from now on answers of this time are published.
     void Begin(Time time) {
-        Value former;
         m_own.Advance();
-        m_guarded.Write([&](auto& published) {
-            former.swap(published.value);
-            published.stamp = {};
+        const Value former = m_guarded.Write([&](auto& published) {
             std::swap(published.time, time); // the former clock goes after the lock
             published.open = true;
+            return published.Empty();
         });
     }
     /// Empties the holder and publishes nothing more, unless it is open for another time. Returns what was there.
     Value End(Time time) {
-        Value former;
-        m_guarded.Write([&](auto& published) {
-            if (!published.open || !published.time.IsSame(time)) { return; }
+        return m_guarded.Write([&](auto& published) {
+            if (!published.open || !published.time.IsSame(time)) { return Value(); }
             m_own.Advance();
-            former.swap(published.value);
-            published.stamp = {};
             std::swap(published.time, time);
             published.time = Time{};
             published.open = false;
+            return published.Empty();
         });
-        return former;
     }
     /// Empties the holder; the next question asks again. Returns what was there.
     Value Clear() {
         m_own.Advance();
-        Value former;
-        m_guarded.Write([&](auto& published) {
-            former.swap(published.value);
-            published.stamp = {};
-        });
-        return former;
+        return m_guarded.Write([](auto& published) { return published.Empty(); });
     }
 
     /// The value when it is fresh, else null.

@@ -31,7 +31,7 @@ public:
 
     /// A counted reference to the object; none once it has begun to go.
     XLXComPtr<T> Lock() const noexcept {
-        if (m_block == nullptr) { return nullptr; }
+        if (m_block == nullptr) { return {}; }
         const std::lock_guard<XLeafMutex> lock(m_block->mutex);
         T* const target = m_block->target;
         return LXAttach(target != nullptr && target->TryAddRef() ? target : nullptr);

@@ -60,9 +60,8 @@ void XArrayReader::LogRefusal(const XLXException& refusal, const XArraySubject& 
         }
         if (!subject.attribute.empty()) { place << ", attribute '" << subject.attribute << "'"; }
         XLXError::WriteErrorToLogBook(refusal.Code(), XLXError::SeverityError,
-                                      XLXFormat()
-                                          << "transfer array refused at element " << LONG(m_at) << " of "
-                                          << LONG(m_count) << " (" << place << "): " << refusal.Message(),
+                                      XLXFormat() << "transfer array refused at element " << LONG(m_at) << " of "
+                                                  << LONG(m_count) << " (" << place << "): " << refusal.Message(),
                                       refusal.Location());
     });
 }

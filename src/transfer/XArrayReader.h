@@ -53,7 +53,6 @@ public:
     XArrayReader(XLXSafeArray array, ULONG least, const char* method, EValues values = EValues::Moved,
                  const XArrayOrigin& origin = {});
     XArrayReader(const XArrayReader&) = delete;
-    XArrayReader& operator=(const XArrayReader&) = delete;
 
     /// Runs what reads the array. A refusal is written to the logbook with the place that was read, and goes on. Only
     /// then the record is asked what it is about.

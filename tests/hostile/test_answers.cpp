@@ -2,8 +2,8 @@
 //
 // Servers whose single answers are odd: values in arrays of the wrong shape, values by reference, records without
 // objects, and calls that fail and leave something behind all the same.
+#include "XCountedLock.h"
 #include "XDataObjectRefusals.h"
-#include "XLockSwitch.h"
 #include "hostileserver.h"
 #include "logcapture.h"
 
