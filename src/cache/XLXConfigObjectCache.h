@@ -34,8 +34,8 @@ class XLXConfigObjectCache
     : public XPropertyMethods<XUnknown<Derived, Interface, MoreFaces..., ILXCallbackUpdate>, Facts.kind> {
 public:
     /// @param clock  of the connection; null: nothing on the server can make the object stale
-    XLXConfigObjectCache(XLXComPtr<IUnknown> server, XClockPtr clock, std::size_t slots = 0)
-        : m_clock(std::move(clock)), m_server(Facts.proxyScope, std::move(server)), m_store(slots) {}
+    XLXConfigObjectCache(XLXComPtr<IUnknown> server, XClockPtr clock)
+        : m_clock(std::move(clock)), m_server(Facts.proxyScope, std::move(server)), m_store(Facts.slots) {}
 
     static HRESULT RefuseNullFace() noexcept {
         return XLXError::RefusePointer(OLESTR("ppv"), Facts.At("QueryInterface"));

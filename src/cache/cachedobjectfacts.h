@@ -16,6 +16,7 @@ struct XCachedObjectFacts {
     XAspect set;                 ///< of which set the object is part: orders the records that bring it
     bool readOnly;               ///< Set and SetProperty are refused
     const char* clientInfoClass; ///< the class that a failed GetClientInfo names
+    std::size_t slots = 0;       ///< of values, there before the first ones come
 
     constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) const noexcept {
         return {source, className, method, line};
@@ -56,7 +57,7 @@ inline constexpr XCachedObjectFacts ParentChild{
     EConfigElementKind::Relation, XAspect::RelationValues, XAspect::Relations, false, "XLXParentChildCache"};
 inline constexpr XCachedObjectFacts PCInfo{
     "XLXPCInfoCache", "lxpcinfocache", LX_PROXY_SCOPE(ILXPCInfo),
-    EConfigElementKind::PCInfo, XAspect::PCInfoValues, XAspect::PCInfos, false, "XLXPCInfoCache"};
+    EConfigElementKind::PCInfo, XAspect::PCInfoValues, XAspect::PCInfos, false, "XLXPCInfoCache", 10};
 inline constexpr XCachedObjectFacts Type{
     "XLXTypeCache", "lxtypecache", LX_PROXY_SCOPE(ILXType),
     EConfigElementKind::Type, XAspect::TypeValues, XAspect::TypeMap, false, "XLXTypeCache"};

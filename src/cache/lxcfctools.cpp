@@ -18,6 +18,22 @@ namespace {
 constexpr DWORD ComputerNameCharacters = 1024;
 } // namespace
 
+HRESULT LXAskProperty(ILXConfigObject& server, int member, XLXComVariant& value) {
+    return LXAskValue("ILXConfigObject::GetProperty", value,
+                      [&](VARIANT* out) { return server.GetProperty(member, out); });
+}
+
+HRESULT LXAskAttribute(ILX_BaseDataObject& object, const OLECHAR* name, XLXComVariant& value) {
+    const XLXComBSTR attribute(name);
+    return LXAskValue("ILX_BaseDataObject::GetAttribute", value,
+                      [&](VARIANT* out) { return object.GetAttribute(attribute.Get(), out); });
+}
+
+HRESULT LXAskTypeName(ILX_BaseDataObject& object, XLXComBSTR& name) {
+    return LXAsk("ILX_BaseDataObject::GetTypeName", name, LXNoResult::Empty, {}, {},
+                 [&](BSTR* out) { return object.GetTypeName(out); });
+}
+
 HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values) {
     XLXSafeArray array;
     const HRESULT result =

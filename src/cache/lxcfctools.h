@@ -7,11 +7,42 @@
 #include "XClock.h"
 #include "XLXComBSTR.h"
 #include "XLXComPtr.h"
+#include "XLXEnumWithDelete.h"
 #include "XLXError.h"
 #include "XRetired.h"
 #include "XVariantRow.h"
 
 #include <utility>
+
+/// Answers a method with an out pointer: the boundary, and the pointer checked and nulled before anything else.
+/// @param answer  HRESULT answer(); what it raises is the method's failure
+template <class T, class Answer>
+HRESULT LXAnswer(const LXErrorLocation& at, const OLECHAR* outName, T** out, Answer&& answer) {
+    return XLXError::Guarded(at, [&]() -> HRESULT {
+        LXCheckOut(out, outName, at);
+        return answer();
+    });
+}
+
+/// Hands an object out; S_FALSE and null when there is none.
+template <class Object, class Interface>
+HRESULT LXHandOut(XLXComPtr<Object> object, Interface** out) noexcept {
+    *out = object.Detach();
+    return *out != nullptr ? S_OK : S_FALSE;
+}
+
+/// Hands the objects of a map out, which may be null, in key order.
+template <class Interface, class Map, class Enumerator>
+HRESULT LXHandOutAll(const std::shared_ptr<const Map>& map, Enumerator** out) {
+    std::vector<XLXComPtr<Interface>> objects;
+    if (map) {
+        objects.reserve(map->size());
+        for (const auto& [key, object] : *map) {
+            objects.emplace_back(object);
+        }
+    }
+    return LXHandOutEnumerator(std::move(objects), out);
+}
 
 /// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error information.
 /// std::bad_alloc passes: the component's own lack of memory is no answer of the server, and must not be cached.
@@ -28,6 +59,17 @@ auto LXRaisedAt(const LXErrorLocation& at, F&& body) {
     try {
         return body();
     } catch (const XLXException& failure) { XLXError::Raise(failure.Code(), failure.Message(), at); }
+}
+
+/// Runs a step of a load; a failure that it raises is kept, to be raised once when what came before it is published.
+template <class F>
+void LXKeepFailure(std::exception_ptr& failure, F&& step) {
+    try {
+        step();
+    } catch (const XLXException&) { failure = std::current_exception(); }
+}
+inline void LXRaiseKept(const std::exception_ptr& failure) {
+    if (failure) { std::rethrow_exception(failure); }
 }
 
 /// A server's enumeration that yields more than this many elements never ends.
@@ -75,6 +117,13 @@ HRESULT LXAskValue(const char* method, XLXComVariant& result, Call&& call) {
     if (FAILED(answer)) { V_VT(out) = VT_EMPTY; }
     return answer;
 }
+
+/// Asks for a property of a configuration object of the server.
+HRESULT LXAskProperty(ILXConfigObject& server, int member, XLXComVariant& value);
+/// Asks for an attribute of a data object.
+HRESULT LXAskAttribute(ILX_BaseDataObject& object, const OLECHAR* name, XLXComVariant& value);
+/// Asks for the type name of a data object; one without a text is empty.
+HRESULT LXAskTypeName(ILX_BaseDataObject& object, XLXComBSTR& name);
 
 /// The answer of a call that is passed on to the server. A failure leaves the caller's variable null.
 template <class Result, class Call>

@@ -6,9 +6,11 @@
 #define XLXTRANSIENTOBJECT_H
 
 #include "XLXComVariant.h"
-#include "XLXError.h"
 #include "XPropertyMethods.h"
 #include "XUnknown.h"
+
+#include <algorithm>
+#include <span>
 
 /// A property that a transient object has, with the value that it answers or starts with.
 struct XTransientProperty {
@@ -28,30 +30,31 @@ struct XTransientProperty {
 };
 
 /// The property of an index; null when the table has none.
-template <std::size_t count>
-constexpr const XTransientProperty* LXFindProperty(const XTransientProperty (&table)[count], int index) noexcept {
-    for (const XTransientProperty& property : table) {
-        if (property.index == index) { return &property; }
-    }
-    return nullptr;
+inline const XTransientProperty* LXFindProperty(std::span<const XTransientProperty> table, int index) noexcept {
+    const auto found = std::ranges::find(table, index, &XTransientProperty::index);
+    return found != table.end() ? &*found : nullptr;
 }
 
-/// The references to an object whose life does not depend on them. Each is a lock on the module, so that the object's
+/// An object whose life does not depend on the references to it. Each is a lock on the module, so that the object's
 /// code is there as long as somebody holds it. Any thread may call.
-class XModuleReferences {
+template <class Derived, class Interface>
+class XModuleReferences : public XFaces<Derived, Interface> {
 public:
-    ULONG Add() noexcept {
+    ULONG STDMETHODCALLTYPE AddRef() override {
         XModuleCount::Lock();
         m_count.fetch_add(1, std::memory_order_relaxed);
         return Answer;
     }
     /// One that was never added takes no lock away.
-    ULONG Remove() noexcept {
+    ULONG STDMETHODCALLTYPE Release() override {
         ULONG count = m_count.load(std::memory_order_relaxed);
         while (count != 0 && !m_count.compare_exchange_weak(count, count - 1, std::memory_order_relaxed)) {}
         if (count != 0) { XModuleCount::Unlock(); }
         return Answer;
     }
+
+protected:
+    ~XModuleReferences() = default;
 
 private:
     static constexpr ULONG Answer = 1; // no count, since callers must not conclude anything from it
@@ -60,29 +63,24 @@ private:
 };
 
 /// It answers its interface and IUnknown, and no callback.
-/// @tparam Base  its face: an XUnknown, or an XFaces with other references
+/// @tparam Base  its face: an XUnknown, or an XModuleReferences
 template <class Base, EConfigElementKind kind>
 class XLXTransientObject : public XPropertyMethods<Base, kind> {
 public:
-    XLXTransientObject(const XLXTransientObject&) = delete;
-    XLXTransientObject& operator=(const XLXTransientObject&) = delete;
-
     static HRESULT RefuseNullFace() noexcept {
         return XLXError::RefusePointer(OLESTR("ppv"),
                                        LXHere("XLXTransientObject", "XLXTransientObject", "QueryInterface"));
     }
 
 protected:
-    XLXTransientObject() noexcept = default;
     ~XLXTransientObject() = default;
 
     /// Gives the value of a property to a caller's variable.
     /// @param unknownAt  where an unknown index is reported; none: it is refused with a bare code
     /// @param valueOf    valueOf(property) makes the value
-    template <std::size_t count, class ValueOf>
-    static HRESULT HandOutProperty(const XTransientProperty (&table)[count], int index, VARIANT* out,
+    static HRESULT HandOutProperty(std::span<const XTransientProperty> table, int index, VARIANT* out,
                                    const LXErrorLocation& at, const std::optional<LXErrorLocation>& unknownAt,
-                                   ValueOf&& valueOf) {
+                                   auto&& valueOf) {
         return XLXError::Guarded(at, [&]() -> HRESULT {
             XLXError::CheckPointer(out, OLESTR("pvarValue"), at);
             const XTransientProperty* const property = LXFindProperty(table, index);

@@ -16,29 +16,18 @@ HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName) {
         }
     }
     XLXComBSTR own;
-    const HRESULT result =
-        LXAsk("ILX_BaseDataObject::GetTypeName", own, LXNoResult::Empty, {}, LXPCPartAt("CollectPCRelationsByDO"),
-              [&](BSTR* out) { return object->GetTypeName(out); });
+    const HRESULT result = LXAskTypeName(*object, own);
     if (result == S_OK) { typeName = own.View(); }
     return result;
 }
 
 constexpr LXErrorLocation At(int line = LX_CURRENT_LINE) { return LXPCPartAt("GetSinglePCRelationByDO", line); }
 
-/// An attribute of a data object; nothing when it has none.
-XLXComVariant AttributeOf(ILX_BaseDataObject& object, const OLECHAR* name, HRESULT& result) {
-    XLXComVariant value;
-    const XLXComBSTR attribute(name);
-    result = LXAskValue("ILX_BaseDataObject::GetAttribute", value,
-                        [&](VARIANT* out) { return object.GetAttribute(attribute.Get(), out); });
-    return value;
-}
-
 /// An attribute that must be a text; raises the text that says what is missing.
 XLXComBSTR TextAttribute(ILX_BaseDataObject& object, const OLECHAR* name, const OLECHAR* failureText,
                          const LXErrorLocation& at) {
-    HRESULT result = S_OK;
-    const XLXComVariant value = AttributeOf(object, name, result);
+    XLXComVariant value;
+    const HRESULT result = LXAskAttribute(object, name, value);
     const auto text = SUCCEEDED(result) && !value.Empty() ? value.AsText() : std::nullopt;
     if (!text) { XLXError::Raise(E_INVALIDARG, failureText, at); }
     return XLXComBSTR(*text);
@@ -56,9 +45,9 @@ XLXComPtr<ILX_BaseDataObject> OtherEnd(ILX_BaseDataObject* relationship, ILX_Bas
 
 /// Whether a parent stands at the second end of a relationship.
 bool IsReverse(ILX_BaseDataObject& relationship, ILX_BaseDataObject* parent) {
-    HRESULT result = S_OK;
-    const XLXComVariant first = AttributeOf(relationship, OLESTR("relationobject1"), result);
-    XLXError::RaiseIfFailed(result, OLESTR("relationobject1"), At(948));
+    XLXComVariant first;
+    XLXError::RaiseIfFailed(LXAskAttribute(relationship, OLESTR("relationobject1"), first), OLESTR("relationobject1"),
+                            At(948));
     IUnknown* const object = first.Type() == VT_UNKNOWN ? first.AsUnknown() : nullptr;
     return object != nullptr &&
            !(XLXComPtr<IUnknown>(object).As<IUnknown>() == XLXComPtr<IUnknown>(parent).As<IUnknown>());

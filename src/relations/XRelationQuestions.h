@@ -18,8 +18,7 @@ template <class... Bases>
 class XRelationQuestions : public Bases... {
 public:
     HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR typeName, BSTR, ILXParentChildEnum** out) override {
-        LXEmptyOut(out);
-        return Ask("GetParentChildEnum", [&](auto& relations) {
+        return Ask("GetParentChildEnum", out, [&](auto& relations) {
             XLXError::CheckPointer(out, OLESTR("ppEnum"), LXPCPartAt("GetParentChildEnum"));
             return LXHandOutEnumerator(relations.Collect(LXBstrView(typeName), {}, {}, LXPCF_NONE), out);
         });
@@ -36,8 +35,7 @@ public:
     /// With the relations of the base types. Any success of the object's other than S_OK is the answer.
     HRESULT STDMETHODCALLTYPE GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
                                            ILXParentChildEnum** out) override {
-        LXEmptyOut(out);
-        return Ask("GetPCEnumAll", [&](auto& relations) {
+        return Ask("GetPCEnumAll", out, [&](auto& relations) {
             XLXError::CheckPointer(out, OLESTR("ppPCEnum"), LXPCPartAt("GetPCEnumAll"));
             const XRelationEnds ends(object, nullptr, typeName);
             return ends.result != S_OK
@@ -106,8 +104,7 @@ public:
 
     // Single relations
     HRESULT STDMETHODCALLTYPE GetPCRelation(BSTR parentType, BSTR, BSTR childList, ILXParentChild** out) override {
-        LXEmptyOut(out);
-        return Ask("GetPCRelation", [&](auto& relations) {
+        return Ask("GetPCRelation", out, [&](auto& relations) {
             const auto at = [](int line) { return LXPCPartAt("GetPCRelation", line); };
             XLXError::CheckPointer(parentType, OLESTR("bstrTypenameParent"), at(799));
             XLXError::CheckPointer(childList, OLESTR("bstrChildListName"), at(800));
@@ -119,14 +116,12 @@ public:
     }
     HRESULT STDMETHODCALLTYPE GetSinglePCRelation(BSTR parentType, BSTR childType, BSTR, BSTR childList,
                                                   ILXParentChild** out) override {
-        LXEmptyOut(out);
-        return Ask("GetSinglePCRelation",
+        return Ask("GetSinglePCRelation", out,
                    [&](auto& relations) { return Single(relations, parentType, childType, childList, out); });
     }
     HRESULT STDMETHODCALLTYPE GetSinglePCRelationByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* relationship,
                                                       ILXParentChild** out) override {
-        LXEmptyOut(out);
-        return Ask("GetSinglePCRelationByDO", [&](auto& relations) {
+        return Ask("GetSinglePCRelationByDO", out, [&](auto& relations) {
             const XRelationshipNames names(parent, relationship);
             return Single(relations, names.parentType.Get(), names.childType.Get(), names.childList.Get(), out);
         });
@@ -165,11 +160,16 @@ private:
     HRESULT Ask(const char* method, Question&& question) const {
         return XLXError::Guarded(LXManagerAt(method), [&]() -> HRESULT { return question(*RelationManager(method)); });
     }
+    /// The same with an out pointer, which is nulled first: there may be nobody to ask.
+    template <class Out, class Question>
+    HRESULT Ask(const char* method, Out** out, Question&& question) const {
+        LXEmptyOut(out);
+        return Ask(method, std::forward<Question>(question));
+    }
 
     HRESULT Enumerate(const char* method, ILXParentChildEnum** out, const Selection& selection,
                       const LXErrorLocation& at, std::initializer_list<Required> required) const {
-        LXEmptyOut(out); // there may be nobody to ask
-        return Ask(method, [&](auto& relations) {
+        return Ask(method, out, [&](auto& relations) {
             for (const Required& argument : required) {
                 XLXError::CheckPointer(argument.pointer, argument.name, at);
             }
@@ -185,8 +185,7 @@ private:
     }
     HRESULT EnumeratePossible(const char* method, BSTR parentType, BSTR childType, BSTR browserId, LONG filter,
                               ILXParentChildEnum** out) const {
-        LXEmptyOut(out);
-        return Ask(method, [&](auto& relations) {
+        return Ask(method, out, [&](auto& relations) {
             const LXErrorLocation at = LXPCPartAt("GetPossiblePPRRelations2");
             XLXError::CheckPointer(out, OLESTR("ppPCEnum"), at);
             CheckNotEmpty(parentType, OLESTR("bstrParent is empty"), at);

@@ -13,23 +13,13 @@ XLXParentChildCache::XLXParentChildCache(XLXComPtr<IUnknown> server, XClockPtr c
       m_pcInfos(nullptr, XStamp{}, TimeOf(XAspect::PCInfos), true) {}
 
 HRESULT XLXParentChildCache::GetPCInfoEnum(ILXPCInfoEnum** ppEnum) {
-    return XLXError::Guarded(TheFacts.At("GetPCInfoEnum"), [&] {
-        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetPCInfoEnum", 368));
-        std::vector<XLXComPtr<ILXPCInfo>> items;
-        const PCInfoMapPtr infos = LoadPCInfos();
-        for (const auto& [browser, info] : *infos) {
-            items.emplace_back(info);
-        }
-        return LXHandOutEnumerator(std::move(items), ppEnum);
-    });
+    return LXAnswer(TheFacts.At("GetPCInfoEnum", 368), OLESTR("ppEnum"), ppEnum,
+                    [&] { return LXHandOutAll<ILXPCInfo>(LoadPCInfos(), ppEnum); });
 }
 
 HRESULT XLXParentChildCache::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) {
-    return XLXError::Guarded(TheFacts.At("GetPCInfo"), [&] {
-        LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), TheFacts.At("GetPCInfo", 404));
-        *ppPCInfo = FindPCInfo(LXBstrView(bstrBrowserId)).Detach();
-        return *ppPCInfo != nullptr ? S_OK : S_FALSE;
-    });
+    return LXAnswer(TheFacts.At("GetPCInfo", 404), OLESTR("ppPCInfo"), ppPCInfo,
+                    [&] { return LXHandOut(FindPCInfo(LXBstrView(bstrBrowserId)), ppPCInfo); });
 }
 
 // The browser that a PC info shows is read from the PC info: it may have changed since the map was made. One that
@@ -56,7 +46,9 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos() {
         TimeOf(XAspect::PCInfos),
         [&] {
             moment = Moment();
-            return FetchPCInfos(moment, failure);
+            auto fresh = std::make_shared<PCInfoMap>();
+            LXKeepFailure(failure, [&] { FetchPCInfos(*fresh, moment); });
+            return fresh;
         },
         // The relation passes a notification that comes straight to it on to the PC infos in the map. Those that are
         // published after one that came while they were on their way would miss it.
@@ -66,22 +58,15 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos() {
                 info->TakeOwnersNumber(Direct(), moment);
             }
         });
-    if (failure) {
-        std::rethrow_exception(failure); // once: what came before it is kept
-    }
-    return OrNone(infos);
-}
-
-XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::OrNone(const PCInfoMapPtr& infos) {
+    LXRaiseKept(failure);
     static const PCInfoMap none;
     return infos ? infos : PCInfoMapPtr(PCInfoMapPtr(), &none);
 }
 
-XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMoment& moment,
-                                                                    std::exception_ptr& failure) {
+// A PC info that is there already for its browser stays the same object: whoever holds it reads the new values.
+void XLXParentChildCache::FetchPCInfos(PCInfoMap& fresh, const XMoment& moment) const {
     const LXErrorLocation at = TheFacts.At("LoadPCInfos");
-    const PCInfoMapPtr former = OrNone(m_pcInfos.Held());
-    auto fresh = std::make_shared<PCInfoMap>();
+    const PCInfoMapPtr former = m_pcInfos.Held();
     XRetired retired;
     XLXComPtr<ILXPCInfoEnum> infos;
     const HRESULT result = LXWithoutRaising([&] {
@@ -89,29 +74,17 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::FetchPCInfos(const XMomen
         return LXAsk("ILXParentChild::GetPCInfoEnum", infos, LXNoResult::Nothing, {}, at,
                      [&](ILXPCInfoEnum** out) { return server->GetPCInfoEnum(out); });
     });
-    try {
-        if (SUCCEEDED(result) && infos) {
-            LXForEachOf<PCInfoBatch, ILXPCInfo>(*infos, "ILXPCInfoEnum::RemNext", at,
-                                                [&](XLXComPtr<ILXPCInfo>&& element) {
-                                                    AddPCInfo(*former, *fresh, std::move(element), moment, retired);
-                                                });
+    if (FAILED(result) || !infos) { return; }
+    LXForEachOf<PCInfoBatch, ILXPCInfo>(*infos, "ILXPCInfoEnum::RemNext", at, [&](XLXComPtr<ILXPCInfo>&& info) {
+        XVariantRow values;
+        const HRESULT read = LXWithoutRaising([&] { return LXFetchProperties(*info, at, values); });
+        auto key = read == S_OK ? XCFGStringKey::At(values, MemberPCInfoBrowser) : std::nullopt;
+        if (key) // without its browser there is no key to find it by
+        {
+            LXEnterRecord(former.get(), fresh, std::move(*key), std::move(info), std::move(values), moment, Clock(),
+                          retired);
         }
-    } catch (const XLXException&) { failure = std::current_exception(); }
-    return fresh;
-}
-
-// A PC info that is there already for its browser stays the same object: whoever holds it reads the new values.
-void XLXParentChildCache::AddPCInfo(const PCInfoMap& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server,
-                                    const XMoment& moment, XRetired& retired) const {
-    const LXErrorLocation at = TheFacts.At("LoadPCInfos");
-    XVariantRow values;
-    const HRESULT read = LXWithoutRaising([&] { return LXFetchProperties(*server, at, values); });
-    auto key = read == S_OK && values.size() > MemberPCInfoBrowser ? XCFGStringKey::Of(values[MemberPCInfoBrowser])
-                                                                   : std::nullopt;
-    if (!key) {
-        return; // without its browser there is no key to find it by
-    }
-    LXEnterRecord(&former, to, std::move(*key), std::move(server), std::move(values), moment, Clock(), retired);
+    });
 }
 
 void XLXParentChildCache::OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched) {

@@ -5,8 +5,15 @@
 #include "XCFGStringKey.h"
 #include "lxpcinfocache.h"
 
-#include <exception>
-#include <map>
+/// The properties of a relation that the component reads, by index.
+enum LXRelationMember : int {
+    LXRM_CHILDLISTNAME = 0,
+    LXRM_CHILDNAME = 1,
+    LXRM_SYSTEMINTERNAL = 14,
+    LXRM_PARENTNAME = 19,
+    LXRM_PPRRELATIONTYPE = 20,
+    LXRM_NAMESHORT = 21
+};
 
 /// A relation: which type may stand below which, in which child list, with how each browser shows it.
 class XLXParentChildCache final
@@ -39,10 +46,7 @@ private:
     /// The PC infos, read from the server unless they are fresh; none while the thread is reading them. A relation
     /// whose server cannot list them counts as having none, until a notification says otherwise.
     PCInfoMapPtr LoadPCInfos();
-    static PCInfoMapPtr OrNone(const PCInfoMapPtr& infos);
-    PCInfoMapPtr FetchPCInfos(const XMoment& moment, std::exception_ptr& failure);
-    void AddPCInfo(const PCInfoMap& former, PCInfoMap& to, XLXComPtr<ILXPCInfo> server, const XMoment& moment,
-                   XRetired& retired) const;
+    void FetchPCInfos(PCInfoMap& fresh, const XMoment& moment) const;
 
     XLoaded<PCInfoMap> m_pcInfos;
 };

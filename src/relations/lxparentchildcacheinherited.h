@@ -7,31 +7,39 @@
 #ifndef LXPARENTCHILDCACHEINHERITED_H
 #define LXPARENTCHILDCACHEINHERITED_H
 
-#include "XLXComPtr.h"
-#include "XLXError.h"
+#include "XLXComVariant.h"
 #include "XPropertyMethods.h"
 #include "XUnknown.h"
+
+#include <concepts>
 
 /// It answers its own parent and child name, and hands everything else to the base relation: writes too, so that they
 /// change the relation that is inherited.
 class XLXParentChildCacheInherited final
     : public XPropertyMethods<XUnknown<XLXParentChildCacheInherited, ILXParentChild>, EConfigElementKind::Relation> {
 public:
-    /// @param base  the relation to inherit from; of one that is itself inherited, the one at its root
+    /// @param base  the relation to inherit from
     explicit XLXParentChildCacheInherited(XLXComPtr<ILXParentChild> base);
-    ~XLXParentChildCacheInherited();
+    /// @param inherited  a relation that is itself inherited: the new one inherits from the one at its root
+    template <std::same_as<XLXParentChildCacheInherited> Self>
+    explicit XLXParentChildCacheInherited(const XLXComPtr<Self>& inherited)
+        : XLXParentChildCacheInherited(inherited->m_base) {}
 
     static HRESULT RefuseNullFace() noexcept;
 
     // ILXConfigObject
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
-    HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override;
+    HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override {
+        return m_base->SetProperty(iLXCF_Member, varValue);
+    }
 
     // ILXParentChild
     HRESULT STDMETHODCALLTYPE AddPCInfo(ILXPCInfo** ppPCInfo) override { return LXNotOffered(ppPCInfo); }
     HRESULT STDMETHODCALLTYPE RemovePCInfo(ILXPCInfo*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetPCInfoEnum(ILXPCInfoEnum** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) override;
+    HRESULT STDMETHODCALLTYPE GetPCInfoEnum(ILXPCInfoEnum** ppEnum) override { return m_base->GetPCInfoEnum(ppEnum); }
+    HRESULT STDMETHODCALLTYPE GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) override {
+        return m_base->GetPCInfo(bstrBrowserId, ppPCInfo);
+    }
 
     // For the creator
     void SetNames(XLXTextView parentName, XLXTextView childName) {
@@ -40,9 +48,9 @@ public:
     }
 
 private:
+    const XLXComPtr<ILXParentChild> m_base;
     XLXText m_parentName;
     XLXText m_childName;
-    XLXComPtr<ILXParentChild> m_base;
 };
 
 #endif

@@ -5,14 +5,6 @@
 #include "XLXConfigObjectCache.h"
 
 /// How one browser shows a parent-child relation.
-class XLXPCInfoCache final : public XLXConfigObjectCache<XLXPCInfoCache, XCachedFacts::PCInfo, ILXPCInfo> {
-public:
-    static constexpr std::size_t Slots = 10; // there before the first values are
-
-    XLXPCInfoCache(XLXComPtr<IUnknown> server, XClockPtr clock)
-        : XLXConfigObjectCache(std::move(server), std::move(clock), Slots) {}
-
-    HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
-};
+using XLXPCInfoCache = XLXPlainObjectCache<XCachedFacts::PCInfo, ILXPCInfo>;
 
 #endif

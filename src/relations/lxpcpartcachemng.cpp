@@ -2,31 +2,18 @@
 #include "lxpcpartcachemng.h"
 
 #include "lxtransientpc.h"
-#include "relationmembers.h"
 
 #include <set>
 
 using XLXCFCDataTransfer::XILXPCData;
 
 namespace {
-const XLXComVariant& ValueOf(const XVariantRow& values, int member, XLXTextView failureText, int line) {
-    if (values.size() <= static_cast<std::size_t>(member)) {
-        XLXError::Raise(E_INVALIDARG, failureText, LXPCPartAt("InternalFillParentChildMap", line));
-    }
-    return values[static_cast<std::size_t>(member)];
-}
-
 /// A name among a relation's values; nothing when there is none.
 std::optional<XLXText> NameOf(const XLXComVariant& value) { return value.Empty() ? std::nullopt : value.AsText(); }
 
 /// The child list that a caller's name means.
 XLXTextView ListName(XLXTextView name) noexcept {
     return name == OLESTR("@@nodes") ? XLXTextView(XLXTransientPC::ChildList) : name;
-}
-
-HRESULT HandOut(ILXParentChild* relation, ILXParentChild** out) noexcept {
-    XLXComPtr<ILXParentChild>(relation).CopyTo(out);
-    return S_OK;
 }
 
 bool LetsThrough(LONG filter, bool ppr, bool systemInternal) noexcept {
@@ -42,47 +29,43 @@ XLXPCPartCacheMng::XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock) : m_h
 }
 
 XLXPCPartCacheMng::~XLXPCPartCacheMng() {
-    if (const StatePtr state = m_relations.End({m_clock, XAspect::Relations})) {
-        TerminateDropped(*state->relations, Map());
-    }
+    if (const MapPtr former = m_relations.End({m_clock, XAspect::Relations})) { TerminateDropped(*former, Map()); }
 }
 
-XLXPCPartCacheMng::StatePtr XLXPCPartCacheMng::Load() {
-    if (StatePtr fresh = m_relations.Fresh()) { return fresh; }
+// After a failure there are no relations, and no further attempt, until a notification comes.
+XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Load() {
+    if (MapPtr fresh = m_relations.Fresh()) { return fresh; }
     const auto factory = m_host.ConfigFactoryOf(m_clock, "InternalFillParentChildMap");
     std::exception_ptr failure;
-    StatePtr refreshed; // whose relations the answer refreshes
-    StatePtr replaced;
-    StatePtr state = m_relations.Load(
-        {m_clock, XAspect::Relations}, [&] { return LoadOrKeepFailure(*factory, refreshed, failure); },
-        [&](const State& loaded, const StatePtr& former) {
+    MapPtr refreshed; // whose relations the answer refreshes
+    MapPtr replaced;
+    MapPtr map = m_relations.Load(
+        {m_clock, XAspect::Relations},
+        [&] {
+            refreshed = m_relations.Held();
+            auto fresh = std::make_shared<Map>();
+            LXKeepFailure(failure, [&] { LoadAllPCRelation(*factory, refreshed.get(), *fresh); });
+            if (failure) {
+                *fresh = refreshed ? *refreshed : Map();
+                fresh->answers = false;
+            }
+            return fresh;
+        },
+        [&](const Map& loaded, const MapPtr& former) {
             replaced = former;
             if (former != refreshed) // another load came between: it may have dropped some
             {
-                for (const auto& [names, entry] : loaded.relations->inOrder) {
+                for (const auto& [names, entry] : loaded.inOrder) {
                     entry.relation->Attach();
                 }
             }
         });
-    if (replaced) { TerminateDropped(*replaced->relations, *state->relations); }
-    if (failure) {
-        std::rethrow_exception(failure); // once
-    }
-    return state;
+    if (replaced) { TerminateDropped(*replaced, *map); }
+    LXRaiseKept(failure);
+    return map;
 }
 
-// After a failure there are no relations, and no further attempt, until a notification comes.
-XLXPCPartCacheMng::StatePtr XLXPCPartCacheMng::LoadOrKeepFailure(ILXConfigFactory& factory, StatePtr& refreshed,
-                                                                 std::exception_ptr& failure) {
-    refreshed = m_relations.Held();
-    State state{refreshed ? refreshed->relations : std::make_shared<const Map>()};
-    try {
-        state = {LoadAllPCRelation(factory, *state.relations), true};
-    } catch (const XLXException&) { failure = std::current_exception(); }
-    return std::make_shared<const State>(std::move(state));
-}
-
-XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, const Map& former) {
+void XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, const Map* former, Map& fresh) {
     const LXErrorLocation at = LXPCPartAt("LoadAllPCRelation", 2037);
     const XMoment moment = m_clock->Copy();
     XLXSafeArray array;
@@ -90,24 +73,23 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory&
         LXAsk("ILXConfigFactory::GetPCArray", array, LXNoResult::PointerError, OLESTR("relation array"), at,
               [&](SAFEARRAY** out) { return factory.GetPCArray(out); });
     XLXError::RaiseIfFailed(result, OLESTR("GetPCArray failed"), at);
-
+    if (result != S_OK) { return; }
     XRetired retired;
-    const auto fresh = std::make_shared<Map>();
-    if (result == S_OK) {
-        for (XILXPCData& record : XLXCFCDataTransfer::GetVecFromArray(std::move(array))) {
-            AddRelation(*fresh, std::move(record), former, moment, retired);
-        }
-        fresh->inOrder.Settle();
+    for (XILXPCData& record : XLXCFCDataTransfer::GetVecFromArray(std::move(array))) {
+        AddRelation(fresh, std::move(record), former, moment, retired);
     }
-    return fresh;
+    fresh.inOrder.Settle();
 }
 
 // The values are read from the record, so that loading asks the server once and not once for each relation. Of several
 // records with the same names the last one counts, and there is one relation for them.
-void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map& former, const XMoment& moment,
+void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* former, const XMoment& moment,
                                     XRetired& retired) const {
-    const auto value = [&](int member, const OLECHAR* failureText, int line) -> const XLXComVariant& {
-        return ValueOf(record.values, member, failureText, line);
+    const auto value = [&](std::size_t member, const OLECHAR* failureText, int line) -> const XLXComVariant& {
+        if (record.values.size() <= member) {
+            XLXError::Raise(E_INVALIDARG, failureText, LXPCPartAt("InternalFillParentChildMap", line));
+        }
+        return record.values[member];
     };
     const auto parent = NameOf(value(LXRM_PARENTNAME, OLESTR("pPCCache->GetProperty LXCFPC_parentname"), 1965));
     const auto child = NameOf(value(LXRM_CHILDNAME, OLESTR("pPCCache->GetProperty LXCFPC_childname"), 1970));
@@ -122,7 +104,7 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map& form
         return;
     }
     XLXParentChildCache* const* known = map.byNames.Find({*parent, *child, *list});
-    known = known != nullptr ? known : former.byNames.Find({*parent, *child, *list});
+    if (known == nullptr && former != nullptr) { known = former->byNames.Find({*parent, *child, *list}); }
     auto relation = LXMakeOrRefresh(XLXComPtr<XLXParentChildCache>(known != nullptr ? *known : nullptr),
                                     std::move(record.object), std::move(record.values), moment, m_clock, retired);
     map.byNames.Set({*parent, *child, *list}, relation.Get());
@@ -149,9 +131,8 @@ void XLXPCPartCacheMng::TerminateDropped(const Map& former, const Map& kept) noe
 
 XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Loaded() {
     static const Map none;
-    StatePtr state = Load();
-    const Map* const relations = state && state->answers ? state->relations.get() : &none;
-    return MapPtr(std::move(state), relations);
+    if (MapPtr map = Load(); map && map->answers) { return map; }
+    return MapPtr(MapPtr(), &none);
 }
 
 // The relations that are asked for stand in a row, and empty names come first in the order.
@@ -238,7 +219,7 @@ HRESULT XLXPCPartCacheMng::PPRRelationExists(XLXTextView parentType, XLXTextView
 HRESULT XLXPCPartCacheMng::First(XLXTextView parentType, XLXTextView childList, ILXParentChild** out) {
     HRESULT result = S_FALSE;
     VisitRelations(parentType, {}, [&](const Names& names, const Entry& entry) {
-        result = names.list == ListName(childList) ? HandOut(entry.relation.Get(), out) : S_FALSE;
+        result = names.list == ListName(childList) ? LXHandOut(entry.relation, out) : S_FALSE;
         return result == S_FALSE;
     });
     return result;
@@ -248,5 +229,5 @@ HRESULT XLXPCPartCacheMng::Single(XLXTextView parentType, XLXTextView childType,
                                   ILXParentChild** out) {
     const MapPtr relations = Loaded();
     XLXParentChildCache* const* const found = relations->byNames.Find({parentType, childType, ListName(childList)});
-    return found != nullptr ? HandOut(*found, out) : S_FALSE;
+    return LXHandOut(XLXComPtr<XLXParentChildCache>(found != nullptr ? *found : nullptr), out);
 }

@@ -79,19 +79,14 @@ private:
     struct Map {
         XSortedMap<Names, Entry> inOrder;
         XNameIndex<XLXParentChildCache*, 3> byNames;
+        bool answers = true; ///< false: the last load failed; the relations wait to be refreshed
     };
     using MapPtr = std::shared_ptr<const Map>; // a map that is in use never changes
-    struct State {
-        MapPtr relations;
-        bool answers = false; ///< false: the last load failed; the relations wait to be refreshed
-    };
-    using StatePtr = std::shared_ptr<const State>;
 
     // Loading: the fill mutex is held but for the first and the last
-    StatePtr Load();
-    StatePtr LoadOrKeepFailure(ILXConfigFactory& factory, StatePtr& refreshed, std::exception_ptr& failure);
-    MapPtr LoadAllPCRelation(ILXConfigFactory& factory, const Map& former);
-    void AddRelation(Map& map, XLXCFCDataTransfer::XILXPCData record, const Map& former, const XMoment& moment,
+    MapPtr Load();
+    void LoadAllPCRelation(ILXConfigFactory& factory, const Map* former, Map& fresh);
+    void AddRelation(Map& map, XLXCFCDataTransfer::XILXPCData record, const Map* former, const XMoment& moment,
                      XRetired& retired) const;
     static void TerminateDropped(const Map& former, const Map& kept) noexcept;
 
@@ -108,7 +103,7 @@ private:
 
     XRelationHost& m_host;
     const XClockPtr m_clock;
-    XSharedLoaded<State> m_relations{XLockLevel::Relations};
+    XSharedLoaded<Map> m_relations{XLockLevel::Relations};
 };
 
 #endif

@@ -2,7 +2,7 @@
 #include "lxtransientpc.h"
 
 #include "XModuleState.h"
-#include "relationmembers.h"
+#include "lxparentchildcache.h"
 
 #include <map>
 #include <tuple>
@@ -24,12 +24,19 @@ constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) {
     return LXHere("lxtransientpc", "XLXTransientPC", method, line);
 }
 
-/// All transient relations of the module, by manager (null: nobody's), parent, child, short name and flag.
+/// All transient relations of the module, by manager (null: nobody's), names and flag.
 struct Pool {
-    using Key = std::tuple<const XRelationHost*, XLXText, XLXText, XLXText, bool>;
+    using Key = std::tuple<const XRelationHost*, XLXTransientPC::Names, bool>;
 
     XLeafMutex mutex; // guards the relations
     std::multimap<Key, std::unique_ptr<XLXTransientPC>> relations;
+
+    /// Gives what belongs to a manager, or to nobody, to another one.
+    auto Reassign(decltype(relations)::const_iterator relation, const XRelationHost* host) {
+        auto node = relations.extract(relation);
+        std::get<0>(node.key()) = host;
+        return relations.insert(std::move(node));
+    }
 };
 
 Pool& ThePool() {
@@ -41,20 +48,16 @@ Pool& ThePool() {
 XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXTextView parent,
                                               const XRelationHost::PlanTypeRelation& relation, bool flag) {
     Names names{XLXText(parent), relation.childType, relation.nameShort};
-    Pool::Key key(&host, names.parent, names.child, names.nameShort, flag);
-    Pool::Key nobodys(nullptr, names.parent, names.child, names.nameShort, flag);
+    const Pool::Key key(&host, names, flag);
+    const Pool::Key nobodys(nullptr, names, flag);
     Pool& pool = ThePool();
     const std::lock_guard<XLeafMutex> lock(pool.mutex);
     auto found = pool.relations.find(key);
     if (found == pool.relations.end()) {
-        auto node = pool.relations.extract(nobodys);
-        if (node.empty()) {
-            return pool.relations
-                .emplace(std::move(key), std::make_unique<XLXTransientPC>(host.PCInfoLink(), std::move(names), flag))
-                ->second.get();
-        }
-        std::get<0>(node.key()) = &host;
-        found = pool.relations.insert(std::move(node));
+        const auto free = pool.relations.find(nobodys);
+        found = free != pool.relations.end()
+                    ? pool.Reassign(free, &host)
+                    : pool.relations.emplace(key, std::make_unique<XLXTransientPC>(Owner(), Names(), flag));
     }
     found->second->Renew(host.PCInfoLink(), std::move(names));
     return found->second.get();
@@ -63,14 +66,9 @@ XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXText
 void XLXTransientPC::Disown(const XRelationHost& host) noexcept {
     Pool& pool = ThePool();
     const std::lock_guard<XLeafMutex> lock(pool.mutex);
-    const auto isHosts = [&host](const auto& entry) { return std::get<0>(entry.first) == &host; };
     for (auto next = pool.relations.begin(); next != pool.relations.end();) {
-        const auto entry = next++;
-        if (isHosts(*entry)) {
-            auto node = pool.relations.extract(entry);
-            std::get<0>(node.key()) = nullptr;
-            pool.relations.insert(std::move(node));
-        }
+        const auto relation = next++;
+        if (std::get<0>(relation->first) == &host) { pool.Reassign(relation, nullptr); }
     }
 }
 
@@ -82,12 +80,9 @@ void XLXTransientPC::Renew(Owner owner, Names names) {
 }
 
 XLXText* XLXTransientPC::Field(int index) noexcept {
-    switch (index) {
-    case LXRM_CHILDNAME: return &m_names.child;
-    case LXRM_PARENTNAME: return &m_names.parent;
-    case LXRM_NAMESHORT: return &m_names.nameShort;
-    default: return nullptr;
-    }
+    constexpr std::array fields{LXRM_PARENTNAME, LXRM_CHILDNAME, LXRM_NAMESHORT}; // as in Names
+    const auto found = std::ranges::find(fields, index);
+    return found != fields.end() ? &m_names[static_cast<std::size_t>(found - fields.begin())] : nullptr;
 }
 
 HRESULT XLXTransientPC::GetProperty(int iLXCF_Member, VARIANT* pvarValue) {
@@ -116,27 +111,25 @@ HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue) {
 }
 
 // The link is copied first: the reference that it gives may be the last one, and is released with no lock held.
-XLXComPtr<XPCInfoRegistry> XLXTransientPC::LockOwner() const {
-    Owner owner;
-    {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
-        owner = m_owner;
-    }
-    return owner.Lock();
-}
-
-HRESULT XLXTransientPC::GetPCInfoEnum(ILXPCInfoEnum** ppEnum) {
-    return XLXError::Guarded(At("GetPCInfoEnum"), [&]() -> HRESULT {
-        LXCheckOut(ppEnum, OLESTR("ppEnum"), At("GetPCInfoEnum"));
-        const auto owner = LockOwner();
-        return owner ? owner->InternalGetPCInfoEnum(ppEnum, m_flag) : S_FALSE;
+HRESULT XLXTransientPC::AskOwner(const char* method, const OLECHAR* outName, auto** out, auto&& ask) const {
+    return LXAnswer(At(method), outName, out, [&]() -> HRESULT {
+        Owner link;
+        {
+            const std::lock_guard<XLeafMutex> lock(m_mutex);
+            link = m_owner;
+        }
+        const auto owner = link.Lock();
+        return owner ? ask(*owner) : S_FALSE;
     });
 }
 
+HRESULT XLXTransientPC::GetPCInfoEnum(ILXPCInfoEnum** ppEnum) {
+    return AskOwner("GetPCInfoEnum", OLESTR("ppEnum"), ppEnum,
+                    [&](XPCInfoRegistry& owner) { return owner.InternalGetPCInfoEnum(ppEnum, m_flag); });
+}
+
 HRESULT XLXTransientPC::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) {
-    return XLXError::Guarded(At("GetPCInfo"), [&]() -> HRESULT {
-        LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), At("GetPCInfo"));
-        const auto owner = LockOwner();
-        return owner ? owner->InternalGetPCInfo(LXBstrView(bstrBrowserId), ppPCInfo, m_flag) : S_FALSE;
+    return AskOwner("GetPCInfo", OLESTR("ppPCInfo"), ppPCInfo, [&](XPCInfoRegistry& owner) {
+        return owner.InternalGetPCInfo(LXBstrView(bstrBrowserId), ppPCInfo, m_flag);
     });
 }

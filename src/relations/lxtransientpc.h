@@ -12,33 +12,25 @@
 #include "XLXTransientObject.h"
 #include "XRelationHost.h"
 
+#include <array>
+
 class XLXTransientPC final
-    : public XLXTransientObject<XFaces<XLXTransientPC, ILXParentChild>, EConfigElementKind::Relation> {
+    : public XLXTransientObject<XModuleReferences<XLXTransientPC, ILXParentChild>, EConfigElementKind::Relation> {
 public:
     using Owner = XWeakLink<XPCInfoRegistry>;
 
-    /// What a transient relation is made of.
-    struct Names {
-        XLXText parent;
-        XLXText child;
-        XLXText nameShort;
-    };
+    using Names = std::array<XLXText, 3>; ///< parent, child and short name
     /// The child list of all of them, whatever is written to it.
     static constexpr const OLECHAR* ChildList = OLESTR("nodes");
 
     XLXTransientPC(Owner owner, Names names, bool flag)
         : m_owner(std::move(owner)), m_names(std::move(names)), m_flag(flag) {}
-    ~XLXTransientPC() = default;
 
     /// The relation with these names.
     static XLXComPtr<ILXParentChild> For(const XRelationHost& host, XLXTextView parent,
                                          const XRelationHost::PlanTypeRelation& relation, bool flag);
     /// A manager goes: its relations answer no PC infos any more, and wait for the next one.
     static void Disown(const XRelationHost& host) noexcept;
-
-    // IUnknown
-    ULONG STDMETHODCALLTYPE AddRef() override { return m_references.Add(); }
-    ULONG STDMETHODCALLTYPE Release() override { return m_references.Remove(); }
 
     // ILXConfigObject
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
@@ -52,11 +44,11 @@ public:
 
 private:
     void Renew(Owner owner, Names names);
-    XLXComPtr<XPCInfoRegistry> LockOwner() const;
+    /// Answers with what the manager answers: ask(manager).
+    HRESULT AskOwner(const char* method, const OLECHAR* outName, auto** out, auto&& ask) const;
     /// The name behind a property, null for one that is constant.
     XLXText* Field(int index) noexcept;
 
-    XModuleReferences m_references;
     mutable XLeafMutex m_mutex; // guards the next two
     Owner m_owner;
     Names m_names;

@@ -7,13 +7,11 @@
 /// A PC info without a server object; read-only. It lives as long as its creator keeps it, whoever has references to
 /// it; they keep the module loaded.
 class XLXTransientPCInfo final
-    : public XLXTransientObject<XFaces<XLXTransientPCInfo, ILXPCInfo>, EConfigElementKind::PCInfo> {
+    : public XLXTransientObject<XModuleReferences<XLXTransientPCInfo, ILXPCInfo>, EConfigElementKind::PCInfo> {
 public:
     /// @param isNew  answered as the property that says so
     XLXTransientPCInfo(XLXTextView browserId, bool isNew) : m_browserId(browserId), m_isNew(isNew) {}
 
-    ULONG STDMETHODCALLTYPE AddRef() override { return m_references.Add(); }
-    ULONG STDMETHODCALLTYPE Release() override { return m_references.Remove(); }
     HRESULT STDMETHODCALLTYPE Set(BSTR, VARIANT) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
     HRESULT STDMETHODCALLTYPE SetProperty(int, VARIANT) override { return E_NOTIMPL; }
@@ -23,7 +21,6 @@ public:
     static XLXVariantVector Values(XLXTextView browserId, bool isNew);
 
 private:
-    XModuleReferences m_references;
     const XLXText m_browserId;
     const bool m_isNew;
 };

@@ -5,7 +5,7 @@
 #define RELATIONFIXTURE_H
 
 #include "cachefixture.h"
-#include "relationmembers.h"
+#include "lxparentchildcache.h"
 
 /// The model of these tests: Node; Area <- Node; Room <- Area; Desk; Comp <- lumbcompbase; browsers Tree and List
 /// Node -> Desk nodes (Tree, List), Node -> Room nodes, Area -> Room nodes (Tree), Area -> Desk nodes, Area -> Desk

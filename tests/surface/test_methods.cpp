@@ -4,7 +4,7 @@
 #include "objecttest.h"
 #include "xcall.h"
 
-#include "relationmembers.h"
+#include "lxparentchildcache.h"
 
 #include <iterator>
 #include <set>
