@@ -31,6 +31,13 @@ HRESULT LXHandOut(XLXComPtr<Object> object, Interface** out) noexcept {
     return *out != nullptr ? S_OK : S_FALSE;
 }
 
+/// What a map, which may be null, has under a key; empty when it has nothing.
+template <class Map>
+typename Map::mapped_type LXFind(const Map* map, const auto& key) {
+    const auto found = map != nullptr ? map->find(key) : typename Map::const_iterator();
+    return map != nullptr && found != map->end() ? found->second : typename Map::mapped_type();
+}
+
 /// Hands the objects of a map out, which may be null, in key order.
 template <class Interface, class Map, class Enumerator>
 HRESULT LXHandOutAll(const std::shared_ptr<const Map>& map, Enumerator** out) {
@@ -187,13 +194,8 @@ XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> s
 template <class Map>
 void LXEnterRecord(const Map* former, Map& to, typename Map::key_type key, XLXComPtr<IUnknown> server,
                    XVariantRow values, const XMoment& moment, const XClockPtr& clock, XRetired& retired) {
-    typename Map::mapped_type known;
-    if (former != nullptr) {
-        const auto found = former->find(key);
-        known = found != former->end() ? found->second : nullptr;
-    }
-    to.insert_or_assign(std::move(key), LXMakeOrRefresh(std::move(known), std::move(server), std::move(values), moment,
-                                                        clock, retired));
+    auto object = LXMakeOrRefresh(LXFind(former, key), std::move(server), std::move(values), moment, clock, retired);
+    to.insert_or_assign(std::move(key), std::move(object));
 }
 
 /// Passes a notification that came straight to an owner on to the objects of its map, which may be null.

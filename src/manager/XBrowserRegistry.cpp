@@ -1,23 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "XBrowserRegistry.h"
 
-#include "lxconfigfactorycachemanager.h"
-
 namespace {
 constexpr ULONG BrowserIdBatch = 100;
 constexpr int MemberBrowserId = 0;
-} // namespace
 
-std::shared_ptr<const XBrowserRegistry::Map> XBrowserRegistry::Load() {
-    if (auto fresh = m_mapBrowserid.Fresh()) { return fresh; }
-    const XServerAccess server = m_manager.Access("InternalFillBrowserIds");
-    return m_mapBrowserid.Load({server.clock, std::nullopt},
-                               [&] { return std::make_shared<const Map>(Fetch(server)); });
-}
-
-XBrowserRegistry::Map XBrowserRegistry::Fetch(const XServerAccess& server) {
+XNameMap<XLXComPtr<XLXBrowserIdCache>> Fetch(const XConnection& server) {
     const LXErrorLocation at = LXManagerAt("InternalFillBrowserIds");
-    Map fresh;
+    XNameMap<XLXComPtr<XLXBrowserIdCache>> fresh;
     XLXComPtr<ILXBrowserIdEnum> browserIds;
     HRESULT result =
         LXAsk("ILXConfigFactory::GetBrowserIdEnum", browserIds, LXNoResult::PointerError, OLESTR("browser ids"), at,
@@ -38,3 +28,6 @@ XBrowserRegistry::Map XBrowserRegistry::Fetch(const XServerAccess& server) {
     XLXError::RaiseIfFailed(result, OLESTR("the browser ids cannot be enumerated"), at);
     return fresh;
 }
+} // namespace
+
+XBrowserRegistry::Value XBrowserRegistry::Load() { return XRegistry::Load("InternalFillBrowserIds", Fetch); }

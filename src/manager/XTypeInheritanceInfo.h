@@ -11,21 +11,20 @@
 
 class XTypeInheritanceInfo {
 public:
-    explicit XTypeInheritanceInfo(const XTypeMap& types);
+    explicit XTypeInheritanceInfo(const XTypeMap& types) : m_types(types) { m_info.Begin({&types}); }
 
     /// What is known at one moment.
     class Info {
     public:
-        bool IsKnown(XLXTextView typeName) const;
-        /// Whether a type is another one or derives from it.
-        bool DerivesFrom(XLXTextView typeName, XLXTextView ancestor) const;
-        /// The direct and indirect derived types, in key order.
-        std::vector<XLXText> DerivedTypes(XLXTextView typeName) const;
+        explicit Info(const std::vector<XTypeMap::Map::value_type>& types);
+
+        bool IsKnown(XLXTextView typeName) const { return m_baseOf.contains(typeName); }
+        /// The direct and indirect derived types.
+        XNameSet DerivedTypes(XLXTextView typeName) const;
         /// The base types, nearest first.
-        std::vector<XLXText> BaseTypes(XLXTextView typeName) const;
+        std::vector<XLXTextView> BaseTypes(XLXTextView typeName) const;
 
     private:
-        friend class XTypeInheritanceInfo;
         XNameMap<XCFGStringKey> m_baseOf; ///< every known type; the null key: no base
         XNameMap<XNameSet> m_derived;     ///< by direct base
     };
@@ -33,9 +32,8 @@ public:
 
     /// The information about the types as they are now.
     InfoPtr Current();
-    /// The information about these types.
-    static InfoPtr Of(const std::vector<XTypeMap::Map::value_type>& types);
-    void Clear();
+    /// Forgets what is known, of whichever connection it is.
+    void End(const XClockPtr&) { m_info.Clear(); }
 
 private:
     /// The type map's version is the time.

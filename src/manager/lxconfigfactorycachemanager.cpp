@@ -27,31 +27,12 @@ void* XLXConfigFactoryCacheManager::FindFace(REFIID iid) noexcept {
     return XUnknown::FindFace(IsEqualIID(iid, LXIid<ILXCallback>()) ? LXIid<ILXCallbackUpdate>() : iid);
 }
 
-std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Connection() const noexcept {
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
-    return m_connection;
-}
-
-XServerAccess XLXConfigFactoryCacheManager::TryAccess() const noexcept {
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
-    return m_connection ? XServerAccess{m_connection->configFactory, m_connection->configFactoryEx, m_connection->query,
-                                        m_connection->clock}
-                        : XServerAccess{};
-}
-
-XServerAccess XLXConfigFactoryCacheManager::Access(const char* method) const {
-    XServerAccess access = TryAccess();
-    XLXError::CheckPointer(access.configFactory.Get(), OLESTR("m_pConfigFactory"), LXManagerAt(method));
-    return access;
-}
-
 XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactoryOf(const XClockPtr& clock,
                                                                           const char* method) const {
-    const XServerAccess access = TryAccess();
-    const bool isSame = access.clock == clock;
-    XLXError::CheckPointer(isSame ? access.configFactory.Get() : nullptr, OLESTR("m_pConfigFactory"),
-                           LXManagerAt(method));
-    return access.configFactory;
+    const XConnectionPtr connection = Connection();
+    const bool isSame = connection && connection->clock == clock;
+    XLXError::CheckPointer(isSame ? connection.get() : nullptr, OLESTR("m_pConfigFactory"), LXManagerAt(method));
+    return connection->configFactory;
 }
 
 std::shared_ptr<XLXPCPartCacheMng> XLXConfigFactoryCacheManager::RelationManager(const char* method) const {
@@ -64,28 +45,10 @@ std::shared_ptr<XLXPCPartCacheMng> XLXConfigFactoryCacheManager::RelationManager
     return relations;
 }
 
-HRESULT XLXConfigFactoryCacheManager::SetInvalid() {
-    m_lInvalid.store(true);
-    return S_OK;
-}
-
-HRESULT XLXConfigFactoryCacheManager::IsValid(LONG* pbValid) {
-    return XLXError::Guarded(LXManagerAt("IsValid"), [&]() -> HRESULT {
-        XLXError::CheckPointer(pbValid, OLESTR("pbValid"), LXManagerAt("IsValid"));
-        *pbValid = m_lInvalid.load() ? 0 : 1;
-        return S_OK;
-    });
-}
-
-HRESULT XLXConfigFactoryCacheManager::SetCFCDataTransferMode(LONG lDataTransferMode) {
-    m_transferMode->Set(lDataTransferMode);
-    return S_OK;
-}
-
-HRESULT XLXConfigFactoryCacheManager::GetCFCDataTransferMode(LONG* plDataTransferMode) {
-    return XLXError::Guarded(LXManagerAt("GetCFCDataTransferMode"), [&]() -> HRESULT {
-        XLXError::CheckPointer(plDataTransferMode, OLESTR("plDataTransferMode"), LXManagerAt("GetCFCDataTransferMode"));
-        *plDataTransferMode = m_transferMode->Get();
+HRESULT XLXConfigFactoryCacheManager::AnswerNumber(const char* method, const OLECHAR* name, LONG* out, LONG number) {
+    return XLXError::Guarded(LXManagerAt(method), [&]() -> HRESULT {
+        XLXError::CheckPointer(out, name, LXManagerAt(method));
+        *out = number;
         return S_OK;
     });
 }
@@ -101,8 +64,7 @@ HRESULT XLXConfigFactoryCacheManager::GetEntryFlags(LONG* plFlagA, LONG* plFlagB
 }
 
 HRESULT XLXConfigFactoryCacheManager::GetRealConfigFactory(ILXConfigFactory** ppConfigFactory) {
-    return XLXError::Guarded(LXManagerAt("GetRealConfigFactory"), [&] {
-        LXCheckOut(ppConfigFactory, OLESTR("ppConfigFactory"), LXManagerAt("GetRealConfigFactory"));
+    return LXAnswer(LXManagerAt("GetRealConfigFactory"), OLESTR("ppConfigFactory"), ppConfigFactory, [&] {
         XLXComPtr<ILXConfigFactory> real;
         const HRESULT result = LXQuery(*ConfigFactory("GetRealConfigFactory"), real);
         *ppConfigFactory = real.Detach();
@@ -139,14 +101,9 @@ HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalA
     });
 }
 
-// Deprecated.
-HRESULT XLXConfigFactoryCacheManager::GetTransientAttribute(ILXAttribute** ppAttribute) {
-    return LXNotOffered(ppAttribute);
-}
-
 HRESULT XLXConfigFactoryCacheManager::SetCallbackId(LONG lClientId) {
     const std::lock_guard<XLeafMutex> lock(m_mutex);
-    if (m_connection) { m_connection->clientId = lClientId; }
+    if (m_connection) { m_connection->registration.clientId = lClientId; }
     return S_OK;
 }
 

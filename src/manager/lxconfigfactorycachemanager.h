@@ -21,11 +21,13 @@
 #include "XUnknown.h"
 #include "xlxcfcmngimpl.h"
 
+#include <array>
 #include <span>
 
 class XLXConfigFactoryCacheManager final
     : public XRelationQuestions<XUnknown<XLXConfigFactoryCacheManager, ILXConfigFactoryCache, ILXConfigFactory,
-                                         IDPFObject, ILXCallbackUpdate, ILXServerEntryPoint, XRelationHost>> {
+                                         IDPFObject, ILXCallbackUpdate, ILXServerEntryPoint, XRelationHost>>,
+      public XConnectionOwner {
 public:
     XLXConfigFactoryCacheManager();
     ~XLXConfigFactoryCacheManager();
@@ -46,16 +48,25 @@ public:
     HRESULT STDMETHODCALLTYPE NotifyHostObjectLong(IUnknown*, LONG) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE GetEntryFlags(LONG* plFlagA, LONG* plFlagB) override;
     HRESULT STDMETHODCALLTYPE SetEntryLong(LONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetEntryObject(IUnknown** ppUnknown) override { return LXNotOffered(ppUnknown); }
-    HRESULT STDMETHODCALLTYPE GetEntryObjectByLong(LONG, IUnknown** ppUnknown) override {
-        return LXNotOffered(ppUnknown);
-    }
+    HRESULT STDMETHODCALLTYPE GetEntryObject(IUnknown** out) override { return LXNotOffered(out); }
+    HRESULT STDMETHODCALLTYPE GetEntryObjectByLong(LONG, IUnknown** out) override { return LXNotOffered(out); }
     HRESULT STDMETHODCALLTYPE SetEntryObject(IUnknown*) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE ReleaseEntry() override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE SetInvalid() override;
-    HRESULT STDMETHODCALLTYPE IsValid(LONG* pbValid) override;
-    HRESULT STDMETHODCALLTYPE SetCFCDataTransferMode(LONG lDataTransferMode) override;
-    HRESULT STDMETHODCALLTYPE GetCFCDataTransferMode(LONG* plDataTransferMode) override;
+    HRESULT STDMETHODCALLTYPE SetInvalid() override {
+        m_lInvalid.store(true);
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE IsValid(LONG* pbValid) override {
+        return AnswerNumber("IsValid", OLESTR("pbValid"), pbValid, m_lInvalid.load() ? 0 : 1);
+    }
+    HRESULT STDMETHODCALLTYPE SetCFCDataTransferMode(LONG lDataTransferMode) override {
+        m_transferMode->Set(lDataTransferMode);
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetCFCDataTransferMode(LONG* plDataTransferMode) override {
+        return AnswerNumber("GetCFCDataTransferMode", OLESTR("plDataTransferMode"), plDataTransferMode,
+                            m_transferMode->Get());
+    }
     HRESULT STDMETHODCALLTYPE GetRealConfigFactory(ILXConfigFactory** ppConfigFactory) override;
     HRESULT STDMETHODCALLTYPE NotifyServerTermination() override;
 
@@ -72,18 +83,27 @@ public:
     HRESULT STDMETHODCALLTYPE GetCachedType(ILX_BaseDataObject* pObject, BSTR bstrConfigName,
                                             ILXType** ppType) override;
     HRESULT STDMETHODCALLTYPE GetType(BSTR bstrTypename, BSTR bstrConfigName, ILXType** ppType) override;
-    HRESULT STDMETHODCALLTYPE GetTypeEnum(BSTR bstrConfigName, ILXTypeEnum** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE GetSearchableTypeEnum(ILXTypeEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetTypeEnum(BSTR, ILXTypeEnum** ppEnum) override {
+        return EnumerateTypes("GetTypeEnum", false, ppEnum);
+    }
+    HRESULT STDMETHODCALLTYPE GetSearchableTypeEnum(ILXTypeEnum** ppEnum) override {
+        return EnumerateTypes("GetSearchableTypeEnum", true, ppEnum);
+    }
     HRESULT STDMETHODCALLTYPE LoadTypesByTypeNames(LONG lCountNames, BSTR* bstrTypename,
                                                    LONG bIncludeTypeAttributes) override;
     HRESULT STDMETHODCALLTYPE AddType(ILXType** ppType) override;
-    HRESULT STDMETHODCALLTYPE GetTransientAttribute(ILXAttribute** ppAttribute) override;
+    HRESULT STDMETHODCALLTYPE GetTransientAttribute(ILXAttribute** out) override {
+        return LXNotOffered(out);
+    } // deprecated
     HRESULT STDMETHODCALLTYPE IsPlantype(ILX_BaseDataObject* pObject) override;
     HRESULT STDMETHODCALLTYPE CheckTypeDerivesFrom(BSTR bstrTypename, LONG lAmountTypes, BSTR* bstrTypenames,
                                                    LONG* pBoolArray) override;
-    HRESULT STDMETHODCALLTYPE GetAllDerivedTypes(BSTR bstrTypename, LONG* lCount, BSTR** bstrTypenamesDerived) override;
-    HRESULT STDMETHODCALLTYPE GetDerivedTypesForQuery(BSTR bstrTypename, LONG* lCount,
-                                                      BSTR** bstrTypenamesDerived) override;
+    HRESULT STDMETHODCALLTYPE GetAllDerivedTypes(BSTR typeName, LONG* count, BSTR** names) override {
+        return ListDerivedTypes("GetAllDerivedTypes", typeName, false, count, names);
+    }
+    HRESULT STDMETHODCALLTYPE GetDerivedTypesForQuery(BSTR typeName, LONG* count, BSTR** names) override {
+        return ListDerivedTypes("GetDerivedTypesForQuery", typeName, true, count, names);
+    }
 
     // Registries
     HRESULT STDMETHODCALLTYPE GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) override;
@@ -96,36 +116,26 @@ public:
     // Forwarded to the server, or refused
     HRESULT STDMETHODCALLTYPE GetVersion(BSTR* pbstrVersion) override;
     HRESULT STDMETHODCALLTYPE RemoveType(ILXType*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetPlanTypeEnum(BSTR, ILXTypeEnum** ppTypeEnum) override {
-        return LXNotOffered(ppTypeEnum);
-    }
-    HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild** ppParentChild) override {
-        return LXNotOffered(ppParentChild);
-    }
+    HRESULT STDMETHODCALLTYPE GetPlanTypeEnum(BSTR, ILXTypeEnum** out) override { return LXNotOffered(out); }
+    HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild** out) override { return LXNotOffered(out); }
     HRESULT STDMETHODCALLTYPE RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId** ppBrowserId) override {
-        return LXNotOffered(ppBrowserId);
-    }
+    HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId** out) override { return LXNotOffered(out); }
     HRESULT STDMETHODCALLTYPE RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY** psaValues) override {
-        return LXNotOffered(psaValues);
+    HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY** out) override { return LXNotOffered(out); }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY** out) override {
+        return LXNotOffered(out);
     }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY** psaValues) override {
-        return LXNotOffered(psaValues);
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY** out) override {
+        return LXNotOffered(out);
     }
-    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** psaValues) override { return LXNotOffered(psaValues); }
+    HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** out) override { return LXNotOffered(out); }
     HRESULT STDMETHODCALLTYPE SetVersion(BSTR) override { return E_NOTIMPL; }
 
     // For the strategies, the relation manager and the registries
 
-    /// What a question takes of the connection; raises E_POINTER when there is none.
-    XServerAccess Access(const char* method) const;
-    /// The same; empty when there is no connection.
-    XServerAccess TryAccess() const noexcept;
     /// The server's config factory; raises E_POINTER when there is none.
-    XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const { return Access(method).configFactory; }
+    XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const { return Access(method)->configFactory; }
     XTypeMap& Types() noexcept { return m_types; }
     XTransferModeSupplier& TransferMode() noexcept { return *m_transferMode; }
     /// Enters types of the server. Returns the map to answer from.
@@ -146,9 +156,8 @@ public:
     bool TryAddRef() noexcept override { return TryAddReference(); }
     const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept override { return m_selfLink; }
 
-    /// Reads all types unless they are fresh. S_FALSE: the server has nothing.
-    /// @param types  receives the map to answer from
-    HRESULT InternalFillTypeMap(XTypeMapPtr& types);
+    /// Reads all types unless they are fresh. The map to answer from, and S_FALSE when the server has nothing.
+    std::pair<XTypeMapPtr, HRESULT> InternalFillTypeMap();
     /// The single entry for one type by name.
     HRESULT InternalLoadType(XLXTextView name, ILXType** ppType);
 
@@ -158,28 +167,27 @@ private:
     template <class Impl>
     void InstallImpl();
     HRESULT Init(const InitArguments& arguments);
-    std::shared_ptr<XConnection> Begin(const InitArguments& arguments);
-    void LogOtherServer(const XConnection& current, const InitArguments& arguments) const;
+    XConnectionPtr Begin(const InitArguments& arguments);
+    static void LogOtherServer(const XConnection& current, const InitArguments& arguments);
     void RegisterCallback(XConnection& connection, ILXDataUpdate* update, bool separateCallback);
-    XLXComPtr<ILXCallbackUpdate> ChooseCallback(bool separate, XLXComPtr<IXCfgCacheCallback>& separateCallback);
     void Unregister(XConnection& connection) noexcept;
     void CreateRelationManager(XConnection& connection);
-    std::shared_ptr<XConnection> Connection() const noexcept;
-    void BeginCaches(const XClockPtr& clock);
     void EmptyCaches(const XClockPtr& clock) noexcept;
 
-    void ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count, tagLXUpdateInfo* info,
-                         HRESULT& result);
+    HRESULT ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count, tagLXUpdateInfo* info) const;
     bool RecordHandled(XConnection& connection, ULONG notificationId) const noexcept;
 
     XPCInfos& PCInfos(bool newRelations) noexcept { return newRelations ? m_pcInfosNew : m_pcInfos; }
     HRESULT EnumerateTypes(const char* method, bool searchableOnly, ILXTypeEnum** ppEnum);
     HRESULT LoadTypesByNames(std::span<const BSTR> names, LONG mode);
+    HRESULT RemoveSpec(ILXConfigFactory& factory, XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id,
+                       const LXErrorLocation& at);
+    static HRESULT AnswerNumber(const char* method, const OLECHAR* name, LONG* out, LONG number);
     /// The mode of operation; raises E_POINTER before the first initialisation.
     XLXCFCMngImpl& Impl(const char* method) const;
 
     /// What is known about the inheritance of types, with the type map filled first.
-    XTypeInheritanceInfo::InfoPtr Inheritance(const char* method);
+    XTypeInheritanceInfo::InfoPtr Inheritance();
     HRESULT ListDerivedTypes(const char* method, BSTR typeName, bool withItself, LONG* count, BSTR** names);
 
     std::shared_ptr<XLXPCPartCacheMng> RelationManager(const char* method) const override;
@@ -187,22 +195,19 @@ private:
     std::shared_ptr<XTransferModeSupplier> m_transferMode = std::make_shared<XTransferModeSupplier>();
     XTypeMap m_types{m_transferMode};
     XTypeInheritanceInfo m_inheritance{m_types};
-    XBrowserRegistry m_browsers{*this};
+    XBrowserRegistry m_browsers{*this, XLockLevel::BrowserIds};
     XPCInfos m_pcInfos{*this, m_browsers, XLockLevel::PCInfos, false};
     XPCInfos m_pcInfosNew{*this, m_browsers, XLockLevel::PCInfosNew, true};
-    XPlanTypes m_planTypes{*this};
-    XGlobalSpecs m_globalSpecs{*this};
+    XPlanTypes m_planTypes{*this, XLockLevel::PlanTypes, XAspect::PlanTypes};
+    XGlobalSpecs m_globalSpecs{*this, XLockLevel::GlobalSpecs, XAspect::Specs};
     XWeakLink<XPCInfoRegistry> m_selfLink = XWeakLink<XPCInfoRegistry>::To(this);
 
     XFillMutex m_init; // Init and Terminate, one at a time; never taken by notifications
 
-    mutable XLeafMutex m_mutex; // guards the next three, and what the connection refers to
-    std::shared_ptr<XConnection> m_connection;
-    XLXComPtr<IUnknown> m_pHostObjectA;
-    XLXComPtr<IUnknown> m_pHostObjectB;
+    using HostObjects = std::array<XLXComPtr<IUnknown>, 2>;
+    HostObjects m_hostObjects; // guarded as the connection is
 
     std::atomic<XLXCFCMngImpl*> m_pImpl{nullptr}; // installed once
-    std::atomic<bool> m_bNoNotifications{false};
     std::atomic<bool> m_lInvalid{false};
     std::atomic<bool> m_lServerTerminated{false};
 };

@@ -1,17 +1,31 @@
 // SPDX-License-Identifier: MIT
 //
 // Questions about which type derives from which.
-#include "XLXComBSTR.h"
 #include "lxconfigfactorycachemanager.h"
 
-XTypeInheritanceInfo::InfoPtr XLXConfigFactoryCacheManager::Inheritance(const char* method) {
-    XTypeMapPtr types;
-    XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"), LXManagerAt(method));
-    return types.get() == &m_types ? m_inheritance.Current() : XTypeInheritanceInfo::Of(types->Types());
+namespace {
+/// Hands names out, in a buffer that the caller frees as he frees the names; S_FALSE, 0 and null for none.
+HRESULT HandOutNames(std::vector<XLXComBSTR> list, LONG* count, BSTR** names) {
+    if (list.empty()) { return S_FALSE; }
+    auto* const buffer = static_cast<BSTR*>(CoTaskMemAlloc(list.size() * sizeof(BSTR)));
+    if (buffer == nullptr) { throw std::bad_alloc(); }
+    std::ranges::transform(list, buffer, &XLXComBSTR::Detach);
+    *count = static_cast<LONG>(list.size());
+    *names = buffer;
+    return S_OK;
+}
+} // namespace
+
+XTypeInheritanceInfo::InfoPtr XLXConfigFactoryCacheManager::Inheritance() {
+    const XTypeMapPtr types = InternalFillTypeMap().first;
+    return types.get() == &m_types ? m_inheritance.Current()
+                                   : std::make_shared<const XTypeInheritanceInfo::Info>(types->Types());
 }
 
 std::vector<XLXText> XLXConfigFactoryCacheManager::BaseTypeNames(XLXTextView typeName) {
-    return Inheritance("BaseTypeNames")->BaseTypes(typeName);
+    const auto info = Inheritance();
+    const auto names = info->BaseTypes(typeName);
+    return {names.begin(), names.end()};
 }
 
 HRESULT XLXConfigFactoryCacheManager::CheckTypeDerivesFrom(BSTR bstrTypename, LONG lAmountTypes, BSTR* bstrTypenames,
@@ -23,23 +37,16 @@ HRESULT XLXConfigFactoryCacheManager::CheckTypeDerivesFrom(BSTR bstrTypename, LO
         XLXError::CheckPointer(bstrTypenames, OLESTR("bstrTypenames"), at);
         XLXError::CheckPointer(pBoolArray, OLESTR("pBoolArray"), at);
         std::fill_n(pBoolArray, lAmountTypes, 0);
-        const auto info = Inheritance("CheckTypeDerivesFrom");
+        const auto info = Inheritance();
         const XLXTextView name = LXBstrView(bstrTypename);
         if (!info->IsKnown(name)) { return S_FALSE; }
-        for (LONG i = 0; i < lAmountTypes; ++i) {
-            pBoolArray[i] = info->DerivesFrom(name, LXBstrView(bstrTypenames[i])) ? 1 : 0;
-        }
+        const auto bases = info->BaseTypes(name);
+        std::transform(bstrTypenames, bstrTypenames + lAmountTypes, pBoolArray, [&](BSTR other) {
+            const XLXTextView base = LXBstrView(other);
+            return base == name || std::ranges::find(bases, base) != bases.end() ? 1 : 0;
+        });
         return S_OK;
     });
-}
-
-HRESULT XLXConfigFactoryCacheManager::GetAllDerivedTypes(BSTR bstrTypename, LONG* lCount, BSTR** bstrTypenamesDerived) {
-    return ListDerivedTypes("GetAllDerivedTypes", bstrTypename, false, lCount, bstrTypenamesDerived);
-}
-
-HRESULT XLXConfigFactoryCacheManager::GetDerivedTypesForQuery(BSTR bstrTypename, LONG* lCount,
-                                                              BSTR** bstrTypenamesDerived) {
-    return ListDerivedTypes("GetDerivedTypesForQuery", bstrTypename, true, lCount, bstrTypenamesDerived);
 }
 
 HRESULT XLXConfigFactoryCacheManager::ListDerivedTypes(const char* method, BSTR typeName, bool withItself, LONG* count,
@@ -49,14 +56,13 @@ HRESULT XLXConfigFactoryCacheManager::ListDerivedTypes(const char* method, BSTR 
         XLXError::CheckPointer(count, OLESTR("lCount"), LXManagerAt(method));
         *count = 0;
         XLXError::CheckPointer(names, OLESTR("bstrTypenamesDerived"), LXManagerAt(method));
-        const auto info = Inheritance(method);
+        const auto info = Inheritance();
         const XLXTextView name = LXBstrView(typeName);
-        std::vector<XLXText> list;
+        std::vector<XLXComBSTR> list;
         if (withItself && info->IsKnown(name)) { list.emplace_back(name); }
-        for (const XLXText& derived : info->IsKnown(name) ? info->DerivedTypes(name) : std::vector<XLXText>()) {
-            list.push_back(derived);
+        for (const XCFGStringKey& derived : info->IsKnown(name) ? info->DerivedTypes(name) : XNameSet()) {
+            list.emplace_back(derived.Text());
         }
-        LXHandOutTexts(list, count, names);
-        return *count != 0 ? S_OK : S_FALSE;
+        return HandOutNames(std::move(list), count, names);
     });
 }

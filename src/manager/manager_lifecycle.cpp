@@ -22,18 +22,6 @@ HRESULT InterfaceIn(const VARIANT& value, XLXComPtr<T>& result) {
 bool IsPresent(const VARIANT& value) {
     return (V_VT(&value) == VT_UNKNOWN || V_VT(&value) == VT_DISPATCH) && V_UNKNOWN(&value) != nullptr;
 }
-
-/// A service under its name among the named values. The query alone may be left out.
-HRESULT TakeNamed(XLXTextView name, const VARIANT& value, XLXComPtr<ILXConfigFactory>& factory,
-                  XLXComPtr<ILX_Query>& query, XLXComPtr<ILXDataUpdate>& update) {
-    const bool isQuery = name == OLESTR("QueryEngine");
-    if (isQuery && (V_VT(&value) == VT_EMPTY || (V_VT(&value) == VT_UNKNOWN && !IsPresent(value)))) { return S_OK; }
-    if (V_VT(&value) != VT_UNKNOWN) { return E_INVALIDARG; }
-    return isQuery                           ? InterfaceIn(value, query)
-           : name == OLESTR("Configfactory") ? InterfaceIn(value, factory)
-           : name == OLESTR("UpdateMng")     ? InterfaceIn(value, update)
-                                             : E_INVALIDARG;
-}
 } // namespace
 
 // The first initialisation decides on the mode, for good.
@@ -55,39 +43,48 @@ struct XLXConfigFactoryCacheManager::InitArguments {
     bool clientMode = false;
     bool noNotifications = false;
     bool separateCallback = false;
-    std::optional<LONG> transferMode;
+    std::optional<LONG> transferMode{};
 
+    /// Takes a service under its name among the named values. The query alone may be left out.
+    HRESULT TakeNamed(XLXTextView name, const VARIANT& value);
     /// Reads the values of a client's initialisation, by reference or not. Raises what is wrong with one.
     void Read(ULONG count, const VARIANT* values);
-
-private:
-    static XLXComVariant At(const VARIANT* values, ULONG index) { return XLXComVariant::CopyOf(values[index]); }
-    static bool FlagAt(const VARIANT* values, ULONG index, const OLECHAR* failureText) {
-        const auto flag = At(values, index).AsBool();
-        XLXError::RaiseIfFailed(flag ? S_OK : DISP_E_TYPEMISMATCH, failureText, LXManagerAt("Initialize"));
-        return *flag;
-    }
 };
 
+HRESULT XLXConfigFactoryCacheManager::InitArguments::TakeNamed(XLXTextView name, const VARIANT& value) {
+    const bool isQuery = name == OLESTR("QueryEngine");
+    if (isQuery && (V_VT(&value) == VT_EMPTY || (V_VT(&value) == VT_UNKNOWN && !IsPresent(value)))) { return S_OK; }
+    if (V_VT(&value) != VT_UNKNOWN) { return E_INVALIDARG; }
+    return isQuery                           ? InterfaceIn(value, query)
+           : name == OLESTR("Configfactory") ? InterfaceIn(value, factory)
+           : name == OLESTR("UpdateMng")     ? InterfaceIn(value, update)
+                                             : E_INVALIDARG;
+}
+
 void XLXConfigFactoryCacheManager::InitArguments::Read(ULONG count, const VARIANT* values) {
-    const LXErrorLocation at = LXManagerAt("Initialize");
+    const auto value = [&](ULONG index) { return XLXComVariant::CopyOf(values[index]); };
+    const auto check = [](HRESULT result, const OLECHAR* failureText) {
+        XLXError::RaiseIfFailed(result, failureText, LXManagerAt("Initialize"));
+    };
+    const auto flag = [&](ULONG index, const OLECHAR* failureText) {
+        const auto isSet = value(index).AsBool();
+        check(isSet ? S_OK : DISP_E_TYPEMISMATCH, failureText);
+        return *isSet;
+    };
     clientMode = true;
-    XLXError::RaiseIfFailed(InterfaceIn(At(values, 0).Get(), factory),
-                            OLESTR("value 0 must be an object with ILXConfigFactory"), at);
-    if (const XLXComVariant value = At(values, 1); IsPresent(value.Get())) {
-        XLXError::RaiseIfFailed(InterfaceIn(value.Get(), query),
-                                OLESTR("value 1 must be an object with ILX_Query, or empty"), at);
+    check(InterfaceIn(value(0).Get(), factory), OLESTR("value 0 must be an object with ILXConfigFactory"));
+    if (const XLXComVariant object = value(1); IsPresent(object.Get())) {
+        check(InterfaceIn(object.Get(), query), OLESTR("value 1 must be an object with ILX_Query, or empty"));
     }
-    noNotifications = FlagAt(values, 3, OLESTR("value 3 must be a boolean: no notifications"));
-    separateCallback = count > 4 && FlagAt(values, 4, OLESTR("value 4 must be a boolean: a separate callback object"));
+    noNotifications = flag(3, OLESTR("value 3 must be a boolean: no notifications"));
+    separateCallback = count > 4 && flag(4, OLESTR("value 4 must be a boolean: a separate callback object"));
     if (count > 5) {
-        transferMode = At(values, 5).AsLong();
-        XLXError::RaiseIfFailed(transferMode ? S_OK : DISP_E_TYPEMISMATCH,
-                                OLESTR("value 5 must be a number: the data transfer mode"), at);
+        transferMode = value(5).AsLong();
+        check(transferMode ? S_OK : DISP_E_TYPEMISMATCH, OLESTR("value 5 must be a number: the data transfer mode"));
     }
     if (!noNotifications) {
-        XLXError::RaiseIfFailed(InterfaceIn(At(values, 2).Get(), update),
-                                OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true"), at);
+        check(InterfaceIn(value(2).Get(), update),
+              OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true"));
     }
 }
 
@@ -95,7 +92,7 @@ HRESULT XLXConfigFactoryCacheManager::Initialize(ILXConfigFactory* pConfigFactor
                                                  ILXDataUpdate* pDataUpdate) {
     return XLXError::Guarded(LXManagerAt("Initialize"), [&] {
         InstallImpl<XLXCFCMngImplServer>();
-        return Init({pConfigFactory, pQuery, pDataUpdate, false, m_bNoNotifications.load(), false, {}});
+        return Init({pConfigFactory, pQuery, pDataUpdate});
     });
 }
 
@@ -103,25 +100,22 @@ HRESULT XLXConfigFactoryCacheManager::InitializeNamed(ULONG count, tagLXNamedVal
     return XLXError::Guarded(LXManagerAt("InitializeNamed"), [&]() -> HRESULT {
         if (count != 3) { return E_INVALIDARG; }
         XLXError::CheckPointer(values, OLESTR("values"), LXManagerAt("InitializeNamed"));
-        XLXComPtr<ILXConfigFactory> factory;
-        XLXComPtr<ILX_Query> query;
-        XLXComPtr<ILXDataUpdate> update;
+        InitArguments named;
         for (ULONG i = 0; i < count; ++i) {
-            if (FAILED(TakeNamed(LXBstrView(values[i].bstrName), values[i].varValue, factory, query, update))) {
-                return E_INVALIDARG;
-            }
+            if (FAILED(named.TakeNamed(LXBstrView(values[i].bstrName), values[i].varValue))) { return E_INVALIDARG; }
         }
-        return Initialize(factory.Get(), query.Get(), update.Get());
+        return Initialize(named.factory.Get(), named.query.Get(), named.update.Get());
     });
 }
 
 HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values) {
-    return XLXError::Guarded(LXManagerAt("Initialize"), [&] {
+    const LXErrorLocation at = LXManagerAt("Initialize");
+    return XLXError::Guarded(at, [&] {
         if (count < 4 || count > 6) {
             XLXError::Raise(E_INVALIDARG, XLXFormat() << "an initialisation takes 4 to 6 values, not " << LONG(count),
-                            LXManagerAt("Initialize"));
+                            at);
         }
-        XLXError::CheckPointer(values, OLESTR("values"), LXManagerAt("Initialize"));
+        XLXError::CheckPointer(values, OLESTR("values"), at);
         InitArguments arguments;
         arguments.Read(count, values);
         InstallImpl<XLXCFCMngImplClient>();
@@ -140,7 +134,7 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments) {
         return S_OK;
     }
     XLXError::CheckPointer(arguments.factory.Get(), OLESTR("pConfigFactory"), at);
-    const std::shared_ptr<XConnection> connection = Begin(arguments);
+    const XConnectionPtr connection = Begin(arguments);
     // Nobody calls Terminate on a manager that did not initialise, and the server's reference to the callback would
     // keep it alive.
     const auto unregister = [this](XConnection* begun) { Unregister(*begun); };
@@ -150,89 +144,63 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments) {
         // Nobody was told of edits until here: what other threads have loaded meanwhile may be stale.
         connection->clock->Advance(XAspectSet::All());
     }
-    XTypeMapPtr types;
-    const HRESULT filled = LXRaisedAt(at, [&] { return InternalFillTypeMap(types); });
+    const HRESULT filled = LXRaisedAt(at, [&] { return InternalFillTypeMap().second; });
     if (filled == S_OK) { CreateRelationManager(*connection); }
     (void)unlessDone.release();
     return filled;
 }
 
-// The locks of the process go off with the first initialisation in server mode whose arguments are accepted.
-std::shared_ptr<XConnection> XLXConfigFactoryCacheManager::Begin(const InitArguments& arguments) {
-    const auto connection = std::make_shared<XConnection>();
-    connection->configFactory = arguments.factory;
-    connection->configFactoryEx = connection->configFactory.As<ILXConfigFactoryEx>();
-    connection->query = arguments.query;
-    BeginCaches(connection->clock);
+// The locks of the process go off with the first initialisation in server mode whose arguments are accepted. The caches
+// take answers of the new connection before anybody can ask through it.
+XConnectionPtr XLXConfigFactoryCacheManager::Begin(const InitArguments& arguments) {
+    const auto connection = std::make_shared<XConnection>(arguments.factory, arguments.query);
+    const auto begin = [&](auto&... caches) { (caches.Begin(connection->clock), ...); };
+    begin(m_types, m_browsers, m_pcInfos, m_pcInfosNew, m_globalSpecs, m_planTypes);
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         m_connection = connection; // null before, so nothing is released here
     }
-    XLXError::CheckPointer(connection->configFactoryEx.Get(), OLESTR("m_pConfigFactoryEx"), LXManagerAt("Init"));
-    m_bNoNotifications.store(arguments.noNotifications);
+    (void)connection->Bulk("Init");
     if (arguments.transferMode) { m_transferMode->Set(*arguments.transferMode); }
     if (!arguments.clientMode) { XLockSwitch::TurnOff(); }
     return connection;
 }
 
-void XLXConfigFactoryCacheManager::LogOtherServer(const XConnection& current, const InitArguments& arguments) const {
-    XLXComPtr<ILXConfigFactory> first;
-    {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
-        first = current.configFactory;
-    }
-    if (arguments.factory && !(first.As<IUnknown>() == arguments.factory.As<IUnknown>())) {
+void XLXConfigFactoryCacheManager::LogOtherServer(const XConnection& current, const InitArguments& arguments) {
+    if (arguments.factory && !(current.configFactory.As<IUnknown>() == arguments.factory.As<IUnknown>())) {
         XLXError::WriteErrorToLogBook(S_FALSE, XLXError::SeverityError,
                                       OLESTR("the cache is initialised already, with another server, and stays so"),
                                       LXManagerAt("Init"));
     }
 }
 
-// The caches take answers of the new connection before anybody can ask through it.
-void XLXConfigFactoryCacheManager::BeginCaches(const XClockPtr& clock) {
-    m_types.Begin(clock);
-    m_browsers.Begin(clock);
-    m_pcInfos.Begin(clock);
-    m_pcInfosNew.Begin(clock);
-    m_globalSpecs.Begin(clock);
-    m_planTypes.Begin(clock);
-}
-
-XLXComPtr<ILXCallbackUpdate>
-XLXConfigFactoryCacheManager::ChooseCallback(bool separate, XLXComPtr<IXCfgCacheCallback>& separateCallback) {
-    ILXCallbackUpdate* const own = this;
-    if (!separate) { return own; }
-    const LXErrorLocation at = LXManagerAt("Init");
-    HRESULT result = CoCreateInstance(CLSID_XCfgCacheCallback, nullptr, CLSCTX_ALL, LXIid<IXCfgCacheCallback>(),
-                                      separateCallback.PutVoid());
-    XLXError::RaiseIfFailed(result, OLESTR("CoCreateInstance(XCfgCacheCallback)"), at);
-    result = separateCallback->Initialize(own);
-    XLXError::RaiseIfFailed(result, OLESTR("XCfgCacheCallback::Initialize"), at);
-    XLXComPtr<ILXCallbackUpdate> callback;
-    result = separateCallback->QueryInterface(LXIid<ILXCallbackUpdate>(), callback.PutVoid());
-    XLXError::RaiseIfFailed(result, OLESTR("m_pMTACallbackUpdate -> QueryInterface"), at);
-    return callback;
-}
-
 void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILXDataUpdate* update,
                                                     bool separateCallback) {
-    const LXErrorLocation at = LXManagerAt("Init");
-    const XLXComBSTR computer = LXComputerName(OLESTR("GetComputerName failed"), at);
-    XLXComPtr<IXCfgCacheCallback> separate;
-    XLXComPtr<ILXCallbackUpdate> callback = ChooseCallback(separateCallback, separate);
-
-    LONG clientId = 0;
+    const auto check = [](HRESULT result, const OLECHAR* failureText) {
+        XLXError::RaiseIfFailed(result, failureText, LXManagerAt("Init"));
+    };
+    const XLXComBSTR computer = LXComputerName(OLESTR("GetComputerName failed"), LXManagerAt("Init"));
+    XConnection::Registration made;
+    made.update = update;
+    made.callback = this;
+    if (separateCallback) {
+        check(CoCreateInstance(CLSID_XCfgCacheCallback, nullptr, CLSCTX_ALL, LXIid<IXCfgCacheCallback>(),
+                               made.separateCallback.PutVoid()),
+              OLESTR("CoCreateInstance(XCfgCacheCallback)"));
+        check(made.separateCallback->Initialize(this), OLESTR("XCfgCacheCallback::Initialize"));
+        check(made.separateCallback->QueryInterface(LXIid<ILXCallbackUpdate>(), made.callback.PutVoid()),
+              OLESTR("m_pMTACallbackUpdate -> QueryInterface"));
+    }
     LXServerCall("ILXDataUpdate::RegisterCallback");
-    HRESULT result = update->RegisterCallback(computer.Get(), GetCurrentProcessId(), callback.Get(), &clientId);
-    XLXError::RaiseIfFailed(result, OLESTR("RegisterCallback()"), at);
+    HRESULT result =
+        update->RegisterCallback(computer.Get(), GetCurrentProcessId(), made.callback.Get(), &made.clientId);
+    check(result, OLESTR("RegisterCallback()"));
+    const LONG clientId = made.clientId;
     bool isOver = false;
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         isOver = connection.over;
-        connection.clientId = clientId;
-        connection.dataUpdate = update;
-        connection.registeredCallback.Swap(callback);
-        connection.separateCallback.Swap(separate);
+        std::swap(connection.registration, made);
     }
     for (const auto* dataType : {OLESTR("cfc"), OLESTR("cfc_specific")}) {
         if (SUCCEEDED(result) && !isOver) {
@@ -240,28 +208,22 @@ void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILX
             result = update->EnableAdvicesDataType(clientId, XLXComBSTR(dataType).Get(), 1, AdvicesDesired);
         }
     }
-    XLXError::RaiseIfFailed(result, OLESTR("RegisterCallback()"), at);
+    check(result, OLESTR("RegisterCallback()"));
 }
 
-// Takes the registration first, so that it is taken back once, whoever comes.
+// Takes the registration first, so that it is taken back once, whoever comes. The server may wait in UnregisterCallback
+// for notifications that are under way: nothing is held then.
 void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept {
-    XLXComPtr<ILXDataUpdate> update;
-    XLXComPtr<ILXCallbackUpdate> callback;
-    XLXComPtr<IXCfgCacheCallback> separate;
-    LONG clientId = 0;
+    XConnection::Registration taken;
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
-        connection.dataUpdate.Swap(update);
-        connection.registeredCallback.Swap(callback);
-        connection.separateCallback.Swap(separate);
-        clientId = connection.clientId;
+        std::swap(connection.registration, taken);
     }
-    // The server may wait in UnregisterCallback for notifications that are under way: nothing is held here.
-    if (update) {
+    if (taken.update) {
         const LXErrorLocation at = LXManagerAt("Terminate");
         XLXError::LogFailure(OLESTR("m_pDataUpdate->UnregisterCallback failed"), at, [&] {
             LXServerCall("ILXDataUpdate::UnregisterCallback");
-            XLXError::RaiseIfFailed(update->UnregisterCallback(clientId), OLESTR(""), at);
+            XLXError::RaiseIfFailed(taken.update->UnregisterCallback(taken.clientId), OLESTR(""), at);
         });
     }
 }
@@ -279,47 +241,40 @@ void XLXConfigFactoryCacheManager::CreateRelationManager(XConnection& connection
 }
 
 HRESULT XLXConfigFactoryCacheManager::AttachHostObjects(IUnknown* pHostObjectA, IUnknown* pHostObjectB) {
-    XLXComPtr<IUnknown> a(pHostObjectA);
-    XLXComPtr<IUnknown> b(pHostObjectB);
-    {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
-        m_pHostObjectA.Swap(a);
-        m_pHostObjectB.Swap(b);
-    }
+    HostObjects objects{pHostObjectA, pHostObjectB};
+    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    m_hostObjects.swap(objects);
     return S_OK;
 }
 
 // Each step goes on when the one before failed; every container is emptied under its lock and its objects are
 // terminated outside it. What belongs to another connection stays.
 void XLXConfigFactoryCacheManager::EmptyCaches(const XClockPtr& clock) noexcept {
-    const auto step = [](const OLECHAR* failureText, auto&& end) {
-        XLXError::LogFailure(failureText, LXManagerAt("Terminate"), end);
+    const auto end = [&clock](const OLECHAR* failureText, auto& cache) {
+        XLXError::LogFailure(failureText, LXManagerAt("Terminate"), [&] { cache.End(clock); });
     };
-    step(OLESTR("CFCTools::MapTerminate m_mapBrowserid failed"), [&] { m_browsers.End(clock); });
-    step(OLESTR("CFCTools::MapTerminate m_mapPCinfo failed"), [&] { m_pcInfos.End(clock); });
-    step(OLESTR("CFCTools::MapTerminate m_mapPCinfoNew failed"), [&] { m_pcInfosNew.End(clock); });
-    step(OLESTR("CFCTools::MapTerminateAndClear m_mapType failed"), [&] { m_types.End(clock); });
-    step(OLESTR("clearing the type inheritance information failed"), [&] { m_inheritance.Clear(); });
-    step(OLESTR("CFCTools::MapTerminateAndClear m_setGlobalAttributeFormatSpecCache failed"),
-         [&] { m_globalSpecs.End(clock); });
-    step(OLESTR("clearing the plan types failed"), [&] { m_planTypes.End(clock); });
+    end(OLESTR("CFCTools::MapTerminate m_mapBrowserid failed"), m_browsers);
+    end(OLESTR("CFCTools::MapTerminate m_mapPCinfo failed"), m_pcInfos);
+    end(OLESTR("CFCTools::MapTerminate m_mapPCinfoNew failed"), m_pcInfosNew);
+    end(OLESTR("CFCTools::MapTerminateAndClear m_mapType failed"), m_types);
+    end(OLESTR("clearing the type inheritance information failed"), m_inheritance);
+    end(OLESTR("CFCTools::MapTerminateAndClear m_setGlobalAttributeFormatSpecCache failed"), m_globalSpecs);
+    end(OLESTR("clearing the plan types failed"), m_planTypes);
 }
 
 // The connection ends first: what arrives from then on is entered nowhere. A server may end the cache from inside a
 // call: that does not wait for who initialises meanwhile.
 HRESULT XLXConfigFactoryCacheManager::Terminate() {
     return XLXError::Guarded(LXManagerAt("Terminate"), [&]() -> HRESULT {
-        std::shared_ptr<XConnection> ended;
+        XConnectionPtr ended;
         std::shared_ptr<XLXPCPartCacheMng> relations;
-        XLXComPtr<IUnknown> a;
-        XLXComPtr<IUnknown> b;
+        HostObjects objects;
         {
             const XFill init(m_init, &m_init, XFillKind::Lifecycle);
             {
                 const std::lock_guard<XLeafMutex> lock(m_mutex);
                 ended.swap(m_connection);
-                m_pHostObjectA.Swap(a);
-                m_pHostObjectB.Swap(b);
+                objects.swap(m_hostObjects);
                 if (ended) {
                     ended->over = true;
                     ended->relations.swap(relations);

@@ -9,14 +9,14 @@ constexpr const OLECHAR* SpecificDataType = OLESTR("cfc_specific");
 constexpr const OLECHAR* ForwardPrefix = OLESTR("cfc_forward/");
 
 // A notification is never refused for want of memory for its trace entry.
-void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind, XLXTextView currentKind) noexcept {
+void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind) noexcept {
     if (XLXError::TraceEnabled(LX_LOG_UPDATE)) {
         const LXErrorLocation at = LXManagerAt("DataObjectChanged");
         XLXError::LogFailure(OLESTR("CFC update notification"), at, [&] {
             XLXError::WriteTrace(LX_LOG_UPDATE, OLESTR("CFC update notification"),
                                  XLXFormat()
                                      << "CFC update: CFDataID: '" << LXBstrView(dataId) << "', Update Mode: " << mode
-                                     << ", CurrentDataId: '" << kind << "', TranslatedDataId: '" << currentKind << "'",
+                                     << ", CurrentDataId: '" << kind << "', TranslatedDataId: '" << kind << "'",
                                  at);
         });
     }
@@ -29,12 +29,11 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
     return XLXError::Guarded(LXManagerAt("DataObjectChanged"), [&]() -> HRESULT {
         if (m_lServerTerminated.load()) { return S_OK; }
         if (LXBstrView(bstrDataTyp) != SpecificDataType) {
-            HRESULT forwarded = S_OK;
-            ForwardToServer(bstrDataID, bstrDataTyp, ulNotificationType, ulNotificationId, ulCount, pLXUpdateInfo,
-                            forwarded);
+            const HRESULT forwarded =
+                ForwardToServer(bstrDataID, bstrDataTyp, ulNotificationType, ulNotificationId, ulCount, pLXUpdateInfo);
             if (FAILED(forwarded)) { return forwarded; }
         }
-        std::shared_ptr<XConnection> connection;
+        XConnectionPtr connection;
         {
             const std::lock_guard<XLeafMutex> lock(m_mutex);
             connection = m_connection;
@@ -46,7 +45,7 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
         const XDataId id = XDataId::Parse(LXBstrView(bstrDataID));
         const XLXTextView kind = id.hasKind ? id.kindText : XLXTextView();
         const LONG mode = impl.TranslateUpdateFlags(kind, id.mode);
-        TraceUpdate(bstrDataID, mode, kind, kind);
+        TraceUpdate(bstrDataID, mode, kind);
         if (connection) {
             const XAspectSet concerned = XNotificationRule::Concerned(id, mode);
             connection->clock->Advance(concerned);
@@ -59,14 +58,13 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
 }
 
 // A config factory that is itself a cache receives the notification, marked as forwarded.
-void XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count,
-                                                   tagLXUpdateInfo* info, HRESULT& result) {
+HRESULT XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count,
+                                                      tagLXUpdateInfo* info) const {
     const auto callback = ConfigFactory("DataObjectChanged").As<ILXCallbackUpdate>();
-    if (callback) {
-        const XLXComBSTR forwardedId(XLXFormat() << XLXTextView(ForwardPrefix) << LXBstrView(dataId));
-        LXServerCall("ILXCallbackUpdate::DataObjectChanged");
-        result = callback->DataObjectChanged(forwardedId.Get(), dataType, type, id, count, info);
-    }
+    if (!callback) { return S_OK; }
+    const XLXComBSTR forwardedId(XLXFormat() << XLXTextView(ForwardPrefix) << LXBstrView(dataId));
+    LXServerCall("ILXCallbackUpdate::DataObjectChanged");
+    return callback->DataObjectChanged(forwardedId.Get(), dataType, type, id, count, info);
 }
 
 // In the connection that the notification came to: a late one records nothing in the next. False: nobody answers for

@@ -1,42 +1,23 @@
 // SPDX-License-Identifier: MIT
 //
 // The registries of the whole configuration: browser ids and global format specs.
-#include "XLXEnumWithDelete.h"
 #include "lxconfigfactorycachemanager.h"
 
 namespace {
 constexpr int MemberPropertyId = 0;
-
-void CheckSpecId(XLXTextView id, const LXErrorLocation& at) {
-    if (id.empty()) {
-        XLXError::Raise(E_INVALIDARG,
-                        OLESTR("For removing ILXGlobalAttributeFormatSpec instances the property id "
-                               "'LXCFGAFS_attributepropertyid' must not be empty."),
-                        at);
-    }
-}
-
-HRESULT RemoveOnServer(ILXConfigFactory& factory, XLXTextView id) {
-    LXServerCall("ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID");
-    return factory.RemoveGlobalAttributeFormatSpecByID(XLXComBSTR(id).Get());
-}
 } // namespace
 
 HRESULT XLXConfigFactoryCacheManager::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) {
-    return XLXError::Guarded(LXManagerAt("GetBrowserIdEnum"), [&] {
-        LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt("GetBrowserIdEnum"));
-        return LXHandOutEnumerator(LXObjectsOf<ILXBrowserId>(m_browsers.Load().get()), ppEnum);
-    });
+    return LXAnswer(LXManagerAt("GetBrowserIdEnum"), OLESTR("ppEnum"), ppEnum,
+                    [&] { return LXHandOutAll<ILXBrowserId>(m_browsers.Load(), ppEnum); });
 }
 
 HRESULT
 XLXConfigFactoryCacheManager::GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** ppEnum) {
-    const LXErrorLocation at = LXManagerAt("GetAllGlobalAttributeFormatSpecs");
-    return XLXError::Guarded(at, [&]() -> HRESULT {
-        LXCheckOut(ppEnum, OLESTR("ppEnum"), at);
+    return LXAnswer(LXManagerAt("GetAllGlobalAttributeFormatSpecs"), OLESTR("ppEnum"), ppEnum, [&] {
         std::vector<XLXComPtr<ILXGlobalAttributeFormatSpec>> items;
-        for (const auto& spec : m_globalSpecs.InternalFillGlobalFormatSpecCache()) {
-            items.emplace_back(spec);
+        if (const auto specs = m_globalSpecs.InternalFillGlobalFormatSpecCache()) {
+            items.assign(specs->begin(), specs->end());
         }
         return LXHandOutEnumerator(std::move(items), ppEnum);
     });
@@ -46,7 +27,7 @@ HRESULT
 XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(
     ILXGlobalAttributeFormatSpec* piGlobalAttributeFormatSpec) {
     const LXErrorLocation at = LXManagerAt("RemoveGlobalAttributeFormatSpec");
-    return XLXError::Guarded(at, [&]() -> HRESULT {
+    return XLXError::Guarded(at, [&] {
         XLXError::CheckPointer(piGlobalAttributeFormatSpec, OLESTR("piGlobalAttributeFormatSpec"), at);
         const auto factory = ConfigFactory("RemoveGlobalAttributeFormatSpec");
         const auto spec = XLXGlobalAttributeFormatSpecCache::FromFace(piGlobalAttributeFormatSpec);
@@ -56,29 +37,36 @@ XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(
                                    "ptr can be removed by the CFC method RemoveGlobalAttributeFormatSpec()."),
                             at);
         }
-        XLXComVariant value;
-        XLXError::RaiseIfFailed(spec->ReadProperty(MemberPropertyId, value), OLESTR("the property id cannot be read"),
-                                at);
-        const XLXText id = value.AsText().value_or(XLXText());
-        CheckSpecId(id, at);
-        const HRESULT result = RemoveOnServer(*factory, id);
-        if (SUCCEEDED(result)) {
-            m_globalSpecs.Drop(spec.Get(), id);
-            spec->Terminate();
-        }
-        return result;
+        XLXComVariant id;
+        XLXError::RaiseIfFailed(spec->ReadProperty(MemberPropertyId, id), OLESTR("the property id cannot be read"), at);
+        return RemoveSpec(*factory, spec.Get(), id.AsText().value_or(XLXText()), at);
     });
 }
 
 HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpecByID(BSTR bstrAttributeProperyID) {
     const LXErrorLocation at = LXManagerAt("RemoveGlobalAttributeFormatSpecByID");
-    return XLXError::Guarded(at, [&]() -> HRESULT {
+    return XLXError::Guarded(at, [&] {
         const auto factory = ConfigFactory("RemoveGlobalAttributeFormatSpecByID");
-        const XLXTextView id = LXBstrView(bstrAttributeProperyID);
-        CheckSpecId(id, at);
-        const HRESULT result = RemoveOnServer(*factory, id);
-        if (FAILED(result)) { return result; }
-        m_globalSpecs.Drop(nullptr, id);
-        return S_OK;
+        const HRESULT result = RemoveSpec(*factory, nullptr, LXBstrView(bstrAttributeProperyID), at);
+        return FAILED(result) ? result : S_OK;
     });
+}
+
+/// Removes a spec on the server, and then here.
+/// @param spec  the object, when it is known
+HRESULT XLXConfigFactoryCacheManager::RemoveSpec(ILXConfigFactory& factory, XLXGlobalAttributeFormatSpecCache* spec,
+                                                 XLXTextView id, const LXErrorLocation& at) {
+    if (id.empty()) {
+        XLXError::Raise(E_INVALIDARG,
+                        OLESTR("For removing ILXGlobalAttributeFormatSpec instances the property id "
+                               "'LXCFGAFS_attributepropertyid' must not be empty."),
+                        at);
+    }
+    LXServerCall("ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID");
+    const HRESULT result = factory.RemoveGlobalAttributeFormatSpecByID(XLXComBSTR(id).Get());
+    if (SUCCEEDED(result)) {
+        m_globalSpecs.Drop(spec, id);
+        if (spec != nullptr) { spec->Terminate(); }
+    }
+    return result;
 }

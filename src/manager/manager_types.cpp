@@ -1,21 +1,29 @@
 // SPDX-License-Identifier: MIT
 //
 // Questions for types.
-#include "XLXEnumWithDelete.h"
 #include "lxconfigfactorycachemanager.h"
 
 namespace {
 /// The type name of an object of the database. A failure of the object is returned.
 HRESULT TypeNameOf(ILX_BaseDataObject* object, const char* method, XLXComBSTR& name) {
     XLXError::CheckPointer(object, OLESTR("pObject"), LXManagerAt(method));
-    return LXAsk("ILX_BaseDataObject::GetTypeName", name, LXNoResult::Empty, {}, LXManagerAt(method),
-                 [&](BSTR* out) { return object->GetTypeName(out); });
+    return LXAskTypeName(*object, name);
+}
+
+XLXSafeArray NameArray(std::span<const BSTR> names, const LXErrorLocation& at) {
+    XLXSafeArray array(SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(names.size())));
+    if (!array) { throw std::bad_alloc(); }
+    for (LONG i = 0; i < static_cast<LONG>(names.size()); ++i) {
+        const XLXComBSTR name(LXBstrView(names[static_cast<std::size_t>(i)]));
+        XLXError::RaiseIfFailed(SafeArrayPutElement(array.Get(), &i, name.Get()), OLESTR("SafeArrayPutElement failed"),
+                                at);
+    }
+    return array;
 }
 } // namespace
 
 HRESULT XLXConfigFactoryCacheManager::GetCachedType(ILX_BaseDataObject* pObject, BSTR, ILXType** ppType) {
-    return XLXError::Guarded(LXManagerAt("GetCachedType"), [&]() -> HRESULT {
-        LXCheckOut(ppType, OLESTR("ppType"), LXManagerAt("GetCachedType"));
+    return LXAnswer(LXManagerAt("GetCachedType"), OLESTR("ppType"), ppType, [&] {
         XLXComBSTR name;
         const HRESULT result = TypeNameOf(pObject, "GetCachedType", name);
         return FAILED(result) ? result : InternalLoadType(name.View(), ppType);
@@ -23,7 +31,7 @@ HRESULT XLXConfigFactoryCacheManager::GetCachedType(ILX_BaseDataObject* pObject,
 }
 
 HRESULT XLXConfigFactoryCacheManager::IsPlantype(ILX_BaseDataObject* pObject) {
-    return XLXError::Guarded(LXManagerAt("IsPlantype"), [&]() -> HRESULT {
+    return XLXError::Guarded(LXManagerAt("IsPlantype"), [&] {
         XLXComBSTR name;
         const HRESULT result = TypeNameOf(pObject, "IsPlantype", name);
         return FAILED(result) ? result : m_planTypes.IsPlanType(name.View()) ? S_OK : S_FALSE;
@@ -46,28 +54,21 @@ HRESULT XLXConfigFactoryCacheManager::InternalLoadType(XLXTextView name, ILXType
     if (name.empty()) { return S_FALSE; }
     XLXError::CheckPointer(ppType, OLESTR("ppType"), LXManagerAt("InternalLoadType"));
     XTypeMap::Answer answer = m_types.Find(name);
-    if (!answer.isFresh) {
-        XTypeMapPtr types;
-        XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"),
-                                LXManagerAt("InternalLoadType"));
-        answer = types->Find(name);
-    }
-    if (answer.found == XTypeMap::Found::Nothing) { Impl("FetchType").FetchType(name, answer.type); }
-    *ppType = answer.type.Detach();
-    return *ppType != nullptr ? S_OK : S_FALSE;
+    if (!answer.isFresh) { answer = InternalFillTypeMap().first->Find(name); }
+    if (answer.found == XTypeMap::Found::Nothing) { answer.type = Impl("FetchType").FetchType(name); }
+    return LXHandOut(std::move(answer.type), ppType);
 }
 
-HRESULT XLXConfigFactoryCacheManager::InternalFillTypeMap(XTypeMapPtr& types) {
-    types = XTypeMapPtr(XTypeMapPtr(), &m_types);
-    if (m_types.IsFresh()) { return S_OK; }
+std::pair<XTypeMapPtr, HRESULT> XLXConfigFactoryCacheManager::InternalFillTypeMap() {
+    const XTypeMapPtr own(XTypeMapPtr(), &m_types);
+    if (m_types.IsFresh()) { return {own, S_OK}; }
     XLXCFCMngImpl& impl = Impl("InternalFillTypeMap");
     const XFill fill(m_types.FillMutex(), &m_types);
     if (fill.IsReentered() || m_types.IsFresh()) {
-        return S_OK; // a server that asks back while it is being asked gets what is there
+        return {own, S_OK}; // a server that asks back while it is being asked gets what is there
     }
     const XTypeMapPtr filled = impl.FillTypeCache();
-    types = filled ? filled : types;
-    return filled ? S_OK : S_FALSE;
+    return filled ? std::pair(filled, S_OK) : std::pair(own, S_FALSE);
 }
 
 // An answer that arrives after its connection is over is given to whoever asked, and entered nowhere.
@@ -79,20 +80,10 @@ XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(XTypeRecords& records, cons
     return apart;
 }
 
-HRESULT XLXConfigFactoryCacheManager::GetTypeEnum(BSTR, ILXTypeEnum** ppEnum) {
-    return EnumerateTypes("GetTypeEnum", false, ppEnum);
-}
-
-HRESULT XLXConfigFactoryCacheManager::GetSearchableTypeEnum(ILXTypeEnum** ppEnum) {
-    return EnumerateTypes("GetSearchableTypeEnum", true, ppEnum);
-}
-
 HRESULT XLXConfigFactoryCacheManager::EnumerateTypes(const char* method, bool searchableOnly, ILXTypeEnum** ppEnum) {
-    return XLXError::Guarded(LXManagerAt(method), [&] {
-        LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt(method));
-        XTypeMapPtr types;
-        XLXError::RaiseIfFailed(InternalFillTypeMap(types), OLESTR("the types cannot be loaded"), LXManagerAt(method));
+    return LXAnswer(LXManagerAt(method), OLESTR("ppEnum"), ppEnum, [&] {
         std::vector<XLXComPtr<ILXType>> items;
+        const XTypeMapPtr types = InternalFillTypeMap().first;
         for (const auto& [key, entry] : types->Types()) {
             if (entry.type->IsListed() && (!searchableOnly || entry.type->IsSearchable())) {
                 items.emplace_back(entry.type);
@@ -104,37 +95,22 @@ HRESULT XLXConfigFactoryCacheManager::EnumerateTypes(const char* method, bool se
 
 HRESULT XLXConfigFactoryCacheManager::LoadTypesByTypeNames(LONG lCountNames, BSTR* bstrTypename,
                                                            LONG bIncludeTypeAttributes) {
-    return XLXError::Guarded(LXManagerAt("LoadTypesByTypeNames"), [&]() -> HRESULT {
+    const LXErrorLocation at = LXManagerAt("LoadTypesByTypeNames");
+    return XLXError::Guarded(at, [&]() -> HRESULT {
         if (lCountNames == 0) { return S_OK; }
-        if (lCountNames < 0) {
-            XLXError::Raise(E_INVALIDARG, OLESTR("the number of type names is negative"),
-                            LXManagerAt("LoadTypesByTypeNames"));
-        }
-        XLXError::CheckPointer(bstrTypename, OLESTR("bstrTypename"), LXManagerAt("LoadTypesByTypeNames"));
+        if (lCountNames < 0) { XLXError::Raise(E_INVALIDARG, OLESTR("the number of type names is negative"), at); }
+        XLXError::CheckPointer(bstrTypename, OLESTR("bstrTypename"), at);
         const LONG mode = Impl("LoadTypesByTypeNames").NamedLoadMode(bIncludeTypeAttributes != 0);
         return LoadTypesByNames({bstrTypename, bstrTypename + lCountNames}, mode);
     });
 }
 
-namespace {
-XLXSafeArray NameArray(std::span<const BSTR> names, const LXErrorLocation& at) {
-    XLXSafeArray array(SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(names.size())));
-    if (!array) { throw std::bad_alloc(); }
-    for (LONG i = 0; i < static_cast<LONG>(names.size()); ++i) {
-        XLXError::RaiseIfFailed(
-            SafeArrayPutElement(array.Get(), &i, XLXComBSTR(LXBstrView(names[static_cast<std::size_t>(i)])).Get()),
-            OLESTR("SafeArrayPutElement failed"), at);
-    }
-    return array;
-}
-} // namespace
-
 HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(std::span<const BSTR> names, LONG mode) {
     const LXErrorLocation at = LXManagerAt("LoadTypesByNames");
     const XLXSafeArray wanted = NameArray(names, at);
-    const XServerAccess server = Access("LoadTypesByNames");
-    ILXConfigFactoryEx& factory = server.Bulk("LoadTypesByNames");
-    const XTypeMap::Note noted = m_types.TakeNote(server.clock);
+    const XConnectionPtr server = Access("LoadTypesByNames");
+    ILXConfigFactoryEx& factory = server->Bulk("LoadTypesByNames");
+    const XTypeMap::Note noted = m_types.TakeNote(server->clock);
     auto records = LXAskForTypes(
         "ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", mode, OLESTR("the types cannot be loaded by name"), at,
         [&](SAFEARRAY** out) { return factory.GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out); });
@@ -149,19 +125,18 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(std::span<const BSTR> nam
 
 // The new type is wrapped and handed out; it enters the map when the server reports it.
 HRESULT XLXConfigFactoryCacheManager::AddType(ILXType** ppType) {
-    return XLXError::Guarded(LXManagerAt("AddType"), [&]() -> HRESULT {
-        LXCheckOut(ppType, OLESTR("ppType"), LXManagerAt("AddType"));
-        const XServerAccess access = Access("AddType");
+    const LXErrorLocation at = LXManagerAt("AddType");
+    return LXAnswer(at, OLESTR("ppType"), ppType, [&] {
+        const XConnectionPtr connection = Access("AddType");
         XLXComPtr<ILXType> server;
         const HRESULT result =
-            LXAsk("ILXConfigFactory::AddType", server, LXNoResult::PointerError, OLESTR("object of the server"),
-                  LXManagerAt("AddType"), [&](ILXType** out) { return access.configFactory->AddType(out); });
+            LXAsk("ILXConfigFactory::AddType", server, LXNoResult::PointerError, OLESTR("object of the server"), at,
+                  [&](ILXType** out) { return connection->configFactory->AddType(out); });
         if (FAILED(result)) { return result; }
-        XLXError::CheckPointer(server.Get(), OLESTR("object of the server"), LXManagerAt("AddType"));
-        const auto type = LXCFCTOOLS::Make<XLXTypeCache>(server, access.clock);
+        XLXError::CheckPointer(server.Get(), OLESTR("object of the server"), at);
+        auto type = LXCFCTOOLS::Make<XLXTypeCache>(server, connection->clock);
         type->SetModeSupplier(m_transferMode);
-        *ppType = type.Get();
-        (*ppType)->AddRef();
+        *ppType = type.Detach();
         return result;
     });
 }

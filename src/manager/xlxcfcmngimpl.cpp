@@ -11,49 +11,21 @@ constexpr int MemberTypeName = 0;
 constexpr int MemberBaseTypeName = 2;
 constexpr int MemberSearchable = 14;
 
-HRESULT AskProperty(ILXType& server, int member, XLXComVariant& value) {
-    return LXAskValue("ILXConfigObject::GetProperty", value,
-                      [&](VARIANT* out) { return server.GetProperty(member, out); });
-}
-
-/// A property of a server's type; empty when it has no value. A failure is raised.
-XLXComVariant PropertyOf(ILXType& server, int member) {
-    XLXComVariant value;
-    XLXError::RaiseIfFailed(AskProperty(server, member, value), OLESTR("a property of a server type cannot be read"),
-                            LXManagerAt("FillTypeCacheServerImpl"));
-    return value;
-}
-
+/// A property of a server's type as a text; empty when it has none. A failure is raised.
 XLXText TextOf(ILXType& server, int member) {
-    const XLXComVariant value = PropertyOf(server, member);
+    XLXComVariant value;
+    XLXError::RaiseIfFailed(LXAskProperty(server, member, value), OLESTR("a property of a server type cannot be read"),
+                            LXManagerAt("FillTypeCacheServerImpl"));
     return value.Empty() ? XLXText() : value.AsText().value_or(XLXText());
-}
-
-/// A chain of bases must not come back to a type that is in it.
-void RaiseIfCircle(const XTypeRecords& chain, const XLXText& next, const LXErrorLocation& at) {
-    const bool isCircle =
-        std::any_of(chain.begin(), chain.end(), [&](const XTypeRecord& record) { return record.name == next; });
-    if (isCircle) {
-        XLXError::Raise(E_FAIL,
-                        XLXText(XLXFormat() << "Base typename is equal with the derivative's typename.Check the PTS "
-                                               "and remove self-inheritance type declarations. typename: '"
-                                            << next << "'"),
-                        at);
-    }
 }
 
 /// Whether the server's type is searchable; a type that does not say is not.
 bool IsSearchable(ILXType& server) {
     XLXComVariant value;
-    return AskProperty(server, MemberSearchable, value) == S_OK && value.AsBool().value_or(false);
+    return LXAskProperty(server, MemberSearchable, value) == S_OK && value.AsBool().value_or(false);
 }
-} // namespace
 
-LONG XLXCFCMngImpl::TransferMode() const noexcept { return m_manager.TransferMode().Get(); }
-
-// ---- server mode
-
-XTypeRecord XLXCFCMngImplServer::RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name) {
+XTypeRecord RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name) {
     XTypeRecord record;
     record.name = name;
     record.baseName = TextOf(*server, MemberBaseTypeName);
@@ -63,13 +35,29 @@ XTypeRecord XLXCFCMngImplServer::RecordOf(const XLXComPtr<ILXType>& server, XLXT
     return record;
 }
 
+/// A chain of bases must not come back to a type that is in it.
+void RaiseIfCircle(const XTypeRecords& chain, const XLXText& next, const LXErrorLocation& at) {
+    if (std::ranges::find(chain, next, &XTypeRecord::name) != chain.end()) {
+        XLXError::Raise(E_FAIL,
+                        XLXText(XLXFormat() << "Base typename is equal with the derivative's typename.Check the PTS "
+                                               "and remove self-inheritance type declarations. typename: '"
+                                            << next << "'"),
+                        at);
+    }
+}
+} // namespace
+
+LONG XLXCFCMngImpl::TransferMode() const noexcept { return m_manager.TransferMode().Get(); }
+
+// ---- server mode
+
 XTypeMapPtr XLXCFCMngImplServer::FillTypeCache() {
     const LXErrorLocation at = LXManagerAt("FillTypeCacheServerImpl");
-    const XServerAccess server = m_manager.Access("FillTypeCacheServerImpl");
-    const XTypeMap::Note noted = m_manager.Types().TakeNote(server.clock);
+    const XConnectionPtr server = m_manager.Access("FillTypeCacheServerImpl");
+    const XTypeMap::Note noted = m_manager.Types().TakeNote(server->clock);
     XLXComPtr<ILXTypeEnum> types;
     HRESULT result = LXAsk("ILXConfigFactory::GetTypeEnum", types, LXNoResult::Nothing, {}, at,
-                           [&](ILXTypeEnum** out) { return server.configFactory->GetTypeEnum(nullptr, out); });
+                           [&](ILXTypeEnum** out) { return server->configFactory->GetTypeEnum(nullptr, out); });
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"), at);
     if (result != S_OK) { return nullptr; }
     XTypeRecords records;
@@ -83,11 +71,11 @@ XTypeMapPtr XLXCFCMngImplServer::FillTypeCache() {
 }
 
 // Walks up the chain of bases to one that is cached, then enters the whole chain.
-bool XLXCFCMngImplServer::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) {
+XLXComPtr<XLXTypeCache> XLXCFCMngImplServer::FetchType(XLXTextView name) {
     const LXErrorLocation at = LXManagerAt("FetchTypeServerImpl");
     XTypeMap& types = m_manager.Types();
-    const XServerAccess server = m_manager.Access("FetchTypeServerImpl");
-    const XTypeMap::Note noted = types.TakeNote(server.clock);
+    const XConnectionPtr server = m_manager.Access("FetchTypeServerImpl");
+    const XTypeMap::Note noted = types.TakeNote(server->clock);
     XTypeRecords chain;
     XLXText next(name);
     while (!next.empty() && (chain.empty() || !types.Find(next).type)) {
@@ -95,7 +83,7 @@ bool XLXCFCMngImplServer::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& t
         const XLXComBSTR wanted(next);
         const HRESULT result =
             LXAsk("ILXConfigFactory::GetType", found, LXNoResult::Nothing, {}, at,
-                  [&](ILXType** out) { return server.configFactory->GetType(wanted.Get(), nullptr, out); });
+                  [&](ILXType** out) { return server->configFactory->GetType(wanted.Get(), nullptr, out); });
         XLXError::RaiseIfFailed(result, OLESTR("the server failed to get the type"), at);
         if (result != S_OK) {
             types.EnterNegative(next, noted);
@@ -105,8 +93,7 @@ bool XLXCFCMngImplServer::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& t
         next = chain.back().baseName;
         RaiseIfCircle(chain, next, at);
     }
-    if (!chain.empty()) { type = m_manager.EnterTypes(chain, noted, false)->Find(name).type; }
-    return static_cast<bool>(type);
+    return !chain.empty() ? m_manager.EnterTypes(chain, noted, false)->Find(name).type : nullptr;
 }
 
 LONG XLXCFCMngImplServer::NamedLoadMode(bool includeTypeAttributes) const {
@@ -127,9 +114,9 @@ LONG XLXCFCMngImplClient::BulkMode() const noexcept {
 
 XTypeMapPtr XLXCFCMngImplClient::FillTypeCache() {
     const LONG mode = BulkMode();
-    const XServerAccess server = m_manager.Access("LoadAllTypes");
-    ILXConfigFactoryEx& factory = server.Bulk("LoadAllTypes");
-    const XTypeMap::Note noted = m_manager.Types().TakeNote(server.clock);
+    const XConnectionPtr server = m_manager.Access("LoadAllTypes");
+    ILXConfigFactoryEx& factory = server->Bulk("LoadAllTypes");
+    const XTypeMap::Note noted = m_manager.Types().TakeNote(server->clock);
     auto records =
         LXAskForTypes("ILXConfigFactoryEx::GetTypeArrayEx", mode, OLESTR("the types cannot be loaded"),
                       LXManagerAt("LoadAllTypes"), [&](SAFEARRAY** out) { return factory.GetTypeArrayEx(mode, out); });
@@ -137,18 +124,18 @@ XTypeMapPtr XLXCFCMngImplClient::FillTypeCache() {
 }
 
 // The type comes alone first; when its base is not cached, the whole chain of bases is read with it.
-bool XLXCFCMngImplClient::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) {
+XLXComPtr<XLXTypeCache> XLXCFCMngImplClient::FetchType(XLXTextView name) {
     XTypeMap& types = m_manager.Types();
     const LXErrorLocation at = LXManagerAt("FetchTypeClientImpl");
-    const XServerAccess server = m_manager.Access("LoadTypeByName");
-    ILXConfigFactoryEx& factory = server.Bulk("LoadTypeByName");
-    const XTypeMap::Note noted = types.TakeNote(server.clock);
+    const XConnectionPtr server = m_manager.Access("LoadTypeByName");
+    ILXConfigFactoryEx& factory = server->Bulk("LoadTypeByName");
+    const XTypeMap::Note noted = types.TakeNote(server->clock);
     XTypeRecords records = LoadTypeByName(factory, name, false);
     if (records.empty()) {
         types.EnterNegative(name, noted);
-        return false;
+        return nullptr;
     }
-    if (std::any_of(records.begin(), records.end(), [](const auto& record) { return record.IsBaseMissing(); })) {
+    if (std::ranges::any_of(records, &XTypeRecord::IsBaseMissing)) {
         XLXError::Raise(E_FAIL, OLESTR("index base type not found in index map"), at);
     }
     const XLXText& baseName = records.front().baseName;
@@ -157,8 +144,7 @@ bool XLXCFCMngImplClient::FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& t
     }
     const XTypeMap::Answer answer = m_manager.EnterTypes(records, noted, false)->Find(name);
     if (answer.found == XTypeMap::Found::Nothing) { XLXError::Raise(E_FAIL, OLESTR("no type in typemap"), at); }
-    type = answer.type;
-    return static_cast<bool>(type);
+    return answer.type;
 }
 
 XTypeRecords XLXCFCMngImplClient::LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name, bool withBases) const {

@@ -19,8 +19,8 @@ public:
 
     /// Reads all types of the server. Returns the map to answer from; null when the server has nothing.
     virtual XTypeMapPtr FillTypeCache() = 0;
-    /// Fetches one type; false when the server has no such type.
-    virtual bool FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) = 0;
+    /// Fetches one type; null when the server has no such type.
+    virtual XLXComPtr<XLXTypeCache> FetchType(XLXTextView name) = 0;
     /// The data transfer mode of a bulk read of named types.
     virtual LONG NamedLoadMode(bool includeTypeAttributes) const = 0;
     /// Adjusts a notification before it is handled. Returns the update mode to handle it with.
@@ -39,12 +39,9 @@ public:
     using XLXCFCMngImpl::XLXCFCMngImpl;
 
     XTypeMapPtr FillTypeCache() override;
-    bool FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) override;
+    XLXComPtr<XLXTypeCache> FetchType(XLXTextView name) override;
     LONG NamedLoadMode(bool includeTypeAttributes) const override;
     LONG TranslateUpdateFlags(XLXTextView, LONG mode) const noexcept override { return mode; }
-
-private:
-    static XTypeRecord RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name);
 };
 
 /// Inside an application: types arrive in bulk.
@@ -53,7 +50,7 @@ public:
     explicit XLXCFCMngImplClient(XLXConfigFactoryCacheManager& manager);
 
     XTypeMapPtr FillTypeCache() override;
-    bool FetchType(XLXTextView name, XLXComPtr<XLXTypeCache>& type) override;
+    XLXComPtr<XLXTypeCache> FetchType(XLXTextView name) override;
     LONG NamedLoadMode(bool includeTypeAttributes) const override;
     LONG TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept override;
 
