@@ -49,7 +49,17 @@ XGlobalSpecs::Value XGlobalSpecs::InternalFillGlobalFormatSpecCache() {
 
 // The ids that can be had without asking the server decide: of a removed spec it may know nothing any more. When none
 // is the one that was removed, one whose values are unread may be, and the set is read again.
-void XGlobalSpecs::Drop(const XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id) {
+HRESULT XGlobalSpecs::Remove(ILXConfigFactory& factory, XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id,
+                             const LXErrorLocation& at) {
+    if (id.empty()) {
+        XLXError::Raise(E_INVALIDARG,
+                        OLESTR("For removing ILXGlobalAttributeFormatSpec instances the property id "
+                               "'LXCFGAFS_attributepropertyid' must not be empty."),
+                        at);
+    }
+    LXServerCall("ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID");
+    const HRESULT result = factory.RemoveGlobalAttributeFormatSpecByID(XLXComBSTR(id).Get());
+    if (FAILED(result)) { return result; }
     Spec dropped;
     m_loaded.Change([&](const Specs& specs, bool& isWhole) {
         auto changed = std::make_shared<Specs>(specs);
@@ -64,6 +74,8 @@ void XGlobalSpecs::Drop(const XLXGlobalAttributeFormatSpecCache* spec, XLXTextVi
         return changed;
     });
     if (dropped) { dropped->Terminate(); }
+    if (spec != nullptr) { spec->Terminate(); }
+    return result;
 }
 
 void XGlobalSpecs::End(const XClockPtr& clock) {

@@ -15,9 +15,10 @@ public:
     /// thread is reading them already.
     Value InternalFillGlobalFormatSpecCache();
 
-    /// Drops a spec that the server has removed: this object, and whichever has that id. What is being read from the
-    /// server at the moment is older.
-    void Drop(const XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id);
+    /// Removes a spec on the server, and then here: this object, when it is known, and whichever has that id. What is
+    /// being read from the server at the moment is older.
+    HRESULT Remove(ILXConfigFactory& factory, XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id,
+                   const LXErrorLocation& at);
 
     /// Terminates the specs of a connection, and keeps nothing more.
     void End(const XClockPtr& clock);

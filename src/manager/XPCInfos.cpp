@@ -3,16 +3,6 @@
 
 #include "lxtransientpcinfo.h"
 
-HRESULT XPCInfos::GetPCInfoEnum(ILXPCInfoEnum** ppEnum) {
-    LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt("InternalGetPCInfoEnum"));
-    return LXHandOutAll<ILXPCInfo>(Load(), ppEnum);
-}
-
-HRESULT XPCInfos::GetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo) {
-    LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), LXManagerAt("InternalGetPCInfo"));
-    return LXHandOut(LXFind(Load().get(), browserId), ppPCInfo);
-}
-
 XPCInfos::Value XPCInfos::Load() {
     if (Value fresh = m_loaded.Fresh()) { return fresh; }
     const auto browserIds = m_browsers.Load();

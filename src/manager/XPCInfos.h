@@ -14,15 +14,10 @@ public:
     XPCInfos(const XConnectionOwner& owner, XBrowserRegistry& browsers, XLockLevel level, bool areNew)
         : XRegistry(owner, level), m_browsers(browsers), m_areNew(areNew) {}
 
-    /// All PC infos, in the order of the browsers; S_FALSE and null when there are none.
-    HRESULT GetPCInfoEnum(ILXPCInfoEnum** ppEnum);
-    /// The PC info of exactly that browser; S_FALSE and null when there is none.
-    HRESULT GetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo);
-
-private:
-    /// Null: the thread is reading the browser ids.
+    /// All of them, by browser. Null: the thread is reading the browser ids.
     Value Load();
 
+private:
     XBrowserRegistry& m_browsers;
     const bool m_areNew;
 };

@@ -46,26 +46,16 @@ HRESULT ResetSearch(ILX_Query& query) {
     return query.ResetSearch(0);
 }
 
-/// A search, of which the query object keeps nothing when it is over.
-class Search {
-public:
-    explicit Search(ILX_Query& query) noexcept : m_query(query) {}
-    Search(const Search&) = delete;
-    Search& operator=(const Search&) = delete;
-    ~Search() {
-        XLXError::LogFailure(OLESTR("the search for plan types cannot be reset"), At(),
-                             [&] { XLXError::RaiseIfFailed(ResetSearch(m_query), OLESTR(""), At()); });
-    }
-
-private:
-    ILX_Query& m_query;
-};
-
 /// The sets of plan types that are in force.
 Objects MasterSets(ILX_Query& query) {
     constexpr const OLECHAR* failureText = OLESTR("the plan types cannot be searched");
     const auto check = [](HRESULT result) { XLXError::RaiseIfFailed(result, failureText, At()); };
-    const Search search(query);
+    // The query object keeps nothing of the search when it is over.
+    const auto reset = [](ILX_Query* searched) {
+        XLXError::LogFailure(OLESTR("the search for plan types cannot be reset"), At(),
+                             [&] { XLXError::RaiseIfFailed(ResetSearch(*searched), OLESTR(""), At()); });
+    };
+    const std::unique_ptr<ILX_Query, decltype(reset)> search(&query, reset);
     check(ResetSearch(query));
     LXServerCall("ILX_Query::SetSearchTable");
     check(query.SetSearchTable(XLXComBSTR(OLESTR("lumbrixtypeset")).Get()));

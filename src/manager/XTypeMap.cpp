@@ -1,25 +1,61 @@
 // SPDX-License-Identifier: MIT
 #include "XTypeMap.h"
 
-bool XTypeMap::IsFresh(const Known& known, std::uint64_t own) noexcept {
-    return known.clock && known.stamp == XStamp{known.clock->Now(XAspect::TypeMap), own};
+namespace {
+using Map = XTypeMap::Map;
+
+/// The entry of a type's base; null when it has none, or none that is known.
+Map::value_type* BaseOf(Map& map, const XTypeMap::Entry& entry, std::vector<XLXText>& messages) {
+    if (entry.baseName.empty()) { return nullptr; }
+    const auto found = map.find(XLXTextView(entry.baseName));
+    if (found != map.end()) { return &*found; }
+    messages.push_back(XLXFormat() << "base type referenced by name not found in type cache: " << entry.baseName);
+    return nullptr;
 }
+
+// From the top of each chain downwards: what stands above a type's new base has its new bases by then, so that a link
+// which is yet to be replaced cannot seem to close a circle. Errors in single links do not stop the others.
+void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages) {
+    for (auto& [key, entry] : map) {
+        entry.link = XTypeMap::Link::Pending;
+    }
+    std::vector<std::pair<Map::value_type*, Map::value_type*>> path; // types with their bases, upwards
+    for (auto& first : map) {
+        Map::value_type* above = &first;
+        while (above != nullptr && above->second.link == XTypeMap::Link::Pending) {
+            above->second.link = XTypeMap::Link::OnPath;
+            path.emplace_back(above, BaseOf(map, above->second, messages));
+            above = path.back().second;
+        }
+        // The type at the end of a path that comes back to itself does without its base.
+        bool closesCircle = above != nullptr && above->second.link == XTypeMap::Link::OnPath;
+        for (; !path.empty(); path.pop_back()) {
+            const auto [slot, base] = path.back();
+            XLXTypeCache& type = *slot->second.type;
+            if (!type.LinkBase(base != nullptr && !closesCircle ? base->second.type.Get() : nullptr, retired) ||
+                closesCircle) {
+                (void)type.LinkBase(nullptr, retired);
+                messages.push_back(XLXFormat() << "This type has itself as base type " << slot->first.Text());
+            }
+            slot->second.link = XTypeMap::Link::Done;
+            closesCircle = false;
+        }
+    }
+}
+
+} // namespace
 
 bool XTypeMap::IsFresh() const {
     const XCritLFReadProxy<Known> known(m_mapType);
-    return IsFresh(*known, m_own.Now());
+    return IsNow(known->stamp, *known);
 }
 
 XTypeMap::Answer XTypeMap::Find(XLXTextView name) const {
     Answer answer;
     const XCritLFReadProxy<Known> known(m_mapType);
-    answer.isFresh = IsFresh(*known, m_own.Now());
-    if (XLXTypeCache* const* const found = known->index.Find({name}); found != nullptr) {
-        answer.type = *found;
-        answer.found = Found::Type;
-    } else if (known->negative.contains(name)) {
-        answer.found = Found::NoType;
-    }
+    answer.isFresh = IsNow(known->stamp, *known);
+    if (XLXTypeCache* const* const found = known->index.Find({name}); found != nullptr) { answer.type = *found; }
+    answer.isKnown = answer.type || known->negative.contains(name);
     return answer;
 }
 
@@ -39,7 +75,7 @@ bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole) {
     std::vector<XLXText> messages;
     {
         const std::lock_guard<XLeafMutex> entering(m_entering);
-        if (!IsOf(noted.clock)) { return false; }
+        if (!(XCritReadProxy<Known>(m_mapType)->clock == noted.clock)) { return false; }
         Refresh(records, noted, retired);
         const XCritProxy<Known> known(m_mapType);
         Apply(*known, records);
@@ -95,50 +131,10 @@ void XTypeMap::ForgetNegative(Known& known, std::size_t most) {
     }
 }
 
-// From the top of each chain downwards: what stands above a type's new base has its new bases by then, so that a link
-// which is yet to be replaced cannot seem to close a circle. Errors in single links do not stop the others.
-void XTypeMap::LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages) {
-    for (auto& [key, entry] : map) {
-        entry.link = Link::Pending;
-    }
-    std::vector<std::pair<Map::value_type*, Map::value_type*>> path; // types with their bases, upwards
-    for (auto& first : map) {
-        Map::value_type* above = &first;
-        while (above != nullptr && above->second.link == Link::Pending) {
-            above->second.link = Link::OnPath;
-            path.emplace_back(above, BaseOf(map, above->second, messages));
-            above = path.back().second;
-        }
-        // The type at the end of a path that comes back to itself does without its base.
-        bool closesCircle = above != nullptr && above->second.link == Link::OnPath;
-        for (; !path.empty(); path.pop_back()) {
-            const auto [slot, base] = path.back();
-            XLXTypeCache& type = *slot->second.type;
-            if (!type.LinkBase(base != nullptr && !closesCircle ? base->second.type.Get() : nullptr, retired) ||
-                closesCircle) {
-                (void)type.LinkBase(nullptr, retired);
-                messages.push_back(XLXFormat() << "This type has itself as base type " << slot->first.Text());
-            }
-            slot->second.link = Link::Done;
-            closesCircle = false;
-        }
-    }
-}
-
-/// The entry of a type's base; null when it has none, or none that is known.
-XTypeMap::Map::value_type* XTypeMap::BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages) {
-    if (entry.baseName.empty()) { return nullptr; }
-    const auto found = map.find(XLXTextView(entry.baseName));
-    if (found != map.end()) { return &*found; }
-    messages.push_back(XLXFormat() << "base type referenced by name not found in type cache: " << entry.baseName);
-    return nullptr;
-}
-
 void XTypeMap::EnterNegative(XLXTextView name, const Note& noted) {
     XCFGStringKey key(name);
     const XCritProxy<Known> known(m_mapType);
-    const bool isCurrent = known->clock && known->clock == noted.clock &&
-                           noted.stamp == XStamp{known->clock->Now(XAspect::TypeMap), m_own.Now()};
+    const bool isCurrent = known->clock == noted.clock && IsNow(noted.stamp, *known);
     if (isCurrent && !known->map.contains(key) && !known->negative.contains(key)) {
         known->oldest.push_back(key);
         known->negative.insert(std::move(key));
@@ -149,11 +145,6 @@ void XTypeMap::EnterNegative(XLXTextView name, const Note& noted) {
 std::vector<XTypeMap::Map::value_type> XTypeMap::Types() const {
     const XCritReadProxy<Known> known(m_mapType);
     return {known->map.begin(), known->map.end()};
-}
-
-bool XTypeMap::IsOf(const XClockPtr& clock) const {
-    const XCritReadProxy<Known> known(m_mapType);
-    return known->clock && known->clock == clock;
 }
 
 void XTypeMap::Begin(const XClockPtr& clock) {

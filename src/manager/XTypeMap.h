@@ -30,15 +30,10 @@ public:
 
     explicit XTypeMap(std::shared_ptr<const XTransferModeSupplier> mode) : m_mode(std::move(mode)) {}
 
-    enum class Found {
-        Nothing, ///< the name was never looked for
-        NoType,  ///< the server has no such type
-        Type
-    };
     struct Answer {
-        bool isFresh = false; ///< the map holds what the server has
-        Found found = Found::Nothing;
-        XLXComPtr<XLXTypeCache> type;
+        bool isFresh = false;         ///< the map holds what the server has
+        bool isKnown = false;         ///< the name was looked for
+        XLXComPtr<XLXTypeCache> type; ///< null: the server has no such type, as far as is known
     };
     Answer Find(XLXTextView name) const;
     bool IsFresh() const;
@@ -83,13 +78,13 @@ private:
         XStamp stamp;
         XClockPtr clock; ///< of the connection; null: there is none
     };
-    static bool IsFresh(const Known& known, std::uint64_t own) noexcept;
+    /// Whether a stamp is what would be noted now.
+    bool IsNow(const XStamp& stamp, const Known& known) const noexcept {
+        return known.clock && stamp == XStamp{known.clock->Now(XAspect::TypeMap), m_own.Now()};
+    }
     void Refresh(XTypeRecords& records, const Note& noted, XRetired& retired);
     static void Apply(Known& known, XTypeRecords& records);
     static void ForgetNegative(Known& known, std::size_t most);
-    static void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages);
-    static Map::value_type* BaseOf(Map& map, const Entry& entry, std::vector<XLXText>& messages);
-    bool IsOf(const XClockPtr& clock) const;
 
     std::shared_ptr<const XTransferModeSupplier> m_mode;
     XOwnCount m_own;

@@ -20,7 +20,12 @@ void ReadBase(XTypeRecord& record, const NameOf& nameOf) {
 }
 } // namespace
 
-XTypeRecords LXDecodeTypes(XLXSafeArray array, LONG mode) {
+std::optional<XTypeRecords> LXAskForTypes(const char* method, LONG mode, const OLECHAR* failureText,
+                                          const LXErrorLocation& at, const std::function<HRESULT(SAFEARRAY**)>& ask) {
+    XLXSafeArray array;
+    const HRESULT result = LXAsk(method, array, LXNoResult::Nothing, {}, at, ask);
+    XLXError::RaiseIfFailed(result, failureText, at);
+    if (result != S_OK) { return std::nullopt; }
     auto types = XLXCFCDataTransfer::GetMapFromArray(std::move(array));
     NameOf nameOf;
     for (const auto& [name, index] : types.names) {

@@ -5,6 +5,8 @@
 #include "XRelationHost.h"
 #include "lxtypecache.h"
 
+#include <functional>
+
 /// A type on its way into the type map: a record of a bulk read, or a type of the server that is wrapped.
 struct XTypeRecord : XLXCFCDataTransfer::XILXTypeData {
     XLXText name;
@@ -17,18 +19,10 @@ struct XTypeRecord : XLXCFCDataTransfer::XILXTypeData {
 };
 using XTypeRecords = std::vector<XTypeRecord>;
 
-/// Reads the types out of a bulk read's array, in record order. Raises what is wrong with the array.
-XTypeRecords LXDecodeTypes(XLXSafeArray array, LONG mode);
-
-/// Asks the server for types in bulk; nothing when it has nothing. Raises its failure, with the text.
-/// @param call  HRESULT call(SAFEARRAY**)
-template <class Call>
+/// Asks the server for types in bulk, in record order; nothing when it has nothing. Raises its failure, with the text,
+/// and what is wrong with the array.
+/// @param mode  which components are asked for with the types
 std::optional<XTypeRecords> LXAskForTypes(const char* method, LONG mode, const OLECHAR* failureText,
-                                          const LXErrorLocation& at, Call&& call) {
-    XLXSafeArray array;
-    const HRESULT result = LXAsk(method, array, LXNoResult::Nothing, {}, at, std::forward<Call>(call));
-    XLXError::RaiseIfFailed(result, failureText, at);
-    return result == S_OK ? std::optional(LXDecodeTypes(std::move(array), mode)) : std::nullopt;
-}
+                                          const LXErrorLocation& at, const std::function<HRESULT(SAFEARRAY**)>& ask);
 
 #endif

@@ -18,15 +18,6 @@ XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager() {
     XModuleCount::Unlock();
 }
 
-HRESULT XLXConfigFactoryCacheManager::RefuseNullFace() noexcept {
-    return XLXError::RefusePointer(OLESTR("ppv"), LXManagerAt("QueryInterface"));
-}
-
-// A callback for updates is also a plain one.
-void* XLXConfigFactoryCacheManager::FindFace(REFIID iid) noexcept {
-    return XUnknown::FindFace(IsEqualIID(iid, LXIid<ILXCallback>()) ? LXIid<ILXCallbackUpdate>() : iid);
-}
-
 XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactoryOf(const XClockPtr& clock,
                                                                           const char* method) const {
     const XConnectionPtr connection = Connection();

@@ -33,8 +33,13 @@ public:
     ~XLXConfigFactoryCacheManager();
 
     // IUnknown
-    static HRESULT RefuseNullFace() noexcept;
-    void* FindFace(REFIID iid) noexcept;
+    static HRESULT RefuseNullFace() noexcept {
+        return XLXError::RefusePointer(OLESTR("ppv"), LXManagerAt("QueryInterface"));
+    }
+    /// A callback for updates is also a plain one.
+    void* FindFace(REFIID iid) noexcept {
+        return XUnknown::FindFace(IsEqualIID(iid, LXIid<ILXCallback>()) ? LXIid<ILXCallbackUpdate>() : iid);
+    }
 
     // Lifecycle
     HRESULT STDMETHODCALLTYPE Initialize(ILXConfigFactory* pConfigFactory, ILX_Query* pQuery,
@@ -92,9 +97,8 @@ public:
     HRESULT STDMETHODCALLTYPE LoadTypesByTypeNames(LONG lCountNames, BSTR* bstrTypename,
                                                    LONG bIncludeTypeAttributes) override;
     HRESULT STDMETHODCALLTYPE AddType(ILXType** ppType) override;
-    HRESULT STDMETHODCALLTYPE GetTransientAttribute(ILXAttribute** out) override {
-        return LXNotOffered(out);
-    } // deprecated
+    // Deprecated
+    HRESULT STDMETHODCALLTYPE GetTransientAttribute(ILXAttribute** out) override { return LXNotOffered(out); }
     HRESULT STDMETHODCALLTYPE IsPlantype(ILX_BaseDataObject* pObject) override;
     HRESULT STDMETHODCALLTYPE CheckTypeDerivesFrom(BSTR bstrTypename, LONG lAmountTypes, BSTR* bstrTypenames,
                                                    LONG* pBoolArray) override;
@@ -143,12 +147,8 @@ public:
 
     // XRelationHost
     XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr& clock, const char* method) const override;
-    HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) override {
-        return PCInfos(newRelations).GetPCInfoEnum(ppEnum);
-    }
-    HRESULT InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations) override {
-        return PCInfos(newRelations).GetPCInfo(browserId, ppPCInfo);
-    }
+    HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) override;
+    HRESULT InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations) override;
     std::vector<PlanTypeRelation> InternalGetPlantypeRelations(XLXTextView parentType) override {
         return m_planTypes.RelationsOf(parentType);
     }
@@ -168,20 +168,15 @@ private:
     void InstallImpl();
     HRESULT Init(const InitArguments& arguments);
     XConnectionPtr Begin(const InitArguments& arguments);
-    static void LogOtherServer(const XConnection& current, const InitArguments& arguments);
     void RegisterCallback(XConnection& connection, ILXDataUpdate* update, bool separateCallback);
     void Unregister(XConnection& connection) noexcept;
     void CreateRelationManager(XConnection& connection);
     void EmptyCaches(const XClockPtr& clock) noexcept;
 
     HRESULT ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count, tagLXUpdateInfo* info) const;
-    bool RecordHandled(XConnection& connection, ULONG notificationId) const noexcept;
 
     XPCInfos& PCInfos(bool newRelations) noexcept { return newRelations ? m_pcInfosNew : m_pcInfos; }
     HRESULT EnumerateTypes(const char* method, bool searchableOnly, ILXTypeEnum** ppEnum);
-    HRESULT LoadTypesByNames(std::span<const BSTR> names, LONG mode);
-    HRESULT RemoveSpec(ILXConfigFactory& factory, XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id,
-                       const LXErrorLocation& at);
     static HRESULT AnswerNumber(const char* method, const OLECHAR* name, LONG* out, LONG number);
     /// The mode of operation; raises E_POINTER before the first initialisation.
     XLXCFCMngImpl& Impl(const char* method) const;

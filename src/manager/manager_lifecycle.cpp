@@ -22,6 +22,14 @@ HRESULT InterfaceIn(const VARIANT& value, XLXComPtr<T>& result) {
 bool IsPresent(const VARIANT& value) {
     return (V_VT(&value) == VT_UNKNOWN || V_VT(&value) == VT_DISPATCH) && V_UNKNOWN(&value) != nullptr;
 }
+
+void LogOtherServer(const XLXComPtr<ILXConfigFactory>& first, const XLXComPtr<ILXConfigFactory>& other) {
+    if (other && !(first.As<IUnknown>() == other.As<IUnknown>())) {
+        XLXError::WriteErrorToLogBook(S_FALSE, XLXError::SeverityError,
+                                      OLESTR("the cache is initialised already, with another server, and stays so"),
+                                      LXManagerAt("Init"));
+    }
+}
 } // namespace
 
 // The first initialisation decides on the mode, for good.
@@ -130,7 +138,7 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments) {
     XLXError::CheckPointer(arguments.noNotifications ? this : static_cast<void*>(arguments.update.Get()),
                            OLESTR("pDataUpdate"), at);
     if (const auto current = Connection(); current || init.IsReentered() || init.IsBusyElsewhere()) {
-        if (current) { LogOtherServer(*current, arguments); }
+        if (current) { LogOtherServer(current->configFactory, arguments.factory); }
         return S_OK;
     }
     XLXError::CheckPointer(arguments.factory.Get(), OLESTR("pConfigFactory"), at);
@@ -164,14 +172,6 @@ XConnectionPtr XLXConfigFactoryCacheManager::Begin(const InitArguments& argument
     if (arguments.transferMode) { m_transferMode->Set(*arguments.transferMode); }
     if (!arguments.clientMode) { XLockSwitch::TurnOff(); }
     return connection;
-}
-
-void XLXConfigFactoryCacheManager::LogOtherServer(const XConnection& current, const InitArguments& arguments) {
-    if (arguments.factory && !(current.configFactory.As<IUnknown>() == arguments.factory.As<IUnknown>())) {
-        XLXError::WriteErrorToLogBook(S_FALSE, XLXError::SeverityError,
-                                      OLESTR("the cache is initialised already, with another server, and stays so"),
-                                      LXManagerAt("Init"));
-    }
 }
 
 void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILXDataUpdate* update,

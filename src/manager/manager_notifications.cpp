@@ -46,13 +46,18 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
         const XLXTextView kind = id.hasKind ? id.kindText : XLXTextView();
         const LONG mode = impl.TranslateUpdateFlags(kind, id.mode);
         TraceUpdate(bstrDataID, mode, kind);
+        bool isHandled = false; // not while nobody answers for relations
         if (connection) {
             const XAspectSet concerned = XNotificationRule::Concerned(id, mode);
             connection->clock->Advance(concerned);
             LXTraceInvalidated(concerned);
+            // In the connection that the notification came to: a late one records nothing in the next.
+            const std::lock_guard<XLeafMutex> lock(m_mutex);
+            isHandled = connection->relations != nullptr;
+            if (isHandled) { connection->lastNotificationId = ulNotificationId; }
         }
-        XLXError::CheckPointer(connection && RecordHandled(*connection, ulNotificationId) ? this : nullptr,
-                               OLESTR("m_pPCPartCacheMng"), LXManagerAt("DataObjectChanged"));
+        XLXError::CheckPointer(isHandled ? this : nullptr, OLESTR("m_pPCPartCacheMng"),
+                               LXManagerAt("DataObjectChanged"));
         return S_OK;
     });
 }
@@ -65,13 +70,4 @@ HRESULT XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType
     const XLXComBSTR forwardedId(XLXFormat() << XLXTextView(ForwardPrefix) << LXBstrView(dataId));
     LXServerCall("ILXCallbackUpdate::DataObjectChanged");
     return callback->DataObjectChanged(forwardedId.Get(), dataType, type, id, count, info);
-}
-
-// In the connection that the notification came to: a late one records nothing in the next. False: nobody answers for
-// relations, so the notification does not count as handled.
-bool XLXConfigFactoryCacheManager::RecordHandled(XConnection& connection, ULONG notificationId) const noexcept {
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
-    if (!connection.relations) { return false; }
-    connection.lastNotificationId = notificationId;
-    return true;
 }

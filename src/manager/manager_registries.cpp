@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The registries of the whole configuration: browser ids and global format specs.
+// The registries of the whole configuration: browser ids, PC infos and global format specs.
 #include "lxconfigfactorycachemanager.h"
 
 namespace {
@@ -10,6 +10,17 @@ constexpr int MemberPropertyId = 0;
 HRESULT XLXConfigFactoryCacheManager::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) {
     return LXAnswer(LXManagerAt("GetBrowserIdEnum"), OLESTR("ppEnum"), ppEnum,
                     [&] { return LXHandOutAll<ILXBrowserId>(m_browsers.Load(), ppEnum); });
+}
+
+HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) {
+    LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt("InternalGetPCInfoEnum"));
+    return LXHandOutAll<ILXPCInfo>(PCInfos(newRelations).Load(), ppEnum);
+}
+
+HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo,
+                                                        bool newRelations) {
+    LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), LXManagerAt("InternalGetPCInfo"));
+    return LXHandOut(LXFind(PCInfos(newRelations).Load().get(), browserId), ppPCInfo);
 }
 
 HRESULT
@@ -39,7 +50,7 @@ XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(
         }
         XLXComVariant id;
         XLXError::RaiseIfFailed(spec->ReadProperty(MemberPropertyId, id), OLESTR("the property id cannot be read"), at);
-        return RemoveSpec(*factory, spec.Get(), id.AsText().value_or(XLXText()), at);
+        return m_globalSpecs.Remove(*factory, spec.Get(), id.AsText().value_or(XLXText()), at);
     });
 }
 
@@ -47,26 +58,7 @@ HRESULT XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpecByID(BSTR b
     const LXErrorLocation at = LXManagerAt("RemoveGlobalAttributeFormatSpecByID");
     return XLXError::Guarded(at, [&] {
         const auto factory = ConfigFactory("RemoveGlobalAttributeFormatSpecByID");
-        const HRESULT result = RemoveSpec(*factory, nullptr, LXBstrView(bstrAttributeProperyID), at);
+        const HRESULT result = m_globalSpecs.Remove(*factory, nullptr, LXBstrView(bstrAttributeProperyID), at);
         return FAILED(result) ? result : S_OK;
     });
-}
-
-/// Removes a spec on the server, and then here.
-/// @param spec  the object, when it is known
-HRESULT XLXConfigFactoryCacheManager::RemoveSpec(ILXConfigFactory& factory, XLXGlobalAttributeFormatSpecCache* spec,
-                                                 XLXTextView id, const LXErrorLocation& at) {
-    if (id.empty()) {
-        XLXError::Raise(E_INVALIDARG,
-                        OLESTR("For removing ILXGlobalAttributeFormatSpec instances the property id "
-                               "'LXCFGAFS_attributepropertyid' must not be empty."),
-                        at);
-    }
-    LXServerCall("ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID");
-    const HRESULT result = factory.RemoveGlobalAttributeFormatSpecByID(XLXComBSTR(id).Get());
-    if (SUCCEEDED(result)) {
-        m_globalSpecs.Drop(spec, id);
-        if (spec != nullptr) { spec->Terminate(); }
-    }
-    return result;
 }

@@ -55,7 +55,7 @@ HRESULT XLXConfigFactoryCacheManager::InternalLoadType(XLXTextView name, ILXType
     XLXError::CheckPointer(ppType, OLESTR("ppType"), LXManagerAt("InternalLoadType"));
     XTypeMap::Answer answer = m_types.Find(name);
     if (!answer.isFresh) { answer = InternalFillTypeMap().first->Find(name); }
-    if (answer.found == XTypeMap::Found::Nothing) { answer.type = Impl("FetchType").FetchType(name); }
+    if (!answer.isKnown) { answer.type = Impl("FetchType").FetchType(name); }
     return LXHandOut(std::move(answer.type), ppType);
 }
 
@@ -101,26 +101,24 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByTypeNames(LONG lCountNames, BST
         if (lCountNames < 0) { XLXError::Raise(E_INVALIDARG, OLESTR("the number of type names is negative"), at); }
         XLXError::CheckPointer(bstrTypename, OLESTR("bstrTypename"), at);
         const LONG mode = Impl("LoadTypesByTypeNames").NamedLoadMode(bIncludeTypeAttributes != 0);
-        return LoadTypesByNames({bstrTypename, bstrTypename + lCountNames}, mode);
-    });
-}
-
-HRESULT XLXConfigFactoryCacheManager::LoadTypesByNames(std::span<const BSTR> names, LONG mode) {
-    const LXErrorLocation at = LXManagerAt("LoadTypesByNames");
-    const XLXSafeArray wanted = NameArray(names, at);
-    const XConnectionPtr server = Access("LoadTypesByNames");
-    ILXConfigFactoryEx& factory = server->Bulk("LoadTypesByNames");
-    const XTypeMap::Note noted = m_types.TakeNote(server->clock);
-    auto records = LXAskForTypes(
-        "ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", mode, OLESTR("the types cannot be loaded by name"), at,
-        [&](SAFEARRAY** out) { return factory.GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out); });
-    if (records) { EnterTypes(*records, noted, false); }
-    for (const BSTR name : names) {
-        if (const XLXTextView text = LXBstrView(name); !text.empty()) {
-            m_types.EnterNegative(text, noted); // for those that did not come
+        const std::span<const BSTR> names(bstrTypename, static_cast<std::size_t>(lCountNames));
+        const LXErrorLocation loading = LXManagerAt("LoadTypesByNames");
+        const XLXSafeArray wanted = NameArray(names, loading);
+        const XConnectionPtr server = Access("LoadTypesByNames");
+        ILXConfigFactoryEx& factory = server->Bulk("LoadTypesByNames");
+        const XTypeMap::Note noted = m_types.TakeNote(server->clock);
+        auto records = LXAskForTypes("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", mode,
+                                     OLESTR("the types cannot be loaded by name"), loading, [&](SAFEARRAY** out) {
+                                         return factory.GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out);
+                                     });
+        if (records) { EnterTypes(*records, noted, false); }
+        for (const BSTR name : names) {
+            if (const XLXTextView text = LXBstrView(name); !text.empty()) {
+                m_types.EnterNegative(text, noted); // for those that did not come
+            }
         }
-    }
-    return records ? S_OK : S_FALSE;
+        return records ? S_OK : S_FALSE;
+    });
 }
 
 // The new type is wrapped and handed out; it enters the map when the server reports it.

@@ -47,8 +47,6 @@ void RaiseIfCircle(const XTypeRecords& chain, const XLXText& next, const LXError
 }
 } // namespace
 
-LONG XLXCFCMngImpl::TransferMode() const noexcept { return m_manager.TransferMode().Get(); }
-
 // ---- server mode
 
 XTypeMapPtr XLXCFCMngImplServer::FillTypeCache() {
@@ -97,7 +95,7 @@ XLXComPtr<XLXTypeCache> XLXCFCMngImplServer::FetchType(XLXTextView name) {
 }
 
 LONG XLXCFCMngImplServer::NamedLoadMode(bool includeTypeAttributes) const {
-    const LONG mode = TransferMode();
+    const LONG mode = m_manager.TransferMode().Get();
     return mode == LXTM_UNSET ? 0 : includeTypeAttributes ? mode & LXTM_ATTRIBUTES : mode;
 }
 
@@ -108,7 +106,7 @@ XLXCFCMngImplClient::XLXCFCMngImplClient(XLXConfigFactoryCacheManager& manager) 
 }
 
 LONG XLXCFCMngImplClient::BulkMode() const noexcept {
-    const LONG mode = TransferMode();
+    const LONG mode = m_manager.TransferMode().Get();
     return mode == LXTM_UNSET ? DefaultTransferMode : mode;
 }
 
@@ -143,7 +141,7 @@ XLXComPtr<XLXTypeCache> XLXCFCMngImplClient::FetchType(XLXTextView name) {
         records = LoadTypeByName(factory, name, true);
     }
     const XTypeMap::Answer answer = m_manager.EnterTypes(records, noted, false)->Find(name);
-    if (answer.found == XTypeMap::Found::Nothing) { XLXError::Raise(E_FAIL, OLESTR("no type in typemap"), at); }
+    if (!answer.isKnown) { XLXError::Raise(E_FAIL, OLESTR("no type in typemap"), at); }
     return answer.type;
 }
 

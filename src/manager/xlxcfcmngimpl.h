@@ -27,8 +27,6 @@ public:
     virtual LONG TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept = 0;
 
 protected:
-    LONG TransferMode() const noexcept;
-
     XLXConfigFactoryCacheManager& m_manager;
 };
 
