@@ -9,18 +9,13 @@ constexpr const OLECHAR* ModeConflictText =
     OLESTR("initializing the CFC has already be called from serverside and cannot be used in a client application");
 constexpr ULONG AdvicesDesired = 0x100;
 
-/// The interface in a variant. A null or empty one is E_POINTER, another value DISP_E_TYPEMISMATCH; a failing query
-/// is returned.
+/// The interface in a value. A null or empty one is E_POINTER, another value DISP_E_TYPEMISMATCH; a failing query is
+/// returned.
 template <class T>
-HRESULT InterfaceIn(const VARIANT& value, XLXComPtr<T>& result) {
-    const VARTYPE type = V_VT(&value);
-    if (type != VT_UNKNOWN && type != VT_DISPATCH && type != VT_EMPTY) { return DISP_E_TYPEMISMATCH; }
-    IUnknown* const object = type != VT_EMPTY ? V_UNKNOWN(&value) : nullptr;
-    return object != nullptr ? LXQuery(*object, result) : E_POINTER;
-}
-
-bool IsPresent(const VARIANT& value) {
-    return (V_VT(&value) == VT_UNKNOWN || V_VT(&value) == VT_DISPATCH) && V_UNKNOWN(&value) != nullptr;
+HRESULT InterfaceIn(const XLXComVariant& value, XLXComPtr<T>& result) {
+    if (IUnknown* const object = value.AsUnknown(); object != nullptr) { return LXQuery(*object, result); }
+    const VARTYPE type = value.Type();
+    return type == VT_UNKNOWN || type == VT_DISPATCH || type == VT_EMPTY ? E_POINTER : DISP_E_TYPEMISMATCH;
 }
 
 void LogOtherServer(const XLXComPtr<ILXConfigFactory>& first, const XLXComPtr<ILXConfigFactory>& other) {
@@ -61,11 +56,13 @@ struct XLXConfigFactoryCacheManager::InitArguments {
 
 HRESULT XLXConfigFactoryCacheManager::InitArguments::TakeNamed(XLXTextView name, const VARIANT& value) {
     const bool isQuery = name == OLESTR("QueryEngine");
-    if (isQuery && (V_VT(&value) == VT_EMPTY || (V_VT(&value) == VT_UNKNOWN && !IsPresent(value)))) { return S_OK; }
-    if (V_VT(&value) != VT_UNKNOWN) { return E_INVALIDARG; }
-    return isQuery                           ? InterfaceIn(value, query)
-           : name == OLESTR("Configfactory") ? InterfaceIn(value, factory)
-           : name == OLESTR("UpdateMng")     ? InterfaceIn(value, update)
+    IUnknown* const object = V_VT(&value) == VT_UNKNOWN ? V_UNKNOWN(&value) : nullptr;
+    if (object == nullptr) {
+        return isQuery && (V_VT(&value) == VT_EMPTY || V_VT(&value) == VT_UNKNOWN) ? S_OK : E_INVALIDARG;
+    }
+    return isQuery                           ? LXQuery(*object, query)
+           : name == OLESTR("Configfactory") ? LXQuery(*object, factory)
+           : name == OLESTR("UpdateMng")     ? LXQuery(*object, update)
                                              : E_INVALIDARG;
 }
 
@@ -80,9 +77,9 @@ void XLXConfigFactoryCacheManager::InitArguments::Read(ULONG count, const VARIAN
         return *isSet;
     };
     clientMode = true;
-    check(InterfaceIn(value(0).Get(), factory), OLESTR("value 0 must be an object with ILXConfigFactory"));
-    if (const XLXComVariant object = value(1); IsPresent(object.Get())) {
-        check(InterfaceIn(object.Get(), query), OLESTR("value 1 must be an object with ILX_Query, or empty"));
+    check(InterfaceIn(value(0), factory), OLESTR("value 0 must be an object with ILXConfigFactory"));
+    if (const XLXComVariant object = value(1); object.AsUnknown() != nullptr) {
+        check(InterfaceIn(object, query), OLESTR("value 1 must be an object with ILX_Query, or empty"));
     }
     noNotifications = flag(3, OLESTR("value 3 must be a boolean: no notifications"));
     separateCallback = count > 4 && flag(4, OLESTR("value 4 must be a boolean: a separate callback object"));
@@ -91,7 +88,7 @@ void XLXConfigFactoryCacheManager::InitArguments::Read(ULONG count, const VARIAN
         check(transferMode ? S_OK : DISP_E_TYPEMISMATCH, OLESTR("value 5 must be a number: the data transfer mode"));
     }
     if (!noNotifications) {
-        check(InterfaceIn(value(2).Get(), update),
+        check(InterfaceIn(value(2), update),
               OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true"));
     }
 }

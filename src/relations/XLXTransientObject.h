@@ -6,10 +6,12 @@
 #define XLXTRANSIENTOBJECT_H
 
 #include "XLXComVariant.h"
+#include "XLeafMutex.h"
 #include "XPropertyMethods.h"
 #include "XUnknown.h"
 
 #include <algorithm>
+#include <mutex>
 #include <span>
 
 /// A property that a transient object has, with the value that it answers or starts with.
@@ -29,11 +31,12 @@ struct XTransientProperty {
     }
 };
 
-/// The property of an index; null when the table has none.
-inline const XTransientProperty* LXFindProperty(std::span<const XTransientProperty> table, int index) noexcept {
-    const auto found = std::ranges::find(table, index, &XTransientProperty::index);
-    return found != table.end() ? &*found : nullptr;
-}
+/// What differs between the transient objects.
+struct XTransientFacts {
+    std::span<const XTransientProperty> properties;
+    LXErrorLocation get;
+    std::optional<LXErrorLocation> unknown; ///< of an index; none: it is refused with a bare code
+};
 
 /// An object whose life does not depend on the references to it. Each is a lock on the module, so that the object's
 /// code is there as long as somebody holds it. Any thread may call.
@@ -62,7 +65,7 @@ private:
     std::atomic<ULONG> m_count{0};
 };
 
-/// It answers its interface and IUnknown, and no callback.
+/// It answers its interface and IUnknown, and no callback. Any thread may call.
 /// @tparam Base  its face: an XUnknown, or an XModuleReferences
 template <class Base, EConfigElementKind kind>
 class XLXTransientObject : public XPropertyMethods<Base, kind> {
@@ -72,26 +75,48 @@ public:
                                        LXHere("XLXTransientObject", "XLXTransientObject", "QueryInterface"));
     }
 
+    HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override {
+        return XLXError::Guarded(m_facts.get, [&]() -> HRESULT {
+            XLXError::CheckPointer(pvarValue, OLESTR("pvarValue"), m_facts.get);
+            const auto place = Find(iLXCF_Member);
+            if (!place && m_facts.unknown) { RaiseUnknownIndex(iLXCF_Member, *m_facts.unknown); }
+            return place ? LXHandOutValue(ValueAt(*place), pvarValue) : E_INVALIDARG;
+        });
+    }
+
 protected:
+    explicit XLXTransientObject(const XTransientFacts& facts) : m_facts(facts) {
+        for (const XTransientProperty& property : facts.properties) {
+            m_values.push_back(property.Value());
+        }
+    }
     ~XLXTransientObject() = default;
 
-    /// Gives the value of a property to a caller's variable.
-    /// @param unknownAt  where an unknown index is reported; none: it is refused with a bare code
-    /// @param valueOf    valueOf(property) makes the value
-    static HRESULT HandOutProperty(std::span<const XTransientProperty> table, int index, VARIANT* out,
-                                   const LXErrorLocation& at, const std::optional<LXErrorLocation>& unknownAt,
-                                   auto&& valueOf) {
-        return XLXError::Guarded(at, [&]() -> HRESULT {
-            XLXError::CheckPointer(out, OLESTR("pvarValue"), at);
-            const XTransientProperty* const property = LXFindProperty(table, index);
-            if (property == nullptr && unknownAt) { RaiseUnknownIndex(index, *unknownAt); }
-            return property != nullptr ? LXHandOutValue(valueOf(*property), out) : E_INVALIDARG;
-        });
+    /// The place of a property in the table; none of an unknown index.
+    std::optional<std::size_t> Find(int index) const noexcept {
+        const auto found = std::ranges::find(m_facts.properties, index, &XTransientProperty::index);
+        return found != m_facts.properties.end() ? std::optional<std::size_t>(found - m_facts.properties.begin())
+                                                 : std::nullopt;
+    }
+    XLXComVariant ValueAt(std::size_t place) const {
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        return m_values[place].Copy();
+    }
+    /// Replaces the value of a property that there is.
+    void Store(int index, XLXComVariant value) {
+        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        std::swap(m_values[*Find(index)], value);
     }
 
     [[noreturn]] static void RaiseUnknownIndex(int index, const LXErrorLocation& at) {
         XLXError::Raise(E_INVALIDARG, XLXFormat() << "property index (" << LONG{index} << ") is unknown", at);
     }
+
+    const XTransientFacts& m_facts;
+    mutable XLeafMutex m_mutex; // guards what the object has; nothing is called while it is held
+
+private:
+    XLXVariantVector m_values; // in the order of the table
 };
 
 #endif

@@ -35,14 +35,12 @@ public:
     /// With the relations of the base types. Any success of the object's other than S_OK is the answer.
     HRESULT STDMETHODCALLTYPE GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
                                            ILXParentChildEnum** out) override {
-        return Ask("GetPCEnumAll", out, [&](auto& relations) {
-            XLXError::CheckPointer(out, OLESTR("ppPCEnum"), LXPCPartAt("GetPCEnumAll"));
-            const XRelationEnds ends(object, nullptr, typeName);
-            return ends.result != S_OK
-                       ? ends.result
-                       : LXHandOutEnumerator(relations.CollectWithBases(ends.parentType, LXBstrView(browserId), filter),
-                                             out);
-        });
+        LXEmptyOut(out);
+        return AskBetween("GetPCEnumAll", {object, nullptr, typeName}, LXPCPartAt("GetPCEnumAll"),
+                          {{out, OLESTR("ppPCEnum")}}, [&](auto& relations, const XRelationEnds& ends) {
+                              return LXHandOutEnumerator(
+                                  relations.CollectWithBases(ends.parentType, LXBstrView(browserId), filter), out);
+                          });
     }
     /// The relations between the types of two objects.
     HRESULT STDMETHODCALLTYPE GetCachedPCEnum(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR,
@@ -93,13 +91,11 @@ public:
     }
     HRESULT STDMETHODCALLTYPE PPRRelationExistsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR,
                                                     LONG internal) override {
-        return Ask("PPRRelationExistsByDO", [&](auto& relations) {
-            XLXError::CheckPointer(parent, OLESTR("pObjectParent"), LXPCPartAt("PPRRelationExistsByDO"));
-            XLXError::CheckPointer(child, OLESTR("pObjectChild"), LXPCPartAt("PPRRelationExistsByDO"));
-            const XRelationEnds ends(parent, child);
-            return ends.result != S_OK ? ends.result
-                                       : relations.PPRRelationExists(ends.parentType, ends.childType, internal != 0);
-        });
+        return AskBetween("PPRRelationExistsByDO", {parent, child}, LXPCPartAt("PPRRelationExistsByDO"),
+                          {{parent, OLESTR("pObjectParent")}, {child, OLESTR("pObjectChild")}},
+                          [&](auto& relations, const XRelationEnds& ends) {
+                              return relations.PPRRelationExists(ends.parentType, ends.childType, internal != 0);
+                          });
     }
 
     // Single relations
@@ -138,8 +134,8 @@ private:
     struct Selection {
         ILX_BaseDataObject* parent;
         ILX_BaseDataObject* child; ///< null: to any type
-        BSTR parentType;
-        BSTR browserId;
+        BSTR parentType = nullptr;
+        BSTR browserId = nullptr;
         LONG filter = LXPCF_NONE;
     };
     /// An argument that must not be null.
@@ -167,18 +163,28 @@ private:
         return Ask(method, std::forward<Question>(question));
     }
 
-    HRESULT Enumerate(const char* method, ILXParentChildEnum** out, const Selection& selection,
-                      const LXErrorLocation& at, std::initializer_list<Required> required) const {
-        return Ask(method, out, [&](auto& relations) {
+    /// Asks about the types at the ends that are selected: question(relations, ends). Any success of an object's other
+    /// than S_OK is the answer.
+    HRESULT AskBetween(const char* method, const Selection& selection, const LXErrorLocation& at,
+                       std::initializer_list<Required> required, auto&& question) const {
+        return Ask(method, [&](auto& relations) {
             for (const Required& argument : required) {
                 XLXError::CheckPointer(argument.pointer, argument.name, at);
             }
             const XRelationEnds ends(selection.parent, selection.child, selection.parentType);
-            if (ends.result != S_OK) { return FAILED(ends.result) ? ends.result : S_FALSE; }
+            return ends.result != S_OK ? ends.result : question(relations, ends);
+        });
+    }
+    HRESULT Enumerate(const char* method, ILXParentChildEnum** out, const Selection& selection,
+                      const LXErrorLocation& at, std::initializer_list<Required> required) const {
+        LXEmptyOut(out);
+        const auto collect = [&](auto& relations, const XRelationEnds& ends) {
             return LXHandOutEnumerator(
                 relations.Collect(ends.parentType, ends.childType, LXBstrView(selection.browserId), selection.filter),
                 out);
-        });
+        };
+        const HRESULT result = AskBetween(method, selection, at, required, collect);
+        return SUCCEEDED(result) && result != S_OK ? S_FALSE : result;
     }
     HRESULT Enumerate(const char* method, ILXParentChildEnum** out, const Selection& selection) const {
         return Enumerate(method, out, selection, LXPCPartAt(method), {{out, OLESTR("ppPCEnum")}});

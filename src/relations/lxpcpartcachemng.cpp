@@ -3,7 +3,7 @@
 
 #include "lxtransientpc.h"
 
-#include <set>
+#include <map>
 
 using XLXCFCDataTransfer::XILXPCData;
 
@@ -189,20 +189,16 @@ XLXPCPartCacheMng::Relations XLXPCPartCacheMng::Collect(XLXTextView parentType, 
 
 XLXPCPartCacheMng::Relations XLXPCPartCacheMng::CollectWithBases(XLXTextView parentType, XLXTextView browserId,
                                                                  LONG filter) {
-    using Below = std::set<std::pair<XCFGStringKey, XCFGStringKey>>; // child and list
     std::vector<XLXText> levels = m_host.BaseTypeNames(parentType);
     levels.insert(levels.begin(), XLXText(parentType));
-    Below nearer;
+    std::map<std::pair<XCFGStringKey, XCFGStringKey>, const XLXText*> nearest; // the level, by child and list
     Relations relations;
     for (const XLXText& level : levels) {
-        Below here;
         VisitShown(level, {}, browserId, filter, [&](const auto& child, const auto& list, auto&& relation) {
-            if (!nearer.contains({child, list})) {
+            if (nearest.try_emplace({child, list}, &level).first->second == &level) {
                 relations.emplace_back(std::move(relation));
-                here.emplace(child, list);
             }
         });
-        nearer.merge(here);
     }
     return relations;
 }

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "lxtransientattribute.h"
 
-#include <mutex>
-
 namespace {
 constexpr int MemberName = 0;
 constexpr int MemberConstantText = 41; // writes to it are taken and forgotten
@@ -23,34 +21,23 @@ constexpr XTransientProperty Properties[] = {
 constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) {
     return LXHere("lxtransientattribute", "XLXTransientAttribute", method, line);
 }
+
+constexpr XTransientFacts Facts{Properties, At("Get"), At("Get")};
 } // namespace
 
-XLXTransientAttribute::XLXTransientAttribute(XLXTextView name) {
-    for (const XTransientProperty& property : Properties) {
-        m_values.push_back(property.index == MemberName ? XLXComVariant::FromBstr(name) : property.Value());
-    }
-}
-
-HRESULT XLXTransientAttribute::GetProperty(int iLXCF_Member, VARIANT* pvarValue) {
-    return HandOutProperty(Properties, iLXCF_Member, pvarValue, At("Get"), At("Get"),
-                           [&](const XTransientProperty& property) {
-                               const std::lock_guard<XLeafMutex> lock(m_mutex);
-                               return m_values[static_cast<std::size_t>(&property - Properties)].Copy();
-                           });
+XLXTransientAttribute::XLXTransientAttribute(XLXTextView name) : XLXTransientObject(Facts) {
+    Store(MemberName, XLXComVariant::FromBstr(name));
 }
 
 HRESULT XLXTransientAttribute::SetProperty(int iLXCF_Member, VARIANT varValue) {
     return XLXError::Guarded(At("Set"), [&]() -> HRESULT {
-        const XTransientProperty* const property = LXFindProperty(Properties, iLXCF_Member);
-        if (property == nullptr) { RaiseUnknownIndex(iLXCF_Member, At("Set")); }
+        const auto place = Find(iLXCF_Member);
+        if (!place) { RaiseUnknownIndex(iLXCF_Member, At("Set")); }
         XLXComVariant value;
-        if (FAILED(VariantChangeType(value.Put(), &varValue, 0, property->type))) {
+        if (FAILED(VariantChangeType(value.Put(), &varValue, 0, Properties[*place].type))) {
             XLXError::Raise(E_INVALIDARG, OLESTR("the value cannot be converted to the property's type"), At("Set"));
         }
-        if (property->index != MemberConstantText) {
-            const std::lock_guard<XLeafMutex> lock(m_mutex);
-            std::swap(m_values[static_cast<std::size_t>(property - Properties)], value);
-        }
+        if (iLXCF_Member != MemberConstantText) { Store(iLXCF_Member, std::move(value)); }
         return S_OK;
     });
 }

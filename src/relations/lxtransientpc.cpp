@@ -24,6 +24,11 @@ constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) {
     return LXHere("lxtransientpc", "XLXTransientPC", method, line);
 }
 
+constexpr XTransientFacts Facts{Properties, At("Get", 67), std::nullopt};
+
+/// The properties that callers may write, as in Names.
+constexpr std::array Written{LXRM_PARENTNAME, LXRM_CHILDNAME, LXRM_NAMESHORT};
+
 /// All transient relations of the module, by manager (null: nobody's), names and flag.
 struct Pool {
     using Key = std::tuple<const XRelationHost*, XLXTransientPC::Names, bool>;
@@ -47,7 +52,7 @@ Pool& ThePool() {
 
 XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXTextView parent,
                                               const XRelationHost::PlanTypeRelation& relation, bool flag) {
-    Names names{XLXText(parent), relation.childType, relation.nameShort};
+    const Names names{XLXText(parent), relation.childType, relation.nameShort};
     const Pool::Key key(&host, names, flag);
     const Pool::Key nobodys(nullptr, names, flag);
     Pool& pool = ThePool();
@@ -59,7 +64,7 @@ XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXText
                     ? pool.Reassign(free, &host)
                     : pool.relations.emplace(key, std::make_unique<XLXTransientPC>(Owner(), Names(), flag));
     }
-    found->second->Renew(host.PCInfoLink(), std::move(names));
+    found->second->Renew(host.PCInfoLink(), names);
     return found->second.get();
 }
 
@@ -72,40 +77,27 @@ void XLXTransientPC::Disown(const XRelationHost& host) noexcept {
     }
 }
 
+XLXTransientPC::XLXTransientPC(Owner owner, const Names& names, bool flag) : XLXTransientObject(Facts), m_flag(flag) {
+    Renew(std::move(owner), names);
+}
+
 // What a caller wrote into a relation does not reach the next one who is given it.
-void XLXTransientPC::Renew(Owner owner, Names names) {
+void XLXTransientPC::Renew(Owner owner, const Names& names) {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        Store(Written[i], XLXComVariant::FromBstr(names[i]));
+    }
     const std::lock_guard<XLeafMutex> lock(m_mutex);
     std::swap(m_owner, owner);
-    std::swap(m_names, names);
-}
-
-XLXText* XLXTransientPC::Field(int index) noexcept {
-    constexpr std::array fields{LXRM_PARENTNAME, LXRM_CHILDNAME, LXRM_NAMESHORT}; // as in Names
-    const auto found = std::ranges::find(fields, index);
-    return found != fields.end() ? &m_names[static_cast<std::size_t>(found - fields.begin())] : nullptr;
-}
-
-HRESULT XLXTransientPC::GetProperty(int iLXCF_Member, VARIANT* pvarValue) {
-    return HandOutProperty(Properties, iLXCF_Member, pvarValue, At("Get", 67), {},
-                           [&](const XTransientProperty& property) {
-                               const XLXText* const field = Field(property.index);
-                               if (field == nullptr) { return property.Value(); }
-                               const std::lock_guard<XLeafMutex> lock(m_mutex);
-                               return XLXComVariant::FromBstr(*field);
-                           });
 }
 
 HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue) {
     return XLXError::Guarded(At("Set"), [&]() -> HRESULT {
-        if (LXFindProperty(Properties, iLXCF_Member) == nullptr) { RaiseUnknownIndex(iLXCF_Member, At("Set", 299)); }
-        XLXText* const field = Field(iLXCF_Member);
-        if (field == nullptr && iLXCF_Member != LXRM_CHILDLISTNAME) { return S_OK; }
-        auto text = XLXComVariant::CopyOf(varValue).AsText();
+        if (!Find(iLXCF_Member)) { RaiseUnknownIndex(iLXCF_Member, At("Set", 299)); }
+        const bool isWritten = std::ranges::find(Written, iLXCF_Member) != Written.end();
+        if (!isWritten && iLXCF_Member != LXRM_CHILDLISTNAME) { return S_OK; }
+        const auto text = XLXComVariant::CopyOf(varValue).AsText();
         if (!text) { XLXError::Raise(E_INVALIDARG, OLESTR("the value is no text"), At("Set", 299)); }
-        if (field != nullptr) {
-            const std::lock_guard<XLeafMutex> lock(m_mutex);
-            field->swap(*text);
-        }
+        if (isWritten) { Store(iLXCF_Member, XLXComVariant::FromBstr(*text)); }
         return S_OK;
     });
 }

@@ -23,8 +23,7 @@ public:
     /// The child list of all of them, whatever is written to it.
     static constexpr const OLECHAR* ChildList = OLESTR("nodes");
 
-    XLXTransientPC(Owner owner, Names names, bool flag)
-        : m_owner(std::move(owner)), m_names(std::move(names)), m_flag(flag) {}
+    XLXTransientPC(Owner owner, const Names& names, bool flag);
 
     /// The relation with these names.
     static XLXComPtr<ILXParentChild> For(const XRelationHost& host, XLXTextView parent,
@@ -33,7 +32,6 @@ public:
     static void Disown(const XRelationHost& host) noexcept;
 
     // ILXConfigObject
-    HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
     HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override;
 
     // ILXParentChild
@@ -43,15 +41,11 @@ public:
     HRESULT STDMETHODCALLTYPE GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) override;
 
 private:
-    void Renew(Owner owner, Names names);
+    void Renew(Owner owner, const Names& names);
     /// Answers with what the manager answers: ask(manager).
     HRESULT AskOwner(const char* method, const OLECHAR* outName, auto** out, auto&& ask) const;
-    /// The name behind a property, null for one that is constant.
-    XLXText* Field(int index) noexcept;
 
-    mutable XLeafMutex m_mutex; // guards the next two
-    Owner m_owner;
-    Names m_names;
+    Owner m_owner;     // guarded as the values are
     const bool m_flag; // which generation of PC infos answers
 };
 

@@ -11,26 +11,22 @@ constexpr XTransientProperty Properties[] = {
     {0, VT_BSTR},  {MemberBrowser, VT_BSTR}, {2, VT_I4, 0}, {3, VT_BSTR}, {4, VT_I4, 1},
     {5, VT_I4, 1}, {MemberIsNew, VT_I4, 0},  {7, VT_I4, 0}, {9, VT_BSTR}};
 
-XLXComVariant ValueOf(const XTransientProperty& property, XLXTextView browserId, bool isNew) {
-    switch (property.index) {
-    case MemberBrowser: return XLXComVariant::FromBstr(browserId);
-    case MemberIsNew: return XLXComVariant::FromI4(isNew ? 1 : 0);
-    default: return property.Value();
-    }
-}
+constexpr LXErrorLocation At(int line) { return LXHere("lxtransientpcinfo", "XLXTransientPCInfo", "Get", line); }
+
+constexpr XTransientFacts Facts{Properties, At(61), At(107)};
 } // namespace
 
-HRESULT XLXTransientPCInfo::GetProperty(int iLXCF_Member, VARIANT* pvarValue) {
-    const auto at = [](int line) { return LXHere("lxtransientpcinfo", "XLXTransientPCInfo", "Get", line); };
-    return HandOutProperty(Properties, iLXCF_Member, pvarValue, at(61), at(107),
-                           [&](const XTransientProperty& property) { return ValueOf(property, m_browserId, m_isNew); });
+XLXTransientPCInfo::XLXTransientPCInfo(XLXTextView browserId, bool isNew) : XLXTransientObject(Facts) {
+    Store(MemberBrowser, XLXComVariant::FromBstr(browserId));
+    Store(MemberIsNew, XLXComVariant::FromI4(isNew ? 1 : 0));
 }
 
 XLXVariantVector XLXTransientPCInfo::Values(XLXTextView browserId, bool isNew) {
+    const XLXTransientPCInfo info(browserId, isNew);
     XLXVariantVector values;
     for (int index = 0; index < MemberCount; ++index) {
-        const XTransientProperty* const property = LXFindProperty(Properties, index);
-        values.push_back(property != nullptr ? ValueOf(*property, browserId, isNew) : XLXComVariant::FromI4(0));
+        const auto place = info.Find(index);
+        values.push_back(place ? info.ValueAt(*place) : XLXComVariant::FromI4(0));
     }
     return values;
 }

@@ -10,19 +10,14 @@ class XLXTransientPCInfo final
     : public XLXTransientObject<XModuleReferences<XLXTransientPCInfo, ILXPCInfo>, EConfigElementKind::PCInfo> {
 public:
     /// @param isNew  answered as the property that says so
-    XLXTransientPCInfo(XLXTextView browserId, bool isNew) : m_browserId(browserId), m_isNew(isNew) {}
+    XLXTransientPCInfo(XLXTextView browserId, bool isNew);
 
     HRESULT STDMETHODCALLTYPE Set(BSTR, VARIANT) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetProperty(int iLXCF_Member, VARIANT* pvarValue) override;
     HRESULT STDMETHODCALLTYPE SetProperty(int, VARIANT) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
 
     /// All ten values of such a PC info, for a cached one that is to show the same.
     static XLXVariantVector Values(XLXTextView browserId, bool isNew);
-
-private:
-    const XLXText m_browserId;
-    const bool m_isNew;
 };
 
 #endif
