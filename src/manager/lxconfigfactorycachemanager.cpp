@@ -5,8 +5,6 @@
 
 #include "lxtransientpc.h"
 
-XLXConfigFactoryCacheManager::XLXConfigFactoryCacheManager() { XModuleCount::Lock(); }
-
 // Whoever releases the last reference has no notification coming: the server's reference is gone too. The server is
 // not called any more.
 XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager() {
@@ -96,10 +94,4 @@ HRESULT XLXConfigFactoryCacheManager::SetCallbackId(LONG lClientId) {
     const std::lock_guard<XLeafMutex> lock(m_mutex);
     if (m_connection) { m_connection->registration.clientId = lClientId; }
     return S_OK;
-}
-
-HRESULT XLXConfigFactoryCacheManager::GetClientInfo(tagLXClientInfo* pClientInfo) {
-    return XLXError::Guarded(LXManagerAt("GetClientInfo"), [&] {
-        return LXGetClientInfo(pClientInfo, "XLXConfigFactoryCacheManager", LXManagerAt("GetClientInfo"));
-    });
 }

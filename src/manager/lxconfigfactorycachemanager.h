@@ -29,7 +29,7 @@ class XLXConfigFactoryCacheManager final
                                          IDPFObject, ILXCallbackUpdate, ILXServerEntryPoint, XRelationHost>>,
       public XConnectionOwner {
 public:
-    XLXConfigFactoryCacheManager();
+    XLXConfigFactoryCacheManager() { XModuleCount::Lock(); }
     ~XLXConfigFactoryCacheManager();
 
     // IUnknown
@@ -79,7 +79,11 @@ public:
     HRESULT STDMETHODCALLTYPE CheckCallbackValid() override { return S_OK; }
     HRESULT STDMETHODCALLTYPE ServerIsTerminating() override { return S_OK; }
     HRESULT STDMETHODCALLTYPE SetCallbackId(LONG lClientId) override;
-    HRESULT STDMETHODCALLTYPE GetClientInfo(tagLXClientInfo* pClientInfo) override;
+    HRESULT STDMETHODCALLTYPE GetClientInfo(tagLXClientInfo* pClientInfo) override {
+        return XLXError::Guarded(LXManagerAt("GetClientInfo"), [&] {
+            return LXGetClientInfo(pClientInfo, "XLXConfigFactoryCacheManager", LXManagerAt("GetClientInfo"));
+        });
+    }
     HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
                                                 ULONG ulNotificationId, ULONG ulCount,
                                                 tagLXUpdateInfo* pLXUpdateInfo) override;

@@ -19,31 +19,16 @@ XLXText TextOf(ILXType& server, int member) {
     return value.Empty() ? XLXText() : value.AsText().value_or(XLXText());
 }
 
-/// Whether the server's type is searchable; a type that does not say is not.
-bool IsSearchable(ILXType& server) {
-    XLXComVariant value;
-    return LXAskProperty(server, MemberSearchable, value) == S_OK && value.AsBool().value_or(false);
-}
-
 XTypeRecord RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name) {
     XTypeRecord record;
     record.name = name;
     record.baseName = TextOf(*server, MemberBaseTypeName);
     record.config.object = server;
     record.listed = true;
-    record.searchable = IsSearchable(*server);
+    XLXComVariant searchable; // a type that does not say is not
+    record.searchable =
+        LXAskProperty(*server, MemberSearchable, searchable) == S_OK && searchable.AsBool().value_or(false);
     return record;
-}
-
-/// A chain of bases must not come back to a type that is in it.
-void RaiseIfCircle(const XTypeRecords& chain, const XLXText& next, const LXErrorLocation& at) {
-    if (std::ranges::find(chain, next, &XTypeRecord::name) != chain.end()) {
-        XLXError::Raise(E_FAIL,
-                        XLXText(XLXFormat() << "Base typename is equal with the derivative's typename.Check the PTS "
-                                               "and remove self-inheritance type declarations. typename: '"
-                                            << next << "'"),
-                        at);
-    }
 }
 } // namespace
 
@@ -68,7 +53,8 @@ XTypeMapPtr XLXCFCMngImplServer::FillTypeCache() {
     return m_manager.EnterTypes(records, noted, true);
 }
 
-// Walks up the chain of bases to one that is cached, then enters the whole chain.
+// Walks up the chain of bases to one that is cached, then enters the whole chain. It must not come back to a type that
+// is in it.
 XLXComPtr<XLXTypeCache> XLXCFCMngImplServer::FetchType(XLXTextView name) {
     const LXErrorLocation at = LXManagerAt("FetchTypeServerImpl");
     XTypeMap& types = m_manager.Types();
@@ -89,7 +75,13 @@ XLXComPtr<XLXTypeCache> XLXCFCMngImplServer::FetchType(XLXTextView name) {
         }
         chain.push_back(RecordOf(found, next));
         next = chain.back().baseName;
-        RaiseIfCircle(chain, next, at);
+        if (std::ranges::find(chain, next, &XTypeRecord::name) != chain.end()) {
+            XLXError::Raise(E_FAIL,
+                            XLXFormat() << "Base typename is equal with the derivative's typename.Check the PTS "
+                                           "and remove self-inheritance type declarations. typename: '"
+                                        << next << "'",
+                            at);
+        }
     }
     return !chain.empty() ? m_manager.EnterTypes(chain, noted, false)->Find(name).type : nullptr;
 }

@@ -8,9 +8,6 @@
 using XLXCFCDataTransfer::XILXPCData;
 
 namespace {
-/// A name among a relation's values; nothing when there is none.
-std::optional<XLXText> NameOf(const XLXComVariant& value) { return value.Empty() ? std::nullopt : value.AsText(); }
-
 /// The child list that a caller's name means.
 XLXTextView ListName(XLXTextView name) noexcept {
     return name == OLESTR("@@nodes") ? XLXTextView(XLXTransientPC::ChildList) : name;
@@ -91,9 +88,10 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* form
         }
         return record.values[member];
     };
-    const auto parent = NameOf(value(LXRM_PARENTNAME, OLESTR("pPCCache->GetProperty LXCFPC_parentname"), 1965));
-    const auto child = NameOf(value(LXRM_CHILDNAME, OLESTR("pPCCache->GetProperty LXCFPC_childname"), 1970));
-    const auto list = NameOf(value(LXRM_CHILDLISTNAME, OLESTR("pPCCache->GetProperty LXCFPC_childlistname"), 1975));
+    auto parent = XCFGStringKey::Of(value(LXRM_PARENTNAME, OLESTR("pPCCache->GetProperty LXCFPC_parentname"), 1965));
+    auto child = XCFGStringKey::Of(value(LXRM_CHILDNAME, OLESTR("pPCCache->GetProperty LXCFPC_childname"), 1970));
+    auto list =
+        XCFGStringKey::Of(value(LXRM_CHILDLISTNAME, OLESTR("pPCCache->GetProperty LXCFPC_childlistname"), 1975));
     const auto ppr = value(LXRM_PPRRELATIONTYPE, OLESTR("pPCCache->GetProperty LXCFPC_pprrelationtype"), 1980).AsLong();
     const auto internal =
         value(LXRM_SYSTEMINTERNAL, OLESTR("pPCCache->GetProperty LXCFPC_issysteminternal"), 1991).AsBool();
@@ -103,12 +101,13 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* form
                                       LXPCPartAt("InternalFillParentChildMap"));
         return;
     }
-    XLXParentChildCache* const* known = map.byNames.Find({*parent, *child, *list});
-    if (known == nullptr && former != nullptr) { known = former->byNames.Find({*parent, *child, *list}); }
+    const std::array<XLXTextView, 3> names{parent->Text(), child->Text(), list->Text()};
+    XLXParentChildCache* const* known = map.byNames.Find(names);
+    if (known == nullptr && former != nullptr) { known = former->byNames.Find(names); }
     auto relation = LXMakeOrRefresh(XLXComPtr<XLXParentChildCache>(known != nullptr ? *known : nullptr),
                                     std::move(record.object), std::move(record.values), moment, m_clock, retired);
-    map.byNames.Set({*parent, *child, *list}, relation.Get());
-    map.inOrder.Add({XCFGStringKey(*parent), XCFGStringKey(*child), XCFGStringKey(*list)},
+    map.byNames.Set(names, relation.Get());
+    map.inOrder.Add({std::move(*parent), std::move(*child), std::move(*list)},
                     {std::move(relation), ppr.value_or(0) != 0, internal.value_or(false)});
 }
 
