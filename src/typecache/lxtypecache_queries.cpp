@@ -34,9 +34,7 @@ XNameSet OwnAttributeNames(ILXType& server, const LXErrorLocation& at) {
     result = LXForEachOf<OwnAttributeBatch, ILXAttribute>(
         *listed, "ILXAttributeEnum::RemNext", at, [&](XLXComPtr<ILXAttribute>&& attribute) {
             XLXComVariant name;
-            const HRESULT read = LXAskValue("ILXConfigObject::GetProperty", name, [&](VARIANT* out) {
-                return attribute->GetProperty(Attributes.keyMember, out);
-            });
+            const HRESULT read = LXAskProperty(*attribute, Attributes.keyMember, name);
             XLXError::RaiseIfFailed(read, FailureText, at);
             if (read == S_OK) { names.emplace(name.AsText().value_or(XLXText())); }
         });
@@ -48,10 +46,7 @@ XNameSet OwnAttributeNames(ILXType& server, const LXErrorLocation& at) {
 /// @param answer  HRESULT answer(error location); what it raises is the method's failure
 HRESULT AnswerWith(const char* method, const OLECHAR* outName, auto** out, auto&& answer) {
     const LXErrorLocation at = XCachedFacts::Type.At(method);
-    return XLXError::Guarded(at, [&]() -> HRESULT {
-        LXCheckOut(out, outName, at);
-        return answer(at);
-    });
+    return LXAnswer(at, outName, out, [&] { return answer(at); });
 }
 
 /// Hands those components of a map out that are taken. They are asked with no lock held, since that may ask the server.
@@ -69,8 +64,7 @@ HRESULT HandOutWhere(const std::shared_ptr<const Map>& components, auto** out, a
 HRESULT LookUp(auto& map, const char* method, const auto& key, auto** out) {
     return AnswerWith(method, OLESTR("out pointer"), out, [&](const LXErrorLocation&) {
         map.EnsureComplete();
-        *out = map.Find(key).Detach();
-        return *out != nullptr ? S_OK : S_FALSE;
+        return LXHandOut(map.Find(key), out);
     });
 }
 
