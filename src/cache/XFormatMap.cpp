@@ -1,15 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "XFormatMap.h"
 
-namespace {
-HRESULT HandOut(const XLXComPtr<XLXFormatCache>& format, ILXFormat** out) noexcept {
-    *out = nullptr;
-    if (!format) { return S_FALSE; }
-    XLXComPtr<ILXFormat>(format).CopyTo(out);
-    return S_OK;
-}
-} // namespace
-
 HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
                         const LXErrorLocation& failedAt) {
     *out = nullptr;
@@ -22,7 +13,7 @@ HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, cons
         if (found != formats.map.end()) { format = found->second; }
         return found != formats.map.end();
     });
-    if (isKnown) { return HandOut(format, out); }
+    if (isKnown) { return LXHandOut(std::move(format), out); }
     XLXComPtr<ILXFormat> server;
     const HRESULT result = LXAsk(method, server, LXNoResult::Nothing, {}, failedAt, askServer);
     if (FAILED(result)) {
@@ -32,7 +23,7 @@ HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, cons
         format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock));
     }
     Enter(time, type, format, noted, changes);
-    return HandOut(format, out);
+    return LXHandOut(std::move(format), out);
 }
 
 HRESULT XFormatMap::Create(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
@@ -48,7 +39,7 @@ HRESULT XFormatMap::Create(const XObjectTime& time, int type, ILXFormat** out, c
     if (result != S_OK) {
         return XLXError::SetComAppError(result, OLESTR("the server did not create the format"), failedAt);
     }
-    return HandOut(format, out);
+    return LXHandOut(std::move(format), out);
 }
 
 void XFormatMap::Erase(const XObjectTime& time, int type) { Replace(time, type, nullptr, XStamp{}); }

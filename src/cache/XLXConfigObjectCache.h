@@ -65,7 +65,9 @@ public:
     HRESULT STDMETHODCALLTYPE SetCallbackId(LONG) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE GetClientInfo(tagLXClientInfo* pClientInfo) override {
         return XLXError::Guarded(Facts.At("GetClientInfo"), [&] {
-            return LXGetClientInfo(pClientInfo, Facts.clientInfoClass, Facts.At("GetClientInfo"));
+            // That of a browser id names the attribute type's class; programs search logs for that text.
+            constexpr const auto& named = &Facts == &XCachedFacts::BrowserId ? XCachedFacts::AttributeType : Facts;
+            return LXGetClientInfo(pClientInfo, named.className, Facts.At("GetClientInfo"));
         });
     }
     HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR, ULONG, ULONG, ULONG, tagLXUpdateInfo*) override {

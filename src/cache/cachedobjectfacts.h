@@ -9,14 +9,13 @@
 
 struct XCachedObjectFacts {
     const char* className;
-    const char* source;          ///< source name in error locations
-    const char* proxyScope;      ///< scope in error locations of the server proxy
-    EConfigElementKind kind;     ///< whose property names Get and Set know
-    XAspect values;              ///< what makes the values stale
-    XAspect set;                 ///< of which set the object is part: orders the records that bring it
-    bool readOnly;               ///< Set and SetProperty are refused
-    const char* clientInfoClass; ///< the class that a failed GetClientInfo names
-    std::size_t slots = 0;       ///< of values, there before the first ones come
+    const char* source;      ///< source name in error locations
+    const char* proxyScope;  ///< scope in error locations of the server proxy
+    EConfigElementKind kind; ///< whose property names Get and Set know
+    XAspect values;          ///< what makes the values stale
+    XAspect set;             ///< of which set the object is part: orders the records that bring it
+    std::size_t slots = 0;   ///< of values, there before the first ones come
+    bool readOnly = false;   ///< Set and SetProperty are refused
 
     constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) const noexcept {
         return {source, className, method, line};
@@ -26,41 +25,33 @@ struct XCachedObjectFacts {
 #define LX_PROXY_SCOPE(Interface) "LXComInterfaceProxy::XLazyIProxy<struct " #Interface ">"
 
 namespace XCachedFacts {
+using enum XAspect;
+using Kind = EConfigElementKind;
+using Row = XCachedObjectFacts;
+
 // clang-format off
-inline constexpr XCachedObjectFacts Format{
-    "XLXFormatCache", "lxformatcache", LX_PROXY_SCOPE(ILXFormat),
-    EConfigElementKind::Attribute, XAspect::FormatValues, XAspect::FormatValues, false, "XLXFormatCache"};
-inline constexpr XCachedObjectFacts Attribute{
-    "XLXAttributeCache", "lxattributecache", LX_PROXY_SCOPE(ILXAttribute),
-    EConfigElementKind::Attribute, XAspect::AttributeValues, XAspect::TypeAttributes, false, "XLXAttributeCache"};
-inline constexpr XCachedObjectFacts AttributeType{
-    "XLXAttributeTypeCache", "lxattributetypecache", LX_PROXY_SCOPE(ILXAttributeType),
-    EConfigElementKind::AttributeType, XAspect::AttributeTypeValues, XAspect::AttributeTypes, false, "XLXAttributeTypeCache"};
-// A failed GetClientInfo of a browser id names the attribute type's class; programs search logs for that text.
-inline constexpr XCachedObjectFacts BrowserId{
-    "XLXBrowserIdCache", "lxbrowseridcache", LX_PROXY_SCOPE(ILXBrowserId),
-    EConfigElementKind::BrowserId, XAspect::BrowserIdValues, XAspect::BrowserIdValues, true, "XLXAttributeTypeCache"};
-inline constexpr XCachedObjectFacts Editor{
-    "XLXConfObjEditorCache", "lxconfobjeditorcache", LX_PROXY_SCOPE(ILXConfObjEditor),
-    EConfigElementKind::Editor, XAspect::EditorValues, XAspect::TypeEditors, false, "XLXConfObjEditorCache"};
-inline constexpr XCachedObjectFacts Group{
-    "XLXGroupCache", "lxgroupcache", LX_PROXY_SCOPE(ILXGroup),
-    EConfigElementKind::Group, XAspect::GroupValues, XAspect::TypeGroups, false, "XLXGroupCache"};
-inline constexpr XCachedObjectFacts Page{
-    "XLXPageCache", "lxpagecache", LX_PROXY_SCOPE(ILXPage),
-    EConfigElementKind::Page, XAspect::PageValues, XAspect::TypePages, false, "XLXPageCache"};
-inline constexpr XCachedObjectFacts GlobalFormatSpec{
-    "XLXGlobalAttributeFormatSpecCache", "LXGlobalAttributeFormatSpecCache", LX_PROXY_SCOPE(ILXGlobalAttributeFormatSpec),
-    EConfigElementKind::Attribute, XAspect::SpecValues, XAspect::Specs, false, "XLXGlobalAttributeFormatSpecCache"};
-inline constexpr XCachedObjectFacts ParentChild{
-    "XLXParentChildCache", "lxparentchildcache", LX_PROXY_SCOPE(ILXParentChild),
-    EConfigElementKind::Relation, XAspect::RelationValues, XAspect::Relations, false, "XLXParentChildCache"};
-inline constexpr XCachedObjectFacts PCInfo{
-    "XLXPCInfoCache", "lxpcinfocache", LX_PROXY_SCOPE(ILXPCInfo),
-    EConfigElementKind::PCInfo, XAspect::PCInfoValues, XAspect::PCInfos, false, "XLXPCInfoCache", 10};
-inline constexpr XCachedObjectFacts Type{
-    "XLXTypeCache", "lxtypecache", LX_PROXY_SCOPE(ILXType),
-    EConfigElementKind::Type, XAspect::TypeValues, XAspect::TypeMap, false, "XLXTypeCache"};
+inline constexpr Row Format{"XLXFormatCache", "lxformatcache", LX_PROXY_SCOPE(ILXFormat),
+    Kind::Attribute, FormatValues, FormatValues};
+inline constexpr Row Attribute{"XLXAttributeCache", "lxattributecache", LX_PROXY_SCOPE(ILXAttribute),
+    Kind::Attribute, AttributeValues, TypeAttributes};
+inline constexpr Row AttributeType{"XLXAttributeTypeCache", "lxattributetypecache", LX_PROXY_SCOPE(ILXAttributeType),
+    Kind::AttributeType, AttributeTypeValues, AttributeTypes};
+inline constexpr Row BrowserId{"XLXBrowserIdCache", "lxbrowseridcache", LX_PROXY_SCOPE(ILXBrowserId),
+    Kind::BrowserId, BrowserIdValues, BrowserIdValues, 0, true};
+inline constexpr Row Editor{"XLXConfObjEditorCache", "lxconfobjeditorcache", LX_PROXY_SCOPE(ILXConfObjEditor),
+    Kind::Editor, EditorValues, TypeEditors};
+inline constexpr Row Group{"XLXGroupCache", "lxgroupcache", LX_PROXY_SCOPE(ILXGroup),
+    Kind::Group, GroupValues, TypeGroups};
+inline constexpr Row Page{"XLXPageCache", "lxpagecache", LX_PROXY_SCOPE(ILXPage),
+    Kind::Page, PageValues, TypePages};
+inline constexpr Row GlobalFormatSpec{"XLXGlobalAttributeFormatSpecCache", "LXGlobalAttributeFormatSpecCache",
+    LX_PROXY_SCOPE(ILXGlobalAttributeFormatSpec), Kind::Attribute, SpecValues, Specs};
+inline constexpr Row ParentChild{"XLXParentChildCache", "lxparentchildcache", LX_PROXY_SCOPE(ILXParentChild),
+    Kind::Relation, RelationValues, Relations};
+inline constexpr Row PCInfo{"XLXPCInfoCache", "lxpcinfocache", LX_PROXY_SCOPE(ILXPCInfo),
+    Kind::PCInfo, PCInfoValues, PCInfos, 10};
+inline constexpr Row Type{"XLXTypeCache", "lxtypecache", LX_PROXY_SCOPE(ILXType),
+    Kind::Type, TypeValues, TypeMap};
 // clang-format on
 } // namespace XCachedFacts
 

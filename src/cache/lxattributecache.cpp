@@ -29,13 +29,9 @@ XLXAttributeCache::XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock
       m_attributeTypes(nullptr, XStamp{}, TimeOf(XAspect::AttributeTypes), true) {}
 
 HRESULT XLXAttributeCache::AddAttributeType(ILXAttributeType** ppAttributeType) {
-    LXEmptyOut(ppAttributeType);
-    return XLXError::Guarded(TheFacts.At("AddAttributeType"), [&] {
-        const auto server = Server();
-        return LXPassOn("ILXAttribute::AddAttributeType", ppAttributeType, LXNoResult::PointerError,
-                        TheFacts.At("AddAttributeType"),
-                        [&](ILXAttributeType** out) { return server->AddAttributeType(out); });
-    });
+    return LXPassOn(
+        TheFacts.At("AddAttributeType"), "ILXAttribute::AddAttributeType", LXNoResult::PointerError,
+        [&] { return Server(); }, &ILXAttribute::AddAttributeType, ppAttributeType);
 }
 
 HRESULT XLXAttributeCache::RemoveAttributeType(ILXAttributeType* pAttributeType, LONG* plResult) {
@@ -48,17 +44,8 @@ HRESULT XLXAttributeCache::RemoveAttributeType(ILXAttributeType* pAttributeType,
 
 HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum) {
     if (ppEnum == nullptr) { return E_POINTER; }
-    *ppEnum = nullptr;
-    return XLXError::Guarded(TheFacts.At("GetAttributeTypeEnum"), [&]() -> HRESULT {
-        std::vector<XLXComPtr<ILXAttributeType>> items;
-        if (const TypeMapPtr types = LoadAttributeTypes()) {
-            items.reserve(types->size());
-            for (const auto& [key, type] : *types) {
-                items.emplace_back(type);
-            }
-        }
-        return LXHandOutEnumerator(std::move(items), ppEnum);
-    });
+    return LXAnswer(TheFacts.At("GetAttributeTypeEnum"), OLESTR("ppEnum"), ppEnum,
+                    [&] { return LXHandOutAll<ILXAttributeType>(LoadAttributeTypes(), ppEnum); });
 }
 
 // ---- display facts
@@ -119,9 +106,7 @@ XLXAttributeCache::TypeMapPtr XLXAttributeCache::LoadAttributeTypes() {
     TypeMapPtr types = m_attributeTypes.Load(
         TimeOf(XAspect::AttributeTypes), [&] { return FetchAttributeTypes(failure); },
         [&](const TypeMap& loaded, const TypeMapPtr& former) { OnAttributeTypes(loaded, former.get(), moment); });
-    if (failure) {
-        std::rethrow_exception(failure); // once: what came before it is kept
-    }
+    LXRaiseKept(failure); // once: what came before it is kept
     return types;
 }
 
@@ -141,7 +126,7 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
     const HRESULT result = LXAsk("ILXAttribute::GetAttributeTypeEnum", types, LXNoResult::Nothing, {}, at,
                                  [&](ILXAttributeTypeEnum** out) { return server->GetAttributeTypeEnum(out); });
     if (FAILED(result) || !types) { return fresh; }
-    try {
+    LXKeepFailure(failure, [&] {
         LXForEachOf<AttributeTypeBatch, ILXAttributeType>(
             *types, "ILXAttributeTypeEnum::RemNext", at, [&](XLXComPtr<ILXAttributeType>&& element) {
                 const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(element), Clock());
@@ -152,7 +137,7 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
                     fresh.insert_or_assign(std::move(*key), wrapper);
                 }
             });
-    } catch (const XLXException&) { failure = std::current_exception(); }
+    });
     return fresh;
 }
 
@@ -164,9 +149,8 @@ void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* fo
     LXReplaceMap(former, types);
     for (const auto& [key, type] : types) {
         type->TakeOwnersNumber(Direct(), moment);
-        const auto replaced = former != nullptr ? former->find(key) : TypeMap::const_iterator();
-        const bool isReplaced = former != nullptr && replaced != former->end() && replaced->second != type;
-        if (isReplaced && replaced->second->WasNotifiedSince(moment)) { type->AdvanceAll(); }
+        const auto replaced = LXFind(former, key);
+        if (replaced && replaced != type && replaced->WasNotifiedSince(moment)) { type->AdvanceAll(); }
     }
 }
 

@@ -19,14 +19,14 @@ constexpr DWORD ComputerNameCharacters = 1024;
 } // namespace
 
 HRESULT LXAskProperty(ILXConfigObject& server, int member, XLXComVariant& value) {
-    return LXAskValue("ILXConfigObject::GetProperty", value,
-                      [&](VARIANT* out) { return server.GetProperty(member, out); });
+    return LXAsk("ILXConfigObject::GetProperty", value, LXNoResult::Empty, {}, {},
+                 [&](VARIANT* out) { return server.GetProperty(member, out); });
 }
 
 HRESULT LXAskAttribute(ILX_BaseDataObject& object, const OLECHAR* name, XLXComVariant& value) {
     const XLXComBSTR attribute(name);
-    return LXAskValue("ILX_BaseDataObject::GetAttribute", value,
-                      [&](VARIANT* out) { return object.GetAttribute(attribute.Get(), out); });
+    return LXAsk("ILX_BaseDataObject::GetAttribute", value, LXNoResult::Empty, {}, {},
+                 [&](VARIANT* out) { return object.GetAttribute(attribute.Get(), out); });
 }
 
 HRESULT LXAskTypeName(ILX_BaseDataObject& object, XLXComBSTR& name) {

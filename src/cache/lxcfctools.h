@@ -95,7 +95,7 @@ enum class LXNoResult {
 
 /// Asks the server: nulls the result, writes the trace entry, and calls. A failing call leaves nothing to release,
 /// whatever the server left in the result.
-/// @param result  an owner: XLXComPtr, XLXSafeArray or XLXComBSTR
+/// @param result  an owner: XLXComPtr, XLXSafeArray, XLXComBSTR, or XLXComVariant, which is never without a result
 /// @param call    HRESULT call(out pointer)
 template <class Owner, class Call>
 HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, const OLECHAR* resultName,
@@ -107,21 +107,12 @@ HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, const
         (void)result.Detach();
         return answer;
     }
-    if (answer == S_OK && *out == nullptr && withoutResult != LXNoResult::Empty) {
-        if (withoutResult == LXNoResult::Nothing) { return S_FALSE; }
-        XLXError::RaisePointer(resultName, at);
+    if constexpr (!std::is_same_v<Owner, XLXComVariant>) {
+        if (answer == S_OK && out != nullptr && *out == nullptr && withoutResult != LXNoResult::Empty) {
+            if (withoutResult == LXNoResult::Nothing) { return S_FALSE; }
+            XLXError::RaisePointer(resultName, at);
+        }
     }
-    return answer;
-}
-
-/// Asks the server for a value; a failure leaves nothing to release.
-/// @param call    HRESULT call(VARIANT*)
-template <class Call>
-HRESULT LXAskValue(const char* method, XLXComVariant& result, Call&& call) {
-    VARIANT* const out = result.Put();
-    LXServerCall(method);
-    const HRESULT answer = call(out);
-    if (FAILED(answer)) { V_VT(out) = VT_EMPTY; }
     return answer;
 }
 
@@ -132,20 +123,29 @@ HRESULT LXAskAttribute(ILX_BaseDataObject& object, const OLECHAR* name, XLXComVa
 /// Asks for the type name of a data object; one without a text is empty.
 HRESULT LXAskTypeName(ILX_BaseDataObject& object, XLXComBSTR& name);
 
-/// The answer of a call that is passed on to the server. A failure leaves the caller's variable null.
-template <class Result, class Call>
-HRESULT LXPassOn(const char* method, Result** out, LXNoResult withoutResult, const LXErrorLocation& at, Call&& call) {
-    LXEmptyOut(out);
-    LXServerCall(method);
-    const HRESULT answer = call(out);
-    if (out != nullptr) {
-        if (FAILED(answer)) {
-            *out = nullptr;
-        } else if (answer == S_OK && withoutResult == LXNoResult::PointerError) {
-            XLXError::CheckPointer(*out, OLESTR("object of the server"), at);
-        }
+/// A caller's variable, as an owner of which nothing is left after a failure.
+template <class Result>
+struct XCallersOut {
+    Result** out; ///< may be null: that is for the server to refuse
+    Result** Put() noexcept {
+        LXEmptyOut(out);
+        return out;
     }
-    return answer;
+    void Detach() noexcept { LXEmptyOut(out); }
+};
+
+/// Answers a method by the same one of a server object.
+/// @param server     gives the object, or raises
+/// @param method     of its interface; the out pointer is the last argument
+template <class Server, class Method, class Result, class... Arguments>
+HRESULT LXPassOn(const LXErrorLocation& at, const char* name, LXNoResult withoutResult, Server&& server, Method method,
+                 Result** out, Arguments... arguments) {
+    XCallersOut<Result> callers{out};
+    callers.Put();
+    return XLXError::Guarded(at, [&] {
+        return LXAsk(name, callers, withoutResult, OLESTR("object of the server"), at,
+                     [&, object = server()](Result** to) { return (object.Get()->*method)(arguments..., to); });
+    });
 }
 
 /// Reads all property values of a server object in one call. Anything but S_OK is returned as the server gave it,

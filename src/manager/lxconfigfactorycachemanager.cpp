@@ -71,23 +71,16 @@ HRESULT XLXConfigFactoryCacheManager::NotifyServerTermination() {
 }
 
 HRESULT XLXConfigFactoryCacheManager::GetVersion(BSTR* pbstrVersion) {
-    return XLXError::Guarded(LXManagerAt("GetVersion"), [&] {
-        LXEmptyOut(pbstrVersion);
-        const auto factory = ConfigFactory("GetVersion");
-        return LXPassOn("ILXConfigFactory::GetVersion", pbstrVersion, LXNoResult::Empty, LXManagerAt("GetVersion"),
-                        [&](BSTR* out) { return factory->GetVersion(out); });
-    });
+    return LXPassOn(
+        LXManagerAt("GetVersion"), "ILXConfigFactory::GetVersion", LXNoResult::Empty,
+        [&] { return ConfigFactory("GetVersion"); }, &ILXConfigFactory::GetVersion, pbstrVersion);
 }
 
 HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec** ppSpec) {
-    return XLXError::Guarded(LXManagerAt("CreateGlobalAttributeFormatSpec"), [&] {
-        LXEmptyOut(ppSpec);
-        const auto factory = ConfigFactory("CreateGlobalAttributeFormatSpec");
-        return LXPassOn("ILXConfigFactory::CreateGlobalAttributeFormatSpec", ppSpec, LXNoResult::PointerError,
-                        LXManagerAt("CreateGlobalAttributeFormatSpec"), [&](ILXGlobalAttributeFormatSpec** out) {
-                            return factory->CreateGlobalAttributeFormatSpec(out);
-                        });
-    });
+    constexpr const char* method = "CreateGlobalAttributeFormatSpec";
+    return LXPassOn(
+        LXManagerAt(method), "ILXConfigFactory::CreateGlobalAttributeFormatSpec", LXNoResult::PointerError,
+        [&] { return ConfigFactory(method); }, &ILXConfigFactory::CreateGlobalAttributeFormatSpec, ppSpec);
 }
 
 HRESULT XLXConfigFactoryCacheManager::SetCallbackId(LONG lClientId) {

@@ -136,16 +136,17 @@ HRESULT XLXTypeCache::GetGroup(int iGroupNumber, ILXGroup** ppGroup) {
 
 HRESULT XLXTypeCache::GetToplevelGroupEnum(ILXGroupEnum** ppEnum) {
     return AnswerWith("GetToplevelGroupEnum", OLESTR("ppEnum"), ppEnum, [&](const LXErrorLocation& at) {
-        return LXPassOn("ILXType::GetToplevelGroupEnum", ppEnum, LXNoResult::PointerError, at,
-                        [server = Server()](ILXGroupEnum** out) { return server->GetToplevelGroupEnum(out); });
+        return LXPassOn(
+            at, "ILXType::GetToplevelGroupEnum", LXNoResult::PointerError, [&] { return Server(); },
+            &ILXType::GetToplevelGroupEnum, ppEnum);
     });
 }
 
 HRESULT XLXTypeCache::GetPageToplevelGroupEnum(int iPageNumber, ILXGroupEnum** ppEnum) {
     return AnswerWith("GetPageToplevelGroupEnum", OLESTR("ppEnum"), ppEnum, [&](const LXErrorLocation& at) {
         return LXPassOn(
-            "ILXType::GetPageToplevelGroupEnum", ppEnum, LXNoResult::PointerError, at,
-            [=, server = Server()](ILXGroupEnum** out) { return server->GetPageToplevelGroupEnum(iPageNumber, out); });
+            at, "ILXType::GetPageToplevelGroupEnum", LXNoResult::PointerError, [&] { return Server(); },
+            &ILXType::GetPageToplevelGroupEnum, ppEnum, iPageNumber);
     });
 }
 

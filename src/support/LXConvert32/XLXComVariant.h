@@ -59,10 +59,12 @@ public:
         LXClear(m_value);
         return &m_value;
     }
+    /// Forgets the value, which is somebody else's.
+    void Detach() noexcept { V_VT(&m_value) = VT_EMPTY; }
     /// Gives the value to a caller's variable, which is overwritten as it stands.
     void DetachTo(VARIANT* out) noexcept {
         *out = m_value;
-        V_VT(&m_value) = VT_EMPTY;
+        Detach();
     }
 
     /// The value converted as the platform converts it; nothing when it cannot be. An empty value converts to 0,
