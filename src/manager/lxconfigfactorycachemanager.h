@@ -42,8 +42,7 @@ public:
     }
 
     // Lifecycle
-    HRESULT STDMETHODCALLTYPE Initialize(ILXConfigFactory* pConfigFactory, ILX_Query* pQuery,
-                                         ILXDataUpdate* pDataUpdate) override;
+    HRESULT STDMETHODCALLTYPE Initialize(ILXConfigFactory* own, ILX_Query* query, ILXDataUpdate* update) override;
     HRESULT STDMETHODCALLTYPE Initialize(ULONG count, VARIANT* values) override;
     HRESULT STDMETHODCALLTYPE InitializeNamed(ULONG count, tagLXNamedValue* values) override;
     HRESULT STDMETHODCALLTYPE Terminate() override;
@@ -84,13 +83,11 @@ public:
             return LXGetClientInfo(pClientInfo, "XLXConfigFactoryCacheManager", LXManagerAt("GetClientInfo"));
         });
     }
-    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
-                                                ULONG ulNotificationId, ULONG ulCount,
-                                                tagLXUpdateInfo* pLXUpdateInfo) override;
+    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count,
+                                                tagLXUpdateInfo* info) override;
 
     // Types
-    HRESULT STDMETHODCALLTYPE GetCachedType(ILX_BaseDataObject* pObject, BSTR bstrConfigName,
-                                            ILXType** ppType) override;
+    HRESULT STDMETHODCALLTYPE GetCachedType(ILX_BaseDataObject* pObject, BSTR, ILXType** ppType) override;
     HRESULT STDMETHODCALLTYPE GetType(BSTR bstrTypename, BSTR bstrConfigName, ILXType** ppType) override;
     HRESULT STDMETHODCALLTYPE GetTypeEnum(BSTR, ILXTypeEnum** ppEnum) override {
         return EnumerateTypes("GetTypeEnum", false, ppEnum);
@@ -98,14 +95,12 @@ public:
     HRESULT STDMETHODCALLTYPE GetSearchableTypeEnum(ILXTypeEnum** ppEnum) override {
         return EnumerateTypes("GetSearchableTypeEnum", true, ppEnum);
     }
-    HRESULT STDMETHODCALLTYPE LoadTypesByTypeNames(LONG lCountNames, BSTR* bstrTypename,
-                                                   LONG bIncludeTypeAttributes) override;
+    HRESULT STDMETHODCALLTYPE LoadTypesByTypeNames(LONG count, BSTR* names, LONG withAttributes) override;
     HRESULT STDMETHODCALLTYPE AddType(ILXType** ppType) override;
     // Deprecated
     HRESULT STDMETHODCALLTYPE GetTransientAttribute(ILXAttribute** out) override { return LXNotOffered(out); }
     HRESULT STDMETHODCALLTYPE IsPlantype(ILX_BaseDataObject* pObject) override;
-    HRESULT STDMETHODCALLTYPE CheckTypeDerivesFrom(BSTR bstrTypename, LONG lAmountTypes, BSTR* bstrTypenames,
-                                                   LONG* pBoolArray) override;
+    HRESULT STDMETHODCALLTYPE CheckTypeDerivesFrom(BSTR name, LONG count, BSTR* bases, LONG* answers) override;
     HRESULT STDMETHODCALLTYPE GetAllDerivedTypes(BSTR typeName, LONG* count, BSTR** names) override {
         return ListDerivedTypes("GetAllDerivedTypes", typeName, false, count, names);
     }

@@ -28,20 +28,19 @@ std::vector<XLXText> XLXConfigFactoryCacheManager::BaseTypeNames(XLXTextView typ
     return {names.begin(), names.end()};
 }
 
-HRESULT XLXConfigFactoryCacheManager::CheckTypeDerivesFrom(BSTR bstrTypename, LONG lAmountTypes, BSTR* bstrTypenames,
-                                                           LONG* pBoolArray) {
+HRESULT XLXConfigFactoryCacheManager::CheckTypeDerivesFrom(BSTR typeName, LONG count, BSTR* names, LONG* answers) {
     const LXErrorLocation at = LXManagerAt("CheckTypeDerivesFrom");
     return XLXError::Guarded(at, [&]() -> HRESULT {
-        if (lAmountTypes == 0) { return S_FALSE; }
-        if (lAmountTypes < 0) { XLXError::Raise(E_INVALIDARG, OLESTR("the number of type names is negative"), at); }
-        XLXError::CheckPointer(bstrTypenames, OLESTR("bstrTypenames"), at);
-        XLXError::CheckPointer(pBoolArray, OLESTR("pBoolArray"), at);
-        std::fill_n(pBoolArray, lAmountTypes, 0);
+        if (count == 0) { return S_FALSE; }
+        if (count < 0) { XLXError::Raise(E_INVALIDARG, OLESTR("the number of type names is negative"), at); }
+        XLXError::CheckPointer(names, OLESTR("bstrTypenames"), at);
+        XLXError::CheckPointer(answers, OLESTR("pBoolArray"), at);
+        std::fill_n(answers, count, 0);
         const auto info = Inheritance();
-        const XLXTextView name = LXBstrView(bstrTypename);
+        const XLXTextView name = LXBstrView(typeName);
         if (!info->IsKnown(name)) { return S_FALSE; }
         const auto bases = info->BaseTypes(name);
-        std::transform(bstrTypenames, bstrTypenames + lAmountTypes, pBoolArray, [&](BSTR other) {
+        std::transform(names, names + count, answers, [&](BSTR other) {
             const XLXTextView base = LXBstrView(other);
             return base == name || std::ranges::find(bases, base) != bases.end() ? 1 : 0;
         });

@@ -23,29 +23,27 @@ void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind) noexcept {
 }
 } // namespace
 
-HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType,
-                                                        ULONG ulNotificationId, ULONG ulCount,
-                                                        tagLXUpdateInfo* pLXUpdateInfo) {
+HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR dataId, BSTR dataType, ULONG type, ULONG notification,
+                                                        ULONG count, tagLXUpdateInfo* info) {
     return XLXError::Guarded(LXManagerAt("DataObjectChanged"), [&]() -> HRESULT {
         if (m_lServerTerminated.load()) { return S_OK; }
-        if (LXBstrView(bstrDataTyp) != SpecificDataType) {
-            const HRESULT forwarded =
-                ForwardToServer(bstrDataID, bstrDataTyp, ulNotificationType, ulNotificationId, ulCount, pLXUpdateInfo);
+        if (LXBstrView(dataType) != SpecificDataType) {
+            const HRESULT forwarded = ForwardToServer(dataId, dataType, type, notification, count, info);
             if (FAILED(forwarded)) { return forwarded; }
         }
         XConnectionPtr connection;
         {
             const std::lock_guard<XLeafMutex> lock(m_mutex);
             connection = m_connection;
-            if (connection && connection->lastNotificationId == ulNotificationId) {
+            if (connection && connection->lastNotificationId == notification) {
                 return S_OK; // handled already
             }
         }
         const XLXCFCMngImpl& impl = Impl("DataObjectChanged");
-        const XDataId id = XDataId::Parse(LXBstrView(bstrDataID));
+        const XDataId id = XDataId::Parse(LXBstrView(dataId));
         const XLXTextView kind = id.hasKind ? id.kindText : XLXTextView();
         const LONG mode = impl.TranslateUpdateFlags(kind, id.mode);
-        TraceUpdate(bstrDataID, mode, kind);
+        TraceUpdate(dataId, mode, kind);
         bool isHandled = false; // not while nobody answers for relations
         if (connection) {
             const XAspectSet concerned = XNotificationRule::Concerned(id, mode);
@@ -54,7 +52,7 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR bstrDataID, BSTR bs
             // In the connection that the notification came to: a late one records nothing in the next.
             const std::lock_guard<XLeafMutex> lock(m_mutex);
             isHandled = connection->relations != nullptr;
-            if (isHandled) { connection->lastNotificationId = ulNotificationId; }
+            if (isHandled) { connection->lastNotificationId = notification; }
         }
         XLXError::CheckPointer(isHandled ? this : nullptr, OLESTR("m_pPCPartCacheMng"),
                                LXManagerAt("DataObjectChanged"));

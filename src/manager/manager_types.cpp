@@ -93,15 +93,14 @@ HRESULT XLXConfigFactoryCacheManager::EnumerateTypes(const char* method, bool se
     });
 }
 
-HRESULT XLXConfigFactoryCacheManager::LoadTypesByTypeNames(LONG lCountNames, BSTR* bstrTypename,
-                                                           LONG bIncludeTypeAttributes) {
+HRESULT XLXConfigFactoryCacheManager::LoadTypesByTypeNames(LONG count, BSTR* typeNames, LONG withAttributes) {
     const LXErrorLocation at = LXManagerAt("LoadTypesByTypeNames");
     return XLXError::Guarded(at, [&]() -> HRESULT {
-        if (lCountNames == 0) { return S_OK; }
-        if (lCountNames < 0) { XLXError::Raise(E_INVALIDARG, OLESTR("the number of type names is negative"), at); }
-        XLXError::CheckPointer(bstrTypename, OLESTR("bstrTypename"), at);
-        const LONG mode = Impl("LoadTypesByTypeNames").NamedLoadMode(bIncludeTypeAttributes != 0);
-        const std::span<const BSTR> names(bstrTypename, static_cast<std::size_t>(lCountNames));
+        if (count == 0) { return S_OK; }
+        if (count < 0) { XLXError::Raise(E_INVALIDARG, OLESTR("the number of type names is negative"), at); }
+        XLXError::CheckPointer(typeNames, OLESTR("bstrTypename"), at);
+        const LONG mode = Impl("LoadTypesByTypeNames").NamedLoadMode(withAttributes != 0);
+        const std::span<const BSTR> names(typeNames, static_cast<std::size_t>(count));
         const LXErrorLocation loading = LXManagerAt("LoadTypesByNames");
         const XLXSafeArray wanted = NameArray(names, loading);
         const XConnectionPtr server = Access("LoadTypesByNames");

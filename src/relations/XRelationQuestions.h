@@ -16,25 +16,28 @@
 /// @tparam Bases  bring ILXConfigFactoryCache and ILXConfigFactory
 template <class... Bases>
 class XRelationQuestions : public Bases... {
+    using Object = ILX_BaseDataObject;
+    using Enum = ILXParentChildEnum;
+
 public:
-    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR typeName, BSTR, ILXParentChildEnum** out) override {
+    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR typeName, BSTR, Enum** out) override {
         return Ask("GetParentChildEnum", out, [&](auto& relations) {
             XLXError::CheckPointer(out, OLESTR("ppEnum"), LXPCPartAt("GetParentChildEnum"));
             return LXHandOutEnumerator(relations.Collect(LXBstrView(typeName), {}, {}, LXPCF_NONE), out);
         });
     }
-    HRESULT STDMETHODCALLTYPE GetPCEnum(ILX_BaseDataObject* object, BSTR typeName, BSTR, BSTR browserId,
-                                        LONG withPlantypes, ILXParentChildEnum** out) override {
+    HRESULT STDMETHODCALLTYPE GetPCEnum(Object* object, BSTR typeName, BSTR, BSTR browserId, LONG withPlantypes,
+                                        Enum** out) override {
         const LONG filter = withPlantypes != 0 ? LXPCF_WITHPLANTYPES : LXPCF_NONE;
         return Enumerate("GetPCEnum", out, {object, nullptr, typeName, browserId, filter});
     }
-    HRESULT STDMETHODCALLTYPE GetPCEnum2(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
-                                         ILXParentChildEnum** out) override {
+    HRESULT STDMETHODCALLTYPE GetPCEnum2(Object* object, BSTR typeName, BSTR browserId, LONG filter,
+                                         Enum** out) override {
         return Enumerate("GetPCEnum2", out, {object, nullptr, typeName, browserId, filter});
     }
     /// With the relations of the base types. Any success of the object's other than S_OK is the answer.
-    HRESULT STDMETHODCALLTYPE GetPCEnumAll(ILX_BaseDataObject* object, BSTR typeName, BSTR browserId, LONG filter,
-                                           ILXParentChildEnum** out) override {
+    HRESULT STDMETHODCALLTYPE GetPCEnumAll(Object* object, BSTR typeName, BSTR browserId, LONG filter,
+                                           Enum** out) override {
         LXEmptyOut(out);
         return AskBetween("GetPCEnumAll", {object, nullptr, typeName}, LXPCPartAt("GetPCEnumAll"),
                           {{out, OLESTR("ppPCEnum")}}, [&](auto& relations, const XRelationEnds& ends) {
@@ -43,40 +46,36 @@ public:
                           });
     }
     /// The relations between the types of two objects.
-    HRESULT STDMETHODCALLTYPE GetCachedPCEnum(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR,
-                                              BSTR browserId, LONG newOnly, ILXParentChildEnum** out) override {
+    HRESULT STDMETHODCALLTYPE GetCachedPCEnum(Object* parent, Object* child, BSTR, BSTR browserId, LONG newOnly,
+                                              Enum** out) override {
         const LONG filter = newOnly != 0 ? LXPCF_NEWONLY : LXPCF_NONE;
         return Enumerate(
             "GetCachedPCEnum", out, {parent, child, nullptr, browserId, filter}, LXPCBaseAt("GetCachedPCEnum", 38),
             {{parent, OLESTR("pObjectParent")}, {child, OLESTR("pObjectChild")}, {out, OLESTR("ppPCEnum")}});
     }
-    HRESULT STDMETHODCALLTYPE GetThisBrowserParentChildEnum(BSTR typeName, BSTR, BSTR browserId,
-                                                            ILXParentChildEnum** out) override {
+    HRESULT STDMETHODCALLTYPE GetThisBrowserParentChildEnum(BSTR typeName, BSTR, BSTR browserId, Enum** out) override {
         return Enumerate("GetThisBrowserParentChildEnum", out, {nullptr, nullptr, typeName, browserId},
                          LXPCBaseAt("GetThisBrowserPCEnum", 91), {{out, OLESTR("ppILXParentChildEnum")}});
     }
 
     // PPR relations
-    HRESULT STDMETHODCALLTYPE GetPPRRelationsEnum(BSTR parentType, BSTR, ILXParentChildEnum** out) override {
+    HRESULT STDMETHODCALLTYPE GetPPRRelationsEnum(BSTR parentType, BSTR, Enum** out) override {
         return Enumerate("GetPPRRelationsEnum", out, {nullptr, nullptr, parentType, nullptr, LXPCF_PPRONLY});
     }
-    HRESULT STDMETHODCALLTYPE GetPPRRelationsEnumByDO(ILX_BaseDataObject* parent, BSTR,
-                                                      ILXParentChildEnum** out) override {
+    HRESULT STDMETHODCALLTYPE GetPPRRelationsEnumByDO(Object* parent, BSTR, Enum** out) override {
         return Enumerate("GetPPRRelationsEnumByDO", out, {parent, nullptr, nullptr, nullptr, LXPCF_PPRONLY},
                          LXPCPartAt("GetPPRRelationsEnumByDO"),
                          {{out, OLESTR("ppPCEnum")}, {parent, OLESTR("pObjectParent")}});
     }
-    HRESULT STDMETHODCALLTYPE GetPossiblePPRRelations(BSTR parentType, BSTR childType, BSTR,
-                                                      ILXParentChildEnum** out) override {
+    HRESULT STDMETHODCALLTYPE GetPossiblePPRRelations(BSTR parentType, BSTR childType, BSTR, Enum** out) override {
         return EnumeratePossible("GetPossiblePPRRelations", parentType, childType, nullptr, LXPCF_NOSYSTEMINTERNAL,
                                  out);
     }
     HRESULT STDMETHODCALLTYPE GetPossiblePPRRelations2(BSTR parentType, BSTR childType, BSTR browserId, LONG filter,
-                                                       ILXParentChildEnum** out) override {
+                                                       Enum** out) override {
         return EnumeratePossible("GetPossiblePPRRelations2", parentType, childType, browserId, filter, out);
     }
-    HRESULT STDMETHODCALLTYPE GetPossiblePPRRelationsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR,
-                                                          ILXParentChildEnum** out) override {
+    HRESULT STDMETHODCALLTYPE GetPossiblePPRRelationsByDO(Object* parent, Object* child, BSTR, Enum** out) override {
         return Enumerate(
             "GetPossiblePPRRelationsByDO", out,
             {parent, child, nullptr, nullptr, LXPCF_PPRONLY | LXPCF_NOSYSTEMINTERNAL},
@@ -89,8 +88,7 @@ public:
             return relations.PPRRelationExists(LXBstrView(parentType), LXBstrView(childType), internal != 0);
         });
     }
-    HRESULT STDMETHODCALLTYPE PPRRelationExistsByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR,
-                                                    LONG internal) override {
+    HRESULT STDMETHODCALLTYPE PPRRelationExistsByDO(Object* parent, Object* child, BSTR, LONG internal) override {
         return AskBetween("PPRRelationExistsByDO", {parent, child}, LXPCPartAt("PPRRelationExistsByDO"),
                           {{parent, OLESTR("pObjectParent")}, {child, OLESTR("pObjectChild")}},
                           [&](auto& relations, const XRelationEnds& ends) {
@@ -115,7 +113,7 @@ public:
         return Ask("GetSinglePCRelation", out,
                    [&](auto& relations) { return Single(relations, parentType, childType, childList, out); });
     }
-    HRESULT STDMETHODCALLTYPE GetSinglePCRelationByDO(ILX_BaseDataObject* parent, ILX_BaseDataObject* relationship,
+    HRESULT STDMETHODCALLTYPE GetSinglePCRelationByDO(Object* parent, Object* relationship,
                                                       ILXParentChild** out) override {
         return Ask("GetSinglePCRelationByDO", out, [&](auto& relations) {
             const XRelationshipNames names(parent, relationship);
@@ -132,8 +130,8 @@ protected:
 private:
     /// What an enumeration is to hold: the relations of a type as parent, or of an object's.
     struct Selection {
-        ILX_BaseDataObject* parent;
-        ILX_BaseDataObject* child; ///< null: to any type
+        Object* parent;
+        Object* child; ///< null: to any type
         BSTR parentType = nullptr;
         BSTR browserId = nullptr;
         LONG filter = LXPCF_NONE;
@@ -175,8 +173,8 @@ private:
             return ends.result != S_OK ? ends.result : question(relations, ends);
         });
     }
-    HRESULT Enumerate(const char* method, ILXParentChildEnum** out, const Selection& selection,
-                      const LXErrorLocation& at, std::initializer_list<Required> required) const {
+    HRESULT Enumerate(const char* method, Enum** out, const Selection& selection, const LXErrorLocation& at,
+                      std::initializer_list<Required> required) const {
         LXEmptyOut(out);
         const auto collect = [&](auto& relations, const XRelationEnds& ends) {
             return LXHandOutEnumerator(
@@ -186,11 +184,11 @@ private:
         const HRESULT result = AskBetween(method, selection, at, required, collect);
         return SUCCEEDED(result) && result != S_OK ? S_FALSE : result;
     }
-    HRESULT Enumerate(const char* method, ILXParentChildEnum** out, const Selection& selection) const {
+    HRESULT Enumerate(const char* method, Enum** out, const Selection& selection) const {
         return Enumerate(method, out, selection, LXPCPartAt(method), {{out, OLESTR("ppPCEnum")}});
     }
     HRESULT EnumeratePossible(const char* method, BSTR parentType, BSTR childType, BSTR browserId, LONG filter,
-                              ILXParentChildEnum** out) const {
+                              Enum** out) const {
         return Ask(method, out, [&](auto& relations) {
             const LXErrorLocation at = LXPCPartAt("GetPossiblePPRRelations2");
             XLXError::CheckPointer(out, OLESTR("ppPCEnum"), at);

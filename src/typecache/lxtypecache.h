@@ -59,8 +59,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetGroup(int iGroupNumber, ILXGroup** ppGroup) override;
     // ILXType: attributes
     HRESULT STDMETHODCALLTYPE GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE GetDisplayGroupAttributeEnum(LONG lMask, int iGroupNumber,
-                                                           ILXAttributeEnum** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE GetDisplayGroupAttributeEnum(LONG mask, int group, ILXAttributeEnum** ppEnum) override;
     HRESULT STDMETHODCALLTYPE AddAttribute(ILXAttribute** ppAttribute) override { return LXNotOffered(ppAttribute); }
     HRESULT STDMETHODCALLTYPE RemoveAttribute(ILXAttribute*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetAttributeEnum(ILXAttributeEnum** ppEnum) override;
@@ -70,8 +69,7 @@ public:
     HRESULT STDMETHODCALLTYPE AddConfObjEditor(ILXConfObjEditor** ppEditor) override { return LXNotOffered(ppEditor); }
     HRESULT STDMETHODCALLTYPE RemoveConfObjEditor(ILXConfObjEditor*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE GetConfObjEditor(BSTR bstrProgId, BSTR bstrBrowserId, BSTR bstrMenuText,
-                                               ILXConfObjEditor** ppEditor) override;
+    HRESULT STDMETHODCALLTYPE GetConfObjEditor(BSTR progId, BSTR, BSTR, ILXConfObjEditor** ppEditor) override;
     HRESULT STDMETHODCALLTYPE GetDefaultEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) override;
     HRESULT STDMETHODCALLTYPE Copy(BSTR) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetDefaultNewEditor(BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) override;
