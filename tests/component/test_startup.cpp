@@ -256,9 +256,9 @@ TEST_F(Startup, ValidityServerEndAndIdentity) {
     computer.Attach(info.bstrComputerName);
     user.Attach(info.bstrUserName);
     password.Attach(info.bstrPWD);
-    EXPECT_FALSE(computer.Empty());
+    EXPECT_FALSE(computer.View().empty());
     EXPECT_EQ(computer.View(), user.View());
-    EXPECT_TRUE(password.Empty());
+    EXPECT_TRUE(password.View().empty());
     EXPECT_EQ(info.ulProcessID, GetCurrentProcessId());
 
     EXPECT_EQ(Factory()->NotifyServerTermination(), S_OK);
