@@ -15,8 +15,9 @@ std::filesystem::path ProgramFolder() {
     const DWORD length = GetModuleFileNameW(nullptr, program, static_cast<DWORD>(std::size(program)));
     return std::filesystem::path(XLXText(program, length)).parent_path();
 }
+} // namespace
 
-std::unique_ptr<XToolServer> MakeServer(const XServerChoice& choice) {
+std::unique_ptr<XToolServer> LXMakeServer(const XServerChoice& choice) {
     if (!choice.progId.empty()) { return LXRegisteredToolServer(choice.progId); }
     if (choice.generated > 0) {
         XGeneratorOptions options;
@@ -30,7 +31,6 @@ std::unique_ptr<XToolServer> MakeServer(const XServerChoice& choice) {
         throw XToolFailure("the model " + file + " cannot be used: " + error.what());
     }
 }
-} // namespace
 
 std::string LXShippedModel() {
     const std::filesystem::path folder = ProgramFolder();
@@ -44,7 +44,7 @@ std::string LXShippedModel() {
 }
 
 XCfcSession::XCfcSession(const XServerChoice& choice)
-    : m_server(MakeServer(choice)), m_direct(m_server->ConfigFactory()), m_cache(m_component.Activate()) {
+    : m_server(LXMakeServer(choice)), m_direct(m_server->ConfigFactory()), m_cache(m_component.Activate()) {
     m_server->SetDelay(std::chrono::microseconds(static_cast<long long>(choice.delay * 1000)));
     XLXVariantVector values;
     values.push_back(XLXComVariant::FromUnknown(m_direct.Get()));

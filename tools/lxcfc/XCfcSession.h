@@ -18,6 +18,9 @@ struct XServerChoice {
     double delay = 0;   ///< milliseconds that each call to it takes
 };
 
+/// That server, without a cache in front of it.
+std::unique_ptr<XToolServer> LXMakeServer(const XServerChoice& choice);
+
 class XCfcSession {
 public:
     explicit XCfcSession(const XServerChoice& choice);

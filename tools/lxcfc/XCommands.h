@@ -88,5 +88,6 @@ void LXAddWatchCommand(XCommands& commands);
 void LXAddCheckCommand(XCommands& commands);
 void LXAddMeasureCommands(XCommands& commands); // stats, bench
 void LXAddGraphCommand(XCommands& commands);
+void LXAddVerifyCommand(XCommands& commands);
 
 #endif

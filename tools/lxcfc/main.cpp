@@ -69,6 +69,7 @@ int main(int argc, char** argv) {
     LXAddCheckCommand(commands);
     LXAddMeasureCommands(commands);
     LXAddGraphCommand(commands);
+    LXAddVerifyCommand(commands);
     try {
         app.parse(Arguments(argc, argv));
         LXExpectThat(!app.get_subcommands().empty(), "a command is needed; lxcfc --help lists them");

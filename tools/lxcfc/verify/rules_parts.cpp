@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: MIT
+//
+// The parts of types, one by one: objects that came in arrays, look-ups and enumerations.
+#include "XVerification.h"
+
+#include <algorithm>
+
+namespace {
+constexpr std::size_t OneByOne = 3; // objects of a kind whose values are read one by one
+
+class PartVerifier {
+public:
+    PartVerifier(XVerification& verification, const XReadType& type, ILXType& server)
+        : m_verification(verification), m_type(type), m_server(server) {}
+
+    void VerifyAll() {
+        const XReadComponents& parts = m_type.components;
+        Verify<ILXPage, ILXPageEnum>(
+            parts.pages, &XReadComponents::pages, "Page",
+            [&](const XReadRecord& page, ILXPage** out) { return m_server.GetPage(NumberOf(page), out); },
+            [&](ILXPageEnum** out) { return m_server.GetPageEnum(out); });
+        Verify<ILXGroup, ILXGroupEnum>(
+            parts.groups, &XReadComponents::groups, "Group",
+            [&](const XReadRecord& group, ILXGroup** out) { return m_server.GetGroup(NumberOf(group), out); },
+            [&](ILXGroupEnum** out) { return m_server.GetGroupEnum(out); });
+        Verify<ILXConfObjEditor, ILXConfObjEditorEnum>(
+            parts.editors, &XReadComponents::editors, "ConfObjEditor",
+            [&](const XReadRecord& editor, ILXConfObjEditor** out) {
+                return m_server.GetConfObjEditor(LXBstr(editor.Key()).Get(), nullptr, nullptr, out);
+            },
+            [&](ILXConfObjEditorEnum** out) { return m_server.GetConfObjEditorEnum(out); });
+        Verify<ILXAttribute, ILXAttributeEnum>(
+            parts.attributes, &XReadComponents::attributes, "Attribute",
+            [&](const XReadRecord& attribute, ILXAttribute** out) {
+                return m_server.GetAttribute(LXBstr(attribute.Key()).Get(), out);
+            },
+            [&](ILXAttributeEnum** out) { return m_server.GetAttributeEnum(out); });
+    }
+
+private:
+    static int NumberOf(const XReadRecord& record) { return std::atoi(record.Key().c_str()); }
+
+    template <class I, class E, class LookUp, class Enumerate>
+    void Verify(const XReadList& list, XReadList XReadComponents::*which, const std::string& name, LookUp&& lookUp,
+                Enumerate&& enumerate) {
+        if (!list) { return; }
+        std::size_t asked = 0;
+        for (const XReadRecord& record : *list) {
+            VerifyObject<I>(record);
+            const auto found = m_verification.Ask<I>(XWanted::AnswerIfOffered, "Get" + name, record.path,
+                                                     [&](I** out) { return lookUp(record, out); });
+            if (found.IsOffered()) { VerifyFound(found, NearestToRoot(record, which), asked++ < OneByOne); }
+        }
+        VerifyEnumeration<I>(*list, which,
+                             m_verification.Ask<E>(XWanted::AnswerIfOffered, "Get" + name + "Enum",
+                                                   "type " + LXQuoted(m_type.head.Key()), enumerate));
+    }
+
+    /// The record that a look-up finds: of a name that the base types have too, the one nearest to the root.
+    const XReadRecord& NearestToRoot(const XReadRecord& own, XReadList XReadComponents::*which) const {
+        const XReadRecord* nearest = &own;
+        if (own.kind != XElementKind::Attribute) { return own; }
+        EachBase([&](const XReadType& base) {
+            const XReadRecord* const found = FindIn(base.components.*which, own.Key());
+            nearest = found != nullptr ? found : nearest;
+        });
+        return *nearest;
+    }
+
+    static const XReadRecord* FindIn(const XReadList& list, const std::string& key) {
+        if (!list) { return nullptr; }
+        const auto found =
+            std::find_if(list->begin(), list->end(), [&](const XReadRecord& record) { return record.Key() == key; });
+        return found != list->end() ? &*found : nullptr;
+    }
+
+    template <class F>
+    void EachBase(F&& visit) const {
+        std::set<std::string> met{m_type.head.Key()};
+        const XReadTypes& types = *m_verification.types;
+        for (const XReadType* base = types.Find(m_type.head.Text(XProperty::BaseTypeName));
+             base != nullptr && met.insert(base->head.Key()).second;
+             base = types.Find(base->head.Text(XProperty::BaseTypeName))) {
+            visit(*base);
+        }
+    }
+
+    /// The object in a record, and those of an attribute's types.
+    template <class I>
+    void VerifyObject(const XReadRecord& record) {
+        LXVerifyRecordObject<I>(m_verification, record);
+        for (const XReadRecord& type : record.types) {
+            LXVerifyRecordObject<ILXAttributeType>(m_verification, type);
+        }
+    }
+
+    template <class I>
+    void VerifyFound(const XAnswered<I>& found, const XReadRecord& expected, bool oneByOne) {
+        if (!m_verification.Findings().Check(found.Has(), XRule::AgreeLookups, found.call, "nothing is found")) {
+            return;
+        }
+        const auto row = m_verification.AskProperties(*found.object, expected.kind, expected.path);
+        if (!row) { return; }
+        const std::string difference = LXDifference(LXRowOf(expected.values), "the array", *row, "the object");
+        m_verification.Findings().Check(difference.empty(), XRule::AgreeLookups, found.call, difference);
+        for (std::size_t i = 0; oneByOne && i < row->size(); ++i) {
+            const auto value =
+                m_verification.AskProperty(*found.object, expected.kind, expected.path, static_cast<int>(i));
+            m_verification.Findings().Check(!value || *value == (*row)[i], XRule::AgreeProperty,
+                                            expected.path + ": GetProperty(" + std::to_string(i) + ")",
+                                            "GetProperties has " + (*row)[i] + ", GetProperty " + value.value_or(""));
+        }
+    }
+
+    /// All own parts must come; inherited ones may.
+    template <class I, class E>
+    void VerifyEnumeration(const std::vector<XReadRecord>& list, XReadList XReadComponents::*which,
+                           const XAnswered<E>& answer) {
+        if (!answer.IsOffered() || FAILED(answer.result)) { return; }
+        std::set<std::string> came;
+        for (const auto& object : m_verification.AskAll<I>(answer)) {
+            came.insert(m_verification.AskKey(*object, KindOf<I>(), answer.call));
+        }
+        std::string difference;
+        for (const XReadRecord& record : list) {
+            if (came.erase(record.Key()) == 0) { difference = record.path + " is missing"; }
+        }
+        EachBase([&](const XReadType& base) {
+            for (const XReadRecord& inherited : (base.components.*which).value_or(std::vector<XReadRecord>())) {
+                came.erase(inherited.Key());
+            }
+        });
+        if (difference.empty() && !came.empty()) { difference = LXQuoted(*came.begin()) + " is only here"; }
+        m_verification.Findings().Check(difference.empty(), XRule::AgreeEnumerations, answer.call, difference);
+    }
+
+    template <class I>
+    static constexpr XElementKind KindOf() {
+        return std::is_same_v<I, ILXPage>            ? XElementKind::Page
+               : std::is_same_v<I, ILXGroup>         ? XElementKind::Group
+               : std::is_same_v<I, ILXConfObjEditor> ? XElementKind::Editor
+                                                     : XElementKind::Attribute;
+    }
+
+    XVerification& m_verification;
+    const XReadType& m_type;
+    ILXType& m_server;
+};
+
+/// The attribute types of an attribute, by their enumeration.
+void VerifyAttributeTypes(XVerification& verification, ILXType& type, const XReadRecord& attribute) {
+    const auto found = verification.Ask<ILXAttribute>(
+        XWanted::AnswerIfOffered, "GetAttribute", attribute.path,
+        [&](ILXAttribute** out) { return type.GetAttribute(LXBstr(attribute.Key()).Get(), out); });
+    if (!found.Has()) { return; }
+    const auto answer = verification.Ask<ILXAttributeTypeEnum>(
+        XWanted::AnswerIfOffered, "GetAttributeTypeEnum", attribute.path,
+        [&](ILXAttributeTypeEnum** out) { return found.object->GetAttributeTypeEnum(out); });
+    if (!answer.IsOffered()) { return; }
+    std::multiset<std::string> expected;
+    std::multiset<std::string> came;
+    for (const XReadRecord& one : attribute.types) {
+        expected.insert(one.Key());
+    }
+    for (const auto& one : verification.AskAll<ILXAttributeType>(answer)) {
+        came.insert(verification.AskKey(*one, XElementKind::AttributeType, answer.call));
+    }
+    verification.Findings().Check(expected == came, XRule::AgreeEnumerations, answer.call,
+                                  "the array has " + std::to_string(expected.size()) + ", the enumeration " +
+                                      std::to_string(came.size()) + ", or other names");
+}
+} // namespace
+
+void LXVerifyParts(XVerification& verification) {
+    for (const XReadType* const record : verification.sample) {
+        LXVerifyRecordObject<ILXType>(verification, record->head);
+        const XLXComPtr<ILXType> type = verification.AskType(record->head.Key());
+        if (!type) { continue; }
+        PartVerifier(verification, *record, *type).VerifyAll();
+        if (!record->head.Text(XProperty::BaseTypeName).empty()) { continue; } // a base's attribute may be found
+        for (const XReadRecord& attribute : record->components.attributes.value_or(std::vector<XReadRecord>())) {
+            VerifyAttributeTypes(verification, *type, attribute);
+        }
+    }
+}

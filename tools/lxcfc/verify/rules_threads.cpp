@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+//
+// Calls from several threads at once.
+#include "XApartment.h"
+#include "XVerification.h"
+
+#include <barrier>
+#include <future>
+
+namespace {
+constexpr int Rounds = 3;
+
+/// The same questions as the other threads, at the same time. The first difference from what one thread was answered.
+std::string AskAtOnce(XVerification& verification, std::barrier<>& start, const XState& expected) {
+    const XApartment apartment;
+    start.arrive_and_wait();
+    for (int round = 0; round < Rounds; ++round) {
+        const auto state = LXStateOf(verification);
+        if (!state) { return "the types cannot be read"; }
+        if (*state != expected) { return LXDifference(expected, *state); }
+        for (const XReadType* const record : verification.sample) {
+            const XLXComPtr<ILXType> type = verification.AskType(record->head.Key());
+            const auto row =
+                type ? verification.AskProperties(*type, XElementKind::Type, record->head.path) : std::nullopt;
+            if (!row || *row != LXRowOf(record->head.values)) { return record->head.path + " answers otherwise"; }
+        }
+    }
+    return "";
+}
+} // namespace
+
+void LXVerifyThreads(XVerification& verification) {
+    const unsigned count = verification.Options().threads;
+    const std::optional<XState> expected = verification.types ? LXStateOf(verification) : std::nullopt;
+    if (!expected) { return verification.Findings().NotTested(XRule::Threads, "the types cannot be read"); }
+    verification.Calls().Count(false);
+    std::barrier<> start(count);
+    std::vector<std::future<std::string>> threads;
+    for (unsigned i = 0; i < count; ++i) {
+        threads.push_back(std::async(std::launch::async, [&] { return AskAtOnce(verification, start, *expected); }));
+    }
+    for (auto& thread : threads) {
+        const std::string difference = thread.get();
+        verification.Findings().Check(difference.empty(), XRule::Threads,
+                                      "all types, relations, browser ids and format specs, from " +
+                                          std::to_string(count) + " threads at once",
+                                      difference);
+    }
+    verification.Calls().Count(true);
+}

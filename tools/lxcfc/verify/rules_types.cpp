@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: MIT
+//
+// Types in bulk and one by one: the same answers.
+#include "XVerification.h"
+
+#include <algorithm>
+
+namespace {
+/// The first difference between two lists of parts; empty where there is none, or where one was not delivered.
+std::string DifferenceOf(const XReadList& expected, const XReadList& came) {
+    if (!expected || !came) { return ""; }
+    const auto& left = *expected;
+    const auto& right = *came;
+    for (std::size_t i = 0; i < std::max(left.size(), right.size()); ++i) {
+        if (i >= left.size() || i >= right.size()) {
+            return (i < left.size() ? left[i].path + " is missing" : right[i].path + " is only here");
+        }
+        std::string difference =
+            LXDifference(LXRowOf(left[i].values), "the array of all types", LXRowOf(right[i].values), "this answer");
+        for (std::size_t type = 0; difference.empty() && type < left[i].types.size(); ++type) {
+            difference = type < right[i].types.size()
+                             ? LXDifference(LXRowOf(left[i].types[type].values), "the array of all types",
+                                            LXRowOf(right[i].types[type].values), "this answer")
+                             : left[i].types[type].path + " is missing";
+        }
+        if (!difference.empty()) { return left[i].path + ": " + difference; }
+    }
+    return "";
+}
+
+std::string DifferenceOf(const XReadComponents& expected, const XReadComponents& came) {
+    for (const auto list :
+         {&XReadComponents::pages, &XReadComponents::groups, &XReadComponents::editors, &XReadComponents::attributes}) {
+        if (const std::string difference = DifferenceOf(expected.*list, came.*list); !difference.empty()) {
+            return difference;
+        }
+    }
+    return "";
+}
+
+std::string DifferenceOf(const XReadType& expected, const XReadType& came) {
+    const std::string values =
+        LXDifference(LXRowOf(expected.head.values), "the array of all types", LXRowOf(came.head.values), "this answer");
+    if (!values.empty()) { return expected.head.path + ": " + values; }
+    if (expected.listed != came.listed || expected.searchable != came.searchable) {
+        return expected.head.path + ": listed or searchable in one array, and not in the other";
+    }
+    return DifferenceOf(expected.components, came.components);
+}
+
+/// Compares what came with the records of the array of all types.
+/// @param only  whether nothing else may come
+void CompareRecords(XVerification& verification, XRule rule, const std::string& call,
+                    const std::vector<std::string>& expected, const XReadTypes& came, bool only) {
+    for (const std::string& name : expected) {
+        const XReadType* const record = came.Find(name);
+        const XReadType* const original = verification.types->Find(name);
+        const std::string difference = record == nullptr     ? "the record of " + LXQuoted(name) + " is missing"
+                                       : original == nullptr ? ""
+                                                             : DifferenceOf(*original, *record);
+        verification.Findings().Check(difference.empty(), rule, call, difference);
+    }
+    if (only) {
+        verification.Findings().Check(came.records.size() <= expected.size(), rule, call,
+                                      std::to_string(came.records.size()) + " records instead of " +
+                                          std::to_string(expected.size()));
+    }
+}
+
+/// A type and its bases.
+std::vector<std::string> ChainOf(const XReadTypes& types, const std::string& name) {
+    std::vector<std::string> chain;
+    const XReadType* type = types.Find(name);
+    while (type != nullptr && std::find(chain.begin(), chain.end(), type->head.Key()) == chain.end()) {
+        chain.push_back(type->head.Key());
+        type = types.Find(type->head.Text(XProperty::BaseTypeName));
+    }
+    return chain;
+}
+
+void VerifyValues(XVerification& verification, ILXType& type, const XReadType& expected, bool oneByOne) {
+    const std::string who = expected.head.path;
+    const auto row = verification.AskProperties(type, XElementKind::Type, who);
+    if (!row) { return; }
+    const std::string difference =
+        LXDifference(LXRowOf(expected.head.values), "the array of all types", *row, "GetProperties");
+    verification.Findings().Check(difference.empty(), XRule::AgreeType, who + ": GetProperties()", difference);
+    for (int index = 0; oneByOne && index < static_cast<int>(row->size()); ++index) {
+        const std::string& all = (*row)[static_cast<std::size_t>(index)];
+        if (const auto value = verification.AskProperty(type, XElementKind::Type, who, index)) {
+            verification.Findings().Check(*value == all, XRule::AgreeProperty,
+                                          who + ": GetProperty(" + std::to_string(index) + ")",
+                                          "GetProperties has " + all + ", GetProperty " + *value);
+        }
+    }
+}
+
+void VerifyType(XVerification& verification, const XReadType& expected, bool oneByOne) {
+    const std::string name = expected.head.Key();
+    const XLXComPtr<ILXType> type = verification.AskType(name);
+    verification.Findings().Check(static_cast<bool>(type), XRule::AgreeType, "GetType(" + LXQuoted(name) + ")",
+                                  "there is no such type, although the array of all types has it");
+    if (type) {
+        VerifyValues(verification, *type, expected, oneByOne);
+        const auto components = verification.AskComponents(*type, name, XVerification::AllInBulk);
+        const std::string difference = components ? DifferenceOf(expected.components, components->content) : "";
+        if (components) {
+            verification.Findings().Check(difference.empty(), XRule::AgreeComponents,
+                                          expected.head.path + ": GetTypeComponentData(15)", difference);
+        }
+    }
+    for (const LONG mode : {1, 2, 4, 8}) {
+        if (const auto part = type && oneByOne ? verification.AskComponents(*type, name, mode) : std::nullopt) {
+            const std::string difference = DifferenceOf(expected.components, part->content);
+            verification.Findings().Check(difference.empty(), XRule::AgreeComponents,
+                                          expected.head.path + ": GetTypeComponentData(" + std::to_string(mode) + ")",
+                                          difference);
+        }
+    }
+    const std::string call = "GetTypeArrayByTypeNameEx(" + LXQuoted(name);
+    if (const auto alone = verification.AskNamedType(name, false, XVerification::AllInBulk, XWanted::Answer)) {
+        CompareRecords(verification, XRule::AgreeNamed, call + ", 0, 15)", {name}, *alone, true);
+    }
+    if (const auto chain = verification.AskNamedType(name, true, XVerification::AllInBulk, XWanted::Answer)) {
+        CompareRecords(verification, XRule::AgreeBases, call + ", 1, 15)", ChainOf(*verification.types, name), *chain,
+                       false);
+    }
+}
+
+/// Compares the names that an enumeration gives with those that it should.
+void VerifyListed(XVerification& verification, const XAnswered<ILXTypeEnum>& answer, bool searchable) {
+    if (!answer.IsOffered()) { return; }
+    std::multiset<std::string> expected;
+    for (const XReadType& type : verification.types->records) {
+        if (type.listed && (!searchable || type.searchable)) { expected.insert(type.head.Key()); }
+    }
+    std::multiset<std::string> came;
+    for (const auto& type : verification.AskAll<ILXType>(answer)) {
+        came.insert(verification.AskKey(*type, XElementKind::Type, answer.call));
+    }
+    std::vector<std::string> differing;
+    std::set_symmetric_difference(expected.begin(), expected.end(), came.begin(), came.end(),
+                                  std::back_inserter(differing));
+    verification.Findings().Check(differing.empty(), XRule::AgreeListed, answer.call,
+                                  differing.empty() ? "" : "differs in type " + LXQuoted(differing.front()));
+}
+} // namespace
+
+void LXVerifyTypes(XVerification& verification) {
+    if (!verification.types) { return; }
+    std::vector<std::string> names;
+    std::size_t asked = 0;
+    for (const XReadType* const type : verification.sample) {
+        VerifyType(verification, *type, asked++ < 3);
+        if (names.size() < 3) { names.push_back(type->head.Key()); }
+    }
+    if (!names.empty()) {
+        if (const auto list = verification.AskTypeList(names, false, XVerification::AllInBulk)) {
+            CompareRecords(verification, XRule::AgreeList, "GetTypeArrayByTypeNameArrayEx()", names, *list, true);
+        }
+    }
+    VerifyListed(verification,
+                 verification.Ask<ILXTypeEnum>(
+                     XWanted::Answer, "GetTypeEnum", "",
+                     [&](ILXTypeEnum** out) { return verification.Factory().GetTypeEnum(nullptr, out); }),
+                 false);
+    VerifyListed(verification,
+                 verification.Ask<ILXTypeEnum>(
+                     XWanted::AnswerIfOffered, "GetSearchableTypeEnum", "",
+                     [&](ILXTypeEnum** out) { return verification.Factory().GetSearchableTypeEnum(out); }),
+                 true);
+}
