@@ -4,6 +4,7 @@
 #include "XApartment.h"
 #include "XVerification.h"
 
+#include <algorithm>
 #include <future>
 #include <thread>
 
@@ -83,10 +84,12 @@ XVerifierReport LXVerifyServer(const XServerToVerify& server, const XVerifierOpt
     report.times = verification->Calls().Times();
     if (report.hanging.empty()) {
         done.get();
-        for (const XReadType& type : verification->types.value_or(XReadTypes()).records) {
-            ++report.types;
-            report.listed += type.listed ? 1 : 0;
-        }
+        const std::optional<XReadTypes>& types = verification->types;
+        report.types = types ? types->records.size() : 0;
+        report.listed = !types ? 0
+                               : static_cast<std::size_t>(
+                                     std::count_if(types->records.begin(), types->records.end(),
+                                                   [](const XReadType& type) { return type.listed; }));
     }
     return report;
 }

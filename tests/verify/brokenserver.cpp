@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: MIT
+#include "brokenserver.h"
+
+namespace {
+template <class T>
+HRESULT Told(const Faults::Answer& fault, std::string_view method, HRESULT result, T** out) {
+    return fault ? fault(method, result, reinterpret_cast<void**>(out)) : result;
+}
+
+template <class... T>
+HRESULT Refused(T**... outs) {
+    ((*outs = nullptr), ...);
+    return E_NOTIMPL;
+}
+
+// Declares a method whose answer a fault may change.
+#define LX_PASSED(Method, Parameters, Arguments, Out)                                                                  \
+    HRESULT STDMETHODCALLTYPE Method Parameters override {                                                             \
+        return Told(Fault(), #Method, m_inner->Method Arguments, Out);                                                 \
+    }
+
+class Type final : public PassingObject<ILXType> {
+public:
+    Type(XLXComPtr<ILXType> inner, FaultsPtr faults) : PassingObject(std::move(inner)), m_faults(std::move(faults)) {}
+
+    HRESULT STDMETHODCALLTYPE GetProperty(int index, VARIANT* value) override {
+        const HRESULT result = m_inner->GetProperty(index, value);
+        return m_faults->property ? m_faults->property(index, result, value) : result;
+    }
+    LX_PASSED(GetProperties, (SAFEARRAY * *out), (out), out)
+    LX_PASSED(GetPageEnum, (ILXPageEnum * *out), (out), out)
+    LX_PASSED(GetPage, (int n, ILXPage** out), (n, out), out)
+    LX_PASSED(GetGroupEnum, (ILXGroupEnum * *out), (out), out)
+    LX_PASSED(GetToplevelGroupEnum, (ILXGroupEnum * *out), (out), out)
+    LX_PASSED(GetPageGroupEnum, (int n, ILXGroupEnum** out), (n, out), out)
+    LX_PASSED(GetPageToplevelGroupEnum, (int n, ILXGroupEnum** out), (n, out), out)
+    LX_PASSED(GetGroup, (int n, ILXGroup** out), (n, out), out)
+    LX_PASSED(GetDisplayAttributeEnum, (LONG m, ILXAttributeEnum** out), (m, out), out)
+    LX_PASSED(GetDisplayGroupAttributeEnum, (LONG m, int n, ILXAttributeEnum** out), (m, n, out), out)
+    LX_PASSED(GetAttributeEnum, (ILXAttributeEnum * *out), (out), out)
+    LX_PASSED(GetGroupAttributeEnum, (int n, ILXAttributeEnum** out), (n, out), out)
+    LX_PASSED(GetAttribute, (BSTR n, ILXAttribute** out), (n, out), out)
+    LX_PASSED(GetConfObjEditorEnum, (ILXConfObjEditorEnum * *out), (out), out)
+    LX_PASSED(GetConfObjEditor, (BSTR p, BSTR b, BSTR t, ILXConfObjEditor** out), (p, b, t, out), out)
+    LX_PASSED(GetDefaultEditor, (BSTR b, ILXConfObjEditor** out), (b, out), out)
+    LX_PASSED(GetDefaultNewEditor, (BSTR b, ILXConfObjEditor** out), (b, out), out)
+    LX_PASSED(GetTypeComponentData, (LONG m, SAFEARRAY** out), (m, out), out)
+    HRESULT STDMETHODCALLTYPE AddPage(ILXPage** out) override { return Refused(out); }
+    HRESULT STDMETHODCALLTYPE RemovePage(ILXPage*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddGroup(ILXGroup** out) override { return Refused(out); }
+    HRESULT STDMETHODCALLTYPE RemoveGroup(ILXGroup*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddAttribute(ILXAttribute** out) override { return Refused(out); }
+    HRESULT STDMETHODCALLTYPE RemoveAttribute(ILXAttribute*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddConfObjEditor(ILXConfObjEditor** out) override { return Refused(out); }
+    HRESULT STDMETHODCALLTYPE RemoveConfObjEditor(ILXConfObjEditor*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Copy(BSTR) override { return E_NOTIMPL; }
+
+private:
+    const Faults::Answer& Fault() const { return m_faults->type; }
+
+    const FaultsPtr m_faults;
+};
+
+class Factory final : public HostileObject<ILXConfigFactory, ILXConfigFactoryEx> {
+public:
+    Factory(std::shared_ptr<XSampleServer> server, FaultsPtr faults)
+        : m_server(std::move(server)),
+          m_faults(std::move(faults)),
+          m_inner(m_server->ConfigFactory()),
+          m_bulk(m_inner.As<ILXConfigFactoryEx>()) {}
+
+    HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG mode, SAFEARRAY** out) override {
+        return Told(Fault(), "GetTypeArrayEx", m_bulk->GetTypeArrayEx(mode, out), out);
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR name, LONG bases, LONG mode, SAFEARRAY** out) override {
+        const LONG given = m_faults->withBases.value_or(bases);
+        return Told(Fault(), "GetTypeArrayByTypeNameEx", m_bulk->GetTypeArrayByTypeNameEx(name, given, mode, out), out);
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY* names, LONG bases, LONG mode,
+                                                            SAFEARRAY** out) override {
+        return Told(Fault(), "GetTypeArrayByTypeNameArrayEx",
+                    m_bulk->GetTypeArrayByTypeNameArrayEx(names, bases, mode, out), out);
+    }
+    HRESULT STDMETHODCALLTYPE GetType(BSTR name, BSTR config, ILXType** out) override {
+        const HRESULT result = m_inner->GetType(name, config, out);
+        if (*out != nullptr) { *out = XLXComPtr<ILXType>(new Type(LXAttach(*out), m_faults)).Detach(); }
+        return Told(Fault(), "GetType", result, out);
+    }
+    LX_PASSED(GetTypeEnum, (BSTR c, ILXTypeEnum** out), (c, out), out)
+    LX_PASSED(GetSearchableTypeEnum, (ILXTypeEnum * *out), (out), out)
+    LX_PASSED(GetPlanTypeEnum, (BSTR c, ILXTypeEnum** out), (c, out), out)
+    LX_PASSED(GetParentChildEnum, (BSTR n, BSTR c, ILXParentChildEnum** out), (n, c, out), out)
+    LX_PASSED(GetBrowserIdEnum, (ILXBrowserIdEnum * *out), (out), out)
+    LX_PASSED(GetPCArray, (SAFEARRAY * *out), (out), out)
+    LX_PASSED(GetAllGlobalAttributeFormatSpecs, (ILXGlobalAttributeFormatSpecEnum * *out), (out), out)
+    HRESULT STDMETHODCALLTYPE GetVersion(BSTR* out) override { return m_inner->GetVersion(out); }
+    HRESULT STDMETHODCALLTYPE AddType(ILXType** out) override { return Refused(out); }
+    HRESULT STDMETHODCALLTYPE RemoveType(ILXType*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild** out) override { return Refused(out); }
+    HRESULT STDMETHODCALLTYPE RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId** out) override { return Refused(out); }
+    HRESULT STDMETHODCALLTYPE RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY** out) override { return Refused(out); }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY** out) override {
+        return Refused(out);
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY** out) override {
+        return Refused(out);
+    }
+    HRESULT STDMETHODCALLTYPE SetVersion(BSTR) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec** out) override {
+        return Refused(out);
+    }
+    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpecByID(BSTR) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE NotifyServerTermination() override { return E_NOTIMPL; }
+
+private:
+    const Faults::Answer& Fault() const { return m_faults->factory; }
+
+    const std::shared_ptr<XSampleServer> m_server;
+    const FaultsPtr m_faults;
+    const XLXComPtr<ILXConfigFactory> m_inner;
+    const XLXComPtr<ILXConfigFactoryEx> m_bulk;
+};
+
+/// Stands between the sample server and a client.
+class Callback final : public HostileObject<ILXCallbackUpdate> {
+public:
+    Callback(ILXCallbackUpdate* client, LONG number, FaultsPtr faults)
+        : m_client(client), m_number(number), m_faults(std::move(faults)) {
+        if (!m_faults->keepNoReference) { m_client->AddRef(); }
+    }
+    ~Callback() override {
+        if (!m_faults->keepNoReference && !m_faults->releaseNoReference) { m_client->Release(); }
+    }
+    HRESULT STDMETHODCALLTYPE CheckCallbackValid() override { return m_client->CheckCallbackValid(); }
+    HRESULT STDMETHODCALLTYPE ServerIsTerminating() override { return m_client->ServerIsTerminating(); }
+    HRESULT STDMETHODCALLTYPE SetCallbackId(LONG id) override { return m_client->SetCallbackId(id); }
+    HRESULT STDMETHODCALLTYPE GetClientInfo(tagLXClientInfo* info) override { return m_client->GetClientInfo(info); }
+    HRESULT STDMETHODCALLTYPE DataObjectChanged(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count,
+                                                tagLXUpdateInfo* info) override {
+        XLXText text(LXBstrView(dataId));
+        if (m_faults->notification && !m_faults->notification(m_number, text, id)) { return S_OK; }
+        m_faults->notifying = true;
+        const HRESULT result = m_client->DataObjectChanged(XLXComBSTR(text).Get(), dataType, type, id, count, info);
+        m_faults->notifying = false;
+        return m_faults->hideAnswers ? S_OK : result;
+    }
+
+private:
+    ILXCallbackUpdate* const m_client;
+    const LONG m_number;
+    const FaultsPtr m_faults;
+};
+
+class Update final : public HostileObject<ILXDataUpdate> {
+public:
+    Update(XLXComPtr<ILXDataUpdate> inner, FaultsPtr faults) : m_inner(std::move(inner)), m_faults(std::move(faults)) {}
+
+    HRESULT STDMETHODCALLTYPE RegisterCallback(BSTR computer, ULONG process, ILXCallbackUpdate* client,
+                                               LONG* id) override {
+        const XLXComPtr<ILXCallbackUpdate> callback(new Callback(client, ++m_clients, m_faults));
+        return m_inner->RegisterCallback(computer, process, callback.Get(), id);
+    }
+    HRESULT STDMETHODCALLTYPE UnregisterCallback(LONG id) override {
+        if (m_faults->unregisterNobody) { return id <= m_clients ? S_OK : E_INVALIDARG; }
+        const HRESULT result = m_inner->UnregisterCallback(id);
+        return m_faults->knowEveryClient ? S_OK : result;
+    }
+    HRESULT STDMETHODCALLTYPE EnableAdvicesDataType(LONG id, BSTR type, LONG enable, ULONG advices) override {
+        return m_inner->EnableAdvicesDataType(id, type, enable, advices);
+    }
+    HRESULT STDMETHODCALLTYPE EnableAdvicesDataObject(LONG, BSTR, BSTR, LONG, ULONG) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE EnableAdvicesDataObjects(LONG, ULONG, tagLXNotifications*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE DataObjectChanged(LONG, BSTR, BSTR, ULONG, ULONG, tagLXUpdateInfo*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE DataObjectsChanged(LONG, ULONG, tagLXDataUpdateChanges*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE IsNotificationRegisteredByClient(LONG, BSTR, BSTR, ULONG) override { return E_NOTIMPL; }
+
+private:
+    const XLXComPtr<ILXDataUpdate> m_inner;
+    const FaultsPtr m_faults;
+    LONG m_clients = 0;
+};
+} // namespace
+
+XLXComPtr<ILXConfigFactory> BrokenFactory(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults) {
+    return XLXComPtr<ILXConfigFactory>(new Factory(server, faults));
+}
+
+XLXComPtr<ILXDataUpdate> BrokenUpdate(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults) {
+    return XLXComPtr<ILXDataUpdate>(new Update(server->DataUpdate(), faults));
+}
+
+std::span<VARIANT> ElementsOf(SAFEARRAY* array) {
+    return {static_cast<VARIANT*>(array->pvData), array->rgsabound[0].cElements};
+}
+
+void Replace(VARIANT& element, XLXComVariant value) {
+    VariantClear(&element);
+    value.DetachTo(&element);
+}
