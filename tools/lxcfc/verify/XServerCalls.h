@@ -3,7 +3,7 @@
 // The calls that the verification makes: which are under way and since when, and how long each method took.
 //
 // Threading  May be used from any thread.
-// Errors     A call that comes back after the verification was given up raises XGivenUp, so that its thread ends.
+// Errors     Once the verification was given up a new call raises XGivenUp, so that its thread ends.
 #ifndef XSERVERCALLS_H
 #define XSERVERCALLS_H
 

@@ -86,10 +86,10 @@ XVerifierReport LXVerifyServer(const XServerToVerify& server, const XVerifierOpt
         done.get();
         const std::optional<XReadTypes>& types = verification->types;
         report.types = types ? types->records.size() : 0;
-        report.listed = !types ? 0
-                               : static_cast<std::size_t>(
-                                     std::count_if(types->records.begin(), types->records.end(),
-                                                   [](const XReadType& type) { return type.listed; }));
+        report.listed =
+            !types ? 0
+                   : static_cast<std::size_t>(std::count_if(types->records.begin(), types->records.end(),
+                                                            [](const XReadType& type) { return type.listed; }));
     }
     return report;
 }

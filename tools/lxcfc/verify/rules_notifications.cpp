@@ -132,8 +132,8 @@ public:
             VerifyEdits();
         } else {
             SkipEdits("nothing changes the server; --edit-command names a program that does");
-            m_findings.Check(m_first.Unregister() == S_OK, XRule::Offered, "UnregisterCallback(first client)", "");
         }
+        if (m_first.IsRegistered()) { EndFirst(); }
         VerifyReferences(
             XRule::CallbackReleased,
             WaitFor(m_verification.Options().silence, [&] { return m_first.Callback().References() == 0; }),
@@ -279,9 +279,13 @@ private:
         }
     }
 
-    void VerifySilence() {
+    void EndFirst() {
         const HRESULT result = m_first.Unregister();
         m_findings.Check(result == S_OK, XRule::Offered, "UnregisterCallback(first client)", LXResultName(result));
+    }
+
+    void VerifySilence() {
+        EndFirst();
         const std::size_t heard = m_first.Callback().Count();
         if (Edit("the edit after the first client has unregistered")) {
             m_findings.Check(m_first.Callback().Count() == heard, XRule::CallbackSilent,
