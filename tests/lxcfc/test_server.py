@@ -66,6 +66,14 @@ class Server(unittest.TestCase):
         self.assertEqual(answer.status, 0, answer)
         self.assertEqual(answer.json()["after"]["edits"], EDITS)
 
+    def test_4_the_contract_is_kept_between_processes(self):
+        answer = lxcfc("verify-server", "--types", "3", "--no-start", "--server", PROGID, "--json")
+        self.assertEqual(answer.status, 0, answer)
+        reasons = {rule["rule"]: rule["reason"] for rule in answer.json()["notTestedRules"]}
+        elsewhere = "the server runs in a process of its own"
+        self.assertEqual({rule for rule, reason in reasons.items() if reason == elsewhere},
+                         {"references", "callback-kept", "callback-released"})
+
 
 if __name__ == "__main__":
     main()

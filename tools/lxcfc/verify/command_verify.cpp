@@ -221,6 +221,8 @@ public:
     int Run(XRun& run) const {
         const XToolComponent component;
         const auto server = LXMakeServer(run.Options().server);
+        const double delay = run.Options().server.delay * 1000;
+        if (delay > 0) { server->SetDelay(std::chrono::microseconds(static_cast<long long>(delay))); }
         const XVerifierReport report = Verify(*server);
         const bool isKept = std::none_of(report.verdicts.begin(), report.verdicts.end(),
                                          [](const XVerdict& verdict) { return verdict.IsBroken(); });
