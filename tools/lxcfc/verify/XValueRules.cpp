@@ -24,72 +24,37 @@ struct KindFacts {
 
 using enum ReadValue::Kind;
 
-const KindFacts& FactsOf(XElementKind kind) {
+// clang-format off
+const std::vector<KindFacts>& AllFacts() { // in the order of XElementKind
     static const std::vector<KindFacts> facts = {
-        {XElementKind::Attribute,
-         "attribute",
-         XProperty::AttributeName,
-         60,
-         true,
-         {{Name, XProperty::AttributeName},
-          {Number, XProperty::AttributeGroup},
-          {Number, XProperty::Origin},
-          {Flag, XProperty::ShowInBrowser},
-          {Flag, XProperty::ShowInEditor},
-          {Flag, XProperty::ShowInFinder},
-          {Flag, XProperty::NotInFinder},
-          {Flag, XProperty::Printable},
-          {Flag, XProperty::InAvSet}}},
+        {XElementKind::Attribute, "attribute", XProperty::AttributeName, 60, true,
+         {{Name, XProperty::AttributeName}, {Number, XProperty::AttributeGroup}, {Number, XProperty::Origin},
+          {Flag, XProperty::ShowInBrowser}, {Flag, XProperty::ShowInEditor}, {Flag, XProperty::ShowInFinder},
+          {Flag, XProperty::NotInFinder}, {Flag, XProperty::Printable}, {Flag, XProperty::InAvSet}}},
         {XElementKind::Format, "format", XProperty::AttributeName, 1, false, {}},
-        {XElementKind::GlobalSpec, "format spec", XProperty::AttributeName, 1, false, {{Name, 0}}},
-        {XElementKind::AttributeType,
-         "attribute type",
-         XProperty::AttributeTypeName,
-         7,
-         true,
+        {XElementKind::GlobalSpec, "format spec", XProperty::AttributeName, 1, false, {{Name, XProperty::AttributeName}}},
+        {XElementKind::AttributeType, "attribute type", XProperty::AttributeTypeName, 7, true,
          {{Name, XProperty::AttributeTypeName}}},
         {XElementKind::BrowserId, "browser id", XProperty::BrowserIdName, 1, false, {{Name, XProperty::BrowserIdName}}},
-        {XElementKind::Editor,
-         "editor",
-         XProperty::ProgId,
-         4,
-         false,
-         {{Name, XProperty::ProgId},
-          {OptionalName, XProperty::EditorBrowserId},
-          {Flag, XProperty::DefaultEditor},
+        {XElementKind::Editor, "editor", XProperty::ProgId, 4, false,
+         {{Name, XProperty::ProgId}, {OptionalName, XProperty::EditorBrowserId}, {Flag, XProperty::DefaultEditor},
           {Flag, XProperty::DefaultNewEditor}}},
-        {XElementKind::Group,
-         "group",
-         XProperty::GroupNumber,
-         16,
-         false,
+        {XElementKind::Group, "group", XProperty::GroupNumber, 16, false,
          {{Number, XProperty::GroupNumber}, {Number, XProperty::GroupPage}, {Number, XProperty::ParentGroup}}},
         {XElementKind::Page, "page", XProperty::PageNumber, 7, false, {{Number, XProperty::PageNumber}}},
-        {XElementKind::Relation,
-         "relation",
-         XProperty::ChildList,
-         21,
-         false,
-         {{Name, XProperty::ParentName},
-          {Name, XProperty::ChildName},
-          {OptionalName, XProperty::ChildList},
-          {Flag, XProperty::SystemInternal},
-          {Number, XProperty::PPRRelationType}}},
-        {XElementKind::PCInfo,
-         "PC info",
-         XProperty::PCInfoBrowser,
-         7,
-         false,
+        {XElementKind::Relation, "relation", XProperty::ChildList, 21, false,
+         {{Name, XProperty::ParentName}, {Name, XProperty::ChildName}, {OptionalName, XProperty::ChildList},
+          {Flag, XProperty::SystemInternal}, {Number, XProperty::PPRRelationType}}},
+        {XElementKind::PCInfo, "PC info", XProperty::PCInfoBrowser, 7, false,
          {{Name, XProperty::PCInfoBrowser}, {Flag, XProperty::PCInfoNew}}},
-        {XElementKind::Type,
-         "type",
-         XProperty::TypeName,
-         3,
-         false,
+        {XElementKind::Type, "type", XProperty::TypeName, 3, false,
          {{Name, XProperty::TypeName}, {OptionalName, XProperty::BaseTypeName}, {Flag, XProperty::Searchable}}},
     };
-    return facts[static_cast<std::size_t>(kind)];
+    return facts;
 }
+// clang-format on
+
+const KindFacts& FactsOf(XElementKind kind) { return AllFacts()[static_cast<std::size_t>(kind)]; }
 
 bool IsOwn(const VARIANT& value) {
     const VARTYPE type = V_VT(&value);
@@ -103,7 +68,7 @@ bool IsOwn(const VARIANT& value) {
 /// Whether the cache can read the value; what is missing counts apart.
 bool IsOfKind(ReadValue::Kind kind, const VARIANT& value) {
     switch (kind) {
-    case Name: return V_VT(&value) == VT_BSTR || V_VT(&value) == VT_EMPTY;
+    case Name:
     case OptionalName: return V_VT(&value) == VT_BSTR || V_VT(&value) == VT_EMPTY;
     case Number: return LXIsNumber(value);
     default: return LXIsFlag(value);
