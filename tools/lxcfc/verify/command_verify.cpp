@@ -84,7 +84,7 @@ public:
 
 private:
     void Estimate(LONG mode, XJson& row) const {
-        std::size_t calls = 5;
+        std::size_t calls = m_server.DataUpdate() ? 5 : 2; // the callback is registered, twice enabled
         double time = MedianOf(m_report, "RegisterCallback") + 2 * MedianOf(m_report, "EnableAdvicesDataType") +
                       MedianOf(m_report, "GetTypeArrayEx mode " + std::to_string(mode)) +
                       MedianOf(m_report, "GetPCArray");
@@ -119,8 +119,9 @@ private:
         XLXVariantVector values;
         values.push_back(XLXComVariant::FromUnknown(m_server.ConfigFactory().Get()));
         values.emplace_back(); // plan types would need a query object
-        values.push_back(XLXComVariant::FromUnknown(m_server.DataUpdate().Get()));
-        values.push_back(XLXComVariant::FromBool(false));
+        const XLXComPtr<ILXDataUpdate> update = m_server.DataUpdate();
+        values.push_back(XLXComVariant::FromUnknown(update.Get()));
+        values.push_back(XLXComVariant::FromBool(!update)); // no notifications
         values.push_back(XLXComVariant::FromBool(false));
         values.push_back(XLXComVariant::FromI4(mode));
         LXExpect(client.Initialize(static_cast<ULONG>(values.size()), &values[0].Get()), "IDPFObject::Initialize");

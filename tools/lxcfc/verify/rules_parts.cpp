@@ -7,6 +7,14 @@
 
 namespace {
 constexpr std::size_t OneByOne = 3; // objects of a kind whose values are read one by one
+constexpr int MostFormatTypes = 4;  // there is no enumeration of them: 0 to 3 are asked for
+
+int NumberOf(const XReadRecord& record) { return std::atoi(record.Key().c_str()); }
+
+const std::vector<XReadRecord>& PartsOf(const XReadList& list) {
+    static const std::vector<XReadRecord> none;
+    return list ? *list : none;
+}
 
 class PartVerifier {
 public:
@@ -38,8 +46,6 @@ public:
     }
 
 private:
-    static int NumberOf(const XReadRecord& record) { return std::atoi(record.Key().c_str()); }
-
     template <class I, class E, class LookUp, class Enumerate>
     void Verify(const XReadList& list, XReadList XReadComponents::*which, const std::string& name, LookUp&& lookUp,
                 Enumerate&& enumerate) {
@@ -126,7 +132,7 @@ private:
             if (came.erase(record.Key()) == 0) { difference = record.path + " is missing"; }
         }
         EachBase([&](const XReadType& base) {
-            for (const XReadRecord& inherited : (base.components.*which).value_or(std::vector<XReadRecord>())) {
+            for (const XReadRecord& inherited : PartsOf(base.components.*which)) {
                 came.erase(inherited.Key());
             }
         });
@@ -169,6 +175,36 @@ void VerifyAttributeTypes(XVerification& verification, ILXType& type, const XRea
                                   "the array has " + std::to_string(expected.size()) + ", the enumeration " +
                                       std::to_string(came.size()) + ", or other names");
 }
+/// What has no counterpart in an array: formats, and groups that lie in no other group.
+void VerifyOthers(XVerification& verification, ILXType& type, const XReadType& record) {
+    constexpr XWanted Wanted = XWanted::AnswerIfOffered;
+    const std::string& who = record.head.path;
+    verification.AskAll<ILXGroup>(verification.Ask<ILXGroupEnum>(
+        Wanted, "GetToplevelGroupEnum", who, [&](ILXGroupEnum** out) { return type.GetToplevelGroupEnum(out); }));
+    for (const XReadRecord& page : PartsOf(record.components.pages)) {
+        verification.AskAll<ILXGroup>(
+            verification.Ask<ILXGroupEnum>(Wanted, "GetPageToplevelGroupEnum", page.path, [&](ILXGroupEnum** out) {
+                return type.GetPageToplevelGroupEnum(NumberOf(page), out);
+            }));
+    }
+    for (const XReadRecord& group : PartsOf(record.components.groups)) {
+        const auto found = verification.Ask<ILXGroup>(
+            Wanted, "GetGroup", group.path, [&](ILXGroup** out) { return type.GetGroup(NumberOf(group), out); });
+        if (!found.Has()) { continue; }
+        verification.Ask<ILXFormat>(Wanted, "GetFormat", group.path,
+                                    [&](ILXFormat** out) { return found.object->GetFormat(out); });
+    }
+    for (const XReadRecord& attribute : PartsOf(record.components.attributes)) {
+        const auto found =
+            verification.Ask<ILXAttribute>(Wanted, "GetAttribute", attribute.path, [&](ILXAttribute** out) {
+                return type.GetAttribute(LXBstr(attribute.Key()).Get(), out);
+            });
+        for (int format = 0; found.Has() && format < MostFormatTypes; ++format) {
+            verification.Ask<ILXFormat>(Wanted, "GetFormat", attribute.path + ", " + std::to_string(format),
+                                        [&](ILXFormat** out) { return found.object->GetFormat(format, out); });
+        }
+    }
+}
 } // namespace
 
 void LXVerifyParts(XVerification& verification) {
@@ -177,8 +213,9 @@ void LXVerifyParts(XVerification& verification) {
         const XLXComPtr<ILXType> type = verification.AskType(record->head.Key());
         if (!type) { continue; }
         PartVerifier(verification, *record, *type).VerifyAll();
+        VerifyOthers(verification, *type, *record);
         if (!record->head.Text(XProperty::BaseTypeName).empty()) { continue; } // a base's attribute may be found
-        for (const XReadRecord& attribute : record->components.attributes.value_or(std::vector<XReadRecord>())) {
+        for (const XReadRecord& attribute : PartsOf(record->components.attributes)) {
             VerifyAttributeTypes(verification, *type, attribute);
         }
     }

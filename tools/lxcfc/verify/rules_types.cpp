@@ -156,7 +156,17 @@ void LXVerifyTypes(XVerification& verification) {
     }
     if (!names.empty()) {
         if (const auto list = verification.AskTypeList(names, false, XVerification::AllInBulk)) {
-            CompareRecords(verification, XRule::AgreeList, "GetTypeArrayByTypeNameArrayEx()", names, *list, true);
+            CompareRecords(verification, XRule::AgreeList, "GetTypeArrayByTypeNameArrayEx(without bases)", names, *list,
+                           true);
+        }
+        if (const auto list = verification.AskTypeList(names, true, XVerification::AllInBulk)) {
+            std::vector<std::string> chains;
+            for (const std::string& name : names) {
+                const std::vector<std::string> chain = ChainOf(*verification.types, name);
+                chains.insert(chains.end(), chain.begin(), chain.end());
+            }
+            CompareRecords(verification, XRule::AgreeList, "GetTypeArrayByTypeNameArrayEx(with bases)", chains, *list,
+                           false);
         }
     }
     VerifyListed(verification,
