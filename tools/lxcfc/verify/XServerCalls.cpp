@@ -15,7 +15,7 @@ void XServerCalls::End(std::size_t number) {
     const std::lock_guard lock(m_mutex);
     const auto entry = m_underWay.extract(number);
     const std::chrono::duration<double, std::milli> took = now - entry.mapped().start;
-    if (m_counts) { m_times[entry.mapped().method].push_back(took.count()); }
+    if (m_counts && !entry.mapped().method.empty()) { m_times[entry.mapped().method].push_back(took.count()); }
 }
 
 std::optional<std::string> XServerCalls::Hanging(std::chrono::milliseconds limit) const {

@@ -24,7 +24,7 @@ public:
     using Clock = std::chrono::steady_clock;
 
     /// Makes a call.
-    /// @param method  under which its time is counted
+    /// @param method  under which its time is counted; "" for none
     /// @param text    the call with its arguments, for messages
     /// @param patience  how many limits it may take
     template <class F>

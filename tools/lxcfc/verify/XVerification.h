@@ -32,7 +32,7 @@ struct XAnswered {
     bool IsOffered() const { return result != E_NOTIMPL; }
 };
 
-class XVerification {
+class XVerification : public std::enable_shared_from_this<XVerification> {
 public:
     XVerification(XServerToVerify server, const XVerifierOptions& options);
 

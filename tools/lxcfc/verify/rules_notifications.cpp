@@ -83,8 +83,9 @@ public:
         return Call("UnregisterCallback", [id](ILXDataUpdate& update) { return update.UnregisterCallback(id); });
     }
     HRESULT Unregister() {
+        const HRESULT result = Unregister(m_id);
         m_registered = false;
-        return Unregister(m_id);
+        return result;
     }
     /// Those that came after the first so many.
     std::vector<XHeard> HeardSince(std::size_t count) const {
@@ -121,6 +122,10 @@ public:
           m_first(verification, "first client"),
           m_second(verification, "second client"),
           m_gone(verification, "client that is gone") {}
+
+    ~NotificationVerifier() { m_first.Callback().Inside({}); }
+    NotificationVerifier(const NotificationVerifier&) = delete;
+    NotificationVerifier& operator=(const NotificationVerifier&) = delete;
 
     void Verify() {
         if (!m_first.IsRegistered() || !m_second.IsRegistered() || !m_gone.IsRegistered()) {
@@ -177,13 +182,15 @@ private:
 
     void VerifyEdits() {
         m_gone.Callback().Answer(RPC_E_DISCONNECTED);
-        Inside inside;
-        m_first.Callback().Inside([&] { Look(inside); });
+        const auto inside = std::make_shared<Inside>(); // a late notification may still look
+        m_first.Callback().Inside(
+            [inside, verification = m_verification.shared_from_this()] { Look(*verification, *inside); });
         const std::optional<XState> before = LXStateOf(m_verification);
-        if (!Edit("the first edit")) { return; }
-        const std::optional<XState> after = LXStateOf(m_verification);
+        const bool sent = Edit("the first edit");
         m_first.Callback().Inside({});
-        if (before && after) { VerifyChange(*before, *after, inside); }
+        if (!sent) { return; }
+        const std::optional<XState> after = LXStateOf(m_verification);
+        if (before && after) { VerifyChange(*before, *after, *inside); }
         const std::size_t heardByGone = m_gone.Callback().Count();
         if (!Edit("the second edit")) { return; }
         if (heardByGone != 0) {
@@ -195,15 +202,15 @@ private:
         VerifySilence();
     }
 
-    void Look(Inside& inside) {
-        ++m_verification.insideNotifications;
+    static void Look(XVerification& verification, Inside& inside) {
+        ++verification.insideNotifications;
         auto elsewhere = std::async(std::launch::async, [&] {
             const XApartment apartment;
-            return LXStateOf(m_verification);
+            return LXStateOf(verification);
         });
         auto there = elsewhere.get();
-        auto here = LXStateOf(m_verification);
-        --m_verification.insideNotifications;
+        auto here = LXStateOf(verification);
+        --verification.insideNotifications;
         const std::lock_guard lock(inside.mutex);
         inside.here = std::move(here);
         inside.elsewhere = std::move(there);
@@ -218,7 +225,7 @@ private:
         const Client& sure = firstListens ? m_first : m_second;
         const std::size_t before = firstListens ? first : second;
         m_verification.Calls().Make(
-            "an edit", which, [&] { return m_verification.Server().edit(), S_OK; }, 3);
+            "", which, [&] { return m_verification.Server().edit(), S_OK; }, 3);
         const auto limit = m_verification.Options().notification;
         const bool sent = WaitFor(limit, [&] { return !sure.HeardSince(before).empty(); });
         m_findings.Check(sent, XRule::NotifySent, which,

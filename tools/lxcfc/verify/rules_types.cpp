@@ -6,32 +6,34 @@
 #include <algorithm>
 
 namespace {
-/// The first difference between two lists of parts; empty where there is none, or where one was not delivered.
-std::string DifferenceOf(const XReadList& expected, const XReadList& came) {
-    if (!expected || !came) { return ""; }
-    const auto& left = *expected;
-    const auto& right = *came;
-    for (std::size_t i = 0; i < std::max(left.size(), right.size()); ++i) {
-        if (i >= left.size() || i >= right.size()) {
-            return (i < left.size() ? left[i].path + " is missing" : right[i].path + " is only here");
-        }
-        std::string difference =
-            LXDifference(LXRowOf(left[i].values), "the array of all types", LXRowOf(right[i].values), "this answer");
-        for (std::size_t type = 0; difference.empty() && type < left[i].types.size(); ++type) {
-            difference = type < right[i].types.size()
-                             ? LXDifference(LXRowOf(left[i].types[type].values), "the array of all types",
-                                            LXRowOf(right[i].types[type].values), "this answer")
-                             : left[i].types[type].path + " is missing";
-        }
-        if (!difference.empty()) { return left[i].path + ": " + difference; }
+constexpr const char* AllTypes = "the array of all types";
+constexpr const char* ThisAnswer = "this answer";
+
+/// The first difference between two lists of parts, in whatever order; empty where there is none.
+std::string DifferenceOf(const std::vector<XReadRecord>& expected, const std::vector<XReadRecord>& came) {
+    std::multimap<std::string, const XReadRecord*> left;
+    for (const XReadRecord& record : came) {
+        left.emplace(record.Key(), &record);
     }
-    return "";
+    for (const XReadRecord& record : expected) {
+        const auto other = left.find(record.Key());
+        if (other == left.end()) { return record.path + " is missing"; }
+        const std::string values =
+            LXDifference(LXRowOf(record.values), AllTypes, LXRowOf(other->second->values), ThisAnswer);
+        if (!values.empty()) { return record.path + ": " + values; }
+        if (const std::string types = DifferenceOf(record.types, other->second->types); !types.empty()) {
+            return types;
+        }
+        left.erase(other);
+    }
+    return left.empty() ? "" : left.begin()->second->path + " is only here";
 }
 
 std::string DifferenceOf(const XReadComponents& expected, const XReadComponents& came) {
     for (const auto list :
          {&XReadComponents::pages, &XReadComponents::groups, &XReadComponents::editors, &XReadComponents::attributes}) {
-        if (const std::string difference = DifferenceOf(expected.*list, came.*list); !difference.empty()) {
+        if (!(expected.*list) || !(came.*list)) { continue; } // not delivered
+        if (const std::string difference = DifferenceOf(*(expected.*list), *(came.*list)); !difference.empty()) {
             return difference;
         }
     }
@@ -40,7 +42,7 @@ std::string DifferenceOf(const XReadComponents& expected, const XReadComponents&
 
 std::string DifferenceOf(const XReadType& expected, const XReadType& came) {
     const std::string values =
-        LXDifference(LXRowOf(expected.head.values), "the array of all types", LXRowOf(came.head.values), "this answer");
+        LXDifference(LXRowOf(expected.head.values), AllTypes, LXRowOf(came.head.values), ThisAnswer);
     if (!values.empty()) { return expected.head.path + ": " + values; }
     if (expected.listed != came.listed || expected.searchable != came.searchable) {
         return expected.head.path + ": listed or searchable in one array, and not in the other";
@@ -82,8 +84,7 @@ void VerifyValues(XVerification& verification, ILXType& type, const XReadType& e
     const std::string who = expected.head.path;
     const auto row = verification.AskProperties(type, XElementKind::Type, who);
     if (!row) { return; }
-    const std::string difference =
-        LXDifference(LXRowOf(expected.head.values), "the array of all types", *row, "GetProperties");
+    const std::string difference = LXDifference(LXRowOf(expected.head.values), AllTypes, *row, "GetProperties");
     verification.Findings().Check(difference.empty(), XRule::AgreeType, who + ": GetProperties()", difference);
     for (int index = 0; oneByOne && index < static_cast<int>(row->size()); ++index) {
         const std::string& all = (*row)[static_cast<std::size_t>(index)];
