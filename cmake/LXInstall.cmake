@@ -89,6 +89,7 @@ endif()
 
 install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.h ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache_i.c
   ${PROJECT_SOURCE_DIR}/include/LXError32.h ${PROJECT_SOURCE_DIR}/src/base/LXCompiler.h
+  ${PROJECT_SOURCE_DIR}/include/lxconfigfactorycache/LXProperties.h
   DESTINATION ${lx_include} COMPONENT main)
 install(TARGETS lxidl ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main)
 install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.idl DESTINATION ${lx_data} COMPONENT main)
@@ -128,7 +129,8 @@ foreach(document ${documents} ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
   install(FILES ${document} DESTINATION ${lx_documents} COMPONENT main)
 endforeach()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${lx_documents} COMPONENT main)
-install(FILES ${PROJECT_SOURCE_DIR}/models/plant.json DESTINATION ${lx_data}/models COMPONENT main)
+install(FILES ${PROJECT_SOURCE_DIR}/models/plant.json ${PROJECT_SOURCE_DIR}/models/properties.json
+  DESTINATION ${lx_data}/models COMPONENT main)
 if(WIN32)
   install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION . COMPONENT main)
 else()

@@ -1,16 +1,20 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Makes reference.md from the interface definitions and their help strings.
+"""Makes reference.md from the interface definitions, their help strings and the table of properties.
 
-usage: make_reference.py [--check] DEFINITIONS.idl propertynames.inc reference.md
+usage: make_reference.py [--check] DEFINITIONS.idl properties.json reference.md
 
 With --check it fails when the page is another, or a method of an interface that the component offers has no help string.
 """
+import json
 import pathlib
 import re
 import sys
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "surface"))
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+sys.path[:0] = [str(ROOT / "tests" / "surface"), str(ROOT / "models")]
+sys.dont_write_bytecode = True
+import make_properties  # noqa: E402
 import make_surface  # noqa: E402
 
 HEAD = """# Reference
@@ -96,16 +100,36 @@ def classes(text, texts):
     return page
 
 
-def properties(names):
-    page = "\n## Properties\n\n`Get` and `Set` take these names, `GetProperty` and `SetProperty` the indexes; further "
-    page += "indexes are as the server has them.\n\n| Kind | Index and name |\n|---|---|\n"
-    kinds = {}
-    for kind, index, name in re.findall(r'LX_PROPERTY\((\w+), (\d+), "(\w+)"\)', names):
-        kinds.setdefault(kind, []).append(f"{index} `{name}`")
-    return page + "".join(f"| {kind} | {', '.join(listed)} |\n" for kind, listed in kinds.items())
+def row_of(prop):
+    words = prop.get("words", {})
+    meaning = prop["meaning"] + (": " + ", ".join(f"{n} {w}" for n, w in words.items()) if words else "")
+    read = "yes" if prop["readBy"] == "component" else ""
+    name = f"`{prop['name']}`" if "name" in prop else ""
+    return (f"| {prop['index']} | `{make_properties.c_name(prop['constant'])}` | {name} | `{prop['key']}` | "
+            f"{prop['type']} | {read} | {meaning} |\n")
 
 
-def page_of(definitions, names):
+def properties(table):
+    page = """
+## Properties
+
+`GetProperty` and `SetProperty` take an index, `Get` and `Set` a name, exactly as it stands here. The constants are in
+`LXProperties.h` (in C++ `lx::Unit` besides `LXP_UNIT`). "Shown as" is the name in `lxcfc` and in model files. What the
+component reads means the same in front of every server; the others are what the shipped model and the sample server
+mean, and further indexes are as the server has them.
+"""
+    for kind in table["kinds"]:
+        page += f"\n**{kind['kind']}** (`{kind['enumeration']}`)\n\n"
+        page += "| Index | Constant | Name | Shown as | Type | Read | Meaning |\n|---|---|---|---|---|---|---|\n"
+        page += "".join(map(row_of, kind["properties"]))
+    page += "\n## Masks, filters and modes\n\nIn `LXProperties.h`. Bits may be combined.\n"
+    for bits in table["bits"]:
+        values = ", ".join(f"`{v['constant']}` {v['value']} ({v['meaning']})" for v in bits["values"])
+        page += f"\n`{bits['enumeration']}`: {bits['meaning']}. {values}.\n"
+    return page
+
+
+def page_of(definitions, table):
     texts = []
     text = make_surface.expand_macros(definitions, texts)
     interfaces = make_surface.parse(text, texts)
@@ -117,13 +141,14 @@ def page_of(definitions, names):
     page = HEAD
     for name, members in parts.items():
         page += f"\n## {PARTS[name]}\n" + "".join(section(i, interfaces) for i in members)
-    return page + properties(names) + classes(text, texts) + records(text) + enumerations(text), missing
+    return page + properties(table) + classes(text, texts) + records(text) + enumerations(text), missing
 
 
 def main():
     arguments = [a for a in sys.argv[1:] if a != "--check"]
-    definitions, names, target = map(pathlib.Path, arguments)
-    page, missing = page_of(definitions.read_text(encoding="utf-8"), names.read_text(encoding="utf-8"))
+    definitions, properties_file, target = map(pathlib.Path, arguments)
+    page, missing = page_of(definitions.read_text(encoding="utf-8"),
+                            json.loads(properties_file.read_text(encoding="utf-8")))
     if "--check" not in sys.argv:
         target.write_text(page, encoding="utf-8")
         return

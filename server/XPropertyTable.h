@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
 // What the sample server knows of each kind of configuration element: how many property values it delivers, their
-// names and their defaults. The tables are constant.
+// names and their defaults, from models/properties.json. The tables are constant.
 #ifndef XPROPERTYTABLE_H
 #define XPROPERTYTABLE_H
 
 #include "XModelValue.h"
+#include "lxconfigfactorycache/LXProperties.h"
 
 #include <utility>
 #include <vector>
@@ -25,52 +26,7 @@ enum class XElementKind {
 };
 
 /// The properties that the server and its users refer to by index.
-namespace XProperty {
-enum Attribute : int {
-    AttributeName = 0,
-    DataType = 1,
-    Label = 2,
-    Unit = 4,
-    Description = 5,
-    Position = 6,
-    ShowInBrowser = 7,
-    ShowInEditor = 8,
-    ShowInFinder = 9,
-    Length = 10,
-    Minimum = 13,
-    Maximum = 14,
-    AttributeGroup = 17,
-    InAvSet = 19,
-    Printable = 28,
-    NotInFinder = 32,
-    Foldername = 36,
-    DefaultValue = 37,
-    Origin = 46
-};
-enum AttributeType : int { AttributeTypeLabel = 0, AttributeTypeName = 3 };
-enum BrowserId : int { BrowserIdName = 0 };
-enum Editor : int { EditorBrowserId = 0, DefaultEditor = 1, DefaultNewEditor = 2, ProgId = 3, MenuText = 4 };
-enum Group : int { GroupLabel = 0, GroupNumber = 2, GroupPage = 5, ParentGroup = 15 };
-enum Page : int { PageLabel = 0, PageNumber = 6 };
-enum Relation : int {
-    ChildList = 0,
-    ChildName = 1,
-    SystemInternal = 14,
-    ParentName = 19,
-    PPRRelationType = 20,
-    NameShort = 21
-};
-enum PCInfo : int { PCInfoLabel = 0, PCInfoBrowser = 1, PCInfoNew = 6 };
-enum Type : int {
-    TypeName = 0,
-    TypeLabel = 1,
-    BaseTypeName = 2,
-    TypeDescription = 3,
-    TypeTable = 4,
-    TypeIcon = 5,
-    Searchable = 14
-};
-} // namespace XProperty
+namespace XProperty = lx;
 
 /// One property of a kind. A property without a row in the table has no name and is empty by default.
 struct XPropertyRow {

@@ -6,19 +6,10 @@
 #include "XCFGStringKey.h"
 #include "XLXFormatOwner.h"
 #include "lxattributetypecache.h"
+#include "lxconfigfactorycache/LXProperties.h"
 
 #include <exception>
 #include <vector>
-
-/// In which displays an attribute is shown; see ILXType::GetDisplayAttributeEnum.
-enum LXDisplay : LONG {
-    LXD_EDITOR = 1,
-    LXD_FINDER = 2,
-    LXD_BROWSER = 4,
-    LXD_PRINTABLE = 8,
-    LXD_VENDORDEFINED = 16,
-    LXD_INAVSET = 32
-};
 
 /// What decides whether an attribute is in a display enumeration. One word, in which it travels, too: a processor waits
 /// where single fields were written and the whole is read.

@@ -15,17 +15,8 @@
 #include "XNameIndex.h"
 #include "XRelationHost.h"
 #include "XSortedMap.h"
+#include "lxconfigfactorycache/LXProperties.h"
 #include "lxparentchildcache.h"
-
-/// Which relations an enumeration is to hold.
-enum LXPCFilter : LONG {
-    LXPCF_NONE = 0,
-    LXPCF_NEWONLY = 1,           ///< only those with a PC info, of the browser when one is given
-    LXPCF_WITHPLANTYPES = 2,     ///< those that plan types allow too
-    LXPCF_PPRONLY = 4,           ///< only PPR relations
-    LXPCF_NOPPR = 8,             ///< no PPR relations
-    LXPCF_NOSYSTEMINTERNAL = 16, ///< none that are internal to the system
-};
 
 /// Source name, scope and method of the relation manager's error locations.
 constexpr LXErrorLocation LXPCPartAt(const char* method, int line = LX_CURRENT_LINE) {

@@ -13,9 +13,6 @@
 
 class XLXTypeCache;
 
-/// What a type's components are delivered by, in bulk reads and by the data transfer mode.
-enum LXTransferMode : LONG { LXTM_ATTRIBUTES = 1, LXTM_GROUPS = 2, LXTM_PAGES = 4, LXTM_EDITORS = 8, LXTM_UNSET = -1 };
-
 namespace XLXTypeCacheComp {
 /// What differs between the kinds.
 /// @tparam CachedClass     of one component

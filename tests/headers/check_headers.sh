@@ -13,8 +13,8 @@ for compiler in "$cc" "$cxx"; do
 done
 readonly warnings=(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wundef -Werror -fsyntax-only)
 
-headers=(LXConfigFactoryCache.h LXError32.h)
-folders=(-I"$source/idl" -I"$source/include" -I"$source/src/base")
+headers=(LXConfigFactoryCache.h LXError32.h LXProperties.h)
+folders=(-I"$source/idl" -I"$source/include" -I"$source/include/lxconfigfactorycache" -I"$source/src/base")
 if [ "$platform" = linux ]; then
     folders+=(-I"$source/platform/include")
     mapfile -t -O ${#headers[@]} headers < <(cd "$source/platform/include" && ls -- *.h | grep -v lxallocationgate.h) # not installed
