@@ -128,6 +128,11 @@ list(TRANSFORM documents PREPEND ${PROJECT_SOURCE_DIR}/docs/)
 foreach(document ${documents} ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
   install(FILES ${document} DESTINATION ${lx_documents} COMPONENT main)
 endforeach()
+if(NOT WIN32)
+  install(FILES ${CMAKE_BINARY_DIR}/tools/lxcfc/lxcfc.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT main)
+  install(FILES ${CMAKE_BINARY_DIR}/tools/lxcfc/lxcfc.bash RENAME lxcfc
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT main)
+endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${lx_documents} COMPONENT main)
 install(FILES ${PROJECT_SOURCE_DIR}/models/plant.json ${PROJECT_SOURCE_DIR}/models/properties.json
   DESTINATION ${lx_data}/models COMPONENT main)

@@ -46,5 +46,7 @@ EXTERN_C void WINAPI CoTaskMemFree(LPVOID pv);
 
 EXTERN_C int WINAPI StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax);
 EXTERN_C HRESULT WINAPI CLSIDFromProgID(LPCOLESTR lpszProgID, CLSID* pclsid);
+/* An identifier only; not a ProgID too. */
+EXTERN_C HRESULT WINAPI CLSIDFromString(LPCOLESTR lpsz, CLSID* pclsid);
 
 #endif

@@ -90,3 +90,12 @@ HRESULT CLSIDFromProgID(LPCOLESTR lpszProgID, CLSID* pclsid) {
     *pclsid = id;
     return S_OK;
 }
+
+HRESULT CLSIDFromString(LPCOLESTR lpsz, CLSID* pclsid) {
+    if (pclsid == nullptr) { return E_INVALIDARG; }
+    *pclsid = GUID_NULL;
+    CLSID id = {};
+    if (lpsz == nullptr || !Parse(lpsz, id)) { return CO_E_CLASSSTRING; }
+    *pclsid = id;
+    return S_OK;
+}

@@ -80,13 +80,16 @@ class Others(unittest.TestCase):
                 ("relation", "Area/Unit/nodes", "child", "Unit"),
                 ("spec", "Format.1%2Fmin", "label", "Values in 1/min"),
                 ("specformat", "Format.%25/1", "pattern", "0.000"),
+                ("attribute", TYPE + "/RatedFlow", "UNIT", "m³/h"),
+                ("attribute", TYPE + "/RatedFlow", "Not in finder", False),  # as people see it
+                ("attribute", TYPE + "/RatedFlow", "lxcfg_AttributeName", "RatedFlow"),
                 ("type", "Vessel", "base", "Equipment")]:
             self.assertEqual(answer_of("get", kind, name, prop)["value"], value, name)
 
     def test_watch_says_what_a_notification_makes_stale(self):
         edit = '{"edit":"SetAttributeProperty","type":"Pump","name":"RatedFlow","index":2,"value":"x"}\n'
         answer = answer_of("watch", "--edit", "-", text=edit)
-        self.assertEqual((answer["notification"], answer["mode"]), ("properties/Pump/2/512", "512"))
+        self.assertEqual((answer["notification"], answer["mode"]), ("properties/Pump/2/512", 512))
         self.assertEqual(answer["stale"], ["attribute values", "attribute type values"])
 
     def test_stats_and_bench(self):
@@ -107,7 +110,27 @@ class Program(unittest.TestCase):
         with tempfile.NamedTemporaryFile("w", suffix=".json", dir=SOURCE + "/build") as broken:
             broken.write('{"types":[{"name":"A","base":"B"}]}')
             broken.flush()
+            empty = os.path.join(SOURCE, "build", "lxcfc-empty.json")
+            with open(empty, "w", encoding="utf-8"):
+                pass
             for arguments, text in [
+                    (["type", "pump"], 'did you mean "Pump"\\?'),
+                    (["type", "Pmup"], 'did you mean "Pump"\\?'),
+                    (["relations", "Area", "--browser", "tree"], 'no browser "tree"; did you mean "FunctionalTree" or'),
+                    (["relations", "Area", "Romo"], 'did you mean "Room"\\?'),
+                    (["relations", "Area", "--filter", "ppr", "--filter", "no-ppr"], "exclude each other"),
+                    (["attributes", TYPE, "--group", "99"], "has no group 99; it has: 1, 2, 10"),
+                    (["get", "attribute", TYPE + "/RatedFlwo"], 'did you mean "RatedFlow"\\?'),
+                    (["get", "attribute", TYPE + "/RatedFlow", "unti"], 'did you mean "unit"\\?'),
+                    (["get", "spec", "Format.1%2Fmim"], 'did you mean "Format.1/min"\\?'),
+                    (["types", "--model", "a.json", "--generate", "3"], "--model excludes --generate"),
+                    (["graph", "types", "--html", "--json"], "--json excludes --html"),
+                    (["graph", "types", "--root", "pumps"], 'did you mean "Pump", '),
+                    (["check", "--unnotified"], "--edits"),
+                    (["type", TYPE, "B", "C"], "nothing takes: B C"),
+                    (["types", "--model", "models"], "models cannot be used: it is a folder"),
+                    (["types", "--model", "build/lxcfc-empty.json"], "the file is empty"),
+                    (["types", "--names", "nothing.json"], "nothing.json cannot be read"),
                     (["type", "Nope"], r'there is no type "Nope" \(GetType answered S_FALSE\)'),
                     (["get", "attribute", TYPE + "/RatedFlow", "99"],
                      r'answered E_INVALIDARG: "property index \(99\) is out of range" in ROAssociations::Get \('),
@@ -134,6 +157,17 @@ class Program(unittest.TestCase):
         with open(os.path.join(SOURCE, "docs", "lxcfc.md"), encoding="utf-8") as file:
             described = re.findall(r"^\| `(\w+)", file.read(), re.M)
         self.assertEqual(listed, described)
+
+    def test_people_see_words_and_counts(self):
+        lines = [line.split() for line in lxcfc("formats", TYPE).out.splitlines() if "0.00" in line]
+        formats = [f for a in MODEL.attributes(TYPE).values() for f in a.get("formats", [])]
+        alike = sum(f == {"formatType": 0, "pattern": "0.00", "width": 8} for f in formats)
+        self.assertEqual([line[:4] for line in lines], [["0", "0.00", "8", str(alike)]])
+        people = lxcfc("get", "attribute", TYPE + "/RatedFlow").out
+        self.assertRegex(people, r"(?m)^   Data type\s+number$")
+        self.assertRegex(people, r"(?m)^   Property 29\s+yes$")
+        self.assertEqual(answer_of("types", "--root", "Pump")["types"], 1 + len(MODEL.derived("Pump")))
+        self.assertIsInstance(answer_of("bench", "--types", "2")["timesFaster"], float)
 
     def test_people_see_the_same_as_programs(self):
         out = lxcfc("type", TYPE).out

@@ -71,6 +71,9 @@ TEST(Identifiers, AsText) {
     CLSID id = IID_IClassFactory;
     EXPECT_EQ(CO_E_CLASSSTRING, CLSIDFromProgID(OLESTR("No.Such.Name"), &id));
     EXPECT_TRUE(IsEqualGUID(CLSID_NULL, id));
+    EXPECT_EQ(S_OK, CLSIDFromString(text, &id));
+    EXPECT_TRUE(IsEqualGUID(IID_IClassFactory, id));
+    EXPECT_EQ(CO_E_CLASSSTRING, CLSIDFromString(OLESTR("{00000001-0000-0000-C000-00000000004G}"), &id));
 }
 
 TEST(Threads, HaveNumbersAndErrorsOfTheirOwn) {

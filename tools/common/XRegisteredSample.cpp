@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
-// A server that runs in a process of its own; each call to it goes over the process boundary.
+// The sample server in a process of its own, by its control interface; each call to it goes over the process boundary.
+#include "XRegisteredSample.h"
 #include "LXSampleServer.h"
 #include "XServerTexts.h"
 #include "XToolCom.h"
-#include "XToolServer.h"
-
-#include <objbase.h>
 
 namespace {
-class RegisteredServer final : public XToolServer {
+class RegisteredSample final : public XToolServer {
 public:
-    explicit RegisteredServer(XLXComPtr<ILXSampleServer> server) noexcept : m_server(std::move(server)) {}
+    explicit RegisteredSample(XLXComPtr<ILXSampleServer> server) noexcept : m_server(std::move(server)) {}
 
     XLXComPtr<ILXConfigFactory> ConfigFactory() override { return AllServices().factory; }
     XLXComPtr<ILX_Query> Query() override { return AllServices().query; }
@@ -70,12 +68,8 @@ private:
 };
 } // namespace
 
-std::unique_ptr<XToolServer> LXRegisteredToolServer(const std::string& progId) {
-    CLSID clsid = {};
-    const HRESULT known = CLSIDFromProgID(LXBstr(progId).Get(), &clsid);
-    LXExpectThat(SUCCEEDED(known), "there is no server registered as " + progId + " (" + LXResultName(known) + ")");
-    XLXComPtr<ILXSampleServer> server;
-    LXExpect(CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, LXIid<ILXSampleServer>(), server.PutVoid()),
-             ("starting " + progId).c_str());
-    return std::make_unique<RegisteredServer>(std::move(server));
+std::unique_ptr<XToolServer> LXRegisteredSample(IUnknown& server) {
+    XLXComPtr<ILXSampleServer> control;
+    if (FAILED(server.QueryInterface(LXIid<ILXSampleServer>(), control.PutVoid()))) { return nullptr; }
+    return std::make_unique<RegisteredSample>(std::move(control));
 }

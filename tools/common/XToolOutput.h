@@ -8,7 +8,8 @@
 #include <utility>
 #include <vector>
 
-/// A table. Columns are as wide as their widest cell; a column whose title begins with '>' is set right.
+/// A table. Columns are as wide as their widest cell; a column whose title begins with '>' is set right. On a terminal
+/// the widest columns are made narrower until a row fits a line, and what does not fit a cell ends with an ellipsis.
 class XToolTable {
 public:
     explicit XToolTable(std::vector<std::string> titles);
@@ -21,6 +22,7 @@ private:
     friend class XToolOutput;
 
     std::vector<std::size_t> Widths() const;
+    void Narrow(std::vector<std::size_t>& widths, std::size_t most) const;
 
     std::vector<std::string> m_titles;
     std::vector<bool> m_right;
@@ -46,6 +48,10 @@ public:
 
     /// Whether standard output or standard error is a terminal.
     static bool IsTerminal();
+    /// Whether standard output is read by another program.
+    static bool IsPipe();
+    /// How many characters a line of it has; 0 when it is none.
+    static std::size_t TerminalWidth();
     static bool IsErrorTerminal();
     /// Makes standard output take UTF-8 as it is.
     static void Prepare();
@@ -59,6 +65,8 @@ private:
     int m_sections = 0;
 };
 
+/// A text that is safe on a terminal and on one line: what would move or colour it stands as an escape.
+std::string LXShown(const std::string& text);
 /// A number with one decimal place.
 std::string LXOneDecimal(double number);
 /// Texts with a separator between them.

@@ -38,9 +38,3 @@ private:
 std::unique_ptr<XToolServer> LXLocalToolServer(XServerModel model) {
     return std::make_unique<LocalServer>(std::move(model));
 }
-
-#ifndef _WIN32
-std::unique_ptr<XToolServer> LXRegisteredToolServer(const std::string& progId) {
-    throw XToolFailure("the server " + progId + " cannot be reached: servers of other processes need Windows");
-}
-#endif

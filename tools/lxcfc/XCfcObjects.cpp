@@ -7,6 +7,7 @@
 #include <objbase.h>
 
 #include <algorithm>
+#include <set>
 
 XJson LXJsonOf(const VARIANT& value) {
     switch (V_VT(&value)) {
@@ -52,11 +53,10 @@ std::vector<XJson> LXValuesOf(ILXConfigObject& object, int known) {
 }
 
 XJson LXNamedValuesOf(XElementKind kind, ILXConfigObject& object) {
-    const XPropertyTable& table = XPropertyTable::Of(kind);
     XJson named = XJson::object();
     int index = 0;
-    for (XJson& value : LXValuesOf(object, table.count)) {
-        named[table.Key(index++)] = std::move(value);
+    for (XJson& value : LXValuesOf(object, XPropertyTable::Of(kind).count)) {
+        named[XPropertyNames::The().Key(kind, index++)] = std::move(value);
     }
     return named;
 }
@@ -64,7 +64,9 @@ XJson LXNamedValuesOf(XElementKind kind, ILXConfigObject& object) {
 XJson LXSomeOf(XElementKind kind, ILXConfigObject& object, std::initializer_list<int> members) {
     XJson some = XJson::object();
     for (const int member : members) {
-        some[XPropertyTable::Of(kind).Key(member)] = LXPropertyOf(object, member);
+        if (XPropertyNames::The().Has(kind, member)) {
+            some[XPropertyNames::The().Key(kind, member)] = LXPropertyOf(object, member);
+        }
     }
     return some;
 }
@@ -72,7 +74,8 @@ XJson LXSomeOf(XElementKind kind, ILXConfigObject& object, std::initializer_list
 namespace {
 XTypeNode NodeOf(ILXType& type) {
     return {LXTextOf(type, XProperty::TypeName),
-            LXTextOf(type, XProperty::TypeLabel),
+            XPropertyNames::The().Has(XElementKind::Type, XProperty::TypeLabel) ? LXTextOf(type, XProperty::TypeLabel)
+                                                                                : "",
             LXTextOf(type, XProperty::BaseTypeName),
             true,
             {}};
@@ -91,8 +94,10 @@ void AddUnlisted(ILXConfigFactory& factory, XTypeNodes& nodes, const std::string
 
 XTypeNodes LXTypeNodes(ILXConfigFactory& factory) {
     XTypeNodes nodes;
-    for (const auto& type :
-         LXList<ILXType, ILXTypeEnum>("GetTypeEnum", [&](auto** out) { return factory.GetTypeEnum(nullptr, out); })) {
+    for (const auto& type : LXList<ILXType, ILXTypeEnum>("GetTypeEnum", [&](auto** out) {
+             const HRESULT result = factory.GetTypeEnum(nullptr, out);
+             return result == E_NOTIMPL ? S_FALSE : result; // client mode does without
+         })) {
         XTypeNode node = NodeOf(*type);
         nodes.emplace(node.name, std::move(node));
     }
@@ -114,6 +119,21 @@ XTypeNodes LXTypeNodes(ILXConfigFactory& factory) {
         if (const auto base = nodes.find(node.base); base != nodes.end()) { base->second.derived.push_back(name); }
     }
     return nodes;
+}
+
+std::vector<std::vector<std::string>> LXCirclesOf(const XTypeNodes& types) {
+    std::vector<std::vector<std::string>> circles;
+    std::set<std::string> seen;
+    for (const auto& [name, node] : types) {
+        std::vector<std::string> way;
+        auto at = types.find(name);
+        for (; at != types.end() && seen.insert(at->first).second; at = types.find(at->second.base)) {
+            way.push_back(at->first);
+        }
+        const auto start = at != types.end() ? std::find(way.begin(), way.end(), at->first) : way.end();
+        if (start != way.end()) { circles.emplace_back(start, way.end()); }
+    }
+    return circles;
 }
 
 std::vector<std::string> LXBasesOf(const XTypeNodes& types, const std::string& name) {
@@ -143,8 +163,13 @@ std::vector<std::string> LXDerivedOf(ILXConfigFactoryCache& cache, const std::st
 }
 
 const std::vector<std::pair<std::string, LONG>>& LXDisplays() {
-    static const std::vector<std::pair<std::string, LONG>> displays = {
-        {"all", 0}, {"editor", 1}, {"finder", 2}, {"browser", 4}, {"printable", 8}, {"vendor", 16}, {"avset", 32}};
+    static const std::vector<std::pair<std::string, LONG>> displays = {{"all", 0},
+                                                                       {"editor", LXD_EDITOR},
+                                                                       {"finder", LXD_FINDER},
+                                                                       {"browser", LXD_BROWSER},
+                                                                       {"printable", LXD_PRINTABLE},
+                                                                       {"vendor", LXD_VENDORDEFINED},
+                                                                       {"avset", LXD_INAVSET}};
     return displays;
 }
 

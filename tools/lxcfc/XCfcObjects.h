@@ -5,7 +5,7 @@
 #define XCFCOBJECTS_H
 
 #include "XDocumentPrinter.h"
-#include "XPropertyTable.h"
+#include "XPropertyNames.h"
 #include "XToolCom.h"
 
 #include <map>
@@ -19,7 +19,7 @@ XJson LXPropertyOf(ILXConfigObject& object, int member);
 std::vector<XJson> LXValuesOf(ILXConfigObject& object, int known);
 /// The same by name; a property without a name is "p<index>".
 XJson LXNamedValuesOf(XElementKind kind, ILXConfigObject& object);
-/// Some of them, by name.
+/// Some of them, by name; those without a name are left out.
 XJson LXSomeOf(XElementKind kind, ILXConfigObject& object, std::initializer_list<int> members);
 
 /// One row for each object of an enumeration.
@@ -44,6 +44,8 @@ struct XTypeNode {
 /// All listed types and their bases, by name.
 using XTypeNodes = std::map<std::string, XTypeNode>;
 XTypeNodes LXTypeNodes(ILXConfigFactory& factory);
+/// Types that are each other's bases, each circle in the order from type to base.
+std::vector<std::vector<std::string>> LXCirclesOf(const XTypeNodes& types);
 /// The names of a type's bases, nearest first.
 std::vector<std::string> LXBasesOf(const XTypeNodes& types, const std::string& name);
 
@@ -62,7 +64,7 @@ std::vector<std::pair<int, XLXComPtr<ILXFormat>>> LXFormatsOf(Owner& owner) {
     for (int formatType = 0; formatType < MostFormatTypes; ++formatType) {
         XLXComPtr<ILXFormat> format;
         const HRESULT result = owner.GetFormat(formatType, format.Put());
-        if (result != S_FALSE) {
+        if (result != S_FALSE && result != E_NOTIMPL) { // a server may have no formats at all
             LXExpect(result, "GetFormat");
             formats.emplace_back(formatType, std::move(format));
         }

@@ -12,7 +12,7 @@
 
 /// Which server.
 struct XServerChoice {
-    std::string progId; ///< a registered server, where it is not empty
+    std::string progId; ///< a registered server, by its ProgID or class id, where it is not empty
     std::string model;  ///< else a model file in this process; the shipped one where it is empty
     int generated = 0;  ///< else, where it is not 0, a generated model with that many types
     double delay = 0;   ///< milliseconds that each call to it takes
@@ -38,18 +38,30 @@ public:
     /// By how many KiB the process grew when the cache was filled.
     std::size_t MemoryOfTheCache() const { return m_memory; }
 
+    /// Whether the cache is notified of changes.
+    bool HasNotifications() const { return m_hasNotifications; }
+    /// Raises unless the server is the sample server, which alone can do what an option asks for.
+    void NeedSample(const char* option) const;
+
     /// The cached type of that name. Raises when there is none.
     XLXComPtr<ILXType> Type(const std::string& name) const;
+    /// The browser ids, in the server's order.
+    std::vector<std::string> Browsers() const;
+    /// Raises unless there is a browser of that name, whatever the case; "" stands for all.
+    void NeedBrowser(const std::string& name) const;
     /// Makes random edits on the server.
-    void EditAtRandom(unsigned seed, unsigned count, bool notify) const;
+    XNotification EditAtRandom(unsigned seed, unsigned count, bool notify) const;
 
 private:
+    void Initialize();
+
     XToolComponent m_component;
     std::unique_ptr<XToolServer> m_server;
     XLXComPtr<ILXConfigFactory> m_direct;
     XLXComPtr<ILXConfigFactoryCache> m_cache;
     XLXComPtr<ILXConfigFactory> m_factory;
     std::size_t m_memory = 0;
+    bool m_hasNotifications = false;
 };
 
 /// The model that is shipped with the program: beside it, where it was installed to, or in the source tree.

@@ -6,9 +6,11 @@
 
 #include "XCfcSession.h"
 #include "XDocumentPrinter.h"
+#include "XPropertyNames.h"
 
 #include <CLI/CLI.hpp>
 
+#include <cstdlib>
 #include <functional>
 #include <optional>
 
@@ -22,9 +24,17 @@ enum XExit : int {
 /// What all commands have in common.
 struct XCommonOptions {
     XServerChoice server;
+    std::string names;  ///< a file with the names of properties; those of the shipped model where it is empty
+    std::string manual; ///< which form of the manual to write instead of anything else
     bool json = false;
     std::string colours = "auto";
 };
+
+/// Whether the environment asks every program for text without colours.
+inline bool LXWantsNoColour() {
+    const char* const wish = std::getenv("NO_COLOR");
+    return wish != nullptr && *wish != '\0';
+}
 
 /// A run of one command.
 class XRun {
@@ -32,7 +42,11 @@ public:
     explicit XRun(const XCommonOptions& options)
         : m_options(options),
           m_printer(options.json,
-                    options.colours == "always" || (options.colours == "auto" && XToolOutput::IsTerminal())) {}
+                    options.colours == "always" ||
+                        (options.colours == "auto" && XToolOutput::IsTerminal() && !LXWantsNoColour()),
+                    [](const std::string& key, long long number) { return XPropertyNames::The().Word(key, number); }) {
+        if (!options.names.empty()) { XPropertyNames::The().Read(options.names); }
+    }
 
     /// The server and the cache, made when first asked for.
     XCfcSession& Session() { return m_session ? *m_session : m_session.emplace(m_options.server); }

@@ -12,9 +12,12 @@ constexpr const char* PathMember = "path";
 
 /// "Base types" for "baseTypes"; a name that was made for people stays.
 std::string Title(const std::string& member) {
-    if (member.find(' ') != std::string::npos) { return member; }
+    if (member.find(' ') != std::string::npos) { return LXShown(member); }
+    const bool isIndex =
+        member.size() > 1 && member[0] == 'p' && member.find_first_not_of("0123456789", 1) == member.npos;
+    if (isIndex) { return "Property " + member.substr(1); }
     std::string title;
-    for (const char c : member) {
+    for (const char c : LXShown(member)) {
         const auto character = static_cast<unsigned char>(c);
         title += std::isupper(character) != 0 ? " " : "";
         title += static_cast<char>(title.empty() ? std::toupper(character) : std::tolower(character));
@@ -76,6 +79,11 @@ std::string LXPlain(const XJson& value) {
     }
 }
 
+std::string XDocumentPrinter::Shown(const std::string& name, const XJson& value) const {
+    const std::string word = value.is_number_integer() ? m_word(name, value.get<long long>()) : "";
+    return word.empty() ? LXShown(LXPlain(value)) : word;
+}
+
 void XDocumentPrinter::Print(const XJson& document) {
     if (m_json) {
         std::puts(document.dump(2, ' ', false, XJson::error_handler_t::replace).c_str());
@@ -97,7 +105,7 @@ void XDocumentPrinter::PrintNext(const XJson& document) {
 void XDocumentPrinter::Members(const XJson& object) {
     std::vector<std::pair<std::string, std::string>> fields;
     for (const auto& [name, value] : object.items()) {
-        const std::string text = IsSection(name, value) ? "" : LXPlain(value);
+        const std::string text = IsSection(name, value) ? "" : Shown(name, value);
         if (!text.empty()) { fields.emplace_back(Title(name), text); }
     }
     m_output.Fields(fields);
@@ -109,7 +117,7 @@ void XDocumentPrinter::Members(const XJson& object) {
 void XDocumentPrinter::Section(const std::string& name, const XJson& value) {
     if (name == TreeMember) {
         m_output.Line();
-        Tree(value, "");
+        Tree(value, "", true);
     } else if (value.is_object()) {
         m_output.Heading(Title(name));
         Members(value);
@@ -119,17 +127,24 @@ void XDocumentPrinter::Section(const std::string& name, const XJson& value) {
     }
 }
 
+bool XDocumentPrinter::HasWords(const XJson& rows, const std::string& column) const {
+    return std::any_of(rows.begin(), rows.end(), [&](const XJson& row) {
+        return row.contains(column) && row[column].is_number_integer() &&
+               !m_word(column, row[column].get<long long>()).empty();
+    });
+}
+
 void XDocumentPrinter::Table(const XJson& rows) {
     const std::vector<std::string> columns = ColumnsOf(rows);
     std::vector<std::string> titles;
     for (const std::string& column : columns) {
-        titles.push_back((IsNumeric(rows, column) ? ">" : "") + Title(column));
+        titles.push_back((IsNumeric(rows, column) && !HasWords(rows, column) ? ">" : "") + Title(column));
     }
     XToolTable table(std::move(titles));
     for (const XJson& row : rows) {
         std::vector<std::string> cells;
         for (const std::string& column : columns) {
-            cells.push_back(row.contains(column) ? LXPlain(row[column]) : "");
+            cells.push_back(row.contains(column) ? Shown(column, row[column]) : "");
         }
         table.Row(std::move(cells));
     }
@@ -142,22 +157,23 @@ void XDocumentPrinter::Lines(const XJson& rows) {
         std::string line;
         for (const auto& [name, value] : row.items()) {
             const bool isPath = name == PathMember;
-            line += isPath               ? LXPlain(value) + ":"
-                    : line.back() == ':' ? " " + name + " " + value.dump()
-                                         : ", " + name + " " + value.dump();
+            line += isPath               ? LXShown(LXPlain(value)) + ":"
+                    : line.back() == ':' ? " " + name + " " + LXShown(value.dump())
+                                         : ", " + name + " " + LXShown(value.dump());
         }
         m_output.Line(line);
     }
 }
 
-void XDocumentPrinter::Tree(const XJson& nodes, const std::string& indent) {
+// A lone root stands without a branch.
+void XDocumentPrinter::Tree(const XJson& nodes, const std::string& indent, bool isTop) {
     for (const XJson& node : nodes) {
         const bool isLast = &node == &nodes.back();
-        std::string line = indent.empty() && nodes.size() == 1 ? "" : indent + (isLast ? "└─ " : "├─ ");
+        std::string line = isTop && nodes.size() == 1 ? "" : indent + (isLast ? "└─ " : "├─ ");
         const std::string below = line.empty() ? "" : indent + (isLast ? "   " : "│  ");
         bool isFirst = true;
         for (const auto& [name, value] : node.items()) {
-            const std::string text = name == ChildrenMember ? "" : LXPlain(value);
+            const std::string text = name == ChildrenMember ? "" : Shown(name, value);
             if (!text.empty()) {
                 const std::string shown = value.is_boolean() ? Title(name) : text;
                 line += isFirst ? shown : "  " + m_output.Faint(shown);
@@ -165,6 +181,6 @@ void XDocumentPrinter::Tree(const XJson& nodes, const std::string& indent) {
             }
         }
         m_output.Line(line);
-        if (node.contains(ChildrenMember)) { Tree(node[ChildrenMember], below); }
+        if (node.contains(ChildrenMember)) { Tree(node[ChildrenMember], below, false); }
     }
 }

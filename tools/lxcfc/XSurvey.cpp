@@ -7,8 +7,7 @@
 #include <algorithm>
 
 namespace {
-constexpr int BaseTypeObject = 27; // the last value of a type: an object in the cache, empty in a server
-
+constexpr int BaseTypeObject = XProperty::BaseType; // the last value: an object in the cache, empty in a server
 } // namespace
 
 std::string LXPathPart(const std::string& name) {
@@ -24,9 +23,19 @@ XSurvey::XSurvey(ILXConfigFactory& factory) : m_factory(factory), m_cache(nullpt
 XSurvey::XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache& cache, std::function<unsigned long long()> calls)
     : m_factory(factory), m_cache(&cache), m_calls(std::move(calls)) {}
 
+bool XSurvey::IsOffered(const char* what) const {
+    return !m_notOffered.contains(what) && (m_leftOut == nullptr || !m_leftOut->contains(what));
+}
+
+// In front of a server that offers it, a cache that does not would be a difference.
+bool XSurvey::IsOffered(const char* what, HRESULT result) {
+    if (result == E_NOTIMPL && m_leftOut == nullptr) { m_notOffered.insert(what); }
+    return IsOffered(what);
+}
+
 void XSurvey::Add(const std::string& path, XElementKind kind, ILXConfigObject& object) {
-    const XPropertyTable& table = XPropertyTable::Of(kind);
-    auto values = Count(m_expected != nullptr ? static_cast<std::size_t>(table.count) : table.rows.size(),
+    const auto named = XPropertyNames::The().Indexes(kind).size();
+    auto values = Count(m_expected != nullptr ? static_cast<std::size_t>(XPropertyTable::Of(kind).count) : named,
                         [&] { return Values(path, kind, object); });
     if (kind == XElementKind::Type) { values.resize(BaseTypeObject); }
     m_answers[path] = {kind, std::move(values)};
@@ -40,8 +49,8 @@ std::vector<XJson> XSurvey::Values(const std::string& path, XElementKind kind, I
         return !values[member].is_null();
     };
     if (m_expected == nullptr) {
-        for (const XPropertyRow& row : XPropertyTable::Of(kind).rows) {
-            read(static_cast<std::size_t>(row.index));
+        for (const int index : XPropertyNames::The().Indexes(kind)) {
+            if (static_cast<std::size_t>(index) < values.size()) { read(static_cast<std::size_t>(index)); }
         }
         return values;
     }
@@ -89,7 +98,8 @@ std::map<std::string, std::string> XSurvey::BasesOf(const std::set<std::string>&
     std::map<std::string, std::string> bases;
     for (const std::string& name : names) {
         XLXComPtr<ILXType> type;
-        if (m_factory.GetType(LXBstr(name).Get(), nullptr, type.Put()) == S_OK) {
+        const HRESULT result = m_factory.GetType(LXBstr(name).Get(), nullptr, type.Put());
+        if (IsOffered("GetType", result) && result == S_OK) {
             bases.emplace(name, LXTextOf(*type, XProperty::BaseTypeName));
         }
     }
@@ -105,13 +115,16 @@ std::vector<std::string> XSurvey::Browsers() {
 XAnswers XSurvey::General(const std::vector<std::string>& browsers) {
     m_answers.clear();
     m_browsers = browsers;
-    m_answers["types"] = Names<ILXType, ILXTypeEnum>("GetTypeEnum", XProperty::TypeName,
-                                                     [&](auto** out) { return m_factory.GetTypeEnum(nullptr, out); });
-    m_answers["searchable types"] = Names<ILXType, ILXTypeEnum>(
-        "GetSearchableTypeEnum", XProperty::TypeName, [&](auto** out) { return m_factory.GetSearchableTypeEnum(out); });
+    AddNames<ILXType, ILXTypeEnum>("types", "GetTypeEnum", XProperty::TypeName,
+                                   [&](auto** out) { return m_factory.GetTypeEnum(nullptr, out); });
+    AddNames<ILXType, ILXTypeEnum>("searchable types", "GetSearchableTypeEnum", XProperty::TypeName,
+                                   [&](auto** out) { return m_factory.GetSearchableTypeEnum(out); });
     XLXComBSTR version;
-    LXExpect(Count(1, [&] { return m_factory.GetVersion(version.Put()); }), "GetVersion");
-    m_answers["version"] = LXNamesAnswer(std::vector{LXToUtf8(version.View())});
+    const HRESULT result = Count(1, [&] { return m_factory.GetVersion(version.Put()); });
+    if (IsOffered("GetVersion", result)) {
+        LXExpect(result, "GetVersion");
+        m_answers["version"] = LXNamesAnswer(std::vector{LXToUtf8(version.View())});
+    }
 
     for (const auto& browser : All<ILXBrowserId, ILXBrowserIdEnum>(
              "GetBrowserIdEnum", [&](auto** out) { return m_factory.GetBrowserIdEnum(out); })) {
@@ -150,10 +163,8 @@ void XSurvey::AddRelations() {
             ++m_objects["PC infos"];
         }
         for (const std::string& browser : m_browsers) {
-            XLXComPtr<ILXPCInfo> info;
-            const HRESULT result = Count(1, [&] { return relation->GetPCInfo(LXBstr(browser).Get(), info.Put()); });
-            m_answers[path + "/GetPCInfo " + LXPathPart(browser)] =
-                LXNamesAnswer(std::vector{info ? LXTextOf(*info, XProperty::PCInfoLabel) : LXResultName(result)});
+            AddOne<ILXPCInfo>(path + "/GetPCInfo " + LXPathPart(browser), "GetPCInfo", XProperty::PCInfoLabel,
+                              [&](auto** out) { return relation->GetPCInfo(LXBstr(browser).Get(), out); });
         }
     }
 }

@@ -33,6 +33,11 @@ public:
     /// and renews all values of the object. Without this only the properties with names are read.
     void Expect(const XAnswers& answers) { m_expected = &answers; }
 
+    /// Leaves out what the server itself does not offer (E_NOTIMPL). Without this, what is asked and not offered is
+    /// left out from then on.
+    void LeaveOut(const std::set<std::string>& notOffered) { m_leftOut = &notOffered; }
+    const std::set<std::string>& NotOffered() const { return m_notOffered; }
+
     /// Asks everything once.
     void AskEverything(const char* progress);
 
@@ -67,7 +72,11 @@ private:
     template <class Element, class Enumerator, class Call>
     std::vector<XLXComPtr<Element>> All(const char* what, Call&& call);
     template <class Element, class Enumerator, class Call>
-    XAnswer Names(const char* what, int member, Call&& call);
+    void AddNames(const std::string& path, const char* what, int member, Call&& call);
+    template <class Element, class Call>
+    void AddOne(const std::string& path, const char* what, int member, Call&& call);
+    bool IsOffered(const char* what) const;
+    bool IsOffered(const char* what, HRESULT result);
     void Add(const std::string& path, XElementKind kind, ILXConfigObject& object);
     std::vector<XJson> Values(const std::string& path, XElementKind kind, ILXConfigObject& object) const;
     template <class Owner>
@@ -85,12 +94,15 @@ private:
     void AddDerivation(const std::string& path, const std::string& name,
                        const std::map<std::string, std::string>& bases);
     std::set<std::string> DerivesFrom(const std::string& name, const std::map<std::string, std::string>& bases);
+    std::vector<XLXComPtr<ILXAttribute>> AttributesOf(ILXType& type);
     const std::set<std::string>& AttributeNames(const std::string& type);
 
     ILXConfigFactory& m_factory;
     ILXConfigFactoryCache* const m_cache;
     const std::function<unsigned long long()> m_calls;
     const XAnswers* m_expected = nullptr;
+    const std::set<std::string>* m_leftOut = nullptr;
+    std::set<std::string> m_notOffered;
     std::vector<std::string> m_browsers;
     XAnswers m_answers;
     std::map<std::string, std::set<std::string>> m_attributeNames; ///< by type

@@ -6,6 +6,7 @@
 XAnswers XSurvey::OfType(const std::string& name, const std::map<std::string, std::string>& bases) {
     m_answers.clear();
     XLXComPtr<ILXType> type;
+    if (!IsOffered("GetType")) { return {}; }
     const HRESULT result = Count(1, [&] { return m_factory.GetType(LXBstr(name).Get(), nullptr, type.Put()); });
     if (result == S_FALSE) { return {}; }
     LXExpect(result, "GetType");
@@ -29,28 +30,26 @@ void XSurvey::AddPages(const std::string& path, ILXType& type) {
         const std::string at = path + "/page " + std::to_string(number);
         Add(at, XElementKind::Page, *page);
         ++m_objects["pages"];
-        m_answers[at + "/groups"] =
-            Names<ILXGroup, ILXGroupEnum>("GetPageGroupEnum", XProperty::GroupNumber, [&](auto** out) {
-                return type.GetPageGroupEnum(static_cast<int>(number), out);
-            });
+        AddNames<ILXGroup, ILXGroupEnum>(at + "/groups", "GetPageGroupEnum", XProperty::GroupNumber, [&](auto** out) {
+            return type.GetPageGroupEnum(static_cast<int>(number), out);
+        });
     }
 }
 
 void XSurvey::AddGroups(const std::string& path, ILXType& type) {
-    m_answers[path + "/toplevel groups"] = Names<ILXGroup, ILXGroupEnum>(
-        "GetToplevelGroupEnum", XProperty::GroupNumber, [&](auto** out) { return type.GetToplevelGroupEnum(out); });
+    AddNames<ILXGroup, ILXGroupEnum>(path + "/toplevel groups", "GetToplevelGroupEnum", XProperty::GroupNumber,
+                                     [&](auto** out) { return type.GetToplevelGroupEnum(out); });
     for (const auto& group :
          All<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type.GetGroupEnum(out); })) {
         const LONG number = LXNumberOf(*group, XProperty::GroupNumber);
         const std::string at = path + "/group " + std::to_string(number);
         Add(at, XElementKind::Group, *group);
         ++m_objects["groups"];
-        m_answers[at + "/groups inside"] = Names<ILXGroup, ILXGroupEnum>(
-            "GetChildGroupEnum", XProperty::GroupNumber, [&](auto** out) { return group->GetChildGroupEnum(out); });
-        m_answers[at + "/attributes"] =
-            Names<ILXAttribute, ILXAttributeEnum>("GetGroupAttributeEnum", XProperty::AttributeName, [&](auto** out) {
-                return type.GetGroupAttributeEnum(static_cast<int>(number), out);
-            });
+        AddNames<ILXGroup, ILXGroupEnum>(at + "/groups inside", "GetChildGroupEnum", XProperty::GroupNumber,
+                                         [&](auto** out) { return group->GetChildGroupEnum(out); });
+        AddNames<ILXAttribute, ILXAttributeEnum>(
+            at + "/attributes", "GetGroupAttributeEnum", XProperty::AttributeName,
+            [&](auto** out) { return type.GetGroupAttributeEnum(static_cast<int>(number), out); });
         XLXComPtr<ILXFormat> format;
         if (Count(1, [&] { return group->GetFormat(format.Put()); }) == S_OK) {
             Add(at + "/format", XElementKind::Format, *format);
@@ -65,23 +64,26 @@ void XSurvey::AddEditors(const std::string& path, ILXType& type) {
         Add(path + "/editor " + LXPathPart(LXTextOf(*editor, XProperty::ProgId)), XElementKind::Editor, *editor);
         ++m_objects["editors"];
     }
-    for (const auto& [what, ask] : {std::pair("/default editor in ", &ILXType::GetDefaultEditor),
-                                    std::pair("/default editor for new in ", &ILXType::GetDefaultNewEditor)}) {
-        for (const std::string& browser : m_browsers) {
-            XLXComPtr<ILXConfObjEditor> editor;
-            const HRESULT result =
-                Count(1, [&, ask = ask] { return (type.*ask)(LXBstr(browser).Get(), editor.Put()); });
-            m_answers[path + what + LXPathPart(browser)] =
-                LXNamesAnswer(std::vector{editor ? LXTextOf(*editor, XProperty::ProgId) : LXResultName(result)});
-        }
+    for (const std::string& browser : m_browsers) {
+        AddOne<ILXConfObjEditor>(path + "/default editor in " + LXPathPart(browser), "GetDefaultEditor",
+                                 XProperty::ProgId,
+                                 [&](auto** out) { return type.GetDefaultEditor(LXBstr(browser).Get(), out); });
+        AddOne<ILXConfObjEditor>(path + "/default editor for new in " + LXPathPart(browser), "GetDefaultNewEditor",
+                                 XProperty::ProgId,
+                                 [&](auto** out) { return type.GetDefaultNewEditor(LXBstr(browser).Get(), out); });
     }
+}
+
+std::vector<XLXComPtr<ILXAttribute>> XSurvey::AttributesOf(ILXType& type) {
+    return All<ILXAttribute, ILXAttributeEnum>("GetDisplayAttributeEnum",
+                                               [&](auto** out) { return type.GetDisplayAttributeEnum(0, out); });
 }
 
 const std::set<std::string>& XSurvey::AttributeNames(const std::string& type) {
     const auto [known, isNew] = m_attributeNames.try_emplace(type);
     XLXComPtr<ILXType> object;
     if (isNew && m_factory.GetType(LXBstr(type).Get(), nullptr, object.Put()) == S_OK) {
-        const auto names = LXTextsOf(LXAttributesOf(*object, 0), XProperty::AttributeName);
+        const auto names = LXTextsOf(AttributesOf(*object), XProperty::AttributeName);
         known->second.insert(names.begin(), names.end());
     }
     return known->second;
@@ -113,18 +115,18 @@ void XSurvey::AddAttributes(const std::string& name, const std::string& base, IL
     const std::string path = LXPathPart(name);
     const std::set<std::string> inherited = base.empty() ? std::set<std::string>() : AttributeNames(base);
     std::set<std::string> names;
-    for (const auto& attribute : Count(1, [&] { return LXAttributesOf(type, 0); })) {
+    for (const auto& attribute : AttributesOf(type)) {
         const std::string attributeName = AddAttribute(path, attribute);
         const std::string at = path + "/" + LXPathPart(attributeName);
         names.insert(attributeName);
         if (!inherited.contains(attributeName)) { AddOwnAttribute(at, type, attributeName, *attribute); }
     }
-    m_answers[path + "/attributes"] = LXNamesAnswer(names);
+    if (IsOffered("GetDisplayAttributeEnum")) { m_answers[path + "/attributes"] = LXNamesAnswer(names); }
     m_attributeNames[name] = std::move(names);
     for (const auto& [display, mask] : LXDisplays()) {
         if (mask != 0) {
-            m_answers[path + "/shown: " + display] = Names<ILXAttribute, ILXAttributeEnum>(
-                "GetDisplayAttributeEnum", XProperty::AttributeName,
+            AddNames<ILXAttribute, ILXAttributeEnum>(
+                path + "/shown: " + display, "GetDisplayAttributeEnum", XProperty::AttributeName,
                 [&, mask = mask](auto** out) { return type.GetDisplayAttributeEnum(mask, out); });
         }
     }
@@ -132,10 +134,8 @@ void XSurvey::AddAttributes(const std::string& name, const std::string& base, IL
 
 void XSurvey::AddOwnAttribute(const std::string& path, ILXType& owner, const std::string& name,
                               ILXAttribute& attribute) {
-    XLXComPtr<ILXAttribute> byName;
-    const HRESULT result = Count(1, [&] { return owner.GetAttribute(LXBstr(name).Get(), byName.Put()); });
-    m_answers[path + "/by name"] =
-        LXNamesAnswer(std::vector{byName ? LXTextOf(*byName, XProperty::Label) : LXResultName(result)});
+    AddOne<ILXAttribute>(path + "/by name", "GetAttribute", XProperty::Label,
+                         [&](auto** out) { return owner.GetAttribute(LXBstr(name).Get(), out); });
     ++m_objects["attributes"];
     for (const auto& type : All<ILXAttributeType, ILXAttributeTypeEnum>(
              "GetAttributeTypeEnum", [&](auto** out) { return attribute.GetAttributeTypeEnum(out); })) {
@@ -160,6 +160,7 @@ void XSurvey::AddRelationsOf(const std::string& path, const std::string& name) {
     const XLXComBSTR parent = LXBstr(name);
     const auto relations = All<ILXParentChild, ILXParentChildEnum>(
         "GetParentChildEnum", [&](auto** out) { return m_factory.GetParentChildEnum(parent.Get(), nullptr, out); });
+    if (!IsOffered("GetParentChildEnum")) { return; }
     m_answers[path + "/relations"] = LXNamesAnswer(namesOf(relations));
     m_answers[path + "/relations, GetPCEnum2"] =
         m_cache == nullptr
@@ -169,11 +170,23 @@ void XSurvey::AddRelationsOf(const std::string& path, const std::string& name) {
               })));
 }
 
+namespace {
+/// Whether the bases of a type have no end.
+bool HasEndlessBases(std::string name, const std::map<std::string, std::string>& bases) {
+    for (std::size_t steps = 0; steps <= bases.size(); ++steps) {
+        const auto at = bases.find(name);
+        if (at == bases.end() || at->second.empty()) { return false; }
+        name = at->second;
+    }
+    return true;
+}
+} // namespace
+
 void XSurvey::AddDerivation(const std::string& path, const std::string& name,
                             const std::map<std::string, std::string>& bases) {
+    if (HasEndlessBases(name, bases)) { return; } // where a cache leaves the circle is its own affair
     const auto derives = [&bases](std::string type, const std::string& ancestor) {
-        for (std::size_t steps = 0; steps <= bases.size(); ++steps) // bases may go round in a circle
-        {
+        for (std::size_t steps = 0; steps <= bases.size(); ++steps) { // bases may go round in a circle
             const auto at = bases.find(type);
             if (at == bases.end() || at->second.empty()) { return false; }
             if (at->second == ancestor) { return true; }
@@ -190,8 +203,10 @@ void XSurvey::AddDerivation(const std::string& path, const std::string& name,
         from = DerivesFrom(name, bases);
     }
     for (const auto& [other, base] : bases) {
-        if (m_cache == nullptr && derives(other, name)) { derived.insert(other); }
-        if (m_cache == nullptr && derives(name, other)) { from.insert(other); }
+        const bool isBelow = m_cache == nullptr && derives(other, name);
+        const bool isAbove = m_cache == nullptr && derives(name, other);
+        if (isBelow) { derived.insert(other); }
+        if (isAbove) { from.insert(other); }
     }
     m_answers[path + "/derived types"] = LXNamesAnswer(derived);
     m_answers[path + "/derives from"] = LXNamesAnswer(from);

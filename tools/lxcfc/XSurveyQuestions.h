@@ -27,13 +27,32 @@ auto XSurvey::Count(unsigned long long questions, Ask&& ask) {
 
 template <class Element, class Enumerator, class Call>
 std::vector<XLXComPtr<Element>> XSurvey::All(const char* what, Call&& call) {
-    return Count(1, [&] { return LXList<Element, Enumerator>(what, call); });
+    if (!IsOffered(what)) { return {}; }
+    return Count(1, [&] {
+        XLXComPtr<Enumerator> elements;
+        const HRESULT result = call(elements.Put());
+        if (IsOffered(what, result) && result != S_FALSE) { LXExpect(result, what); }
+        return LXAllOf<Element>(elements);
+    });
 }
 
 template <class Element, class Enumerator, class Call>
-XAnswer XSurvey::Names(const char* what, int member, Call&& call) {
+void XSurvey::AddNames(const std::string& path, const char* what, int member, Call&& call) {
     const auto elements = All<Element, Enumerator>(what, call);
-    return LXNamesAnswer(Count(elements.size(), [&] { return LXTextsOf(elements, member); }));
+    if (IsOffered(what)) {
+        m_answers[path] = LXNamesAnswer(Count(elements.size(), [&] { return LXTextsOf(elements, member); }));
+    }
+}
+
+/// Enters the name of the one object that a question gives, or the result where it gives none.
+template <class Element, class Call>
+void XSurvey::AddOne(const std::string& path, const char* what, int member, Call&& call) {
+    if (!IsOffered(what)) { return; }
+    XLXComPtr<Element> element;
+    const HRESULT result = Count(1, [&] { return call(element.Put()); });
+    if (IsOffered(what, result)) {
+        m_answers[path] = LXNamesAnswer(std::vector{element ? LXTextOf(*element, member) : LXResultName(result)});
+    }
 }
 
 template <class Owner>

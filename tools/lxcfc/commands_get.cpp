@@ -3,6 +3,7 @@
 // Any property of anything.
 #include "XCfcObjects.h"
 #include "XCommands.h"
+#include "XSuggestion.h"
 
 #include <algorithm>
 #include <charconv>
@@ -51,9 +52,24 @@ XLXComPtr<Element> Among(const std::vector<XLXComPtr<Element>>& elements, int me
     return found != elements.end() ? *found : nullptr;
 }
 
+/// The element of a list with that text in a member. Raises when there is none.
+template <class Element>
+Object Named(const char* kind, const std::vector<XLXComPtr<Element>>& elements, int member, const std::string& text) {
+    const auto found = Among(elements, member, text);
+    LXExpectThat(static_cast<bool>(found), std::string("there is no ") + kind + " \"" + text + "\"" +
+                                               LXDidYouMean(text, LXTextsOf(elements, member)));
+    return Object(found.Get());
+}
+
 XLXComPtr<ILXAttribute> Attribute(XCfcSession& session, const Names& at) {
-    return Asked<ILXAttribute>("GetAttribute",
-                               [&](auto** out) { return session.Type(at[0])->GetAttribute(LXBstr(at[1]).Get(), out); });
+    const auto type = session.Type(at[0]);
+    auto attribute =
+        Asked<ILXAttribute>("GetAttribute", [&](auto** out) { return type->GetAttribute(LXBstr(at[1]).Get(), out); });
+    if (!attribute) {
+        throw XToolFailure("there is no attribute \"" + at[1] + "\" of the type \"" + at[0] + "\"" +
+                           LXDidYouMean(at[1], LXTextsOf(LXAttributesOf(*type, 0), XProperty::AttributeName)));
+    }
+    return attribute;
 }
 
 XLXComPtr<ILXGroup> Group(XCfcSession& session, const Names& at) {
@@ -61,17 +77,18 @@ XLXComPtr<ILXGroup> Group(XCfcSession& session, const Names& at) {
 }
 
 XLXComPtr<ILXParentChild> Relation(XCfcSession& session, const Names& at) {
+    session.Type(at[0]);
+    session.Type(at[1]);
     return Asked<ILXParentChild>("GetSinglePCRelation", [&](auto** out) {
         return session.Cache().GetSinglePCRelation(LXBstr(at[0]).Get(), LXBstr(at[1]).Get(), nullptr,
                                                    LXBstr(at[2]).Get(), out);
     });
 }
 
-XLXComPtr<ILXGlobalAttributeFormatSpec> Spec(XCfcSession& session, const Names& at) {
-    return Among(LXList<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
-                     "GetAllGlobalAttributeFormatSpecs",
-                     [&](auto** out) { return session.Cached().GetAllGlobalAttributeFormatSpecs(out); }),
-                 XProperty::AttributeName, at[0]);
+std::vector<XLXComPtr<ILXGlobalAttributeFormatSpec>> Specs(XCfcSession& session) {
+    return LXList<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
+        "GetAllGlobalAttributeFormatSpecs",
+        [&](auto** out) { return session.Cached().GetAllGlobalAttributeFormatSpecs(out); });
 }
 
 /// An object that is asked of another one, which may not be there either.
@@ -95,12 +112,10 @@ std::vector<Kind> KindsOfTypes() {
         {"attributetype", "TYPE/ATTRIBUTE/NAME", XElementKind::AttributeType,
          [](auto& session, auto& at) -> Object {
              const auto attribute = Attribute(session, at);
-             return !attribute ? nullptr
-                               : Object(Among(LXList<ILXAttributeType, ILXAttributeTypeEnum>(
-                                                  "GetAttributeTypeEnum",
-                                                  [&](auto** out) { return attribute->GetAttributeTypeEnum(out); }),
-                                              XProperty::AttributeTypeName, at[2])
-                                            .Get());
+             return Named("attribute type",
+                          LXList<ILXAttributeType, ILXAttributeTypeEnum>(
+                              "GetAttributeTypeEnum", [&](auto** out) { return attribute->GetAttributeTypeEnum(out); }),
+                          XProperty::AttributeTypeName, at[2]);
          }},
         {"format", "TYPE/ATTRIBUTE/FORMATTYPE", XElementKind::Format,
          [](auto& session, auto& at) {
@@ -138,16 +153,16 @@ std::vector<Kind> KindsOfOthers() {
              }},
             {"browser", "BROWSER", XElementKind::BrowserId,
              [](auto& session, auto& at) {
-                 return Object(
-                     Among(LXList<ILXBrowserId, ILXBrowserIdEnum>(
-                               "GetBrowserIdEnum", [&](auto** out) { return session.Cached().GetBrowserIdEnum(out); }),
-                           XProperty::BrowserIdName, at[0])
-                         .Get());
+                 return Named(
+                     "browser",
+                     LXList<ILXBrowserId, ILXBrowserIdEnum>(
+                         "GetBrowserIdEnum", [&](auto** out) { return session.Cached().GetBrowserIdEnum(out); }),
+                     XProperty::BrowserIdName, at[0]);
              }},
             {"spec", "SPEC", XElementKind::GlobalSpec,
-             [](auto& session, auto& at) { return Object(Spec(session, at).Get()); }},
+             [](auto& session, auto& at) { return Named("spec", Specs(session), XProperty::SpecId, at[0]); }},
             {"specformat", "SPEC/FORMATTYPE", XElementKind::Format, [](auto& session, auto& at) {
-                 return Of<ILXFormat>("GetFormat", Spec(session, at),
+                 return Of<ILXFormat>("GetFormat", Among(Specs(session), XProperty::SpecId, at[0]),
                                       [&](auto& spec, auto** out) { return spec.GetFormat(NumberOf(at[1]), out); });
              }}};
 }
@@ -198,17 +213,11 @@ public:
 
 private:
     XJson Value(ILXConfigObject& object, XElementKind kind) const {
-        if (m_property.find_first_not_of("0123456789") == std::string::npos) {
-            return LXPropertyOf(object, NumberOf(m_property));
-        }
-        if (const int index = XPropertyTable::Of(kind).FindKey(m_property); index >= 0) {
-            return LXPropertyOf(object, index);
-        }
-        XLXComVariant value;
-        if (const HRESULT result = object.Get(LXBstr(m_property).Get(), value.Put()); result != S_FALSE) {
-            LXExpect(result, "ILXConfigObject::Get");
-        }
-        return LXJsonOf(value.Get());
+        const XPropertyNames& names = XPropertyNames::The();
+        const int index = names.Find(kind, m_property);
+        LXExpectThat(index >= 0, "there is no property \"" + m_property + "\" of this kind" +
+                                     LXDidYouMean(m_property, names.Known(kind)));
+        return LXPropertyOf(object, index);
     }
 
     std::string m_kind;

@@ -3,6 +3,7 @@
 // The tree of types and the relations between them as a graph: for Graphviz, or as one page for a browser.
 #include "XCfcObjects.h"
 #include "XCommands.h"
+#include "XSuggestion.h"
 #include "graphpage.h"
 
 #include <fstream>
@@ -50,7 +51,11 @@ Graph RelationGraph(ILXConfigFactory& factory, const XTypeNodes& types) {
 
 /// What can be reached from a node.
 Graph Below(const Graph& graph, const std::string& root) {
-    LXExpectThat(graph.nodes.contains(root), "\"" + root + "\" is not in the graph");
+    std::vector<std::string> names;
+    for (const auto& [name, type] : graph.nodes) {
+        names.push_back(name);
+    }
+    LXExpectThat(graph.nodes.contains(root), "\"" + root + "\" is not in the graph" + LXDidYouMean(root, names));
     Graph below{graph.title + " below " + root, {}, {}};
     std::vector<std::string> waiting = {root};
     while (!waiting.empty()) {
@@ -134,6 +139,7 @@ public:
         app.add_option("--output", m_file, "The file to write; standard output by default");
     }
     int Run(XRun& run) const {
+        LXExpectThat(!run.Options().json || (!m_html && m_file.empty()), "--json excludes --html and --output");
         ILXConfigFactory& factory = run.Session().Cached();
         const XTypeNodes types = LXTypeNodes(factory);
         Graph graph = m_what == "types" ? TypeGraph(types) : RelationGraph(factory, types);
@@ -141,8 +147,7 @@ public:
         if (run.Options().json) { return run.Answer(Document(graph)); }
         const std::string text = m_html ? Page(graph) : Dot(graph);
         if (m_file.empty()) {
-            LXExpectThat(std::fwrite(text.data(), 1, text.size(), stdout) == text.size(),
-                         "standard output cannot be written to");
+            std::fwrite(text.data(), 1, text.size(), stdout); // the program's end looks whether it was written
             return ExitOk;
         }
         std::ofstream file(m_file, std::ios::binary);

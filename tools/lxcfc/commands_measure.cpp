@@ -6,6 +6,9 @@
 #include "XSurvey.h"
 #include "XTrace.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace {
 double Milliseconds(std::chrono::steady_clock::time_point since) {
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - since;
@@ -43,9 +46,11 @@ public:
         answer["firstTime"] = Hits(survey);
         answer["again"] = Hits(again);
         answer["again"]["milliseconds"] = Milliseconds(second);
-        const XServerObjectCount live = session.Server().LiveObjects();
-        answer["serverObjectsHeld"] = live.objects;
-        answer["serverReferencesHeld"] = live.references;
+        if (session.Server().IsSample()) {
+            const XServerObjectCount live = session.Server().LiveObjects();
+            answer["serverObjectsHeld"] = live.objects;
+            answer["serverReferencesHeld"] = live.references;
+        }
         answer["processMemoryKilobytes"] = LXProcessMemory();
         answer["serverCalls"] = CallsOf(trace.Calls());
         return run.Answer(answer);
@@ -56,7 +61,7 @@ private:
         const auto hits = survey.Questions() - survey.Misses();
         return {{"questions", survey.Questions()},
                 {"hits", hits},
-                {"hitPercent", static_cast<double>(hits * 10000 / survey.Questions()) / 100}};
+                {"hitPercent", static_cast<double>(hits * 10000 / std::max(survey.Questions(), 1ULL)) / 100}};
     }
 };
 
@@ -77,7 +82,7 @@ std::vector<std::string> Mix(ILXConfigFactory& factory, const std::vector<std::s
              LXList<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type->GetGroupEnum(out); })) {
             read(*group, {XProperty::GroupNumber, XProperty::GroupLabel});
         }
-        for (const auto& attribute : LXAttributesOf(*type, 1)) {
+        for (const auto& attribute : LXAttributesOf(*type, LXD_EDITOR)) {
             read(*attribute, {XProperty::AttributeName, XProperty::Label, XProperty::Unit});
         }
         for (const std::string& browser : browsers) {
@@ -110,19 +115,19 @@ public:
         for (const auto& [how, factory] :
              {std::pair("directly", &session.Direct()), std::pair("cache", &session.Cached()),
               std::pair("cache again", &session.Cached())}) {
-            const auto calls = session.Server().CallCounts();
+            const bool counts = session.Server().IsSample();
+            const XCallCounts calls = counts ? session.Server().CallCounts() : XCallCounts();
             const auto start = std::chrono::steady_clock::now();
             answers[at++] = Mix(*factory, types, browsers);
-            rows.push_back({{"reads", how},
-                            {"milliseconds", Milliseconds(start)},
-                            {"calls", session.Server().CallCounts().Since(calls).Total()}});
+            rows.push_back({{"reads", how}, {"milliseconds", Milliseconds(start)}});
+            if (counts) { rows.back()["calls"] = session.Server().CallCounts().Since(calls).Total(); }
         }
         LXExpectThat(answers[0] == answers[1] && answers[0] == answers[2],
                      "the cache answers otherwise than the server; lxcfc check lists the differences");
         const double cached = rows[2]["milliseconds"].get<double>();
         XJson answer = {{"types", types.size()}, {"answers", answers[0].size()}};
         answer["timesFaster"] =
-            cached > 0 ? XJson(LXOneDecimal(rows[0]["milliseconds"].get<double>() / cached)) : XJson(nullptr);
+            cached > 0 ? XJson(std::round(rows[0]["milliseconds"].get<double>() / cached * 10) / 10) : XJson(nullptr);
         answer["runs"] = std::move(rows);
         return run.Answer(answer);
     }

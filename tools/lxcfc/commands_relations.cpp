@@ -8,8 +8,11 @@
 
 namespace {
 const std::map<std::string, LONG>& Filters() {
-    static const std::map<std::string, LONG> filters = {
-        {"new", 1}, {"plan", 2}, {"ppr", 4}, {"no-ppr", 8}, {"no-internal", 16}};
+    static const std::map<std::string, LONG> filters = {{"new", LXPCF_NEWONLY},
+                                                        {"plan", LXPCF_WITHPLANTYPES},
+                                                        {"ppr", LXPCF_PPRONLY},
+                                                        {"no-ppr", LXPCF_NOPPR},
+                                                        {"no-internal", LXPCF_NOSYSTEMINTERNAL}};
     return filters;
 }
 
@@ -43,10 +46,14 @@ public:
     int Run(XRun& run) const {
         XCfcSession& session = run.Session();
         session.Type(m_parent);
+        if (!m_child.empty()) { session.Type(m_child); }
+        session.NeedBrowser(m_browser);
         LONG filter = 0;
         for (const std::string& name : m_filters) {
             filter |= Filters().at(name);
         }
+        LXExpectThat((filter & LXPCF_PPRONLY) == 0 || (filter & LXPCF_NOPPR) == 0,
+                     "the filters ppr and no-ppr exclude each other");
         const auto list = m_inherited ? &ILXConfigFactoryCache::GetPCEnumAll : &ILXConfigFactoryCache::GetPCEnum2;
         XJson rows = XJson::array();
         for (const auto& relation : LXList<ILXParentChild, ILXParentChildEnum>("GetPCEnum", [&](auto** out) {
@@ -75,7 +82,8 @@ public:
     int Run(XRun& run) const {
         ILXConfigFactory& factory = run.Session().Cached();
         return run.Answer({{"browsers", LXRows<ILXBrowserId, ILXBrowserIdEnum>(
-                                            "GetBrowserIdEnum", XElementKind::BrowserId, {XProperty::BrowserIdName, 1},
+                                            "GetBrowserIdEnum", XElementKind::BrowserId,
+                                            {XProperty::BrowserIdName, XProperty::BrowserIdLabel},
                                             [&](auto** out) { return factory.GetBrowserIdEnum(out); })}});
     }
 };
@@ -90,7 +98,9 @@ public:
             for (const auto& attribute : LXAttributesOf(*session.Type(m_type), 0)) {
                 AddFormats(rows, "attribute", LXTextOf(*attribute, XProperty::AttributeName), *attribute);
             }
-            return run.Answer({{"type", m_type}, {"formats", std::move(rows)}});
+            const auto count = rows.size();
+            if (!run.Options().json) { rows = Merged(rows); }
+            return run.Answer({{"type", m_type}, {"count", count}, {"formats", std::move(rows)}});
         }
         for (const auto& spec : LXList<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
                  "GetAllGlobalAttributeFormatSpecs",
@@ -101,12 +111,32 @@ public:
     }
 
 private:
+    /// Formats that are alike, as one line with the number of their attributes.
+    static XJson Merged(const XJson& rows) {
+        std::vector<std::pair<XJson, std::vector<std::string>>> alike;
+        for (XJson row : rows) {
+            std::string attribute = row["attribute"];
+            row.erase("attribute");
+            const auto same =
+                std::find_if(alike.begin(), alike.end(), [&row](const auto& a) { return a.first == row; });
+            auto& entry = same != alike.end() ? *same : alike.emplace_back(std::move(row), std::vector<std::string>());
+            entry.second.push_back(std::move(attribute));
+        }
+        XJson merged = XJson::array();
+        for (auto& [row, attributes] : alike) {
+            row["count"] = attributes.size();
+            row["attributes"] = LXFirstOf(attributes, 3);
+            merged.push_back(std::move(row));
+        }
+        return merged;
+    }
+
     template <class Owner>
     static void AddFormats(XJson& rows, const char* kind, const std::string& name, Owner& owner) {
         for (const auto& [formatType, format] : LXFormatsOf(owner)) {
             XJson row = {{kind, name}};
-            row.update(
-                LXSomeOf(XElementKind::Format, *format, {XProperty::DataType, XProperty::Label, XProperty::Length}));
+            row.update(LXSomeOf(XElementKind::Format, *format,
+                                {XProperty::FormatType, XProperty::FormatPattern, XProperty::FormatWidth}));
             rows.push_back(std::move(row));
         }
     }

@@ -5,34 +5,70 @@
 #include "XCommands.h"
 
 #include <algorithm>
+#include <set>
 
 namespace {
-/// A type with those that derive from it, as a node of a tree.
-XJson TreeNode(const XTypeNodes& types, const XTypeNode& type) {
-    XJson node = {{"name", type.name}, {"label", type.label}};
-    if (!type.listed) { node["unlisted"] = true; }
-    for (const std::string& derived : type.derived) {
-        node["children"].push_back(TreeNode(types, types.at(derived)));
+/// Types as a tree, each of them once, even where bases go round in a circle.
+class Tree {
+public:
+    explicit Tree(const XTypeNodes& types) : m_types(types) {}
+
+    /// Adds a type with those that derive from it.
+    void Add(const XTypeNode& root) { m_nodes.push_back(Node(root)); }
+    /// Adds what has no base, and what no root leads to, since its bases go round in a circle.
+    void AddAll() {
+        for (const auto& [name, type] : m_types) {
+            if (!m_types.contains(type.base)) { Add(type); }
+        }
+        for (const auto& circle : LXCirclesOf(m_types)) {
+            Add(m_types.at(circle.front()));
+        }
     }
-    return node;
-}
+    /// The tree with the number of types in it, and what is wrong with these.
+    void Answer(XJson& answer) {
+        answer["types"] = m_shown.size();
+        for (const auto& circle : LXCirclesOf(m_types)) {
+            if (m_shown.contains(circle.front())) {
+                answer["findings"].push_back(
+                    {{"finding", "bases in a circle"}, {"types", LXJoined(circle, " -> ") + " -> " + circle.front()}});
+            }
+        }
+        answer["tree"] = std::move(m_nodes);
+    }
+
+private:
+    XJson Node(const XTypeNode& type) {
+        m_shown.insert(type.name);
+        XJson node = {{"name", type.name}, {"label", type.label}};
+        if (!type.listed) { node["unlisted"] = true; }
+        for (const std::string& derived : type.derived) {
+            if (!m_shown.contains(derived)) { node["children"].push_back(Node(m_types.at(derived))); }
+        }
+        return node;
+    }
+
+    const XTypeNodes& m_types;
+    std::set<std::string> m_shown;
+    XJson m_nodes = XJson::array();
+};
 
 class TypesCommand {
 public:
     void Declare(CLI::App& app) { app.add_option("--root", m_root, "Only this type and what derives from it"); }
     int Run(XRun& run) const {
         const XTypeNodes types = LXTypeNodes(run.Session().Cached());
-        XJson tree = XJson::array();
-        if (!m_root.empty()) {
+        Tree tree(types);
+        if (m_root.empty()) {
+            tree.AddAll();
+        } else {
             run.Session().Type(m_root);
             const auto root = types.find(m_root);
             LXExpectThat(root != types.end(), "the type \"" + m_root + "\" is not listed");
-            tree.push_back(TreeNode(types, root->second));
+            tree.Add(root->second);
         }
-        for (const auto& [name, type] : types) {
-            if (m_root.empty() && !types.contains(type.base)) { tree.push_back(TreeNode(types, type)); }
-        }
-        return run.Answer({{"types", types.size()}, {"tree", std::move(tree)}});
+        XJson answer = XJson::object();
+        tree.Answer(answer);
+        return run.Answer(answer);
     }
 
 private:
@@ -65,7 +101,7 @@ public:
         const auto type = run.Session().Type(m_name);
         XJson answer = {{"type", m_name}, {"bases", LXBasesOf(LXTypeNodes(run.Session().Cached()), m_name)}};
         XJson values = LXNamedValuesOf(XElementKind::Type, *type);
-        values.erase("p27"); // the base type as an object
+        values.erase(XPropertyNames::The().Key(XElementKind::Type, XProperty::BaseType)); // an object
         answer["values"] = std::move(values);
         AddGroupsAndPages(answer, *type);
         XJson& attributes = answer["attributes"] = XJson::array();
@@ -107,6 +143,7 @@ public:
     }
     int Run(XRun& run) const {
         const auto type = run.Session().Type(m_name);
+        if (m_group) { NeedGroup(*type); }
         const auto display = std::find_if(LXDisplays().begin(), LXDisplays().end(),
                                           [this](const auto& entry) { return entry.first == m_display; });
         XJson rows = XJson::array();
@@ -124,6 +161,17 @@ public:
     }
 
 private:
+    void NeedGroup(ILXType& type) const {
+        std::vector<std::string> numbers;
+        for (const auto& group :
+             LXList<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type.GetGroupEnum(out); })) {
+            numbers.push_back(std::to_string(LXNumberOf(*group, XProperty::GroupNumber)));
+        }
+        const bool known = std::find(numbers.begin(), numbers.end(), std::to_string(*m_group)) != numbers.end();
+        LXExpectThat(known, "\"" + m_name + "\" has no group " + std::to_string(*m_group) +
+                                "; it has: " + LXJoined(numbers, ", "));
+    }
+
     std::string m_name;
     std::string m_display = "all";
     std::optional<int> m_group;
@@ -138,12 +186,10 @@ public:
         const XTypeNodes types = LXTypeNodes(session.Cached());
         const std::vector<std::string> derived = LXDerivedOf(session.Cache(), m_name);
         XJson answer = {{"type", m_name}, {"bases", LXBasesOf(types, m_name)}, {"derivedTypes", derived.size()}};
-        XJson tree = XJson::array();
-        if (const auto root = types.find(m_name); root != types.end()) {
-            tree.push_back(TreeNode(types, root->second));
-        }
         answer["derived"] = derived;
-        answer["tree"] = std::move(tree);
+        Tree tree(types);
+        if (const auto root = types.find(m_name); root != types.end()) { tree.Add(root->second); }
+        tree.Answer(answer);
         return run.Answer(answer);
     }
 

@@ -5,7 +5,9 @@
 #include "XSurvey.h"
 #include "XTrace.h"
 
+#include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 
 namespace {
@@ -23,16 +25,17 @@ public:
     }
     int Run(XRun& run) {
         XCfcSession& session = run.Session();
+        LXExpectThat(session.HasNotifications(), "the server offers no ILXDataUpdate: there is nothing to watch");
+        const bool edited = !m_edits.empty() || m_random > 0;
+        if (edited) { session.NeedSample(m_edits.empty() ? "--random" : "--edit"); }
         XSurvey(session.Cached(), session.Cache()).AskEverything("Filling"); // there is something that can become stale
         XTrace trace((1u << LX_LOG_UPDATE) | (1u << LX_LOG_INVALIDATE));
         for (const std::string& edit : m_edits) {
             edit == "-" ? EditFromInput(run, session, trace) : Edit(run, session, trace, edit);
         }
         for (unsigned i = 0; i < m_random; ++i) {
-            session.EditAtRandom(m_seed + i, 1, true);
-            Print(run, trace, session);
+            WaitFor(session.EditAtRandom(m_seed + i, 1, true), run, trace, session);
         }
-        const bool edited = !m_edits.empty() || m_random > 0;
         LXExpectThat(edited || m_seconds > 0 || !session.Server().IsLocal(),
                      "nobody edits a server in this process: name edits with --edit or --random");
         Wait(run, session, trace, !edited && m_seconds == 0);
@@ -41,8 +44,23 @@ public:
 
 private:
     void Edit(XRun& run, XCfcSession& session, XTrace& trace, const std::string& edit) {
-        session.Server().Edit(edit);
-        Print(run, trace, session);
+        WaitFor(session.Server().Edit(edit), run, trace, session);
+    }
+
+    /// In this process a notification has come when its edit returns. From another process it comes later: as many are
+    /// waited for as ids were given since the last edit.
+    void WaitFor(const XNotification& sent, XRun& run, XTrace& trace, const XCfcSession& session) {
+        constexpr auto MostTime = std::chrono::seconds(20);
+        const std::size_t awaited = sent.id == 0 ? 0 : m_lastId == 0 ? 1 : sent.id - m_lastId;
+        m_lastId = std::max(m_lastId, sent.id);
+        m_expected = std::max(m_expected, m_seen) + (sent.clients > 0 ? awaited : 0);
+        const auto end = std::chrono::steady_clock::now() + MostTime;
+        for (Print(run, trace, session); m_seen < m_expected && !session.Server().IsLocal();) {
+            LXExpectThat(std::chrono::steady_clock::now() < end,
+                         "the notification " + std::to_string(sent.id) + " has not come");
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            Print(run, trace, session);
+        }
     }
 
     void EditFromInput(XRun& run, XCfcSession& session, XTrace& trace) {
@@ -65,8 +83,10 @@ private:
     void Print(XRun& run, XTrace& trace, const XCfcSession& session) {
         const std::chrono::milliseconds quiet(session.Server().IsLocal() ? 0 : 100);
         for (const XTrace::Notification& notification : trace.Take(quiet)) {
-            run.Printer().PrintNext(
-                {{"notification", notification.dataId}, {"mode", notification.mode}, {"stale", notification.stale}});
+            ++m_seen;
+            run.Printer().PrintNext({{"notification", notification.dataId},
+                                     {"mode", std::strtol(notification.mode.c_str(), nullptr, 10)},
+                                     {"stale", notification.stale}});
         }
     }
 
@@ -74,6 +94,9 @@ private:
     unsigned m_random = 0;
     unsigned m_seed = 1;
     double m_seconds = 0;
+    ULONG m_lastId = 0;
+    std::size_t m_seen = 0;
+    std::size_t m_expected = 0;
 };
 } // namespace
 

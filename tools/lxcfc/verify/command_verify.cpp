@@ -223,7 +223,10 @@ public:
         const XToolComponent component;
         const auto server = LXMakeServer(run.Options().server);
         const double delay = run.Options().server.delay * 1000;
-        if (delay > 0) { server->SetDelay(std::chrono::microseconds(static_cast<long long>(delay))); }
+        if (delay > 0) {
+            LXExpectThat(server->IsSample(), "--delay needs the sample server, which this is not");
+            server->SetDelay(std::chrono::microseconds(static_cast<long long>(delay)));
+        }
         const XVerifierReport report = Verify(*server);
         const bool isKept = std::none_of(report.verdicts.begin(), report.verdicts.end(),
                                          [](const XVerdict& verdict) { return verdict.IsBroken(); });
@@ -249,9 +252,12 @@ private:
         verified.factory = server.ConfigFactory();
         verified.update = server.DataUpdate();
         verified.inProcess = server.IsLocal();
-        verified.edit = m_editCommand.empty() ? std::function<void()>([&edits] { edits.Make(); })
-                                              : [this] { RunEdit(m_editCommand); };
-        if (server.IsLocal()) {
+        if (!m_editCommand.empty()) {
+            verified.edit = [this] { RunEdit(m_editCommand); };
+        } else if (server.IsSample()) {
+            verified.edit = [&edits] { edits.Make(); };
+        }
+        if (server.IsLocal() && server.IsSample()) {
             verified.live = [&server] {
                 const XServerObjectCount live = server.LiveObjects();
                 return std::pair(live.objects, live.references);

@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: MIT
+#ifndef XMANUAL_H
+#define XMANUAL_H
+
+#include <CLI/CLI.hpp>
+
+/// The program's manual page ("man") or its completion for a shell ("bash"), made of the declared commands and options.
+std::string LXManual(const CLI::App& app, const std::string& form);
+
+#endif

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+//
+// lxcfc: shows, compares and measures the configuration of a server, directly and through the cache.
+//
+// Exit status: 0 when all went well, 1 when a check found differences, 2 for errors and wrong options.
+#ifndef XPROGRAM_H
+#define XPROGRAM_H
+
+#include <string>
+#include <vector>
+
+/// The whole program.
+/// @param arguments  in UTF-8, without the program's name
+/// @return           the exit status
+int LXRunProgram(std::vector<std::string> arguments);
+
+#endif
