@@ -60,6 +60,15 @@ std::unique_ptr<XToolServer> LXMakeServer(const XServerChoice& choice) {
     return LXLocalToolServer(ModelIn(choice.model.empty() ? LXShippedModel() : choice.model));
 }
 
+std::unique_ptr<XToolServer> LXServerNamed(const std::string& name) {
+    std::error_code unknown;
+    XServerChoice choice;
+    const bool isFile = name.ends_with(".json") || name.find_first_of("/\\") != std::string::npos ||
+                        std::filesystem::exists(name, unknown);
+    (isFile ? choice.model : choice.progId) = name;
+    return LXMakeServer(choice);
+}
+
 std::string LXShippedModel() {
     const std::filesystem::path folder = ProgramFolder();
     for (const auto& candidate : {folder / "models", folder / ".." / "share" / "lxconfigfactorycache" / "models",

@@ -64,6 +64,9 @@ private:
     bool m_hasNotifications = false;
 };
 
+/// The server that a name stands for: that of a model file where the name looks like a file's, else a registered one.
+std::unique_ptr<XToolServer> LXServerNamed(const std::string& name);
+
 /// The model that is shipped with the program: beside it, where it was installed to, or in the source tree.
 std::string LXShippedModel();
 

@@ -103,5 +103,7 @@ void LXAddCheckCommand(XCommands& commands);
 void LXAddMeasureCommands(XCommands& commands); // stats, bench
 void LXAddGraphCommand(XCommands& commands);
 void LXAddVerifyCommand(XCommands& commands);
+void LXAddDoctorCommand(XCommands& commands);
+void LXAddDiffCommand(XCommands& commands);
 
 #endif

@@ -43,7 +43,8 @@ std::string Manual(const CLI::App& app) {
             page += option->get_lnames() == std::vector<std::string>{"help"} ? "" : ManualOf(*option);
         }
     }
-    return page + ".SH EXIT STATUS\n0 when all went well, 1 when a check found differences, 2 for errors and wrong "
+    return page + ".SH EXIT STATUS\n0 when all went well, 1 when a command found differences or faults, 2 for errors "
+                  "and wrong "
                   "options.\n";
 }
 

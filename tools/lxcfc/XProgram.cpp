@@ -63,6 +63,8 @@ void DeclareCommands(XCommands& commands) {
     LXAddMeasureCommands(commands);
     LXAddGraphCommand(commands);
     LXAddVerifyCommand(commands);
+    LXAddDoctorCommand(commands);
+    LXAddDiffCommand(commands);
 }
 } // namespace
 

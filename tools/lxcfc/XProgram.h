@@ -2,7 +2,7 @@
 //
 // lxcfc: shows, compares and measures the configuration of a server, directly and through the cache.
 //
-// Exit status: 0 when all went well, 1 when a check found differences, 2 for errors and wrong options.
+// Exit status: 0 when all went well, 1 when a command found differences or faults, 2 for errors and wrong options.
 #ifndef XPROGRAM_H
 #define XPROGRAM_H
 

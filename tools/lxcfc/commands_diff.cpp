@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+//
+// Two configurations compared: what the second has more, less and otherwise than the first.
+#include "XCommands.h"
+#include "XSurvey.h"
+
+#include <algorithm>
+
+namespace {
+constexpr const char* KindNames[] = {"attribute", "format", "format spec", "attribute type", "browser", "editor",
+                                     "group",     "page",   "relation",    "PC info",        "type"}; // XElementKind
+
+/// The objects of a configuration by path. What a type inherits is left out: it is its base's.
+XAnswers ObjectsOf(ILXConfigFactory& factory) {
+    XSurvey survey(factory);
+    const std::map<std::string, std::string> bases = survey.BasesOf(survey.TypeNames());
+    XAnswers all = survey.General(survey.Browsers());
+    for (const auto& [name, base] : bases) {
+        all.merge(survey.OfType(name, bases));
+    }
+    XAnswers objects;
+    for (const auto& [path, answer] : all) {
+        const bool isInherited = answer.kind == XElementKind::Attribute && !all.contains(path + "/by name");
+        if (answer.kind && !isInherited) { objects.emplace(path, answer); }
+    }
+    return objects;
+}
+
+XJson Row(const std::string& path, const XAnswer& answer) {
+    const std::string kind = KindNames[static_cast<std::size_t>(*answer.kind)];
+    return {{"kind", kind}, {"name", path.starts_with(kind + " ") ? path.substr(kind.size() + 1) : path}};
+}
+
+/// What of these is not among the others. The parts of what is missing as a whole are counted, not listed.
+XJson OnlyIn(const XAnswers& these, const XAnswers& others) {
+    XJson rows = XJson::array();
+    std::map<std::string, std::size_t> listed;
+    for (const auto& [path, answer] : these) {
+        if (others.contains(path)) { continue; }
+        auto whole = listed.end();
+        for (auto slash = path.find('/'); slash != path.npos && whole == listed.end();
+             slash = path.find('/', slash + 1)) {
+            whole = listed.find(path.substr(0, slash));
+        }
+        if (whole != listed.end()) {
+            XJson& parts = rows[whole->second]["parts"];
+            parts = parts.get<int>() + 1;
+            continue;
+        }
+        listed.emplace(path, rows.size());
+        rows.push_back(Row(path, answer));
+        rows.back()["parts"] = 0;
+    }
+    return rows;
+}
+
+XJson Changed(const XAnswers& before, const XAnswers& after) {
+    XJson rows = XJson::array();
+    for (const auto& [path, answer] : before) {
+        const auto other = after.find(path);
+        if (other == after.end()) { continue; }
+        const std::size_t count = std::max(answer.values.size(), other->second.values.size());
+        for (std::size_t i = 0; i < count; ++i) {
+            const XJson was = i < answer.values.size() ? answer.values[i] : XJson(nullptr);
+            const XJson is = i < other->second.values.size() ? other->second.values[i] : XJson(nullptr);
+            if (was == is) { continue; }
+            XJson& row = rows.emplace_back(Row(path, answer));
+            row["property"] = XPropertyNames::The().Key(*answer.kind, static_cast<int>(i));
+            row["before"] = was;
+            row["after"] = is;
+        }
+    }
+    return rows;
+}
+
+class DiffCommand {
+public:
+    void Declare(CLI::App& app) {
+        app.add_option("A", m_first, "A model file, or a registered server's ProgID or {CLSID}")->required();
+        app.add_option("B", m_second, "What it is compared with")->required();
+    }
+    int Run(XRun& run) const {
+        const XServerChoice& choice = run.Options().server;
+        LXExpectThat(choice.progId.empty() && choice.model.empty() && choice.generated == 0,
+                     "diff has its two configurations as arguments, not as --server, --model or --generate");
+        const XToolComponent com;
+        const XAnswers before = ObjectsOf(*LXServerNamed(m_first)->ConfigFactory());
+        const XAnswers after = ObjectsOf(*LXServerNamed(m_second)->ConfigFactory());
+        XJson removed = OnlyIn(before, after);
+        XJson added = OnlyIn(after, before);
+        XJson changed = Changed(before, after);
+        const bool differs = !removed.empty() || !added.empty() || !changed.empty();
+        XJson answer = {{"objects", before.size()}, {"differs", differs}};
+        answer["removed"] = std::move(removed);
+        answer["added"] = std::move(added);
+        answer["changed"] = std::move(changed);
+        run.Answer(answer);
+        return differs ? ExitDifferences : ExitOk;
+    }
+
+private:
+    std::string m_first;
+    std::string m_second;
+};
+} // namespace
+
+void LXAddDiffCommand(XCommands& commands) {
+    commands.Add<DiffCommand>("diff", "What one configuration has more, less and otherwise than another");
+}
