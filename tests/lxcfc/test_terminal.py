@@ -58,9 +58,9 @@ class Terminal(unittest.TestCase):
     def test_names_cannot_control_a_terminal(self):
         model = self.model({"name": HOSTILE, "label": HOSTILE})
         shown = "Red\\u001b[31m\\nline\\u009b2J\\u202e"
-        for arguments in (["types"], ["type", HOSTILE], ["type", HOSTILE + "!"], ["graph", "types", "--root", "\x1b"]):
+        for arguments in (["types"], ["type", HOSTILE], ["type", HOSTILE + "!"], ["graph", "types"]):
             answer = lxcfc(*arguments, *model)
-            self.assertIn(shown if "graph" not in arguments else "\\u001b", answer.out + answer.error, answer)
+            self.assertIn(shown.replace("\\", "\\\\") if "graph" in arguments else shown, answer.out + answer.error)
             self.assertIsNone(re.search("[\x00-\x09\x0b-\x1f\x7f-\x9f\u202e]", answer.out + answer.error), answer)
         self.assertEqual(lxcfc("types", "--json", *model).json()["tree"][0]["name"], HOSTILE)
 

@@ -82,8 +82,8 @@ std::string LXShippedModel() {
 
 XCfcSession::XCfcSession(const XServerChoice& choice)
     : m_server(LXMakeServer(choice)), m_direct(m_server->ConfigFactory()), m_cache(m_component.Activate()) {
-    if (choice.delay > 0) {
-        NeedSample("--delay");
+    if (choice.delay > 0) { NeedSample("--delay"); }
+    if (m_server->IsSample()) {
         m_server->SetDelay(std::chrono::microseconds(static_cast<long long>(choice.delay * 1000)));
     }
     Initialize();

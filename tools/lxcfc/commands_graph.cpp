@@ -104,13 +104,13 @@ std::string Dot(const Graph& graph) {
         "digraph " + Quoted(graph.title) + " {\n  rankdir=LR;\n  node [shape=box, fontname=sans-serif];\n";
     for (const auto& [name, type] : graph.nodes) {
         const bool hasLabel = type != nullptr && !type->label.empty() && type->label != name;
-        const std::string label = hasLabel ? name + "\n" + type->label : name;
-        dot += "  " + Quoted(name) + " [label=" + Replaced(Quoted(label), "\n", "\\n") +
+        const std::string label = hasLabel ? LXShown(name) + "\n" + LXShown(type->label) : LXShown(name);
+        dot += "  " + Quoted(LXShown(name)) + " [label=" + Replaced(Quoted(label), "\n", "\\n") +
                (type != nullptr && !type->listed ? ", style=dashed];\n" : "];\n");
     }
     for (const Graph::Edge& edge : graph.edges) {
-        dot += "  " + Quoted(edge.from) + " -> " + Quoted(edge.to) +
-               (edge.label.empty() ? ";\n" : " [label=" + Quoted(edge.label) + "];\n");
+        dot += "  " + Quoted(LXShown(edge.from)) + " -> " + Quoted(LXShown(edge.to)) +
+               (edge.label.empty() ? ";\n" : " [label=" + Quoted(LXShown(edge.label)) + "];\n");
     }
     return dot + "}\n";
 }
