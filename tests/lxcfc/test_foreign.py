@@ -66,6 +66,7 @@ class Foreign(unittest.TestCase):
             check = self.answer("check")
             self.assertEqual((check["differing"], check["notOffered"]), (0, ["GetSearchableTypeEnum"]))
             self.assertGreater(check["answersCompared"], 30)
+            self.assertEqual(self.answer("doctor")["findings"], [])
             stats = self.answer("stats")
             self.assertEqual(stats["objects"]["attributes"], 3)
             self.assertNotIn("serverObjectsHeld", stats)

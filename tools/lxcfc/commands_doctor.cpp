@@ -14,6 +14,15 @@ namespace {
 constexpr std::size_t ManyAttributes = 500; // of a type, the inherited ones among them
 constexpr std::size_t ManyChoices = 200;    // attribute types of an attribute
 
+/// The elements of an enumeration; none where the server does not offer it.
+template <class Element, class Enumerator, class Call>
+std::vector<XLXComPtr<Element>> Offered(const char* what, Call&& call) {
+    return LXList<Element, Enumerator>(what, [&call](Enumerator** out) {
+        const HRESULT result = call(out);
+        return result == E_NOTIMPL ? S_FALSE : result;
+    });
+}
+
 /// Findings have an id that scripts can rely on, a severity and the object that they are about.
 class Findings {
 public:
@@ -98,12 +107,15 @@ private:
     }
 
     void LookAtBrowsersAndSpecs() {
-        const auto browsers = m_session.Browsers();
+        const auto browsers =
+            LXTextsOf(Offered<ILXBrowserId, ILXBrowserIdEnum>(
+                          "GetBrowserIdEnum", [&](auto** out) { return m_session.Cached().GetBrowserIdEnum(out); }),
+                      XProperty::BrowserIdName);
         for (const std::string& browser : browsers) {
             m_browsers.insert(LXFolded(browser));
         }
         m_findings.Names("browser ", browsers);
-        for (const auto& spec : LXList<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
+        for (const auto& spec : Offered<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
                  "GetAllGlobalAttributeFormatSpecs",
                  [&](auto** out) { return m_session.Cached().GetAllGlobalAttributeFormatSpecs(out); })) {
             LookAtFormats("spec " + LXTextOf(*spec, XProperty::SpecId), *spec);
@@ -111,7 +123,7 @@ private:
     }
 
     void LookAtRelations() {
-        for (const auto& relation : LXList<ILXParentChild, ILXParentChildEnum>("GetParentChildEnum", [&](auto** out) {
+        for (const auto& relation : Offered<ILXParentChild, ILXParentChildEnum>("GetParentChildEnum", [&](auto** out) {
                  return m_session.Cached().GetParentChildEnum(nullptr, nullptr, out);
              })) {
             const std::string parent = LXTextOf(*relation, XProperty::ParentName);
@@ -123,7 +135,7 @@ private:
                     m_findings.Error("unknown-type", object, "there is no type \"" + end + "\"");
                 }
             }
-            for (const auto& info : LXList<ILXPCInfo, ILXPCInfoEnum>(
+            for (const auto& info : Offered<ILXPCInfo, ILXPCInfoEnum>(
                      "GetPCInfoEnum", [&](auto** out) { return relation->GetPCInfoEnum(out); })) {
                 NeedBrowser(object, LXTextOf(*info, XProperty::PCInfoBrowser));
             }
@@ -152,7 +164,7 @@ private:
         }
         m_findings.Names(name + "/", names, inherited);
         LookAtGroups(name, *type, attributes, inherited);
-        for (const auto& editor : LXList<ILXConfObjEditor, ILXConfObjEditorEnum>(
+        for (const auto& editor : Offered<ILXConfObjEditor, ILXConfObjEditorEnum>(
                  "GetConfObjEditorEnum", [&](auto** out) { return type->GetConfObjEditorEnum(out); })) {
             NeedBrowser(name + "/editor " + LXTextOf(*editor, XProperty::ProgId),
                         LXTextOf(*editor, XProperty::EditorBrowserId));
@@ -162,7 +174,7 @@ private:
     void LookAtAttribute(const std::string& object, ILXAttribute& attribute) {
         LookAtFormats(object, attribute);
         const auto choices =
-            LXTextsOf(LXList<ILXAttributeType, ILXAttributeTypeEnum>(
+            LXTextsOf(Offered<ILXAttributeType, ILXAttributeTypeEnum>(
                           "GetAttributeTypeEnum", [&](auto** out) { return attribute.GetAttributeTypeEnum(out); }),
                       XProperty::AttributeTypeName);
         m_findings.Names(object + "/", choices);
@@ -175,11 +187,11 @@ private:
                       const std::set<std::string>& inherited) {
         std::set<LONG> pages, groups, usedPages, usedGroups;
         for (const auto& page :
-             LXList<ILXPage, ILXPageEnum>("GetPageEnum", [&](auto** out) { return type.GetPageEnum(out); })) {
+             Offered<ILXPage, ILXPageEnum>("GetPageEnum", [&](auto** out) { return type.GetPageEnum(out); })) {
             pages.insert(LXNumberOf(*page, XProperty::PageNumber));
         }
         const auto all =
-            LXList<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type.GetGroupEnum(out); });
+            Offered<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type.GetGroupEnum(out); });
         for (const auto& group : all) {
             groups.insert(LXNumberOf(*group, XProperty::GroupNumber));
         }
@@ -216,7 +228,7 @@ private:
     }
 
     void NeedBrowser(const std::string& object, const std::string& browser) {
-        if (!browser.empty() && !m_browsers.contains(LXFolded(browser))) {
+        if (!browser.empty() && !m_browsers.empty() && !m_browsers.contains(LXFolded(browser))) {
             m_findings.Warning("unknown-browser", object, "there is no browser \"" + browser + "\"");
         }
     }
@@ -235,11 +247,8 @@ private:
     std::vector<std::string> OwnAttributes(const std::string& name) const {
         XLXComPtr<ILXType> type;
         if (m_session.Direct().GetType(LXBstr(name).Get(), nullptr, type.Put()) != S_OK) { return {}; }
-        return LXTextsOf(LXList<ILXAttribute, ILXAttributeEnum>("GetAttributeEnum",
-                                                                [&](auto** out) {
-                                                                    const HRESULT result = type->GetAttributeEnum(out);
-                                                                    return result == E_NOTIMPL ? S_FALSE : result;
-                                                                }),
+        return LXTextsOf(Offered<ILXAttribute, ILXAttributeEnum>(
+                             "GetAttributeEnum", [&](auto** out) { return type->GetAttributeEnum(out); }),
                          XProperty::AttributeName);
     }
 
