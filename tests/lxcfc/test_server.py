@@ -58,7 +58,7 @@ class Server(unittest.TestCase):
         self.assertEqual(answer_of("types", "--server", PROGID), answer_of("types", "--model", self.model))
 
     def test_2_notifications_come_from_the_other_process(self):
-        out = lxcfc("watch", "--random", "3", "--seconds", "3", "--server", PROGID, "--json").out
+        out = lxcfc("watch", "--random", "3", "--server", PROGID, "--json").out
         self.assertGreaterEqual(len([json.loads(line) for line in out.splitlines()]), 3)
 
     def test_3_no_difference_before_and_after_random_edits(self):

@@ -34,7 +34,8 @@ public:
             edit == "-" ? EditFromInput(run, session, trace) : Edit(run, session, trace, edit);
         }
         for (unsigned i = 0; i < m_random; ++i) {
-            WaitFor(session.EditAtRandom(m_seed + i, 1, true), run, trace, session);
+            session.EditAtRandom(m_seed + i, 1, true);
+            WaitFor(1, run, trace, session);
         }
         LXExpectThat(edited || m_seconds > 0 || !session.Server().IsLocal(),
                      "nobody edits a server in this process: name edits with --edit or --random");
@@ -44,20 +45,21 @@ public:
 
 private:
     void Edit(XRun& run, XCfcSession& session, XTrace& trace, const std::string& edit) {
-        WaitFor(session.Server().Edit(edit), run, trace, session);
+        const XNotification sent = session.Server().Edit(edit);
+        const bool isFirst = m_lastId == 0;
+        const std::size_t ids = sent.id > m_lastId ? (isFirst ? 1 : sent.id - m_lastId) : 0;
+        m_lastId = std::max(m_lastId, sent.id);
+        WaitFor(sent.clients > 0 ? ids : 0, run, trace, session);
     }
 
-    /// In this process a notification has come when its edit returns. From another process it comes later: as many are
-    /// waited for as ids were given since the last edit.
-    void WaitFor(const XNotification& sent, XRun& run, XTrace& trace, const XCfcSession& session) {
+    /// In this process a notification has come when its edit returns. From another process it comes later, and so many
+    /// are waited for: as many as ids were given since the last edit.
+    void WaitFor(std::size_t notifications, XRun& run, XTrace& trace, const XCfcSession& session) {
         constexpr auto MostTime = std::chrono::seconds(20);
-        const std::size_t awaited = sent.id == 0 ? 0 : m_lastId == 0 ? 1 : sent.id - m_lastId;
-        m_lastId = std::max(m_lastId, sent.id);
-        m_expected = std::max(m_expected, m_seen) + (sent.clients > 0 ? awaited : 0);
+        m_expected = std::max(m_expected, m_seen) + notifications;
         const auto end = std::chrono::steady_clock::now() + MostTime;
         for (Print(run, trace, session); m_seen < m_expected && !session.Server().IsLocal();) {
-            LXExpectThat(std::chrono::steady_clock::now() < end,
-                         "the notification " + std::to_string(sent.id) + " has not come");
+            LXExpectThat(std::chrono::steady_clock::now() < end, "the notification of an edit has not come");
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
             Print(run, trace, session);
         }
