@@ -91,6 +91,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.h ${PROJECT_SOURCE_
   ${PROJECT_SOURCE_DIR}/include/LXError32.h ${PROJECT_SOURCE_DIR}/src/base/LXCompiler.h
   ${PROJECT_SOURCE_DIR}/include/lxconfigfactorycache/LXProperties.h
   DESTINATION ${lx_include} COMPONENT main)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/lxserver DESTINATION ${lx_include} COMPONENT main) # the server kit
 install(TARGETS lxidl ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main)
 install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.idl DESTINATION ${lx_data} COMPONENT main)
 if(WIN32)

@@ -1,8 +1,7 @@
 /* SPDX-License-Identifier: MIT
  *
- * The smallest configuration server that the cache can be put in front of: two types, one attribute each, in
- * the process of its client. Pump derives from Part. Setting a property of one of its attributes notifies the
- * clients.
+ * A small configuration server that the cache can be put in front of, in the process of its client: two types, one
+ * attribute each. Pump derives from Part. Setting a property of one of its objects notifies the clients.
  */
 #ifndef MINIMAL_SERVER_H
 #define MINIMAL_SERVER_H

@@ -111,7 +111,7 @@ build_with_pkg_config() {
     libraries=$(pkg-config --libs lxconfigfactorycache)
     [ "$(pkg-config --modversion lxconfigfactorycache)" = "$(version)" ] || fail "pkg-config's version is not $(version)"
     # shellcheck disable=SC2086
-    c++ -std=c++17 $warnings $flags "$source/examples/client.cpp" "$source/examples/minimal_server.cpp" \
+    c++ -std=c++20 -pthread $warnings $flags "$source/examples/client.cpp" "$source/examples/minimal_server.cpp" \
         $libraries -Wl,-rpath,"$root/lib" -o "$place/client"
     [ "$("$place/client")" = m3/h ] || fail "the client, built with pkg-config, does not work"
     echo "the client, built with pkg-config, ran"

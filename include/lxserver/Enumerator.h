@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+//
+// The enumerators, one template for all: a snapshot of objects and a cursor.
+//
+// Ownership  An enumerator owns a reference to each of its objects.
+// Threading  Everything may be called from any thread; one that threads share gives each object to one of them.
+// Errors     Clone is not offered (E_NOTIMPL).
+#ifndef LXSERVER_ENUMERATOR_H
+#define LXSERVER_ENUMERATOR_H
+
+#include <lxserver/Object.h>
+
+#include <algorithm>
+#include <mutex>
+#include <vector>
+
+namespace lx {
+/// @tparam Base  lx::Object of the enumerator's interface, or what has its Call and Refuse
+/// @tparam IX    the interface of the objects
+template <class Base, class IEnumX, class IX>
+class EnumeratorOn final : public Base {
+public:
+    /// @param rest  what Base is made with
+    template <class... Rest>
+    explicit EnumeratorOn(std::vector<Ref<IX>> items, Rest&&... rest)
+        : Base(std::forward<Rest>(rest)...), m_items(std::move(items)) {}
+
+    HRESULT STDMETHODCALLTYPE RemNext(ULONG count, IX** objects, ULONG* fetched) override {
+        return this->Call(
+            "RemNext",
+            [&]() -> HRESULT {
+                if (objects == nullptr) { return E_POINTER; }
+                const std::lock_guard lock(m_mutex);
+                *fetched = static_cast<ULONG>(std::min<std::size_t>(count, m_items.size() - m_next));
+                for (ULONG i = 0; i < *fetched; ++i) {
+                    objects[i] = Ref<IX>(m_items[m_next++]).Detach();
+                }
+                return *fetched == count ? S_OK : S_FALSE;
+            },
+            fetched);
+    }
+    HRESULT STDMETHODCALLTYPE Skip(ULONG count) override {
+        return this->Call("Skip", [&] {
+            const std::lock_guard lock(m_mutex);
+            const std::size_t passed = std::min<std::size_t>(count, m_items.size() - m_next);
+            m_next += passed;
+            return passed == count ? S_OK : S_FALSE;
+        });
+    }
+    HRESULT STDMETHODCALLTYPE Reset() override {
+        return this->Call("Reset", [&] {
+            const std::lock_guard lock(m_mutex);
+            m_next = 0;
+            return S_OK;
+        });
+    }
+    HRESULT STDMETHODCALLTYPE Clone(IEnumX** out) override { return this->Refuse("Clone", out); }
+    HRESULT STDMETHODCALLTYPE GetSingleNext(IX** object) override {
+        return this->Call(
+            "GetSingleNext",
+            [&] {
+                const std::lock_guard lock(m_mutex);
+                if (m_next == m_items.size()) { return S_FALSE; }
+                *object = Ref<IX>(m_items[m_next++]).Detach();
+                return S_OK;
+            },
+            object);
+    }
+
+private:
+    const std::vector<Ref<IX>> m_items;
+    std::mutex m_mutex; // guards m_next
+    std::size_t m_next = 0;
+};
+
+/// Hands out an enumerator, or S_FALSE and null when there is nothing to enumerate.
+template <class IEnumX, class IX>
+HRESULT HandOut(std::vector<Ref<IX>> items, IEnumX** out) {
+    if (items.empty()) { return S_FALSE; }
+    *out = Make<EnumeratorOn<Object<IEnumX>, IEnumX, IX>>(std::move(items)).Detach();
+    return S_OK;
+}
+} // namespace lx
+
+#endif

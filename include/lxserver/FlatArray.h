@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+//
+// The flat arrays in which configurations travel: one VARIANT after the other, each of exactly the type that its reader
+// expects. docs/transfer-format.md describes them.
+//
+// Ownership  An array owns its elements until Detach moves them into a SAFEARRAY, which is the caller's.
+// Threading  For one thread at a time.
+// Errors     std::bad_alloc.
+#ifndef LXSERVER_FLATARRAY_H
+#define LXSERVER_FLATARRAY_H
+
+#include <lxserver/Model.h>
+
+namespace lx {
+class FlatArray {
+public:
+    FlatArray() = default;
+    FlatArray(const FlatArray&) = delete;
+    FlatArray& operator=(const FlatArray&) = delete;
+    ~FlatArray() {
+        for (VARIANT& value : m_values) {
+            VariantClear(&value);
+        }
+    }
+
+    LONG Size() const noexcept { return static_cast<LONG>(m_values.size()); }
+    void Number(LONG number) { V_I4(&Add(VT_I4)) = number; }
+    void Count(std::size_t count) { V_UI4(&Add(VT_UI4)) = static_cast<ULONG>(count); }
+    void Flag(bool flag) { V_BOOL(&Add(VT_BOOL)) = flag ? VARIANT_TRUE : VARIANT_FALSE; }
+    void Name(TextView name) {
+        VARIANT& added = Add(VT_EMPTY);
+        V_BSTR(&added) = NewBstr(name);
+        V_VT(&added) = VT_BSTR;
+    }
+    /// A reference to an object, or null.
+    void Object(Ref<IUnknown> object) { V_UNKNOWN(&Add(VT_UNKNOWN)) = object.Detach(); }
+    /// All values of a record, in the order of their indexes.
+    void Values(const Record& record) {
+        for (int i = 0; i < record.Count(); ++i) {
+            record[i].CopyTo(&Add(VT_EMPTY));
+        }
+    }
+    /// Another array's elements, with their number in front.
+    void SubArray(FlatArray& other) {
+        Number(other.Size());
+        Append(other);
+    }
+    /// Moves another array's elements to the end of this one.
+    void Append(FlatArray& other) {
+        m_values.insert(m_values.end(), other.m_values.begin(), other.m_values.end());
+        other.m_values.clear();
+    }
+
+    /// Moves all elements into an array of the platform.
+    SAFEARRAY* Detach() {
+        SAFEARRAY* const array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(m_values.size()));
+        void* data = nullptr;
+        if (array == nullptr || FAILED(SafeArrayAccessData(array, &data))) { throw std::bad_alloc(); }
+        std::copy(m_values.begin(), m_values.end(), static_cast<VARIANT*>(data));
+        SafeArrayUnaccessData(array);
+        m_values.clear();
+        return array;
+    }
+
+private:
+    VARIANT& Add(VARTYPE type) {
+        VARIANT& added = m_values.emplace_back();
+        VariantInit(&added);
+        V_VT(&added) = type;
+        return added;
+    }
+
+    std::vector<VARIANT> m_values;
+};
+
+/// The texts of an array of strings; raises std::invalid_argument for anything else.
+inline std::vector<Text> TextsOf(SAFEARRAY* array) {
+    VARTYPE type = VT_EMPTY;
+    LONG lower = 0;
+    LONG upper = -1;
+    void* data = nullptr;
+    if (array == nullptr || SafeArrayGetDim(array) != 1 || FAILED(SafeArrayGetVartype(array, &type)) ||
+        type != VT_BSTR || FAILED(SafeArrayGetLBound(array, 1, &lower)) ||
+        FAILED(SafeArrayGetUBound(array, 1, &upper)) || FAILED(SafeArrayAccessData(array, &data))) {
+        throw std::invalid_argument("no array of strings");
+    }
+    const std::unique_ptr<SAFEARRAY, HRESULT (*)(SAFEARRAY*)> access(
+        array, [](SAFEARRAY* a) { return SafeArrayUnaccessData(a); });
+    std::vector<Text> texts;
+    for (LONG i = 0; i <= upper - lower; ++i) {
+        texts.emplace_back(ViewOf(static_cast<BSTR*>(data)[i]));
+    }
+    return texts;
+}
+} // namespace lx
+
+#endif

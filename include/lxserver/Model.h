@@ -1,0 +1,420 @@
+// SPDX-License-Identifier: MIT
+//
+// The description of a configuration, from which the kit makes everything that clients read: types with their pages,
+// groups, attributes and editors, relations, browser ids and global format specs.
+//
+//     lx::Model model;
+//     lx::TypeRecord& pump = model.AddType(OLESTR("Pump"), OLESTR("Part"));
+//     pump.AddAttribute(OLESTR("RatedFlow")).Set(4, OLESTR("m3/h"));
+//
+// A record has its values by property index. What was never set is empty (VT_EMPTY), which the cache asks for again
+// each time; only the flags and numbers that the cache itself reads have a value from the start.
+//
+// Ownership  Plain values. Copies of a record share their values until one of them is changed, so that copying a model
+//            to change a little of it is cheap.
+// Threading  As with containers: a model that nobody changes may be read and copied by any number of threads.
+// Errors     std::out_of_range for an index that the kind does not have, std::invalid_argument for a value that a
+//            configuration cannot hold, std::bad_alloc.
+#ifndef LXSERVER_MODEL_H
+#define LXSERVER_MODEL_H
+
+#include <lxserver/Object.h>
+
+#include <array>
+#include <concepts>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <variant>
+#include <vector>
+
+namespace lx {
+/// A property value: empty, a boolean, a number or a text.
+class Value {
+public:
+    Value() = default;
+    template <std::same_as<bool> T> // a pointer must not become one
+    Value(T value) : m_value(value) {}
+    Value(std::int32_t value) : m_value(value) {}
+    Value(double value) : m_value(value) {}
+    Value(Text value) : m_value(std::move(value)) {}
+    Value(TextView value) : m_value(Text(value)) {}
+    Value(const OLECHAR* value) : m_value(Text(value)) {}
+
+    /// Raises std::invalid_argument for a type that is none of those.
+    static Value From(const VARIANT& value) {
+        switch (V_VT(&value)) {
+        case VT_EMPTY: return {};
+        case VT_BOOL: return V_BOOL(&value) != VARIANT_FALSE;
+        case VT_I2: return std::int32_t{V_I2(&value)};
+        case VT_I4: return static_cast<std::int32_t>(V_I4(&value));
+        case VT_R8: return V_R8(&value);
+        case VT_BSTR: return ViewOf(V_BSTR(&value));
+        default: throw std::invalid_argument("a value is empty, a boolean, a number or a text");
+        }
+    }
+    /// Writes the value into a VARIANT that holds nothing.
+    void CopyTo(VARIANT* out) const {
+        VariantInit(out);
+        if (const auto* const text = std::get_if<Text>(&m_value)) {
+            V_BSTR(out) = NewBstr(*text);
+            V_VT(out) = VT_BSTR;
+        } else if (const auto* const flag = std::get_if<bool>(&m_value)) {
+            V_BOOL(out) = *flag ? VARIANT_TRUE : VARIANT_FALSE;
+            V_VT(out) = VT_BOOL;
+        } else if (const auto* const number = std::get_if<std::int32_t>(&m_value)) {
+            V_I4(out) = *number;
+            V_VT(out) = VT_I4;
+        } else if (const auto* const real = std::get_if<double>(&m_value)) {
+            V_R8(out) = *real;
+            V_VT(out) = VT_R8;
+        }
+    }
+
+    bool IsEmpty() const noexcept { return m_value.index() == 0; }
+    /// The text; empty for anything else.
+    const Text& AsText() const noexcept {
+        static const Text none;
+        const auto* const text = std::get_if<Text>(&m_value);
+        return text != nullptr ? *text : none;
+    }
+    /// The number; 0 for anything else.
+    std::int32_t AsNumber() const noexcept {
+        const auto* const number = std::get_if<std::int32_t>(&m_value);
+        return number != nullptr ? *number : 0;
+    }
+    bool AsBool() const noexcept {
+        const auto* const flag = std::get_if<bool>(&m_value);
+        return flag != nullptr ? *flag : AsNumber() != 0;
+    }
+    bool operator==(const Value&) const = default;
+
+private:
+    std::variant<std::monostate, bool, std::int32_t, double, Text> m_value;
+};
+
+/// What there is in a configuration.
+enum class Kind {
+    Type,
+    Page,
+    Group,
+    GroupFormat,
+    Editor,
+    Attribute,
+    AttributeType,
+    AttributeFormat,
+    Relation,
+    PCInfo,
+    BrowserId,
+    GlobalSpec,
+    GlobalSpecFormat
+};
+
+/// The indexes of the properties that the kit reads.
+namespace Index {
+enum Type : int { TypeName = 0, BaseType = 2, Searchable = 14 };
+enum Page : int { PageNumber = 6 };
+enum Group : int { GroupNumber = 2, GroupPage = 5, ParentGroup = 15 };
+enum Editor : int { EditorBrowserId = 0, DefaultEditor = 1, DefaultNewEditor = 2, ProgId = 3 };
+enum Attribute : int {
+    AttributeName = 0,
+    ShowInBrowser = 7,
+    ShowInEditor = 8,
+    ShowInFinder = 9,
+    AttributeGroup = 17,
+    InAvSet = 19,
+    Printable = 28,
+    NotInFinder = 32,
+    Origin = 46
+};
+enum AttributeType : int { AttributeTypeName = 3 };
+enum Format : int { FormatType = 1 };
+enum Relation : int { ChildList = 0, ChildName = 1, SystemInternal = 14, ParentName = 19, PPRRelationType = 20 };
+enum PCInfo : int { PCInfoBrowser = 1, PCInfoNew = 6 };
+enum BrowserId : int { BrowserIdName = 0 };
+enum GlobalSpec : int { SpecId = 0 };
+} // namespace Index
+
+/// A property that has a name for ILXConfigObject::Get, or a value from the start.
+struct Property {
+    int index;
+    const char* name; ///< null: none
+    Value initial;
+};
+
+/// The properties of a kind.
+struct Properties {
+    int count; ///< how many values a record of it has
+    std::vector<Property> known;
+
+    static const Properties& Of(Kind kind) {
+        static const std::array<Properties, 13> all = Make();
+        return all[static_cast<std::size_t>(kind)];
+    }
+    /// The index of a property name; -1 when the kind has none of that name.
+    int Find(TextView name) const {
+        for (const Property& property : known) {
+            if (property.name != nullptr && name == WidenAscii(property.name)) { return property.index; }
+        }
+        return -1;
+    }
+
+private:
+    static std::array<Properties, 13> Make() {
+        const std::vector<Property> format{{Index::AttributeName, "LXCFG_attributename", {}}};
+        return {{{28,
+                  {{Index::TypeName, "LXCFG_typename", {}},
+                   {Index::BaseType, "LXCFG_basetypename", {}},
+                   {Index::Searchable, "LXCFG_searchable", true},
+                   {27, "LXCFG_basetype", {}}}},
+                 {7, {{Index::PageNumber, "LXCFG_pagenumber", 0}}},
+                 {16,
+                  {{Index::GroupNumber, "LXCFG_groupnumber", 0},
+                   {Index::GroupPage, "LXCFG_grouppagenumber", 0},
+                   {Index::ParentGroup, "LXCFG_parentgroupnumber", 0}}},
+                 {60, format},
+                 {5,
+                  {{Index::EditorBrowserId, "LXCFG_editorbrowserid", Text()},
+                   {Index::DefaultEditor, "LXCFG_defaulteditor", false},
+                   {Index::DefaultNewEditor, "LXCFG_defaultneweditor", false},
+                   {Index::ProgId, "LXCFG_progid", {}}}},
+                 {60,
+                  {{Index::AttributeName, "LXCFG_attributename", {}},
+                   {Index::ShowInBrowser, "LXCFG_showinbrowser", false},
+                   {Index::ShowInEditor, "LXCFG_showineditor", false},
+                   {Index::ShowInFinder, "LXCFG_showinfinder", false},
+                   {Index::AttributeGroup, "LXCFG_attributegroupnumber", 0},
+                   {Index::InAvSet, "LXCFG_inavset", false},
+                   {Index::Printable, "LXCFG_printable", false},
+                   {Index::NotInFinder, "LXCFG_notinfinder", false},
+                   {Index::Origin, "LXCFG_origin", 0}}},
+                 {7, {{Index::AttributeTypeName, "LXCFG_attributetypename", {}}}},
+                 {60, format},
+                 {37,
+                  {{Index::ChildList, "LXCFPC_childlistname", Text()},
+                   {Index::ChildName, "LXCFPC_childname", Text()},
+                   {Index::SystemInternal, "LXCFPC_issysteminternal", false},
+                   {Index::ParentName, "LXCFPC_parentname", Text()},
+                   {Index::PPRRelationType, "LXCFPC_pprrelationtype", 0}}},
+                 {10, {{Index::PCInfoBrowser, "LXCFG_pcinfobrowserid", {}}, {Index::PCInfoNew, "LXCFG_pcinfonew", 0}}},
+                 {2, {{Index::BrowserIdName, "LXCFG_browserid", {}}}},
+                 {60, {{Index::SpecId, "LXCFGAFS_attributepropertyid", {}}}},
+                 {60, format}}};
+    }
+};
+
+/// The values of one element.
+class Record {
+public:
+    explicit Record(Kind kind) : m_kind(kind), m_values(Initial(kind)) {}
+
+    Kind What() const noexcept { return m_kind; }
+    int Count() const { return Properties::Of(m_kind).count; }
+    const Value& operator[](int index) const {
+        static const Value none;
+        Check(index);
+        const auto found = m_values->find(index);
+        return found != m_values->end() ? found->second : none;
+    }
+    Record& Set(int index, Value value) {
+        Check(index);
+        if (m_values.use_count() > 1) { m_values = std::make_shared<std::map<int, Value>>(*m_values); }
+        (*m_values)[index] = std::move(value);
+        return *this;
+    }
+
+private:
+    static std::shared_ptr<std::map<int, Value>> Initial(Kind kind) {
+        auto values = std::make_shared<std::map<int, Value>>();
+        for (const Property& property : Properties::Of(kind).known) {
+            if (!property.initial.IsEmpty()) { values->emplace(property.index, property.initial); }
+        }
+        return values;
+    }
+    void Check(int index) const {
+        if (index < 0 || index >= Count()) { throw std::out_of_range("property index"); }
+    }
+
+    Kind m_kind;
+    std::shared_ptr<std::map<int, Value>> m_values; // shared by copies, and not changed while it is
+};
+
+template <Kind kind>
+struct RecordOf : Record {
+    RecordOf() : Record(kind) {}
+};
+using PageRecord = RecordOf<Kind::Page>;
+using EditorRecord = RecordOf<Kind::Editor>;
+using AttributeTypeRecord = RecordOf<Kind::AttributeType>;
+using AttributeFormatRecord = RecordOf<Kind::AttributeFormat>;
+using GroupFormatRecord = RecordOf<Kind::GroupFormat>;
+using SpecFormatRecord = RecordOf<Kind::GlobalSpecFormat>;
+using PCInfoRecord = RecordOf<Kind::PCInfo>;
+using BrowserIdRecord = RecordOf<Kind::BrowserId>;
+
+/// The record of a key, made with that key as its value when there is none.
+template <class Map>
+typename Map::mapped_type& AddTo(Map& map, const typename Map::key_type& key, int index) {
+    const auto [added, isNew] = map.try_emplace(key);
+    if (isNew) { added->second.Set(index, key); }
+    return added->second;
+}
+
+struct GroupRecord : RecordOf<Kind::Group> {
+    std::optional<GroupFormatRecord> format;
+};
+
+struct AttributeRecord : RecordOf<Kind::Attribute> {
+    std::map<Text, AttributeTypeRecord> types;
+    std::map<int, AttributeFormatRecord> formats; ///< by format type
+
+    AttributeTypeRecord& AddType(const Text& name) { return AddTo(types, name, Index::AttributeTypeName); }
+    AttributeFormatRecord& AddFormat(int formatType) { return AddTo(formats, formatType, Index::FormatType); }
+};
+
+struct TypeRecord : RecordOf<Kind::Type> {
+    bool listed = true; ///< named by the type enumerations
+    std::map<int, PageRecord> pages;
+    std::map<int, GroupRecord> groups;
+    std::map<Text, AttributeRecord> attributes; ///< its own, without the inherited ones
+    std::map<Text, EditorRecord> editors;       ///< by ProgId
+
+    const Text& Name() const { return (*this)[Index::TypeName].AsText(); }
+    const Text& Base() const { return (*this)[Index::BaseType].AsText(); }
+    PageRecord& AddPage(int number) { return AddTo(pages, number, Index::PageNumber); }
+    GroupRecord& AddGroup(int number) { return AddTo(groups, number, Index::GroupNumber); }
+    AttributeRecord& AddAttribute(const Text& name) { return AddTo(attributes, name, Index::AttributeName); }
+    EditorRecord& AddEditor(const Text& progId) { return AddTo(editors, progId, Index::ProgId); }
+};
+
+struct RelationRecord : RecordOf<Kind::Relation> {
+    std::vector<PCInfoRecord> infos;
+
+    PCInfoRecord& AddInfo(const Text& browserId) {
+        infos.emplace_back().Set(Index::PCInfoBrowser, browserId);
+        return infos.back();
+    }
+};
+
+struct GlobalSpecRecord : RecordOf<Kind::GlobalSpec> {
+    std::map<int, SpecFormatRecord> formats; ///< by format type
+
+    SpecFormatRecord& AddFormat(int formatType) { return AddTo(formats, formatType, Index::FormatType); }
+};
+
+/// Which element of a configuration: what an object that was handed out finds its newest values by.
+struct Key {
+    Kind kind;
+    Text owner;     ///< type; a relation's parent; browser id; id of a global format spec
+    Text name;      ///< attribute; an editor's ProgId; a relation's child
+    Text part;      ///< attribute type; a relation's child list
+    Text browser;   ///< of a PC info
+    int number = 0; ///< page, group or format type
+};
+
+struct Model {
+    Text version = OLESTR("1");
+    std::map<Text, TypeRecord> types;
+    std::vector<RelationRecord> relations; ///< in the order in which clients are to see them
+    std::vector<BrowserIdRecord> browserIds;
+    std::map<Text, GlobalSpecRecord> specs;
+
+    TypeRecord& AddType(const Text& name, const Text& base = {}) {
+        TypeRecord& type = AddTo(types, name, Index::TypeName);
+        if (!base.empty()) { type.Set(Index::BaseType, base); }
+        return type;
+    }
+    RelationRecord& AddRelation(const Text& parent, const Text& child, const Text& childList) {
+        RelationRecord& added = relations.emplace_back();
+        added.Set(Index::ParentName, parent).Set(Index::ChildName, child).Set(Index::ChildList, childList);
+        return added;
+    }
+    BrowserIdRecord& AddBrowserId(const Text& name) {
+        browserIds.emplace_back().Set(Index::BrowserIdName, name);
+        return browserIds.back();
+    }
+    GlobalSpecRecord& AddSpec(const Text& id) { return AddTo(specs, id, Index::SpecId); }
+
+    /// The type and its base types, nearest first. A base that is unknown or met before ends the chain.
+    std::vector<const TypeRecord*> BaseChain(const Text& name) const {
+        std::vector<const TypeRecord*> chain;
+        for (auto type = types.find(name); type != types.end() && chain.size() < types.size();
+             type = types.find(type->second.Base())) {
+            chain.push_back(&type->second);
+        }
+        return chain;
+    }
+};
+
+/// The element of a map, null when there is none.
+template <class Map>
+const typename Map::mapped_type* FindIn(const Map& map, const typename Map::key_type& key) {
+    const auto found = map.find(key);
+    return found != map.end() ? &found->second : nullptr;
+}
+
+inline const RelationRecord* FindRelation(const Model& model, const Key& key) {
+    for (const RelationRecord& relation : model.relations) {
+        if (relation[Index::ParentName].AsText() == key.owner && relation[Index::ChildName].AsText() == key.name &&
+            relation[Index::ChildList].AsText() == key.part) {
+            return &relation;
+        }
+    }
+    return nullptr;
+}
+
+/// The PC info of a browser; of two for one browser the later one counts. Null when there is none.
+inline const PCInfoRecord* FindInfo(const RelationRecord& relation, TextView browser) {
+    const PCInfoRecord* found = nullptr;
+    for (const PCInfoRecord& info : relation.infos) {
+        found = EqualWithoutCase(info[Index::PCInfoBrowser].AsText(), browser) ? &info : found;
+    }
+    return found;
+}
+
+/// The record of a component of a type; null when there is none.
+inline const Record* FindComponent(const TypeRecord& type, const Key& key) {
+    if (key.kind == Kind::Type) { return &type; }
+    if (key.kind == Kind::Page) { return FindIn(type.pages, key.number); }
+    if (key.kind == Kind::Editor) { return FindIn(type.editors, key.name); }
+    const GroupRecord* const group = FindIn(type.groups, key.number);
+    if (key.kind == Kind::Group) { return group; }
+    if (key.kind == Kind::GroupFormat) { return group != nullptr && group->format ? &*group->format : nullptr; }
+    const AttributeRecord* const attribute = FindIn(type.attributes, key.name);
+    if (attribute == nullptr || key.kind == Kind::Attribute) { return attribute; }
+    if (key.kind == Kind::AttributeType) { return FindIn(attribute->types, key.part); }
+    return FindIn(attribute->formats, key.number);
+}
+
+/// The record of an element; null when the model has none of that key.
+inline const Record* Find(const Model& model, const Key& key) {
+    switch (key.kind) {
+    case Kind::Relation: return FindRelation(model, key);
+    case Kind::PCInfo: {
+        const RelationRecord* const relation = FindRelation(model, key);
+        return relation != nullptr ? FindInfo(*relation, key.browser) : nullptr;
+    }
+    case Kind::BrowserId:
+        for (const BrowserIdRecord& browserId : model.browserIds) {
+            if (browserId[Index::BrowserIdName].AsText() == key.owner) { return &browserId; }
+        }
+        return nullptr;
+    case Kind::GlobalSpec: return FindIn(model.specs, key.owner);
+    case Kind::GlobalSpecFormat: {
+        const GlobalSpecRecord* const spec = FindIn(model.specs, key.owner);
+        return spec != nullptr ? FindIn(spec->formats, key.number) : nullptr;
+    }
+    default: {
+        const TypeRecord* const type = FindIn(model.types, key.owner);
+        return type != nullptr ? FindComponent(*type, key) : nullptr;
+    }
+    }
+}
+/// The same, to change it.
+inline Record* Find(Model& model, const Key& key) {
+    return const_cast<Record*>(Find(static_cast<const Model&>(model), key));
+}
+} // namespace lx
+
+#endif
