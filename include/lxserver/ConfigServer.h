@@ -71,6 +71,9 @@ inline Change SetChanged(const Key& key) {
     return {isRelation ? "pc" : "objects", key.owner, isRelation ? 0 : key.number, ModeOf(key.kind)};
 }
 
+/// The notification that anything may have changed.
+inline Change EverythingChanged() { return {"objects", {}, 0, 1}; }
+
 /// The notifications that a value changed. A base type says which types there are below which, and the searchable flag
 /// of a type has a kind of its own.
 inline std::vector<Change> ValueChanged(const Key& key, int index) {

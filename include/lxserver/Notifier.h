@@ -82,6 +82,8 @@ public:
         }
         DropLostClients();
     }
+    /// How long one call may take before its client is dropped.
+    void SetHangLimit(std::chrono::milliseconds limit) noexcept { m_hangLimit = limit; }
     /// Releases all callbacks. Nobody is called any more; a client that never answers is left in its call.
     void Shutdown() {
         std::map<LONG, Client> clients; // released with no lock held
@@ -171,11 +173,12 @@ private:
     }
     void DropLostClients() {
         for (const auto& [id, queue] : AllQueues()) {
-            if (queue->IsGone() || queue->IsHanging(HangLimit)) { Unregister(id); }
+            if (queue->IsGone() || queue->IsHanging(m_hangLimit)) { Unregister(id); }
         }
     }
 
-    mutable std::mutex m_mutex;
+    std::atomic<std::chrono::milliseconds> m_hangLimit{HangLimit};
+    mutable std::mutex m_mutex; // guards the following
     std::map<LONG, Client> m_clients;
     LONG m_lastClient = 0;
     ULONG m_lastId = 0;

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+//
+// lxsqliteserver: the SQLite server as a program of its own, for clients in other processes (Windows).
+//
+//     lxsqliteserver --database plant.db --register   COM starts it when a client asks for LXSqliteServer.Server
+//     lxsqliteserver --database plant.db              serves until it is stopped
+//     lxsqliteserver --database plant.db --sql "UPDATE attribute SET unit = 'l/s' WHERE name = 'RatedFlow'"
+//     lxsqliteserver --stop                           ends all that run
+//     lxsqliteserver --unregister
+//
+// Started by COM it ends by itself some seconds after the last client. Exit status: 0 when all went well, 1 when not,
+// other values for wrong options.
+#include "SqliteServer.h"
+
+#include <lxserver/LocalServer.h>
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <filesystem>
+
+namespace {
+constexpr CLSID ServerClass = {0x29e8ff2c, 0xb82c, 0x46b7, {0x9a, 0x80, 0x5a, 0x07, 0x6e, 0x1a, 0xd6, 0xe6}};
+
+struct Options {
+    std::string database;
+    std::string sql;
+    std::string readyEvent;
+    bool registers = false;
+    bool unregisters = false;
+    bool stops = false;
+    lx::LocalServer::Terms terms;
+};
+
+/// COM starts it with the same database, from any folder.
+lx::ClassRegistration Registration(const Options& options) {
+    const std::wstring database = std::filesystem::absolute(options.database).wstring();
+    return {ServerClass,
+            L"LXSqliteServer.Server",
+            L"Configuration server over a SQLite database",
+            L"LocalServer32",
+            L"\"" + lx::ModulePath(nullptr) + L"\" --database \"" + database + L"\"",
+            false};
+}
+
+void Check(HRESULT result, const char* what) {
+    if (FAILED(result)) { throw std::runtime_error(std::string(what) + " failed"); }
+}
+
+void Serve(const Options& options) {
+    Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "initialising COM");
+    {
+        const auto server = OpenSqliteServer(options.database);
+        std::printf("lxsqliteserver: process %lu serves %zu types\n", GetCurrentProcessId(),
+                    server->Snapshot()->types.size());
+        lx::ServeConfiguration(server, ServerClass, options.terms, [&options] {
+            std::puts("lxsqliteserver: ready");
+            std::fflush(stdout);
+            if (!options.readyEvent.empty()) { // which is kept until the end
+                SetEvent(CreateEventA(nullptr, TRUE, FALSE, options.readyEvent.c_str()));
+            }
+        });
+    }
+    CoUninitialize();
+    std::puts("lxsqliteserver: ended");
+}
+
+void Run(const Options& options) {
+    if (options.stops) {
+        if (!lx::LocalServer::StopAll(ServerClass)) { throw std::runtime_error("none runs"); }
+    } else if (options.unregisters) {
+        Check(lx::UnregisterClassKeys(Registration(options)), "unregistering");
+    } else if (!options.sql.empty()) {
+        Database(options.database).Run(options.sql);
+    } else if (options.registers) {
+        OpenSqliteServer(options.database); // one that cannot be read is refused here, where somebody sees it
+        Check(lx::RegisterClassKeys(Registration(options)), "registering");
+    } else {
+        Serve(options);
+    }
+}
+} // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    std::vector<char*> arguments(argv, argv + argc);
+    options.terms.idleEnd =
+        std::erase_if(arguments, [](const char* argument) { // no option of the others' form
+            return std::string_view(argument) == "-Embedding" || std::string_view(argument) == "/Embedding";
+        }) > 0;
+
+    CLI::App app("A configuration server over a SQLite database, for clients in other processes.");
+    auto* const stops = app.add_flag("--stop", options.stops, "End the servers that run");
+    auto* const unregisters = app.add_flag("--unregister", options.unregisters, "Take the registration back");
+    app.add_option("--database", options.database, "The database, made with make_database.py")
+        ->check(CLI::ExistingFile)
+        ->excludes(stops);
+    app.add_option("--sql", options.sql, "Run a statement on the database, as any other program might, and end");
+    app.add_option("--ready-event", options.readyEvent, "Name of an event to set when clients can find the server");
+    app.add_flag("--single-use", options.terms.singleUse, "Serve only the first client that looks for the server");
+    app.add_flag("--register", options.registers, "Tell COM how to start it")->excludes(unregisters)->excludes(stops);
+    CLI11_PARSE(app, static_cast<int>(arguments.size()), arguments.data());
+    try {
+        Run(options);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "lxsqliteserver: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
