@@ -116,10 +116,11 @@ lx::Ref<ILXAttribute> AttributeOf(ILXConfigFactory& factory, const OLECHAR* type
     return Got<ILXAttribute>([&](auto** out) { return found->GetAttribute(Name(name), out); });
 }
 
-std::string Dump(ILXConfigFactory& factory) {
+std::string Dump(ILXConfigFactory& factory, const std::set<std::string>& only) {
     std::map<std::string, std::string> types; // the order of types is nobody's promise
     ForAll<ILXType>(
         Got<ILXTypeEnum>([&](auto** out) { return factory.GetTypeEnum(nullptr, out); }), [&](ILXType& type) {
+            if (!only.empty() && !only.contains(ValueOf(type, lx::Index::TypeName))) { return; }
             std::ostringstream text;
             DumpValues(text << " type", type, 27); // the last one, the base type's object, is the cache's own
             DumpComponents(text, type);
@@ -135,15 +136,31 @@ std::string Dump(ILXConfigFactory& factory) {
         [&](ILXParentChild& relation) {
             std::ostringstream text;
             DumpValues(text << "relation", relation, 37);
+            std::set<std::string> infos;
             ForAll<ILXPCInfo>(Got<ILXPCInfoEnum>([&](auto** out) { return relation.GetPCInfoEnum(out); }),
-                              [&](ILXPCInfo& info) { DumpValues(text << " info", info, 10); });
+                              [&](ILXPCInfo& info) {
+                                  std::ostringstream line;
+                                  DumpValues(line << " info", info, 10);
+                                  infos.insert(line.str());
+                              });
+            for (const std::string& info : infos) {
+                text << info;
+            }
             relations.insert(text.str());
         });
     for (const std::string& relation : relations) {
         all << relation;
     }
+    std::set<std::string> browserIds;
     ForAll<ILXBrowserId>(Got<ILXBrowserIdEnum>([&](auto** out) { return factory.GetBrowserIdEnum(out); }),
-                         [&](ILXBrowserId& browserId) { DumpValues(all << "browser id", browserId, 2); });
+                         [&](ILXBrowserId& browserId) {
+                             std::ostringstream line;
+                             DumpValues(line << "browser id", browserId, 2);
+                             browserIds.insert(line.str());
+                         });
+    for (const std::string& browserId : browserIds) {
+        all << browserId;
+    }
     ForAll<ILXGlobalAttributeFormatSpec>(Got<ILXGlobalAttributeFormatSpecEnum>(
                                              [&](auto** out) { return factory.GetAllGlobalAttributeFormatSpecs(out); }),
                                          [&](ILXGlobalAttributeFormatSpec& spec) {
@@ -153,6 +170,20 @@ std::string Dump(ILXConfigFactory& factory) {
                                              if (format) { DumpValues(all << " format", *format, 60); }
                                          });
     return all.str();
+}
+
+std::string Difference(const std::string& left, const std::string& right) {
+    std::istringstream leftLines(left);
+    std::istringstream rightLines(right);
+    std::string leftLine;
+    std::string rightLine;
+    for (bool more = true; more;) {
+        const bool hasLeft = static_cast<bool>(std::getline(leftLines, leftLine));
+        const bool hasRight = static_cast<bool>(std::getline(rightLines, rightLine));
+        more = hasLeft && hasRight;
+        if (hasLeft != hasRight || (more && leftLine != rightLine)) { return leftLine + "\n" + rightLine; }
+    }
+    return "";
 }
 
 std::vector<std::string> Listener::DataIds() const {

@@ -57,7 +57,11 @@ std::string ValueOf(ILXConfigObject& object, int index);
 lx::Ref<ILXAttribute> AttributeOf(ILXConfigFactory& factory, const OLECHAR* type, const OLECHAR* name);
 
 /// All that there is: types with their components, relations, browser ids and specs, with all their values.
-std::string Dump(ILXConfigFactory& factory);
+/// @param only  the types that are wanted, by name as ValueOf gives it; all when there are none
+std::string Dump(ILXConfigFactory& factory, const std::set<std::string>& only = {});
+
+/// Where two of them differ first: the lines of both; "" when they are the same.
+std::string Difference(const std::string& left, const std::string& right);
 
 /// Waits until a condition holds; false when it does not in time.
 template <class Condition>
