@@ -39,16 +39,54 @@ build() {
     quietly cmake --build --preset "$1" --parallel "$(nproc)" --target "${@:2}"
 }
 
+# The example over SQLite, where that can be had.
+build_sqlite() {
+    if grep -q 'lxsqlitedemo' "build/$1/build.ninja"; then
+        quietly cmake --build --preset "$1" --parallel "$(nproc)" --target "${@:2}"
+    fi
+}
+
 headline() { printf '\n%s\n%s\n' "$1" "${1//?/=}"; }
+
+# over_sqlite RUN...: two servers over a database, and an edit of it by another process.
+#   RUN   starts a program of the demo: nothing on Linux
+over_sqlite() {
+    local database=build/demo-plant.db output=build/demo-sqlite.log programs=build/linux-release/bin edit suffix=""
+    local sql="UPDATE attribute SET unit = 'l/s' WHERE type = 'Pump' AND name = 'RatedFlow'"
+    edit=(python3 -c 'import sqlite3, sys; d = sqlite3.connect(sys.argv[1]); d.execute(sys.argv[2]); d.commit()'
+        "$database" "$sql")
+    if [ $# -gt 0 ]; then
+        programs=$bin suffix=.exe
+        edit=("$@" 120 "$bin/lxsqliteserver.exe" --database "$database" --sql "$sql")
+        set -- "$@" 120
+    fi
+    if [ ! -e "$programs/lxsqlitedemo$suffix" ]; then
+        return # SQLite cannot be had here
+    fi
+    headline "A configuration in a SQLite database: two servers, and somebody who edits it"
+    quietly python3 examples/sqlite_server/make_database.py models/plant.json "$database"
+    rm -f "$output"
+    "$@" "$programs/lxsqlitedemo$suffix" "$database" >"$output" 2>&1 </dev/null &
+    for ((i = 0; i < 300; ++i)); do
+        if grep -q 'Two servers' "$output" 2>/dev/null; then break; fi
+        sleep 0.1
+    done
+    printf '    %s\n' "$sql"
+    quietly "${edit[@]}"
+    wait $! || true
+    tr -d '\r' <"$output"
+}
 
 native() {
     cmake/setup.sh build
     build linux-release lxdemo
+    build_sqlite linux-release lxsqlitedemo
     local demo=build/linux-release/bin/lxdemo
     headline "Client mode: an application and a server in one process, on Linux"
     timeout 300 "$demo" --colours "$colours"
     headline "Server mode: the cache in the server's own process, on Linux"
     timeout 300 "$demo" --colours "$colours" --server-mode
+    over_sqlite
 }
 
 on_wine() { timeout "$1" cmake/run-wine.sh "${@:2}" </dev/null; }
@@ -107,6 +145,7 @@ windows() {
     local module
     cmake/setup.sh build windows
     build windows-release lxdemo lxsampleserverprogram "${modules[@]}"
+    build_sqlite windows-release lxsqlitedemo lxsqliteserver
     export WINEPREFIX=$PWD/build/demo-wineprefix
     trap end_wine EXIT
     step "Preparing a Wine prefix of its own"
@@ -121,6 +160,7 @@ windows() {
     start_server
     run_on_wine "An application and a server in two processes, on Windows" --server LXSampleServer.Server
     run_on_wine "Server mode: the cache in the server's own process, on Windows" --server-mode
+    over_sqlite on_wine
     printf '\n'
     step "Stopping the server, unregistering everything"
     quietly on_wine 120 "$bin/lxsampleserver.exe" --stop
