@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// lxsqlitedemo DATABASE: two servers over one database, each with a cache in front of it; shows what both say of an
-// attribute before and after somebody else edits it. Waits for that edit, which is to set its unit to l/s.
+// lxsqlitedemo DATABASE [SQL]: two servers over one database, each with a cache in front of it; shows what both say of an
+// attribute before and after somebody else edits it. Waits for that edit, which is to set its unit to l/s; a statement
+// that is given is run on a connection of its own.
 #include "SqliteServer.h"
 
 #include <cstdio>
@@ -68,18 +69,19 @@ lx::Text Side::Unit() const {
     return unit;
 }
 
-void Show(const std::string& database) {
+void Show(const std::string& database, const char* sql) {
     const Side first(database);
     const Side second(database);
     std::puts("Two servers over one database; the caches of both have RatedFlow in cubic metres per hour.");
     std::fflush(stdout);
+    if (sql != nullptr) { Database(database).Run(sql); }
     const lx::Text edited = OLESTR("l/s");
     const auto start = std::chrono::steady_clock::now();
     while (first.Unit() != edited || second.Unit() != edited) {
         if (std::chrono::steady_clock::now() - start > EditWait) { throw std::runtime_error("nobody edited it"); }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    std::puts("Another process ran an UPDATE: the caches of both have it in l/s.");
+    std::puts("Somebody else ran an UPDATE: the caches of both have it in l/s.");
 }
 } // namespace
 
@@ -89,7 +91,7 @@ int main(int argc, char** argv) {
     DllRegisterServer(); // for this process; on Windows regsvr32 has done it
 #endif
     try {
-        Show(argc == 2 ? argv[1] : "");
+        Show(argc > 1 ? argv[1] : "", argc > 2 ? argv[2] : nullptr);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "lxsqlitedemo: %s\n", error.what());
         return 1;

@@ -34,12 +34,13 @@ struct Options {
 
 /// COM starts it with the same database, from any folder.
 lx::ClassRegistration Registration(const Options& options) {
-    const std::wstring database = std::filesystem::absolute(options.database).wstring();
+    std::filesystem::path database = options.database;
+    if (!database.empty()) { database = std::filesystem::absolute(database); }
     return {ServerClass,
             L"LXSqliteServer.Server",
             L"Configuration server over a SQLite database",
             L"LocalServer32",
-            L"\"" + lx::ModulePath(nullptr) + L"\" --database \"" + database + L"\"",
+            L"\"" + lx::ModulePath(nullptr) + L"\" --database \"" + database.wstring() + L"\"",
             false};
 }
 

@@ -92,7 +92,7 @@ build_examples() {
     examples=$(find "$root" -name minimal_server.cpp -printf '%h')
     quietly "$cmake" -S "$examples" -B "$place/build" -G Ninja -DCMAKE_PREFIX_PATH="$root" \
         ${TOOLCHAIN:+-DCMAKE_TOOLCHAIN_FILE="$TOOLCHAIN" -DCMAKE_FIND_ROOT_PATH="$root"} \
-        -DCMAKE_C_FLAGS="$warnings" -DCMAKE_CXX_FLAGS="$warnings"
+        ${SQLITE:+-DLX_SQLITE_SOURCE="$SQLITE"} -DCMAKE_C_FLAGS="$warnings" -DCMAKE_CXX_FLAGS="$warnings"
     grep -q "LXConfigFactoryCache_DIR:PATH=$root/" "$place/build/CMakeCache.txt" || fail "another package was found"
     quietly "$cmake" --build "$place/build"
 }
