@@ -194,7 +194,8 @@ HRESULT SqliteServer::SetValue(const lx::Key& key, int index, const lx::Value& v
         for (const Table& table : Tables()) {
             if (table.kind != key.kind) { continue; }
             std::string column;
-            for (const auto& [name, itsIndex] : ReadPropertyColumns()[table.name]) {
+            const PropertyColumns columns = ReadPropertyColumns();
+            for (const auto& [name, itsIndex] : columns.at(table.name)) {
                 column = itsIndex == index ? name : column;
             }
             if (column.empty()) { return E_INVALIDARG; } // an element is found by it, or there is no column for it
