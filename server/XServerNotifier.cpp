@@ -66,11 +66,11 @@ std::vector<XServerNotifier::Client> XServerNotifier::AllClients() const {
 
 /// Gives a call to every client's thread. The answers are those of the clients that are worth waiting for.
 XServerNotifier::Answers XServerNotifier::PostToEach(const std::vector<Client>& clients,
-                                                     const XClientQueue::Call& call) const {
+                                                     const lx::ClientQueue::Call& call) const {
     Answers answers;
     for (const Client& client : clients) {
         const bool wait = client.queue->IsReady();
-        XClientQueue::Answer answer = client.queue->Post(call);
+        lx::ClientQueue::Answer answer = client.queue->Post(call);
         if (wait) { answers.push_back(std::move(answer)); }
     }
     return answers;
@@ -79,7 +79,7 @@ XServerNotifier::Answers XServerNotifier::PostToEach(const std::vector<Client>& 
 XNotification XServerNotifier::Await(ULONG id, Answers answers) const {
     XNotification sent{id, 0, S_OK};
     const auto until = std::chrono::steady_clock::now() + *m_wait;
-    for (XClientQueue::Answer& answer : answers) {
+    for (lx::ClientQueue::Answer& answer : answers) {
         if (answer.wait_until(until) != std::future_status::ready) { continue; }
         if (const std::optional<HRESULT> result = answer.get()) {
             ++sent.clients;
@@ -98,7 +98,7 @@ XNotification XServerNotifier::Deliver(const Job& job) {
         const HRESULT result = Notify(*client.callback, job.dataId, job.dataType, job.id);
         ++sent.clients;
         if (sent.result == S_OK) { sent.result = result; }
-        if (LXIsGone(result)) { Unregister(client.facts.id); }
+        if (lx::IsGone(result)) { Unregister(client.facts.id); }
     }
     return sent;
 }
@@ -150,7 +150,7 @@ void XServerNotifier::CheckClients() {
     const auto check = [](ILXCallbackUpdate& callback) { return callback.CheckCallbackValid(); };
     for (const Client& client : AllClients()) {
         if (client.queue == nullptr) {
-            if (LXIsGone(check(*client.callback))) { Unregister(client.facts.id); }
+            if (lx::IsGone(check(*client.callback))) { Unregister(client.facts.id); }
         } else if (client.queue->WaitUntilIdle({})) // no second question before the first is answered
         {
             client.queue->Post(check);
@@ -172,7 +172,7 @@ void XServerNotifier::CallEachClientOnItsOwnThread(std::chrono::milliseconds wai
 
 void XServerNotifier::Shutdown() {
     std::map<LONG, Client> clients; // released with no lock held
-    std::vector<std::shared_ptr<XClientQueue>> queues;
+    std::vector<std::shared_ptr<lx::ClientQueue>> queues;
     {
         const std::lock_guard lock(m_mutex);
         m_end = true;
@@ -200,7 +200,7 @@ LONG XServerNotifier::Register(XLXTextView computer, ULONG process, ILXCallbackU
     client.facts.process = process;
     const std::lock_guard lock(m_mutex);
     if (m_wait) {
-        client.queue = XClientQueue::Create(callback);
+        client.queue = lx::ClientQueue::Create(callback);
     } else {
         client.callback = callback;
     }

@@ -7,8 +7,9 @@
 #ifndef XSERVERNOTIFIER_H
 #define XSERVERNOTIFIER_H
 
-#include "XClientQueue.h"
 #include "XSampleServer.h"
+
+#include <lxserver/ClientQueue.h>
 
 #include <deque>
 #include <thread>
@@ -47,7 +48,7 @@ private:
     struct Client {
         XRegisteredClient facts;
         XLXComPtr<ILXCallbackUpdate> callback;
-        std::shared_ptr<XClientQueue> queue; // of a client that is called on its own thread
+        std::shared_ptr<lx::ClientQueue> queue; // of a client that is called on its own thread
     };
     struct Job {
         XLXText dataId;
@@ -56,13 +57,13 @@ private:
         LONG leaveOut;
     };
 
-    using Answers = std::vector<XClientQueue::Answer>;
+    using Answers = std::vector<lx::ClientQueue::Answer>;
 
     XNotification Deliver(const Job& job);
     void RunThread();
     std::vector<Client> Receivers(const Job& job) const;
     std::vector<Client> AllClients() const;
-    Answers PostToEach(const std::vector<Client>& clients, const XClientQueue::Call& call) const;
+    Answers PostToEach(const std::vector<Client>& clients, const lx::ClientQueue::Call& call) const;
     XNotification Await(ULONG id, Answers answers) const;
     void ForgetClientsThatAreGone();
 
@@ -72,9 +73,9 @@ private:
     ULONG m_lastId = 0;
     std::vector<XForwardedNotification> m_forwarded;
     std::deque<Job> m_queue;
-    std::optional<std::chrono::milliseconds> m_wait;    // set: each client on its own thread
-    std::vector<std::shared_ptr<XClientQueue>> m_ended; // whose threads may still be in a call
-    bool m_busy = false;                                // the thread is delivering
+    std::optional<std::chrono::milliseconds> m_wait;       // set: each client on its own thread
+    std::vector<std::shared_ptr<lx::ClientQueue>> m_ended; // whose threads may still be in a call
+    bool m_busy = false;                                   // the thread is delivering
     bool m_end = false;
     std::condition_variable m_changed;
     std::thread m_thread; // started by the first queued notification

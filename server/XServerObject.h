@@ -173,6 +173,13 @@ protected:
             method, [] { return E_NOTIMPL; }, outs...);
     }
 
+    /// A look-up of which there is nothing.
+    template <class... Outs>
+    HRESULT Nothing(std::string_view method, Outs*... outs) noexcept {
+        return Call<First>(
+            method, [] { return S_FALSE; }, outs...);
+    }
+
 private:
     template <class F>
     static HRESULT Work(F&& body) noexcept {

@@ -2,14 +2,17 @@
 //
 // LXCfgCacheCallback.dll: the separate callback object as a module of its own, for a client's process.
 #include "XCfgCacheCallback.h"
-#include "XServerRegistration.h"
+#include <lxserver/Registration.h>
 
 namespace {
-XClassRegistration Registration() {
+lx::ClassRegistration Registration() {
     static const char here = 0;
-    return {
-        CLSID_XCfgCacheCallback,  OLESTR(""),          OLESTR("Separate callback object of the configuration cache"),
-        OLESTR("InprocServer32"), LXModulePath(&here), true};
+    return {CLSID_XCfgCacheCallback,
+            OLESTR(""),
+            OLESTR("Separate callback object of the configuration cache"),
+            OLESTR("InprocServer32"),
+            lx::ModulePath(&here),
+            true};
 }
 } // namespace
 
@@ -23,12 +26,12 @@ STDAPI DllCanUnloadNow() { return LXCfgCacheCallbacksInUse() == 0 ? S_OK : S_FAL
 
 STDAPI DllRegisterServer() {
     try {
-        return LXRegisterClass(Registration());
+        return lx::RegisterClassKeys(Registration());
     } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; }
 }
 
 STDAPI DllUnregisterServer() {
     try {
-        return LXUnregisterClass(Registration());
+        return lx::UnregisterClassKeys(Registration());
     } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; }
 }

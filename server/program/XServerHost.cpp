@@ -6,15 +6,10 @@
 
 #include "XLXComBSTR.h"
 
-#include <thread>
-
 namespace {
 using namespace std::chrono_literals;
 
-constexpr auto WaitForClients = 2s;       // how long an edit waits for the clients that it notifies
-constexpr auto TimeBetweenChecks = 1s;    // of whether the clients still live
-constexpr int ChecksUntilIdleEnd = 5;     // that find nobody
-constexpr auto TimeForLastAnswer = 200ms; // so that the call that stopped the server is still answered
+constexpr auto WaitForClients = 2s; // how long an edit waits for the clients that it notifies
 
 /// Leaves the reason as the thread's error information.
 void Explain(const char* method, const std::string& reason) {
@@ -48,44 +43,20 @@ HRESULT Method(const char* name, Work&& work, Outs**... outs) noexcept {
 BSTR NewText(const std::string& utf8) { return XLXComBSTR(LXFromUtf8(utf8)).Detach(); }
 } // namespace
 
-XServerHost::XServerHost(XServerModel model) : m_server(XSampleServer::Create(std::move(model))) {
+XServerHost::XServerHost(XServerModel model)
+    : m_server(XSampleServer::Create(std::move(model))),
+      m_local(
+          CLSID_LXSampleServer, [this](REFIID iid, void** out) { return QueryInterface(iid, out); },
+          [this] { return IsInUse(); }, [this] { m_server->CheckClients(); }) {
     m_server->CallEachClientOnItsOwnThread(WaitForClients);
 }
 
-DWORD XServerHost::Register(Terms terms) {
-    DWORD cookie = 0;
-    const HRESULT result = CoRegisterClassObject(CLSID_LXSampleServer, &m_factory, CLSCTX_LOCAL_SERVER,
-                                                 terms.singleUse ? REGCLS_SINGLEUSE : REGCLS_MULTIPLEUSE, &cookie);
-    if (FAILED(result)) { throw std::runtime_error("the server's class object cannot be registered"); }
-    return cookie;
-}
-
 bool XServerHost::IsInUse() const {
-    return m_references > 0 || m_locks > 0 || m_server->LiveObjects().objects > 0 || !m_server->Clients().empty();
-}
-
-bool XServerHost::WaitForStop(std::chrono::milliseconds time) {
-    std::unique_lock lock(m_mutex);
-    return m_stopped.wait_for(lock, time, [this] { return m_stop; });
+    return m_references > 0 || m_server->LiveObjects().objects > 0 || !m_server->Clients().empty();
 }
 
 void XServerHost::Serve(Terms terms, const std::function<void()>& whenReady) {
-    DWORD cookie = Register(terms);
-    whenReady();
-    for (int idle = 0; !WaitForStop(TimeBetweenChecks);) {
-        m_server->CheckClients();
-        idle = IsInUse() ? 0 : idle + 1;
-        if (!terms.idleEnd || idle < ChecksUntilIdleEnd) { continue; }
-        CoRevokeClassObject(cookie);
-        if (!IsInUse()) // nobody came in at the last moment
-        {
-            return;
-        }
-        cookie = Register(terms);
-        idle = 0;
-    }
-    std::this_thread::sleep_for(TimeForLastAnswer);
-    CoRevokeClassObject(cookie);
+    m_local.Serve(terms, whenReady);
     CoDisconnectObject(static_cast<ILXSampleServer*>(this), 0); // no call comes after this
 }
 
@@ -183,29 +154,9 @@ HRESULT XServerHost::GetStatus(BSTR* status) {
 HRESULT XServerHost::Stop() {
     return Method("Stop", [&] {
         m_server->AnnounceTermination();
-        const std::lock_guard lock(m_mutex);
-        m_stop = true;
-        m_stopped.notify_all();
+        m_local.Stop();
         return S_OK;
     });
 }
 
 HRESULT XServerHost::InterfaceSupportsErrorInfo(REFIID iid) { return iid == LXIid<ILXSampleServer>() ? S_OK : S_FALSE; }
-
-HRESULT XServerHost::Factory::QueryInterface(REFIID iid, void** out) {
-    if (out == nullptr) { return E_POINTER; }
-    const bool known = iid == IID_IUnknown || iid == IID_IClassFactory;
-    *out = known ? this : nullptr;
-    return known ? S_OK : E_NOINTERFACE;
-}
-
-HRESULT XServerHost::Factory::CreateInstance(IUnknown* outer, REFIID iid, void** out) {
-    if (out == nullptr) { return E_POINTER; }
-    *out = nullptr;
-    return outer != nullptr ? CLASS_E_NOAGGREGATION : m_host.QueryInterface(iid, out);
-}
-
-HRESULT XServerHost::Factory::LockServer(BOOL lock) {
-    m_host.m_locks += lock ? 1 : -1;
-    return S_OK;
-}

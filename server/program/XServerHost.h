@@ -12,16 +12,15 @@
 #include "LXSampleServer.h"
 #include "XSampleServer.h"
 
+#include <lxserver/LocalServer.h>
+
 class XServerHost final : public ILXSampleServer, public ISupportErrorInfo {
 public:
     explicit XServerHost(XServerModel model);
     XServerHost(const XServerHost&) = delete;
     XServerHost& operator=(const XServerHost&) = delete;
 
-    struct Terms {
-        bool idleEnd = false;   ///< ends when nobody has held anything of it for some seconds
-        bool singleUse = false; ///< only the first client that looks for it finds it
-    };
+    using Terms = lx::LocalServer::Terms;
 
     /// Lets clients find the control object, until it was told to stop. Calls the function when they can find it.
     /// Raises std::runtime_error when they cannot.
@@ -45,32 +44,11 @@ public:
     STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) override;
 
 private:
-    /// The class object. It has an identity of its own, so that the references to the control object are the clients'
-    /// and not those of the registration.
-    class Factory final : public IClassFactory {
-    public:
-        explicit Factory(XServerHost& host) noexcept : m_host(host) {}
-        STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
-        STDMETHODIMP_(ULONG) AddRef() override { return 2; } // a part of the host
-        STDMETHODIMP_(ULONG) Release() override { return 1; }
-        STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override;
-        STDMETHODIMP LockServer(BOOL lock) override;
-
-    private:
-        XServerHost& m_host;
-    };
-
-    DWORD Register(Terms terms);
     bool IsInUse() const;
-    bool WaitForStop(std::chrono::milliseconds time);
 
     const std::shared_ptr<XSampleServer> m_server;
-    Factory m_factory{*this};
     std::atomic<LONG> m_references{0}; // of clients; the host lives on the stack
-    std::atomic<LONG> m_locks{0};
-    std::mutex m_mutex; // guards m_stop
-    std::condition_variable m_stopped;
-    bool m_stop = false;
+    lx::LocalServer m_local;
 };
 
 #endif

@@ -11,8 +11,6 @@
 // Started by COM it ends by itself some seconds after the last client. Exit status: 0 when all went well, 1 when not,
 // other values for wrong options.
 #include "XServerHost.h"
-#include "XServerRegistration.h"
-#include "XStubKeeper.h"
 
 #include <CLI/CLI.hpp>
 
@@ -48,8 +46,8 @@ XServerModel ModelOf(const Options& options) {
 }
 
 /// The command with which COM starts the program: with the same model and options, from any folder.
-XClassRegistration Registration(const Options& options) {
-    std::wstring command = OLESTR("\"") + LXModulePath(nullptr) + OLESTR("\"");
+lx::ClassRegistration Registration(const Options& options) {
+    std::wstring command = OLESTR("\"") + lx::ModulePath(nullptr) + OLESTR("\"");
     if (!options.model.empty()) {
         command += OLESTR(" --model \"") + std::filesystem::absolute(options.model).wstring() + OLESTR("\"");
     }
@@ -76,7 +74,7 @@ void SayReady(const Options& options) {
 void Serve(const Options& options) {
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "initialising COM");
     {
-        const XStubKeeper stubs;
+        const lx::StubKeeper stubs({LXIid<ILXConfigFactory>(), LXIid<ILXSampleServer>()});
         XServerHost host(ModelOf(options));
         host.Server().Calls().SetDelay(DelayOf(options));
         host.Server().DeliverComponentObjects(options.deliversComponentObjects);
@@ -106,10 +104,10 @@ int Run(const Options& options) {
         if (options.stops) {
             Stop();
         } else if (options.unregisters) {
-            Check(LXUnregisterClass(Registration(options)), "unregistering");
+            Check(lx::UnregisterClassKeys(Registration(options)), "unregistering");
         } else if (options.registers) {
             ModelOf(options); // one that cannot be read is refused here, where somebody sees it
-            Check(LXRegisterClass(Registration(options)), "registering");
+            Check(lx::RegisterClassKeys(Registration(options)), "registering");
         } else {
             Serve(options);
         }
