@@ -37,10 +37,10 @@ lx::ClassRegistration Registration(const Options& options) {
     std::filesystem::path database = options.database;
     if (!database.empty()) { database = std::filesystem::absolute(database); }
     return {ServerClass,
-            L"LXSqliteServer.Server",
-            L"Configuration server over a SQLite database",
-            L"LocalServer32",
-            L"\"" + lx::ModulePath(nullptr) + L"\" --database \"" + database.wstring() + L"\"",
+            OLESTR("LXSqliteServer.Server"),
+            OLESTR("Configuration server over a SQLite database"),
+            OLESTR("LocalServer32"),
+            OLESTR("\"") + lx::ModulePath(nullptr) + OLESTR("\" --database \"") + database.wstring() + OLESTR("\""),
             false};
 }
 

@@ -102,7 +102,7 @@ private:
         LocalServer& m_server;
     };
 
-    static std::wstring NameOf(REFCLSID clsid) { return L"lxserver-stop-" + TextOf(clsid); }
+    static std::wstring NameOf(REFCLSID clsid) { return OLESTR("lxserver-stop-") + TextOf(clsid); }
     DWORD Register(Terms terms) {
         DWORD cookie = 0;
         const HRESULT result = CoRegisterClassObject(m_clsid, &m_classObject, CLSCTX_LOCAL_SERVER,

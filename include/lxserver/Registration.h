@@ -45,18 +45,18 @@ inline LSTATUS SetRegistryText(const std::wstring& key, const wchar_t* name, con
 /// Writes the keys. Answers the registry's code when one cannot be written.
 inline HRESULT RegisterClassKeys(const ClassRegistration& registration) {
     const std::wstring clsid = TextOf(registration.clsid);
-    const std::wstring key = L"CLSID\\" + clsid;
-    const std::wstring server = key + L"\\" + registration.serverKey;
+    const std::wstring key = OLESTR("CLSID\\") + clsid;
+    const std::wstring server = key + OLESTR("\\") + registration.serverKey;
     LSTATUS status = SetRegistryText(key, nullptr, registration.description);
     const auto set = [&status](const std::wstring& where, const wchar_t* name, const std::wstring& value) {
         status = status == ERROR_SUCCESS ? SetRegistryText(where, name, value) : status;
     };
     set(server, nullptr, registration.server);
-    if (registration.anyThread) { set(server, L"ThreadingModel", L"Both"); }
+    if (registration.anyThread) { set(server, OLESTR("ThreadingModel"), OLESTR("Both")); }
     if (!registration.progId.empty()) {
-        set(key + L"\\ProgID", nullptr, registration.progId);
+        set(key + OLESTR("\\ProgID"), nullptr, registration.progId);
         set(registration.progId, nullptr, registration.description);
-        set(registration.progId + L"\\CLSID", nullptr, clsid);
+        set(registration.progId + OLESTR("\\CLSID"), nullptr, clsid);
     }
     return HRESULT_FROM_WIN32(static_cast<ULONG>(status));
 }
@@ -68,7 +68,7 @@ inline HRESULT UnregisterClassKeys(const ClassRegistration& registration) {
         const LSTATUS removed = RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
         status = status == ERROR_SUCCESS && removed != ERROR_FILE_NOT_FOUND ? removed : status;
     };
-    remove(L"CLSID\\" + TextOf(registration.clsid));
+    remove(OLESTR("CLSID\\") + TextOf(registration.clsid));
     if (!registration.progId.empty()) { remove(registration.progId); }
     return HRESULT_FROM_WIN32(static_cast<ULONG>(status));
 }

@@ -63,7 +63,9 @@ private:
         std::transform(iids.begin(), iids.end(), std::back_inserter(proxies), ProxiesOf);
         std::vector<IID> interfaces;
         HKEY all = nullptr;
-        if (RegOpenKeyExW(HKEY_CLASSES_ROOT, L"Interface", 0, KEY_READ, &all) != ERROR_SUCCESS) { return interfaces; }
+        if (RegOpenKeyExW(HKEY_CLASSES_ROOT, OLESTR("Interface"), 0, KEY_READ, &all) != ERROR_SUCCESS) {
+            return interfaces;
+        }
         OLECHAR name[64] = {};
         for (DWORD i = 0;; ++i) {
             DWORD length = static_cast<DWORD>(std::size(name));
