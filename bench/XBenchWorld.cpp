@@ -55,8 +55,7 @@ int LevelOf(const XServerModel& model, const XModelType& type) {
     return base == nullptr ? 0 : 1 + LevelOf(model, **base);
 }
 
-template <class SizeOf>
-std::string Line(const XServerModel& model, const char* title, int width, SizeOf&& sizeOf) {
+template <class SizeOf> std::string Line(const XServerModel& model, const char* title, int width, SizeOf&& sizeOf) {
     std::map<int, int> counts;
     double sum = 0;
     for (const auto& [name, type] : model.types) {

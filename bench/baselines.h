@@ -22,8 +22,7 @@ struct XPlainValue {
 };
 
 /// (b) and (c) An object's values by index, behind a lock.
-template <class Mutex, class ReadLock>
-class XLockedValues {
+template <class Mutex, class ReadLock> class XLockedValues {
 public:
     void Add(int index, XLXComVariant value) { m_values.emplace(index, std::move(value)); }
     HRESULT GetProperty(int index, VARIANT* out) const {
@@ -41,8 +40,7 @@ using XSharedValues = XLockedValues<std::shared_mutex, std::shared_lock<std::sha
 using XMutexValues = XLockedValues<std::mutex, std::lock_guard<std::mutex>>;
 
 /// (b) Objects by name behind a lock. The key is the name as UTF-8, like the cache's.
-template <class Interface>
-class XSharedObjects {
+template <class Interface> class XSharedObjects {
 public:
     void Add(XLXTextView name, XLXComPtr<Interface> object) { m_objects[LXToUtf8(name)] = std::move(object); }
     HRESULT Find(XLXTextView name, Interface** out) const {

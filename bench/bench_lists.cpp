@@ -7,8 +7,7 @@ namespace {
 constexpr LONG ShownInEditor = 1;
 
 /// Makes an enumeration and lets go of it.
-template <class Make>
-XBenchRows::Body Loop(Make make) {
+template <class Make> XBenchRows::Body Loop(Make make) {
     return [make](benchmark::State& state) {
         HRESULT result = S_OK;
         for (auto step : state) {

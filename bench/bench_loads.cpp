@@ -20,8 +20,7 @@ double Now() {
 constexpr std::size_t LargeBlock = 100000;
 
 /// How long a piece of work took, for each of so many things.
-template <class Work>
-double TimeOf(Work&& work, double things) {
+template <class Work> double TimeOf(Work&& work, double things) {
     // The heap puts off joining what the round before has freed until somebody asks for a larger block.
     void* block = std::malloc(LargeBlock);
     benchmark::DoNotOptimize(block);
@@ -32,8 +31,7 @@ double TimeOf(Work&& work, double things) {
 }
 
 /// A body that measures itself: measure() gives the seconds of one round.
-template <class Measure>
-XBenchRows::Body Measured(Measure measure) {
+template <class Measure> XBenchRows::Body Measured(Measure measure) {
     return [measure](benchmark::State& state) {
         for (auto step : state) {
             state.SetIterationTime(measure());
@@ -151,8 +149,7 @@ double ConfigurationCalls(const XCallCounts& calls) {
     return sum;
 }
 
-template <class Interface, class Enumerator>
-void TakeAll(const XLXComPtr<Enumerator>& from) {
+template <class Interface, class Enumerator> void TakeAll(const XLXComPtr<Enumerator>& from) {
     XLXComPtr<Interface> one;
     while (from && from->GetSingleNext(one.Put()) == S_OK) {}
 }

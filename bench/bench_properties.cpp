@@ -32,8 +32,7 @@ private:
 };
 
 /// Calls read(out) again and again; out holds the last value each time, as a caller's variable does.
-template <class Read>
-XBenchRows::Body Loop(Read read) {
+template <class Read> XBenchRows::Body Loop(Read read) {
     return [read](benchmark::State& state) {
         const XPinned pinned(state);
         VARIANT value;
@@ -47,8 +46,7 @@ XBenchRows::Body Loop(Read read) {
 }
 
 /// The same, where each thread has an object of its own.
-template <class Objects>
-XBenchRows::Body EachOwn(const Objects& objects, int member) {
+template <class Objects> XBenchRows::Body EachOwn(const Objects& objects, int member) {
     return [&objects, member](benchmark::State& state) {
         const auto& object = objects[static_cast<std::size_t>(state.thread_index())];
         Loop([&object, member](VARIANT* out) { return object->GetProperty(member, out); })(state);

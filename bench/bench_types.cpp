@@ -10,8 +10,7 @@
 
 namespace {
 /// (e) What a user would take from a shelf.
-template <class Interface>
-class XShelfObjects {
+template <class Interface> class XShelfObjects {
 public:
     void Add(XLXTextView name, XLXComPtr<Interface> object) { m_objects.insert({LXToUtf8(name), std::move(object)}); }
     HRESULT Find(XLXTextView name, Interface** out) const {
@@ -26,14 +25,12 @@ private:
     Map m_objects;
 };
 
-template <class T>
-void Shuffle(std::vector<T>& items) {
+template <class T> void Shuffle(std::vector<T>& items) {
     std::shuffle(items.begin(), items.end(), std::mt19937(20000));
 }
 
 /// Calls find(item, out) for one item after the other, round and round.
-template <class Interface, class Item, class Find>
-XBenchRows::Body Loop(const std::vector<Item>& items, Find find) {
+template <class Interface, class Item, class Find> XBenchRows::Body Loop(const std::vector<Item>& items, Find find) {
     return [&items, find](benchmark::State& state) {
         std::size_t next = 0;
         bool found = true;

@@ -28,8 +28,7 @@ XServerModel OneAttribute() {
 }
 
 /// Nanoseconds of one call, in a run of many.
-template <class Read>
-double TimeOf(Read&& read) {
+template <class Read> double TimeOf(Read&& read) {
     VARIANT value;
     VariantInit(&value);
     ExpectOk(read(&value), "reading the value");

@@ -67,8 +67,7 @@ std::string Read(ILXConfigObject* object, int member) {
 }
 
 /// What became of a look-up, with a property of what was found.
-template <class T>
-std::string Found(HRESULT result, const XLXComPtr<T>& object, int member) {
+template <class T> std::string Found(HRESULT result, const XLXComPtr<T>& object, int member) {
     return FAILED(result) ? "<failed>" : object ? Read(object.Get(), member) : "<none>";
 }
 

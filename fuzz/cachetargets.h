@@ -21,8 +21,7 @@ public:
     std::uint8_t Byte() noexcept;
     /// One of that many.
     int Of(int count) noexcept { return Byte() % count; }
-    template <class T, std::size_t count>
-    const T& OneOf(const T (&choices)[count]) noexcept {
+    template <class T, std::size_t count> const T& OneOf(const T (&choices)[count]) noexcept {
         return choices[Of(static_cast<int>(count))];
     }
     XBytes Rest() const noexcept { return m_bytes; }

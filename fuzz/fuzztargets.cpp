@@ -29,8 +29,7 @@ std::vector<VARTYPE> TypesOf(const XLXSafeArray& array) {
 }
 
 /// Runs a reader; whether it took its array.
-template <class F>
-bool Takes(F&& read) {
+template <class F> bool Takes(F&& read) {
     try {
         read();
         return true;
@@ -54,8 +53,7 @@ void ReadLists(XILXTypeComp components) {
 }
 
 /// Runs the body over the decoded array and its element types. What was decoded must all be gone afterwards.
-template <class F>
-bool WithArray(XBytes bytes, F&& body) {
+template <class F> bool WithArray(XBytes bytes, F&& body) {
     const bool taken = Takes([&] {
         XLXSafeArray array = DecodeArray(bytes);
         const std::vector<VARTYPE> types = TypesOf(array);

@@ -70,8 +70,7 @@ XLXComPtr<ILXCallbackUpdate> XCfgCacheCallback::Target() {
     return m_target;
 }
 
-template <class F>
-HRESULT XCfgCacheCallback::PassOn(F&& call) {
+template <class F> HRESULT XCfgCacheCallback::PassOn(F&& call) {
     const auto target = Target();
     return target ? call(*target) : E_POINTER;
 }

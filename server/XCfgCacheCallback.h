@@ -39,8 +39,7 @@ public:
 private:
     virtual ~XCfgCacheCallback() { --s_alive; }
     XLXComPtr<ILXCallbackUpdate> Target();
-    template <class F>
-    HRESULT PassOn(F&& call);
+    template <class F> HRESULT PassOn(F&& call);
 
     static std::atomic<LONG> s_alive;
     std::atomic<ULONG> m_references{0};

@@ -22,8 +22,7 @@ public:
     unsigned Below(std::size_t limit) { return static_cast<unsigned>(m_random() % limit); }
     bool OneIn(unsigned n) { return Below(n) == 0; }
 
-    template <class T>
-    const T* Of(const XModelList<T>& list) {
+    template <class T> const T* Of(const XModelList<T>& list) {
         return list.empty() ? nullptr : &*list[Below(list.size())];
     }
     const XModelType* Type(Model model) {
@@ -37,8 +36,7 @@ public:
                    : std::optional(std::next(formats.begin(), static_cast<int>(Below(formats.size())))->first);
     }
     /// The number of one of the elements, or 0.
-    template <class T>
-    int NumberOf(const XModelList<T>& list, int index) {
+    template <class T> int NumberOf(const XModelList<T>& list, int index) {
         const T* const element = OneIn(4) ? nullptr : Of(list);
         return element != nullptr ? element->Number(index) : 0;
     }

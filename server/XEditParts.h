@@ -50,8 +50,7 @@ inline XLXText Relations(const XText& parent) { return DataId("pc", parent, 0, M
 
 [[noreturn]] inline void Refuse(const std::string& what) { throw std::invalid_argument(what); }
 
-template <class T>
-T& Known(const XModelRef<T>* found, const char* what) {
+template <class T> T& Known(const XModelRef<T>* found, const char* what) {
     if (found == nullptr) { Refuse(std::string("the model has no such ") + what); }
     return **found;
 }
@@ -75,22 +74,19 @@ inline XModelRelation& RelationOf(XServerModel& model, const XText& parent, cons
 }
 
 /// The first element of a list whose key is that text.
-template <class T>
-XModelRef<T>& ElementOf(XModelList<T>& list, int keyIndex, const XText& key) {
+template <class T> XModelRef<T>& ElementOf(XModelList<T>& list, int keyIndex, const XText& key) {
     const auto found = std::find_if(list.begin(), list.end(),
                                     [&](const XModelRef<T>& element) { return element->Text(keyIndex) == key.Get(); });
     if (found == list.end()) { Refuse("the model has no such element: " + LXToUtf8(key.Get())); }
     return *found;
 }
 
-template <class T>
-void RemoveFrom(XModelList<T>& list, const T& element) {
+template <class T> void RemoveFrom(XModelList<T>& list, const T& element) {
     std::erase_if(list, [&element](const XModelRef<T>& other) { return &*other == &element; });
 }
 
 /// Sets a property other than those by which elements are found; for a new name, remove and add.
-template <class T>
-void SetBut(T& element, std::initializer_list<int> keys, int index, const XModelValue& value) {
+template <class T> void SetBut(T& element, std::initializer_list<int> keys, int index, const XModelValue& value) {
     if (std::find(keys.begin(), keys.end(), index) != keys.end()) {
         Refuse("an element keeps the properties by which it is found");
     }

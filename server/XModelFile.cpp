@@ -41,8 +41,7 @@ XJson WriteValue(const XModelValue& value) {
 }
 
 /// Sets the properties of an element from its object; the parts are keys that are no properties.
-template <class T>
-void ReadProperties(const XJson& json, T& element, XKeys parts = {}) {
+template <class T> void ReadProperties(const XJson& json, T& element, XKeys parts = {}) {
     const XPropertyTable& table = XPropertyTable::Of(element.properties.Kind());
     for (const auto& [key, value] : json.items()) {
         if (std::find(parts.begin(), parts.end(), key) != parts.end()) { continue; }
@@ -52,8 +51,7 @@ void ReadProperties(const XJson& json, T& element, XKeys parts = {}) {
     }
 }
 
-template <class T>
-XJson WriteProperties(const T& element) {
+template <class T> XJson WriteProperties(const T& element) {
     XJson json = XJson::object();
     for (const auto& [index, value] : element.properties.Stored()) {
         json[XPropertyTable::Of(element.properties.Kind()).Key(index)] = WriteValue(value);
@@ -62,8 +60,7 @@ XJson WriteProperties(const T& element) {
 }
 
 /// Calls a function for every element of an array that may be missing.
-template <class F>
-void ForEach(const XJson& json, const char* key, F&& read) {
+template <class F> void ForEach(const XJson& json, const char* key, F&& read) {
     if (const auto list = json.find(key); list != json.end()) {
         for (const XJson& element : *list) {
             read(element);
@@ -71,13 +68,11 @@ void ForEach(const XJson& json, const char* key, F&& read) {
     }
 }
 
-template <class T>
-void ReadList(const XJson& json, const char* key, XModelList<T>& list) {
+template <class T> void ReadList(const XJson& json, const char* key, XModelList<T>& list) {
     ForEach(json, key, [&list](const XJson& element) { ReadProperties(element, *list.emplace_back()); });
 }
 
-template <class List, class F>
-void WriteList(XJson& json, const char* key, const List& list, F&& write) {
+template <class List, class F> void WriteList(XJson& json, const char* key, const List& list, F&& write) {
     for (const auto& element : list) {
         json[key].push_back(write(*element));
     }

@@ -8,8 +8,7 @@
 
 #include <lxserver/Refusals.h>
 
-template <class... Others>
-class XQueryRefusals : public lx::QueryRefusals<XServerObject<ILX_Query, Others...>> {
+template <class... Others> class XQueryRefusals : public lx::QueryRefusals<XServerObject<ILX_Query, Others...>> {
 public:
     using lx::QueryRefusals<XServerObject<ILX_Query, Others...>>::QueryRefusals;
 };

@@ -7,8 +7,7 @@ using namespace LXRandom;
 
 namespace {
 /// Whether an element of a list has that text in a property.
-template <class T>
-bool HasText(const XModelList<T>& list, int index, XLXTextView text) {
+template <class T> bool HasText(const XModelList<T>& list, int index, XLXTextView text) {
     return std::any_of(list.begin(), list.end(), [=](const auto& element) { return element->Text(index) == text; });
 }
 
@@ -26,8 +25,7 @@ Chosen AnyAttribute(Model model, XChoice& choice) {
 }
 
 /// An attribute for which something holds; types are short of those that have formats and attribute types.
-template <class Test>
-Chosen AnyAttributeWhere(Model model, XChoice& choice, Test&& test) {
+template <class Test> Chosen AnyAttributeWhere(Model model, XChoice& choice, Test&& test) {
     Chosen chosen;
     for (int attempt = 0; attempt < 50; ++attempt) {
         chosen = AnyAttribute(model, choice);

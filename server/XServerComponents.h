@@ -8,8 +8,7 @@
 #include "XServerConfigObject.h"
 
 /// The format operations, for every element that has formats.
-template <class I, class T>
-class XServerFormatted : public XServerConfigObject<I, T> {
+template <class I, class T> class XServerFormatted : public XServerConfigObject<I, T> {
 public:
     using XServerConfigObject<I, T>::XServerConfigObject;
 

@@ -10,8 +10,7 @@
 /// Moves values into a one-dimensional array of VARIANTs; raises std::bad_alloc.
 XLXSafeArray LXVariantArray(XLXVariantVector&& values);
 
-template <class I, class T>
-class XServerConfigObject : public XServerObject<I, IXServerElement> {
+template <class I, class T> class XServerConfigObject : public XServerObject<I, IXServerElement> {
 public:
     using ElementPtr = std::shared_ptr<T>;
 
@@ -85,8 +84,7 @@ private:
 };
 
 /// The objects whose interface adds nothing but a placeholder.
-template <class I, class T>
-class XServerPlainObject final : public XServerConfigObject<I, T> {
+template <class I, class T> class XServerPlainObject final : public XServerConfigObject<I, T> {
 public:
     using XServerConfigObject<I, T>::XServerConfigObject;
     STDMETHODIMP dummy() override { return this->Refuse("dummy"); }
@@ -111,8 +109,7 @@ std::vector<XLXComPtr<I>> LXCollect(const XServerCorePtr& core, const XModelList
 }
 
 /// Removes the element behind a client's object from a list; false when it is not in it.
-template <class T>
-bool LXRemove(XModelList<T>& list, const void* element) {
+template <class T> bool LXRemove(XModelList<T>& list, const void* element) {
     return std::erase_if(list, [element](const XModelRef<T>& e) { return &*e == element; }) != 0;
 }
 

@@ -23,14 +23,12 @@ public:
     explicit XServerCore(XServerModel model) : m_model(std::move(model)) {}
 
     /// Reads the model. What the function returns must not refer to the model, except by shared elements.
-    template <class F>
-    auto Read(F&& read) const {
+    template <class F> auto Read(F&& read) const {
         const std::shared_lock lock(m_modelMutex);
         return read(m_model);
     }
 
-    template <class F>
-    auto Change(F&& change) {
+    template <class F> auto Change(F&& change) {
         const std::unique_lock lock(m_modelMutex);
         return change(m_model);
     }
@@ -40,8 +38,7 @@ public:
 
     /// The object that stands for a key, made when there is none that lives. The key is an address in the model, or
     /// one of the server's.
-    template <class T, class F>
-    XLXComPtr<T> ObjectFor(const void* key, F&& make) {
+    template <class T, class F> XLXComPtr<T> ObjectFor(const void* key, F&& make) {
         const std::lock_guard lock(m_tableMutex);
         if (const auto found = m_objects.find(key); found != m_objects.end()) {
             if (auto* const object = static_cast<T*>(found->second); object->AddRefIfAlive()) {

@@ -8,8 +8,7 @@
 
 #include <algorithm>
 
-template <class IEnumX, class IX>
-class XServerEnum final : public XServerObject<IEnumX> {
+template <class IEnumX, class IX> class XServerEnum final : public XServerObject<IEnumX> {
 public:
     using Items = std::vector<XLXComPtr<IX>>;
 

@@ -9,23 +9,20 @@ namespace {
     throw std::invalid_argument(std::string(what) + ": " + LXToUtf8(name));
 }
 
-template <class T>
-const XModelRef<T>* FindText(const XModelList<T>& list, int index, XLXTextView text) {
+template <class T> const XModelRef<T>* FindText(const XModelList<T>& list, int index, XLXTextView text) {
     const auto found =
         std::find_if(list.begin(), list.end(), [&](const XModelRef<T>& e) { return e->Text(index) == text; });
     return found != list.end() ? &*found : nullptr;
 }
 
-template <class T>
-const XModelRef<T>* FindNumber(const XModelList<T>& list, int index, int number) {
+template <class T> const XModelRef<T>* FindNumber(const XModelList<T>& list, int index, int number) {
     const auto found =
         std::find_if(list.begin(), list.end(), [&](const XModelRef<T>& e) { return e->Number(index) == number; });
     return found != list.end() ? &*found : nullptr;
 }
 
 /// Appends an element whose key property has that value.
-template <class T>
-T& Append(XModelList<T>& list, int keyIndex, const XModelValue& key) {
+template <class T> T& Append(XModelList<T>& list, int keyIndex, const XModelValue& key) {
     T& element = *list.emplace_back();
     element.properties.Set(keyIndex, key);
     return element;

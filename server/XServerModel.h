@@ -17,8 +17,7 @@
 
 /// An element in the model. It is copied with the model; the server's objects may share it, so that an element that
 /// was removed lives on for those who still hold it.
-template <class T>
-class XModelRef {
+template <class T> class XModelRef {
 public:
     XModelRef() : m_element(std::make_shared<T>()) {}
     explicit XModelRef(T element) : m_element(std::make_shared<T>(std::move(element))) {}
@@ -43,12 +42,10 @@ private:
     std::shared_ptr<T> m_element;
 };
 
-template <class T>
-using XModelList = std::vector<XModelRef<T>>;
+template <class T> using XModelList = std::vector<XModelRef<T>>;
 
 /// Common to all elements: property values by index.
-template <XElementKind kind>
-struct XModelElement {
+template <XElementKind kind> struct XModelElement {
     XModelProperties properties{kind};
 
     const XModelValue& Value(int index) const { return properties.Get(index); }

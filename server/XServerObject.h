@@ -19,12 +19,10 @@
 #include <stdexcept>
 
 /// The name of an interface in the names of calls.
-template <class I>
-inline constexpr std::string_view XInterfaceName{};
+template <class I> inline constexpr std::string_view XInterfaceName{};
 
 #define LX_INTERFACE_NAME(Interface)                                                                                   \
-    template <>                                                                                                        \
-    inline constexpr std::string_view XInterfaceName<Interface> = #Interface
+    template <> inline constexpr std::string_view XInterfaceName<Interface> = #Interface
 LX_INTERFACE_NAME(ILXConfigFactory);
 LX_INTERFACE_NAME(ILXConfigFactoryEx);
 LX_INTERFACE_NAME(ILXCallbackUpdate);
@@ -57,10 +55,7 @@ LX_INTERFACE_NAME(IEnumBaseDataObject);
 #undef LX_INTERFACE_NAME
 
 /// Out arguments are emptied before anything else happens.
-template <class T>
-void LXClearOut(T** out) noexcept {
-    *out = nullptr;
-}
+template <class T> void LXClearOut(T** out) noexcept { *out = nullptr; }
 inline void LXClearOut(VARIANT* out) noexcept { VariantInit(out); }
 inline void LXClearOut(LONG* out) noexcept { *out = 0; }
 inline void LXClearOut(ULONG* out) noexcept { *out = 0; }
@@ -73,17 +68,10 @@ struct IXServerElement : IUnknown {
 inline constexpr IID IID_IXServerElement = {
     0x6a2f1c1d, 0x0d5c, 0x4e0b, {0x9a, 0x41, 0x5b, 0x1f, 0x33, 0x7d, 0x20, 0xc8}};
 
-template <class I>
-const IID& LXServerIid() noexcept {
-    return LXIid<I>();
-}
-template <>
-inline const IID& LXServerIid<IXServerElement>() noexcept {
-    return IID_IXServerElement;
-}
+template <class I> const IID& LXServerIid() noexcept { return LXIid<I>(); }
+template <> inline const IID& LXServerIid<IXServerElement>() noexcept { return IID_IXServerElement; }
 
-template <class First, class... Others>
-class XServerObject : public First, public Others... {
+template <class First, class... Others> class XServerObject : public First, public Others... {
 public:
     XServerObject(const XServerObject&) = delete;
     XServerObject& operator=(const XServerObject&) = delete;
@@ -143,8 +131,7 @@ protected:
     const XServerCorePtr& SharedCore() const noexcept { return m_core; }
 
     /// A method of interface I: empties the out arguments, lets the monitor see the call, and does its work.
-    template <class I, class F, class... Outs>
-    HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept {
+    template <class I, class F, class... Outs> HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept {
         const bool valid = ((outs != nullptr) && ... && true);
         (void(outs != nullptr ? LXClearOut(outs) : void()), ...);
         const XInsideServer inside;
@@ -161,28 +148,24 @@ protected:
     }
 
     /// The same for the first interface.
-    template <class F, class... Outs>
-    HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept {
+    template <class F, class... Outs> HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept {
         return Call<First>(method, std::forward<F>(body), outs...);
     }
 
     /// A method that this server does not offer.
-    template <class... Outs>
-    HRESULT Refuse(std::string_view method, Outs*... outs) noexcept {
+    template <class... Outs> HRESULT Refuse(std::string_view method, Outs*... outs) noexcept {
         return Call<First>(
             method, [] { return E_NOTIMPL; }, outs...);
     }
 
     /// A look-up of which there is nothing.
-    template <class... Outs>
-    HRESULT Nothing(std::string_view method, Outs*... outs) noexcept {
+    template <class... Outs> HRESULT Nothing(std::string_view method, Outs*... outs) noexcept {
         return Call<First>(
             method, [] { return S_FALSE; }, outs...);
     }
 
 private:
-    template <class F>
-    static HRESULT Work(F&& body) noexcept {
+    template <class F> static HRESULT Work(F&& body) noexcept {
         try {
             return body();
         } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; } catch (const std::logic_error&) {
@@ -194,8 +177,7 @@ private:
     std::atomic<ULONG> m_references{0};
 };
 
-template <class T, class... Arguments>
-XLXComPtr<T> LXMake(Arguments&&... arguments) {
+template <class T, class... Arguments> XLXComPtr<T> LXMake(Arguments&&... arguments) {
     return XLXComPtr<T>(new T(std::forward<Arguments>(arguments)...));
 }
 

@@ -15,8 +15,7 @@ using XJson = nlohmann::ordered_json;
 [[noreturn]] void Refuse(const std::string& what) { throw std::invalid_argument(what); }
 
 /// Reads a text; what the parser and the accessors have against it is the reason of the refusal.
-template <class Read>
-auto Reading(std::string_view json, Read&& read) {
+template <class Read> auto Reading(std::string_view json, Read&& read) {
     try {
         return read(XJson::parse(json));
     } catch (const nlohmann::json::exception& error) { Refuse(error.what()); }
@@ -60,8 +59,7 @@ private:
         return value.is_number_integer() && value >= std::numeric_limits<std::int32_t>::min() &&
                value <= std::numeric_limits<std::int32_t>::max();
     }
-    template <class T>
-    [[noreturn]] static T Wrong(const char* name, const char* wanted) {
+    template <class T> [[noreturn]] static T Wrong(const char* name, const char* wanted) {
         Refuse("edit: \"" + std::string(name) + "\" must be " + wanted);
     }
 

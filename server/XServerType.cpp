@@ -7,8 +7,7 @@
 
 namespace {
 /// The elements of a list in the order of a key, as the enumerations list them.
-template <class T, class F>
-XModelList<T> Sorted(const XModelList<T>& list, F&& key) {
+template <class T, class F> XModelList<T> Sorted(const XModelList<T>& list, F&& key) {
     std::vector<std::pair<decltype(key(*list.front())), const XModelRef<T>*>> keyed;
     for (const XModelRef<T>& element : list) {
         keyed.emplace_back(key(*element), &element);
@@ -21,19 +20,16 @@ XModelList<T> Sorted(const XModelList<T>& list, F&& key) {
     return sorted;
 }
 
-template <class T>
-XModelList<T> SortedByNumber(const XModelList<T>& list, int index) {
+template <class T> XModelList<T> SortedByNumber(const XModelList<T>& list, int index) {
     return Sorted(list, [index](const T& element) { return element.Number(index); });
 }
 
-template <class T>
-XModelList<T> SortedByText(const XModelList<T>& list, int index) {
+template <class T> XModelList<T> SortedByText(const XModelList<T>& list, int index) {
     return Sorted(list, [index](const T& element) { return LXToUtf8(element.Text(index)); });
 }
 
 /// A key that no element of a list has: a number above all others, or a text made of it.
-template <class T>
-XModelValue NewKey(const XModelList<T>& list, int index) {
+template <class T> XModelValue NewKey(const XModelList<T>& list, int index) {
     const bool isNumber =
         std::holds_alternative<std::int32_t>(XPropertyTable::Of(T().properties.Kind()).Default(index).Get());
     std::int32_t number = isNumber ? 0 : static_cast<std::int32_t>(list.size());
@@ -127,8 +123,7 @@ HRESULT XServerType::RemoveGroup(ILXGroup* pGroup, LONG* plResult) {
     return Remove("RemoveGroup", &XModelType::groups, pGroup, plResult);
 }
 
-template <class Test>
-HRESULT XServerType::ListGroups(std::string_view method, ILXGroupEnum** out, Test&& takes) {
+template <class Test> HRESULT XServerType::ListGroups(std::string_view method, ILXGroupEnum** out, Test&& takes) {
     return Call(
         method,
         [&] {

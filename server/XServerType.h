@@ -46,10 +46,8 @@ public:
 private:
     using XAttributes = std::vector<XLXComPtr<ILXAttribute>>;
 
-    template <class Test>
-    HRESULT ListGroups(std::string_view method, ILXGroupEnum** out, Test&& takes);
-    template <class Test>
-    HRESULT ListAttributes(std::string_view method, ILXAttributeEnum** out, Test&& takes);
+    template <class Test> HRESULT ListGroups(std::string_view method, ILXGroupEnum** out, Test&& takes);
+    template <class Test> HRESULT ListAttributes(std::string_view method, ILXAttributeEnum** out, Test&& takes);
     HRESULT FindEditor(std::string_view method, BSTR browserId, int flagIndex, ILXConfObjEditor** out);
     template <class Object, class I, class T>
     HRESULT Add(std::string_view method, XModelList<T> XModelType::*list, int keyIndex, I** out);

@@ -17,8 +17,7 @@
 #include <lxserver/Refusals.h>
 
 namespace lx {
-template <class I>
-class ConfigObject : public ConfigObjectRefusals<Object<I>> {
+template <class I> class ConfigObject : public ConfigObjectRefusals<Object<I>> {
 public:
     using Interface = I;
 
@@ -59,8 +58,7 @@ protected:
     const Key& ItsKey() const noexcept { return m_key; }
     /// Does something with the element as it is in the newest snapshot.
     /// @param found  HRESULT found(const Model&, const Element&); not called for one that was removed: S_FALSE
-    template <class Element, class F>
-    HRESULT With(F&& found) {
+    template <class Element, class F> HRESULT With(F&& found) {
         const ModelPtr model = m_server->Snapshot();
         const Record* const record = Find(*model, m_key);
         return record != nullptr ? found(*model, static_cast<const Element&>(*record)) : S_FALSE;
@@ -87,8 +85,7 @@ private:
     const Record m_record; // when it was handed out
 };
 
-template <class I>
-class PlainObject final : public PlainRefusals<ConfigObject<I>> {
+template <class I> class PlainObject final : public PlainRefusals<ConfigObject<I>> {
 public:
     using PlainRefusals<ConfigObject<I>>::PlainRefusals;
 };
@@ -100,16 +97,14 @@ using PCInfoObject = PlainObject<ILXPCInfo>;
 using BrowserIdObject = PlainObject<ILXBrowserId>;
 
 /// Hands out the object of a record, or S_FALSE and null for no record.
-template <class T, class I>
-HRESULT HandOutOne(const ServerPtr& server, Key key, const Record* record, I** out) {
+template <class T, class I> HRESULT HandOutOne(const ServerPtr& server, Key key, const Record* record, I** out) {
     if (record == nullptr) { return S_FALSE; }
     *out = Make<T>(server, std::move(key), *record).Detach();
     return S_OK;
 }
 
 /// An attribute or a global format spec: what has formats by format type.
-template <class Base, class Element, Kind formatKind>
-class FormattedObject : public Base {
+template <class Base, class Element, Kind formatKind> class FormattedObject : public Base {
 public:
     using Base::Base;
     HRESULT STDMETHODCALLTYPE GetFormat(int formatType, ILXFormat** format) override {

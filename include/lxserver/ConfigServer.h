@@ -164,8 +164,7 @@ public:
     }
     /// Changes the configuration and notifies. What the function raises leaves the configuration as it was.
     /// @param change  std::vector<Change> change(Model&), which answers what is to be notified
-    template <class F>
-    void Edit(F&& change) {
+    template <class F> void Edit(F&& change) {
         std::vector<Change> changes;
         {
             const std::lock_guard edit(m_editMutex);

@@ -202,8 +202,7 @@ public:
 private:
     static LONG AttributesOnly(LONG include) noexcept { return include != 0 ? TransferMode::Attributes : 0; }
 
-    template <class F>
-    HRESULT ListTypes(std::string_view method, ILXTypeEnum** out, F&& takes) {
+    template <class F> HRESULT ListTypes(std::string_view method, ILXTypeEnum** out, F&& takes) {
         return Call(
             method,
             [&] {
@@ -219,8 +218,7 @@ private:
             out);
     }
     /// @param names  std::vector<Text> names()
-    template <class F>
-    HRESULT TypesOf(std::string_view method, LONG withBases, LONG mode, SAFEARRAY** out, F&& names) {
+    template <class F> HRESULT TypesOf(std::string_view method, LONG withBases, LONG mode, SAFEARRAY** out, F&& names) {
         return Call(
             method,
             [&] {

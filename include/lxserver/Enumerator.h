@@ -17,8 +17,7 @@
 namespace lx {
 /// @tparam Base  lx::Object of the enumerator's interface, or what has its Call and Refuse
 /// @tparam IX    the interface of the objects
-template <class Base, class IEnumX, class IX>
-class EnumeratorOn final : public Base {
+template <class Base, class IEnumX, class IX> class EnumeratorOn final : public Base {
 public:
     /// @param rest  what Base is made with
     template <class... Rest>
@@ -74,8 +73,7 @@ private:
 };
 
 /// Hands out an enumerator, or S_FALSE and null when there is nothing to enumerate.
-template <class IEnumX, class IX>
-HRESULT HandOut(std::vector<Ref<IX>> items, IEnumX** out) {
+template <class IEnumX, class IX> HRESULT HandOut(std::vector<Ref<IX>> items, IEnumX** out) {
     if (items.empty()) { return S_FALSE; }
     *out = Make<EnumeratorOn<Object<IEnumX>, IEnumX, IX>>(std::move(items)).Detach();
     return S_OK;

@@ -240,8 +240,7 @@ private:
     std::shared_ptr<std::map<int, Value>> m_values; // shared by copies, and not changed while it is
 };
 
-template <Kind kind>
-struct RecordOf : Record {
+template <Kind kind> struct RecordOf : Record {
     RecordOf() : Record(kind) {}
 };
 using PageRecord = RecordOf<Kind::Page>;
@@ -254,8 +253,7 @@ using PCInfoRecord = RecordOf<Kind::PCInfo>;
 using BrowserIdRecord = RecordOf<Kind::BrowserId>;
 
 /// The record of a key, made with that key as its value when there is none.
-template <class Map>
-typename Map::mapped_type& AddTo(Map& map, const typename Map::key_type& key, int index) {
+template <class Map> typename Map::mapped_type& AddTo(Map& map, const typename Map::key_type& key, int index) {
     const auto [added, isNew] = map.try_emplace(key);
     if (isNew) { added->second.Set(index, key); }
     return added->second;
@@ -348,8 +346,7 @@ struct Model {
 };
 
 /// The element of a map, null when there is none.
-template <class Map>
-const typename Map::mapped_type* FindIn(const Map& map, const typename Map::key_type& key) {
+template <class Map> const typename Map::mapped_type* FindIn(const Map& map, const typename Map::key_type& key) {
     const auto found = map.find(key);
     return found != map.end() ? &found->second : nullptr;
 }

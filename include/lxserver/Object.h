@@ -47,8 +47,7 @@ inline bool EqualWithoutCase(TextView left, TextView right) noexcept {
 }
 
 /// Owns one reference to an object.
-template <class I>
-class Ref {
+template <class I> class Ref {
 public:
     Ref() = default;
     Ref(I* object) noexcept : m_object(object) {
@@ -56,8 +55,7 @@ public:
     }
     Ref(const Ref& other) noexcept : Ref(other.m_object) {}
     Ref(Ref&& other) noexcept : m_object(other.Detach()) {}
-    template <class J>
-    Ref(const Ref<J>& other) noexcept : Ref(static_cast<I*>(other.Get())) {}
+    template <class J> Ref(const Ref<J>& other) noexcept : Ref(static_cast<I*>(other.Get())) {}
     Ref& operator=(Ref other) noexcept {
         std::swap(m_object, other.m_object);
         return *this;
@@ -77,8 +75,7 @@ private:
     I* m_object = nullptr;
 };
 
-template <class T, class... Arguments>
-Ref<T> Make(Arguments&&... arguments) {
+template <class T, class... Arguments> Ref<T> Make(Arguments&&... arguments) {
     return Ref<T>(new T(std::forward<Arguments>(arguments)...));
 }
 
@@ -86,18 +83,14 @@ Ref<T> Make(Arguments&&... arguments) {
 inline std::atomic<long> liveObjects{0};
 
 // Out arguments are emptied before anything else happens.
-template <class T>
-void ClearOut(T** out) noexcept {
-    *out = nullptr;
-}
+template <class T> void ClearOut(T** out) noexcept { *out = nullptr; }
 inline void ClearOut(VARIANT* out) noexcept { VariantInit(out); }
 inline void ClearOut(LONG* out) noexcept { *out = 0; }
 inline void ClearOut(ULONG* out) noexcept { *out = 0; }
 
 /// Does the work of a method; the place where exceptions become results.
 /// @param body  HRESULT body()
-template <class F>
-HRESULT Guarded(F&& body) noexcept {
+template <class F> HRESULT Guarded(F&& body) noexcept {
     try {
         return body();
     } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; } catch (const std::logic_error&) {
@@ -106,8 +99,7 @@ HRESULT Guarded(F&& body) noexcept {
 }
 
 /// An object that answers for some interfaces and IUnknown.
-template <class First, class... Others>
-class Object : public First, public Others... {
+template <class First, class... Others> class Object : public First, public Others... {
 public:
     Object() noexcept { ++liveObjects; }
     Object(const Object&) = delete;
@@ -141,20 +133,17 @@ protected:
     /// A method: empties the out arguments, refuses null ones with E_POINTER, and does its work.
     /// @param method  its name, for those who watch calls
     /// @param body    HRESULT body()
-    template <class F, class... Outs>
-    HRESULT Call(std::string_view /*method*/, F&& body, Outs*... outs) noexcept {
+    template <class F, class... Outs> HRESULT Call(std::string_view /*method*/, F&& body, Outs*... outs) noexcept {
         (void(outs != nullptr ? ClearOut(outs) : void()), ...);
         return ((outs != nullptr) && ... && true) ? Guarded(std::forward<F>(body)) : E_POINTER;
     }
     /// A method that is not offered.
-    template <class... Outs>
-    HRESULT Refuse(std::string_view method, Outs*... outs) noexcept {
+    template <class... Outs> HRESULT Refuse(std::string_view method, Outs*... outs) noexcept {
         return Call(
             method, [] { return E_NOTIMPL; }, outs...);
     }
     /// A look-up of which there is nothing.
-    template <class... Outs>
-    HRESULT Nothing(std::string_view method, Outs*... outs) noexcept {
+    template <class... Outs> HRESULT Nothing(std::string_view method, Outs*... outs) noexcept {
         return Call(
             method, [] { return S_FALSE; }, outs...);
     }

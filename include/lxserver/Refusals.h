@@ -23,8 +23,7 @@
     HRESULT STDMETHODCALLTYPE Method Parameters override { return this->Nothing(#Method __VA_OPT__(, ) __VA_ARGS__); }
 
 namespace lx {
-template <class Base>
-class ConfigObjectRefusals : public Base {
+template <class Base> class ConfigObjectRefusals : public Base {
 public:
     using Base::Base;
     LX_REFUSE(Get, (BSTR, VARIANT* value), value)
@@ -38,15 +37,13 @@ public:
 };
 
 /// Pages, formats, attribute types, editors, PC infos and browser ids.
-template <class Base>
-class PlainRefusals : public Base {
+template <class Base> class PlainRefusals : public Base {
 public:
     using Base::Base;
     LX_REFUSE(dummy, ())
 };
 
-template <class Base>
-class TypeRefusals : public Base {
+template <class Base> class TypeRefusals : public Base {
 public:
     using Base::Base;
     LX_REFUSE(AddPage, (ILXPage * *page), page)
@@ -77,8 +74,7 @@ public:
     LX_NOTHING(GetTypeComponentData, (LONG, SAFEARRAY** components), components)
 };
 
-template <class Base>
-class GroupRefusals : public Base {
+template <class Base> class GroupRefusals : public Base {
 public:
     using Base::Base;
     LX_REFUSE(dummy, ())
@@ -89,8 +85,7 @@ public:
 };
 
 /// Formats by format type, as attributes and global format specs have them.
-template <class Base>
-class FormatRefusals : public Base {
+template <class Base> class FormatRefusals : public Base {
 public:
     using Base::Base;
     LX_REFUSE(CreateFormat, (int, ILXFormat** format), format)
@@ -98,8 +93,7 @@ public:
     LX_REFUSE(DeleteFormat, (int))
 };
 
-template <class Base>
-class AttributeRefusals : public FormatRefusals<Base> {
+template <class Base> class AttributeRefusals : public FormatRefusals<Base> {
 public:
     using FormatRefusals<Base>::FormatRefusals;
     LX_REFUSE(AddAttributeType, (ILXAttributeType * *type), type)
@@ -107,8 +101,7 @@ public:
     LX_NOTHING(GetAttributeTypeEnum, (ILXAttributeTypeEnum * *types), types)
 };
 
-template <class Base>
-class RelationRefusals : public Base {
+template <class Base> class RelationRefusals : public Base {
 public:
     using Base::Base;
     LX_REFUSE(AddPCInfo, (ILXPCInfo * *info), info)
@@ -118,8 +111,7 @@ public:
 };
 
 /// ILXConfigFactory and ILXConfigFactoryEx.
-template <class Base>
-class ConfigFactoryRefusals : public Base {
+template <class Base> class ConfigFactoryRefusals : public Base {
 public:
     using Base::Base;
     LX_REFUSE(AddType, (ILXType * *type), type)
@@ -151,8 +143,7 @@ public:
     LX_NOTHING(GetTypeArrayByTypeNameArrayEx, (SAFEARRAY*, LONG, LONG, SAFEARRAY** types), types)
 };
 
-template <class Base>
-class DataUpdateRefusals : public Base {
+template <class Base> class DataUpdateRefusals : public Base {
 public:
     using Base::Base;
     LX_REFUSE(RegisterCallback, (BSTR, ULONG, ILXCallbackUpdate*, LONG* client), client)
@@ -166,8 +157,7 @@ public:
 };
 
 /// A query may be given criteria and be reset; it finds nothing.
-template <class Base>
-class QueryRefusals : public Base {
+template <class Base> class QueryRefusals : public Base {
 public:
     using Base::Base;
     LX_REFUSE(SetQueryMode, (tagSEARCHMODE))
@@ -193,8 +183,7 @@ public:
     LX_REFUSE(GetExtendedSearchResultAttributes, (SAFEARRAY*, SAFEARRAY** values), values)
 };
 
-template <class Base>
-class DataObjectRefusals : public Base {
+template <class Base> class DataObjectRefusals : public Base {
 public:
     using Base::Base;
     LX_REFUSE(GetTableName, (BSTR * table), table)

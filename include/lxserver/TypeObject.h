@@ -130,8 +130,7 @@ private:
         return all;
     }
 
-    template <class T, class I>
-    HRESULT FindOne(std::string_view method, Key key, I** out) {
+    template <class T, class I> HRESULT FindOne(std::string_view method, Key key, I** out) {
         return Call(
             method,
             [&] {
@@ -140,8 +139,7 @@ private:
             },
             out);
     }
-    template <class F>
-    HRESULT ListGroups(std::string_view method, ILXGroupEnum** out, F&& takes) {
+    template <class F> HRESULT ListGroups(std::string_view method, ILXGroupEnum** out, F&& takes) {
         return Call(
             method,
             [&] {
@@ -169,8 +167,7 @@ private:
     Key KeyOfComponent(Kind kind, int number) const { return PartOf(kind, number); }
     Key KeyOfComponent(Kind kind, const Text& name) const { return PartOf(kind, 0, name); }
     /// Attributes, inherited ones included, that a test takes.
-    template <class F>
-    HRESULT ListAttributes(std::string_view method, ILXAttributeEnum** out, F&& takes) {
+    template <class F> HRESULT ListAttributes(std::string_view method, ILXAttributeEnum** out, F&& takes) {
         return Call(
             method,
             [&] {

@@ -24,18 +24,12 @@ typedef LONGLONG hyper;
 
 #ifdef __cplusplus
 /* __uuidof(T) and __uuidof(T*): a template with one specialisation for each interface and class. */
-template <typename T>
-struct LXUuidOf;
-template <typename T>
-struct LXUuidOf<T*> : LXUuidOf<T> {};
-template <typename T>
-struct LXUuidOf<const T> : LXUuidOf<T> {};
+template <typename T> struct LXUuidOf;
+template <typename T> struct LXUuidOf<T*> : LXUuidOf<T> {};
+template <typename T> struct LXUuidOf<const T> : LXUuidOf<T> {};
 #define __CRT_UUID_DECL(type, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)                                               \
     extern "C++" {                                                                                                     \
-    template <>                                                                                                        \
-    struct LXUuidOf<type> {                                                                                            \
-        static constexpr IID value = {l, w1, w2, {b1, b2, b3, b4, b5, b6, b7, b8}};                                    \
-    };                                                                                                                 \
+    template <> struct LXUuidOf<type> { static constexpr IID value = {l, w1, w2, {b1, b2, b3, b4, b5, b6, b7, b8}}; }; \
     }
 #define __uuidof(type) (LXUuidOf<type>::value)
 #endif

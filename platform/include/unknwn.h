@@ -17,8 +17,7 @@ IUnknown {
     virtual ULONG STDMETHODCALLTYPE AddRef() = 0;
     virtual ULONG STDMETHODCALLTYPE Release() = 0;
 
-    template <typename Q>
-    HRESULT STDMETHODCALLTYPE QueryInterface(Q * *object) {
+    template <typename Q> HRESULT STDMETHODCALLTYPE QueryInterface(Q * *object) {
         return QueryInterface(LXUuidOf<Q>::value, reinterpret_cast<void**>(object));
     }
 };
@@ -65,10 +64,7 @@ typedef IUnknown* LPUNKNOWN;
 typedef IClassFactory* LPCLASSFACTORY;
 
 #ifdef __cplusplus
-template <typename T>
-constexpr const IID& LXUuidOfTarget(T**) {
-    return LXUuidOf<T>::value;
-}
+template <typename T> constexpr const IID& LXUuidOfTarget(T**) { return LXUuidOf<T>::value; }
 #define IID_PPV_ARGS(target) LXUuidOfTarget(target), reinterpret_cast<void**>(target)
 #endif
 

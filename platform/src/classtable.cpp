@@ -121,8 +121,7 @@ Module* UseModule(Tables& tables, const Server& server) {
     return &module;
 }
 
-template <typename F>
-F Export(HMODULE module, const char* name) {
+template <typename F> F Export(HMODULE module, const char* name) {
     return reinterpret_cast<F>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)));
 }
 

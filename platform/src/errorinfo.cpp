@@ -81,8 +81,7 @@ public:
     }
 
 private:
-    template <typename T>
-    static HRESULT Put(T* out, const T& value) {
+    template <typename T> static HRESULT Put(T* out, const T& value) {
         if (out == nullptr) { return E_INVALIDARG; }
         *out = value;
         return S_OK;

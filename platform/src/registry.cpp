@@ -60,8 +60,7 @@ ULONG_PTR RootNumber(HKEY key) {
 }
 
 /// Calls `action` with the key's node under the mutex.
-template <typename F>
-LSTATUS WithNode(HKEY key, F&& action) try {
+template <typename F> LSTATUS WithNode(HKEY key, F&& action) try {
     Hive& hive = TheHive();
     const std::lock_guard guard(hive.mutex);
     if (key == nullptr) { return ERROR_INVALID_HANDLE; }

@@ -16,8 +16,7 @@
 using LXPlatformNumber::Number;
 
 namespace {
-template <typename T>
-HRESULT StoreWhole(const Number& number, T& out) {
+template <typename T> HRESULT StoreWhole(const Number& number, T& out) {
     using Limits = std::numeric_limits<T>;
     if (number.isReal) {
         const double rounded = std::nearbyint(number.real); // halves go to the even neighbour

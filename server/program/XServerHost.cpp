@@ -22,8 +22,7 @@ void Explain(const char* method, const std::string& reason) {
 }
 
 /// A method: empties its out arguments, and turns exceptions into results.
-template <class Work, class... Outs>
-HRESULT Method(const char* name, Work&& work, Outs**... outs) noexcept {
+template <class Work, class... Outs> HRESULT Method(const char* name, Work&& work, Outs**... outs) noexcept {
     if (((outs == nullptr) || ... || false)) { return E_POINTER; }
     ((*outs = nullptr), ...);
     try {

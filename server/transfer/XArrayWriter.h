@@ -25,8 +25,7 @@ public:
 
     void Add(XLXComVariant element) { m_elements.push_back(std::move(element)); }
     /// Appends values in order, each as its ToSafeArray writes it.
-    template <class... T>
-    XArrayWriter& Put(T&&... values);
+    template <class... T> XArrayWriter& Put(T&&... values);
 
     std::size_t Size() const noexcept { return m_elements.size(); }
 
@@ -42,10 +41,7 @@ void ToSafeArray(XArrayWriter& to, ULONG value);
 void ToSafeArray(XArrayWriter& to, XLXTextView value);
 void ToSafeArray(XArrayWriter& to, IUnknown* value);
 /// For booleans only: a pointer must not become one.
-template <std::same_as<bool> T>
-void ToSafeArray(XArrayWriter& to, T value) {
-    to.Add(XLXComVariant::FromBool(value));
-}
+template <std::same_as<bool> T> void ToSafeArray(XArrayWriter& to, T value) { to.Add(XLXComVariant::FromBool(value)); }
 /// Writes a value of any type as it stands.
 void ToSafeArray(XArrayWriter& to, XLXComVariant value);
 /// Writes values as a vector.
@@ -57,8 +53,7 @@ void ToSafeArray(XArrayWriter& to, XILXTypeComp record);
 void ToSafeArray(XArrayWriter& to, XILXTypeData record);
 void ToSafeArray(XArrayWriter& to, XILXAttributeData record);
 
-template <class... T>
-XArrayWriter& XArrayWriter::Put(T&&... values) {
+template <class... T> XArrayWriter& XArrayWriter::Put(T&&... values) {
     (ToSafeArray(*this, std::forward<T>(values)), ...);
     return *this;
 }

@@ -3,8 +3,7 @@
 
 namespace XLXCFCDataTransfer {
 namespace {
-template <class Record>
-void VecToSafeArray(XArrayWriter& to, std::vector<Record>&& records) {
+template <class Record> void VecToSafeArray(XArrayWriter& to, std::vector<Record>&& records) {
     to.Put(static_cast<LONG>(records.size()));
     for (Record& record : records) {
         to.Put(std::move(record));

@@ -10,22 +10,15 @@
 #include <utility>
 
 /// The interface id of T.
-template <class T>
-const IID& LXIid() noexcept {
-    return __uuidof(T);
-}
+template <class T> const IID& LXIid() noexcept { return __uuidof(T); }
 
-template <class T>
-class XLXComPtr {
+template <class T> class XLXComPtr {
 public:
     XLXComPtr() noexcept = default;
     XLXComPtr(T* object) noexcept : m_object(object) { AddRef(); }
     XLXComPtr(const XLXComPtr& other) noexcept : m_object(other.m_object) { AddRef(); }
     XLXComPtr(XLXComPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
-    template <class U>
-    XLXComPtr(const XLXComPtr<U>& other) noexcept : m_object(other.Get()) {
-        AddRef();
-    }
+    template <class U> XLXComPtr(const XLXComPtr<U>& other) noexcept : m_object(other.Get()) { AddRef(); }
     ~XLXComPtr() { Reset(); }
 
     XLXComPtr& operator=(XLXComPtr other) noexcept {
@@ -67,8 +60,7 @@ public:
     }
 
     /// Asks the object for another interface; null when it has none.
-    template <class U>
-    XLXComPtr<U> As() const noexcept {
+    template <class U> XLXComPtr<U> As() const noexcept {
         XLXComPtr<U> other;
         if (m_object != nullptr) { (void)LXQuery(*m_object, other); }
         return other;
@@ -83,34 +75,29 @@ private:
 };
 
 /// Asks an object for an interface. A failing query leaves nothing to release, whatever it left in the pointer.
-template <class T, class U>
-HRESULT LXQuery(U& object, XLXComPtr<T>& result) noexcept {
+template <class T, class U> HRESULT LXQuery(U& object, XLXComPtr<T>& result) noexcept {
     const HRESULT answer = object.QueryInterface(LXIid<T>(), result.PutVoid());
     if (FAILED(answer)) { (void)result.Detach(); }
     return answer;
 }
 
-template <class T, class U>
-bool operator==(const XLXComPtr<T>& left, const XLXComPtr<U>& right) noexcept {
+template <class T, class U> bool operator==(const XLXComPtr<T>& left, const XLXComPtr<U>& right) noexcept {
     return left.Get() == right.Get();
 }
 
 /// Empties a caller's variable, if there is one, before anything can fail.
-template <class T>
-void LXEmptyOut(T** out) noexcept {
+template <class T> void LXEmptyOut(T** out) noexcept {
     if (out != nullptr) { *out = nullptr; }
 }
 
 /// The answer of a method that is not offered: what it would have handed out is null.
-template <class... T>
-HRESULT LXNotOffered(T**... outs) noexcept {
+template <class... T> HRESULT LXNotOffered(T**... outs) noexcept {
     (LXEmptyOut(outs), ...);
     return E_NOTIMPL;
 }
 
 /// A pointer that takes over the caller's reference.
-template <class T>
-XLXComPtr<T> LXAttach(T* object) noexcept {
+template <class T> XLXComPtr<T> LXAttach(T* object) noexcept {
     XLXComPtr<T> pointer;
     pointer.Attach(object);
     return pointer;

@@ -6,8 +6,7 @@
 #include <memory>
 
 /// A part of an object that most objects never use: made by whoever needs it first, and kept until the object goes.
-template <class T>
-class XLazyPart {
+template <class T> class XLazyPart {
 public:
     ~XLazyPart() { delete m_part.load(std::memory_order_acquire); }
 

@@ -6,8 +6,7 @@
 
 /// A value of the module, for a static of a function. It goes when the module is unloaded. When the process ends
 /// under clients that still hold objects, it stays: those objects may use it after the statics are destroyed.
-template <class T>
-class XModuleState {
+template <class T> class XModuleState {
 public:
     XModuleState() : m_value(new T) {}
     XModuleState(const XModuleState&) = delete;

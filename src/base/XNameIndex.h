@@ -21,8 +21,7 @@
 
 /// @tparam T      a pointer, or something as small
 /// @tparam Count  the names that make a key
-template <class T, std::size_t Count = 1>
-class XNameIndex {
+template <class T, std::size_t Count = 1> class XNameIndex {
 public:
     using Names = std::array<XLXTextView, Count>;
 

@@ -11,8 +11,7 @@
 ///
 /// Entries are added in any order. Nothing is looked for until Settle has brought them into theirs; that takes no
 /// longer than sorting, however many are added.
-template <class Key, class T>
-class XSortedMap {
+template <class Key, class T> class XSortedMap {
 public:
     using key_type = Key;
     using mapped_type = T;
@@ -25,8 +24,7 @@ public:
     bool empty() const noexcept { return m_entries.empty(); }
 
     /// @tparam Like  the key, or what it compares with
-    template <class Like>
-    const_iterator find(const Like& key) const {
+    template <class Like> const_iterator find(const Like& key) const {
         const auto found = std::lower_bound(begin(), end(), key,
                                             [](const value_type& entry, const Like& k) { return entry.first < k; });
         return found != end() && !(key < found->first) ? found : end();

@@ -18,8 +18,7 @@
 /// @tparam Derived  the class itself; it may replace FindFace
 /// @tparam Faces    the first one answers for IUnknown and its own id, each further one for its own. Classes that are
 ///                  no interface may be among them: they are base classes, and nobody can ask for them
-template <class Derived, class... Faces>
-class XFaces : public Faces... {
+template <class Derived, class... Faces> class XFaces : public Faces... {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override {
         if (ppv == nullptr) { return Derived::RefuseNullFace(); }
@@ -43,8 +42,7 @@ protected:
     }
 
 private:
-    template <class Face>
-    void* Answer(REFIID iid, bool isUnknown) noexcept {
+    template <class Face> void* Answer(REFIID iid, bool isUnknown) noexcept {
         if constexpr (std::is_base_of_v<IUnknown, Face>) {
             return isUnknown || IsEqualIID(iid, __uuidof(Face)) ? static_cast<Face*>(this) : nullptr;
         }
@@ -53,8 +51,7 @@ private:
 };
 
 /// An object of the module that lives as long as somebody holds a reference to it.
-template <class Derived, class... Faces>
-class XUnknown : public XFaces<Derived, Faces...> {
+template <class Derived, class... Faces> class XUnknown : public XFaces<Derived, Faces...> {
 public:
     XUnknown(const XUnknown&) = delete;
     XUnknown& operator=(const XUnknown&) = delete;

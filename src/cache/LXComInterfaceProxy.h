@@ -14,8 +14,7 @@
 #include <mutex>
 
 namespace LXComInterfaceProxy {
-template <class I>
-class XLazyIProxy {
+template <class I> class XLazyIProxy {
 public:
     /// A server object, the interface that it was asked for, and where it is asked for when it did not come.
     struct Link {

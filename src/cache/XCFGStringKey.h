@@ -64,8 +64,7 @@ private:
     XLXText m_text;
 };
 
-template <class T>
-using XNameMap = std::map<XCFGStringKey, T, std::less<>>;
+template <class T> using XNameMap = std::map<XCFGStringKey, T, std::less<>>;
 using XNameSet = std::set<XCFGStringKey, std::less<>>;
 
 #endif

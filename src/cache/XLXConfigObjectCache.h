@@ -230,8 +230,7 @@ protected:
 
     /// Asks the server for all values. Anything but S_OK is returned.
     /// @param use  called with the values, and with the stamp noted before the server was asked
-    template <class Use>
-    HRESULT Fetch(Use&& use) {
+    template <class Use> HRESULT Fetch(Use&& use) {
         const XStamp noted{Now(), m_store.Own().Now()};
         XVariantRow values;
         const HRESULT fetched = LXFetchProperties(*Server(), Facts.At("GetProperty"), values);

@@ -12,8 +12,7 @@
 
 /// A sorted map by name that finds an entry by the hash of its name: names that are alike take long to compare, and a
 /// search among sorted ones compares many of them.
-template <class T>
-class XNamedMap : public XSortedMap<XCFGStringKey, T> {
+template <class T> class XNamedMap : public XSortedMap<XCFGStringKey, T> {
 public:
     using const_iterator = typename XSortedMap<XCFGStringKey, T>::const_iterator;
 

@@ -31,8 +31,7 @@ public:
     /// Exchanges all values, unless newer ones are there. As many as before go where those were, so that a list's
     /// block has no gaps.
     /// @param onAssigned  called with the new values under the lock; calls nothing foreign
-    template <class OnAssigned>
-    void Assign(XVariantRow& values, const XStamp& stamp, OnAssigned&& onAssigned) {
+    template <class OnAssigned> void Assign(XVariantRow& values, const XStamp& stamp, OnAssigned&& onAssigned) {
         const XCritProxy<Stamped> store(m_data);
         if (stamp.IsOlderThan(store->stamp)) { return; }
         onAssigned(static_cast<const XVariantRow&>(values));

@@ -25,15 +25,13 @@ HRESULT LXAnswer(const LXErrorLocation& at, const OLECHAR* outName, T** out, Ans
 }
 
 /// Hands an object out; S_FALSE and null when there is none.
-template <class Object, class Interface>
-HRESULT LXHandOut(XLXComPtr<Object> object, Interface** out) noexcept {
+template <class Object, class Interface> HRESULT LXHandOut(XLXComPtr<Object> object, Interface** out) noexcept {
     *out = object.Detach();
     return *out != nullptr ? S_OK : S_FALSE;
 }
 
 /// What a map, which may be null, has under a key; empty when it has nothing.
-template <class Map>
-typename Map::mapped_type LXFind(const Map* map, const auto& key) {
+template <class Map> typename Map::mapped_type LXFind(const Map* map, const auto& key) {
     const auto found = map != nullptr ? map->find(key) : typename Map::const_iterator();
     return map != nullptr && found != map->end() ? found->second : typename Map::mapped_type();
 }
@@ -53,24 +51,21 @@ HRESULT LXHandOutAll(const std::shared_ptr<const Map>& map, Enumerator** out) {
 
 /// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error information.
 /// std::bad_alloc passes: the component's own lack of memory is no answer of the server, and must not be cached.
-template <class F>
-HRESULT LXWithoutRaising(F&& body) {
+template <class F> HRESULT LXWithoutRaising(F&& body) {
     try {
         return body();
     } catch (const XLXException& error) { return error.Code(); }
 }
 
 /// Runs a callable; what it raises is raised again as noticed by the caller.
-template <class F>
-auto LXRaisedAt(const LXErrorLocation& at, F&& body) {
+template <class F> auto LXRaisedAt(const LXErrorLocation& at, F&& body) {
     try {
         return body();
     } catch (const XLXException& failure) { XLXError::Raise(failure.Code(), failure.Message(), at); }
 }
 
 /// Runs a step of a load; a failure that it raises is kept, to be raised once when what came before it is published.
-template <class F>
-void LXKeepFailure(std::exception_ptr& failure, F&& step) {
+template <class F> void LXKeepFailure(std::exception_ptr& failure, F&& step) {
     try {
         step();
     } catch (const XLXException&) { failure = std::current_exception(); }
@@ -124,8 +119,7 @@ HRESULT LXAskAttribute(ILX_BaseDataObject& object, const OLECHAR* name, XLXComVa
 HRESULT LXAskTypeName(ILX_BaseDataObject& object, XLXComBSTR& name);
 
 /// A caller's variable, as an owner of which nothing is left after a failure.
-template <class Result>
-struct XCallersOut {
+template <class Result> struct XCallersOut {
     Result** out; ///< may be null: that is for the server to refuse
     Result** Put() noexcept {
         LXEmptyOut(out);
@@ -156,15 +150,13 @@ HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XV
 namespace LXCFCTOOLS {
 /// Makes a cached object around a server object, which may be null.
 /// @param clock  of the connection that the object belongs to; null: nothing makes the object stale
-template <class Cached>
-XLXComPtr<Cached> Make(XLXComPtr<IUnknown> server, XClockPtr clock) {
+template <class Cached> XLXComPtr<Cached> Make(XLXComPtr<IUnknown> server, XClockPtr clock) {
     return XLXComPtr<Cached>(new Cached(std::move(server), std::move(clock)));
 }
 } // namespace LXCFCTOOLS
 
 /// Says that the objects of a map take the place of those of a former one (which may be null), under the map's lock.
-template <class Map>
-void LXReplaceMap(const Map* former, const Map& map) noexcept {
+template <class Map> void LXReplaceMap(const Map* former, const Map& map) noexcept {
     if (former != nullptr) {
         for (const auto& [key, object] : *former) {
             if (const auto kept = map.find(key); kept == map.end() || kept->second != object) { object->Detach(); }

@@ -99,8 +99,7 @@ private:
 
 /// What every method that returns an enumerator ends with: S_FALSE and null when nothing was collected, else an
 /// enumerator over the items.
-template <class IEnumX, class IX>
-HRESULT LXHandOutEnumerator(std::vector<XLXComPtr<IX>>&& items, IEnumX** out) {
+template <class IEnumX, class IX> HRESULT LXHandOutEnumerator(std::vector<XLXComPtr<IX>>&& items, IEnumX** out) {
     *out = nullptr;
     if (items.empty()) { return S_FALSE; }
     *out = XLXComPtr<IEnumX>(new XLXEnumWithDelete<IEnumX, IX>(std::move(items))).Detach();

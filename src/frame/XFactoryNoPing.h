@@ -16,8 +16,7 @@
 
 namespace LXComClassFactory {
 /// Creates objects of T: default constructible, and counted from 0.
-template <class T>
-class XFactoryNoPing final : public XFaces<XFactoryNoPing<T>, IClassFactory> {
+template <class T> class XFactoryNoPing final : public XFaces<XFactoryNoPing<T>, IClassFactory> {
 public:
     /// A new factory with the module's reference.
     static IClassFactory* Create() { return new XFactoryNoPing; }

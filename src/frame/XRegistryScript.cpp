@@ -57,8 +57,7 @@ bool HasSubkeys(HKEY key) {
 }
 
 /// @param keep  keep(status) notes the status of a step
-template <class Keep>
-void Remove(HKEY root, const Entry& entry, Keep&& keep) {
+template <class Keep> void Remove(HKEY root, const Entry& entry, Keep&& keep) {
     if (entry.removal == ERemoval::Whole) { return keep(RegDeleteTreeW(root, entry.key)); }
     bool isUsed = entry.removal == ERemoval::Never;
     {

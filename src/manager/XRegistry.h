@@ -10,8 +10,7 @@
 #include "XConnection.h"
 #include "XLoaded.h"
 
-template <class T>
-class XRegistry {
+template <class T> class XRegistry {
 public:
     using Value = std::shared_ptr<const T>;
 

@@ -163,8 +163,7 @@ public:
 private:
     struct InitArguments;
 
-    template <class Impl>
-    void InstallImpl();
+    template <class Impl> void InstallImpl();
     HRESULT Init(const InitArguments& arguments);
     XConnectionPtr Begin(const InitArguments& arguments);
     void RegisterCallback(XConnection& connection, ILXDataUpdate* update, bool separateCallback);

@@ -11,8 +11,7 @@ constexpr ULONG AdvicesDesired = 0x100;
 
 /// The interface in a value. A null or empty one is E_POINTER, another value DISP_E_TYPEMISMATCH; a failing query is
 /// returned.
-template <class T>
-HRESULT InterfaceIn(const XLXComVariant& value, XLXComPtr<T>& result) {
+template <class T> HRESULT InterfaceIn(const XLXComVariant& value, XLXComPtr<T>& result) {
     if (IUnknown* const object = value.AsUnknown(); object != nullptr) { return LXQuery(*object, result); }
     const VARTYPE type = value.Type();
     return type == VT_UNKNOWN || type == VT_DISPATCH || type == VT_EMPTY ? E_POINTER : DISP_E_TYPEMISMATCH;
@@ -28,8 +27,7 @@ void LogOtherServer(const XLXComPtr<ILXConfigFactory>& first, const XLXComPtr<IL
 } // namespace
 
 // The first initialisation decides on the mode, for good.
-template <class Impl>
-void XLXConfigFactoryCacheManager::InstallImpl() {
+template <class Impl> void XLXConfigFactoryCacheManager::InstallImpl() {
     XLXCFCMngImpl* impl = m_pImpl.load();
     if (impl == nullptr) {
         auto made = std::make_unique<Impl>(*this);

@@ -40,8 +40,7 @@ struct XTransientFacts {
 
 /// An object whose life does not depend on the references to it. Each is a lock on the module, so that the object's
 /// code is there as long as somebody holds it. Any thread may call.
-template <class Derived, class Interface>
-class XModuleReferences : public XFaces<Derived, Interface> {
+template <class Derived, class Interface> class XModuleReferences : public XFaces<Derived, Interface> {
 public:
     ULONG STDMETHODCALLTYPE AddRef() override {
         XModuleCount::Lock();
@@ -67,8 +66,7 @@ private:
 
 /// It answers its interface and IUnknown, and no callback. Any thread may call.
 /// @tparam Base  its face: an XUnknown, or an XModuleReferences
-template <class Base, EConfigElementKind kind>
-class XLXTransientObject : public XPropertyMethods<Base, kind> {
+template <class Base, EConfigElementKind kind> class XLXTransientObject : public XPropertyMethods<Base, kind> {
 public:
     static HRESULT RefuseNullFace() noexcept {
         return XLXError::RefusePointer(OLESTR("ppv"),

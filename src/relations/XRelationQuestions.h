@@ -14,8 +14,7 @@
 #include <initializer_list>
 
 /// @tparam Bases  bring ILXConfigFactoryCache and ILXConfigFactory
-template <class... Bases>
-class XRelationQuestions : public Bases... {
+template <class... Bases> class XRelationQuestions : public Bases... {
     using Object = ILX_BaseDataObject;
     using Enum = ILXParentChildEnum;
 
@@ -150,13 +149,11 @@ private:
     }
 
     /// Runs one question of the relation manager.
-    template <class Question>
-    HRESULT Ask(const char* method, Question&& question) const {
+    template <class Question> HRESULT Ask(const char* method, Question&& question) const {
         return XLXError::Guarded(LXManagerAt(method), [&]() -> HRESULT { return question(*RelationManager(method)); });
     }
     /// The same with an out pointer, which is nulled first: there may be nobody to ask.
-    template <class Out, class Question>
-    HRESULT Ask(const char* method, Out** out, Question&& question) const {
+    template <class Out, class Question> HRESULT Ask(const char* method, Out** out, Question&& question) const {
         LXEmptyOut(out);
         return Ask(method, std::forward<Question>(question));
     }

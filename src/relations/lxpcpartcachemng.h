@@ -85,8 +85,7 @@ private:
     /// The relations to answer from, loaded first when needed.
     MapPtr Loaded();
     /// Calls visit(names, entry) for the relations between two types as with Collect, until it answers false.
-    template <class Visit>
-    void VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit);
+    template <class Visit> void VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit);
     /// Calls take(child, list, relation) for what Collect collects.
     template <class Take>
     void VisitShown(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter, Take&& take);

@@ -53,8 +53,7 @@ public:
     constexpr void Add(XAspect aspect) noexcept { m_bits |= BitOf(aspect); }
 
     /// Calls visit(aspect) for each aspect of the set, in order.
-    template <class Visit>
-    constexpr void ForEach(Visit&& visit) const {
+    template <class Visit> constexpr void ForEach(Visit&& visit) const {
         for (std::size_t i = 0; i < LXAspectCount; ++i) {
             if (const auto aspect = static_cast<XAspect>(i); Has(aspect)) { visit(aspect); }
         }

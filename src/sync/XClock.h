@@ -49,8 +49,7 @@ struct XMoment {
     std::uint64_t At(XAspect aspect) const noexcept { return numbers[static_cast<std::size_t>(aspect)]; }
 };
 
-template <class Policy = XSystemSync>
-class XBasicClock {
+template <class Policy = XSystemSync> class XBasicClock {
 public:
     std::uint64_t Now(XAspect aspect) const noexcept {
         return m_numbers[static_cast<std::size_t>(aspect)].value.load(std::memory_order_acquire);
@@ -95,8 +94,7 @@ using XClockPtr = XLXComPtr<XClock>;
 
 /// The own count of a holder: advanced when a notification comes straight to the holder, when what it owns is
 /// emptied, and when its server object is replaced.
-template <class Policy = XSystemSync>
-class XBasicOwnCount {
+template <class Policy = XSystemSync> class XBasicOwnCount {
 public:
     std::uint64_t Now() const noexcept { return m_count.load(std::memory_order_acquire); }
     /// Returns the count as of this advance.
@@ -110,8 +108,7 @@ using XOwnCount = XBasicOwnCount<>;
 /// The number of the last notification that came straight to an object. It is stored before the object's own counts
 /// are advanced; whoever takes a stamp from a bulk answer reads the own count first and this number after. So of a
 /// notification that overtook the answer one of the two is always seen.
-template <class Policy = XSystemSync>
-class XBasicDirectNumber {
+template <class Policy = XSystemSync> class XBasicDirectNumber {
 public:
     std::uint64_t Now() const noexcept { return m_number.load(std::memory_order_acquire); }
 

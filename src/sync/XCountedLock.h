@@ -96,8 +96,7 @@ private:
 };
 
 /// The underlying lock is called only while the process-wide switch is on.
-template <class Lockable = XCriticalSectionEx>
-class XBasicRefCountCritSection {
+template <class Lockable = XCriticalSectionEx> class XBasicRefCountCritSection {
 public:
     explicit XBasicRefCountCritSection(XLockLevel level = XLockLevel::PropertyStore) noexcept : m_place(level) {}
 

@@ -14,8 +14,7 @@ static_assert(sizeof(XCritDelegator) <= 48, "every cached object carries one");
 #endif
 
 /// A datum with its lock, reached only through the proxies below, which hold the lock while they live.
-template <class T>
-class XCritDataCFC {
+template <class T> class XCritDataCFC {
 public:
     /// @param level      the lock's place in the lock order
     /// @param arguments  of the datum's constructor
@@ -24,8 +23,7 @@ public:
         : m_value(std::forward<Arguments>(arguments)...), m_delegator(level) {}
 
 private:
-    template <class, class>
-    friend class XCritAccess;
+    template <class, class> friend class XCritAccess;
 
     T m_value;
     mutable XCritDelegator m_delegator;
@@ -34,8 +32,7 @@ private:
 /// What the proxies have in common.
 /// @tparam T     the datum, const when it is only read
 /// @tparam Data  the XCritDataCFC of it, const likewise
-template <class T, class Data>
-class XCritAccess {
+template <class T, class Data> class XCritAccess {
 public:
     XCritAccess(const XCritAccess&) = delete;
     T* operator->() const noexcept { return &m_value; }
@@ -50,16 +47,14 @@ protected:
 };
 
 /// Exclusive access.
-template <class T>
-class XCritProxy : public XCritAccess<T, XCritDataCFC<T>> {
+template <class T> class XCritProxy : public XCritAccess<T, XCritDataCFC<T>> {
 public:
     explicit XCritProxy(XCritDataCFC<T>& data) : XCritProxy::XCritAccess(data) { this->m_delegator.LockWrite(); }
     ~XCritProxy() { this->m_delegator.UnlockWrite(); }
 };
 
 /// Shared access under the lock.
-template <class T>
-class XCritReadProxy : public XCritAccess<const T, const XCritDataCFC<T>> {
+template <class T> class XCritReadProxy : public XCritAccess<const T, const XCritDataCFC<T>> {
 public:
     explicit XCritReadProxy(const XCritDataCFC<T>& data) : XCritReadProxy::XCritAccess(data) {
         this->m_delegator.AddReadLockRef();
@@ -69,8 +64,7 @@ public:
 
 /// Shared access without a lock while no writer waits. Short: a writer waits for it, nothing foreign is called, and
 /// the same datum is not touched again while it lives.
-template <class T>
-class XCritLFReadProxy : public XCritAccess<const T, const XCritDataCFC<T>> {
+template <class T> class XCritLFReadProxy : public XCritAccess<const T, const XCritDataCFC<T>> {
 public:
     explicit XCritLFReadProxy(const XCritDataCFC<T>& data)
         : XCritLFReadProxy::XCritAccess(data), m_slot(this->m_delegator.LockLFRead()) {}

@@ -20,8 +20,7 @@ enum class XFillKind : unsigned char {
 ///   server itself, beside the one that has the mutex. So nobody waits while somebody waits for it, whatever the
 ///   order in which servers ask back, and there is no order among the mutexes.
 /// - All others wait for the mutex.
-template <class Policy = XSystemSync>
-class XBasicFill {
+template <class Policy = XSystemSync> class XBasicFill {
 public:
     using Mutex = typename Policy::Mutex;
 

@@ -9,8 +9,7 @@
 
 /// The live instances of a class, so that a pointer from outside can be told to be one of them without looking into
 /// what it points to.
-template <class T>
-class XInstanceRegistry {
+template <class T> class XInstanceRegistry {
 public:
     void Add(const T* instance) {
         const std::lock_guard<XLeafMutex> lock(m_mutex);

@@ -21,8 +21,7 @@
 /// same lock inside one's own lock-free read waits for itself; debug builds end the process there.
 ///
 /// @tparam Policy  what is taken from the system
-template <class Lock, class Policy = XSystemSync>
-class XLFCritSectionDelegator : public Lock {
+template <class Lock, class Policy = XSystemSync> class XLFCritSectionDelegator : public Lock {
 public:
     using Slots = XReaderSlots<Policy>;
     using Slot = typename Slots::Slot;

@@ -13,8 +13,7 @@
 #include <optional>
 
 /// Where a holder's time comes from: an aspect of a connection's clock. Without an aspect only the own count counts.
-template <class Clock>
-struct XBasicTime {
+template <class Clock> struct XBasicTime {
     XLXComPtr<Clock> clock;
     std::optional<XAspect> aspect;
 
@@ -32,8 +31,7 @@ struct XObjectTime {
 };
 
 /// A value that stands under a lock together with its stamp, and the time that the stamp refers to.
-template <class T, class Time>
-struct XPublished {
+template <class T, class Time> struct XPublished {
     std::shared_ptr<const T> value; ///< null: nothing was loaded yet
     XStamp stamp;
     Time time;
@@ -48,19 +46,16 @@ struct XPublished {
 };
 
 /// Guards what many objects have one of: a mutex of one word.
-template <class Data, class Policy = XSystemSync>
-class XMutexGuarded {
+template <class Data, class Policy = XSystemSync> class XMutexGuarded {
 public:
     template <class... Arguments>
     explicit XMutexGuarded(Arguments&&... arguments) : m_data{std::forward<Arguments>(arguments)...} {}
 
-    template <class Use>
-    decltype(auto) Read(Use&& use) const {
+    template <class Use> decltype(auto) Read(Use&& use) const {
         const std::lock_guard<typename Policy::Mutex> lock(m_mutex);
         return use(static_cast<const Data&>(m_data));
     }
-    template <class Use>
-    decltype(auto) Write(Use&& use) {
+    template <class Use> decltype(auto) Write(Use&& use) {
         const std::lock_guard<typename Policy::Mutex> lock(m_mutex);
         return use(m_data);
     }
@@ -71,19 +66,12 @@ private:
 };
 
 /// Guards what is looked up often: read without a lock while nobody writes.
-template <class Data>
-class XSharedGuarded : XCritDataCFC<Data> {
+template <class Data> class XSharedGuarded : XCritDataCFC<Data> {
 public:
     using XCritDataCFC<Data>::XCritDataCFC;
 
-    template <class Use>
-    decltype(auto) Read(Use&& use) const {
-        return use(*XCritLFReadProxy<Data>(*this));
-    }
-    template <class Use>
-    decltype(auto) Write(Use&& use) {
-        return use(*XCritProxy<Data>(*this));
-    }
+    template <class Use> decltype(auto) Read(Use&& use) const { return use(*XCritLFReadProxy<Data>(*this)); }
+    template <class Use> decltype(auto) Write(Use&& use) { return use(*XCritProxy<Data>(*this)); }
 };
 
 /// Something that is loaded from the server as a whole: an immutable value that is replaced, never changed.
@@ -140,8 +128,7 @@ public:
         return m_guarded.Read([](const auto& published) { return published.value; });
     }
     /// Calls use(value pointer) under the lock, fresh or not; null when nothing was loaded.
-    template <class Use>
-    decltype(auto) ReadHeld(Use&& use) const {
+    template <class Use> decltype(auto) ReadHeld(Use&& use) const {
         return m_guarded.Read([&](const auto& published) { return use(published.value.get()); });
     }
 
@@ -154,8 +141,7 @@ public:
     /// @param publish  publish(value, former value or null), under the lock, when the answer is about to be
     ///                 published: what it does to the former value happens only if that is replaced. Calls nothing
     ///                 foreign
-    template <class Ask, class OnPublish>
-    Value Load(const Time& time, Ask&& ask, OnPublish&& publish) {
+    template <class Ask, class OnPublish> Value Load(const Time& time, Ask&& ask, OnPublish&& publish) {
         const XBasicFill<Policy> fill(m_fill, this);
         if (fill.IsReentered()) { return Held(); }
         if (Value fresh = Fresh()) { return fresh; }
@@ -164,15 +150,13 @@ public:
         Publish(time, answer, noted, publish);
         return answer;
     }
-    template <class Ask>
-    Value Load(const Time& time, Ask&& ask) {
+    template <class Ask> Value Load(const Time& time, Ask&& ask) {
         return Load(time, std::forward<Ask>(ask), [](const T&, const Value&) {});
     }
 
     /// Publishes a value that arrived by another way, with the stamp of that. False: something newer is there, or the
     /// time is over.
-    template <class OnPublish>
-    bool Publish(const Time& time, Value value, const XStamp& stamp, OnPublish&& publish) {
+    template <class OnPublish> bool Publish(const Time& time, Value value, const XStamp& stamp, OnPublish&& publish) {
         return m_guarded.Write([&](auto& published) {
             if (!published.open || !published.time.IsSame(time) || stamp.IsOlderThan(published.stamp)) { return false; }
             publish(*value, std::as_const(published.value));
@@ -185,8 +169,7 @@ public:
     /// Replaces the value by what edit(former) returns, for a change of the server's that this process made itself:
     /// an answer on its way is older then. What is returned is fresh if the former value was and edit leaves isWhole
     /// set. The own count is advanced and read in one step: another advance in between would be taken for this one.
-    template <class Edit>
-    void Change(Edit&& edit) {
+    template <class Edit> void Change(Edit&& edit) {
         Value changed;
         m_guarded.Write([&](auto& published) {
             const std::uint64_t own = m_own.Advance();
@@ -208,11 +191,9 @@ private:
 using XTime = XBasicTime<XClock>;
 
 /// Of which there are many. Open from the start when it is made as XLoaded<T>{nullptr, {}, time, true}.
-template <class T>
-using XLoaded = XBasicLoaded<T, XObjectTime>;
+template <class T> using XLoaded = XBasicLoaded<T, XObjectTime>;
 
 /// Of which there is one, looked up often. Its lock has a place in the lock order.
-template <class T>
-using XSharedLoaded = XBasicLoaded<T, XTime, XSharedGuarded<XPublished<T, XTime>>>;
+template <class T> using XSharedLoaded = XBasicLoaded<T, XTime, XSharedGuarded<XPublished<T, XTime>>>;
 
 #endif

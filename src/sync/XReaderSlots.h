@@ -14,8 +14,7 @@
 /// two locks at once: whoever finds the slot taken tries the neighbour, half the table away.
 ///
 /// Entering and looking are sequentially consistent: see XLFCritSectionDelegator for what that is needed for.
-template <class Policy = XSystemSync>
-class XReaderSlots {
+template <class Policy = XSystemSync> class XReaderSlots {
 public:
     using Slot = typename Policy::template Atomic<const void*>; ///< the lock that is read; null: none
 

@@ -15,8 +15,7 @@ struct XSystemSync {
     static constexpr unsigned ReaderSlots = 64; ///< of threads that read without a lock
     static constexpr unsigned Spins = 200;      ///< looks at something that another thread changes, before a pause
 
-    template <class T>
-    using Atomic = std::atomic<T>;
+    template <class T> using Atomic = std::atomic<T>;
 
     using Mutex = XCriticalSectionEx;
 

@@ -11,8 +11,7 @@
 #include <mutex>
 
 /// @tparam T  has bool TryAddRef() noexcept, which fails once the last reference is gone, and Release()
-template <class T>
-class XWeakLink {
+template <class T> class XWeakLink {
     struct Block {
         XLeafMutex mutex; // guards target
         T* target;

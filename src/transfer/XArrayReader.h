@@ -125,8 +125,7 @@ void FromSafeArray(XArrayReader& from, bool& value);
 void FromSafeArray(XArrayReader& from, XLXText& value);
 void FromSafeArray(XArrayReader& from, XLXComPtr<IUnknown>& value);
 
-template <class T>
-T FromSafeArray(XArrayReader& from) {
+template <class T> T FromSafeArray(XArrayReader& from) {
     T value{};
     FromSafeArray(from, value);
     return value;

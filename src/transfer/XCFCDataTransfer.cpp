@@ -80,8 +80,7 @@ void Read(XArrayReader& from, XILXAttributeData& value) {
 }
 
 /// A vector: a count, and so many records.
-template <class Record>
-void Read(XArrayReader& from, std::vector<Record>& records) {
+template <class Record> void Read(XArrayReader& from, std::vector<Record>& records) {
     const ULONG count = VecCountFromSafeArray(from);
     for (ULONG i = 0; i < count; ++i) {
         Read(from, records.emplace_back()); // grows as records are really there: each takes several elements

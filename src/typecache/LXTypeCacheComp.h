@@ -19,8 +19,7 @@ namespace XLXTypeCacheComp {
 /// @tparam InterfaceClass  that it is handed out by
 /// @tparam KeyClass        that it is found by: a number or a name
 /// @tparam GetOne          the method of the server's type that gives one by its key; null: the type is not asked
-template <class CachedClass, class InterfaceClass, class KeyClass, auto GetOne>
-struct XComponentKind {
+template <class CachedClass, class InterfaceClass, class KeyClass, auto GetOne> struct XComponentKind {
     using Cached = CachedClass;
     using Interface = InterfaceClass;
     using Key = KeyClass;
@@ -55,12 +54,10 @@ inline constexpr XComponentKind<XLXConfObjEditorCache, ILXConfObjEditor, XCFGStr
     &XLXCFCDataTransfer::XILXTypeComp::editors, "editors", OLESTR("emptying the editors failed"), nullptr};
 // clang-format on
 
-template <const auto& Kind>
-using XKind = std::remove_cvref_t<decltype(Kind)>;
+template <const auto& Kind> using XKind = std::remove_cvref_t<decltype(Kind)>;
 
 /// One component of a type: the cached object, and the type that it was made for.
-template <const auto& Kind>
-struct XComponent {
+template <const auto& Kind> struct XComponent {
     using Interface = typename XKind<Kind>::Interface;
 
     XLXComPtr<typename XKind<Kind>::Cached> object;
@@ -74,8 +71,7 @@ struct XStampedRecords {
     XStamp stamp; ///< that they give the map; none: not even the answer that the server has none was delivered
 };
 /// The key of a component with these values; none: it cannot be found.
-template <const auto& Kind>
-std::optional<typename XKind<Kind>::Key> LXKeyOf(const XVariantRow& values) {
+template <const auto& Kind> std::optional<typename XKind<Kind>::Key> LXKeyOf(const XVariantRow& values) {
     constexpr auto index = static_cast<std::size_t>(Kind.keyMember);
     if (index >= values.size() || values[index].Empty()) { return std::nullopt; }
     if constexpr (XKind<Kind>::HasNames) {
@@ -98,8 +94,7 @@ inline void LXPrefetch(const std::vector<XLXCFCDataTransfer::XILXAttributeData>&
 
 /// The records of a list.
 /// @param type  whose they are, for the logbook
-template <const auto& Kind>
-auto LXReadList(XLXSafeArray array, XLXTextView type) {
+template <const auto& Kind> auto LXReadList(XLXSafeArray array, XLXTextView type) {
     if constexpr (Kind.mode == LXTM_ATTRIBUTES) {
         auto records = XLXCFCDataTransfer::ReadAttributeList(std::move(array), type);
         LXPrefetch(records);
@@ -111,8 +106,7 @@ auto LXReadList(XLXSafeArray array, XLXTextView type) {
 
 /// Asks the server's type for a component whose record came without an object. A type that is gone, or that does not
 /// have the component either, leaves it without one: its values are there, and what needs the server fails.
-template <const auto& Kind>
-class XComponentSource final : public XServerSource {
+template <const auto& Kind> class XComponentSource final : public XServerSource {
 public:
     XComponentSource(const XWeakLink<XGroupOwner>& type, const typename XKind<Kind>::Key& key)
         : m_type(type), m_key(key) {}

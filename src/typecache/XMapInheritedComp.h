@@ -25,8 +25,7 @@ inline std::atomic<std::uint64_t> g_componentEpoch{1};
 inline std::atomic<std::uint64_t> g_lastContent{0};
 
 /// @tparam Owner  the type that has the map
-template <const auto& Kind, class Owner>
-class XMapInheritedComp {
+template <const auto& Kind, class Owner> class XMapInheritedComp {
 public:
     using Component = XComponent<Kind>;
     /// Attributes: with those of the bases.

@@ -135,10 +135,8 @@ public:
 
 private:
     friend XLXConfigObjectCache;
-    template <const auto& Kind>
-    using ComponentMap = XLXTypeCacheComp::XMapInheritedComp<Kind, XLXTypeCache>;
-    template <const auto& Kind, class Owner>
-    friend class XLXTypeCacheComp::XMapInheritedComp;
+    template <const auto& Kind> using ComponentMap = XLXTypeCacheComp::XMapInheritedComp<Kind, XLXTypeCache>;
+    template <const auto& Kind, class Owner> friend class XLXTypeCacheComp::XMapInheritedComp;
 
     // Common model
     XLXComPtr<IUnknown> AmendValues(XVariantRow& values);
@@ -148,10 +146,7 @@ private:
     void ReleaseBase() noexcept;
 
     // Components
-    template <const auto& Kind>
-    ComponentMap<Kind>& MapOf() noexcept {
-        return std::get<ComponentMap<Kind>>(m_maps);
-    }
+    template <const auto& Kind> ComponentMap<Kind>& MapOf() noexcept { return std::get<ComponentMap<Kind>>(m_maps); }
     void ForEachMap(auto&& visit) {
         std::apply([&](auto&... map) { (visit(map), ...); }, m_maps);
     }

@@ -51,8 +51,7 @@ HRESULT AnswerWith(const char* method, const OLECHAR* outName, auto** out, auto&
 
 /// Hands those components of a map out that are taken. They are asked with no lock held, since that may ask the server.
 /// @param takes  bool takes(key, cached object)
-template <class Map>
-HRESULT HandOutWhere(const std::shared_ptr<const Map>& components, auto** out, auto&& takes) {
+template <class Map> HRESULT HandOutWhere(const std::shared_ptr<const Map>& components, auto** out, auto&& takes) {
     std::vector<XLXComPtr<typename Map::mapped_type::Interface>> items;
     items.reserve(components->size());
     for (const auto& [key, component] : *components) {

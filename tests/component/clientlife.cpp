@@ -30,8 +30,7 @@ XClientLife::XClientLife(XSampleServer& server, std::function<void(bool)> around
 
 XClientLife::~XClientLife() = default;
 
-template <class Call>
-HRESULT XClientLife::In(Call&& call) {
+template <class Call> HRESULT XClientLife::In(Call&& call) {
     if (m_around) { m_around(true); }
     const HRESULT result = call();
     if (m_around) { m_around(false); }
@@ -56,13 +55,11 @@ std::string XClientLife::Read(XLifeStep& step, ILXConfigObject* object, int memb
                           : (FAILED(result) ? "<failed>" : "<empty>");
 }
 
-template <class Ask>
-void XClientLife::Step(const std::string& name, Ask&& ask) {
+template <class Ask> void XClientLife::Step(const std::string& name, Ask&& ask) {
     Note(name, In(std::forward<Ask>(ask)));
 }
 
-template <class Object, class Ask>
-XLXComPtr<Object> XClientLife::One(const std::string& name, int member, Ask&& ask) {
+template <class Object, class Ask> XLXComPtr<Object> XClientLife::One(const std::string& name, int member, Ask&& ask) {
     XLXComPtr<Object> object;
     XLifeStep& step = Note(name, In([&] { return ask(object.Put()); }));
     EXPECT_EQ(step.result == S_OK, static_cast<bool>(object)) << name;

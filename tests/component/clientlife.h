@@ -28,17 +28,13 @@ public:
     const XLifeSteps& Run();
 
 private:
-    template <class Call>
-    HRESULT In(Call&& call);
+    template <class Call> HRESULT In(Call&& call);
     XLifeStep& Note(const std::string& name, HRESULT result);
     std::string Read(XLifeStep& step, ILXConfigObject* object, int member);
 
-    template <class Ask>
-    void Step(const std::string& name, Ask&& ask);
-    template <class Object, class Ask>
-    XLXComPtr<Object> One(const std::string& name, int member, Ask&& ask);
-    template <class Element, class Enumerator, class Ask>
-    void All(const std::string& name, int member, Ask&& ask);
+    template <class Ask> void Step(const std::string& name, Ask&& ask);
+    template <class Object, class Ask> XLXComPtr<Object> One(const std::string& name, int member, Ask&& ask);
+    template <class Element, class Enumerator, class Ask> void All(const std::string& name, int member, Ask&& ask);
 
     bool Start();
     void AskForTypes();

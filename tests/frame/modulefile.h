@@ -42,8 +42,7 @@ public:
 private:
     void* Address(const char* name) const;
 
-    template <class Signature>
-    Signature Function(const char* name) const {
+    template <class Signature> Signature Function(const char* name) const {
         return reinterpret_cast<Signature>(Address(name));
     }
 

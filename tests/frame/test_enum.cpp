@@ -221,8 +221,7 @@ TEST(Enumerator, SharedByThreadsGivesEachElementOnce) {
     EXPECT_EQ(all.size(), Count);
 }
 
-template <class F>
-std::chrono::nanoseconds Time(F&& round) {
+template <class F> std::chrono::nanoseconds Time(F&& round) {
     const auto begin = std::chrono::steady_clock::now();
     for (int i = 0; i < 100; ++i) {
         round();

@@ -56,8 +56,7 @@ protected:
 };
 
 /// Sends a notification straight to a cached object.
-template <class Interface>
-void LXNotifyStraight(const XLXComPtr<Interface>& object, const OLECHAR* dataId) {
+template <class Interface> void LXNotifyStraight(const XLXComPtr<Interface>& object, const OLECHAR* dataId) {
     const XLXComBSTR dataType(OLESTR("cfc_specific"));
     EXPECT_EQ(object.template As<ILXCallbackUpdate>()->DataObjectChanged(XLXComBSTR(XLXText(dataId)).Get(),
                                                                          dataType.Get(), 256, 900, 0, nullptr),

@@ -10,8 +10,7 @@
 #include "cachefixture.h"
 
 /// A counted object that answers for its interfaces and nothing else.
-template <class First, class... Others>
-class HostileObject : public First, public Others... {
+template <class First, class... Others> class HostileObject : public First, public Others... {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override {
         *ppv = IsEqualIID(iid, IID_IUnknown) ? static_cast<First*>(this) : nullptr;
@@ -30,8 +29,7 @@ protected:
     virtual ~HostileObject() = default;
 
 private:
-    template <class I>
-    void Offer(REFIID iid, void** ppv) {
+    template <class I> void Offer(REFIID iid, void** ppv) {
         if constexpr (!std::is_same_v<I, IUnknown>) {
             *ppv = IsEqualIID(iid, LXIid<I>()) ? static_cast<I*>(this) : *ppv;
         }
@@ -43,8 +41,7 @@ private:
 /// An object that is nothing.
 class Opaque final : public HostileObject<IUnknown> {};
 
-template <class IEnumX, class IX>
-class HostileEnum final : public HostileObject<IEnumX> {
+template <class IEnumX, class IX> class HostileEnum final : public HostileObject<IEnumX> {
 public:
     using Next = std::function<HRESULT(ULONG asked, IX** elements, ULONG* fetched)>;
 
@@ -62,8 +59,7 @@ private:
 };
 
 /// Passes the property calls on.
-template <class I>
-class PassingObject : public HostileObject<I> {
+template <class I> class PassingObject : public HostileObject<I> {
 public:
     explicit PassingObject(XLXComPtr<I> inner) : m_inner(std::move(inner)) {}
     HRESULT STDMETHODCALLTYPE Get(BSTR k, VARIANT* v) override { return m_inner->Get(k, v); }

@@ -27,8 +27,7 @@ protected:
     }
     Enumerators() : HostileTest(Model()) {}
 
-    template <class IEnumX, class IX>
-    auto Misbehaving(XLXComPtr<IX> element) {
+    template <class IEnumX, class IX> auto Misbehaving(XLXComPtr<IX> element) {
         return [element](IEnumX** out) {
             const auto next = [element, behaviour = GetParam()](ULONG asked, IX** elements, ULONG* fetched) {
                 for (ULONG i = 0; i < std::min(behaviour.put, asked); i += 2) // holes between them

@@ -61,8 +61,7 @@ protected:
         return all;
     }
 
-    template <class Keep>
-    void AskType(ILXType& type, Keep&& keep) {
+    template <class Keep> void AskType(ILXType& type, Keep&& keep) {
         XLXComPtr<ILXAttribute> attribute;
         XLXComPtr<ILXAttributeEnum> attributes;
         XLXComPtr<ILXAttributeEnum> ownAttributes;

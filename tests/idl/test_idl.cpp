@@ -17,8 +17,7 @@ struct Identifier {
     const GUID* attached; // to the type in the header; null for what is no interface
 };
 
-template <class T>
-Identifier Interface(const char* name, const IID& linked, const char* text) {
+template <class T> Identifier Interface(const char* name, const IID& linked, const char* text) {
     return {name, &linked, text, &LXIid<T>()};
 }
 #define INTERFACE_ID(type, text) Interface<type>(#type, IID_##type, text)

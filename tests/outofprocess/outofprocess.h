@@ -27,8 +27,7 @@ constexpr const char* DerivedType = "CentrifugalPump";
 std::string LXLabelEdit(const std::string& label);
 
 /// Waits until a condition holds; false when it does not in time.
-template <class Condition>
-bool LXWaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s) {
+template <class Condition> bool LXWaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s) {
     const auto until = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > until) { return false; }

@@ -30,8 +30,7 @@ std::string TextOf(const VARIANT& value) {
 }
 
 /// What a method gives that gives an array.
-template <class Call>
-std::string ArrayOf(Call&& call) {
+template <class Call> std::string ArrayOf(Call&& call) {
     SAFEARRAY* array = nullptr;
     const HRESULT result = call(&array);
     if (result != S_OK) { return LXResultName(result); }

@@ -10,8 +10,7 @@ namespace {
 const CLSID g_own = {0x8f0e1c22, 0x77aa, 0x4b7e, {0x80, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77}};
 
 /// Runs a test in an apartment, on a thread of its own: the thread of the other tests stays outside.
-template <typename F>
-void InApartment(DWORD model, F test) {
+template <typename F> void InApartment(DWORD model, F test) {
     std::thread([&] {
         ASSERT_EQ(S_OK, CoInitializeEx(nullptr, model));
         test();

@@ -11,8 +11,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// Runs the function on so many threads at once.
-template <typename F>
-void OnThreads(int count, F function) {
+template <typename F> void OnThreads(int count, F function) {
     std::vector<std::thread> threads;
     for (int i = 0; i < count; ++i) {
         threads.emplace_back(function);
@@ -23,8 +22,7 @@ void OnThreads(int count, F function) {
 }
 
 /// What another thread gets when it tries.
-template <typename F>
-bool ElsewhereGets(F tryIt) {
+template <typename F> bool ElsewhereGets(F tryIt) {
     bool got = false;
     OnThreads(1, [&] { got = tryIt(); });
     return got;

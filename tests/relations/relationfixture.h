@@ -28,8 +28,7 @@ protected:
     /// The relations of an enumeration as "Child/list".
     static Names Listed(const Enum& relations);
     /// Asks for an enumeration: S_OK with relations, or S_FALSE without.
-    template <class Ask>
-    static Names List(Ask&& ask) {
+    template <class Ask> static Names List(Ask&& ask) {
         Enum relations;
         const HRESULT result = ask(relations.Put());
         EXPECT_EQ(result, relations ? S_OK : S_FALSE);

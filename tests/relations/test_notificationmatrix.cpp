@@ -95,14 +95,12 @@ protected:
     static std::function<void()> Reading(XLXComPtr<ILXConfigObject> object, int member = 0) {
         return [object, member] { EXPECT_EQ(LXRead(object.Get(), member).find(OLESTR("<")), XLXText::npos); };
     }
-    template <class I, class F>
-    static XLXComPtr<I> Get(F&& get) {
+    template <class I, class F> static XLXComPtr<I> Get(F&& get) {
         XLXComPtr<I> object;
         EXPECT_EQ(get(object.Put()), S_OK);
         return object;
     }
-    template <class Element, class I, class F>
-    static XLXComPtr<Element> FirstOf(F&& get) {
+    template <class Element, class I, class F> static XLXComPtr<Element> FirstOf(F&& get) {
         const auto all = Get<I>(get);
         return Get<Element>([&](auto out) { return all->GetSingleNext(out); });
     }

@@ -119,8 +119,7 @@ void AddPlanTypes(XObservedList& all) {
 }
 // What the server made anew under the old name has a server object of its own: nothing that was loaded through the
 // former one may stay. An object that is held may still ask the former one.
-template <class List, class Is>
-void Forget(List& list, Is is) {
+template <class List, class Is> void Forget(List& list, Is is) {
     std::erase_if(list, [&](const auto& element) { return is(*element); });
 }
 

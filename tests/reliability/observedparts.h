@@ -22,16 +22,14 @@ inline constexpr int FirstNumber = 1000;
 // ---- finding objects
 
 /// The object that a question gives.
-template <class Interface, class Ask>
-XLXComPtr<Interface> One(Ask&& ask) {
+template <class Interface, class Ask> XLXComPtr<Interface> One(Ask&& ask) {
     XLXComPtr<Interface> object;
     ask(object.Put());
     return object;
 }
 
 /// What is asked of an object; null when the object is not there.
-template <class Interface, class Owner, class Ask>
-XLXComPtr<Interface> Of(const Owner& owner, Ask&& ask) {
+template <class Interface, class Owner, class Ask> XLXComPtr<Interface> Of(const Owner& owner, Ask&& ask) {
     return owner ? One<Interface>([&](auto out) { ask(*owner, out); }) : nullptr;
 }
 
@@ -59,10 +57,7 @@ XCachedPtr Among(const XLXComPtr<Enumerator>& elements, int member, const char* 
     return nullptr;
 }
 
-template <class Interface>
-XCachedPtr Plain(const XLXComPtr<Interface>& object) {
-    return XCachedPtr(object.Get());
-}
+template <class Interface> XCachedPtr Plain(const XLXComPtr<Interface>& object) { return XCachedPtr(object.Get()); }
 
 inline XFind Type(const char* name) {
     return [=](const XCachePtr& cache) { return Plain(TypeOf(cache, name)); };
@@ -102,8 +97,7 @@ inline XCachedPtr Spec(const XCachePtr& cache) {
 }
 
 /// An object that is asked of another one.
-template <class Owner, class Interface, class Ask>
-XFind Below(XFind owner, Ask ask) {
+template <class Owner, class Interface, class Ask> XFind Below(XFind owner, Ask ask) {
     return [=](const XCachePtr& cache) {
         const XCachedPtr found = owner(cache);
         return Plain(Of<Interface>(found ? found.template As<Owner>() : nullptr, ask));
@@ -158,8 +152,7 @@ XQuestion ElementsOf(const char* name, XFind find, int member, Ask ask, char pre
 }
 
 /// The same, of the cache itself.
-template <class Element, class Enumerator, class Ask>
-XQuestion ListedElements(const char* name, int member, Ask ask) {
+template <class Element, class Enumerator, class Ask> XQuestion ListedElements(const char* name, int member, Ask ask) {
     return {name, XShows::Elements, nullptr, [=](const XCachedPtr&, const XAsked& asked, XNumbers& numbers) {
                 XLXComPtr<Enumerator> elements;
                 const HRESULT result = ask(*asked.cache, elements.Put());
@@ -169,8 +162,7 @@ XQuestion ListedElements(const char* name, int member, Ask ask) {
 }
 
 /// Whether an object gives the element of the number that is asked for.
-template <class Owner, class Element, class Ask>
-XQuestion LookupOf(const char* name, XFind find, Ask ask) {
+template <class Owner, class Element, class Ask> XQuestion LookupOf(const char* name, XFind find, Ask ask) {
     return {name, XShows::Lookup, std::move(find),
             [=](const XCachedPtr& object, const XAsked& asked, XNumbers& numbers) {
                 XLXComPtr<Element> element;

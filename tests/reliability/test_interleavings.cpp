@@ -17,8 +17,7 @@ protected:
     }
 
     /// Runs something in many threads that start together.
-    template <class Work>
-    static void AtOnce(int threads, Work&& work) {
+    template <class Work> static void AtOnce(int threads, Work&& work) {
         std::barrier start(threads);
         std::vector<std::future<void>> running;
         for (int i = 0; i < threads; ++i) {

@@ -50,8 +50,7 @@ protected:
     }
 
     /// Calls visit(text, send) for each kind of notification with each mode; send() delivers it.
-    template <class Visit>
-    void ForEachNotification(Visit&& visit) {
+    template <class Visit> void ForEachNotification(Visit&& visit) {
         const auto callback = m_cache.As<ILXCallbackUpdate>();
         const XLXComBSTR dataType(OLESTR("cfc_specific"));
         for (const char* kind : {"objects", "properties", "pc", "searchable", "other"}) {

@@ -14,8 +14,7 @@
 #include <thread>
 
 /// The elements of an enumerator, fetched in batches that do not divide their number.
-template <class IEnumX, class IX>
-std::vector<XLXComPtr<IX>> LXFetch(IEnumX* enumerator) {
+template <class IEnumX, class IX> std::vector<XLXComPtr<IX>> LXFetch(IEnumX* enumerator) {
     std::vector<XLXComPtr<IX>> elements;
     for (HRESULT result = S_OK; enumerator != nullptr && result == S_OK;) {
         IX* batch[3] = {};
@@ -29,16 +28,14 @@ std::vector<XLXComPtr<IX>> LXFetch(IEnumX* enumerator) {
 }
 
 /// A property of a configuration object as text, "-" for an empty one.
-template <class I>
-std::string LXTextOf(const XLXComPtr<I>& object, int index) {
+template <class I> std::string LXTextOf(const XLXComPtr<I>& object, int index) {
     XLXComVariant value;
     if (!object || object->GetProperty(index, value.Put()) != S_OK) { return "-"; }
     return LXToUtf8(value.AsText().value_or(OLESTR("?")));
 }
 
 /// One property of all elements of an enumerator, separated by blanks; S_FALSE gives "none".
-template <class IX, class IEnumX, class F>
-std::string LXNames(F&& get, int index) {
+template <class IX, class IEnumX, class F> std::string LXNames(F&& get, int index) {
     XLXComPtr<IEnumX> enumerator;
     const HRESULT result = get(enumerator.Put());
     if (result != S_OK) { return result == S_FALSE && !enumerator ? "none" : "failed"; }

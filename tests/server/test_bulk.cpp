@@ -35,8 +35,7 @@ std::string Direct(IUnknown* object) {
     return Text(values);
 }
 
-template <class Record>
-void ExpectDirect(const std::vector<Record>& records, size_t count, const std::string& where) {
+template <class Record> void ExpectDirect(const std::vector<Record>& records, size_t count, const std::string& where) {
     EXPECT_EQ(records.size(), count) << where;
     for (const Record& record : records) {
         EXPECT_EQ(Text(record.values), Direct(record.object.Get())) << where;
@@ -68,8 +67,7 @@ void ExpectComponents(Transfer::XILXTypeComp& components, const XModelType& type
 class ServerBulk : public testing::Test {
 protected:
     /// Reads a type array that a call delivers.
-    template <class F>
-    Transfer::XILXTypeMap Types(F&& call) {
+    template <class F> Transfer::XILXTypeMap Types(F&& call) {
         XLXSafeArray array;
         EXPECT_EQ(call(array.Put()), S_OK);
         return Transfer::GetMapFromArray(std::move(array));

@@ -26,8 +26,7 @@ void DumpValues(std::ostream& to, ILXConfigObject& object, int count) {
 }
 
 /// @param each  each(object), for all objects of an enumerator
-template <class I, class IEnumX, class F>
-void ForAll(const lx::Ref<IEnumX>& all, F&& each) {
+template <class I, class IEnumX, class F> void ForAll(const lx::Ref<IEnumX>& all, F&& each) {
     I* object = nullptr;
     while (all && all->GetSingleNext(&object) == S_OK) {
         const lx::Ref<I> owned(object);

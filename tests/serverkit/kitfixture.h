@@ -42,8 +42,7 @@ private:
 };
 
 /// The object that a call gives; null for anything but S_OK.
-template <class I, class F>
-lx::Ref<I> Got(F&& call) {
+template <class I, class F> lx::Ref<I> Got(F&& call) {
     I* object = nullptr;
     const HRESULT result = call(&object);
     lx::Ref<I> owned(object);
@@ -64,8 +63,7 @@ std::string Dump(ILXConfigFactory& factory, const std::set<std::string>& only = 
 std::string Difference(const std::string& left, const std::string& right);
 
 /// Waits until a condition holds; false when it does not in time.
-template <class Condition>
-bool WaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s) {
+template <class Condition> bool WaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s) {
     const auto until = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > until) { return false; }

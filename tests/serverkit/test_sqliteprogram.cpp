@@ -54,8 +54,7 @@ HRESULT CallProxies(const char* function) {
     return call != nullptr ? call() : E_NOTIMPL;
 }
 
-template <class I>
-lx::Ref<I> As(IUnknown& object) {
+template <class I> lx::Ref<I> As(IUnknown& object) {
     return Got<I>([&](auto** out) { return object.QueryInterface(__uuidof(I), reinterpret_cast<void**>(out)); });
 }
 

@@ -12,8 +12,7 @@
 #endif
 
 namespace {
-template <class Map, class Key, class KeyOf>
-void ExpectAnswersOfAnOrderedMap(KeyOf&& keyOf) {
+template <class Map, class Key, class KeyOf> void ExpectAnswersOfAnOrderedMap(KeyOf&& keyOf) {
     std::mt19937 random(29);
     Map map;
     std::map<Key, int> expected;

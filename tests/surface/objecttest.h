@@ -8,10 +8,7 @@
 
 class ObjectTest : public testing::Test {
 protected:
-    template <class I>
-    XLXComPtr<I> Of(const char* kind) const {
-        return m_world.Object(kind).As<I>();
-    }
+    template <class I> XLXComPtr<I> Of(const char* kind) const { return m_world.Object(kind).As<I>(); }
     unsigned long long CallsOf(const std::string& method) const { return m_world.Server().Calls().Of(method); }
 
     XObjectWorld m_world{XStage::Client};

@@ -48,8 +48,7 @@ XServerModel WorldModel() {
 constexpr const char* Independent[] = {"class factory", "manager", "transient PC info", "transient attribute"};
 
 /// The first element of an enumerator.
-template <class Element, class Enumerator>
-XLXComPtr<Element> First(const XLXComPtr<Enumerator>& all) {
+template <class Element, class Enumerator> XLXComPtr<Element> First(const XLXComPtr<Enumerator>& all) {
     XLXComPtr<Element> element;
     if (all) {
         all->Reset();
@@ -59,8 +58,7 @@ XLXComPtr<Element> First(const XLXComPtr<Enumerator>& all) {
 }
 
 /// What a call hands out.
-template <class I, class F>
-XLXComPtr<I> Got(F&& get) {
+template <class I, class F> XLXComPtr<I> Got(F&& get) {
     XLXComPtr<I> object;
     get(object.Put());
     return object;
@@ -103,8 +101,7 @@ void XObjectWorld::Initialize(XStage stage) {
     if (result != S_OK) { throw std::runtime_error("the cache cannot be initialised"); }
 }
 
-template <class I>
-void XObjectWorld::Add(const char* kind, const XLXComPtr<I>& object) {
+template <class I> void XObjectWorld::Add(const char* kind, const XLXComPtr<I>& object) {
     if (!object) { throw std::runtime_error(std::string("there is no ") + kind); }
     m_objects.emplace_back(kind, object.template As<IUnknown>());
 }

@@ -41,12 +41,8 @@ private:
     void MakeObjects();
     void MakeRelationObjects();
     void MakeEnumerators();
-    template <class I>
-    void Add(const char* kind, const XLXComPtr<I>& object);
-    template <class I>
-    XLXComPtr<I> Of(const char* kind) const {
-        return Object(kind).As<I>();
-    }
+    template <class I> void Add(const char* kind, const XLXComPtr<I>& object);
+    template <class I> XLXComPtr<I> Of(const char* kind) const { return Object(kind).As<I>(); }
 
     std::shared_ptr<XSampleServer> m_server;
     XLXComPtr<ILXConfigFactoryCache> m_cache;

@@ -5,8 +5,7 @@
 #include <utility>
 
 namespace {
-template <class T>
-constexpr XKind KindOf() {
+template <class T> constexpr XKind KindOf() {
     if constexpr (std::is_integral_v<T> || std::is_enum_v<T>) {
         return XKind::Number;
     } else if constexpr (std::is_same_v<T, BSTR>) {
@@ -33,19 +32,16 @@ constexpr XKind KindOf() {
     }
 }
 
-template <class T>
-void Describe(XParameter& parameter) {
+template <class T> void Describe(XParameter& parameter) {
     parameter.kind = KindOf<T>();
     parameter.isSigned = std::is_signed_v<T>;
     if constexpr (KindOf<T>() == XKind::Object) { parameter.iid = &LXIid<std::remove_pointer_t<T>>(); }
 }
 
 /// How a method is called through its interface.
-template <auto method, class Signature = decltype(method)>
-struct Caller;
+template <auto method, class Signature = decltype(method)> struct Caller;
 
-template <auto method, class C, class... T>
-struct Caller<method, HRESULT (STDMETHODCALLTYPE C::*)(T...)> {
+template <auto method, class C, class... T> struct Caller<method, HRESULT (STDMETHODCALLTYPE C::*)(T...)> {
     static HRESULT Call(void* face, const XArgument* arguments) {
         return Call(face, arguments, std::index_sequence_for<T...>());
     }
@@ -60,8 +56,7 @@ struct Caller<method, HRESULT (STDMETHODCALLTYPE C::*)(T...)> {
     }
 };
 
-template <auto method>
-XMethod Method(const char* name, std::vector<XParameter> parameters) {
+template <auto method> XMethod Method(const char* name, std::vector<XParameter> parameters) {
     Caller<method>::DescribeAll(parameters);
     return {name, std::move(parameters), &Caller<method>::Call};
 }
@@ -71,8 +66,7 @@ struct Declared {
     const char* base;
 };
 
-template <class I>
-Declared Interface(const char* name, const char* base, std::vector<XMethod> methods) {
+template <class I> Declared Interface(const char* name, const char* base, std::vector<XMethod> methods) {
     return {{name, &LXIid<I>(), std::move(methods)}, base};
 }
 

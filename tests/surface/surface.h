@@ -57,8 +57,7 @@ struct XArgument {
     long long number = 0;
     VARIANT variant = {};
 
-    template <class T>
-    T To() const {
+    template <class T> T To() const {
         using Plain = std::remove_cvref_t<T>;
         if constexpr (std::is_same_v<Plain, VARIANT>) {
             return variant;

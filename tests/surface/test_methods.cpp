@@ -23,8 +23,7 @@ protected:
         throw std::logic_error(std::string(kind) + " is no configuration object");
     }
     void ExpectNotOffered(const char* kind, const std::string& interface_, const std::set<std::string>& methods);
-    template <class Enumerator, class Element>
-    void ExpectWalk(const char* kind);
+    template <class Enumerator, class Element> void ExpectWalk(const char* kind);
 };
 
 struct NotOffered {
@@ -200,8 +199,7 @@ TEST_F(Methods, EveryCallbackSaysWhoTheClientIs) {
     }
 }
 
-template <class Enumerator, class Element>
-void Methods::ExpectWalk(const char* kind) {
+template <class Enumerator, class Element> void Methods::ExpectWalk(const char* kind) {
     SCOPED_TRACE(kind);
     const auto all = Of<Enumerator>(kind);
     ASSERT_TRUE(all);

@@ -104,8 +104,7 @@ struct ExploringSync {
     static constexpr unsigned ReaderSlots = 2;
     static constexpr unsigned Spins = 0;
 
-    template <class T>
-    class Atomic {
+    template <class T> class Atomic {
     public:
         constexpr Atomic() noexcept = default;
         constexpr Atomic(T value) noexcept : m_value(value) {}

@@ -34,32 +34,21 @@ enum class Fault {
     EpochFirst      ///< the epoch is raised before the own count
 };
 
-template <Fault fault>
-using FaultConstant = std::integral_constant<Fault, fault>;
-template <Fault fault>
-constexpr FaultConstant<fault> With{};
+template <Fault fault> using FaultConstant = std::integral_constant<Fault, fault>;
+template <Fault fault> constexpr FaultConstant<fault> With{};
 
-template <Fault fault>
-struct Time : XBasicTime<Clock> {
+template <Fault fault> struct Time : XBasicTime<Clock> {
     bool IsSame(const Time& other) const noexcept {
         return fault == Fault::AnyTime || XBasicTime<Clock>::IsSame(other);
     }
 };
-template <Fault fault>
-Time<fault> NewTime() {
-    return {{XLXComPtr<Clock>(new Clock), Aspect}};
-}
+template <Fault fault> Time<fault> NewTime() { return {{XLXComPtr<Clock>(new Clock), Aspect}}; }
 
 /// The production guard, which also checks that nothing older replaces what is published.
-template <class Data, Fault fault>
-class CheckedGuard {
+template <class Data, Fault fault> class CheckedGuard {
 public:
-    template <class Use>
-    decltype(auto) Read(Use&& use) const {
-        return m_inner.Read(std::forward<Use>(use));
-    }
-    template <class Use>
-    decltype(auto) Write(Use&& use) {
+    template <class Use> decltype(auto) Read(Use&& use) const { return m_inner.Read(std::forward<Use>(use)); }
+    template <class Use> decltype(auto) Write(Use&& use) {
         SecondStep second{m_inner};
         return m_inner.Write([&](Data& data) {
             const Check check{data, second};
@@ -98,10 +87,8 @@ private:
 template <class T, Fault fault>
 using Loaded = XBasicLoaded<T, Time<fault>, CheckedGuard<XPublished<T, Time<fault>>, fault>, ExploringSync>;
 
-template <class World>
-constexpr bool HasFault = true;
-template <template <Fault> class World>
-constexpr bool HasFault<World<Fault::None>> = false;
+template <class World> constexpr bool HasFault = true;
+template <template <Fault> class World> constexpr bool HasFault<World<Fault::None>> = false;
 
 #ifdef _WIN32
 constexpr bool ExploreFewer = true; // handing the turn over takes several times as long there; the code is the same

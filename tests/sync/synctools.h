@@ -21,14 +21,12 @@ constexpr std::chrono::seconds MustHappen{30};
 /// How long a test watches that something does not happen.
 constexpr std::chrono::milliseconds MustNotHappen{50};
 
-template <class T>
-bool IsReady(std::future<T>& future, std::chrono::milliseconds within = MustHappen) {
+template <class T> bool IsReady(std::future<T>& future, std::chrono::milliseconds within = MustHappen) {
     return future.wait_for(within) == std::future_status::ready;
 }
 
 /// Polls for a condition that another thread brings about.
-template <class Condition>
-bool Comes(Condition&& condition) {
+template <class Condition> bool Comes(Condition&& condition) {
     const auto end = std::chrono::steady_clock::now() + MustHappen;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) { return false; }
@@ -39,8 +37,7 @@ bool Comes(Condition&& condition) {
 
 /// What a piece of work raises. It is caught where it is raised: an exception that travels in a future is counted
 /// inside the C++ library, where the thread sanitizer does not see it.
-template <class F>
-std::optional<XLXException> Raised(F&& work) {
+template <class F> std::optional<XLXException> Raised(F&& work) {
     try {
         work();
         return std::nullopt;
@@ -58,17 +55,13 @@ public:
         m_thread.join();
     }
 
-    template <class F>
-    auto Start(F work) {
+    template <class F> auto Start(F work) {
         auto task = std::make_shared<std::packaged_task<decltype(work())()>>(std::move(work));
         auto future = task->get_future();
         Post([task] { (*task)(); });
         return future;
     }
-    template <class F>
-    auto Do(F work) {
-        return Start(std::move(work)).get();
-    }
+    template <class F> auto Do(F work) { return Start(std::move(work)).get(); }
 
 private:
     void Post(std::function<void()> work) {

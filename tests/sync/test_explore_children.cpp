@@ -8,8 +8,7 @@ namespace {
 using namespace ExploredLoad;
 
 /// Values with a direct number, as every cached object has them.
-template <Fault fault>
-struct Part {
+template <Fault fault> struct Part {
     explicit Part(const Time<fault>& time) { values.Begin(time); }
 
     void Take(const Time<fault>& time, const XMoment& moment, int answer) {
@@ -35,8 +34,7 @@ struct Part {
     Loaded<int, fault> values;
 };
 
-template <Fault fault = Fault::None>
-struct Family {
+template <Fault fault = Fault::None> struct Family {
     using Child = std::shared_ptr<Part<fault>>;
 
     Family() { children.Begin(time); }

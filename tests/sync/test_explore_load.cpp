@@ -7,8 +7,7 @@
 namespace {
 using namespace ExploredLoad;
 
-template <Fault fault = Fault::None>
-struct Loading {
+template <Fault fault = Fault::None> struct Loading {
     using Value = std::shared_ptr<const int>;
 
     Loading() { loaded.Begin(time); }
@@ -39,8 +38,7 @@ struct Loading {
         const Fill fill(otherMutex, &otherMutex);
         Ask();
     }
-    template <class Notification>
-    void Change(Notification notify) {
+    template <class Notification> void Change(Notification notify) {
         server.store(2);
         notify();
         notified = 2;
@@ -83,8 +81,7 @@ struct Loading {
     Loaded<int, fault> loaded;
 };
 
-template <Fault fault = Fault::None>
-Explorer::Result AskBeside(void (Loading<fault>::*change)(), bool inside) {
+template <Fault fault = Fault::None> Explorer::Result AskBeside(void (Loading<fault>::*change)(), bool inside) {
     using World = Loading<fault>;
     return Explore<World>(2, {&World::Ask, inside ? &World::AskInside : &World::Ask, change}, &World::CheckEnd);
 }

@@ -12,13 +12,11 @@ template <class Policy>
 using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<ExploringSync::SharedMutex>, Policy>;
 
 /// A datum with such a lock. It is used in a step between two looks at who else uses it.
-template <class Policy>
-struct Datum : Delegator<Policy> {
+template <class Policy> struct Datum : Delegator<Policy> {
     using Base = Delegator<Policy>;
     explicit Datum(XLockLevel level = XLockLevel::Relations) : Base(level) {}
 
-    template <class F>
-    void Read(F inside) {
+    template <class F> void Read(F inside) {
         auto* const slot = this->LockLFRead();
         slotReads += slot != nullptr;
         ++readers;
@@ -31,8 +29,7 @@ struct Datum : Delegator<Policy> {
     void Read() {
         Read([] { Explorer::Step("read"); });
     }
-    template <class F>
-    void Write(F inside) {
+    template <class F> void Write(F inside) {
         this->LockWrite();
         ++writers;
         Explorer::Expect(readers == 0 && writers == 1, "written while another thread uses it");
@@ -50,8 +47,7 @@ struct Datum : Delegator<Policy> {
     unsigned slotReads = 0; ///< that got by without the lock
 };
 
-template <class Policy>
-struct World {
+template <class Policy> struct World {
     Datum<Policy> data{XLockLevel::Relations};
     Datum<Policy> other{XLockLevel::PropertyStore};
 };
@@ -75,24 +71,14 @@ void ExpectExplored(const Explorer::Result& result, std::uint64_t least) {
     EXPECT_GE(result.schedules, least);
 }
 
-template <class Policy = ExploringSync>
-void ReadData(World<Policy>& world) {
-    world.data.Read();
-}
+template <class Policy = ExploringSync> void ReadData(World<Policy>& world) { world.data.Read(); }
 /// The second read finds the bit of the first one, if no writer came in between.
-template <class Policy = ExploringSync>
-void ReadDataTwice(World<Policy>& world) {
+template <class Policy = ExploringSync> void ReadDataTwice(World<Policy>& world) {
     world.data.Read();
     world.data.Read();
 }
-template <class Policy = ExploringSync>
-void ReadOther(World<Policy>& world) {
-    world.other.Read();
-}
-template <class Policy = ExploringSync>
-void WriteData(World<Policy>& world) {
-    world.data.Write();
-}
+template <class Policy = ExploringSync> void ReadOther(World<Policy>& world) { world.other.Read(); }
+template <class Policy = ExploringSync> void WriteData(World<Policy>& world) { world.data.Write(); }
 
 TEST(ExploredLockFreeRead, AReaderAndAWriter) {
     unsigned bySlot = 0;
@@ -179,10 +165,8 @@ enum class Fault {
     NoneLeaves ///< a reader stays in its slot
 };
 
-template <Fault fault>
-struct FaultySync : ExploringSync {
-    template <class T>
-    class Atomic : public ExploringSync::Atomic<T> {
+template <Fault fault> struct FaultySync : ExploringSync {
+    template <class T> class Atomic : public ExploringSync::Atomic<T> {
         using Base = ExploringSync::Atomic<T>;
         static constexpr bool IsSlot = std::is_pointer_v<T>;
 
@@ -218,8 +202,7 @@ struct FaultySync : ExploringSync {
 };
 
 /// What comes of a fault, in a case that is found to be right without it. Replaying the schedule shows it again.
-template <Fault fault>
-std::string Found() {
+template <Fault fault> std::string Found() {
     using Faulty = FaultySync<fault>;
     const auto run = [](Explorer explorer) {
         return explorer.Run([] { return World<Faulty>(); }, {ReadDataTwice<Faulty>, WriteData<Faulty>});

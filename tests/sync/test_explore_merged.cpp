@@ -8,8 +8,7 @@ namespace {
 using namespace ExploredLoad;
 
 /// As component maps go about it; see XMapInheritedComp.
-template <Fault fault = Fault::None>
-struct Chain {
+template <Fault fault = Fault::None> struct Chain {
     struct Records {
         int values = 0; ///< 0: none
         XStamp stamp;

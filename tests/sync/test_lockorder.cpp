@@ -24,8 +24,7 @@ XFillMutex& Fetch() {
     return mutex;
 }
 
-template <class Outer, class Inner, class OuterLock, class InnerLock>
-void Nest(OuterLock& outer, InnerLock& inner) {
+template <class Outer, class Inner, class OuterLock, class InnerLock> void Nest(OuterLock& outer, InnerLock& inner) {
     const Outer first(outer);
     const Inner second(inner);
 }

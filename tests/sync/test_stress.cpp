@@ -54,8 +54,7 @@ public:
     XCritDataCFC<Value> data{XLockLevel::PropertyStore};
 
 private:
-    template <class Proxy>
-    std::uint64_t ReadOnce() {
+    template <class Proxy> std::uint64_t ReadOnce() {
         const Proxy proxy(data);
         broken += !proxy->IsWhole();
         return proxy->up;

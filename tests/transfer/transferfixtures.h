@@ -57,14 +57,12 @@ std::vector<std::string> Describe(const XLXSafeArray& array);
 std::string Describe(const VARIANT& element);
 
 /// An array of the given elements.
-template <class... T>
-XLXSafeArray ArrayOf(T&&... elements) {
+template <class... T> XLXSafeArray ArrayOf(T&&... elements) {
     XLXCFCDataTransfer::XArrayWriter writer;
     return writer.Put(std::forward<T>(elements)...).Finish();
 }
 
-template <class... T>
-XLXVariantVector Values(T... values) {
+template <class... T> XLXVariantVector Values(T... values) {
     XLXVariantVector all;
     (all.push_back(std::move(values)), ...);
     return all;

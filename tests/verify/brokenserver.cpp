@@ -2,13 +2,11 @@
 #include "brokenserver.h"
 
 namespace {
-template <class T>
-HRESULT Told(const Faults::Answer& fault, std::string_view method, HRESULT result, T** out) {
+template <class T> HRESULT Told(const Faults::Answer& fault, std::string_view method, HRESULT result, T** out) {
     return fault ? fault(method, result, reinterpret_cast<void**>(out)) : result;
 }
 
-template <class... T>
-HRESULT Refused(T**... outs) {
+template <class... T> HRESULT Refused(T**... outs) {
     ((*outs = nullptr), ...);
     return E_NOTIMPL;
 }

@@ -39,8 +39,7 @@ std::span<VARIANT> ElementsOf(SAFEARRAY* array);
 void Replace(VARIANT& element, XLXComVariant value);
 
 /// Passes an enumeration on, with its own ways of moving in it.
-template <class E, class I>
-class OddEnumeration final : public HostileObject<E> {
+template <class E, class I> class OddEnumeration final : public HostileObject<E> {
 public:
     using Copy = std::function<HRESULT(E**)>;
 

@@ -64,8 +64,7 @@ std::vector<XLXComPtr<Element>> LXList(const char* what, Call&& call) {
 }
 
 /// The texts of one property of several objects.
-template <class Object>
-std::vector<std::string> LXTextsOf(const std::vector<XLXComPtr<Object>>& objects, int member) {
+template <class Object> std::vector<std::string> LXTextsOf(const std::vector<XLXComPtr<Object>>& objects, int member) {
     std::vector<std::string> texts;
     for (const auto& object : objects) {
         texts.push_back(LXTextOf(*object, member));

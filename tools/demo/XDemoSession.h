@@ -44,8 +44,7 @@ public:
     XLXComPtr<ILXType> CachedType(const char* name) const;
 
     /// Runs a piece of work and says what it cost.
-    template <class Work>
-    XMeasured Measure(Work&& work) const {
+    template <class Work> XMeasured Measure(Work&& work) const {
         const XCallCounts before = m_server->CallCounts();
         const auto start = std::chrono::steady_clock::now();
         std::forward<Work>(work)();

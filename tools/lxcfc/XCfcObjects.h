@@ -57,8 +57,7 @@ const std::vector<std::pair<std::string, LONG>>& LXDisplays();
 std::vector<XLXComPtr<ILXAttribute>> LXAttributesOf(ILXType& type, LONG display);
 
 /// A format's values, and those of all formats that an attribute or a format spec has.
-template <class Owner>
-std::vector<std::pair<int, XLXComPtr<ILXFormat>>> LXFormatsOf(Owner& owner) {
+template <class Owner> std::vector<std::pair<int, XLXComPtr<ILXFormat>>> LXFormatsOf(Owner& owner) {
     constexpr int MostFormatTypes = 4; // there is no enumeration of them: 0 to 3 are asked for
     std::vector<std::pair<int, XLXComPtr<ILXFormat>>> formats;
     for (int formatType = 0; formatType < MostFormatTypes; ++formatType) {

@@ -69,8 +69,7 @@ public:
     explicit XCommands(CLI::App& app) : m_app(app) {}
 
     /// A command with options of its own, which Declare(CLI::App&) declares, and Run(XRun&).
-    template <class Command>
-    void Add(const char* name, const char* help) {
+    template <class Command> void Add(const char* name, const char* help) {
         const auto command = std::make_shared<Command>();
         CLI::App* const sub = m_app.add_subcommand(name, help);
         command->Declare(*sub);

@@ -67,8 +67,7 @@ private:
         XAnswer answer;
     };
 
-    template <class Ask>
-    auto Count(unsigned long long questions, Ask&& ask);
+    template <class Ask> auto Count(unsigned long long questions, Ask&& ask);
     template <class Element, class Enumerator, class Call>
     std::vector<XLXComPtr<Element>> All(const char* what, Call&& call);
     template <class Element, class Enumerator, class Call>
@@ -79,8 +78,7 @@ private:
     bool IsOffered(const char* what, HRESULT result);
     void Add(const std::string& path, XElementKind kind, ILXConfigObject& object);
     std::vector<XJson> Values(const std::string& path, XElementKind kind, ILXConfigObject& object) const;
-    template <class Owner>
-    void AddFormats(const std::string& path, Owner& owner);
+    template <class Owner> void AddFormats(const std::string& path, Owner& owner);
 
     void AddRelations();
     void AddSpecs();

@@ -16,8 +16,7 @@ inline XAnswer LXNamesAnswer(std::vector<std::string> names) {
 inline XAnswer LXNamesAnswer(const std::set<std::string>& names) {
     return {std::nullopt, std::vector<XJson>(names.begin(), names.end())};
 }
-template <class Ask>
-auto XSurvey::Count(unsigned long long questions, Ask&& ask) {
+template <class Ask> auto XSurvey::Count(unsigned long long questions, Ask&& ask) {
     const unsigned long long before = m_calls ? m_calls() : 0;
     auto answer = ask();
     m_questions += questions;
@@ -55,8 +54,7 @@ void XSurvey::AddOne(const std::string& path, const char* what, int member, Call
     }
 }
 
-template <class Owner>
-void XSurvey::AddFormats(const std::string& path, Owner& owner) {
+template <class Owner> void XSurvey::AddFormats(const std::string& path, Owner& owner) {
     for (const auto& [formatType, format] : Count(4, [&] { return LXFormatsOf(owner); })) {
         Add(path + "/format " + std::to_string(formatType), XElementKind::Format, *format);
         ++m_objects["formats"];

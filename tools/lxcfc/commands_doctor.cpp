@@ -233,8 +233,7 @@ private:
         }
     }
 
-    template <class Owner>
-    void LookAtFormats(const std::string& object, Owner& owner) {
+    template <class Owner> void LookAtFormats(const std::string& object, Owner& owner) {
         for (const auto& [formatType, format] : LXFormatsOf(owner)) {
             if (LXTextOf(*format, XProperty::FormatPattern).empty()) {
                 m_findings.Warning("no-pattern", object + "/format " + std::to_string(formatType),

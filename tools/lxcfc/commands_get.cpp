@@ -37,8 +37,7 @@ int NumberOf(const std::string& text) {
 }
 
 /// The object that a question gives; null when there is none.
-template <class Interface, class Ask>
-XLXComPtr<Interface> Asked(const char* what, Ask&& ask) {
+template <class Interface, class Ask> XLXComPtr<Interface> Asked(const char* what, Ask&& ask) {
     XLXComPtr<Interface> object;
     if (const HRESULT result = ask(object.Put()); result != S_FALSE) { LXExpect(result, what); }
     return object;
@@ -92,8 +91,7 @@ std::vector<XLXComPtr<ILXGlobalAttributeFormatSpec>> Specs(XCfcSession& session)
 }
 
 /// An object that is asked of another one, which may not be there either.
-template <class Interface, class Owner, class Ask>
-Object Of(const char* what, const Owner& owner, Ask&& ask) {
+template <class Interface, class Owner, class Ask> Object Of(const char* what, const Owner& owner, Ask&& ask) {
     return owner ? Object(Asked<Interface>(what, [&](auto** out) { return ask(*owner, out); }).Get()) : nullptr;
 }
 

@@ -44,8 +44,7 @@ LONG LXParseDecimal(XLXTextView text) noexcept {
 
 namespace {
 /// A variant of a type, whose value set(variant) puts in.
-template <class Set>
-XLXComVariant Made(VARTYPE type, Set&& set) {
+template <class Set> XLXComVariant Made(VARTYPE type, Set&& set) {
     XLXComVariant made;
     set(&made.Get());
     V_VT(&made.Get()) = type;

@@ -9,8 +9,7 @@
 /// offered.
 /// @tparam Base  has GetProperty and SetProperty
 /// @tparam kind  whose property names it knows
-template <class Base, EConfigElementKind kind>
-class XPropertyMethods : public Base {
+template <class Base, EConfigElementKind kind> class XPropertyMethods : public Base {
 public:
     HRESULT STDMETHODCALLTYPE Get(BSTR bstrKey, VARIANT* pvarValue) override {
         return this->GetProperty(XCfgPropertyConvert::Convert(kind, bstrKey), pvarValue);

@@ -24,8 +24,7 @@ const OLECHAR* WhatOf(const std::exception& error, XLXText& text) noexcept {
 
 /// Calls use(code, text, location), which raises nothing, for the exception in flight. This is the one translator:
 /// every kind of exception has one fixed answer, given here.
-template <class Use>
-auto Translate(const LXErrorLocation& at, Use&& use) noexcept {
+template <class Use> auto Translate(const LXErrorLocation& at, Use&& use) noexcept {
     try {
         throw;
     } catch (const XLXException& error) {

@@ -84,8 +84,7 @@ bool TraceEnabled(LXLogCategory category) noexcept;
 void WriteTrace(LXLogCategory category, const OLECHAR* title, XLXTextView text, const LXErrorLocation& at) noexcept;
 
 /// The boundary: runs a callable that returns an HRESULT, and lets no exception pass.
-template <class F>
-HRESULT Guarded(const LXErrorLocation& at, F&& body) noexcept {
+template <class F> HRESULT Guarded(const LXErrorLocation& at, F&& body) noexcept {
     static_assert(std::is_same_v<std::invoke_result_t<F>, HRESULT>, "the body answers an HRESULT, nothing else");
     try {
         return body();
@@ -93,8 +92,7 @@ HRESULT Guarded(const LXErrorLocation& at, F&& body) noexcept {
 }
 
 /// A step of a clean-up: a failure is written to the logbook with the text, and the next step goes on.
-template <class F>
-void LogFailure(XLXTextView text, const LXErrorLocation& at, F&& step) noexcept {
+template <class F> void LogFailure(XLXTextView text, const LXErrorLocation& at, F&& step) noexcept {
     try {
         step();
     } catch (...) { WriteExceptionToLogBook(SeverityCleanUp, text, at); }
@@ -102,8 +100,7 @@ void LogFailure(XLXTextView text, const LXErrorLocation& at, F&& step) noexcept 
 } // namespace XLXError
 
 /// Checks an out pointer, and empties what it points to: the first thing that a method does.
-template <class T>
-void LXCheckOut(T** out, const OLECHAR* name, const LXErrorLocation& at) {
+template <class T> void LXCheckOut(T** out, const OLECHAR* name, const LXErrorLocation& at) {
     XLXError::CheckPointer(out, name, at);
     *out = nullptr;
 }

@@ -120,8 +120,7 @@ struct Flat : std::vector<VARIANT> {
     }
 };
 
-template <class First, class... Others>
-class Object : public First, public Others... {
+template <class First, class... Others> class Object : public First, public Others... {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
         *out = iid == __uuidof(IUnknown) ? static_cast<First*>(this) : Find<First, Others...>(iid);
@@ -139,8 +138,7 @@ protected:
     virtual bool Offers(REFIID) const { return true; }
 
 private:
-    template <class I, class... More>
-    void* Find(REFIID iid) {
+    template <class I, class... More> void* Find(REFIID iid) {
         if (iid == __uuidof(I)) { return Offers(iid) ? static_cast<I*>(this) : nullptr; }
         if constexpr (sizeof...(More) > 0) { return Find<More...>(iid); }
         return nullptr;
@@ -150,8 +148,7 @@ private:
 };
 
 /// Hands out new objects of some names, one after the other.
-template <class Enumerator, class Element, class Made>
-class Enumeration final : public Object<Enumerator> {
+template <class Enumerator, class Element, class Made> class Enumeration final : public Object<Enumerator> {
 public:
     explicit Enumeration(std::vector<std::pair<Text, Text>> of) : m_of(std::move(of)) {}
     HRESULT STDMETHODCALLTYPE RemNext(ULONG count, Element** elements, ULONG* fetched) override {
@@ -175,8 +172,7 @@ private:
 };
 
 /// A type, or an attribute of it.
-template <class I>
-class Configured : public Object<I> {
+template <class I> class Configured : public Object<I> {
 public:
     explicit Configured(Text type, Text attribute = {}) : m_type(std::move(type)), m_attribute(std::move(attribute)) {}
     HRESULT STDMETHODCALLTYPE GetProperty(int index, VARIANT* value) override {

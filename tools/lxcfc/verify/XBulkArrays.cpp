@@ -186,8 +186,7 @@ XReadType ReadType(Walk& walk) {
 }
 
 /// Runs what reads; a refusal is a finding. An array that was read has kept all rules of arrays.
-template <class F>
-bool Reading(XFindings& findings, const std::string& call, F&& read) {
+template <class F> bool Reading(XFindings& findings, const std::string& call, F&& read) {
     try {
         read();
     } catch (const XArrayRefusal& refusal) {

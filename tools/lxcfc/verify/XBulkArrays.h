@@ -80,8 +80,7 @@ struct XReadTypes {
 };
 
 /// A list of records or of values that an array carries.
-template <class T>
-struct XReadArray {
+template <class T> struct XReadArray {
     std::shared_ptr<XOpenArray> array;
     T content{};
 };

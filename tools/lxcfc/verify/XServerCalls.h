@@ -27,8 +27,7 @@ public:
     /// @param method  under which its time is counted; "" for none
     /// @param text    the call with its arguments, for messages
     /// @param patience  how many limits it may take
-    template <class F>
-    HRESULT Make(const std::string& method, const std::string& text, F&& call, int patience = 1) {
+    template <class F> HRESULT Make(const std::string& method, const std::string& text, F&& call, int patience = 1) {
         const std::size_t number = Begin(method, text, patience);
         const HRESULT result = call();
         End(number);

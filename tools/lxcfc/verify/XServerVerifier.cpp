@@ -16,8 +16,7 @@ ULONG ReferencesOf(ILXConfigFactory& factory) {
 }
 
 /// Runs families of rules whose answers are all released when they end.
-template <class... Families>
-void Balanced(XVerification& verification, Families... families) {
+template <class... Families> void Balanced(XVerification& verification, Families... families) {
     const XServerToVerify& server = verification.Server();
     if (!server.inProcess) {
         verification.Findings().NotTested(XRule::References, "the server runs in a process of its own");

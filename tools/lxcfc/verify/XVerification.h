@@ -22,8 +22,7 @@ enum class XWanted {
     NothingIfOffered
 };
 
-template <class T>
-struct XAnswered {
+template <class T> struct XAnswered {
     std::string call;
     HRESULT result = E_FAIL;
     XLXComPtr<T> object;
@@ -156,8 +155,7 @@ std::vector<XLXComPtr<Element>> XVerification::AskAll(const XAnswered<Enumerator
 }
 
 /// Compares the object in a record with the record's values. A record may come without one.
-template <class I>
-void LXVerifyRecordObject(XVerification& verification, const XReadRecord& record) {
+template <class I> void LXVerifyRecordObject(XVerification& verification, const XReadRecord& record) {
     if (record.object == nullptr) { return; }
     const XLXComPtr<IUnknown> unknown(record.object);
     const XLXComPtr<I> object = unknown.As<I>();

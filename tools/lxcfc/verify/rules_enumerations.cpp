@@ -7,8 +7,7 @@ namespace {
 constexpr std::size_t MostTypes = 5; // whose enumerations are tried
 
 /// The enumerations of one kind of object, each time a new one.
-template <class I, class E>
-class EnumerationVerifier {
+template <class I, class E> class EnumerationVerifier {
 public:
     using Make = std::function<HRESULT(E**)>;
 
@@ -46,8 +45,7 @@ private:
         return names;
     }
 
-    template <class F>
-    HRESULT Call(const XAnswered<E>& on, const std::string& method, F&& call) {
+    template <class F> HRESULT Call(const XAnswered<E>& on, const std::string& method, F&& call) {
         return m_verification.Calls().Make(method, on.call + "->" + method, call);
     }
 

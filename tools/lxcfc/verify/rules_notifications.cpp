@@ -20,8 +20,7 @@ constexpr XRule NeedAnEdit[] = {XRule::NotifySent,     XRule::NotifyEveryClient,
                                 XRule::NotifyCallable, XRule::CallbackDropped,   XRule::CallbackSilent};
 
 /// Waits until a condition holds; false when it does not in time.
-template <class Condition>
-bool WaitFor(std::chrono::milliseconds limit, Condition&& condition) {
+template <class Condition> bool WaitFor(std::chrono::milliseconds limit, Condition&& condition) {
     const auto until = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > until) { return false; }
@@ -96,8 +95,7 @@ public:
     }
 
 private:
-    template <class F>
-    HRESULT Call(const char* method, F&& call) const {
+    template <class F> HRESULT Call(const char* method, F&& call) const {
         return m_verification.Calls().Make(method, std::string(method) + "(" + m_name + ")",
                                            [&] { return call(*m_verification.Server().update); });
     }

@@ -80,8 +80,7 @@ private:
         return found != list->end() ? &*found : nullptr;
     }
 
-    template <class F>
-    void EachBase(F&& visit) const {
+    template <class F> void EachBase(F&& visit) const {
         std::set<std::string> met{m_type.head.Key()};
         const XReadTypes& types = *m_verification.types;
         for (const XReadType* base = types.Find(m_type.head.Text(XProperty::BaseTypeName));
@@ -92,16 +91,14 @@ private:
     }
 
     /// The object in a record, and those of an attribute's types.
-    template <class I>
-    void VerifyObject(const XReadRecord& record) {
+    template <class I> void VerifyObject(const XReadRecord& record) {
         LXVerifyRecordObject<I>(m_verification, record);
         for (const XReadRecord& type : record.types) {
             LXVerifyRecordObject<ILXAttributeType>(m_verification, type);
         }
     }
 
-    template <class I>
-    void VerifyFound(const XAnswered<I>& found, const XReadRecord& expected, bool oneByOne) {
+    template <class I> void VerifyFound(const XAnswered<I>& found, const XReadRecord& expected, bool oneByOne) {
         if (!m_verification.Findings().Check(found.Has(), XRule::AgreeLookups, found.call, "nothing is found")) {
             return;
         }
@@ -140,8 +137,7 @@ private:
         m_verification.Findings().Check(difference.empty(), XRule::AgreeEnumerations, answer.call, difference);
     }
 
-    template <class I>
-    static constexpr XElementKind KindOf() {
+    template <class I> static constexpr XElementKind KindOf() {
         return std::is_same_v<I, ILXPage>            ? XElementKind::Page
                : std::is_same_v<I, ILXGroup>         ? XElementKind::Group
                : std::is_same_v<I, ILXConfObjEditor> ? XElementKind::Editor

@@ -19,8 +19,7 @@ std::string Identity(const XRow& row) {
 }
 
 /// Compares what an enumeration of relations gives with those of the array that a condition takes.
-template <class Takes>
-void VerifyEnumeration(XVerification& verification, const std::string& parent, Takes&& takes) {
+template <class Takes> void VerifyEnumeration(XVerification& verification, const std::string& parent, Takes&& takes) {
     const auto answer = verification.Ask<ILXParentChildEnum>(
         XWanted::AnswerIfOffered, "GetParentChildEnum", LXQuoted(parent), [&](ILXParentChildEnum** out) {
             return verification.Factory().GetParentChildEnum(LXBstr(parent).Get(), nullptr, out);
