@@ -8,35 +8,27 @@
 #include <lxserver/Connection.h>
 
 namespace {
-// Properties by index, beyond those that the kit knows (lx::Index): names, and flags that say where things are shown.
-constexpr int TypeLabel = 1;
-constexpr int AttributeLabel = 2;
-constexpr int AttributeUnit = 4;
-constexpr int PageLabel = 0;
-constexpr int GroupLabel = 0;
-constexpr int FormatPattern = 2;
-
 void AddAttribute(lx::TypeRecord& type, const lx::Text& name, const lx::Text& unit) {
     lx::AttributeRecord& attribute = type.AddAttribute(name);
-    attribute.Set(AttributeLabel, name).Set(AttributeUnit, unit).Set(lx::Index::ShowInEditor, true);
-    attribute.Set(lx::Index::AttributeGroup, 1);
-    attribute.AddFormat(0).Set(FormatPattern, OLESTR("0.0"));
+    attribute.Set(lx::Label, name).Set(lx::Unit, unit).Set(lx::ShowInEditor, true);
+    attribute.Set(lx::AttributeGroup, 1);
+    attribute.AddFormat(0).Set(lx::FormatPattern, OLESTR("0.0"));
 }
 
 /// Two types with an attribute each, a page with a group, an editor, and a relation: pumps may stand below parts.
 lx::Model Describe() {
     lx::Model model;
     lx::TypeRecord& part = model.AddType(OLESTR("Part"));
-    part.Set(TypeLabel, OLESTR("Part"));
-    part.AddPage(1).Set(PageLabel, OLESTR("General"));
-    part.AddGroup(1).Set(GroupLabel, OLESTR("Data")).Set(lx::Index::GroupPage, 1);
+    part.Set(lx::TypeLabel, OLESTR("Part"));
+    part.AddPage(1).Set(lx::PageLabel, OLESTR("General"));
+    part.AddGroup(1).Set(lx::GroupLabel, OLESTR("Data")).Set(lx::GroupPage, 1);
     AddAttribute(part, OLESTR("Weight"), OLESTR("kg"));
 
     lx::TypeRecord& pump = model.AddType(OLESTR("Pump"), OLESTR("Part"));
-    pump.Set(TypeLabel, OLESTR("Centrifugal pump"));
+    pump.Set(lx::TypeLabel, OLESTR("Centrifugal pump"));
     AddAttribute(pump, OLESTR("RatedFlow"), OLESTR("m3/h"));
     lx::EditorRecord& editor = pump.AddEditor(OLESTR("Pump.Editor"));
-    editor.Set(lx::Index::EditorBrowserId, OLESTR("Tree")).Set(lx::Index::DefaultEditor, true);
+    editor.Set(lx::EditorBrowserId, OLESTR("Tree")).Set(lx::DefaultEditor, true);
 
     model.AddBrowserId(OLESTR("Tree"));
     model.AddRelation(OLESTR("Part"), OLESTR("Pump"), OLESTR("parts")).AddInfo(OLESTR("Tree"));

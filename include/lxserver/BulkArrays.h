@@ -99,7 +99,7 @@ private:
         const bool hasBase = FindIn(m_model.types, type.Base()) != nullptr;
         to.Number(hasBase ? static_cast<LONG>(indexOf(type.Base())) : -1);
         to.Flag(type.listed);
-        to.Flag(type[Index::Searchable].AsBool());
+        to.Flag(type[Searchable].AsBool());
     }
     /// Three flags and the lists that there are, then the same for attributes. A kind that was asked for and of which
     /// there are none has an empty list, so that nobody asks again.

@@ -163,8 +163,7 @@ public:
                 return With<GroupRecord>([&](const Model& model, const GroupRecord&) {
                     return HandOutGroups(
                         Server(), model.types.at(ItsKey().owner),
-                        [&](const GroupRecord& g) { return g[Index::ParentGroup].AsNumber() == ItsKey().number; },
-                        groups);
+                        [&](const GroupRecord& g) { return g[ParentGroup].AsNumber() == ItsKey().number; }, groups);
                 });
             },
             groups);
@@ -227,17 +226,14 @@ private:
     Key KeyOf(const PCInfoRecord& info) const {
         Key key = ItsKey();
         key.kind = Kind::PCInfo;
-        key.browser = info[Index::PCInfoBrowser].AsText();
+        key.browser = info[PCInfoBrowser].AsText();
         return key;
     }
 };
 
 inline Key KeyOf(const RelationRecord& relation) {
-    return {Kind::Relation,
-            relation[Index::ParentName].AsText(),
-            relation[Index::ChildName].AsText(),
-            relation[Index::ChildList].AsText(),
-            {}};
+    return {
+        Kind::Relation, relation[ParentName].AsText(), relation[ChildName].AsText(), relation[ChildList].AsText(), {}};
 }
 } // namespace lx
 

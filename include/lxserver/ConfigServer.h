@@ -77,9 +77,9 @@ inline Change EverythingChanged() { return {"objects", {}, 0, 1}; }
 /// The notifications that a value changed. A base type says which types there are below which, and the searchable flag
 /// of a type has a kind of its own.
 inline std::vector<Change> ValueChanged(const Key& key, int index) {
-    if (ModeOf(key.kind) == 4 || (key.kind == Kind::Type && index == Index::BaseType)) { return {SetChanged(key)}; }
+    if (ModeOf(key.kind) == 4 || (key.kind == Kind::Type && index == BaseTypeName)) { return {SetChanged(key)}; }
     std::vector<Change> changes{{"properties", key.owner, key.number != 0 ? key.number : index, ModeOf(key.kind)}};
-    if (key.kind == Kind::Type && index == Index::Searchable) {
+    if (key.kind == Kind::Type && index == Searchable) {
         changes.push_back({"searchable", key.owner, index, ModeOf(key.kind)});
     }
     return changes;
@@ -88,15 +88,15 @@ inline std::vector<Change> ValueChanged(const Key& key, int index) {
 /// Whether an element is found by that property, so that it cannot change.
 inline bool IsKey(Kind kind, int index) noexcept {
     switch (kind) {
-    case Kind::Page: return index == Index::PageNumber;
-    case Kind::Group: return index == Index::GroupNumber;
-    case Kind::Editor: return index == Index::ProgId;
-    case Kind::AttributeType: return index == Index::AttributeTypeName;
+    case Kind::Page: return index == PageNumber;
+    case Kind::Group: return index == GroupNumber;
+    case Kind::Editor: return index == ProgId;
+    case Kind::AttributeType: return index == AttributeTypeName;
     case Kind::AttributeFormat:
     case Kind::GroupFormat:
-    case Kind::GlobalSpecFormat: return index == Index::FormatType;
-    case Kind::Relation: return index == Index::ChildList || index == Index::ChildName || index == Index::ParentName;
-    case Kind::PCInfo: return index == Index::PCInfoBrowser;
+    case Kind::GlobalSpecFormat: return index == FormatType;
+    case Kind::Relation: return index == ChildList || index == ChildName || index == ParentName;
+    case Kind::PCInfo: return index == PCInfoBrowser;
     default: return index == 0; // the name
     }
 }

@@ -29,7 +29,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE GetSearchableTypeEnum(ILXTypeEnum** types) override {
         return ListTypes("GetSearchableTypeEnum", types,
-                         [](const TypeRecord& type) { return type.listed && type[Index::Searchable].AsBool(); });
+                         [](const TypeRecord& type) { return type.listed && type[Searchable].AsBool(); });
     }
     HRESULT STDMETHODCALLTYPE GetType(BSTR name, BSTR, ILXType** type) override {
         return Call(
@@ -48,7 +48,7 @@ public:
                 const ModelPtr model = m_server->Snapshot();
                 std::vector<Ref<ILXParentChild>> objects;
                 for (const RelationRecord& relation : model->relations) {
-                    if (ViewOf(parent).empty() || relation[Index::ParentName].AsText() == ViewOf(parent)) {
+                    if (ViewOf(parent).empty() || relation[ParentName].AsText() == ViewOf(parent)) {
                         objects.push_back(Make<RelationObject>(m_server, KeyOf(relation), relation));
                     }
                 }
@@ -63,7 +63,7 @@ public:
                 const ModelPtr model = m_server->Snapshot();
                 std::vector<Ref<ILXBrowserId>> objects;
                 for (const BrowserIdRecord& record : model->browserIds) {
-                    const Key key{Kind::BrowserId, record[Index::BrowserIdName].AsText(), {}, {}, {}};
+                    const Key key{Kind::BrowserId, record[BrowserIdName].AsText(), {}, {}, {}};
                     objects.push_back(Make<BrowserIdObject>(m_server, key, record));
                 }
                 return HandOut(std::move(objects), browserIds);

@@ -18,6 +18,7 @@
 #ifndef LXSERVER_MODEL_H
 #define LXSERVER_MODEL_H
 
+#include <LXProperties.h>
 #include <lxserver/Object.h>
 
 #include <array>
@@ -111,31 +112,6 @@ enum class Kind {
     GlobalSpecFormat
 };
 
-/// The indexes of the properties that the kit reads.
-namespace Index {
-enum Type : int { TypeName = 0, BaseType = 2, Searchable = 14 };
-enum Page : int { PageNumber = 6 };
-enum Group : int { GroupNumber = 2, GroupPage = 5, ParentGroup = 15 };
-enum Editor : int { EditorBrowserId = 0, DefaultEditor = 1, DefaultNewEditor = 2, ProgId = 3 };
-enum Attribute : int {
-    AttributeName = 0,
-    ShowInBrowser = 7,
-    ShowInEditor = 8,
-    ShowInFinder = 9,
-    AttributeGroup = 17,
-    InAvSet = 19,
-    Printable = 28,
-    NotInFinder = 32,
-    Origin = 46
-};
-enum AttributeType : int { AttributeTypeName = 3 };
-enum Format : int { FormatType = 1 };
-enum Relation : int { ChildList = 0, ChildName = 1, SystemInternal = 14, ParentName = 19, PPRRelationType = 20 };
-enum PCInfo : int { PCInfoBrowser = 1, PCInfoNew = 6 };
-enum BrowserId : int { BrowserIdName = 0 };
-enum GlobalSpec : int { SpecId = 0 };
-} // namespace Index
-
 /// A property that has a name for ILXConfigObject::Get, or a value from the start.
 struct Property {
     int index;
@@ -162,44 +138,44 @@ struct Properties {
 
 private:
     static std::array<Properties, 13> Make() {
-        const std::vector<Property> format{{Index::AttributeName, "LXCFG_attributename", {}}};
+        const std::vector<Property> format{{AttributeName, "LXCFG_attributename", {}}};
         return {{{28,
-                  {{Index::TypeName, "LXCFG_typename", {}},
-                   {Index::BaseType, "LXCFG_basetypename", {}},
-                   {Index::Searchable, "LXCFG_searchable", true},
-                   {27, "LXCFG_basetype", {}}}},
-                 {7, {{Index::PageNumber, "LXCFG_pagenumber", 0}}},
+                  {{TypeName, "LXCFG_typename", {}},
+                   {BaseTypeName, "LXCFG_basetypename", {}},
+                   {Searchable, "LXCFG_searchable", true},
+                   {BaseType, "LXCFG_basetype", {}}}},
+                 {7, {{PageNumber, "LXCFG_pagenumber", 0}}},
                  {16,
-                  {{Index::GroupNumber, "LXCFG_groupnumber", 0},
-                   {Index::GroupPage, "LXCFG_grouppagenumber", 0},
-                   {Index::ParentGroup, "LXCFG_parentgroupnumber", 0}}},
+                  {{GroupNumber, "LXCFG_groupnumber", 0},
+                   {GroupPage, "LXCFG_grouppagenumber", 0},
+                   {ParentGroup, "LXCFG_parentgroupnumber", 0}}},
                  {60, format},
                  {5,
-                  {{Index::EditorBrowserId, "LXCFG_editorbrowserid", Text()},
-                   {Index::DefaultEditor, "LXCFG_defaulteditor", false},
-                   {Index::DefaultNewEditor, "LXCFG_defaultneweditor", false},
-                   {Index::ProgId, "LXCFG_progid", {}}}},
+                  {{EditorBrowserId, "LXCFG_editorbrowserid", Text()},
+                   {DefaultEditor, "LXCFG_defaulteditor", false},
+                   {DefaultNewEditor, "LXCFG_defaultneweditor", false},
+                   {ProgId, "LXCFG_progid", {}}}},
                  {60,
-                  {{Index::AttributeName, "LXCFG_attributename", {}},
-                   {Index::ShowInBrowser, "LXCFG_showinbrowser", false},
-                   {Index::ShowInEditor, "LXCFG_showineditor", false},
-                   {Index::ShowInFinder, "LXCFG_showinfinder", false},
-                   {Index::AttributeGroup, "LXCFG_attributegroupnumber", 0},
-                   {Index::InAvSet, "LXCFG_inavset", false},
-                   {Index::Printable, "LXCFG_printable", false},
-                   {Index::NotInFinder, "LXCFG_notinfinder", false},
-                   {Index::Origin, "LXCFG_origin", 0}}},
-                 {7, {{Index::AttributeTypeName, "LXCFG_attributetypename", {}}}},
+                  {{AttributeName, "LXCFG_attributename", {}},
+                   {ShowInBrowser, "LXCFG_showinbrowser", false},
+                   {ShowInEditor, "LXCFG_showineditor", false},
+                   {ShowInFinder, "LXCFG_showinfinder", false},
+                   {AttributeGroup, "LXCFG_attributegroupnumber", 0},
+                   {InAvSet, "LXCFG_inavset", false},
+                   {Printable, "LXCFG_printable", false},
+                   {NotInFinder, "LXCFG_notinfinder", false},
+                   {Origin, "LXCFG_origin", 0}}},
+                 {7, {{AttributeTypeName, "LXCFG_attributetypename", {}}}},
                  {60, format},
                  {37,
-                  {{Index::ChildList, "LXCFPC_childlistname", Text()},
-                   {Index::ChildName, "LXCFPC_childname", Text()},
-                   {Index::SystemInternal, "LXCFPC_issysteminternal", false},
-                   {Index::ParentName, "LXCFPC_parentname", Text()},
-                   {Index::PPRRelationType, "LXCFPC_pprrelationtype", 0}}},
-                 {10, {{Index::PCInfoBrowser, "LXCFG_pcinfobrowserid", {}}, {Index::PCInfoNew, "LXCFG_pcinfonew", 0}}},
-                 {2, {{Index::BrowserIdName, "LXCFG_browserid", {}}}},
-                 {60, {{Index::SpecId, "LXCFGAFS_attributepropertyid", {}}}},
+                  {{ChildList, "LXCFPC_childlistname", Text()},
+                   {ChildName, "LXCFPC_childname", Text()},
+                   {SystemInternal, "LXCFPC_issysteminternal", false},
+                   {ParentName, "LXCFPC_parentname", Text()},
+                   {PPRRelationType, "LXCFPC_pprrelationtype", 0}}},
+                 {10, {{PCInfoBrowser, "LXCFG_pcinfobrowserid", {}}, {PCInfoNew, "LXCFG_pcinfonew", 0}}},
+                 {2, {{BrowserIdName, "LXCFG_browserid", {}}}},
+                 {60, {{SpecId, "LXCFGAFS_attributepropertyid", {}}}},
                  {60, format}}};
     }
 };
@@ -267,8 +243,8 @@ struct AttributeRecord : RecordOf<Kind::Attribute> {
     std::map<Text, AttributeTypeRecord> types;
     std::map<int, AttributeFormatRecord> formats; ///< by format type
 
-    AttributeTypeRecord& AddType(const Text& name) { return AddTo(types, name, Index::AttributeTypeName); }
-    AttributeFormatRecord& AddFormat(int formatType) { return AddTo(formats, formatType, Index::FormatType); }
+    AttributeTypeRecord& AddType(const Text& name) { return AddTo(types, name, AttributeTypeName); }
+    AttributeFormatRecord& AddFormat(int formatType) { return AddTo(formats, formatType, FormatType); }
 };
 
 struct TypeRecord : RecordOf<Kind::Type> {
@@ -278,19 +254,19 @@ struct TypeRecord : RecordOf<Kind::Type> {
     std::map<Text, AttributeRecord> attributes; ///< its own, without the inherited ones
     std::map<Text, EditorRecord> editors;       ///< by ProgId
 
-    const Text& Name() const { return (*this)[Index::TypeName].AsText(); }
-    const Text& Base() const { return (*this)[Index::BaseType].AsText(); }
-    PageRecord& AddPage(int number) { return AddTo(pages, number, Index::PageNumber); }
-    GroupRecord& AddGroup(int number) { return AddTo(groups, number, Index::GroupNumber); }
-    AttributeRecord& AddAttribute(const Text& name) { return AddTo(attributes, name, Index::AttributeName); }
-    EditorRecord& AddEditor(const Text& progId) { return AddTo(editors, progId, Index::ProgId); }
+    const Text& Name() const { return (*this)[TypeName].AsText(); }
+    const Text& Base() const { return (*this)[BaseTypeName].AsText(); }
+    PageRecord& AddPage(int number) { return AddTo(pages, number, PageNumber); }
+    GroupRecord& AddGroup(int number) { return AddTo(groups, number, GroupNumber); }
+    AttributeRecord& AddAttribute(const Text& name) { return AddTo(attributes, name, AttributeName); }
+    EditorRecord& AddEditor(const Text& progId) { return AddTo(editors, progId, ProgId); }
 };
 
 struct RelationRecord : RecordOf<Kind::Relation> {
     std::vector<PCInfoRecord> infos;
 
     PCInfoRecord& AddInfo(const Text& browserId) {
-        infos.emplace_back().Set(Index::PCInfoBrowser, browserId);
+        infos.emplace_back().Set(PCInfoBrowser, browserId);
         return infos.back();
     }
 };
@@ -298,7 +274,7 @@ struct RelationRecord : RecordOf<Kind::Relation> {
 struct GlobalSpecRecord : RecordOf<Kind::GlobalSpec> {
     std::map<int, SpecFormatRecord> formats; ///< by format type
 
-    SpecFormatRecord& AddFormat(int formatType) { return AddTo(formats, formatType, Index::FormatType); }
+    SpecFormatRecord& AddFormat(int formatType) { return AddTo(formats, formatType, FormatType); }
 };
 
 /// Which element of a configuration: what an object that was handed out finds its newest values by.
@@ -319,20 +295,20 @@ struct Model {
     std::map<Text, GlobalSpecRecord> specs;
 
     TypeRecord& AddType(const Text& name, const Text& base = {}) {
-        TypeRecord& type = AddTo(types, name, Index::TypeName);
-        if (!base.empty()) { type.Set(Index::BaseType, base); }
+        TypeRecord& type = AddTo(types, name, TypeName);
+        if (!base.empty()) { type.Set(BaseTypeName, base); }
         return type;
     }
     RelationRecord& AddRelation(const Text& parent, const Text& child, const Text& childList) {
         RelationRecord& added = relations.emplace_back();
-        added.Set(Index::ParentName, parent).Set(Index::ChildName, child).Set(Index::ChildList, childList);
+        added.Set(ParentName, parent).Set(ChildName, child).Set(ChildList, childList);
         return added;
     }
     BrowserIdRecord& AddBrowserId(const Text& name) {
-        browserIds.emplace_back().Set(Index::BrowserIdName, name);
+        browserIds.emplace_back().Set(BrowserIdName, name);
         return browserIds.back();
     }
-    GlobalSpecRecord& AddSpec(const Text& id) { return AddTo(specs, id, Index::SpecId); }
+    GlobalSpecRecord& AddSpec(const Text& id) { return AddTo(specs, id, SpecId); }
 
     /// The type and its base types, nearest first. A base that is unknown or met before ends the chain.
     std::vector<const TypeRecord*> BaseChain(const Text& name) const {
@@ -353,8 +329,8 @@ template <class Map> const typename Map::mapped_type* FindIn(const Map& map, con
 
 inline const RelationRecord* FindRelation(const Model& model, const Key& key) {
     for (const RelationRecord& relation : model.relations) {
-        if (relation[Index::ParentName].AsText() == key.owner && relation[Index::ChildName].AsText() == key.name &&
-            relation[Index::ChildList].AsText() == key.part) {
+        if (relation[ParentName].AsText() == key.owner && relation[ChildName].AsText() == key.name &&
+            relation[ChildList].AsText() == key.part) {
             return &relation;
         }
     }
@@ -365,7 +341,7 @@ inline const RelationRecord* FindRelation(const Model& model, const Key& key) {
 inline const PCInfoRecord* FindInfo(const RelationRecord& relation, TextView browser) {
     const PCInfoRecord* found = nullptr;
     for (const PCInfoRecord& info : relation.infos) {
-        found = EqualWithoutCase(info[Index::PCInfoBrowser].AsText(), browser) ? &info : found;
+        found = EqualWithoutCase(info[PCInfoBrowser].AsText(), browser) ? &info : found;
     }
     return found;
 }
@@ -394,7 +370,7 @@ inline const Record* Find(const Model& model, const Key& key) {
     }
     case Kind::BrowserId:
         for (const BrowserIdRecord& browserId : model.browserIds) {
-            if (browserId[Index::BrowserIdName].AsText() == key.owner) { return &browserId; }
+            if (browserId[BrowserIdName].AsText() == key.owner) { return &browserId; }
         }
         return nullptr;
     case Kind::GlobalSpec: return FindIn(model.specs, key.owner);

@@ -15,10 +15,9 @@ namespace lx {
 /// vendor-defined, 32 AV set. No place at all means every attribute.
 inline bool IsShownIn(const AttributeRecord& attribute, LONG mask) {
     const auto is = [&attribute](int index) { return attribute[index].AsBool(); };
-    const LONG places = (is(Index::ShowInEditor) ? 1 : 0) |
-                        (is(Index::ShowInFinder) && !is(Index::NotInFinder) ? 2 : 0) |
-                        (is(Index::ShowInBrowser) ? 4 : 0) | (is(Index::Printable) ? 8 : 0) |
-                        (attribute[Index::Origin].AsNumber() == 0 ? 16 : 0) | (is(Index::InAvSet) ? 32 : 0);
+    const LONG places = (is(ShowInEditor) ? 1 : 0) | (is(ShowInFinder) && !is(NotInFinder) ? 2 : 0) |
+                        (is(ShowInBrowser) ? 4 : 0) | (is(Printable) ? 8 : 0) |
+                        (attribute[Origin].AsNumber() == 0 ? 16 : 0) | (is(InAvSet) ? 32 : 0);
     return mask == 0 || (places & mask) != 0;
 }
 
@@ -40,11 +39,11 @@ public:
     }
     HRESULT STDMETHODCALLTYPE GetPageGroupEnum(int page, ILXGroupEnum** groups) override {
         return ListGroups("GetPageGroupEnum", groups,
-                          [page](const GroupRecord& group) { return group[Index::GroupPage].AsNumber() == page; });
+                          [page](const GroupRecord& group) { return group[GroupPage].AsNumber() == page; });
     }
     HRESULT STDMETHODCALLTYPE GetPageToplevelGroupEnum(int page, ILXGroupEnum** groups) override {
         return ListGroups("GetPageToplevelGroupEnum", groups, [page](const GroupRecord& group) {
-            return group[Index::GroupPage].AsNumber() == page && IsTopLevel(group);
+            return group[GroupPage].AsNumber() == page && IsTopLevel(group);
         });
     }
     HRESULT STDMETHODCALLTYPE GetGroup(int number, ILXGroup** group) override {
@@ -61,12 +60,12 @@ public:
     HRESULT STDMETHODCALLTYPE GetDisplayGroupAttributeEnum(LONG mask, int group,
                                                            ILXAttributeEnum** attributes) override {
         return ListAttributes("GetDisplayGroupAttributeEnum", attributes, [=](const AttributeRecord& attribute) {
-            return IsShownIn(attribute, mask) && attribute[Index::AttributeGroup].AsNumber() == group;
+            return IsShownIn(attribute, mask) && attribute[AttributeGroup].AsNumber() == group;
         });
     }
     HRESULT STDMETHODCALLTYPE GetGroupAttributeEnum(int group, ILXAttributeEnum** attributes) override {
         return ListAttributes("GetGroupAttributeEnum", attributes, [group](const AttributeRecord& attribute) {
-            return attribute[Index::AttributeGroup].AsNumber() == group;
+            return attribute[AttributeGroup].AsNumber() == group;
         });
     }
     HRESULT STDMETHODCALLTYPE GetAttribute(BSTR name, ILXAttribute** attribute) override {
@@ -89,10 +88,10 @@ public:
         return FindOne<EditorObject>("GetConfObjEditor", PartOf(Kind::Editor, 0, Text(ViewOf(progId))), editor);
     }
     HRESULT STDMETHODCALLTYPE GetDefaultEditor(BSTR browserId, ILXConfObjEditor** editor) override {
-        return FindEditor("GetDefaultEditor", browserId, Index::DefaultEditor, editor);
+        return FindEditor("GetDefaultEditor", browserId, DefaultEditor, editor);
     }
     HRESULT STDMETHODCALLTYPE GetDefaultNewEditor(BSTR browserId, ILXConfObjEditor** editor) override {
-        return FindEditor("GetDefaultNewEditor", browserId, Index::DefaultNewEditor, editor);
+        return FindEditor("GetDefaultNewEditor", browserId, DefaultNewEditor, editor);
     }
 
     HRESULT STDMETHODCALLTYPE GetTypeComponentData(LONG mode, SAFEARRAY** components) override {
@@ -112,7 +111,7 @@ private:
     /// Attributes by name, each with the type that it is of.
     using Attributes = std::map<Text, std::pair<const TypeRecord*, const AttributeRecord*>>;
 
-    static bool IsTopLevel(const GroupRecord& group) { return group[Index::ParentGroup].AsNumber() == 0; }
+    static bool IsTopLevel(const GroupRecord& group) { return group[ParentGroup].AsNumber() == 0; }
     Key PartOf(Kind kind, int number, Text name = {}) const {
         return {kind, ItsKey().owner, std::move(name), {}, {}, number};
     }
@@ -188,7 +187,7 @@ private:
                 return With<TypeRecord>([&](const Model&, const TypeRecord& type) {
                     for (const auto& [progId, editor] : type.editors) {
                         if (editor[flag].AsBool() &&
-                            EqualWithoutCase(editor[Index::EditorBrowserId].AsText(), ViewOf(browserId))) {
+                            EqualWithoutCase(editor[EditorBrowserId].AsText(), ViewOf(browserId))) {
                             return HandOutOne<EditorObject>(Server(), PartOf(Kind::Editor, 0, progId), &editor, out);
                         }
                     }

@@ -119,11 +119,11 @@ std::string Dump(ILXConfigFactory& factory, const std::set<std::string>& only) {
     std::map<std::string, std::string> types; // the order of types is nobody's promise
     ForAll<ILXType>(
         Got<ILXTypeEnum>([&](auto** out) { return factory.GetTypeEnum(nullptr, out); }), [&](ILXType& type) {
-            if (!only.empty() && !only.contains(ValueOf(type, lx::Index::TypeName))) { return; }
+            if (!only.empty() && !only.contains(ValueOf(type, lx::TypeName))) { return; }
             std::ostringstream text;
             DumpValues(text << " type", type, 27); // the last one, the base type's object, is the cache's own
             DumpComponents(text, type);
-            types[ValueOf(type, lx::Index::TypeName)] = text.str();
+            types[ValueOf(type, lx::TypeName)] = text.str();
         });
     std::ostringstream all;
     for (const auto& [name, text] : types) {

@@ -10,25 +10,25 @@ namespace {
 lx::Model EverythingModel() {
     lx::Model model;
     lx::TypeRecord& part = model.AddType(OLESTR("Part"));
-    part.Set(1, OLESTR("Part")).Set(lx::Index::Searchable, false);
+    part.Set(1, OLESTR("Part")).Set(lx::Searchable, false);
     part.AddPage(1).Set(0, OLESTR("General"));
     part.AddPage(2);
-    part.AddGroup(1).Set(lx::Index::GroupPage, 1);
-    part.AddGroup(2).Set(lx::Index::ParentGroup, 1);
+    part.AddGroup(1).Set(lx::GroupPage, 1);
+    part.AddGroup(2).Set(lx::ParentGroup, 1);
     part.groups[2].format.emplace().Set(2, OLESTR("two columns"));
     lx::AttributeRecord& weight = part.AddAttribute(OLESTR("Weight"));
-    weight.Set(2, OLESTR("Weight")).Set(4, OLESTR("kg")).Set(13, 0.5).Set(lx::Index::ShowInEditor, true);
+    weight.Set(2, OLESTR("Weight")).Set(4, OLESTR("kg")).Set(13, 0.5).Set(lx::ShowInEditor, true);
     weight.AddType(OLESTR("net")).Set(0, OLESTR("Net weight"));
     weight.AddFormat(0).Set(2, OLESTR("0.0"));
     weight.AddFormat(2).Set(10, 12);
     lx::TypeRecord& pump = model.AddType(OLESTR("Pump"), OLESTR("Part"));
     pump.AddAttribute(OLESTR("Weight")).Set(4, OLESTR("t")); // the base's wins
-    pump.AddAttribute(OLESTR("RatedFlow")).Set(4, OLESTR("m3/h")).Set(lx::Index::AttributeGroup, 2);
-    pump.AddEditor(OLESTR("Pump.Editor")).Set(lx::Index::EditorBrowserId, OLESTR("Tree"));
+    pump.AddAttribute(OLESTR("RatedFlow")).Set(4, OLESTR("m3/h")).Set(lx::AttributeGroup, 2);
+    pump.AddEditor(OLESTR("Pump.Editor")).Set(lx::EditorBrowserId, OLESTR("Tree"));
     model.AddType(OLESTR("Hidden"), OLESTR("NoSuchBase")).listed = false;
     model.AddBrowserId(OLESTR("Tree")).Set(1, OLESTR("Project tree"));
     model.AddRelation(OLESTR("Part"), OLESTR("Pump"), OLESTR("parts")).AddInfo(OLESTR("Tree")).Set(6, 1);
-    model.AddRelation(OLESTR("Part"), OLESTR("Part"), OLESTR("parts")).Set(lx::Index::PPRRelationType, 2);
+    model.AddRelation(OLESTR("Part"), OLESTR("Part"), OLESTR("parts")).Set(lx::PPRRelationType, 2);
     model.AddSpec(OLESTR("Format.kg")).AddFormat(0).Set(2, OLESTR("0.000"));
     return model;
 }
@@ -114,7 +114,7 @@ TEST(Kit, HeldObjectsShowEditsAndOutliveTheirElements) {
     V_VT(&unit) = VT_BSTR;
     V_BSTR(&unit) = SysAllocString(OLESTR("l/s"));
     EXPECT_EQ(ofServer->SetProperty(4, unit), S_OK);
-    EXPECT_EQ(ofServer->SetProperty(lx::Index::AttributeName, unit), E_INVALIDARG) << "it is found by that";
+    EXPECT_EQ(ofServer->SetProperty(lx::AttributeName, unit), E_INVALIDARG) << "it is found by that";
     EXPECT_EQ(ofServer->SetProperty(60, unit), E_INVALIDARG);
     VariantClear(&unit);
     EXPECT_EQ(ValueOf(*ofServer, 4), "'l/s'");
