@@ -38,7 +38,8 @@ std::string Direct(IUnknown* object) {
 template <class Record> void ExpectDirect(const std::vector<Record>& records, size_t count, const std::string& where) {
     EXPECT_EQ(records.size(), count) << where;
     for (const Record& record : records) {
-        EXPECT_EQ(Text(record.values), Direct(record.object.Get())) << where;
+        const auto* const first = record.values.empty() ? nullptr : &record.values[0];
+        EXPECT_EQ(Text({first, record.values.size()}), Direct(record.object.Get())) << where;
     }
 }
 
