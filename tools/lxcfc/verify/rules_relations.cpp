@@ -58,7 +58,8 @@ void VerifyInfos(XVerification& verification, const XReadRecord& record) {
             infos[browser].insert(*row);
         }
     }
-    for (const auto& [browser, rows] : infos) {
+    for (const auto& [name, rows] : infos) {
+        const std::string& browser = name;
         const auto found = verification.Ask<ILXPCInfo>(
             XWanted::AnswerIfOffered, "GetPCInfo", who + ", " + LXQuoted(browser),
             [&](ILXPCInfo** out) { return relation->GetPCInfo(LXBstr(browser).Get(), out); });
