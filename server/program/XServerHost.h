@@ -28,8 +28,8 @@ public:
     XSampleServer& Server() const { return *m_server; }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override { return --m_references; }
+    STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(++m_references); }
+    STDMETHODIMP_(ULONG) Release() override { return static_cast<ULONG>(--m_references); }
 
     STDMETHODIMP GetServices(ILXConfigFactory** factory, ILX_Query** query, ILXDataUpdate** update) override;
     STDMETHODIMP GetDataObject(BSTR typeName, ILX_BaseDataObject** object) override;
