@@ -50,12 +50,10 @@ std::vector<XLXText> Wanted(const XServerModel& model, const std::vector<XLXText
 XBulkComponents LXComponentsOf(const XServerCorePtr& core, const std::shared_ptr<XModelType>& type, LONG mode) {
     XBulkComponents components;
     if (mode <= 0) { return components; }
-    if ((mode & XTransferMode::Pages) != 0) { components.pages = RecordsOf<XServerPage>(core, type->pages); }
-    if ((mode & XTransferMode::Groups) != 0) { components.groups = RecordsOf<XServerGroup>(core, type->groups, type); }
-    if ((mode & XTransferMode::Editors) != 0) { components.editors = RecordsOf<XServerEditor>(core, type->editors); }
-    if ((mode & XTransferMode::Attributes) != 0) {
-        components.attributes = RecordsOf<XServerAttribute>(core, type->attributes);
-    }
+    if ((mode & LXTM_PAGES) != 0) { components.pages = RecordsOf<XServerPage>(core, type->pages); }
+    if ((mode & LXTM_GROUPS) != 0) { components.groups = RecordsOf<XServerGroup>(core, type->groups, type); }
+    if ((mode & LXTM_EDITORS) != 0) { components.editors = RecordsOf<XServerEditor>(core, type->editors); }
+    if ((mode & LXTM_ATTRIBUTES) != 0) { components.attributes = RecordsOf<XServerAttribute>(core, type->attributes); }
     return components;
 }
 

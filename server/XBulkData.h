@@ -7,14 +7,6 @@
 
 #include "XServerObject.h"
 
-/// The bits of the data transfer mode.
-namespace XTransferMode {
-constexpr LONG Attributes = 1;
-constexpr LONG Groups = 2;
-constexpr LONG Pages = 4;
-constexpr LONG Editors = 8;
-} // namespace XTransferMode
-
 struct XBulkRecord {
     XLXComPtr<IUnknown> object;
     XLXVariantVector values;

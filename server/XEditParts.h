@@ -7,46 +7,23 @@
 
 #include "XServerEdits.h"
 
+#include <lxserver/ConfigServer.h>
+
 #include <algorithm>
 #include <initializer_list>
 #include <stdexcept>
 
 namespace LXEdits {
-/// The update modes of the data ids, by what changed.
-enum XMode : int {
-    ModeTypes = 0x2,
-    ModeRelations = 0x4,
-    ModeBrowserIds = 0x8,
-    ModePages = 0x20,
-    ModeGroups = 0x40,
-    ModeEditors = 0x80,
-    ModeGlobalSpecs = 0x100,
-    ModeAttributes = 0x200,
-    ModeAttributeTypes = 0x400,
-    ModeAttributeFormats = 0x800,
-    ModeGroupFormats = 0x1000
-};
-
-/// A name as a field of a data id: a separator in it would move the fields that follow.
-inline XLXText Field(const XLXText& name) {
-    XLXText field;
-    for (const OLECHAR character : name) {
-        field += character == '/' ? LXFromUtf8("%2F") : character == '%' ? LXFromUtf8("%25") : XLXText(1, character);
-    }
-    return field;
+inline XLXText DataId(const char* kind, const XText& object, int subNumber, LXUpdateMode mode) {
+    return lx::Change{kind, object.Get(), subNumber, mode}.DataId();
 }
-
-inline XLXText DataId(const char* kind, const XText& object, int subNumber, XMode mode) {
-    return LXFromUtf8(std::string(kind) + "/") + Field(object.Get()) +
-           LXFromUtf8("/" + std::to_string(subNumber) + "/" + std::to_string(mode));
-}
-inline XLXText Objects(const XText& object, int subNumber, XMode mode) {
+inline XLXText Objects(const XText& object, int subNumber, LXUpdateMode mode) {
     return DataId("objects", object, subNumber, mode);
 }
-inline XLXText Properties(const XText& object, int subNumber, XMode mode) {
+inline XLXText Properties(const XText& object, int subNumber, LXUpdateMode mode) {
     return DataId("properties", object, subNumber, mode);
 }
-inline XLXText Relations(const XText& parent) { return DataId("pc", parent, 0, ModeRelations); }
+inline XLXText Relations(const XText& parent) { return DataId("pc", parent, 0, LXUM_PARENTCHILD); }
 
 [[noreturn]] inline void Refuse(const std::string& what) { throw std::invalid_argument(what); }
 

@@ -3,29 +3,13 @@
 // The config factory's bulk reads, of ILXConfigFactory and of ILXConfigFactoryEx.
 #include "XServerConfigFactory.h"
 
+#include <lxserver/FlatArray.h>
+
 #include <algorithm>
 #include <iterator>
 
 namespace {
-/// The texts of an array of strings; raises std::invalid_argument for anything else.
-std::vector<XLXText> TextsOf(SAFEARRAY* array) {
-    VARTYPE type = VT_EMPTY;
-    LONG lower = 0;
-    LONG upper = -1;
-    if (array == nullptr || SafeArrayGetDim(array) != 1 || FAILED(SafeArrayGetVartype(array, &type)) ||
-        type != VT_BSTR || FAILED(SafeArrayGetLBound(array, 1, &lower)) ||
-        FAILED(SafeArrayGetUBound(array, 1, &upper))) {
-        throw std::invalid_argument("no array of strings");
-    }
-    std::vector<XLXText> texts;
-    for (LONG i = lower; i <= upper; ++i) {
-        XLXComBSTR text;
-        if (SUCCEEDED(SafeArrayGetElement(array, &i, text.Put()))) { texts.emplace_back(text.View()); }
-    }
-    return texts;
-}
-
-LONG ModeOf(LONG includeAttributes) noexcept { return includeAttributes != 0 ? XTransferMode::Attributes : 0; }
+LONG ModeOf(LONG includeAttributes) noexcept { return includeAttributes != 0 ? LXTM_ATTRIBUTES : 0; }
 } // namespace
 
 /// The named types, or all of them when there is no list of names.
@@ -49,7 +33,7 @@ HRESULT XServerConfigFactory::GiveOneType(BSTR name, LONG withBases, LONG mode, 
 }
 
 HRESULT XServerConfigFactory::GiveNamedTypes(SAFEARRAY* names, LONG withBases, LONG mode, SAFEARRAY** out) {
-    const std::vector<XLXText> texts = TextsOf(names);
+    const std::vector<XLXText> texts = lx::TextsOf(names);
     return GiveTypes(&texts, withBases, mode, out);
 }
 

@@ -13,12 +13,6 @@ XLXSafeArray LXVariantArray(XLXVariantVector&& values) {
     return array;
 }
 
-bool LXEqualWithoutCase(XLXTextView left, XLXTextView right) noexcept {
-    const auto lower = [](OLECHAR c) { return c >= 'A' && c <= 'Z' ? static_cast<OLECHAR>(c + ('a' - 'A')) : c; };
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [lower](OLECHAR a, OLECHAR b) { return lower(a) == lower(b); });
-}
-
 HRESULT XServerGroup::GetChildGroupEnum(ILXGroupEnum** ppEnum) {
     return Call(
         "GetChildGroupEnum",
@@ -118,7 +112,7 @@ HRESULT XServerRelation::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) {
             const auto found = Core().Read([&](const XServerModel&) {
                 return LXCollect<XServerPCInfo, ILXPCInfo>(
                     SharedCore(), SharedElement()->infos, [&](const XModelPCInfo& info) {
-                        return LXEqualWithoutCase(info.Text(XProperty::PCInfoBrowser), wanted);
+                        return lx::EqualWithoutCase(info.Text(XProperty::PCInfoBrowser), wanted);
                     });
             });
             if (found.empty()) { return S_FALSE; }

@@ -99,7 +99,4 @@ public:
     STDMETHODIMP GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) override;
 };
 
-/// Whether two texts are equal but for the case of their ASCII letters, as browser ids are.
-bool LXEqualWithoutCase(XLXTextView left, XLXTextView right) noexcept;
-
 #endif

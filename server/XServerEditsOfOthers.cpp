@@ -8,13 +8,13 @@ using namespace LXEdits;
 XNotification XServerEdits::AddAttributeFormat(const XText& type, const XText& attribute, int formatType,
                                                XNotify notify) {
     return Change([&](XServerModel& m) { AttributeOf(m, type, attribute).AddFormat(formatType); },
-                  Objects(type, formatType, ModeAttributeFormats), notify);
+                  Objects(type, formatType, LXUM_ATTRIBUTEFORMATS), notify);
 }
 
 XNotification XServerEdits::RemoveAttributeFormat(const XText& type, const XText& attribute, int formatType,
                                                   XNotify notify) {
     return Change([&](XServerModel& m) { RemoveFormat(AttributeOf(m, type, attribute).formats, formatType); },
-                  Objects(type, formatType, ModeAttributeFormats), notify);
+                  Objects(type, formatType, LXUM_ATTRIBUTEFORMATS), notify);
 }
 
 XNotification XServerEdits::SetAttributeFormatProperty(const XText& type, const XText& attribute, int formatType,
@@ -23,33 +23,33 @@ XNotification XServerEdits::SetAttributeFormatProperty(const XText& type, const 
         [&](XServerModel& m) {
             SetBut(FormatOf(AttributeOf(m, type, attribute).formats, formatType), {XProperty::DataType}, index, value);
         },
-        Properties(type, formatType, ModeAttributeFormats), notify);
+        Properties(type, formatType, LXUM_ATTRIBUTEFORMATS), notify);
 }
 
 XNotification XServerEdits::AddGroupFormat(const XText& type, int number, XNotify notify) {
     return Change([&](XServerModel& m) { GroupOf(m, type, number).formats.try_emplace(0); },
-                  Objects(type, number, ModeGroupFormats), notify);
+                  Objects(type, number, LXUM_GROUPFORMATS), notify);
 }
 
 XNotification XServerEdits::RemoveGroupFormat(const XText& type, int number, XNotify notify) {
     return Change([&](XServerModel& m) { RemoveFormat(GroupOf(m, type, number).formats, 0); },
-                  Objects(type, number, ModeGroupFormats), notify);
+                  Objects(type, number, LXUM_GROUPFORMATS), notify);
 }
 
 XNotification XServerEdits::SetGroupFormatProperty(const XText& type, int number, int index, const XModelValue& value,
                                                    XNotify notify) {
     return Change([&](XServerModel& m) { SetBut(FormatOf(GroupOf(m, type, number).formats, 0), {}, index, value); },
-                  Properties(type, number, ModeGroupFormats), notify);
+                  Properties(type, number, LXUM_GROUPFORMATS), notify);
 }
 
 XNotification XServerEdits::AddGlobalSpecFormat(const XText& propertyId, int formatType, XNotify notify) {
     return Change([&](XServerModel& m) { SpecOf(m, propertyId).AddFormat(formatType); },
-                  Objects(propertyId, formatType, ModeGlobalSpecs), notify);
+                  Objects(propertyId, formatType, LXUM_GLOBALFORMATSPECS), notify);
 }
 
 XNotification XServerEdits::RemoveGlobalSpecFormat(const XText& propertyId, int formatType, XNotify notify) {
     return Change([&](XServerModel& m) { RemoveFormat(SpecOf(m, propertyId).formats, formatType); },
-                  Objects(propertyId, formatType, ModeGlobalSpecs), notify);
+                  Objects(propertyId, formatType, LXUM_GLOBALFORMATSPECS), notify);
 }
 
 XNotification XServerEdits::SetGlobalSpecFormatProperty(const XText& propertyId, int formatType, int index,
@@ -58,33 +58,33 @@ XNotification XServerEdits::SetGlobalSpecFormatProperty(const XText& propertyId,
         [&](XServerModel& m) {
             SetBut(FormatOf(SpecOf(m, propertyId).formats, formatType), {XProperty::DataType}, index, value);
         },
-        Properties(propertyId, formatType, ModeGlobalSpecs), notify);
+        Properties(propertyId, formatType, LXUM_GLOBALFORMATSPECS), notify);
 }
 
 XNotification XServerEdits::AddGlobalSpec(const XText& propertyId, XNotify notify) {
-    return Change([&](XServerModel& m) { m.AddGlobalSpec(propertyId); }, Objects(propertyId, 0, ModeGlobalSpecs),
+    return Change([&](XServerModel& m) { m.AddGlobalSpec(propertyId); }, Objects(propertyId, 0, LXUM_GLOBALFORMATSPECS),
                   notify);
 }
 
 XNotification XServerEdits::RemoveGlobalSpec(const XText& propertyId, XNotify notify) {
     return Change([&](XServerModel& m) { RemoveFrom(m.specs, SpecOf(m, propertyId)); },
-                  Objects(propertyId, 0, ModeGlobalSpecs), notify);
+                  Objects(propertyId, 0, LXUM_GLOBALFORMATSPECS), notify);
 }
 
 XNotification XServerEdits::SetGlobalSpecProperty(const XText& propertyId, int index, const XModelValue& value,
                                                   XNotify notify) {
     return Change([&](XServerModel& m) { SetBut(SpecOf(m, propertyId), {XProperty::AttributeName}, index, value); },
-                  Properties(propertyId, index, ModeGlobalSpecs), notify);
+                  Properties(propertyId, index, LXUM_GLOBALFORMATSPECS), notify);
 }
 
 XNotification XServerEdits::AddBrowserId(const XText& name, XNotify notify) {
-    return Change([&](XServerModel& m) { m.AddBrowserId(name); }, Objects(name, 0, ModeBrowserIds), notify);
+    return Change([&](XServerModel& m) { m.AddBrowserId(name); }, Objects(name, 0, LXUM_BROWSERIDS), notify);
 }
 
 XNotification XServerEdits::RemoveBrowserId(const XText& name, XNotify notify) {
     return Change(
         [&](XServerModel& m) { RemoveFrom(m.browserIds, *ElementOf(m.browserIds, XProperty::BrowserIdName, name)); },
-        Objects(name, 0, ModeBrowserIds), notify);
+        Objects(name, 0, LXUM_BROWSERIDS), notify);
 }
 
 XNotification XServerEdits::SetBrowserIdProperty(const XText& name, int index, const XModelValue& value,
@@ -93,7 +93,7 @@ XNotification XServerEdits::SetBrowserIdProperty(const XText& name, int index, c
         [&](XServerModel& m) {
             SetBut(*ElementOf(m.browserIds, XProperty::BrowserIdName, name), {XProperty::BrowserIdName}, index, value);
         },
-        Properties(name, index, ModeBrowserIds), notify);
+        Properties(name, index, LXUM_BROWSERIDS), notify);
 }
 
 XNotification XServerEdits::AddRelation(const XText& parent, const XText& child, const XText& childList,

@@ -15,8 +15,7 @@
 #include "XLXComBSTR.h"
 #include "XLXSafeArray.h"
 
-#include <new>
-#include <stdexcept>
+#include <lxserver/Object.h>
 
 /// The name of an interface in the names of calls.
 template <class I> inline constexpr std::string_view XInterfaceName{};
@@ -53,12 +52,6 @@ LX_INTERFACE_NAME(ILXBrowserIdEnum);
 LX_INTERFACE_NAME(ILXGlobalAttributeFormatSpecEnum);
 LX_INTERFACE_NAME(IEnumBaseDataObject);
 #undef LX_INTERFACE_NAME
-
-/// Out arguments are emptied before anything else happens.
-template <class T> void LXClearOut(T** out) noexcept { *out = nullptr; }
-inline void LXClearOut(VARIANT* out) noexcept { VariantInit(out); }
-inline void LXClearOut(LONG* out) noexcept { *out = 0; }
-inline void LXClearOut(ULONG* out) noexcept { *out = 0; }
 
 /// A private face by which the server finds the element behind an object that a client gives back.
 struct IXServerElement : IUnknown {
@@ -133,13 +126,13 @@ protected:
     /// A method of interface I: empties the out arguments, lets the monitor see the call, and does its work.
     template <class I, class F, class... Outs> HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept {
         const bool valid = ((outs != nullptr) && ... && true);
-        (void(outs != nullptr ? LXClearOut(outs) : void()), ...);
+        (void(outs != nullptr ? lx::ClearOut(outs) : void()), ...);
         const XInsideServer inside;
         try {
             std::string name(XInterfaceName<I>);
             name.append("::").append(method);
             const XCallMonitor::Entry entry = m_core->Monitor().Enter(name);
-            const HRESULT result = entry.result ? *entry.result : valid ? Work(body) : E_POINTER;
+            const HRESULT result = entry.result ? *entry.result : valid ? lx::Guarded(body) : E_POINTER;
             m_core->Monitor().Leave(name, entry.number);
             return result;
         } catch (...) {
@@ -165,14 +158,6 @@ protected:
     }
 
 private:
-    template <class F> static HRESULT Work(F&& body) noexcept {
-        try {
-            return body();
-        } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; } catch (const std::logic_error&) {
-            return E_INVALIDARG;
-        } catch (...) { return E_FAIL; }
-    }
-
     const XServerCorePtr m_core;
     std::atomic<ULONG> m_references{0};
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "XServerType.h"
 
+#include <lxserver/Model.h>
+
 #include "XBulkData.h"
 
 #include <limits>
@@ -209,11 +211,7 @@ HRESULT XServerType::ListAttributes(std::string_view method, ILXAttributeEnum** 
 
 bool LXShownIn(const XModelAttribute& attribute, LONG mask) {
     const auto is = [&attribute](int index) { return attribute.Value(index).AsBool(); };
-    const LONG places = (is(XProperty::ShowInEditor) ? 1 : 0) |
-                        (is(XProperty::ShowInFinder) && !is(XProperty::NotInFinder) ? 2 : 0) |
-                        (is(XProperty::ShowInBrowser) ? 4 : 0) | (is(XProperty::Printable) ? 8 : 0) |
-                        (attribute.Number(XProperty::Origin) == 0 ? 16 : 0) | (is(XProperty::InAvSet) ? 32 : 0);
-    return mask == 0 || (places & mask) != 0;
+    return mask == 0 || (lx::DisplaysOf(is, attribute.Number(XProperty::Origin)) & mask) != 0;
 }
 
 HRESULT XServerType::GetDisplayAttributeEnum(LONG lMask, ILXAttributeEnum** ppEnum) {
@@ -289,7 +287,7 @@ HRESULT XServerType::FindEditor(std::string_view method, BSTR browserId, int fla
                 const auto editors = SortedByText(SharedElement()->editors, XProperty::ProgId);
                 const auto found = std::find_if(editors.begin(), editors.end(), [&](const auto& editor) {
                     return editor->Value(flagIndex).AsBool() &&
-                           LXEqualWithoutCase(editor->Text(XProperty::EditorBrowserId), LXBstrView(browserId));
+                           lx::EqualWithoutCase(editor->Text(XProperty::EditorBrowserId), LXBstrView(browserId));
                 });
                 return GiveOne<XServerEditor>(found != editors.end() ? &*found : nullptr, out);
             });

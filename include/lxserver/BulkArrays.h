@@ -13,17 +13,9 @@
 #include <set>
 
 namespace lx {
-/// The bits of the data transfer mode: which components a bulk read brings.
-namespace TransferMode {
-constexpr LONG Attributes = 1;
-constexpr LONG Groups = 2;
-constexpr LONG Pages = 4;
-constexpr LONG Editors = 8;
-} // namespace TransferMode
-
 class BulkWriter {
 public:
-    /// @param mode  bits of TransferMode; below 1 none
+    /// @param mode  bits of LXTransferMode; below 1 none
     BulkWriter(const ServerPtr& server, const Model& model, LONG mode)
         : m_server(server), m_model(model), m_mode(mode > 0 ? mode : 0) {}
 
@@ -104,15 +96,15 @@ private:
     /// Three flags and the lists that there are, then the same for attributes. A kind that was asked for and of which
     /// there are none has an empty list, so that nobody asks again.
     void AppendComponents(FlatArray& to, const TypeRecord& type) {
-        const LONG kinds[] = {TransferMode::Pages, TransferMode::Groups, TransferMode::Editors};
+        const LONG kinds[] = {LXTM_PAGES, LXTM_GROUPS, LXTM_EDITORS};
         for (const LONG kind : kinds) {
             to.Count((m_mode & kind) != 0 ? 1 : 0);
         }
-        if ((m_mode & TransferMode::Pages) != 0) { AppendList<PageObject>(to, type, Kind::Page, type.pages); }
-        if ((m_mode & TransferMode::Groups) != 0) { AppendList<GroupObject>(to, type, Kind::Group, type.groups); }
-        if ((m_mode & TransferMode::Editors) != 0) { AppendList<EditorObject>(to, type, Kind::Editor, type.editors); }
-        to.Count((m_mode & TransferMode::Attributes) != 0 ? 1 : 0);
-        if ((m_mode & TransferMode::Attributes) != 0) {
+        if ((m_mode & LXTM_PAGES) != 0) { AppendList<PageObject>(to, type, Kind::Page, type.pages); }
+        if ((m_mode & LXTM_GROUPS) != 0) { AppendList<GroupObject>(to, type, Kind::Group, type.groups); }
+        if ((m_mode & LXTM_EDITORS) != 0) { AppendList<EditorObject>(to, type, Kind::Editor, type.editors); }
+        to.Count((m_mode & LXTM_ATTRIBUTES) != 0 ? 1 : 0);
+        if ((m_mode & LXTM_ATTRIBUTES) != 0) {
             FlatArray list;
             for (const auto& [name, attribute] : type.attributes) {
                 AppendAttribute(list, Key{Kind::Attribute, type.Name(), name, {}, {}}, attribute);

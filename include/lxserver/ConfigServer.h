@@ -50,34 +50,36 @@ private:
 /// The bits of the update mode that concern a kind of element.
 inline int ModeOf(Kind kind) noexcept {
     switch (kind) {
-    case Kind::Type: return 2;
-    case Kind::Page: return 32;
-    case Kind::Group: return 64;
-    case Kind::GroupFormat: return 4096;
-    case Kind::Editor: return 128;
-    case Kind::Attribute: return 512;
-    case Kind::AttributeType: return 1024;
-    case Kind::AttributeFormat: return 2048;
+    case Kind::Type: return LXUM_TYPES;
+    case Kind::Page: return LXUM_PAGES;
+    case Kind::Group: return LXUM_GROUPS;
+    case Kind::GroupFormat: return LXUM_GROUPFORMATS;
+    case Kind::Editor: return LXUM_EDITORS;
+    case Kind::Attribute: return LXUM_ATTRIBUTES;
+    case Kind::AttributeType: return LXUM_ATTRIBUTETYPES;
+    case Kind::AttributeFormat: return LXUM_ATTRIBUTEFORMATS;
     case Kind::Relation:
-    case Kind::PCInfo: return 4;
-    case Kind::BrowserId: return 8;
-    default: return 256; // global format specs and their formats
+    case Kind::PCInfo: return LXUM_PARENTCHILD;
+    case Kind::BrowserId: return LXUM_BROWSERIDS;
+    default: return LXUM_GLOBALFORMATSPECS; // global format specs and their formats
     }
 }
 
 /// The notification that an element was added or removed.
 inline Change SetChanged(const Key& key) {
-    const bool isRelation = ModeOf(key.kind) == 4;
+    const bool isRelation = ModeOf(key.kind) == LXUM_PARENTCHILD;
     return {isRelation ? "pc" : "objects", key.owner, isRelation ? 0 : key.number, ModeOf(key.kind)};
 }
 
 /// The notification that anything may have changed.
-inline Change EverythingChanged() { return {"objects", {}, 0, 1}; }
+inline Change EverythingChanged() { return {"objects", {}, 0, LXUM_EVERYTHING}; }
 
 /// The notifications that a value changed. A base type says which types there are below which, and the searchable flag
 /// of a type has a kind of its own.
 inline std::vector<Change> ValueChanged(const Key& key, int index) {
-    if (ModeOf(key.kind) == 4 || (key.kind == Kind::Type && index == BaseTypeName)) { return {SetChanged(key)}; }
+    if (ModeOf(key.kind) == LXUM_PARENTCHILD || (key.kind == Kind::Type && index == BaseTypeName)) {
+        return {SetChanged(key)};
+    }
     std::vector<Change> changes{{"properties", key.owner, key.number != 0 ? key.number : index, ModeOf(key.kind)}};
     if (key.kind == Kind::Type && index == Searchable) {
         changes.push_back({"searchable", key.owner, index, ModeOf(key.kind)});

@@ -200,7 +200,7 @@ public:
     }
 
 private:
-    static LONG AttributesOnly(LONG include) noexcept { return include != 0 ? TransferMode::Attributes : 0; }
+    static LONG AttributesOnly(LONG include) noexcept { return include != 0 ? LXTM_ATTRIBUTES : 0; }
 
     template <class F> HRESULT ListTypes(std::string_view method, ILXTypeEnum** out, F&& takes) {
         return Call(

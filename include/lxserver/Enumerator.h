@@ -15,13 +15,14 @@
 #include <vector>
 
 namespace lx {
-/// @tparam Base  lx::Object of the enumerator's interface, or what has its Call and Refuse
-/// @tparam IX    the interface of the objects
-template <class Base, class IEnumX, class IX> class EnumeratorOn final : public Base {
+/// @tparam Base   lx::Object of the enumerator's interface, or what has its Call and Refuse
+/// @tparam IX     the interface of the objects
+/// @tparam Owner  of one reference to an object
+template <class Base, class IEnumX, class IX, class Owner = Ref<IX>> class EnumeratorOn final : public Base {
 public:
     /// @param rest  what Base is made with
     template <class... Rest>
-    explicit EnumeratorOn(std::vector<Ref<IX>> items, Rest&&... rest)
+    explicit EnumeratorOn(std::vector<Owner> items, Rest&&... rest)
         : Base(std::forward<Rest>(rest)...), m_items(std::move(items)) {}
 
     HRESULT STDMETHODCALLTYPE RemNext(ULONG count, IX** objects, ULONG* fetched) override {
@@ -32,7 +33,7 @@ public:
                 const std::lock_guard lock(m_mutex);
                 *fetched = static_cast<ULONG>(std::min<std::size_t>(count, m_items.size() - m_next));
                 for (ULONG i = 0; i < *fetched; ++i) {
-                    objects[i] = Ref<IX>(m_items[m_next++]).Detach();
+                    objects[i] = Owner(m_items[m_next++]).Detach();
                 }
                 return *fetched == count ? S_OK : S_FALSE;
             },
@@ -60,14 +61,14 @@ public:
             [&] {
                 const std::lock_guard lock(m_mutex);
                 if (m_next == m_items.size()) { return S_FALSE; }
-                *object = Ref<IX>(m_items[m_next++]).Detach();
+                *object = Owner(m_items[m_next++]).Detach();
                 return S_OK;
             },
             object);
     }
 
 private:
-    const std::vector<Ref<IX>> m_items;
+    const std::vector<Owner> m_items;
     std::mutex m_mutex; // guards m_next
     std::size_t m_next = 0;
 };

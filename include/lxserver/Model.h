@@ -95,6 +95,16 @@ private:
     std::variant<std::monostate, bool, std::int32_t, double, Text> m_value;
 };
 
+/// The displays (LXDisplay) that an attribute is shown in.
+/// @param is      bool is(index), for the properties that say so
+/// @param origin  the number of its property Origin
+template <class Is> LONG DisplaysOf(Is&& is, std::int32_t origin) {
+    const auto bit = [](bool isSet, LXDisplay display) { return isSet ? LONG{display} : 0; };
+    return bit(is(ShowInEditor), LXD_EDITOR) | bit(is(ShowInFinder) && !is(NotInFinder), LXD_FINDER) |
+           bit(is(ShowInBrowser), LXD_BROWSER) | bit(is(Printable), LXD_PRINTABLE) |
+           bit(origin == 0, LXD_VENDORDEFINED) | bit(is(InAvSet), LXD_INAVSET);
+}
+
 /// What there is in a configuration.
 enum class Kind {
     Type,

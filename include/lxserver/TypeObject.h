@@ -11,14 +11,10 @@
 #include <lxserver/BulkArrays.h>
 
 namespace lx {
-/// Whether an attribute is shown in one of the places of a mask: 1 editor, 2 finder, 4 browser, 8 printable, 16
-/// vendor-defined, 32 AV set. No place at all means every attribute.
+/// Whether an attribute is shown in one of the displays (LXDisplay) of a mask. None at all means every attribute.
 inline bool IsShownIn(const AttributeRecord& attribute, LONG mask) {
     const auto is = [&attribute](int index) { return attribute[index].AsBool(); };
-    const LONG places = (is(ShowInEditor) ? 1 : 0) | (is(ShowInFinder) && !is(NotInFinder) ? 2 : 0) |
-                        (is(ShowInBrowser) ? 4 : 0) | (is(Printable) ? 8 : 0) |
-                        (attribute[Origin].AsNumber() == 0 ? 16 : 0) | (is(InAvSet) ? 32 : 0);
-    return mask == 0 || (places & mask) != 0;
+    return mask == 0 || (DisplaysOf(is, attribute[Origin].AsNumber()) & mask) != 0;
 }
 
 class TypeObject final : public TypeRefusals<ConfigObject<ILXType>> {

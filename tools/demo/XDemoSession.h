@@ -54,7 +54,7 @@ public:
 
 private:
     static constexpr LONG TypesInBulk = 0;
-    static constexpr LONG EverythingInBulk = 15; // attributes 1, groups 2, pages 4, editors 8
+    static constexpr LONG EverythingInBulk = LXTM_ATTRIBUTES | LXTM_GROUPS | LXTM_PAGES | LXTM_EDITORS;
 
     XMeasured StartAsClient(LONG transferMode, bool separateCallback);
 

@@ -12,7 +12,7 @@
 #include <filesystem>
 
 namespace {
-constexpr LONG EverythingInBulk = 15; // attributes 1, groups 2, pages 4, editors 8
+constexpr LONG EverythingInBulk = LXTM_ATTRIBUTES | LXTM_GROUPS | LXTM_PAGES | LXTM_EDITORS;
 
 std::filesystem::path ProgramFolder() {
     OLECHAR program[1024] = {};
