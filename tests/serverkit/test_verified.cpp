@@ -16,6 +16,7 @@ std::string Judged(ILXConfigFactory* factory, ILXDataUpdate* update, std::functi
     XServerToVerify server;
     server.factory = factory;
     server.update = update;
+    server.query = server.factory.As<ILX_Query>();
     server.edit = [edit = std::move(edit), edits = 0]() mutable { edit(++edits); };
     std::string judged;
     for (const XVerdict& verdict : LXVerifyServer(server, {60s, 20s, 300ms, 50, 4, 200000}).verdicts) {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "brokenserver.h"
 
+#include <lxserver/Object.h>
+#include <lxserver/Refusals.h>
+
 namespace {
 template <class T> HRESULT Told(const Faults::Answer& fault, std::string_view method, HRESULT result, T** out) {
     return fault ? fault(method, result, reinterpret_cast<void**>(out)) : result;
@@ -125,6 +128,29 @@ private:
     const XLXComPtr<ILXConfigFactoryEx> m_bulk;
 };
 
+class Query final : public lx::QueryRefusals<lx::Object<ILX_Query>> {
+public:
+    Query(XLXComPtr<ILX_Query> inner, FaultsPtr faults) : m_inner(std::move(inner)), m_faults(std::move(faults)) {}
+
+    HRESULT STDMETHODCALLTYPE SetSearchTable(BSTR table) override { return m_inner->SetSearchTable(table); }
+    HRESULT STDMETHODCALLTYPE SetSearchAttribute(BSTR attribute, LONG op, VARIANT value, LONG catenation) override {
+        return m_inner->SetSearchAttribute(attribute, op, value, catenation);
+    }
+    HRESULT STDMETHODCALLTYPE ResetSearch(LONG onlyWhere) override { return m_inner->ResetSearch(onlyWhere); }
+    HRESULT STDMETHODCALLTYPE GetSearchResult(IEnumBaseDataObject** out) override {
+        if (m_faults->searchOnce && ++m_searches > 1) {
+            *out = nullptr;
+            return S_FALSE;
+        }
+        return m_inner->GetSearchResult(out);
+    }
+
+private:
+    const XLXComPtr<ILX_Query> m_inner;
+    const FaultsPtr m_faults;
+    int m_searches = 0;
+};
+
 /// Stands between the sample server and a client.
 class Callback final : public HostileObject<ILXCallbackUpdate> {
 public:
@@ -189,6 +215,10 @@ private:
 
 XLXComPtr<ILXConfigFactory> BrokenFactory(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults) {
     return XLXComPtr<ILXConfigFactory>(new Factory(server, faults));
+}
+
+XLXComPtr<ILX_Query> BrokenQuery(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults) {
+    return XLXComPtr<ILX_Query>(new Query(server->Query(), faults));
 }
 
 XLXComPtr<ILXDataUpdate> BrokenUpdate(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults) {

@@ -22,6 +22,7 @@ struct Faults {
 
     /// Changes a notification; false keeps it from the client.
     std::function<bool(LONG client, XLXText& dataId, ULONG& id)> notification;
+    bool searchOnce = false;         ///< the second search finds nothing
     bool hideAnswers = false;        ///< of callbacks
     bool keepNoReference = false;    ///< to a callback
     bool releaseNoReference = false; ///< to a callback
@@ -32,6 +33,7 @@ struct Faults {
 using FaultsPtr = std::shared_ptr<Faults>;
 
 XLXComPtr<ILXConfigFactory> BrokenFactory(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults);
+XLXComPtr<ILX_Query> BrokenQuery(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults);
 XLXComPtr<ILXDataUpdate> BrokenUpdate(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults);
 
 /// The elements of an array.

@@ -20,6 +20,7 @@ XServerModel ContractModel() {
     model.AddRelation("Equipment", "Pump", "parts").AddPCInfo("Tree");
     model.AddRelation("Item", "Document", "documents");
     model.AddGlobalSpec("Format.1");
+    model.AddObject("set", "Document", "lumbrixtypeset").attributes = {{OLESTR("master"), 1}};
     model.FindType(OLESTR("Document"))->Share()->properties.Set(XProperty::Searchable, false);
     return model;
 }
@@ -36,6 +37,7 @@ struct World {
         XServerToVerify server;
         server.factory = BrokenFactory(sample, faults);
         server.update = withUpdate ? BrokenUpdate(sample, faults) : nullptr;
+        server.query = BrokenQuery(sample, faults);
         server.edit = [this] { edit(++edits); };
         server.live = [this] {
             const XServerObjectCount live = sample->LiveObjects();
@@ -307,6 +309,9 @@ const std::vector<Broken> AllBroken = {
     {XRule::AgreeLookups, Type("GetAttribute", Answer(S_FALSE))},
     {XRule::AgreeEnumerations, Type("GetPageEnum", Answer(S_FALSE))},
     {XRule::AgreeRelations, Factory("GetParentChildEnum", Answer(S_FALSE))},
+    {XRule::AgreeDisplays, Type("GetDisplayAttributeEnum", Answer(S_FALSE))},
+    {XRule::AgreeDefaults, Type("GetDefaultEditor", Answer(S_FALSE))},
+    {XRule::PlanTypes, Set(&Faults::searchOnce)},
     {XRule::EnumEnds, BrowserIds(Endless), {XRule::EnumSingle, XRule::FailureLeavesNull}},
     {XRule::EnumCounts, BrowserIds(CountWithoutElements), {XRule::EnumSingle}},
     {XRule::EnumSingle, BrowserIds(WithoutSingleNext), {XRule::FailureLeavesNull}},

@@ -15,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 
 /// An object and its values.
 struct XReadRecord {
@@ -77,6 +78,15 @@ struct XReadTypes {
     std::map<std::string, std::size_t> byName; ///< places in records
 
     const XReadType* Find(const std::string& name) const;
+    /// Visits the base types of a type, the nearest first; each once, also where they go round in a circle.
+    template <class F> void EachBase(const XReadType& type, F&& visit) const {
+        std::set<std::string> met{type.head.Key()};
+        for (const XReadType* base = Find(type.head.Text(XProperty::BaseTypeName));
+             base != nullptr && met.insert(base->head.Key()).second;
+             base = Find(base->head.Text(XProperty::BaseTypeName))) {
+            visit(*base);
+        }
+    }
 };
 
 /// A list of records or of values that an array carries.

@@ -44,8 +44,8 @@ void Run(XVerification& verification) {
     try {
         LXVerifyBulkReads(verification);
         if (verification.Bulk() == nullptr) { return; }
-        Balanced(verification, LXVerifyLookUps, LXVerifyTypes, LXVerifyParts, LXVerifyRelations, LXVerifyEnumerations,
-                 LXVerifyThreads);
+        Balanced(verification, LXVerifyLookUps, LXVerifyTypes, LXVerifyParts, LXVerifyRelations, LXVerifySelections,
+                 LXVerifyEnumerations, LXVerifyThreads);
         LXVerifyNotifications(verification);
         verification.Findings().Kept(XRule::InTime);
     } catch (const XGivenUp&) {

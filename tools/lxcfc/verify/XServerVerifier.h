@@ -19,6 +19,7 @@
 struct XServerToVerify {
     XLXComPtr<ILXConfigFactory> factory;
     XLXComPtr<ILXDataUpdate> update; ///< null when the server has none
+    XLXComPtr<ILX_Query> query;      ///< null when the server has none
     bool inProcess = true;
     /// Makes a change that can be seen in the server's answers, and another one each time. Empty when nobody can.
     std::function<void()> edit;

@@ -73,6 +73,16 @@ std::string XVerification::AskKey(ILXConfigObject& object, XElementKind kind, co
     return value ? LXKeyText(value->Get()) : "";
 }
 
+void XVerification::CompareProperties(ILXConfigObject& object, XElementKind kind, const std::string& who,
+                                      const XRow& row) {
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        const auto value = AskProperty(object, kind, who, static_cast<int>(i));
+        if (!value) { continue; }
+        m_findings.Check(*value == row[i], XRule::AgreeProperty, who + ": GetProperty(" + std::to_string(i) + ")",
+                         "GetProperties has " + row[i] + ", GetProperty " + *value);
+    }
+}
+
 std::optional<XRow> XVerification::AskProperties(ILXConfigObject& object, XElementKind kind, const std::string& who) {
     const std::string call = who + ": GetProperties()";
     SAFEARRAY* const array = AskArray(XWanted::Answer, std::string("GetProperties, ") + LXKindName(kind), call,

@@ -72,6 +72,8 @@ public:
     /// A property as a text, with its type.
     std::optional<std::string> AskProperty(ILXConfigObject& object, XElementKind kind, const std::string& who,
                                            int index);
+    /// Compares the values of GetProperties with GetProperty, one by one.
+    void CompareProperties(ILXConfigObject& object, XElementKind kind, const std::string& who, const XRow& row);
     /// All values of an object as texts; nothing when they cannot be had.
     std::optional<XRow> AskProperties(ILXConfigObject& object, XElementKind kind, const std::string& who);
 
@@ -176,6 +178,7 @@ void LXVerifyLookUps(XVerification& verification);
 void LXVerifyTypes(XVerification& verification);
 void LXVerifyParts(XVerification& verification);
 void LXVerifyRelations(XVerification& verification);
+void LXVerifySelections(XVerification& verification);
 void LXVerifyEnumerations(XVerification& verification);
 void LXVerifyThreads(XVerification& verification);
 void LXVerifyReferences(XVerification& verification);

@@ -251,6 +251,7 @@ private:
         XServerToVerify verified;
         verified.factory = server.ConfigFactory();
         verified.update = server.DataUpdate();
+        verified.query = server.Query();
         verified.inProcess = server.IsLocal();
         if (!m_editCommand.empty()) {
             verified.edit = [this] { RunEdit(m_editCommand); };

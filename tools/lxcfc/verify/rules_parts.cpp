@@ -66,7 +66,7 @@ private:
     const XReadRecord& NearestToRoot(const XReadRecord& own, XReadList XReadComponents::*which) const {
         const XReadRecord* nearest = &own;
         if (own.kind != XElementKind::Attribute) { return own; }
-        EachBase([&](const XReadType& base) {
+        m_verification.types->EachBase(m_type, [&](const XReadType& base) {
             const XReadRecord* const found = FindIn(base.components.*which, own.Key());
             nearest = found != nullptr ? found : nearest;
         });
@@ -78,16 +78,6 @@ private:
         const auto found =
             std::find_if(list->begin(), list->end(), [&](const XReadRecord& record) { return record.Key() == key; });
         return found != list->end() ? &*found : nullptr;
-    }
-
-    template <class F> void EachBase(F&& visit) const {
-        std::set<std::string> met{m_type.head.Key()};
-        const XReadTypes& types = *m_verification.types;
-        for (const XReadType* base = types.Find(m_type.head.Text(XProperty::BaseTypeName));
-             base != nullptr && met.insert(base->head.Key()).second;
-             base = types.Find(base->head.Text(XProperty::BaseTypeName))) {
-            visit(*base);
-        }
     }
 
     /// The object in a record, and those of an attribute's types.
@@ -106,13 +96,7 @@ private:
         if (!row) { return; }
         const std::string difference = LXDifference(LXRowOf(expected.values), "the array", *row, "the object");
         m_verification.Findings().Check(difference.empty(), XRule::AgreeLookups, found.call, difference);
-        for (std::size_t i = 0; oneByOne && i < row->size(); ++i) {
-            const auto value =
-                m_verification.AskProperty(*found.object, expected.kind, expected.path, static_cast<int>(i));
-            m_verification.Findings().Check(!value || *value == (*row)[i], XRule::AgreeProperty,
-                                            expected.path + ": GetProperty(" + std::to_string(i) + ")",
-                                            "GetProperties has " + (*row)[i] + ", GetProperty " + value.value_or(""));
-        }
+        if (oneByOne) { m_verification.CompareProperties(*found.object, expected.kind, expected.path, *row); }
     }
 
     /// All own parts must come; inherited ones may.
@@ -128,7 +112,7 @@ private:
         for (const XReadRecord& record : list) {
             if (came.erase(record.Key()) == 0) { difference = record.path + " is missing"; }
         }
-        EachBase([&](const XReadType& base) {
+        m_verification.types->EachBase(m_type, [&](const XReadType& base) {
             for (const XReadRecord& inherited : PartsOf(base.components.*which)) {
                 came.erase(inherited.Key());
             }
@@ -171,6 +155,20 @@ void VerifyAttributeTypes(XVerification& verification, ILXType& type, const XRea
                                   "the array has " + std::to_string(expected.size()) + ", the enumeration " +
                                       std::to_string(came.size()) + ", or other names");
 }
+
+/// A format has no counterpart in an array: asked for twice, and its values in both ways.
+template <class Ask> void VerifyFormat(XVerification& verification, const std::string& whose, Ask&& ask) {
+    const auto format = verification.Ask<ILXFormat>(XWanted::AnswerIfOffered, "GetFormat", whose, ask);
+    if (!format.Has()) { return; }
+    const auto row = verification.AskProperties(*format.object, XElementKind::Format, format.call);
+    if (row) { verification.CompareProperties(*format.object, XElementKind::Format, format.call, *row); }
+    const auto again = verification.Ask<ILXFormat>(XWanted::AnswerIfOffered, "GetFormat", whose, ask);
+    const auto other =
+        again.Has() ? verification.AskProperties(*again.object, XElementKind::Format, again.call) : std::nullopt;
+    verification.Findings().Check(!row || row == other, XRule::AgreeLookups, format.call,
+                                  "asked for again it is nothing, or has other values");
+}
+
 /// What has no counterpart in an array: formats, and groups that lie in no other group.
 void VerifyOthers(XVerification& verification, ILXType& type, const XReadType& record) {
     constexpr XWanted Wanted = XWanted::AnswerIfOffered;
@@ -187,8 +185,7 @@ void VerifyOthers(XVerification& verification, ILXType& type, const XReadType& r
         const auto found = verification.Ask<ILXGroup>(
             Wanted, "GetGroup", group.path, [&](ILXGroup** out) { return type.GetGroup(NumberOf(group), out); });
         if (!found.Has()) { continue; }
-        verification.Ask<ILXFormat>(Wanted, "GetFormat", group.path,
-                                    [&](ILXFormat** out) { return found.object->GetFormat(out); });
+        VerifyFormat(verification, group.path, [&](ILXFormat** out) { return found.object->GetFormat(out); });
     }
     for (const XReadRecord& attribute : PartsOf(record.components.attributes)) {
         const auto found =
@@ -196,8 +193,8 @@ void VerifyOthers(XVerification& verification, ILXType& type, const XReadType& r
                 return type.GetAttribute(LXBstr(attribute.Key()).Get(), out);
             });
         for (int format = 0; found.Has() && format < MostFormatTypes; ++format) {
-            verification.Ask<ILXFormat>(Wanted, "GetFormat", attribute.path + ", " + std::to_string(format),
-                                        [&](ILXFormat** out) { return found.object->GetFormat(format, out); });
+            VerifyFormat(verification, attribute.path + ", " + std::to_string(format),
+                         [&](ILXFormat** out) { return found.object->GetFormat(format, out); });
         }
     }
 }

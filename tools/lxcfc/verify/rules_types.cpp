@@ -72,10 +72,9 @@ void CompareRecords(XVerification& verification, XRule rule, const std::string& 
 /// A type and its bases.
 std::vector<std::string> ChainOf(const XReadTypes& types, const std::string& name) {
     std::vector<std::string> chain;
-    const XReadType* type = types.Find(name);
-    while (type != nullptr && std::find(chain.begin(), chain.end(), type->head.Key()) == chain.end()) {
-        chain.push_back(type->head.Key());
-        type = types.Find(type->head.Text(XProperty::BaseTypeName));
+    if (const XReadType* const type = types.Find(name)) {
+        chain.push_back(name);
+        types.EachBase(*type, [&](const XReadType& base) { chain.push_back(base.head.Key()); });
     }
     return chain;
 }
@@ -86,14 +85,7 @@ void VerifyValues(XVerification& verification, ILXType& type, const XReadType& e
     if (!row) { return; }
     const std::string difference = LXDifference(LXRowOf(expected.head.values), AllTypes, *row, "GetProperties");
     verification.Findings().Check(difference.empty(), XRule::AgreeType, who + ": GetProperties()", difference);
-    for (int index = 0; oneByOne && index < static_cast<int>(row->size()); ++index) {
-        const std::string& all = (*row)[static_cast<std::size_t>(index)];
-        if (const auto value = verification.AskProperty(type, XElementKind::Type, who, index)) {
-            verification.Findings().Check(*value == all, XRule::AgreeProperty,
-                                          who + ": GetProperty(" + std::to_string(index) + ")",
-                                          "GetProperties has " + all + ", GetProperty " + *value);
-        }
-    }
+    if (oneByOne) { verification.CompareProperties(type, XElementKind::Type, who, *row); }
 }
 
 void VerifyType(XVerification& verification, const XReadType& expected, bool oneByOne) {
