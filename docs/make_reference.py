@@ -4,7 +4,8 @@
 
 usage: make_reference.py [--check] DEFINITIONS.idl properties.json reference.md
 
-With --check it fails when the page is another, or a method of an interface that the component offers has no help string.
+With --check it fails if the page is out of date, or if a method of an interface that the component offers has no help
+string.
 """
 import json
 import pathlib
@@ -19,26 +20,27 @@ import make_surface  # noqa: E402
 
 HEAD = """# Reference
 
-Every interface of `LXConfigFactoryCache.idl`, with its methods in slot order. All methods answer an `HRESULT`, and are
-`STDMETHODCALLTYPE`. What holds for all of them:
+Every interface of `LXConfigFactoryCache.idl`, with its methods in slot order. All methods return an `HRESULT` and are
+`STDMETHODCALLTYPE`. The following applies to all of them:
 
-- A look-up that finds nothing answers `S_FALSE` with a null result; an enumeration of nothing does too.
-- Flags are `LONG`s: 0 is false, anything else true. Text is UTF-16, a `BSTR` that may be null for an empty one.
-- Out pointers are set to null before anything else. Who receives an interface pointer, a text or an array owns it.
-- "`E_NOTIMPL` in the cache" is what the component answers; the server's own object may do more.
-- A failure leaves a text: [troubleshooting.md](troubleshooting.md). Which calls may wait for the server:
-  [guide.md](guide.md). A configuration name (`bstrConfigName`) is ignored.
+- A look-up that finds nothing returns `S_FALSE` with a null result; so does an enumeration without elements.
+- Flags are `LONG`s: 0 is false, anything else is true. Text is UTF-16, in a `BSTR`; a null `BSTR` is an empty text.
+- Out pointers are set to null before anything else. The caller owns the interface pointers, texts and arrays that it
+  receives.
+- "`E_NOTIMPL` in the cache" applies to the component's objects; the server's own object may do more.
+- A failing call sets an error text: [troubleshooting.md](troubleshooting.md). [guide.md](guide.md) says which calls may
+  wait for the server. The configuration name (`bstrConfigName`) is ignored.
 
 This page is made of the definitions: `docs/make_reference.py` writes it, and a test fails when it is out of date.
 """
 
-# The headings of the definitions' parts come from here, by the first interface of each.
+# The heading of each part of the definitions, by its first interface.
 PARTS = {"ILXConfigFactoryCache": "The component", "ILXConfigObject": "Configuration objects",
          "ILXConfigFactory": "The config factory", "ILXTypeEnum": "Enumerators", "ILXCallback": "Callbacks",
          "ILX_BaseDataObject": "Services of the server", "ILXTypeCache": "Between the component's own objects"}
 ORDER = ["ILXConfigFactoryCache", "ILXConfigObject", "ILXConfigFactory", "ILXTypeEnum", "ILXCallback",
          "ILX_BaseDataObject", "ILXTypeCache"]
-# Interfaces that clients bring: the component calls only the methods that have a help string.
+# Interfaces that clients supply: the component calls only the methods that have a help string.
 FOREIGN = {"ILX_BaseDataObject", "ILX_Query", "ILXDataUpdate", "ILXTypeCache", "ILXTypeInheritance"}
 TYPES = {"long": "LONG", "unsigned long": "ULONG", "LX_BSTR_ARRAY": "SAFEARRAY*", "LX_VARIANT_ARRAY": "SAFEARRAY*",
          "LX_BSTR_ARRAY*": "SAFEARRAY**", "LX_VARIANT_ARRAY*": "SAFEARRAY**", "long*": "LONG*",
@@ -113,10 +115,10 @@ def properties(table):
     page = """
 ## Properties
 
-`GetProperty` and `SetProperty` take an index, `Get` and `Set` a name, exactly as it stands here. The constants are in
-`LXProperties.h` (in C++ `lx::Unit` besides `LXP_UNIT`). "Shown as" is the name in `lxcfc` and in model files. What the
-component reads means the same in front of every server; the others are what the shipped model and the sample server
-mean, and further indexes are as the server has them.
+`GetProperty` and `SetProperty` take an index, `Get` and `Set` a name exactly as written here. The constants are in
+`LXProperties.h` (in C++ also as `lx::Unit` for `LXP_UNIT`). "Shown as" is the name in `lxcfc` and in model files.
+Properties that the component reads ("Read") mean the same with every server. The others have the meaning that the
+shipped model and the sample server give them; other indexes depend on the server.
 """
     for kind in table["kinds"]:
         page += f"\n**{kind['kind']}** (`{kind['enumeration']}`)\n\n"
