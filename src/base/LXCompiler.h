@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The one place that knows which compiler this is.
+// All compiler-specific definitions are in this header.
 #ifndef LXCOMPILER_H
 #define LXCOMPILER_H
 
@@ -8,9 +8,8 @@
 #define LX_EXPORT __declspec(dllexport)
 #define LX_IMPORT __declspec(dllimport)
 #else
-// A thread-local variable at a fixed distance from the thread's pointer: no call finds it. A module that is loaded
-// late gets room for all its thread-local variables in the little that the loader keeps for that, so they must be
-// few.
+// Thread-local at a fixed offset from the thread pointer, so access needs no call. The loader reserves only a little
+// such storage for modules that it loads late, so these variables must stay few and small.
 #define LX_FAST_THREAD_LOCAL __attribute__((tls_model("initial-exec")))
 #define LX_EXPORT __attribute__((visibility("default")))
 #define LX_IMPORT LX_EXPORT

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// XLXComPtr<T> owns one reference to a COM object. A member is overwritten before its old object is released, since
-// Release may call back. Not for sharing between threads.
+// XLXComPtr<T> owns one reference to a COM object. Assignment stores the new pointer before it releases the old object,
+// because Release may call back. Not thread-safe.
 #ifndef XLXCOMPTR_H
 #define XLXCOMPTR_H
 
@@ -37,29 +37,29 @@ public:
         if (T* const old = std::exchange(m_object, nullptr); old != nullptr) { old->Release(); }
     }
 
-    /// Takes over a reference that the caller owns.
+    /// Takes ownership of a reference that the caller owns.
     void Attach(T* object) noexcept {
         Reset();
         m_object = object;
     }
 
-    /// Gives the reference to the caller.
+    /// Passes ownership of the reference to the caller.
     [[nodiscard]] T* Detach() noexcept { return std::exchange(m_object, nullptr); }
 
-    /// Empties the pointer and gives its address to a function that returns a reference.
+    /// Releases the object and returns the address for a function that returns a reference.
     T** Put() noexcept {
         Reset();
         return &m_object;
     }
     void** PutVoid() noexcept { return reinterpret_cast<void**>(Put()); }
 
-    /// Stores a further reference in a caller's variable, which need not hold one.
+    /// Adds a reference and stores it in the caller's variable. The variable's old value is ignored.
     void CopyTo(T** out) const noexcept {
         AddRef();
         *out = m_object;
     }
 
-    /// Asks the object for another interface; null when it has none.
+    /// Queries for another interface; null when the object does not have it.
     template <class U> XLXComPtr<U> As() const noexcept {
         XLXComPtr<U> other;
         if (m_object != nullptr) { (void)LXQuery(*m_object, other); }
@@ -74,7 +74,7 @@ private:
     T* m_object = nullptr;
 };
 
-/// Asks an object for an interface. A failing query leaves nothing to release, whatever it left in the pointer.
+/// QueryInterface into a smart pointer. When the query fails, the result is null, whatever the object stored in it.
 template <class T, class U> HRESULT LXQuery(U& object, XLXComPtr<T>& result) noexcept {
     const HRESULT answer = object.QueryInterface(LXIid<T>(), result.PutVoid());
     if (FAILED(answer)) { (void)result.Detach(); }
@@ -85,18 +85,18 @@ template <class T, class U> bool operator==(const XLXComPtr<T>& left, const XLXC
     return left.Get() == right.Get();
 }
 
-/// Empties a caller's variable, if there is one, before anything can fail.
+/// Sets the caller's out pointer, which may be null itself, to null. Call it before anything can fail.
 template <class T> void LXEmptyOut(T** out) noexcept {
     if (out != nullptr) { *out = nullptr; }
 }
 
-/// The answer of a method that is not offered: what it would have handed out is null.
+/// For methods that are not implemented: nulls the out pointers and returns E_NOTIMPL.
 template <class... T> HRESULT LXNotOffered(T**... outs) noexcept {
     (LXEmptyOut(outs), ...);
     return E_NOTIMPL;
 }
 
-/// A pointer that takes over the caller's reference.
+/// A smart pointer that takes ownership of the caller's reference.
 template <class T> XLXComPtr<T> LXAttach(T* object) noexcept {
     XLXComPtr<T> pointer;
     pointer.Attach(object);

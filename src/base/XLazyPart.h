@@ -5,12 +5,12 @@
 #include <atomic>
 #include <memory>
 
-/// A part of an object that most objects never use: made by whoever needs it first, and kept until the object goes.
+/// A member that most objects never use. The first thread that needs it creates it; it lives as long as the object.
 template <class T> class XLazyPart {
 public:
     ~XLazyPart() { delete m_part.load(std::memory_order_acquire); }
 
-    /// The part; made when there is none yet. Of two threads that make one, one keeps it.
+    /// Returns the part and creates it on first use. When two threads create one at the same time, one is kept.
     T& Make() {
         if (T* const part = Find(); part != nullptr) { return *part; }
         auto made = std::make_unique<T>();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What keeps the module loaded: every live object of it, and every lock on it. Both counts are of this module alone,
-// since each module that links this code has its own.
+// Counts what keeps the module loaded: live objects and locks. Each module that links this code has counts of its own.
 #ifndef XMODULECOUNT_H
 #define XMODULECOUNT_H
 
@@ -11,7 +10,7 @@ class XModuleCount {
 public:
     static long LiveObjects() noexcept { return s_liveObjects.load(std::memory_order_acquire); }
     static long Locks() noexcept { return s_locks.load(std::memory_order_acquire); }
-    /// The module may be unloaded.
+    /// Whether the module may be unloaded.
     static bool IsIdle() noexcept { return LiveObjects() == 0 && Locks() == 0; }
     static void Lock() noexcept { s_locks.fetch_add(1, std::memory_order_relaxed); }
     static void Unlock() noexcept { s_locks.fetch_sub(1, std::memory_order_release); }
@@ -22,7 +21,7 @@ private:
     static inline std::atomic<long> s_locks{0};
 };
 
-/// Base or member of every object whose code may not be unloaded under it.
+/// Base or member of every object that must keep the module loaded.
 class XLiveObject {
 public:
     XLiveObject() noexcept { XModuleCount::s_liveObjects.fetch_add(1, std::memory_order_relaxed); }

@@ -4,8 +4,8 @@
 
 #include "XModuleCount.h"
 
-/// A value of the module, for a static of a function. It goes when the module is unloaded. When the process ends
-/// under clients that still hold objects, it stays: those objects may use it after the statics are destroyed.
+/// Module-wide state, held in a function-local static. It is destroyed when the module is unloaded. When the process
+/// exits while clients still hold objects, it is leaked, because those objects may use it after static destruction.
 template <class T> class XModuleState {
 public:
     XModuleState() : m_value(new T) {}

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Finds what belongs to a name, or to several names together, faster than an ordered map does: no key is made of the
-// names, and a look-up reads two places of memory. It stands beside the ordered map that owns things.
+// A hash index over one name or a tuple of names. It is faster than the ordered map beside it, which owns the values: a
+// lookup builds no key and touches two places in memory.
 //
-// Two names are the same when they have the same characters over their whole lengths, as with XCFGStringKey.
+// Names are compared by all characters over their whole length, as in XCFGStringKey.
 //
-// Threading  None of its own: guarded like the map that it stands beside.
-// Errors     Set raises std::bad_alloc and then has changed nothing.
+// Threading  Not thread-safe; guarded by the lock of the map beside it.
+// Errors     Set raises std::bad_alloc; the index is then unchanged.
 #ifndef XNAMEINDEX_H
 #define XNAMEINDEX_H
 
@@ -19,20 +19,20 @@
 #include <new>
 #include <vector>
 
-/// @tparam T      a pointer, or something as small
-/// @tparam Count  the names that make a key
+/// @tparam T      a pointer or another small type
+/// @tparam Count  the number of names in a key
 template <class T, std::size_t Count = 1> class XNameIndex {
 public:
     using Names = std::array<XLXTextView, Count>;
 
-    /// What belongs to the names; null when nothing was set.
+    /// The value of these names, or null.
     const T* Find(const Names& names) const noexcept {
         if (m_slots.empty()) { return nullptr; }
         const Slot& slot = m_slots[Place(names, HashOf(names))];
         return slot.text != Free ? &slot.value : nullptr;
     }
 
-    /// Sets what belongs to the names, in the place of what did.
+    /// Sets the value of these names and replaces an existing one.
     void Set(const Names& names, T value) {
         if (m_used + 1 > m_slots.size() / 2) { Grow(); }
         const std::uint32_t hash = HashOf(names);
@@ -49,7 +49,7 @@ private:
     struct Slot {
         T value{};
         std::uint32_t hash = 0;
-        std::uint32_t text = Free; ///< where the names begin in m_texts
+        std::uint32_t text = Free; ///< offset of the names in m_texts
     };
     static constexpr std::uint32_t Free = std::numeric_limits<std::uint32_t>::max();
     static constexpr std::size_t FewestSlots = 16;
@@ -72,7 +72,7 @@ private:
                 mix(word);
             }
             word = 0;
-            if (left != 0) // an empty view may have no place
+            if (left != 0) // the data pointer of an empty view may be null
             {
                 std::memcpy(&word, at, left * sizeof *at);
             }
@@ -81,7 +81,7 @@ private:
         return static_cast<std::uint32_t>(hash);
     }
 
-    /// The slot of the names, or the free one that they would get.
+    /// The slot of these names, or the free slot where they would be inserted.
     std::size_t Place(const Names& names, std::uint32_t hash) const noexcept {
         const std::size_t mask = m_slots.size() - 1;
         std::size_t place = hash & mask;
@@ -96,7 +96,7 @@ private:
         for (const XLXTextView name : names) {
             std::uint32_t length = 0;
             std::memcpy(&length, text, sizeof length);
-            text += LengthUnits; // for an empty name at the end: one behind the texts
+            text += LengthUnits; // for an empty last name this is the end of m_texts
             if (length != name.size() ||
                 (length != 0 && std::memcmp(text, name.data(), length * sizeof(OLECHAR)) != 0)) {
                 return false;
@@ -106,7 +106,7 @@ private:
         return true;
     }
 
-    /// Appends the names to the texts.
+    /// Appends the names to m_texts.
     std::uint32_t Keep(const Names& names) {
         const std::size_t at = m_texts.size();
         std::size_t units = at;
@@ -140,9 +140,9 @@ private:
         m_slots.swap(slots);
     }
 
-    std::vector<Slot> m_slots; ///< a power of two of them, at most half of them used
+    std::vector<Slot> m_slots; ///< the size is a power of two; at most half of the slots are used
     std::size_t m_used = 0;
-    std::vector<OLECHAR> m_texts; ///< each name behind its length
+    std::vector<OLECHAR> m_texts; ///< each name is preceded by its length
 };
 
 #endif

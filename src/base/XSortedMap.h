@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
-/// A map that is made once and then read: its entries stand in one vector in key order, so that a copy is one
-/// allocation and walking it runs through memory in a row.
+/// A map that is built once and then only read. Its entries are one sorted vector, so a copy is a single allocation and
+/// iteration is sequential in memory.
 ///
-/// Entries are added in any order. Nothing is looked for until Settle has brought them into theirs; that takes no
-/// longer than sorting, however many are added.
+/// Add appends in any order; lookups are valid only after Settle. Settle takes no longer than one sort, however many
+/// entries were added.
 template <class Key, class T> class XSortedMap {
 public:
     using key_type = Key;
@@ -23,7 +23,7 @@ public:
     std::size_t size() const noexcept { return m_entries.size(); }
     bool empty() const noexcept { return m_entries.empty(); }
 
-    /// @tparam Like  the key, or what it compares with
+    /// @tparam Like  the key type, or a type that compares with it
     template <class Like> const_iterator find(const Like& key) const {
         const auto found = std::lower_bound(begin(), end(), key,
                                             [](const value_type& entry, const Like& k) { return entry.first < k; });
@@ -32,7 +32,7 @@ public:
 
     void Add(Key key, T value) { m_entries.emplace_back(std::move(key), std::move(value)); }
 
-    /// Settles what was added. Of several entries of one key the one that was added last stays.
+    /// Sorts the added entries in. Of entries with equal keys, the one added last stays.
     void Settle() {
         const auto added = std::is_sorted_until(m_entries.begin(), m_entries.end(), Less);
         std::stable_sort(added, m_entries.end(), Less);
@@ -43,7 +43,7 @@ public:
 private:
     static bool Less(const value_type& left, const value_type& right) { return left.first < right.first; }
 
-    // The merge is stable: of equal keys the last is the one that was added last.
+    // The merge is stable, so the last of equal keys is the one that was added last.
     void DropOlder() {
         auto to = m_entries.begin();
         for (auto from = m_entries.begin(); from != m_entries.end(); ++from) {

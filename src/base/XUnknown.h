@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// IUnknown, written once.
+// The one implementation of IUnknown.
 //
-// Ownership  The last Release of an XUnknown deletes it. Its count starts at 0.
-// Threading  Any thread may call.
-// Errors     A null out pointer is E_POINTER. The class says so with a place of its own:
+// Ownership  Reference counted, starting at 0; the last Release deletes the object.
+// Threading  Thread-safe.
+// Errors     A null out pointer is E_POINTER. The class reports it with its own error location:
 //            static HRESULT RefuseNullFace() noexcept
 #ifndef XUNKNOWN_H
 #define XUNKNOWN_H
@@ -14,10 +14,10 @@
 
 #include <type_traits>
 
-/// QueryInterface for objects that count their references in another way than XUnknown.
+/// QueryInterface for objects with a reference count of their own; XUnknown has the usual one.
 /// @tparam Derived  the class itself; it may replace FindFace
-/// @tparam Faces    the first one answers for IUnknown and its own id, each further one for its own. Classes that are
-///                  no interface may be among them: they are base classes, and nobody can ask for them
+/// @tparam Faces    the interfaces. The first answers for IUnknown and its own id, each further one for its own id.
+///                  Other base classes are allowed in the list; they are never returned
 template <class Derived, class... Faces> class XFaces : public Faces... {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override {
@@ -33,7 +33,7 @@ protected:
     XFaces() noexcept = default;
     ~XFaces() = default;
 
-    /// The face with that id; null when there is none.
+    /// The interface with this id, or null.
     void* FindFace(REFIID iid) noexcept {
         void* found = nullptr;
         const bool isUnknown = IsEqualIID(iid, IID_IUnknown);
@@ -50,7 +50,7 @@ private:
     }
 };
 
-/// An object of the module that lives as long as somebody holds a reference to it.
+/// A reference-counted object that keeps the module loaded.
 template <class Derived, class... Faces> class XUnknown : public XFaces<Derived, Faces...> {
 public:
     XUnknown(const XUnknown&) = delete;
@@ -62,7 +62,7 @@ public:
         if (left == 0) { delete static_cast<Derived*>(this); }
         return left;
     }
-    /// Adds a reference unless the last one is gone already.
+    /// Adds a reference unless the count has reached 0.
     bool TryAddReference() noexcept {
         ULONG count = m_references.load(std::memory_order_relaxed);
         while (count != 0 && !m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) {}

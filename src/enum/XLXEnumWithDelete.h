@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// Snapshot enumerators: every collection that the component hands out is one of these.
+// Snapshot enumerators. Every collection that the component returns is one.
 //
-// Ownership  The enumerator owns its vector, and the vector a reference to each element. Who receives an element gets
-//            a reference of its own, so it may outlive the enumerator.
-// Threading  Any thread may call at any time: the vector never changes, and the cursor is one atomic, so two threads
-//            that share an enumerator get different elements.
-// Errors     Null out pointers are refused with E_POINTER, but for the array of no elements. LXHandOutEnumerator may
-//            raise std::bad_alloc.
+// Ownership  The enumerator owns a vector with one reference to each element. Callers get references of their own, so
+//            elements may outlive the enumerator.
+// Threading  Thread-safe: the vector is immutable and the cursor is one atomic. Threads that share an enumerator get
+//            different elements.
+// Errors     Null out pointers are refused with E_POINTER, except for the array when no elements are requested.
+//            LXHandOutEnumerator may raise std::bad_alloc.
 #ifndef XLXENUMWITHDELETE_H
 #define XLXENUMWITHDELETE_H
 
@@ -20,13 +20,13 @@
 #include <utility>
 #include <vector>
 
-/// It counts as a live object, so that the module stays while somebody holds it, but it does not lock the module.
+/// Counts as a live object, so it keeps the module loaded, but it does not lock the module.
 template <class IEnumX, class IX>
 class XLXEnumWithDelete final : public XUnknown<XLXEnumWithDelete<IEnumX, IX>, IEnumX, ISupportErrorInfo> {
 public:
     using Items = std::vector<XLXComPtr<IX>>;
 
-    /// Takes the snapshot over.
+    /// Takes ownership of the snapshot.
     explicit XLXEnumWithDelete(Items items) noexcept : m_items(std::move(items)) {}
 
     static HRESULT RefuseNullFace() noexcept {
@@ -74,7 +74,7 @@ public:
 
 private:
     struct Range {
-        size_t begin; // m_items.size(): nothing was left
+        size_t begin; // m_items.size() when no elements are left
         size_t end;
     };
 
@@ -82,7 +82,7 @@ private:
         return LXHere("XLXEnumWithDelete", "XLXEnumWithDelete", method, line);
     }
 
-    /// Moves the cursor by up to that many places, and gives those places to the caller alone.
+    /// Advances the cursor by at most count. The returned range belongs to the caller alone.
     Range Advance(size_t count) noexcept {
         const size_t size = m_items.size();
         size_t begin = m_cursor.load(std::memory_order_relaxed);
@@ -94,11 +94,10 @@ private:
     }
 
     const Items m_items;
-    std::atomic<size_t> m_cursor{0}; // never beyond the number of items
+    std::atomic<size_t> m_cursor{0}; // never greater than the number of items
 };
 
-/// What every method that returns an enumerator ends with: S_FALSE and null when nothing was collected, else an
-/// enumerator over the items.
+/// The end of every method that returns an enumerator: S_FALSE and null for no items, else an enumerator over them.
 template <class IEnumX, class IX> HRESULT LXHandOutEnumerator(std::vector<XLXComPtr<IX>>&& items, IEnumX** out) {
     *out = nullptr;
     if (items.empty()) { return S_FALSE; }

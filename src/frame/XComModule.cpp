@@ -10,7 +10,7 @@ IClassFactory* XComModule::Factory() {
     if (current == nullptr) {
         IClassFactory* const fresh = m_createFactory();
         if (m_factory.compare_exchange_strong(current, fresh, std::memory_order_acq_rel)) { return fresh; }
-        fresh->Release(); // another thread was first
+        fresh->Release(); // another thread created one first
     }
     return current;
 }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// The module object: the class that the module can create, and how it is registered.
+// The module object: the class factory and the registration.
 //
-// Ownership  It keeps one class factory from the first request until Term.
-// Threading  GetClassObject may be called from any thread. Term runs when nobody else is inside; it calls nothing
-//            outside the module and takes no lock.
-// Errors     GetClassObject and the registration may raise; the exports are the boundary.
+// Ownership  Keeps one class factory from the first request until Term.
+// Threading  GetClassObject is thread-safe. Term runs when no other thread is in the module. It calls nothing outside
+//            the module and takes no lock.
+// Errors     GetClassObject and the registration may raise; the exports are the exception boundary.
 #ifndef XCOMMODULE_H
 #define XCOMMODULE_H
 
@@ -17,15 +17,15 @@ class XComModule {
 public:
     constexpr XComModule(const CLSID& clsid, IClassFactory* (*createFactory)()) noexcept
         : m_clsid(clsid), m_createFactory(createFactory) {}
-    /// Lets go of the class factory, when the module is unloaded.
+    /// Releases the class factory when the module is unloaded.
     void Term() noexcept;
 
     HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out);
 
-    /// Writes the keys of the registration script and registers the type library. A failure is undone as far as
-    /// possible, and its code is the answer.
+    /// Writes the keys of the registration script and registers the type library. On a failure it undoes what it can
+    /// and returns the failure's code.
     static HRESULT RegisterServer();
-    /// Removes both. A failure does not stop the rest; the first code is the answer.
+    /// Removes both. Continues after a failure and returns the first code.
     static HRESULT UnregisterServer();
 
 private:
@@ -36,7 +36,7 @@ private:
     std::atomic<IClassFactory*> m_factory{nullptr};
 };
 
-/// The module itself. It has no destructor, so it exists before and after everything else in the module.
+/// The module object. It has no destructor, so it is usable before and after all other statics of the module.
 extern XComModule theModule;
 
 #endif

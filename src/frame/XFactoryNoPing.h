@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// The class factory that the module hands out and keeps.
+// The class factory that the module returns and keeps.
 //
-// Ownership  The module holds the first reference until it is unloaded. While anybody else holds one the factory
-//            locks the module; the module's own reference neither locks it nor counts as a live object.
-// Threading  Any thread may call at any time.
+// Ownership  The module holds the first reference until it is unloaded. While anybody else holds one, the factory locks
+//            the module. The module's own reference neither locks it nor counts as a live object.
+// Threading  Thread-safe.
 #ifndef XFACTORYNOPING_H
 #define XFACTORYNOPING_H
 
@@ -15,10 +15,10 @@
 #include <atomic>
 
 namespace LXComClassFactory {
-/// Creates objects of T: default constructible, and counted from 0.
+/// Creates objects of T, which is default constructible and whose reference count starts at 0.
 template <class T> class XFactoryNoPing final : public XFaces<XFactoryNoPing<T>, IClassFactory> {
 public:
-    /// A new factory with the module's reference.
+    /// A new factory with one reference, the module's.
     static IClassFactory* Create() { return new XFactoryNoPing; }
 
     static HRESULT RefuseNullFace() noexcept {
@@ -45,7 +45,7 @@ public:
         return XLXError::Guarded(At("CreateInstance"), [&]() -> HRESULT {
             LXCheckOut(out, OLESTR("ppvObject"), At("CreateInstance"));
             if (outer != nullptr) { return CLASS_E_NOAGGREGATION; }
-            const XLXComPtr<T> object(new T); // a failure below releases, and so destroys, the object
+            const XLXComPtr<T> object(new T); // destroyed here when QueryInterface fails
             return object->QueryInterface(iid, out);
         });
     }

@@ -21,7 +21,7 @@ XLXText LXModulePath() {
           OLESTR("the module has no handle"), "Handle");
     XLXText path(LongestPath, 0);
     const DWORD length = GetModuleFileNameW(module, path.data(), LongestPath);
-    Check(length != 0 && length < LongestPath, OLESTR("the module has no path"), "Path"); // a longer one is cut off
+    Check(length != 0 && length < LongestPath, OLESTR("the module has no path"), "Path"); // longer paths are truncated
     path.resize(length);
     return path;
 }

@@ -4,18 +4,18 @@
 #include <iterator>
 
 namespace {
-/// What becomes of a key when the script is undone.
+/// What Unregister does with a key.
 enum class ERemoval {
-    WhenEmpty, ///< it goes when no key stands below it
+    WhenEmpty, ///< removed when it has no subkeys
     Never,
-    Whole ///< it goes with all that is below it, and is replaced so when the script is run
+    Whole ///< removed with all its subkeys; Register replaces it the same way
 };
 
-/// A key, or a further value of the key before it.
+/// A key, or another value of the preceding key.
 struct Entry {
     const OLECHAR* key;
-    const OLECHAR* name; ///< of the value; empty for the default value
-    const OLECHAR* text; ///< null: there is no value
+    const OLECHAR* name; ///< value name; empty for the default value
+    const OLECHAR* text; ///< value text; null: no value
     ERemoval removal;
 };
 
@@ -51,12 +51,12 @@ LSTATUS Create(HKEY root, const Entry& entry, const XLXText& modulePath) {
 }
 
 bool HasSubkeys(HKEY key) {
-    OLECHAR name[2]; // a longer name answers that more room is needed
+    OLECHAR name[2]; // one character of room: longer names fail with another code than ERROR_NO_MORE_ITEMS
     DWORD length = static_cast<DWORD>(std::size(name));
     return RegEnumKeyExW(key, 0, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_NO_MORE_ITEMS;
 }
 
-/// @param keep  keep(status) notes the status of a step
+/// @param keep  called with the status of each step
 template <class Keep> void Remove(HKEY root, const Entry& entry, Keep&& keep) {
     if (entry.removal == ERemoval::Whole) { return keep(RegDeleteTreeW(root, entry.key)); }
     bool isUsed = entry.removal == ERemoval::Never;
@@ -81,7 +81,7 @@ HRESULT XRegistryScript::Register(HKEY root, const XLXText& modulePath) {
 
 HRESULT XRegistryScript::Unregister(HKEY root) {
     LSTATUS first = ERROR_SUCCESS;
-    for (auto entry = std::rbegin(Entries); entry != std::rend(Entries); ++entry) { // what is below a key comes first
+    for (auto entry = std::rbegin(Entries); entry != std::rend(Entries); ++entry) { // subkeys before their parents
         Remove(root, *entry, [&](LSTATUS status) { first = first == ERROR_SUCCESS ? Missing(status) : first; });
     }
     return HRESULT_FROM_WIN32(static_cast<DWORD>(first));

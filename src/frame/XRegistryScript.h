@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// What the registration script (lxconfigfactorycache.rgs) says, written to the registry and removed from it. The build
-// makes a table of the script's keys and values.
+// Applies the registration script (lxconfigfactorycache.rgs) to the registry, or removes it. The build turns the script
+// into a table of keys and values.
 //
-// Errors     Both functions answer the registry's own failure codes.
+// Errors     Both functions return the registry's failure codes.
 #ifndef XREGISTRYSCRIPT_H
 #define XREGISTRYSCRIPT_H
 
@@ -11,11 +11,11 @@
 
 namespace XRegistryScript {
 /// Creates the keys and values below the root. Stops at the first failure.
-/// @param modulePath  takes the place of %MODULE%
+/// @param modulePath  replaces %MODULE%
 HRESULT Register(HKEY root, const XLXText& modulePath);
 
-/// Removes what Register creates. Keys of others below the script's keys stay, with what they stand on. A failure
-/// does not stop the rest; the first one is answered.
+/// Removes what Register creates. Subkeys that others added stay, with the keys above them. Continues after a failure
+/// and returns the first one.
 HRESULT Unregister(HKEY root);
 } // namespace XRegistryScript
 

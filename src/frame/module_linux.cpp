@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// How the module is unloaded. There is no type library service here, and nobody to ask for one: clients use the header.
+// Unloading the module. This platform has no type library service and no client that needs one: clients use the header.
 #include "XComModule.h"
 #include "XModuleFile.h"
 

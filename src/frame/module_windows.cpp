@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// How the module is unloaded, and how its type library, which is a resource, is registered.
+// Unloading the module, and registering its type library, which is a resource.
 #include "XComModule.h"
 #include "XLXComPtr.h"
 #include "XModuleFile.h"
@@ -14,7 +14,7 @@ constexpr LCID Locale = 1033;
 } // namespace
 
 HRESULT LXRegisterTypeLibrary(const XLXText& modulePath) {
-    XLXText path = modulePath; // it is not written to, but not declared so either
+    XLXText path = modulePath; // RegisterTypeLib takes a non-const path but does not write to it
     XLXComPtr<ITypeLib> library;
     const HRESULT result = LoadTypeLibEx(path.c_str(), REGKIND_NONE, library.Put());
     return SUCCEEDED(result) ? RegisterTypeLib(library.Get(), path.data(), nullptr) : result;
@@ -29,7 +29,7 @@ HRESULT LXUnregisterTypeLibrary() {
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
     if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) {
-        theModule.Term(); // when the process ends its threads are gone, and so may be the heap's locks
+        theModule.Term(); // not at process exit: the threads are gone and may have left the heap locked
     }
     return TRUE;
 }
