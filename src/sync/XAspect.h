@@ -5,38 +5,37 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What a change notification can make stale. The rule which notification concerns which aspect is the table in
-/// XNotificationRule.h.
+/// What a change notification can make stale. The table in XNotificationRule.h says which notification concerns which
+/// aspect.
 enum class XAspect : unsigned char {
-    TypeMap,             ///< which types there are, with their bases
+    TypeMap,             ///< the set of types, and their bases
     TypeValues,          ///< the values of types
-    TypeAttributes,      ///< which attributes a type has
-    TypePages,           ///< which pages a type has
-    TypeGroups,          ///< which groups a type has
-    TypeEditors,         ///< which editors a type has
-    AttributeValues,     ///< the values of attributes, and what follows from them
-    AttributeTypes,      ///< which attribute types an attribute has
+    TypeAttributes,      ///< the set of a type's attributes
+    TypePages,           ///< the set of a type's pages
+    TypeGroups,          ///< the set of a type's groups
+    TypeEditors,         ///< the set of a type's editors
+    AttributeValues,     ///< the values of attributes, and what is derived from them
+    AttributeTypes,      ///< the set of an attribute's types
     AttributeTypeValues, ///< the values of attribute types
-    AttributeFormats,    ///< which formats an attribute has
-    GroupFormats,        ///< whether a group has a format
-    SpecFormats,         ///< which formats a global format spec has
+    AttributeFormats,    ///< the set of an attribute's formats
+    GroupFormats,        ///< the format of a group
+    SpecFormats,         ///< the set of a global format spec's formats
     FormatValues,        ///< the values of formats
     PageValues,          ///< the values of pages
     GroupValues,         ///< the values of groups
     EditorValues,        ///< the values of editors
     BrowserIdValues,     ///< the values of browser ids
-    Specs,               ///< which global format specs there are
+    Specs,               ///< the set of global format specs
     SpecValues,          ///< the values of global format specs
-    Relations,           ///< which relations there are
+    Relations,           ///< the set of relations
     RelationValues,      ///< the values of relations
-    PCInfos,             ///< which PC infos a relation has
+    PCInfos,             ///< the set of a relation's PC infos
     PCInfoValues,        ///< the values of PC infos
     PlanTypes            ///< the plan types
 };
 
 constexpr std::size_t LXAspectCount = static_cast<std::size_t>(XAspect::PlanTypes) + 1;
 
-/// A set of aspects.
 class XAspectSet {
 public:
     constexpr XAspectSet() noexcept = default;
@@ -52,7 +51,7 @@ public:
     constexpr bool Has(XAspect aspect) const noexcept { return (m_bits & BitOf(aspect)) != 0; }
     constexpr void Add(XAspect aspect) noexcept { m_bits |= BitOf(aspect); }
 
-    /// Calls visit(aspect) for each aspect of the set, in order.
+    /// Calls visit(aspect) for each aspect of the set, in enum order.
     template <class Visit> constexpr void ForEach(Visit&& visit) const {
         for (std::size_t i = 0; i < LXAspectCount; ++i) {
             if (const auto aspect = static_cast<XAspect>(i); Has(aspect)) { visit(aspect); }

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 //
-// How the component knows that what it holds is still what the server has.
+// Tells whether cached data is current.
 //
-// A connection has one clock: a number for each aspect, which every notification that concerns the aspect advances.
-// Whoever is going to ask the server notes a stamp before asking, and publishes the answer together with that stamp.
-// What is held is fresh while its stamp is what would be noted now; so an answer that a notification overtook is
-// never taken for fresh, however late it arrives, and a notification touches nothing that is cached.
+// A connection has one clock with a number for each aspect. Every notification that concerns the aspect advances the
+// number. Before asking the server, the caller takes a stamp; the answer is published together with that stamp. Cached
+// data is fresh while its stamp equals the stamp that would be taken now. So an answer that a notification overtook is
+// never fresh, however late it arrives, and a notification touches no cached data.
 //
-// Ownership  The clock is counted; everything made in a connection holds one reference. It refers to nothing.
-// Threading  Any thread may call anything. Notifications write, everybody else reads.
+// Ownership  Reference counted; everything created in a connection holds one reference. The clock refers to nothing.
+// Threading  Thread-safe. Notifications write, everybody else reads.
 #ifndef XCLOCK_H
 #define XCLOCK_H
 
@@ -18,28 +18,27 @@
 
 #include <array>
 
-/// What is noted before the server is asked: the clock's number of an aspect, and the own count of the holder, which
+/// Taken before the server is asked: the clock's number of the aspect, and the holder's own count. The own count
 /// advances when something other than a notification to the manager makes the holder stale.
 struct XStamp {
-    std::uint64_t clock = 0; ///< 0: no stamp, which is never fresh
+    std::uint64_t clock = 0; ///< 0: no stamp; never fresh
     std::uint64_t own = 0;
 
     bool IsNone() const noexcept { return clock == 0; }
     bool operator==(const XStamp&) const noexcept = default;
     /// Whether an answer with this stamp must not replace one with that stamp.
     bool IsOlderThan(const XStamp& that) const noexcept { return clock < that.clock || own < that.own; }
-    /// One number for both words. Both only grow, so a stamp is what would be noted now exactly when the sums are
-    /// equal.
+    /// Both words in one number. Both only grow, so a stamp is current exactly when its sum equals the current stamp's.
     std::uint64_t Sum() const noexcept { return clock + own; }
 };
 
-/// A copy of the whole clock, taken before a bulk read: whatever is made or refreshed from the answer takes its stamp
-/// from here, however much later that happens.
+/// A copy of the whole clock, taken before a bulk read. Everything that is created or refreshed from the answer takes
+/// its stamp from this copy, however much later that happens.
 struct XMoment {
     std::array<std::uint64_t, LXAspectCount> numbers{};
     std::uint64_t direct = 0; ///< the last direct notification to any object of the connection
 
-    /// Of what nothing on the server can make stale: it has no clock.
+    /// For objects without a clock, which nothing on the server can make stale.
     static XMoment Timeless() noexcept {
         XMoment moment;
         moment.numbers.fill(1);
@@ -55,7 +54,7 @@ public:
         return m_numbers[static_cast<std::size_t>(aspect)].value.load(std::memory_order_acquire);
     }
 
-    /// Makes everything of these aspects stale. Waits for nobody and needs no memory.
+    /// Makes these aspects stale. Takes no lock and allocates nothing.
     void Advance(const XAspectSet& aspects) noexcept {
         aspects.ForEach([this](XAspect aspect) { m_numbers[static_cast<std::size_t>(aspect)].value.fetch_add(1); });
     }
@@ -69,7 +68,7 @@ public:
         return moment;
     }
 
-    /// The number of the next notification that comes straight to a cached object.
+    /// Draws the number of a notification that comes directly to a cached object.
     std::uint64_t DrawDirect() noexcept { return m_direct.value.fetch_add(1) + 1; }
 
     void AddRef() const noexcept { m_references.value.fetch_add(1, std::memory_order_relaxed); }
@@ -78,7 +77,7 @@ public:
     }
 
 private:
-    // On a cache line of its own, so that a flood of one does not slow the readers of another.
+    // On a cache line of its own: a burst of notifications of one aspect must not slow readers of another.
     struct alignas(64) Number {
         explicit Number(std::uint64_t first = 1) noexcept : value(first) {}
         typename Policy::template Atomic<std::uint64_t> value;
@@ -92,12 +91,12 @@ private:
 using XClock = XBasicClock<>;
 using XClockPtr = XLXComPtr<XClock>;
 
-/// The own count of a holder: advanced when a notification comes straight to the holder, when what it owns is
-/// emptied, and when its server object is replaced.
+/// A holder's own count. It advances when a notification comes directly to the holder, when what the holder owns is
+/// cleared, and when its server object is replaced.
 template <class Policy = XSystemSync> class XBasicOwnCount {
 public:
     std::uint64_t Now() const noexcept { return m_count.load(std::memory_order_acquire); }
-    /// Returns the count as of this advance.
+    /// Returns the new count.
     std::uint64_t Advance() noexcept { return m_count.fetch_add(1) + 1; }
 
 private:
@@ -105,9 +104,9 @@ private:
 };
 using XOwnCount = XBasicOwnCount<>;
 
-/// The number of the last notification that came straight to an object. It is stored before the object's own counts
-/// are advanced; whoever takes a stamp from a bulk answer reads the own count first and this number after. So of a
-/// notification that overtook the answer one of the two is always seen.
+/// The number of the last direct notification to an object. The notification stores it before it advances the object's
+/// own counts. Who takes a stamp from a bulk answer reads the own count first and this number after. So a notification
+/// that overtook the answer shows in at least one of the two.
 template <class Policy = XSystemSync> class XBasicDirectNumber {
 public:
     std::uint64_t Now() const noexcept { return m_number.load(std::memory_order_acquire); }
@@ -124,11 +123,11 @@ private:
 };
 using XDirectNumber = XBasicDirectNumber<>;
 
-/// The stamp of what a bulk answer brought for a holder; none when the object was notified after the answer was asked
-/// for.
+/// The stamp of what a bulk answer brought for a holder. None when a direct notification came after the answer was
+/// requested.
 template <class Own, class Direct>
 XStamp LXStampFrom(const XMoment& moment, XAspect aspect, const Own& own, const Direct& direct) noexcept {
-    const std::uint64_t noted = own.Now(); // before the direct number is read
+    const std::uint64_t noted = own.Now(); // must be read before the direct number
     return direct.IsNewerThan(moment) ? XStamp{} : XStamp{moment.At(aspect), noted};
 }
 

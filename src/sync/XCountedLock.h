@@ -12,10 +12,10 @@
 #include <map>
 #include <mutex>
 
-/// The process-wide lock switch. It is on at load and turned off for good by server-mode initialisation: the host
-/// then serialises all its calls to the component, in the whole process, and the counted locks make no lock calls. A
-/// lock that is held or waited for at that moment is given back as it was taken, by its own record. Fill mutexes and
-/// leaf mutexes do not look at the switch.
+/// The process-wide lock switch. It is on when the module is loaded. Server-mode initialisation turns it off for good:
+/// the host then serialises all calls to the component in the process, and the counted locks make no lock calls. A lock
+/// that is held or waited for at that moment is released as it was acquired, according to its thread's entry. Fill
+/// mutexes and leaf mutexes ignore the switch.
 class XLockSwitch {
 public:
     static bool IsOn() noexcept { return s_on.load(std::memory_order_acquire); }
@@ -28,17 +28,17 @@ private:
 
 /// One thread's references to a lock.
 struct ThreadLockEntry {
-    std::atomic<DWORD> thread{0};   ///< 0: free. All other fields belong to this thread alone.
+    std::atomic<DWORD> thread{0};   ///< 0: free. Only this thread accesses the other fields.
     std::int32_t count : 30 = 0;    ///< read and write references together
     std::uint32_t isRead : 1 = 0;   ///< the first reference was a read reference
-    std::uint32_t isLocked : 1 = 0; ///< the underlying lock was really called
+    std::uint32_t isLocked : 1 = 0; ///< the underlying lock is really held
 };
 
-/// The entries of the threads that hold a lock. The first few threads find room in the object itself; more go to a
-/// map behind a small mutex, which is made when it is needed first.
+/// The entries of the threads that hold a lock. The first few are in the object itself. More threads get entries in a
+/// map with a mutex of its own, created on first use.
 class XThreadTable {
 public:
-    /// The calling thread's entry; made when there is none.
+    /// The calling thread's entry; created when there is none.
     ThreadLockEntry& FindOrMake() {
         const DWORD self = GetCurrentThreadId();
         if (ThreadLockEntry* const entry = Find(self); entry != nullptr) { return *entry; }
@@ -57,7 +57,7 @@ public:
         return entry;
     }
 
-    /// The calling thread's entry, or null. It cannot come or go while its thread looks for it, so relaxed loads
+    /// The calling thread's entry, or null. Only the thread itself creates and erases its entry, so relaxed loads
     /// suffice.
     ThreadLockEntry* Find(DWORD self = GetCurrentThreadId()) noexcept {
         for (ThreadLockEntry& slot : m_slots) {
@@ -70,7 +70,7 @@ public:
         return found != more->entries.end() ? &found->second : nullptr;
     }
 
-    /// Drops the calling thread's entry, whose count is 0.
+    /// Erases the calling thread's entry, whose count is 0.
     void Erase(ThreadLockEntry& entry) noexcept {
         for (ThreadLockEntry& slot : m_slots) {
             if (&slot == &entry) {
@@ -87,7 +87,7 @@ public:
 private:
     struct More {
         std::atomic<unsigned> count{0};
-        XLeafMutex mutex; // guards the map; its entries belong to their threads
+        XLeafMutex mutex; // guards the map; each entry belongs to its thread
         std::map<DWORD, ThreadLockEntry> entries;
     };
 
@@ -95,13 +95,13 @@ private:
     XLazyPart<More> m_more;
 };
 
-/// The underlying lock is called only while the process-wide switch is on.
+/// A counted, reentrant reader-writer lock. The underlying lock is called only while the process-wide switch is on.
 template <class Lockable = XCriticalSectionEx> class XBasicRefCountCritSection {
 public:
     explicit XBasicRefCountCritSection(XLockLevel level = XLockLevel::PropertyStore) noexcept : m_place(level) {}
 
-    /// One exclusive reference for the calling thread. Raises E_FAIL inside the thread's own read; its count then
-    /// stays raised, and the shared lock is never given back: callers must not do that.
+    /// Adds an exclusive reference for the calling thread. Raises E_FAIL when the thread holds a read reference.
+    /// Callers must not do that: the thread's count stays raised and the shared lock is never released.
     void AddLockRef() {
         ThreadLockEntry& entry = m_threads.FindOrMake();
         if (++entry.count == 1) {
@@ -112,14 +112,14 @@ public:
         }
     }
 
-    /// One shared reference for the calling thread.
+    /// Adds a shared reference for the calling thread.
     void AddReadLockRef() {
         ThreadLockEntry& entry = m_threads.FindOrMake();
         if (++entry.count == 1) { Take(entry, true); }
     }
 
-    /// Gives one reference of the calling thread back, of whichever kind. An unbalanced release is logged and nothing
-    /// else: it must not take a cache call down.
+    /// Releases one reference of the calling thread, of either kind. An unbalanced release is only logged: it must not
+    /// make a call to the cache fail.
     void ReleaseLockRef() noexcept {
         ThreadLockEntry* const entry = m_threads.Find();
         if (entry == nullptr) {
@@ -150,10 +150,10 @@ protected:
     const XLockPlace& Place() const noexcept { return m_place; }
 
 private:
-    /// The thread's first reference.
+    /// Acquires the lock for the thread's first reference.
     void Take(ThreadLockEntry& entry, bool shared) {
         entry.isRead = shared;
-        // The order is noted before waiting, so that a wrong order is found even when nobody else holds the lock.
+        // Recorded before waiting, so that a wrong order is reported even when the lock is free.
         m_place.Enter(this);
         entry.isLocked = XLockSwitch::IsOn();
         if (entry.isLocked) {

@@ -6,18 +6,17 @@
 
 #include <utility>
 
-/// The lock of guarded data.
 using XCritDelegator = XLFCritSectionDelegator<XBasicRefCountCritSection<>>;
 
 #ifdef NDEBUG
 static_assert(sizeof(XCritDelegator) <= 48, "every cached object carries one");
 #endif
 
-/// A datum with its lock, reached only through the proxies below, which hold the lock while they live.
+/// Data with its lock. It is reached only through the proxies below, which hold the lock for their lifetime.
 template <class T> class XCritDataCFC {
 public:
     /// @param level      the lock's place in the lock order
-    /// @param arguments  of the datum's constructor
+    /// @param arguments  for the data's constructor
     template <class... Arguments>
     explicit XCritDataCFC(XLockLevel level, Arguments&&... arguments)
         : m_value(std::forward<Arguments>(arguments)...), m_delegator(level) {}
@@ -29,9 +28,9 @@ private:
     mutable XCritDelegator m_delegator;
 };
 
-/// What the proxies have in common.
-/// @tparam T     the datum, const when it is only read
-/// @tparam Data  the XCritDataCFC of it, const likewise
+/// The common part of the proxies.
+/// @tparam T     the data; const for reading
+/// @tparam Data  its XCritDataCFC; const for reading
 template <class T, class Data> class XCritAccess {
 public:
     XCritAccess(const XCritAccess&) = delete;
@@ -53,7 +52,7 @@ public:
     ~XCritProxy() { this->m_delegator.UnlockWrite(); }
 };
 
-/// Shared access under the lock.
+/// Shared access that takes the lock.
 template <class T> class XCritReadProxy : public XCritAccess<const T, const XCritDataCFC<T>> {
 public:
     explicit XCritReadProxy(const XCritDataCFC<T>& data) : XCritReadProxy::XCritAccess(data) {
@@ -62,8 +61,8 @@ public:
     ~XCritReadProxy() { this->m_delegator.ReleaseLockRef(); }
 };
 
-/// Shared access without a lock while no writer waits. Short: a writer waits for it, nothing foreign is called, and
-/// the same datum is not touched again while it lives.
+/// Shared access that takes no lock while no writer waits. Keep it short, because a writer waits for it. Call nothing
+/// foreign and do not access the same data again while it lives.
 template <class T> class XCritLFReadProxy : public XCritAccess<const T, const XCritDataCFC<T>> {
 public:
     explicit XCritLFReadProxy(const XCritDataCFC<T>& data)

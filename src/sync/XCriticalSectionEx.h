@@ -4,7 +4,7 @@
 
 #include "LXConfigFactoryCache.h"
 
-/// The platform's slim lock, for one writer or several readers. It is not reentrant.
+/// The platform's slim reader-writer lock; not reentrant.
 class XCriticalSectionEx {
 public:
     XCriticalSectionEx() noexcept = default;

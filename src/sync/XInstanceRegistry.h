@@ -7,8 +7,7 @@
 #include <mutex>
 #include <unordered_set>
 
-/// The live instances of a class, so that a pointer from outside can be told to be one of them without looking into
-/// what it points to.
+/// The live instances of a class. It tells whether a pointer from outside is one of them without dereferencing it.
 template <class T> class XInstanceRegistry {
 public:
     void Add(const T* instance) {

@@ -7,27 +7,28 @@
 
 #include <cstdint>
 
-/// Lets readers in without a lock while no writer waits ("LF": lock-free).
+/// Reads without a lock while no writer waits ("LF": lock-free).
 ///
-/// A reader enters the lock in its thread's slot and then looks at the lock's word. It stays when no writer is
-/// counted there, and leaves a bit in the word that says that somebody has read. Else, or when no slot is free, it
-/// takes the real lock. A writer counts itself, takes the real lock and, when the bit is set, clears it and waits
-/// until no slot names the lock. Nobody stays beside a counted writer, so it waits only for those inside.
+/// A reader publishes the lock in its thread's slot and then reads the state word. When the word counts no writer, the
+/// reader proceeds; its first read after a write also sets the IsRead bit. When there is a writer, or no slot is free,
+/// the reader takes the real lock. A writer increments the writer count and takes the real lock. When IsRead is set, it
+/// clears the bit and waits until no slot names the lock. No reader proceeds while a writer is counted, so the writer
+/// waits only for the readers that are already inside.
 ///
-/// A reader publishes its slot and then looks at the word; a writer counts itself and then looks at the slots. All
-/// four are sequentially consistent, so at least one of the two sees the other.
+/// The reader stores its slot and then loads the word; the writer changes the word and then loads the slots. All four
+/// operations are sequentially consistent, so at least one of the two sees the other.
 ///
-/// Reads inside one's own write go by the real lock, as further references to it. A write or a second read of the
-/// same lock inside one's own lock-free read waits for itself; debug builds end the process there.
+/// Reads inside the thread's own write take the real lock, as further references to it. A write, or a second read of
+/// the same lock, inside the thread's own lock-free read deadlocks; debug builds abort there.
 ///
-/// @tparam Policy  what is taken from the system
+/// @tparam Policy  the operations of the system
 template <class Lock, class Policy = XSystemSync> class XLFCritSectionDelegator : public Lock {
 public:
     using Slots = XReaderSlots<Policy>;
     using Slot = typename Slots::Slot;
     using Lock::Lock;
 
-    /// Raises what AddLockRef raises; the writer is then no longer counted.
+    /// Raises what AddLockRef raises; the writer count is restored first.
     void LockWrite() {
         m_state.fetch_add(OneWriter);
         try {
@@ -36,21 +37,22 @@ public:
             m_state.fetch_sub(OneWriter);
             throw;
         }
-        // Whoever stayed set the bit, or found it set, before this writer was counted. Only a writer clears it,
-        // holding the lock, and it has waited for them before it gives the lock to this one.
+        // A reader that proceeded did so before this writer was counted, and it has set the bit or found it set. Only
+        // writers clear the bit. They hold the lock when they do, and they wait for those readers before they release
+        // it.
         if ((m_state.load(std::memory_order_relaxed) & IsRead) != 0) {
             m_state.fetch_and(~IsRead);
             Slots::WaitForAll(Mark());
         }
     }
 
-    /// The data must not be touched any more: lock-free readers may enter before the lock itself is given back.
+    /// The data must not be accessed after this call: lock-free readers may enter before the lock itself is released.
     void UnlockWrite() noexcept {
         m_state.fetch_sub(OneWriter, std::memory_order_release);
         Lock::ReleaseLockRef();
     }
 
-    /// Returns the slot that the reader is in, or null when it had to take the real lock.
+    /// Returns the reader's slot, or null when it had to take the real lock.
     Slot* LockLFRead() {
         if (Slot* const slot = Slots::Enter(Mark()); slot != nullptr) [[likely]] {
             if (MayStay()) [[likely]] {
@@ -63,7 +65,7 @@ public:
         return nullptr;
     }
 
-    /// @param slot  what LockLFRead returned
+    /// @param slot  the result of LockLFRead
     void UnlockLFRead(Slot* slot) noexcept {
         if (slot != nullptr) {
             Slots::Leave(*slot);
@@ -74,14 +76,14 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t IsRead = 1; ///< somebody may have stayed since the bit was last cleared
+    static constexpr std::uint32_t IsRead = 1; ///< a reader may have proceeded since the bit was last cleared
     static constexpr std::uint32_t OneWriter = 2;
 
-    // What slots and debug builds know a lock-free read by. Neither another such read nor a reference to the lock may
-    // be taken inside it.
+    // Identifies the lock-free read in the slots and in the lock order check. Inside it, neither another lock-free read
+    // nor a reference to the lock may be taken.
     const void* Mark() const noexcept { return &m_state; }
 
-    // The word is only written by the first read after a write, so that readers share its cache line.
+    // Only the first read after a write modifies the word, so readers share its cache line.
     bool MayStay() noexcept {
         std::uint32_t state = m_state.load();
         if (state == 0) [[unlikely]] { state = m_state.fetch_or(IsRead) | IsRead; }

@@ -5,7 +5,7 @@
 #include "XCriticalSectionEx.h"
 #include "XLockOrder.h"
 
-/// A small mutex for a few words of state; not reentrant. For std::lock_guard.
+/// A small, non-reentrant mutex for a few words of state. Use it with std::lock_guard.
 class XLeafMutex {
 public:
     explicit XLeafMutex(XLockLevel level = XLockLevel::Leaf) noexcept : m_place(level) {}

@@ -17,9 +17,9 @@ struct Held {
     const void* lock;
 };
 
-// A plain array: nothing to destroy when a thread ends after the module is gone. It is small, since the loader keeps
-// little room for the thread-local variables of modules that are loaded late.
-constexpr unsigned MostHeld = 32; // more than any path of the code takes
+// A plain array, so that nothing is destroyed when a thread ends after the module was unloaded. It is small because the
+// loader reserves little thread-local storage for modules that it loads late.
+constexpr unsigned MostHeld = 32; // more than any code path takes
 struct HeldByThread {
     Held held[MostHeld];
     unsigned count;
@@ -39,14 +39,14 @@ bool MayNestInItself(XLockLevel level) { return level == XLockLevel::Fill || lev
 
 void XLockPlace::Enter(const void* lock) const noexcept {
     for (unsigned i = 0; i < t_held.count; ++i) {
-        // Nobody notes the same lock twice: the counted locks and the fill mutexes note only what a thread takes
-        // first, and nothing else may be taken again by the thread that has it.
+        // A lock is never recorded twice: counted locks and fill mutexes record only the thread's first acquisition,
+        // and no other lock may be acquired again by the thread that holds it.
         const Held& held = t_held.held[i];
         const bool fine =
             held.level < m_level || (held.level == m_level && held.lock != lock && MayNestInItself(m_level));
         if (!fine) { Fail("taking", m_level, held.level); }
     }
-    if (t_held.count < MostHeld) // what finds no room is not checked
+    if (t_held.count < MostHeld) // locks beyond the limit are not recorded, so not checked
     {
         t_held.held[t_held.count++] = {m_level, lock};
     }

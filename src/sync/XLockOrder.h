@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
 //
-// The order in which locks are taken, from the outside in. Debug builds keep the levels that each thread holds and
-// assert that every lock taken lies further in than all that are held; release builds compile this away.
+// The lock order, outermost first. Debug builds record the locks that each thread holds and assert that every new lock
+// is further in. Release builds compile this away.
 #ifndef XLOCKORDER_H
 #define XLOCKORDER_H
 
-/// Every lock of the component. Fill mutexes are held across calls to the server and never taken by notifications.
-/// Nothing foreign is called under any lock below that line.
+/// Every lock of the component. Fill mutexes are held across calls to the server; notifications never take them. No
+/// foreign code is called while any lock below the line is held.
 enum class XLockLevel : unsigned char {
-    Fill, ///< who asks the server for something, or initialises or terminates; see XFill.h
-    // ---- nothing foreign is called below this line
-    TypeEntry,     ///< one bulk answer enters the type map at a time
+    Fill, ///< serialises loading something from the server, initialisation and termination; see XFill.h
+    // ---- no foreign calls below this line
+    TypeEntry,     ///< one bulk answer at a time updates the type map
     TypeMap,       ///< the types by name
     BrowserIds,    ///< the browser ids by name
     Inheritance,   ///< the type inheritance information
@@ -21,10 +21,10 @@ enum class XLockLevel : unsigned char {
     ComponentMap,  ///< a type's pages, groups, attributes or editors
     GlobalSpecs,   ///< the global format specs
     PropertyStore, ///< the values of one object
-    Leaf           ///< guards a few words; nothing is locked under it but another leaf
+    Leaf           ///< guards a few words; only another leaf may be locked under it
 };
 
-/// A lock's place in the lock order; of no size in release builds.
+/// A lock's position in the lock order; empty in release builds.
 class XLockPlace {
 public:
 #ifdef NDEBUG
@@ -34,11 +34,11 @@ public:
     static void AssertNoneHeld() noexcept {}
 #else
     explicit XLockPlace(XLockLevel level) noexcept : m_level(level) {}
-    /// The calling thread is about to take the lock.
+    /// Call when the thread is about to acquire the lock.
     void Enter(const void* lock) const noexcept;
-    /// The calling thread has given the lock back. One that it did not enter is let pass.
+    /// Call when the thread has released the lock. A lock that was not recorded is ignored.
     void Leave(const void* lock) const noexcept;
-    /// The calling thread is about to call something foreign.
+    /// Call before calling foreign code.
     static void AssertNoneHeld() noexcept;
 
 private:

@@ -7,18 +7,18 @@
 
 #include <atomic>
 
-/// Where threads publish which lock they read without taking it: one table for all locks, a cache line for each
-/// thread, so that threads that read the same object write to no line in common.
+/// The slots in which threads publish which lock they read without taking it. There is one table for all locks. Each
+/// slot has a cache line of its own, so readers of the same object write to no common line.
 ///
-/// Slots are found by the thread's index. Threads whose indices meet share a slot, and so do a thread's own reads of
-/// two locks at once: whoever finds the slot taken tries the neighbour, half the table away.
+/// A thread finds its slot by its index. When the slot is taken, by a thread with the same index modulo the table's
+/// size or by the thread's own read of another lock, the slot half the table away is tried.
 ///
-/// Entering and looking are sequentially consistent: see XLFCritSectionDelegator for what that is needed for.
+/// Entering and checking are sequentially consistent; XLFCritSectionDelegator says why.
 template <class Policy = XSystemSync> class XReaderSlots {
 public:
-    using Slot = typename Policy::template Atomic<const void*>; ///< the lock that is read; null: none
+    using Slot = typename Policy::template Atomic<const void*>; ///< the lock that is being read; null: none
 
-    /// The calling thread reads by that lock from now on. Returns null when there is no free slot.
+    /// Publishes that the calling thread reads under this lock. Returns null when neither slot is free.
     static Slot* Enter(const void* lock) noexcept {
         const unsigned own = Policy::ThreadIndex() % Count;
         if (Take(s_lines[own].slot, lock)) [[likely]] { return &s_lines[own].slot; }
@@ -28,8 +28,8 @@ public:
 
     static void Leave(Slot& slot) noexcept { slot.store(nullptr, std::memory_order_release); }
 
-    /// Waits for all who read by that lock. One look at each slot suffices for a caller that has seen to it that
-    /// nobody who enters from now on stays.
+    /// Waits for all readers of this lock. Each slot needs to be seen free only once, because the caller has made sure
+    /// that readers which enter from now on do not proceed.
     static void WaitForAll(const void* lock) noexcept {
         for (const Line& line : s_lines) {
             for (unsigned look = 0; line.slot.load() == lock; ++look) {

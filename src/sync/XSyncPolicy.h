@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the lock-free read, the clock and the load protocol take from the system. Tests pass a policy of their own,
-// which stops a thread at each step, so that every order of the steps of small cases can be tried.
+// What lock-free reads, the clock and the load protocol need from the system. Tests use a policy that stops a thread at
+// each step, to try every interleaving of small cases.
 #ifndef XSYNCPOLICY_H
 #define XSYNCPOLICY_H
 
@@ -10,19 +10,18 @@
 
 #include <atomic>
 
-/// The system itself.
 struct XSystemSync {
-    static constexpr unsigned ReaderSlots = 64; ///< of threads that read without a lock
-    static constexpr unsigned Spins = 200;      ///< looks at something that another thread changes, before a pause
+    static constexpr unsigned ReaderSlots = 64; ///< for threads that read without a lock
+    static constexpr unsigned Spins = 200;      ///< checks of a value that another thread changes before pausing
 
     template <class T> using Atomic = std::atomic<T>;
 
     using Mutex = XCriticalSectionEx;
 
-    /// A number that spreads threads over a table: different for any few threads that live at the same time.
+    /// Spreads threads over a table: any few threads that live at the same time have different numbers.
     static unsigned ThreadIndex() noexcept {
 #ifdef _WIN32
-        return GetCurrentThreadId() / 4; // the numbers are multiples of 4
+        return GetCurrentThreadId() / 4; // thread ids are multiples of 4
 #else
         unsigned number = t_number;
         if (number == 0) [[unlikely]] { number = t_number = s_threads.fetch_add(1, std::memory_order_relaxed) + 1; }
@@ -30,18 +29,18 @@ struct XSystemSync {
 #endif
     }
 
-    /// One pointer for each thread, null at first. Nothing is destroyed when a thread ends.
+    /// One pointer for each thread, initially null. Nothing is destroyed when a thread ends.
     static void*& ThreadPointer() noexcept {
         static thread_local void* t_pointer = nullptr;
         return t_pointer;
     }
 
-    /// A pause between two looks at something that another thread changes.
+    /// Pauses between two checks of a value that another thread changes.
     static void Pause() noexcept { Sleep(1); }
 
 #ifndef _WIN32
 private:
-    static inline constinit std::atomic<unsigned> s_threads{0}; // that ever had an index
+    static inline constinit std::atomic<unsigned> s_threads{0}; // threads that got an index so far
     LX_FAST_THREAD_LOCAL static inline constinit thread_local unsigned t_number = 0;
 #endif
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A link to a counted object that does not keep it alive, and that may outlive it.
+// A weak link to a counted object. It may outlive the object.
 #ifndef XWEAKLINK_H
 #define XWEAKLINK_H
 
@@ -10,7 +10,7 @@
 #include <memory>
 #include <mutex>
 
-/// @tparam T  has bool TryAddRef() noexcept, which fails once the last reference is gone, and Release()
+/// @tparam T  has Release() and bool TryAddRef() noexcept, which fails once the last reference is gone
 template <class T> class XWeakLink {
     struct Block {
         XLeafMutex mutex; // guards target
@@ -20,7 +20,7 @@ template <class T> class XWeakLink {
 public:
     XWeakLink() noexcept = default;
 
-    /// A link for an object to hand out; the object calls Clear in its destructor.
+    /// The link that an object hands out. The object calls Clear in its destructor.
     static XWeakLink To(T* target) {
         XWeakLink link;
         link.m_block = std::make_shared<Block>();
@@ -28,7 +28,7 @@ public:
         return link;
     }
 
-    /// A counted reference to the object; none once it has begun to go.
+    /// A counted reference to the object; null once its last reference is gone.
     XLXComPtr<T> Lock() const noexcept {
         if (m_block == nullptr) { return {}; }
         const std::lock_guard<XLeafMutex> lock(m_block->mutex);
