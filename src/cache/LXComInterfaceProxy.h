@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The lazy server proxy: a server object, asked for its interface when it is first needed. An object that did not
-// come with its record is asked for itself then.
+// The lazy server proxy. It queries the server object for its interface on first use. When the record brought no server
+// object, the proxy first gets one from its source.
 #ifndef LXCOMINTERFACEPROXY_H
 #define LXCOMINTERFACEPROXY_H
 
@@ -16,11 +16,11 @@
 namespace LXComInterfaceProxy {
 template <class I> class XLazyIProxy {
 public:
-    /// A server object, the interface that it was asked for, and where it is asked for when it did not come.
+    /// A server object, its interface, and the source of the object when the record did not bring it.
     struct Link {
         XLXComPtr<IUnknown> held;
         XLXComPtr<I> typed;
-        XServerSourcePtr source; ///< another one for each record without an object
+        XServerSourcePtr source; ///< a different instance for each record without an object
     };
 
     /// @param scope  class and operator for error locations, such as "LXComInterfaceProxy::XLazyIProxy<struct
@@ -28,8 +28,8 @@ public:
     explicit XLazyIProxy(const char* scope, XLXComPtr<IUnknown> held = {}) noexcept
         : m_scope(scope), m_link{std::move(held), {}, {}} {}
 
-    /// The server object's interface. Raises when there is no server object, or it lacks the interface. It is asked
-    /// for with no lock held; two threads may both ask, and one answer is kept.
+    /// The server object's interface. Raises when there is no server object or it lacks the interface. The query is
+    /// made with no lock held. When two threads query at the same time, one answer is kept.
     XLXComPtr<I> operator*() const {
         XLXComPtr<IUnknown> held;
         XServerSourcePtr source;
@@ -48,15 +48,15 @@ public:
         return typed;
     }
 
-    /// Whether there is a server object, or somebody to ask for it.
+    /// Whether there is a server object or a source for one.
     bool HasObject() const noexcept {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         return m_link.held || m_link.source;
     }
 
-    /// Exchanges the server object, and where it is asked for, unless a later record brought what is there; the
-    /// caller releases the old one with no lock held.
-    /// @param record  orders the records
+    /// Exchanges the server object and its source, unless the present ones came with a later record. The caller
+    /// releases the old ones with no lock held.
+    /// @param record  a number that orders the records
     bool Swap(Link& link, std::uint64_t record) noexcept {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         if (record < m_record) { return false; }
@@ -68,7 +68,7 @@ public:
 private:
     LXErrorLocation At(int line) const noexcept { return {"LXComInterfaceProxy", m_scope, "operator *", line}; }
 
-    /// Keeps an answer, unless another record came meanwhile: its source is another one.
+    /// Keeps an answer unless another record came meanwhile, which shows in a different source.
     void Publish(XLXComPtr<IUnknown> held, XLXComPtr<I> typed, const XServerSourcePtr& source) const noexcept {
         const IUnknown* const object = held.Get();
         const std::lock_guard<XLeafMutex> lock(m_mutex);
@@ -77,8 +77,8 @@ private:
     }
 
     const char* m_scope;
-    mutable XLeafMutex m_mutex; // guards what follows; nothing foreign is called while it is held
-    std::uint64_t m_record = 0; // the newest one that brought a server object, or where to ask for it
+    mutable XLeafMutex m_mutex; // guards the members below; nothing foreign is called while it is held
+    std::uint64_t m_record = 0; // the latest record that brought a server object or a source
     mutable Link m_link;
 };
 } // namespace LXComInterfaceProxy

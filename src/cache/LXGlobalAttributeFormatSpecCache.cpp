@@ -28,6 +28,6 @@ XLXGlobalAttributeFormatSpecCache::FromFace(ILXGlobalAttributeFormatSpec* face) 
 
 void XLXGlobalAttributeFormatSpecCache::Terminate() noexcept {
     XLXFormatOwner::Terminate();
-    Detach(); // who still holds this object goes on reading its values
+    Detach(); // callers that still hold this object keep reading its values
     ReleaseServer();
 }

@@ -4,7 +4,7 @@
 
 #include "XLXFormatOwner.h"
 
-/// Formats by format type that belong to no single attribute.
+/// A set of formats by format type that is not bound to one attribute.
 class XLXGlobalAttributeFormatSpecCache final
     : public XLXFormatOwner<XLXGlobalAttributeFormatSpecCache, XCachedFacts::GlobalFormatSpec,
                             XOwnedFormats::OfGlobalFormatSpec, ILXGlobalAttributeFormatSpec, int> {
@@ -12,11 +12,11 @@ public:
     XLXGlobalAttributeFormatSpecCache(XLXComPtr<IUnknown> server, XClockPtr clock);
     ~XLXGlobalAttributeFormatSpecCache();
 
-    /// One of this class's live instances behind a pointer, or null.
+    /// The live instance of this class behind a pointer, or null when the pointer is something else.
     static XLXComPtr<XLXGlobalAttributeFormatSpecCache> FromFace(ILXGlobalAttributeFormatSpec* face);
 
-    /// Empties the formats and lets go of the server object: whoever still holds the format spec reads the values
-    /// that it has, and gets E_POINTER for what only the server knows.
+    /// Clears the formats and releases the server object. Callers that still hold the format spec read its cached
+    /// values; whatever needs the server is refused with E_POINTER.
     void Terminate() noexcept;
 };
 

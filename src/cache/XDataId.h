@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// The data id of a change notification of the type "cfc_specific": four fields separated by "/".
+// The data id of a "cfc_specific" change notification: four fields, separated by "/".
 #ifndef XDATAID_H
 #define XDATAID_H
 
 #include "XLXError.h"
 #include "lxconfigfactorycache/LXProperties.h"
 
-/// Whether an update mode (LXUpdateMode) touches any of the given bits.
+/// Whether an update mode (LXUpdateMode) has any of the given bits. A mode below 1 means all bits.
 constexpr bool LXModeConcerns(LONG mode, LONG bits) noexcept { return mode < 1 || (mode & bits) != 0; }
 
 enum class LXDataIdKind {
@@ -18,15 +18,15 @@ enum class LXDataIdKind {
     Other
 };
 
-/// A data id, taken apart. The fields refer to the text that was parsed.
+/// A parsed data id. The text fields refer to the text that was parsed.
 struct XDataId {
     XLXTextView kindText;                    ///< the text before the first "/"; the whole id when there is none
     XLXTextView object;                      ///< the id or name between the first and the second "/"
     LONG subNumber = -1;                     ///< -1 when empty or absent
     LONG mode = -1;                          ///< the update mode; -1 when empty or absent
-    LXDataIdKind kind = LXDataIdKind::Other; ///< what kindText says
-    bool hasKind = false;                    ///< there is a first "/"
-    bool complete = false;                   ///< there are three "/"
+    LXDataIdKind kind = LXDataIdKind::Other; ///< the kind that kindText names
+    bool hasKind = false;                    ///< the id has a first "/"
+    bool complete = false;                   ///< the id has three "/"
 
     static XDataId Parse(XLXTextView id) noexcept;
 };

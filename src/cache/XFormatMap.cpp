@@ -44,9 +44,9 @@ HRESULT XFormatMap::Create(const XObjectTime& time, int type, ILXFormat** out, c
 
 void XFormatMap::Erase(const XObjectTime& time, int type) { Replace(time, type, nullptr, XStamp{}); }
 
-// An answer that a notification, a creation or a deletion overtook is not entered: the next question asks again.
+// Drops an answer that a notification, a creation or a deletion overtook; the next request asks again.
 void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const XStamp& noted, std::uint64_t changes) {
-    Map dropped; // these two go after the lock
+    Map dropped; // this and the next are destroyed after the lock is released
     Format late;
     m_mapFormatCache.Write([&](Formats& formats) {
         EmptyIfStale(formats, time, dropped);
@@ -54,7 +54,7 @@ void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const 
         const auto [entry, isNew] = formats.map.try_emplace(type, format);
         if (!isNew) {
             late = entry->second;
-            late.Swap(format); // who came first is what everybody gets
+            late.Swap(format); // the first published answer wins
             return;
         }
         if (!format) {
@@ -68,7 +68,7 @@ void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const 
     DetachAll(dropped);
 }
 
-// What the server has created or deleted, together with the count that tells answers on their way that they are old.
+// Applies what the server has created or deleted. The change count tells that answers still under way are older.
 void XFormatMap::Replace(const XObjectTime& time, int type, const Format& format, const XStamp& noted) {
     Map dropped;
     m_mapFormatCache.Write([&](Formats& formats) {
@@ -97,7 +97,7 @@ void XFormatMap::DetachAll(const Map& dropped) noexcept {
     }
 }
 
-// The receivers only advance counts, so they may be called under the lock.
+// Receivers only advance counts, so they may be called under the lock.
 void XFormatMap::NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const {
     m_mapFormatCache.Read([&](const Formats& formats) {
         for (const auto& [type, format] : formats.map) {

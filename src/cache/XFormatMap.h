@@ -2,9 +2,9 @@
 //
 // The formats of an attribute, a group or a global format spec, by format type.
 //
-// Formats are asked for one at a time. A null entry is a negative answer: the server has no such format. The map
-// holds for one stamp; the first operation after a notification empties it. Of two first answers for a format type
-// everybody gets the one that was published first.
+// Formats are requested one at a time. A null entry is a negative answer: the server has no such format. All entries
+// have the same stamp; the first operation after a notification clears the map. When two threads get a first answer for
+// the same format type, both return the one that was published first.
 #ifndef XFORMATMAP_H
 #define XFORMATMAP_H
 
@@ -18,31 +18,32 @@
 
 class XFormatMap {
 public:
-    /// Negative answers that are kept; of more the oldest go.
+    /// The limit of negative answers; beyond it the oldest are dropped.
     static constexpr std::size_t MostNegativeAnswers = 64;
 
-    /// Asks the server object for a format: its GetFormat or CreateFormat.
+    /// Calls GetFormat or CreateFormat of the server object.
     using Ask = std::function<HRESULT(ILXFormat**)>;
 
-    /// Answers from the map, and asks the server on a miss. A failure of the server is reported at the location,
-    /// returned, and not kept.
+    /// Answers from the map and asks the server on a miss. A failure of the server is reported at the location,
+    /// returned, and not cached.
     HRESULT Get(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
                 const LXErrorLocation& failedAt);
 
-    /// Asks the server to create a format and keeps it. Anything but S_OK from the server is reported and returned.
+    /// Asks the server to create a format and caches it. Any result of the server other than S_OK is reported and
+    /// returned.
     HRESULT Create(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
                    const LXErrorLocation& failedAt);
 
     /// Drops the entry of a format that the server has deleted.
     void Erase(const XObjectTime& time, int type);
 
-    /// Makes the map stale. Waits for nobody.
+    /// Makes the map stale. Takes no lock.
     void Advance() noexcept { m_own.Advance(); }
 
-    /// Offers a notification to every format.
+    /// Passes a direct notification on to every format.
     void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const;
 
-    /// Empties the map.
+    /// Clears the map.
     void Terminate();
 
 private:
@@ -50,9 +51,9 @@ private:
     using Map = std::map<int, Format>;
     struct Formats {
         Map map;
-        std::deque<int> negative; ///< the types of the negative answers, the oldest first
+        std::deque<int> negative; ///< the types of the negative answers, oldest first
         XStamp stamp;
-        std::uint64_t changes = 0; ///< by this process: an answer that one overtook is not entered
+        std::uint64_t changes = 0; ///< made by this process; an answer that one overtook is not entered
     };
 
     XStamp Now(const XObjectTime& time) const noexcept { return {time.Now(), m_own.Now()}; }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The cached objects that own formats: attributes, groups and global format specs.
+// The base of cached objects that own formats: attributes, groups and global format specs.
 #ifndef XLXFORMATOWNER_H
 #define XLXFORMATOWNER_H
 
@@ -8,7 +8,7 @@
 #include "XLXConfigObjectCache.h"
 #include "XLazyPart.h"
 
-/// What differs between the owners of formats.
+/// The differences between the owners of formats.
 struct XFormatFacts {
     XAspect aspect; ///< what makes the formats stale
     const char* createMethod;
@@ -28,7 +28,7 @@ inline constexpr XFormatFacts OfAttribute{
     XAspect::AttributeFormats, "ILXAttribute::CreateFormat", "ILXAttribute::GetFormat", "ILXAttribute::DeleteFormat",
     Attribute.At("CreateFormat", 498), Attribute.At("CreateFormat", 530),
     Attribute.At("GetFormat", 552), Attribute.At("GetFormat", 610), Attribute.At("Terminate", 93)};
-// Error locations of GetFormat name CreateFormat: programs search logs for that text.
+// GetFormat's error locations name CreateFormat on purpose: programs search logs for that text.
 inline constexpr XFormatFacts OfGroup{
     XAspect::GroupFormats, "ILXGroup::CreateFormat", "ILXGroup::GetFormat", "ILXGroup::DeleteFormat",
     Group.At("CreateFormat"), Group.At("CreateFormat"),
@@ -41,7 +41,7 @@ inline constexpr XFormatFacts OfGlobalFormatSpec{
 // clang-format on
 } // namespace XOwnedFormats
 
-/// @tparam FormatType  int, or nothing for the owner of a single format, which the server knows without a type
+/// @tparam FormatType  int; empty for an owner of a single format, which has no type on the server
 template <class Derived, const XCachedObjectFacts& Facts, const XFormatFacts& Formats, class Interface,
           class... FormatType>
 class XLXFormatOwner : public XLXConfigObjectCache<Derived, Facts, Interface> {
@@ -61,7 +61,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetFormat(FormatType... iFormatType, ILXFormat** ppFormat) override {
         return XLXError::Guarded(Formats.get, [&] {
             LXCheckOut(ppFormat, OLESTR("ppFormat"), Formats.get);
-            if (std::is_same_v<Interface, ILXGroup> && !this->HasServer()) // also when the format is known
+            if (std::is_same_v<Interface, ILXGroup> && !this->HasServer()) // even when the format is cached
             {
                 XLXError::RaisePointer(OLESTR("server group"), Facts.At("CreateFormat", 360));
             }
@@ -80,7 +80,7 @@ public:
         });
     }
 
-    /// Empties the formats.
+    /// Clears the formats.
     void Terminate() noexcept {
         XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapFormatCache failed"), Formats.terminate, [&] {
             if (XFormatMap* const formats = m_formats.Find(); formats != nullptr) { formats->Terminate(); }
@@ -104,7 +104,7 @@ protected:
 private:
     XObjectTime Time() const noexcept { return this->TimeOf(Formats.aspect); }
 
-    XLazyPart<XFormatMap> m_formats; // most objects have none asked for
+    XLazyPart<XFormatMap> m_formats; // created on first use, because most objects have no formats
 };
 
 #endif

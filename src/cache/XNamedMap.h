@@ -10,8 +10,8 @@
 #include <cstring>
 #include <functional>
 
-/// A sorted map by name that finds an entry by the hash of its name: names that are alike take long to compare, and a
-/// search among sorted ones compares many of them.
+/// A sorted map by name that finds entries by the hash of their names. A binary search would compare many names, and
+/// comparing names with long common prefixes is slow.
 template <class T> class XNamedMap : public XSortedMap<XCFGStringKey, T> {
 public:
     using const_iterator = typename XSortedMap<XCFGStringKey, T>::const_iterator;
@@ -22,7 +22,7 @@ public:
     }
     const_iterator find(const XCFGStringKey& key) const { return find(XLXTextView(key.Text())); }
 
-    /// Settles what was added, as in every sorted map.
+    /// Sorts the added entries in, like XSortedMap, and rebuilds the hash table.
     void Settle() {
         XSortedMap<XCFGStringKey, T>::Settle();
         m_places.assign(std::bit_ceil(2 * this->size()), 0);
@@ -33,7 +33,7 @@ public:
     }
 
 private:
-    /// Where the place of a name stands in the table, or would stand.
+    /// The index in m_places of the entry with this name, or the free index where it would be inserted.
     std::size_t PlaceOf(XLXTextView name) const {
         const std::size_t mask = m_places.size() - 1;
         std::size_t at = std::hash<XLXTextView>()(name) & mask;
@@ -48,7 +48,8 @@ private:
                (name.empty() || std::memcmp(own.data(), name.data(), name.size() * sizeof(OLECHAR)) == 0);
     }
 
-    /// A power of two of them, at most half of them used: an entry's number in the order of the keys, from 1 on.
+    /// Open addressing: each element is an entry's position in key order plus 1, or 0. The size is a power of two, and
+    /// at most half of the elements are used.
     std::vector<std::uint32_t> m_places;
 };
 

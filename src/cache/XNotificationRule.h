@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// Which change notification makes what stale: the whole rule.
+// The table that says which change notification makes which aspects stale.
 #ifndef XNOTIFICATIONRULE_H
 #define XNOTIFICATIONRULE_H
 
 #include "XAspect.h"
 #include "XDataId.h"
 
-/// One kind of notification in a row of the rule: never, always, or with these mode bits (or a mode below 1).
+/// When an aspect is concerned by one kind of notification: never, always, or with these mode bits (or a mode below 1).
 class XWhen {
 public:
     constexpr XWhen(LONG bits) noexcept : m_bits(bits) {}
@@ -22,15 +22,15 @@ private:
     LONG m_bits;
 };
 
-/// What an aspect takes for the kind of a data id without "/".
+/// The kind that an aspect assumes for a data id without "/".
 enum class XKindOfBareId : unsigned char {
-    None,    ///< it has no kind
+    None,    ///< no kind
     WholeId, ///< the id itself, such as "objects"
 };
 
 struct XAspectRule {
     XAspect aspect;
-    const char* name; ///< in traces
+    const char* name; ///< for traces
     XKindOfBareId bareId;
     XWhen objects;
     XWhen properties;
@@ -56,7 +56,7 @@ constexpr LONG AT = LXUM_ATTRIBUTETYPES;
 constexpr LONG AF = LXUM_ATTRIBUTEFORMATS;
 constexpr LONG GF = LXUM_GROUPFORMATS;
 
-// The bit sets differ on purpose: programs and servers rely on each of them.
+// The bit sets differ on purpose; programs and servers rely on each of them.
 // clang-format off
 inline constexpr XAspectRule Table[LXAspectCount] = {
     // aspect             name                                bare id  "objects"        "properties"       "pc"      "searchable" other
@@ -107,8 +107,8 @@ constexpr XWhen When(const XAspectRule& row, LXDataIdKind kind) noexcept {
     }
 }
 
-/// What a notification makes stale.
-/// @param mode  the update mode, after the manager's mode of operation has translated it
+/// The aspects that a notification makes stale.
+/// @param mode  the update mode, as translated by the manager's strategy
 constexpr XAspectSet Concerned(const XDataId& id, LONG mode) noexcept {
     XAspectSet concerned;
     for (const XAspectRule& row : Table) {
@@ -118,15 +118,15 @@ constexpr XAspectSet Concerned(const XDataId& id, LONG mode) noexcept {
 }
 } // namespace XNotificationRule
 
-/// A notification that came straight to a cached object, for that object and the parts that it owns.
+/// A notification that came directly to a cached object. It concerns the object and the parts that it owns.
 struct XDirectNotification {
     XAspectSet concerned;
-    bool relationsOnly;   ///< of the kind "pc", which concerns relations and their PC infos alone
-    std::uint64_t number; ///< that the clock drew
+    bool relationsOnly;   ///< kind "pc": concerns only relations and their PC infos
+    std::uint64_t number; ///< drawn from the clock
 };
 
-/// Writes a trace entry for each aspect that a notification made stale, when such entries are wanted. Not to be
-/// called while a lock of the component is held.
+/// Writes a trace entry for each aspect that a notification made stale, if such entries are enabled. Must not be called
+/// while a lock of the component is held.
 void LXTraceInvalidated(const XAspectSet& aspects) noexcept;
 
 #endif

@@ -8,8 +8,8 @@
 
 #include <vector>
 
-/// What a refresh took out of the objects that it refreshed. Server objects are released here: declared before the
-/// lock, it is destroyed when no lock is held any more.
+/// What a refresh removed from the refreshed objects. Declare it before the lock: its destructor releases the server
+/// objects, which must happen with no lock held.
 struct XRetired {
     std::vector<XLXComPtr<IUnknown>> objects;
     std::vector<XVariantRow> values;

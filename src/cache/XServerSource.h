@@ -6,7 +6,7 @@
 
 #include <memory>
 
-/// Where a server object that did not come with its record is asked for when it is needed. Any thread may ask.
+/// Supplies a server object on demand when its record did not bring it. Thread-safe.
 class XServerSource {
 public:
     XServerSource() = default;
@@ -14,8 +14,8 @@ public:
     XServerSource& operator=(const XServerSource&) = delete;
     virtual ~XServerSource() = default;
 
-    /// The object; null when there is none, or nobody to ask any more. Raises a failure of the server. Called with no
-    /// lock held that a notification could wait for.
+    /// The object; null when there is none or the connection is over. Raises a failure of the server. Must not be
+    /// called while a lock is held that a notification could wait for.
     virtual XLXComPtr<IUnknown> Ask() const = 0;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What differs between the classes of cached objects, side by side.
+// The table of differences between the classes of cached objects.
 #ifndef CACHEDOBJECTFACTS_H
 #define CACHEDOBJECTFACTS_H
 
@@ -11,11 +11,11 @@ struct XCachedObjectFacts {
     const char* className;
     const char* source;      ///< source name in error locations
     const char* proxyScope;  ///< scope in error locations of the server proxy
-    EConfigElementKind kind; ///< whose property names Get and Set know
+    EConfigElementKind kind; ///< the property names that Get and Set accept
     XAspect values;          ///< what makes the values stale
-    XAspect set;             ///< of which set the object is part: orders the records that bring it
-    std::size_t slots = 0;   ///< of values, there before the first ones come
-    bool readOnly = false;   ///< Set and SetProperty are refused
+    XAspect set;             ///< the set that the object is part of; orders the records that bring the object
+    std::size_t slots = 0;   ///< value slots to allocate before the first values arrive
+    bool readOnly = false;   ///< refuses Set and SetProperty
 
     constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) const noexcept {
         return {source, className, method, line};

@@ -4,7 +4,7 @@
 
 #include "XLXConfigObjectCache.h"
 
-/// A browser that the server knows; read-only.
+/// A browser of the server; read-only.
 using XLXBrowserIdCache = XLXPlainObjectCache<XCachedFacts::BrowserId, ILXBrowserId>;
 
 #endif

@@ -4,7 +4,7 @@
 
 #include "XLXConfigObjectCache.h"
 
-/// An editor registered for a type.
+/// An editor that is registered for a type.
 using XLXConfObjEditorCache = XLXPlainObjectCache<XCachedFacts::Editor, ILXConfObjEditor>;
 
 #endif

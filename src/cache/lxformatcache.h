@@ -4,7 +4,7 @@
 
 #include "XLXConfigObjectCache.h"
 
-/// How a value is shown.
+/// The display format of a value.
 using XLXFormatCache = XLXPlainObjectCache<XCachedFacts::Format, ILXFormat>;
 
 #endif

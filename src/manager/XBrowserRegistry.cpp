@@ -19,7 +19,7 @@ XNameMap<XLXComPtr<XLXBrowserIdCache>> Fetch(const XConnection& server) {
                 XLXComVariant name;
                 XLXError::RaiseIfFailed(browserId->GetProperty(MemberBrowserId, name.Put()),
                                         OLESTR("the name of a browser id cannot be read"), at);
-                if (auto key = XCFGStringKey::Of(name)) // without a name there is no key to find it by
+                if (auto key = XCFGStringKey::Of(name)) // a nameless id could never be found
                 {
                     fresh.insert_or_assign(std::move(*key), std::move(browserId));
                 }

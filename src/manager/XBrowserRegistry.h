@@ -6,13 +6,14 @@
 #include "XRegistry.h"
 #include "lxbrowseridcache.h"
 
-/// The manager's browser ids: read once, at first use, and kept while the connection lasts. A notification makes the
-/// values of browser ids stale, not the set.
+/// The manager's browser ids. They are loaded on first use and kept for the connection: a notification makes the values
+/// of browser ids stale, but not the set.
 class XBrowserRegistry : public XRegistry<XNameMap<XLXComPtr<XLXBrowserIdCache>>> {
 public:
     using XRegistry::XRegistry;
 
-    /// All browser ids, in key order. Null: the thread is reading them already. Raises a failure of the server.
+    /// All browser ids in key order. Null when the calling thread is already loading them. Raises a failure of the
+    /// server.
     Value Load();
 };
 

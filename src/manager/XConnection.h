@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The time from a manager's initialisation to its Terminate.
+// The connection: the period from a manager's initialisation to its Terminate.
 #ifndef XCONNECTION_H
 #define XCONNECTION_H
 
@@ -10,48 +10,48 @@
 
 class XLXPCPartCacheMng;
 
-/// What the manager has of the server while it is initialised. Whoever asks the server keeps the connection for that
-/// time, so that all that he asks is of one connection.
+/// The manager's state that belongs to the server. Whoever asks the server holds a reference to the connection
+/// meanwhile, so all its requests go to the same connection.
 struct XConnection {
     XConnection(XLXComPtr<ILXConfigFactory> factory, XLXComPtr<ILX_Query> queryObject)
         : configFactory(std::move(factory)),
           configFactoryEx(configFactory.As<ILXConfigFactoryEx>()),
           query(std::move(queryObject)) {}
 
-    /// The interface of the bulk reads; raises E_POINTER when the server has none.
+    /// The interface for bulk reads; raises E_POINTER when the server does not have it.
     ILXConfigFactoryEx& Bulk(const char* method) const {
         XLXError::CheckPointer(configFactoryEx.Get(), OLESTR("m_pConfigFactoryEx"), LXManagerAt(method));
         return *configFactoryEx;
     }
 
-    // These never change
-    const XClockPtr clock{new XClock}; ///< what the connection is known by
+    // Immutable:
+    const XClockPtr clock{new XClock}; ///< also identifies the connection
     const XLXComPtr<ILXConfigFactory> configFactory;
     const XLXComPtr<ILXConfigFactoryEx> configFactoryEx;
     const XLXComPtr<ILX_Query> query;
 
-    // The manager's leaf mutex guards these
+    // Guarded by the manager's leaf mutex:
     struct Registration {
-        XLXComPtr<ILXDataUpdate> update; ///< where the callback is registered; null: it is not
+        XLXComPtr<ILXDataUpdate> update; ///< the server object with the callback's registration; null: not registered
         XLXComPtr<ILXCallbackUpdate> callback;
         XLXComPtr<IXCfgCacheCallback> separateCallback;
         LONG clientId = 0;
     } registration;
-    std::shared_ptr<XLXPCPartCacheMng> relations; ///< null until the types were read
-    std::optional<ULONG> lastNotificationId;      ///< none until a notification was handled
-    bool over = false;                            ///< Terminate has ended it
+    std::shared_ptr<XLXPCPartCacheMng> relations; ///< null until the types have been loaded
+    std::optional<ULONG> lastNotificationId;      ///< empty until a notification was handled
+    bool over = false;                            ///< set by Terminate
 };
 using XConnectionPtr = std::shared_ptr<XConnection>;
 
-/// Who has a connection: the manager, for its registries.
+/// The owner of the connection, the manager, as its registries see it.
 class XConnectionOwner {
 public:
-    /// The connection; null: there is none.
+    /// The connection, or null.
     XConnectionPtr Connection() const noexcept {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         return m_connection;
     }
-    /// The same; raises E_POINTER when there is none.
+    /// The connection; raises E_POINTER when there is none.
     XConnectionPtr Access(const char* method) const {
         XConnectionPtr connection = Connection();
         XLXError::CheckPointer(connection.get(), OLESTR("m_pConfigFactory"), LXManagerAt(method));
@@ -61,7 +61,7 @@ public:
 protected:
     ~XConnectionOwner() = default;
 
-    mutable XLeafMutex m_mutex; // guards the connection, and what it has that changes
+    mutable XLeafMutex m_mutex; // guards m_connection and the connection's mutable members
     XConnectionPtr m_connection;
 };
 

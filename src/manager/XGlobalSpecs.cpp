@@ -8,7 +8,7 @@ using Specs = std::vector<Spec>;
 constexpr ULONG SpecBatch = 500;
 constexpr int MemberPropertyId = 0;
 
-// What could not be fetched or wrapped stays missing until a notification comes.
+// Specs that could not be fetched or wrapped are missing until the next notification.
 Specs Fetch(const XConnection& server, std::exception_ptr& failure) {
     const LXErrorLocation at = LXManagerAt("InternalFillGlobalFormatSpecCache");
     Specs fresh;
@@ -28,7 +28,7 @@ Specs Fetch(const XConnection& server, std::exception_ptr& failure) {
     return fresh;
 }
 
-/// Specs that are replaced: who needs the newest asks again.
+/// Detaches the specs that a new set replaces. Callers that need current values get the specs again.
 void DetachAll(const Specs&, const std::shared_ptr<const Specs>& former) {
     if (former) {
         for (const Spec& spec : *former) {
@@ -47,8 +47,8 @@ XGlobalSpecs::Value XGlobalSpecs::InternalFillGlobalFormatSpecCache() {
     return specs;
 }
 
-// The ids that can be had without asking the server decide: of a removed spec it may know nothing any more. When none
-// is the one that was removed, one whose values are unread may be, and the set is read again.
+// Finds the removed spec by ids that are known without asking the server, which may no longer know the spec. When no
+// known id matches, it may be a spec whose values are unread; then the whole set becomes stale.
 HRESULT XGlobalSpecs::Remove(ILXConfigFactory& factory, XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id,
                              const LXErrorLocation& at) {
     if (id.empty()) {

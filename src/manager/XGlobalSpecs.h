@@ -5,22 +5,22 @@
 #include "LXGlobalAttributeFormatSpecCache.h"
 #include "XRegistry.h"
 
-/// The manager's global attribute format specs, in the server's order.
+/// The manager's global attribute format specs in the server's order.
 class XGlobalSpecs : public XRegistry<std::vector<XLXComPtr<XLXGlobalAttributeFormatSpecCache>>> {
 public:
     using XRegistry::XRegistry;
 
-    /// The specs, read from the server unless they are there; none when the server says that it has none, which is
-    /// kept. An enumeration that fails on the way is raised once, and leaves what came before as the whole. Null: the
-    /// thread is reading them already.
+    /// The specs, loaded on first use and after a notification. When the server has none, the empty set is cached. When
+    /// an enumeration fails part way, this call raises the failure, and the specs before it are cached as the set. Null
+    /// when the calling thread is already loading them.
     Value InternalFillGlobalFormatSpecCache();
 
-    /// Removes a spec on the server, and then here: this object, when it is known, and whichever has that id. What is
-    /// being read from the server at the moment is older.
+    /// Removes a spec on the server, then here: the given object, if it is one of ours, and the cached spec with this
+    /// id. Answers of the server that are still under way are older.
     HRESULT Remove(ILXConfigFactory& factory, XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id,
                    const LXErrorLocation& at);
 
-    /// Terminates the specs of a connection, and keeps nothing more.
+    /// Terminates the specs of a connection and accepts no more answers for it.
     void End(const XClockPtr& clock);
 };
 

@@ -5,16 +5,16 @@
 #include "XBrowserRegistry.h"
 #include "lxpcinfocache.h"
 
-/// The PC infos that every browser has for relations without a server object. There are two generations, which differ
-/// in whether they say of themselves that they are new. They mirror nothing on the server, so no notification concerns
-/// them; they are made once, when all browser ids are known.
+/// The PC infos that every browser has for relations without a server object. There are two sets, which differ only in
+/// whether the PC infos say that they are new. They mirror nothing on the server, so no notification concerns them.
+/// They are created once, from all browser ids.
 class XPCInfos : public XRegistry<XNameMap<XLXComPtr<XLXPCInfoCache>>> {
 public:
-    /// @param browsers  outlive the PC infos
+    /// @param browsers  must outlive this object
     XPCInfos(const XConnectionOwner& owner, XBrowserRegistry& browsers, XLockLevel level, bool areNew)
         : XRegistry(owner, level), m_browsers(browsers), m_areNew(areNew) {}
 
-    /// All of them, by browser. Null: the thread is reading the browser ids.
+    /// All PC infos by browser. Null when the calling thread is already loading the browser ids.
     Value Load();
 
 private:

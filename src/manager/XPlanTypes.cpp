@@ -19,7 +19,7 @@ XLXText TextOf(ILX_BaseDataObject& object, const OLECHAR* name) {
     return AttributeOf(object, name).AsText().value_or(XLXText());
 }
 
-/// The data objects of an enumeration that is asked for. Whatever fails is raised with the text.
+/// The data objects of an enumeration that the server returns. Every failure is raised with this text.
 Objects ObjectsOf(const char* method, const OLECHAR* failureText, auto&& ask) {
     Objects objects;
     XLXComPtr<IEnumBaseDataObject> found;
@@ -46,11 +46,11 @@ HRESULT ResetSearch(ILX_Query& query) {
     return query.ResetSearch(0);
 }
 
-/// The sets of plan types that are in force.
+/// The active sets of plan types.
 Objects MasterSets(ILX_Query& query) {
     constexpr const OLECHAR* failureText = OLESTR("the plan types cannot be searched");
     const auto check = [](HRESULT result) { XLXError::RaiseIfFailed(result, failureText, At()); };
-    // The query object keeps nothing of the search when it is over.
+    // Resets the search on every way out, so that the query object keeps no reference to it.
     const auto reset = [](ILX_Query* searched) {
         XLXError::LogFailure(OLESTR("the search for plan types cannot be reset"), At(),
                              [&] { XLXError::RaiseIfFailed(ResetSearch(*searched), OLESTR(""), At()); });
@@ -65,8 +65,8 @@ Objects MasterSets(ILX_Query& query) {
                      [&](IEnumBaseDataObject** out) { return query.GetSearchResult(out); });
 }
 
-// A plan type without a name, and a nameless one below it, are left out: there is nothing to find them by. The short
-// name that came last is that of all its relations.
+// Ignores plan types and children without a name, because nothing could find them. When a name comes twice, the last
+// short name applies to all its relations.
 void AddPlanType(ILX_BaseDataObject& object, XNameMap<Relations>& map) {
     const XLXText name = TextOf(object, OLESTR("configtypename"));
     if (name.empty()) { return; }

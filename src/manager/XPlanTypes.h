@@ -5,19 +5,19 @@
 #include "XCFGStringKey.h"
 #include "XRegistry.h"
 
-/// The plan types: types of the plans of the object database, with the relations to the types allowed below each. They
-/// are objects of the database, found with the query object, which is used by one thread at a time. A failing query is
-/// written to the logbook, and there are no plan types then; the next question asks again.
+/// The plan types: types of the plans of the object database, with the relations to the types allowed below each. The
+/// query object finds them in the database; one thread uses it at a time. A failing query is logged and answered as no
+/// plan types; it is not cached, so the next request asks again.
 class XPlanTypes : public XRegistry<XNameMap<std::vector<XRelationHost::PlanTypeRelation>>> {
 public:
     using XRegistry::XRegistry;
 
     bool IsPlanType(XLXTextView typeName);
-    /// The relations from a plan type to the types allowed below it; none for any other type.
+    /// The relations from a plan type to the types allowed below it; empty for any other type.
     std::vector<XRelationHost::PlanTypeRelation> RelationsOf(XLXTextView typeName);
 
 private:
-    /// Null: there are none.
+    /// Null when there are none.
     Value Loaded();
 };
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// What the manager loads of the server as a whole, at first use.
+// Data that the manager loads from the server as a whole, on first use.
 //
-// Threading  Any thread may call. The value never changes, and is replaced under the registry's lock; nothing is
-//            asked, terminated or released under it.
+// Threading  Thread-safe. The value is immutable and is replaced under the registry's lock. No call to the server, no
+//            Terminate and no Release happens under that lock.
 #ifndef XREGISTRY_H
 #define XREGISTRY_H
 
@@ -14,20 +14,20 @@ template <class T> class XRegistry {
 public:
     using Value = std::shared_ptr<const T>;
 
-    /// @param owner   outlives the registry
-    /// @param aspect  of the notifications that make the value stale; none: it is kept while the connection lasts
+    /// @param owner   must outlive the registry
+    /// @param aspect  the aspect that makes the value stale; none: the value is kept for the connection
     XRegistry(const XConnectionOwner& owner, XLockLevel level, std::optional<XAspect> aspect = std::nullopt)
         : m_owner(owner), m_aspect(aspect), m_loaded(level) {}
 
-    /// From now on answers of the connection with that clock are kept.
+    /// Accepts answers of the connection with this clock from now on.
     void Begin(const XClockPtr& clock) { m_loaded.Begin({clock, m_aspect}); }
-    /// Forgets what is of that connection, and keeps nothing more. Returns what was there.
+    /// Drops the value of that connection and accepts no more answers. Returns the dropped value.
     Value End(const XClockPtr& clock) { return m_loaded.End({clock, m_aspect}); }
 
 protected:
-    /// The value, fetched from the server unless it is fresh. Null: the thread is fetching it already.
-    /// @param fetch    T fetch(connection); what it raises passes
-    /// @param publish  as with XLoaded
+    /// The value, loaded from the server unless it is fresh. Null when the calling thread is already loading it.
+    /// @param fetch    T fetch(connection); exceptions pass through
+    /// @param publish  as in XLoaded
     Value Load(const char* method, auto&& fetch, auto&&... publish) {
         if (Value fresh = m_loaded.Fresh()) { return fresh; }
         return LoadFrom(*m_owner.Access(method), fetch, publish...);

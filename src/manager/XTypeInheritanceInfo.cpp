@@ -3,8 +3,8 @@
 
 #include <unordered_map>
 
-// A link that was refused because it would close a cycle is no base here either. A base that is named but not in the
-// map is entered too.
+// A link that was refused because it would close a cycle is ignored here too. A base that is named but is not in the
+// map is added.
 XTypeInheritanceInfo::Info::Info(const std::vector<XTypeMap::Map::value_type>& types) {
     std::unordered_map<const XLXTypeCache*, const XCFGStringKey*> nameOf;
     for (const auto& [name, entry] : types) {
@@ -36,7 +36,7 @@ XNameSet XTypeInheritanceInfo::Info::DerivedTypes(XLXTextView typeName) const {
     return found;
 }
 
-// The links have no cycles, but they were read one by one while types may have been linked anew; so it is counted.
+// The links have no cycles, but they are read one by one while types may be relinked. The count bounds the loop.
 std::vector<XLXTextView> XTypeInheritanceInfo::Info::BaseTypes(XLXTextView typeName) const {
     std::vector<XLXTextView> names;
     auto type = m_baseOf.find(typeName);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// Which type derives from which, taken from the types in the type map and their links.
+// The inheritance between types, derived from the type map and the types' links to their bases.
 //
-// Threading  Any thread may ask. The information is made anew, with no lock held, when the types changed since it was
-//            made. What is in use never changes.
+// Threading  Thread-safe. When the types have changed, the information is rebuilt with no lock held. Published
+//            information is immutable.
 #ifndef XTYPEINHERITANCEINFO_H
 #define XTYPEINHERITANCEINFO_H
 
@@ -13,30 +13,30 @@ class XTypeInheritanceInfo {
 public:
     explicit XTypeInheritanceInfo(const XTypeMap& types) : m_types(types) { m_info.Begin({&types}); }
 
-    /// What is known at one moment.
+    /// A snapshot of the inheritance.
     class Info {
     public:
         explicit Info(const std::vector<XTypeMap::Map::value_type>& types);
 
         bool IsKnown(XLXTextView typeName) const { return m_baseOf.contains(typeName); }
-        /// The direct and indirect derived types.
+        /// All types derived directly or indirectly.
         XNameSet DerivedTypes(XLXTextView typeName) const;
         /// The base types, nearest first.
         std::vector<XLXTextView> BaseTypes(XLXTextView typeName) const;
 
     private:
-        XNameMap<XCFGStringKey> m_baseOf; ///< every known type; the null key: no base
+        XNameMap<XCFGStringKey> m_baseOf; ///< all known types; the null key means no base
         XNameMap<XNameSet> m_derived;     ///< by direct base
     };
     using InfoPtr = std::shared_ptr<const Info>;
 
-    /// The information about the types as they are now.
+    /// The inheritance of the current types.
     InfoPtr Current();
-    /// Forgets what is known, of whichever connection it is.
+    /// Drops the information, whichever connection it is from.
     void End(const XClockPtr&) { m_info.Clear(); }
 
 private:
-    /// The type map's version is the time.
+    /// Uses the type map's version as the clock.
     struct Time {
         const XTypeMap* types = nullptr;
 

@@ -7,21 +7,21 @@
 
 #include <functional>
 
-/// A type on its way into the type map: a record of a bulk read, or a type of the server that is wrapped.
+/// A type to be entered into the type map: a record of a bulk read, or a server's type to be wrapped.
 struct XTypeRecord : XLXCFCDataTransfer::XILXTypeData {
     XLXText name;
-    LONG mode = 0;                ///< which components were asked for with the type
-    XLXComPtr<XLXTypeCache> made; ///< the new object, when the map has none of that name yet
-    XLXText baseName;             ///< empty: there is no base type, or its index is not explained
+    LONG mode = 0;                ///< the components that were requested with the type
+    XLXComPtr<XLXTypeCache> made; ///< the new object, when the map has no type of that name yet
+    XLXText baseName;             ///< empty: no base type, or the array does not resolve its index
 
-    /// Whether the record names a base by an index that its array does not explain.
+    /// Whether the record names its base only by an index that the array does not resolve.
     bool IsBaseMissing() const noexcept { return baseIndex != XLXCFCDataTransfer::NoBaseIndex; }
 };
 using XTypeRecords = std::vector<XTypeRecord>;
 
-/// Asks the server for types in bulk, in record order; nothing when it has nothing. Raises its failure, with the text,
-/// and what is wrong with the array.
-/// @param mode  which components are asked for with the types
+/// Asks the server for types in bulk and returns them in record order, or nothing when the server has none. Raises the
+/// server's failure with this text, and any fault of the array.
+/// @param mode  the components to request with the types
 std::optional<XTypeRecords> LXAskForTypes(const char* method, LONG mode, const OLECHAR* failureText,
                                           const LXErrorLocation& at, const std::function<HRESULT(SAFEARRAY**)>& ask);
 

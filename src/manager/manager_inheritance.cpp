@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// Questions about which type derives from which.
+// Queries for the inheritance between types.
 #include "lxconfigfactorycachemanager.h"
 
 namespace {
-/// Hands names out, in a buffer that the caller frees as he frees the names; S_FALSE, 0 and null for none.
+/// Returns the names in a buffer. The caller frees the buffer and each name. S_FALSE, 0 and null for no names.
 HRESULT HandOutNames(std::vector<XLXComBSTR> list, LONG* count, BSTR** names) {
     if (list.empty()) { return S_FALSE; }
     auto* const buffer = static_cast<BSTR*>(CoTaskMemAlloc(list.size() * sizeof(BSTR)));

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 //
-// What the manager does with a change notification: it advances the numbers of the connection's clock that the
-// notification concerns. Nothing that is cached is touched, and nobody is waited for; the next read asks the server.
+// Change notifications: they advance the connection's clock for the aspects that they concern. They touch no cached
+// data and wait for nobody; the next read asks the server.
 #include "lxconfigfactorycachemanager.h"
 
 namespace {
 constexpr const OLECHAR* SpecificDataType = OLESTR("cfc_specific");
 constexpr const OLECHAR* ForwardPrefix = OLESTR("cfc_forward/");
 
-// A notification is never refused for want of memory for its trace entry.
+// A failure to write the trace entry must not make the notification fail.
 void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind) noexcept {
     if (XLXError::TraceEnabled(LX_LOG_UPDATE)) {
         const LXErrorLocation at = LXManagerAt("DataObjectChanged");
@@ -36,7 +36,7 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR dataId, BSTR dataTy
             const std::lock_guard<XLeafMutex> lock(m_mutex);
             connection = m_connection;
             if (connection && connection->lastNotificationId == notification) {
-                return S_OK; // handled already
+                return S_OK; // already handled
             }
         }
         const XLXCFCMngImpl& impl = Impl("DataObjectChanged");
@@ -44,12 +44,13 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR dataId, BSTR dataTy
         const XLXTextView kind = id.hasKind ? id.kindText : XLXTextView();
         const LONG mode = impl.TranslateUpdateFlags(kind, id.mode);
         TraceUpdate(dataId, mode, kind);
-        bool isHandled = false; // not while nobody answers for relations
+        bool isHandled = false; // false while there is no relation manager
         if (connection) {
             const XAspectSet concerned = XNotificationRule::Concerned(id, mode);
             connection->clock->Advance(concerned);
             LXTraceInvalidated(concerned);
-            // In the connection that the notification came to: a late one records nothing in the next.
+            // The id is recorded in the connection that the notification came to, so that a late notification does not
+            // suppress one in the next connection.
             const std::lock_guard<XLeafMutex> lock(m_mutex);
             isHandled = connection->relations != nullptr;
             if (isHandled) { connection->lastNotificationId = notification; }
@@ -60,7 +61,7 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR dataId, BSTR dataTy
     });
 }
 
-// A config factory that is itself a cache receives the notification, marked as forwarded.
+// Forwards the notification, marked as forwarded, to a config factory that is itself a cache.
 HRESULT XLXConfigFactoryCacheManager::ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count,
                                                       tagLXUpdateInfo* info) const {
     const auto callback = ConfigFactory("DataObjectChanged").As<ILXCallbackUpdate>();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The registries of the whole configuration: browser ids, PC infos and global format specs.
+// The registries of data that belongs to no type: browser ids, PC infos and global format specs.
 #include "lxconfigfactorycachemanager.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the transient objects have in common: configuration objects without a server object behind them, whose
-// properties are a few fields and many constants.
+// The common part of transient objects: configuration objects without a server object, with a fixed table of properties
+// of which most are constant.
 #ifndef XLXTRANSIENTOBJECT_H
 #define XLXTRANSIENTOBJECT_H
 
@@ -14,7 +14,7 @@
 #include <mutex>
 #include <span>
 
-/// A property that a transient object has, with the value that it answers or starts with.
+/// A property of a transient object and its initial value.
 struct XTransientProperty {
     int index;
     VARTYPE type; ///< VT_I4, VT_BOOL, VT_R8 or VT_BSTR
@@ -31,15 +31,15 @@ struct XTransientProperty {
     }
 };
 
-/// What differs between the transient objects.
+/// The differences between the transient objects.
 struct XTransientFacts {
     std::span<const XTransientProperty> properties;
     LXErrorLocation get;
-    std::optional<LXErrorLocation> unknown; ///< of an index; none: it is refused with a bare code
+    std::optional<LXErrorLocation> unknown; ///< for an unknown index; none: only E_INVALIDARG is returned
 };
 
-/// An object whose life does not depend on the references to it. Each is a lock on the module, so that the object's
-/// code is there as long as somebody holds it. Any thread may call.
+/// Reference counting for objects whose lifetime does not depend on references. Each reference locks the module, so
+/// that the object's code stays loaded while somebody holds it. Thread-safe.
 template <class Derived, class Interface> class XModuleReferences : public XFaces<Derived, Interface> {
 public:
     ULONG STDMETHODCALLTYPE AddRef() override {
@@ -47,7 +47,7 @@ public:
         m_count.fetch_add(1, std::memory_order_relaxed);
         return Answer;
     }
-    /// One that was never added takes no lock away.
+    /// A Release without a matching AddRef does not unlock the module.
     ULONG STDMETHODCALLTYPE Release() override {
         ULONG count = m_count.load(std::memory_order_relaxed);
         while (count != 0 && !m_count.compare_exchange_weak(count, count - 1, std::memory_order_relaxed)) {}
@@ -59,13 +59,13 @@ protected:
     ~XModuleReferences() = default;
 
 private:
-    static constexpr ULONG Answer = 1; // no count, since callers must not conclude anything from it
+    static constexpr ULONG Answer = 1; // a constant, so that callers conclude nothing from it
 
     std::atomic<ULONG> m_count{0};
 };
 
-/// It answers its interface and IUnknown, and no callback. Any thread may call.
-/// @tparam Base  its face: an XUnknown, or an XModuleReferences
+/// Supports its own interface and IUnknown, but no callback. Thread-safe.
+/// @tparam Base  the interface's implementation: an XUnknown or an XModuleReferences
 template <class Base, EConfigElementKind kind> class XLXTransientObject : public XPropertyMethods<Base, kind> {
 public:
     static HRESULT RefuseNullFace() noexcept {
@@ -90,7 +90,7 @@ protected:
     }
     ~XLXTransientObject() = default;
 
-    /// The place of a property in the table; none of an unknown index.
+    /// The position of a property in the table, or nothing for an unknown index.
     std::optional<std::size_t> Find(int index) const noexcept {
         const auto found = std::ranges::find(m_facts.properties, index, &XTransientProperty::index);
         return found != m_facts.properties.end() ? std::optional<std::size_t>(found - m_facts.properties.begin())
@@ -100,7 +100,7 @@ protected:
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         return m_values[place].Copy();
     }
-    /// Replaces the value of a property that there is.
+    /// Replaces the value of a property. The property must exist.
     void Store(int index, XLXComVariant value) {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         std::swap(m_values[*Find(index)], value);
@@ -111,10 +111,10 @@ protected:
     }
 
     const XTransientFacts& m_facts;
-    mutable XLeafMutex m_mutex; // guards what the object has; nothing is called while it is held
+    mutable XLeafMutex m_mutex; // guards the object's mutable state; nothing is called while it is held
 
 private:
-    XLXVariantVector m_values; // in the order of the table
+    XLXVariantVector m_values; // in table order
 };
 
 #endif

@@ -12,7 +12,7 @@ HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName) {
     if (!typeName.empty()) {
         LXServerCall("ILX_BaseDataObject::IsDerivedFromType");
         if (object->IsDerivedFromType(XLXComBSTR(CompBaseType).Get()) != S_OK) {
-            return S_OK; // the name that the caller gave
+            return S_OK; // keep the name that the caller gave
         }
     }
     XLXComBSTR own;
@@ -23,7 +23,7 @@ HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName) {
 
 constexpr LXErrorLocation At(int line = LX_CURRENT_LINE) { return LXPCPartAt("GetSinglePCRelationByDO", line); }
 
-/// An attribute that must be a text; raises the text that says what is missing.
+/// An attribute that must be a non-empty text; otherwise raises E_INVALIDARG with failureText.
 XLXComBSTR TextAttribute(ILX_BaseDataObject& object, const OLECHAR* name, const OLECHAR* failureText,
                          const LXErrorLocation& at) {
     XLXComVariant value;
@@ -43,7 +43,7 @@ XLXComPtr<ILX_BaseDataObject> OtherEnd(ILX_BaseDataObject* relationship, ILX_Bas
     return other;
 }
 
-/// Whether a parent stands at the second end of a relationship.
+/// Whether the parent is the second end of the relationship.
 bool IsReverse(ILX_BaseDataObject& relationship, ILX_BaseDataObject* parent) {
     XLXComVariant first;
     XLXError::RaiseIfFailed(LXAskAttribute(relationship, OLESTR("relationobject1"), first), OLESTR("relationobject1"),

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What relations ask of the manager that they belong to.
+// The services that relations need from their manager.
 #ifndef XRELATIONHOST_H
 #define XRELATIONHOST_H
 
@@ -10,20 +10,20 @@
 
 #include <vector>
 
-/// Source name, scope and method of the manager's error locations.
+/// Source, scope and method of the manager's error locations.
 constexpr LXErrorLocation LXManagerAt(const char* method, int line = LX_CURRENT_LINE) {
     return {"lxconfigfactorycachemanager", "XLXConfigFactoryCacheManager", method, line};
 }
 
-/// The PC infos that every browser has for relations that exist in this process alone.
+/// The PC infos that every browser has for relations without a server object.
 class XPCInfoRegistry {
 public:
-    /// @param newRelations  which of the two generations is asked
+    /// @param newRelations  selects one of the two sets
     virtual HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) = 0;
     /// The PC info of exactly that browser; S_FALSE and null when there is none.
     virtual HRESULT InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations) = 0;
     virtual ULONG STDMETHODCALLTYPE Release() = 0;
-    /// Adds a reference unless the last one is gone already.
+    /// Adds a reference unless the count has reached 0.
     virtual bool TryAddRef() noexcept = 0;
 
 protected:
@@ -32,18 +32,18 @@ protected:
 
 class XRelationHost : public XPCInfoRegistry {
 public:
-    /// The config factory of the connection with that clock; raises E_POINTER when there is none any more.
+    /// The config factory of the connection with this clock; raises E_POINTER when that connection is over.
     virtual XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr& clock, const char* method) const = 0;
     /// The names of a type's base types, nearest first.
     virtual std::vector<XLXText> BaseTypeNames(XLXTextView typeName) = 0;
 
-    /// A relation that plan types allow below a type.
+    /// A relation that the plan types allow below a type.
     struct PlanTypeRelation {
         XLXText childType;
         XLXText nameShort;
     };
     virtual std::vector<PlanTypeRelation> InternalGetPlantypeRelations(XLXTextView parentType) = 0;
-    /// A link for relations that may outlive the host.
+    /// A weak link to the host, for relations that may outlive it.
     virtual const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept = 0;
 
 protected:

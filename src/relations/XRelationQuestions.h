@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// The manager's questions about relations, answered by the relation manager of its connection. Configuration names do
-// not matter.
+// The manager's methods that query relations. They check their arguments and ask the relation manager of the
+// connection. Parameters with configuration names are ignored.
 //
-// Errors     Null pointers raise E_POINTER, missing names E_INVALIDARG. Enumerations of nothing are S_FALSE and null.
+// Errors     Null pointers raise E_POINTER, missing names E_INVALIDARG. Empty enumerations are S_FALSE and null.
 #ifndef XRELATIONQUESTIONS_H
 #define XRELATIONQUESTIONS_H
 
@@ -13,7 +13,7 @@
 
 #include <initializer_list>
 
-/// @tparam Bases  bring ILXConfigFactoryCache and ILXConfigFactory
+/// @tparam Bases  must include ILXConfigFactoryCache and ILXConfigFactory
 template <class... Bases> class XRelationQuestions : public Bases... {
     using Object = ILX_BaseDataObject;
     using Enum = ILXParentChildEnum;
@@ -34,7 +34,8 @@ public:
                                          Enum** out) override {
         return Enumerate("GetPCEnum2", out, {object, nullptr, typeName, browserId, filter});
     }
-    /// With the relations of the base types. Any success of the object's other than S_OK is the answer.
+    /// Includes the relations of the base types. When the object answers with a success code other than S_OK, that code
+    /// is returned.
     HRESULT STDMETHODCALLTYPE GetPCEnumAll(Object* object, BSTR typeName, BSTR browserId, LONG filter,
                                            Enum** out) override {
         LXEmptyOut(out);
@@ -123,14 +124,14 @@ public:
 protected:
     ~XRelationQuestions() = default;
 
-    /// The relation manager of the connection; raises E_POINTER when there is none.
+    /// The connection's relation manager; raises E_POINTER when there is none.
     virtual std::shared_ptr<XLXPCPartCacheMng> RelationManager(const char* method) const = 0;
 
 private:
-    /// What an enumeration is to hold: the relations of a type as parent, or of an object's.
+    /// Selects the relations to enumerate: those with this parent type, or the type of this parent object.
     struct Selection {
         Object* parent;
-        Object* child; ///< null: to any type
+        Object* child; ///< null: any child type
         BSTR parentType = nullptr;
         BSTR browserId = nullptr;
         LONG filter = LXPCF_NONE;
@@ -148,18 +149,18 @@ private:
         if (LXBstrView(text).empty()) { XLXError::Raise(E_INVALIDARG, failureText, at); }
     }
 
-    /// Runs one question of the relation manager.
+    /// Runs a query of the relation manager.
     template <class Question> HRESULT Ask(const char* method, Question&& question) const {
         return XLXError::Guarded(LXManagerAt(method), [&]() -> HRESULT { return question(*RelationManager(method)); });
     }
-    /// The same with an out pointer, which is nulled first: there may be nobody to ask.
+    /// The same with an out pointer. It is nulled first, because finding the relation manager may fail.
     template <class Out, class Question> HRESULT Ask(const char* method, Out** out, Question&& question) const {
         LXEmptyOut(out);
         return Ask(method, std::forward<Question>(question));
     }
 
-    /// Asks about the types at the ends that are selected: question(relations, ends). Any success of an object's other
-    /// than S_OK is the answer.
+    /// Queries relations between the selected ends: question(relations, ends). When an object answers with a success
+    /// code other than S_OK, that code is returned.
     HRESULT AskBetween(const char* method, const Selection& selection, const LXErrorLocation& at,
                        std::initializer_list<Required> required, auto&& question) const {
         return Ask(method, [&](auto& relations) {

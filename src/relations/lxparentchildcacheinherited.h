@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// A relation that a derived type inherits from a relation of a base type.
+// A relation of a derived type, inherited from a relation of a base type.
 //
-// Ownership  It keeps the relation that it inherits from alive.
-// Threading  Any thread may call; the two names are set before the relation is handed out.
+// Ownership  Holds a reference to the base relation.
+// Threading  Thread-safe; the creator sets both names before it returns the relation to a client.
 #ifndef LXPARENTCHILDCACHEINHERITED_H
 #define LXPARENTCHILDCACHEINHERITED_H
 
@@ -13,14 +13,14 @@
 
 #include <concepts>
 
-/// It answers its own parent and child name, and hands everything else to the base relation: writes too, so that they
-/// change the relation that is inherited.
+/// Has its own parent and child names and forwards everything else to the base relation. Writes are forwarded too, so
+/// they change the base relation.
 class XLXParentChildCacheInherited final
     : public XPropertyMethods<XUnknown<XLXParentChildCacheInherited, ILXParentChild>, EConfigElementKind::Relation> {
 public:
     /// @param base  the relation to inherit from
     explicit XLXParentChildCacheInherited(XLXComPtr<ILXParentChild> base);
-    /// @param inherited  a relation that is itself inherited: the new one inherits from the one at its root
+    /// @param inherited  an inherited relation; the new one inherits from the same base relation
     template <std::same_as<XLXParentChildCacheInherited> Self>
     explicit XLXParentChildCacheInherited(const XLXComPtr<Self>& inherited)
         : XLXParentChildCacheInherited(inherited->m_base) {}
@@ -41,7 +41,7 @@ public:
         return m_base->GetPCInfo(bstrBrowserId, ppPCInfo);
     }
 
-    // For the creator
+    // For the creator:
     void SetNames(XLXTextView parentName, XLXTextView childName) {
         m_parentName = parentName;
         m_childName = childName;

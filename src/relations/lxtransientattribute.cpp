@@ -3,7 +3,7 @@
 
 namespace {
 constexpr int MemberName = 0;
-constexpr int MemberConstantText = 41; // writes to it are taken and forgotten
+constexpr int MemberConstantText = 41; // writes are accepted and ignored
 
 // clang-format off
 constexpr XTransientProperty Properties[] = {

@@ -4,13 +4,13 @@
 
 #include "XLXTransientObject.h"
 
-/// An attribute without a server object. Its references are counted, since it is made for its caller.
+/// An attribute without a server object. It is created for its caller and reference counted.
 class XLXTransientAttribute final
     : public XLXTransientObject<XUnknown<XLXTransientAttribute, ILXAttribute>, EConfigElementKind::Attribute> {
 public:
     explicit XLXTransientAttribute(XLXTextView name);
 
-    /// Converts the value to the property's type; one that cannot be converted is refused.
+    /// Converts the value to the property's type; raises when that is impossible.
     HRESULT STDMETHODCALLTYPE SetProperty(int iLXCF_Member, VARIANT varValue) override;
     HRESULT STDMETHODCALLTYPE AddAttributeType(ILXAttributeType** out) override { return LXNotOffered(out); }
     HRESULT STDMETHODCALLTYPE RemoveAttributeType(ILXAttributeType*, LONG*) override { return E_NOTIMPL; }

@@ -26,17 +26,17 @@ constexpr LXErrorLocation At(const char* method, int line = LX_CURRENT_LINE) {
 
 constexpr XTransientFacts Facts{Properties, At("Get", 67), std::nullopt};
 
-/// The properties that callers may write, as in Names.
+/// The writable properties, in the order of Names.
 constexpr std::array Written{LXRM_PARENTNAME, LXRM_CHILDNAME, LXRM_NAMESHORT};
 
-/// All transient relations of the module, by manager (null: nobody's), names and flag.
+/// All transient relations of the module, by manager (null: unowned), names and flag.
 struct Pool {
     using Key = std::tuple<const XRelationHost*, XLXTransientPC::Names, bool>;
 
     XLeafMutex mutex; // guards the relations
     std::multimap<Key, std::unique_ptr<XLXTransientPC>> relations;
 
-    /// Gives what belongs to a manager, or to nobody, to another one.
+    /// Changes the owner of a relation.
     auto Reassign(decltype(relations)::const_iterator relation, const XRelationHost* host) {
         auto node = relations.extract(relation);
         std::get<0>(node.key()) = host;
@@ -81,7 +81,7 @@ XLXTransientPC::XLXTransientPC(Owner owner, const Names& names, bool flag) : XLX
     Renew(std::move(owner), names);
 }
 
-// What a caller wrote into a relation does not reach the next one who is given it.
+// Resets the names, because a previous caller may have written to the relation.
 void XLXTransientPC::Renew(Owner owner, const Names& names) {
     for (std::size_t i = 0; i < names.size(); ++i) {
         Store(Written[i], XLXComVariant::FromBstr(names[i]));
@@ -102,7 +102,7 @@ HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue) {
     });
 }
 
-// The link is copied first: the reference that it gives may be the last one, and is released with no lock held.
+// The link is copied first: its reference may be the last one and must be released with no lock held.
 HRESULT XLXTransientPC::AskOwner(const char* method, const OLECHAR* outName, auto** out, auto&& ask) const {
     return LXAnswer(At(method), outName, out, [&]() -> HRESULT {
         Owner link;

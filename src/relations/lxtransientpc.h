@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// A relation that exists in this process alone: what plan types allow.
+// A relation without a server object, which exists because plan types allow it.
 //
-// Ownership  Its life does not depend on references. There is one for each manager, parent, child, short name and
-//            flag, and it lives as long as the module is loaded; each reference keeps the module loaded. When its
-//            manager goes, the next manager that needs such a relation takes it over.
-// Threading  Any thread may call.
+// Ownership  Its lifetime does not depend on references. There is one for each manager, parent, child, short name and
+//            flag. It lives until the module is unloaded, and each reference keeps the module loaded. When its manager
+//            is destroyed, the next manager that needs such a relation reuses it.
+// Threading  Thread-safe.
 #ifndef LXTRANSIENTPC_H
 #define LXTRANSIENTPC_H
 
@@ -20,7 +20,7 @@ public:
     using Owner = XWeakLink<XPCInfoRegistry>;
 
     using Names = std::array<XLXText, 3>; ///< parent, child and short name
-    /// The child list of all of them, whatever is written to it.
+    /// The child list of all transient relations. Writes to it are ignored.
     static constexpr const OLECHAR* ChildList = OLESTR("nodes");
 
     XLXTransientPC(Owner owner, const Names& names, bool flag);
@@ -28,7 +28,7 @@ public:
     /// The relation with these names.
     static XLXComPtr<ILXParentChild> For(const XRelationHost& host, XLXTextView parent,
                                          const XRelationHost::PlanTypeRelation& relation, bool flag);
-    /// A manager goes: its relations answer no PC infos any more, and wait for the next one.
+    /// Call when a manager is destroyed. Its relations no longer return PC infos, and other managers may reuse them.
     static void Disown(const XRelationHost& host) noexcept;
 
     // ILXConfigObject
@@ -42,11 +42,11 @@ public:
 
 private:
     void Renew(Owner owner, const Names& names);
-    /// Answers with what the manager answers: ask(manager).
+    /// Returns what ask(manager) returns.
     HRESULT AskOwner(const char* method, const OLECHAR* outName, auto** out, auto&& ask) const;
 
-    Owner m_owner;     // guarded as the values are
-    const bool m_flag; // which generation of PC infos answers
+    Owner m_owner;     // guarded like the values
+    const bool m_flag; // selects the set of PC infos
 };
 
 #endif

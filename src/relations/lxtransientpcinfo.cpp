@@ -6,7 +6,7 @@ constexpr int MemberBrowser = 1;
 constexpr int MemberIsNew = 6;
 constexpr int MemberCount = 10;
 
-// Index 8 has no answer; in a cached PC info it is 0.
+// Index 8 is missing; in a cached PC info it is 0.
 constexpr XTransientProperty Properties[] = {
     {0, VT_BSTR},  {MemberBrowser, VT_BSTR}, {2, VT_I4, 0}, {3, VT_BSTR}, {4, VT_I4, 1},
     {5, VT_I4, 1}, {MemberIsNew, VT_I4, 0},  {7, VT_I4, 0}, {9, VT_BSTR}};

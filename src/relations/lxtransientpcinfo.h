@@ -4,19 +4,19 @@
 
 #include "XLXTransientObject.h"
 
-/// A PC info without a server object; read-only. It lives as long as its creator keeps it, whoever has references to
-/// it; they keep the module loaded.
+/// A PC info without a server object; read-only. Its creator owns it. References do not prolong its life, but they keep
+/// the module loaded.
 class XLXTransientPCInfo final
     : public XLXTransientObject<XModuleReferences<XLXTransientPCInfo, ILXPCInfo>, EConfigElementKind::PCInfo> {
 public:
-    /// @param isNew  answered as the property that says so
+    /// @param isNew  the value of the property that says whether it is new
     XLXTransientPCInfo(XLXTextView browserId, bool isNew);
 
     HRESULT STDMETHODCALLTYPE Set(BSTR, VARIANT) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE SetProperty(int, VARIANT) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE dummy() override { return E_NOTIMPL; }
 
-    /// All ten values of such a PC info, for a cached one that is to show the same.
+    /// All ten values of such a PC info, to initialise an equivalent cached one.
     static XLXVariantVector Values(XLXTextView browserId, bool isNew);
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The error library's own module: plain functions only, so that each user of it may bring its own runtime.
+// The error library's own module. It exports plain functions only, so each user may have its own C++ runtime.
 #include "LXError32.h"
 
 #include "XLXComPtr.h"
@@ -28,17 +28,17 @@ struct Sink {
 };
 
 struct Logbook {
-    std::mutex mutex; // guards sink; a leaf, nothing is called while it is held
+    std::mutex mutex; // guards sink; a leaf: nothing is called while it is held
     std::shared_ptr<const Sink> sink;
     std::atomic<LONG> wanted{static_cast<LONG>(DefaultCategories)};
 };
 
-/// It is never destroyed, since a thread may still write while the process ends; at the end it only drops its sink.
+/// Never destroyed, because other threads may still log during process exit. The destructor only drops the sink.
 union ImmortalLogbook {
     Logbook logbook;
     ImmortalLogbook() : logbook{} {}
     ~ImmortalLogbook() {
-        // Other threads may have been ended with the mutex held.
+        // A thread that was terminated may have held the mutex.
         if (const std::unique_lock<std::mutex> lock(logbook.mutex, std::try_to_lock); lock.owns_lock()) {
             logbook.sink.reset();
             logbook.wanted.store(static_cast<LONG>(DefaultCategories), std::memory_order_relaxed);
@@ -99,12 +99,12 @@ void STDMETHODCALLTYPE LXErrorSetLogSink(LXLogSink pSink, void* pContext, ULONG 
                              std::memory_order_relaxed);
     }
     next.reset();
-    while (!previous.expired()) // a writer inside the replaced sink holds the last shares of it
+    while (!previous.expired()) // a writer inside the replaced sink holds a reference to it
     {
         std::this_thread::yield();
     }
 } catch (...) {
-    // Out of memory: the sink stays as it was.
+    // Out of memory: keep the previous sink.
 }
 
 void STDMETHODCALLTYPE LXErrorWriteLog(const LXLogEntry* pEntry) try {
@@ -126,7 +126,7 @@ void STDMETHODCALLTYPE LXErrorWriteLog(const LXLogEntry* pEntry) try {
         DefaultSink(entry);
     }
 } catch (...) {
-    // Reporting an error must not make another.
+    // Reporting an error must not raise another.
 }
 
 const LONG* STDMETHODCALLTYPE LXErrorWantedCategories(void) {

@@ -14,7 +14,7 @@ void Widen(XLXText& to, const char* ascii) {
     }
 }
 
-/// The widened text of an exception; it stands in text, unless there is no memory for it.
+/// The exception's text, widened into text. Without memory it is a fixed text.
 const OLECHAR* WhatOf(const std::exception& error, XLXText& text) noexcept {
     try {
         Widen(text, error.what());
@@ -22,8 +22,8 @@ const OLECHAR* WhatOf(const std::exception& error, XLXText& text) noexcept {
     } catch (...) { return OutOfMemoryText; }
 }
 
-/// Calls use(code, text, location), which raises nothing, for the exception in flight. This is the one translator:
-/// every kind of exception has one fixed answer, given here.
+/// Calls use(code, text, location) for the current exception; use must not raise. This is the only place that maps
+/// exceptions to codes and texts.
 template <class Use> auto Translate(const LXErrorLocation& at, Use&& use) noexcept {
     try {
         throw;
