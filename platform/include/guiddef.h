@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Identifiers: 16 bytes, compared byte by byte.
+// GUIDs: 16 bytes, compared bytewise.
 #ifndef LXPLATFORM_GUIDDEF_H
 #define LXPLATFORM_GUIDDEF_H
 

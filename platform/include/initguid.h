@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Makes DEFINE_GUID define what it names, in the file that includes this.
+// Makes DEFINE_GUID emit definitions in the file that includes this header.
 #ifndef INITGUID
 #define INITGUID
 #endif

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// Class objects, their modules, task memory and identifiers as text.
+// Class objects, their modules, task memory, and GUIDs as text.
 //
-// Threading  Every function may be called from any thread. Apartments are entered and left, but every call is direct:
-//            objects are called on the thread that calls them.
+// Threading  Thread-safe. Apartments are counted but have no effect: every call is a direct call on the caller's
+//            thread.
 #ifndef LXPLATFORM_OBJBASE_H
 #define LXPLATFORM_OBJBASE_H
 

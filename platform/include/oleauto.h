@@ -2,10 +2,10 @@
 //
 // Functions over BSTR, VARIANT, SAFEARRAY and the calling thread's error information.
 //
-// Ownership  As on the other platform: what a function puts out belongs to the caller.
-// Threading  Every function may be called from any thread; one value is for one writer at a time. Error information
-//            is per thread.
-// Errors     Result codes only; nothing is raised.
+// Ownership  As on Windows: the caller owns what a function returns.
+// Threading  Every function may be called from any thread. A value must not be used by others while one thread writes
+//            it. Error information is per thread.
+// Errors     Result codes only; no exceptions.
 #ifndef LXPLATFORM_OLEAUTO_H
 #define LXPLATFORM_OLEAUTO_H
 

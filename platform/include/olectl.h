@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What a module exports to be registered.
+// The registration exports of a module.
 #ifndef LXPLATFORM_OLECTL_H
 #define LXPLATFORM_OLECTL_H
 

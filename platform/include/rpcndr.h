@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What generated interface headers are written with. There is no remoting here.
+// The macros and types that generated interface headers use. There is no remoting here.
 #ifndef LXPLATFORM_RPCNDR_H
 #define LXPLATFORM_RPCNDR_H
 

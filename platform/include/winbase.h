@@ -6,8 +6,8 @@
 
 #include <windef.h>
 
-/* A slim lock, shared or exclusive, not recursive: 8 bytes, all zero when free, nothing to delete. A waiting
- * writer is not overtaken by readers that come after it. */
+/* A slim reader-writer lock; not recursive. It has 8 bytes, which are zero when the lock is free, and needs no clean-up.
+ * A waiting writer is not overtaken by readers that arrive later. */
 typedef union _RTL_SRWLOCK {
     ULONG lxState;
     PVOID Ptr; /* for the size */

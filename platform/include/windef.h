@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The base types. Their widths are those of the other platform: LONG has 32 bits, text has 16 bits a character.
+// The base types, with the widths that they have on Windows: LONG has 32 bits, characters have 16.
 #ifndef LXPLATFORM_WINDEF_H
 #define LXPLATFORM_WINDEF_H
 

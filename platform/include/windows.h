@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The whole platform layer. Names, layouts and results are those of the other platform; each header here has the part
-// that the component, its server and their tests call.
+// The platform layer's umbrella header. Names, layouts and results are those of Windows. Each header declares the part
+// that the component, its server and their tests use.
 #ifndef LXPLATFORM_WINDOWS_H
 #define LXPLATFORM_WINDOWS_H
 

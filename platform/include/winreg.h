@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The registry: a hive in memory, of this process alone. Names are compared without regard to the case of ASCII
-// letters. A key that was opened must be closed.
+// The registry: an in-memory hive of this process. Names are compared ignoring the case of ASCII letters. Every opened
+// key must be closed.
 #ifndef LXPLATFORM_WINREG_H
 #define LXPLATFORM_WINREG_H
 

@@ -4,10 +4,10 @@
 
 #include <cstddef>
 
-/// Whether an allocation may be made now.
+/// Whether the allocation gate lets an allocation succeed.
 bool LXMayAllocate() noexcept;
 
-/// Zeroed memory for std::free; null when there is none.
+/// Zeroed memory, to be freed with std::free; null when there is none.
 void* LXAllocate(std::size_t count, std::size_t size) noexcept;
 
 #endif

@@ -9,8 +9,7 @@
 #include <string>
 
 namespace {
-// In front of the text stands its length in bytes, right before the first character; the other half of the prefix
-// keeps the text aligned.
+// The length in bytes stands directly before the first character. The other half of the prefix keeps the text aligned.
 struct Prefix {
     DWORD unused;
     DWORD bytes;
@@ -23,10 +22,10 @@ Prefix* PrefixOf(BSTR text) { return reinterpret_cast<Prefix*>(text) - 1; }
 
 UINT Length(const OLECHAR* text) { return static_cast<UINT>(std::char_traits<OLECHAR>::length(text)); }
 
-/// A string of so many bytes, a closing zero behind them; without source its content is zero.
+/// A string of this many bytes, followed by a terminating zero. Without a source it is filled with zeros.
 BSTR Allocate(const void* source, UINT bytes) {
     if (bytes > g_longest) { return nullptr; }
-    // An odd number of bytes is followed by three zero bytes, so that a whole zero character ends it.
+    // An odd number of bytes is followed by three zero bytes, so that a whole zero character terminates it.
     const std::size_t room = sizeof(Prefix) + bytes + (bytes & 1) + sizeof(OLECHAR);
     void* const block = LXAllocate(1, room);
     if (block == nullptr) { return nullptr; }

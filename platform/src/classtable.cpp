@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// Class objects: those that the process registered, and those that modules hand out which the registry names.
+// Class objects: those that the process registered, and those of modules that the registry names.
 //
-// One mutex guards the table of class objects, the list of modules and the counts of apartments. No class object and
+// One mutex guards the table of class objects, the list of modules and the apartment counts. No class object and no
+// module is called while it is held.
 // no module is called while it is held.
 #include <objbase.h>
 #include <winbase.h>
@@ -22,29 +23,29 @@ constexpr ULONGLONG g_unloadDelay = 10 * 60 * 1000; // milliseconds
 struct ClassObject {
     CLSID id;
     DWORD context;
-    IUnknown* object; // counted
+    IUnknown* object; // one reference
 };
 
 struct Module {
     std::u16string path;
     HMODULE handle;
-    bool atOnce;             // unload it as soon as it can go
-    int users = 0;           // calls in DllGetClassObject
-    bool closing = false;    // somebody asks it whether it can go
-    ULONGLONG idleSince = 0; // when it first said that it can go; 0 when it did not
+    bool atOnce;             // unload without the usual delay
+    int users = 0;           // calls to its DllGetClassObject in progress
+    bool closing = false;    // a thread is calling its DllCanUnloadNow
+    ULONGLONG idleSince = 0; // when it first agreed to be unloaded; 0: it did not
 };
 
 struct Tables {
     std::mutex mutex;
-    std::condition_variable moduleKept; // a module said that it cannot go, or went
+    std::condition_variable moduleKept; // a module was kept or unloaded
     std::map<DWORD, ClassObject> classes;
     std::list<Module> modules;
     DWORD lastCookie = 0;
-    ULONG multithreaded = 0; // initialisations, over all threads
+    ULONG multithreaded = 0; // initialisations of all threads
     ULONG initialisations = 0;
 };
 
-/// Lives until the process ends: objects that are destroyed at exit may still ask.
+/// Never destroyed, because objects that are destroyed at exit may still use it.
 Tables& TheTables() {
     static Tables& tables = *new Tables;
     return tables;
@@ -58,7 +59,7 @@ thread_local Apartment t_apartment;
 
 bool IsInitialised(const Tables& tables) { return t_apartment.initialisations != 0 || tables.multithreaded != 0; }
 
-/// The object registered for a class, counted; null when there is none.
+/// The object registered for a class, with a reference added; null when there is none.
 IUnknown* FindClassObject(Tables& tables, REFCLSID id, DWORD context) {
     for (const auto& [cookie, entry] : tables.classes) {
         if (entry.id == id && (entry.context & context) != 0) {
@@ -69,7 +70,7 @@ IUnknown* FindClassObject(Tables& tables, REFCLSID id, DWORD context) {
     return nullptr;
 }
 
-/// A text value of an open key; empty when it has none.
+/// A text value of an open key; empty when it does not exist.
 std::u16string TextValue(HKEY key, const OLECHAR* name) {
     DWORD size = 0;
     if (RegQueryValueExW(key, name, nullptr, nullptr, nullptr, &size) != ERROR_SUCCESS) { return {}; }
@@ -83,7 +84,7 @@ struct Server {
     bool atOnce = false;
 };
 
-/// What the registry says of a class.
+/// The registry's entry of a class.
 Server ServerOf(REFCLSID id) {
     OLECHAR text[39];
     StringFromGUID2(id, text, 39);
@@ -96,8 +97,8 @@ Server ServerOf(REFCLSID id) {
     return server;
 }
 
-/// The loaded module of a server, loading it when it is not there; null when it cannot be loaded. Its users are one
-/// more. The loader is called without the mutex, since it runs the module's own code.
+/// The server's module with its user count incremented; loads it if necessary. Null when it cannot be loaded. The
+/// loader is called without the mutex, because it runs the module's code.
 Module* UseModule(Tables& tables, const Server& server) {
     std::unique_lock lock(tables.mutex);
     for (bool again = true; again;) {
@@ -137,7 +138,7 @@ HRESULT GetFromModule(Tables& tables, REFCLSID id, REFIID riid, LPVOID* ppv) {
     return result;
 }
 
-/// Asks one module that nobody uses whether it can go, and unloads it when it has waited long enough.
+/// Asks an unused module whether it can be unloaded, and unloads it when the delay has passed.
 void TryUnload(Tables& tables, std::list<Module>::iterator module, DWORD delay) {
     const auto canUnload = Export<LPFNCANUNLOADNOW>(module->handle, "DllCanUnloadNow");
     const bool idle = canUnload != nullptr && canUnload() == S_OK;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Error information: one slot in each thread, and the object that fills it.
+// Error information: a slot in each thread, and the error object.
 #include <oleauto.h>
 
 #include <atomic>
@@ -8,7 +8,7 @@
 #include <utility>
 
 namespace {
-/// A string that belongs to an error object.
+/// A string that an error object owns.
 class Text {
 public:
     Text() = default;
@@ -95,7 +95,7 @@ private:
     Text m_helpFile;
 };
 
-/// The thread's slot; a thread that ends lets go of what it holds.
+/// The thread's slot. Its destructor releases the error object when the thread ends.
 struct Slot {
     IErrorInfo* info = nullptr;
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The identifiers of the platform's interfaces, and identifiers as text.
+// The GUIDs of the platform's interfaces, and conversion of GUIDs to and from text.
 #include <objbase.h>
 #include <oleauto.h>
 #include <winreg.h>
@@ -28,7 +28,7 @@ int Digit(OLECHAR character) {
     return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
 }
 
-/// Reads so many digits; false when one of them is none.
+/// Reads this many hexadecimal digits; false when a character is not one.
 bool ReadHex(const OLECHAR*& text, int digits, uint32_t& value) {
     value = 0;
     for (; digits > 0; --digits, ++text) {

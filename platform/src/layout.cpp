@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The layouts that both platforms share. The tests compile this file on the other platform too.
+// The layouts that must match Windows. The tests compile this file on Windows too.
 #include <windows.h>
 
 #include <oleauto.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// The slim lock is one 32-bit word; who must wait sleeps in the kernel on that word. A shared request goes in when no
-// writer holds the lock and none waits. One that slept and was woken by a leaving writer goes in before the next
-// writer, so that neither side shuts the other out.
+// The slim lock is one 32-bit word; waiting threads sleep on it with a futex. A shared request succeeds when no writer
+// holds the lock and none waits. A shared request that was woken by a departing writer goes before the next writer, so
+// neither side starves the other.
 #include <winbase.h>
 
 #include <atomic>
@@ -16,21 +16,21 @@ namespace {
 using Word = std::atomic_ref<ULONG>;
 
 constexpr ULONG g_writer = 0x80000000;        // held exclusively
-constexpr ULONG g_readersSleep = 0x40000000;  // shared requests sleep
-constexpr ULONG g_waitingWriter = 0x00010000; // one exclusive request that waits
+constexpr ULONG g_readersSleep = 0x40000000;  // shared requests are sleeping
+constexpr ULONG g_waitingWriter = 0x00010000; // one waiting exclusive request
 constexpr ULONG g_waitingWriters = 0x3FFF0000;
-constexpr ULONG g_readers = 0x0000FFFF; // shared holders
+constexpr ULONG g_readers = 0x0000FFFF; // number of shared holders
 
 constexpr ULONG g_wakeReaders = 1;
 constexpr ULONG g_wakeWriters = 2;
 
-/// Sleeps while the word has the value. True when another thread woke this one.
+/// Sleeps while the word has this value. Returns true when another thread woke this one.
 bool SleepWhile(SRWLOCK* lock, ULONG value, ULONG who) {
     return syscall(SYS_futex, &lock->lxState, FUTEX_WAIT_BITSET_PRIVATE, value, nullptr, nullptr, who) == 0;
 }
 
-// The lock may be gone already when this is called: its address is not read here, and a wake-up without a sleeper
-// does nothing.
+// The lock may already have been freed when this is called. Its memory is not accessed here, and a wake-up without a
+// sleeper has no effect.
 void Wake(SRWLOCK* lock, int count, ULONG who) {
     syscall(SYS_futex, &lock->lxState, FUTEX_WAKE_BITSET_PRIVATE, count, nullptr, nullptr, who);
 }

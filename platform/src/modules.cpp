@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Loaded modules. A module handle is the loader's own handle, which is also the loader's record of the module.
+// Loaded modules. A module handle is the dynamic loader's handle, which is also its link_map.
 #include <winbase.h>
 #include <winerror.h>
 
@@ -12,7 +12,7 @@
 #include <string>
 
 namespace {
-/// UTF-8 of a path; paths here are made of whole characters.
+/// A path in UTF-8. Surrogates in paths are always paired.
 std::string Narrow(const OLECHAR* text) {
     std::string result;
     for (; *text != 0; ++text) {
@@ -30,7 +30,7 @@ std::string Narrow(const OLECHAR* text) {
     return result;
 }
 
-/// UTF-16 of a path that the system gave.
+/// A path of the system in UTF-16.
 std::u16string Widen(const std::string& text) {
     std::u16string result;
     for (std::size_t i = 0; i < text.size();) {
@@ -49,7 +49,7 @@ std::u16string Widen(const std::string& text) {
     return result;
 }
 
-/// The full path of a module; of the program when its record has no name.
+/// A module's full path. A module without a name is the program itself.
 std::string PathOf(HMODULE module) {
     const char* name = module == nullptr ? "" : reinterpret_cast<const link_map*>(module)->l_name;
     const std::unique_ptr<char, void (*)(void*)> path(realpath(*name == 0 ? "/proc/self/exe" : name, nullptr),

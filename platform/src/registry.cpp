@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The registry hive of this process. One mutex guards all keys and values; nothing is called while it is held.
+// This process's registry hive. One mutex guards all keys and values; no foreign code is called while it is held.
 #include <winerror.h>
 #include <winreg.h>
 
@@ -22,7 +22,7 @@ char16_t Fold(char16_t letter) {
     return letter >= u'a' && letter <= u'z' ? static_cast<char16_t>(letter - u'a' + u'A') : letter;
 }
 
-/// The order of names: without regard to the case of ASCII letters.
+/// Orders names ignoring the case of ASCII letters.
 struct NameOrder {
     bool operator()(const Name& left, const Name& right) const {
         return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end(),
@@ -38,28 +38,28 @@ struct Value {
 struct Node {
     std::map<Name, std::shared_ptr<Node>, NameOrder> children;
     std::map<Name, Value, NameOrder> values;
-    bool deleted = false; // taken out of the tree, but opened by somebody
+    bool deleted = false; // removed from the tree while still open
 };
 using NodePtr = std::shared_ptr<Node>;
 
-/// The three roots, in the order of their handles.
+/// The three root keys in the order of their handles.
 struct Hive {
     std::mutex mutex; // guards every node
     const NodePtr roots[3] = {std::make_shared<Node>(), std::make_shared<Node>(), std::make_shared<Node>()};
 };
 
-/// Lives until the process ends: what is destroyed at exit may still look something up.
+/// Never destroyed, because objects that are destroyed at exit may still use the registry.
 Hive& TheHive() {
     static Hive& hive = *new Hive;
     return hive;
 }
 
-/// The number of a root key; anything else than 0, 1 and 2 is none.
+/// The index of a root key. Any result other than 0, 1 and 2 means that it is no root key.
 ULONG_PTR RootNumber(HKEY key) {
     return reinterpret_cast<ULONG_PTR>(key) - reinterpret_cast<ULONG_PTR>(HKEY_CLASSES_ROOT);
 }
 
-/// Calls `action` with the key's node under the mutex.
+/// Calls action with the key's node while the mutex is held.
 template <typename F> LSTATUS WithNode(HKEY key, F&& action) try {
     Hive& hive = TheHive();
     const std::lock_guard guard(hive.mutex);
@@ -69,8 +69,8 @@ template <typename F> LSTATUS WithNode(HKEY key, F&& action) try {
     return node->deleted ? ERROR_KEY_DELETED : action(node);
 } catch (const std::bad_alloc&) { return ERROR_NOT_ENOUGH_MEMORY; }
 
-/// Walks down a path of names between backslashes, making what is missing when `create` says so. Returns null when a
-/// name is missing; `made` tells whether the last one was made.
+/// Follows a path of names separated by backslashes; creates missing keys when create is set. Returns null when a key
+/// is missing. Sets made to whether the last key was created.
 NodePtr Walk(NodePtr node, LPCWSTR path, bool create, bool& made) {
     made = false;
     NameView rest = path == nullptr ? NameView() : NameView(path);
@@ -101,7 +101,7 @@ void MarkDeleted(Node& node) {
     }
 }
 
-/// Takes the key at a path out of its parent.
+/// Removes the key at a path from its parent.
 LSTATUS Unlink(const NodePtr& node, LPCWSTR path, bool withChildren) {
     const NameView whole(path);
     const std::size_t slash = whole.rfind(u'\\');
@@ -189,7 +189,7 @@ LSTATUS RegDeleteTreeW(HKEY key, LPCWSTR subKey) {
     return WithNode(key, [&](const NodePtr& node) -> LSTATUS {
         if (subKey != nullptr && *subKey != 0) { return Unlink(node, subKey, true); }
         MarkDeleted(*node);
-        node->deleted = false; // the key itself stays, without anything in it
+        node->deleted = false; // the key itself stays, but is empty
         node->children.clear();
         node->values.clear();
         return ERROR_SUCCESS;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Arrays: their making, copying and end. In front of the descriptor stand 16 bytes; the last four of them are the
-// element type.
+// Creating, copying and destroying arrays. 16 bytes precede the descriptor; the last four of them are the element type.
 #include "allocation.h"
 
 #include "safearray_elements.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Arrays, element by element, and their bounds.
+// Access to array elements and bounds.
 #include "safearray_elements.h"
 
 #include <cstring>
@@ -57,7 +57,7 @@ HRESULT SafeArrayPtrOfIndex(SAFEARRAY* psa, LONG* rgIndices, void** ppvData) {
     if (psa == nullptr || rgIndices == nullptr || ppvData == nullptr) { return E_INVALIDARG; }
     std::size_t index = 0;
     std::size_t stride = 1;
-    for (USHORT i = 0; i < psa->cDims; ++i) // the first index runs fastest
+    for (USHORT i = 0; i < psa->cDims; ++i) // the first index varies fastest
     {
         const SAFEARRAYBOUND& bound = psa->rgsabound[psa->cDims - 1 - i];
         const ULONG offset = static_cast<ULONG>(rgIndices[i]) - static_cast<ULONG>(bound.lLbound);
@@ -80,16 +80,16 @@ HRESULT SafeArrayPutElement(SAFEARRAY* psa, LONG* rgIndices, void* pv) {
     const HRESULT found = SafeArrayPtrOfIndex(psa, rgIndices, &element);
     if (FAILED(found)) { return found; }
     const Kind kind = KindOf(*psa);
-    // A string or an object is given as it is, everything else by its address.
+    // Strings and objects are passed as they are, everything else by address.
     void* const from = kind == Kind::text || kind == Kind::object ? static_cast<void*>(&pv) : pv;
     if (from == nullptr) { return E_INVALIDARG; }
-    VARIANT room = {}; // as large as the largest element
+    VARIANT room = {}; // has room for the largest element
     const HRESULT result = CopyElement(*psa, &room, from);
     if (SUCCEEDED(result)) {
         VARIANT old = {};
         std::memcpy(&old, element, psa->cbElements);
         std::memcpy(element, &room, psa->cbElements);
-        DestroyElement(kind, &old); // last: it may run foreign code, which finds the new element
+        DestroyElement(kind, &old); // last, because it may run foreign code, which must see the new element
     }
     return result;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The elements of an array: how they are copied and destroyed.
+// Copying and destroying array elements.
 #ifndef LXPLATFORM_SAFEARRAY_ELEMENTS_H
 #define LXPLATFORM_SAFEARRAY_ELEMENTS_H
 
@@ -9,10 +9,9 @@
 #include <cstddef>
 
 namespace LXPlatformArray {
-/// How the elements of an array are copied and destroyed.
 enum class Kind { plain, text, object, variant };
 
-/// The size of a value in bytes; 0 for what no array and no reference is of.
+/// The size of a value in bytes; 0 for types that arrays and references cannot have.
 ULONG SizeOf(VARTYPE vt);
 
 Kind KindOf(const SAFEARRAY& array);
@@ -23,13 +22,13 @@ inline void* ElementAt(const SAFEARRAY& array, std::size_t index) {
 
 inline IUnknown* AsObject(void* element) { return *static_cast<IUnknown**>(element); }
 
-/// Copies an element into raw room.
+/// Copies an element into uninitialised memory.
 HRESULT CopyElement(const SAFEARRAY& array, void* to, void* from);
 
 inline void DestroyElement(Kind kind, void* element) {
     if (kind == Kind::variant) {
         VARIANT* const value = static_cast<VARIANT*>(element);
-        if (value->vt != VT_EMPTY) // of an array whose values were moved out there is nothing else
+        if (value->vt != VT_EMPTY) // elements that were moved out are VT_EMPTY; skip them
         {
             VariantClear(value);
         }

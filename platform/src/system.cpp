@@ -18,7 +18,7 @@
 namespace {
 thread_local DWORD t_lastError = ERROR_SUCCESS;
 
-/// The host name as this platform has it: up to the first dot, in capitals, at most 15 characters.
+/// The host name in the form of a Windows machine name: up to the first dot, upper case, at most 15 characters.
 std::string MachineName() {
     char host[256] = {};
     gethostname(host, sizeof(host) - 1);

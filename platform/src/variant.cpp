@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The life of a VARIANT: empty, copy, clear.
+// Initialising, copying and clearing a VARIANT.
 #include "safearray_elements.h"
 
 #include <cstring>
@@ -17,13 +17,13 @@ bool IsValid(VARTYPE vt) {
 
 bool IsObject(VARTYPE vt) { return vt == VT_UNKNOWN || vt == VT_DISPATCH; }
 
-/// Makes the bits that were copied into `value` its own. The value is empty when that fails.
+/// Replaces the copied bits in value by copies of what they refer to. On failure value is empty.
 HRESULT Own(VARIANT& value) {
     HRESULT result = S_OK;
     if ((value.vt & g_modifiers) == VT_ARRAY) {
         result = SafeArrayCopy(value.parray, &value.parray);
     } else if (value.vt == VT_BSTR) {
-        // Also a null string becomes a string of its own, an empty one.
+        // A null string becomes an empty string.
         value.bstrVal = SysAllocStringByteLen(reinterpret_cast<LPCSTR>(value.bstrVal), SysStringByteLen(value.bstrVal));
         result = value.bstrVal == nullptr ? E_OUTOFMEMORY : S_OK;
     } else if (IsObject(value.vt) && value.punkVal != nullptr) {
@@ -49,7 +49,7 @@ HRESULT VariantClear(VARIANT* pvar) {
         const HRESULT result = SafeArrayDestroy(old.parray);
         if (FAILED(result)) { return result; }
     }
-    VariantInit(pvar); // before foreign code runs, which may look at this value again
+    VariantInit(pvar); // before foreign code runs, which may access this value
     if (old.vt == VT_BSTR) {
         SysFreeString(old.bstrVal);
     } else if (IsObject(old.vt) && old.punkVal != nullptr) {
@@ -74,7 +74,7 @@ HRESULT VariantCopyInd(VARIANT* pvarDest, VARIANT* pvarSrc) {
     if (!IsValid(pvarSrc->vt) || pvarSrc->byref == nullptr) { return E_INVALIDARG; }
     const VARTYPE vt = static_cast<VARTYPE>(pvarSrc->vt & ~VT_BYREF);
     if (vt == VT_VARIANT) {
-        // A reference to a reference may follow, but not a third one.
+        // A reference to a reference is followed, but no further.
         const bool tooDeep = pvarSrc->pvarVal->vt == (VT_BYREF | VT_VARIANT);
         return tooDeep ? E_INVALIDARG : VariantCopyInd(pvarDest, pvarSrc->pvarVal);
     }

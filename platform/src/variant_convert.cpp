@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// VariantChangeType between the types that configuration values have: whole numbers, reals, booleans and text. Dates,
-// currency and decimals are copied but not converted. Text is read as in the invariant locale, without currency signs
-// and without hexadecimal or octal numbers.
+// VariantChangeType between the types of configuration values: integers, reals, booleans and text. Dates, currency and
+// decimals are copied but not converted. Text is parsed as in the invariant locale, without currency signs and without
+// hexadecimal and octal numbers.
 #include "variant_number.h"
 
 #include <algorithm>
@@ -19,7 +19,7 @@ namespace {
 template <typename T> HRESULT StoreWhole(const Number& number, T& out) {
     using Limits = std::numeric_limits<T>;
     if (number.isReal) {
-        const double rounded = std::nearbyint(number.real); // halves go to the even neighbour
+        const double rounded = std::nearbyint(number.real); // round half to even
         const double limit = std::ldexp(1.0, Limits::digits);
         if (!(rounded < limit && rounded >= (Limits::is_signed ? -limit : 0.0))) { return DISP_E_OVERFLOW; }
         out = static_cast<T>(rounded);
@@ -90,7 +90,7 @@ HRESULT Store(const Number& number, VARTYPE vt, VARIANT& out) {
     }
 }
 
-/// Whether the text is the word, whose letters are small ones, in any case.
+/// Compares with a lower-case word, ignoring case.
 bool IsWord(std::u16string_view text, std::string_view word) {
     return std::equal(text.begin(), text.end(), word.begin(), word.end(),
                       [](char16_t a, char b) { return (a >= u'A' && a <= u'Z' ? a + 0x20 : a) == b; });
@@ -109,7 +109,7 @@ HRESULT FromText(std::u16string_view text, VARTYPE vt, VARIANT& out) {
     return FAILED(result) ? result : Store(number, vt, out);
 }
 
-/// Converts into `out`, whose type is set already.
+/// Converts into out, whose type is already set.
 HRESULT Convert(const VARIANT& value, VARTYPE vt, VARIANT& out) {
     if (vt == VT_EMPTY || vt == VT_NULL) {
         return value.vt == VT_NULL || value.vt == VT_ERROR || (value.vt & VT_ARRAY) != 0 ? DISP_E_TYPEMISMATCH : S_OK;

@@ -31,14 +31,14 @@ Number Real(double value, int digits) {
     return number;
 }
 
-/// A boolean fits every type: no type is too small for it.
+/// A boolean converts to every type without a range check.
 Number Boolean(VARIANT_BOOL value) {
     Number number = Whole(value, sizeof(value));
     number.unchecked = true;
     return number;
 }
 
-/// A number in text: blanks, one sign in front or behind, or parentheses for a negative one, digits with thousands
+/// Parses a number: blanks, one sign in front or behind or parentheses for a negative number, digits with thousands
 /// separators, a decimal point, an exponent.
 class TextNumber {
 public:
@@ -131,7 +131,7 @@ private:
         const char* const end = m_plain.data() + m_plain.size();
         if (std::from_chars(m_plain.data(), end, magnitude).ec != std::errc() ||
             (m_negative && magnitude > uint64_t{1} << 63)) {
-            return false; // a real can still hold it
+            return false; // may still fit a real
         }
         number = Unsigned(m_negative ? 0 - magnitude : magnitude, 0);
         number.negative = m_negative && magnitude != 0;
@@ -150,7 +150,7 @@ private:
     }
 
     std::u16string_view m_rest;
-    std::string m_plain; // the number as from_chars takes it
+    std::string m_plain; // the number in the form that from_chars accepts
     bool m_isWhole = true;
     bool m_tiny = false;
     bool m_negative = false;

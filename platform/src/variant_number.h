@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A number on its way from one VARIANT type to another.
+// The intermediate form of a number in a conversion between VARIANT types.
 #ifndef LXPLATFORM_VARIANT_NUMBER_H
 #define LXPLATFORM_VARIANT_NUMBER_H
 
@@ -11,22 +11,21 @@
 #include <string_view>
 
 namespace LXPlatformNumber {
-/// What a value is before it becomes the wanted type.
+/// A source value, before it is converted to the target type.
 struct Number {
     bool isReal = false;
-    bool negative = false; // a whole number below zero
-    uint64_t bits = 0;     // a whole number in two's complement
+    bool negative = false; // an integer below zero
+    uint64_t bits = 0;     // an integer in two's complement
     double real = 0;
-    unsigned width = 0;     // size of the source type; the other sign of the same size takes the bits as they are
-    bool unchecked = false; // a boolean fits every type
-    int digits = 15;        // that a real is worth
+    unsigned width = 0;     // size of the source type; a type of equal size and other signedness takes the bits as is
+    bool unchecked = false; // no range check: a boolean fits every type
+    int digits = 15;        // significant digits of a real
 };
 
-/// Reads a value that is a number already.
+/// Reads a value that is already a number.
 std::optional<Number> FromValue(const VARIANT& value);
 
-/// Reads a number in text, up to its end or a zero character. As in the invariant locale, without currency signs and
-/// without hexadecimal or octal numbers.
+/// Parses text up to its end or a zero character. Invariant locale; no currency signs, no hexadecimal or octal numbers.
 HRESULT FromText(std::u16string_view text, Number& number);
 } // namespace LXPlatformNumber
 
