@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The sample server in a process of its own, by its control interface; each call to it goes over the process boundary.
+// The sample server in another process, used through its control interface. Every call crosses the process boundary.
 #include "XRegisteredSample.h"
 #include "LXSampleServer.h"
 #include "XServerTexts.h"
@@ -56,7 +56,7 @@ private:
         XLXComPtr<ILXDataUpdate> update;
     };
 
-    /// They are not kept: what the server counts as held is then what its clients hold.
+    /// Not cached: the server's reference counts must show only what its clients hold.
     Services AllServices() const {
         Services services;
         LXExpect(m_server->GetServices(services.factory.Put(), services.query.Put(), services.update.Put()),

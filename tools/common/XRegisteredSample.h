@@ -4,8 +4,8 @@
 
 #include "XToolServer.h"
 
-/// The sample server behind an object; null when the object is that of another server. Windows only, where the sample
-/// server can be a process of its own.
+/// The sample server behind an object; null when the object belongs to another server. Windows only, because only there
+/// the sample server can run in a process of its own.
 std::unique_ptr<XToolServer> LXRegisteredSample(IUnknown& server);
 
 #endif

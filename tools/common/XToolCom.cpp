@@ -24,7 +24,7 @@ constexpr NamedResult Names[] = {{S_OK, "S_OK"},
                                  {REGDB_E_CLASSNOTREG, "REGDB_E_CLASSNOTREG"},
                                  {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE"}};
 
-/// What the component left as the thread's error information.
+/// Takes the thread's error information, as text.
 std::string TakeErrorInformation() {
     XLXComPtr<IErrorInfo> info;
     if (GetErrorInfo(0, info.Put()) != S_OK || !info) { return ""; }
@@ -35,7 +35,7 @@ std::string TakeErrorInformation() {
     return ": \"" + LXToUtf8(description.View()) + "\" in " + LXToUtf8(source.View());
 }
 
-/// A property, empty where the object answers S_FALSE.
+/// A property; empty when the object returns S_FALSE.
 XLXComVariant ValueOf(ILXConfigObject& object, int member) {
     XLXComVariant value;
     if (const HRESULT result = object.GetProperty(member, value.Put()); result != S_FALSE) {

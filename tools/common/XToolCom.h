@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// How the programs call interfaces: results that were not expected end them, with the result's name and the error
-// information that the component left.
+// Calls to interfaces. An unexpected result ends the program with the result's name and the component's error
+// information.
 #ifndef XTOOLCOM_H
 #define XTOOLCOM_H
 
@@ -13,21 +13,21 @@
 #include <string>
 #include <vector>
 
-/// Something that the program did not expect.
+/// An unexpected result.
 class XToolFailure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// "E_POINTER" for 0x80004003, and so on; the number for results that it has no name for.
+/// The symbolic name of a result, such as "E_POINTER" for 0x80004003; its number if it has no name here.
 std::string LXResultName(HRESULT result);
 
 /// Raises XToolFailure unless the result is the expected one.
 void LXExpect(HRESULT result, const char* what, HRESULT expected = S_OK);
-/// The same for any condition.
+/// Raises XToolFailure unless the condition is true.
 void LXExpectThat(bool condition, const std::string& what);
 
-/// A BSTR of a UTF-8 text, for the length of a call.
+/// A BSTR from UTF-8 text.
 XLXComBSTR LXBstr(std::string_view utf8);
 
 /// A property as text; "" for an empty one.
@@ -37,7 +37,7 @@ LONG LXNumberOf(ILXConfigObject& object, int member);
 /// A property as "yes" or "".
 std::string LXFlagOf(ILXConfigObject& object, int member);
 
-/// All elements of an enumeration; none for a null one.
+/// All elements of an enumeration; empty for a null pointer.
 template <class Element, class Enumerator>
 std::vector<XLXComPtr<Element>> LXAllOf(const XLXComPtr<Enumerator>& enumerator) {
     constexpr ULONG Batch = 100;
@@ -54,7 +54,7 @@ std::vector<XLXComPtr<Element>> LXAllOf(const XLXComPtr<Enumerator>& enumerator)
     return all;
 }
 
-/// Calls a method that gives an enumeration (S_FALSE: of nothing), and takes all elements of it.
+/// Calls a method that returns an enumeration (S_FALSE: an empty one) and fetches all its elements.
 template <class Element, class Enumerator, class Call>
 std::vector<XLXComPtr<Element>> LXList(const char* what, Call&& call) {
     XLXComPtr<Enumerator> enumerator;
@@ -63,7 +63,7 @@ std::vector<XLXComPtr<Element>> LXList(const char* what, Call&& call) {
     return LXAllOf<Element>(enumerator);
 }
 
-/// The texts of one property of several objects.
+/// One property of several objects, as texts.
 template <class Object> std::vector<std::string> LXTextsOf(const std::vector<XLXComPtr<Object>>& objects, int member) {
     std::vector<std::string> texts;
     for (const auto& object : objects) {

@@ -12,8 +12,8 @@ void UnregisterForThisProcess() {}
 } // namespace
 #else
 namespace {
-/// Calls one of the two registration functions of the module. It is found beside the platform's library, wherever
-/// that was loaded from.
+/// Calls one of the module's two registration functions. The module is expected in the directory of the platform's
+/// library.
 void CallModule(const char* function) {
     HMODULE const handle = LoadLibraryW(OLESTR("LXConfigFactoryCache32.so"));
     LXExpectThat(handle != nullptr, "LXConfigFactoryCache32.so cannot be loaded");
@@ -38,7 +38,7 @@ XToolComponent::~XToolComponent() {
     try {
         UnregisterForThisProcess();
     } catch (const XToolFailure&) {
-        // the registry ends with the process in any case
+        // Ignored: the registry ends with the process
     }
     CoUninitialize();
 }

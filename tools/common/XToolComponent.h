@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// How the programs get the component: registered, then activated.
+// Registers and activates the component.
 #ifndef XTOOLCOMPONENT_H
 #define XTOOLCOMPONENT_H
 
 #include "XLXComPtr.h"
 
-/// COM in this process, and the registration of the component where the registry belongs to the process alone
-/// (everywhere but on Windows, where regsvr32 has registered the DLL). The component's objects must be gone before it
-/// is destroyed.
+/// Initialises COM and registers the component where the registry is private to the process. On Windows regsvr32 must
+/// have registered the DLL. Release all objects of the component before destroying this object.
 class XToolComponent {
 public:
     XToolComponent();
@@ -16,7 +15,7 @@ public:
     XToolComponent(const XToolComponent&) = delete;
     XToolComponent& operator=(const XToolComponent&) = delete;
 
-    /// A new cache, not initialised yet.
+    /// A new cache, not yet initialised.
     XLXComPtr<ILXConfigFactoryCache> Activate() const;
 };
 

@@ -20,14 +20,14 @@ constexpr const char* Faint = "\x1b[2m";
 constexpr const char* Plain = "\x1b[0m";
 constexpr const char* Indent = "   ";
 constexpr const char* Gap = "  ";
-constexpr std::size_t LeastWidth = 6; // of a column that is made narrower
+constexpr std::size_t LeastWidth = 6; // a column is not made narrower than this
 
-/// The number of characters of a UTF-8 text.
+/// The number of characters in UTF-8 text.
 std::size_t Length(const std::string& text) {
     return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
-/// The beginning of a text with more characters than that, and an ellipsis; else the text.
+/// Truncates a longer text to this many characters, the last of which is an ellipsis.
 std::string Cut(const std::string& text, std::size_t most) {
     if (Length(text) <= most) { return text; }
     std::size_t end = 0;
@@ -126,7 +126,7 @@ std::string XToolOutput::Styled(const char* style, const std::string& text) cons
 void XToolOutput::Section(const std::string& title) {
     Print("");
     Print(Styled(Bold, std::to_string(++m_sections) + "  " + title));
-    std::fflush(stdout); // a reader at the end of a pipe sees what goes on
+    std::fflush(stdout); // a reader at the other end of a pipe follows the progress
 }
 
 void XToolOutput::Heading(const std::string& title) {
@@ -177,7 +177,7 @@ void XToolOutput::Table(const XToolTable& table) {
 }
 
 std::string LXShown(const std::string& text) {
-    const auto code = [&text](std::size_t at, int bytes) { // of a character of so many bytes
+    const auto code = [&text](std::size_t at, int bytes) { // the code point of a character of this many bytes
         unsigned value = static_cast<unsigned char>(text[at]) & (bytes == 1 ? 0x7FU : bytes == 2 ? 0x1FU : 0x0FU);
         for (int i = 1; i < bytes; ++i) {
             value = value << 6 | (static_cast<unsigned char>(text[at + static_cast<std::size_t>(i)]) & 0x3FU);

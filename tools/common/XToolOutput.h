@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the programs print: sections, lines and tables with aligned columns, as UTF-8.
+// Output of the programs: sections, lines and aligned tables, in UTF-8.
 #ifndef XTOOLOUTPUT_H
 #define XTOOLOUTPUT_H
 
@@ -8,14 +8,14 @@
 #include <utility>
 #include <vector>
 
-/// A table. Columns are as wide as their widest cell; a column whose title begins with '>' is set right. On a terminal
-/// the widest columns are made narrower until a row fits a line, and what does not fit a cell ends with an ellipsis.
+/// A table. Columns are as wide as their widest cell; columns whose title begins with '>' are right-aligned. On a
+/// terminal the widest columns shrink until a row fits a line, and truncated cells end with an ellipsis.
 class XToolTable {
 public:
     explicit XToolTable(std::vector<std::string> titles);
 
     void Row(std::vector<std::string> cells);
-    /// A line between the rows before and after it.
+    /// A horizontal line between rows.
     void Rule() { m_rows.emplace_back(); }
 
 private:
@@ -26,34 +26,34 @@ private:
 
     std::vector<std::string> m_titles;
     std::vector<bool> m_right;
-    std::vector<std::vector<std::string>> m_rows; // an empty one is a rule
+    std::vector<std::vector<std::string>> m_rows; // an empty row is a rule
 };
 
 class XToolOutput {
 public:
-    /// @param colours  whether to use the escape sequences of a terminal
+    /// @param colours  whether to use terminal escape sequences
     explicit XToolOutput(bool colours) noexcept : m_colours(colours) {}
 
-    /// Begins a section; they are numbered.
+    /// Begins a numbered section.
     void Section(const std::string& title);
-    /// The same without a number.
+    /// Begins a section without a number.
     void Heading(const std::string& title);
     void Line(const std::string& text = "");
     void Table(const XToolTable& table);
 
-    /// Names and values, one pair a line, the values below each other.
+    /// Prints one name and value per line, with the values aligned.
     void Fields(const std::vector<std::pair<std::string, std::string>>& fields);
-    /// A text with less weight than what stands beside it.
+    /// The text in a faint style.
     std::string Faint(const std::string& text) const;
 
     /// Whether standard output or standard error is a terminal.
     static bool IsTerminal();
-    /// Whether standard output is read by another program.
+    /// Whether standard output is a pipe.
     static bool IsPipe();
-    /// How many characters a line of it has; 0 when it is none.
+    /// The width of the terminal in characters; 0 when there is none.
     static std::size_t TerminalWidth();
     static bool IsErrorTerminal();
-    /// Makes standard output take UTF-8 as it is.
+    /// Makes standard output accept UTF-8.
     static void Prepare();
 
 private:
@@ -65,13 +65,13 @@ private:
     int m_sections = 0;
 };
 
-/// A text that is safe on a terminal and on one line: what would move or colour it stands as an escape.
+/// Makes a text safe for a terminal and for one line: escapes control characters.
 std::string LXShown(const std::string& text);
-/// A number with one decimal place.
+/// A number with one decimal.
 std::string LXOneDecimal(double number);
-/// Texts with a separator between them.
+/// The texts, joined by a separator.
 std::string LXJoined(const std::vector<std::string>& texts, const std::string& separator);
-/// The first few texts; says how many were left out.
+/// The first few texts and the number of those left out.
 std::string LXFirstOf(const std::vector<std::string>& texts, std::size_t most);
 
 #endif

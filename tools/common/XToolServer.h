@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// What the programs use of a configuration server, wherever it runs: the sample server in this process, or any server
-// that COM finds by a ProgID or a class id.
+// The configuration server that a program uses: the sample server in this process, or any server that COM finds by a
+// ProgID or class id.
 //
-// Ownership  What it hands out belongs to the caller. A local server ends with the object, a registered one lives on.
-// Threading  Everything may be called from any thread that has initialised COM.
-// Errors     XToolFailure, with the server's reason where it gave one.
+// Ownership  The caller owns what the methods return. A local server ends with this object; a registered one keeps
+//            running.
+// Threading  Thread-safe; each thread must have initialised COM.
+// Errors     XToolFailure, with the server's reason if it gave one.
 #ifndef XTOOLSERVER_H
 #define XTOOLSERVER_H
 
@@ -18,27 +19,27 @@ public:
     XToolServer& operator=(const XToolServer&) = delete;
     virtual ~XToolServer() = default;
 
-    /// The three services that a cache is initialised with. Query and notifications may be null, where the server does
-    /// not have them. The query object of the sample server is a new one each time.
+    /// The services that a cache is initialised with. Query and notifications may be null when the server does not have
+    /// them. The sample server creates a new query object each time.
     virtual XLXComPtr<ILXConfigFactory> ConfigFactory() = 0;
     virtual XLXComPtr<ILX_Query> Query() = 0;
     virtual XLXComPtr<ILXDataUpdate> DataUpdate() = 0;
     /// Whether the server runs in this process.
     virtual bool IsLocal() const = 0;
 
-    /// Whether it is the sample server. The others can do nothing of what follows: they raise XToolFailure.
+    /// Whether this is the sample server. Other servers raise XToolFailure from all methods below.
     virtual bool IsSample() const { return true; }
-    /// A new data object of a type, which the server need not have.
+    /// A new data object of a type, which need not exist on the server.
     virtual XLXComPtr<ILX_BaseDataObject> DataObject(const std::string& typeName) = 0;
-    /// A data object of the server by its id; null when there is none.
+    /// The data object with this id; null when there is none.
     virtual XLXComPtr<ILX_BaseDataObject> StoredObject(const std::string& id) = 0;
-    /// Calls of all clients since the server started, by "Interface::Method".
+    /// The number of calls by all clients since the server started, by "Interface::Method".
     virtual XCallCounts CallCounts() = 0;
-    /// Every call takes at least that long, as over a slow network.
+    /// The minimum duration of a call, to simulate a slow network.
     virtual void SetDelay(std::chrono::microseconds delay) = 0;
-    /// One edit as JSON text, such as
-    /// {"edit":"SetAttributeProperty","type":"Pump","name":"RatedFlow","index":4,"value":"Flow"} The clients have
-    /// been notified when it returns; a slow one may still be at it.
+    /// Applies one edit, given as JSON:
+    ///     {"edit":"SetAttributeProperty","type":"Pump","name":"RatedFlow","index":4,"value":"Flow"}
+    /// When it returns, the clients have been notified; a slow client may still be handling the notification.
     virtual XNotification Edit(const std::string& json) = 0;
     /// The server's live objects and the references to them.
     virtual XServerObjectCount LiveObjects() = 0;
@@ -47,8 +48,8 @@ public:
 /// A sample server in this process.
 std::unique_ptr<XToolServer> LXLocalToolServer(XServerModel model);
 
-/// The server that is registered under a ProgID or a class id ("{...}"), activated in its own process or in this one.
-/// It needs no more than ILXConfigFactory.
+/// The server registered under a ProgID or a class id ("{...}"), activated in its own process or in this one. It needs
+/// only ILXConfigFactory.
 std::unique_ptr<XToolServer> LXRegisteredToolServer(const std::string& name);
 
 #endif

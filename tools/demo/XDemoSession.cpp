@@ -4,7 +4,7 @@
 #include <thread>
 
 namespace {
-constexpr std::chrono::seconds LimitOfReleases{30}; // another process gets them a little later
+constexpr std::chrono::seconds LimitOfReleases{30}; // another process receives them a little later
 } // namespace
 
 XDemoSession::XDemoSession(const XToolComponent& component, std::unique_ptr<XToolServer> server)
@@ -15,7 +15,7 @@ XMeasured XDemoSession::StartAsClient(LONG transferMode, bool separateCallback) 
     values.push_back(XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()));
     values.push_back(XLXComVariant::FromUnknown(m_server->Query().Get()));
     values.push_back(XLXComVariant::FromUnknown(m_server->DataUpdate().Get()));
-    values.push_back(XLXComVariant::FromBool(false)); // no notifications: no, they are wanted
+    values.push_back(XLXComVariant::FromBool(false)); // the option switches notifications off; they are wanted
     values.push_back(XLXComVariant::FromBool(separateCallback));
     values.push_back(XLXComVariant::FromI4(transferMode));
     return Measure([&] {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A cache in front of a sample server, which runs in this process or in one of its own.
+// A cache for a sample server that runs in this process or in one of its own.
 #ifndef XDEMOSESSION_H
 #define XDEMOSESSION_H
 
@@ -12,7 +12,7 @@
 #include <chrono>
 #include <utility>
 
-/// What a piece of work cost.
+/// The cost of a measured piece of work.
 struct XMeasured {
     XCallCounts calls;
     double milliseconds = 0;
@@ -22,28 +22,28 @@ class XDemoSession {
 public:
     XDemoSession(const XToolComponent& component, std::unique_ptr<XToolServer> server);
 
-    /// Initialises the cache as an application does: the types arrive in one bulk read, with all their components.
+    /// Initialises the cache like an application: one bulk read brings all types with all their components.
     XMeasured StartAsClient() { return StartAsClient(EverythingInBulk, false); }
-    /// The same with a callback object of its own, which passes the server's calls on to the cache. The types'
-    /// components come when they are asked for.
+    /// Like StartAsClient, but with a separate callback object that forwards the server's calls to the cache. The
+    /// types' components are fetched on demand.
     XMeasured StartWithSeparateCallback() { return StartAsClient(TypesInBulk, true); }
-    /// Initialises it as the server's own process does: the server's objects are wrapped.
+    /// Initialises the cache like the server's own process: it wraps the server's objects.
     XMeasured StartInServer();
-    /// Takes the edits back and ends the cache. Raises XToolFailure when it keeps a reference to an object of the
-    /// server.
+    /// Reverts the edits and terminates the cache. Raises XToolFailure if the cache keeps a reference to an object of
+    /// the server.
     void Finish();
 
     XToolServer& Server() const { return *m_server; }
-    /// An edit on the server, and the one that takes it back when the session is finished: a server of its own
-    /// process serves others after this one.
+    /// Applies an edit to the server. Finish applies backwards to revert it, because a server in its own process is
+    /// used by others later.
     XNotification Edit(const std::string& json, std::string backwards);
     ILXConfigFactoryCache& Cache() const { return *m_cache; }
-    /// The cache's config factory face.
+    /// The cache as a config factory.
     XLXComPtr<ILXConfigFactory> Factory() const { return m_cache.As<ILXConfigFactory>(); }
-    /// The cached type of a new data object of that type.
+    /// The cached type of a new data object of this type.
     XLXComPtr<ILXType> CachedType(const char* name) const;
 
-    /// Runs a piece of work and says what it cost.
+    /// Runs a piece of work and returns its cost.
     template <class Work> XMeasured Measure(Work&& work) const {
         const XCallCounts before = m_server->CallCounts();
         const auto start = std::chrono::steady_clock::now();
@@ -59,12 +59,12 @@ private:
     XMeasured StartAsClient(LONG transferMode, bool separateCallback);
 
     const std::unique_ptr<XToolServer> m_server;
-    const XServerObjectCount m_before; // what others hold of the server
+    const XServerObjectCount m_before; // the references that others hold
     std::vector<std::string> m_backwards;
     XLXComPtr<ILXConfigFactoryCache> m_cache;
 };
 
-/// Prints calls by method.
+/// Prints the number of calls by method.
 void LXPrintCalls(XToolOutput& output, const XMeasured& measured);
 
 #endif

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The same requests to the server directly and to a cache in front of it: with the time that calls to another process
-// take, or with a delay for each call, as over a network.
+// Sends the same requests to the server and to a cache in front of it. Calls take the time of calls to another process,
+// or have an artificial delay that simulates a network.
 #include "demo_sections.h"
 
 #include <functional>
@@ -9,8 +9,7 @@
 namespace {
 using Answers = std::vector<std::string>;
 
-/// A request that an application makes. It knows the config factory's interface only, so that it cannot tell a cache
-/// from the server.
+/// A request of an application. It uses only the config factory's interface, which the cache and the server share.
 struct Request {
     const char* name;
     void (*run)(ILXConfigFactory& factory, Answers& answers);
@@ -100,7 +99,7 @@ constexpr Request Requests[] = {{"10 types, 3 properties each", ReadTypes},
                                 {"default editor of 10 types in 3 browsers", ReadEditors},
                                 {"formats of a type's printable attributes", ReadFormats}};
 
-/// The columns of one way to run the requests, and their sum.
+/// The columns of the table for one way to run the requests, with totals.
 class Column {
 public:
     void Add(const XMeasured& measured) {

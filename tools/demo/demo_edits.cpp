@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Changes on the server, and how the cache comes to know of them.
+// Changes on the server, and how the cache learns of them.
 #include "LXError32.h"
 #include "demo_sections.h"
 
@@ -8,7 +8,7 @@
 #include <thread>
 
 namespace {
-/// Listens to the component's logbook: what it says of change notifications.
+/// Records the component's log entries about change notifications.
 class Listener {
 public:
     Listener() { LXErrorSetLogSink(&Listener::Take, this, (1U << LX_LOG_UPDATE) | (1U << LX_LOG_INVALIDATE)); }
@@ -23,12 +23,12 @@ public:
         return begin == std::string::npos ? m_update
                                           : m_update.substr(begin + 1, m_update.find('\'', begin + 1) - begin - 1);
     }
-    /// What the last notification made stale.
+    /// The aspects that the last notification made stale.
     std::string Stale() const {
         const std::lock_guard lock(m_mutex);
         return m_stale;
     }
-    /// Whether the last notification came on a thread that is not the caller's.
+    /// Whether the last notification arrived on a thread other than the caller's.
     bool CameOnAnotherThread() const {
         const std::lock_guard lock(m_mutex);
         return m_thread != std::this_thread::get_id();
@@ -47,7 +47,7 @@ private:
         }
     }
 
-    mutable std::mutex m_mutex; // guards the rest
+    mutable std::mutex m_mutex; // guards the members below
     std::string m_update;
     std::string m_stale;
     std::thread::id m_thread;
@@ -65,7 +65,7 @@ void PrintNotification(XToolOutput& output, const XDemoSession& session, const X
     output.Line("stale          " + listener.Stale() + "; nothing was read again");
 }
 
-/// The edit that gives the attribute a label.
+/// An edit that sets the attribute's label.
 std::string LabelEdit(const std::string& label) {
     return std::string(R"({"edit":"SetAttributeProperty","type":")") + DemoAttributeOwner + R"(","name":")" +
            DemoAttribute + R"(","index":)" + std::to_string(XProperty::Label) + R"(,"value":")" + label + R"("})";

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Relations between types: what may stand below what, and how each browser shows it.
+// Relations between types: which types are allowed below which, and how each browser shows them.
 #include "demo_sections.h"
 
 #include <objbase.h>
@@ -24,7 +24,7 @@ Relations RelationsOf(const XDemoSession& session, const char* parent, const std
     });
 }
 
-/// What each browser shows below the parent type, and the number of all such relations.
+/// The relations that each browser shows below the parent type, and their number.
 XToolTable ByBrowser(const XDemoSession& session) {
     const auto browsers = LXList<ILXBrowserId, ILXBrowserIdEnum>(
         "GetBrowserIdEnum", [&](auto** out) { return session.Factory()->GetBrowserIdEnum(out); });

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
-// The sections of the demo. Each prints what it finds and raises XToolFailure when that is not what a cache in front
-// of the plant model gives.
+// The sections of the demo. Each prints its findings and raises XToolFailure if they differ from what a cache for the
+// plant model should return.
 #ifndef DEMO_SECTIONS_H
 #define DEMO_SECTIONS_H
 
 #include "XDemoSession.h"
 
-/// The type that the sections look at.
+/// The type that the sections show.
 constexpr const char* DemoType = "PumpCentrifugal";
-/// The type that the attribute below belongs to; the demo's type inherits it.
+/// The type that defines the attribute below; DemoType inherits it.
 constexpr const char* DemoAttributeOwner = "Pump";
 constexpr const char* DemoAttribute = "RatedFlow";
 
@@ -22,7 +22,7 @@ void LXShowFormat(XToolOutput& output, const XDemoSession& session);
 
 // Edits and notifications (demo_edits.cpp)
 void LXShowEdit(XToolOutput& output, XDemoSession& session);
-/// Starts the session too.
+/// Also starts the session.
 void LXShowSeparateCallback(XToolOutput& output, XDemoSession& session);
 
 // Relations (demo_relations.cpp)
@@ -32,7 +32,7 @@ void LXShowRelations(XToolOutput& output, XDemoSession& session);
 void LXCompare(XToolOutput& output, const XToolComponent& component, std::unique_ptr<XToolServer> server,
                std::chrono::microseconds delay);
 
-/// A type's name and those of its base types, nearest first, each as a cached type.
+/// A type and its base types, nearest first.
 std::vector<XLXComPtr<ILXType>> LXBaseChain(const XDemoSession& session, const XLXComPtr<ILXType>& type);
 
 #endif

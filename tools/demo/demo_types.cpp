@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A type as a client reads it from the cache.
+// A type as clients read it from the cache.
 #include "demo_sections.h"
 
 #include <map>
@@ -19,7 +19,7 @@ std::vector<XLXComPtr<ILXAttribute>> AttributesOfGroup(ILXType& type, LONG group
                                                   [&](auto** out) { return type.GetGroupAttributeEnum(group, out); });
 }
 
-/// The type that an attribute comes from: the furthest base that has it, since a base's definition wins.
+/// The type that an attribute comes from: the topmost base that has it, because a base's definition takes precedence.
 std::size_t OriginOf(const std::vector<XLXComPtr<ILXType>>& chain, const std::string& attribute) {
     std::size_t origin = 0;
     for (std::size_t i = 0; i < chain.size(); ++i) {
@@ -52,9 +52,9 @@ void PrintGroups(XToolOutput& output, const std::vector<XLXComPtr<ILXType>>& cha
     output.Table(table);
 }
 
-/// The first attributes of each group, with the type that each comes from.
+/// Prints the first attributes of each group and the types that they come from.
 void PrintAttributes(XToolOutput& output, const std::vector<XLXComPtr<ILXType>>& chain, LONG group) {
-    constexpr int Most = 2; // of each type
+    constexpr int Most = 2; // per type
     XToolTable table({"Attribute", "Label", "Unit", ">Group", "Comes from"});
     std::map<std::size_t, int> shown;
     for (const auto& attribute : AttributesOfGroup(*chain.front(), group)) {
@@ -131,7 +131,7 @@ void LXShowEditors(XToolOutput& output, const XDemoSession& session) {
     }
     output.Table(table);
 
-    // Asked in capitals: browser ids are compared without regard to case.
+    // Upper case on purpose: browser ids are compared ignoring case.
     XLXComPtr<ILXConfObjEditor> byDefault;
     XLXComPtr<ILXConfObjEditor> forNew;
     LXExpect(type->GetDefaultEditor(LXBstr("PROJECTTREE").Get(), byDefault.Put()), "GetDefaultEditor");

@@ -2,13 +2,12 @@
 //
 // lxdemo: shows what the configuration cache does for an application.
 //
-//     lxdemo                   as an application (client mode), with a server in this process
-//     lxdemo --server PROGID   as an application, with a server in a process of its own (Windows)
-//     lxdemo --server-mode     as the server's own process; that turns the component's locks off for the
-//     whole
-//                              process, so it is a run of its own
+//     lxdemo                   client mode, as in an application; the server runs in this process
+//     lxdemo --server PROGID   client mode; the server runs in a process of its own (Windows)
+//     lxdemo --server-mode     server mode, as in the server's own process; it turns the component's locks off for
+//                              the whole process, so it needs a run of its own
 //
-// Exit status: 0 when everything was as expected, 1 when not, other values for wrong options.
+// Exit status: 0 when everything was as expected, 1 when not, other values for invalid options.
 #include "demo_sections.h"
 
 #include <CLI/CLI.hpp>
@@ -22,7 +21,7 @@ struct Options {
     bool serverMode = false;
     std::string model = "models/plant.json";
     std::string colours = "auto";
-    std::string server; // its ProgID; "" for one in this process
+    std::string server; // its ProgID; empty: a server in this process
     std::optional<double> delay;
 };
 
@@ -32,7 +31,7 @@ constexpr const char* HowItCame = "the DLL that regsvr32 registered, from CoCrea
 constexpr const char* HowItCame = "the module beside this program, from CoCreateInstance";
 #endif
 
-/// How many types the cache lists; raises when these are not all that the model lists.
+/// The number of types that the cache lists; raises if they are not the types of the model.
 std::size_t ListedTypes(const XDemoSession& session, const XServerModel& model) {
     const auto expected =
         std::count_if(model.types.begin(), model.types.end(), [](const auto& entry) { return entry.second->listed; });
@@ -47,7 +46,7 @@ std::unique_ptr<XToolServer> ServerFor(const Options& options, const XServerMode
     return options.server.empty() ? LXLocalToolServer(model) : LXRegisteredToolServer(options.server);
 }
 
-/// What a server call takes at least in the comparison. A call to another process takes its time anyway.
+/// The minimum duration of a server call in the comparison. Calls to another process need no artificial delay.
 std::chrono::microseconds DelayOf(const Options& options) {
     const double milliseconds = options.delay.value_or(options.server.empty() ? 1 : 0);
     return std::chrono::microseconds(static_cast<long long>(milliseconds * 1000));
