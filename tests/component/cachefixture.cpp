@@ -65,7 +65,7 @@ XServerModel LXTestModel() {
 }
 
 CacheTest::CacheTest(XServerModel model) : m_server(XSampleServer::Create(std::move(model))) {
-    SetErrorInfo(0, nullptr); // what other tests left behind
+    SetErrorInfo(0, nullptr); // clear what earlier tests left
     if (const char* const thread = std::getenv("LX_DISCARD"); thread != nullptr) {
         const bool other = std::string_view(thread) == "other";
         Calls().SetStandingHook([server = m_server.get(), other](const XServerCall& call) {

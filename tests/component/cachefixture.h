@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A cache in front of a sample server, for tests that use it as an application does.
+// A cache with a sample server, for tests that use the cache like an application.
 #ifndef CACHEFIXTURE_H
 #define CACHEFIXTURE_H
 
@@ -12,10 +12,10 @@
 #include <functional>
 #include <thread>
 
-/// Makes a cache: through the registered module, or from the code linked into the test.
+/// Creates a cache: with the registered module, or from the code linked into the test.
 XLXComPtr<ILXConfigFactoryCache> LXMakeCache();
 
-/// What a call left behind as the thread's error information; taking it clears it.
+/// The thread's error information after a call. Take clears it.
 struct LXErrorInformation {
     bool present = false;
     XLXText description;
@@ -27,10 +27,10 @@ struct LXErrorInformation {
 std::string LXNarrow(XLXTextView text);
 inline void PrintTo(const XLXText& text, std::ostream* os) { *os << LXNarrow(text); }
 
-/// A property of an object as text; "<empty>" for an empty value, "<0x...>" for a failure.
+/// A property as text; "<empty>" for an empty value, "<0x...>" for a failure.
 XLXText LXRead(ILXConfigObject* object, int member);
 
-/// The texts of a property of all elements of an enumeration; empty for a null one.
+/// One property of all elements of an enumeration, as texts; empty for a null pointer.
 template <class Element, class Enumerator>
 std::vector<std::string> LXReadAll(const XLXComPtr<Enumerator>& elements, int member) {
     std::vector<std::string> texts;
@@ -41,19 +41,21 @@ std::vector<std::string> LXReadAll(const XLXComPtr<Enumerator>& elements, int me
     return texts;
 }
 
-/// The model of these tests: Item (Name g1, Weight g2; pages 1, 2; groups 1 on page 1, 2 on page 1 in group 1, 3 on
-/// page 2) Equipment (Power g2, Name again, other label) Pump (Head g3, formats 1 and 2; editors "E.Pump",
-/// "E.PumpNew") Document (no base, Title)
+/// The model of these tests; g: group of an attribute:
+///     Item         Name g1, Weight g2; pages 1, 2; groups 1 on page 1, 2 on page 1 in group 1, 3 on page 2
+///       Equipment  Power g2, Name again with another label
+///         Pump     Head g3 with formats 1 and 2; editors "E.Pump", "E.PumpNew"
+///     Document     Title; no base
 XServerModel LXTestModel();
 
-/// With LX_DISCARD set, every call to the server also delivers a notification that invalidates everything, before it
-/// returns: "same" on the calling thread, "other" on another one that it waits for.
+/// When LX_DISCARD is set, every call to the server delivers a notification that makes everything stale before it
+/// returns: "same" on the calling thread, "other" on another thread that the call waits for.
 class CacheTest : public testing::Test {
 protected:
     explicit CacheTest(XServerModel model = LXTestModel());
     ~CacheTest() override;
 
-    /// Initialises the cache as an application does.
+    /// Initialises the cache like an application.
     HRESULT Start(LONG transferMode = 15, bool noNotifications = false, bool separateCallback = false);
     HRESULT Initialize(std::vector<XLXComVariant> values);
     std::vector<XLXComVariant> Arguments(LONG transferMode, bool noNotifications, bool separateCallback);
@@ -67,7 +69,7 @@ protected:
     XLXComPtr<IDPFObject> Client() { return m_cache.As<IDPFObject>(); }
     XLXComPtr<ILXConfigFactory> Factory() { return m_cache.As<ILXConfigFactory>(); }
 
-    /// Expects that a piece of work makes that many calls to the server; any number while everything is discarded.
+    /// Expects the work to make this many calls to the server. Not checked when LX_DISCARD is set.
     void ExpectCalls(unsigned long long expected, const std::function<void()>& work);
 
     std::shared_ptr<XSampleServer> m_server;

@@ -73,7 +73,7 @@ void XClientLife::All(const std::string& name, int member, Ask&& ask) {
     XLifeStep& step = Note(name, In([&] { return ask(elements.Put()); }));
     EXPECT_EQ(step.result == S_OK, static_cast<bool>(elements)) << name;
     if (!elements) { return; }
-    std::vector<std::string> texts; // sorted: the order of global format specs is that of their addresses
+    std::vector<std::string> texts; // sorted, because global format specs are ordered by address
     XLXComPtr<Element> element;
     while (In([&] { return elements->GetSingleNext(element.Put()); }) == S_OK) {
         texts.push_back(Read(step, element.Get(), member));
@@ -169,7 +169,7 @@ void XClientLife::AskGroups(const std::string& prefix, ILXType* type) {
         All<ILXGroup, ILXGroupEnum>(prefix + name, XProperty::GroupNumber, ask);
     };
     all("GetGroupEnum", [&](auto out) { return type->GetGroupEnum(out); });
-    XLXComPtr<ILXGroupEnum> serverGroups; // what the server enumerates is its own
+    XLXComPtr<ILXGroupEnum> serverGroups; // the server's own groups
     Step(prefix + "GetToplevelGroupEnum", [&] { return type->GetToplevelGroupEnum(serverGroups.Put()); });
     all("GetPageGroupEnum", [&](auto out) { return type->GetPageGroupEnum(1, out); });
     const auto group =
@@ -257,7 +257,7 @@ void XClientLife::AskForSpecs() {
         [&](auto out) { return m_factory->GetAllGlobalAttributeFormatSpecs(out); });
 }
 
-// The notification is a call into the cache as any other, so the edit sends none itself.
+// The step calls DataObjectChanged itself, so that the call is recorded; the edits send no notifications.
 void XClientLife::Change() {
     m_server.Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift", XNotify::No);
     m_server.Edit().AddType("Valve", "Item", XNotify::No);

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A whole life of a client, as a list of steps: initialise, every kind of question, changes with their notifications,
-// and the end. A test that makes something go wrong in it compares the steps with those of a life that nothing
-// disturbed.
+// A client's complete session as a list of steps: initialisation, every kind of request, changes with their
+// notifications, and termination. Tests that inject faults compare the steps with those of an undisturbed session.
 #ifndef CLIENTLIFE_H
 #define CLIENTLIFE_H
 
@@ -12,19 +11,19 @@
 XServerModel LXLifeModel();
 
 struct XLifeStep {
-    HRESULT result = S_OK; ///< the first failure in the step, else what its call answered
-    std::string answer;    ///< the texts that were read; empty unless the call answered S_OK
+    HRESULT result = S_OK; ///< the first failure in the step, else the result of its call
+    std::string answer;    ///< the texts that were read; empty unless the call returned S_OK
     bool information = false;
 };
 using XLifeSteps = std::map<std::string, XLifeStep>;
 
 class XClientLife {
 public:
-    /// @param around  called with true before and with false after each call into the cache
+    /// @param around  called with true before and with false after each call to the cache
     explicit XClientLife(XSampleServer& server, std::function<void(bool)> around = {});
     ~XClientLife();
 
-    /// A step whose object could not be had is left out.
+    /// Leaves out steps whose object could not be obtained.
     const XLifeSteps& Run();
 
 private:
@@ -51,7 +50,7 @@ private:
     const std::function<void(bool)> m_around;
     XLXComPtr<ILXConfigFactoryCache> m_cache;
     XLXComPtr<ILXConfigFactory> m_factory;
-    std::string m_phase; // in front of the steps' names
+    std::string m_phase; // prefix of the step names
     XLifeSteps m_steps;
 };
 

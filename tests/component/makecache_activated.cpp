@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The cache as a program gets it: the module is registered and the class activated.
+// Obtains the cache like a program: registers the module and activates the class.
 #include "cachefixture.h"
 #include "lxtestrunner.h"
 #include "modulefile.h"

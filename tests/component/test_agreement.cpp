@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The cache and the server, asked the same questions about everything, must give the same answers: at rest, after
-// many edits, and while every single call to the server is overtaken by a notification that invalidates everything.
+// The cache and the server must give the same answers to all requests: at rest, after many edits, and while a
+// notification that makes everything stale overtakes every single call to the server.
 #include "XRandomEdits.h"
 #include "cachefixture.h"
 
@@ -16,13 +16,13 @@ XServerModel GeneratedModel(int types, int attributesPerType) {
     return LXGenerateModel(options);
 }
 
-/// Every answer about a type, one line each. A value that a server does not have is "<empty>" on both sides.
+/// Everything that can be read about a type, one line each. A missing value is "<empty>" for the server and the cache.
 class Answers {
 public:
     explicit Answers(ILXType* type) {
-        Object("type", type, 27); // the last member is the base type's object, which only the cache shows
+        Object("type", type, 27); // without the last member: the base type's object, which only the cache has
         XLXComPtr<ILXAttributeEnum> attributes;
-        type->GetDisplayAttributeEnum(0, attributes.Put()); // a server's GetAttributeEnum lists its own ones only
+        type->GetDisplayAttributeEnum(0, attributes.Put()); // GetAttributeEnum would omit inherited ones on the server
         XLXComPtr<ILXAttribute> attribute;
         while (attributes && attributes->GetSingleNext(attribute.Put()) == S_OK) {
             Attribute(attribute.Get());
@@ -94,8 +94,7 @@ class Agreement : public CacheTest {
 protected:
     explicit Agreement(XServerModel model = GeneratedModel(24, 6)) : CacheTest(std::move(model)) {}
 
-    /// Asks cache and server for everything and compares. Lines are compared as sets, since only the order of names
-    /// is the cache's own.
+    /// Compares all answers of the cache and the server. Lines are compared as sets, because the cache orders by name.
     void ExpectAgreement() {
         for (const auto& [name, type] : m_server->Model().types) {
             const XLXComBSTR text(name);
@@ -110,7 +109,7 @@ protected:
             std::vector<std::string> differences;
             std::set_symmetric_difference(fromCache.begin(), fromCache.end(), fromServer.begin(), fromServer.end(),
                                           std::back_inserter(differences));
-            // An attribute type that was removed stays in the cache.
+            // A removed attribute type stays in the cache.
             std::erase_if(differences, [&](const std::string& line) {
                 return line.starts_with(Answers::AttributeType) &&
                        !std::binary_search(fromServer.begin(), fromServer.end(), line);
@@ -120,7 +119,7 @@ protected:
     }
 };
 
-/// With records that come with the objects of components, and without.
+/// Runs with records that contain the components' server objects, and without.
 class AgreementWithObjects : public Agreement, public testing::WithParamInterface<bool> {};
 
 TEST_P(AgreementWithObjects, AtRestAndAfterRandomEdits) {

@@ -89,14 +89,14 @@ TEST_F(Components, DisplayMasksAndGroups) {
     const Names all{"Head", "Name", "Power", "Weight"};
     EXPECT_EQ(Displayed(0), all);
     EXPECT_EQ(Displayed(1), (Names{"Name", "Power"}));
-    EXPECT_EQ(Displayed(2), (Names{"Weight"})); // Name is kept out of the finder
+    EXPECT_EQ(Displayed(2), (Names{"Weight"})); // Name is hidden in the finder
     EXPECT_EQ(Displayed(1 | 2), (Names{"Name", "Power", "Weight"}));
     EXPECT_EQ(Displayed(1, 2), (Names{"Power"}));
     EXPECT_EQ(Displayed(0, 3), (Names{"Head"}));
     XLXComPtr<ILXAttributeEnum> group;
     EXPECT_EQ(Type("Pump")->GetGroupAttributeEnum(1, group.Put()), S_OK);
     EXPECT_EQ(LXReadAll<ILXAttribute>(group, 0), (Names{"Name"}));
-    ExpectCalls(0, [&] { EXPECT_EQ(Displayed(1), (Names{"Name", "Power"})); }); // the facts are kept
+    ExpectCalls(0, [&] { EXPECT_EQ(Displayed(1), (Names{"Name", "Power"})); }); // the display facts are cached
 
     Edit().SetAttributeProperty("Pump", "Head", XProperty::ShowInEditor, true);
     EXPECT_EQ(Displayed(1), (Names{"Head", "Name", "Power"}));
@@ -104,7 +104,7 @@ TEST_F(Components, DisplayMasksAndGroups) {
 
 TEST_F(Components, AFailingDisplayPropertyEndsTheCall) {
     EXPECT_EQ(Displayed(0).size(), 4u);
-    Edit().SetAttributeProperty("Item", "Weight", XProperty::Label, "x"); // its facts are unknown now
+    Edit().SetAttributeProperty("Item", "Weight", XProperty::Label, "x"); // makes its display facts stale
     Calls().FailCall("ILXAttribute::GetProperties", E_ACCESSDENIED);
     XLXComPtr<ILXAttributeEnum> attributes;
     EXPECT_EQ(Type("Pump")->GetDisplayAttributeEnum(1, attributes.Put()), E_ACCESSDENIED);
@@ -163,7 +163,7 @@ TEST_F(Components, AddedAndRemovedComponentsAreSeenAfterTheirNotification) {
     Edit().AddAttribute("Item", "Colour", 1);
     EXPECT_EQ(AttributeNames("Pump"), (Names{"Colour", "Head", "Name", "Power", "Weight"}));
     EXPECT_EQ(kept, Attribute("Pump", "Weight"));
-    Edit().RemoveAttribute("Item", "Name"); // the equipment's own comes to light
+    Edit().RemoveAttribute("Item", "Name"); // Equipment's own attribute is no longer hidden
     EXPECT_EQ(LXRead(Attribute("Pump", "Name").Get(), XProperty::Label), OLESTR("Name of the equipment"));
     Edit().AddGroup("Item", 9, 2);
     XLXComPtr<ILXGroupEnum> groups;
@@ -185,7 +185,7 @@ TEST_F(Components, ASnapshotStaysAsItWas) {
     EXPECT_EQ(LXReadAll<ILXAttribute>(before, 0), (Names{"Title"}));
 }
 
-/// Without bulk delivery the components come when they are asked for.
+/// Without bulk delivery, components are fetched on demand.
 class OnDemand : public Components {
 protected:
     void SetUp() override { ASSERT_EQ(Start(0), S_OK); }
@@ -195,7 +195,7 @@ TEST_F(OnDemand, OneCallPerKindAndType) {
     const auto pump = Type("Pump");
     XLXComPtr<ILXGroup> group;
     ExpectCalls(1, [&] { EXPECT_EQ(pump->GetGroup(7, group.Put()), S_OK); });
-    ExpectCalls(3, [&] { AttributeNames("Pump"); }); // the type's own and those of two bases
+    ExpectCalls(3, [&] { AttributeNames("Pump"); }); // of the type and its two bases
     ExpectCalls(0, [&] {
         AttributeNames("Pump");
         AttributeNames("Item");
@@ -219,7 +219,7 @@ TEST_F(OnDemand, AFailedFetchIsReportedAndTriedAgain) {
     Calls().FailCall("ILXType::GetTypeComponentData", E_ACCESSDENIED);
     EXPECT_EQ(pump->GetAttributeEnum(attributes.Put()), E_ACCESSDENIED);
     EXPECT_NE(LXErrorInformation::Take().source.find(OLESTR("lxtypecache")), XLXText::npos);
-    Calls().FailCall("ILXType::GetTypeComponentData", S_OK); // success without data
+    Calls().FailCall("ILXType::GetTypeComponentData", S_OK); // success, but no data
     EXPECT_EQ(pump->GetAttributeEnum(attributes.Put()), E_POINTER);
     EXPECT_EQ(AttributeNames("Pump").size(), 4u);
 }

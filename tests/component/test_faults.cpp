@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// A whole life of a client, run over and over with one more call to the server going wrong each time, until a run
-// passes untouched. After each: right answers or failures, nothing left alive, and a clean second life.
+// Repeats a client's complete session. Each run makes one call to the server fail, a later one each time, until a run
+// completes without a fault. Each run must give correct answers or failures, leak nothing, and allow a clean second
+// session.
 #include "clientlife.h"
 
 #include <algorithm>
@@ -13,14 +14,14 @@ struct XFault {
     HRESULT result;
 };
 
-/// What a failed call may change in a step that then succeeds. The reliability document gives the reasons.
+/// The changes that a failed call may cause in a step which then succeeds. The reliability document gives the reasons.
 struct XPrescribed {
     const char* call;
     const char* step; ///< a regular expression
     std::string_view answer;
 };
 constexpr XPrescribed Prescribed[] = {
-    // Kept until a notification comes: relations, PC infos of a relation, a part of the format specs, plan types.
+    // Cached until the next notification: relations, PC infos of a relation, part of the format specs, plan types.
     {"ILXConfigFactory::GetPCArray", "P(C|PR|arentChild)", "*"},
     {"ILXParentChild::GetPCInfoEnum", "PCInfo|GetPCEnum", ""},
     {"ILXPCInfoEnum::RemNext", "PCInfo|GetPCEnum", ""},
@@ -31,11 +32,11 @@ constexpr XPrescribed Prescribed[] = {
     {"IEnumBaseDataObject::RemNext", "plan types", "*"},
     {"ILX_BaseDataObject::GetChildren", "plan types|IsPlantype", "*"},
     {"ILX_BaseDataObject::GetAttribute", "plan types|IsPlantype", "*"},
-    // What the call would have changed on the server was not changed.
+    // The failed call changed nothing on the server.
     {"ILXAttribute::CreateFormat", "DeleteFormat", ""},
     {"ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID", "after removal", "Area Length "},
-    {"ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", "after removal", "Length NewSpec1 "}, // read only then
-    // The server says that there is nothing: no values, no types, no format, an object without a type.
+    {"ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", "after removal", "Length NewSpec1 "}, // first read
+    // The server reports that there is nothing: no values, no types, no format, an object without a type.
     {"::GetProperties", "Format|GetBrowserIdEnum", "*"},
     {"ILXConfigFactoryEx::GetTypeArrayEx", "Initialize", ""},
     {"ILXConfigFactoryEx::GetTypeArrayEx", "then GetTypeEnum", "Document Equipment Item Pump "},
@@ -50,13 +51,13 @@ bool IsPrescribed(const std::string& call, const std::string& name, const XLifeS
     });
 }
 
-/// Expects that every step gave the right answer, a failure, or what is prescribed for that fault.
+/// Expects every step to give the correct answer, a failure, or the result prescribed for this fault.
 void ExpectRightAnswers(const XLifeSteps& steps, const XLifeSteps& undisturbed, HRESULT fault,
                         const std::string& failed) {
     for (const auto& [name, expected] : undisturbed) {
         const auto found = steps.find(name);
         if (found == steps.end()) {
-            continue; // the object for it was not there; that step is judged
+            continue; // no object for this step; the step that should have got it is checked
         }
         const XLifeStep& step = found->second;
         const bool same = step.result == expected.result && step.answer == expected.answer;
@@ -69,8 +70,8 @@ void ExpectRightAnswers(const XLifeSteps& steps, const XLifeSteps& undisturbed, 
 
 class Faults : public testing::TestWithParam<XFault> {
 protected:
-    /// @param failing  the number of the call that goes wrong; 0 for none
-    /// @param failed   the name of that call; empty when there were not so many
+    /// @param failing  the number of the call to fail; 0: none
+    /// @param failed   set to the name of that call; empty when there were fewer calls
     static XLifeSteps Live(unsigned long long failing, std::string& failed) {
         const auto server = XSampleServer::Create(LXLifeModel());
         if (failing != 0) { server->Calls().FailCall("", GetParam().result, failing); }

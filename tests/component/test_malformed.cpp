@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// A server that delivers arrays which are not what they should be: the caller gets the error, and the cache stays as
-// it was.
+// Servers that deliver malformed arrays: the caller gets the error, and the cache is unchanged.
 #include "XTransferWriters.h"
 #include "cachefixture.h"
 
 using namespace XLXCFCDataTransfer;
 
 namespace {
-/// A config factory that has nothing but bulk reads of types, and answers those with what the test gives it.
+/// A config factory that supports only bulk reads of types and returns what the test supplies.
 class BulkOnlyFactory final : public ILXConfigFactory, public ILXConfigFactoryEx {
 public:
     std::function<XLXSafeArray()> next;
@@ -21,7 +20,7 @@ public:
                    : nullptr;
         return *ppv != nullptr ? S_OK : E_NOINTERFACE;
     }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; } // lives on the test's stack
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; } // on the test's stack
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
 
     HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG, SAFEARRAY** array) override {
@@ -69,7 +68,7 @@ public:
     HRESULT STDMETHODCALLTYPE NotifyServerTermination() override { return E_NOTIMPL; }
 };
 
-/// One type without a server object, with the given component lists.
+/// One type without a server object, with these component lists.
 XLXSafeArray TypeArray(XILXTypeComp components) {
     XILXTypeMap types;
     types.names.emplace(OLESTR("Pump"), 0);

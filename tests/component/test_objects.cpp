@@ -32,8 +32,7 @@ TEST_F(Objects, AnswerOneCallThenFromTheStore) {
     ExpectCalls(1, [&] { EXPECT_NE(LXRead(format.Get(), 0), OLESTR("<empty>")); });
     ExpectCalls(0, [&] { LXRead(format.Get(), 0); });
     XLXComVariant untouched = XLXComVariant::FromI4(5);
-    ExpectCalls(1,
-                [&] { EXPECT_EQ(format->GetProperty(59, &untouched.Get()), S_FALSE); }); // empty values are asked for
+    ExpectCalls(1, [&] { EXPECT_EQ(format->GetProperty(59, &untouched.Get()), S_FALSE); }); // empty values are fetched
     EXPECT_EQ(untouched.AsLong(), 5);
 }
 
@@ -114,7 +113,7 @@ TEST_F(Objects, AttributeTypesComeWithTheirAttributeOrInBatches) {
     for (int i = 0; i < 120; ++i) {
         Edit().AddAttributeType("Pump", "Head", "T" + std::to_string(1000 + i), XNotify::No);
     }
-    EXPECT_EQ(Notify(Attribute("Pump", "Head").Get(), "objects/x/0/1024"), S_OK); // just the attribute types
+    EXPECT_EQ(Notify(Attribute("Pump", "Head").Get(), "objects/x/0/1024"), S_OK); // only the attribute types
     const XCallCounts before = Calls().Counts();
     EXPECT_EQ(AttributeTypes().size(), 122u);
     EXPECT_EQ(Calls().Counts().Since(before).Of("ILXAttributeTypeEnum::RemNext"), 2u);

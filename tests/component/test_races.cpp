@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Notifications that land while something is being fetched, and servers that wait for them. Each race is arranged
-// with a gate or a hook in the server, so that it happens every time.
+// Notifications that arrive during a fetch, and servers that wait for them. Gates and hooks in the server make each
+// race deterministic.
 #include "cachefixture.h"
 
 #include <atomic>
@@ -14,8 +14,8 @@ protected:
         if (m_cache) { Terminate(); }
     }
 
-    /// Runs an edit inside the next call of a method, after its answer was made: the answer is stale when it arrives.
-    /// @param onOtherThread  the server waits in its call until the notification has returned on another thread
+    /// Runs an edit inside the next call of a method, after its answer was created, so the answer arrives stale.
+    /// @param onOtherThread  the server's call waits until the notification has returned on another thread
     void EditInside(const char* method, bool onOtherThread, std::function<void()> edit) {
         m_pending.store(true);
         Calls().SetHook([this, method, onOtherThread, edit = std::move(edit)](const XServerCall& call) {
@@ -38,7 +38,7 @@ class OvertakenFetch : public Races, public testing::WithParamInterface<bool> {}
 TEST_P(OvertakenFetch, TypeMap) {
     ASSERT_EQ(Start(), S_OK);
     EditInside("ILXConfigFactoryEx::GetTypeArrayEx", GetParam(), [&] { Edit().AddType("Valve", "Item"); });
-    EXPECT_EQ(Edit().AddType("Tank", "Item").result, S_OK); // the next question reloads, and is overtaken
+    EXPECT_EQ(Edit().AddType("Tank", "Item").result, S_OK); // the next request reloads, and a notification overtakes it
     EXPECT_EQ(LXRead(Type("Tank").Get(), 0), OLESTR("Tank"));
     ASSERT_TRUE(Happened());
     EXPECT_EQ(LXRead(Type("Valve").Get(), 0), OLESTR("Valve"));
@@ -65,7 +65,7 @@ TEST_P(OvertakenFetch, PropertyStore) {
     const auto set = [&](const char* text) { Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, text); };
     set("first");
     EditInside("ILXAttribute::GetProperties", GetParam(), [&] { set("second"); });
-    EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("first")); // what was read is still given
+    EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("first")); // the caller still gets the fetched answer
     ASSERT_TRUE(Happened());
     EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("second"));
 }
@@ -85,7 +85,7 @@ TEST_P(OvertakenFetch, ComponentsOfATypeAndOfItsBase) {
 }
 
 TEST_P(OvertakenFetch, ValuesThatWaitInDeliveredRecords) {
-    ASSERT_EQ(Start(), S_OK); // delivered, not parsed yet
+    ASSERT_EQ(Start(), S_OK); // delivered, but not parsed
     Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift");
     Edit().SetGroupProperty("Item", 1, XProperty::GroupLabel, "Chief");
     EXPECT_EQ(LXRead(Attribute("Pump", "Head").Get(), XProperty::Label), OLESTR("Lift"));
@@ -131,7 +131,7 @@ INSTANTIATE_TEST_SUITE_P(NotificationThread, OvertakenFetch, testing::Bool(),
 TEST_F(Races, ABaseThatIsInvalidatedWhileADerivedTypeMergesIt) {
     ASSERT_EQ(Start(0), S_OK);
     LXRead(Attribute("Item", "Name").Get(), 0);
-    // While the pump's own attributes are fetched, the base changes and is then completed by itself.
+    // While the pump's own attributes are being fetched, the base changes and is completed on its own.
     EditInside("ILXType::GetTypeComponentData", true, [&] {
         Edit().AddAttribute("Item", "Colour");
         EXPECT_EQ(LXRead(Attribute("Item", "Colour").Get(), 0), OLESTR("Colour"));
@@ -154,7 +154,7 @@ TEST_F(Races, FirstQueriesOfSeveralKindsAtOnceFetchOncePerType) {
     attributes.wait();
     group.wait();
     again.wait();
-    EXPECT_LE(Calls().Of("ILXType::GetTypeComponentData"), 4u); // pump and two bases, and the pump's groups
+    EXPECT_LE(Calls().Of("ILXType::GetTypeComponentData"), 4u); // Pump, its two bases, and the pump's groups
 }
 
 TEST_F(Races, ReadersGoOnWhileANotificationWaitsForAServerThatFetches) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The cache inside the server's process. Server mode turns the locks off for the whole process, so these tests are a
-// program of their own, and use the cache from one thread at a time.
+// The cache inside the server's process. These tests are a program of their own, because server mode turns the locks
+// off for the whole process. They use the cache from one thread at a time.
 #include "cachefixture.h"
 
 class ServerMode : public CacheTest {
@@ -69,7 +69,7 @@ TEST_F(ServerMode, NotificationsArriveWithoutTranslation) {
     const auto filled = Calls().Of("ILXConfigFactory::GetTypeEnum");
     m_server->SendNotification("objects/x/0/512");
     Type("Pump");
-    EXPECT_EQ(Calls().Of("ILXConfigFactory::GetTypeEnum"), filled); // the type map stays
+    EXPECT_EQ(Calls().Of("ILXConfigFactory::GetTypeEnum"), filled); // the type map is not reloaded
     m_server->SendNotification("objects/x/0/2");
     Type("Pump");
     EXPECT_EQ(Calls().Of("ILXConfigFactory::GetTypeEnum"), filled + 1);
@@ -89,7 +89,7 @@ TEST_F(ServerMode, AttributesLoadedThroughAFormerServerObjectAreStale) {
     Edit().AddType("Document", "", XNotify::No);
     Edit().AddAttribute("Document", "Author", 0, XNotify::No);
     m_server->SendNotification("objects/Document/0/2");
-    attributes(); // nobody has reloaded the types yet: the former object is asked
+    attributes(); // the types have not been reloaded, so the old server object is asked
     EXPECT_EQ(Type("Document"), document);
     EXPECT_EQ(attributes(), std::vector<std::string>{"Author"});
     Terminate();
@@ -114,7 +114,7 @@ TEST_F(ServerMode, EntryPointTakesExactlyThreeNamedObjects) {
                           {OLESTR("Configfactory"), keepFactory.Get()}}),
               S_OK);
     EXPECT_EQ(LXRead(Type("Pump").Get(), 0), OLESTR("Pump"));
-    EXPECT_EQ(Start(), E_FAIL); // client mode is refused from here on
+    EXPECT_EQ(Start(), E_FAIL); // client mode is refused after server mode
     Terminate();
 }
 

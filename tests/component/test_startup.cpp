@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// How a cache is brought into service and taken out of it.
+// Initialising and terminating a cache.
 #include "XCfgCacheCallback.h"
 #include "cachefixture.h"
 
@@ -14,7 +14,7 @@ TEST_F(Startup, OneBulkReadWhateverTheNumberOfTypes) {
         m_cache = LXMakeCache();
         ASSERT_EQ(Start(), S_OK);
         EXPECT_EQ(Calls().Of("ILXConfigFactoryEx::GetTypeArrayEx"), 1u);
-        EXPECT_LE(Calls().Total(), 5u) << Calls().Counts().Text(); // registration, two advices, types, relations
+        EXPECT_LE(Calls().Total(), 5u) << Calls().Counts().Text(); // registration, two Advise calls, types, relations
         Terminate();
     }
 }
@@ -66,7 +66,7 @@ TEST_F(Startup, RefusesWrongArgumentsAndStaysUsable) {
     LONG mode = 0;
     EXPECT_EQ(m_cache->GetCFCDataTransferMode(&mode), S_OK);
     EXPECT_EQ(mode, 1);
-    EXPECT_EQ(Initialize(cut(4)), S_OK); // again: nothing to do
+    EXPECT_EQ(Initialize(cut(4)), S_OK); // already initialised: no effect
     EXPECT_EQ(m_server->Clients().size(), 1u);
     Terminate();
 }
@@ -147,7 +147,7 @@ TEST_F(Startup, ASecondInitialisationDoesNothing) {
     other[0] = XLXComVariant::FromUnknown(otherServer->ConfigFactory().Get());
     again(std::move(other), S_OK);
     EXPECT_EQ(otherServer->Calls().Total(), 0u);
-    Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift"); // notifications still come
+    Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift"); // notifications still arrive
     EXPECT_EQ(LXRead(Attribute("Pump", "Head").Get(), XProperty::Label), OLESTR("Lift"));
     Terminate();
 }
@@ -199,7 +199,7 @@ TEST_F(Startup, EveryReferenceIsGivenBack) {
     ASSERT_EQ(pump->GetAttributeEnum(attributes.Put()), S_OK);
     Attribute("Pump", "Head");
     Terminate();
-    // What the client still holds goes on answering.
+    // Objects that the client still holds keep answering.
     EXPECT_EQ(LXReadAll<ILXAttribute>(attributes, 0).size(), 4u);
     EXPECT_EQ(LXRead(pump.Get(), XProperty::TypeName), OLESTR("Pump"));
 }
@@ -266,6 +266,6 @@ TEST_F(Startup, ValidityServerEndAndIdentity) {
     EXPECT_EQ(Edit().AddType("Late").result, S_OK);
     XLXComPtr<ILXTypeEnum> types;
     EXPECT_EQ(Factory()->GetTypeEnum(nullptr, types.Put()), S_OK);
-    EXPECT_EQ(Calls().Total(), before); // the notification changed nothing any more
+    EXPECT_EQ(Calls().Total(), before); // the notification had no effect
     Terminate();
 }

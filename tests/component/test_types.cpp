@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Types by name, and what becomes of them when the server changes.
+// Types by name, and the effect of changes on the server.
 #include "cachefixture.h"
 
 class Types : public CacheTest {
@@ -80,7 +80,7 @@ TEST_F(Types, WhatCallersHoldStaysCurrentAcrossARefill) {
     Edit().SetTypeProperty("Pump", XProperty::TypeLabel, "Rotating pump");
     EXPECT_EQ(LXRead(pump.Get(), XProperty::TypeLabel), OLESTR("Rotating pump"));
 
-    EXPECT_EQ(Edit().AddType("Valve", "Equipment").result, S_OK); // reloads all types
+    EXPECT_EQ(Edit().AddType("Valve", "Equipment").result, S_OK); // all types are reloaded
     EXPECT_EQ(pump, Type("Pump"));
     EXPECT_EQ(head, Attribute("Pump", "Head"));
     EXPECT_EQ(group, Group("Item", 3));
@@ -115,7 +115,7 @@ TEST_F(Types, AFetchedTypeBringsItsBases) {
     Edit().AddType("Silo", "Tank", XNotify::No);
     Edit().AddAttribute("Tank", "Volume", 1, XNotify::No);
     XLXComPtr<ILXType> silo;
-    ExpectCalls(2, [&] { ASSERT_EQ(Find("Silo", silo), S_OK); }); // alone, then with its bases
+    ExpectCalls(2, [&] { ASSERT_EQ(Find("Silo", silo), S_OK); }); // the type, then the type with its bases
     XLXComPtr<ILXAttribute> volume;
     EXPECT_EQ(silo->GetAttribute(XLXComBSTR(OLESTR("Volume")).Get(), volume.Put()), S_OK);
 }
@@ -147,8 +147,7 @@ TEST_F(Types, ATypeThatIsItsOwnBaseIsCachedWithoutOne) {
     EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
 }
 
-// Whichever of the types comes first when their bases are linked, a link that is yet to be replaced makes it look as
-// if the new one closed a circle.
+// Whichever type is linked first, an old link that is yet to be replaced seems to close a circle with the new one.
 TEST_F(Types, BasesThatChangePlacesAreAllLinkedAnew) {
     Edit().Change(
         [](XServerModel& model) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What these tests do inside a call to the server, and past the manager.
+// Runs work inside calls to the server, on a thread that is already loading, and sends notifications directly to cached
+// objects.
 #ifndef INSIDE_H
 #define INSIDE_H
 
@@ -9,7 +10,7 @@
 #include <atomic>
 #include <future>
 
-/// Does something inside the next call of a method, on the calling thread; by default when its answer is made.
+/// Runs work once inside the next call of a method, on the calling thread; by default after the answer was created.
 class Inside {
 public:
     Inside(XCallMonitor& calls, const char* method, std::function<void()> work, XCallPoint point = XCallPoint::Answer)
@@ -30,15 +31,15 @@ private:
     std::atomic<bool> m_happened{false};
 };
 
-/// A cache with a thread that is asking the server for something already. Such a thread waits for nobody who asks: it
-/// asks the server itself, beside them.
+/// A cache with a thread that is already asking the server for something. Such a thread does not wait for other loads;
+/// it asks the server itself.
 class BesideTest : public CacheTest {
 protected:
     using CacheTest::CacheTest;
 
-    /// Does something on that thread, while it asks for the relations.
+    /// Runs work on that thread while it loads the relations.
     std::future<void> Beside(std::function<void()> work) {
-        m_server->SendNotification("pc/x/0/4"); // the relations are asked for again, and nothing of any type
+        m_server->SendNotification("pc/x/0/4"); // makes the relations stale, but no types
         return std::async(std::launch::async, [this, work = std::move(work)] {
             bool happened = false;
             Calls().SetStandingHook([&, asking = std::this_thread::get_id()](const XServerCall& call) {
@@ -55,7 +56,7 @@ protected:
     }
 };
 
-/// Sends a notification straight to a cached object.
+/// Sends a notification directly to a cached object.
 template <class Interface> void LXNotifyStraight(const XLXComPtr<Interface>& object, const OLECHAR* dataId) {
     const XLXComBSTR dataType(OLESTR("cfc_specific"));
     EXPECT_EQ(object.template As<ILXCallbackUpdate>()->DataObjectChanged(XLXComBSTR(XLXText(dataId)).Get(),

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Servers that ask back while they are asked, and server objects that ask when they go.
+// Servers that call back during a request, and server objects that call the cache when they are destroyed.
 #include "hostileserver.h"
 #include "inside.h"
 
@@ -14,13 +14,13 @@ XServerModel AskingModel() {
     return model;
 }
 
-// What the server asks next on this thread, and inside which of its methods.
+// The next request that the server makes on this thread, and the server method that makes it.
 thread_local std::function<void()> t_ask;
 thread_local std::string_view t_inside;
 
 class Questions : public CacheTest {
 public:
-    // Questions, each with its answer.
+    // Requests, each with its expected answer.
     void AskForRelations() {
         EXPECT_EQ(LXReadAll<ILXParentChild>(Relations(), XProperty::ChildName), Texts{"Document"});
     }
@@ -68,7 +68,7 @@ protected:
         Terminate();
     }
 
-    /// Starts without components, and makes all stale that was loaded.
+    /// Starts without components, loads some objects and makes everything stale.
     void StartStale() {
         ASSERT_EQ(Start(0), S_OK);
         m_item = Type("Item");
@@ -83,7 +83,7 @@ protected:
         return relations;
     }
 
-    /// Lets the server ask on each thread what that has set.
+    /// Makes the server call back on each thread with the thread's t_ask.
     void LetTheServerAsk() {
         Calls().SetHook([](const XServerCall& call) {
             if (t_ask && call.name == t_inside && call.point == XCallPoint::Arrival) { std::exchange(t_ask, {})(); }
@@ -103,7 +103,7 @@ private:
 
 using Ask = void (Questions::*)();
 
-/// A question, and the method of the server that it leads to.
+/// A request and the server method that it calls.
 struct Question {
     Ask ask;
     const char* method;
@@ -158,7 +158,7 @@ protected:
         m_changed.notify_all();
         EXPECT_TRUE(m_changed.wait_for(lock, std::chrono::seconds(5), [this] { return m_here == 2; }));
     }
-    /// On a thread of its own: a question, and inside the server, when the other thread is there too, the other's.
+    /// On a new thread: makes a request. Inside the server, waits for the other thread and makes the other's request.
     std::future<void> Start(const Question& own, const Question& others) {
         return std::async(std::launch::async, [this, own, others] {
             t_inside = own.method;
@@ -192,7 +192,7 @@ INSTANTIATE_TEST_SUITE_P(Callbacks, AskingCrosswise,
                                          Crossing{"TwoTypes", Item, Document}),
                          testing::PrintToStringParamName());
 
-/// An object of the server that calls something when it goes.
+/// A server object that runs a function when it is destroyed.
 class Leaving final : public HostileObject<IUnknown> {
 public:
     explicit Leaving(std::function<void()> atEnd) : m_atEnd(std::move(atEnd)) {}
@@ -213,7 +213,7 @@ protected:
         Terminate();
     }
 
-    /// Types whose object, and whose base-type property, ask when they go.
+    /// Types whose server object and base-type property make a request when they are destroyed.
     HRESULT Give(const std::vector<XLXText>& names, SAFEARRAY** out) {
         XLXCFCDataTransfer::XILXTypeMap types;
         for (const XLXText& name : names) {
@@ -259,7 +259,7 @@ TEST_F(LastRelease, OfAServerObjectRunsUnderNoLock) {
     const XLXComBSTR name(OLESTR("Derived"));
     BSTR names[] = {name.Get()};
     EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 1), S_OK);
-    EXPECT_GE(m_asked, 2); // the former server object, and a base type that the link takes the place of
+    EXPECT_GE(m_asked, 2); // the old server object, and a base type object that the link replaces
     EXPECT_EQ(Named(OLESTR("Derived")), type);
 }
 } // namespace

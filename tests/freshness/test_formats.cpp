@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Formats that are asked for, created and deleted at once: a late answer undoes nothing, and everybody gets the same
+// Concurrent requests, creations and deletions of formats: a late answer undoes nothing, and all callers get the same
 // object.
 #include "cachefixture.h"
 
@@ -13,7 +13,7 @@ XServerModel FormatModel() {
     return model;
 }
 
-/// By the interface that has the format: of type 1 of Pump.Head and of a global one, and the one of a group.
+/// By owner: format type 1 of Pump.Head, format type 1 of a global spec, and the format of a group.
 class Formats : public CacheTest, public testing::WithParamInterface<const char*> {
 protected:
     using Format = XLXComPtr<ILXFormat>;
@@ -101,7 +101,7 @@ TEST_P(Formats, TwoFirstCallsGetOneObject) {
         auto one = std::async(std::launch::async, [&] { return Get(first); });
         gate.WaitUntilArrived();
         auto other = std::async(std::launch::async, [&] { return Get(second); });
-        // The other one comes to the gate too, or waits for the answer of the first.
+        // The other thread either arrives at the gate too or waits for the first one's answer.
         for (int i = 0; i < 500 && gate.Arrived() < 2; ++i) {
             other.wait_for(std::chrono::milliseconds(1));
         }

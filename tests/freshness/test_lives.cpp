@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A cache that lives more than once, on one server and on another: what one life learned late, and how it was
-// registered, is no matter of the next one. Initialisations that fail, and those that end without relations.
+// A cache that is initialised and terminated several times, with one server and with another. Late answers and the
+// registration of one connection must not affect the next. Initialisations that fail, and those without relations.
 #include "hostileserver.h"
 
 #include <atomic>
@@ -11,7 +11,7 @@
 namespace {
 using Names = std::vector<std::string>;
 
-/// The test model with one more type, browser id, spec and relation that are named after the server.
+/// The test model plus a type, a browser id, a spec and a relation that are named after the server.
 XServerModel ModelOf(const XText& server) {
     XServerModel model = LXTestModel();
     model.AddType(server);
@@ -22,7 +22,7 @@ XServerModel ModelOf(const XText& server) {
     return model;
 }
 
-/// A spec that does something when its last reference goes.
+/// A spec that runs a function on its last release.
 class LastWord final : public PassingObject<ILXGlobalAttributeFormatSpec> {
 public:
     LastWord(XLXComPtr<ILXGlobalAttributeFormatSpec> inner, std::function<void()> word)
@@ -50,7 +50,7 @@ protected:
     static bool Ends(const std::future<void>& work) {
         return work.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
     }
-    /// Exchanges the server that the fixture uses for the other one.
+    /// Exchanges the fixture's server for the other one.
     void ChangeServer() { m_server.swap(m_second); }
 
     Names Types() {
@@ -90,7 +90,7 @@ protected:
     }
     std::string PumpLabel() { return LXNarrow(LXRead(Type("Pump").Get(), XProperty::TypeLabel)); }
 
-    /// Makes the hostile factory list one spec, which does something once, when the cache lets go of it.
+    /// Makes the hostile factory list one spec that runs the function once, when the cache releases it.
     void ListALastWord(std::function<void()> word) {
         XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
         XLXComPtr<ILXGlobalAttributeFormatSpec> spec;
@@ -120,7 +120,7 @@ class LateAnswers : public Lives, public testing::WithParamInterface<const char*
 TEST_P(LateAnswers, AreEnteredNowhere) {
     const LONG before = m_server->LiveObjects().objects;
     ASSERT_EQ(Start(), S_OK);
-    Edit().AddType("Late", "", XNotify::No); // is asked for by its name
+    Edit().AddType("Late", "", XNotify::No); // found by name
     if (std::string_view(GetParam()) != "ILXConfigFactoryEx::GetTypeArrayByTypeNameEx") {
         m_server->SendNotification("objects/x/0/1");
     }
@@ -209,7 +209,7 @@ TEST_F(Lives, TerminateBesideInitializeUnregistersItsOwnLife) {
     for (int round = 0; round < 3000 && std::chrono::steady_clock::now() < until; ++round) {
         ASSERT_EQ(Start(0), S_OK);
         std::atomic<int> arrived{0};
-        const auto meet = [&arrived] { // not a barrier: that of one of the libraries loses a wake-up now and then
+        const auto meet = [&arrived] { // not std::barrier: one C++ library's loses wake-ups
             for (++arrived; arrived.load() < 2;) {
                 std::this_thread::yield();
             }
@@ -243,7 +243,7 @@ TEST_F(Lives, AFailedInitialisationIsNotRegisteredAndHoldsNothing) {
     }
 }
 
-/// Notifications that come before there are relations to tell.
+/// Notifications that arrive before the relations are loaded.
 class WithoutRelations : public Lives {
 protected:
     void SetUp() override { Change("old", S_OK); }
@@ -301,7 +301,7 @@ TEST_F(WithoutRelations, EditsBeforeNotificationsAreEnabled) {
     Calls().SetHook([&](const XServerCall& call) {
         if (call.name == "ILXDataUpdate::EnableAdvicesDataType" && !std::exchange(changed, true)) {
             std::async(std::launch::async, [&] { Read(); }).get();
-            Change("new", S_OK); // the server tells nobody
+            Change("new", S_OK); // the server sends no notification
         }
     });
     ASSERT_EQ(Start(), S_OK);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Notifications that come straight to an object whose parts are not there yet: an answer from before such a
-// notification brings them, or refreshes them when they have come by a newer one.
+// Direct notifications to an object whose parts are not loaded yet. An older answer then creates the parts, or
+// refreshes parts that a newer answer created.
 #include "inside.h"
 #include "relationfixture.h"
 
@@ -17,7 +17,7 @@ protected:
 
 TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatIsOnItsWay) {
     const auto pump = Type("Pump");
-    Attribute("Equipment", "Power"); // the bases are there
+    Attribute("Equipment", "Power"); // loads the bases
     {
         const Inside overtaken(Calls(), "ILXType::GetTypeComponentData", [&] {
             ChangeHead();
@@ -37,14 +37,14 @@ TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatAnOlderAnswerRefreshes) {
             LXNotifyStraight(pump, OLESTR("objects/Pump/0/512"));
             Beside([&] { EXPECT_EQ(HeadsLabel(), OLESTR("new")); }).get();
         });
-        Attribute("Pump", "Head"); // the older answer finds the attribute that entered after the notification
+        Attribute("Pump", "Head"); // the older answer finds the attribute that was added after the notification
     }
     EXPECT_EQ(HeadsLabel(), OLESTR("new"));
 }
 
 TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeTypeThatIsOnItsWay) {
     const auto title = Attribute("Document", "Title");
-    Edit().AddAttributeType("Document", "Title", "Short"); // the attribute that is held enumerates its types
+    Edit().AddAttributeType("Document", "Title", "Short"); // the held attribute enumerates its types
     const auto labels = [&] {
         XLXComPtr<ILXAttributeTypeEnum> types;
         EXPECT_EQ(title->GetAttributeTypeEnum(types.Put()), S_OK);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Two threads, one of which asks at each place in turn where the other one allocates: what is not complete yet is not
-// taken for it, and neither takes what the other one needs.
+// Two threads: one makes a request at each point in turn where the other allocates memory. Incomplete data must not be
+// taken for complete, and neither thread may consume what the other needs.
 #include "allocations.h"
 #include "inside.h"
 
@@ -22,11 +22,11 @@ protected:
         t_work = {};
         Terminate();
     }
-    /// The place is the n-th allocation of this thread from now on; 0: there is none.
+    /// Calls t_work at this thread's n-th allocation from now on; 0: never.
     static void CountTo(int n) { t_left = n; }
 
-    /// Prepares each place and lets the first thread ask until it does not come to the place any more. At the place
-    /// the second one asks. It may wait for the first, and is then answered after it.
+    /// For each allocation of the first request: calls prepare and runs the first request; at the allocation the second
+    /// request runs on another thread. It may wait for the first request and is then answered after it.
     static void AtEach(const std::function<void(int)>& prepare, const Question& first, const Question& second) {
         int place = 0;
         for (bool reached = true; reached;) {
@@ -51,13 +51,14 @@ protected:
         return type->GetAttribute(XLXComBSTR(LXFromUtf8(name)).Get(), found.Put()) == S_OK;
     }
 
-    /// How far two threads came that asked beside each other.
+    /// How far two concurrent requests got.
     struct Met {
-        bool first = false;  ///< the first to its place, where the second began to ask
-        bool second = false; ///< the second to its own, where the first went on
+        bool first = false;  ///< the first reached its allocation and started the second
+        bool second = false; ///< the second reached its allocation and let the first continue
     };
-    /// Lets this thread ask, and at its n-th allocation after the server's answer another one, which waits for nobody
-    /// and stops at its own n-th allocation until this one is through.
+    /// Makes a request on this thread. At its n-th allocation after the server's answer, a thread that does not wait
+    /// for other loads makes the same request; it stops at its own n-th allocation until the first request has
+    /// returned.
     Met AskBeside(int first, int second, const Question& question) {
         Met met;
         Signals signals;
@@ -65,7 +66,7 @@ protected:
         t_work = [&] {
             met.first = true;
             other = Beside([&] { AskAndStop(second, question, signals); });
-            auto stopped = signals.stopped.get_future(); // never, while it waits for a lock that this thread has
+            auto stopped = signals.stopped.get_future(); // not set while that thread waits for a lock of this one
             met.second = stopped.wait_for(std::chrono::milliseconds(500)) == std::future_status::ready && stopped.get();
         };
         Calls().SetHook([&](const XServerCall& call) {
@@ -81,15 +82,15 @@ protected:
 
 private:
     struct Signals {
-        std::promise<bool> stopped; ///< the second thread stands at its place; false: it is through
-        std::promise<void> through; ///< the first thread is
+        std::promise<bool> stopped; ///< true: the second thread is at its allocation; false: it has returned
+        std::promise<void> through; ///< the first thread has returned
     };
     static void AskAndStop(int place, const Question& question, Signals& signals) {
         bool isThere = false;
         t_work = [&] {
             isThere = true;
             signals.stopped.set_value(true);
-            // Never, while the first thread waits for a lock that this one has.
+            // Not set while the first thread waits for a lock of this one.
             signals.through.get_future().wait_for(std::chrono::milliseconds(50));
         };
         ExpectAnswer(place, question, "the second");
@@ -113,7 +114,7 @@ TEST_F(Places, ADerivedTypeIsNotCompleteBeforeItHasWhatItsBaseGot) {
     const auto base = Type("Item");
     const auto derived = Type("Equipment");
     std::string name;
-    Calls().SetHook([](const XServerCall&) { CountTo(0); }); // places before the server is asked
+    Calls().SetHook([](const XServerCall&) { CountTo(0); }); // ignore allocations before the call to the server
     AtEach(
         [&](int place) {
             name = "X" + std::to_string(place);
@@ -147,9 +148,9 @@ TEST_F(Places, OvertakenRecordsDoNotCountAsReadWhileTheyAreParsed) {
 }
 
 TEST_F(Places, OfTwoThreadsThatFetchTheSameEachGetsAll) {
-    ASSERT_EQ(Start(), S_OK); // so that an answer brings components of other kinds too
+    ASSERT_EQ(Start(), S_OK); // so that an answer brings other components too
     const auto item = Type("Item");
-    std::string name = "Weight"; // of an attribute that is there since the last notification
+    std::string name = "Weight"; // of an attribute that exists since the last notification
     int met = 0;
     bool hasFirst = true;
     for (int first = 1; hasFirst; ++first) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Records that wait until somebody asks for what they bring. The server has one object for each type and attribute in
-// bulk: so nothing is stale only because it has another object.
+// Delivered records that are not parsed yet. The server returns the same object for a type or attribute in every bulk
+// read, so nothing becomes stale merely because its server object is replaced.
 #include "hostileserver.h"
 #include "inside.h"
 
@@ -31,7 +31,7 @@ protected:
         m_document->GetAttribute(XLXComBSTR(XLXText(name)).Get(), found.Put());
         return found;
     }
-    /// Reads the document and its components anew, by its name.
+    /// Reloads the document and its components by name.
     void Load() {
         const XLXComBSTR name(OLESTR("Document"));
         BSTR names[] = {name.Get()};
@@ -78,7 +78,7 @@ TEST_F(WaitingRecords, AreNotDroppedByAnOlderMap) {
             Edit().AddAttribute("Document", "Author", 0, XNotify::No);
             Load();
         });
-        EXPECT_TRUE(Find(OLESTR("Title"))); // of the answer without the author
+        EXPECT_TRUE(Find(OLESTR("Title"))); // from the answer without the author
     }
     ExpectCalls(0, [&] { EXPECT_TRUE(Find(OLESTR("Author"))); });
 }
@@ -96,7 +96,7 @@ TEST_F(WaitingRecords, DoNotRefreshAnAttributeTypeThatEnteredAfterANotification)
             Edit().SetAttributeTypeProperty("Document", "Title", "Short", XProperty::AttributeTypeLabel, "new",
                                             XNotify::No);
             LXNotifyStraight(title, OLESTR("objects/Document/0/1024"));
-            EXPECT_EQ(label(), changed); // of an attribute type that this enumeration made
+            EXPECT_EQ(label(), changed); // of an attribute type that this enumeration created
         });
         Load();
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Relations, PC infos and browser ids: what was loaded through a former server object, what a notification has
-// nothing to do with, and what a caller holds.
+// Relations, PC infos and browser ids: data loaded through a replaced server object, unrelated notifications, and
+// objects that callers hold.
 #include "inside.h"
 #include "relationfixture.h"
 
@@ -15,7 +15,7 @@ protected:
     }
     void TearDown() override { Terminate(); }
 
-    /// The browsers of the relation that the test holds.
+    /// The browsers of the held relation.
     Names Browsers() {
         XLXComPtr<ILXPCInfoEnum> infos;
         m_desks->GetPCInfoEnum(infos.Put());
@@ -40,7 +40,7 @@ TEST_F(FreshRelations, PCInfosLoadedThroughAFormerServerObjectAreStale) {
     Edit().AddRelation("Node", "Desk", "nodes", 0, false, XNotify::No);
     Edit().AddPCInfo("Node", "Desk", "nodes", "Wide", false, XNotify::No);
     m_server->SendNotification("pc/Node/0/4");
-    Browsers(); // nobody has reloaded the relations yet: the former object is asked
+    Browsers(); // the relations have not been reloaded, so the old server object is asked
     EXPECT_EQ(Below("Node", 0, "Wide"), Names{"Desk/nodes"});
     EXPECT_EQ(Below("Node", 0, "Tree"), Names{});
     EXPECT_EQ(Browsers(), Names{"Wide"});

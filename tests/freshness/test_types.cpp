@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Types, their components and attributes: answers that a notification overtook, answers of former server objects, and
-// notifications that concern something else.
+// Types, their components and attributes: answers that a notification overtook, answers of replaced server objects, and
+// unrelated notifications.
 #include "inside.h"
 
 namespace {
@@ -37,7 +37,7 @@ protected:
 TEST_F(FreshTypes, ValuesOfAttributeTypesThatChangeWhileTheyAreEnumerated) {
     ASSERT_EQ(Start(), S_OK);
     const auto head = Attribute("Pump", "Head");
-    m_server->SendNotification("objects/Pump/0/1024"); // the attribute that is held enumerates them anew
+    m_server->SendNotification("objects/Pump/0/1024"); // the held attribute enumerates them again
     {
         const Inside overtaken(Calls(), "ILXAttributeType::GetProperties", [&] {
             for (const char* name : {"Metres", "Feet"}) {
@@ -75,26 +75,26 @@ TEST_F(FreshTypes, AMapThatWasMergedWithAnOlderBaseReplacesNoNewerOne) {
     const auto derived = Type("Equipment");
     EXPECT_TRUE(Has(base, OLESTR("Name")));
     {
-        const Inside overtaken(Calls(), "ILXType::GetTypeComponentData", [&] { // the base's content is taken already
+        const Inside overtaken(Calls(), "ILXType::GetTypeComponentData", [&] { // the base is already copied
             Edit().AddAttribute("Item", "Colour", 0, XNotify::No);
             LXNotifyStraight(base, OLESTR("objects/Item/0/512"));
             Beside([&] { EXPECT_TRUE(Has(derived, OLESTR("Colour"))); }).get();
         });
         EXPECT_TRUE(Has(derived, OLESTR("Power")));
     }
-    ExpectCalls(0, [&] { EXPECT_TRUE(Has(derived, OLESTR("Colour"))); }); // else it is merged again
+    ExpectCalls(0, [&] { EXPECT_TRUE(Has(derived, OLESTR("Colour"))); }); // no call: already merged
     Terminate();
 }
 
 TEST_F(FreshTypes, PagesLoadedThroughAFormerServerObjectAreStale) {
-    ASSERT_EQ(Start(1), S_OK); // no pages in bulk
+    ASSERT_EQ(Start(1), S_OK); // without pages in bulk
     const auto document = Type("Document");
     EXPECT_EQ(Pages(document), Texts{});
     Edit().RemoveType("Document", XNotify::No);
     Edit().AddType("Document", "", XNotify::No);
     Edit().AddPage("Document", 5, XNotify::No);
     m_server->SendNotification("objects/Document/0/2");
-    Pages(document); // nobody has reloaded the types yet: the former object is asked
+    Pages(document); // the types have not been reloaded, so the old server object is asked
     EXPECT_EQ(Type("Document"), document);
     EXPECT_EQ(Pages(document), Texts{"5"});
     Terminate();
@@ -110,7 +110,7 @@ TEST_F(FreshTypes, FormatsLoadedThroughAFormerServerObjectAreStale) {
     Edit().RemoveGroup("Pump", 7, XNotify::No);
     Edit().AddGroup("Pump", 7, 1, 0, XNotify::No);
     m_server->SendNotification("objects/Pump/0/2");
-    for (const int formatType : {1, 9}) // the former objects are asked
+    for (const int formatType : {1, 9}) // asks the old server objects
     {
         Format(head, formatType);
     }
