@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Parts of a server that misbehaves, in front of the sample server: everything that a test does not replace is passed
-// on to it.
+// Parts of a misbehaving server. They wrap the sample server and forward whatever a test does not replace.
 #ifndef HOSTILESERVER_H
 #define HOSTILESERVER_H
 
@@ -9,7 +8,7 @@
 #include "XTransferWriters.h"
 #include "cachefixture.h"
 
-/// A counted object that answers for its interfaces and nothing else.
+/// A reference-counted object that supports only its own interfaces.
 template <class First, class... Others> class HostileObject : public First, public Others... {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override {
@@ -38,7 +37,7 @@ private:
     std::atomic<ULONG> m_references{0};
 };
 
-/// An object that is nothing.
+/// An object without any function.
 class Opaque final : public HostileObject<IUnknown> {};
 
 template <class IEnumX, class IX> class HostileEnum final : public HostileObject<IEnumX> {
@@ -58,7 +57,7 @@ private:
     const Next m_next;
 };
 
-/// Passes the property calls on.
+/// Forwards the property methods.
 template <class I> class PassingObject : public HostileObject<I> {
 public:
     explicit PassingObject(XLXComPtr<I> inner) : m_inner(std::move(inner)) {}
@@ -68,7 +67,7 @@ public:
     HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY* k, SAFEARRAY** v) override { return m_inner->Sets(k, v); }
     HRESULT STDMETHODCALLTYPE GetProperty(int i, VARIANT* v) override { return m_inner->GetProperty(i, v); }
     HRESULT STDMETHODCALLTYPE SetProperty(int i, VARIANT v) override { return m_inner->SetProperty(i, v); }
-    std::function<HRESULT(SAFEARRAY**)> values; ///< what a test may replace
+    std::function<HRESULT(SAFEARRAY**)> values; ///< replaces GetProperties
     HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** v) override {
         return values ? values(v) : m_inner->GetProperties(v);
     }
@@ -109,7 +108,7 @@ public:
     explicit HostileFactory(XLXComPtr<ILXConfigFactory> inner)
         : m_inner(std::move(inner)), m_bulk(m_inner.As<ILXConfigFactoryEx>()) {}
 
-    // What a test may replace.
+    // Replacements that a test may set:
     std::function<HRESULT(SAFEARRAY**)> types;
     std::function<HRESULT(SAFEARRAY**)> namedTypes;
     std::function<HRESULT(SAFEARRAY**)> relations;
@@ -136,7 +135,7 @@ public:
         return specs ? specs(e) : m_inner->GetAllGlobalAttributeFormatSpecs(e);
     }
 
-    // What the cache never asks a config factory for in client mode.
+    // Methods that the cache never calls on a config factory in client mode:
     HRESULT STDMETHODCALLTYPE AddType(ILXType**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE RemoveType(ILXType*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetTypeEnum(BSTR, ILXTypeEnum**) override { return E_NOTIMPL; }
@@ -170,7 +169,7 @@ private:
     const XLXComPtr<ILXConfigFactoryEx> m_bulk;
 };
 
-/// A type in a bulk read, with attributes that have nothing but a name.
+/// A type in a bulk read; its attributes have only names.
 struct HostileType {
     XLXText name;
     XLXText base;
@@ -179,7 +178,7 @@ struct HostileType {
 
 XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types, const XLXComPtr<IUnknown>& server = nullptr);
 
-/// A cache whose config factory is a hostile one.
+/// A cache whose config factory is hostile.
 class HostileTest : public CacheTest {
 protected:
     explicit HostileTest(XServerModel model = LXTestModel())
@@ -189,13 +188,13 @@ protected:
         values[0] = XLXComVariant::FromUnknown(static_cast<ILXConfigFactory*>(m_factory.Get()));
         return Initialize(std::move(values));
     }
-    /// A type by name, whatever data object it would be of.
+    /// A type by name.
     XLXComPtr<ILXType> Named(XLXTextView name, HRESULT expected = S_OK) {
         XLXComPtr<ILXType> type;
         EXPECT_EQ(Factory()->GetType(XLXComBSTR(name).Get(), nullptr, type.Put()), expected) << LXNarrow(name);
         return type;
     }
-    /// A failure says what went wrong.
+    /// Expects a failure to come with error information.
     static void ExpectExplained(HRESULT result, const char* what) {
         if (FAILED(result) && result != E_NOTIMPL && result != E_NOINTERFACE) {
             EXPECT_TRUE(LXErrorInformation::Take().present) << what << " 0x" << std::hex << result;

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
 //
-// Enumerators that never end, that say they fetched more than was asked, that leave holes, and that fail with
-// elements in their hands. Everything is released, and nothing but real elements is taken.
+// Enumerators that never end, report more elements than requested, leave null elements, or return elements with a
+// failure. The cache releases everything and uses only non-null elements.
 #include "hostileserver.h"
 
 namespace {
 struct Behaviour {
     const char* name;
     HRESULT result;
-    ULONG put; ///< how many elements are put, at most as many as asked
+    ULONG put; ///< number of elements to return, at most as many as requested
     bool claimsTooMuch;
-    ULONG claimed;    ///< how many it says it fetched; AsAsked for all
-    HRESULT expected; ///< of the enumeration handed out by the cache
+    ULONG claimed;    ///< the reported number; AsAsked: the requested number
+    HRESULT expected; ///< the cache's result for its own enumeration
 };
 constexpr ULONG AsAsked = 0xFFFF;
 
@@ -30,10 +30,10 @@ protected:
     template <class IEnumX, class IX> auto Misbehaving(XLXComPtr<IX> element) {
         return [element](IEnumX** out) {
             const auto next = [element, behaviour = GetParam()](ULONG asked, IX** elements, ULONG* fetched) {
-                for (ULONG i = 0; i < std::min(behaviour.put, asked); i += 2) // holes between them
+                for (ULONG i = 0; i < std::min(behaviour.put, asked); i += 2) // every second element is null
                 {
                     elements[i] = element.Get();
-                    if (SUCCEEDED(behaviour.result)) // a failing call leaves nothing to release
+                    if (SUCCEEDED(behaviour.result)) // a failed call leaves nothing to release
                     {
                         element->AddRef();
                     }
@@ -48,7 +48,7 @@ protected:
         };
     }
 
-    /// The names that the cache lists, with the result that it gave.
+    /// Checks the names that the cache lists and its result.
     template <class IX, class IEnumX>
     void ExpectTaken(const char* what, HRESULT result, const XLXComPtr<IEnumX>& elements, HRESULT expected) {
         EXPECT_EQ(result, expected) << what;
@@ -72,7 +72,7 @@ TEST_P(Enumerators, OfBrowserIdsAndSpecs) {
     ASSERT_EQ(StartHostile(), S_OK);
     HRESULT result = Factory()->GetBrowserIdEnum(browsers.Put());
     ExpectTaken<ILXBrowserId>("browser ids", result, browsers, GetParam().expected);
-    // Specs that were gathered before a failure are kept.
+    // Specs that came before a failure are cached.
     result = Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put());
     if (GetParam().expected != E_ABORT) {
         ExpectTaken<ILXGlobalAttributeFormatSpec>("specs", result, specs, GetParam().expected);

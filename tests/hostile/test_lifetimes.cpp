@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Servers that call the cache from inside their own methods, servers that go away, and clients that end and release
-// things when and in the order they should not.
+// Servers that call the cache from inside their methods, servers that go away, and clients that terminate and release
+// objects at the wrong time and in the wrong order.
 #include "hostileserver.h"
 
 #include <random>
@@ -21,7 +21,7 @@ protected:
 
     using Objects = std::vector<XLXComPtr<IUnknown>>;
 
-    /// Asks for one of everything and keeps all of it. Failures are explained.
+    /// Requests one of everything and keeps the objects. Failures must come with error information.
     Objects AskForEverything() {
         Objects all;
         const auto keep = [&](const char* what, HRESULT result, const auto& object) {
@@ -100,7 +100,7 @@ protected:
         m_server->SendNotification("pc/x/0/1");
     }
 
-    /// A whole life of a client. The cache may end in the middle.
+    /// A client's complete session. The cache may be terminated in the middle.
     void Live() {
         HRESULT result = Start(0);
         ExpectExplained(result, "Initialize");
@@ -124,7 +124,7 @@ TEST_F(Lifetimes, AServerMayCallTheCacheFromInsideEachOfItsMethods) {
         [&] { m_server->SendNotification("objects/x/0/1"); },
         [&] { m_server->SendNotification("properties/x/0/1"); },
         [&] { m_server->SendNotification("pc/x/0/4"); },
-        [&] { (void)Start(3); }, // initialised already
+        [&] { (void)Start(3); }, // already initialised
     };
     std::set<std::string> methods;
     for (const auto& inner : calls) {
@@ -151,7 +151,7 @@ TEST_F(Lifetimes, TheCacheMayEndInsideAnyCallToTheServer) {
         Calls().SetHook({});
         EXPECT_EQ(m_server->Clients().size(), 0u);
         if (points < n) {
-            break; // no such point any more
+            break; // no such point
         }
         if (n % 8 == 0) { ExpectRightAnswers(); }
         m_cache.Reset();
@@ -171,7 +171,7 @@ TEST_F(Lifetimes, TheCacheMayEndInsideANotification) {
             EXPECT_EQ(Client()->Terminate(), S_OK);
         }
     });
-    m_server->SendNotification("objects/x/0/1", "cfc"); // is passed on to the server's config factory
+    m_server->SendNotification("objects/x/0/1", "cfc"); // forwarded to the server's config factory
     Calls().SetHook({});
     EXPECT_TRUE(ended);
     EXPECT_EQ(LXRead(type.Get(), 0), OLESTR("Pump"));
@@ -216,13 +216,13 @@ TEST_F(Lifetimes, HeldObjectsAnswerOrSayWhyNotAfterTheEnd) {
         }
     }
     m_cache.Reset();
-    m_server = XSampleServer::Create(FullModel()); // for the fixture's last look
+    m_server = XSampleServer::Create(FullModel()); // for the fixture's final check
 }
 
 TEST_F(Lifetimes, AnyOrderOfReleasesLeavesNothingAlive) {
     for (unsigned seed = 0; seed < 24; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
-        const bool noNotifications = seed % 2 == 0; // without a registered callback there is no need to end
+        const bool noNotifications = seed % 2 == 0; // without a registered callback, Terminate is not required
         ASSERT_EQ(Start(static_cast<LONG>(seed % 16), noNotifications), S_OK);
         const long before = m_server->LiveObjects().objects;
         Objects all = AskForEverything();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Names with every kind of character, as names of everything: found exactly, kept apart, and notified.
+// Every kind of character in every kind of name: names are found exactly, kept apart, and notified.
 #include "hostileserver.h"
 
 namespace {
@@ -32,13 +32,13 @@ TEST_P(Names, AreFoundExactlyAndNotified) {
     EXPECT_EQ(Named(name)->GetConfObjEditor(key.Get(), key.Get(), nullptr, editor.Put()), S_OK);
     XLXComPtr<ILXParentChildEnum> relations;
     EXPECT_EQ(Factory()->GetParentChildEnum(key.Get(), nullptr, relations.Put()), S_OK);
-    // A change below that name reaches the objects.
+    // Notifications for this name reach the objects.
     EXPECT_EQ(LXRead(attribute.Get(), XProperty::AttributeName), name);
     Edit().SetAttributeProperty(name, name, XProperty::Label, "first");
     EXPECT_EQ(LXRead(attribute.Get(), XProperty::Label), OLESTR("first"));
     Edit().SetAttributeProperty(name, name, XProperty::Label, "second");
     EXPECT_EQ(LXRead(attribute.Get(), XProperty::Label), OLESTR("second"));
-    // Names that are nearly the same are others.
+    // Similar names are different names.
     for (const XLXText& other : {name + Unit(0), name.substr(0, name.size() - 1), XLXText(OLESTR(" ")) + name}) {
         Named(other, S_FALSE);
     }

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
-// Notifications that come straight to a cached object while its old values are on their way in bulk: the next read
-// shows the new ones.
+// Direct notifications to a cached object that overtake a bulk read with its old values: the next read returns the new
+// values.
 #include "hostileserver.h"
 
 namespace {
 struct Overtaken {
     const char* name;
-    const char* call;  ///< during which the notification comes
-    const char* reset; ///< what makes that call necessary
-    bool onAttribute;  ///< the notification goes to the attribute, not to its type
+    const char* call;  ///< the call that the notification overtakes
+    const char* reset; ///< the notification that causes this call
+    bool onAttribute;  ///< notifies the attribute instead of its type
 };
 
 std::ostream& operator<<(std::ostream& out, const Overtaken& overtaken) { return out << overtaken.name; }
@@ -37,7 +37,7 @@ TEST_P(StraightToAnObject, IsNotLostInABulkRead) {
             }
         }
     });
-    LXRead(Attribute("Pump", "Head").Get(), XProperty::Label); // somebody reads in bulk
+    LXRead(Attribute("Pump", "Head").Get(), XProperty::Label); // causes the bulk read
     ASSERT_FALSE(pending);
     Calls().SetHook({});
     EXPECT_EQ(LXRead(Attribute("Pump", "Head").Get(), XProperty::Label), OLESTR("New head"));

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Chains of base types as no model should have them: very long ones, ones that close, ones that end in nothing, and
-// server objects that are not what they should be.
+// Unusual chains of base types: very long ones, cyclic ones, ones with a missing base, and wrong server objects.
 #include "hostileserver.h"
 
 #ifdef _WIN32
@@ -36,7 +35,7 @@ XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types, const XLXCo
 namespace {
 constexpr std::size_t SmallStack = 512 * 1024;
 
-/// Runs work on a thread whose stack is too small for a recursion along a long chain.
+/// Runs work on a thread whose stack is too small for recursion along a long chain.
 void WithSmallStack(std::function<void()> work) {
 #ifdef _WIN32
     const auto run = [](void* argument) -> DWORD {
@@ -70,7 +69,7 @@ XLXText Number(int number) {
 struct Chain {
     const char* name;
     int length;
-    bool rootFirst; ///< the order of the names, which is the order of linking
+    bool rootFirst; ///< the names' order, in which the types are linked
 };
 
 std::ostream& operator<<(std::ostream& out, const Chain& chain) { return out << chain.name; }
@@ -113,7 +112,7 @@ TEST_P(TypeChains, OfAnyLengthInheritAnswerAndGo) {
         EXPECT_EQ(derives[0] * 2 + derives[1], 2);
         Terminate();
         m_cache.Reset();
-        leaf.Reset(); // held all its bases, each one the next
+        leaf.Reset(); // held its whole chain of bases
     });
 }
 
@@ -152,7 +151,7 @@ TEST_F(BadTypes, BasesThatCloseACircleAreCutSomewhere) {
             inherited += Has(Named(type.name), OLESTR("own") + Number(circle - 1)) ? 1 : 0;
         }
         EXPECT_GE(inherited, 1);
-        m_server->SendNotification("objects/x/0/1"); // all is loaded and linked anew
+        m_server->SendNotification("objects/x/0/1"); // reloads and relinks all types
     }
     Terminate();
 }
