@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: MIT
 //
-// A cache in front of a server whose model is about relations.
+// A cache with a server whose model consists of relations.
 #ifndef RELATIONFIXTURE_H
 #define RELATIONFIXTURE_H
 
 #include "cachefixture.h"
 #include "lxparentchildcache.h"
 
-/// The model of these tests: Node; Area <- Node; Room <- Area; Desk; Comp <- lumbcompbase; browsers Tree and List
-/// Node -> Desk nodes (Tree, List), Node -> Room nodes, Area -> Room nodes (Tree), Area -> Desk nodes, Area -> Desk
-/// parts (PPR, List), Area -> Desk secret (PPR, internal), Comp -> Desk parts_reverse (PPR) plan types Plan ("pl":
-/// Task and Desk below it) and Task ("ts": itself) data objects a (Area), d (Desk), c (Comp); relationship objects
-/// rel (parts, a to d), back (parts, d to c)
+/// The model of these tests:
+///     types      Node; Area and Room, bases Node and Area; Desk; Comp, base lumbcompbase
+///     browsers   Tree, List
+///     relations  Node -> Desk nodes (Tree, List), Node -> Room nodes, Area -> Room nodes (Tree), Area -> Desk nodes,
+///                Area -> Desk parts (PPR, List), Area -> Desk secret (PPR, internal), Comp -> Desk parts_reverse (PPR)
+///     plan types Plan (short name "pl", allows Task and Desk), Task (short name "ts", allows itself)
+///     objects    a (Area), d (Desk), c (Comp); relationship objects rel (parts, a to d), back (parts, d to c)
 XServerModel LXRelationModel();
 
 class RelationTest : public CacheTest {
@@ -27,7 +29,7 @@ protected:
 
     /// The relations of an enumeration as "Child/list".
     static Names Listed(const Enum& relations);
-    /// Asks for an enumeration: S_OK with relations, or S_FALSE without.
+    /// Requests an enumeration, which must be S_OK with relations or S_FALSE without.
     template <class Ask> static Names List(Ask&& ask) {
         Enum relations;
         const HRESULT result = ask(relations.Put());
@@ -37,7 +39,7 @@ protected:
     Names Below(const char* type, LONG filter = 0, const char* browser = "");
     Relation Single(const char* parent, const char* child, const char* list, HRESULT expected = S_OK);
 
-    /// Expects that a call is refused with a code and a description.
+    /// Expects a call to fail with this code and description.
     static void ExpectRefusal(HRESULT actual, HRESULT expected, const char* description);
 };
 

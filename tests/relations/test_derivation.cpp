@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Which type derives from which.
+// Queries for the inheritance between types.
 #include "relationfixture.h"
 
 class Derivation : public RelationTest {
@@ -27,7 +27,7 @@ protected:
     Names Derived(const char* type) { return Types(&ILXConfigFactoryCache::GetAllDerivedTypes, type); }
     Names ForQuery(const char* type) { return Types(&ILXConfigFactoryCache::GetDerivedTypesForQuery, type); }
 
-    /// For each type whether the first one derives from it, as digits; in brackets for S_FALSE.
+    /// One digit per name: whether the type derives from it. In brackets when the call returns S_FALSE.
     std::string Check(const char* type, const std::vector<const char*>& names) {
         std::vector<XLXComBSTR> texts;
         std::vector<BSTR> raw;
@@ -93,7 +93,7 @@ TEST_F(Derivation, CyclesAndMissingBasesEnd) {
     EXPECT_EQ(Check("Self", {"Self"}), "1");
     EXPECT_EQ(Derived("Self"), Names());
     EXPECT_EQ(Check("Orphan", {"Gone", "Orphan"}), "11");
-    EXPECT_EQ(Derived("Gone"), Names()); // it is no known type
+    EXPECT_EQ(Derived("Gone"), Names()); // an unknown type
     EXPECT_EQ(Derived("LoopB"), Names{"LoopA"});
     EXPECT_EQ(Derived("LoopA"), Names()); // the link that closes the cycle was refused
     EXPECT_EQ(List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B("LoopA").Get(), nullptr, 0, out); }),

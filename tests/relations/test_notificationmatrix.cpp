@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// Which notification makes what be read again: every kind, every bit of the update mode and every receiver, in one
-// table. With the argument --server-mode the cache runs inside the server's process, where update modes arrive as
-// they were sent.
+// Which notification causes which data to be read again: one table of every kind, every bit of the update mode and
+// every receiver. With the argument --server-mode the cache runs in the server's process, where update modes are not
+// translated.
 #include "relationfixture.h"
 
 namespace {
@@ -16,7 +16,7 @@ bool ServerMode() {
     return false;
 }
 
-/// A mode as it is sent, and as it arrives with the kind "objects" in an application.
+/// A mode as sent, and as translated for the kind "objects" in client mode.
 struct Mode {
     LONG sent;
     LONG translated;
@@ -26,14 +26,14 @@ constexpr Mode Modes[] = {{0, 0},         {0x1, 0x1},     {0x2, 0x2},     {0x4, 
                           {0x200, 0x202}, {0x400, 0x600}, {0x800, 0xA00}, {0x1000, 0x1200}, {0x2000, 0x2000}};
 constexpr const char* Kinds[] = {"objects", "properties", "pc", "searchable", "other"};
 
-/// What makes a receiver read again, by kind: modes with one of these bits, all modes, or none.
+/// Which notifications make a receiver read again, by kind: modes with one of these bits, all modes, or none.
 struct Row {
     const char* receiver;
-    const char* method; ///< what it then calls
+    const char* method; ///< the call to the server that reads again
     LONG objects;
     LONG properties;
     LONG pc;
-    LONG others; ///< any other kind; "searchable" has a row of its own below
+    LONG others; ///< any other kind; "searchable" has its own row below
 };
 constexpr Row Rows[] = {
     {"type", "ILXType::GetProperties", 0x3, 0x3, Never, Never},
@@ -106,7 +106,7 @@ protected:
     }
 
     using Probe = std::function<void()>;
-    /// What asks a receiver, of objects that are in the cache now.
+    /// A function that reads a receiver, using objects that are cached now.
     Probe ProbeFor(const std::string& receiver);
     Probe ProbeForType(const std::string& receiver);
     Probe ProbeForAttribute(const std::string& receiver);

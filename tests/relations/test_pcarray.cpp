@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Relation arrays that are not what they should be.
+// Malformed arrays of relations.
 #include "XTransferWriters.h"
 #include "lxpcpartcachemng.h"
 #include "relationfixture.h"
@@ -8,13 +8,13 @@
 using namespace XLXCFCDataTransfer;
 
 namespace {
-/// A config factory that has nothing but an array of one relation, with that many values.
+/// A config factory that supports only GetPCArray and returns one relation with this many values.
 class ArrayFactory final : public ILXConfigFactory {
 public:
     int values = 37;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; } // lives on the test's stack
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; } // on the test's stack
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
 
     HRESULT STDMETHODCALLTYPE GetPCArray(SAFEARRAY** array) override {
@@ -101,7 +101,7 @@ TEST(RelationArray, ARecordThatIsTooShortFailsTheLoadOnce) {
         EXPECT_EQ(load(), text != nullptr ? E_INVALIDARG : S_OK) << values;
         const auto error = LXErrorInformation::Take();
         EXPECT_EQ(LXNarrow(error.description), text != nullptr ? text : "");
-        EXPECT_EQ(load(), S_OK); // no second attempt
+        EXPECT_EQ(load(), S_OK); // not asked a second time
         EXPECT_EQ(relations.Collect({}, {}, {}, LXPCF_NONE).size(), text != nullptr ? 0u : 1u);
     }
 }

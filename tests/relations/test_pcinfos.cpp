@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The PC infos of relations, and relations that inherit.
+// The PC infos of relations, and inherited relations.
 #include "lxparentchildcache.h"
 #include "lxparentchildcacheinherited.h"
 #include "relationfixture.h"
@@ -69,7 +69,7 @@ TEST_F(PCInfos, ManyComeInBatches) {
     }
     const auto rooms = Single("Node", "Room", "nodes");
     Calls().FailCall("ILXPCInfoEnum::RemNext", E_ACCESSDENIED, 3);
-    EXPECT_EQ(Browsers(rooms).size(), 62u); // what came before the failure
+    EXPECT_EQ(Browsers(rooms).size(), 62u); // the PC infos before the failure
     m_server->SendNotification("objects/x/0/8");
     EXPECT_EQ(Browsers(rooms).size(), 70u);
     EXPECT_EQ(Calls().Of("ILXPCInfoEnum::RemNext"), 6u);
@@ -86,7 +86,7 @@ TEST_F(PCInfos, ANotificationOvertakesTheirLoad) {
         auto reader = std::async(std::launch::async, [&] { return Label(desks, "Tree"); });
         gate.WaitUntilArrived();
         Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Tree", XProperty::PCInfoLabel, dataId, XNotify::No);
-        EXPECT_EQ(m_server->SendNotification(dataId).result, S_OK); // it waits for no reader
+        EXPECT_EQ(m_server->SendNotification(dataId).result, S_OK); // the notification waits for no reader
         gate.Open();
         reader.get();
         EXPECT_EQ(Label(desks, "Tree"), LXFromUtf8(dataId));
@@ -106,10 +106,10 @@ TEST(RelationObjects, ReloadTheirPCInfosAfterTermination) {
     EXPECT_EQ(server->Calls().Of("ILXParentChild::GetPCInfoEnum"), 2u);
     XLXComVariant value;
     const XLXComPtr<XLXPCInfoCache> unread(new XLXPCInfoCache(nullptr, XClockPtr(new XClock)));
-    EXPECT_EQ(unread->SetProperty(9, value.Get()), S_OK); // ten slots are there from the start
+    EXPECT_EQ(unread->SetProperty(9, value.Get()), S_OK); // the ten slots exist from the start
     EXPECT_EQ(unread->SetProperty(10, value.Get()), E_INVALIDARG);
     EXPECT_EQ(relation->AddPCInfo(nullptr), E_NOTIMPL);
-    EXPECT_EQ(unread->GetProperty(1, value.Put()), E_POINTER); // there is no server to ask
+    EXPECT_EQ(unread->GetProperty(1, value.Put()), E_POINTER); // no server to ask
 }
 
 TEST(RelationObjects, InheritedOnesHaveTheirOwnEnds) {

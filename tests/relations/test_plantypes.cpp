@@ -24,7 +24,7 @@ protected:
 TEST_F(PlanTypes, AreReadFromTheMasterSet) {
     EXPECT_EQ(IsPlan("Plan"), S_OK);
     EXPECT_EQ(IsPlan("Task"), S_OK);
-    EXPECT_EQ(IsPlan("Old"), S_FALSE); // its set is not in force
+    EXPECT_EQ(IsPlan("Old"), S_FALSE); // its set is not active
     EXPECT_EQ(IsPlan("Desk"), S_FALSE);
     EXPECT_EQ(m_cache->IsPlantype(nullptr), E_POINTER);
     EXPECT_EQ(Calls().Of("ILX_Query::GetSearchResult"), 1u);
@@ -41,7 +41,7 @@ TEST_F(PlanTypes, AddTheirAllowedPairs) {
     EXPECT_EQ(Below("Plan"), Names{"Node/nodes"});
     EXPECT_EQ(Below("Plan", 2), (Names{"Node/nodes", "Task/nodes", "Desk/nodes"}));
     EXPECT_EQ(Below("Task", 2), Names{"Task/nodes"});
-    EXPECT_EQ(Below("Plan", 2 | 4), Names()); // they are no PPR relations
+    EXPECT_EQ(Below("Plan", 2 | 4), Names()); // not PPR relations
     EXPECT_EQ(Below("Plan", 2 | 1), (Names{"Task/nodes", "Desk/nodes"}));
     EXPECT_EQ(Below("Plan", 2, "Tree"), (Names{"Task/nodes", "Desk/nodes"}));
     EXPECT_EQ(Below("Plan", 2, "None"), Names());
@@ -54,7 +54,7 @@ TEST_F(PlanTypes, AddTheirAllowedPairs) {
 TEST_F(PlanTypes, ThereIsOneTransientRelationForEachPair) {
     const auto relation = First("Task", 2);
     EXPECT_EQ(First("Task", 2), relation);
-    EXPECT_NE(First("Task", 2 | 1), relation); // it answers the other PC infos
+    EXPECT_NE(First("Task", 2 | 1), relation); // has the other set of PC infos
     EXPECT_EQ(LXRead(relation.Get(), LXRM_NAMESHORT), OLESTR("ts"));
     for (const LONG newOnly : {0, 1}) {
         XLXComPtr<ILXPCInfo> info;
@@ -65,7 +65,7 @@ TEST_F(PlanTypes, ThereIsOneTransientRelationForEachPair) {
     EXPECT_EQ(relation->SetProperty(LXRM_PARENTNAME, other.Get()), S_OK);
     EXPECT_EQ(LXRead(relation.Get(), LXRM_PARENTNAME), OLESTR("Other"));
     First("Task", 2);
-    EXPECT_EQ(LXRead(relation.Get(), LXRM_PARENTNAME), OLESTR("Task")); // shown as it is when given out again
+    EXPECT_EQ(LXRead(relation.Get(), LXRM_PARENTNAME), OLESTR("Task")); // reset when it is returned again
 }
 
 TEST_F(PlanTypes, TransientRelationsOutliveTheirManager) {
@@ -78,13 +78,13 @@ TEST_F(PlanTypes, TransientRelationsOutliveTheirManager) {
     EXPECT_EQ(relation->GetPCInfo(B("Tree").Get(), info.Put()), S_FALSE);
     EXPECT_EQ(Listed(relations), (Names{"Task/nodes", "Desk/nodes"}));
     ASSERT_EQ(Start(), S_OK);
-    EXPECT_EQ(First("Plan", 2), relation); // the next manager takes it over
+    EXPECT_EQ(First("Plan", 2), relation); // the next manager reuses it
     EXPECT_EQ(relation->GetPCInfo(B("Tree").Get(), info.Put()), S_OK);
 
     const auto firstCache = m_cache;
     m_cache.Reset();
     ASSERT_EQ(Start(), S_OK);
-    EXPECT_NE(First("Plan", 2), relation); // a second one beside it has its own
+    EXPECT_NE(First("Plan", 2), relation); // a second manager at the same time has its own
     EXPECT_EQ(firstCache.As<IDPFObject>()->Terminate(), S_OK);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Questions about relations and registries while notifications come.
+// Requests for relations and registries with concurrent notifications.
 #include "relationfixture.h"
 
 #include <atomic>
@@ -11,8 +11,8 @@ protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
     void TearDown() override { Terminate(); }
 
-    /// Stops a question in a call to the server after its answer was made, edits the model meanwhile, and expects
-    /// that the notification of the edit waits for nobody.
+    /// Holds a request's call to the server after the answer was created, edits the model, and expects that the edit's
+    /// notification does not wait.
     void Overtake(const char* method, const std::function<void()>& question,
                   const std::function<XNotification()>& edit) {
         auto gate = Calls().PauseAt(method, XCallPoint::Answer);
@@ -44,7 +44,7 @@ TEST_F(RelationRaces, AnOvertakenAnswerIsNotKept) {
         "ILXConfigFactory::GetPCArray", [&] { Below("Node"); },
         [&] {
             Edit().SetRelationProperty("Node", "Area", "late", XProperty::NameShort, "new", XNotify::No);
-            return m_server->SendNotification("properties/x/0/4"); // the map stays, the values do not
+            return m_server->SendNotification("properties/x/0/4"); // the map stays fresh, the values do not
         });
     EXPECT_EQ(LXRead(Single("Node", "Area", "late").Get(), XProperty::NameShort), OLESTR("new"));
 

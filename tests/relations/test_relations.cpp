@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the cache answers about relations.
+// Queries for relations.
 #include "XDataObjectRefusals.h"
 #include "relationfixture.h"
 
@@ -36,7 +36,7 @@ TEST_F(Relations, AFailedLoadIsKeptUntilANotification) {
     EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, relations.Put()), E_ACCESSDENIED);
     Single("Area", "Desk", "parts", S_FALSE);
     Edit().SetRelationProperty("Area", "Desk", "parts", XProperty::NameShort, "p");
-    EXPECT_EQ(Single("Area", "Desk", "parts"), parts); // what was held all the time
+    EXPECT_EQ(Single("Area", "Desk", "parts"), parts); // the object that was held all the time
     EXPECT_EQ(LXRead(parts.Get(), XProperty::NameShort), OLESTR("p"));
 }
 
@@ -118,7 +118,7 @@ TEST_F(Relations, OfObjectsGoByTheirTypes) {
     };
     EXPECT_EQ(byObject("a", ""), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
     EXPECT_EQ(byObject("a", "Node"), (Names{"Desk/nodes", "Room/nodes"})); // the caller's name
-    EXPECT_EQ(byObject("c", "Node"), Names{"Desk/parts_reverse"});         // the object's own name wins
+    EXPECT_EQ(byObject("c", "Node"), Names{"Desk/parts_reverse"});         // the object's own name takes precedence
     const auto between = [&](const char* parent, const char* child, LONG newOnly) {
         return List([&](auto out) {
             return m_cache->GetCachedPCEnum(Object(parent).Get(), Object(child).Get(), nullptr, nullptr, newOnly, out);
@@ -206,7 +206,7 @@ TEST_F(Relations, ARelationshipObjectStandsForOne) {
     EXPECT_EQ(relation, Single("Area", "Desk", "parts"));
     EXPECT_EQ(by("c", "back", relation), S_OK); // seen from its second end
     EXPECT_EQ(relation, Single("Comp", "Desk", "parts_reverse"));
-    EXPECT_EQ(by("d", "rel", relation), S_FALSE); // there is no such relation
+    EXPECT_EQ(by("d", "rel", relation), S_FALSE); // no such relation
     ExpectRefusal(by("a", "d", relation), E_INVALIDARG, "This is no relationship object.");
     ExpectRefusal(by("c", "rel", relation), E_INVALIDARG, "Other related object not found.");
     ExpectRefusal(m_cache->GetSinglePCRelationByDO(nullptr, Object("rel").Get(), relation.Put()), E_INVALIDARG,
@@ -286,14 +286,14 @@ TEST_F(Relations, QuestionsBeforeInitialisationAndAfterTerminationAreRefused) {
 
 TEST_F(Relations, LoadsWithoutAnArrayOrWithoutNames) {
     ASSERT_EQ(Start(), S_OK);
-    Calls().FailCall("ILXConfigFactory::GetPCArray", S_OK); // a success without an array
+    Calls().FailCall("ILXConfigFactory::GetPCArray", S_OK); // success without an array
     m_server->SendNotification("pc/x/0/4");
     Enum none;
     EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, none.Put()), E_POINTER);
-    Calls().FailCall("ILXConfigFactory::GetPCArray", S_FALSE); // none at all
+    Calls().FailCall("ILXConfigFactory::GetPCArray", S_FALSE); // no data
     m_server->SendNotification("pc/x/0/4");
     EXPECT_EQ(Below("Area"), Names());
     Edit().Change([](XServerModel& m) { m.relations.front()->properties.Set(LXRM_PARENTNAME, XModelValue()); },
                   "pc/x/0/4");
-    EXPECT_EQ(Below("Node"), Names{"Room/nodes"}); // the one without a parent is left out
+    EXPECT_EQ(Below("Node"), Names{"Room/nodes"}); // the relation without a parent is left out
 }

@@ -58,7 +58,7 @@ TEST_F(Specs, FailuresOnTheWay) {
     Calls().FailCall("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", E_ACCESSDENIED);
     All(E_ACCESSDENIED);
     Calls().FailCall("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", S_OK);
-    All(E_POINTER); // a success without specs is asked again too
+    All(E_POINTER); // success without specs is not cached
     Calls().FailCall("ILXGlobalAttributeFormatSpecEnum::RemNext", E_ACCESSDENIED, 3);
     EXPECT_EQ(All().size(), 1000u);
     ExpectCalls(0, [&] { EXPECT_EQ(All().size(), 1000u); });
@@ -102,7 +102,7 @@ TEST_F(Specs, ARemovedSpecThatIsStillHeldAnswersWhatItHas) {
     EXPECT_EQ(held->GetFormat(1, format.Put()), S_OK);
     EXPECT_EQ(Factory()->RemoveGlobalAttributeFormatSpec(held.Get()), S_OK);
     EXPECT_EQ(RemoveById("Spec1011"), S_OK);
-    EXPECT_EQ(RemoveById("Spec1011"), E_INVALIDARG); // the server's answer
+    EXPECT_EQ(RemoveById("Spec1011"), E_INVALIDARG); // the server's result
     const auto left = All();
     EXPECT_EQ(left.size(), 1198u);
     EXPECT_EQ(std::count(left.begin(), left.end(), held) + std::count(left.begin(), left.end(), all[11]), 0);
@@ -131,7 +131,7 @@ TEST_F(Specs, BrowserIdsAreReadOnceAndKeepTheirPlace) {
     EXPECT_EQ(browsers().size(), 150u);
     EXPECT_EQ(Calls().Of("ILXBrowserIdEnum::RemNext"), 4u);
     ExpectCalls(0, browsers);
-    Edit().AddBrowserId("Late"); // known ones are asked for their values again, and no new ones are looked for
+    Edit().AddBrowserId("Late"); // known ids are read again, new ones are not looked for
     ExpectCalls(150, [&] { EXPECT_EQ(browsers().size(), 150u); });
 }
 

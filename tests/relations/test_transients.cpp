@@ -9,7 +9,7 @@
 #include <cstdio>
 
 namespace {
-/// "<variant type>:<value>" for each index of a range that has a value; an index that is refused has none.
+/// "<variant type>:<value>" for each readable index of a range.
 std::string Table(ILXConfigObject& object, int first, int last) {
     std::string table;
     for (int index = first; index <= last; ++index) {
@@ -39,13 +39,13 @@ TEST(Transients, ARelationHasItsNamesAndConstants) {
                                   "20i0 21sS 23s 26b0 27i0 28s 29i0 "
                                   "30b0 31b0 32b0 33b0 34i0 35b0 36b0 ";
     EXPECT_EQ(Table(relation, -1, 40), untouched);
-    EXPECT_FALSE(LXErrorInformation::Take().present); // refused with a bare code
+    EXPECT_FALSE(LXErrorInformation::Take().present); // refused without error information
 
     const XLXComVariant number = XLXComVariant::FromI4(7);
     for (const int index : {0, 2, 20, 36}) {
         EXPECT_EQ(relation.SetProperty(index, number.Get()), S_OK);
     }
-    EXPECT_EQ(Table(relation, -1, 40), untouched); // the child list is always the same
+    EXPECT_EQ(Table(relation, -1, 40), untouched); // the child list is constant
     EXPECT_EQ(relation.SetProperty(21, number.Get()), S_OK);
     EXPECT_EQ(LXRead(&relation, 21), OLESTR("7")); // converted to text
     EXPECT_EQ(relation.SetProperty(1, XLXComVariant::FromUnknown(&relation).Get()), E_INVALIDARG);
@@ -57,7 +57,7 @@ TEST(Transients, ARelationHasItsNamesAndConstants) {
     EXPECT_EQ(relation.Get(XLXComBSTR(OLESTR("LXCFPC_parentname")).Get(), value.Put()), S_OK);
     EXPECT_EQ(value.AsText(), OLESTR("P"));
     XLXComPtr<ILXPCInfoEnum> infos;
-    EXPECT_EQ(relation.GetPCInfoEnum(infos.Put()), S_FALSE); // there is no manager to ask
+    EXPECT_EQ(relation.GetPCInfoEnum(infos.Put()), S_FALSE); // no manager
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(relation.Release(), 1u);
     }
@@ -106,7 +106,7 @@ TEST(Transients, AReferenceToWhatIsNotCountedKeepsTheModule) {
             EXPECT_EQ(XModuleCount::Locks(), before + 1);
         }
         EXPECT_EQ(XModuleCount::Locks(), before);
-        EXPECT_EQ(object.Release(), 1u); // of a reference that there is not
+        EXPECT_EQ(object.Release(), 1u); // more Release than AddRef
         EXPECT_EQ(XModuleCount::Locks(), before) << "others' locks stay";
     };
     XLXTransientPC relation({}, {OLESTR("P"), OLESTR("C"), OLESTR("S")}, false);

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// The main of every test program: a watchdog, and a count of live objects that fails the run on a leak.
+// The main function of every test program. It adds a watchdog, and it fails the run when objects leak.
 #ifndef LXTESTRUNNER_H
 #define LXTESTRUNNER_H
 
-/// Exit code of a run that the watchdog ended.
+/// Exit code of a run that the watchdog aborted.
 constexpr int LXWatchdogExitCode = 86;
 
-/// Registers a count of objects that must be 0 when all tests have run. Made at namespace scope.
+/// Registers a count of live objects that must be 0 after all tests. Define it at namespace scope.
 class LXLiveCounter {
 public:
     LXLiveCounter(const char* name, long (*count)());

@@ -23,13 +23,13 @@ std::vector<Counter>& Counters() {
     return counters;
 }
 
-/// Seconds that one test may take before the run counts as hanging.
+/// Seconds after which a test counts as hanging.
 long WatchdogSeconds() {
     const char* const text = std::getenv("LX_TEST_WATCHDOG");
     return text != nullptr ? std::strtol(text, nullptr, 10) : 120;
 }
 
-/// Ends the process when one test makes no end.
+/// Aborts the process when a test hangs.
 class Watchdog : public testing::EmptyTestEventListener {
 public:
     static bool HasFired() { return s_fired.load(); }
@@ -51,13 +51,13 @@ private:
             }
         }
         std::fprintf(stderr, "\nWATCHDOG: no test began or ended for %ld s; threads:\n", limit);
-        s_fired.store(true); // the dump may wake a hanging test, which must not pass for that
+        s_fired.store(true); // the dump may interrupt the hanging call; that test must not pass
         LXPrintThreadStates();
         std::fflush(nullptr);
         std::_Exit(LXWatchdogExitCode);
     }
 
-    // The thread outlives the listener, which the framework deletes.
+    // Static, because the thread outlives the listener, which the framework deletes.
     static inline std::atomic<long> s_tests{0};
     static inline std::atomic<bool> s_fired{false};
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What every thread of the process is doing, on standard error; for the watchdog.
+// Prints the stack of every thread to standard error, for the watchdog.
 #ifndef THREADSTATES_H
 #define THREADSTATES_H
 

@@ -18,7 +18,7 @@ void PrintOwnStack(int) {
 
 void LXPrepareThreadStates() {
     void* frame[1];
-    (void)backtrace(frame, 1); // loads what the handler needs while allocating is still safe
+    (void)backtrace(frame, 1); // loads the unwinder now, because the signal handler must not allocate
     struct sigaction action = {};
     action.sa_handler = PrintOwnStack;
     action.sa_flags = SA_RESTART;
