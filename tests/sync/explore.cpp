@@ -10,7 +10,8 @@
 namespace {
 constexpr std::size_t MostStepsShown = 200;
 
-/// What is handed to a thread. The C++ library's semaphores lose wake-ups where the system has no futex.
+/// A binary semaphore that starts and stops a thread. The C++ library's semaphores lose wake-ups on systems without
+/// futexes.
 class Turn {
 public:
     void Give() {
@@ -35,26 +36,26 @@ private:
 
 struct Explorer::Thread {
     Schedules* schedules = nullptr;
-    unsigned number = 0; // from 0
+    unsigned number = 0; // starts at 0
     std::function<void()> body;
     Turn turn;
     std::thread thread;
 
-    // The rest belongs to one schedule.
+    // State of one schedule:
     bool hasStarted = false;
     bool isThrough = false;
-    const void* object = nullptr; // of the step that comes next
-    CanGo canGo = nullptr;        // null: it can be done at once
+    const void* object = nullptr; // of the next step
+    CanGo canGo = nullptr;        // null: the step is never blocked
     void* pointer = nullptr;
     std::uint64_t changes = 0;            // made by this thread
-    std::uint64_t changesAtPause = ~0ull; // made by others, as of its last pause
+    std::uint64_t changesAtPause = ~0ull; // made by others before its last pause
 
     static thread_local Thread* t_self; // null outside explored threads
 };
 
 thread_local Explorer::Thread* Explorer::Thread::t_self = nullptr;
 
-/// All schedules of one Run. Its state is touched by whoever has the turn, and by Run while nobody has it.
+/// All schedules of one Run. Only the thread with the turn accesses the state; Run does while no thread has it.
 class Explorer::Schedules {
 public:
     Schedules(const Options& options, const std::vector<std::function<void()>>& bodies);
@@ -62,15 +63,15 @@ public:
     Schedules& operator=(const Schedules&) = delete;
     ~Schedules();
 
-    /// Lets go of threads that are stuck. They may look at all this for as long as the process lives.
+    /// Leaks the state of stuck threads, because they may access it until the process ends.
     static void Abandon(std::unique_ptr<Schedules> schedules);
 
-    /// Whose check is running.
+    /// The schedules whose check is running.
     static inline Schedules* s_checked = nullptr;
 
-    /// Runs one schedule; false when threads are stuck in it.
+    /// Runs one schedule; false when threads are stuck.
     bool RunOne();
-    /// Goes to the next schedule; false when there is none.
+    /// Advances to the next schedule; false when there is none.
     bool Advance();
     std::string Schedule() const;
     std::string Steps() const;
@@ -88,7 +89,7 @@ public:
 
 private:
     struct Decision {
-        unsigned chosen; // of the candidates
+        unsigned chosen; // index in candidates
         unsigned count;
         unsigned candidates[MostThreads];
     };
@@ -100,8 +101,8 @@ private:
 
     void Live(Thread& self);
     void Reset() noexcept;
-    /// Gives the turn to a thread that can go on, which may be the calling one; ends the schedule when none can.
-    /// @param self  the thread that has the turn; null: none
+    /// Gives the turn to a thread that is not blocked, possibly the calling one. Ends the schedule when there is none.
+    /// @param self  the thread with the turn; null: none
     void HandOver(Thread* self, bool ofItsOwn);
     Thread* Choose(const Decision& among);
     bool CanGo(const Thread& thread) const {
@@ -114,11 +115,11 @@ private:
     const Options& m_options;
     std::vector<std::unique_ptr<Thread>> m_threads;
     std::vector<Decision> m_path;
-    Turn m_over; // the schedule is
+    Turn m_over; // signals the end of the schedule
     bool m_isEnding = false;
 
-    // Of one schedule.
-    std::size_t m_depth = 0; // decisions taken
+    // State of one schedule:
+    std::size_t m_depth = 0; // decisions made so far
     unsigned m_preemptions = 0;
     std::uint64_t m_changes = 0;
     bool m_isStuck = false;
@@ -254,9 +255,9 @@ void Explorer::Schedules::AtStep(Thread& self, const char* what, const void* obj
     self.canGo = canGo;
     if (m_steps.size() == m_options.steps) {
         Stick("livelock: too many steps");
-        self.turn.Await(); // for good
+        self.turn.Await(); // never returns
     }
-    // Who was chosen to start was chosen for the first step.
+    // The first choice of a thread, at its start, also covers its first step.
     if (self.hasStarted || !CanGo(self)) { HandOver(&self, false); }
     self.hasStarted = true;
     self.canGo = nullptr;
@@ -268,8 +269,8 @@ bool Explorer::Schedules::SomethingChanged(const void* object) {
     return thread.schedules->ChangesByOthers(thread) != thread.changesAtPause;
 }
 
-// All that was changed before the last pause was seen by the look that followed it. When nothing has changed since,
-// the next look would find the same.
+// The check after the last pause saw all changes before that pause. Unless others have changed something since, the
+// next check would have the same result, so the thread is blocked.
 void Explorer::Schedules::Pause(Thread& self) {
     self.object = &self;
     self.canGo = SomethingChanged;
@@ -280,7 +281,7 @@ void Explorer::Schedules::Pause(Thread& self) {
     m_steps.push_back({self.number, "pause", nullptr});
     if (m_steps.size() >= m_options.steps) {
         Stick("livelock: too many steps");
-        self.turn.Await(); // for good
+        self.turn.Await(); // never returns
     }
 }
 

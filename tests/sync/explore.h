@@ -1,23 +1,24 @@
 // SPDX-License-Identifier: MIT
 //
-// A scheduler for tests that tries every order of the steps of two or three threads.
+// A scheduler for tests that tries every interleaving of two or three threads.
 //
-// The code under test takes its atomics, mutexes and pauses from ExploringSync. Each operation on one of them is a
-// step. Before a step the scheduler decides who goes on, and one thread runs at a time. The run is repeated until
-// every order has been tried, depth first. Memory is sequentially consistent. A preemption takes the turn from a
-// thread that could have gone on; a bound on their number keeps larger cases small. Few faults need more than three.
+// The code under test uses the atomics, mutexes and pauses of ExploringSync. Each operation on one of them is a step.
+// Before each step the scheduler chooses the thread that continues; only one thread runs at a time. The run is repeated
+// depth first until every interleaving has been tried. Memory is sequentially consistent. A preemption switches away
+// from a thread that could have continued. Limiting preemptions keeps larger cases small; few faults need more than
+// three.
 //
 //     struct World { ExploringSync::Atomic<int> turns{0}; int writers = 0; };
 //     const auto result = Explorer({.preemptions = 3}).Run(
-//         [] { return World(); },                       // the state before each schedule
-//         {[](World& w) { ... }, [](World& w) { ... }}, // the threads
+//         [] { return World(); },                         // the initial state of each schedule
+//         {[](World& w) { ... }, [](World& w) { ... }},   // the threads
 //         [](World& w) { Explorer::Expect(w.writers == 0, "..."); });
 //     EXPECT_EQ("", result.failure) << result;
-//     EXPECT_GT(result.schedules, 100u); // so that the test cannot explore nothing unnoticed
+//     EXPECT_GT(result.schedules, 100u);   // guards against a test that explores nothing
 //
-// The threads are real ones that hand the turn to each other, so whatever belongs to a thread works as usual. Run
-// ends at the first schedule that fails: an expectation, an exception, nobody can go on, or too many steps. Threads
-// that are stuck then stay so; they are detached, and what they run in is kept.
+// The threads are real threads that pass the turn on, so thread-local state works. Run stops at the first schedule that
+// fails: through an expectation, an exception, a deadlock or too many steps. Threads that are stuck then are detached
+// and their state is leaked.
 #ifndef EXPLORE_H
 #define EXPLORE_H
 
@@ -37,29 +38,29 @@ public:
     static constexpr unsigned MostThreads = 8;
 
     struct Options {
-        unsigned preemptions = Unbounded;   ///< in one schedule
-        std::uint64_t schedules = ~0ull;    ///< ends after so many
-        unsigned steps = 2000;              ///< in one schedule: more are taken for a livelock
-        std::string replay = std::string(); ///< the schedule of a failed result, to run it alone
+        unsigned preemptions = Unbounded;   ///< limit per schedule
+        std::uint64_t schedules = ~0ull;    ///< limit of schedules
+        unsigned steps = 2000;              ///< limit per schedule; more steps count as a livelock
+        std::string replay = std::string(); ///< a failed result's schedule, to run only that one
     };
 
     struct Result {
-        std::uint64_t schedules = 0; ///< that were run
-        bool complete = false;       ///< no other schedule is left
-        std::string failure;         ///< of the last one; empty: none
-        std::string schedule;        ///< the thread that went on at each decision of the failed one
-        std::string steps;           ///< of the failed one, a line each
+        std::uint64_t schedules = 0; ///< schedules that were run
+        bool complete = false;       ///< all schedules were run
+        std::string failure;         ///< of the last schedule; empty: none
+        std::string schedule;        ///< the thread chosen at each decision of the failed schedule
+        std::string steps;           ///< the steps of the failed schedule, one per line
     };
 
     explicit Explorer(Options options) : m_options(std::move(options)) {}
 
-    /// @param make    returns the state of one schedule
-    /// @param bodies  what the threads do
-    /// @param check   looks at the state when all threads are through
+    /// @param make    returns the initial state of a schedule
+    /// @param bodies  the threads
+    /// @param check   checks the state after all threads have returned
     template <class Make, class World = std::invoke_result_t<Make>>
     Result Run(Make make, const std::vector<std::function<void(std::type_identity_t<World>&)>>& bodies,
                const std::function<void(std::type_identity_t<World>&)>& check = {}) {
-        const auto world = std::make_shared<std::unique_ptr<World>>(); // stuck threads keep it
+        const auto world = std::make_shared<std::unique_ptr<World>>(); // shared with stuck threads
         std::vector<std::function<void()>> threads;
         for (const auto& body : bodies) {
             threads.push_back([world, body] { body(**world); });
@@ -75,9 +76,9 @@ public:
             });
     }
 
-    /// A step of the calling thread's own, such as a use of plain data that must not meet another one.
+    /// An extra step of the calling thread, for example a use of plain data that must not be concurrent.
     static void Step(const char* what) { AtStep(what, nullptr); }
-    /// Fails the schedule. For bodies and checks.
+    /// Fails the schedule when holds is false. For bodies and checks.
     static void Expect(bool holds, const char* what);
 
 private:
@@ -88,10 +89,11 @@ private:
 
     Result Explore(const std::function<void()>& make, const std::vector<std::function<void()>>& bodies,
                    const std::function<void()>& check);
-    /// Decides who goes on, and returns when the calling thread does. Outside explored threads it does nothing.
-    /// @param canGo  whether the operation on the object can be done now; null: always
+    /// Chooses the thread that continues, and returns when that is the calling thread. No effect outside explored
+    /// threads.
+    /// @param canGo  whether the operation on the object can proceed now; null: always
     static void AtStep(const char* what, const void* object, CanGo canGo = nullptr);
-    /// Another thread may wait for a change in a loop with pauses.
+    /// Records a change, which unblocks threads that pause in a loop.
     static void Changed() noexcept;
 
     const Options m_options;
@@ -99,7 +101,7 @@ private:
 
 std::ostream& operator<<(std::ostream& to, const Explorer::Result& result);
 
-/// The policy of explored code. Outside explored threads its operations are plain ones, of one thread at a time.
+/// The policy of explored code. Outside explored threads its operations are plain and single-threaded.
 struct ExploringSync {
     static constexpr unsigned ReaderSlots = 2;
     static constexpr unsigned Spins = 0;
@@ -133,7 +135,7 @@ struct ExploringSync {
             Set(desired);
             return true;
         }
-        /// Never fails for no reason.
+        /// Never fails spuriously.
         bool compare_exchange_weak(T& expected, T desired, std::memory_order = std::memory_order_seq_cst,
                                    std::memory_order = std::memory_order_seq_cst) noexcept {
             return compare_exchange_strong(expected, desired);
@@ -177,7 +179,7 @@ struct ExploringSync {
         T m_value{};
     };
 
-    /// A lock for writing and reading. It is not reentrant, and lets in whoever comes.
+    /// A reader-writer lock; not reentrant and without any fairness.
     class SharedMutex {
     public:
         void lock() noexcept;
@@ -193,12 +195,12 @@ struct ExploringSync {
     };
     using Mutex = SharedMutex;
 
-    /// From 1 on, in the order of the bodies; 0 outside explored threads.
+    /// Numbered from 1 in the order of the bodies; 0 outside explored threads.
     static DWORD ThreadId() noexcept;
     static unsigned ThreadIndex() noexcept { return ThreadId(); }
     /// Null in each thread at the start of each schedule.
     static void*& ThreadPointer() noexcept;
-    /// Gives the turn away. A thread that pauses again with nothing changed by others in between waits for a change.
+    /// Yields the turn. A thread that pauses again without changes by others is blocked until there is one.
     static void Pause() noexcept;
 };
 

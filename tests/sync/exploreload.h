@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What explorations of the load protocol share: the production templates over ExploringSync, and the faults that are
-// put in to see that an exploration finds them.
+// The common part of the explorations of the load protocol: the production templates with ExploringSync, and the
+// injected faults that an exploration must find.
 #ifndef EXPLORELOAD_H
 #define EXPLORELOAD_H
 
@@ -18,20 +18,20 @@ using Number = ExploringSync::Atomic<int>;
 
 enum class Fault {
     None,
-    LateNote,       ///< the stamp is noted after the server was asked
-    TwoSteps,       ///< a stamp is published before its value
-    AnyStamp,       ///< what is published replaces what is newer
-    AnyTime,        ///< whose time it is is not looked at
+    LateNote,       ///< the stamp is taken after the server was asked
+    TwoSteps,       ///< the stamp is published before the value
+    AnyStamp,       ///< older data may replace newer data
+    AnyTime,        ///< the connection is not compared
     OwnLast,        ///< the own count is read after the direct number
-    DirectLast,     ///< a notification stores the direct number after it advanced the own count
-    ForgottenOwner, ///< who publishes children does not look at the owner's direct number
-    UnknownNumber,  ///< a child does not learn of the last notification to its owner when it is published
+    DirectLast,     ///< a notification stores the direct number after it advances the own count
+    ForgottenOwner, ///< publishing children ignores the owner's direct number
+    UnknownNumber,  ///< a published child does not take over the owner's direct number
     ContentFirst,   ///< a map's content number and stamp are published before the map
-    NoContent,      ///< a map does not remember what it merged
-    LateCheck,      ///< what a check was of is noted after it
-    TakenRecords,   ///< a map is published without records when another thread has taken them
-    AnyBase,        ///< a map merged with an older content of its base replaces a newer one
-    EpochFirst      ///< the epoch is raised before the own count
+    NoContent,      ///< a map does not record the content that it merged
+    LateCheck,      ///< the numbers that a check refers to are read after the check
+    TakenRecords,   ///< a map is published without records that another thread has taken
+    AnyBase,        ///< a map merged with older content of its base replaces a newer one
+    EpochFirst      ///< the epoch is advanced before the own count
 };
 
 template <Fault fault> using FaultConstant = std::integral_constant<Fault, fault>;
@@ -44,7 +44,7 @@ template <Fault fault> struct Time : XBasicTime<Clock> {
 };
 template <Fault fault> Time<fault> NewTime() { return {{XLXComPtr<Clock>(new Clock), Aspect}}; }
 
-/// The production guard, which also checks that nothing older replaces what is published.
+/// The production guard, which also checks that older data never replaces published data.
 template <class Data, Fault fault> class CheckedGuard {
 public:
     template <class Use> decltype(auto) Read(Use&& use) const { return m_inner.Read(std::forward<Use>(use)); }
@@ -91,12 +91,12 @@ template <class World> constexpr bool HasFault = true;
 template <template <Fault> class World> constexpr bool HasFault<World<Fault::None>> = false;
 
 #ifdef _WIN32
-constexpr bool ExploreFewer = true; // handing the turn over takes several times as long there; the code is the same
+constexpr bool ExploreFewer = true; // switching threads is several times slower there; the code is the same
 #else
 constexpr bool ExploreFewer = false;
 #endif
 
-/// @param preemptions  fewer are tried where it takes long, unless a fault is to be found
+/// @param preemptions  reduced where switching is slow, unless World has a fault to find
 template <class World>
 Explorer::Result Explore(unsigned preemptions,
                          const std::vector<std::function<void(std::type_identity_t<World>&)>>& bodies,
@@ -105,7 +105,7 @@ Explorer::Result Explore(unsigned preemptions,
     return Explorer({.preemptions = isBounded ? 1 : preemptions}).Run([] { return World(); }, bodies, check);
 }
 
-/// @param least  schedules that there must be at the full number of preemptions
+/// @param least  the minimum number of schedules with all preemptions
 inline void ExpectExplored(const Explorer::Result& result, std::uint64_t least) {
     EXPECT_EQ("", result.failure) << result;
     EXPECT_TRUE(result.complete);

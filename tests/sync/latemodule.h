@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// What the late module offers.
+// The interface of the late module.
 #ifndef LATEMODULE_H
 #define LATEMODULE_H
 
-/// Reads the module's datum without a lock, again and again, and writes it now and then.
-/// @param rounds  the reads
-/// @param broken  gets the reads that met a write
-/// @return the calling thread's index in the module
+/// Reads the module's data without a lock and sometimes writes it.
+/// @param rounds  the number of reads
+/// @param broken  set to the number of reads that overlapped a write @return the calling thread's index in the module
 using LateWork = unsigned (*)(unsigned rounds, unsigned* broken);
 constexpr const char* LateWorkName = "LXLateWork";
 

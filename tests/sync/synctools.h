@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the lock tests arrange threads with: threads that do as they are told, and a lock that can be tried and tells
-// who waits for it. Nothing here sleeps to make an order likely.
+// Helpers of the lock tests: threads that run given work, and a lock whose state can be probed and that counts its
+// waiters. No test relies on sleeping to get an order.
 #ifndef SYNCTOOLS_H
 #define SYNCTOOLS_H
 
@@ -16,16 +16,16 @@
 #include <optional>
 #include <thread>
 
-/// How long a test waits for what must happen.
+/// How long a test waits for something that must happen.
 constexpr std::chrono::seconds MustHappen{30};
-/// How long a test watches that something does not happen.
+/// How long a test checks that something does not happen.
 constexpr std::chrono::milliseconds MustNotHappen{50};
 
 template <class T> bool IsReady(std::future<T>& future, std::chrono::milliseconds within = MustHappen) {
     return future.wait_for(within) == std::future_status::ready;
 }
 
-/// Polls for a condition that another thread brings about.
+/// Polls for a condition that another thread makes true.
 template <class Condition> bool Comes(Condition&& condition) {
     const auto end = std::chrono::steady_clock::now() + MustHappen;
     while (!condition()) {
@@ -35,8 +35,8 @@ template <class Condition> bool Comes(Condition&& condition) {
     return true;
 }
 
-/// What a piece of work raises. It is caught where it is raised: an exception that travels in a future is counted
-/// inside the C++ library, where the thread sanitizer does not see it.
+/// The exception that work raises. It is caught on the raising thread: the C++ library counts references to an
+/// exception in a future where the thread sanitizer cannot see it.
 template <class F> std::optional<XLXException> Raised(F&& work) {
     try {
         work();
@@ -44,7 +44,7 @@ template <class F> std::optional<XLXException> Raised(F&& work) {
     } catch (const XLXException& error) { return error; }
 }
 
-/// One thread that runs what it is given, in order. The work raises nothing.
+/// A thread that runs the given work in order. The work must not raise.
 class XActor {
 public:
     XActor() : m_thread([this] { Run(); }) {}
@@ -89,7 +89,7 @@ private:
 
 enum class LockState { Free, Shared, Exclusive };
 
-/// The platform's lock, watched.
+/// The platform's lock with probes.
 class XProbeLock final : public XCriticalSectionEx {
 public:
     XProbeLock() noexcept { s_last = this; }
@@ -99,7 +99,7 @@ public:
     void unlock() noexcept { Unlock(false); }
     void unlock_shared() noexcept { Unlock(true); }
 
-    /// How the lock is held, found out by trying.
+    /// How the lock is held, determined by trying to acquire it.
     LockState State() noexcept {
         if (Try(false)) {
             ReleaseSRWLockExclusive(&m_lock);
@@ -112,12 +112,12 @@ public:
         return LockState::Exclusive;
     }
 
-    /// The lock made last: that of the object under test.
+    /// The lock created last, which is the one of the object under test.
     static XProbeLock& Last() { return *s_last; }
 
     std::atomic<int> lockCalls{0};
     std::atomic<int> unlockCalls{0};
-    std::atomic<int> waiting{0}; ///< threads that the lock holds up
+    std::atomic<int> waiting{0}; ///< threads that are blocked on the lock
     std::function<void()> onUnlock;
 
 private:
@@ -141,7 +141,7 @@ private:
     static inline XProbeLock* s_last = nullptr;
 };
 
-/// Turns the lock switch on again, which the component itself never does.
+/// Turns the lock switch on again. The component itself never does that.
 class XLockSwitchTestAccess {
 public:
     static void TurnOn() noexcept { XLockSwitch::s_on.store(true); }

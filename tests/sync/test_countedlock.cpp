@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The reentrant lock: its table of states, its messages, many threads, and the lock switch.
+// The reentrant lock: its state table, its messages, many threads, and the lock switch.
 #include "logcapture.h"
 #include "synctools.h"
 
@@ -34,14 +34,14 @@ void ApplyAll(XActor& actor, Lock& lock, std::string_view actions) {
 
 enum class Outcome { Done, Waits, Raises, Logs };
 
-/// One cell of the table: what I hold, what another thread holds, what I do, and what comes of it.
+/// One cell of the table: what this thread holds, what another holds, the action and its outcome.
 struct Cell {
     const char* mine;
     const char* others;
     char action; // r: acquire read, w: acquire write, u: release
     Outcome outcome;
     LockState after;
-    unsigned references; // of mine, afterwards
+    unsigned references; // of this thread, afterwards
 };
 
 std::ostream& operator<<(std::ostream& to, const Cell& cell) {
@@ -116,7 +116,7 @@ void LockTable::CheckLog() {
     }
 }
 
-// All references but the last leave the lock as it is.
+// Only the last release changes the lock's state.
 void LockTable::GiveBack() {
     const Cell& cell = GetParam();
     for (unsigned left = cell.references; left > 0; --left) {
@@ -138,8 +138,8 @@ TEST_P(LockTable, Cell) {
     EXPECT_EQ(cell.after, m_probe.State());
     CheckLog();
     GiveBack();
-    CheckLog(); // giving back what was counted is balanced
-    // A thread's first reference locks, its last unlocks, and no other does either.
+    CheckLog(); // balanced releases log nothing
+    // Only a thread's first reference locks, and only its last release unlocks.
     const int first = (*cell.others != '\0') + (*cell.mine != '\0' || cell.action != 'u');
     EXPECT_EQ(first, m_probe.lockCalls);
     EXPECT_EQ(first, m_probe.unlockCalls);
@@ -147,7 +147,7 @@ TEST_P(LockTable, Cell) {
 
 INSTANTIATE_TEST_SUITE_P(AllCells, LockTable, testing::ValuesIn(Cells));
 
-// A lock whose unlocking releases once more, on the same thread: the only way to the other two messages.
+// The lock's unlock releases once more on the same thread; nothing else triggers the other two messages.
 TEST(CountedLock, LogsAReleaseInsideTheRelease) {
     const LogCapture log;
     Lock lock;
@@ -184,7 +184,7 @@ TEST(CountedLock, CountsMoreThreadsThanItHasInlineSlots) {
         }
         EXPECT_EQ(Free, probe.State());
     }
-    // A thread in the overflow keeps its kind: its write inside its own read is refused too.
+    // Threads in the overflow map keep their kind: a write inside the thread's own read is refused there too.
     for (XActor& actor : actors) {
         ApplyAll(actor, lock, "r");
     }
@@ -227,7 +227,7 @@ TEST_F(LockSwitch, TurnedOffWhileHeldAndWaitedFor) {
 TEST_F(LockSwitch, WhatWasTakenWithoutTheLockIsGivenBackWithoutIt) {
     XLockSwitch::TurnOff();
     ApplyAll(m_me, m_lock, "ww");
-    ApplyAll(m_other, m_lock, "w"); // two at once: nothing locks any more
+    ApplyAll(m_other, m_lock, "w"); // two writers at once: the lock does nothing now
     EXPECT_EQ(Free, m_probe.State());
     EXPECT_EQ(0, m_probe.lockCalls);
     ApplyAll(m_other, m_lock, "u");

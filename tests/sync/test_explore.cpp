@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The explorer itself: it tries what there is to try, and finds what there is to find.
+// The explorer itself: it tries every interleaving and finds known faults.
 #include "explore.h"
 
 #include <gtest/gtest.h>
@@ -44,7 +44,7 @@ TEST(Explorer, TriesEachOrderOnce) {
         {Explorer::Unbounded, {Writes('a', 3), Writes('b', 3)}, 20},                 // 6! / (3! 3!)
         {Explorer::Unbounded, {Writes('a', 2), Writes('b', 2), Writes('c', 2)}, 90}, // 6! / (2! 2! 2!)
         {0, {Writes('a', 2), Writes('b', 2), Writes('c', 2)}, 6},                    // 3!
-        {1, {Writes('a', 3), Writes('b', 3)}, 6}, // aaabbb, abbbaa, aabbba, and the other way round
+        {1, {Writes('a', 3), Writes('b', 3)}, 6}, // aaabbb, aabbba, abbbaa, and the same with a and b exchanged
     };
     for (const Case& one : cases) {
         std::set<std::string> orders;
@@ -88,7 +88,7 @@ TEST(Explorer, FindsADeadlock) {
     EXPECT_EQ("deadlock: nobody can go on", Explore({}, {forward, backward}).failure);
 }
 
-// Waiting in a loop costs no schedules without end, and waiting for what never comes is found out.
+// A waiting loop does not multiply the schedules, and a wait for something that never happens is reported.
 TEST(Explorer, KnowsWhatAPauseWaitsFor) {
     const auto waitForNumber = [](Numbers& n) {
         while (n.number.load() == 0) {

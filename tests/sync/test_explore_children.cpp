@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// Answers for an object and what it owns, in every order of their steps and those of a notification straight to the
-// object: values from before the notification are not taken for fresh.
+// All interleavings of answers for an object and its parts with a direct notification to the object. Values from before
+// the notification must not count as fresh.
 #include "exploreload.h"
 
 namespace {
 using namespace ExploredLoad;
 
-/// Values with a direct number, as every cached object has them.
+/// Values with a direct number, as in every cached object.
 template <Fault fault> struct Part {
     explicit Part(const Time<fault>& time) { values.Begin(time); }
 
@@ -38,7 +38,7 @@ template <Fault fault = Fault::None> struct Family {
     using Child = std::shared_ptr<Part<fault>>;
 
     Family() { children.Begin(time); }
-    /// A server's answer, with a copy of the clock from before it.
+    /// The server's answer and a copy of the clock from before the request.
     int Answer(XMoment& moment) {
         const bool isLate = fault == Fault::LateNote;
         moment = isLate ? moment : time.clock->Copy();
@@ -46,7 +46,7 @@ template <Fault fault = Fault::None> struct Family {
         moment = isLate ? time.clock->Copy() : moment;
         return answer;
     }
-    /// The child is refreshed in place, or a new one.
+    /// Refreshes the held child, or a new one when there is none.
     std::shared_ptr<const Child> Refresh(const XMoment& moment, int answer) {
         const auto held = children.Held();
         const Child child = held ? *held : made[ExploringSync::ThreadId() - 1];
@@ -75,7 +75,7 @@ template <Fault fault = Fault::None> struct Family {
             },
             [&](const Child& child, const auto&) { OnPublish(child, moment); });
     }
-    /// The notification concerns values alone: the set of children stays what it is.
+    /// The notification concerns only values; the set of children does not change.
     void ChangeAndNotifyDirectly() {
         server.store(2);
         const std::uint64_t number = time.clock->DrawDirect();
@@ -130,7 +130,7 @@ TEST(ExploredLoads, ABulkAnswerAndANotificationStraightToAnObject) {
     EXPECT_EQ(Older, found(With<Fault::UnknownNumber>));
 }
 
-// The values of the children are there before the children stand where a notification finds them.
+// The children's values are loaded before the children are published, where a notification finds them.
 TEST(ExploredLoads, ALoadOfChildrenAndANotificationStraightToTheirOwner) {
     using World = Family<>;
     ExpectExplored(AnswerBeside(&World::LoadChildren, &World::ChangeAndNotifyDirectly), 1000);

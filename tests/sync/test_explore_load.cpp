@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Loads of one value in every order of their steps: nobody gets what is older than a notification that returned
-// before the question, nothing outlives its connection, and servers may ask back.
+// All interleavings of loads of one value. Nobody gets data older than a notification that returned before the request,
+// no data outlives its connection, and servers may call back.
 #include "exploreload.h"
 
 namespace {
@@ -26,14 +26,14 @@ template <Fault fault = Fault::None> struct Loading {
         const int least = notified;
         Explorer::Expect(*Load() >= least, Older);
     }
-    /// A look at what is there, which asks nobody.
+    /// Looks at the cached value without loading it.
     void Look() {
         Explorer::Step("look");
         const int least = notified;
         const Value fresh = loaded.Fresh();
         Explorer::Expect(!fresh || *fresh >= least, Older);
     }
-    /// By a thread that asks for something else already, and so waits for nobody.
+    /// Asks on a thread that is already loading something else, and so waits for nobody.
     void AskInside() {
         const Fill fill(otherMutex, &otherMutex);
         Ask();
@@ -52,7 +52,7 @@ template <Fault fault = Fault::None> struct Loading {
     void ChangeAndClear() {
         Change([this] { loaded.Clear(); });
     }
-    /// The change is one of this process.
+    /// A change that this process makes itself.
     void ChangeInPlace() {
         Change([this] { loaded.Change([](const int&, bool&) { return std::make_shared<const int>(2); }); });
     }
@@ -61,7 +61,7 @@ template <Fault fault = Fault::None> struct Loading {
         Explorer::Expect(!fresh || *fresh == server, Lost);
         Explorer::Expect(*Load() == server, Lost);
     }
-    /// Another connection takes the place of the first one.
+    /// A new connection replaces the first one.
     void Reconnect(bool ends) {
         if (ends) {
             loaded.End(time);
@@ -134,7 +134,7 @@ TEST(ExploredLoads, AChangeOfThisProcessBesideAskersAndANotification) {
     }
 }
 
-// ---- servers that ask back
+// ---- servers that call back
 
 struct Crosswise {
     Crosswise() {
@@ -142,7 +142,7 @@ struct Crosswise {
             holder.Begin(time);
         }
     }
-    /// The server asks for the other value before it answers.
+    /// The server requests the other value before it answers.
     std::shared_ptr<const int> Ask(std::size_t which) {
         return loaded[which].Load(time, [this, which] {
             const auto other = Ask(1 - which);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Readers without a lock in every order of their steps and those of writers: nobody reads while somebody writes, and
-// everybody gets through.
+// All interleavings of lock-free readers and writers: nobody reads during a write, and everybody gets through.
 #include "XLFCritSectionDelegator.h"
 #include "explore.h"
 
@@ -11,7 +10,7 @@ namespace {
 template <class Policy>
 using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<ExploringSync::SharedMutex>, Policy>;
 
-/// A datum with such a lock. It is used in a step between two looks at who else uses it.
+/// Data with this lock. Each use is a step between two checks for other users.
 template <class Policy> struct Datum : Delegator<Policy> {
     using Base = Delegator<Policy>;
     explicit Datum(XLockLevel level = XLockLevel::Relations) : Base(level) {}
@@ -44,7 +43,7 @@ template <class Policy> struct Datum : Delegator<Policy> {
 
     int readers = 0;
     int writers = 0;
-    unsigned slotReads = 0; ///< that got by without the lock
+    unsigned slotReads = 0; ///< reads that did not take the lock
 };
 
 template <class Policy> struct World {
@@ -53,7 +52,7 @@ template <class Policy> struct World {
 };
 
 #ifdef _WIN32
-constexpr unsigned Fewer = 1; // handing the turn over takes several times as long there; the code is the same
+constexpr unsigned Fewer = 1; // switching threads is several times slower there; the code is the same
 #else
 constexpr unsigned Fewer = 0;
 #endif
@@ -72,7 +71,7 @@ void ExpectExplored(const Explorer::Result& result, std::uint64_t least) {
 }
 
 template <class Policy = ExploringSync> void ReadData(World<Policy>& world) { world.data.Read(); }
-/// The second read finds the bit of the first one, if no writer came in between.
+/// The second read finds the bit that the first one set, if no writer came in between.
 template <class Policy = ExploringSync> void ReadDataTwice(World<Policy>& world) {
     world.data.Read();
     world.data.Read();
@@ -86,7 +85,7 @@ TEST(ExploredLockFreeRead, AReaderAndAWriter) {
                                 [&](World<ExploringSync>& w) { bySlot += w.data.slotReads; });
     ExpectExplored(result, 100u);
     EXPECT_GT(bySlot, 0u);
-    EXPECT_LT(bySlot, result.schedules); // some were sent to the lock
+    EXPECT_LT(bySlot, result.schedules); // some readers had to take the lock
 }
 
 TEST(ExploredLockFreeRead, RepeatedReadsAndWrites) {
@@ -116,12 +115,12 @@ TEST(ExploredLockFreeRead, ANestedReadOfAnotherLockTakesTheNeighbourSlot) {
     EXPECT_GT(bothBySlot, 0u);
 }
 
-/// All threads meet in one slot.
+/// Gives all threads the same slot.
 struct SharedSlotSync : ExploringSync {
     static unsigned ThreadIndex() noexcept { return 0; }
 };
 
-// Two reads find room in the slot and its neighbour, a third one takes the lock.
+// Two reads fit in the slot and its neighbour; a third takes the lock.
 TEST(ExploredLockFreeRead, ThreadsThatShareASlot) {
     using Shared = World<SharedSlotSync>;
     unsigned together = 0;
@@ -140,7 +139,7 @@ TEST(ExploredLockFreeRead, ThreadsThatShareASlot) {
     EXPECT_GT(noRoom, 0u);
 }
 
-// The inner write does not let readers in when it ends, and the reads of the writer itself go by the lock.
+// The end of the inner write does not admit readers, and the writer's own reads take the lock.
 TEST(ExploredLockFreeRead, NestedWritesAndReadsInsideThem) {
     bool ownReadBySlot = false;
     const auto nested = [&](World<ExploringSync>& w) {
@@ -159,10 +158,10 @@ TEST(ExploredLockFreeRead, NestedWritesAndReadsInsideThem) {
 }
 
 enum class Fault {
-    LateSlot,  ///< the word is looked at before the slot is published
-    NoBit,     ///< a reader leaves no bit
+    LateSlot,  ///< the word is read before the slot is published
+    NoBit,     ///< a reader does not set the bit
     NoCount,   ///< writers are not counted
-    NoneLeaves ///< a reader stays in its slot
+    NoneLeaves ///< a reader never leaves its slot
 };
 
 template <Fault fault> struct FaultySync : ExploringSync {
@@ -201,14 +200,14 @@ template <Fault fault> struct FaultySync : ExploringSync {
     };
 };
 
-/// What comes of a fault, in a case that is found to be right without it. Replaying the schedule shows it again.
+/// The failure that a fault causes in a case that is correct without it. Replaying the schedule must reproduce it.
 template <Fault fault> std::string Found() {
     using Faulty = FaultySync<fault>;
     const auto run = [](Explorer explorer) {
         return explorer.Run([] { return World<Faulty>(); }, {ReadDataTwice<Faulty>, WriteData<Faulty>});
     };
     const auto result = run(Explorer({}));
-    if (fault != Fault::NoneLeaves) // which leaves the slot taken for the replay, too
+    if (fault != Fault::NoneLeaves) // the slot would still be taken in the replay
     {
         const auto again = run(Explorer({.replay = result.schedule}));
         EXPECT_EQ(result.failure, again.failure) << again;

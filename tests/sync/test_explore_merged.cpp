@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// A map that is merged with that of a base, in every order of the steps of readers and notifications: what is
-// remembered of a check and of the base's content never hides that something is stale.
+// All interleavings of readers and notifications of a map that is merged with its base. The remembered check and the
+// recorded content of the base must never hide stale data.
 #include "exploreload.h"
 
 namespace {
 using namespace ExploredLoad;
 
-/// As component maps go about it; see XMapInheritedComp.
+/// Follows the protocol of component maps; see XMapInheritedComp.
 template <Fault fault = Fault::None> struct Chain {
     struct Records {
         int values = 0; ///< 0: none
@@ -127,7 +127,7 @@ template <Fault fault = Fault::None> struct Chain {
         time.clock->Advance(Aspect);
         notified = 2;
     }
-    /// The notification comes straight to both types.
+    /// A direct notification to both types.
     void ChangeAndAdvanceOwn() {
         server.store(2);
         for (Map* const map : {&derived, &base}) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Loading: who asks the server, and what a notification that comes meanwhile does to the answer.
+// Loading: who asks the server, and what a concurrent notification does to the answer.
 #include "XLoaded.h"
 #include "synctools.h"
 
@@ -9,7 +9,7 @@
 namespace {
 constexpr XAspect Aspect = XAspect::PlanTypes;
 
-/// A holder in front of a server whose value changes.
+/// A loaded value, and a server whose value changes.
 class Loading {
 public:
     Loading() { m_loaded.Begin(time); }
@@ -24,11 +24,11 @@ public:
     std::atomic<int> m_server{1};
 };
 
-/// A course of events. Two threads ask: n and N note, s and S publish. i notifies, o advances the own count, E ends
-/// and B begins the time anew.
+/// A sequence of events. Two threads load: n and N take stamps, s and S publish. i is a notification, o advances the
+/// own count, E ends the connection and B begins a new one.
 struct Course {
     const char* events;
-    int held; ///< which answer is there at the end: 1 that of n, 2 that of N, 0 none
+    int held; ///< the published answer at the end: 1 from n, 2 from N, 0 none
     bool fresh;
 };
 
@@ -78,7 +78,7 @@ TEST(Loaded, GivesAnAnswerThatNothingTakesToWhoeverAsked) {
         loading.m_loaded.Load(loading.time, []() -> std::shared_ptr<const int> { throw std::runtime_error("fails"); });
     };
     EXPECT_THROW(fail(), std::runtime_error);
-    XActor other; // the mutex was given back
+    XActor other; // the fill mutex was released
     auto next = other.Start([&] { return loading.Ask(); });
     ASSERT_TRUE(IsReady(next));
     EXPECT_EQ(next.get(), 1);
@@ -94,7 +94,7 @@ TEST(Loaded, AChangeMakesAnAnswerOnItsWayOld) {
                                           [](const int&, const std::shared_ptr<const int>&) {}));
     EXPECT_EQ(*loading.m_loaded.Held(), 7);
     loading.m_loaded.Change([](const int& value, bool& isWhole) {
-        isWhole = false; // not known: ask again
+        isWhole = false; // incomplete: load again
         return std::make_shared<const int>(value);
     });
     EXPECT_FALSE(loading.IsFresh());

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A module that is loaded late gets its thread-local variables also for the threads that run already, and anew when
-// it is loaded again.
+// A module that is loaded late gets thread-local variables for threads that are already running, and new ones when it
+// is loaded again.
 #include "latemodule.h"
 #include "synctools.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Readers without a lock, as the system runs them: what takes the real lock, and that writers get their turn. All
-// orders of the steps are in test_explore_lockfree.cpp.
+// Lock-free readers on the real system: which reads take the real lock, and that writers are not starved.
+// test_explore_lockfree.cpp tests all interleavings.
 #include "logcapture.h"
 #include "synctools.h"
 
@@ -69,7 +69,7 @@ TEST_F(LockFreeRead, InsideOwnWriteIsAnotherReference) {
     EXPECT_EQ(nullptr, own);
     EndRead(m_writer, own);
     EXPECT_EQ(LockState::Exclusive, m_probe.State());
-    m_writer.Do([&] { m_data.LockWrite(); }); // a nested write does not let readers in when it ends
+    m_writer.Do([&] { m_data.LockWrite(); }); // the end of a nested write does not admit readers
     EndWrite(m_writer);
     auto reader = StartRead(m_first);
     ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
@@ -90,7 +90,7 @@ TEST_F(LockFreeRead, ARefusedWriteDoesNotStayCounted) {
     EXPECT_EQ(LockState::Free, m_probe.State());
 }
 
-// Readers of whom one is inside at any time, as long as they are not sent to the lock.
+// Keeps at least one reader inside at any time, unless readers have to take the lock.
 class RestlessReaders {
 public:
     explicit RestlessReaders(ProbedDelegator& data) {
@@ -118,7 +118,7 @@ private:
             data.UnlockLFRead(slot);
         }
     }
-    // Leaves while another one is inside, or once somebody was sent to the lock.
+    // Leaves when another reader is inside or when a thread waits for the lock.
     void Leave(ProbedDelegator& data) {
         int inside = m_inside;
         while (inside < 2 || !m_inside.compare_exchange_weak(inside, inside - 1)) {
@@ -144,7 +144,7 @@ TEST_F(LockFreeRead, AWriterGetsThroughRestlessReaders) {
     for (int round = 0; round < 5; ++round) {
         const auto start = steady_clock::now();
         auto write = StartWrite(m_writer);
-        const bool through = IsReady(write, seconds(5)); // 0.1 s on a machine with nothing else to do
+        const bool through = IsReady(write, seconds(5)); // takes 0.1 s on an idle machine
         worst = std::max<LONGLONG>(worst, duration_cast<milliseconds>(steady_clock::now() - start).count());
         if (!through) { readers.Stop(); }
         ASSERT_TRUE(through) << "kept out by readers that come while it waits";

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Debug builds end the process at a lock taken in the wrong order.
+// Debug builds abort when locks are taken in the wrong order.
 #include "XFill.h"
 #include "synctools.h"
 

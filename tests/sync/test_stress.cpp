@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// All kinds of access to one datum at once. The value proves itself: whoever reads it beside a writer sees that its
-// parts do not belong together.
+// All kinds of access to the same data at once. The value is self-checking: a reader that overlaps a writer sees parts
+// that do not match.
 #include "synctools.h"
 
 #include <cstdlib>
@@ -19,7 +19,7 @@ struct Value {
     std::uint64_t up = 0;
     std::uint64_t down = ~std::uint64_t{0};
     std::uint64_t hash = Mix(0);
-    std::vector<std::uint64_t> copies; // moves in memory as it grows
+    std::vector<std::uint64_t> copies; // reallocated when it grows
 
     void Step() {
         ++up;
@@ -39,8 +39,8 @@ struct Value {
 
 class Stress {
 public:
-    static constexpr std::uint64_t WritesEach = 250; // at least
-    static constexpr std::uint64_t ReadsEach = 50;   // at least, beside the writers
+    static constexpr std::uint64_t WritesEach = 250; // minimum
+    static constexpr std::uint64_t ReadsEach = 50;   // minimum, concurrent with the writers
     static constexpr int Writers = 3;
     static constexpr int Readers = 5;
 
@@ -69,14 +69,14 @@ private:
 
 void Stress::Write(unsigned seed) {
     std::mt19937 random(seed);
-    // Threads start late on a busy machine: writing goes on until each reader has had its share.
+    // Threads may start late on a busy machine, so writers continue until each reader has done its minimum.
     for (std::uint64_t i = 0; i < WritesEach || m_readersBehind > 0; ++i) {
         {
             const XCritProxy<Value> proxy(data);
             broken += !proxy->IsWhole();
             proxy->Step();
             ++writes;
-            switch (random() % 4) // reading inside one's own write
+            switch (random() % 4) // reads inside the thread's own write
             {
             case 0: ReadOnce<XCritReadProxy<Value>>(); break;
             case 1: ReadOnce<XCritLFReadProxy<Value>>(); break;
@@ -96,7 +96,7 @@ void Stress::Read(unsigned seed) {
     for (std::uint64_t done = 1; m_writersLeft > 0; ++done) {
         const bool lockFree = random() % 8 != 0;
         const std::uint64_t seen = lockFree ? ReadOnce<XCritLFReadProxy<Value>>() : ReadOnce<XCritReadProxy<Value>>();
-        broken += seen < last; // a thread never sees time run backwards
+        broken += seen < last; // no thread sees an older value than before
         last = seen;
         ++(lockFree ? lockFreeReads : reads);
         m_readersBehind -= done == ReadsEach;
@@ -116,7 +116,7 @@ void Stress::Run() {
     }
 }
 
-/// LX_TEST_SEED repeats a run.
+/// Set LX_TEST_SEED to repeat a run.
 unsigned Seed() {
     const char* const given = std::getenv("LX_TEST_SEED");
     return given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
