@@ -23,8 +23,8 @@ public:
         XServerSourcePtr source; ///< a different instance for each record without an object
     };
 
-    /// @param scope  class and operator for error locations, such as "LXComInterfaceProxy::XLazyIProxy<struct
-    ///               ILXFormat>"
+    /// @param scope  class and operator for error locations, such as
+    ///               "LXComInterfaceProxy::XLazyIProxy<struct ILXFormat>"
     explicit XLazyIProxy(const char* scope, XLXComPtr<IUnknown> held = {}) noexcept
         : m_scope(scope), m_link{std::move(held), {}, {}} {}
 

@@ -4,12 +4,12 @@
 HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
                         const LXErrorLocation& failedAt) {
     *out = nullptr;
-    const XStamp noted = Now(time);
+    const XStamp stamp = Now(time);
     std::uint64_t changes = 0;
     Format format;
     const bool isKnown = m_mapFormatCache.Read([&](const Formats& formats) {
         changes = formats.changes;
-        const auto found = formats.stamp == noted ? formats.map.find(type) : formats.map.end();
+        const auto found = formats.stamp == stamp ? formats.map.find(type) : formats.map.end();
         if (found != formats.map.end()) { format = found->second; }
         return found != formats.map.end();
     });
@@ -22,20 +22,20 @@ HRESULT XFormatMap::Get(const XObjectTime& time, int type, ILXFormat** out, cons
     if (result != S_FALSE && server) {
         format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock));
     }
-    Enter(time, type, format, noted, changes);
+    Enter(time, type, format, stamp, changes);
     return LXHandOut(std::move(format), out);
 }
 
 HRESULT XFormatMap::Create(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
                            const LXErrorLocation& failedAt) {
     *out = nullptr;
-    const XStamp noted = Now(time);
+    const XStamp stamp = Now(time);
     XLXComPtr<ILXFormat> server;
     const HRESULT result =
         LXAsk(method, server, LXNoResult::PointerError, OLESTR("created format"), failedAt, askServer);
     Format format;
     if (result == S_OK) { format = LXCFCTOOLS::Make<XLXFormatCache>(std::move(server), XClockPtr(time.clock)); }
-    Replace(time, type, format, noted);
+    Replace(time, type, format, stamp);
     if (result != S_OK) {
         return XLXError::SetComAppError(result, OLESTR("the server did not create the format"), failedAt);
     }
@@ -45,12 +45,12 @@ HRESULT XFormatMap::Create(const XObjectTime& time, int type, ILXFormat** out, c
 void XFormatMap::Erase(const XObjectTime& time, int type) { Replace(time, type, nullptr, XStamp{}); }
 
 // Drops an answer that a notification, a creation or a deletion overtook; the next request asks again.
-void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const XStamp& noted, std::uint64_t changes) {
+void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const XStamp& stamp, std::uint64_t changes) {
     Map dropped; // this and the next are destroyed after the lock is released
     Format late;
     m_mapFormatCache.Write([&](Formats& formats) {
         EmptyIfStale(formats, time, dropped);
-        if (formats.stamp != noted || formats.changes != changes) { return; }
+        if (formats.stamp != stamp || formats.changes != changes) { return; }
         const auto [entry, isNew] = formats.map.try_emplace(type, format);
         if (!isNew) {
             late = entry->second;
@@ -68,8 +68,9 @@ void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const 
     DetachAll(dropped);
 }
 
-// Applies what the server has created or deleted. The change count tells that answers still under way are older.
-void XFormatMap::Replace(const XObjectTime& time, int type, const Format& format, const XStamp& noted) {
+// Enters what the server has created, or removes what it has deleted. The change count makes answers that are still
+// under way older.
+void XFormatMap::Replace(const XObjectTime& time, int type, const Format& format, const XStamp& stamp) {
     Map dropped;
     m_mapFormatCache.Write([&](Formats& formats) {
         EmptyIfStale(formats, time, dropped);
@@ -78,7 +79,7 @@ void XFormatMap::Replace(const XObjectTime& time, int type, const Format& format
             std::erase(formats.negative, type);
             dropped.insert(std::move(former));
         }
-        if (format && formats.stamp == noted) { formats.map.emplace(type, format); }
+        if (format && formats.stamp == stamp) { formats.map.emplace(type, format); }
     });
     DetachAll(dropped);
 }

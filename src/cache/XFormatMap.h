@@ -58,8 +58,8 @@ private:
 
     XStamp Now(const XObjectTime& time) const noexcept { return {time.Now(), m_own.Now()}; }
     void EmptyIfStale(Formats& formats, const XObjectTime& time, Map& dropped) const;
-    void Enter(const XObjectTime& time, int type, Format& format, const XStamp& noted, std::uint64_t changes);
-    void Replace(const XObjectTime& time, int type, const Format& format, const XStamp& noted);
+    void Enter(const XObjectTime& time, int type, Format& format, const XStamp& stamp, std::uint64_t changes);
+    void Replace(const XObjectTime& time, int type, const Format& format, const XStamp& stamp);
     static void DetachAll(const Map& dropped) noexcept;
 
     XOwnCount m_own;

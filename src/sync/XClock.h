@@ -68,7 +68,7 @@ public:
         return moment;
     }
 
-    /// Draws the number of a notification that comes directly to a cached object.
+    /// Returns a new number for a notification that comes directly to a cached object.
     std::uint64_t DrawDirect() noexcept { return m_direct.value.fetch_add(1) + 1; }
 
     void AddRef() const noexcept { m_references.value.fetch_add(1, std::memory_order_relaxed); }
@@ -127,8 +127,8 @@ using XDirectNumber = XBasicDirectNumber<>;
 /// requested.
 template <class Own, class Direct>
 XStamp LXStampFrom(const XMoment& moment, XAspect aspect, const Own& own, const Direct& direct) noexcept {
-    const std::uint64_t noted = own.Now(); // must be read before the direct number
-    return direct.IsNewerThan(moment) ? XStamp{} : XStamp{moment.At(aspect), noted};
+    const std::uint64_t ownCount = own.Now(); // must be read before the direct number
+    return direct.IsNewerThan(moment) ? XStamp{} : XStamp{moment.At(aspect), ownCount};
 }
 
 #endif
