@@ -18,7 +18,7 @@ using Number = ExploringSync::Atomic<int>;
 
 enum class Fault {
     None,
-    LateNote,       ///< the stamp is taken after the server was asked
+    LateStamp,      ///< the stamp is taken after the server was asked
     TwoSteps,       ///< the stamp is published before the value
     AnyStamp,       ///< older data may replace newer data
     AnyTime,        ///< the connection is not compared

@@ -40,7 +40,7 @@ template <Fault fault = Fault::None> struct Family {
     Family() { children.Begin(time); }
     /// The server's answer and a copy of the clock from before the request.
     int Answer(XMoment& moment) {
-        const bool isLate = fault == Fault::LateNote;
+        const bool isLate = fault == Fault::LateStamp;
         moment = isLate ? moment : time.clock->Copy();
         const int answer = server.load();
         moment = isLate ? time.clock->Copy() : moment;
@@ -123,7 +123,7 @@ TEST(ExploredLoads, ABulkAnswerAndANotificationStraightToAnObject) {
     const auto found = []<Fault fault>(FaultConstant<fault>) {
         return AnswerBeside(&Family<fault>::TakeBulk, &Family<fault>::ChangeAndNotifyDirectly).failure;
     };
-    EXPECT_EQ(Lost, found(With<Fault::LateNote>));
+    EXPECT_EQ(Lost, found(With<Fault::LateStamp>));
     EXPECT_EQ(Lost, found(With<Fault::OwnLast>));
     EXPECT_EQ(Lost, found(With<Fault::DirectLast>));
     EXPECT_EQ(Lost, found(With<Fault::ForgottenOwner>));

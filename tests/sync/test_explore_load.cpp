@@ -13,7 +13,7 @@ template <Fault fault = Fault::None> struct Loading {
     Loading() { loaded.Begin(time); }
     Value AskServer() { return std::make_shared<const int>(server.load()); }
     Value Load() {
-        if constexpr (fault == Fault::LateNote) {
+        if constexpr (fault == Fault::LateStamp) {
             if (const Value fresh = loaded.Fresh()) { return fresh; }
             const Value answer = AskServer();
             loaded.Publish(time, answer, {time.Now(), loaded.Own().Now()}, [](const auto&...) {});
@@ -93,7 +93,7 @@ TEST(ExploredLoads, TwoAskersAndANotification) {
             ExpectExplored(AskBeside(change, inside), 500);
         }
     }
-    using Late = Loading<Fault::LateNote>;
+    using Late = Loading<Fault::LateStamp>;
     EXPECT_EQ(Lost, AskBeside(&Late::ChangeAndAdvanceClock, false).failure);
     EXPECT_EQ(Lost, AskBeside(&Late::ChangeAndAdvanceOwn, false).failure);
     const auto lookBeside = []<Fault fault>(FaultConstant<fault>) {

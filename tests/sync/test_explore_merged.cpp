@@ -28,13 +28,13 @@ template <Fault fault = Fault::None> struct Chain {
     };
     using Count = ExploringSync::Atomic<std::uint64_t>;
 
-    XStamp Note(const Map& map) const { return {time.Now(), map.own.Now()}; }
+    XStamp Now(const Map& map) const { return {time.Now(), map.own.Now()}; }
     std::uint64_t Check() const { return epoch.load() + time.Now(); }
     std::uint64_t Content(const Map& map) const {
         return map.state.Read([](const State& state) { return state.content; });
     }
     bool IsCurrent(const Map& map, std::uint64_t baseContent, std::uint64_t& content) const {
-        const XStamp now = Note(map);
+        const XStamp now = Now(map);
         return map.state.Read([&](const State& state) {
             content = state.content;
             return state.stamp == now && (fault == Fault::NoContent || state.baseContent == baseContent);
@@ -76,11 +76,11 @@ template <Fault fault = Fault::None> struct Chain {
         const auto take = [&] {
             return map.state.Write([](State& state) { return std::exchange(state.delivered, Records()); });
         };
-        if (const Records waiting = take(); waiting.stamp == Note(map)) { return waiting; }
-        const XStamp noted = Note(map);
-        const Records records{server.load(), noted};
+        if (const Records waiting = take(); waiting.stamp == Now(map)) { return waiting; }
+        const XStamp stamp = Now(map);
+        const Records records{server.load(), stamp};
         map.state.Write([&](State& state) {
-            if (!noted.IsOlderThan(state.delivered.stamp) && !noted.IsOlderThan(state.stamp)) {
+            if (!stamp.IsOlderThan(state.delivered.stamp) && !stamp.IsOlderThan(state.stamp)) {
                 state.delivered = records;
                 state.stamp = {};
             }

@@ -41,7 +41,7 @@ TEST(Loaded, KeepsTheAnswerThatWasNotedLastAndNeverTakesAnOvertakenOneForFresh) 
     };
     for (const Course& course : Courses) {
         Loading loading;
-        XStamp notes[2];
+        XStamp stamps[2];
         XTime times[2];
         for (const char* event = course.events; *event != '\0'; ++event) {
             const int who = *event == 'N' || *event == 'S' ? 1 : 0;
@@ -49,7 +49,7 @@ TEST(Loaded, KeepsTheAnswerThatWasNotedLastAndNeverTakesAnOvertakenOneForFresh) 
             case 'n':
             case 'N':
                 times[who] = loading.time;
-                notes[who] = {loading.time.Now(), loading.m_loaded.Own().Now()};
+                stamps[who] = {loading.time.Now(), loading.m_loaded.Own().Now()};
                 break;
             case 'i': loading.time.clock->Advance(Aspect); break;
             case 'o': loading.m_loaded.Advance(); break;
@@ -59,7 +59,7 @@ TEST(Loaded, KeepsTheAnswerThatWasNotedLastAndNeverTakesAnOvertakenOneForFresh) 
                 loading.m_loaded.Begin(loading.time);
                 break;
             default:
-                loading.m_loaded.Publish(times[who], std::make_shared<const int>(who + 1), notes[who],
+                loading.m_loaded.Publish(times[who], std::make_shared<const int>(who + 1), stamps[who],
                                          [](const int&, const std::shared_ptr<const int>&) {});
             }
         }
@@ -87,10 +87,10 @@ TEST(Loaded, GivesAnAnswerThatNothingTakesToWhoeverAsked) {
 TEST(Loaded, AChangeMakesAnAnswerOnItsWayOld) {
     Loading loading;
     loading.Ask();
-    const XStamp noted{loading.time.Now(), loading.m_loaded.Own().Now()};
+    const XStamp stamp{loading.time.Now(), loading.m_loaded.Own().Now()};
     loading.m_loaded.Change([](const int&, bool&) { return std::make_shared<const int>(7); });
     EXPECT_TRUE(loading.IsFresh());
-    EXPECT_FALSE(loading.m_loaded.Publish(loading.time, std::make_shared<const int>(1), noted,
+    EXPECT_FALSE(loading.m_loaded.Publish(loading.time, std::make_shared<const int>(1), stamp,
                                           [](const int&, const std::shared_ptr<const int>&) {}));
     EXPECT_EQ(*loading.m_loaded.Held(), 7);
     loading.m_loaded.Change([](const int& value, bool& isWhole) {
