@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Servers whose single answers are odd: values in arrays of the wrong shape, values by reference, records without
-// objects, and calls that fail and leave something behind all the same.
+// Servers with single odd answers: arrays of values with the wrong shape, values by reference, records without server
+// objects, and calls that fail but still store something in an out argument.
 #include "XCountedLock.h"
 #include "XDataObjectRefusals.h"
 #include "hostileserver.h"
@@ -16,7 +16,7 @@ XLXVariantVector Values(std::size_t count, std::size_t key, XLXComVariant value)
     return values;
 }
 
-/// One type, "Item", in a bulk read, with components of which a test says what they are.
+/// A bulk read of one type, "Item", with components that the test chooses.
 struct ItemRecord {
     XLXComPtr<IUnknown> server;
     std::vector<XILXAttributeData> attributes;
@@ -50,7 +50,7 @@ protected:
         EXPECT_EQ(m_server->ConfigFactory()->GetType(XLXComBSTR(OLESTR("Item")).Get(), nullptr, item.Put()), S_OK);
         return item;
     }
-    /// The types are one, with its attributes, groups and pages without objects.
+    /// Starts with this one type. Its attributes, groups and pages come without server objects.
     HRESULT StartWithoutObjects() {
         m_factory->types = [this](SAFEARRAY** out) {
             ItemRecord item{ServerItem(), {}, {}, {}};
@@ -68,7 +68,7 @@ protected:
         EXPECT_EQ(type->GetAttribute(XLXComBSTR(name).Get(), attribute.Put()), S_OK);
         return attribute;
     }
-    /// Tells one object that its values have changed.
+    /// Sends a direct notification that the object's values have changed.
     void Touch(const XLXComPtr<ILXCallbackUpdate>& object, const OLECHAR* dataId) {
         EXPECT_EQ(object->DataObjectChanged(XLXComBSTR(dataId).Get(), XLXComBSTR(OLESTR("cfc_specific")).Get(), 256,
                                             ++m_notification, 0, nullptr),
@@ -94,7 +94,7 @@ TEST_F(OddAnswers, ARecordWithoutAnObjectIsAskedForWhenItIsNeeded) {
         EXPECT_EQ(type->GetPage(2, page.Put()), S_OK);
         EXPECT_EQ(LXRead(name.Get(), XProperty::AttributeName), OLESTR("Name"));
     });
-    ExpectCalls(2, [&] { EXPECT_EQ(Format(name, 1), S_FALSE); }); // the object, and the format
+    ExpectCalls(2, [&] { EXPECT_EQ(Format(name, 1), S_FALSE); }); // fetches the object, then the format
     ExpectCalls(1, [&] { EXPECT_EQ(Format(name, 2), S_FALSE); });
     ExpectCalls(0, [&] { EXPECT_EQ(LXRead(name.Get(), XProperty::AttributeName), OLESTR("Name")); });
     EXPECT_EQ(Calls().Of("ILXType::GetAttribute"), 1u);
@@ -105,7 +105,7 @@ TEST_F(OddAnswers, ARecordWithoutAnObjectIsAskedForWhenItIsNeeded) {
     ExpectCalls(2, [&] { EXPECT_EQ(LXRead(page.Get(), 6), OLESTR("2")); });
     EXPECT_EQ(Calls().Of("ILXType::GetPage"), 1u);
 
-    // Another record without an object: what was loaded through the one that was asked for is stale.
+    // Another record without an object makes stale what was loaded through the object that the cache had asked for.
     m_server->SendNotification("objects/x/0/2");
     EXPECT_EQ(Named(OLESTR("Item")), type);
     EXPECT_EQ(AttributeOf(type, OLESTR("Name")), name);
@@ -122,14 +122,14 @@ TEST_F(OddAnswers, AnObjectThatCannotBeHadIsAnError) {
     EXPECT_EQ(Format(name, 1), E_ACCESSDENIED);
     EXPECT_EQ(LXErrorInformation::Take().description,
               OLESTR("the server failed to give the object of a type's component"));
-    Calls().FailCall("ILXType::GetAttribute", S_FALSE); // there is none
+    Calls().FailCall("ILXType::GetAttribute", S_FALSE); // the server has no such attribute
     EXPECT_EQ(Format(name, 1), E_POINTER);
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: server object"));
-    EXPECT_EQ(Format(name, 1), S_FALSE); // asked again
+    EXPECT_EQ(Format(name, 1), S_FALSE); // the failure was not cached
     Terminate();
     m_cache.Reset();
     type.Reset();
-    ExpectCalls(0, [&] { EXPECT_EQ(Format(weight, 1), E_POINTER); }); // its type is gone
+    ExpectCalls(0, [&] { EXPECT_EQ(Format(weight, 1), E_POINTER); }); // its type has been destroyed
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: server object"));
 }
 
@@ -149,7 +149,7 @@ TEST_F(OddAnswers, AnObjectThatIsAskedForWhileANewRecordComesIsNotKept) {
     EXPECT_EQ(Format(name, 1), S_FALSE);
     Calls().SetHook({});
     EXPECT_FALSE(pending);
-    ExpectCalls(2, [&] { EXPECT_EQ(Format(name, 1), S_FALSE); }); // through the object of the newest record
+    ExpectCalls(2, [&] { EXPECT_EQ(Format(name, 1), S_FALSE); }); // through the object of the latest record
     Terminate();
 }
 
@@ -157,7 +157,7 @@ TEST_F(OddAnswers, ArraysOfValuesAreRefusedUnlessTheyAreVariantsInARow) {
     SAFEARRAYBOUND bounds[2] = {{2, 0}, {2, 0}};
     const std::pair<std::function<SAFEARRAY*()>, const OLECHAR*> odd[] = {
         {[] { return SafeArrayCreateVector(VT_BSTR, 0, 3); }, OLESTR("wrong safearray vartype")},
-#ifdef _WIN32 // arrays of the other platform always have their elements
+#ifdef _WIN32 // on other platforms arrays always have their elements
         {[] {
              SAFEARRAY* array = nullptr;
              EXPECT_EQ(SafeArrayAllocDescriptorEx(VT_VARIANT, 1, &array), S_OK);
@@ -187,12 +187,12 @@ TEST_F(OddAnswers, ArraysOfValuesAreRefusedUnlessTheyAreVariantsInARow) {
         EXPECT_EQ(name->GetProperty(XProperty::Label, value.Put()), E_INVALIDARG) << LXNarrow(text);
         EXPECT_EQ(LXErrorInformation::Take().description, text);
         hostile->values = {};
-        EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Name of the item")); // nothing was kept
+        EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Name of the item")); // nothing was cached
     }
     Terminate();
 }
 
-/// Reads a label and a position twice: values that the cache keeps.
+/// Reads a label and a position twice. The cache must keep both values.
 void ExpectKept(const XLXComPtr<ILXAttribute>& attribute, const OLECHAR* label) {
     for (int i = 0; i < 2; ++i) {
         XLXComVariant value;
@@ -232,7 +232,7 @@ TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken) {
     };
     ASSERT_EQ(StartHostile(), S_OK);
     XLXComBSTR second(OLESTR("Second"));
-    place = second.Get(); // the records wait to be parsed
+    place = second.Get(); // the records are not parsed yet
     V_I4(&position) = 8;
     const auto name = AttributeOf(Named(OLESTR("Item")), OLESTR("Name"));
     V_I4(&position) = 7;
@@ -339,9 +339,9 @@ TEST_F(OddAnswers, ASecondInitialisationByAnotherServerIsInTheLogbook) {
     Terminate();
 }
 
-// ---- what a failing call leaves
+// ---- what a failing call stores
 
-/// A data object each of whose failing methods leaves something in its out argument.
+/// A data object whose failing methods store something in their out arguments.
 class LeavingObject final : public XDataObjectRefusals<ILXRelation> {
 public:
     explicit LeavingObject(XServerCorePtr core) noexcept : XDataObjectRefusals(std::move(core)) {}
@@ -377,7 +377,7 @@ public:
     STDMETHODIMP IsDerivedFromType2(BSTR, LONG*) override { return E_NOTIMPL; }
 };
 
-/// Answers no interface, and leaves a pointer.
+/// QueryInterface fails but stores a pointer.
 class LeavingQuery final : public HostileObject<IUnknown> {
 public:
     IUnknown* left = nullptr;
