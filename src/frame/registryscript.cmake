@@ -1,13 +1,14 @@
 # SPDX-License-Identifier: MIT
-# lx_registry_rows(SCRIPT variable): the registration script as the rows of a table in C++. A script is a tree of keys:
+# lx_registry_rows(SCRIPT variable): converts the registration script into rows of a C++ table. The script is a tree of
+# keys:
 #
 #     HKCR
 #     {
 #         Name = s 'default value'
 #         {
 #             val ValueName = s 'text'     before the keys of the block
-#             NoRemove Name                stays when the script is undone
-#             ForceRemove Name             is replaced whole, and removed whole
+#             NoRemove Name                not removed by the unregistration
+#             ForceRemove Name             replaced and removed with all its subkeys
 #         }
 #     }
 function(lx_registry_rows script variable)
@@ -16,7 +17,7 @@ function(lx_registry_rows script variable)
   set(removal_ForceRemove Whole)
   set(removal_val Never)
   set(rows "")
-  # key: the path of the key read last; parent: that of the key whose block is read, with a slash behind each part
+  # key: path of the last key; parent: path of the enclosing key, with a slash after each part
   file(STRINGS ${script} lines)
   foreach(line IN LISTS lines)
     string(STRIP "${line}" line)

@@ -47,8 +47,8 @@ XGlobalSpecs::Value XGlobalSpecs::InternalFillGlobalFormatSpecCache() {
     return specs;
 }
 
-// Finds the removed spec by ids that are known without asking the server, which may no longer know the spec. When no
-// known id matches, it may be a spec whose values are unread; then the whole set becomes stale.
+// Compares only ids that are cached: the server may already have forgotten the one that was removed. When no cached id
+// matches, it may be an element whose values are unread, so the whole set becomes stale.
 HRESULT XGlobalSpecs::Remove(ILXConfigFactory& factory, XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id,
                              const LXErrorLocation& at) {
     if (id.empty()) {

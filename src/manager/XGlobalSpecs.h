@@ -16,7 +16,7 @@ public:
     Value InternalFillGlobalFormatSpecCache();
 
     /// Removes a spec on the server, then here: the given object, if it is one of ours, and the cached spec with this
-    /// id. Answers of the server that are still under way are older.
+    /// id. Answers that the server is still preparing do not bring it back.
     HRESULT Remove(ILXConfigFactory& factory, XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id,
                    const LXErrorLocation& at);
 
