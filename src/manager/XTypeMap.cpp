@@ -50,6 +50,8 @@ bool XTypeMap::IsFresh() const {
     return IsNow(known->stamp, *known);
 }
 
+bool XTypeMap::IsFilled() const { return !XCritLFReadProxy<Known>(m_mapType)->stamp.IsNone(); }
+
 XTypeMap::Answer XTypeMap::Find(XLXTextView name) const {
     Answer answer;
     const XCritLFReadProxy<Known> known(m_mapType);

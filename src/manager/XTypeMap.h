@@ -37,6 +37,8 @@ public:
     };
     Answer Find(XLXTextView name) const;
     bool IsFresh() const;
+    /// Whether all types were read since the connection began.
+    bool IsFilled() const;
 
     /// What is noted before the server is asked.
     struct Note {
@@ -62,6 +64,7 @@ public:
     std::uint64_t Version() const noexcept { return m_version.load(); }
 
     XFillMutex& FillMutex() noexcept { return m_fill; }
+    XFillCount& Fills() noexcept { return m_fills; }
 
     /// From now on answers of the connection with that clock are entered.
     void Begin(const XClockPtr& clock);
@@ -89,6 +92,7 @@ private:
     std::shared_ptr<const XTransferModeSupplier> m_mode;
     XOwnCount m_own;
     XFillMutex m_fill;
+    XFillCount m_fills;
     XLeafMutex m_entering{XLockLevel::TypeEntry}; // one bulk answer enters at a time
     std::atomic<std::uint64_t> m_version{1};      // raised under the map's write lock
     mutable XCritDataCFC<Known> m_mapType{XLockLevel::TypeMap};

@@ -63,11 +63,17 @@ std::pair<XTypeMapPtr, HRESULT> XLXConfigFactoryCacheManager::InternalFillTypeMa
     const XTypeMapPtr own(XTypeMapPtr(), &m_types);
     if (m_types.IsFresh()) { return {own, S_OK}; }
     XLXCFCMngImpl& impl = Impl("InternalFillTypeMap");
+    const std::uint32_t begun = m_types.Fills().Begun();
     const XFill fill(m_types.FillMutex(), &m_types);
-    if (fill.IsReentered() || m_types.IsFresh()) {
+    const bool isServed = m_types.Fills().IsServed(begun) && m_types.IsFilled();
+    if (fill.IsReentered() || isServed || m_types.IsFresh()) {
         return {own, S_OK}; // a server that asks back while it is being asked gets what is there
     }
-    const XTypeMapPtr filled = impl.FillTypeCache();
+    XTypeMapPtr filled;
+    m_types.Fills().Run(fill, [&] {
+        filled = impl.FillTypeCache();
+        return filled.get() == &m_types;
+    });
     return filled ? std::pair(filled, S_OK) : std::pair(own, S_FALSE);
 }
 

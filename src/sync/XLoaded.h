@@ -81,7 +81,8 @@ public:
 /// what a notification overtook is published with its stamp, and so is not fresh. An answer that arrives after End,
 /// or after Begin with another clock, is given to whoever asked and published nowhere.
 ///
-/// Nobody loops for a better answer: whoever asked gets the answer of the load that began after the question.
+/// Nobody loops for a better answer: whoever asked gets the answer of a load that began after the question, and waits
+/// for no more than the load that is under way and that one.
 ///
 /// @tparam Guarded  holds an XPublished under its lock: Read(use) and Write(use)
 template <class T, class Time, class Guarded = XMutexGuarded<XPublished<T, Time>>, class Policy = XSystemSync>
@@ -142,12 +143,18 @@ public:
     ///                 published: what it does to the former value happens only if that is replaced. Calls nothing
     ///                 foreign
     template <class Ask, class OnPublish> Value Load(const Time& time, Ask&& ask, OnPublish&& publish) {
+        const std::uint32_t begun = m_fills.Begun();
         const XBasicFill<Policy> fill(m_fill, this);
         if (fill.IsReentered()) { return Held(); }
         if (Value fresh = Fresh()) { return fresh; }
-        const XStamp noted{time.Now(), m_own.Now()};
-        Value answer = ask();
-        Publish(time, answer, noted, publish);
+        Value answer = m_fills.IsServed(begun) ? Held() : nullptr;
+        if (!answer) {
+            m_fills.Run(fill, [&] {
+                const XStamp noted{time.Now(), m_own.Now()};
+                answer = ask();
+                return Publish(time, answer, noted, publish);
+            });
+        }
         return answer;
     }
     template <class Ask> Value Load(const Time& time, Ask&& ask) {
@@ -185,6 +192,7 @@ public:
 private:
     XBasicOwnCount<Policy> m_own;
     typename XBasicFill<Policy>::Mutex m_fill;
+    XBasicFillCount<Policy> m_fills;
     Guarded m_guarded;
 };
 

@@ -179,20 +179,37 @@ private:
         for (int attempt = 0; attempt < MostAttempts && isLinkedAnew && !IsComplete(); ++attempt) {
             const XMapInheritedComp* above = nullptr;
             isLinkedAnew = false;
-            for (const auto& type : ChainFromTop()) {
-                isLinkedAnew = isLinkedAnew || !MapOf(*type).EnsureCurrent(above);
-                above = &MapOf(*type);
+            const auto chain = ChainFromTop();
+            std::vector<std::uint32_t> begun;
+            for (const auto& type : chain) {
+                begun.push_back(MapOf(*type).m_fills.Begun());
+            }
+            for (std::size_t i = 0; i < chain.size() && !isLinkedAnew; ++i) {
+                isLinkedAnew = !MapOf(*chain[i]).EnsureCurrent(above, begun[i]);
+                above = &MapOf(*chain[i]);
             }
         }
     }
 
-    /// False: the type has another base meanwhile.
-    bool EnsureCurrent(const XMapInheritedComp* base) {
-        const auto isCurrent = [&] { return ContentIfCurrent(base != nullptr ? base->Content() : 0).has_value(); };
-        if (isCurrent()) { return true; }
+    /// @param begun  the fills that had begun when the question came
+    /// @return false: the type has another base meanwhile
+    bool EnsureCurrent(const XMapInheritedComp* base, std::uint32_t begun) {
+        const auto contentOfBase = [&] { return base != nullptr ? base->Content() : 0; };
+        const std::uint64_t leastContent = contentOfBase();
+        if (ContentIfCurrent(leastContent)) { return true; }
         const XFill fill(m_owner.m_fetch, this);
         // A server that asks back while it is being asked gets what is there.
-        return fill.IsReentered() || isCurrent() || CompleteWith(base);
+        if (fill.IsReentered() || ContentIfCurrent(contentOfBase())) { return true; }
+        if (m_fills.IsServed(begun) && HasMerged(base, leastContent)) { return true; }
+        bool isLinked = false;
+        m_fills.Run(fill, [&] { return isLinked = CompleteWith(base); });
+        return isLinked;
+    }
+    /// Whether the map was completed, with a base's map of at least that content.
+    bool HasMerged(const XMapInheritedComp* base, std::uint64_t content) const {
+        return m_state.Read([&](const State& state) {
+            return !state.stamp.IsNone() && state.base == base && state.baseContent >= content;
+        });
     }
 
     // The base type's definition of a component wins over that of a derived type, so its entries go in first. Without
@@ -312,6 +329,7 @@ private:
 
     Owner& m_owner;
     XOwnCount m_own;
+    XFillCount m_fills;
     mutable std::atomic<std::uint64_t> m_checkedAt{0}; // Check() when the map was last found complete
     XSharedGuarded<State> m_state{XLockLevel::ComponentMap};
 };

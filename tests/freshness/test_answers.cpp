@@ -4,6 +4,7 @@
 #include "hostileserver.h"
 
 #include <future>
+#include <thread>
 
 namespace {
 using Names = std::vector<std::string>;
@@ -207,4 +208,82 @@ TEST_F(Answers, ASpecThatIsRemovedDuringAnotherThreadsFill) {
         EXPECT_EQ(SpecIds(), byId ? (Names{"Spec0", "Spec2", "Spec3"}) : (Names{"Spec0", "Spec3"}));
     }
 }
+class Flooded;
+
+/// Many who ask while every answer of the server is overtaken by a notification.
+struct XFlood {
+    const char* name;
+    const char* method;
+    const char* dataId;
+    std::function<void(Flooded&)> ask;
+};
+
+class Flooded : public CacheTest, public testing::WithParamInterface<XFlood> {
+public:
+    void AskForType() { Type("Item"); }
+    void AskForPage() {
+        XLXComPtr<ILXPage> page;
+        EXPECT_EQ(m_item->GetPage(1, page.Put()), S_OK);
+    }
+    void AskForRelations() {
+        XLXComPtr<ILXParentChildEnum> relations;
+        EXPECT_EQ(Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put()), S_FALSE);
+    }
+
+protected:
+    void SetUp() override {
+        ASSERT_EQ(Start(4), S_OK);
+        m_item = Type("Item");
+    }
+    void TearDown() override {
+        Calls().SetHook({});
+        m_item.Reset();
+        Terminate();
+    }
+
+    XLXComPtr<ILXType> m_item;
+};
+
+TEST_P(Flooded, NobodyWaitsForMoreThanTwoLoads) {
+    constexpr int Readers = 6;
+    constexpr int Questions = 8; // of each, one after the other
+    std::atomic<int> asking{0};
+    std::atomic<int> loads{0};
+    std::atomic<int> most{0}; // loads that ended while somebody waited for an answer
+    m_server->SendNotification(GetParam().dataId);
+    Calls().SetHook([&](const XServerCall& call) {
+        if (call.name != GetParam().method || call.point != XCallPoint::Answer) { return; }
+        ++loads;
+        m_server->SendNotification(GetParam().dataId);
+        while (asking.load() < Readers) {
+            std::this_thread::yield();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10)); // who only says so by now asks
+    });
+    std::vector<std::future<void>> readers;
+    for (int i = 0; i < Readers; ++i) {
+        readers.push_back(std::async(std::launch::async, [&] {
+            ++asking;
+            for (int question = 0; question < Questions; ++question) {
+                const int before = loads.load();
+                GetParam().ask(*this);
+                const int waited = loads.load() - before;
+                int known = most.load();
+                while (known < waited && !most.compare_exchange_weak(known, waited)) {}
+            }
+        }));
+    }
+    for (std::future<void>& reader : readers) {
+        reader.get();
+    }
+    // The load under way, that for all who came meanwhile, and one for who was late all the same.
+    EXPECT_LE(most.load(), 3);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    By, Flooded,
+    testing::Values(XFlood{"Types", "ILXConfigFactoryEx::GetTypeArrayEx", "objects/x/0/2", &Flooded::AskForType},
+                    XFlood{"Pages", "ILXType::GetTypeComponentData", "objects/x/0/32", &Flooded::AskForPage},
+                    XFlood{"Relations", "ILXConfigFactory::GetPCArray", "pc/x/0/4", &Flooded::AskForRelations}),
+    [](const auto& test) { return test.param.name; });
 } // namespace

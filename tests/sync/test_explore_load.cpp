@@ -77,7 +77,7 @@ template <Fault fault = Fault::None> struct Loading {
     const Time<fault> next = NewTime<fault>();
     Number server{1};
     int notified = 1;
-    ExploringSync::Mutex otherMutex;
+    Fill::Mutex otherMutex;
     Loaded<int, fault> loaded;
 };
 
@@ -107,6 +107,17 @@ TEST(ExploredLoads, TwoAskersAndANotification) {
     ExpectExplored(lookBeside(With<Fault::None>), 500);
     EXPECT_EQ(Older, lookBeside(With<Fault::TwoSteps>).failure);
     EXPECT_EQ("replaced by something older", AskBeside(&Loading<Fault::AnyStamp>::ChangeAndAdvanceClock, true).failure);
+}
+
+// Of three askers the last one takes the answer of the second, which a notification may have overtaken; but never that
+// of a load that began before the question.
+TEST(ExploredLoads, ThreeAskersAndNotifications) {
+    using World = Loading<>;
+    const auto changeTwice = [](World& w) {
+        w.ChangeAndAdvanceClock();
+        w.time.clock->Advance(Aspect);
+    };
+    ExpectExplored(Explore<World>(2, {&World::Ask, &World::Ask, &World::Ask, changeTwice}, &World::CheckEnd), 2000);
 }
 
 TEST(ExploredLoads, AnAskerAndTheEndOfItsTime) {

@@ -23,7 +23,7 @@ template <Fault fault = Fault::None> struct Chain {
     };
     struct Map {
         XBasicOwnCount<ExploringSync> own;
-        ExploringSync::Mutex fill;
+        Fill::Mutex fill;
         XMutexGuarded<State, ExploringSync> state;
     };
     using Count = ExploringSync::Atomic<std::uint64_t>;
@@ -150,7 +150,7 @@ template <Fault fault = Fault::None> struct Chain {
     Count checkedAt{0};
     Map base;
     Map derived;
-    ExploringSync::Mutex otherMutex;
+    Fill::Mutex otherMutex;
 };
 
 TEST(ExploredLoads, AMergedMapAndANotification) {
