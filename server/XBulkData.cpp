@@ -4,10 +4,9 @@
 #include "XServerType.h"
 
 namespace {
-/// What a client can ask the server's type for by its key: then a record may come without the object.
-template <class T>
-constexpr bool IsFoundByKey =
-    std::is_same_v<T, XModelAttribute> || std::is_same_v<T, XModelPage> || std::is_same_v<T, XModelGroup>;
+/// Whether a client finds the object by its name or number when its record came without it: everything but relations,
+/// whose PC infos only they give.
+template <class T> constexpr bool IsFoundByKey = !std::is_same_v<T, XModelRelation>;
 
 template <class Object, class T, class... Owner>
 XBulkRecord RecordOf(const XServerCorePtr& core, const XModelRef<T>& element, const Owner&... owner) {

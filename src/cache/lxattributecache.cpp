@@ -22,6 +22,43 @@ enum AttributeMember : int {
 };
 
 constexpr LONG OriginVendor = 0;
+
+/// Asks the server's attribute for an attribute type whose record came without an object.
+class AttributeTypeSource final : public XServerSource {
+public:
+    AttributeTypeSource(XServerSourcePtr attribute, XLXTextView name)
+        : m_attribute(std::move(attribute)), m_name(name) {}
+    XLXComPtr<IUnknown> Ask() const override {
+        const XLXComPtr<ILXAttribute> attribute = m_attribute->Ask().As<ILXAttribute>();
+        return attribute ? XLXComPtr<IUnknown>(Find(*attribute)) : nullptr;
+    }
+
+private:
+    XLXComPtr<ILXAttributeType> Find(ILXAttribute& attribute) const {
+        constexpr const OLECHAR* failed = OLESTR("the server failed to give the object of an attribute type");
+        const LXErrorLocation at = XCachedFacts::Attribute.At("GetAttributeTypeEnum");
+        XLXComPtr<ILXAttributeTypeEnum> types;
+        const HRESULT result = LXAsk("ILXAttribute::GetAttributeTypeEnum", types, LXNoResult::Nothing, {}, at,
+                                     [&](ILXAttributeTypeEnum** out) { return attribute.GetAttributeTypeEnum(out); });
+        XLXError::RaiseIfFailed(result, failed, at);
+        XLXComPtr<ILXAttributeType> found;
+        const auto visit = [&](XLXComPtr<ILXAttributeType>&& type) {
+            XLXComVariant name;
+            if (!found && LXAskProperty(*type, MemberAttributeTypeName, name) == S_OK && name.AsText() == m_name) {
+                found = std::move(type);
+            }
+        };
+        if (types) {
+            XLXError::RaiseIfFailed(
+                LXForEachOf<AttributeTypeBatch, ILXAttributeType>(*types, "ILXAttributeTypeEnum::RemNext", at, visit),
+                failed, at);
+        }
+        return found;
+    }
+
+    const XServerSourcePtr m_attribute;
+    const XLXText m_name;
+};
 } // namespace
 
 XLXAttributeCache::XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock)
@@ -155,7 +192,8 @@ void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* fo
 }
 
 void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, XILXConfigData&& type,
-                                         const XMoment& moment, XRetired& retired) const {
+                                         const XMoment& moment, const std::function<XServerSourcePtr()>& source,
+                                         XRetired& retired) const {
     if (type.values.empty()) {
         if (type.object) {
             XLXError::Raise(E_INVALIDARG, OLESTR("for an empty cached attribute type the interface ptr must be NULL"),
@@ -165,13 +203,15 @@ void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, 
     }
     if (auto key = XCFGStringKey::At(type.values, MemberAttributeTypeName)) // without a name nothing finds it
     {
+        XServerSourcePtr own =
+            type.object ? nullptr : std::make_shared<const AttributeTypeSource>(source(), XLXTextView(key->Text()));
         LXEnterRecord(former.get(), to, std::move(*key), std::move(type.object), std::move(type.values), moment,
-                      Clock(), retired);
+                      Clock(), retired, std::move(own));
     }
 }
 
 void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, const XMoment& moment,
-                                             XRetired& retired) {
+                                             const std::function<XServerSourcePtr()>& source, XRetired& retired) {
     const XStamp stamp = LXStampFrom(moment, XAspect::AttributeTypes, m_attributeTypes.Own(), Direct());
     static const TypeMap none;
     TypeMapPtr fresh(TypeMapPtr(), &none); // most attributes have none: that needs no memory
@@ -179,7 +219,7 @@ void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, 
         const TypeMapPtr former = m_attributeTypes.Held();
         TypeMap map;
         for (XILXConfigData& type : types) {
-            AddAttributeType(former, map, std::move(type), moment, retired);
+            AddAttributeType(former, map, std::move(type), moment, source, retired);
         }
         fresh = std::make_shared<const TypeMap>(std::move(map));
     }

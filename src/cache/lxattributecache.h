@@ -46,8 +46,9 @@ public:
 
     /// Takes the attribute types that a bulk read delivered, possibly none: they replace those that are there, and
     /// the server is not asked for them.
+    /// @param source  makes the source of the attribute's own server object, for types that came without theirs
     void AssignAttributeTypes(std::vector<XLXCFCDataTransfer::XILXConfigData> types, const XMoment& moment,
-                              XRetired& retired);
+                              const std::function<XServerSourcePtr()>& source, XRetired& retired);
 
     /// What decides in which displays the attribute is shown, when that is known.
     std::optional<XDisplayFacts> KnownFacts() const noexcept {
@@ -77,7 +78,8 @@ private:
     TypeMap ReadAttributeTypes(std::exception_ptr& failure) const;
     void OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const;
     void AddAttributeType(const TypeMapPtr& former, TypeMap& to, XLXCFCDataTransfer::XILXConfigData&& type,
-                          const XMoment& moment, XRetired& retired) const;
+                          const XMoment& moment, const std::function<XServerSourcePtr()>& source,
+                          XRetired& retired) const;
 
     // Published with the values, under the lock and the stamp of the store, so that display enumerations read these
     // two words and no lock.

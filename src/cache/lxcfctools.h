@@ -10,6 +10,7 @@
 #include "XLXEnumWithDelete.h"
 #include "XLXError.h"
 #include "XRetired.h"
+#include "XServerSource.h"
 #include "XVariantRow.h"
 
 #include <utility>
@@ -169,14 +170,17 @@ template <class Map> void LXReplaceMap(const Map* former, const Map& map) noexce
 
 /// The object for a record of the server: the one that is known (there may be none), refreshed, so that whoever holds it
 /// reads the new values; or else a new one.
+/// @param source  of a server object that did not come
 template <class Cached>
 XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> server, XVariantRow values,
-                                  const XMoment& moment, const XClockPtr& clock, XRetired& retired) {
+                                  const XMoment& moment, const XClockPtr& clock, XRetired& retired,
+                                  XServerSourcePtr source = {}) {
     if (known) {
-        known->TakeRecord(std::move(server), std::move(values), moment, retired);
+        known->TakeRecord(std::move(server), std::move(values), moment, retired, std::move(source));
         return known;
     }
     known = LXCFCTOOLS::Make<Cached>(std::move(server), clock);
+    if (source) { known->SetSource(std::move(source)); }
     known->AssignProperties(std::move(values), moment);
     return known;
 }
@@ -185,8 +189,10 @@ XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> s
 /// has under the key stays the same object.
 template <class Map>
 void LXEnterRecord(const Map* former, Map& to, typename Map::key_type key, XLXComPtr<IUnknown> server,
-                   XVariantRow values, const XMoment& moment, const XClockPtr& clock, XRetired& retired) {
-    auto object = LXMakeOrRefresh(LXFind(former, key), std::move(server), std::move(values), moment, clock, retired);
+                   XVariantRow values, const XMoment& moment, const XClockPtr& clock, XRetired& retired,
+                   XServerSourcePtr source = {}) {
+    auto object = LXMakeOrRefresh(LXFind(former, key), std::move(server), std::move(values), moment, clock, retired,
+                                  std::move(source));
     to.insert_or_assign(std::move(key), std::move(object));
 }
 

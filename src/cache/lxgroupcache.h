@@ -5,7 +5,7 @@
 #include "XLXFormatOwner.h"
 #include "XWeakLink.h"
 
-/// What a group, and whatever asks for a component's server object, wants of the type that owns it.
+/// What components want of the type that owns them.
 class XGroupOwner {
 public:
     virtual HRESULT GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum) = 0;

@@ -2,6 +2,17 @@
 #include "XTypeMap.h"
 
 namespace {
+/// Asks for the server's type when its record came without it.
+class TypeSource final : public XServerSource {
+public:
+    TypeSource(XTypeHostPtr host, XLXTextView name) : m_host(std::move(host)), m_name(name) {}
+    XLXComPtr<IUnknown> Ask() const override { return m_host->getType(m_name); }
+
+private:
+    const XTypeHostPtr m_host;
+    const XLXText m_name;
+};
+
 using Map = XTypeMap::Map;
 
 /// The entry of a type's base; null when it has none, or none that is known.
@@ -103,7 +114,9 @@ void XTypeMap::Refresh(XTypeRecords& records, const Note& noted, XRetired& retir
             record.made->SetName(record.name);
             type = record.made;
         }
-        if (type->TakeTypeRecord(std::move(record.config.object), std::move(record.config.values),
+        XServerSourcePtr source =
+            m_host && !record.config.object ? std::make_shared<const TypeSource>(m_host, record.name) : nullptr;
+        if (type->TakeTypeRecord(std::move(record.config.object), std::move(source), std::move(record.config.values),
                                  std::move(record.components), record.mode, noted.moment, retired)) {
             type->SetFlags(record.listed, record.searchable);
         } else {
@@ -149,10 +162,11 @@ std::vector<XTypeMap::Map::value_type> XTypeMap::Types() const {
     return {known->map.begin(), known->map.end()};
 }
 
-void XTypeMap::Begin(const XClockPtr& clock) {
+void XTypeMap::Begin(const XClockPtr& clock, XTypeHostPtr host) {
     Known fresh;
     fresh.clock = clock;
     const std::lock_guard<XLeafMutex> entering(m_entering);
+    m_host.swap(host);
     m_own.Advance();
     const XCritProxy<Known> known(m_mapType);
     std::swap(*known, fresh);
@@ -161,12 +175,14 @@ void XTypeMap::Begin(const XClockPtr& clock) {
 
 void XTypeMap::End(const XClockPtr& clock) {
     Known dropped;
+    XTypeHostPtr host;
     {
         const std::lock_guard<XLeafMutex> entering(m_entering);
         const XCritProxy<Known> known(m_mapType);
         if (!(known->clock == clock)) { return; }
         m_own.Advance();
         std::swap(*known, dropped);
+        m_host.swap(host);
         m_version.fetch_add(1);
     }
     for (auto& [key, entry] : dropped.map) {

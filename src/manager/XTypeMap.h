@@ -10,6 +10,13 @@
 
 #include <deque>
 
+/// What types want of the connection that they belong to, and may want when it is over.
+struct XTypeHost {
+    /// The server's type of a name; null when there is none, or the connection is over. Raises a failure.
+    std::function<XLXComPtr<ILXType>(XLXTextView)> getType;
+};
+using XTypeHostPtr = std::shared_ptr<const XTypeHost>;
+
 class XTypeMap {
 public:
     /// Names that the server has no type of; of more the oldest are forgotten.
@@ -67,7 +74,8 @@ public:
     XFillCount& Fills() noexcept { return m_fills; }
 
     /// From now on answers of the connection with that clock are entered.
-    void Begin(const XClockPtr& clock);
+    /// @param host  null: types have no server objects but those that come with records
+    void Begin(const XClockPtr& clock, XTypeHostPtr host = {});
     /// Terminates every type, empties the map, and enters nothing more, unless the map is of another connection.
     void End(const XClockPtr& clock);
 
@@ -94,6 +102,7 @@ private:
     XFillMutex m_fill;
     XFillCount m_fills;
     XLeafMutex m_entering{XLockLevel::TypeEntry}; // one bulk answer enters at a time
+    XTypeHostPtr m_host;                          // guarded by that
     std::atomic<std::uint64_t> m_version{1};      // raised under the map's write lock
     mutable XCritDataCFC<Known> m_mapType{XLockLevel::TypeMap};
 };

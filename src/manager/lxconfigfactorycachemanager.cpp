@@ -9,6 +9,7 @@
 // not called any more.
 XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager() {
     m_selfLink.Clear();
+    m_ownLink.Clear();
     XLXTransientPC::Disown(*this);
     if (m_connection) { EmptyCaches(m_connection->clock); }
     m_transferMode->Set(0); // types that outlive the manager deliver what they are asked for and no more

@@ -169,6 +169,9 @@ private:
     void RegisterCallback(XConnection& connection, ILXDataUpdate* update, bool separateCallback);
     void Unregister(XConnection& connection) noexcept;
     void CreateRelationManager(XConnection& connection);
+    XTypeHostPtr MakeTypeHost(const XClockPtr& clock) const;
+    /// A type of the server of that connection; null when there is none, or the connection is over.
+    XLXComPtr<ILXType> ServerType(const XClockPtr& clock, XLXTextView name) const;
     void EmptyCaches(const XClockPtr& clock) noexcept;
 
     HRESULT ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count, tagLXUpdateInfo* info) const;
@@ -194,6 +197,7 @@ private:
     XPlanTypes m_planTypes{*this, XLockLevel::PlanTypes, XAspect::PlanTypes};
     XGlobalSpecs m_globalSpecs{*this, XLockLevel::GlobalSpecs, XAspect::Specs};
     XWeakLink<XPCInfoRegistry> m_selfLink = XWeakLink<XPCInfoRegistry>::To(this);
+    XWeakLink<XLXConfigFactoryCacheManager> m_ownLink = XWeakLink<XLXConfigFactoryCacheManager>::To(this);
 
     XFillMutex m_init; // Init and Terminate, one at a time; never taken by notifications
 

@@ -153,12 +153,21 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments) {
     return filled;
 }
 
+XTypeHostPtr XLXConfigFactoryCacheManager::MakeTypeHost(const XClockPtr& clock) const {
+    auto getType = [clock, link = m_ownLink](XLXTextView name) {
+        const auto manager = link.Lock();
+        return manager ? manager->ServerType(clock, name) : nullptr;
+    };
+    return std::make_shared<const XTypeHost>(XTypeHost{std::move(getType)});
+}
+
 // The locks of the process go off with the first initialisation in server mode whose arguments are accepted. The caches
 // take answers of the new connection before anybody can ask through it.
 XConnectionPtr XLXConfigFactoryCacheManager::Begin(const InitArguments& arguments) {
     const auto connection = std::make_shared<XConnection>(arguments.factory, arguments.query);
     const auto begin = [&](auto&... caches) { (caches.Begin(connection->clock), ...); };
-    begin(m_types, m_browsers, m_pcInfos, m_pcInfosNew, m_globalSpecs, m_planTypes);
+    m_types.Begin(connection->clock, MakeTypeHost(connection->clock));
+    begin(m_browsers, m_pcInfos, m_pcInfosNew, m_globalSpecs, m_planTypes);
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         m_connection = connection; // null before, so nothing is released here

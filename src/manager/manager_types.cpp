@@ -43,6 +43,18 @@ HRESULT XLXConfigFactoryCacheManager::GetType(BSTR bstrTypename, BSTR, ILXType**
                              [&] { return InternalLoadType(LXBstrView(bstrTypename), ppType); });
 }
 
+XLXComPtr<ILXType> XLXConfigFactoryCacheManager::ServerType(const XClockPtr& clock, XLXTextView name) const {
+    const LXErrorLocation at = LXManagerAt("ServerType");
+    const XConnectionPtr server = Connection();
+    XLXComPtr<ILXType> type;
+    if (!server || !(server->clock == clock)) { return type; }
+    const HRESULT result = LXAsk("ILXConfigFactory::GetType", type, LXNoResult::Nothing, {}, at, [&](ILXType** out) {
+        return server->configFactory->GetType(XLXComBSTR(name).Get(), nullptr, out);
+    });
+    XLXError::RaiseIfFailed(result, OLESTR("the server failed to get the type"), at);
+    return type;
+}
+
 XLXCFCMngImpl& XLXConfigFactoryCacheManager::Impl(const char* method) const {
     XLXCFCMngImpl* const impl = m_pImpl.load();
     XLXError::CheckPointer(impl, OLESTR("m_pImpl"), LXManagerAt(method));

@@ -18,7 +18,7 @@ namespace XLXTypeCacheComp {
 /// @tparam CachedClass     of one component
 /// @tparam InterfaceClass  that it is handed out by
 /// @tparam KeyClass        that it is found by: a number or a name
-/// @tparam GetOne          the method of the server's type that gives one by its key; null: the type is not asked
+/// @tparam GetOne          the method of the server's type that gives one by its key
 template <class CachedClass, class InterfaceClass, class KeyClass, auto GetOne> struct XComponentKind {
     using Cached = CachedClass;
     using Interface = InterfaceClass;
@@ -49,9 +49,10 @@ inline constexpr XComponentKind<XLXPageCache, ILXPage, LONG, &ILXType::GetPage> 
 inline constexpr XComponentKind<XLXGroupCache, ILXGroup, LONG, &ILXType::GetGroup> Groups{
     LXTM_GROUPS, XAspect::TypeGroups, {XAspect::GroupValues}, false, 2,
     &XLXCFCDataTransfer::XILXTypeComp::groups, "groups", OLESTR("emptying the groups failed"), "ILXType::GetGroup"};
-inline constexpr XComponentKind<XLXConfObjEditorCache, ILXConfObjEditor, XCFGStringKey, nullptr> Editors{
+inline constexpr XComponentKind<XLXConfObjEditorCache, ILXConfObjEditor, XCFGStringKey, &ILXType::GetConfObjEditor> Editors{
     LXTM_EDITORS, XAspect::TypeEditors, {XAspect::EditorValues}, false, 3,
-    &XLXCFCDataTransfer::XILXTypeComp::editors, "editors", OLESTR("emptying the editors failed"), nullptr};
+    &XLXCFCDataTransfer::XILXTypeComp::editors, "editors", OLESTR("emptying the editors failed"),
+    "ILXType::GetConfObjEditor"};
 // clang-format on
 
 template <const auto& Kind> using XKind = std::remove_cvref_t<decltype(Kind)>;
@@ -111,23 +112,30 @@ public:
     XComponentSource(const XWeakLink<XGroupOwner>& type, const typename XKind<Kind>::Key& key)
         : m_type(type), m_key(key) {}
     XLXComPtr<IUnknown> Ask() const override {
-        const LXErrorLocation at = XCachedFacts::Type.At(Kind.getOne + std::char_traits<char>::length("ILXType::"));
         const auto type = m_type.Lock();
         const XLXComPtr<ILXType> server = type ? type->ServerType() : nullptr;
-        if (!server) { return nullptr; }
-        XLXComPtr<typename XKind<Kind>::Interface> component;
-        const HRESULT result = LXAsk(Kind.getOne, component, LXNoResult::Nothing, {}, at, [&](auto** out) {
-            if constexpr (XKind<Kind>::HasNames) {
-                return (server.Get()->*XKind<Kind>::Get)(XLXComBSTR(m_key.Text()).Get(), out);
-            } else {
-                return (server.Get()->*XKind<Kind>::Get)(m_key, out);
-            }
-        });
-        XLXError::RaiseIfFailed(result, OLESTR("the server failed to give the object of a type's component"), at);
-        return result == S_OK ? XLXComPtr<IUnknown>(component) : nullptr;
+        return server ? XLXComPtr<IUnknown>(From(*server)) : nullptr;
     }
 
 private:
+    using Interface = typename XKind<Kind>::Interface;
+
+    XLXComPtr<Interface> From(ILXType& server) const {
+        const LXErrorLocation at = XCachedFacts::Type.At(Kind.getOne + std::char_traits<char>::length("ILXType::"));
+        XLXComPtr<Interface> component;
+        const HRESULT result = LXAsk(Kind.getOne, component, LXNoResult::Nothing, {}, at, [&](Interface** out) {
+            if constexpr (Kind.mode == LXTM_EDITORS) {
+                return (server.*XKind<Kind>::Get)(XLXComBSTR(m_key.Text()).Get(), nullptr, nullptr, out);
+            } else if constexpr (XKind<Kind>::HasNames) {
+                return (server.*XKind<Kind>::Get)(XLXComBSTR(m_key.Text()).Get(), out);
+            } else {
+                return (server.*XKind<Kind>::Get)(m_key, out);
+            }
+        });
+        XLXError::RaiseIfFailed(result, OLESTR("the server failed to give the object of a type's component"), at);
+        return result == S_OK ? component : nullptr;
+    }
+
     const XWeakLink<XGroupOwner> m_type;
     const typename XKind<Kind>::Key m_key;
 };

@@ -261,7 +261,8 @@ private:
             if (!key || ofBase.find(*key) != ofBase.end()) { continue; }
             Component component = Refresh(*current, *key, record, *records.moment, retired);
             if constexpr (Kind.mode == LXTM_ATTRIBUTES) {
-                component.object->AssignAttributeTypes(std::move(record.types), *records.moment, retired);
+                component.object->AssignAttributeTypes(
+                    std::move(record.types), *records.moment, [&] { return SourceOf(*key); }, retired);
             }
             merged->Add(std::move(*key), std::move(component));
         }
@@ -269,14 +270,16 @@ private:
         return merged;
     }
 
+    /// Where the server object of a component is asked for.
+    XServerSourcePtr SourceOf(const typename XKind<Kind>::Key& key) const {
+        return std::make_shared<const XComponentSource<Kind>>(m_owner.m_selfLink, key);
+    }
+
     /// The type's own component under a key, refreshed in place, so that whoever holds it goes on being notified; or a
     /// new one.
     Component Refresh(const Map& current, const typename XKind<Kind>::Key& key,
                       XLXCFCDataTransfer::XILXConfigData& record, const XMoment& moment, XRetired& retired) {
-        XServerSourcePtr source;
-        if constexpr (XKind<Kind>::Get != nullptr) {
-            source = record.object ? nullptr : std::make_shared<const XComponentSource<Kind>>(m_owner.m_selfLink, key);
-        }
+        XServerSourcePtr source = record.object ? nullptr : SourceOf(key);
         if (const auto found = current.find(key); found != current.end() && found->second.owner == &m_owner) {
             found->second.object->TakeRecord(std::move(record.object), std::move(record.values), moment, retired,
                                              std::move(source));

@@ -160,9 +160,10 @@ LONG XLXTypeCache::ModeToFetch(LONG requested) {
     return (mode & ~there) | requested;
 }
 
-bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values, XILXTypeComp components, LONG mode,
-                                  const std::shared_ptr<const XMoment>& moment, XRetired& retired) {
-    const bool isTaken = TakeRecord(std::move(server), std::move(values), *moment, retired);
+bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XServerSourcePtr source, XVariantRow values,
+                                  XILXTypeComp components, LONG mode, const std::shared_ptr<const XMoment>& moment,
+                                  XRetired& retired) {
+    const bool isTaken = TakeRecord(std::move(server), std::move(values), *moment, retired, std::move(source));
     ForEachMap([&](auto& map) {
         XLXSafeArray& records = components.*map.TheKind.records;
         if (isTaken && mode != 0 && (records || (mode & map.TheKind.mode) != 0)) {

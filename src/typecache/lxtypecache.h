@@ -119,8 +119,10 @@ public:
     /// answer that is older than the last one changes nothing.
     /// @param components  with the data transfer mode that they were asked for with; mode 0: none were
     /// @return false: the answer is older
-    bool TakeTypeRecord(XLXComPtr<IUnknown> server, XVariantRow values, XLXCFCDataTransfer::XILXTypeComp components,
-                        LONG mode, const std::shared_ptr<const XMoment>& moment, XRetired& retired);
+    /// @param source  of a server object that did not come
+    bool TakeTypeRecord(XLXComPtr<IUnknown> server, XServerSourcePtr source, XVariantRow values,
+                        XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
+                        const std::shared_ptr<const XMoment>& moment, XRetired& retired);
 
     /// Links the type to its base; null clears the link. False: the link would close a cycle, and was not made. Calls
     /// nothing foreign.
