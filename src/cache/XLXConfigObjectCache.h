@@ -17,6 +17,7 @@
 #include "XLoaded.h"
 #include "XNotificationRule.h"
 #include "XPropertyMethods.h"
+#include "XRefill.h"
 #include "XRetired.h"
 #include "XUnknown.h"
 #include "associations.h"
@@ -116,6 +117,7 @@ public:
         if (result == S_FALSE && m_place.load(std::memory_order_acquire) == Place::Detached) {
             result = m_store.ReadStale(index, value);
         }
+        if (result == S_FALSE && IsReadWithOthers()) { result = m_store.Read(index, value, Now()); }
         if (result == S_FALSE) { return FetchAndRead(index, value); }
         if (result == E_INVALIDARG) { LXRaisePropertyIndex(index); }
         if (result == E_OUTOFMEMORY) { throw std::bad_alloc(); }
@@ -141,6 +143,22 @@ public:
         Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
     }
 
+    /// Says by what stale values are read together with those of other objects; called before the object is handed
+    /// out. Null: by nothing.
+    void SetRefill(XRefillPtr refill) noexcept { m_refill = std::move(refill); }
+    const XRefillPtr& Refill() const noexcept { return m_refill; }
+
+    /// Takes the values of a bulk answer, and nothing else of it, unless newer ones are there.
+    void RefillValues(XVariantRow values, const XMoment& moment, XRetired& retired) {
+        if (!values.empty()) {
+            retired.Take(self().AmendValues(values));
+            Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
+            retired.Take(std::move(values));
+        }
+    }
+    /// Whether values that are fresh are there.
+    bool AreValuesFresh() const { return m_store.IsFresh(Now()); }
+
     /// Says where a new object asks for its server object, which it has not.
     void SetSource(XServerSourcePtr source) noexcept {
         typename Proxy::Link link{{}, {}, std::move(source)};
@@ -160,10 +178,7 @@ public:
         const bool isTaken = m_server.Swap(link, moment.At(Facts.set));
         if (isTaken) {
             if (link.held ? link.held.Get() != wanted : link.source != nullptr) { AdvanceAll(); }
-            if (!values.empty()) {
-                retired.Take(self().AmendValues(values));
-                Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
-            }
+            RefillValues(std::move(values), moment, retired);
         }
         retired.Take(std::move(link.held));
         retired.Take(XLXComPtr<IUnknown>(std::move(link.typed)));
@@ -228,12 +243,18 @@ protected:
     /// The whole clock as it is now.
     XMoment Moment() const noexcept { return m_clock ? m_clock->Copy() : XMoment::Timeless(); }
 
+    /// Whether stale values were read now, together with those of other objects: they may be there.
+    bool IsReadWithOthers() {
+        return m_refill && m_place.load() == Place::InMap && !AreValuesFresh() && m_refill->OnStale(Facts.values);
+    }
+
     /// Asks the server for all values. Anything but S_OK is returned.
     /// @param use  called with the values, and with the stamp noted before the server was asked
     template <class Use> HRESULT Fetch(Use&& use) {
         const XStamp noted{Now(), m_store.Own().Now()};
         XVariantRow values;
-        const HRESULT fetched = LXFetchProperties(*Server(), Facts.At("GetProperty"), values);
+        const auto ask = [&, server = Server()] { return LXFetchProperties(*server, Facts.At("GetProperty"), values); };
+        const HRESULT fetched = m_refill ? m_refill->Costs()->Timed(ask) : ask();
         if (fetched != S_OK) { return fetched; }
         const XLXComPtr<IUnknown> displaced = self().AmendValues(values);
         use(static_cast<const XVariantRow&>(values));
@@ -286,6 +307,7 @@ private:
     XDirectNumber m_direct;
     std::atomic<Place> m_place{Place::InMap};
     Proxy m_server;
+    XRefillPtr m_refill; // constant once the object is handed out
     XPropertyStore m_store;
 };
 

@@ -122,7 +122,7 @@ void XLXAttributeCache::OnAssigned(const XVariantRow& values, const XStamp& stam
 }
 
 XDisplayFacts XLXAttributeCache::Facts() {
-    if (const auto known = KnownFacts()) { return *known; }
+    if (auto known = KnownFacts(); known || (IsReadWithOthers() && (known = KnownFacts()))) { return *known; }
     XDisplayFacts facts;
     bool isWhole = false;
     const HRESULT result = Fetch([&](const XVariantRow& values) {
@@ -167,6 +167,7 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
         LXForEachOf<AttributeTypeBatch, ILXAttributeType>(
             *types, "ILXAttributeTypeEnum::RemNext", at, [&](XLXComPtr<ILXAttributeType>&& element) {
                 const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(element), Clock());
+                wrapper->SetRefill(Refill());
                 const auto name = wrapper->TryRead(MemberAttributeTypeName);
                 auto key = name ? XCFGStringKey::Of(*name) : std::nullopt;
                 if (key) // without a name there is no key to find it by
@@ -206,7 +207,19 @@ void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, 
         XServerSourcePtr own =
             type.object ? nullptr : std::make_shared<const AttributeTypeSource>(source(), XLXTextView(key->Text()));
         LXEnterRecord(former.get(), to, std::move(*key), std::move(type.object), std::move(type.values), moment,
-                      Clock(), retired, std::move(own));
+                      Clock(), retired, Refill(), std::move(own));
+    }
+}
+
+void XLXAttributeCache::RefillAttributeTypes(std::vector<XILXConfigData> types, const XMoment& moment,
+                                             XRetired& retired) {
+    const TypeMapPtr held = m_attributeTypes.Held();
+    for (XILXConfigData& type : types) {
+        const auto key = held ? XCFGStringKey::At(type.values, MemberAttributeTypeName) : std::nullopt;
+        if (const auto found = key ? held->find(*key) : TypeMap::const_iterator(); key && found != held->end()) {
+            found->second->RefillValues(std::move(type.values), moment, retired);
+        }
+        retired.Take(std::move(type.object));
     }
 }
 

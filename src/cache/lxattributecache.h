@@ -50,6 +50,10 @@ public:
     void AssignAttributeTypes(std::vector<XLXCFCDataTransfer::XILXConfigData> types, const XMoment& moment,
                               const std::function<XServerSourcePtr()>& source, XRetired& retired);
 
+    /// Takes the values that a bulk read brought for the attribute types that are there.
+    void RefillAttributeTypes(std::vector<XLXCFCDataTransfer::XILXConfigData> types, const XMoment& moment,
+                              XRetired& retired);
+
     /// What decides in which displays the attribute is shown, when that is known.
     std::optional<XDisplayFacts> KnownFacts() const noexcept {
         if (m_factsStamp.load(std::memory_order_acquire) != XStamp{Now(), Store().Own().Now()}.Sum()) {

@@ -9,6 +9,7 @@
 #include "XLXComPtr.h"
 #include "XLXEnumWithDelete.h"
 #include "XLXError.h"
+#include "XRefill.h"
 #include "XRetired.h"
 #include "XServerSource.h"
 #include "XVariantRow.h"
@@ -170,17 +171,19 @@ template <class Map> void LXReplaceMap(const Map* former, const Map& map) noexce
 
 /// The object for a record of the server: the one that is known (there may be none), refreshed, so that whoever holds it
 /// reads the new values; or else a new one.
+/// @param refill  by which the values of a new one are read with those of others
 /// @param source  of a server object that did not come
 template <class Cached>
 XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> server, XVariantRow values,
                                   const XMoment& moment, const XClockPtr& clock, XRetired& retired,
-                                  XServerSourcePtr source = {}) {
+                                  const XRefillPtr& refill = {}, XServerSourcePtr source = {}) {
     if (known) {
         known->TakeRecord(std::move(server), std::move(values), moment, retired, std::move(source));
         return known;
     }
     known = LXCFCTOOLS::Make<Cached>(std::move(server), clock);
     if (source) { known->SetSource(std::move(source)); }
+    known->SetRefill(refill);
     known->AssignProperties(std::move(values), moment);
     return known;
 }
@@ -190,9 +193,9 @@ XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> s
 template <class Map>
 void LXEnterRecord(const Map* former, Map& to, typename Map::key_type key, XLXComPtr<IUnknown> server,
                    XVariantRow values, const XMoment& moment, const XClockPtr& clock, XRetired& retired,
-                   XServerSourcePtr source = {}) {
+                   const XRefillPtr& refill = {}, XServerSourcePtr source = {}) {
     auto object = LXMakeOrRefresh(LXFind(former, key), std::move(server), std::move(values), moment, clock, retired,
-                                  std::move(source));
+                                  refill, std::move(source));
     to.insert_or_assign(std::move(key), std::move(object));
 }
 

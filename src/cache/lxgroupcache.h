@@ -11,6 +11,8 @@ public:
     virtual HRESULT GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum) = 0;
     /// The server's type; null when there is none.
     virtual XLXComPtr<ILXType> ServerType() const = 0;
+    /// Reads the values of all components that are stale, with one call. Raises a failure of the server.
+    virtual void RefillComponents() = 0;
     virtual ULONG STDMETHODCALLTYPE Release() = 0;
     /// Adds a reference unless the last one is gone already.
     virtual bool TryAddRef() noexcept = 0;

@@ -93,6 +93,7 @@ bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole) {
         const XCritProxy<Known> known(m_mapType);
         Apply(*known, records);
         if (isWhole) { ForgetNegative(*known, 0); }
+        if (m_host) { m_host->refill->SetObjects(known->map.size()); }
         LinkBases(known->map, retired, messages);
         m_version.fetch_add(1);
         if (isWhole && !noted.stamp.IsOlderThan(known->stamp)) { known->stamp = noted.stamp; }
@@ -112,6 +113,7 @@ void XTypeMap::Refresh(XTypeRecords& records, const Note& noted, XRetired& retir
             record.made = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, noted.clock);
             record.made->SetModeSupplier(m_mode);
             record.made->SetName(record.name);
+            record.made->SetRefills(m_host ? m_host->refill : nullptr);
             type = record.made;
         }
         XServerSourcePtr source =
@@ -160,6 +162,17 @@ void XTypeMap::EnterNegative(XLXTextView name, const Note& noted) {
 std::vector<XTypeMap::Map::value_type> XTypeMap::Types() const {
     const XCritReadProxy<Known> known(m_mapType);
     return {known->map.begin(), known->map.end()};
+}
+
+void XTypeMap::Refill(XTypeRecords& records, const XClockPtr& clock,
+                      const std::shared_ptr<const XMoment>& moment) const {
+    XRetired retired;
+    for (XTypeRecord& record : records) {
+        if (const auto type = Find(record.name).type; type && type->Clock() == clock) {
+            type->TakeValues(std::move(record.config.values), std::move(record.components), record.mode, moment,
+                             retired);
+        }
+    }
 }
 
 void XTypeMap::Begin(const XClockPtr& clock, XTypeHostPtr host) {

@@ -12,6 +12,7 @@
 
 /// What types want of the connection that they belong to, and may want when it is over.
 struct XTypeHost {
+    XRefillPtr refill; ///< by which their values are read together
     /// The server's type of a name; null when there is none, or the connection is over. Raises a failure.
     std::function<XLXComPtr<ILXType>(XLXTextView)> getType;
 };
@@ -74,8 +75,10 @@ public:
     XFillCount& Fills() noexcept { return m_fills; }
 
     /// From now on answers of the connection with that clock are entered.
-    /// @param host  null: types have no server objects but those that come with records
+    /// @param host  null: types read for themselves, and have no server objects but those that come with records
     void Begin(const XClockPtr& clock, XTypeHostPtr host = {});
+    /// Gives the values of records to the types that are there, and of the connection that was asked.
+    void Refill(XTypeRecords& records, const XClockPtr& clock, const std::shared_ptr<const XMoment>& moment) const;
     /// Terminates every type, empties the map, and enters nothing more, unless the map is of another connection.
     void End(const XClockPtr& clock);
 

@@ -172,6 +172,7 @@ private:
     XTypeHostPtr MakeTypeHost(const XClockPtr& clock) const;
     /// A type of the server of that connection; null when there is none, or the connection is over.
     XLXComPtr<ILXType> ServerType(const XClockPtr& clock, XLXTextView name) const;
+    XRefillPtr MakeRelationsRefill(const XClockPtr& clock) const;
     void EmptyCaches(const XClockPtr& clock) noexcept;
 
     HRESULT ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count, tagLXUpdateInfo* info) const;
@@ -198,6 +199,7 @@ private:
     XGlobalSpecs m_globalSpecs{*this, XLockLevel::GlobalSpecs, XAspect::Specs};
     XWeakLink<XPCInfoRegistry> m_selfLink = XWeakLink<XPCInfoRegistry>::To(this);
     XWeakLink<XLXConfigFactoryCacheManager> m_ownLink = XWeakLink<XLXConfigFactoryCacheManager>::To(this);
+    const std::shared_ptr<XCallCosts> m_costs = std::make_shared<XCallCosts>();
 
     XFillMutex m_init; // Init and Terminate, one at a time; never taken by notifications
 

@@ -154,11 +154,27 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments) {
 }
 
 XTypeHostPtr XLXConfigFactoryCacheManager::MakeTypeHost(const XClockPtr& clock) const {
+    constexpr XAspectSet values{XAspect::TypeValues,          XAspect::AttributeValues, XAspect::AttributeTypes,
+                                XAspect::AttributeTypeValues, XAspect::PageValues,      XAspect::GroupValues,
+                                XAspect::EditorValues};
+    auto refill = std::make_shared<XRefill>(clock, values, m_costs, [clock, link = m_ownLink] {
+        if (const auto manager = link.Lock()) { manager->Impl("RefillTypes").RefillTypes(clock); }
+    });
     auto getType = [clock, link = m_ownLink](XLXTextView name) {
         const auto manager = link.Lock();
         return manager ? manager->ServerType(clock, name) : nullptr;
     };
-    return std::make_shared<const XTypeHost>(XTypeHost{std::move(getType)});
+    return std::make_shared<const XTypeHost>(XTypeHost{std::move(refill), std::move(getType)});
+}
+
+XRefillPtr XLXConfigFactoryCacheManager::MakeRelationsRefill(const XClockPtr& clock) const {
+    return std::make_shared<XRefill>(clock, XAspect::RelationValues, m_costs, [clock, link = m_ownLink] {
+        const auto manager = link.Lock();
+        const auto connection = manager ? manager->Connection() : nullptr;
+        if (connection && connection->clock == clock) {
+            manager->RelationManager("RefillRelations")->RefillRelations();
+        }
+    });
 }
 
 // The locks of the process go off with the first initialisation in server mode whose arguments are accepted. The caches
@@ -195,9 +211,11 @@ void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILX
         check(made.separateCallback->QueryInterface(LXIid<ILXCallbackUpdate>(), made.callback.PutVoid()),
               OLESTR("m_pMTACallbackUpdate -> QueryInterface"));
     }
+    // These calls are small: they also say what a call costs, before any value is read.
     LXServerCall("ILXDataUpdate::RegisterCallback");
-    HRESULT result =
-        update->RegisterCallback(computer.Get(), GetCurrentProcessId(), made.callback.Get(), &made.clientId);
+    HRESULT result = m_costs->Timed([&] {
+        return update->RegisterCallback(computer.Get(), GetCurrentProcessId(), made.callback.Get(), &made.clientId);
+    });
     check(result, OLESTR("RegisterCallback()"));
     const LONG clientId = made.clientId;
     bool isOver = false;
@@ -209,7 +227,8 @@ void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILX
     for (const auto* dataType : {OLESTR("cfc"), OLESTR("cfc_specific")}) {
         if (SUCCEEDED(result) && !isOver) {
             LXServerCall("ILXDataUpdate::EnableAdvicesDataType");
-            result = update->EnableAdvicesDataType(clientId, XLXComBSTR(dataType).Get(), 1, AdvicesDesired);
+            result = m_costs->Timed(
+                [&] { return update->EnableAdvicesDataType(clientId, XLXComBSTR(dataType).Get(), 1, AdvicesDesired); });
         }
     }
     check(result, OLESTR("RegisterCallback()"));
@@ -234,7 +253,8 @@ void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept 
 
 // A relation manager that cannot load is logged and kept: its questions answer what there is.
 void XLXConfigFactoryCacheManager::CreateRelationManager(XConnection& connection) {
-    const auto relations = std::make_shared<XLXPCPartCacheMng>(*this, connection.clock);
+    const auto relations =
+        std::make_shared<XLXPCPartCacheMng>(*this, connection.clock, MakeRelationsRefill(connection.clock));
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         if (connection.over) { return; }

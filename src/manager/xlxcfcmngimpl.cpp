@@ -102,15 +102,27 @@ LONG XLXCFCMngImplClient::BulkMode() const noexcept {
     return mode == LXTM_UNSET ? DefaultTransferMode : mode;
 }
 
+std::optional<XTypeRecords> XLXCFCMngImplClient::LoadAllTypes(ILXConfigFactoryEx& factory, LONG mode) {
+    return LXAskForTypes("ILXConfigFactoryEx::GetTypeArrayEx", mode, OLESTR("the types cannot be loaded"),
+                         LXManagerAt("LoadAllTypes"),
+                         [&](SAFEARRAY** out) { return factory.GetTypeArrayEx(mode, out); });
+}
+
 XTypeMapPtr XLXCFCMngImplClient::FillTypeCache() {
-    const LONG mode = BulkMode();
     const XConnectionPtr server = m_manager.Access("LoadAllTypes");
     ILXConfigFactoryEx& factory = server->Bulk("LoadAllTypes");
     const XTypeMap::Note noted = m_manager.Types().TakeNote(server->clock);
-    auto records =
-        LXAskForTypes("ILXConfigFactoryEx::GetTypeArrayEx", mode, OLESTR("the types cannot be loaded"),
-                      LXManagerAt("LoadAllTypes"), [&](SAFEARRAY** out) { return factory.GetTypeArrayEx(mode, out); });
+    auto records = LoadAllTypes(factory, BulkMode());
     return records ? m_manager.EnterTypes(*records, noted, true) : nullptr;
+}
+
+void XLXCFCMngImplClient::RefillTypes(const XClockPtr& clock) {
+    const XConnectionPtr server = m_manager.Connection();
+    if (!server || !(server->clock == clock) || !server->configFactoryEx) { return; }
+    const auto moment = std::make_shared<const XMoment>(clock->Copy());
+    if (auto records = LoadAllTypes(*server->configFactoryEx, BulkMode())) {
+        m_manager.Types().Refill(*records, clock, moment);
+    }
 }
 
 // The type comes alone first; when its base is not cached, the whole chain of bases is read with it.

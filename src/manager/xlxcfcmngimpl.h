@@ -21,6 +21,9 @@ public:
     virtual XTypeMapPtr FillTypeCache() = 0;
     /// Fetches one type; null when the server has no such type.
     virtual XLXComPtr<XLXTypeCache> FetchType(XLXTextView name) = 0;
+    /// Reads the values of all types and their components of the connection with that clock, with one call. Raises a
+    /// failure of the server.
+    virtual void RefillTypes(const XClockPtr& clock) = 0;
     /// The data transfer mode of a bulk read of named types.
     virtual LONG NamedLoadMode(bool includeTypeAttributes) const = 0;
     /// Adjusts a notification before it is handled. Returns the update mode to handle it with.
@@ -38,6 +41,7 @@ public:
 
     XTypeMapPtr FillTypeCache() override;
     XLXComPtr<XLXTypeCache> FetchType(XLXTextView name) override;
+    void RefillTypes(const XClockPtr&) override {} // there are no bulk reads
     LONG NamedLoadMode(bool includeTypeAttributes) const override;
     LONG TranslateUpdateFlags(XLXTextView, LONG mode) const noexcept override { return mode; }
 };
@@ -49,12 +53,14 @@ public:
 
     XTypeMapPtr FillTypeCache() override;
     XLXComPtr<XLXTypeCache> FetchType(XLXTextView name) override;
+    void RefillTypes(const XClockPtr& clock) override;
     LONG NamedLoadMode(bool includeTypeAttributes) const override;
     LONG TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept override;
 
 private:
     static constexpr LONG DefaultTransferMode = LXTM_ATTRIBUTES;
     LONG BulkMode() const noexcept;
+    static std::optional<XTypeRecords> LoadAllTypes(ILXConfigFactoryEx& factory, LONG mode);
     XTypeRecords LoadTypeByName(ILXConfigFactoryEx& factory, XLXTextView name, bool withBases) const;
 };
 

@@ -21,7 +21,8 @@ bool LetsThrough(LONG filter, bool ppr, bool systemInternal) noexcept {
 
 // ---- loading
 
-XLXPCPartCacheMng::XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock) : m_host(host), m_clock(std::move(clock)) {
+XLXPCPartCacheMng::XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock, XRefillPtr refill)
+    : m_host(host), m_clock(std::move(clock)), m_refill(std::move(refill)) {
     m_relations.Begin({m_clock, XAspect::Relations});
 }
 
@@ -62,20 +63,44 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Load() {
     return map;
 }
 
-void XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, const Map* former, Map& fresh) {
+std::vector<XILXPCData> XLXPCPartCacheMng::AskForRelations(ILXConfigFactory& factory) {
     const LXErrorLocation at = LXPCPartAt("LoadAllPCRelation", 2037);
-    const XMoment moment = m_clock->Copy();
     XLXSafeArray array;
     const HRESULT result =
         LXAsk("ILXConfigFactory::GetPCArray", array, LXNoResult::PointerError, OLESTR("relation array"), at,
               [&](SAFEARRAY** out) { return factory.GetPCArray(out); });
     XLXError::RaiseIfFailed(result, OLESTR("GetPCArray failed"), at);
-    if (result != S_OK) { return; }
+    return result == S_OK ? XLXCFCDataTransfer::GetVecFromArray(std::move(array)) : std::vector<XILXPCData>();
+}
+
+void XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, const Map* former, Map& fresh) {
+    const XMoment moment = m_clock->Copy();
     XRetired retired;
-    for (XILXPCData& record : XLXCFCDataTransfer::GetVecFromArray(std::move(array))) {
+    for (XILXPCData& record : AskForRelations(factory)) {
         AddRelation(fresh, std::move(record), former, moment, retired);
     }
     fresh.inOrder.Settle();
+    if (m_refill) { m_refill->SetObjects(fresh.inOrder.size()); }
+}
+
+void XLXPCPartCacheMng::RefillRelations() const {
+    const MapPtr held = m_relations.Held();
+    const auto factory = m_host.ConfigFactoryOf(m_clock, "RefillRelations");
+    const XMoment moment = m_clock->Copy();
+    XRetired retired;
+    for (XILXPCData& record : AskForRelations(*factory)) {
+        const auto name = [&](std::size_t member) {
+            const auto key = XCFGStringKey::At(record.values, member);
+            return key ? key->Text() : XLXText();
+        };
+        const XLXText parent = name(LXRM_PARENTNAME);
+        const XLXText child = name(LXRM_CHILDNAME);
+        const XLXText list = name(LXRM_CHILDLISTNAME);
+        if (const auto* const found = held ? held->byNames.Find({parent, child, list}) : nullptr) {
+            (*found)->RefillValues(std::move(record.values), moment, retired);
+        }
+        retired.Take(std::move(record.object));
+    }
 }
 
 // The values are read from the record, so that loading asks the server once and not once for each relation. Of several
@@ -104,8 +129,9 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* form
     const std::array<XLXTextView, 3> names{parent->Text(), child->Text(), list->Text()};
     XLXParentChildCache* const* known = map.byNames.Find(names);
     if (known == nullptr && former != nullptr) { known = former->byNames.Find(names); }
-    auto relation = LXMakeOrRefresh(XLXComPtr<XLXParentChildCache>(known != nullptr ? *known : nullptr),
-                                    std::move(record.object), std::move(record.values), moment, m_clock, retired);
+    auto relation =
+        LXMakeOrRefresh(XLXComPtr<XLXParentChildCache>(known != nullptr ? *known : nullptr), std::move(record.object),
+                        std::move(record.values), moment, m_clock, retired, m_refill);
     map.byNames.Set(names, relation.Get());
     map.inOrder.Add({std::move(*parent), std::move(*child), std::move(*list)},
                     {std::move(relation), ppr.value_or(0) != 0, internal.value_or(false)});

@@ -27,8 +27,9 @@ class XLXPCPartCacheMng final {
 public:
     using Relations = std::vector<XLXComPtr<ILXParentChild>>;
 
-    /// @param host  outlives every question
-    XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock);
+    /// @param host    outlives every question
+    /// @param refill  by which the relations' values are read together: with RefillRelations; null: one by one
+    XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock, XRefillPtr refill = {});
     XLXPCPartCacheMng(const XLXPCPartCacheMng&) = delete;
     XLXPCPartCacheMng& operator=(const XLXPCPartCacheMng&) = delete;
     ~XLXPCPartCacheMng();
@@ -36,6 +37,9 @@ public:
     /// Loads the relations unless they are loaded. A failure is raised once, and there are no relations then until a
     /// notification says that they changed.
     void InternalFillParentChildMap() { (void)Load(); }
+
+    /// Reads the values of all relations that are there, with one call. Raises a failure of the server.
+    void RefillRelations() const;
 
     /// The relations from a parent type to a child type (empty: any) that a browser shows (empty: all) and a filter
     /// (LXPCFilter) lets through. With both types empty all of them.
@@ -77,6 +81,7 @@ private:
     // Loading: the fill mutex is held but for the first and the last
     MapPtr Load();
     void LoadAllPCRelation(ILXConfigFactory& factory, const Map* former, Map& fresh);
+    static std::vector<XLXCFCDataTransfer::XILXPCData> AskForRelations(ILXConfigFactory& factory);
     void AddRelation(Map& map, XLXCFCDataTransfer::XILXPCData record, const Map* former, const XMoment& moment,
                      XRetired& retired) const;
     static void TerminateDropped(const Map& former, const Map& kept) noexcept;
@@ -93,6 +98,7 @@ private:
 
     XRelationHost& m_host;
     const XClockPtr m_clock;
+    const XRefillPtr m_refill;
     XSharedLoaded<Map> m_relations{XLockLevel::Relations};
 };
 

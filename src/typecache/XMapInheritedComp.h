@@ -59,7 +59,7 @@ public:
     /// Whether the server need not be asked: it has delivered, or the map holds what it has.
     bool HasData() const {
         return m_state.Read(
-            [now = Note()](const State& state) { return state.delivered.stamp == now || state.stamp == now; });
+            [&, now = Note()](const State& state) { return IsUsable(state.delivered) || state.stamp == now; });
     }
 
     /// Brings the map up to date. Raises failures; the next query asks again then.
@@ -77,6 +77,35 @@ public:
             const auto found = state.map->find(key);
             return found != state.map->end() ? found->second.object : nullptr;
         });
+    }
+
+    /// Gives the values of records to the type's own components that are there. Of a map that was not asked for yet
+    /// the records wait, in the place of older ones.
+    void Refill(XLXSafeArray records, const std::shared_ptr<const XMoment>& moment, XRetired& retired) {
+        const MapPtr current = Held();
+        if (current->empty() && m_state.Read([](const State& state) { return state.stamp.IsNone(); })) {
+            Deliver({std::move(records), moment, StampFrom(*moment)}, retired);
+            return;
+        }
+        for (auto& record : LXReadList<Kind>(std::move(records), m_owner.m_name)) {
+            const auto key = LXKeyOf<Kind>(record.values);
+            const auto found = key ? current->find(*key) : current->end();
+            if (found != current->end() && found->second.owner == &m_owner) {
+                auto& component = *found->second.object;
+                component.RefillValues(std::move(record.values), *moment, retired);
+                if constexpr (Kind.mode == LXTM_ATTRIBUTES) {
+                    component.RefillAttributeTypes(std::move(record.types), *moment, retired);
+                }
+            }
+            retired.Take(std::move(record.object));
+        }
+    }
+    /// Whether one of the type's own components that are there has stale values.
+    bool HasStaleValues() const {
+        bool isStale = false;
+        const MapPtr current = Held();
+        ForEachOwn(*current, [&](const auto&, const auto& object) { isStale = isStale || !object.AreValuesFresh(); });
+        return isStale;
     }
 
     /// Makes the map stale. Waits for nobody.
@@ -235,14 +264,20 @@ private:
     }
 
     // What waits is taken: it is no longer there for anybody else, so that a thread that could not wait asks the server
-    // itself. Records that a notification made stale while they waited are fetched again: one call instead of one for
-    // each component. Records that it makes stale while they are being fetched are taken all the same, since somebody
-    // waits for them; their stamps say what is stale.
+    // itself. Records that a notification made stale while they waited are fetched again, with those of many types or
+    // with one call for the type. Records that it makes stale while they are being fetched are taken all the same,
+    // since somebody waits for them; their stamps say what is stale.
     XStampedRecords TakeRecords() {
-        XStampedRecords waiting =
-            m_state.Write([](State& state) { return std::exchange(state.delivered, XStampedRecords{}); });
-        if (waiting.stamp == Note() && (!waiting.array || AreValuesFresh(*waiting.moment))) { return waiting; }
-        return m_owner.FetchTypeCacheComponents(Kind.mode);
+        XStampedRecords waiting = TakeWaiting();
+        if (!IsUsable(waiting) && waiting.stamp == Note() && m_owner.IsReadWithAll()) { waiting = TakeWaiting(); }
+        return IsUsable(waiting) ? std::move(waiting) : m_owner.FetchTypeCacheComponents(Kind.mode);
+    }
+    XStampedRecords TakeWaiting() {
+        return m_state.Write([](State& state) { return std::exchange(state.delivered, XStampedRecords{}); });
+    }
+    /// Whether records say which components there are, and what their values are.
+    bool IsUsable(const XStampedRecords& records) const noexcept {
+        return records.stamp == Note() && (!records.array || AreValuesFresh(*records.moment));
     }
     /// Whether the values of records that were delivered are still what the server has.
     bool AreValuesFresh(const XMoment& moment) const noexcept {
@@ -286,6 +321,7 @@ private:
             return found->second;
         }
         const auto made = LXCFCTOOLS::Make<typename XKind<Kind>::Cached>(std::move(record.object), m_owner.Clock());
+        made->SetRefill(m_owner.m_componentRefill);
         if (source) { made->SetSource(std::move(source)); }
         if constexpr (Kind.mode == LXTM_GROUPS) { made->SetOwner(m_owner.m_selfLink); }
         made->AssignProperties(std::move(record.values), moment);

@@ -119,6 +119,16 @@ XLXComPtr<IUnknown> XLXTypeCache::AmendValues(XVariantRow& values) {
     return member.AsUnknown();
 }
 
+XILXTypeComp XLXTypeCache::AskForComponents(LONG mode, const LXErrorLocation& at) const {
+    const auto server = Server();
+    XLXSafeArray array;
+    const HRESULT result =
+        LXAsk("ILXType::GetTypeComponentData", array, LXNoResult::PointerError, OLESTR("type component data"), at,
+              [&](SAFEARRAY** out) { return server->GetTypeComponentData(mode, out); });
+    XLXError::RaiseIfFailed(result, OLESTR("the server failed to deliver the type's components"), at);
+    return result != S_FALSE ? GetWrapperFromArray(std::move(array), m_name) : XILXTypeComp();
+}
+
 // The stamps are noted before the server object is taken, and the whole clock before it is asked.
 XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode) {
     const LXErrorLocation at = TheFacts.At("FetchTypeCacheComponents");
@@ -126,13 +136,7 @@ XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode) {
     std::vector<XStamp> noted; // in the order of the maps
     ForEachMap([&](const auto& map) { noted.push_back(map.Note()); });
     const auto moment = std::make_shared<const XMoment>(Moment());
-    const auto server = Server();
-    XLXSafeArray array;
-    const HRESULT result =
-        LXAsk("ILXType::GetTypeComponentData", array, LXNoResult::PointerError, OLESTR("type component data"), at,
-              [&](SAFEARRAY** out) { return server->GetTypeComponentData(wanted, out); });
-    XLXError::RaiseIfFailed(result, OLESTR("the server failed to deliver the type's components"), at);
-    XILXTypeComp components = result != S_FALSE ? GetWrapperFromArray(std::move(array), m_name) : XILXTypeComp();
+    XILXTypeComp components = AskForComponents(wanted, at);
     XRetired retired;
     XStampedRecords requested;
     auto stamp = noted.begin();
@@ -149,8 +153,7 @@ XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode) {
 
 /// The kind that is requested, and those that the data transfer mode brings and that are not there.
 LONG XLXTypeCache::ModeToFetch(LONG requested) {
-    const LONG byDefault = m_modeSupplier != nullptr ? m_modeSupplier->Get() : 0;
-    const LONG mode = (byDefault == LXTM_UNSET ? 0 : byDefault) | requested;
+    const LONG mode = DefaultMode() | requested;
     if (mode == LXTM_UNSET) {
         XLXError::Raise(E_INVALIDARG, XLXFormat() << "invalid data transfer mode: " << requested,
                         TheFacts.At("FetchTypeCacheComponents"));
@@ -175,6 +178,54 @@ bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XServerSourcePtr s
     return isTaken;
 }
 
+// ---- refills
+
+/// What the data transfer mode brings.
+LONG XLXTypeCache::DefaultMode() const noexcept {
+    const LONG mode = m_modeSupplier != nullptr ? m_modeSupplier->Get() : LXTM_UNSET;
+    return mode == LXTM_UNSET ? 0 : mode;
+}
+
+void XLXTypeCache::SetRefills(const XRefillPtr& refill) {
+    if (!refill) { return; }
+    SetRefill(refill);
+    XAspectSet values; // of what the bulk read brings
+    ForEachMap([&](const auto& map) {
+        if ((DefaultMode() & map.TheKind.mode) != 0) {
+            map.TheKind.values.ForEach([&](XAspect aspect) { values.Add(aspect); });
+        }
+    });
+    m_componentRefill = std::make_shared<XRefill>(Clock(), values, refill->Costs(), [refill, type = m_selfLink] {
+        if (refill->OnStale(XAspect::TypeValues)) { return; }
+        if (const auto self = type.Lock()) { self->RefillComponents(); }
+    });
+}
+
+void XLXTypeCache::RefillComponents() {
+    LONG mode = 0;
+    ForEachMap([&](const auto& map) { mode |= map.HasStaleValues() ? LONG{map.TheKind.mode} : 0; });
+    mode &= DefaultMode();
+    if (mode == 0) { return; }
+    const auto moment = std::make_shared<const XMoment>(Moment());
+    XILXTypeComp components = AskForComponents(mode, TheFacts.At("RefillComponents"));
+    XRetired retired;
+    TakeValues({}, std::move(components), mode, moment, retired);
+}
+
+bool XLXTypeCache::IsReadWithAll() { return Refill() && Refill()->OnStale(XAspect::TypeValues); }
+
+void XLXTypeCache::TakeValues(XVariantRow values, XILXTypeComp components, LONG mode,
+                              const std::shared_ptr<const XMoment>& moment, XRetired& retired) {
+    RefillValues(std::move(values), *moment, retired);
+    ForEachMap([&](auto& map) {
+        XLXSafeArray& records = components.*map.TheKind.records;
+        if (records && (mode & map.TheKind.mode) != 0) { map.Refill(std::move(records), moment, retired); }
+        retired.Take(std::move(records));
+    });
+}
+
+// ---- notifications and the end
+
 void XLXTypeCache::AdvanceParts() noexcept {
     ForEachMap([](auto& map) { map.Advance(); });
 }
@@ -183,6 +234,7 @@ void XLXTypeCache::OnDirectNotification(const XDirectNotification& notification,
     if (notification.relationsOnly) { return; }
     ForEachMap([&](auto& map) { AdvanceIf(map.TheKind.set, notification.concerned, map, touched); });
     ForEachMap([&](auto& map) { map.NotifyDirectly(notification, touched); });
+    if (m_componentRefill) { m_componentRefill->Restart(); }
 }
 
 void XLXTypeCache::Terminate() noexcept {

@@ -100,6 +100,7 @@ public:
     // XGroupOwner
     HRESULT GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum) override;
     bool TryAddRef() noexcept override { return TryAddReference(); }
+    void RefillComponents() override;
     XLXComPtr<ILXType> ServerType() const override { return HasServer() ? Server() : XLXComPtr<ILXType>(); }
 
     // For the manager
@@ -108,6 +109,9 @@ public:
     void SetModeSupplier(std::shared_ptr<const XTransferModeSupplier> supplier) noexcept {
         m_modeSupplier = std::move(supplier);
     }
+    /// Says by what the types' values are read together, and those of their components; called before the type is
+    /// handed out.
+    void SetRefills(const XRefillPtr& refill);
     /// Says the type's name, for the logbook; called before the type is handed out.
     void SetName(XLXText name) noexcept { m_name = std::move(name); }
     /// Keeps the two flags of the type's record: it is listed by the type enumerations, and it is searchable.
@@ -123,6 +127,11 @@ public:
     bool TakeTypeRecord(XLXComPtr<IUnknown> server, XServerSourcePtr source, XVariantRow values,
                         XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
                         const std::shared_ptr<const XMoment>& moment, XRetired& retired);
+
+    /// Takes the values that a bulk answer brought for the type and its components that are there.
+    /// @param mode  that the components were asked for with
+    void TakeValues(XVariantRow values, XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
+                    const std::shared_ptr<const XMoment>& moment, XRetired& retired);
 
     /// Links the type to its base; null clears the link. False: the link would close a cycle, and was not made. Calls
     /// nothing foreign.
@@ -161,8 +170,13 @@ private:
     std::tuple<ComponentMap<XLXTypeCacheComp::Attributes>, ComponentMap<XLXTypeCacheComp::Pages>,
                ComponentMap<XLXTypeCacheComp::Groups>, ComponentMap<XLXTypeCacheComp::Editors>>
         m_maps;
+    XLXCFCDataTransfer::XILXTypeComp AskForComponents(LONG mode, const LXErrorLocation& at) const;
+    LONG DefaultMode() const noexcept;
+    /// Says that records of the type became stale while they waited. True: those of all types were read meanwhile.
+    bool IsReadWithAll();
     std::shared_ptr<const XTransferModeSupplier> m_modeSupplier;
-    XLXText m_name; // constant once the type is handed out; empty for a type that has none yet
+    XRefillPtr m_componentRefill; // constant once the type is handed out
+    XLXText m_name;               // constant once the type is handed out; empty for a type that has none yet
     std::atomic<LONG> m_flags{0};
     XFillMutex m_fetch;
     mutable XLeafMutex m_baseMutex; // guards the next two, which change under a lock of all types, too

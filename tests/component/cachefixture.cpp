@@ -66,6 +66,9 @@ XServerModel LXTestModel() {
 
 CacheTest::CacheTest(XServerModel model) : m_server(XSampleServer::Create(std::move(model))) {
     SetErrorInfo(0, nullptr); // clear what earlier tests left
+    static const char* const given = std::getenv("LXREFILL");
+    static const std::string refill = given != nullptr ? given : "never";
+    SetRefill(refill.c_str());
     if (const char* const thread = std::getenv("LX_DISCARD"); thread != nullptr) {
         const bool other = std::string_view(thread) == "other";
         Calls().SetStandingHook([server = m_server.get(), other](const XServerCall& call) {
@@ -74,6 +77,14 @@ CacheTest::CacheTest(XServerModel model) : m_server(XSampleServer::Create(std::m
             other ? std::async(std::launch::async, discard).get() : discard();
         });
     }
+}
+
+void CacheTest::SetRefill(const char* when) {
+#ifdef _WIN32
+    _putenv_s("LXREFILL", when);
+#else
+    setenv("LXREFILL", when, 1);
+#endif
 }
 
 CacheTest::~CacheTest() {

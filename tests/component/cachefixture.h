@@ -55,6 +55,9 @@ protected:
     explicit CacheTest(XServerModel model = LXTestModel());
     ~CacheTest() override;
 
+    /// Says when a cache created from now on reads stale values together: "always" or "never", whatever calls cost on
+    /// this machine. Never, unless the environment variable LXREFILL says otherwise.
+    static void SetRefill(const char* when);
     /// Initialises the cache like an application.
     HRESULT Start(LONG transferMode = 15, bool noNotifications = false, bool separateCallback = false);
     HRESULT Initialize(std::vector<XLXComVariant> values);

@@ -167,6 +167,26 @@ TEST_F(Lives, ANamedLoadOfTheLastLifeOverwritesNothing) {
     EXPECT_EQ(PumpLabel(), "Second");
 }
 
+TEST_F(Lives, ARefillOfTheLastLifeOverwritesNothing) {
+    SetRefill("always");
+    ASSERT_EQ(Start(), S_OK);
+    m_server->SendNotification("properties/x/0/1");
+    auto gate = Calls().PauseAt("ILXConfigFactoryEx::GetTypeArrayEx", XCallPoint::Answer);
+    const auto refill = std::async(std::launch::async, [&] {
+        LXRead(Type("Item").Get(), XProperty::TypeLabel);
+        LXRead(Type("Document").Get(), XProperty::TypeLabel);
+    });
+    gate.WaitUntilArrived();
+    Terminate();
+    ChangeServer();
+    ASSERT_EQ(Start(), S_OK);
+    EXPECT_EQ(PumpLabel(), "Second");
+    gate.Open();
+    ASSERT_TRUE(Ends(refill));
+    Edit().SetTypeProperty("Pump", XProperty::TypeLabel, "new");
+    EXPECT_EQ(PumpLabel(), "new");
+}
+
 TEST_F(Lives, AQuestionFromInsideTerminateFillsNothing) {
     bool asked = false;
     ListALastWord([&] {
