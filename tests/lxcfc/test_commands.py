@@ -4,6 +4,7 @@ import os
 import re
 import tempfile
 import unittest
+import unittest.mock
 
 from program import SOURCE, Model, answer_of, lxcfc, main
 
@@ -100,6 +101,13 @@ class Others(unittest.TestCase):
         self.assertLess(stats["firstTime"]["hitPercent"], stats["again"]["hitPercent"])
         calls = {c["method"]: c["calls"] for c in stats["serverCalls"]}
         self.assertEqual(calls["ILXConfigFactoryEx::GetTypeArrayEx"], 1)
+        alone = sum(stats["objects"][kind] for kind in ("formats", "PC infos", "browser ids", "format specs"))
+        for choice, calls in [("never", stats["afterNotification"]["objects"]), ("always", alone + 30)]:
+            with unittest.mock.patch.dict(os.environ, LXREFILL=choice):
+                after = answer_of("stats")["afterNotification"]
+            self.assertLessEqual(after["calls"], calls, choice)
+            self.assertEqual(after["calls"] + after["callsSaved"], after["objects"])
+            self.assertEqual(after["callsSaved"] == 0, choice == "never")
         direct, first, again = answer_of("bench", "--types", "5")["runs"]
         self.assertGreater(direct["calls"], 100)
         self.assertEqual((first["calls"], again["calls"]), (0, 0))

@@ -41,11 +41,13 @@ public:
         }
         XSurvey again(session.Cached(), session.Cache(), &XTrace::CallsOfThisThread);
         const auto second = std::chrono::steady_clock::now();
+        const auto before = XTrace::CallsOfThisThread();
         again.AskEverything("Asking again");
         answer["objects"] = std::move(objects);
         answer["firstTime"] = Hits(survey);
         answer["again"] = Hits(again);
         answer["again"]["milliseconds"] = Milliseconds(second);
+        answer["afterNotification"] = AfterNotification(session, XTrace::CallsOfThisThread() - before);
         if (session.Server().IsSample()) {
             const XServerObjectCount live = session.Server().LiveObjects();
             answer["serverObjectsHeld"] = live.objects;
@@ -57,6 +59,25 @@ public:
     }
 
 private:
+    /// What the same questions cost when all values are stale.
+    /// @param always  calls that they cost in any case
+    static XJson AfterNotification(const XCfcSession& session, unsigned long long always) {
+        LXExpect(XLXComPtr<ILXConfigFactoryCache>(&session.Cache())
+                     .As<ILXCallbackUpdate>()
+                     ->DataObjectChanged(LXBstr("properties/all/0/1").Get(), LXBstr("cfc_specific").Get(), 256,
+                                         ~ULONG{0}, 0, nullptr),
+                 "DataObjectChanged");
+        const auto before = XTrace::CallsOfThisThread();
+        XSurvey survey(session.Cached(), session.Cache(), &XTrace::CallsOfThisThread);
+        survey.AskEverything("Asking after a notification");
+        const auto calls = XTrace::CallsOfThisThread() - before;
+        unsigned long long objects = 0; // each is a call when it is read alone
+        for (const auto& [kind, count] : survey.Objects()) {
+            objects += count;
+        }
+        const auto made = calls - std::min(calls, always);
+        return {{"objects", objects}, {"calls", made}, {"callsSaved", objects - std::min(objects, made)}};
+    }
     static XJson Hits(const XSurvey& survey) {
         const auto hits = survey.Questions() - survey.Misses();
         return {{"questions", survey.Questions()},
