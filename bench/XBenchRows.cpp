@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <stdexcept>
 
@@ -48,6 +49,13 @@ std::string Quoted(const std::string& text) {
     return quoted + '"';
 }
 } // namespace
+
+void LXSettleHeap() {
+    constexpr std::size_t LargeBlock = 100000;
+    void* block = std::malloc(LargeBlock);
+    benchmark::DoNotOptimize(block);
+    std::free(block);
+}
 
 void XBenchRows::Time(const std::string& title, const Body& work, const std::vector<Against>& against, const How& how) {
     if (!Wants(title)) { return; }

@@ -13,6 +13,10 @@
 #include <string_view>
 #include <vector>
 
+/// Makes the heap join what was freed, which it puts off until somebody asks for a larger block: what one round has
+/// freed is no part of the next one's time.
+void LXSettleHeap();
+
 class XBenchRows {
 public:
     using Body = std::function<void(benchmark::State&)>;

@@ -29,11 +29,11 @@ std::vector<XLXComPtr<ILXAttribute>> All(ILXAttributeEnum& attributes) {
 }
 } // namespace
 
-void LXBenchLists(XBenchRows& rows, const XBenchWorld& world) {
+void LXBenchLists(XBenchRows& rows, const XWorldSource& world) {
     constexpr const char* title = "GetAttributeEnum of 500 attributes";
     constexpr const char* displayTitle = "GetDisplayAttributeEnum of 500, facts known";
     if (!rows.Wants(title) && !rows.Wants(displayTitle)) { return; }
-    const auto type = world.Type("Wide5");
+    const auto type = world().Type("Wide5");
     XLXComPtr<ILXAttributeEnum> attributes;
     LXExpectOk(type->GetAttributeEnum(attributes.Put()), "GetAttributeEnum");
     const auto pointers = All(*attributes.Get());

@@ -17,14 +17,9 @@ double Now() {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-constexpr std::size_t LargeBlock = 100000;
-
 /// How long a piece of work took, for each of so many things.
 template <class Work> double TimeOf(Work&& work, double things) {
-    // The heap puts off joining what the round before has freed until somebody asks for a larger block.
-    void* block = std::malloc(LargeBlock);
-    benchmark::DoNotOptimize(block);
-    std::free(block);
+    LXSettleHeap();
     const double start = Now();
     work();
     return (Now() - start) / things;

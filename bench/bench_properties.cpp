@@ -98,13 +98,30 @@ void BenchMember(XBenchRows& rows, const XBenchWorld& world, int member, const s
                {"2 threads on two objects", EachOwn(ofTwo, member), 1.15}},
               two);
 }
+
+constexpr const char* WriteTitle = "SetProperty of a text that GetProperty reads";
+
+void BenchWrite(XBenchRows& rows, const XBenchWorld& world) {
+    const auto cached = world.Attribute(TypeName, AttributeName);
+    const auto write = [&](benchmark::State& state) {
+        XLXComVariant value;
+        LXExpectOk(cached->GetProperty(XProperty::Label, value.Put()), "GetProperty");
+        for (auto step : state) {
+            benchmark::DoNotOptimize(cached->SetProperty(XProperty::Label, value.Get()));
+        }
+    };
+    rows.Time(
+        WriteTitle, write,
+        {{"GetProperty of it", Loop([&](VARIANT* out) { return cached->GetProperty(XProperty::Label, out); }), 5.0}});
+}
 } // namespace
 
-void LXBenchProperties(XBenchRows& rows, const XBenchWorld& world) {
+void LXBenchProperties(XBenchRows& rows, const XWorldSource& world) {
     if (rows.Wants("GetProperty of a text") || rows.Wants("GetProperty of a text, 2 threads on one object")) {
-        BenchMember(rows, world, XProperty::Label, "GetProperty of a text", true);
+        BenchMember(rows, world(), XProperty::Label, "GetProperty of a text", true);
     }
     if (rows.Wants("GetProperty of an integer")) {
-        BenchMember(rows, world, XProperty::DataType, "GetProperty of an integer", false);
+        BenchMember(rows, world(), XProperty::DataType, "GetProperty of an integer", false);
     }
+    if (rows.Wants(WriteTitle)) { BenchWrite(rows, world()); }
 }

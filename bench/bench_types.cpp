@@ -136,8 +136,8 @@ void BenchRelation(XBenchRows& rows, const XBenchWorld& world) {
 }
 } // namespace
 
-void LXBenchTypes(XBenchRows& rows, const XBenchWorld& world) {
-    if (rows.Wants("GetCachedType, hit in 20,000 types")) { BenchCachedType(rows, world); }
-    if (rows.Wants("GetAttribute by name, hit, five levels of bases")) { BenchAttribute(rows, world); }
-    if (rows.Wants("GetSinglePCRelation, hit in 20,000 relations")) { BenchRelation(rows, world); }
+void LXBenchTypes(XBenchRows& rows, const XWorldSource& world) {
+    if (rows.Wants("GetCachedType, hit in 20,000 types")) { BenchCachedType(rows, world()); }
+    if (rows.Wants("GetAttribute by name, hit, five levels of bases")) { BenchAttribute(rows, world()); }
+    if (rows.Wants("GetSinglePCRelation, hit in 20,000 relations")) { BenchRelation(rows, world()); }
 }

@@ -19,12 +19,19 @@ REQUIRED = {
     "GetProperty of a text": 2,
     "GetProperty of a text, 2 threads on one object": 3,
     "GetProperty of an integer": 1,
+    "SetProperty of a text that GetProperty reads": 1,
     "GetCachedType, hit in 20,000 types": 1,
     "GetAttribute by name, hit, five levels of bases": 1,
     "GetAttributeEnum of 500 attributes": 1,
     "GetDisplayAttributeEnum of 500, facts known": 1,
     "GetSinglePCRelation, hit in 20,000 relations": 1,
     "whole type load, per array element (5,000 types)": 1,
+    'server calls, attributes of 25 of 1000 types after one "properties" notification, 1 ms a call': 1,
+    'server calls, attributes of 20000 of 20000 types after one "properties" notification, 1 ms a call': 1,
+    'processor time, attributes of 1000 types after one "properties" notification, fast server': 1,
+    'p99 of reading a held text beside a flood of "pc" notifications': 1,
+    'p99 of reading a held text beside a flood of "properties" and refills': 1,
+    "longest question for a type beside a flood of notifications, 5,000 types": 1,
     "peak memory of the whole load": 1,
     "kept per own attribute without attribute types, beyond its values": 1,
     "notification of everything, 20,000 types and their relations loaded": 1,
@@ -45,7 +52,7 @@ def load(paths):
             print(f"report.py: {path}: {error}", file=sys.stderr)
             continue
         rows += content["rows"]
-        model = content.get("model", model)
+        model = content.get("model") or model
     return rows, model
 
 

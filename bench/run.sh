@@ -52,7 +52,8 @@ rm -f "$out"/*.json
 build/linux-bench/bin/bench_memory "$out/memory.json"
 # A process for each group of rows, so that what one leaves in the heap does not slow the next one down.
 figures=()
-for group in "Get" "whole type load" "notification of everything" "cost per type" "server calls"; do
+for group in "Get" "whole type load" "notification of everything" "cost per type" "server calls" "processor time" \
+    "beside a flood"; do
     figures+=("$out/cache-${group// /-}.json")
     build/linux-bench/bin/bench_cache "${figures[-1]}" "$group"
 done
