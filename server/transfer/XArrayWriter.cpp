@@ -19,7 +19,15 @@ void AddAll(XArrayWriter& to, std::span<XLXComVariant> values) {
     }
 }
 
-void AddFixed(XArrayWriter& to, std::span<XLXComVariant> values, ULONG expected, XLXTextView message) {
+void AddAll(XArrayWriter& to, XVariantRow& values) {
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        XLXComVariant value;
+        values.Exchange(i, value);
+        to.Add(std::move(value));
+    }
+}
+
+void AddFixed(XArrayWriter& to, XVariantRow& values, ULONG expected, XLXTextView message) {
     if (values.size() != expected) { XLXError::Raise(E_INVALIDARG, message, TransferAt("GetArrayFromAttributeList")); }
     AddAll(to, values);
 }
@@ -56,7 +64,7 @@ void ToSafeArray(XArrayWriter& to, XVariantRow values) {
 }
 
 void ToSafeArray(XArrayWriter& to, XLXSafeArray list) {
-    XArrayReader from(std::move(list), 0, "ToSafeArray", EValues::Moved, {"list to be written", {}});
+    XArrayReader from(std::move(list), 0, "ToSafeArray", {"list to be written", {}});
     to.Put(CountOf(from.Remaining()));
     AddAll(to, from.Next(from.Remaining(), "ToSafeArray"));
 }

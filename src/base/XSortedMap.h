@@ -30,6 +30,8 @@ public:
         return found != end() && !(key < found->first) ? found : end();
     }
 
+    /// Takes the room for so many entries at once.
+    void Reserve(std::size_t entries) { m_entries.reserve(entries); }
     void Add(Key key, T value) { m_entries.emplace_back(std::move(key), std::move(value)); }
 
     /// Sorts the added entries in. Of entries with equal keys, the one added last stays.

@@ -18,16 +18,12 @@ unsigned RankOf(XLXTextView text, std::size_t at) {
 }
 } // namespace
 
-std::optional<XCFGStringKey> XCFGStringKey::Of(const XLXComVariant& name) {
+std::optional<XCFGStringKey> XCFGStringKey::Of(const XLXVariantView& name) {
     if (name.Type() == VT_BSTR) {
         return XCFGStringKey(LXBstrView(V_BSTR(&name.Get()))); // nearly always, and without a copy of the text
     }
     const auto text = name.Empty() ? std::nullopt : name.AsText();
     return text ? std::optional<XCFGStringKey>(*text) : std::nullopt;
-}
-
-std::optional<XCFGStringKey> XCFGStringKey::At(const XVariantRow& values, std::size_t member) {
-    return member < values.size() ? Of(values[member]) : std::nullopt;
 }
 
 std::strong_ordering XCFGStringKey::CompareSurrogates(XLXTextView left, XLXTextView right, std::size_t at) noexcept {

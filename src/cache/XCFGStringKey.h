@@ -4,7 +4,6 @@
 
 #include "XLXComBSTR.h"
 #include "XLXComVariant.h"
-#include "XVariantRow.h"
 
 #include <compare>
 #include <cstring>
@@ -21,10 +20,8 @@ public:
     XCFGStringKey() noexcept = default;
     explicit XCFGStringKey(XLXTextView name) : m_text(name) {}
     /// The key of a name in a value; none when the value is empty or no text.
-    static std::optional<XCFGStringKey> Of(const XLXComVariant& name);
+    static std::optional<XCFGStringKey> Of(const XLXVariantView& name);
 
-    /// The same of a member of a row, which may be shorter.
-    static std::optional<XCFGStringKey> At(const XVariantRow& values, std::size_t member);
 
     bool IsNull() const noexcept { return m_text.empty(); }
     /// The name that the key was made of.

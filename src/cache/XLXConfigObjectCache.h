@@ -284,9 +284,7 @@ private:
         bool inRange = false;
         const HRESULT fetched = Fetch([&](const XVariantRow& values) {
             inRange = index >= 0 && static_cast<std::size_t>(index) < values.size();
-            if (inRange && !values[static_cast<std::size_t>(index)].Empty()) {
-                value = values[static_cast<std::size_t>(index)].Copy();
-            }
+            if (inRange) { value = values[static_cast<std::size_t>(index)].Copy(); }
         });
         if (fetched != S_OK) { return fetched; }
         if (!inRange) { LXRaisePropertyIndex(index); }

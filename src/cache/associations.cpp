@@ -24,7 +24,7 @@ HRESULT CopyInto(VARIANT& to, const VARIANT& from) noexcept {
 
 HRESULT XPropertyStore::Stamped::Get(int index, XLXComVariant& value) const {
     if (!Has(index)) { return E_INVALIDARG; }
-    const XLXComVariant& stored = values[static_cast<std::size_t>(index)];
+    const XLXVariantView stored = values[static_cast<std::size_t>(index)];
     if (stored.Empty()) { return S_FALSE; }
     return CopyInto(value.Get(), stored.Get());
 }
@@ -42,14 +42,12 @@ HRESULT XPropertyStore::ReadStale(int index, XLXComVariant& value) const {
 HRESULT XPropertyStore::Write(int index, XLXComVariant& value) {
     const XCritProxy<Stamped> store(m_data);
     if (!store->Has(index)) { return E_INVALIDARG; }
-    std::swap(store->values[static_cast<std::size_t>(index)], value);
+    store->values.Exchange(static_cast<std::size_t>(index), value);
     return S_OK;
 }
 
 void XPropertyStore::WriteGrow(int index, XLXComVariant& value) {
-    const XCritProxy<Stamped> store(m_data);
-    if (!store->Has(index)) { store->values.Grow(static_cast<std::size_t>(index) + 1); }
-    std::swap(store->values[static_cast<std::size_t>(index)], value);
+    XCritProxy<Stamped>(m_data)->values.Exchange(static_cast<std::size_t>(index), value);
 }
 
 bool XPropertyStore::IsFresh(std::uint64_t now) const {

@@ -8,8 +8,6 @@
 #include "XCritData.h"
 #include "XVariantRow.h"
 
-#include <algorithm>
-
 /// The values with their lock and their stamp. What a write replaces is left in the parameter, so that the caller
 /// destroys it with no lock held.
 class XPropertyStore {
@@ -28,18 +26,13 @@ public:
     /// Exchanges a value whether the slot exists or not; that makes no values fresh.
     void WriteGrow(int index, XLXComVariant& value);
 
-    /// Exchanges all values, unless newer ones are there. As many as before go where those were, so that a list's
-    /// block has no gaps.
+    /// Exchanges all values, unless newer ones are there.
     /// @param onAssigned  called with the new values under the lock; calls nothing foreign
     template <class OnAssigned> void Assign(XVariantRow& values, const XStamp& stamp, OnAssigned&& onAssigned) {
         const XCritProxy<Stamped> store(m_data);
         if (stamp.IsOlderThan(store->stamp)) { return; }
         onAssigned(static_cast<const XVariantRow&>(values));
-        if (store->values.size() == values.size()) {
-            std::swap_ranges(values.begin(), values.end(), store->values.begin());
-        } else {
-            store->values.swap(values);
-        }
+        store->values.swap(values);
         store->stamp = stamp;
     }
     bool IsFresh(std::uint64_t now) const;

@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "lxattributecache.h"
 
-#include "LXCompiler.h"
 #include "XLXEnumWithDelete.h"
 
 using XLXCFCDataTransfer::XILXConfigData;
 
 namespace {
-constexpr int MemberAttributeTypeName = 3;
+constexpr std::size_t MemberAttributeTypeName = 3;
 constexpr ULONG AttributeTypeBatch = 100;
 
-enum AttributeMember : int {
+enum AttributeMember : std::size_t {
     ShowInBrowser = 7,
     ShowInEditor = 8,
     ShowInFinder = 9,
@@ -88,17 +87,13 @@ HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum) {
 // ---- display facts
 
 XDisplayFacts::XDisplayFacts(const XVariantRow& values) {
-    const auto at = [&](int member) {
-        const auto index = static_cast<std::size_t>(member);
-        return index < values.size() && !values[index].Empty() ? &values[index] : nullptr;
+    const auto flag = [&](std::size_t member) {
+        const XLXVariantView value = values[member];
+        return !value.Empty() && value.AsBool().value_or(false);
     };
-    const auto flag = [&](int member) {
-        const XLXComVariant* const value = at(member);
-        return value != nullptr && value->AsBool().value_or(false);
-    };
-    const auto number = [&](int member, LONG none) {
-        const XLXComVariant* const value = at(member);
-        return value != nullptr ? value->AsLong().value_or(none) : none;
+    const auto number = [&](std::size_t member, LONG none) {
+        const XLXVariantView value = values[member];
+        return !value.Empty() ? value.AsLong().value_or(none) : none;
     };
     const auto bit = [](bool isSet, LXDisplay display) { return isSet ? static_cast<std::uint64_t>(display) : 0; };
     m_word = bit(flag(ShowInEditor), LXD_EDITOR) | bit(flag(ShowInFinder) && !flag(NotInFinder), LXD_FINDER) |
@@ -106,13 +101,6 @@ XDisplayFacts::XDisplayFacts(const XVariantRow& values) {
              bit(number(Origin, OriginVendor - 1) == OriginVendor, LXD_VENDORDEFINED) |
              bit(flag(InAVSet), LXD_INAVSET) |
              (std::uint64_t{static_cast<std::uint32_t>(number(AttributeMember::GroupNumber, 0))} << 32);
-}
-
-void XDisplayFacts::Prefetch(const XVariantRow& values) noexcept {
-    for (const AttributeMember member :
-         {ShowInBrowser, ShowInFinder, AttributeMember::GroupNumber, InAVSet, Printable, NotInFinder, Origin}) {
-        if (const auto index = static_cast<std::size_t>(member); index < values.size()) { LX_PREFETCH(&values[index]); }
-    }
 }
 
 // There is one writer at a time, and stamps never go back.
@@ -168,7 +156,7 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
             *types, "ILXAttributeTypeEnum::RemNext", at, [&](XLXComPtr<ILXAttributeType>&& element) {
                 const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(element), Clock());
                 wrapper->SetRefill(Refill());
-                const auto name = wrapper->TryRead(MemberAttributeTypeName);
+                const auto name = wrapper->TryRead(int{MemberAttributeTypeName});
                 auto key = name ? XCFGStringKey::Of(*name) : std::nullopt;
                 if (key) // without a name there is no key to find it by
                 {
@@ -202,7 +190,7 @@ void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, 
         }
         return;
     }
-    if (auto key = XCFGStringKey::At(type.values, MemberAttributeTypeName)) // without a name nothing finds it
+    if (auto key = XCFGStringKey::Of(type.values[MemberAttributeTypeName])) // without a name nothing finds it
     {
         XServerSourcePtr own =
             type.object ? nullptr : std::make_shared<const AttributeTypeSource>(source(), XLXTextView(key->Text()));
@@ -215,7 +203,7 @@ void XLXAttributeCache::RefillAttributeTypes(std::vector<XILXConfigData> types, 
                                              XRetired& retired) {
     const TypeMapPtr held = m_attributeTypes.Held();
     for (XILXConfigData& type : types) {
-        const auto key = held ? XCFGStringKey::At(type.values, MemberAttributeTypeName) : std::nullopt;
+        const auto key = held ? XCFGStringKey::Of(type.values[MemberAttributeTypeName]) : std::nullopt;
         if (const auto found = key ? held->find(*key) : TypeMap::const_iterator(); key && found != held->end()) {
             found->second->RefillValues(std::move(type.values), moment, retired);
         }

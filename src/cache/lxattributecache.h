@@ -18,8 +18,6 @@ public:
     XDisplayFacts() noexcept = default;
     /// The facts in an attribute's values; an empty or missing value is no answer.
     explicit XDisplayFacts(const XVariantRow& values);
-    /// Asks for the memory that the constructor looks at.
-    static void Prefetch(const XVariantRow& values) noexcept;
 
     bool IsShownIn(LONG displays) const noexcept { return (static_cast<LONG>(m_word & Low) & displays) != 0; }
     LONG GroupNumber() const noexcept { return static_cast<LONG>(static_cast<std::uint32_t>(m_word >> 32)); }

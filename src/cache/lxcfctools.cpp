@@ -43,8 +43,7 @@ HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XV
         XLXError::WriteErrorToLogBook(result, XLXError::SeverityError,
                                       OLESTR("some properties could not be read and will be ignored."), at);
     } else if (result == S_OK) {
-        XLXCFCDataTransfer::XArrayReader from(std::move(array), 0, "LXFetchProperties",
-                                              XLXCFCDataTransfer::EValues::Moved, {"property values", {}});
+        XLXCFCDataTransfer::XArrayReader from(std::move(array), 0, "LXFetchProperties", {"property values", {}});
         from.Reading([&] { values = from.Values(from.Remaining()); });
     }
     return result;

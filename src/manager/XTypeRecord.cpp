@@ -8,10 +8,8 @@ using NameOf = std::map<ULONG, XLXTextView>;
 // The base is named by a property value; a record without that value may still give the base's index, which goes when
 // it was found.
 void ReadBase(XTypeRecord& record, const NameOf& nameOf) {
-    const XVariantRow& values = record.config.values;
-    if (values.size() > MemberBaseTypeName && !values[MemberBaseTypeName].Empty()) {
-        record.baseName = values[MemberBaseTypeName].AsText().value_or(XLXText());
-    }
+    const XLXVariantView name = record.config.values[MemberBaseTypeName];
+    if (!name.Empty()) { record.baseName = name.AsText().value_or(XLXText()); }
     const auto base = nameOf.find(static_cast<ULONG>(record.baseIndex));
     if (record.baseIndex < 0 || base != nameOf.end()) {
         if (record.baseIndex >= 0 && record.baseName.empty()) { record.baseName = base->second; }

@@ -78,7 +78,7 @@ void XLXParentChildCache::FetchPCInfos(PCInfoMap& fresh, const XMoment& moment) 
     LXForEachOf<PCInfoBatch, ILXPCInfo>(*infos, "ILXPCInfoEnum::RemNext", at, [&](XLXComPtr<ILXPCInfo>&& info) {
         XVariantRow values;
         const HRESULT read = LXWithoutRaising([&] { return LXFetchProperties(*info, at, values); });
-        auto key = read == S_OK ? XCFGStringKey::At(values, MemberPCInfoBrowser) : std::nullopt;
+        auto key = read == S_OK ? XCFGStringKey::Of(values[MemberPCInfoBrowser]) : std::nullopt;
         if (key) // without its browser there is no key to find it by
         {
             LXEnterRecord(former.get(), fresh, std::move(*key), std::move(info), std::move(values), moment, Clock(),

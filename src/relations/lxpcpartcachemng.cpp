@@ -90,7 +90,7 @@ void XLXPCPartCacheMng::RefillRelations() const {
     XRetired retired;
     for (XILXPCData& record : AskForRelations(*factory)) {
         const auto name = [&](std::size_t member) {
-            const auto key = XCFGStringKey::At(record.values, member);
+            const auto key = XCFGStringKey::Of(record.values[member]);
             return key ? key->Text() : XLXText();
         };
         const XLXText parent = name(LXRM_PARENTNAME);
@@ -107,7 +107,7 @@ void XLXPCPartCacheMng::RefillRelations() const {
 // records with the same names the last one counts, and there is one relation for them.
 void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* former, const XMoment& moment,
                                     XRetired& retired) const {
-    const auto value = [&](std::size_t member, const OLECHAR* failureText, int line) -> const XLXComVariant& {
+    const auto value = [&](std::size_t member, const OLECHAR* failureText, int line) {
         if (record.values.size() <= member) {
             XLXError::Raise(E_INVALIDARG, failureText, LXPCPartAt("InternalFillParentChildMap", line));
         }

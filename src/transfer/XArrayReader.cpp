@@ -11,11 +11,15 @@ VARIANT& NextOf(XArrayReader& from, VARTYPE type, XLXTextView mismatch) {
     if (V_VT(&element) != type) { XLXError::Raise(E_INVALIDARG, mismatch, TransferAt("FromVariant")); }
     return element;
 }
+
+void Close(SAFEARRAY* open) {
+    SafeArrayUnaccessData(open);
+    XLXSafeArray(open).Reset();
+}
 } // namespace
 
-XArrayReader::XArrayReader(XLXSafeArray owned, ULONG least, const char* method, EValues values,
-                           const XArrayOrigin& origin)
-    : m_method(method), m_values(values), m_section(origin.section), m_type(origin.type) {
+XArrayReader::XArrayReader(XLXSafeArray owned, ULONG least, const char* method, const XArrayOrigin& origin)
+    : m_array(nullptr, Close), m_method(method), m_section(origin.section), m_type(origin.type) {
     XLXError::CheckPointer(owned.Get(), OLESTR("array"), TransferAt(method));
     Reading([&] { Open(std::move(owned), least); });
 }
@@ -40,10 +44,7 @@ void XArrayReader::Open(XLXSafeArray owned, ULONG least) {
     CheckRemaining(least, m_method);
     void* data = nullptr;
     check(SafeArrayAccessData(array, &data), OLESTR("SafeArrayGetElement failed"));
-    m_array.reset(owned.Detach(), [](SAFEARRAY* open) {
-        SafeArrayUnaccessData(open);
-        XLXSafeArray(open).Reset();
-    });
+    m_array.reset(owned.Detach());
     m_data = static_cast<XLXComVariant*>(data); // which is a VARIANT and nothing else
     if (m_data == nullptr && m_count != 0)      // a descriptor without its elements
     {
@@ -67,9 +68,9 @@ void XArrayReader::LogRefusal(const XLXException& refusal, const XArraySubject& 
 }
 
 // Elements that were read own nothing any more, so an array of which no other ones are left ends without a look at
-// each. (Values that stay in place are owned by their rows.)
+// each.
 void XArrayReader::Finish() noexcept {
-    if (m_values == EValues::Moved && m_index == m_count) { m_array->rgsabound[0].cElements = 0; }
+    if (m_index == m_count) { m_array->rgsabound[0].cElements = 0; }
 }
 
 std::span<XLXComVariant> XArrayReader::NextOwned(ULONG count, const char* method) {
@@ -80,12 +81,6 @@ std::span<XLXComVariant> XArrayReader::NextOwned(ULONG count, const char* method
         }
     }
     return elements;
-}
-
-XVariantRow XArrayReader::Values(ULONG count) {
-    const std::span<XLXComVariant> elements = NextOwned(count, "VecFromSafeArray");
-    if (m_values == EValues::InPlace) { return {m_array, elements}; }
-    return XLXVariantVector(std::make_move_iterator(elements.begin()), std::make_move_iterator(elements.end()));
 }
 
 void XArrayReader::RaiseSize(const char* method) {

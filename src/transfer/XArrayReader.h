@@ -3,8 +3,7 @@
 // Reading a transfer array in sequence, element by element.
 //
 // Ownership  A reader owns the array that it is given and moves texts, values and objects out of it; the elements
-//            left become VT_EMPTY. The array ends with the reader, and so does what was not read. When values stay in
-//            place, the array ends with the last row of them.
+//            left become VT_EMPTY. The array ends with the reader, and so does what was not read.
 // Threading  A reader belongs to one thread. The end of an array may release objects, which is foreign code: no lock
 //            may be held.
 // Errors     What does not fit the format raises E_INVALIDARG with a fixed text. Counts are compared with the
@@ -18,6 +17,7 @@
 #include "XTransferRecords.h"
 
 #include <algorithm>
+#include <memory>
 #include <span>
 
 namespace XLXCFCDataTransfer {
@@ -25,12 +25,6 @@ namespace XLXCFCDataTransfer {
 constexpr LXErrorLocation TransferAt(const char* method, int line = LX_CURRENT_LINE) {
     return {"XCFCDataTransfer", "XLXCFCDataTransfer", method, line};
 }
-
-/// Where the values that are read go.
-enum class EValues {
-    Moved,  ///< into blocks of their own
-    InPlace ///< they stay in the array, which is there as long as they are
-};
 
 /// What is known of an array beforehand, for the logbook.
 struct XArrayOrigin {
@@ -50,8 +44,7 @@ public:
     /// @param least   the elements that it must have at least
     /// @param method  the function that reads it, for error locations
     /// @param origin  its texts must be there as long as the reader is
-    XArrayReader(XLXSafeArray array, ULONG least, const char* method, EValues values = EValues::Moved,
-                 const XArrayOrigin& origin = {});
+    XArrayReader(XLXSafeArray array, ULONG least, const char* method, const XArrayOrigin& origin = {});
     XArrayReader(const XArrayReader&) = delete;
 
     /// Runs what reads the array. A refusal is written to the logbook with the place that was read, and goes on. Only
@@ -86,8 +79,8 @@ public:
     }
     /// The next elements, none of which refers to a value that is somebody else's: who keeps them may do so.
     std::span<XLXComVariant> NextOwned(ULONG count, const char* method);
-    /// The next elements as values, in place or not.
-    XVariantRow Values(ULONG count);
+    /// The next elements as values.
+    XVariantRow Values(ULONG count) { return XVariantRow(NextOwned(count, "VecFromSafeArray")); }
 
     /// Asks for the memory of an element so many further on, when there is one.
     void Prefetch(ULONG ahead) const noexcept {
@@ -106,9 +99,8 @@ private:
     void Finish() noexcept;
     void LogRefusal(const XLXException& refusal, const XArraySubject& subject) const noexcept;
 
-    std::shared_ptr<SAFEARRAY> m_array; ///< its elements can be reached as long as it is there
+    std::unique_ptr<SAFEARRAY, void (*)(SAFEARRAY*)> m_array; ///< its elements can be reached as long as it is there
     const char* const m_method;
-    const EValues m_values;
     const char* m_section;
     const XLXTextView m_type;
     XLXComVariant* m_data = nullptr;

@@ -24,9 +24,9 @@ XLXTextView NameOf(const XILXTypeMap& types, const std::optional<ULONG>& record)
 
 /// The name of the attribute whose record was begun last, when it has been read so far.
 XLXTextView NameOfLast(const std::vector<XILXAttributeData>& attributes) noexcept {
-    if (attributes.empty() || attributes.back().values.size() == 0) { return {}; }
-    const VARIANT& name = attributes.back().values[0].Get();
-    return V_VT(&name) == VT_BSTR ? LXBstrView(V_BSTR(&name)) : XLXTextView();
+    if (attributes.empty()) { return {}; }
+    const XLXVariantView name = attributes.back().values[0];
+    return name.Type() == VT_BSTR ? LXBstrView(V_BSTR(&name.Get())) : XLXTextView();
 }
 
 void Read(XArrayReader& from, XILXConfigData& value) {
@@ -136,7 +136,7 @@ std::vector<XILXPCData> GetVecFromArray(XLXSafeArray array) {
 }
 
 XILXTypeComp GetWrapperFromArray(XLXSafeArray array, XLXTextView type) {
-    XArrayReader from(std::move(array), HeaderCount, "GetWrapperFromArray", EValues::Moved, {.type = type});
+    XArrayReader from(std::move(array), HeaderCount, "GetWrapperFromArray", {.type = type});
     XILXTypeComp components;
     from.Reading([&] {
         from.ReadHeader(EMappingAlgorithm::Single, EWrapperId::TypeComp);
@@ -146,14 +146,14 @@ XILXTypeComp GetWrapperFromArray(XLXSafeArray array, XLXTextView type) {
 }
 
 std::vector<XILXConfigData> GetSingleTypedVecFromArray(XLXSafeArray array, const XArrayOrigin& origin) {
-    XArrayReader from(std::move(array), 1, "GetSingleTypedVecFromArray", EValues::InPlace, origin);
+    XArrayReader from(std::move(array), 1, "GetSingleTypedVecFromArray", origin);
     std::vector<XILXConfigData> records;
     from.Reading([&] { Read(from, records); });
     return records;
 }
 
 std::vector<XILXAttributeData> ReadAttributeList(XLXSafeArray array, XLXTextView type) {
-    XArrayReader from(std::move(array), 0, "ReadAttributeList", EValues::InPlace, {"attributes", type});
+    XArrayReader from(std::move(array), 0, "ReadAttributeList", {"attributes", type});
     std::vector<XILXAttributeData> attributes;
     from.Reading(
         [&] {

@@ -73,23 +73,21 @@ struct XStampedRecords {
 };
 /// The key of a component with these values; none: it cannot be found.
 template <const auto& Kind> std::optional<typename XKind<Kind>::Key> LXKeyOf(const XVariantRow& values) {
-    constexpr auto index = static_cast<std::size_t>(Kind.keyMember);
-    if (index >= values.size() || values[index].Empty()) { return std::nullopt; }
+    const XLXVariantView key = values[Kind.keyMember];
     if constexpr (XKind<Kind>::HasNames) {
-        return XCFGStringKey::Of(values[index]);
+        return XCFGStringKey::Of(key);
     } else {
-        return values[index].AsLong();
+        return !key.Empty() ? key.AsLong() : std::nullopt;
     }
 }
 
-/// Asks for the memory that the records will be looked at in. Most of it was written long ago: asked for at once, it
-/// is waited for once.
+/// Asks for the memory that the names of records stand in. Most of it was written long ago: asked for at once, it is
+/// waited for once.
 inline void LXPrefetch(const std::vector<XLXCFCDataTransfer::XILXAttributeData>& records) noexcept {
     for (const auto& record : records) {
-        if (const XLXComVariant& name = record.values[Attributes.keyMember]; name.Type() == VT_BSTR) {
+        if (const XLXVariantView name = record.values[Attributes.keyMember]; name.Type() == VT_BSTR) {
             LX_PREFETCH(V_BSTR(&name.Get()));
         }
-        XDisplayFacts::Prefetch(record.values);
     }
 }
 

@@ -291,7 +291,9 @@ private:
     MapPtr Merge(const Map& ofBase, XStampedRecords& records, XRetired& retired) {
         const auto merged = std::make_shared<Map>(ofBase);
         const MapPtr current = Held();
-        for (auto& record : LXReadList<Kind>(std::move(records.array), m_owner.m_name)) {
+        auto list = LXReadList<Kind>(std::move(records.array), m_owner.m_name);
+        merged->Reserve(ofBase.size() + list.size());
+        for (auto& record : list) {
             auto key = LXKeyOf<Kind>(record.values);
             if (!key || ofBase.find(*key) != ofBase.end()) { continue; }
             Component component = Refresh(*current, *key, record, *records.moment, retired);

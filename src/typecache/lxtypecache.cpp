@@ -113,9 +113,8 @@ XLXComPtr<IUnknown> XLXTypeCache::AmendValues(XVariantRow& values) {
         base = m_pBaseFace;
     }
     if (!base) { return {}; }
-    if (values.size() <= MemberBaseType) { values.Grow(MemberBaseType + 1); }
     XLXComVariant member = XLXComVariant::FromUnknown(base.Get());
-    std::swap(member, values[MemberBaseType]);
+    values.Exchange(MemberBaseType, member);
     return member.AsUnknown();
 }
 

@@ -33,6 +33,41 @@ private:
     std::atomic<bool> m_pending{false};
 };
 
+// Members that were empty get values, and lose them when the server's are read again; those beside them stay.
+TEST_F(Races, MembersAreFilledAmongOnesThatAreRead) {
+    constexpr int FirstEmpty = 50;
+    constexpr int Members = 60;
+    ASSERT_EQ(Start(), S_OK);
+    const auto head = Attribute("Pump", "Head");
+    std::atomic<bool> isDone{false};
+    const auto read = [&] {
+        int wrong = 0;
+        while (!isDone.load()) {
+            wrong += LXRead(head.Get(), XProperty::AttributeName) != OLESTR("Head") ? 1 : 0;
+            for (int member = FirstEmpty; member < Members; ++member) {
+                XLXComVariant value;
+                const HRESULT result = head->GetProperty(member, value.Put());
+                wrong += result == S_OK ? value.AsLong() != member : result != S_FALSE;
+            }
+        }
+        return wrong;
+    };
+    std::future<int> readers[] = {std::async(std::launch::async, read), std::async(std::launch::async, read)};
+    for (int round = 0; round < 50; ++round) {
+        for (int member = Members; member-- > FirstEmpty;) {
+            const XLXComVariant value = XLXComVariant::FromI4(member);
+            EXPECT_EQ(head->SetProperty(member, value.Get()), S_OK);
+        }
+        const std::string unit = std::to_string(round);
+        Edit().SetAttributeProperty("Pump", "Head", XProperty::Unit, unit);
+        EXPECT_EQ(LXToUtf8(LXRead(head.Get(), XProperty::Unit)), unit);
+    }
+    isDone.store(true);
+    for (auto& reader : readers) {
+        EXPECT_EQ(reader.get(), 0);
+    }
+}
+
 class OvertakenFetch : public Races, public testing::WithParamInterface<bool> {};
 
 TEST_P(OvertakenFetch, TypeMap) {

@@ -220,14 +220,16 @@ protected:
             auto& record = types.records[IndexOf(types, name)];
             record.listed = true;
             record.config.object = Asking();
-            record.config.values = XLXVariantVector(28);
-            record.config.values[0] = XLXComVariant::FromBstr(name);
-            record.config.values[2] = XLXComVariant::FromBstr(name == OLESTR("Base") ? OLESTR("") : OLESTR("Base"));
-            record.config.values[27] = XLXComVariant::FromUnknown(Asking().Get());
+            XLXVariantVector values(28);
+            values[0] = XLXComVariant::FromBstr(name);
+            values[2] = XLXComVariant::FromBstr(name == OLESTR("Base") ? OLESTR("") : OLESTR("Base"));
+            values[27] = XLXComVariant::FromUnknown(Asking().Get());
+            record.config.values = std::move(values);
             std::vector<XLXCFCDataTransfer::XILXAttributeData> attributes(1);
             attributes[0].object = new Opaque;
-            attributes[0].values = XLXVariantVector(60);
-            attributes[0].values[0] = XLXComVariant::FromBstr(OLESTR("Of") + name);
+            XLXVariantVector ofAttribute(60);
+            ofAttribute[0] = XLXComVariant::FromBstr(OLESTR("Of") + name);
+            attributes[0].values = std::move(ofAttribute);
             record.components.attributes = XLXCFCDataTransfer::GetArrayFromAttributeList(std::move(attributes));
         }
         *out = XLXCFCDataTransfer::GetArrayFromMap(std::move(types)).Detach();

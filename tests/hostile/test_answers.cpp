@@ -226,7 +226,11 @@ TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken) {
     m_factory->types = [&](SAFEARRAY** out) {
         ItemRecord item{serverItem, {}, {}, {}};
         item.attributes.push_back(AttributeRecord(OLESTR("Name"), XLXComPtr<IUnknown>(hostile.Get())));
-        refer(item.attributes[0].values[XProperty::Label], item.attributes[0].values[XProperty::Position]);
+        XLXComVariant text;
+        XLXComVariant number;
+        refer(text, number);
+        item.attributes[0].values.Exchange(XProperty::Label, text);
+        item.attributes[0].values.Exchange(XProperty::Position, number);
         *out = item.Array().Detach();
         return S_OK;
     };

@@ -17,15 +17,17 @@ XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types, const XLXCo
         XILXTypeData& record = map.records[IndexOf(map, type.name)];
         record.listed = true;
         record.config.object = server;
-        record.config.values = XLXVariantVector(28);
-        record.config.values[0] = XLXComVariant::FromBstr(type.name);
-        record.config.values[2] = type.base.empty() ? XLXComVariant() : XLXComVariant::FromBstr(type.base);
+        XLXVariantVector values(28);
+        values[0] = XLXComVariant::FromBstr(type.name);
+        values[2] = type.base.empty() ? XLXComVariant() : XLXComVariant::FromBstr(type.base);
+        record.config.values = std::move(values);
         std::vector<XILXAttributeData> attributes;
         for (const XLXText& name : type.attributes) {
             XILXAttributeData& attribute = attributes.emplace_back();
             attribute.object = server;
-            attribute.values = XLXVariantVector(60);
-            attribute.values[0] = XLXComVariant::FromBstr(name);
+            XLXVariantVector ofAttribute(60);
+            ofAttribute[0] = XLXComVariant::FromBstr(name);
+            attribute.values = std::move(ofAttribute);
         }
         if (!attributes.empty()) { record.components.attributes = GetArrayFromAttributeList(std::move(attributes)); }
     }

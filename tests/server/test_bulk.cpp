@@ -9,7 +9,7 @@ namespace Transfer = XLXCFCDataTransfer;
 
 namespace {
 /// The values as text, one line each, so that a difference can be read.
-std::string Text(std::span<const XLXComVariant> values) {
+template <class Values> std::string Text(const Values& values) {
     std::string text;
     for (size_t i = 0; i < values.size(); ++i) {
         text += std::to_string(i) + " vt" + std::to_string(values[i].Type()) + " ";
@@ -38,8 +38,7 @@ std::string Direct(IUnknown* object) {
 template <class Record> void ExpectDirect(const std::vector<Record>& records, size_t count, const std::string& where) {
     EXPECT_EQ(records.size(), count) << where;
     for (const Record& record : records) {
-        const auto* const first = record.values.empty() ? nullptr : &record.values[0];
-        EXPECT_EQ(Text({first, record.values.size()}), Direct(record.object.Get())) << where;
+        EXPECT_EQ(Text(record.values), Direct(record.object.Get())) << where;
     }
 }
 

@@ -98,18 +98,18 @@ auto Converted(const VARIANT& value, VARTYPE type, Read&& read) -> std::optional
 }
 } // namespace
 
-std::optional<LONG> XLXComVariant::AsLong() const {
+std::optional<LONG> XLXVariantView::AsLong() const {
     return Converted(m_value, VT_I4, [](const VARIANT& value) { return LONG{V_I4(&value)}; });
 }
 
-std::optional<bool> XLXComVariant::AsBool() const {
+std::optional<bool> XLXVariantView::AsBool() const {
     return Converted(m_value, VT_BOOL, [](const VARIANT& value) { return V_BOOL(&value) != VARIANT_FALSE; });
 }
 
-std::optional<XLXText> XLXComVariant::AsText() const {
+std::optional<XLXText> XLXVariantView::AsText() const {
     return Converted(m_value, VT_BSTR, [](const VARIANT& value) { return XLXText(LXBstrView(V_BSTR(&value))); });
 }
 
-IUnknown* XLXComVariant::AsUnknown() const noexcept {
+IUnknown* XLXVariantView::AsUnknown() const noexcept {
     return Type() == VT_UNKNOWN || Type() == VT_DISPATCH ? V_UNKNOWN(&m_value) : nullptr;
 }

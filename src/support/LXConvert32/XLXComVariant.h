@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // XLXComVariant owns a VARIANT and has its layout, so that a vector of them is an array of VARIANTs. Copies are spelt
-// out, since one allocates; moves never fail.
+// out, since one allocates; moves never fail. XLXVariantView is a look at a VARIANT that somebody else owns.
 #ifndef XLXCOMVARIANT_H
 #define XLXCOMVARIANT_H
 
@@ -28,10 +28,36 @@ inline HRESULT LXClear(VARIANT& value) noexcept {
     return S_OK;
 }
 
-class XLXComVariant {
+class XLXComVariant;
+
+class XLXVariantView {
 public:
-    XLXComVariant() noexcept : m_value() {}
-    XLXComVariant(XLXComVariant&& other) noexcept : m_value(other.m_value) { V_VT(&other.m_value) = VT_EMPTY; }
+    XLXVariantView() noexcept : m_value() {}
+    explicit XLXVariantView(const VARIANT& value) noexcept : m_value(value) {}
+    XLXVariantView(const XLXVariantView& other) noexcept = default;
+    XLXVariantView& operator=(const XLXVariantView&) = delete;
+
+    VARTYPE Type() const noexcept { return V_VT(&m_value); }
+    bool Empty() const noexcept { return Type() == VT_EMPTY; }
+    const VARIANT& Get() const noexcept { return m_value; }
+    XLXComVariant Copy() const;
+
+    /// The value converted as the platform converts it; nothing when it cannot be. An empty value converts to 0,
+    /// false and "".
+    std::optional<LONG> AsLong() const;
+    std::optional<bool> AsBool() const;
+    std::optional<XLXText> AsText() const;
+    /// The object in a VT_UNKNOWN or VT_DISPATCH value; null for any other.
+    IUnknown* AsUnknown() const noexcept;
+
+protected:
+    VARIANT m_value;
+};
+
+class XLXComVariant : public XLXVariantView {
+public:
+    XLXComVariant() noexcept = default;
+    XLXComVariant(XLXComVariant&& other) noexcept : XLXVariantView(other.m_value) { other.Detach(); }
     ~XLXComVariant() { LXClear(m_value); }
     XLXComVariant& operator=(XLXComVariant&& other) noexcept {
         std::swap(m_value, other.m_value);
@@ -49,11 +75,8 @@ public:
     /// A copy of a VARIANT, of what it refers to when it is a reference; raises the platform's code when it cannot be
     /// made.
     static XLXComVariant CopyOf(const VARIANT& value);
-    XLXComVariant Copy() const { return CopyOf(m_value); }
 
-    VARTYPE Type() const noexcept { return V_VT(&m_value); }
-    bool Empty() const noexcept { return Type() == VT_EMPTY; }
-    const VARIANT& Get() const noexcept { return m_value; }
+    using XLXVariantView::Get;
     VARIANT& Get() noexcept { return m_value; }
     VARIANT* Put() noexcept {
         LXClear(m_value);
@@ -66,18 +89,9 @@ public:
         *out = m_value;
         Detach();
     }
-
-    /// The value converted as the platform converts it; nothing when it cannot be. An empty value converts to 0,
-    /// false and "".
-    std::optional<LONG> AsLong() const;
-    std::optional<bool> AsBool() const;
-    std::optional<XLXText> AsText() const;
-    /// The object in a VT_UNKNOWN or VT_DISPATCH value; null for any other.
-    IUnknown* AsUnknown() const noexcept;
-
-private:
-    VARIANT m_value;
 };
+
+inline XLXComVariant XLXVariantView::Copy() const { return XLXComVariant::CopyOf(m_value); }
 
 /// Gives a value to a caller's variable, whose old value is cleared. No lock may be held: what it releases may call back.
 inline HRESULT LXHandOutValue(XLXComVariant&& value, VARIANT* out) noexcept {

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+//
+// Rows of values, of which only the filled ones take room.
+#include "allocations.h"
+#include "transferfixtures.h"
+
+namespace {
+using Expected = std::vector<std::optional<LONG>>; ///< by member; nothing where the row has none
+
+XLXComVariant Number(const std::optional<LONG>& value) {
+    return value ? XLXComVariant::FromI4(*value) : XLXComVariant();
+}
+
+XVariantRow RowOf(const Expected& expected) {
+    XLXVariantVector values;
+    for (const auto& value : expected) {
+        values.push_back(Number(value));
+    }
+    return values;
+}
+
+void ExpectRow(const XVariantRow& row, const Expected& expected) {
+    ASSERT_EQ(row.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        ASSERT_EQ(row[i].Empty(), !expected[i]) << "member " << i << " of " << row.size();
+        if (expected[i]) { ASSERT_EQ(row[i].AsLong(), expected[i]) << "member " << i << " of " << row.size(); }
+    }
+    EXPECT_TRUE(row[expected.size()].Empty());
+}
+
+VARIANT g_elsewhere = {};
+
+/// A value that stands elsewhere: a row must not take it for something of its own.
+XLXComVariant Reference() {
+    XLXComVariant reference;
+    V_VT(&reference.Get()) = VT_BYREF | VT_VARIANT;
+    V_BYREF(&reference.Get()) = &g_elsewhere;
+    return reference;
+}
+
+void ExpectReference(const XLXVariantView& value) {
+    EXPECT_EQ(value.Type(), VT_BYREF | VT_VARIANT);
+    EXPECT_EQ(V_BYREF(&value.Get()), &g_elsewhere);
+}
+} // namespace
+
+// Every member keeps its value while others are filled, emptied and exchanged, also in rows so long that each member has
+// a word, and when a row becomes that long.
+TEST(Rows, KeepTheirValuesWhateverIsExchanged) {
+    for (const std::size_t size : {0U, 1U, 60U, 200U, 254U, 255U, 256U, 300U}) {
+        Expected expected(size);
+        for (std::size_t i = 0; i < size; ++i) {
+            if (i % 3 == size % 3) { expected[i] = static_cast<LONG>(i + 1000); }
+        }
+        XVariantRow row = RowOf(expected);
+        ExpectRow(row, expected);
+        for (std::size_t step = 0; step < 2 * size; ++step) {
+            const std::size_t member = step * 37 % size;
+            const std::optional<LONG> next = step % 4 == 3 ? std::nullopt : std::optional(static_cast<LONG>(step));
+            XLXComVariant value = Number(next);
+            row.Exchange(member, value);
+            ASSERT_EQ(value.Empty(), !expected[member]) << member;
+            if (expected[member]) { ASSERT_EQ(value.AsLong(), expected[member]) << member; }
+            expected[member] = next;
+            ExpectRow(row, expected);
+        }
+        XLXComVariant behind = Number(5);
+        row.Exchange(size + 40, behind);
+        expected.resize(size + 41);
+        expected.back() = 5;
+        ExpectRow(row, expected);
+    }
+}
+
+TEST(Rows, KeepReferencesAsTheyStand) {
+    XLXVariantVector values;
+    values.push_back(Reference());
+    values.emplace_back();
+    XVariantRow row(std::move(values));
+    XLXComVariant reference = Reference();
+    row.Exchange(1, reference);
+    EXPECT_TRUE(reference.Empty());
+    ExpectReference(row[1]);
+    XLXComVariant text = XLXComVariant::FromBstr(OLESTR("text"));
+    row.Exchange(0, text);
+    ExpectReference(text);
+    EXPECT_EQ(row[0].AsText(), OLESTR("text"));
+}
+
+TEST(Rows, StayAsTheyAreWithoutMemory) {
+    XVariantRow row = RowOf({1, std::nullopt, 3});
+    const auto refuses = [&row](std::size_t member, XLXComVariant value, std::size_t failing) {
+        const XAllocationWatch watch(failing);
+        EXPECT_THROW(row.Exchange(member, value), std::bad_alloc);
+        EXPECT_FALSE(value.Empty());
+    };
+    refuses(1, Number(2), 1);
+    refuses(1, Reference(), 2);
+    refuses(0, Reference(), 1);
+    ExpectRow(row, {1, std::nullopt, 3});
+}
