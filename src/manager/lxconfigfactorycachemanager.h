@@ -173,6 +173,8 @@ private:
     /// A type of the server of that connection; null when there is none, or the connection is over.
     XLXComPtr<ILXType> ServerType(const XClockPtr& clock, XLXTextView name) const;
     XRefillPtr MakeRelationsRefill(const XClockPtr& clock) const;
+    /// For who may want the connection's config factory when it is over.
+    XFactorySourcePtr MakeFactorySource(const XClockPtr& clock) const;
     void EmptyCaches(const XClockPtr& clock) noexcept;
 
     HRESULT ForwardToServer(BSTR dataId, BSTR dataType, ULONG type, ULONG id, ULONG count, tagLXUpdateInfo* info) const;

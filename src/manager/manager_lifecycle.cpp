@@ -167,6 +167,14 @@ XTypeHostPtr XLXConfigFactoryCacheManager::MakeTypeHost(const XClockPtr& clock) 
     return std::make_shared<const XTypeHost>(XTypeHost{std::move(refill), std::move(getType)});
 }
 
+XFactorySourcePtr XLXConfigFactoryCacheManager::MakeFactorySource(const XClockPtr& clock) const {
+    return std::make_shared<const XFactorySource>([clock, link = m_ownLink] {
+        const auto manager = link.Lock();
+        const auto connection = manager ? manager->Connection() : nullptr;
+        return connection && connection->clock == clock ? connection->configFactory : XLXComPtr<ILXConfigFactory>();
+    });
+}
+
 XRefillPtr XLXConfigFactoryCacheManager::MakeRelationsRefill(const XClockPtr& clock) const {
     return std::make_shared<XRefill>(clock, XAspect::RelationValues, m_costs, [clock, link = m_ownLink] {
         const auto manager = link.Lock();
@@ -253,8 +261,8 @@ void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept 
 
 // A relation manager that cannot load is logged and kept: its questions answer what there is.
 void XLXConfigFactoryCacheManager::CreateRelationManager(XConnection& connection) {
-    const auto relations =
-        std::make_shared<XLXPCPartCacheMng>(*this, connection.clock, MakeRelationsRefill(connection.clock));
+    const auto relations = std::make_shared<XLXPCPartCacheMng>(
+        *this, connection.clock, MakeRelationsRefill(connection.clock), MakeFactorySource(connection.clock));
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         if (connection.over) { return; }

@@ -21,8 +21,8 @@ bool LetsThrough(LONG filter, bool ppr, bool systemInternal) noexcept {
 
 // ---- loading
 
-XLXPCPartCacheMng::XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock, XRefillPtr refill)
-    : m_host(host), m_clock(std::move(clock)), m_refill(std::move(refill)) {
+XLXPCPartCacheMng::XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock, XRefillPtr refill, XFactorySourcePtr source)
+    : m_host(host), m_clock(std::move(clock)), m_refill(std::move(refill)), m_source(std::move(source)) {
     m_relations.Begin({m_clock, XAspect::Relations});
 }
 
@@ -129,9 +129,11 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* form
     const std::array<XLXTextView, 3> names{parent->Text(), child->Text(), list->Text()};
     XLXParentChildCache* const* known = map.byNames.Find(names);
     if (known == nullptr && former != nullptr) { known = former->byNames.Find(names); }
+    XServerSourcePtr source =
+        m_source && !record.object ? std::make_shared<const XRelationSource>(m_source, names) : nullptr;
     auto relation =
         LXMakeOrRefresh(XLXComPtr<XLXParentChildCache>(known != nullptr ? *known : nullptr), std::move(record.object),
-                        std::move(record.values), moment, m_clock, retired, m_refill);
+                        std::move(record.values), moment, m_clock, retired, m_refill, std::move(source));
     map.byNames.Set(names, relation.Get());
     map.inOrder.Add({std::move(*parent), std::move(*child), std::move(*list)},
                     {std::move(relation), ppr.value_or(0) != 0, internal.value_or(false)});

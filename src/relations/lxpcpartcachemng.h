@@ -14,6 +14,7 @@
 #include "XCFCDataTransfer.h"
 #include "XNameIndex.h"
 #include "XRelationHost.h"
+#include "XRelationSource.h"
 #include "XSortedMap.h"
 #include "lxconfigfactorycache/LXProperties.h"
 #include "lxparentchildcache.h"
@@ -29,7 +30,8 @@ public:
 
     /// @param host    outlives every question
     /// @param refill  by which the relations' values are read together: with RefillRelations; null: one by one
-    XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock, XRefillPtr refill = {});
+    /// @param source  of the server objects of relations whose records come without
+    XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock, XRefillPtr refill = {}, XFactorySourcePtr source = {});
     XLXPCPartCacheMng(const XLXPCPartCacheMng&) = delete;
     XLXPCPartCacheMng& operator=(const XLXPCPartCacheMng&) = delete;
     ~XLXPCPartCacheMng();
@@ -99,6 +101,7 @@ private:
     XRelationHost& m_host;
     const XClockPtr m_clock;
     const XRefillPtr m_refill;
+    const XFactorySourcePtr m_source;
     XSharedLoaded<Map> m_relations{XLockLevel::Relations};
 };
 

@@ -181,7 +181,7 @@ bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XServerSourcePtr s
 
 /// What the data transfer mode brings.
 LONG XLXTypeCache::DefaultMode() const noexcept {
-    const LONG mode = m_modeSupplier != nullptr ? m_modeSupplier->Get() : LXTM_UNSET;
+    const LONG mode = m_modeSupplier != nullptr ? m_modeSupplier->Get() : LONG{LXTM_UNSET};
     return mode == LXTM_UNSET ? 0 : mode;
 }
 
