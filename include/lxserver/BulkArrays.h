@@ -13,27 +13,44 @@
 #include <set>
 
 namespace lx {
-class BulkWriter {
+/// How the arrays are laid out, of whatever model.
+/// @tparam Source  gives the elements and what is written of them; types, components and relations are of its own
+///                 kinds:
+///     Pages, Groups, Editors, Attributes (type)    the type's own ones
+///     Types(attribute)                             an attribute's types
+///     ObjectOf(type), ObjectOf(relation), ObjectOf(type, component), ObjectOf(type, attribute, attribute type)
+///                                                  the server's object, or null
+///     Count(element), Values(array, element)       how many values there are; appends them
+///     NameOf, BaseOf, IsListed, IsSearchable (type), Has(name)
+///     CarriesEmptyLists                            whether a kind that was asked for and of which there are none has
+///                                                  an empty list, so that nobody asks again
+template <class Source> class BulkLayout {
 public:
     /// @param mode  bits of LXTransferMode; below 1 none
-    BulkWriter(const ServerPtr& server, const Model& model, LONG mode)
-        : m_server(server), m_model(model), m_mode(mode > 0 ? mode : 0) {}
+    BulkLayout(const Source& source, LONG mode) : m_source(source), m_mode(mode > 0 ? mode : 0) {}
 
-    /// The types of those names, null when the model has none of them. The array names their bases too, so that each
-    /// has an index.
-    SAFEARRAY* Types(const std::set<Text>& names) {
-        std::map<Text, std::size_t> indexes;
+    /// Null when there are none. The array names the types' bases too, so that each has an index.
+    /// @param types  pointers to them
+    template <class Pointers> SAFEARRAY* TypeArray(const Pointers& types) {
+        if (types.empty()) { return nullptr; }
+        Indexes indexes;
         FlatArray records;
-        std::size_t count = 0;
-        for (const Text& name : names) {
-            if (const TypeRecord* const type = FindIn(m_model.types, name)) {
-                AppendType(records, *type, indexes);
-                ++count;
-            }
+        for (const auto* const type : types) {
+            AppendType(records, *type, indexes);
         }
-        return count != 0 ? TypeArray(indexes, count, records) : nullptr;
+        FlatArray array;
+        array.Number(Map);
+        array.Number(WrapperOfTypes);
+        array.Count(indexes.size());
+        array.Count(types.size());
+        for (const auto& [name, index] : indexes) {
+            array.Name(name);
+            array.Count(index);
+        }
+        array.Append(records);
+        return array.Detach();
     }
-    SAFEARRAY* Components(const TypeRecord& type) {
+    template <class Type> SAFEARRAY* ComponentArray(const Type& type) {
         FlatArray array;
         array.Number(SingleRecord);
         array.Number(WrapperOfComponents);
@@ -41,16 +58,20 @@ public:
         return array.Detach();
     }
     /// Null when there are none.
-    SAFEARRAY* Relations() {
-        if (m_model.relations.empty()) { return nullptr; }
+    template <class Relations> SAFEARRAY* RelationArray(const Relations& relations) {
+        if (relations.empty()) { return nullptr; }
         FlatArray array;
         array.Number(Vector);
         array.Number(WrapperOfRelations);
-        array.Number(static_cast<LONG>(m_model.relations.size()));
-        for (const RelationRecord& relation : m_model.relations) {
-            AppendConfig(array, Make<RelationObject>(m_server, KeyOf(relation), relation).Get(), relation);
+        array.Number(static_cast<LONG>(relations.size()));
+        for (const auto& relation : relations) {
+            AppendConfig(array, m_source.ObjectOf(relation), relation);
         }
         return array.Detach();
+    }
+    /// Whether a type's array has a list of a kind.
+    template <class List> bool Carries(LONG bit, const List& list) const {
+        return (m_mode & bit) != 0 && (Source::CarriesEmptyLists || !list.empty());
     }
 
 private:
@@ -62,91 +83,165 @@ private:
     static constexpr LONG WrapperOfRelations = 1;
     static constexpr LONG WrapperOfComponents = 4;
 
-    SAFEARRAY* TypeArray(const std::map<Text, std::size_t>& indexes, std::size_t count, FlatArray& records) {
-        FlatArray array;
-        array.Number(Map);
-        array.Number(WrapperOfTypes);
-        array.Count(indexes.size());
-        array.Count(count);
-        for (const auto& [name, index] : indexes) {
-            array.Name(name);
-            array.Count(index);
-        }
-        array.Append(records);
-        return array.Detach();
-    }
-    /// A record of the server's object and its values.
-    static void AppendConfig(FlatArray& to, IUnknown* object, const Record& record) {
-        to.Object(object);
-        to.Number(record.Count());
-        to.Values(record);
-    }
-    void AppendType(FlatArray& to, const TypeRecord& type, std::map<Text, std::size_t>& indexes) {
+    using Indexes = std::map<Text, std::size_t>;
+
+    template <class Type> void AppendType(FlatArray& to, const Type& type, Indexes& indexes) {
         const auto indexOf = [&indexes](const Text& name) {
             return indexes.try_emplace(name, indexes.size()).first->second;
         };
-        to.Count(indexOf(type.Name()));
-        AppendConfig(to, MakeType(type).Get(), type);
+        to.Count(indexOf(m_source.NameOf(type)));
+        AppendConfig(to, m_source.ObjectOf(type), type);
         AppendComponents(to, type);
-        const bool hasBase = FindIn(m_model.types, type.Base()) != nullptr;
-        to.Number(hasBase ? static_cast<LONG>(indexOf(type.Base())) : -1);
-        to.Flag(type.listed);
-        to.Flag(type[Searchable].AsBool());
+        const Text& base = m_source.BaseOf(type);
+        to.Number(m_source.Has(base) ? static_cast<LONG>(indexOf(base)) : -1);
+        to.Flag(m_source.IsListed(type));
+        to.Flag(m_source.IsSearchable(type));
     }
-    /// Three flags and the lists that there are, then the same for attributes. A kind that was asked for and of which
-    /// there are none has an empty list, so that nobody asks again.
-    void AppendComponents(FlatArray& to, const TypeRecord& type) {
-        const LONG kinds[] = {LXTM_PAGES, LXTM_GROUPS, LXTM_EDITORS};
-        for (const LONG kind : kinds) {
-            to.Count((m_mode & kind) != 0 ? 1 : 0);
-        }
-        if ((m_mode & LXTM_PAGES) != 0) { AppendList<PageObject>(to, type, Kind::Page, type.pages); }
-        if ((m_mode & LXTM_GROUPS) != 0) { AppendList<GroupObject>(to, type, Kind::Group, type.groups); }
-        if ((m_mode & LXTM_EDITORS) != 0) { AppendList<EditorObject>(to, type, Kind::Editor, type.editors); }
-        to.Count((m_mode & LXTM_ATTRIBUTES) != 0 ? 1 : 0);
-        if ((m_mode & LXTM_ATTRIBUTES) != 0) {
-            FlatArray list;
-            for (const auto& [name, attribute] : type.attributes) {
-                AppendAttribute(list, Key{Kind::Attribute, type.Name(), name, {}, {}}, attribute);
-            }
-            to.SubArray(list);
-        }
-    }
-    template <class T, class Map>
-    void AppendList(FlatArray& to, const TypeRecord& type, Kind kind, const Map& records) {
+    /// Three flags and the lists that there are, then the same for attributes.
+    template <class Type> void AppendComponents(FlatArray& to, const Type& type) {
+        to.Count(Carries(LXTM_PAGES, m_source.Pages(type)) ? 1 : 0);
+        to.Count(Carries(LXTM_GROUPS, m_source.Groups(type)) ? 1 : 0);
+        to.Count(Carries(LXTM_EDITORS, m_source.Editors(type)) ? 1 : 0);
+        AppendList(to, type, LXTM_PAGES, m_source.Pages(type));
+        AppendList(to, type, LXTM_GROUPS, m_source.Groups(type));
+        AppendList(to, type, LXTM_EDITORS, m_source.Editors(type));
+        const auto& attributes = m_source.Attributes(type);
+        const bool carried = Carries(LXTM_ATTRIBUTES, attributes);
+        to.Count(carried ? 1 : 0);
+        if (!carried) { return; }
         FlatArray list;
-        list.Number(static_cast<LONG>(records.size()));
-        for (const auto& [id, record] : records) {
-            Key key{kind, type.Name(), {}, {}, {}};
-            if constexpr (std::is_same_v<typename Map::key_type, int>) {
-                key.number = id;
-            } else {
-                key.name = id;
-            }
-            const bool carried = kind == Kind::Editor || m_server->DeliversComponentObjects();
-            AppendConfig(list, carried ? Make<T>(m_server, std::move(key), record).Get() : nullptr, record);
+        for (const auto& attribute : attributes) {
+            AppendAttribute(list, type, attribute);
         }
         to.SubArray(list);
     }
+    template <class Type, class List> void AppendList(FlatArray& to, const Type& type, LONG bit, const List& elements) {
+        if (!Carries(bit, elements)) { return; }
+        FlatArray list;
+        list.Number(static_cast<LONG>(elements.size()));
+        for (const auto& element : elements) {
+            AppendConfig(list, m_source.ObjectOf(type, element), element);
+        }
+        to.SubArray(list);
+    }
+    /// A record of the server's object and its values.
+    template <class Element> void AppendConfig(FlatArray& to, Ref<IUnknown> object, const Element& element) {
+        to.Object(std::move(object));
+        to.Number(m_source.Count(element));
+        m_source.Values(to, element);
+    }
     /// An attribute is its object and its values, without their number; then its attribute types, each with its values
     /// first.
-    void AppendAttribute(FlatArray& to, Key key, const AttributeRecord& attribute) {
-        const bool carried = m_server->DeliversComponentObjects();
-        to.Object(carried ? Make<AttributeObject>(m_server, key, attribute).Get() : nullptr);
-        to.Values(attribute);
-        to.Number(static_cast<LONG>(attribute.types.size()));
-        key.kind = Kind::AttributeType;
-        for (const auto& [name, type] : attribute.types) {
-            key.part = name;
-            to.Values(type);
-            to.Object(Make<AttributeTypeObject>(m_server, key, type).Get());
+    template <class Type, class Attribute>
+    void AppendAttribute(FlatArray& to, const Type& type, const Attribute& attribute) {
+        to.Object(m_source.ObjectOf(type, attribute));
+        m_source.Values(to, attribute);
+        const auto& types = m_source.Types(attribute);
+        to.Number(static_cast<LONG>(types.size()));
+        for (const auto& part : types) {
+            m_source.Values(to, part);
+            to.Object(m_source.ObjectOf(type, attribute, part));
         }
     }
-    Ref<ILXType> MakeType(const TypeRecord& type);
+
+    const Source& m_source;
+    const LONG m_mode;
+};
+
+/// The elements of a model, with objects of the kit.
+class ModelSource {
+public:
+    static constexpr bool CarriesEmptyLists = true;
+
+    ModelSource(const ServerPtr& server, const Model& model)
+        : m_server(server), m_model(model), m_withObjects(server->DeliversComponentObjects()) {}
+
+    static const auto& Pages(const TypeRecord& type) { return type.pages; }
+    static const auto& Groups(const TypeRecord& type) { return type.groups; }
+    static const auto& Editors(const TypeRecord& type) { return type.editors; }
+    static const auto& Attributes(const TypeRecord& type) { return type.attributes; }
+    static const auto& Types(const std::pair<const Text, AttributeRecord>& attribute) { return attribute.second.types; }
+
+    Ref<IUnknown> ObjectOf(const TypeRecord& type) const;
+    Ref<IUnknown> ObjectOf(const RelationRecord& relation) const {
+        if (!m_withObjects) { return {}; }
+        return Make<RelationObject>(m_server, KeyOf(relation), relation);
+    }
+    template <class Component> Ref<IUnknown> ObjectOf(const TypeRecord& type, const Component& component) const {
+        if (!m_withObjects) { return {}; }
+        return MakeObject(KeyOf(type, component), component.second);
+    }
+    Ref<IUnknown> ObjectOf(const TypeRecord& type, const std::pair<const Text, AttributeRecord>& attribute,
+                           const std::pair<const Text, AttributeTypeRecord>& part) const {
+        if (!m_withObjects) { return {}; }
+        return Make<AttributeTypeObject>(
+            m_server, Key{Kind::AttributeType, type.Name(), attribute.first, part.first, {}}, part.second);
+    }
+
+    template <class Element> static LONG Count(const Element& element) { return RecordIn(element).Count(); }
+    template <class Element> static void Values(FlatArray& to, const Element& element) { to.Values(RecordIn(element)); }
+
+    static const Text& NameOf(const TypeRecord& type) { return type.Name(); }
+    static const Text& BaseOf(const TypeRecord& type) { return type.Base(); }
+    static bool IsListed(const TypeRecord& type) { return type.listed; }
+    static bool IsSearchable(const TypeRecord& type) { return type[Searchable].AsBool(); }
+    bool Has(const Text& name) const { return FindIn(m_model.types, name) != nullptr; }
+
+private:
+    static const Record& RecordIn(const Record& record) { return record; }
+    template <class Id, class Element> static const Record& RecordIn(const std::pair<const Id, Element>& entry) {
+        return entry.second;
+    }
+    template <class Component> static Key KeyOf(const TypeRecord& type, const Component& component) {
+        Key key{component.second.What(), type.Name(), {}, {}, {}};
+        if constexpr (std::is_same_v<decltype(component.first), const int>) {
+            key.number = component.first;
+        } else {
+            key.name = component.first;
+        }
+        return key;
+    }
+    static Key KeyOf(const RelationRecord& relation) { return lx::KeyOf(relation); }
+    Ref<IUnknown> MakeObject(Key key, const PageRecord& page) const { return Make<PageObject>(m_server, key, page); }
+    Ref<IUnknown> MakeObject(Key key, const GroupRecord& group) const {
+        return Make<GroupObject>(m_server, key, group);
+    }
+    Ref<IUnknown> MakeObject(Key key, const EditorRecord& editor) const {
+        return Make<EditorObject>(m_server, key, editor);
+    }
+    Ref<IUnknown> MakeObject(Key key, const AttributeRecord& attribute) const {
+        return Make<AttributeObject>(m_server, key, attribute);
+    }
 
     const ServerPtr& m_server;
     const Model& m_model;
-    const LONG m_mode;
+    const bool m_withObjects;
+};
+
+class BulkWriter {
+public:
+    /// @param mode  bits of LXTransferMode; below 1 none
+    BulkWriter(const ServerPtr& server, const Model& model, LONG mode)
+        : m_model(model), m_source(server, model), m_layout(m_source, mode) {}
+    BulkWriter(const BulkWriter&) = delete;
+    BulkWriter& operator=(const BulkWriter&) = delete;
+
+    /// The types of those names, null when the model has none of them.
+    SAFEARRAY* Types(const std::set<Text>& names) {
+        std::vector<const TypeRecord*> types;
+        for (const Text& name : names) {
+            if (const TypeRecord* const type = FindIn(m_model.types, name)) { types.push_back(type); }
+        }
+        return m_layout.TypeArray(types);
+    }
+    SAFEARRAY* Components(const TypeRecord& type) { return m_layout.ComponentArray(type); }
+    /// Null when there are none.
+    SAFEARRAY* Relations() { return m_layout.RelationArray(m_model.relations); }
+
+private:
+    const Model& m_model;
+    const ModelSource m_source;
+    BulkLayout<ModelSource> m_layout;
 };
 } // namespace lx
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // A client's callback and the calls that wait for it. They are made one after the other on a thread of the client's
-// own, so that a slow client holds up nobody else.
+// own, so that a slow client holds up nobody else; or at once, on the thread of who calls.
 //
 // Ownership  It keeps the callback until it is ended, or until the client turns out to be gone; the call under way
 //            holds it longer.
@@ -41,6 +41,7 @@ inline bool IsGone(HRESULT result) noexcept {
 class ClientQueue : public std::enable_shared_from_this<ClientQueue> {
 public:
     using Call = std::function<HRESULT(ILXCallbackUpdate&)>;
+    using MakeCall = std::function<Call()>;
     using Answer = std::future<std::optional<HRESULT>>; ///< nothing for a call that was not made any more
     using Clock = std::chrono::steady_clock;
 
@@ -54,8 +55,8 @@ public:
     ClientQueue& operator=(const ClientQueue&) = delete;
 
     /// Has the callback called, after what waits already.
-    /// @param forAll  called instead of all that wait, when there are MostWaiting of them
-    Answer Post(Call call, const Call& forAll = {}) {
+    /// @param forAll  makes what is called instead of all that wait, when there are MostWaiting of them
+    Answer Post(Call call, const MakeCall& forAll = {}) {
         Job job{std::move(call), {}};
         Answer answer = job.answer.get_future();
         std::deque<Job> replaced;
@@ -66,7 +67,7 @@ public:
             } else {
                 if (m_jobs.size() >= MostWaiting && forAll) {
                     m_jobs.swap(replaced);
-                    job.call = forAll;
+                    job.call = forAll();
                 }
                 m_jobs.push_back(std::move(job));
                 StartThread();
@@ -74,6 +75,16 @@ public:
         }
         Dismiss(replaced);
         return answer;
+    }
+
+    /// Has the callback called on the calling thread, whatever waits.
+    std::optional<HRESULT> CallHere(const Call& call) {
+        Ref<ILXCallbackUpdate> callback;
+        {
+            const std::lock_guard lock(m_mutex);
+            callback = m_callback;
+        }
+        return callback ? std::optional<HRESULT>(Make(call, *callback)) : std::nullopt;
     }
 
     /// Makes no call any more and lets go of the callback.
@@ -128,6 +139,14 @@ private:
             job.answer.set_value(std::nullopt);
         }
     }
+    HRESULT Make(const Call& call, ILXCallbackUpdate& callback) {
+        const HRESULT result = call(callback);
+        if (lx::IsGone(result)) { // noted before the answer is known: who waits for it finds the client gone
+            m_gone = true;
+            End();
+        }
+        return result;
+    }
     void StartThread() {
         if (!m_threadRuns) {
             std::thread([self = shared_from_this()] { self->Run(); }).detach();
@@ -148,11 +167,7 @@ private:
             m_busy = true;
             m_start = Clock::now();
             lock.unlock();
-            const HRESULT result = job.call(*callback);
-            if (lx::IsGone(result)) { // noted before the answer is known: who waits for it finds the client gone
-                m_gone = true;
-                End();
-            }
+            const HRESULT result = Make(job.call, *callback);
             lock.lock();
             m_busy = false;
             m_slow = Clock::now() - m_start > SlowAnswer;

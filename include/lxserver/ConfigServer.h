@@ -19,11 +19,17 @@
 #ifndef LXSERVER_CONFIGSERVER_H
 #define LXSERVER_CONFIGSERVER_H
 
+#include <lxserver/BulkStore.h>
 #include <lxserver/Model.h>
 #include <lxserver/Notifier.h>
 
+#include <set>
+
 namespace lx {
 using ModelPtr = std::shared_ptr<const Model>;
+
+/// Which array: the names of types, and the transfer mode; no names and -1: the relations.
+using BulkKey = std::pair<std::set<Text>, LONG>;
 
 /// A notification: what changed, told as kind/object/number/mode.
 struct Change {
@@ -132,15 +138,18 @@ public:
     }
     void Notify(const Change& change) { Notify(std::vector<Change>{change}); }
     Notifier& Clients() noexcept { return m_notifier; }
+    /// The arrays without objects, by snapshot.
+    BulkStore<ModelPtr, BulkKey>& KeptArrays() noexcept { return m_keptArrays; }
 
-    /// Whether bulk reads carry the objects of pages, groups and attributes with their values. Without, a client asks the
-    /// type for an object when it needs one: each interface pointer in an array costs a client in another process some
-    /// tenths of a millisecond, and few are ever needed.
+    /// Whether bulk reads carry the objects of types, components and relations with the values. Without, a client asks for an
+    /// object when it needs one, the factory or the type: each interface pointer in an array costs a client in another
+    /// process some tenths of a millisecond, and few are ever needed.
     void DeliverComponentObjects(bool deliver) noexcept { m_componentObjects = deliver; }
     bool DeliversComponentObjects() const noexcept { return m_componentObjects; }
 
 private:
     Notifier m_notifier;
+    BulkStore<ModelPtr, BulkKey> m_keptArrays;
     std::atomic<bool> m_componentObjects{true};
 };
 using ServerPtr = std::shared_ptr<ConfigServer>;

@@ -125,19 +125,20 @@ public:
             "GetPCArray",
             [&] {
                 const ModelPtr model = m_server->Snapshot();
-                *relations = BulkWriter(m_server, *model, 0).Relations();
-                return *relations != nullptr ? S_OK : S_FALSE;
+                const auto build = [&] { return std::pair(model, BulkWriter(m_server, *model, 0).Relations()); };
+                return Give({{}, -1}, model, build, relations);
             },
             relations);
     }
 
     // ---- ILXDataUpdate
-    HRESULT STDMETHODCALLTYPE RegisterCallback(BSTR, ULONG, ILXCallbackUpdate* callback, LONG* client) override {
+    HRESULT STDMETHODCALLTYPE RegisterCallback(BSTR computer, ULONG process, ILXCallbackUpdate* callback,
+                                               LONG* client) override {
         return Call(
             "RegisterCallback",
             [&]() -> HRESULT {
                 if (callback == nullptr) { return E_POINTER; }
-                *client = m_server->Clients().Register(callback);
+                *client = m_server->Clients().Register(callback, ViewOf(computer), process);
                 return S_OK;
             },
             client);
@@ -145,9 +146,9 @@ public:
     HRESULT STDMETHODCALLTYPE UnregisterCallback(LONG client) override {
         return Call("UnregisterCallback", [&] { return m_server->Clients().Unregister(client) ? S_OK : E_INVALIDARG; });
     }
-    HRESULT STDMETHODCALLTYPE EnableAdvicesDataType(LONG client, BSTR dataType, LONG enable, ULONG) override {
+    HRESULT STDMETHODCALLTYPE EnableAdvicesDataType(LONG client, BSTR dataType, LONG enable, ULONG advices) override {
         return Call("EnableAdvicesDataType", [&] {
-            return m_server->Clients().Enable(client, ViewOf(dataType), enable != 0) ? S_OK : E_INVALIDARG;
+            return m_server->Clients().Enable(client, ViewOf(dataType), enable != 0, advices) ? S_OK : E_INVALIDARG;
         });
     }
     /// A client tells the others of a change.
@@ -230,7 +231,7 @@ private:
                         if (withBases != 0) { wanted.insert(type->Name()); }
                     }
                 }
-                return GiveTypes(*model, wanted, mode, out);
+                return GiveTypes(model, wanted, mode, out);
             },
             out);
     }
@@ -243,12 +244,17 @@ private:
                 for (const auto& [name, type] : model->types) {
                     wanted.insert(name);
                 }
-                return GiveTypes(*model, wanted, mode, out);
+                return GiveTypes(model, wanted, mode, out);
             },
             out);
     }
-    HRESULT GiveTypes(const Model& model, const std::set<Text>& names, LONG mode, SAFEARRAY** out) {
-        *out = BulkWriter(m_server, model, mode).Types(names);
+    HRESULT GiveTypes(const ModelPtr& model, const std::set<Text>& names, LONG mode, SAFEARRAY** out) {
+        const auto build = [&] { return std::pair(model, BulkWriter(m_server, *model, mode).Types(names)); };
+        return Give({names, std::max(mode, LONG{0})}, model, build, out);
+    }
+    /// An array with objects is built, of one without a copy is given.
+    template <class Build> HRESULT Give(const BulkKey& key, const ModelPtr& model, Build&& build, SAFEARRAY** out) {
+        *out = m_server->DeliversComponentObjects() ? build().second : m_server->KeptArrays().CopyOf(key, model, build);
         return *out != nullptr ? S_OK : S_FALSE;
     }
 

@@ -34,10 +34,12 @@ public:
     }
     /// A reference to an object, or null.
     void Object(Ref<IUnknown> object) { V_UNKNOWN(&Add(VT_UNKNOWN)) = object.Detach(); }
+    /// An empty element, for the caller to write before anything else is added.
+    VARIANT* Next() { return &Add(VT_EMPTY); }
     /// All values of a record, in the order of their indexes.
     void Values(const Record& record) {
         for (int i = 0; i < record.Count(); ++i) {
-            record[i].CopyTo(&Add(VT_EMPTY));
+            record[i].CopyTo(Next());
         }
     }
     /// Another array's elements, with their number in front.
@@ -53,13 +55,15 @@ public:
 
     /// Moves all elements into an array of the platform.
     SAFEARRAY* Detach() {
-        SAFEARRAY* const array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(m_values.size()));
+        using Owner = std::unique_ptr<SAFEARRAY, HRESULT (*)(SAFEARRAY*)>;
+        Owner array(SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(m_values.size())),
+                    [](SAFEARRAY* a) { return SafeArrayDestroy(a); });
         void* data = nullptr;
-        if (array == nullptr || FAILED(SafeArrayAccessData(array, &data))) { throw std::bad_alloc(); }
+        if (array == nullptr || FAILED(SafeArrayAccessData(array.get(), &data))) { throw std::bad_alloc(); }
         std::copy(m_values.begin(), m_values.end(), static_cast<VARIANT*>(data));
-        SafeArrayUnaccessData(array);
+        SafeArrayUnaccessData(array.get());
         m_values.clear();
-        return array;
+        return array.release();
     }
 
 private:

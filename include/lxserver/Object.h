@@ -118,6 +118,12 @@ public:
         if (left == 0) { delete this; }
         return left;
     }
+    /// A reference, unless the last one is gone already; for who finds the object in a table that holds none.
+    bool AddRefIfAlive() noexcept {
+        ULONG count = m_references.load(std::memory_order_relaxed);
+        while (count != 0 && !m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) {}
+        return count != 0;
+    }
 
 protected:
     virtual ~Object() { --liveObjects; } // behind all slots of the interfaces

@@ -194,7 +194,8 @@ private:
     }
 };
 
-inline Ref<ILXType> BulkWriter::MakeType(const TypeRecord& type) {
+inline Ref<IUnknown> ModelSource::ObjectOf(const TypeRecord& type) const {
+    if (!m_withObjects) { return {}; }
     return Make<TypeObject>(m_server, Key{Kind::Type, type.Name(), {}, {}, {}}, type);
 }
 } // namespace lx

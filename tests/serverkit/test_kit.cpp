@@ -104,6 +104,45 @@ TEST(Kit, NamedTypesComeInBulk) {
     }
 }
 
+// Many clients that start at once cost one array; one that is of a former state is nobody's.
+TEST(Kit, AnArrayIsBuiltOnceForAState) {
+    lx::BulkStore<int, int> store;
+    std::atomic<int> built{0};
+    std::atomic<int> state{1};
+    const auto ask = [&](int now) {
+        SAFEARRAY* const copy = store.CopyOf(7, now, [&] {
+            ++built;
+            const int its = state;
+            std::this_thread::sleep_for(50ms);
+            SAFEARRAY* const array = SafeArrayCreateVector(VT_I4, 0, 1);
+            LONG index = 0;
+            int value = its;
+            SafeArrayPutElement(array, &index, &value);
+            return std::pair(its, array);
+        });
+        LONG index = 0;
+        int value = 0;
+        EXPECT_EQ(SafeArrayGetElement(copy, &index, &value), S_OK);
+        EXPECT_EQ(SafeArrayDestroy(copy), S_OK);
+        return value;
+    };
+    std::vector<std::thread> clients;
+    for (int i = 0; i < 8; ++i) {
+        clients.emplace_back([&] { EXPECT_EQ(ask(1), 1); });
+    }
+    for (std::thread& client : clients) {
+        client.join();
+    }
+    EXPECT_EQ(built, 1);
+    state = 2;
+    EXPECT_EQ(ask(2), 2);
+    EXPECT_EQ(ask(2), 2);
+    EXPECT_EQ(built, 2);
+    state = 4; // it changes between the question and the answer
+    EXPECT_EQ(ask(3), 4);
+    EXPECT_EQ(ask(4), 4);
+}
+
 TEST(Kit, HeldObjectsShowEditsAndOutliveTheirElements) {
     const auto server = std::make_shared<lx::ModelServer>(EverythingModel());
     const KitCache cache(server);
