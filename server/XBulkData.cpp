@@ -3,78 +3,122 @@
 
 #include "XServerType.h"
 
+#include <lxserver/BulkArrays.h>
+
 namespace {
-/// Whether a client finds the object by its name or number when its record came without it: everything but relations,
-/// whose PC infos only they give.
-template <class T> constexpr bool IsFoundByKey = !std::is_same_v<T, XModelRelation>;
+using Type = XModelRef<XModelType>;
+using Types = std::vector<const Type*>;
 
-template <class Object, class T, class... Owner>
-XBulkRecord RecordOf(const XServerCorePtr& core, const XModelRef<T>& element, const Owner&... owner) {
-    XBulkRecord record;
-    if (!IsFoundByKey<T> || core->deliversComponentObjects.load()) {
-        record.object = static_cast<ILXConfigObject*>(LXMake<Object>(core, element.Share(), owner...).Get());
+/// The elements of the model, with the server's objects or without: a client finds every one by its names or number.
+class XBulkSource {
+public:
+    static constexpr bool CarriesEmptyLists = false;
+
+    XBulkSource(const XServerCorePtr& core, const XServerModel& model, bool withObjects)
+        : m_core(core), m_model(model), m_withObjects(withObjects) {}
+
+    static const auto& Pages(const Type& type) { return type->pages; }
+    static const auto& Groups(const Type& type) { return type->groups; }
+    static const auto& Editors(const Type& type) { return type->editors; }
+    static const auto& Attributes(const Type& type) { return type->attributes; }
+    static const auto& Types(const XModelRef<XModelAttribute>& attribute) { return attribute->types; }
+
+    lx::Ref<IUnknown> ObjectOf(const XModelRef<XModelRelation>& relation) const {
+        return Make<XServerRelation>(relation);
     }
-    record.values = element->properties.ToVariants();
-    return record;
-}
-
-template <class Object, class T, class... Owner>
-std::vector<XBulkRecord> RecordsOf(const XServerCorePtr& core, const XModelList<T>& list, const Owner&... owner) {
-    std::vector<XBulkRecord> records;
-    records.reserve(list.size());
-    for (const XModelRef<T>& element : list) {
-        records.push_back(RecordOf<Object>(core, element, owner...));
-        if constexpr (std::is_same_v<T, XModelAttribute>) {
-            records.back().types = RecordsOf<XServerAttributeType>(core, element->types);
-        }
+    lx::Ref<IUnknown> ObjectOf(const Type& type) const { return Make<XServerType>(type); }
+    lx::Ref<IUnknown> ObjectOf(const Type&, const XModelRef<XModelPage>& page) const { return Make<XServerPage>(page); }
+    lx::Ref<IUnknown> ObjectOf(const Type& type, const XModelRef<XModelGroup>& group) const {
+        return Make<XServerGroup>(group, type.Share());
     }
-    return records;
-}
+    lx::Ref<IUnknown> ObjectOf(const Type&, const XModelRef<XModelEditor>& editor) const {
+        return Make<XServerEditor>(editor);
+    }
+    lx::Ref<IUnknown> ObjectOf(const Type&, const XModelRef<XModelAttribute>& attribute) const {
+        return Make<XServerAttribute>(attribute);
+    }
+    lx::Ref<IUnknown> ObjectOf(const Type&, const XModelRef<XModelAttribute>&,
+                               const XModelRef<XModelAttributeType>& part) const {
+        return Make<XServerAttributeType>(part);
+    }
 
-/// The names to deliver: those that exist, and their bases when asked for; a base stands before what derives from it.
-std::vector<XLXText> Wanted(const XServerModel& model, const std::vector<XLXText>& names, bool withBases) {
-    std::vector<XLXText> wanted;
+    template <class Element> static LONG Count(const Element& element) { return element->properties.Count(); }
+    template <class Element> static void Values(lx::FlatArray& to, const Element& element) {
+        element->properties.AppendTo(to);
+    }
+
+    static const XLXText& NameOf(const Type& type) { return type->Name(); }
+    static const XLXText& BaseOf(const Type& type) { return type->Base(); }
+    static bool IsListed(const Type& type) { return type->listed; }
+    static bool IsSearchable(const Type& type) { return type->Value(XProperty::Searchable).AsBool(); }
+    bool Has(const XLXText& name) const { return m_model.FindType(name) != nullptr; }
+
+private:
+    template <class Object, class Element, class... Owner>
+    lx::Ref<IUnknown> Make(const Element& element, const Owner&... owner) const {
+        if (!m_withObjects) { return {}; }
+        return static_cast<ILXConfigObject*>(LXMake<Object>(m_core, element.Share(), owner...).Get());
+    }
+
+    const XServerCorePtr& m_core;
+    const XServerModel& m_model;
+    const bool m_withObjects;
+};
+
+/// The types to deliver: those that exist, and their bases when asked for; a base stands before what derives from it.
+Types Wanted(const XServerModel& model, const std::vector<XLXText>& names, bool withBases) {
+    Types wanted;
     std::map<XLXText, bool> taken;
     for (const XLXText& name : names) {
         auto chain = model.BaseChain(name);
         chain.resize(withBases ? chain.size() : std::min<size_t>(chain.size(), 1));
         for (auto type = chain.rbegin(); type != chain.rend(); ++type) {
-            if (taken.try_emplace((*type)->Name(), true).second) { wanted.push_back((*type)->Name()); }
+            if (taken.try_emplace((*type)->Name(), true).second) { wanted.push_back(model.FindType((*type)->Name())); }
         }
     }
     return wanted;
 }
+
+Types All(const XServerModel& model) {
+    Types all;
+    for (const auto& [name, type] : model.types) {
+        all.push_back(&type);
+    }
+    return all;
+}
+
+/// An array of the model as it is: built now when it carries objects, else a copy of the one that is kept.
+/// @param write  SAFEARRAY* write(const XServerModel&, BulkLayout&), under the model's lock
+template <class Write> SAFEARRAY* ArrayOf(const XServerCorePtr& core, const XBulkKey& key, Write&& write) {
+    const bool withObjects = core->deliversComponentObjects;
+    const auto build = [&] {
+        return core->Read([&](const XServerModel& model) {
+            const XBulkSource source(core, model, withObjects);
+            lx::BulkLayout<XBulkSource> layout(source, key.mode);
+            return std::pair(core->Changes(), write(model, layout));
+        });
+    };
+    return withObjects ? build().second : core->KeptArrays().CopyOf(key, core->Changes(), build);
+}
 } // namespace
 
-XBulkComponents LXComponentsOf(const XServerCorePtr& core, const std::shared_ptr<XModelType>& type, LONG mode) {
-    XBulkComponents components;
-    if (mode <= 0) { return components; }
-    if ((mode & LXTM_PAGES) != 0) { components.pages = RecordsOf<XServerPage>(core, type->pages); }
-    if ((mode & LXTM_GROUPS) != 0) { components.groups = RecordsOf<XServerGroup>(core, type->groups, type); }
-    if ((mode & LXTM_EDITORS) != 0) { components.editors = RecordsOf<XServerEditor>(core, type->editors); }
-    if ((mode & LXTM_ATTRIBUTES) != 0) { components.attributes = RecordsOf<XServerAttribute>(core, type->attributes); }
-    return components;
+SAFEARRAY* LXComponentArray(const XServerCorePtr& core, const std::shared_ptr<XModelType>& type, LONG mode) {
+    return ArrayOf(core, {type.get(), {}, false, mode}, [&](const XServerModel&, auto& layout) -> SAFEARRAY* {
+        const bool isAny = layout.Carries(LXTM_PAGES, type->pages) || layout.Carries(LXTM_GROUPS, type->groups) ||
+                           layout.Carries(LXTM_EDITORS, type->editors) ||
+                           layout.Carries(LXTM_ATTRIBUTES, type->attributes);
+        return isAny ? layout.ComponentArray(Type::Of(type)) : nullptr;
+    });
 }
 
-XBulkTypes LXTypesOf(const XServerCorePtr& core, const XServerModel& model, const std::vector<XLXText>& names,
-                     bool withBases, LONG mode) {
-    XBulkTypes types;
-    const auto indexOf = [&types](const XLXText& name) {
-        return types.names.try_emplace(name, static_cast<ULONG>(types.names.size())).first->second;
-    };
-    for (const XLXText& name : Wanted(model, names, withBases)) {
-        const XModelRef<XModelType>& type = *model.FindType(name);
-        XBulkType& record = types.records.emplace_back();
-        record.index = indexOf(name);
-        record.head = RecordOf<XServerType>(core, type);
-        record.components = LXComponentsOf(core, type.Share(), mode);
-        record.baseIndex = model.FindType(type->Base()) != nullptr ? static_cast<LONG>(indexOf(type->Base())) : -1;
-        record.listed = type->listed;
-        record.searchable = type->Value(XProperty::Searchable).AsBool();
-    }
-    return types;
+SAFEARRAY* LXTypeArray(const XServerCorePtr& core, const std::optional<std::vector<XLXText>>& names, bool withBases,
+                       LONG mode) {
+    return ArrayOf(core, {nullptr, names, withBases, mode}, [&](const XServerModel& model, auto& layout) {
+        return layout.TypeArray(names ? Wanted(model, *names, withBases) : All(model));
+    });
 }
 
-std::vector<XBulkRecord> LXRelationsOf(const XServerCorePtr& core, const XServerModel& model) {
-    return RecordsOf<XServerRelation>(core, model.relations);
+SAFEARRAY* LXRelationArray(const XServerCorePtr& core) {
+    return ArrayOf(core, {core.get(), {}, false, 0},
+                   [](const XServerModel& model, auto& layout) { return layout.RelationArray(model.relations); });
 }

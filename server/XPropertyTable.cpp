@@ -80,7 +80,7 @@ void XModelProperties::Set(int index, XModelValue value) {
     }
 }
 
-XLXVariantVector XModelProperties::ToVariants() const {
+void XModelProperties::AppendTo(lx::FlatArray& array) const {
     const XPropertyTable& table = XPropertyTable::Of(m_kind);
     std::vector<const XModelValue*> values(static_cast<size_t>(table.count), &Nothing);
     for (const XPropertyRow& row : table.rows) {
@@ -89,10 +89,7 @@ XLXVariantVector XModelProperties::ToVariants() const {
     for (const auto& [index, value] : m_stored) {
         values[static_cast<size_t>(index)] = &value;
     }
-    XLXVariantVector variants;
-    variants.reserve(values.size());
     for (const XModelValue* const value : values) {
-        variants.push_back(value->ToVariant());
+        value->ToVariant().DetachTo(array.Next());
     }
-    return variants;
 }

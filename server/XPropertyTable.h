@@ -8,6 +8,8 @@
 #include "XModelValue.h"
 #include "lxconfigfactorycache/LXProperties.h"
 
+#include <lxserver/FlatArray.h>
+
 #include <utility>
 #include <vector>
 
@@ -65,8 +67,8 @@ public:
     void Set(int index, XModelValue value);
     /// The stored values, by index.
     const std::vector<std::pair<int, XModelValue>>& Stored() const noexcept { return m_stored; }
-    /// All values in index order, as the server delivers them.
-    XLXVariantVector ToVariants() const;
+    /// Appends all values in index order, as the server delivers them.
+    void AppendTo(lx::FlatArray& array) const;
 
 private:
     XElementKind m_kind;

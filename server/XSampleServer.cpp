@@ -54,7 +54,7 @@ ULONG XSampleServer::LastNotificationId() const { return m_core->Notifier().Last
 
 void XSampleServer::FlushNotifications(std::chrono::milliseconds limit) { m_core->Notifier().Flush(limit); }
 
-std::vector<XRegisteredClient> XSampleServer::Clients() const { return m_core->Notifier().Clients(); }
+std::vector<XRegisteredClient> XSampleServer::Clients() const { return m_core->Notifier().ListClients(); }
 
 void XSampleServer::CallEachClientOnItsOwnThread(std::chrono::milliseconds wait) {
     m_core->Notifier().CallEachClientOnItsOwnThread(wait);

@@ -29,13 +29,7 @@ struct XForwardedNotification {
 };
 
 /// A client that has registered its callback.
-struct XRegisteredClient {
-    LONG id = 0;
-    XLXText computer;
-    ULONG process = 0;
-    std::vector<XLXText> dataTypes;   ///< what it asked for with EnableAdvicesDataType
-    std::map<XLXText, ULONG> advices; ///< the advices desired by data type
-};
+using XRegisteredClient = lx::ClientFacts;
 
 /// Objects of the server that are alive, and references to them that were not given back.
 struct XServerObjectCount {
@@ -77,7 +71,7 @@ public:
                                    XNotify notify = XNotify::Here);
     /// The id that was used last; they rise from 1.
     ULONG LastNotificationId() const;
-    /// Waits until the notifier thread has sent everything; raises std::runtime_error after the limit.
+    /// Waits until the clients' threads have sent everything; raises std::runtime_error after the limit.
     void FlushNotifications(std::chrono::milliseconds limit = std::chrono::seconds(20));
     std::vector<XRegisteredClient> Clients() const;
     /// For clients in other processes: each that registers from now on is called on a thread of its own, so that a
@@ -93,9 +87,9 @@ public:
 
     /// Makes the config factory answer ILXCallbackUpdate, as one that is itself a cache does.
     void AcceptForwardedNotifications(bool accept);
-    /// Whether records of pages, groups and attributes come with their objects, as they do at first. Without, a client
-    /// asks the type for an object when it needs one: each interface pointer in an array costs a client in another
-    /// process some tenths of a millisecond.
+    /// Whether records of types and their components come with their objects, as they do at first. Without, a client
+    /// asks for an object when it needs one: each interface pointer in an array costs a client in another process some
+    /// tenths of a millisecond. The arrays without are built once for a state of the model.
     void DeliverComponentObjects(bool deliver);
     /// Makes the config factory refuse ILXConfigFactoryEx, as one without bulk reads does.
     void RefuseBulkReads(bool refuse);

@@ -5,41 +5,28 @@
 
 #include <lxserver/FlatArray.h>
 
-#include <algorithm>
-#include <iterator>
-
 namespace {
 LONG ModeOf(LONG includeAttributes) noexcept { return includeAttributes != 0 ? LXTM_ATTRIBUTES : 0; }
 } // namespace
 
 /// The named types, or all of them when there is no list of names.
-HRESULT XServerConfigFactory::GiveTypes(const std::vector<XLXText>* names, LONG withBases, LONG mode, SAFEARRAY** out) {
-    XBulkTypes types = Core().Read([&](const XServerModel& model) {
-        std::vector<XLXText> all;
-        if (names == nullptr) {
-            std::transform(model.types.begin(), model.types.end(), std::back_inserter(all),
-                           [](const auto& entry) { return entry.first; });
-        }
-        return LXTypesOf(SharedCore(), model, names != nullptr ? *names : all, withBases != 0, mode);
-    });
-    if (types.records.empty()) { return S_FALSE; }
-    *out = LXWriteTypes(std::move(types)).Detach();
-    return S_OK;
+HRESULT XServerConfigFactory::GiveTypes(const std::optional<std::vector<XLXText>>& names, LONG withBases, LONG mode,
+                                        SAFEARRAY** out) {
+    *out = LXTypeArray(SharedCore(), names, withBases != 0, mode);
+    return *out != nullptr ? S_OK : S_FALSE;
 }
 
 HRESULT XServerConfigFactory::GiveOneType(BSTR name, LONG withBases, LONG mode, SAFEARRAY** out) {
-    const std::vector<XLXText> names{XLXText(LXBstrView(name))};
-    return GiveTypes(&names, withBases, mode, out);
+    return GiveTypes(std::vector<XLXText>{XLXText(LXBstrView(name))}, withBases, mode, out);
 }
 
 HRESULT XServerConfigFactory::GiveNamedTypes(SAFEARRAY* names, LONG withBases, LONG mode, SAFEARRAY** out) {
-    const std::vector<XLXText> texts = lx::TextsOf(names);
-    return GiveTypes(&texts, withBases, mode, out);
+    return GiveTypes(lx::TextsOf(names), withBases, mode, out);
 }
 
 HRESULT XServerConfigFactory::GetTypeArray(LONG bIncludeTypeAttributes, SAFEARRAY** psaTypes) {
     return Call(
-        "GetTypeArray", [&] { return GiveTypes(nullptr, 1, ModeOf(bIncludeTypeAttributes), psaTypes); }, psaTypes);
+        "GetTypeArray", [&] { return GiveTypes({}, 1, ModeOf(bIncludeTypeAttributes), psaTypes); }, psaTypes);
 }
 
 HRESULT XServerConfigFactory::GetTypeArrayByTypeName(BSTR bstrTypename, LONG bIncludeBases, LONG bIncludeTypeAttributes,
@@ -58,7 +45,7 @@ HRESULT XServerConfigFactory::GetTypeArrayByTypeNameArray(SAFEARRAY* saTypenames
 
 HRESULT XServerConfigFactory::GetTypeArrayEx(LONG lMode, SAFEARRAY** psaTypes) {
     return Call<ILXConfigFactoryEx>(
-        "GetTypeArrayEx", [&] { return GiveTypes(nullptr, 1, lMode, psaTypes); }, psaTypes);
+        "GetTypeArrayEx", [&] { return GiveTypes({}, 1, lMode, psaTypes); }, psaTypes);
 }
 
 HRESULT XServerConfigFactory::GetTypeArrayByTypeNameEx(BSTR bstrTypename, LONG bIncludeBases, LONG lMode,
@@ -79,11 +66,8 @@ HRESULT XServerConfigFactory::GetPCArray(SAFEARRAY** psaRelations) {
     return Call(
         "GetPCArray",
         [&] {
-            auto relations =
-                Core().Read([this](const XServerModel& model) { return LXRelationsOf(SharedCore(), model); });
-            if (relations.empty()) { return S_FALSE; }
-            *psaRelations = LXWriteRelations(std::move(relations)).Detach();
-            return S_OK;
+            *psaRelations = LXRelationArray(SharedCore());
+            return *psaRelations != nullptr ? S_OK : S_FALSE;
         },
         psaRelations);
 }

@@ -1,18 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "XServerComponents.h"
 
-XLXSafeArray LXVariantArray(XLXVariantVector&& values) {
-    XLXSafeArray array(SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(values.size())));
-    void* data = nullptr;
-    if (!array || FAILED(SafeArrayAccessData(array.Get(), &data))) { throw std::bad_alloc(); }
-    auto* element = static_cast<VARIANT*>(data);
-    for (XLXComVariant& value : values) {
-        value.DetachTo(element++);
-    }
-    SafeArrayUnaccessData(array.Get());
-    return array;
-}
-
 HRESULT XServerGroup::GetChildGroupEnum(ILXGroupEnum** ppEnum) {
     return Call(
         "GetChildGroupEnum",

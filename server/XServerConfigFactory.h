@@ -58,7 +58,7 @@ protected:
 
 private:
     HRESULT ListTypes(std::string_view method, bool searchableOnly, ILXTypeEnum** out);
-    HRESULT GiveTypes(const std::vector<XLXText>* names, LONG withBases, LONG mode, SAFEARRAY** out);
+    HRESULT GiveTypes(const std::optional<std::vector<XLXText>>& names, LONG withBases, LONG mode, SAFEARRAY** out);
     HRESULT GiveOneType(BSTR name, LONG withBases, LONG mode, SAFEARRAY** out);
     HRESULT GiveNamedTypes(SAFEARRAY* names, LONG withBases, LONG mode, SAFEARRAY** out);
 };

@@ -7,9 +7,6 @@
 
 #include "XServerEnum.h"
 
-/// Moves values into a one-dimensional array of VARIANTs; raises std::bad_alloc.
-XLXSafeArray LXVariantArray(XLXVariantVector&& values);
-
 template <class I, class T> class XServerConfigObject : public XServerObject<I, IXServerElement> {
 public:
     using ElementPtr = std::shared_ptr<T>;
@@ -47,9 +44,9 @@ public:
         return this->Call(
             "GetProperties",
             [&] {
-                *psaValues = LXVariantArray(this->Core().Read([this](const XServerModel&) {
-                                 return m_element->properties.ToVariants();
-                             })).Detach();
+                lx::FlatArray values;
+                this->Core().Read([&](const XServerModel&) { m_element->properties.AppendTo(values); });
+                *psaValues = values.Detach();
                 return S_OK;
             },
             psaValues);

@@ -3,13 +3,15 @@
 // What all objects of one sample server share: the model, the monitor, the clients and the live objects.
 //
 // Locks      m_modelMutex guards the model (shared to read), m_tableMutex the table of objects with an identity, the
-//            notifier has its own. None is held while anything foreign is called, and no two at once but the table's
-//            within the model's.
+//            notifier and the kept arrays have their own. None is held while anything foreign is called, and no two at once
+//            but the table's within the model's, and the model's while an array is built.
 #ifndef XSERVERCORE_H
 #define XSERVERCORE_H
 
 #include "XCallMonitor.h"
 #include "XServerNotifier.h"
+
+#include <lxserver/BulkStore.h>
 
 #include <atomic>
 #include <shared_mutex>
@@ -17,6 +19,18 @@
 
 class XServerCore;
 using XServerCorePtr = std::shared_ptr<XServerCore>;
+
+/// Which bulk array: the components of a type, the relations, the named types, or all types.
+struct XBulkKey {
+    const void* of = nullptr;                  ///< the type, or the model's relations
+    std::optional<std::vector<XLXText>> names; ///< of types
+    bool withBases = false;
+    LONG mode = 0;
+
+    bool operator<(const XBulkKey& other) const {
+        return std::tie(of, names, withBases, mode) < std::tie(other.of, other.names, other.withBases, other.mode);
+    }
+};
 
 class XServerCore : public std::enable_shared_from_this<XServerCore> {
 public:
@@ -30,8 +44,14 @@ public:
 
     template <class F> auto Change(F&& change) {
         const std::unique_lock lock(m_modelMutex);
+        ++m_changes;
         return change(m_model);
     }
+
+    /// Rises with each change of the model. Inside Read it is that of the model that is read.
+    std::uint64_t Changes() const noexcept { return m_changes; }
+    /// Bulk arrays without objects, by the number of changes. The model's lock is not held for it.
+    lx::BulkStore<std::uint64_t, XBulkKey>& KeptArrays() noexcept { return m_keptArrays; }
 
     XCallMonitor& Monitor() noexcept { return m_monitor; }
     XServerNotifier& Notifier() noexcept { return m_notifier; }
@@ -74,7 +94,9 @@ private:
     XCallMonitor m_monitor;
     XServerNotifier m_notifier;
     mutable std::shared_mutex m_modelMutex;
-    XServerModel m_model; // guarded by m_modelMutex
+    XServerModel m_model;                    // guarded by m_modelMutex
+    std::atomic<std::uint64_t> m_changes{1}; // raised under m_modelMutex
+    lx::BulkStore<std::uint64_t, XBulkKey> m_keptArrays;
     std::mutex m_tableMutex;
     std::unordered_map<const void*, void*> m_objects; // guarded by m_tableMutex; not counted
 };

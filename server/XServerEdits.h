@@ -12,7 +12,7 @@
 
 #include "XServerModel.h"
 
-#include <functional>
+#include <lxserver/Notifier.h>
 
 class XServerCore;
 
@@ -20,15 +20,12 @@ class XServerCore;
 enum class XNotify {
     No,
     Here,    ///< on the calling thread, before the edit returns
-    OnThread ///< on the server's notifier thread; XSampleServer::FlushNotifications waits for it
+    OnThread ///< on a thread of each client; XSampleServer::FlushNotifications waits for them
 };
 
-/// What became of a notification. For OnThread only the id is known when the edit returns.
-struct XNotification {
-    ULONG id = 0;          ///< 0 when none was sent
-    int clients = 0;       ///< how many clients it was sent to
-    HRESULT result = S_OK; ///< the first answer other than S_OK
-};
+/// What became of a notification; the id is 0 when none was sent. For OnThread only the id is known when the edit
+/// returns.
+using XNotification = lx::Notifier::Outcome;
 
 class XServerEdits {
 public:

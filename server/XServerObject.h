@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// What every object of the sample server is made of: counting, interfaces, and the one way in which a method is
-// entered and left.
+// What every object of the sample server is made of: the kit's object, counted for its server, and the one way in which
+// a method is entered and left.
 //
-// Ownership  An object starts without a reference; who makes it takes the first (LXMake).
-// Threading  Free-threaded. An object has no lock of its own unless it says so; the model's is the core's.
-// Errors     No exception leaves a method: a lack of memory is E_OUTOFMEMORY, an argument that the model refuses
-//            E_INVALIDARG, anything else E_FAIL.
+// Ownership, threading and errors are those of lx::Object. The model's lock is the core's.
 #ifndef XSERVEROBJECT_H
 #define XSERVEROBJECT_H
 
@@ -57,48 +54,25 @@ LX_INTERFACE_NAME(IEnumBaseDataObject);
 struct IXServerElement : IUnknown {
     virtual const void* Element() const noexcept = 0;
 };
+__CRT_UUID_DECL(IXServerElement, 0x6a2f1c1d, 0x0d5c, 0x4e0b, 0x9a, 0x41, 0x5b, 0x1f, 0x33, 0x7d, 0x20, 0xc8)
 
-inline constexpr IID IID_IXServerElement = {
-    0x6a2f1c1d, 0x0d5c, 0x4e0b, {0x9a, 0x41, 0x5b, 0x1f, 0x33, 0x7d, 0x20, 0xc8}};
+/// An object of the kit that counts for its server, and whose calls the monitor sees.
+template <class First, class... Others> class XServerObject : public lx::Object<First, Others...> {
+    using Counted = lx::Object<First, Others...>;
 
-template <class I> const IID& LXServerIid() noexcept { return LXIid<I>(); }
-template <> inline const IID& LXServerIid<IXServerElement>() noexcept { return IID_IXServerElement; }
-
-template <class First, class... Others> class XServerObject : public First, public Others... {
 public:
-    XServerObject(const XServerObject&) = delete;
-    XServerObject& operator=(const XServerObject&) = delete;
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-        if (out == nullptr) { return E_POINTER; }
-        *out = Face(iid);
-        if (*out == nullptr) { return E_NOINTERFACE; }
-        this->AddRef();
-        return S_OK;
-    }
-
     STDMETHODIMP_(ULONG) AddRef() override {
         m_core->references.fetch_add(1, std::memory_order_relaxed);
-        return m_references.fetch_add(1, std::memory_order_relaxed) + 1;
+        return Counted::AddRef();
     }
-
     STDMETHODIMP_(ULONG) Release() override {
         m_core->references.fetch_sub(1, std::memory_order_relaxed);
-        const ULONG left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-        if (left == 0) { delete this; }
-        return left;
+        return Counted::Release();
     }
-
-    /// A reference, unless the last one is gone already.
     bool AddRefIfAlive() noexcept {
-        ULONG count = m_references.load(std::memory_order_relaxed);
-        while (count != 0) {
-            if (m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) {
-                m_core->references.fetch_add(1, std::memory_order_relaxed);
-                return true;
-            }
-        }
-        return false;
+        const bool isAlive = Counted::AddRefIfAlive();
+        m_core->references.fetch_add(isAlive ? 1 : 0, std::memory_order_relaxed);
+        return isAlive;
     }
 
 protected:
@@ -107,17 +81,9 @@ protected:
         ++XServerCore::liveObjectsOfAll;
     }
 
-    virtual ~XServerObject() {
+    ~XServerObject() override {
         --m_core->liveObjects;
         --XServerCore::liveObjectsOfAll;
-    }
-
-    /// The face for an interface id, null for one that the object does not have.
-    virtual void* Face(REFIID iid) noexcept {
-        if (iid == IID_IUnknown || iid == LXServerIid<First>()) { return static_cast<First*>(this); }
-        void* face = nullptr;
-        ((iid == LXServerIid<Others>() ? void(face = static_cast<Others*>(this)) : void()), ...);
-        return face;
     }
 
     XServerCore& Core() const noexcept { return *m_core; }
@@ -159,7 +125,6 @@ protected:
 
 private:
     const XServerCorePtr m_core;
-    std::atomic<ULONG> m_references{0};
 };
 
 template <class T, class... Arguments> XLXComPtr<T> LXMake(Arguments&&... arguments) {
@@ -169,7 +134,9 @@ template <class T, class... Arguments> XLXComPtr<T> LXMake(Arguments&&... argume
 /// The element behind an object of this server; null for any other object.
 inline const void* LXElementOf(IUnknown* object) noexcept {
     XLXComPtr<IXServerElement> face;
-    if (object == nullptr || FAILED(object->QueryInterface(IID_IXServerElement, face.PutVoid()))) { return nullptr; }
+    if (object == nullptr || FAILED(object->QueryInterface(LXIid<IXServerElement>(), face.PutVoid()))) {
+        return nullptr;
+    }
     return face->Element();
 }
 

@@ -72,7 +72,7 @@ HRESULT XServerDataUpdate::RegisterCallback(BSTR bstrComputerName, ULONG ulProce
         "RegisterCallback",
         [&]() -> HRESULT {
             if (piDataUpdateCallback == nullptr) { return E_POINTER; }
-            *plClientId = Core().Notifier().Register(LXBstrView(bstrComputerName), ulProcessID, piDataUpdateCallback);
+            *plClientId = Core().Notifier().Register(piDataUpdateCallback, LXBstrView(bstrComputerName), ulProcessID);
             return S_OK;
         },
         plClientId);
@@ -100,10 +100,6 @@ HRESULT XServerDataUpdate::DataObjectChanged(LONG lClientId, BSTR bstrDataID, BS
 }
 
 HRESULT XServerDataUpdate::IsNotificationRegisteredByClient(LONG lClientId, BSTR, BSTR bstrDataType, ULONG) {
-    return Call("IsNotificationRegisteredByClient", [&] {
-        for (const XRegisteredClient& client : Core().Notifier().Clients()) {
-            if (client.id == lClientId && client.advices.contains(XLXText(LXBstrView(bstrDataType)))) { return S_OK; }
-        }
-        return S_FALSE;
-    });
+    return Call("IsNotificationRegisteredByClient",
+                [&] { return Core().Notifier().IsEnabled(lClientId, LXBstrView(bstrDataType)) ? S_OK : S_FALSE; });
 }

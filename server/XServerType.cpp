@@ -307,12 +307,8 @@ HRESULT XServerType::GetTypeComponentData(LONG lCFCDataTransferMode, SAFEARRAY**
     return Call(
         "GetTypeComponentData",
         [&] {
-            XBulkComponents components = Core().Read([&](const XServerModel&) {
-                return LXComponentsOf(SharedCore(), SharedElement(), lCFCDataTransferMode);
-            });
-            if (components.Empty()) { return S_FALSE; }
-            *pDataArray = LXWriteComponents(std::move(components)).Detach();
-            return S_OK;
+            *pDataArray = LXComponentArray(SharedCore(), SharedElement(), lCFCDataTransferMode);
+            return *pDataArray != nullptr ? S_OK : S_FALSE;
         },
         pDataArray);
 }

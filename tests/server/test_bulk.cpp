@@ -4,6 +4,7 @@
 #include "servertest.h"
 
 #include "XCFCDataTransfer.h"
+#include "XRandomEdits.h"
 
 namespace Transfer = XLXCFCDataTransfer;
 
@@ -40,6 +41,25 @@ template <class Record> void ExpectDirect(const std::vector<Record>& records, si
     for (const Record& record : records) {
         EXPECT_EQ(Text(record.values), Direct(record.object.Get())) << where;
     }
+}
+
+/// All elements of an array that a call delivers, as text.
+template <class F> std::string Elements(F&& call) {
+    XLXSafeArray array;
+    const HRESULT result = call(array.Put());
+    if (result != S_OK) { return "result " + std::to_string(result); }
+    VARIANT* data = nullptr;
+    LONG upper = -1;
+    SafeArrayGetUBound(array.Get(), 1, &upper);
+    SafeArrayAccessData(array.Get(), reinterpret_cast<void**>(&data));
+    std::string text;
+    for (LONG i = 0; i <= upper; ++i) {
+        EXPECT_TRUE(V_VT(&data[i]) != VT_UNKNOWN || V_UNKNOWN(&data[i]) == nullptr);
+        text += std::to_string(V_VT(&data[i])) + " " +
+                LXToUtf8(XLXComVariant::CopyOf(data[i]).AsText().value_or(OLESTR("?"))) + "\n";
+    }
+    SafeArrayUnaccessData(array.Get());
+    return text;
 }
 
 /// A record list that is left out stands for no records.
@@ -190,6 +210,78 @@ TEST_F(ServerBulk, ABaseThatDoesNotExistHasNoIndex) {
     EXPECT_EQ(types.records.at(types.names.at(OLESTR("Orphan"))).baseIndex, -1);
     EXPECT_EQ(types.records.at(types.names.at(OLESTR("Self"))).baseIndex,
               static_cast<LONG>(types.names.at(OLESTR("Self"))));
+}
+
+// Arrays without objects are kept. What is handed out must be of the model as it is, whatever changed it.
+TEST_F(ServerBulk, KeptArraysShowEveryChange) {
+    using Lines = std::vector<std::string>;
+    const auto all = [](const XSampleServer& from) {
+        const auto bulk = from.ConfigFactory().As<ILXConfigFactoryEx>();
+        const XLXComBSTR name(OLESTR("PumpScrew"));
+        Lines lines{Elements([&](SAFEARRAY** out) { return bulk->GetTypeArrayEx(15, out); }),
+                    Elements([&](SAFEARRAY** out) { return bulk->GetTypeArrayEx(2, out); }),
+                    Elements([&](SAFEARRAY** out) { return bulk->GetTypeArrayByTypeNameEx(name.Get(), 0, 15, out); }),
+                    Elements([&](SAFEARRAY** out) { return bulk->GetTypeArrayByTypeNameEx(name.Get(), 1, 15, out); }),
+                    Elements([&](SAFEARRAY** out) { return from.ConfigFactory()->GetPCArray(out); })};
+        for (const auto& [type, element] : from.Model().types) {
+            const auto object = LXTypeOf(from, type);
+            lines.push_back(Elements([&](SAFEARRAY** out) { return object->GetTypeComponentData(15, out); }));
+        }
+        return lines;
+    };
+    server->DeliverComponentObjects(false);
+    Lines former;
+    const auto expectNewest = [&](const char* after) {
+        const Lines now = all(*server);
+        EXPECT_NE(now, former) << after;
+        const auto built = XSampleServer::Create(server->Model());
+        built->DeliverComponentObjects(false);
+        EXPECT_EQ(now, all(*built)) << after;
+        former = now;
+    };
+    expectNewest("nothing");
+    for (unsigned seed = 1; seed <= 5; ++seed) {
+        LXRandomEdits(*server, seed, 20);
+        expectNewest("random edits");
+    }
+    VARIANT value = {};
+    V_VT(&value) = VT_I4;
+    V_I4(&value) = 12345;
+    EXPECT_EQ(LXTypeOf(*server, "Pump")->SetProperty(XProperty::TypeLabel, value), S_OK);
+    expectNewest("a value that a client set");
+    EXPECT_EQ(server->LiveObjects().objects, 0) << "a kept array holds no objects";
+}
+
+TEST_F(ServerBulk, WhoAsksAfterAnEditGetsItWhoeverElseAsks) {
+    constexpr int Edits = 150;
+    server->DeliverComponentObjects(false);
+    const XText attribute((*model.FindType(OLESTR("Pump")))->attributes[0]->Text(XProperty::AttributeName));
+    const auto edit = [&](int i) {
+        server->Edit().SetAttributeProperty("Pump", attribute, XProperty::Unit, std::to_string(i));
+    };
+    edit(0);
+    std::atomic<int> done{0};
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 4; ++i) {
+        readers.emplace_back([&] {
+            for (int before = 0; before < Edits;) {
+                before = done;
+                XLXSafeArray array;
+                EXPECT_EQ(LXTypeOf(*server, "Pump")->GetTypeComponentData(1, array.Put()), S_OK);
+                auto components = Transfer::GetWrapperFromArray(std::move(array));
+                const auto attributes = Transfer::ReadAttributeList(std::move(components.attributes));
+                const auto unit = attributes[0].values[XProperty::Unit].AsText();
+                EXPECT_GE(std::stoi(LXToUtf8(unit.value_or(OLESTR("-1")))), before);
+            }
+        });
+    }
+    for (int i = 1; i <= Edits; ++i) {
+        edit(i);
+        done = i;
+    }
+    for (std::thread& reader : readers) {
+        reader.join();
+    }
 }
 
 TEST_F(ServerBulk, EveryReferenceComesBack) {
