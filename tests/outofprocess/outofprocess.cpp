@@ -180,6 +180,37 @@ XLXComPtr<ILXAttribute> CacheClient::Attribute(const char* type, const char* nam
 
 std::string CacheClient::Label() const { return LXTextOf(*Attribute(DerivedType, EditedAttribute), XProperty::Label); }
 
+namespace {
+// What only the server's own objects give.
+
+std::string FormatsOf(ILXAttribute& attribute) {
+    std::vector<std::string> labels;
+    for (int formatType = 0; formatType < 3; ++formatType) {
+        XLXComPtr<ILXFormat> format;
+        const HRESULT found = attribute.GetFormat(formatType, format.Put());
+        if (found != S_FALSE) { LXExpect(found, "GetFormat"); }
+        labels.push_back(format ? "'" + LXTextOf(*format, XProperty::Label) + "'" : "-");
+    }
+    return LXJoined(labels, ",");
+}
+
+std::string RelationsOf(ILXConfigFactory& factory) {
+    std::vector<std::string> lines;
+    for (const auto& relation : LXList<ILXParentChild, ILXParentChildEnum>("GetParentChildEnum", [&](auto** out) {
+             return factory.GetParentChildEnum(LXBstr("").Get(), nullptr, out);
+         })) {
+        auto infos = LXTextsOf(
+            LXList<ILXPCInfo, ILXPCInfoEnum>("GetPCInfoEnum", [&](auto** out) { return relation->GetPCInfoEnum(out); }),
+            XProperty::PCInfoBrowser);
+        std::sort(infos.begin(), infos.end());
+        lines.push_back(LXTextOf(*relation, XProperty::ParentName) + "/" + LXTextOf(*relation, XProperty::ChildName) +
+                        "/" + LXTextOf(*relation, XProperty::ChildList) + ": " + LXJoined(infos, ","));
+    }
+    std::sort(lines.begin(), lines.end());
+    return LXJoined(lines, "\n");
+}
+} // namespace
+
 std::string LXSnapshot(ILXConfigFactory& factory) {
     std::string text;
     for (const char* const name : {"Object", "Equipment", "Pump", "CentrifugalPump", "Vessel", "Document"}) {
@@ -194,12 +225,12 @@ std::string LXSnapshot(ILXConfigFactory& factory) {
         std::vector<std::string> lines;
         for (const auto& attribute : attributes) {
             lines.push_back(LXTextOf(*attribute, XProperty::AttributeName) + "=" +
-                            LXTextOf(*attribute, XProperty::Label));
+                            LXTextOf(*attribute, XProperty::Label) + "(" + FormatsOf(*attribute) + ")");
         }
         std::sort(lines.begin(), lines.end());
         text += std::string(name) + ": " + LXJoined(lines, " ") + "\n";
     }
-    return text;
+    return text + RelationsOf(factory);
 }
 
 ClientProcess::ClientProcess(const std::wstring& role)

@@ -118,7 +118,8 @@ private:
     XLXComPtr<ILXConfigFactoryCache> m_cache;
 };
 
-/// Names and labels of all attributes of all types, as one text: of a cache or of a server.
+/// Names and labels of all attributes of all types, with what hangs on them and what only the server's own objects give,
+/// as one text: of a cache, whose records came without objects, or of a server.
 std::string LXSnapshot(ILXConfigFactory& factory);
 
 /// A client in a process of its own: this program, started again with a role.
