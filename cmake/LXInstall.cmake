@@ -90,6 +90,7 @@ endif()
 install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.h ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache_i.c
   ${PROJECT_SOURCE_DIR}/include/LXError32.h ${PROJECT_SOURCE_DIR}/src/base/LXCompiler.h
   ${PROJECT_SOURCE_DIR}/include/lxconfigfactorycache/LXProperties.h
+  ${PROJECT_SOURCE_DIR}/include/lxconfigfactorycache/lxcfc.hpp
   DESTINATION ${lx_include} COMPONENT main)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/lxserver DESTINATION ${lx_include} COMPONENT main) # the server kit
 install(TARGETS lxidl ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main)

@@ -40,6 +40,14 @@ done
 for example in "$source"/examples/*.c; do
     "$cc" -std=c11 "${warnings[@]}" "${folders[@]}" "$example" || failed=1
 done
+# The typed layer, by itself and in one program with the server kit.
+for standard in c++17 c++20; do
+    check "$cxx" -x c++ -std=$standard <<<"#include <lxcfc.hpp>"
+done
+check "$cxx" -x c++ -std=c++20 <<<"#include <lxserver/Connection.h>
+#include <lxcfc.hpp>
+using namespace lx;
+using lxcfc::Cache;"
 # The server kit, and what stands on it, need C++20; a part of it is about server programs, which only Windows has.
 for header in "$source"/include/lxserver/*.h; do
     if [ "$platform" = windows ] || ! grep -q '#include <windows.h>\|LocalServer\|StubKeeper' "$header"; then

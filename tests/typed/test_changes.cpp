@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+//
+// The life of a cache in the typed layer, and the function that is told of changes.
+#include "typedfixture.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+constexpr const OLECHAR* FlowChanged = OLESTR("properties/Pump/4/512");
+
+/// A notification service that sends what it is told to, on the thread that tells it.
+class Service final : public lx::DataUpdateRefusals<lx::Object<ILXDataUpdate>> {
+public:
+    std::function<void()> whenRegistered = [] {};
+    bool letsGo = false; ///< of the callback when it is unregistered; else it keeps it, as some servers do
+    bool isRegistered = false;
+
+    HRESULT Notify(const OLECHAR* dataId = FlowChanged) {
+        const lxcfc::Bstr id(dataId), type(OLESTR("cfc_specific"));
+        return m_callback.Get()->DataObjectChanged(id.Get(), type.Get(), 0x100, ++m_lastId, 0, nullptr);
+    }
+
+    HRESULT STDMETHODCALLTYPE RegisterCallback(BSTR, ULONG, ILXCallbackUpdate* callback, LONG* client) override {
+        m_callback = callback;
+        isRegistered = true;
+        *client = 1;
+        whenRegistered();
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE UnregisterCallback(LONG) override {
+        isRegistered = false;
+        if (letsGo) { m_callback = nullptr; }
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE EnableAdvicesDataType(LONG, BSTR, LONG, ULONG) override { return S_OK; }
+
+private:
+    lx::Ref<ILXCallbackUpdate> m_callback;
+    ULONG m_lastId = 0;
+};
+
+/// Changes the unit of RatedFlow, and tells nobody.
+void SetUnit(lx::ModelServer& server, const OLECHAR* unit) {
+    server.Edit([unit](lx::Model& model) {
+        model.types[OLESTR("Pump")].attributes[OLESTR("RatedFlow")].Set(lx::Unit, unit);
+        return std::vector<lx::Change>();
+    });
+}
+} // namespace
+
+TEST_F(Typed, TheFunctionReadsWhatHasChanged) {
+    const auto server = MakeServer();
+    const auto service = lx::Make<Service>();
+    service->whenRegistered = [&] { EXPECT_EQ(service->Notify(), E_POINTER); }; // the cache has no relations yet
+    std::vector<std::string> seen;
+    lxcfc::Attribute flow;
+    lxcfc::Cache cache(FactoryOf(server), service.Get(), [&](const lxcfc::Change& change) {
+        EXPECT_TRUE(change.Concerns(LXUM_ATTRIBUTES));
+        EXPECT_FALSE(change.Concerns(LXUM_TYPES | LXUM_PARENTCHILD));
+        seen.push_back(flow.Text<std::string>(lx::Unit));
+        if (seen.size() == 1) { throw std::runtime_error("the caller's own"); }
+    });
+    EXPECT_TRUE(seen.empty()) << "nobody is told before the cache is there";
+    flow = cache.Type("Pump").Attribute("RatedFlow");
+    EXPECT_EQ(flow.Text<std::string>(lx::Unit), "m\xC2\xB3/h");
+    SetUnit(*server, OLESTR("l/s"));
+    EXPECT_EQ(flow.Text<std::string>(lx::Unit), "m\xC2\xB3/h") << "nobody was told";
+    EXPECT_EQ(service->Notify(), S_OK) << "what the function raises is not the server's affair";
+    SetUnit(*server, OLESTR("l/min"));
+    EXPECT_EQ(service->Notify(), S_OK);
+    EXPECT_EQ(seen, (std::vector<std::string>{"l/s", "l/min"}));
+    // The life moves with the object: who told the old one tells the new one.
+    lxcfc::Cache moved = std::move(cache);
+    SetUnit(*server, OLESTR("l/h"));
+    EXPECT_EQ(service->Notify(), S_OK);
+    EXPECT_EQ(seen.back(), "l/h");
+    moved = lxcfc::Cache(FactoryOf(server));
+    EXPECT_FALSE(service->isRegistered) << "what is assigned to ends first";
+    EXPECT_EQ(moved.Type("Pump").Attribute("RatedFlow").Text<std::string>(lx::Unit), "l/h");
+}
+
+TEST_F(Typed, AfterTheEndTheFunctionIsNeitherCalledNorUnderWay) {
+    const auto service = lx::Make<Service>(); // it keeps the callback
+    const auto token = std::make_shared<int>();
+    std::promise<void> entered, leave;
+    std::atomic<int> calls{0}, done{0};
+    lxcfc::Cache cache(FactoryOf(MakeServer()), service.Get(), [&, token](const lxcfc::Change&) {
+        if (++calls == 1) {
+            entered.set_value();
+            leave.get_future().wait();
+        }
+        ++done;
+    });
+    std::thread notifier([&] { EXPECT_EQ(service->Notify(), S_OK); });
+    entered.get_future().wait();
+    auto ended = std::async(std::launch::async, [&] {
+        cache.End();
+        EXPECT_EQ(done, 1) << "it came back while the function was under way";
+        EXPECT_EQ(service->Notify(), RPC_E_DISCONNECTED);
+    });
+    EXPECT_EQ(ended.wait_for(100ms), std::future_status::timeout);
+    EXPECT_EQ(service->Notify(), S_OK) << "the cache is still told, and the function not any more";
+    leave.set_value();
+    ended.get();
+    notifier.join();
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(token.use_count(), 1) << "the function is let go, though the server keeps the callback";
+    EXPECT_FALSE(service->isRegistered);
+}
+
+TEST_F(Typed, TheFunctionMayEndTheCacheItself) {
+    const auto service = lx::Make<Service>();
+    service->letsGo = true;
+    std::unique_ptr<lxcfc::Cache> cache;
+    cache = std::make_unique<lxcfc::Cache>(FactoryOf(MakeServer()), service.Get(),
+                                           [&](const lxcfc::Change&) { cache.reset(); });
+    EXPECT_EQ(service->Notify(), S_OK);
+    EXPECT_EQ(cache, nullptr);
+    EXPECT_FALSE(service->isRegistered);
+}
+
+TEST_F(Typed, AStartThatFailsLeavesNothing) {
+    class Broken final : public lx::ConfigServer {
+        lx::ModelPtr Snapshot() override { throw std::runtime_error("no configuration"); }
+    };
+    const auto service = lx::Make<Service>();
+    const auto token = std::make_shared<int>();
+    const auto start = [&] {
+        const lxcfc::Cache cache(FactoryOf(std::make_shared<Broken>()), service.Get(), [token](const auto&) {});
+    };
+    EXPECT_THROW(start(), lxcfc::Error);
+    EXPECT_FALSE(service->isRegistered);
+    EXPECT_EQ(service->Notify(), RPC_E_DISCONNECTED);
+    const lxcfc::Cache none;
+    EXPECT_THROW((void)none.Types(), lxcfc::Error);
+}
