@@ -31,6 +31,8 @@ Every interface of `LXConfigFactoryCache.idl`, with its methods in slot order. A
 - A failing call sets an error text: [troubleshooting.md](troubleshooting.md). [guide.md](guide.md) says which calls may
   wait for the server. The configuration name (`bstrConfigName`) is ignored.
 
+C++17 programs may use them through the typed layer, `lxcfc.hpp`, which frees, converts and raises.
+
 This page is made of the definitions: `docs/make_reference.py` writes it, and a test fails when it is out of date.
 """
 
