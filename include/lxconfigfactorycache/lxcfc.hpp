@@ -718,14 +718,16 @@ struct Change {
 /// the thread on which the server notifies; on several at once if the server does. The server may wait for it, so it
 /// does little: it marks a window as stale, or posts a message. It must not wait for the thread that ends the cache,
 /// which waits for it. What it raises ends here and is lost.
+///
+/// It is let go when the cache ends; a call that ends the cache itself lets it go when it returns.
 using Changed = std::function<void(const Change&)>;
 
 namespace detail {
 /// Stands between a server's notification service and the cache: to the cache it is the service, and to the server the
 /// callback. So a notification goes to the cache first, and to the caller's function when the cache has taken it.
-//
-// It holds the server's service and the cache's callback until UnregisterCallback, which the cache calls in Terminate,
-// and so makes no cycle that lasts. No lock is held while anything is called or let go.
+///
+/// It holds the server's service and the cache's callback until UnregisterCallback, which the cache calls in Terminate,
+/// and so makes no cycle that lasts. No lock is held while anything is called or let go.
 class Relay final : public ILXDataUpdate, public ILXCallbackUpdate {
 public:
     Relay(Ptr<ILXDataUpdate> server, Changed function)
@@ -855,22 +857,22 @@ private:
         return other ? call(*other) : RPC_E_DISCONNECTED;
     }
     void Tell(BSTR dataId, BSTR dataType, ULONG id) noexcept {
-        std::shared_ptr<const Changed> function;
+        bool isInside = false;
         try {
             const auto text = [](BSTR bstr) { return bstr != nullptr ? String(bstr, SysStringLen(bstr)) : String(); };
             const Change change{text(dataId), text(dataType), id};
             std::unique_lock<std::mutex> lock(m_mutex);
             if (!m_isOpen) { return; }
             m_inside.push_back(std::this_thread::get_id());
-            function = m_function;
+            isInside = true;
+            const std::shared_ptr<const Changed> function = m_function; // let go before the call counts as over
             lock.unlock();
             (*function)(change);
         } catch (...) {} // the caller's; a server must not see it
-        if (function) {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            m_inside.erase(std::find(m_inside.begin(), m_inside.end(), std::this_thread::get_id()));
-            m_left.notify_all();
-        }
+        if (!isInside) { return; }
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_inside.erase(std::find(m_inside.begin(), m_inside.end(), std::this_thread::get_id()));
+        m_left.notify_all();
     }
 
     std::atomic<ULONG> m_references{0};

@@ -96,6 +96,7 @@ TEST_F(Typed, AfterTheEndTheFunctionIsNeitherCalledNorUnderWay) {
     auto ended = std::async(std::launch::async, [&] {
         cache.End();
         EXPECT_EQ(done, 1) << "it came back while the function was under way";
+        EXPECT_EQ(token.use_count(), 1) << "the function is let go, though the server keeps the callback";
         EXPECT_EQ(service->Notify(), RPC_E_DISCONNECTED);
     });
     EXPECT_EQ(ended.wait_for(100ms), std::future_status::timeout);
@@ -104,7 +105,6 @@ TEST_F(Typed, AfterTheEndTheFunctionIsNeitherCalledNorUnderWay) {
     ended.get();
     notifier.join();
     EXPECT_EQ(calls, 1);
-    EXPECT_EQ(token.use_count(), 1) << "the function is let go, though the server keeps the callback";
     EXPECT_FALSE(service->isRegistered);
 }
 
