@@ -129,6 +129,7 @@ TEST_F(Typed, AStartThatFailsLeavesNothing) {
         const lxcfc::Cache cache(FactoryOf(std::make_shared<Broken>()), service.Get(), [token](const auto&) {});
     };
     EXPECT_THROW(start(), lxcfc::Error);
+    EXPECT_EQ(token.use_count(), 1) << "the function is let go";
     EXPECT_FALSE(service->isRegistered);
     EXPECT_EQ(service->Notify(), RPC_E_DISCONNECTED);
     const lxcfc::Cache none;
