@@ -179,6 +179,7 @@ TEST_F(Typed, ErrorsSayWhatWhereAndWhy) {
     const auto refused = [&] {
         (void)lxcfc::detail::Find<lxcfc::Relation>("AddParentChild", cache.Raw(), &ILXConfigFactory::AddParentChild);
     };
-    EXPECT_EQ(ErrorOf(refused).Result(), E_NOTIMPL);
-    EXPECT_EQ(ErrorOf(refused).Text(), OLESTR("AddParentChild failed"));
+    const lxcfc::Error bare = ErrorOf(refused);
+    EXPECT_EQ(bare.Result(), E_NOTIMPL);
+    EXPECT_EQ(bare.Text(), OLESTR("AddParentChild failed"));
 }
