@@ -97,6 +97,8 @@ install(TARGETS lxidl ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main
 install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.idl DESTINATION ${lx_data} COMPONENT main)
 if(WIN32)
   install(FILES $<TARGET_LINKER_FILE:LXError32> DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main)
+  install(FILES ${LX_SAMPLE_SERVER_HEADERS} DESTINATION ${lx_include} COMPONENT main)
+  install(FILES ${PROJECT_SOURCE_DIR}/server/program/LXSampleServer.idl DESTINATION ${lx_data} COMPONENT main)
   install(FILES ${LX_TYPE_LIBRARY} DESTINATION ${lx_data} COMPONENT main)
   install(PROGRAMS ${PROJECT_SOURCE_DIR}/packaging/register.cmd ${PROJECT_SOURCE_DIR}/packaging/unregister.cmd
     DESTINATION . COMPONENT main)
@@ -125,7 +127,7 @@ endif()
 
 # ---- documents, examples, data
 
-set(documents guide.md reference.md troubleshooting.md transfer-format.md lxcfc.md lxcfc-graph.png)
+set(documents guide.md reference.md troubleshooting.md transfer-format.md sample-server.md lxcfc.md lxcfc-graph.png)
 list(TRANSFORM documents PREPEND ${PROJECT_SOURCE_DIR}/docs/)
 foreach(document ${documents} ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
   install(FILES ${document} DESTINATION ${lx_documents} COMPONENT main)

@@ -7,6 +7,7 @@ usage: check_guide.py PROJECT-FOLDER VERSION
 - Each code block of guide.md stands under a comment with the file that it is from, and is in that file, line by line;
   the tests build and run those files.
 - Links between the documents, and paths that guide.md names in examples/, lead somewhere.
+- Edits of the sample server stand in sample-server.md.
 - The version that the guide's file names and the newest version of CHANGELOG.md show is the project's.
 """
 import pathlib
@@ -43,11 +44,23 @@ def versions(folder, guide, version):
     return faults + [f"guide.md names version {v}" for pair in named for v in pair if v and v != version]
 
 
+def edits(folder):
+    """Each edit that the sample server takes stands in its document, with its arguments."""
+    page = (folder / "docs" / "sample-server.md").read_text(encoding="utf-8")
+    source = (folder / "server" / "XServerTexts.cpp").read_text(encoding="utf-8")
+    taken = re.findall(r'^ *\{"(\w+)", \{([^}]*)\}, \[\]', source, re.M)
+    rows = [f"| `{name}` | " + ", ".join(f"`{a}`" for a in re.findall(r'"([^"]+)"', arguments)) + " |"
+            for name, arguments in taken]
+    faults = [f"sample-server.md has not: {row}" for row in rows if row not in page]
+    return faults + ([] if len(rows) > 30 else [f"only {len(rows)} edits were found"])
+
+
 def main():
     folder, version = pathlib.Path(sys.argv[1]), sys.argv[2]
     guide = (folder / "docs" / "guide.md").read_text(encoding="utf-8")
     faults = code_blocks(guide, folder) + versions(folder, guide, version)
-    for name in ("guide", "reference", "troubleshooting", "transfer-format"):
+    faults += edits(folder)
+    for name in ("guide", "reference", "troubleshooting", "transfer-format", "sample-server", "lxcfc"):
         faults += links(folder / "docs" / f"{name}.md", folder)
     print(*faults, f"{len(faults)} faults", sep="\n")
     sys.exit(1 if faults else 0)

@@ -33,7 +33,7 @@ Every interface of `LXConfigFactoryCache.idl`, with its methods in slot order. A
 
 C++17 programs may use them through the typed layer, `lxcfc.hpp`, which frees, converts and raises.
 
-This page is made of the definitions: `docs/make_reference.py` writes it, and a test fails when it is out of date.
+This page is made of the definitions; a test fails when it is out of date.
 """
 
 # The heading of each part of the definitions, by its first interface.

@@ -4,7 +4,7 @@
 
     python3 models/make_plant.py > models/plant.json
 
-The same script always writes the same file. What the keys mean is told in server/README.md.
+The same script always writes the same file. What the keys mean is told in docs/sample-server.md.
 """
 import json
 import sys

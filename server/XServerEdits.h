@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Changes of the sample server's model while it runs, each with the notification that a server sends for it.
-// server/README.md has the table of edits and their data ids.
+// docs/sample-server.md has the table of edits and their data ids.
 //
 // Threading  Every method may be called from any thread, from a hook and from a client's callback too. The model is
 //            changed under its lock; the notification is sent after it was given back.

@@ -154,7 +154,7 @@ struct XServerModel {
     std::vector<const XModelRef<XModelAttribute>*> AllAttributes(XLXTextView typeName) const;
 };
 
-/// Model files are JSON; server/README.md describes them. Reading checks names and references.
+/// Model files are JSON; docs/sample-server.md describes them. Reading checks names and references.
 XServerModel LXReadModel(const std::string& path);
 XServerModel LXParseModel(std::string_view json);
 std::string LXFormatModel(const XServerModel& model);

@@ -138,6 +138,10 @@ check_paths() {
     ! grep -rIlF "$source" "$root" || fail "files name the folder that they were built in"
 }
 
+check_links() {
+    python3 "$(dirname "$0")/check_links.py" "$root" || fail "a document leads to what is not in the package"
+}
+
 # registration SCRIPT
 registration() {
     quietly "$RUNNER" cmd /c "Z:${root//\//\\}\\$1"
@@ -152,6 +156,7 @@ check_path_of_modules() {
 
 "put_$kind"
 check_paths
+check_links
 build_examples
 if [ -n "${TOOLCHAIN:-}" ]; then
     registration register.cmd
