@@ -7,6 +7,10 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
+# Who makes it, as the licence says.
+file(STRINGS ${PROJECT_SOURCE_DIR}/LICENSE LX_COPYRIGHT REGEX "^Copyright")
+string(REGEX REPLACE "^Copyright .* [0-9]+ " "" LX_COMPANY "${LX_COPYRIGHT}")
+
 set(LX_MODULES LXConfigFactoryCache32 LXError32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS)
 set(LX_PROGRAMS lxcfc lxsampleserverprogram)
 
@@ -47,20 +51,28 @@ install(TARGETS ${lx_binaries}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT unused EXCLUDE_FROM_ALL) # nobody links these
 
-# The version resource of those that have none of their own.
+# Each binary's version resource.
 function(lx_version_resource target description)
   if(WIN32 AND TARGET ${target})
     get_target_property(type ${target} TYPE)
+    get_target_property(lx_binary ${target} OUTPUT_NAME)
+    if(NOT lx_binary)
+      set(lx_binary ${target})
+    endif()
     set(lx_file_type VFT_DLL)
+    set(lx_file ${lx_binary}.dll)
     if(type STREQUAL "EXECUTABLE")
       set(lx_file_type VFT_APP)
+      set(lx_file ${lx_binary}.exe)
     endif()
-    set(lx_binary ${target})
     set(lx_description ${description})
     configure_file(${PROJECT_SOURCE_DIR}/packaging/version.rc.in ${CMAKE_BINARY_DIR}/package/${target}.rc @ONLY)
     target_sources(${target} PRIVATE ${CMAKE_BINARY_DIR}/package/${target}.rc)
   endif()
 endfunction()
+lx_version_resource(LXConfigFactoryCache32 "${PROJECT_DESCRIPTION}")
+lx_version_resource(LXConfigFactoryCachePS "Proxies and stubs of the configuration cache's interfaces")
+lx_version_resource(LXSampleServerPS "Proxies and stubs of the sample server's control interface")
 lx_version_resource(LXError32 "Error information and logbook of the configuration cache")
 lx_version_resource(LXCfgCacheCallback "Separate callback object of the configuration cache")
 lx_version_resource(lxcfc "Shows and compares the configuration of a server")
@@ -99,6 +111,8 @@ if(WIN32)
   install(FILES $<TARGET_LINKER_FILE:LXError32> DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main)
   install(FILES ${LX_SAMPLE_SERVER_HEADERS} DESTINATION ${lx_include} COMPONENT main)
   install(FILES ${PROJECT_SOURCE_DIR}/server/program/LXSampleServer.idl DESTINATION ${lx_data} COMPONENT main)
+  install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/LXConfigFactoryCache.manifest DESTINATION ${CMAKE_INSTALL_BINDIR}
+    COMPONENT main)
   install(FILES ${LX_TYPE_LIBRARY} DESTINATION ${lx_data} COMPONENT main)
   install(PROGRAMS ${PROJECT_SOURCE_DIR}/packaging/register.cmd ${PROJECT_SOURCE_DIR}/packaging/unregister.cmd
     DESTINATION . COMPONENT main)

@@ -4,7 +4,7 @@
 # Linux and one with its debug information.
 set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(CPACK_PACKAGE_VENDOR "The LXConfigFactoryCache developers")
+set(CPACK_PACKAGE_VENDOR "${LX_COMPANY}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "In-process cache of an object database's configuration")
 set(CPACK_PACKAGE_DESCRIPTION "A COM component that stands between an application and the configuration server of an
 object database: it reads types, attributes, groups, editors and relations in bulk, answers from
@@ -28,7 +28,7 @@ else()
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
   set(CPACK_DEBIAN_PACKAGE_NAME lxconfigfactorycache)
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-  set(CPACK_DEBIAN_PACKAGE_MAINTAINER "The LXConfigFactoryCache developers <lxconfigfactorycache@localhost>")
+  set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${LX_COMPANY} <lxconfigfactorycache@localhost>")
   set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
   set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

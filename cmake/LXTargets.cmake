@@ -36,6 +36,10 @@ if(LX_BUILD_FUZZERS) # a fuzz target steers by the coverage of the code under te
   add_link_options(-fsanitize=fuzzer-no-link)
 endif()
 if(WIN32)
+  set(LX_ARCHITECTURE amd64) # as manifests call it
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    set(LX_ARCHITECTURE x86)
+  endif()
   add_compile_definitions(UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601)
   add_link_options(-static) # a DLL brings its own runtime
 endif()

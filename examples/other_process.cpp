@@ -28,8 +28,8 @@ static void PrintUnit(ILXAttribute* attribute) {
    round to it. */
 static void ChangeOnServer(ILXSampleServer* server) {
     BSTR outcome = nullptr;
-    BSTR edit = SysAllocString(OLESTR(R"({"edit":"SetAttributeProperty","type":"PumpCentrifugal","name":"RatedFlow",)")
-                                   OLESTR(R"("index":4,"value":"l/s"})"));
+    BSTR edit = SysAllocString(OLESTR(R"({"edit":"SetAttributeProperty","type":"Pump","name":"RatedHead",)")
+                                   OLESTR(R"("index":4,"value":"ft"})"));
     Check(server->Edit(edit, &outcome), "Edit");
     SysFreeString(edit);
     SysFreeString(outcome);
@@ -64,20 +64,20 @@ int main() {
     Initialize(cache, factory, query, update);
 
     ILXType* pump = nullptr;
-    ILXAttribute* flow = nullptr;
-    BSTR pumpName = SysAllocString(OLESTR("PumpCentrifugal")), flowName = SysAllocString(OLESTR("RatedFlow"));
+    ILXAttribute* head = nullptr;
+    BSTR pumpName = SysAllocString(OLESTR("PumpCentrifugal")), headName = SysAllocString(OLESTR("RatedHead"));
     Check(cache->QueryInterface(IID_PPV_ARGS(&types)), "QueryInterface");
     Check(types->GetType(pumpName, nullptr, &pump), "GetType");
-    Check(pump->GetAttribute(flowName, &flow), "GetAttribute");
-    PrintUnit(flow);
+    Check(pump->GetAttribute(headName, &head), "GetAttribute");
+    PrintUnit(head);
     ChangeOnServer(server);
-    PrintUnit(flow);
+    PrintUnit(head);
 
     Check(cache->Terminate(), "Terminate");
     Check(server->Stop(), "Stop"); // left alone it would end some seconds after its last client
     SysFreeString(pumpName);
-    SysFreeString(flowName);
-    flow->Release();
+    SysFreeString(headName);
+    head->Release();
     pump->Release();
     types->Release();
     cache->Release();

@@ -8,6 +8,7 @@
 set -euo pipefail
 kind=$1 source=$2 build=$3
 cmake=${CMAKE:-cmake}
+here=$(cd "$(dirname "$0")" && pwd)
 objdump=${OBJDUMP:-objdump}
 place=$(mktemp -d "$build/package-test.XXXXXX")
 trap 'rm -rf "$place"' EXIT
@@ -76,10 +77,21 @@ put_zip() {
         ! has_section "$root/bin/$module" .debug_info || fail "$module has its debug information"
         has_section "$root/bin/$module" .gnu_debuglink || fail "$module does not name $module.debug"
     done
-    for binary in "$root"/bin/*; do
-        tr -d '\0' <"$binary" | grep -aqF "ProductVersion$(version)" || fail "$binary does not say that it is $(version)"
+    for binary in "$root"/bin/*.dll "$root"/bin/*.exe; do
+        has_version_resource "$binary"
     done
     cmp -s "$root/LICENSE" "$source/LICENSE" || fail "the licence is missing"
+}
+
+# has_version_resource BINARY: it says who made what, and under which name.
+has_version_resource() {
+    local strings entry
+    strings=$(tr -d '\0' <"$1")
+    for entry in "CompanyName$(sed -n 's/^Copyright .* [0-9]\{4\} //p' "$source/LICENSE")" \
+        "LegalCopyright$(grep '^Copyright' "$source/LICENSE")" "OriginalFilename$(basename "$1")" \
+        "ProductNameLXConfigFactoryCache" "ProductVersion$(version)"; do
+        grep -aqF "$entry" <<<"$strings" || fail "$(basename "$1") does not say: $entry"
+    done
 }
 
 version() { sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt"; }
@@ -98,10 +110,17 @@ build_examples() {
 }
 readonly warnings="-Wall -Wextra -Wpedantic -Wconversion -Werror"
 
+# run_examples [OPTION...]
 run_examples() {
-    quietly "$(dirname "$cmake")/ctest" --test-dir "$place/build" --output-on-failure --timeout 60
+    quietly "$(dirname "$cmake")/ctest" --test-dir "$place/build" --output-on-failure --timeout 60 "$@"
     grep -q '100% tests passed' "$place/log" || fail "the examples did not run"
-    echo "the examples, built with CMake, ran"
+    echo "the examples, built with CMake, ran: $*"
+}
+
+# What finds the component by its manifest does so with nothing registered, and what does not finds none.
+run_without_registration() {
+    ! "$RUNNER" "$place/build/client.exe" >"$place/log" 2>&1 || fail "$1"
+    run_examples -R without_registration
 }
 
 build_with_pkg_config() {
@@ -139,7 +158,7 @@ check_paths() {
 }
 
 check_links() {
-    python3 "$(dirname "$0")/check_links.py" "$root" || fail "a document leads to what is not in the package"
+    python3 "$here/check_links.py" "$root" || fail "a document leads to what is not in the package"
 }
 
 # registration SCRIPT
@@ -159,11 +178,12 @@ check_paths
 check_links
 build_examples
 if [ -n "${TOOLCHAIN:-}" ]; then
+    run_without_registration "the component is registered already"
     registration register.cmd
     run_examples
     run_tools
     registration unregister.cmd
-    ! "$RUNNER" "$place/build/client.exe" >"$place/log" 2>&1 || fail "unregister.cmd left the component registered"
+    run_without_registration "unregister.cmd left the component registered"
 else
     check_path_of_modules
     run_examples
