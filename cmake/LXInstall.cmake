@@ -78,23 +78,46 @@ lx_version_resource(LXCfgCacheCallback "Separate callback object of the configur
 lx_version_resource(lxcfc "Shows and compares the configuration of a server")
 lx_version_resource(lxsampleserverprogram "Sample configuration server")
 
-# Debug information of Windows binaries: split off into a file of its own, which the binary names.
+# Debug information of Windows binaries, in files of their own that the binaries name. Clang's is all in the PDB files.
+# GCC's goes to FILE.debug, which GDB reads; its PDB files, by the linker, have the names of functions alone.
 if(WIN32)
+  find_package(Python3 REQUIRED COMPONENTS Interpreter)
+  set(folder ${CMAKE_BINARY_DIR}/debugfiles)
+  file(MAKE_DIRECTORY ${folder} ${CMAKE_BINARY_DIR}/maps)
   set(debug_files "")
   foreach(target ${lx_binaries})
-    set(file ${CMAKE_BINARY_DIR}/debugfiles/$<TARGET_FILE_NAME:${target}>.debug)
-    add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/debugfiles/${target}.stamp
-      COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/debugfiles
-      COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> ${file}
-      COMMAND ${CMAKE_COMMAND} -E touch ${CMAKE_BINARY_DIR}/debugfiles/${target}.stamp
-      DEPENDS ${target} VERBATIM)
-    list(APPEND debug_files ${CMAKE_BINARY_DIR}/debugfiles/${target}.stamp)
-    install(FILES ${file} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT debug EXCLUDE_FROM_ALL)
-    set(installed "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/$<TARGET_FILE_NAME:${target}>")
-    install(CODE "execute_process(COMMAND \"${CMAKE_OBJCOPY}\" --strip-all \"--add-gnu-debuglink=${file}\"
-      \"${installed}\" COMMAND_ERROR_IS_FATAL ANY)" COMPONENT main)
+    set(name $<TARGET_FILE_NAME:${target}>)
+    target_link_options(${target} PRIVATE -Wl,--pdb=${folder}/${name}.pdb -Wl,-Map,${CMAKE_BINARY_DIR}/maps/${name}.map)
+    set(files ${folder}/${name}.pdb)
+    set(link "")
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+      target_link_options(${target} PRIVATE -Wl,-Xlink=-pdbaltpath:${name}.pdb)
+    else()
+      set(file ${folder}/${name}.debug)
+      add_custom_command(OUTPUT ${folder}/${target}.stamp
+        COMMAND ${CMAKE_OBJCOPY} --preserve-dates --only-keep-debug $<TARGET_FILE:${target}> ${file}
+        COMMAND ${CMAKE_COMMAND} -E touch ${folder}/${target}.stamp
+        DEPENDS ${target} VERBATIM)
+      list(APPEND debug_files ${folder}/${target}.stamp)
+      list(APPEND files ${file})
+      set(link "\"--add-gnu-debuglink=${file}\"")
+    endif()
+    set(installed "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/${name}")
+    install(CODE "execute_process(COMMAND \"${CMAKE_OBJCOPY}\" --preserve-dates --strip-all ${link} \"${installed}\"
+      COMMAND_ERROR_IS_FATAL ANY)" COMPONENT main)
+    install(FILES ${files} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT debug EXCLUDE_FROM_ALL)
   endforeach()
   add_custom_target(lxdebugfiles ALL DEPENDS ${debug_files})
+
+  # The bill of materials, of the binaries as they are now.
+  set(gcc_version ${CMAKE_CXX_COMPILER_VERSION})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    string(REGEX REPLACE ".*/([0-9.]+)-posix$" "\\1.0" gcc_version "${LX_RUNTIME}")
+  endif()
+  set(installed "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}")
+  install(CODE "execute_process(COMMAND \"${Python3_EXECUTABLE}\" \"${PROJECT_SOURCE_DIR}/packaging/make_sbom.py\"
+    ${PROJECT_VERSION} ${gcc_version} \"${installed}/${CMAKE_INSTALL_BINDIR}\" \"${CMAKE_BINARY_DIR}\"
+    \"${installed}/licenses\" \"${installed}/sbom.cdx.json\" COMMAND_ERROR_IS_FATAL ANY)" COMPONENT main)
 endif()
 
 # ---- what clients and servers are built with

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 #
-# The packages, which cpack makes in build/P: a ZIP for Windows and one with its debug information, a Debian package for
-# Linux and one with its debug information.
+# The packages, which cpack makes in build/P: a ZIP for Windows, a NuGet package made of it, and a ZIP with the
+# debug information; a Debian package for Linux and one with its debug information.
 set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_VENDOR "${LX_COMPANY}")
@@ -23,6 +23,9 @@ if(WIN32)
   set(CPACK_ARCHIVE_DEBUG_FILE_NAME ${PROJECT_NAME}-${PROJECT_VERSION}-win64-debug)
   set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY OFF)
   set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF)
+  set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/LXNuget.cmake)
+  set(CPACK_LX_PACKAGING ${PROJECT_SOURCE_DIR}/packaging)
+  set(CPACK_LX_PYTHON ${Python3_EXECUTABLE})
 else()
   set(CPACK_GENERATOR DEB)
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)

@@ -39,9 +39,20 @@ if(WIN32)
   set(LX_ARCHITECTURE amd64) # as manifests call it
   if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     set(LX_ARCHITECTURE x86)
+    add_link_options(-Wl,--enable-stdcall-fixup) # the exports of the .def files are found by their plain names
   endif()
   add_compile_definitions(UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601)
   add_link_options(-static) # a DLL brings its own runtime
+  # One commit gives the same binaries, wherever and whenever it is built.
+  add_link_options(-Wl,--no-insert-timestamp)
+  file(RELATIVE_PATH relative ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}) # a compiler cache may turn paths into these
+  string(REGEX REPLACE "/$" "" relative "${relative}")
+  foreach(folder ${relative}=. ${PROJECT_SOURCE_DIR}=. ${PROJECT_BINARY_DIR}=./build)
+    add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${folder}>")
+  endforeach()
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-gcodeview>) # debug information for PDB files
+  endif()
 endif()
 
 # The compile rules of the project for a target.

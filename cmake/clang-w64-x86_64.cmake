@@ -10,6 +10,7 @@ if(NOT runtime)
   message(FATAL_ERROR "g++-mingw-w64-x86-64-posix is not installed")
 endif()
 list(GET runtime -1 runtime)
+set(LX_RUNTIME ${runtime})
 
 set(CMAKE_C_COMPILER clang)
 set(CMAKE_CXX_COMPILER clang++)

@@ -67,20 +67,35 @@ put_deb() {
 }
 
 put_zip() {
-    local package debug
+    local package
     package=$(make_package "LXConfigFactoryCache-$(version)-win64.zip")
     mkdir "$root" "$place/debug"
     (cd "$root" && "$cmake" -E tar xf "$package")
     (cd "$place/debug" && "$cmake" -E tar xf "${package%.zip}-debug.zip")
-    for module in LXConfigFactoryCache32.dll LXError32.dll; do
-        has_section "$place/debug/bin/$module.debug" .debug_info || fail "$module.debug is empty"
-        ! has_section "$root/bin/$module" .debug_info || fail "$module has its debug information"
-        has_section "$root/bin/$module" .gnu_debuglink || fail "$module does not name $module.debug"
-    done
     for binary in "$root"/bin/*.dll "$root"/bin/*.exe; do
         has_version_resource "$binary"
+        has_debug_information "$(basename "$binary")"
     done
     cmp -s "$root/LICENSE" "$source/LICENSE" || fail "the licence is missing"
+    python3 "$here/check_sbom.py" "$root" "$objdump" || fail "the bill of materials"
+    python3 "$here/check_nuget.py" "$place/packages/LXConfigFactoryCache.$(version).nupkg" "$(version)" "$root" ||
+        fail "the NuGet package"
+}
+
+# has_debug_information BINARY: it names its PDB file, which has the names of its functions; with Clang their lines too.
+has_debug_information() {
+    local pdb=$place/debug/bin/$1.pdb publics lines
+    ! has_section "$root/bin/$1" .debug_info || fail "$1 has its debug information"
+    grep -aqF "$1.pdb" "$root/bin/$1" || fail "$1 does not name its PDB file"
+    publics=$(llvm-pdbutil dump -publics "$pdb") || fail "$1.pdb cannot be read"
+    grep -qE '`(DllGetClassObject|LXErrorSetInfo|main|mainCRTStartup)`' <<<"$publics" || fail "$1.pdb lacks functions"
+    if [ -e "$place/debug/bin/$1.debug" ]; then
+        has_section "$place/debug/bin/$1.debug" .debug_info || fail "$1.debug is empty"
+        has_section "$root/bin/$1" .gnu_debuglink || fail "$1 does not name $1.debug"
+    else
+        lines=$(llvm-pdbutil dump -l "$pdb")
+        grep -qE '/(src|tools|server|proxy)/[^ ]+[.](cpp|h|c) ' <<<"$lines" || fail "$1.pdb has no lines"
+    fi
 }
 
 # has_version_resource BINARY: it says who made what, and under which name.
@@ -155,6 +170,7 @@ run_tools() {
 
 check_paths() {
     ! grep -rIlF "$source" "$root" || fail "files name the folder that they were built in"
+    [ "$kind" != zip ] || ! grep -alF "$source" "$root"/bin/*.dll || fail "DLLs name the folder that they were built in"
 }
 
 check_links() {
