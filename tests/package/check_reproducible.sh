@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Builds DLLs a second time, from a copy of the sources in another folder, and compares them with those of the build.
+# usage: check_reproducible.sh SOURCE BUILD TARGET...
+# A module of which each object was compiled takes as long as its build did: the tests compare small ones; all of them:
+#   tests/package/check_reproducible.sh . build/windows-release LXConfigFactoryCache32 LXError32 LXCfgCacheCallback
+set -euo pipefail
+source=$(cd "$1" && pwd) build=$(cd "$2" && pwd)
+targets=("${@:3}")
+cmake=${CMAKE:-cmake}
+export CCACHE_DISABLE=1 # or it would be the same objects
+copy=$(mktemp -d "${TMPDIR:-/tmp}/another folder.XXXXXX")
+trap 'rm -rf "$copy"' EXIT
+
+cached() { sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"; }
+
+mkdir "$copy/tree"
+(cd "$source" && git -c safe.directory='*' ls-files -z | xargs -0 cp --parents -t "$copy/tree")
+"$cmake" -S "$copy/tree" -B "$copy/out" -G Ninja -DCMAKE_BUILD_TYPE="$(cached CMAKE_BUILD_TYPE)" -DLX_BUILD_TESTS=OFF \
+    -DCMAKE_TOOLCHAIN_FILE="$copy/tree/cmake/$(basename "$(cached CMAKE_TOOLCHAIN_FILE)")" \
+    -DCMAKE_CXX_FLAGS_RELEASE="$(cached CMAKE_CXX_FLAGS_RELEASE)" >"$copy/log"
+"$cmake" --build "$copy/out" --target "${targets[@]}" >>"$copy/log" || {
+    tail -n 40 "$copy/log"
+    exit 1
+}
+different=0
+for target in "${targets[@]}"; do
+    if cmp "$build/bin/$target.dll" "$copy/out/bin/$target.dll"; then
+        echo "$target.dll is the same"
+    else
+        different=1
+    fi
+done
+exit $different
