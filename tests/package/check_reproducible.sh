@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 # Builds DLLs a second time, from a copy of the sources in another folder, and compares them with those of the build.
 # usage: check_reproducible.sh SOURCE BUILD TARGET...
-# A module of which each object was compiled takes as long as its build did: the tests compare small ones; all of them:
+# That takes as long as the build did without a compiler cache, so the tests compare small ones; all of them:
 #   tests/package/check_reproducible.sh . build/windows-release LXConfigFactoryCache32 LXError32 LXCfgCacheCallback
 set -euo pipefail
 source=$(cd "$1" && pwd) build=$(cd "$2" && pwd)
@@ -14,11 +14,12 @@ trap 'rm -rf "$copy"' EXIT
 
 cached() { sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"; }
 
+kind=$(cached CMAKE_BUILD_TYPE)
 mkdir "$copy/tree"
 (cd "$source" && git -c safe.directory='*' ls-files -z | xargs -0 cp --parents -t "$copy/tree")
-"$cmake" -S "$copy/tree" -B "$copy/out" -G Ninja -DCMAKE_BUILD_TYPE="$(cached CMAKE_BUILD_TYPE)" -DLX_BUILD_TESTS=OFF \
+"$cmake" -S "$copy/tree" -B "$copy/out" -G Ninja -DCMAKE_BUILD_TYPE="$kind" -DLX_BUILD_TESTS=OFF \
     -DCMAKE_TOOLCHAIN_FILE="$copy/tree/cmake/$(basename "$(cached CMAKE_TOOLCHAIN_FILE)")" \
-    -DCMAKE_CXX_FLAGS_RELEASE="$(cached CMAKE_CXX_FLAGS_RELEASE)" >"$copy/log"
+    "-DCMAKE_CXX_FLAGS_${kind^^}=$(cached "CMAKE_CXX_FLAGS_${kind^^}")" >"$copy/log"
 "$cmake" --build "$copy/out" --target "${targets[@]}" >>"$copy/log" || {
     tail -n 40 "$copy/log"
     exit 1
