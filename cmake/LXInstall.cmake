@@ -13,6 +13,10 @@ string(REGEX REPLACE "^Copyright .* [0-9]+ " "" LX_COMPANY "${LX_COPYRIGHT}")
 
 set(LX_MODULES LXConfigFactoryCache32 LXError32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS)
 set(LX_PROGRAMS lxcfc lxsampleserverprogram)
+if(LX_ARCHITECTURE STREQUAL x86) # what 32-bit clients load
+  set(LX_MODULES LXConfigFactoryCache32 LXError32 LXConfigFactoryCachePS LXCfgCacheCallback)
+  set(LX_PROGRAMS "")
+endif()
 
 set(lx_include ${CMAKE_INSTALL_INCLUDEDIR}/lxconfigfactorycache)
 set(lx_data ${CMAKE_INSTALL_DATADIR}/lxconfigfactorycache)

@@ -24,7 +24,8 @@ HRESULT LXUnregisterTypeLibrary() {
     HKEY key = nullptr;
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, RegisteredKey, 0, KEY_READ, &key) == ERROR_FILE_NOT_FOUND) { return S_OK; }
     RegCloseKey(key);
-    return UnRegisterTypeLib(LIBID_LXCONFIGFACTORYCACHELib, MajorVersion, MinorVersion, Locale, SYS_WIN64);
+    return UnRegisterTypeLib(LIBID_LXCONFIGFACTORYCACHELib, MajorVersion, MinorVersion, Locale,
+                             sizeof(void*) == 8 ? SYS_WIN64 : SYS_WIN32);
 }
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {

@@ -100,7 +100,7 @@ inline HRESULT LXHandOutValue(XLXComVariant&& value, VARIANT* out) noexcept {
     return result;
 }
 
-static_assert(sizeof(XLXComVariant) == sizeof(VARIANT) && sizeof(VARIANT) == 24);
+static_assert(sizeof(XLXComVariant) == sizeof(VARIANT) && sizeof(VARIANT) == 8 + 2 * sizeof(void*));
 
 using XLXVariantVector = std::vector<XLXComVariant>;
 
