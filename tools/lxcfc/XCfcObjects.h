@@ -22,6 +22,15 @@ XJson LXNamedValuesOf(XElementKind kind, ILXConfigObject& object);
 /// Some of them, by name; those without a name are left out.
 XJson LXSomeOf(XElementKind kind, ILXConfigObject& object, std::initializer_list<int> members);
 
+/// The elements of an enumeration; none where the server does not offer it.
+template <class Element, class Enumerator, class Call>
+std::vector<XLXComPtr<Element>> LXOffered(const char* what, Call&& call) {
+    return LXList<Element, Enumerator>(what, [&call](Enumerator** out) {
+        const HRESULT result = call(out);
+        return result == E_NOTIMPL ? S_FALSE : result;
+    });
+}
+
 /// One row for each object of an enumeration.
 template <class Element, class Enumerator, class Call>
 XJson LXRows(const char* what, XElementKind kind, std::initializer_list<int> members, Call&& call) {

@@ -14,15 +14,6 @@ namespace {
 constexpr std::size_t ManyAttributes = 500; // of a type, the inherited ones among them
 constexpr std::size_t ManyChoices = 200;    // attribute types of an attribute
 
-/// The elements of an enumeration; none where the server does not offer it.
-template <class Element, class Enumerator, class Call>
-std::vector<XLXComPtr<Element>> Offered(const char* what, Call&& call) {
-    return LXList<Element, Enumerator>(what, [&call](Enumerator** out) {
-        const HRESULT result = call(out);
-        return result == E_NOTIMPL ? S_FALSE : result;
-    });
-}
-
 /// Findings have an id that scripts can rely on, a severity and the object that they are about.
 class Findings {
 public:
@@ -108,14 +99,14 @@ private:
 
     void LookAtBrowsersAndSpecs() {
         const auto browsers =
-            LXTextsOf(Offered<ILXBrowserId, ILXBrowserIdEnum>(
+            LXTextsOf(LXOffered<ILXBrowserId, ILXBrowserIdEnum>(
                           "GetBrowserIdEnum", [&](auto** out) { return m_session.Cached().GetBrowserIdEnum(out); }),
                       XProperty::BrowserIdName);
         for (const std::string& browser : browsers) {
             m_browsers.insert(LXFolded(browser));
         }
         m_findings.Names("browser ", browsers);
-        for (const auto& spec : Offered<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
+        for (const auto& spec : LXOffered<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
                  "GetAllGlobalAttributeFormatSpecs",
                  [&](auto** out) { return m_session.Cached().GetAllGlobalAttributeFormatSpecs(out); })) {
             LookAtFormats("spec " + LXTextOf(*spec, XProperty::SpecId), *spec);
@@ -123,7 +114,8 @@ private:
     }
 
     void LookAtRelations() {
-        for (const auto& relation : Offered<ILXParentChild, ILXParentChildEnum>("GetParentChildEnum", [&](auto** out) {
+        for (const auto& relation :
+             LXOffered<ILXParentChild, ILXParentChildEnum>("GetParentChildEnum", [&](auto** out) {
                  return m_session.Cached().GetParentChildEnum(nullptr, nullptr, out);
              })) {
             const std::string parent = LXTextOf(*relation, XProperty::ParentName);
@@ -135,7 +127,7 @@ private:
                     m_findings.Error("unknown-type", object, "there is no type \"" + end + "\"");
                 }
             }
-            for (const auto& info : Offered<ILXPCInfo, ILXPCInfoEnum>(
+            for (const auto& info : LXOffered<ILXPCInfo, ILXPCInfoEnum>(
                      "GetPCInfoEnum", [&](auto** out) { return relation->GetPCInfoEnum(out); })) {
                 NeedBrowser(object, LXTextOf(*info, XProperty::PCInfoBrowser));
             }
@@ -164,7 +156,7 @@ private:
         }
         m_findings.Names(name + "/", names, inherited);
         LookAtGroups(name, *type, attributes, inherited);
-        for (const auto& editor : Offered<ILXConfObjEditor, ILXConfObjEditorEnum>(
+        for (const auto& editor : LXOffered<ILXConfObjEditor, ILXConfObjEditorEnum>(
                  "GetConfObjEditorEnum", [&](auto** out) { return type->GetConfObjEditorEnum(out); })) {
             NeedBrowser(name + "/editor " + LXTextOf(*editor, XProperty::ProgId),
                         LXTextOf(*editor, XProperty::EditorBrowserId));
@@ -174,7 +166,7 @@ private:
     void LookAtAttribute(const std::string& object, ILXAttribute& attribute) {
         LookAtFormats(object, attribute);
         const auto choices =
-            LXTextsOf(Offered<ILXAttributeType, ILXAttributeTypeEnum>(
+            LXTextsOf(LXOffered<ILXAttributeType, ILXAttributeTypeEnum>(
                           "GetAttributeTypeEnum", [&](auto** out) { return attribute.GetAttributeTypeEnum(out); }),
                       XProperty::AttributeTypeName);
         m_findings.Names(object + "/", choices);
@@ -187,11 +179,11 @@ private:
                       const std::set<std::string>& inherited) {
         std::set<LONG> pages, groups, usedPages, usedGroups;
         for (const auto& page :
-             Offered<ILXPage, ILXPageEnum>("GetPageEnum", [&](auto** out) { return type.GetPageEnum(out); })) {
+             LXOffered<ILXPage, ILXPageEnum>("GetPageEnum", [&](auto** out) { return type.GetPageEnum(out); })) {
             pages.insert(LXNumberOf(*page, XProperty::PageNumber));
         }
         const auto all =
-            Offered<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type.GetGroupEnum(out); });
+            LXOffered<ILXGroup, ILXGroupEnum>("GetGroupEnum", [&](auto** out) { return type.GetGroupEnum(out); });
         for (const auto& group : all) {
             groups.insert(LXNumberOf(*group, XProperty::GroupNumber));
         }
@@ -246,7 +238,7 @@ private:
     std::vector<std::string> OwnAttributes(const std::string& name) const {
         XLXComPtr<ILXType> type;
         if (m_session.Direct().GetType(LXBstr(name).Get(), nullptr, type.Put()) != S_OK) { return {}; }
-        return LXTextsOf(Offered<ILXAttribute, ILXAttributeEnum>(
+        return LXTextsOf(LXOffered<ILXAttribute, ILXAttributeEnum>(
                              "GetAttributeEnum", [&](auto** out) { return type->GetAttributeEnum(out); }),
                          XProperty::AttributeName);
     }
