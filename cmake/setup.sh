@@ -10,7 +10,7 @@ packages_of() {
     build) echo g++ cmake ninja-build python3 nlohmann-json3-dev libcli11-dev libsqlite3-dev googletest ;;
     windows) echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools lld libwine libwine-dev ;;
     wine) echo wine wine64 ;;
-    browser) echo chromium chromium-driver ;;
+    browser) echo chromium chromium-driver npm ;;
     checks) echo git clang clang-format libclang-rt-14-dev llvm dpkg-dev file pkg-config unicode-data ;;
     bench) echo libbenchmark-dev libtbb-dev linux-perf valgrind ;;
     extras) echo clang-tidy ;;

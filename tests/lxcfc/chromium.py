@@ -18,7 +18,7 @@ def is_installed():
 
 
 class Browser:
-    def __init__(self, width=1280, height=800, dark=False):
+    def __init__(self):
         self.folder = tempfile.mkdtemp(prefix="lxcfc-chromium-")
         with socket.socket() as free:
             free.bind(("127.0.0.1", 0))
@@ -27,9 +27,7 @@ class Browser:
                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.url = f"http://127.0.0.1:{port}"
         self.session = None
-        flags = FLAGS + [f"--user-data-dir={self.folder}", f"--window-size={width},{height}"]
-        if dark:
-            flags.append("--blink-settings=preferredColorScheme=0")
+        flags = FLAGS + [f"--user-data-dir={self.folder}"]
         options = {"binary": shutil.which("chromium"), "args": flags}
         capabilities = {"browserName": "chrome", "goog:chromeOptions": options,
                         "goog:loggingPrefs": {"browser": "ALL"}}
@@ -72,9 +70,23 @@ class Browser:
         """The value of a script that returns one."""
         return self._call("POST", self.session + "/execute/sync", {"script": script, "args": list(arguments)})
 
-    def type(self, css, text):
-        element = self._call("POST", self.session + "/element", {"using": "css selector", "value": css})
-        self._call("POST", f"{self.session}/element/{next(iter(element.values()))}/value", {"text": text})
+    def wait_for(self, script, *arguments):
+        """The value of a script that calls its last argument with one."""
+        return self._call("POST", self.session + "/execute/async", {"script": script, "args": list(arguments)})
+
+    def _devtools(self, command, **parameters):
+        self._call("POST", self.session + "/goog/cdp/execute", {"cmd": command, "params": parameters})
+
+    def look(self, width, height, colours="light", media=""):
+        """How large the page is, and what it is shown on."""
+        self._devtools("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1,
+                       mobile=False)
+        self._devtools("Emulation.setEmulatedMedia", media=media,
+                       features=[{"name": "prefers-color-scheme", "value": colours}])
+
+    def pdf(self):
+        """The page as it is printed."""
+        return base64.b64decode(self._call("POST", self.session + "/print", {}))
 
     def keys(self, text):
         """Keys for whatever has the focus."""
@@ -82,13 +94,6 @@ class Browser:
                                                          {"type": "keyUp", "value": key})]
         self._call("POST", self.session + "/actions",
                    {"actions": [{"type": "key", "id": "keys", "actions": actions}]})
-
-    def drag(self, start, end):
-        def move(to):
-            return {"type": "pointerMove", "duration": 50, "x": to[0], "y": to[1]}
-        actions = [move(start), {"type": "pointerDown", "button": 0}, move(end), {"type": "pointerUp", "button": 0}]
-        self._call("POST", self.session + "/actions",
-                   {"actions": [{"type": "pointer", "id": "mouse", "actions": actions}]})
 
     def problems(self):
         """What the page wrote to the console as an error or a warning."""

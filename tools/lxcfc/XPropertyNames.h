@@ -35,6 +35,8 @@ public:
     std::vector<int> Indexes(XElementKind kind) const;
     /// What a number stands for, by the name of its property; "" when it stands for nothing else.
     std::string Word(const std::string& key, long long number) const;
+    /// All of these words.
+    const std::map<std::string, std::map<long long, std::string>>& Words() const { return m_words; }
 
 private:
     struct Kind {

@@ -2,6 +2,7 @@
 //
 // Two configurations compared: what the second has more, less and otherwise than the first.
 #include "XCommands.h"
+#include "XPage.h"
 #include "XSurvey.h"
 
 #include <algorithm>
@@ -78,14 +79,20 @@ public:
     void Declare(CLI::App& app) {
         app.add_option("A", m_first, "A model file, or a registered server's ProgID or {CLSID}")->required();
         app.add_option("B", m_second, "What it is compared with")->required();
+        app.add_flag("--html", m_html, "A page for a browser that shows B with its differences from A");
+        app.add_option("--output", m_file, "The file to write the page to; standard output by default")
+            ->needs("--html");
     }
     int Run(XRun& run) const {
         const XServerChoice& choice = run.Options().server;
         LXExpectThat(choice.progId.empty() && choice.model.empty() && choice.generated == 0,
                      "diff has its two configurations as arguments, not as --server, --model or --generate");
+        LXExpectThat(!run.Options().json || !m_html, "--json excludes --html");
         const XToolComponent com;
-        const XAnswers before = ObjectsOf(*LXServerNamed(m_first)->ConfigFactory());
-        const XAnswers after = ObjectsOf(*LXServerNamed(m_second)->ConfigFactory());
+        const auto first = LXServerNamed(m_first)->ConfigFactory();
+        const auto second = LXServerNamed(m_second)->ConfigFactory();
+        const XAnswers before = ObjectsOf(*first);
+        const XAnswers after = ObjectsOf(*second);
         XJson removed = OnlyIn(before, after);
         XJson added = OnlyIn(after, before);
         XJson changed = Changed(before, after);
@@ -94,13 +101,29 @@ public:
         answer["removed"] = std::move(removed);
         answer["added"] = std::move(added);
         answer["changed"] = std::move(changed);
-        run.Answer(answer);
+        if (m_html) {
+            WritePage(*first, *second, std::move(answer));
+        } else {
+            run.Answer(answer);
+        }
         return differs ? ExitDifferences : ExitOk;
     }
 
 private:
+    void WritePage(ILXConfigFactory& first, ILXConfigFactory& second, XJson comparison) const {
+        const XPageData before(first, LXConfigurationName(m_first));
+        XPageData page(second, LXConfigurationName(m_second));
+        page.AddRemoved(before);
+        comparison["before"] = before.Name();
+        page.Set("comparison", std::move(comparison));
+        page.Set("view", "comparison");
+        LXWriteText(m_file, page.Html());
+    }
+
     std::string m_first;
     std::string m_second;
+    std::string m_file;
+    bool m_html = false;
 };
 } // namespace
 

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
 // The tree of types and the relations between them as a graph: for Graphviz, or as one page for a browser.
-#include "XCfcObjects.h"
 #include "XCommands.h"
+#include "XPage.h"
 #include "XSuggestion.h"
-#include "graphpage.h"
 
-#include <fstream>
 #include <set>
 
 namespace {
@@ -87,16 +85,9 @@ XJson Document(const Graph& graph) {
     return {{"title", graph.title}, {"nodes", std::move(nodes)}, {"edges", std::move(edges)}};
 }
 
-std::string Replaced(std::string text, const std::string& what, const std::string& by) {
-    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size())) {
-        text.replace(at, what.size(), by);
-    }
-    return text;
-}
-
 /// A text between quotes for Graphviz.
 std::string Quoted(const std::string& text) {
-    return "\"" + Replaced(Replaced(text, "\\", "\\\\"), "\"", "\\\"") + "\"";
+    return "\"" + LXReplaced(LXReplaced(text, "\\", "\\\\"), "\"", "\\\"") + "\"";
 }
 
 std::string Dot(const Graph& graph) {
@@ -105,7 +96,7 @@ std::string Dot(const Graph& graph) {
     for (const auto& [name, type] : graph.nodes) {
         const bool hasLabel = type != nullptr && !type->label.empty() && type->label != name;
         const std::string label = hasLabel ? LXShown(name) + "\n" + LXShown(type->label) : LXShown(name);
-        dot += "  " + Quoted(LXShown(name)) + " [label=" + Replaced(Quoted(label), "\n", "\\n") +
+        dot += "  " + Quoted(LXShown(name)) + " [label=" + LXReplaced(Quoted(label), "\n", "\\n") +
                (type != nullptr && !type->listed ? ", style=dashed];\n" : "];\n");
     }
     for (const Graph::Edge& edge : graph.edges) {
@@ -115,27 +106,12 @@ std::string Dot(const Graph& graph) {
     return dot + "}\n";
 }
 
-/// The page with the graph in it as JSON. There every "<" is written as an escape, so that no text can end the script
-/// element that holds it.
-std::string Page(const Graph& graph) {
-    const std::string data =
-        Replaced(Document(graph).dump(-1, ' ', false, XJson::error_handler_t::replace), "<", "\\u003c");
-    const std::string title = Replaced(Replaced(Replaced(graph.title, "&", "&amp;"), "<", "&lt;"), ">", "&gt;");
-    std::string page(GraphPageText);
-    for (const auto& [mark, text] : {std::pair("@TITLE@", &title), std::pair("@DATA@", &data)}) {
-        const std::size_t at = page.find(mark);
-        LXExpectThat(at != std::string::npos, std::string("the page has no place for ") + mark);
-        page.replace(at, std::string_view(mark).size(), *text);
-    }
-    return page;
-}
-
 class GraphCommand {
 public:
     void Declare(CLI::App& app) {
         app.add_option("WHAT", m_what, "types or relations")->required()->check(CLI::IsMember({"types", "relations"}));
         app.add_option("--root", m_root, "Only this type and what is below it");
-        app.add_flag("--html", m_html, "One page for a browser instead of a graph for Graphviz");
+        app.add_flag("--html", m_html, "A page for a browser, with all that belongs to the types, instead of a graph");
         app.add_option("--output", m_file, "The file to write; standard output by default");
     }
     int Run(XRun& run) const {
@@ -145,18 +121,26 @@ public:
         Graph graph = m_what == "types" ? TypeGraph(types) : RelationGraph(factory, types);
         if (!m_root.empty()) { graph = Below(graph, m_root); }
         if (run.Options().json) { return run.Answer(Document(graph)); }
-        const std::string text = m_html ? Page(graph) : Dot(graph);
-        if (m_file.empty()) {
-            std::fwrite(text.data(), 1, text.size(), stdout); // the program's end looks whether it was written
-            return ExitOk;
-        }
-        std::ofstream file(m_file, std::ios::binary);
-        file << text;
-        LXExpectThat(static_cast<bool>(file.flush()), m_file + " cannot be written");
+        LXWriteText(m_file, m_html ? Page(run, graph).Html() : Dot(graph));
+        if (m_file.empty()) { return ExitOk; }
         return run.Answer({{"file", m_file}, {"types", graph.nodes.size()}, {"edges", graph.edges.size()}});
     }
 
 private:
+    /// Everything, or the graph's types with all that belongs to them.
+    XPageData Page(XRun& run, const Graph& graph) const {
+        XPageData page(run.Session().Cached(), LXConfigurationName(run.Options().server));
+        page.Set("view", m_what);
+        if (m_root.empty()) { return page; }
+        std::vector<std::string> names;
+        for (const auto& [name, type] : graph.nodes) {
+            names.push_back(name);
+        }
+        page.Keep(names);
+        page.Set("root", m_root);
+        return page;
+    }
+
     std::string m_what;
     std::string m_root;
     std::string m_file;
