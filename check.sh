@@ -84,7 +84,9 @@ leg_rules() {
     forbid "extensions of one compiler stand in LXCompiler.h" \
         '__attribute__|__declspec|__builtin_' 'src/*' 'server/*' 'tools/*' 'include/*' 'platform/*' 'examples/*' \
         ':!src/base/LXCompiler.h'
-    forbid "wide literals are written OLESTR(...)" '(^|[^A-Za-z0-9_])L"' 'src/*' 'server/*' 'tools/*' 'include/*' 'examples/*'
+    # The typed layer takes texts of any kind.
+    forbid "wide literals are written OLESTR(...)" '(^|[^A-Za-z0-9_])L"' 'src/*' 'server/*' 'tools/*' 'include/*' \
+        'examples/*' ':!include/lxconfigfactorycache/lxcfc.hpp' ':!examples/typed_*'
     local upwards
     upwards=$(includes_upwards)
     [ -z "$upwards" ]

@@ -32,17 +32,35 @@ quietly() {
     fi
 }
 
-# build PRESET TARGET...
-build() {
-    step "Building ($1): $(nproc) jobs, some minutes the first time"
-    quietly cmake --preset "$1"
-    quietly cmake --build --preset "$1" --parallel "$(nproc)" --target "${@:2}"
+# Shows how far a build is, from ninja's lines: in place on a terminal, else at each quarter.
+progress() {
+    local line quarter=0 built all
+    while IFS= read -r line; do
+        printf '%s\n' "$line" >>"$log"
+        if [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]]; then
+            built=${BASH_REMATCH[1]} all=${BASH_REMATCH[2]}
+            if [ -t 1 ]; then
+                printf '\r  %d of %d' "$built" "$all"
+            elif ((4 * built / all > quarter)); then
+                quarter=$((4 * built / all))
+                printf '  %d of %d\n' "$built" "$all"
+            fi
+        fi
+    done
+    if [ -t 1 ]; then printf '\r\033[K'; fi
 }
 
-# The example over SQLite, where that can be had.
-build_sqlite() {
-    if grep -q 'lxsqlitedemo' "build/$1/build.ninja"; then
-        quietly cmake --build --preset "$1" --parallel "$(nproc)" --target "${@:2}"
+# build PRESET TARGET...: and the example over SQLite, where that can be had.
+build() {
+    local targets=("${@:2}") target
+    step "Building ($1) what the demonstration needs, with $(nproc) jobs"
+    quietly cmake --preset "$1"
+    for target in lxsqlitedemo lxsqliteserver; do
+        if grep -q "bin/$target" "build/$1/build.ninja"; then targets+=("$target"); fi
+    done
+    if ! cmake --build --preset "$1" --parallel "$(nproc)" --target "${targets[@]}" 2>&1 </dev/null | progress; then
+        tail -n 40 "$log" >&2
+        return 1
     fi
 }
 
@@ -51,7 +69,7 @@ headline() { printf '\n%s\n%s\n' "$1" "${1//?/=}"; }
 # over_sqlite RUN...: two servers over a database, and an edit of it by another process.
 #   RUN   starts a program of the demo: nothing on Linux
 over_sqlite() {
-    local database=build/demo-plant.db output=build/demo-sqlite.log programs=build/linux-release/bin edit suffix=""
+    local database=build/demo-plant.db output=build/demo-sqlite.log programs=build/linux-demo/bin edit suffix=""
     local sql="UPDATE attribute SET unit = 'l/s' WHERE type = 'Pump' AND name = 'RatedFlow'"
     edit=(python3 -c 'import sqlite3, sys; d = sqlite3.connect(sys.argv[1]); d.execute(sys.argv[2]); d.commit()'
         "$database" "$sql")
@@ -79,9 +97,8 @@ over_sqlite() {
 
 native() {
     cmake/setup.sh build
-    build linux-release lxdemo
-    build_sqlite linux-release lxsqlitedemo
-    local demo=build/linux-release/bin/lxdemo
+    build linux-demo lxdemo
+    local demo=build/linux-demo/bin/lxdemo
     headline "Client mode: an application and a server in one process, on Linux"
     timeout 300 "$demo" --colours "$colours"
     headline "Server mode: the cache in the server's own process, on Linux"
@@ -91,7 +108,7 @@ native() {
 
 on_wine() { timeout "$1" cmake/run-wine.sh "${@:2}" </dev/null; }
 
-readonly bin=build/windows-release/bin
+readonly bin=build/windows-demo/bin
 readonly modules=(LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS)
 
 # What each of them is, for the reader.
@@ -144,8 +161,7 @@ start_server() {
 windows() {
     local module
     cmake/setup.sh build windows
-    build windows-release lxdemo lxsampleserverprogram "${modules[@]}"
-    build_sqlite windows-release lxsqlitedemo lxsqliteserver
+    build windows-demo lxdemo lxsampleserverprogram "${modules[@]}"
     export WINEPREFIX=$PWD/build/demo-wineprefix
     trap end_wine EXIT
     step "Preparing a Wine prefix of its own"

@@ -4,7 +4,7 @@
 
 usage: check_guide.py PROJECT-FOLDER VERSION
 
-- Each code block of guide.md stands under a comment with the file that it is from, and is in that file, line by line;
+- Each code block of guide.md and README.md stands under a comment with the file that it is from, and is in that file, line by line;
   the tests build and run those files.
 - Links between the documents, and paths that guide.md names in examples/, lead somewhere.
 - Edits of the sample server stand in sample-server.md.
@@ -15,8 +15,9 @@ import re
 import sys
 
 
-def code_blocks(text, folder):
+def code_blocks(page, folder, least):
     faults = []
+    text = page.read_text(encoding="utf-8")
     blocks = re.findall(r"(?:<!-- (\S+) -->\n)?```(\w+)\n(.*?)```", text, re.S)
     for file, language, code in blocks:
         shown = " ".join(code.split())
@@ -24,8 +25,8 @@ def code_blocks(text, folder):
             faults.append(f"a block of {language} names no file: {shown[:60]}")
         elif shown not in " ".join((folder / file).read_text(encoding="utf-8").split()):
             faults.append(f"{file} has not: {shown[:80]}")
-    if len(blocks) < 10:
-        faults.append(f"only {len(blocks)} code blocks were found")
+    if len(blocks) < least:
+        faults.append(f"{page.name}: only {len(blocks)} code blocks were found")
     return faults
 
 
@@ -58,8 +59,8 @@ def edits(folder):
 def main():
     folder, version = pathlib.Path(sys.argv[1]), sys.argv[2]
     guide = (folder / "docs" / "guide.md").read_text(encoding="utf-8")
-    faults = code_blocks(guide, folder) + versions(folder, guide, version)
-    faults += edits(folder)
+    faults = code_blocks(folder / "docs" / "guide.md", folder, 10) + code_blocks(folder / "README.md", folder, 1)
+    faults += links(folder / "README.md", folder) + versions(folder, guide, version) + edits(folder)
     for name in ("guide", "reference", "troubleshooting", "transfer-format", "sample-server", "lxcfc"):
         faults += links(folder / "docs" / f"{name}.md", folder)
     print(*faults, f"{len(faults)} faults", sep="\n")

@@ -136,9 +136,8 @@ int main(int argc, char** argv) {
     app.add_option("--generate", options.generated, "A generated model with that many types instead")
         ->check(CLI::Range(1, 100000))
         ->excludes(model);
-    app.add_flag(
-        "--component-objects", options.deliversComponentObjects,
-        "Deliver the objects of types and their components with the values; clients ask for them otherwise");
+    app.add_flag("--component-objects", options.deliversComponentObjects,
+                 "Deliver the objects of types and their components with the values; clients ask for them otherwise");
     app.add_option("--delay", options.delay, "Milliseconds that each call takes at least")
         ->check(CLI::Range(0.0, 1000.0));
     app.add_option("--ready-event", options.readyEvent, "Name of an event to set when clients can find the server");

@@ -22,7 +22,6 @@ public:
     /// The key of a name in a value; none when the value is empty or no text.
     static std::optional<XCFGStringKey> Of(const XLXVariantView& name);
 
-
     bool IsNull() const noexcept { return m_text.empty(); }
     /// The name that the key was made of.
     const XLXText& Text() const noexcept { return m_text; }
