@@ -9,7 +9,7 @@
 namespace {
 using namespace std::chrono_literals;
 
-constexpr auto WaitForClients = 2s; // how long an edit waits for the clients that it notifies
+constexpr auto WaitForClients = 10s; // how long an edit waits for the clients that it notifies
 
 /// Leaves the reason as the thread's error information.
 void Explain(const char* method, const std::string& reason) {

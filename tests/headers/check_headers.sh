@@ -54,7 +54,11 @@ for header in "$source"/include/lxserver/*.h; do
         check "$cxx" -x c++ -std=c++20 <<<"#include <lxserver/$(basename "$header")>"
     fi
 done
+# The tests of the package build all examples; some are for Windows only, or need what the package's build makes.
 for example in "$source"/examples/*.cpp; do
+    if grep -q '<LXSampleServer.h>' "$example" || { [ "$platform" != windows ] && grep -q 'IStream' "$example"; }; then
+        continue
+    fi
     standard=c++17
     if grep -q '<lxserver/' "$example"; then
         standard=c++20
