@@ -179,6 +179,8 @@ leg_windows() {
     local status=$?
     count "a Wine prefix of its own (see $logs/wineboot.log)" $status
     end_wine # the session that makes a prefix does not serve calls between processes; the next one does
+    # Its services keep what they are started with open: not the output of a test, which would seem never to end.
+    timeout 120 cmake/run-wine.sh cmd /c ver >>"$logs/wineboot.log" 2>&1 </dev/null
     [ $status -ne 0 ] || run_tests "$1"
     end_wine
 }

@@ -74,6 +74,7 @@ int LXRunProgram(std::vector<std::string> arguments) {
                  "lxcfc");
     app.require_subcommand(0, 1);
     app.fallthrough();
+    app.allow_windows_style_options(false); // one syntax on both platforms: /a/path is no option
     DeclareCommon(app, options);
     XCommands commands(app);
     DeclareCommands(commands);
