@@ -28,7 +28,8 @@ double Bytes(std::size_t now, std::size_t before) { return static_cast<double>(n
 /// The bytes of an element's values that are not empty: each a variant, and the characters of its text.
 double BytesOfFilled(const XModelProperties& properties) {
     double bytes = 0;
-    for (const XLXComVariant& value : properties.ToVariants()) {
+    for (int index = 0; index < properties.Count(); ++index) {
+        const XLXComVariant value = properties.Get(index).ToVariant();
         if (!value.Empty()) { bytes += sizeof(VARIANT); }
         if (value.Type() == VT_BSTR) { bytes += SysStringByteLen(V_BSTR(&value.Get())); }
     }
