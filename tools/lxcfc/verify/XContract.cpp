@@ -47,7 +47,7 @@ constexpr XContract Contract{{
     {XRule::EnumSkip, "enum-skip", Should, 1, "Skip passes over so many elements, or is E_NOTIMPL"},
     {XRule::EnumClone, "enum-clone", Should, 1, "Clone gives an enumeration at the same place, or is E_NOTIMPL"},
     {XRule::Threads, "threads", Must, 4, "Calls from several threads at once are answered as those from one"},
-    {XRule::UnknownClient, "unknown-client", Should, 7, "A client id that is not registered is refused"},
+    {XRule::UnknownClient, "unknown-client", Should, 8, "A client id that is not registered is refused"},
     {XRule::NotifySent, "notify-sent", Must, 5, "A change is notified, and as the data type cfc_specific"},
     {XRule::NotifyEveryClient, "notify-every-client", Must, 5, "Every client that asked is notified"},
     {XRule::NotifyAfter, "notify-after", Must, 5, "Who asks from inside the notification sees the change"},
@@ -55,10 +55,10 @@ constexpr XContract Contract{{
     {XRule::NotifyDataId, "notify-data-id", Must, 5, "A data id is kind/object/sub number/update mode, of a known kind and known modes"},
     {XRule::NotifyConcerns, "notify-concerns", Must, 5, "The notifications of a change concern all that changed"},
     {XRule::NotifyCallable, "notify-callable", Must, 5, "The server answers while a client is in the notification, on that thread and on others"},
-    {XRule::CallbackKept, "callback-kept", Must, 7, "The server holds a reference to a registered callback"},
-    {XRule::CallbackDropped, "callback-dropped", Should, 7, "A client whose callback says that it is disconnected is not called again"},
-    {XRule::CallbackSilent, "callback-silent", Must, 7, "A client that has unregistered hears nothing more"},
-    {XRule::CallbackReleased, "callback-released", Must, 7, "UnregisterCallback gives the reference to the callback back"},
+    {XRule::CallbackKept, "callback-kept", Must, 8, "The server holds a reference to a registered callback"},
+    {XRule::CallbackDropped, "callback-dropped", Should, 8, "A client whose callback says that it is disconnected is not called again"},
+    {XRule::CallbackSilent, "callback-silent", Must, 8, "A client that has unregistered hears nothing more"},
+    {XRule::CallbackReleased, "callback-released", Must, 8, "UnregisterCallback gives the reference to the callback back"},
     {XRule::References, "references", Must, 3, "When the answers to questions are released, the server's objects have the references that they had"},
 }};
 // clang-format on
