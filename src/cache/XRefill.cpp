@@ -26,7 +26,7 @@ void XCallCosts::Note(std::chrono::steady_clock::duration call) noexcept {
 
 bool XCallCosts::AreHigh() const noexcept {
     if (m_choice != Choice::ByCost) { return m_choice == Choice::Always; }
-    auto recent = m_recent;
+    decltype(m_recent) recent;
     std::size_t count = 0;
     {
         const std::lock_guard<XLeafMutex> lock(m_mutex);

@@ -34,25 +34,15 @@ public:
 
 private:
     XLXComPtr<ILXAttributeType> Find(ILXAttribute& attribute) const {
-        constexpr const OLECHAR* failed = OLESTR("the server failed to give the object of an attribute type");
-        const LXErrorLocation at = XCachedFacts::Attribute.At("GetAttributeTypeEnum");
-        XLXComPtr<ILXAttributeTypeEnum> types;
-        const HRESULT result = LXAsk("ILXAttribute::GetAttributeTypeEnum", types, LXNoResult::Nothing, {}, at,
-                                     [&](ILXAttributeTypeEnum** out) { return attribute.GetAttributeTypeEnum(out); });
-        XLXError::RaiseIfFailed(result, failed, at);
-        XLXComPtr<ILXAttributeType> found;
-        const auto visit = [&](XLXComPtr<ILXAttributeType>&& type) {
-            XLXComVariant name;
-            if (!found && LXAskProperty(*type, MemberAttributeTypeName, name) == S_OK && name.AsText() == m_name) {
-                found = std::move(type);
-            }
-        };
-        if (types) {
-            XLXError::RaiseIfFailed(
-                LXForEachOf<AttributeTypeBatch, ILXAttributeType>(*types, "ILXAttributeTypeEnum::RemNext", at, visit),
-                failed, at);
-        }
-        return found;
+        return LXFindListed<AttributeTypeBatch, ILXAttributeType, ILXAttributeTypeEnum>(
+            "ILXAttribute::GetAttributeTypeEnum", "ILXAttributeTypeEnum::RemNext",
+            OLESTR("the server failed to give the object of an attribute type"),
+            XCachedFacts::Attribute.At("GetAttributeTypeEnum"),
+            [&](ILXAttributeTypeEnum** out) { return attribute.GetAttributeTypeEnum(out); },
+            [&](ILXAttributeType& type) {
+                XLXComVariant name;
+                return LXAskProperty(type, MemberAttributeTypeName, name) == S_OK && name.AsText() == m_name;
+            });
     }
 
     const XServerSourcePtr m_attribute;

@@ -245,4 +245,22 @@ HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLoc
     return S_OK;
 }
 
+/// The first element of a server's enumeration that fits; null when none does. Raises a failure with the text.
+/// @param method  the call that gives the enumeration, ask(out)
+/// @param next    the name of the enumeration's RemNext
+template <ULONG BatchSize, class Element, class Enumerator, class Ask, class Fits>
+XLXComPtr<Element> LXFindListed(const char* method, const char* next, const OLECHAR* failureText,
+                                const LXErrorLocation& at, Ask&& ask, Fits&& fits) {
+    XLXComPtr<Enumerator> elements;
+    XLXError::RaiseIfFailed(LXAsk(method, elements, LXNoResult::Nothing, {}, at, ask), failureText, at);
+    XLXComPtr<Element> found;
+    const auto visit = [&](XLXComPtr<Element>&& element) {
+        if (!found && fits(*element)) { found = std::move(element); }
+    };
+    if (elements) {
+        XLXError::RaiseIfFailed(LXForEachOf<BatchSize, Element>(*elements, next, at, visit), failureText, at);
+    }
+    return found;
+}
+
 #endif

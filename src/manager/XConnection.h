@@ -51,6 +51,11 @@ public:
         const std::lock_guard<XLeafMutex> lock(m_mutex);
         return m_connection;
     }
+    /// The connection with that clock; null when it is over, whichever came after it.
+    XConnectionPtr ConnectionWith(const XClockPtr& clock) const noexcept {
+        XConnectionPtr connection = Connection();
+        return connection && connection->clock == clock ? connection : nullptr;
+    }
     /// The connection; raises E_POINTER when there is none.
     XConnectionPtr Access(const char* method) const {
         XConnectionPtr connection = Connection();

@@ -19,9 +19,8 @@ XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager() {
 
 XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactoryOf(const XClockPtr& clock,
                                                                           const char* method) const {
-    const XConnectionPtr connection = Connection();
-    const bool isSame = connection && connection->clock == clock;
-    XLXError::CheckPointer(isSame ? connection.get() : nullptr, OLESTR("m_pConfigFactory"), LXManagerAt(method));
+    const XConnectionPtr connection = ConnectionWith(clock);
+    XLXError::CheckPointer(connection.get(), OLESTR("m_pConfigFactory"), LXManagerAt(method));
     return connection->configFactory;
 }
 

@@ -170,16 +170,15 @@ XTypeHostPtr XLXConfigFactoryCacheManager::MakeTypeHost(const XClockPtr& clock) 
 XFactorySourcePtr XLXConfigFactoryCacheManager::MakeFactorySource(const XClockPtr& clock) const {
     return std::make_shared<const XFactorySource>([clock, link = m_ownLink] {
         const auto manager = link.Lock();
-        const auto connection = manager ? manager->Connection() : nullptr;
-        return connection && connection->clock == clock ? connection->configFactory : XLXComPtr<ILXConfigFactory>();
+        const auto connection = manager ? manager->ConnectionWith(clock) : nullptr;
+        return connection ? connection->configFactory : XLXComPtr<ILXConfigFactory>();
     });
 }
 
 XRefillPtr XLXConfigFactoryCacheManager::MakeRelationsRefill(const XClockPtr& clock) const {
     return std::make_shared<XRefill>(clock, XAspect::RelationValues, m_costs, [clock, link = m_ownLink] {
         const auto manager = link.Lock();
-        const auto connection = manager ? manager->Connection() : nullptr;
-        if (connection && connection->clock == clock) {
+        if (manager && manager->ConnectionWith(clock)) {
             manager->RelationManager("RefillRelations")->RefillRelations();
         }
     });

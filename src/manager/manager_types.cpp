@@ -45,9 +45,9 @@ HRESULT XLXConfigFactoryCacheManager::GetType(BSTR bstrTypename, BSTR, ILXType**
 
 XLXComPtr<ILXType> XLXConfigFactoryCacheManager::ServerType(const XClockPtr& clock, XLXTextView name) const {
     const LXErrorLocation at = LXManagerAt("ServerType");
-    const XConnectionPtr server = Connection();
+    const XConnectionPtr server = ConnectionWith(clock);
     XLXComPtr<ILXType> type;
-    if (!server || !(server->clock == clock)) { return type; }
+    if (!server) { return type; }
     const HRESULT result = LXAsk("ILXConfigFactory::GetType", type, LXNoResult::Nothing, {}, at, [&](ILXType** out) {
         return server->configFactory->GetType(XLXComBSTR(name).Get(), nullptr, out);
     });

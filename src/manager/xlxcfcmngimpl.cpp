@@ -117,8 +117,8 @@ XTypeMapPtr XLXCFCMngImplClient::FillTypeCache() {
 }
 
 void XLXCFCMngImplClient::RefillTypes(const XClockPtr& clock) {
-    const XConnectionPtr server = m_manager.Connection();
-    if (!server || !(server->clock == clock) || !server->configFactoryEx) { return; }
+    const XConnectionPtr server = m_manager.ConnectionWith(clock);
+    if (!server || !server->configFactoryEx) { return; }
     const auto moment = std::make_shared<const XMoment>(clock->Copy());
     if (auto records = LoadAllTypes(*server->configFactoryEx, BulkMode())) {
         m_manager.Types().Refill(*records, clock, moment);

@@ -43,14 +43,14 @@ void XVariantRow::Block::Exchange(std::size_t index, XLXComVariant& value) {
     std::uint64_t word = V_UI8(&value.Get());
     std::uint8_t type = Elsewhere;
     if (IsLongerThanAWord(value.Type())) {
-        word = reinterpret_cast<std::uint64_t>(new XLXComVariant(std::move(value)));
+        word = reinterpret_cast<std::uintptr_t>(new XLXComVariant(std::move(value)));
     } else {
         type = static_cast<std::uint8_t>(value.Type());
     }
     std::swap(Words()[PlaceOf(index)], word);
     std::swap(Members()[index].type, type);
     if (type == Elsewhere) {
-        const std::unique_ptr<XLXComVariant> former(reinterpret_cast<XLXComVariant*>(word));
+        const std::unique_ptr<XLXComVariant> former(AddressIn(word));
         value.Detach();
         value = std::move(*former);
         return;

@@ -47,6 +47,11 @@ private:
     /// In a longer row every member has the word at its index.
     static constexpr std::size_t MostPlaces = NoPlace;
 
+    using InWords = std::array<std::uint64_t, sizeof(VARIANT) / sizeof(std::uint64_t)>;
+    static XLXComVariant* AddressIn(std::uint64_t word) noexcept {
+        return reinterpret_cast<XLXComVariant*>(static_cast<std::uintptr_t>(word));
+    }
+
     /// The head of the block. Behind it stand the members and the words.
     struct Block {
         std::uint32_t size;  ///< members
@@ -69,9 +74,9 @@ private:
             const VARTYPE type = Members()[index].type;
             if (type == VT_EMPTY) { return {}; }
             const std::uint64_t word = Words()[PlaceOf(index)];
-            if (type == Elsewhere) { return *reinterpret_cast<const XLXComVariant*>(word); }
+            if (type == Elsewhere) { return *AddressIn(word); }
             // In whole words: what is written in pieces and copied at once, the processor waits for.
-            return XLXVariantView(std::bit_cast<VARIANT>(std::array<std::uint64_t, 3>{type, word, 0}));
+            return XLXVariantView(std::bit_cast<VARIANT>(InWords{type, word}));
         }
         /// Exchanges the value of a member that has a place.
         void Exchange(std::size_t index, XLXComVariant& value);
