@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "XCallMonitor.h"
 
+#include "LXCompiler.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <stdexcept>
@@ -22,9 +24,9 @@ struct XCallGate::State {
 
 namespace {
 /// Whether this thread is inside a hook: then the hook is not called again.
-thread_local bool insideHook = false;
+LX_THREAD_LOCAL bool insideHook = false;
 
-thread_local int insideServer = 0; // how deep
+LX_THREAD_LOCAL int insideServer = 0; // how deep
 
 struct XHookScope {
     XHookScope() { insideHook = true; }

@@ -15,6 +15,14 @@
 #define LX_IMPORT LX_EXPORT
 #endif
 
+// Clang names the address of a variable in CodeView. An emulated thread-local variable has none, so such a name would
+// be an undefined symbol.
+#if defined(_WIN32) && defined(__clang__)
+#define LX_THREAD_LOCAL [[gnu::nodebug]] thread_local
+#else
+#define LX_THREAD_LOCAL thread_local
+#endif
+
 #if defined(_MSC_VER)
 #define LX_CURRENT_LINE 0
 #define LX_CPU_RELAX() YieldProcessor()

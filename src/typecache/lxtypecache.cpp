@@ -34,7 +34,7 @@ XLXTypeCache::~XLXTypeCache() {
 // A type may hold the last reference to its base, and that to its own base, and so on. They go one after the other,
 // not one inside the other: a dying type leaves its base to the thread's first one, if there is one.
 void XLXTypeCache::ReleaseBase() noexcept {
-    thread_local XLXComPtr<XLXTypeCache>* t_left = nullptr;
+    LX_THREAD_LOCAL XLXComPtr<XLXTypeCache>* t_left = nullptr;
     XLXComPtr<XLXTypeCache> base(m_pBase);
     if (!base) { return; }
     m_pBaseFace.Reset();

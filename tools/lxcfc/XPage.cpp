@@ -305,7 +305,10 @@ std::string XPageData::Html() const {
         data = LXReplaced(data, what, escape);
     }
     constexpr std::string_view Mark = "%DATA%";
-    std::string page(PageText);
+    std::string page;
+    for (const std::string_view piece : PageText) {
+        page += piece;
+    }
     const std::size_t at = page.find(Mark);
     LXExpectThat(at != std::string::npos, "the page has no place for its data");
     return page.replace(at, Mark.size(), data);
