@@ -16,7 +16,7 @@ namespace {
 using XJson = nlohmann::ordered_json;
 using XKeys = std::initializer_list<std::string_view>;
 
-[[noreturn]] void Refuse(const std::string& what) { throw std::invalid_argument("model file: " + what); }
+[[noreturn]] void RefuseFile(const std::string& what) { throw std::invalid_argument("model file: " + what); }
 
 /// A value; a whole number is a real one where the default is one.
 XModelValue ReadValue(const XJson& value, const XModelValue& defaultValue = {}) {
@@ -46,7 +46,7 @@ template <class T> void ReadProperties(const XJson& json, T& element, XKeys part
     for (const auto& [key, value] : json.items()) {
         if (std::find(parts.begin(), parts.end(), key) != parts.end()) { continue; }
         const int index = table.FindKey(key);
-        if (index < 0) { Refuse("unknown key \"" + key + "\""); }
+        if (index < 0) { RefuseFile("unknown key \"" + key + "\""); }
         element.properties.Set(index, ReadValue(value, table.Default(index)));
     }
 }
@@ -168,7 +168,7 @@ XJson WriteObject(const XModelDataObject& object) {
 /// What a hand-written file gets wrong most easily: names that nothing has.
 void CheckReferences(const XServerModel& model) {
     const auto check = [](bool known, const char* what, const XLXText& name) {
-        if (!known) { Refuse(std::string(what) + " is unknown: " + LXToUtf8(name)); }
+        if (!known) { RefuseFile(std::string(what) + " is unknown: " + LXToUtf8(name)); }
     };
     for (const auto& [name, type] : model.types) {
         check(type->Base().empty() || model.types.contains(type->Base()), "base type", type->Base());
@@ -211,12 +211,12 @@ XServerModel ReadJson(const XJson& json) {
 XServerModel LXParseModel(std::string_view json) {
     try {
         return ReadJson(XJson::parse(json));
-    } catch (const nlohmann::json::exception& error) { Refuse(error.what()); }
+    } catch (const nlohmann::json::exception& error) { RefuseFile(error.what()); }
 }
 
 XServerModel LXReadModel(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file) { Refuse("cannot be opened: " + path); }
+    if (!file) { RefuseFile("cannot be opened: " + path); }
     return LXParseModel(std::string(std::istreambuf_iterator<char>(file), {}));
 }
 
@@ -245,5 +245,5 @@ std::string LXFormatModel(const XServerModel& model) {
 void LXWriteModel(const XServerModel& model, const std::string& path) {
     std::ofstream file(path, std::ios::binary);
     file << LXFormatModel(model);
-    if (!file.flush()) { Refuse("cannot be written: " + path); }
+    if (!file.flush()) { RefuseFile("cannot be written: " + path); }
 }

@@ -12,13 +12,13 @@
 namespace {
 using XJson = nlohmann::ordered_json;
 
-[[noreturn]] void Refuse(const std::string& what) { throw std::invalid_argument(what); }
+[[noreturn]] void RefuseText(const std::string& what) { throw std::invalid_argument(what); }
 
 /// Reads a text; what the parser and the accessors have against it is the reason of the refusal.
 template <class Read> auto Reading(std::string_view json, Read&& read) {
     try {
         return read(XJson::parse(json));
-    } catch (const nlohmann::json::exception& error) { Refuse(error.what()); }
+    } catch (const nlohmann::json::exception& error) { RefuseText(error.what()); }
 }
 
 /// The arguments of an edit by name.
@@ -60,7 +60,7 @@ private:
                value <= std::numeric_limits<std::int32_t>::max();
     }
     template <class T> [[noreturn]] static T Wrong(const char* name, const char* wanted) {
-        Refuse("edit: \"" + std::string(name) + "\" must be " + wanted);
+        RefuseText("edit: \"" + std::string(name) + "\" must be " + wanted);
     }
 
     const XJson& m_json;
@@ -142,12 +142,12 @@ bool MayBeLeftOut(const std::string& argument) { return argument.back() == '?'; 
 
 const EditText& EditOf(const XJson& json) {
     if (!json.is_object() || !json.contains("edit") || !json.at("edit").is_string()) {
-        Refuse(R"(edit: an object with the key "edit" is needed)");
+        RefuseText(R"(edit: an object with the key "edit" is needed)");
     }
     const auto name = json.at("edit").get<std::string>();
     const auto& edits = Edits();
     const auto found = std::find_if(edits.begin(), edits.end(), [&](const EditText& e) { return e.name == name; });
-    if (found == edits.end()) { Refuse("edit: there is no edit \"" + name + "\""); }
+    if (found == edits.end()) { RefuseText("edit: there is no edit \"" + name + "\""); }
     return *found;
 }
 
@@ -155,13 +155,13 @@ void CheckArguments(const EditText& edit, const XJson& json) {
     const auto& arguments = edit.arguments;
     for (const std::string& argument : arguments) {
         if (!MayBeLeftOut(argument) && !json.contains(argument)) {
-            Refuse(std::string(edit.name) + ": \"" + argument + "\" is missing");
+            RefuseText(std::string(edit.name) + ": \"" + argument + "\" is missing");
         }
     }
     for (const auto& item : json.items()) {
         if (item.key() != "edit" && std::find(arguments.begin(), arguments.end(), item.key()) == arguments.end() &&
             std::find(arguments.begin(), arguments.end(), item.key() + "?") == arguments.end()) {
-            Refuse(std::string(edit.name) + ": there is no argument \"" + item.key() + "\"");
+            RefuseText(std::string(edit.name) + ": there is no argument \"" + item.key() + "\"");
         }
     }
 }
@@ -193,7 +193,7 @@ std::string LXFormatNotification(const XNotification& sent) {
 
 XNotification LXParseNotification(std::string_view json) {
     return Reading(json, [](const XJson& parsed) {
-        if (parsed.contains("refused")) { Refuse(parsed.at("refused").get<std::string>()); }
+        if (parsed.contains("refused")) { RefuseText(parsed.at("refused").get<std::string>()); }
         return XNotification{parsed.at("id").get<ULONG>(), parsed.at("clients").get<int>(),
                              parsed.at("result").get<HRESULT>()};
     });

@@ -60,7 +60,7 @@ constexpr Meaning Meanings[] = {
     {XElementKind::GlobalSpec, "name", XProperty::SpecId},
     {XElementKind::GlobalSpec, "label", XProperty::SpecLabel},
 };
-constexpr std::pair<const char*, XElementKind> Kinds[] = {
+constexpr std::pair<const char*, XElementKind> PageKinds[] = {
     {"type", XElementKind::Type},       {"attribute", XElementKind::Attribute},
     {"format", XElementKind::Format},   {"choice", XElementKind::AttributeType},
     {"page", XElementKind::Page},       {"group", XElementKind::Group},
@@ -79,7 +79,7 @@ std::vector<int> ColumnsOf(XElementKind kind) {
 /// What the values of each kind are called, in their order, with the places of those that the page looks at.
 XJson KindTable() {
     XJson kinds = XJson::object();
-    for (const auto& [name, kind] : Kinds) {
+    for (const auto& [name, kind] : PageKinds) {
         const std::vector<int> columns = ColumnsOf(kind);
         XJson& entry = kinds[name] = {{"keys", XJson::array()}, {"at", XJson::object()}};
         for (const int column : columns) {

@@ -8,8 +8,8 @@
 #include <algorithm>
 
 namespace {
-constexpr const char* KindNames[] = {"attribute", "format", "format spec", "attribute type", "browser", "editor",
-                                     "group",     "page",   "relation",    "PC info",        "type"}; // XElementKind
+constexpr const char* AnswerKinds[] = {"attribute", "format", "format spec", "attribute type", "browser", "editor",
+                                       "group",     "page",   "relation",    "PC info",        "type"}; // XElementKind
 
 /// The objects of a configuration by path. What a type inherits is left out: it is its base's.
 XAnswers ObjectsOf(ILXConfigFactory& factory) {
@@ -28,7 +28,7 @@ XAnswers ObjectsOf(ILXConfigFactory& factory) {
 }
 
 XJson Row(const std::string& path, const XAnswer& answer) {
-    const std::string kind = KindNames[static_cast<std::size_t>(*answer.kind)];
+    const std::string kind = AnswerKinds[static_cast<std::size_t>(*answer.kind)];
     return {{"kind", kind}, {"name", path.starts_with(kind + " ") ? path.substr(kind.size() + 1) : path}};
 }
 

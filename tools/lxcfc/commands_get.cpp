@@ -165,7 +165,7 @@ std::vector<Kind> KindsOfOthers() {
              }}};
 }
 
-const std::vector<Kind>& Kinds() {
+const std::vector<Kind>& ReadableKinds() {
     static const std::vector<Kind> kinds = [] {
         std::vector<Kind> all = KindsOfTypes();
         const std::vector<Kind> others = KindsOfOthers();
@@ -180,7 +180,7 @@ public:
     void Declare(CLI::App& app) {
         std::vector<std::string> names;
         std::string footer = "Names by kind; write %2F for a / in a part of a name:";
-        for (const Kind& kind : Kinds()) {
+        for (const Kind& kind : ReadableKinds()) {
             names.emplace_back(kind.name);
             footer += std::string("\n  ") + kind.name + " " + kind.parts;
         }
@@ -192,8 +192,8 @@ public:
                        "properties when it is left out");
     }
     int Run(XRun& run) const {
-        const auto kind =
-            std::find_if(Kinds().begin(), Kinds().end(), [this](const Kind& k) { return k.name == m_kind; });
+        const auto kind = std::find_if(ReadableKinds().begin(), ReadableKinds().end(),
+                                       [this](const Kind& k) { return k.name == m_kind; });
         const Names parts = PartsOf(m_name);
         const auto wanted = PartsOf(kind->parts).size();
         LXExpectThat(parts.size() == wanted, "NAME is " + std::string(kind->parts) + " for the kind " + m_kind);
