@@ -15,11 +15,16 @@ ULONG ReferencesOf(ILXConfigFactory& factory) {
     return factory.Release();
 }
 
+std::string TextOf(const std::pair<LONG, LONG>& live) {
+    return std::to_string(live.first) + " objects" +
+           (live.second != 0 ? " with " + std::to_string(live.second) + " references" : "");
+}
+
 /// Runs families of rules whose answers are all released when they end.
 template <class... Families> void Balanced(XVerification& verification, Families... families) {
     const XServerToVerify& server = verification.Server();
     if (!server.inProcess) {
-        verification.Findings().NotTested(XRule::References, "the server runs in a process of its own");
+        verification.Findings().NotTested(XRule::References, XVerification::BehindProxies);
         (families(verification), ...);
         return;
     }
@@ -33,10 +38,7 @@ template <class... Families> void Balanced(XVerification& verification, Families
                                       " before");
     if (!server.live) { return; }
     verification.Findings().Check(liveAfter == liveBefore, XRule::References, "all objects of the server",
-                                  std::to_string(liveAfter.first) + " objects with " +
-                                      std::to_string(liveAfter.second) + " references after the questions, " +
-                                      std::to_string(liveBefore.first) + " with " + std::to_string(liveBefore.second) +
-                                      " before");
+                                  TextOf(liveAfter) + " after the questions, " + TextOf(liveBefore) + " before");
 }
 
 void Run(XVerification& verification) {
