@@ -405,6 +405,17 @@ TEST(Contract, EachWayToAnObjectIsLookedAt) {
     EXPECT_TRUE(VerdictOf(world.Verify(), XRule::NullObjects).IsBroken());
 }
 
+TEST(Contract, WhatAServerKeepsFromTheFirstQuestionIsNoLostReference) {
+    World world(ContractModel());
+    Type("GetPage", [&world](HRESULT result, void** out) {
+        if (world.kept.empty()) { world.kept.emplace_back(static_cast<IUnknown*>(*out)); }
+        return result;
+    })(world);
+    const XVerifierReport report = world.Verify();
+    EXPECT_FALSE(world.kept.empty());
+    EXPECT_EQ(BrokenIn(report), "");
+}
+
 TEST(Contract, WhatIsMissingIsSaid) {
     World world(XServerModel{});
     world.withUpdate = false;

@@ -214,9 +214,9 @@ public:
     void Declare(CLI::App& app) {
         app.add_option(
             "--edit-command", m_editCommand,
-            "A command line that changes the server, another way each time: run by the shell, in a process of its "
-            "own with this one's environment. Else the sample server's edits, or those of the server's "
-            "library (LXEditServer)");
+            "A command line that changes the server, another way each time. The shell runs it in a process of its "
+            "own with this one's environment: a server in this process it reaches only through a database or "
+            "a file. Without it the sample server, or the server's library (LXEditServer), edits itself");
         app.add_option("--limit", m_limit, "Seconds that one call may take")
             ->check(CLI::Range(0.1, 3600.0))
             ->capture_default_str();
