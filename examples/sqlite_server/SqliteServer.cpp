@@ -62,7 +62,7 @@ const std::vector<Table>& Tables() {
 
 /// @param column  of the statement, for the i-th key column of the table
 template <class F> lx::Key ReadKey(const Table& table, const Statement& row, F&& column) {
-    lx::Key key{table.kind, {}, {}, {}, {}};
+    lx::Key key{table.kind};
     for (std::size_t i = 0; i < table.keys.size(); ++i) {
         if (table.keys[i].text != nullptr) {
             key.*table.keys[i].text = row.TextAt(column(i));

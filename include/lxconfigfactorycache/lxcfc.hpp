@@ -208,6 +208,11 @@ public:
     Ptr(I* object = nullptr) noexcept : m_object(object) {
         if (object != nullptr) { object->AddRef(); }
     }
+    /// Shares the object of another owner that has a Get(), such as lx::Ref of the server kit: of one object with
+    /// several interfaces each Ptr takes its own.
+    template <class Owner,
+              class = std::enable_if_t<std::is_convertible_v<decltype(std::declval<const Owner&>().Get()), I*>>>
+    Ptr(const Owner& owner) noexcept : Ptr(static_cast<I*>(owner.Get())) {}
     Ptr(const Ptr& other) noexcept : Ptr(other.m_object) {}
     Ptr(Ptr&& other) noexcept : m_object(other.Detach()) {}
     Ptr& operator=(Ptr other) noexcept {
@@ -929,6 +934,7 @@ public:
     /// Empty.
     Cache() = default;
     /// Starts a cache: it registers for notifications and reads all types. When that fails nothing of it is left.
+    /// One object with all services (lx::Connect of the server kit gives such) is passed for each: Cache(server, server).
     /// @param server   the server's config factory
     /// @param update   its notification service; without it nothing that was read is ever read again
     /// @param changed  is told of changes from here on, until End; may be empty

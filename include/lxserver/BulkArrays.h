@@ -174,8 +174,8 @@ public:
     Ref<IUnknown> ObjectOf(const TypeRecord& type, const std::pair<const Text, AttributeRecord>& attribute,
                            const std::pair<const Text, AttributeTypeRecord>& part) const {
         if (!m_withObjects) { return {}; }
-        return Make<AttributeTypeObject>(
-            m_server, Key{Kind::AttributeType, type.Name(), attribute.first, part.first, {}}, part.second);
+        return Make<AttributeTypeObject>(m_server, Key::OfAttributeType(type.Name(), attribute.first, part.first),
+                                         part.second);
     }
 
     template <class Element> static LONG Count(const Element& element) { return RecordIn(element).Count(); }
@@ -193,7 +193,7 @@ private:
         return entry.second;
     }
     template <class Component> static Key KeyOf(const TypeRecord& type, const Component& component) {
-        Key key{component.second.What(), type.Name(), {}, {}, {}};
+        Key key{component.second.What(), type.Name()};
         if constexpr (std::is_same_v<decltype(component.first), const int>) {
             key.number = component.first;
         } else {

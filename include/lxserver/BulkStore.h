@@ -10,6 +10,8 @@
 #ifndef LXSERVER_BULKSTORE_H
 #define LXSERVER_BULKSTORE_H
 
+#include <lxserver/Language.h>
+
 #include <LXConfigFactoryCache.h>
 
 #include <map>

@@ -186,9 +186,7 @@ template <class F>
 HRESULT HandOutGroups(const ServerPtr& server, const TypeRecord& type, F&& takes, ILXGroupEnum** out) {
     std::vector<Ref<ILXGroup>> objects;
     for (const auto& [number, group] : type.groups) {
-        if (takes(group)) {
-            objects.push_back(Make<GroupObject>(server, Key{Kind::Group, type.Name(), {}, {}, {}, number}, group));
-        }
+        if (takes(group)) { objects.push_back(Make<GroupObject>(server, Key::OfGroup(type.Name(), number), group)); }
     }
     return HandOut(std::move(objects), out);
 }

@@ -5,7 +5,7 @@
 //     class MyServer final : public lx::ConfigServer {
 //         lx::ModelPtr Snapshot() override { return m_newest.load(); }  // what clients read
 //     };
-//     server->Notify(lx::ValueChanged({lx::Kind::Attribute, OLESTR("Pump"), OLESTR("RatedFlow")}, 4));
+//     server->Notify(lx::ValueChanged(lx::Key::OfAttribute(OLESTR("Pump"), OLESTR("RatedFlow")), lx::Unit));
 //
 // A server whose configuration is in memory takes ModelServer as it is. lx::Connect (Connection.h) makes the object that
 // a client is given.
@@ -173,8 +173,10 @@ public:
         });
         return S_OK;
     }
-    /// Changes the configuration and notifies. What the function raises leaves the configuration as it was.
-    /// @param change  std::vector<Change> change(Model&), which answers what is to be notified
+    /// Changes the configuration and notifies. What the function raises leaves the configuration as it was, and comes
+    /// back to the caller.
+    /// @param change  std::vector<Change> change(Model&): what is to be notified (ValueChanged, SetChanged,
+    ///                EverythingChanged); nothing for a change that no client can see
     template <class F> void Edit(F&& change) {
         std::vector<Change> changes;
         {

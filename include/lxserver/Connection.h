@@ -36,7 +36,7 @@ public:
             "GetType",
             [&] {
                 const ModelPtr model = m_server->Snapshot();
-                const Key key{Kind::Type, Text(ViewOf(name)), {}, {}, {}};
+                const Key key = Key::OfType(Text(ViewOf(name)));
                 return HandOutOne<TypeObject>(m_server, key, Find(*model, key), type);
             },
             type);
@@ -63,7 +63,7 @@ public:
                 const ModelPtr model = m_server->Snapshot();
                 std::vector<Ref<ILXBrowserId>> objects;
                 for (const BrowserIdRecord& record : model->browserIds) {
-                    const Key key{Kind::BrowserId, record[BrowserIdName].AsText(), {}, {}, {}};
+                    const Key key = Key::OfBrowserId(record[BrowserIdName].AsText());
                     objects.push_back(Make<BrowserIdObject>(m_server, key, record));
                 }
                 return HandOut(std::move(objects), browserIds);
@@ -77,7 +77,7 @@ public:
                 const ModelPtr model = m_server->Snapshot();
                 std::vector<Ref<ILXGlobalAttributeFormatSpec>> objects;
                 for (const auto& [id, spec] : model->specs) {
-                    objects.push_back(Make<SpecObject>(m_server, Key{Kind::GlobalSpec, id, {}, {}, {}}, spec));
+                    objects.push_back(Make<SpecObject>(m_server, Key::OfSpec(id), spec));
                 }
                 return HandOut(std::move(objects), specs);
             },
@@ -210,9 +210,7 @@ private:
                 const ModelPtr model = m_server->Snapshot();
                 std::vector<Ref<ILXType>> objects;
                 for (const auto& [name, type] : model->types) {
-                    if (takes(type)) {
-                        objects.push_back(Make<TypeObject>(m_server, Key{Kind::Type, name, {}, {}, {}}, type));
-                    }
+                    if (takes(type)) { objects.push_back(Make<TypeObject>(m_server, Key::OfType(name), type)); }
                 }
                 return HandOut(std::move(objects), out);
             },

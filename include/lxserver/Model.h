@@ -287,14 +287,40 @@ struct GlobalSpecRecord : RecordOf<Kind::GlobalSpec> {
     SpecFormatRecord& AddFormat(int formatType) { return AddTo(formats, formatType, FormatType); }
 };
 
-/// Which element of a configuration: what an object that was handed out finds its newest values by.
+/// Which element of a configuration: what an object that was handed out finds its newest values by. Made by the function
+/// of its kind.
 struct Key {
-    Kind kind;
-    Text owner;     ///< type; a relation's parent; browser id; id of a global format spec
-    Text name;      ///< attribute; an editor's ProgId; a relation's child
-    Text part;      ///< attribute type; a relation's child list
-    Text browser;   ///< of a PC info
+    Kind kind{};
+    Text owner{};   ///< type; a relation's parent; browser id; id of a global format spec
+    Text name{};    ///< attribute; an editor's ProgId; a relation's child
+    Text part{};    ///< attribute type; a relation's child list
+    Text browser{}; ///< of a PC info
     int number = 0; ///< page, group or format type
+
+    static Key OfType(const Text& type) { return {Kind::Type, type}; }
+    static Key OfPage(const Text& type, int number) { return {Kind::Page, type, {}, {}, {}, number}; }
+    static Key OfGroup(const Text& type, int number) { return {Kind::Group, type, {}, {}, {}, number}; }
+    static Key OfGroupFormat(const Text& type, int number) { return {Kind::GroupFormat, type, {}, {}, {}, number}; }
+    static Key OfEditor(const Text& type, const Text& progId) { return {Kind::Editor, type, progId}; }
+    /// @param type  the type that the attribute is of, not one that inherits it
+    static Key OfAttribute(const Text& type, const Text& name) { return {Kind::Attribute, type, name}; }
+    static Key OfAttributeType(const Text& type, const Text& attribute, const Text& name) {
+        return {Kind::AttributeType, type, attribute, name};
+    }
+    static Key OfAttributeFormat(const Text& type, const Text& attribute, int formatType) {
+        return {Kind::AttributeFormat, type, attribute, {}, {}, formatType};
+    }
+    static Key OfRelation(const Text& parent, const Text& child, const Text& childList) {
+        return {Kind::Relation, parent, child, childList};
+    }
+    static Key OfPCInfo(const Text& parent, const Text& child, const Text& childList, const Text& browserId) {
+        return {Kind::PCInfo, parent, child, childList, browserId};
+    }
+    static Key OfBrowserId(const Text& name) { return {Kind::BrowserId, name}; }
+    static Key OfSpec(const Text& id) { return {Kind::GlobalSpec, id}; }
+    static Key OfSpecFormat(const Text& id, int formatType) {
+        return {Kind::GlobalSpecFormat, id, {}, {}, {}, formatType};
+    }
 };
 
 struct Model {

@@ -10,6 +10,8 @@
 #ifndef LXSERVER_OBJECT_H
 #define LXSERVER_OBJECT_H
 
+#include <lxserver/Language.h>
+
 #include <LXConfigFactoryCache.h>
 
 #include <atomic>

@@ -9,6 +9,8 @@
 #ifndef LXSERVER_REGISTRATION_H
 #define LXSERVER_REGISTRATION_H
 
+#include <lxserver/Language.h>
+
 #ifdef _WIN32
 #include <objbase.h>
 

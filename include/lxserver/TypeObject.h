@@ -112,7 +112,7 @@ private:
         return {kind, ItsKey().owner, std::move(name), {}, {}, number};
     }
     static Key KeyOf(const Attributes::value_type& attribute) {
-        return {Kind::Attribute, attribute.second.first->Name(), attribute.first, {}, {}};
+        return Key::OfAttribute(attribute.second.first->Name(), attribute.first);
     }
     /// Inherited ones included: a base's attribute wins.
     Attributes AllAttributes(const Model& model) const {
@@ -196,7 +196,7 @@ private:
 
 inline Ref<IUnknown> ModelSource::ObjectOf(const TypeRecord& type) const {
     if (!m_withObjects) { return {}; }
-    return Make<TypeObject>(m_server, Key{Kind::Type, type.Name(), {}, {}, {}}, type);
+    return Make<TypeObject>(m_server, Key::OfType(type.Name()), type);
 }
 } // namespace lx
 

@@ -9,17 +9,21 @@ import unittest
 
 from program import EMULATOR, PROGRAM, SOURCE, lxcfc, main, regsvr32
 
-PROGID = "LXHandServer.Catalogue"
+LIBRARY = os.environ["LXCFC_LIBRARY"]
+PROGID = "LXHandServer.Catalogue" if EMULATOR else LIBRARY
 CLSID = "{5A1C63D0-2F0E-4B61-9D2C-7710E45BA831}"
 NO_QUERY = "lxcfc: the server offers no ILX_Query: no plan types\n"
 
 
 @contextlib.contextmanager
 def server(wish=""):
-    """The server, in a process of its own where there are such."""
+    """The server, in a process of its own where COM finds it there."""
     if not EMULATOR:
         os.environ["LX_HANDSERVER"] = wish
-        yield
+        try:
+            yield
+        finally:
+            del os.environ["LX_HANDSERVER"]
         return
     process = subprocess.Popen(EMULATOR + [os.path.join(os.path.dirname(PROGRAM), "lxhandserver.exe"), wish],
                                stdin=subprocess.PIPE, stdout=subprocess.PIPE)
@@ -55,8 +59,9 @@ class Foreign(unittest.TestCase):
         with server():
             tree = self.answer("types")["tree"]
             self.assertEqual([tree[0]["name"]] + [n["name"] for n in tree[0]["children"]], ["Item", "Bolt", "Washer"])
-            by_class = lxcfc("types", "--server", CLSID, "--json")
-            self.assertEqual(by_class.json()["tree"], tree)
+            for other in [LIBRARY] + ([CLSID] if EMULATOR else []):
+                self.assertEqual(lxcfc("types", "--server", other, "--json").json()["tree"], tree)
+            self.assertEqual(lxcfc("diff", LIBRARY, PROGID).status, 0)
             attributes = self.answer("type", "Bolt")["attributes"]
             self.assertEqual([a["name"] for a in attributes], ["Code", "Thread", "Weight"])
             self.assertEqual(self.answer("get", "attribute", "Bolt/Weight", "3")["value"], "Miller")
@@ -91,6 +96,21 @@ class Foreign(unittest.TestCase):
             missing = "neither ILX_Query nor ILXDataUpdate: no plan types, and changes are not noticed"
             self.answer("check", error=f"lxcfc: the server offers {missing}\n")
             self.assertIn("there is nothing to watch", self.refusal("watch"))
+
+    def test_a_library_that_cannot_be_used_is_said_to_be(self):
+        for name, why in [("build/none.so", "cannot be used: "), ("build/none.dll", "cannot be used: "),
+                          (os.path.join(os.path.dirname(LIBRARY), "LXError32" + LIBRARY[LIBRARY.rindex("."):]),
+                           "it does not export LXConnectServer"), ("No.Such", "there is no server registered as No.Such")]:
+            answer = lxcfc("types", "--server", name)
+            self.assertEqual(answer.status, 2, answer)
+            self.assertIn(why, answer.error)
+
+    def test_in_process_references_are_proved_too(self):
+        answer = lxcfc("verify-server", "--rules", "--no-start", "--server", LIBRARY, "--json").json()
+        verdicts = {rule["rule"]: rule["verdict"] for rule in answer["rules"]}
+        for rule in ["callback-kept", "callback-released", "references", "null-objects"]:
+            self.assertEqual(verdicts[rule], "kept", answer)
+        self.assertIn("failure-null: GetSearchableTypeEnum()", [f["path"] for f in answer["findings"]])
 
     def test_names_of_its_own(self):
         with server(), tempfile.NamedTemporaryFile("w", suffix=".json", dir=SOURCE + "/build") as file:

@@ -1,9 +1,11 @@
 # SPDX-License-Identifier: MIT
 """lxcfc verify-server: what it prints, and how it ends. The rules themselves are tested in tests/verify."""
+import os
 import unittest
 
-from program import answer_of, lxcfc, main
+from program import EMULATOR, answer_of, lxcfc, main
 
+MINIMAL = os.environ["LXCFC_MINIMAL"]
 FEW = ("--generate", "12")
 
 
@@ -11,10 +13,17 @@ class VerifyServer(unittest.TestCase):
     def test_the_sample_server_keeps_all_rules(self):
         answer = answer_of("verify-server", "--rules", *FEW)
         self.assertEqual((answer["broken"], answer["types"]), (0, 12))
-        self.assertEqual([rule["rule"] for rule in answer["rules"] if rule["verdict"] == "not tested"], ["enum-clone"])
-        self.assertEqual(answer["notTestedRules"][0]["reason"], "no enumeration offers Clone")
+        self.assertEqual([rule["rule"] for rule in answer["rules"] if rule["verdict"] == "not tested"], ["null-objects", "enum-clone"])
+        self.assertEqual([rule["reason"] for rule in answer["notTestedRules"]],
+                         ["every record comes with its object", "no enumeration offers Clone"])
         speed = {row["method"]: row for row in answer["speed"]}
         self.assertEqual(speed["GetTypeArrayEx mode 0"]["calls"], 1)
+
+    def test_a_server_of_the_kit_in_a_library_keeps_all_rules(self):
+        answer = answer_of("verify-server", "--server", MINIMAL)
+        self.assertEqual((answer["broken"], answer["types"]), (0, 2))
+        self.assertEqual([rule["rule"] for rule in answer["notTestedRules"]], ["null-objects", "enum-clone"])
+        self.assertEqual(answer_of("doctor", "--server", MINIMAL)["findings"], [])
 
     def test_the_costs_of_a_start_are_estimated_and_measured(self):
         starts = {row["mode"]: row for row in answer_of("verify-server", *FEW)["starts"]}
@@ -34,9 +43,13 @@ class VerifyServer(unittest.TestCase):
         self.assertIn("notify-sent: the first edit: came", text)
 
     def test_an_edit_that_fails_is_an_error(self):
-        answer = lxcfc("verify-server", "--edit-command", "exit 3", *FEW)
-        self.assertEqual(answer.status, 2, answer)
-        self.assertIn("the edit command ended with status", answer.error)
+        ends = {"exit 3": "ended with status 3"}
+        if not EMULATOR:
+            ends.update({"no-such-program": "ended with status 127", "kill -9 $$": "was ended by signal 9"})
+        for command, end in ends.items():
+            answer = lxcfc("verify-server", "--edit-command", command, *FEW)
+            self.assertEqual(answer.status, 2, answer)
+            self.assertIn("the edit command " + end, answer.error)
 
     def test_a_call_that_takes_too_long_ends_it(self):
         answer = lxcfc("verify-server", "--delay", "1000", "--limit", "0.2", *FEW, "--json")

@@ -149,6 +149,17 @@ build_with_pkg_config() {
         $libraries -Wl,-rpath,"$root/lib" -o "$place/client"
     [ "$("$place/client")" = m3/h ] || fail "the client, built with pkg-config, does not work"
     echo "the client, built with pkg-config, ran"
+    # shellcheck disable=SC2086
+    c++ -std=c++20 -pthread -shared -fPIC $warnings "$source/examples/minimal_server.cpp" $flags $libraries \
+        -Wl,-rpath,"$(pkg-config --variable=libdir lxconfigfactorycache)" -o "$place/minimal_server.so"
+    quietly "$root/bin/lxcfc" verify-server --server "$place/minimal_server.so"
+    ! grep -q notify- "$place/log" || fail "the notifications of the server, built with pkg-config, are not verified"
+    quietly "$root/bin/lxcfc" doctor --server "$place/minimal_server.so"
+    # shellcheck disable=SC2086
+    ! c++ -std=c++17 -fsyntax-only $flags "$source/examples/minimal_server.cpp" 2>"$place/log" ||
+        fail "the server kit takes C++17"
+    grep 'error' "$place/log" | head -1 | grep -q 'needs C++20' || fail "the server kit does not say what it needs"
+    echo "the server, built with pkg-config, is verified"
 }
 
 # The tools say their version, and find the component and the model where they were put.

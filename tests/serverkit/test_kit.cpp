@@ -160,7 +160,7 @@ TEST(Kit, HeldObjectsShowEditsAndOutliveTheirElements) {
     EXPECT_EQ(ValueOf(*ofCache, 4), "'l/s'");
     server->Edit([](lx::Model& model) {
         model.types[OLESTR("Pump")].attributes.erase(OLESTR("RatedFlow"));
-        return std::vector{lx::SetChanged({lx::Kind::Attribute, OLESTR("Pump"), OLESTR("RatedFlow"), {}, {}})};
+        return std::vector{lx::SetChanged(lx::Key::OfAttribute(OLESTR("Pump"), OLESTR("RatedFlow")))};
     });
     EXPECT_EQ(ValueOf(*ofServer, 4), "'m3/h'") << "the value when it was handed out";
     EXPECT_FALSE(AttributeOf(cache.Factory(), OLESTR("Pump"), OLESTR("RatedFlow")));

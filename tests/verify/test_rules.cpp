@@ -188,6 +188,13 @@ void OneAtATime(World& world) {
         return alone ? result : GiveArray(nullptr, out);
     })(world);
 }
+/// Records come without objects, and one way to find these is not there.
+Fault WithoutObjects(std::string_view method) {
+    return [=](World& world) {
+        world.sample->DeliverComponentObjects(false);
+        Type(method, Answer(E_NOTIMPL))(world);
+    };
+}
 void KeepPages(World& world) {
     Type("GetPage", [&world](HRESULT result, void** out) {
         world.kept.emplace_back(static_cast<IUnknown*>(*out));
@@ -312,6 +319,7 @@ const std::vector<Broken> AllBroken = {
     {XRule::AgreeDisplays, Type("GetDisplayAttributeEnum", Answer(S_FALSE))},
     {XRule::AgreeDefaults, Type("GetDefaultEditor", Answer(S_FALSE))},
     {XRule::PlanTypes, Set(&Faults::searchOnce)},
+    {XRule::NullObjects, WithoutObjects("GetPage")},
     {XRule::EnumEnds, BrowserIds(Endless), {XRule::EnumSingle, XRule::FailureLeavesNull}},
     {XRule::EnumCounts, BrowserIds(CountWithoutElements), {XRule::EnumSingle}},
     {XRule::EnumSingle, BrowserIds(WithoutSingleNext), {XRule::FailureLeavesNull}},
@@ -371,14 +379,41 @@ TEST(Contract, EveryRuleHasAServerThatBreaksIt) {
 }
 
 TEST(Contract, TheSampleServerKeepsEveryRule) {
-    World world(ContractModel());
-    const XVerifierReport report = world.Verify();
-    EXPECT_EQ(BrokenIn(report), "");
-    EXPECT_EQ(report.types, 4u);
-    for (const XVerdict& verdict : report.verdicts) {
-        EXPECT_EQ(verdict.IsKept(), verdict.rule->rule != XRule::EnumClone) << verdict.rule->id;
+    for (const bool withObjects : {true, false}) {
+        World world(ContractModel());
+        world.sample->DeliverComponentObjects(withObjects);
+        const XVerifierReport report = world.Verify();
+        EXPECT_EQ(BrokenIn(report), "");
+        EXPECT_EQ(report.types, 4u);
+        const std::set<XRule> notTested{XRule::EnumClone, withObjects ? XRule::NullObjects : XRule::AgreeObjects};
+        for (const XVerdict& verdict : report.verdicts) {
+            EXPECT_EQ(verdict.IsKept(), !notTested.contains(verdict.rule->rule)) << verdict.rule->id;
+        }
+        EXPECT_FALSE(report.times.at("GetTypeArrayEx mode 15").empty());
     }
-    EXPECT_FALSE(report.times.at("GetTypeArrayEx mode 15").empty());
+}
+
+TEST(Contract, EachWayToAnObjectIsLookedAt) {
+    for (const char* const method : {"GetGroup", "GetAttribute", "GetConfObjEditorEnum"}) {
+        World world(ContractModel());
+        WithoutObjects(method)(world);
+        EXPECT_TRUE(VerdictOf(world.Verify(), XRule::NullObjects).IsBroken()) << method;
+    }
+    World world(ContractModel());
+    world.sample->DeliverComponentObjects(false);
+    Factory("GetParentChildEnum", Answer(E_NOTIMPL))(world);
+    EXPECT_TRUE(VerdictOf(world.Verify(), XRule::NullObjects).IsBroken());
+}
+
+TEST(Contract, WhatAServerKeepsFromTheFirstQuestionIsNoLostReference) {
+    World world(ContractModel());
+    Type("GetPage", [&world](HRESULT result, void** out) {
+        if (world.kept.empty()) { world.kept.emplace_back(static_cast<IUnknown*>(*out)); }
+        return result;
+    })(world);
+    const XVerifierReport report = world.Verify();
+    EXPECT_FALSE(world.kept.empty());
+    EXPECT_EQ(BrokenIn(report), "");
 }
 
 TEST(Contract, WhatIsMissingIsSaid) {

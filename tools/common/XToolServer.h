@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// The configuration server that a program uses: the sample server in this process, or any server that COM finds by a
-// ProgID or class id.
+// The configuration server that a program uses: the sample server in this process, one in a shared library, or any that
+// COM finds by a ProgID or class id.
 //
-// Ownership  The caller owns what the methods return. A local server ends with this object; a registered one keeps
-//            running.
+// Ownership  The caller owns what the methods return. The sample server in this process ends with this object; a
+//            registered one keeps running. A library stays loaded.
 // Threading  Thread-safe; each thread must have initialised COM.
 // Errors     XToolFailure, with the server's reason if it gave one.
 #ifndef XTOOLSERVER_H
@@ -24,8 +24,17 @@ public:
     virtual XLXComPtr<ILXConfigFactory> ConfigFactory() = 0;
     virtual XLXComPtr<ILX_Query> Query() = 0;
     virtual XLXComPtr<ILXDataUpdate> DataUpdate() = 0;
-    /// Whether the server runs in this process.
+    /// Whether the server runs in this process, and is called without proxies.
     virtual bool IsLocal() const = 0;
+    /// Whether LiveObjects answers.
+    virtual bool CountsObjects() const { return true; }
+    /// The server's live objects and the references to them; no references when it counts only the objects.
+    virtual XServerObjectCount LiveObjects() = 0;
+    /// Whether the server changes itself when it is asked to.
+    virtual bool EditsItself() const { return false; }
+    /// Has the server make a change that can be seen in its answers.
+    /// @param number  another one each time
+    virtual void EditItself(LONG /*number*/) {}
 
     /// Whether this is the sample server. Other servers raise XToolFailure from all methods below.
     virtual bool IsSample() const { return true; }
@@ -41,8 +50,6 @@ public:
     ///     {"edit":"SetAttributeProperty","type":"Pump","name":"RatedFlow","index":4,"value":"Flow"}
     /// When it returns, the clients have been notified; a slow client may still be handling the notification.
     virtual XNotification Edit(const std::string& json) = 0;
-    /// The server's live objects and the references to them.
-    virtual XServerObjectCount LiveObjects() = 0;
 };
 
 /// A sample server in this process.
@@ -51,5 +58,10 @@ std::unique_ptr<XToolServer> LXLocalToolServer(XServerModel model);
 /// The server registered under a ProgID or a class id ("{...}"), activated in its own process or in this one. It needs
 /// only ILXConfigFactory.
 std::unique_ptr<XToolServer> LXRegisteredToolServer(const std::string& name);
+
+/// The server of a shared library, in this process. It needs only ILXConfigFactory.
+std::unique_ptr<XToolServer> LXLibraryToolServer(const std::string& file);
+/// Whether a name is a shared library's, by its form.
+bool LXIsServerLibrary(const std::string& name);
 
 #endif

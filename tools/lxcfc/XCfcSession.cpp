@@ -51,7 +51,8 @@ void SayWhatIsMissing(bool query, bool update) {
 } // namespace
 
 std::unique_ptr<XToolServer> LXMakeServer(const XServerChoice& choice) {
-    if (!choice.progId.empty()) { return LXRegisteredToolServer(choice.progId); }
+    if (LXIsServerLibrary(choice.name)) { return LXLibraryToolServer(choice.name); }
+    if (!choice.name.empty()) { return LXRegisteredToolServer(choice.name); }
     if (choice.generated > 0) {
         XGeneratorOptions options;
         options.types = choice.generated;
@@ -63,9 +64,10 @@ std::unique_ptr<XToolServer> LXMakeServer(const XServerChoice& choice) {
 std::unique_ptr<XToolServer> LXServerNamed(const std::string& name) {
     std::error_code unknown;
     XServerChoice choice;
-    const bool isFile = name.ends_with(".json") || name.find_first_of("/\\") != std::string::npos ||
-                        std::filesystem::exists(name, unknown);
-    (isFile ? choice.model : choice.progId) = name;
+    const bool isModel =
+        !LXIsServerLibrary(name) && (name.ends_with(".json") || name.find_first_of("/\\") != std::string::npos ||
+                                     std::filesystem::exists(name, unknown));
+    (isModel ? choice.model : choice.name) = name;
     return LXMakeServer(choice);
 }
 

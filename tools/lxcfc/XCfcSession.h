@@ -12,7 +12,7 @@
 
 /// Which server.
 struct XServerChoice {
-    std::string progId; ///< a registered server, by its ProgID or class id, where it is not empty
+    std::string name;   ///< a server's library, or a registered server's ProgID or class id, where it is not empty
     std::string model;  ///< else a model file in this process; the shipped one where it is empty
     int generated = 0;  ///< else, where it is not 0, a generated model with that many types
     double delay = 0;   ///< milliseconds that each call to it takes
@@ -64,7 +64,8 @@ private:
     bool m_hasNotifications = false;
 };
 
-/// The server that a name stands for: that of a model file where the name looks like a file's, else a registered one.
+/// The server that a name stands for: that of a library or of a model file where the name looks like a file's, else a
+/// registered one.
 std::unique_ptr<XToolServer> LXServerNamed(const std::string& name);
 
 /// The model that is shipped with the program: beside it, where it was installed to, or in the source tree.

@@ -69,7 +69,8 @@ std::string Completion(const CLI::App& app) {
            "_lxcfc() {\n"
            "    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command= words= i\n"
            "    case $before in\n"
-           "        --model | --names | --output) mapfile -t COMPREPLY < <(compgen -f -- \"$word\") && return ;;\n"
+           "        --model | --names | --output | --server) mapfile -t COMPREPLY < <(compgen -f -- \"$word\") && "
+           "return ;;\n"
            "    esac\n"
            "    for ((i = 1; i < COMP_CWORD; ++i)); do\n"
            "        case \" " +

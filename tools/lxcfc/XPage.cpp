@@ -242,7 +242,7 @@ template <class Wanted> void KeepThose(XJson& rows, const Wanted& isWanted) {
 } // namespace
 
 std::string LXConfigurationName(const XServerChoice& choice) {
-    if (!choice.progId.empty()) { return choice.progId; }
+    if (!choice.name.empty()) { return choice.name; }
     if (choice.generated > 0) { return std::to_string(choice.generated) + " generated types"; }
     return LXConfigurationName(choice.model.empty() ? LXShippedModel() : choice.model);
 }

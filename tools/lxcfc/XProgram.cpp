@@ -18,7 +18,8 @@ void DeclareCommon(CLI::App& app, XCommonOptions& options) {
         app.add_option("--generate", options.server.generated, "A generated model with that many types instead")
             ->check(CLI::Range(1, 100000))
             ->excludes(model);
-    app.add_option("--server", options.server.progId, "A registered server instead, by its ProgID or {CLSID}")
+    app.add_option("--server", options.server.name,
+                   "Another server instead: the file of its library (.so, .dll), or its ProgID or {CLSID}")
         ->excludes(model)
         ->excludes(generated);
     app.add_option("--names", options.names, "What the server's properties are called: a file like properties.json");

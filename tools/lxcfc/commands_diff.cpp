@@ -77,7 +77,8 @@ XJson Changed(const XAnswers& before, const XAnswers& after) {
 class DiffCommand {
 public:
     void Declare(CLI::App& app) {
-        app.add_option("A", m_first, "A model file, or a registered server's ProgID or {CLSID}")->required();
+        app.add_option("A", m_first, "A model file, a server's library, or a registered server's ProgID or {CLSID}")
+            ->required();
         app.add_option("B", m_second, "What it is compared with")->required();
         app.add_flag("--html", m_html, "A page for a browser that shows B with its differences from A");
         app.add_option("--output", m_file, "The file to write the page to; standard output by default")
@@ -85,7 +86,7 @@ public:
     }
     int Run(XRun& run) const {
         const XServerChoice& choice = run.Options().server;
-        LXExpectThat(choice.progId.empty() && choice.model.empty() && choice.generated == 0,
+        LXExpectThat(choice.name.empty() && choice.model.empty() && choice.generated == 0,
                      "diff has its two configurations as arguments, not as --server, --model or --generate");
         LXExpectThat(!run.Options().json || !m_html, "--json excludes --html");
         const XToolComponent com;

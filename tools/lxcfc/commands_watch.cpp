@@ -37,13 +37,18 @@ public:
             session.EditAtRandom(m_seed + i, 1, true);
             WaitFor(1, run, trace, session);
         }
-        LXExpectThat(edited || m_seconds > 0 || !session.Server().IsLocal(),
+        LXExpectThat(edited || m_seconds > 0 || !IsQuiet(session),
                      "nobody edits a server in this process: name edits with --edit or --random");
         Wait(run, session, trace, !edited && m_seconds == 0);
         return ExitOk;
     }
 
 private:
+    /// The sample server in this process: nobody else edits it, and a notification has come when its edit returns.
+    static bool IsQuiet(const XCfcSession& session) {
+        return session.Server().IsLocal() && session.Server().IsSample();
+    }
+
     void Edit(XRun& run, XCfcSession& session, XTrace& trace, const std::string& edit) {
         const XNotification sent = session.Server().Edit(edit);
         const bool isFirst = m_lastId == 0;
@@ -52,13 +57,13 @@ private:
         WaitFor(sent.clients > 0 ? ids : 0, run, trace, session);
     }
 
-    /// In this process a notification has come when its edit returns. From another process it comes later, and so many
-    /// are waited for: as many as ids were given since the last edit.
+    /// From another process notifications come later, and so many are waited for: as many as ids were given since the last
+    /// edit.
     void WaitFor(std::size_t notifications, XRun& run, XTrace& trace, const XCfcSession& session) {
         constexpr auto MostTime = std::chrono::seconds(20);
         m_expected = std::max(m_expected, m_seen) + notifications;
         const auto end = std::chrono::steady_clock::now() + MostTime;
-        for (Print(run, trace, session); m_seen < m_expected && !session.Server().IsLocal();) {
+        for (Print(run, trace, session); m_seen < m_expected && !IsQuiet(session);) {
             LXExpectThat(std::chrono::steady_clock::now() < end, "the notification of an edit has not come");
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
             Print(run, trace, session);
@@ -81,9 +86,9 @@ private:
         }
     }
 
-    // In this process a notification is complete when its edit returns; others are given some time.
+    // What does not come while an edit is made is given some time to be complete.
     void Print(XRun& run, XTrace& trace, const XCfcSession& session) {
-        const std::chrono::milliseconds quiet(session.Server().IsLocal() ? 0 : 100);
+        const std::chrono::milliseconds quiet(IsQuiet(session) ? 0 : 100);
         for (const XTrace::Notification& notification : trace.Take(quiet)) {
             ++m_seen;
             run.Printer().PrintNext({{"notification", notification.dataId},

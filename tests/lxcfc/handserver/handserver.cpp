@@ -509,3 +509,11 @@ HRESULT LXRegisterHandServer(bool offersUpdate, bool edits, DWORD* cookie) {
     factory->Release();
     return result;
 }
+
+HRESULT LXConnectHandServer(bool offersUpdate, bool edits, REFIID iid, void** object) {
+    if (edits) { KeepEditing(); }
+    auto* const server = new Server(offersUpdate);
+    const HRESULT result = server->QueryInterface(iid, object);
+    server->Release();
+    return result;
+}

@@ -12,5 +12,7 @@
 /// @param offersUpdate  whether it offers ILXDataUpdate
 /// @param edits         whether the supplier of Item/Weight changes all the time, as long as there are clients
 HRESULT LXRegisterHandServer(bool offersUpdate, bool edits, DWORD* cookie);
+/// Gives a client the server in this process.
+HRESULT LXConnectHandServer(bool offersUpdate, bool edits, REFIID iid, void** object);
 
 #endif

@@ -40,6 +40,7 @@ constexpr XContract Contract{{
     {XRule::AgreeDisplays, "agree-displays", Should, 1, "GetDisplayAttributeEnum, GetGroupAttributeEnum and GetDisplayGroupAttributeEnum give the attributes whose values say so"},
     {XRule::AgreeDefaults, "agree-defaults", Should, 1, "GetDefaultEditor and GetDefaultNewEditor give an editor whose values say so, and nothing only where there is none"},
     {XRule::PlanTypes, "plan-types", Must, 1, "ILX_Query searches for plan types, and finds the same after ResetSearch"},
+    {XRule::NullObjects, "null-objects", Must, 7, "An object that a record comes without is found by a look-up or an enumeration"},
     {XRule::EnumEnds, "enum-ends", Must, 1, "An enumeration comes to an end and stays there"},
     {XRule::EnumCounts, "enum-counts", Must, 1, "RemNext gives at most what was asked for, S_OK exactly when it gives all of that, and no null elements"},
     {XRule::EnumSingle, "enum-single", Should, 1, "GetSingleNext gives what RemNext gives, and S_FALSE with null at the end"},

@@ -43,6 +43,7 @@ enum class XRule {
     AgreeDisplays,
     AgreeDefaults,
     PlanTypes,
+    NullObjects,
     EnumEnds,
     EnumCounts,
     EnumSingle,

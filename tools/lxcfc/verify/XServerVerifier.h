@@ -20,10 +20,10 @@ struct XServerToVerify {
     XLXComPtr<ILXConfigFactory> factory;
     XLXComPtr<ILXDataUpdate> update; ///< null when the server has none
     XLXComPtr<ILX_Query> query;      ///< null when the server has none
-    bool inProcess = true;
+    bool inProcess = true;           ///< and called without proxies
     /// Makes a change that can be seen in the server's answers, and another one each time. Empty when nobody can.
     std::function<void()> edit;
-    /// The objects of the server and the references to them; empty when it does not count them.
+    /// The objects of the server and the references to them (0: these are not counted); empty when it counts nothing.
     std::function<std::pair<LONG, LONG>()> live;
 };
 

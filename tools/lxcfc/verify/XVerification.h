@@ -64,6 +64,11 @@ public:
         Judge(wanted, call, result, LeftIn(out, untouched));
         return result == S_OK && out != untouched ? out : nullptr;
     }
+    /// Judges whether the object that a record came without is found by other means.
+    void JudgeMissing(const XReadRecord& record, bool isFound, const std::string& call) {
+        if (record.object != nullptr) { return; }
+        m_findings.Check(isFound, XRule::NullObjects, call, record.path + " came without an object, and none is found");
+    }
     /// A property of an object; nothing when the call fails.
     std::optional<XLXComVariant> AskValue(ILXConfigObject& object, XElementKind kind, const std::string& who,
                                           int index);
@@ -99,6 +104,9 @@ public:
     std::atomic<int> insideNotifications{0}; ///< of calls of the verification's callbacks
 
     static constexpr LONG AllInBulk = 15;
+    /// Why references cannot be counted.
+    static constexpr const char* BehindProxies =
+        "the server is called through proxies: it runs in another process or apartment";
 
 private:
     enum class Left { Null, Untouched, Something };

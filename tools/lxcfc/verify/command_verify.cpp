@@ -7,6 +7,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#ifndef _WIN32
+#include <sys/wait.h>
+#endif
 
 namespace {
 constexpr LONG TransferModes[] = {0, 1, 2, 4, 8, 15}; // attributes 1, groups 2, pages 4, editors 8
@@ -45,7 +48,12 @@ private:
 
 /// Runs a program of the user's that changes the server.
 void RunEdit(const std::string& command) {
-    const int status = std::system(command.c_str());
+    int status = std::system(command.c_str());
+#ifndef _WIN32
+    LXExpectThat(status != -1, "the edit command cannot be started");
+    LXExpectThat(!WIFSIGNALED(status), "the edit command was ended by signal " + std::to_string(WTERMSIG(status)));
+    status = WEXITSTATUS(status);
+#endif
     LXExpectThat(status == 0, "the edit command ended with status " + std::to_string(status));
 }
 
@@ -204,8 +212,11 @@ XJson Describe(const XVerifierReport& report) {
 class VerifyCommand {
 public:
     void Declare(CLI::App& app) {
-        app.add_option("--edit-command", m_editCommand,
-                       "A command line that changes the server, another way each time; else the sample server's edits");
+        app.add_option(
+            "--edit-command", m_editCommand,
+            "A command line that changes the server, another way each time. The shell runs it in a process of its "
+            "own with this one's environment: a server in this process it reaches only through a database or "
+            "a file. Without it the sample server, or the server's library (LXEditServer), edits itself");
         app.add_option("--limit", m_limit, "Seconds that one call may take")
             ->check(CLI::Range(0.1, 3600.0))
             ->capture_default_str();
@@ -257,8 +268,10 @@ private:
             verified.edit = [this] { RunEdit(m_editCommand); };
         } else if (server.IsSample()) {
             verified.edit = [&edits] { edits.Make(); };
+        } else if (server.EditsItself()) {
+            verified.edit = [&server, number = LONG{0}]() mutable { server.EditItself(++number); };
         }
-        if (server.IsLocal() && server.IsSample()) {
+        if (server.IsLocal() && server.CountsObjects()) {
             verified.live = [&server] {
                 const XServerObjectCount live = server.LiveObjects();
                 return std::pair(live.objects, live.references);

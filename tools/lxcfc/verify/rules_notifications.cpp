@@ -134,7 +134,8 @@ public:
         if (m_verification.Server().edit) {
             VerifyEdits();
         } else {
-            SkipEdits("nothing changes the server; --edit-command names a program that does");
+            SkipEdits("nothing changes the server; --edit-command names a program that does, or its library exports "
+                      "LXEditServer");
         }
         if (m_first.IsRegistered()) { EndFirst(); }
         VerifyReferences(
@@ -171,9 +172,7 @@ private:
     }
 
     void VerifyReferences(XRule rule, bool kept, const std::string& call) {
-        if (!m_verification.Server().inProcess) {
-            return m_findings.NotTested(rule, "the server runs in a process of its own");
-        }
+        if (!m_verification.Server().inProcess) { return m_findings.NotTested(rule, XVerification::BehindProxies); }
         m_findings.Check(kept, rule, call,
                          std::to_string(m_first.Callback().References()) + " references to the callback are held");
     }

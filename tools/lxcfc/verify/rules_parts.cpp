@@ -55,6 +55,7 @@ private:
             VerifyObject<I>(record);
             const auto found = m_verification.Ask<I>(XWanted::AnswerIfOffered, "Get" + name, record.path,
                                                      [&](I** out) { return lookUp(record, out); });
+            if (record.kind != XElementKind::Editor) { m_verification.JudgeMissing(record, found.Has(), found.call); }
             if (found.IsOffered()) { VerifyFound(found, NearestToRoot(record, which), asked++ < OneByOne); }
         }
         VerifyEnumeration<I>(*list, which,
@@ -103,11 +104,16 @@ private:
     template <class I, class E>
     void VerifyEnumeration(const std::vector<XReadRecord>& list, XReadList XReadComponents::*which,
                            const XAnswered<E>& answer) {
-        if (!answer.IsOffered() || FAILED(answer.result)) { return; }
         std::set<std::string> came;
         for (const auto& object : m_verification.AskAll<I>(answer)) {
             came.insert(m_verification.AskKey(*object, KindOf<I>(), answer.call));
         }
+        for (const XReadRecord& record : list) {
+            if (record.kind == XElementKind::Editor) { // there are no others that a look-up is sure to find
+                m_verification.JudgeMissing(record, came.contains(record.Key()), answer.call);
+            }
+        }
+        if (FAILED(answer.result)) { return; }
         std::string difference;
         for (const XReadRecord& record : list) {
             if (came.erase(record.Key()) == 0) { difference = record.path + " is missing"; }
@@ -142,15 +148,16 @@ void VerifyAttributeTypes(XVerification& verification, ILXType& type, const XRea
     const auto answer = verification.Ask<ILXAttributeTypeEnum>(
         XWanted::AnswerIfOffered, "GetAttributeTypeEnum", attribute.path,
         [&](ILXAttributeTypeEnum** out) { return found.object->GetAttributeTypeEnum(out); });
-    if (!answer.IsOffered()) { return; }
     std::multiset<std::string> expected;
     std::multiset<std::string> came;
-    for (const XReadRecord& one : attribute.types) {
-        expected.insert(one.Key());
-    }
     for (const auto& one : verification.AskAll<ILXAttributeType>(answer)) {
         came.insert(verification.AskKey(*one, XElementKind::AttributeType, answer.call));
     }
+    for (const XReadRecord& one : attribute.types) {
+        expected.insert(one.Key());
+        verification.JudgeMissing(one, came.contains(one.Key()), answer.call);
+    }
+    if (!answer.IsOffered()) { return; }
     verification.Findings().Check(expected == came, XRule::AgreeEnumerations, answer.call,
                                   "the array has " + std::to_string(expected.size()) + ", the enumeration " +
                                       std::to_string(came.size()) + ", or other names");
@@ -203,7 +210,10 @@ void VerifyOthers(XVerification& verification, ILXType& type, const XReadType& r
 void LXVerifyParts(XVerification& verification) {
     for (const XReadType* const record : verification.sample) {
         LXVerifyRecordObject<ILXType>(verification, record->head);
+        verification.Findings().NotTested(XRule::NullObjects, "every record comes with its object");
         const XLXComPtr<ILXType> type = verification.AskType(record->head.Key());
+        verification.JudgeMissing(record->head, static_cast<bool>(type),
+                                  "GetType(" + LXQuoted(record->head.Key()) + ")");
         if (!type) { continue; }
         PartVerifier(verification, *record, *type).VerifyAll();
         VerifyOthers(verification, *type, *record);

@@ -24,16 +24,18 @@ template <class Takes> void VerifyEnumeration(XVerification& verification, const
         XWanted::AnswerIfOffered, "GetParentChildEnum", LXQuoted(parent), [&](ILXParentChildEnum** out) {
             return verification.Factory().GetParentChildEnum(LXBstr(parent).Get(), nullptr, out);
         });
-    if (!answer.IsOffered()) { return; }
     std::multiset<XRow> expected;
     std::multiset<XRow> came;
-    for (const XReadRecord& relation : verification.relations ? verification.relations->content : Relations()) {
-        if (takes(relation)) { expected.insert(LXRowOf(relation.values)); }
-    }
     for (const auto& relation : verification.AskAll<ILXParentChild>(answer)) {
         const auto row = verification.AskProperties(*relation, XElementKind::Relation, "a relation of " + answer.call);
         came.insert(row.value_or(XRow()));
     }
+    for (const XReadRecord& relation : verification.relations ? verification.relations->content : Relations()) {
+        if (!takes(relation)) { continue; }
+        const auto row = expected.insert(LXRowOf(relation.values));
+        verification.JudgeMissing(relation, came.contains(*row), answer.call);
+    }
+    if (!answer.IsOffered()) { return; }
     std::vector<XRow> differing;
     std::set_symmetric_difference(expected.begin(), expected.end(), came.begin(), came.end(),
                                   std::back_inserter(differing));
