@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Notifications of every shape, and property names.
+// Notifications of every form, and property names.
 #include "XCfgPropertyConvert.h"
 #include "XDataId.h"
 #include "cachetargets.h"
@@ -11,7 +11,7 @@ constexpr const char* Pieces[] = {
     "objects",    "properties", "pc", "searchable",       "/", "//", "0",   "1",       "2",           "512", "-1",
     "2147483648", "Pump",       "64", "\xF0\x90\x80\x80", " ", "+",  "0x2", "Objects", "cfc_forward/"};
 
-/// Text of any kind: common pieces, narrow characters, and units that need not be valid UTF-16.
+/// Any text: common pieces, narrow characters, and units that may be invalid UTF-16.
 XLXText TextFrom(Decisions& decisions) {
     XLXText text;
     while (!decisions.Empty()) {
@@ -28,7 +28,7 @@ XLXText TextFrom(Decisions& decisions) {
     return text;
 }
 
-/// One of the cached objects' own callbacks, or the manager's.
+/// The callback of a cached object, or the manager's.
 XLXComPtr<ILXCallbackUpdate> Receiver(ILXConfigFactory& cache, int which) {
     XLXComPtr<ILXType> type;
     XLXComPtr<ILXAttribute> attribute;
@@ -62,7 +62,7 @@ XLXComPtr<ILXCallbackUpdate> Receiver(ILXConfigFactory& cache, int which) {
     }
 }
 
-/// One cache for all executions: every one begins with values that were read.
+/// One cache for all executions, so that each one begins with values that were read.
 FuzzCache& SharedCache() {
     static FuzzCache& cache = *[] {
         auto* const made = new FuzzCache;
@@ -98,7 +98,7 @@ bool FuzzDataId(XBytes bytes) {
     const HRESULT result = receiver->DataObjectChanged(id.Get(), dataType.Get(), 256, notificationId, 0, nullptr);
     LXRequire(result == S_OK, "a notification is taken whatever its data id is");
     CompareAll(cache);
-    // It must not stand in the way of the next one either.
+    // It must not suppress the next notification either.
     cache.Server().Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, std::to_string(++executions % 10));
     CompareAll(cache);
     return XDataId::Parse(text).kind != LXDataIdKind::Other;
@@ -106,7 +106,7 @@ bool FuzzDataId(XBytes bytes) {
 
 bool FuzzPropertyNames(XBytes bytes) {
     Decisions decisions(bytes);
-    const int kind = decisions.Byte() - 2; // no kind of ours, too
+    const int kind = decisions.Byte() - 2; // also invalid kinds
     constexpr const char* names[] = {"LXCFG_attributename", "LXCFG_showinbrowser", "LXCFG_browserid",
                                      "LXCFG_groupnumber",   "LXCFG_pagenumber",    "LXCFG_typename",
                                      "LXCFPC_parentname",   "LXCFG_pcinfonew",     "LXCFG_progid"};
@@ -117,7 +117,7 @@ bool FuzzPropertyNames(XBytes bytes) {
     const int index = XCfgPropertyConvert::Convert(element, XLXComBSTR(text).Get());
     LXRequire(index >= -1 && index < 60, "an index that such an element has, or -1");
     if (index >= 0) {
-        // Exactly this name: with anything before or after it, or in another case, it is another one.
+        // Names are compared exactly: with a prefix, a suffix or another case it is another name.
         for (const XLXText& other :
              {text + XLXText(1, OLECHAR{0}), XLXText(1, OLECHAR{' '}) + text, text + OLESTR("x"), text.substr(1),
               text.substr(0, text.size() - 1) + static_cast<OLECHAR>(text.back() ^ 0x20)}) {

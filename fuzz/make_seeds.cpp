@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Writes the seed corpus: arrays of every kind as the writers make them, and spoiled copies of them.
+// Writes the seed corpus: valid arrays of every kind, and invalid variants of them.
 #include "XCFCDataTransfer.h"
 #include "XTransferWriters.h"
 #include "arraycode.h"
@@ -22,7 +22,7 @@ void WriteSeed(const std::string& name, const Bytes& bytes) {
     if (!file.flush()) { throw std::runtime_error("cannot write " + name); }
 }
 
-/// A living object: one that the decoder made.
+/// An object of the decoder.
 XLXComPtr<IUnknown> Object() {
     constexpr std::uint8_t oneObject[] = {0, 6};
     auto values = std::vector<XLXComPtr<IUnknown>>(1);
@@ -89,7 +89,7 @@ XLXSafeArray Relations(int count) {
     return GetArrayFromVec(std::move(relations));
 }
 
-/// A seed that is taken, and copies of it with other containers.
+/// Writes a seed that its reader accepts, and copies with other containers.
 void Take(const std::string& name, const XLXSafeArray& array) {
     Bytes bytes = EncodeArray(array);
     WriteSeed("ok_" + name, bytes);
@@ -99,7 +99,7 @@ void Take(const std::string& name, const XLXSafeArray& array) {
     WriteSeed("bad_" + name + "_two_dimensions", bytes);
 }
 
-/// A seed without its last element, and one with a byte replaced.
+/// Writes a seed without its last element, and one with a replaced byte.
 void Spoil(const std::string& name, XLXSafeArray array, std::size_t at, std::uint8_t byte) {
     Bytes bytes = EncodeArray(array);
     bytes.at(at) = byte;
@@ -112,7 +112,7 @@ void Spoil(const std::string& name, XLXSafeArray array, std::size_t at, std::uin
     WriteSeed("bad_" + name + "_cut", EncodeArray(cut.Finish()));
 }
 
-/// Seeds for the whole cache are bytes as they come.
+/// Writes the seeds for the whole cache, which are plain bytes.
 void WriteCacheSeeds(const std::filesystem::path& root) {
     const auto enter = [&](const char* target) {
         g_folder = root / target;
@@ -137,7 +137,7 @@ void WriteCacheSeeds(const std::filesystem::path& root) {
         WriteSeed("bad_kind_" + name, {element, ofKind[kind], 4});
     }
     enter("fuzz_operations");
-    for (std::uint8_t kind = 0; kind < 22; ++kind) // one question of each kind, with edits around it
+    for (std::uint8_t kind = 0; kind < 22; ++kind) // one query of each kind, with edits around it
     {
         const std::string name = std::to_string(kind);
         WriteSeed("ok_question_" + name, {15, 9, kind, 2, 3, 2, 4, 9, kind, 2, 3, 2, 40});
@@ -157,7 +157,7 @@ void WriteAll(const std::filesystem::path& root) {
         WriteSeed("bad_texts", {static_cast<std::uint8_t>(EContainer::Texts), 0x11, 0x11});
         WriteSeed("bad_no_array", {static_cast<std::uint8_t>(EContainer::NoArray)});
     };
-    constexpr std::uint8_t huge = 0xF2; // the bytes that follow become a count
+    constexpr std::uint8_t huge = 0xF2; // the following bytes become a count
     enter("fuzz_type_array");
     Take("types", TypeArray(2));
     Take("no_types", TypeArray(0));

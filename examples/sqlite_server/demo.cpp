@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// lxsqlitedemo DATABASE [SQL]: two servers over one database, each with a cache in front of it; shows what both say of an
-// attribute before and after somebody else edits it. Waits for that edit, which is to set its unit to l/s; a statement
-// that is given is run on a connection of its own.
+// lxsqlitedemo DATABASE [SQL]: two servers over one database, each with a cache in front of it. Prints an attribute's
+// unit from both caches, waits until another program sets it to l/s, and prints it again. If a statement is given, it
+// is run on a separate connection to make that edit.
 #include "SqliteServer.h"
 
 #include <cstdio>
@@ -15,7 +15,7 @@ void Check(HRESULT result, const char* what) {
     if (result != S_OK) { throw std::runtime_error(std::string(what) + " did not answer S_OK"); }
 }
 
-/// A server, and an application's cache in front of it.
+/// A server with an application's cache in front of it.
 class Side {
 public:
     explicit Side(const std::string& path) : m_server(OpenSqliteServer(path)) {
@@ -42,7 +42,7 @@ public:
     Side(const Side&) = delete;
     Side& operator=(const Side&) = delete;
 
-    /// The unit of Pump/RatedFlow, as the cache has it.
+    /// The unit of Pump/RatedFlow, read from the cache.
     lx::Text Unit() const;
 
 private:
