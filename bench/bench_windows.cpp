@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// bench_windows: GetProperty of a text in the module against the platform's VariantCopy alone. Prints the row as
-// JSON. It has a loop of its own, since it runs under Wine, where nothing but the C++ library is at hand.
+// bench_windows: measures GetProperty of a text in the module against the platform's VariantCopy alone, and prints the
+// row as JSON. It has its own measuring loop, because only the C++ library is available under Wine.
 #include "XLXComVariant.h"
 #include "XSampleServer.h"
 #include "modulefile.h"
@@ -27,7 +27,7 @@ XServerModel OneAttribute() {
     return model;
 }
 
-/// Nanoseconds of one call, in a run of many.
+/// The nanoseconds of one call, measured over many.
 template <class Read> double TimeOf(Read&& read) {
     VARIANT value;
     VariantInit(&value);
