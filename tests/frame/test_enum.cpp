@@ -8,7 +8,7 @@
 #include <set>
 #include <thread>
 
-// All kinds of enumerators that the component hands out can be made.
+// Instantiates all kinds of enumerators that the component returns.
 template class XLXEnumWithDelete<ILXTypeEnum, ILXType>;
 template class XLXEnumWithDelete<ILXPageEnum, ILXPage>;
 template class XLXEnumWithDelete<ILXGroupEnum, ILXGroup>;
@@ -23,7 +23,7 @@ namespace {
 using Enumerator = XLXEnumWithDelete<ILXBrowserIdEnum, ILXBrowserId>;
 using Items = Enumerator::Items;
 
-/// A counted element that refuses everything else.
+/// An element that only counts references.
 class FakeBrowserId final : public ILXBrowserId {
 public:
     FakeBrowserId() { ++alive; }
@@ -63,12 +63,12 @@ Items MakeItems(size_t count) {
     return items;
 }
 
-/// An enumerator over that many elements, which may be none.
+/// An enumerator over that many elements.
 XLXComPtr<ILXBrowserIdEnum> Over(size_t count) { return XLXComPtr<ILXBrowserIdEnum>(new Enumerator(MakeItems(count))); }
 
 enum Method {
-    Next, // argument: elements asked for; expects the answer and the number fetched
-    Skip, // argument: elements passed over
+    Next, // argument: number of requested elements; expects the result and the number fetched
+    Skip, // argument: number of elements to skip
     Reset,
     Single, // expects 1 or 0 fetched
 };
@@ -88,7 +88,7 @@ struct Walk {
 
 class EnumeratorWalk : public testing::TestWithParam<Walk> {};
 
-/// Takes one step and answers how many elements it gave.
+/// Performs one step and returns the number of elements that it fetched.
 HRESULT Take(ILXBrowserIdEnum& from, const Step& step, Items& got) {
     ILXBrowserId* raw[8] = {};
     ULONG fetched = 99;
@@ -144,7 +144,7 @@ TEST(Enumerator, GivesTheElementsInOrderAndAReferenceEach) {
     walked.Reset();
     EXPECT_EQ(XModuleCount::LiveObjects(), 0);
     for (ILXBrowserId* const element : got) {
-        EXPECT_EQ(element->Release(), 0u); // ours was the last reference
+        EXPECT_EQ(element->Release(), 0u); // the last reference
     }
     EXPECT_EQ(FakeBrowserId::alive, 0);
 }
@@ -229,7 +229,7 @@ template <class F> std::chrono::nanoseconds Time(F&& round) {
     return std::chrono::steady_clock::now() - begin;
 }
 
-// Compares the best of each; on a busy machine it takes some runs until both have had an undisturbed one.
+// Compares the best time of each; on a busy machine it takes several runs until both had an undisturbed one.
 TEST(Enumerator, CostsLittleMoreThanCopyingTheReferences) {
     const Items source = MakeItems(500);
     auto copying = std::chrono::nanoseconds::max();

@@ -10,7 +10,7 @@
 #include <vector>
 
 namespace {
-/// Loads the module for one test, and requires that it goes when nothing is held.
+/// Loads the module for one test, and requires that it can be unloaded when nothing is held.
 class Module : public testing::Test {
 protected:
     void SetUp() override { m_module = std::make_unique<ModuleFile>(); }
@@ -92,7 +92,7 @@ TEST_F(Module, RefusesToCreateWhatItCannot) {
     EXPECT_EQ(out, nullptr);
     out = &out;
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, &out), E_NOINTERFACE);
-    EXPECT_EQ(out, nullptr); // TearDown sees whether the object is gone
+    EXPECT_EQ(out, nullptr); // TearDown checks that the object was destroyed
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
     EXPECT_EQ(factory->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }

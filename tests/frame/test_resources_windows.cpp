@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What is embedded in the module file.
+// The resources of the module file.
 #include "XLXComBSTR.h"
 #include "modulefile.h"
 #include "registrytree.h"
@@ -20,7 +20,7 @@ std::string NameOf(ITypeInfo& info, MEMBERID member) {
     return Narrow(name.View());
 }
 
-/// Loaded from the module file, without registering it.
+/// The type library, loaded from the module file without registration.
 class TypeLibrary : public testing::Test {
 protected:
     void SetUp() override { ASSERT_EQ(LoadTypeLibEx(ModulePath().c_str(), REGKIND_NONE, m_library.Put()), S_OK); }
@@ -178,7 +178,7 @@ TEST(Resources, ExportsAreTheFourAndNoMore) {
     }
     EXPECT_EQ(found, (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer",
                                                "DllUnregisterServer"}));
-    // Nor one without a name. A linker may begin to count at 0, where no function stands.
+    // No export lacks a name. A linker may begin to count at 0, without a function there.
     const auto* const functions = reinterpret_cast<const DWORD*>(base + exports->AddressOfFunctions);
     EXPECT_EQ(std::count_if(functions, functions + exports->NumberOfFunctions, [](DWORD at) { return at != 0; }), 4);
 }

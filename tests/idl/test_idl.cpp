@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The identifiers, as C++ and as the identifier source give them.
+// The interface identifiers, from the C++ header and from the identifier source.
 #include "XLXComPtr.h"
 #include "recordlayout.h"
 
@@ -14,7 +14,7 @@ struct Identifier {
     const char* name;
     const GUID* linked; // from the identifier source
     const char* text;
-    const GUID* attached; // to the type in the header; null for what is no interface
+    const GUID* attached; // attached to the type in the header; null for other identifiers than interfaces
 };
 
 template <class T> Identifier Interface(const char* name, const IID& linked, const char* text) {

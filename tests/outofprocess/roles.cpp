@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The clients in processes of their own.
+// The clients in separate processes.
 #include "outofprocess.h"
 
 #include "LXError32.h"
@@ -19,7 +19,7 @@ void SayReady(const wchar_t* event) {
 }
 
 struct Notifications {
-    std::chrono::milliseconds time; // that each takes
+    std::chrono::milliseconds time; // duration of each notification
     std::atomic<int> taken{0};
 
     static void STDMETHODCALLTYPE Take(const LXLogEntry*, void* context) {
@@ -34,7 +34,7 @@ int Hold(const wchar_t* event) {
     const CacheClient client(*server);
     SayReady(event);
     std::this_thread::sleep_for(LimitOfRole);
-    return 1; // nobody killed it
+    return 1; // the process was not killed
 }
 
 int Follow(const wchar_t* event, const std::string& label, int count, std::chrono::milliseconds time) {

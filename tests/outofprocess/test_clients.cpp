@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Caches in front of a server in another process: notifications, and what happens when one side is no more.
+// Caches for a server in another process: notifications, and the end of either side.
 #include "outofprocess.h"
 
 #include "LXError32.h"
@@ -8,7 +8,7 @@
 #include <atomic>
 
 namespace {
-/// Whether the cache was told of a change on a thread that is not this one.
+/// Whether the cache was notified of a change on another thread.
 class ThreadWatch {
 public:
     ThreadWatch() { LXErrorSetLogSink(&ThreadWatch::Take, this, 1U << LX_LOG_UPDATE); }
@@ -33,7 +33,7 @@ HRESULT ReadLabel(ILXAttribute& attribute) {
     return attribute.GetProperty(XProperty::Label, value.Put());
 }
 
-/// Threads that read a cached value all the time, and note every answer other than S_OK.
+/// Threads that continuously read a cached value and record every result other than S_OK.
 class Readers {
 public:
     explicit Readers(const XLXComPtr<ILXAttribute>& attribute) {
@@ -69,7 +69,7 @@ private:
     std::thread m_threads[3];
 };
 
-/// Terminates the cache, which must not take long; the result, or nothing when it did.
+/// Terminates the cache. Returns the result, or nullopt if it took too long.
 std::optional<HRESULT> TerminateInTime(CacheClient& client) {
     const auto start = std::chrono::steady_clock::now();
     const HRESULT result = client.Terminate();
@@ -114,7 +114,7 @@ TEST(OutOfProcess, TheServerIsKilledWhileTheClientReads) {
     Readers readers(attribute);
     ASSERT_TRUE(readers.GoOn());
 
-    // One call is waiting in the server when that dies.
+    // One call is in progress in the server when the server dies.
     ASSERT_EQ(server.Control().SetDelay(20'000'000), S_OK);
     std::atomic<HRESULT> interrupted{S_OK};
     std::thread waiting([&] {
@@ -192,7 +192,7 @@ TEST(OutOfProcess, ASlowClientHoldsUpNobody) {
     const auto whatTheOthersTook = std::chrono::steady_clock::now() - start;
     EXPECT_EQ(clients[3]->Program().Wait(60s), 0u);
     const auto whatTheSlowOneTook = std::chrono::steady_clock::now() - start;
-    EXPECT_GE(whatTheSlowOneTook, Edits * Slowness * 9 / 10); // it was told everything
+    EXPECT_GE(whatTheSlowOneTook, Edits * Slowness * 9 / 10); // it received every notification
     EXPECT_LT(whatTheOthersTook, Edits * Slowness / 2);
     EXPECT_TRUE(LXWaitFor([&] { return server.Status().clients.empty(); }));
 }

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// What passes between processes: arrays, identity, refusals; and the life of the server's program.
+// Calls between processes: arrays, identity of objects, failures; and the lifetime of the server's program.
 #include "outofprocess.h"
 
 #include "XLXSafeArray.h"
 #include "XToolServer.h"
 
 namespace {
-/// A value as text; objects only say that they are there, arrays say what is in them.
+/// A value as text: for objects only their presence, for arrays their content.
 std::string TextOf(const VARIANT& value) {
     if (V_VT(&value) == VT_UNKNOWN || V_VT(&value) == VT_DISPATCH) {
         return V_UNKNOWN(&value) != nullptr ? "object" : "no object";
@@ -29,7 +29,7 @@ std::string TextOf(const VARIANT& value) {
     return std::to_string(V_VT(&value)) + "=" + LXToUtf8(XLXComVariant::CopyOf(value).AsText().value_or(OLESTR("?")));
 }
 
-/// What a method gives that gives an array.
+/// The result of a method that returns an array, as text.
 template <class Call> std::string ArrayOf(Call&& call) {
     SAFEARRAY* array = nullptr;
     const HRESULT result = call(&array);
@@ -42,7 +42,7 @@ template <class Call> std::string ArrayOf(Call&& call) {
     return text;
 }
 
-/// The bulk reads of a server, one a line.
+/// The bulk reads of a server, one per line.
 std::vector<std::string> BulkReads(ILXConfigFactory& factory) {
     const auto extended = XLXComPtr<ILXConfigFactory>(&factory).As<ILXConfigFactoryEx>();
     XLXComPtr<ILXType> pump;
@@ -95,7 +95,7 @@ TEST_F(Rpc, ArraysArriveAsTheyWereSent) {
     ASSERT_EQ(arrived.size(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) {
         EXPECT_EQ(arrived[i], expected[i]);
-        EXPECT_GT(arrived[i].size(), 40u); // not a refusal by both
+        EXPECT_GT(arrived[i].size(), 40u); // both have data, not failures
     }
 }
 
@@ -129,7 +129,7 @@ TEST_F(Rpc, ObjectsKeepTheirIdentity) {
     EXPECT_TRUE(IsSameObject(update, m_update));
     EXPECT_FALSE(IsSameObject(query, m_query));
 
-    // The server finds its own objects behind what a client gives back.
+    // The server recognises its own objects when a client passes them.
     const auto pump = Stored("P1");
     XLXComPtr<ILX_BaseDataObject> vessel;
     ASSERT_EQ(Stored("R1").As<ILXRelation>()->GetRelatedObject(pump.Get(), vessel.Put()), S_OK);
@@ -149,7 +149,7 @@ TEST_F(Rpc, AnEditThatCannotBeDoneIsRefusedWithAReason) {
     const std::string before = LXSnapshot(*m_factory);
     const struct {
         const char* json;
-        const char* reason; // a part of it
+        const char* reason; // part of the text
     } table[] = {{"", "parse"},
                  {"{", "parse"},
                  {"[]", "\"edit\""},
@@ -179,7 +179,7 @@ TEST_F(Rpc, AnEditThatCannotBeDoneIsRefusedWithAReason) {
     EXPECT_NE(LXSnapshot(*m_factory), before);
 }
 
-// The one library has them all, and registering a type library must not take any of them over.
+// One library has the proxies of all interfaces, and registering a type library must not replace any of them.
 TEST(Proxies, StandForEveryInterface) {
     constexpr CLSID library = {0x0B28003D, 0x73C2, 0x400E, {0x9E, 0x87, 0x3E, 0xB4, 0x6C, 0xC8, 0x6F, 0x1D}};
     const auto expect = [&](const IID& iid) {
@@ -198,7 +198,7 @@ TEST(Proxies, StandForEveryInterface) {
                          ILXDataUpdate, ILXConfigFactoryCache, IDPFObject, ILXServerEntryPoint>();
 }
 
-// The cache's own interfaces have proxies too: a program may hand the cache to a thread of another apartment.
+// The cache's own interfaces also have proxies, because a program may pass the cache to a thread in another apartment.
 TEST_F(Rpc, TheCacheItselfMayBeCalledThroughProxies) {
     CacheClient client(m_server.Control());
     IStream* stream = nullptr;
@@ -236,7 +236,7 @@ TEST_F(Rpc, TheCacheItselfMayBeCalledThroughProxies) {
                 SysFreeString(text);
             }
             VARIANT values[1] = {};
-            EXPECT_EQ(cache.As<IDPFObject>()->Initialize(1, values), E_INVALIDARG); // by the cache: too few
+            EXPECT_EQ(cache.As<IDPFObject>()->Initialize(1, values), E_INVALIDARG); // from the cache
         }
         CoUninitialize();
     }).join();
@@ -257,7 +257,7 @@ TEST(ServerProgram, IsStartedByTheFirstClientAndEndsAfterTheLast) {
     query.Reset();
     update.Reset();
     server.Reset();
-    EXPECT_EQ(WaitForSingleObject(process, 8000), WAIT_TIMEOUT); // longer than it waits for somebody
+    EXPECT_EQ(WaitForSingleObject(process, 8000), WAIT_TIMEOUT); // longer than it waits for clients
     EXPECT_NE(LXSnapshot(*factory), "");
     {
         const auto again = LXConnect();

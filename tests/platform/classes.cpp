@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Class objects: registered by the process, and handed out by modules that the registry names.
+// Class objects: those registered by the process, and those of modules that the registry names.
 #include "contract.h"
 #include "testmodule.h"
 
@@ -9,7 +9,7 @@
 namespace {
 const CLSID g_own = {0x8f0e1c22, 0x77aa, 0x4b7e, {0x80, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77}};
 
-/// Runs a test in an apartment, on a thread of its own: the thread of the other tests stays outside.
+/// Runs a test in an apartment, on a separate thread, so that the main thread stays outside.
 template <typename F> void InApartment(DWORD model, F test) {
     std::thread([&] {
         ASSERT_EQ(S_OK, CoInitializeEx(nullptr, model));
@@ -22,7 +22,7 @@ HRESULT CreateInstance(REFCLSID id, REFIID iid, IClassFactory** out) {
     return CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, iid, reinterpret_cast<void**>(out));
 }
 
-/// Registers the test module's class, and "Platform.Contract" as its name, as long as it lives.
+/// Registers the test module's class, with the name "Platform.Contract", during its lifetime.
 class RegisteredModule {
 public:
     explicit RegisteredModule(const OLECHAR* threadingModel) {
@@ -62,7 +62,7 @@ HRESULT NumberOfNewObject() {
     const HRESULT result = CreateInstance(g_testClass, IID_IClassFactory, &object);
     if (FAILED(result)) { return result; }
     const HRESULT number = object->LockServer(FALSE);
-    CoFreeUnusedLibraries(); // which this one is not
+    CoFreeUnusedLibraries(); // the module is in use
     EXPECT_LE(number, object->LockServer(FALSE));
     object->Release();
     return number;
@@ -78,7 +78,7 @@ TEST(Classes, NeedAnApartment) {
         CoUninitialize();
     });
     InApartment(COINIT_MULTITHREADED, [] {
-        std::thread([] { // a thread that entered nothing is in the multithreaded apartment, if there is one
+        std::thread([] { // a thread without an apartment is in the multithreaded one, if there is one
             IClassFactory* unused = nullptr;
             EXPECT_EQ(REGDB_E_CLASSNOTREG, CreateInstance(g_own, IID_IUnknown, &unused));
         })

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the contract tests share. They name nothing that only one of the two platforms has.
+// The common part of the contract tests, which use only what both platforms have.
 #ifndef CONTRACT_H
 #define CONTRACT_H
 
@@ -18,7 +18,7 @@ using Text = std::basic_string<OLECHAR>;
 
 inline Text TextOf(BSTR text) { return text == nullptr ? OLESTR("(null)") : Text(text, SysStringLen(text)); }
 
-/// A VARIANT that is cleared in the end.
+/// A VARIANT that is cleared by its destructor.
 struct Variant : VARIANT {
     Variant() { VariantInit(this); }
     explicit Variant(LONG value) : Variant() {
@@ -34,8 +34,8 @@ struct Variant : VARIANT {
     ~Variant() { VariantClear(this); }
 };
 
-/// An object on the stack that tells how many references others have to it. It can be a class object: an instance is
-/// the object itself.
+/// An object on the stack that counts the references to it. It can also be a class object, whose instance is the object
+/// itself.
 struct CountedObject : IClassFactory {
     std::atomic<LONG> references{0};
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// VariantChangeType: which value becomes which.
+// VariantChangeType: the conversions of values.
 #include "contract.h"
 
 #include <cstring>

@@ -10,7 +10,7 @@
 namespace {
 using Clock = std::chrono::steady_clock;
 
-/// Runs the function on so many threads at once.
+/// Runs the function on that many threads at once.
 template <typename F> void OnThreads(int count, F function) {
     std::vector<std::thread> threads;
     for (int i = 0; i < count; ++i) {
@@ -21,7 +21,7 @@ template <typename F> void OnThreads(int count, F function) {
     }
 }
 
-/// What another thread gets when it tries.
+/// The result of a try on another thread.
 template <typename F> bool ElsewhereGets(F tryIt) {
     bool got = false;
     OnThreads(1, [&] { got = tryIt(); });
@@ -55,7 +55,7 @@ TEST(SlimLock, NoWriteIsLostAndNoReadIsTorn) {
         for (int i = 0; i < 1000; ++i) {
             AcquireSRWLockExclusive(&lock);
             ++first;
-            std::this_thread::yield(); // gives the others time to come in, if they could
+            std::this_thread::yield(); // gives the others time to enter, if they can
             ++second;
             ReleaseSRWLockExclusive(&lock);
             AcquireSRWLockShared(&lock);
@@ -92,7 +92,7 @@ TEST(SlimLock, AWriterGetsThroughReadersWithoutPause) {
         ReleaseSRWLockExclusive(&lock);
     }
     const int before = reads;
-    while (reads < before + 10) // and the readers get on
+    while (reads < before + 10) // the readers make progress
     {
         std::this_thread::yield();
     }

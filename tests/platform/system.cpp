@@ -20,7 +20,7 @@ void SetError(const OLECHAR* description) {
     create->Release();
 }
 
-/// The description of the thread's error, which is taken away; "-" when there is none.
+/// Takes the thread's error information and returns its description; "-" if there is none.
 Text TakeError() {
     IErrorInfo* info = nullptr;
     const HRESULT result = GetErrorInfo(0, &info);
@@ -89,7 +89,7 @@ TEST(Threads, HaveNumbersAndErrorsOfTheirOwn) {
     });
     SetLastError(5);
     step = 1;
-    while (step != 2) // calls nothing: whatever runs may set the last error
+    while (step != 2) // calls nothing, because any call might set the last error
     {}
     EXPECT_EQ(5u, GetLastError());
     thread.join();
@@ -104,7 +104,7 @@ TEST(Machine, NameFollowsTheBufferContract) {
     EXPECT_EQ(Text(name).size(), size);
     EXPECT_GT(size, 0u);
     const DWORD length = size;
-    for (const DWORD room : {DWORD{0}, length}) // no place for the closing zero
+    for (const DWORD room : {DWORD{0}, length}) // no room for the terminating zero
     {
         size = room;
         SetLastError(0);

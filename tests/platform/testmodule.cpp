@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A module with one class. Its class object and its instances are one static object, and LockServer answers how many
-// instances were asked for since the module was loaded, so that a caller can see a fresh start.
+// A module with one class. Its class object and its instances are one static object. LockServer returns the number of
+// instances requested since the module was loaded, so that a caller can detect that it was loaded anew.
 #include "testmodule.h"
 
 #include <atomic>

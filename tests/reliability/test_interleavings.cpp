@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Interleavings that are arranged, not hoped for: threads meet at gates and hooks of the server. docs/reliability.md
-// lists all of them, also those that the suites of single parts arrange.
+// Deterministic interleavings, arranged with gates and hooks of the server. docs/reliability.md lists them, including
+// those in other suites.
 #include "clientlife.h"
 
 #include <barrier>
@@ -16,7 +16,7 @@ protected:
         Terminate();
     }
 
-    /// Runs something in many threads that start together.
+    /// Runs work in many threads that start together.
     template <class Work> static void AtOnce(int threads, Work&& work) {
         std::barrier start(threads);
         std::vector<std::future<void>> running;
@@ -85,7 +85,7 @@ TEST_F(Interleavings, FirstDisplayFactsThroughDerivedAndBaseTypes) {
     Edit().SetAttributeProperty("Item", "Weight", XProperty::ShowInEditor, true);
     const std::vector<XLXComPtr<ILXType>> types{Type("Pump"), Type("Equipment"), Type("Item")};
     for (int round = 0; round < 20; ++round) {
-        m_server->SendNotification("properties/x/0/512"); // the facts are unknown again
+        m_server->SendNotification("properties/x/0/512"); // makes the facts stale
         AtOnce(8, [&](int i) {
             XLXComPtr<ILXAttributeEnum> shown;
             EXPECT_EQ(types[static_cast<std::size_t>(i) % types.size()]->GetDisplayAttributeEnum(1, shown.Put()), S_OK);
@@ -107,7 +107,7 @@ TEST_F(Interleavings, FirstBrowserIdsWhileANotificationWalks) {
     gate.Open();
     readers.get();
     EXPECT_EQ(Calls().Of("ILXConfigFactory::GetBrowserIdEnum"),
-              1u); // the notification concerns their values alone
+              1u); // the notification concerns only their values
 }
 
 TEST_F(Interleavings, AFormatInAStormOfNotifications) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// How long a refill takes to get in while threads read one object without a pause. The table is printed; the bound is
-// wide, since what is tested is that no number of readers keeps a writer out.
+// The time until a writer gets in while threads read one object without a pause. The table is printed; the bound is
+// wide, because the test only checks that readers do not starve a writer.
 #include "cachefixture.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the tests of the sample server share: short ways to call its objects and to read what they answer.
+// Helpers of the tests of the sample server, to call its objects and to read their answers.
 #ifndef SERVERTEST_H
 #define SERVERTEST_H
 
@@ -58,7 +58,7 @@ inline XLXComPtr<ILXAttribute> LXAttributeOf(const XSampleServer& server, const 
     return attribute;
 }
 
-/// A client that keeps what it is told.
+/// A client that records its notifications.
 class XRecordingClient final : public ILXCallbackUpdate {
 public:
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
@@ -67,7 +67,7 @@ public:
         return known ? (AddRef(), S_OK) : E_NOINTERFACE;
     }
     STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
-    STDMETHODIMP_(ULONG) Release() override { return --references; } // lives on the test's stack
+    STDMETHODIMP_(ULONG) Release() override { return --references; } // on the test's stack
 
     STDMETHODIMP CheckCallbackValid() override { return answer; }
     STDMETHODIMP ServerIsTerminating() override {
@@ -89,7 +89,7 @@ public:
         return answer;
     }
 
-    /// What came since the last call, by data id.
+    /// The data ids of notifications since the last call.
     std::vector<std::string> Take() {
         const std::lock_guard lock(mutex);
         return std::exchange(dataIds, {});
@@ -99,14 +99,14 @@ public:
     std::atomic<bool> terminating{false};
     std::atomic<HRESULT> answer{S_OK};
     std::chrono::milliseconds slowness{0};
-    std::mutex mutex; // guards the rest
+    std::mutex mutex; // guards the members below
     std::vector<std::string> dataIds;
     std::vector<std::string> dataTypes;
     std::vector<ULONG> ids;
     ULONG type = 0;
 };
 
-/// Registers a client and asks for the notifications of a data type.
+/// Registers a client and subscribes to the notifications of a data type.
 inline LONG LXRegister(const XSampleServer& server, ILXCallbackUpdate& client, const XText& dataType = "cfc_specific") {
     LONG id = 0;
     const auto update = server.DataUpdate();

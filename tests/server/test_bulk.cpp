@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the server delivers in bulk, read back with the component's readers and compared with direct reads.
+// The server's bulk arrays, read with the component's readers and compared with direct reads.
 #include "servertest.h"
 
 #include "XCFCDataTransfer.h"
@@ -9,7 +9,7 @@
 namespace Transfer = XLXCFCDataTransfer;
 
 namespace {
-/// The values as text, one line each, so that a difference can be read.
+/// The values as text, one per line, so that differences are readable.
 template <class Values> std::string Text(const Values& values) {
     std::string text;
     for (size_t i = 0; i < values.size(); ++i) {
@@ -19,7 +19,7 @@ template <class Values> std::string Text(const Values& values) {
     return text;
 }
 
-/// The values that an object gives when it is asked itself.
+/// The values that an object returns to a direct read.
 std::string Direct(IUnknown* object) {
     const auto config = XLXComPtr<IUnknown>(object).As<ILXConfigObject>();
     XLXSafeArray array;
@@ -43,7 +43,7 @@ template <class Record> void ExpectDirect(const std::vector<Record>& records, si
     }
 }
 
-/// All elements of an array that a call delivers, as text.
+/// All elements of the array that a call returns, as text.
 template <class F> std::string Elements(F&& call) {
     XLXSafeArray array;
     const HRESULT result = call(array.Put());
@@ -62,7 +62,7 @@ template <class F> std::string Elements(F&& call) {
     return text;
 }
 
-/// A record list that is left out stands for no records.
+/// A missing record list means no records.
 std::vector<Transfer::XILXConfigData> Records(XLXSafeArray& list) {
     return list ? Transfer::GetSingleTypedVecFromArray(std::move(list)) : std::vector<Transfer::XILXConfigData>();
 }
@@ -86,7 +86,7 @@ void ExpectComponents(Transfer::XILXTypeComp& components, const XModelType& type
 
 class ServerBulk : public testing::Test {
 protected:
-    /// Reads a type array that a call delivers.
+    /// Reads the type array that a call returns.
     template <class F> Transfer::XILXTypeMap Types(F&& call) {
         XLXSafeArray array;
         EXPECT_EQ(call(array.Put()), S_OK);
@@ -164,7 +164,7 @@ TEST_F(ServerBulk, NamedTypesComeOnceAndUnknownOnesNotAtAll) {
         NameArray({OLESTR("PumpCentrifugal"), OLESTR("Nobody"), OLESTR("PumpScrew"), OLESTR("PumpScrew")});
     const auto types =
         Types([&](SAFEARRAY** out) { return Bulk()->GetTypeArrayByTypeNameArrayEx(names.Get(), 1, 0, out); });
-    EXPECT_EQ(types.records.size(), 6u); // two pumps and what they have in common
+    EXPECT_EQ(types.records.size(), 6u); // two pumps and their bases
     EXPECT_FALSE(types.names.contains(OLESTR("Nobody")));
 
     XLXSafeArray nothing;
@@ -212,7 +212,7 @@ TEST_F(ServerBulk, ABaseThatDoesNotExistHasNoIndex) {
               static_cast<LONG>(types.names.at(OLESTR("Self"))));
 }
 
-// Arrays without objects are kept. What is handed out must be of the model as it is, whatever changed it.
+// Arrays without objects are kept, but must always reflect the current model, however it was changed.
 TEST_F(ServerBulk, KeptArraysShowEveryChange) {
     using Lines = std::vector<std::string>;
     const auto all = [](const XSampleServer& from) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Clients of other processes, each called on a thread of its own; and what passes to and fro as text.
+// Clients in other processes, each called on its own thread; and the JSON texts that are exchanged.
 #include "XServerTexts.h"
 #include "servertest.h"
 
@@ -11,7 +11,7 @@ class ServerClients : public testing::Test {
 protected:
     ServerClients() { server->CallEachClientOnItsOwnThread(20s); }
 
-    /// Destroys the server, which lets go of all callbacks.
+    /// Destroys the server, which releases all callbacks.
     void End() {
         server.reset();
         for (const XRecordingClient* const client : {&quick, &other}) {
@@ -68,7 +68,7 @@ TEST_F(ServerClients, ASlowOneGetsAllInOrderAndHoldsUpNobody) {
     other.slowness = 600ms;
     LXRegister(*server, quick);
     LXRegister(*server, other);
-    EXPECT_EQ(server->SendNotification("0").clients, 2); // waited for, for once
+    EXPECT_EQ(server->SendNotification("0").clients, 2); // waited for this time
     const auto start = std::chrono::steady_clock::now();
     for (ULONG i = 1; i < Count; ++i) {
         EXPECT_EQ(server->SendNotification(std::to_string(i)).clients, 1);
@@ -89,7 +89,7 @@ TEST_F(ServerClients, OneThatHangsIsNotWaitedForLongerThanTold) {
     EXPECT_EQ(server->SendNotification("b").clients, 1);
     EXPECT_EQ(server->DataUpdate()->UnregisterCallback(id), S_OK); // while it is being called
     EXPECT_TRUE(other.Take().empty());
-    End(); // waits for that call, and makes no other
+    End(); // waits for that call and makes no others
     EXPECT_EQ(other.Take(), std::vector<std::string>{"a"});
     EXPECT_EQ(quick.Take(), (std::vector<std::string>{"a", "b"}));
 }
@@ -162,7 +162,7 @@ TEST(ServerTexts, WhatWasSaidIsUnderstood) {
     EXPECT_THROW(LXParseNotification(LXFormatRefusal("why")), std::invalid_argument);
     EXPECT_THROW(LXParseNotification("{}"), std::invalid_argument);
 
-    XRecordingClient client; // the server holds it to its end
+    XRecordingClient client; // the server holds it until its own end
     const auto server = XSampleServer::Create(LXSmallModel());
     const auto type = LXTypeOf(*server, "Pump");
     const LONG id = LXRegister(*server, client);

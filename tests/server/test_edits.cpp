@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Edits of the model, the notifications for them, and who gets these.
+// Edits of the model, their notifications, and the receivers of these.
 #include "servertest.h"
 
 #include "XCfgCacheCallback.h"
@@ -106,7 +106,7 @@ TEST_F(ServerEdits, RefusedEditsChangeAndSendNothing) {
     auto edits = edit;
     EXPECT_THROW(edits.AddType("Pump"), std::invalid_argument);
     EXPECT_THROW(edits.AddAttribute("Pump", "Power"), std::invalid_argument);
-    EXPECT_THROW(edits.RemoveAttribute("CentrifugalPump", "Power"), std::invalid_argument); // its base's
+    EXPECT_THROW(edits.RemoveAttribute("CentrifugalPump", "Power"), std::invalid_argument); // an attribute of its base
     EXPECT_THROW(edits.SetAttributeProperty("Pump", "Power", 60, 1), std::out_of_range);
     EXPECT_THROW(edits.SetAttributeProperty("Pump", "Power", XProperty::AttributeName, "P"), std::invalid_argument);
     EXPECT_THROW(edits.RemovePCInfo("Pump", "Vessel", "feeds", "Tree"), std::invalid_argument);
@@ -132,7 +132,7 @@ TEST_F(ServerEdits, OnlyWhoAskedIsTold) {
     const XLXComBSTR dataId(OLESTR("pc/Pump/0/4"));
     EXPECT_EQ(update->EnableAdvicesDataType(otherId, specific.Get(), 1, 256), S_OK);
     EXPECT_EQ(update->DataObjectChanged(otherId, dataId.Get(), specific.Get(), 256, 0, nullptr), S_OK);
-    EXPECT_EQ(client.Take().size(), 1u); // a client is not told of its own change
+    EXPECT_EQ(client.Take().size(), 1u); // a client is not notified of its own change
     EXPECT_TRUE(other.Take().empty());
     EXPECT_EQ(update->EnableAdvicesDataType(otherId, specific.Get(), 0, 256), S_OK);
     EXPECT_EQ(update->IsNotificationRegisteredByClient(otherId, nullptr, specific.Get(), 256), S_FALSE);
@@ -182,7 +182,7 @@ TEST(ServerCallback, TheSeparateCallbackObjectPassesCallsOn) {
                                    callback.PutVoid()),
                   S_OK);
         const auto update = callback.As<ILXCallbackUpdate>();
-        EXPECT_EQ(update->CheckCallbackValid(), E_POINTER); // nobody to pass it on to
+        EXPECT_EQ(update->CheckCallbackValid(), E_POINTER); // no target callback
         XRecordingClient client;
         EXPECT_EQ(callback->Initialize(&client), S_OK);
         const auto server = XSampleServer::Create(LXSmallModel());
@@ -193,14 +193,14 @@ TEST(ServerCallback, TheSeparateCallbackObjectPassesCallsOn) {
         EXPECT_EQ(callback->Initialize(nullptr), S_OK);
         EXPECT_EQ(client.references, 0u);
     }
-    XLXComPtr<IUnknown> other; // a registered module's, if any
+    XLXComPtr<IUnknown> other; // from a registered module, if any
     CoCreateInstance(CLSID_XCfgCacheCallback, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, other.PutVoid());
     EXPECT_EQ(XCfgCacheCallback::Alive(), 0);
     other.Reset();
     CoUninitialize();
 }
 
-// 40 kinds at most, and every one of them is made; the model can be written and read again.
+// Makes edits of every kind (at most 40); the model can then be written and read again.
 TEST(RandomEdits, AreOfEveryKindAndTheSameForTheSameSeed) {
     XGeneratorOptions options;
     options.types = 40;

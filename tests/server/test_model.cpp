@@ -73,7 +73,7 @@ TEST(Model, ShippedPlantKeepsTheRulesOfAServer) {
             }
         }
     }
-    EXPECT_EQ(overridden, std::set<XLXText>{OLESTR("DesignCode")}); // the one that shows which one wins
+    EXPECT_EQ(overridden, std::set<XLXText>{OLESTR("DesignCode")}); // shows which definition wins
 }
 
 TEST(Model, FileSurvivesReadingAndWriting) {
@@ -123,7 +123,7 @@ TEST(Model, GeneratedModelsHaveTheAskedSizeAndAreRepeatable) {
 }
 
 TEST(Model, TextsGoBothWays) {
-    const XLXText wide = OLESTR("A\u00e9\u20ac\U0001f600\xd800Z"); // one to four bytes, and half a pair
+    const XLXText wide = OLESTR("A\u00e9\u20ac\U0001f600\xd800Z"); // one to four bytes, and a lone surrogate
     const std::string narrow = "A\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80\xed\xa0\x80Z";
     EXPECT_EQ(LXToUtf8(wide), narrow);
     EXPECT_EQ(LXFromUtf8(narrow), wide);

@@ -71,7 +71,7 @@ TEST_F(ServerMonitor, AGateStopsACallBeforeOrAfterItsWork) {
         std::thread reader([&] { seen = LXTextOf(power, XProperty::Label); });
         gate.WaitUntilArrived();
         server->Edit().SetAttributeProperty("Pump", "Power", XProperty::Label, "new");
-        EXPECT_EQ(Label(), "new"); // further calls pass
+        EXPECT_EQ(Label(), "new"); // later calls succeed
         gate.Open();
         reader.join();
         EXPECT_EQ(seen, expected);
@@ -131,12 +131,12 @@ TEST_F(ServerMonitor, ReadersEditorsAndClientsRunAtOnce) {
             const LONG id = LXRegister(*server, client);
             EXPECT_EQ(server->DataUpdate()->UnregisterCallback(id), S_OK);
             while (client.references != 0) {
-                std::this_thread::yield(); // a notification is on its way
+                std::this_thread::yield(); // a notification is in flight
             }
             ++registrations;
         }
     });
-    for (int i = 0; i < 100 || reads < 30 || registrations < 30; ++i) // until all have met
+    for (int i = 0; i < 100 || reads < 30 || registrations < 30; ++i) // until all kinds of threads have overlapped
     {
         server->Edit().AddAttribute("Pump", "Extra", 1, i % 2 == 0 ? XNotify::Here : XNotify::OnThread);
         server->Edit().SetAttributeProperty("Pump", "Extra", XProperty::Label, std::to_string(i));

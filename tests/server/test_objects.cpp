@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The server's objects asked directly.
+// Direct calls to the server's objects.
 #include "servertest.h"
 
 #include "XLXSafeArray.h"
@@ -94,12 +94,12 @@ TEST_F(ServerObjects, AttributesOfABaseAreInheritedAndWin) {
     EXPECT_FALSE(LXAttributeOf(*server, "Pump", "Impeller"));
     const auto own = LXNames<ILXAttribute, ILXAttributeEnum>(
         [&](ILXAttributeEnum** out) { return LXTypeOf(*server, "Pump")->GetAttributeEnum(out); }, 0);
-    EXPECT_EQ(own, "Power Serial Weight"); // its own ones only
+    EXPECT_EQ(own, "Power Serial Weight"); // without inherited ones
 }
 
 TEST_F(ServerObjects, AttributesByPlaceAndGroup) {
     EXPECT_EQ(Shown("Pump", 1), "Name");
-    EXPECT_EQ(Shown("Pump", 2), "Tag"); // Serial is not in the finder, whatever else it says
+    EXPECT_EQ(Shown("Pump", 2), "Tag"); // Serial is hidden in the finder by another flag
     EXPECT_EQ(Shown("Pump", 8 | 32), "Power Serial");
     EXPECT_EQ(Shown("Object", 16), "Name");
     EXPECT_EQ(Shown("Hidden", 0), "none");
@@ -136,7 +136,7 @@ TEST_F(ServerObjects, ComponentsCanBeAddedAndRemoved) {
     EXPECT_EQ(LXTextOf(page, XProperty::PageNumber), "3");
     EXPECT_EQ(pump->RemovePage(page.Get(), &removed), S_OK);
     EXPECT_EQ(removed, 1);
-    EXPECT_EQ(pump->RemovePage(page.Get(), &removed), E_INVALIDARG); // gone already
+    EXPECT_EQ(pump->RemovePage(page.Get(), &removed), E_INVALIDARG); // already removed
     XLXComPtr<ILXAttributeType> kind;
     const auto power = LXAttributeOf(*server, "Pump", "Power");
     EXPECT_EQ(power->AddAttributeType(kind.Put()), S_OK);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Keys made of names, and the data ids of notifications.
+// Keys for names, and the data ids of notifications.
 #include "XCFGStringKey.h"
 #include "XDataId.h"
 
@@ -20,7 +20,7 @@ XLXText Units(std::initializer_list<unsigned> units) {
     return text;
 }
 
-/// The UTF-8 of a text; a lone surrogate in its three-byte form.
+/// The UTF-8 form of a text; lone surrogates take three bytes.
 std::string Utf8Of(const XLXText& text) {
     std::string bytes;
     const auto add = [&bytes](unsigned long lead, unsigned long code, int more) {
@@ -58,7 +58,7 @@ std::vector<XLXText> ManyNames() {
     return names;
 }
 
-// No two names share a key, and each comes back.
+// No two names have the same key, and each name can be read back.
 TEST(StringKey, IsOneToOne) {
     std::vector<XCFGStringKey> keys;
     for (const XLXText& name : ManyNames()) {
@@ -113,7 +113,7 @@ TEST(StringKey, SortsByCodePoints) {
                                Units({0xE4}),
                                Units({0xE000}),
                                Units({0xFFFF}),
-                               Units({0xD83D, 0xDE00})}; // past the end of the first plane
+                               Units({0xD83D, 0xDE00})}; // beyond the first plane
     for (std::size_t i = 1; i < std::size(inOrder); ++i) {
         EXPECT_LT(XCFGStringKey(inOrder[i - 1]), XCFGStringKey(inOrder[i])) << i;
     }

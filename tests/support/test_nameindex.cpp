@@ -13,7 +13,7 @@
 
 namespace {
 XLXText RandomName(std::mt19937& random, std::size_t longest) {
-    // Few characters, so that names begin alike and are often each other's beginnings; a zero is one of them.
+    // Few characters, including zero, so that many names have common prefixes or are prefixes of each other.
     constexpr OLECHAR Characters[] = {u'a', u'b', u'\0', u'\xFFFF'};
     XLXText name(random() % (longest + 1), u'a');
     for (OLECHAR& character : name) {
@@ -28,7 +28,7 @@ TEST(NameIndex, AnswersAsAnOrderedMapDoesWhileItGrows) {
     std::map<XLXText, int> expected;
     std::mt19937 random(17);
     for (int value = 1; value <= 3000; ++value) {
-        const XLXText name = RandomName(random, 9); // lengths on both sides of a word of four characters
+        const XLXText name = RandomName(random, 9); // shorter and longer than a word of four characters
         index.Set({name}, value);
         expected[name] = value;
         const XLXText other = RandomName(random, 9);
@@ -63,7 +63,7 @@ TEST(NameIndex, SeveralNamesAreAKeyTogetherAndNotTheirText) {
     }
 }
 
-// The end of a key without characters is the end of the texts, and its view may have no place at all.
+// A key without characters ends at the end of the texts, and its view may have a null pointer.
 TEST(NameIndex, NamesWithoutCharactersStandAtTheEndOfTheTexts) {
     XNameIndex<int, 2> index;
     for (const XLXTextView empty : {XLXTextView(), XLXTextView(OLESTR(""))}) {

@@ -40,13 +40,13 @@ template <class Map, class Key, class KeyOf> void ExpectAnswersOfAnOrderedMap(Ke
 }
 } // namespace
 
-// Few keys, so that most are added more than once, both before and after they were settled.
+// Few keys, so that most are added repeatedly, before and after Settle.
 TEST(SortedMap, AnswersAsAnOrderedMapDoes) {
     ExpectAnswersOfAnOrderedMap<XSortedMap<std::string, int>, std::string>(
         [](unsigned long number) { return std::to_string(number); });
 }
 
-// One of the names is empty, and the others are alike.
+// One of the names is empty; the others have common prefixes.
 TEST(NamedMap, AnswersAsAnOrderedMapDoes) {
     ExpectAnswersOfAnOrderedMap<XNamedMap<int>, XCFGStringKey>(
         [](unsigned long number) { return XCFGStringKey(XLXText(number, OLECHAR('a'))); });

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// Finds out which test calls which method, for x86-64 Linux. Linked into a test program, it does nothing unless
-// LX_METHOD_TESTS names a file. Then it makes one object of each kind, puts a counting stub in the place of every
-// method in their tables, and writes for each method the first tests that called it.
+// Records which test calls which method, on x86-64 Linux. Linked into a test program, it does nothing unless
+// LX_METHOD_TESTS names a file. Then it creates one object of each kind, replaces every method in their tables by a
+// counting stub, and writes for each method the first tests that called it.
 //
-// A call counts when it enters the component from outside: what the component calls of itself while it works for a
-// test does not. So a stub puts a return address of its own in the place of the caller's for the outermost call of a
-// thread. No exception leaves a method, so that nothing unwinds through it.
+// Only calls from outside the component count, not those that the component makes to itself. So for the outermost call
+// of a thread, the stub replaces the return address by its own. That is safe because no exception leaves a method.
 #include "objectworld.h"
 
 #include <algorithm>
@@ -33,10 +32,10 @@ struct Slot {
     std::vector<std::string> tests;
 };
 
-thread_local void* t_caller = nullptr; // where the outermost call returns to; null outside the component
+thread_local void* t_caller = nullptr; // return address of the outermost call; null outside the component
 void* g_leave = nullptr;
 
-/// Called by a stub with the place of its return address; answers where the method is.
+/// Called by a stub with the location of its return address; returns the address of the method.
 void* Enter(Slot* slot, void** returnAddress) {
     if (t_caller == nullptr) {
         slot->calls.fetch_add(1, std::memory_order_relaxed);
@@ -98,7 +97,7 @@ private:
         const XObjectWorld world(XStage::Client);
         Code code(1 << 18);
         g_leave = code.Return();
-        std::set<void**> known; // two kinds may be of one class
+        std::set<void**> known; // two kinds may share a class
         for (const char* const kind : XObjectWorld::Kinds()) {
             for (const XFace& face : LXFacesOf(*world.Object(kind).Get())) {
                 void** const table = *static_cast<void***>(face.face);
@@ -134,7 +133,7 @@ private:
     void OnTestEnd(const testing::TestInfo& info) override {
         std::string suite = info.test_suite_name();
         std::string test = info.name();
-        suite = suite.substr(suite.find('/') + 1); // of a table of cases the test itself
+        suite = suite.substr(suite.find('/') + 1); // for parameterised tests, the test itself
         const std::string name = suite + "." + test.substr(0, test.find('/'));
         for (const auto& slot : m_slots) {
             auto& tests = slot->tests;

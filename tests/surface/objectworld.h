@@ -11,9 +11,9 @@
 
 enum class XStage {
     Created,
-    Client,     ///< initialised as an application does it
+    Client,     ///< initialised like an application
     Server,     ///< initialised inside the server's process
-    Terminated, ///< what was handed out is still held
+    Terminated, ///< terminated, while objects are still held
     ServerTerminated
 };
 
@@ -26,11 +26,11 @@ public:
 
     /// The kinds of objects by name, in a fixed order.
     static const std::vector<const char*>& Kinds();
-    /// Whether objects of a kind come from a manager that was initialised.
+    /// Whether objects of a kind require an initialised manager.
     static bool NeedsManager(const std::string& kind);
-    /// An object of a kind; null when it needs an initialised manager and there never was one.
+    /// An object of a kind; null if it requires an initialised manager and there never was one.
     XLXComPtr<IUnknown> Object(const std::string& kind) const;
-    /// Something that answers an interface: the server's object where the server has one, else the component's.
+    /// An object with an interface: the server's if it has one, otherwise the component's.
     XLXComPtr<IUnknown> Provider(REFIID iid) const;
 
     XSampleServer& Server() const { return *m_server; }
@@ -46,7 +46,7 @@ private:
 
     std::shared_ptr<XSampleServer> m_server;
     XLXComPtr<ILXConfigFactoryCache> m_cache;
-    std::shared_ptr<void> m_uncounted; // objects whose references nobody counts
+    std::shared_ptr<void> m_uncounted; // objects that are not reference counted
     std::vector<std::pair<std::string, XLXComPtr<IUnknown>>> m_objects;
 };
 

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
 //
-// The transfer arrays as servers make them: the counterparts of the readers in XCFCDataTransfer.h.
+// Writes transfer arrays: the counterparts of the readers in XCFCDataTransfer.h.
 //
-// Ownership  Every function moves values and objects out of the records that it is given. Results are the caller's.
-// Errors     E_OUTOFMEMORY, and E_INVALIDARG for what the format cannot carry, as an XLXException.
+// Ownership  Every function moves values and objects out of its records. The caller owns the result.
+// Errors     XLXException with E_OUTOFMEMORY, or E_INVALIDARG for data that the format cannot represent.
 #ifndef XTRANSFERWRITERS_H
 #define XTRANSFERWRITERS_H
 
 #include "XArrayWriter.h"
 
 namespace XLXCFCDataTransfer {
-/// The index of a name, which are numbered in the order of their first use.
+/// The index of a name. Names are numbered in the order of their first use.
 ULONG IndexOf(XILXTypeMap& types, XLXTextView name);
 
 XLXSafeArray GetArrayFromMap(XILXTypeMap types);
