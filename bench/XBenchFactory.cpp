@@ -17,7 +17,7 @@ XLXSafeArray Copy(const XLXSafeArray& array) {
     return copy;
 }
 
-/// Gives the last prepared array to the caller.
+/// Hands out the last prepared array.
 HRESULT Give(std::vector<XLXSafeArray>& prepared, SAFEARRAY** out) {
     *out = nullptr;
     if (prepared.empty()) {

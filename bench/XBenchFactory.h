@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// A config factory that answers bulk reads with arrays made beforehand, so that only the cache's share of a load is
-// measured. Everything else goes to the sample server's factory.
+// A config factory that answers bulk reads with prepared arrays, so that only the cache's share of a load is measured.
+// It forwards all other calls to the sample server's factory.
 //
-// Threading  For one thread.
+// Threading  Not thread-safe.
 #ifndef XBENCHFACTORY_H
 #define XBENCHFACTORY_H
 
@@ -17,13 +17,14 @@ class XBenchFactory final : public ILXConfigFactory, public ILXConfigFactoryEx {
 public:
     explicit XBenchFactory(XLXComPtr<ILXConfigFactory> server);
 
-    /// Makes the arrays for so many loads of all types and of the relations. The cache owns what it gets.
+    /// Prepares the arrays for that many loads of all types and of the relations. The cache owns the arrays that it
+    /// gets.
     void Prepare(LONG mode, int loads);
-    /// Elements of the array of all types, sub-arrays included, since those stand in it flattened.
+    /// The number of elements of the array of all types, including sub-arrays, which are flattened into it.
     ULONG TypeElements() const;
-    /// A further copy of the array of all types.
+    /// Another copy of the array of all types.
     XLXSafeArray CopyOfTypes() const;
-    /// Drops the master copies, which are no part of what a cache's user has in memory.
+    /// Drops the master copies, which a user of the cache would not have in memory.
     void DropMasters();
 
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override;

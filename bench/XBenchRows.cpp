@@ -14,7 +14,7 @@ double MedianOf(std::vector<double> times) {
     return times.size() % 2 != 0 ? times[middle] : (times[middle - 1] + times[middle]) / 2;
 }
 
-/// Keeps the time of each run by the benchmark's name, and prints nothing.
+/// Collects the time of each run by the benchmark's name, and prints nothing.
 class XCollector final : public benchmark::BenchmarkReporter {
 public:
     explicit XCollector(bool wall) : m_wall(wall) {}

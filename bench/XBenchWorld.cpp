@@ -153,7 +153,7 @@ void XBenchWorld::CompleteAllTypes() const {
     ILXGroup* group = nullptr;
     ILXAttribute* attribute = nullptr;
     ILXConfObjEditor* editor = nullptr;
-    // Nothing has these names: each look-up completes its map, and costs little itself.
+    // Looks up an unknown name, which completes the map and costs little otherwise.
     const XLXComBSTR nothing{XLXTextView(OLESTR("-"))};
     while (types->GetSingleNext(type.Put()) == S_OK) {
         const bool asked = type->GetAttribute(nothing.Get(), &attribute) == S_FALSE &&

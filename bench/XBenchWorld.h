@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What is measured: a generated configuration, a sample server over it, and the component's module in front.
+// The measured system: a generated configuration, a sample server, and the component's module in front of it.
 #ifndef XBENCHWORLD_H
 #define XBENCHWORLD_H
 
@@ -11,18 +11,18 @@
 
 /// Everything that the transfer mode can deliver with the types.
 constexpr LONG LXBenchMode = 15;
-/// Types in a chain of bases: five bases above the last one.
+/// The number of types in a chain of bases: the last one has five bases.
 constexpr int LXBenchDepth = 6;
-/// Attributes of "Wide5", of which each of its chain of six types owns a part.
+/// The number of attributes of "Wide5"; each of the six types in its chain defines a part of them.
 constexpr int LXWideAttributes = 500;
 
 std::string LXBenchTypeName(int number);
 
-/// A configuration of so many types: attributes of 60 values, ten for each type on average, groups, pages, editors,
-/// chains of bases, and one relation for each type. Beside them stand the types "Wide0" to "Wide5".
+/// A configuration with that many types: attributes with 60 values, ten per type on average, groups, pages, editors,
+/// chains of bases, and one relation per type; in addition the types "Wide0" to "Wide5".
 XServerModel LXBenchModel(int types);
 
-/// How often which size occurs in a model, as lines of text.
+/// The distribution of sizes in a model, as lines of text.
 std::string LXHistogram(const XServerModel& model);
 
 /// A server and a cache in front of it.
@@ -34,11 +34,11 @@ public:
     XBenchWorld(const XBenchWorld&) = delete;
     XBenchWorld& operator=(const XBenchWorld&) = delete;
 
-    /// Makes a cache that gets its types from the sample server.
+    /// Creates a cache that reads its types from the sample server.
     void Start() { StartWith(m_server->ConfigFactory()); }
-    /// Makes a cache that gets them from arrays made beforehand (Factory().Prepare).
+    /// Creates a cache that gets its types from prepared arrays (Factory().Prepare).
     void StartPrepared();
-    /// Ends the cache and lets go of it.
+    /// Terminates and releases the cache.
     void Stop();
 
     int Types() const noexcept { return m_types; }
@@ -47,13 +47,13 @@ public:
     ILXConfigFactoryCache& Cache() const noexcept { return *m_cache.Get(); }
     XLXComPtr<ILXType> Type(const std::string& name) const;
     XLXComPtr<ILXAttribute> Attribute(const std::string& type, const std::string& name) const;
-    /// Every type's attributes, groups, pages and editors, so that all records are parsed.
+    /// Completes every type's attributes, groups, pages and editors, so that all records are parsed.
     void CompleteAllTypes() const;
-    /// Every relation of the server's, by its three names.
+    /// Looks up every relation of the server by its three names.
     void AskForAllRelations() const;
-    /// A change notification of everything, as the server sends it.
+    /// Sends a change notification of everything, like the server.
     void NotifyOfEverything() const;
-    /// An id that no notification of this world had.
+    /// A new notification id.
     ULONG NextNotificationId() const noexcept { return ++m_notificationId; }
 
 private:
@@ -67,10 +67,10 @@ private:
     mutable ULONG m_notificationId = 0;
 };
 
-/// A data object that knows its type's name and nothing else, so that asking it costs next to nothing.
+/// A data object that only knows its type's name, so that calls to it cost almost nothing.
 XLXComPtr<ILX_BaseDataObject> LXMakeBenchObject(const std::string& typeName);
 
-/// Raises what a call answered when that is not S_OK.
+/// Raises if the result of a call is not S_OK.
 void LXExpectOk(HRESULT result, const char* what);
 
 #endif

@@ -20,7 +20,7 @@ double MillisecondsSince(Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-/// What the process has from its heap; under Windows, where nobody tells, what it has of the machine's memory.
+/// The heap memory in use by the process; on Windows, where that is not available, the working set.
 long long BytesInUse() {
 #ifdef _WIN32
     PROCESS_MEMORY_COUNTERS counters = {};
@@ -110,7 +110,7 @@ void XScaleThreads::ReadRounds(ILXConfigFactory& factory) {
     constexpr int Label = 2;
     for (int turn = TurnAfter(1); turn > 0; turn = TurnAfter(turn)) {
         const auto start = Clock::now();
-        while (LXTextOf(*attribute, Label) != LXScaleLabel(turn)) { // one that was slow is told late
+        while (LXTextOf(*attribute, Label) != LXScaleLabel(turn)) { // a client that was slow is notified late
             LXExpectThat(Clock::now() - start < 60s, "the new value does not come");
             std::this_thread::sleep_for(1ms);
         }
@@ -124,7 +124,7 @@ int XScaleThreads::TurnAfter(int former) {
     return m_turn;
 }
 
-/// The only thread of the process that looks at the board while nothing is to be done.
+/// Polls the board, on one thread of the process, while there is nothing to do.
 void XScaleThreads::Poll() {
     for (int turn = 0; turn >= 0;) {
         if (const int now = m_board.failed > 0 ? -1 : m_board.turn.load(); now != turn) {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// The clients, each a cache on a thread of its own, in this process or in others; and the board by which they are told
-// what to do and say what it took.
+// The clients, each a cache on its own thread, in this process or in others, and the board by which they receive
+// commands and report results.
 //
-// Threading  The board is for any thread of any process.
-// Errors     What a client raises counts as failed on the board.
+// Threading  Any thread of any process may use the board.
+// Errors     A client that raises an exception is counted as failed on the board.
 #ifndef XSCALECLIENTS_H
 #define XSCALECLIENTS_H
 
@@ -14,7 +14,7 @@
 #include <atomic>
 #include <thread>
 
-/// In memory that the processes share, zero at first.
+/// Located in memory shared by the processes; initially zero.
 struct XScaleBoard {
     static constexpr int MostClients = 2000;
 
@@ -24,16 +24,16 @@ struct XScaleBoard {
     std::atomic<int> read;
     std::atomic<int> ended;
     std::atomic<int> failed;
-    std::atomic<int> next;        ///< a client takes its number here
-    std::atomic<long long> bytes; ///< that the clients keep
-    double times[MostClients];    ///< of a client's start, then of its end: milliseconds
+    std::atomic<int> next;        ///< the number of the next client
+    std::atomic<long long> bytes; ///< memory that the clients keep
+    double times[MostClients];    ///< durations per client in milliseconds: of the start, then of the end
 };
 
-/// The memory of the board.
+/// Owns the memory of the board.
 class XScaleMemory {
 public:
     static std::unique_ptr<XScaleMemory> Create() { return std::unique_ptr<XScaleMemory>(new XScaleMemory({})); }
-    /// That of another process.
+    /// Opens the board of another process.
     static std::unique_ptr<XScaleMemory> Open(const std::string& name) {
         return std::unique_ptr<XScaleMemory>(new XScaleMemory(name));
     }
@@ -52,7 +52,7 @@ private:
     XScaleBoard* m_board = nullptr;
 };
 
-/// So many clients of a server that runs, until they are told to end.
+/// Runs that many clients of a running server until the board tells them to end.
 class XScaleThreads {
 public:
     XScaleThreads(XScaleBoard& board, XScaleServer& server, int count);
@@ -78,7 +78,7 @@ private:
     std::vector<std::thread> m_threads;
 };
 
-/// The clients of a run: threads here, or processes with threads. Ends them, when they have not ended by themselves.
+/// The clients of a run: threads of this process, or processes with threads. The destructor ends those that still run.
 class XScaleClients {
 public:
     XScaleClients(const XScaleMemory& memory, XScaleServer& server, int clients, int processes);
@@ -92,7 +92,7 @@ private:
     std::vector<void*> m_processes;
 };
 
-/// The part of a process that was started for so many clients.
+/// The main function of a process that was started for that many clients.
 void LXPlayScaleClients(const std::string& board, int count);
 
 #endif

@@ -10,7 +10,7 @@
 namespace {
 using namespace std::chrono_literals;
 
-constexpr auto WaitForClients = 10s; // how long an edit waits for those that it notifies
+constexpr auto WaitForClients = 10s; // limit of an edit's wait for the notified clients
 
 std::string Numbered(const char* prefix, int number) {
     char text[24];
@@ -31,7 +31,7 @@ double ThreadSeconds() {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-/// The server's time is what its methods take on the clients' threads; calling the clients' callbacks is not in it.
+/// The server's time is that of its methods on the clients' threads, without the clients' callbacks.
 class LocalServer final : public XScaleServer {
 public:
     LocalServer(int types, bool withObjects) : m_server(XSampleServer::Create(ModelOf(types))) {
@@ -75,13 +75,13 @@ public:
     XLXComPtr<ILX_Query> Query() override { return m_server->Query(); }
     XLXComPtr<ILXDataUpdate> DataUpdate() override { return m_server->DataUpdate(); }
     void Edit(int type, const std::string& label) override { m_server->Edit(LabelEdit(type, label)); }
-    double ProcessorSeconds() override { return 0; } // its program's owner knows
+    double ProcessorSeconds() override { return 0; } // measured by the owner of the server's process
 
 private:
     const std::unique_ptr<XToolServer> m_server = LXRegisteredToolServer(ProgId);
 };
 
-/// Starts the program beside this one, and ends it.
+/// Starts and ends the server program in this program's folder.
 class ServerProgram {
 public:
     explicit ServerProgram(const std::string& options) {

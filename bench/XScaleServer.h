@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// The server that many clients have: in this process, or in one of its own.
+// The server of the many clients, in this process or in its own.
 //
-// Threading  Everything may be called from any thread that has initialised COM.
+// Threading  Thread-safe; each thread must have initialised COM.
 // Errors     XToolFailure, std::runtime_error.
 #ifndef XSCALESERVER_H
 #define XSCALESERVER_H
@@ -19,20 +19,20 @@ std::string LXScaleAttributeName(int type);
 class XScaleServer {
 public:
     virtual ~XScaleServer() = default;
-    /// For the clients of this process.
+    /// The config factory for clients in this process.
     virtual XLXComPtr<ILXConfigFactory> ConfigFactory() = 0;
     virtual XLXComPtr<ILX_Query> Query() = 0;
     virtual XLXComPtr<ILXDataUpdate> DataUpdate() = 0;
-    /// Gives the first attribute of a type another label; all clients that are not slow have been told when it returns.
+    /// Sets the label of the first attribute of a type. When it returns, all clients but slow ones have been notified.
     virtual void Edit(int type, const std::string& label) = 0;
-    /// The processor time that it took until now: that of its process, or that inside its methods.
+    /// The processor time so far: that of the server's process, or that of its methods.
     virtual double ProcessorSeconds() = 0;
 };
 
 /// A server over a generated model.
 std::unique_ptr<XScaleServer> LXScaleServer(int types, bool inItsOwnProcess, bool withObjects);
 #ifdef _WIN32
-/// The server program that runs, for the clients of a process that was started.
+/// The running server program, for the clients in a started process.
 std::unique_ptr<XScaleServer> LXRunningScaleServer();
 #endif
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the cache is measured against: the same data in the plainest form, as a good engineer would write it by hand
-// for one program.
+// The baselines: the same data in the simplest form, as a good engineer would write it by hand for one program.
 #ifndef BASELINES_H
 #define BASELINES_H
 
@@ -14,7 +13,7 @@
 #include <string>
 #include <tuple>
 
-/// (a) A value, copied with no protection.
+/// (a) A value, copied without any lock.
 struct XPlainValue {
     XLXComVariant value;
 
@@ -71,7 +70,7 @@ private:
     std::map<Key, XLXComPtr<ILXParentChild>> m_relations;
 };
 
-/// Each element of an array read once with SafeArrayGetElement and stored once with SafeArrayPutElement.
+/// Reads each element of an array with SafeArrayGetElement and stores it with SafeArrayPutElement.
 void LXCopyElementByElement(SAFEARRAY* from, SAFEARRAY* to);
 
 #endif

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What users feel after an edit: how often the server is asked again and what that costs, reads beside a flood of
-// notifications, and the longest wait for a reload.
+// The effects of edits: the number and cost of further calls to the server, reads during a flood of notifications, and
+// the longest wait for a reload.
 #include "benches.h"
 
 #include <algorithm>
@@ -24,7 +24,7 @@ double ProcessTime() {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-/// How the caches that are made while one lives read stale values again; by default as the costs of calls say.
+/// During its lifetime, determines whether new caches use refills; by default the cost of calls decides.
 class XRefillChoice {
 public:
     explicit XRefillChoice(const char* choice) { setenv("LXREFILL", choice, 1); }
@@ -42,7 +42,7 @@ void Notify(const XBenchWorld& world, const OLECHAR* dataId) {
                "DataObjectChanged");
 }
 
-/// Reads the label of every attribute of so many types.
+/// Reads the label of every attribute of that many types.
 void ReadAttributes(const XBenchWorld& world, int types) {
     XLXComVariant value;
     for (int i = 0; i < types; ++i) {
@@ -57,7 +57,7 @@ void ReadAttributes(const XBenchWorld& world, int types) {
 
 // ---- calls and processor time after one notification
 
-/// A world of so many types of their own, without bases, so that each type concerned is one that is read.
+/// A model of that many types without bases, so that exactly the types that are read are concerned.
 XServerModel PlainModel(int types) {
     XGeneratorOptions options;
     options.types = types;
@@ -119,7 +119,7 @@ void BenchProcessorTime(XBenchRows& rows) {
 
 // ---- reads beside a flood
 
-/// Does something again and again on a thread of its own, for as long as it lives.
+/// Repeats something on its own thread during its lifetime.
 class XFlood {
 public:
     explicit XFlood(std::function<void()> work)
@@ -141,7 +141,7 @@ private:
     std::thread m_thread;
 };
 
-/// The time that all but one percent of the reads stay below.
+/// The 99th percentile of the times of reads.
 double P99(const XLXComPtr<ILXAttribute>& attribute) {
     constexpr std::size_t Reads = 300000;
     std::vector<double> times;
@@ -189,9 +189,9 @@ void BenchBesideFlood(XBenchRows& rows) {
     rows.Taken(refillsTitle, refills, "calm", calm, 3.0);
 }
 
-// ---- who waits for a reload
+// ---- waiting for a reload
 
-/// The longest questions for a type, and the longest of those that read all types themselves.
+/// The longest query for a type, and the longest query that itself read all types.
 struct XLongest {
     double question = 0;
     double reload = 0;
@@ -203,7 +203,7 @@ struct XLongest {
 };
 
 XLongest AskBesideFlood(const XBenchWorld& world, Clock::time_point end) {
-    static thread_local Clock::time_point t_reload; // when the thread's last one began
+    static thread_local Clock::time_point t_reload; // when the thread's last reload began
     world.Server().Calls().SetStandingHook([](const XServerCall& call) {
         if (call.name == "ILXConfigFactoryEx::GetTypeArrayEx" && call.point == XCallPoint::Arrival) {
             t_reload = Clock::now();

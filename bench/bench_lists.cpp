@@ -6,7 +6,7 @@
 namespace {
 constexpr LONG ShownInEditor = 1;
 
-/// Makes an enumeration and lets go of it.
+/// Requests an enumeration and releases it.
 template <class Make> XBenchRows::Body Loop(Make make) {
     return [make](benchmark::State& state) {
         HRESULT result = S_OK;

@@ -10,14 +10,14 @@
 #include <random>
 
 namespace {
-/// The time that this thread has run, so that what others do on the machine counts less.
+/// The thread's processor time, which other programs affect less.
 double Now() {
     timespec time = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-/// How long a piece of work took, for each of so many things.
+/// The time of a piece of work, divided by a number of things.
 template <class Work> double TimeOf(Work&& work, double things) {
     LXSettleHeap();
     const double start = Now();
@@ -25,7 +25,7 @@ template <class Work> double TimeOf(Work&& work, double things) {
     return (Now() - start) / things;
 }
 
-/// A body that measures itself: measure() gives the seconds of one round.
+/// A body that measures itself: measure() returns the seconds of one round.
 template <class Measure> XBenchRows::Body Measured(Measure measure) {
     return [measure](benchmark::State& state) {
         for (auto step : state) {
@@ -69,8 +69,7 @@ void BenchLoad(XBenchRows& rows, XBenchWorld& world) {
 constexpr const char* NotificationTitle = "notification of everything, 20,000 types and their relations loaded";
 constexpr const char* FirstNotifyTitle = "the first notify after a whole load of 20,000 types";
 
-// Most of these notifications come to caches that the one before has made stale. The first one after a load is in
-// BenchGrowth.
+// Most of these notifications find everything stale already. BenchGrowth measures the first one after a load.
 void BenchNotify(XBenchRows& rows, const XBenchWorld& small, const XBenchWorld& large) {
     const auto notify = [](const XBenchWorld& world) {
         return [&world, id = XLXComBSTR{XLXTextView(OLESTR("objects/T/0/1"))},
@@ -89,7 +88,7 @@ void BenchNotify(XBenchRows& rows, const XBenchWorld& small, const XBenchWorld& 
 /// Load, notification and refill of a world.
 struct XCycle {
     double load = 0;   ///< per type
-    double notify = 0; ///< in all
+    double notify = 0; ///< in total
     double refill = 0; ///< per type
 };
 
@@ -132,7 +131,7 @@ void BenchGrowth(XBenchRows& rows, XBenchWorld& small, XBenchWorld& middle, XBen
 
 constexpr int MixedReads = 10000;
 
-/// Calls of the server's configuration objects: all but those of data objects and of the services that carry
+/// The number of calls to configuration objects of the server, without those to data objects and to the services for
 /// notifications and queries.
 double ConfigurationCalls(const XCallCounts& calls) {
     double sum = 0;
@@ -149,7 +148,7 @@ template <class Interface, class Enumerator> void TakeAll(const XLXComPtr<Enumer
     while (from && from->GetSingleNext(one.Put()) == S_OK) {}
 }
 
-/// One read of a kind, from a config factory: the cache's or the server's.
+/// Makes one read of a kind through a config factory, the cache's or the server's.
 void Read(const XServerModel& model, const XModelType& modelType, ILXConfigFactory& factory, int kind) {
     XLXComPtr<ILXType> type;
     const XLXComBSTR name(modelType.Name());

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// bench_memory OUTPUT.json: the heap during a whole load, and what an attribute keeps.
+// bench_memory OUTPUT.json: measures the heap during a whole load, and the memory that an attribute keeps.
 //
-// Only what the cache allocates, and the arrays that it is given, is counted: the server and the arrays' master
-// copies are there before.
+// Counts only the cache's allocations and the arrays that it gets. The server and the master copies of the arrays are
+// allocated before.
 #include "XBenchWorld.h"
 #include "countedheap.h"
 
@@ -25,7 +25,7 @@ struct Row {
 
 double Bytes(std::size_t now, std::size_t before) { return static_cast<double>(now) - static_cast<double>(before); }
 
-/// The bytes of an element's values that are not empty: each a variant, and the characters of its text.
+/// The bytes of an element's values that are not empty: a variant for each, and the characters of texts.
 double BytesOfFilled(const XModelProperties& properties) {
     double bytes = 0;
     for (int index = 0; index < properties.Count(); ++index) {
@@ -44,7 +44,7 @@ template <class Element> double BytesOfFilled(const XModelList<Element>& element
     return bytes;
 }
 
-/// The same of all that a whole load brings.
+/// The same for everything in a whole load.
 double BytesOfFilled(const XServerModel& model) {
     double bytes = BytesOfFilled(model.relations);
     for (const auto& [name, type] : model.types) {
@@ -54,8 +54,8 @@ double BytesOfFilled(const XServerModel& model) {
     return bytes;
 }
 
-/// The most that was in use during a whole load, against the array and what stays; and what stays, against the values
-/// in it.
+/// The peak memory of a whole load, against the array and the memory that is kept; and the kept memory, against the
+/// values in it.
 std::array<Row, 2> HeapOfLoad() {
     XBenchWorld world(Types);
     const double filled = BytesOfFilled(world.Server().Model());
@@ -73,7 +73,7 @@ std::array<Row, 2> HeapOfLoad() {
             Row{"kept memory, 5,000 types", "the bytes of the values that are not empty", stays, filled, 2.0}};
 }
 
-/// A type with so many attributes that have no attribute types.
+/// A type with that many attributes without attribute types.
 XServerModel PlainModel(int attributes) {
     XServerModel model;
     XModelType& type = model.AddType("Plain");

@@ -11,7 +11,7 @@ constexpr const char* TypeName = "Wide2";
 constexpr const char* AttributeName = "WideAttribute00200";
 constexpr const char* OtherAttributeName = "WideAttribute00150";
 
-/// Keeps the calling thread on a processor of its own while a benchmark with several threads runs.
+/// Binds the calling thread to its own processor while a benchmark with several threads runs.
 class XPinned {
 public:
     explicit XPinned(const benchmark::State& state) {
@@ -31,7 +31,7 @@ private:
     cpu_set_t m_before;
 };
 
-/// Calls read(out) again and again; out holds the last value each time, as a caller's variable does.
+/// Calls read(out) repeatedly; out holds the previous value, like a client's variable.
 template <class Read> XBenchRows::Body Loop(Read read) {
     return [read](benchmark::State& state) {
         const XPinned pinned(state);
@@ -45,7 +45,7 @@ template <class Read> XBenchRows::Body Loop(Read read) {
     };
 }
 
-/// The same, where each thread has an object of its own.
+/// The same, with a separate object for each thread.
 template <class Objects> XBenchRows::Body EachOwn(const Objects& objects, int member) {
     return [&objects, member](benchmark::State& state) {
         const auto& object = objects[static_cast<std::size_t>(state.thread_index())];

@@ -9,7 +9,7 @@
 #include <tbb/concurrent_hash_map.h>
 
 namespace {
-/// (e) What a user would take from a shelf.
+/// (e) A ready-made concurrent container.
 template <class Interface> class XShelfObjects {
 public:
     void Add(XLXTextView name, XLXComPtr<Interface> object) { m_objects.insert({LXToUtf8(name), std::move(object)}); }
@@ -29,7 +29,7 @@ template <class T> void Shuffle(std::vector<T>& items) {
     std::shuffle(items.begin(), items.end(), std::mt19937(20000));
 }
 
-/// Calls find(item, out) for one item after the other, round and round.
+/// Calls find(item, out) for the items in turn, cyclically.
 template <class Interface, class Item, class Find> XBenchRows::Body Loop(const std::vector<Item>& items, Find find) {
     return [&items, find](benchmark::State& state) {
         std::size_t next = 0;

@@ -32,7 +32,7 @@ XServerModel OneAttribute() {
     return model;
 }
 
-/// Nanoseconds of one call, in a run of many.
+/// The nanoseconds of one call, measured over many.
 template <class Read> double TimeOf(Read&& read) {
     VARIANT value;
     VariantInit(&value);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The benchmarks: the first three over the world of 20,000 types, which is made when a row needs it; the others make
-// their own.
+// The benchmarks. The first three use the world of 20,000 types, which is created when a row needs it; the others
+// create their own.
 #ifndef BENCHES_H
 #define BENCHES_H
 

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <malloc.h>
 
-// The C library's own functions, under the names that it has for those who replace them.
+// The C library's own functions, under the names that it provides for replacements.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 //
-// The heap of the process, counted: these functions stand in the place of the C library's.
+// Counts the heap of the process: replaces the heap functions of the C library.
 #ifndef COUNTEDHEAP_H
 #define COUNTEDHEAP_H
 
 #include <cstddef>
 
-/// Bytes in use now, as blocks take them from the heap (with what an allocation is rounded up by, and its header).
+/// The bytes in use, including the rounding and the header of each block.
 std::size_t LXHeapInUse() noexcept;
-/// The most that was in use since the last reset.
+/// The maximum of bytes in use since the last reset.
 std::size_t LXHeapPeak() noexcept;
 void LXResetHeapPeak() noexcept;
 

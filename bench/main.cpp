@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// bench_cache OUTPUT.json [TEXT]: measures all rows, or those with the text in their titles.
+// bench_cache OUTPUT.json [TEXT]: measures all rows, or only those with the text in their titles.
 #include "benches.h"
 
 #include <cstdio>

@@ -4,9 +4,9 @@
 
     report.py [--all] [--json FILE] [--svg FILE] [--doc FILE] FIGURES.json...
 
---all  rows that must be there and are not count as misses.
---doc  a page whose lines between "<!-- model -->" or "<!-- figures -->" and "<!-- end -->" are written anew.
-Ends with 1 when a bar is missed. A row with an aim instead of a bar is shown and cannot miss.
+--all  counts required rows that are missing as misses.
+--doc  a page whose lines between "<!-- model -->" or "<!-- figures -->" and "<!-- end -->" are rewritten.
+Exit status 1: a bar is missed. A row with an aim instead of a bar is shown, but cannot miss.
 """
 import argparse
 import json
@@ -14,7 +14,7 @@ import re
 import sys
 from html import escape
 
-# Every row that has a bar, by the start of its title, with how many comparisons it has.
+# The number of comparisons of every row that has a bar, by the beginning of its title.
 REQUIRED = {
     "GetProperty of a text": 2,
     "GetProperty of a text, 2 threads on one object": 3,

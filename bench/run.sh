@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Builds and runs all benchmarks and prints one table with a verdict for each row. Ends with 0 when every bar holds.
+# Builds and runs all benchmarks and prints one table with a verdict for each row. Exit status 0: every bar holds.
 #   bench/run.sh            everything; writes the figures of docs/performance.*
 #   bench/run.sh TEXT       the rows of bench_cache with that text in their titles; writes nothing
 # LX_BENCH_NO_INSTALL=1 installs no packages.
@@ -59,7 +59,7 @@ if [ $# -gt 0 ]; then
 fi
 rm -f "$out"/*.json
 build/linux-bench/bin/bench_memory "$out/memory.json"
-# A process for each group of rows, so that what one leaves in the heap does not slow the next one down.
+# One process per group of rows, so that the state of the heap after one does not slow down the next.
 figures=()
 for group in "Get" "whole type load" "notification of everything" "cost per type" "server calls" "processor time" \
     "beside a flood"; do

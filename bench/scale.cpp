@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 //
-// scale: many clients of one server that start at once, while the configuration is edited.
+// scale: many clients of one server that start at once while the configuration is edited.
 //
-//     scale --clients 200 --types 100                          server and clients in this process, a thread each
-//     scale --clients 200 --processes 8 --types 100            Windows: lxsampleserver and the clients in processes
+//     scale --clients 200 --types 100                          server and clients in this process, one thread per
+//     client scale --clients 200 --processes 8 --types 100            Windows: lxsampleserver and the clients in
+//     processes
 //
-// It prints how long it took until all had started, the server's processor time for each, the memory that each keeps,
-// and the time from an edit until all have been told, and until the last one has read the new value when all ask at
-// once. docs/scaling.md has the figures.
+// It prints the time until all have started, the server's processor time and the memory per client, and the times from
+// an edit until all have been notified and until the last one has read the new value when all read at once.
+// docs/scaling.md has the figures.
 #include "XScaleClients.h"
 #include "XScaleServer.h"
 
@@ -31,7 +32,7 @@ struct Options {
     int types = 100;
     int rounds = 20;
     bool withObjects = false;
-    std::string child; // the board's name, of a process that was started by this program
+    std::string child; // in a process started by this program: the name of the board
 };
 
 using Clock = std::chrono::steady_clock;
@@ -50,7 +51,7 @@ void WaitFor(const XScaleBoard& board, const std::atomic<int>& count, int wanted
     }
 }
 
-/// Edits all the time, what nobody reads.
+/// Continuously edits data that nobody reads.
 class Editor {
 public:
     explicit Editor(XScaleServer& server)
@@ -76,10 +77,10 @@ public:
 private:
     std::atomic<bool> m_stop{false};
     std::atomic<int> m_edits{0};
-    std::thread m_thread; // last: it uses the others
+    std::thread m_thread; // declared last, because it uses the other members
 };
 
-/// The array with which a client starts, when it is built and when it is there.
+/// Prints the size of the array with which a client starts, and the times to build and to copy it.
 void Describe(XScaleServer& server) {
     const auto factory = server.ConfigFactory().As<ILXConfigFactoryEx>();
     double times[2] = {};
@@ -149,7 +150,7 @@ void End(XScaleBoard& board, const Options& options) {
 }
 
 void Run(const Options& options) {
-    CoInitializeEx(nullptr, COINIT_MULTITHREADED); // for as long as the process lives
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED); // until the process ends
     const auto board = XScaleMemory::Create();
     const auto server = LXScaleServer(options.types, options.processes > 0, options.withObjects);
     std::printf("%d clients in %d processes, %d types, %s\n", options.clients, std::max(options.processes, 1),

@@ -1,19 +1,19 @@
 # SPDX-License-Identifier: MIT
 #
-# What is installed, and the packages: included last, when all targets are known.
+# Installation and packages. Included last, when all targets are defined.
 #
-# Component "main" is everything that users need, "debug" the debug information of Windows binaries. (The Debian
-# package's is made by CPack.) A target of the lists below that is not built here is left out.
+# The component "main" has everything that users need, "debug" the debug information of Windows binaries. (CPack makes
+# that of the Debian package.) Targets in the lists below that are not built are skipped.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-# Who makes it, as the licence says.
+# The copyright holder, from the licence.
 file(STRINGS ${PROJECT_SOURCE_DIR}/LICENSE LX_COPYRIGHT REGEX "^Copyright")
 string(REGEX REPLACE "^Copyright .* [0-9]+ " "" LX_COMPANY "${LX_COPYRIGHT}")
 
 set(LX_MODULES LXConfigFactoryCache32 LXError32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS)
 set(LX_PROGRAMS lxcfc lxsampleserverprogram)
-if(LX_ARCHITECTURE STREQUAL x86) # what 32-bit clients load
+if(LX_ARCHITECTURE STREQUAL x86) # the modules that 32-bit clients load
   set(LX_MODULES LXConfigFactoryCache32 LXError32 LXConfigFactoryCachePS LXCfgCacheCallback)
   set(LX_PROGRAMS "")
 endif()
@@ -38,7 +38,8 @@ foreach(target ${LX_MODULES} ${LX_PROGRAMS})
   endif()
 endforeach()
 
-# Modules find each other beside themselves, wherever the package is put; programs find them in the library folder.
+# Modules look for each other in their own folder, wherever the package is installed; programs look in the library
+# folder.
 if(NOT WIN32)
   list(APPEND lx_binaries lxplatform)
   set_target_properties(lxplatform PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
@@ -82,8 +83,8 @@ lx_version_resource(LXCfgCacheCallback "Separate callback object of the configur
 lx_version_resource(lxcfc "Shows and compares the configuration of a server")
 lx_version_resource(lxsampleserverprogram "Sample configuration server")
 
-# Debug information of Windows binaries, in files of their own that the binaries name. Clang's is all in the PDB files.
-# GCC's goes to FILE.debug, which GDB reads; its PDB files, by the linker, have the names of functions alone.
+# Debug information of Windows binaries, in separate files that the binaries refer to. With Clang it is all in the PDB
+# files. With GCC it is in FILE.debug, for GDB; the PDB files, written by the linker, have only function names.
 if(WIN32)
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
   set(folder ${CMAKE_BINARY_DIR}/debugfiles)
@@ -113,7 +114,7 @@ if(WIN32)
   endforeach()
   add_custom_target(lxdebugfiles ALL DEPENDS ${debug_files})
 
-  # The bill of materials, of the binaries as they are now.
+  # The bill of materials of the installed binaries.
   set(gcc_version ${CMAKE_CXX_COMPILER_VERSION})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     string(REGEX REPLACE ".*/([0-9.]+)-posix$" "\\1.0" gcc_version "${LX_RUNTIME}")
@@ -124,7 +125,7 @@ if(WIN32)
     \"${installed}/licenses\" \"${installed}/sbom.cdx.json\" COMMAND_ERROR_IS_FATAL ANY)" COMPONENT main)
 endif()
 
-# ---- what clients and servers are built with
+# ---- for building clients and servers
 
 install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.h ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache_i.c
   ${PROJECT_SOURCE_DIR}/include/LXError32.h ${PROJECT_SOURCE_DIR}/src/base/LXCompiler.h

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 #
-# How every target of this project is built: lx_target, lx_add_test, lx_add_fuzzer.
+# Build rules for the targets of this project: lx_target, lx_add_test, lx_add_fuzzer.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -17,13 +17,13 @@ find_package(Threads REQUIRED)
 set(LX_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Werror)
 set(LX_CXX_WARNINGS -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  list(APPEND LX_CXX_WARNINGS -Wno-restrict) # GCC 12 finds fault with std::string itself where it is inlined
+  list(APPEND LX_CXX_WARNINGS -Wno-restrict) # GCC 12 warns about inlined std::string code
 endif()
 
-# Nothing of the interfaces has a virtual destructor: a second vtable slot would shift all others.
+# COM interfaces have no virtual destructors, because these would add vtable slots.
 set(LX_COM_WARNINGS -Wno-non-virtual-dtor -Wno-delete-non-virtual-dtor)
 
-# The checks of GCC's library: an index beyond the end of a container ends the process at once.
+# The assertions of GCC's library: an index beyond the end of a container ends the process.
 if(LX_SANITIZE OR CMAKE_BUILD_TYPE STREQUAL "Debug")
   add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
@@ -31,21 +31,21 @@ if(LX_SANITIZE)
   add_compile_options(-fsanitize=${LX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${LX_SANITIZE})
 endif()
-if(LX_BUILD_FUZZERS) # a fuzz target steers by the coverage of the code under test, not only by its own
-  add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-coverage=trace-cmp) # comparisons: a third of the time
+if(LX_BUILD_FUZZERS) # the code under test must be instrumented, too, to guide the fuzzer
+  add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-coverage=trace-cmp) # it takes a third of the time
   add_link_options(-fsanitize=fuzzer-no-link)
 endif()
 if(WIN32)
-  set(LX_ARCHITECTURE amd64) # as manifests call it
+  set(LX_ARCHITECTURE amd64) # the name in manifests
   if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     set(LX_ARCHITECTURE x86)
-    add_link_options(-Wl,--enable-stdcall-fixup) # the exports of the .def files are found by their plain names
+    add_link_options(-Wl,--enable-stdcall-fixup) # resolves the plain names of the .def files' exports
   endif()
   add_compile_definitions(UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601)
-  add_link_options(-static) # a DLL brings its own runtime
-  # One commit gives the same binaries, wherever and whenever it is built.
+  add_link_options(-static) # each DLL contains its own runtime
+  # Reproducible builds: a commit gives the same binaries wherever and whenever it is built.
   add_link_options(-Wl,--no-insert-timestamp)
-  file(RELATIVE_PATH relative ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}) # a compiler cache may turn paths into these
+  file(RELATIVE_PATH relative ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}) # compiler caches may use relative paths
   string(REGEX REPLACE "/$" "" relative "${relative}")
   foreach(folder ${relative}=. ${PROJECT_SOURCE_DIR}=. ${PROJECT_BINARY_DIR}=./build)
     add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${folder}>")
@@ -55,7 +55,7 @@ if(WIN32)
   endif()
 endif()
 
-# The compile rules of the project for a target.
+# Applies the project's compile rules to a target.
 function(lx_target name)
   target_compile_options(${name} PRIVATE ${LX_WARNINGS}
     $<$<COMPILE_LANGUAGE:CXX>:${LX_CXX_WARNINGS} ${LX_COM_WARNINGS}>)
@@ -64,8 +64,8 @@ function(lx_target name)
   endif()
 endfunction()
 
-# Libraries that only the tools, the server and the tests use, from the system's include folder. A cross
-# compiler must not see that folder itself, so each library is linked into a folder of its own.
+# Header libraries from the system's include folder, for tools, server and tests only. A cross compiler must not see
+# that folder, so each library gets a folder of its own with a link to it.
 function(lx_header_library target folder)
   add_library(${target} INTERFACE)
   file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/headers)
@@ -83,25 +83,26 @@ if(LX_BUILD_TESTS)
   add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 endif()
 
-# For the folders beside the component, which wait for calls anyway: a short build counts more than fast code. Most of
-# it is spent in headers (options, JSON, the standard library's), so that a few large sources take a fraction of it.
+# For the folders beside the component, whose programs mostly wait for calls: a short build matters more than fast code.
+# Headers (options, JSON, the standard library) take most of the build time, so a few large sources take a fraction of
+# it.
 macro(lx_compile_fast)
   set(CMAKE_UNITY_BUILD ON)
   set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
   if(NOT LX_BUILD_BENCH)
     add_compile_options($<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:C,CXX>>:-O1$<SEMICOLON>-g1>)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-      add_compile_options(-Wno-array-bounds) # as -Wno-restrict, with less optimization
+      add_compile_options(-Wno-array-bounds) # like -Wno-restrict, at this optimisation level
     endif()
   endif()
 endmacro()
 
-# A compiler cache does more for a source than precompiled headers, and cannot store what was made with them.
+# A compiler cache saves more time than precompiled headers, and cannot cache objects that use them.
 if(CMAKE_CXX_COMPILER_LAUNCHER MATCHES "ccache")
   set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
 endif()
 
-# A test program: lx_add_test(test_x SOURCES ... LIBS ... [ARGS ...]). It gets the runner's main, which has the
+# Adds a test program: lx_add_test(test_x SOURCES ... LIBS ... [ARGS ...]). It uses the runner's main, which has the
 # watchdog and counts live objects, and runs on both platforms. The target lxtests builds all of them.
 add_custom_target(lxtests)
 function(lx_add_test name)
@@ -120,7 +121,7 @@ function(lx_add_test name)
   set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()
 
-# A fuzz target: lx_add_fuzzer(fuzz_x SOURCES ... LIBS ...), built where LX_BUILD_FUZZERS is on.
+# Adds a fuzz target: lx_add_fuzzer(fuzz_x SOURCES ... LIBS ...). It is built if LX_BUILD_FUZZERS is on.
 function(lx_add_fuzzer name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
   if(LX_BUILD_FUZZERS)

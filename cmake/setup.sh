@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Installs what is missing of the Debian 12 packages that this project is built and tested with.
+# Installs missing Debian 12 packages for building and testing this project.
 #   cmake/setup.sh GROUP...      groups: build, windows, wine, browser, checks, bench, extras
-# Says what it installs, and nothing when nothing is missing.
+# Prints what it installs; prints nothing if nothing is missing.
 set -euo pipefail
 
 packages_of() {

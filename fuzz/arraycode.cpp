@@ -31,14 +31,14 @@ private:
     ULONG m_references = 0;
 };
 
-/// What an element's byte says in its lower half; the upper half is an argument from 0 to 15.
+/// The code in the lower half of an element's byte; the upper half is an argument from 0 to 15.
 enum ECode : std::uint8_t {
-    Empties = 0, ///< argument + 1 of them
+    Empties = 0, ///< argument + 1 empty elements
     SmallLong,
     Long, ///< four bytes follow
     SmallUnsigned,
     Unsigned, ///< four bytes follow
-    Text,     ///< as many characters as the argument says follow
+    Text,     ///< the argument is the number of characters that follow
     Object,
     Boolean,
     NegativeLong, ///< -1 - argument
@@ -48,7 +48,7 @@ enum ECode : std::uint8_t {
     Nested,
     Longs, ///< 0 to argument
     NullDispatch,
-    AnyType ///< the argument is the type of a value that is all zeros
+    AnyType ///< the argument is the type; the value is all zeros
 };
 
 class Decoder {

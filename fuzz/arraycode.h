@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Arrays as bytes, in a code of which every byte string means some array, so that a fuzzer's small changes make small
-// changes to elements. The first byte says what container it is, each further one starts an element.
+// A byte code for arrays in which every byte string is valid and small changes of bytes make small changes of elements.
+// The first byte selects the container; each further one starts an element.
 #ifndef ARRAYCODE_H
 #define ARRAYCODE_H
 
@@ -12,13 +12,13 @@
 
 using XBytes = std::span<const std::uint8_t>;
 
-/// Objects in decoded arrays that are alive.
+/// The number of live objects of decoded arrays.
 long LXLiveFuzzObjects();
 
-/// The containers that the first byte stands for; any other byte is a plain one too.
+/// The containers for values of the first byte; any other value also means Plain.
 enum class EContainer : std::uint8_t { Plain = 0, LowerBoundNegative, LowerBoundLarge, NoArray, Texts, TwoDimensions };
 
-/// The array that bytes stand for, of at most 4096 elements.
+/// Decodes an array of at most 4096 elements.
 XLXSafeArray DecodeArray(XBytes bytes);
 
 #endif

@@ -57,7 +57,7 @@ std::string Narrow(XLXTextView text) { return LXToUtf8(text); }
 
 XLXComBSTR Bstr(const char* text) { return XLXComBSTR(LXFromUtf8(text)); }
 
-/// A value as text; failures are alike whatever their code is.
+/// A value as text; all failures give the same text.
 std::string Read(ILXConfigObject* object, int member) {
     XLXComVariant value;
     const HRESULT result = object->GetProperty(member, value.Put());
@@ -66,7 +66,7 @@ std::string Read(ILXConfigObject* object, int member) {
                                : Narrow(value.AsText().value_or(OLESTR("<no text>")));
 }
 
-/// What became of a look-up, with a property of what was found.
+/// The result of a look-up as text, with a property of the found object.
 template <class T> std::string Found(HRESULT result, const XLXComPtr<T>& object, int member) {
     return FAILED(result) ? "<failed>" : object ? Read(object.Get(), member) : "<none>";
 }
@@ -83,7 +83,7 @@ std::string List(HRESULT result, const XLXComPtr<Enumerator>& elements, std::ini
         }
         lines.push_back(line);
     }
-    std::sort(lines.begin(), lines.end()); // the order is each one's own
+    std::sort(lines.begin(), lines.end()); // cache and server may have different orders
     std::string all;
     for (const std::string& line : lines) {
         all += line + ";";
@@ -171,7 +171,7 @@ std::string AskType(ILXConfigFactory& factory, const Question& question) {
     XLXComPtr<ILXType> type;
     const HRESULT result = factory.GetType(Bstr(question.type).Get(), nullptr, type.Put());
     if (!type || question.kind == Question::TypeProperty) {
-        // The last member is the base type's object, which only a cache shows.
+        // The last member is the base type's object, which only the cache has.
         return Found(result, type, question.member == 27 ? 0 : question.member);
     }
     switch (question.kind) {

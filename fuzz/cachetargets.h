@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the fuzz targets for the whole cache share: a small model, a cache in front of a sample server, questions that
-// a server and a cache answer alike, and bytes to decide by.
+// The common part of the fuzz targets for the whole cache: a small model, a cache in front of a sample server, queries
+// that server and cache must answer alike, and decisions from input bytes.
 #ifndef CACHETARGETS_H
 #define CACHETARGETS_H
 
@@ -10,16 +10,16 @@
 
 #include <string>
 
-/// Ends the process when something does not hold.
+/// Ends the process unless the condition holds.
 void LXRequire(bool holds, const std::string& what);
 
-/// Decisions out of a fuzzer's bytes; 0 when there are no more.
+/// Decisions from the fuzzer's bytes; 0 when they are used up.
 class Decisions {
 public:
     explicit Decisions(XBytes bytes) noexcept : m_bytes(bytes) {}
     bool Empty() const noexcept { return m_bytes.empty(); }
     std::uint8_t Byte() noexcept;
-    /// One of that many.
+    /// A number from 0 to count - 1.
     int Of(int count) noexcept { return Byte() % count; }
     template <class T, std::size_t count> const T& OneOf(const T (&choices)[count]) noexcept {
         return choices[Of(static_cast<int>(count))];
@@ -30,12 +30,12 @@ private:
     XBytes m_bytes;
 };
 
-/// Names in the model, and some that are not there at first or never.
+/// Names in the model, and some that are missing at first or always.
 inline constexpr const char* FuzzTypes[] = {"Item",  "Equipment", "Pump",   "Valve",  "Document",
                                             "Sheet", "Folder",    "Hidden", "Extra1", "Extra2"};
 inline constexpr const char* FuzzAttributes[] = {"Name", "Weight", "Power", "Head", "Title", "Added1", "Added2"};
 
-/// A question to a config factory, answered as one text whoever answers it.
+/// A query to a config factory. The answer is a text, comparable between cache and server.
 struct Question {
     enum Kind : std::uint8_t {
         TypeProperty,
@@ -74,7 +74,7 @@ struct Question {
 
 std::string LXAnswer(ILXConfigFactory& factory, const Question& question);
 
-/// A cache in client mode in front of a sample server of its own.
+/// A cache in client mode with its own sample server.
 class FuzzCache {
 public:
     FuzzCache();
@@ -87,7 +87,7 @@ public:
     XSampleServer& Server() const { return *m_server; }
     XLXComPtr<ILXConfigFactory> Cache() const { return m_cache.As<ILXConfigFactory>(); }
     XLXComPtr<ILXConfigFactory> Direct() const { return m_server->ConfigFactory(); }
-    /// Requires that the cache gives the server's answer.
+    /// Requires that cache and server give the same answer.
     void Compare(const Question& question) const;
 
 private:
@@ -95,7 +95,7 @@ private:
     XLXComPtr<ILXConfigFactoryCache> m_cache;
 };
 
-/// Notifications of every shape, through the manager and straight to cached objects. True: one with a known kind.
+/// Notifications of every form, to the manager and directly to cached objects. True: one of a known kind.
 bool FuzzDataId(XBytes bytes);
 /// Whole operations of a client and edits of the server. True: at least one answer was compared.
 bool FuzzOperations(XBytes bytes);

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Says which lines of the decoder of transfer arrays the committed corpus runs, and fails below 95 percent.
+# Measures which lines of the decoder of transfer arrays the committed corpus covers, and fails below 95 percent.
 #   fuzz/coverage.sh            the table, file by file
-#   fuzz/coverage.sh --missed   the lines that nothing runs too
+#   fuzz/coverage.sh --missed   also the lines that are not covered
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

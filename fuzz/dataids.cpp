@@ -10,7 +10,7 @@ constexpr const char* Pieces[] = {
     "objects",    "properties", "pc", "searchable",       "/", "//", "0",   "1",       "2",           "512", "-1",
     "2147483648", "Pump",       "64", "\xF0\x90\x80\x80", " ", "+",  "0x2", "Objects", "cfc_forward/"};
 
-/// Text of any kind: common pieces, narrow characters, and units that need not be valid UTF-16.
+/// Any text: common pieces, narrow characters, and units that may be invalid UTF-16.
 XLXText TextFrom(Decisions& decisions) {
     XLXText text;
     while (!decisions.Empty()) {
@@ -27,7 +27,7 @@ XLXText TextFrom(Decisions& decisions) {
     return text;
 }
 
-/// One of the cached objects' own callbacks, or the manager's.
+/// The callback of a cached object, or the manager's.
 XLXComPtr<ILXCallbackUpdate> Receiver(ILXConfigFactory& cache, int which) {
     XLXComPtr<ILXType> type;
     XLXComPtr<ILXAttribute> attribute;
@@ -61,7 +61,7 @@ XLXComPtr<ILXCallbackUpdate> Receiver(ILXConfigFactory& cache, int which) {
     }
 }
 
-/// One cache for all executions: every one begins with values that were read.
+/// One cache for all executions, so that each one begins with values that were read.
 FuzzCache& SharedCache() {
     static FuzzCache& cache = *[] {
         auto* const made = new FuzzCache;
@@ -97,7 +97,7 @@ bool FuzzDataId(XBytes bytes) {
     const HRESULT result = receiver->DataObjectChanged(id.Get(), dataType.Get(), 256, notificationId, 0, nullptr);
     LXRequire(result == S_OK, "a notification is taken whatever its data id is");
     CompareAll(cache);
-    // It must not stand in the way of the next one either.
+    // It must not suppress the next notification either.
     cache.Server().Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, std::to_string(++executions % 10));
     CompareAll(cache);
     return XDataId::Parse(text).kind != LXDataIdKind::Other;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "cachetargets.h"
 
-// Short stacks for allocations, of which there are many.
+// Records short stacks, because there are many allocations.
 extern "C" const char* __asan_default_options() { return "malloc_context_size=2:quarantine_size_mb=32"; }
 
-// Weighing the seeds by the rarity of what they reach takes as long as running them.
+// Turns off weighting seeds by the rarity of their coverage, which takes as long as running them.
 extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
     static std::vector<char*> all(*arguments, *arguments + *count);
     static char option[] = "-entropic=0";

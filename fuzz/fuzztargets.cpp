@@ -28,7 +28,7 @@ std::vector<VARTYPE> TypesOf(const XLXSafeArray& array) {
     return types;
 }
 
-/// Runs a reader; whether it took its array.
+/// Runs a reader and returns whether it accepted the array.
 template <class F> bool Takes(F&& read) {
     try {
         read();
@@ -52,7 +52,7 @@ void ReadLists(XILXTypeComp components) {
     }
 }
 
-/// Runs the body over the decoded array and its element types. What was decoded must all be gone afterwards.
+/// Runs the body with the decoded array and its element types. All decoded objects must be released afterwards.
 template <class F> bool WithArray(XBytes bytes, F&& body) {
     const bool taken = Takes([&] {
         XLXSafeArray array = DecodeArray(bytes);
@@ -63,7 +63,7 @@ template <class F> bool WithArray(XBytes bytes, F&& body) {
     return taken;
 }
 
-/// An array that was taken is written again element by element, but for what followed its content.
+/// Requires that an accepted array is written again with the same element types, except for elements after its content.
 void RequirePrefix(const XLXSafeArray& written, const std::vector<VARTYPE>& read) {
     const std::vector<VARTYPE> types = TypesOf(written);
     Require(types.size() <= read.size() && std::equal(types.begin(), types.end(), read.begin()),
@@ -75,7 +75,7 @@ bool FuzzTypeArray(XBytes bytes) {
     return WithArray(bytes, [](XLXSafeArray array, const std::vector<VARTYPE>& read) {
         XLXSafeArray written = GetArrayFromMap(GetMapFromArray(std::move(array)));
         const std::vector<VARTYPE> types = TypesOf(written);
-        Require(types.size() <= read.size(), "nothing is read twice"); // entries of one key become one
+        Require(types.size() <= read.size(), "nothing is read twice"); // entries with the same key become one
         XILXTypeMap again;
         Require(Takes([&] { again = GetMapFromArray(std::move(written)); }), "what is written can be read");
         for (auto& [index, record] : again.records) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the fuzz targets do with their input: decode an array, read it, and end the process when something does not
-// hold. Each says whether its reader took the array.
+// The fuzz targets: each decodes an array, reads it, ends the process if a check fails, and returns whether its reader
+// accepted the array.
 #ifndef FUZZTARGETS_H
 #define FUZZTARGETS_H
 
@@ -10,7 +10,7 @@
 bool FuzzTypeArray(XBytes bytes);
 bool FuzzAttributeList(XBytes bytes);
 bool FuzzTypeComponents(XBytes bytes);
-/// Reads the array as a record list and as a parent-child array; true when either took it.
+/// Reads the array as a record list and as a parent-child array; true if either reader accepted it.
 bool FuzzRecordList(XBytes bytes);
 
 #endif

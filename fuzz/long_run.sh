@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Fuzzes with every target, two at a time, and says what came of it.
+# Fuzzes with every target, two at a time, and prints the results.
 #   fuzz/long_run.sh SECONDS    SECONDS for all targets together
 # Builds the targets, collects new inputs in build/fuzz-corpus/TARGET and findings in build/fuzz-findings/, and
-# writes the figures to build/fuzz-figures.json. Fails when there is a finding.
+# writes the figures to build/fuzz-figures.json. Fails if there is a finding.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
 
@@ -29,7 +29,7 @@ mkdir -p "$findings"
     exit 1
 }
 
-# run TARGET: fuzzes to the end of its time; a finding does not end it.
+# run TARGET: fuzzes until its time is over, continuing after findings.
 run() {
     local target=$1 end=$((SECONDS + each)) log=$findings/$1.log
     mkdir -p "build/fuzz-corpus/$target"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Sequences of whole operations: what a client asks and what a server changes. After each, the cache answers as the
-// server does.
+// Sequences of operations: queries of a client and edits of the server. After each one, the cache must answer like the
+// server.
 #include "XModuleCount.h"
 #include "cachetargets.h"
 
@@ -13,7 +13,7 @@ constexpr const char* BaseTypes[] = {"", "Item", "Equipment", "Document"};
 constexpr int AttributeMembers[] = {
     XProperty::Label, XProperty::ShowInBrowser, XProperty::AttributeGroup, XProperty::Origin, 5, 59};
 
-/// An object that a client goes on holding, with the question that found it.
+/// An object that a client keeps, with the query that found it.
 struct Held {
     XLXComPtr<ILXType> type;
     const char* name = "";
@@ -28,7 +28,7 @@ public:
         for (int i = 0; i < MostOperations && !m_decisions.Empty(); ++i) {
             One();
         }
-        // Whatever happened: both agree about everything that was changed.
+        // In the end both must agree about everything that may have changed.
         Compare({Question::ShownAttributes, "Pump", "Name", 1, 0});
         Compare({Question::Groups, "Item", "", 0, 0});
         return m_compared > 2;
@@ -53,7 +53,7 @@ private:
         ++m_compared;
     }
 
-    /// What the server refuses (a taken or an unknown name) changes nothing.
+    /// Makes an edit; one that the server refuses (a duplicate or unknown name) changes nothing.
     void Edit(XNotify notify) {
         try {
             switch (m_decisions.Of(3)) {
@@ -88,7 +88,7 @@ private:
         }
     }
 
-    // Types are added and changed, not removed: the cache keeps those that the server forgets.
+    // Types are added and changed, but not removed, because the cache keeps removed types.
     void EditTypes(XNotify notify) {
         XServerEdits edit = m_cache.Server().Edit();
         const char* const type = m_decisions.OneOf(FuzzTypes);
@@ -103,13 +103,13 @@ private:
         }
     }
 
-    /// Another base for a type that none of the bases derives from.
+    /// Sets another base for a type from which no possible base derives.
     void SetBase(XServerEdits& edit, XNotify notify) {
         constexpr const char* leaves[] = {"Pump", "Valve", "Sheet", "Folder", "Hidden"};
         edit.SetTypeProperty(m_decisions.OneOf(leaves), XProperty::BaseTypeName, m_decisions.OneOf(BaseTypes), notify);
     }
 
-    // Browser ids are changed, not added: the cache asks once which there are.
+    // Browser ids are changed, but not added, because the cache reads their set only once.
     void EditOthers(XNotify notify) {
         XServerEdits edit = m_cache.Server().Edit();
         const char* const type = m_decisions.OneOf(FuzzTypes);
@@ -134,8 +134,8 @@ private:
         }
     }
 
-    /// The server changes while it answers. What it had answered by then is given, so nothing is compared; the
-    /// questions after this one see the change.
+    /// Edits the server while it answers. The answer may lack the change, so it is not compared; later queries must see
+    /// the change.
     void EditInsideTheNextQuestion() {
         const Question question = Question::From(m_decisions);
         bool pending = true;
@@ -160,7 +160,7 @@ private:
 
     void Notify() { m_cache.Server().SendNotification(DataId()); }
 
-    /// A notification that goes straight to a held type.
+    /// Sends a notification directly to a held type.
     void NotifyHeld() {
         if (m_held.type) {
             const XLXComBSTR id(LXFromUtf8(DataId()));
@@ -178,7 +178,7 @@ private:
         CompareHeld();
     }
 
-    /// A type that a client holds is the one that the cache has, and stays right.
+    /// A held type must still be the cached one and give current answers.
     void CompareHeld() {
         XLXComPtr<ILXType> again;
         const XLXComBSTR name(LXFromUtf8(m_held.name));
@@ -189,7 +189,7 @@ private:
 
     void StartAgain() {
         m_cache.Terminate();
-        if (m_held.type) // answers, with whatever it is left with
+        if (m_held.type) // must still answer, with any result
         {
             XLXComVariant value;
             m_held.type->GetProperty(m_decisions.Of(30), value.Put());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The seeds of the fuzz targets as a test: those named ok_ are taken by their target, those named bad_ refused.
+// Replays the seeds of the fuzz targets as a test: targets must accept those named ok_ and refuse those named bad_.
 #include "cachetargets.h"
 #include "fuzztargets.h"
 #include "lxtestrunner.h"

@@ -9,7 +9,7 @@ namespace {
 using Type = XModelRef<XModelType>;
 using Types = std::vector<const Type*>;
 
-/// The elements of the model, with the server's objects or without: a client finds every one by its names or number.
+/// The elements of the model as the kit's layout reads them, with or without the server's objects.
 class XBulkSource {
 public:
     static constexpr bool CarriesEmptyLists = false;
@@ -65,7 +65,7 @@ private:
     const bool m_withObjects;
 };
 
-/// The types to deliver: those that exist, and their bases when asked for; a base stands before what derives from it.
+/// The types to deliver: the named ones that exist, with their bases if requested; bases precede derived types.
 Types Wanted(const XServerModel& model, const std::vector<XLXText>& names, bool withBases) {
     Types wanted;
     std::map<XLXText, bool> taken;
@@ -87,7 +87,7 @@ Types All(const XServerModel& model) {
     return all;
 }
 
-/// An array of the model as it is: built now when it carries objects, else a copy of the one that is kept.
+/// An array of the current model: built now if it carries objects, otherwise a copy of the kept one.
 /// @param write  SAFEARRAY* write(const XServerModel&, BulkLayout&), under the model's lock
 template <class Write> SAFEARRAY* ArrayOf(const XServerCorePtr& core, const XBulkKey& key, Write&& write) {
     const bool withObjects = core->deliversComponentObjects;

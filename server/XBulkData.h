@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the server delivers in bulk, in the kit's layout. Arrays without objects are built once for a state of the
-// model; everybody gets a copy.
+// The server's bulk arrays, in the kit's layout. Arrays without objects are built once for each state of the model, and
+// clients get copies.
 //
 // Errors     std::bad_alloc.
 #ifndef XBULKDATA_H
@@ -9,11 +9,11 @@
 
 #include "XServerObject.h"
 
-// No lock is held for these. Null when there is nothing to deliver.
+// Call these with no lock held. They return null if there is nothing to deliver.
 
-/// The components of a type that a mode asks for.
+/// The components of a type that a mode requests.
 SAFEARRAY* LXComponentArray(const XServerCorePtr& core, const std::shared_ptr<XModelType>& type, LONG mode);
-/// The named types that exist, each once, with all their bases when asked for; all types without names.
+/// The named types that exist, each once, with all their bases if requested; all types if there is no list of names.
 SAFEARRAY* LXTypeArray(const XServerCorePtr& core, const std::optional<std::vector<XLXText>>& names, bool withBases,
                        LONG mode);
 SAFEARRAY* LXRelationArray(const XServerCorePtr& core);

@@ -15,18 +15,18 @@ struct XCallGate::State {
     const std::string name;
     const XCallPoint point;
 
-    std::mutex mutex; // guards the rest
+    std::mutex mutex; // guards the members below
     std::condition_variable changed;
-    int calls; // how many more calls stop here
+    int calls; // number of further calls that stop here
     int arrived = 0;
     bool open = false;
 };
 
 namespace {
-/// Whether this thread is inside a hook: then the hook is not called again.
+/// Whether this thread is inside a hook, which is then not called again.
 LX_THREAD_LOCAL bool insideHook = false;
 
-LX_THREAD_LOCAL int insideServer = 0; // how deep
+LX_THREAD_LOCAL int insideServer = 0; // nesting depth
 
 struct XHookScope {
     XHookScope() { insideHook = true; }
@@ -135,7 +135,7 @@ void XCallMonitor::StopFailing() {
 XCallGate XCallMonitor::PauseAt(std::string_view name, XCallPoint point, int calls) {
     auto state = std::make_shared<XCallGate::State>(name, point, calls);
     const std::lock_guard lock(m_mutex);
-    std::erase_if(m_gates, [](const auto& gate) { return gate.use_count() == 1; }); // nobody uses it any more
+    std::erase_if(m_gates, [](const auto& gate) { return gate.use_count() == 1; }); // no longer in use
     m_gates.push_back(state);
     return XCallGate(std::move(state));
 }
@@ -181,7 +181,7 @@ void XCallMonitor::Leave(std::string_view name, unsigned long long number) {
     PassPoint(name, XCallPoint::Answer, number);
 }
 
-/// The failure that strikes now. The caller holds the mutex.
+/// The failure for this call, if any. The caller holds the mutex.
 std::optional<HRESULT> XCallMonitor::TakeFailure(std::string_view name) {
     std::optional<HRESULT> result;
     std::erase_if(m_failures, [&](Failure& failure) {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// Watches the calls that come to the sample server from outside, and tampers with them on demand: counts, delays,
-// failures, gates and a hook. A call is named "Interface::Method"; IUnknown's methods are no calls.
+// Watches the calls of clients to the sample server and manipulates them on demand: counts, delays, failures, gates and
+// hooks. A call is named "Interface::Method"; the methods of IUnknown are not counted.
 //
-// Threading  Every method may be called from any thread. No lock is held while a hook runs or a call waits.
-// Errors     A gate that nobody reaches in time raises std::runtime_error; a call that nobody lets go on in time goes
-//            on by itself, and Problems() and standard error say so.
+// Threading  Thread-safe. No lock is held while a hook runs or a call waits.
+// Errors     Waiting for a call at a gate raises std::runtime_error after the limit. A call that waits too long at a
+//            gate proceeds, which is reported in Problems() and on standard error.
 #ifndef XCALLMONITOR_H
 #define XCALLMONITOR_H
 
@@ -22,11 +22,11 @@
 #include <string_view>
 #include <vector>
 
-/// The two moments of a call. At Arrival nothing was read yet; at Answer the answer is complete, made from the model
-/// as it was before, and about to be returned.
+/// The two points of a call. At Arrival nothing has been read yet; at Answer the answer is complete, built from the
+/// model as it was, and about to be returned.
 enum class XCallPoint { Arrival, Answer };
 
-/// What a hook is told.
+/// The argument of a hook.
 struct XServerCall {
     std::string_view name; ///< "Interface::Method"
     XCallPoint point;
@@ -39,7 +39,7 @@ struct XCallCounts {
 
     unsigned long long Of(std::string_view name) const;
     unsigned long long Total() const;
-    /// What came in after an earlier count.
+    /// The calls since an earlier count.
     XCallCounts Since(const XCallCounts& earlier) const;
     /// "3 ILXType::GetPage, 1 ..." for messages.
     std::string Text() const;
@@ -55,17 +55,17 @@ public:
     XCallGate& operator=(XCallGate&&) = delete;
     ~XCallGate();
 
-    /// Waits until that many calls have come to the gate.
+    /// Waits until that many calls have reached the gate.
     void WaitUntilArrived(int calls = 1, std::chrono::milliseconds limit = std::chrono::seconds(10));
     int Arrived() const;
-    /// Lets all calls go on, those that come later too.
+    /// Lets all calls proceed, including later ones.
     void Open();
 
 private:
     std::shared_ptr<State> m_state;
 };
 
-/// While one lives, its thread runs the server's own code. Faults that are meant for a client leave it alone.
+/// While an instance exists, its thread runs the server's own code, which failures meant for clients do not affect.
 class XInsideServer {
 public:
     XInsideServer() noexcept;
@@ -88,36 +88,36 @@ public:
     unsigned long long Total() const;
     void Reset();
 
-    /// Every call takes at least that long, as over a slow network; 0 is off.
+    /// Makes every call take at least that long, as over a slow network; 0: off.
     void SetDelay(std::chrono::microseconds delay);
 
-    /// The n-th call of that method from now on (1 is the next one) answers that result and nothing else: all its out
+    /// Makes the n-th call of that method from now on (1: the next one) return that result and do nothing else; its out
     /// arguments stay empty. S_OK makes a success without a result. An empty name means any method.
     void FailCall(std::string_view name, HRESULT result, unsigned long long n = 1);
-    /// Every call of that method from now on answers that result.
+    /// Makes every call of that method from now on return that result.
     void FailAlways(std::string_view name, HRESULT result);
     void StopFailing();
 
-    /// The next calls of that method stop at the given point.
+    /// Makes the next calls of that method stop at the given point.
     [[nodiscard]] XCallGate PauseAt(std::string_view name, XCallPoint point = XCallPoint::Arrival, int calls = 1);
-    /// How long a call waits at a gate before it goes on by itself.
+    /// Limits the time that a call waits at a gate.
     void SetGateLimit(std::chrono::milliseconds limit);
 
-    /// Called at both points of every call, on the calling thread. Calls to the server that a hook causes on its own
-    /// thread are counted, but do not call it again. An empty function ends it.
+    /// Sets a function that is called at both points of every call, on the calling thread. Calls to the server that it
+    /// makes on that thread are counted, but do not call it again. An empty function removes the hook.
     void SetHook(Hook hook);
-    /// A second one, called before the first, for what goes on through a whole test.
+    /// Sets a second hook, called before the first one, that stays for a whole test.
     void SetStandingHook(Hook hook);
 
-    /// What went wrong with gates, for the end of a test.
+    /// The problems with gates so far, to check at the end of a test.
     std::vector<std::string> Problems() const;
 
     struct Entry {
         unsigned long long number = 0;
-        std::optional<HRESULT> result; ///< what the call is to return instead of doing its work
+        std::optional<HRESULT> result; ///< to be returned by the call instead of doing its work
     };
 
-    /// For the server's objects: the first and the last thing of each call.
+    /// For the server's objects: called at the beginning and at the end of each call.
     Entry Enter(std::string_view name);
     void Leave(std::string_view name, unsigned long long number);
 
@@ -125,7 +125,7 @@ private:
     struct Failure {
         std::string name;
         HRESULT result;
-        unsigned long long left; // calls until it strikes
+        unsigned long long left; // calls until the failure
         bool always;
     };
 
@@ -133,7 +133,7 @@ private:
     std::optional<HRESULT> TakeFailure(std::string_view name);
     void Wait(std::string_view name, XCallPoint point);
 
-    mutable std::mutex m_mutex; // guards all of the following
+    mutable std::mutex m_mutex; // guards the members below
     XCallCounts m_counts;
     std::chrono::microseconds m_delay{0};
     std::chrono::milliseconds m_gateLimit{std::chrono::seconds(20)};

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// The separate callback object that a client may ask the cache to register with the server. It passes every call on
-// to the callback that it was given.
+// The separate callback object, which the cache registers with the server if the client requests that. It forwards
+// every call to its target callback.
 //
-// Ownership  It keeps a reference to that callback until Initialize gives it another one, null included.
-// Threading  Free-threaded; no lock is held while a call is passed on.
-// Errors     Before Initialize every call that is passed on answers E_POINTER.
+// Ownership  Holds a reference to the target until Initialize replaces it, possibly by null.
+// Threading  Free-threaded; no lock is held while a call is forwarded.
+// Errors     Without a target, forwarded calls return E_POINTER.
 #ifndef XCFGCACHECALLBACK_H
 #define XCFGCACHECALLBACK_H
 
@@ -33,7 +33,7 @@ public:
     STDMETHODIMP DataObjectChanged(BSTR bstrDataID, BSTR bstrDataTyp, ULONG ulNotificationType, ULONG ulNotificationId,
                                    ULONG ulCount, tagLXUpdateInfo* pLXUpdateInfo) override;
 
-    /// How many of them are alive in this process.
+    /// The number of live objects in this process.
     static LONG Alive() noexcept { return s_alive; }
 
 private:
@@ -49,11 +49,11 @@ private:
 
 /// A class object of XCfgCacheCallback.
 HRESULT LXCfgCacheCallbackFactory(REFIID iid, void** out);
-/// How many of its objects, class objects and locks there are in this process.
+/// The number of its objects, class objects and locks in this process.
 LONG LXCfgCacheCallbacksInUse() noexcept;
 
-/// Registers the class XCfgCacheCallback in this process for as long as it lives. The process must have initialised
-/// COM. Raises std::runtime_error when the platform refuses.
+/// Registers the class XCfgCacheCallback in this process during its own lifetime. The process must have initialised
+/// COM. Raises std::runtime_error on failure.
 class XCfgCacheCallbackRegistration {
 public:
     XCfgCacheCallbackRegistration();

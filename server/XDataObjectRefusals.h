@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A data object of the sample server, as far as it offers nothing.
+// The methods of data objects that the sample server does not implement.
 #ifndef XDATAOBJECTREFUSALS_H
 #define XDATAOBJECTREFUSALS_H
 

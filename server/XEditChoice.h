@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What random edits are made of: choices among the elements of a model, and the kinds of edits.
+// The parts of random edits: choices among the elements of a model, and the kinds of edits.
 #ifndef XEDITCHOICE_H
 #define XEDITCHOICE_H
 
@@ -11,7 +11,7 @@
 
 namespace LXRandom {
 using Model = const XServerModel&;
-/// An edit that was chosen under the model's lock, to be made without it. Empty: there was nothing to edit.
+/// An edit that was chosen under the model's lock and is made without it. Empty: there is nothing to edit.
 using Edit = std::function<void(XServerEdits&, XNotify)>;
 
 /// Chooses elements, values and new names.
@@ -35,7 +35,7 @@ public:
                    ? std::nullopt
                    : std::optional(std::next(formats.begin(), static_cast<int>(Below(formats.size())))->first);
     }
-    /// The number of one of the elements, or 0.
+    /// The number of a random element, or 0.
     template <class T> int NumberOf(const XModelList<T>& list, int index) {
         const T* const element = OneIn(4) ? nullptr : Of(list);
         return element != nullptr ? element->Number(index) : 0;
@@ -45,7 +45,7 @@ public:
         return browser != nullptr ? browser->Text(XProperty::BrowserIdName) : XLXText();
     }
 
-    /// Any property but the excluded ones.
+    /// A random property that is not excluded.
     int Property(const XModelProperties& properties, std::initializer_list<int> excluded) {
         int index = 0;
         do {
@@ -53,7 +53,7 @@ public:
         } while (std::find(excluded.begin(), excluded.end(), index) != excluded.end());
         return index;
     }
-    /// A value of the kind that the property has by default; texts may also be empty.
+    /// A random value of the type of the property's default; texts may also be empty.
     XModelValue ValueFor(const XModelProperties& properties, int index) {
         const XModelValue& usual = XPropertyTable::Of(properties.Kind()).Default(index);
         switch (usual.Get().index()) {
@@ -63,7 +63,7 @@ public:
         default: return OneIn(8) ? XModelValue() : XModelValue(New("Text \xC3\xBC <&>/% "));
         }
     }
-    /// A text that was not given yet. Across runs elements with such a name may exist already.
+    /// A new name. An element from an earlier run may have the same one.
     std::string New(const char* prefix) { return prefix + std::to_string(m_random() % 1000000000); }
     int NewNumber() { return static_cast<int>(100 + Below(1000000)); }
 
@@ -71,10 +71,10 @@ private:
     std::mt19937 m_random;
 };
 
-/// A kind of edit. It chooses under the model's lock.
+/// A kind of edit. `choose` is called under the model's lock.
 struct XKind {
     const char* name;
-    unsigned weight; ///< how often it is tried, compared with the others
+    unsigned weight; ///< relative frequency
     Edit (*choose)(Model model, XChoice& choice);
 };
 

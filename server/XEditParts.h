@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the edits of the model are made of: data ids, and elements by what identifies them. An element that the model
-// does not have raises std::invalid_argument.
+// The parts of edits: data ids, and look-ups of elements. An unknown element raises std::invalid_argument.
 #ifndef XEDITPARTS_H
 #define XEDITPARTS_H
 
@@ -50,7 +49,7 @@ inline XModelRelation& RelationOf(XServerModel& model, const XText& parent, cons
     return Known(model.FindRelation(parent.Get(), child.Get(), list.Get()), "relation");
 }
 
-/// The first element of a list whose key is that text.
+/// The first element of a list with that key.
 template <class T> XModelRef<T>& ElementOf(XModelList<T>& list, int keyIndex, const XText& key) {
     const auto found = std::find_if(list.begin(), list.end(),
                                     [&](const XModelRef<T>& element) { return element->Text(keyIndex) == key.Get(); });
@@ -62,7 +61,7 @@ template <class T> void RemoveFrom(XModelList<T>& list, const T& element) {
     std::erase_if(list, [&element](const XModelRef<T>& other) { return &*other == &element; });
 }
 
-/// Sets a property other than those by which elements are found; for a new name, remove and add.
+/// Sets a property that is not a key. To change a key, remove the element and add it anew.
 template <class T> void SetBut(T& element, std::initializer_list<int> keys, int index, const XModelValue& value) {
     if (std::find(keys.begin(), keys.end(), index) != keys.end()) {
         Refuse("an element keeps the properties by which it is found");

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: MIT
 //
-// Models made by hand or by rule, for tests and benchmarks. The same options give the same model on every platform:
-// the numbers come from a generator of our own and from whole-number arithmetic only.
+// The small model and generated models, for tests and benchmarks. The same options give the same model on every
+// platform: only integer arithmetic and a random number generator of this file are used.
 #include "XServerModel.h"
 
 #include <algorithm>
 #include <cstdio>
 
 namespace {
-/// Numbers that look random (a xorshift generator).
+/// Pseudo-random numbers (xorshift).
 class XNumbers {
 public:
     explicit XNumbers(std::uint32_t seed) noexcept : m_state(seed * 2654435761u + 1u) {
         m_state = m_state != 0 ? m_state : 1;
     }
 
-    /// A number from 0 to below the limit.
+    /// A number from 0 to limit - 1.
     int Below(int limit) noexcept {
         m_state ^= m_state << 13;
         m_state ^= m_state >> 17;
@@ -34,8 +34,8 @@ std::string Numbered(const char* prefix, int number) {
     return std::string(prefix) + digits;
 }
 
-/// A spread of sizes around an average, as in configurations that have grown: of ten types six have half as many,
-/// three as many, and one has four times as many.
+/// A size distribution as in real configurations: of ten types, six have half the average, three the average, and one
+/// four times as much.
 int Spread(XNumbers& numbers, int average) {
     const int tenth = numbers.Below(10);
     const int center = tenth < 6 ? average / 2 : tenth < 9 ? average : average * 4;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Model files: JSON, in which an element is an object of its properties by key. What has its default value is left
-// out, and the elements below an element are arrays in it.
+// Model files in JSON. An element is an object with its properties by key and arrays of its child elements. Properties
+// with default values are left out.
 #include "XServerModel.h"
 
 #include <nlohmann/json.hpp>
@@ -18,7 +18,7 @@ using XKeys = std::initializer_list<std::string_view>;
 
 [[noreturn]] void RefuseFile(const std::string& what) { throw std::invalid_argument("model file: " + what); }
 
-/// A value; a whole number is a real one where the default is one.
+/// Reads a value. An integer becomes a real number if the default is real.
 XModelValue ReadValue(const XJson& value, const XModelValue& defaultValue = {}) {
     if (value.is_null()) { return {}; }
     if (value.is_boolean()) { return value.get<bool>(); }
@@ -40,7 +40,8 @@ XJson WriteValue(const XModelValue& value) {
     return std::visit(Writer(), value.Get());
 }
 
-/// Sets the properties of an element from its object; the parts are keys that are no properties.
+/// Sets the properties of an element from its object.
+/// @param parts  keys that are not properties
 template <class T> void ReadProperties(const XJson& json, T& element, XKeys parts = {}) {
     const XPropertyTable& table = XPropertyTable::Of(element.properties.Kind());
     for (const auto& [key, value] : json.items()) {
@@ -165,7 +166,7 @@ XJson WriteObject(const XModelDataObject& object) {
     return json;
 }
 
-/// What a hand-written file gets wrong most easily: names that nothing has.
+/// Raises if a name refers to an unknown element: the most likely mistake in a hand-written file.
 void CheckReferences(const XServerModel& model) {
     const auto check = [](bool known, const char* what, const XLXText& name) {
         if (!known) { RefuseFile(std::string(what) + " is unknown: " + LXToUtf8(name)); }

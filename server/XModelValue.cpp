@@ -26,7 +26,7 @@ void AppendUtf8(std::string& text, std::uint32_t point) {
     }
 }
 
-/// How many bytes follow a first byte; -1 for a byte that cannot be one.
+/// The number of bytes that follow a first byte; -1 for an invalid first byte.
 int TailLength(unsigned char first) {
     return first < 0x80 ? 0 : first < 0xC0 ? -1 : first < 0xE0 ? 1 : first < 0xF0 ? 2 : first < 0xF8 ? 3 : -1;
 }

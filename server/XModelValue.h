@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Texts and values of the sample server's model. Plain values: nobody is called, nothing is shared.
+// Texts and values of the sample server's model. They are plain values, without shared state.
 //
 // Errors     Text that is not valid UTF-8 raises std::invalid_argument.
 #ifndef XMODELVALUE_H
@@ -16,7 +16,7 @@
 XLXText LXFromUtf8(std::string_view text);
 std::string LXToUtf8(XLXTextView text);
 
-/// A text argument: a narrow (UTF-8) or a wide one.
+/// A text argument, narrow (UTF-8) or wide.
 class XText {
 public:
     XText(const char* utf8) : m_text(LXFromUtf8(utf8)) {}
@@ -33,7 +33,7 @@ private:
     XLXText m_text;
 };
 
-/// The value of a property or an attribute: nothing, a whole number, a boolean, a real number or a text.
+/// The value of a property or an attribute: empty, an integer, a boolean, a real number or a text.
 class XModelValue {
 public:
     using Content = std::variant<std::monostate, std::int32_t, bool, double, XLXText>;
@@ -52,11 +52,11 @@ public:
 
     const Content& Get() const noexcept { return m_content; }
     bool Empty() const noexcept { return m_content.index() == 0; }
-    /// The number, 0 for any value that is none.
+    /// The number; 0 for any other value.
     std::int32_t AsLong() const noexcept;
     /// Whether the value is true or a number other than 0.
     bool AsBool() const noexcept;
-    /// The text, "" for any value that is none.
+    /// The text; empty for any other value.
     const XLXText& AsText() const noexcept;
 
     /// The value as a VARIANT: VT_EMPTY, VT_I4, VT_BOOL, VT_R8 or VT_BSTR.

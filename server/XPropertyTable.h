@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the sample server knows of each kind of configuration element: how many property values it delivers, their
-// names and their defaults, from models/properties.json. The tables are constant.
+// The properties of each kind of configuration element: their number, names and defaults, from models/properties.json.
+// The tables are constant.
 #ifndef XPROPERTYTABLE_H
 #define XPROPERTYTABLE_H
 
@@ -34,18 +34,18 @@ namespace XProperty = lx;
 struct XPropertyRow {
     int index;
     const char* key;        ///< its name in a model file
-    const char* configName; ///< its name for ILXConfigObject::Get, null when it has none
+    const char* configName; ///< its name for ILXConfigObject::Get; null: none
     XModelValue defaultValue;
 };
 
 struct XPropertyTable {
-    int count; ///< how many values an element of the kind delivers
+    int count; ///< number of values of an element of this kind
     std::vector<XPropertyRow> rows;
 
     const XModelValue& Default(int index) const noexcept;
-    /// The index of a name as ILXConfigObject::Get takes it; -1 when the kind does not have it.
+    /// The index of a name for ILXConfigObject::Get; -1 if the kind has no such name.
     int FindConfigName(XLXTextView name) const;
-    /// The index of a key of the model file; "p<number>" for any index; -1 when there is none.
+    /// The index of a key in a model file, where "p<number>" stands for any index; -1 if there is none.
     int FindKey(std::string_view key) const;
     /// The key of an index in the model file.
     std::string Key(int index) const;
@@ -53,7 +53,7 @@ struct XPropertyTable {
     static const XPropertyTable& Of(XElementKind kind);
 };
 
-/// The property values of one element. Only what differs from the kind's defaults is stored.
+/// The property values of one element. Only values that differ from the defaults are stored.
 class XModelProperties {
 public:
     explicit XModelProperties(XElementKind kind) noexcept : m_kind(kind) {}

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A query of the sample server, as far as it offers nothing.
+// The methods of queries that the sample server does not implement.
 #ifndef XQUERYREFUSALS_H
 #define XQUERYREFUSALS_H
 

@@ -3,16 +3,15 @@
 // Random edits of a sample server's model, for tests and tools: properties of every kind of element, and elements of
 // every kind added and removed.
 //
-// Every edit leaves a valid model behind: names are unique, and nothing is removed that something else names. The
-// same seed makes the same edits of the same model on every platform.
+// Every edit leaves a valid model: names are unique, and elements that others refer to are not removed. The same seed
+// makes the same edits of the same model on every platform.
 #ifndef XRANDOMEDITS_H
 #define XRANDOMEDITS_H
 
 #include "XSampleServer.h"
 
-/// Makes that many edits and says how many of each kind, such as "set attribute" or "remove relation".
-/// @param notify  how the edits are notified; with XNotify::OnThread the notifications may still be on their way when
-///                the function returns
+/// Makes that many edits. Returns the number of each kind, such as "set attribute" or "remove relation".
+/// @param notify  with XNotify::OnThread, notifications may still be in flight when the function returns
 std::map<std::string, unsigned> LXRandomEdits(XServerEdits edits, unsigned seed, unsigned count,
                                               XNotify notify = XNotify::Here);
 inline std::map<std::string, unsigned> LXRandomEdits(const XSampleServer& server, unsigned seed, unsigned count,

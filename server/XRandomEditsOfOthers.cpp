@@ -11,7 +11,7 @@ template <class T> bool HasText(const XModelList<T>& list, int index, XLXTextVie
     return std::any_of(list.begin(), list.end(), [=](const auto& element) { return element->Text(index) == text; });
 }
 
-/// An attribute of a type's own, chosen at random; null when the type has none.
+/// A random attribute of a type's own; null if the type has none.
 struct Chosen {
     XLXText type;
     XLXText name;
@@ -24,7 +24,7 @@ Chosen AnyAttribute(Model model, XChoice& choice) {
     return attribute != nullptr ? Chosen{type->Name(), attribute->Text(XProperty::AttributeName), attribute} : Chosen();
 }
 
-/// An attribute for which something holds; types are short of those that have formats and attribute types.
+/// A random attribute that passes a test; few attributes have formats or attribute types.
 template <class Test> Chosen AnyAttributeWhere(Model model, XChoice& choice, Test&& test) {
     Chosen chosen;
     for (int attempt = 0; attempt < 50; ++attempt) {
@@ -71,7 +71,7 @@ Edit SetAttributeFormat(Model model, XChoice& choice) {
     };
 }
 
-constexpr int FormatTypes = 4; // those that are added: 0 to 3
+constexpr int FormatTypes = 4; // added formats have types 0 to 3
 
 Edit AddAttributeFormat(Model model, XChoice& choice) {
     const Chosen at = AnyAttribute(model, choice);
@@ -90,7 +90,7 @@ Edit RemoveAttributeFormat(Model model, XChoice& choice) {
     };
 }
 
-// A group has a format or none: the three kinds of edits of it differ in what they do about that.
+// A group has at most one format. Adds, changes or removes it.
 Edit EditGroupFormat(Model model, XChoice& choice) {
     const XModelType* const type = choice.Type(model);
     const XModelGroup* const group = type != nullptr ? choice.Of(type->groups) : nullptr;

@@ -76,7 +76,7 @@ Edit SetNumbered(Model model, XChoice& choice, XModelList<T> XModelType::*list, 
     if constexpr (std::is_same_v<T, XModelGroup>) {
         if (index == XProperty::GroupPage) {
             value = choice.NumberOf(type->pages, XProperty::PageNumber);
-        } else if (index == XProperty::ParentGroup) // a smaller number, so that no group comes to lie in itself
+        } else if (index == XProperty::ParentGroup) // a smaller number, so that groups cannot form a cycle
         {
             const int parent = choice.NumberOf(type->groups, key);
             value = parent < element->Number(key) ? parent : 0;

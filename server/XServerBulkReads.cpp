@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The config factory's bulk reads, of ILXConfigFactory and of ILXConfigFactoryEx.
+// The config factory's bulk reads, in ILXConfigFactory and ILXConfigFactoryEx.
 #include "XServerConfigFactory.h"
 
 #include <lxserver/FlatArray.h>
@@ -9,7 +9,7 @@ namespace {
 LONG ModeOf(LONG includeAttributes) noexcept { return includeAttributes != 0 ? LXTM_ATTRIBUTES : 0; }
 } // namespace
 
-/// The named types, or all of them when there is no list of names.
+/// Returns the named types, or all types if there is no list of names.
 HRESULT XServerConfigFactory::GiveTypes(const std::optional<std::vector<XLXText>>& names, LONG withBases, LONG mode,
                                         SAFEARRAY** out) {
     *out = LXTypeArray(SharedCore(), names, withBases != 0, mode);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The server's groups, attributes, global format specs and relations: configuration objects with something below
-// them.
+// The server's groups, attributes, global format specs and relations: configuration objects with child objects.
 #ifndef XSERVERCOMPONENTS_H
 #define XSERVERCOMPONENTS_H
 

@@ -4,7 +4,7 @@
 #include "XServerType.h"
 
 namespace {
-/// A name that no element has yet: the prefix and a number.
+/// An unused name: the prefix and a number.
 template <class F> XLXText FreeName(const char* prefix, F&& isTaken) {
     for (int number = 1;; ++number) {
         if (XLXText name = LXFromUtf8(prefix + std::to_string(number)); !isTaken(name)) { return name; }

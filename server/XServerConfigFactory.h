@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The server's config factory with its bulk reads. There is one for each server, as long as somebody holds it. It
-// answers ILXCallbackUpdate only when the test asked for that.
+// The server's config factory with its bulk reads. Each server has one while somebody holds it. It supports
+// ILXCallbackUpdate only if a test enabled that.
 #ifndef XSERVERCONFIGFACTORY_H
 #define XSERVERCONFIGFACTORY_H
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The server's configuration objects: the eight methods of ILXConfigObject over an element of the model, one template
-// for all kinds. Changes made through an interface change the model and notify nobody.
+// The server's configuration objects: the eight methods of ILXConfigObject over an element of the model, as one
+// template for all kinds. Changes through the interface change the model but send no notification.
 #ifndef XSERVERCONFIGOBJECT_H
 #define XSERVERCONFIGOBJECT_H
 
@@ -80,7 +80,7 @@ private:
     const ElementPtr m_element; // the element is guarded by the model's lock
 };
 
-/// The objects whose interface adds nothing but a placeholder.
+/// Objects whose interface adds only a placeholder method.
 template <class I, class T> class XServerPlainObject final : public XServerConfigObject<I, T> {
 public:
     using XServerConfigObject<I, T>::XServerConfigObject;
@@ -94,7 +94,7 @@ using XServerBrowserId = XServerPlainObject<ILXBrowserId, XModelBrowserId>;
 using XServerPCInfo = XServerPlainObject<ILXPCInfo, XModelPCInfo>;
 using XServerAttributeType = XServerPlainObject<ILXAttributeType, XModelAttributeType>;
 
-/// An object for each element of a list that a test takes, in the list's order.
+/// An object for each element of a list that passes a test, in the list's order.
 template <class Object, class I, class T, class F, class... Owner>
 std::vector<XLXComPtr<I>> LXCollect(const XServerCorePtr& core, const XModelList<T>& list, F&& takes,
                                     const Owner&... owner) {
@@ -105,7 +105,7 @@ std::vector<XLXComPtr<I>> LXCollect(const XServerCorePtr& core, const XModelList
     return objects;
 }
 
-/// Removes the element behind a client's object from a list; false when it is not in it.
+/// Removes the element behind a client's object from a list; false if it is not in the list.
 template <class T> bool LXRemove(XModelList<T>& list, const void* element) {
     return std::erase_if(list, [element](const XModelRef<T>& e) { return &*e == element; }) != 0;
 }

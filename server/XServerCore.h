@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// What all objects of one sample server share: the model, the monitor, the clients and the live objects.
+// The state that all objects of one sample server share: the model, the monitor, the clients and the live objects.
 //
-// Locks      m_modelMutex guards the model (shared to read), m_tableMutex the table of objects with an identity, the
-//            notifier and the kept arrays have their own. None is held while anything foreign is called, and no two at once
-//            but the table's within the model's, and the model's while an array is built.
+// Locks      m_modelMutex guards the model (shared for reads), m_tableMutex the table of objects with an identity. The
+//            notifier and the kept arrays have their own locks. None is held while foreign code is called. Only the
+//            table's lock nests within the model's, and the model's within that of the kept arrays.
 #ifndef XSERVERCORE_H
 #define XSERVERCORE_H
 
@@ -20,7 +20,7 @@
 class XServerCore;
 using XServerCorePtr = std::shared_ptr<XServerCore>;
 
-/// Which bulk array: the components of a type, the relations, the named types, or all types.
+/// Identifies a bulk array: the components of a type, the relations, the named types, or all types.
 struct XBulkKey {
     const void* of = nullptr;                  ///< the type, or the model's relations
     std::optional<std::vector<XLXText>> names; ///< of types
@@ -36,7 +36,7 @@ class XServerCore : public std::enable_shared_from_this<XServerCore> {
 public:
     explicit XServerCore(XServerModel model) : m_model(std::move(model)) {}
 
-    /// Reads the model. What the function returns must not refer to the model, except by shared elements.
+    /// Reads the model. The result of the function must not refer to the model, except to shared elements.
     template <class F> auto Read(F&& read) const {
         const std::shared_lock lock(m_modelMutex);
         return read(m_model);
@@ -48,16 +48,15 @@ public:
         return change(m_model);
     }
 
-    /// Rises with each change of the model. Inside Read it is that of the model that is read.
+    /// The number of changes of the model. Inside Read it belongs to the model that is read.
     std::uint64_t Changes() const noexcept { return m_changes; }
-    /// Bulk arrays without objects, by the number of changes. The model's lock is not held for it.
+    /// Bulk arrays without objects, for a number of changes. Call its methods without the model's lock.
     lx::BulkStore<std::uint64_t, XBulkKey>& KeptArrays() noexcept { return m_keptArrays; }
 
     XCallMonitor& Monitor() noexcept { return m_monitor; }
     XServerNotifier& Notifier() noexcept { return m_notifier; }
 
-    /// The object that stands for a key, made when there is none that lives. The key is an address in the model, or
-    /// one of the server's.
+    /// The live object for a key, created if there is none. The key is an address in the model or in the server.
     template <class T, class F> XLXComPtr<T> ObjectFor(const void* key, F&& make) {
         const std::lock_guard lock(m_tableMutex);
         if (const auto found = m_objects.find(key); found != m_objects.end()) {
@@ -70,7 +69,7 @@ public:
         return object;
     }
 
-    /// Called by such an object when it goes.
+    /// Called by such an object's destructor.
     void Forget(const void* key, const void* object) {
         const std::lock_guard lock(m_tableMutex);
         if (const auto found = m_objects.find(key); found != m_objects.end() && found->second == object) {
@@ -78,7 +77,7 @@ public:
         }
     }
 
-    // Addresses that stand for the two services.
+    // Their addresses are the keys of the two services.
     const char factoryKey = 0;
     const char dataUpdateKey = 0;
 
@@ -95,10 +94,10 @@ private:
     XServerNotifier m_notifier;
     mutable std::shared_mutex m_modelMutex;
     XServerModel m_model;                    // guarded by m_modelMutex
-    std::atomic<std::uint64_t> m_changes{1}; // raised under m_modelMutex
+    std::atomic<std::uint64_t> m_changes{1}; // incremented under m_modelMutex
     lx::BulkStore<std::uint64_t, XBulkKey> m_keptArrays;
     std::mutex m_tableMutex;
-    std::unordered_map<const void*, void*> m_objects; // guarded by m_tableMutex; not counted
+    std::unordered_map<const void*, void*> m_objects; // guarded by m_tableMutex; without references
 };
 
 #endif

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
 //
-// The data side of the server: data objects, relationship objects among them, queries, and the registration of
-// clients for notifications.
+// Data objects (including relationship objects), queries, and the notification service.
 #ifndef XSERVERDATA_H
 #define XSERVERDATA_H
 
 #include "XDataObjectRefusals.h"
 #include "XQueryRefusals.h"
 
-/// A data object; a relationship object answers ILXRelation too. There is one object for each element of the model,
-/// as long as somebody holds it, so that objects can be compared.
+/// A data object; a relationship object also supports ILXRelation. Each element of the model has one object while
+/// somebody holds it, so that clients can compare objects.
 class XServerDataObject final : public XDataObjectRefusals<ILXRelation> {
 public:
     using Elements = std::vector<std::shared_ptr<XModelDataObject>>;
@@ -20,9 +19,9 @@ public:
 
     /// The object for an element of the model.
     static XLXComPtr<XServerDataObject> For(const XServerCorePtr& core, std::shared_ptr<XModelDataObject> object);
-    /// The objects for elements of the model, whose lock is not held.
+    /// The objects for elements of the model. Call it without the model's lock.
     static std::vector<XLXComPtr<ILX_BaseDataObject>> ForAll(const XServerCorePtr& core, const Elements& elements);
-    /// The object with that id; null when the model has none.
+    /// The object with that id; null if the model has none.
     static XLXComPtr<XServerDataObject> Find(const XServerCorePtr& core, XLXTextView id);
 
     STDMETHODIMP GetTableName(BSTR* pbstrTable) override;
@@ -70,7 +69,7 @@ private:
     std::map<XLXText, XModelValue> m_criteria;
 };
 
-/// The notification service. There is one for each server, as long as somebody holds it.
+/// The notification service. Each server has one while somebody holds it.
 class XServerDataUpdate final : public XServerObject<ILXDataUpdate> {
 public:
     explicit XServerDataUpdate(XServerCorePtr core) noexcept : XServerObject(std::move(core)) {}

@@ -26,7 +26,7 @@ XNotification XServerEdits::RemoveType(const XText& name, XNotify notify) {
 }
 
 XNotification XServerEdits::SetTypeProperty(const XText& type, int index, const XModelValue& value, XNotify notify) {
-    const bool isBase = index == XProperty::BaseTypeName; // the links between the types change
+    const bool isBase = index == XProperty::BaseTypeName; // changes the links between types
     const XNotification sent =
         Change([&](XServerModel& m) { SetBut(TypeOf(m, type), {XProperty::TypeName}, index, value); },
                isBase ? Objects(type, 0, LXUM_TYPES) : Properties(type, index, LXUM_TYPES), notify);

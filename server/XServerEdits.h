@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Changes of the sample server's model while it runs, each with the notification that a server sends for it.
-// docs/sample-server.md has the table of edits and their data ids.
+// Edits of the sample server's model, each with the notification that a server sends for it. docs/sample-server.md has
+// the table of edits and their data ids.
 //
-// Threading  Every method may be called from any thread, from a hook and from a client's callback too. The model is
-//            changed under its lock; the notification is sent after it was given back.
-// Errors     An unknown or taken name or a property index out of range raises std::invalid_argument or
-//            std::out_of_range, and nothing changes and nothing is sent.
+// Threading  Thread-safe; may also be called from hooks and clients' callbacks. The model is changed under its lock;
+//            the notification is sent after the lock is released.
+// Errors     An unknown or duplicate name, or a property index out of range, raises std::invalid_argument or
+//            std::out_of_range. Then nothing is changed or sent.
 #ifndef XSERVEREDITS_H
 #define XSERVEREDITS_H
 
@@ -16,14 +16,14 @@
 
 class XServerCore;
 
-/// Whether, and on which thread, the notification of an edit is sent.
+/// Whether and on which thread the notification of an edit is sent.
 enum class XNotify {
     No,
     Here,    ///< on the calling thread, before the edit returns
     OnThread ///< on a thread of each client; XSampleServer::FlushNotifications waits for them
 };
 
-/// What became of a notification; the id is 0 when none was sent. For OnThread only the id is known when the edit
+/// The outcome of a notification; the id is 0 if none was sent. With OnThread only the id is known when the edit
 /// returns.
 using XNotification = lx::Notifier::Outcome;
 
@@ -31,7 +31,7 @@ class XServerEdits {
 public:
     explicit XServerEdits(std::shared_ptr<XServerCore> core) noexcept : m_core(std::move(core)) {}
 
-    // Types. Setting Searchable sends "searchable" too, since type records carry it.
+    // Types. Setting Searchable also sends "searchable", because type records carry that flag.
     XNotification AddType(const XText& name, const XText& base = "", XNotify notify = XNotify::Here);
     XNotification RemoveType(const XText& name, XNotify notify = XNotify::Here);
     XNotification SetTypeProperty(const XText& type, int index, const XModelValue& value,
@@ -64,7 +64,7 @@ public:
     XNotification SetEditorProperty(const XText& type, const XText& progId, int index, const XModelValue& value,
                                     XNotify notify = XNotify::Here);
 
-    // Formats: of an attribute, a group or a global spec
+    // Formats of an attribute, a group or a global spec
     XNotification AddAttributeFormat(const XText& type, const XText& attribute, int formatType,
                                      XNotify notify = XNotify::Here);
     XNotification RemoveAttributeFormat(const XText& type, const XText& attribute, int formatType,
@@ -90,8 +90,8 @@ public:
     XNotification SetBrowserIdProperty(const XText& name, int index, const XModelValue& value,
                                        XNotify notify = XNotify::Here);
 
-    // Relations and their PC infos. Two PC infos of a relation may name the same browser; the edits below take the
-    // first one.
+    // Relations and their PC infos. If two PC infos of a relation have the same browser, the edits change the first
+    // one.
     XNotification AddRelation(const XText& parent, const XText& child, const XText& childList, int pprRelationType = 0,
                               bool systemInternal = false, XNotify notify = XNotify::Here);
     XNotification RemoveRelation(const XText& parent, const XText& child, const XText& childList,
@@ -106,8 +106,8 @@ public:
                                     const XText& browserId, int index, const XModelValue& value,
                                     XNotify notify = XNotify::Here);
 
-    /// Any other change of the model, with the data id to send; an empty one sends nothing. The function runs under
-    /// the model's lock, so it must not call the server. Plan types and data objects change this way.
+    /// Makes any other change of the model, such as of plan types and data objects, and sends the data id unless it is
+    /// empty. The function runs under the model's lock, so it must not call the server.
     XNotification Change(const std::function<void(XServerModel&)>& change, const XText& dataId = "",
                          XNotify notify = XNotify::Here);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The server's enumerators: the kit's, seen by the monitor.
+// The server's enumerators: those of the kit, with calls seen by the monitor.
 #ifndef XSERVERENUM_H
 #define XSERVERENUM_H
 
@@ -11,7 +11,7 @@
 template <class IEnumX, class IX>
 using XServerEnum = lx::EnumeratorOn<XServerObject<IEnumX>, IEnumX, IX, XLXComPtr<IX>>;
 
-/// Hands out an enumerator, or S_FALSE and null when there is nothing to enumerate.
+/// Hands out an enumerator; S_FALSE and null if there is nothing to enumerate.
 template <class IEnumX, class IX>
 HRESULT LXHandOut(const XServerCorePtr& core, std::vector<XLXComPtr<IX>> items, IEnumX** out) {
     if (items.empty()) { return S_FALSE; }

@@ -182,7 +182,7 @@ std::vector<const XModelType*> XServerModel::BaseChain(XLXTextView name) const {
     std::vector<const XModelType*> chain;
     for (const auto* type = FindType(name); type != nullptr; type = FindType(chain.back()->Base())) {
         if (std::find(chain.begin(), chain.end(), &**type) != chain.end()) {
-            break; // the bases go round in a circle
+            break; // the bases form a cycle
         }
         chain.push_back(&**type);
     }

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// The sample server's model: the configuration of an object database, and a few data objects of it.
+// The sample server's model: the configuration of an object database, and some of its data objects.
 //
-// Ownership  A model owns its elements; copying it copies them all.
-// Threading  A plain value. The server guards its own copy (XServerCore).
-// Errors     Names that are taken or unknown, and files that are not a model, raise std::invalid_argument.
+// Ownership  A model owns its elements; copying the model copies them.
+// Threading  Not thread-safe. The server guards its own copy (XServerCore).
+// Errors     Duplicate or unknown names and invalid files raise std::invalid_argument.
 #ifndef XSERVERMODEL_H
 #define XSERVERMODEL_H
 
@@ -15,8 +15,8 @@
 #include <optional>
 #include <vector>
 
-/// An element in the model. It is copied with the model; the server's objects may share it, so that an element that
-/// was removed lives on for those who still hold it.
+/// An element in the model. It is copied with the model. The server's objects share it, so that they keep removed
+/// elements alive.
 template <class T> class XModelRef {
 public:
     XModelRef() : m_element(std::make_shared<T>()) {}
@@ -29,7 +29,7 @@ public:
     }
     ~XModelRef() = default;
 
-    /// The element that others share already.
+    /// Shares an existing element.
     static XModelRef Of(std::shared_ptr<T> element) noexcept { return XModelRef(std::move(element)); }
 
     T* operator->() const noexcept { return m_element.get(); }
@@ -87,10 +87,10 @@ struct XModelRelation : XModelElement<XElementKind::Relation> {
 };
 
 struct XModelType : XModelElement<XElementKind::Type> {
-    bool listed = true; ///< named by the type enumerations
+    bool listed = true; ///< included in type enumerations
     XModelList<XModelPage> pages;
     XModelList<XModelGroup> groups;
-    XModelList<XModelAttribute> attributes; ///< its own, without the inherited ones
+    XModelList<XModelAttribute> attributes; ///< without inherited ones
     XModelList<XModelEditor> editors;
 
     const XLXText& Name() const { return Text(XProperty::TypeName); }
@@ -103,7 +103,7 @@ struct XModelType : XModelElement<XElementKind::Type> {
                             bool isDefaultNew = false);
     const XModelRef<XModelPage>* FindPage(int number) const;
     const XModelRef<XModelGroup>* FindGroup(int number) const;
-    const XModelRef<XModelAttribute>* FindAttribute(XLXTextView name) const; ///< its own ones only
+    const XModelRef<XModelAttribute>* FindAttribute(XLXTextView name) const; ///< without inherited ones
     const XModelRef<XModelEditor>* FindEditor(XLXTextView progId) const;
 };
 
@@ -118,7 +118,7 @@ struct XModelDataObject {
     XLXText table;
     XLXText typeName;
     std::map<XLXText, XModelValue> attributes;
-    std::map<XLXText, std::vector<XLXText>> children; ///< child list to object ids
+    std::map<XLXText, std::vector<XLXText>> children; ///< object ids by child list
     std::optional<XModelEnds> ends;                   ///< of a relationship object
 };
 
@@ -136,21 +136,21 @@ struct XServerModel {
                                 int pprRelationType = 0, bool systemInternal = false);
     XModelGlobalSpec& AddGlobalSpec(const XText& propertyId);
     XModelDataObject& AddObject(const XText& id, const XText& typeName, const XText& table = "");
-    /// Puts an object below another one.
+    /// Adds an object to a child list of another one.
     void AddChild(const XText& parentId, const XText& childList, const XText& childId);
-    /// A relationship object between two objects, with the attributes that such an object has.
+    /// Adds a relationship object between two objects, with its attributes.
     XModelDataObject& AddRelationship(const XText& id, const XText& relationName, const XText& firstId,
                                       const XText& secondId);
 
-    /// The type of that name, null when there is none.
+    /// The type of that name; null if there is none.
     const XModelRef<XModelType>* FindType(XLXTextView name) const;
     const XModelRef<XModelRelation>* FindRelation(XLXTextView parent, XLXTextView child, XLXTextView childList) const;
     const XModelRef<XModelGlobalSpec>* FindGlobalSpec(XLXTextView propertyId) const;
-    /// The type and its base types, nearest first. A base that is unknown or met before ends the chain.
+    /// The type and its base types, nearest first. The chain ends before an unknown or repeated base.
     std::vector<const XModelType*> BaseChain(XLXTextView name) const;
     /// Whether a type is another one or derives from it.
     bool Derives(XLXTextView name, XLXTextView ancestor) const;
-    /// The attributes of a type by name, inherited ones included: a base's attribute wins.
+    /// The attributes of a type by name, including inherited ones; a base's attribute wins.
     std::vector<const XModelRef<XModelAttribute>*> AllAttributes(XLXTextView typeName) const;
 };
 
@@ -160,13 +160,13 @@ XServerModel LXParseModel(std::string_view json);
 std::string LXFormatModel(const XServerModel& model);
 void LXWriteModel(const XServerModel& model, const std::string& path);
 
-/// A model of 7 types for tests that want to know every element; the comment at its definition lists them.
+/// A model of 7 types for tests that depend on each element; the comment at its definition lists them.
 XServerModel LXSmallModel();
 
-/// What a generated model looks like.
+/// The properties of a generated model.
 struct XGeneratorOptions {
     int types = 500;
-    int attributesPerType = 20; ///< own ones, on average
+    int attributesPerType = 20; ///< average, without inherited ones
     int depth = 5;              ///< levels of inheritance
     int relationsPerType = 3;
     int browserIds = 4;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// The clients of the sample server and the notifications that they get: the kit's, which a test may have sent on its own
-// thread.
+// The clients of the sample server and their notifications: the kit's notifier, which can also send on the thread of a
+// test.
 //
-// Threading  Everything may be called from any thread. m_mutex guards what was forwarded.
+// Threading  Thread-safe.
 #ifndef XSERVERNOTIFIER_H
 #define XSERVERNOTIFIER_H
 
@@ -11,7 +11,8 @@
 
 class XServerNotifier : public lx::Notifier {
 public:
-    /// Sends, or queues for the clients' threads. A client left out is the one whose own change it is.
+    /// Sends a notification, or queues it for the clients' threads.
+    /// @param leaveOut  the client that made the change, which is not notified; 0: none
     XNotification Send(const XText& dataId, const XText& dataType, ULONG id, XNotify notify, LONG leaveOut = 0) {
         if (notify == XNotify::No) { return {}; }
         return lx::Notifier::Send({dataId, dataType, leaveOut, id},
@@ -24,7 +25,7 @@ public:
     void AnnounceTermination() { lx::Notifier::AnnounceTermination(m_way); }
     void CheckClients() { lx::Notifier::CheckClients(m_way); }
 
-    /// From now on no client is called on the thread of who sends, who waits for the answers no longer than that.
+    /// From now on, no client is called on the sender's thread. The sender waits at most that long for the answers.
     void CallEachClientOnItsOwnThread(std::chrono::milliseconds wait) {
         SetAnswerWait(wait);
         m_way = Way::Waiting;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What every object of the sample server is made of: the kit's object, counted for its server, and the one way in which
-// a method is entered and left.
+// The base of the sample server's objects: the kit's object, counted for its server, and the common frame of all
+// methods.
 //
 // Ownership, threading and errors are those of lx::Object. The model's lock is the core's.
 #ifndef XSERVEROBJECT_H
@@ -50,13 +50,13 @@ LX_INTERFACE_NAME(ILXGlobalAttributeFormatSpecEnum);
 LX_INTERFACE_NAME(IEnumBaseDataObject);
 #undef LX_INTERFACE_NAME
 
-/// A private face by which the server finds the element behind an object that a client gives back.
+/// A private interface by which the server finds the element behind an object that a client passes.
 struct IXServerElement : IUnknown {
     virtual const void* Element() const noexcept = 0;
 };
 __CRT_UUID_DECL(IXServerElement, 0x6a2f1c1d, 0x0d5c, 0x4e0b, 0x9a, 0x41, 0x5b, 0x1f, 0x33, 0x7d, 0x20, 0xc8)
 
-/// An object of the kit that counts for its server, and whose calls the monitor sees.
+/// An object of the kit that is counted for its server and whose calls the monitor sees.
 template <class First, class... Others> class XServerObject : public lx::Object<First, Others...> {
     using Counted = lx::Object<First, Others...>;
 
@@ -89,7 +89,7 @@ protected:
     XServerCore& Core() const noexcept { return *m_core; }
     const XServerCorePtr& SharedCore() const noexcept { return m_core; }
 
-    /// A method of interface I: empties the out arguments, lets the monitor see the call, and does its work.
+    /// Runs a method of interface I: empties the out arguments, reports the call to the monitor, and runs the body.
     template <class I, class F, class... Outs> HRESULT Call(std::string_view method, F&& body, Outs*... outs) noexcept {
         const bool valid = ((outs != nullptr) && ... && true);
         (void(outs != nullptr ? lx::ClearOut(outs) : void()), ...);
@@ -102,7 +102,7 @@ protected:
             m_core->Monitor().Leave(name, entry.number);
             return result;
         } catch (...) {
-            return E_OUTOFMEMORY; // the monitor has no memory for the name
+            return E_OUTOFMEMORY; // from the monitor
         }
     }
 
@@ -117,7 +117,7 @@ protected:
             method, [] { return E_NOTIMPL; }, outs...);
     }
 
-    /// A look-up of which there is nothing.
+    /// A look-up that never finds anything.
     template <class... Outs> HRESULT Nothing(std::string_view method, Outs*... outs) noexcept {
         return Call<First>(
             method, [] { return S_FALSE; }, outs...);
@@ -131,7 +131,7 @@ template <class T, class... Arguments> XLXComPtr<T> LXMake(Arguments&&... argume
     return XLXComPtr<T>(new T(std::forward<Arguments>(arguments)...));
 }
 
-/// The element behind an object of this server; null for any other object.
+/// The element behind an object of a sample server; null for any other object.
 inline const void* LXElementOf(IUnknown* object) noexcept {
     XLXComPtr<IXServerElement> face;
     if (object == nullptr || FAILED(object->QueryInterface(LXIid<IXServerElement>(), face.PutVoid()))) {

@@ -20,7 +20,7 @@ HRESULT XServerQuery::SetSearchAttribute(BSTR bstrAttribute, LONG lOperator, VAR
     });
 }
 
-/// An object is in its table, and in those of its type and its base types. Without a table nothing is found.
+/// An object is in its own table and in those of its type and base types. Without a table nothing is found.
 bool XServerQuery::Fulfils(const XServerModel& model, const XModelDataObject& object) const {
     if (m_table.empty()) { return false; }
     if (object.table != m_table && object.typeName != m_table && !model.Derives(object.typeName, m_table)) {

@@ -14,7 +14,7 @@ using XJson = nlohmann::ordered_json;
 
 [[noreturn]] void RefuseText(const std::string& what) { throw std::invalid_argument(what); }
 
-/// Reads a text; what the parser and the accessors have against it is the reason of the refusal.
+/// Reads a JSON text; errors of the parser and the accessors become the reason of the refusal.
 template <class Read> auto Reading(std::string_view json, Read&& read) {
     try {
         return read(XJson::parse(json));
@@ -71,11 +71,11 @@ using E = XServerEdits&;
 
 struct EditText {
     const char* name;
-    std::vector<std::string> arguments; // a "?" at the end: may be left out
+    std::vector<std::string> arguments; // with a "?" at the end: optional
     XNotification (*apply)(E edits, A a);
 };
 
-/// Edits by a seed. What is answered is not the outcome of a single one.
+/// Random edits from a seed. The returned notification is not that of a single edit.
 XNotification RandomEdits(E edits, A arguments) {
     LXRandomEdits(edits, static_cast<unsigned>(arguments.Number("seed")),
                   static_cast<unsigned>(arguments.Number("count")),

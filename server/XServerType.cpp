@@ -30,7 +30,7 @@ template <class T> XModelList<T> SortedByText(const XModelList<T>& list, int ind
     return Sorted(list, [index](const T& element) { return LXToUtf8(element.Text(index)); });
 }
 
-/// A key that no element of a list has: a number above all others, or a text made of it.
+/// An unused key for a list: a number greater than all others, or a text with that number.
 template <class T> XModelValue NewKey(const XModelList<T>& list, int index) {
     const bool isNumber =
         std::holds_alternative<std::int32_t>(XPropertyTable::Of(T().properties.Kind()).Default(index).Get());
@@ -239,7 +239,7 @@ HRESULT XServerType::GetAttribute(BSTR bstrAttributeName, ILXAttribute** ppAttri
                 const XModelRef<XModelAttribute>* found = nullptr;
                 for (const XModelType* type : model.BaseChain(SharedElement()->Name())) {
                     const auto* const own = type->FindAttribute(LXBstrView(bstrAttributeName));
-                    found = own != nullptr ? own : found; // the one nearest to the root wins
+                    found = own != nullptr ? own : found; // the topmost base wins
                 }
                 return GiveOne<XServerAttribute>(found, ppAttribute);
             });

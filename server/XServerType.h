@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// The server's types. Pages, groups and editors are the type's own; an attribute look-up and the attributes of a
-// group or a place include the inherited ones, of which a base's wins. GetAttributeEnum alone lists the type's own
-// attributes and nothing else.
+// The server's types. Pages, groups and editors are the type's own. Attribute look-ups, and the attributes of a group
+// or a display, include inherited ones; a base's attribute wins. Only GetAttributeEnum lists just the type's own
+// attributes.
 #ifndef XSERVERTYPE_H
 #define XSERVERTYPE_H
 
@@ -57,8 +57,8 @@ private:
     HRESULT GiveOne(const XModelRef<T>* element, I** out, const Owner&... owner);
 };
 
-/// Whether an attribute is shown in one of the places of a mask, as GetDisplayAttributeEnum takes it; no place at all
-/// means every attribute.
+/// Whether an attribute is shown in one of the displays of a mask for GetDisplayAttributeEnum. A mask without displays
+/// includes every attribute.
 bool LXShownIn(const XModelAttribute& attribute, LONG mask);
 
 #endif

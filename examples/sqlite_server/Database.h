@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// What the server uses of SQLite: a connection, and statements on it.
+// Wrappers for SQLite: a connection, and its statements.
 //
 // Ownership  A statement refers to its connection, which must outlive it.
-// Threading  For one thread at a time.
+// Threading  Not thread-safe.
 // Errors     std::runtime_error with SQLite's text.
 #ifndef DATABASE_H
 #define DATABASE_H
@@ -14,9 +14,9 @@
 
 class Database {
 public:
-    static constexpr int BusyLimit = 5000; ///< milliseconds to wait for others who write
+    static constexpr int BusyLimit = 5000; ///< milliseconds to wait for other writers
 
-    /// @param path  in UTF-8; the file must be there
+    /// @param path  in UTF-8; the file must exist
     explicit Database(const std::string& path) {
         const int result = sqlite3_open_v2(path.c_str(), &m_database, SQLITE_OPEN_READWRITE, nullptr);
         if (result != SQLITE_OK) {
@@ -34,9 +34,9 @@ public:
     void Check(int result) const {
         if (result != SQLITE_OK) { throw std::runtime_error(sqlite3_errmsg(m_database)); }
     }
-    /// Runs statements that give nothing.
+    /// Runs statements that return no rows.
     void Run(const std::string& sql) const { Check(sqlite3_exec(m_database, sql.c_str(), nullptr, nullptr, nullptr)); }
-    /// How many rows the last statement changed.
+    /// The number of rows that the last statement changed.
     int Changed() const { return sqlite3_changes(m_database); }
 
 private:
@@ -55,7 +55,7 @@ public:
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
 
-    /// Goes on to the next row; false when there is none.
+    /// Moves to the next row; false if there is none.
     bool Next() {
         const int result = sqlite3_step(m_statement);
         if (result != SQLITE_ROW && result != SQLITE_DONE) {
@@ -63,7 +63,7 @@ public:
         }
         return result == SQLITE_ROW;
     }
-    /// Gives a parameter of the statement its value.
+    /// Sets a parameter of the statement.
     /// @param number  from 1
     void Bind(int number, const lx::Value& value) {
         VARIANT variant;
@@ -95,7 +95,7 @@ public:
         return text != nullptr ? text : "";
     }
     std::int64_t NumberAt(int column) const { return sqlite3_column_int64(m_statement, column); }
-    /// The value as what it is; a number in a column of the declared type BOOLEAN is a flag.
+    /// The value with its stored type; a number in a column declared as BOOLEAN is a flag.
     lx::Value ValueAt(int column) const {
         const char* const declared = sqlite3_column_decltype(m_statement, column);
         switch (sqlite3_column_type(m_statement, column)) {

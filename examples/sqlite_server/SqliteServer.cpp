@@ -2,7 +2,7 @@
 #include "SqliteServer.h"
 
 namespace {
-/// What is read while it lives is of one state of the database.
+/// During its lifetime, all reads see the same state of the database.
 class ReadTransaction {
 public:
     explicit ReadTransaction(const Database& database) : m_database(database) { database.Run("BEGIN"); }
@@ -34,7 +34,7 @@ struct Table {
     }
 };
 
-/// Owners before their parts, as they are read.
+/// In the order in which they are read: owners before their parts.
 const std::vector<Table>& Tables() {
     using lx::Key;
     using lx::Kind;
@@ -60,7 +60,7 @@ const std::vector<Table>& Tables() {
     return tables;
 }
 
-/// @param column  of the statement, for the i-th key column of the table
+/// @param column  returns the statement's column for the i-th key column of the table
 template <class F> lx::Key ReadKey(const Table& table, const Statement& row, F&& column) {
     lx::Key key{table.kind};
     for (std::size_t i = 0; i < table.keys.size(); ++i) {
@@ -73,7 +73,7 @@ template <class F> lx::Key ReadKey(const Table& table, const Statement& row, F&&
     return key;
 }
 
-/// A new part of an attribute; null when there is no such attribute.
+/// Adds a part to an attribute; null if there is no such attribute.
 lx::Record* AddPart(lx::TypeRecord& type, const lx::Key& key) {
     const auto attribute = type.attributes.find(key.name);
     if (attribute == type.attributes.end()) { return nullptr; }
@@ -81,7 +81,7 @@ lx::Record* AddPart(lx::TypeRecord& type, const lx::Key& key) {
                                                : &attribute->second.AddFormat(key.number);
 }
 
-/// A new component of a type; null when what it belongs to is not there.
+/// Adds a component to a type; null if its owner does not exist.
 lx::Record* AddComponent(lx::TypeRecord& type, const lx::Key& key) {
     switch (key.kind) {
     case lx::Kind::Page: return &type.AddPage(key.number);
@@ -96,7 +96,7 @@ lx::Record* AddComponent(lx::TypeRecord& type, const lx::Key& key) {
     }
 }
 
-/// A new element; null when what it belongs to is not there.
+/// Adds an element; null if its owner does not exist.
 lx::Record* Add(lx::Model& model, const lx::Key& key) {
     switch (key.kind) {
     case lx::Kind::BrowserId: return &model.AddBrowserId(key.owner);
@@ -136,7 +136,7 @@ void ReadTable(const Database& database, const Table& table, const std::map<std:
     }
 }
 
-/// What became of an element from one snapshot to another.
+/// The changes of an element between two snapshots.
 std::vector<lx::Change> Compare(const lx::Model& before, const lx::Model& after, const lx::Key& key) {
     const lx::Record* const old = lx::Find(before, key);
     const lx::Record* const now = lx::Find(after, key);
@@ -155,7 +155,7 @@ std::vector<lx::Change> Compare(const lx::Model& before, const lx::Model& after,
     return changes;
 }
 
-/// One notification of each kind for each update mode: clients take it to concern all elements.
+/// One change of each kind for each update mode, because clients apply a notification to all elements.
 std::vector<lx::Change> CompareAll(const lx::Model& before, const lx::Model& after, const std::vector<lx::Key>& keys) {
     std::vector<lx::Change> changes;
     std::set<std::pair<std::string, int>> told;
@@ -197,7 +197,7 @@ HRESULT SqliteServer::SetValue(const lx::Key& key, int index, const lx::Value& v
             for (const auto& [name, itsIndex] : columns.at(table.name)) {
                 column = itsIndex == index ? name : column;
             }
-            if (column.empty()) { return E_INVALIDARG; } // an element is found by it, or there is no column for it
+            if (column.empty()) { return E_INVALIDARG; } // a key, or a property without a column
             Statement update(m_database,
                              std::string("UPDATE ") + table.name + " SET " + column + " = ?" + table.Where());
             update.Bind(1, value);
@@ -231,14 +231,14 @@ lx::ModelPtr SqliteServer::ReadModel() const {
     return model;
 }
 
-/// What was touched since the last time; nothing at all when that cannot be told, so that everything is taken to be.
+/// The keys of elements changed since the last read; nullopt if unknown: then everything counts as changed.
 std::optional<std::vector<lx::Key>> SqliteServer::ReadChangedKeys(std::int64_t& newest) const {
     Statement range(m_database, "SELECT ifnull(min(id), 1), ifnull(max(id), 0) FROM change");
     range.Next();
     newest = range.NumberAt(1);
     if (range.NumberAt(0) > m_lastChange + 1 || newest < m_lastChange) {
         return {};
-    } // rows were dropped, or all is new
+    } // rows of the change table were deleted, or nothing was read yet
     std::vector<lx::Key> keys;
     Statement row(m_database, "SELECT DISTINCT tbl, key1, key2, key3, key4 FROM change WHERE id > " +
                                   std::to_string(m_lastChange) + " ORDER BY id");
@@ -246,7 +246,7 @@ std::optional<std::vector<lx::Key>> SqliteServer::ReadChangedKeys(std::int64_t& 
         const std::string name = row.NarrowAt(0);
         const auto table =
             std::find_if(Tables().begin(), Tables().end(), [&](const Table& t) { return t.name == name; });
-        if (table == Tables().end()) { return {}; } // what the columns mean was changed
+        if (table == Tables().end()) { return {}; } // the meaning of the columns was changed
         keys.push_back(ReadKey(*table, row, [](std::size_t i) { return static_cast<int>(i) + 1; }));
     }
     return keys;
@@ -258,7 +258,7 @@ std::int64_t SqliteServer::DataVersion() const {
     return version.NumberAt(0);
 }
 
-/// Reads what others, or SetValue, wrote, and notifies.
+/// Reads the changes of other programs or of SetValue, and notifies the clients.
 void SqliteServer::Refresh() {
     std::vector<lx::Change> changes;
     {
@@ -291,7 +291,7 @@ void SqliteServer::Watch() {
     std::unique_lock lock(m_mutex);
     while (!m_ends.wait_for(lock, TimeBetweenLooks, [this] { return m_end; })) {
         lock.unlock();
-        (void)lx::Guarded([this] { // what fails is tried again
+        (void)lx::Guarded([this] { // failures are retried
             if (IsOutdated()) { Refresh(); }
             return S_OK;
         });

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
 //
-// A configuration server over a SQLite database (schema.sql). Any program may edit the database; each server over it
-// notices, and notifies its clients of what changed.
+// A configuration server over a SQLite database (schema.sql). Any program may edit the database; each of its servers
+// detects changes and notifies its clients.
 //
 //     const std::shared_ptr<lx::ConfigServer> server = OpenSqliteServer("plant.db");
 //     const lx::Ref<lx::Connection> connection = lx::Connect(server);
 //
-// Ownership  The server owns its connection to the database, and a thread that watches it until the server ends.
-// Threading  Everything may be called from any thread. m_databaseMutex guards the connection, m_mutex the snapshot;
-//            neither is held while clients are notified.
-// Errors     OpenSqliteServer raises std::runtime_error for a file that is no such database. What cannot be read later
-//            (a lock that lasts) is tried again; clients go on with what was read last.
+// Ownership  The server owns its connection to the database, and a thread that watches the database.
+// Threading  Thread-safe. m_databaseMutex guards the connection, m_mutex the snapshot; neither is held while clients
+//            are notified.
+// Errors     OpenSqliteServer raises std::runtime_error if the file is not such a database. A later read that fails,
+//            for example because of a lock, is retried; until then clients see the last snapshot.
 #ifndef SQLITESERVER_H
 #define SQLITESERVER_H
 
@@ -20,18 +20,18 @@
 
 class SqliteServer final : public lx::ConfigServer {
 public:
-    static constexpr std::chrono::milliseconds TimeBetweenLooks{100}; ///< at whether somebody changed the database
+    static constexpr std::chrono::milliseconds TimeBetweenLooks{100}; ///< interval of checks for changes
 
-    /// @param path  of the database, in UTF-8
+    /// @param path  path of the database, in UTF-8
     explicit SqliteServer(const std::string& path);
     ~SqliteServer() override;
 
     lx::ModelPtr Snapshot() override;
-    /// Writes the value to the database, as any other program might.
+    /// Writes the value to the database, like any other program.
     HRESULT SetValue(const lx::Key& key, int index, const lx::Value& value) override;
 
 private:
-    /// The columns that are properties, with their indexes, by table.
+    /// The property index of each column that is a property, by table and column.
     using PropertyColumns = std::map<std::string, std::map<std::string, int>>;
 
     PropertyColumns ReadPropertyColumns() const;
@@ -44,9 +44,9 @@ private:
 
     std::mutex m_databaseMutex; // taken before m_mutex
     Database m_database;
-    std::int64_t m_version = 0;    // of the data that was read
-    std::int64_t m_lastChange = 0; // the newest row of the change table that was read
-    std::mutex m_mutex;            // guards the following
+    std::int64_t m_version = 0;    // version of the data that was read
+    std::int64_t m_lastChange = 0; // newest row read from the change table
+    std::mutex m_mutex;            // guards the members below
     lx::ModelPtr m_model;
     bool m_end = false;
     std::condition_variable m_ends;

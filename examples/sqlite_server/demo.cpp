@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// lxsqlitedemo DATABASE [SQL]: two servers over one database, each with a cache in front of it; shows what both say of an
-// attribute before and after somebody else edits it. Waits for that edit, which is to set its unit to l/s; a statement
-// that is given is run on a connection of its own.
+// lxsqlitedemo DATABASE [SQL]: two servers over one database, each with a cache in front of it. Prints an attribute's
+// unit from both caches, waits until another program sets it to l/s, and prints it again. If a statement is given, it
+// is run on a separate connection to make that edit.
 #include "SqliteServer.h"
 
 #include <cstdio>

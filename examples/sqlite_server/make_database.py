@@ -9,7 +9,7 @@ import pathlib
 import sqlite3
 import sys
 
-# What model files call a property, and the column that has it. What is not here has the same name in both.
+# Columns by the name of the property in model files, where the names differ.
 TYPES = {"name": "name", "base": "base", "label": "label", "description": "description", "table": "table_name",
          "icon": "icon", "searchable": "searchable", "listed": "listed"}
 GROUPS = {"number": "number", "page": "page", "parent": "parent", "label": "label"}

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 #
-# SQLite as the target lxsqlite; none where it cannot be had. Elsewhere than on Windows it is the system's package. For
-# Windows it is built from the sources that a package of npm carries, of one version, whose checksum is tested.
+# Defines SQLite as the target lxsqlite if it is available. On Linux it is the system's package. For Windows it is built
+# from the sources in an npm package of a fixed version, whose checksum is verified.
 set(LX_SQLITE_SOURCE "" CACHE PATH "Folder of sqlite3.c and sqlite3.h for Windows; empty: they are got with npm")
 set(lx_sqlite_package better-sqlite3)
 set(lx_sqlite_version 11.10.0)
@@ -16,7 +16,7 @@ if(NOT WIN32)
   return()
 endif()
 
-# Fetches and unpacks the package, once for a build folder; leaves the folder empty when that fails.
+# Fetches and unpacks the package once for each build folder; leaves the folder empty on failure.
 function(lx_fetch_sqlite folder)
   set(archive ${folder}/${lx_sqlite_package}-${lx_sqlite_version}.tgz)
   if(NOT EXISTS ${archive})

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// LXCfgCacheCallback.dll: the separate callback object as a module of its own, for a client's process.
+// LXCfgCacheCallback.dll: the module with the separate callback object, for a client's process.
 #include "XCfgCacheCallback.h"
 #include <lxserver/Registration.h>
 

@@ -9,9 +9,9 @@
 namespace {
 using namespace std::chrono_literals;
 
-constexpr auto WaitForClients = 10s; // how long an edit waits for the clients that it notifies
+constexpr auto WaitForClients = 10s; // limit of an edit's wait for the notified clients
 
-/// Leaves the reason as the thread's error information.
+/// Sets the reason as the thread's error information.
 void Explain(const char* method, const std::string& reason) {
     XLXComPtr<ICreateErrorInfo> info;
     if (FAILED(CreateErrorInfo(info.Put()))) { return; }
@@ -21,7 +21,7 @@ void Explain(const char* method, const std::string& reason) {
     SetErrorInfo(0, info.As<IErrorInfo>().Get());
 }
 
-/// A method: empties its out arguments, and turns exceptions into results.
+/// Runs a method: nulls its out arguments, and turns exceptions into results.
 template <class Work, class... Outs> HRESULT Method(const char* name, Work&& work, Outs**... outs) noexcept {
     if (((outs == nullptr) || ... || false)) { return E_POINTER; }
     ((*outs = nullptr), ...);
@@ -29,7 +29,7 @@ template <class Work, class... Outs> HRESULT Method(const char* name, Work&& wor
         return work();
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
-    } catch (const std::logic_error& error) // an edit that cannot be done
+    } catch (const std::logic_error& error) // an invalid edit
     {
         Explain(name, error.what());
         return E_INVALIDARG;
@@ -56,7 +56,7 @@ bool XServerHost::IsInUse() const {
 
 void XServerHost::Serve(Terms terms, const std::function<void()>& whenReady) {
     m_local.Serve(terms, whenReady);
-    CoDisconnectObject(static_cast<ILXSampleServer*>(this), 0); // no call comes after this
+    CoDisconnectObject(static_cast<ILXSampleServer*>(this), 0); // no calls arrive after this
 }
 
 HRESULT XServerHost::QueryInterface(REFIID iid, void** out) {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// The control object of the sample server's program, and how long the program runs.
+// The control object of the sample server's program. It also determines how long the program runs.
 //
-// Ownership  The host owns the sample server. Clients hold the control object and the server's own objects; the host
-//            outlives them all, since it is what main() waits on.
-// Threading  Everything may be called from any thread.
-// Errors     Interface methods answer HRESULTs, with error information where a reason is known.
+// Ownership  The host owns the sample server. Clients hold references to the control object and to the server's
+//            objects. The host outlives them all, because main() waits in Serve.
+// Threading  Thread-safe.
+// Errors     Interface methods return HRESULTs, with error information if a reason is known.
 #ifndef XSERVERHOST_H
 #define XSERVERHOST_H
 
@@ -22,8 +22,8 @@ public:
 
     using Terms = lx::LocalServer::Terms;
 
-    /// Lets clients find the control object, until it was told to stop. Calls the function when they can find it.
-    /// Raises std::runtime_error when they cannot.
+    /// Makes the control object available to clients until the program is to end. Calls whenReady as soon as it is
+    /// available. Raises std::runtime_error if that fails.
     void Serve(Terms terms, const std::function<void()>& whenReady);
     XSampleServer& Server() const { return *m_server; }
 
@@ -47,7 +47,7 @@ private:
     bool IsInUse() const;
 
     const std::shared_ptr<XSampleServer> m_server;
-    std::atomic<LONG> m_references{0}; // of clients; the host lives on the stack
+    std::atomic<LONG> m_references{0}; // of clients; the host is a local variable of main's
     lx::LocalServer m_local;
 };
 

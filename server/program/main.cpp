@@ -2,14 +2,14 @@
 //
 // lxsampleserver: the sample server as a program of its own, for clients in other processes.
 //
-//     lxsampleserver --register --model models/plant.json   COM starts it when a client asks for it
-//     lxsampleserver --model models/plant.json              serves until somebody calls ILXSampleServer::Stop
-//     lxsampleserver --generate 1000                        the same with a model of that many types
-//     lxsampleserver --stop                                 ends the one that runs
+//     lxsampleserver --register --model models/plant.json   lets COM start it on demand
+//     lxsampleserver --model models/plant.json              serves until ILXSampleServer::Stop is called
+//     lxsampleserver --generate 1000                        the same with a generated model of that many types
+//     lxsampleserver --stop                                 stops the running one
 //     lxsampleserver --unregister
 //
-// Started by COM it ends by itself some seconds after the last client. Exit status: 0 when all went well, 1 when not,
-// other values for wrong options.
+// If COM started it, it ends some seconds after the last client. Exit status: 0 on success, 1 on failure, other values
+// for wrong options.
 #include "XServerHost.h"
 
 #include <CLI/CLI.hpp>
@@ -45,7 +45,7 @@ XServerModel ModelOf(const Options& options) {
     return options.model.empty() ? LXSmallModel() : LXReadModel(options.model);
 }
 
-/// The command with which COM starts the program: with the same model and options, from any folder.
+/// The registration whose command starts the program with the same model and options, from any folder.
 lx::ClassRegistration Registration(const Options& options) {
     std::wstring command = OLESTR("\"") + lx::ModulePath(nullptr) + OLESTR("\"");
     if (!options.model.empty()) {
@@ -62,12 +62,12 @@ void Check(HRESULT result, const char* what) {
     if (FAILED(result)) { throw std::runtime_error(std::string(what) + " failed"); }
 }
 
-/// Tells whoever started the program that clients find it now.
+/// Reports that clients can find the server now.
 void SayReady(const Options& options) {
     std::puts("lxsampleserver: ready");
     std::fflush(stdout);
     if (!options.readyEvent.empty()) {
-        SetEvent(CreateEventA(nullptr, TRUE, FALSE, options.readyEvent.c_str())); // and is kept until the end
+        SetEvent(CreateEventA(nullptr, TRUE, FALSE, options.readyEvent.c_str())); // never closed
     }
 }
 
@@ -86,7 +86,7 @@ void Serve(const Options& options) {
     std::puts("lxsampleserver: ended");
 }
 
-/// Ends the program that runs. When none does, COM starts one, which is ended at once.
+/// Stops the running program. If none is running, COM starts one, which is stopped at once.
 void Stop() {
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "initialising COM");
     {
@@ -106,7 +106,7 @@ int Run(const Options& options) {
         } else if (options.unregisters) {
             Check(lx::UnregisterClassKeys(Registration(options)), "unregistering");
         } else if (options.registers) {
-            ModelOf(options); // one that cannot be read is refused here, where somebody sees it
+            ModelOf(options); // an unreadable model fails here, where somebody sees it
             Check(lx::RegisterClassKeys(Registration(options)), "registering");
         } else {
             Serve(options);
@@ -118,7 +118,7 @@ int Run(const Options& options) {
     return 0;
 }
 
-/// COM adds -Embedding to the command, which is no option of the form that the others have.
+/// Removes the argument that COM adds, -Embedding, which does not have the form of the other options.
 bool TakeEmbedding(std::vector<char*>& arguments) {
     return std::erase_if(arguments, [](const char* argument) {
                return std::string_view(argument) == "-Embedding" || std::string_view(argument) == "/Embedding";

@@ -2,13 +2,12 @@
 #include "XCFGStringKey.h"
 
 namespace {
-/// Whether there is a unit of the kind of surrogate that begins there.
+/// Whether the unit at that index is a surrogate whose kind begins at that code.
 bool IsSurrogate(XLXTextView text, std::size_t at, unsigned kind) {
     return at < text.size() && (static_cast<unsigned>(text[at]) & 0xFC00) == kind;
 }
 
-/// What the unit there sorts by, where it is the first to differ: both halves of a surrogate pair come behind
-/// everything else.
+/// The sort rank of the first unit that differs: halves of a surrogate pair sort after all other units.
 unsigned RankOf(XLXTextView text, std::size_t at) {
     constexpr unsigned high = 0xD800;
     constexpr unsigned low = 0xDC00;
@@ -20,7 +19,7 @@ unsigned RankOf(XLXTextView text, std::size_t at) {
 
 std::optional<XCFGStringKey> XCFGStringKey::Of(const XLXVariantView& name) {
     if (name.Type() == VT_BSTR) {
-        return XCFGStringKey(LXBstrView(V_BSTR(&name.Get()))); // nearly always, and without a copy of the text
+        return XCFGStringKey(LXBstrView(V_BSTR(&name.Get()))); // the usual case; saves a copy of the text
     }
     const auto text = name.Empty() ? std::nullopt : name.AsText();
     return text ? std::optional<XCFGStringKey>(*text) : std::nullopt;

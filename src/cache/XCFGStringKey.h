@@ -10,20 +10,19 @@
 #include <map>
 #include <set>
 
-/// The key of every map by name: the name over its whole length. A null or empty name gives the null key, which sorts
-/// first.
+/// The key of maps by name: the whole name, including embedded nulls. A null or empty name gives the null key, which
+/// sorts first.
 ///
-/// Keys sort by code points, as their UTF-8 forms would: a surrogate pair comes behind U+FFFF, a lone surrogate stands
-/// where its number says. A map that compares with std::less<> finds a text without a key being made of it.
+/// Keys sort by code points, like their UTF-8 forms: a surrogate pair sorts after U+FFFF, a lone surrogate by its own
+/// code. A map that compares with std::less<> can be searched by text without creating a key.
 class XCFGStringKey {
 public:
     XCFGStringKey() noexcept = default;
     explicit XCFGStringKey(XLXTextView name) : m_text(name) {}
-    /// The key of a name in a value; none when the value is empty or no text.
+    /// The key of a name in a value; nullopt if the value is empty or cannot be converted to text.
     static std::optional<XCFGStringKey> Of(const XLXVariantView& name);
 
     bool IsNull() const noexcept { return m_text.empty(); }
-    /// The name that the key was made of.
     const XLXText& Text() const noexcept { return m_text; }
 
     friend bool operator==(const XCFGStringKey& left, const XCFGStringKey& right) noexcept = default;
@@ -37,10 +36,10 @@ public:
 
 private:
     static constexpr bool IsSurrogate(OLECHAR unit) noexcept { return (unit & 0xF800) == 0xD800; }
-    /// Compares texts by the first units to differ, of which one is half of a surrogate pair, or looks like it.
+    /// Compares texts whose first differing units are at that index, at least one of them a surrogate.
     static std::strong_ordering CompareSurrogates(XLXTextView left, XLXTextView right, std::size_t at) noexcept;
 
-    // Inline, and four units at a time: a look-up compares many names that begin alike.
+    // Inline, and four units at a time, because look-ups compare many names with common prefixes.
     std::strong_ordering Compare(XLXTextView other) const noexcept {
         const XLXTextView own = m_text;
         const std::size_t common = own.size() < other.size() ? own.size() : other.size();

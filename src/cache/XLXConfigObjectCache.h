@@ -2,14 +2,14 @@
 //
 // The common model of all cached configuration objects.
 //
-// A cached object answers through the interface of the server object that it mirrors, and is a callback for the
-// change notifications that concern it. It reads all values of the server object in one call when the first one is
-// wanted, and answers from its property store while the store's stamp is what would be noted now.
+// A cached object implements the interface of the server object that it mirrors, and the callback interface for change
+// notifications sent directly to it. The first read fetches all values of the server object in one call; later reads
+// are answered from the property store while its stamp equals the one that would be noted now.
 //
-// Ownership  The object holds one reference to its server object and one to the clock of its connection. It is
-//            destroyed by the last Release.
-// Threading  Any thread may call. The store has its own lock; the server is called with no lock held, so two threads
-//            may both read from it, and the later answer is kept.
+// Ownership  The object holds one reference to its server object and one to the clock of its connection. The last
+//            Release destroys it.
+// Threading  Any thread may call. The store has its own lock. The server is called with no lock held, so two threads
+//            may both fetch; an older answer never replaces a newer one.
 #ifndef XLXCONFIGOBJECTCACHE_H
 #define XLXCONFIGOBJECTCACHE_H
 
@@ -26,15 +26,15 @@
 
 #include <atomic>
 
-/// @tparam Derived    the class itself; it may replace what is called on self()
+/// @tparam Derived    the class itself; it may hide the functions that are called on self()
 /// @tparam Facts      its row of cachedobjectfacts.h
 /// @tparam Interface  the mirrored interface
-/// @tparam MoreFaces  further interfaces, answered by their own ids
+/// @tparam MoreFaces  further interfaces that QueryInterface supports
 template <class Derived, const XCachedObjectFacts& Facts, class Interface, class... MoreFaces>
 class XLXConfigObjectCache
     : public XPropertyMethods<XUnknown<Derived, Interface, MoreFaces..., ILXCallbackUpdate>, Facts.kind> {
 public:
-    /// @param clock  of the connection; null: nothing on the server can make the object stale
+    /// @param clock  the clock of the connection; null: nothing on the server can make the object stale
     XLXConfigObjectCache(XLXComPtr<IUnknown> server, XClockPtr clock)
         : m_clock(std::move(clock)), m_server(Facts.proxyScope, std::move(server)), m_store(Facts.slots) {}
 
@@ -66,7 +66,7 @@ public:
     HRESULT STDMETHODCALLTYPE SetCallbackId(LONG) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE GetClientInfo(tagLXClientInfo* pClientInfo) override {
         return XLXError::Guarded(Facts.At("GetClientInfo"), [&] {
-            // That of a browser id names the attribute type's class; programs search logs for that text.
+            // The text of a browser id names the class of attribute types on purpose: programs search logs for it.
             constexpr const auto& named = &Facts == &XCachedFacts::BrowserId ? XCachedFacts::AttributeType : Facts;
             return LXGetClientInfo(pClientInfo, named.className, Facts.At("GetClientInfo"));
         });
@@ -86,13 +86,13 @@ public:
 
     // For owners
 
-    /// Takes a notification that came straight to the object or its owner. Waits for nobody but for who looks a map
-    /// up.
-    /// @param touched  receives what became stale
+    /// Handles a notification that was sent directly to the object or its owner. Takes only the locks of maps that the
+    /// object owns.
+    /// @param touched  receives the aspects that became stale
     void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) {
         m_direct.Raise(notification.number); // before the own counts: see XBasicDirectNumber
         if (m_place.load() != Place::InMap) {
-            // Meant for whatever has taken the object's place in the map.
+            // May be meant for the object's successor in the map.
             m_clock->Advance(notification.concerned);
             m_place.store(Place::Stale);
         }
@@ -100,9 +100,9 @@ public:
         self().OnDirectNotification(notification, touched);
     }
 
-    /// Takes the number of the last notification that came straight to the owner, whose map the object enters. An
-    /// answer from before that notification must not give the object values later, although it was not yet in the map
-    /// when the notification passed; what it has of such an answer is stale. Called under the map's lock.
+    /// Takes over the number of the owner's last direct notification when the object enters the owner's map. The object
+    /// may have missed that notification: then its values from that moment are stale, and no answer from before the
+    /// notification can refresh it later. Called under the map's lock.
     void TakeOwnersNumber(const XDirectNumber& ofOwner, const XMoment& moment) {
         if (const std::uint64_t number = ofOwner.Now(); number > m_direct.Now()) {
             XAspectSet touched;
@@ -111,7 +111,8 @@ public:
         if (ofOwner.IsNewerThan(moment)) { AdvanceAll(); }
     }
 
-    /// Reads a value as GetProperty does, into a variant that must be empty. Raises failures of the component itself.
+    /// Reads a value as GetProperty does, into an empty variant. Returns a failure of the server; raises those of the
+    /// component itself.
     HRESULT ReadProperty(int index, XLXComVariant& value) {
         HRESULT result = m_store.Read(index, value, Now());
         if (result == S_FALSE && m_place.load(std::memory_order_acquire) == Place::Detached) {
@@ -124,31 +125,31 @@ public:
         return result;
     }
 
-    /// Reads a value where a failure counts as having none: nullopt, and no error information.
+    /// Reads a value; returns nullopt on failure and sets no error information.
     std::optional<XLXComVariant> TryRead(int index) {
         XLXComVariant value;
         const HRESULT result = LXWithoutRaising([&] { return ReadProperty(index, value); });
         return SUCCEEDED(result) ? std::optional<XLXComVariant>(std::move(value)) : std::nullopt;
     }
 
-    /// A value that can be had without asking the server: empty when there is none.
+    /// A value from the store; empty if it is missing or stale. Does not ask the server.
     XLXComVariant Peek(int index) const {
         XLXComVariant value;
         if (m_store.Read(index, value, Now()) == E_OUTOFMEMORY) { throw std::bad_alloc(); }
         return value;
     }
 
-    /// Gives a new object the values that came with it.
+    /// Stores the values that a bulk answer delivered with a new object.
     void AssignProperties(XVariantRow values, const XMoment& moment) {
         Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
     }
 
-    /// Says by what stale values are read together with those of other objects; called before the object is handed
-    /// out. Null: by nothing.
+    /// Sets the refill that reads stale values together with those of other objects; null: none. Called before the
+    /// object is handed out.
     void SetRefill(XRefillPtr refill) noexcept { m_refill = std::move(refill); }
     const XRefillPtr& Refill() const noexcept { return m_refill; }
 
-    /// Takes the values of a bulk answer, and nothing else of it, unless newer ones are there.
+    /// Takes only the values of a bulk answer, unless the store has newer ones.
     void RefillValues(XVariantRow values, const XMoment& moment, XRetired& retired) {
         if (!values.empty()) {
             retired.Take(self().AmendValues(values));
@@ -156,21 +157,20 @@ public:
             retired.Take(std::move(values));
         }
     }
-    /// Whether values that are fresh are there.
     bool AreValuesFresh() const { return m_store.IsFresh(Now()); }
 
-    /// Says where a new object asks for its server object, which it has not.
+    /// Sets the source of the server object, for a new object without one.
     void SetSource(XServerSourcePtr source) noexcept {
         typename Proxy::Link link{{}, {}, std::move(source)};
         m_server.Swap(link, 0);
     }
 
-    /// Takes a record of a bulk answer: its server object replaces the one that is there, and its values do unless
-    /// newer ones are there. Without values the next read asks the server. What was loaded through a former server
-    /// object is stale then: the pointer is replaced first and the own counts are advanced after, while whoever asks
-    /// notes first and takes the pointer after. An object that was asked for, or is being asked for, is a former one.
-    /// @param source  of a server object that did not come
-    /// @return false: a later record was there already, and nothing changed
+    /// Takes a record of a bulk answer. Its server object replaces the present one, and its values replace older ones.
+    /// Everything loaded through a former server object becomes stale: the pointer is replaced first and the own counts
+    /// are advanced afterwards, while readers note first and take the pointer afterwards. A server object that a source
+    /// supplied, or is about to supply, counts as a former one.
+    /// @param source  supplies the server object on first use, if the record has none
+    /// @return false: a later record was taken before, and nothing changed
     bool TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment, XRetired& retired,
                     XServerSourcePtr source = {}) {
         const IUnknown* const wanted = server.Get();
@@ -186,49 +186,48 @@ public:
         return isTaken;
     }
 
-    /// Makes everything stale that the object or a part of it has loaded. Waits for nobody.
+    /// Makes everything stale that the object or its parts have loaded. Takes no lock.
     void AdvanceAll() noexcept {
         m_store.Advance();
         self().AdvanceParts();
     }
 
-    /// Says that the object enters a map, under the map's lock: it may have left it meanwhile.
+    /// Marks the object as being in its owner's map; it may have left the map before. Called under the map's lock.
     void Attach() noexcept {
         if (m_place.load(std::memory_order_relaxed) != Place::InMap) { m_place.store(Place::InMap); }
     }
-    /// Says that the object has left its map: who still holds it goes on reading the values that it has, if they were
-    /// fresh until then.
+    /// Marks the object as having left its owner's map. If its values are fresh now, it keeps answering with them.
     void Detach() noexcept {
         bool areFresh = false;
         try {
             areFresh = m_store.IsFresh(Now());
         } catch (const std::bad_alloc&) {
-            // the lock's table of threads is full: the server is asked then
+            // The lock's table of threads cannot grow. The values count as stale.
         }
         m_place.store(areFresh ? Place::Detached : Place::Stale);
     }
-    /// Whether a notification came straight to the object after that moment. For an object that was detached before.
+    /// Whether the object was notified directly after that moment. Called after Detach.
     bool WasNotifiedSince(const XMoment& moment) const noexcept { return m_direct.IsNewerThan(moment); }
 
     const XClockPtr& Clock() const noexcept { return m_clock; }
     const XDirectNumber& Direct() const noexcept { return m_direct; }
 
-    /// Called by an owner that drops the object.
+    /// Called by the owner when it drops the object.
     void Terminate() noexcept {}
 
 protected:
     ~XLXConfigObjectCache() = default;
 
-    /// Changes values that are about to enter the store; returns the object that this displaced.
+    /// Amends values that are about to enter the store; returns the object that this replaced.
     XLXComPtr<IUnknown> AmendValues(XVariantRow&) { return {}; }
-    /// Called under the store's lock with values that enter it.
+    /// Called under the store's lock with the new values.
     void OnAssigned(const XVariantRow&, const XStamp&) noexcept {}
-    /// Makes everything stale that the object has loaded besides its values. Waits for nobody.
+    /// Makes everything stale that the object has loaded besides its values. Takes no lock.
     void AdvanceParts() noexcept {}
-    /// Takes a notification for the parts that the object owns.
+    /// Handles a direct notification for the parts that the object owns.
     void OnDirectNotification(const XDirectNotification&, XAspectSet&) {}
 
-    /// Advances the own count of a holder when a notification concerns its aspect.
+    /// Advances the own count of a holder if a notification concerns its aspect.
     template <class Holder>
     static void AdvanceIf(XAspect aspect, const XAspectSet& concerned, Holder& holder, XAspectSet& touched) noexcept {
         if (concerned.Has(aspect)) {
@@ -237,19 +236,19 @@ protected:
         }
     }
 
-    /// What would be noted now of the values.
+    /// The clock's number of the values' aspect.
     std::uint64_t Now() const noexcept { return m_clock ? m_clock->Now(Facts.values) : 1; }
     XObjectTime TimeOf(XAspect aspect) const noexcept { return {m_clock.Get(), aspect}; }
-    /// The whole clock as it is now.
+    /// A copy of the whole clock.
     XMoment Moment() const noexcept { return m_clock ? m_clock->Copy() : XMoment::Timeless(); }
 
-    /// Whether stale values were read now, together with those of other objects: they may be there.
+    /// Has stale values refilled together with those of other objects. True: values were read, so look again.
     bool IsReadWithOthers() {
         return m_refill && m_place.load() == Place::InMap && !AreValuesFresh() && m_refill->OnStale(Facts.values);
     }
 
-    /// Asks the server for all values. Anything but S_OK is returned.
-    /// @param use  called with the values, and with the stamp noted before the server was asked
+    /// Asks the server for all values and stores them. Any result of the server other than S_OK is returned.
+    /// @param use  called with the values before they are stored
     template <class Use> HRESULT Fetch(Use&& use) {
         const XStamp noted{Now(), m_store.Own().Now()};
         XVariantRow values;
@@ -264,7 +263,7 @@ protected:
 
     XLXComPtr<Interface> Server() const { return *m_server; }
     bool HasServer() const noexcept { return m_server.HasObject(); }
-    /// Lets go of the server object for good: nothing becomes stale by that.
+    /// Releases the server object and accepts no other one. Makes nothing stale.
     void ReleaseServer() noexcept {
         typename Proxy::Link none;
         m_server.Swap(none, ~std::uint64_t{0});
@@ -279,7 +278,7 @@ private:
 
     Derived& self() noexcept { return static_cast<Derived&>(*this); }
 
-    // The answer is that of this fetch, even when a notification overtook it: who asked did so before.
+    // Answers from this fetch even if a notification overtook it, because the caller asked before the notification.
     HRESULT FetchAndRead(int index, XLXComVariant& value) {
         bool inRange = false;
         const HRESULT fetched = Fetch([&](const XVariantRow& values) {
@@ -296,9 +295,9 @@ private:
     }
 
     enum class Place : unsigned char {
-        InMap,    ///< its owner knows it, or it never had one
-        Detached, ///< it has left its map, and its values stay readable
-        Stale     ///< the same, but the values are stale: its server object is asked
+        InMap,    ///< in its owner's map, or it never had an owner
+        Detached, ///< has left the map with fresh values, which stay readable
+        Stale     ///< has left the map with stale values: reads ask the server object
     };
 
     const XClockPtr m_clock;
@@ -309,7 +308,7 @@ private:
     XPropertyStore m_store;
 };
 
-/// A cached object that has its values and nothing else.
+/// A cached object without methods beyond those of the common model.
 template <const XCachedObjectFacts& Facts, class Interface>
 class XLXPlainObjectCache final : public XLXConfigObjectCache<XLXPlainObjectCache<Facts, Interface>, Facts, Interface> {
     using Base = XLXConfigObjectCache<XLXPlainObjectCache<Facts, Interface>, Facts, Interface>;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The table that says which change notification makes which aspects stale.
+// The table of which change notification makes which aspects stale.
 #ifndef XNOTIFICATIONRULE_H
 #define XNOTIFICATIONRULE_H
 

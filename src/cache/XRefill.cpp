@@ -38,7 +38,7 @@ bool XCallCosts::AreHigh() const noexcept {
     return count >= FewestCalls && *middle >= HighCost;
 }
 
-// Once for each state: who comes meanwhile, and whose values did not come, asks for itself.
+// True at most once for each state of the server. Other threads that read meanwhile ask for their own values.
 bool XRefill::Begin() noexcept {
     std::uint64_t now = 0;
     m_values.ForEach([&](XAspect aspect) { now += m_clock->Now(aspect); });
@@ -53,7 +53,7 @@ bool XRefill::Begin() noexcept {
     return true;
 }
 
-// After a failure each object asks for its own values, and reports what fails then.
+// After a failure each object asks for its own values and reports its own failure.
 bool XRefill::OnStale(XAspect values) noexcept {
     if (!m_values.Has(values) || !Begin()) { return false; }
     XLXError::LogFailure(OLESTR("reading stale values together failed"), {"XRefill", "XRefill", "OnStale", 0},

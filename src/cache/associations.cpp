@@ -2,8 +2,8 @@
 #include "associations.h"
 
 namespace {
-/// Copies a value into a variant that is empty. Most values are texts and numbers, which need no more than their bits
-/// or one allocation; the platform copies the others.
+/// Copies a value into an empty variant. Scalars are copied bitwise and texts with one allocation; the platform copies
+/// other types.
 HRESULT CopyInto(VARIANT& to, const VARIANT& from) noexcept {
     const VARTYPE type = V_VT(&from);
     if (LXIsScalar(type)) {
@@ -11,7 +11,7 @@ HRESULT CopyInto(VARIANT& to, const VARIANT& from) noexcept {
         return S_OK;
     }
     if (type == VT_BSTR) {
-        // Over its length in bytes, which may be odd; a null text becomes an empty one of its own.
+        // Uses the length in bytes, which may be odd. A null text is copied as an empty one.
         const BSTR text =
             SysAllocStringByteLen(reinterpret_cast<LPCSTR>(V_BSTR(&from)), SysStringByteLen(V_BSTR(&from)));
         V_BSTR(&to) = text;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The property store of a cached object: the values that the server gave, by property index.
+// The property store of a cached object: the values of the server, by property index.
 #ifndef ASSOCIATIONS_H
 #define ASSOCIATIONS_H
 
@@ -8,26 +8,26 @@
 #include "XCritData.h"
 #include "XVariantRow.h"
 
-/// The values with their lock and their stamp. What a write replaces is left in the parameter, so that the caller
-/// destroys it with no lock held.
+/// The values with their lock and their stamp. Writes exchange: the parameter receives the old value, so that the
+/// caller destroys it with no lock held.
 class XPropertyStore {
 public:
     explicit XPropertyStore(std::size_t slots = 0) : m_data(XLockLevel::PropertyStore, slots) {}
 
     /// Copies a value into an empty variant. S_FALSE, with value left empty: the values are not fresh, or the stored
-    /// value is VT_EMPTY. E_INVALIDARG: there is no such index; no error information is set, since readers are inside
-    /// a lock-free read.
+    /// value is VT_EMPTY. E_INVALIDARG: there is no such index. Sets no error information, because this runs inside a
+    /// lock-free read.
     /// @param now  the clock's number of the values' aspect
     HRESULT Read(int index, XLXComVariant& value, std::uint64_t now) const;
-    /// The same, fresh or not; S_FALSE also when no values were ever assigned with a stamp.
+    /// The same, fresh or not; S_FALSE also if no values were ever assigned with a stamp.
     HRESULT ReadStale(int index, XLXComVariant& value) const;
-    /// Exchanges the value in a slot that exists; E_INVALIDARG otherwise.
+    /// Exchanges the value of an existing slot; E_INVALIDARG if there is none. Does not change the stamp.
     HRESULT Write(int index, XLXComVariant& value);
-    /// Exchanges a value whether the slot exists or not; that makes no values fresh.
+    /// Exchanges a value and adds missing slots. Does not change the stamp.
     void WriteGrow(int index, XLXComVariant& value);
 
-    /// Exchanges all values, unless newer ones are there.
-    /// @param onAssigned  called with the new values under the lock; calls nothing foreign
+    /// Exchanges all values, unless the store has newer ones.
+    /// @param onAssigned  called with the new values under the lock; must not call foreign code
     template <class OnAssigned> void Assign(XVariantRow& values, const XStamp& stamp, OnAssigned&& onAssigned) {
         const XCritProxy<Stamped> store(m_data);
         if (stamp.IsOlderThan(store->stamp)) { return; }
@@ -37,7 +37,7 @@ public:
     }
     bool IsFresh(std::uint64_t now) const;
 
-    /// Makes the values stale. Waits for nobody.
+    /// Makes the values stale. Takes no lock.
     void Advance() noexcept { m_own.Advance(); }
     const XOwnCount& Own() const noexcept { return m_own; }
 
@@ -51,13 +51,13 @@ private:
         XStamp stamp; // published together with the values
     };
 
-    // The count stands before the data: readers that go in and out write the word at the end of the data's lock, and
-    // what they only look at must not lie beside it.
+    // Placed before the data: readers write the word at the end of the data's lock, and the count, which they only
+    // read, must not share its cache line.
     XOwnCount m_own;
     mutable XCritDataCFC<Stamped> m_data;
 };
 
-/// Raises the refusal of an index that a store does not have.
+/// Raises E_INVALIDARG for an index that a store does not have.
 [[noreturn]] void LXRaisePropertyIndex(int index);
 
 #endif

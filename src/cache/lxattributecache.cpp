@@ -22,7 +22,7 @@ enum AttributeMember : std::size_t {
 
 constexpr LONG OriginVendor = 0;
 
-/// Asks the server's attribute for an attribute type whose record came without an object.
+/// Supplies the server object of an attribute type whose record came without one, by asking the server's attribute.
 class AttributeTypeSource final : public XServerSource {
 public:
     AttributeTypeSource(XServerSourcePtr attribute, XLXTextView name)
@@ -93,7 +93,7 @@ XDisplayFacts::XDisplayFacts(const XVariantRow& values) {
              (std::uint64_t{static_cast<std::uint32_t>(number(AttributeMember::GroupNumber, 0))} << 32);
 }
 
-// There is one writer at a time, and stamps never go back.
+// Called under the store's lock, so there is one writer at a time, and stamps never decrease.
 void XLXAttributeCache::OnAssigned(const XVariantRow& values, const XStamp& stamp) noexcept {
     m_facts.store(XDisplayFacts(values), std::memory_order_release);
     m_factsStamp.store(stamp.IsNone() ? 0 : stamp.Sum(), std::memory_order_release);
@@ -121,18 +121,18 @@ XLXAttributeCache::TypeMapPtr XLXAttributeCache::LoadAttributeTypes() {
     TypeMapPtr types = m_attributeTypes.Load(
         TimeOf(XAspect::AttributeTypes), [&] { return FetchAttributeTypes(failure); },
         [&](const TypeMap& loaded, const TypeMapPtr& former) { OnAttributeTypes(loaded, former.get(), moment); });
-    LXRaiseKept(failure); // once: what came before it is kept
+    LXRaiseKept(failure); // the types read before the failure are cached, so it is raised only once
     return types;
 }
 
-// What is loaded one by one replaces key by key what is there; what does not come again stays.
+// The fetched types replace the present ones with the same key; the others stay.
 XLXAttributeCache::TypeMapPtr XLXAttributeCache::FetchAttributeTypes(std::exception_ptr& failure) {
     TypeMap types = ReadAttributeTypes(failure);
     if (const TypeMapPtr former = m_attributeTypes.Held()) { types.insert(former->begin(), former->end()); }
     return std::make_shared<const TypeMap>(std::move(types));
 }
 
-// A server that cannot enumerate counts as having said all it has, until a notification says otherwise.
+// If the server cannot enumerate the types, none are cached until the next notification.
 XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_ptr& failure) const {
     const LXErrorLocation at = TheFacts.At("LoadAttributeTypes");
     TypeMap fresh;
@@ -148,7 +148,7 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
                 wrapper->SetRefill(Refill());
                 const auto name = wrapper->TryRead(int{MemberAttributeTypeName});
                 auto key = name ? XCFGStringKey::Of(*name) : std::nullopt;
-                if (key) // without a name there is no key to find it by
+                if (key) // a nameless type could never be found
                 {
                     fresh.insert_or_assign(std::move(*key), wrapper);
                 }
@@ -157,9 +157,9 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
     return fresh;
 }
 
-// The attribute passes a notification that comes straight to it on to the types in the map. Types that are published
-// after one that came while they were on their way would miss it; so would those that take the place of a type which
-// was notified itself. That is detached before it is looked at: either it was notified before, or it advances the
+// Called under the lock when the types are published. They missed two kinds of direct notification that arrived after
+// the moment: those to the attribute, which the owner's number reveals, and those to a type that is replaced. Replaced
+// types are detached first: a notification arrives either before that, and is found here, or after it, and advances the
 // clock.
 void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const {
     LXReplaceMap(former, types);
@@ -180,7 +180,7 @@ void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, 
         }
         return;
     }
-    if (auto key = XCFGStringKey::Of(type.values[MemberAttributeTypeName])) // without a name nothing finds it
+    if (auto key = XCFGStringKey::Of(type.values[MemberAttributeTypeName])) // a nameless type could never be found
     {
         XServerSourcePtr own =
             type.object ? nullptr : std::make_shared<const AttributeTypeSource>(source(), XLXTextView(key->Text()));
@@ -205,7 +205,7 @@ void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, 
                                              const std::function<XServerSourcePtr()>& source, XRetired& retired) {
     const XStamp stamp = LXStampFrom(moment, XAspect::AttributeTypes, m_attributeTypes.Own(), Direct());
     static const TypeMap none;
-    TypeMapPtr fresh(TypeMapPtr(), &none); // most attributes have none: that needs no memory
+    TypeMapPtr fresh(TypeMapPtr(), &none); // most attributes have no types; their map needs no memory
     if (!types.empty()) {
         const TypeMapPtr former = m_attributeTypes.Held();
         TypeMap map;
@@ -219,7 +219,7 @@ void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, 
         [&](const TypeMap& map, const TypeMapPtr& held) { OnAttributeTypes(map, held.get(), moment); });
 }
 
-// ---- notifications and the end
+// ---- notifications and termination
 
 void XLXAttributeCache::AdvanceParts() noexcept {
     m_attributeTypes.Advance();

@@ -11,12 +11,12 @@
 #include <exception>
 #include <vector>
 
-/// What decides whether an attribute is in a display enumeration. One word, in which it travels, too: a processor waits
-/// where single fields were written and the whole is read.
+/// The facts that determine whether an attribute is in a display enumeration, packed into one word. The word is built
+/// and copied as a whole: writing single fields and then reading the whole word would stall the processor.
 class XDisplayFacts {
 public:
     XDisplayFacts() noexcept = default;
-    /// The facts in an attribute's values; an empty or missing value is no answer.
+    /// Takes the facts from an attribute's values. An empty or missing value counts as false or 0.
     explicit XDisplayFacts(const XVariantRow& values);
 
     bool IsShownIn(LONG displays) const noexcept { return (static_cast<LONG>(m_word & Low) & displays) != 0; }
@@ -35,35 +35,35 @@ class XLXAttributeCache final
 public:
     XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock);
 
-    // ILXAttribute; formats are their owner's
+    // ILXAttribute; the base class has the methods for formats
     HRESULT STDMETHODCALLTYPE AddAttributeType(ILXAttributeType** ppAttributeType) override;
     HRESULT STDMETHODCALLTYPE RemoveAttributeType(ILXAttributeType* pAttributeType, LONG* plResult) override;
     HRESULT STDMETHODCALLTYPE GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum) override;
 
     // For the owner
 
-    /// Takes the attribute types that a bulk read delivered, possibly none: they replace those that are there, and
-    /// the server is not asked for them.
-    /// @param source  makes the source of the attribute's own server object, for types that came without theirs
+    /// Takes the attribute types that a bulk read delivered, possibly none. They replace the present ones, and the
+    /// server is not asked for them.
+    /// @param source  creates the source of the attribute's own server object, for types without a server object
     void AssignAttributeTypes(std::vector<XLXCFCDataTransfer::XILXConfigData> types, const XMoment& moment,
                               const std::function<XServerSourcePtr()>& source, XRetired& retired);
 
-    /// Takes the values that a bulk read brought for the attribute types that are there.
+    /// Takes the values that a bulk read delivered for the existing attribute types.
     void RefillAttributeTypes(std::vector<XLXCFCDataTransfer::XILXConfigData> types, const XMoment& moment,
                               XRetired& retired);
 
-    /// What decides in which displays the attribute is shown, when that is known.
+    /// The display facts if they are fresh. Lock-free.
     std::optional<XDisplayFacts> KnownFacts() const noexcept {
         if (m_factsStamp.load(std::memory_order_acquire) != XStamp{Now(), Store().Own().Now()}.Sum()) {
             return std::nullopt;
         }
-        // Read after the stamp, and written before it: these are the facts of the stamp, or newer ones.
+        // The facts are written before the stamp and read after it: these belong to that stamp or are newer.
         return m_facts.load(std::memory_order_acquire);
     }
-    /// The same; read from the server when it is not known. Raises a failing read.
+    /// The display facts, fetched from the server unless they are fresh. Raises failures.
     XDisplayFacts Facts();
 
-    /// Empties both collections.
+    /// Clears the attribute types and the formats.
     void Terminate() noexcept;
 
 private:
@@ -83,8 +83,8 @@ private:
                           const XMoment& moment, const std::function<XServerSourcePtr()>& source,
                           XRetired& retired) const;
 
-    // Published with the values, under the lock and the stamp of the store, so that display enumerations read these
-    // two words and no lock.
+    // Published together with the values, under the store's lock and with its stamp. Display enumerations read only
+    // these two words and take no lock.
     std::atomic<std::uint64_t> m_factsStamp{0}; // XStamp::Sum
     std::atomic<XDisplayFacts> m_facts{XDisplayFacts{}};
     XLoaded<TypeMap> m_attributeTypes;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the owners of cached objects share.
+// Functions that the owners of cached objects share: answering methods, asking the server, keeping maps.
 #ifndef LXCFCTOOLS_H
 #define LXCFCTOOLS_H
 
@@ -16,8 +16,8 @@
 
 #include <utility>
 
-/// Answers a method with an out pointer: the boundary, and the pointer checked and nulled before anything else.
-/// @param answer  HRESULT answer(); what it raises is the method's failure
+/// Runs a method that has an out pointer, within the exception boundary. Checks and nulls the out pointer first.
+/// @param answer  HRESULT answer(); an exception becomes the method's failure
 template <class T, class Answer>
 HRESULT LXAnswer(const LXErrorLocation& at, const OLECHAR* outName, T** out, Answer&& answer) {
     return XLXError::Guarded(at, [&]() -> HRESULT {
@@ -26,19 +26,19 @@ HRESULT LXAnswer(const LXErrorLocation& at, const OLECHAR* outName, T** out, Ans
     });
 }
 
-/// Hands an object out; S_FALSE and null when there is none.
+/// Hands out an object; S_FALSE and null if there is none.
 template <class Object, class Interface> HRESULT LXHandOut(XLXComPtr<Object> object, Interface** out) noexcept {
     *out = object.Detach();
     return *out != nullptr ? S_OK : S_FALSE;
 }
 
-/// What a map, which may be null, has under a key; empty when it has nothing.
+/// The value with a key in a map, which may be null; a default value if there is none.
 template <class Map> typename Map::mapped_type LXFind(const Map* map, const auto& key) {
     const auto found = map != nullptr ? map->find(key) : typename Map::const_iterator();
     return map != nullptr && found != map->end() ? found->second : typename Map::mapped_type();
 }
 
-/// Hands the objects of a map out, which may be null, in key order.
+/// Hands out an enumerator of the objects of a map, which may be null, in key order.
 template <class Interface, class Map, class Enumerator>
 HRESULT LXHandOutAll(const std::shared_ptr<const Map>& map, Enumerator** out) {
     std::vector<XLXComPtr<Interface>> objects;
@@ -51,22 +51,23 @@ HRESULT LXHandOutAll(const std::shared_ptr<const Map>& map, Enumerator** out) {
     return LXHandOutEnumerator(std::move(objects), out);
 }
 
-/// Runs a callable that returns an HRESULT; a failure that is raised becomes its code, and no error information.
-/// std::bad_alloc passes: the component's own lack of memory is no answer of the server, and must not be cached.
+/// Runs a callable that returns an HRESULT; turns an XLXException into its code, without error information.
+/// std::bad_alloc passes through, because running out of memory must not be cached as an answer of the server.
 template <class F> HRESULT LXWithoutRaising(F&& body) {
     try {
         return body();
     } catch (const XLXException& error) { return error.Code(); }
 }
 
-/// Runs a callable; what it raises is raised again as noticed by the caller.
+/// Runs a callable; an XLXException is raised again with this location.
 template <class F> auto LXRaisedAt(const LXErrorLocation& at, F&& body) {
     try {
         return body();
     } catch (const XLXException& failure) { XLXError::Raise(failure.Code(), failure.Message(), at); }
 }
 
-/// Runs a step of a load; a failure that it raises is kept, to be raised once when what came before it is published.
+/// Runs a step of a load and keeps the failure that it raises, so that the data read before the failure can be
+/// published first. LXRaiseKept raises it then.
 template <class F> void LXKeepFailure(std::exception_ptr& failure, F&& step) {
     try {
         step();
@@ -76,23 +77,23 @@ inline void LXRaiseKept(const std::exception_ptr& failure) {
     if (failure) { std::rethrow_exception(failure); }
 }
 
-/// A server's enumeration that yields more than this many elements never ends.
+/// An enumeration of the server that reaches this many elements is treated as endless.
 constexpr ULONG LXMostElements = 1000000;
 
-/// Says that a method of the server is about to be called: writes the trace entry when one is wanted, and in debug
-/// builds asserts that no lock is held that a notification could wait for.
+/// Precedes every call to the server: writes a trace entry if enabled and, in debug builds, asserts that no lock is
+/// held that a notification could wait for.
 void LXServerCall(const char* method) noexcept;
 
-/// What a success of the server without a result means.
+/// How S_OK of the server with a null result is treated.
 enum class LXNoResult {
-    Nothing,     ///< the same as S_FALSE
-    Empty,       ///< a result: the empty text
+    Nothing,     ///< like S_FALSE
+    Empty,       ///< as a valid result: the empty text
     PointerError ///< raises E_POINTER
 };
 
-/// Asks the server: nulls the result, writes the trace entry, and calls. A failing call leaves nothing to release,
-/// whatever the server left in the result.
-/// @param result  an owner: XLXComPtr, XLXSafeArray, XLXComBSTR, or XLXComVariant, which is never without a result
+/// Calls the server: nulls the result, writes the trace entry, and calls. After a failure the result is forgotten and
+/// not released, whatever the server left in it.
+/// @param result  an owner: XLXComPtr, XLXSafeArray, XLXComBSTR or XLXComVariant; LXNoResult does not apply to the last
 /// @param call    HRESULT call(out pointer)
 template <class Owner, class Call>
 HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, const OLECHAR* resultName,
@@ -113,16 +114,16 @@ HRESULT LXAsk(const char* method, Owner& result, LXNoResult withoutResult, const
     return answer;
 }
 
-/// Asks for a property of a configuration object of the server.
+/// Asks a configuration object of the server for a property.
 HRESULT LXAskProperty(ILXConfigObject& server, int member, XLXComVariant& value);
-/// Asks for an attribute of a data object.
+/// Asks a data object for an attribute.
 HRESULT LXAskAttribute(ILX_BaseDataObject& object, const OLECHAR* name, XLXComVariant& value);
-/// Asks for the type name of a data object; one without a text is empty.
+/// Asks a data object for its type name; a null text is an empty name.
 HRESULT LXAskTypeName(ILX_BaseDataObject& object, XLXComBSTR& name);
 
-/// A caller's variable, as an owner of which nothing is left after a failure.
+/// Adapts a client's out pointer to LXAsk, which nulls it before the call and after a failure.
 template <class Result> struct XCallersOut {
-    Result** out; ///< may be null: that is for the server to refuse
+    Result** out; ///< may be null: the server refuses that
     Result** Put() noexcept {
         LXEmptyOut(out);
         return out;
@@ -130,9 +131,9 @@ template <class Result> struct XCallersOut {
     void Detach() noexcept { LXEmptyOut(out); }
 };
 
-/// Answers a method by the same one of a server object.
-/// @param server     gives the object, or raises
-/// @param method     of its interface; the out pointer is the last argument
+/// Forwards a method to a server object.
+/// @param server  returns the object, or raises
+/// @param method  the method of its interface; the out pointer is the last argument
 template <class Server, class Method, class Result, class... Arguments>
 HRESULT LXPassOn(const LXErrorLocation& at, const char* name, LXNoResult withoutResult, Server&& server, Method method,
                  Result** out, Arguments... arguments) {
@@ -144,20 +145,21 @@ HRESULT LXPassOn(const LXErrorLocation& at, const char* name, LXNoResult without
     });
 }
 
-/// Reads all property values of a server object in one call. Anything but S_OK is returned as the server gave it,
-/// with nothing read; a failure is written to the logbook. An element that cannot be read is skipped. Raises
-/// E_POINTER when the server says S_OK without values.
+/// Reads all property values of a server object in one call. Any result of the server other than S_OK is returned, with
+/// nothing read; a failure is logged. Raises E_POINTER if the server returns S_OK without values, and faults of the
+/// array.
 HRESULT LXFetchProperties(ILXConfigObject& server, const LXErrorLocation& at, XVariantRow& values);
 
 namespace LXCFCTOOLS {
-/// Makes a cached object around a server object, which may be null.
-/// @param clock  of the connection that the object belongs to; null: nothing makes the object stale
+/// Creates a cached object for a server object, which may be null.
+/// @param clock  the clock of the object's connection; null: nothing makes the object stale
 template <class Cached> XLXComPtr<Cached> Make(XLXComPtr<IUnknown> server, XClockPtr clock) {
     return XLXComPtr<Cached>(new Cached(std::move(server), std::move(clock)));
 }
 } // namespace LXCFCTOOLS
 
-/// Says that the objects of a map take the place of those of a former one (which may be null), under the map's lock.
+/// Detaches the objects of a former map (which may be null) that are not in its successor, and attaches those of the
+/// successor. Called under the map's lock.
 template <class Map> void LXReplaceMap(const Map* former, const Map& map) noexcept {
     if (former != nullptr) {
         for (const auto& [key, object] : *former) {
@@ -169,10 +171,10 @@ template <class Map> void LXReplaceMap(const Map* former, const Map& map) noexce
     }
 }
 
-/// The object for a record of the server: the one that is known (there may be none), refreshed, so that whoever holds it
-/// reads the new values; or else a new one.
-/// @param refill  by which the values of a new one are read with those of others
-/// @param source  of a server object that did not come
+/// The object for a record of the server: the known one, refreshed in place because clients may hold it, or a new one.
+/// @param known   may be null
+/// @param refill  the refill of a new object
+/// @param source  supplies the server object on first use, if the record has none
 template <class Cached>
 XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> server, XVariantRow values,
                                   const XMoment& moment, const XClockPtr& clock, XRetired& retired,
@@ -188,8 +190,8 @@ XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> s
     return known;
 }
 
-/// Enters the object for a record of the server into a map that is being made. What the former map (which may be null)
-/// has under the key stays the same object.
+/// Adds the object for a record of the server to a map under construction. If the former map (which may be null) has an
+/// object with this key, that object is refreshed and reused.
 template <class Map>
 void LXEnterRecord(const Map* former, Map& to, typename Map::key_type key, XLXComPtr<IUnknown> server,
                    XVariantRow values, const XMoment& moment, const XClockPtr& clock, XRetired& retired,
@@ -199,7 +201,7 @@ void LXEnterRecord(const Map* former, Map& to, typename Map::key_type key, XLXCo
     to.insert_or_assign(std::move(key), std::move(object));
 }
 
-/// Passes a notification that came straight to an owner on to the objects of its map, which may be null.
+/// Passes a direct notification to an owner on to the objects of its map, which may be null.
 template <class Map, class Notification, class Touched>
 void LXNotifyDirectly(const Map* map, const Notification& notification, Touched& touched) {
     if (map == nullptr) { return; }
@@ -208,15 +210,15 @@ void LXNotifyDirectly(const Map* map, const Notification& notification, Touched&
     }
 }
 
-/// Fills in computer, user, password and process of the calling process; leaves the other fields as given. A failure
-/// is reported with "<className>::GetClientInfo -> GetComputerName".
+/// Fills in computer, user, password and process id of the calling process; leaves the other fields alone. Raises a
+/// failure with the text "<className>::GetClientInfo -> GetComputerName".
 HRESULT LXGetClientInfo(tagLXClientInfo* info, const char* className, const LXErrorLocation& at);
 
-/// The name of this computer; raises the platform's code with the text.
+/// The name of this computer. Raises the platform's error code with this text.
 XLXComBSTR LXComputerName(XLXTextView failureText, const LXErrorLocation& at);
 
-/// Takes all elements of a server's enumeration, in batches, until it answers anything but S_OK. A failure ends the
-/// enumeration and is returned; the elements fetched before it have been visited. Every element is released.
+/// Visits all elements of a server's enumeration, in batches, until it returns anything but S_OK. A failure is
+/// returned; the elements fetched before it have been visited. All elements are released.
 /// @param visit  called with each non-null element, as XLXComPtr<Element>&&
 template <ULONG BatchSize, class Element, class Enumerator, class Visit>
 HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLocation& at, Visit&& visit) {
@@ -228,16 +230,16 @@ HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLoc
         LXServerCall(method);
         result = enumerator.RemNext(BatchSize, raw, &fetched);
         if (FAILED(result)) {
-            return result; // a failing call leaves nothing to release
+            return result; // after a failure the elements are not released
         }
         for (ULONG i = 0; i < BatchSize; ++i) {
-            batch[i].Attach(raw[i]); // whatever the server put there is released, even past the count it claims
+            batch[i].Attach(raw[i]); // releases all elements, even beyond the count that the server returned
         }
         fetched = fetched < BatchSize ? fetched : BatchSize;
         for (ULONG i = 0; i < fetched; ++i) {
             if (batch[i]) { visit(std::move(batch[i])); }
         }
-        total += fetched != 0 ? fetched : 1; // a server that never delivers anything must end too
+        total += fetched != 0 ? fetched : 1; // also ends endless empty batches
         if (result == S_OK && total >= LXMostElements) {
             XLXError::Raise(E_FAIL, OLESTR("server enumeration does not end"), at);
         }
@@ -245,9 +247,10 @@ HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLoc
     return S_OK;
 }
 
-/// The first element of a server's enumeration that fits; null when none does. Raises a failure with the text.
-/// @param method  the call that gives the enumeration, ask(out)
-/// @param next    the name of the enumeration's RemNext
+/// The first element of a server's enumeration for which `fits` returns true; null if there is none. Raises a failure
+/// of the server with this text.
+/// @param method  name of the method that returns the enumeration, which ask(out) calls
+/// @param next    name of the enumeration's RemNext
 template <ULONG BatchSize, class Element, class Enumerator, class Ask, class Fits>
 XLXComPtr<Element> LXFindListed(const char* method, const char* next, const OLECHAR* failureText,
                                 const LXErrorLocation& at, Ask&& ask, Fits&& fits) {

@@ -21,7 +21,7 @@ HRESULT XLXGroupCache::GetChildGroupEnum(ILXGroupEnum** ppEnum) {
     });
 }
 
-// An empty number is 0.
+// An empty value converts to 0.
 LONG XLXGroupCache::OwnNumber() {
     const auto value = TryRead(MemberGroupNumber);
     const auto number = value ? value->AsLong() : std::nullopt;

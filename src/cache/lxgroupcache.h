@@ -5,16 +5,16 @@
 #include "XLXFormatOwner.h"
 #include "XWeakLink.h"
 
-/// What components want of the type that owns them.
+/// The services that components need from the type that owns them.
 class XGroupOwner {
 public:
     virtual HRESULT GetChildGroupEnum(LONG iGroupNumber, ILXGroupEnum** ppEnum) = 0;
-    /// The server's type; null when there is none.
+    /// The server's type; null if there is none.
     virtual XLXComPtr<ILXType> ServerType() const = 0;
-    /// Reads the values of all components that are stale, with one call. Raises a failure of the server.
+    /// Reads the values of all stale components with one call. Raises a failure of the server.
     virtual void RefillComponents() = 0;
     virtual ULONG STDMETHODCALLTYPE Release() = 0;
-    /// Adds a reference unless the last one is gone already.
+    /// Adds a reference unless the count has reached 0.
     virtual bool TryAddRef() noexcept = 0;
 
 protected:
@@ -33,7 +33,7 @@ public:
 
     // For the owner
 
-    /// Says whose group this is; called once, before the group is handed out. The link keeps nothing alive.
+    /// Sets the weak link to the group's type. Called once, before the group is handed out.
     void SetOwner(XWeakLink<XGroupOwner> owner) noexcept { m_owner = std::move(owner); }
 
 private:

@@ -2,7 +2,7 @@
 #include "XTypeMap.h"
 
 namespace {
-/// Asks for the server's type when its record came without it.
+/// Supplies the server's type if its record came without it.
 class TypeSource final : public XServerSource {
 public:
     TypeSource(XTypeHostPtr host, XLXTextView name) : m_host(std::move(host)), m_name(name) {}
@@ -15,7 +15,7 @@ private:
 
 using Map = XTypeMap::Map;
 
-/// The entry of a type's base; null when it has none, or none that is known.
+/// The entry of a type's base; null if the type has no base or its base is unknown, which adds a message.
 Map::value_type* BaseOf(Map& map, const XTypeMap::Entry& entry, std::vector<XLXText>& messages) {
     if (entry.baseName.empty()) { return nullptr; }
     const auto found = map.find(XLXTextView(entry.baseName));
@@ -24,8 +24,8 @@ Map::value_type* BaseOf(Map& map, const XTypeMap::Entry& entry, std::vector<XLXT
     return nullptr;
 }
 
-// From the top of each chain downwards: what stands above a type's new base has its new bases by then, so that a link
-// which is yet to be replaced cannot seem to close a circle. Errors in single links do not stop the others.
+// Links each chain from the top down. The types above a new base are then already linked, so an outdated link cannot
+// look like a cycle. A link that would close a cycle is cleared and reported; the others are not affected.
 void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages) {
     for (auto& [key, entry] : map) {
         entry.link = XTypeMap::Link::Pending;
@@ -38,7 +38,7 @@ void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages) {
             path.emplace_back(above, BaseOf(map, above->second, messages));
             above = path.back().second;
         }
-        // The type at the end of a path that comes back to itself does without its base.
+        // If the path ends in a cycle, its last type gets no base.
         bool closesCircle = above != nullptr && above->second.link == XTypeMap::Link::OnPath;
         for (; !path.empty(); path.pop_back()) {
             const auto [slot, base] = path.back();
@@ -84,7 +84,7 @@ bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole) {
                             LXManagerAt("AddToTypeCache"));
         }
     }
-    XRetired retired; // these two go after the locks
+    XRetired retired; // this and the next are used after the locks are released
     std::vector<XLXText> messages;
     {
         const std::lock_guard<XLeafMutex> entering(m_entering);
@@ -104,8 +104,8 @@ bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole) {
     return true;
 }
 
-/// Gives the types their records: those that the map has, or new ones. A record that is older than what the map has
-/// loses its name.
+/// Passes each record to the known type of its name, or to a new one. Clears the name of a record that is older than
+/// what the type has, so that Apply skips it.
 void XTypeMap::Refresh(XTypeRecords& records, const Note& noted, XRetired& retired) {
     for (XTypeRecord& record : records) {
         XLXComPtr<XLXTypeCache> type = Find(record.name).type;
@@ -133,7 +133,7 @@ void XTypeMap::Apply(Known& known, XTypeRecords& records) {
         const auto slot = known.map.try_emplace(XCFGStringKey(record.name)).first;
         Entry& entry = slot->second;
         if (record.made) {
-            entry.type.Swap(record.made); // of two records of one name the last counts
+            entry.type.Swap(record.made); // if two records have the same name, the last one counts
         }
         known.index.Set({slot->first.Text()}, entry.type.Get());
         known.negative.erase(slot->first);
@@ -141,7 +141,7 @@ void XTypeMap::Apply(Known& known, XTypeRecords& records) {
     }
 }
 
-/// Forgets the oldest negative answers until no more than that many are left.
+/// Drops the oldest negative answers until at most that many are left.
 void XTypeMap::ForgetNegative(Known& known, std::size_t most) {
     for (; known.oldest.size() > most; known.oldest.pop_front()) {
         known.negative.erase(known.oldest.front());

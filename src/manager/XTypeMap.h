@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// The manager's map of types by name.
+// The manager's map of types by name, with the names that the server does not know.
+//
+// Threading  Thread-safe. Look-ups are lock-free reads. Answers enter one at a time (m_entering); the map's lock is
+//            held only to publish them. No foreign code is called under either lock.
 #ifndef XTYPEMAP_H
 #define XTYPEMAP_H
 
@@ -10,23 +13,23 @@
 
 #include <deque>
 
-/// What types want of the connection that they belong to, and may want when it is over.
+/// What types need from their connection. They may outlive the connection.
 struct XTypeHost {
-    XRefillPtr refill; ///< by which their values are read together
-    /// The server's type of a name; null when there is none, or the connection is over. Raises a failure.
+    XRefillPtr refill; ///< reads the stale values of all types together
+    /// The server's type of that name; null if there is none or the connection is over. Raises failures.
     std::function<XLXComPtr<ILXType>(XLXTextView)> getType;
 };
 using XTypeHostPtr = std::shared_ptr<const XTypeHost>;
 
 class XTypeMap {
 public:
-    /// Names that the server has no type of; of more the oldest are forgotten.
+    /// The limit of negative answers; beyond it the oldest are dropped.
     static constexpr std::size_t MostNegativeAnswers = 10000;
 
-    /// How far a type is while all types are linked to their bases.
+    /// State of a type while all types are being linked to their bases.
     enum class Link : std::uint8_t {
         Pending,
-        OnPath, ///< its base comes first
+        OnPath, ///< waits for its base to be linked
         Done
     };
     struct Entry {
@@ -39,16 +42,16 @@ public:
     explicit XTypeMap(std::shared_ptr<const XTransferModeSupplier> mode) : m_mode(std::move(mode)) {}
 
     struct Answer {
-        bool isFresh = false;         ///< the map holds what the server has
-        bool isKnown = false;         ///< the name was looked for
-        XLXComPtr<XLXTypeCache> type; ///< null: the server has no such type, as far as is known
+        bool isFresh = false;         ///< the map is fresh
+        bool isKnown = false;         ///< the map has the type, or a negative answer for the name
+        XLXComPtr<XLXTypeCache> type; ///< null: negative answer or unknown name
     };
     Answer Find(XLXTextView name) const;
     bool IsFresh() const;
     /// Whether all types were read since the connection began.
     bool IsFilled() const;
 
-    /// What is noted before the server is asked.
+    /// The stamp and the moment that are noted before the server is asked.
     struct Note {
         XStamp stamp;
         XClockPtr clock;
@@ -56,43 +59,44 @@ public:
     };
     Note TakeNote(const XClockPtr& clock) const;
 
-    /// Enters types: a type that the map has already is refreshed in place, all others are added; then every type is
-    /// linked to its base. Objects are made and refreshed without the map's lock, and server objects are released
-    /// with no lock held.
-    /// @param isWhole  these are all types of the server: the map is fresh then, and forgets negative answers
+    /// Enters types: refreshes known ones in place, adds the others, and links every type to its base. Objects are
+    /// created and refreshed without the map's lock; server objects are released with no lock held. Raises E_INVALIDARG
+    /// if a record has no name.
+    /// @param isWhole  the records are all types of the server: the map becomes fresh and drops its negative answers
     /// @return false: the connection of the note is over, and nothing was entered
     bool Enter(XTypeRecords& records, const Note& noted, bool isWhole);
 
-    /// Notes that the server has no type of that name, unless the map knows better or a notification came.
+    /// Records that the server has no type of that name, unless the map has the type or a notification arrived since
+    /// the note was taken.
     void EnterNegative(XLXTextView name, const Note& noted);
 
     /// All types, in key order.
     std::vector<Map::value_type> Types() const;
-    /// Changes whenever the types or their links may have changed.
+    /// A number that changes whenever the types or their links may have changed.
     std::uint64_t Version() const noexcept { return m_version.load(); }
 
     XFillMutex& FillMutex() noexcept { return m_fill; }
     XFillCount& Fills() noexcept { return m_fills; }
 
-    /// From now on answers of the connection with that clock are entered.
-    /// @param host  null: types read for themselves, and have no server objects but those that come with records
+    /// Empties the map and accepts answers of the connection with that clock from now on.
+    /// @param host  null: types are not refilled together, and have a server object only if their record has one
     void Begin(const XClockPtr& clock, XTypeHostPtr host = {});
-    /// Gives the values of records to the types that are there, and of the connection that was asked.
+    /// Passes the values of records to the known types of the connection with that clock.
     void Refill(XTypeRecords& records, const XClockPtr& clock, const std::shared_ptr<const XMoment>& moment) const;
-    /// Terminates every type, empties the map, and enters nothing more, unless the map is of another connection.
+    /// Empties the map, terminates its types, and accepts no more answers. Does nothing if the map belongs to another
+    /// connection.
     void End(const XClockPtr& clock);
 
 private:
-    /// The map, and the way that look-ups take.
     struct Known {
         Map map;
-        XNameIndex<XLXTypeCache*> index;
-        XNameSet negative;                ///< names that the server has no type of
-        std::deque<XCFGStringKey> oldest; ///< the same and former ones, the oldest first
+        XNameIndex<XLXTypeCache*> index;  ///< of the map, for look-ups
+        XNameSet negative;                ///< names that the server does not know
+        std::deque<XCFGStringKey> oldest; ///< the negative names, oldest first; some may be erased from the set
         XStamp stamp;
-        XClockPtr clock; ///< of the connection; null: there is none
+        XClockPtr clock; ///< of the connection; null: no connection
     };
-    /// Whether a stamp is what would be noted now.
+    /// Whether a stamp equals the one that would be noted now.
     bool IsNow(const XStamp& stamp, const Known& known) const noexcept {
         return known.clock && stamp == XStamp{known.clock->Now(XAspect::TypeMap), m_own.Now()};
     }
@@ -104,13 +108,13 @@ private:
     XOwnCount m_own;
     XFillMutex m_fill;
     XFillCount m_fills;
-    XLeafMutex m_entering{XLockLevel::TypeEntry}; // one bulk answer enters at a time
-    XTypeHostPtr m_host;                          // guarded by that
-    std::atomic<std::uint64_t> m_version{1};      // raised under the map's write lock
+    XLeafMutex m_entering{XLockLevel::TypeEntry}; // one answer enters at a time
+    XTypeHostPtr m_host;                          // guarded by m_entering
+    std::atomic<std::uint64_t> m_version{1};      // incremented under the map's write lock
     mutable XCritDataCFC<Known> m_mapType{XLockLevel::TypeMap};
 };
 
-/// The type map to answer from: the manager's, or one made for an answer that arrived after its connection was over.
+/// The type map to answer from: the manager's, or one created for an answer that arrived after its connection was over.
 using XTypeMapPtr = std::shared_ptr<const XTypeMap>;
 
 #endif

@@ -5,8 +5,8 @@ namespace {
 constexpr std::size_t MemberBaseTypeName = 2;
 using NameOf = std::map<ULONG, XLXTextView>;
 
-// The base is named by a property value; a record without that value may still give the base's index, which goes when
-// it was found.
+// The base's name is a property value. A record without that value may give the base's record index instead. An index
+// that was resolved is reset, so that IsBaseMissing reports only unresolved ones.
 void ReadBase(XTypeRecord& record, const NameOf& nameOf) {
     const XLXVariantView name = record.config.values[MemberBaseTypeName];
     if (!name.Empty()) { record.baseName = name.AsText().value_or(XLXText()); }

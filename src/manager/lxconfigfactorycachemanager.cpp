@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: MIT
 //
-// The manager as an object, and the methods that need no further logic.
+// The manager's destructor and its simple methods.
 #include "lxconfigfactorycachemanager.h"
 
 #include "lxtransientpc.h"
 
-// Whoever releases the last reference has no notification coming: the server's reference is gone too. The server is
-// not called any more.
+// With the last reference the server's one is gone too, so no notification can be under way. Does not call the server.
 XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager() {
     m_selfLink.Clear();
     m_ownLink.Clear();
     XLXTransientPC::Disown(*this);
     if (m_connection) { EmptyCaches(m_connection->clock); }
-    m_transferMode->Set(0); // types that outlive the manager deliver what they are asked for and no more
+    m_transferMode->Set(0); // types that outlive the manager fetch only the requested kind
     delete m_pImpl.load();
     XModuleCount::Unlock();
 }

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// XLXConfigFactoryCacheManager: the one creatable object of the component. One class with six faces; its state sits
-// in small classes of its own, its definitions in one file per concern.
+// XLXConfigFactoryCacheManager: the one creatable object of the component. It is one class with six interfaces; small
+// classes hold its state, and each concern has a source file.
 //
 // Ownership  Between initialisation and Terminate the manager has a connection, which holds the server's interfaces
-//            and the manager's own callback face; without Terminate the server's reference to the callback keeps it
-//            alive.
-// Threading  Any thread may call. What is needed of the connection is copied out under a leaf mutex, and called with
-//            no lock held; notifications wait for no fill and no initialisation.
+//            and a reference to the manager's own callback. Without Terminate, that reference and the server's keep
+//            the manager alive.
+// Threading  Any thread may call. The leaf mutex guards the connection; interfaces are copied out of it and called
+//            with no lock held. Notifications wait neither for fills nor for an initialisation.
 #ifndef LXCONFIGFACTORYCACHEMANAGER_H
 #define LXCONFIGFACTORYCACHEMANAGER_H
 
@@ -36,7 +36,7 @@ public:
     static HRESULT RefuseNullFace() noexcept {
         return XLXError::RefusePointer(OLESTR("ppv"), LXManagerAt("QueryInterface"));
     }
-    /// A callback for updates is also a plain one.
+    /// ILXCallback is answered by ILXCallbackUpdate, which derives from it.
     void* FindFace(REFIID iid) noexcept {
         return XUnknown::FindFace(IsEqualIID(iid, LXIid<ILXCallback>()) ? LXIid<ILXCallbackUpdate>() : iid);
     }
@@ -137,11 +137,11 @@ public:
 
     // For the strategies, the relation manager and the registries
 
-    /// The server's config factory; raises E_POINTER when there is none.
+    /// The server's config factory; raises E_POINTER if there is none.
     XLXComPtr<ILXConfigFactory> ConfigFactory(const char* method) const { return Access(method)->configFactory; }
     XTypeMap& Types() noexcept { return m_types; }
     XTransferModeSupplier& TransferMode() noexcept { return *m_transferMode; }
-    /// Enters types of the server. Returns the map to answer from.
+    /// Adds types of the server to the type map. Returns the map to answer from.
     XTypeMapPtr EnterTypes(XTypeRecords& records, const XTypeMap::Note& noted, bool isWhole);
 
     // XRelationHost
@@ -155,9 +155,9 @@ public:
     bool TryAddRef() noexcept override { return TryAddReference(); }
     const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept override { return m_selfLink; }
 
-    /// Reads all types unless they are fresh. The map to answer from, and S_FALSE when the server has nothing.
+    /// Reads all types unless they are fresh. Returns the map to answer from, and S_FALSE if the server has nothing.
     std::pair<XTypeMapPtr, HRESULT> InternalFillTypeMap();
-    /// The single entry for one type by name.
+    /// Answers every query for one type by its name.
     HRESULT InternalLoadType(XLXTextView name, ILXType** ppType);
 
 private:
@@ -170,10 +170,10 @@ private:
     void Unregister(XConnection& connection) noexcept;
     void CreateRelationManager(XConnection& connection);
     XTypeHostPtr MakeTypeHost(const XClockPtr& clock) const;
-    /// A type of the server of that connection; null when there is none, or the connection is over.
+    /// The server's type of that name; null if there is none or the connection with that clock is over.
     XLXComPtr<ILXType> ServerType(const XClockPtr& clock, XLXTextView name) const;
     XRefillPtr MakeRelationsRefill(const XClockPtr& clock) const;
-    /// For who may want the connection's config factory when it is over.
+    /// Supplies the connection's config factory to objects that may outlive the connection.
     XFactorySourcePtr MakeFactorySource(const XClockPtr& clock) const;
     void EmptyCaches(const XClockPtr& clock) noexcept;
 
@@ -182,10 +182,10 @@ private:
     XPCInfos& PCInfos(bool newRelations) noexcept { return newRelations ? m_pcInfosNew : m_pcInfos; }
     HRESULT EnumerateTypes(const char* method, bool searchableOnly, ILXTypeEnum** ppEnum);
     static HRESULT AnswerNumber(const char* method, const OLECHAR* name, LONG* out, LONG number);
-    /// The mode of operation; raises E_POINTER before the first initialisation.
+    /// The strategy of the manager's mode; raises E_POINTER before the first initialisation.
     XLXCFCMngImpl& Impl(const char* method) const;
 
-    /// What is known about the inheritance of types, with the type map filled first.
+    /// The inheritance between types; fills the type map first.
     XTypeInheritanceInfo::InfoPtr Inheritance();
     HRESULT ListDerivedTypes(const char* method, BSTR typeName, bool withItself, LONG* count, BSTR** names);
 
@@ -203,10 +203,10 @@ private:
     XWeakLink<XLXConfigFactoryCacheManager> m_ownLink = XWeakLink<XLXConfigFactoryCacheManager>::To(this);
     const std::shared_ptr<XCallCosts> m_costs = std::make_shared<XCallCosts>();
 
-    XFillMutex m_init; // Init and Terminate, one at a time; never taken by notifications
+    XFillMutex m_init; // serialises Init and Terminate; never taken by notifications
 
     using HostObjects = std::array<XLXComPtr<IUnknown>, 2>;
-    HostObjects m_hostObjects; // guarded as the connection is
+    HostObjects m_hostObjects; // guarded by m_mutex, like the connection
 
     std::atomic<XLXCFCMngImpl*> m_pImpl{nullptr}; // installed once
     std::atomic<bool> m_lInvalid{false};

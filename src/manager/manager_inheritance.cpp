@@ -4,7 +4,8 @@
 #include "lxconfigfactorycachemanager.h"
 
 namespace {
-/// Returns the names in a buffer. The caller frees the buffer and each name. S_FALSE, 0 and null for no names.
+/// Returns the names in a buffer; the client frees the buffer and each name. Without names returns S_FALSE and does not
+/// touch the outputs, which are 0 and null.
 HRESULT HandOutNames(std::vector<XLXComBSTR> list, LONG* count, BSTR** names) {
     if (list.empty()) { return S_FALSE; }
     auto* const buffer = static_cast<BSTR*>(CoTaskMemAlloc(list.size() * sizeof(BSTR)));

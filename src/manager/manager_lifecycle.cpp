@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// How the manager is brought into service and taken out of it.
+// Initialisation, registration of the callback, and Terminate.
 #include "XCountedLock.h"
 #include "lxconfigfactorycachemanager.h"
 
@@ -9,8 +9,8 @@ constexpr const OLECHAR* ModeConflictText =
     OLESTR("initializing the CFC has already be called from serverside and cannot be used in a client application");
 constexpr ULONG AdvicesDesired = 0x100;
 
-/// The interface in a value. A null or empty one is E_POINTER, another value DISP_E_TYPEMISMATCH; a failing query is
-/// returned.
+/// The interface of an object in a value. Returns E_POINTER for a null or empty value, DISP_E_TYPEMISMATCH for a value
+/// of another type, and the failure of QueryInterface.
 template <class T> HRESULT InterfaceIn(const XLXComVariant& value, XLXComPtr<T>& result) {
     if (IUnknown* const object = value.AsUnknown(); object != nullptr) { return LXQuery(*object, result); }
     const VARTYPE type = value.Type();
@@ -26,7 +26,7 @@ void LogOtherServer(const XLXComPtr<ILXConfigFactory>& first, const XLXComPtr<IL
 }
 } // namespace
 
-// The first initialisation decides on the mode, for good.
+// The first initialisation determines the mode for the manager's whole life.
 template <class Impl> void XLXConfigFactoryCacheManager::InstallImpl() {
     XLXCFCMngImpl* impl = m_pImpl.load();
     if (impl == nullptr) {
@@ -36,7 +36,7 @@ template <class Impl> void XLXConfigFactoryCacheManager::InstallImpl() {
     if (dynamic_cast<Impl*>(impl) == nullptr) { XLXError::Raise(E_FAIL, ModeConflictText, LXManagerAt("Initialize")); }
 }
 
-/// What an initialisation was given, read before anything of the manager changes.
+/// The arguments of an initialisation. They are read before the manager changes.
 struct XLXConfigFactoryCacheManager::InitArguments {
     XLXComPtr<ILXConfigFactory> factory;
     XLXComPtr<ILX_Query> query;
@@ -46,9 +46,9 @@ struct XLXConfigFactoryCacheManager::InitArguments {
     bool separateCallback = false;
     std::optional<LONG> transferMode{};
 
-    /// Takes a service under its name among the named values. The query alone may be left out.
+    /// Stores the service with that name. Only the query may be null or empty.
     HRESULT TakeNamed(XLXTextView name, const VARIANT& value);
-    /// Reads the values of a client's initialisation, by reference or not. Raises what is wrong with one.
+    /// Reads the values of a client's initialisation; VT_BYREF values are dereferenced. Raises if one is invalid.
     void Read(ULONG count, const VARIANT* values);
 };
 
@@ -126,7 +126,8 @@ HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values) {
     });
 }
 
-// A second initialisation changes nothing. While another one is on its way nobody can say yet whose server it is.
+// A second initialisation changes nothing. While another one is in progress, its server is not known yet, so a
+// different server cannot be logged.
 HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments) {
     const LXErrorLocation at = LXManagerAt("Init");
     const XFill init(m_init, &m_init, XFillKind::Lifecycle);
@@ -138,13 +139,13 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments) {
     }
     XLXError::CheckPointer(arguments.factory.Get(), OLESTR("pConfigFactory"), at);
     const XConnectionPtr connection = Begin(arguments);
-    // Nobody calls Terminate on a manager that did not initialise, and the server's reference to the callback would
-    // keep it alive.
+    // After a failure the callback is unregistered: nobody calls Terminate on a manager that failed to initialise, and
+    // the server's reference to the callback would keep it alive.
     const auto unregister = [this](XConnection* begun) { Unregister(*begun); };
     std::unique_ptr<XConnection, decltype(unregister)> unlessDone(connection.get(), unregister);
     if (!arguments.noNotifications) {
         RegisterCallback(*connection, arguments.update.Get(), arguments.clientMode && arguments.separateCallback);
-        // Nobody was told of edits until here: what other threads have loaded meanwhile may be stale.
+        // No edits were reported before the registration, so data that other threads have loaded may be stale.
         connection->clock->Advance(XAspectSet::All());
     }
     const HRESULT filled = LXRaisedAt(at, [&] { return InternalFillTypeMap().second; });
@@ -184,8 +185,8 @@ XRefillPtr XLXConfigFactoryCacheManager::MakeRelationsRefill(const XClockPtr& cl
     });
 }
 
-// The locks of the process go off with the first initialisation in server mode whose arguments are accepted. The caches
-// take answers of the new connection before anybody can ask through it.
+// The caches accept answers of the new connection before anybody can ask through it. In server mode the locks of the
+// process are turned off once the arguments are accepted.
 XConnectionPtr XLXConfigFactoryCacheManager::Begin(const InitArguments& arguments) {
     const auto connection = std::make_shared<XConnection>(arguments.factory, arguments.query);
     const auto begin = [&](auto&... caches) { (caches.Begin(connection->clock), ...); };
@@ -218,7 +219,7 @@ void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILX
         check(made.separateCallback->QueryInterface(LXIid<ILXCallbackUpdate>(), made.callback.PutVoid()),
               OLESTR("m_pMTACallbackUpdate -> QueryInterface"));
     }
-    // These calls are small: they also say what a call costs, before any value is read.
+    // The calls below do little work, so their times measure the cost of a call before any value is read.
     LXServerCall("ILXDataUpdate::RegisterCallback");
     HRESULT result = m_costs->Timed([&] {
         return update->RegisterCallback(computer.Get(), GetCurrentProcessId(), made.callback.Get(), &made.clientId);
@@ -241,8 +242,8 @@ void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILX
     check(result, OLESTR("RegisterCallback()"));
 }
 
-// Takes the registration first, so that it is taken back once, whoever comes. The server may wait in UnregisterCallback
-// for notifications that are under way: nothing is held then.
+// Takes the registration out of the connection first, so that concurrent callers unregister only once. The server may
+// wait in UnregisterCallback for notifications in progress, so no lock is held across that call.
 void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept {
     XConnection::Registration taken;
     {
@@ -258,7 +259,8 @@ void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept 
     }
 }
 
-// A relation manager that cannot load is logged and kept: its questions answer what there is.
+// If the relations cannot be loaded, the failure is logged and the relation manager is kept; its queries return what it
+// has.
 void XLXConfigFactoryCacheManager::CreateRelationManager(XConnection& connection) {
     const auto relations = std::make_shared<XLXPCPartCacheMng>(
         *this, connection.clock, MakeRelationsRefill(connection.clock), MakeFactorySource(connection.clock));
@@ -278,8 +280,8 @@ HRESULT XLXConfigFactoryCacheManager::AttachHostObjects(IUnknown* pHostObjectA, 
     return S_OK;
 }
 
-// Each step goes on when the one before failed; every container is emptied under its lock and its objects are
-// terminated outside it. What belongs to another connection stays.
+// Logs the failure of a step and continues with the next one. Each container is emptied under its lock, and its objects
+// are terminated outside it. Data of another connection stays.
 void XLXConfigFactoryCacheManager::EmptyCaches(const XClockPtr& clock) noexcept {
     const auto end = [&clock](const OLECHAR* failureText, auto& cache) {
         XLXError::LogFailure(failureText, LXManagerAt("Terminate"), [&] { cache.End(clock); });
@@ -293,8 +295,8 @@ void XLXConfigFactoryCacheManager::EmptyCaches(const XClockPtr& clock) noexcept 
     end(OLESTR("clearing the plan types failed"), m_planTypes);
 }
 
-// The connection ends first: what arrives from then on is entered nowhere. A server may end the cache from inside a
-// call: that does not wait for who initialises meanwhile.
+// Ends the connection first, so that answers that arrive later are not cached. A server may call Terminate from inside
+// a call of the cache; then Terminate does not wait for an initialisation in progress.
 HRESULT XLXConfigFactoryCacheManager::Terminate() {
     return XLXError::Guarded(LXManagerAt("Terminate"), [&]() -> HRESULT {
         XConnectionPtr ended;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Change notifications: they advance the connection's clock for the aspects that they concern. They touch no cached
-// data and wait for nobody; the next read asks the server.
+// Change notifications. They advance the connection's clock for the aspects that they concern, touch no cached data and
+// take no lock but the leaf mutex. The next read asks the server.
 #include "lxconfigfactorycachemanager.h"
 
 namespace {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// Questions for types.
+// Queries for types.
 #include "lxconfigfactorycachemanager.h"
 
 namespace {
-/// The type name of an object of the database. A failure of the object is returned.
+/// Asks a data object for its type name. Returns a failure of the object.
 HRESULT TypeNameOf(ILX_BaseDataObject* object, const char* method, XLXComBSTR& name) {
     XLXError::CheckPointer(object, OLESTR("pObject"), LXManagerAt(method));
     return LXAskTypeName(*object, name);
@@ -79,7 +79,7 @@ std::pair<XTypeMapPtr, HRESULT> XLXConfigFactoryCacheManager::InternalFillTypeMa
     const XFill fill(m_types.FillMutex(), &m_types);
     const bool isServed = m_types.Fills().IsServed(begun) && m_types.IsFilled();
     if (fill.IsReentered() || isServed || m_types.IsFresh()) {
-        return {own, S_OK}; // a server that asks back while it is being asked gets what is there
+        return {own, S_OK}; // a server that calls back during the fill gets the present types
     }
     XTypeMapPtr filled;
     m_types.Fills().Run(fill, [&] {
@@ -89,7 +89,7 @@ std::pair<XTypeMapPtr, HRESULT> XLXConfigFactoryCacheManager::InternalFillTypeMa
     return filled ? std::pair(filled, S_OK) : std::pair(own, S_FALSE);
 }
 
-// An answer that arrives after its connection is over is given to whoever asked, and entered nowhere.
+// An answer whose connection is over is not cached: its types go into a map of their own, for this caller only.
 XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(XTypeRecords& records, const XTypeMap::Note& noted, bool isWhole) {
     if (m_types.Enter(records, noted, isWhole)) { return XTypeMapPtr(XTypeMapPtr(), &m_types); }
     const auto apart = std::make_shared<XTypeMap>(m_transferMode);
@@ -131,14 +131,14 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByTypeNames(LONG count, BSTR* typ
         if (records) { EnterTypes(*records, noted, false); }
         for (const BSTR name : names) {
             if (const XLXTextView text = LXBstrView(name); !text.empty()) {
-                m_types.EnterNegative(text, noted); // for those that did not come
+                m_types.EnterNegative(text, noted); // does nothing for the names that were delivered
             }
         }
         return records ? S_OK : S_FALSE;
     });
 }
 
-// The new type is wrapped and handed out; it enters the map when the server reports it.
+// Wraps the new type for the caller only. It enters the map after the server has reported it.
 HRESULT XLXConfigFactoryCacheManager::AddType(ILXType** ppType) {
     const LXErrorLocation at = LXManagerAt("AddType");
     return LXAnswer(at, OLESTR("ppType"), ppType, [&] {

@@ -11,7 +11,7 @@ constexpr int MemberTypeName = 0;
 constexpr int MemberBaseTypeName = 2;
 constexpr int MemberSearchable = 14;
 
-/// A property of a server's type as a text; empty when it has none. A failure is raised.
+/// A property of a server's type as a text; empty if it has none. Raises failures.
 XLXText TextOf(ILXType& server, int member) {
     XLXComVariant value;
     XLXError::RaiseIfFailed(LXAskProperty(server, member, value), OLESTR("a property of a server type cannot be read"),
@@ -25,7 +25,7 @@ XTypeRecord RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name) {
     record.baseName = TextOf(*server, MemberBaseTypeName);
     record.config.object = server;
     record.listed = true;
-    XLXComVariant searchable; // a type that does not say is not
+    XLXComVariant searchable; // a type without this property is not searchable
     record.searchable =
         LXAskProperty(*server, MemberSearchable, searchable) == S_OK && searchable.AsBool().value_or(false);
     return record;
@@ -53,8 +53,7 @@ XTypeMapPtr XLXCFCMngImplServer::FillTypeCache() {
     return m_manager.EnterTypes(records, noted, true);
 }
 
-// Walks up the chain of bases to one that is cached, then enters the whole chain. It must not come back to a type that
-// is in it.
+// Walks up the chain of bases to the first cached one, then enters the whole chain. Raises if the chain has a cycle.
 XLXComPtr<XLXTypeCache> XLXCFCMngImplServer::FetchType(XLXTextView name) {
     const LXErrorLocation at = LXManagerAt("FetchTypeServerImpl");
     XTypeMap& types = m_manager.Types();
@@ -125,7 +124,7 @@ void XLXCFCMngImplClient::RefillTypes(const XClockPtr& clock) {
     }
 }
 
-// The type comes alone first; when its base is not cached, the whole chain of bases is read with it.
+// Reads the type alone first. If its base is not cached, reads the type again together with its whole chain of bases.
 XLXComPtr<XLXTypeCache> XLXCFCMngImplClient::FetchType(XLXTextView name) {
     XTypeMap& types = m_manager.Types();
     const LXErrorLocation at = LXManagerAt("FetchTypeClientImpl");
@@ -164,7 +163,7 @@ LONG XLXCFCMngImplClient::NamedLoadMode(bool includeTypeAttributes) const {
     return includeTypeAttributes ? BulkMode() & LXTM_ATTRIBUTES : BulkMode();
 }
 
-// What changes below an attribute concerns the attribute too, and a changed set of attributes the type.
+// A change below an attribute also concerns the attribute, and a change of the attribute set also concerns the type.
 LONG XLXCFCMngImplClient::TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept {
     if (kind != OLESTR("objects")) { return mode; }
     if ((mode & LXUM_ATTRIBUTES) != 0) { mode |= LXUM_TYPES; }

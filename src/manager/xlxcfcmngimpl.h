@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The two modes of the manager. It never asks which mode it is in; it calls the strategy that the first
-// initialisation installed.
+// The two modes of the manager, as strategies. The first initialisation installs one. No other code of the manager
+// depends on the mode.
 #ifndef XLXCFCMNGIMPL_H
 #define XLXCFCMNGIMPL_H
 
@@ -17,24 +17,23 @@ public:
     XLXCFCMngImpl& operator=(const XLXCFCMngImpl&) = delete;
     virtual ~XLXCFCMngImpl() = default;
 
-    /// Reads all types of the server. Returns the map to answer from; null when the server has nothing.
+    /// Reads all types of the server. Returns the map to answer from; null if the server has nothing.
     virtual XTypeMapPtr FillTypeCache() = 0;
-    /// Fetches one type; null when the server has no such type.
+    /// Fetches one type; null if the server has no such type.
     virtual XLXComPtr<XLXTypeCache> FetchType(XLXTextView name) = 0;
-    /// Reads the values of all types and their components of the connection with that clock, with one call. Raises a
-    /// failure of the server.
+    /// Reads the values of all types of the connection with that clock, and of their components, with one call. Raises
+    /// a failure of the server.
     virtual void RefillTypes(const XClockPtr& clock) = 0;
-    /// The data transfer mode of a bulk read of named types.
+    /// The data transfer mode for a bulk read of named types.
     virtual LONG NamedLoadMode(bool includeTypeAttributes) const = 0;
-    /// Adjusts a notification before it is handled. Returns the update mode to handle it with.
+    /// Translates the update mode of a notification before it is handled.
     virtual LONG TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept = 0;
 
 protected:
     XLXConfigFactoryCacheManager& m_manager;
 };
 
-/// Inside the server's process: the server's own types are wrapped. Reading, linking and fetching are serialised by
-/// the host.
+/// Server mode: wraps the server's own types. The host serialises all calls.
 class XLXCFCMngImplServer final : public XLXCFCMngImpl {
 public:
     using XLXCFCMngImpl::XLXCFCMngImpl;
@@ -46,7 +45,7 @@ public:
     LONG TranslateUpdateFlags(XLXTextView, LONG mode) const noexcept override { return mode; }
 };
 
-/// Inside an application: types arrive in bulk.
+/// Client mode: reads types in bulk.
 class XLXCFCMngImplClient final : public XLXCFCMngImpl {
 public:
     explicit XLXCFCMngImplClient(XLXConfigFactoryCacheManager& manager);

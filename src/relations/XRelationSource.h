@@ -8,12 +8,12 @@
 #include <array>
 #include <functional>
 
-/// The config factory of a connection; null when that is over.
+/// Returns the config factory of a connection; null if that connection is over.
 using XFactorySource = std::function<XLXComPtr<ILXConfigFactory>()>;
 using XFactorySourcePtr = std::shared_ptr<const XFactorySource>;
 
-/// Asks the server's config factory for a relation whose record came without an object: for the relations of its parent
-/// type, of which one has the other two names.
+/// Supplies the server object of a relation whose record came without one. Searches the server's enumeration of the
+/// parent type's relations for the one with the other two names.
 class XRelationSource final : public XServerSource {
 public:
     /// @param names  parent type, child type, child list

@@ -22,8 +22,8 @@ HRESULT XLXParentChildCache::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo)
                     [&] { return LXHandOut(FindPCInfo(LXBstrView(bstrBrowserId)), ppPCInfo); });
 }
 
-// The browser that a PC info shows is read from the PC info: it may have changed since the map was made. One that
-// cannot be read ends the search.
+// Reads the browser from each PC info, because it may have changed since the map was loaded. A PC info that cannot be
+// read ends the search.
 XLXComPtr<XLXPCInfoCache> XLXParentChildCache::FindPCInfo(XLXTextView browserId) {
     const XLXText wanted = LXLowerCase(browserId);
     const PCInfoMapPtr infos = LoadPCInfos();
@@ -50,8 +50,8 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos() {
             LXKeepFailure(failure, [&] { FetchPCInfos(*fresh, moment); });
             return fresh;
         },
-        // The relation passes a notification that comes straight to it on to the PC infos in the map. Those that are
-        // published after one that came while they were on their way would miss it.
+        // New PC infos missed a direct notification to the relation that arrived after the moment; comparing the
+        // owner's number makes up for that.
         [&](const PCInfoMap& map, const PCInfoMapPtr& former) {
             LXReplaceMap(former.get(), map);
             for (const auto& [browser, info] : map) {
@@ -63,7 +63,7 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos() {
     return infos ? infos : PCInfoMapPtr(PCInfoMapPtr(), &none);
 }
 
-// A PC info that is there already for its browser stays the same object: whoever holds it reads the new values.
+// A known PC info is refreshed in place, because clients may hold it.
 void XLXParentChildCache::FetchPCInfos(PCInfoMap& fresh, const XMoment& moment) const {
     const LXErrorLocation at = TheFacts.At("LoadPCInfos");
     const PCInfoMapPtr former = m_pcInfos.Held();
@@ -79,7 +79,7 @@ void XLXParentChildCache::FetchPCInfos(PCInfoMap& fresh, const XMoment& moment) 
         XVariantRow values;
         const HRESULT read = LXWithoutRaising([&] { return LXFetchProperties(*info, at, values); });
         auto key = read == S_OK ? XCFGStringKey::Of(values[MemberPCInfoBrowser]) : std::nullopt;
-        if (key) // without its browser there is no key to find it by
+        if (key) // a PC info without a browser could never be found
         {
             LXEnterRecord(former.get(), fresh, std::move(*key), std::move(info), std::move(values), moment, Clock(),
                           retired);

@@ -15,7 +15,8 @@ enum LXRelationMember : int {
     LXRM_NAMESHORT = 21
 };
 
-/// A relation: which type may stand below which, in which child list, with how each browser shows it.
+/// A relation: which child type is allowed below which parent type, in which child list, with the PC infos that define
+/// how each browser shows it.
 class XLXParentChildCache final
     : public XLXConfigObjectCache<XLXParentChildCache, XCachedFacts::ParentChild, ILXParentChild> {
 public:
@@ -29,11 +30,11 @@ public:
 
     // For the owner
 
-    /// The PC info of a browser, whose id is compared without regard to case; null when there is none.
+    /// The PC info of a browser, compared case-insensitively; null if there is none.
     XLXComPtr<XLXPCInfoCache> FindPCInfo(XLXTextView browserId);
     bool HasPCInfos();
 
-    /// Drops the PC infos; the next request asks for them again.
+    /// Drops the PC infos; the next query loads them again.
     void Terminate() noexcept { const auto former = m_pcInfos.Clear(); }
 
 private:
@@ -43,8 +44,8 @@ private:
 
     void AdvanceParts() noexcept { m_pcInfos.Advance(); }
     void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
-    /// The PC infos, read from the server unless they are fresh; none while the thread is reading them. A relation
-    /// whose server cannot list them counts as having none, until a notification says otherwise.
+    /// The PC infos, loaded unless they are fresh; empty if the thread is already loading them. If the server cannot
+    /// list them, the relation has none until the next notification.
     PCInfoMapPtr LoadPCInfos();
     void FetchPCInfos(PCInfoMap& fresh, const XMoment& moment) const;
 

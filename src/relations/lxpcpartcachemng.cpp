@@ -8,7 +8,7 @@
 using XLXCFCDataTransfer::XILXPCData;
 
 namespace {
-/// The child list that a caller's name means.
+/// The child list for a name that a client passed: "@@nodes" is an alias.
 XLXTextView ListName(XLXTextView name) noexcept {
     return name == OLESTR("@@nodes") ? XLXTextView(XLXTransientPC::ChildList) : name;
 }
@@ -30,12 +30,12 @@ XLXPCPartCacheMng::~XLXPCPartCacheMng() {
     if (const MapPtr former = m_relations.End({m_clock, XAspect::Relations})) { TerminateDropped(*former, Map()); }
 }
 
-// After a failure there are no relations, and no further attempt, until a notification comes.
+// A failure is published too: until the next notification there are no relations and no further attempts.
 XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Load() {
     if (MapPtr fresh = m_relations.Fresh()) { return fresh; }
     const auto factory = m_host.ConfigFactoryOf(m_clock, "InternalFillParentChildMap");
     std::exception_ptr failure;
-    MapPtr refreshed; // whose relations the answer refreshes
+    MapPtr refreshed; // the map whose relations the answer refreshes
     MapPtr replaced;
     MapPtr map = m_relations.Load(
         {m_clock, XAspect::Relations},
@@ -51,7 +51,7 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Load() {
         },
         [&](const Map& loaded, const MapPtr& former) {
             replaced = former;
-            if (former != refreshed) // another load came between: it may have dropped some
+            if (former != refreshed) // a parallel load published meanwhile and may have dropped some
             {
                 for (const auto& [names, entry] : loaded.inOrder) {
                     entry.relation->Attach();
@@ -103,8 +103,8 @@ void XLXPCPartCacheMng::RefillRelations() const {
     }
 }
 
-// The values are read from the record, so that loading asks the server once and not once for each relation. Of several
-// records with the same names the last one counts, and there is one relation for them.
+// Reads names and flags from the record, so that loading needs no call for each relation. Records with the same names
+// share one relation; the last of them counts.
 void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* former, const XMoment& moment,
                                     XRetired& retired) const {
     const auto value = [&](std::size_t member, const OLECHAR* failureText, int line) {
@@ -139,8 +139,8 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* form
                     {std::move(relation), ppr.value_or(0) != 0, internal.value_or(false)});
 }
 
-// Both maps are in the same order. Who still holds a dropped relation goes on reading its values. Allocates nothing, so
-// that shutdown cannot fail.
+// Both maps have the same order. A dropped relation is detached, so that clients that hold it can still read its
+// values. Allocates nothing, so that shutdown cannot fail.
 void XLXPCPartCacheMng::TerminateDropped(const Map& former, const Map& kept) noexcept {
     auto next = kept.inOrder.begin();
     for (const auto& [names, entry] : former.inOrder) {
@@ -154,7 +154,7 @@ void XLXPCPartCacheMng::TerminateDropped(const Map& former, const Map& kept) noe
     }
 }
 
-// ---- asking
+// ---- queries
 
 XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Loaded() {
     static const Map none;
@@ -162,7 +162,7 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Loaded() {
     return MapPtr(MapPtr(), &none);
 }
 
-// The relations that are asked for stand in a row, and empty names come first in the order.
+// The requested relations are contiguous, and empty names come first in the order.
 template <class Visit>
 void XLXPCPartCacheMng::VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit) {
     const MapPtr relations = Loaded();
@@ -198,7 +198,7 @@ void XLXPCPartCacheMng::VisitShown(XLXTextView parentType, XLXTextView childType
     }
 }
 
-/// Whether a browser (empty: any) shows what plan types allow.
+/// Whether a browser (empty: any) shows the relations that plan types allow.
 bool XLXPCPartCacheMng::ShowsPlanTypes(XLXTextView browserId, bool newOnly) {
     XLXComPtr<ILXPCInfo> info;
     XLXComPtr<ILXPCInfoEnum> infos;
@@ -218,7 +218,7 @@ XLXPCPartCacheMng::Relations XLXPCPartCacheMng::CollectWithBases(XLXTextView par
                                                                  LONG filter) {
     std::vector<XLXText> levels = m_host.BaseTypeNames(parentType);
     levels.insert(levels.begin(), XLXText(parentType));
-    std::map<std::pair<XCFGStringKey, XCFGStringKey>, const XLXText*> nearest; // the level, by child and list
+    std::map<std::pair<XCFGStringKey, XCFGStringKey>, const XLXText*> nearest; // nearest level by child and list
     Relations relations;
     for (const XLXText& level : levels) {
         VisitShown(level, {}, browserId, filter, [&](const auto& child, const auto& list, auto&& relation) {

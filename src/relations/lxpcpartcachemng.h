@@ -2,12 +2,12 @@
 //
 // XLXPCPartCacheMng: all relations of the server, by parent type, child type and child list.
 //
-// They are loaded once, with one bulk read, and again after a notification says that they changed; relations that
-// come again stay the same objects. Questions are answered, and PC infos asked for, with no lock held.
+// One bulk read loads them on first use and after a notification that concerns them. Relations that are delivered again
+// keep their objects. Queries run, and request PC infos, with no lock held.
 //
-// Threading  Any thread may call. The map's lock is held for copying and swapping the pointer to it alone.
+// Threading  Any thread may call. The lock guards only the pointer to the immutable map.
 // Lifetime   One for each connection.
-// Errors     A failing load raises; whoever asks stands at a boundary.
+// Errors     A failing load raises an XLXException; callers are within XLXError::Guarded.
 #ifndef LXPCPARTCACHEMNG_H
 #define LXPCPARTCACHEMNG_H
 
@@ -28,33 +28,33 @@ class XLXPCPartCacheMng final {
 public:
     using Relations = std::vector<XLXComPtr<ILXParentChild>>;
 
-    /// @param host    outlives every question
-    /// @param refill  by which the relations' values are read together: with RefillRelations; null: one by one
-    /// @param source  of the server objects of relations whose records come without
+    /// @param host    must outlive every query
+    /// @param refill  reads the relations' stale values together, with RefillRelations; null: they are read one by one
+    /// @param source  supplies the config factory, to ask for server objects that records did not bring
     XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock, XRefillPtr refill = {}, XFactorySourcePtr source = {});
     XLXPCPartCacheMng(const XLXPCPartCacheMng&) = delete;
     XLXPCPartCacheMng& operator=(const XLXPCPartCacheMng&) = delete;
     ~XLXPCPartCacheMng();
 
-    /// Loads the relations unless they are loaded. A failure is raised once, and there are no relations then until a
-    /// notification says that they changed.
+    /// Loads the relations unless they are fresh. A failure is raised once; queries then find no relations until the
+    /// next notification that concerns them.
     void InternalFillParentChildMap() { (void)Load(); }
 
-    /// Reads the values of all relations that are there, with one call. Raises a failure of the server.
+    /// Reads the values of all existing relations with one call. Raises a failure of the server.
     void RefillRelations() const;
 
-    /// The relations from a parent type to a child type (empty: any) that a browser shows (empty: all) and a filter
-    /// (LXPCFilter) lets through. With both types empty all of them.
+    /// The relations from a parent type to a child type (empty: any) that a browser shows (empty: any browser) and that
+    /// pass a filter (LXPCFilter). With both types empty, considers all relations.
     Relations Collect(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter);
-    /// The same for a type and its base types, nearest first. A base's relation to a child in a child list is left out
-    /// when something nearer has one.
+    /// The same for a type and its base types, nearest first. A relation to a child type in a child list hides those of
+    /// farther base types to the same child type in the same list.
     Relations CollectWithBases(XLXTextView parentType, XLXTextView browserId, LONG filter);
 
-    // S_FALSE, and nothing handed out: there is no such relation
+    // The following return S_FALSE, and null, if there is no such relation.
 
-    /// @param internal  one that is internal to the system counts too
+    /// @param internal  whether to include relations that are internal to the system
     HRESULT PPRRelationExists(XLXTextView parentType, XLXTextView childType, bool internal);
-    /// The first relation of a parent type in a child list.
+    /// The first relation of a parent type in a child list, in the order of child types.
     HRESULT First(XLXTextView parentType, XLXTextView childList, ILXParentChild** out);
     /// The relation with these names.
     HRESULT Single(XLXTextView parentType, XLXTextView childType, XLXTextView childList, ILXParentChild** out);
@@ -72,15 +72,15 @@ private:
         bool ppr = false;
         bool systemInternal = false;
     };
-    /// The relations in order, and by their three names for look-ups.
+    /// The relations in order, and an index by their three names.
     struct Map {
         XSortedMap<Names, Entry> inOrder;
         XNameIndex<XLXParentChildCache*, 3> byNames;
-        bool answers = true; ///< false: the last load failed; the relations wait to be refreshed
+        bool answers = true; ///< false: the last load failed; the relations are kept only to be refreshed later
     };
-    using MapPtr = std::shared_ptr<const Map>; // a map that is in use never changes
+    using MapPtr = std::shared_ptr<const Map>; // immutable once published
 
-    // Loading: the fill mutex is held but for the first and the last
+    // Loading
     MapPtr Load();
     void LoadAllPCRelation(ILXConfigFactory& factory, const Map* former, Map& fresh);
     static std::vector<XLXCFCDataTransfer::XILXPCData> AskForRelations(ILXConfigFactory& factory);
@@ -88,12 +88,12 @@ private:
                      XRetired& retired) const;
     static void TerminateDropped(const Map& former, const Map& kept) noexcept;
 
-    // Asking
-    /// The relations to answer from, loaded first when needed.
+    // Queries
+    /// The relations to answer from, loaded unless fresh; an empty map after a failed load.
     MapPtr Loaded();
-    /// Calls visit(names, entry) for the relations between two types as with Collect, until it answers false.
+    /// Calls visit(names, entry) for the relations between two types, as in Collect, until it returns false.
     template <class Visit> void VisitRelations(XLXTextView parentType, XLXTextView childType, Visit&& visit);
-    /// Calls take(child, list, relation) for what Collect collects.
+    /// Calls take(child, list, relation) for the relations that Collect returns.
     template <class Take>
     void VisitShown(XLXTextView parentType, XLXTextView childType, XLXTextView browserId, LONG filter, Take&& take);
     bool ShowsPlanTypes(XLXTextView browserId, bool newOnly);

@@ -8,15 +8,15 @@
 #include <atomic>
 #include <cstdint>
 
-/// What a fill is for.
+/// The purpose of a fill.
 enum class XFillKind : unsigned char {
-    Asking,   ///< the server is asked for what a holder holds
-    Lifecycle ///< a manager is initialised or terminated
+    Asking,   ///< asks the server for a holder's data
+    Lifecycle ///< initialises or terminates a manager
 };
 
-/// A mutex whose waiters come before those who come later. The system wakes a waiter when the mutex becomes free, and
-/// a thread that fills again and again would be back before he runs: whoever finds the mutex free while somebody waits
-/// leaves it to him for a while.
+/// A mutex that prefers threads that already wait. When it becomes free, the system wakes a waiter, but a thread that
+/// locks it again and again would take it before the waiter runs. So a thread that finds the mutex free while others
+/// wait pauses briefly before it tries to lock it.
 template <class Policy = XSystemSync> class XBasicFillMutex {
 public:
     void lock() noexcept {
@@ -42,33 +42,32 @@ private:
     static constexpr int MostPauses = 20;
 
     typename Policy::Mutex m_mutex;
-    std::atomic<std::uint16_t> m_waiting{0}; // these two only say who goes first
+    std::atomic<std::uint16_t> m_waiting{0}; // these two affect only the order of threads, not correctness
     std::atomic<bool> m_isHeld{false};
 };
 
-/// The right to ask the server for a holder. Held across calls to the server, never taken by a notification.
+/// The right to ask the server for a holder's data. Held across calls to the server, never taken by a notification.
 ///
-/// The server may call back while it is being asked. So each thread keeps a list of the holders that it is asking
-/// for:
-/// - A thread that comes to a holder on its list is told so: it answers with what is there.
-/// - For another holder, a thread that is asking already never waits: when the mutex is busy elsewhere, it asks the
-///   server itself, beside the one that has the mutex. So nobody waits while somebody waits for it, whatever the
-///   order in which servers ask back, and there is no order among the mutexes.
-/// - All others wait for the mutex.
+/// The server may call back while it answers. So each thread keeps a list of the holders that it is asking for:
+/// - If the holder is on the thread's list, re-entry succeeds and is reported; the caller uses the present data.
+/// - If the thread is asking for other holders, it does not wait: if another thread has the mutex, it asks the server
+///   itself, in parallel. So a thread that others wait for never waits itself, in whatever order servers call back, and
+///   the mutexes need no order.
+/// - Otherwise the thread waits for the mutex.
 template <class Policy = XSystemSync> class XBasicFill {
 public:
     using Mutex = XBasicFillMutex<Policy>;
 
-    /// @param mutex   of the holder; several holders may share one
-    /// @param holder  compared only
+    /// @param mutex   the holder's mutex; several holders may share one
+    /// @param holder  identifies the holder; never dereferenced
     XBasicFill(Mutex& mutex, const void* holder, XFillKind kind = XFillKind::Asking) noexcept
         : m_mutex(mutex), m_holder(holder), m_kind(kind), m_next(List()) {
-        bool isOwned = false; // the thread has the mutex, for another holder
+        bool isOwned = false; // the thread holds the mutex for another holder
         bool isAsking = false;
         for (const XBasicFill* fill = m_next; fill != nullptr; fill = fill->m_next) {
             m_reentered = m_reentered || fill->m_holder == holder;
             isOwned = isOwned || (fill->m_locked && &fill->m_mutex == &mutex);
-            // Whoever initialises may wait for an answer, but not for somebody else's initialisation.
+            // A thread that initialises may wait for a fill, but not for another initialisation.
             isAsking = isAsking || fill->m_kind == XFillKind::Asking || kind == XFillKind::Lifecycle;
         }
         if (!m_reentered && !isOwned) { Acquire(isAsking); }
@@ -82,10 +81,10 @@ public:
         XLockPlace(XLockLevel::Fill).Leave(&m_mutex);
     }
 
-    /// The thread is asking for this holder already.
+    /// Whether the thread is already asking for this holder.
     bool IsReentered() const noexcept { return m_reentered; }
     bool HasMutex() const noexcept { return m_locked; }
-    /// The mutex is held by another thread, and this one could not wait for it.
+    /// Whether another thread holds the mutex and this one must not wait for it.
     bool IsBusyElsewhere() const noexcept { return m_busy; }
 
 private:
@@ -97,7 +96,7 @@ private:
             m_busy = !m_locked;
             return;
         }
-        XLockPlace(XLockLevel::Fill).Enter(&m_mutex); // a mutex that is not waited for has no place in the order
+        XLockPlace(XLockLevel::Fill).Enter(&m_mutex); // not for try_lock, which cannot deadlock
         m_mutex.lock();
         m_locked = true;
     }
@@ -105,25 +104,26 @@ private:
     Mutex& m_mutex;
     const void* const m_holder;
     const XFillKind m_kind;
-    const XBasicFill* const m_next; // the thread's fill around this one
+    const XBasicFill* const m_next; // the thread's enclosing fill
     bool m_reentered = false;
     bool m_busy = false;
     bool m_locked = false;
 };
 
-/// Counts the fills of a holder, so that whoever had to wait takes the answer of one that began after the question,
-/// even when a notification overtook it: nobody waits for more than the fill that is under way and the one after it,
-/// however fast notifications come.
+/// Counts the fills of a holder. A thread that had to wait takes the answer of a fill that began after its query, even
+/// if a notification overtook that answer. So no thread waits for more than the fill in progress and the next one,
+/// however fast notifications arrive.
 template <class Policy = XSystemSync> class XBasicFillCount {
 public:
-    /// To be noted when the question comes, before anybody is waited for.
+    /// The number of fills that have begun. Read it when the query arrives, before waiting.
     std::uint32_t Begun() const noexcept { return m_begun.load(std::memory_order_acquire); }
-    /// Whether a fill has ended with an answer that began after that many.
+    /// Whether a fill that began after the first `begun` ones has succeeded.
     bool IsServed(std::uint32_t begun) const noexcept {
         return static_cast<std::int32_t>(m_served.load(std::memory_order_acquire) - begun) > 0;
     }
 
-    /// Runs one fill. With the mutex of the fill held it is counted; it serves others when fill() returns true.
+    /// Runs fill(). Counts it only if the thread holds the mutex; then waiting threads use its answer if it returns
+    /// true.
     template <class Fill> void Run(const XBasicFill<Policy>& held, Fill&& fill) {
         if (!held.HasMutex()) {
             (void)fill();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The one protocol by which something is loaded from the server and kept while it is fresh.
+// The load protocol: how data is loaded from the server as a whole and cached while it is fresh.
 #ifndef XLOADED_H
 #define XLOADED_H
 
@@ -12,7 +12,8 @@
 #include <mutex>
 #include <optional>
 
-/// Where a holder's time comes from: an aspect of a connection's clock. Without an aspect only the own count counts.
+/// The time by which a holder becomes stale: an aspect of a connection's clock. Without an aspect, only the own count
+/// matters.
 template <class Clock> struct XBasicTime {
     XLXComPtr<Clock> clock;
     std::optional<XAspect> aspect;
@@ -21,7 +22,7 @@ template <class Clock> struct XBasicTime {
     bool IsSame(const XBasicTime& other) const noexcept { return clock == other.clock; }
 };
 
-/// The time of a holder that belongs to an object, whose clock outlives the holder: not counted again.
+/// The time of a holder within an object. The object keeps the clock alive, so this needs no reference of its own.
 struct XObjectTime {
     XClock* clock = nullptr;
     XAspect aspect{};
@@ -30,22 +31,22 @@ struct XObjectTime {
     bool IsSame(const XObjectTime& other) const noexcept { return clock == other.clock; }
 };
 
-/// A value that stands under a lock together with its stamp, and the time that the stamp refers to.
+/// A value with its stamp and the time that the stamp refers to; all under one lock.
 template <class T, class Time> struct XPublished {
-    std::shared_ptr<const T> value; ///< null: nothing was loaded yet
+    std::shared_ptr<const T> value; ///< null: nothing loaded yet
     XStamp stamp;
     Time time;
     bool open = false; ///< between Begin and End
 
     bool IsFresh(std::uint64_t own) const noexcept { return open && stamp == XStamp{time.Now(), own}; }
-    /// Empties it. What is returned is to go after the lock.
+    /// Drops the value and returns it, so that the caller destroys it after the lock.
     std::shared_ptr<const T> Empty() noexcept {
         stamp = {};
         return std::exchange(value, nullptr);
     }
 };
 
-/// Guards what many objects have one of: a mutex of one word.
+/// Guards data that each of many objects has: a mutex of one word.
 template <class Data, class Policy = XSystemSync> class XMutexGuarded {
 public:
     template <class... Arguments>
@@ -61,11 +62,11 @@ public:
     }
 
 private:
-    mutable typename Policy::Mutex m_mutex; // guards the data; held for a few words, nothing is called under it
+    mutable typename Policy::Mutex m_mutex; // guards m_data; held briefly; no foreign code is called under it
     Data m_data;
 };
 
-/// Guards what is looked up often: read without a lock while nobody writes.
+/// Guards data that is read often: lock-free reads while nobody writes.
 template <class Data> class XSharedGuarded : XCritDataCFC<Data> {
 public:
     using XCritDataCFC<Data>::XCritDataCFC;
@@ -74,17 +75,17 @@ public:
     template <class Use> decltype(auto) Write(Use&& use) { return use(*XCritProxy<Data>(*this)); }
 };
 
-/// Something that is loaded from the server as a whole: an immutable value that is replaced, never changed.
+/// A holder of data that is loaded from the server as a whole: an immutable value that is only replaced.
 ///
-/// Load looks, takes the fill mutex, looks again, notes a stamp, asks with no lock held, and publishes the value and
-/// its stamp together under one lock. A published value is never replaced by one whose stamp is older in either word;
-/// what a notification overtook is published with its stamp, and so is not fresh. An answer that arrives after End,
-/// or after Begin with another clock, is given to whoever asked and published nowhere.
+/// Load checks the value, takes the fill mutex, checks again, notes a stamp, asks with no lock held, and publishes the
+/// value with its stamp under one lock. A published value is never replaced by one whose stamp is older in either word.
+/// An answer that a notification overtook is published with its stamp, and is therefore stale. An answer that arrives
+/// after End, or after Begin with another clock, is returned to its caller but not published.
 ///
-/// Nobody loops for a better answer: whoever asked gets the answer of a load that began after the question, and waits
-/// for no more than the load that is under way and that one.
+/// Load never retries for a fresher answer: the caller gets the answer of a load that began after its query, and waits
+/// for at most the load in progress and that one.
 ///
-/// @tparam Guarded  holds an XPublished under its lock: Read(use) and Write(use)
+/// @tparam Guarded  an XPublished with its lock, accessible by Read(use) and Write(use)
 template <class T, class Time, class Guarded = XMutexGuarded<XPublished<T, Time>>, class Policy = XSystemSync>
 class XBasicLoaded {
 public:
@@ -93,16 +94,16 @@ public:
     template <class... Arguments>
     explicit XBasicLoaded(Arguments&&... arguments) : m_guarded(std::forward<Arguments>(arguments)...) {}
 
-    /// Empties the holder; from now on answers of this time are published.
+    /// Empties the holder and accepts answers of this time from now on.
     void Begin(Time time) {
         m_own.Advance();
         const Value former = m_guarded.Write([&](auto& published) {
-            std::swap(published.time, time); // the former clock goes after the lock
+            std::swap(published.time, time); // the former clock is released after the lock
             published.open = true;
             return published.Empty();
         });
     }
-    /// Empties the holder and publishes nothing more, unless it is open for another time. Returns what was there.
+    /// Empties the holder and accepts no more answers, unless it is open for another time. Returns the dropped value.
     Value End(Time time) {
         return m_guarded.Write([&](auto& published) {
             if (!published.open || !published.time.IsSame(time)) { return Value(); }
@@ -113,35 +114,34 @@ public:
             return published.Empty();
         });
     }
-    /// Empties the holder; the next question asks again. Returns what was there.
+    /// Empties the holder; the next query loads again. Returns the dropped value.
     Value Clear() {
         m_own.Advance();
         return m_guarded.Write([](auto& published) { return published.Empty(); });
     }
 
-    /// The value when it is fresh, else null.
+    /// The value if it is fresh, otherwise null.
     Value Fresh() const {
         return m_guarded.Read(
             [&](const auto& published) { return published.IsFresh(m_own.Now()) ? published.value : Value(); });
     }
-    /// What is there, fresh or not; null when nothing was loaded.
+    /// The value, fresh or not; null if nothing was loaded.
     Value Held() const {
         return m_guarded.Read([](const auto& published) { return published.value; });
     }
-    /// Calls use(value pointer) under the lock, fresh or not; null when nothing was loaded.
+    /// Calls use(value pointer) under the lock, fresh or not; the pointer is null if nothing was loaded.
     template <class Use> decltype(auto) ReadHeld(Use&& use) const {
         return m_guarded.Read([&](const auto& published) { return use(published.value.get()); });
     }
 
-    /// Makes what is held stale. Waits for nobody.
+    /// Makes the value stale. Takes no lock.
     void Advance() noexcept { m_own.Advance(); }
     const XBasicOwnCount<Policy>& Own() const noexcept { return m_own; }
 
-    /// The value, loaded first unless it is fresh. Null: the thread is loading it already, and nothing is there yet.
-    /// @param ask      asks the server: Value ask(); what it raises passes
-    /// @param publish  publish(value, former value or null), under the lock, when the answer is about to be
-    ///                 published: what it does to the former value happens only if that is replaced. Calls nothing
-    ///                 foreign
+    /// The value, loaded unless it is fresh. Null if the thread is already loading it and there is no former value.
+    /// @param ask      asks the server: Value ask(); its exceptions pass through
+    /// @param publish  publish(value, former value or null): called under the lock, only if the answer is about to
+    ///                 replace the former value. Must not call foreign code
     template <class Ask, class OnPublish> Value Load(const Time& time, Ask&& ask, OnPublish&& publish) {
         const std::uint32_t begun = m_fills.Begun();
         const XBasicFill<Policy> fill(m_fill, this);
@@ -161,21 +161,21 @@ public:
         return Load(time, std::forward<Ask>(ask), [](const T&, const Value&) {});
     }
 
-    /// Publishes a value that arrived by another way, with the stamp of that. False: something newer is there, or the
-    /// time is over.
+    /// Publishes a value that was not loaded here, with its stamp. False, and nothing published: the holder has a newer
+    /// value, or is not open for this time.
     template <class OnPublish> bool Publish(const Time& time, Value value, const XStamp& stamp, OnPublish&& publish) {
         return m_guarded.Write([&](auto& published) {
             if (!published.open || !published.time.IsSame(time) || stamp.IsOlderThan(published.stamp)) { return false; }
             publish(*value, std::as_const(published.value));
-            published.value.swap(value); // the former one goes after the lock
+            published.value.swap(value); // the former value is destroyed after the lock
             published.stamp = stamp;
             return true;
         });
     }
 
-    /// Replaces the value by what edit(former) returns, for a change of the server's that this process made itself:
-    /// an answer on its way is older then. What is returned is fresh if the former value was and edit leaves isWhole
-    /// set. The own count is advanced and read in one step: another advance in between would be taken for this one.
+    /// Replaces the value by the result of edit(former, isWhole), after this process itself has changed the server's
+    /// data. Answers in flight become older. The new value is fresh if the former one was and edit leaves isWhole true.
+    /// The own count is advanced and read in one step, so that a concurrent advance is not mistaken for this one.
     template <class Edit> void Change(Edit&& edit) {
         Value changed;
         m_guarded.Write([&](auto& published) {
@@ -198,10 +198,10 @@ private:
 
 using XTime = XBasicTime<XClock>;
 
-/// Of which there are many. Open from the start when it is made as XLoaded<T>{nullptr, {}, time, true}.
+/// A holder for data that each of many objects has. Created as XLoaded<T>{nullptr, {}, time, true}, it is open.
 template <class T> using XLoaded = XBasicLoaded<T, XObjectTime>;
 
-/// Of which there is one, looked up often. Its lock has a place in the lock order.
+/// A holder for data that exists once and is read often. Its lock has a place in the lock order.
 template <class T> using XSharedLoaded = XBasicLoaded<T, XTime, XSharedGuarded<XPublished<T, XTime>>>;
 
 #endif

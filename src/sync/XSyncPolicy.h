@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What lock-free reads, the clock and the load protocol need from the system. Tests use a policy that stops a thread at
-// each step, to try every interleaving of small cases.
+// The system services that lock-free reads, the clock and the load protocol use. Tests use a policy that stops threads
+// at each step, to try every interleaving of small cases.
 #ifndef XSYNCPOLICY_H
 #define XSYNCPOLICY_H
 

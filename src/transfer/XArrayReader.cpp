@@ -5,7 +5,7 @@
 
 namespace XLXCFCDataTransfer {
 namespace {
-/// The next element, which must be of that type.
+/// The next element; raises if it has another type.
 VARIANT& NextOf(XArrayReader& from, VARTYPE type, XLXTextView mismatch) {
     VARIANT& element = from.Next("FromSafeArray");
     if (V_VT(&element) != type) { XLXError::Raise(E_INVALIDARG, mismatch, TransferAt("FromVariant")); }
@@ -35,18 +35,18 @@ void XArrayReader::Open(XLXSafeArray owned, ULONG least) {
     check(SafeArrayGetLBound(array, 1, &lower), OLESTR("fSafeArrayGetLBound failed"));
     check(SafeArrayGetUBound(array, 1, &upper), OLESTR("SafeArrayGetUBound failed"));
     check(SafeArrayGetVartype(array, &type), OLESTR("SafeArrayGetVartype failed"));
-    // The elements are read in place, which needs elements of the size of a variant in one row.
+    // The elements are read in place, so they must be variants in one dimension.
     if (type != VT_VARIANT || SafeArrayGetDim(array) != 1 || SafeArrayGetElemsize(array) != sizeof(VARIANT)) {
         XLXError::Raise(E_INVALIDARG, OLESTR("wrong safearray vartype"), TransferAt(m_method));
     }
-    // Unsigned, since the bounds may lie anywhere: the platform's upper bound wraps in the same way.
+    // Unsigned, because the bounds may have any value: the platform's upper bound wraps in the same way.
     m_count = static_cast<ULONG>(upper) - static_cast<ULONG>(lower) + 1U;
     CheckRemaining(least, m_method);
     void* data = nullptr;
     check(SafeArrayAccessData(array, &data), OLESTR("SafeArrayGetElement failed"));
     m_array.reset(owned.Detach());
-    m_data = static_cast<XLXComVariant*>(data); // which is a VARIANT and nothing else
-    if (m_data == nullptr && m_count != 0)      // a descriptor without its elements
+    m_data = static_cast<XLXComVariant*>(data); // has the layout of a VARIANT
+    if (m_data == nullptr && m_count != 0)      // a descriptor without elements
     {
         RaiseSize(m_method);
     }
@@ -67,8 +67,7 @@ void XArrayReader::LogRefusal(const XLXException& refusal, const XArraySubject& 
     });
 }
 
-// Elements that were read own nothing any more, so an array of which no other ones are left ends without a look at
-// each.
+// Elements that were read own nothing. If all were read, setting the count to 0 spares the platform a loop over them.
 void XArrayReader::Finish() noexcept {
     if (m_index == m_count) { m_array->rgsabound[0].cElements = 0; }
 }
@@ -77,7 +76,7 @@ std::span<XLXComVariant> XArrayReader::NextOwned(ULONG count, const char* method
     const std::span<XLXComVariant> elements = Next(count, method);
     for (XLXComVariant& element : elements) {
         if ((element.Type() & VT_BYREF) != 0) {
-            element = element.Copy(); // of what it refers to
+            element = element.Copy(); // of the referenced value
         }
     }
     return elements;
@@ -131,7 +130,7 @@ XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from) {
     XLXError::RaiseIfFailed(array ? SafeArrayAccessData(array.Get(), &data) : E_OUTOFMEMORY,
                             OLESTR("SafeArrayPutElement failed"), TransferAt(method));
     if (count != 0) {
-        std::memcpy(data, elements.data(), elements.size_bytes()); // over elements that are empty
+        std::memcpy(data, elements.data(), elements.size_bytes()); // the new elements are VT_EMPTY, so nothing leaks
         for (XLXComVariant& element : elements) {
             V_VT(&element.Get()) = VT_EMPTY;
         }

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Reading a transfer array in sequence, element by element.
+// Reads a transfer array sequentially.
 //
-// Ownership  A reader owns the array that it is given and moves texts, values and objects out of it; the elements
-//            left become VT_EMPTY. The array ends with the reader, and so does what was not read.
-// Threading  A reader belongs to one thread. The end of an array may release objects, which is foreign code: no lock
-//            may be held.
-// Errors     What does not fit the format raises E_INVALIDARG with a fixed text. Counts are compared with the
-//            elements that remain before anything is allocated for them. The logbook says where the array was
-//            refused.
+// Ownership  A reader owns its array and moves texts, values and objects out of it; elements that were moved out become
+//            VT_EMPTY. The reader destroys the array with the elements that were not read.
+// Threading  Not thread-safe. Destroying an array may release objects, which is foreign code: no lock may be held.
+// Errors     Elements that do not fit the format raise E_INVALIDARG with a fixed text. Counts are compared with the
+//            number of remaining elements before anything is allocated for them. The logbook records the position.
 #ifndef XARRAYREADER_H
 #define XARRAYREADER_H
 
@@ -26,13 +24,13 @@ constexpr LXErrorLocation TransferAt(const char* method, int line = LX_CURRENT_L
     return {"XCFCDataTransfer", "XLXCFCDataTransfer", method, line};
 }
 
-/// What is known of an array beforehand, for the logbook.
+/// What the caller knows about an array, for the logbook.
 struct XArrayOrigin {
     const char* section = "header"; ///< the part of the array that is read first; a literal
-    XLXTextView type{};             ///< whose data it carries; empty when it is not known, or not one type's
+    XLXTextView type{};             ///< name of the type that the array belongs to; empty if unknown or not one type
 };
 
-/// What a record is about, for the logbook; empty for what is not known.
+/// The names that a record belongs to, for the logbook; empty if unknown.
 struct XArraySubject {
     XLXTextView type{};
     XLXTextView attribute{};
@@ -41,14 +39,14 @@ struct XArraySubject {
 class XArrayReader {
 public:
     /// Opens an array of one dimension of variants, with any lower bound.
-    /// @param least   the elements that it must have at least
+    /// @param least   minimum number of elements
     /// @param method  the function that reads it, for error locations
-    /// @param origin  its texts must be there as long as the reader is
+    /// @param origin  its texts must outlive the reader
     XArrayReader(XLXSafeArray array, ULONG least, const char* method, const XArrayOrigin& origin = {});
     XArrayReader(const XArrayReader&) = delete;
 
-    /// Runs what reads the array. A refusal is written to the logbook with the place that was read, and goes on. Only
-    /// then the record is asked what it is about.
+    /// Runs the body that reads the array. An exception is logged with the position in the array and rethrown.
+    /// @param describe  returns the subject of the record that was read; called only after an exception
     template <class Body, class Describe = XArraySubject (&)()>
     void Reading(Body&& body, Describe&& describe = Nothing) {
         try {
@@ -59,15 +57,15 @@ public:
         }
         Finish();
     }
-    /// Another part of the array follows, whose name is a literal.
+    /// Begins another part of the array; its name is a literal.
     void Enter(const char* section) noexcept { m_section = section; }
 
-    /// Reads the header, which must be this one.
+    /// Reads the header and raises if it is another one.
     void ReadHeader(EMappingAlgorithm algorithm, EWrapperId wrapper);
 
     ULONG Remaining() const noexcept { return m_count - m_index; }
 
-    /// The next element, for the caller to read or to empty.
+    /// The next element, which the caller reads or moves out.
     VARIANT& Next(const char* method) { return Next(1, method).front().Get(); }
     /// The next elements.
     std::span<XLXComVariant> Next(ULONG count, const char* method) {
@@ -77,17 +75,17 @@ public:
         m_index += count;
         return elements;
     }
-    /// The next elements, none of which refers to a value that is somebody else's: who keeps them may do so.
+    /// The next elements, with VT_BYREF values replaced by copies, so that the caller may keep them.
     std::span<XLXComVariant> NextOwned(ULONG count, const char* method);
-    /// The next elements as values.
+    /// Moves the next elements into a row.
     XVariantRow Values(ULONG count) { return XVariantRow(NextOwned(count, "VecFromSafeArray")); }
 
-    /// Asks for the memory of an element so many further on, when there is one.
+    /// Prefetches the element that is that far ahead, if there is one.
     void Prefetch(ULONG ahead) const noexcept {
         if (ahead < Remaining()) { LX_PREFETCH(m_data + m_index + ahead); }
     }
 
-    /// Raises "wrong safearray size" unless so many elements remain.
+    /// Raises "wrong safearray size" if fewer elements remain.
     void CheckRemaining(ULONG count, const char* method) const {
         if (count > Remaining()) { RaiseSize(method); }
     }
@@ -99,18 +97,18 @@ private:
     void Finish() noexcept;
     void LogRefusal(const XLXException& refusal, const XArraySubject& subject) const noexcept;
 
-    std::unique_ptr<SAFEARRAY, void (*)(SAFEARRAY*)> m_array; ///< its elements can be reached as long as it is there
+    std::unique_ptr<SAFEARRAY, void (*)(SAFEARRAY*)> m_array; ///< locked for access to its elements
     const char* const m_method;
     const char* m_section;
     const XLXTextView m_type;
     XLXComVariant* m_data = nullptr;
     ULONG m_count = 0;
     ULONG m_index = 0;
-    ULONG m_at = 0; ///< the first of the elements that were asked for last
+    ULONG m_at = 0; ///< index of the first element of the last request, for the logbook
 };
 
-/// The next element as a value of a kind. No type is converted to another. A text, and a reference to an object (which
-/// may be null), is taken over and leaves VT_EMPTY.
+/// Reads the next element, which must have exactly the matching variant type. Texts and object references (which may be
+/// null) are moved out and leave VT_EMPTY.
 void FromSafeArray(XArrayReader& from, LONG& value);
 void FromSafeArray(XArrayReader& from, ULONG& value);
 void FromSafeArray(XArrayReader& from, bool& value);
@@ -123,10 +121,10 @@ template <class T> T FromSafeArray(XArrayReader& from) {
     return value;
 }
 
-/// A sub-array: a count, and the elements that go into a new array.
+/// Reads a sub-array: a count, and that many elements, which are moved into a new array.
 XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from);
 
-/// The count in front of a vector, at most the number of elements that remain.
+/// Reads the count of a vector. Raises if it is greater than the number of remaining elements.
 ULONG VecCountFromSafeArray(XArrayReader& from);
 } // namespace XLXCFCDataTransfer
 

@@ -5,24 +5,24 @@ namespace XLXCFCDataTransfer {
 namespace {
 constexpr ULONG HeaderCount = 2;
 constexpr ULONG AttributeTypeCount = AttributeTypeValueCount + 1;
-constexpr ULONG LeastAttributeCount = AttributeValueCount + 2; // its object and the count of its attribute types
+constexpr ULONG LeastAttributeCount = AttributeValueCount + 2; // with the object and the count of attribute types
 
-// The count of a map's section. Each entry takes elements, so that a count beyond what remains is known to be wrong
-// before the first of them is read.
+// Reads the count of a map's section. Each entry takes at least one element, so a count greater than the number of
+// remaining elements is refused at once.
 ULONG MapCountFromSafeArray(XArrayReader& from) {
     const auto count = FromSafeArray<ULONG>(from);
     from.CheckRemaining(count, "GetMapFromArray");
     return count;
 }
 
-/// The name of a record, among those that were read.
+/// The name of the record with that index, as far as names were read; empty if there is none.
 XLXTextView NameOf(const XILXTypeMap& types, const std::optional<ULONG>& record) noexcept {
     const auto found = std::find_if(types.names.begin(), types.names.end(),
                                     [&record](const auto& entry) { return entry.second == record; });
     return found != types.names.end() ? XLXTextView(found->first) : XLXTextView();
 }
 
-/// The name of the attribute whose record was begun last, when it has been read so far.
+/// The name of the attribute whose record was being read; empty if its values had not been read yet.
 XLXTextView NameOfLast(const std::vector<XILXAttributeData>& attributes) noexcept {
     if (attributes.empty()) { return {}; }
     const XLXVariantView name = attributes.back().values[0];
@@ -34,7 +34,7 @@ void Read(XArrayReader& from, XILXConfigData& value) {
     value.values = from.Values(VecCountFromSafeArray(from));
 }
 
-// Three flags stand together in front of their arrays, the fourth right before its own.
+// The first three flags precede all three arrays; the fourth precedes its own array.
 void Read(XArrayReader& from, XILXTypeComp& value) {
     const auto read = [&from](const char* section, ULONG present, XLXSafeArray& list) {
         if (present != 0) {
@@ -63,7 +63,7 @@ void Read(XArrayReader& from, XILXTypeData& value) {
 }
 
 void Read(XArrayReader& from, XILXAttributeData& value) {
-    // The record after the next one begins about here; its object and its count come from there.
+    // Prefetches the object and the count of a later record; its distance is exact if the records have no types.
     from.Prefetch(2 * LeastAttributeCount);
     from.Prefetch(3 * LeastAttributeCount - 1);
     from.Enter("attributes");
@@ -79,11 +79,11 @@ void Read(XArrayReader& from, XILXAttributeData& value) {
     }
 }
 
-/// A vector: a count, and so many records.
+/// Reads a vector: a count, and that many records.
 template <class Record> void Read(XArrayReader& from, std::vector<Record>& records) {
     const ULONG count = VecCountFromSafeArray(from);
     for (ULONG i = 0; i < count; ++i) {
-        Read(from, records.emplace_back()); // grows as records are really there: each takes several elements
+        Read(from, records.emplace_back()); // no reserve: the count may be far too large for the remaining elements
     }
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What transfer arrays carry: plain records, each owning its objects, values and sub-arrays. They can be moved, not
-// copied.
+// The records of transfer arrays. Each owns its objects, values and sub-arrays; records are movable but not copyable.
 #ifndef XTRANSFERRECORDS_H
 #define XTRANSFERRECORDS_H
 
@@ -12,26 +11,26 @@
 #include <vector>
 
 namespace XLXCFCDataTransfer {
-/// How the content of an array is organised: the first element of its header.
+/// The first element of an array's header: how the content is organised.
 enum class EMappingAlgorithm : LONG { Map = 1, Vector = 2, Single = 4 };
 
-/// The record class that an array carries: the second element of its header.
+/// The second element of an array's header: the class of its records.
 enum class EWrapperId : LONG { TypeData = 0, PCData = 1, TypeComp = 4 };
 
-/// Index of the base type's record where there is no base type.
+/// The base type's record index of a type without a base type.
 constexpr LONG NoBaseIndex = -1;
-/// Values of an attribute in an attribute list.
+/// Number of values of an attribute in an attribute list.
 constexpr ULONG AttributeValueCount = 60;
-/// Values of an attribute type in an attribute list.
+/// Number of values of an attribute type in an attribute list.
 constexpr ULONG AttributeTypeValueCount = 7;
 
-/// The head of every record: the server's object, which may be null, and its property values by member index.
+/// The beginning of every record: the server's object, which may be null, and its property values by member index.
 struct XILXConfigData {
     XLXComPtr<IUnknown> object;
     XVariantRow values;
 };
 
-/// A type's components, each an unparsed record list. Null: not delivered; an array of no elements: delivered, empty.
+/// A type's components as unparsed record lists. Null: not delivered. An array without elements: delivered, but empty.
 struct XILXTypeComp {
     XLXSafeArray pages;
     XLXSafeArray groups;
@@ -47,7 +46,7 @@ struct XILXTypeData {
     bool searchable = false;
 };
 
-/// The content of a type array. Names may be there without a record, so that a base type has an index.
+/// The content of a type array. A name may come without a record, so that a base type has an index.
 struct XILXTypeMap {
     std::map<XLXText, ULONG> names;
     std::map<ULONG, XILXTypeData> records;
@@ -56,7 +55,7 @@ struct XILXTypeMap {
 /// A parent-child relation.
 struct XILXPCData : XILXConfigData {};
 
-/// A record of an attribute list: an attribute's object and values, and its attribute types.
+/// A record of an attribute list: an attribute with its attribute types.
 struct XILXAttributeData : XILXConfigData {
     std::vector<XILXConfigData> types;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The four kinds of components that a type has, its pages, groups, attributes and editors, and how the records of
-// each are read.
+// The four kinds of a type's components (pages, groups, attributes, editors), how they differ, and how their records
+// are read.
 #ifndef LXTYPECACHECOMP_H
 #define LXTYPECACHECOMP_H
 
@@ -15,10 +15,10 @@ class XLXTypeCache;
 
 namespace XLXTypeCacheComp {
 /// What differs between the kinds.
-/// @tparam CachedClass     of one component
-/// @tparam InterfaceClass  that it is handed out by
-/// @tparam KeyClass        that it is found by: a number or a name
-/// @tparam GetOne          the method of the server's type that gives one by its key
+/// @tparam CachedClass     class of the cached components
+/// @tparam InterfaceClass  interface by which they are handed out
+/// @tparam KeyClass        type of their key: a number or a name
+/// @tparam GetOne          method of the server's type that returns one component by its key
 template <class CachedClass, class InterfaceClass, class KeyClass, auto GetOne> struct XComponentKind {
     using Cached = CachedClass;
     using Interface = InterfaceClass;
@@ -27,14 +27,14 @@ template <class CachedClass, class InterfaceClass, class KeyClass, auto GetOne> 
     static constexpr bool HasNames = std::is_same_v<Key, XCFGStringKey>;
 
     LXTransferMode mode;
-    XAspect set;                                             ///< which of them a type has
-    XAspectSet values;                                       ///< of their values
-    bool inherits;                                           ///< a type has those of its base, too
-    int keyMember;                                           ///< the property that is the key
-    XLXSafeArray XLXCFCDataTransfer::XILXTypeComp::*records; ///< where a type's component record has them
+    XAspect set;                                             ///< aspect: which components a type has
+    XAspectSet values;                                       ///< aspects of their values
+    bool inherits;                                           ///< a type also has the components of its base
+    int keyMember;                                           ///< index of the property that is the key
+    XLXSafeArray XLXCFCDataTransfer::XILXTypeComp::*records; ///< their records within a type's component record
     const char* section;                                     ///< their name in the logbook
-    const OLECHAR* emptyingFailed;                           ///< what the logbook says of a map that cannot be emptied
-    const char* getOne;                                      ///< the name of the method
+    const OLECHAR* emptyingFailed;                           ///< logged if the map cannot be emptied
+    const char* getOne;                                      ///< name of GetOne, with its interface
 };
 
 // clang-format off
@@ -57,21 +57,22 @@ inline constexpr XComponentKind<XLXConfObjEditorCache, ILXConfObjEditor, XCFGStr
 
 template <const auto& Kind> using XKind = std::remove_cvref_t<decltype(Kind)>;
 
-/// One component of a type: the cached object, and the type that it was made for.
+/// One component in a type's map: the cached object, and the type that created it.
 template <const auto& Kind> struct XComponent {
     using Interface = typename XKind<Kind>::Interface;
 
     XLXComPtr<typename XKind<Kind>::Cached> object;
-    const XLXTypeCache* owner; ///< not the type that looks, where it is merged in from a base; compared only
+    const XLXTypeCache* owner; ///< for an inherited component, the base; compared only, never dereferenced
 };
 
 /// A type's records of one kind, as the server delivered them.
 struct XStampedRecords {
     XLXSafeArray array;                    ///< null: the server has none
     std::shared_ptr<const XMoment> moment; ///< taken before the server was asked
-    XStamp stamp; ///< that they give the map; none: not even the answer that the server has none was delivered
+    XStamp stamp; ///< of the map that they fill; none: nothing was delivered, not even the answer "no components"
 };
-/// The key of a component with these values; none: it cannot be found.
+
+/// The key of a component with these values; nullopt if it has no valid key, so that it cannot enter a map.
 template <const auto& Kind> std::optional<typename XKind<Kind>::Key> LXKeyOf(const XVariantRow& values) {
     const XLXVariantView key = values[Kind.keyMember];
     if constexpr (XKind<Kind>::HasNames) {
@@ -81,8 +82,8 @@ template <const auto& Kind> std::optional<typename XKind<Kind>::Key> LXKeyOf(con
     }
 }
 
-/// Asks for the memory that the names of records stand in. Most of it was written long ago: asked for at once, it is
-/// waited for once.
+/// Prefetches the names of the records. They were written long ago and are rarely cached; requested together, the
+/// memory accesses overlap.
 inline void LXPrefetch(const std::vector<XLXCFCDataTransfer::XILXAttributeData>& records) noexcept {
     for (const auto& record : records) {
         if (const XLXVariantView name = record.values[Attributes.keyMember]; name.Type() == VT_BSTR) {
@@ -91,8 +92,8 @@ inline void LXPrefetch(const std::vector<XLXCFCDataTransfer::XILXAttributeData>&
     }
 }
 
-/// The records of a list.
-/// @param type  whose they are, for the logbook
+/// Parses a list of records.
+/// @param type  name of the type that they belong to, for the logbook
 template <const auto& Kind> auto LXReadList(XLXSafeArray array, XLXTextView type) {
     if constexpr (Kind.mode == LXTM_ATTRIBUTES) {
         auto records = XLXCFCDataTransfer::ReadAttributeList(std::move(array), type);
@@ -103,8 +104,9 @@ template <const auto& Kind> auto LXReadList(XLXSafeArray array, XLXTextView type
     }
 }
 
-/// Asks the server's type for a component whose record came without an object. A type that is gone, or that does not
-/// have the component either, leaves it without one: its values are there, and what needs the server fails.
+/// Asks the server's type for a component whose record came without a server object. Returns null if the type is gone
+/// or the server does not have the component; then the component answers from its values only, and methods that need
+/// the server fail.
 template <const auto& Kind> class XComponentSource final : public XServerSource {
 public:
     XComponentSource(const XWeakLink<XGroupOwner>& type, const typename XKind<Kind>::Key& key)

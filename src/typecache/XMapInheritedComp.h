@@ -2,14 +2,14 @@
 //
 // One kind of a type's components: its pages, groups, attributes or editors.
 //
-// The server's records are delivered, wait until somebody asks, and are parsed and merged with the base type's map
-// then. The map, the number of its content, the number of the base's content that was merged, their stamp and the
-// records that wait are published together, under one lock. The map is current while its stamp is what would be noted
-// now, and the base's map is current with the content that was merged.
+// The server's records are delivered, wait until the first query, and are then parsed and merged with the base type's
+// map. Map, content number, the merged base's content number, stamp and waiting records are published together, under
+// one lock. The map is current while its stamp equals the one that would be noted now, no records wait, and the base's
+// map is current with the content that was merged.
 //
-// Locks      Completion goes down the chain of bases from its top and takes the fetch mutex of one type after the
-//            other, however long the chain is. The server is asked, and records are parsed, with no lock held. The
-//            map itself is never changed, only replaced: it is looked up without a lock, and walked with none held.
+// Locks      Completion walks the chain of bases from the top down and holds the fetch mutex of one type at a time. It
+//            asks the server and parses records with no map lock held. A published map is immutable and only replaced:
+//            look-ups are lock-free reads, iteration runs on a counted reference without a lock.
 #ifndef XMAPINHERITEDCOMP_H
 #define XMAPINHERITEDCOMP_H
 
@@ -18,17 +18,17 @@
 #include <algorithm>
 
 namespace XLXTypeCacheComp {
-/// Raised after every change but that of a clock that may make any map no longer current: so that a map which was
-/// found current need not walk its chain of bases again until something changed somewhere.
+/// Incremented after every change, other than a clock's, that may make a map stale. While this number and the clock's
+/// are unchanged, a map that was found current need not walk its chain of bases again.
 inline std::atomic<std::uint64_t> g_componentEpoch{1};
-/// Names the content of a map, in the whole process.
+/// The content number assigned last; content numbers are unique in the process.
 inline std::atomic<std::uint64_t> g_lastContent{0};
 
-/// @tparam Owner  the type that has the map
+/// @tparam Owner  class of the type that owns the map
 template <const auto& Kind, class Owner> class XMapInheritedComp {
 public:
     using Component = XComponent<Kind>;
-    /// Attributes: with those of the bases.
+    /// For attributes, includes those of the bases.
     using Map = std::conditional_t<XKind<Kind>::HasNames, XNamedMap<Component>,
                                    XSortedMap<typename XKind<Kind>::Key, Component>>;
     using MapPtr = std::shared_ptr<const Map>;
@@ -36,15 +36,15 @@ public:
 
     explicit XMapInheritedComp(Owner& owner) noexcept : m_owner(owner) {}
 
-    /// What is noted before the type's server object is asked.
+    /// The current stamp, noted before the server is asked.
     XStamp Note() const noexcept { return {Now(), m_own.Now()}; }
-    /// The stamp of what a bulk answer brought.
+    /// The stamp of records from a bulk answer.
     XStamp StampFrom(const XMoment& moment) const noexcept {
         return LXStampFrom(moment, Kind.set, m_own, m_owner.Direct());
     }
 
-    /// Takes the server's records of this kind, or none, for parsing on first use, unless newer ones are there. A map
-    /// for which records wait is not current, so that nothing waits unseen.
+    /// Keeps the server's records of this kind (or the answer "none") for parsing on first use, unless newer ones
+    /// are present. A map with waiting records is not current, so the next query parses them.
     void Deliver(XStampedRecords records, XRetired& retired) {
         m_state.Write([&](State& state) {
             const XStamp& stamp = records.stamp;
@@ -56,22 +56,22 @@ public:
         retired.Take(std::move(records.array));
     }
 
-    /// Whether the server need not be asked: it has delivered, or the map holds what it has.
+    /// Whether fresh data is present, parsed or waiting, so that the server need not be asked.
     bool HasData() const {
         return m_state.Read(
             [&, now = Note()](const State& state) { return IsUsable(state.delivered) || state.stamp == now; });
     }
 
-    /// Brings the map up to date. Raises failures; the next query asks again then.
+    /// Brings the map up to date. Raises failures; the next query asks again.
     void EnsureComplete() {
         if (m_checkedAt.load() != Check()) { CompleteChain(); }
     }
-    /// The map, brought up to date.
+    /// Brings the map up to date and returns it.
     MapPtr Complete() {
         EnsureComplete();
         return Held();
     }
-    /// The component under a key, or null, in the map as it is.
+    /// The component with a key in the present map, or null. Does not check that the map is current.
     XLXComPtr<typename XKind<Kind>::Cached> Find(const auto& key) const {
         return m_state.Read([&](const State& state) {
             const auto found = state.map->find(key);
@@ -79,8 +79,8 @@ public:
         });
     }
 
-    /// Gives the values of records to the type's own components that are there. Of a map that was not asked for yet
-    /// the records wait, in the place of older ones.
+    /// Passes the values of records to the type's own existing components. If the map was never completed, the records
+    /// are delivered instead.
     void Refill(XLXSafeArray records, const std::shared_ptr<const XMoment>& moment, XRetired& retired) {
         const MapPtr current = Held();
         if (current->empty() && m_state.Read([](const State& state) { return state.stamp.IsNone(); })) {
@@ -100,7 +100,7 @@ public:
             retired.Take(std::move(record.object));
         }
     }
-    /// Whether one of the type's own components that are there has stale values.
+    /// Whether any of the type's own existing components has stale values.
     bool HasStaleValues() const {
         bool isStale = false;
         const MapPtr current = Held();
@@ -108,21 +108,21 @@ public:
         return isStale;
     }
 
-    /// Makes the map stale. Waits for nobody.
+    /// Makes the map stale. Takes no lock.
     void Advance() noexcept {
         m_own.Advance();
         g_componentEpoch.fetch_add(1);
     }
 
-    /// Passes a notification on to the type's own components: those of the base are notified by the base. They only
-    /// advance counts, so they may be called under the lock.
+    /// Passes a notification on to the type's own components; the base notifies inherited ones. The components only
+    /// advance counts, so they may be called under the map's lock.
     void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const {
         m_state.Read([&](const State& state) {
             ForEachOwn(*state.map, [&](const auto&, auto& object) { object.NotifyDirectly(notification, touched); });
         });
     }
 
-    /// Empties the map; what it held is terminated and released with no lock held.
+    /// Empties the map. Its components are terminated and released with no lock held.
     void Terminate() {
         State dropped;
         m_own.Advance();
@@ -141,12 +141,12 @@ private:
     struct State {
         MapPtr map{MapPtr(), &None};
         std::uint64_t content = 0;     ///< changes whenever the map is replaced
-        const void* base = nullptr;    ///< whose map was merged; compared only
-        std::uint64_t baseContent = 0; ///< what its content was then
+        const void* base = nullptr;    ///< the base's map that was merged; compared only
+        std::uint64_t baseContent = 0; ///< content number of that map when it was merged
         XStamp stamp;                  ///< of the map
-        XStampedRecords delivered;     ///< no stamp: nothing was delivered
+        XStampedRecords delivered;     ///< waiting records; no stamp: none wait
     };
-    static constexpr int MostAttempts = 3; // while types are linked anew
+    static constexpr int MostAttempts = 3; // if bases change during completion
 
     std::uint64_t Now() const noexcept { return m_owner.Clock()->Now(Kind.set); }
     std::uint64_t Check() const noexcept { return g_componentEpoch.load() + Now(); }
@@ -157,14 +157,14 @@ private:
         return m_state.Read([](const State& state) { return state.content; });
     }
 
-    /// Calls visit(key, cached object) for the components that the type does not have from a base.
+    /// Calls visit(key, cached object) for the components that are not inherited.
     void ForEachOwn(const Map& map, auto&& visit) const {
         for (const auto& [key, component] : map) {
             if (component.owner == &m_owner) { visit(key, *component.object); }
         }
     }
 
-    /// The content of the map when it is fresh, with what a base of that content holds (0: without a base).
+    /// The content number if the map is fresh and was merged with that content of the base (0: without a base).
     std::optional<std::uint64_t> ContentIfCurrent(std::uint64_t baseContent) const {
         return m_state.Read([&, now = Note()](const State& state) {
             const bool isFresh = state.stamp == now && state.delivered.stamp.IsNone();
@@ -172,7 +172,7 @@ private:
         });
     }
 
-    /// The types whose maps are merged; the owner is the last one.
+    /// The types whose maps are merged, from the topmost base down to the owner.
     std::vector<XLXComPtr<Owner>> ChainFromTop() const {
         std::vector<XLXComPtr<Owner>> chain;
         for (XLXComPtr<Owner> type(&m_owner); type; type = BaseOf(*type)) {
@@ -184,10 +184,10 @@ private:
     static XLXComPtr<Owner> BaseOf(const Owner& type) noexcept { return Kind.inherits ? type.BaseType() : nullptr; }
     static XMapInheritedComp& MapOf(Owner& type) noexcept { return type.template MapOf<Kind>(); }
 
-    // From the top of the chain downwards, so that a base is found current before what was merged from it is compared.
-    // What was found is remembered for as long as nothing changes, in a chain whose types share a clock.
+    // Walks from the top down, because a map is current only if the base is current with the content that was merged.
+    // The result is remembered until something changes, but only in a chain whose types share a clock.
     bool IsComplete() const {
-        const std::uint64_t check = Check(); // before the maps are looked at
+        const std::uint64_t check = Check(); // before the maps are read
         bool sharesClock = true;
         std::optional<std::uint64_t> content = 0;
         for (const auto& type : ChainFromTop()) {
@@ -200,9 +200,9 @@ private:
         return true;
     }
 
-    // One base after the other, not one inside the other: a chain of any length needs no more of the stack, and no
-    // thread waits for a type's fetch mutex while it holds another one. What a notification overtakes on the way is
-    // merged as it is, and found stale by the next query. A chain that is linked anew meanwhile is gone through again.
+    // Iterative: stack use does not depend on the length of the chain, and no thread waits for a type's fetch mutex
+    // while it holds another one. Data that a notification overtakes meanwhile is merged all the same; the next query
+    // finds it stale. If a type gets another base meanwhile, the chain is walked again.
     void CompleteChain() {
         bool isLinkedAnew = true;
         for (int attempt = 0; attempt < MostAttempts && isLinkedAnew && !IsComplete(); ++attempt) {
@@ -220,31 +220,32 @@ private:
         }
     }
 
-    /// @param begun  the fills that had begun when the question came
-    /// @return false: the type has another base meanwhile
+    /// Completes this map; that of the base is complete.
+    /// @param begun  number of fills that had begun when the query arrived
+    /// @return false: the type got another base meanwhile
     bool EnsureCurrent(const XMapInheritedComp* base, std::uint32_t begun) {
         const auto contentOfBase = [&] { return base != nullptr ? base->Content() : 0; };
         const std::uint64_t leastContent = contentOfBase();
         if (ContentIfCurrent(leastContent)) { return true; }
         const XFill fill(m_owner.m_fetch, this);
-        // A server that asks back while it is being asked gets what is there.
+        // A server that calls back during the fetch gets the present data.
         if (fill.IsReentered() || ContentIfCurrent(contentOfBase())) { return true; }
         if (m_fills.IsServed(begun) && HasMerged(base, leastContent)) { return true; }
         bool isLinked = false;
         m_fills.Run(fill, [&] { return isLinked = CompleteWith(base); });
         return isLinked;
     }
-    /// Whether the map was completed, with a base's map of at least that content.
+    /// Whether the map was completed with this base, with at least that content number.
     bool HasMerged(const XMapInheritedComp* base, std::uint64_t content) const {
         return m_state.Read([&](const State& state) {
             return !state.stamp.IsNone() && state.base == base && state.baseContent >= content;
         });
     }
 
-    // The base type's definition of a component wins over that of a derived type, so its entries go in first. Without
-    // records of its own the type shares the base's map.
+    // The base's definition of a component wins over the derived type's, so its entries are added first. A type without
+    // records of its own shares the base's map.
     bool CompleteWith(const XMapInheritedComp* base) {
-        XRetired retired; // goes last
+        XRetired retired; // destroyed last
         State fresh;
         if (base != nullptr) {
             base->m_state.Read([&](const State& state) {
@@ -256,17 +257,17 @@ private:
         XStampedRecords records = TakeRecords();
         fresh.stamp = records.stamp;
         if (records.array) { fresh.map = Merge(*fresh.map, records, retired); }
-        // With the fetch mutex held: whoever completes the map with a newer base comes later.
+        // Checked with the fetch mutex held: a completion with a newer base can only follow this one.
         const auto linked = BaseOf(m_owner);
         if ((linked ? &MapOf(*linked) : nullptr) != base) { return false; }
         Publish(fresh, *records.moment);
         return true;
     }
 
-    // What waits is taken: it is no longer there for anybody else, so that a thread that could not wait asks the server
-    // itself. Records that a notification made stale while they waited are fetched again, with those of many types or
-    // with one call for the type. Records that it makes stale while they are being fetched are taken all the same,
-    // since somebody waits for them; their stamps say what is stale.
+    // Takes the waiting records, or fetches them. Waiting records are moved out, so a thread that completes the map in
+    // parallel (because it could not wait) asks the server itself. Waiting records that became stale are fetched again,
+    // by the refill of all types or with one call for this type. Records overtaken during their own fetch are used all
+    // the same, because a caller waits for them; their stamps mark what is stale.
     XStampedRecords TakeRecords() {
         XStampedRecords waiting = TakeWaiting();
         if (!IsUsable(waiting) && waiting.stamp == Note() && m_owner.IsReadWithAll()) { waiting = TakeWaiting(); }
@@ -275,11 +276,11 @@ private:
     XStampedRecords TakeWaiting() {
         return m_state.Write([](State& state) { return std::exchange(state.delivered, XStampedRecords{}); });
     }
-    /// Whether records say which components there are, and what their values are.
+    /// Whether both the set of components and their values in the records are fresh.
     bool IsUsable(const XStampedRecords& records) const noexcept {
         return records.stamp == Note() && (!records.array || AreValuesFresh(*records.moment));
     }
-    /// Whether the values of records that were delivered are still what the server has.
+    /// Whether the values of records from that moment are fresh.
     bool AreValuesFresh(const XMoment& moment) const noexcept {
         bool fresh = !m_owner.Direct().IsNewerThan(moment);
         Kind.values.ForEach(
@@ -287,7 +288,7 @@ private:
         return fresh;
     }
 
-    /// Parses records and adds their components to those of the base. One that the base has, too, is left out.
+    /// Parses records and adds their components to a copy of the base's map. Keys that the base has are skipped.
     MapPtr Merge(const Map& ofBase, XStampedRecords& records, XRetired& retired) {
         const auto merged = std::make_shared<Map>(ofBase);
         const MapPtr current = Held();
@@ -307,13 +308,12 @@ private:
         return merged;
     }
 
-    /// Where the server object of a component is asked for.
+    /// The source of a component's server object.
     XServerSourcePtr SourceOf(const typename XKind<Kind>::Key& key) const {
         return std::make_shared<const XComponentSource<Kind>>(m_owner.m_selfLink, key);
     }
 
-    /// The type's own component under a key, refreshed in place, so that whoever holds it goes on being notified; or a
-    /// new one.
+    /// The type's own component with a key, refreshed in place, because clients may hold it; or a new one.
     Component Refresh(const Map& current, const typename XKind<Kind>::Key& key,
                       XLXCFCDataTransfer::XILXConfigData& record, const XMoment& moment, XRetired& retired) {
         XServerSourcePtr source = record.object ? nullptr : SourceOf(key);
@@ -330,24 +330,24 @@ private:
         return {made, &m_owner};
     }
 
-    /// @param fresh  leaves with the former map, which goes after the lock
+    /// @param fresh  receives the former state, so that it is destroyed after the lock
     void Publish(State& fresh, const XMoment& moment) {
         m_state.Write([&](State& state) {
             const bool isBaseOlder = state.base == fresh.base && fresh.baseContent < state.baseContent;
             if (isBaseOlder || fresh.stamp.IsOlderThan(state.stamp)) {
-                return; // a thread that could not wait was later
+                return; // a parallel completion has published something newer
             }
             Attach(*fresh.map, moment);
             DetachReplaced(*state.map, *fresh.map, moment);
             fresh.content = g_lastContent.fetch_add(1) + 1;
-            std::swap(fresh.delivered, state.delivered); // those stay
+            std::swap(fresh.delivered, state.delivered); // waiting records stay in the published state
             std::swap(fresh, state);
         });
         g_componentEpoch.fetch_add(1);
     }
 
-    /// The type passes a notification that comes straight to it on to the components in the map. Those that enter it
-    /// after one that came while they were on their way would miss it.
+    /// Attaches the components that enter the map. They missed a direct notification to the type that arrived after the
+    /// moment of their records; comparing the owner's number makes up for that.
     void Attach(const Map& fresh, const XMoment& moment) const {
         ForEachOwn(fresh, [&](const auto&, auto& object) {
             object.Attach();
@@ -355,9 +355,9 @@ private:
         });
     }
 
-    /// Detaches the type's own components that leave the map. One that takes the place of a component which was
-    /// notified itself while the records were on their way would miss that; the former one is detached before it is
-    /// looked at, so that it was notified either before, or advances the clock.
+    /// Detaches the type's own components that leave the map. If one was notified directly after the moment of the
+    /// records, its successor missed that and is made stale. The order matters: a notification arrives either before
+    /// Detach, and is found here, or after it, and advances the clock.
     void DetachReplaced(const Map& former, const Map& fresh, const XMoment& moment) const {
         ForEachOwn(former, [&](const auto& key, auto& object) {
             const auto found = fresh.find(key);

@@ -14,7 +14,7 @@ XInstanceRegistry<ILXTypeCache>& LiveTypes() {
     return *registry;
 }
 
-// Linking is rare; one link at a time, so that two of them cannot close a cycle together.
+// Serialises links, which are rare, so that two concurrent ones cannot close a cycle together.
 XLeafMutex g_linkMutex;
 } // namespace
 
@@ -31,8 +31,8 @@ XLXTypeCache::~XLXTypeCache() {
     ReleaseBase();
 }
 
-// A type may hold the last reference to its base, and that to its own base, and so on. They go one after the other,
-// not one inside the other: a dying type leaves its base to the thread's first one, if there is one.
+// A type may hold the last reference to its base, which may hold the last one to its own base, and so on. The chain is
+// destroyed iteratively: a nested destruction passes its base to the thread's outermost call, which releases it.
 void XLXTypeCache::ReleaseBase() noexcept {
     LX_THREAD_LOCAL XLXComPtr<XLXTypeCache>* t_left = nullptr;
     XLXComPtr<XLXTypeCache> base(m_pBase);
@@ -61,7 +61,7 @@ XLXComPtr<XLXTypeCache> XLXTypeCache::FromFace(ILXTypeCache* face) {
                                                   : nullptr;
 }
 
-// Somebody else's type is kept and shown, but there are no component maps to inherit from.
+// A foreign base type is kept and returned as a value, but has no component maps to inherit from.
 HRESULT XLXTypeCache::SetBaseType(ILXTypeCache* pBaseType) {
     return XLXError::Guarded(TheFacts.At("SetBaseType"), [&] {
         XRetired retired;
@@ -74,12 +74,12 @@ HRESULT XLXTypeCache::SetBaseType(ILXTypeCache* pBaseType) {
     });
 }
 
-/// @param base  the same as the face, when that is one of ours
+/// @param base  the same object as the face if it is of this class, otherwise null
 bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retired) {
     XLXComPtr<ILXTypeCache> former(face);
     {
         const std::lock_guard<XLeafMutex> linking(g_linkMutex);
-        if (m_pBaseFace.Get() == face) // which only changes under this lock
+        if (m_pBaseFace.Get() == face) // only changes under this lock
         {
             return true;
         }
@@ -92,7 +92,7 @@ bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retire
     }
     XLXComVariant member = face != nullptr ? XLXComVariant::FromUnknown(face) : XLXComVariant();
     Store().WriteGrow(MemberBaseType, member);
-    g_componentEpoch.fetch_add(1); // what was merged from the former base has another content
+    g_componentEpoch.fetch_add(1); // a map merged from the former base is no longer current
     retired.objects.emplace_back(former);
     XLXVariantVector values;
     values.push_back(std::move(member));
@@ -105,7 +105,7 @@ XLXComPtr<XLXTypeCache> XLXTypeCache::BaseType() const noexcept {
     return m_pBase;
 }
 
-// While the type has a base, its base-type member shows that, whatever the server's values say.
+// While the type has a base, its base-type member is that base, whatever the server's values contain.
 XLXComPtr<IUnknown> XLXTypeCache::AmendValues(XVariantRow& values) {
     XLXComPtr<ILXTypeCache> base;
     {
@@ -128,7 +128,7 @@ XILXTypeComp XLXTypeCache::AskForComponents(LONG mode, const LXErrorLocation& at
     return result != S_FALSE ? GetWrapperFromArray(std::move(array), m_name) : XILXTypeComp();
 }
 
-// The stamps are noted before the server object is taken, and the whole clock before it is asked.
+// The stamps and the moment are taken before the server object: what a former server object delivers is then stale.
 XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode) {
     const LXErrorLocation at = TheFacts.At("FetchTypeCacheComponents");
     const LONG wanted = ModeToFetch(mode);
@@ -150,7 +150,7 @@ XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode) {
     return requested;
 }
 
-/// The kind that is requested, and those that the data transfer mode brings and that are not there.
+/// The requested kind, and those that the data transfer mode includes and the type lacks.
 LONG XLXTypeCache::ModeToFetch(LONG requested) {
     const LONG mode = DefaultMode() | requested;
     if (mode == LXTM_UNSET) {
@@ -179,7 +179,7 @@ bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XServerSourcePtr s
 
 // ---- refills
 
-/// What the data transfer mode brings.
+/// The kinds that the data transfer mode includes; 0 while it is unset.
 LONG XLXTypeCache::DefaultMode() const noexcept {
     const LONG mode = m_modeSupplier != nullptr ? m_modeSupplier->Get() : LONG{LXTM_UNSET};
     return mode == LXTM_UNSET ? 0 : mode;
@@ -188,7 +188,7 @@ LONG XLXTypeCache::DefaultMode() const noexcept {
 void XLXTypeCache::SetRefills(const XRefillPtr& refill) {
     if (!refill) { return; }
     SetRefill(refill);
-    XAspectSet values; // of what the bulk read brings
+    XAspectSet values; // of the kinds that a bulk read includes
     ForEachMap([&](const auto& map) {
         if ((DefaultMode() & map.TheKind.mode) != 0) {
             map.TheKind.values.ForEach([&](XAspect aspect) { values.Add(aspect); });
@@ -223,7 +223,7 @@ void XLXTypeCache::TakeValues(XVariantRow values, XILXTypeComp components, LONG 
     });
 }
 
-// ---- notifications and the end
+// ---- notifications and termination
 
 void XLXTypeCache::AdvanceParts() noexcept {
     ForEachMap([](auto& map) { map.Advance(); });

@@ -2,14 +2,14 @@
 //
 // XLXTypeCache: the cached ILXType.
 //
-// It answers queries for pages, groups, attributes and editors from four component maps, which are completed on the
-// first query of each kind, with one bulk call to the server where nothing was delivered before. Everything that
-// would change the configuration is refused.
+// It answers queries for pages, groups, attributes and editors from four component maps. The first query of each kind
+// completes its map, with one bulk call to the server if nothing was delivered before. Methods that would change the
+// configuration return E_NOTIMPL.
 //
-// Ownership  A type holds its server type, its components and its base type; nothing of it holds the type itself
-//            (groups link to it weakly).
-// Threading  Any thread may call. One fetch mutex per type stands before its component maps; it is held across calls
-//            to the server and never taken by notifications. Locks: see XMapInheritedComp.h.
+// Ownership  A type holds references to its server type, its components and its base type. None of these refers back,
+//            except groups, which link to their type weakly.
+// Threading  Any thread may call. The type's fetch mutex serialises the completion of its maps; it is held across calls
+//            to the server and never taken by notifications. Locks of the maps: see XMapInheritedComp.h.
 #ifndef LXTYPECACHE_H
 #define LXTYPECACHE_H
 
@@ -19,12 +19,12 @@
 
 #include <tuple>
 
-/// The data transfer mode of a manager, shared with the types that it made: they may outlive it.
+/// The data transfer mode of a manager, shared with the types that it created, which may outlive it.
 class XTransferModeSupplier {
 public:
     LONG Get() const noexcept { return m_mode.load(std::memory_order_relaxed); }
     void Set(LONG mode) noexcept { m_mode.store(mode, std::memory_order_relaxed); }
-    /// Sets the mode when it was never set.
+    /// Sets the mode if it was never set.
     void SetIfUnset(LONG mode) noexcept {
         LONG unset = LXTM_UNSET;
         m_mode.compare_exchange_strong(unset, mode);
@@ -40,7 +40,7 @@ public:
     XLXTypeCache(XLXComPtr<IUnknown> server, XClockPtr clock);
     ~XLXTypeCache();
 
-    /// The cache's own face answers for IUnknown: it is the one that stands for a base type.
+    /// The identity (IUnknown) is the ILXTypeCache face, by which base types are referred to.
     void* FindFace(REFIID iid) noexcept {
         return XLXConfigObjectCache::FindFace(IsEqualIID(iid, IID_IUnknown) ? LXIid<ILXTypeCache>() : iid);
     }
@@ -105,43 +105,43 @@ public:
 
     // For the manager
 
-    /// Says where the data transfer mode comes from; called before the type is handed out.
+    /// Sets the source of the data transfer mode. Called before the type is handed out.
     void SetModeSupplier(std::shared_ptr<const XTransferModeSupplier> supplier) noexcept {
         m_modeSupplier = std::move(supplier);
     }
-    /// Says by what the types' values are read together, and those of their components; called before the type is
-    /// handed out.
+    /// Sets the refill of the connection's types, and creates the one of this type's components. Called before the type
+    /// is handed out.
     void SetRefills(const XRefillPtr& refill);
-    /// Says the type's name, for the logbook; called before the type is handed out.
+    /// Sets the type's name for the logbook. Called before the type is handed out.
     void SetName(XLXText name) noexcept { m_name = std::move(name); }
-    /// Keeps the two flags of the type's record: it is listed by the type enumerations, and it is searchable.
+    /// Stores the two flags of the type's record: whether type enumerations list it, and whether it is searchable.
     void SetFlags(bool listed, bool searchable) noexcept { m_flags.store((listed ? 1 : 0) | (searchable ? 2 : 0)); }
     bool IsListed() const noexcept { return (m_flags.load() & 1) != 0; }
     bool IsSearchable() const noexcept { return (m_flags.load() & 2) != 0; }
 
-    /// Takes the record of a bulk answer: server object, values and components replace those that are there. An
-    /// answer that is older than the last one changes nothing.
-    /// @param components  with the data transfer mode that they were asked for with; mode 0: none were
-    /// @return false: the answer is older
-    /// @param source  of a server object that did not come
+    /// Takes the record of a bulk answer: server object, values and components replace the present ones.
+    /// @param source      provides the server object on first use, if the record has none
+    /// @param components  delivered for the data transfer mode `mode`; mode 0: no components were requested
+    /// @param retired     receives what is replaced
+    /// @return false: the answer is older than the last one, and changes nothing
     bool TakeTypeRecord(XLXComPtr<IUnknown> server, XServerSourcePtr source, XVariantRow values,
                         XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
                         const std::shared_ptr<const XMoment>& moment, XRetired& retired);
 
-    /// Takes the values that a bulk answer brought for the type and its components that are there.
-    /// @param mode  that the components were asked for with
+    /// Takes from a bulk answer the values of the type and of its existing components.
+    /// @param mode  the data transfer mode of the request for the components
     void TakeValues(XVariantRow values, XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
                     const std::shared_ptr<const XMoment>& moment, XRetired& retired);
 
-    /// Links the type to its base; null clears the link. False: the link would close a cycle, and was not made. Calls
-    /// nothing foreign.
+    /// Links the type to its base; null clears the link. Returns false, and changes nothing, if the link would close a
+    /// cycle. Calls no foreign code.
     [[nodiscard]] bool LinkBase(XLXTypeCache* base, XRetired& retired) { return Link(base, base, retired); }
     XLXComPtr<XLXTypeCache> BaseType() const noexcept;
 
-    /// Empties the component maps.
+    /// Empties the component maps. A failure is logged.
     void Terminate() noexcept;
 
-    /// One of this class's live instances behind a face, or null.
+    /// The live instance of this class behind a face; null for a foreign object.
     static XLXComPtr<XLXTypeCache> FromFace(ILXTypeCache* face);
 
 private:
@@ -161,9 +161,8 @@ private:
     void ForEachMap(auto&& visit) {
         std::apply([&](auto&... map) { (visit(map), ...); }, m_maps);
     }
-    /// Fetches components of one kind from the server, and returns them: whoever asks gets the answer to that
-    /// question, whatever arrives by other ways. Those that the data transfer mode brings and that are not there come
-    /// with them, and are delivered to their maps. Called with no lock held.
+    /// Fetches the components of one kind from the server and returns them. The same call requests the other kinds that
+    /// the data transfer mode includes and the type lacks; these are delivered to their maps. Called with no lock held.
     XLXTypeCacheComp::XStampedRecords FetchTypeCacheComponents(LONG mode);
     LONG ModeToFetch(LONG requested);
 
@@ -172,16 +171,16 @@ private:
         m_maps;
     XLXCFCDataTransfer::XILXTypeComp AskForComponents(LONG mode, const LXErrorLocation& at) const;
     LONG DefaultMode() const noexcept;
-    /// Says that records of the type became stale while they waited. True: those of all types were read meanwhile.
+    /// Reports to the refill of all types that waiting records became stale. True: the records of all types were read.
     bool IsReadWithAll();
     std::shared_ptr<const XTransferModeSupplier> m_modeSupplier;
     XRefillPtr m_componentRefill; // constant once the type is handed out
     XLXText m_name;               // constant once the type is handed out; empty for a type that has none yet
     std::atomic<LONG> m_flags{0};
     XFillMutex m_fetch;
-    mutable XLeafMutex m_baseMutex; // guards the next two, which change under a lock of all types, too
+    mutable XLeafMutex m_baseMutex; // guards the next two; writers also hold g_linkMutex
     XLXComPtr<ILXTypeCache> m_pBaseFace;
-    XLXTypeCache* m_pBase = nullptr; // the same, when it is one of ours; not counted again
+    XLXTypeCache* m_pBase = nullptr; // the same object if it is of this class; m_pBaseFace holds the reference
     XWeakLink<XGroupOwner> m_selfLink;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What callers ask a type: look-ups and enumerations of its components.
+// Queries of a type: look-ups and enumerations of its components.
 #include "XLXEnumWithDelete.h"
 #include "lxtypecache.h"
 
@@ -14,7 +14,7 @@ constexpr int MemberEditorDefault = 1;
 constexpr int MemberEditorDefaultNew = 2;
 constexpr ULONG OwnAttributeBatch = 100;
 
-/// Beside the displays (LXDisplay) in a mask: the group number is not looked at.
+/// A bit of a mask, next to the displays (LXDisplay): attributes of all groups, whatever the group number.
 constexpr LONG AllGroupsMask = 64;
 
 bool IsTaken(const XDisplayFacts& facts, LONG mask, LONG group) {
@@ -22,7 +22,7 @@ bool IsTaken(const XDisplayFacts& facts, LONG mask, LONG group) {
     return shown && ((mask & AllGroupsMask) != 0 || facts.GroupNumber() == group);
 }
 
-/// The names of the attributes that the server's type lists. Raises a failure.
+/// The names of the attributes that the server's type lists as its own. Raises failures.
 XNameSet OwnAttributeNames(ILXType& server, const LXErrorLocation& at) {
     constexpr const OLECHAR* FailureText = OLESTR("the server failed to list the type's own attributes");
     XNameSet names;
@@ -42,15 +42,15 @@ XNameSet OwnAttributeNames(ILXType& server, const LXErrorLocation& at) {
     return names;
 }
 
-/// Answers a method with an out pointer.
-/// @param answer  HRESULT answer(error location); what it raises is the method's failure
+/// Runs a method that has an out pointer.
+/// @param answer  HRESULT answer(error location); an exception becomes the method's failure
 HRESULT AnswerWith(const char* method, const OLECHAR* outName, auto** out, auto&& answer) {
     const LXErrorLocation at = XCachedFacts::Type.At(method);
     return LXAnswer(at, outName, out, [&] { return answer(at); });
 }
 
-/// Hands those components of a map out that are taken. They are asked with no lock held, since that may ask the server.
-/// @param takes  bool takes(key, cached object)
+/// Hands out an enumerator of the components for which `takes` returns true.
+/// @param takes  bool takes(key, cached object); called with no lock held, because it may ask the server
 template <class Map> HRESULT HandOutWhere(const std::shared_ptr<const Map>& components, auto** out, auto&& takes) {
     std::vector<XLXComPtr<typename Map::mapped_type::Interface>> items;
     items.reserve(components->size());
@@ -90,7 +90,7 @@ HRESULT DisplayedAttributes(auto& map, const char* method, LONG mask, LONG group
     });
 }
 
-/// The editor that has the flag, for that browser.
+/// Hands out the first editor of that browser whose flag is set; S_FALSE if there is none.
 HRESULT FlaggedEditor(auto& map, const char* method, int flagMember, BSTR bstrBrowserId, ILXConfObjEditor** ppEditor) {
     return AnswerWith(method, OLESTR("ppEditor"), ppEditor, [&](const LXErrorLocation&) {
         const XLXText wanted = LXLowerCase(LXBstrView(bstrBrowserId));
@@ -177,7 +177,7 @@ HRESULT XLXTypeCache::GetGroupAttributeEnum(int iGroupNumber, ILXAttributeEnum**
     return DisplayedAttributes(MapOf<Attributes>(), "GetGroupAttributeEnum", 0, iGroupNumber, ppEnum);
 }
 
-// ILXTypeInheritance: without the inherited ones, those attributes that the server's type lists as its own.
+// ILXTypeInheritance. Without the inherited ones: the attributes that the server's type lists as its own.
 HRESULT XLXTypeCache::GetAttributeEnum(LONG bWithInherited, ILXAttributeEnum** ppEnum) {
     if (bWithInherited != 0) { return GetAttributeEnum(ppEnum); }
     return AnswerWith("GetAttributeEnum", OLESTR("ppEnum"), ppEnum, [&](const LXErrorLocation& at) {
@@ -191,7 +191,7 @@ HRESULT XLXTypeCache::GetConfObjEditorEnum(ILXConfObjEditorEnum** ppEnum) {
     return Enumerate(MapOf<Editors>(), "GetConfObjEditorEnum", ppEnum, All);
 }
 
-// The ProgId alone decides: callers rely on finding an editor whatever browser and menu text they name.
+// Compares the ProgId alone: callers rely on finding an editor whatever browser and menu text they pass.
 HRESULT XLXTypeCache::GetConfObjEditor(BSTR bstrProgId, BSTR, BSTR, ILXConfObjEditor** ppEditor) {
     return LookUp(MapOf<Editors>(), "GetConfObjEditor", LXBstrView(bstrProgId), ppEditor);
 }

@@ -11,7 +11,7 @@ namespace {
 #ifdef _WIN32
 constexpr OLECHAR FileName[] = OLESTR("LXConfigFactoryCache32.dll");
 
-/// Runs the system's registration program, and gives its exit code as an HRESULT.
+/// Runs the system's registration program and returns its exit code as an HRESULT.
 HRESULT RunRegistrar(const XLXText& options) {
     XLXText command = OLESTR("regsvr32.exe /s ") + options + OLESTR("\"") + ModulePath() + OLESTR("\"");
     STARTUPINFOW startup = {};

@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
 //
-// The component's module file, loaded by hand.
+// The component's module file, loaded explicitly.
 #ifndef MODULEFILE_H
 #define MODULEFILE_H
 
 #include "XLXComPtr.h"
 #include "XLXError.h"
 
-/// The module's file beside this program.
+/// The path of the module in this program's folder.
 XLXText ModulePath();
 
-/// Runs the platform's own registration program, or the module's function where there is none.
+/// Runs the platform's registration program, or the module's function if there is none.
 HRESULT RegisterModule();
 HRESULT UnregisterModule();
 
-/// Whether the process still has the module.
+/// Whether the module is still loaded.
 bool ModuleIsLoaded();
 
 class ModuleFile {

@@ -32,7 +32,7 @@ std::vector<XLXText> ValueNames(const OpenKey& open) {
     }
     return names;
 #else
-    (void)open; // this platform cannot list them: those that a script may name
+    (void)open; // this platform cannot list values: these are those of the script
     return {XLXText(), OLESTR("ThreadingModel")};
 #endif
 }

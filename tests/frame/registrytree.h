@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What stands in the registry below HKEY_CLASSES_ROOT, as lines of text.
+// The content of the registry below HKEY_CLASSES_ROOT, as lines of text.
 #ifndef REGISTRYTREE_H
 #define REGISTRYTREE_H
 
@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-/// One line per key, "path", and per value, "path|name=text" (values that are no strings show their type). Sorted;
-/// nothing when the key does not exist.
+/// A sorted line for each key, "path", and for each value, "path|name=text" (other values than strings show their
+/// type). Empty if the key does not exist.
 std::vector<std::string> RegistryTree(const std::string& path);
 
 bool RegistryHas(const std::string& path);

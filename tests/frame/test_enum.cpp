@@ -26,12 +26,12 @@ Items MakeItems(size_t count) {
     return items;
 }
 
-/// An enumerator over that many elements, which may be none.
+/// An enumerator over that many elements.
 XLXComPtr<ILXBrowserIdEnum> Over(size_t count) { return XLXComPtr<ILXBrowserIdEnum>(new Enumerator(MakeItems(count))); }
 
 enum Method {
-    Next, // argument: elements asked for; expects the answer and the number fetched
-    Skip, // argument: elements passed over
+    Next, // argument: number of requested elements; expects the result and the number fetched
+    Skip, // argument: number of elements to skip
     Reset,
     Single, // expects 1 or 0 fetched
 };
@@ -51,7 +51,7 @@ struct Walk {
 
 class EnumeratorWalk : public testing::TestWithParam<Walk> {};
 
-/// Takes one step and answers how many elements it gave.
+/// Performs one step and returns the number of elements that it fetched.
 HRESULT Take(ILXBrowserIdEnum& from, const Step& step, Items& got) {
     ILXBrowserId* raw[8] = {};
     ULONG fetched = 99;
@@ -107,7 +107,7 @@ TEST(Enumerator, GivesTheElementsInOrderAndAReferenceEach) {
     walked.Reset();
     EXPECT_EQ(XModuleCount::LiveObjects(), 0);
     for (ILXBrowserId* const element : got) {
-        EXPECT_EQ(element->Release(), 0u); // ours was the last reference
+        EXPECT_EQ(element->Release(), 0u); // the last reference
     }
     EXPECT_EQ(lx::liveObjects, 0);
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The class factory by itself, over classes whose creation fails.
+// The class factory alone, with classes whose creation fails.
 #include "XFactoryNoPing.h"
 #include "lxtestrunner.h"
 
@@ -10,7 +10,7 @@
 #include <new>
 
 namespace {
-/// Its construction does what the test says.
+/// A class whose constructor runs code of the test.
 class Fragile final : public IUnknown {
 public:
     Fragile() {
@@ -55,7 +55,7 @@ protected:
     }
 
 private:
-    // The module's own reference, which locks nothing.
+    // The module's own reference, which does not lock the module.
     const XLXComPtr<IClassFactory> m_factory = LXAttach(LXComClassFactory::XFactoryNoPing<Fragile>::Create());
 };
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 namespace {
-/// Loads the module for one test, and requires that it goes when nothing is held.
+/// Loads the module for one test, and requires that it can be unloaded when nothing is held.
 class Module : public testing::Test {
 protected:
     void SetUp() override { m_module = std::make_unique<ModuleFile>(); }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Registration, through the real module file. These tests own the component's keys while they run, and leave none.
+// Registration, through the real module file. These tests use the component's real keys and remove them.
 #include "modulefile.h"
 #include "registrytree.h"
 
@@ -52,7 +52,7 @@ std::vector<std::string> Actual() {
     return lines;
 }
 
-/// How many keys stand where registration adds some, and where it must not.
+/// The number of keys where registration adds some, and where it must not.
 std::vector<unsigned> Counts() {
     return {RegistrySubkeys(""), RegistrySubkeys("CLSID"), RegistrySubkeys("TypeLib"), RegistrySubkeys("Interface")};
 }
@@ -114,7 +114,7 @@ TEST_F(Registration, TypeLibraryIsRegisteredAndUnregistered) {
     EXPECT_FALSE(RegistryHas(LibraryKey));
 }
 
-// A key that lasts may not be made below one that does not, which stops the script half-way.
+// A permanent key cannot be created below a volatile one, which makes the script fail half-way.
 TEST_F(Registration, FailureIsReportedAndLeavesNothing) {
     RegistryCreate(Independent, REG_OPTION_VOLATILE);
     const ModuleFile file;

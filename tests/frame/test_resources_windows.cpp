@@ -42,7 +42,7 @@ TEST(Resources, ExportsAreTheFourAndNoMore) {
     }
     EXPECT_EQ(found, (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer",
                                                "DllUnregisterServer"}));
-    // Nor one without a name. A linker may begin to count at 0, where no function stands.
+    // No export lacks a name. A linker may begin to count at 0, without a function there.
     const auto* const functions = reinterpret_cast<const DWORD*>(base + exports->AddressOfFunctions);
     EXPECT_EQ(std::count_if(functions, functions + exports->NumberOfFunctions, [](DWORD at) { return at != 0; }), 4);
 }

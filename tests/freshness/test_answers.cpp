@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// How long an answer is kept: that there is no such type or format, that a load failed, that a spec was removed.
+// How long negative answers, failed loads and removals of specs are cached.
 #include "hostileserver.h"
 
 #include <future>
@@ -62,12 +62,12 @@ protected:
         return relation;
     }
 
-    /// A method that fails each time, in a load whose failure is kept.
+    /// A method that always fails, in a load whose failure is cached.
     struct Failure {
         const char* method;
-        HRESULT result; ///< S_OK: an enumeration that brings nothing and does not end
+        HRESULT result; ///< S_OK: an enumeration that returns nothing and never ends
     };
-    /// Expects that a question is passed to the server once, and never again before a notification comes.
+    /// Expects that a query is passed to the server once, and not again before a notification.
     void ExpectKept(std::initializer_list<Failure> failures, const char* notification,
                     const std::function<void()>& question) {
         for (const Failure& failure : failures) {
@@ -83,11 +83,11 @@ protected:
     }
 };
 
-// ---- that there is no such thing
+// ---- negative answers
 
 TEST_F(Answers, AnUnknownNameIsAskedForAgainAfterARefill) {
     Terminate();
-    // The bulk read brings the pump and its bases; all others come by their names.
+    // The bulk read delivers the pump and its bases; the others are fetched by name.
     m_factory->types = [&](SAFEARRAY** types) {
         const XLXComBSTR name(OLESTR("Pump"));
         const auto bulk = m_server->ConfigFactory().As<ILXConfigFactoryEx>();
@@ -133,7 +133,7 @@ TEST_F(Answers, OfTooManyUnknownFormatsTheOldestGo) {
     EXPECT_EQ(again, known);
 }
 
-// ---- that a load failed
+// ---- failed loads
 
 TEST_F(Answers, AttributeTypesThatFailAreNone) {
     const auto head = Attribute("Pump", "Head");
@@ -171,7 +171,7 @@ TEST_F(Answers, RelationsThatFailAreNoneAndSpecsAsManyAsCame) {
     });
 }
 
-// ---- that a spec was removed
+// ---- removed specs
 
 TEST_F(Answers, ASpecThatIsRemovedByAHandleFromBeforeARefill) {
     const auto former = Specs();
@@ -183,7 +183,7 @@ TEST_F(Answers, ASpecThatIsRemovedByAHandleFromBeforeARefill) {
 
 TEST_F(Answers, ASpecThatIsRemovedByItsIdWhileItsValuesAreUnread) {
     Specs();
-    Calls().SetHook([&](const XServerCall& call) { // the server's objects of a removed spec answer no more
+    Calls().SetHook([&](const XServerCall& call) { // the server's objects of a removed spec fail
         if (call.name == "ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID" && call.point == XCallPoint::Answer) {
             Calls().FailAlways("ILXGlobalAttributeFormatSpec::GetProperties", E_ACCESSDENIED);
         }
@@ -210,7 +210,7 @@ TEST_F(Answers, ASpecThatIsRemovedDuringAnotherThreadsFill) {
 }
 class Flooded;
 
-/// Many who ask while every answer of the server is overtaken by a notification.
+/// Many threads query while a notification overtakes every answer of the server.
 struct XFlood {
     const char* name;
     const char* method;
@@ -246,10 +246,10 @@ protected:
 
 TEST_P(Flooded, NobodyWaitsForMoreThanTwoLoads) {
     constexpr int Readers = 6;
-    constexpr int Questions = 8; // of each, one after the other
+    constexpr int Questions = 8; // per thread, one after the other
     std::atomic<int> asking{0};
     std::atomic<int> loads{0};
-    std::atomic<int> most{0}; // loads that ended while somebody waited for an answer
+    std::atomic<int> most{0}; // number of loads that ended while a thread waited for an answer
     m_server->SendNotification(GetParam().dataId);
     Calls().SetHook([&](const XServerCall& call) {
         if (call.name != GetParam().method || call.point != XCallPoint::Answer) { return; }
@@ -258,7 +258,7 @@ TEST_P(Flooded, NobodyWaitsForMoreThanTwoLoads) {
         while (asking.load() < Readers) {
             std::this_thread::yield();
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10)); // who only says so by now asks
+        std::this_thread::sleep_for(std::chrono::milliseconds(10)); // announced queries are made now
     });
     std::vector<std::future<void>> readers;
     for (int i = 0; i < Readers; ++i) {
@@ -276,7 +276,7 @@ TEST_P(Flooded, NobodyWaitsForMoreThanTwoLoads) {
     for (std::future<void>& reader : readers) {
         reader.get();
     }
-    // The load under way, that for all who came meanwhile, and one for who was late all the same.
+    // The load in progress, the next one for all that arrived meanwhile, and one more for a late thread.
     EXPECT_LE(most.load(), 3);
 }
 

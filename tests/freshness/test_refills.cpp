@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Stale values that are read again together: what that costs, what it leaves alone, and that nothing gets older by it.
+// Refills of stale values: their calls, the data that they do not touch, and that they never replace newer data.
 #include "XRefill.h"
 #include "inside.h"
 #include "relationfixture.h"
@@ -22,7 +22,7 @@ struct Calls3 {
     }
 };
 
-/// Types with three attributes and two pages each; so many that three of them are enough to read all.
+/// Types with three attributes and two pages each; their number is such that three stale ones cause a read of all.
 XServerModel ManyTypes(int types = 36) {
     XServerModel model;
     for (int i = 0; i < types; ++i) {
@@ -70,7 +70,7 @@ protected:
         for (const char* name : {"A", "B", "C"}) {
             Edit().SetAttributeProperty(type, name, Unit, value);
         }
-        m_server->SendNotification("properties/x/0/1"); // makes all values stale, and no set
+        m_server->SendNotification("properties/x/0/1"); // makes all values stale, but no set
     }
     Calls3 Made(const std::function<void()>& work) {
         const XCallCounts before = Calls().Counts();
@@ -221,7 +221,7 @@ TEST_F(Refills, ACheapServerIsAskedObjectByObject) {
 
     SetRefill("by cost");
     Calls().SetDelay(std::chrono::milliseconds(1));
-    StartAndRead(); // says what a call costs
+    StartAndRead(); // measures the cost of a call
     Change("T0", "new");
     EXPECT_EQ(Made([&] { ReadAll("T0", "new"); }), (Calls3{1, 1, 0}));
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A server that delivers values and no objects: each object is asked for when it is needed, and only then.
+// A server that delivers values without objects: each object is requested only when it is needed.
 #include "inside.h"
 
 namespace {
@@ -37,7 +37,7 @@ protected:
         XLXComPtr<ILXType> server;
         return ServerTypeOf(type, server);
     }
-    /// Reads a value that the cache does not have: the server's object is needed.
+    /// Reads a value that the cache does not have, which needs the server's object.
     template <class Interface> static HRESULT ReadStale(const XLXComPtr<Interface>& object) {
         LXNotifyStraight(object, OLESTR("properties/Pump/0/1"));
         XLXComVariant value;
@@ -55,7 +55,7 @@ TEST_F(LateObjects, EachIsAskedForOnceAndNotWhileRecordsAreParsed) {
         editor = Editor();
         feet = Feet();
     });
-    const auto asked = [&](const auto& object) { // by another thread than the one that parsed
+    const auto asked = [&](const auto& object) { // on another thread than the one that parsed
         const XCallCounts before = Calls().Counts();
         EXPECT_EQ(std::async(std::launch::async, [&] { return ReadStale(object); }).get(), S_OK);
         EXPECT_EQ(std::async(std::launch::async, [&] { return ReadStale(object); }).get(), S_OK);
@@ -95,7 +95,7 @@ TEST_F(LateObjects, AreRefreshedInPlaceAndRemoved) {
     EXPECT_EQ(pump->GetConfObjEditor(XLXComBSTR(OLESTR("E.Pump")).Get(), nullptr, nullptr, none.Put()), S_FALSE);
     EXPECT_EQ(ReadStale(editor), E_POINTER) << "the server has no such editor any more";
 
-    // A type that is made anew under its name is another object of the server's.
+    // A type that is recreated with the same name has another server object.
     EXPECT_EQ(ServerTypeOf(pump), S_OK);
     Edit().RemoveType("Pump");
     Edit().AddType("Pump", "Item");
@@ -144,7 +144,7 @@ TEST_F(LateObjects, TheNextConnectionIsNotAskedForThoseOfTheLast) {
         pump.Reset();
     }
 
-    // One that ends while it is asked is still the one that answers.
+    // A request returns its answer even if its connection ends meanwhile.
     const auto document = Type("Document");
     {
         Inside ended(Calls(), GetType, [&] {

@@ -8,7 +8,7 @@
 #include <thread>
 
 namespace {
-/// Everything in it ends when this program does, however that happens.
+/// A job whose processes end with this program, even if it crashes.
 HANDLE Job() {
     static HANDLE const job = [] {
         HANDLE const made = CreateJobObjectW(nullptr, nullptr);
@@ -109,7 +109,8 @@ XLXComPtr<ILXSampleServer> LXConnect() {
     constexpr HRESULT NotExecuted = HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE);
     XLXComPtr<ILXSampleServer> control;
     HRESULT result = NotExecuted;
-    // Wine keeps connections by the server's process id. One to an ended server of the same id fails once.
+    // Wine keeps connections by the server's process id. A kept connection to an ended server with the same id fails
+    // once.
     for (int attempt = 0; attempt < 2 && result == NotExecuted; ++attempt) {
         result = CoCreateInstance(CLSID_LXSampleServer, nullptr, CLSCTX_LOCAL_SERVER, LXIid<ILXSampleServer>(),
                                   control.PutVoid());
@@ -123,7 +124,7 @@ ReadyEvent::ReadyEvent()
              std::to_wstring(reinterpret_cast<std::uintptr_t>(this)) + OLESTR("-") + std::to_wstring(GetTickCount64())),
       m_handle(CreateEventW(nullptr, TRUE, FALSE, m_name.c_str())) {}
 
-// Who asks before the program is ready would have COM start a second one.
+// A request before the program is ready would make COM start a second one.
 Server::Server(Use use)
     : m_process(ServerProgram, OLESTR("--ready-event ") + m_ready.Name() +
                                    (use == Use::ByOne ? OLESTR(" --single-use") : OLESTR(""))) {
@@ -132,7 +133,7 @@ Server::Server(Use use)
 }
 
 Server::~Server() {
-    m_control->Stop(); // a failure is that of a server that is gone already
+    m_control->Stop(); // fails if the server has already ended
     m_process.Wait(20s);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What the tests of servers and clients in processes of their own share. Every process that is started ends with the
-// object that stands for it, at the latest with the test program.
+// The common part of the tests with servers and clients in separate processes. Every started process ends with the
+// object that represents it, at the latest with the test program.
 #ifndef OUTOFPROCESS_H
 #define OUTOFPROCESS_H
 
@@ -18,15 +18,15 @@
 
 using namespace std::chrono_literals;
 
-/// The label of this attribute is what the tests edit; CentrifugalPump inherits it.
+/// The tests edit the label of this attribute, which CentrifugalPump inherits.
 constexpr const char* EditedType = "Pump";
 constexpr const char* EditedAttribute = "Power";
 constexpr const char* DerivedType = "CentrifugalPump";
 
-/// The edit that gives it that label.
+/// The edit that sets that label.
 std::string LXLabelEdit(const std::string& label);
 
-/// Waits until a condition holds; false when it does not in time.
+/// Waits until a condition holds; false if it does not in time.
 template <class Condition> bool LXWaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s) {
     const auto until = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
@@ -36,10 +36,10 @@ template <class Condition> bool LXWaitFor(Condition&& condition, std::chrono::mi
     return true;
 }
 
-/// Whether a result says that the other process is no more.
+/// Whether a result means that the other process has ended.
 bool LXSaysGone(HRESULT result);
 
-/// A program beside this one, running.
+/// A running program from this program's folder.
 class Process {
 public:
     Process(const OLECHAR* program, const std::wstring& arguments);
@@ -49,7 +49,7 @@ public:
 
     ULONG Id() const { return m_id; }
     void Kill() const { TerminateProcess(m_handle, 99); }
-    /// The exit code; nothing when the process does not end in time.
+    /// The exit code; nullopt if the process does not end in time.
     std::optional<DWORD> Wait(std::chrono::milliseconds limit) const;
 
 private:
@@ -73,7 +73,7 @@ private:
     HANDLE m_handle;
 };
 
-/// The server's control object; null when there is none.
+/// The server's control object; null if there is none.
 XLXComPtr<ILXSampleServer> LXConnect();
 
 /// A server program that serves the small model.
@@ -81,7 +81,7 @@ class Server {
 public:
     enum class Use {
         ByMany,
-        ByOne ///< others do not find it. Wine goes on finding a class object after its process was killed.
+        ByOne ///< other clients do not find it: Wine still finds class objects of killed processes
     };
 
     explicit Server(Use use = Use::ByMany);
@@ -101,7 +101,7 @@ private:
     XLXComPtr<ILXSampleServer> m_control;
 };
 
-/// A cache that was initialised with the services of the server.
+/// A cache initialised with the services of the server.
 class CacheClient {
 public:
     explicit CacheClient(ILXSampleServer& server, bool separateCallback = false);
@@ -110,7 +110,7 @@ public:
     XLXComPtr<ILXConfigFactory> Factory() const { return m_cache.As<ILXConfigFactory>(); }
     const XLXComPtr<ILXConfigFactoryCache>& Cache() const { return m_cache; }
     XLXComPtr<ILXAttribute> Attribute(const char* type, const char* name) const;
-    /// The label that the tests edit, as the cache has it.
+    /// The edited label, read from the cache.
     std::string Label() const;
 
 private:

@@ -9,7 +9,7 @@
 #include <atomic>
 
 namespace {
-/// Whether the cache was told of a change on a thread that is not this one.
+/// Whether the cache was notified of a change on another thread.
 class ThreadWatch {
 public:
     ThreadWatch() { LXErrorSetLogSink(&ThreadWatch::Take, this, 1U << LX_LOG_UPDATE); }
@@ -34,7 +34,7 @@ HRESULT ReadLabel(ILXAttribute& attribute) {
     return attribute.GetProperty(XProperty::Label, value.Put());
 }
 
-/// Threads that read a cached value all the time, and note every answer other than S_OK.
+/// Threads that continuously read a cached value and record every result other than S_OK.
 class Readers {
 public:
     explicit Readers(const XLXComPtr<ILXAttribute>& attribute) {
@@ -70,7 +70,7 @@ private:
     std::thread m_threads[3];
 };
 
-/// Terminates the cache, which must not take long; the result, or nothing when it did.
+/// Terminates the cache. Returns the result, or nullopt if it took too long.
 std::optional<HRESULT> TerminateInTime(CacheClient& client) {
     const auto start = std::chrono::steady_clock::now();
     const HRESULT result = client.Terminate();
@@ -115,7 +115,7 @@ TEST(OutOfProcess, TheServerIsKilledWhileTheClientReads) {
     Readers readers(attribute);
     ASSERT_TRUE(readers.GoOn());
 
-    // One call is waiting in the server when that dies.
+    // One call is in progress in the server when the server dies.
     ASSERT_EQ(server.Control().SetDelay(20'000'000), S_OK);
     std::atomic<HRESULT> interrupted{S_OK};
     std::thread waiting([&] {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the contract tests share. They name nothing that only one of the two platforms has.
+// The common part of the contract tests, which use only what both platforms have.
 #ifndef CONTRACT_H
 #define CONTRACT_H
 
@@ -18,7 +18,7 @@ using Text = std::basic_string<OLECHAR>;
 
 inline Text TextOf(BSTR text) { return text == nullptr ? OLESTR("(null)") : Text(text, SysStringLen(text)); }
 
-/// A VARIANT that is cleared in the end.
+/// A VARIANT that is cleared by its destructor.
 struct Variant : VARIANT {
     Variant() { VariantInit(this); }
     explicit Variant(LONG value) : Variant() {

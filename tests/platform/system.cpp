@@ -18,7 +18,7 @@ void SetError(const OLECHAR* description) {
     create->Release();
 }
 
-/// The description of the thread's error, which is taken away; "-" when there is none.
+/// Takes the thread's error information and returns its description; "-" if there is none.
 Text TakeError() {
     IErrorInfo* info = nullptr;
     const HRESULT result = GetErrorInfo(0, &info);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// BSTR, and the life of a VARIANT.
+// BSTR; initialising, copying and clearing VARIANT.
 #include "contract.h"
 
 #include <cstring>

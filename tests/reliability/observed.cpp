@@ -97,7 +97,7 @@ XObserved::Reading XObserved::Ask(const XQuestion& question, const XNoted& noted
     return reading;
 }
 
-// What the server may have by now is looked at after the answer came, and so bounds it.
+// Read after the answer arrived, the numbers that the server may have reached bound the answer from above.
 XObserved::Reading XObserved::Judge(const XQuestion& question, const XNoted& noted, const XAsked& asked,
                                     const XNumbers& numbers) const {
     const int newest = numbers.empty() ? 0 : *std::max_element(numbers.begin(), numbers.end());
@@ -109,7 +109,7 @@ XObserved::Reading XObserved::Judge(const XQuestion& question, const XNoted& not
         const bool mustNotBe = question.showsRemoval && asked.number <= noted.removed;
         return there && mustNotBe ? Reading::Stale : !there && mustBe ? Reading::Missing : Reading::Right;
     }
-    if (question.shows == XShows::Parity) // who is overtaken by an edit may see either
+    if (question.shows == XShows::Parity) // an answer overtaken by an edit may have either value
     {
         const bool right = adding != noted.added || newest == noted.added % 2;
         return right ? Reading::Right : newest != 0 ? Reading::Stale : Reading::Missing;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// What a test watches of the cache: things that carry a number which edits raise, and the questions that show the
-// number. Whoever asks notes first which number was notified; nothing older may come.
+// Observed things: data in the cache that carries a number, which each edit increments, and queries that show the
+// number. A thread notes the number notified last and then queries; the answer must not be older.
 //
-// Threading  Everything may be called from any thread. Edits of one thing exclude each other; a second one that comes
-//            meanwhile is left out. No lock is held while the cache is asked.
+// Threading  Thread-safe. Only one edit of a thing runs at a time; a concurrent second one is skipped. No lock is held
+//            during a query.
 #ifndef OBSERVED_H
 #define OBSERVED_H
 
@@ -13,19 +13,19 @@
 #include <atomic>
 #include <mutex>
 
-/// The cache that is asked.
+/// The cache under test.
 using XCachePtr = XLXComPtr<ILXConfigFactoryCache>;
 using XCachedPtr = XLXComPtr<ILXConfigObject>;
 
-/// How the answer to a question shows the number.
+/// How the answer to a query shows the number.
 enum class XShows {
     Value,    ///< one number: that of the newest edit
     Elements, ///< the numbers of all elements: each edit adds one and then removes the one before
-    Lookup,   ///< whether the element with the number that is asked for is there
-    Parity    ///< something is there while the number is odd
+    Lookup,   ///< whether the element with the requested number exists
+    Parity    ///< something exists while the number is odd
 };
 
-/// What was notified, for the asker to note. Numbers rise from 1.
+/// The notified numbers, noted before a query. Numbers are consecutive from 1.
 struct XNoted {
     int added = 0;
     int removed = 0;
@@ -38,31 +38,31 @@ struct XAsked {
 };
 
 using XNumbers = std::vector<int>;
-/// The object that a question is put to; null when the cache does not give it.
+/// Finds the object of a query; null if the cache does not return it.
 using XFind = std::function<XCachedPtr(const XCachePtr&)>;
-/// Adds the numbers that the answer shows; 1 or 0 for Lookup and Parity. False: there was no answer.
+/// Adds the numbers in the answer; 1 or 0 for Lookup and Parity. False: no answer.
 using XRead = std::function<bool(const XCachedPtr&, const XAsked&, XNumbers&)>;
 
 struct XQuestion {
     const char* name;
     XShows shows;
-    XFind find; ///< empty for a question to the cache itself
+    XFind find; ///< empty: the query is for the cache itself
     XRead read;
-    bool holds = true;        ///< an object found earlier in the same life must show the newest number too
-    bool showsRemoval = true; ///< a removed element is gone when that was notified
+    bool holds = true;        ///< an object found earlier in the same life must also show the newest number
+    bool showsRemoval = true; ///< a removed element must be missing once its removal was notified
 };
 
 class XObserved {
 public:
     using Edit = std::function<XNotification(XServerEdits, int, XNotify)>;
-    /// Who can be notified directly: an object that stays the same for a life of the cache.
+    /// The object for direct notifications, which stays the same during a life of the cache.
     struct Direct {
         XFind receiver;
         const char* dataId;
     };
 
-    /// @param remove  removes the element of a number; empty where an edit leaves nothing behind
-    /// @param effort  every edit but each so many-th is left out
+    /// @param remove  removes the element with a number; empty if edits leave nothing to remove
+    /// @param effort  only every effort-th edit is made
     XObserved(const char* name, Edit edit, Edit remove, Direct direct, unsigned effort = 1);
 
     const std::string& Name() const noexcept { return m_name; }
@@ -70,24 +70,26 @@ public:
     const std::vector<XQuestion>& Questions() const noexcept { return m_questions; }
 
     XNoted Note() const noexcept { return {m_added.load(), m_removed.load()}; }
-    /// Raises the number. It counts as notified when a client or the direct receiver took the notification.
+    /// Makes an edit that increments the number. It counts as notified if a client or the direct receiver accepted the
+    /// notification.
     void Raise(const XSampleServer& server, bool directly);
     int Notifications() const noexcept { return m_notifications.load(); }
 
-    /// What the server has now, for a life that begins afterwards: Begin makes it the least that is expected.
+    /// The number that the server has now. Begin makes it the minimum that a new life must show.
     XNoted Applied();
     void Begin(const XNoted& applied, const XCachePtr& cache);
-    /// The life ends: its objects are notified of nothing any more.
+    /// Ends a life: its objects receive no more notifications.
     void End();
 
     enum class Reading {
         Right,
-        Missing,   ///< the thing, or any answer, could not be had
-        Stale,     ///< older than what was noted
+        Missing,   ///< the object or the answer is missing
+        Stale,     ///< older than the noted number
         Impossible ///< a number that the server never had
     };
-    /// Asks, through a held object when there is one; else the slot receives the object that was found.
-    /// @param details  receives what was expected and what came
+    /// Makes a query, through the object held in the slot if there is one; otherwise the slot receives the found
+    /// object.
+    /// @param details  receives the expected and the actual numbers
     Reading Ask(const XQuestion& question, const XNoted& noted, const XAsked& asked, XCachedPtr* held,
                 std::string& details) const;
 
@@ -101,14 +103,14 @@ private:
     const Direct m_direct;
     const unsigned m_effort;
     std::vector<XQuestion> m_questions;
-    std::mutex m_raising; // held for an edit
+    std::mutex m_raising; // held during an edit
     std::atomic<unsigned> m_calls{0};
     std::atomic<int> m_adding{0};   // the highest number that the server may have
     std::atomic<int> m_removing{0}; // the highest number that it may have removed
     std::atomic<int> m_added{0};    // the highest number that was notified
     std::atomic<int> m_removed{0};
     std::atomic<int> m_notifications{0};
-    std::mutex m_receiverMutex; // guards the next
+    std::mutex m_receiverMutex; // guards the next member
     XLXComPtr<ILXCallbackUpdate> m_receiver;
 };
 
@@ -119,7 +121,8 @@ void LXAddKindsOfTypes(XObservedList& all);
 /// One of each kind, over LXObservedModel.
 XObservedList LXEveryKind();
 
-/// LXLifeModel with a base type of many attributes and two more types below Pump: Centrifugal, and Sealed below that.
+/// LXLifeModel with a base type that has many attributes, and two more types: Centrifugal, derived from Pump, and
+/// Sealed, derived from Centrifugal.
 XServerModel LXObservedModel();
 
 #endif

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// Kinds of things beside types: format specs, browser ids, relations, plan types; and things that the server makes
-// anew.
+// Other observed kinds than types: format specs, browser ids, relations, plan types; and objects that the server
+// recreates.
 #include "observedparts.h"
 
 using namespace LXObserving;
 
 namespace {
-// What a changed set of specs is read into are new objects, so that held ones are not asked, and nobody can be
-// notified directly.
+// Reading a changed set of specs creates new objects, so held ones are not queried and none can be notified directly.
 void AddSpecs(XObservedList& all) {
     const auto format = Below<ILXGlobalAttributeFormatSpec, ILXFormat>(
         Spec, [](ILXGlobalAttributeFormatSpec& of, ILXFormat** out) { return of.GetFormat(1, out); });
@@ -117,8 +116,8 @@ void AddPlanTypes(XObservedList& all) {
         return Answer(asked.cache->IsPlantype(asked.server.DataObject("Pump").Get()));
     }));
 }
-// What the server made anew under the old name has a server object of its own: nothing that was loaded through the
-// former one may stay. An object that is held may still ask the former one.
+// An object that the server recreates under the same name has another server object: nothing loaded through the former
+// one may stay. A held object may still ask the former one.
 template <class List, class Is> void Forget(List& list, Is is) {
     std::erase_if(list, [&](const auto& element) { return is(*element); });
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the kinds of observed things are made of: how their objects are found, and how questions to them read.
+// The parts of observed kinds: how their objects are found and queried.
 #ifndef OBSERVEDPARTS_H
 #define OBSERVEDPARTS_H
 
@@ -15,20 +15,20 @@ using Value = XModelValue;
 
 inline XLXComBSTR B(const std::string& text) { return XLXComBSTR(LXFromUtf8(text)); }
 
-/// Elements are named by their number: x17, or 1017 where names are numbers.
+/// Elements are named by their number: x17, or 1017 if names are numbers.
 inline std::string Named(int number, char prefix = 'x') { return prefix + std::to_string(number); }
 inline constexpr int FirstNumber = 1000;
 
 // ---- finding objects
 
-/// The object that a question gives.
+/// The object that a query returns.
 template <class Interface, class Ask> XLXComPtr<Interface> One(Ask&& ask) {
     XLXComPtr<Interface> object;
     ask(object.Put());
     return object;
 }
 
-/// What is asked of an object; null when the object is not there.
+/// The object that another object returns; null if that one is null.
 template <class Interface, class Owner, class Ask> XLXComPtr<Interface> Of(const Owner& owner, Ask&& ask) {
     return owner ? One<Interface>([&](auto out) { ask(*owner, out); }) : nullptr;
 }
@@ -96,7 +96,7 @@ inline XCachedPtr Spec(const XCachePtr& cache) {
         "Length");
 }
 
-/// An object that is asked of another one.
+/// Finds an object through another one.
 template <class Owner, class Interface, class Ask> XFind Below(XFind owner, Ask ask) {
     return [=](const XCachePtr& cache) {
         const XCachedPtr found = owner(cache);
@@ -104,7 +104,7 @@ template <class Owner, class Interface, class Ask> XFind Below(XFind owner, Ask 
     };
 }
 
-// ---- questions
+// ---- queries
 
 inline std::optional<int> NumberIn(ILXConfigObject& object, int member) {
     XLXComVariant value;
@@ -125,7 +125,7 @@ inline XQuestion ValueOf(const char* name, XFind find, int member, bool holds = 
             holds};
 }
 
-/// The numbers of the elements that an enumeration lists. Those that are no numbered elements are passed over.
+/// The numbers of the elements in an enumeration. Other elements are skipped.
 template <class Element, class Enumerator>
 void AddElements(const XLXComPtr<Enumerator>& elements, int member, XNumbers& numbers, char prefix = 'x') {
     XLXComPtr<Element> element;
@@ -151,7 +151,7 @@ XQuestion ElementsOf(const char* name, XFind find, int member, Ask ask, char pre
             }};
 }
 
-/// The same, of the cache itself.
+/// The same for enumerations of the cache itself.
 template <class Element, class Enumerator, class Ask> XQuestion ListedElements(const char* name, int member, Ask ask) {
     return {name, XShows::Elements, nullptr, [=](const XCachedPtr&, const XAsked& asked, XNumbers& numbers) {
                 XLXComPtr<Enumerator> elements;
@@ -161,7 +161,7 @@ template <class Element, class Enumerator, class Ask> XQuestion ListedElements(c
             }};
 }
 
-/// Whether an object gives the element of the number that is asked for.
+/// Whether an object has the element with the requested number.
 template <class Owner, class Element, class Ask> XQuestion LookupOf(const char* name, XFind find, Ask ask) {
     return {name, XShows::Lookup, std::move(find),
             [=](const XCachedPtr& object, const XAsked& asked, XNumbers& numbers) {
@@ -172,7 +172,7 @@ template <class Owner, class Element, class Ask> XQuestion LookupOf(const char* 
             }};
 }
 
-/// A question to the cache whose answer is yes or no; nothing when it fails.
+/// A query to the cache with a yes or no answer; none if it fails.
 inline XQuestion YesOrNo(const char* name, XShows shows, std::function<std::optional<bool>(const XAsked&)> ask) {
     return {name, shows, nullptr, [=](const XCachedPtr&, const XAsked& asked, XNumbers& numbers) {
                 const std::optional<bool> answer = ask(asked);
@@ -203,7 +203,7 @@ inline XObserved& Add(XObservedList& all, const char* name, XObserved::Edit edit
 
 inline Value Text(int number) { return Value(std::to_string(number)); }
 
-// ---- questions of more than one kind
+// ---- queries of several kinds
 
 inline bool TypeFeet(const XCachedPtr& attribute, const XAsked&, XNumbers& numbers) {
     const auto type = Among<ILXAttributeType>(

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Kinds of things that types have: values, sets, what is inherited, and the types themselves.
+// Observed kinds of types: values, sets, inherited attributes, and the types themselves.
 #include "observedparts.h"
 
 using namespace LXObserving;
@@ -67,7 +67,7 @@ void AddAttributeValues(XObservedList& all) {
         .Add(shown("Sealed"));
 }
 
-// Derived types show both sets, each with a letter of its own in front of the numbers.
+// Derived types show both sets, each with its own letter before the numbers.
 void AddAttributeSets(XObservedList& all) {
     const auto listed = [](const char* type, char prefix) {
         return ElementsOf<ILXType, ILXAttribute, ILXAttributeEnum>(
@@ -148,8 +148,7 @@ void AddEditors(XObservedList& all) {
             [](ILXType& of, int n, ILXConfObjEditor** out) { return of.GetDefaultEditor(B(Named(n)).Get(), out); }));
 }
 
-// A removed attribute type may stay listed where types are loaded one by one, and then the object of one that stays
-// is another one.
+// If attribute types are loaded one by one, a removed one may stay listed, and one that stays may get another object.
 void AddAttributeTypes(XObservedList& all) {
     using Enumerator = ILXAttributeTypeEnum;
     const XFind head = Attribute("Pump", "Head");
@@ -238,7 +237,7 @@ void AddDerivedTypes(const XAsked& asked, XNumbers& numbers, HRESULT& result) {
     CoTaskMemFree(derived);
 }
 
-// Types that the server removed stay in the cache until its life ends, and each change reads all types.
+// Removed types stay in the cache until its life ends, and each change causes a read of all types.
 void AddTypes(XObservedList& all) {
     Add(
         all, "set of types",

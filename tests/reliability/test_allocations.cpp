@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// A whole life of a client, run over and over with one more memory allocation of the component failing each time,
-// until a run passes untouched. After each: right answers or "out of memory", nothing left alive, and a clean second
-// life.
+// Repeats a client's complete session. In each run one allocation of the component fails, a later one each time, until
+// a run completes without a failure. Each run must give correct answers or "out of memory", leak nothing, and allow a
+// clean second session.
 #include "allocations.h"
 #include "clientlife.h"
 
@@ -11,14 +11,14 @@
 #endif
 
 namespace {
-/// A life in which the n-th allocation of the component fails; 0 for none.
+/// A session in which the n-th allocation of the component fails; 0: none.
 XLifeSteps Live(std::size_t failing, std::size_t& count) {
     const auto server = XSampleServer::Create(LXLifeModel());
     XLifeSteps steps;
     {
         XClientLife life(*server, &XAllocationWatch::Heed);
         const XAllocationWatch watch(failing);
-        XAllocationWatch::Heed(false); // the test's own are left alone, the server's too
+        XAllocationWatch::Heed(false); // allocations of the test and the server do not count
         steps = life.Run();
         count = watch.Count();
     }
@@ -26,8 +26,8 @@ XLifeSteps Live(std::size_t failing, std::size_t& count) {
     return steps;
 }
 
-/// What a failed allocation may change in a step that then succeeds: format specs that could be gathered before stay
-/// the whole until a notification comes, and an enumeration or a removal that failed shows in the next one.
+/// The changes that a failed allocation may cause in a step that then succeeds: format specs that were read before the
+/// failure are the whole set until the next notification, and a failed enumeration or removal shows in the next one.
 bool IsPrescribed(const std::string& name, const XLifeStep& step) {
     return name == "GetAllGlobalAttributeFormatSpecs(after removal)" &&
            (step.result == S_FALSE || step.answer == "Area Length " || step.answer == "Length NewSpec1 ");
@@ -52,7 +52,7 @@ protected:
 
 TEST_F(Allocations, OneMoreFailsEachTime) {
     std::size_t all = 0;
-    Live(0, all); // what is allocated once in the process
+    Live(0, all); // for allocations that happen once per process
     const XLifeSteps undisturbed = Live(0, all);
     ASSERT_GT(all, 300u);
     for (std::size_t n = 1; n <= all; ++n) {

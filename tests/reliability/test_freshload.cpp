@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// Freshness under load: whoever notes what was notified and then asks gets nothing older, for every kind of thing,
-// through fresh look-ups and through objects that are held, while edits come from outside and from inside the calls
-// to the server.
+// Freshness under load: no answer is older than what was notified before the query, for every observed kind, through
+// new look-ups and through held objects, while edits are made both from outside and inside calls to the server.
 //
-// With the argument --server-mode the cache runs inside the server's process: one thread, no locks. LX_STRESS_SECONDS
-// sets the length of each test, LX_TEST_SEED repeats a seed, and LX_FRESHLOAD_KINDS, a list of names separated by
-// commas, leaves out all other kinds. LX_FRESHLOAD_TABLE prints what each question met.
+// With the argument --server-mode the cache runs inside the server's process, with one thread and no locks.
+// LX_STRESS_SECONDS sets the duration of each test, LX_TEST_SEED repeats a seed, and LX_FRESHLOAD_KINDS, a list of
+// names separated by commas, selects the kinds. LX_FRESHLOAD_TABLE prints the tallies of each query.
 #include "observed.h"
 
 #include <cstdlib>
@@ -35,15 +34,15 @@ bool IsWanted(const std::string& kind) {
     return wanted == nullptr || ("," + std::string(wanted) + ",").find("," + kind + ",") != std::string::npos;
 }
 
-/// What one question met.
+/// The tallies of one query.
 struct XTally {
     std::atomic<unsigned> asked{0};
     std::atomic<unsigned> wrong{0};
-    std::mutex mutex; // guards the next
+    std::mutex mutex; // guards the members below
     std::string first;
 };
 
-/// A kind with its tallies, one for each question.
+/// A kind with its tallies, one for each query.
 struct XWatched {
     explicit XWatched(std::unique_ptr<XObserved> of) : observed(std::move(of)), tallies(observed->Questions().size()) {}
 
@@ -51,7 +50,7 @@ struct XWatched {
     std::vector<XTally> tallies;
 };
 
-/// A thread that asks.
+/// A thread that makes queries.
 struct XReader {
     struct Held {
         unsigned life = 0;
@@ -60,9 +59,9 @@ struct XReader {
 
     std::mt19937 random;
     std::map<const XQuestion*, Held> held;
-    XWatched* asking = nullptr; ///< what it is asking for
-    XWatched* raised = nullptr; ///< what it raised last from inside a call to the server
-    bool quiet = false;         ///< it raises nothing
+    XWatched* asking = nullptr; ///< the kind that it is querying
+    XWatched* raised = nullptr; ///< the kind that it edited last from inside a call to the server
+    bool quiet = false;         ///< it makes no edits
 };
 
 thread_local XReader* t_reader = nullptr;
@@ -88,13 +87,13 @@ protected:
     void End();
 
     // ---- threads
-    /// Runs a job in a thread again and again until the time is over.
+    /// Repeats a job in a thread until the time is over.
     void Run(std::function<void(XReader&)> work);
     void UntilTheTimeIsOver();
     void WaitForQuestions(unsigned long long count, Clock::duration limit);
 
-    // ---- what they do
-    /// One of the two kinds that are in focus, or any other: threads meet most in what all of them ask for.
+    // ---- jobs
+    /// Chooses one of the two focused kinds, or any other. Threads collide most in kinds that all of them query.
     XWatched& Any(std::mt19937& random) const {
         const bool free = m_alone || random() % 4 == 0;
         const std::size_t any = free ? random() : m_focus.load() + random() % 2;
@@ -116,16 +115,16 @@ protected:
     const Clock::time_point m_start = Clock::now();
     std::vector<std::unique_ptr<XWatched>> m_watched;
     std::vector<std::thread> m_threads;
-    bool m_alone = false; // one thread does everything; set before it begins
+    bool m_alone = false; // one thread does everything; set before the start
     std::atomic<bool> m_over{false};
     std::atomic<unsigned long long> m_asked{0};
-    std::atomic<unsigned> m_life{1}; // even while a life lasts, odd between two
+    std::atomic<unsigned> m_life{1}; // even during a life, odd between two lives
     std::atomic<bool> m_ending{false};
     std::atomic<std::size_t> m_focus{0};
-    std::shared_mutex m_edits; // shared for an edit; a life ends while there is none
+    std::shared_mutex m_edits; // shared during an edit, exclusive at the end of a life
 };
 
-// What the server has by now must be seen in the life that begins; what changes meanwhile is notified or not.
+// The new life must show what the server has now; concurrent changes may or may not be notified.
 void FreshLoad::Begin(LONG transferMode) {
     std::vector<XNoted> applied;
     for (const auto& watched : m_watched) {
@@ -145,7 +144,7 @@ void FreshLoad::Begin(LONG transferMode) {
     m_life.fetch_add(1);
 }
 
-// An edit that is under way when the life ends could be notified to a cache that is just being emptied.
+// Excludes edits, because one in progress could be notified to a cache that is just being emptied.
 void FreshLoad::End() {
     m_ending = true;
     const std::unique_lock edits(m_edits);
@@ -177,7 +176,7 @@ void FreshLoad::UntilTheTimeIsOver() {
     m_threads.clear();
 }
 
-/// Waits until that many further questions were answered, or the time is over.
+/// Waits until that many further queries were answered or the time is over.
 void FreshLoad::WaitForQuestions(unsigned long long count, Clock::duration limit) {
     const unsigned long long before = m_asked.load();
     const Clock::time_point until = Clock::now() + limit;
@@ -192,8 +191,8 @@ void FreshLoad::Raise(XWatched& watched, std::mt19937& random) {
     watched.observed->Raise(*m_server, random() % 2 == 0);
 }
 
-// A call to the server is where others overtake: what is being asked for changes, something else does, or other
-// threads get on with what they are doing.
+// During a call to the server others overtake: the queried data changes, other data changes, or other threads make
+// progress.
 void FreshLoad::InsideTheServer() {
     XReader* const reader = t_reader;
     if (reader == nullptr || reader->quiet) { return; }
@@ -209,7 +208,7 @@ void FreshLoad::InsideTheServer() {
     }
 }
 
-// What was raised from inside is asked for at once: nothing may have lost that.
+// Queries at once what was edited inside the call: that edit must not be lost.
 void FreshLoad::AskSomething(XReader& reader) {
     XWatched& watched = Any(reader.random);
     const std::size_t question = reader.random() % watched.tallies.size();
@@ -222,8 +221,8 @@ void FreshLoad::AskSomething(XReader& reader) {
     }
 }
 
-// Objects of a life that has ended are not notified any more, and between two lives there are no answers; but an
-// answer that is older than what was noted is always wrong.
+// Objects of an ended life are not notified any more, and there are no answers between two lives. But an answer that is
+// older than the noted number is always wrong.
 void FreshLoad::Ask(XReader& reader, XWatched& watched, std::size_t question) {
     const XQuestion& what = watched.observed->Questions()[question];
     const unsigned life = m_life.load();
@@ -276,11 +275,11 @@ void FreshLoad::MakeNoise(std::mt19937& random) {
     EXPECT_TRUE(asked == S_OK || asked == S_FALSE || asked == E_POINTER) << asked;
 }
 
-// Everything was asked for, and nothing stays behind for good: one more edit of each, and all show it.
+// Every kind was queried, and none stays stale: after one more edit of each, all answers show it.
 void FreshLoad::ExpectNothingStale() {
     XReader reader{std::mt19937(m_seed), {}};
     for (const auto& watched : m_watched) {
-        for (int i = 0; i < 4; ++i) // a kind that is edited seldom leaves some out
+        for (int i = 0; i < 4; ++i) // rarely edited kinds skip some edits
         {
             watched->observed->Raise(*m_server, false);
         }
@@ -326,7 +325,7 @@ TEST_P(FreshLoad, NothingOlderThanWhatWasNotified) {
     Terminate();
 }
 
-// Deterministic: what overtakes a question comes from inside the calls that it makes.
+// Deterministic: queries are overtaken only from inside their own calls to the server.
 TEST_P(FreshLoad, NothingOlderInOneThread) {
     for (const auto& watched : m_watched) {
         watched->observed->Raise(*m_server, false);

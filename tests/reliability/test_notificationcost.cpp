@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A notification costs the same however much is cached: it needs no memory, and it takes no lock but leaf mutexes,
-// whoever is asking the server for what meanwhile.
+// A notification costs the same however much is cached: it needs no memory, and takes no locks but leaf mutexes,
+// whatever other threads are fetching.
 #include "XLockOrder.h"
 #include "allocations.h"
 #include "logcapture.h"
@@ -14,7 +14,8 @@
 #endif
 
 namespace {
-/// Notes in debug builds that the thread holds the innermost lock but leaves; any other lock then ends the process.
+/// In debug builds, records that the thread holds the innermost lock before leaf mutexes, so that any other lock ends
+/// the process.
 class XOnlyLeaves {
 public:
     XOnlyLeaves() noexcept { m_place.Enter(this); }
@@ -32,7 +33,7 @@ protected:
     void SetUp() override {
         ASSERT_EQ(Start(1), S_OK);
         for (const auto& observed : m_kinds) {
-            observed->Raise(*m_server, false); // some things are there from the first edit on
+            observed->Raise(*m_server, false); // some things exist only after the first edit
         }
     }
     void TearDown() override { Terminate(); }
@@ -71,7 +72,7 @@ protected:
         return relation;
     }
 
-    /// Lets a question run until its call to the server stops at a gate.
+    /// Runs a query until its call to the server stops at a gate.
     void Hold(const char* method, std::function<void()> question) {
         m_gates.push_back(Calls().PauseAt(method, XCallPoint::Answer));
         m_asked.push_back(std::async(std::launch::async, std::move(question)));
@@ -84,14 +85,14 @@ protected:
 
 private:
     const XObservedList m_kinds = LXEveryKind();
-    ULONG m_lastId = 1000; // above those of the server
+    ULONG m_lastId = 1000; // greater than the server's
     std::vector<std::future<void>> m_asked;
-    std::vector<XCallGate> m_gates; // opened before the questions are waited for
+    std::vector<XCallGate> m_gates; // opened before waiting for the queries
 };
 } // namespace
 
 TEST_F(NotificationCost, NothingIsAllocated) {
-    const LogCapture log(1u << LX_LOG_ERROR); // without the entries about notifications, which are texts
+    const LogCapture log(1u << LX_LOG_ERROR); // without entries about notifications, whose texts need memory
 #ifndef _WIN32
     LXSetAllocationGate([] { return XAllocationWatch::Allow(); });
 #endif

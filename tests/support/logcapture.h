@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Keeps what is written to the logbook while it lives.
+// Captures the logbook's entries during its lifetime.
 #ifndef LOGCAPTURE_H
 #define LOGCAPTURE_H
 

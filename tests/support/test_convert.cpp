@@ -57,7 +57,7 @@ TEST(LowerCase, IsUnicodesWhateverTheLocale) {
         {OLESTR("AZ[@`09 _az\u00C0\u00D7\u00DE\u00DF\u00F7"), OLESTR("az[@`09 _az\u00E0\u00D7\u00FE\u00DF\u00F7")},
         {OLESTR("\u0100\u0102\u0178\u0179"), OLESTR("\u0101\u0103\u00FF\u017A")}, // every second one, and others
         {OLESTR("\u0391\u03A3\u0410\u042F\u0401"), OLESTR("\u03B1\u03C3\u0430\u044F\u0451")},
-        {OLESTR("I\u0130\u0131\u1E9E"), OLESTR("ii\u0131\u00DF")}, // one character for one, in no language
+        {OLESTR("I\u0130\u0131\u1E9E"), OLESTR("ii\u0131\u00DF")}, // one character each, without rules of languages
         {OLESTR("\u212A\u2126\u2C62\uFF3A"), OLESTR("k\u03C9\u026B\uFF5A")},
         {OLESTR("\u01C4\u01C5\u10A0\u13A0\u1C90"), OLESTR("\u01C6\u01C6\u2D00\uAB70\u10D0")},
         {OLESTR("\U00010400\U00010427\U00010428\U0001E921"), OLESTR("\U00010428\U0001044F\U00010428\U0001E943")},
@@ -68,7 +68,7 @@ TEST(LowerCase, IsUnicodesWhateverTheLocale) {
         for (const auto& row : Table) {
             EXPECT_EQ(LXLowerCase(row.capital), row.small) << locale;
         }
-        // Halves of pairs, in an order that makes none: low and high, high and a letter, high at the end.
+        // Lone surrogates: low before high, high before a letter, high at the end.
         const XLXText halves{0xDC00, 0xD801, 'A', 0xD801, 0xD801, 0xDC00, 0xDC00, 0xD801};
         EXPECT_EQ(LXLowerCase(halves), (XLXText{0xDC00, 0xD801, 'a', 0xD801, 0xD801, 0xDC28, 0xDC00, 0xD801}));
     }
@@ -100,7 +100,7 @@ TEST(PropertyNames, AreExactAndBelongToTheirKind) {
         {PCInfo, OLESTR("LXCFG_pcinfonew"), 6},
         {Type, OLESTR("LXCFG_typename"), 0},
         {Type, OLESTR("LXCFG_basetype"), 27},
-        // Not the same name, not the same kind, not a name at all.
+        // Another name, another kind, and no name at all.
         {Attribute, OLESTR("LXCFG_Attributename"), -1},
         {Attribute, OLESTR("LXCFG_attributename "), -1},
         {Attribute, OLESTR("LXCFG_attributenam"), -1},

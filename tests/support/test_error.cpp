@@ -137,7 +137,7 @@ TEST(Logbook, TracesOnlyWhatASinkAsksFor) {
     EXPECT_FALSE(XLXError::TraceEnabled(LX_LOG_SERVER));
 }
 
-/// A sink that its caller cannot leave before it is let out.
+/// A sink that blocks its caller until it is released.
 struct SlowSink {
     std::promise<void> entered;
     std::promise<void> letOut;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Keys made of names, and the data ids of notifications.
+// Keys for names, and the data ids of notifications.
 #include "XCFGStringKey.h"
 #include "XDataId.h"
 
@@ -21,7 +21,7 @@ XLXText Units(std::initializer_list<unsigned> units) {
     return text;
 }
 
-/// The UTF-8 of a text; a lone surrogate in its three-byte form.
+/// The UTF-8 form of a text; lone surrogates take three bytes.
 std::string Utf8Of(const XLXText& text) {
     std::string bytes;
     const auto add = [&bytes](unsigned long lead, unsigned long code, int more) {

@@ -57,7 +57,7 @@ template <class Element, class Enumerator> XLXComPtr<Element> First(const XLXCom
     return element;
 }
 
-/// What a call hands out.
+/// The object that a call returns.
 template <class I, class F> XLXComPtr<I> Got(F&& get) {
     XLXComPtr<I> object;
     get(object.Put());

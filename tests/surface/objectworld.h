@@ -14,7 +14,7 @@ enum class XStage {
     Client,     ///< initialised as an application does it
     Silent,     ///< the same, without notifications
     Server,     ///< initialised inside the server's process
-    Terminated, ///< what was handed out is still held
+    Terminated, ///< terminated, while objects are still held
     ServerTerminated
 };
 
@@ -27,11 +27,11 @@ public:
 
     /// The kinds of objects by name, in a fixed order.
     static const std::vector<const char*>& Kinds();
-    /// Whether objects of a kind come from a manager that was initialised.
+    /// Whether objects of a kind require an initialised manager.
     static bool NeedsManager(const std::string& kind);
-    /// An object of a kind; null when it needs an initialised manager and there never was one.
+    /// An object of a kind; null if it requires an initialised manager and there never was one.
     XLXComPtr<IUnknown> Object(const std::string& kind) const;
-    /// Something that answers an interface: the server's object where the server has one, else the component's.
+    /// An object with an interface: the server's if it has one, otherwise the component's.
     XLXComPtr<IUnknown> Provider(REFIID iid) const;
 
     /// All objects, the manager among them; the world is over afterwards.
@@ -50,7 +50,7 @@ private:
 
     std::shared_ptr<XSampleServer> m_server;
     XLXComPtr<ILXConfigFactoryCache> m_cache;
-    std::shared_ptr<void> m_uncounted; // objects whose references nobody counts
+    std::shared_ptr<void> m_uncounted; // objects that are not reference counted
     std::vector<std::pair<std::string, XLXComPtr<IUnknown>>> m_objects;
 };
 

@@ -38,7 +38,7 @@ template <class T> void Describe(XParameter& parameter) {
     if constexpr (KindOf<T>() == XKind::Object) { parameter.iid = &LXIid<std::remove_pointer_t<T>>(); }
 }
 
-/// How a method is called through its interface.
+/// Calls a method through its interface.
 template <auto method, class Signature = decltype(method)> struct Caller;
 
 template <auto method, class C, class... T> struct Caller<method, HRESULT (STDMETHODCALLTYPE C::*)(T...)> {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// Every interface of the definitions as data: its methods in slot order, their parameters, and for each method a
-// callable that calls it with arguments that a test may choose one by one. The table is made from the definitions at
-// build time, so that a new method is in it by being declared.
+// All interfaces of the definitions as data: their methods in slot order, the parameters, and for each method a
+// callable that calls it with arguments chosen by a test. The table is generated from the definitions at build time, so
+// it includes new methods automatically.
 #ifndef SURFACE_H
 #define SURFACE_H
 
@@ -14,7 +14,7 @@
 
 enum class XRole { In, Out, InOut };
 
-/// What a parameter takes. An array of a given size is of the kind of its element's pointer.
+/// The kind of a parameter. An array of fixed size has the kind of a pointer to its element.
 enum class XKind {
     Number,    ///< an integer or an enumeration
     Text,      ///< BSTR
@@ -23,14 +23,14 @@ enum class XKind {
     Array,     ///< SAFEARRAY*
     Id,        ///< REFIID
     Opaque,    ///< void*
-    Texts,     ///< BSTR*: an array that is passed in, or one text out
-    Variants,  ///< VARIANT*: an array that is passed in, or one value out
+    Texts,     ///< BSTR*: an input array, or one output text
+    Variants,  ///< VARIANT*: an input array, or one output value
     Named,     ///< tagLXNamedValue*
     Updates,   ///< tagLXUpdateInfo*
     Numbers,   ///< a pointer to integers
-    Objects,   ///< an interface pointer out
-    Arrays,    ///< SAFEARRAY** out
-    TextLists, ///< BSTR** out: an array of texts that the caller frees
+    Objects,   ///< an output interface pointer
+    Arrays,    ///< an output SAFEARRAY**
+    TextLists, ///< an output BSTR**: an array of texts that the caller frees
     Client,    ///< tagLXClientInfo*
     Other
 };
@@ -38,13 +38,13 @@ enum class XKind {
 struct XParameter {
     const char* name;
     XRole role;
-    int count; ///< index of the parameter that says how many elements there are, -1 for a single one
+    int count; ///< index of the parameter with the number of elements; -1: a single one
     XKind kind = XKind::Other;
     const IID* iid = nullptr; ///< of an object
     bool isSigned = true;     ///< of a number
 
     bool IsPointer() const { return kind != XKind::Number && kind != XKind::Variant && kind != XKind::Id; }
-    /// Whether what it points to is owned by the caller afterwards, and is null when there is nothing.
+    /// Whether the caller owns the pointed-to result, which is null if there is none.
     bool HandsOver() const {
         return role == XRole::Out &&
                (kind == XKind::Objects || kind == XKind::Arrays || kind == XKind::TextLists || kind == XKind::Texts);
@@ -80,16 +80,16 @@ struct XMethod {
 struct XInterface {
     const char* name;
     const IID* iid;
-    std::vector<XMethod> methods; ///< from slot 3 on, those of its bases first
+    std::vector<XMethod> methods; ///< from slot 3 on, beginning with those of its bases
 };
 
-/// All interfaces in the order of the definitions, those of the platform that the component has last.
+/// All interfaces in the order of the definitions, followed by the platform's interfaces that the component implements.
 const std::vector<XInterface>& LXSurface();
 
-/// The interfaces that an object answers. One whose methods another one of them starts with is left out.
+/// The interfaces that an object supports, without those that are bases of others in the list.
 struct XFace {
     const XInterface* interface_;
-    void* face; ///< not counted: for as long as the object is held
+    void* face; ///< without a reference: valid while the object is held
 };
 std::vector<XFace> LXFacesOf(IUnknown& object);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What single kinds of objects do that the other suites do not ask.
+// Behaviour of single kinds of objects that other suites do not test.
 #include "objecttest.h"
 
 #include "XModuleCount.h"
@@ -23,7 +23,7 @@ TEST_F(Kinds, AttributeTypesAreAddedAndRemovedOnTheServerAlone) {
     EXPECT_EQ(listed(), cached);
     EXPECT_EQ(attribute->RemoveAttributeType(added.Get(), &removed), S_OK);
     EXPECT_EQ(removed, 1);
-    EXPECT_EQ(attribute->RemoveAttributeType(added.Get(), &removed), E_INVALIDARG); // the server's answer
+    EXPECT_EQ(attribute->RemoveAttributeType(added.Get(), &removed), E_INVALIDARG); // the server's result
 }
 
 TEST_F(Kinds, ATypesFaceForItsManagerLinksItsBase) {
@@ -39,7 +39,7 @@ TEST_F(Kinds, ATypesFaceForItsManagerLinksItsBase) {
     EXPECT_EQ(baseFace->SetBaseType(face.Get()), E_INVALIDARG);
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("the base type derives from this type"));
     EXPECT_EQ(face->SetBaseType(nullptr), S_OK);
-    EXPECT_EQ(baseFace->SetBaseType(face.Get()), S_OK); // the way round is free now
+    EXPECT_EQ(baseFace->SetBaseType(face.Get()), S_OK); // the opposite link closes no cycle now
 }
 
 TEST_F(Kinds, AManagerForwardsAndKeepsWhatItIsTold) {
@@ -63,7 +63,7 @@ TEST_F(Kinds, AManagerForwardsAndKeepsWhatItIsTold) {
     ASSERT_EQ(m_world.Server().Clients().size(), 1u);
     const LONG registered = m_world.Server().Clients().front().id;
     EXPECT_EQ(callback->SetCallbackId(registered + 1), S_OK);
-    EXPECT_EQ(callback->SetCallbackId(registered), S_OK); // the last one is what it signs off with
+    EXPECT_EQ(callback->SetCallbackId(registered), S_OK); // the id set last is used to unregister
     EXPECT_EQ(Of<IDPFObject>("manager")->Terminate(), S_OK);
     EXPECT_TRUE(m_world.Server().Clients().empty());
 }

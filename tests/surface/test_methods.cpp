@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What every kind of object must do alike, each in one table.
+// Behaviour that all kinds of objects share, as tables.
 #include "objecttest.h"
 #include "xcall.h"
 
@@ -13,7 +13,7 @@
 namespace {
 class Methods : public ObjectTest {
 protected:
-    /// What a kind of object has of a configuration object, which it answers as a part of its own interface.
+    /// The ILXConfigObject part of an object's interface.
     ILXConfigObject* ConfigObject(const char* kind) const {
         for (const XFace& face : LXFacesOf(*m_world.Object(kind).Get())) {
             if (std::string(face.interface_->methods.front().name) == "Get") {
@@ -137,11 +137,11 @@ TEST_F(Methods, AValueIsTheSameByIndexAndByName) {
         object->SetProperty(row.index, XLXComVariant::FromBstr(OLESTR("by index")).Get());
         EXPECT_EQ(byName(), wanted(OLESTR("by index")));
     }
-    // What is written to an inherited relation is the base's.
+    // Writes to an inherited relation change the base relation.
     EXPECT_EQ(LXRead(ConfigObject("relation"), LXRM_CHILDLISTNAME), OLESTR("by index"));
 }
 
-/// Kinds that take notifications, and the server's method that tells when their values are read again.
+/// Kinds that take notifications, and the server's method whose calls show that their values are read again.
 constexpr const char* Notified[][2] = {{"type", "ILXType"},
                                        {"page", "ILXPage"},
                                        {"group", "ILXGroup"},
@@ -176,7 +176,7 @@ TEST_F(Methods, EveryCachedObjectIsACallback) {
         ILXConfigObject* const object = ConfigObject(kind);
         LXRead(object, 0);
         const auto before = CallsOf(method);
-        const XLXText served = LXRead(object, 0); // the end of the server empties nothing
+        const XLXText served = LXRead(object, 0); // the end of the server does not empty the cache
         EXPECT_EQ(CallsOf(method), before);
         EXPECT_EQ(callback->DataObjectChanged(id.Get(), dataType.Get(), 0, 1, 0, nullptr), S_OK);
         EXPECT_EQ(LXRead(object, 0), served);

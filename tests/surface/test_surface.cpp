@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// Abuse of everything that the component hands out: each method of each interface of each kind of object, with null
-// pointers and odd values for each parameter in turn, at each stage of the manager's life. With the argument
-// --server-mode the cache runs inside the server's process; locks are off there, so that is a program of its own.
+// Misuse of all objects that the component returns: each method of each interface of each kind of object, with null
+// pointers and unusual values for each parameter in turn, at each stage of the manager's life. With the argument
+// --server-mode the cache runs inside the server's process; that needs a separate run, because it turns the locks off.
 #include "xcall.h"
 
 #include "XModuleCount.h"
@@ -16,7 +16,7 @@ bool ServerMode() {
     return std::find(arguments.begin(), arguments.end(), "--server-mode") != arguments.end();
 }
 
-/// What a method may answer.
+/// The results that a method may return.
 bool IsSensible(HRESULT result) {
     constexpr HRESULT known[] = {
         S_OK,          S_FALSE,       E_POINTER,      E_INVALIDARG,        E_NOTIMPL,         E_FAIL,
@@ -26,7 +26,7 @@ bool IsSensible(HRESULT result) {
 
 struct Place {
     const char* kind;
-    int stage; ///< index into what the mode has
+    int stage; ///< index into the stages of the mode
 };
 
 void PrintTo(const Place& place, std::ostream* os) { *os << place.kind; }
@@ -43,7 +43,7 @@ protected:
     void AbuseParameter(const XMethod& method, std::size_t parameter, void* face);
     void Check(const char* what, XCall& call, void* face, const XParameter* nulled = nullptr);
     void CheckHandedOver(XCall& call, HRESULT result, const XParameter* nulled);
-    /// Reads and a notification get through, from another thread where there may be one.
+    /// Checks that reads and a notification complete, on another thread if the mode allows one.
     void CheckNothingIsLocked();
 
     std::unique_ptr<XObjectWorld> m_world;
@@ -56,11 +56,11 @@ void Surface::Check(const char* what, XCall& call, void* face, const XParameter*
     const LXErrorInformation error = LXErrorInformation::Take();
     EXPECT_TRUE(IsSensible(result)) << std::hex << result;
     if (SUCCEEDED(result)) {
-        EXPECT_EQ(error.description, OLESTR("earlier")); // a success leaves it alone
+        EXPECT_EQ(error.description, OLESTR("earlier")); // a success does not change it
     } else {
         EXPECT_TRUE(!error.present || !error.description.empty());
     }
-    if (nulled != nullptr && nulled->role != XRole::In) // no method takes an out pointer as optional
+    if (nulled != nullptr && nulled->role != XRole::In) // no method has optional out pointers
     {
         EXPECT_TRUE(FAILED(result)) << std::hex << result;
     }
@@ -100,7 +100,7 @@ void Surface::AbuseParameter(const XMethod& method, std::size_t parameter, void*
     }
     if (what.kind == XKind::Number) {
         for (const int odd : {0, -1, INT_MIN, INT_MAX}) {
-            // A count beyond the array is not the callee's to notice.
+            // A callee cannot detect a count greater than the array.
             if (!isCount || odd == 0 || (what.isSigned && odd < 0)) {
                 with(std::to_string(odd).c_str(), [&](XCall& call) { call[parameter].number = odd; });
             }
@@ -152,7 +152,7 @@ void Surface::CheckNothingIsLocked() {
     if (ServerMode()) {
         probe();
     } else {
-        std::thread(probe).join(); // the watchdog ends it when it hangs
+        std::thread(probe).join(); // the watchdog aborts it if it hangs
     }
 }
 
@@ -167,14 +167,14 @@ TEST_P(Surface, HoldsAgainstAbuse) {
         for (const XMethod& method : interface_.methods) {
             if (Stage() == XStage::Created && !ServerMode() && kind == "manager" &&
                 std::string(method.name).rfind("Initialize", 0) == 0 && interface_.name != std::string("IDPFObject")) {
-                continue; // it would turn the locks of this program off
+                continue; // it would turn off the locks of this program
             }
             const auto object = m_world->Object(kind);
             AbuseMethod(method, LXFacesOf(*object.Get())[face].face);
             CheckNothingIsLocked();
             ++called;
             if (kind == "manager" || called % 16 == 0) {
-                m_world.reset(); // what the calls changed ends here
+                m_world.reset(); // drops everything that the calls changed
                 m_world = std::make_unique<XObjectWorld>(Stage());
             }
         }
@@ -188,7 +188,7 @@ TEST_P(Surface, HoldsAgainstAbuse) {
     m_world.reset();
     EXPECT_EQ(XModuleCount::LiveObjects(), 0);
     EXPECT_EQ(XSampleServer::LiveObjectsOfAllServers(), 0);
-    if (kind != "class factory") // whose LockServer was called one-sidedly
+    if (kind != "class factory") // whose LockServer was called without balance
     {
         EXPECT_EQ(XModuleCount::Locks(), before);
     }

@@ -5,10 +5,10 @@
 #include <cstring>
 
 namespace {
-/// What a caller's variable holds before it is answered: nobody may take it for something.
+/// The initial content of out variables: an invalid value that nobody may use.
 void* Poison() { return reinterpret_cast<void*>(std::uintptr_t{0x5A5A5A5A5A5A}); }
 
-/// A text that means something for most parameters of a name.
+/// A meaningful text for most parameters with a name.
 const OLECHAR* TextFor(const std::string& parameter) {
     const auto has = [&](const char* part) { return parameter.find(part) != std::string::npos; };
     return has("Child") && has("List") ? OLESTR("nodes")
@@ -149,7 +149,7 @@ void XCall::Free(std::size_t parameter) {
         } else if (what.kind == XKind::Texts) {
             SysFreeString(static_cast<BSTR>(value));
         } else if (what.kind == XKind::TextLists) {
-            LONG count = 0; // the number stands in the parameter in front
+            LONG count = 0; // the preceding parameter has the number
             std::memcpy(&count, m_targets[parameter - 1]->pointers.data(), sizeof(count));
             for (LONG i = 0; i < count; ++i) {
                 SysFreeString(static_cast<BSTR*>(value)[i]);

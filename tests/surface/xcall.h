@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// One call of any method of the surface, with arguments that make sense until a test replaces one.
+// A call of any method of the surface, with meaningful arguments unless a test replaces one.
 #ifndef XCALL_H
 #define XCALL_H
 
@@ -19,18 +19,18 @@ public:
     const XMethod& Method() const { return m_method; }
     XArgument& operator[](std::size_t parameter) { return m_arguments[parameter]; }
     void SetText(std::size_t parameter, XLXTextView text);
-    /// Makes an element of an array that is passed in a null of a type, and a name or a text of it null.
+    /// Replaces an element of an input array by a null of a type, and its name or text by null.
     void SpoilElement(std::size_t parameter, std::size_t index, VARTYPE type);
 
     HRESULT Run(void* face);
 
-    /// What a parameter that hands something over was left with: nothing, something, or what was in it before.
+    /// The state of an out parameter after the call: null, a result, or unchanged.
     enum class Left { Null, Something, Untouched };
     Left What(std::size_t parameter) const;
 
 private:
     static constexpr std::size_t Room = 64;
-    /// What the pointers point to.
+    /// The targets of the pointers.
     struct Target {
         std::array<void*, Room> pointers{};
         std::array<VARIANT, Room> variants{};

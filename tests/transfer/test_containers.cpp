@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// Arrays that are no transfer arrays at all.
+// Arrays with the wrong shape for transfer arrays.
 #include "transferfixtures.h"
 
 namespace {
 struct Container {
     EKind kind;
     const char* method;
-    ULONG least; ///< the fewest elements that are looked at
+    ULONG least; ///< minimum number of elements
 };
 
 std::ostream& operator<<(std::ostream& out, const Container& row) { return out << row.kind; }

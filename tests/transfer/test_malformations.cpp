@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// Arrays that are spoiled in one place each: what is raised, and that nothing leaks or grows.
+// Arrays with a single fault: the right exception is raised, and nothing leaks or grows.
 #include "allocations.h"
 #include "transferfixtures.h"
 
 #include <set>
 
 namespace {
-/// A number in place of an element.
+/// Replaces an element by a number.
 struct Spoiled {
     const char* name;
     EKind kind;

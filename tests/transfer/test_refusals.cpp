@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the logbook says about an array that is refused: where in the array, and whose data it is.
+// The logbook's entry for a refused array: the position in the array, and the names that the record belongs to.
 #include "logcapture.h"
 #include "transferfixtures.h"
 
@@ -9,7 +9,7 @@
 using namespace XLXCFCDataTransfer;
 
 namespace {
-/// One element of a sample replaced by a value of another kind, or all from there on cut off.
+/// Replaces one element of a sample by a value of another type, or cuts the sample off there.
 struct Refusal {
     EKind kind;
     ULONG at;
@@ -20,7 +20,7 @@ struct Refusal {
 
 constexpr const char* WrongSize = "wrong safearray size";
 
-// Element 1 of the attribute list is made the name "Power".
+// Sets element 1 of the attribute list to the name "Power".
 constexpr Refusal Refusals[] = {
     {EKind::TypeArray, 1, true, "0 of 1 (header)", WrongSize},
     {EKind::TypeArray, 1, false, "1 of 42 (header)", "variant type mismatch: expected VT_I4"},
@@ -56,7 +56,7 @@ XLXSafeArray Spoil(const Refusal& row) {
     return array;
 }
 
-/// The entry that a refusal leaves; what is raised must have this text and no more.
+/// The log entry of a refusal; the exception must have exactly this text.
 std::string Logged(const char* text, const std::function<void()>& read) {
     const LogCapture log;
     try {

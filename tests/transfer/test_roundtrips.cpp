@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the readers make of well-formed arrays, and that the writers make the same arrays again.
+// Readers read well-formed arrays correctly, and writers write the same arrays again.
 #include "transferfixtures.h"
 
 #include <limits>
@@ -25,7 +25,7 @@ TEST_P(EveryKind, MayHaveAnyLowerBound) {
     }
 }
 
-// Trailing elements are nobody's, except in an attribute list, which ends with its array.
+// Trailing elements are ignored, except in an attribute list, which extends to the end of its array.
 TEST_P(EveryKind, MayBeFollowedByFurtherElements) {
     const XLXSafeArray sample = Sample(GetParam());
     XArrayWriter writer;
@@ -139,7 +139,7 @@ TEST(Values, OfAnyTypeAreTakenOverAsTheyStand) {
     EXPECT_EQ(values[2].AsText(), withNull);
 }
 
-// The values of a record outlive its list, and go with the record.
+// The values of a record outlive its list and are destroyed with the record.
 TEST(Values, OfAListGoWithTheirRecord) {
     const long before = XCountedObject::alive;
     const auto unknown = [] { return XLXComVariant::FromUnknown(NewObject().Get()); };

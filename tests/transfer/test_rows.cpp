@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// Rows of values, of which only the filled ones take room.
+// Rows of values, in which only filled members take memory.
 #include "allocations.h"
 #include "transferfixtures.h"
 
 namespace {
-using Expected = std::vector<std::optional<LONG>>; ///< by member; nothing where the row has none
+using Expected = std::vector<std::optional<LONG>>; ///< by member; nullopt for an empty one
 
 XLXComVariant Number(const std::optional<LONG>& value) {
     return value ? XLXComVariant::FromI4(*value) : XLXComVariant();
@@ -30,8 +30,8 @@ void ExpectRow(const XVariantRow& row, const Expected& expected) {
 
 } // namespace
 
-// Every member keeps its value while others are filled, emptied and exchanged, also in rows so long that each member has
-// a word, and when a row becomes that long.
+// Every member keeps its value while others are filled, emptied and exchanged; also in rows so long that each member
+// has a word, and while a row grows to that length.
 TEST(Rows, KeepTheirValuesWhateverIsExchanged) {
     for (const std::size_t size : {0U, 1U, 60U, 200U, 254U, 255U, 256U, 300U}) {
         Expected expected(size);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// One well-formed array of each kind, made element by element, and the reader and writer of the kind.
+// One well-formed array of each kind, built element by element, with the reader and the writer of the kind.
 #ifndef TRANSFERFIXTURES_H
 #define TRANSFERFIXTURES_H
 
@@ -13,7 +13,7 @@
 #include <ostream>
 #include <string>
 
-/// A counted object that stands for one of the server's.
+/// A counted object in the place of a server object.
 class XCountedObject final : public IUnknown {
 public:
     XCountedObject() { ++alive; }

@@ -81,7 +81,7 @@ XTypeNode NodeOf(ILXType& type) {
             {}};
 }
 
-/// A base that no enumeration lists.
+/// Adds a base that no enumeration lists.
 void AddUnlisted(ILXConfigFactory& factory, XTypeNodes& nodes, const std::string& name) {
     XLXComPtr<ILXType> type;
     if (factory.GetType(LXBstr(name).Get(), nullptr, type.Put()) == S_OK) {
@@ -96,7 +96,7 @@ XTypeNodes LXTypeNodes(ILXConfigFactory& factory) {
     XTypeNodes nodes;
     for (const auto& type : LXList<ILXType, ILXTypeEnum>("GetTypeEnum", [&](auto** out) {
              const HRESULT result = factory.GetTypeEnum(nullptr, out);
-             return result == E_NOTIMPL ? S_FALSE : result; // client mode does without
+             return result == E_NOTIMPL ? S_FALSE : result; // as in client mode
          })) {
         XTypeNode node = NodeOf(*type);
         nodes.emplace(node.name, std::move(node));
@@ -112,7 +112,7 @@ XTypeNodes LXTypeNodes(ILXConfigFactory& factory) {
             AddUnlisted(factory, nodes, base);
         }
         if (nodes.size() == known) {
-            break; // a base that nobody knows
+            break; // an unknown base
         }
     } while (!missing.empty());
     for (const auto& [name, node] : nodes) {
@@ -141,7 +141,7 @@ std::vector<std::string> LXBasesOf(const XTypeNodes& types, const std::string& n
     for (auto at = types.find(name); at != types.end(); at = types.find(bases.back())) {
         const std::string& base = at->second.base;
         if (base.empty() || base == name || std::find(bases.begin(), bases.end(), base) != bases.end()) {
-            break; // the end, or bases that go round in a circle
+            break; // the end of the chain, or a cycle
         }
         bases.push_back(base);
     }

@@ -38,7 +38,7 @@ XServerModel ModelIn(const std::string& file) {
     }
 }
 
-/// Says once what the server lacks, and what that means.
+/// Reports what the server lacks, and the consequences.
 void SayWhatIsMissing(bool query, bool update) {
     const std::string missing = !query && !update ? "neither ILX_Query nor ILXDataUpdate"
                                 : !query          ? "no ILX_Query"
@@ -106,7 +106,7 @@ void XCfcSession::Initialize() {
     values.push_back(object(m_direct.Get()));
     values.push_back(object(query.Get()));
     values.push_back(object(update.Get()));
-    values.push_back(XLXComVariant::FromBool(!update)); // no notifications: they are wanted, where there are any
+    values.push_back(XLXComVariant::FromBool(!update)); // no notifications: only if the server has no update service
     values.push_back(XLXComVariant::FromBool(false));   // separate callback object
     values.push_back(XLXComVariant::FromI4(EverythingInBulk));
     const std::size_t before = LXProcessMemory();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A server with a cache in front of it, and what the commands ask of both.
+// A server with a cache in front of it, for the commands.
 //
 // Errors     XToolFailure.
 #ifndef XCFCSESSION_H
@@ -10,21 +10,21 @@
 #include "XToolComponent.h"
 #include "XToolServer.h"
 
-/// Which server.
+/// Selects the server.
 struct XServerChoice {
-    std::string name;   ///< a server's library, or a registered server's ProgID or class id, where it is not empty
-    std::string model;  ///< else a model file in this process; the shipped one where it is empty
-    int generated = 0;  ///< else, where it is not 0, a generated model with that many types
-    double delay = 0;   ///< milliseconds that each call to it takes
+    std::string name;  ///< a server's library, or a registered server's ProgID or class id, where it is not empty
+    std::string model; ///< else a model file in this process; the shipped one where it is empty
+    int generated = 0; ///< else, where it is not 0, a generated model with that many types
+    double delay = 0;  ///< milliseconds that each call to it takes
 };
 
-/// That server, without a cache in front of it.
+/// The selected server, without a cache.
 std::unique_ptr<XToolServer> LXMakeServer(const XServerChoice& choice);
 
 class XCfcSession {
 public:
     explicit XCfcSession(const XServerChoice& choice);
-    /// Ends the cache.
+    /// Terminates the cache.
     ~XCfcSession();
     XCfcSession(const XCfcSession&) = delete;
     XCfcSession& operator=(const XCfcSession&) = delete;
@@ -35,19 +35,19 @@ public:
     ILXConfigFactory& Cached() const { return *m_factory; }
     ILXConfigFactoryCache& Cache() const { return *m_cache; }
 
-    /// By how many KiB the process grew when the cache was filled.
+    /// The memory that filling the cache took, in KiB.
     std::size_t MemoryOfTheCache() const { return m_memory; }
 
     /// Whether the cache is notified of changes.
     bool HasNotifications() const { return m_hasNotifications; }
-    /// Raises unless the server is the sample server, which alone can do what an option asks for.
+    /// Raises if the server is not the sample server, which an option requires.
     void NeedSample(const char* option) const;
 
-    /// The cached type of that name. Raises when there is none.
+    /// The cached type of that name. Raises if there is none.
     XLXComPtr<ILXType> Type(const std::string& name) const;
     /// The browser ids, in the server's order.
     std::vector<std::string> Browsers() const;
-    /// Raises unless there is a browser of that name, whatever the case; "" stands for all.
+    /// Raises if there is no browser of that name, ignoring case; "" means any browser.
     void NeedBrowser(const std::string& name) const;
     /// Makes random edits on the server.
     XNotification EditAtRandom(unsigned seed, unsigned count, bool notify) const;
@@ -68,7 +68,7 @@ private:
 /// registered one.
 std::unique_ptr<XToolServer> LXServerNamed(const std::string& name);
 
-/// The model that is shipped with the program: beside it, where it was installed to, or in the source tree.
+/// The model that is shipped with the program: beside it, in the installation, or in the source tree.
 std::string LXShippedModel();
 
 #endif

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The commands: how each is declared, and what it is run with. A command's options live as long as the command.
+// The declaration of commands, and the context of their runs. A command object holds its options.
 #ifndef XCOMMANDS_H
 #define XCOMMANDS_H
 
@@ -18,19 +18,19 @@
 enum XExit : int {
     ExitOk = 0,
     ExitDifferences = 1,
-    ExitError = 2 ///< a wrong command line too
+    ExitError = 2 ///< also for an invalid command line
 };
 
-/// What all commands have in common.
+/// The options of all commands.
 struct XCommonOptions {
     XServerChoice server;
-    std::string names;  ///< a file with the names of properties; those of the shipped model where it is empty
-    std::string manual; ///< which form of the manual to write instead of anything else
+    std::string names;  ///< a file with the names of properties; empty: those of the shipped model
+    std::string manual; ///< the form of the manual to write instead of running a command
     bool json = false;
     std::string colours = "auto";
 };
 
-/// Whether the environment asks every program for text without colours.
+/// Whether the environment requests output without colours.
 inline bool LXWantsNoColour() {
     const char* const wish = std::getenv("NO_COLOR");
     return wish != nullptr && *wish != '\0';
@@ -48,7 +48,7 @@ public:
         if (!options.names.empty()) { XPropertyNames::The().Read(options.names); }
     }
 
-    /// The server and the cache, made when first asked for.
+    /// The server and the cache, created on first use.
     XCfcSession& Session() { return m_session ? *m_session : m_session.emplace(m_options.server); }
     const XCommonOptions& Options() const { return m_options; }
     XDocumentPrinter& Printer() { return m_printer; }
@@ -68,7 +68,7 @@ class XCommands {
 public:
     explicit XCommands(CLI::App& app) : m_app(app) {}
 
-    /// A command with options of its own, which Declare(CLI::App&) declares, and Run(XRun&).
+    /// Adds a command, a class with Declare(CLI::App&) for its options, and Run(XRun&).
     template <class Command> void Add(const char* name, const char* help) {
         const auto command = std::make_shared<Command>();
         CLI::App* const sub = m_app.add_subcommand(name, help);
@@ -76,7 +76,7 @@ public:
         m_entries.push_back({sub, [command](XRun& run) { return command->Run(run); }});
     }
 
-    /// Runs the command that was named.
+    /// Runs the selected command.
     int Run(XRun& run) const {
         for (const Entry& entry : m_entries) {
             if (entry.app->parsed()) { return entry.run(run); }

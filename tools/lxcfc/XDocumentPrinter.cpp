@@ -10,7 +10,7 @@ constexpr const char* TreeMember = "tree";
 constexpr const char* ChildrenMember = "children";
 constexpr const char* PathMember = "path";
 
-/// "Base types" for "baseTypes"; a name that was made for people stays.
+/// "Base types" for "baseTypes"; names that are already readable stay.
 std::string Title(const std::string& member) {
     if (member.find(' ') != std::string::npos) { return LXShown(member); }
     const bool isIndex =
@@ -25,7 +25,7 @@ std::string Title(const std::string& member) {
     return title;
 }
 
-/// Whether a member is more than a line.
+/// Whether a member takes more than a line.
 bool IsSection(const std::string& name, const XJson& value) {
     return (value.is_object() && !value.empty()) ||
            (value.is_array() && (name == TreeMember || (!value.empty() && value.front().is_object())));
@@ -40,7 +40,7 @@ std::vector<std::string> ColumnsOf(const XJson& rows) {
             }
         }
     }
-    // In the order of the rows' members, although a column may have its first value in a later row.
+    // In the order of the rows' members, even if a column has its first value in a later row.
     std::vector<std::string> ordered;
     for (const XJson& row : rows) {
         for (const auto& [name, value] : row.items()) {
@@ -101,7 +101,7 @@ void XDocumentPrinter::PrintNext(const XJson& document) {
     Members(document);
 }
 
-// The fields come first: below the heading of another member they would seem to belong to that.
+// Prints the fields first: below the heading of another member they would seem to belong to it.
 void XDocumentPrinter::Members(const XJson& object) {
     std::vector<std::pair<std::string, std::string>> fields;
     for (const auto& [name, value] : object.items()) {
@@ -165,7 +165,7 @@ void XDocumentPrinter::Lines(const XJson& rows) {
     }
 }
 
-// A lone root stands without a branch.
+// A single root is printed without a branch.
 void XDocumentPrinter::Tree(const XJson& nodes, const std::string& indent, bool isTop) {
     for (const XJson& node : nodes) {
         const bool isLast = &node == &nodes.back();

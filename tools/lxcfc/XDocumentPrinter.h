@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// How commands answer: each makes one document, and this prints it, as JSON for programs and for people as lines,
-// tables and trees. What a member of a document looks like follows from its value alone:
+// Prints the document that each command answers with: as JSON for programs, or as lines, tables and trees for people.
+// The layout of a member depends only on its value:
 //   a scalar, a list of scalars     a line with its name
-//   a list of objects               a table; columns in which nothing stands are left out
+//   a list of objects               a table without empty columns
 //   a list of objects with a path   a line for each, values as in JSON: path: cache "a", server "b"
-//   a list named "tree"             a tree; its nodes' own lists are named "children"
-//   an object                       a heading, and its members below it
-// People see texts with control characters as escapes, and words for numbers that stand for something.
+//   a list named "tree"             a tree; the child lists of nodes are named "children"
+//   an object                       a heading, with its members below
+// For people, control characters are escaped, and enumerated numbers are replaced by words.
 #ifndef XDOCUMENTPRINTER_H
 #define XDOCUMENTPRINTER_H
 
@@ -22,12 +22,12 @@ using XJson = nlohmann::ordered_json;
 
 class XDocumentPrinter {
 public:
-    /// @param word  what a number stands for, by the name of its member; "" when it stands for nothing else
+    /// @param word  the word for a number, by the name of its member; "": none
     XDocumentPrinter(bool json, bool colours, std::function<std::string(const std::string&, long long)> word)
         : m_json(json), m_output(colours), m_word(std::move(word)) {}
 
     void Print(const XJson& document);
-    /// One of many: JSON on a line of its own.
+    /// Prints one of several documents; JSON is printed as one line.
     void PrintNext(const XJson& document);
 
 private:
@@ -44,7 +44,7 @@ private:
     std::function<std::string(const std::string&, long long)> m_word;
 };
 
-/// A value as people read it: a text without quotes, "yes" or nothing for a boolean, lists with commas.
+/// A value for people: a text without quotes, "yes" or nothing for a boolean, lists with commas.
 std::string LXPlain(const XJson& value);
 
 #endif

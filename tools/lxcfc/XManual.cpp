@@ -8,12 +8,12 @@ std::vector<const CLI::App*> CommandsOf(const CLI::App& app) {
     return app.get_subcommands([](const CLI::App*) { return true; });
 }
 
-/// The options that people are shown, those without "--" first.
+/// The visible options, positional ones first.
 std::vector<const CLI::Option*> OptionsOf(const CLI::App& app) {
     return app.get_options([](const CLI::Option* option) { return !option->get_group().empty(); });
 }
 
-/// A text for troff.
+/// Escapes a text for troff.
 std::string Troff(const std::string& text) {
     std::string escaped;
     for (const char c : text) {

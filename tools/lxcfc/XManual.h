@@ -4,7 +4,8 @@
 
 #include <CLI/CLI.hpp>
 
-/// The program's manual page ("man") or its completion for a shell ("bash"), made of the declared commands and options.
+/// The program's manual page ("man") or its shell completion ("bash"), generated from the declared commands and
+/// options.
 std::string LXManual(const CLI::App& app, const std::string& form);
 
 #endif

@@ -11,7 +11,7 @@
 #include <set>
 
 namespace {
-/// A property that the page itself looks at, by the name that its script has for it.
+/// A property that the page itself uses, with its name in the script.
 struct Meaning {
     XElementKind kind;
     const char* name;
@@ -69,14 +69,14 @@ constexpr std::pair<const char*, XElementKind> PageKinds[] = {
     {"spec", XElementKind::GlobalSpec},
 };
 
-/// The properties of a kind that the page has: those with names, without the base type's object.
+/// The properties of a kind that the page contains: those with names, without the base type's object.
 std::vector<int> ColumnsOf(XElementKind kind) {
     std::vector<int> columns = XPropertyNames::The().Indexes(kind);
     if (kind == XElementKind::Type) { std::erase(columns, static_cast<int>(XProperty::BaseType)); }
     return columns;
 }
 
-/// What the values of each kind are called, in their order, with the places of those that the page looks at.
+/// The names of each kind's values, in order, with the positions of those that the page itself uses.
 XJson KindTable() {
     XJson kinds = XJson::object();
     for (const auto& [name, kind] : PageKinds) {
@@ -118,12 +118,12 @@ template <class Owner> void AddFormats(XJson& json, Owner& owner) {
     }
 }
 
-/// Reads types, each attribute where it comes from.
+/// Reads types. Each attribute is read at the type that defines it.
 class TypeReader {
 public:
     explicit TypeReader(ILXConfigFactory& factory) : m_factory(factory) {}
 
-    /// Null when there is no such type.
+    /// Null if there is no such type.
     XJson Read(const std::string& name) {
         XLXComPtr<ILXType> type;
         if (m_factory.GetType(LXBstr(name).Get(), nullptr, type.Put()) != S_OK) { return nullptr; }
@@ -171,7 +171,7 @@ private:
         }
         return groups;
     }
-    /// Of a base, whose attributes what derives from it has, too.
+    /// The attributes of a base, which derived types inherit.
     const std::set<std::string>& AttributeNames(const std::string& name) {
         const auto [known, isNew] = m_attributeNames.try_emplace(name);
         XLXComPtr<ILXType> type;
@@ -186,7 +186,7 @@ private:
     std::map<std::string, std::set<std::string>> m_attributeNames; ///< by type
 };
 
-/// Relations, with their ends under names that no file of names changes.
+/// The relations. The names of their ends do not depend on the file of names.
 XJson Relations(ILXConfigFactory& factory) {
     XJson relations = XJson::array();
     for (const auto& relation : LXOffered<ILXParentChild, ILXParentChildEnum>(
@@ -210,7 +210,7 @@ XJson Specs(ILXConfigFactory& factory) {
     return specs;
 }
 
-/// All types that are listed, that others derive from, or that stand in relations.
+/// All types that are listed, are bases of others, or occur in relations.
 XJson Types(ILXConfigFactory& factory, const XJson& relations) {
     const XTypeNodes nodes = LXTypeNodes(factory);
     std::set<std::string> names;
@@ -296,8 +296,8 @@ void XPageData::AddRemoved(const XPageData& before) {
     }
 }
 
-// "<" is written as an escape, so that no text can end the script element that holds the data, and so are the line
-// ends that JSON allows in a text and JavaScript once did not.
+// Escapes "<", so that no text can end the script element that holds the data, and the line separators that JSON allows
+// in texts but older versions of JavaScript do not.
 std::string XPageData::Html() const {
     std::string data = m_data.dump(-1, ' ', false, XJson::error_handler_t::replace);
     for (const auto& [what, escape] :
@@ -316,7 +316,7 @@ std::string XPageData::Html() const {
 
 void LXWriteText(const std::string& file, const std::string& text) {
     if (file.empty()) {
-        std::fwrite(text.data(), 1, text.size(), stdout); // the program's end looks whether it was written
+        std::fwrite(text.data(), 1, text.size(), stdout); // write errors are checked at the program's end
         return;
     }
     std::ofstream stream(file, std::ios::binary);

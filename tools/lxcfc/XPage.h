@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The page on which a configuration can be looked into: its data, and the page with the data in it.
+// The HTML page that shows a configuration: its data, and the page that contains the data.
 #ifndef XPAGE_H
 #define XPAGE_H
 
@@ -8,22 +8,22 @@
 
 struct XServerChoice;
 
-/// What people call the configuration of that server: a file's name without its folders.
+/// A title for the configuration of that server, such as the name of a file without its folders.
 std::string LXConfigurationName(const XServerChoice& choice);
 std::string LXConfigurationName(const std::string& fileOrServer);
 
-/// Everything that the page shows of a configuration.
+/// The data of a configuration that the page shows.
 class XPageData {
 public:
-    /// Reads it.
+    /// Reads the configuration.
     XPageData(ILXConfigFactory& factory, const std::string& name);
 
     std::string Name() const { return m_data["name"]; }
-    /// Keeps these types with what they inherit from, and the relations between types that are kept.
+    /// Keeps only these types and their bases, and the relations between types that are kept.
     void Keep(const std::vector<std::string>& names);
-    /// Adds the types that only an earlier configuration has, so that they can still be looked at.
+    /// Adds the types that only an earlier configuration has, so that the page can still show them.
     void AddRemoved(const XPageData& before);
-    /// A member of its own, such as what the page shows first.
+    /// Sets another member, such as what the page shows first.
     void Set(const char* member, XJson value) { m_data[member] = std::move(value); }
 
     /// The whole page.
@@ -33,9 +33,9 @@ private:
     XJson m_data;
 };
 
-/// Writes a text to a file, or to standard output where the file has no name.
+/// Writes a text to a file, or to standard output if the file name is empty.
 void LXWriteText(const std::string& file, const std::string& text);
-/// A text with one part of it replaced wherever it stands.
+/// A text with all occurrences of a part replaced.
 std::string LXReplaced(std::string_view text, std::string_view what, std::string_view by);
 
 #endif

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-/// How much memory this process has in use, in KiB; 0 where that cannot be told.
+/// The memory in use by this process, in KiB; 0 if unknown.
 std::size_t LXProcessMemory();
 
 #endif

@@ -31,13 +31,13 @@ void DeclareCommon(CLI::App& app, XCommonOptions& options) {
         ->check(CLI::IsMember({"auto", "always", "never"}));
 }
 
-/// One line, whatever the text.
+/// Prints an error as one line.
 int Fail(const std::string& text) {
     std::fprintf(stderr, "lxcfc: %s\n", LXShown(text).c_str());
     return ExitError;
 }
 
-/// Arguments that nothing takes, in the order in which they were given.
+/// Reports unknown arguments in their order.
 int FailExtras(const CLI::App& app) {
     const std::vector<std::string> extras = app.remaining(true);
     std::vector<std::string> commands;
@@ -48,7 +48,7 @@ int FailExtras(const CLI::App& app) {
                 (app.get_subcommands().empty() && !extras.empty() ? LXDidYouMean(extras.front(), commands) : ""));
 }
 
-/// What was printed has to arrive, or the run has failed. A reader that went away wanted no more.
+/// Fails if the output could not be written, except to a closed pipe, whose reader wanted no more.
 int Finish(int status) {
     std::cout.flush();
     const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good();
@@ -75,11 +75,11 @@ int LXRunProgram(std::vector<std::string> arguments) {
                  "lxcfc");
     app.require_subcommand(0, 1);
     app.fallthrough();
-    app.allow_windows_style_options(false); // one syntax on both platforms: /a/path is no option
+    app.allow_windows_style_options(false); // one syntax on both platforms: /a/path is not an option
     DeclareCommon(app, options);
     XCommands commands(app);
     DeclareCommands(commands);
-    std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the end
+    std::reverse(arguments.begin(), arguments.end()); // the parser expects them in reverse
     try {
         app.parse(std::move(arguments));
         if (!options.manual.empty()) {

@@ -2,14 +2,14 @@
 //
 // lxcfc: shows, compares and measures the configuration of a server, directly and through the cache.
 //
-// Exit status: 0 when all went well, 1 when a command found differences or faults, 2 for errors and wrong options.
+// Exit status: 0 on success, 1 if a command found differences or faults, 2 for errors and invalid options.
 #ifndef XPROGRAM_H
 #define XPROGRAM_H
 
 #include <string>
 #include <vector>
 
-/// The whole program.
+/// Runs the program.
 /// @param arguments  in UTF-8, without the program's name
 /// @return           the exit status
 int LXRunProgram(std::vector<std::string> arguments);

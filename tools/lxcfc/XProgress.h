@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// How far work has come that takes long: a bar on a terminal, a line every ten seconds in a log.
+// Shows the progress of long work: a bar on a terminal, a line every ten seconds in a log.
 #ifndef XPROGRESS_H
 #define XPROGRESS_H
 

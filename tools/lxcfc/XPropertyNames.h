@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// The names under which properties are shown and found: those of models/properties.json, or of a file of the same form
-// for a server whose properties mean something else.
+// The names by which properties are shown and found: those of models/properties.json, or of a file in the same format
+// for a server whose properties have other meanings.
 //
-// Threading  Names are read from a file before anything else happens, and are constant then.
-// Errors     XToolFailure for a file that cannot be used.
+// Threading  The names are constant once Read has returned, which must be called first.
+// Errors     XToolFailure for an invalid file.
 #ifndef XPROPERTYNAMES_H
 #define XPROPERTYNAMES_H
 
@@ -18,22 +18,22 @@ class XPropertyNames {
 public:
     static XPropertyNames& The();
 
-    /// Takes the names of the kinds that the file has in place of those of the shipped model. What the component itself
-    /// reads means the same in front of every server and keeps its name unless the file has another one.
+    /// Replaces the names of the kinds in the file. Properties that the component itself reads mean the same for every
+    /// server; they keep their names unless the file has others.
     void Read(const std::string& file);
 
     /// Whether the property has a name.
     bool Has(XElementKind kind, int index) const { return Of(kind).keys.contains(index); }
-    /// Its name; "p<index>" where it has none.
+    /// The property's name; "p<index>" if it has none.
     std::string Key(XElementKind kind, int index) const;
-    /// The index of a name that is shown, or that the server's Get takes, in any case and however its words are parted;
-    /// -1 when there is none.
+    /// The index of a shown name or of a name for the server's Get, ignoring case and word separators; -1 if there is
+    /// none.
     int Find(XElementKind kind, const std::string& name) const;
-    /// All names that are shown.
+    /// All shown names.
     std::vector<std::string> Known(XElementKind kind) const;
     /// The indexes of the properties with names.
     std::vector<int> Indexes(XElementKind kind) const;
-    /// What a number stands for, by the name of its property; "" when it stands for nothing else.
+    /// The word for a number, by the name of its property; "": none.
     std::string Word(const std::string& key, long long number) const;
     /// All of these words.
     const std::map<std::string, std::map<long long, std::string>>& Words() const { return m_words; }

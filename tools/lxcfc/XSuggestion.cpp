@@ -6,7 +6,7 @@
 #include <numeric>
 
 namespace {
-/// How many letters must be put in, left out, replaced or exchanged with their neighbour.
+/// The edit distance: the number of insertions, deletions, replacements and exchanges of neighbours.
 std::size_t Distance(const std::string& a, const std::string& b) {
     std::vector<std::vector<std::size_t>> least(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
     std::iota(least[0].begin(), least[0].end(), std::size_t{0});
@@ -23,7 +23,8 @@ std::size_t Distance(const std::string& a, const std::string& b) {
     return least[a.size()][b.size()];
 }
 
-/// How far a name is from what was wanted; one that has it as its beginning or end is nearer than one with a slip more.
+/// The rank of a name as a suggestion; less is better. A name that begins or ends with the wanted one ranks better than
+/// one with a further typing error.
 std::size_t Rank(const std::string& wanted, const std::string& name) {
     const std::string folded = LXFolded(name);
     if (folded == wanted) { return 0; }

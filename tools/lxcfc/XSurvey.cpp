@@ -7,7 +7,7 @@
 #include <algorithm>
 
 namespace {
-constexpr int BaseTypeObject = XProperty::BaseType; // the last value: an object in the cache, empty in a server
+constexpr int BaseTypeObject = XProperty::BaseType; // the last value: an object in the cache, empty in the server
 } // namespace
 
 std::string LXPathPart(const std::string& name) {
@@ -27,7 +27,7 @@ bool XSurvey::IsOffered(const char* what) const {
     return !m_notOffered.contains(what) && (m_leftOut == nullptr || !m_leftOut->contains(what));
 }
 
-// In front of a server that offers it, a cache that does not would be a difference.
+// If the server implements something that the cache does not, that is a difference.
 bool XSurvey::IsOffered(const char* what, HRESULT result) {
     if (result == E_NOTIMPL && m_leftOut == nullptr) { m_notOffered.insert(what); }
     return IsOffered(what);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Everything that can be asked, asked. A survey knows the config factory's interface only, so that it cannot tell a
-// cache from the server; only what a type derives from is asked of a cache in its own words.
+// Makes every possible query. A survey uses only the config factory's interface, which cache and server share; it uses
+// the cache's own interface only for the bases of types.
 #ifndef XSURVEY_H
 #define XSURVEY_H
 
@@ -10,7 +10,7 @@
 #include <functional>
 #include <set>
 
-/// What was answered to one question: the values of an object, or names.
+/// The answer to one query: the values of an object, or names.
 struct XAnswer {
     std::optional<XElementKind> kind; ///< of the object; empty for names
     std::vector<XJson> values;
@@ -21,47 +21,47 @@ using XAnswers = std::map<std::string, XAnswer>;
 
 class XSurvey {
 public:
-    /// The server itself is asked.
+    /// Queries the server itself.
     explicit XSurvey(ILXConfigFactory& factory);
-    /// A cache is asked.
-    /// @param factory  its face
-    /// @param calls    how many calls to the server this thread has caused so far; may be empty
+    /// Queries a cache.
+    /// @param factory  the cache's ILXConfigFactory
+    /// @param calls    returns the number of calls to the server that this thread has caused so far; may be empty
     XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache& cache, std::function<unsigned long long()> calls = {});
 
-    /// Says what the server answers to the questions that come next. A cache is then asked first for the values that
-    /// are not empty, and for the others until it answers the first one empty: such an answer comes from the server
-    /// and renews all values of the object. Without this only the properties with names are read.
+    /// Sets the server's answers to the next queries. Then the values that are not empty are read from the cache first,
+    /// and of the others only as many as until the first empty answer, because an empty answer comes from the server
+    /// and refreshes all values of the object. Without this only properties with names are read.
     void Expect(const XAnswers& answers) { m_expected = &answers; }
 
-    /// Leaves out what the server itself does not offer (E_NOTIMPL). Without this, what is asked and not offered is
-    /// left out from then on.
+    /// Skips queries that the server itself does not implement (E_NOTIMPL). Without this, a query that returns
+    /// E_NOTIMPL is skipped from then on.
     void LeaveOut(const std::set<std::string>& notOffered) { m_leftOut = &notOffered; }
     const std::set<std::string>& NotOffered() const { return m_notOffered; }
 
-    /// Asks everything once.
+    /// Makes every query once.
     void AskEverything(const char* progress);
 
-    /// The names of all types that can be found without knowing them.
+    /// The names of all types that enumerations, bases, relations and derived types lead to.
     std::set<std::string> TypeNames();
-    /// The base of each of these types that there is; those that there are not are left out.
+    /// The base of each of these types, without the types that do not exist.
     std::map<std::string, std::string> BasesOf(const std::set<std::string>& names);
 
     /// Enumerations, relations with their PC infos, browser ids and format specs.
-    /// @param browsers  those that are asked about here and for each type
+    /// @param browsers  the browsers to query, here and for each type
     XAnswers General(const std::vector<std::string>& browsers);
     std::vector<std::string> Browsers();
     /// Everything about a type.
-    /// @param bases  of all types that are known
+    /// @param bases  the bases of all known types
     XAnswers OfType(const std::string& name, const std::map<std::string, std::string>& bases);
 
-    /// How much was asked, and how much of it caused calls to the server.
+    /// The number of queries, and of those that caused calls to the server.
     unsigned long long Questions() const { return m_questions; }
     unsigned long long Misses() const { return m_misses; }
-    /// How many objects of each kind answered.
+    /// The number of objects of each kind that were read.
     const std::map<std::string, std::size_t>& Objects() const { return m_objects; }
 
 private:
-    /// An attribute that was read, and is held so that its address stays its own.
+    /// An attribute that was read; it is held so that no other object gets its address.
     struct Read {
         XLXComPtr<ILXAttribute> attribute;
         XAnswer answer;
@@ -110,7 +110,7 @@ private:
     std::map<std::string, std::size_t> m_objects;
 };
 
-/// A name as a part of a path: "/" and "%" written "%2F" and "%25".
+/// A name as a part of a path: "/" and "%" become "%2F" and "%25".
 std::string LXPathPart(const std::string& name);
 
 #endif

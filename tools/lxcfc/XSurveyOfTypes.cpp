@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What a survey asks about one type.
+// The queries of a survey about one type.
 #include "XSurveyQuestions.h"
 
 XAnswers XSurvey::OfType(const std::string& name, const std::map<std::string, std::string>& bases) {
@@ -89,8 +89,8 @@ const std::set<std::string>& XSurvey::AttributeNames(const std::string& type) {
     return known->second;
 }
 
-// The types of a cache share the attributes that they inherit: each of these objects is read once. A server's objects
-// give all values in one call, the name among them.
+// The types of a cache share inherited attributes, so each of these objects is read once. The objects of a server
+// return all values, including the name, in one call.
 std::string XSurvey::AddAttribute(const std::string& path, const XLXComPtr<ILXAttribute>& attribute) {
     if (m_cache == nullptr) {
         std::vector<XJson> values = Values("", XElementKind::Attribute, *attribute);
@@ -110,7 +110,7 @@ std::string XSurvey::AddAttribute(const std::string& path, const XLXComPtr<ILXAt
     return name;
 }
 
-// What belongs to an inherited attribute is asked for where the attribute comes from.
+// The parts of an inherited attribute are queried at the type that defines it.
 void XSurvey::AddAttributes(const std::string& name, const std::string& base, ILXType& type) {
     const std::string path = LXPathPart(name);
     const std::set<std::string> inherited = base.empty() ? std::set<std::string>() : AttributeNames(base);
@@ -171,7 +171,7 @@ void XSurvey::AddRelationsOf(const std::string& path, const std::string& name) {
 }
 
 namespace {
-/// Whether the bases of a type have no end.
+/// Whether the bases of a type form a cycle.
 bool HasEndlessBases(std::string name, const std::map<std::string, std::string>& bases) {
     for (std::size_t steps = 0; steps <= bases.size(); ++steps) {
         const auto at = bases.find(name);
@@ -184,9 +184,9 @@ bool HasEndlessBases(std::string name, const std::map<std::string, std::string>&
 
 void XSurvey::AddDerivation(const std::string& path, const std::string& name,
                             const std::map<std::string, std::string>& bases) {
-    if (HasEndlessBases(name, bases)) { return; } // where a cache leaves the circle is its own affair
+    if (HasEndlessBases(name, bases)) { return; } // the cache may break the cycle anywhere
     const auto derives = [&bases](std::string type, const std::string& ancestor) {
-        for (std::size_t steps = 0; steps <= bases.size(); ++steps) { // bases may go round in a circle
+        for (std::size_t steps = 0; steps <= bases.size(); ++steps) { // bases may form a cycle
             const auto at = bases.find(type);
             if (at == bases.end() || at->second.empty()) { return false; }
             if (at->second == ancestor) { return true; }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// How a survey asks its questions and counts them, for the files that it is spread over.
+// Makes and counts the queries of a survey; shared by its source files.
 #ifndef XSURVEYQUESTIONS_H
 #define XSURVEYQUESTIONS_H
 
@@ -43,7 +43,7 @@ void XSurvey::AddNames(const std::string& path, const char* what, int member, Ca
     }
 }
 
-/// Enters the name of the one object that a question gives, or the result where it gives none.
+/// Records the name of the object that a query returns, or the result if it returns none.
 template <class Element, class Call>
 void XSurvey::AddOne(const std::string& path, const char* what, int member, Call&& call) {
     if (!IsOffered(what)) { return; }

@@ -8,7 +8,7 @@
 namespace {
 thread_local unsigned long long t_calls = 0;
 
-/// The text between two others; "" when they are not there.
+/// The text between two others; "" if they do not occur.
 std::string Between(const std::string& text, const std::string& before, const std::string& after) {
     const std::size_t start = text.find(before);
     const std::size_t end = start == std::string::npos ? start : text.find(after, start + before.size());

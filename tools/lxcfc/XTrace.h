@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// What the component says of its work in the trace categories of the logbook: notifications with what each made
-// stale, and calls to the server. One at a time; it takes the place of the logbook's sink.
+// Collects the component's trace entries: notifications with the aspects that each made stale, and calls to the server.
+// It replaces the logbook's sink, so only one can exist at a time.
 //
-// Threading  The sink is called on any thread. m_mutex guards everything but the thread's own count.
+// Threading  The sink is called on any thread. m_mutex guards everything except the thread's own count.
 #ifndef XTRACE_H
 #define XTRACE_H
 
@@ -18,13 +18,13 @@
 
 class XTrace {
 public:
-    /// A notification, and the names of what it made stale.
+    /// A notification, and the names of the aspects that it made stale.
     struct Notification {
         std::string dataId;
         std::string mode;
         std::vector<std::string> stale;
         std::thread::id thread;
-        std::chrono::steady_clock::time_point last; ///< when the last entry of it came
+        std::chrono::steady_clock::time_point last; ///< time of its last entry
     };
 
     explicit XTrace(ULONG categories);
@@ -32,11 +32,11 @@ public:
     XTrace(const XTrace&) = delete;
     XTrace& operator=(const XTrace&) = delete;
 
-    /// Those to which nothing was added for that long, in the order in which they came.
+    /// Removes and returns the notifications without new entries for that long, in order of arrival.
     std::vector<Notification> Take(std::chrono::milliseconds quiet);
     /// Calls to the server by method.
     std::map<std::string, unsigned long long> Calls() const;
-    /// How many of them the calling thread has caused.
+    /// The number of calls that the calling thread has caused.
     static unsigned long long CallsOfThisThread() noexcept;
 
 private:

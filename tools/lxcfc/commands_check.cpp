@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Asks the cache and the server the same questions about everything and lists every difference.
+// Makes every possible query of both the cache and the server, and lists the differences.
 #include "XCommands.h"
 #include "XProgress.h"
 #include "XSurvey.h"
@@ -8,19 +8,19 @@
 #include <algorithm>
 
 namespace {
-/// What a comparison found.
+/// The result of a comparison.
 struct Comparison {
     std::size_t answers = 0;
     XJson differences = XJson::array();
-    std::map<std::string, std::size_t> onPurpose; ///< what differs as documented, by kind
-    std::set<std::string> notOffered;             ///< what the server cannot be asked
+    std::map<std::string, std::size_t> onPurpose; ///< number of documented differences by kind
+    std::set<std::string> notOffered;             ///< queries that the server does not implement
 };
 
-/// Compares answers. After edits three things differ on purpose: types and attribute types that were removed stay in
-/// the cache, as clients may hold them, and browser ids are read once.
+/// Compares answers. After edits, differences in three cases are intended: removed types and removed attribute types
+/// stay in the cache, because clients may hold them, and browser ids are read only once.
 class Comparer {
 public:
-    /// @param edited  whether there were edits since the cache was filled
+    /// @param edited  whether the server was edited after the cache was filled
     Comparer(Comparison& into, bool edited, const std::set<std::string>& removedTypes)
         : m_into(into), m_edited(edited), m_removedTypes(removedTypes) {}
 
@@ -90,7 +90,7 @@ private:
     const std::set<std::string>& m_removedTypes;
 };
 
-/// The names of types, bases before what derives from them; those whose bases go round in a circle at last.
+/// The names of types, bases before derived types; types whose bases form a cycle come last.
 std::vector<std::string> InOrder(const std::map<std::string, std::string>& bases) {
     std::vector<std::string> order;
     std::set<std::string> taken;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Two configurations compared: what the second has more, less and otherwise than the first.
+// Compares two configurations: what was added, removed and changed in the second one.
 #include "XCommands.h"
 #include "XPage.h"
 #include "XSurvey.h"
@@ -11,7 +11,7 @@ namespace {
 constexpr const char* AnswerKinds[] = {"attribute", "format", "format spec", "attribute type", "browser", "editor",
                                        "group",     "page",   "relation",    "PC info",        "type"}; // XElementKind
 
-/// The objects of a configuration by path. What a type inherits is left out: it is its base's.
+/// The objects of a configuration by path. Inherited objects are listed only at the base.
 XAnswers ObjectsOf(ILXConfigFactory& factory) {
     XSurvey survey(factory);
     const std::map<std::string, std::string> bases = survey.BasesOf(survey.TypeNames());
@@ -32,7 +32,7 @@ XJson Row(const std::string& path, const XAnswer& answer) {
     return {{"kind", kind}, {"name", path.starts_with(kind + " ") ? path.substr(kind.size() + 1) : path}};
 }
 
-/// What of these is not among the others. The parts of what is missing as a whole are counted, not listed.
+/// The objects that are missing among the others. The parts of a missing object are counted, not listed.
 XJson OnlyIn(const XAnswers& these, const XAnswers& others) {
     XJson rows = XJson::array();
     std::map<std::string, std::size_t> listed;

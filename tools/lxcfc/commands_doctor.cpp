@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Looks at the configuration itself: what it names and does not have, has and does not use, and what people trip over.
+// Checks the configuration itself for references to missing objects, unused objects, and common pitfalls.
 #include "XCfcObjects.h"
 #include "XCommands.h"
 #include "XProgress.h"
@@ -11,10 +11,10 @@
 #include <set>
 
 namespace {
-constexpr std::size_t ManyAttributes = 500; // of a type, the inherited ones among them
+constexpr std::size_t ManyAttributes = 500; // of a type, including inherited ones
 constexpr std::size_t ManyChoices = 200;    // attribute types of an attribute
 
-/// Findings have an id that scripts can rely on, a severity and the object that they are about.
+/// The findings. Each has a stable id for scripts, a severity and the object that it concerns.
 class Findings {
 public:
     void Error(const char* id, const std::string& object, const std::string& what) { Add("error", id, object, what); }
@@ -23,8 +23,8 @@ public:
     }
     void Note(const char* id, const std::string& object, const std::string& what) { Add("note", id, object, what); }
 
-    /// Names that people cannot tell apart, or that do something to a terminal.
-    /// @param others  names that were looked at elsewhere, beside which these stand
+    /// Checks for names that people cannot distinguish, or that affect a terminal.
+    /// @param others  names in the same scope that were already checked
     void Names(const std::string& where, const std::vector<std::string>& names,
                const std::set<std::string>& others = {}) {
         std::map<std::string, std::string> known;
@@ -150,7 +150,7 @@ private:
         std::vector<std::string> names;
         for (const auto& attribute : attributes) {
             const std::string attributeName = LXTextOf(*attribute, XProperty::AttributeName);
-            if (inherited.contains(attributeName)) { continue; } // looked at where it comes from
+            if (inherited.contains(attributeName)) { continue; } // checked at the type that defines it
             names.push_back(attributeName);
             LookAtAttribute(name + "/" + attributeName, *attribute);
         }
@@ -204,7 +204,7 @@ private:
         Unused("unused-group", name + "/group ", groups, usedGroups);
     }
 
-    /// What is referred to by a number; 0 refers to nothing.
+    /// Checks a reference by number; 0 is no reference.
     void Need(const char* id, const std::string& object, const char* what, LONG number, const std::set<LONG>& known,
               std::set<LONG>& used) {
         used.insert(number);
@@ -234,7 +234,8 @@ private:
         }
     }
 
-    /// The attributes that the server's type has itself, hidden ones among them; a cache lists all and hides these.
+    /// The attributes that the server's type lists as its own, including those that a base's attributes hide. The cache
+    /// lists inherited ones, too, but not the hidden ones.
     std::vector<std::string> OwnAttributes(const std::string& name) const {
         XLXComPtr<ILXType> type;
         if (m_session.Direct().GetType(LXBstr(name).Get(), nullptr, type.Put()) != S_OK) { return {}; }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Any property of anything.
+// Prints any property of any object.
 #include "XCfcObjects.h"
 #include "XCommands.h"
 #include "XSuggestion.h"
@@ -36,14 +36,14 @@ int NumberOf(const std::string& text) {
     return number;
 }
 
-/// The object that a question gives; null when there is none.
+/// The object that a query returns; null if there is none.
 template <class Interface, class Ask> XLXComPtr<Interface> Asked(const char* what, Ask&& ask) {
     XLXComPtr<Interface> object;
     if (const HRESULT result = ask(object.Put()); result != S_FALSE) { LXExpect(result, what); }
     return object;
 }
 
-/// The element of a list with that text in a member; null when there is none.
+/// The element of a list with that text in a member; null if there is none.
 template <class Element>
 XLXComPtr<Element> Among(const std::vector<XLXComPtr<Element>>& elements, int member, const std::string& text) {
     const auto found =
@@ -51,7 +51,7 @@ XLXComPtr<Element> Among(const std::vector<XLXComPtr<Element>>& elements, int me
     return found != elements.end() ? *found : nullptr;
 }
 
-/// The element of a list with that text in a member. Raises when there is none.
+/// The element of a list with that text in a member. Raises if there is none.
 template <class Element>
 Object Named(const char* kind, const std::vector<XLXComPtr<Element>>& elements, int member, const std::string& text) {
     const auto found = Among(elements, member, text);
@@ -90,14 +90,14 @@ std::vector<XLXComPtr<ILXGlobalAttributeFormatSpec>> Specs(XCfcSession& session)
         [&](auto** out) { return session.Cached().GetAllGlobalAttributeFormatSpecs(out); });
 }
 
-/// An object that is asked of another one, which may not be there either.
+/// An object that is requested from another one, which may be null.
 template <class Interface, class Owner, class Ask> Object Of(const char* what, const Owner& owner, Ask&& ask) {
     return owner ? Object(Asked<Interface>(what, [&](auto** out) { return ask(*owner, out); }).Get()) : nullptr;
 }
 
 struct Kind {
     const char* name;
-    const char* parts; ///< what its name is made of
+    const char* parts; ///< the parts of its name
     XElementKind element;
     std::function<Object(XCfcSession&, const Names&)> find;
 };

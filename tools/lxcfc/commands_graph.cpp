@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The tree of types and the relations between them as a graph: for Graphviz, or as one page for a browser.
+// Writes the tree of types, or the relations between them, as a graph for Graphviz or as an HTML page.
 #include "XCommands.h"
 #include "XPage.h"
 #include "XSuggestion.h"
@@ -8,8 +8,8 @@
 #include <set>
 
 namespace {
-/// The nodes are types. An edge of a tree goes from a base to what derives from it, one of relations from a parent to
-/// a child.
+/// The nodes are types. In a tree, edges lead from a base to derived types; in a graph of relations, from a parent to a
+/// child.
 struct Graph {
     std::string title;
     std::map<std::string, const XTypeNode*> nodes;
@@ -47,7 +47,7 @@ Graph RelationGraph(ILXConfigFactory& factory, const XTypeNodes& types) {
     return graph;
 }
 
-/// What can be reached from a node.
+/// The part of a graph that can be reached from a node.
 Graph Below(const Graph& graph, const std::string& root) {
     std::vector<std::string> names;
     for (const auto& [name, type] : graph.nodes) {
@@ -85,7 +85,7 @@ XJson Document(const Graph& graph) {
     return {{"title", graph.title}, {"nodes", std::move(nodes)}, {"edges", std::move(edges)}};
 }
 
-/// A text between quotes for Graphviz.
+/// A quoted text for Graphviz.
 std::string Quoted(const std::string& text) {
     return "\"" + LXReplaced(LXReplaced(text, "\\", "\\\\"), "\"", "\\\"") + "\"";
 }
@@ -127,7 +127,7 @@ public:
     }
 
 private:
-    /// Everything, or the graph's types with all that belongs to them.
+    /// The page with the whole configuration, or with the graph's types only.
     XPageData Page(XRun& run, const Graph& graph) const {
         XPageData page(run.Session().Cached(), LXConfigurationName(run.Options().server));
         page.Set("view", m_what);

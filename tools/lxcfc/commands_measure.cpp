@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What the cache holds and saves, and how long the same reads take with it and without.
+// Statistics of the cache, and times of the same reads with and without it.
 #include "XCommands.h"
 #include "XProcessMemory.h"
 #include "XSurvey.h"
@@ -59,8 +59,8 @@ public:
     }
 
 private:
-    /// What the same questions cost when all values are stale.
-    /// @param always  calls that they cost in any case
+    /// The cost of the same queries when all values are stale.
+    /// @param always  the calls that they cost in any case
     static XJson AfterNotification(const XCfcSession& session, unsigned long long always) {
         LXExpect(XLXComPtr<ILXConfigFactoryCache>(&session.Cache())
                      .As<ILXCallbackUpdate>()
@@ -71,7 +71,7 @@ private:
         XSurvey survey(session.Cached(), session.Cache(), &XTrace::CallsOfThisThread);
         survey.AskEverything("Asking after a notification");
         const auto calls = XTrace::CallsOfThisThread() - before;
-        unsigned long long objects = 0; // each is a call when it is read alone
+        unsigned long long objects = 0; // each is one call if read alone
         for (const auto& [kind, count] : survey.Objects()) {
             objects += count;
         }

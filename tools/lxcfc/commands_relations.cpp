@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What stands where, in which browser, and how values are formatted.
+// Relations, browsers and formats.
 #include "XCfcObjects.h"
 #include "XCommands.h"
 
@@ -111,7 +111,7 @@ public:
     }
 
 private:
-    /// Formats that are alike, as one line with the number of their attributes.
+    /// Merges equal formats into one row with the number of their attributes.
     static XJson Merged(const XJson& rows) {
         std::vector<std::pair<XJson, std::vector<std::string>>> alike;
         for (XJson row : rows) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Types: their tree, one with all its components, attributes by display, derived types.
+// Types: their tree, one type with all its components, attributes by display, derived types.
 #include "XCfcObjects.h"
 #include "XCommands.h"
 
@@ -8,14 +8,14 @@
 #include <set>
 
 namespace {
-/// Types as a tree, each of them once, even where bases go round in a circle.
+/// Types as a tree that contains each type once, even if bases form cycles.
 class Tree {
 public:
     explicit Tree(const XTypeNodes& types) : m_types(types) {}
 
-    /// Adds a type with those that derive from it.
+    /// Adds a type with all derived types.
     void Add(const XTypeNode& root) { m_nodes.push_back(Node(root)); }
-    /// Adds what has no base, and what no root leads to, since its bases go round in a circle.
+    /// Adds all types: those without a base, then those that no root leads to because their bases form a cycle.
     void AddAll() {
         for (const auto& [name, type] : m_types) {
             if (!m_types.contains(type.base)) { Add(type); }
@@ -24,7 +24,7 @@ public:
             Add(m_types.at(circle.front()));
         }
     }
-    /// The tree with the number of types in it, and what is wrong with these.
+    /// Adds the tree, its number of types and their problems to an answer.
     void Answer(XJson& answer) {
         answer["types"] = m_shown.size();
         for (const auto& circle : LXCirclesOf(m_types)) {

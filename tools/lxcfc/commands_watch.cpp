@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Prints each notification, and what it made stale in the cache.
+// Prints each notification with the aspects of the cache that it made stale.
 #include "XCommands.h"
 #include "XSurvey.h"
 #include "XTrace.h"
@@ -28,7 +28,7 @@ public:
         LXExpectThat(session.HasNotifications(), "the server offers no ILXDataUpdate: there is nothing to watch");
         const bool edited = !m_edits.empty() || m_random > 0;
         if (edited) { session.NeedSample(m_edits.empty() ? "--random" : "--edit"); }
-        XSurvey(session.Cached(), session.Cache()).AskEverything("Filling"); // there is something that can become stale
+        XSurvey(session.Cached(), session.Cache()).AskEverything("Filling"); // data that can become stale
         XTrace trace((1u << LX_LOG_UPDATE) | (1u << LX_LOG_INVALIDATE));
         for (const std::string& edit : m_edits) {
             edit == "-" ? EditFromInput(run, session, trace) : Edit(run, session, trace, edit);

@@ -37,13 +37,13 @@ LONG LXParseDecimal(XLXTextView text) noexcept {
     constexpr LONGLONG most = std::numeric_limits<LONG>::max();
     LONGLONG value = 0;
     for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
-        value = std::min(value * 10 + (text[at] - '0'), most + 1); // as wcstol: the nearest number that fits
+        value = std::min(value * 10 + (text[at] - '0'), most + 1); // saturates, like wcstol
     }
     return static_cast<LONG>(negative ? -value : std::min(value, most));
 }
 
 namespace {
-/// A variant of a type, whose value set(variant) puts in.
+/// A variant of that type; set(variant) writes its value.
 template <class Set> XLXComVariant Made(VARTYPE type, Set&& set) {
     XLXComVariant made;
     set(&made.Get());
@@ -86,7 +86,7 @@ XLXComVariant XLXComVariant::CopyOf(const VARIANT& value) {
 }
 
 namespace {
-/// What read(value) reads of the value as one of a type; nothing when it is no such value.
+/// Converts the value to a type and returns read(converted); nullopt if it cannot be converted.
 template <class Read>
 auto Converted(const VARIANT& value, VARTYPE type, Read&& read) -> std::optional<decltype(read(value))> {
     if (V_VT(&value) == type) { return read(value); }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Small letters by Unicode's table of simple mappings. Neither the locale nor the platform has a say, so that both
-// platforms, and all processes, take the same texts for the same.
+// Lower case by Unicode's simple mappings. The result depends neither on the locale nor on the platform, so all
+// processes compare names in the same way.
 #include "XLXComBSTR.h"
 
 #include <algorithm>
@@ -9,8 +9,8 @@
 #include <iterator>
 
 namespace {
-/// Capitals that are small at one distance. At the distance 1 each stands before its small letter, so that the next
-/// capital is two further on.
+/// A range of capitals with the same distance to their small letters. At distance 1, capitals and small letters
+/// alternate.
 struct LowerRange {
     char32_t first;
     std::uint32_t count;
@@ -49,7 +49,7 @@ XLXText LXLowerCase(XLXTextView text) {
     XLXText lower(text);
     for (std::size_t at = 0; at < lower.size(); ++at) {
         if (IsHigh(lower[at]) && at + 1 < lower.size() && IsLow(lower[at + 1])) {
-            // A small letter takes as many units as its capital: the table is checked for it when it is made.
+            // A small letter has as many units as its capital; the generator of the table checks that.
             const char32_t pair = (lower[at] - FirstHigh) * HalfCount + (lower[at + 1] - FirstLow);
             const char32_t small = Lower(FirstPair + pair) - FirstPair;
             lower[at++] = static_cast<OLECHAR>(FirstHigh + small / HalfCount);

@@ -6,7 +6,7 @@
 
 /// The kinds of configuration elements, each with property names of its own.
 enum class EConfigElementKind : int {
-    Attribute = 0, ///< formats and global attribute format specs too
+    Attribute = 0, ///< also formats and global attribute format specs
     AttributeType = 1,
     BrowserId = 2,
     Editor = 3,
@@ -19,7 +19,7 @@ enum class EConfigElementKind : int {
 
 class XCfgPropertyConvert {
 public:
-    /// The property index of a name, compared exactly; -1 for a name that the kind does not have.
+    /// The property index of a name; -1 if the kind has no such name. Case matters.
     static int Convert(EConfigElementKind kind, BSTR name) noexcept;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// XLXComBSTR owns a BSTR. A null BSTR and an empty one are the same text.
+// XLXComBSTR owns a BSTR. A null BSTR is an empty text.
 #ifndef XLXCOMBSTR_H
 #define XLXCOMBSTR_H
 
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-/// The text of a BSTR over its whole length; empty for null.
+/// The whole text of a BSTR, including embedded nulls; empty for null.
 inline XLXTextView LXBstrView(BSTR text) noexcept {
     return text != nullptr ? XLXTextView(text, SysStringLen(text)) : XLXTextView();
 }
@@ -17,7 +17,7 @@ inline XLXTextView LXBstrView(BSTR text) noexcept {
 class XLXComBSTR {
 public:
     XLXComBSTR() noexcept = default;
-    /// Copies a text; raises E_OUTOFMEMORY.
+    /// Copies a text; throws std::bad_alloc.
     explicit XLXComBSTR(XLXTextView text) : m_text(Allocate(text)) {}
     XLXComBSTR(const XLXComBSTR& other) : m_text(other.m_text != nullptr ? Allocate(other.View()) : nullptr) {}
     XLXComBSTR(XLXComBSTR&& other) noexcept : m_text(std::exchange(other.m_text, nullptr)) {}
@@ -43,15 +43,14 @@ private:
     BSTR m_text = nullptr;
 };
 
-/// Gives texts to a caller, who frees each with SysFreeString and the buffer with CoTaskMemFree. No texts are the
-/// count 0 and null.
+/// Copies texts into a buffer for a client, who frees each with SysFreeString and the buffer with CoTaskMemFree.
+/// Without texts the count is 0 and the buffer null.
 void LXHandOutTexts(const std::vector<XLXText>& texts, LONG* count, BSTR** out);
 
-/// The text with the capital letters of every script made small, one character for one (Unicode's simple mappings).
-/// Halves of surrogate pairs stay.
+/// The text in lower case, character by character, by Unicode's simple mappings. Lone surrogates stay.
 XLXText LXLowerCase(XLXTextView text);
 
-/// A decimal number at the front of a text, as the C library's wcstol reads it; 0 when there is none.
+/// The decimal number at the beginning of a text, as wcstol reads it; 0 if there is none.
 LONG LXParseDecimal(XLXTextView text) noexcept;
 
 #endif

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// XLXComVariant owns a VARIANT and has its layout, so that a vector of them is an array of VARIANTs. Copies are spelt
-// out, since one allocates; moves never fail. XLXVariantView is a look at a VARIANT that somebody else owns.
+// XLXComVariant owns a VARIANT and has its layout, so a vector of them is an array of VARIANTs. Copying may allocate
+// and is always explicit; moves never fail. XLXVariantView is a view of a VARIANT that somebody else owns.
 #ifndef XLXCOMVARIANT_H
 #define XLXCOMVARIANT_H
 
@@ -12,7 +12,7 @@
 #include <optional>
 #include <vector>
 
-/// Whether a value of that type is its bits and nothing else: it is copied by assignment, and needs no clearing.
+/// Whether values of that type own nothing: they are copied by assignment and need no clearing.
 constexpr bool LXIsScalar(VARTYPE type) noexcept {
     constexpr auto bit = [](int scalar) { return std::uint32_t{1} << scalar; };
     constexpr std::uint32_t scalars = bit(VT_EMPTY) | bit(VT_NULL) | bit(VT_I2) | bit(VT_I4) | bit(VT_R4) | bit(VT_R8) |
@@ -21,7 +21,7 @@ constexpr bool LXIsScalar(VARTYPE type) noexcept {
     return type < 32 && ((scalars >> type) & 1) != 0;
 }
 
-/// Empties a VARIANT, with no call where it owns nothing. The platform's answer for one that it does not know.
+/// Clears a VARIANT, without a call if it owns nothing. Returns the platform's failure for an unknown type.
 inline HRESULT LXClear(VARIANT& value) noexcept {
     if (!LXIsScalar(V_VT(&value))) { return VariantClear(&value); }
     V_VT(&value) = VT_EMPTY;
@@ -42,8 +42,7 @@ public:
     const VARIANT& Get() const noexcept { return m_value; }
     XLXComVariant Copy() const;
 
-    /// The value converted as the platform converts it; nothing when it cannot be. An empty value converts to 0,
-    /// false and "".
+    /// The value, converted by VariantChangeType; nullopt if that fails. An empty value converts to 0, false and "".
     std::optional<LONG> AsLong() const;
     std::optional<bool> AsBool() const;
     std::optional<XLXText> AsText() const;
@@ -72,8 +71,7 @@ public:
     /// Adds a reference to the object.
     static XLXComVariant FromUnknown(IUnknown* object) noexcept;
 
-    /// A copy of a VARIANT, of what it refers to when it is a reference; raises the platform's code when it cannot be
-    /// made.
+    /// Copies a VARIANT; VT_BYREF is dereferenced. Raises the platform's failure.
     static XLXComVariant CopyOf(const VARIANT& value);
 
     using XLXVariantView::Get;
@@ -82,9 +80,9 @@ public:
         LXClear(m_value);
         return &m_value;
     }
-    /// Forgets the value, which is somebody else's.
+    /// Forgets the value without clearing it.
     void Detach() noexcept { V_VT(&m_value) = VT_EMPTY; }
-    /// Gives the value to a caller's variable, which is overwritten as it stands.
+    /// Moves the value into a variable, whose old value is not cleared.
     void DetachTo(VARIANT* out) noexcept {
         *out = m_value;
         Detach();
@@ -93,7 +91,8 @@ public:
 
 inline XLXComVariant XLXVariantView::Copy() const { return XLXComVariant::CopyOf(m_value); }
 
-/// Gives a value to a caller's variable, whose old value is cleared. No lock may be held: what it releases may call back.
+/// Moves a value into a client's variable and clears the old value there. That may call foreign code, so no lock may be
+/// held.
 inline HRESULT LXHandOutValue(XLXComVariant&& value, VARIANT* out) noexcept {
     const HRESULT result = LXClear(*out);
     if (SUCCEEDED(result)) { value.DetachTo(out); }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// XLXSafeArray owns a SAFEARRAY with all that its elements own.
+// XLXSafeArray owns a SAFEARRAY with its elements.
 #ifndef XLXSAFEARRAY_H
 #define XLXSAFEARRAY_H
 

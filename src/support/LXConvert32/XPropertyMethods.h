@@ -5,10 +5,10 @@
 #include "XCfgPropertyConvert.h"
 #include "XLXComPtr.h"
 
-/// The property methods of every configuration object: by name they are those by index, and in bulk they are not
-/// offered.
+/// The property methods that all configuration objects share. Get and Set translate the name to an index; the bulk
+/// methods return E_NOTIMPL.
 /// @tparam Base  has GetProperty and SetProperty
-/// @tparam kind  whose property names it knows
+/// @tparam kind  determines the property names
 template <class Base, EConfigElementKind kind> class XPropertyMethods : public Base {
 public:
     HRESULT STDMETHODCALLTYPE Get(BSTR bstrKey, VARIANT* pvarValue) override {

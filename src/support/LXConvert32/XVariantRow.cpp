@@ -5,7 +5,7 @@
 
 namespace {
 bool IsLongerThanAWord(VARTYPE type) noexcept {
-    return type == VT_DECIMAL || type == VT_RECORD || type >= 0xFF; // flags: references and arrays
+    return type == VT_DECIMAL || type == VT_RECORD || type >= 0xFF; // such as references and arrays
 }
 } // namespace
 
@@ -16,7 +16,7 @@ XVariantRow::XVariantRow(std::span<XLXComVariant> values) {
     std::uint8_t place = 0;
     for (std::size_t i = 0; i < values.size(); ++i) {
         if (values[i].Empty()) { continue; }
-        m_block->Members()[i].place = place++; // has no meaning in a long row
+        m_block->Members()[i].place = place++; // not used in a long row
         m_block->Exchange(i, values[i]);
     }
 }
@@ -77,5 +77,5 @@ void XVariantRow::GivePlace(std::size_t index) {
         m_block->Members()[i] = former->Members()[i];
         m_block->Words()[m_block->PlaceOf(i)] = former->Words()[former->PlaceOf(i)];
     }
-    if (former) { former->size = 0; } // its values are in the new block now
+    if (former) { former->size = 0; } // its values were moved into the new block
 }

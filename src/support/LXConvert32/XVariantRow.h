@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// XVariantRow owns the values of one object by member index. Many members of most objects are empty, so only those that
-// are filled take a word: first the type of each member and the place of its word, then the words, in one block.
+// XVariantRow owns the values of one object by member index. Most objects have many empty members, so only filled ones
+// take a word. A row is one block: first the type of each member and the place of its word, then the words.
 //
-// Ownership  A row owns its values and what they own. Values that enter it leave VT_EMPTY where they stood.
-// Threading  One thread at a time; any number while nobody changes the row.
-// Errors     std::bad_alloc, and nothing has changed.
+// Ownership  A row owns its values. Values are moved in and leave VT_EMPTY behind.
+// Threading  Not thread-safe; concurrent reads are safe while nobody changes the row.
+// Errors     std::bad_alloc; the row is then unchanged.
 #ifndef XVARIANTROW_H
 #define XVARIANTROW_H
 
@@ -22,29 +22,29 @@ public:
     explicit XVariantRow(std::span<XLXComVariant> values);
     XVariantRow(XLXVariantVector values) : XVariantRow(std::span<XLXComVariant>(values)) {}
 
-    /// The members, empty ones included.
+    /// The number of members, including empty ones.
     std::size_t size() const noexcept { return m_block ? m_block->size : 0; }
     bool empty() const noexcept { return size() == 0; }
-    /// A look at a value, good until the row is changed; empty also behind the end.
+    /// A view of a value, valid until the row is changed; empty for an index beyond the end.
     XLXVariantView operator[](std::size_t index) const noexcept {
         return index < size() ? m_block->At(index) : XLXVariantView();
     }
 
-    /// Exchanges a value. A row that is too short becomes long enough.
+    /// Exchanges a value. Extends the row if it is too short.
     void Exchange(std::size_t index, XLXComVariant& value);
 
     void swap(XVariantRow& other) noexcept { m_block.swap(other.m_block); }
 
 private:
     static constexpr std::uint8_t NoPlace = 0xFF;
-    /// What a member holds: VT_EMPTY, the type of the word at its place, or Elsewhere.
+    /// A member's type (VT_EMPTY, the type of its word, or Elsewhere) and the place of its word.
     struct Member {
         std::uint8_t type = VT_EMPTY;
-        std::uint8_t place = NoPlace; ///< kept while the member is VT_EMPTY again
+        std::uint8_t place = NoPlace; ///< kept if the member becomes VT_EMPTY
     };
-    /// The type of a value that does not fit into a word, or its type not into a byte: the word is its address.
+    /// For a value that does not fit into a word, or whose type does not fit into a byte: the word is its address.
     static constexpr std::uint8_t Elsewhere = 0xFF;
-    /// In a longer row every member has the word at its index.
+    /// In a longer row, each member has a word, at its own index.
     static constexpr std::size_t MostPlaces = NoPlace;
 
     using InWords = std::array<std::uint64_t, sizeof(VARIANT) / sizeof(std::uint64_t)>;
@@ -52,10 +52,10 @@ private:
         return reinterpret_cast<XLXComVariant*>(static_cast<std::uintptr_t>(word));
     }
 
-    /// The head of the block. Behind it stand the members and the words.
+    /// The head of the block; the members and the words follow it in memory.
     struct Block {
-        std::uint32_t size;  ///< members
-        std::uint32_t words; ///< of them with a place
+        std::uint32_t size;  ///< number of members
+        std::uint32_t words; ///< number of words
 
         const Member* Members() const noexcept { return reinterpret_cast<const Member*>(this + 1); }
         const std::uint64_t* Words() const noexcept {
@@ -75,7 +75,7 @@ private:
             if (type == VT_EMPTY) { return {}; }
             const std::uint64_t word = Words()[PlaceOf(index)];
             if (type == Elsewhere) { return *AddressIn(word); }
-            // In whole words: what is written in pieces and copied at once, the processor waits for.
+            // Built from whole words: writing parts of a word and then copying the whole would stall the processor.
             return XLXVariantView(std::bit_cast<VARIANT>(InWords{type, word}));
         }
         /// Exchanges the value of a member that has a place.
@@ -89,7 +89,7 @@ private:
     static constexpr std::size_t WordsOfMembers(std::size_t size) noexcept {
         return (size * sizeof(Member) + sizeof(std::uint64_t) - 1) / sizeof(std::uint64_t);
     }
-    /// A block of members without a place, with room for so many words.
+    /// A block whose members are empty and have no place yet, with that many words.
     static BlockPtr Made(std::size_t size, std::size_t words);
     void GivePlace(std::size_t index);
 

@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Makes lowercase.inc, the simple lower case of Unicode's characters, from Unicode's data.
+"""Generates lowercase.inc, the simple lower-case mappings, from Unicode's data.
 
 usage: make_lowercase.py [--check] [FOLDER]     (default: that of the Debian package unicode-data)
 
-The folder has UnicodeData.txt, and PropList.txt, whose first line names the version of Unicode.
+The folder holds UnicodeData.txt and PropList.txt; the first line of the latter names the version of Unicode.
 
-With --check it writes nothing, and fails when the file beside this script is another. It ends with 77 when there is no data,
-or only data of another version of Unicode than the file's.
+With --check it writes nothing and fails if the committed file differs. Exit status 77 (skipped): there is no data, or it
+has another version of Unicode than the committed file.
 """
 import difflib
 import pathlib
@@ -19,7 +19,7 @@ TABLE = pathlib.Path(__file__).resolve().with_name("lowercase.inc")
 
 
 def mappings(data):
-    """(character, its small one) in order, ASCII left out; checks what the code takes for granted."""
+    """Yields (capital, small letter) in order, without ASCII. Asserts that both have the same number of UTF-16 units."""
     for line in data.splitlines():
         fields = line.split(";")
         if fields[13] and (capital := int(fields[0], 16)) >= 0x80:
@@ -29,8 +29,8 @@ def mappings(data):
 
 
 def ranges(pairs):
-    """[first, count, distance]: so many capitals in a row are small at that distance. At the distance 1 each stands
-    before its small letter, so that the next capital is two further on."""
+    """[first, count, distance] for runs of capitals with the same distance to their small letters. At distance 1,
+    capitals and small letters alternate."""
     found = []
     for capital, small in pairs:
         distance = small - capital
@@ -54,7 +54,7 @@ def table(folder):
         line += (" " if line else "") + row
     return "\n".join(["// SPDX-License-Identifier: MIT",
                       f"// Simple lower case, Unicode {version}; made by make_lowercase.py.",
-                      "// So many capitals are small at that distance: first, count, distance. See LXLowerCase.cpp.",
+                      "// Ranges of capitals: first, count, distance to the small letters. See LXLowerCase.cpp.",
                       *lines, line]) + "\n"
 
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Building a transfer array, element by element:
+// Builds a transfer array element by element:
 //
 //     XArrayWriter list;
 //     list.Put(LONG{1}, XILXConfigData{page, std::move(values)});
 //     XLXSafeArray array = list.Finish();
 //
-// Servers rather fill the records and hand them to the functions of XTransferWriters.h.
+// The functions of XTransferWriters.h write whole arrays from records.
 #ifndef XARRAYWRITER_H
 #define XARRAYWRITER_H
 
@@ -20,16 +20,16 @@ class XArrayWriter {
 public:
     /// A record list, which has no header.
     XArrayWriter() = default;
-    /// An array that opens with its header.
+    /// An array with a header.
     XArrayWriter(EMappingAlgorithm algorithm, EWrapperId wrapper);
 
     void Add(XLXComVariant element) { m_elements.push_back(std::move(element)); }
-    /// Appends values in order, each as its ToSafeArray writes it.
+    /// Appends values in order, each with its ToSafeArray.
     template <class... T> XArrayWriter& Put(T&&... values);
 
     std::size_t Size() const noexcept { return m_elements.size(); }
 
-    /// The array, with lower bound 0; the writer is empty afterwards. Raises E_OUTOFMEMORY.
+    /// Returns the array, with lower bound 0, and empties the writer. Raises E_OUTOFMEMORY.
     XLXSafeArray Finish();
 
 private:
@@ -40,9 +40,9 @@ void ToSafeArray(XArrayWriter& to, LONG value);
 void ToSafeArray(XArrayWriter& to, ULONG value);
 void ToSafeArray(XArrayWriter& to, XLXTextView value);
 void ToSafeArray(XArrayWriter& to, IUnknown* value);
-/// For booleans only: a pointer must not become one.
+/// For booleans only: pointers must not convert to bool.
 template <std::same_as<bool> T> void ToSafeArray(XArrayWriter& to, T value) { to.Add(XLXComVariant::FromBool(value)); }
-/// Writes a value of any type as it stands.
+/// Writes a value of any type unchanged.
 void ToSafeArray(XArrayWriter& to, XLXComVariant value);
 /// Writes values as a vector.
 void ToSafeArray(XArrayWriter& to, XVariantRow values);

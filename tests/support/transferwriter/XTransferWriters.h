@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The transfer arrays as servers make them: the counterparts of the readers in XCFCDataTransfer.h.
+// Writes transfer arrays: the counterparts of the readers in XCFCDataTransfer.h.
 //
 // Ownership  Every function moves values and objects out of the records that it is given. Results are the caller's.
 // Errors     E_OUTOFMEMORY as an XLXException.
@@ -10,7 +10,7 @@
 #include "XArrayWriter.h"
 
 namespace XLXCFCDataTransfer {
-/// The index of a name, which are numbered in the order of their first use.
+/// The index of a name. Names are numbered in the order of their first use.
 ULONG IndexOf(XILXTypeMap& types, XLXTextView name);
 
 XLXSafeArray GetArrayFromMap(XILXTypeMap types);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Elements. Every text of the configuration goes through here, and is text whatever it is.
+// Creates elements. Every text of the configuration passes through here and is inserted as text, never as HTML.
 const $ = id => document.getElementById(id);
 
-/** Control characters, and those that turn the direction of text round, as escapes. */
+/** Escapes control characters and those that change the direction of text. */
 function shown(text) {
   return text.replace(
     /[\u0000-\u001f\u007f-\u009f\u2028-\u202e\u2066-\u2069]/g,
@@ -27,7 +27,7 @@ const h = (tag, properties, ...children) => fill(document.createElement(tag), pr
 const s = (tag, properties, ...children) =>
   fill(document.createElementNS("http://www.w3.org/2000/svg", tag), properties, children);
 
-/** A link to a type; its name alone where there is no such type. */
+/** A link to a type; only its name if there is no such type. */
 function typeLink(name, ...rest) {
   const type = types.get(name);
   if (!type) return h("span", { class: "name missing", title: "Not among the types of this page" }, name);
@@ -43,7 +43,7 @@ const chip = (text, kind = "") => h("span", { class: `chip ${kind}` }, text);
 const changeChip = what => (what ? chip(what, what) : null);
 const number = count => h("span", { class: "count" }, count.toLocaleString("en"));
 
-const mostRows = 300; // more are shown when somebody asks for them
+const mostRows = 300; // more are shown on demand
 
 /**
  * A table. Columns in which nothing stands are left out.
@@ -90,9 +90,9 @@ function table(caption, columns, rows, { more, idOf } = {}) {
   );
 }
 
-/** A button that opens what stands below its row. */
+/** A button that expands the details below its row. */
 function opener(line, row, content, more, width) {
-  const isLink = content instanceof Element && content.matches("a"); // which stays one, beside the button
+  const isLink = content instanceof Element && content.matches("a"); // a link stays a link, beside the button
   const button = h(
     "button",
     {
@@ -163,7 +163,7 @@ function folded(title, count, isOpen, content) {
 }
 const nothing = text => h("p", { class: "nothing" }, text);
 
-/** What changed, on every row, with links to where. */
+/** A table of changes, each with a link to its place. */
 function changeRows(rows, caption, withType) {
   const linkOf = row => {
     if (!row.type) return h("a", { class: "name", href: linkTo("formats") }, row.path.join(" / "));

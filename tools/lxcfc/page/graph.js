@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The graph of relations on the screen: drawn, moved, zoomed, and gone through by keys or pointer. That of all
-// relations is opened node by node, and begins with as much as can be read at once.
+// Draws the graph of relations and handles moving, zooming, keys and pointer. The graph of all relations is expanded
+// node by node and initially shows as much as is readable.
 
 function drawEdge(edge) {
   const { from, to } = edge;
@@ -18,7 +18,7 @@ function drawEdge(edge) {
     d =
       to.column > from.column
         ? `M${x},${y} C${x + bend},${y} ${u - bend},${v} ${u - 2},${v}`
-        : `M${x},${y} C${over},${y} ${over},${v} ${right + 2},${v}`; // round the right sides
+        : `M${x},${y} C${over},${y} ${over},${v} ${right + 2},${v}`; // around the right sides
   }
   const isPpr = edge.list.some(relation => relation.isPpr);
   const path = s(
@@ -74,13 +74,13 @@ function drawNode(node) {
 }
 
 const steps = { ArrowLeft: [60, 0], ArrowRight: [-60, 0], ArrowUp: [0, 60], ArrowDown: [0, -60] };
-const mostTries = 40; // how many nodes are tried to be opened at first
+const mostTries = 40; // number of nodes that may be expanded initially
 
 class GraphView {
-  /** @param name  whose relations are shown; undefined for all */
+  /** @param name  the type whose relations are shown; undefined: all relations */
   constructor(name) {
     this.name = name;
-    this.open = new Set(); // the names of the nodes that are open
+    this.open = new Set(); // the names of the expanded nodes
     this.at = { x: margin, y: margin, scale: 1 };
     this.view = s("g", { id: "view" });
     const arrow = { id: "arrow", viewBox: "0 0 8 8", refX: 7, refY: 4, markerWidth: 8, markerHeight: 8 };
@@ -138,7 +138,7 @@ class GraphView {
     );
   }
 
-  /** Draws it for the first time, once it has a size. */
+  /** Draws the graph for the first time, once it has a size. */
   start() {
     this.layout = this.name ? layoutAround(this.name) : layoutAll(this.open);
     if (!this.name) this.openWhatFits();
@@ -170,7 +170,7 @@ class GraphView {
     const first = this.layout.nodes.find(node => node.isCenter) ?? this.layout.nodes[0];
     if (first) first.group.setAttribute("tabindex", 0);
   }
-  /** Draws it as it is open now. */
+  /** Draws the graph in its present state. */
   again() {
     this.layout = layoutAll(this.open);
     this.draw();
@@ -178,7 +178,7 @@ class GraphView {
     if (chosen) this.choose(chosen);
   }
 
-  // ---- where it is seen
+  // ---- position and zoom
   show() {
     this.view.setAttribute("transform", `translate(${this.at.x},${this.at.y}) scale(${this.at.scale})`);
   }
@@ -202,7 +202,7 @@ class GraphView {
     at.scale = scale;
     this.show();
   }
-  /** In the middle where all of it is seen, else from its beginning; around a type, the type is seen. */
+  /** Centres the graph if all of it fits, otherwise shows its beginning, or the type whose relations it shows. */
   center(scale) {
     const { svg, layout, at } = this;
     const beside = svg.clientWidth - layout.width * scale,
@@ -217,7 +217,7 @@ class GraphView {
     at.y = isHigh && !middle ? margin : over / 2;
     this.show();
   }
-  /** Moves it only as far as it must for a node to be seen. */
+  /** Moves the graph as little as possible to make a node visible. */
   reveal(node) {
     const { svg, at } = this;
     const left = at.x + node.x * at.scale,
@@ -272,7 +272,7 @@ class GraphView {
         : "",
     ]);
   }
-  /** Opens or closes a node, which stays where it was. */
+  /** Expands or collapses a node, which keeps its position on the screen. */
   toggle(node) {
     if (node.below === 0) return;
     const { at } = this;
@@ -298,7 +298,7 @@ class GraphView {
       .filter(other => other.column === node.column && (other.y - node.y) * by > 0)
       .sort((a, b) => (a.y - b.y) * by)[0];
   }
-  /** Whether the key means something here. */
+  /** Handles a key; returns whether it has a meaning here. */
   press(event) {
     if (event.ctrlKey || event.metaKey || event.altKey) return false;
     const node = event.target.closest(".node")?.node,
@@ -321,7 +321,7 @@ class GraphView {
     else return false;
     return true;
   }
-  /** Something in it was pressed. */
+  /** Handles a click in the graph. */
   click(target) {
     const node = target.closest(".node")?.node;
     if (!node) return;
@@ -329,7 +329,7 @@ class GraphView {
     else this.choose(node);
   }
 
-  /** On paper all of it stands. */
+  /** Shows the whole graph while the page is printed. */
   print(isPrinted) {
     const { layout, svg } = this;
     if (isPrinted) {
@@ -342,7 +342,7 @@ class GraphView {
   }
 }
 
-/** Drag to move, turn the wheel or two fingers to zoom; what is pressed without moving is chosen. */
+/** Moves by dragging, zooms by wheel or two fingers; a press without movement selects. */
 function moveWithPointer(graph) {
   const { svg } = graph;
   const pointers = new Map();

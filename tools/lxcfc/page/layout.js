@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Where the nodes of a graph of relations stand, from left to right. Of all relations: what is below the nodes that are
-// open. Of those of one type: its parents to the left, its children to the right.
+// The layout of a graph of relations, from left to right. For all relations: the nodes below expanded ones. For one type:
+// its parents to the left, its children to the right.
 const rowHeight = 34,
   columnGap = 76,
   nodeHeight = 26,
@@ -14,7 +14,7 @@ function widthOf(text, font) {
   return Math.ceil(measure.measureText(short(shown(text))).width);
 }
 
-/** All relations, an edge for each pair of types. */
+/** The graph of all relations, with an edge for each pair of types. */
 const relationGraph = (() => {
   let made = null;
   return () => {
@@ -35,7 +35,7 @@ const relationGraph = (() => {
   };
 })();
 
-/** Visits what can be reached, the nearest first: visit(to, from, distance) says whether to go on from there. */
+/** Visits reachable nodes, the nearest first: visit(to, from, distance) returns whether to continue from there. */
 function walk(first, visit) {
   let level = [first];
   for (let distance = 1; level.length > 0; ++distance) {
@@ -43,7 +43,7 @@ function walk(first, visit) {
   }
 }
 
-/** Where the graph begins: what stands below nothing, and one node of each circle that nothing else leads to. */
+/** The roots of the graph: nodes without parents, and one node of each cycle that no other node leads to. */
 function startsOf(graph) {
   const starts = [],
     reached = new Set();
@@ -57,7 +57,7 @@ function startsOf(graph) {
   return starts;
 }
 
-/** The nodes that can be seen when these are open, each at the shortest way from where the graph begins. */
+/** The nodes that are visible if these are expanded, each at its shortest distance from a root. */
 function layoutAll(open) {
   const drawn = new Map(),
     edges = [];
@@ -81,7 +81,7 @@ function layoutAll(open) {
   return arranged([...drawn.values()], starts, edges, nodeHeight);
 }
 
-/** One type with what may stand above and below it, by itself or by what it derives from. */
+/** One type with its possible parents and children, including those through its bases. */
 function layoutAround(name) {
   const type = types.get(name);
   const owners = [name, ...(type ? basesOf(type).map(base => base.name) : [])];
@@ -116,7 +116,7 @@ function layoutAround(name) {
   return sized(nodes, edges, tallHeight);
 }
 
-/** A parent stands in the middle of its children. */
+/** Places a parent in the middle of its children. */
 function arranged(nodes, starts, edges, height) {
   let rows = 0;
   const place = node => {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What is shown is what the address says after "#": a link to it shows the same again.
+// The part of the address after "#" determines what is shown, so that a link shows the same again.
 const views = [
   ["", "Types"],
   ["graph", "Relations"],
@@ -8,9 +8,9 @@ const views = [
 if (comparison) views.push(["comparison", "Comparison"]);
 
 const relationTitle = name => (name ? `Relations of ${name}` : "Relations");
-let printing = () => {}; // what the view does when it is printed, and afterwards
+let printing = () => {}; // called before and after the view is printed
 
-/** What an address stands for: content, title, kind of view, and what is to be done once it is on the page. */
+/** The view for an address: content, title, kind of view, and what to do once it is on the page. */
 function viewOf([view = "", name, part]) {
   const isRelated = name === undefined || types.has(name) || relations.some(r => r.parent === name || r.child === name);
   if (view === "") return [overview(), data.name, "overview"];
@@ -44,7 +44,7 @@ function viewOf([view = "", name, part]) {
   ];
 }
 
-/** Shows what the address says; the reader's place is its heading, unless the tree led there. */
+/** Shows the view for the address and focuses its heading, unless the tree led there. */
 function show(isNavigation) {
   const parts = shownParts();
   printing = () => {};
@@ -92,7 +92,7 @@ document.addEventListener("keydown", event => {
   $("search").focus();
   $("search").select();
 });
-// On paper everything of the chosen part stands open.
+// In print, everything in the chosen part is expanded.
 let opened = [];
 addEventListener("beforeprint", () => {
   opened = [...$("main").querySelectorAll("details:not([open])")];

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// The configuration: what the page holds as JSON, with what follows from it.
+// The configuration: the JSON data of the page, and data derived from it.
 //
-// An object of any kind has its values in "v". data.kinds says of each kind what the values are called ("keys") and
-// where those stand that the page itself looks at ("at").
+// The values of an object are in "v". For each kind, data.kinds has the names of the values ("keys") and the positions
+// of those that the page itself uses ("at").
 const data = JSON.parse(document.getElementById("data").textContent);
 
-/** A value by the page's name for it; null where the server's property has no name. */
+/** A value by the page's name for it; null if the server's property has no name. */
 function valueOf(kind, object, name) {
   const at = data.kinds[kind].at[name];
   return at === undefined ? null : object.v[at];
@@ -14,7 +14,7 @@ const textOf = (kind, object, name) => plain(valueOf(kind, object, name));
 const plain = value =>
   value === null || value === undefined || value === false ? "" : value === true ? "yes" : String(value);
 
-/** What a number stands for: "text" for data type 2. */
+/** The word for a number, such as "text" for data type 2. */
 function wordFor(key, value) {
   const word = typeof value === "number" && (data.words?.[key] ?? []).find(([number]) => number === value);
   return word ? word[1] : plain(value);
@@ -32,9 +32,9 @@ function titleOf(key) {
 }
 const counted = (count, one, many = `${one}s`) => `${count.toLocaleString("en")} ${count === 1 ? one : many}`;
 
-// ---- types, by name, with those that they derive from and those that derive from them
+// ---- types by name, with their bases and derived types
 const types = new Map();
-data.types.sort((a, b) => (a.name < b.name ? -1 : 1)); // removed ones, too, where they were
+data.types.sort((a, b) => (a.name < b.name ? -1 : 1)); // including removed ones
 for (const raw of data.types) {
   const label = textOf("type", raw, "label");
   types.set(raw.name, {
@@ -48,13 +48,13 @@ for (const raw of data.types) {
     attributes: raw.attributes,
     isUnlisted: Boolean(raw.unlisted),
     isRemoved: Boolean(raw.removed),
-    // A label that only spells the name with blanks says nothing.
+    // A label that differs from the name only in blanks adds nothing.
     says: label.toLowerCase().replaceAll(" ", "") === raw.name.toLowerCase() ? "" : label,
   });
 }
 for (const type of types.values()) if (type.base !== type.name) types.get(type.base)?.derived.push(type);
 
-/** A type's bases, nearest first; a circle of bases ends where it began. */
+/** A type's bases, nearest first; a cycle ends where it began. */
 function basesOf(type) {
   const bases = [];
   for (let base = types.get(type.base); base && base !== type && !bases.includes(base); base = types.get(base.base)) {
@@ -63,7 +63,7 @@ function basesOf(type) {
   return bases;
 }
 
-/** Where the tree begins: types without a base, and one type of each circle of bases. */
+/** The roots of the tree: types without a base, and one type of each cycle of bases. */
 const roots = [];
 {
   const reached = new Set();
@@ -106,7 +106,7 @@ for (const relation of relations) {
   types.get(relation.child)?.above.push(relation);
 }
 
-// ---- differences, by the type that they belong to
+// ---- differences by type
 const changes = new Map();
 const comparison = data.comparison ?? null;
 const pathOf = name => name.split("/").map(part => part.replaceAll("%2F", "/").replaceAll("%25", "%"));
@@ -117,7 +117,7 @@ if (comparison) {
       row.what = what;
       row.isOfRelation = row.kind === "relation" || row.kind === "PC info";
       const isOfSpec = row.kind === "format" && row.name.startsWith("format spec ");
-      const owner = row.kind === "PC info" ? "relation " : isOfSpec ? "format spec " : ""; // before a part's name
+      const owner = row.kind === "PC info" ? "relation " : isOfSpec ? "format spec " : ""; // precedes a part's name
       row.path = pathOf(row.name.slice(owner.length));
       row.type = generalKinds.includes(row.kind) || isOfSpec ? "" : row.path[0];
       if (!row.type) continue;
@@ -133,7 +133,7 @@ function changeOf(type) {
   return rows.some(row => row.kind === "type" && row.what === "added") ? "added" : rows.length > 0 ? "changed" : "";
 }
 
-// ---- links to what is shown
+// ---- links to views
 const linkTo = (...parts) => `#/${parts.map(encodeURIComponent).join("/")}`;
 function shownParts() {
   try {

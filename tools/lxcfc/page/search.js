@@ -43,7 +43,7 @@ function makeIndex() {
   for (const spec of data.specs) add("spec", spec, "format spec", textOf("spec", spec, "name"), "", linkTo("formats"));
 }
 
-/** How well an entry matches; less is better, and what does not match is Infinity. */
+/** The rank of an entry; less is better, Infinity is no match. */
 function rank(entry, wanted) {
   const at = entry.low.indexOf(wanted);
   const order = entry.what === "type" ? 0 : entry.what === "attribute" ? 1 : 2;
@@ -84,7 +84,7 @@ function resultItem(entry, i, wanted) {
   );
 }
 
-/** The field with the list of what is found, of which one entry is marked. */
+/** The search field with the list of results, one of which is marked. */
 class Search {
   constructor() {
     this.input = $("search");

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The tree of types. Items below a type are made when it is first opened. One item takes the focus (the roving
-// tabindex), arrow keys move it, letters find names, Enter shows the type.
-const treeItems = new Map(); // the item of each type that has one
-const mostFirstRows = 36; // how many rows the tree opens with
+// The tree of types. Items below a type are created when it is first expanded. One item can have the focus (roving
+// tabindex); arrow keys move it, letters find names, Enter shows the type.
+const treeItems = new Map(); // the items created so far, by type
+const mostFirstRows = 36; // maximum number of rows shown initially
 
 function treeItem(type, level, place, count) {
   const change = changeOf(type);
@@ -42,7 +42,7 @@ function setOpen(item, open) {
   item.setAttribute("aria-expanded", String(open));
   if (open && !item.nextElementSibling) {
     const level = Number(item.getAttribute("aria-level")) + 1;
-    const below = item.shows.derived.filter(type => !treeItems.has(type)); // a circle of bases comes round
+    const below = item.shows.derived.filter(type => !treeItems.has(type)); // bases may form a cycle
     item.after(
       h(
         "ul",
@@ -53,7 +53,7 @@ function setOpen(item, open) {
   }
 }
 
-/** Opens every type, or as many, level by level, as can be seen at once. */
+/** Expands every type, or level by level as many as fit on the screen. */
 function openTree(most) {
   let rows = roots.length;
   for (
@@ -76,7 +76,7 @@ function focusItem(item, take = true) {
   item.scrollIntoView({ block: "nearest" });
 }
 
-/** Marks the type that is shown, and opens what it lies in. */
+/** Marks the shown type and expands the items around it. */
 function selectInTree(type) {
   for (const item of $("tree").querySelectorAll('[aria-selected="true"]')) item.setAttribute("aria-selected", "false");
   if (!type) return;
@@ -97,7 +97,7 @@ function onTreeKey(event) {
     const items = visibleItems();
     return items[items.indexOf(item) + by];
   };
-  const above = item.parentElement.parentElement.previousElementSibling; // the item whose group it lies in
+  const above = item.parentElement.parentElement.previousElementSibling; // the parent item
   const keys = {
     ArrowDown: () => step(1),
     ArrowUp: () => step(-1),
@@ -120,7 +120,7 @@ function onTreeKey(event) {
 
 let typed = "",
   typedAt = 0;
-/** The next item whose name begins with what is being typed. */
+/** The next item whose name begins with the typed letters. */
 function nextWith(item, letter) {
   typed = (Date.now() - typedAt < 700 ? typed : "") + letter.toLowerCase();
   typedAt = Date.now();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One type: what it has of its own, and what it inherits, apart.
+// The view of one type, with its own and its inherited parts separately.
 const nameOf = attribute => textOf("attribute", attribute, "name");
 
 function groupOf(owner, attribute) {
@@ -65,7 +65,7 @@ function otherColumns(kind, shownOnes) {
     .filter((_, i) => !places.includes(i));
 }
 
-/** The formats of attributes or specs; those that are alike are one, with the owners of all. */
+/** The formats of attributes or specs; equal ones are merged, with all their owners. */
 function formatsOf(owners, nameOfOwner = nameOf) {
   const alike = new Map();
   for (const owner of owners) {
@@ -97,7 +97,7 @@ function formatTable(formats, withOwners = true, ownersAre = "Attributes") {
   );
 }
 
-/** A group in its page's outline, with the groups inside. */
+/** A group in its page's outline, with its child groups. */
 function groupItem(type, group, inside) {
   const wanted = valueOf("group", group, "number");
   const own = type.attributes.filter(a => valueOf("attribute", a, "group") === wanted);
@@ -110,7 +110,7 @@ function groupItem(type, group, inside) {
   return h("li", null, name, " ", h("span", { class: "faint" }, facts.join(", ")), inside);
 }
 
-/** The pages of a type with their groups. Each group stands there once, wherever it says that it lies. */
+/** The pages of a type with their groups. Each group occurs once, whatever its page and parent are. */
 function pagesAndGroups(type) {
   const { pages, groups } = type.raw;
   const left = new Set(groups);
@@ -198,7 +198,7 @@ function relationTable(list, ends = ["parent", "child"]) {
   );
 }
 
-/** What a type has of its own, and what it has from each base. */
+/** The parts of a type: its own, and those of each base. */
 function ownAndInherited(type, has, show, none) {
   const own = has(type);
   const from = basesOf(type)
@@ -278,7 +278,7 @@ function relationsOf(type) {
   ];
 }
 
-/** A button for each section, which goes there. */
+/** A button for each section that leads there. */
 function jumpsTo(sections) {
   const jump = part => {
     const title = [...part.firstElementChild.childNodes].map(node => node.cloneNode(true));
@@ -325,7 +325,7 @@ function typeView(type) {
   );
 }
 
-/** Opens the row of one attribute, wherever the type has it from. */
+/** Expands the row of one attribute, own or inherited. */
 function openAttribute(type, name) {
   const owner = [type, ...basesOf(type)].find(t => t.attributes.some(a => nameOf(a) === name));
   if (!owner) return;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The views beside that of a type: overview, relations, formats with browsers, comparison.
+// The other views: overview, relations, formats with browsers, comparison.
 const heading = (title, subtitle) => [
   h("h1", { tabindex: -1 }, title),
   subtitle ? h("p", { class: "subtitle" }, subtitle) : null,
