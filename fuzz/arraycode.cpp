@@ -2,8 +2,7 @@
 #include "arraycode.h"
 #include "XLXComVariant.h"
 
-#include <algorithm>
-#include <cstring>
+#include <atomic>
 
 namespace {
 constexpr std::size_t MostElements = 4096;
@@ -157,36 +156,6 @@ XLXSafeArray Create(EContainer container, ULONG count) {
     }
 }
 
-void PutNumber(std::vector<std::uint8_t>& to, int smallCode, int code, ULONG number) {
-    if (number < 16) {
-        to.push_back(static_cast<std::uint8_t>(smallCode | static_cast<int>(number << 4)));
-        return;
-    }
-    to.push_back(static_cast<std::uint8_t>(code));
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        to.push_back(static_cast<std::uint8_t>(number >> shift));
-    }
-}
-
-void PutText(std::vector<std::uint8_t>& to, XLXTextView text) {
-    text = text.substr(0, 15);
-    to.push_back(static_cast<std::uint8_t>(Text | (text.size() << 4)));
-    for (const OLECHAR character : text) {
-        to.push_back(static_cast<std::uint8_t>(character));
-    }
-}
-
-void PutElement(std::vector<std::uint8_t>& to, const VARIANT& element) {
-    switch (V_VT(&element)) {
-    case VT_I4: return PutNumber(to, SmallLong, Long, static_cast<ULONG>(V_I4(&element)));
-    case VT_UI4: return PutNumber(to, SmallUnsigned, Unsigned, V_UI4(&element));
-    case VT_BSTR: return PutText(to, LXBstrView(V_BSTR(&element)));
-    case VT_UNKNOWN: return to.push_back(V_UNKNOWN(&element) != nullptr ? Object : NullObject);
-    case VT_BOOL: return to.push_back(V_BOOL(&element) != VARIANT_FALSE ? 0x10 | Boolean : Boolean);
-    case VT_R8: return to.push_back(Real);
-    default: return to.push_back(Empties);
-    }
-}
 } // namespace
 
 long LXLiveFuzzObjects() { return g_alive; }
@@ -202,13 +171,4 @@ XLXSafeArray DecodeArray(XBytes bytes) {
         }
     }
     return array;
-}
-
-std::vector<std::uint8_t> EncodeArray(const XLXSafeArray& array) {
-    std::vector<std::uint8_t> bytes = {static_cast<std::uint8_t>(EContainer::Plain)};
-    const VARIANT* const elements = static_cast<const VARIANT*>(array.Get()->pvData);
-    for (ULONG i = 0; i < array.Get()->rgsabound[0].cElements; ++i) {
-        PutElement(bytes, elements[i]);
-    }
-    return bytes;
 }

@@ -7,10 +7,8 @@
 
 #include "XLXSafeArray.h"
 
-#include <atomic>
 #include <cstdint>
 #include <span>
-#include <vector>
 
 using XBytes = std::span<const std::uint8_t>;
 
@@ -22,8 +20,5 @@ enum class EContainer : std::uint8_t { Plain = 0, LowerBoundNegative, LowerBound
 
 /// The array that bytes stand for, of at most 4096 elements.
 XLXSafeArray DecodeArray(XBytes bytes);
-
-/// Bytes that stand for an array. Texts are cut at 15 narrow characters, and types that have no code become EMPTY.
-std::vector<std::uint8_t> EncodeArray(const XLXSafeArray& array);
 
 #endif

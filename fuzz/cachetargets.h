@@ -97,8 +97,6 @@ private:
 
 /// Notifications of every shape, through the manager and straight to cached objects. True: one with a known kind.
 bool FuzzDataId(XBytes bytes);
-/// Property names of every kind. True: the kind has a property of that name.
-bool FuzzPropertyNames(XBytes bytes);
 /// Whole operations of a client and edits of the server. True: at least one answer was compared.
 bool FuzzOperations(XBytes bytes);
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Notifications of every shape, and property names.
-#include "XCfgPropertyConvert.h"
+// Notifications of every shape.
 #include "XDataId.h"
 #include "cachetargets.h"
 
@@ -102,29 +101,4 @@ bool FuzzDataId(XBytes bytes) {
     cache.Server().Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, std::to_string(++executions % 10));
     CompareAll(cache);
     return XDataId::Parse(text).kind != LXDataIdKind::Other;
-}
-
-bool FuzzPropertyNames(XBytes bytes) {
-    Decisions decisions(bytes);
-    const int kind = decisions.Byte() - 2; // no kind of ours, too
-    constexpr const char* names[] = {"LXCFG_attributename", "LXCFG_showinbrowser", "LXCFG_browserid",
-                                     "LXCFG_groupnumber",   "LXCFG_pagenumber",    "LXCFG_typename",
-                                     "LXCFPC_parentname",   "LXCFG_pcinfonew",     "LXCFG_progid"};
-    const int known = decisions.Of(static_cast<int>(std::size(names)) + 1);
-    XLXText text = known != 0 ? LXFromUtf8(names[known - 1]) : XLXText();
-    text += TextFrom(decisions);
-    const auto element = static_cast<EConfigElementKind>(kind);
-    const int index = XCfgPropertyConvert::Convert(element, XLXComBSTR(text).Get());
-    LXRequire(index >= -1 && index < 60, "an index that such an element has, or -1");
-    if (index >= 0) {
-        // Exactly this name: with anything before or after it, or in another case, it is another one.
-        for (const XLXText& other :
-             {text + XLXText(1, OLECHAR{0}), XLXText(1, OLECHAR{' '}) + text, text + OLESTR("x"), text.substr(1),
-              text.substr(0, text.size() - 1) + static_cast<OLECHAR>(text.back() ^ 0x20)}) {
-            LXRequire(XCfgPropertyConvert::Convert(element, XLXComBSTR(other).Get()) == -1,
-                      "a name is compared exactly");
-        }
-        LXRequire(kind >= 0 && kind <= 8, "only kinds that there are have names");
-    }
-    return index >= 0;
 }

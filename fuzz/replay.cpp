@@ -44,7 +44,6 @@ INSTANTIATE_TEST_SUITE_P(Fuzz, Corpus,
                                          Target{"fuzz_attribute_list", FuzzAttributeList},
                                          Target{"fuzz_type_components", FuzzTypeComponents},
                                          Target{"fuzz_record_list", FuzzRecordList}, Target{"fuzz_data_id", FuzzDataId},
-                                         Target{"fuzz_operations", FuzzOperations},
-                                         Target{"fuzz_property_names", FuzzPropertyNames}),
+                                         Target{"fuzz_operations", FuzzOperations}),
                          testing::PrintToStringParamName());
 } // namespace

@@ -1,7 +1,0 @@
-// SPDX-License-Identifier: MIT
-#include "cachetargets.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FuzzPropertyNames({data, size});
-    return 0;
-}
