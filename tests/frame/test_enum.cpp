@@ -2,57 +2,20 @@
 #include "XLXEnumWithDelete.h"
 #include "lxtestrunner.h"
 
+#include <lxserver/Refusals.h>
+
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <set>
 #include <thread>
-
-// All kinds of enumerators that the component hands out can be made.
-template class XLXEnumWithDelete<ILXTypeEnum, ILXType>;
-template class XLXEnumWithDelete<ILXPageEnum, ILXPage>;
-template class XLXEnumWithDelete<ILXGroupEnum, ILXGroup>;
-template class XLXEnumWithDelete<ILXAttributeEnum, ILXAttribute>;
-template class XLXEnumWithDelete<ILXAttributeTypeEnum, ILXAttributeType>;
-template class XLXEnumWithDelete<ILXConfObjEditorEnum, ILXConfObjEditor>;
-template class XLXEnumWithDelete<ILXParentChildEnum, ILXParentChild>;
-template class XLXEnumWithDelete<ILXPCInfoEnum, ILXPCInfo>;
-template class XLXEnumWithDelete<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>;
 
 namespace {
 using Enumerator = XLXEnumWithDelete<ILXBrowserIdEnum, ILXBrowserId>;
 using Items = Enumerator::Items;
 
-/// A counted element that refuses everything else.
-class FakeBrowserId final : public ILXBrowserId {
-public:
-    FakeBrowserId() { ++alive; }
-    ~FakeBrowserId() { --alive; }
+class FakeBrowserId final : public lx::PlainRefusals<lx::ConfigObjectRefusals<lx::Object<ILXBrowserId>>> {};
 
-    STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = --m_references;
-        if (left == 0) { delete this; }
-        return left;
-    }
-    STDMETHODIMP Get(BSTR, VARIANT*) override { return E_NOTIMPL; }
-    STDMETHODIMP Set(BSTR, VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP Gets(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
-    STDMETHODIMP Sets(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetProperty(int, VARIANT*) override { return E_NOTIMPL; }
-    STDMETHODIMP SetProperty(int, VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP GetProperties(SAFEARRAY**) override { return E_NOTIMPL; }
-    STDMETHODIMP SetProperties(SAFEARRAY*, SAFEARRAY**) override { return E_NOTIMPL; }
-    STDMETHODIMP dummy() override { return E_NOTIMPL; }
-
-    static inline std::atomic<long> alive{0};
-
-private:
-    std::atomic<ULONG> m_references{0};
-};
-
-const LXLiveCounter elements("elements", [] { return FakeBrowserId::alive.load(); });
+const LXLiveCounter elements("elements", [] { return lx::liveObjects.load(); });
 const LXLiveCounter enumerators("enumerators", [] { return XModuleCount::LiveObjects(); });
 
 Items MakeItems(size_t count) {
@@ -146,7 +109,7 @@ TEST(Enumerator, GivesTheElementsInOrderAndAReferenceEach) {
     for (ILXBrowserId* const element : got) {
         EXPECT_EQ(element->Release(), 0u); // ours was the last reference
     }
-    EXPECT_EQ(FakeBrowserId::alive, 0);
+    EXPECT_EQ(lx::liveObjects, 0);
 }
 
 TEST(Enumerator, IsHandedOutOnlyOverSomething) {
@@ -157,7 +120,7 @@ TEST(Enumerator, IsHandedOutOnlyOverSomething) {
     EXPECT_EQ(XModuleCount::LiveObjects(), 1);
     EXPECT_EQ(XModuleCount::Locks(), 0);
     EXPECT_EQ(out->Release(), 0u);
-    EXPECT_EQ(FakeBrowserId::alive, 0);
+    EXPECT_EQ(lx::liveObjects, 0);
 }
 
 TEST(Enumerator, RefusesNullPointersCloningAndForeignInterfaces) {
@@ -221,28 +184,4 @@ TEST(Enumerator, SharedByThreadsGivesEachElementOnce) {
     EXPECT_EQ(all.size(), Count);
 }
 
-template <class F> std::chrono::nanoseconds Time(F&& round) {
-    const auto begin = std::chrono::steady_clock::now();
-    for (int i = 0; i < 100; ++i) {
-        round();
-    }
-    return std::chrono::steady_clock::now() - begin;
-}
-
-// Compares the best of each; on a busy machine it takes some runs until both have had an undisturbed one.
-TEST(Enumerator, CostsLittleMoreThanCopyingTheReferences) {
-    const Items source = MakeItems(500);
-    auto copying = std::chrono::nanoseconds::max();
-    auto handingOut = std::chrono::nanoseconds::max();
-    for (int run = 0; run < 10 || (run < 500 && handingOut > 2 * copying); ++run) {
-        copying = std::min(copying, Time([&] { const Items copy(source); }));
-        handingOut = std::min(handingOut, Time([&] {
-                                  XLXComPtr<ILXBrowserIdEnum> out;
-                                  LXHandOutEnumerator(Items(source), out.Put());
-                              }));
-    }
-    RecordProperty("copying_ns", std::to_string(copying.count()));
-    RecordProperty("handing_out_ns", std::to_string(handingOut.count()));
-    EXPECT_LE(handingOut, 2 * copying);
-}
 } // namespace

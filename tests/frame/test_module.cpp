@@ -84,19 +84,6 @@ TEST_F(Module, StaysWhileAnObjectLives) {
     EXPECT_EQ(File().CanUnloadNow(), S_FALSE);
 }
 
-TEST_F(Module, RefusesToCreateWhatItCannot) {
-    const auto factory = File().Factory();
-    const auto outer = NewObject();
-    void* out = &out;
-    EXPECT_EQ(factory->CreateInstance(outer.Get(), IID_IUnknown, &out), CLASS_E_NOAGGREGATION);
-    EXPECT_EQ(out, nullptr);
-    out = &out;
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, &out), E_NOINTERFACE);
-    EXPECT_EQ(out, nullptr); // TearDown sees whether the object is gone
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
-    EXPECT_EQ(factory->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
-}
-
 TEST_F(Module, ObjectAnswersItsSixInterfacesFromEachOfThem) {
     const auto identity = NewObject();
     for (const IID* const from : Faces) {
@@ -114,16 +101,6 @@ TEST_F(Module, ObjectAnswersItsSixInterfacesFromEachOfThem) {
     EXPECT_EQ(static_cast<void*>(identity.Get()), static_cast<void*>(identity.As<ILXConfigFactoryCache>().Get()));
     EXPECT_EQ(static_cast<void*>(identity.As<ILXCallback>().Get()),
               static_cast<void*>(identity.As<ILXCallbackUpdate>().Get()));
-}
-
-TEST_F(Module, ObjectAnswersNothingElse) {
-    const auto object = NewObject();
-    for (const IID* const iid : {&IID_ISupportErrorInfo, &IID_IDispatch, &IID_IClassFactory, &IID_ILXType,
-                                 &IID_ILXConfigFactoryEx, &UnknownId}) {
-        void* out = &out;
-        EXPECT_EQ(object->QueryInterface(*iid, &out), E_NOINTERFACE);
-        EXPECT_EQ(out, nullptr);
-    }
 }
 
 TEST_F(Module, FactoryServesManyThreads) {

@@ -100,33 +100,6 @@ TEST_F(Registration, RemovesTheClassKeyWholeAndLeavesForeignKeysElsewhere) {
     EXPECT_EQ(Actual(), (std::vector<std::string>{Independent, Independent + "\\Foreign"}));
 }
 
-TEST_F(Registration, UnregisteringWhatIsNotThereIsNoFailure) {
-    const auto before = Counts();
-    EXPECT_EQ(UnregisterModule(), S_OK);
-    EXPECT_EQ(Counts(), before);
-}
-
-TEST_F(Registration, RegisteredClassIsCreated) {
-    ASSERT_EQ(RegisterModule(), S_OK);
-    ASSERT_GE(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
-    {
-        XLXComPtr<ILXConfigFactoryCache> object;
-        ASSERT_EQ(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER,
-                                   LXIid<ILXConfigFactoryCache>(), object.PutVoid()),
-                  S_OK);
-        LONG valid = 0;
-        EXPECT_EQ(object->IsValid(&valid), S_OK);
-        EXPECT_EQ(valid, 1);
-        XLXComPtr<IUnknown> aggregated;
-        EXPECT_EQ(CoCreateInstance(CLSID_LXConfigFactoryCache, object.Get(), CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                   aggregated.PutVoid()),
-                  CLASS_E_NOAGGREGATION);
-    }
-    CoFreeUnusedLibraries();
-    CoUninitialize();
-    EXPECT_FALSE(ModuleIsLoaded());
-}
-
 #ifdef _WIN32
 TEST_F(Registration, TypeLibraryIsRegisteredAndUnregistered) {
     ASSERT_EQ(RegisterModule(), S_OK);

@@ -4,6 +4,8 @@
 #include "XToolOutput.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <thread>
 
 namespace {
 /// Everything in it ends when this program does, however that happens.
@@ -48,7 +50,7 @@ DWORD RunServerProgram(const OLECHAR* option) {
 class Registered : public testing::Environment {
     void SetUp() override {
         ASSERT_GE(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
-        LXPlayRole();
+        LXHoldIfAsked();
         for (const OLECHAR* const module : Modules) {
             ASSERT_EQ(CallModule(module, "DllRegisterServer"), S_OK) << LXToUtf8(module);
         }
@@ -146,11 +148,6 @@ bool Server::HasClient(ULONG process) const {
                        [process](const auto& client) { return client.process == process; });
 }
 
-HRESULT Server::TryEdit(const std::string& json) const {
-    XLXComBSTR outcome;
-    return m_control->Edit(LXBstr(json).Get(), outcome.Put());
-}
-
 XNotification Server::Edit(const std::string& json) const {
     XLXComBSTR outcome;
     LXExpect(m_control->Edit(LXBstr(json).Get(), outcome.Put()), "Edit");
@@ -185,59 +182,20 @@ XLXComPtr<ILXAttribute> CacheClient::Attribute(const char* type, const char* nam
 
 std::string CacheClient::Label() const { return LXTextOf(*Attribute(DerivedType, EditedAttribute), XProperty::Label); }
 
-namespace {
-// What only the server's own objects give.
+ClientProcess::ClientProcess()
+    : m_process(OLESTR("test_outofprocess.exe"), OLESTR("--hold ") + m_ready.Name() + OLESTR(" --gtest_brief=1")) {}
 
-std::string FormatsOf(ILXAttribute& attribute) {
-    std::vector<std::string> labels;
-    for (int formatType = 0; formatType < 3; ++formatType) {
-        XLXComPtr<ILXFormat> format;
-        const HRESULT found = attribute.GetFormat(formatType, format.Put());
-        if (found != S_FALSE) { LXExpect(found, "GetFormat"); }
-        labels.push_back(format ? "'" + LXTextOf(*format, XProperty::Label) + "'" : "-");
+void LXHoldIfAsked() {
+    if (__argc < 3 || std::string_view(__argv[1]) != "--hold") { return; }
+    const std::string_view name = __argv[2];
+    try {
+        const CacheClient client(*LXConnect());
+        HANDLE const ready = OpenEventW(EVENT_MODIFY_STATE, FALSE, std::wstring(name.begin(), name.end()).c_str());
+        SetEvent(ready);
+        CloseHandle(ready);
+        std::this_thread::sleep_for(60s);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "client %lu: %s\n", GetCurrentProcessId(), error.what());
     }
-    return LXJoined(labels, ",");
+    TerminateProcess(GetCurrentProcess(), 1); // nobody killed it
 }
-
-std::string RelationsOf(ILXConfigFactory& factory) {
-    std::vector<std::string> lines;
-    for (const auto& relation : LXList<ILXParentChild, ILXParentChildEnum>("GetParentChildEnum", [&](auto** out) {
-             return factory.GetParentChildEnum(LXBstr("").Get(), nullptr, out);
-         })) {
-        auto infos = LXTextsOf(
-            LXList<ILXPCInfo, ILXPCInfoEnum>("GetPCInfoEnum", [&](auto** out) { return relation->GetPCInfoEnum(out); }),
-            XProperty::PCInfoBrowser);
-        std::sort(infos.begin(), infos.end());
-        lines.push_back(LXTextOf(*relation, XProperty::ParentName) + "/" + LXTextOf(*relation, XProperty::ChildName) +
-                        "/" + LXTextOf(*relation, XProperty::ChildList) + ": " + LXJoined(infos, ","));
-    }
-    std::sort(lines.begin(), lines.end());
-    return LXJoined(lines, "\n");
-}
-} // namespace
-
-std::string LXSnapshot(ILXConfigFactory& factory) {
-    std::string text;
-    for (const char* const name : {"Object", "Equipment", "Pump", "CentrifugalPump", "Vessel", "Document"}) {
-        XLXComPtr<ILXType> type;
-        if (const HRESULT found = factory.GetType(LXBstr(name).Get(), nullptr, type.Put()); found != S_OK) {
-            LXExpect(found, "GetType", S_FALSE); // an edit removed it
-            text += std::string(name) + " is not there\n";
-            continue;
-        }
-        auto attributes = LXList<ILXAttribute, ILXAttributeEnum>(
-            "GetDisplayAttributeEnum", [&](auto** out) { return type->GetDisplayAttributeEnum(0, out); });
-        std::vector<std::string> lines;
-        for (const auto& attribute : attributes) {
-            lines.push_back(LXTextOf(*attribute, XProperty::AttributeName) + "=" +
-                            LXTextOf(*attribute, XProperty::Label) + "(" + FormatsOf(*attribute) + ")");
-        }
-        std::sort(lines.begin(), lines.end());
-        text += std::string(name) + ": " + LXJoined(lines, " ") + "\n";
-    }
-    return text + RelationsOf(factory);
-}
-
-ClientProcess::ClientProcess(const std::wstring& role)
-    : m_process(OLESTR("test_outofprocess.exe"),
-                OLESTR("--role ") + m_ready.Name() + OLESTR(" ") + role + OLESTR(" --gtest_brief=1")) {}

@@ -94,7 +94,6 @@ public:
     XServerStatus Status() const;
     bool HasClient(ULONG process) const;
     XNotification Edit(const std::string& json) const;
-    HRESULT TryEdit(const std::string& json) const;
 
 private:
     ReadyEvent m_ready;
@@ -118,17 +117,10 @@ private:
     XLXComPtr<ILXConfigFactoryCache> m_cache;
 };
 
-/// Names and labels of all attributes of all types, with what hangs on them and what only the server's own objects give,
-/// as one text: of a cache, whose records came without objects, or of a server.
-std::string LXSnapshot(ILXConfigFactory& factory);
-
-/// A client in a process of its own: this program, started again with a role.
-///   hold              initialises a cache and waits to be killed
-///   follow LABEL MS   initialises a cache, waits until the cache gives that label, taking so many
-/// milliseconds for each notification, and compares all of it with the server; exit code 0 when it agrees
+/// A client in a process of its own: this program, started again. It initialises a cache and waits to be killed.
 class ClientProcess {
 public:
-    explicit ClientProcess(const std::wstring& role);
+    ClientProcess();
 
     /// Whether the cache has been initialised.
     bool IsReady() const { return m_ready.Wait(); }
@@ -139,7 +131,7 @@ private:
     Process m_process;
 };
 
-/// Plays the role that the command line gives, and ends the process; returns when it gives none.
-void LXPlayRole();
+/// Plays that client and ends the process when the command line asks for it.
+void LXHoldIfAsked();
 
 #endif

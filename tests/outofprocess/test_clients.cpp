@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Caches in front of a server in another process: notifications, and what happens when one side is no more.
+// Caches in front of a server in another process: notifications, what happens when one side is no more, and proxies.
+// "lxcfc check" and "lxcfc verify-server" compare all answers between processes (tests/lxcfc/test_server.py).
 #include "outofprocess.h"
 
 #include "LXError32.h"
@@ -141,7 +142,7 @@ TEST(OutOfProcess, TheServerIsKilledWhileTheClientReads) {
 TEST(OutOfProcess, AKilledClientIsForgottenAndTheOthersServed) {
     const Server server;
     CacheClient client(server.Control());
-    const ClientProcess other(OLESTR("hold"));
+    const ClientProcess other;
     ASSERT_TRUE(other.IsReady());
     ASSERT_TRUE(server.HasClient(other.Program().Id()));
     EXPECT_EQ(server.Edit(LXLabelEdit("to both")).clients, 2);
@@ -158,71 +159,67 @@ TEST(OutOfProcess, AKilledClientIsForgottenAndTheOthersServed) {
     EXPECT_EQ(client.Terminate(), S_OK);
 }
 
-TEST(OutOfProcess, AKilledClientIsForgottenWithoutAnEdit) {
-    const Server server;
-    {
-        const ClientProcess client(OLESTR("hold"));
-        ASSERT_TRUE(client.IsReady());
-        ASSERT_EQ(server.Status().clients.size(), 1u);
-    }
-    EXPECT_TRUE(LXWaitFor([&] { return server.Status().clients.empty(); }));
+// The one library has them all, and registering a type library must not take any of them over.
+TEST(Proxies, StandForEveryInterface) {
+    constexpr CLSID library = {0x0B28003D, 0x73C2, 0x400E, {0x9E, 0x87, 0x3E, 0xB4, 0x6C, 0xC8, 0x6F, 0x1D}};
+    const auto expect = [&](const IID& iid) {
+        CLSID found = {};
+        EXPECT_EQ(CoGetPSClsid(iid, &found), S_OK);
+        EXPECT_EQ(found, library);
+    };
+    const auto expectAll = [&]<class... I>() { (expect(LXIid<I>()), ...); };
+    expectAll.operator()<ILXTypeEnum, ILXPageEnum, ILXGroupEnum, ILXAttributeEnum, ILXAttributeTypeEnum,
+                         ILXConfObjEditorEnum, ILXParentChildEnum, ILXPCInfoEnum, ILXBrowserIdEnum,
+                         ILXGlobalAttributeFormatSpecEnum, IEnumBaseDataObject>();
+    expectAll.operator()<ILXConfigObject, ILXType, ILXPage, ILXFormat, ILXAttributeType, ILXConfObjEditor, ILXPCInfo,
+                         ILXBrowserId, ILXGroup, ILXAttribute, ILXParentChild, ILXGlobalAttributeFormatSpec,
+                         ILXConfigFactory, ILXConfigFactoryEx>();
+    expectAll.operator()<ILXCallback, ILXCallbackUpdate, IXCfgCacheCallback, ILX_BaseDataObject, ILXRelation, ILX_Query,
+                         ILXDataUpdate, ILXConfigFactoryCache, IDPFObject, ILXServerEntryPoint>();
 }
 
-TEST(OutOfProcess, ASlowClientHoldsUpNobody) {
-    constexpr int Edits = 12;
-    constexpr auto Slowness = 700ms;
-    const Server server;
-    std::vector<std::unique_ptr<ClientProcess>> clients;
-    for (const auto* const time : {OLESTR("0"), OLESTR("0"), OLESTR("0"), OLESTR("700")}) {
-        clients.push_back(std::make_unique<ClientProcess>(std::wstring(OLESTR("follow last 12 ")) + time));
-    }
-    for (const auto& client : clients) {
-        ASSERT_TRUE(client->IsReady());
-    }
-    ASSERT_EQ(server.Status().clients.size(), clients.size());
-
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 1; i < Edits; ++i) {
-        server.Edit(LXLabelEdit("edit " + std::to_string(i)));
-    }
-    server.Edit(LXLabelEdit("last"));
-    for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(clients[i]->Program().Wait(60s), 0u);
-    }
-    const auto whatTheOthersTook = std::chrono::steady_clock::now() - start;
-    EXPECT_EQ(clients[3]->Program().Wait(60s), 0u);
-    const auto whatTheSlowOneTook = std::chrono::steady_clock::now() - start;
-    EXPECT_GE(whatTheSlowOneTook, Edits * Slowness * 9 / 10); // it was told everything
-    EXPECT_LT(whatTheOthersTook, Edits * Slowness / 2);
-    EXPECT_TRUE(LXWaitFor([&] { return server.Status().clients.empty(); }));
-}
-
-TEST(OutOfProcess, CacheAndServerAgreeAfterRandomEdits) {
+// The cache's own interfaces have proxies too: a program may hand the cache to a thread of another apartment.
+TEST(Proxies, OfTheCacheItselfWork) {
     const Server server;
     CacheClient client(server.Control());
-    XLXComPtr<ILXConfigFactory> factory;
-    XLXComPtr<ILX_Query> query;
-    XLXComPtr<ILXDataUpdate> update;
-    ASSERT_EQ(server.Control().GetServices(factory.Put(), query.Put(), update.Put()), S_OK);
-    std::string former = LXSnapshot(*factory);
-    for (ULONG seed = 1; seed <= 4; ++seed) {
-        EXPECT_EQ(LXSnapshot(*client.Factory()), former);
-        ASSERT_EQ(server.Control().RandomEdits(seed, 50), S_OK);
-        const std::string now = LXSnapshot(*factory);
-        EXPECT_NE(now, former);
-        former = now;
-    }
-    EXPECT_EQ(LXSnapshot(*client.Factory()), former);
+    IStream* stream = nullptr;
+    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(LXIid<ILXConfigFactoryCache>(), client.Cache().Get(), &stream),
+              S_OK);
+    std::thread([stream, own = client.Cache().Get()] {
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+        {
+            XLXComPtr<ILXConfigFactoryCache> cache;
+            ASSERT_EQ(CoGetInterfaceAndReleaseStream(stream, LXIid<ILXConfigFactoryCache>(), cache.PutVoid()), S_OK);
+            ASSERT_NE(cache.Get(), own);
+            LONG count = 0;
+            BSTR* names = nullptr;
+            EXPECT_EQ(cache->GetAllDerivedTypes(LXBstr("Equipment").Get(), &count, &names), S_OK);
+            std::vector<std::string> derived;
+            for (LONG i = 0; i < count; ++i) {
+                derived.push_back(LXToUtf8(LXBstrView(names[i])));
+                SysFreeString(names[i]);
+            }
+            CoTaskMemFree(names);
+            EXPECT_EQ(derived, (std::vector<std::string>{"CentrifugalPump", "Pump", "Vessel"}));
+
+            const XLXComBSTR equipment = LXBstr("Equipment");
+            const XLXComBSTR document = LXBstr("Document");
+            BSTR asked[] = {document.Get(), equipment.Get(), document.Get()};
+            LONG answers[] = {7, 7, 7};
+            EXPECT_EQ(cache->CheckTypeDerivesFrom(LXBstr(DerivedType).Get(), 3, asked, answers), S_OK);
+            EXPECT_EQ(answers[0] * 100 + answers[1] * 10 + answers[2], 10);
+
+            tagLXClientInfo info = {};
+            EXPECT_EQ(cache.As<ILXCallbackUpdate>()->GetClientInfo(&info), S_OK);
+            EXPECT_EQ(info.ulProcessID, GetCurrentProcessId());
+            EXPECT_NE(LXBstrView(info.bstrComputerName), XLXTextView());
+            for (const BSTR text : {info.bstrTransactionName, info.bstrComputerName, info.bstrUserName, info.bstrPWD}) {
+                SysFreeString(text);
+            }
+            VARIANT values[1] = {};
+            EXPECT_EQ(cache.As<IDPFObject>()->Initialize(1, values), E_INVALIDARG); // by the cache: too few
+        }
+        CoUninitialize();
+    }).join();
     EXPECT_EQ(client.Terminate(), S_OK);
-}
-
-TEST(OutOfProcess, AServerThatStopsTellsItsClientsAndEnds) {
-    Server server;
-    CacheClient client(server.Control());
-    const auto attribute = client.Attribute(DerivedType, EditedAttribute);
-    ASSERT_EQ(ReadLabel(*attribute), S_OK);
-    EXPECT_EQ(server.Control().Stop(), S_OK);
-    EXPECT_EQ(server.Program().Wait(20s), 0u);
-    EXPECT_EQ(ReadLabel(*attribute), S_OK);
-    EXPECT_EQ(TerminateInTime(client), S_OK);
 }
