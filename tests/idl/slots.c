@@ -5,7 +5,8 @@
 #define CINTERFACE
 #include "LXConfigFactoryCache.h"
 
-#include "recordlayout.h"
+#include <assert.h>
+#include <stddef.h>
 
 #define SLOT(type, number, method)                                                                                     \
     static_assert(offsetof(type##Vtbl, method) == (number) * sizeof(void*),                                            \
@@ -155,3 +156,42 @@ SLOTS4(ILXTypeInheritance, 3, GetAttributeEnum, Reserved4, Reserved5, Reserved6)
 SLOTS4(ILXTypeInheritance, 7, Reserved7, Reserved8, Reserved9, Reserved10);
 SLOTS4(ILXTypeInheritance, 11, Reserved11, Reserved12, Reserved13, Reserved14);
 SLOTS1(ILXTypeInheritance, 15, Reserved15);
+
+/* Where the fields of the records lie. */
+#define FIELD(record, offset, field) static_assert(offsetof(record, field) == (offset), #record "." #field)
+#define SIZE(record, size) static_assert(sizeof(record) == (size), #record)
+
+FIELD(tagLXNotifications, 0, bstrObjectId);
+FIELD(tagLXNotifications, 8, bstrObjectType);
+FIELD(tagLXNotifications, 16, ulNotificationsDesired);
+SIZE(tagLXNotifications, 24);
+
+FIELD(tagLXUpdateInfo, 0, bstrObjectId);
+FIELD(tagLXUpdateInfo, 8, bstrObjectType);
+SIZE(tagLXUpdateInfo, 16);
+
+FIELD(tagLXDataUpdateChanges, 0, bstrObjectId);
+FIELD(tagLXDataUpdateChanges, 8, bstrObjectType);
+FIELD(tagLXDataUpdateChanges, 16, ulNotificationId);
+FIELD(tagLXDataUpdateChanges, 20, ulChangeType);
+FIELD(tagLXDataUpdateChanges, 24, ulCount);
+FIELD(tagLXDataUpdateChanges, 32, pUpdateInfo);
+SIZE(tagLXDataUpdateChanges, 40);
+
+FIELD(tagLXClientInfo, 0, ulProcessID);
+FIELD(tagLXClientInfo, 4, ulLanguageID);
+FIELD(tagLXClientInfo, 8, bSuperUserTask);
+FIELD(tagLXClientInfo, 16, bstrTransactionName);
+FIELD(tagLXClientInfo, 24, bstrComputerName);
+FIELD(tagLXClientInfo, 32, bstrUserName);
+FIELD(tagLXClientInfo, 40, bstrPWD);
+FIELD(tagLXClientInfo, 48, pInterface);
+SIZE(tagLXClientInfo, 56);
+
+FIELD(tagLXNamedValue, 0, bstrName);
+FIELD(tagLXNamedValue, 8, varValue);
+SIZE(tagLXNamedValue, 32);
+
+SIZE(VARIANT, 24);
+SIZE(LONG, 4);
+SIZE(LXRightType, 4);
