@@ -25,21 +25,14 @@ STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv);
 STDAPI DllCanUnloadNow(void);
 
 EXTERN_C HRESULT WINAPI CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit);
+/* The last call unloads the modules that agree to go. */
 EXTERN_C void WINAPI CoUninitialize(void);
 
 EXTERN_C HRESULT WINAPI CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext, DWORD flags,
                                               DWORD* lpdwRegister);
 EXTERN_C HRESULT WINAPI CoRevokeClassObject(DWORD dwRegister);
-EXTERN_C HRESULT WINAPI CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID pvReserved, REFIID riid,
-                                         LPVOID* ppv);
 EXTERN_C HRESULT WINAPI CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext, REFIID riid,
                                          LPVOID* ppv);
-
-/* Unloads modules that say they can go: those of apartment-threaded classes at once, others when they have
- * said so for ten minutes, since a thread may still be on its way out of them. The second form names the
- * time, in milliseconds. */
-EXTERN_C void WINAPI CoFreeUnusedLibraries(void);
-EXTERN_C void WINAPI CoFreeUnusedLibrariesEx(DWORD dwUnloadDelay, DWORD dwReserved);
 
 EXTERN_C LPVOID WINAPI CoTaskMemAlloc(SIZE_T cb);
 EXTERN_C void WINAPI CoTaskMemFree(LPVOID pv);

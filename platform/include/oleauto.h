@@ -57,11 +57,8 @@ EXTERN_C UINT WINAPI SafeArrayGetElemsize(SAFEARRAY* psa);
 EXTERN_C HRESULT WINAPI SafeArrayGetLBound(SAFEARRAY* psa, UINT nDim, LONG* plLbound);
 EXTERN_C HRESULT WINAPI SafeArrayGetUBound(SAFEARRAY* psa, UINT nDim, LONG* plUbound);
 EXTERN_C HRESULT WINAPI SafeArrayGetVartype(SAFEARRAY* psa, VARTYPE* pvt);
-EXTERN_C HRESULT WINAPI SafeArrayLock(SAFEARRAY* psa);
-EXTERN_C HRESULT WINAPI SafeArrayUnlock(SAFEARRAY* psa);
 EXTERN_C HRESULT WINAPI SafeArrayAccessData(SAFEARRAY* psa, void** ppvData);
 EXTERN_C HRESULT WINAPI SafeArrayUnaccessData(SAFEARRAY* psa);
-EXTERN_C HRESULT WINAPI SafeArrayPtrOfIndex(SAFEARRAY* psa, LONG* rgIndices, void** ppvData);
 EXTERN_C HRESULT WINAPI SafeArrayGetElement(SAFEARRAY* psa, LONG* rgIndices, void* pv);
 EXTERN_C HRESULT WINAPI SafeArrayPutElement(SAFEARRAY* psa, LONG* rgIndices, void* pv);
 

@@ -27,7 +27,6 @@ EXTERN_C void WINAPI SetLastError(DWORD code);
 EXTERN_C DWORD WINAPI GetCurrentThreadId(void);
 EXTERN_C DWORD WINAPI GetCurrentProcessId(void);
 EXTERN_C void WINAPI Sleep(DWORD milliseconds);
-EXTERN_C ULONGLONG WINAPI GetTickCount64(void);
 
 /* The name in capitals, up to its first dot and 15 characters. *size: in, room with the closing zero; out,
  * length without it, or with ERROR_BUFFER_OVERFLOW the room that is needed. */

@@ -18,8 +18,6 @@
 #include <vector>
 
 namespace {
-constexpr ULONGLONG g_unloadDelay = 10 * 60 * 1000; // milliseconds
-
 struct ClassObject {
     CLSID id;
     DWORD context;
@@ -29,10 +27,8 @@ struct ClassObject {
 struct Module {
     std::u16string path;
     HMODULE handle;
-    bool atOnce;             // unload without the usual delay
-    int users = 0;           // calls to its DllGetClassObject in progress
-    bool closing = false;    // a thread is calling its DllCanUnloadNow
-    ULONGLONG idleSince = 0; // when it first agreed to be unloaded; 0: it did not
+    int users = 0;        // calls to its DllGetClassObject in progress
+    bool closing = false; // a thread is calling its DllCanUnloadNow
 };
 
 struct Tables {
@@ -79,45 +75,38 @@ std::u16string TextValue(HKEY key, const OLECHAR* name) {
     return status == ERROR_SUCCESS ? std::u16string(text.data()) : std::u16string();
 }
 
-struct Server {
-    std::u16string path; // empty when the class is not registered
-    bool atOnce = false;
-};
-
-/// The registry's entry of a class.
-Server ServerOf(REFCLSID id) {
+/// The path of the module that the registry names for a class; empty when the class is not registered.
+std::u16string ServerOf(REFCLSID id) {
     OLECHAR text[39];
     StringFromGUID2(id, text, 39);
     const std::u16string name = std::u16string(u"CLSID\\") + text + u"\\InprocServer32";
     HKEY key = nullptr;
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, name.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) { return {}; }
-    const std::u16string model = TextValue(key, u"ThreadingModel");
-    Server server = {TextValue(key, nullptr), model.empty() || model == u"Apartment"};
+    const std::u16string server = TextValue(key, nullptr);
     RegCloseKey(key);
     return server;
 }
 
 /// The server's module with its user count incremented; loads it if necessary. Null when it cannot be loaded. The
 /// loader is called without the mutex, because it runs the module's code.
-Module* UseModule(Tables& tables, const Server& server) {
+Module* UseModule(Tables& tables, const std::u16string& server) {
     std::unique_lock lock(tables.mutex);
     for (bool again = true; again;) {
         again = false;
         for (Module& module : tables.modules) {
-            if (module.path == server.path && !module.closing) {
+            if (module.path == server && !module.closing) {
                 ++module.users;
-                module.idleSince = 0;
                 return &module;
             }
-            again = again || module.path == server.path;
+            again = again || module.path == server;
         }
         if (again) { tables.moduleKept.wait(lock); }
     }
     lock.unlock();
-    const HMODULE handle = LoadLibraryW(server.path.c_str());
+    const HMODULE handle = LoadLibraryW(server.c_str());
     if (handle == nullptr) { return nullptr; }
     lock.lock();
-    Module& module = tables.modules.emplace_back(Module{server.path, handle, server.atOnce});
+    Module& module = tables.modules.emplace_back(Module{server, handle});
     ++module.users;
     return &module;
 }
@@ -127,8 +116,8 @@ template <typename F> F Export(HMODULE module, const char* name) {
 }
 
 HRESULT GetFromModule(Tables& tables, REFCLSID id, REFIID riid, LPVOID* ppv) {
-    const Server server = ServerOf(id);
-    if (server.path.empty()) { return REGDB_E_CLASSNOTREG; }
+    const std::u16string server = ServerOf(id);
+    if (server.empty()) { return REGDB_E_CLASSNOTREG; }
     Module* const module = UseModule(tables, server);
     if (module == nullptr) { return HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND); }
     const auto getClassObject = Export<LPFNGETCLASSOBJECT>(module->handle, "DllGetClassObject");
@@ -138,20 +127,43 @@ HRESULT GetFromModule(Tables& tables, REFCLSID id, REFIID riid, LPVOID* ppv) {
     return result;
 }
 
-/// Asks an unused module whether it can be unloaded, and unloads it when the delay has passed.
-void TryUnload(Tables& tables, std::list<Module>::iterator module, DWORD delay) {
-    const auto canUnload = Export<LPFNCANUNLOADNOW>(module->handle, "DllCanUnloadNow");
-    const bool idle = canUnload != nullptr && canUnload() == S_OK;
-    const ULONGLONG now = GetTickCount64();
-    const ULONGLONG since = idle && module->idleSince != 0 ? module->idleSince : now;
-    const ULONGLONG wait = delay != INFINITE ? delay : module->atOnce ? 0 : g_unloadDelay;
-    const bool unload = idle && now - since >= wait;
-    if (unload) { FreeLibrary(module->handle); }
-    const std::lock_guard guard(tables.mutex);
-    module->closing = false;
-    module->idleSince = idle ? since : 0;
-    if (unload) { tables.modules.erase(module); }
-    tables.moduleKept.notify_all();
+/// Unloads the modules that nobody uses and that agree to go.
+void UnloadUnused(Tables& tables) {
+    std::vector<std::list<Module>::iterator> unused;
+    {
+        const std::lock_guard guard(tables.mutex);
+        for (auto module = tables.modules.begin(); module != tables.modules.end(); ++module) {
+            if (module->users == 0 && !module->closing) {
+                module->closing = true;
+                unused.push_back(module);
+            }
+        }
+    }
+    for (const auto module : unused) {
+        const auto canUnload = Export<LPFNCANUNLOADNOW>(module->handle, "DllCanUnloadNow");
+        const bool unload = canUnload != nullptr && canUnload() == S_OK;
+        if (unload) { FreeLibrary(module->handle); }
+        const std::lock_guard guard(tables.mutex);
+        module->closing = false;
+        if (unload) { tables.modules.erase(module); }
+        tables.moduleKept.notify_all();
+    }
+}
+
+HRESULT GetClassObject(REFCLSID id, DWORD context, REFIID riid, LPVOID* ppv) {
+    Tables& tables = TheTables();
+    IUnknown* object = nullptr;
+    {
+        const std::lock_guard guard(tables.mutex);
+        if (!IsInitialised(tables)) { return CO_E_NOTINITIALIZED; }
+        object = FindClassObject(tables, id, context);
+    }
+    if (object != nullptr) {
+        const HRESULT result = object->QueryInterface(riid, ppv);
+        object->Release();
+        return result;
+    }
+    return (context & CLSCTX_INPROC_SERVER) == 0 ? REGDB_E_CLASSNOTREG : GetFromModule(tables, id, riid, ppv);
 }
 } // namespace
 
@@ -181,7 +193,7 @@ void CoUninitialize() {
     for (const auto& [cookie, entry] : revoked) {
         entry.object->Release();
     }
-    CoFreeUnusedLibrariesEx(0, 0);
+    UnloadUnused(tables);
 }
 
 HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext, DWORD, DWORD* lpdwRegister) {
@@ -210,51 +222,14 @@ HRESULT CoRevokeClassObject(DWORD dwRegister) {
     return S_OK;
 }
 
-HRESULT CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID, REFIID riid, LPVOID* ppv) {
-    if (ppv == nullptr) { return E_INVALIDARG; }
-    *ppv = nullptr;
-    Tables& tables = TheTables();
-    IUnknown* object = nullptr;
-    {
-        const std::lock_guard guard(tables.mutex);
-        if (!IsInitialised(tables)) { return CO_E_NOTINITIALIZED; }
-        object = FindClassObject(tables, rclsid, dwClsContext);
-    }
-    if (object != nullptr) {
-        const HRESULT result = object->QueryInterface(riid, ppv);
-        object->Release();
-        return result;
-    }
-    return (dwClsContext & CLSCTX_INPROC_SERVER) == 0 ? REGDB_E_CLASSNOTREG : GetFromModule(tables, rclsid, riid, ppv);
-}
-
 HRESULT CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext, REFIID riid, LPVOID* ppv) {
     if (ppv == nullptr) { return E_POINTER; }
     *ppv = nullptr;
     IClassFactory* factory = nullptr;
-    HRESULT result = CoGetClassObject(rclsid, dwClsContext, nullptr, IID_PPV_ARGS(&factory));
+    HRESULT result = GetClassObject(rclsid, dwClsContext, IID_PPV_ARGS(&factory));
     if (SUCCEEDED(result)) {
         result = factory->CreateInstance(pUnkOuter, riid, ppv);
         factory->Release();
     }
     return result;
-}
-
-void CoFreeUnusedLibraries() { CoFreeUnusedLibrariesEx(INFINITE, 0); }
-
-void CoFreeUnusedLibrariesEx(DWORD dwUnloadDelay, DWORD) {
-    Tables& tables = TheTables();
-    std::vector<std::list<Module>::iterator> unused;
-    {
-        const std::lock_guard guard(tables.mutex);
-        for (auto module = tables.modules.begin(); module != tables.modules.end(); ++module) {
-            if (module->users == 0 && !module->closing) {
-                module->closing = true;
-                unused.push_back(module);
-            }
-        }
-    }
-    for (const auto module : unused) {
-        TryUnload(tables, module, dwUnloadDelay);
-    }
 }

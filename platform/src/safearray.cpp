@@ -167,13 +167,14 @@ HRESULT SafeArrayGetVartype(SAFEARRAY* psa, VARTYPE* pvt) {
     return S_OK;
 }
 
-HRESULT SafeArrayLock(SAFEARRAY* psa) {
-    if (psa == nullptr) { return E_INVALIDARG; }
+HRESULT SafeArrayAccessData(SAFEARRAY* psa, void** ppvData) {
+    if (psa == nullptr || ppvData == nullptr) { return E_INVALIDARG; }
+    *ppvData = psa->pvData;
     ++Locks(psa);
     return S_OK;
 }
 
-HRESULT SafeArrayUnlock(SAFEARRAY* psa) {
+HRESULT SafeArrayUnaccessData(SAFEARRAY* psa) {
     if (psa == nullptr) { return E_INVALIDARG; }
     ULONG locks = Locks(psa).load();
     do {
@@ -181,11 +182,3 @@ HRESULT SafeArrayUnlock(SAFEARRAY* psa) {
     } while (!Locks(psa).compare_exchange_weak(locks, locks - 1));
     return S_OK;
 }
-
-HRESULT SafeArrayAccessData(SAFEARRAY* psa, void** ppvData) {
-    if (psa == nullptr || ppvData == nullptr) { return E_INVALIDARG; }
-    *ppvData = psa->pvData;
-    return SafeArrayLock(psa);
-}
-
-HRESULT SafeArrayUnaccessData(SAFEARRAY* psa) { return SafeArrayUnlock(psa); }

@@ -53,7 +53,8 @@ HRESULT SafeArrayGetUBound(SAFEARRAY* psa, UINT nDim, LONG* plUbound) {
     return result;
 }
 
-HRESULT SafeArrayPtrOfIndex(SAFEARRAY* psa, LONG* rgIndices, void** ppvData) {
+namespace {
+HRESULT PtrOfIndex(SAFEARRAY* psa, LONG* rgIndices, void** ppvData) {
     if (psa == nullptr || rgIndices == nullptr || ppvData == nullptr) { return E_INVALIDARG; }
     std::size_t index = 0;
     std::size_t stride = 1;
@@ -68,16 +69,17 @@ HRESULT SafeArrayPtrOfIndex(SAFEARRAY* psa, LONG* rgIndices, void** ppvData) {
     *ppvData = ElementAt(*psa, index);
     return S_OK;
 }
+} // namespace
 
 HRESULT SafeArrayGetElement(SAFEARRAY* psa, LONG* rgIndices, void* pv) {
     void* element = nullptr;
-    const HRESULT result = pv == nullptr ? E_INVALIDARG : SafeArrayPtrOfIndex(psa, rgIndices, &element);
+    const HRESULT result = pv == nullptr ? E_INVALIDARG : PtrOfIndex(psa, rgIndices, &element);
     return FAILED(result) ? result : CopyElement(*psa, pv, element);
 }
 
 HRESULT SafeArrayPutElement(SAFEARRAY* psa, LONG* rgIndices, void* pv) {
     void* element = nullptr;
-    const HRESULT found = SafeArrayPtrOfIndex(psa, rgIndices, &element);
+    const HRESULT found = PtrOfIndex(psa, rgIndices, &element);
     if (FAILED(found)) { return found; }
     const Kind kind = KindOf(*psa);
     // Strings and objects are passed as they are, everything else by address.

@@ -53,11 +53,6 @@ void Sleep(DWORD milliseconds) {
     }
 }
 
-ULONGLONG GetTickCount64() {
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return static_cast<ULONGLONG>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
-}
-
 BOOL GetComputerNameW(LPWSTR buffer, LPDWORD size) {
     const std::string name = MachineName();
     const DWORD length = static_cast<DWORD>(name.size());

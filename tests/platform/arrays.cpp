@@ -21,58 +21,6 @@ Bounds BoundsOf(SAFEARRAY* array, UINT dimension) {
 void Put(SAFEARRAY* array, LONG index, VARIANT& value) { ASSERT_EQ(S_OK, SafeArrayPutElement(array, &index, &value)); }
 } // namespace
 
-TEST(Arrays, TypesAndSizes) {
-    struct {
-        VARTYPE vt;
-        UINT size;
-        USHORT features;
-    } const rows[] = {{VT_VARIANT, 24, FADF_VARIANT},
-                      {VT_BSTR, 8, FADF_BSTR},
-                      {VT_UNKNOWN, 8, FADF_UNKNOWN},
-                      {VT_DISPATCH, 8, FADF_DISPATCH},
-                      {VT_I4, 4, 0},
-                      {VT_INT, 4, 0},
-                      {VT_BOOL, 2, 0},
-                      {VT_UI1, 1, 0},
-                      {VT_R8, 8, 0},
-                      {VT_I8, 8, 0},
-                      {VT_ERROR, 4, 0}};
-    for (const auto& row : rows) {
-        SAFEARRAY* const array = SafeArrayCreateVector(row.vt, 3, 2);
-        ASSERT_NE(nullptr, array) << row.vt;
-        VARTYPE vt = VT_EMPTY;
-        EXPECT_EQ(S_OK, SafeArrayGetVartype(array, &vt));
-        EXPECT_EQ(row.vt, vt);
-        EXPECT_EQ(row.size, SafeArrayGetElemsize(array));
-        EXPECT_EQ(1u, SafeArrayGetDim(array));
-        EXPECT_EQ(row.features, array->fFeatures & (FADF_VARIANT | FADF_BSTR | FADF_UNKNOWN | FADF_DISPATCH));
-        EXPECT_EQ((Bounds{S_OK, 3, 4}), BoundsOf(array, 1));
-        EXPECT_EQ(S_OK, SafeArrayDestroy(array));
-    }
-    SAFEARRAYBOUND bound = {1, 0};
-    EXPECT_EQ(nullptr, SafeArrayCreate(77, 1, &bound));
-    EXPECT_EQ(nullptr, SafeArrayCreate(VT_EMPTY, 1, &bound));
-    EXPECT_EQ(nullptr, SafeArrayCreate(VT_I4, 0, &bound));
-}
-
-TEST(Arrays, NullAndEmpty) {
-    LONG number = 0;
-    LONG index = 0;
-    EXPECT_EQ(S_OK, SafeArrayDestroy(nullptr));
-    EXPECT_EQ(0u, SafeArrayGetDim(nullptr));
-    EXPECT_EQ(E_INVALIDARG, SafeArrayGetLBound(nullptr, 1, &number));
-    EXPECT_EQ(E_INVALIDARG, SafeArrayGetVartype(nullptr, nullptr));
-    EXPECT_EQ(E_INVALIDARG, SafeArrayGetElement(nullptr, &index, &number));
-    EXPECT_EQ(E_INVALIDARG, SafeArrayLock(nullptr));
-
-    SAFEARRAY* const array = SafeArrayCreateVector(VT_VARIANT, 5, 0);
-    EXPECT_EQ((Bounds{S_OK, 5, 4}), BoundsOf(array, 1));
-    index = 5;
-    Variant value;
-    EXPECT_EQ(DISP_E_BADINDEX, SafeArrayGetElement(array, &index, &value));
-    EXPECT_EQ(S_OK, SafeArrayDestroy(array));
-}
-
 TEST(Arrays, Dimensions) {
     SAFEARRAYBOUND bounds[] = {{2, 0}, {3, -1}};
     SAFEARRAY* const array = SafeArrayCreate(VT_I4, 2, bounds);
@@ -155,27 +103,4 @@ TEST(Arrays, ObjectsAndVariantsAreOwned) {
     EXPECT_EQ(S_OK, SafeArrayDestroy(array));
     EXPECT_EQ(S_OK, SafeArrayDestroy(objects));
     EXPECT_EQ(0, object.references);
-}
-
-TEST(Arrays, LockedArraysStay) {
-    SAFEARRAY* const array = SafeArrayCreateVector(VT_I4, 0, 2);
-    EXPECT_EQ(E_UNEXPECTED, SafeArrayUnlock(array));
-    void* data = nullptr;
-    EXPECT_EQ(S_OK, SafeArrayAccessData(array, &data));
-    EXPECT_EQ(array->pvData, data);
-    EXPECT_EQ(S_OK, SafeArrayLock(array));
-    EXPECT_EQ(2u, array->cLocks);
-    LONG index = 1;
-    LONG value = 9;
-    EXPECT_EQ(S_OK, SafeArrayPutElement(array, &index, &value));
-    EXPECT_EQ(9, static_cast<LONG*>(data)[1]);
-    EXPECT_EQ(DISP_E_ARRAYISLOCKED, SafeArrayDestroy(array));
-    SAFEARRAY* copy = nullptr;
-    EXPECT_EQ(S_OK, SafeArrayCopy(array, &copy));
-    EXPECT_EQ(0u, copy->cLocks);
-    EXPECT_EQ(S_OK, SafeArrayDestroy(copy));
-    EXPECT_EQ(S_OK, SafeArrayUnlock(array));
-    EXPECT_EQ(DISP_E_ARRAYISLOCKED, SafeArrayDestroy(array));
-    EXPECT_EQ(S_OK, SafeArrayUnaccessData(array));
-    EXPECT_EQ(S_OK, SafeArrayDestroy(array));
 }

@@ -34,25 +34,17 @@ struct Variant : VARIANT {
     ~Variant() { VariantClear(this); }
 };
 
-/// An object on the stack that tells how many references others have to it. It can be a class object: an instance is
-/// the object itself.
-struct CountedObject : IClassFactory {
+/// An object on the stack that tells how many references others have to it.
+struct CountedObject : IUnknown {
     std::atomic<LONG> references{0};
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override {
-        *ppvObject = nullptr;
-        if (riid != IID_IUnknown && riid != IID_IClassFactory) { return E_NOINTERFACE; }
-        *ppvObject = static_cast<IClassFactory*>(this);
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** ppvObject) override {
+        *ppvObject = this;
         AddRef();
         return S_OK;
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++references); }
     ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--references); }
-    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID riid, void** ppvObject) override {
-        *ppvObject = nullptr;
-        return outer != nullptr ? CLASS_E_NOAGGREGATION : QueryInterface(riid, ppvObject);
-    }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
 };
 
 #endif

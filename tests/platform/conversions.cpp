@@ -91,8 +91,6 @@ std::vector<Row> FromText() {
                              r8(OLESTR("-1e-3"), -0.001),
                              r8(OLESTR("1e-400"), 0),
                              r8(OLESTR("1234567890123"), 1234567890123.0),
-                             {String(OLESTR("9223372036854775807")), Whole(VT_I8, 9223372036854775807)},
-                             {String(OLESTR("18446744073709551615")), Whole(VT_UI8, -1)},
                              {String(OLESTR("4294967295")), Whole(VT_UI4, 4294967295)},
                              truth(OLESTR("True"), -1),
                              truth(OLESTR("FALSE"), 0),
@@ -106,9 +104,6 @@ std::vector<Row> FromText() {
                              Mismatch(String(OLESTR("12")), VT_UNKNOWN),
                              Overflow(String(OLESTR("2147483648")), VT_I4),
                              Overflow(String(OLESTR("2147483647.5")), VT_I4),
-                             Overflow(String(OLESTR("32768")), VT_I2),
-                             Overflow(String(OLESTR("-1")), VT_UI4),
-                             Overflow(String(OLESTR("9223372036854775808")), VT_I8),
                              Overflow(String(OLESTR("1e400")), VT_R8)};
     for (const OLECHAR* const garbage :
          {OLESTR(""), OLESTR(" "), OLESTR("abc"), OLESTR("12a"), OLESTR("0x10"), OLESTR("1 2"), OLESTR("1e"),
@@ -144,27 +139,15 @@ std::vector<Row> FromNumbers() {
             {Whole(VT_BOOL, 1), Whole(VT_BOOL, 1)},
             {Whole(VT_BOOL, -1), Whole(VT_UI4, -1)},
             {Whole(VT_I4, -1), Whole(VT_UI4, -1)},
-            {Whole(VT_UINT, -1), Whole(VT_INT, -1)},
-            {Whole(VT_I8, -7), Whole(VT_I4, -7)},
-            {Whole(VT_UI1, 200), Whole(VT_I2, 200)},
             {Real(2.5), Whole(VT_I4, 2)},
             {Real(3.5), Whole(VT_I4, 4)},
             {Real(-2.5), Whole(VT_I4, -2)},
             {Real(-0.5), Whole(VT_UI4, 0)},
-            {Real(1e10), Whole(VT_I8, 10000000000)},
             {Whole(VT_UI4, -1), Real(4294967295.0)},
             {Real(0.4), Whole(VT_BOOL, -1)},
             {Whole(VT_UNKNOWN), Whole(VT_UNKNOWN)},
             {Whole(VT_ERROR, 5), Whole(VT_ERROR, 5)},
-            Overflow(Whole(VT_I4, 70000), VT_I2),
-            Overflow(Whole(VT_I2, -5), VT_UI4),
-            Overflow(Whole(VT_I8, 1LL << 40), VT_I4),
-            Overflow(Whole(VT_UI8, -1), VT_I4),
-            Overflow(Whole(VT_I4, -1), VT_UI8),
-            Overflow(Whole(VT_I4, 256), VT_UI1),
             Overflow(Real(2147483647.5), VT_I4),
-            Overflow(Real(1e20), VT_I8),
-            Overflow(Real(-1), VT_UI4),
             Mismatch(Whole(VT_NULL), VT_I4),
             Mismatch(Whole(VT_NULL), VT_BSTR),
             Mismatch(Whole(VT_NULL), VT_EMPTY),
@@ -197,31 +180,3 @@ void Check(const std::vector<Row>& rows) {
 
 TEST(Conversions, Text) { Check(FromText()); }
 TEST(Conversions, Numbers) { Check(FromNumbers()); }
-
-TEST(Conversions, InPlace) {
-    Variant value(OLESTR("abc"));
-    EXPECT_EQ(DISP_E_TYPEMISMATCH, VariantChangeType(&value, &value, 0, VT_I4));
-    EXPECT_EQ(Text(OLESTR("abc")), TextOf(value.bstrVal));
-    Variant number(OLESTR("5"));
-    EXPECT_EQ(S_OK, VariantChangeType(&number, &number, 0, VT_I4));
-    ExpectSame(Whole(VT_I4, 5), number);
-    EXPECT_EQ(S_OK, VariantChangeType(&number, &number, 0, VT_BSTR));
-    EXPECT_EQ(Text(OLESTR("5")), TextOf(number.bstrVal));
-}
-
-TEST(Conversions, References) {
-    LONG target = 7;
-    VARIANT reference;
-    reference.vt = VT_BYREF | VT_I4;
-    reference.plVal = &target;
-    VARIANT toReference;
-    toReference.vt = VT_BYREF | VT_VARIANT;
-    toReference.pvarVal = &reference;
-    for (VARIANT* const source : {&reference, &toReference}) {
-        Variant text;
-        EXPECT_EQ(S_OK, VariantChangeType(&text, source, 0, VT_BSTR));
-        EXPECT_EQ(Text(OLESTR("7")), TextOf(text.bstrVal));
-    }
-    Variant number(LONG{1});
-    EXPECT_EQ(DISP_E_TYPEMISMATCH, VariantChangeType(&number, &number, 0, VT_BYREF | VT_I4));
-}

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// Error information, identifiers as text, threads, the machine's name, and the program's file.
+// Error information, and identifiers as text.
 #include "contract.h"
 
-#include <set>
 #include <thread>
-#include <vector>
 
 namespace {
 void SetError(const OLECHAR* description) {
@@ -74,60 +72,4 @@ TEST(Identifiers, AsText) {
     EXPECT_EQ(S_OK, CLSIDFromString(text, &id));
     EXPECT_TRUE(IsEqualGUID(IID_IClassFactory, id));
     EXPECT_EQ(CO_E_CLASSSTRING, CLSIDFromString(OLESTR("{00000001-0000-0000-C000-00000000004G}"), &id));
-}
-
-TEST(Threads, HaveNumbersAndErrorsOfTheirOwn) {
-    std::atomic<int> step{0};
-    DWORD other = 0;
-    std::thread thread([&] {
-        other = GetCurrentThreadId();
-        while (step != 1) {}
-        SetLastError(7);
-        step = 2;
-        EXPECT_EQ(other, GetCurrentThreadId());
-        EXPECT_EQ(7u, GetLastError());
-    });
-    SetLastError(5);
-    step = 1;
-    while (step != 2) // calls nothing: whatever runs may set the last error
-    {}
-    EXPECT_EQ(5u, GetLastError());
-    thread.join();
-    EXPECT_EQ(3u, std::set<DWORD>({0, other, GetCurrentThreadId()}).size());
-    EXPECT_NE(0u, GetCurrentProcessId());
-}
-
-TEST(Machine, NameFollowsTheBufferContract) {
-    OLECHAR name[MAX_COMPUTERNAME_LENGTH + 1] = {};
-    DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
-    ASSERT_TRUE(GetComputerNameW(name, &size));
-    EXPECT_EQ(Text(name).size(), size);
-    EXPECT_GT(size, 0u);
-    const DWORD length = size;
-    for (const DWORD room : {DWORD{0}, length}) // no place for the closing zero
-    {
-        size = room;
-        SetLastError(0);
-        EXPECT_FALSE(GetComputerNameW(name, &size));
-        EXPECT_EQ(DWORD{ERROR_BUFFER_OVERFLOW}, GetLastError());
-        EXPECT_EQ(length + 1, size);
-    }
-}
-
-TEST(Modules, TheProgramKnowsItsFile) {
-    static const int somewhere = 0;
-    HMODULE module = nullptr;
-    ASSERT_TRUE(
-        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                           reinterpret_cast<LPCWSTR>(&somewhere), &module));
-    OLECHAR path[1024] = {};
-    const DWORD length = GetModuleFileNameW(module, path, 1024);
-    const Text whole(path, length);
-    EXPECT_NE(Text::npos, whole.find(OLESTR("test_platform")));
-    EXPECT_EQ(length, GetModuleFileNameW(nullptr, path, 1024));
-    EXPECT_EQ(whole, path);
-    EXPECT_EQ(5u, GetModuleFileNameW(module, path, 5)) << "cut off";
-    EXPECT_EQ(DWORD{ERROR_INSUFFICIENT_BUFFER}, GetLastError());
-    EXPECT_EQ(nullptr, LoadLibraryW(OLESTR("no such module")));
-    EXPECT_EQ(DWORD{ERROR_MOD_NOT_FOUND}, GetLastError());
 }
