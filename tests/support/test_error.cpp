@@ -86,15 +86,6 @@ TEST(Guarded, LeavesErrorInformationAloneWithoutAnException) {
     }
 }
 
-TEST(ErrorInformation, BelongsToTheThread) {
-    SetErrorInfo(0, nullptr);
-    std::async(std::launch::async, [] {
-        XLXError::SetComAppError(E_FAIL, OLESTR("elsewhere"), Here);
-        EXPECT_EQ(OLESTR("elsewhere"), TakeErrorInfo().description);
-    }).get();
-    EXPECT_FALSE(TakeErrorInfo().present);
-}
-
 TEST(Logbook, WritesErrorsWithTheirPlace) {
     const LogCapture log;
     XLXError::WriteErrorToLogBook(E_FAIL, 6, OLESTR("broken"), Here);

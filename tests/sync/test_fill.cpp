@@ -84,22 +84,6 @@ TEST(Loaded, GivesAnAnswerThatNothingTakesToWhoeverAsked) {
     EXPECT_EQ(next.get(), 1);
 }
 
-TEST(Loaded, AChangeMakesAnAnswerOnItsWayOld) {
-    Loading loading;
-    loading.Ask();
-    const XStamp stamp{loading.time.Now(), loading.m_loaded.Own().Now()};
-    loading.m_loaded.Change([](const int&, bool&) { return std::make_shared<const int>(7); });
-    EXPECT_TRUE(loading.IsFresh());
-    EXPECT_FALSE(loading.m_loaded.Publish(loading.time, std::make_shared<const int>(1), stamp,
-                                          [](const int&, const std::shared_ptr<const int>&) {}));
-    EXPECT_EQ(*loading.m_loaded.Held(), 7);
-    loading.m_loaded.Change([](const int& value, bool& isWhole) {
-        isWhole = false; // incomplete: load again
-        return std::make_shared<const int>(value);
-    });
-    EXPECT_FALSE(loading.IsFresh());
-}
-
 TEST(Fill, LetsItsOwnThreadInAndNoOther) {
     XFillMutex mutex;
     const int holder = 0;
@@ -117,27 +101,4 @@ TEST(Fill, LetsItsOwnThreadInAndNoOther) {
     EXPECT_FALSE(waits.get());
 }
 
-TEST(Fill, AThreadThatIsAskingWaitsForNobody) {
-    XFillMutex mutexes[2];
-    XActor others[2];
-    std::promise<void> inside[2];
-    std::promise<void> tried[2];
-    std::future<bool> done[2];
-    for (int i = 0; i < 2; ++i) {
-        done[i] = others[i].Start([&, i] {
-            const XFill own(mutexes[i], &mutexes[i]);
-            inside[i].set_value();
-            inside[1 - i].get_future().wait();
-            const bool isBusy = XFill(mutexes[1 - i], &mutexes[1 - i]).IsBusyElsewhere();
-            const bool isBusyForALife = XFill(mutexes[1 - i], &others, XFillKind::Lifecycle).IsBusyElsewhere();
-            tried[i].set_value();
-            tried[1 - i].get_future().wait();
-            return isBusy && isBusyForALife;
-        });
-    }
-    for (auto& each : done) {
-        ASSERT_TRUE(IsReady(each)) << "two threads wait for each other";
-        EXPECT_TRUE(each.get());
-    }
-}
 } // namespace

@@ -51,33 +51,6 @@ TEST_F(LockFreeRead, TakesNoLockBesideReadersOfAllKindsAndAfterAWrite) {
     m_writer.Do([&] { m_data.ReleaseLockRef(); });
 }
 
-TEST_F(LockFreeRead, AWriterWaitsForTheLastReader) {
-    auto* const first = Read(m_first);
-    auto* const second = Read(m_second);
-    auto write = StartWrite(m_writer);
-    ASSERT_TRUE(Comes([&] { return m_probe.State() == LockState::Exclusive; }));
-    EndRead(m_first, first);
-    EXPECT_FALSE(IsReady(write, MustNotHappen));
-    EndRead(m_second, second);
-    ASSERT_TRUE(IsReady(write));
-    EndWrite(m_writer);
-}
-
-TEST_F(LockFreeRead, InsideOwnWriteIsAnotherReference) {
-    StartWrite(m_writer).get();
-    auto* const own = Read(m_writer);
-    EXPECT_EQ(nullptr, own);
-    EndRead(m_writer, own);
-    EXPECT_EQ(LockState::Exclusive, m_probe.State());
-    m_writer.Do([&] { m_data.LockWrite(); }); // the end of a nested write does not admit readers
-    EndWrite(m_writer);
-    auto reader = StartRead(m_first);
-    ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
-    EndWrite(m_writer);
-    ASSERT_TRUE(IsReady(reader));
-    EndRead(m_first, reader.get());
-}
-
 TEST_F(LockFreeRead, ARefusedWriteDoesNotStayCounted) {
     m_first.Do([&] { m_data.AddReadLockRef(); });
     EXPECT_TRUE(m_first.Do([&] { return Raised([&] { m_data.LockWrite(); }).has_value(); }));
