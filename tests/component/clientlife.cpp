@@ -25,8 +25,10 @@ XServerModel LXLifeModel() {
     return model;
 }
 
-XClientLife::XClientLife(XSampleServer& server, std::function<void(bool)> around)
-    : m_server(server), m_around(std::move(around)) {}
+XClientLife::XClientLife(XSampleServer& server, std::function<void(bool)> around, LONG transferMode)
+    : m_server(server), m_around(std::move(around)), m_transferMode(transferMode) {}
+XClientLife::XClientLife(XSampleServer& server, XLXComPtr<ILXConfigFactoryCache> cache)
+    : m_server(server), m_cache(std::move(cache)), m_factory(m_cache.As<ILXConfigFactory>()) {}
 
 XClientLife::~XClientLife() = default;
 
@@ -87,9 +89,7 @@ void XClientLife::All(const std::string& name, int member, Ask&& ask) {
 const XLifeSteps& XClientLife::Run() {
     SetErrorInfo(0, nullptr);
     if (Start()) {
-        AskForTypes();
-        AskForRelations();
-        AskForDerivedTypes();
+        AskForTypesAndRelations();
         AskForSpecs();
         Change();
         m_phase = "then ";
@@ -98,6 +98,12 @@ const XLifeSteps& XClientLife::Run() {
     }
     End();
     return m_steps;
+}
+
+void XClientLife::AskForTypesAndRelations() {
+    AskForTypes();
+    AskForRelations();
+    AskForDerivedTypes();
 }
 
 bool XClientLife::Start() {
@@ -109,7 +115,7 @@ bool XClientLife::Start() {
     values.push_back(XLXComVariant::FromUnknown(m_server.DataUpdate().Get()));
     values.push_back(XLXComVariant::FromBool(false));
     values.push_back(XLXComVariant::FromBool(false));
-    values.push_back(XLXComVariant::FromI4(1));
+    values.push_back(XLXComVariant::FromI4(m_transferMode));
     const auto client = m_cache.As<IDPFObject>();
     Step("Initialize", [&] { return client->Initialize(static_cast<ULONG>(values.size()), &values.front().Get()); });
     return SUCCEEDED(m_steps["Initialize"].result);

@@ -20,11 +20,15 @@ using XLifeSteps = std::map<std::string, XLifeStep>;
 class XClientLife {
 public:
     /// @param around  called with true before and with false after each call to the cache
-    explicit XClientLife(XSampleServer& server, std::function<void(bool)> around = {});
+    explicit XClientLife(XSampleServer& server, std::function<void(bool)> around = {}, LONG transferMode = 1);
+    /// Asks a cache that somebody else has started.
+    XClientLife(XSampleServer& server, XLXComPtr<ILXConfigFactoryCache> cache);
     ~XClientLife();
 
     /// Leaves out steps whose object could not be obtained.
     const XLifeSteps& Run();
+    void AskForTypesAndRelations();
+    const XLXComPtr<ILXConfigFactoryCache>& Cache() const { return m_cache; }
 
 private:
     template <class Call> HRESULT In(Call&& call);
@@ -48,6 +52,7 @@ private:
 
     XSampleServer& m_server;
     const std::function<void(bool)> m_around;
+    const LONG m_transferMode = 1;
     XLXComPtr<ILXConfigFactoryCache> m_cache;
     XLXComPtr<ILXConfigFactory> m_factory;
     std::string m_phase; // prefix of the step names

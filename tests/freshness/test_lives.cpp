@@ -23,13 +23,10 @@ XServerModel ModelOf(const XText& server) {
 }
 
 /// A spec that runs a function on its last release.
-class LastWord final : public PassingObject<ILXGlobalAttributeFormatSpec> {
+class LastWord final : public lx::FormatRefusals<PassingObject<ILXGlobalAttributeFormatSpec>> {
 public:
     LastWord(XLXComPtr<ILXGlobalAttributeFormatSpec> inner, std::function<void()> word)
-        : PassingObject(std::move(inner)), m_word(std::move(word)) {}
-    HRESULT STDMETHODCALLTYPE CreateFormat(int, ILXFormat**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetFormat(int, ILXFormat**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DeleteFormat(int) override { return E_NOTIMPL; }
+        : FormatRefusals(std::move(inner)), m_word(std::move(word)) {}
 
 protected:
     ~LastWord() override { m_word(); }

@@ -8,34 +8,9 @@
 #include "XTransferWriters.h"
 #include "cachefixture.h"
 
-/// A reference-counted object that supports only its own interfaces.
-template <class First, class... Others> class HostileObject : public First, public Others... {
-public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override {
-        *ppv = IsEqualIID(iid, IID_IUnknown) ? static_cast<First*>(this) : nullptr;
-        Offer<First>(iid, ppv);
-        (Offer<Others>(iid, ppv), ...);
-        return *ppv != nullptr ? (AddRef(), S_OK) : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --m_references;
-        if (left == 0) { delete this; }
-        return left;
-    }
+#include <lxserver/Refusals.h>
 
-protected:
-    virtual ~HostileObject() = default;
-
-private:
-    template <class I> void Offer(REFIID iid, void** ppv) {
-        if constexpr (!std::is_same_v<I, IUnknown>) {
-            *ppv = IsEqualIID(iid, LXIid<I>()) ? static_cast<I*>(this) : *ppv;
-        }
-    }
-
-    std::atomic<ULONG> m_references{0};
-};
+template <class First, class... Others> using HostileObject = lx::Object<First, Others...>;
 
 /// An object without any function.
 class Opaque final : public HostileObject<IUnknown> {};
@@ -79,31 +54,21 @@ protected:
     const XLXComPtr<I> m_inner;
 };
 
-class HostileAttribute final : public PassingObject<ILXAttribute> {
+class HostileAttribute final : public lx::AttributeRefusals<PassingObject<ILXAttribute>> {
 public:
-    using PassingObject::PassingObject;
+    using AttributeRefusals::AttributeRefusals;
     std::function<HRESULT(ILXAttributeTypeEnum**)> types;
-
     HRESULT STDMETHODCALLTYPE GetAttributeTypeEnum(ILXAttributeTypeEnum** e) override { return types(e); }
-    HRESULT STDMETHODCALLTYPE AddAttributeType(ILXAttributeType**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE RemoveAttributeType(ILXAttributeType*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE CreateFormat(int, ILXFormat**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetFormat(int, ILXFormat**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DeleteFormat(int) override { return E_NOTIMPL; }
 };
 
-class HostileRelation final : public PassingObject<ILXParentChild> {
+class HostileRelation final : public lx::RelationRefusals<PassingObject<ILXParentChild>> {
 public:
-    using PassingObject::PassingObject;
+    using RelationRefusals::RelationRefusals;
     std::function<HRESULT(ILXPCInfoEnum**)> infos;
-
-    HRESULT STDMETHODCALLTYPE AddPCInfo(ILXPCInfo**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE RemovePCInfo(ILXPCInfo*, LONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetPCInfoEnum(ILXPCInfoEnum** e) override { return infos(e); }
-    HRESULT STDMETHODCALLTYPE GetPCInfo(BSTR, ILXPCInfo**) override { return E_NOTIMPL; }
 };
 
-class HostileFactory final : public HostileObject<ILXConfigFactory, ILXConfigFactoryEx> {
+class HostileFactory final : public lx::ConfigFactoryRefusals<lx::Object<ILXConfigFactory, ILXConfigFactoryEx>> {
 public:
     explicit HostileFactory(XLXComPtr<ILXConfigFactory> inner)
         : m_inner(std::move(inner)), m_bulk(m_inner.As<ILXConfigFactoryEx>()) {}
@@ -135,34 +100,7 @@ public:
         return specs ? specs(e) : m_inner->GetAllGlobalAttributeFormatSpecs(e);
     }
 
-    // Methods that the cache never calls on a config factory in client mode:
-    HRESULT STDMETHODCALLTYPE AddType(ILXType**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE RemoveType(ILXType*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeEnum(BSTR, ILXTypeEnum**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetSearchableTypeEnum(ILXTypeEnum**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetPlanTypeEnum(BSTR, ILXTypeEnum**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetType(BSTR, BSTR, ILXType**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetParentChildEnum(BSTR, BSTR, ILXParentChildEnum**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY**) override {
-        return E_NOTIMPL;
-    }
     HRESULT STDMETHODCALLTYPE GetVersion(BSTR* v) override { return version ? version(v) : E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetVersion(BSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpecByID(BSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE NotifyServerTermination() override { return E_NOTIMPL; }
 
 private:
     const XLXComPtr<ILXConfigFactory> m_inner;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Servers with single odd answers: arrays of values with the wrong shape, values by reference, records without server
-// objects, and calls that fail but still store something in an out argument.
+// Servers with single odd answers: arrays with the wrong shape or content, values by reference, and calls that fail but
+// still store something in an out argument.
 #include "XCountedLock.h"
 #include "XDataObjectRefusals.h"
 #include "hostileserver.h"
@@ -16,25 +16,26 @@ XLXVariantVector Values(std::size_t count, std::size_t key, XLXComVariant value)
     return values;
 }
 
-/// A bulk read of one type, "Item", with components that the test chooses.
-struct ItemRecord {
-    XLXComPtr<IUnknown> server;
-    std::vector<XILXAttributeData> attributes;
-    std::vector<XILXConfigData> groups;
-    std::vector<XILXConfigData> pages;
+/// A bulk read of one type, "Item", with attributes and perhaps further components.
+XLXSafeArray ItemArray(XLXComPtr<IUnknown> server, std::vector<XILXAttributeData> attributes,
+                       XILXTypeComp components = {}) {
+    XILXTypeMap map;
+    XILXTypeData& record = map.records[IndexOf(map, OLESTR("Item"))];
+    record.listed = true;
+    record.config.object = std::move(server);
+    record.config.values = Values(28, 0, XLXComVariant::FromBstr(OLESTR("Item")));
+    record.components = std::move(components);
+    if (!attributes.empty()) { record.components.attributes = GetArrayFromAttributeList(std::move(attributes)); }
+    return GetArrayFromMap(std::move(map));
+}
 
-    XLXSafeArray Array() {
-        XILXTypeMap map;
-        XILXTypeData& record = map.records[IndexOf(map, OLESTR("Item"))];
-        record.listed = true;
-        record.config.object = server;
-        record.config.values = Values(28, 0, XLXComVariant::FromBstr(OLESTR("Item")));
-        record.components.attributes = GetArrayFromAttributeList(std::move(attributes));
-        record.components.groups = GetArrayFromSingleTypedVec(std::move(groups));
-        record.components.pages = GetArrayFromSingleTypedVec(std::move(pages));
-        return GetArrayFromMap(std::move(map));
+XLXSafeArray Numbers(std::initializer_list<LONG> numbers) {
+    XArrayWriter writer;
+    for (const LONG number : numbers) {
+        writer.Put(number);
     }
-};
+    return writer.Finish();
+}
 
 XILXAttributeData AttributeRecord(const OLECHAR* name, XLXComPtr<IUnknown> object = nullptr) {
     XILXAttributeData record;
@@ -50,19 +51,6 @@ protected:
         EXPECT_EQ(m_server->ConfigFactory()->GetType(XLXComBSTR(OLESTR("Item")).Get(), nullptr, item.Put()), S_OK);
         return item;
     }
-    /// Starts with this one type. Its attributes, groups and pages come without server objects.
-    HRESULT StartWithoutObjects() {
-        m_factory->types = [this](SAFEARRAY** out) {
-            ItemRecord item{ServerItem(), {}, {}, {}};
-            item.attributes.push_back(AttributeRecord(OLESTR("Name")));
-            item.attributes.push_back(AttributeRecord(OLESTR("Weight")));
-            item.groups.push_back({nullptr, Values(16, 2, XLXComVariant::FromI4(1))});
-            item.pages.push_back({nullptr, Values(7, 6, XLXComVariant::FromI4(2))});
-            *out = item.Array().Detach();
-            return S_OK;
-        };
-        return StartHostile();
-    }
     XLXComPtr<ILXAttribute> AttributeOf(const XLXComPtr<ILXType>& type, const OLECHAR* name) {
         XLXComPtr<ILXAttribute> attribute;
         EXPECT_EQ(type->GetAttribute(XLXComBSTR(name).Get(), attribute.Put()), S_OK);
@@ -74,84 +62,9 @@ protected:
                                             ++m_notification, 0, nullptr),
                   S_OK);
     }
-    HRESULT Format(const XLXComPtr<ILXAttribute>& attribute, int type) {
-        XLXComPtr<ILXFormat> format;
-        return attribute->GetFormat(type, format.Put());
-    }
 
     ULONG m_notification = 100;
 };
-
-TEST_F(OddAnswers, ARecordWithoutAnObjectIsAskedForWhenItIsNeeded) {
-    ASSERT_EQ(StartWithoutObjects(), S_OK);
-    const auto type = Named(OLESTR("Item"));
-    XLXComPtr<ILXAttribute> name;
-    XLXComPtr<ILXGroup> group;
-    XLXComPtr<ILXPage> page;
-    ExpectCalls(0, [&] {
-        name = AttributeOf(type, OLESTR("Name"));
-        EXPECT_EQ(type->GetGroup(1, group.Put()), S_OK);
-        EXPECT_EQ(type->GetPage(2, page.Put()), S_OK);
-        EXPECT_EQ(LXRead(name.Get(), XProperty::AttributeName), OLESTR("Name"));
-    });
-    ExpectCalls(2, [&] { EXPECT_EQ(Format(name, 1), S_FALSE); }); // fetches the object, then the format
-    ExpectCalls(1, [&] { EXPECT_EQ(Format(name, 2), S_FALSE); });
-    ExpectCalls(0, [&] { EXPECT_EQ(LXRead(name.Get(), XProperty::AttributeName), OLESTR("Name")); });
-    EXPECT_EQ(Calls().Of("ILXType::GetAttribute"), 1u);
-    XLXComPtr<ILXFormat> format;
-    ExpectCalls(2, [&] { EXPECT_EQ(group->GetFormat(format.Put()), S_FALSE); });
-    EXPECT_EQ(Calls().Of("ILXType::GetGroup"), 1u);
-    Touch(page.As<ILXCallbackUpdate>(), OLESTR("properties/Item/1/1"));
-    ExpectCalls(2, [&] { EXPECT_EQ(LXRead(page.Get(), 6), OLESTR("2")); });
-    EXPECT_EQ(Calls().Of("ILXType::GetPage"), 1u);
-
-    // Another record without an object makes stale what was loaded through the object that the cache had asked for.
-    m_server->SendNotification("objects/x/0/2");
-    EXPECT_EQ(Named(OLESTR("Item")), type);
-    EXPECT_EQ(AttributeOf(type, OLESTR("Name")), name);
-    ExpectCalls(2, [&] { EXPECT_EQ(Format(name, 1), S_FALSE); });
-    Terminate();
-}
-
-TEST_F(OddAnswers, AnObjectThatCannotBeHadIsAnError) {
-    ASSERT_EQ(StartWithoutObjects(), S_OK);
-    auto type = Named(OLESTR("Item"));
-    const auto name = AttributeOf(type, OLESTR("Name"));
-    const auto weight = AttributeOf(type, OLESTR("Weight"));
-    Calls().FailCall("ILXType::GetAttribute", E_ACCESSDENIED);
-    EXPECT_EQ(Format(name, 1), E_ACCESSDENIED);
-    EXPECT_EQ(LXErrorInformation::Take().description,
-              OLESTR("the server failed to give the object of a type's component"));
-    Calls().FailCall("ILXType::GetAttribute", S_FALSE); // the server has no such attribute
-    EXPECT_EQ(Format(name, 1), E_POINTER);
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: server object"));
-    EXPECT_EQ(Format(name, 1), S_FALSE); // the failure was not cached
-    Terminate();
-    m_cache.Reset();
-    type.Reset();
-    ExpectCalls(0, [&] { EXPECT_EQ(Format(weight, 1), E_POINTER); }); // its type has been destroyed
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: server object"));
-}
-
-TEST_F(OddAnswers, AnObjectThatIsAskedForWhileANewRecordComesIsNotKept) {
-    ASSERT_EQ(StartWithoutObjects(), S_OK);
-    const auto type = Named(OLESTR("Item"));
-    const auto name = AttributeOf(type, OLESTR("Name"));
-    bool pending = true;
-    Calls().SetHook([&](const XServerCall& call) {
-        if (call.name == "ILXType::GetAttribute" && call.point == XCallPoint::Answer && pending) {
-            pending = false;
-            m_server->SendNotification("objects/x/0/2");
-            EXPECT_EQ(Named(OLESTR("Item")), type);
-            EXPECT_EQ(AttributeOf(type, OLESTR("Name")), name);
-        }
-    });
-    EXPECT_EQ(Format(name, 1), S_FALSE);
-    Calls().SetHook({});
-    EXPECT_FALSE(pending);
-    ExpectCalls(2, [&] { EXPECT_EQ(Format(name, 1), S_FALSE); }); // through the object of the latest record
-    Terminate();
-}
 
 TEST_F(OddAnswers, ArraysOfValuesAreRefusedUnlessTheyAreVariantsInARow) {
     SAFEARRAYBOUND bounds[2] = {{2, 0}, {2, 0}};
@@ -170,9 +83,9 @@ TEST_F(OddAnswers, ArraysOfValuesAreRefusedUnlessTheyAreVariantsInARow) {
     const auto serverItem = ServerItem();
     const auto hostile = XLXComPtr<HostileAttribute>(new HostileAttribute(AttributeOf(serverItem, OLESTR("Name"))));
     m_factory->types = [&](SAFEARRAY** out) {
-        ItemRecord item{serverItem, {}, {}, {}};
-        item.attributes.push_back(AttributeRecord(OLESTR("Name"), XLXComPtr<IUnknown>(hostile.Get())));
-        *out = item.Array().Detach();
+        std::vector<XILXAttributeData> attributes;
+        attributes.push_back(AttributeRecord(OLESTR("Name"), XLXComPtr<IUnknown>(hostile.Get())));
+        *out = ItemArray(serverItem, std::move(attributes)).Detach();
         return S_OK;
     };
     ASSERT_EQ(StartHostile(), S_OK);
@@ -224,14 +137,14 @@ TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken) {
         return S_OK;
     };
     m_factory->types = [&](SAFEARRAY** out) {
-        ItemRecord item{serverItem, {}, {}, {}};
-        item.attributes.push_back(AttributeRecord(OLESTR("Name"), XLXComPtr<IUnknown>(hostile.Get())));
+        std::vector<XILXAttributeData> attributes;
+        attributes.push_back(AttributeRecord(OLESTR("Name"), XLXComPtr<IUnknown>(hostile.Get())));
         XLXComVariant text;
         XLXComVariant number;
         refer(text, number);
-        item.attributes[0].values.Exchange(XProperty::Label, text);
-        item.attributes[0].values.Exchange(XProperty::Position, number);
-        *out = item.Array().Detach();
+        attributes[0].values.Exchange(XProperty::Label, text);
+        attributes[0].values.Exchange(XProperty::Position, number);
+        *out = ItemArray(serverItem, std::move(attributes)).Detach();
         return S_OK;
     };
     ASSERT_EQ(StartHostile(), S_OK);
@@ -277,40 +190,90 @@ TEST_F(OddAnswers, AFailureIsNoEmptyAnswer) {
 
 TEST_F(OddAnswers, ARefusedListOfComponentsNamesItsType) {
     m_factory->types = [&](SAFEARRAY** out) {
-        ItemRecord item{ServerItem(), {}, {}, {}};
-        item.groups.push_back({nullptr, Values(16, 2, XLXComVariant::FromI4(1))});
-        XILXTypeMap types = GetMapFromArray(item.Array());
-        XILXTypeComp& components = types.records[0].components;
-        for (XLXSafeArray* list :
-             {&components.pages, &components.groups, &components.editors, &components.attributes}) {
-            XArrayWriter writer;
-            writer.Put(LONG{7});
-            *list = writer.Finish();
-        }
-        *out = GetArrayFromMap(std::move(types)).Detach();
+        XILXTypeComp components;
+        components.pages = Numbers({});
+        components.groups = Numbers({-1});
+        components.editors = Numbers({1, 2, 3});
+        components.attributes = Numbers({4});
+        *out = ItemArray(ServerItem(), {}, std::move(components)).Detach();
         return S_OK;
     };
     ASSERT_EQ(StartHostile(), S_OK);
     const auto item = Named(OLESTR("Item"));
+    const auto expect = [&](HRESULT result, const char* section, const char* text) {
+        EXPECT_EQ(result, E_INVALIDARG) << section;
+        EXPECT_EQ(LXNarrow(LXErrorInformation::Take().description), text);
+    };
     const LogCapture log;
     XLXComPtr<ILXPageEnum> pages;
-    EXPECT_EQ(item->GetPageEnum(pages.Put()), E_INVALIDARG);
+    expect(item->GetPageEnum(pages.Put()), "pages", "wrong safearray size");
     XLXComPtr<ILXGroupEnum> groups;
-    EXPECT_EQ(item->GetGroupEnum(groups.Put()), E_INVALIDARG);
+    expect(item->GetGroupEnum(groups.Put()), "groups", "vector element count is negative");
     XLXComPtr<ILXConfObjEditorEnum> editors;
-    EXPECT_EQ(item->GetConfObjEditorEnum(editors.Put()), E_INVALIDARG);
+    expect(item->GetConfObjEditorEnum(editors.Put()), "editors", "variant type mismatch: expected VT_UNKNOWN");
     XLXComPtr<ILXAttributeEnum> attributes;
-    EXPECT_EQ(item->GetAttributeEnum(attributes.Put()), E_INVALIDARG);
-    std::vector<std::string> texts;
-    for (const LogCapture::Entry& entry : log.Entries()) {
-        texts.push_back(LXNarrow(entry.text));
-    }
+    expect(item->GetAttributeEnum(attributes.Put()), "attributes", "variant type mismatch: expected VT_UNKNOWN");
     for (const char* section : {"pages", "groups", "editors", "attributes"}) {
-        const std::string place = "(" + std::string(section) + ", type 'Item')";
-        EXPECT_TRUE(std::any_of(texts.begin(), texts.end(), [&](const std::string& text) {
-            return text.find(place) != std::string::npos;
-        })) << testing::PrintToString(texts);
+        const XLXText place = LXFromUtf8("(" + std::string(section) + ", type 'Item')");
+        const auto entries = log.Entries();
+        EXPECT_TRUE(std::any_of(entries.begin(), entries.end(), [&](const LogCapture::Entry& entry) {
+            return entry.text.find(place) != XLXText::npos;
+        })) << section;
     }
+    EXPECT_EQ(LXRead(item.Get(), 0), OLESTR("Item"));
+    Terminate();
+}
+
+TEST_F(OddAnswers, ARefusedTypeArrayLeavesTheTypesAsTheyWere) {
+    XLXSafeArray next = Numbers({1});
+    m_factory->types = [&](SAFEARRAY** out) {
+        *out = (next ? std::move(next) : ItemArray(ServerItem(), {})).Detach();
+        return S_OK;
+    };
+    EXPECT_EQ(StartHostile(), E_INVALIDARG);
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("wrong safearray size"));
+    EXPECT_TRUE(Named(OLESTR("Item"))) << "the next question asks again";
+    Terminate();
+    ASSERT_EQ(StartHostile(), S_OK);
+    const auto item = Named(OLESTR("Item"));
+    m_server->SendNotification("objects/x/0/2");
+    next = Numbers({1, 7, 0, 0});
+    Named(OLESTR("Item"), E_INVALIDARG);
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("wrong data wrapper id stored in safearray"));
+    EXPECT_EQ(Named(OLESTR("Item")), item);
+    Terminate();
+}
+
+TEST_F(OddAnswers, ARelationsRecordThatIsTooShortFailsTheLoadOnce) {
+    std::size_t values = 37;
+    m_factory->relations = [&](SAFEARRAY** out) {
+        std::vector<XILXPCData> records(1);
+        XLXVariantVector names;
+        while (names.size() < values) {
+            names.push_back(XLXComVariant::FromBstr(OLESTR("Item")));
+        }
+        records.front().values = std::move(names);
+        *out = GetArrayFromVec(std::move(records)).Detach();
+        return S_OK;
+    };
+    ASSERT_EQ(StartHostile(), S_OK);
+    const auto ask = [&] {
+        XLXComPtr<ILXParentChildEnum> relations;
+        return Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put());
+    };
+    const std::pair<std::size_t, const char*> cases[] = {{0, "pPCCache->GetProperty LXCFPC_parentname"},
+                                                         {19, "pPCCache->GetProperty LXCFPC_parentname"},
+                                                         {20, "pPCCache->GetProperty LXCFPC_pprrelationtype"}};
+    for (const auto& [count, text] : cases) {
+        values = count;
+        m_server->SendNotification("pc/x/0/4");
+        EXPECT_EQ(ask(), E_INVALIDARG) << count;
+        EXPECT_EQ(LXNarrow(LXErrorInformation::Take().description), text);
+        ExpectCalls(0, [&] { EXPECT_EQ(ask(), S_FALSE) << "not asked a second time"; });
+    }
+    values = 21;
+    m_server->SendNotification("pc/x/0/4");
+    EXPECT_EQ(ask(), S_OK);
     Terminate();
 }
 
@@ -369,16 +332,6 @@ public:
         *out = leftObject;
         return E_ACCESSDENIED;
     }
-    STDMETHODIMP GetTableName(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP SetAttribute(BSTR, VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP GetChildren(BSTR, IEnumBaseDataObject**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetAllChildren(IEnumBaseDataObject**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetListCount(BSTR, LONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetType(ILXType**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetId(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetClientId(LONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP IsDerivedFromType(BSTR) override { return S_FALSE; }
-    STDMETHODIMP IsDerivedFromType2(BSTR, LONG*) override { return E_NOTIMPL; }
 };
 
 /// QueryInterface fails but stores a pointer.

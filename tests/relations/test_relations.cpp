@@ -239,18 +239,6 @@ public:
         return S_OK;
     }
 
-    STDMETHODIMP GetTableName(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeName(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP SetAttribute(BSTR, VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP GetChildren(BSTR, IEnumBaseDataObject**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetAllChildren(IEnumBaseDataObject**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetListCount(BSTR, LONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetType(ILXType**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetId(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetClientId(LONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP IsDerivedFromType(BSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP IsDerivedFromType2(BSTR, LONG*) override { return E_NOTIMPL; }
-
 private:
     const VARTYPE m_type;
     const XLXComPtr<ILX_BaseDataObject> m_first;

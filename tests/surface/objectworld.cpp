@@ -82,7 +82,18 @@ XObjectWorld::XObjectWorld(XStage stage)
     }
 }
 
-XObjectWorld::~XObjectWorld() { m_cache.As<IDPFObject>()->Terminate(); }
+XObjectWorld::~XObjectWorld() {
+    if (m_cache) { m_cache.As<IDPFObject>()->Terminate(); }
+}
+
+std::vector<XLXComPtr<IUnknown>> XObjectWorld::GiveAway() {
+    std::vector<XLXComPtr<IUnknown>> all;
+    for (auto& [kind, object] : std::exchange(m_objects, {})) {
+        all.push_back(std::move(object));
+    }
+    m_cache.Reset();
+    return all;
+}
 
 void XObjectWorld::Initialize(XStage stage) {
     HRESULT result = E_FAIL;
@@ -93,7 +104,7 @@ void XObjectWorld::Initialize(XStage stage) {
         XLXComVariant values[] = {XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()),
                                   XLXComVariant::FromUnknown(m_server->Query().Get()),
                                   XLXComVariant::FromUnknown(m_server->DataUpdate().Get()),
-                                  XLXComVariant::FromBool(false),
+                                  XLXComVariant::FromBool(stage == XStage::Silent),
                                   XLXComVariant::FromBool(false),
                                   XLXComVariant::FromI4(15)};
         result = m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get());

@@ -12,6 +12,7 @@
 enum class XStage {
     Created,
     Client,     ///< initialised as an application does it
+    Silent,     ///< the same, without notifications
     Server,     ///< initialised inside the server's process
     Terminated, ///< what was handed out is still held
     ServerTerminated
@@ -32,6 +33,9 @@ public:
     XLXComPtr<IUnknown> Object(const std::string& kind) const;
     /// Something that answers an interface: the server's object where the server has one, else the component's.
     XLXComPtr<IUnknown> Provider(REFIID iid) const;
+
+    /// All objects, the manager among them; the world is over afterwards.
+    std::vector<XLXComPtr<IUnknown>> GiveAway();
 
     XSampleServer& Server() const { return *m_server; }
     ILXConfigFactoryCache& Cache() const { return *m_cache; }

@@ -118,6 +118,8 @@ TEST_F(LateObjects, WhatTheServerDoesNotGiveIsAnError) {
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: server object"));
     Calls().FailCall(GetEditor, E_ACCESSDENIED);
     EXPECT_EQ(ReadStale(editor), E_ACCESSDENIED);
+    EXPECT_EQ(LXErrorInformation::Take().description,
+              OLESTR("the server failed to give the object of a type's component"));
     Calls().FailCall(GetTypes, E_ACCESSDENIED);
     EXPECT_EQ(ReadStale(feet), E_ACCESSDENIED);
     Edit().RemoveAttributeType("Pump", "Head", "Feet", XNotify::No);
@@ -154,5 +156,24 @@ TEST_F(LateObjects, TheNextConnectionIsNotAskedForThoseOfTheLast) {
     Terminate();
     m_cache.Reset();
     ExpectCalls(0, [&] { EXPECT_EQ(ServerTypeOf(item), E_POINTER); });
+}
+
+TEST_F(LateObjects, OneThatIsAskedForWhileANewRecordComesIsNotKept) {
+    ASSERT_EQ(Start(), S_OK);
+    const auto name = Attribute("Item", "Name");
+    const auto format = [&] {
+        XLXComPtr<ILXFormat> none;
+        EXPECT_EQ(name->GetFormat(1, none.Put()), S_FALSE);
+    };
+    {
+        Inside overtaken(Calls(), GetAttribute, [&] {
+            m_server->SendNotification("objects/x/0/2");
+            EXPECT_EQ(Attribute("Item", "Name"), name);
+        });
+        format();
+    }
+    const auto before = Calls().Of(GetAttribute);
+    format();
+    EXPECT_EQ(Calls().Of(GetAttribute), before + 1) << "through the object of the latest record";
 }
 } // namespace
