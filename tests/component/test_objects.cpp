@@ -122,38 +122,3 @@ TEST_F(Objects, AttributeTypesComeWithTheirAttributeOrInBatches) {
     EXPECT_EQ(Attribute("Item", "Weight")->GetAttributeTypeEnum(nullptr), E_POINTER);
     EXPECT_FALSE(LXErrorInformation::Take().present);
 }
-
-/// Which notifications make which reads go to the server again.
-struct Effect {
-    const char* dataId;
-    bool store;
-    bool formats;
-};
-
-TEST_F(Objects, EachClassHasItsOwnNotificationBits) {
-    const auto head = Attribute("Pump", "Head");
-    const auto group = Group("Pump", 7);
-    const auto check = [&](ILXConfigObject* object, const Effect& effect, const std::function<void()>& format) {
-        LXRead(object, 0);
-        format();
-        EXPECT_EQ(Notify(object, effect.dataId), S_OK);
-        ExpectCalls(effect.store ? 1 : 0, [&] { LXRead(object, 0); });
-        ExpectCalls(effect.formats ? 1 : 0, format);
-    };
-    for (const Effect& effect : {Effect{"pc/x/0/1", false, false}, Effect{"objects/x/0/1024", true, false},
-                                 Effect{"objects/x/0/2048", true, true}, Effect{"objects/x/0/0", true, true},
-                                 Effect{"objects/x/0/32", true, false}, Effect{"properties/x/0/512", true, false},
-                                 Effect{"properties/x/0/2", false, false}, Effect{"other/x/0/512", true, false},
-                                 Effect{"other/x/0/64", false, false}, Effect{"objects", true, true}}) {
-        SCOPED_TRACE(effect.dataId);
-        check(head.Get(), effect, [&] { Format(1); });
-    }
-    for (const Effect& effect : {Effect{"objects/x/0/4096", true, true}, Effect{"objects/x/0/1024", true, false},
-                                 Effect{"properties/x/0/64", true, false}, Effect{"other/x/0/64", false, false}}) {
-        SCOPED_TRACE(effect.dataId);
-        check(group.Get(), effect, [&] {
-            XLXComPtr<ILXFormat> format;
-            EXPECT_EQ(group->GetFormat(format.Put()), S_OK);
-        });
-    }
-}

@@ -3,15 +3,18 @@
 // Notifications that arrive during a fetch, and servers that wait for them. Gates and hooks in the server make each
 // race deterministic.
 #include "cachefixture.h"
+#include "clientlife.h"
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 
 class Races : public CacheTest {
 protected:
+    Races() : CacheTest(LXLifeModel()) {}
     void TearDown() override {
         Calls().SetHook({});
-        if (m_cache) { Terminate(); }
+        Terminate();
     }
 
     /// Runs an edit inside the next call of a method, after its answer was created, so the answer arrives stale.
@@ -68,58 +71,175 @@ TEST_F(Races, MembersAreFilledAmongOnesThatAreRead) {
     }
 }
 
-class OvertakenFetch : public Races, public testing::WithParamInterface<bool> {};
+class OvertakenFetch;
 
-TEST_P(OvertakenFetch, TypeMap) {
-    ASSERT_EQ(Start(), S_OK);
-    EditInside("ILXConfigFactoryEx::GetTypeArrayEx", GetParam(), [&] { Edit().AddType("Valve", "Item"); });
-    EXPECT_EQ(Edit().AddType("Tank", "Item").result, S_OK); // the next request reloads, and a notification overtakes it
-    EXPECT_EQ(LXRead(Type("Tank").Get(), 0), OLESTR("Tank"));
+/// An edit inside the call that answers a question, whose answer must not be kept.
+struct XOvertaken {
+    const char* name;
+    LONG transferMode;
+    const char* stale; ///< the notification that makes the question ask the server; null when it does anyway
+    const char* method;
+    std::string (OvertakenFetch::*ask)();
+    void (*edit)(XServerEdits, XSampleServer&);
+    const char* expected; ///< of the next question
+};
+
+class OvertakenFetch : public Races, public testing::WithParamInterface<std::tuple<XOvertaken, bool>> {
+public:
+    std::string AskForType() {
+        XLXComPtr<ILXType> type;
+        Factory()->GetType(B("Valve").Get(), nullptr, type.Put());
+        return type ? LXNarrow(LXRead(type.Get(), XProperty::TypeName)) : "";
+    }
+    std::string AskForLabel() { return LXNarrow(LXRead(m_head.Get(), XProperty::Label)); }
+    std::string AskForAttributes() {
+        XLXComPtr<ILXAttributeEnum> attributes;
+        EXPECT_EQ(Type("Pump")->GetAttributeEnum(attributes.Put()), S_OK);
+        return Joined(LXReadAll<ILXAttribute>(attributes, XProperty::AttributeName)) +
+               LXNarrow(LXRead(Attribute("Pump", "Weight").Get(), XProperty::Label));
+    }
+    std::string AskForFormat() {
+        XLXComPtr<ILXFormat> format;
+        return m_head->GetFormat(9, format.Put()) == S_OK ? "format" : "";
+    }
+    std::string AskForAttributeTypes() {
+        XLXComPtr<ILXAttributeTypeEnum> types;
+        EXPECT_EQ(m_head->GetAttributeTypeEnum(types.Put()), S_OK);
+        return Joined(LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName));
+    }
+    std::string AskForRelations() {
+        XLXComPtr<ILXParentChildEnum> relations;
+        EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Equipment").Get(), nullptr, 0, relations.Put()), S_OK);
+        return Joined(LXReadAll<ILXParentChild>(relations, XProperty::ChildList));
+    }
+    std::string AskForRelationValue() { return LXNarrow(LXRead(Relation().Get(), XProperty::NameShort)); }
+    std::string AskForPCInfo() {
+        XLXComPtr<ILXPCInfo> info;
+        EXPECT_EQ(Relation()->GetPCInfo(B("Tree").Get(), info.Put()), S_OK);
+        return LXNarrow(LXRead(info.Get(), XProperty::PCInfoLabel));
+    }
+    std::string AskForBrowserId() {
+        XLXComPtr<ILXBrowserIdEnum> ids;
+        EXPECT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
+        return Joined(LXReadAll<ILXBrowserId>(ids, 1));
+    }
+    std::string AskForSpecs() {
+        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
+        EXPECT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
+        return Joined(LXReadAll<ILXGlobalAttributeFormatSpec>(specs, 0));
+    }
+    std::string AskForPlanType() {
+        return m_cache->IsPlantype(m_server->DataObject("Document").Get()) == S_OK ? "plan" : "";
+    }
+
+protected:
+    static XLXComBSTR B(const char* text) { return XLXComBSTR(LXFromUtf8(text)); }
+    static std::string Joined(std::vector<std::string> texts) {
+        std::sort(texts.begin(), texts.end());
+        std::string all;
+        for (const std::string& text : texts) {
+            all += text + " ";
+        }
+        return all;
+    }
+    XLXComPtr<ILXParentChild> Relation() {
+        XLXComPtr<ILXParentChild> relation;
+        EXPECT_EQ(m_cache->GetSinglePCRelation(B("Equipment").Get(), B("Pump").Get(), nullptr, B("parts").Get(),
+                                               relation.Put()),
+                  S_OK);
+        return relation;
+    }
+
+    XLXComPtr<ILXAttribute> m_head;
+};
+
+void AddValve(XServerEdits edit, XSampleServer&) { edit.AddType("Valve", "Item"); }
+
+const XOvertaken Overtaken[] = {
+    {"Types", 15, "objects/x/0/2", "ILXConfigFactoryEx::GetTypeArrayEx", &OvertakenFetch::AskForType, AddValve,
+     "Valve"},
+    {"UnknownType", 15, nullptr, "ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", &OvertakenFetch::AskForType, AddValve,
+     "Valve"},
+    {"Values", 15, "properties/x/0/512", "ILXAttribute::GetProperties", &OvertakenFetch::AskForLabel,
+     [](XServerEdits edit, XSampleServer&) { edit.SetAttributeProperty("Pump", "Head", XProperty::Label, "new"); },
+     "new"},
+    {"Components", 0, "objects/x/0/512", "ILXType::GetTypeComponentData", &OvertakenFetch::AskForAttributes,
+     [](XServerEdits edit, XSampleServer&) {
+         edit.AddAttribute("Item", "Colour");
+         edit.AddAttribute("Pump", "Speed");
+         edit.SetAttributeProperty("Item", "Weight", XProperty::Label, "Mass");
+     },
+     "Colour Head Name Power Speed Weight Mass"},
+    {"Format", 15, nullptr, "ILXAttribute::GetFormat", &OvertakenFetch::AskForFormat,
+     [](XServerEdits edit, XSampleServer&) { edit.AddAttributeFormat("Pump", "Head", 9); }, "format"},
+    {"AttributeTypes", 15, "objects/x/0/1024", "ILXAttributeTypeEnum::RemNext", &OvertakenFetch::AskForAttributeTypes,
+     [](XServerEdits edit, XSampleServer&) { edit.AddAttributeType("Pump", "Head", "Yards"); }, "Feet Metres Yards "},
+    {"Relations", 15, "pc/x/0/4", "ILXConfigFactory::GetPCArray", &OvertakenFetch::AskForRelations,
+     [](XServerEdits edit, XSampleServer&) { edit.AddRelation("Equipment", "Document", "late"); }, "late parts "},
+    // The map stays fresh, the values do not.
+    {"RelationValues", 15, "pc/x/0/4", "ILXConfigFactory::GetPCArray", &OvertakenFetch::AskForRelationValue,
+     [](XServerEdits edit, XSampleServer& server) {
+         edit.SetRelationProperty("Equipment", "Pump", "parts", XProperty::NameShort, "new", XNotify::No);
+         server.SendNotification("properties/x/0/4");
+     },
+     "new"},
+    {"PCInfos", 15, "pc/x/0/4", "ILXPCInfo::GetProperties", &OvertakenFetch::AskForPCInfo,
+     [](XServerEdits edit, XSampleServer&) {
+         edit.SetPCInfoProperty("Equipment", "Pump", "parts", "Tree", XProperty::PCInfoLabel, "new");
+     },
+     "new"},
+    {"BrowserIds", 15, nullptr, "ILXBrowserId::GetProperties", &OvertakenFetch::AskForBrowserId,
+     [](XServerEdits edit, XSampleServer&) { edit.SetBrowserIdProperty("Tree", 1, "new"); }, "new "},
+    {"Specs", 15, nullptr, "ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", &OvertakenFetch::AskForSpecs,
+     [](XServerEdits edit, XSampleServer&) { edit.AddGlobalSpec("Late"); }, "Area Late Length "},
+    {"PlanTypes", 15, nullptr, "ILX_BaseDataObject::GetAttribute", &OvertakenFetch::AskForPlanType,
+     [](XServerEdits edit, XSampleServer&) {
+         edit.Change(
+             [](XServerModel& model) {
+                 model.objects.at(OLESTR("plan"))->attributes[OLESTR("configtypename")] = "Document";
+             },
+             "pc/x/0/4");
+     },
+     "plan"},
+};
+
+TEST_P(OvertakenFetch, IsNotKept) {
+    const auto& [row, onOtherThread] = GetParam();
+    ASSERT_EQ(Start(row.transferMode), S_OK);
+    m_head = Attribute("Pump", "Head");
+    if (row.stale != nullptr) { m_server->SendNotification(row.stale); }
+    EditInside(row.method, onOtherThread, [&] { row.edit(Edit(), *m_server); });
+    (this->*row.ask)(); // may be the answer from before or the new one
     ASSERT_TRUE(Happened());
-    EXPECT_EQ(LXRead(Type("Valve").Get(), 0), OLESTR("Valve"));
+    EXPECT_EQ((this->*row.ask)(), row.expected);
 }
 
-TEST_P(OvertakenFetch, TypeMapAtStartUp) {
-    EditInside("ILXConfigFactoryEx::GetTypeArrayEx", GetParam(), [&] {
-        Edit().AddType("Valve", "Item");
-        Edit().AddAttribute("Item", "Colour");
-        Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift");
-        Edit().SetTypeProperty("Pump", XProperty::TypeLabel, "New label");
-    });
-    ASSERT_EQ(Start(), S_OK);
-    ASSERT_TRUE(Happened());
-    EXPECT_EQ(LXRead(Type("Valve").Get(), 0), OLESTR("Valve"));
-    EXPECT_EQ(LXRead(Attribute("Pump", "Colour").Get(), 0), OLESTR("Colour"));
-    EXPECT_EQ(LXRead(Attribute("Pump", "Head").Get(), XProperty::Label), OLESTR("Lift"));
-    EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeLabel), OLESTR("New label"));
+INSTANTIATE_TEST_SUITE_P(By, OvertakenFetch, testing::Combine(testing::ValuesIn(Overtaken), testing::Bool()),
+                         [](const auto& test) {
+                             return std::string(std::get<0>(test.param).name) +
+                                    (std::get<1>(test.param) ? "OnAnotherThread" : "");
+                         });
+
+TEST_F(Races, AStartThatIsOvertaken) {
+    for (const bool onOtherThread : {false, true}) {
+        const std::string label = onOtherThread ? "other" : "same";
+        EditInside("ILXConfigFactoryEx::GetTypeArrayEx", onOtherThread, [&] {
+            Edit().AddType(label, "Item");
+            Edit().AddAttribute("Item", "Colour " + label);
+            Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, label);
+            Edit().SetTypeProperty("Pump", XProperty::TypeLabel, label);
+        });
+        ASSERT_EQ(Start(), S_OK);
+        ASSERT_TRUE(Happened());
+        EXPECT_EQ(LXNarrow(LXRead(Type(label.c_str()).Get(), 0)), label);
+        EXPECT_TRUE(Attribute("Pump", ("Colour " + label).c_str()));
+        EXPECT_EQ(LXNarrow(LXRead(Attribute("Pump", "Head").Get(), XProperty::Label)), label);
+        EXPECT_EQ(LXNarrow(LXRead(Type("Pump").Get(), XProperty::TypeLabel)), label);
+        Terminate();
+    }
 }
 
-TEST_P(OvertakenFetch, PropertyStore) {
-    ASSERT_EQ(Start(), S_OK);
-    const auto head = Attribute("Pump", "Head");
-    const auto set = [&](const char* text) { Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, text); };
-    set("first");
-    EditInside("ILXAttribute::GetProperties", GetParam(), [&] { set("second"); });
-    EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("first")); // the caller still gets the fetched answer
-    ASSERT_TRUE(Happened());
-    EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("second"));
-}
-
-TEST_P(OvertakenFetch, ComponentsOfATypeAndOfItsBase) {
-    ASSERT_EQ(Start(0), S_OK);
-    EditInside("ILXType::GetTypeComponentData", GetParam(), [&] {
-        Edit().AddAttribute("Item", "Colour");
-        Edit().AddAttribute("Pump", "Speed");
-        Edit().SetAttributeProperty("Item", "Weight", XProperty::Label, "Mass");
-    });
-    EXPECT_EQ(LXRead(Attribute("Pump", "Weight").Get(), 0), OLESTR("Weight"));
-    ASSERT_TRUE(Happened());
-    EXPECT_EQ(LXRead(Attribute("Pump", "Speed").Get(), 0), OLESTR("Speed"));
-    EXPECT_EQ(LXRead(Attribute("Pump", "Colour").Get(), 0), OLESTR("Colour"));
-    EXPECT_EQ(LXRead(Attribute("Pump", "Weight").Get(), XProperty::Label), OLESTR("Mass"));
-}
-
-TEST_P(OvertakenFetch, ValuesThatWaitInDeliveredRecords) {
+TEST_F(Races, ValuesThatWaitInDeliveredRecordsAreOvertaken) {
     ASSERT_EQ(Start(), S_OK); // delivered, but not parsed
     Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift");
     Edit().SetGroupProperty("Item", 1, XProperty::GroupLabel, "Chief");
@@ -127,54 +247,35 @@ TEST_P(OvertakenFetch, ValuesThatWaitInDeliveredRecords) {
     EXPECT_EQ(LXRead(Group("Item", 1).Get(), XProperty::GroupLabel), OLESTR("Chief"));
 }
 
-TEST_P(OvertakenFetch, FormatAndItsNegativeAnswer) {
+// Every fetch is overtaken: each reader gives up after a while, and gets an answer.
+TEST_F(Races, AFormatInAStormOfNotifications) {
     ASSERT_EQ(Start(), S_OK);
     const auto head = Attribute("Pump", "Head");
-    XLXComPtr<ILXFormat> format;
-    EditInside("ILXAttribute::GetFormat", GetParam(), [&] { Edit().AddAttributeFormat("Pump", "Head", 9); });
-    EXPECT_EQ(head->GetFormat(9, format.Put()), S_FALSE);
-    ASSERT_TRUE(Happened());
-    EXPECT_EQ(head->GetFormat(9, format.Put()), S_OK);
-}
-
-TEST_P(OvertakenFetch, AttributeTypes) {
-    ASSERT_EQ(Start(), S_OK);
-    const auto head = Attribute("Pump", "Head");
-    Edit().AddAttributeType("Pump", "Head", "Inches");
-    EditInside("ILXAttributeTypeEnum::RemNext", GetParam(), [&] { Edit().AddAttributeType("Pump", "Head", "Yards"); });
-    XLXComPtr<ILXAttributeTypeEnum> types;
-    EXPECT_EQ(head->GetAttributeTypeEnum(types.Put()), S_OK);
-    ASSERT_TRUE(Happened());
-    EXPECT_EQ(head->GetAttributeTypeEnum(types.Put()), S_OK);
-    EXPECT_EQ(LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName),
-              (std::vector<std::string>{"Feet", "Inches", "Metres", "Yards"}));
-}
-
-TEST_P(OvertakenFetch, NegativeTypeAnswer) {
-    ASSERT_EQ(Start(), S_OK);
-    EditInside("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", GetParam(), [&] { Edit().AddType("Valve", "Item"); });
-    XLXComPtr<ILXType> type;
-    const XLXComBSTR name(OLESTR("Valve"));
-    Factory()->GetType(name.Get(), nullptr, type.Put());
-    ASSERT_TRUE(Happened());
-    EXPECT_EQ(Factory()->GetType(name.Get(), nullptr, type.Put()), S_OK);
-}
-
-INSTANTIATE_TEST_SUITE_P(NotificationThread, OvertakenFetch, testing::Bool(),
-                         [](const auto& test) { return test.param ? "Other" : "Same"; });
-
-TEST_F(Races, ABaseThatIsInvalidatedWhileADerivedTypeMergesIt) {
-    ASSERT_EQ(Start(0), S_OK);
-    LXRead(Attribute("Item", "Name").Get(), 0);
-    // While the pump's own attributes are being fetched, the base changes and is completed on its own.
-    EditInside("ILXType::GetTypeComponentData", true, [&] {
-        Edit().AddAttribute("Item", "Colour");
-        EXPECT_EQ(LXRead(Attribute("Item", "Colour").Get(), 0), OLESTR("Colour"));
+    Calls().SetHook([&](const XServerCall& call) {
+        if (call.name == "ILXAttribute::GetFormat" && call.point == XCallPoint::Answer) {
+            m_server->SendNotification("objects/Pump/0/2048");
+        }
     });
-    LXRead(Attribute("Equipment", "Power").Get(), 0);
-    ASSERT_TRUE(Happened());
-    EXPECT_EQ(LXRead(Attribute("Equipment", "Colour").Get(), 0), OLESTR("Colour"));
-    EXPECT_EQ(LXRead(Attribute("Pump", "Colour").Get(), 0), OLESTR("Colour"));
+    const auto read = [&] {
+        const auto before = Calls().Of("ILXAttribute::GetFormat");
+        XLXComPtr<ILXFormat> format;
+        EXPECT_EQ(head->GetFormat(1, format.Put()), S_OK);
+        EXPECT_EQ(LXRead(format.Get(), 1), OLESTR("1"));
+        EXPECT_LE(Calls().Of("ILXAttribute::GetFormat") - before, 64u);
+    };
+    std::future<void> readers[4];
+    for (auto& reader : readers) {
+        reader = std::async(std::launch::async, read);
+    }
+    for (auto& reader : readers) {
+        reader.get();
+    }
+    Calls().SetHook({});
+    ExpectCalls(1, [&] {
+        XLXComPtr<ILXFormat> format;
+        head->GetFormat(1, format.Put());
+        head->GetFormat(1, format.Put());
+    });
 }
 
 TEST_F(Races, FirstQueriesOfSeveralKindsAtOnceFetchOncePerType) {
@@ -190,74 +291,4 @@ TEST_F(Races, FirstQueriesOfSeveralKindsAtOnceFetchOncePerType) {
     group.wait();
     again.wait();
     EXPECT_LE(Calls().Of("ILXType::GetTypeComponentData"), 4u); // Pump, its two bases, and the pump's groups
-}
-
-TEST_F(Races, ReadersGoOnWhileANotificationWaitsForAServerThatFetches) {
-    ASSERT_EQ(Start(0), S_OK);
-    LXRead(Type("Document").Get(), 0);
-    auto gate = Calls().PauseAt("ILXType::GetTypeComponentData");
-    auto fetch = std::async(std::launch::async, [&] { return Attribute("Pump", "Head"); });
-    gate.WaitUntilArrived();
-    EXPECT_EQ(Edit().SetAttributeProperty("Document", "Title", XProperty::Label, "Heading").result, S_OK);
-    EXPECT_EQ(LXRead(Type("Document").Get(), 0), OLESTR("Document"));
-    gate.Open();
-    EXPECT_EQ(LXRead(fetch.get().Get(), 0), OLESTR("Head"));
-}
-
-TEST_F(Races, TerminateWhileReadersAndNotificationsRun) {
-    ASSERT_EQ(Start(0), S_OK);
-    std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&, i] {
-            const XLXComBSTR name(OLESTR("Pump"));
-            for (int round = 0; !stop.load(); ++round) {
-                XLXComPtr<ILXType> type;
-                XLXComPtr<ILXAttributeEnum> attributes;
-                if (Factory()->GetType(name.Get(), nullptr, type.Put()) == S_OK) {
-                    type->GetAttributeEnum(attributes.Put());
-                }
-                if (i == 0) { Edit().SetAttributeProperty("Item", "Name", XProperty::Label, std::to_string(round)); }
-            }
-        });
-    }
-    for (int round = 0; round < 20; ++round) {
-        EXPECT_EQ(Client()->Terminate(), S_OK);
-        EXPECT_EQ(Start(0), S_OK);
-    }
-    stop.store(true);
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(LXRead(Attribute("Pump", "Head").Get(), 0), OLESTR("Head"));
-}
-
-TEST_F(Races, EveryReaderSeesAValueThatTheServerHadAndTheNewestInTheEnd) {
-    ASSERT_EQ(Start(1), S_OK);
-    std::atomic<int> newest{0};
-    std::atomic<bool> stop{false};
-    std::atomic<int> wrong{0};
-    Edit().SetAttributeProperty("Item", "Name", XProperty::Label, "0");
-    const auto name = Attribute("Pump", "Name");
-    std::vector<std::thread> readers;
-    for (int i = 0; i < 8; ++i) {
-        readers.emplace_back([&] {
-            while (!stop.load()) {
-                const int value = std::stoi(LXNarrow(LXRead(name.Get(), XProperty::Label)));
-                wrong += value > newest.load() + 1 ? 1 : 0;
-                const auto attribute = Attribute("Equipment", "Name");
-                wrong += std::stoi(LXNarrow(LXRead(attribute.Get(), XProperty::Label))) > newest.load() + 1 ? 1 : 0;
-            }
-        });
-    }
-    for (int value = 1; value <= 200; ++value) {
-        Edit().SetAttributeProperty("Item", "Name", XProperty::Label, std::to_string(value));
-        newest.store(value);
-        EXPECT_EQ(LXRead(name.Get(), XProperty::Label), XLXText(XLXFormat() << LONG{value}));
-    }
-    stop.store(true);
-    for (std::thread& reader : readers) {
-        reader.join();
-    }
-    EXPECT_EQ(wrong, 0);
 }

@@ -50,27 +50,6 @@ TEST_F(Startup, SeparateCallbackObjectPassesNotificationsOn) {
     CoUninitialize();
 }
 
-TEST_F(Startup, RefusesWrongArgumentsAndStaysUsable) {
-    const auto cut = [&](std::size_t count) {
-        std::vector<XLXComVariant> values = Arguments(15, false, false);
-        values.resize(count);
-        return values;
-    };
-    EXPECT_EQ(Initialize(cut(3)), E_INVALIDARG);
-    EXPECT_EQ(Initialize(cut(7)), E_INVALIDARG);
-    std::vector<XLXComVariant> noFactory = cut(4);
-    noFactory[0] = XLXComVariant::FromUnknown(m_server->DataUpdate().Get());
-    EXPECT_EQ(Initialize(std::move(noFactory)), E_NOINTERFACE);
-    EXPECT_EQ(Calls().Total(), 0u);
-    ASSERT_EQ(Initialize(cut(4)), S_OK);
-    LONG mode = 0;
-    EXPECT_EQ(m_cache->GetCFCDataTransferMode(&mode), S_OK);
-    EXPECT_EQ(mode, 1);
-    EXPECT_EQ(Initialize(cut(4)), S_OK); // already initialised: no effect
-    EXPECT_EQ(m_server->Clients().size(), 1u);
-    Terminate();
-}
-
 TEST_F(Startup, RefusalsNameTheValueAndWhatItShouldBe) {
     struct Refusal {
         std::size_t value;
@@ -190,18 +169,6 @@ TEST_F(Startup, FailedBulkReadIsReturnedAndRetriedByTheNextQuestion) {
         << LXNarrow(error.source);
     EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
     Terminate();
-}
-
-TEST_F(Startup, EveryReferenceIsGivenBack) {
-    ASSERT_EQ(Start(), S_OK);
-    XLXComPtr<ILXAttributeEnum> attributes;
-    const auto pump = Type("Pump");
-    ASSERT_EQ(pump->GetAttributeEnum(attributes.Put()), S_OK);
-    Attribute("Pump", "Head");
-    Terminate();
-    // Objects that the client still holds keep answering.
-    EXPECT_EQ(LXReadAll<ILXAttribute>(attributes, 0).size(), 4u);
-    EXPECT_EQ(LXRead(pump.Get(), XProperty::TypeName), OLESTR("Pump"));
 }
 
 TEST_F(Startup, EndsAndStartsAgain) {

@@ -129,24 +129,6 @@ TEST_F(Types, ServerFailuresReachTheCallerAndAreNotKept) {
     EXPECT_EQ(Find("Tank", type), S_OK);
 }
 
-TEST_F(Types, ATypeThatIsItsOwnBaseIsCachedWithoutOne) {
-    Edit().Change(
-        [](XServerModel& model) {
-            model.AddType("Loop").properties.Set(XProperty::BaseTypeName, "Loop");
-            model.AddType("A", "Item");
-            model.AddType("B", "A");
-            model.types.at(OLESTR("A"))->properties.Set(XProperty::BaseTypeName, "B");
-        },
-        "objects/Loop/0/2");
-    for (const char* name : {"Loop", "A", "B"}) {
-        XLXComPtr<ILXType> type;
-        ASSERT_EQ(Find(name, type), S_OK) << name;
-        XLXComPtr<ILXAttributeEnum> attributes;
-        EXPECT_EQ(type->GetAttributeEnum(attributes.Put()), S_FALSE) << name;
-    }
-    EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
-}
-
 // Whichever type is linked first, an old link that is yet to be replaced seems to close a circle with the new one.
 TEST_F(Types, BasesThatChangePlacesAreAllLinkedAnew) {
     Edit().Change(
@@ -184,38 +166,4 @@ TEST_F(Types, AddTypeWrapsTheServersNewType) {
     EXPECT_FALSE(added.As<ILXConfigObject>()); // a cached object, not the server's
     Calls().FailCall("ILXConfigFactory::AddType", E_ACCESSDENIED);
     EXPECT_EQ(Factory()->AddType(added.Put()), E_ACCESSDENIED);
-}
-
-TEST_F(Types, RefusedMethodsLeaveErrorInformationAlone) {
-    XLXComPtr<ICreateErrorInfo> mine;
-    ASSERT_EQ(CreateErrorInfo(mine.Put()), S_OK);
-    XLXComBSTR text(OLESTR("mine"));
-    mine->SetDescription(text.Get());
-    SetErrorInfo(0, mine.As<IErrorInfo>().Get());
-
-    const auto type = Type("Pump");
-    const auto factory = Factory();
-    LONG number = 0;
-    SAFEARRAY* array = nullptr;
-    XLXComPtr<ILXPage> page;
-    XLXComPtr<ILXAttribute> attribute;
-    XLXComPtr<ILXTypeEnum> types;
-    const HRESULT refused[] = {type->AddPage(page.Put()),
-                               type->RemovePage(nullptr, &number),
-                               type->AddAttribute(attribute.Put()),
-                               type->Copy(text.Get()),
-                               type->Gets(nullptr, &array),
-                               type->GetProperties(&array),
-                               type->GetTypeComponentData(15, &array),
-                               m_cache->GetTransientAttribute(attribute.Put()),
-                               factory->RemoveType(type.Get(), &number),
-                               factory->GetPlanTypeEnum(nullptr, types.Put()),
-                               factory->GetTypeArray(1, &array),
-                               factory->GetPCArray(&array),
-                               factory->DeleteDatabase(),
-                               factory->SetVersion(text.Get())};
-    for (const HRESULT result : refused) {
-        EXPECT_EQ(result, E_NOTIMPL);
-    }
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("mine"));
 }

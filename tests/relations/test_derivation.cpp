@@ -80,22 +80,3 @@ TEST_F(Derivation, FollowsWhatChanges) {
     EXPECT_EQ(m_cache->GetAllDerivedTypes(B("Node").Get(), &count, &texts), E_ACCESSDENIED);
     EXPECT_EQ(count, 0);
 }
-
-TEST_F(Derivation, CyclesAndMissingBasesEnd) {
-    Edit().Change(
-        [](XServerModel& model) {
-            model.AddType("Self").properties.Set(XProperty::BaseTypeName, "Self");
-            model.AddType("Orphan").properties.Set(XProperty::BaseTypeName, "Gone");
-            model.AddType("LoopA").properties.Set(XProperty::BaseTypeName, "LoopB");
-            model.AddType("LoopB").properties.Set(XProperty::BaseTypeName, "LoopA");
-        },
-        "objects/x/0/2");
-    EXPECT_EQ(Check("Self", {"Self"}), "1");
-    EXPECT_EQ(Derived("Self"), Names());
-    EXPECT_EQ(Check("Orphan", {"Gone", "Orphan"}), "11");
-    EXPECT_EQ(Derived("Gone"), Names()); // an unknown type
-    EXPECT_EQ(Derived("LoopB"), Names{"LoopA"});
-    EXPECT_EQ(Derived("LoopA"), Names()); // the link that closes the cycle was refused
-    EXPECT_EQ(List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B("LoopA").Get(), nullptr, 0, out); }),
-              Names());
-}

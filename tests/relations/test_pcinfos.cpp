@@ -75,24 +75,6 @@ TEST_F(PCInfos, ManyComeInBatches) {
     EXPECT_EQ(Calls().Of("ILXPCInfoEnum::RemNext"), 6u);
 }
 
-TEST_F(PCInfos, ANotificationOvertakesTheirLoad) {
-    const auto desks = Single("Node", "Desk", "nodes");
-    for (const char* dataId : {"pc/Node/0/4", "properties/Node/0/8"}) {
-        SCOPED_TRACE(dataId);
-        m_server->SendNotification("pc/Node/0/4");
-        Label(desks, "List");
-        m_server->SendNotification("pc/Node/0/4");
-        auto gate = Calls().PauseAt("ILXPCInfo::GetProperties", XCallPoint::Answer);
-        auto reader = std::async(std::launch::async, [&] { return Label(desks, "Tree"); });
-        gate.WaitUntilArrived();
-        Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Tree", XProperty::PCInfoLabel, dataId, XNotify::No);
-        EXPECT_EQ(m_server->SendNotification(dataId).result, S_OK); // the notification waits for no reader
-        gate.Open();
-        reader.get();
-        EXPECT_EQ(Label(desks, "Tree"), LXFromUtf8(dataId));
-    }
-}
-
 TEST(RelationObjects, ReloadTheirPCInfosAfterTermination) {
     const auto server = XSampleServer::Create(LXRelationModel());
     XLXComPtr<ILXParentChildEnum> relations;

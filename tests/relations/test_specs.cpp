@@ -134,20 +134,3 @@ TEST_F(Specs, BrowserIdsAreReadOnceAndKeepTheirPlace) {
     Edit().AddBrowserId("Late"); // known ids are read again, new ones are not looked for
     ExpectCalls(150, [&] { EXPECT_EQ(browsers().size(), 150u); });
 }
-
-TEST_F(Specs, EveryBrowserHasAPCInfoInBothGenerations) {
-    auto& manager = static_cast<XLXConfigFactoryCacheManager&>(*m_cache);
-    for (const bool newRelations : {false, true}) {
-        XLXComPtr<ILXPCInfo> info;
-        EXPECT_EQ(manager.InternalGetPCInfo(OLESTR("Tree"), info.Put(), newRelations), S_OK);
-        std::string values;
-        for (int i = 0; i < 10; ++i) {
-            values += LXNarrow(LXRead(info.Get(), i)) + "|";
-        }
-        EXPECT_EQ(values, newRelations ? "|Tree|0||1|1|1|0|0||" : "|Tree|0||1|1|0|0|0||");
-        XLXComPtr<ILXPCInfoEnum> infos;
-        EXPECT_EQ(manager.InternalGetPCInfoEnum(infos.Put(), newRelations), S_OK);
-        EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, 1), Names{"Tree"});
-        EXPECT_EQ(manager.InternalGetPCInfo(OLESTR("tree"), info.Put(), newRelations), S_FALSE);
-    }
-}

@@ -8,23 +8,6 @@
 namespace {
 class Kinds : public ObjectTest {};
 
-TEST_F(Kinds, GroupsAndSpecsCreateAndDeleteTheirFormats) {
-    XLXComPtr<ILXFormat> created;
-    XLXComPtr<ILXFormat> found;
-    const auto group = Of<ILXGroup>("group");
-    EXPECT_EQ(group->DeleteFormat(), S_OK);
-    EXPECT_EQ(group->GetFormat(found.Put()), S_FALSE);
-    EXPECT_EQ(group->CreateFormat(created.Put()), S_OK);
-    EXPECT_EQ(group->GetFormat(found.Put()), S_OK);
-    EXPECT_EQ(found, created);
-    const auto spec = Of<ILXGlobalAttributeFormatSpec>("global format spec");
-    EXPECT_EQ(spec->CreateFormat(7, created.Put()), S_OK);
-    EXPECT_EQ(spec->GetFormat(7, found.Put()), S_OK);
-    EXPECT_EQ(found, created);
-    EXPECT_EQ(spec->DeleteFormat(7), S_OK);
-    EXPECT_EQ(spec->GetFormat(7, found.Put()), S_FALSE);
-}
-
 TEST_F(Kinds, AttributeTypesAreAddedAndRemovedOnTheServerAlone) {
     const auto attribute = Of<ILXAttribute>("attribute");
     const auto listed = [&] {
@@ -41,20 +24,6 @@ TEST_F(Kinds, AttributeTypesAreAddedAndRemovedOnTheServerAlone) {
     EXPECT_EQ(attribute->RemoveAttributeType(added.Get(), &removed), S_OK);
     EXPECT_EQ(removed, 1);
     EXPECT_EQ(attribute->RemoveAttributeType(added.Get(), &removed), E_INVALIDARG); // the server's answer
-}
-
-TEST_F(Kinds, RelationsWithoutAServerObjectAnswerPCInfos) {
-    const XLXComBSTR browser(OLESTR("tree"));
-    XLXComPtr<ILXPCInfoEnum> infos;
-    XLXComPtr<ILXPCInfo> info;
-    const auto inherited = Of<ILXParentChild>("inherited relation");
-    const std::vector<std::string> both = {"List", "Tree"};
-    EXPECT_EQ(inherited->GetPCInfoEnum(infos.Put()), S_OK);
-    EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser), both);
-    EXPECT_EQ(inherited->GetPCInfo(browser.Get(), info.Put()), S_OK);
-    EXPECT_EQ(LXRead(info.Get(), XProperty::PCInfoBrowser), OLESTR("Tree"));
-    EXPECT_EQ(Of<ILXParentChild>("transient relation")->GetPCInfoEnum(infos.Put()), S_OK);
-    EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser), both);
 }
 
 TEST_F(Kinds, ATypesFaceForItsManagerLinksItsBase) {
@@ -122,20 +91,4 @@ TEST_F(Kinds, AManagerKeepsTheHostsTwoObjectsAndNoOther) {
     EXPECT_EQ(flags[1], 1);
 }
 
-TEST_F(Kinds, TheClassFactoryMakesManagersAndLocksTheModule) {
-    const auto factory = Of<IClassFactory>("class factory");
-    XLXComPtr<ILXConfigFactoryCache> made;
-    EXPECT_EQ(factory->CreateInstance(nullptr, LXIid<ILXConfigFactoryCache>(), made.PutVoid()), S_OK);
-    LONG valid = 0;
-    EXPECT_EQ(made->IsValid(&valid), S_OK);
-    EXPECT_EQ(valid, 1);
-    XLXComPtr<IUnknown> none(made);
-    EXPECT_EQ(factory->CreateInstance(made.Get(), IID_IUnknown, none.PutVoid()), CLASS_E_NOAGGREGATION);
-    EXPECT_FALSE(none);
-    const long locks = XModuleCount::Locks();
-    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-    EXPECT_EQ(XModuleCount::Locks(), locks + 1);
-    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
-    EXPECT_EQ(XModuleCount::Locks(), locks);
-}
 } // namespace

@@ -23,7 +23,6 @@ protected:
         throw std::logic_error(std::string(kind) + " is no configuration object");
     }
     void ExpectNotOffered(const char* kind, const std::string& interface_, const std::set<std::string>& methods);
-    template <class Enumerator, class Element> void ExpectWalk(const char* kind);
 };
 
 struct NotOffered {
@@ -199,43 +198,4 @@ TEST_F(Methods, EveryCallbackSaysWhoTheClientIs) {
     }
 }
 
-template <class Enumerator, class Element> void Methods::ExpectWalk(const char* kind) {
-    SCOPED_TRACE(kind);
-    const auto all = Of<Enumerator>(kind);
-    ASSERT_TRUE(all);
-    XLXComPtr<Element> first;
-    XLXComPtr<Element> second;
-    ULONG fetched = 0;
-    EXPECT_EQ(all->RemNext(1, first.Put(), &fetched), S_OK);
-    EXPECT_EQ(all->GetSingleNext(second.Put()), S_OK);
-    EXPECT_EQ(fetched, 1u);
-    EXPECT_NE(first, second);
-    EXPECT_EQ(all->Skip(1), S_FALSE); // there are two
-    EXPECT_EQ(all->Reset(), S_OK);
-    EXPECT_EQ(all->Skip(1), S_OK);
-    Element* rest[3] = {};
-    EXPECT_EQ(all->RemNext(3, rest, &fetched), S_FALSE);
-    EXPECT_EQ(fetched, 1u);
-    EXPECT_EQ(LXAttach(rest[0]), second);
-    EXPECT_EQ(rest[1], nullptr);
-    XLXComPtr<Enumerator> copy;
-    EXPECT_EQ(all->Clone(copy.Put()), E_NOTIMPL);
-    EXPECT_FALSE(copy);
-    const auto support = all.template As<ISupportErrorInfo>();
-    EXPECT_EQ(support->InterfaceSupportsErrorInfo(LXIid<Enumerator>()), S_OK);
-    EXPECT_EQ(support->InterfaceSupportsErrorInfo(LXIid<Element>()), S_FALSE);
-}
-
-TEST_F(Methods, EveryEnumeratorWalksItsSnapshot) {
-    ExpectWalk<ILXTypeEnum, ILXType>("enumerator of types");
-    ExpectWalk<ILXPageEnum, ILXPage>("enumerator of pages");
-    ExpectWalk<ILXGroupEnum, ILXGroup>("enumerator of groups");
-    ExpectWalk<ILXAttributeEnum, ILXAttribute>("enumerator of attributes");
-    ExpectWalk<ILXAttributeTypeEnum, ILXAttributeType>("enumerator of attribute types");
-    ExpectWalk<ILXConfObjEditorEnum, ILXConfObjEditor>("enumerator of editors");
-    ExpectWalk<ILXParentChildEnum, ILXParentChild>("enumerator of relations");
-    ExpectWalk<ILXPCInfoEnum, ILXPCInfo>("enumerator of PC infos");
-    ExpectWalk<ILXBrowserIdEnum, ILXBrowserId>("enumerator of browser ids");
-    ExpectWalk<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>("enumerator of global format specs");
-}
 } // namespace
