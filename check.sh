@@ -13,7 +13,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")" || exit 1
 
 readonly all_legs=(format rules linux-release linux-asan linux-tsan windows-release windows-clang linux-fuzz)
 # What another compiler may get wrong; with the DLLs, all that is built there.
-readonly clang_tests=(test_activated test_component test_frame test_sync test_transfer)
+readonly clang_tests=(test_activated test_frame test_sync test_transfer)
 readonly quick_legs=(format rules linux-debug)
 # The folders of src/, each of which uses only what stands before it.
 readonly layers="base support sync enum transfer cache typecache relations manager frame"

@@ -140,6 +140,16 @@ TEST_F(Components, ChildGroupsOfAGroupThatCannotSayItsNumber) {
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("accessing group property LXCFG_groupnumber failed"));
 }
 
+TEST_F(Components, ChildGroupsOfAGroupWhoseTypeIsGone) {
+    const auto group = Group("Item", 1);
+    Terminate();
+    m_cache.Reset();
+    XLXComPtr<ILXGroupEnum> groups;
+    EXPECT_EQ(group->GetChildGroupEnum(groups.Put()), E_POINTER);
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("owner type association not initialized"));
+    ASSERT_EQ(Start(), S_OK);
+}
+
 TEST_F(Components, EditorsByProgIdAndByBrowser) {
     const auto pump = Type("Pump");
     XLXComBSTR progId(OLESTR("E.Pump"));

@@ -29,6 +29,9 @@ protected:
 
 TEST_F(Objects, AnswerOneCallThenFromTheStore) {
     const auto format = Format(1);
+    XLXComVariant none;
+    EXPECT_EQ(Format(2)->GetProperty(60, none.Put()), E_INVALIDARG) << "before anything was read";
+    LXErrorInformation::Take();
     ExpectCalls(1, [&] { EXPECT_NE(LXRead(format.Get(), 0), OLESTR("<empty>")); });
     ExpectCalls(0, [&] { LXRead(format.Get(), 0); });
     XLXComVariant untouched = XLXComVariant::FromI4(5);

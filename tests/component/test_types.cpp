@@ -124,7 +124,9 @@ TEST_F(Types, ServerFailuresReachTheCallerAndAreNotKept) {
     XLXComPtr<ILXType> type;
     Edit().AddType("Tank", "Equipment", XNotify::No);
     Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", E_ACCESSDENIED);
-    EXPECT_EQ(Find("Tank", type), E_ACCESSDENIED);
+    ILXType* none = reinterpret_cast<ILXType*>(&none);
+    EXPECT_EQ(Factory()->GetType(XLXComBSTR(OLESTR("Tank")).Get(), nullptr, &none), E_ACCESSDENIED);
+    EXPECT_EQ(none, nullptr);
     EXPECT_TRUE(LXErrorInformation::Take().present);
     EXPECT_EQ(Find("Tank", type), S_OK);
 }
@@ -166,4 +168,20 @@ TEST_F(Types, AddTypeWrapsTheServersNewType) {
     EXPECT_FALSE(added.As<ILXConfigObject>()); // a cached object, not the server's
     Calls().FailCall("ILXConfigFactory::AddType", E_ACCESSDENIED);
     EXPECT_EQ(Factory()->AddType(added.Put()), E_ACCESSDENIED);
+}
+
+TEST_F(Types, ANotificationThatIsRepeatedIsHandledOnce) {
+    const auto head = Attribute("Pump", "Head");
+    const XLXComBSTR id(OLESTR("properties/x/0/512"));
+    const XLXComBSTR type(OLESTR("cfc_specific"));
+    const auto expectReads = [&](ULONG number, unsigned expected) {
+        const auto result =
+            m_cache.As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), type.Get(), 256, number, 0, nullptr);
+        EXPECT_EQ(result, S_OK);
+        ExpectCalls(expected, [&] { LXRead(head.Get(), XProperty::AttributeName); });
+    };
+    expectReads(1000, 1);
+    expectReads(1000, 0);
+    expectReads(1001, 1);
+    expectReads(1000, 1); // the last one is remembered
 }

@@ -161,6 +161,46 @@ TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken) {
     Terminate();
 }
 
+TEST_F(OddAnswers, ABaseMayBeGivenByItsIndexAlone) {
+    m_factory->types = [&](SAFEARRAY** out) {
+        std::vector<XILXAttributeData> attributes;
+        attributes.push_back(AttributeRecord(OLESTR("Name")));
+        XILXTypeMap map = GetMapFromArray(ItemArray(ServerItem(), std::move(attributes)));
+        XILXTypeData& derived = map.records[IndexOf(map, OLESTR("Derived"))];
+        derived.config.values = Values(28, 0, XLXComVariant::FromBstr(OLESTR("Derived")));
+        derived.baseIndex = static_cast<LONG>(IndexOf(map, OLESTR("Item")));
+        *out = GetArrayFromMap(std::move(map)).Detach();
+        return S_OK;
+    };
+    ASSERT_EQ(StartHostile(), S_OK);
+    AttributeOf(Named(OLESTR("Derived")), OLESTR("Name"));
+    Terminate();
+}
+
+/// Says that it has every interface, and gives none.
+class EmptyPromise final : public HostileObject<IUnknown> {
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** ppv) override {
+        *ppv = nullptr;
+        return S_OK;
+    }
+};
+
+TEST_F(OddAnswers, AnInterfaceThatIsPromisedAndNotGivenIsMissing) {
+    m_factory->types = [&](SAFEARRAY** out) {
+        *out = ItemArray(new EmptyPromise, {}).Detach();
+        return S_OK;
+    };
+    ASSERT_EQ(StartHostile(), S_OK);
+    const auto item = Named(OLESTR("Item"));
+    XLXComVariant value;
+    EXPECT_EQ(item->GetProperty(XProperty::TypeLabel, value.Put()), E_POINTER);
+    auto values = Arguments(15, false, false);
+    values[0] = XLXComVariant::FromUnknown(new EmptyPromise);
+    Terminate();
+    EXPECT_EQ(Initialize(std::move(values)), E_POINTER);
+}
+
 TEST_F(OddAnswers, AFailureIsNoEmptyAnswer) {
     ASSERT_EQ(Start(), S_OK);
     const auto item = Type("Item");
