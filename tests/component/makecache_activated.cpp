@@ -2,6 +2,7 @@
 //
 // Obtains the cache like a program: registers the module and activates the class.
 #include "cachefixture.h"
+#include "clientlife.h"
 #include "lxtestrunner.h"
 #include "modulefile.h"
 
@@ -36,51 +37,28 @@ const LXLiveCounter g_serverObjects("objects of the sample server",
                                     [] { return XSampleServer::LiveObjectsOfAllServers(); });
 } // namespace
 
-TEST(Activated, ObjectsKeepTheModuleAfterTheManagerIsGone) {
-    const ModuleFile module;
-    XLXComPtr<IUnknown> held;
-    {
-        const auto server = XSampleServer::Create(LXTestModel());
-        XLXComPtr<ILXConfigFactoryCache> cache = LXMakeCache();
-        XLXComVariant values[4];
-        values[0] = XLXComVariant::FromUnknown(server->ConfigFactory().Get());
-        values[3] = XLXComVariant::FromBool(true);
-        ASSERT_EQ(cache.As<IDPFObject>()->Initialize(4, &values[0].Get()), S_OK);
-        XLXComPtr<ILXTypeEnum> types;
-        ASSERT_EQ(cache.As<ILXConfigFactory>()->GetTypeEnum(nullptr, types.Put()), S_OK);
-        EXPECT_EQ(cache.As<IDPFObject>()->Terminate(), S_OK);
-        held = types;
-    }
-    EXPECT_EQ(module.CanUnloadNow(), S_FALSE);
-    held.Reset();
-    EXPECT_EQ(module.CanUnloadNow(), S_OK);
-}
+class Activated : public CacheTest {
+protected:
+    Activated() : CacheTest(LXLifeModel()) {}
+};
 
-TEST(Activated, ARelationOfAPlanTypeKeepsTheModuleAlone) {
+TEST_F(Activated, WhatIsHeldKeepsTheModuleAfterTheManagerIsGone) {
     const ModuleFile module;
-    XLXComPtr<ILXParentChild> held;
-    {
-        XServerModel model = LXTestModel();
-        model.AddObject("set", "PlanSet", "lumbrixtypeset").attributes = {{OLESTR("master"), 1}};
-        model.AddObject("plan", "Entry").attributes = {{OLESTR("configtypename"), "Pump"},
-                                                       {OLESTR("nameshort"), "pu"},
-                                                       {OLESTR("recursiv"), 1},
-                                                       {OLESTR("wscparent"), 0}};
-        model.AddChild("set", "lumbrixtype", "plan");
-        const auto server = XSampleServer::Create(std::move(model));
-        XLXComPtr<ILXConfigFactoryCache> cache = LXMakeCache();
-        XLXComVariant values[4];
-        values[0] = XLXComVariant::FromUnknown(server->ConfigFactory().Get());
-        values[1] = XLXComVariant::FromUnknown(server->Query().Get());
-        values[3] = XLXComVariant::FromBool(true);
-        ASSERT_EQ(cache.As<IDPFObject>()->Initialize(4, &values[0].Get()), S_OK);
-        XLXComPtr<ILXParentChildEnum> relations;
-        ASSERT_EQ(cache->GetPCEnum2(nullptr, XLXComBSTR(OLESTR("Pump")).Get(), nullptr, 2, relations.Put()), S_OK);
-        ASSERT_EQ(relations->GetSingleNext(held.Put()), S_OK);
-        EXPECT_EQ(cache.As<IDPFObject>()->Terminate(), S_OK);
-    }
+    ASSERT_EQ(Start(15, true), S_OK);
+    XLXComPtr<ILXTypeEnum> types;
+    XLXComPtr<ILXParentChildEnum> relations;
+    XLXComPtr<ILXParentChild> ofAPlanType;
+    ASSERT_EQ(Factory()->GetTypeEnum(nullptr, types.Put()), S_OK);
+    ASSERT_EQ(m_cache->GetPCEnum2(nullptr, XLXComBSTR(OLESTR("Pump")).Get(), nullptr, 2, relations.Put()), S_OK);
+    while (relations->GetSingleNext(ofAPlanType.Put()) == S_OK && ofAPlanType.As<ILXCallbackUpdate>()) {}
+    relations.Reset();
+    Terminate();
+    m_cache.Reset();
     EXPECT_EQ(module.CanUnloadNow(), S_FALSE);
-    EXPECT_EQ(LXRead(held.Get(), 1), OLESTR("Pump"));
-    held.Reset();
+    types.Reset();
+    ASSERT_TRUE(ofAPlanType);
+    EXPECT_EQ(module.CanUnloadNow(), S_FALSE) << "a relation of a plan type, of which nobody counts the references";
+    EXPECT_EQ(LXRead(ofAPlanType.Get(), XProperty::ParentName), OLESTR("Pump"));
+    ofAPlanType.Reset();
     EXPECT_EQ(module.CanUnloadNow(), S_OK);
 }

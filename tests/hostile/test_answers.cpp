@@ -332,20 +332,6 @@ TEST_F(OddAnswers, AnInitialisationThatIsRefusedLeavesTheLocksOn) {
     Terminate();
 }
 
-TEST_F(OddAnswers, ASecondInitialisationByAnotherServerIsInTheLogbook) {
-    ASSERT_EQ(Start(), S_OK);
-    const auto otherServer = XSampleServer::Create(LXTestModel());
-    const LogCapture log;
-    EXPECT_EQ(Start(), S_OK); // the same server again
-    EXPECT_TRUE(log.Entries().empty());
-    auto other = Arguments(15, false, false);
-    other[0] = XLXComVariant::FromUnknown(otherServer->ConfigFactory().Get());
-    EXPECT_EQ(Initialize(std::move(other)), S_OK);
-    ASSERT_EQ(log.Entries().size(), 1u);
-    EXPECT_NE(log.Entries()[0].text.find(OLESTR("initialised already, with another server")), XLXText::npos);
-    Terminate();
-}
-
 // ---- what a failing call stores
 
 /// A data object whose failing methods store something in their out arguments.

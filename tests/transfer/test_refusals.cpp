@@ -93,15 +93,3 @@ TEST(Refusals, TheLogbookSaysWhereInTheArray) {
     EXPECT_EQ(Logged("wrong safearray vartype", [&] { GetMapFromArray(std::move(numbers)); }),
               Entry("0 of 0 (header)", "wrong safearray vartype"));
 }
-
-TEST(Refusals, TheLogbookNamesTheTypeThatTheCallerKnows) {
-    EXPECT_EQ(Logged(WrongSize, [] { ReadAttributeList(Cut(Sample(EKind::AttributeList), 69), OLESTR("Pump")); }),
-              Entry("61 of 69 (attribute types, type 'Pump')", WrongSize));
-    EXPECT_EQ(Logged(WrongSize,
-                     [] {
-                         GetSingleTypedVecFromArray(Cut(Sample(EKind::RecordList), 3), {"editors", OLESTR("Pump")});
-                     }),
-              Entry("2 of 3 (editors, type 'Pump')", WrongSize));
-    EXPECT_EQ(Logged(WrongSize, [] { GetWrapperFromArray(Cut(Sample(EKind::TypeComponents), 4), OLESTR("Pump")); }),
-              Entry("4 of 4 (component flags, type 'Pump')", WrongSize));
-}

@@ -16,21 +16,6 @@ TEST_P(EveryKind, IsWrittenAsItWasRead) {
     EXPECT_EQ(Describe(ReadAndWrite(GetParam(), std::move(array))), expected);
 }
 
-TEST_P(EveryKind, KeepsTheVeryObjects) {
-    XLXSafeArray array = Sample(GetParam());
-    std::vector<IUnknown*> before;
-    for (ULONG i = 0; i < CountOf(array); ++i) {
-        const VARIANT& element = ElementOf(array, i);
-        before.push_back(V_VT(&element) == VT_UNKNOWN ? V_UNKNOWN(&element) : nullptr);
-    }
-    const XLXSafeArray again = ReadAndWrite(GetParam(), std::move(array));
-    ASSERT_EQ(CountOf(again), before.size());
-    for (ULONG i = 0; i < before.size(); ++i) {
-        const VARIANT& element = ElementOf(again, i);
-        EXPECT_EQ(V_VT(&element) == VT_UNKNOWN ? V_UNKNOWN(&element) : nullptr, before[i]) << i;
-    }
-}
-
 TEST_P(EveryKind, MayHaveAnyLowerBound) {
     const XLXSafeArray array = Sample(GetParam());
     using Limits = std::numeric_limits<LONG>;
@@ -55,23 +40,6 @@ TEST_P(EveryKind, MayBeFollowedByFurtherElements) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Transfer, EveryKind, testing::ValuesIn(AllKinds), testing::PrintToStringParamName());
-
-TEST(TypeArray, HasTheElementsOfTheDocumentedExample) {
-    XILXTypeMap types;
-    const ULONG part = IndexOf(types, OLESTR("Part"));
-    types.records[part].config = {NewObject(), Values(Text(OLESTR("Part")), XLXComVariant(), XLXComVariant())};
-    types.records[part].listed = types.records[part].searchable = true;
-
-    XILXTypeData& pump = types.records[IndexOf(types, OLESTR("Pump"))];
-    pump.config = {NewObject(), Values(Text(OLESTR("Pump")), XLXComVariant(), Text(OLESTR("Part")))};
-    std::vector<XILXConfigData> editors(1);
-    editors[0] = {NewObject(), Values(Text(OLESTR("tree")), Bool(true), Bool(false), Text(OLESTR("Pump.Editor")))};
-    pump.components.editors = GetArrayFromSingleTypedVec(std::move(editors));
-    pump.baseIndex = static_cast<LONG>(IndexOf(types, OLESTR("Part")));
-    pump.listed = true;
-
-    EXPECT_EQ(Describe(GetArrayFromMap(std::move(types))), Describe(Sample(EKind::TypeArray)));
-}
 
 TEST(TypeArray, GivesNamesRecordsAndUnparsedLists) {
     XLXSafeArray array = Sample(EKind::TypeArray);
@@ -199,19 +167,4 @@ TEST(Booleans, AreTrueWhenTheyAreNotZero) {
     EXPECT_TRUE(GetMapFromArray(std::move(array)).records.at(1).searchable);
 }
 
-TEST(AttributeList, WithoutTheFixedNumberOfValuesIsNotWritten) {
-    const auto write = [](std::size_t values, std::size_t typeValues) -> std::string {
-        std::vector<XILXAttributeData> list(1);
-        list[0].values = XLXVariantVector(values);
-        list[0].types.resize(1);
-        list[0].types[0].values = XLXVariantVector(typeValues);
-        try {
-            const XLXSafeArray array = GetArrayFromAttributeList(std::move(list));
-            return std::to_string(CountOf(array));
-        } catch (const XLXException& error) { return Narrow(error.Message()); }
-    };
-    EXPECT_EQ(write(60, 7), "70");
-    EXPECT_EQ(write(59, 7), "an attribute record has 60 values");
-    EXPECT_EQ(write(60, 8), "an attribute type record has 7 values");
-}
 } // namespace

@@ -28,20 +28,6 @@ void ExpectRow(const XVariantRow& row, const Expected& expected) {
     EXPECT_TRUE(row[expected.size()].Empty());
 }
 
-VARIANT g_elsewhere = {};
-
-/// A value that stands elsewhere: a row must not take it for something of its own.
-XLXComVariant Reference() {
-    XLXComVariant reference;
-    V_VT(&reference.Get()) = VT_BYREF | VT_VARIANT;
-    V_BYREF(&reference.Get()) = &g_elsewhere;
-    return reference;
-}
-
-void ExpectReference(const XLXVariantView& value) {
-    EXPECT_EQ(value.Type(), VT_BYREF | VT_VARIANT);
-    EXPECT_EQ(V_BYREF(&value.Get()), &g_elsewhere);
-}
 } // namespace
 
 // Every member keeps its value while others are filled, emptied and exchanged, also in rows so long that each member has
@@ -72,21 +58,6 @@ TEST(Rows, KeepTheirValuesWhateverIsExchanged) {
     }
 }
 
-TEST(Rows, KeepReferencesAsTheyStand) {
-    XLXVariantVector values;
-    values.push_back(Reference());
-    values.emplace_back();
-    XVariantRow row(std::move(values));
-    XLXComVariant reference = Reference();
-    row.Exchange(1, reference);
-    EXPECT_TRUE(reference.Empty());
-    ExpectReference(row[1]);
-    XLXComVariant text = XLXComVariant::FromBstr(OLESTR("text"));
-    row.Exchange(0, text);
-    ExpectReference(text);
-    EXPECT_EQ(row[0].AsText(), OLESTR("text"));
-}
-
 TEST(Rows, StayAsTheyAreWithoutMemory) {
     XVariantRow row = RowOf({1, std::nullopt, 3});
     const auto refuses = [&row](std::size_t member, XLXComVariant value, std::size_t failing) {
@@ -95,7 +66,5 @@ TEST(Rows, StayAsTheyAreWithoutMemory) {
         EXPECT_FALSE(value.Empty());
     };
     refuses(1, Number(2), 1);
-    refuses(1, Reference(), 2);
-    refuses(0, Reference(), 1);
     ExpectRow(row, {1, std::nullopt, 3});
 }

@@ -2,16 +2,9 @@
 #include "XArrayWriter.h"
 #include "XArrayReader.h"
 
-#include <limits>
-
 namespace XLXCFCDataTransfer {
 namespace {
-LONG CountOf(std::size_t size) {
-    if (size > static_cast<std::size_t>(std::numeric_limits<LONG>::max())) {
-        XLXError::Raise(E_INVALIDARG, OLESTR("too many elements for a transfer array"), TransferAt("ToSafeArray"));
-    }
-    return static_cast<LONG>(size);
-}
+LONG CountOf(std::size_t size) { return static_cast<LONG>(size); }
 
 void AddAll(XArrayWriter& to, std::span<XLXComVariant> values) {
     for (XLXComVariant& value : values) {
@@ -25,11 +18,6 @@ void AddAll(XArrayWriter& to, XVariantRow& values) {
         values.Exchange(i, value);
         to.Add(std::move(value));
     }
-}
-
-void AddFixed(XArrayWriter& to, XVariantRow& values, ULONG expected, XLXTextView message) {
-    if (values.size() != expected) { XLXError::Raise(E_INVALIDARG, message, TransferAt("GetArrayFromAttributeList")); }
-    AddAll(to, values);
 }
 } // namespace
 
@@ -91,10 +79,10 @@ void ToSafeArray(XArrayWriter& to, XILXTypeData record) {
 
 void ToSafeArray(XArrayWriter& to, XILXAttributeData record) {
     to.Put(record.object.Get());
-    AddFixed(to, record.values, AttributeValueCount, OLESTR("an attribute record has 60 values"));
+    AddAll(to, record.values);
     to.Put(CountOf(record.types.size()));
     for (XILXConfigData& type : record.types) {
-        AddFixed(to, type.values, AttributeTypeValueCount, OLESTR("an attribute type record has 7 values"));
+        AddAll(to, type.values);
         to.Put(type.object.Get());
     }
 }

@@ -3,7 +3,7 @@
 // The transfer arrays as servers make them: the counterparts of the readers in XCFCDataTransfer.h.
 //
 // Ownership  Every function moves values and objects out of the records that it is given. Results are the caller's.
-// Errors     E_OUTOFMEMORY, and E_INVALIDARG for what the format cannot carry, as an XLXException.
+// Errors     E_OUTOFMEMORY as an XLXException.
 #ifndef XTRANSFERWRITERS_H
 #define XTRANSFERWRITERS_H
 
@@ -17,7 +17,7 @@ XLXSafeArray GetArrayFromMap(XILXTypeMap types);
 XLXSafeArray GetArrayFromVec(std::vector<XILXPCData> relations);
 XLXSafeArray GetArrayFromWrapper(XILXTypeComp components);
 XLXSafeArray GetArrayFromSingleTypedVec(std::vector<XILXConfigData> records);
-/// Raises E_INVALIDARG for a record without exactly 60 values, or an attribute type of it without exactly 7.
+/// A record has 60 values, an attribute type of it 7.
 XLXSafeArray GetArrayFromAttributeList(std::vector<XILXAttributeData> attributes);
 } // namespace XLXCFCDataTransfer
 
