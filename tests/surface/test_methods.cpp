@@ -190,9 +190,8 @@ TEST_F(Methods, EveryCachedObjectIsACallback) {
 TEST_F(Methods, AttributeTypesAreAddedAndRemovedOnTheServerAlone) {
     const auto attribute = Of<ILXAttribute>("attribute");
     const auto listed = [&] {
-        XLXComPtr<ILXAttributeTypeEnum> types;
-        attribute->GetAttributeTypeEnum(types.Put());
-        return LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName);
+        return LXList<ILXAttributeType, ILXAttributeTypeEnum>(
+            XProperty::AttributeTypeName, [&](auto out) { return attribute->GetAttributeTypeEnum(out); });
     };
     const std::vector<std::string> cached = {"Big", "Small"};
     XLXComPtr<ILXAttributeType> added;
