@@ -24,7 +24,7 @@ static void PrintUnit(ILXAttribute* attribute) {
     VariantClear(&unit);
 }
 
-/* Edit of the sample server returns after its clients have answered the notification. Other servers may notify later. */
+/* The sample server's Edit returns after the clients have answered the notification. Other servers may notify later. */
 static void ChangeOnServer(ILXSampleServer* server) {
     BSTR outcome = nullptr;
     BSTR edit = SysAllocString(OLESTR(R"({"edit":"SetAttributeProperty","type":"Pump","name":"RatedHead",)")
