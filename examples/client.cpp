@@ -37,8 +37,7 @@ int main() {
     ILXAttribute* flow = nullptr;
     BSTR pumpName = SysAllocString(OLESTR("Pump")), flowName = SysAllocString(OLESTR("RatedFlow"));
     VARIANT unit = {};
-    Check(cache->QueryInterface(IID_PPV_ARGS(&types)),
-          "QueryInterface"); // the server's interface, answered from memory
+    Check(cache->QueryInterface(IID_PPV_ARGS(&types)), "QueryInterface"); // as with the server, from memory
     Check(types->GetType(pumpName, nullptr, &pump), "GetType");
     Check(pump->GetAttribute(flowName, &flow), "GetAttribute"); // includes inherited attributes
     Check(flow->GetProperty(4, &unit), "GetProperty");
