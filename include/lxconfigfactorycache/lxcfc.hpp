@@ -391,8 +391,8 @@ public:
                 m_elements.reserve(m_elements.size() * 2 + atOnce);
             }
             const HRESULT result = detail::Call("RemNext", [&] { return all.RemNext(atOnce, block, &fetched); });
-            for (ULONG i = 0; i < (std::min)(fetched, atOnce);
-                 ++i) { // cannot throw: reserved above, so no reference leaks
+            // Cannot throw, because the capacity is reserved: no reference leaks.
+            for (ULONG i = 0; i < (std::min)(fetched, atOnce); ++i) {
                 auto element = Ptr<typename T::Interface>::Take(block[i]);
                 if (element) { m_elements.emplace_back(std::move(element)); }
             }
@@ -927,8 +927,8 @@ public:
 /// Optional settings for the start of a cache.
 struct Options {
     Ptr<ILX_Query> query; ///< a query object of the server for the cache's exclusive use; needed for plan types
-    LONG bulk =
-        LXTM_ATTRIBUTES | LXTM_GROUPS | LXTM_PAGES | LXTM_EDITORS; ///< components to read with the types (LXTM_...)
+    /// The components to read with the types: bits of LXTransferMode.
+    LONG bulk = LXTM_ATTRIBUTES | LXTM_GROUPS | LXTM_PAGES | LXTM_EDITORS;
 };
 
 /// A cache in front of a server (client mode): starts and ends the component, and has the queries that only a cache

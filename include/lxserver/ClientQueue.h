@@ -45,9 +45,10 @@ public:
     using Answer = std::future<std::optional<HRESULT>>; ///< std::nullopt if the queue dropped the call
     using Clock = std::chrono::steady_clock;
 
-    static constexpr std::chrono::milliseconds SlowAnswer{
-        500};                                        ///< a client that takes longer is not waited for next time
-    static constexpr std::size_t MostWaiting = 1000; ///< queued calls; beyond that one call replaces them all
+    /// After a call that takes longer, the next one is not waited for.
+    static constexpr std::chrono::milliseconds SlowAnswer{500};
+    /// The longest queue. Beyond that one call replaces all queued ones.
+    static constexpr std::size_t MostWaiting = 1000;
 
     static std::shared_ptr<ClientQueue> Create(ILXCallbackUpdate* callback) {
         return std::shared_ptr<ClientQueue>(new ClientQueue(callback));

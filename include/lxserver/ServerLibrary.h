@@ -7,8 +7,8 @@
 //
 //     lxcfc verify-server --server ./libmyserver.so
 //
-// Use each macro at most once per library, outside of all namespaces. The library then exports these C functions, which a
-// server without the kit may export too:
+// Use each macro at most once per library, outside of all namespaces. The library then exports these C functions, which
+// a server without the kit may export too:
 //
 //     HRESULT LXConnectServer(REFIID iid, void** object)   creates the object for a client, as CreateInstance does
 //     LONG LXCountServerObjects()                          optional: the number of live objects

@@ -92,8 +92,8 @@ public:
 
 private:
     void Estimate(LONG mode, XJson& row) const {
-        std::size_t calls =
-            m_server.DataUpdate() ? 5 : 2; // plus one registration of the callback and two calls to enable it
+        // Two bulk reads; to register the callback takes three calls.
+        std::size_t calls = m_server.DataUpdate() ? 5 : 2;
         double time = MedianOf(m_report, "RegisterCallback") + 2 * MedianOf(m_report, "EnableAdvicesDataType") +
                       MedianOf(m_report, "GetTypeArrayEx mode " + std::to_string(mode)) +
                       MedianOf(m_report, "GetPCArray");

@@ -217,9 +217,8 @@ void LXVerifyParts(XVerification& verification) {
         if (!type) { continue; }
         PartVerifier(verification, *record, *type).VerifyAll();
         VerifyOthers(verification, *type, *record);
-        if (!record->head.Text(XProperty::BaseTypeName).empty()) {
-            continue;
-        } // a look-up may find a base type's attribute
+        // With base types, a look-up by name may find a base type's attribute.
+        if (!record->head.Text(XProperty::BaseTypeName).empty()) { continue; }
         for (const XReadRecord& attribute : PartsOf(record->components.attributes)) {
             VerifyAttributeTypes(verification, *type, attribute);
         }
