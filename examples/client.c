@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT
- * A client in C: reads the unit of an attribute, has the server change it, and reads it again. At the end it
- * asks for something wrong, and shows what the component says to that.
+ * A client in C: reads the unit of an attribute, changes it on the server, and reads it again. At the end it makes an
+ * invalid call and prints the component's error text.
  */
 #define COBJMACROS
 #include "minimal_server.h"
@@ -31,7 +31,7 @@ static void PrintUnit(ILXAttribute* attribute) {
     VariantClear(&unit);
 }
 
-/* The same for the cache and for the server, since both are config factories. */
+/* Works on the cache and on the server: both are config factories. */
 static ILXAttribute* FindRatedFlow(ILXConfigFactory* factory) {
     ILXType* pump = NULL;
     ILXAttribute* flow = NULL;
@@ -75,7 +75,7 @@ static void Use(IDPFObject* cache, ILXConfigFactory* server) {
     flow = FindRatedFlow(types);
     PrintUnit(flow);
     ChangeOnServer(server);
-    PrintUnit(flow); /* the object that we held all along: it reads again */
+    PrintUnit(flow); /* the same object now returns the new value */
     PrintErrorOf(flow);
     ILXAttribute_Release(flow);
     ILXConfigFactory_Release(types);

@@ -7,7 +7,7 @@
 #include <olectl.h>
 
 static void Check(HRESULT result, const char* what) {
-    if (result != S_OK) // S_FALSE: there is no such thing
+    if (result != S_OK) // S_FALSE: not found
     {
         std::printf("%s answered 0x%08X\n", what, static_cast<unsigned>(result));
         std::exit(1);
@@ -17,7 +17,7 @@ static void Check(HRESULT result, const char* what) {
 int main() {
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "CoInitializeEx");
 #ifndef _WIN32
-    Check(DllRegisterServer(), "DllRegisterServer"); // for this process; on Windows regsvr32 has done it
+    Check(DllRegisterServer(), "DllRegisterServer"); // for this process only; on Windows use regsvr32
 #endif
     ILXConfigFactory *server = nullptr, *types = nullptr;
     ILXDataUpdate* update = nullptr;
@@ -26,28 +26,27 @@ int main() {
     Check(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&cache)),
           "CoCreateInstance");
 
-    VARIANT values[4] = {}; // value 1, the server's query object, may be empty
+    VARIANT values[4] = {}; // value 1, the server's query object, is optional
     V_VT(&values[0]) = V_VT(&values[2]) = VT_UNKNOWN;
     V_UNKNOWN(&values[0]) = server;
     V_UNKNOWN(&values[2]) = update;
-    V_VT(&values[3]) = VT_BOOL; // no notifications? They are wanted.
+    V_VT(&values[3]) = VT_BOOL; // false: enable notifications
     Check(cache->Initialize(4, values), "Initialize");
 
     ILXType* pump = nullptr;
     ILXAttribute* flow = nullptr;
     BSTR pumpName = SysAllocString(OLESTR("Pump")), flowName = SysAllocString(OLESTR("RatedFlow"));
     VARIANT unit = {};
-    Check(cache->QueryInterface(IID_PPV_ARGS(&types)),
-          "QueryInterface"); // asked like the server, from memory
+    Check(cache->QueryInterface(IID_PPV_ARGS(&types)), "QueryInterface"); // as with the server, from memory
     Check(types->GetType(pumpName, nullptr, &pump), "GetType");
-    Check(pump->GetAttribute(flowName, &flow), "GetAttribute"); // inherited ones too
+    Check(pump->GetAttribute(flowName, &flow), "GetAttribute"); // includes inherited attributes
     Check(flow->GetProperty(4, &unit), "GetProperty");
     for (UINT i = 0; i < SysStringLen(V_BSTR(&unit)); ++i) {
         std::putchar(static_cast<char>(V_BSTR(&unit)[i]));
     }
     std::putchar('\n');
 
-    Check(cache->Terminate(), "Terminate"); // or the server's reference to the callback keeps the cache alive
+    Check(cache->Terminate(), "Terminate"); // required: the server's callback reference keeps the cache alive
     VariantClear(&unit);
     SysFreeString(pumpName);
     SysFreeString(flowName);

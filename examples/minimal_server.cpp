@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
-// A configuration server on the server kit: the configuration is described, and the kit makes of it everything that
-// clients ask for. It offers what the guide lists: all types in bulk, some, or one, and each as an object; components and
-// values; relations, browser ids and global format specs; and notifications of what clients, or the server itself,
-// change. As a shared library it is a server that lxcfc looks into and verifies.
+// A configuration server on the server kit. It describes a configuration, and the kit implements all interfaces from
+// the description: types in bulk or one by one, their components and values, relations, browser ids, global format
+// specs, and notifications of changes by clients or by the server. Built as a shared library, lxcfc can inspect and
+// verify it.
 #include "minimal_server.h"
 
 #include <lxserver/ServerLibrary.h>
 
 namespace {
-/// A type with a page and a group: unlike attributes these are not inherited, so that each type needs its own.
+/// Adds a type with a page and a group. Unlike attributes, these are not inherited, so each type needs its own.
 lx::TypeRecord& AddType(lx::Model& model, const lx::Text& name, const lx::Text& label, const lx::Text& base = {}) {
     lx::TypeRecord& type = model.AddType(name, base);
     type.Set(lx::TypeLabel, label);
@@ -25,7 +25,7 @@ void AddAttribute(lx::TypeRecord& type, const lx::Text& name, const lx::Text& un
     attribute.AddFormat(0).Set(lx::FormatPattern, OLESTR("0.0"));
 }
 
-/// Two types with an attribute each, an editor, and a relation: pumps may stand below parts.
+/// Two types with one attribute each, an editor, and a relation: a part may have pumps as children.
 lx::Model Describe() {
     lx::Model model;
     AddAttribute(AddType(model, OLESTR("Part"), OLESTR("Part")), OLESTR("Weight"), OLESTR("kg"));
@@ -41,8 +41,8 @@ lx::Model Describe() {
 
 std::shared_ptr<lx::ModelServer> MakeServer() { return std::make_shared<lx::ModelServer>(Describe()); }
 
-/// A change made in the server. What the function answers is notified when the change is in place; objects that clients
-/// hold then show it.
+/// Changes the configuration in the server. When the change is in place, Edit sends the notifications that the function
+/// returns. Objects that clients hold then return the new value.
 void ChangeUnit(lx::ModelServer& server, int number) {
     server.Edit([number](lx::Model& model) {
         const lx::Key flow = lx::Key::OfAttribute(OLESTR("Pump"), OLESTR("RatedFlow"));
@@ -53,7 +53,7 @@ void ChangeUnit(lx::ModelServer& server, int number) {
 } // namespace
 
 LX_SERVER_LIBRARY(MakeServer)
-LX_SERVER_LIBRARY_EDITS(MakeServer, ChangeUnit) // lxcfc verify-server changes the server so
+LX_SERVER_LIBRARY_EDITS(MakeServer, ChangeUnit) // lets lxcfc verify-server change the server
 
 HRESULT CreateMinimalServer(ILXConfigFactory** ppConfigFactory, ILXDataUpdate** ppDataUpdate) {
     const lx::Ref<lx::Connection> connection = lx::Connect(MakeServer());

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// A client of a server in another process, on Windows: takes the services from the sample server, puts the cache in
-// front of them, reads the unit of an attribute, has the server change it, and reads it again when the notification has
-// come. The sample server and the proxies must be registered (register.cmd).
+// A client of a server in another process, on Windows: gets the services of the sample server, puts the cache in front
+// of them, reads the unit of an attribute, makes the server change it, and reads it again after the notification. The
+// sample server and the proxies must be registered (register.cmd).
 #include <LXProperties.h>
 #include <LXSampleServer.h>
 
@@ -11,7 +11,7 @@
 #include <olectl.h>
 
 static void Check(HRESULT result, const char* what) {
-    if (result != S_OK) { // S_FALSE: there is no such thing
+    if (result != S_OK) { // S_FALSE: not found
         std::printf("%s answered 0x%08X\n", what, static_cast<unsigned>(result));
         std::exit(1);
     }
@@ -24,8 +24,7 @@ static void PrintUnit(ILXAttribute* attribute) {
     VariantClear(&unit);
 }
 
-/* The sample server waits for the answers of its clients before Edit returns; any other server notifies when it gets
-   round to it. */
+/* The sample server's Edit returns after the clients have answered the notification. Other servers may notify later. */
 static void ChangeOnServer(ILXSampleServer* server) {
     BSTR outcome = nullptr;
     BSTR edit = SysAllocString(OLESTR(R"({"edit":"SetAttributeProperty","type":"Pump","name":"RatedHead",)")
@@ -41,14 +40,14 @@ static void Initialize(IDPFObject* cache, IUnknown* factory, IUnknown* query, IU
     V_UNKNOWN(&values[0]) = factory;
     V_UNKNOWN(&values[1]) = query;
     V_UNKNOWN(&values[2]) = update;
-    V_VT(&values[3]) = V_VT(&values[4]) = VT_BOOL; // notifications are wanted, and no callback object of its own
+    V_VT(&values[3]) = V_VT(&values[4]) = VT_BOOL; // enable notifications; no separate callback object
     V_VT(&values[5]) = VT_I4;
-    V_I4(&values[5]) = 15; // everything in bulk: a call to another process takes its time
+    V_I4(&values[5]) = 15; // everything in bulk, because calls to another process are slow
     Check(cache->Initialize(6, values), "Initialize");
 }
 
 int main() {
-    // The server's proxies are called from any thread only where they were made in the multithreaded apartment.
+    // The cache calls the server's proxies from any thread. This works only for proxies of the multithreaded apartment.
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "CoInitializeEx");
     CLSID clsid = {};
     ILXSampleServer* server = nullptr;
@@ -74,7 +73,7 @@ int main() {
     PrintUnit(head);
 
     Check(cache->Terminate(), "Terminate");
-    Check(server->Stop(), "Stop"); // left alone it would end some seconds after its last client
+    Check(server->Stop(), "Stop"); // otherwise it ends some seconds after its last client
     SysFreeString(pumpName);
     SysFreeString(headName);
     head->Release();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Server mode: a server process puts the cache in front of its own objects, and lists what a type has and inherits.
-// Its host must serialise all calls: server mode turns the locks of all caches of the process off.
+// Server mode: a server process puts the cache in front of its own objects, and lists the attributes of a type,
+// including inherited ones. The host must serialise all calls, because server mode disables the locks of all caches in
+// the process.
 #include "minimal_server.h"
 
 #include <cstdio>
@@ -29,7 +30,7 @@ static void PrintAttributes(ILXConfigFactory* types, const OLECHAR* typeName) {
     ILXAttributeEnum* all = nullptr;
     BSTR name = SysAllocString(typeName);
     Check(types->GetType(name, nullptr, &type), "GetType");
-    Check(type->GetAttributeEnum(&all), "GetAttributeEnum"); // a snapshot: later changes do not touch it
+    Check(type->GetAttributeEnum(&all), "GetAttributeEnum"); // a snapshot: later changes do not affect it
     for (ILXAttribute* attribute = nullptr; all->GetSingleNext(&attribute) == S_OK;) {
         PrintProperty(attribute, 2, " in ");
         PrintProperty(attribute, 4, "\n");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A "window" that shows a value and is refreshed when the server changes it. It stands for any loop of events: the
-// function that is told of changes only marks the window as stale and wakes the loop, which reads again.
+// A "window" that shows a value and refreshes when the server changes it. It stands for any event loop: the change
+// function only marks the window as stale and wakes the loop, which then reads the value again.
 #include "minimal_server.h"
 
 #include <condition_variable>
@@ -10,17 +10,17 @@
 
 class Window {
 public:
-    /// Comes on the server's threads. (With a real window: PostMessage, unless one is on its way already.)
+    /// Called on the server's threads. (For a real window: PostMessage, unless a message is already queued.)
     void Invalidate() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_isStale = true;
         m_wake.notify_one();
     }
-    /// The next turn of the loop: waits until there is something to show, and reads it.
+    /// One turn of the loop: waits until the window is stale, then reads the value.
     void Show(const lxcfc::Attribute& attribute) {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_wake.wait(lock, [this] { return m_isStale; });
-        m_isStale = false; // before it reads: what changes meanwhile is shown in the next turn
+        m_isStale = false; // before reading: a change during the read causes another turn
         lock.unlock();
         std::cout << attribute.Text<std::string>(lx::Unit) << '\n';
     }
@@ -38,13 +38,13 @@ int main() {
         lxcfc::Ptr<ILXDataUpdate> update;
         lxcfc::Check(CreateMinimalServer(server.Put(), update.Put()), "CreateMinimalServer");
 
-        Window window; // before the cache, which ends first
+        Window window; // declared before the cache, so that the cache ends first
         const lxcfc::Cache cache(server, update, [&window](const lxcfc::Change& change) {
             if (change.Concerns(LXUM_TYPES | LXUM_ATTRIBUTES)) { window.Invalidate(); }
         });
-        const lxcfc::Attribute shown = cache.Type(L"Pump").Attribute(L"RatedFlow"); // held all along
+        const lxcfc::Attribute shown = cache.Type(L"Pump").Attribute(L"RatedFlow"); // kept across changes
         window.Show(shown);
-        // Somebody changes the configuration.
+        // Change the configuration on the server.
         lxcfc::ConfigFactory(server).Type(L"Pump").Attribute(L"RatedFlow").Set(lx::Unit, L"l/s");
         window.Show(shown);
         return 0;

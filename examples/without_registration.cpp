@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Activation without registration, on Windows: the program's manifest names the component's assembly, which lies beside
-// the program. Nothing is registered; the component, its type library and its proxies are found all the same.
+// Activation without registration, on Windows: the program's manifest names the component's assembly, which is
+// installed beside the program. COM finds the component, its type library and its proxies there, not in the registry.
 #include "minimal_server.h"
 
 #include <cstdio>
@@ -9,7 +9,7 @@
 #include <thread>
 
 static void Check(HRESULT result, const char* what) {
-    if (result != S_OK) { // S_FALSE: there is no such thing
+    if (result != S_OK) { // S_FALSE: not found
         std::printf("%s answered 0x%08X\n", what, static_cast<unsigned>(result));
         std::exit(1);
     }
@@ -62,7 +62,7 @@ static void UseTypeLibrary() {
     library->Release();
 }
 
-/* An object of another apartment is called through its proxy, as one of another process is. */
+/* Calls to an object in another apartment use a proxy, like calls to another process. */
 static void UseProxy(IStream* marshalled, const ILXConfigFactory* server) {
     ILXConfigFactory* proxy = nullptr;
     Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), "CoInitializeEx");

@@ -9,7 +9,7 @@
 // Ownership  The server owns its connection to the database, and a thread that watches the database.
 // Threading  Thread-safe. m_databaseMutex guards the connection, m_mutex the snapshot; neither is held while clients
 //            are notified.
-// Errors     OpenSqliteServer raises std::runtime_error if the file is not such a database. A later read that fails,
+// Errors     OpenSqliteServer throws std::runtime_error if the file is not such a database. A later read that fails,
 //            for example because of a lock, is retried; until then clients see the last snapshot.
 #ifndef SQLITESERVER_H
 #define SQLITESERVER_H

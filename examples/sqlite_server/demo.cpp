@@ -16,7 +16,7 @@ class Side {
 public:
     explicit Side(const std::string& path) : Side(lx::Connect(OpenSqliteServer(path))) {}
 
-    /// The unit of Pump/RatedFlow, as the cache has it.
+    /// The unit of Pump/RatedFlow, read through the cache.
     lxcfc::String Unit() const { return m_cache.Type("Pump").Attribute("RatedFlow").Text(lx::Unit); }
 
 private:

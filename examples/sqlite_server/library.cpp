@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The SQLite server as a shared library, over the database that the environment names:
+// The SQLite server as a shared library, over the database that an environment variable names:
 //
 //     LX_SQLITE_DATABASE=plant.db lxcfc types --server ./sqlite_server.so
 #include "SqliteServer.h"

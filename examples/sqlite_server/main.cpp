@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
-// lxsqliteserver: the SQLite server as a program of its own, for clients in other processes (Windows).
+// lxsqliteserver: the SQLite server as a program, for clients in other processes (Windows).
 //
 //     lxsqliteserver --database plant.db --register   COM starts it when a client asks for LXSqliteServer.Server
 //     lxsqliteserver --database plant.db              serves until it is stopped
 //     lxsqliteserver --database plant.db --sql "UPDATE attribute SET unit = 'l/s' WHERE name = 'RatedFlow'"
-//     lxsqliteserver --stop                           ends all that run
+//     lxsqliteserver --stop                           ends all running servers
 //     lxsqliteserver --unregister
 //
-// Started by COM it ends by itself some seconds after the last client. Exit status: 0 when all went well, 1 when not,
-// other values for wrong options.
+// If COM started it, it ends some seconds after its last client. Exit status: 0 on success, 1 on failure, other values
+// for invalid options.
 #include "SqliteServer.h"
 
 #include <lxserver/LocalServer.h>
@@ -32,7 +32,7 @@ struct Options {
     lx::LocalServer::Terms terms;
 };
 
-/// COM starts it with the same database, from any folder.
+/// The registry entries with which COM starts the program. Paths are absolute, because COM may use any working folder.
 lx::ClassRegistration Registration(const Options& options) {
     std::filesystem::path database = options.database;
     if (!database.empty()) { database = std::filesystem::absolute(database); }
@@ -57,7 +57,7 @@ void Serve(const Options& options) {
         lx::ServeConfiguration(server, ServerClass, options.terms, [&options] {
             std::puts("lxsqliteserver: ready");
             std::fflush(stdout);
-            if (!options.readyEvent.empty()) { // which is kept until the end
+            if (!options.readyEvent.empty()) { // the handle stays open until the program ends
                 SetEvent(CreateEventA(nullptr, TRUE, FALSE, options.readyEvent.c_str()));
             }
         });
@@ -74,7 +74,7 @@ void Run(const Options& options) {
     } else if (!options.sql.empty()) {
         Database(options.database).Run(options.sql);
     } else if (options.registers) {
-        OpenSqliteServer(options.database); // one that cannot be read is refused here, where somebody sees it
+        OpenSqliteServer(options.database); // report an unreadable database now, not when COM starts the program
         Check(lx::RegisterClassKeys(Registration(options)), "registering");
     } else {
         Serve(options);
@@ -86,7 +86,7 @@ int main(int argc, char** argv) {
     Options options;
     std::vector<char*> arguments(argv, argv + argc);
     options.terms.idleEnd =
-        std::erase_if(arguments, [](const char* argument) { // no option of the others' form
+        std::erase_if(arguments, [](const char* argument) { // COM's option, which the parser below does not accept
             return std::string_view(argument) == "-Embedding" || std::string_view(argument) == "/Embedding";
         }) > 0;
 

@@ -1,12 +1,13 @@
 -- SPDX-License-Identifier: MIT
 --
--- A configuration in tables. Edit it with any program; the servers over it notice.
+-- A configuration in tables. Any program may edit it; the servers over it detect changes.
 --
 --     UPDATE attribute SET unit = 'l/s' WHERE type = 'Pump' AND name = 'RatedFlow';
 --
--- A column is a property: the table "property" says which. A new column with a row there is delivered without a change
--- of the program; its declared type says as what: BOOLEAN, INTEGER, REAL or TEXT. Null is an empty value.
-PRAGMA journal_mode = WAL; -- servers read while others write
+-- A column is a property; the table "property" maps columns to property indexes. Servers also deliver a new column that
+-- has a row there. Its declared type (BOOLEAN, INTEGER, REAL or TEXT) is the type of its values. Null is an empty
+-- value.
+PRAGMA journal_mode = WAL; -- servers read while other programs write
 
 CREATE TABLE browser_id (
     name  TEXT PRIMARY KEY,
@@ -14,13 +15,13 @@ CREATE TABLE browser_id (
 );
 CREATE TABLE type (
     name        TEXT PRIMARY KEY,
-    base        TEXT,             -- null: a root
+    base        TEXT,             -- null: no base type
     label       TEXT    NOT NULL DEFAULT '',
     description TEXT    NOT NULL DEFAULT '',
     table_name  TEXT    NOT NULL DEFAULT '',
     icon        TEXT    NOT NULL DEFAULT '',
     searchable  BOOLEAN NOT NULL DEFAULT 1,
-    listed      BOOLEAN NOT NULL DEFAULT 1 -- named by the enumerations of types
+    listed      BOOLEAN NOT NULL DEFAULT 1 -- included in type enumerations
 );
 CREATE TABLE page (
     type   TEXT    NOT NULL,
@@ -32,7 +33,7 @@ CREATE TABLE attribute_group (
     type   TEXT    NOT NULL,
     number INTEGER NOT NULL,
     page   INTEGER NOT NULL DEFAULT 0,
-    parent INTEGER NOT NULL DEFAULT 0, -- the group that it lies in
+    parent INTEGER NOT NULL DEFAULT 0, -- the parent group; 0 for none
     label  TEXT    NOT NULL DEFAULT '',
     PRIMARY KEY (type, number)
 );
@@ -120,7 +121,7 @@ CREATE TABLE global_spec_format (
     PRIMARY KEY (spec, format_type)
 );
 
--- Which property a column is, by its index. The columns that elements are found by are not here.
+-- The property index of each column. Key columns are not listed.
 CREATE TABLE property (
     tbl TEXT    NOT NULL,
     col TEXT    NOT NULL,
@@ -148,8 +149,8 @@ INSERT INTO property (tbl, col, idx) VALUES
     ('global_spec', 'label', 2),
     ('global_spec_format', 'pattern', 2), ('global_spec_format', 'width', 10);
 
--- What was touched, in order: the table and the columns by which the element is found, in the order of the table's
--- primary key. Servers read on from the last row that they know; the newest 10,000 rows stay.
+-- The log of changes: the table, and the key columns of the changed element in the order of the table's primary key.
+-- Servers read the rows that are newer than the last one they have read. The newest 10,000 rows are kept.
 CREATE TABLE change (
     id   INTEGER PRIMARY KEY AUTOINCREMENT,
     tbl  TEXT NOT NULL,

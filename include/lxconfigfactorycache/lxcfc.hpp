@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: MIT
 //
-// The typed layer for clients: the cache and what it hands out as C++ objects. It stands on LXConfigFactoryCache.h and
-// needs C++17; nothing is linked but ole32 and oleaut32 (elsewhere than on Windows the platform's library).
+// The typed layer for clients: C++ classes for the cache and the objects that it returns. It is built on
+// LXConfigFactoryCache.h and needs C++17. Link ole32 and oleaut32 on Windows, the platform library elsewhere.
 //
 //     const lxcfc::Apartment apartment;
 //     const lxcfc::Cache cache(server, update);
 //     for (const auto& attribute : cache.Type(L"Pump").Attributes()) { Print(attribute.Text(lx::Unit)); }
 //
-// Ownership  An object here owns one reference; a copy of it is a second reference to the same object. What a call gives
-//            belongs to who called. A Cache owns the cache's life: its destructor ends it. Objects may outlive it and
-//            answer from what they have. The server gets no reference to an object of the caller's.
-// Threading  All questions may be asked from any thread, several at once, as of the interfaces below; one variable is
-//            for one thread at a time while it is assigned to. A Cache is constructed, moved and ended by one thread
-//            while no other uses that variable. The function that is told of changes (Changed) comes on the server's
-//            threads.
-// Errors     A failing call raises Error. An object that must be there and is not raises Error with NotFound; the
-//            look-ups named Find... give an empty object instead. Using an empty object raises Error with E_POINTER. Lack
-//            of memory is std::bad_alloc. Destructors raise nothing.
+// Ownership  Each object owns one COM reference; a copy adds a reference to the same COM object. The caller owns what a
+//            call returns. A Cache that started the component terminates it in its destructor. Other objects may
+//            outlive the Cache; they then answer from the data that they hold. The server never receives a reference to
+//            an object of the caller.
+// Threading  All queries may be made from any thread, concurrently, as on the interfaces below. Assigning to a variable
+//            needs exclusive access to that variable. So does constructing, moving or ending a Cache. The server calls
+//            the change function (Changed) on its own threads.
+// Errors     A failing call throws Error. A look-up that finds nothing throws Error with NotFound; look-ups named
+//            Find... return an empty object instead. Using an empty object throws Error with E_POINTER. Out of memory
+//            is std::bad_alloc. Destructors do not throw.
 #ifndef LXCFC_HPP
 #define LXCFC_HPP
 
@@ -42,21 +42,21 @@
 #include <vector>
 
 namespace lxcfc {
-/// A text as the interfaces have it: std::wstring on Windows, std::u16string elsewhere.
+/// The string type of the interfaces: std::wstring on Windows, std::u16string elsewhere.
 using String = std::basic_string<OLECHAR>;
 
 // ---- texts
 
 namespace detail {
-constexpr std::uint32_t Replacement = 0xFFFD; // stands for what is no character
-constexpr std::uint32_t Surrogates = 0xD800;  // high ones, from 0xDC00 low ones
+constexpr std::uint32_t Replacement = 0xFFFD; // replaces invalid input
+constexpr std::uint32_t Surrogates = 0xD800;  // first high surrogate; the low ones start at 0xDC00
 
-/// The text of anything that is one.
+/// A view of any type that converts to a string.
 inline std::string_view ViewOf(std::string_view text) { return text; }
 inline std::wstring_view ViewOf(std::wstring_view text) { return text; }
 inline std::u16string_view ViewOf(std::u16string_view text) { return text; }
 
-/// Takes the character at the front of a text that is not empty.
+/// Removes the first character from a text and returns it. The text must not be empty.
 template <class C> std::uint32_t TakeCharacter(std::basic_string_view<C>& text) {
     const auto unit = [&text](std::size_t i) {
         return i < text.size() ? static_cast<std::uint32_t>(static_cast<std::make_unsigned_t<C>>(text[i])) : 0;
@@ -98,7 +98,7 @@ template <class C> void AddCharacter(std::basic_string<C>& text, std::uint32_t c
     }
 }
 
-/// A text in another encoding; between types of one width as it is, whatever it has in it.
+/// Converts a text to another encoding. Between types of the same width it copies the units without checking them.
 template <class To, class C> To Recode(std::basic_string_view<C> text) {
     To encoded;
     encoded.reserve(text.size());
@@ -113,12 +113,13 @@ template <class To, class C> To Recode(std::basic_string_view<C> text) {
 }
 } // namespace detail
 
-/// A text in another encoding: std::string is UTF-8, the others UTF-16 or UTF-32 by the width of their characters. What
-/// is no character becomes U+FFFD.
-/// @param text  anything with which a std::string_view, std::wstring_view or std::u16string_view can be made
+/// Converts a text to another encoding: std::string is UTF-8, other types are UTF-16 or UTF-32, depending on the width
+/// of their characters. Invalid input becomes U+FFFD.
+/// @param text  anything that converts to std::string_view, std::wstring_view or std::u16string_view
 template <class To, class Text> To Encode(const Text& text) { return detail::Recode<To>(detail::ViewOf(text)); }
 
-/// Owns a BSTR. Names and keys are passed as one, which any text becomes; a std::string is UTF-8.
+/// Owns a BSTR. Functions take names and keys as Bstr, so that a string of any type may be passed; a std::string is
+/// UTF-8.
 class Bstr {
 public:
     Bstr() noexcept = default;
@@ -135,14 +136,14 @@ public:
     }
     ~Bstr() { SysFreeString(m_text); }
 
-    /// The BSTR, which stays this object's; null when there is none.
+    /// The BSTR, still owned by this object; may be null.
     BSTR Get() const noexcept { return m_text; }
-    /// Where a call puts a BSTR that this object is to own.
+    /// The address for an out parameter; this object owns the BSTR stored there. Frees the current one.
     BSTR* Put() noexcept {
         SysFreeString(std::exchange(m_text, nullptr));
         return &m_text;
     }
-    /// Gives the BSTR away.
+    /// Returns the BSTR and gives up its ownership.
     BSTR Detach() noexcept { return std::exchange(m_text, nullptr); }
     /// The text; empty when there is none.
     std::basic_string_view<OLECHAR> View() const noexcept {
@@ -156,24 +157,24 @@ private:
 
 // ---- errors and references
 
-/// The result of a look-up of something that must be there and is not.
+/// The result in the Error that a look-up throws when it finds nothing (ERROR_NOT_FOUND).
 constexpr HRESULT NotFound = static_cast<HRESULT>(0x80070490);
 
 /// A call that failed.
 class Error : public std::exception {
 public:
-    /// @param source  where it was noticed; may be empty
+    /// @param source  where the error was detected; may be empty
     Error(HRESULT result, String text, String source = {})
         : m_facts(std::make_shared<const Facts>(Facts{result, std::move(text), std::move(source)})) {}
-    /// Takes the calling thread's error information.
-    /// @param what  what was called: stands in where there is no information
+    /// Makes an Error from the calling thread's error information, which it consumes.
+    /// @param what  the call that failed; used as the text when there is no error information
     static Error OfThread(HRESULT result, const char* what);
 
     /// The failing HRESULT.
     HRESULT Result() const noexcept { return m_facts->result; }
-    /// What went wrong, as the error information says it.
+    /// The description from the error information.
     const String& Text() const noexcept { return m_facts->text; }
-    /// Where it was noticed, as the error information says it; empty when there is none.
+    /// The source from the error information: where the error was detected. May be empty.
     const String& Source() const noexcept { return m_facts->source; }
     /// Text, result and source in one line, in UTF-8.
     const char* what() const noexcept override { return m_facts->what.c_str(); }
@@ -193,9 +194,9 @@ private:
     std::shared_ptr<const Facts> m_facts; // shared, so that copies cannot fail
 };
 
-/// Raises Error, with the thread's error information, when a call of the caller's own failed.
-/// @param what  what was called
-/// @return      the result, which is a success
+/// Throws Error with the thread's error information if a result is a failure. For calls to the interfaces themselves.
+/// @param what  the call, for the error's text
+/// @return      the result, always a success code
 inline HRESULT Check(HRESULT result, const char* what) {
     if (FAILED(result)) { throw Error::OfThread(result, what); }
     return result;
@@ -204,12 +205,12 @@ inline HRESULT Check(HRESULT result, const char* what) {
 /// Owns one reference to an object with the interface I; may be empty.
 template <class I> class Ptr {
 public:
-    /// Shares the object: counts a reference.
+    /// Adds a reference to an object; null makes an empty Ptr.
     Ptr(I* object = nullptr) noexcept : m_object(object) {
         if (object != nullptr) { object->AddRef(); }
     }
-    /// Shares the object of another owner that has a Get(), such as lx::Ref of the server kit: of one object with
-    /// several interfaces each Ptr takes its own.
+    /// Adds a reference to the object of another smart pointer with a Get(), such as lx::Ref of the server kit. The
+    /// object may implement several interfaces; the Ptr takes the one that it is declared with.
     template <class Owner,
               class = std::enable_if_t<std::is_convertible_v<decltype(std::declval<const Owner&>().Get()), I*>>>
     Ptr(const Owner& owner) noexcept : Ptr(static_cast<I*>(owner.Get())) {}
@@ -222,7 +223,7 @@ public:
     ~Ptr() {
         if (m_object != nullptr) { m_object->Release(); }
     }
-    /// Takes over a reference that somebody has counted already.
+    /// Takes ownership of a reference without calling AddRef.
     static Ptr Take(I* object) noexcept {
         Ptr taken;
         taken.m_object = object;
@@ -233,14 +234,14 @@ public:
     I* operator->() const noexcept { return m_object; }
     I& operator*() const noexcept { return *m_object; }
     explicit operator bool() const noexcept { return m_object != nullptr; }
-    /// Where a call puts an object that this one is to own.
+    /// The address for an out parameter; this object owns the reference stored there. Releases the current one.
     I** Put() noexcept {
         *this = Ptr();
         return &m_object;
     }
-    /// Gives the reference away.
+    /// Returns the pointer and gives up the ownership of its reference.
     I* Detach() noexcept { return std::exchange(m_object, nullptr); }
-    /// The object by another of its interfaces; empty when it does not have it, or there is no object.
+    /// Another interface of the object; empty if the object does not implement it or this Ptr is empty.
     template <class J> Ptr<J> As() const noexcept {
         Ptr<J> other;
         if (m_object != nullptr) { m_object->QueryInterface(__uuidof(J), reinterpret_cast<void**>(other.Put())); }
@@ -268,9 +269,8 @@ inline Error Error::OfThread(HRESULT result, const char* what) {
 /// Owns a VARIANT: a property's value.
 class Value {
 public:
-    /// Empty.
     Value() noexcept { VariantInit(&m_value); }
-    /// A flag, or a number of at most 32 bits.
+    /// A boolean, or an integer of at most 32 bits.
     template <class T, std::enable_if_t<std::is_integral_v<T> && sizeof(T) <= sizeof(LONG), int> = 0>
     Value(T value) noexcept : Value() {
         if constexpr (std::is_same_v<T, bool>) {
@@ -301,26 +301,26 @@ public:
     }
     ~Value() { VariantClear(&m_value); }
 
-    /// Whether there is no value.
+    /// Whether the value is VT_EMPTY or VT_NULL.
     bool IsEmpty() const noexcept { return V_VT(&m_value) == VT_EMPTY || V_VT(&m_value) == VT_NULL; }
-    /// As a text, empty for no value. Numbers and flags as VariantChangeType writes them: on Windows the user's locale
-    /// chooses the decimal point, and true is "-1".
+    /// The value as text; "" if empty. VariantChangeType converts numbers and booleans: on Windows it uses the decimal
+    /// separator of the user's locale, and true becomes "-1". Throws Error if there is no conversion.
     template <class S = String> S Text() const { return TextOf<S>(IsEmpty() ? Value(OLESTR("")) : As(VT_BSTR)); }
-    /// As a number, 0 for no value. Raises Error for what is none (DISP_E_TYPEMISMATCH) or does not fit.
+    /// The value as an integer; 0 if empty. Throws Error if it is not a number (DISP_E_TYPEMISMATCH) or does not fit.
     LONG Number() const { return IsEmpty() ? 0 : V_I4(&*As(VT_I4)); }
-    /// As a real number, 0 for no value.
+    /// The value as a floating-point number; 0 if empty. Throws Error if there is no conversion.
     double Real() const { return IsEmpty() ? 0 : V_R8(&*As(VT_R8)); }
-    /// As a flag, false for no value.
+    /// The value as a boolean; false if empty. Throws Error if there is no conversion.
     bool Flag() const { return !IsEmpty() && V_BOOL(&*As(VT_BOOL)) != VARIANT_FALSE; }
-    /// The object by one of its interfaces; empty for anything else.
+    /// An interface of the object in the value; empty if there is no object or it does not implement the interface.
     template <class I> Ptr<I> Object() const noexcept {
         const bool isObject = V_VT(&m_value) == VT_UNKNOWN || V_VT(&m_value) == VT_DISPATCH;
         return isObject ? Ptr<IUnknown>(V_UNKNOWN(&m_value)).template As<I>() : Ptr<I>();
     }
-    /// The value itself.
+    /// The VARIANT, still owned by this object.
     const VARIANT& Get() const noexcept { return m_value; }
     const VARIANT& operator*() const noexcept { return m_value; }
-    /// Where a call puts a value that this object is to own.
+    /// The address for an out parameter; this object owns the value stored there. Clears the current one.
     VARIANT* Put() noexcept {
         VariantClear(&m_value);
         return &m_value;
@@ -344,13 +344,16 @@ private:
 // ---- calls
 
 namespace detail {
-/// Makes a call and raises its failure. Error information that an earlier call left does not count.
-/// @param ask  HRESULT ask()
+/// Makes a call and throws Error if it fails. Clears the thread's error information first, so that the Error does not
+/// report that of an earlier call.
+/// @param what  the call, for the error's text
+/// @param ask   HRESULT ask()
 template <class F> HRESULT Call(const char* what, F&& ask) {
     SetErrorInfo(0, nullptr);
     return Check(ask(), what);
 }
 
+/// The object of a Ptr; throws Error with E_POINTER if the Ptr is empty.
 template <class I> I& Must(const Ptr<I>& object) {
     if (!object) { throw Error(E_POINTER, OLESTR("the object is empty")); }
     return *object;
@@ -361,25 +364,24 @@ template <class I> I& Must(const Ptr<I>& object) {
 }
 [[noreturn]] inline void RaiseNotFound(const char* kind, int key) { RaiseNotFound(kind, Bstr(std::to_string(key))); }
 
-/// What a look-up found, which must be something.
+/// Returns the result of a look-up; throws Error with NotFound if it is empty.
 template <class T, class Key> T Must(T found, const char* kind, const Key& key) {
     if (!found) { RaiseNotFound(kind, key); }
     return found;
 }
 } // namespace detail
 
-/// What an enumeration had when it was asked for, as a range: its elements do not change, may be gone through any number
-/// of times, and stay when the type or the cache that they came from is let go.
+/// A snapshot of an enumeration, as a range. The set of elements does not change, can be iterated any number of times
+/// and outlives the type or cache that it came from.
 template <class T> class Range {
 public:
     using value_type = T;
     using const_iterator = typename std::vector<T>::const_iterator;
     using iterator = const_iterator;
 
-    /// No elements.
     Range() = default;
-    /// All elements from where an enumerator stands. It may give fewer than it is asked for at a time; it ends when it
-    /// says so (S_FALSE) or gives none.
+    /// Reads all elements from an enumerator's current position. RemNext may return fewer elements than requested; the
+    /// end is the first call that returns S_FALSE or no element.
     explicit Range(typename T::Enumerator& all) {
         constexpr ULONG atOnce = 64;
         for (;;) {
@@ -389,7 +391,8 @@ public:
                 m_elements.reserve(m_elements.size() * 2 + atOnce);
             }
             const HRESULT result = detail::Call("RemNext", [&] { return all.RemNext(atOnce, block, &fetched); });
-            for (ULONG i = 0; i < (std::min)(fetched, atOnce); ++i) { // there is room, so that none is lost
+            // Cannot throw, because the capacity is reserved: no reference leaks.
+            for (ULONG i = 0; i < (std::min)(fetched, atOnce); ++i) {
                 auto element = Ptr<typename T::Interface>::Take(block[i]);
                 if (element) { m_elements.emplace_back(std::move(element)); }
             }
@@ -408,7 +411,7 @@ private:
 };
 
 namespace detail {
-/// A look-up: what it finds; empty when there is nothing (S_FALSE).
+/// Calls a look-up method. Returns an empty object if it finds nothing (S_FALSE).
 template <class T, class I, class M, class... Arguments>
 T Find(const char* what, I& object, M method, Arguments... arguments) {
     Ptr<typename T::Interface> found;
@@ -416,7 +419,7 @@ T Find(const char* what, I& object, M method, Arguments... arguments) {
     return T(std::move(found));
 }
 
-/// An enumeration: its elements; none when there is nothing (S_FALSE).
+/// Calls a method that returns an enumerator, and reads all elements; none for S_FALSE.
 template <class T, class I, class M, class... Arguments>
 Range<T> List(const char* what, I& object, M method, Arguments... arguments) {
     Ptr<typename T::Enumerator> all;
@@ -427,23 +430,22 @@ Range<T> List(const char* what, I& object, M method, Arguments... arguments) {
 
 // ---- configuration objects
 
-/// What every configuration object has: properties, by index (lx::Unit and the like, LXProperties.h) or by name. It may
-/// be empty, as a Find... that found nothing gives it.
+/// Base of all configuration objects: access to properties by index (lx::Unit and so on, LXProperties.h) or by name. An
+/// object may be empty: a Find... function that finds nothing returns one.
 template <class I, class IEnumX = void> class ConfigObject {
 public:
     using Interface = I;
     using Enumerator = IEnumX;
 
-    /// Empty.
     ConfigObject() = default;
-    /// An object that the caller has, of the cache or of a server.
+    /// Wraps an object of the cache or of a server.
     explicit ConfigObject(Ptr<I> object) noexcept : m_object(std::move(object)) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(m_object); }
-    /// The interface itself, for what this layer does not have.
+    /// The interface, for methods that this layer does not wrap. Throws Error with E_POINTER if empty.
     I& Raw() const { return detail::Must(m_object); }
 
-    /// A property's value; empty when it has none.
+    /// The value of a property; may be empty.
     Value Get(int index) const {
         Value value;
         detail::Call("GetProperty", [&] { return Raw().GetProperty(index, value.Put()); });
@@ -454,21 +456,21 @@ public:
         detail::Call("Get", [&] { return Raw().Get(name.Get(), value.Put()); });
         return value;
     }
-    /// A property as a text: Text(lx::Unit) as String, Text<std::string>(lx::Unit) in UTF-8. Empty when it has no value.
+    /// A property as text; "" if it has no value. Text(lx::Unit) is a String, Text<std::string>(lx::Unit) is UTF-8.
     template <class S = String> S Text(int index) const { return Get(index).template Text<S>(); }
     template <class S = String> S Text(const Bstr& name) const { return Get(name).template Text<S>(); }
-    /// A property as a number; 0 when it has no value.
+    /// A property as an integer; 0 if it has no value.
     LONG Number(int index) const { return Get(index).Number(); }
     LONG Number(const Bstr& name) const { return Get(name).Number(); }
-    /// A property as a real number; 0 when it has no value.
+    /// A property as a floating-point number; 0 if it has no value.
     double Real(int index) const { return Get(index).Real(); }
     double Real(const Bstr& name) const { return Get(name).Real(); }
-    /// A property as a flag; false when it has no value.
+    /// A property as a boolean; false if it has no value.
     bool Flag(int index) const { return Get(index).Flag(); }
     bool Flag(const Bstr& name) const { return Get(name).Flag(); }
 
-    /// Sets a property. A server's object changes the configuration; a cached one only what it says itself, until the
-    /// next notification.
+    /// Sets a property. On a server's object this changes the configuration. On a cached object it changes the cached
+    /// value only, until the next notification that concerns it.
     void Set(int index, const Value& value) const {
         detail::Call("SetProperty", [&] { return Raw().SetProperty(index, value.Get()); });
     }
@@ -482,23 +484,23 @@ private:
 
 /// A page of a type's dialog.
 using Page = ConfigObject<ILXPage, ILXPageEnum>;
-/// How a value is shown.
+/// A display format of a value.
 using Format = ConfigObject<ILXFormat>;
-/// A value type of an attribute.
+/// A value type that an attribute allows.
 using AttributeType = ConfigObject<ILXAttributeType, ILXAttributeTypeEnum>;
-/// An editor that is registered for a type.
+/// An editor registered for a type.
 using Editor = ConfigObject<ILXConfObjEditor, ILXConfObjEditorEnum>;
-/// How one browser shows a relation.
+/// The display settings of a relation in one browser.
 using PCInfo = ConfigObject<ILXPCInfo, ILXPCInfoEnum>;
-/// A browser that the server knows.
+/// A browser known to the server.
 using BrowserId = ConfigObject<ILXBrowserId, ILXBrowserIdEnum>;
 
-/// What has formats by format type. Creating and deleting are done on the server.
+/// An object with one format per format type. CreateFormat and DeleteFormat change the server's configuration.
 template <class I, class IEnumX> class FormatOwner : public ConfigObject<I, IEnumX> {
 public:
     using ConfigObject<I, IEnumX>::ConfigObject;
 
-    /// The format of a format type.
+    /// The format for a format type. Throws Error with NotFound if there is none.
     lxcfc::Format Format(int formatType) const { return detail::Must(FindFormat(formatType), "format", formatType); }
     lxcfc::Format FindFormat(int formatType) const {
         return detail::Find<lxcfc::Format>("GetFormat", this->Raw(), &I::GetFormat, formatType);
@@ -511,7 +513,7 @@ public:
     }
 };
 
-/// Formats by format type that belong to no attribute.
+/// A global format spec: formats that do not belong to an attribute.
 using GlobalSpec = FormatOwner<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>;
 
 /// An attribute of a type.
@@ -519,7 +521,7 @@ class Attribute : public FormatOwner<ILXAttribute, ILXAttributeEnum> {
 public:
     using FormatOwner::FormatOwner;
 
-    /// Its value types, by name.
+    /// Its value types, sorted by name.
     Range<AttributeType> Types() const {
         return detail::List<AttributeType>("GetAttributeTypeEnum", Raw(), &ILXAttribute::GetAttributeTypeEnum);
     }
@@ -530,13 +532,13 @@ class Group : public ConfigObject<ILXGroup, ILXGroupEnum> {
 public:
     using ConfigObject::ConfigObject;
 
-    /// The groups that lie in it.
+    /// Its child groups.
     Range<Group> Children() const {
         return detail::List<Group>("GetChildGroupEnum", Raw(), &ILXGroup::GetChildGroupEnum);
     }
-    /// Its format; empty when it has none.
+    /// Its format; empty if it has none.
     Format FindFormat() const { return detail::Find<Format>("GetFormat", Raw(), &ILXGroup::GetFormat); }
-    /// Makes its format on the server.
+    /// Creates its format on the server.
     Format CreateFormat() const { return detail::Find<Format>("CreateFormat", Raw(), &ILXGroup::CreateFormat); }
     /// Deletes its format on the server.
     void DeleteFormat() const {
@@ -544,26 +546,26 @@ public:
     }
 };
 
-/// A relation: which type of object may stand below which, in which child list.
+/// A parent-child relation: objects of one type may be children of objects of another, in a given child list.
 class Relation : public ConfigObject<ILXParentChild, ILXParentChildEnum> {
 public:
     using ConfigObject::ConfigObject;
 
-    /// How browsers show it.
+    /// Its display settings, one per browser.
     Range<PCInfo> Infos() const { return detail::List<PCInfo>("GetPCInfoEnum", Raw(), &ILXParentChild::GetPCInfoEnum); }
-    /// How one browser shows it.
+    /// Its display settings in one browser. Throws Error with NotFound if there are none.
     PCInfo Info(const Bstr& browserId) const { return detail::Must(FindInfo(browserId), "PC info", browserId); }
     PCInfo FindInfo(const Bstr& browserId) const {
         return detail::Find<PCInfo>("GetPCInfo", Raw(), &ILXParentChild::GetPCInfo, browserId.Get());
     }
 };
 
-/// A type of the object model. Its attributes are its own and those of its base types.
+/// A type of the object model. Its attributes include those of its base types.
 class Type : public ConfigObject<ILXType, ILXTypeEnum> {
 public:
     using ConfigObject::ConfigObject;
 
-    /// All attributes, by name.
+    /// All attributes, sorted by name.
     Range<lxcfc::Attribute> Attributes() const {
         return detail::List<lxcfc::Attribute>("GetAttributeEnum", Raw(), &ILXType::GetAttributeEnum);
     }
@@ -571,24 +573,24 @@ public:
     Range<lxcfc::Attribute> AttributesOf(int group) const {
         return detail::List<lxcfc::Attribute>("GetGroupAttributeEnum", Raw(), &ILXType::GetGroupAttributeEnum, group);
     }
-    /// The attributes that a place shows.
+    /// The attributes shown in certain displays.
     /// @param displays  bits of LXDisplay; 0 for all attributes
     Range<lxcfc::Attribute> DisplayAttributes(LONG displays) const {
         return detail::List<lxcfc::Attribute>("GetDisplayAttributeEnum", Raw(), &ILXType::GetDisplayAttributeEnum,
                                               displays);
     }
-    /// The same of one group.
+    /// The same, limited to one group.
     Range<lxcfc::Attribute> DisplayAttributes(LONG displays, int group) const {
         return detail::List<lxcfc::Attribute>("GetDisplayGroupAttributeEnum", Raw(),
                                               &ILXType::GetDisplayGroupAttributeEnum, displays, group);
     }
-    /// The attribute of a name.
+    /// An attribute by name. Throws Error with NotFound if there is none.
     lxcfc::Attribute Attribute(const Bstr& name) const { return detail::Must(FindAttribute(name), "attribute", name); }
     lxcfc::Attribute FindAttribute(const Bstr& name) const {
         return detail::Find<lxcfc::Attribute>("GetAttribute", Raw(), &ILXType::GetAttribute, name.Get());
     }
 
-    /// The groups, by number.
+    /// The groups, sorted by number.
     Range<lxcfc::Group> Groups() const {
         return detail::List<lxcfc::Group>("GetGroupEnum", Raw(), &ILXType::GetGroupEnum);
     }
@@ -596,79 +598,78 @@ public:
     Range<lxcfc::Group> GroupsOf(int page) const {
         return detail::List<lxcfc::Group>("GetPageGroupEnum", Raw(), &ILXType::GetPageGroupEnum, page);
     }
-    /// The groups that lie in no other group. The server is asked each time.
+    /// The groups without a parent group. Each call asks the server.
     Range<lxcfc::Group> ToplevelGroups() const {
         return detail::List<lxcfc::Group>("GetToplevelGroupEnum", Raw(), &ILXType::GetToplevelGroupEnum);
     }
-    /// The same of one page.
+    /// The same, limited to one page.
     Range<lxcfc::Group> ToplevelGroupsOf(int page) const {
         return detail::List<lxcfc::Group>("GetPageToplevelGroupEnum", Raw(), &ILXType::GetPageToplevelGroupEnum, page);
     }
-    /// The group of a number.
+    /// A group by number. Throws Error with NotFound if there is none.
     lxcfc::Group Group(int number) const { return detail::Must(FindGroup(number), "group", number); }
     lxcfc::Group FindGroup(int number) const {
         return detail::Find<lxcfc::Group>("GetGroup", Raw(), &ILXType::GetGroup, number);
     }
 
-    /// The pages, by number.
+    /// The pages, sorted by number.
     Range<lxcfc::Page> Pages() const { return detail::List<lxcfc::Page>("GetPageEnum", Raw(), &ILXType::GetPageEnum); }
-    /// The page of a number.
+    /// A page by number. Throws Error with NotFound if there is none.
     lxcfc::Page Page(int number) const { return detail::Must(FindPage(number), "page", number); }
     lxcfc::Page FindPage(int number) const {
         return detail::Find<lxcfc::Page>("GetPage", Raw(), &ILXType::GetPage, number);
     }
 
-    /// The editors, by ProgId.
+    /// The editors, sorted by ProgID.
     Range<lxcfc::Editor> Editors() const {
         return detail::List<lxcfc::Editor>("GetConfObjEditorEnum", Raw(), &ILXType::GetConfObjEditorEnum);
     }
-    /// The editor of a ProgId.
+    /// An editor by ProgID. Throws Error with NotFound if there is none.
     lxcfc::Editor Editor(const Bstr& progId) const { return detail::Must(FindEditor(progId), "editor", progId); }
     lxcfc::Editor FindEditor(const Bstr& progId) const {
         return detail::Find<lxcfc::Editor>("GetConfObjEditor", Raw(), &ILXType::GetConfObjEditor, progId.Get(),
                                            BSTR(nullptr), BSTR(nullptr));
     }
-    /// The default editor of a browser; empty when there is none.
+    /// The default editor in a browser; empty if there is none.
     lxcfc::Editor FindDefaultEditor(const Bstr& browserId) const {
         return detail::Find<lxcfc::Editor>("GetDefaultEditor", Raw(), &ILXType::GetDefaultEditor, browserId.Get());
     }
-    /// The default editor of a browser for new objects; empty when there is none.
+    /// The default editor for new objects in a browser; empty if there is none.
     lxcfc::Editor FindDefaultNewEditor(const Bstr& browserId) const {
         return detail::Find<lxcfc::Editor>("GetDefaultNewEditor", Raw(), &ILXType::GetDefaultNewEditor,
                                            browserId.Get());
     }
 
-    /// The base type; empty when it has none. (Of the cache; a server need not have it.)
+    /// The base type; empty if there is none. The cache's types always provide it; a server's need not.
     Type FindBase() const { return Type(Get(lx::BaseType).Object<ILXType>()); }
 };
 
 // ---- the config factory
 
-/// A config factory: a server's own, or the cache that stands in for it.
+/// A config factory: that of a server or of a cache.
 class ConfigFactory {
 public:
-    /// Empty.
     ConfigFactory() = default;
     explicit ConfigFactory(Ptr<ILXConfigFactory> factory) noexcept : m_factory(std::move(factory)) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(m_factory); }
-    /// The interface itself, for what this layer does not have.
+    /// The interface, for methods that this layer does not wrap. Throws Error with E_POINTER if empty.
     ILXConfigFactory& Raw() const { return detail::Must(m_factory); }
 
-    /// All types that are listed.
+    /// All types that the factory lists.
     Range<lxcfc::Type> Types() const {
         return detail::List<lxcfc::Type>("GetTypeEnum", Raw(), &ILXConfigFactory::GetTypeEnum, BSTR(nullptr));
     }
-    /// Those that are searchable.
+    /// The searchable types.
     Range<lxcfc::Type> SearchableTypes() const {
         return detail::List<lxcfc::Type>("GetSearchableTypeEnum", Raw(), &ILXConfigFactory::GetSearchableTypeEnum);
     }
-    /// The type of a name.
+    /// A type by name. Throws Error with NotFound if there is none.
     lxcfc::Type Type(const Bstr& name) const { return detail::Must(FindType(name), "type", name); }
     lxcfc::Type FindType(const Bstr& name) const {
         return detail::Find<lxcfc::Type>("GetType", Raw(), &ILXConfigFactory::GetType, name.Get(), BSTR(nullptr));
     }
-    /// The relations of a parent type; all relations without a name.
+    /// The relations of a parent type, or all relations if no name is given.
     Range<lxcfc::Relation> Relations(const Bstr& parent = {}) const {
         return detail::List<lxcfc::Relation>("GetParentChildEnum", Raw(), &ILXConfigFactory::GetParentChildEnum,
                                              parent.Get(), BSTR(nullptr));
@@ -682,7 +683,7 @@ public:
         return detail::List<GlobalSpec>("GetAllGlobalAttributeFormatSpecs", Raw(),
                                         &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
     }
-    /// The version of the configuration. The server is asked each time.
+    /// The version of the configuration. Each call asks the server.
     String Version() const {
         Bstr version;
         detail::Call("GetVersion", [&] { return Raw().GetVersion(version.Put()); });
@@ -695,13 +696,13 @@ private:
 
 // ---- changes
 
-/// What a notification of the server says.
+/// The content of a notification from the server.
 struct Change {
     String dataId;   ///< kind/object/sub number/update mode
     String dataType; ///< "cfc_specific" for the configuration
-    ULONG id = 0;    ///< rises from one to the next
+    ULONG id = 0;    ///< increases with each notification
 
-    /// The update mode; -1 when the data id has none.
+    /// The update mode; -1 if the data id contains none.
     LONG Mode() const noexcept {
         std::size_t at = 0;
         for (int slashes = 0; slashes < 3; ++slashes) {
@@ -714,25 +715,25 @@ struct Change {
         }
         return mode;
     }
-    /// Whether it says that any of these may have changed.
+    /// Whether data of these kinds may have changed. True for an update mode below 1 and for LXUM_EVERYTHING.
     /// @param modes  bits of LXUpdateMode, such as LXUM_ATTRIBUTES
     bool Concerns(LONG modes) const noexcept { return Mode() < 1 || (Mode() & (modes | LXUM_EVERYTHING)) != 0; }
 };
 
-/// Is told of each change after the cache knows it: what it reads through the cache is the new state. It is called on
-/// the thread on which the server notifies; on several at once if the server does. The server may wait for it, so it
-/// does little: it marks a window as stale, or posts a message. It must not wait for the thread that ends the cache,
-/// which waits for it. What it raises ends here and is lost.
+/// Function that is called after the cache has processed a notification, so that reads through the cache return the new
+/// state. It runs on the server's notifying thread, concurrently if the server notifies from several threads. The
+/// server may wait for it, so it should return quickly: mark a window as stale, or post a message. It must not wait for
+/// the thread that ends the cache, because that thread waits for it. Exceptions that it throws are discarded.
 ///
-/// It is let go when the cache ends; a call that ends the cache itself lets it go when it returns.
+/// Ending the cache destroys the function. If the function itself ends the cache, it is destroyed after it returns.
 using Changed = std::function<void(const Change&)>;
 
 namespace detail {
-/// Stands between a server's notification service and the cache: to the cache it is the service, and to the server the
-/// callback. So a notification goes to the cache first, and to the caller's function when the cache has taken it.
+/// Proxy between a server's notification service and the cache. The cache sees it as the service, the server as the
+/// callback. It passes each notification to the cache first and then to the caller's function.
 ///
-/// It holds the server's service and the cache's callback until UnregisterCallback, which the cache calls in Terminate,
-/// and so makes no cycle that lasts. No lock is held while anything is called or let go.
+/// It references the server's service and the cache's callback until UnregisterCallback. The cache calls that in
+/// Terminate, which breaks the reference cycle. No lock is held during a call or a release.
 class Relay final : public ILXDataUpdate, public ILXCallbackUpdate {
 public:
     Relay(Ptr<ILXDataUpdate> server, Changed function)
@@ -740,14 +741,14 @@ public:
     Relay(const Relay&) = delete;
     Relay& operator=(const Relay&) = delete;
 
-    /// From here on the function is told. Nobody has read anything before.
+    /// Starts to pass changes to the function. Earlier ones need not be passed: no client has read anything yet.
     void Open() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_isOpen = true;
     }
-    /// The function is not called any more, nor under way when this returns, but for a call that this one comes from.
+    /// Stops calling the function and waits for calls in progress. A call on this same thread is not waited for.
     void Close() noexcept {
-        std::shared_ptr<const Changed> function; // let go with no lock held
+        std::shared_ptr<const Changed> function; // destroyed after unlocking
         std::unique_lock<std::mutex> lock(m_mutex);
         m_isOpen = false;
         function.swap(m_function);
@@ -789,7 +790,7 @@ public:
     HRESULT STDMETHODCALLTYPE UnregisterCallback(LONG client) override {
         const HRESULT result = Pass(m_server, [&](auto& server) { return server.UnregisterCallback(client); });
         Replace(m_cache, nullptr);
-        Replace(m_server, nullptr); // which may keep its callback for longer
+        Replace(m_server, nullptr); // breaks the cycle even if the server keeps its callback
         return result;
     }
     HRESULT STDMETHODCALLTYPE EnableAdvicesDataObject(LONG client, BSTR dataId, BSTR dataType, LONG enable,
@@ -849,13 +850,13 @@ private:
     ~Relay() = default;
 
     template <class I> void Replace(Ptr<I>& ours, std::common_type_t<I*> object) {
-        Ptr<I> other(object); // what was there is let go with no lock held
+        Ptr<I> other(object); // releases the previous object after the lock
         const std::lock_guard<std::mutex> lock(m_mutex);
         std::swap(ours, other);
     }
-    /// Calls one of the two sides. Who calls when the callback was unregistered is told that nobody is there.
+    /// Calls the server or the cache. Returns RPC_E_DISCONNECTED once the callback has been unregistered.
     template <class I, class F> HRESULT Pass(const Ptr<I>& ours, F&& call) {
-        const Ptr<Relay> self(this); // the call may end the cache, and the server let go meanwhile
+        const Ptr<Relay> self(this); // the call may release the last other reference
         std::unique_lock<std::mutex> lock(m_mutex);
         const Ptr<I> other = ours;
         lock.unlock();
@@ -870,10 +871,10 @@ private:
             if (!m_isOpen) { return; }
             m_inside.push_back(std::this_thread::get_id());
             isInside = true;
-            const std::shared_ptr<const Changed> function = m_function; // let go before the call counts as over
+            const std::shared_ptr<const Changed> function = m_function; // destroyed before Close stops waiting
             lock.unlock();
             (*function)(change);
-        } catch (...) {} // the caller's; a server must not see it
+        } catch (...) {} // exceptions of the caller's function must not reach the server
         if (!isInside) { return; }
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_inside.erase(std::find(m_inside.begin(), m_inside.end(), std::this_thread::get_id()));
@@ -881,16 +882,16 @@ private:
     }
 
     std::atomic<ULONG> m_references{0};
-    std::mutex m_mutex; // guards the following
+    std::mutex m_mutex; // guards the members below
     std::condition_variable m_left;
     Ptr<ILXDataUpdate> m_server;
-    Ptr<ILXCallbackUpdate> m_cache; // its callback
+    Ptr<ILXCallbackUpdate> m_cache; // the cache's callback
     std::shared_ptr<const Changed> m_function;
-    std::vector<std::thread::id> m_inside; // of the function
+    std::vector<std::thread::id> m_inside; // threads that are inside the function
     bool m_isOpen = false;
 };
 
-/// A cache of its own.
+/// Creates an instance of the component.
 inline Ptr<ILXConfigFactoryCache> CreateCache() {
     Ptr<ILXConfigFactoryCache> cache;
     const auto create = [&cache] {
@@ -898,7 +899,7 @@ inline Ptr<ILXConfigFactoryCache> CreateCache() {
                                 __uuidof(ILXConfigFactoryCache), reinterpret_cast<void**>(cache.Put()));
     };
 #ifndef _WIN32
-    // There is no registry: each process registers the component for itself.
+    // There is no registry, so each process registers the component itself.
     if (create() == REGDB_E_CLASSNOTREG) {
         HMODULE const module = LoadLibraryW(OLESTR("LXConfigFactoryCache32.so"));
         const FARPROC enter = module != nullptr ? GetProcAddress(module, "DllRegisterServer") : nullptr;
@@ -912,8 +913,9 @@ inline Ptr<ILXConfigFactoryCache> CreateCache() {
 
 // ---- the cache
 
-/// Enters the multithreaded apartment for the calling thread, which must leave it last: an object of this class stands
-/// before all others. Raises Error with RPC_E_CHANGED_MODE in a thread that is in another apartment already.
+/// Enters the multithreaded apartment on the calling thread and leaves it in the destructor. Declare it before all COM
+/// objects, so that it is destroyed last. Throws Error with RPC_E_CHANGED_MODE if the thread is already in a
+/// single-threaded apartment.
 class Apartment {
 public:
     Apartment() { Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "CoInitializeEx"); }
@@ -922,31 +924,34 @@ public:
     Apartment& operator=(const Apartment&) = delete;
 };
 
-/// What a start of the cache may be given besides.
+/// Optional settings for the start of a cache.
 struct Options {
-    Ptr<ILX_Query> query; ///< of the server, for the cache alone; without it there are no plan types
-    LONG bulk = LXTM_ATTRIBUTES | LXTM_GROUPS | LXTM_PAGES | LXTM_EDITORS; ///< what comes with the types at the start
+    Ptr<ILX_Query> query; ///< a query object of the server for the cache's exclusive use; needed for plan types
+    /// The components to read with the types: bits of LXTransferMode.
+    LONG bulk = LXTM_ATTRIBUTES | LXTM_GROUPS | LXTM_PAGES | LXTM_EDITORS;
 };
 
-/// A cache in front of a server, from its start to its end (client mode), and the questions that only a cache answers.
+/// A cache in front of a server (client mode): starts and ends the component, and has the queries that only a cache
+/// answers.
 class Cache : public ConfigFactory {
 public:
-    /// Empty.
     Cache() = default;
-    /// Starts a cache: it registers for notifications and reads all types. When that fails nothing of it is left.
-    /// One object with all services (lx::Connect of the server kit gives such) is passed for each: Cache(server, server).
+    /// Starts a cache: registers for notifications and reads all types. If that fails, it throws Error and undoes
+    /// everything. An object with all services (such as that of lx::Connect of the server kit) is passed twice:
+    /// Cache(server, server).
     /// @param server   the server's config factory
-    /// @param update   its notification service; without it nothing that was read is ever read again
-    /// @param changed  is told of changes from here on, until End; may be empty
+    /// @param update   its notification service; if empty, cached data is never refreshed
+    /// @param changed  called for each change until End; may be empty
+    /// @param options  further settings
     explicit Cache(const Ptr<ILXConfigFactory>& server, Ptr<ILXDataUpdate> update = {}, Changed changed = {},
                    const Options& options = {})
         : Cache(detail::CreateCache()) {
-        m_lifetime = m_cache.As<IDPFObject>(); // from here on the destructor ends it, if this raises too
+        m_lifetime = m_cache.As<IDPFObject>(); // the destructor terminates it, also if this constructor throws
         if (update && changed) {
             m_relay = Ptr<detail::Relay>(new detail::Relay(std::move(update), std::move(changed)));
             update = Ptr<ILXDataUpdate>(m_relay.Get());
         }
-        VARIANT values[6] = {}; // they borrow what is in them
+        VARIANT values[6] = {}; // not owning
         IUnknown* const services[] = {server.Get(), options.query.Get(), update.Get()};
         for (int i = 0; i < 3; ++i) {
             V_VT(&values[i]) = VT_UNKNOWN;
@@ -960,7 +965,7 @@ public:
         detail::Call("IDPFObject::Initialize", [&] { return detail::Must(m_lifetime).Initialize(6, values); });
         if (m_relay) { m_relay->Open(); }
     }
-    /// Uses a cache that somebody else has initialised, and ends.
+    /// Uses a component that other code initialises and terminates.
     explicit Cache(Ptr<ILXConfigFactoryCache> cache)
         : ConfigFactory(cache.As<ILXConfigFactory>()), m_cache(std::move(cache)) {}
     Cache(Cache&& other) noexcept = default;
@@ -976,8 +981,8 @@ public:
     }
     ~Cache() { End(); }
 
-    /// Ends the cache; it is empty then. The function that is told of changes is neither called nor under way any more,
-    /// unless this is called from it, and is let go. A failure of the server's is in the logbook.
+    /// Ends the cache and leaves this object empty. When it returns, the change function no longer runs, except for the
+    /// call that End itself is made from. Errors of the server are written to the logbook.
     void End() noexcept {
         if (m_relay) { m_relay->Close(); }
         if (m_lifetime) { m_lifetime->Terminate(); }
@@ -987,10 +992,11 @@ public:
         ConfigFactory::operator=(ConfigFactory());
     }
 
-    /// The interface itself, for what this layer does not have. (Raw() is its config factory.)
+    /// The cache's interface, for methods that this layer does not wrap. (Raw() is its config factory.)
     ILXConfigFactoryCache& RawCache() const { return detail::Must(m_cache); }
 
-    /// The type of a data object. The object is asked for its type's name each time.
+    /// The type of a data object. Each call asks the object for the name of its type. Throws Error with NotFound if the
+    /// cache has no such type.
     lxcfc::Type TypeOf(ILX_BaseDataObject* object) const {
         lxcfc::Type found = FindTypeOf(object);
         if (!found) {
@@ -1009,27 +1015,29 @@ public:
         return detail::Call("IsPlantype", [&] { return RawCache().IsPlantype(object); }) == S_OK;
     }
 
-    /// The relations of a parent type that a filter lets through (LXPCFilter), of one browser when one is named.
+    /// The relations of a parent type that pass a filter.
+    /// @param filter     bits of LXPCFilter
+    /// @param browserId  limits the result to one browser; may be empty
     Range<lxcfc::Relation> FilteredRelations(const Bstr& parent, LONG filter, const Bstr& browserId = {}) const {
         return detail::List<lxcfc::Relation>("GetPCEnum2", RawCache(), &ILXConfigFactoryCache::GetPCEnum2,
                                              static_cast<ILX_BaseDataObject*>(nullptr), parent.Get(), browserId.Get(),
                                              filter);
     }
-    /// The same with the relations of its base types.
+    /// The same, including the relations of the base types.
     Range<lxcfc::Relation> AllRelations(const Bstr& parent, LONG filter = LXPCF_NONE,
                                         const Bstr& browserId = {}) const {
         return detail::List<lxcfc::Relation>("GetPCEnumAll", RawCache(), &ILXConfigFactoryCache::GetPCEnumAll,
                                              static_cast<ILX_BaseDataObject*>(nullptr), parent.Get(), browserId.Get(),
                                              filter);
     }
-    /// The relation between two types in a child list; empty when there is none.
+    /// The relation between two types in a child list; empty if there is none.
     lxcfc::Relation FindRelation(const Bstr& parent, const Bstr& child, const Bstr& childList) const {
         return detail::Find<lxcfc::Relation>("GetSinglePCRelation", RawCache(),
                                              &ILXConfigFactoryCache::GetSinglePCRelation, parent.Get(), child.Get(),
                                              BSTR(nullptr), childList.Get());
     }
 
-    /// Whether a type is, or derives from, another one.
+    /// Whether a type is the base type or derives from it.
     bool DerivesFrom(const Bstr& type, const Bstr& base) const {
         LONG answer = 0;
         BSTR bases[] = {base.Get()};
@@ -1054,8 +1062,8 @@ public:
 
 private:
     Ptr<ILXConfigFactoryCache> m_cache;
-    Ptr<IDPFObject> m_lifetime; // of a cache that this one ends
-    Ptr<detail::Relay> m_relay; // when somebody is told of changes
+    Ptr<IDPFObject> m_lifetime; // empty if other code terminates the cache
+    Ptr<detail::Relay> m_relay; // empty without a change function
 };
 } // namespace lxcfc
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// The bulk arrays of a model: all types or some, the components of one, all relations.
+// The bulk arrays of a model: all or some types, the components of one type, all relations.
 //
-// Ownership  A writer refers to the server and the model that it is made with. Results are the caller's.
-// Threading  For one thread at a time.
+// Ownership  A writer references the server and the model passed to its constructor; both must outlive it. The caller
+//            owns the returned arrays and destroys them with SafeArrayDestroy.
+// Threading  Not thread-safe: one thread at a time.
 // Errors     std::bad_alloc.
 #ifndef LXSERVER_BULKARRAYS_H
 #define LXSERVER_BULKARRAYS_H
@@ -13,24 +14,24 @@
 #include <set>
 
 namespace lx {
-/// How the arrays are laid out, of whatever model.
-/// @tparam Source  gives the elements and what is written of them; types, components and relations are of its own
-///                 kinds:
-///     Pages, Groups, Editors, Attributes (type)    the type's own ones
-///     Types(attribute)                             an attribute's types
+/// The layout of the arrays, for any representation of a model.
+/// @tparam Source  access to the model. It defines its own classes for types, components and relations, and has:
+///     Pages, Groups, Editors, Attributes (type)    the type's own components, without inherited ones
+///     Types(attribute)                             the attribute types of an attribute
 ///     ObjectOf(type), ObjectOf(relation), ObjectOf(type, component), ObjectOf(type, attribute, attribute type)
 ///                                                  the server's object, or null
-///     Count(element), Values(array, element)       how many values there are; appends them
+///     Count(element), Values(array, element)       the number of values; appends the values
 ///     NameOf, BaseOf, IsListed, IsSearchable (type), Has(name)
-///     CarriesEmptyLists                            whether a kind that was asked for and of which there are none has
-///                                                  an empty list, so that nobody asks again
+///     CarriesEmptyLists                            true: write an empty list for a requested kind without elements,
+///                                                  so that the client does not ask for it again
 template <class Source> class BulkLayout {
 public:
-    /// @param mode  bits of LXTransferMode; below 1 none
+    /// @param mode  bits of LXTransferMode; values below 1 mean no components
     BulkLayout(const Source& source, LONG mode) : m_source(source), m_mode(mode > 0 ? mode : 0) {}
 
-    /// Null when there are none. The array names the types' bases too, so that each has an index.
-    /// @param types  pointers to them
+    /// Returns null if there are no types. The array also contains the names of the base types, so that each has an
+    /// index.
+    /// @param types  pointers to the types
     template <class Pointers> SAFEARRAY* TypeArray(const Pointers& types) {
         if (types.empty()) { return nullptr; }
         Indexes indexes;
@@ -57,7 +58,7 @@ public:
         AppendComponents(array, type);
         return array.Detach();
     }
-    /// Null when there are none.
+    /// Returns null if there are no relations.
     template <class Relations> SAFEARRAY* RelationArray(const Relations& relations) {
         if (relations.empty()) { return nullptr; }
         FlatArray array;
@@ -69,13 +70,14 @@ public:
         }
         return array.Detach();
     }
-    /// Whether a type's array has a list of a kind.
+    /// Whether the array of a type contains a list of a kind.
+    /// @param bit  the kind: one bit of LXTransferMode
     template <class List> bool Carries(LONG bit, const List& list) const {
         return (m_mode & bit) != 0 && (Source::CarriesEmptyLists || !list.empty());
     }
 
 private:
-    // Headers of the arrays: how the content is ordered, and what it is of.
+    // Headers of the arrays: the container, and the kind of its records.
     static constexpr LONG Map = 1;
     static constexpr LONG Vector = 2;
     static constexpr LONG SingleRecord = 4;
@@ -97,7 +99,7 @@ private:
         to.Flag(m_source.IsListed(type));
         to.Flag(m_source.IsSearchable(type));
     }
-    /// Three flags and the lists that there are, then the same for attributes.
+    /// Writes three flags and the lists that they announce, then the flag and the list of attributes.
     template <class Type> void AppendComponents(FlatArray& to, const Type& type) {
         to.Count(Carries(LXTM_PAGES, m_source.Pages(type)) ? 1 : 0);
         to.Count(Carries(LXTM_GROUPS, m_source.Groups(type)) ? 1 : 0);
@@ -124,14 +126,14 @@ private:
         }
         to.SubArray(list);
     }
-    /// A record of the server's object and its values.
+    /// Writes a record: the server's object, the number of values, the values.
     template <class Element> void AppendConfig(FlatArray& to, Ref<IUnknown> object, const Element& element) {
         to.Object(std::move(object));
         to.Number(m_source.Count(element));
         m_source.Values(to, element);
     }
-    /// An attribute is its object and its values, without their number; then its attribute types, each with its values
-    /// first.
+    /// Writes an attribute: its object and its values, without their number; then its attribute types. In these the
+    /// values precede the object.
     template <class Type, class Attribute>
     void AppendAttribute(FlatArray& to, const Type& type, const Attribute& attribute) {
         to.Object(m_source.ObjectOf(type, attribute));
@@ -148,7 +150,7 @@ private:
     const LONG m_mode;
 };
 
-/// The elements of a model, with objects of the kit.
+/// A Source over a Model. Its objects are those of ConfigObjects.h.
 class ModelSource {
 public:
     static constexpr bool CarriesEmptyLists = true;
@@ -220,13 +222,13 @@ private:
 
 class BulkWriter {
 public:
-    /// @param mode  bits of LXTransferMode; below 1 none
+    /// @param mode  bits of LXTransferMode; values below 1 mean no components
     BulkWriter(const ServerPtr& server, const Model& model, LONG mode)
         : m_model(model), m_source(server, model), m_layout(m_source, mode) {}
     BulkWriter(const BulkWriter&) = delete;
     BulkWriter& operator=(const BulkWriter&) = delete;
 
-    /// The types of those names, null when the model has none of them.
+    /// The types with the given names; unknown names are skipped. Returns null if none is known.
     SAFEARRAY* Types(const std::set<Text>& names) {
         std::vector<const TypeRecord*> types;
         for (const Text& name : names) {
@@ -235,7 +237,7 @@ public:
         return m_layout.TypeArray(types);
     }
     SAFEARRAY* Components(const TypeRecord& type) { return m_layout.ComponentArray(type); }
-    /// Null when there are none.
+    /// Returns null if there are no relations.
     SAFEARRAY* Relations() { return m_layout.RelationArray(m_model.relations); }
 
 private:

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Bulk arrays that are built once for a state of the configuration, and copies of them for who asks: many clients that
-// start at once, or read again what a notification made stale, cost one array.
+// A store that builds each bulk array once per state of the configuration and returns copies. So an array is built once
+// for many clients that start at the same time or re-read after a notification.
 //
-// Ownership  A store owns its arrays. Copies are the caller's.
-// Threading  Everything may be called from any thread. Who asks for what is just being built waits for it; nobody else
-//            does. No lock is held while an array is copied, which only reads it.
-// Errors     std::bad_alloc, and what a build raises.
+// Ownership  The store owns its arrays; the caller owns the copies.
+// Threading  Thread-safe. A caller waits only while the array that it requests is being built. No lock is held while an
+//            array is copied.
+// Errors     std::bad_alloc, and exceptions of the build function.
 #ifndef LXSERVER_BULKSTORE_H
 #define LXSERVER_BULKSTORE_H
 
@@ -21,16 +21,16 @@
 #include <utility>
 
 namespace lx {
-/// Only for arrays without objects: a copy has the same ones, and who owns the store would keep them.
-/// @tparam State  of the configuration; equal as long as nothing changed
-/// @tparam Key    which array; with operator <
+/// Only for arrays without interface pointers: the store would keep the objects alive, and all copies would share them.
+/// @tparam State  identifies a state of the configuration; two equal values mean that nothing changed in between
+/// @tparam Key    identifies an array; needs operator <
 template <class State, class Key> class BulkStore {
 public:
-    static constexpr std::size_t MostKept = 256; ///< arrays; with more all are dropped
+    static constexpr std::size_t MostKept = 256; ///< limit on stored arrays; reaching it drops all of them
 
-    /// A copy of the array of that key; null when there is nothing to deliver.
-    /// @param now    the state that the array must have, or a newer one
-    /// @param build  std::pair<State, SAFEARRAY*> build(): the array, and the state that it is of
+    /// A copy of the array for a key; null if build returned null.
+    /// @param now    the state that the array must have; a newer one is accepted too
+    /// @param build  std::pair<State, SAFEARRAY*> build(): the array, and the state that it was built from
     template <class Build> SAFEARRAY* CopyOf(const Key& key, const State& now, Build&& build) {
         const std::shared_ptr<Entry> entry = EntryOf(key, now);
         std::shared_ptr<SAFEARRAY> array;
@@ -39,7 +39,7 @@ public:
             if (!entry->isBuilt) {
                 auto [state, built] = build();
                 entry->array = std::shared_ptr<SAFEARRAY>(built, Destroy);
-                entry->isBuilt = state == now; // one of a newer state is for who asks now
+                entry->isBuilt = state == now; // an array of a newer state is returned, but rebuilt for the next caller
             }
             array = entry->array;
         }
@@ -50,7 +50,7 @@ public:
 
 private:
     struct Entry {
-        std::mutex mutex; // guards the rest; held while the array is built
+        std::mutex mutex; // guards the members below; held while the array is built
         bool isBuilt = false;
         std::shared_ptr<SAFEARRAY> array;
     };
@@ -59,7 +59,7 @@ private:
     }
 
     std::shared_ptr<Entry> EntryOf(const Key& key, const State& now) {
-        std::map<Key, std::shared_ptr<Entry>> dropped; // with no lock held
+        std::map<Key, std::shared_ptr<Entry>> dropped; // destroyed after unlocking
         const std::lock_guard lock(m_mutex);
         if (!(m_state == now) || m_entries.size() >= MostKept) { m_entries.swap(dropped); }
         m_state = now;
@@ -68,7 +68,7 @@ private:
         return entry;
     }
 
-    std::mutex m_mutex; // guards the following
+    std::mutex m_mutex; // guards the members below
     State m_state{};
     std::map<Key, std::shared_ptr<Entry>> m_entries;
 };

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// A client's callback and the calls that wait for it. They are made one after the other on a thread of the client's
-// own, so that a slow client holds up nobody else; or at once, on the thread of who calls.
+// The callback of a client, with a queue of calls to it. A thread per client makes the queued calls one after the
+// other, so that a slow client does not delay others. Calls can also be made directly on the calling thread.
 //
-// Ownership  It keeps the callback until it is ended, or until the client turns out to be gone; the call under way
-//            holds it longer.
-// Threading  Everything may be called from any thread. No lock is held while the callback is called or released.
-// Errors     The answers are the callback's own. What a queue makes no more has no answer (std::nullopt).
+// Ownership  The queue keeps the callback until End, or until a call shows that the client is gone. A call in progress
+//            keeps it until it returns.
+// Threading  Thread-safe. No lock is held while the callback is called or released.
+// Errors     The result of a call is that of the callback. A call that the queue drops has the result std::nullopt.
 #ifndef LXSERVER_CLIENTQUEUE_H
 #define LXSERVER_CLIENTQUEUE_H
 
@@ -25,7 +25,7 @@
 #include <thread>
 
 namespace lx {
-/// Whether an answer says that the client's process or its callback is no more.
+/// Whether a result means that the client's process or callback no longer exists.
 inline bool IsGone(HRESULT result) noexcept {
     constexpr ULONG gone[] = {0x800706BA,  // RPC_S_SERVER_UNAVAILABLE
                               0x800706BE,  // RPC_S_CALL_FAILED
@@ -42,11 +42,13 @@ class ClientQueue : public std::enable_shared_from_this<ClientQueue> {
 public:
     using Call = std::function<HRESULT(ILXCallbackUpdate&)>;
     using MakeCall = std::function<Call()>;
-    using Answer = std::future<std::optional<HRESULT>>; ///< nothing for a call that was not made any more
+    using Answer = std::future<std::optional<HRESULT>>; ///< std::nullopt if the queue dropped the call
     using Clock = std::chrono::steady_clock;
 
-    static constexpr std::chrono::milliseconds SlowAnswer{500}; ///< after which an answer is not waited for next time
-    static constexpr std::size_t MostWaiting = 1000;            ///< calls; more give way to one that stands for them
+    /// After a call that takes longer, the next one is not waited for.
+    static constexpr std::chrono::milliseconds SlowAnswer{500};
+    /// The longest queue. Beyond that one call replaces all queued ones.
+    static constexpr std::size_t MostWaiting = 1000;
 
     static std::shared_ptr<ClientQueue> Create(ILXCallbackUpdate* callback) {
         return std::shared_ptr<ClientQueue>(new ClientQueue(callback));
@@ -54,8 +56,8 @@ public:
     ClientQueue(const ClientQueue&) = delete;
     ClientQueue& operator=(const ClientQueue&) = delete;
 
-    /// Has the callback called, after what waits already.
-    /// @param forAll  makes what is called instead of all that wait, when there are MostWaiting of them
+    /// Queues a call.
+    /// @param forAll  makes the call that replaces all queued ones when there are MostWaiting of them
     Answer Post(Call call, const MakeCall& forAll = {}) {
         Job job{std::move(call), {}};
         Answer answer = job.answer.get_future();
@@ -77,7 +79,7 @@ public:
         return answer;
     }
 
-    /// Has the callback called on the calling thread, whatever waits.
+    /// Calls the callback on the calling thread, ahead of queued calls. Returns std::nullopt after End.
     std::optional<HRESULT> CallHere(const Call& call) {
         Ref<ILXCallbackUpdate> callback;
         {
@@ -87,9 +89,9 @@ public:
         return callback ? std::optional<HRESULT>(Make(call, *callback)) : std::nullopt;
     }
 
-    /// Makes no call any more and lets go of the callback.
+    /// Drops queued calls, refuses new ones and releases the callback.
     void End() {
-        Ref<ILXCallbackUpdate> callback; // released with no lock held
+        Ref<ILXCallbackUpdate> callback; // released after unlocking
         std::deque<Job> jobs;
         {
             const std::lock_guard lock(m_mutex);
@@ -101,15 +103,14 @@ public:
         Dismiss(jobs);
     }
 
-    /// Whether nothing is under way or waits, and the last call did not take long: an answer to the next call may be
-    /// waited for.
+    /// Whether the queue is idle and the last call was fast, so that a sender may wait for the next answer.
     bool IsReady() const {
         const std::lock_guard lock(m_mutex);
         return IsIdle() && !m_slow;
     }
-    /// Whether the client is gone, so that it was ended.
+    /// Whether a call has shown that the client is gone. The queue has then been ended.
     bool IsGone() const noexcept { return m_gone; }
-    /// Whether the call under way has taken longer than that.
+    /// Whether the call in progress has taken longer than the limit.
     bool IsHanging(std::chrono::milliseconds limit) const {
         const std::lock_guard lock(m_mutex);
         return m_busy && Clock::now() - m_start > limit;
@@ -118,7 +119,8 @@ public:
         std::unique_lock lock(m_mutex);
         return m_changed.wait_until(lock, until, [this] { return IsIdle(); });
     }
-    /// Waits for the thread, if there is one and it is not the caller's; to be called after End.
+    /// Waits until the queue's thread has finished; returns false on timeout. Call it after End. On that thread itself
+    /// it returns at once.
     bool WaitUntilEnded(Clock::time_point until) {
         std::unique_lock lock(m_mutex);
         return m_thread == std::this_thread::get_id() ||
@@ -141,7 +143,7 @@ private:
     }
     HRESULT Make(const Call& call, ILXCallbackUpdate& callback) {
         const HRESULT result = call(callback);
-        if (lx::IsGone(result)) { // noted before the answer is known: who waits for it finds the client gone
+        if (lx::IsGone(result)) { // before the answer is set: its waiter must see the client as gone
             m_gone = true;
             End();
         }
@@ -173,27 +175,27 @@ private:
             m_slow = Clock::now() - m_start > SlowAnswer;
             m_changed.notify_all();
             lock.unlock();
-            job.answer.set_value(result); // last: who waits for it finds the client ready for the next call
+            job.answer.set_value(result); // last: its waiter must see the client as ready for the next call
             lock.lock();
         }
         lock.unlock();
-        callback = nullptr; // with no lock held
+        callback = nullptr; // release without the lock
         lock.lock();
         m_threadRuns = false;
         m_changed.notify_all();
     }
 
-    mutable std::mutex m_mutex; // guards all of the following; taken last
+    mutable std::mutex m_mutex; // guards the members below except m_gone; the innermost lock
     std::condition_variable m_changed;
     Ref<ILXCallbackUpdate> m_callback;
     std::deque<Job> m_jobs;
-    Clock::time_point m_start; // of the call under way
+    Clock::time_point m_start; // of the call in progress
     std::thread::id m_thread;
-    bool m_threadRuns = false; // from the first call on
+    bool m_threadRuns = false; // the first call starts the thread
     bool m_busy = false;
-    bool m_slow = false; // the last call took long
+    bool m_slow = false; // the last call took longer than SlowAnswer
     bool m_end = false;
-    std::atomic<bool> m_gone{false}; // not guarded
+    std::atomic<bool> m_gone{false};
 };
 } // namespace lx
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// The objects that a server hands out: types, their components, relations, browser ids and global format specs. An
-// object finds its values in the server's newest snapshot each time; what was removed meanwhile answers with the values
-// that it had when it was handed out.
+// The objects that a server returns: types, their components, relations, browser ids and global format specs. Each read
+// looks the values up in the server's newest snapshot. The object of a removed element keeps returning the values that
+// it was created with.
 //
-// Ownership  An object holds its server.
+// Ownership  An object keeps its server alive.
 // Threading  Free-threaded.
-// Errors     See Object.h. SetProperty and Set answer what the server's SetValue does; what adds or removes elements is
-//            not offered (E_NOTIMPL).
+// Errors     See Object.h. SetProperty and Set return the result of the server's SetValue. Methods that add or remove
+//            elements return E_NOTIMPL.
 #ifndef LXSERVER_CONFIGOBJECTS_H
 #define LXSERVER_CONFIGOBJECTS_H
 
@@ -56,8 +56,9 @@ protected:
     }
     const ServerPtr& Server() const noexcept { return m_server; }
     const Key& ItsKey() const noexcept { return m_key; }
-    /// Does something with the element as it is in the newest snapshot.
-    /// @param found  HRESULT found(const Model&, const Element&); not called for one that was removed: S_FALSE
+    /// Calls a function with this object's element in the newest snapshot.
+    /// @param found  HRESULT found(const Model&, const Element&)
+    /// @return       its result; S_FALSE without a call if the element was removed
     template <class Element, class F> HRESULT With(F&& found) {
         const ModelPtr model = m_server->Snapshot();
         const Record* const record = Find(*model, m_key);
@@ -82,7 +83,7 @@ private:
 
     const ServerPtr m_server;
     const Key m_key;
-    const Record m_record; // when it was handed out
+    const Record m_record; // the values at creation
 };
 
 template <class I> class PlainObject final : public PlainRefusals<ConfigObject<I>> {
@@ -96,14 +97,14 @@ using EditorObject = PlainObject<ILXConfObjEditor>;
 using PCInfoObject = PlainObject<ILXPCInfo>;
 using BrowserIdObject = PlainObject<ILXBrowserId>;
 
-/// Hands out the object of a record, or S_FALSE and null for no record.
+/// Returns a new object for a record, or S_FALSE if the record is null.
 template <class T, class I> HRESULT HandOutOne(const ServerPtr& server, Key key, const Record* record, I** out) {
     if (record == nullptr) { return S_FALSE; }
     *out = Make<T>(server, std::move(key), *record).Detach();
     return S_OK;
 }
 
-/// An attribute or a global format spec: what has formats by format type.
+/// An element with one format per format type: an attribute or a global format spec.
 template <class Base, class Element, Kind formatKind> class FormattedObject : public Base {
 public:
     using Base::Base;
@@ -148,8 +149,8 @@ public:
     }
 };
 
-/// Hands out the groups of a type that a test takes, ascending by number.
-/// @param takes  bool takes(const GroupRecord&)
+/// Returns an enumerator over the groups of a type that pass a filter, in ascending order of their numbers.
+/// @param takes  the filter: bool takes(const GroupRecord&)
 template <class F>
 HRESULT HandOutGroups(const ServerPtr& server, const TypeRecord& type, F&& takes, ILXGroupEnum** out);
 

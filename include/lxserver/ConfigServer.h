@@ -1,21 +1,22 @@
 // SPDX-License-Identifier: MIT
 //
-// What a server's author derives from: where the configuration comes from, and what is done when a client changes it.
+// Base classes for servers. A derived class supplies the configuration (Snapshot) and handles changes that clients make
+// (SetValue).
 //
 //     class MyServer final : public lx::ConfigServer {
 //         lx::ModelPtr Snapshot() override { return m_newest.load(); }  // what clients read
 //     };
 //     server->Notify(lx::ValueChanged(lx::Key::OfAttribute(OLESTR("Pump"), OLESTR("RatedFlow")), lx::Unit));
 //
-// A server whose configuration is in memory takes ModelServer as it is. lx::Connect (Connection.h) makes the object that
-// a client is given.
+// For a configuration in memory use ModelServer directly. lx::Connect (Connection.h) creates the object that a client
+// receives.
 //
-// Ownership  A server is held by a std::shared_ptr; every object that it handed out holds it. It keeps a reference to
-//            each registered callback until that is unregistered, gone, or the server ends.
-// Threading  Everything may be called from any thread, Snapshot and SetValue too, several at once. A snapshot is never
-//            changed; a new one takes its place. Notify waits for clients (Notifier::AnswerWait at most), which may call
-//            back meanwhile: it is called after the change is in place, and with no lock held that Snapshot takes.
-// Errors     What Snapshot and SetValue raise becomes the answer of the method that a client called (Object.h).
+// Ownership  A server is owned by std::shared_ptr; each object that it returned to clients keeps it alive. It keeps
+//            each registered callback until the client unregisters, is gone or hangs, or until the server is destroyed.
+// Threading  Thread-safe; Snapshot and SetValue are called concurrently too. A snapshot is immutable; a change
+//            publishes a new one. Notify waits for clients, at most Notifier::AnswerWait, and clients may call back
+//            meanwhile. So call it after the change is in place, and without a lock that Snapshot needs.
+// Errors     Exceptions of Snapshot and SetValue become the result of the method that the client called (Object.h).
 #ifndef LXSERVER_CONFIGSERVER_H
 #define LXSERVER_CONFIGSERVER_H
 
@@ -28,15 +29,15 @@
 namespace lx {
 using ModelPtr = std::shared_ptr<const Model>;
 
-/// Which array: the names of types, and the transfer mode; no names and -1: the relations.
+/// Key of a stored array: the names of its types and the transfer mode. No names and -1 mean the relations.
 using BulkKey = std::pair<std::set<Text>, LONG>;
 
-/// A notification: what changed, told as kind/object/number/mode.
+/// A notification. Its data id is kind/object/number/mode.
 struct Change {
-    const char* kind; ///< "objects": something was added or removed; "properties": a value; "pc", "searchable"
-    Text object;      ///< the name that it is told with
-    int number;       ///< a value's index; or the number of a page, a group or a format
-    int mode;         ///< whom it concerns: bits of the update mode
+    const char* kind; ///< "objects": an element was added or removed; "properties": a value changed; "pc"; "searchable"
+    Text object;      ///< the name of the changed element or of its owner
+    int number;       ///< the index of a value, or the number of a page, a group or a format
+    int mode;         ///< the kinds of data concerned: bits of the update mode (LXUM_...)
 
     Text DataId() const {
         return WidenAscii(kind) + OLESTR("/") + Escaped(object) + OLESTR("/") + WidenAscii(std::to_string(number)) +
@@ -53,7 +54,7 @@ private:
     }
 };
 
-/// The bits of the update mode that concern a kind of element.
+/// The bit of the update mode for a kind of element.
 inline int ModeOf(Kind kind) noexcept {
     switch (kind) {
     case Kind::Type: return LXUM_TYPES;
@@ -71,7 +72,7 @@ inline int ModeOf(Kind kind) noexcept {
     }
 }
 
-/// The notification that an element was added or removed.
+/// The notification for an element that was added or removed.
 inline Change SetChanged(const Key& key) {
     const bool isRelation = ModeOf(key.kind) == LXUM_PARENTCHILD;
     return {isRelation ? "pc" : "objects", key.owner, isRelation ? 0 : key.number, ModeOf(key.kind)};
@@ -80,8 +81,8 @@ inline Change SetChanged(const Key& key) {
 /// The notification that anything may have changed.
 inline Change EverythingChanged() { return {"objects", {}, 0, LXUM_EVERYTHING}; }
 
-/// The notifications that a value changed. A base type says which types there are below which, and the searchable flag
-/// of a type has a kind of its own.
+/// The notifications for a changed value. A new base type changes the set of derived types, so it is notified like an
+/// added type. The searchable flag of a type needs a second notification, of kind "searchable".
 inline std::vector<Change> ValueChanged(const Key& key, int index) {
     if (ModeOf(key.kind) == LXUM_PARENTCHILD || (key.kind == Kind::Type && index == BaseTypeName)) {
         return {SetChanged(key)};
@@ -93,7 +94,7 @@ inline std::vector<Change> ValueChanged(const Key& key, int index) {
     return changes;
 }
 
-/// Whether an element is found by that property, so that it cannot change.
+/// Whether a property is the key of its element, and therefore read-only.
 inline bool IsKey(Kind kind, int index) noexcept {
     switch (kind) {
     case Kind::Page: return index == PageNumber;
@@ -116,21 +117,22 @@ public:
     ConfigServer& operator=(const ConfigServer&) = delete;
     virtual ~ConfigServer() = default;
 
-    /// The configuration as it is now; never null. Objects that were handed out find their values in it at each read.
+    /// The current configuration; never null. Objects call it at each read.
     virtual ModelPtr Snapshot() = 0;
-    /// A client sets a value: SetProperty or Set. The server changes its configuration, then notifies.
-    /// @param index  in the kind's range
-    /// @return       S_OK, or why not
+    /// Called when a client sets a value (SetProperty or Set). Changes the configuration, then notifies.
+    /// @param index  a valid property index of the key's kind
+    /// @return       the result for the client; S_OK if the value was set
     virtual HRESULT SetValue(const Key& /*key*/, int /*index*/, const Value& /*value*/) { return E_NOTIMPL; }
-    /// Data objects of a table that fulfil all criteria, for clients' queries: plan types are found so.
+    /// Answers clients' queries: the data objects of a table that meet all criteria. The cache finds plan types with
+    /// it.
     virtual std::vector<Ref<ILX_BaseDataObject>> Search(const Text& /*table*/,
                                                         const std::map<Text, Value>& /*criteria*/) {
         return {};
     }
-    /// The data object of an id; null when there is none.
+    /// The data object with an id; null if there is none.
     virtual Ref<ILX_BaseDataObject> FindObject(const Text& /*id*/) { return {}; }
 
-    /// Tells the clients of changes that are in place, in that order.
+    /// Notifies the clients of changes, in the given order. Call it when the changes are in place.
     void Notify(const std::vector<Change>& changes) {
         for (const Change& change : changes) {
             m_notifier.Send(change.DataId());
@@ -138,12 +140,12 @@ public:
     }
     void Notify(const Change& change) { Notify(std::vector<Change>{change}); }
     Notifier& Clients() noexcept { return m_notifier; }
-    /// The arrays without objects, by snapshot.
+    /// The store of bulk arrays, for the newest snapshot. Not used while component objects are delivered.
     BulkStore<ModelPtr, BulkKey>& KeptArrays() noexcept { return m_keptArrays; }
 
-    /// Whether bulk reads carry the objects of types, components and relations with the values. Without, a client asks for an
-    /// object when it needs one, the factory or the type: each interface pointer in an array costs a client in another
-    /// process some tenths of a millisecond, and few are ever needed.
+    /// Whether bulk arrays contain the objects of types, components and relations beside their values. Without them a
+    /// client asks the factory or the type for an object when it needs one. Turn it off for clients in other processes:
+    /// each interface pointer in an array costs them some tenths of a millisecond, and few are ever needed.
     void DeliverComponentObjects(bool deliver) noexcept { m_componentObjects = deliver; }
     bool DeliversComponentObjects() const noexcept { return m_componentObjects; }
 
@@ -173,10 +175,10 @@ public:
         });
         return S_OK;
     }
-    /// Changes the configuration and notifies. What the function raises leaves the configuration as it was, and comes
-    /// back to the caller.
-    /// @param change  std::vector<Change> change(Model&): what is to be notified (ValueChanged, SetChanged,
-    ///                EverythingChanged); nothing for a change that no client can see
+    /// Changes the configuration and notifies. If the function throws, the configuration stays as it was and the caller
+    /// gets the exception.
+    /// @param change  std::vector<Change> change(Model&): changes the model and returns the notifications to send
+    ///                (ValueChanged, SetChanged, EverythingChanged); none if clients cannot see the change
     template <class F> void Edit(F&& change) {
         std::vector<Change> changes;
         {
@@ -190,7 +192,7 @@ public:
     }
 
 private:
-    std::mutex m_editMutex; // one edit at a time; taken before m_mutex
+    std::mutex m_editMutex; // serialises edits; taken before m_mutex
     std::mutex m_mutex;     // guards m_model
     ModelPtr m_model;
 };

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
 //
-// What a client is given: one object with all services of a server (ILXConfigFactory, ILXConfigFactoryEx, ILXDataUpdate
-// and ILX_Query).
+// The object that a client receives, with all services of a server: ILXConfigFactory, ILXConfigFactoryEx, ILXDataUpdate
+// and ILX_Query.
 //
 //     const auto server = std::make_shared<lx::ModelServer>(MakeModel());
 //     const lx::Ref<lx::Connection> connection = lx::Connect(server);
 //     cache->Initialize(connection.Get(), connection.Get(), connection.Get());
 //
-// Ownership  A connection holds its server. The criteria of its query are its own, so that each client gets a connection
-//            of its own.
-// Threading  Free-threaded; the query is for one thread at a time, as queries are.
-// Errors     See Object.h. What would add or remove elements is not offered (E_NOTIMPL).
+// Ownership  A connection keeps its server alive. It stores the criteria of the query, so each client needs its own
+//            connection.
+// Threading  Free-threaded, except ILX_Query: one thread at a time.
+// Errors     See Object.h. Methods that add or remove elements return E_NOTIMPL.
 #ifndef LXSERVER_CONNECTION_H
 #define LXSERVER_CONNECTION_H
 
@@ -151,7 +151,7 @@ public:
             return m_server->Clients().Enable(client, ViewOf(dataType), enable != 0, advices) ? S_OK : E_INVALIDARG;
         });
     }
-    /// A client tells the others of a change.
+    /// Forwards a client's notification to the other clients.
     HRESULT STDMETHODCALLTYPE DataObjectChanged(LONG client, BSTR dataId, BSTR dataType, ULONG, ULONG,
                                                 tagLXUpdateInfo*) override {
         return Call("DataObjectChanged", [&] {
@@ -174,7 +174,7 @@ public:
     HRESULT STDMETHODCALLTYPE SetSearchAttribute(BSTR attribute, LONG comparison, VARIANT criterion,
                                                  LONG catenation) override {
         return Call("SetSearchAttribute", [&] {
-            if (comparison != 0 || catenation != 0) { return E_NOTIMPL; } // "equal" and "and" are what there is
+            if (comparison != 0 || catenation != 0) { return E_NOTIMPL; } // only "equal" and "and" are supported
             m_criteria[Text(ViewOf(attribute))] = Value::From(criterion);
             return S_OK;
         });
@@ -250,21 +250,21 @@ private:
         const auto build = [&] { return std::pair(model, BulkWriter(m_server, *model, mode).Types(names)); };
         return Give({names, std::max(mode, LONG{0})}, model, build, out);
     }
-    /// An array with objects is built, of one without a copy is given.
+    /// Builds an array with objects for each call; returns a copy of a stored one without objects.
     template <class Build> HRESULT Give(const BulkKey& key, const ModelPtr& model, Build&& build, SAFEARRAY** out) {
         *out = m_server->DeliversComponentObjects() ? build().second : m_server->KeptArrays().CopyOf(key, model, build);
         return *out != nullptr ? S_OK : S_FALSE;
     }
 
     const ServerPtr m_server;
-    Text m_table; // of the query, with its criteria; for one thread at a time
+    Text m_table; // of the query; like m_criteria not guarded
     std::map<Text, Value> m_criteria;
 };
 
-/// A client's connection to a server.
+/// Creates a connection for a client.
 inline Ref<Connection> Connect(ServerPtr server) { return Make<Connection>(std::move(server)); }
 
-/// A data object of which nothing but the type is known. A server with data objects derives its own from
+/// A data object that knows nothing but its type. A server with real data objects derives its own class from
 /// DataObjectRefusals.
 class TypedDataObject final : public DataObjectRefusals<Object<ILX_BaseDataObject>> {
 public:

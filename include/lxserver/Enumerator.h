@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// The enumerators, one template for all: a snapshot of objects and a cursor.
+// The enumerators: one template, with a snapshot of objects and a cursor.
 //
 // Ownership  An enumerator owns a reference to each of its objects.
-// Threading  Everything may be called from any thread; one that threads share gives each object to one of them.
-// Errors     Clone is not offered (E_NOTIMPL).
+// Threading  Thread-safe. If threads share an enumerator, each object goes to one of them.
+// Errors     See Object.h. Clone returns E_NOTIMPL.
 #ifndef LXSERVER_ENUMERATOR_H
 #define LXSERVER_ENUMERATOR_H
 
@@ -15,12 +15,12 @@
 #include <vector>
 
 namespace lx {
-/// @tparam Base   lx::Object of the enumerator's interface, or what has its Call and Refuse
+/// @tparam Base   lx::Object of the enumerator's interface, or another base with the methods Call and Refuse
 /// @tparam IX     the interface of the objects
-/// @tparam Owner  of one reference to an object
+/// @tparam Owner  the smart pointer that holds an object
 template <class Base, class IEnumX, class IX, class Owner = Ref<IX>> class EnumeratorOn final : public Base {
 public:
-    /// @param rest  what Base is made with
+    /// @param rest  arguments of Base's constructor
     template <class... Rest>
     explicit EnumeratorOn(std::vector<Owner> items, Rest&&... rest)
         : Base(std::forward<Rest>(rest)...), m_items(std::move(items)) {}
@@ -73,7 +73,7 @@ private:
     std::size_t m_next = 0;
 };
 
-/// Hands out an enumerator, or S_FALSE and null when there is nothing to enumerate.
+/// Returns an enumerator; S_FALSE without one if there are no items.
 template <class IEnumX, class IX> HRESULT HandOut(std::vector<Ref<IX>> items, IEnumX** out) {
     if (items.empty()) { return S_FALSE; }
     *out = Make<EnumeratorOn<Object<IEnumX>, IEnumX, IX>>(std::move(items)).Detach();

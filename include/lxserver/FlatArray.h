@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// The flat arrays in which configurations travel: one VARIANT after the other, each of exactly the type that its reader
-// expects. docs/transfer-format.md describes them.
+// Writer for the flat arrays of the bulk transfer: a sequence of VARIANTs, each of exactly the type that the reader
+// expects. docs/transfer-format.md describes the format.
 //
-// Ownership  An array owns its elements until Detach moves them into a SAFEARRAY, which is the caller's.
-// Threading  For one thread at a time.
+// Ownership  An array owns its elements until Detach moves them into a SAFEARRAY, which the caller owns.
+// Threading  Not thread-safe: one thread at a time.
 // Errors     std::bad_alloc.
 #ifndef LXSERVER_FLATARRAY_H
 #define LXSERVER_FLATARRAY_H
@@ -32,17 +32,17 @@ public:
         V_BSTR(&added) = NewBstr(name);
         V_VT(&added) = VT_BSTR;
     }
-    /// A reference to an object, or null.
+    /// Appends an object; may be null.
     void Object(Ref<IUnknown> object) { V_UNKNOWN(&Add(VT_UNKNOWN)) = object.Detach(); }
-    /// An empty element, for the caller to write before anything else is added.
+    /// Appends an empty element. The pointer is valid until the next element is added.
     VARIANT* Next() { return &Add(VT_EMPTY); }
-    /// All values of a record, in the order of their indexes.
+    /// Appends all values of a record, ordered by index.
     void Values(const Record& record) {
         for (int i = 0; i < record.Count(); ++i) {
             record[i].CopyTo(Next());
         }
     }
-    /// Another array's elements, with their number in front.
+    /// Appends the number of another array's elements, then moves the elements here.
     void SubArray(FlatArray& other) {
         Number(other.Size());
         Append(other);
@@ -53,7 +53,7 @@ public:
         other.m_values.clear();
     }
 
-    /// Moves all elements into an array of the platform.
+    /// Moves all elements into a SAFEARRAY.
     SAFEARRAY* Detach() {
         using Owner = std::unique_ptr<SAFEARRAY, HRESULT (*)(SAFEARRAY*)>;
         Owner array(SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(m_values.size())),
@@ -77,7 +77,7 @@ private:
     std::vector<VARIANT> m_values;
 };
 
-/// The texts of an array of strings; raises std::invalid_argument for anything else.
+/// The strings of a one-dimensional array of BSTRs. Throws std::invalid_argument for any other array.
 inline std::vector<Text> TextsOf(SAFEARRAY* array) {
     VARTYPE type = VT_EMPTY;
     LONG lower = 0;

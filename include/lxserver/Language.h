@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The language that the server kit needs: included first by its headers, so that an older one is refused in one line.
+// Checks the language version. The server kit's headers include it first, so that an older compiler mode gives one
+// clear error.
 #ifndef LXSERVER_LANGUAGE_H
 #define LXSERVER_LANGUAGE_H
 

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
-// Windows: a program that serves clients in other processes. COM finds its class object, and starts the program when it
-// is registered (Registration.h); the program ends when nobody has held anything of it for some seconds, or when it is
-// told to.
+// Windows: a program that serves clients in other processes. It registers a class object; COM starts the program on
+// demand if the class is in the registry (Registration.h). The program ends when it is stopped, and optionally when no
+// client has held an object for some seconds.
 //
 //     lx::ServeConfiguration(server, clsid, {.idleEnd = startedByCom}, [] { std::puts("ready"); });
 //
-// Ownership  A LocalServer owns its class object, which COM holds while it is registered.
-// Threading  Serve is called on a thread of the multithreaded apartment and returns at the end; Stop from any thread.
-// Errors     std::runtime_error when clients cannot be let in.
+// Ownership  A LocalServer owns its class object. COM references it while it is registered.
+// Threading  Call Serve on a thread of the multithreaded apartment; it blocks until the server ends. Stop may be called
+//            from any thread.
+// Errors     std::runtime_error if the class object cannot be registered.
 #ifndef LXSERVER_LOCALSERVER_H
 #define LXSERVER_LOCALSERVER_H
 
@@ -21,18 +22,18 @@ namespace lx {
 class LocalServer {
 public:
     struct Terms {
-        bool idleEnd = false;   ///< ends when nobody has held anything of it for some seconds
-        bool singleUse = false; ///< only the first client that looks for it finds it
+        bool idleEnd = false;   ///< end when no client has held an object for some seconds
+        bool singleUse = false; ///< REGCLS_SINGLEUSE: only one client can connect
     };
-    /// Gives a client its object: HRESULT connect(REFIID, void** out).
+    /// Creates the object for a client: HRESULT connect(REFIID, void** out).
     using Connector = std::function<HRESULT(REFIID, void**)>;
 
-    static constexpr std::chrono::milliseconds TimeBetweenChecks{1000}; ///< of whether clients still live
-    static constexpr int ChecksUntilIdleEnd = 5;                        ///< that find nobody
-    static constexpr DWORD TimeForLastAnswer = 200; ///< milliseconds, so that the call that stopped it is answered
+    static constexpr std::chrono::milliseconds TimeBetweenChecks{1000}; ///< between checks for dead clients
+    static constexpr int ChecksUntilIdleEnd = 5;                        ///< checks without a client before an idle end
+    static constexpr DWORD TimeForLastAnswer = 200; ///< milliseconds; lets the call that stopped the server return
 
-    /// @param inUse  whether a client holds anything, besides its locks of the class object
-    /// @param check  called about once a second: forgets clients that are gone
+    /// @param inUse  whether a client holds an object; locks of the class object are counted separately
+    /// @param check  called about once a second; drops clients that are gone
     LocalServer(REFCLSID clsid, Connector connect, std::function<bool()> inUse, std::function<void()> check)
         : m_clsid(clsid),
           m_connect(std::move(connect)),
@@ -47,8 +48,8 @@ public:
     LocalServer(const LocalServer&) = delete;
     LocalServer& operator=(const LocalServer&) = delete;
 
-    /// Lets clients in until it is stopped, or idle for long enough.
-    /// @param whenReady  called when clients find the class object
+    /// Serves clients until it is stopped or has been idle long enough.
+    /// @param whenReady  called once the class object is registered
     void Serve(Terms terms, const std::function<void()>& whenReady) {
         DWORD cookie = Register(terms);
         whenReady();
@@ -57,7 +58,7 @@ public:
             idle = IsInUse() ? 0 : idle + 1;
             if (!terms.idleEnd || idle < ChecksUntilIdleEnd) { continue; }
             CoRevokeClassObject(cookie);
-            if (!IsInUse()) { return; } // nobody came in at the last moment
+            if (!IsInUse()) { return; } // no client connected before the revocation
             cookie = Register(terms);
             idle = 0;
         }
@@ -65,7 +66,7 @@ public:
         CoRevokeClassObject(cookie);
     }
     void Stop() { SetEvent(m_stops[0]); }
-    /// Ends all programs of this session that serve a class. False when there is none.
+    /// Stops all programs of this session that serve a class. Returns false if there is none.
     static bool StopAll(REFCLSID clsid) {
         HANDLE const stop = OpenEventW(EVENT_MODIFY_STATE, FALSE, NameOf(clsid).c_str());
         if (stop == nullptr) { return false; }
@@ -75,8 +76,7 @@ public:
     }
 
 private:
-    /// It has an identity of its own, so that references to the objects that it gives are the clients' and not those of
-    /// the registration.
+    /// A separate COM object, so that COM's references to the registration do not count as client references.
     class ClassObject final : public IClassFactory {
     public:
         explicit ClassObject(LocalServer& server) noexcept : m_server(server) {}
@@ -86,7 +86,7 @@ private:
             *out = known ? this : nullptr;
             return known ? S_OK : E_NOINTERFACE;
         }
-        ULONG STDMETHODCALLTYPE AddRef() override { return 2; } // a part of the server
+        ULONG STDMETHODCALLTYPE AddRef() override { return 2; } // lives as long as the server
         ULONG STDMETHODCALLTYPE Release() override { return 1; }
         HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
             if (out == nullptr) { return E_POINTER; }
@@ -119,13 +119,13 @@ private:
     const Connector m_connect;
     const std::function<bool()> m_inUse;
     const std::function<void()> m_check;
-    HANDLE const m_stops[2]; // of this server, of all of the class
+    HANDLE const m_stops[2]; // events: stop this server; stop all servers of the class
     std::atomic<long> m_locks{0};
     ClassObject m_classObject{*this};
 };
 
-/// Serves a configuration to other processes until it is stopped or idle; then tells the clients. Each client gets a
-/// Connection. The thread's COM is initialised.
+/// Serves a configuration to other processes until it is stopped or idle, then notifies the clients of the termination.
+/// Each client gets a Connection. COM must be initialised on the calling thread.
 inline void ServeConfiguration(const ServerPtr& server, REFCLSID clsid, LocalServer::Terms terms,
                                const std::function<void()>& whenReady) {
     const StubKeeper stubs;

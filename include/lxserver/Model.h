@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
 //
-// The description of a configuration, from which the kit makes everything that clients read: types with their pages,
-// groups, attributes and editors, relations, browser ids and global format specs.
+// The description of a configuration: types with their pages, groups, attributes and editors, relations, browser ids
+// and global format specs. The kit creates everything that clients read from it.
 //
 //     lx::Model model;
 //     lx::TypeRecord& pump = model.AddType(OLESTR("Pump"), OLESTR("Part"));
 //     pump.AddAttribute(OLESTR("RatedFlow")).Set(4, OLESTR("m3/h"));
 //
-// A record has its values by property index. What was never set is empty (VT_EMPTY), which the cache asks for again
-// each time; only the flags and numbers that the cache itself reads have a value from the start.
+// A record holds values by property index. A value that was never set is empty (VT_EMPTY); the cache asks for empty
+// values again at each read. Only properties that the cache itself reads have a default.
 //
-// Ownership  Plain values. Copies of a record share their values until one of them is changed, so that copying a model
-//            to change a little of it is cheap.
-// Threading  As with containers: a model that nobody changes may be read and copied by any number of threads.
-// Errors     std::out_of_range for an index that the kind does not have, std::invalid_argument for a value that a
-//            configuration cannot hold, std::bad_alloc.
+// Ownership  Value semantics. Records are copy-on-write: copies share their values until one changes, so copying a
+//            model for a small edit is cheap.
+// Threading  As for standard containers: concurrent reads and copies are safe while no thread modifies the model.
+// Errors     std::out_of_range for an index outside the kind's range, std::invalid_argument for a value of an
+//            unsupported type, std::bad_alloc.
 #ifndef LXSERVER_MODEL_H
 #define LXSERVER_MODEL_H
 
@@ -35,7 +35,7 @@ namespace lx {
 class Value {
 public:
     Value() = default;
-    template <std::same_as<bool> T> // a pointer must not become one
+    template <std::same_as<bool> T> // excludes pointers, which convert to bool
     Value(T value) : m_value(value) {}
     Value(std::int32_t value) : m_value(value) {}
     Value(double value) : m_value(value) {}
@@ -43,7 +43,7 @@ public:
     Value(TextView value) : m_value(Text(value)) {}
     Value(const OLECHAR* value) : m_value(Text(value)) {}
 
-    /// Raises std::invalid_argument for a type that is none of those.
+    /// Converts a VARIANT. Throws std::invalid_argument for a type that a Value cannot hold.
     static Value From(const VARIANT& value) {
         switch (V_VT(&value)) {
         case VT_EMPTY: return {};
@@ -55,7 +55,7 @@ public:
         default: throw std::invalid_argument("a value is empty, a boolean, a number or a text");
         }
     }
-    /// Writes the value into a VARIANT that holds nothing.
+    /// Writes the value to a VARIANT without clearing it first.
     void CopyTo(VARIANT* out) const {
         VariantInit(out);
         if (const auto* const text = std::get_if<Text>(&m_value)) {
@@ -74,13 +74,13 @@ public:
     }
 
     bool IsEmpty() const noexcept { return m_value.index() == 0; }
-    /// The text; empty for anything else.
+    /// The text; empty if the value is not a text.
     const Text& AsText() const noexcept {
         static const Text none;
         const auto* const text = std::get_if<Text>(&m_value);
         return text != nullptr ? *text : none;
     }
-    /// The number; 0 for anything else.
+    /// The integer; 0 if the value is not an integer.
     std::int32_t AsNumber() const noexcept {
         const auto* const number = std::get_if<std::int32_t>(&m_value);
         return number != nullptr ? *number : 0;
@@ -95,9 +95,9 @@ private:
     std::variant<std::monostate, bool, std::int32_t, double, Text> m_value;
 };
 
-/// The displays (LXDisplay) that an attribute is shown in.
-/// @param is      bool is(index), for the properties that say so
-/// @param origin  the number of its property Origin
+/// The displays (bits of LXDisplay) that show an attribute.
+/// @param is      bool is(index): reads a boolean property of the attribute
+/// @param origin  the value of its property Origin
 template <class Is> LONG DisplaysOf(Is&& is, std::int32_t origin) {
     const auto bit = [](bool isSet, LXDisplay display) { return isSet ? LONG{display} : 0; };
     return bit(is(ShowInEditor), LXD_EDITOR) | bit(is(ShowInFinder) && !is(NotInFinder), LXD_FINDER) |
@@ -105,7 +105,7 @@ template <class Is> LONG DisplaysOf(Is&& is, std::int32_t origin) {
            bit(origin == 0, LXD_VENDORDEFINED) | bit(is(InAvSet), LXD_INAVSET);
 }
 
-/// What there is in a configuration.
+/// The kinds of elements of a configuration.
 enum class Kind {
     Type,
     Page,
@@ -122,23 +122,23 @@ enum class Kind {
     GlobalSpecFormat
 };
 
-/// A property that has a name for ILXConfigObject::Get, or a value from the start.
+/// A property with a name for ILXConfigObject::Get, and its default.
 struct Property {
     int index;
-    const char* name; ///< null: none
+    const char* name; ///< may be null
     Value initial;
 };
 
 /// The properties of a kind.
 struct Properties {
-    int count; ///< how many values a record of it has
+    int count; ///< number of values in a record
     std::vector<Property> known;
 
     static const Properties& Of(Kind kind) {
         static const std::array<Properties, 13> all = Make();
         return all[static_cast<std::size_t>(kind)];
     }
-    /// The index of a property name; -1 when the kind has none of that name.
+    /// The index of a property by name; -1 if the kind has no such property.
     int Find(TextView name) const {
         for (const Property& property : known) {
             if (property.name != nullptr && name == WidenAscii(property.name)) { return property.index; }
@@ -223,7 +223,7 @@ private:
     }
 
     Kind m_kind;
-    std::shared_ptr<std::map<int, Value>> m_values; // shared by copies, and not changed while it is
+    std::shared_ptr<std::map<int, Value>> m_values; // copy-on-write: immutable while shared
 };
 
 template <Kind kind> struct RecordOf : Record {
@@ -238,7 +238,7 @@ using SpecFormatRecord = RecordOf<Kind::GlobalSpecFormat>;
 using PCInfoRecord = RecordOf<Kind::PCInfo>;
 using BrowserIdRecord = RecordOf<Kind::BrowserId>;
 
-/// The record of a key, made with that key as its value when there is none.
+/// The record for a key. Creates it, with the key as its property `index`, if there is none.
 template <class Map> typename Map::mapped_type& AddTo(Map& map, const typename Map::key_type& key, int index) {
     const auto [added, isNew] = map.try_emplace(key);
     if (isNew) { added->second.Set(index, key); }
@@ -258,11 +258,11 @@ struct AttributeRecord : RecordOf<Kind::Attribute> {
 };
 
 struct TypeRecord : RecordOf<Kind::Type> {
-    bool listed = true; ///< named by the type enumerations
+    bool listed = true; ///< included in type enumerations
     std::map<int, PageRecord> pages;
     std::map<int, GroupRecord> groups;
-    std::map<Text, AttributeRecord> attributes; ///< its own, without the inherited ones
-    std::map<Text, EditorRecord> editors;       ///< by ProgId
+    std::map<Text, AttributeRecord> attributes; ///< by name, without inherited ones
+    std::map<Text, EditorRecord> editors;       ///< by ProgID
 
     const Text& Name() const { return (*this)[TypeName].AsText(); }
     const Text& Base() const { return (*this)[BaseTypeName].AsText(); }
@@ -287,13 +287,13 @@ struct GlobalSpecRecord : RecordOf<Kind::GlobalSpec> {
     SpecFormatRecord& AddFormat(int formatType) { return AddTo(formats, formatType, FormatType); }
 };
 
-/// Which element of a configuration: what an object that was handed out finds its newest values by. Made by the function
-/// of its kind.
+/// Identifies an element of a configuration across snapshots. Objects look up their current values with it. Create one
+/// with the function for its kind.
 struct Key {
     Kind kind{};
-    Text owner{};   ///< type; a relation's parent; browser id; id of a global format spec
-    Text name{};    ///< attribute; an editor's ProgId; a relation's child
-    Text part{};    ///< attribute type; a relation's child list
+    Text owner{};   ///< type; parent of a relation; browser id; id of a global format spec
+    Text name{};    ///< attribute; ProgID of an editor; child of a relation
+    Text part{};    ///< attribute type; child list of a relation
     Text browser{}; ///< of a PC info
     int number = 0; ///< page, group or format type
 
@@ -302,7 +302,7 @@ struct Key {
     static Key OfGroup(const Text& type, int number) { return {Kind::Group, type, {}, {}, {}, number}; }
     static Key OfGroupFormat(const Text& type, int number) { return {Kind::GroupFormat, type, {}, {}, {}, number}; }
     static Key OfEditor(const Text& type, const Text& progId) { return {Kind::Editor, type, progId}; }
-    /// @param type  the type that the attribute is of, not one that inherits it
+    /// @param type  the type that defines the attribute, not one that inherits it
     static Key OfAttribute(const Text& type, const Text& name) { return {Kind::Attribute, type, name}; }
     static Key OfAttributeType(const Text& type, const Text& attribute, const Text& name) {
         return {Kind::AttributeType, type, attribute, name};
@@ -326,7 +326,7 @@ struct Key {
 struct Model {
     Text version = OLESTR("1");
     std::map<Text, TypeRecord> types;
-    std::vector<RelationRecord> relations; ///< in the order in which clients are to see them
+    std::vector<RelationRecord> relations; ///< clients get them in this order
     std::vector<BrowserIdRecord> browserIds;
     std::map<Text, GlobalSpecRecord> specs;
 
@@ -346,7 +346,8 @@ struct Model {
     }
     GlobalSpecRecord& AddSpec(const Text& id) { return AddTo(specs, id, SpecId); }
 
-    /// The type and its base types, nearest first. A base that is unknown or met before ends the chain.
+    /// The type and its base types, nearest first. An unknown base ends the chain. Its length is limited to the number
+    /// of types, so that circular bases end too.
     std::vector<const TypeRecord*> BaseChain(const Text& name) const {
         std::vector<const TypeRecord*> chain;
         for (auto type = types.find(name); type != types.end() && chain.size() < types.size();
@@ -357,7 +358,7 @@ struct Model {
     }
 };
 
-/// The element of a map, null when there is none.
+/// Finds an element of a map; null if there is none.
 template <class Map> const typename Map::mapped_type* FindIn(const Map& map, const typename Map::key_type& key) {
     const auto found = map.find(key);
     return found != map.end() ? &found->second : nullptr;
@@ -373,7 +374,7 @@ inline const RelationRecord* FindRelation(const Model& model, const Key& key) {
     return nullptr;
 }
 
-/// The PC info of a browser; of two for one browser the later one counts. Null when there is none.
+/// The PC info for a browser; the last one if there are several, null if there is none.
 inline const PCInfoRecord* FindInfo(const RelationRecord& relation, TextView browser) {
     const PCInfoRecord* found = nullptr;
     for (const PCInfoRecord& info : relation.infos) {
@@ -382,7 +383,7 @@ inline const PCInfoRecord* FindInfo(const RelationRecord& relation, TextView bro
     return found;
 }
 
-/// The record of a component of a type; null when there is none.
+/// The record of a type or of one of its components; null if there is none.
 inline const Record* FindComponent(const TypeRecord& type, const Key& key) {
     if (key.kind == Kind::Type) { return &type; }
     if (key.kind == Kind::Page) { return FindIn(type.pages, key.number); }
@@ -396,7 +397,7 @@ inline const Record* FindComponent(const TypeRecord& type, const Key& key) {
     return FindIn(attribute->formats, key.number);
 }
 
-/// The record of an element; null when the model has none of that key.
+/// The record of an element; null if the model does not contain it.
 inline const Record* Find(const Model& model, const Key& key) {
     switch (key.kind) {
     case Kind::Relation: return FindRelation(model, key);
@@ -420,7 +421,7 @@ inline const Record* Find(const Model& model, const Key& key) {
     }
     }
 }
-/// The same, to change it.
+/// The same for a model that may be modified.
 inline Record* Find(Model& model, const Key& key) {
     return const_cast<Record*>(Find(static_cast<const Model&>(model), key));
 }

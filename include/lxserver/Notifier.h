@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// The clients of a server, and the notifications that they get: with rising ids, each client on a thread of its own, or
-// all on the sender's.
+// The clients of a server and the delivery of notifications, with increasing ids. Each client is called on its own
+// thread, or all clients on the sender's.
 //
-// Ownership  A client's callback is kept until the client unregisters, is gone, hangs, or the notifier is shut down.
-// Threading  Everything may be called from any thread. Send must not be called with a lock held that answers to the
-//            client's questions need. m_mutex guards everything; it is not held while a callback is called, copied or
-//            released. A client's queue has a lock of its own, taken after m_mutex.
+// Ownership  A client's callback is kept until the client unregisters, is gone or hangs, or until Shutdown.
+// Threading  Thread-safe. Do not call Send while holding a lock that the server needs to answer clients: they may call
+//            back meanwhile. m_mutex is not held while a callback is called, copied or released. The lock of a client's
+//            queue is taken after m_mutex.
 // Errors     std::bad_alloc.
 #ifndef LXSERVER_NOTIFIER_H
 #define LXSERVER_NOTIFIER_H
@@ -20,12 +20,12 @@ namespace lx {
 /// The data type of notifications about the configuration.
 inline const Text CfcSpecific = OLESTR("cfc_specific");
 
-/// A client, as it registered.
+/// The registration data of a client.
 struct ClientFacts {
     LONG id = 0;
     Text computer;
     ULONG process = 0;
-    std::map<Text, ULONG> advices; ///< what it asked for, by data type
+    std::map<Text, ULONG> advices; ///< enabled advices by data type
 };
 
 class Notifier {
@@ -33,25 +33,25 @@ public:
     struct Notification {
         Text dataId;
         Text dataType = CfcSpecific;
-        LONG leaveOut = 0; ///< the client whose own change it is; 0 for none
-        ULONG id = 0;      ///< 0: the next one
+        LONG leaveOut = 0; ///< the client that made the change and is not notified; 0 for none
+        ULONG id = 0;      ///< 0: the next id
     };
     /// How clients are called.
     enum class Way {
-        Waiting, ///< each on its thread; the answers are waited for
-        Posted,  ///< each on its thread
-        Here     ///< one after the other on the calling thread
+        Waiting, ///< each client on its thread; the sender waits for the answers
+        Posted,  ///< each client on its thread; the sender does not wait
+        Here     ///< all clients in turn on the calling thread
     };
-    /// What came of a notification.
+    /// The result of sending a notification.
     struct Outcome {
         ULONG id = 0;
-        int clients = 0;       ///< that have answered
+        int clients = 0;       ///< number of clients that answered
         HRESULT result = S_OK; ///< the first answer other than S_OK
     };
 
-    static constexpr std::chrono::milliseconds AnswerWait{2000};  ///< that a sender spends on clients at most
-    static constexpr std::chrono::milliseconds HangLimit{60'000}; ///< for one call; then the client is dropped
-    static constexpr std::chrono::milliseconds EndWait{5000};     ///< at the end, for calls under way
+    static constexpr std::chrono::milliseconds AnswerWait{2000};  ///< longest wait of a sender for all answers
+    static constexpr std::chrono::milliseconds HangLimit{60'000}; ///< longest call; then the client is dropped
+    static constexpr std::chrono::milliseconds EndWait{5000};     ///< longest wait of Shutdown for calls in progress
     static constexpr ULONG AdvicesOfChanges = 0x100;
 
     Notifier() = default;
@@ -59,10 +59,10 @@ public:
     Notifier& operator=(const Notifier&) = delete;
     ~Notifier() { Shutdown(); }
 
-    /// Sends a notification to every client that asked for its data type. Waits for the answers, but not longer than
-    /// AnswerWait, and not at all for a client that is busy or was slow the last time.
-    /// @param leaveOut  the client whose own change it is; 0 for none
-    /// @return          the notification's id
+    /// Sends a notification to each client that has enabled its data type. Waits for the answers, at most for the
+    /// answer wait (AnswerWait). Does not wait for a client that is busy or whose last answer was slow.
+    /// @param leaveOut  the client that made the change and is not notified; 0 for none
+    /// @return          the id of the notification
     ULONG Send(const Text& dataId, const Text& dataType = CfcSpecific, LONG leaveOut = 0) {
         return Send({dataId, dataType, leaveOut}, Way::Waiting).id;
     }
@@ -73,7 +73,7 @@ public:
         std::vector<std::shared_ptr<ClientQueue>> receivers;
         ClientQueue::Call call;
         {
-            const std::lock_guard lock(m_mutex); // so that each client gets them in the order of their ids
+            const std::lock_guard lock(m_mutex); // posting under the lock keeps the order of the ids
             outcome.id = m_lastId = notification.id != 0 ? notification.id : m_lastId + 1;
             call = CallOf(notification.dataId, notification.dataType, outcome.id);
             receivers = Receivers(notification);
@@ -96,7 +96,7 @@ public:
         return m_clients.size();
     }
 
-    /// The clients that are not gone.
+    /// The registered clients, except those known to be gone.
     std::vector<ClientFacts> ListClients() const {
         std::vector<ClientFacts> clients;
         const std::lock_guard lock(m_mutex);
@@ -106,7 +106,7 @@ public:
         return clients;
     }
 
-    /// Tells every client that the server is about to end.
+    /// Calls ServerIsTerminating on each client.
     void AnnounceTermination(Way way = Way::Waiting) {
         std::vector<ClientQueue::Answer> answers;
         for (const auto& [client, queue] : AllQueues()) {
@@ -120,31 +120,32 @@ public:
         Outcome outcome;
         if (way == Way::Waiting) { Await(answers, outcome); }
     }
-    /// Asks every client that has nothing to do whether it still lives, and drops those that do not.
+    /// Calls CheckCallbackValid on each idle client, and drops clients that are gone or hang.
     void CheckClients(Way way = Way::Posted) {
         for (const auto& [client, queue] : AllQueues()) {
             const auto call = [](ILXCallbackUpdate& callback) { return callback.CheckCallbackValid(); };
             if (way == Way::Here) {
                 queue->CallHere(call);
-            } else if (queue->WaitUntilIdle({})) { // no second question before the first is answered
+            } else if (queue->WaitUntilIdle({})) { // idle: the previous check has been answered
                 queue->Post(call);
             }
         }
         DropLostClients();
     }
-    /// Waits until nothing is under way or waits for any client; false when it does not come to that in time.
+    /// Waits until no call to a client is queued or in progress. Returns false on timeout.
     bool WaitUntilIdle(ClientQueue::Clock::time_point until) const {
         const auto queues = AllQueues();
         return std::all_of(queues.begin(), queues.end(),
                            [until](const auto& entry) { return entry.second->WaitUntilIdle(until); });
     }
-    /// How long a sender waits for clients at most; AnswerWait at first.
+    /// Sets the longest wait of a sender for all answers; the default is AnswerWait.
     void SetAnswerWait(std::chrono::milliseconds wait) noexcept { m_answerWait = wait; }
-    /// How long one call may take before its client is dropped.
+    /// Sets the longest call before a client is dropped; the default is HangLimit.
     void SetHangLimit(std::chrono::milliseconds limit) noexcept { m_hangLimit = limit; }
-    /// Releases all callbacks. Nobody is called any more; a client that never answers is left in its call.
+    /// Drops all clients and releases their callbacks. Waits up to EndWait for calls in progress; a call that hangs
+    /// longer is abandoned on its thread.
     void Shutdown() {
-        std::map<LONG, Client> clients; // released with no lock held
+        std::map<LONG, Client> clients; // released after unlocking
         std::vector<std::shared_ptr<ClientQueue>> queues;
         {
             const std::lock_guard lock(m_mutex);
@@ -161,6 +162,7 @@ public:
         }
     }
 
+    /// Adds a client.
     /// @return  the client's id
     LONG Register(ILXCallbackUpdate* callback, TextView computer = {}, ULONG process = 0) {
         auto queue = ClientQueue::Create(callback);
@@ -169,7 +171,7 @@ public:
         m_clients.emplace(id, Client{{id, Text(computer), process, {}}, std::move(queue)});
         return id;
     }
-    /// False for a client that there is not.
+    /// Removes a client and releases its callback. Returns false for an unknown id.
     bool Unregister(LONG client) {
         std::shared_ptr<ClientQueue> queue;
         {
@@ -184,7 +186,7 @@ public:
         queue->End();
         return true;
     }
-    /// Asks for the notifications of a data type, or asks no more; false for a client that there is not.
+    /// Enables or disables the notifications of a data type for a client. Returns false for an unknown id.
     bool Enable(LONG client, TextView dataType, bool enable, ULONG advices = AdvicesOfChanges) {
         const std::lock_guard lock(m_mutex);
         const auto found = m_clients.find(client);
@@ -207,7 +209,7 @@ private:
     };
 
     static ClientQueue::Call CallOf(const Text& dataId, const Text& dataType, ULONG id) {
-        const auto texts = std::make_shared<const std::pair<Text, Text>>(dataId, dataType); // for all clients
+        const auto texts = std::make_shared<const std::pair<Text, Text>>(dataId, dataType); // shared by all clients
         return [texts, id](ILXCallbackUpdate& callback) {
             return Guarded([&] {
                 const std::unique_ptr<OLECHAR, void (*)(BSTR)> idText(NewBstr(texts->first), FreeBstr);
@@ -218,7 +220,7 @@ private:
     }
     static void FreeBstr(BSTR text) { SysFreeString(text); }
 
-    /// Called under the lock, as is PostToEach.
+    /// Call with m_mutex held.
     std::vector<std::shared_ptr<ClientQueue>> Receivers(const Notification& notification) const {
         std::vector<std::shared_ptr<ClientQueue>> receivers;
         for (const auto& [id, client] : m_clients) {
@@ -228,7 +230,7 @@ private:
         }
         return receivers;
     }
-    /// The answers are those of the clients that are worth waiting for.
+    /// Queues a call for each receiver and returns the answers of those that were ready. Call with m_mutex held.
     static std::vector<ClientQueue::Answer> PostToEach(const std::vector<std::shared_ptr<ClientQueue>>& receivers,
                                                        const ClientQueue::Call& call, ULONG id) {
         const auto everything = [id] { return CallOf(OLESTR("objects//0/1"), CfcSpecific, id); };
@@ -280,11 +282,11 @@ private:
 
     std::atomic<std::chrono::milliseconds> m_hangLimit{HangLimit};
     std::atomic<std::chrono::milliseconds> m_answerWait{AnswerWait};
-    mutable std::mutex m_mutex; // guards the following
+    mutable std::mutex m_mutex; // guards the members below
     std::map<LONG, Client> m_clients;
     LONG m_lastClient = 0;
     ULONG m_lastId = 0;
-    std::vector<std::shared_ptr<ClientQueue>> m_ended; // whose threads may still be in a call
+    std::vector<std::shared_ptr<ClientQueue>> m_ended; // unregistered; their threads may still be in a call
 };
 } // namespace lx
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// What the server kit's COM objects are made of: counting, interfaces, and the one way in which a method is entered and
-// left.
+// Base of the server kit's COM objects: reference counting, QueryInterface, and the wrapper around each method that
+// turns exceptions into results.
 //
-// Ownership  An object starts without a reference; who makes it takes the first (Make). Ref owns one reference.
-// Threading  Free-threaded. An object has no lock of its own unless it says so.
-// Errors     No exception leaves a method: a lack of memory is E_OUTOFMEMORY, an argument that the model refuses
-//            (std::logic_error) E_INVALIDARG, anything else E_FAIL.
+// Ownership  A new object has a reference count of 0; Make takes the first reference. Ref owns one reference.
+// Threading  Free-threaded. Objects have no lock unless their class says so.
+// Errors     No exception leaves a method. std::bad_alloc becomes E_OUTOFMEMORY, std::logic_error (an argument that the
+//            model rejects) E_INVALIDARG, any other exception E_FAIL.
 #ifndef LXSERVER_OBJECT_H
 #define LXSERVER_OBJECT_H
 
@@ -25,20 +25,20 @@ namespace lx {
 using Text = std::basic_string<OLECHAR>;
 using TextView = std::basic_string_view<OLECHAR>;
 
-/// The text of a string; a null one is empty.
+/// A view of a BSTR; null is an empty text.
 inline TextView ViewOf(BSTR text) noexcept { return text != nullptr ? TextView(text, SysStringLen(text)) : TextView(); }
 
-/// A string of its own; raises std::bad_alloc.
+/// Allocates a BSTR, which the caller owns. Throws std::bad_alloc.
 inline BSTR NewBstr(TextView text) {
     BSTR const made = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
     if (made == nullptr) { throw std::bad_alloc(); }
     return made;
 }
 
-/// An ASCII text in the interfaces' encoding.
+/// Converts ASCII to the encoding of the interfaces.
 inline Text WidenAscii(std::string_view ascii) { return Text(ascii.begin(), ascii.end()); }
 
-/// Compares without regard to the case of ASCII letters, as browser ids are compared.
+/// Compares texts, ignoring the case of ASCII letters. Browser ids are compared this way.
 inline bool EqualWithoutCase(TextView left, TextView right) noexcept {
     const auto lower = [](OLECHAR c) { return c >= 'A' && c <= 'Z' ? static_cast<OLECHAR>(c + ('a' - 'A')) : c; };
     if (left.size() != right.size()) { return false; }
@@ -70,7 +70,7 @@ public:
     I* operator->() const noexcept { return m_object; }
     I& operator*() const noexcept { return *m_object; }
     explicit operator bool() const noexcept { return m_object != nullptr; }
-    /// Gives the reference away.
+    /// Returns the pointer and gives up the ownership of its reference.
     I* Detach() noexcept { return std::exchange(m_object, nullptr); }
 
 private:
@@ -81,16 +81,16 @@ template <class T, class... Arguments> Ref<T> Make(Arguments&&... arguments) {
     return Ref<T>(new T(std::forward<Arguments>(arguments)...));
 }
 
-/// How many objects of the kit live in this process. A server's program may end when there are none.
+/// The number of live objects of the kit in this process. A server program may exit when it is 0.
 inline std::atomic<long> liveObjects{0};
 
-// Out arguments are emptied before anything else happens.
+// Out parameters are cleared before a method does anything else.
 template <class T> void ClearOut(T** out) noexcept { *out = nullptr; }
 inline void ClearOut(VARIANT* out) noexcept { VariantInit(out); }
 inline void ClearOut(LONG* out) noexcept { *out = 0; }
 inline void ClearOut(ULONG* out) noexcept { *out = 0; }
 
-/// Does the work of a method; the place where exceptions become results.
+/// Runs the body of a method and turns exceptions into results.
 /// @param body  HRESULT body()
 template <class F> HRESULT Guarded(F&& body) noexcept {
     try {
@@ -100,7 +100,7 @@ template <class F> HRESULT Guarded(F&& body) noexcept {
     } catch (...) { return E_FAIL; }
 }
 
-/// An object that answers for some interfaces and IUnknown.
+/// Implements IUnknown for an object with the given interfaces.
 template <class First, class... Others> class Object : public First, public Others... {
 public:
     Object() noexcept { ++liveObjects; }
@@ -120,7 +120,7 @@ public:
         if (left == 0) { delete this; }
         return left;
     }
-    /// A reference, unless the last one is gone already; for who finds the object in a table that holds none.
+    /// Adds a reference unless the count has already dropped to 0. For tables of weak references.
     bool AddRefIfAlive() noexcept {
         ULONG count = m_references.load(std::memory_order_relaxed);
         while (count != 0 && !m_references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) {}
@@ -128,9 +128,9 @@ public:
     }
 
 protected:
-    virtual ~Object() { --liveObjects; } // behind all slots of the interfaces
+    virtual ~Object() { --liveObjects; } // its vtable slots follow those of the interfaces
 
-    /// The face for an interface id, null for one that the object does not have.
+    /// The interface pointer for an id; null if the object does not implement the interface. Adds no reference.
     virtual void* Face(REFIID iid) noexcept {
         if (iid == __uuidof(IUnknown) || iid == __uuidof(First)) { return static_cast<First*>(this); }
         void* face = nullptr;
@@ -138,19 +138,20 @@ protected:
         return face;
     }
 
-    /// A method: empties the out arguments, refuses null ones with E_POINTER, and does its work.
-    /// @param method  its name, for those who watch calls
+    /// Implements a method: clears the out parameters, returns E_POINTER if one is null, and runs the body.
+    /// @param method  the method's name; a class that hides this function can use it to trace calls
     /// @param body    HRESULT body()
+    /// @param outs    the out parameters
     template <class F, class... Outs> HRESULT Call(std::string_view /*method*/, F&& body, Outs*... outs) noexcept {
         (void(outs != nullptr ? ClearOut(outs) : void()), ...);
         return ((outs != nullptr) && ... && true) ? Guarded(std::forward<F>(body)) : E_POINTER;
     }
-    /// A method that is not offered.
+    /// Implements a method that is not supported (E_NOTIMPL).
     template <class... Outs> HRESULT Refuse(std::string_view method, Outs*... outs) noexcept {
         return Call(
             method, [] { return E_NOTIMPL; }, outs...);
     }
-    /// A look-up of which there is nothing.
+    /// Implements a look-up that never finds anything (S_FALSE).
     template <class... Outs> HRESULT Nothing(std::string_view method, Outs*... outs) noexcept {
         return Call(
             method, [] { return S_FALSE; }, outs...);

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
 //
-// Every method of a server's interfaces with the right answer of one that does not offer it: E_NOTIMPL for what would
-// change something, "nothing" (S_FALSE and null) for what would look something up.
+// Default implementations of all methods of a server's interfaces, for methods that a server does not support. Those
+// that would change something return E_NOTIMPL, and look-ups find nothing (S_FALSE and null).
 //
 //     class MyType final : public lx::TypeRefusals<lx::ConfigObjectRefusals<lx::Object<ILXType>>> {
 //         HRESULT STDMETHODCALLTYPE GetAttribute(BSTR name, ILXAttribute** out) override { ... }
 //     };
 //
-// A Base has Refuse and Nothing, as lx::Object does.
+// A Base needs the methods Refuse and Nothing of lx::Object.
 //
 // Ownership  None.
-// Threading  Every method may be called from any thread.
-// Errors     E_NOTIMPL, or E_POINTER for an out argument that is null.
+// Threading  Free-threaded.
+// Errors     E_NOTIMPL; E_POINTER for a null out parameter.
 #ifndef LXSERVER_REFUSALS_H
 #define LXSERVER_REFUSALS_H
 
@@ -84,7 +84,7 @@ public:
     LX_REFUSE(DeleteFormat, ())
 };
 
-/// Formats by format type, as attributes and global format specs have them.
+/// The format methods of attributes and global format specs.
 template <class Base> class FormatRefusals : public Base {
 public:
     using Base::Base;
@@ -156,7 +156,7 @@ public:
     LX_REFUSE(IsNotificationRegisteredByClient, (LONG, BSTR, BSTR, ULONG))
 };
 
-/// A query may be given criteria and be reset; it finds nothing.
+/// A query that accepts criteria and resets, and finds nothing.
 template <class Base> class QueryRefusals : public Base {
 public:
     using Base::Base;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// Windows: the registry keys by which COM finds a class, and starts its program or loads its module. They stand under
-// HKEY_CLASSES_ROOT, as the component's do.
+// Windows: the registry keys with which COM finds a class and starts its program or loads its module. They are under
+// HKEY_CLASSES_ROOT, like those of the component.
 //
 // Ownership  None.
-// Threading  Everything may be called from any thread.
-// Errors     The registry's code as an HRESULT.
+// Threading  Thread-safe.
+// Errors     Registration functions return the registry's error code as an HRESULT.
 #ifndef LXSERVER_REGISTRATION_H
 #define LXSERVER_REGISTRATION_H
 
@@ -19,11 +19,11 @@
 namespace lx {
 struct ClassRegistration {
     CLSID clsid;
-    std::wstring progId; ///< "" for a class that is found by its id only
+    std::wstring progId; ///< may be empty
     std::wstring description;
     const wchar_t* serverKey; ///< LocalServer32 or InprocServer32
-    std::wstring server;      ///< the command, or the module's path
-    bool anyThread;           ///< a module's objects may be used on any thread
+    std::wstring server;      ///< the command line, or the path of the module
+    bool anyThread;           ///< registers the ThreadingModel "Both"; for modules
 };
 
 inline std::wstring TextOf(const CLSID& clsid) {
@@ -31,7 +31,7 @@ inline std::wstring TextOf(const CLSID& clsid) {
     return std::wstring(text, StringFromGUID2(clsid, text, 40) > 0 ? 38 : 0);
 }
 
-/// Writes one value, and the key that it stands under.
+/// Writes a string value. Creates its key if needed.
 inline LSTATUS SetRegistryText(const std::wstring& key, const wchar_t* name, const std::wstring& value) {
     HKEY handle = nullptr;
     LSTATUS status =
@@ -44,7 +44,7 @@ inline LSTATUS SetRegistryText(const std::wstring& key, const wchar_t* name, con
     return status;
 }
 
-/// Writes the keys. Answers the registry's code when one cannot be written.
+/// Writes the keys of a class. Returns the first error; later keys are then not written.
 inline HRESULT RegisterClassKeys(const ClassRegistration& registration) {
     const std::wstring clsid = TextOf(registration.clsid);
     const std::wstring key = OLESTR("CLSID\\") + clsid;
@@ -63,7 +63,7 @@ inline HRESULT RegisterClassKeys(const ClassRegistration& registration) {
     return HRESULT_FROM_WIN32(static_cast<ULONG>(status));
 }
 
-/// Removes them; keys that are not there are no failure.
+/// Removes the keys of a class. Missing keys are ignored.
 inline HRESULT UnregisterClassKeys(const ClassRegistration& registration) {
     LSTATUS status = ERROR_SUCCESS;
     const auto remove = [&status](const std::wstring& key) {
@@ -75,7 +75,7 @@ inline HRESULT UnregisterClassKeys(const ClassRegistration& registration) {
     return HRESULT_FROM_WIN32(static_cast<ULONG>(status));
 }
 
-/// The path of the module that contains that address; of the program for null.
+/// The path of the module that contains an address, or of the program if the address is null.
 inline std::wstring ModulePath(const void* address) {
     HMODULE module = nullptr;
     if (address != nullptr) {

@@ -1,22 +1,23 @@
 // SPDX-License-Identifier: MIT
 //
-// A server as a shared library that a program loads by its file, on every platform and with nothing registered:
+// A server as a shared library, which programs load by its file name, on every platform and without registration:
 //
 //     LX_SERVER_LIBRARY(MakeServer)              // std::shared_ptr<MyServer> MakeServer()
-//     LX_SERVER_LIBRARY_EDITS(MakeServer, Edit)  // void Edit(MyServer&, int number), may be left out
+//     LX_SERVER_LIBRARY_EDITS(MakeServer, Edit)  // optional; void Edit(MyServer&, int number)
 //
 //     lxcfc verify-server --server ./libmyserver.so
 //
-// Each macro stands once in a library, outside of all namespaces. What a library exports, and a server without the kit
-// may export too, are C functions:
+// Use each macro at most once per library, outside of all namespaces. The library then exports these C functions, which
+// a server without the kit may export too:
 //
-//     HRESULT LXConnectServer(REFIID iid, void** object)   a client's object: what a class object's instance is
-//     LONG LXCountServerObjects()                          optional: how many of its objects live
-//     HRESULT LXEditServer(LONG number)                    optional: a change that clients can see, another one each time
+//     HRESULT LXConnectServer(REFIID iid, void** object)   creates the object for a client, as CreateInstance does
+//     LONG LXCountServerObjects()                          optional: the number of live objects
+//     HRESULT LXEditServer(LONG number)                    optional: makes a change that clients can see, a different
+//                                                          one for each number
 //
-// Ownership  The server is made for the first client, is the same for all, and ends with the last object of it.
-// Threading  The functions may be called from any thread; the server is made by one of them.
-// Errors     What making, connecting or editing raises becomes the answer (Object.h).
+// Ownership  The first client creates the server and all clients share it. It is destroyed with its last object.
+// Threading  The functions are thread-safe.
+// Errors     Exceptions of MakeServer and Edit become the result (Object.h).
 #ifndef LXSERVER_SERVERLIBRARY_H
 #define LXSERVER_SERVERLIBRARY_H
 
@@ -25,8 +26,8 @@
 #include <LXCompiler.h>
 
 namespace lx {
-/// The one server of a library.
-/// @tparam make  a function that makes a server, held by a std::shared_ptr
+/// The server of a library; creates it if there is none.
+/// @tparam make  a function that creates a server and returns a std::shared_ptr to it
 template <auto make> auto SharedServer() {
     using Server = decltype(make());
     static std::mutex mutex;

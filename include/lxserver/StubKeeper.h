@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Windows: keeps interfaces known to RPC for as long as a server's program runs.
+// Windows: keeps interfaces registered with RPC while a server program runs.
 #ifndef LXSERVER_STUBKEEPER_H
 #define LXSERVER_STUBKEEPER_H
 
@@ -13,16 +13,17 @@
 #include <vector>
 
 namespace lx {
-/// COM makes an interface known with its first stub, and takes that back with its last, when the last client releases
-/// the last object of the kind. It then waits for the calls through the interface to end, and holds up every object
-/// that is to be handed out meanwhile. A server whose clients take objects and release them all the time would come
-/// to that again and again; Wine's RPC, besides, may miss the end of a call that ends at that very moment, and wait
-/// for ever. One stub of each kind that no client has keeps it from happening.
+/// Holds one stub per interface, so that RPC does not unregister it. COM registers an interface with its first stub and
+/// unregisters it with the last one, when clients have released all such objects. Unregistering waits for the
+/// interface's calls in progress and blocks all marshalling meanwhile. If clients constantly get and release objects,
+/// this happens again and again. Wine's RPC can also miss the end of a call at that moment and wait for ever.
 ///
-/// Threading  Made and destroyed by a thread in the multithreaded apartment.
+/// Ownership  The stubs reference this object, which must outlive all calls.
+/// Threading  Create and destroy it on a thread of the multithreaded apartment.
+/// Errors     Throws std::bad_alloc. An interface whose stub cannot be created is skipped.
 class StubKeeper final : public IUnknown {
 public:
-    /// @param iids  one interface of each proxy DLL whose interfaces are to be kept
+    /// @param iids  one interface of each proxy DLL; all interfaces of these DLLs are kept
     explicit StubKeeper(const std::vector<IID>& iids = {__uuidof(ILXConfigFactory)}) {
         for (const IID& iid : InterfacesBeside(iids)) {
             Keep(iid);
@@ -38,10 +39,10 @@ public:
     StubKeeper(const StubKeeper&) = delete;
     StubKeeper& operator=(const StubKeeper&) = delete;
 
-    // No client has a proxy of it, so nothing but these is ever called, whatever it says that it is.
+    // No client has a proxy of this object, so only these methods are ever called. It may claim any interface.
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
         if (out == nullptr) { return E_POINTER; }
-        // How it is marshalled and what it may run in are COM's own questions; the standard answers will do.
+        // COM itself asks for these. E_NOINTERFACE selects standard marshalling.
         const bool asked = iid == IID_IMarshal || iid == IID_IAgileObject || iid == IID_IStdMarshalInfo ||
                            iid == IID_IExternalConnection || iid == IID_ISupportErrorInfo;
         *out = asked ? nullptr : static_cast<IUnknown*>(this);
@@ -51,13 +52,13 @@ public:
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
 
 private:
-    /// Of an interface that is not registered it is that of none.
+    /// The class id of an interface's proxy DLL; CLSID_NULL if the interface is not registered.
     static CLSID ProxiesOf(REFIID iid) {
         CLSID proxies = {};
         return SUCCEEDED(CoGetPSClsid(iid, &proxies)) ? proxies : CLSID{};
     }
-    /// All interfaces that are registered with the proxies of those. Without proxies nothing is handed out, and there is
-    /// nothing to keep.
+    /// All interfaces registered with the same proxy DLLs as the given ones. None if there are no proxies; then nothing
+    /// can be marshalled either.
     static std::vector<IID> InterfacesBeside(const std::vector<IID>& iids) {
         std::vector<CLSID> proxies;
         std::transform(iids.begin(), iids.end(), std::back_inserter(proxies), ProxiesOf);
@@ -81,18 +82,18 @@ private:
         RegCloseKey(all);
         return interfaces;
     }
-    /// A stub that cannot be made is not kept, and all goes on as without it.
+    /// Creates the stub of an interface. Does nothing if that fails.
     void Keep(REFIID iid) {
         IStream* stream = nullptr;
         if (FAILED(CreateStreamOnHGlobal(nullptr, TRUE, &stream))) { return; }
         Ref<IStream> kept(stream);
-        stream->Release(); // the one that the platform gave
+        stream->Release(); // the reference from CreateStreamOnHGlobal
         if (SUCCEEDED(CoMarshalInterface(kept.Get(), iid, this, MSHCTX_LOCAL, nullptr, MSHLFLAGS_TABLESTRONG))) {
             m_stubs.push_back(std::move(kept));
         }
     }
 
-    std::vector<Ref<IStream>> m_stubs; // each the marshalled form of one stub
+    std::vector<Ref<IStream>> m_stubs; // the marshalled form of each stub
 };
 } // namespace lx
 #endif

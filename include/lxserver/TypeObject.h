@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: MIT
 //
-// A type as clients see it. Pages, groups and editors are the type's own; an attribute look-up and the attributes of a
-// group or a place include the inherited ones, of which a base's wins. GetAttributeEnum alone lists the type's own
-// attributes and nothing else.
+// The type object that clients receive. Pages, groups and editors are not inherited. Attribute look-ups, and attribute
+// enumerations by group or display, include inherited attributes; a base type's attribute takes precedence.
+// GetAttributeEnum lists only the type's own attributes.
 //
-// Ownership, threading and errors: as all objects of ConfigObjects.h.
+// Ownership, threading, errors: see ConfigObjects.h.
 #ifndef LXSERVER_TYPEOBJECT_H
 #define LXSERVER_TYPEOBJECT_H
 
 #include <lxserver/BulkArrays.h>
 
 namespace lx {
-/// Whether an attribute is shown in one of the displays (LXDisplay) of a mask. None at all means every attribute.
+/// Whether an attribute is shown in one of the displays of a mask.
+/// @param mask  bits of LXDisplay; 0 accepts every attribute
 inline bool IsShownIn(const AttributeRecord& attribute, LONG mask) {
     const auto is = [&attribute](int index) { return attribute[index].AsBool(); };
     return mask == 0 || (DisplaysOf(is, attribute[Origin].AsNumber()) & mask) != 0;
@@ -104,7 +105,7 @@ public:
     }
 
 private:
-    /// Attributes by name, each with the type that it is of.
+    /// Attributes by name, each with the type that defines it.
     using Attributes = std::map<Text, std::pair<const TypeRecord*, const AttributeRecord*>>;
 
     static bool IsTopLevel(const GroupRecord& group) { return group[ParentGroup].AsNumber() == 0; }
@@ -114,7 +115,7 @@ private:
     static Key KeyOf(const Attributes::value_type& attribute) {
         return Key::OfAttribute(attribute.second.first->Name(), attribute.first);
     }
-    /// Inherited ones included: a base's attribute wins.
+    /// All attributes, including inherited ones. A base type's attribute takes precedence.
     Attributes AllAttributes(const Model& model) const {
         Attributes all;
         for (const TypeRecord* const type : model.BaseChain(ItsKey().owner)) {
@@ -161,7 +162,7 @@ private:
     }
     Key KeyOfComponent(Kind kind, int number) const { return PartOf(kind, number); }
     Key KeyOfComponent(Kind kind, const Text& name) const { return PartOf(kind, 0, name); }
-    /// Attributes, inherited ones included, that a test takes.
+    /// Returns an enumerator over the attributes that pass a filter, including inherited ones.
     template <class F> HRESULT ListAttributes(std::string_view method, ILXAttributeEnum** out, F&& takes) {
         return Call(
             method,

@@ -25,7 +25,8 @@ void DumpValues(std::ostream& to, ILXConfigObject& object, int count) {
     to << '\n';
 }
 
-/// @param each  each(object), for all objects of an enumerator
+/// Calls a function for each object of an enumerator.
+/// @param each  each(object)
 template <class I, class IEnumX, class F> void ForAll(const lx::Ref<IEnumX>& all, F&& each) {
     I* object = nullptr;
     while (all && all->GetSingleNext(&object) == S_OK) {
@@ -116,20 +117,20 @@ lx::Ref<ILXAttribute> AttributeOf(ILXConfigFactory& factory, const OLECHAR* type
 }
 
 std::string Dump(ILXConfigFactory& factory, const std::set<std::string>& only) {
-    std::map<std::string, std::string> types; // the order of types is nobody's promise
-    ForAll<ILXType>(
-        Got<ILXTypeEnum>([&](auto** out) { return factory.GetTypeEnum(nullptr, out); }), [&](ILXType& type) {
-            if (!only.empty() && !only.contains(ValueOf(type, lx::TypeName))) { return; }
-            std::ostringstream text;
-            DumpValues(text << " type", type, 27); // the last one, the base type's object, is the cache's own
-            DumpComponents(text, type);
-            types[ValueOf(type, lx::TypeName)] = text.str();
-        });
+    std::map<std::string, std::string> types; // sorted, because the order of types is unspecified
+    ForAll<ILXType>(Got<ILXTypeEnum>([&](auto** out) { return factory.GetTypeEnum(nullptr, out); }),
+                    [&](ILXType& type) {
+                        if (!only.empty() && !only.contains(ValueOf(type, lx::TypeName))) { return; }
+                        std::ostringstream text;
+                        DumpValues(text << " type", type, 27); // value 27 exists only in the cache
+                        DumpComponents(text, type);
+                        types[ValueOf(type, lx::TypeName)] = text.str();
+                    });
     std::ostringstream all;
     for (const auto& [name, text] : types) {
         all << text;
     }
-    std::set<std::string> relations; // nor is that of relations
+    std::set<std::string> relations; // sorted for the same reason
     ForAll<ILXParentChild>(
         Got<ILXParentChildEnum>([&](auto** out) { return factory.GetParentChildEnum(nullptr, nullptr, out); }),
         [&](ILXParentChild& relation) {

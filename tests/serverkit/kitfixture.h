@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A cache in front of a server of the kit, and what both say.
+// A cache in front of a server on the kit, and functions to compare both.
 #ifndef KITFIXTURE_H
 #define KITFIXTURE_H
 
@@ -10,10 +10,10 @@
 
 using namespace std::chrono_literals;
 
-/// A cache that was initialised with a server's services; terminated with the object.
+/// A cache that is initialised with a server's services and terminated by the destructor.
 class KitCache {
 public:
-    /// @param mode  what comes in bulk
+    /// @param mode  the components to read in bulk
     KitCache(ILXConfigFactory* factory, ILX_Query* query, ILXDataUpdate* update, LONG mode = 15);
     explicit KitCache(const lx::ServerPtr& server, LONG mode = 15);
     ~KitCache();
@@ -28,7 +28,7 @@ private:
     lx::Ref<ILXConfigFactory> m_factory;
 };
 
-/// A string for the time of a call.
+/// A BSTR as a call's argument.
 class Name {
 public:
     Name(const OLECHAR* text) : m_text(SysAllocString(text)) {}
@@ -41,7 +41,7 @@ private:
     BSTR m_text;
 };
 
-/// The object that a call gives; null for anything but S_OK.
+/// The object that a call returns; null if the result is not S_OK.
 template <class I, class F> lx::Ref<I> Got(F&& call) {
     I* object = nullptr;
     const HRESULT result = call(&object);
@@ -51,18 +51,18 @@ template <class I, class F> lx::Ref<I> Got(F&& call) {
     return owned;
 }
 
-/// A value as text: "" for an empty one.
+/// A value as text; "" if empty.
 std::string ValueOf(ILXConfigObject& object, int index);
 lx::Ref<ILXAttribute> AttributeOf(ILXConfigFactory& factory, const OLECHAR* type, const OLECHAR* name);
 
-/// All that there is: types with their components, relations, browser ids and specs, with all their values.
-/// @param only  the types that are wanted, by name as ValueOf gives it; all when there are none
+/// The whole configuration as text: types with their components, relations, browser ids and specs, with all values.
+/// @param only  limits the types to those with these names, in the form of ValueOf; all if empty
 std::string Dump(ILXConfigFactory& factory, const std::set<std::string>& only = {});
 
-/// Where two of them differ first: the lines of both; "" when they are the same.
+/// The first lines of two dumps that differ; "" if the dumps are equal.
 std::string Difference(const std::string& left, const std::string& right);
 
-/// Waits until a condition holds; false when it does not in time.
+/// Waits until a condition holds; returns false on timeout.
 template <class Condition> bool WaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s) {
     const auto until = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
@@ -72,14 +72,14 @@ template <class Condition> bool WaitFor(Condition&& condition, std::chrono::mill
     return true;
 }
 
-/// A client's callback that notes what it is told.
+/// A client's callback that records notifications.
 class Listener final : public lx::Object<ILXCallbackUpdate> {
 public:
     struct Told {
         std::string dataId;
         ULONG id;
     };
-    /// @param answer  HRESULT answer(), for each notification after it was noted
+    /// @param answer  HRESULT answer(): the result of a notification, called after recording it
     explicit Listener(std::function<HRESULT()> answer = [] { return S_OK; }) : m_answer(std::move(answer)) {}
 
     std::vector<Told> All() const {
@@ -101,7 +101,7 @@ private:
     std::vector<Told> m_told;
 };
 
-/// Registers a callback for notifications about the configuration, as clients do.
+/// Registers a callback for notifications about the configuration, like the cache.
 /// @return  the client's id
 LONG Register(ILXDataUpdate& update, ILXCallbackUpdate& callback);
 

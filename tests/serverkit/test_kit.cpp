@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// What the kit makes of a description, asked directly and through the cache.
+// The kit's implementation of a model, read directly and through the cache.
 #include "kitfixture.h"
 
 #include "minimal_server.h"
 
 namespace {
-/// Every kind of element, values of every type, and an attribute that two types have.
+/// A model with all kinds of elements, values of all types, and an attribute that two types define.
 lx::Model EverythingModel() {
     lx::Model model;
     lx::TypeRecord& part = model.AddType(OLESTR("Part"));
@@ -22,7 +22,7 @@ lx::Model EverythingModel() {
     weight.AddFormat(0).Set(2, OLESTR("0.0"));
     weight.AddFormat(2).Set(10, 12);
     lx::TypeRecord& pump = model.AddType(OLESTR("Pump"), OLESTR("Part"));
-    pump.AddAttribute(OLESTR("Weight")).Set(4, OLESTR("t")); // the base's wins
+    pump.AddAttribute(OLESTR("Weight")).Set(4, OLESTR("t")); // the base type's attribute takes precedence
     pump.AddAttribute(OLESTR("RatedFlow")).Set(4, OLESTR("m3/h")).Set(lx::AttributeGroup, 2);
     pump.AddEditor(OLESTR("Pump.Editor")).Set(lx::EditorBrowserId, OLESTR("Tree"));
     model.AddType(OLESTR("Hidden"), OLESTR("NoSuchBase")).listed = false;
@@ -33,7 +33,7 @@ lx::Model EverythingModel() {
     return model;
 }
 
-/// The names of the records in a type array; empty for no array.
+/// The names of the records in a type array; empty if there is no array.
 std::vector<std::string> RecordsOf(HRESULT result, SAFEARRAY*& types) {
     std::vector<std::string> names;
     EXPECT_EQ(result, types != nullptr ? S_OK : S_FALSE);
@@ -104,7 +104,7 @@ TEST(Kit, NamedTypesComeInBulk) {
     }
 }
 
-// Many clients that start at once cost one array; one that is of a former state is nobody's.
+// Many clients that start at the same time share one array. An array of an older state is not delivered.
 TEST(Kit, AnArrayIsBuiltOnceForAState) {
     lx::BulkStore<int, int> store;
     std::atomic<int> built{0};
@@ -138,7 +138,7 @@ TEST(Kit, AnArrayIsBuiltOnceForAState) {
     EXPECT_EQ(ask(2), 2);
     EXPECT_EQ(ask(2), 2);
     EXPECT_EQ(built, 2);
-    state = 4; // it changes between the question and the answer
+    state = 4; // the state changes during the read
     EXPECT_EQ(ask(3), 4);
     EXPECT_EQ(ask(4), 4);
 }

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Clients that are well, hang, or are gone.
+// Clients that work, hang, or are gone.
 #include "kitfixture.h"
 
 namespace {
 const lx::Change UnitChanged{"properties", OLESTR("Pump"), 4, 512};
 
-/// Where a callback waits.
+/// Blocks a callback until the test opens it.
 class Gate {
 public:
     void Open() {
@@ -50,7 +50,7 @@ TEST(Notifier, AClientThatHangsHoldsUpNobody) {
     EXPECT_TRUE(Rise(well->All()));
     EXPECT_EQ(hangs->All().size(), 1u);
     gate.Open();
-    // The one that it hung in, one for all that waited when there were too many, and what came after that.
+    // The notification that hung, one that replaced all queued ones, and those sent after that.
     constexpr std::size_t after = count - 1 - lx::ClientQueue::MostWaiting - 1;
     EXPECT_TRUE(WaitFor([&] { return hangs->All().size() == 2 + after; }));
     EXPECT_TRUE(Rise(hangs->All()));
@@ -74,7 +74,7 @@ TEST(Notifier, LostClientsAreDroppedAndReleased) {
     EXPECT_TRUE(WaitFor([&] { return gone->AddRef() + gone->Release() == 3; })) << "its callback was released";
 
     Register(*connection, *hangs);
-    server->Notify(UnitChanged); // spends Notifier::AnswerWait
+    server->Notify(UnitChanged); // waits for the whole Notifier::AnswerWait
     server->Clients().CheckClients();
     EXPECT_EQ(server->Clients().Clients(), 1u) << "it may be slow only";
     server->Clients().SetHangLimit(1ms);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The SQLite server: what others write to the database reaches the caches of all clients of all its servers.
+// The SQLite server: edits of the database by other programs reach the caches of all clients of all its servers.
 #include "kitfixture.h"
 
 #include "SqliteServer.h"
@@ -13,7 +13,7 @@ constexpr const OLECHAR* Pump = OLESTR("Pump");
 constexpr const OLECHAR* Flow = OLESTR("RatedFlow");
 const std::set<std::string> SomeTypes{"'Site'", "'Pump'", "'PumpCentrifugal'", "'Vessel'"};
 
-/// A database of its own for each test, and a connection that no server has.
+/// A new database for each test, and a connection to it that is not a server's.
 class Sqlite : public testing::Test {
 protected:
     Sqlite() {
@@ -41,7 +41,7 @@ private:
     std::optional<Database> m_others;
 };
 
-/// A server over the database, and what one client sees and another one is told.
+/// A server over the database with two clients: a cache, and one that records notifications.
 struct Side {
     explicit Side(const std::string& path)
         : server(OpenSqliteServer(path)),
@@ -78,7 +78,7 @@ TEST_F(Sqlite, EditsReachTheClientsOfAllServers) {
         EXPECT_TRUE(WaitFor([&] { return side->Unit() == "'l/s'"; }));
         EXPECT_TRUE(WaitFor([&] { return side->listener->DataIds() == Ids{"properties/Pump/4/512"}; }));
     }
-    // Each kind with its bits; what changes nothing, or many at once, is told as such.
+    // Each kind of change has its own bits. An edit without effect is not notified, and many changes are combined.
     Edit("UPDATE attribute SET unit = 'l/s' WHERE type = 'Pump' AND name = 'RatedFlow'");
     Edit("BEGIN; INSERT INTO attribute (type, name, unit) VALUES ('Pump', 'A/B', 'm');"
          "UPDATE attribute SET description = 'text'; UPDATE type SET searchable = 0 WHERE name = 'Pump';"

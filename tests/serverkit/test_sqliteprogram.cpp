@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The SQLite server as a program: two processes over one database, a client of each, and a third process that edits.
+// The SQLite server as a program: two server processes over one database with a client each, and a third process that
+// edits the database.
 #include "kitfixture.h"
 
 #include <lxserver/Registration.h>
@@ -16,7 +17,7 @@ std::wstring Beside(const wchar_t* file) {
     return program.substr(0, program.find_last_of(L"/\\") + 1) + file;
 }
 
-/// lxsqliteserver with some arguments; killed with the object if it still runs.
+/// A running lxsqliteserver. The destructor kills it if it still runs.
 class Program {
 public:
     explicit Program(const std::wstring& arguments) {
@@ -34,7 +35,7 @@ public:
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    /// Its exit code; 98 when it does not end in time.
+    /// Waits for its end and returns its exit code; 98 on timeout.
     DWORD Wait() const {
         DWORD code = 98;
         if (WaitForSingleObject(m_process.hProcess, ProcessLimit) == WAIT_OBJECT_0) {
@@ -72,7 +73,7 @@ struct Client {
     KitCache cache;
 };
 
-/// A server that one client finds.
+/// A server process to which one client can connect.
 struct Server {
     explicit Server(const std::wstring& database, const wchar_t* eventName)
         : ready(CreateEventW(nullptr, TRUE, FALSE, eventName)),
@@ -125,7 +126,7 @@ TEST_F(SqliteProgram, AnEditByAnotherProcessReachesTheClientsOfTwoServers) {
 TEST_F(SqliteProgram, ComStartsItAndItEndsByItself) {
     EXPECT_EQ(Program(L"--register --database \"" + Database() + L"\"").Wait(), 0u);
     EXPECT_EQ(Client().Unit(), "'m?/h'");
-    const std::wstring stop = L"lxserver-stop-" + lx::TextOf(ServerClass); // there as long as a server is
+    const std::wstring stop = L"lxserver-stop-" + lx::TextOf(ServerClass); // the event exists while a server runs
     EXPECT_TRUE(WaitFor(
         [&] {
             HANDLE const event = OpenEventW(SYNCHRONIZE, FALSE, stop.c_str());

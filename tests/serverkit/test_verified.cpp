@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Servers on the kit keep the contract: the proof is that of lxcfc verify-server.
+// Servers on the kit keep the contract, as verified by lxcfc verify-server.
 #include "XServerVerifier.h"
 #include "kitfixture.h"
 #include "minimal_server.h"
@@ -11,7 +11,7 @@
 #endif
 
 namespace {
-/// The rules that are broken, with the first thing that came, and those that were not tested.
+/// The broken rules with their first findings, and the rules that were not tested.
 std::string Judged(ILXConfigFactory* factory, ILXDataUpdate* update, std::function<void(int number)> edit) {
     XServerToVerify server;
     server.factory = factory;
@@ -38,7 +38,7 @@ void SetUnit(ILXConfigFactory& factory, int number) {
     VariantClear(&unit);
 }
 
-// In the client's process arrays have all objects; no enumeration of the kit's offers Clone.
+// In the client's process arrays contain all objects. The kit's enumerators do not implement Clone.
 constexpr const char* NotTested = "null-objects not tested\nenum-clone not tested\n";
 } // namespace
 

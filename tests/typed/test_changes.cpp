@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The life of a cache in the typed layer, and the function that is told of changes.
+// The lifetime of a cache in the typed layer, and the change function.
 #include "typedfixture.h"
 
 using namespace std::chrono_literals;
@@ -8,11 +8,11 @@ using namespace std::chrono_literals;
 namespace {
 constexpr const OLECHAR* FlowChanged = OLESTR("properties/Pump/4/512");
 
-/// A notification service that sends what it is told to, on the thread that tells it.
+/// A notification service that sends notifications on the calling thread, on request of the test.
 class Service final : public lx::DataUpdateRefusals<lx::Object<ILXDataUpdate>> {
 public:
     std::function<void()> whenRegistered = [] {};
-    bool letsGo = false; ///< of the callback when it is unregistered; else it keeps it, as some servers do
+    bool letsGo = false; ///< release the callback in UnregisterCallback; otherwise keep it, as some servers do
     bool isRegistered = false;
 
     HRESULT Notify(const OLECHAR* dataId = FlowChanged) {
@@ -39,7 +39,7 @@ private:
     ULONG m_lastId = 0;
 };
 
-/// Changes the unit of RatedFlow, and tells nobody.
+/// Changes the unit of RatedFlow without a notification.
 void SetUnit(lx::ModelServer& server, const OLECHAR* unit) {
     server.Edit([unit](lx::Model& model) {
         model.types[OLESTR("Pump")].attributes[OLESTR("RatedFlow")].Set(lx::Unit, unit);
@@ -71,7 +71,7 @@ TEST_F(Typed, TheFunctionReadsWhatHasChanged) {
     SetUnit(*server, OLESTR("l/min"));
     EXPECT_EQ(service->Notify(), S_OK);
     EXPECT_EQ(seen, (std::vector<std::string>{"l/s", "l/min"}));
-    // The life moves with the object: who told the old one tells the new one.
+    // Moving a Cache moves the registration, and the change function stays in use.
     lxcfc::Cache moved = std::move(cache);
     SetUnit(*server, OLESTR("l/h"));
     EXPECT_EQ(service->Notify(), S_OK);
@@ -82,7 +82,7 @@ TEST_F(Typed, TheFunctionReadsWhatHasChanged) {
 }
 
 TEST_F(Typed, AfterTheEndTheFunctionIsNeitherCalledNorUnderWay) {
-    const auto service = lx::Make<Service>(); // it keeps the callback
+    const auto service = lx::Make<Service>(); // a service that keeps the callback
     const auto token = std::make_shared<int>();
     std::promise<void> entered, leave;
     std::atomic<int> calls{0}, done{0};

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// What the typed layer makes of the component's answers: objects, ranges, values, texts and errors.
+// How the typed layer converts the component's results to objects, ranges, values, texts and errors.
 #include "typedfixture.h"
 
 namespace {
-/// "name=value ..." of the elements of a range, by one property.
+/// Formats the elements of a range as "name=value ..." with one property.
 template <class T> std::string All(const lxcfc::Range<T>& range, int index) {
     std::string all;
     for (const auto& element : range) {
@@ -13,7 +13,7 @@ template <class T> std::string All(const lxcfc::Range<T>& range, int index) {
     return all;
 }
 
-/// The error that a call raises.
+/// The error that a call throws.
 template <class F> lxcfc::Error ErrorOf(F&& call) {
     try {
         call();
@@ -22,7 +22,7 @@ template <class F> lxcfc::Error ErrorOf(F&& call) {
     return lxcfc::Error(S_OK, {});
 }
 
-/// Gives elements in portions of its own choice.
+/// An enumerator that returns elements in portions of its own choice.
 class Portions final : public lx::Object<ILXPageEnum> {
 public:
     struct Portion {
@@ -119,7 +119,8 @@ TEST_F(Typed, ARangeHasAllThatItsEnumeratorGives) {
     EXPECT_EQ(count({{0, S_FALSE}}), 0U);
     EXPECT_EQ(count({{1000, S_FALSE}}), 64U) << "it claims more than there is room for";
     const auto failing = [&] { count({{64, S_OK}, {0, RPC_E_DISCONNECTED}}); };
-    EXPECT_EQ(ErrorOf(failing).Result(), RPC_E_DISCONNECTED); // what was fetched is let go: the runner counts
+    // The test runner detects elements that leak here.
+    EXPECT_EQ(ErrorOf(failing).Result(), RPC_E_DISCONNECTED);
 
     lxcfc::Range<lxcfc::Attribute> kept;
     {
@@ -147,7 +148,7 @@ TEST_F(Typed, ValuesAndTextsComeInEachForm) {
     EXPECT_TRUE(flow.Flag(lx::ShowInEditor));
     flow.Set(lx::Position, 7L);
     EXPECT_EQ(flow.Get(lx::Position).Number(), 7);
-    // No characters: a low half alone, an end in the middle, an overlong "/", a surrogate in UTF-8.
+    // Invalid: a low surrogate alone, a truncated sequence, an overlong "/", a surrogate in UTF-8.
     EXPECT_EQ(lxcfc::Encode<std::string>(std::u16string{0xDC00, u'a'}), "\xEF\xBF\xBD"
                                                                         "a");
     EXPECT_EQ(lxcfc::Encode<std::u16string>("a\xE2\x82"), u"a\uFFFD");
@@ -173,7 +174,7 @@ TEST_F(Typed, ErrorsSayWhatWhereAndWhy) {
     EXPECT_EQ(ErrorOf([&] { (void)cache.FindType("Pumpe").Attributes(); }).Result(), E_POINTER);
     EXPECT_EQ(ErrorOf([&] { (void)flow.Number(lx::Unit); }).Result(), DISP_E_TYPEMISMATCH);
 
-    // What a call of somebody else's left behind does not explain one that leaves nothing.
+    // Old error information of another call must not explain a failure that sets none.
     lxcfc::Value value;
     EXPECT_EQ(flow.Raw().GetProperty(1000, value.Put()), E_INVALIDARG);
     const auto refused = [&] {

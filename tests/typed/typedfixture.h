@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The component as a class of this process, and a server for it.
+// Registers the component in this process, and provides a server for it.
 #ifndef TYPEDFIXTURE_H
 #define TYPEDFIXTURE_H
 
@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-/// A server with something of each kind.
+/// A server with elements of all kinds.
 std::shared_ptr<lx::ModelServer> MakeServer();
 lxcfc::Ptr<ILXConfigFactory> FactoryOf(const lx::ServerPtr& server);
 

@@ -14,7 +14,7 @@ template <class... T> HRESULT Refused(T**... outs) {
     return E_NOTIMPL;
 }
 
-// Declares a method whose answer a fault may change.
+// Declares a method that forwards its call and whose result a fault may change.
 #define LX_PASSED(Method, Parameters, Arguments, Out)                                                                  \
     HRESULT STDMETHODCALLTYPE Method Parameters override {                                                             \
         return Told(Fault(), #Method, m_inner->Method Arguments, Out);                                                 \
@@ -151,7 +151,7 @@ private:
     int m_searches = 0;
 };
 
-/// Stands between the sample server and a client.
+/// Proxy of a client's callback, which applies faults to notifications.
 class Callback final : public HostileObject<ILXCallbackUpdate> {
 public:
     Callback(ILXCallbackUpdate* client, LONG number, FaultsPtr faults)

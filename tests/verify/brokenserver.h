@@ -1,31 +1,31 @@
 // SPDX-License-Identifier: MIT
 //
-// A server that breaks its contract in one way: everything is passed on to the sample server, and a test changes what
-// comes back on the way.
+// A server that breaks its contract in one way. It forwards all calls to the sample server, and a test modifies the
+// results.
 #ifndef BROKENSERVER_H
 #define BROKENSERVER_H
 
 #include "XServerVerifier.h"
 #include "hostileserver.h"
 
-/// What a server does otherwise than it should. All of it may be used from any thread once the verification runs.
+/// The faults of a server. They are used from any thread once the verification runs.
 struct Faults {
-    /// Changes the answer of a method: its result, and what its out parameter points to.
+    /// Changes the result of a method, and the target of its out parameter.
     using Answer = std::function<HRESULT(std::string_view method, HRESULT result, void** out)>;
 
-    Answer factory; ///< of the config factory
-    Answer type;    ///< of types that GetType gives
-    /// The same for GetProperty of such a type.
+    Answer factory; ///< for methods of the config factory
+    Answer type;    ///< for methods of types from GetType
+    /// The same for GetProperty of these types.
     std::function<HRESULT(int index, HRESULT result, VARIANT* value)> property;
-    /// The bases come with a type whether they are asked for or not.
+    /// Replaces the argument that requests base types.
     std::optional<LONG> withBases;
 
-    /// Changes a notification; false keeps it from the client.
+    /// Changes a notification; false suppresses it.
     std::function<bool(LONG client, XLXText& dataId, ULONG& id)> notification;
     bool searchOnce = false;         ///< the second search finds nothing
-    bool hideAnswers = false;        ///< of callbacks
-    bool keepNoReference = false;    ///< to a callback
-    bool releaseNoReference = false; ///< to a callback
+    bool hideAnswers = false;        ///< ignore the results of callbacks
+    bool keepNoReference = false;    ///< keep no reference to a callback
+    bool releaseNoReference = false; ///< do not release the reference to a callback
     bool unregisterNobody = false;
     bool knowEveryClient = false;
     std::atomic<bool> notifying{false};
@@ -40,7 +40,7 @@ XLXComPtr<ILXDataUpdate> BrokenUpdate(const std::shared_ptr<XSampleServer>& serv
 std::span<VARIANT> ElementsOf(SAFEARRAY* array);
 void Replace(VARIANT& element, XLXComVariant value);
 
-/// Passes an enumeration on, with its own ways of moving in it.
+/// Forwards to an enumerator, but may replace Reset, Skip and Clone.
 template <class E, class I> class OddEnumeration final : public HostileObject<E> {
 public:
     using Copy = std::function<HRESULT(E**)>;

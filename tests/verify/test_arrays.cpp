@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Arrays that are spoiled in one element each: nothing crashes, and the finding names the element.
+// Arrays with one invalid element each: reading must not crash, and the finding names the element.
 #include "XBulkArrays.h"
 #include "brokenserver.h"
 
@@ -13,7 +13,7 @@ XLXSafeArray TypesOf(const std::shared_ptr<XSampleServer>& server) {
     return array;
 }
 
-/// Reads an array and judges all that was read.
+/// Reads an array and checks its values.
 std::string FindingsOf(XLXSafeArray array) {
     XFindings findings;
     if (const auto types = LXReadTypes(array.Detach(), findings, "call")) {
@@ -43,13 +43,13 @@ TEST(SpoiledArray, IsReadWithoutACrashAndTheElementIsNamed) {
             XLXSafeArray array = TypesOf(server);
             VARIANT& element = ElementsOf(array.Get())[at];
             VariantClear(&element);
-            element = VARIANT{}; // whatever the type says, it refers to nothing
+            element = VARIANT{}; // must not own anything, because the type is changed below
             V_VT(&element) = wrong;
             const std::string found = FindingsOf(std::move(array));
             named += found.find("element " + std::to_string(at) + " of " + std::to_string(count)) == 0 ? 1 : 0;
         }
     }
-    // 2 types of 28 values, an attribute of 60, its type of 7 and a page of 7 may be of any type; all others not
+    // The values may have any type: 2 types with 28, an attribute with 60, its attribute type and a page with 7 each.
     EXPECT_EQ(named, (count - 2 * 28 - 60 - 7 - 7) * std::size(WrongTypes));
 }
 
@@ -59,7 +59,7 @@ TEST(SpoiledArray, NamesTypeAndAttribute) {
     const auto server = XSampleServer::Create(std::move(model));
     XLXSafeArray array = TypesOf(server);
     const auto elements = ElementsOf(array.Get());
-    VARIANT& object = elements[elements.size() - 4]; // of the attribute type; base, listed and searchable follow
+    VARIANT& object = elements[elements.size() - 4]; // of the attribute type; only base, listed and searchable follow
     ASSERT_EQ(V_VT(&object), VT_UNKNOWN);
     Replace(object, XLXComVariant::FromI4(3));
     EXPECT_EQ(FindingsOf(std::move(array)),

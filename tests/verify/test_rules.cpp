@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The sample server keeps its contract; a server that breaks a rule is found by that rule.
+// The sample server keeps its contract. For each rule, a server that breaks it is reported with that rule.
 #include "brokenserver.h"
 
 #include <fstream>
@@ -11,7 +11,7 @@
 namespace {
 using namespace std::chrono_literals;
 
-/// Two types with a base, each with parts; relations, browser ids and format specs.
+/// A model with types with parts and a base type, relations, browser ids and format specs.
 XServerModel ContractModel() {
     XServerModel model = LXTestModel();
     for (const char* const browser : {"List", "Map"}) {
@@ -25,7 +25,7 @@ XServerModel ContractModel() {
     return model;
 }
 
-/// A server that a test may break, and everything that a verification of it needs.
+/// A server with configurable faults, and everything to verify it.
 struct World {
     explicit World(XServerModel model) : sample(XSampleServer::Create(std::move(model))) {
         edit = [this](int number) {
@@ -51,7 +51,7 @@ struct World {
     std::function<void(int number)> edit;
     XVerifierOptions options{20000ms, 300ms, 30ms, 50, 4, 500};
     bool withUpdate = true;
-    std::vector<XLXComPtr<IUnknown>> kept; ///< of what the server handed out, with a reference too many
+    std::vector<XLXComPtr<IUnknown>> kept; ///< leaked references to objects of the server
     int edits = 0;
 };
 
@@ -69,12 +69,12 @@ std::string BrokenIn(const XVerifierReport& report) {
     return text;
 }
 
-// ---- what servers do wrong
+// ---- faults of servers
 
-using Change = std::function<HRESULT(HRESULT result, void** out)>; ///< of an answer
+using Change = std::function<HRESULT(HRESULT result, void** out)>; ///< changes a result
 using Fault = std::function<void(World&)>;
 
-/// Changes the answers of one method of the config factory, or of types that GetType gives.
+/// Changes the results of one method of the config factory, or of types from GetType.
 Fault Factory(std::string_view method, const Change& change) {
     return [=](World& world) {
         world.faults->factory = [=](std::string_view called, HRESULT result, void** out) {
@@ -90,14 +90,14 @@ Fault Type(std::string_view method, const Change& change) {
     };
 }
 
-/// Drops the object that a call gave, and answers something else.
+/// Releases the object that a call returned, and changes the result.
 Change Answer(HRESULT result) {
     return [=](HRESULT, void** out) {
         LXAttach(static_cast<IUnknown*>(std::exchange(*out, nullptr)));
         return result;
     };
 }
-/// Answers something else where there is nothing.
+/// Changes the result of calls that find nothing.
 Change AnswerForNothing(HRESULT with, void* left = nullptr) {
     return [=](HRESULT result, void** out) {
         if (result == S_OK) { return result; }
@@ -105,12 +105,12 @@ Change AnswerForNothing(HRESULT with, void* left = nullptr) {
         return with;
     };
 }
-/// Takes the array away, or gives another one.
+/// Replaces the array; null removes it.
 HRESULT GiveArray(SAFEARRAY* array, void** out) {
     SafeArrayDestroy(static_cast<SAFEARRAY*>(std::exchange(*out, array)));
     return array != nullptr ? S_OK : S_FALSE;
 }
-/// Changes the elements of arrays.
+/// Modifies the elements of arrays.
 Change Elements(const std::function<void(std::span<VARIANT>)>& spoil) {
     return [=](HRESULT result, void** out) {
         if (*out != nullptr) { spoil(ElementsOf(static_cast<SAFEARRAY*>(*out))); }
@@ -130,7 +130,7 @@ Change FirstOf(VARTYPE type, const std::function<XLXComVariant()>& value) {
 }
 XLXComVariant Other() { return XLXComVariant::FromBstr(OLESTR("Other")); }
 
-/// Puts something else in the place of enumerations of browser ids.
+/// Replaces enumerators of browser ids.
 using IdEnum = XLXComPtr<ILXBrowserIdEnum>;
 Fault BrowserIds(const std::function<ILXBrowserIdEnum*(const IdEnum&)>& make) {
     return Factory("GetBrowserIdEnum", [=](HRESULT result, void** out) {
@@ -170,7 +170,7 @@ ILXBrowserIdEnum* WithoutSingleNext(const IdEnum& inner) {
         return inner->RemNext(asked, elements, fetched);
     });
 }
-/// A clone begins with the first element, wherever the original is.
+/// A clone starts at the first element instead of the original's position.
 void FreshClones(World& world) {
     BrowserIds([&world](const IdEnum& inner) -> ILXBrowserIdEnum* {
         return new OddIds(
@@ -178,7 +178,7 @@ void FreshClones(World& world) {
     })(world);
 }
 
-/// Answers nothing to whoever comes while another one is answered.
+/// Returns nothing to a caller while another call is in progress.
 void OneAtATime(World& world) {
     const auto inside = std::make_shared<std::atomic<int>>(0);
     Factory("GetPCArray", [inside](HRESULT result, void** out) {
@@ -188,7 +188,7 @@ void OneAtATime(World& world) {
         return alone ? result : GiveArray(nullptr, out);
     })(world);
 }
-/// Records come without objects, and one way to find these is not there.
+/// Records contain no objects, and one method to find them is missing.
 Fault WithoutObjects(std::string_view method) {
     return [=](World& world) {
         world.sample->DeliverComponentObjects(false);
@@ -230,7 +230,7 @@ void ValueOfAnother(std::span<VARIANT> relations) {
     V_BYREF(&value) = &elsewhere;
 }
 
-/// Answers to GetProperty.
+/// Changes the results of GetProperty.
 Fault Property(const std::function<HRESULT(int index, HRESULT result, VARIANT* value)>& change) {
     return [=](World& world) { world.faults->property = change; };
 }
@@ -241,7 +241,7 @@ HRESULT OtherLabel(int index, HRESULT result, VARIANT* value) {
     return S_OK;
 }
 
-/// Changes a label, and sends this data id before or after it; none where it is null.
+/// Changes a label and sends a notification with the data id before or after it; none if the id is null.
 Fault Sending(const char* dataId, bool before) {
     return [=](World& world) {
         world.edit = [=, &world](int number) {
@@ -262,7 +262,7 @@ Fault WithBases(LONG always) {
     return [=](World& world) { world.faults->withBases = always; };
 }
 
-/// The server begins with another model.
+/// Modifies the server's initial model.
 Fault Model(const std::function<void(XServerModel&)>& change) {
     return [=](World& world) { world.sample->Edit().Change(change); };
 }
@@ -280,10 +280,10 @@ Fault Base(const OLECHAR* type, const char* base) {
 struct Broken {
     XRule rule;
     Fault fault;
-    std::set<XRule> with{}; ///< rules that such a server cannot keep either
+    std::set<XRule> with{}; ///< further rules that such a server breaks
 };
 
-int something = 0; // that a failing call leaves in its out parameter
+int something = 0; // a value left in the out parameter of a failing call
 
 // clang-format off
 const std::vector<Broken> AllBroken = {
@@ -369,7 +369,7 @@ INSTANTIATE_TEST_SUITE_P(Contract, BrokenRule, testing::ValuesIn(AllBroken), [](
 });
 
 TEST(Contract, EveryRuleHasAServerThatBreaksIt) {
-    std::set<std::string> rules{NameOf(XRule::InTime)}; // a test of its own
+    std::set<std::string> rules{NameOf(XRule::InTime)}; // has a separate test
     for (const Broken& row : AllBroken) {
         rules.insert(NameOf(row.rule));
     }
@@ -425,13 +425,13 @@ TEST(Contract, WhatIsMissingIsSaid) {
     EXPECT_FALSE(VerdictOf(report, XRule::AgreeType).IsKept());
 }
 
-/// A server, one method of whose config factory makes no end under a condition.
+/// A server with a method of the config factory that hangs under a condition.
 class HangingServer : public testing::Test {
 protected:
     HangingServer() : m_world(ContractModel()) { m_world.options.limit = 200ms; }
     ~HangingServer() override {
         m_gate.set_value();
-        while (m_world.faults.use_count() > 1) { // the thread that was in the call ends
+        while (m_world.faults.use_count() > 1) { // wait for the thread in the call to end
             std::this_thread::sleep_for(5ms);
         }
     }

@@ -4,7 +4,7 @@
 
 #include <objbase.h>
 
-/// The multithreaded apartment, for as long as a thread needs it.
+/// Keeps the calling thread in the multithreaded apartment.
 class XApartment {
 public:
     XApartment() : m_entered(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))) {}

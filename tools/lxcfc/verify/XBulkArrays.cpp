@@ -15,12 +15,12 @@ constexpr Header TypeHeader{1, 0};
 constexpr Header RelationHeader{2, 1};
 constexpr Header ComponentHeader{4, 4};
 
-/// The elements one after the other. Says in a refusal where it is.
+/// A cursor over the elements of an array. Its errors name the current position.
 class Walk {
 public:
     explicit Walk(std::span<const VARIANT> elements) : m_elements(elements), m_end(elements.size()) {}
 
-    /// What is read next, and of whom.
+    /// Sets the section that is read next and its owner, for error messages.
     void At(std::string section) { m_section = std::move(section); }
     void Of(std::string owner) { m_owner = std::move(owner); }
     const std::string& Owner() const { return m_owner; }
@@ -38,7 +38,7 @@ public:
     const VARIANT& Element(VARTYPE type, const char* what) {
         const VARIANT& element = Values(1, what).front();
         if (V_VT(&element) != type) {
-            --m_next; // for the place
+            --m_next; // report the position of this element
             Refuse(XRule::ArrayElements,
                    std::string(what) + " should be " + LXTypeText(type) + ", came " + LXValueText(element));
         }
@@ -50,7 +50,7 @@ public:
     std::string Name(const char* what) { return LXNameIn(Element(VT_BSTR, what)); }
     IUnknown* Object(const char* what) { return V_UNKNOWN(&Element(VT_UNKNOWN, what)); }
 
-    /// A count, which fits what is left.
+    /// Reads a count and checks that as many elements are left.
     std::size_t Count(const char* what) {
         const LONG count = Number(what);
         if (count < 0) { Refuse(XRule::ArrayCounts, std::string(what) + " is " + std::to_string(count)); }
@@ -58,9 +58,9 @@ public:
     }
     std::size_t MapCount(const char* what) { return Fitting(Index(what), what); }
 
-    /// What follows up to there is read as an array of its own.
+    /// Limits reading to the next elements, a sub-array. Returns the previous end, for Widen.
     std::size_t Narrow(std::size_t count) { return std::exchange(m_end, m_next + count); }
-    /// Goes on behind it.
+    /// Skips to the end of the sub-array and restores the previous end.
     void Widen(std::size_t end) {
         m_next = m_end;
         m_end = end;
@@ -101,7 +101,7 @@ void ReadHeader(Walk& walk, Header expected) {
     }
 }
 
-/// An object, and a vector of its values.
+/// Reads an object and the vector of its values.
 XReadRecord ReadRecord(Walk& walk, XElementKind kind) {
     XReadRecord record;
     record.kind = kind;
@@ -111,7 +111,7 @@ XReadRecord ReadRecord(Walk& walk, XElementKind kind) {
     return record;
 }
 
-/// A vector of records in a sub-array.
+/// Reads a sub-array with a vector of records.
 std::vector<XReadRecord> ReadList(Walk& walk, XElementKind kind, const char* section) {
     walk.At(section);
     const std::size_t end = walk.Narrow(walk.Count("the count of elements"));
@@ -185,7 +185,7 @@ XReadType ReadType(Walk& walk) {
     return type;
 }
 
-/// Runs what reads; a refusal is a finding. An array that was read has kept all rules of arrays.
+/// Runs a read function and turns an XArrayRefusal into a finding. On success all rules for arrays count as kept.
 template <class F> bool Reading(XFindings& findings, const std::string& call, F&& read) {
     try {
         read();

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// A server's arrays, read element by element with a look at everything that the format says of them. What does not fit
-// is a finding with the element's number and the names of the type and the attribute.
+// Reads a server's bulk arrays element by element and checks them against the transfer format. A violation becomes a
+// finding with the number of the element and the names of the type and the attribute.
 //
-// Ownership  What is read refers to the array, which lives as long as the object that was read.
+// Ownership  Records reference elements of the array. The object that a read function returns keeps the array alive.
 #ifndef XBULKARRAYS_H
 #define XBULKARRAYS_H
 
@@ -17,21 +17,21 @@
 #include <optional>
 #include <set>
 
-/// An object and its values.
+/// A record of an array: an object and its values.
 struct XReadRecord {
     XElementKind kind = XElementKind::Type;
-    std::string path; ///< whose it is, such as: type "Pump", attribute "Head"
+    std::string path; ///< the element, such as: type "Pump", attribute "Head"
     IUnknown* object = nullptr;
     std::span<const VARIANT> values;
-    std::vector<XReadRecord> types; ///< of an attribute
+    std::vector<XReadRecord> types; ///< attribute types; for attributes only
 
-    /// What it is found by: its name, or its number as a text.
+    /// The key: its name, or its number as text.
     std::string Key() const;
-    /// A value that may be a text; "" for any other.
+    /// The value of a property as text; "" if it is not a text.
     std::string Text(int index) const;
 };
 
-using XReadList = std::optional<std::vector<XReadRecord>>; ///< nothing: not delivered
+using XReadList = std::optional<std::vector<XReadRecord>>; ///< nullopt: not delivered
 
 struct XReadComponents {
     XReadList pages;
@@ -49,10 +49,10 @@ struct XReadType {
     bool searchable = false;
 };
 
-/// An array whose elements can be reached.
+/// Owns an array and gives access to its elements.
 class XOpenArray {
 public:
-    /// Takes the array over; raises XArrayRefusal.
+    /// Takes ownership of the array. Throws XArrayRefusal if its shape is wrong.
     explicit XOpenArray(SAFEARRAY* array);
     ~XOpenArray();
     XOpenArray(const XOpenArray&) = delete;
@@ -65,7 +65,7 @@ private:
     std::span<const VARIANT> m_elements;
 };
 
-/// Why an array is refused.
+/// The exception for an array that violates the format.
 struct XArrayRefusal {
     XRule rule;
     std::string what;
@@ -75,10 +75,10 @@ struct XReadTypes {
     std::shared_ptr<XOpenArray> array;
     std::vector<std::pair<std::string, ULONG>> names;
     std::vector<XReadType> records;
-    std::map<std::string, std::size_t> byName; ///< places in records
+    std::map<std::string, std::size_t> byName; ///< indexes in records
 
     const XReadType* Find(const std::string& name) const;
-    /// Visits the base types of a type, the nearest first; each once, also where they go round in a circle.
+    /// Visits the base types of a type, nearest first. Visits each once, even if they form a circle.
     template <class F> void EachBase(const XReadType& type, F&& visit) const {
         std::set<std::string> met{type.head.Key()};
         for (const XReadType* base = Find(type.head.Text(XProperty::BaseTypeName));
@@ -89,13 +89,13 @@ struct XReadTypes {
     }
 };
 
-/// A list of records or of values that an array carries.
+/// The records or values of an array, with the array that they reference.
 template <class T> struct XReadArray {
     std::shared_ptr<XOpenArray> array;
     T content{};
 };
 
-// Each takes the array over. Nothing when the array does not fit the format, which is then a finding of the call.
+// These functions take ownership of the array. They return nullopt if it violates the format, and add a finding.
 std::optional<XReadTypes> LXReadTypes(SAFEARRAY* array, XFindings& findings, const std::string& call);
 std::optional<XReadArray<XReadComponents>> LXReadComponents(SAFEARRAY* array, const std::string& type,
                                                             XFindings& findings, const std::string& call);
@@ -105,11 +105,11 @@ std::optional<XReadArray<std::vector<XReadRecord>>> LXReadRelations(SAFEARRAY* a
 std::optional<XReadArray<std::span<const VARIANT>>> LXReadValues(SAFEARRAY* array, XFindings& findings,
                                                                  const std::string& call);
 
-/// "page", "group" and so on.
+/// The name of a kind: "page", "group" and so on.
 const char* LXKindName(XElementKind kind);
-/// Which property an object of a kind is found by.
+/// The index of the property that is the key of a kind.
 int LXKeyOf(XElementKind kind);
-/// Judges the values of one object: their number, whom they belong to, and what the cache reads of them.
+/// Checks the values of an object: their number, their ownership, and the types of those that the cache reads.
 void LXJudgeValues(XElementKind kind, std::span<const VARIANT> values, XFindings& findings, const std::string& where);
 
 #endif

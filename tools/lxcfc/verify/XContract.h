@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A server's contract, rule by rule, and what was found of each.
+// The rules of a server's contract, and the verdict on each.
 #ifndef XCONTRACT_H
 #define XCONTRACT_H
 
@@ -68,15 +68,15 @@ enum class XRule {
 };
 
 enum class XSeverity {
-    Must,  ///< the cache, or a client of it, goes wrong
-    Should ///< the cache allows for it; another client need not
+    Must,  ///< otherwise the cache or its clients fail
+    Should ///< the cache tolerates a violation, other clients may not
 };
 
 struct XContractRule {
     XRule rule;
     const char* id;
     XSeverity severity;
-    int guide; ///< the number of the rule in the guide's section for servers
+    int guide; ///< the number of the rule in the guide's section on servers
     const char* sentence;
 };
 
@@ -86,7 +86,7 @@ const XContract& LXContract();
 /// "must" or "should".
 const char* LXSeverityName(XSeverity severity);
 
-/// What broke a rule.
+/// A violation of a rule.
 struct XFinding {
     std::string call; ///< such as GetTypeArrayEx(15)
     std::string came;
@@ -94,31 +94,31 @@ struct XFinding {
 
 struct XVerdict {
     const XContractRule* rule = nullptr;
-    std::size_t checks = 0;         ///< how often it was seen kept
-    std::size_t faults = 0;         ///< how often it was seen broken
-    std::vector<XFinding> findings; ///< the first few of the faults
-    std::string notTested;          ///< why it was not tested; counts where there are no checks and no faults
+    std::size_t checks = 0;         ///< number of successful checks
+    std::size_t faults = 0;         ///< number of failed checks
+    std::vector<XFinding> findings; ///< the first faults
+    std::string notTested;          ///< why it was not tested; valid if there are no checks and no faults
 
     bool IsBroken() const { return faults != 0; }
     bool IsKept() const { return faults == 0 && checks != 0; }
 };
 
-/// Verdicts as they come together. May be used from any thread.
+/// Collects the verdicts. Thread-safe.
 class XFindings {
 public:
     XFindings();
 
     void Kept(XRule rule);
     void Broken(XRule rule, const std::string& call, const std::string& came);
-    /// One of the two.
+    /// Calls Kept or Broken. Returns `kept`.
     bool Check(bool kept, XRule rule, const std::string& call, const std::string& came);
-    /// Why a rule cannot be tested; the first reason stays.
+    /// Records why a rule cannot be tested. The first reason is kept.
     void NotTested(XRule rule, const std::string& reason);
 
     std::vector<XVerdict> Verdicts() const;
 
 private:
-    static constexpr std::size_t MostFindings = 5; // of one rule
+    static constexpr std::size_t MostFindings = 5; // per rule
 
     mutable std::mutex m_mutex;
     std::vector<XVerdict> m_verdicts;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// The calls that the verification makes: which are under way and since when, and how long each method took.
+// The calls that the verification makes: those in progress with their start times, and the durations by method.
 //
-// Threading  May be used from any thread.
-// Errors     Once the verification was given up a new call raises XGivenUp, so that its thread ends.
+// Threading  Thread-safe.
+// Errors     After GiveUp a new call throws XGivenUp, which ends its thread.
 #ifndef XSERVERCALLS_H
 #define XSERVERCALLS_H
 
@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-/// Nobody waits for the verification any more.
+/// Ends a thread of an abandoned verification.
 struct XGivenUp {};
 
 class XServerCalls {
@@ -24,9 +24,9 @@ public:
     using Clock = std::chrono::steady_clock;
 
     /// Makes a call.
-    /// @param method  under which its time is counted; "" for none
-    /// @param text    the call with its arguments, for messages
-    /// @param patience  how many limits it may take
+    /// @param method    the method for which the duration is counted; "" for none
+    /// @param text      the call with its arguments, for messages
+    /// @param patience  the allowed duration, as a multiple of the limit
     template <class F> HRESULT Make(const std::string& method, const std::string& text, F&& call, int patience = 1) {
         const std::size_t number = Begin(method, text, patience);
         const HRESULT result = call();
@@ -34,12 +34,12 @@ public:
         return result;
     }
 
-    /// A call that has been under way for longer than the limit.
+    /// A call in progress that has exceeded the limit, if any.
     std::optional<std::string> Hanging(std::chrono::milliseconds limit) const;
     void GiveUp();
-    /// Whether the times of calls count. They do not while several threads call at once.
+    /// Turns the counting of durations on or off. It is off while several threads call at once.
     void Count(bool times);
-    /// Milliseconds that calls took, by method, in rising order.
+    /// The durations of calls by method, in milliseconds, sorted.
     std::map<std::string, std::vector<double>> Times() const;
 
 private:

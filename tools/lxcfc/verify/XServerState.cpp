@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What a server answers in bulk, as one state that can be compared with another.
+// The state of a server, from its bulk reads and enumerations, for comparison with another state.
 #include "XVerification.h"
 
 namespace {
@@ -50,7 +50,7 @@ void Add(XVerification& verification, XState& state, XElementKind kind, const XA
     }
 }
 
-/// Whether a thing belongs to another one that the other state does not have either.
+/// Whether an element is part of an element that the other state does not contain either.
 bool BelongsToOneOf(const std::string& path, const XState& other) {
     for (auto comma = path.find(", "); comma != std::string::npos; comma = path.find(", ", comma + 1)) {
         if (!other.contains(path.substr(0, comma))) { return path.starts_with("type "); }

@@ -9,16 +9,16 @@
 #include <thread>
 
 namespace {
-/// References to the config factory, as it counts them itself.
+/// The reference count of the config factory, as returned by Release.
 ULONG ReferencesOf(ILXConfigFactory& factory) {
     factory.AddRef();
     return factory.Release();
 }
 
-/// What the server holds; comparable.
+/// The objects and references that exist in the server.
 struct Held {
     ULONG factory = 0;          ///< references to the config factory
-    std::pair<LONG, LONG> live; ///< objects, and references to them
+    std::pair<LONG, LONG> live; ///< number of objects, and of references to them
 
     bool operator==(const Held&) const = default;
 };
@@ -32,8 +32,9 @@ std::string TextOf(const std::pair<LONG, LONG>& live) {
            (live.second != 0 ? " with " + std::to_string(live.second) + " references" : "");
 }
 
-/// Runs families of rules whose answers are all released when they end. A server may keep what it made for the first
-/// questions, so that the same ones are asked again when it holds more than before.
+/// Runs families of rules, which release everything they get, and checks that the server then holds no more objects and
+/// references than before. A server may keep objects that it creates at the first use, so after a difference the
+/// families run once more.
 template <class... Families> void Balanced(XVerification& verification, Families... families) {
     const XServerToVerify& server = verification.Server();
     if (!server.inProcess) {
@@ -67,7 +68,7 @@ void Run(XVerification& verification) {
         LXVerifyNotifications(verification);
         verification.Findings().Kept(XRule::InTime);
     } catch (const XGivenUp&) {
-        // the report is made already
+        // the report has already been made
     }
 }
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// Proves the contract of a server: asks it everything, judges each answer by the rules, and times the calls.
+// Verifies the contract of a server: makes all kinds of calls, checks each result against the rules, and measures the
+// durations.
 //
-// Threading  The questions are asked on threads of their own, which have entered the multithreaded apartment. When a
-//            call makes no end the report says so and the threads are left to themselves: a program can do nothing
-//            but print it and end.
+// Threading  The calls are made on separate threads in the multithreaded apartment. If a call never returns, the report
+//            says so and the threads are abandoned. The program can then only print the report and exit.
 #ifndef XSERVERVERIFIER_H
 #define XSERVERVERIFIER_H
 
@@ -15,33 +15,34 @@
 #include <functional>
 #include <map>
 
-/// The server, and what can be done with it.
+/// The server to verify.
 struct XServerToVerify {
     XLXComPtr<ILXConfigFactory> factory;
-    XLXComPtr<ILXDataUpdate> update; ///< null when the server has none
-    XLXComPtr<ILX_Query> query;      ///< null when the server has none
-    bool inProcess = true;           ///< and called without proxies
-    /// Makes a change that can be seen in the server's answers, and another one each time. Empty when nobody can.
+    XLXComPtr<ILXDataUpdate> update; ///< may be null
+    XLXComPtr<ILX_Query> query;      ///< may be null
+    bool inProcess = true;           ///< calls go to the server directly, without proxies
+    /// Makes a visible change to the configuration, a different one each time. Empty if the server cannot be changed.
     std::function<void()> edit;
-    /// The objects of the server and the references to them (0: these are not counted); empty when it counts nothing.
+    /// Returns the number of the server's objects and of references to them (0 if not counted). Empty if the server
+    /// does not count objects.
     std::function<std::pair<LONG, LONG>()> live;
 };
 
 struct XVerifierOptions {
-    std::chrono::milliseconds limit{10000};       ///< for each call
-    std::chrono::milliseconds notification{5000}; ///< from a change to its notification
-    std::chrono::milliseconds silence{300};       ///< after which no notification comes any more
-    std::size_t types = 50;                       ///< of which everything is asked one by one
+    std::chrono::milliseconds limit{10000};       ///< longest call
+    std::chrono::milliseconds notification{5000}; ///< longest wait for a notification after a change
+    std::chrono::milliseconds silence{300};       ///< silence that ends the wait for notifications
+    std::size_t types = 50;                       ///< number of types that are read one by one
     unsigned threads = 4;
-    std::size_t elements = 200000; ///< with more of them an enumeration has no end
+    std::size_t elements = 200000; ///< an enumeration with more elements counts as endless
 };
 
 struct XVerifierReport {
     std::vector<XVerdict> verdicts;                   ///< in the order of the contract
-    std::map<std::string, std::vector<double>> times; ///< milliseconds of calls by method, in rising order
-    std::size_t types = 0;                            ///< that the server has
-    std::size_t listed = 0;                           ///< of these
-    std::string hanging;                              ///< the call that made no end; empty when all did
+    std::map<std::string, std::vector<double>> times; ///< durations by method in milliseconds, sorted
+    std::size_t types = 0;                            ///< number of types
+    std::size_t listed = 0;                           ///< number of listed types
+    std::string hanging;                              ///< the call that never returned; empty if there was none
 };
 
 XVerifierReport LXVerifyServer(const XServerToVerify& server, const XVerifierOptions& options = {});

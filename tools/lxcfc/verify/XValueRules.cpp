@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: MIT
 //
-// What the values of an object must be.
+// The rules for the values of an object.
 #include "XBulkArrays.h"
 
 #include <algorithm>
 
 namespace {
-/// A value that the cache reads, and what it takes it for.
+/// A value that the cache reads, and the type that the cache expects.
 struct ReadValue {
     enum Kind { Name, OptionalName, Number, Flag } kind;
     int index;
 };
 
-/// What the cache reads of an object of a kind.
+/// The values that the cache reads from objects of a kind.
 struct KindFacts {
     XElementKind kind;
     const char* name;
     int key;
-    std::size_t least; ///< values
+    std::size_t least; ///< smallest number of values
     bool exactly;
     std::vector<ReadValue> reads;
 };
@@ -65,7 +65,7 @@ bool IsOwn(const VARIANT& value) {
     return (type & VT_BYREF) == 0 && known && type != VT_VARIANT;
 }
 
-/// Whether the cache can read the value; what is missing counts apart.
+/// Whether the cache can read the value. Missing values are checked elsewhere.
 bool IsOfKind(ReadValue::Kind kind, const VARIANT& value) {
     switch (kind) {
     case Name:

@@ -20,7 +20,7 @@ constexpr NamedType Types[] = {
     {VT_UNKNOWN, "VT_UNKNOWN"}, {VT_UINT, "VT_UINT"},
 };
 
-/// A value that is its bits, copied without a look at what it may refer to.
+/// A bitwise copy of a scalar value; empty for other types, whose content may be invalid.
 XLXComVariant ScalarOf(const VARIANT& value) {
     XLXComVariant copy;
     if (LXIsScalar(V_VT(&value))) { copy.Get() = value; }

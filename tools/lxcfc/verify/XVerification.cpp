@@ -4,7 +4,7 @@
 #include <objbase.h>
 
 namespace {
-/// An array of strings for a call.
+/// Makes an array of strings, as an argument of a call.
 XLXSafeArray NamesArray(const std::vector<std::string>& names) {
     XLXSafeArray array(SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(names.size())));
     LXExpectThat(static_cast<bool>(array), "there is no memory for an array of names");

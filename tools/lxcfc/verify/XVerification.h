@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A verification under way: how the families of rules ask the server, and what they have read. What holds for every
-// answer is judged here, whatever was asked.
+// The state of a verification: the functions with which the families of rules call the server, and shared results.
+// Rules that hold for every call are checked here.
 #ifndef XVERIFICATION_H
 #define XVERIFICATION_H
 
@@ -14,11 +14,11 @@
 #include <atomic>
 #include <set>
 
-/// What is known beforehand of an answer.
+/// The expected result of a call.
 enum class XWanted {
-    Answer,          ///< not a failure
-    AnswerIfOffered, ///< or E_NOTIMPL
-    Nothing,         ///< there is no such thing
+    Answer,          ///< success
+    AnswerIfOffered, ///< success or E_NOTIMPL
+    Nothing,         ///< not found (S_FALSE)
     NothingIfOffered
 };
 
@@ -40,10 +40,10 @@ public:
     XFindings& Findings() { return m_findings; }
     XServerCalls& Calls() { return m_calls; }
     ILXConfigFactory& Factory() const { return *m_server.factory; }
-    /// Null when the server has none.
+    /// Null if the server does not implement the interface.
     ILXConfigFactoryEx* Bulk() const { return m_bulk.Get(); }
 
-    /// Asks for an object.
+    /// Makes a call that returns an object, and checks its result.
     template <class T, class F>
     XAnswered<T> Ask(XWanted wanted, const std::string& method, const std::string& arguments, F&& call) {
         XAnswered<T> answer;
@@ -55,7 +55,7 @@ public:
         if (SUCCEEDED(answer.result) && out != untouched) { answer.object = LXAttach(out); }
         return answer;
     }
-    /// Asks for an array; null unless it is there.
+    /// Makes a call that returns an array, and checks its result. Returns null if there is no array.
     template <class F>
     SAFEARRAY* AskArray(XWanted wanted, const std::string& method, const std::string& call, F&& ask) {
         SAFEARRAY* const untouched = m_server.inProcess ? static_cast<SAFEARRAY*>(Untouched()) : nullptr;
@@ -64,25 +64,25 @@ public:
         Judge(wanted, call, result, LeftIn(out, untouched));
         return result == S_OK && out != untouched ? out : nullptr;
     }
-    /// Judges whether the object that a record came without is found by other means.
+    /// Checks that an object that was missing in a record has been found by other means.
     void JudgeMissing(const XReadRecord& record, bool isFound, const std::string& call) {
         if (record.object != nullptr) { return; }
         m_findings.Check(isFound, XRule::NullObjects, call, record.path + " came without an object, and none is found");
     }
-    /// A property of an object; nothing when the call fails.
+    /// A property of an object; nullopt if the call fails.
     std::optional<XLXComVariant> AskValue(ILXConfigObject& object, XElementKind kind, const std::string& who,
                                           int index);
-    /// What an object is found by: its name, or its number as a text.
+    /// The key of an object: its name, or its number as text.
     std::string AskKey(ILXConfigObject& object, XElementKind kind, const std::string& who);
-    /// A property as a text, with its type.
+    /// A property as text, with its type.
     std::optional<std::string> AskProperty(ILXConfigObject& object, XElementKind kind, const std::string& who,
                                            int index);
     /// Compares the values of GetProperties with GetProperty, one by one.
     void CompareProperties(ILXConfigObject& object, XElementKind kind, const std::string& who, const XRow& row);
-    /// All values of an object as texts; nothing when they cannot be had.
+    /// All values of an object as texts; nullopt if they cannot be read.
     std::optional<XRow> AskProperties(ILXConfigObject& object, XElementKind kind, const std::string& who);
 
-    // The bulk reads, each with its findings. Nothing when there is nothing, or when it does not fit the format.
+    // The bulk reads; they add findings. They return nullopt if there is no array or it violates the format.
     std::optional<XReadTypes> AskTypes(LONG mode);
     std::optional<XReadTypes> AskNamedType(const std::string& name, bool withBases, LONG mode, XWanted wanted);
     std::optional<XReadTypes> AskTypeList(const std::vector<std::string>& names, bool withBases, LONG mode);
@@ -90,28 +90,28 @@ public:
     std::optional<XReadArray<std::vector<XReadRecord>>> AskRelations();
     XLXComPtr<ILXType> AskType(const std::string& name);
 
-    /// All elements of an enumeration, as far as it is one.
+    /// All elements of an enumeration; none if there is no enumeration or it does not end properly.
     template <class Element, class Enumerator>
     std::vector<XLXComPtr<Element>> AskAll(const XAnswered<Enumerator>& enumeration, ULONG batch = 50);
     /// Calls RemNext once.
     template <class Element, class Enumerator>
     HRESULT AskNext(const XAnswered<Enumerator>& enumeration, ULONG count, std::vector<XLXComPtr<Element>>& into);
 
-    // What was read at first, for all families.
+    // The result of the first bulk reads, for all families.
     std::optional<XReadTypes> types;
     std::optional<XReadArray<std::vector<XReadRecord>>> relations;
-    std::vector<const XReadType*> sample;    ///< types of which everything is asked one by one
-    std::atomic<int> insideNotifications{0}; ///< of calls of the verification's callbacks
+    std::vector<const XReadType*> sample;    ///< types that are read one by one
+    std::atomic<int> insideNotifications{0}; ///< number of callback calls in progress
 
     static constexpr LONG AllInBulk = 15;
-    /// Why references cannot be counted.
+    /// The reason why references cannot be counted.
     static constexpr const char* BehindProxies =
         "the server is called through proxies: it runs in another process or apartment";
 
 private:
     enum class Left { Null, Untouched, Something };
 
-    /// What stands in an out parameter before the call: no answer, whatever the server does with it.
+    /// The initial value of out parameters, which shows whether the server has written to them.
     static void* Untouched();
     static Left LeftIn(const void* out, const void* untouched) {
         return out == nullptr ? Left::Null : out == untouched ? Left::Untouched : Left::Something;
@@ -128,7 +128,7 @@ private:
 template <class Element, class Enumerator>
 HRESULT XVerification::AskNext(const XAnswered<Enumerator>& enumeration, ULONG count,
                                std::vector<XLXComPtr<Element>>& into) {
-    constexpr ULONG Margin = 16; // for a server that writes too many
+    constexpr ULONG Margin = 16; // room for a server that writes too many elements
     std::vector<Element*> elements(count + Margin);
     ULONG fetched = 0;
     const std::string call = enumeration.call + "->RemNext(" + std::to_string(count) + ")";
@@ -164,7 +164,7 @@ std::vector<XLXComPtr<Element>> XVerification::AskAll(const XAnswered<Enumerator
     return all;
 }
 
-/// Compares the object in a record with the record's values. A record may come without one.
+/// Compares the object in a record with the record's values. Does nothing if the record has no object.
 template <class I> void LXVerifyRecordObject(XVerification& verification, const XReadRecord& record) {
     if (record.object == nullptr) { return; }
     const XLXComPtr<IUnknown> unknown(record.object);
@@ -180,7 +180,7 @@ template <class I> void LXVerifyRecordObject(XVerification& verification, const 
     }
 }
 
-// The families of rules, in the order in which they are tested. The first reads what the others compare with.
+// The families of rules, in test order. The first one reads the data that the others compare with.
 void LXVerifyBulkReads(XVerification& verification);
 void LXVerifyLookUps(XVerification& verification);
 void LXVerifyTypes(XVerification& verification);
@@ -192,21 +192,21 @@ void LXVerifyThreads(XVerification& verification);
 void LXVerifyReferences(XVerification& verification);
 void LXVerifyNotifications(XVerification& verification);
 
-/// A thing that the server has, and what a change of it makes stale.
+/// An element of the server's configuration, and the cached data that a change to it makes stale.
 struct XStateEntry {
-    XAspect set;    ///< when it comes or goes
-    XAspect values; ///< when its values change
+    XAspect set;    ///< if it is added or removed
+    XAspect values; ///< if its values change
     XRow row;
 
     bool operator==(const XStateEntry&) const = default;
 };
-/// All that can be read in bulk, by a path such as: type "Pump", attribute "Head".
+/// All elements by path, such as: type "Pump", attribute "Head".
 using XState = std::map<std::string, XStateEntry>;
-/// Nothing when the types cannot be read.
+/// Reads the server's state; nullopt if the types cannot be read.
 std::optional<XState> LXStateOf(XVerification& verification);
-/// What has become stale from one state to another.
+/// The data that the changes between two states make stale.
 XAspectSet LXChanged(const XState& before, const XState& after);
-/// One path whose entry differs; for messages.
+/// A difference between two states, for messages.
 std::string LXDifference(const XState& before, const XState& after);
 
 #endif

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// A client of the server, as the verification plays one: it notes what it is told.
+// The callback of a simulated client, which records notifications.
 //
-// Ownership  It lives until the process ends, since a server may keep a reference too long or give one back too often.
-// Threading  May be called from any thread.
+// Ownership  Never destroyed, because a faulty server may keep a reference too long or release one too often.
+// Threading  Thread-safe.
 #ifndef XVERIFIERCALLBACK_H
 #define XVERIFIERCALLBACK_H
 
@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-/// A notification as it came.
+/// A received notification.
 struct XHeard {
     std::string dataId;
     std::string dataType;
@@ -26,12 +26,12 @@ class XVerifierCallback final : public ILXCallbackUpdate {
 public:
     static XVerifierCallback& New();
 
-    /// What it answers to a notification.
+    /// Sets the result of notification calls.
     void Answer(HRESULT answer) { m_answer = answer; }
-    /// Called inside each notification of the type "cfc_specific".
+    /// Sets a function to call inside each notification of the type "cfc_specific".
     void Inside(std::function<void()> inside);
     std::vector<XHeard> Heard() const;
-    /// How many notifications have come and were answered.
+    /// The number of notifications that were received and answered.
     std::size_t Count() const;
     LONG References() const { return m_references; }
 
@@ -48,7 +48,7 @@ public:
 private:
     std::atomic<LONG> m_references{0};
     std::atomic<HRESULT> m_answer{S_OK};
-    mutable std::mutex m_mutex; // guards the rest
+    mutable std::mutex m_mutex; // guards the members below
     std::function<void()> m_inside;
     std::vector<XHeard> m_heard;
 };

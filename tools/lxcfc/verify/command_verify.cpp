@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Proves the contract of a server, and says what a start of the cache costs with it.
+// Verifies the contract of a server, and measures the cost of a cache's start with it.
 #include "XCommands.h"
 #include "XServerVerifier.h"
 #include "XTrace.h"
@@ -17,7 +17,7 @@ constexpr const char* EditedType = "VerifiedByLxcfc";
 
 double Rounded(double milliseconds) { return static_cast<double>(static_cast<long long>(milliseconds * 1000)) / 1000; }
 
-/// Changes the sample server: a type comes, gets a label, and goes. Each call makes the next of these changes.
+/// Edits of the sample server: add a type, set its label, remove it. Each call makes the next edit.
 class SampleEdits {
 public:
     explicit SampleEdits(XToolServer& server) : m_server(server) {}
@@ -27,7 +27,7 @@ public:
                 Make();
             }
         } catch (const XToolFailure&) {
-            // a server that is gone
+            // the server is gone
         }
     }
     SampleEdits(const SampleEdits&) = delete;
@@ -46,7 +46,7 @@ private:
     unsigned m_made = 0;
 };
 
-/// Runs a program of the user's that changes the server.
+/// Runs the user's edit command.
 void RunEdit(const std::string& command) {
     int status = std::system(command.c_str());
 #ifndef _WIN32
@@ -73,7 +73,7 @@ XJson SpeedOf(const XVerifierReport& report) {
     return rows;
 }
 
-/// What the cache asks a server at its start, and then for the parts of all types.
+/// The cost of a cache's start, and of reading the parts of all listed types.
 class StartCosts {
 public:
     StartCosts(const XToolComponent& component, XToolServer& server, const XVerifierReport& report)
@@ -92,7 +92,8 @@ public:
 
 private:
     void Estimate(LONG mode, XJson& row) const {
-        std::size_t calls = m_server.DataUpdate() ? 5 : 2; // the callback is registered, twice enabled
+        // Two bulk reads; to register the callback takes three calls.
+        std::size_t calls = m_server.DataUpdate() ? 5 : 2;
         double time = MedianOf(m_report, "RegisterCallback") + 2 * MedianOf(m_report, "EnableAdvicesDataType") +
                       MedianOf(m_report, "GetTypeArrayEx mode " + std::to_string(mode)) +
                       MedianOf(m_report, "GetPCArray");
@@ -126,7 +127,7 @@ private:
     void Start(IDPFObject& client, LONG mode) const {
         XLXVariantVector values;
         values.push_back(XLXComVariant::FromUnknown(m_server.ConfigFactory().Get()));
-        values.emplace_back(); // plan types would need a query object
+        values.emplace_back(); // no query object, because plan types are not used
         const XLXComPtr<ILXDataUpdate> update = m_server.DataUpdate();
         values.push_back(XLXComVariant::FromUnknown(update.Get()));
         values.push_back(XLXComVariant::FromBool(!update)); // no notifications
@@ -178,7 +179,7 @@ XJson RulesOf(const XVerifierReport& report) {
     return rows;
 }
 
-/// Counts verdicts, and has the broken and the untested rules in full.
+/// The number of verdicts, and the broken and untested rules in detail.
 XJson Describe(const XVerifierReport& report) {
     std::size_t kept = 0;
     XJson broken = XJson::array();
@@ -248,7 +249,7 @@ public:
         run.Answer(answer);
         if (!report.hanging.empty()) {
             std::fflush(nullptr);
-            std::_Exit(ExitDifferences); // a thread is still in that call
+            std::_Exit(ExitDifferences); // a thread is still in the hanging call
         }
         return isKept ? ExitOk : ExitDifferences;
     }

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// What every enumeration does: counts, single steps, starting again, passing over and copying.
+// Rules for all enumerations: counts, GetSingleNext, Reset, Skip and Clone.
 #include "XVerification.h"
 
 namespace {
-constexpr std::size_t MostTypes = 5; // whose enumerations are tried
+constexpr std::size_t MostTypes = 5; // number of types whose enumerations are tested
 
-/// The enumerations of one kind of object, each time a new one.
+/// Verifies the enumeration of one kind of object. Each check gets a new enumerator.
 template <class I, class E> class EnumerationVerifier {
 public:
     using Make = std::function<HRESULT(E**)>;
@@ -71,7 +71,7 @@ private:
                                         "GetSingleNext gives other elements than RemNext");
     }
 
-    /// @param enumeration  one that is at its end
+    /// @param enumeration  an enumerator at its end
     void VerifyReset(const XAnswered<E>& enumeration, const Names& all) {
         const HRESULT result = Call(enumeration, "Reset", [&] { return enumeration.object->Reset(); });
         if (result == E_NOTIMPL) { return NotOffered(XRule::EnumReset, "Reset"); }

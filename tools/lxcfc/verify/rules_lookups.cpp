@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Questions for what there is not.
+// Look-ups of elements that do not exist.
 #include "XVerification.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What clients are told of changes, and how their callbacks are kept.
+// Rules for notifications, and for the references to callbacks.
 #include "XApartment.h"
 #include "XNotificationRule.h"
 #include "XVerification.h"
@@ -19,7 +19,7 @@ constexpr XRule NeedAnEdit[] = {XRule::NotifySent,     XRule::NotifyEveryClient,
                                 XRule::NotifyIds,      XRule::NotifyDataId,      XRule::NotifyConcerns,
                                 XRule::NotifyCallable, XRule::CallbackDropped,   XRule::CallbackSilent};
 
-/// Waits until a condition holds; false when it does not in time.
+/// Waits until a condition holds; returns false on timeout.
 template <class Condition> bool WaitFor(std::chrono::milliseconds limit, Condition&& condition) {
     const auto until = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
@@ -34,7 +34,7 @@ bool IsNumber(const std::string& text) {
     return text.size() > sign && text.find_first_not_of("0123456789", sign) == std::string::npos;
 }
 
-/// What is wrong with a data id; empty when nothing is.
+/// The error in a data id; empty if it is valid.
 std::string FaultOf(const std::string& dataId) {
     std::vector<std::string> fields{""};
     for (const char c : dataId) {
@@ -61,7 +61,7 @@ public:
             if (m_registered) { Expect(Enable(m_id, type), "EnableAdvicesDataType"); }
         }
     }
-    /// The server need not answer: then nobody waits for this thread any more.
+    /// Calls the server directly, because XServerCalls throws after GiveUp. A hang here is not detected.
     ~Client() {
         if (m_registered) { m_verification.Server().update->UnregisterCallback(m_id); }
     }
@@ -86,7 +86,7 @@ public:
         m_registered = false;
         return result;
     }
-    /// Those that came after the first so many.
+    /// The notifications after the first `count`, without those of other data types.
     std::vector<XHeard> HeardSince(std::size_t count) const {
         std::vector<XHeard> heard = m_callback.Heard();
         heard.erase(heard.begin(), heard.begin() + static_cast<std::ptrdiff_t>(std::min(count, heard.size())));
@@ -111,7 +111,7 @@ private:
     bool m_registered = false;
 };
 
-/// The tests of one server.
+/// Verifies the notifications of a server.
 class NotificationVerifier {
 public:
     explicit NotificationVerifier(XVerification& verification)
@@ -145,11 +145,11 @@ public:
         m_findings.Check(FAILED(m_first.Unregister(m_first.Id())), XRule::UnknownClient,
                          "UnregisterCallback(first client), the second time", "it is not refused");
         m_second.Unregister();
-        m_gone.Unregister(); // which the server may have dropped
+        m_gone.Unregister(); // any result: the server may have dropped this client
     }
 
 private:
-    /// What a client saw from inside a notification.
+    /// Results of calls that a client made from inside a notification.
     struct Inside {
         std::mutex mutex;
         std::optional<XState> here;
@@ -179,7 +179,7 @@ private:
 
     void VerifyEdits() {
         m_gone.Callback().Answer(RPC_E_DISCONNECTED);
-        const auto inside = std::make_shared<Inside>(); // a late notification may still look
+        const auto inside = std::make_shared<Inside>(); // shared, because a late notification may still use it
         m_first.Callback().Inside(
             [inside, verification = m_verification.shared_from_this()] { Look(*verification, *inside); });
         const std::optional<XState> before = LXStateOf(m_verification);
@@ -214,7 +214,7 @@ private:
         inside.taken = true;
     }
 
-    /// Makes a change and waits for its notifications. False when nobody was notified.
+    /// Makes a change and waits for its notifications. Returns false if no client was notified.
     bool Edit(const std::string& which) {
         const std::size_t first = m_first.Callback().Count();
         const std::size_t second = m_second.Callback().Count();
@@ -302,7 +302,7 @@ private:
     Client m_first;
     Client m_second;
     Client m_gone;
-    std::vector<XHeard> m_heard; ///< of the last edit
+    std::vector<XHeard> m_heard; ///< notifications of the last edit
 };
 } // namespace
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// The parts of types, one by one: objects that came in arrays, look-ups and enumerations.
+// Rules for the parts of types: objects in arrays, look-ups and enumerations.
 #include "XVerification.h"
 
 #include <algorithm>
 
 namespace {
-constexpr std::size_t OneByOne = 3; // objects of a kind whose values are read one by one
-constexpr int MostFormatTypes = 4;  // there is no enumeration of them: 0 to 3 are asked for
+constexpr std::size_t OneByOne = 3; // number of objects per kind whose values are read one by one
+constexpr int MostFormatTypes = 4;  // formats have no enumeration, so only the format types 0 to 3 are tested
 
 int NumberOf(const XReadRecord& record) { return std::atoi(record.Key().c_str()); }
 
@@ -63,7 +63,7 @@ private:
                                                    "type " + LXQuoted(m_type.head.Key()), enumerate));
     }
 
-    /// The record that a look-up finds: of a name that the base types have too, the one nearest to the root.
+    /// The record that a look-up must find: if base types define the attribute too, the one nearest to the root.
     const XReadRecord& NearestToRoot(const XReadRecord& own, XReadList XReadComponents::*which) const {
         const XReadRecord* nearest = &own;
         if (own.kind != XElementKind::Attribute) { return own; }
@@ -81,7 +81,7 @@ private:
         return found != list->end() ? &*found : nullptr;
     }
 
-    /// The object in a record, and those of an attribute's types.
+    /// Verifies the object in a record, and the objects of its attribute types.
     template <class I> void VerifyObject(const XReadRecord& record) {
         LXVerifyRecordObject<I>(m_verification, record);
         for (const XReadRecord& type : record.types) {
@@ -100,7 +100,7 @@ private:
         if (oneByOne) { m_verification.CompareProperties(*found.object, expected.kind, expected.path, *row); }
     }
 
-    /// All own parts must come; inherited ones may.
+    /// The enumeration must contain all of the type's own parts. It may contain inherited ones.
     template <class I, class E>
     void VerifyEnumeration(const std::vector<XReadRecord>& list, XReadList XReadComponents::*which,
                            const XAnswered<E>& answer) {
@@ -109,7 +109,7 @@ private:
             came.insert(m_verification.AskKey(*object, KindOf<I>(), answer.call));
         }
         for (const XReadRecord& record : list) {
-            if (record.kind == XElementKind::Editor) { // there are no others that a look-up is sure to find
+            if (record.kind == XElementKind::Editor) { // only editors lack a look-up that reliably finds them
                 m_verification.JudgeMissing(record, came.contains(record.Key()), answer.call);
             }
         }
@@ -139,7 +139,7 @@ private:
     ILXType& m_server;
 };
 
-/// The attribute types of an attribute, by their enumeration.
+/// Verifies the enumeration of an attribute's types.
 void VerifyAttributeTypes(XVerification& verification, ILXType& type, const XReadRecord& attribute) {
     const auto found = verification.Ask<ILXAttribute>(
         XWanted::AnswerIfOffered, "GetAttribute", attribute.path,
@@ -163,7 +163,7 @@ void VerifyAttributeTypes(XVerification& verification, ILXType& type, const XRea
                                       std::to_string(came.size()) + ", or other names");
 }
 
-/// A format has no counterpart in an array: asked for twice, and its values in both ways.
+/// Verifies a format. Arrays contain no formats, so it is read twice, and its values in both ways.
 template <class Ask> void VerifyFormat(XVerification& verification, const std::string& whose, Ask&& ask) {
     const auto format = verification.Ask<ILXFormat>(XWanted::AnswerIfOffered, "GetFormat", whose, ask);
     if (!format.Has()) { return; }
@@ -176,7 +176,7 @@ template <class Ask> void VerifyFormat(XVerification& verification, const std::s
                                   "asked for again it is nothing, or has other values");
 }
 
-/// What has no counterpart in an array: formats, and groups that lie in no other group.
+/// Verifies objects and enumerations without a counterpart in arrays: formats and top-level groups.
 void VerifyOthers(XVerification& verification, ILXType& type, const XReadType& record) {
     constexpr XWanted Wanted = XWanted::AnswerIfOffered;
     const std::string& who = record.head.path;
@@ -217,7 +217,8 @@ void LXVerifyParts(XVerification& verification) {
         if (!type) { continue; }
         PartVerifier(verification, *record, *type).VerifyAll();
         VerifyOthers(verification, *type, *record);
-        if (!record->head.Text(XProperty::BaseTypeName).empty()) { continue; } // a base's attribute may be found
+        // With base types, a look-up by name may find a base type's attribute.
+        if (!record->head.Text(XProperty::BaseTypeName).empty()) { continue; }
         for (const XReadRecord& attribute : PartsOf(record->components.attributes)) {
             VerifyAttributeTypes(verification, *type, attribute);
         }

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// The bulk reads: their arrays, and what must hold among the names and the values in them.
+// Rules for the bulk reads: the arrays, and the names and values in them.
 #include "XVerification.h"
 
 #include <algorithm>
 
 namespace {
-/// Judges records of one owner, and those below them.
+/// Checks the records of one owner, and their sub-records.
 void JudgeList(XFindings& findings, const std::string& call, const std::vector<XReadRecord>& records) {
     std::set<std::string> keys;
     for (const XReadRecord& record : records) {
@@ -36,7 +36,7 @@ void JudgeNames(XFindings& findings, const std::string& call, const XReadTypes& 
     }
 }
 
-/// The base types by name, as far as they are there.
+/// Checks the base types. Returns the name of the base type for each type; empty if it has none.
 std::map<std::string, std::string> JudgeBases(XFindings& findings, const std::string& call, const XReadTypes& types) {
     std::map<std::string, std::string> bases;
     for (const XReadType& type : types.records) {
@@ -80,7 +80,7 @@ void JudgeTypes(XFindings& findings, const std::string& call, const XReadTypes& 
     JudgeCircles(findings, call, JudgeBases(findings, call, types));
 }
 
-/// Relations have no name of their own.
+/// Checks relations. Their key has three properties instead of a name.
 void JudgeRelations(XFindings& findings, const std::vector<XReadRecord>& relations) {
     std::set<std::string> met;
     for (const XReadRecord& relation : relations) {
@@ -93,7 +93,7 @@ void JudgeRelations(XFindings& findings, const std::vector<XReadRecord>& relatio
     }
 }
 
-/// Some types out of all of them, evenly.
+/// An evenly distributed sample of the types.
 std::vector<const XReadType*> SampleOf(const XReadTypes& types, std::size_t most) {
     std::vector<const XReadType*> sample;
     const std::size_t count = std::min(types.records.size(), most);

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Relations in bulk and one by one, with their PC infos; browser ids and format specs.
+// Rules for relations, in bulk and one by one, PC infos, browser ids and format specs.
 #include "XVerification.h"
 
 #include <algorithm>
 
 namespace {
-constexpr std::size_t MostRelations = 100; // whose PC infos are asked for
+constexpr std::size_t MostRelations = 100; // number of relations whose PC infos are read
 
 using Relations = std::vector<XReadRecord>;
 
@@ -18,7 +18,7 @@ std::string Identity(const XRow& row) {
     return at(XProperty::ParentName) + " to " + at(XProperty::ChildName) + " in " + at(XProperty::ChildList);
 }
 
-/// Compares what an enumeration of relations gives with those of the array that a condition takes.
+/// Compares an enumeration of relations with the relations of the array that meet a condition.
 template <class Takes> void VerifyEnumeration(XVerification& verification, const std::string& parent, Takes&& takes) {
     const auto answer = verification.Ask<ILXParentChildEnum>(
         XWanted::AnswerIfOffered, "GetParentChildEnum", LXQuoted(parent), [&](ILXParentChildEnum** out) {
@@ -44,7 +44,7 @@ template <class Takes> void VerifyEnumeration(XVerification& verification, const
         differing.empty() ? "" : "differs from GetPCArray in the relation of " + Identity(differing.front()));
 }
 
-/// The infos of a relation, and each by its browser. Of two for one browser one is found.
+/// Verifies the PC infos of a relation: enumeration and look-up by browser. If a browser has two, either may be found.
 void VerifyInfos(XVerification& verification, const XReadRecord& record) {
     const XLXComPtr<IUnknown> object(record.object);
     const XLXComPtr<ILXParentChild> relation = object.As<ILXParentChild>();
@@ -73,7 +73,7 @@ void VerifyInfos(XVerification& verification, const XReadRecord& record) {
     }
 }
 
-/// What has names of its own and comes by an enumeration only.
+/// Verifies named objects that are available only by enumeration.
 template <class I, class E>
 void VerifyNamed(XVerification& verification, XElementKind kind, const XAnswered<E>& answer) {
     std::set<std::string> names;

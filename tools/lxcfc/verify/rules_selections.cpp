@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What a server selects by values: the attributes of a display or of a group, the default editors of a browser, and
-// the search that the cache makes for plan types.
+// Rules for selections by value: the attributes of a display or a group, the default editors of a browser, and the
+// cache's search for plan types.
 #include "XVerification.h"
 
 #include <lxserver/Model.h>
@@ -23,8 +23,8 @@ LONG DisplaysOf(const XReadRecord& attribute) {
     return lx::DisplaysOf([&](int index) { return FlagIn(attribute, index); }, NumberIn(attribute, XProperty::Origin));
 }
 
-/// The selections of one type. Only attributes that no base type has are compared: of the others one is found, and
-/// whose values it has is another rule's business.
+/// Verifies the selections of a type. Skips attributes that base types also define, because another rule checks which
+/// definition takes precedence.
 class SelectionVerifier {
 public:
     SelectionVerifier(XVerification& verification, const XReadType& type, ILXType& server)
@@ -103,7 +103,8 @@ private:
         m_verification.Findings().Check(difference.empty(), XRule::AgreeDisplays, answer.call, difference);
     }
 
-    /// An editor of the type that is the default of the browser, or nothing where no own editor is.
+    /// Checks that the result is an editor whose values say that it is a default of the browser. No result is correct
+    /// only if the type has no such editor itself.
     template <class Ask>
     void VerifyDefault(const std::string& method, const std::string& browser, int flag, Ask&& ask) {
         const auto isDefault = [&](const XReadRecord& editor) {
@@ -122,7 +123,7 @@ private:
         }
         const std::string name = m_verification.AskKey(*answer.object, XElementKind::Editor, answer.call);
         const auto found = std::find_if(own.begin(), own.end(), [&](const auto& one) { return one.Key() == name; });
-        const bool isInherited = found == own.end(); // its values are judged where it belongs
+        const bool isInherited = found == own.end(); // checked at the base type
         m_verification.Findings().Check(isInherited || isDefault(*found), XRule::AgreeDefaults, answer.call,
                                         LXQuoted(name) + ", whose values do not say so");
     }
@@ -130,10 +131,10 @@ private:
     XVerification& m_verification;
     const XReadType& m_type;
     ILXType& m_server;
-    std::map<std::string, const XReadRecord*> m_own; ///< attributes that no base type has
+    std::map<std::string, const XReadRecord*> m_own; ///< attributes that no base type defines
 };
 
-/// How many sets of plan types are in force; nothing when the search fails.
+/// The number of active sets of plan types; nullopt if the search fails.
 std::optional<std::size_t> SearchPlanTypes(XVerification& verification, ILX_Query& query) {
     const auto call = [&](const char* method, auto&& make) {
         const std::string text = std::string("ILX_Query::") + method;

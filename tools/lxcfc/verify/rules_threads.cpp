@@ -10,7 +10,8 @@
 namespace {
 constexpr int Rounds = 3;
 
-/// The same questions as the other threads, at the same time. The first difference from what one thread was answered.
+/// Makes the same calls as the other threads at the same time. Returns the first difference from a single thread's
+/// results.
 std::string AskAtOnce(XVerification& verification, std::barrier<>& start, const XState& expected) {
     const XApartment apartment;
     start.arrive_and_wait();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Types in bulk and one by one: the same answers.
+// Rules for the agreement of bulk reads and single reads of types.
 #include "XVerification.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@ namespace {
 constexpr const char* AllTypes = "the array of all types";
 constexpr const char* ThisAnswer = "this answer";
 
-/// The first difference between two lists of parts, in whatever order; empty where there is none.
+/// A difference between two lists of parts, ignoring their order; empty if there is none.
 std::string DifferenceOf(const std::vector<XReadRecord>& expected, const std::vector<XReadRecord>& came) {
     std::multimap<std::string, const XReadRecord*> left;
     for (const XReadRecord& record : came) {
@@ -50,8 +50,8 @@ std::string DifferenceOf(const XReadType& expected, const XReadType& came) {
     return DifferenceOf(expected.components, came.components);
 }
 
-/// Compares what came with the records of the array of all types.
-/// @param only  whether nothing else may come
+/// Compares a result with the records of the array of all types.
+/// @param only  true: the result must not contain other records
 void CompareRecords(XVerification& verification, XRule rule, const std::string& call,
                     const std::vector<std::string>& expected, const XReadTypes& came, bool only) {
     for (const std::string& name : expected) {
@@ -69,7 +69,7 @@ void CompareRecords(XVerification& verification, XRule rule, const std::string& 
     }
 }
 
-/// A type and its bases.
+/// The names of a type and its base types.
 std::vector<std::string> ChainOf(const XReadTypes& types, const std::string& name) {
     std::vector<std::string> chain;
     if (const XReadType* const type = types.Find(name)) {
@@ -120,7 +120,7 @@ void VerifyType(XVerification& verification, const XReadType& expected, bool one
     }
 }
 
-/// Compares the names that an enumeration gives with those that it should.
+/// Compares the names in an enumeration of types with the expected ones.
 void VerifyListed(XVerification& verification, const XAnswered<ILXTypeEnum>& answer, bool searchable) {
     if (!answer.IsOffered()) { return; }
     std::multiset<std::string> expected;
