@@ -16,7 +16,9 @@ find_package(Threads REQUIRED)
 
 set(LX_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Werror)
 set(LX_CXX_WARNINGS -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  list(APPEND LX_CXX_WARNINGS -Wthread-safety)
+elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   list(APPEND LX_CXX_WARNINGS -Wno-restrict) # GCC 12 warns about inlined std::string code
 endif()
 
@@ -92,7 +94,7 @@ macro(lx_compile_fast)
   if(NOT LX_BUILD_BENCH)
     add_compile_options($<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:C,CXX>>:-O1$<SEMICOLON>-g1>)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-      add_compile_options(-Wno-array-bounds) # like -Wno-restrict, at this optimisation level
+      add_compile_options(-Wno-array-bounds -Wno-stringop-overread) # like -Wno-restrict, at this optimisation level
     endif()
   endif()
 endmacro()

@@ -23,6 +23,23 @@
 #define LX_THREAD_LOCAL thread_local
 #endif
 
+// Clang proves with these that what a mutex guards is used only while it is held (-Wthread-safety).
+#if defined(__clang__)
+#define LX_MUTEX __attribute__((capability("mutex")))
+#define LX_MUTEX_SCOPE __attribute__((scoped_lockable))
+#define LX_GUARDED_BY(mutex) __attribute__((guarded_by(mutex)))
+#define LX_NEEDS(mutex) __attribute__((requires_capability(mutex)))
+#define LX_LOCKS(...) __attribute__((acquire_capability(__VA_ARGS__)))
+#define LX_UNLOCKS(...) __attribute__((release_capability(__VA_ARGS__)))
+#else
+#define LX_MUTEX
+#define LX_MUTEX_SCOPE
+#define LX_GUARDED_BY(mutex)
+#define LX_NEEDS(mutex)
+#define LX_LOCKS(...)
+#define LX_UNLOCKS(...)
+#endif
+
 #if defined(_MSC_VER)
 #define LX_CURRENT_LINE 0
 #define LX_CPU_RELAX() YieldProcessor()

@@ -11,7 +11,6 @@
 #include "XServerSource.h"
 
 #include <cstdint>
-#include <mutex>
 
 namespace LXComInterfaceProxy {
 template <class I> class XLazyIProxy {
@@ -34,7 +33,7 @@ public:
         XLXComPtr<IUnknown> held;
         XServerSourcePtr source;
         {
-            const std::lock_guard<XLeafMutex> lock(m_mutex);
+            const XLeafLock lock(m_mutex);
             if (m_link.typed) { return m_link.typed; }
             held = m_link.held;
             source = m_link.source;
@@ -50,7 +49,7 @@ public:
 
     /// Whether there is a server object or a source for one.
     bool HasObject() const noexcept {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         return m_link.held || m_link.source;
     }
 
@@ -58,7 +57,7 @@ public:
     /// releases the old ones with no lock held.
     /// @param record  a number that orders the records
     bool Swap(Link& link, std::uint64_t record) noexcept {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         if (record < m_record) { return false; }
         m_record = record;
         std::swap(m_link, link);
@@ -71,15 +70,15 @@ private:
     /// Keeps an answer unless another record came meanwhile, which shows in a different source.
     void Publish(XLXComPtr<IUnknown> held, XLXComPtr<I> typed, const XServerSourcePtr& source) const noexcept {
         const IUnknown* const object = held.Get();
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         if (!m_link.held && m_link.source && m_link.source == source) { m_link.held.Swap(held); }
         if (m_link.held.Get() == object && !m_link.typed) { m_link.typed.Swap(typed); }
     }
 
     const char* m_scope;
-    mutable XLeafMutex m_mutex; // guards the members below; nothing foreign is called while it is held
-    std::uint64_t m_record = 0; // the latest record that brought a server object or a source
-    mutable Link m_link;
+    mutable XLeafMutex m_mutex;                        // nothing foreign is called while it is held
+    std::uint64_t m_record LX_GUARDED_BY(m_mutex) = 0; // the latest record that brought a server object or a source
+    mutable Link m_link LX_GUARDED_BY(m_mutex);
 };
 } // namespace LXComInterfaceProxy
 

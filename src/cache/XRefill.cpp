@@ -4,7 +4,6 @@
 #include "XLXError.h"
 
 #include <cstdlib>
-#include <mutex>
 #include <string_view>
 
 namespace {
@@ -20,7 +19,7 @@ XCallCosts::XCallCosts()
                                                  : Choice::ByCost) {}
 
 void XCallCosts::Note(std::chrono::steady_clock::duration call) noexcept {
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    const XLeafLock lock(m_mutex);
     m_recent[m_calls++ % m_recent.size()] = call;
 }
 
@@ -29,7 +28,7 @@ bool XCallCosts::AreHigh() const noexcept {
     decltype(m_recent) recent;
     std::size_t count = 0;
     {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         recent = m_recent;
         count = std::min(m_calls, recent.size());
     }
@@ -42,7 +41,7 @@ bool XCallCosts::AreHigh() const noexcept {
 bool XRefill::Begin() noexcept {
     std::uint64_t now = 0;
     m_values.ForEach([&](XAspect aspect) { now += m_clock->Now(aspect); });
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    const XLeafLock lock(m_mutex);
     if (m_now != now) {
         m_now = now;
         m_found = 0;
@@ -62,6 +61,6 @@ bool XRefill::OnStale(XAspect values) noexcept {
 }
 
 void XRefill::Restart() noexcept {
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    const XLeafLock lock(m_mutex);
     m_now = 0;
 }

@@ -49,10 +49,10 @@ private:
     static constexpr std::chrono::microseconds HighCost{100};
     static constexpr std::size_t FewestCalls = 3;
 
-    const Choice m_choice;      ///< set by the environment variable LXREFILL: "always" or "never"
-    mutable XLeafMutex m_mutex; // guards the members below
-    std::array<std::chrono::steady_clock::duration, 9> m_recent{};
-    std::size_t m_calls = 0; ///< since the start
+    const Choice m_choice; ///< set by the environment variable LXREFILL: "always" or "never"
+    mutable XLeafMutex m_mutex;
+    std::array<std::chrono::steady_clock::duration, 9> m_recent LX_GUARDED_BY(m_mutex){};
+    std::size_t m_calls LX_GUARDED_BY(m_mutex) = 0; ///< since the start
 };
 
 class XRefill {
@@ -87,10 +87,11 @@ private:
     const std::shared_ptr<XCallCosts> m_costs;
     const std::function<void()> m_readAll;
     std::atomic<std::size_t> m_enough{FewestStale};
-    XLeafMutex m_mutex;      // guards the members below
-    std::uint64_t m_now = 0; ///< identifies the state of the server: the sum of the clock's numbers
-    std::size_t m_found = 0; ///< objects found stale in that state
-    bool m_begun = false;    ///< readAll has begun in that state
+    XLeafMutex m_mutex;
+    std::uint64_t
+        m_now LX_GUARDED_BY(m_mutex) = 0; ///< identifies the state of the server: the sum of the clock's numbers
+    std::size_t m_found LX_GUARDED_BY(m_mutex) = 0; ///< objects found stale in that state
+    bool m_begun LX_GUARDED_BY(m_mutex) = false;    ///< readAll has begun in that state
 };
 
 using XRefillPtr = std::shared_ptr<XRefill>;

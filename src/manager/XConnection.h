@@ -48,7 +48,7 @@ class XConnectionOwner {
 public:
     /// The connection, or null.
     XConnectionPtr Connection() const noexcept {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         return m_connection;
     }
     /// The connection with that clock; null when it is over, whichever came after it.
@@ -66,8 +66,8 @@ public:
 protected:
     ~XConnectionOwner() = default;
 
-    mutable XLeafMutex m_mutex; // guards m_connection and the connection's mutable members
-    XConnectionPtr m_connection;
+    mutable XLeafMutex m_mutex; // guards the connection's mutable members too
+    XConnectionPtr m_connection LX_GUARDED_BY(m_mutex);
 };
 
 #endif

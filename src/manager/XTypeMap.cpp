@@ -87,7 +87,7 @@ bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole) {
     XRetired retired; // this and the next are used after the locks are released
     std::vector<XLXText> messages;
     {
-        const std::lock_guard<XLeafMutex> entering(m_entering);
+        const XLeafLock entering(m_entering);
         if (!(XCritReadProxy<Known>(m_mapType)->clock == noted.clock)) { return false; }
         Refresh(records, noted, retired);
         const XCritProxy<Known> known(m_mapType);
@@ -178,7 +178,7 @@ void XTypeMap::Refill(XTypeRecords& records, const XClockPtr& clock,
 void XTypeMap::Begin(const XClockPtr& clock, XTypeHostPtr host) {
     Known fresh;
     fresh.clock = clock;
-    const std::lock_guard<XLeafMutex> entering(m_entering);
+    const XLeafLock entering(m_entering);
     m_host.swap(host);
     m_own.Advance();
     const XCritProxy<Known> known(m_mapType);
@@ -190,7 +190,7 @@ void XTypeMap::End(const XClockPtr& clock) {
     Known dropped;
     XTypeHostPtr host;
     {
-        const std::lock_guard<XLeafMutex> entering(m_entering);
+        const XLeafLock entering(m_entering);
         const XCritProxy<Known> known(m_mapType);
         if (!(known->clock == clock)) { return; }
         m_own.Advance();

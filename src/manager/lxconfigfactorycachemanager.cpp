@@ -26,7 +26,7 @@ XLXComPtr<ILXConfigFactory> XLXConfigFactoryCacheManager::ConfigFactoryOf(const 
 std::shared_ptr<XLXPCPartCacheMng> XLXConfigFactoryCacheManager::RelationManager(const char* method) const {
     std::shared_ptr<XLXPCPartCacheMng> relations;
     {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         relations = m_connection ? m_connection->relations : nullptr;
     }
     XLXError::CheckPointer(relations.get(), OLESTR("m_pPCPartCacheMng"), LXManagerAt(method));
@@ -83,7 +83,7 @@ HRESULT XLXConfigFactoryCacheManager::CreateGlobalAttributeFormatSpec(ILXGlobalA
 }
 
 HRESULT XLXConfigFactoryCacheManager::SetCallbackId(LONG lClientId) {
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    const XLeafLock lock(m_mutex);
     if (m_connection) { m_connection->registration.clientId = lClientId; }
     return S_OK;
 }

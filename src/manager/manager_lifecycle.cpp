@@ -193,7 +193,7 @@ XConnectionPtr XLXConfigFactoryCacheManager::Begin(const InitArguments& argument
     m_types.Begin(connection->clock, MakeTypeHost(connection->clock));
     begin(m_browsers, m_pcInfos, m_pcInfosNew, m_globalSpecs, m_planTypes);
     {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         m_connection = connection; // null before, so nothing is released here
     }
     (void)connection->Bulk("Init");
@@ -228,7 +228,7 @@ void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILX
     const LONG clientId = made.clientId;
     bool isOver = false;
     {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         isOver = connection.over;
         std::swap(connection.registration, made);
     }
@@ -247,7 +247,7 @@ void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILX
 void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept {
     XConnection::Registration taken;
     {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         std::swap(connection.registration, taken);
     }
     if (taken.update) {
@@ -265,7 +265,7 @@ void XLXConfigFactoryCacheManager::CreateRelationManager(XConnection& connection
     const auto relations = std::make_shared<XLXPCPartCacheMng>(
         *this, connection.clock, MakeRelationsRefill(connection.clock), MakeFactorySource(connection.clock));
     {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         if (connection.over) { return; }
         connection.relations = relations;
     }
@@ -275,7 +275,7 @@ void XLXConfigFactoryCacheManager::CreateRelationManager(XConnection& connection
 
 HRESULT XLXConfigFactoryCacheManager::AttachHostObjects(IUnknown* pHostObjectA, IUnknown* pHostObjectB) {
     HostObjects objects{pHostObjectA, pHostObjectB};
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    const XLeafLock lock(m_mutex);
     m_hostObjects.swap(objects);
     return S_OK;
 }
@@ -305,7 +305,7 @@ HRESULT XLXConfigFactoryCacheManager::Terminate() {
         {
             const XFill init(m_init, &m_init, XFillKind::Lifecycle);
             {
-                const std::lock_guard<XLeafMutex> lock(m_mutex);
+                const XLeafLock lock(m_mutex);
                 ended.swap(m_connection);
                 objects.swap(m_hostObjects);
                 if (ended) {

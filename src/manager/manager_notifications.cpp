@@ -33,7 +33,7 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR dataId, BSTR dataTy
         }
         XConnectionPtr connection;
         {
-            const std::lock_guard<XLeafMutex> lock(m_mutex);
+            const XLeafLock lock(m_mutex);
             connection = m_connection;
             if (connection && connection->lastNotificationId == notification) {
                 return S_OK; // already handled
@@ -51,7 +51,7 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR dataId, BSTR dataTy
             LXTraceInvalidated(concerned);
             // The id is recorded in the connection that the notification came to, so that a late notification does not
             // suppress one in the next connection.
-            const std::lock_guard<XLeafMutex> lock(m_mutex);
+            const XLeafLock lock(m_mutex);
             isHandled = connection->relations != nullptr;
             if (isHandled) { connection->lastNotificationId = notification; }
         }

@@ -11,7 +11,6 @@
 #include "XUnknown.h"
 
 #include <algorithm>
-#include <mutex>
 #include <span>
 
 /// A property of a transient object and its initial value.
@@ -97,12 +96,12 @@ protected:
                                                  : std::nullopt;
     }
     XLXComVariant ValueAt(std::size_t place) const {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         return m_values[place].Copy();
     }
     /// Replaces the value of a property. The property must exist.
     void Store(int index, XLXComVariant value) {
-        const std::lock_guard<XLeafMutex> lock(m_mutex);
+        const XLeafLock lock(m_mutex);
         std::swap(m_values[*Find(index)], value);
     }
 
@@ -111,10 +110,10 @@ protected:
     }
 
     const XTransientFacts& m_facts;
-    mutable XLeafMutex m_mutex; // guards the object's mutable state; nothing is called while it is held
+    mutable XLeafMutex m_mutex; // nothing is called while it is held
 
 private:
-    XLXVariantVector m_values; // in table order
+    XLXVariantVector m_values LX_GUARDED_BY(m_mutex); // in table order
 };
 
 #endif

@@ -33,11 +33,11 @@ constexpr std::array Written{LXRM_PARENTNAME, LXRM_CHILDNAME, LXRM_NAMESHORT};
 struct Pool {
     using Key = std::tuple<const XRelationHost*, XLXTransientPC::Names, bool>;
 
-    XLeafMutex mutex; // guards the relations
-    std::multimap<Key, std::unique_ptr<XLXTransientPC>> relations;
+    XLeafMutex mutex;
+    std::multimap<Key, std::unique_ptr<XLXTransientPC>> relations LX_GUARDED_BY(mutex);
 
     /// Changes the owner of a relation.
-    auto Reassign(decltype(relations)::const_iterator relation, const XRelationHost* host) {
+    auto Reassign(decltype(relations)::const_iterator relation, const XRelationHost* host) LX_NEEDS(mutex) {
         auto node = relations.extract(relation);
         std::get<0>(node.key()) = host;
         return relations.insert(std::move(node));
@@ -56,7 +56,7 @@ XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXText
     const Pool::Key key(&host, names, flag);
     const Pool::Key nobodys(nullptr, names, flag);
     Pool& pool = ThePool();
-    const std::lock_guard<XLeafMutex> lock(pool.mutex);
+    const XLeafLock lock(pool.mutex);
     auto found = pool.relations.find(key);
     if (found == pool.relations.end()) {
         const auto free = pool.relations.find(nobodys);
@@ -70,7 +70,7 @@ XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXText
 
 void XLXTransientPC::Disown(const XRelationHost& host) noexcept {
     Pool& pool = ThePool();
-    const std::lock_guard<XLeafMutex> lock(pool.mutex);
+    const XLeafLock lock(pool.mutex);
     for (auto next = pool.relations.begin(); next != pool.relations.end();) {
         const auto relation = next++;
         if (std::get<0>(relation->first) == &host) { pool.Reassign(relation, nullptr); }
@@ -86,7 +86,7 @@ void XLXTransientPC::Renew(Owner owner, const Names& names) {
     for (std::size_t i = 0; i < names.size(); ++i) {
         Store(Written[i], XLXComVariant::FromBstr(names[i]));
     }
-    const std::lock_guard<XLeafMutex> lock(m_mutex);
+    const XLeafLock lock(m_mutex);
     std::swap(m_owner, owner);
 }
 
@@ -107,7 +107,7 @@ HRESULT XLXTransientPC::AskOwner(const char* method, const OLECHAR* outName, aut
     return LXAnswer(At(method), outName, out, [&]() -> HRESULT {
         Owner link;
         {
-            const std::lock_guard<XLeafMutex> lock(m_mutex);
+            const XLeafLock lock(m_mutex);
             link = m_owner;
         }
         const auto owner = link.Lock();

@@ -45,7 +45,7 @@ private:
     /// Returns what ask(manager) returns.
     HRESULT AskOwner(const char* method, const OLECHAR* outName, auto** out, auto&& ask) const;
 
-    Owner m_owner;     // guarded like the values
+    Owner m_owner LX_GUARDED_BY(m_mutex);
     const bool m_flag; // selects the set of PC infos
 };
 

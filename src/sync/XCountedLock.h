@@ -10,7 +10,6 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
-#include <mutex>
 
 /// The process-wide lock switch. It is on when the module is loaded. Server-mode initialisation turns it off for good:
 /// the host then serialises all calls to the component in the process, and the counted locks make no lock calls. A lock
@@ -50,7 +49,7 @@ public:
             }
         }
         More& more = m_more.Make();
-        const std::lock_guard<XLeafMutex> lock(more.mutex);
+        const XLeafLock lock(more.mutex);
         ThreadLockEntry& entry = more.entries[self];
         more.count.fetch_add(1, std::memory_order_relaxed);
         entry.thread.store(self, std::memory_order_relaxed);
@@ -65,7 +64,7 @@ public:
         }
         More* const more = m_more.Find();
         if (more == nullptr || more->count.load(std::memory_order_relaxed) == 0) { return nullptr; }
-        const std::lock_guard<XLeafMutex> lock(more->mutex);
+        const XLeafLock lock(more->mutex);
         const auto found = more->entries.find(self);
         return found != more->entries.end() ? &found->second : nullptr;
     }
@@ -79,7 +78,7 @@ public:
             }
         }
         More& more = *m_more.Find();
-        const std::lock_guard<XLeafMutex> lock(more.mutex);
+        const XLeafLock lock(more.mutex);
         more.entries.erase(entry.thread.load(std::memory_order_relaxed));
         more.count.fetch_sub(1, std::memory_order_relaxed);
     }
@@ -87,8 +86,8 @@ public:
 private:
     struct More {
         std::atomic<unsigned> count{0};
-        XLeafMutex mutex; // guards the map; each entry belongs to its thread
-        std::map<DWORD, ThreadLockEntry> entries;
+        XLeafMutex mutex; // each entry belongs to its thread
+        std::map<DWORD, ThreadLockEntry> entries LX_GUARDED_BY(mutex);
     };
 
     ThreadLockEntry m_slots[2];

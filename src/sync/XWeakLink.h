@@ -8,13 +8,13 @@
 #include "XLeafMutex.h"
 
 #include <memory>
-#include <mutex>
 
 /// @tparam T  has Release() and bool TryAddRef() noexcept, which fails once the last reference is gone
 template <class T> class XWeakLink {
     struct Block {
-        XLeafMutex mutex; // guards target
-        T* target;
+        explicit Block(T* object) noexcept : target(object) {}
+        XLeafMutex mutex;
+        T* target LX_GUARDED_BY(mutex);
     };
 
 public:
@@ -23,22 +23,21 @@ public:
     /// The link that an object hands out. The object calls Clear in its destructor.
     static XWeakLink To(T* target) {
         XWeakLink link;
-        link.m_block = std::make_shared<Block>();
-        link.m_block->target = target;
+        link.m_block = std::make_shared<Block>(target);
         return link;
     }
 
     /// A counted reference to the object; null once its last reference is gone.
     XLXComPtr<T> Lock() const noexcept {
         if (m_block == nullptr) { return {}; }
-        const std::lock_guard<XLeafMutex> lock(m_block->mutex);
+        const XLeafLock lock(m_block->mutex);
         T* const target = m_block->target;
         return LXAttach(target != nullptr && target->TryAddRef() ? target : nullptr);
     }
 
     void Clear() noexcept {
         if (m_block != nullptr) {
-            const std::lock_guard<XLeafMutex> lock(m_block->mutex);
+            const XLeafLock lock(m_block->mutex);
             m_block->target = nullptr;
         }
     }

@@ -35,9 +35,15 @@ XLXTypeCache::~XLXTypeCache() {
 // destroyed iteratively: a nested destruction passes its base to the thread's outermost call, which releases it.
 void XLXTypeCache::ReleaseBase() noexcept {
     LX_THREAD_LOCAL XLXComPtr<XLXTypeCache>* t_left = nullptr;
-    XLXComPtr<XLXTypeCache> base(m_pBase);
+    XLXComPtr<ILXTypeCache> face;
+    XLXComPtr<XLXTypeCache> base;
+    {
+        const XLeafLock lock(m_baseMutex);
+        base = m_pBase;
+        face.Swap(m_pBaseFace);
+    }
     if (!base) { return; }
-    m_pBaseFace.Reset();
+    face.Reset();
     XLXError::LogFailure(OLESTR("releasing the base type failed"), TheFacts.At("ReleaseBase"), [&] {
         XLXComVariant member;
         Store().WriteGrow(MemberBaseType, member);
@@ -78,22 +84,19 @@ HRESULT XLXTypeCache::SetBaseType(ILXTypeCache* pBaseType) {
 bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retired) {
     XLXComPtr<ILXTypeCache> former(face);
     {
-        const std::lock_guard<XLeafMutex> linking(g_linkMutex);
-        if (m_pBaseFace.Get() == face) // only changes under this lock
-        {
-            return true;
-        }
+        const XLeafLock linking(g_linkMutex);
+        if (const XLeafLock lock(m_baseMutex); m_pBaseFace.Get() == face) { return true; }
         for (XLXComPtr<XLXTypeCache> above(base); above; above = above->BaseType()) {
             if (above.Get() == this) { return false; }
         }
-        const std::lock_guard<XLeafMutex> lock(m_baseMutex);
+        const XLeafLock lock(m_baseMutex);
         m_pBaseFace.Swap(former);
         m_pBase = base;
     }
     XLXComVariant member;
     Store().Change([&](XVariantRow& row) { // the base of this moment: of two links that overlap, the later one's
         {
-            const std::lock_guard<XLeafMutex> lock(m_baseMutex);
+            const XLeafLock lock(m_baseMutex);
             if (m_pBaseFace) { member = XLXComVariant::FromUnknown(m_pBaseFace.Get()); }
         }
         row.Exchange(MemberBaseType, member);
@@ -107,7 +110,7 @@ bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retire
 }
 
 XLXComPtr<XLXTypeCache> XLXTypeCache::BaseType() const noexcept {
-    const std::lock_guard<XLeafMutex> lock(m_baseMutex);
+    const XLeafLock lock(m_baseMutex);
     return m_pBase;
 }
 
@@ -115,7 +118,7 @@ XLXComPtr<XLXTypeCache> XLXTypeCache::BaseType() const noexcept {
 XLXComPtr<IUnknown> XLXTypeCache::AmendValues(XVariantRow& values) {
     XLXComPtr<ILXTypeCache> base;
     {
-        const std::lock_guard<XLeafMutex> lock(m_baseMutex);
+        const XLeafLock lock(m_baseMutex);
         base = m_pBaseFace;
     }
     if (!base) { return {}; }

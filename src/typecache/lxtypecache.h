@@ -178,9 +178,10 @@ private:
     XLXText m_name;               // constant once the type is handed out; empty for a type that has none yet
     std::atomic<LONG> m_flags{0};
     XFillMutex m_fetch;
-    mutable XLeafMutex m_baseMutex; // guards the next two; writers also hold g_linkMutex
-    XLXComPtr<ILXTypeCache> m_pBaseFace;
-    XLXTypeCache* m_pBase = nullptr; // the same object if it is of this class; m_pBaseFace holds the reference
+    mutable XLeafMutex m_baseMutex; // writers also hold g_linkMutex
+    XLXComPtr<ILXTypeCache> m_pBaseFace LX_GUARDED_BY(m_baseMutex);
+    // The same object if it is of this class; m_pBaseFace holds the reference.
+    XLXTypeCache* m_pBase LX_GUARDED_BY(m_baseMutex) = nullptr;
     XWeakLink<XGroupOwner> m_selfLink;
 };
 

@@ -201,7 +201,8 @@ const XOvertaken Overtaken[] = {
 };
 
 TEST_P(OvertakenFetch, IsNotKept) {
-    const auto& [row, onOtherThread] = GetParam();
+    const auto& row = std::get<0>(GetParam());
+    const bool onOtherThread = std::get<1>(GetParam());
     ASSERT_EQ(Start(row.transferMode), S_OK);
     m_head = Attribute("Pump", "Head");
     if (row.stale != nullptr) { m_server->SendNotification(row.stale); }

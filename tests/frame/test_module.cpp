@@ -33,8 +33,6 @@ private:
     std::unique_ptr<ModuleFile> m_module;
 };
 
-constexpr IID UnknownId = {0x5d1c7a30, 0x1234, 0x4321, {1, 2, 3, 4, 5, 6, 7, 8}};
-
 constexpr std::array Faces{&IID_ILXConfigFactoryCache, &IID_ILXConfigFactory,  &IID_IDPFObject,
                            &IID_ILXCallback,           &IID_ILXCallbackUpdate, &IID_ILXServerEntryPoint};
 
