@@ -22,6 +22,8 @@ packages_of() {
 }
 
 is_installed() {
+    # Debian's npm conflicts with a Node.js from elsewhere, which brings its own.
+    if [ "$1" = npm ] && command -v npm >/dev/null; then return; fi
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
 }
 

@@ -65,7 +65,6 @@ void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const 
             }
         }
     });
-    DetachAll(dropped);
 }
 
 // Enters what the server has created, or removes what it has deleted. The change count makes answers that are still
@@ -79,19 +78,22 @@ void XFormatMap::Replace(const XObjectTime& time, int type, const Format& format
             std::erase(formats.negative, type);
             dropped.insert(std::move(former));
         }
+        DetachAll(dropped);
         if (format && formats.stamp == stamp) { formats.map.emplace(type, format); }
     });
-    DetachAll(dropped);
 }
 
 void XFormatMap::EmptyIfStale(Formats& formats, const XObjectTime& time, Map& dropped) const {
     if (const XStamp now = Now(time); formats.stamp != now) {
         dropped.swap(formats.map);
+        DetachAll(dropped);
         formats.negative.clear();
         formats.stamp = now;
     }
 }
 
+// Under the map's lock: a notification to a format finds it either in the map or detached, and tells its successor
+// through the clock in the second case.
 void XFormatMap::DetachAll(const Map& dropped) noexcept {
     for (const auto& [type, format] : dropped) {
         if (format) { format->Detach(); }
@@ -112,8 +114,8 @@ void XFormatMap::Terminate() {
     m_own.Advance();
     m_mapFormatCache.Write([&](Formats& formats) {
         dropped.swap(formats.map);
+        DetachAll(dropped);
         formats.negative.clear();
         formats.stamp = {};
     });
-    DetachAll(dropped);
 }

@@ -26,6 +26,9 @@ public:
     /// Exchanges a value and adds missing slots. Does not change the stamp.
     void WriteGrow(int index, XLXComVariant& value);
 
+    /// Calls work(values) under the lock; it must not call foreign code. Does not change the stamp.
+    template <class Work> void Change(Work&& work) { work(XCritProxy<Stamped>(m_data)->values); }
+
     /// Exchanges all values, unless the store has newer ones.
     /// @param onAssigned  called with the new values under the lock; must not call foreign code
     template <class OnAssigned> void Assign(XVariantRow& values, const XStamp& stamp, OnAssigned&& onAssigned) {

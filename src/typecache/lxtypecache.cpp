@@ -90,8 +90,14 @@ bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retire
         m_pBaseFace.Swap(former);
         m_pBase = base;
     }
-    XLXComVariant member = face != nullptr ? XLXComVariant::FromUnknown(face) : XLXComVariant();
-    Store().WriteGrow(MemberBaseType, member);
+    XLXComVariant member;
+    Store().Change([&](XVariantRow& row) { // the base of this moment: of two links that overlap, the later one's
+        {
+            const std::lock_guard<XLeafMutex> lock(m_baseMutex);
+            if (m_pBaseFace) { member = XLXComVariant::FromUnknown(m_pBaseFace.Get()); }
+        }
+        row.Exchange(MemberBaseType, member);
+    });
     g_componentEpoch.fetch_add(1); // a map merged from the former base is no longer current
     retired.objects.emplace_back(former);
     XLXVariantVector values;

@@ -41,6 +41,14 @@ std::vector<std::string> LXReadAll(const XLXComPtr<Enumerator>& elements, int me
     return texts;
 }
 
+/// The same for what a call enumerates; a call that does not answer S_OK must give nothing.
+template <class Element, class Enumerator, class Ask> std::vector<std::string> LXList(int member, Ask&& ask) {
+    XLXComPtr<Enumerator> elements;
+    const HRESULT result = ask(elements.Put());
+    EXPECT_EQ(result == S_OK, static_cast<bool>(elements)) << result;
+    return LXReadAll<Element>(elements, member);
+}
+
 /// The model of these tests; g: group of an attribute:
 ///     Item         Name g1, Weight g2; pages 1, 2; groups 1 on page 1, 2 on page 1 in group 1, 3 on page 2
 ///       Equipment  Power g2, Name again with another label

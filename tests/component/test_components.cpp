@@ -11,9 +11,8 @@ protected:
     using Names = std::vector<std::string>;
 
     Names AttributeNames(const char* type) {
-        XLXComPtr<ILXAttributeEnum> attributes;
-        Type(type)->GetAttributeEnum(attributes.Put());
-        return LXReadAll<ILXAttribute>(attributes, XProperty::AttributeName);
+        return LXList<ILXAttribute, ILXAttributeEnum>(XProperty::AttributeName,
+                                                      [&](auto out) { return Type(type)->GetAttributeEnum(out); });
     }
     Names Displayed(LONG mask, int group = 0) {
         XLXComPtr<ILXAttributeEnum> attributes;
@@ -32,12 +31,12 @@ TEST_F(Components, DeliveredInBulkTheyMakeNoCall) {
         EXPECT_EQ(AttributeNames("Pump"), (Names{"Head", "Name", "Power", "Weight"}));
         EXPECT_EQ(LXRead(Attribute("Pump", "Power").Get(), XProperty::AttributeName), OLESTR("Power"));
         EXPECT_EQ(LXRead(Group("Item", 2).Get(), XProperty::GroupLabel), OLESTR("Inner"));
-        XLXComPtr<ILXPageEnum> pages;
-        EXPECT_EQ(Type("Item")->GetPageEnum(pages.Put()), S_OK);
-        EXPECT_EQ(LXReadAll<ILXPage>(pages, XProperty::PageNumber), (Names{"1", "2"}));
-        XLXComPtr<ILXConfObjEditorEnum> editors;
-        EXPECT_EQ(Type("Pump")->GetConfObjEditorEnum(editors.Put()), S_OK);
-        EXPECT_EQ(LXReadAll<ILXConfObjEditor>(editors, XProperty::ProgId), (Names{"E.Pump", "E.PumpNew"}));
+        EXPECT_EQ((LXList<ILXPage, ILXPageEnum>(XProperty::PageNumber,
+                                                [&](auto out) { return Type("Item")->GetPageEnum(out); })),
+                  (Names{"1", "2"}));
+        EXPECT_EQ((LXList<ILXConfObjEditor, ILXConfObjEditorEnum>(
+                      XProperty::ProgId, [&](auto out) { return Type("Pump")->GetConfObjEditorEnum(out); })),
+                  (Names{"E.Pump", "E.PumpNew"}));
     });
 }
 
@@ -93,9 +92,9 @@ TEST_F(Components, DisplayMasksAndGroups) {
     EXPECT_EQ(Displayed(1 | 2), (Names{"Name", "Power", "Weight"}));
     EXPECT_EQ(Displayed(1, 2), (Names{"Power"}));
     EXPECT_EQ(Displayed(0, 3), (Names{"Head"}));
-    XLXComPtr<ILXAttributeEnum> group;
-    EXPECT_EQ(Type("Pump")->GetGroupAttributeEnum(1, group.Put()), S_OK);
-    EXPECT_EQ(LXReadAll<ILXAttribute>(group, 0), (Names{"Name"}));
+    EXPECT_EQ((LXList<ILXAttribute, ILXAttributeEnum>(
+                  0, [&](auto out) { return Type("Pump")->GetGroupAttributeEnum(1, out); })),
+              (Names{"Name"}));
     ExpectCalls(0, [&] { EXPECT_EQ(Displayed(1), (Names{"Name", "Power"})); }); // the display facts are cached
 
     Edit().SetAttributeProperty("Pump", "Head", XProperty::ShowInEditor, true);

@@ -14,10 +14,9 @@ protected:
         return format;
     }
     std::vector<std::string> AttributeTypes() {
-        XLXComPtr<ILXAttributeTypeEnum> types;
-        const HRESULT result = Attribute("Pump", "Head")->GetAttributeTypeEnum(types.Put());
-        EXPECT_EQ(result, types ? S_OK : S_FALSE);
-        return LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName);
+        return LXList<ILXAttributeType, ILXAttributeTypeEnum>(XProperty::AttributeTypeName, [&](auto out) {
+            return Attribute("Pump", "Head")->GetAttributeTypeEnum(out);
+        });
     }
     static HRESULT Notify(IUnknown* object, const char* dataId) {
         const XLXComBSTR id(XLXText(XLXFormat() << dataId));

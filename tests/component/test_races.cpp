@@ -93,9 +93,9 @@ public:
     }
     std::string AskForLabel() { return LXNarrow(LXRead(m_head.Get(), XProperty::Label)); }
     std::string AskForAttributes() {
-        XLXComPtr<ILXAttributeEnum> attributes;
-        EXPECT_EQ(Type("Pump")->GetAttributeEnum(attributes.Put()), S_OK);
-        return Joined(LXReadAll<ILXAttribute>(attributes, XProperty::AttributeName)) +
+        const auto pump = Type("Pump");
+        return Joined(LXList<ILXAttribute, ILXAttributeEnum>(XProperty::AttributeName,
+                                                             [&](auto out) { return pump->GetAttributeEnum(out); })) +
                LXNarrow(LXRead(Attribute("Pump", "Weight").Get(), XProperty::Label));
     }
     std::string AskForFormat() {
@@ -103,14 +103,13 @@ public:
         return m_head->GetFormat(9, format.Put()) == S_OK ? "format" : "";
     }
     std::string AskForAttributeTypes() {
-        XLXComPtr<ILXAttributeTypeEnum> types;
-        EXPECT_EQ(m_head->GetAttributeTypeEnum(types.Put()), S_OK);
-        return Joined(LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeName));
+        return Joined(LXList<ILXAttributeType, ILXAttributeTypeEnum>(
+            XProperty::AttributeTypeName, [&](auto out) { return m_head->GetAttributeTypeEnum(out); }));
     }
     std::string AskForRelations() {
-        XLXComPtr<ILXParentChildEnum> relations;
-        EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Equipment").Get(), nullptr, 0, relations.Put()), S_OK);
-        return Joined(LXReadAll<ILXParentChild>(relations, XProperty::ChildList));
+        return Joined(LXList<ILXParentChild, ILXParentChildEnum>(XProperty::ChildList, [&](auto out) {
+            return m_cache->GetPCEnum2(nullptr, B("Equipment").Get(), nullptr, 0, out);
+        }));
     }
     std::string AskForRelationValue() { return LXNarrow(LXRead(Relation().Get(), XProperty::NameShort)); }
     std::string AskForPCInfo() {
@@ -119,14 +118,12 @@ public:
         return LXNarrow(LXRead(info.Get(), XProperty::PCInfoLabel));
     }
     std::string AskForBrowserId() {
-        XLXComPtr<ILXBrowserIdEnum> ids;
-        EXPECT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
-        return Joined(LXReadAll<ILXBrowserId>(ids, 1));
+        return Joined(
+            LXList<ILXBrowserId, ILXBrowserIdEnum>(1, [&](auto out) { return Factory()->GetBrowserIdEnum(out); }));
     }
     std::string AskForSpecs() {
-        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
-        EXPECT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
-        return Joined(LXReadAll<ILXGlobalAttributeFormatSpec>(specs, 0));
+        return Joined(LXList<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
+            0, [&](auto out) { return Factory()->GetAllGlobalAttributeFormatSpecs(out); }));
     }
     std::string AskForPlanType() {
         return m_cache->IsPlantype(m_server->DataObject("Document").Get()) == S_OK ? "plan" : "";

@@ -80,9 +80,8 @@ TEST_F(ServerMode, AttributesLoadedThroughAFormerServerObjectAreStale) {
     ASSERT_EQ(StartInServer(), S_OK);
     const auto document = Type("Document");
     const auto attributes = [&] {
-        XLXComPtr<ILXAttributeEnum> all;
-        document->GetAttributeEnum(all.Put());
-        return LXReadAll<ILXAttribute>(all, XProperty::AttributeName);
+        return LXList<ILXAttribute, ILXAttributeEnum>(XProperty::AttributeName,
+                                                      [&](auto out) { return document->GetAttributeEnum(out); });
     };
     EXPECT_EQ(attributes(), std::vector<std::string>{"Title"});
     Edit().RemoveType("Document", XNotify::No);

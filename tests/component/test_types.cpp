@@ -63,15 +63,6 @@ TEST_F(Types, BaseTypeIsLinkedAndShown) {
     EXPECT_EQ(byName.AsUnknown(), base.AsUnknown());
 }
 
-TEST_F(Types, AnAddedTypeReplacesItsNegativeAnswer) {
-    XLXComPtr<ILXType> valve;
-    EXPECT_EQ(Find("Valve", valve), S_FALSE);
-    EXPECT_EQ(Edit().AddType("Valve", "Equipment").result, S_OK);
-    ASSERT_EQ(Find("Valve", valve), S_OK);
-    XLXComPtr<ILXAttribute> inherited;
-    EXPECT_EQ(valve->GetAttribute(XLXComBSTR(OLESTR("Power")).Get(), inherited.Put()), S_OK);
-}
-
 TEST_F(Types, WhatCallersHoldStaysCurrentAcrossARefill) {
     const auto pump = Type("Pump");
     const auto head = Attribute("Pump", "Head");

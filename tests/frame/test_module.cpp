@@ -122,14 +122,4 @@ TEST_F(Module, FactoryServesManyThreads) {
     }
 }
 
-TEST(Reload, AFreshModuleStartsAnew) {
-    for (int i = 0; i < 3; ++i) {
-        const ModuleFile file;
-        XLXComPtr<ILXConfigFactoryCache> object;
-        EXPECT_EQ(file.Factory()->CreateInstance(nullptr, LXIid<ILXConfigFactoryCache>(), object.PutVoid()), S_OK);
-        object.Reset();
-        EXPECT_EQ(file.CanUnloadNow(), S_OK);
-    }
-    EXPECT_FALSE(ModuleIsLoaded());
-}
 } // namespace

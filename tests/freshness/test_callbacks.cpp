@@ -25,19 +25,19 @@ public:
         EXPECT_EQ(LXReadAll<ILXParentChild>(Relations(), XProperty::ChildName), Texts{"Document"});
     }
     void AskForPCInfos() {
-        XLXComPtr<ILXPCInfoEnum> infos;
-        EXPECT_EQ(m_relation->GetPCInfoEnum(infos.Put()), S_OK);
-        EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser), Texts{"Tree"});
+        EXPECT_EQ((LXList<ILXPCInfo, ILXPCInfoEnum>(XProperty::PCInfoBrowser,
+                                                    [&](auto out) { return m_relation->GetPCInfoEnum(out); })),
+                  Texts{"Tree"});
     }
     void AskForBrowserIds() {
-        XLXComPtr<ILXBrowserIdEnum> ids;
-        EXPECT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
-        EXPECT_EQ(LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName), Texts{"Tree"});
+        EXPECT_EQ((LXList<ILXBrowserId, ILXBrowserIdEnum>(XProperty::BrowserIdName,
+                                                          [&](auto out) { return Factory()->GetBrowserIdEnum(out); })),
+                  Texts{"Tree"});
     }
     void AskForTypes() {
-        XLXComPtr<ILXTypeEnum> types;
-        EXPECT_EQ(Factory()->GetTypeEnum(nullptr, types.Put()), S_OK);
-        EXPECT_EQ(LXReadAll<ILXType>(types, XProperty::TypeName), (Texts{"Document", "Equipment", "Item", "Pump"}));
+        EXPECT_EQ((LXList<ILXType, ILXTypeEnum>(XProperty::TypeName,
+                                                [&](auto out) { return Factory()->GetTypeEnum(nullptr, out); })),
+                  (Texts{"Document", "Equipment", "Item", "Pump"}));
     }
     void AskForTypesAfterANotification() {
         m_server->SendNotification("objects/x/0/1");
@@ -46,9 +46,9 @@ public:
     void AskTheItem() { ExpectAttribute(m_item, OLESTR("Weight")); }
     void AskTheDocument() { ExpectAttribute(m_document, OLESTR("Title")); }
     void AskForPages() {
-        XLXComPtr<ILXPageEnum> pages;
-        EXPECT_EQ(m_item->GetPageEnum(pages.Put()), S_OK);
-        EXPECT_EQ(LXReadAll<ILXPage>(pages, XProperty::PageNumber), (Texts{"1", "2"}));
+        EXPECT_EQ(
+            (LXList<ILXPage, ILXPageEnum>(XProperty::PageNumber, [&](auto out) { return m_item->GetPageEnum(out); })),
+            (Texts{"1", "2"}));
     }
     void AskASecondCache() {
         const XLXComPtr<ILXConfigFactoryCache> first = m_cache;

@@ -51,24 +51,21 @@ protected:
     void ChangeServer() { m_server.swap(m_second); }
 
     Names Types() {
-        XLXComPtr<ILXTypeEnum> types;
-        Factory()->GetTypeEnum(nullptr, types.Put());
-        return LXReadAll<ILXType>(types, XProperty::TypeName);
+        return LXList<ILXType, ILXTypeEnum>(XProperty::TypeName,
+                                            [&](auto out) { return Factory()->GetTypeEnum(nullptr, out); });
     }
     Names BrowserIds() {
-        XLXComPtr<ILXBrowserIdEnum> ids;
-        Factory()->GetBrowserIdEnum(ids.Put());
-        return LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName);
+        return LXList<ILXBrowserId, ILXBrowserIdEnum>(XProperty::BrowserIdName,
+                                                      [&](auto out) { return Factory()->GetBrowserIdEnum(out); });
     }
     Names Specs() {
-        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
-        Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put());
-        return LXReadAll<ILXGlobalAttributeFormatSpec>(specs, 0);
+        return LXList<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
+            0, [&](auto out) { return Factory()->GetAllGlobalAttributeFormatSpecs(out); });
     }
     Names Children() {
-        XLXComPtr<ILXParentChildEnum> relations;
-        Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put());
-        return LXReadAll<ILXParentChild>(relations, XProperty::ChildName);
+        return LXList<ILXParentChild, ILXParentChildEnum>(XProperty::ChildName, [&](auto out) {
+            return Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, out);
+        });
     }
     void AskForEverything() {
         XLXComPtr<ILXType> late;

@@ -46,9 +46,8 @@ TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeTypeThatIsOnItsWay) {
     const auto title = Attribute("Document", "Title");
     Edit().AddAttributeType("Document", "Title", "Short"); // the held attribute enumerates its types
     const auto labels = [&] {
-        XLXComPtr<ILXAttributeTypeEnum> types;
-        EXPECT_EQ(title->GetAttributeTypeEnum(types.Put()), S_OK);
-        return LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeLabel);
+        return LXList<ILXAttributeType, ILXAttributeTypeEnum>(
+            XProperty::AttributeTypeLabel, [&](auto out) { return title->GetAttributeTypeEnum(out); });
     };
     {
         const Inside overtaken(Calls(), "ILXAttributeType::GetProperties", [&] {
@@ -67,9 +66,8 @@ TEST_F(StraightToARelation, IsNotLostOnAPCInfoThatIsOnItsWay) {
     ASSERT_EQ(Start(), S_OK);
     const auto desks = Single("Node", "Desk", "nodes");
     const auto labels = [&] {
-        XLXComPtr<ILXPCInfoEnum> infos;
-        EXPECT_EQ(desks->GetPCInfoEnum(infos.Put()), S_OK);
-        return LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoLabel);
+        return LXList<ILXPCInfo, ILXPCInfoEnum>(XProperty::PCInfoLabel,
+                                                [&](auto out) { return desks->GetPCInfoEnum(out); });
     };
     {
         const Inside overtaken(Calls(), "ILXPCInfo::GetProperties", [&] {

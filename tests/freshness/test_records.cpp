@@ -86,9 +86,8 @@ TEST_F(WaitingRecords, AreNotDroppedByAnOlderMap) {
 TEST_F(WaitingRecords, DoNotRefreshAnAttributeTypeThatEnteredAfterANotification) {
     const auto title = Find(OLESTR("Title"));
     const auto label = [&] {
-        XLXComPtr<ILXAttributeTypeEnum> types;
-        EXPECT_EQ(title->GetAttributeTypeEnum(types.Put()), S_OK);
-        return LXReadAll<ILXAttributeType>(types, XProperty::AttributeTypeLabel);
+        return LXList<ILXAttributeType, ILXAttributeTypeEnum>(
+            XProperty::AttributeTypeLabel, [&](auto out) { return title->GetAttributeTypeEnum(out); });
     };
     const std::vector<std::string> changed{"new"};
     {

@@ -17,9 +17,8 @@ protected:
 
     /// The browsers of the held relation.
     Names Browsers() {
-        XLXComPtr<ILXPCInfoEnum> infos;
-        m_desks->GetPCInfoEnum(infos.Put());
-        return LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser);
+        return LXList<ILXPCInfo, ILXPCInfoEnum>(XProperty::PCInfoBrowser,
+                                                [&](auto out) { return m_desks->GetPCInfoEnum(out); });
     }
     XLXComPtr<ILXPCInfo> Info(const char* browser) {
         XLXComPtr<ILXPCInfo> info;
@@ -27,9 +26,8 @@ protected:
         return info;
     }
     Names BrowserIds() {
-        XLXComPtr<ILXBrowserIdEnum> ids;
-        EXPECT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
-        return LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName);
+        return LXList<ILXBrowserId, ILXBrowserIdEnum>(XProperty::BrowserIdName,
+                                                      [&](auto out) { return Factory()->GetBrowserIdEnum(out); });
     }
 
     Relation m_desks;

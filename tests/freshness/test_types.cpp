@@ -18,9 +18,7 @@ protected:
         return group->GetFormat(format.Put());
     }
     static Texts Pages(const XLXComPtr<ILXType>& type) {
-        XLXComPtr<ILXPageEnum> pages;
-        type->GetPageEnum(pages.Put());
-        return LXReadAll<ILXPage>(pages, XProperty::PageNumber);
+        return LXList<ILXPage, ILXPageEnum>(XProperty::PageNumber, [&](auto out) { return type->GetPageEnum(out); });
     }
     static XLXComPtr<ILXAttributeTypeEnum> AttributeTypes(const XLXComPtr<ILXAttribute>& attribute) {
         XLXComPtr<ILXAttributeTypeEnum> types;

@@ -104,6 +104,9 @@ TEST_P(TypeChains, OfAnyLengthInheritAnswerAndGo) {
         EXPECT_TRUE(Has(leaf, OLESTR("OfRoot")));
         EXPECT_TRUE(Has(leaf, OLESTR("OfLeaf")));
         EXPECT_FALSE(Has(Named(name(last - 1)), OLESTR("OfLeaf")));
+        for (int depth = 0; depth <= last; ++depth) { // every name is found in the index that grew with them
+            ASSERT_EQ(LXRead(Named(name(depth)).Get(), 0), name(depth));
+        }
         const XLXComBSTR leafName(name(last));
         const XLXComBSTR rootName(name(0));
         BSTR names[] = {rootName.Get(), leafName.Get()};

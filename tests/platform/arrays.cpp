@@ -1,49 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// SAFEARRAY: bounds, elements, ownership, locks.
+// SAFEARRAY: who owns the elements.
 #include "contract.h"
 
 namespace {
-struct Bounds {
-    HRESULT result;
-    LONG lower;
-    LONG upper;
-    bool operator==(const Bounds&) const = default;
-};
-
-Bounds BoundsOf(SAFEARRAY* array, UINT dimension) {
-    Bounds bounds = {S_OK, 4711, 4711};
-    bounds.result = SafeArrayGetLBound(array, dimension, &bounds.lower);
-    EXPECT_EQ(bounds.result, SafeArrayGetUBound(array, dimension, &bounds.upper));
-    return bounds;
-}
-
 void Put(SAFEARRAY* array, LONG index, VARIANT& value) { ASSERT_EQ(S_OK, SafeArrayPutElement(array, &index, &value)); }
 } // namespace
-
-TEST(Arrays, Dimensions) {
-    SAFEARRAYBOUND bounds[] = {{2, 0}, {3, -1}};
-    SAFEARRAY* const array = SafeArrayCreate(VT_I4, 2, bounds);
-    EXPECT_EQ(2u, SafeArrayGetDim(array));
-    EXPECT_EQ((Bounds{S_OK, 0, 1}), BoundsOf(array, 1));
-    EXPECT_EQ((Bounds{S_OK, -1, 1}), BoundsOf(array, 2));
-    EXPECT_EQ((Bounds{DISP_E_BADINDEX, 4711, 4711}), BoundsOf(array, 0));
-    EXPECT_EQ((Bounds{DISP_E_BADINDEX, 4711, 4711}), BoundsOf(array, 3));
-    EXPECT_EQ(-1, array->rgsabound[0].lLbound) << "the last dimension comes first";
-    LONG value = 1;
-    LONG index[] = {1, 0};
-    EXPECT_EQ(S_OK, SafeArrayPutElement(array, index, &value));
-    EXPECT_EQ(1, static_cast<LONG*>(array->pvData)[3]) << "the first index runs fastest";
-    LONG read = 0;
-    EXPECT_EQ(S_OK, SafeArrayGetElement(array, index, &read));
-    EXPECT_EQ(1, read);
-    for (const auto& [first, second] : {std::pair(2, 0), std::pair(-1, 0), std::pair(0, 2), std::pair(0, -2)}) {
-        LONG outside[] = {first, second};
-        EXPECT_EQ(DISP_E_BADINDEX, SafeArrayPutElement(array, outside, &value));
-        EXPECT_EQ(DISP_E_BADINDEX, SafeArrayGetElement(array, outside, &read));
-    }
-    EXPECT_EQ(S_OK, SafeArrayDestroy(array));
-}
 
 TEST(Arrays, StringsAreCopied) {
     SAFEARRAY* const array = SafeArrayCreateVector(VT_BSTR, 0, 2);

@@ -1,39 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// BSTR; initialising, copying and clearing VARIANT.
+// The life of a VARIANT.
 #include "contract.h"
-
-#include <cstring>
-
-TEST(Strings, Lengths) {
-    const OLECHAR source[] = {'a', 0, 'b', 'c'};
-    struct {
-        BSTR made;
-        UINT bytes;
-        Text content;
-    } const rows[] = {{SysAllocString(OLESTR("abc")), 6, OLESTR("abc")},
-                      {SysAllocString(OLESTR("")), 0, OLESTR("")},
-                      {SysAllocStringLen(source, 3), 6, Text(source, 3)}, // a zero inside is a character
-                      {SysAllocStringLen(nullptr, 0), 0, OLESTR("")},
-                      {SysAllocStringByteLen(reinterpret_cast<LPCSTR>(source), 4), 4, Text(source, 2)},
-                      {SysAllocStringByteLen("x\0y", 3), 3, Text(1, 'x')}, // half a character at the end
-                      {nullptr, 0, OLESTR("(null)")}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(row.bytes, SysStringByteLen(row.made));
-        EXPECT_EQ(row.bytes / 2, SysStringLen(row.made));
-        EXPECT_EQ(row.content, TextOf(row.made));
-        if (row.made != nullptr) {
-            const OLECHAR* const end = row.made + row.bytes / 2;
-            EXPECT_EQ(0, row.bytes % 2 == 0 ? *end : 0) << "a zero closes the string";
-            DWORD prefix = 0;
-            std::memcpy(&prefix, reinterpret_cast<const BYTE*>(row.made) - 4, 4);
-            EXPECT_EQ(row.bytes, prefix);
-        }
-        SysFreeString(row.made);
-    }
-    EXPECT_EQ(nullptr, SysAllocString(nullptr));
-    EXPECT_EQ(nullptr, SysAllocStringLen(nullptr, 0xFFFFFFFF));
-}
 
 TEST(Variants, CopyIsDeep) {
     const OLECHAR source[] = {'a', 0, 'b'};

@@ -13,10 +13,8 @@ protected:
     void TearDown() override { Terminate(); }
 
     static Names Browsers(const Relation& relation) {
-        XLXComPtr<ILXPCInfoEnum> infos;
-        const HRESULT result = relation->GetPCInfoEnum(infos.Put());
-        EXPECT_EQ(result, infos ? S_OK : S_FALSE);
-        return LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser);
+        return LXList<ILXPCInfo, ILXPCInfoEnum>(XProperty::PCInfoBrowser,
+                                                [&](auto out) { return relation->GetPCInfoEnum(out); });
     }
     static XLXText Label(const Relation& relation, const char* browser) {
         XLXComPtr<ILXPCInfo> info;

@@ -117,10 +117,8 @@ TEST_F(Specs, ARemovedSpecThatIsStillHeldAnswersWhatItHas) {
 
 TEST_F(Specs, BrowserIdsAreReadOnceAndKeepTheirPlace) {
     const auto browsers = [&] {
-        XLXComPtr<ILXBrowserIdEnum> ids;
-        const HRESULT result = Factory()->GetBrowserIdEnum(ids.Put());
-        EXPECT_EQ(result, ids ? S_OK : S_FALSE);
-        return LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName);
+        return LXList<ILXBrowserId, ILXBrowserIdEnum>(XProperty::BrowserIdName,
+                                                      [&](auto out) { return Factory()->GetBrowserIdEnum(out); });
     };
     for (int i = 0; i < 149; ++i) {
         Edit().AddBrowserId("B" + std::to_string(100 + i), XNotify::No);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Behaviour that all kinds of objects share, as tables.
-#include "objecttest.h"
+// What every kind of object must do alike, each in one table, and what other suites do not ask of single kinds.
 #include "xcall.h"
 
 #include "lxparentchildcache.h"
@@ -11,9 +10,11 @@
 #include <sstream>
 
 namespace {
-class Methods : public ObjectTest {
+class Methods : public testing::Test {
 protected:
-    /// The ILXConfigObject part of an object's interface.
+    template <class I> XLXComPtr<I> Of(const char* kind) const { return m_world.Object(kind).As<I>(); }
+    unsigned long long CallsOf(const std::string& method) const { return m_world.Server().Calls().Of(method); }
+    /// What a kind of object has of a configuration object, which it answers as a part of its own interface.
     ILXConfigObject* ConfigObject(const char* kind) const {
         for (const XFace& face : LXFacesOf(*m_world.Object(kind).Get())) {
             if (std::string(face.interface_->methods.front().name) == "Get") {
@@ -23,6 +24,8 @@ protected:
         throw std::logic_error(std::string(kind) + " is no configuration object");
     }
     void ExpectNotOffered(const char* kind, const std::string& interface_, const std::set<std::string>& methods);
+
+    XObjectWorld m_world{XStage::Client};
 };
 
 struct NotOffered {
@@ -137,11 +140,11 @@ TEST_F(Methods, AValueIsTheSameByIndexAndByName) {
         object->SetProperty(row.index, XLXComVariant::FromBstr(OLESTR("by index")).Get());
         EXPECT_EQ(byName(), wanted(OLESTR("by index")));
     }
-    // Writes to an inherited relation change the base relation.
+    // What is written to an inherited relation is the base's.
     EXPECT_EQ(LXRead(ConfigObject("relation"), LXRM_CHILDLISTNAME), OLESTR("by index"));
 }
 
-/// Kinds that take notifications, and the server's method whose calls show that their values are read again.
+/// Kinds that take notifications, and the server's method that tells when their values are read again.
 constexpr const char* Notified[][2] = {{"type", "ILXType"},
                                        {"page", "ILXPage"},
                                        {"group", "ILXGroup"},
@@ -176,7 +179,7 @@ TEST_F(Methods, EveryCachedObjectIsACallback) {
         ILXConfigObject* const object = ConfigObject(kind);
         LXRead(object, 0);
         const auto before = CallsOf(method);
-        const XLXText served = LXRead(object, 0); // the end of the server does not empty the cache
+        const XLXText served = LXRead(object, 0); // the end of the server empties nothing
         EXPECT_EQ(CallsOf(method), before);
         EXPECT_EQ(callback->DataObjectChanged(id.Get(), dataType.Get(), 0, 1, 0, nullptr), S_OK);
         EXPECT_EQ(LXRead(object, 0), served);
@@ -184,4 +187,85 @@ TEST_F(Methods, EveryCachedObjectIsACallback) {
     }
 }
 
+TEST_F(Methods, AttributeTypesAreAddedAndRemovedOnTheServerAlone) {
+    const auto attribute = Of<ILXAttribute>("attribute");
+    const auto listed = [&] {
+        return LXList<ILXAttributeType, ILXAttributeTypeEnum>(
+            XProperty::AttributeTypeName, [&](auto out) { return attribute->GetAttributeTypeEnum(out); });
+    };
+    const std::vector<std::string> cached = {"Big", "Small"};
+    XLXComPtr<ILXAttributeType> added;
+    LONG removed = 0;
+    ASSERT_EQ(attribute->AddAttributeType(added.Put()), S_OK);
+    EXPECT_EQ(CallsOf("ILXAttribute::AddAttributeType"), 1u);
+    EXPECT_EQ(listed(), cached);
+    EXPECT_EQ(attribute->RemoveAttributeType(added.Get(), &removed), S_OK);
+    EXPECT_EQ(removed, 1);
+    EXPECT_EQ(attribute->RemoveAttributeType(added.Get(), &removed), E_INVALIDARG); // the server's answer
+}
+
+TEST_F(Methods, ATypesFaceForItsManagerLinksItsBase) {
+    const auto face = Of<ILXTypeCache>("type");
+    XLXComPtr<ILXType> server;
+    ASSERT_EQ(face->GetServerType(server.Put()), S_OK);
+    EXPECT_NE(server, Of<ILXType>("type"));
+    EXPECT_EQ(LXRead(server.Get(), XProperty::TypeName), OLESTR("Area"));
+    constexpr int baseMember = 27;
+    XLXComVariant base;
+    ASSERT_EQ(Of<ILXType>("type")->GetProperty(baseMember, base.Put()), S_OK);
+    const auto baseFace = XLXComPtr<IUnknown>(V_UNKNOWN(&base.Get())).As<ILXTypeCache>();
+    EXPECT_EQ(baseFace->SetBaseType(face.Get()), E_INVALIDARG);
+    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("the base type derives from this type"));
+    EXPECT_EQ(face->SetBaseType(nullptr), S_OK);
+    EXPECT_EQ(baseFace->SetBaseType(face.Get()), S_OK); // the way round is free now
+}
+
+TEST_F(Methods, AManagerForwardsAndKeepsWhatItIsTold) {
+    XLXComBSTR version;
+    XLXComBSTR expected;
+    const auto factory = Of<ILXConfigFactory>("manager");
+    EXPECT_EQ(factory->GetVersion(version.Put()), S_OK);
+    m_world.Server().ConfigFactory()->GetVersion(expected.Put());
+    EXPECT_EQ(version.View(), expected.View());
+    XLXComPtr<ILXGlobalAttributeFormatSpec> spec;
+    EXPECT_EQ(factory->CreateGlobalAttributeFormatSpec(spec.Put()), S_OK);
+    EXPECT_TRUE(spec);
+    EXPECT_EQ(m_world.Server().Model().specs.size(), 3u);
+    LONG mode = 0;
+    EXPECT_EQ(m_world.Cache().SetCFCDataTransferMode(2), S_OK);
+    EXPECT_EQ(m_world.Cache().GetCFCDataTransferMode(&mode), S_OK);
+    EXPECT_EQ(mode, 2);
+    const auto callback = Of<ILXCallbackUpdate>("manager");
+    EXPECT_EQ(callback->CheckCallbackValid(), S_OK);
+    EXPECT_EQ(callback->ServerIsTerminating(), S_OK);
+    ASSERT_EQ(m_world.Server().Clients().size(), 1u);
+    const LONG registered = m_world.Server().Clients().front().id;
+    EXPECT_EQ(callback->SetCallbackId(registered + 1), S_OK);
+    EXPECT_EQ(callback->SetCallbackId(registered), S_OK); // the last one is what it signs off with
+    EXPECT_EQ(Of<IDPFObject>("manager")->Terminate(), S_OK);
+    EXPECT_TRUE(m_world.Server().Clients().empty());
+}
+
+TEST_F(Methods, AManagerKeepsTheHostsTwoObjectsAndNoOther) {
+    const auto manager = Of<IDPFObject>("manager");
+    const auto entry = Of<ILXServerEntryPoint>("manager");
+    const auto objects = [this] { return m_world.Server().LiveObjects().objects; };
+    const auto before = objects();
+    EXPECT_EQ(manager->NotifyHostObject(m_world.Server().DataObject("A").Get()), S_OK);
+    EXPECT_EQ(manager->NotifyHostObjectPair(m_world.Server().DataObject("A").Get(), nullptr), S_OK);
+    EXPECT_EQ(manager->NotifyHostObjectLong(m_world.Server().DataObject("A").Get(), 1), S_OK);
+    EXPECT_EQ(entry->SetEntryObject(m_world.Server().DataObject("A").Get()), S_OK);
+    EXPECT_EQ(entry->ReleaseEntry(), S_OK);
+    EXPECT_EQ(objects(), before);
+    EXPECT_EQ(
+        manager->AttachHostObjects(m_world.Server().DataObject("A").Get(), m_world.Server().DataObject("B").Get()),
+        S_OK);
+    EXPECT_EQ(objects(), before + 2);
+    EXPECT_EQ(manager->AttachHostObjects(nullptr, nullptr), S_OK);
+    EXPECT_EQ(objects(), before);
+    LONG flags[2] = {7, 7};
+    EXPECT_EQ(entry->GetEntryFlags(&flags[0], &flags[1]), S_OK);
+    EXPECT_EQ(flags[0], 0);
+    EXPECT_EQ(flags[1], 1);
+}
 } // namespace
