@@ -61,9 +61,10 @@ public:
             if (m_registered) { Expect(Enable(m_id, type), "EnableAdvicesDataType"); }
         }
     }
-    /// Calls the server directly, because XServerCalls throws after GiveUp. A hang here is not detected.
     ~Client() {
-        if (m_registered) { m_verification.Server().update->UnregisterCallback(m_id); }
+        try {
+            if (m_registered) { Unregister(); }
+        } catch (const XGivenUp&) {} // the verification was abandoned: the server gets no more calls
     }
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
