@@ -109,8 +109,8 @@ def row_of(prop):
     meaning = prop["meaning"] + (": " + ", ".join(f"{n} {w}" for n, w in words.items()) if words else "")
     read = "yes" if prop["readBy"] == "component" else ""
     name = f"`{prop['name']}`" if "name" in prop else ""
-    return (f"| {prop['index']} | `{make_properties.c_name(prop['constant'])}` | {name} | `{prop['key']}` | "
-            f"{prop['type']} | {read} | {meaning} |\n")
+    constants = f"`{make_properties.c_name(prop['constant'])}`, `lx::{prop['constant']}`"
+    return (f"| {prop['index']} | {constants} | {name} | `{prop['key']}` | {prop['type']} | {read} | {meaning} |\n")
 
 
 def properties(table):
@@ -118,13 +118,13 @@ def properties(table):
 ## Properties
 
 `GetProperty` and `SetProperty` take an index, `Get` and `Set` a name exactly as written here. The constants are in
-`LXProperties.h` (in C++ also as `lx::Unit` for `LXP_UNIT`). "Shown as" is the name in `lxcfc` and in model files.
+`LXProperties.h`, in C++ under both names. "Shown as" is the name in `lxcfc` and in model files.
 Properties that the component reads ("Read") mean the same with every server. The others have the meaning that the
 shipped model and the sample server give them; other indexes depend on the server.
 """
     for kind in table["kinds"]:
         page += f"\n**{kind['kind']}** (`{kind['enumeration']}`)\n\n"
-        page += "| Index | Constant | Name | Shown as | Type | Read | Meaning |\n|---|---|---|---|---|---|---|\n"
+        page += "| Index | Constants | Name | Shown as | Type | Read | Meaning |\n|---|---|---|---|---|---|---|\n"
         page += "".join(map(row_of, kind["properties"]))
     page += "\n## Masks, filters and modes\n\nIn `LXProperties.h`. Bits may be combined.\n"
     for bits in table["bits"]:

@@ -46,7 +46,7 @@ std::shared_ptr<lx::ModelServer> MakeServer() { return std::make_shared<lx::Mode
 void ChangeUnit(lx::ModelServer& server, int number) {
     server.Edit([number](lx::Model& model) {
         const lx::Key flow = lx::Key::OfAttribute(OLESTR("Pump"), OLESTR("RatedFlow"));
-        lx::Find(model, flow)->Set(lx::Unit, number % 2 == 0 ? OLESTR("m3/h") : OLESTR("l/s"));
+        lx::At(model, flow).Set(lx::Unit, number % 2 == 0 ? OLESTR("m3/h") : OLESTR("l/s"));
         return lx::ValueChanged(flow, lx::Unit);
     });
 }

@@ -67,12 +67,12 @@ public:
             if (m_end) {
                 replaced.push_back(std::move(job));
             } else {
+                StartThread(); // first: if it throws, nothing is queued
                 if (m_jobs.size() >= MostWaiting && forAll) {
                     m_jobs.swap(replaced);
                     job.call = forAll();
                 }
                 m_jobs.push_back(std::move(job));
-                StartThread();
             }
         }
         Dismiss(replaced);

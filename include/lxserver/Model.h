@@ -13,7 +13,7 @@
 // Ownership  Value semantics. Records are copy-on-write: copies share their values until one changes, so copying a
 //            model for a small edit is cheap.
 // Threading  As for standard containers: concurrent reads and copies are safe while no thread modifies the model.
-// Errors     std::out_of_range for an index outside the kind's range, std::invalid_argument for a value of an
+// Errors     std::out_of_range for an index outside the kind's range and for a key that At does not find, std::invalid_argument for a value of an
 //            unsupported type, std::bad_alloc.
 #ifndef LXSERVER_MODEL_H
 #define LXSERVER_MODEL_H
@@ -323,6 +323,25 @@ struct Key {
     }
 };
 
+/// A key as text for messages, in UTF-8: "attribute Pump/RatedFlow".
+inline std::string Describe(const Key& key) {
+    struct Name {
+        const char* kind;
+        bool isNumbered;
+    };
+    static constexpr Name names[] = {
+        {"type", false},        {"page", true},       {"group", true},           {"group format", true},
+        {"editor", false},      {"attribute", false}, {"attribute type", false}, {"attribute format", true},
+        {"relation", false},    {"PC info", false},   {"browser id", false},     {"global format spec", false},
+        {"global format", true}};
+    const Name& name = names[static_cast<std::size_t>(key.kind)];
+    std::string text = name.kind + (' ' + ToUtf8(key.owner));
+    for (const Text* const part : {&key.name, &key.part, &key.browser}) {
+        if (!part->empty()) { text += '/' + ToUtf8(*part); }
+    }
+    return name.isNumbered ? text + '/' + std::to_string(key.number) : text;
+}
+
 struct Model {
     Text version = OLESTR("1");
     std::map<Text, TypeRecord> types;
@@ -424,6 +443,12 @@ inline const Record* Find(const Model& model, const Key& key) {
 /// The same for a model that may be modified.
 inline Record* Find(Model& model, const Key& key) {
     return const_cast<Record*>(Find(static_cast<const Model&>(model), key));
+}
+/// The record of an element that must exist. Throws std::out_of_range, with the key in its text, if it does not.
+inline Record& At(Model& model, const Key& key) {
+    Record* const found = Find(model, key);
+    if (found == nullptr) { throw std::out_of_range("the model has no " + Describe(key)); }
+    return *found;
 }
 } // namespace lx
 

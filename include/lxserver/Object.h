@@ -6,13 +6,15 @@
 // Ownership  A new object has a reference count of 0; Make takes the first reference. Ref owns one reference.
 // Threading  Free-threaded. Objects have no lock unless their class says so.
 // Errors     No exception leaves a method. std::bad_alloc becomes E_OUTOFMEMORY, std::logic_error (an argument that the
-//            model rejects) E_INVALIDARG, any other exception E_FAIL.
+//            model rejects) E_INVALIDARG, any other exception E_FAIL. The text of a logic_error or another
+//            std::exception becomes the thread's error information.
 #ifndef LXSERVER_OBJECT_H
 #define LXSERVER_OBJECT_H
 
 #include <lxserver/Language.h>
 
 #include <LXConfigFactoryCache.h>
+#include <lxcfc.hpp>
 
 #include <atomic>
 #include <new>
@@ -37,6 +39,10 @@ inline BSTR NewBstr(TextView text) {
 
 /// Converts ASCII to the encoding of the interfaces.
 inline Text WidenAscii(std::string_view ascii) { return Text(ascii.begin(), ascii.end()); }
+
+/// Converts UTF-8 to the encoding of the interfaces. Invalid input becomes U+FFFD.
+inline Text FromUtf8(std::string_view utf8) { return lxcfc::Encode<Text>(utf8); }
+inline std::string ToUtf8(TextView text) { return lxcfc::Encode<std::string>(text); }
 
 /// Compares texts, ignoring the case of ASCII letters. Browser ids are compared this way.
 inline bool EqualWithoutCase(TextView left, TextView right) noexcept {
@@ -90,14 +96,29 @@ inline void ClearOut(VARIANT* out) noexcept { VariantInit(out); }
 inline void ClearOut(LONG* out) noexcept { *out = 0; }
 inline void ClearOut(ULONG* out) noexcept { *out = 0; }
 
+/// Makes a text the thread's error information, which clients get with GetErrorInfo.
+/// @param text  in UTF-8
+/// @return      the result, for the method to return
+inline HRESULT Fail(HRESULT result, std::string_view text) noexcept {
+    try {
+        lxcfc::Ptr<ICreateErrorInfo> creator;
+        if (SUCCEEDED(CreateErrorInfo(creator.Put())) && SUCCEEDED(creator->SetDescription(FromUtf8(text).data()))) {
+            SetErrorInfo(0, creator.As<IErrorInfo>().Get());
+        }
+    } catch (...) {} // without memory for the text the result alone tells of the failure
+    return result;
+}
+
 /// Runs the body of a method and turns exceptions into results.
 /// @param body  HRESULT body()
 template <class F> HRESULT Guarded(F&& body) noexcept {
     try {
         return body();
-    } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; } catch (const std::logic_error&) {
-        return E_INVALIDARG;
-    } catch (...) { return E_FAIL; }
+    } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; } catch (const std::logic_error& error) {
+        return Fail(E_INVALIDARG, error.what());
+    } catch (const std::exception& error) { return Fail(E_FAIL, error.what()); } catch (...) {
+        return E_FAIL;
+    }
 }
 
 /// Implements IUnknown for an object with the given interfaces.

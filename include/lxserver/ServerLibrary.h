@@ -17,7 +17,8 @@
 //
 // Ownership  The first client creates the server and all clients share it. It is destroyed with its last object.
 // Threading  The functions are thread-safe.
-// Errors     Exceptions of MakeServer and Edit become the result (Object.h).
+// Errors     Exceptions of MakeServer and Edit become the result, their texts the thread's error information (Object.h).
+//            LXEditServer fails without a client, because there is no server to edit.
 #ifndef LXSERVER_SERVERLIBRARY_H
 #define LXSERVER_SERVERLIBRARY_H
 
@@ -26,31 +27,46 @@
 #include <LXCompiler.h>
 
 namespace lx {
-/// The server of a library; creates it if there is none.
+/// The server of a library.
 /// @tparam make  a function that creates a server and returns a std::shared_ptr to it
-template <auto make> auto SharedServer() {
+template <auto make> class SharedServer {
+public:
     using Server = decltype(make());
-    static std::mutex mutex;
-    static typename Server::weak_type newest;
-    const std::lock_guard lock(mutex);
-    Server server = newest.lock();
-    if (!server) { newest = server = make(); }
-    return server;
-}
+
+    /// The server of all clients; creates it for the first one.
+    static Server ForClient() {
+        const std::lock_guard lock(m_mutex);
+        Server server = m_newest.lock();
+        if (!server) { m_newest = server = make(); }
+        return server;
+    }
+    /// The server of the current clients. Throws std::runtime_error if there is no client.
+    static Server OfClients() {
+        const std::lock_guard lock(m_mutex);
+        Server server = m_newest.lock();
+        if (!server) { throw std::runtime_error("no client is connected, so there is no server to edit"); }
+        return server;
+    }
+
+private:
+    static inline std::mutex m_mutex;
+    static inline typename Server::weak_type m_newest;
+};
 } // namespace lx
 
 #define LX_SERVER_LIBRARY(make)                                                                                        \
     extern "C" LX_EXPORT HRESULT LXConnectServer(REFIID iid, void** object) {                                          \
         if (object == nullptr) { return E_POINTER; }                                                                   \
         *object = nullptr;                                                                                             \
-        return lx::Guarded([&] { return lx::Connect(lx::SharedServer<&make>())->QueryInterface(iid, object); });       \
+        return lx::Guarded(                                                                                            \
+            [&] { return lx::Connect(lx::SharedServer<&make>::ForClient())->QueryInterface(iid, object); });           \
     }                                                                                                                  \
     extern "C" LX_EXPORT LONG LXCountServerObjects() { return static_cast<LONG>(lx::liveObjects.load()); }
 
 #define LX_SERVER_LIBRARY_EDITS(make, edit)                                                                            \
     extern "C" LX_EXPORT HRESULT LXEditServer(LONG number) {                                                           \
         return lx::Guarded([number] {                                                                                  \
-            edit(*lx::SharedServer<&make>(), static_cast<int>(number));                                                \
+            edit(*lx::SharedServer<&make>::OfClients(), static_cast<int>(number));                                     \
             return S_OK;                                                                                               \
         });                                                                                                            \
     }

@@ -56,7 +56,7 @@ for header in "$source"/include/lxserver/*.h; do
 done
 # The tests of the package build all examples; some are for Windows only, or need what the package's build makes.
 for example in "$source"/examples/*.cpp; do
-    if grep -q '<LXSampleServer.h>' "$example" || { [ "$platform" != windows ] && grep -q 'IStream' "$example"; }; then
+    if grep -q '<LXSampleServer.h>' "$example" || { [ "$platform" != windows ] && grep -q 'IStream\|LocalServer' "$example"; }; then
         continue
     fi
     standard=c++17

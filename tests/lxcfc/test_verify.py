@@ -2,10 +2,12 @@
 """lxcfc verify-server: what it prints, and how it ends. The rules themselves are tested in tests/verify."""
 import os
 import unittest
+import unittest.mock
 
 from program import EMULATOR, answer_of, lxcfc, main
 
 MINIMAL = os.environ["LXCFC_MINIMAL"]
+FAULTY = os.environ["LXCFC_FAULTY"]
 FEW = ("--generate", "12")
 
 
@@ -50,6 +52,15 @@ class VerifyServer(unittest.TestCase):
             answer = lxcfc("verify-server", "--edit-command", command, *FEW)
             self.assertEqual(answer.status, 2, answer)
             self.assertIn("the edit command " + end, answer.error)
+
+    def test_what_the_functions_of_a_library_throw_is_shown(self):
+        answer = lxcfc("verify-server", "--no-start", "--server", FAULTY)
+        self.assertEqual(answer.status, 2, answer)
+        self.assertIn('LXEditServer answered E_INVALIDARG: "the model has no attribute Pump/Weight"\n', answer.error)
+        with unittest.mock.patch.dict(os.environ, LX_FAULTY="1"):
+            answer = lxcfc("types", "--server", FAULTY)
+        self.assertEqual(answer.status, 2, answer)
+        self.assertIn('LXConnectServer answered E_FAIL: "the catalogue of Mül is locked"\n', answer.error)
 
     def test_a_call_that_takes_too_long_ends_it(self):
         answer = lxcfc("verify-server", "--delay", "1000", "--limit", "0.2", *FEW, "--json")

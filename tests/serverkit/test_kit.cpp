@@ -5,6 +5,9 @@
 
 #include "minimal_server.h"
 
+extern "C" HRESULT LXConnectServer(REFIID iid, void** object); // of minimal_server.cpp
+extern "C" HRESULT LXEditServer(LONG number);
+
 namespace {
 /// A model with all kinds of elements, values of all types, and an attribute that two types define.
 lx::Model EverythingModel() {
@@ -179,4 +182,18 @@ TEST(Kit, TheMinimalServerOffersWhatTheGuideLists) {
     }
     factory->Release();
     update->Release();
+}
+
+TEST(Kit, AnEditOfALibraryNeedsAClientThatSeesIt) {
+    lxcfc::Ptr<IErrorInfo> info;
+    lxcfc::Bstr text;
+    EXPECT_EQ(LXEditServer(1), E_FAIL);
+    ASSERT_EQ(GetErrorInfo(0, info.Put()), S_OK);
+    EXPECT_EQ(info->GetDescription(text.Put()), S_OK);
+    EXPECT_EQ(lx::ToUtf8(text.View()), "no client is connected, so there is no server to edit");
+
+    lxcfc::Ptr<ILXConfigFactory> factory;
+    ASSERT_EQ(LXConnectServer(__uuidof(ILXConfigFactory), reinterpret_cast<void**>(factory.Put())), S_OK);
+    EXPECT_EQ(LXEditServer(1), S_OK);
+    EXPECT_EQ(ValueOf(*AttributeOf(*factory.Get(), OLESTR("Pump"), OLESTR("RatedFlow")), lx::Unit), "'l/s'");
 }

@@ -32,7 +32,8 @@ std::string TakeErrorInformation() {
     XLXComBSTR source;
     info->GetDescription(description.Put());
     info->GetSource(source.Put());
-    return ": \"" + LXToUtf8(description.View()) + "\" in " + LXToUtf8(source.View());
+    const std::string where = LXToUtf8(source.View());
+    return ": \"" + LXToUtf8(description.View()) + "\"" + (where.empty() ? "" : " in " + where);
 }
 
 /// A property; empty when the object returns S_FALSE.

@@ -20,7 +20,7 @@ constexpr XContract Contract{{
     {XRule::ArrayCounts, "array-counts", Must, 2, "Counts are not negative, and as many elements follow as they say"},
     {XRule::OwnValues, "own-values", Must, 2, "A value owns what it has: no VT_BYREF, and no unknown type"},
     {XRule::ValueSlots, "value-slots", Must, 2, "An attribute has 60 values, an attribute type 7, any other object those that the cache reads"},
-    {XRule::ValueKinds, "value-kinds", Must, 2, "Values that the cache reads are of the kind that it needs: names texts, numbers numbers, flags booleans"},
+    {XRule::ValueKinds, "value-kinds", Must, 2, "Values that the cache reads are of the kind that it needs: names texts, numbers numbers, flags booleans or numbers"},
     {XRule::NamesPresent, "names-present", Must, 2, "What is found by its name has one"},
     {XRule::NamesUnique, "names-unique", Must, 2, "A name or number stands for one object of its owner"},
     {XRule::NamesMatch, "names-match", Must, 2, "A type array names each of its records, as the record's value 0 does; an index is used once"},
