@@ -31,7 +31,9 @@ def server(wish=""):
         assert b"ready" in process.stdout.readline()
         yield
     finally:
-        process.communicate(timeout=60)
+        process.stdin.close()
+        process.wait(timeout=60)  # not for the end of its output, which a service that it started may have open too
+        process.stdout.close()
 
 
 class Foreign(unittest.TestCase):

@@ -49,7 +49,8 @@ class Server(unittest.TestCase):
     @classmethod
     def tearDownClass(cls):
         subprocess.run(server("--stop"), check=True, timeout=120, stdin=subprocess.DEVNULL)
-        cls.process.communicate(timeout=60)
+        cls.process.wait(timeout=60)  # not for the end of its output, which a service that it started may have open too
+        cls.process.stdout.close()
         subprocess.run(server("--unregister"), check=True, timeout=120, stdin=subprocess.DEVNULL)
         for module in MODULES:
             regsvr32(module, undo=True)
