@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The slim lock, threads, modules and the machine's name.
+// The slim lock, the condition variable, threads, modules and the machine's name.
 #ifndef LXPLATFORM_WINBASE_H
 #define LXPLATFORM_WINBASE_H
 
@@ -21,6 +21,19 @@ EXTERN_C BOOLEAN WINAPI TryAcquireSRWLockExclusive(SRWLOCK* lock);
 EXTERN_C BOOLEAN WINAPI TryAcquireSRWLockShared(SRWLOCK* lock);
 EXTERN_C void WINAPI ReleaseSRWLockExclusive(SRWLOCK* lock);
 EXTERN_C void WINAPI ReleaseSRWLockShared(SRWLOCK* lock);
+
+/* A condition variable; zero at first, and needs no clean-up. Wake-ups can be spurious. Only for locks that are held
+ * exclusively, and without time limit. */
+typedef union _RTL_CONDITION_VARIABLE {
+    ULONG lxWakes;
+    PVOID Ptr; /* for the size */
+} CONDITION_VARIABLE, *PCONDITION_VARIABLE;
+#define CONDITION_VARIABLE_INIT                                                                                        \
+    { 0 }
+
+EXTERN_C BOOL WINAPI SleepConditionVariableSRW(CONDITION_VARIABLE* condition, SRWLOCK* lock, DWORD milliseconds,
+                                               ULONG flags);
+EXTERN_C void WINAPI WakeConditionVariable(CONDITION_VARIABLE* condition);
 
 EXTERN_C DWORD WINAPI GetLastError(void);
 EXTERN_C void WINAPI SetLastError(DWORD code);

@@ -4,6 +4,7 @@
 // holds the lock and none waits. A shared request that was woken by a departing writer goes before the next writer, so
 // neither side starves the other.
 #include <winbase.h>
+#include <winerror.h>
 
 #include <atomic>
 #include <cerrno>
@@ -93,4 +94,22 @@ void ReleaseSRWLockExclusive(SRWLOCK* lock) {
 void ReleaseSRWLockShared(SRWLOCK* lock) {
     const ULONG before = Word(lock->lxState).fetch_sub(1);
     if ((before & g_readers) == 1 && (before & g_waitingWriters) != 0) { Wake(lock, 1, g_wakeWriters); }
+}
+
+// A wake-up between the release of the lock and the sleep changes the word, so the sleep ends at once.
+BOOL SleepConditionVariableSRW(CONDITION_VARIABLE* condition, SRWLOCK* lock, DWORD milliseconds, ULONG flags) {
+    if (milliseconds != INFINITE || flags != 0) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    const ULONG seen = Word(condition->lxWakes).load();
+    ReleaseSRWLockExclusive(lock);
+    syscall(SYS_futex, &condition->lxWakes, FUTEX_WAIT_PRIVATE, seen, nullptr, nullptr, 0);
+    AcquireSRWLockExclusive(lock);
+    return TRUE;
+}
+
+void WakeConditionVariable(CONDITION_VARIABLE* condition) {
+    Word(condition->lxWakes).fetch_add(1);
+    syscall(SYS_futex, &condition->lxWakes, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
 }

@@ -88,8 +88,7 @@ private:
     const std::function<void()> m_readAll;
     std::atomic<std::size_t> m_enough{FewestStale};
     XLeafMutex m_mutex;
-    std::uint64_t
-        m_now LX_GUARDED_BY(m_mutex) = 0; ///< identifies the state of the server: the sum of the clock's numbers
+    std::uint64_t m_now LX_GUARDED_BY(m_mutex) = 0; ///< the sum of the clock's numbers: a state of the server
     std::size_t m_found LX_GUARDED_BY(m_mutex) = 0; ///< objects found stale in that state
     bool m_begun LX_GUARDED_BY(m_mutex) = false;    ///< readAll has begun in that state
 };

@@ -18,7 +18,24 @@ public:
     void unlock_shared() noexcept { ReleaseSRWLockShared(&m_lock); }
 
 protected:
+    friend class XCondition;
+
     SRWLOCK m_lock = SRWLOCK_INIT;
+};
+
+/// The platform's condition variable.
+class XCondition {
+public:
+    XCondition() noexcept = default;
+    XCondition(const XCondition&) = delete;
+    XCondition& operator=(const XCondition&) = delete;
+
+    /// Releases the lock, which is held exclusively, until a wake-up. Wake-ups can be spurious.
+    void Wait(XCriticalSectionEx& lock) noexcept { SleepConditionVariableSRW(&m_condition, &lock.m_lock, INFINITE, 0); }
+    void WakeOne() noexcept { WakeConditionVariable(&m_condition); }
+
+private:
+    CONDITION_VARIABLE m_condition = CONDITION_VARIABLE_INIT;
 };
 
 #endif

@@ -5,8 +5,9 @@
 #include "XLockOrder.h"
 #include "XSyncPolicy.h"
 
-#include <atomic>
 #include <cstdint>
+#include <mutex>
+#include <utility>
 
 /// The purpose of a fill.
 enum class XFillKind : unsigned char {
@@ -14,36 +15,55 @@ enum class XFillKind : unsigned char {
     Lifecycle ///< initialises or terminates a manager
 };
 
-/// A mutex that prefers threads that already wait. When it becomes free, the system wakes a waiter, but a thread that
-/// locks it again and again would take it before the waiter runs. So a thread that finds the mutex free while others
-/// wait pauses briefly before it tries to lock it.
+/// A mutex that threads get in the order in which they ask for it: it is handed over to the thread that has waited
+/// longest. With the platform's lock a thread that fills again and again would overtake all sleeping threads.
 template <class Policy = XSystemSync> class XBasicFillMutex {
 public:
     void lock() noexcept {
-        for (int pauses = 0; pauses < MostPauses && m_waiting.load() > 0 && !m_isHeld.load(); ++pauses) {
-            Policy::Pause();
+        const std::lock_guard<typename Policy::Mutex> lock(m_mutex);
+        if (!std::exchange(m_isHeld, true)) { return; }
+        Waiting self;
+        Waiting** end = &m_first;
+        while (*end != nullptr) {
+            end = &(*end)->next;
         }
-        m_waiting.fetch_add(1);
-        m_mutex.lock();
-        m_waiting.fetch_sub(1);
-        m_isHeld.store(true);
+        *end = &self;
+        while (!self.isNext) {
+            self.turn.Wait(m_mutex);
+        }
     }
     bool try_lock() noexcept {
-        const bool isLocked = m_mutex.try_lock();
-        if (isLocked) { m_isHeld.store(true); }
-        return isLocked;
+        const std::lock_guard<typename Policy::Mutex> lock(m_mutex);
+        return !std::exchange(m_isHeld, true);
     }
     void unlock() noexcept {
-        m_isHeld.store(false);
-        m_mutex.unlock();
+        const std::lock_guard<typename Policy::Mutex> lock(m_mutex);
+        if (m_first == nullptr) {
+            m_isHeld = false;
+            return;
+        }
+        Waiting& next = *m_first;
+        m_first = next.next;
+        next.isNext = true; // still held: now by that thread
+        next.turn.WakeOne();
+    }
+    /// For tests.
+    bool HasWaiting() const noexcept {
+        const std::lock_guard<typename Policy::Mutex> lock(m_mutex);
+        return m_first != nullptr;
     }
 
 private:
-    static constexpr int MostPauses = 20;
+    /// A waiting thread; it lies on the thread's stack.
+    struct Waiting {
+        Waiting* next = nullptr;
+        bool isNext = false;
+        typename Policy::Condition turn;
+    };
 
-    typename Policy::Mutex m_mutex;
-    std::atomic<std::uint16_t> m_waiting{0}; // these two affect only the order of threads, not correctness
-    std::atomic<bool> m_isHeld{false};
+    mutable typename Policy::Mutex m_mutex; // guards what follows and the queue; held briefly
+    bool m_isHeld = false;
+    Waiting* m_first = nullptr; // who waits, in the order of requests
 };
 
 /// The right to ask the server for a holder's data. Held across calls to the server, never taken by a notification.

@@ -17,6 +17,7 @@ struct XSystemSync {
     template <class T> using Atomic = std::atomic<T>;
 
     using Mutex = XCriticalSectionEx;
+    using Condition = XCondition;
 
     /// Spreads threads over a table: any few threads that live at the same time have different numbers.
     static unsigned ThreadIndex() noexcept {

@@ -392,6 +392,20 @@ void ExploringSync::SharedMutex::unlock_shared() noexcept {
     Explorer::Changed();
 }
 
+void ExploringSync::Condition::Wait(Mutex& lock) noexcept {
+    lock.unlock();
+    Explorer::AtStep("wait", this,
+                     [](const void* condition) { return static_cast<const Condition*>(condition)->m_isWoken; });
+    m_isWoken = false;
+    lock.lock();
+}
+
+void ExploringSync::Condition::WakeOne() noexcept {
+    Explorer::AtStep("wake", this);
+    m_isWoken = true;
+    Explorer::Changed();
+}
+
 DWORD ExploringSync::ThreadId() noexcept {
     const auto* const self = Explorer::Thread::t_self;
     return self != nullptr ? self->number + 1 : 0;

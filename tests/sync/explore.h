@@ -195,6 +195,16 @@ struct ExploringSync {
     };
     using Mutex = SharedMutex;
 
+    /// A condition variable for one waiting thread, without spurious wake-ups.
+    class Condition {
+    public:
+        void Wait(Mutex& lock) noexcept;
+        void WakeOne() noexcept;
+
+    private:
+        bool m_isWoken = false;
+    };
+
     /// Numbered from 1 in the order of the bodies; 0 outside explored threads.
     static DWORD ThreadId() noexcept;
     static unsigned ThreadIndex() noexcept { return ThreadId(); }
