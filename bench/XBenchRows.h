@@ -1,24 +1,21 @@
 // SPDX-License-Identifier: MIT
 //
-// The rows of the table: a piece of work and its baselines.
-//
-// The work and the baselines of a row run in one process, interleaved at random, many times. The ratio is that of the
-// medians.
+// Rows of the table that the benchmark library measures: the work and its baselines run in one process, interleaved at
+// random, many times. The ratio is that of the medians.
 #ifndef XBENCHROWS_H
 #define XBENCHROWS_H
+
+#include "XBenchTable.h"
 
 #include <benchmark/benchmark.h>
 
 #include <functional>
-#include <string>
-#include <string_view>
-#include <vector>
 
 /// Makes the heap merge freed blocks. It otherwise defers that until a larger block is requested, which would add the
 /// time for one round's blocks to the next round.
 void LXSettleHeap();
 
-class XBenchRows {
+class XBenchRows : public XBenchTable {
 public:
     using Body = std::function<void(benchmark::State&)>;
 
@@ -42,38 +39,13 @@ public:
         int runs = 15;
     };
 
-    /// @param only  measures only rows with this text in their titles; empty: all rows
-    explicit XBenchRows(std::string only) : m_only(std::move(only)) {}
+    using XBenchTable::XBenchTable;
 
-    bool Wants(std::string_view title) const noexcept { return title.find(m_only) != std::string_view::npos; }
     /// Measures a row now.
     void Time(const std::string& title, const Body& work, const std::vector<Against>& against, const How& how);
     void Time(const std::string& title, const Body& work, const std::vector<Against>& against) {
         Time(title, work, against, How());
     }
-    /// Adds a row with times that the caller measured alternately, in seconds.
-    void Taken(const std::string& title, std::vector<double> work, const char* against, std::vector<double> baseline,
-               double bar, bool aim = false);
-    /// Adds a row with counted figures.
-    void Figure(const std::string& title, const char* unit, double work, const char* against, double baseline,
-                double bar);
-    /// Writes all rows as JSON, with a text about the models.
-    void Write(const std::string& path, const std::string& histogram) const;
-
-private:
-    struct Row {
-        std::string title;
-        std::string against;
-        std::string unit;
-        double work;
-        double baseline;
-        double bar;
-        bool aim;
-        int runs;
-    };
-
-    const std::string m_only;
-    std::vector<Row> m_rows;
 };
 
 #endif

@@ -79,7 +79,7 @@ void XScaleThreads::Play(XScaleServer& server) {
     TurnAfter(0);
     const auto start = Clock::now();
     const auto cache = m_component.Activate();
-    StartCache(server, *cache);
+    LXStartCache(server, *cache);
     m_board.times[number] = MillisecondsSince(start);
     if (++m_started == m_count) { m_board.bytes += BytesInUse() - m_before; }
     ++m_board.started;
@@ -88,18 +88,6 @@ void XScaleThreads::Play(XScaleServer& server) {
     LXExpect(cache.As<IDPFObject>()->Terminate(), "Terminate");
     m_board.times[number] = MillisecondsSince(end);
     ++m_board.ended;
-}
-
-void XScaleThreads::StartCache(XScaleServer& server, ILXConfigFactoryCache& cache) const {
-    constexpr LONG Everything = 15;
-    XLXComVariant values[6];
-    values[0] = XLXComVariant::FromUnknown(server.ConfigFactory().Get());
-    values[1] = XLXComVariant::FromUnknown(server.Query().Get());
-    values[2] = XLXComVariant::FromUnknown(server.DataUpdate().Get());
-    values[3] = XLXComVariant::FromBool(false);
-    values[4] = XLXComVariant::FromBool(false);
-    values[5] = XLXComVariant::FromI4(Everything);
-    LXExpect(XLXComPtr<ILXConfigFactoryCache>(&cache).As<IDPFObject>()->Initialize(6, &values[0].Get()), "Initialize");
 }
 
 void XScaleThreads::ReadRounds(ILXConfigFactory& factory) {

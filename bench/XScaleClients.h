@@ -62,7 +62,6 @@ public:
 
 private:
     void Play(XScaleServer& server);
-    void StartCache(XScaleServer& server, ILXConfigFactoryCache& cache) const;
     void ReadRounds(ILXConfigFactory& factory);
     int TurnAfter(int former);
     void Poll();

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "XScaleServer.h"
 
+#include "LXCompiler.h"
+#include "XLXComVariant.h"
 #include "XServerTexts.h"
 #include "XToolCom.h"
 
@@ -38,7 +40,7 @@ public:
         m_server->DeliverComponentObjects(withObjects);
         m_server->CallEachClientOnItsOwnThread(WaitForClients);
         m_server->Calls().SetStandingHook([this](const XServerCall& call) {
-            thread_local double arrived = 0;
+            LX_THREAD_LOCAL double arrived = 0;
             if (call.point == XCallPoint::Arrival) {
                 arrived = ThreadSeconds();
             } else {
@@ -134,6 +136,17 @@ private:
 };
 #endif
 } // namespace
+
+void LXStartCache(XScaleServer& server, ILXConfigFactoryCache& cache) {
+    XLXComVariant values[6];
+    values[0] = XLXComVariant::FromUnknown(server.ConfigFactory().Get());
+    values[1] = XLXComVariant::FromUnknown(server.Query().Get());
+    values[2] = XLXComVariant::FromUnknown(server.DataUpdate().Get());
+    values[3] = XLXComVariant::FromBool(false);
+    values[4] = XLXComVariant::FromBool(false);
+    values[5] = XLXComVariant::FromI4(LXScaleMode);
+    LXExpect(XLXComPtr<ILXConfigFactoryCache>(&cache).As<IDPFObject>()->Initialize(6, &values[0].Get()), "Initialize");
+}
 
 std::string LXScaleLabel(int round) { return "round " + std::to_string(round); }
 std::string LXScaleTypeName(int type) { return Numbered("Type", type); }

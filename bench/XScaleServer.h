@@ -29,6 +29,11 @@ public:
     virtual double ProcessorSeconds() = 0;
 };
 
+/// The data transfer mode of the clients: everything in one array.
+constexpr LONG LXScaleMode = 15;
+/// Initialises a new cache in front of the server.
+void LXStartCache(XScaleServer& server, ILXConfigFactoryCache& cache);
+
 /// A server over a generated model.
 std::unique_ptr<XScaleServer> LXScaleServer(int types, bool inItsOwnProcess, bool withObjects);
 #ifdef _WIN32

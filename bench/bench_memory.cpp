@@ -4,24 +4,16 @@
 //
 // Counts only the cache's allocations and the arrays that it gets. The server and the master copies of the arrays are
 // allocated before.
+#include "XBenchTable.h"
 #include "XBenchWorld.h"
 #include "countedheap.h"
 
-#include <array>
 #include <cstdio>
 #include <exception>
 
 namespace {
 constexpr int Types = 5000;
 constexpr int PlainAttributes = 2000;
-
-struct Row {
-    const char* work;
-    const char* against;
-    double value;
-    double baseline;
-    double bar;
-};
 
 double Bytes(std::size_t now, std::size_t before) { return static_cast<double>(now) - static_cast<double>(before); }
 
@@ -56,7 +48,7 @@ double BytesOfFilled(const XServerModel& model) {
 
 /// The peak memory of a whole load, against the array and the memory that is kept; and the kept memory, against the
 /// values in it.
-std::array<Row, 2> HeapOfLoad() {
+void AddHeapOfLoad(XBenchTable& table) {
     XBenchWorld world(Types);
     const double filled = BytesOfFilled(world.Server().Model());
     world.Factory().Prepare(LXBenchMode, 0);
@@ -69,8 +61,8 @@ std::array<Row, 2> HeapOfLoad() {
     const double peak = Bytes(LXHeapPeak(), before);
     const double stays = Bytes(LXHeapInUse(), before);
     std::fprintf(stderr, "  array %.1f MB, stays %.1f MB, peak %.1f MB\n", array / 1e6, stays / 1e6, peak / 1e6);
-    return {Row{"peak memory of the whole load", "transfer array and what stays", peak, array + stays, 1.3},
-            Row{"kept memory, 5,000 types", "the bytes of the values that are not empty", stays, filled, 2.0}};
+    table.Figure("peak memory of the whole load", "bytes", peak, "transfer array and what stays", array + stays, 1.3);
+    table.Figure("kept memory, 5,000 types", "bytes", stays, "the bytes of the values that are not empty", filled, 2.0);
 }
 
 /// A type with that many attributes without attribute types.
@@ -101,32 +93,14 @@ PlainLoad LoadOf(int attributes) {
     return {Bytes(LXHeapInUse(), before), BytesOfFilled(world.Server().Model())};
 }
 
-Row KeptPerAttribute() {
+void AddKeptPerAttribute(XBenchTable& table) {
     const PlainLoad all = LoadOf(PlainAttributes + 1);
     const PlainLoad one = LoadOf(1);
     const double stays = (all.stays - one.stays) / PlainAttributes;
     const double filled = (all.filled - one.filled) / PlainAttributes;
     std::fprintf(stderr, "  per attribute %.0f bytes, of which values that are not empty %.0f\n", stays, filled);
-    return {"kept per own attribute without attribute types, beyond its values that are not empty", "one byte",
-            stays - filled, 1, 700};
-}
-
-void Write(const char* path, const std::vector<Row>& rows) {
-    std::FILE* const file = std::fopen(path, "w");
-    if (file == nullptr) { throw std::runtime_error("the output cannot be written"); }
-    std::fputs("{\n \"rows\": [", file);
-    const char* separator = "\n";
-    for (const Row& row : rows) {
-        std::fprintf(file,
-                     "%s  {\"work\": \"%s\", \"against\": \"%s\", \"unit\": \"bytes\", \"value\": %.0f, "
-                     "\"baseline\": %.0f, \"bar\": %g, \"aim\": false, \"runs\": 1}",
-                     separator, row.work, row.against, row.value, row.baseline, row.bar);
-        std::fprintf(stderr, "  %-60s %-28s %10.0f %10.0f  %.2f\n", row.work, row.against, row.value, row.baseline,
-                     row.value / row.baseline);
-        separator = ",\n";
-    }
-    std::fputs("\n ]\n}\n", file);
-    std::fclose(file);
+    table.Figure("kept per own attribute without attribute types, beyond its values that are not empty", "bytes",
+                 stays - filled, "one byte", 1, 700);
 }
 } // namespace
 
@@ -136,8 +110,10 @@ int main(int argc, char** argv) {
         return 2;
     }
     try {
-        const auto [peak, kept] = HeapOfLoad();
-        Write(argv[1], {peak, kept, KeptPerAttribute()});
+        XBenchTable table;
+        AddHeapOfLoad(table);
+        AddKeptPerAttribute(table);
+        table.Write(argv[1]);
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_memory: %s\n", error.what());

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// bench_windows: GetProperty of a text in the module against the platform's VariantCopy alone; start and Terminate with
-// a server in another process. Prints the rows as JSON. It has a loop of its own, since it runs under Wine, where
-// nothing but the C++ library is at hand. Component, proxies and sample server must be registered.
+// bench_windows OUTPUT.json: GetProperty of a text in the module against the platform's VariantCopy alone; start and Terminate with
+// a server in another process. It has a loop of its own, since the benchmark library is not at hand under Wine. Component, proxies and sample server must be registered.
+#include "XBenchTable.h"
 #include "XLXComVariant.h"
 #include "XLXSafeArray.h"
 #include "XSampleServer.h"
@@ -13,7 +13,6 @@
 
 #include <objbase.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <exception>
@@ -32,7 +31,7 @@ XServerModel OneAttribute() {
     return model;
 }
 
-/// The nanoseconds of one call, measured over many.
+/// The seconds of one call, measured over many.
 template <class Read> double TimeOf(Read&& read) {
     VARIANT value;
     VariantInit(&value);
@@ -41,41 +40,12 @@ template <class Read> double TimeOf(Read&& read) {
     for (int i = 0; i < CallsPerRun; ++i) {
         read(&value);
     }
-    const std::chrono::duration<double, std::nano> time = std::chrono::steady_clock::now() - start;
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
     VariantClear(&value);
     return time.count() / CallsPerRun;
 }
 
-double Median(std::vector<double>& times) {
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
-
-struct Row {
-    const char* work;
-    const char* against;
-    const char* unit;
-    double value;
-    double baseline;
-    double bar;
-    bool isAim;
-    int runs;
-};
-
-void Print(const std::vector<Row>& rows) {
-    std::printf("{\n \"rows\": [");
-    const char* between = "\n";
-    for (const Row& row : rows) {
-        std::printf("%s  {\"work\": \"%s\", \"against\": \"%s\", \"unit\": \"%s\", \"value\": %.9g, "
-                    "\"baseline\": %.9g, \"bar\": %.9g, \"aim\": %s, \"runs\": %d}",
-                    between, row.work, row.against, row.unit, row.value, row.baseline, row.bar,
-                    row.isAim ? "true" : "false", row.runs);
-        between = ",\n";
-    }
-    std::printf("\n ]\n}\n");
-}
-
-Row Measure(ILXAttribute& attribute) {
+void Measure(XBenchTable& table, ILXAttribute& attribute) {
     XLXComVariant plain;
     ExpectOk(attribute.GetProperty(XProperty::Label, plain.Put()), "GetProperty");
     std::vector<double> work;
@@ -84,17 +54,11 @@ Row Measure(ILXAttribute& attribute) {
         work.push_back(TimeOf([&](VARIANT* out) { return attribute.GetProperty(XProperty::Label, out); }));
         bare.push_back(TimeOf([&](VARIANT* out) { return VariantCopy(out, &plain.Get()); }));
     }
-    return {"GetProperty of a text in the Windows DLL, under Wine",
-            "VariantCopy there",
-            "ns",
-            Median(work),
-            Median(bare),
-            1.5,
-            false,
-            Runs};
+    table.Taken("GetProperty of a text in the Windows DLL, under Wine", std::move(work), "VariantCopy there",
+                std::move(bare), 1.5);
 }
 
-Row MeasureProperty() {
+void MeasureProperty(XBenchTable& table) {
     const ModuleFile module;
     const auto server = XSampleServer::Create(OneAttribute());
     XLXComPtr<ILXConfigFactoryCache> cache;
@@ -104,29 +68,27 @@ Row MeasureProperty() {
     values[0] = XLXComVariant::FromUnknown(server->ConfigFactory().Get());
     values[3] = XLXComVariant::FromBool(true);
     ExpectOk(cache.As<IDPFObject>()->Initialize(4, &values[0].Get()), "Initialize");
-    const Row row = [&] {
+    {
         XLXComPtr<ILXType> type;
         XLXComPtr<ILXAttribute> attribute;
         const XLXComBSTR typeName{XLXTextView(OLESTR("Pump"))};
         const XLXComBSTR attributeName{XLXTextView(OLESTR("RatedFlow"))};
         ExpectOk(cache.As<ILXConfigFactory>()->GetType(typeName.Get(), nullptr, type.Put()), "GetType");
         ExpectOk(type->GetAttribute(attributeName.Get(), attribute.Put()), "GetAttribute");
-        return Measure(*attribute);
-    }();
+        Measure(table, *attribute);
+    }
     ExpectOk(cache.As<IDPFObject>()->Terminate(), "Terminate");
-    return row;
 }
 
 // ---- a server in another process
 
 constexpr int Types = 1000;
 constexpr int Starts = 5;
-constexpr LONG Everything = 15;
 
-template <class Work> double MillisecondsOf(Work&& work) {
+template <class Work> double SecondsOf(Work&& work) {
     const auto start = std::chrono::steady_clock::now();
     work();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 struct ProcessTimes {
@@ -137,23 +99,16 @@ struct ProcessTimes {
 
 /// One start and end of a cache, and the same array without one.
 void MeasureOnce(const XToolComponent& component, XScaleServer& server, ProcessTimes& times) {
-    times.arrays.push_back(MillisecondsOf([&] {
+    times.arrays.push_back(SecondsOf([&] {
         XLXSafeArray types;
-        ExpectOk(server.ConfigFactory().As<ILXConfigFactoryEx>()->GetTypeArrayEx(Everything, types.Put()),
+        ExpectOk(server.ConfigFactory().As<ILXConfigFactoryEx>()->GetTypeArrayEx(LXScaleMode, types.Put()),
                  "GetTypeArrayEx");
         XLXSafeArray relations;
         ExpectOk(server.ConfigFactory()->GetPCArray(relations.Put()), "GetPCArray");
     }));
     const auto cache = component.Activate();
-    XLXComVariant values[6];
-    values[0] = XLXComVariant::FromUnknown(server.ConfigFactory().Get());
-    values[1] = XLXComVariant::FromUnknown(server.Query().Get());
-    values[2] = XLXComVariant::FromUnknown(server.DataUpdate().Get());
-    values[3] = XLXComVariant::FromBool(false);
-    values[4] = XLXComVariant::FromBool(false);
-    values[5] = XLXComVariant::FromI4(Everything);
-    times.start.push_back(MillisecondsOf([&] {
-        ExpectOk(cache.As<IDPFObject>()->Initialize(6, &values[0].Get()), "Initialize");
+    times.start.push_back(SecondsOf([&] {
+        LXStartCache(server, *cache);
         const auto factory = cache.As<ILXConfigFactory>();
         const XLXComBSTR name = LXBstr(LXScaleTypeName(0));
         XLXComPtr<ILXType> type;
@@ -161,7 +116,7 @@ void MeasureOnce(const XToolComponent& component, XScaleServer& server, ProcessT
         XLXComPtr<ILXParentChildEnum> relations;
         ExpectOk(factory->GetParentChildEnum(name.Get(), nullptr, relations.Put()), "GetParentChildEnum");
     }));
-    times.terminate.push_back(MillisecondsOf([&] { ExpectOk(cache.As<IDPFObject>()->Terminate(), "Terminate"); }));
+    times.terminate.push_back(SecondsOf([&] { ExpectOk(cache.As<IDPFObject>()->Terminate(), "Terminate"); }));
 }
 
 ProcessTimes MeasureProcesses(const XToolComponent& component) {
@@ -175,25 +130,27 @@ ProcessTimes MeasureProcesses(const XToolComponent& component) {
     return times;
 }
 
-void AddProcessRows(std::vector<Row>& rows) {
+void MeasureStart(XBenchTable& table) {
     const XToolComponent component;
-    ProcessTimes times = MeasureProcesses(component);
-    const double start = Median(times.start);
-    rows.push_back({"start across processes, 1,000 types, under Wine",
-                    "its two arrays, which have no objects, without a cache", "ms", start, Median(times.arrays), 1.3,
-                    false, Starts});
-    rows.push_back({"Terminate across processes, 1,000 types, under Wine", "start", "ms", Median(times.terminate),
-                    start, 0.5, false, Starts});
+    const ProcessTimes times = MeasureProcesses(component);
+    table.Taken("start across processes, 1,000 types, under Wine", times.start,
+                "its two arrays, which have no objects, without a cache", times.arrays, 1.3);
+    table.Taken("Terminate across processes, 1,000 types, under Wine", times.terminate, "start", times.start, 0.5);
 }
 } // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fputs("usage: bench_windows OUTPUT.json\n", stderr);
+        return 2;
+    }
     ExpectOk(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "CoInitializeEx");
     int exit = 0;
     try {
-        std::vector<Row> rows{MeasureProperty()};
-        AddProcessRows(rows);
-        Print(rows);
+        XBenchTable table;
+        MeasureProperty(table);
+        MeasureStart(table);
+        table.Write(argv[1]);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_windows: %s\n", error.what());
         exit = 1;
