@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 # Checks everything. Installs what is missing (Debian 12) and ends with one line "N passed, N failed".
 #   ./check.sh         formatting, the project's rules, tools and packages with GCC, address and undefined-behaviour
-#                      sanitizer, thread sanitizer (test programs), the Windows build under Wine, the same with Clang
-#                      (a part of the tests), a short fuzz run
+#                      sanitizer, a short fuzz run, thread sanitizer (test programs), the Windows build under Wine, the
+#                      same with GCC (a part of the tests), the DLLs for 32-bit clients
 #   ./check.sh quick   formatting, rules and a debug build with GCC: the inner loop
 #   ./check.sh LEG...  single legs: format, rules, or one that `./check.sh help` lists
 # Every test case counts once; a build, a rule and a fuzz target count as one each. Warnings are errors in every
@@ -11,9 +11,9 @@
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")" || exit 1
 
-readonly all_legs=(format rules linux-release linux-asan linux-tsan windows-release windows-clang linux-fuzz)
-# What another compiler may get wrong; with the DLLs, all that is built there.
-readonly clang_tests=(test_activated test_frame test_sync test_transfer)
+readonly all_legs=(format rules linux-release linux-asan fuzz linux-tsan windows-release windows-gcc windows32)
+# What another compiler may get wrong; with the DLLs, all that is built with GCC for Windows.
+readonly gcc_tests=(test_activated test_frame test_sync test_transfer)
 readonly quick_legs=(format rules linux-debug)
 # The folders of src/, each of which uses only what stands before it.
 readonly layers="base support sync enum transfer cache typecache relations manager frame"
@@ -143,7 +143,7 @@ run_tests() {
     case $1 in
     linux-release) only=(-E '^(test_|fuzz_)') ;;
     linux-tsan) only=(-R '^(test_|fuzz_)') ;;
-    windows-clang) only=(-R "^($(IFS='|' && echo "${clang_tests[*]}"))\$") ;;
+    windows-gcc) only=(-R "^($(IFS='|' && echo "${gcc_tests[*]}"))\$") ;;
     esac
     "${wrap[@]}" ctest --test-dir "build/$1" -V --timeout 300 -j "$(nproc)" "${only[@]}" >"$log" 2>&1 </dev/null
     local status=$?
@@ -182,7 +182,7 @@ end_wine() {
 
 leg_windows() {
     local targets=(all)
-    [ "$1" != windows-clang ] || targets=(LXConfigFactoryCache32 LXConfigFactoryCachePS lxcfc "${clang_tests[@]}")
+    [ "$1" != windows-gcc ] || targets=(LXConfigFactoryCache32 LXConfigFactoryCachePS lxcfc "${gcc_tests[@]}")
     build "$1" "${targets[@]}" || return
     export WINEPREFIX=$wine_prefix
     trap end_wine EXIT
@@ -196,13 +196,23 @@ leg_windows() {
     end_wine
 }
 
-# fuzz TARGET PRESET LOGS SECONDS: its result goes to LOGS/TARGET.status.
+# Nothing runs them: there need not be a 32-bit Wine.
+leg_windows32() {
+    local preset=windows32-release
+    build $preset LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback lxidl lxdebugfiles || return
+    (cd build/$preset && cpack) >"$logs/$preset-package.log" 2>&1
+    count "the package for 32-bit clients (see $logs/$preset-package.log)" $?
+    python3 tests/package/check_32bit.py . build/$preset >"$logs/$preset-test.log"
+    count "the DLLs for 32-bit clients (see $logs/$preset-test.log)" $?
+}
+
+# fuzz TARGET LOGS SECONDS: its result goes to LOGS/TARGET.status.
 fuzz() {
-    rm -rf "${3:?}/$1" "$3/$1.status"
-    mkdir -p "$3/$1"
-    timeout $(($4 + 100)) "build/$2/bin/$1" -max_total_time="$4" -timeout=10 -artifact_prefix="$3/$1-" \
-        "$3/$1" "fuzz/corpus/$1" >"$3/$1.log" 2>&1 </dev/null
-    echo $? >"$3/$1.status"
+    rm -rf "${2:?}/$1" "$2/$1.status"
+    mkdir -p "$2/$1"
+    timeout $(($3 + 100)) "build/linux-asan/bin/$1" -max_total_time="$3" -timeout=10 -artifact_prefix="$2/$1-" \
+        "$2/$1" "fuzz/corpus/$1" >"$2/$1.log" 2>&1 </dev/null
+    echo $? >"$2/$1.status"
 }
 
 leg_fuzz() {
@@ -211,10 +221,10 @@ leg_fuzz() {
         name=$(basename "$target" .cpp)
         targets+=("$name")
     done
-    build "$1" "${targets[@]}" || return
+    build linux-asan "${targets[@]}" || return
     # Two at a time, each on a core of its own.
     export -f fuzz
-    printf '%s\n' "${targets[@]}" | xargs -P 2 -I{} bash -c 'fuzz "$@"' _ {} "$1" "$logs" "$fuzz_seconds"
+    printf '%s\n' "${targets[@]}" | xargs -P 2 -I{} bash -c 'fuzz "$@"' _ {} "$logs" "$fuzz_seconds"
     for name in "${targets[@]}"; do
         count "$name (see $logs/$name.log)" "$(cat "$logs/$name.status")"
         say "   $name: $(grep -oE '^Done .*' "$logs/$name.log" || echo 'no result')"
@@ -226,8 +236,7 @@ run_leg() {
     local start=$SECONDS
     say "== $1"
     case $1 in
-    format | rules) "leg_$1" ;;
-    linux-fuzz) leg_fuzz "$1" ;;
+    format | rules | fuzz | windows32) "leg_$1" ;;
     windows-*) leg_windows "$1" ;;
     linux-*) leg_native "$1" ;;
     esac
@@ -247,8 +256,9 @@ esac
 groups=(build checks)
 for leg in "${legs[@]}"; do
     case $leg in
-    format | rules | linux-debug | linux-release | linux-asan | linux-tsan | linux-fuzz) ;;
-    windows-debug | windows-release | windows-clang) groups+=(windows wine) ;;
+    format | rules | fuzz | linux-debug | linux-release | linux-asan | linux-tsan) ;;
+    windows32) groups+=(windows) ;;
+    windows-debug | windows-release | windows-gcc) groups+=(windows wine) ;;
     *)
         say "check.sh: unknown leg '$leg'" >&2
         exit 2

@@ -13,7 +13,7 @@ case ${1:-} in
     exit 2
     ;;
 esac
-readonly total=$1 bin=build/linux-fuzz/bin findings=build/fuzz-findings figures=build/fuzz-figures.json
+readonly total=$1 bin=build/linux-asan/bin findings=build/fuzz-findings figures=build/fuzz-figures.json
 targets=()
 for source in fuzz/fuzz_*.cpp; do
     targets+=("$(basename "$source" .cpp)")
@@ -23,7 +23,7 @@ each=$((total * 2 / ${#targets[@]}))
 [ "$each" -gt 0 ] || each=1
 
 mkdir -p "$findings"
-{ cmake --preset linux-fuzz && cmake --build --preset linux-fuzz --parallel "$(nproc)" --target "${targets[@]}"; } \
+{ cmake --preset linux-asan && cmake --build --preset linux-asan --parallel "$(nproc)" --target "${targets[@]}"; } \
     >build/fuzz-build.log 2>&1 || {
     echo "the targets do not build: see build/fuzz-build.log" >&2
     exit 1

@@ -62,7 +62,8 @@ def linked_into(file, build, gcc_version):
     linker_map = (build / "maps" / f"{file}.map").read_text(encoding="utf-8", errors="replace")
     paths = set(re.findall(r"([^\s():]+\.a)[(:]", linker_map)) | set(re.findall(r"(/\S+/\w*crt\w+\.o)\b", linker_map))
     found = {library_of(path, gcc_version) for path in paths} - {None}
-    debug = (build / "bin" / file).read_bytes()
+    pdb = build / "debugfiles" / f"{file}.pdb"  # where Clang writes all debug information
+    debug = (build / "bin" / file).read_bytes() + (pdb.read_bytes() if pdb.exists() else b"")
     for name, (folder, header, prefix) in HEADERS.items():
         if re.search(rb"headers/" + folder.encode() + rb"\b", debug):
             found.add((name, version_in(build / "headers" / header, prefix)))

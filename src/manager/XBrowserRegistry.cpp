@@ -5,7 +5,7 @@ namespace {
 constexpr ULONG BrowserIdBatch = 100;
 constexpr int MemberBrowserId = 0;
 
-XNameMap<XLXComPtr<XLXBrowserIdCache>> Fetch(const XConnection& server) {
+XNameMap<XLXComPtr<XLXBrowserIdCache>> FetchBrowserIds(const XConnection& server) {
     const LXErrorLocation at = LXManagerAt("InternalFillBrowserIds");
     XNameMap<XLXComPtr<XLXBrowserIdCache>> fresh;
     XLXComPtr<ILXBrowserIdEnum> browserIds;
@@ -30,4 +30,4 @@ XNameMap<XLXComPtr<XLXBrowserIdCache>> Fetch(const XConnection& server) {
 }
 } // namespace
 
-XBrowserRegistry::Value XBrowserRegistry::Load() { return XRegistry::Load("InternalFillBrowserIds", Fetch); }
+XBrowserRegistry::Value XBrowserRegistry::Load() { return XRegistry::Load("InternalFillBrowserIds", FetchBrowserIds); }

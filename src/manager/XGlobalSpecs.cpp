@@ -6,10 +6,9 @@ using Spec = XLXComPtr<XLXGlobalAttributeFormatSpecCache>;
 using Specs = std::vector<Spec>;
 
 constexpr ULONG SpecBatch = 500;
-constexpr int MemberPropertyId = 0;
 
 // Specs that could not be fetched or wrapped are missing until the next notification.
-Specs Fetch(const XConnection& server, std::exception_ptr& failure) {
+Specs FetchSpecs(const XConnection& server, std::exception_ptr& failure) {
     const LXErrorLocation at = LXManagerAt("InternalFillGlobalFormatSpecCache");
     Specs fresh;
     XLXComPtr<ILXGlobalAttributeFormatSpecEnum> listed;
@@ -41,7 +40,7 @@ void DetachAll(const Specs&, const std::shared_ptr<const Specs>& former) {
 XGlobalSpecs::Value XGlobalSpecs::InternalFillGlobalFormatSpecCache() {
     std::exception_ptr failure;
     Value specs = Load(
-        "InternalFillGlobalFormatSpecCache", [&](const XConnection& server) { return Fetch(server, failure); },
+        "InternalFillGlobalFormatSpecCache", [&](const XConnection& server) { return FetchSpecs(server, failure); },
         DetachAll);
     LXRaiseKept(failure);
     return specs;

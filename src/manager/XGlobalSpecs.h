@@ -8,6 +8,8 @@
 /// The manager's global attribute format specs in the server's order.
 class XGlobalSpecs : public XRegistry<std::vector<XLXComPtr<XLXGlobalAttributeFormatSpecCache>>> {
 public:
+    static constexpr int MemberPropertyId = 0; ///< the property of a spec that is its id
+
     using XRegistry::XRegistry;
 
     /// The specs, loaded on first use and after a notification. When the server has none, the empty set is cached. When

@@ -86,7 +86,7 @@ void AddPlanType(ILX_BaseDataObject& object, XNameMap<Relations>& map) {
     if (AttributeOf(object, OLESTR("recursiv")).AsBool().value_or(false)) { allow(name); }
 }
 
-XNameMap<Relations> Fetch(const XConnection& server) {
+XNameMap<Relations> FetchPlanTypes(const XConnection& server) {
     XNameMap<Relations> map;
     for (const auto& set : MasterSets(*server.query)) {
         for (const auto& planType : ChildrenOf(*set, OLESTR("lumbrixtype"))) {
@@ -112,7 +112,7 @@ XPlanTypes::Value XPlanTypes::Loaded() {
     if (!server || !server->query) { return nullptr; }
     std::exception_ptr failure;
     Value loaded;
-    LXKeepFailure(failure, [&] { loaded = LoadFrom(*server, Fetch); });
+    LXKeepFailure(failure, [&] { loaded = LoadFrom(*server, FetchPlanTypes); });
     if (failure) {
         XLXError::LogFailure(OLESTR("InternalGetPlantypeRelations failed"), At(), [&] { LXRaiseKept(failure); });
     }

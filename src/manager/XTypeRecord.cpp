@@ -2,13 +2,12 @@
 #include "XTypeRecord.h"
 
 namespace {
-constexpr std::size_t MemberBaseTypeName = 2;
 using NameOf = std::map<ULONG, XLXTextView>;
 
 // The base's name is a property value. A record without that value may give the base's record index instead. An index
 // that was resolved is reset, so that IsBaseMissing reports only unresolved ones.
 void ReadBase(XTypeRecord& record, const NameOf& nameOf) {
-    const XLXVariantView name = record.config.values[MemberBaseTypeName];
+    const XLXVariantView name = record.config.values[XTypeRecord::MemberBaseTypeName];
     if (!name.Empty()) { record.baseName = name.AsText().value_or(XLXText()); }
     const auto base = nameOf.find(static_cast<ULONG>(record.baseIndex));
     if (record.baseIndex < 0 || base != nameOf.end()) {

@@ -9,6 +9,8 @@
 
 /// A type to be entered into the type map: a record of a bulk read, or a server's type to be wrapped.
 struct XTypeRecord : XLXCFCDataTransfer::XILXTypeData {
+    static constexpr int MemberBaseTypeName = 2; ///< the property of a type that is its base's name
+
     XLXText name;
     LONG mode = 0;                ///< the components that were requested with the type
     XLXComPtr<XLXTypeCache> made; ///< the new object, when the map has no type of that name yet

@@ -3,10 +3,6 @@
 // The registries of data that belongs to no type: browser ids, PC infos and global format specs.
 #include "lxconfigfactorycachemanager.h"
 
-namespace {
-constexpr int MemberPropertyId = 0;
-} // namespace
-
 HRESULT XLXConfigFactoryCacheManager::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum) {
     return LXAnswer(LXManagerAt("GetBrowserIdEnum"), OLESTR("ppEnum"), ppEnum,
                     [&] { return LXHandOutAll<ILXBrowserId>(m_browsers.Load(), ppEnum); });
@@ -49,7 +45,8 @@ XLXConfigFactoryCacheManager::RemoveGlobalAttributeFormatSpec(
                             at);
         }
         XLXComVariant id;
-        XLXError::RaiseIfFailed(spec->ReadProperty(MemberPropertyId, id), OLESTR("the property id cannot be read"), at);
+        XLXError::RaiseIfFailed(spec->ReadProperty(XGlobalSpecs::MemberPropertyId, id),
+                                OLESTR("the property id cannot be read"), at);
         return m_globalSpecs.Remove(*factory, spec.Get(), id.AsText().value_or(XLXText()), at);
     });
 }

@@ -8,7 +8,6 @@
 namespace {
 constexpr ULONG TypeBatch = 100;
 constexpr int MemberTypeName = 0;
-constexpr int MemberBaseTypeName = 2;
 constexpr int MemberSearchable = 14;
 
 /// A property of a server's type as a text; empty if it has none. Raises failures.
@@ -22,7 +21,7 @@ XLXText TextOf(ILXType& server, int member) {
 XTypeRecord RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name) {
     XTypeRecord record;
     record.name = name;
-    record.baseName = TextOf(*server, MemberBaseTypeName);
+    record.baseName = TextOf(*server, XTypeRecord::MemberBaseTypeName);
     record.config.object = server;
     record.listed = true;
     XLXComVariant searchable; // a type without this property is not searchable

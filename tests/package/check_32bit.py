@@ -8,11 +8,13 @@ usage: check_32bit.py SOURCE BUILD
 - Each DLL is for i386, exports the four functions by their plain names, and loads nothing but the package and Windows.
 - The type library in the component is one for 32 bits, and the manifest of the assembly is for x86.
 - The records of the interfaces lie in memory as 32-bit clients have them.
+- The package has them all.
 """
 import pathlib
 import re
 import subprocess
 import sys
+import zipfile
 
 DLLS = ["LXConfigFactoryCache32.dll", "LXConfigFactoryCachePS.dll"]
 EXPORTS = ["DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer", "DllUnregisterServer"]
@@ -56,10 +58,19 @@ def faults_of_layout(source):
     return re.findall(r".*error: .*", compiled.stderr) + ([] if compiled.returncode == 0 else ["records lie otherwise"])
 
 
+def faults_of_package(build):
+    found = list((build / "packages").glob("*-win32.zip"))
+    if len(found) != 1:
+        return [f"{len(found)} packages for 32-bit clients"]
+    names = set(zipfile.ZipFile(found[0]).namelist())
+    wanted = {f"bin/{name}" for name in [*DLLS, "LXError32.dll", "LXCfgCacheCallback.dll", "LXConfigFactoryCache.manifest"]}
+    return [f"the package lacks {name}" for name in sorted(wanted - names)]
+
+
 def main():
     source, build = map(pathlib.Path, sys.argv[1:])
     faults = [fault for name in DLLS for fault in faults_of_dll(build / "bin" / name)]
-    faults += [*faults_of_type_library(build), *faults_of_layout(source)]
+    faults += [*faults_of_type_library(build), *faults_of_layout(source), *faults_of_package(build)]
     manifest = (build / "bin" / "LXConfigFactoryCache.manifest").read_text(encoding="utf-8")
     if 'processorArchitecture="x86"' not in manifest:
         faults.append("the assembly's manifest is not for x86")
