@@ -199,7 +199,8 @@ leg_windows() {
 # Nothing runs them: there need not be a 32-bit Wine.
 leg_windows32() {
     local preset=windows32-release
-    build $preset LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback lxidl lxdebugfiles || return
+    build $preset LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback lxassembly lxidl lxdebugfiles ||
+        return
     (cd build/$preset && cpack) >"$logs/$preset-package.log" 2>&1
     count "the package for 32-bit clients (see $logs/$preset-package.log)" $?
     python3 tests/package/check_32bit.py . build/$preset >"$logs/$preset-test.log"

@@ -137,8 +137,10 @@ install(TARGETS lxidl ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main
 install(FILES ${PROJECT_SOURCE_DIR}/idl/LXConfigFactoryCache.idl DESTINATION ${lx_data} COMPONENT main)
 if(WIN32)
   install(FILES $<TARGET_LINKER_FILE:LXError32> DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT main)
-  install(FILES ${LX_SAMPLE_SERVER_HEADERS} DESTINATION ${lx_include} COMPONENT main)
-  install(FILES ${PROJECT_SOURCE_DIR}/server/program/LXSampleServer.idl DESTINATION ${lx_data} COMPONENT main)
+  if(LXSampleServerPS IN_LIST LX_MODULES)
+    install(FILES ${LX_SAMPLE_SERVER_HEADERS} DESTINATION ${lx_include} COMPONENT main)
+    install(FILES ${PROJECT_SOURCE_DIR}/server/program/LXSampleServer.idl DESTINATION ${lx_data} COMPONENT main)
+  endif()
   install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/LXConfigFactoryCache.manifest DESTINATION ${CMAKE_INSTALL_BINDIR}
     COMPONENT main)
   install(FILES ${LX_TYPE_LIBRARY} DESTINATION ${lx_data} COMPONENT main)
