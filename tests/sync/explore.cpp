@@ -8,7 +8,7 @@
 #include <thread>
 
 namespace {
-constexpr std::size_t MostStepsShown = 200;
+constexpr std::size_t MostSteps = 2000; // of a schedule; more count as a livelock
 
 /// A binary semaphore that starts and stops a thread. The C++ library's semaphores lose wake-ups on systems without
 /// futexes.
@@ -58,7 +58,7 @@ thread_local Explorer::Thread* Explorer::Thread::t_self = nullptr;
 /// All schedules of one Run. Only the thread with the turn accesses the state; Run does while no thread has it.
 class Explorer::Schedules {
 public:
-    Schedules(const Options& options, const std::vector<std::function<void()>>& bodies);
+    Schedules(unsigned preemptions, const std::vector<std::function<void()>>& bodies);
     Schedules(const Schedules&) = delete;
     Schedules& operator=(const Schedules&) = delete;
     ~Schedules();
@@ -73,7 +73,6 @@ public:
     bool RunOne();
     /// Advances to the next schedule; false when there is none.
     bool Advance();
-    std::string Schedule() const;
     std::string Steps() const;
 
     void AtStep(Thread& self, const char* what, const void* object, CanGo canGo);
@@ -108,11 +107,12 @@ private:
     bool CanGo(const Thread& thread) const {
         return !thread.isThrough && (!thread.canGo || thread.canGo(thread.object));
     }
+    void Record(Thread& self, const char* what, const void* object);
     void Stick(std::string why);
     std::uint64_t ChangesByOthers(const Thread& thread) const noexcept { return m_changes - thread.changes; }
     static bool SomethingChanged(const void* thread);
 
-    const Options& m_options;
+    const unsigned m_mostPreemptions;
     std::vector<std::unique_ptr<Thread>> m_threads;
     std::vector<Decision> m_path;
     Turn m_over; // signals the end of the schedule
@@ -127,8 +127,8 @@ private:
     std::string m_failure;
 };
 
-Explorer::Schedules::Schedules(const Options& options, const std::vector<std::function<void()>>& bodies)
-    : m_options(options) {
+Explorer::Schedules::Schedules(unsigned preemptions, const std::vector<std::function<void()>>& bodies)
+    : m_mostPreemptions(preemptions) {
     for (const auto& body : bodies) {
         auto& thread = m_threads.emplace_back(std::make_unique<Thread>());
         thread->schedules = this;
@@ -204,7 +204,7 @@ void Explorer::Schedules::HandOver(Thread* self, bool ofItsOwn) {
     Decision among{};
     const bool goesOn = self != nullptr && CanGo(*self);
     if (goesOn) { among.candidates[among.count++] = self->number; }
-    if (!goesOn || ofItsOwn || m_preemptions < m_options.preemptions) {
+    if (!goesOn || ofItsOwn || m_preemptions < m_mostPreemptions) {
         for (const auto& thread : m_threads) {
             if (thread.get() != self && CanGo(*thread)) { among.candidates[among.count++] = thread->number; }
         }
@@ -227,14 +227,7 @@ void Explorer::Schedules::HandOver(Thread* self, bool ofItsOwn) {
 
 Explorer::Thread* Explorer::Schedules::Choose(const Decision& among) {
     const std::size_t depth = m_depth++;
-    if (depth == m_path.size()) {
-        m_path.push_back(among);
-        if (depth < m_options.replay.size()) {
-            const unsigned wanted = static_cast<unsigned>(m_options.replay[depth] - '0');
-            const auto found = std::find(among.candidates, among.candidates + among.count, wanted);
-            m_path.back().chosen = static_cast<unsigned>(found - among.candidates) % among.count;
-        }
-    }
+    if (depth == m_path.size()) { m_path.push_back(among); }
     Decision& decision = m_path[depth];
     if (!std::equal(among.candidates, among.candidates + among.count, decision.candidates,
                     decision.candidates + decision.count)) {
@@ -253,15 +246,19 @@ void Explorer::Schedules::Stick(std::string why) {
 void Explorer::Schedules::AtStep(Thread& self, const char* what, const void* object, Explorer::CanGo canGo) {
     self.object = object;
     self.canGo = canGo;
-    if (m_steps.size() == m_options.steps) {
-        Stick("livelock: too many steps");
-        self.turn.Await(); // never returns
-    }
     // The first choice of a thread, at its start, also covers its first step.
     if (self.hasStarted || !CanGo(self)) { HandOver(&self, false); }
     self.hasStarted = true;
     self.canGo = nullptr;
+    Record(self, what, object);
+}
+
+void Explorer::Schedules::Record(Thread& self, const char* what, const void* object) {
     m_steps.push_back({self.number, what, object});
+    if (m_steps.size() == MostSteps) {
+        Stick("livelock: too many steps");
+        self.turn.Await(); // never returns
+    }
 }
 
 bool Explorer::Schedules::SomethingChanged(const void* object) {
@@ -278,27 +275,13 @@ void Explorer::Schedules::Pause(Thread& self) {
     HandOver(&self, true);
     self.canGo = nullptr;
     self.changesAtPause = ChangesByOthers(self);
-    m_steps.push_back({self.number, "pause", nullptr});
-    if (m_steps.size() >= m_options.steps) {
-        Stick("livelock: too many steps");
-        self.turn.Await(); // never returns
-    }
-}
-
-std::string Explorer::Schedules::Schedule() const {
-    std::string schedule;
-    for (std::size_t i = 0; i < m_depth; ++i) {
-        schedule += static_cast<char>('0' + m_path[i].candidates[m_path[i].chosen]);
-    }
-    return schedule;
+    Record(self, "pause", nullptr);
 }
 
 std::string Explorer::Schedules::Steps() const {
     std::map<const void*, std::size_t> numbers;
     std::string steps;
-    const std::size_t first = m_steps.size() - std::min(m_steps.size(), MostStepsShown);
-    for (std::size_t i = first; i < m_steps.size(); ++i) {
-        const Taken& taken = m_steps[i];
+    for (const Taken& taken : m_steps) {
         steps += "thread " + std::to_string(taken.thread) + ": " + taken.what;
         if (taken.object != nullptr) {
             steps += " #" + std::to_string(numbers.try_emplace(taken.object, numbers.size()).first->second);
@@ -308,9 +291,10 @@ std::string Explorer::Schedules::Steps() const {
     return steps;
 }
 
-Explorer::Result Explorer::Explore(const std::function<void()>& make, const std::vector<std::function<void()>>& bodies,
+Explorer::Result Explorer::Explore(unsigned preemptions, const std::function<void()>& make,
+                                   const std::vector<std::function<void()>>& bodies,
                                    const std::function<void()>& check) {
-    auto schedules = std::make_unique<Schedules>(m_options, bodies);
+    auto schedules = std::make_unique<Schedules>(preemptions, bodies);
     Result result;
     bool isWhole = true;
     do {
@@ -323,13 +307,8 @@ Explorer::Result Explorer::Explore(const std::function<void()>& make, const std:
             Schedules::s_checked = nullptr;
         }
         result.failure = schedules->Failure();
-        result.complete = result.failure.empty() && !schedules->Advance();
-    } while (result.failure.empty() && !result.complete && result.schedules < m_options.schedules &&
-             m_options.replay.empty());
-    if (!result.failure.empty()) {
-        result.schedule = schedules->Schedule();
-        result.steps = schedules->Steps();
-    }
+    } while (result.failure.empty() && schedules->Advance());
+    if (!result.failure.empty()) { result.steps = schedules->Steps(); }
     if (!isWhole) { Schedules::Abandon(std::move(schedules)); }
     return result;
 }
@@ -347,14 +326,6 @@ void Explorer::Expect(bool holds, const char* what) {
         Thread* const self = Thread::t_self;
         (self != nullptr ? self->schedules : Schedules::s_checked)->Fail(what);
     }
-}
-
-std::ostream& operator<<(std::ostream& to, const Explorer::Result& result) {
-    to << result.schedules << (result.complete ? " schedules, all" : " schedules");
-    if (!result.failure.empty()) {
-        to << "; the last one failed: " << result.failure << "\nschedule " << result.schedule << '\n' << result.steps;
-    }
-    return to;
 }
 
 void ExploringSync::SharedMutex::lock() noexcept {

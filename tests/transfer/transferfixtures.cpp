@@ -125,7 +125,7 @@ std::vector<std::string> Describe(const XLXSafeArray& array) {
 XLXSafeArray Cut(const XLXSafeArray& array, ULONG count, LONG lowerBound) {
     SAFEARRAYBOUND bound = {count, lowerBound};
     XLXSafeArray cut(SafeArrayCreate(VT_VARIANT, 1, &bound));
-    for (ULONG i = 0; i < count; ++i) {
+    for (ULONG i = 0; i < std::min(count, CountOf(array)); ++i) {
         VariantCopy(&ElementOf(cut, i), &ElementOf(array, i));
     }
     return cut;
