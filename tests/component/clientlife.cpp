@@ -122,13 +122,7 @@ void XClientLife::AskForTypesAndRelations() {
 bool XClientLife::Start() {
     m_cache = LXMakeCache();
     m_factory = m_cache.As<ILXConfigFactory>();
-    std::vector<XLXComVariant> values;
-    values.push_back(XLXComVariant::FromUnknown(m_server.ConfigFactory().Get()));
-    values.push_back(XLXComVariant::FromUnknown(m_server.Query().Get()));
-    values.push_back(XLXComVariant::FromUnknown(m_server.DataUpdate().Get()));
-    values.push_back(XLXComVariant::FromBool(false));
-    values.push_back(XLXComVariant::FromBool(false));
-    values.push_back(XLXComVariant::FromI4(m_transferMode));
+    std::vector<XLXComVariant> values = LXArguments(m_server, m_transferMode);
     const auto client = m_cache.As<IDPFObject>();
     Step("Initialize", client.Get(), &IDPFObject::Initialize, static_cast<ULONG>(values.size()), &values.front().Get());
     return SUCCEEDED(m_steps["Initialize"].result);

@@ -42,43 +42,34 @@
 #define FIELDS16(record, offset, field, ...) FIELDS2(record, offset, field); FIELDS14(record, __VA_ARGS__)
 #define RECORD(record, size, ...) SIZE(record, size); CALL(NTH(__VA_ARGS__, FIELDS16, 0, FIELDS14, 0, FIELDS12, 0, FIELDS10, 0, FIELDS8, 0, FIELDS6, 0, FIELDS4, 0, FIELDS2, 0, 0), (record, __VA_ARGS__))
 
-#define INTERFACE(type, slots) SLOTS(type, 0, QueryInterface, AddRef, Release); SIZE(type##Vtbl, (slots) * sizeof(void*))
+// The number of slots, and the first methods after those of IUnknown
+#define INTERFACE(type, slots, ...) SIZE(type##Vtbl, (slots) * sizeof(void*)); SLOTS(type, 0, QueryInterface, AddRef, Release); SLOTS(type, 3, __VA_ARGS__)
 #define PROPERTIES Get, Set, Gets, Sets, GetProperty, SetProperty, GetProperties, SetProperties
-#define CONFIG_OBJECT(type, slots) INTERFACE(type, slots); SLOTS(type, 3, PROPERTIES)
-#define ENUMERATOR(type) INTERFACE(type, 8); SLOTS(type, 3, RemNext, Skip, Reset, Clone, GetSingleNext)
+// Configuration objects have eight methods in common, enumerators have five.
+#define CONFIG_OBJECT(type, slots, ...) INTERFACE(type, slots, PROPERTIES); SLOTS(type, 11, __VA_ARGS__)
+#define ENUMERATOR(type) INTERFACE(type, 8, RemNext, Skip, Reset, Clone, GetSingleNext)
 // clang-format on
 
-/* Configuration objects: eight methods in common. */
-CONFIG_OBJECT(ILXConfigObject, 11);
-CONFIG_OBJECT(ILXType, 37);
-SLOTS(ILXType, 11, AddPage, RemovePage, GetPageEnum, GetPage, AddGroup, RemoveGroup, GetGroupEnum, GetToplevelGroupEnum,
-      GetPageGroupEnum, GetPageToplevelGroupEnum, GetGroup, GetDisplayAttributeEnum, GetDisplayGroupAttributeEnum,
-      AddAttribute, RemoveAttribute, GetAttributeEnum);
+// Configuration objects.
+INTERFACE(ILXConfigObject, 11, PROPERTIES);
+CONFIG_OBJECT(ILXType, 37, AddPage, RemovePage, GetPageEnum, GetPage, AddGroup, RemoveGroup, GetGroupEnum,
+              GetToplevelGroupEnum, GetPageGroupEnum, GetPageToplevelGroupEnum, GetGroup, GetDisplayAttributeEnum,
+              GetDisplayGroupAttributeEnum, AddAttribute, RemoveAttribute, GetAttributeEnum);
 SLOTS(ILXType, 27, GetGroupAttributeEnum, GetAttribute, AddConfObjEditor, RemoveConfObjEditor, GetConfObjEditorEnum,
       GetConfObjEditor, GetDefaultEditor, Copy, GetDefaultNewEditor, GetTypeComponentData);
-CONFIG_OBJECT(ILXPage, 12);
-SLOTS(ILXPage, 11, dummy);
-CONFIG_OBJECT(ILXGroup, 16);
-SLOTS(ILXGroup, 11, dummy, GetChildGroupEnum, CreateFormat, GetFormat, DeleteFormat);
-CONFIG_OBJECT(ILXFormat, 12);
-SLOTS(ILXFormat, 11, dummy);
-CONFIG_OBJECT(ILXAttribute, 17);
-SLOTS(ILXAttribute, 11, AddAttributeType, RemoveAttributeType, GetAttributeTypeEnum, CreateFormat, GetFormat,
-      DeleteFormat);
-CONFIG_OBJECT(ILXAttributeType, 12);
-SLOTS(ILXAttributeType, 11, dummy);
-CONFIG_OBJECT(ILXConfObjEditor, 12);
-SLOTS(ILXConfObjEditor, 11, dummy);
-CONFIG_OBJECT(ILXParentChild, 15);
-SLOTS(ILXParentChild, 11, AddPCInfo, RemovePCInfo, GetPCInfoEnum, GetPCInfo);
-CONFIG_OBJECT(ILXPCInfo, 12);
-SLOTS(ILXPCInfo, 11, dummy);
-CONFIG_OBJECT(ILXBrowserId, 12);
-SLOTS(ILXBrowserId, 11, dummy);
-CONFIG_OBJECT(ILXGlobalAttributeFormatSpec, 14);
-SLOTS(ILXGlobalAttributeFormatSpec, 11, CreateFormat, GetFormat, DeleteFormat);
+CONFIG_OBJECT(ILXPage, 12, dummy);
+CONFIG_OBJECT(ILXGroup, 16, dummy, GetChildGroupEnum, CreateFormat, GetFormat, DeleteFormat);
+CONFIG_OBJECT(ILXFormat, 12, dummy);
+CONFIG_OBJECT(ILXAttribute, 17, AddAttributeType, RemoveAttributeType, GetAttributeTypeEnum, CreateFormat, GetFormat,
+              DeleteFormat);
+CONFIG_OBJECT(ILXAttributeType, 12, dummy);
+CONFIG_OBJECT(ILXConfObjEditor, 12, dummy);
+CONFIG_OBJECT(ILXParentChild, 15, AddPCInfo, RemovePCInfo, GetPCInfoEnum, GetPCInfo);
+CONFIG_OBJECT(ILXPCInfo, 12, dummy);
+CONFIG_OBJECT(ILXBrowserId, 12, dummy);
+CONFIG_OBJECT(ILXGlobalAttributeFormatSpec, 14, CreateFormat, GetFormat, DeleteFormat);
 
-/* Enumerators: five methods each. */
+// Enumerators.
 ENUMERATOR(ILXTypeEnum);
 ENUMERATOR(ILXPageEnum);
 ENUMERATOR(ILXGroupEnum);
@@ -91,49 +82,40 @@ ENUMERATOR(ILXBrowserIdEnum);
 ENUMERATOR(ILXGlobalAttributeFormatSpecEnum);
 ENUMERATOR(IEnumBaseDataObject);
 
-/* The component and its callbacks. */
-INTERFACE(ILXConfigFactoryCache, 31);
-SLOTS(ILXConfigFactoryCache, 3, Initialize, GetRealConfigFactory, GetCachedType, GetTransientAttribute, IsPlantype,
-      GetCachedPCEnum, GetPCEnum, GetPPRRelationsEnum, GetPPRRelationsEnumByDO, GetPossiblePPRRelations,
-      GetPossiblePPRRelationsByDO, PPRRelationExists, PPRRelationExistsByDO, GetPCRelation, GetSinglePCRelation,
-      GetThisBrowserParentChildEnum);
+// The component and its callbacks.
+INTERFACE(ILXConfigFactoryCache, 31, Initialize, GetRealConfigFactory, GetCachedType, GetTransientAttribute, IsPlantype,
+          GetCachedPCEnum, GetPCEnum, GetPPRRelationsEnum, GetPPRRelationsEnumByDO, GetPossiblePPRRelations,
+          GetPossiblePPRRelationsByDO, PPRRelationExists, PPRRelationExistsByDO, GetPCRelation, GetSinglePCRelation,
+          GetThisBrowserParentChildEnum);
 SLOTS(ILXConfigFactoryCache, 19, GetSinglePCRelationByDO, GetPCEnum2, GetPossiblePPRRelations2, CheckTypeDerivesFrom,
       GetAllDerivedTypes, GetDerivedTypesForQuery, LoadTypesByTypeNames, SetInvalid, IsValid, SetCFCDataTransferMode,
       GetCFCDataTransferMode, GetPCEnumAll);
-INTERFACE(ILXConfigFactory, 27);
-SLOTS(ILXConfigFactory, 3, AddType, RemoveType, GetTypeEnum, GetSearchableTypeEnum, GetPlanTypeEnum, GetType,
-      AddParentChild, RemoveParentChild, GetParentChildEnum, AddBrowserId, RemoveBrowserId, GetBrowserIdEnum,
-      DeleteDatabase, GetTypeArray, GetTypeArrayByTypeName, GetTypeArrayByTypeNameArray);
+INTERFACE(ILXConfigFactory, 27, AddType, RemoveType, GetTypeEnum, GetSearchableTypeEnum, GetPlanTypeEnum, GetType,
+          AddParentChild, RemoveParentChild, GetParentChildEnum, AddBrowserId, RemoveBrowserId, GetBrowserIdEnum,
+          DeleteDatabase, GetTypeArray, GetTypeArrayByTypeName, GetTypeArrayByTypeNameArray);
 SLOTS(ILXConfigFactory, 19, GetPCArray, GetVersion, SetVersion, CreateGlobalAttributeFormatSpec,
       GetAllGlobalAttributeFormatSpecs, RemoveGlobalAttributeFormatSpec, RemoveGlobalAttributeFormatSpecByID,
       NotifyServerTermination);
-INTERFACE(IDPFObject, 9);
-SLOTS(IDPFObject, 3, Initialize, Terminate, AttachHostObjects, NotifyHostObject, NotifyHostObjectPair,
-      NotifyHostObjectLong);
-INTERFACE(ILXServerEntryPoint, 10);
-SLOTS(ILXServerEntryPoint, 3, GetEntryFlags, SetEntryLong, GetEntryObject, GetEntryObjectByLong, SetEntryObject,
-      ReleaseEntry, InitializeNamed);
-INTERFACE(ILXCallback, 7);
-SLOTS(ILXCallback, 3, CheckCallbackValid, ServerIsTerminating, SetCallbackId, GetClientInfo);
-INTERFACE(ILXCallbackUpdate, 8);
-SLOTS(ILXCallbackUpdate, 3, CheckCallbackValid, ServerIsTerminating, SetCallbackId, GetClientInfo, DataObjectChanged);
-INTERFACE(IXCfgCacheCallback, 4);
-SLOTS(IXCfgCacheCallback, 3, Initialize);
+INTERFACE(IDPFObject, 9, Initialize, Terminate, AttachHostObjects, NotifyHostObject, NotifyHostObjectPair,
+          NotifyHostObjectLong);
+INTERFACE(ILXServerEntryPoint, 10, GetEntryFlags, SetEntryLong, GetEntryObject, GetEntryObjectByLong, SetEntryObject,
+          ReleaseEntry, InitializeNamed);
+INTERFACE(ILXCallback, 7, CheckCallbackValid, ServerIsTerminating, SetCallbackId, GetClientInfo);
+INTERFACE(ILXCallbackUpdate, 8, CheckCallbackValid, ServerIsTerminating, SetCallbackId, GetClientInfo,
+          DataObjectChanged);
+INTERFACE(IXCfgCacheCallback, 4, Initialize);
 
-/* What the component uses of the server. */
-INTERFACE(ILXConfigFactoryEx, 6);
-SLOTS(ILXConfigFactoryEx, 3, GetTypeArrayEx, GetTypeArrayByTypeNameEx, GetTypeArrayByTypeNameArrayEx);
-INTERFACE(ILX_Query, 24);
-SLOTS(ILX_Query, 3, SetQueryMode, EnableEnhancedQuery, SetSubQueryBackwards, SetSearchTable, SetSearchCatenation,
-      SetSearchAttribute, GetSubQuery, SetSubQuery, GetSearchResult, GetSearchResultAsIdList,
-      GetSearchResultAsIdListWithRights, GetSearchResultAttributes, ResetSearch, SetOrderAttribute, GetObjectById,
-      GetObjectsById);
+// What the component uses of the server.
+INTERFACE(ILXConfigFactoryEx, 6, GetTypeArrayEx, GetTypeArrayByTypeNameEx, GetTypeArrayByTypeNameArrayEx);
+INTERFACE(ILX_Query, 24, SetQueryMode, EnableEnhancedQuery, SetSubQueryBackwards, SetSearchTable, SetSearchCatenation,
+          SetSearchAttribute, GetSubQuery, SetSubQuery, GetSearchResult, GetSearchResultAsIdList,
+          GetSearchResultAsIdListWithRights, GetSearchResultAttributes, ResetSearch, SetOrderAttribute, GetObjectById,
+          GetObjectsById);
 SLOTS(ILX_Query, 19, GetObjectByUUID, FindInTrees, GetFilteredSearchResultAsIdListWithRights, SearchInTheMainTableOnly,
       GetExtendedSearchResultAttributes);
-INTERFACE(ILX_BaseDataObject, 56);
-SLOTS(ILX_BaseDataObject, 3, GetTableName, GetTypeName, Save, Delete, DeleteObjects, Copy, CopyObjects, CopyObjects2,
-      CopyObjects3, FindUsage, FindCoderuleUsage, GetAttribute, GetAttributes, GetAttributesEx, SetAttribute,
-      SetAttributes);
+INTERFACE(ILX_BaseDataObject, 56, GetTableName, GetTypeName, Save, Delete, DeleteObjects, Copy, CopyObjects,
+          CopyObjects2, CopyObjects3, FindUsage, FindCoderuleUsage, GetAttribute, GetAttributes, GetAttributesEx,
+          SetAttribute, SetAttributes);
 SLOTS(ILX_BaseDataObject, 19, AddChild, AddChildren, RemoveChild, RemoveChildren, GetChildren, GetAllChildren,
       GetChildrenSorted, GetChildrenWithinRange, GetChildrenWithReadRights, GetChild, NewChild, CanCreateChild,
       GetAllObjects, GetType, GetListCount, CanDrag);
@@ -142,20 +124,17 @@ SLOTS(ILX_BaseDataObject, 35, CanDrop, CanDropObjects, GetId, CommitTransaction,
       ExecuteServerMethodEx, GetObjectDependencies, GetObjectsForExport, GetDisplayChildren, CreateSupplierProject);
 SLOTS(ILX_BaseDataObject, 51, MergeSupplierProject, GetAttributeMultiLingual, SetAttributeMultiLingual,
       GetAttributesMultiLingual, SetAttributesMultiLingual);
-INTERFACE(ILXDataUpdate, 11);
-SLOTS(ILXDataUpdate, 3, UnregisterCallback, EnableAdvicesDataObject, EnableAdvicesDataObjects, EnableAdvicesDataType,
-      DataObjectChanged, DataObjectsChanged, RegisterCallback, IsNotificationRegisteredByClient);
-INTERFACE(ILXRelation, 4);
-SLOTS(ILXRelation, 3, GetRelatedObject);
+INTERFACE(ILXDataUpdate, 11, UnregisterCallback, EnableAdvicesDataObject, EnableAdvicesDataObjects,
+          EnableAdvicesDataType, DataObjectChanged, DataObjectsChanged, RegisterCallback,
+          IsNotificationRegisteredByClient);
+INTERFACE(ILXRelation, 4, GetRelatedObject);
 
-/* Between the component's own objects. */
-INTERFACE(ILXTypeCache, 8);
-SLOTS(ILXTypeCache, 3, Reserved3, Reserved4, SetBaseType, GetServerType, Reserved7);
-INTERFACE(ILXTypeInheritance, 16);
-SLOTS(ILXTypeInheritance, 3, GetAttributeEnum, Reserved4, Reserved5, Reserved6, Reserved7, Reserved8, Reserved9,
-      Reserved10, Reserved11, Reserved12, Reserved13, Reserved14, Reserved15);
+// Between the component's own objects.
+INTERFACE(ILXTypeCache, 8, Reserved3, Reserved4, SetBaseType, GetServerType, Reserved7);
+INTERFACE(ILXTypeInheritance, 16, GetAttributeEnum, Reserved4, Reserved5, Reserved6, Reserved7, Reserved8, Reserved9,
+          Reserved10, Reserved11, Reserved12, Reserved13, Reserved14, Reserved15);
 
-/* The layout of the records. */
+// The layout of the records.
 RECORD(tagLXNotifications, 24, 0, bstrObjectId, 8, bstrObjectType, 16, ulNotificationsDesired);
 RECORD(tagLXUpdateInfo, 16, 0, bstrObjectId, 8, bstrObjectType);
 RECORD(tagLXDataUpdateChanges, 40, 0, bstrObjectId, 8, bstrObjectType, 16, ulNotificationId, 20, ulChangeType, 24,

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -63,14 +65,10 @@ public:
     Schedules& operator=(const Schedules&) = delete;
     ~Schedules();
 
-    /// Leaks the state of stuck threads, because they may access it until the process ends.
-    static void Abandon(std::unique_ptr<Schedules> schedules);
-
     /// The schedules whose check is running.
     static inline Schedules* s_checked = nullptr;
 
-    /// Runs one schedule; false when threads are stuck.
-    bool RunOne();
+    void RunOne();
     /// Advances to the next schedule; false when there is none.
     bool Advance();
     std::string Steps() const;
@@ -107,8 +105,9 @@ private:
     bool CanGo(const Thread& thread) const {
         return !thread.isThrough && (!thread.canGo || thread.canGo(thread.object));
     }
-    void Record(Thread& self, const char* what, const void* object);
-    void Stick(std::string why);
+    void Record(unsigned thread, const char* what, const void* object);
+    /// Ends the process, because no thread can go on.
+    [[noreturn]] void Stop(const char* why);
     std::uint64_t ChangesByOthers(const Thread& thread) const noexcept { return m_changes - thread.changes; }
     static bool SomethingChanged(const void* thread);
 
@@ -122,7 +121,6 @@ private:
     std::size_t m_depth = 0; // decisions made so far
     unsigned m_preemptions = 0;
     std::uint64_t m_changes = 0;
-    bool m_isStuck = false;
     std::vector<Taken> m_steps;
     std::string m_failure;
 };
@@ -146,14 +144,6 @@ Explorer::Schedules::~Schedules() {
         thread->turn.Give();
         thread->thread.join();
     }
-}
-
-void Explorer::Schedules::Abandon(std::unique_ptr<Schedules> schedules) {
-    static auto* const s_kept = new std::vector<Schedules*>();
-    for (const auto& thread : schedules->m_threads) {
-        thread->thread.detach();
-    }
-    s_kept->push_back(schedules.release());
 }
 
 void Explorer::Schedules::Live(Thread& self) {
@@ -186,11 +176,10 @@ void Explorer::Schedules::Reset() noexcept {
     }
 }
 
-bool Explorer::Schedules::RunOne() {
+void Explorer::Schedules::RunOne() {
     Reset();
     HandOver(nullptr, true);
     m_over.Await();
-    return !m_isStuck;
 }
 
 bool Explorer::Schedules::Advance() {
@@ -220,7 +209,7 @@ void Explorer::Schedules::HandOver(Thread* self, bool ofItsOwn) {
     } else if (std::all_of(m_threads.begin(), m_threads.end(), [](const auto& thread) { return thread->isThrough; })) {
         m_over.Give();
     } else {
-        Stick("deadlock: nobody can go on");
+        Stop("deadlock: nobody can go on");
     }
     if (waits) { self->turn.Await(); }
 }
@@ -237,10 +226,9 @@ Explorer::Thread* Explorer::Schedules::Choose(const Decision& among) {
     return m_threads[decision.candidates[decision.chosen]].get();
 }
 
-void Explorer::Schedules::Stick(std::string why) {
-    Fail(std::move(why));
-    m_isStuck = true;
-    m_over.Give();
+void Explorer::Schedules::Stop(const char* why) {
+    std::fprintf(stderr, "%s\n%s", why, Steps().c_str());
+    std::abort();
 }
 
 void Explorer::Schedules::AtStep(Thread& self, const char* what, const void* object, Explorer::CanGo canGo) {
@@ -250,15 +238,12 @@ void Explorer::Schedules::AtStep(Thread& self, const char* what, const void* obj
     if (self.hasStarted || !CanGo(self)) { HandOver(&self, false); }
     self.hasStarted = true;
     self.canGo = nullptr;
-    Record(self, what, object);
+    Record(self.number, what, object);
 }
 
-void Explorer::Schedules::Record(Thread& self, const char* what, const void* object) {
-    m_steps.push_back({self.number, what, object});
-    if (m_steps.size() == MostSteps) {
-        Stick("livelock: too many steps");
-        self.turn.Await(); // never returns
-    }
+void Explorer::Schedules::Record(unsigned thread, const char* what, const void* object) {
+    m_steps.push_back({thread, what, object});
+    if (m_steps.size() == MostSteps) { Stop("livelock: too many steps"); }
 }
 
 bool Explorer::Schedules::SomethingChanged(const void* object) {
@@ -275,7 +260,7 @@ void Explorer::Schedules::Pause(Thread& self) {
     HandOver(&self, true);
     self.canGo = nullptr;
     self.changesAtPause = ChangesByOthers(self);
-    Record(self, "pause", nullptr);
+    Record(self.number, "pause", nullptr);
 }
 
 std::string Explorer::Schedules::Steps() const {
@@ -294,22 +279,18 @@ std::string Explorer::Schedules::Steps() const {
 Explorer::Result Explorer::Explore(unsigned preemptions, const std::function<void()>& make,
                                    const std::vector<std::function<void()>>& bodies,
                                    const std::function<void()>& check) {
-    auto schedules = std::make_unique<Schedules>(preemptions, bodies);
+    Schedules schedules(preemptions, bodies);
     Result result;
-    bool isWhole = true;
     do {
         make();
-        isWhole = schedules->RunOne();
+        schedules.RunOne();
         ++result.schedules;
-        if (isWhole) {
-            Schedules::s_checked = schedules.get();
-            check();
-            Schedules::s_checked = nullptr;
-        }
-        result.failure = schedules->Failure();
-    } while (result.failure.empty() && schedules->Advance());
-    if (!result.failure.empty()) { result.steps = schedules->Steps(); }
-    if (!isWhole) { Schedules::Abandon(std::move(schedules)); }
+        Schedules::s_checked = &schedules;
+        check();
+        Schedules::s_checked = nullptr;
+        result.failure = schedules.Failure();
+    } while (result.failure.empty() && schedules.Advance());
+    if (!result.failure.empty()) { result.steps = schedules.Steps(); }
     return result;
 }
 

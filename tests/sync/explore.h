@@ -17,8 +17,7 @@
 //     EXPECT_GT(result.schedules, 100u);   // guards against a test that explores nothing
 //
 // The threads are real threads that pass the turn on, so thread-local state works. Run stops at the first schedule that
-// fails: through an expectation, an exception, a deadlock or too many steps. Threads that are stuck then are detached
-// and their state is leaked.
+// fails through an expectation or an exception. A deadlock or too many steps end the process, with the schedule's steps.
 #ifndef EXPLORE_H
 #define EXPLORE_H
 
@@ -48,20 +47,20 @@ public:
     template <class World>
     static Result Run(unsigned preemptions, const std::vector<std::function<void(World&)>>& bodies,
                       const std::function<void(World&)>& check = {}) {
-        const auto world = std::make_shared<std::unique_ptr<World>>(); // shared with stuck threads
+        std::unique_ptr<World> world;
         std::vector<std::function<void()>> threads;
         for (const auto& body : bodies) {
-            threads.push_back([world, body] { body(**world); });
+            threads.push_back([&world, &body] { body(*world); });
         }
         return Explore(
             preemptions,
             [&] {
-                world->reset();
-                *world = std::make_unique<World>();
+                world.reset();
+                world = std::make_unique<World>();
             },
             threads,
             [&] {
-                if (check) { check(**world); }
+                if (check) { check(*world); }
             });
     }
 

@@ -127,21 +127,5 @@ TEST_P(EveryElement, IsNeeded) {
     EXPECT_EQ(XCountedObject::alive, before);
 }
 
-TEST_P(EveryElement, IsFreedWhenMemoryRunsOut) {
-    const EKind kind = GetParam();
-    const long before = XCountedObject::alive;
-    bool done = false;
-    for (std::size_t failing = 1; !done; ++failing) {
-        XLXSafeArray array = Sample(kind);
-        const XAllocationWatch watch(failing);
-        try {
-            const XLXSafeArray written = ReadAndWrite(kind, std::move(array));
-            done = true;
-        } catch (const std::bad_alloc&) {}
-        ASSERT_EQ(watch.Count() >= failing, !done);
-        ASSERT_EQ(XCountedObject::alive, before) << failing;
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(Transfer, EveryElement, testing::ValuesIn(AllKinds), testing::PrintToStringParamName());
 } // namespace

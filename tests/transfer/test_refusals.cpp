@@ -62,7 +62,7 @@ std::string Logged(const char* text, const std::function<void()>& read) {
         read();
         ADD_FAILURE() << "nothing was refused";
     } catch (const XLXException& error) {
-        EXPECT_EQ(Narrow(error.Message()), text);
+        EXPECT_EQ(LXNarrow(error.Message()), text);
         EXPECT_EQ(error.Code(), E_INVALIDARG);
     }
     const auto entries = log.Entries();
@@ -70,7 +70,7 @@ std::string Logged(const char* text, const std::function<void()>& read) {
     EXPECT_EQ(entries[0].code, E_INVALIDARG);
     EXPECT_EQ(entries[0].severity, XLXError::SeverityError);
     EXPECT_EQ(entries[0].source, "XCFCDataTransfer");
-    return Narrow(entries[0].text);
+    return LXNarrow(entries[0].text);
 }
 
 } // namespace

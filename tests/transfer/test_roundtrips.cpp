@@ -82,31 +82,8 @@ TEST(TypeComponents, DistinguishEmptyFromMissing) {
     EXPECT_TRUE(read.groups && !read.pages && !read.editors && !read.attributes);
 }
 
-TEST(RecordList, MayHoldNoRecordsAndNullObjects) {
+TEST(Lists, MayBeEmpty) {
     EXPECT_TRUE(GetSingleTypedVecFromArray(ArrayOf(LONG{0})).empty());
-    const auto records = GetSingleTypedVecFromArray(Sample(EKind::RecordList));
-    ASSERT_EQ(records.size(), 2U);
-    EXPECT_TRUE(records[0].object);
-    ASSERT_FALSE(records[0].values.empty());
-    EXPECT_EQ(records[0].values[0].AsText(), OLESTR("Main"));
-    EXPECT_FALSE(records[1].object);
-    EXPECT_TRUE(records[1].values.empty());
-}
-
-TEST(AttributeList, GivesValuesInMemberOrderAndTheTypesOfEachAttribute) {
-    const auto attributes = ReadAttributeList(Sample(EKind::AttributeList));
-    ASSERT_EQ(attributes.size(), 2U);
-    for (const XILXAttributeData& attribute : attributes) {
-        EXPECT_TRUE(attribute.object);
-        ASSERT_EQ(attribute.values.size(), AttributeValueCount);
-        EXPECT_EQ(attribute.values[0].AsLong(), 0);
-        EXPECT_EQ(attribute.values[58].AsLong(), 58);
-    }
-    ASSERT_EQ(attributes[0].types.size(), 1U);
-    EXPECT_TRUE(attributes[0].types[0].object);
-    ASSERT_EQ(attributes[0].types[0].values.size(), AttributeTypeValueCount);
-    EXPECT_EQ(attributes[0].types[0].values[6].AsLong(), 6);
-    EXPECT_TRUE(attributes[1].types.empty());
     EXPECT_TRUE(ReadAttributeList(ArrayOf()).empty());
 }
 

@@ -6,6 +6,7 @@
 
 #include "XCFCDataTransfer.h"
 #include "XTransferWriters.h"
+#include "testtexts.h"
 
 #include <gtest/gtest.h>
 
@@ -90,7 +91,5 @@ std::ostream& operator<<(std::ostream& out, const Raised& raised);
 
 /// Reads an array; what the reader raised is checked to name this source and scope.
 Raised Read(EKind kind, XLXSafeArray array);
-
-std::string Narrow(XLXTextView text);
 
 #endif
