@@ -247,7 +247,7 @@ void XClientLife::Change() {
     m_server.Edit().AddType("Valve", "Item", XNotify::No);
     const auto update = m_cache.As<ILXCallbackUpdate>();
     Step("DataObjectChanged", update.Get(), &ILXCallbackUpdate::DataObjectChanged, B("objects/x/0/1").Get(),
-         B("cfc_specific").Get(), 0, 1, 0, nullptr);
+         B("cfc_specific").Get(), 0u, 1u, 0u, nullptr);
 }
 
 void XClientLife::End() {
