@@ -5,27 +5,6 @@
 #include <cstdlib>
 #include <future>
 
-LXErrorInformation LXErrorInformation::Take() {
-    LXErrorInformation result;
-    XLXComPtr<IErrorInfo> info;
-    if (GetErrorInfo(0, info.Put()) != S_OK || !info) { return result; }
-    result.present = true;
-    XLXComBSTR text;
-    info->GetDescription(text.Put());
-    result.description = text.View();
-    info->GetSource(text.Put());
-    result.source = text.View();
-    return result;
-}
-
-std::string LXNarrow(XLXTextView text) {
-    std::string narrow;
-    for (const OLECHAR character : text) {
-        narrow.push_back(character < 0x80 ? static_cast<char>(character) : '?');
-    }
-    return narrow;
-}
-
 XLXText LXRead(ILXConfigObject* object, int member) {
     XLXComVariant value;
     const HRESULT result = object->GetProperty(member, value.Put());
@@ -70,13 +49,16 @@ CacheTest::CacheTest(XServerModel model) : m_server(XSampleServer::Create(std::m
     static const std::string refill = given != nullptr ? given : "never";
     SetRefill(refill.c_str());
     if (const char* const thread = std::getenv("LX_DISCARD"); thread != nullptr) {
-        const bool other = std::string_view(thread) == "other";
-        Calls().SetStandingHook([server = m_server.get(), other](const XServerCall& call) {
-            if (call.point != XCallPoint::Answer || call.name == "ILXDataUpdate::UnregisterCallback") { return; }
-            const auto discard = [server] { server->SendNotification("objects/everything/0/1"); };
-            other ? std::async(std::launch::async, discard).get() : discard();
-        });
+        Discard(std::string_view(thread) == "other");
     }
+}
+
+void CacheTest::Discard(bool onOtherThread) {
+    Calls().SetStandingHook([server = m_server.get(), onOtherThread](const XServerCall& call) {
+        if (call.point != XCallPoint::Answer || call.name == "ILXDataUpdate::UnregisterCallback") { return; }
+        const auto discard = [server] { server->SendNotification("objects/everything/0/1"); };
+        onOtherThread ? std::async(std::launch::async, discard).get() : discard();
+    });
 }
 
 void CacheTest::SetRefill(const char* when) {
@@ -93,11 +75,12 @@ CacheTest::~CacheTest() {
     EXPECT_TRUE(Calls().Problems().empty());
 }
 
-std::vector<XLXComVariant> CacheTest::Arguments(LONG transferMode, bool noNotifications, bool separateCallback) {
+std::vector<XLXComVariant> LXArguments(const XSampleServer& server, LONG transferMode, bool noNotifications,
+                                       bool separateCallback) {
     std::vector<XLXComVariant> values;
-    values.push_back(XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()));
-    values.push_back(XLXComVariant::FromUnknown(m_server->Query().Get()));
-    values.push_back(XLXComVariant::FromUnknown(m_server->DataUpdate().Get()));
+    values.push_back(XLXComVariant::FromUnknown(server.ConfigFactory().Get()));
+    values.push_back(XLXComVariant::FromUnknown(server.Query().Get()));
+    values.push_back(XLXComVariant::FromUnknown(server.DataUpdate().Get()));
     values.push_back(XLXComVariant::FromBool(noNotifications));
     values.push_back(XLXComVariant::FromBool(separateCallback));
     values.push_back(XLXComVariant::FromI4(transferMode));

@@ -6,6 +6,7 @@
 
 #include "XLXComVariant.h"
 #include "XSampleServer.h"
+#include "testtexts.h"
 
 #include <gtest/gtest.h>
 
@@ -15,16 +16,10 @@
 /// Creates a cache: with the registered module, or from the code linked into the test.
 XLXComPtr<ILXConfigFactoryCache> LXMakeCache();
 
-/// The thread's error information after a call. Take clears it.
-struct LXErrorInformation {
-    bool present = false;
-    XLXText description;
-    XLXText source;
+/// The values that an application initialises a cache with.
+std::vector<XLXComVariant> LXArguments(const XSampleServer& server, LONG transferMode, bool noNotifications = false,
+                                       bool separateCallback = false);
 
-    static LXErrorInformation Take();
-};
-
-std::string LXNarrow(XLXTextView text);
 inline void PrintTo(const XLXText& text, std::ostream* os) { *os << LXNarrow(text); }
 
 /// A property as text; "<empty>" for an empty value, "<0x...>" for a failure.
@@ -56,8 +51,7 @@ template <class Element, class Enumerator, class Ask> std::vector<std::string> L
 ///     Document     Title; no base
 XServerModel LXTestModel();
 
-/// When LX_DISCARD is set, every call to the server delivers a notification that makes everything stale before it
-/// returns: "same" on the calling thread, "other" on another thread that the call waits for.
+/// When LX_DISCARD is set, each test begins with Discard: "same" or "other".
 class CacheTest : public testing::Test {
 protected:
     explicit CacheTest(XServerModel model = LXTestModel());
@@ -66,10 +60,15 @@ protected:
     /// Says when a cache created from now on reads stale values together: "always" or "never", whatever calls cost on
     /// this machine. Never, unless the environment variable LXREFILL says otherwise.
     static void SetRefill(const char* when);
+    /// From now on every call to the server delivers a notification that makes everything stale before it returns: on
+    /// the calling thread, or on another thread that the call waits for.
+    void Discard(bool onOtherThread);
     /// Initialises the cache like an application.
     HRESULT Start(LONG transferMode = 15, bool noNotifications = false, bool separateCallback = false);
     HRESULT Initialize(std::vector<XLXComVariant> values);
-    std::vector<XLXComVariant> Arguments(LONG transferMode, bool noNotifications, bool separateCallback);
+    std::vector<XLXComVariant> Arguments(LONG transferMode, bool noNotifications, bool separateCallback = false) {
+        return LXArguments(*m_server, transferMode, noNotifications, separateCallback);
+    }
     void Terminate();
 
     XLXComPtr<ILXType> Type(const char* name);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "clientlife.h"
 
+#include <tuple>
+
 namespace {
 XLXComBSTR B(const char* text) { return XLXComBSTR(LXFromUtf8(text)); }
 } // namespace
@@ -57,26 +59,37 @@ std::string XClientLife::Read(XLifeStep& step, ILXConfigObject* object, int memb
                           : (FAILED(result) ? "<failed>" : "<empty>");
 }
 
-template <class Ask> void XClientLife::Step(const std::string& name, Ask&& ask) {
-    Note(name, In(std::forward<Ask>(ask)));
+namespace {
+/// What a method hands out through its last parameter.
+template <class Face, class... Parameters> auto OutOf(HRESULT (STDMETHODCALLTYPE Face::*)(Parameters...)) {
+    using Last = std::tuple_element_t<sizeof...(Parameters) - 1, std::tuple<Parameters...>>;
+    return XLXComPtr<std::remove_pointer_t<std::remove_pointer_t<Last>>>();
+}
+} // namespace
+
+template <class Face, class Method, class... Arguments>
+XLifeStep& XClientLife::Step(const std::string& name, Face* face, Method method, Arguments... arguments) {
+    return Note(name, In([&] { return (face->*method)(arguments...); }));
 }
 
-template <class Object, class Ask> XLXComPtr<Object> XClientLife::One(const std::string& name, int member, Ask&& ask) {
-    XLXComPtr<Object> object;
-    XLifeStep& step = Note(name, In([&] { return ask(object.Put()); }));
+template <class Face, class Method, class... Arguments>
+auto XClientLife::One(const std::string& name, int member, Face* face, Method method, Arguments... arguments) {
+    auto object = OutOf(method);
+    XLifeStep& step = Step(name, face, method, arguments..., object.Put());
     EXPECT_EQ(step.result == S_OK, static_cast<bool>(object)) << name;
     if (object) { step.answer = Read(step, object.Get(), member); }
     return object;
 }
 
-template <class Element, class Enumerator, class Ask>
-void XClientLife::All(const std::string& name, int member, Ask&& ask) {
-    XLXComPtr<Enumerator> elements;
-    XLifeStep& step = Note(name, In([&] { return ask(elements.Put()); }));
+template <class Face, class Method, class... Arguments>
+void XClientLife::All(const std::string& name, int member, Face* face, Method method, Arguments... arguments) {
+    auto elements = OutOf(method);
+    using Enumerator = std::remove_pointer_t<decltype(elements.Get())>;
+    XLifeStep& step = Step(name, face, method, arguments..., elements.Put());
     EXPECT_EQ(step.result == S_OK, static_cast<bool>(elements)) << name;
     if (!elements) { return; }
     std::vector<std::string> texts; // sorted, because global format specs are ordered by address
-    XLXComPtr<Element> element;
+    auto element = OutOf(&Enumerator::GetSingleNext);
     while (In([&] { return elements->GetSingleNext(element.Put()); }) == S_OK) {
         texts.push_back(Read(step, element.Get(), member));
     }
@@ -109,123 +122,89 @@ void XClientLife::AskForTypesAndRelations() {
 bool XClientLife::Start() {
     m_cache = LXMakeCache();
     m_factory = m_cache.As<ILXConfigFactory>();
-    std::vector<XLXComVariant> values;
-    values.push_back(XLXComVariant::FromUnknown(m_server.ConfigFactory().Get()));
-    values.push_back(XLXComVariant::FromUnknown(m_server.Query().Get()));
-    values.push_back(XLXComVariant::FromUnknown(m_server.DataUpdate().Get()));
-    values.push_back(XLXComVariant::FromBool(false));
-    values.push_back(XLXComVariant::FromBool(false));
-    values.push_back(XLXComVariant::FromI4(m_transferMode));
+    std::vector<XLXComVariant> values = LXArguments(m_server, m_transferMode);
     const auto client = m_cache.As<IDPFObject>();
-    Step("Initialize", [&] { return client->Initialize(static_cast<ULONG>(values.size()), &values.front().Get()); });
+    Step("Initialize", client.Get(), &IDPFObject::Initialize, static_cast<ULONG>(values.size()), &values.front().Get());
     return SUCCEEDED(m_steps["Initialize"].result);
 }
 
 void XClientLife::AskForTypes() {
-    All<ILXType, ILXTypeEnum>("GetTypeEnum", XProperty::TypeName,
-                              [&](auto out) { return m_factory->GetTypeEnum(nullptr, out); });
-    All<ILXType, ILXTypeEnum>("GetSearchableTypeEnum", XProperty::TypeName,
-                              [&](auto out) { return m_factory->GetSearchableTypeEnum(out); });
+    ILXConfigFactory* const factory = m_factory.Get();
+    All("GetTypeEnum", XProperty::TypeName, factory, &ILXConfigFactory::GetTypeEnum, nullptr);
+    All("GetSearchableTypeEnum", XProperty::TypeName, factory, &ILXConfigFactory::GetSearchableTypeEnum);
+    One("GetType(Unknown)", 0, factory, &ILXConfigFactory::GetType, B("Unknown").Get(), nullptr);
     const auto unknown = B("Unknown");
-    One<ILXType>("GetType(Unknown)", 0, [&](auto out) { return m_factory->GetType(unknown.Get(), nullptr, out); });
     BSTR names[] = {unknown.Get()};
-    Step("LoadTypesByTypeNames", [&] { return m_cache->LoadTypesByTypeNames(1, names, 1); });
+    Step("LoadTypesByTypeNames", m_cache.Get(), &ILXConfigFactoryCache::LoadTypesByTypeNames, 1, names, 1);
     for (const char* name : {"Equipment", "Pump"}) {
         const auto object = m_server.DataObject(name);
-        const auto type = One<ILXType>(std::string("GetCachedType(") + name + ")", XProperty::TypeName,
-                                       [&](auto out) { return m_cache->GetCachedType(object.Get(), nullptr, out); });
+        const auto type = One(std::string("GetCachedType(") + name + ")", XProperty::TypeName, m_cache.Get(),
+                              &ILXConfigFactoryCache::GetCachedType, object.Get(), nullptr);
         if (type) { AskType(std::string(name) + ".", type.Get()); }
     }
-    All<ILXBrowserId, ILXBrowserIdEnum>("GetBrowserIdEnum", 0,
-                                        [&](auto out) { return m_factory->GetBrowserIdEnum(out); });
+    All("GetBrowserIdEnum", 0, factory, &ILXConfigFactory::GetBrowserIdEnum);
 }
 
 void XClientLife::AskType(const std::string& prefix, ILXType* type) {
-    const auto progId = B("E.Pump");
-    const auto browser = B("Tree");
-    const auto any = B("");
-    const auto head = B("Head");
-    All<ILXPage, ILXPageEnum>(prefix + "GetPageEnum", XProperty::PageNumber,
-                              [&](auto out) { return type->GetPageEnum(out); });
-    One<ILXPage>(prefix + "GetPage", XProperty::PageNumber, [&](auto out) { return type->GetPage(1, out); });
+    All(prefix + "GetPageEnum", XProperty::PageNumber, type, &ILXType::GetPageEnum);
+    One(prefix + "GetPage", XProperty::PageNumber, type, &ILXType::GetPage, 1);
     AskGroups(prefix, type);
-    using Attributes = ILXAttributeEnum;
-    All<ILXAttribute, Attributes>(prefix + "GetAttributeEnum", 0,
-                                  [&](auto out) { return type->GetAttributeEnum(out); });
-    All<ILXAttribute, Attributes>(prefix + "GetGroupAttributeEnum", 0,
-                                  [&](auto out) { return type->GetGroupAttributeEnum(2, out); });
-    All<ILXAttribute, Attributes>(prefix + "GetDisplayAttributeEnum", 0,
-                                  [&](auto out) { return type->GetDisplayAttributeEnum(1, out); });
-    All<ILXAttribute, Attributes>(prefix + "GetDisplayGroupAttributeEnum", 0,
-                                  [&](auto out) { return type->GetDisplayGroupAttributeEnum(1, 2, out); });
-    All<ILXConfObjEditor, ILXConfObjEditorEnum>(prefix + "GetConfObjEditorEnum", XProperty::ProgId,
-                                                [&](auto out) { return type->GetConfObjEditorEnum(out); });
-    One<ILXConfObjEditor>(prefix + "GetConfObjEditor", XProperty::ProgId, [&](auto out) {
-        return type->GetConfObjEditor(progId.Get(), browser.Get(), any.Get(), out);
-    });
-    One<ILXConfObjEditor>(prefix + "GetDefaultEditor", XProperty::ProgId,
-                          [&](auto out) { return type->GetDefaultEditor(browser.Get(), out); });
-    const auto attribute = One<ILXAttribute>(prefix + "GetAttribute", XProperty::Label,
-                                             [&](auto out) { return type->GetAttribute(head.Get(), out); });
+    All(prefix + "GetAttributeEnum", 0, type, &ILXType::GetAttributeEnum);
+    All(prefix + "GetGroupAttributeEnum", 0, type, &ILXType::GetGroupAttributeEnum, 2);
+    All(prefix + "GetDisplayAttributeEnum", 0, type, &ILXType::GetDisplayAttributeEnum, 1);
+    All(prefix + "GetDisplayGroupAttributeEnum", 0, type, &ILXType::GetDisplayGroupAttributeEnum, 1, 2);
+    All(prefix + "GetConfObjEditorEnum", XProperty::ProgId, type, &ILXType::GetConfObjEditorEnum);
+    One(prefix + "GetConfObjEditor", XProperty::ProgId, type, &ILXType::GetConfObjEditor, B("E.Pump").Get(),
+        B("Tree").Get(), B("").Get());
+    One(prefix + "GetDefaultEditor", XProperty::ProgId, type, &ILXType::GetDefaultEditor, B("Tree").Get());
+    const auto attribute =
+        One(prefix + "GetAttribute", XProperty::Label, type, &ILXType::GetAttribute, B("Head").Get());
     if (attribute) { AskAttribute(prefix + "Head.", attribute.Get()); }
 }
 
 void XClientLife::AskGroups(const std::string& prefix, ILXType* type) {
-    const auto all = [&](const char* name, auto ask) {
-        All<ILXGroup, ILXGroupEnum>(prefix + name, XProperty::GroupNumber, ask);
-    };
-    all("GetGroupEnum", [&](auto out) { return type->GetGroupEnum(out); });
+    All(prefix + "GetGroupEnum", XProperty::GroupNumber, type, &ILXType::GetGroupEnum);
     XLXComPtr<ILXGroupEnum> serverGroups; // the server's own groups
-    Step(prefix + "GetToplevelGroupEnum", [&] { return type->GetToplevelGroupEnum(serverGroups.Put()); });
-    all("GetPageGroupEnum", [&](auto out) { return type->GetPageGroupEnum(1, out); });
-    const auto group =
-        One<ILXGroup>(prefix + "GetGroup", XProperty::GroupNumber, [&](auto out) { return type->GetGroup(7, out); });
+    Step(prefix + "GetToplevelGroupEnum", type, &ILXType::GetToplevelGroupEnum, serverGroups.Put());
+    All(prefix + "GetPageGroupEnum", XProperty::GroupNumber, type, &ILXType::GetPageGroupEnum, 1);
+    const auto group = One(prefix + "GetGroup", XProperty::GroupNumber, type, &ILXType::GetGroup, 7);
     if (group) {
-        One<ILXFormat>(prefix + "Group.GetFormat", 1, [&](auto out) { return group->GetFormat(out); });
-        all("Group.GetChildGroupEnum", [&](auto out) { return group->GetChildGroupEnum(out); });
+        One(prefix + "Group.GetFormat", 1, group.Get(), &ILXGroup::GetFormat);
+        All(prefix + "Group.GetChildGroupEnum", XProperty::GroupNumber, group.Get(), &ILXGroup::GetChildGroupEnum);
     }
 }
 
 void XClientLife::AskAttribute(const std::string& prefix, ILXAttribute* attribute) {
-    One<ILXFormat>(prefix + "GetFormat", 1, [&](auto out) { return attribute->GetFormat(1, out); });
-    One<ILXFormat>(prefix + "CreateFormat", 1, [&](auto out) { return attribute->CreateFormat(5, out); });
-    Step(prefix + "DeleteFormat", [&] { return attribute->DeleteFormat(5); });
-    All<ILXAttributeType, ILXAttributeTypeEnum>(prefix + "GetAttributeTypeEnum", XProperty::AttributeTypeName,
-                                                [&](auto out) { return attribute->GetAttributeTypeEnum(out); });
+    One(prefix + "GetFormat", 1, attribute, &ILXAttribute::GetFormat, 1);
+    One(prefix + "CreateFormat", 1, attribute, &ILXAttribute::CreateFormat, 5);
+    Step(prefix + "DeleteFormat", attribute, &ILXAttribute::DeleteFormat, 5);
+    All(prefix + "GetAttributeTypeEnum", XProperty::AttributeTypeName, attribute, &ILXAttribute::GetAttributeTypeEnum);
 }
 
 void XClientLife::AskForRelations() {
     const auto equipment = m_server.StoredObject("e");
     const auto pump = m_server.StoredObject("p");
     const auto relationship = m_server.StoredObject("rel");
-    const auto parent = B("Equipment");
-    const auto child = B("Pump");
-    const auto browser = B("Tree");
-    const auto list = B("parts");
-    const auto empty = B("");
-    const auto all = [&](const char* name, auto ask) {
-        All<ILXParentChild, ILXParentChildEnum>(name, XProperty::ChildName, ask);
+    const auto all = [&](const char* name, auto method, auto... arguments) {
+        All(name, XProperty::ChildName, m_cache.Get(), method, arguments...);
     };
-    all("GetPCEnum",
-        [&](auto out) { return m_cache->GetPCEnum(equipment.Get(), nullptr, nullptr, browser.Get(), 0, out); });
-    all("GetPCEnum2(plan types)",
-        [&](auto out) { return m_cache->GetPCEnum2(pump.Get(), nullptr, empty.Get(), 2, out); });
-    all("GetPCEnumAll", [&](auto out) { return m_cache->GetPCEnumAll(nullptr, parent.Get(), empty.Get(), 0, out); });
-    all("GetPPRRelationsEnum", [&](auto out) { return m_cache->GetPPRRelationsEnum(parent.Get(), nullptr, out); });
-    all("GetPossiblePPRRelationsByDO",
-        [&](auto out) { return m_cache->GetPossiblePPRRelationsByDO(equipment.Get(), pump.Get(), nullptr, out); });
-    all("GetParentChildEnum", [&](auto out) { return m_factory->GetParentChildEnum(empty.Get(), nullptr, out); });
-    Step("PPRRelationExists", [&] { return m_cache->PPRRelationExists(parent.Get(), child.Get(), nullptr, 1); });
-    One<ILXParentChild>("GetSinglePCRelationByDO", XProperty::ChildName, [&](auto out) {
-        return m_cache->GetSinglePCRelationByDO(equipment.Get(), relationship.Get(), out);
-    });
-    const auto relation = One<ILXParentChild>("GetSinglePCRelation", XProperty::ChildName, [&](auto out) {
-        return m_cache->GetSinglePCRelation(parent.Get(), child.Get(), nullptr, list.Get(), out);
-    });
+    using Cache = ILXConfigFactoryCache;
+    all("GetPCEnum", &Cache::GetPCEnum, equipment.Get(), nullptr, nullptr, B("Tree").Get(), 0);
+    all("GetPCEnum2(plan types)", &Cache::GetPCEnum2, pump.Get(), nullptr, B("").Get(), 2);
+    all("GetPCEnumAll", &Cache::GetPCEnumAll, nullptr, B("Equipment").Get(), B("").Get(), 0);
+    all("GetPPRRelationsEnum", &Cache::GetPPRRelationsEnum, B("Equipment").Get(), nullptr);
+    all("GetPossiblePPRRelationsByDO", &Cache::GetPossiblePPRRelationsByDO, equipment.Get(), pump.Get(), nullptr);
+    All("GetParentChildEnum", XProperty::ChildName, m_factory.Get(), &ILXConfigFactory::GetParentChildEnum, B("").Get(),
+        nullptr);
+    Step("PPRRelationExists", m_cache.Get(), &Cache::PPRRelationExists, B("Equipment").Get(), B("Pump").Get(), nullptr,
+         1);
+    One("GetSinglePCRelationByDO", XProperty::ChildName, m_cache.Get(), &Cache::GetSinglePCRelationByDO,
+        equipment.Get(), relationship.Get());
+    const auto relation = One("GetSinglePCRelation", XProperty::ChildName, m_cache.Get(), &Cache::GetSinglePCRelation,
+                              B("Equipment").Get(), B("Pump").Get(), nullptr, B("parts").Get());
     if (relation) {
-        All<ILXPCInfo, ILXPCInfoEnum>("Relation.GetPCInfoEnum", 1,
-                                      [&](auto out) { return relation->GetPCInfoEnum(out); });
-        One<ILXPCInfo>("Relation.GetPCInfo", 1, [&](auto out) { return relation->GetPCInfo(browser.Get(), out); });
+        All("Relation.GetPCInfoEnum", 1, relation.Get(), &ILXParentChild::GetPCInfoEnum);
+        One("Relation.GetPCInfo", 1, relation.Get(), &ILXParentChild::GetPCInfo, B("Tree").Get());
     }
 }
 
@@ -233,34 +212,33 @@ void XClientLife::AskForDerivedTypes() {
     const auto item = B("Item");
     const auto pump = B("Pump");
     const auto object = m_server.StoredObject("p");
-    Step("IsPlantype", [&] { return m_cache->IsPlantype(object.Get()); });
+    using Cache = ILXConfigFactoryCache;
+    Step("IsPlantype", m_cache.Get(), &Cache::IsPlantype, object.Get());
     BSTR names[] = {item.Get(), pump.Get()};
     LONG flags[2] = {};
-    Step("CheckTypeDerivesFrom", [&] { return m_cache->CheckTypeDerivesFrom(pump.Get(), 2, names, flags); });
-    m_steps["CheckTypeDerivesFrom"].answer = std::to_string(flags[0]) + std::to_string(flags[1]);
+    Step("CheckTypeDerivesFrom", m_cache.Get(), &Cache::CheckTypeDerivesFrom, pump.Get(), 2, names, flags).answer =
+        std::to_string(flags[0]) + std::to_string(flags[1]);
     LONG count = 0;
     BSTR* derived = nullptr;
-    Step("GetAllDerivedTypes", [&] { return m_cache->GetAllDerivedTypes(item.Get(), &count, &derived); });
+    XLifeStep& step =
+        Step("GetAllDerivedTypes", m_cache.Get(), &Cache::GetAllDerivedTypes, item.Get(), &count, &derived);
     for (LONG i = 0; i < count; ++i) {
-        m_steps["GetAllDerivedTypes"].answer += LXNarrow(LXBstrView(derived[i])) + " ";
+        step.answer += LXNarrow(LXBstrView(derived[i])) + " ";
         SysFreeString(derived[i]);
     }
     CoTaskMemFree(derived);
 }
 
 void XClientLife::AskForSpecs() {
-    const auto area = B("Area");
-    All<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
-        "GetAllGlobalAttributeFormatSpecs", 0,
-        [&](auto out) { return m_factory->GetAllGlobalAttributeFormatSpecs(out); });
+    ILXConfigFactory* const factory = m_factory.Get();
+    All("GetAllGlobalAttributeFormatSpecs", 0, factory, &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
     XLXComPtr<ILXGlobalAttributeFormatSpec> serverSpec;
-    Step("CreateGlobalAttributeFormatSpec",
-         [&] { return m_factory->CreateGlobalAttributeFormatSpec(serverSpec.Put()); });
-    Step("RemoveGlobalAttributeFormatSpecByID",
-         [&] { return m_factory->RemoveGlobalAttributeFormatSpecByID(area.Get()); });
-    All<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
-        "GetAllGlobalAttributeFormatSpecs(after removal)", 0,
-        [&](auto out) { return m_factory->GetAllGlobalAttributeFormatSpecs(out); });
+    Step("CreateGlobalAttributeFormatSpec", factory, &ILXConfigFactory::CreateGlobalAttributeFormatSpec,
+         serverSpec.Put());
+    Step("RemoveGlobalAttributeFormatSpecByID", factory, &ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID,
+         B("Area").Get());
+    All("GetAllGlobalAttributeFormatSpecs(after removal)", 0, factory,
+        &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
 }
 
 // The step calls DataObjectChanged itself, so that the call is recorded; the edits send no notifications.
@@ -268,14 +246,13 @@ void XClientLife::Change() {
     m_server.Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift", XNotify::No);
     m_server.Edit().AddType("Valve", "Item", XNotify::No);
     const auto update = m_cache.As<ILXCallbackUpdate>();
-    const auto id = B("objects/x/0/1");
-    const auto kind = B("cfc_specific");
-    Step("DataObjectChanged", [&] { return update->DataObjectChanged(id.Get(), kind.Get(), 0, 1, 0, nullptr); });
+    Step("DataObjectChanged", update.Get(), &ILXCallbackUpdate::DataObjectChanged, B("objects/x/0/1").Get(),
+         B("cfc_specific").Get(), 0u, 1u, 0u, nullptr);
 }
 
 void XClientLife::End() {
     const auto client = m_cache.As<IDPFObject>();
-    Step("Terminate", [&] { return client->Terminate(); });
+    Step("Terminate", client.Get(), &IDPFObject::Terminate);
     m_factory.Reset();
     m_cache.Reset();
 }

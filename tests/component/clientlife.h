@@ -35,9 +35,14 @@ private:
     XLifeStep& Note(const std::string& name, HRESULT result);
     std::string Read(XLifeStep& step, ILXConfigObject* object, int member);
 
-    template <class Ask> void Step(const std::string& name, Ask&& ask);
-    template <class Object, class Ask> XLXComPtr<Object> One(const std::string& name, int member, Ask&& ask);
-    template <class Element, class Enumerator, class Ask> void All(const std::string& name, int member, Ask&& ask);
+    /// Calls a method; One also reads a property of the object, All of all elements, that the method hands out through
+    /// its last parameter.
+    template <class Face, class Method, class... Arguments>
+    XLifeStep& Step(const std::string& name, Face* face, Method method, Arguments... arguments);
+    template <class Face, class Method, class... Arguments>
+    auto One(const std::string& name, int member, Face* face, Method method, Arguments... arguments);
+    template <class Face, class Method, class... Arguments>
+    void All(const std::string& name, int member, Face* face, Method method, Arguments... arguments);
 
     bool Start();
     void AskForTypes();

@@ -2,7 +2,6 @@
 //
 // Obtains the cache like a program: registers the module and activates the class.
 #include "cachefixture.h"
-#include "clientlife.h"
 #include "lxtestrunner.h"
 #include "modulefile.h"
 
@@ -36,29 +35,3 @@ testing::Environment* const g_registered = testing::AddGlobalTestEnvironment(new
 const LXLiveCounter g_serverObjects("objects of the sample server",
                                     [] { return XSampleServer::LiveObjectsOfAllServers(); });
 } // namespace
-
-class Activated : public CacheTest {
-protected:
-    Activated() : CacheTest(LXLifeModel()) {}
-};
-
-TEST_F(Activated, WhatIsHeldKeepsTheModuleAfterTheManagerIsGone) {
-    const ModuleFile module;
-    ASSERT_EQ(Start(15, true), S_OK);
-    XLXComPtr<ILXTypeEnum> types;
-    XLXComPtr<ILXParentChildEnum> relations;
-    XLXComPtr<ILXParentChild> ofAPlanType;
-    ASSERT_EQ(Factory()->GetTypeEnum(nullptr, types.Put()), S_OK);
-    ASSERT_EQ(m_cache->GetPCEnum2(nullptr, XLXComBSTR(OLESTR("Pump")).Get(), nullptr, 2, relations.Put()), S_OK);
-    while (relations->GetSingleNext(ofAPlanType.Put()) == S_OK && ofAPlanType.As<ILXCallbackUpdate>()) {}
-    relations.Reset();
-    Terminate();
-    m_cache.Reset();
-    EXPECT_EQ(module.CanUnloadNow(), S_FALSE);
-    types.Reset();
-    ASSERT_TRUE(ofAPlanType);
-    EXPECT_EQ(module.CanUnloadNow(), S_FALSE) << "a relation of a plan type, of which nobody counts the references";
-    EXPECT_EQ(LXRead(ofAPlanType.Get(), XProperty::ParentName), OLESTR("Pump"));
-    ofAPlanType.Reset();
-    EXPECT_EQ(module.CanUnloadNow(), S_OK);
-}

@@ -5,7 +5,6 @@
 #include "XRandomEdits.h"
 #include "cachefixture.h"
 
-#include <future>
 #include <random>
 
 namespace {
@@ -27,17 +26,15 @@ public:
         while (attributes && attributes->GetSingleNext(attribute.Put()) == S_OK) {
             Attribute(attribute.Get());
         }
-        Elements<ILXPage>("page", 7, &ILXType::GetPageEnum, type);
-        Elements<ILXConfObjEditor>("editor", 5, &ILXType::GetConfObjEditorEnum, type);
-        XLXComPtr<ILXGroupEnum> groups;
-        type->GetGroupEnum(groups.Put());
-        XLXComPtr<ILXGroup> group;
-        while (groups && groups->GetSingleNext(group.Put()) == S_OK) {
-            Object("group", group.Get(), 16);
+        ForEach<ILXPage>(type, &ILXType::GetPageEnum, [&](ILXPage* page) { Object("page", page, 7); });
+        ForEach<ILXConfObjEditor>(type, &ILXType::GetConfObjEditorEnum,
+                                  [&](ILXConfObjEditor* editor) { Object("editor", editor, 5); });
+        ForEach<ILXGroup>(type, &ILXType::GetGroupEnum, [&](ILXGroup* group) {
+            Object("group", group, 16);
             XLXComPtr<ILXGroupEnum> children;
             group->GetChildGroupEnum(children.Put());
             Names("child groups", LXReadAll<ILXGroup>(children, XProperty::GroupNumber));
-        }
+        });
         for (const LONG mask : {0, 1, 2, 4, 1 | 2 | 8}) {
             XLXComPtr<ILXAttributeEnum> shown;
             type->GetDisplayAttributeEnum(mask, shown.Put());
@@ -76,13 +73,12 @@ private:
         }
     }
     template <class Element, class Enumerator>
-    void Elements(const char* what, int members, HRESULT (STDMETHODCALLTYPE ILXType::*list)(Enumerator**),
-                  ILXType* type) {
+    static void ForEach(ILXType* type, HRESULT (STDMETHODCALLTYPE ILXType::*list)(Enumerator**), auto use) {
         XLXComPtr<Enumerator> elements;
         (type->*list)(elements.Put());
         XLXComPtr<Element> element;
         while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
-            Object(what, element.Get(), members);
+            use(element.Get());
         }
     }
 
@@ -175,21 +171,10 @@ protected:
 
 TEST_P(Discarding, EveryCallIsOvertakenByANotificationThatInvalidatesEverything) {
     ASSERT_EQ(Start(), S_OK);
-    std::atomic<bool> inside{false};
-    Calls().SetHook([&](const XServerCall& call) {
-        if (call.point != XCallPoint::Answer || inside.exchange(true)) { return; }
-        const auto send = [&] { m_server->SendNotification("objects/everything/0/1"); };
-        if (GetParam()) {
-            std::async(std::launch::async, send).get();
-        } else {
-            send();
-        }
-        inside.store(false);
-    });
+    Discard(GetParam());
     ExpectAgreement();
     Edit().AddAttribute("Type00000", "Late");
     ExpectAgreement();
-    Calls().SetHook({});
     Terminate();
 }
 

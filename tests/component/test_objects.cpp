@@ -13,17 +13,6 @@ protected:
         EXPECT_EQ(Attribute("Pump", "Head")->GetFormat(type, format.Put()), expected);
         return format;
     }
-    std::vector<std::string> AttributeTypes() {
-        return LXList<ILXAttributeType, ILXAttributeTypeEnum>(XProperty::AttributeTypeName, [&](auto out) {
-            return Attribute("Pump", "Head")->GetAttributeTypeEnum(out);
-        });
-    }
-    static HRESULT Notify(IUnknown* object, const char* dataId) {
-        const XLXComBSTR id(XLXText(XLXFormat() << dataId));
-        const XLXComBSTR type(OLESTR("cfc_specific"));
-        return XLXComPtr<IUnknown>(object).As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), type.Get(), 0, 0, 0,
-                                                                                      nullptr);
-    }
 };
 
 TEST_F(Objects, AnswerOneCallThenFromTheStore) {
@@ -48,7 +37,6 @@ TEST_F(Objects, RefuseWhatTheyCannotAnswer) {
     EXPECT_EQ(page->GetProperty(-1, value.Put()), E_INVALIDARG);
     EXPECT_EQ(page->SetProperty(1000, value.Get()), E_INVALIDARG);
     EXPECT_EQ(page->Get(XLXComBSTR(OLESTR("no such name")).Get(), value.Put()), E_INVALIDARG);
-    EXPECT_EQ(page->GetProperty(0, nullptr), E_POINTER);
     EXPECT_FALSE(page.As<ILXCallback>());
     EXPECT_FALSE(page.As<ISupportErrorInfo>());
 }
@@ -111,16 +99,19 @@ TEST_F(Objects, AGroupHasOneFormat) {
 }
 
 TEST_F(Objects, AttributeTypesComeWithTheirAttributeOrInBatches) {
-    ExpectCalls(0, [&] { EXPECT_EQ(AttributeTypes(), (std::vector<std::string>{"Feet", "Metres"})); });
+    const auto head = Attribute("Pump", "Head");
+    const auto types = [&] {
+        return LXList<ILXAttributeType, ILXAttributeTypeEnum>(
+            XProperty::AttributeTypeName, [&](auto out) { return head->GetAttributeTypeEnum(out); });
+    };
+    ExpectCalls(0, [&] { EXPECT_EQ(types(), (std::vector<std::string>{"Feet", "Metres"})); });
     for (int i = 0; i < 120; ++i) {
         Edit().AddAttributeType("Pump", "Head", "T" + std::to_string(1000 + i), XNotify::No);
     }
-    EXPECT_EQ(Notify(Attribute("Pump", "Head").Get(), "objects/x/0/1024"), S_OK); // only the attribute types
+    m_server->SendNotification("objects/x/0/1024"); // only the attribute types
     const XCallCounts before = Calls().Counts();
-    EXPECT_EQ(AttributeTypes().size(), 122u);
+    EXPECT_EQ(types().size(), 122u);
     EXPECT_EQ(Calls().Counts().Since(before).Of("ILXAttributeTypeEnum::RemNext"), 2u);
-    XLXComPtr<ILXAttributeTypeEnum> none;
-    EXPECT_EQ(Attribute("Item", "Weight")->GetAttributeTypeEnum(none.Put()), S_FALSE);
     EXPECT_EQ(Attribute("Item", "Weight")->GetAttributeTypeEnum(nullptr), E_POINTER);
     EXPECT_FALSE(LXErrorInformation::Take().present);
 }

@@ -12,14 +12,19 @@ protected:
         return m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
                                    m_server->DataUpdate().Get());
     }
-    HRESULT StartNamed(const std::vector<std::pair<const OLECHAR*, IUnknown*>>& objects) {
+    struct Named {
+        const OLECHAR* name;
+        IUnknown* object;
+        VARTYPE type = VT_UNKNOWN;
+    };
+    HRESULT StartNamed(const std::vector<Named>& objects) {
         std::vector<XLXComBSTR> names;
         std::vector<tagLXNamedValue> values;
-        for (const auto& [name, object] : objects) {
+        for (const auto& [name, object, type] : objects) {
             names.emplace_back(XLXTextView(name));
             tagLXNamedValue value = {};
             value.bstrName = names.back().Get();
-            V_VT(&value.varValue) = VT_UNKNOWN;
+            V_VT(&value.varValue) = type;
             V_UNKNOWN(&value.varValue) = object;
             values.push_back(value);
         }
@@ -76,67 +81,32 @@ TEST_F(ServerMode, NotificationsArriveWithoutTranslation) {
     Terminate();
 }
 
-TEST_F(ServerMode, AttributesLoadedThroughAFormerServerObjectAreStale) {
-    ASSERT_EQ(StartInServer(), S_OK);
-    const auto document = Type("Document");
-    const auto attributes = [&] {
-        return LXList<ILXAttribute, ILXAttributeEnum>(XProperty::AttributeName,
-                                                      [&](auto out) { return document->GetAttributeEnum(out); });
-    };
-    EXPECT_EQ(attributes(), std::vector<std::string>{"Title"});
-    Edit().RemoveType("Document", XNotify::No);
-    Edit().AddType("Document", "", XNotify::No);
-    Edit().AddAttribute("Document", "Author", 0, XNotify::No);
-    m_server->SendNotification("objects/Document/0/2");
-    attributes(); // the types have not been reloaded, so the old server object is asked
-    EXPECT_EQ(Type("Document"), document);
-    EXPECT_EQ(attributes(), std::vector<std::string>{"Author"});
-    Terminate();
-}
-
-TEST_F(ServerMode, EntryPointTakesExactlyThreeNamedObjects) {
-    IUnknown* const factory = m_server->ConfigFactory().Get();
-    const auto keepFactory = m_server->ConfigFactory();
-    const auto query = m_server->Query();
-    const auto update = m_server->DataUpdate();
-    EXPECT_EQ(StartNamed({{OLESTR("Configfactory"), factory}, {OLESTR("UpdateMng"), update.Get()}}), E_INVALIDARG);
-    EXPECT_EQ(StartNamed({{OLESTR("configfactory"), factory},
-                          {OLESTR("UpdateMng"), update.Get()},
-                          {OLESTR("QueryEngine"), query.Get()}}),
-              E_INVALIDARG);
-    EXPECT_EQ(StartNamed({{OLESTR("Configfactory"), query.Get()},
-                          {OLESTR("UpdateMng"), update.Get()},
-                          {OLESTR("QueryEngine"), query.Get()}}),
-              E_INVALIDARG);
-    ASSERT_EQ(StartNamed({{OLESTR("UpdateMng"), update.Get()},
-                          {OLESTR("QueryEngine"), query.Get()},
-                          {OLESTR("Configfactory"), keepFactory.Get()}}),
-              S_OK);
-    EXPECT_EQ(LXRead(Type("Pump").Get(), 0), OLESTR("Pump"));
-    EXPECT_EQ(Start(), E_FAIL); // client mode is refused after server mode
-    Terminate();
-}
-
-TEST_F(ServerMode, TheQueryMayBeLeftOutByName) {
-    const auto factory = m_server->ConfigFactory();
-    const auto update = m_server->DataUpdate();
+TEST_F(ServerMode, TheEntryPointTakesThreeNamedObjectsOfWhichTheQueryMayBeMissing) {
+    const auto configFactory = m_server->ConfigFactory();
+    const auto dataUpdate = m_server->DataUpdate();
+    const auto queryEngine = m_server->Query();
+    const Named factory{OLESTR("Configfactory"), configFactory.Get()};
+    const Named update{OLESTR("UpdateMng"), dataUpdate.Get()};
+    const Named query{OLESTR("QueryEngine"), queryEngine.Get()};
+    const auto without = [](const Named& named, VARTYPE type) { return Named{named.name, nullptr, type}; };
+    std::vector<std::pair<std::vector<Named>, HRESULT>> cases{
+        {{factory, update}, E_INVALIDARG},
+        {{{OLESTR("configfactory"), configFactory.Get()}, update, query}, E_INVALIDARG},
+        {{{OLESTR("Configfactory"), queryEngine.Get()}, update, query}, E_INVALIDARG},
+        {{update, query, factory}, S_OK}};
     for (const VARTYPE type : {VT_UNKNOWN, VT_EMPTY}) {
-        const XLXComBSTR names[] = {XLXComBSTR(OLESTR("Configfactory")), XLXComBSTR(OLESTR("QueryEngine")),
-                                    XLXComBSTR(OLESTR("UpdateMng"))};
-        const XLXComVariant objects[] = {XLXComVariant::FromUnknown(factory.Get()), XLXComVariant(),
-                                         XLXComVariant::FromUnknown(update.Get())};
-        for (const std::size_t left : {1u, 0u, 2u}) {
-            tagLXNamedValue values[3] = {};
-            for (std::size_t i = 0; i < 3; ++i) {
-                values[i] = {names[i].Get(), objects[i].Get()};
-            }
-            V_VT(&values[left].varValue) = type;
-            V_UNKNOWN(&values[left].varValue) = nullptr;
-            V_VT(&values[1].varValue) = type;
-            m_cache = LXMakeCache();
-            EXPECT_EQ(m_cache.As<ILXServerEntryPoint>()->InitializeNamed(3, values), left == 1 ? S_OK : E_INVALIDARG);
-            EXPECT_EQ(m_server->Clients().size(), left == 1 ? 1u : 0u);
-            Terminate();
+        cases.push_back({{factory, without(query, type), update}, S_OK});
+        cases.push_back({{without(factory, type), query, update}, E_INVALIDARG});
+        cases.push_back({{factory, query, without(update, type)}, E_INVALIDARG});
+    }
+    for (const auto& [values, expected] : cases) {
+        m_cache = LXMakeCache();
+        EXPECT_EQ(StartNamed(values), expected);
+        EXPECT_EQ(m_server->Clients().size(), expected == S_OK ? 1u : 0u);
+        if (expected == S_OK) {
+            EXPECT_EQ(LXRead(Type("Pump").Get(), 0), OLESTR("Pump"));
+            EXPECT_EQ(Start(), E_FAIL); // client mode is refused after server mode
         }
+        Terminate();
     }
 }

@@ -55,9 +55,7 @@ TEST_F(Types, BaseTypeIsLinkedAndShown) {
     const auto pump = Type("Pump");
     XLXComVariant base;
     ASSERT_EQ(pump->GetProperty(27, base.Put()), S_OK);
-    ASSERT_NE(base.AsUnknown(), nullptr);
-    XLXComPtr<ILXType> shown = XLXComPtr<IUnknown>(base.AsUnknown()).As<ILXType>();
-    EXPECT_EQ(shown, Type("Equipment"));
+    EXPECT_EQ(XLXComPtr<IUnknown>(base.AsUnknown()).As<ILXType>(), Type("Equipment"));
     XLXComVariant byName;
     EXPECT_EQ(pump->Get(XLXComBSTR(OLESTR("LXCFG_basetype")).Get(), byName.Put()), S_OK);
     EXPECT_EQ(byName.AsUnknown(), base.AsUnknown());
@@ -66,21 +64,13 @@ TEST_F(Types, BaseTypeIsLinkedAndShown) {
 TEST_F(Types, WhatCallersHoldStaysCurrentAcrossARefill) {
     const auto pump = Type("Pump");
     const auto head = Attribute("Pump", "Head");
-    const auto name = Attribute("Pump", "Name");
     const auto group = Group("Item", 3);
-    Edit().SetTypeProperty("Pump", XProperty::TypeLabel, "Rotating pump");
-    EXPECT_EQ(LXRead(pump.Get(), XProperty::TypeLabel), OLESTR("Rotating pump"));
-
     EXPECT_EQ(Edit().AddType("Valve", "Equipment").result, S_OK); // all types are reloaded
     EXPECT_EQ(pump, Type("Pump"));
     EXPECT_EQ(head, Attribute("Pump", "Head"));
     EXPECT_EQ(group, Group("Item", 3));
-    Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift");
-    Edit().SetAttributeProperty("Item", "Name", XProperty::Label, "Tag");
-    Edit().SetGroupProperty("Item", 3, XProperty::GroupLabel, "Rest");
-    EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("Lift"));
-    EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Tag"));
-    EXPECT_EQ(LXRead(group.Get(), XProperty::GroupLabel), OLESTR("Rest"));
+    Edit().SetTypeProperty("Pump", XProperty::TypeLabel, "Rotating pump");
+    EXPECT_EQ(LXRead(pump.Get(), XProperty::TypeLabel), OLESTR("Rotating pump"));
 }
 
 TEST_F(Types, LoadsNamedTypesWithTheirBasesInOneCall) {
@@ -124,31 +114,26 @@ TEST_F(Types, ServerFailuresReachTheCallerAndAreNotKept) {
 
 // Whichever type is linked first, an old link that is yet to be replaced seems to close a circle with the new one.
 TEST_F(Types, BasesThatChangePlacesAreAllLinkedAnew) {
-    Edit().Change(
-        [](XServerModel& model) {
-            model.AddType("A", "Item").AddAttribute("OfA");
-            model.AddType("B", "A").AddAttribute("OfB");
-            model.AddType("C", "B").AddAttribute("OfC");
-        },
-        "objects/A/0/2");
+    using Bases = std::vector<std::pair<const char*, const char*>>;
+    for (const auto& [name, base] : Bases{{"A", "Item"}, {"B", "A"}, {"C", "B"}}) {
+        Edit().AddType(name, base);
+        Edit().AddAttribute(name, std::string("Of") + name);
+    }
     const auto has = [this](const char* type, const OLECHAR* attribute) {
         XLXComPtr<ILXAttribute> found;
         return Type(type)->GetAttribute(XLXComBSTR(attribute).Get(), found.Put()) == S_OK;
     };
     EXPECT_TRUE(has("C", OLESTR("OfA")) && has("C", OLESTR("OfB")));
-    const auto setBases = [this](std::map<XLXText, const char*> bases) {
-        Edit().Change(
-            [&](XServerModel& model) {
-                for (const auto& [name, base] : bases) {
-                    model.types.at(name)->properties.Set(XProperty::BaseTypeName, base);
-                }
-            },
-            "objects/A/0/2");
+    const auto setBases = [this](const Bases& bases) {
+        for (const auto& [name, base] : bases) {
+            Edit().SetTypeProperty(name, XProperty::BaseTypeName, base, XNotify::No);
+        }
+        m_server->SendNotification("objects/A/0/2");
     };
-    setBases({{OLESTR("C"), "Item"}, {OLESTR("B"), "C"}, {OLESTR("A"), "B"}});
+    setBases({{"C", "Item"}, {"B", "C"}, {"A", "B"}});
     EXPECT_TRUE(has("A", OLESTR("OfB")) && has("A", OLESTR("OfC")) && has("A", OLESTR("Name")));
     EXPECT_FALSE(has("C", OLESTR("OfA")) || has("C", OLESTR("OfB")));
-    setBases({{OLESTR("A"), "Item"}, {OLESTR("B"), "A"}, {OLESTR("C"), "B"}});
+    setBases({{"A", "Item"}, {"B", "A"}, {"C", "B"}});
     EXPECT_TRUE(has("C", OLESTR("OfA")) && has("C", OLESTR("OfB")) && has("C", OLESTR("Name")));
 }
 

@@ -24,8 +24,6 @@ public:
     ModuleFile(const ModuleFile&) = delete;
     ModuleFile& operator=(const ModuleFile&) = delete;
 
-    HMODULE Handle() const { return m_handle; }
-
     HRESULT CanUnloadNow() const { return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow")(); }
     HRESULT RegisterServer() const { return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllRegisterServer")(); }
     HRESULT UnregisterServer() const { return Function<HRESULT(STDMETHODCALLTYPE*)()>("DllUnregisterServer")(); }

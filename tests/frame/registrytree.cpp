@@ -19,22 +19,32 @@ struct OpenKey {
 
 constexpr DWORD LongestText = 1024;
 
-/// The names of a key's values.
-std::vector<XLXText> ValueNames(const OpenKey& open) {
-#ifdef _WIN32
+/// All names that a function enumerates.
+template <class Enumerate> std::vector<XLXText> Names(Enumerate&& enumerate) {
     std::vector<XLXText> names;
     OLECHAR name[LongestText] = {};
     DWORD length = LongestText;
-    while (RegEnumValueW(open.key, static_cast<DWORD>(names.size()), name, &length, nullptr, nullptr, nullptr,
-                         nullptr) == ERROR_SUCCESS) {
+    while (enumerate(static_cast<DWORD>(names.size()), name, &length) == ERROR_SUCCESS) {
         names.emplace_back(name, length);
         length = LongestText;
     }
     return names;
+}
+
+std::vector<XLXText> ValueNames([[maybe_unused]] const OpenKey& open) {
+#ifdef _WIN32
+    return Names([&](DWORD i, OLECHAR* name, DWORD* length) {
+        return RegEnumValueW(open.key, i, name, length, nullptr, nullptr, nullptr, nullptr);
+    });
 #else
-    (void)open; // this platform cannot list values: these are those of the script
-    return {XLXText(), OLESTR("ThreadingModel")};
+    return {XLXText(), OLESTR("ThreadingModel")}; // this platform cannot list values: these are those of the script
 #endif
+}
+
+std::vector<XLXText> SubkeyNames(const OpenKey& open) {
+    return Names([&](DWORD i, OLECHAR* name, DWORD* length) {
+        return RegEnumKeyExW(open.key, i, name, length, nullptr, nullptr, nullptr, nullptr);
+    });
 }
 
 void AddValues(const OpenKey& open, const std::string& path, std::vector<std::string>& lines) {
@@ -46,8 +56,8 @@ void AddValues(const OpenKey& open, const std::string& path, std::vector<std::st
             ERROR_SUCCESS) {
             const bool isText = type == REG_SZ && bytes >= sizeof(OLECHAR);
             lines.push_back(
-                path + "|" + Narrow(name) + "=" +
-                (isText ? Narrow(XLXTextView(text, bytes / sizeof(OLECHAR) - 1)) : "type " + std::to_string(type)));
+                path + "|" + LXNarrow(name) + "=" +
+                (isText ? LXNarrow(XLXTextView(text, bytes / sizeof(OLECHAR) - 1)) : "type " + std::to_string(type)));
         }
     }
 }
@@ -57,11 +67,8 @@ void Add(const std::string& path, std::vector<std::string>& lines) {
     if (open.key == nullptr) { return; }
     lines.push_back(path);
     AddValues(open, path, lines);
-    for (DWORD i = 0;; ++i) {
-        OLECHAR name[LongestText] = {};
-        DWORD length = LongestText;
-        if (RegEnumKeyExW(open.key, i, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) { return; }
-        Add(path + "\\" + Narrow(name), lines);
+    for (const XLXText& name : SubkeyNames(open)) {
+        Add(path + "\\" + LXNarrow(name), lines);
     }
 }
 } // namespace
@@ -73,19 +80,7 @@ std::vector<std::string> RegistryTree(const std::string& path) {
     return lines;
 }
 
-bool RegistryHas(const std::string& path) { return OpenKey(path).key != nullptr; }
-
-unsigned RegistrySubkeys(const std::string& path) {
-    const OpenKey open(path);
-    OLECHAR name[LongestText] = {};
-    DWORD length = LongestText;
-    unsigned subkeys = 0;
-    while (RegEnumKeyExW(open.key, subkeys, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS) {
-        ++subkeys;
-        length = LongestText;
-    }
-    return subkeys;
-}
+std::size_t RegistrySubkeys(const std::string& path) { return SubkeyNames(OpenKey(path)).size(); }
 
 void RegistryCreate(const std::string& path, DWORD options) {
     HKEY key = nullptr;
@@ -97,10 +92,3 @@ void RegistryCreate(const std::string& path, DWORD options) {
 void RegistryDelete(const std::string& path) { RegDeleteTreeW(HKEY_CLASSES_ROOT, Wide(path).c_str()); }
 
 XLXText Wide(const std::string& ascii) { return XLXText(ascii.begin(), ascii.end()); }
-
-std::string Narrow(XLXTextView text) {
-    std::string narrow;
-    std::transform(text.begin(), text.end(), std::back_inserter(narrow),
-                   [](OLECHAR c) { return c < 0x80 ? static_cast<char>(c) : '?'; });
-    return narrow;
-}

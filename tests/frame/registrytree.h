@@ -5,6 +5,7 @@
 #define REGISTRYTREE_H
 
 #include "XLXError.h"
+#include "testtexts.h"
 
 #include <string>
 #include <vector>
@@ -13,16 +14,13 @@
 /// type). Empty if the key does not exist.
 std::vector<std::string> RegistryTree(const std::string& path);
 
-bool RegistryHas(const std::string& path);
-
 /// The number of keys directly below a key.
-unsigned RegistrySubkeys(const std::string& path);
+std::size_t RegistrySubkeys(const std::string& path);
 
 /// Creates an empty key.
 void RegistryCreate(const std::string& path, DWORD options = REG_OPTION_NON_VOLATILE);
 void RegistryDelete(const std::string& path);
 
 XLXText Wide(const std::string& ascii);
-std::string Narrow(XLXTextView text);
 
 #endif

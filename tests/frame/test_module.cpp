@@ -52,6 +52,12 @@ TEST_F(Module, HandsOutOneFactoryAndNoOther) {
     EXPECT_EQ(File().GetClassObject(CLSID_XCfgCacheCallback, IID_IClassFactory, nullptr), E_POINTER);
 }
 
+TEST_F(Module, CreatesNothingThatItCannotHandOut) {
+    void* out = &out;
+    EXPECT_EQ(File().Factory()->CreateInstance(nullptr, IID_IClassFactory, &out), E_NOINTERFACE);
+    EXPECT_EQ(out, nullptr);
+}
+
 TEST_F(Module, StaysWhileItsFactoryIsHeld) {
     EXPECT_EQ(File().CanUnloadNow(), S_OK);
     IClassFactory* const factory = File().Factory().Detach();

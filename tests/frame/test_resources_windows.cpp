@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// The version and the exports of the module file.
+// The version of the module file.
 #include "modulefile.h"
 #include "registrytree.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <winver.h>
 
 namespace {
@@ -23,27 +22,8 @@ TEST(Resources, VersionIsTheProjects) {
               LX_PROJECT_VERSION);
     for (const OLECHAR* const name : {OLESTR("FileVersion"), OLESTR("FileDescription")}) {
         const XLXText key = XLXText(OLESTR("\\StringFileInfo\\040904B0\\")) + name;
-        ASSERT_TRUE(VerQueryValueW(block.data(), key.c_str(), &value, &length)) << Narrow(name);
-        EXPECT_GT(length, 1u) << Narrow(name);
+        ASSERT_TRUE(VerQueryValueW(block.data(), key.c_str(), &value, &length)) << LXNarrow(name);
+        EXPECT_GT(length, 1u) << LXNarrow(name);
     }
-}
-
-TEST(Resources, ExportsAreTheFourAndNoMore) {
-    const ModuleFile file;
-    const auto* const base = reinterpret_cast<const BYTE*>(file.Handle());
-    const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
-    const DWORD place = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress;
-    const auto* const exports = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(base + place);
-    const auto* const names = reinterpret_cast<const DWORD*>(base + exports->AddressOfNames);
-    std::vector<std::string> found;
-    for (DWORD i = 0; i < exports->NumberOfNames; ++i) {
-        found.emplace_back(reinterpret_cast<const char*>(base + names[i]));
-    }
-    EXPECT_EQ(found, (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer",
-                                               "DllUnregisterServer"}));
-    // No export lacks a name. A linker may begin to count at 0, without a function there.
-    const auto* const functions = reinterpret_cast<const DWORD*>(base + exports->AddressOfFunctions);
-    EXPECT_EQ(std::count_if(functions, functions + exports->NumberOfFunctions, [](DWORD at) { return at != 0; }), 4);
 }
 } // namespace

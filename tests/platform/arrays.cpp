@@ -7,23 +7,6 @@ namespace {
 void Put(SAFEARRAY* array, LONG index, VARIANT& value) { ASSERT_EQ(S_OK, SafeArrayPutElement(array, &index, &value)); }
 } // namespace
 
-TEST(Arrays, StringsAreCopied) {
-    SAFEARRAY* const array = SafeArrayCreateVector(VT_BSTR, 0, 2);
-    LONG index = 0;
-    BSTR text = SysAllocString(OLESTR("abc"));
-    EXPECT_EQ(S_OK, SafeArrayPutElement(array, &index, text)); // the string itself, not its address
-    EXPECT_NE(text, *static_cast<BSTR*>(array->pvData));
-    EXPECT_EQ(S_OK, SafeArrayPutElement(array, &index, text)); // replaces
-    SysFreeString(text);
-    EXPECT_EQ(S_OK, SafeArrayGetElement(array, &index, &text));
-    EXPECT_EQ(Text(OLESTR("abc")), TextOf(text));
-    SysFreeString(text);
-    index = 1;
-    EXPECT_EQ(S_OK, SafeArrayGetElement(array, &index, &text));
-    EXPECT_EQ(nullptr, text) << "an element that was never put";
-    EXPECT_EQ(S_OK, SafeArrayDestroy(array));
-}
-
 TEST(Arrays, ObjectsAndVariantsAreOwned) {
     CountedObject object;
     SAFEARRAY* const objects = SafeArrayCreateVector(VT_UNKNOWN, 0, 2);

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // The error library: error information, the boundary, the logbook and its sink.
-#include "XLXComBSTR.h"
-#include "XLXComPtr.h"
 #include "logcapture.h"
+#include "testtexts.h"
 
 #include <gtest/gtest.h>
 
@@ -13,29 +12,7 @@
 namespace {
 constexpr LXErrorLocation Here{"source", "Scope", "Method()", 42};
 
-struct ErrorText {
-    bool present = false;
-    XLXText description;
-    XLXText source;
-};
-
-/// Takes the thread's error information.
-ErrorText TakeErrorInfo() {
-    XLXComPtr<IErrorInfo> info;
-    ErrorText text;
-    text.present = GetErrorInfo(0, info.Put()) == S_OK && info;
-    if (text.present) {
-        XLXComBSTR part;
-        EXPECT_EQ(S_OK, info->GetDescription(part.Put()));
-        text.description = part.View();
-        EXPECT_EQ(S_OK, info->GetSource(part.Put()));
-        text.source = part.View();
-    }
-    return text;
-}
-
 struct Thrown {
-    const char* what;
     void (*raise)();
     HRESULT code;
     const OLECHAR* description;
@@ -45,31 +22,29 @@ struct Thrown {
 TEST(Guarded, TranslatesEachKindOfException) {
     constexpr const OLECHAR* FromHere = OLESTR("Scope::Method() (source, line 42)");
     constexpr Thrown Kinds[] = {
-        {"own",
-         [] {
+        {[] {
              XLXError::Raise(E_ACCESSDENIED, OLESTR("no entry"), {"file", nullptr, "Free", 7});
          },
          E_ACCESSDENIED, OLESTR("no entry"), OLESTR("Free (file, line 7)")},
-        {"own without text", [] { XLXError::RaiseIfFailed(E_NOTIMPL, {}, Here); }, E_NOTIMPL, OLESTR(""), FromHere},
-        {"null pointer", [] { XLXError::CheckPointer(nullptr, OLESTR("ppType"), Here); }, E_POINTER,
-         OLESTR("invalid pointer: ppType"), FromHere},
-        {"memory", [] { throw std::bad_alloc(); }, E_OUTOFMEMORY, OLESTR("out of memory"), FromHere},
-        {"standard", [] { throw std::runtime_error("went \xE4 wrong"); }, E_FAIL, OLESTR("went \u00E4 wrong"),
+        {[] { XLXError::RaiseIfFailed(E_NOTIMPL, {}, Here); }, E_NOTIMPL, OLESTR(""), FromHere},
+        {[] { XLXError::CheckPointer(nullptr, OLESTR("ppType"), Here); }, E_POINTER, OLESTR("invalid pointer: ppType"),
          FromHere},
-        {"foreign", [] { throw 5; }, E_UNEXPECTED, OLESTR("unknown error"), FromHere},
+        {[] { throw std::bad_alloc(); }, E_OUTOFMEMORY, OLESTR("out of memory"), FromHere},
+        {[] { throw std::runtime_error("went \xE4 wrong"); }, E_FAIL, OLESTR("went \u00E4 wrong"), FromHere},
+        {[] { throw 5; }, E_UNEXPECTED, OLESTR("unknown error"), FromHere},
     };
     for (const Thrown& kind : Kinds) {
+        SCOPED_TRACE(LXNarrow(kind.description));
+        const auto raise = [&] {
+            kind.raise();
+            return S_OK;
+        };
         SetErrorInfo(0, nullptr);
-        EXPECT_EQ(kind.code, XLXError::Guarded(Here,
-                                               [&] {
-                                                   kind.raise();
-                                                   return S_OK;
-                                               }))
-            << kind.what;
-        const ErrorText text = TakeErrorInfo();
-        EXPECT_TRUE(text.present) << kind.what;
-        EXPECT_EQ(kind.description, text.description) << kind.what;
-        EXPECT_EQ(kind.source, text.source) << kind.what;
+        EXPECT_EQ(kind.code, XLXError::Guarded(Here, raise));
+        const auto text = LXErrorInformation::Take();
+        EXPECT_TRUE(text.present);
+        EXPECT_EQ(kind.description, text.description);
+        EXPECT_EQ(kind.source, text.source);
     }
 }
 
@@ -81,8 +56,8 @@ TEST(Guarded, LeavesErrorInformationAloneWithoutAnException) {
                       XLXError::CheckPointer(&result, OLESTR("result"), Here);
                       return result;
                   }));
-        EXPECT_EQ(OLESTR("earlier"), TakeErrorInfo().description);
-        EXPECT_FALSE(TakeErrorInfo().present);
+        EXPECT_EQ(OLESTR("earlier"), LXErrorInformation::Take().description);
+        EXPECT_FALSE(LXErrorInformation::Take().present);
     }
 }
 
@@ -113,8 +88,6 @@ void TraceAll() {
 }
 
 TEST(Logbook, TracesOnlyWhatASinkAsksFor) {
-    EXPECT_FALSE(XLXError::TraceEnabled(LX_LOG_SERVER));
-    EXPECT_FALSE(XLXError::TraceEnabled(LX_LOG_INVALIDATE));
     {
         const LogCapture log;
         TraceAll();

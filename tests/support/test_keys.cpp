@@ -13,40 +13,24 @@
 #endif
 
 namespace {
-XLXText Units(std::initializer_list<unsigned> units) {
-    XLXText text;
-    for (const unsigned unit : units) {
-        text.push_back(static_cast<OLECHAR>(unit));
-    }
-    return text;
-}
-
-/// The UTF-8 form of a text; lone surrogates take three bytes.
-std::string Utf8Of(const XLXText& text) {
-    std::string bytes;
-    const auto add = [&bytes](unsigned long lead, unsigned long code, int more) {
-        bytes.push_back(static_cast<char>(lead | (code >> (6 * more))));
-        while (more-- > 0) {
-            bytes.push_back(static_cast<char>(0x80 | ((code >> (6 * more)) & 0x3F)));
-        }
-    };
+/// The code points of a text, which compare as its UTF-8 does; lone surrogates are code points of their own.
+std::u32string CodePoints(const XLXText& text) {
+    std::u32string points;
     for (std::size_t at = 0; at < text.size(); ++at) {
-        unsigned long code = text[at];
-        if (code >= 0xD800 && code < 0xDC00 && at + 1 < text.size() && text[at + 1] >= 0xDC00 &&
-            text[at + 1] < 0xE000) {
-            code = 0x10000 + ((code & 0x3FF) << 10) + (text[++at] & 0x3FFu);
+        char32_t point = text[at];
+        const char32_t next = at + 1 < text.size() ? text[at + 1] : 0;
+        if (point >= 0xD800 && point < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
+            point = 0x10000 + ((point & 0x3FF) << 10) + (next & 0x3FF);
+            ++at;
         }
-        code < 0x80      ? add(0, code, 0)
-        : code < 0x800   ? add(0xC0, code, 1)
-        : code < 0x10000 ? add(0xE0, code, 2)
-                         : add(0xF0, code, 3);
+        points.push_back(point);
     }
-    return bytes;
+    return points;
 }
 
 /// Every text of up to three of these units.
 std::vector<XLXText> ManyNames() {
-    const XLXText units = Units({0, 'A', 'a', 0xE4, 0x7FF, 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF});
+    const XLXText units{0, 'A', 'a', 0xE4, 0x7FF, 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF};
     std::vector<XLXText> names{XLXText()};
     for (std::size_t from = 0, length = 0; length < 3; ++length) {
         const std::size_t to = names.size();
@@ -63,19 +47,19 @@ std::vector<XLXText> ManyNames() {
 TEST(StringKey, ComparesAsTheNamesUtf8) {
     struct Named {
         XLXText name;
-        std::string bytes;
+        std::u32string points;
         XCFGStringKey key;
     };
     std::vector<Named> names;
     for (const XLXText& name : ManyNames()) {
-        names.push_back({name, Utf8Of(name), XCFGStringKey(name)});
+        names.push_back({name, CodePoints(name), XCFGStringKey(name)});
         EXPECT_EQ(name, names.back().key.Text());
         EXPECT_EQ(name.empty(), names.back().key.IsNull());
     }
     std::size_t wrong = 0;
     for (const Named& one : names) {
         for (const Named& other : names) {
-            const std::strong_ordering expected = one.bytes.compare(other.bytes) <=> 0;
+            const std::strong_ordering expected = one.points <=> other.points;
             const XLXTextView text = other.name;
             wrong += (one.key <=> text) != expected || (text <=> one.key) != (0 <=> expected) ||
                      (one.key == text) != (expected == 0) || (one.key <=> other.key) != expected;

@@ -3,12 +3,14 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <mutex>
 #include <thread>
 
 namespace {
-constexpr std::size_t MostStepsShown = 200;
+constexpr std::size_t MostSteps = 2000; // of a schedule; more count as a livelock
 
 /// A binary semaphore that starts and stops a thread. The C++ library's semaphores lose wake-ups on systems without
 /// futexes.
@@ -58,22 +60,17 @@ thread_local Explorer::Thread* Explorer::Thread::t_self = nullptr;
 /// All schedules of one Run. Only the thread with the turn accesses the state; Run does while no thread has it.
 class Explorer::Schedules {
 public:
-    Schedules(const Options& options, const std::vector<std::function<void()>>& bodies);
+    Schedules(unsigned preemptions, const std::vector<std::function<void()>>& bodies);
     Schedules(const Schedules&) = delete;
     Schedules& operator=(const Schedules&) = delete;
     ~Schedules();
 
-    /// Leaks the state of stuck threads, because they may access it until the process ends.
-    static void Abandon(std::unique_ptr<Schedules> schedules);
-
     /// The schedules whose check is running.
     static inline Schedules* s_checked = nullptr;
 
-    /// Runs one schedule; false when threads are stuck.
-    bool RunOne();
+    void RunOne();
     /// Advances to the next schedule; false when there is none.
     bool Advance();
-    std::string Schedule() const;
     std::string Steps() const;
 
     void AtStep(Thread& self, const char* what, const void* object, CanGo canGo);
@@ -108,11 +105,13 @@ private:
     bool CanGo(const Thread& thread) const {
         return !thread.isThrough && (!thread.canGo || thread.canGo(thread.object));
     }
-    void Stick(std::string why);
+    void Record(unsigned thread, const char* what, const void* object);
+    /// Ends the process, because no thread can go on.
+    [[noreturn]] void Stop(const char* why);
     std::uint64_t ChangesByOthers(const Thread& thread) const noexcept { return m_changes - thread.changes; }
     static bool SomethingChanged(const void* thread);
 
-    const Options& m_options;
+    const unsigned m_mostPreemptions;
     std::vector<std::unique_ptr<Thread>> m_threads;
     std::vector<Decision> m_path;
     Turn m_over; // signals the end of the schedule
@@ -122,13 +121,12 @@ private:
     std::size_t m_depth = 0; // decisions made so far
     unsigned m_preemptions = 0;
     std::uint64_t m_changes = 0;
-    bool m_isStuck = false;
     std::vector<Taken> m_steps;
     std::string m_failure;
 };
 
-Explorer::Schedules::Schedules(const Options& options, const std::vector<std::function<void()>>& bodies)
-    : m_options(options) {
+Explorer::Schedules::Schedules(unsigned preemptions, const std::vector<std::function<void()>>& bodies)
+    : m_mostPreemptions(preemptions) {
     for (const auto& body : bodies) {
         auto& thread = m_threads.emplace_back(std::make_unique<Thread>());
         thread->schedules = this;
@@ -146,14 +144,6 @@ Explorer::Schedules::~Schedules() {
         thread->turn.Give();
         thread->thread.join();
     }
-}
-
-void Explorer::Schedules::Abandon(std::unique_ptr<Schedules> schedules) {
-    static auto* const s_kept = new std::vector<Schedules*>();
-    for (const auto& thread : schedules->m_threads) {
-        thread->thread.detach();
-    }
-    s_kept->push_back(schedules.release());
 }
 
 void Explorer::Schedules::Live(Thread& self) {
@@ -186,11 +176,10 @@ void Explorer::Schedules::Reset() noexcept {
     }
 }
 
-bool Explorer::Schedules::RunOne() {
+void Explorer::Schedules::RunOne() {
     Reset();
     HandOver(nullptr, true);
     m_over.Await();
-    return !m_isStuck;
 }
 
 bool Explorer::Schedules::Advance() {
@@ -204,7 +193,7 @@ void Explorer::Schedules::HandOver(Thread* self, bool ofItsOwn) {
     Decision among{};
     const bool goesOn = self != nullptr && CanGo(*self);
     if (goesOn) { among.candidates[among.count++] = self->number; }
-    if (!goesOn || ofItsOwn || m_preemptions < m_options.preemptions) {
+    if (!goesOn || ofItsOwn || m_preemptions < m_mostPreemptions) {
         for (const auto& thread : m_threads) {
             if (thread.get() != self && CanGo(*thread)) { among.candidates[among.count++] = thread->number; }
         }
@@ -220,21 +209,14 @@ void Explorer::Schedules::HandOver(Thread* self, bool ofItsOwn) {
     } else if (std::all_of(m_threads.begin(), m_threads.end(), [](const auto& thread) { return thread->isThrough; })) {
         m_over.Give();
     } else {
-        Stick("deadlock: nobody can go on");
+        Stop("deadlock: nobody can go on");
     }
     if (waits) { self->turn.Await(); }
 }
 
 Explorer::Thread* Explorer::Schedules::Choose(const Decision& among) {
     const std::size_t depth = m_depth++;
-    if (depth == m_path.size()) {
-        m_path.push_back(among);
-        if (depth < m_options.replay.size()) {
-            const unsigned wanted = static_cast<unsigned>(m_options.replay[depth] - '0');
-            const auto found = std::find(among.candidates, among.candidates + among.count, wanted);
-            m_path.back().chosen = static_cast<unsigned>(found - among.candidates) % among.count;
-        }
-    }
+    if (depth == m_path.size()) { m_path.push_back(among); }
     Decision& decision = m_path[depth];
     if (!std::equal(among.candidates, among.candidates + among.count, decision.candidates,
                     decision.candidates + decision.count)) {
@@ -244,24 +226,24 @@ Explorer::Thread* Explorer::Schedules::Choose(const Decision& among) {
     return m_threads[decision.candidates[decision.chosen]].get();
 }
 
-void Explorer::Schedules::Stick(std::string why) {
-    Fail(std::move(why));
-    m_isStuck = true;
-    m_over.Give();
+void Explorer::Schedules::Stop(const char* why) {
+    std::fprintf(stderr, "%s\n%s", why, Steps().c_str());
+    std::abort();
 }
 
 void Explorer::Schedules::AtStep(Thread& self, const char* what, const void* object, Explorer::CanGo canGo) {
     self.object = object;
     self.canGo = canGo;
-    if (m_steps.size() == m_options.steps) {
-        Stick("livelock: too many steps");
-        self.turn.Await(); // never returns
-    }
     // The first choice of a thread, at its start, also covers its first step.
     if (self.hasStarted || !CanGo(self)) { HandOver(&self, false); }
     self.hasStarted = true;
     self.canGo = nullptr;
-    m_steps.push_back({self.number, what, object});
+    Record(self.number, what, object);
+}
+
+void Explorer::Schedules::Record(unsigned thread, const char* what, const void* object) {
+    m_steps.push_back({thread, what, object});
+    if (m_steps.size() == MostSteps) { Stop("livelock: too many steps"); }
 }
 
 bool Explorer::Schedules::SomethingChanged(const void* object) {
@@ -278,27 +260,13 @@ void Explorer::Schedules::Pause(Thread& self) {
     HandOver(&self, true);
     self.canGo = nullptr;
     self.changesAtPause = ChangesByOthers(self);
-    m_steps.push_back({self.number, "pause", nullptr});
-    if (m_steps.size() >= m_options.steps) {
-        Stick("livelock: too many steps");
-        self.turn.Await(); // never returns
-    }
-}
-
-std::string Explorer::Schedules::Schedule() const {
-    std::string schedule;
-    for (std::size_t i = 0; i < m_depth; ++i) {
-        schedule += static_cast<char>('0' + m_path[i].candidates[m_path[i].chosen]);
-    }
-    return schedule;
+    Record(self.number, "pause", nullptr);
 }
 
 std::string Explorer::Schedules::Steps() const {
     std::map<const void*, std::size_t> numbers;
     std::string steps;
-    const std::size_t first = m_steps.size() - std::min(m_steps.size(), MostStepsShown);
-    for (std::size_t i = first; i < m_steps.size(); ++i) {
-        const Taken& taken = m_steps[i];
+    for (const Taken& taken : m_steps) {
         steps += "thread " + std::to_string(taken.thread) + ": " + taken.what;
         if (taken.object != nullptr) {
             steps += " #" + std::to_string(numbers.try_emplace(taken.object, numbers.size()).first->second);
@@ -308,29 +276,21 @@ std::string Explorer::Schedules::Steps() const {
     return steps;
 }
 
-Explorer::Result Explorer::Explore(const std::function<void()>& make, const std::vector<std::function<void()>>& bodies,
+Explorer::Result Explorer::Explore(unsigned preemptions, const std::function<void()>& make,
+                                   const std::vector<std::function<void()>>& bodies,
                                    const std::function<void()>& check) {
-    auto schedules = std::make_unique<Schedules>(m_options, bodies);
+    Schedules schedules(preemptions, bodies);
     Result result;
-    bool isWhole = true;
     do {
         make();
-        isWhole = schedules->RunOne();
+        schedules.RunOne();
         ++result.schedules;
-        if (isWhole) {
-            Schedules::s_checked = schedules.get();
-            check();
-            Schedules::s_checked = nullptr;
-        }
-        result.failure = schedules->Failure();
-        result.complete = result.failure.empty() && !schedules->Advance();
-    } while (result.failure.empty() && !result.complete && result.schedules < m_options.schedules &&
-             m_options.replay.empty());
-    if (!result.failure.empty()) {
-        result.schedule = schedules->Schedule();
-        result.steps = schedules->Steps();
-    }
-    if (!isWhole) { Schedules::Abandon(std::move(schedules)); }
+        Schedules::s_checked = &schedules;
+        check();
+        Schedules::s_checked = nullptr;
+        result.failure = schedules.Failure();
+    } while (result.failure.empty() && schedules.Advance());
+    if (!result.failure.empty()) { result.steps = schedules.Steps(); }
     return result;
 }
 
@@ -347,14 +307,6 @@ void Explorer::Expect(bool holds, const char* what) {
         Thread* const self = Thread::t_self;
         (self != nullptr ? self->schedules : Schedules::s_checked)->Fail(what);
     }
-}
-
-std::ostream& operator<<(std::ostream& to, const Explorer::Result& result) {
-    to << result.schedules << (result.complete ? " schedules, all" : " schedules");
-    if (!result.failure.empty()) {
-        to << "; the last one failed: " << result.failure << "\nschedule " << result.schedule << '\n' << result.steps;
-    }
-    return to;
 }
 
 void ExploringSync::SharedMutex::lock() noexcept {

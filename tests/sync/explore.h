@@ -9,16 +9,15 @@
 // three.
 //
 //     struct World { ExploringSync::Atomic<int> turns{0}; int writers = 0; };
-//     const auto result = Explorer({.preemptions = 3}).Run(
-//         [] { return World(); },                         // the initial state of each schedule
+//     const auto result = Explorer::Run<World>(
+//         3,                                              // the limit of preemptions; Unbounded: none
 //         {[](World& w) { ... }, [](World& w) { ... }},   // the threads
 //         [](World& w) { Explorer::Expect(w.writers == 0, "..."); });
-//     EXPECT_EQ("", result.failure) << result;
+//     EXPECT_EQ("", result.failure) << result.steps;
 //     EXPECT_GT(result.schedules, 100u);   // guards against a test that explores nothing
 //
 // The threads are real threads that pass the turn on, so thread-local state works. Run stops at the first schedule that
-// fails: through an expectation, an exception, a deadlock or too many steps. Threads that are stuck then are detached
-// and their state is leaked.
+// fails through an expectation or an exception. A deadlock or too many steps end the process, with the schedule's steps.
 #ifndef EXPLORE_H
 #define EXPLORE_H
 
@@ -27,9 +26,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <ostream>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 class Explorer {
@@ -37,42 +34,33 @@ public:
     static constexpr unsigned Unbounded = ~0u;
     static constexpr unsigned MostThreads = 8;
 
-    struct Options {
-        unsigned preemptions = Unbounded;   ///< limit per schedule
-        std::uint64_t schedules = ~0ull;    ///< limit of schedules
-        unsigned steps = 2000;              ///< limit per schedule; more steps count as a livelock
-        std::string replay = std::string(); ///< a failed result's schedule, to run only that one
-    };
-
     struct Result {
         std::uint64_t schedules = 0; ///< schedules that were run
-        bool complete = false;       ///< all schedules were run
         std::string failure;         ///< of the last schedule; empty: none
-        std::string schedule;        ///< the thread chosen at each decision of the failed schedule
         std::string steps;           ///< the steps of the failed schedule, one per line
     };
 
-    explicit Explorer(Options options) : m_options(std::move(options)) {}
-
-    /// @param make    returns the initial state of a schedule
-    /// @param bodies  the threads
-    /// @param check   checks the state after all threads have returned
-    template <class Make, class World = std::invoke_result_t<Make>>
-    Result Run(Make make, const std::vector<std::function<void(std::type_identity_t<World>&)>>& bodies,
-               const std::function<void(std::type_identity_t<World>&)>& check = {}) {
-        const auto world = std::make_shared<std::unique_ptr<World>>(); // shared with stuck threads
+    /// Each schedule begins with a new World.
+    /// @param preemptions  the limit per schedule
+    /// @param bodies       the threads
+    /// @param check        checks the state after all threads have returned
+    template <class World>
+    static Result Run(unsigned preemptions, const std::vector<std::function<void(World&)>>& bodies,
+                      const std::function<void(World&)>& check = {}) {
+        std::unique_ptr<World> world;
         std::vector<std::function<void()>> threads;
         for (const auto& body : bodies) {
-            threads.push_back([world, body] { body(**world); });
+            threads.push_back([&world, &body] { body(*world); });
         }
         return Explore(
+            preemptions,
             [&] {
-                world->reset();
-                world->reset(new World(make()));
+                world.reset();
+                world = std::make_unique<World>();
             },
             threads,
             [&] {
-                if (check) { check(**world); }
+                if (check) { check(*world); }
             });
     }
 
@@ -87,19 +75,15 @@ private:
     struct Thread;
     using CanGo = bool (*)(const void* object);
 
-    Result Explore(const std::function<void()>& make, const std::vector<std::function<void()>>& bodies,
-                   const std::function<void()>& check);
+    static Result Explore(unsigned preemptions, const std::function<void()>& make,
+                          const std::vector<std::function<void()>>& bodies, const std::function<void()>& check);
     /// Chooses the thread that continues, and returns when that is the calling thread. No effect outside explored
     /// threads.
     /// @param canGo  whether the operation on the object can proceed now; null: always
     static void AtStep(const char* what, const void* object, CanGo canGo = nullptr);
     /// Records a change, which unblocks threads that pause in a loop.
     static void Changed() noexcept;
-
-    const Options m_options;
 };
-
-std::ostream& operator<<(std::ostream& to, const Explorer::Result& result);
 
 /// The policy of explored code. Outside explored threads its operations are plain and single-threaded.
 struct ExploringSync {
@@ -121,12 +105,7 @@ struct ExploringSync {
             Explorer::AtStep("store", this);
             Set(value);
         }
-        T exchange(T value, std::memory_order = std::memory_order_seq_cst) noexcept {
-            Explorer::AtStep("exchange", this);
-            return Set(value);
-        }
-        bool compare_exchange_strong(T& expected, T desired, std::memory_order = std::memory_order_seq_cst,
-                                     std::memory_order = std::memory_order_seq_cst) noexcept {
+        bool compare_exchange_strong(T& expected, T desired) noexcept {
             Explorer::AtStep("compare_exchange", this);
             if (m_value != expected) {
                 expected = m_value;
@@ -136,8 +115,7 @@ struct ExploringSync {
             return true;
         }
         /// Never fails spuriously.
-        bool compare_exchange_weak(T& expected, T desired, std::memory_order = std::memory_order_seq_cst,
-                                   std::memory_order = std::memory_order_seq_cst) noexcept {
+        bool compare_exchange_weak(T& expected, T desired) noexcept {
             return compare_exchange_strong(expected, desired);
         }
         T fetch_add(T by, std::memory_order = std::memory_order_seq_cst) noexcept {
@@ -157,14 +135,6 @@ struct ExploringSync {
             return Set(static_cast<T>(m_value & bits));
         }
         operator T() const noexcept { return load(); }
-        T operator=(T value) noexcept {
-            store(value);
-            return value;
-        }
-        T operator++() noexcept { return static_cast<T>(fetch_add(1) + 1); }
-        T operator++(int) noexcept { return fetch_add(1); }
-        T operator--() noexcept { return static_cast<T>(fetch_sub(1) - 1); }
-        T operator--(int) noexcept { return fetch_sub(1); }
 
     private:
         T Set(T value) noexcept {

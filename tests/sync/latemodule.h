@@ -4,9 +4,10 @@
 #ifndef LATEMODULE_H
 #define LATEMODULE_H
 
-/// Reads the module's data without a lock and sometimes writes it.
+/// Reads the module's data, mostly without a lock, and sometimes writes it and reads it inside the write.
 /// @param rounds  the number of reads
-/// @param broken  set to the number of reads that overlapped a write @return the calling thread's index in the module
+/// @param broken  counts reads that overlapped a write or saw an older value than before
+/// @return the calling thread's index in the module
 using LateWork = unsigned (*)(unsigned rounds, unsigned* broken);
 constexpr const char* LateWorkName = "LXLateWork";
 

@@ -4,8 +4,6 @@
 #include "logcapture.h"
 #include "synctools.h"
 
-#include <ostream>
-
 namespace {
 using Lock = XBasicRefCountCritSection<XProbeLock>;
 
@@ -44,10 +42,6 @@ struct Cell {
     unsigned references; // of this thread, afterwards
 };
 
-std::ostream& operator<<(std::ostream& to, const Cell& cell) {
-    return to << "mine '" << cell.mine << "', others '" << cell.others << "', then " << cell.action;
-}
-
 constexpr auto Free = LockState::Free;
 constexpr auto Shared = LockState::Shared;
 constexpr auto Exclusive = LockState::Exclusive;
@@ -68,45 +62,54 @@ constexpr Cell Cells[] = {
     {"", "w", 'u', Outcome::Logs, Exclusive, 0},
 };
 
-class LockTable : public testing::TestWithParam<Cell> {
-protected:
-    void Act();
-    void CheckLog();
-    void GiveBack();
-
-    LogCapture m_log;
-    Lock m_lock;
-    XProbeLock& m_probe = XProbeLock::Last();
-    bool m_othersHold = *GetParam().others != '\0';
-    XActor m_me;
-    XActor m_other;
+/// A lock between two threads.
+struct Contested {
+    LogCapture log;
+    Lock lock;
+    XProbeLock& probe = XProbeLock::Last();
+    XActor me;
+    XActor other;
 };
 
-void LockTable::Act() {
-    const Cell& cell = GetParam();
-    auto acted = m_me.Start([&] { return Raised([&] { Apply(m_lock, cell.action); }); });
+void ExpectRefusal(const XLXException& error) {
+    EXPECT_EQ(E_FAIL, error.Code());
+    EXPECT_EQ(OLESTR("unable to add a write lock reference to a read lock"), error.Message());
+    EXPECT_STREQ("XBasicCritSection", error.Location().source);
+    EXPECT_STREQ("XBasicRefCountCritSection", error.Location().scope);
+    EXPECT_STREQ("AddLockRef()", error.Location().method);
+    EXPECT_EQ(111, error.Location().line);
+}
+
+void Act(Contested& at, const Cell& cell) {
+    auto acted = at.me.Start([&] { return Raised([&] { Apply(at.lock, cell.action); }); });
     if (cell.outcome == Outcome::Waits) {
-        ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
+        ASSERT_TRUE(Comes([&] { return at.probe.waiting == 1; }));
         EXPECT_FALSE(IsReady(acted, std::chrono::milliseconds(0)));
-        ApplyAll(m_other, m_lock, "u");
-        m_othersHold = false;
+        ApplyAll(at.other, at.lock, "u");
     }
     ASSERT_TRUE(IsReady(acted));
     const std::optional<XLXException> error = acted.get();
     ASSERT_EQ(cell.outcome == Outcome::Raises, error.has_value());
-    if (error) {
-        EXPECT_EQ(E_FAIL, error->Code());
-        EXPECT_EQ(OLESTR("unable to add a write lock reference to a read lock"), error->Message());
-        EXPECT_STREQ("XBasicCritSection", error->Location().source);
-        EXPECT_STREQ("XBasicRefCountCritSection", error->Location().scope);
-        EXPECT_STREQ("AddLockRef()", error->Location().method);
-        EXPECT_EQ(111, error->Location().line);
-    }
+    if (error) { ExpectRefusal(*error); }
 }
 
-void LockTable::CheckLog() {
-    const auto entries = m_log.Entries();
-    ASSERT_EQ(GetParam().outcome == Outcome::Logs ? 1u : 0u, entries.size());
+// Only the last release changes the lock's state.
+void GiveBack(Contested& at, const Cell& cell) {
+    for (unsigned left = cell.references; left > 0; --left) {
+        EXPECT_EQ(cell.after, at.probe.State()) << left << " references left";
+        ApplyAll(at.me, at.lock, "u");
+    }
+    if (*cell.others != '\0' && cell.outcome != Outcome::Waits) {
+        EXPECT_EQ(*cell.others == 'w' ? Exclusive : Shared, at.probe.State());
+        ApplyAll(at.other, at.lock, "u");
+    }
+    EXPECT_EQ(Free, at.probe.State());
+}
+
+// Balanced releases log nothing.
+void CheckLog(const Contested& at, const Cell& cell) {
+    const auto entries = at.log.Entries();
+    ASSERT_EQ(cell.outcome == Outcome::Logs ? 1u : 0u, entries.size());
     for (const auto& entry : entries) {
         EXPECT_EQ(NotLocked, entry.text);
         EXPECT_EQ("XBasicCritSection", entry.source);
@@ -116,36 +119,23 @@ void LockTable::CheckLog() {
     }
 }
 
-// Only the last release changes the lock's state.
-void LockTable::GiveBack() {
-    const Cell& cell = GetParam();
-    for (unsigned left = cell.references; left > 0; --left) {
-        EXPECT_EQ(cell.after, m_probe.State()) << left << " references left";
-        ApplyAll(m_me, m_lock, "u");
+TEST(CountedLock, AnswersEachActionInEachState) {
+    for (const Cell& cell : Cells) {
+        SCOPED_TRACE(testing::Message() << "mine '" << cell.mine << "', others '" << cell.others << "', then "
+                                        << cell.action);
+        Contested at;
+        ApplyAll(at.me, at.lock, cell.mine);
+        ApplyAll(at.other, at.lock, cell.others);
+        ASSERT_NO_FATAL_FAILURE(Act(at, cell));
+        EXPECT_EQ(cell.after, at.probe.State());
+        GiveBack(at, cell);
+        CheckLog(at, cell);
+        // Only a thread's first reference locks, and only its last release unlocks.
+        const int first = (*cell.others != '\0') + (*cell.mine != '\0' || cell.action != 'u');
+        EXPECT_EQ(first, at.probe.lockCalls);
+        EXPECT_EQ(first, at.probe.unlockCalls);
     }
-    if (m_othersHold) {
-        EXPECT_EQ(*cell.others == 'w' ? Exclusive : Shared, m_probe.State());
-        ApplyAll(m_other, m_lock, "u");
-    }
-    EXPECT_EQ(Free, m_probe.State());
 }
-
-TEST_P(LockTable, Cell) {
-    const Cell& cell = GetParam();
-    ApplyAll(m_me, m_lock, cell.mine);
-    ApplyAll(m_other, m_lock, cell.others);
-    Act();
-    EXPECT_EQ(cell.after, m_probe.State());
-    CheckLog();
-    GiveBack();
-    CheckLog(); // balanced releases log nothing
-    // Only a thread's first reference locks, and only its last release unlocks.
-    const int first = (*cell.others != '\0') + (*cell.mine != '\0' || cell.action != 'u');
-    EXPECT_EQ(first, m_probe.lockCalls);
-    EXPECT_EQ(first, m_probe.unlockCalls);
-}
-
-INSTANTIATE_TEST_SUITE_P(AllCells, LockTable, testing::ValuesIn(Cells));
 
 // The lock's unlock releases once more on the same thread; nothing else triggers the other two messages.
 TEST(CountedLock, LogsAReleaseInsideTheRelease) {
@@ -175,6 +165,9 @@ TEST(CountedLock, CountsMoreThreadsThanItHasInlineSlots) {
             ApplyAll(actor, lock, "rr");
         }
         EXPECT_EQ((round + 1) * Threads, probe.lockCalls);
+        // Threads in the overflow map keep their kind: a write inside the thread's own read is refused there too.
+        EXPECT_TRUE(actors[Threads - 1].Do([&] { return Raised([&] { lock.AddLockRef(); }).has_value(); }));
+        ApplyAll(actors[Threads - 1], lock, "u");
         for (XActor& actor : actors) {
             ApplyAll(actor, lock, "u");
         }
@@ -184,61 +177,50 @@ TEST(CountedLock, CountsMoreThreadsThanItHasInlineSlots) {
         }
         EXPECT_EQ(Free, probe.State());
     }
-    // Threads in the overflow map keep their kind: a write inside the thread's own read is refused there too.
-    for (XActor& actor : actors) {
-        ApplyAll(actor, lock, "r");
-    }
-    EXPECT_TRUE(actors[Threads - 1].Do([&] { return Raised([&] { lock.AddLockRef(); }).has_value(); }));
-    ApplyAll(actors[Threads - 1], lock, "u");
-    for (XActor& actor : actors) {
-        ApplyAll(actor, lock, "u");
-    }
-    EXPECT_EQ(Free, probe.State());
     EXPECT_TRUE(log.Entries().empty());
 }
 
 class LockSwitch : public testing::Test {
 protected:
-    ~LockSwitch() override { XLockSwitchTestAccess::TurnOn(); }
+    ~LockSwitch() override {
+        XLockSwitchTestAccess::TurnOn();
+        EXPECT_EQ(Free, m_at.probe.State());
+        EXPECT_TRUE(m_at.log.Entries().empty());
+    }
+    void Me(std::string_view actions) { ApplyAll(m_at.me, m_at.lock, actions); }
+    void Other(std::string_view actions) { ApplyAll(m_at.other, m_at.lock, actions); }
 
-    LogCapture m_log;
-    Lock m_lock;
-    XProbeLock& m_probe = XProbeLock::Last();
-    XActor m_me;
-    XActor m_other;
+    Contested m_at;
 };
 
 TEST_F(LockSwitch, TurnedOffWhileHeldAndWaitedFor) {
     for (const char* const wanted : {"r", "w"}) {
-        ApplyAll(m_me, m_lock, "w");
-        auto waits = m_other.Start([&] { Apply(m_lock, *wanted); });
-        ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; }));
+        Me("w");
+        auto waits = m_at.other.Start([&] { Apply(m_at.lock, *wanted); });
+        ASSERT_TRUE(Comes([&] { return m_at.probe.waiting == 1; }));
         XLockSwitch::TurnOff();
-        ApplyAll(m_me, m_lock, "u");
+        Me("u");
         ASSERT_TRUE(IsReady(waits)) << "the holder did not give back what it had taken";
-        EXPECT_EQ(*wanted == 'w' ? Exclusive : Shared, m_probe.State());
-        ApplyAll(m_other, m_lock, "u");
-        EXPECT_EQ(Free, m_probe.State());
+        EXPECT_EQ(*wanted == 'w' ? Exclusive : Shared, m_at.probe.State());
+        Other("u");
+        EXPECT_EQ(Free, m_at.probe.State());
         XLockSwitchTestAccess::TurnOn();
     }
-    EXPECT_TRUE(m_log.Entries().empty());
 }
 
 TEST_F(LockSwitch, WhatWasTakenWithoutTheLockIsGivenBackWithoutIt) {
     XLockSwitch::TurnOff();
-    ApplyAll(m_me, m_lock, "ww");
-    ApplyAll(m_other, m_lock, "w"); // two writers at once: the lock does nothing now
-    EXPECT_EQ(Free, m_probe.State());
-    EXPECT_EQ(0, m_probe.lockCalls);
-    ApplyAll(m_other, m_lock, "u");
+    Me("ww");
+    Other("w"); // two writers at once: the lock does nothing now
+    EXPECT_EQ(Free, m_at.probe.State());
+    EXPECT_EQ(0, m_at.probe.lockCalls);
+    Other("u");
     XLockSwitchTestAccess::TurnOn();
-    ApplyAll(m_other, m_lock, "w");
-    EXPECT_EQ(Exclusive, m_probe.State());
-    ApplyAll(m_me, m_lock, "uu");
-    EXPECT_EQ(Exclusive, m_probe.State()) << "a lock was given back that another thread holds";
-    ApplyAll(m_other, m_lock, "u");
-    EXPECT_EQ(Free, m_probe.State());
-    EXPECT_TRUE(m_log.Entries().empty());
+    Other("w");
+    EXPECT_EQ(Exclusive, m_at.probe.State());
+    Me("uu");
+    EXPECT_EQ(Exclusive, m_at.probe.State()) << "a lock was given back that another thread holds";
+    Other("u");
 }
 
 } // namespace

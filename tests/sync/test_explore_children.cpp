@@ -8,22 +8,16 @@ namespace {
 using namespace ExploredLoad;
 
 /// Values with a direct number, as in every cached object.
-template <Fault fault> struct Part {
-    explicit Part(const Time<fault>& time) { values.Begin(time); }
+struct Part {
+    explicit Part(const Time& time) { values.Begin(time); }
 
-    void Take(const Time<fault>& time, const XMoment& moment, int answer) {
-        XStamp stamp;
-        if constexpr (fault == Fault::OwnLast) {
-            stamp = direct.IsNewerThan(moment) ? XStamp{} : XStamp{moment.At(Aspect), values.Own().Now()};
-        } else {
-            stamp = LXStampFrom(moment, Aspect, values.Own(), direct);
-        }
-        values.Publish(time, std::make_shared<const int>(answer), stamp, [](const auto&...) {});
+    void Take(const Time& time, const XMoment& moment, int answer) {
+        values.Publish(time, std::make_shared<const int>(answer), LXStampFrom(moment, Aspect, values.Own(), direct),
+                       [](const auto&...) {});
     }
     void Notify(std::uint64_t number) {
-        if (fault == Fault::DirectLast) { values.Advance(); }
         direct.Raise(number);
-        if (fault != Fault::DirectLast) { values.Advance(); }
+        values.Advance();
     }
     void Look(int least, const char* what) const {
         const auto fresh = values.Fresh();
@@ -31,20 +25,17 @@ template <Fault fault> struct Part {
     }
 
     XBasicDirectNumber<ExploringSync> direct;
-    Loaded<int, fault> values;
+    Loaded<int> values;
 };
 
-template <Fault fault = Fault::None> struct Family {
-    using Child = std::shared_ptr<Part<fault>>;
+struct Family {
+    using Child = std::shared_ptr<Part>;
 
     Family() { children.Begin(time); }
     /// The server's answer and a copy of the clock from before the request.
     int Answer(XMoment& moment) {
-        const bool isLate = fault == Fault::LateStamp;
-        moment = isLate ? moment : time.clock->Copy();
-        const int answer = server.load();
-        moment = isLate ? time.clock->Copy() : moment;
-        return answer;
+        moment = time.clock->Copy();
+        return server.load();
     }
     /// Refreshes the held child, or a new one when there is none.
     std::shared_ptr<const Child> Refresh(const XMoment& moment, int answer) {
@@ -54,8 +45,8 @@ template <Fault fault = Fault::None> struct Family {
         return std::make_shared<const Child>(child);
     }
     void OnPublish(const Child& child, const XMoment& moment) const {
-        if (fault != Fault::UnknownNumber) { child->direct.Raise(owner.direct.Now()); }
-        if (fault != Fault::ForgottenOwner && owner.direct.IsNewerThan(moment)) { child->values.Advance(); }
+        child->direct.Raise(owner.direct.Now());
+        if (owner.direct.IsNewerThan(moment)) { child->values.Advance(); }
     }
     void TakeBulk() {
         XMoment moment;
@@ -100,43 +91,21 @@ template <Fault fault = Fault::None> struct Family {
     }
     void CheckEnd() { LookFor(server, Lost); }
 
-    const Time<fault> time = NewTime<fault>();
+    const Time time = NewTime();
     Number server{1};
     int notified = 1;
-    Part<fault> owner{time};
-    const Child made[2] = {std::make_shared<Part<fault>>(time), std::make_shared<Part<fault>>(time)};
-    Loaded<Child, fault> children;
+    Part owner{time};
+    const Child made[2] = {std::make_shared<Part>(time), std::make_shared<Part>(time)};
+    Loaded<Child> children;
 };
 
-template <Fault fault = Fault::None>
-Explorer::Result AnswerBeside(void (Family<fault>::*answer)(), void (Family<fault>::*change)()) {
-    using World = Family<fault>;
-    auto result = Explore<World>(3, {answer, change}, &World::CheckEnd);
-    return result.failure.empty() ? Explore<World>(1, {answer, answer, change, &World::Look}, &World::CheckEnd)
-                                  : result;
+// LoadChildren loads the children's values before it publishes the children, where a notification finds them.
+TEST(ExploredLoads, AnAnswerForAnObjectAndItsPartsAndANotification) {
+    for (const auto answer : {&Family::TakeBulk, &Family::LoadChildren}) {
+        for (const auto change : {&Family::ChangeAndNotifyDirectly, &Family::ChangeAndAdvanceClock}) {
+            ExpectExplored<Family>(3, 500, {answer, change}, &Family::CheckEnd);
+            ExpectExplored<Family>(1, 500, {answer, answer, change, &Family::Look}, &Family::CheckEnd);
+        }
+    }
 }
-
-TEST(ExploredLoads, ABulkAnswerAndANotificationStraightToAnObject) {
-    using World = Family<>;
-    ExpectExplored(AnswerBeside(&World::TakeBulk, &World::ChangeAndNotifyDirectly), 1000);
-    ExpectExplored(AnswerBeside(&World::TakeBulk, &World::ChangeAndAdvanceClock), 1000);
-    const auto found = []<Fault fault>(FaultConstant<fault>) {
-        return AnswerBeside(&Family<fault>::TakeBulk, &Family<fault>::ChangeAndNotifyDirectly).failure;
-    };
-    EXPECT_EQ(Lost, found(With<Fault::LateStamp>));
-    EXPECT_EQ(Lost, found(With<Fault::OwnLast>));
-    EXPECT_EQ(Lost, found(With<Fault::DirectLast>));
-    EXPECT_EQ(Lost, found(With<Fault::ForgottenOwner>));
-    EXPECT_EQ(Older, found(With<Fault::UnknownNumber>));
-}
-
-// The children's values are loaded before the children are published, where a notification finds them.
-TEST(ExploredLoads, ALoadOfChildrenAndANotificationStraightToTheirOwner) {
-    using World = Family<>;
-    ExpectExplored(AnswerBeside(&World::LoadChildren, &World::ChangeAndNotifyDirectly), 1000);
-    ExpectExplored(AnswerBeside(&World::LoadChildren, &World::ChangeAndAdvanceClock), 1000);
-    using Forgotten = Family<Fault::ForgottenOwner>;
-    EXPECT_EQ(Lost, AnswerBeside(&Forgotten::LoadChildren, &Forgotten::ChangeAndNotifyDirectly).failure);
-}
-
 } // namespace

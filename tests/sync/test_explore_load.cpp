@@ -7,19 +7,12 @@
 namespace {
 using namespace ExploredLoad;
 
-template <Fault fault = Fault::None> struct Loading {
+struct Loading {
     using Value = std::shared_ptr<const int>;
 
     Loading() { loaded.Begin(time); }
-    Value AskServer() { return std::make_shared<const int>(server.load()); }
     Value Load() {
-        if constexpr (fault == Fault::LateStamp) {
-            if (const Value fresh = loaded.Fresh()) { return fresh; }
-            const Value answer = AskServer();
-            loaded.Publish(time, answer, {time.Now(), loaded.Own().Now()}, [](const auto&...) {});
-            return answer;
-        }
-        return loaded.Load(time, [this] { return AskServer(); });
+        return loaded.Load(time, [this] { return std::make_shared<const int>(server.load()); });
     }
     void Ask() {
         Explorer::Step("ask");
@@ -73,75 +66,52 @@ template <Fault fault = Fault::None> struct Loading {
         Explorer::Expect(!held && got == 7 && *loaded.Held() == 7, "held in the next time");
     }
 
-    const Time<fault> time = NewTime<fault>();
-    const Time<fault> next = NewTime<fault>();
+    const Time time = NewTime();
+    const Time next = NewTime();
     Number server{1};
     int notified = 1;
     Fill::Mutex otherMutex;
-    Loaded<int, fault> loaded;
+    Loaded<int> loaded;
 };
 
-template <Fault fault = Fault::None> Explorer::Result AskBeside(void (Loading<fault>::*change)(), bool inside) {
-    using World = Loading<fault>;
-    return Explore<World>(2, {&World::Ask, inside ? &World::AskInside : &World::Ask, change}, &World::CheckEnd);
-}
-
 TEST(ExploredLoads, TwoAskersAndANotification) {
-    using World = Loading<>;
-    for (const bool inside : {false, true}) {
-        for (const auto change : {&World::ChangeAndAdvanceClock, &World::ChangeAndAdvanceOwn, &World::ChangeAndClear}) {
-            ExpectExplored(AskBeside(change, inside), 500);
+    for (const auto second : {&Loading::Ask, &Loading::AskInside}) {
+        for (const auto change : {&Loading::ChangeAndAdvanceClock, &Loading::ChangeAndAdvanceOwn,
+                                  &Loading::ChangeAndClear, &Loading::ChangeInPlace}) {
+            ExpectExplored<Loading>(2, 500, {&Loading::Ask, second, change}, &Loading::CheckEnd);
         }
     }
-    using Late = Loading<Fault::LateStamp>;
-    EXPECT_EQ(Lost, AskBeside(&Late::ChangeAndAdvanceClock, false).failure);
-    EXPECT_EQ(Lost, AskBeside(&Late::ChangeAndAdvanceOwn, false).failure);
-    const auto lookBeside = []<Fault fault>(FaultConstant<fault>) {
-        using Faulty = Loading<fault>;
-        const auto twice = [](Faulty& w) {
-            w.Ask();
-            w.Ask();
-        };
-        return Explore<Faulty>(2, {twice, &Faulty::Look, &Faulty::ChangeAndAdvanceClock}, &Faulty::CheckEnd);
+    const auto twice = [](Loading& w) {
+        w.Ask();
+        w.Ask();
     };
-    ExpectExplored(lookBeside(With<Fault::None>), 500);
-    EXPECT_EQ(Older, lookBeside(With<Fault::TwoSteps>).failure);
-    EXPECT_EQ("replaced by something older", AskBeside(&Loading<Fault::AnyStamp>::ChangeAndAdvanceClock, true).failure);
+    ExpectExplored<Loading>(2, 500, {twice, &Loading::Look, &Loading::ChangeAndAdvanceClock}, &Loading::CheckEnd);
 }
 
 // Of three askers the last one takes the answer of the second, which a notification may have overtaken; but never that
 // of a load that began before the question.
 TEST(ExploredLoads, ThreeAskersAndNotifications) {
-    using World = Loading<>;
-    const auto changeTwice = [](World& w) {
+    const auto changeTwice = [](Loading& w) {
         w.ChangeAndAdvanceClock();
         w.time.clock->Advance(Aspect);
     };
-    ExpectExplored(Explore<World>(2, {&World::Ask, &World::Ask, &World::Ask, changeTwice}, &World::CheckEnd), 2000);
+    ExpectExplored<Loading>(2, 2000, {&Loading::Ask, &Loading::Ask, &Loading::Ask, changeTwice}, &Loading::CheckEnd);
 }
 
 TEST(ExploredLoads, AnAskerAndTheEndOfItsTime) {
-    const auto explore = []<Fault fault>(bool ends, FaultConstant<fault>) {
-        using World = Loading<fault>;
-        return Explore<World>(2, {&World::Ask, &World::AskInside, [=](World& w) { w.Reconnect(ends); }},
-                              [](World& w) { Explorer::Expect(*w.loaded.Held() == 7, "an old answer"); });
-    };
     for (const bool ends : {false, true}) {
-        ExpectExplored(explore(ends, With<Fault::None>), 2000);
-        EXPECT_EQ("held in the next time", explore(ends, With<Fault::AnyTime>).failure);
+        ExpectExplored<Loading>(2, 2000, {&Loading::Ask, &Loading::AskInside, [=](Loading& w) { w.Reconnect(ends); }},
+                                [](Loading& w) { Explorer::Expect(*w.loaded.Held() == 7, "an old answer"); });
     }
 }
 
-TEST(ExploredLoads, AChangeOfThisProcessBesideAskersAndANotification) {
-    using World = Loading<>;
-    ExpectExplored(AskBeside(&World::ChangeInPlace, false), 500);
-    ExpectExplored(AskBeside(&World::ChangeInPlace, true), 500);
-    const auto edit = [](World& w) {
+TEST(ExploredLoads, AChangeOfThisProcessThatANotificationOvertakes) {
+    const auto edit = [](Loading& w) {
         w.Ask();
         w.loaded.Change([](const int& value, bool&) { return std::make_shared<const int>(value); });
     };
-    for (const auto change : {&World::ChangeAndAdvanceClock, &World::ChangeAndAdvanceOwn}) {
-        ExpectExplored(Explore<World>(4, {edit, change}, &World::CheckEnd), 100);
+    for (const auto change : {&Loading::ChangeAndAdvanceClock, &Loading::ChangeAndAdvanceOwn}) {
+        ExpectExplored<Loading>(4, 100, {edit, change}, &Loading::CheckEnd);
     }
 }
 
@@ -173,16 +143,16 @@ struct Crosswise {
         notified = 2;
     }
 
-    const Time<Fault::None> time = NewTime<Fault::None>();
+    const Time time = NewTime();
     Number server{1};
     int notified = 1;
-    Loaded<int, Fault::None> loaded[2];
+    Loaded<int> loaded[2];
 };
 
 TEST(ExploredLoads, ServersThatAskBackCrosswise) {
     const auto first = [](Crosswise& w) { w.AskAndCheck(0); };
     const auto second = [](Crosswise& w) { w.AskAndCheck(1); };
-    ExpectExplored(Explore<Crosswise>(3, {first, second}), 2000);
-    ExpectExplored(Explore<Crosswise>(2, {first, second, &Crosswise::Change}), 2000);
+    ExpectExplored<Crosswise>(3, 2000, {first, second});
+    ExpectExplored<Crosswise>(2, 2000, {first, second, &Crosswise::Change});
 }
 } // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // A module that is loaded late gets thread-local variables for threads that are already running, and new ones when it
-// is loaded again.
+// is loaded again. Its data has all kinds of access at once.
 #include "latemodule.h"
 #include "synctools.h"
 
@@ -18,7 +18,7 @@ XLXText LatePath() {
 }
 
 TEST(LateModule, IsUsedByThreadsThatWereThereBefore) {
-    constexpr unsigned Rounds = 4000;
+    constexpr unsigned Rounds = 8000;
     XActor actors[4];
     for (XActor& actor : actors) {
         actor.Do([] {});

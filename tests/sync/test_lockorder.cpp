@@ -44,14 +44,9 @@ TEST(LockOrder, LetsTheRightOrderPass) {
 }
 
 #if !defined(NDEBUG) && !defined(_WIN32)
-struct WrongOrder {
-    const char* what;
-    void (*run)();
-};
-
 TEST(LockOrderDeathTest, FindsTheWrongOrder) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    constexpr WrongOrder Cases[] = {
+    constexpr std::pair<const char*, void (*)()> Cases[] = {
         {"taking TypeMap while PropertyStore", [] { Nest<XCritProxy<int>, XCritReadProxy<int>>(Store(), Types()); }},
         {"taking PropertyStore while PropertyStore",
          [] { Nest<XCritProxy<int>, XCritLFReadProxy<int>>(Store(), OtherStore()); }},
@@ -72,8 +67,8 @@ TEST(LockOrderDeathTest, FindsTheWrongOrder) {
              XLockPlace::AssertNoneHeld();
          }},
     };
-    for (const WrongOrder& wrong : Cases) {
-        EXPECT_DEATH(wrong.run(), wrong.what);
+    for (const auto& [message, run] : Cases) {
+        EXPECT_DEATH(run(), message);
     }
 }
 #endif

@@ -18,6 +18,7 @@ struct Refusal {
     const char* text;
 };
 
+const std::string Prefix = "transfer array refused at element ";
 constexpr const char* WrongSize = "wrong safearray size";
 
 // Sets element 1 of the attribute list to the name "Power".
@@ -31,12 +32,10 @@ constexpr Refusal Refusals[] = {
     {EKind::TypeArray, 21, false, "21 of 42 (types)", "variant type mismatch: expected VT_UI4"},
     {EKind::TypeArray, 25, true, "23 of 25 (types, type 'Pump')", WrongSize},
     {EKind::TypeArray, 30, false, "30 of 42 (editors, type 'Pump')", "variant type mismatch: expected VT_I4"},
-    {EKind::TypeArray, 41, true, "41 of 41 (types, type 'Pump')", WrongSize},
     {EKind::PCArray, 2, false, "2 of 9 (relations)", "variant type mismatch: expected VT_I4"},
     {EKind::TypeComponents, 10, false, "10 of 13 (groups)", "variant type mismatch: expected VT_I4"},
     {EKind::RecordList, 0, false, "0 of 6 (records)", "variant type mismatch: expected VT_I4"},
     {EKind::AttributeList, 0, false, "0 of 132 (attributes)", "variant type mismatch: expected VT_UNKNOWN"},
-    {EKind::AttributeList, 60, true, "1 of 60 (attributes)", WrongSize},
     {EKind::AttributeList, 69, false, "69 of 132 (attribute types, attribute 'Power')",
      "variant type mismatch: expected VT_UNKNOWN"},
     {EKind::AttributeList, 100, true, "71 of 100 (attributes)", WrongSize},
@@ -63,7 +62,7 @@ std::string Logged(const char* text, const std::function<void()>& read) {
         read();
         ADD_FAILURE() << "nothing was refused";
     } catch (const XLXException& error) {
-        EXPECT_EQ(Narrow(error.Message()), text);
+        EXPECT_EQ(LXNarrow(error.Message()), text);
         EXPECT_EQ(error.Code(), E_INVALIDARG);
     }
     const auto entries = log.Entries();
@@ -71,25 +70,18 @@ std::string Logged(const char* text, const std::function<void()>& read) {
     EXPECT_EQ(entries[0].code, E_INVALIDARG);
     EXPECT_EQ(entries[0].severity, XLXError::SeverityError);
     EXPECT_EQ(entries[0].source, "XCFCDataTransfer");
-    return Narrow(entries[0].text);
+    return LXNarrow(entries[0].text);
 }
 
-std::string Entry(const char* place, const char* text) {
-    return std::string("transfer array refused at element ") + place + ": " + text;
-}
 } // namespace
 
 TEST(Refusals, TheLogbookSaysWhereInTheArray) {
     for (const Refusal& row : Refusals) {
         XLXSafeArray array = Spoil(row);
         const auto read = [&] { ReadAndWrite(row.kind, std::move(array)); };
-        EXPECT_EQ(Logged(row.text, read), Entry(row.place, row.text)) << row.kind;
+        EXPECT_EQ(Logged(row.text, read), Prefix + row.place + ": " + row.text) << row.kind;
     }
-    LONG number[] = {1};
-    SAFEARRAYBOUND bound = {1, 0};
-    XLXSafeArray numbers(SafeArrayCreate(VT_I4, 1, &bound));
-    LONG first = 0;
-    ASSERT_EQ(SafeArrayPutElement(numbers.Get(), &first, number), S_OK);
+    XLXSafeArray numbers(SafeArrayCreateVector(VT_I4, 0, 1));
     EXPECT_EQ(Logged("wrong safearray vartype", [&] { GetMapFromArray(std::move(numbers)); }),
-              Entry("0 of 0 (header)", "wrong safearray vartype"));
+              Prefix + "0 of 0 (header): wrong safearray vartype");
 }

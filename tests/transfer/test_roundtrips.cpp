@@ -10,16 +10,10 @@ using namespace XLXCFCDataTransfer;
 namespace {
 class EveryKind : public testing::TestWithParam<EKind> {};
 
-TEST_P(EveryKind, IsWrittenAsItWasRead) {
-    XLXSafeArray array = Sample(GetParam());
-    const auto expected = Describe(array);
-    EXPECT_EQ(Describe(ReadAndWrite(GetParam(), std::move(array))), expected);
-}
-
-TEST_P(EveryKind, MayHaveAnyLowerBound) {
+TEST_P(EveryKind, IsWrittenAsItWasReadWhateverItsLowerBound) {
     const XLXSafeArray array = Sample(GetParam());
     using Limits = std::numeric_limits<LONG>;
-    for (const LONG bound : std::initializer_list<LONG>{1, -7, Limits::min(), Limits::max() - 3}) {
+    for (const LONG bound : std::initializer_list<LONG>{0, 1, -7, Limits::min(), Limits::max() - 3}) {
         XLXSafeArray moved = Cut(array, CountOf(array), bound);
         EXPECT_EQ(Describe(ReadAndWrite(GetParam(), std::move(moved))), Describe(array)) << bound;
     }
@@ -28,11 +22,8 @@ TEST_P(EveryKind, MayHaveAnyLowerBound) {
 // Trailing elements are ignored, except in an attribute list, which extends to the end of its array.
 TEST_P(EveryKind, MayBeFollowedByFurtherElements) {
     const XLXSafeArray sample = Sample(GetParam());
-    XArrayWriter writer;
-    for (ULONG i = 0; i < CountOf(sample); ++i) {
-        writer.Add(XLXComVariant::CopyOf(ElementOf(sample, i)));
-    }
-    XLXSafeArray array = writer.Put(LONG{7}).Finish();
+    XLXSafeArray array = Cut(sample, CountOf(sample) + 1);
+    XLXComVariant::FromI4(7).DetachTo(&ElementOf(array, CountOf(sample)));
     const Raised expected = GetParam() == EKind::AttributeList
                                 ? Raised{E_INVALIDARG, "variant type mismatch: expected VT_UNKNOWN", "FromVariant"}
                                 : Raised{};
@@ -43,6 +34,7 @@ INSTANTIATE_TEST_SUITE_P(Transfer, EveryKind, testing::ValuesIn(AllKinds), testi
 
 TEST(TypeArray, GivesNamesRecordsAndUnparsedLists) {
     XLXSafeArray array = Sample(EKind::TypeArray);
+    V_BOOL(&ElementOf(array, 20)) = 1; // true, because it is not zero
     const long counted = XCountedObject::counted;
     const XILXTypeMap types = GetMapFromArray(std::move(array));
     EXPECT_EQ(XCountedObject::counted, counted) << "objects are moved, not copied";
@@ -84,41 +76,14 @@ TEST(TypeComponents, DistinguishEmptyFromMissing) {
     EXPECT_EQ(CountOf(some.groups), 0U);
     EXPECT_EQ(CountOf(some.attributes), 0U);
 
-    const XILXTypeComp none = GetWrapperFromArray(ArrayOf(LONG{4}, LONG{4}, ULONG{0}, ULONG{0}, ULONG{0}, ULONG{0}));
-    EXPECT_FALSE(none.pages || none.groups || none.editors || none.attributes);
-}
-
-TEST(TypeComponents, TakeAnyFlagButZeroForPresent) {
+    // Any flag but zero stands for a list.
     const XILXTypeComp read =
         GetWrapperFromArray(ArrayOf(LONG{4}, LONG{4}, ULONG{0}, ULONG{0x80000000}, ULONG{0}, LONG{0}, ULONG{0}));
     EXPECT_TRUE(read.groups && !read.pages && !read.editors && !read.attributes);
 }
 
-TEST(RecordList, MayHoldNoRecordsAndNullObjects) {
+TEST(Lists, MayBeEmpty) {
     EXPECT_TRUE(GetSingleTypedVecFromArray(ArrayOf(LONG{0})).empty());
-    const auto records = GetSingleTypedVecFromArray(Sample(EKind::RecordList));
-    ASSERT_EQ(records.size(), 2U);
-    EXPECT_TRUE(records[0].object);
-    ASSERT_FALSE(records[0].values.empty());
-    EXPECT_EQ(records[0].values[0].AsText(), OLESTR("Main"));
-    EXPECT_FALSE(records[1].object);
-    EXPECT_TRUE(records[1].values.empty());
-}
-
-TEST(AttributeList, GivesValuesInMemberOrderAndTheTypesOfEachAttribute) {
-    const auto attributes = ReadAttributeList(Sample(EKind::AttributeList));
-    ASSERT_EQ(attributes.size(), 2U);
-    for (const XILXAttributeData& attribute : attributes) {
-        EXPECT_TRUE(attribute.object);
-        ASSERT_EQ(attribute.values.size(), AttributeValueCount);
-        EXPECT_EQ(attribute.values[0].AsLong(), 0);
-        EXPECT_EQ(attribute.values[58].AsLong(), 58);
-    }
-    ASSERT_EQ(attributes[0].types.size(), 1U);
-    EXPECT_TRUE(attributes[0].types[0].object);
-    ASSERT_EQ(attributes[0].types[0].values.size(), AttributeTypeValueCount);
-    EXPECT_EQ(attributes[0].types[0].values[6].AsLong(), 6);
-    EXPECT_TRUE(attributes[1].types.empty());
     EXPECT_TRUE(ReadAttributeList(ArrayOf()).empty());
 }
 
@@ -159,12 +124,6 @@ TEST(Values, OfAListGoWithTheirRecord) {
     EXPECT_EQ(second[0].AsLong(), 7);
     second = XVariantRow();
     EXPECT_EQ(XCountedObject::alive - before, 0);
-}
-
-TEST(Booleans, AreTrueWhenTheyAreNotZero) {
-    XLXSafeArray array = Sample(EKind::TypeArray);
-    V_BOOL(&ElementOf(array, 41)) = 1;
-    EXPECT_TRUE(GetMapFromArray(std::move(array)).records.at(1).searchable);
 }
 
 } // namespace

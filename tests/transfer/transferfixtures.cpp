@@ -94,21 +94,13 @@ XLXSafeArray ReadAndWrite(EKind kind, XLXSafeArray array) {
     }
 }
 
-std::string Narrow(XLXTextView text) {
-    std::string narrow;
-    for (const OLECHAR character : text) {
-        narrow.push_back(character < 0x80 ? static_cast<char>(character) : '?');
-    }
-    return narrow;
-}
-
 std::string Describe(const VARIANT& element) {
     switch (V_VT(&element)) {
     case VT_EMPTY: return "EMPTY";
     case VT_I4: return "I4 " + std::to_string(V_I4(&element));
     case VT_UI4: return "UI4 " + std::to_string(V_UI4(&element));
     case VT_BOOL: return V_BOOL(&element) == VARIANT_TRUE ? "BOOL true" : "BOOL " + std::to_string(V_BOOL(&element));
-    case VT_BSTR: return "BSTR " + Narrow(LXBstrView(V_BSTR(&element)));
+    case VT_BSTR: return "BSTR " + LXNarrow(LXBstrView(V_BSTR(&element)));
     case VT_UNKNOWN: return V_UNKNOWN(&element) != nullptr ? "UNKNOWN" : "UNKNOWN null";
     default: return "type " + std::to_string(V_VT(&element));
     }
@@ -125,7 +117,7 @@ std::vector<std::string> Describe(const XLXSafeArray& array) {
 XLXSafeArray Cut(const XLXSafeArray& array, ULONG count, LONG lowerBound) {
     SAFEARRAYBOUND bound = {count, lowerBound};
     XLXSafeArray cut(SafeArrayCreate(VT_VARIANT, 1, &bound));
-    for (ULONG i = 0; i < count; ++i) {
+    for (ULONG i = 0; i < std::min(count, CountOf(array)); ++i) {
         VariantCopy(&ElementOf(cut, i), &ElementOf(array, i));
     }
     return cut;
@@ -147,6 +139,6 @@ Raised Read(EKind kind, XLXSafeArray array) {
     } catch (const XLXException& error) {
         EXPECT_STREQ(error.Location().source, "XCFCDataTransfer");
         EXPECT_STREQ(error.Location().scope, "XLXCFCDataTransfer");
-        return {error.Code(), Narrow(error.Message()), error.Location().method};
+        return {error.Code(), LXNarrow(error.Message()), error.Location().method};
     }
 }

@@ -6,6 +6,7 @@
 
 #include "XCFCDataTransfer.h"
 #include "XTransferWriters.h"
+#include "testtexts.h"
 
 #include <gtest/gtest.h>
 
@@ -71,7 +72,8 @@ template <class... T> XLXVariantVector Values(T... values) {
 inline XLXComVariant Text(XLXTextView text) { return XLXComVariant::FromBstr(text); }
 inline XLXComVariant Bool(bool value) { return XLXComVariant::FromBool(value); }
 
-/// The first elements of an array as an array of its own, with another lower bound if one is given.
+/// The first elements of an array as an array of its own, with empty ones behind its end, and with another lower bound
+/// if one is given.
 XLXSafeArray Cut(const XLXSafeArray& array, ULONG count, LONG lowerBound = 0);
 ULONG CountOf(const XLXSafeArray& array);
 /// An element of an array, to be looked at or changed in place.
@@ -89,7 +91,5 @@ std::ostream& operator<<(std::ostream& out, const Raised& raised);
 
 /// Reads an array; what the reader raised is checked to name this source and scope.
 Raised Read(EKind kind, XLXSafeArray array);
-
-std::string Narrow(XLXTextView text);
 
 #endif

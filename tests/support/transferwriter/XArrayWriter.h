@@ -27,8 +27,6 @@ public:
     /// Appends values in order, each with its ToSafeArray.
     template <class... T> XArrayWriter& Put(T&&... values);
 
-    std::size_t Size() const noexcept { return m_elements.size(); }
-
     /// Returns the array, with lower bound 0, and empties the writer. Raises E_OUTOFMEMORY.
     XLXSafeArray Finish();
 
