@@ -53,7 +53,9 @@ if(WIN32)
     add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${folder}>")
   endforeach()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-gcodeview>) # debug information for PDB files
+    # Debug information for PDB files. It contains the command line.
+    add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-gcodeview> $<$<COMPILE_LANGUAGE:C,CXX>:-ffile-compilation-dir=.>)
+    set_property(GLOBAL PROPERTY RULE_LAUNCH_COMPILE ${relative}/cmake/relative-paths.sh)
   endif()
 endif()
 
