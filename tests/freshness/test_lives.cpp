@@ -66,6 +66,9 @@ protected:
         });
     }
     void AskForEverything() {
+        const XLXComBSTR pump(OLESTR("Pump"));
+        BSTR names[] = {pump.Get()};
+        m_cache->LoadTypesByTypeNames(1, names, 1);
         for (const OLECHAR* const name : {OLESTR("Late"), OLESTR("Item"), OLESTR("Document")}) {
             XLXComPtr<ILXType> type; // the second stale value may cause a read of all
             Factory()->GetType(XLXComBSTR(XLXText(name)).Get(), nullptr, type.Put());
@@ -75,9 +78,6 @@ protected:
         BrowserIds();
         Specs();
         Children();
-        const XLXComBSTR name(OLESTR("Pump"));
-        BSTR names[] = {name.Get()};
-        m_cache->LoadTypesByTypeNames(1, names, 1);
     }
     void ExpectAnswersOfTheSecond() {
         EXPECT_EQ(Types(), (Names{"Document", "Equipment", "Item", "Pump", "Second"}));
@@ -120,6 +120,8 @@ struct Late {
     bool beforeTheNextStart = true; ///< or after it
     const char* refill = "never";
 };
+
+void PrintTo(const Late& late, std::ostream* os) { *os << late.method; }
 
 class LateAnswers : public Lives, public testing::WithParamInterface<Late> {
 protected:
