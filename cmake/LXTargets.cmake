@@ -53,9 +53,11 @@ if(WIN32)
     add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${folder}>")
   endforeach()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    # Debug information for PDB files. It contains the command line.
+    # Debug information for PDB files. It contains the command lines of compiler and linker.
     add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-gcodeview> $<$<COMPILE_LANGUAGE:C,CXX>:-ffile-compilation-dir=.>)
-    set_property(GLOBAL PROPERTY RULE_LAUNCH_COMPILE ${relative}/cmake/relative-paths.sh)
+    foreach(step COMPILE LINK)
+      set_property(GLOBAL PROPERTY RULE_LAUNCH_${step} ${relative}/cmake/relative-paths.sh)
+    endforeach()
   endif()
 endif()
 

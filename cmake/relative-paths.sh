@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Runs a compiler with the source folder's path in its arguments replaced by a relative one: Clang records its whole
-# command line in the debug information, from which the linker derives the identifier of a PDB file and its DLL.
+# Runs a compiler or linker with the source folder's path in its arguments replaced by a relative one: Clang and LLD
+# record their command lines in the PDB file, from whose content the identifier of that file and its DLL is derived.
 # usage: RELATIVE/cmake/relative-paths.sh COMMAND...
 #   RELATIVE   the source folder as seen from the build folder
 set -u

@@ -71,17 +71,14 @@ template <class T> std::string Found(HRESULT result, const XLXComPtr<T>& object,
     return FAILED(result) ? "<failed>" : object ? Read(object.Get(), member) : "<none>";
 }
 
-template <class Element, class Enumerator>
-std::string List(HRESULT result, const XLXComPtr<Enumerator>& elements, std::initializer_list<int> members) {
+/// The elements of an enumeration as text, each with the texts that tell gives.
+template <class Element, class Enumerator, class Tell>
+std::string ListOf(HRESULT result, const XLXComPtr<Enumerator>& elements, Tell&& tell) {
     if (FAILED(result)) { return "<failed>"; }
     std::vector<std::string> lines;
     XLXComPtr<Element> element;
     while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
-        std::string line;
-        for (const int member : members) {
-            line += Read(element.Get(), member) + "|";
-        }
-        lines.push_back(line);
+        lines.push_back(tell(*element.Get()));
     }
     std::sort(lines.begin(), lines.end()); // cache and server may have different orders
     std::string all;
@@ -89,6 +86,17 @@ std::string List(HRESULT result, const XLXComPtr<Enumerator>& elements, std::ini
         all += line + ";";
     }
     return all;
+}
+
+template <class Element, class Enumerator>
+std::string List(HRESULT result, const XLXComPtr<Enumerator>& elements, std::initializer_list<int> members) {
+    return ListOf<Element>(result, elements, [&](Element& element) {
+        std::string line;
+        for (const int member : members) {
+            line += Read(&element, member) + "|";
+        }
+        return line;
+    });
 }
 
 std::string AskAttribute(ILXType& type, const Question& question) {
@@ -195,19 +203,11 @@ std::string AskType(ILXConfigFactory& factory, const Question& question) {
 std::string AskSpecs(ILXConfigFactory& factory, const Question& question) {
     XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
     const HRESULT result = factory.GetAllGlobalAttributeFormatSpecs(specs.Put());
-    std::vector<std::string> lines;
-    XLXComPtr<ILXGlobalAttributeFormatSpec> spec;
-    while (specs && specs->GetSingleNext(spec.Put()) == S_OK) {
+    return ListOf<ILXGlobalAttributeFormatSpec>(result, specs, [&](ILXGlobalAttributeFormatSpec& spec) {
         XLXComPtr<ILXFormat> format;
-        const HRESULT got = spec->GetFormat(question.number, format.Put());
-        lines.push_back(Read(spec.Get(), 0) + Read(spec.Get(), 2) + Found(got, format, question.member % 5));
-    }
-    std::sort(lines.begin(), lines.end());
-    std::string all = FAILED(result) ? "<failed>" : "";
-    for (const std::string& line : lines) {
-        all += line + ";";
-    }
-    return all;
+        const HRESULT got = spec.GetFormat(question.number, format.Put());
+        return Read(&spec, 0) + Read(&spec, 2) + Found(got, format, question.member % 5);
+    });
 }
 
 std::string AskRelations(ILXConfigFactory& factory, const Question& question) {
@@ -218,14 +218,11 @@ std::string AskRelations(ILXConfigFactory& factory, const Question& question) {
                                     {XProperty::ParentName, XProperty::ChildName, XProperty::ChildList,
                                      XProperty::NameShort, XProperty::SystemInternal});
     }
-    std::string all = FAILED(result) ? "<failed>" : "";
-    XLXComPtr<ILXParentChild> relation;
-    while (relations && relations->GetSingleNext(relation.Put()) == S_OK) {
+    return ListOf<ILXParentChild>(result, relations, [](ILXParentChild& relation) {
         XLXComPtr<ILXPCInfoEnum> infos;
-        const HRESULT listed = relation->GetPCInfoEnum(infos.Put());
-        all += List<ILXPCInfo>(listed, infos, {XProperty::PCInfoBrowser, XProperty::PCInfoLabel});
-    }
-    return all;
+        const HRESULT listed = relation.GetPCInfoEnum(infos.Put());
+        return List<ILXPCInfo>(listed, infos, {XProperty::PCInfoBrowser, XProperty::PCInfoLabel});
+    });
 }
 } // namespace
 

@@ -44,6 +44,12 @@ template <class Element, class Enumerator, class Ask> std::vector<std::string> L
     return LXReadAll<Element>(elements, member);
 }
 
+template <class Element, class Owner, class Enumerator>
+std::vector<std::string> LXList(int member, const XLXComPtr<Owner>& owner,
+                                HRESULT (STDMETHODCALLTYPE Owner::*list)(Enumerator**)) {
+    return LXList<Element, Enumerator>(member, [&](Enumerator** out) { return (*owner.*list)(out); });
+}
+
 /// The model of these tests; g: group of an attribute:
 ///     Item         Name g1, Weight g2; pages 1, 2; groups 1 on page 1, 2 on page 1 in group 1, 3 on page 2
 ///       Equipment  Power g2, Name again with another label

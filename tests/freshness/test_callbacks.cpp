@@ -14,159 +14,62 @@ XServerModel AskingModel() {
     return model;
 }
 
-// The next request that the server makes on this thread, and the server method that makes it.
+/// A request, which fails the test if its answer is wrong, and the server method that it calls.
+struct Question {
+    const char* method;
+    std::function<void()> ask;
+};
+
+// The request that the server makes next on this thread, and the server method that makes it.
 thread_local std::function<void()> t_ask;
 thread_local std::string_view t_inside;
 
-class Questions : public CacheTest {
-public:
-    // Requests, each with its expected answer.
-    void AskForRelations() {
-        EXPECT_EQ(LXReadAll<ILXParentChild>(Relations(), XProperty::ChildName), Texts{"Document"});
+class Asking : public CacheTest {
+protected:
+    using Texts = std::vector<std::string>;
+
+    Asking() : CacheTest(AskingModel()) {
+        Calls().SetHook([](const XServerCall& call) {
+            if (t_ask && call.name == t_inside && call.point == XCallPoint::Arrival) { std::exchange(t_ask, {})(); }
+        });
     }
-    void AskForPCInfos() {
-        EXPECT_EQ((LXList<ILXPCInfo, ILXPCInfoEnum>(XProperty::PCInfoBrowser,
-                                                    [&](auto out) { return m_relation->GetPCInfoEnum(out); })),
-                  Texts{"Tree"});
-    }
-    void AskForBrowserIds() {
-        EXPECT_EQ((LXList<ILXBrowserId, ILXBrowserIdEnum>(XProperty::BrowserIdName,
-                                                          [&](auto out) { return Factory()->GetBrowserIdEnum(out); })),
-                  Texts{"Tree"});
-    }
+    ~Asking() override { Calls().SetHook({}); }
+
     void AskForTypes() {
         EXPECT_EQ((LXList<ILXType, ILXTypeEnum>(XProperty::TypeName,
                                                 [&](auto out) { return Factory()->GetTypeEnum(nullptr, out); })),
                   (Texts{"Document", "Equipment", "Item", "Pump"}));
     }
-    void AskForTypesAfterANotification() {
-        m_server->SendNotification("objects/x/0/1");
-        AskForTypes();
-    }
-    void AskTheItem() { ExpectAttribute(m_item, OLESTR("Weight")); }
-    void AskTheDocument() { ExpectAttribute(m_document, OLESTR("Title")); }
-    void AskForPages() {
-        EXPECT_EQ(
-            (LXList<ILXPage, ILXPageEnum>(XProperty::PageNumber, [&](auto out) { return m_item->GetPageEnum(out); })),
-            (Texts{"1", "2"}));
-    }
-    void AskASecondCache() {
-        const XLXComPtr<ILXConfigFactoryCache> first = m_cache;
-        m_cache.Reset();
-        EXPECT_EQ(Start(), S_OK);
-        AskForTypes();
-        Terminate();
-        m_cache = first;
-    }
-
-protected:
-    using Texts = std::vector<std::string>;
-
-    Questions() : CacheTest(AskingModel()) {}
-    void TearDown() override {
-        Calls().SetHook({});
-        Terminate();
-    }
-
-    /// Starts without components, loads some objects and makes everything stale.
-    void StartStale() {
-        ASSERT_EQ(Start(0), S_OK);
-        m_item = Type("Item");
-        m_document = Type("Document");
-        XLXComPtr<ILXParentChildEnum> relations = Relations();
-        ASSERT_TRUE(relations && relations->GetSingleNext(m_relation.Put()) == S_OK);
-        m_server->SendNotification("objects/x/0/1");
-    }
-    XLXComPtr<ILXParentChildEnum> Relations() {
+    XLXComPtr<ILXParentChild> AskForRelation() {
         XLXComPtr<ILXParentChildEnum> relations;
-        EXPECT_EQ(m_cache->GetPCEnum2(nullptr, XLXComBSTR(OLESTR("Item")).Get(), nullptr, 0, relations.Put()), S_OK);
-        return relations;
+        XLXComPtr<ILXParentChild> relation;
+        EXPECT_EQ(Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put()), S_OK);
+        EXPECT_EQ(relations->GetSingleNext(relation.Put()), S_OK);
+        return relation;
+    }
+    static Question AskForAttribute(const XLXComPtr<ILXType>& type, const OLECHAR* name) {
+        return {"ILXType::GetTypeComponentData", [=] {
+                    XLXComPtr<ILXAttribute> attribute;
+                    EXPECT_EQ(type->GetAttribute(XLXComBSTR(XLXText(name)).Get(), attribute.Put()), S_OK);
+                }};
     }
 
-    /// Makes the server call back on each thread with the thread's t_ask.
-    void LetTheServerAsk() {
-        Calls().SetHook([](const XServerCall& call) {
-            if (t_ask && call.name == t_inside && call.point == XCallPoint::Arrival) { std::exchange(t_ask, {})(); }
-        });
-    }
-
-    XLXComPtr<ILXType> m_item;
-    XLXComPtr<ILXType> m_document;
-    XLXComPtr<ILXParentChild> m_relation;
-
-private:
-    static void ExpectAttribute(const XLXComPtr<ILXType>& type, const OLECHAR* name) {
-        XLXComPtr<ILXAttribute> attribute;
-        EXPECT_EQ(type->GetAttribute(XLXComBSTR(XLXText(name)).Get(), attribute.Put()), S_OK);
-    }
-};
-
-using Ask = void (Questions::*)();
-
-/// A request and the server method that it calls.
-struct Question {
-    Ask ask;
-    const char* method;
-};
-constexpr Question Relations{&Questions::AskForRelations, "ILXConfigFactory::GetPCArray"};
-constexpr Question BrowserIds{&Questions::AskForBrowserIds, "ILXConfigFactory::GetBrowserIdEnum"};
-constexpr Question PCInfos{&Questions::AskForPCInfos, "ILXParentChild::GetPCInfoEnum"};
-constexpr Question Types{&Questions::AskForTypes, "ILXConfigFactoryEx::GetTypeArrayEx"};
-constexpr Question Item{&Questions::AskTheItem, "ILXType::GetTypeComponentData"};
-constexpr Question Document{&Questions::AskTheDocument, "ILXType::GetTypeComponentData"};
-
-struct Nested {
-    const char* name;
-    Question outer;
-    Ask inner;
-};
-struct Crossing {
-    const char* name;
-    Question first;
-    Question second;
-};
-std::ostream& operator<<(std::ostream& out, const Nested& nested) { return out << nested.name; }
-std::ostream& operator<<(std::ostream& out, const Crossing& crossing) { return out << crossing.name; }
-
-class AskingBack : public Questions, public testing::WithParamInterface<Nested> {};
-
-TEST_P(AskingBack, OnTheThreadThatAsksIsAnswered) {
-    StartStale();
-    LetTheServerAsk();
-    t_inside = GetParam().outer.method;
-    t_ask = [this] { (this->*GetParam().inner)(); };
-    (this->*GetParam().outer.ask)();
-    EXPECT_FALSE(t_ask) << t_inside << " was not called";
-    (this->*GetParam().outer.ask)();
-    (this->*GetParam().inner)();
-}
-
-INSTANTIATE_TEST_SUITE_P(Callbacks, AskingBack,
-                         testing::Values(Nested{"PagesInsideAttributes", Item, &Questions::AskForPages},
-                                         Nested{"BrowserIdsInsideRelations", Relations, &Questions::AskForBrowserIds},
-                                         Nested{"TypesInsideComponents", Item,
-                                                &Questions::AskForTypesAfterANotification},
-                                         Nested{"ASecondCacheInsideTypes", Types, &Questions::AskASecondCache}),
-                         testing::PrintToStringParamName());
-
-class AskingCrosswise : public Questions, public testing::WithParamInterface<Crossing> {
-protected:
     /// Waits for the other thread.
     void Meet() {
         std::unique_lock<std::mutex> lock(m_mutex);
-        ++m_here;
+        const int wanted = m_arrived++ / 2 * 2 + 2;
         m_changed.notify_all();
-        EXPECT_TRUE(m_changed.wait_for(lock, std::chrono::seconds(5), [this] { return m_here == 2; }));
+        EXPECT_TRUE(m_changed.wait_for(lock, std::chrono::seconds(5), [=, this] { return m_arrived >= wanted; }));
     }
     /// On a new thread: makes a request. Inside the server, waits for the other thread and makes the other's request.
-    std::future<void> Start(const Question& own, const Question& others) {
-        return std::async(std::launch::async, [this, own, others] {
+    std::future<void> AskOnAThread(const Question& own, const Question& others) {
+        return std::async(std::launch::async, [=, this] {
             t_inside = own.method;
             t_ask = [this, others] {
                 Meet();
-                (this->*others.ask)();
+                others.ask();
             };
-            (this->*own.ask)();
+            own.ask();
             EXPECT_FALSE(t_ask) << own.method << " was not called";
         });
     }
@@ -174,23 +77,51 @@ protected:
 private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    int m_here = 0;
+    int m_arrived = 0;
 };
 
-TEST_P(AskingCrosswise, DoesNotWaitForTheOther) {
-    StartStale();
-    LetTheServerAsk();
-    const auto first = Start(GetParam().first, GetParam().second);
-    const auto second = Start(GetParam().second, GetParam().first);
-    EXPECT_EQ(first.wait_for(std::chrono::seconds(10)), std::future_status::ready);
-    EXPECT_EQ(second.wait_for(std::chrono::seconds(1)), std::future_status::ready);
+TEST_F(Asking, CrosswiseDoesNotWaitForTheOther) {
+    ASSERT_EQ(Start(0), S_OK); // without components
+    const Question types{"ILXConfigFactoryEx::GetTypeArrayEx", [&] { AskForTypes(); }};
+    const Question relations{"ILXConfigFactory::GetPCArray", [&] { EXPECT_TRUE(AskForRelation()); }};
+    const Question pcInfos{"ILXParentChild::GetPCInfoEnum", [relation = AskForRelation()] {
+                               XLXComPtr<ILXPCInfoEnum> infos;
+                               EXPECT_EQ(relation->GetPCInfoEnum(infos.Put()), S_OK);
+                               EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser), Texts{"Tree"});
+                           }};
+    const Question browserIds{"ILXConfigFactory::GetBrowserIdEnum", [&] {
+                                  XLXComPtr<ILXBrowserIdEnum> ids;
+                                  EXPECT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
+                                  EXPECT_EQ(LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName), Texts{"Tree"});
+                              }};
+    const Question item = AskForAttribute(Type("Item"), OLESTR("Weight"));
+    const Question document = AskForAttribute(Type("Document"), OLESTR("Title"));
+    for (const auto& [one, other] : {std::pair(pcInfos, types), {relations, browserIds}, {item, document}}) {
+        SCOPED_TRACE(one.method);
+        m_server->SendNotification("objects/x/0/1");
+        const auto first = AskOnAThread(one, other);
+        const auto second = AskOnAThread(other, one);
+        EXPECT_EQ(first.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        EXPECT_EQ(second.wait_for(std::chrono::seconds(1)), std::future_status::ready);
+    }
+    Terminate();
 }
 
-INSTANTIATE_TEST_SUITE_P(Callbacks, AskingCrosswise,
-                         testing::Values(Crossing{"PCInfosAndTypes", PCInfos, Types},
-                                         Crossing{"RelationsAndBrowserIds", Relations, BrowserIds},
-                                         Crossing{"TwoTypes", Item, Document}),
-                         testing::PrintToStringParamName());
+TEST_F(Asking, ASecondCacheFromInsideACallOfTheFirst) {
+    ASSERT_EQ(Start(0), S_OK);
+    m_server->SendNotification("objects/x/0/1");
+    t_inside = "ILXConfigFactoryEx::GetTypeArrayEx";
+    t_ask = [this] {
+        const XLXComPtr<ILXConfigFactoryCache> first = std::exchange(m_cache, {});
+        EXPECT_EQ(Start(), S_OK);
+        AskForTypes();
+        Terminate();
+        m_cache = first;
+    };
+    AskForTypes();
+    EXPECT_FALSE(t_ask);
+    Terminate();
+}
 
 /// A server object that runs a function when it is destroyed.
 class Leaving final : public HostileObject<IUnknown> {
@@ -205,37 +136,23 @@ private:
 class LastRelease : public HostileTest {
 protected:
     LastRelease() {
-        m_factory->types = [this](SAFEARRAY** out) { return Give({OLESTR("Base"), OLESTR("Derived")}, out); };
-        m_factory->namedTypes = [this](SAFEARRAY** out) { return Give({OLESTR("Derived")}, out); };
+        m_factory->types = [this](SAFEARRAY** out) { return Give({Base, Derived}, out); };
+        m_factory->namedTypes = [this](SAFEARRAY** out) { return Give({Derived}, out); };
     }
     void TearDown() override {
         m_asks = false;
         Terminate();
     }
 
-    /// Types whose server object and base-type property make a request when they are destroyed.
-    HRESULT Give(const std::vector<XLXText>& names, SAFEARRAY** out) {
-        XLXCFCDataTransfer::XILXTypeMap types;
-        for (const XLXText& name : names) {
-            auto& record = types.records[IndexOf(types, name)];
-            record.listed = true;
-            record.config.object = Asking();
-            XLXVariantVector values(28);
-            values[0] = XLXComVariant::FromBstr(name);
-            values[2] = XLXComVariant::FromBstr(name == OLESTR("Base") ? OLESTR("") : OLESTR("Base"));
-            values[27] = XLXComVariant::FromUnknown(Asking().Get());
-            record.config.values = std::move(values);
-            std::vector<XLXCFCDataTransfer::XILXAttributeData> attributes(1);
-            attributes[0].object = new Opaque;
-            XLXVariantVector ofAttribute(60);
-            ofAttribute[0] = XLXComVariant::FromBstr(OLESTR("Of") + name);
-            attributes[0].values = std::move(ofAttribute);
-            record.components.attributes = XLXCFCDataTransfer::GetArrayFromAttributeList(std::move(attributes));
-        }
-        *out = XLXCFCDataTransfer::GetArrayFromMap(std::move(types)).Detach();
+    inline static const HostileType Base{OLESTR("Base"), OLESTR(""), {OLESTR("OfBase")}};
+    inline static const HostileType Derived{OLESTR("Derived"), OLESTR("Base"), {OLESTR("OfDerived")}};
+
+    /// Types whose server objects and base-type property make a request when they are destroyed.
+    HRESULT Give(const std::vector<HostileType>& types, SAFEARRAY** out) {
+        *out = HostileTypeArray(types, [this] { return MadeToAsk(); }).Detach();
         return S_OK;
     }
-    XLXComPtr<IUnknown> Asking() {
+    XLXComPtr<IUnknown> MadeToAsk() {
         return XLXComPtr<IUnknown>(new Leaving([this] { AskFromAnotherThread(); }));
     }
     void AskFromAnotherThread() {

@@ -55,12 +55,10 @@ protected:
                                             [&](auto out) { return Factory()->GetTypeEnum(nullptr, out); });
     }
     Names BrowserIds() {
-        return LXList<ILXBrowserId, ILXBrowserIdEnum>(XProperty::BrowserIdName,
-                                                      [&](auto out) { return Factory()->GetBrowserIdEnum(out); });
+        return LXList<ILXBrowserId>(XProperty::BrowserIdName, Factory(), &ILXConfigFactory::GetBrowserIdEnum);
     }
     Names Specs() {
-        return LXList<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
-            0, [&](auto out) { return Factory()->GetAllGlobalAttributeFormatSpecs(out); });
+        return LXList<ILXGlobalAttributeFormatSpec>(0, Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
     }
     Names Children() {
         return LXList<ILXParentChild, ILXParentChildEnum>(XProperty::ChildName, [&](auto out) {
@@ -68,8 +66,14 @@ protected:
         });
     }
     void AskForEverything() {
-        XLXComPtr<ILXType> late;
-        Factory()->GetType(XLXComBSTR(OLESTR("Late")).Get(), nullptr, late.Put());
+        const XLXComBSTR pump(OLESTR("Pump"));
+        BSTR names[] = {pump.Get()};
+        m_cache->LoadTypesByTypeNames(1, names, 1);
+        for (const OLECHAR* const name : {OLESTR("Late"), OLESTR("Item"), OLESTR("Document")}) {
+            XLXComPtr<ILXType> type; // the second stale value may cause a read of all
+            Factory()->GetType(XLXComBSTR(XLXText(name)).Get(), nullptr, type.Put());
+            if (type) { LXRead(type.Get(), XProperty::TypeLabel); }
+        }
         Types();
         BrowserIds();
         Specs();
@@ -109,77 +113,59 @@ protected:
     std::shared_ptr<XSampleServer> m_second = XSampleServer::Create(ModelOf("Second"));
 };
 
-class LateAnswers : public Lives, public testing::WithParamInterface<const char*> {};
+/// An answer that arrives after the end of its connection.
+struct Late {
+    const char* method;
+    const char* stale = nullptr;    ///< the notification that makes the question ask the server, if it needs one
+    bool beforeTheNextStart = true; ///< or after it
+    const char* refill = "never";
+};
+
+void PrintTo(const Late& late, std::ostream* os) { *os << late.method; }
+
+class LateAnswers : public Lives, public testing::WithParamInterface<Late> {
+protected:
+    LateAnswers() { SetRefill(GetParam().refill); }
+};
 
 TEST_P(LateAnswers, AreEnteredNowhere) {
     const LONG before = m_server->LiveObjects().objects;
     ASSERT_EQ(Start(), S_OK);
     Edit().AddType("Late", "", XNotify::No); // found by name
-    if (std::string_view(GetParam()) != "ILXConfigFactoryEx::GetTypeArrayByTypeNameEx") {
-        m_server->SendNotification("objects/x/0/1");
-    }
-    auto gate = Calls().PauseAt(GetParam(), XCallPoint::Answer);
+    if (GetParam().stale != nullptr) { m_server->SendNotification(GetParam().stale); }
+    auto gate = Calls().PauseAt(GetParam().method, XCallPoint::Answer);
     const auto reader = std::async(std::launch::async, [&] { AskForEverything(); });
     gate.WaitUntilArrived();
     Terminate();
-    gate.Open();
-    ASSERT_TRUE(Ends(reader));
-    EXPECT_EQ(m_server->LiveObjects().objects, before);
-
-    ChangeServer();
-    ASSERT_EQ(Start(), S_OK);
-    ExpectAnswersOfTheSecond();
-}
-
-INSTANTIATE_TEST_SUITE_P(Of, LateAnswers,
-                         testing::Values("ILXConfigFactoryEx::GetTypeArrayEx",
-                                         "ILXConfigFactoryEx::GetTypeArrayByTypeNameEx",
-                                         "ILXConfigFactory::GetBrowserIdEnum",
-                                         "ILXConfigFactory::GetAllGlobalAttributeFormatSpecs"),
-                         [](const auto& test) {
-                             const std::string_view name(test.param);
-                             return std::string(name.substr(name.rfind(':') + 1));
-                         });
-
-TEST_F(Lives, ANamedLoadOfTheLastLifeOverwritesNothing) {
-    ASSERT_EQ(Start(), S_OK);
-    auto gate = Calls().PauseAt("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", XCallPoint::Answer);
-    const auto load = std::async(std::launch::async, [&] {
-        const XLXComBSTR name(OLESTR("Pump"));
-        BSTR names[] = {name.Get()};
-        m_cache->LoadTypesByTypeNames(1, names, 1);
-    });
-    gate.WaitUntilArrived();
-    Terminate();
+    const auto former = m_server;
+    const auto letItCome = [&] {
+        gate.Open();
+        ASSERT_TRUE(Ends(reader));
+        EXPECT_EQ(former->LiveObjects().objects, before);
+    };
+    if (GetParam().beforeTheNextStart) { letItCome(); }
     ChangeServer();
     ASSERT_EQ(Start(), S_OK);
     const auto held = Type("Pump");
-    EXPECT_EQ(PumpLabel(), "Second");
-    gate.Open();
-    ASSERT_TRUE(Ends(load));
+    if (!GetParam().beforeTheNextStart) {
+        ExpectAnswersOfTheSecond();
+        letItCome();
+    }
+    ExpectAnswersOfTheSecond();
     EXPECT_EQ(LXRead(held.Get(), XProperty::TypeLabel), OLESTR("Second"));
-    EXPECT_EQ(PumpLabel(), "Second");
-}
-
-TEST_F(Lives, ARefillOfTheLastLifeOverwritesNothing) {
-    SetRefill("always");
-    ASSERT_EQ(Start(), S_OK);
-    m_server->SendNotification("properties/x/0/1");
-    auto gate = Calls().PauseAt("ILXConfigFactoryEx::GetTypeArrayEx", XCallPoint::Answer);
-    const auto refill = std::async(std::launch::async, [&] {
-        LXRead(Type("Item").Get(), XProperty::TypeLabel);
-        LXRead(Type("Document").Get(), XProperty::TypeLabel);
-    });
-    gate.WaitUntilArrived();
-    Terminate();
-    ChangeServer();
-    ASSERT_EQ(Start(), S_OK);
-    EXPECT_EQ(PumpLabel(), "Second");
-    gate.Open();
-    ASSERT_TRUE(Ends(refill));
     Edit().SetTypeProperty("Pump", XProperty::TypeLabel, "new");
     EXPECT_EQ(PumpLabel(), "new");
 }
+
+constexpr const char* AllTypes = "ILXConfigFactoryEx::GetTypeArrayEx";
+constexpr const char* NamedTypes = "ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx";
+INSTANTIATE_TEST_SUITE_P(Of, LateAnswers,
+                         testing::Values(Late{AllTypes, "objects/x/0/1"},
+                                         Late{"ILXConfigFactoryEx::GetTypeArrayByTypeNameEx"},
+                                         Late{"ILXConfigFactory::GetBrowserIdEnum"},
+                                         Late{"ILXConfigFactory::GetAllGlobalAttributeFormatSpecs"},
+                                         Late{NamedTypes, nullptr, false},
+                                         Late{AllTypes, "properties/x/0/1", false, "always"}));
 
 TEST_F(Lives, AQuestionFromInsideTerminateFillsNothing) {
     bool asked = false;
@@ -244,7 +230,7 @@ TEST_F(Lives, TerminateBesideInitializeUnregistersItsOwnLife) {
 TEST_F(Lives, AFailedInitialisationIsNotRegisteredAndHoldsNothing) {
     for (int round = 0; round < 5; ++round) {
         m_cache.Reset();
-        Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayEx", E_ABORT);
+        Calls().FailCall(AllTypes, E_ABORT);
         EXPECT_EQ(Start(), E_ABORT);
         EXPECT_EQ(m_server->Clients().size(), 0u);
         ILXConfigFactoryCache* const cache = m_cache.Get();
@@ -257,7 +243,7 @@ TEST_F(Lives, AFailedInitialisationIsNotRegisteredAndHoldsNothing) {
     }
 }
 
-/// Notifications that arrive before the relations are loaded.
+/// Edits that come before the relations are loaded.
 class WithoutRelations : public Lives {
 protected:
     void SetUp() override { Change("old", S_OK); }
@@ -281,6 +267,19 @@ protected:
         EXPECT_EQ(Edit().SetGlobalSpecProperty("First", Member, value).result, expected);
         EXPECT_EQ(Edit().SetGlobalSpecFormatProperty("First", 1, Member, value).result, expected);
     }
+    /// Starts; inside a call, another thread reads, and then the values change.
+    void StartAndChangeInside(const char* method, HRESULT notified) {
+        bool changed = false;
+        Calls().SetHook([&](const XServerCall& call) {
+            if (call.name == method && !std::exchange(changed, true)) {
+                std::async(std::launch::async, [&] { Read(); }).get();
+                Change("new", notified);
+            }
+        });
+        ASSERT_EQ(Start(), S_OK);
+        ASSERT_TRUE(changed);
+        EXPECT_EQ(Values(), (Names{"new", "new", "new"}));
+    }
 
     static constexpr int Label = 1; // of a browser id
     static constexpr int Member = 3;
@@ -290,36 +289,16 @@ protected:
 };
 
 TEST_F(WithoutRelations, NotificationsAfterAStartWithoutTypes) {
-    Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayEx", S_FALSE);
+    Calls().FailCall(AllTypes, S_FALSE);
     ASSERT_EQ(Start(), S_FALSE);
     Read();
     Change("new", E_POINTER);
     EXPECT_EQ(Values(), (Names{"new", "new", "new"}));
 }
 
-TEST_F(WithoutRelations, NotificationsDuringAStart) {
-    bool changed = false;
-    Calls().SetHook([&](const XServerCall& call) {
-        if (call.name == "ILXConfigFactoryEx::GetTypeArrayEx" && !std::exchange(changed, true)) {
-            std::async(std::launch::async, [&] { Read(); }).get();
-            Change("new", E_POINTER);
-        }
-    });
-    ASSERT_EQ(Start(), S_OK);
-    ASSERT_TRUE(changed);
-    EXPECT_EQ(Values(), (Names{"new", "new", "new"}));
-}
+TEST_F(WithoutRelations, NotificationsDuringAStart) { StartAndChangeInside(AllTypes, E_POINTER); }
 
 TEST_F(WithoutRelations, EditsBeforeNotificationsAreEnabled) {
-    bool changed = false;
-    Calls().SetHook([&](const XServerCall& call) {
-        if (call.name == "ILXDataUpdate::EnableAdvicesDataType" && !std::exchange(changed, true)) {
-            std::async(std::launch::async, [&] { Read(); }).get();
-            Change("new", S_OK); // the server sends no notification
-        }
-    });
-    ASSERT_EQ(Start(), S_OK);
-    ASSERT_TRUE(changed);
-    EXPECT_EQ(Values(), (Names{"new", "new", "new"}));
+    StartAndChangeInside("ILXDataUpdate::EnableAdvicesDataType", S_OK); // the server sends none
 }
 } // namespace

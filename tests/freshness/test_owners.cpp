@@ -46,8 +46,7 @@ TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeTypeThatIsOnItsWay) {
     const auto title = Attribute("Document", "Title");
     Edit().AddAttributeType("Document", "Title", "Short"); // the held attribute enumerates its types
     const auto labels = [&] {
-        return LXList<ILXAttributeType, ILXAttributeTypeEnum>(
-            XProperty::AttributeTypeLabel, [&](auto out) { return title->GetAttributeTypeEnum(out); });
+        return LXList<ILXAttributeType>(XProperty::AttributeTypeLabel, title, &ILXAttribute::GetAttributeTypeEnum);
     };
     {
         const Inside overtaken(Calls(), "ILXAttributeType::GetProperties", [&] {
@@ -66,8 +65,7 @@ TEST_F(StraightToARelation, IsNotLostOnAPCInfoThatIsOnItsWay) {
     ASSERT_EQ(Start(), S_OK);
     const auto desks = Single("Node", "Desk", "nodes");
     const auto labels = [&] {
-        return LXList<ILXPCInfo, ILXPCInfoEnum>(XProperty::PCInfoLabel,
-                                                [&](auto out) { return desks->GetPCInfoEnum(out); });
+        return LXList<ILXPCInfo>(XProperty::PCInfoLabel, desks, &ILXParentChild::GetPCInfoEnum);
     };
     {
         const Inside overtaken(Calls(), "ILXPCInfo::GetProperties", [&] {

@@ -86,8 +86,7 @@ TEST_F(WaitingRecords, AreNotDroppedByAnOlderMap) {
 TEST_F(WaitingRecords, DoNotRefreshAnAttributeTypeThatEnteredAfterANotification) {
     const auto title = Find(OLESTR("Title"));
     const auto label = [&] {
-        return LXList<ILXAttributeType, ILXAttributeTypeEnum>(
-            XProperty::AttributeTypeLabel, [&](auto out) { return title->GetAttributeTypeEnum(out); });
+        return LXList<ILXAttributeType>(XProperty::AttributeTypeLabel, title, &ILXAttribute::GetAttributeTypeEnum);
     };
     const std::vector<std::string> changed{"new"};
     {

@@ -152,17 +152,6 @@ TEST_F(Refills, ABulkReadThatFailsLeavesEachToAskForItself) {
     EXPECT_EQ(Made([&] { ReadAll("T0", "new"); }), (Calls3{}));
 }
 
-TEST_F(Refills, WhatAnEditOvertookIsReadAgain) {
-    StartAndRead();
-    Change("T0", "new");
-    EXPECT_EQ(UnitOf("T0", "A"), "new");
-    {
-        Inside overtaken(Calls(), ComponentsCall, [&] { Change("T0", "newer"); });
-        EXPECT_EQ(UnitOf("T0", "B"), "newer");
-    }
-    ReadAll("T0", "newer");
-}
-
 TEST_F(Refills, AQuestionFromInsideWaitsForNobody) {
     StartAndRead();
     Change("T0", "new");

@@ -16,18 +16,14 @@ protected:
     void TearDown() override { Terminate(); }
 
     /// The browsers of the held relation.
-    Names Browsers() {
-        return LXList<ILXPCInfo, ILXPCInfoEnum>(XProperty::PCInfoBrowser,
-                                                [&](auto out) { return m_desks->GetPCInfoEnum(out); });
-    }
+    Names Browsers() { return LXList<ILXPCInfo>(XProperty::PCInfoBrowser, m_desks, &ILXParentChild::GetPCInfoEnum); }
     XLXComPtr<ILXPCInfo> Info(const char* browser) {
         XLXComPtr<ILXPCInfo> info;
         EXPECT_EQ(m_desks->GetPCInfo(B(browser).Get(), info.Put()), S_OK) << browser;
         return info;
     }
     Names BrowserIds() {
-        return LXList<ILXBrowserId, ILXBrowserIdEnum>(XProperty::BrowserIdName,
-                                                      [&](auto out) { return Factory()->GetBrowserIdEnum(out); });
+        return LXList<ILXBrowserId>(XProperty::BrowserIdName, Factory(), &ILXConfigFactory::GetBrowserIdEnum);
     }
 
     Relation m_desks;

@@ -9,16 +9,8 @@ class FreshTypes : public BesideTest {
 protected:
     using Texts = std::vector<std::string>;
 
-    static HRESULT Format(const XLXComPtr<ILXAttribute>& attribute, int formatType) {
-        XLXComPtr<ILXFormat> format;
-        return attribute->GetFormat(formatType, format.Put());
-    }
-    static HRESULT Format(const XLXComPtr<ILXGroup>& group) {
-        XLXComPtr<ILXFormat> format;
-        return group->GetFormat(format.Put());
-    }
     static Texts Pages(const XLXComPtr<ILXType>& type) {
-        return LXList<ILXPage, ILXPageEnum>(XProperty::PageNumber, [&](auto out) { return type->GetPageEnum(out); });
+        return LXList<ILXPage>(XProperty::PageNumber, type, &ILXType::GetPageEnum);
     }
     static XLXComPtr<ILXAttributeTypeEnum> AttributeTypes(const XLXComPtr<ILXAttribute>& attribute) {
         XLXComPtr<ILXAttributeTypeEnum> types;
@@ -81,43 +73,6 @@ TEST_F(FreshTypes, AMapThatWasMergedWithAnOlderBaseReplacesNoNewerOne) {
         EXPECT_TRUE(Has(derived, OLESTR("Power")));
     }
     ExpectCalls(0, [&] { EXPECT_TRUE(Has(derived, OLESTR("Colour"))); }); // no call: already merged
-    Terminate();
-}
-
-TEST_F(FreshTypes, PagesLoadedThroughAFormerServerObjectAreStale) {
-    ASSERT_EQ(Start(1), S_OK); // without pages in bulk
-    const auto document = Type("Document");
-    EXPECT_EQ(Pages(document), Texts{});
-    Edit().RemoveType("Document", XNotify::No);
-    Edit().AddType("Document", "", XNotify::No);
-    Edit().AddPage("Document", 5, XNotify::No);
-    m_server->SendNotification("objects/Document/0/2");
-    Pages(document); // the types have not been reloaded, so the old server object is asked
-    EXPECT_EQ(Type("Document"), document);
-    EXPECT_EQ(Pages(document), Texts{"5"});
-    Terminate();
-}
-
-TEST_F(FreshTypes, FormatsLoadedThroughAFormerServerObjectAreStale) {
-    ASSERT_EQ(Start(), S_OK);
-    const auto head = Attribute("Pump", "Head");
-    const auto group = Group("Pump", 7);
-    Edit().RemoveAttribute("Pump", "Head", XNotify::No);
-    Edit().AddAttribute("Pump", "Head", 3, XNotify::No);
-    Edit().AddAttributeFormat("Pump", "Head", 9, XNotify::No);
-    Edit().RemoveGroup("Pump", 7, XNotify::No);
-    Edit().AddGroup("Pump", 7, 1, 0, XNotify::No);
-    m_server->SendNotification("objects/Pump/0/2");
-    for (const int formatType : {1, 9}) // asks the old server objects
-    {
-        Format(head, formatType);
-    }
-    Format(group);
-    EXPECT_EQ(Attribute("Pump", "Head"), head);
-    EXPECT_EQ(Group("Pump", 7), group);
-    EXPECT_EQ(Format(head, 1), S_FALSE);
-    EXPECT_EQ(Format(head, 9), S_OK);
-    EXPECT_EQ(Format(group), S_FALSE);
     Terminate();
 }
 

@@ -114,7 +114,32 @@ struct HostileType {
     std::vector<XLXText> attributes;
 };
 
-XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types, const XLXComPtr<IUnknown>& server = nullptr);
+/// A bulk read of types. The server makes the objects of types and attributes, and the base-type property; empty: none.
+inline XLXSafeArray HostileTypeArray(const std::vector<HostileType>& types,
+                                     const std::function<XLXComPtr<IUnknown>()>& server = {}) {
+    using namespace XLXCFCDataTransfer;
+    XILXTypeMap map;
+    for (const HostileType& type : types) {
+        XILXTypeData& record = map.records[IndexOf(map, type.name)];
+        record.listed = true;
+        record.config.object = server ? server() : nullptr;
+        XLXVariantVector values(28);
+        values[0] = XLXComVariant::FromBstr(type.name);
+        values[2] = type.base.empty() ? XLXComVariant() : XLXComVariant::FromBstr(type.base);
+        values[27] = server ? XLXComVariant::FromUnknown(server().Get()) : XLXComVariant();
+        record.config.values = std::move(values);
+        std::vector<XILXAttributeData> attributes;
+        for (const XLXText& name : type.attributes) {
+            XILXAttributeData& attribute = attributes.emplace_back();
+            attribute.object = server ? server() : nullptr;
+            XLXVariantVector ofAttribute(60);
+            ofAttribute[0] = XLXComVariant::FromBstr(name);
+            attribute.values = std::move(ofAttribute);
+        }
+        if (!attributes.empty()) { record.components.attributes = GetArrayFromAttributeList(std::move(attributes)); }
+    }
+    return GetArrayFromMap(std::move(map));
+}
 
 /// A cache whose config factory is hostile.
 class HostileTest : public CacheTest {

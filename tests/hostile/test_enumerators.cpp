@@ -48,6 +48,14 @@ protected:
         };
     }
 
+    /// The first element that a call of the server enumerates.
+    template <class IX, class IEnumX, class Ask> static XLXComPtr<IX> FirstOf(Ask&& ask) {
+        XLXComPtr<IEnumX> elements;
+        XLXComPtr<IX> first;
+        EXPECT_EQ(ask(elements.Put()), S_OK);
+        EXPECT_EQ(elements->GetSingleNext(first.Put()), S_OK);
+        return first;
+    }
     /// A server that answers "nothing yet" for ever meets one limit for all kinds, and that takes its time.
     static bool IsLong() { return GetParam().put == 0 && GetParam().claimed == 0; }
     /// Checks the names that the cache lists and its result.
@@ -62,17 +70,15 @@ protected:
 
 TEST_P(Enumerators, OfBrowserIdsAndSpecs) {
     if (IsLong()) { return; }
-    XLXComPtr<ILXBrowserIdEnum> browsers;
-    XLXComPtr<ILXBrowserId> browser;
-    XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
-    XLXComPtr<ILXGlobalAttributeFormatSpec> spec;
-    ASSERT_EQ(m_server->ConfigFactory()->GetBrowserIdEnum(browsers.Put()), S_OK);
-    ASSERT_EQ(browsers->GetSingleNext(browser.Put()), S_OK);
-    ASSERT_EQ(m_server->ConfigFactory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
-    ASSERT_EQ(specs->GetSingleNext(spec.Put()), S_OK);
-    m_factory->browserIds = Misbehaving<ILXBrowserIdEnum>(browser);
-    m_factory->specs = Misbehaving<ILXGlobalAttributeFormatSpecEnum>(spec);
+    const auto server = m_server->ConfigFactory();
+    m_factory->browserIds = Misbehaving<ILXBrowserIdEnum>(
+        FirstOf<ILXBrowserId, ILXBrowserIdEnum>([&](auto out) { return server->GetBrowserIdEnum(out); }));
+    m_factory->specs = Misbehaving<ILXGlobalAttributeFormatSpecEnum>(
+        FirstOf<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
+            [&](auto out) { return server->GetAllGlobalAttributeFormatSpecs(out); }));
     ASSERT_EQ(StartHostile(), S_OK);
+    XLXComPtr<ILXBrowserIdEnum> browsers;
+    XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
     HRESULT result = Factory()->GetBrowserIdEnum(browsers.Put());
     ExpectTaken<ILXBrowserId>("browser ids", result, browsers, GetParam().expected);
     // Specs that came before a failure are cached.
@@ -84,15 +90,13 @@ TEST_P(Enumerators, OfBrowserIdsAndSpecs) {
 }
 
 TEST_P(Enumerators, OfPCInfos) {
-    XLXComPtr<ILXParentChildEnum> relations;
-    XLXComPtr<ILXParentChild> relation;
-    XLXComPtr<ILXPCInfoEnum> infos;
-    XLXComPtr<ILXPCInfo> info;
     const XLXComBSTR item(OLESTR("Item"));
-    ASSERT_EQ(m_server->ConfigFactory()->GetParentChildEnum(item.Get(), nullptr, relations.Put()), S_OK);
-    ASSERT_EQ(relations->GetSingleNext(relation.Put()), S_OK);
-    ASSERT_EQ(relation->GetPCInfoEnum(infos.Put()), S_OK);
-    ASSERT_EQ(infos->GetSingleNext(info.Put()), S_OK);
+    const auto first = [&](const XLXComPtr<ILXConfigFactory>& factory) {
+        return FirstOf<ILXParentChild, ILXParentChildEnum>(
+            [&](auto out) { return factory->GetParentChildEnum(item.Get(), nullptr, out); });
+    };
+    const auto relation = first(m_server->ConfigFactory());
+    const auto info = FirstOf<ILXPCInfo, ILXPCInfoEnum>([&](auto out) { return relation->GetPCInfoEnum(out); });
     XLXComPtr<HostileRelation> hostile(new HostileRelation(relation));
     hostile->infos = Misbehaving<ILXPCInfoEnum>(info);
     m_factory->relations = [&](SAFEARRAY** out) {
@@ -106,11 +110,8 @@ TEST_P(Enumerators, OfPCInfos) {
         return S_OK;
     };
     ASSERT_EQ(StartHostile(), S_OK);
-    XLXComPtr<ILXParentChildEnum> cached;
-    ASSERT_EQ(Factory()->GetParentChildEnum(item.Get(), nullptr, cached.Put()), S_OK);
-    ASSERT_EQ(cached->GetSingleNext(relation.Put()), S_OK);
     XLXComPtr<ILXPCInfoEnum> cachedInfos;
-    HRESULT result = relation->GetPCInfoEnum(cachedInfos.Put());
+    const HRESULT result = first(Factory())->GetPCInfoEnum(cachedInfos.Put());
     // A relation whose PC infos cannot be enumerated has none.
     const HRESULT expected = GetParam().expected == E_ABORT ? S_FALSE : GetParam().expected;
     ExpectTaken<ILXPCInfo>("PC infos", result, cachedInfos, expected);
@@ -123,22 +124,21 @@ TEST_P(Enumerators, OfAttributeTypes) {
     const XLXComBSTR head(OLESTR("Head"));
     XLXComPtr<ILXType> type;
     XLXComPtr<ILXAttribute> attribute;
-    XLXComPtr<ILXAttributeTypeEnum> types;
-    XLXComPtr<ILXAttributeType> element;
     ASSERT_EQ(m_server->ConfigFactory()->GetType(pump.Get(), nullptr, type.Put()), S_OK);
     ASSERT_EQ(type->GetAttribute(head.Get(), attribute.Put()), S_OK);
-    ASSERT_EQ(attribute->GetAttributeTypeEnum(types.Put()), S_OK);
-    ASSERT_EQ(types->GetSingleNext(element.Put()), S_OK);
+    const auto element =
+        FirstOf<ILXAttributeType, ILXAttributeTypeEnum>([&](auto out) { return attribute->GetAttributeTypeEnum(out); });
     XLXComPtr<HostileAttribute> hostile(new HostileAttribute(attribute));
     hostile->types = Misbehaving<ILXAttributeTypeEnum>(element);
     m_factory->types = [&](SAFEARRAY** out) {
-        *out = HostileTypeArray({{OLESTR("Pump"), OLESTR(""), {OLESTR("Head")}}}, hostile).Detach();
+        *out = HostileTypeArray({{OLESTR("Pump"), OLESTR(""), {OLESTR("Head")}}}, [&] { return hostile; }).Detach();
         return S_OK;
     };
     ASSERT_EQ(StartHostile(), S_OK);
     ASSERT_EQ(Named(OLESTR("Pump"))->GetAttribute(head.Get(), attribute.Put()), S_OK);
     const XLXComBSTR id(OLESTR("objects/Pump/0/1024"));
     attribute.As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), nullptr, 256, 1, 0, nullptr);
+    XLXComPtr<ILXAttributeTypeEnum> types;
     const HRESULT result = attribute->GetAttributeTypeEnum(types.Put());
     const HRESULT expected = GetParam().expected == E_ABORT ? S_FALSE : GetParam().expected;
     EXPECT_EQ(result, expected);

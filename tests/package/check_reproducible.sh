@@ -9,6 +9,8 @@ source=$(cd "$1" && pwd) build=$(cd "$2" && pwd)
 targets=("${@:3}")
 cmake=${CMAKE:-cmake}
 export CCACHE_DISABLE=1 # or it would be the same objects
+# The same folder within the sources: the compiler's command line, which debug information contains, names it.
+folder=build/$(basename "$build")
 copy=$(mktemp -d "${TMPDIR:-/tmp}/another folder.XXXXXX")
 trap 'rm -rf "$copy"' EXIT
 
@@ -17,17 +19,17 @@ cached() { sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"; }
 kind=$(cached CMAKE_BUILD_TYPE)
 mkdir "$copy/tree"
 (cd "$source" && git -c safe.directory='*' ls-files -z | xargs -0 cp --parents -t "$copy/tree")
-"$cmake" -S "$copy/tree" -B "$copy/tree/build/$(basename "$build")" -G Ninja -DCMAKE_BUILD_TYPE="$kind" -DLX_BUILD_TESTS=OFF \
+"$cmake" -S "$copy/tree" -B "$copy/tree/$folder" -G Ninja -DCMAKE_BUILD_TYPE="$kind" -DLX_BUILD_TESTS=OFF \
     -DCMAKE_TOOLCHAIN_FILE="$copy/tree/cmake/$(basename "$(cached CMAKE_TOOLCHAIN_FILE)")" \
     "-DCMAKE_C_FLAGS_${kind^^}=$(cached "CMAKE_C_FLAGS_${kind^^}")" \
     "-DCMAKE_CXX_FLAGS_${kind^^}=$(cached "CMAKE_CXX_FLAGS_${kind^^}")" >"$copy/log"
-"$cmake" --build "$copy/tree/build/$(basename "$build")" --target "${targets[@]}" >>"$copy/log" || {
+"$cmake" --build "$copy/tree/$folder" --target "${targets[@]}" >>"$copy/log" || {
     tail -n 40 "$copy/log"
     exit 1
 }
 different=0
 for target in "${targets[@]}"; do
-    if cmp "$build/bin/$target.dll" "$copy/tree/build/$(basename "$build")/bin/$target.dll"; then
+    if cmp "$build/bin/$target.dll" "$copy/tree/$folder/bin/$target.dll"; then
         echo "$target.dll is the same"
     else
         different=1

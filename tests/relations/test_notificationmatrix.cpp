@@ -5,6 +5,8 @@
 // translated.
 #include "relationfixture.h"
 
+#include <map>
+
 namespace {
 constexpr LONG Always = -1;
 constexpr LONG Never = 0;
@@ -106,12 +108,10 @@ protected:
     }
 
     using Probe = std::function<void()>;
-    /// A function that reads a receiver, using objects that are cached now.
-    Probe ProbeFor(const std::string& receiver);
-    Probe ProbeForType(const std::string& receiver);
-    Probe ProbeForAttribute(const std::string& receiver);
-    Probe ProbeForRegistries(const std::string& receiver);
-    Probe ProbeForRelation(const std::string& receiver);
+    using Probes = std::map<std::string, std::function<Probe()>>;
+    /// For each receiver a function that gives a function that reads it, using objects that are cached now.
+    Probes ProbesOfTypes();
+    Probes ProbesOfOthers();
 
     unsigned long long CallsOf(const char* method, const Probe& probe) {
         const auto before = Calls().Of(method);
@@ -121,50 +121,42 @@ protected:
     static bool Expected(const Row& row, const std::string& kind, const Mode& mode);
 };
 
-NotificationMatrix::Probe NotificationMatrix::ProbeForType(const std::string& receiver) {
+NotificationMatrix::Probes NotificationMatrix::ProbesOfTypes() {
     const auto area = Type("Area");
-    if (receiver == "type") { return Reading(area); }
-    if (receiver == "type map") {
-        return [this] { Type("Area"); };
-    }
-    if (receiver == "attributes") {
-        return [=] { Get<ILXAttributeEnum>([&](auto out) { return area->GetAttributeEnum(out); }); };
-    }
-    if (receiver == "pages" || receiver == "page") {
-        const auto page = [=] { return Get<ILXPage>([&](auto out) { return area->GetPage(1, out); }); };
-        return receiver == "page" ? Reading(page(), XProperty::PageNumber) : Probe([=] { page(); });
-    }
-    if (receiver == "editors" || receiver == "editor") {
-        const auto editor = [=] {
-            return FirstOf<ILXConfObjEditor, ILXConfObjEditorEnum>(
-                [&](auto out) { return area->GetConfObjEditorEnum(out); });
-        };
-        return receiver == "editor" ? Reading(editor()) : Probe([=] { editor(); });
-    }
-    const auto group = [=] { return Get<ILXGroup>([&](auto out) { return area->GetGroup(1, out); }); };
-    if (receiver == "group") { return Reading(group()); }
-    if (receiver == "group format") {
-        return [held = group()] { Get<ILXFormat>([&](auto out) { return held->GetFormat(out); }); };
-    }
-    return receiver == "groups" ? Probe([=] { group(); }) : nullptr;
-}
-
-NotificationMatrix::Probe NotificationMatrix::ProbeForAttribute(const std::string& receiver) {
     const auto size = Attribute("Area", "Size");
+    const auto attributes = [=] { Get<ILXAttributeEnum>([&](auto out) { return area->GetAttributeEnum(out); }); };
+    const auto page = [=] { return Get<ILXPage>([&](auto out) { return area->GetPage(1, out); }); };
+    const auto group = [=] { return Get<ILXGroup>([&](auto out) { return area->GetGroup(1, out); }); };
+    const auto editor = [=] {
+        return FirstOf<ILXConfObjEditor, ILXConfObjEditorEnum>(
+            [&](auto out) { return area->GetConfObjEditorEnum(out); });
+    };
     const auto format = [=] { return Get<ILXFormat>([&](auto out) { return size->GetFormat(1, out); }); };
     const auto type = [=] {
         return FirstOf<ILXAttributeType, ILXAttributeTypeEnum>(
             [&](auto out) { return size->GetAttributeTypeEnum(out); });
     };
-    return receiver == "attribute"           ? Reading(size)
-           : receiver == "attribute types"   ? Probe([=] { type(); })
-           : receiver == "attribute type"    ? Reading(type())
-           : receiver == "attribute formats" ? Probe([=] { format(); })
-           : receiver == "format"            ? Reading(format(), XProperty::Label)
-                                             : nullptr;
+    const auto groupFormat = [=](const XLXComPtr<ILXGroup>& of) {
+        Get<ILXFormat>([&](auto out) { return of->GetFormat(out); });
+    };
+    return {{"type", [=] { return Reading(area); }},
+            {"type map", [this] { return [this] { Type("Area"); }; }},
+            {"attributes", [=] { return attributes; }},
+            {"pages", [=] { return page; }},
+            {"page", [=] { return Reading(page(), XProperty::PageNumber); }},
+            {"groups", [=] { return group; }},
+            {"group", [=] { return Reading(group()); }},
+            {"group format", [=] { return [=, of = group()] { groupFormat(of); }; }},
+            {"editors", [=] { return editor; }},
+            {"editor", [=] { return Reading(editor()); }},
+            {"attribute", [=] { return Reading(size); }},
+            {"attribute types", [=] { return type; }},
+            {"attribute type", [=] { return Reading(type()); }},
+            {"attribute formats", [=] { return format; }},
+            {"format", [=] { return Reading(format(), XProperty::Label); }}};
 }
 
-NotificationMatrix::Probe NotificationMatrix::ProbeForRegistries(const std::string& receiver) {
+NotificationMatrix::Probes NotificationMatrix::ProbesOfOthers() {
     const auto browserId = [this] {
         return FirstOf<ILXBrowserId, ILXBrowserIdEnum>([&](auto out) { return Factory()->GetBrowserIdEnum(out); });
     };
@@ -172,36 +164,22 @@ NotificationMatrix::Probe NotificationMatrix::ProbeForRegistries(const std::stri
         return FirstOf<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
             [&](auto out) { return Factory()->GetAllGlobalAttributeFormatSpecs(out); });
     };
-    if (receiver == "global spec formats") {
-        return [held = spec()] { Get<ILXFormat>([&](auto out) { return held->GetFormat(1, out); }); };
-    }
-    return receiver == "browser id"     ? Reading(browserId())
-           : receiver == "browser ids"  ? Probe([=] { browserId(); })
-           : receiver == "global spec"  ? Reading(spec())
-           : receiver == "global specs" ? Probe([=] { spec(); })
-                                        : nullptr;
-}
-
-NotificationMatrix::Probe NotificationMatrix::ProbeForRelation(const std::string& receiver) {
-    if (receiver == "plan types") {
-        return [this] { EXPECT_EQ(m_cache->IsPlantype(m_server->DataObject("Plan").Get()), S_OK); };
-    }
+    const auto formatOf = [](const auto& of) { Get<ILXFormat>([&](auto out) { return of->GetFormat(1, out); }); };
     const auto rooms = [this] { return Single("Area", "Room", "nodes"); };
     const auto info = [](const Relation& relation) {
         return Get<ILXPCInfo>([&](auto out) { return relation->GetPCInfo(B("Tree").Get(), out); });
     };
-    return receiver == "relation"    ? Reading(rooms())
-           : receiver == "relations" ? Probe([=] { rooms(); })
-           : receiver == "PC infos"  ? Probe([=, held = rooms()] { info(held); })
-                                     : Reading(info(rooms()), XProperty::PCInfoBrowser);
-}
-
-NotificationMatrix::Probe NotificationMatrix::ProbeFor(const std::string& receiver) {
-    for (const auto make : {&NotificationMatrix::ProbeForType, &NotificationMatrix::ProbeForAttribute,
-                            &NotificationMatrix::ProbeForRegistries, &NotificationMatrix::ProbeForRelation}) {
-        if (Probe probe = (this->*make)(receiver)) { return probe; }
-    }
-    return nullptr;
+    const auto plan = [this] { EXPECT_EQ(m_cache->IsPlantype(m_server->DataObject("Plan").Get()), S_OK); };
+    return {{"browser id", [=] { return Reading(browserId()); }},
+            {"browser ids", [=] { return browserId; }},
+            {"global spec", [=] { return Reading(spec()); }},
+            {"global specs", [=] { return spec; }},
+            {"global spec formats", [=] { return [=, of = spec()] { formatOf(of); }; }},
+            {"relation", [=] { return Reading(rooms()); }},
+            {"relations", [=] { return rooms; }},
+            {"PC infos", [=] { return [=, of = rooms()] { info(of); }; }},
+            {"PC info", [=] { return Reading(info(rooms()), XProperty::PCInfoBrowser); }},
+            {"plan types", [=] { return plan; }}};
 }
 
 bool NotificationMatrix::Expected(const Row& row, const std::string& kind, const Mode& mode) {
@@ -223,7 +201,9 @@ TEST_P(NotificationMatrix, InvalidatesWhatItConcerns) {
         for (const Mode& mode : Modes) {
             const std::string dataId = kind + "/x/0/" + std::to_string(mode.sent);
             SCOPED_TRACE(dataId);
-            const Probe probe = ProbeFor(row.receiver);
+            Probes probes = ProbesOfTypes();
+            probes.merge(ProbesOfOthers());
+            const Probe probe = probes.at(row.receiver)();
             probe();
             ASSERT_EQ(CallsOf(method, probe), 0u);
             ASSERT_EQ(m_server->SendNotification(dataId).result, S_OK);

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// The PC infos of relations, and inherited relations.
+// The PC infos of relations.
 #include "lxparentchildcache.h"
-#include "lxparentchildcacheinherited.h"
 #include "relationfixture.h"
-
-#include <future>
 
 class PCInfos : public RelationTest {
 protected:
@@ -13,8 +10,7 @@ protected:
     void TearDown() override { Terminate(); }
 
     static Names Browsers(const Relation& relation) {
-        return LXList<ILXPCInfo, ILXPCInfoEnum>(XProperty::PCInfoBrowser,
-                                                [&](auto out) { return relation->GetPCInfoEnum(out); });
+        return LXList<ILXPCInfo>(XProperty::PCInfoBrowser, relation, &ILXParentChild::GetPCInfoEnum);
     }
     static XLXText Label(const Relation& relation, const char* browser) {
         XLXComPtr<ILXPCInfo> info;
@@ -90,27 +86,4 @@ TEST(RelationObjects, ReloadTheirPCInfosAfterTermination) {
     EXPECT_EQ(unread->SetProperty(10, value.Get()), E_INVALIDARG);
     EXPECT_EQ(relation->AddPCInfo(nullptr), E_NOTIMPL);
     EXPECT_EQ(unread->GetProperty(1, value.Put()), E_POINTER); // no server to ask
-}
-
-TEST(RelationObjects, InheritedOnesHaveTheirOwnEnds) {
-    const auto server = XSampleServer::Create(LXRelationModel());
-    XLXComPtr<ILXParentChildEnum> relations;
-    XLXComPtr<ILXParentChild> first;
-    ASSERT_EQ(server->ConfigFactory()->GetParentChildEnum(nullptr, nullptr, relations.Put()), S_OK);
-    ASSERT_EQ(relations->GetSingleNext(first.Put()), S_OK);
-    const XLXComPtr<XLXParentChildCache> base(new XLXParentChildCache(first, XClockPtr(new XClock)));
-    const XLXComPtr<XLXParentChildCacheInherited> middle(new XLXParentChildCacheInherited(base));
-    const XLXComPtr<XLXParentChildCacheInherited> last(new XLXParentChildCacheInherited(middle));
-    middle->SetNames(OLESTR("Wrong"), OLESTR("Wrong"));
-    last->SetNames(OLESTR("Room"), OLESTR("Lamp"));
-    EXPECT_EQ(LXRead(last.Get(), LXRM_PARENTNAME), OLESTR("Room"));
-    EXPECT_EQ(LXRead(last.Get(), LXRM_CHILDLISTNAME), OLESTR("nodes"));
-    const XLXComVariant name = XLXComVariant::FromBstr(OLESTR("Bed"));
-    EXPECT_EQ(last->Set(XLXComBSTR(OLESTR("LXCFPC_childname")).Get(), name.Get()), S_OK);
-    EXPECT_EQ(LXRead(last.Get(), LXRM_CHILDNAME), OLESTR("Lamp"));
-    EXPECT_EQ(LXRead(base.Get(), LXRM_CHILDNAME), OLESTR("Bed"));
-    XLXComPtr<ILXPCInfo> info;
-    EXPECT_EQ(last->GetPCInfo(XLXComBSTR(OLESTR("tree")).Get(), info.Put()), S_OK);
-    EXPECT_EQ(last->AddPCInfo(nullptr), E_NOTIMPL);
-    EXPECT_FALSE(XLXComPtr<ILXParentChild>(last).As<ILXCallbackUpdate>());
 }

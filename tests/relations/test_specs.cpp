@@ -117,8 +117,7 @@ TEST_F(Specs, ARemovedSpecThatIsStillHeldAnswersWhatItHas) {
 
 TEST_F(Specs, BrowserIdsAreReadOnceAndKeepTheirPlace) {
     const auto browsers = [&] {
-        return LXList<ILXBrowserId, ILXBrowserIdEnum>(XProperty::BrowserIdName,
-                                                      [&](auto out) { return Factory()->GetBrowserIdEnum(out); });
+        return LXList<ILXBrowserId>(XProperty::BrowserIdName, Factory(), &ILXConfigFactory::GetBrowserIdEnum);
     };
     for (int i = 0; i < 149; ++i) {
         Edit().AddBrowserId("B" + std::to_string(100 + i), XNotify::No);

@@ -6,8 +6,6 @@
 #include "lxtransientpcinfo.h"
 #include "relationfixture.h"
 
-#include <cstdio>
-
 TEST(Transients, ARelationStoresItsNames) {
     XLXTransientPC relation({}, {OLESTR("P"), OLESTR("C"), OLESTR("S")}, false);
     const auto expect = [&](std::initializer_list<std::pair<int, const OLECHAR*>> values) {

@@ -15,9 +15,26 @@ using Value = XModelValue;
 
 inline XLXComBSTR B(const std::string& text) { return XLXComBSTR(LXFromUtf8(text)); }
 
-/// Elements are named by their number: x17, or 1017 if names are numbers.
-inline std::string Named(int number, char prefix = 'x') { return prefix + std::to_string(number); }
+// What stands for the number of an edit: elements are named x17, inherited ones y17, or 1017 if names are numbers.
+inline std::string Named(int number) { return "x" + std::to_string(number); }
+inline std::string NamedBelow(int number) { return "y" + std::to_string(number); }
 inline constexpr int FirstNumber = 1000;
+inline int Numbered(int number) { return FirstNumber + number; }
+inline Value Text(int number) { return Value(std::to_string(number)); }
+inline bool IsOdd(int number) { return number % 2 == 1; }
+
+template <class T> decltype(auto) Given(const T& argument, [[maybe_unused]] int number) {
+    if constexpr (std::is_invocable_v<const T&, int>) {
+        return argument(number);
+    } else {
+        return (argument);
+    }
+}
+
+/// An edit by a method of the server; arguments that are functions are called with the number.
+template <class Method, class... Arguments> XObserved::Edit Calling(Method method, Arguments... arguments) {
+    return [=](Edits edit, int number, XNotify notify) { return (edit.*method)(Given(arguments, number)..., notify); };
+}
 
 // ---- finding objects
 
@@ -70,9 +87,9 @@ inline XFind Group(int number) {
         return Plain(Of<ILXGroup>(TypeOf(cache, "Pump"), [&](auto& type, auto out) { type.GetGroup(number, out); }));
     };
 }
-inline XFind Page() {
-    return [](const XCachePtr& cache) {
-        return Plain(Of<ILXPage>(TypeOf(cache, "Item"), [&](auto& type, auto out) { type.GetPage(1, out); }));
+inline XFind Page(const char* type = "Item") {
+    return [=](const XCachePtr& cache) {
+        return Plain(Of<ILXPage>(TypeOf(cache, type), [&](auto& of, auto out) { of.GetPage(1, out); }));
     };
 }
 inline XFind Editor() {
@@ -102,6 +119,17 @@ template <class Owner, class Interface, class Ask> XFind Below(XFind owner, Ask 
         const XCachedPtr found = owner(cache);
         return Plain(Of<Interface>(found ? found.template As<Owner>() : nullptr, ask));
     };
+}
+
+/// Format 1 of an attribute or a spec, or the format of a group.
+template <class Owner> XFind FormatOf(XFind owner) {
+    return Below<Owner, ILXFormat>(std::move(owner), [](Owner& of, ILXFormat** out) {
+        if constexpr (std::is_same_v<Owner, ILXGroup>) {
+            of.GetFormat(out);
+        } else {
+            of.GetFormat(1, out);
+        }
+    });
 }
 
 // ---- queries
@@ -145,7 +173,7 @@ template <class Owner, class Element, class Enumerator, class Ask>
 XQuestion ElementsOf(const char* name, XFind find, int member, Ask ask, char prefix = 'x') {
     return {name, XShows::Elements, std::move(find), [=](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
                 XLXComPtr<Enumerator> elements;
-                const HRESULT result = ask(*object.template As<Owner>(), elements.Put());
+                const HRESULT result = std::invoke(ask, *object.template As<Owner>(), elements.Put());
                 AddElements<Element>(elements, member, numbers, prefix);
                 return SUCCEEDED(result);
             }};
@@ -161,12 +189,19 @@ template <class Element, class Enumerator, class Ask> XQuestion ListedElements(c
             }};
 }
 
-/// Whether an object has the element with the requested number.
-template <class Owner, class Element, class Ask> XQuestion LookupOf(const char* name, XFind find, Ask ask) {
-    return {name, XShows::Lookup, std::move(find),
+/// Whether an object has the element with the requested number, which name turns into its key.
+template <class Owner, class Element, class Key, class Name>
+XQuestion LookupOf(const char* title, XFind find, HRESULT (STDMETHODCALLTYPE Owner::*get)(Key, Element**), Name name) {
+    return {title, XShows::Lookup, std::move(find),
             [=](const XCachedPtr& object, const XAsked& asked, XNumbers& numbers) {
                 XLXComPtr<Element> element;
-                const HRESULT result = ask(*object.template As<Owner>(), asked.number, element.Put());
+                const auto owner = object.template As<Owner>();
+                HRESULT result = S_OK;
+                if constexpr (std::is_same_v<Key, BSTR>) {
+                    result = (*owner.*get)(B(name(asked.number)).Get(), element.Put());
+                } else {
+                    result = (*owner.*get)(name(asked.number), element.Put());
+                }
                 numbers.push_back(element ? 1 : 0);
                 return SUCCEEDED(result);
             }};
@@ -201,25 +236,31 @@ inline XObserved& Add(XObservedList& all, const char* name, XObserved::Edit edit
         std::make_unique<XObserved>(name, std::move(edit), std::move(remove), std::move(direct), effort));
 }
 
-inline Value Text(int number) { return Value(std::to_string(number)); }
-
 // ---- queries of several kinds
 
-inline bool TypeFeet(const XCachedPtr& attribute, const XAsked&, XNumbers& numbers) {
-    const auto type = Among<ILXAttributeType>(
-        One<ILXAttributeTypeEnum>([&](auto out) { attribute.As<ILXAttribute>()->GetAttributeTypeEnum(out); }),
-        XProperty::AttributeTypeName, "Feet");
-    const auto number = type ? NumberIn(*type, XProperty::AttributeTypeLabel) : std::nullopt;
-    numbers.push_back(number.value_or(0));
-    return number.has_value();
+inline XCachedPtr FeetOf(const XCachedPtr& attribute) {
+    const auto types =
+        Of<ILXAttributeTypeEnum>(attribute ? attribute.As<ILXAttribute>() : nullptr,
+                                 [](ILXAttribute& of, ILXAttributeTypeEnum** out) { of.GetAttributeTypeEnum(out); });
+    return Among<ILXAttributeType>(types, XProperty::AttributeTypeName, "Feet");
 }
 
-inline bool InfoTree(const XCachedPtr& relation, const XAsked&, XNumbers& numbers) {
-    XLXComPtr<ILXPCInfo> info;
-    relation.As<ILXParentChild>()->GetPCInfo(B("Tree").Get(), info.Put());
-    const auto number = info ? NumberIn(*info, XProperty::PCInfoLabel) : std::nullopt;
-    numbers.push_back(number.value_or(0));
-    return number.has_value();
+inline XCachedPtr TreeOf(const XCachedPtr& relation) {
+    return Plain(Of<ILXPCInfo>(relation ? relation.As<ILXParentChild>() : nullptr,
+                               [](ILXParentChild& of, ILXPCInfo** out) { of.GetPCInfo(B("Tree").Get(), out); }));
+}
+
+/// The value of a part, which each query finds anew through its owner.
+inline XQuestion ValueBelow(const char* name, XFind owner, XCachedPtr (*part)(const XCachedPtr&), int member,
+                            bool holds = true) {
+    return {name, XShows::Value, std::move(owner),
+            [=](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
+                const XCachedPtr found = part(object);
+                const auto number = found ? NumberIn(*found, member) : std::nullopt;
+                numbers.push_back(number.value_or(0));
+                return number.has_value();
+            },
+            holds};
 }
 } // namespace LXObserving
 

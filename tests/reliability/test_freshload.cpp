@@ -4,15 +4,13 @@
 // new look-ups and through held objects, while edits are made both from outside and inside calls to the server.
 //
 // With the argument --server-mode the cache runs inside the server's process, with one thread and no locks.
-// LX_STRESS_SECONDS sets the duration of each test, LX_TEST_SEED repeats a seed, and LX_FRESHLOAD_KINDS, a list of
-// names separated by commas, selects the kinds. LX_FRESHLOAD_TABLE prints the tallies of each query.
+// LX_STRESS_SECONDS sets the duration of each test, and LX_TEST_SEED repeats a seed.
 #include "observed.h"
 
 #include <cstdlib>
 #include <map>
 #include <random>
 #include <shared_mutex>
-#include <stdexcept>
 #include <thread>
 
 namespace {
@@ -27,11 +25,6 @@ unsigned FromEnvironment(const char* name, unsigned otherwise) {
 bool ServerMode() {
     const auto arguments = testing::internal::GetArgvs();
     return std::find(arguments.begin(), arguments.end(), "--server-mode") != arguments.end();
-}
-
-bool IsWanted(const std::string& kind) {
-    const char* const wanted = std::getenv("LX_FRESHLOAD_KINDS");
-    return wanted == nullptr || ("," + std::string(wanted) + ",").find("," + kind + ",") != std::string::npos;
 }
 
 /// The tallies of one query.
@@ -75,14 +68,20 @@ protected:
         std::printf("LX_TEST_SEED=%u, %u s\n", m_seed, m_seconds);
         RecordProperty("seed", static_cast<int>(m_seed));
         for (std::unique_ptr<XObserved>& observed : LXEveryKind()) {
-            if (IsWanted(observed->Name())) { m_watched.push_back(std::make_unique<XWatched>(std::move(observed))); }
+            m_watched.push_back(std::make_unique<XWatched>(std::move(observed)));
         }
-        if (m_watched.empty()) { throw std::invalid_argument("LX_FRESHLOAD_KINDS names no kind"); }
         Calls().SetHook([this](const XServerCall&) { InsideTheServer(); });
     }
     ~FreshLoad() override { Calls().SetHook({}); }
 
     // ---- lives
+    /// Edits everything once, and begins the first life.
+    void BeginWithEdits() {
+        for (const auto& watched : m_watched) {
+            watched->observed->Raise(*m_server, false);
+        }
+        Begin(GetParam());
+    }
     void Begin(LONG transferMode);
     void End();
 
@@ -291,7 +290,6 @@ void FreshLoad::ExpectNothingStale() {
 }
 
 void FreshLoad::Report() {
-    const bool table = std::getenv("LX_FRESHLOAD_TABLE") != nullptr;
     for (const auto& watched : m_watched) {
         const XObserved& observed = *watched->observed;
         EXPECT_GT(observed.Notifications(), 0) << observed.Name();
@@ -301,10 +299,6 @@ void FreshLoad::Report() {
             EXPECT_EQ(tally.wrong.load(), 0u)
                 << observed.Name() << ", " << question << ", of " << tally.asked.load() << " answers, mode "
                 << (ServerMode() ? -1 : GetParam()) << ", seed " << m_seed << "; the first: " << tally.first;
-            if (table) {
-                std::printf("%-28s %-22s %6d edits %7u answers %5u wrong %s\n", observed.Name().c_str(), question,
-                            observed.Notifications(), tally.asked.load(), tally.wrong.load(), tally.first.c_str());
-            }
         }
     }
     std::printf("%llu questions\n", m_asked.load());
@@ -312,10 +306,7 @@ void FreshLoad::Report() {
 }
 
 TEST_P(FreshLoad, NothingOlderThanWhatWasNotified) {
-    for (const auto& watched : m_watched) {
-        watched->observed->Raise(*m_server, false);
-    }
-    ASSERT_NO_FATAL_FAILURE(Begin(GetParam()));
+    ASSERT_NO_FATAL_FAILURE(BeginWithEdits());
     for (unsigned reader = 0; reader < Readers; ++reader) {
         Run([this](XReader& self) { AskSomething(self); });
     }
@@ -327,10 +318,7 @@ TEST_P(FreshLoad, NothingOlderThanWhatWasNotified) {
 
 // Deterministic: queries are overtaken only from inside their own calls to the server.
 TEST_P(FreshLoad, NothingOlderInOneThread) {
-    for (const auto& watched : m_watched) {
-        watched->observed->Raise(*m_server, false);
-    }
-    ASSERT_NO_FATAL_FAILURE(Begin(GetParam()));
+    ASSERT_NO_FATAL_FAILURE(BeginWithEdits());
     XReader reader{std::mt19937(m_seed), {}};
     t_reader = &reader;
     m_alone = true;
@@ -348,10 +336,7 @@ INSTANTIATE_TEST_SUITE_P(TransferModes, FreshLoad, testing::Values(0, 1, 15));
 class FreshLives : public FreshLoad {};
 
 TEST_P(FreshLives, EndAndBegin) {
-    for (const auto& watched : m_watched) {
-        watched->observed->Raise(*m_server, false);
-    }
-    ASSERT_NO_FATAL_FAILURE(Begin(GetParam()));
+    ASSERT_NO_FATAL_FAILURE(BeginWithEdits());
     for (unsigned reader = 0; reader < Readers - 1; ++reader) {
         Run([this](XReader& self) { AskSomething(self); });
     }

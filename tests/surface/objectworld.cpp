@@ -45,8 +45,6 @@ XServerModel WorldModel() {
     return model;
 }
 
-constexpr const char* Independent[] = {"class factory", "manager", "transient PC info", "transient attribute"};
-
 /// The first element of an enumerator.
 template <class Element, class Enumerator> XLXComPtr<Element> First(const XLXComPtr<Enumerator>& all) {
     XLXComPtr<Element> element;
@@ -62,6 +60,10 @@ template <class I, class F> XLXComPtr<I> Got(F&& get) {
     XLXComPtr<I> object;
     get(object.Put());
     return object;
+}
+template <class Owner, class I>
+XLXComPtr<I> Got(const XLXComPtr<Owner>& owner, HRESULT (STDMETHODCALLTYPE Owner::*get)(I**)) {
+    return Got<I>([&](I** out) { (*owner.*get)(out); });
 }
 } // namespace
 
@@ -84,15 +86,6 @@ XObjectWorld::XObjectWorld(XStage stage)
 
 XObjectWorld::~XObjectWorld() {
     if (m_cache) { m_cache.As<IDPFObject>()->Terminate(); }
-}
-
-std::vector<XLXComPtr<IUnknown>> XObjectWorld::GiveAway() {
-    std::vector<XLXComPtr<IUnknown>> all;
-    for (auto& [kind, object] : std::exchange(m_objects, {})) {
-        all.push_back(std::move(object));
-    }
-    m_cache.Reset();
-    return all;
 }
 
 void XObjectWorld::Initialize(XStage stage) {
@@ -127,15 +120,13 @@ void XObjectWorld::MakeObjects() {
     const XLXComBSTR size(OLESTR("Size"));
     const auto attribute = Got<ILXAttribute>([&](auto out) { type->GetAttribute(size.Get(), out); });
     Add("attribute", attribute);
-    Add("attribute type",
-        First<ILXAttributeType>(Got<ILXAttributeTypeEnum>([&](auto out) { attribute->GetAttributeTypeEnum(out); })));
+    Add("attribute type", First<ILXAttributeType>(Got(attribute, &ILXAttribute::GetAttributeTypeEnum)));
     Add("format", Got<ILXFormat>([&](auto out) { attribute->GetFormat(1, out); }));
-    Add("editor",
-        First<ILXConfObjEditor>(Got<ILXConfObjEditorEnum>([&](auto out) { type->GetConfObjEditorEnum(out); })));
+    Add("editor", First<ILXConfObjEditor>(Got(type, &ILXType::GetConfObjEditorEnum)));
     const auto factory = m_cache.As<ILXConfigFactory>();
-    Add("global format spec", First<ILXGlobalAttributeFormatSpec>(Got<ILXGlobalAttributeFormatSpecEnum>(
-                                  [&](auto out) { factory->GetAllGlobalAttributeFormatSpecs(out); })));
-    Add("browser id", First<ILXBrowserId>(Got<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); })));
+    Add("global format spec",
+        First<ILXGlobalAttributeFormatSpec>(Got(factory, &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs)));
+    Add("browser id", First<ILXBrowserId>(Got(factory, &ILXConfigFactory::GetBrowserIdEnum)));
 }
 
 void XObjectWorld::MakeRelationObjects() {
@@ -148,71 +139,28 @@ void XObjectWorld::MakeRelationObjects() {
     const XLXComPtr<XLXParentChildCacheInherited> inherited(new XLXParentChildCacheInherited(relation));
     inherited->SetNames(OLESTR("Derived"), OLESTR("Node"));
     Add("inherited relation", inherited);
-    Add("PC info", First<ILXPCInfo>(Got<ILXPCInfoEnum>([&](auto out) { relation->GetPCInfoEnum(out); })));
+    Add("PC info", First<ILXPCInfo>(Got(relation, &ILXParentChild::GetPCInfoEnum)));
     const auto transient = First<ILXParentChild>(
         Got<ILXParentChildEnum>([&](auto out) { m_cache->GetPCEnum2(nullptr, plan.Get(), nullptr, 2, out); }));
     Add("transient relation", transient);
-    Add("PC info of a transient relation",
-        First<ILXPCInfo>(Got<ILXPCInfoEnum>([&](auto out) { transient->GetPCInfoEnum(out); })));
+    Add("PC info of a transient relation", First<ILXPCInfo>(Got(transient, &ILXParentChild::GetPCInfoEnum)));
 }
 
 void XObjectWorld::MakeEnumerators() {
     const auto factory = m_cache.As<ILXConfigFactory>();
     const auto type = Of<ILXType>("type");
     Add("enumerator of types", Got<ILXTypeEnum>([&](auto out) { factory->GetTypeEnum(nullptr, out); }));
-    Add("enumerator of pages", Got<ILXPageEnum>([&](auto out) { type->GetPageEnum(out); }));
-    Add("enumerator of groups", Got<ILXGroupEnum>([&](auto out) { type->GetGroupEnum(out); }));
-    Add("enumerator of attributes", Got<ILXAttributeEnum>([&](auto out) { type->GetAttributeEnum(out); }));
-    Add("enumerator of attribute types",
-        Got<ILXAttributeTypeEnum>([&](auto out) { Of<ILXAttribute>("attribute")->GetAttributeTypeEnum(out); }));
-    Add("enumerator of editors", Got<ILXConfObjEditorEnum>([&](auto out) { type->GetConfObjEditorEnum(out); }));
+    Add("enumerator of pages", Got(type, &ILXType::GetPageEnum));
+    Add("enumerator of groups", Got(type, &ILXType::GetGroupEnum));
+    Add("enumerator of attributes", Got(type, &ILXType::GetAttributeEnum));
+    Add("enumerator of attribute types", Got(Of<ILXAttribute>("attribute"), &ILXAttribute::GetAttributeTypeEnum));
+    Add("enumerator of editors", Got(type, &ILXType::GetConfObjEditorEnum));
     Add("enumerator of relations", Got<ILXParentChildEnum>([&](auto out) {
             m_cache->GetPPRRelationsEnum(XLXComBSTR(OLESTR("Area")).Get(), nullptr, out);
         }));
-    Add("enumerator of PC infos",
-        Got<ILXPCInfoEnum>([&](auto out) { Of<ILXParentChild>("relation")->GetPCInfoEnum(out); }));
-    Add("enumerator of browser ids", Got<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); }));
-    Add("enumerator of global format specs",
-        Got<ILXGlobalAttributeFormatSpecEnum>([&](auto out) { factory->GetAllGlobalAttributeFormatSpecs(out); }));
-}
-
-const std::vector<const char*>& XObjectWorld::Kinds() {
-    static const std::vector<const char*> kinds = {"class factory",
-                                                   "manager",
-                                                   "type",
-                                                   "page",
-                                                   "group",
-                                                   "attribute",
-                                                   "attribute type",
-                                                   "format",
-                                                   "editor",
-                                                   "global format spec",
-                                                   "browser id",
-                                                   "relation",
-                                                   "inherited relation",
-                                                   "PC info",
-                                                   "PC info of a transient relation",
-                                                   "transient relation",
-                                                   "transient PC info",
-                                                   "transient attribute",
-                                                   "enumerator of types",
-                                                   "enumerator of pages",
-                                                   "enumerator of groups",
-                                                   "enumerator of attributes",
-                                                   "enumerator of attribute types",
-                                                   "enumerator of editors",
-                                                   "enumerator of relations",
-                                                   "enumerator of PC infos",
-                                                   "enumerator of browser ids",
-                                                   "enumerator of global format specs"};
-    return kinds;
-}
-
-bool XObjectWorld::NeedsManager(const std::string& kind) {
-    for (const char* const independent : Independent) {
-        if (kind == independent) { return false; }
-    }
-    return true;
+    Add("enumerator of PC infos", Got(Of<ILXParentChild>("relation"), &ILXParentChild::GetPCInfoEnum));
+    Add("enumerator of browser ids", Got(factory, &ILXConfigFactory::GetBrowserIdEnum));
+    Add("enumerator of global format specs", Got(factory, &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs));
 }
 
 XLXComPtr<IUnknown> XObjectWorld::Object(const std::string& kind) const {
@@ -223,15 +171,14 @@ XLXComPtr<IUnknown> XObjectWorld::Object(const std::string& kind) const {
 }
 
 XLXComPtr<IUnknown> XObjectWorld::Provider(REFIID iid) const {
-    const XLXComPtr<IUnknown> services[] = {m_server->DataObject("Area").As<IUnknown>(),
+    std::vector<XLXComPtr<IUnknown>> all = {m_server->DataObject("Area").As<IUnknown>(),
                                             m_server->ConfigFactory().As<IUnknown>(), m_server->Query().As<IUnknown>(),
                                             m_server->DataUpdate().As<IUnknown>()};
-    XLXComPtr<IUnknown> face;
-    for (const auto& service : services) {
-        if (SUCCEEDED(service->QueryInterface(iid, face.PutVoid()))) { return face; }
-        (void)face.Detach();
+    for (const auto& [kind, object] : m_objects) {
+        all.push_back(object);
     }
-    for (const auto& [name, object] : m_objects) {
+    XLXComPtr<IUnknown> face;
+    for (const auto& object : all) {
         if (SUCCEEDED(object->QueryInterface(iid, face.PutVoid()))) { return face; }
         (void)face.Detach();
     }

@@ -25,17 +25,18 @@ public:
     XObjectWorld(const XObjectWorld&) = delete;
     XObjectWorld& operator=(const XObjectWorld&) = delete;
 
-    /// The kinds of objects by name, in a fixed order.
-    static const std::vector<const char*>& Kinds();
-    /// Whether objects of a kind require an initialised manager.
-    static bool NeedsManager(const std::string& kind);
-    /// An object of a kind; null if it requires an initialised manager and there never was one.
+    /// One object of each kind that there is at the stage, with the kind's name.
+    using Objects = std::vector<std::pair<std::string, XLXComPtr<IUnknown>>>;
+    const Objects& All() const { return m_objects; }
     XLXComPtr<IUnknown> Object(const std::string& kind) const;
     /// An object with an interface: the server's if it has one, otherwise the component's.
     XLXComPtr<IUnknown> Provider(REFIID iid) const;
 
-    /// All objects, the manager among them; the world is over afterwards.
-    std::vector<XLXComPtr<IUnknown>> GiveAway();
+    /// Gives all objects away, the manager among them; the world is over afterwards.
+    Objects GiveAway() {
+        m_cache.Reset();
+        return std::exchange(m_objects, {});
+    }
 
     XSampleServer& Server() const { return *m_server; }
     ILXConfigFactoryCache& Cache() const { return *m_cache; }
@@ -51,7 +52,7 @@ private:
     std::shared_ptr<XSampleServer> m_server;
     XLXComPtr<ILXConfigFactoryCache> m_cache;
     std::shared_ptr<void> m_uncounted; // objects that are not reference counted
-    std::vector<std::pair<std::string, XLXComPtr<IUnknown>>> m_objects;
+    Objects m_objects;
 };
 
 #endif
