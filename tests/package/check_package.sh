@@ -11,7 +11,9 @@ kind=$1 source=$2 build=$3
 cmake=${CMAKE:-cmake}
 here=$(cd "$(dirname "$0")" && pwd)
 objdump=${OBJDUMP:-objdump}
-place=$(mktemp -d "$build/package-test.XXXXXX")
+place=$build/package-test-$kind # always the same, so that a compiler cache knows the examples of the last run
+rm -rf "$place"
+mkdir "$place"
 trap 'rm -rf "$place"' EXIT
 root=$place/root
 
@@ -87,7 +89,7 @@ has_what_is_installed() {
     quietly "$cmake" --install "$build" --prefix "$place/installed"
     diff <(cd "$place/installed" && find . -type f | sort) <(cd "$root" && find . -type f | sort) ||
         fail "the package has other files than an installation"
-    diff -rq --exclude='*.so' --exclude=bin "$place/installed" "$root" || fail "files differ from those of an installation"
+    diff -rq --exclude='*.so*' --exclude=bin "$place/installed" "$root" || fail "files differ from those of an installation"
 }
 
 # has_debug_information BINARY: it names its PDB file, which has the names of its functions; with Clang their lines too.
@@ -123,11 +125,13 @@ version() { sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt"
 
 # The examples that came with it, so that they need nothing else; users' warnings are errors.
 build_examples() {
-    local examples
+    local examples launcher
     examples=$(find "$root" -name minimal_server.cpp -printf '%h')
+    launcher=$(sed -n 's/^CMAKE_CXX_COMPILER_LAUNCHER:[A-Z]*=//p' "$build/CMakeCache.txt")
     quietly "$cmake" -S "$examples" -B "$place/build" -G Ninja -DCMAKE_PREFIX_PATH="$root" \
         ${TOOLCHAIN:+-DCMAKE_TOOLCHAIN_FILE="$TOOLCHAIN" -DCMAKE_FIND_ROOT_PATH="$root"} \
-        ${SQLITE:+-DLX_SQLITE_SOURCE="$SQLITE"} -DCMAKE_C_FLAGS="$warnings" -DCMAKE_CXX_FLAGS="$warnings"
+        ${SQLITE:+-DLX_SQLITE_SOURCE="$SQLITE"} ${launcher:+-DCMAKE_C_COMPILER_LAUNCHER="$launcher"} \
+        ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"} -DCMAKE_C_FLAGS="$warnings" -DCMAKE_CXX_FLAGS="$warnings"
     grep -q "LXConfigFactoryCache_DIR:PATH=$root/" "$place/build/CMakeCache.txt" || fail "another package was found"
     quietly "$cmake" --build "$place/build"
 }

@@ -16,7 +16,7 @@ std::wstring Beside(const wchar_t* file) {
 }
 
 /// Runs lxsqliteserver and returns its exit code; another one if it does not end.
-DWORD Run(const std::wstring& arguments) {
+DWORD RunProgram(const std::wstring& arguments) {
     std::wstring command = L"\"" + Beside(L"lxsqliteserver.exe") + L"\" " + arguments;
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
@@ -75,19 +75,19 @@ private:
 
 TEST_F(SqliteProgram, ComStartsItEditsReachItsClientsAndItEnds) {
     const std::wstring onDatabase = L"--database \"" + Database() + L"\"";
-    EXPECT_EQ(Run(onDatabase + L" --register"), 0u);
+    EXPECT_EQ(RunProgram(onDatabase + L" --register"), 0u);
     {
         const lxcfc::Cache cache = Connect();
         ASSERT_EQ(UnitOf(cache), L"m\u00B3/h");
         const std::wstring edit = L"UPDATE attribute SET unit = 'l/s' WHERE type = 'Pump' AND name = 'RatedFlow'";
-        EXPECT_EQ(Run(onDatabase + L" --sql \"" + edit + L"\""), 0u);
+        EXPECT_EQ(RunProgram(onDatabase + L" --sql \"" + edit + L"\""), 0u);
         EXPECT_TRUE(WaitFor([&] { return UnitOf(cache) == L"l/s"; }));
     }
     EXPECT_TRUE(Ends()) << "without a client it ends by itself";
     const lxcfc::Cache cache = Connect();
     EXPECT_EQ(UnitOf(cache), L"l/s");
-    EXPECT_EQ(Run(L"--stop"), 0u);
+    EXPECT_EQ(RunProgram(L"--stop"), 0u);
     EXPECT_TRUE(Ends());
     EXPECT_EQ(UnitOf(cache), L"l/s") << "the cache still answers";
-    EXPECT_EQ(Run(L"--unregister"), 0u);
+    EXPECT_EQ(RunProgram(L"--unregister"), 0u);
 }
