@@ -203,7 +203,7 @@ leg_windows32() {
         return
     (cd build/$preset && cpack) >"$logs/$preset-package.log" 2>&1
     count "the package for 32-bit clients (see $logs/$preset-package.log)" $?
-    python3 tests/package/check_32bit.py . build/$preset >"$logs/$preset-test.log"
+    python3 tests/package/check_32bit.py build/$preset >"$logs/$preset-test.log"
     count "the DLLs for 32-bit clients (see $logs/$preset-test.log)" $?
 }
 

@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Compiles each public header by itself, as C and as C++, and the examples, with the warnings that careful users turn
-# on. 77 when the compiler is not installed.
-# usage: check_headers.sh SOURCE C-COMPILER C++-COMPILER [windows]
+# Compiles the public headers as C and as C++ with the warnings that careful users turn on. 77 when the compiler is not
+# installed.
+# usage: check_headers.sh SOURCE C-COMPILER C++-COMPILER linux|windows each|examples
+#   each       also compiles each header by itself; the tests of the package build the examples with this compiler
+#   examples   also compiles the examples
 set -euo pipefail
-source=$1 cc=$2 cxx=$3 platform=${4:-linux}
+source=$1 cc=$2 cxx=$3 platform=$4 extent=$5
 for compiler in "$cc" "$cxx"; do
     command -v "$compiler" >/dev/null || {
         echo "SKIPPED: $compiler is not installed"
@@ -19,51 +21,54 @@ if [ "$platform" = linux ]; then
     folders+=(-I"$source/platform/include")
     mapfile -t -O ${#headers[@]} headers < <(cd "$source/platform/include" && ls -- *.h | grep -v lxallocationgate.h) # not installed
 fi
+# The server kit needs C++20; a part of it is about server programs, which only Windows has.
+kit=()
+for header in "$source"/include/lxserver/*.h; do
+    if [ "$platform" = windows ] || ! grep -q '#include <windows.h>\|LocalServer\|StubKeeper' "$header"; then
+        kit+=("lxserver/$(basename "$header")")
+    fi
+done
 
 failed=0
-check() {
-    "$@" "${warnings[@]}" "${folders[@]}" - || failed=1
+check() { "$@" "${warnings[@]}" "${folders[@]}" || failed=1; }
+# compile LANGUAGE STANDARD HEADER...: a source that includes these headers.
+compile() {
+    local compiler=$cxx
+    [ "$1" != c ] || compiler=$cc
+    check "$compiler" -x "$1" "-std=$2" "${macros[@]}" - < <(printf '#include <%s>\n' "${@:3}" && echo "int unused;")
 }
-for header in "${headers[@]}"; do
-    for standard in c11 c17; do
-        check "$cc" -x c -std=$standard <<<"#include <$header>
-int unused;"
-    done
-    for standard in c++17 c++20; do
-        check "$cxx" -x c++ -std=$standard <<<"#include <$header>"
-    done
-    # With the macros that C programs call methods by.
-    check "$cc" -x c -std=c11 -DCOBJMACROS -DCINTERFACE <<<"#include <$header>
-int unused;"
-done
-"$cc" -std=c11 "${warnings[@]}" "${folders[@]}" "$source/idl/LXConfigFactoryCache_i.c" || failed=1
-for example in "$source"/examples/*.c; do
-    "$cc" -std=c11 "${warnings[@]}" "${folders[@]}" "$example" || failed=1
-done
-# The typed layer, by itself and in one program with the server kit.
-for standard in c++17 c++20; do
-    check "$cxx" -x c++ -std=$standard <<<"#include <lxcfc.hpp>"
-done
-check "$cxx" -x c++ -std=c++20 <<<"#include <lxserver/Connection.h>
+
+# All in one program.
+macros=()
+compile c c17 "${headers[@]}"
+compile c++ c++17 "${headers[@]}" lxcfc.hpp
+compile c++ c++20 "${headers[@]}" "${kit[@]}" lxcfc.hpp
+check "$cxx" -x c++ -std=c++20 - <<<"#include <lxserver/Connection.h>
 #include <lxcfc.hpp>
 using namespace lx;
 using lxcfc::Cache;"
-# The server kit, and what stands on it, need C++20; a part of it is about server programs, which only Windows has.
-for header in "$source"/include/lxserver/*.h; do
-    if [ "$platform" = windows ] || ! grep -q '#include <windows.h>\|LocalServer\|StubKeeper' "$header"; then
-        check "$cxx" -x c++ -std=c++20 <<<"#include <lxserver/$(basename "$header")>"
-    fi
-done
-# The tests of the package build all examples; some are for Windows only, or need what the package's build makes.
-for example in "$source"/examples/*.cpp; do
-    if grep -q '<LXSampleServer.h>' "$example" || { [ "$platform" != windows ] && grep -q 'IStream\|LocalServer' "$example"; }; then
-        continue
-    fi
-    standard=c++17
-    if grep -q '<lxserver/' "$example"; then
-        standard=c++20
-    fi
-    "$cxx" -std=$standard "${warnings[@]}" "${folders[@]}" "$example" || failed=1
-done
-[ $failed -eq 0 ] && echo "the headers and the examples are clean"
+check "$cc" -std=c11 "$source/idl/LXConfigFactoryCache_i.c"
+
+if [ "$extent" = each ]; then
+    for header in "${headers[@]}"; do
+        compile c++ c++17 "$header"
+        macros=(-DCOBJMACROS -DCINTERFACE) # that C programs call methods by
+        compile c c11 "$header"
+        macros=()
+    done
+    compile c++ c++17 lxcfc.hpp
+    for header in "${kit[@]}"; do
+        compile c++ c++20 "$header"
+    done
+else
+    check "$cc" -std=c11 "$source"/examples/*.c "$source/tests/headers/records32.c"
+    for example in "$source"/examples/*.cpp; do
+        # Some are for Windows only, or need what the package's build makes.
+        if grep -q '<LXSampleServer.h>' "$example" || { [ "$platform" != windows ] && grep -q 'IStream\|LocalServer' "$example"; }; then
+            continue
+        fi
+        check "$cxx" "-std=$(grep -q '<lxserver/' "$example" && echo c++20 || echo c++17)" "$example"
+    done
+fi
+[ $failed -eq 0 ] && echo "the headers are clean"
 exit $failed

@@ -99,7 +99,3 @@ class Browser:
         """What the page wrote to the console as an error or a warning."""
         log = self._call("POST", self.session + "/se/log", {"type": "browser"})
         return [entry["message"] for entry in log if entry["level"] in ("SEVERE", "WARNING")]
-
-    def screenshot(self, file):
-        with open(file, "wb") as image:
-            image.write(base64.b64decode(self._call("GET", self.session + "/screenshot")))

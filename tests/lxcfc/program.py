@@ -4,6 +4,7 @@ import json
 import os
 import subprocess
 import sys
+import tempfile
 import time
 import unittest
 
@@ -63,31 +64,32 @@ class Model:
         return sorted(entry for entry in self.types if name in self.bases(entry))
 
 
+def file_of(cleanup, content, name="model.json"):
+    """Writes JSON to a file that is removed in the end. Returns its path for programs that run in the source folder."""
+    folder = tempfile.TemporaryDirectory(dir=os.path.join(SOURCE, "build"))
+    cleanup(folder.cleanup)
+    path = os.path.join(folder.name, name)
+    with open(path, "w", encoding="utf-8") as stream:
+        json.dump(content, stream)
+    return os.path.relpath(path, SOURCE)
+
+
 class CountedResult(unittest.TextTestResult):
     """One line for each test, as the other test programs print it."""
 
     def startTest(self, test):
         super().startTest(test)
         self.started = time.monotonic()
+        self.before = self.bad(), len(self.skipped)
 
-    def line(self, what, test):
+    def stopTest(self, test):
+        super().stopTest(test)
+        failed, skipped = self.bad() > self.before[0], len(self.skipped) > self.before[1]
+        what = " FAILED " if failed else " SKIPPED" if skipped else "      OK"
         print(f"[ {what} ] {test.id()} ({int((time.monotonic() - self.started) * 1000)} ms)", flush=True)
 
-    def addSuccess(self, test):
-        super().addSuccess(test)
-        self.line("      OK", test)
-
-    def addFailure(self, test, err):
-        super().addFailure(test, err)
-        self.line(" FAILED ", test)
-
-    def addError(self, test, err):
-        super().addError(test, err)
-        self.line(" FAILED ", test)
-
-    def addSkip(self, test, reason):
-        super().addSkip(test, reason)
-        self.line(" SKIPPED", test)
+    def bad(self):
+        return len(self.failures) + len(self.errors)
 
 
 def regsvr32(module, undo=False):

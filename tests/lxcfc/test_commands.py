@@ -2,11 +2,10 @@
 """What the commands answer about the shipped model, and how they fail."""
 import os
 import re
-import tempfile
 import unittest
 import unittest.mock
 
-from program import SOURCE, Model, answer_of, lxcfc, main
+from program import SOURCE, Model, answer_of, file_of, lxcfc, main
 
 MODEL = Model()
 TYPE = "PumpCentrifugal"
@@ -115,49 +114,65 @@ class Others(unittest.TestCase):
         self.assertEqual((first["calls"], again["calls"]), (0, 0))
 
 
+class Graphs(unittest.TestCase):
+    def test_the_graph_of_relations_is_that_of_the_model(self):
+        dot = lxcfc("graph", "relations").out
+        expected = {(r["parent"], r["child"], r["list"]) for r in MODEL.json["relations"]}
+        self.assertEqual(set(re.findall(r'^  "(.*)" -> "(.*)" \[label="(.*)"\];$', dot, re.M)), expected)
+        self.assertEqual(set(re.findall(r'^  "([^"]*)" \[label=', dot, re.M)),
+                         {name for edge in expected for name in edge[:2]})
+
+    def test_a_part_of_it(self):
+        graph = answer_of("graph", "types", "--root", "Equipment")
+        self.assertEqual(sorted(n["name"] for n in graph["nodes"]),
+                         sorted(["Equipment"] + MODEL.derived("Equipment")))
+
+    def test_quotes_and_backslashes_in_names(self):
+        model = file_of(self.addCleanup, {"types": [{"name": '<b>&amp;"quoted" \\ \'type\''}]})
+        dot = lxcfc("graph", "types", "--model", model).out
+        self.assertIn('  "<b>&amp;\\"quoted\\" \\\\ \'type\'" [label=', dot)
+
+
 class Program(unittest.TestCase):
     def test_errors_are_one_line_and_2(self):
-        with tempfile.NamedTemporaryFile("w", suffix=".json", dir=SOURCE + "/build") as broken:
-            broken.write('{"types":[{"name":"A","base":"B"}]}')
-            broken.flush()
-            empty = os.path.join(SOURCE, "build", "lxcfc-empty.json")
-            with open(empty, "w", encoding="utf-8"):
-                pass
-            for arguments, text in [
-                    (["type", "pump"], 'did you mean "Pump"\\?'),
-                    (["type", "Pmup"], 'did you mean "Pump"\\?'),
-                    (["relations", "Area", "--browser", "tree"], 'no browser "tree"; did you mean "FunctionalTree" or'),
-                    (["relations", "Area", "Romo"], 'did you mean "Room"\\?'),
-                    (["relations", "Area", "--filter", "ppr", "--filter", "no-ppr"], "exclude each other"),
-                    (["attributes", TYPE, "--group", "99"], "has no group 99; it has: 1, 2, 10"),
-                    (["get", "attribute", TYPE + "/RatedFlwo"], 'did you mean "RatedFlow"\\?'),
-                    (["get", "attribute", TYPE + "/RatedFlow", "unti"], 'did you mean "unit"\\?'),
-                    (["get", "spec", "Format.1%2Fmim"], 'did you mean "Format.1/min"\\?'),
-                    (["types", "--model", "a.json", "--generate", "3"], "--model excludes --generate"),
-                    (["graph", "types", "--html", "--json"], "--json excludes --html"),
-                    (["graph", "types", "--root", "pumps"], 'did you mean "Pump", '),
-                    (["check", "--unnotified"], "--edits"),
-                    (["type", TYPE, "B", "C"], "nothing takes: B C"),
-                    (["types", "--model", "models"], "models cannot be used: it is a folder"),
-                    (["types", "--model", "build/lxcfc-empty.json"], "the file is empty"),
-                    (["types", "--names", "nothing.json"], "nothing.json cannot be read"),
-                    (["type", "Nope"], r'there is no type "Nope" \(GetType answered S_FALSE\)'),
-                    (["get", "attribute", TYPE + "/RatedFlow", "99"],
-                     r'answered E_INVALIDARG: "property index \(99\) is out of range" in ROAssociations::Get \('),
-                    (["get", "attribute", TYPE + "/Nope"], "there is no attribute"),
-                    (["get", "editor", TYPE], "NAME is TYPE/PROGID"),
-                    (["watch", "--edit", '{"edit":"Nope"}'], 'there is no edit "Nope"'),
-                    (["watch"], "--edit"),
-                    (["types", "--model", "nothing.json"], "nothing.json cannot be used"),
-                    (["types", "--model", broken.name], "base type is unknown: B"),
-                    (["types", "--server", "No.Such.Server"], "No.Such.Server"),
-                    (["attributes", TYPE, "--display", "nope"], "--display"),
-                    (["typs"], "typs"),
-                    ([], "a command is needed")]:
-                answer = lxcfc(*arguments)
-                self.assertEqual(answer.status, 2, answer)
-                self.assertRegex(answer.error, r"\Alxcfc: .*" + text + r".*\n\Z", answer)
-                self.assertEqual(answer.out, "", answer)
+        broken = file_of(self.addCleanup, {"types": [{"name": "A", "base": "B"}]})
+        empty = os.path.join(os.path.dirname(broken), "empty.json")
+        open(os.path.join(SOURCE, empty), "w", encoding="utf-8").close()
+        for arguments, text in [
+                (["type", "pump"], 'did you mean "Pump"\\?'),
+                (["type", "Pmup"], 'did you mean "Pump"\\?'),
+                (["relations", "Area", "--browser", "tree"], 'no browser "tree"; did you mean "FunctionalTree" or'),
+                (["relations", "Area", "Romo"], 'did you mean "Room"\\?'),
+                (["relations", "Area", "--filter", "ppr", "--filter", "no-ppr"], "exclude each other"),
+                (["attributes", TYPE, "--group", "99"], "has no group 99; it has: 1, 2, 10"),
+                (["get", "attribute", TYPE + "/RatedFlwo"], 'did you mean "RatedFlow"\\?'),
+                (["get", "attribute", TYPE + "/RatedFlow", "unti"], 'did you mean "unit"\\?'),
+                (["get", "spec", "Format.1%2Fmim"], 'did you mean "Format.1/min"\\?'),
+                (["types", "--model", "a.json", "--generate", "3"], "--model excludes --generate"),
+                (["graph", "types", "--html", "--json"], "--json excludes --html"),
+                (["graph", "types", "--root", "pumps"], 'did you mean "Pump", '),
+                (["check", "--unnotified"], "--edits"),
+                (["type", TYPE, "B", "C"], "nothing takes: B C"),
+                (["types", "--model", "models"], "models cannot be used: it is a folder"),
+                (["types", "--model", empty], "the file is empty"),
+                (["types", "--names", "nothing.json"], "nothing.json cannot be read"),
+                (["type", "Nope"], r'there is no type "Nope" \(GetType answered S_FALSE\)'),
+                (["get", "attribute", TYPE + "/RatedFlow", "99"],
+                 r'answered E_INVALIDARG: "property index \(99\) is out of range" in ROAssociations::Get \('),
+                (["get", "attribute", TYPE + "/Nope"], "there is no attribute"),
+                (["get", "editor", TYPE], "NAME is TYPE/PROGID"),
+                (["watch", "--edit", '{"edit":"Nope"}'], 'there is no edit "Nope"'),
+                (["watch"], "--edit"),
+                (["types", "--model", "nothing.json"], "nothing.json cannot be used"),
+                (["types", "--model", broken], "base type is unknown: B"),
+                (["types", "--server", "No.Such.Server"], "No.Such.Server"),
+                (["attributes", TYPE, "--display", "nope"], "--display"),
+                (["typs"], "typs"),
+                ([], "a command is needed")]:
+            answer = lxcfc(*arguments)
+            self.assertEqual(answer.status, 2, answer)
+            self.assertRegex(answer.error, r"\Alxcfc: .*" + text + r".*\n\Z", answer)
+            self.assertEqual(answer.out, "", answer)
 
     def test_help_version_and_reference_agree(self):
         with open(os.path.join(SOURCE, "CMakeLists.txt"), encoding="utf-8") as file:

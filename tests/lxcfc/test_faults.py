@@ -1,12 +1,9 @@
 # SPDX-License-Identifier: MIT
-"""What lxcfc finds in a configuration, and between two."""
+"""What lxcfc finds in a configuration, between two, and between cache and server."""
 import copy
-import json
-import os
-import tempfile
 import unittest
 
-from program import SOURCE, Model, answer_of, lxcfc, main
+from program import Model, answer_of, file_of, lxcfc, main
 
 FAULTY = {
     "browserIds": [{"name": "Tree"}, {"name": "tree"}],
@@ -28,18 +25,8 @@ FINDINGS = {
 
 
 class Faults(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.TemporaryDirectory(dir=os.path.join(SOURCE, "build"))
-        self.addCleanup(self.folder.cleanup)
-
-    def file(self, model, name="model.json"):
-        path = os.path.join(self.folder.name, name)
-        with open(path, "w", encoding="utf-8") as stream:
-            json.dump(model, stream)
-        return os.path.relpath(path, SOURCE)
-
     def test_every_fault_is_found_once(self):
-        answer = lxcfc("doctor", "--json", "--model", self.file(FAULTY))
+        answer = lxcfc("doctor", "--json", "--model", file_of(self.addCleanup, FAULTY))
         self.assertEqual(answer.status, 1, answer)
         found = [(f["severity"], f["id"], f["object"]) for f in answer.json()["findings"]]
         self.assertEqual(set(found), FINDINGS)
@@ -47,7 +34,7 @@ class Faults(unittest.TestCase):
         shipped = lxcfc("doctor", "--json")
         self.assertEqual([f["object"] for f in shipped.json()["findings"]], ["Vessel/DesignCode"], shipped)
         notes = {"types": [{"name": "A", "pages": [{"number": 1}]}]}
-        self.assertEqual(lxcfc("doctor", "--model", self.file(notes)).status, 0)
+        self.assertEqual(lxcfc("doctor", "--model", file_of(self.addCleanup, notes)).status, 0)
 
     def test_two_configurations(self):
         before = Model().json
@@ -59,7 +46,7 @@ class Faults(unittest.TestCase):
         types["Vessel"]["groups"].append({"number": 99})
         del after["relations"][0]
         gone = before["relations"][0]
-        files = ["models/plant.json", self.file(after)]
+        files = ["models/plant.json", file_of(self.addCleanup, after)]
         answer = lxcfc("diff", *files, "--json")
         self.assertEqual(answer.status, 1, answer)
         found = answer.json()
@@ -74,6 +61,34 @@ class Faults(unittest.TestCase):
         self.assertRegex(lxcfc("diff", *files).out, r"(?m)^   attribute  Pump/RatedFlow  label +Rated flow  Flow$")
         self.assertFalse(answer_of("diff", files[0], files[0])["differs"])
         self.assertEqual(lxcfc("diff", files[0], "No.Such.Server").status, 2)
+
+
+class Check(unittest.TestCase):
+    def test_no_difference_before_and_after_random_edits(self):
+        answer = lxcfc("check", "--edits", "1000", "--seed", "2", "--json")
+        self.assertEqual(answer.status, 0, answer)
+        found = answer.json()
+        attributes = sum(len(Model().attributes(name)) for name in Model().types)
+        for comparison in (found, found["after"]):
+            self.assertEqual(comparison["differences"], [])
+            self.assertGreater(comparison["answersCompared"], attributes)
+        self.assertEqual(found["after"]["edits"], 1000)
+
+    def test_a_stale_cache_is_found_and_its_differences_are_named(self):
+        arguments = ["check", "--edits", "10", "--unnotified"]
+        answer = lxcfc(*arguments, "--json")
+        self.assertEqual(answer.status, 1, answer)
+        found = answer.json()
+        self.assertEqual(found["differences"], [])
+        differences = found["after"]["differences"]
+        self.assertEqual(len(differences), found["after"]["differing"])
+        self.assertGreater(len(differences), 5)
+        for difference in differences:
+            self.assertNotEqual(difference["cache"], difference["server"], difference)
+        people = lxcfc(*arguments)
+        self.assertEqual(people.status, 1, people)
+        for difference in differences:
+            self.assertIn(f"   {difference['path']}: cache ", people.out)
 
 
 if __name__ == "__main__":

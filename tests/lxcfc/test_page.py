@@ -1,22 +1,21 @@
 # SPDX-License-Identifier: MIT
 """The page on which a configuration is looked into, in a headless browser."""
 import copy
-import json
 import os
 import pathlib
 import shutil
 import subprocess
 import sys
-import tempfile
 import unittest
 
 import chromium
-from program import PROGRAM, SOURCE, Model, lxcfc, main
+from program import PROGRAM, SOURCE, Model, file_of, lxcfc, main
 
+PLANT = os.path.join("models", "plant.json")
 SIZES = [(1280, 800), (1920, 1080), (390, 844)]
 HOSTILE = ['<b>&amp;"quoted" \\ \'type\'', "</script><script>alert(1)</script>", "<!--", "%DATA% @LX_PAGE@ {}[]",
            "line\u2028end", "right\u202eleft", "a/b#c%2F?"]
-TAB, ENTER, RIGHT, LEFT, DOWN, SHIFT = "\ue004", "\ue007", "\ue014", "\ue012", "\ue015", "\ue008"
+TAB, ENTER, RIGHT, LEFT = "\ue004", "\ue007", "\ue014", "\ue012"
 
 # The smallest text that can be seen, in pixels of the screen, with what it says.
 SMALLEST_TEXT = """
@@ -61,14 +60,17 @@ def axe():
 class Page(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.folder = tempfile.TemporaryDirectory()
         cls.files = {}
         cls.browser = chromium.Browser()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.browser.__exit__()
-        cls.folder.cleanup()
+        cls.addClassCleanup(cls.browser.__exit__)
+        model = copy.deepcopy(Model().json)
+        types = {entry["name"]: entry for entry in model["types"]}
+        next(a for a in types["Pump"]["attributes"] if a["name"] == "RatedFlow")["unit"] = "l/s"
+        types["Equipment"]["attributes"].append({"name": "Colour"})
+        model["types"].remove(types["PumpScrew"])
+        model["types"].append({"name": "PumpDosing", "base": "Pump"})
+        model["browserIds"][0]["label"] = "Projects"
+        cls.after = file_of(cls.addClassCleanup, model)
 
     def setUp(self):
         self.browser.look(1280, 800)
@@ -76,21 +78,13 @@ class Page(unittest.TestCase):
     def tearDown(self):
         self.assertEqual(self.browser.problems(), [])
 
-    def file_of(self, name):
-        return os.path.join(self.folder.name, name)
-
-    def model_file(self, name, model):
-        with open(self.file_of(name), "w", encoding="utf-8") as file:
-            json.dump(model, file)
-        return self.file_of(name)
-
     def open(self, *arguments, at="", status=0):
         """Opens the page that a command writes, which is written once."""
         if arguments not in self.files:
-            file = self.file_of(f"page{len(self.files)}.html")
-            answer = lxcfc(*arguments, "--html", "--output", file)
+            file = pathlib.Path(SOURCE, file_of(self.addClassCleanup, {}, "page.html"))
+            answer = lxcfc(*arguments, "--html", "--output", str(file))
             self.assertEqual(answer.status, status, answer)
-            self.files[arguments] = pathlib.Path(file).as_uri()
+            self.files[arguments] = file.as_uri()
         self.browser.open("about:blank")
         self.browser.open(self.files[arguments] + at)
         return self.browser
@@ -99,15 +93,7 @@ class Page(unittest.TestCase):
         return self.open("graph", "types", at=at)
 
     def compared(self, at=""):
-        model = copy.deepcopy(Model().json)
-        types = {entry["name"]: entry for entry in model["types"]}
-        next(a for a in types["Pump"]["attributes"] if a["name"] == "RatedFlow")["unit"] = "l/s"
-        types["Equipment"]["attributes"].append({"name": "Colour"})
-        model["types"].remove(types["PumpScrew"])
-        model["types"].append({"name": "PumpDosing", "base": "Pump"})
-        model["browserIds"][0]["label"] = "Projects"
-        before = os.path.join("models", "plant.json")
-        return self.open("diff", before, self.model_file("after.json", model), at=at, status=1)
+        return self.open("diff", PLANT, self.after, at=at, status=1)
 
     def text(self, css):
         return self.browser.run("return document.querySelector(arguments[0]).innerText", css)
@@ -264,7 +250,7 @@ class Page(unittest.TestCase):
         groups = [{"number": 1, "parent": 2, "label": "one"}, {"number": 2, "parent": 1, "label": "two"},
                   {"number": 3, "parent": 9, "page": 7, "label": "three"}]
         model = {"types": [{"name": "Big", "attributes": [{"name": f"A{i}"} for i in range(400)], "groups": groups}]}
-        page = self.open("graph", "types", "--model", self.model_file("big.json", model), at="#/type/Big")
+        page = self.open("graph", "types", "--model", file_of(self.addCleanup, model), at="#/type/Big")
         page.run("dispatchEvent(new Event('beforeprint'))")
         self.assertEqual(page.run(shown, "#attributes tbody tr"), 400)
         self.assertEqual(sorted(self.texts(".outline .name")), ["one", "three", "two"]) # wherever they lie
@@ -293,8 +279,7 @@ class Page(unittest.TestCase):
     def test_names_are_text_whatever_they_are(self):
         types = [{"name": name, "label": name + "'s label", "attributes": [{"name": name}]} for name in HOSTILE]
         model = {"types": types, "relations": [{"parent": HOSTILE[0], "child": HOSTILE[1], "list": HOSTILE[2]}]}
-        file = self.model_file("hostile.json", model)
-        page = self.open("graph", "types", "--model", file)
+        page = self.open("graph", "types", "--model", file_of(self.addCleanup, model))
         self.assertEqual(sorted(self.texts(".tree .name")), sorted(
             name.replace("\u2028", "\\u2028").replace("\u202e", "\\u202e") for name in HOSTILE))
         for i, name in enumerate(HOSTILE):
@@ -321,8 +306,7 @@ class Page(unittest.TestCase):
         self.assertEqual(self.address(), "#/type/Pump/RatedFlow")
         page.run("location.hash = '#/type/PumpScrew'")
         self.assertIn("removed", self.text(".subtitle"))
-        plant = os.path.join(SOURCE, "models", "plant.json")
-        self.assertEqual(lxcfc("diff", plant, plant, "--html", "--json").status, 2)
+        self.assertEqual(lxcfc("diff", PLANT, PLANT, "--html", "--json").status, 2)
 
 
 if __name__ == "__main__":

@@ -1,17 +1,15 @@
 # SPDX-License-Identifier: MIT
 """What lxcfc does to terminals, pipes and files that its output goes to, and what shells know of it (Linux)."""
 import fcntl
-import json
 import os
 import pty
 import re
 import struct
 import subprocess
-import tempfile
 import termios
 import unittest
 
-from program import PROGRAM, SOURCE, lxcfc, main
+from program import PROGRAM, SOURCE, file_of, lxcfc, main
 
 HOSTILE = "Red\x1b[31m\nline\x9b2J\u202e"
 
@@ -35,15 +33,8 @@ def on_terminal(columns, *arguments, **environment):
 
 
 class Terminal(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.TemporaryDirectory()
-        self.addCleanup(self.folder.cleanup)
-
     def model(self, *types):
-        file = os.path.join(self.folder.name, "model.json")
-        with open(file, "w", encoding="utf-8") as stream:
-            json.dump({"types": types}, stream)
-        return ["--model", file]
+        return ["--model", file_of(self.addCleanup, {"types": types})]
 
     def test_tables_fit_and_colours_are_a_choice(self):
         out = on_terminal(60, "attributes", "PumpCentrifugal")

@@ -1,52 +1,14 @@
 // SPDX-License-Identifier: MIT
 //
-// What the tests of the component, and people, rely on in the sample server: gates, edits as text, and model files.
-// "lxcfc verify-server" checks its answers, and the tests of the server kit its clients.
+// What people give the sample server: edits as text, and model files. "lxcfc verify-server" checks its answers, and the
+// tests of the server kit its clients.
 #include "XSampleServer.h"
 #include "XServerTexts.h"
 #include "lxtestrunner.h"
 
 #include <gtest/gtest.h>
-#include <thread>
 
 namespace {
-std::string LabelOf(const XSampleServer& server) {
-    XLXComPtr<ILXType> pump;
-    XLXComPtr<ILXAttribute> power;
-    XLXComVariant label;
-    server.ConfigFactory()->GetType(XLXComBSTR(OLESTR("Pump")).Get(), nullptr, pump.Put());
-    EXPECT_EQ(pump->GetAttribute(XLXComBSTR(OLESTR("Power")).Get(), power.Put()), S_OK);
-    power->GetProperty(XProperty::Label, label.Put());
-    return LXToUtf8(label.AsText().value_or(OLESTR("-")));
-}
-
-TEST(ServerGates, StopACallBeforeOrAfterItsWork) {
-    const auto server = XSampleServer::Create(LXSmallModel());
-    const auto set = [&](const char* label) {
-        server->Edit().SetAttributeProperty("Pump", "Power", XProperty::Label, label);
-    };
-    for (const auto& [point, expected] :
-         {std::pair(XCallPoint::Arrival, "new"), std::pair(XCallPoint::Answer, "old")}) {
-        set("old");
-        std::string seen;
-        XCallGate gate = server->Calls().PauseAt("ILXAttribute::GetProperty", point);
-        std::thread reader([&] { seen = LabelOf(*server); });
-        gate.WaitUntilArrived();
-        set("new");
-        EXPECT_EQ(LabelOf(*server), "new"); // further calls pass
-        gate.Open();
-        reader.join();
-        EXPECT_EQ(seen, expected);
-    }
-    EXPECT_TRUE(server->Calls().Problems().empty());
-    XCallGate never = server->Calls().PauseAt("ILXType::GetPage");
-    EXPECT_THROW(never.WaitUntilArrived(1, std::chrono::milliseconds(10)), std::runtime_error);
-    server->Calls().SetGateLimit(std::chrono::milliseconds(10));
-    const XCallGate forgotten = server->Calls().PauseAt("ILXAttribute::GetProperty");
-    LabelOf(*server);
-    EXPECT_EQ(server->Calls().Problems().size(), 1u);
-}
-
 // What one half adds, the other half removes.
 TEST(ServerTexts, EveryEditCanBeSaidAsText) {
     const auto server = XSampleServer::Create(LXSmallModel());

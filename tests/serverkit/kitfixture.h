@@ -1,66 +1,33 @@
 // SPDX-License-Identifier: MIT
 //
-// A cache in front of a server on the kit, and functions to compare both.
+// Caches in front of servers on the kit, and clients that record notifications.
 #ifndef KITFIXTURE_H
 #define KITFIXTURE_H
 
+#include <lxcfc.hpp>
 #include <lxserver/Connection.h>
 
 #include <gtest/gtest.h>
 
 using namespace std::chrono_literals;
 
-/// A cache that is initialised with a server's services and terminated by the destructor.
-class KitCache {
-public:
-    /// @param mode  the components to read in bulk
-    KitCache(ILXConfigFactory* factory, ILX_Query* query, ILXDataUpdate* update, LONG mode = 15);
-    explicit KitCache(const lx::ServerPtr& server, LONG mode = 15);
-    ~KitCache();
-    KitCache(const KitCache&) = delete;
-    KitCache& operator=(const KitCache&) = delete;
-
-    ILXConfigFactory& Factory() const { return *m_factory; }
-    ILXConfigFactoryCache& Cache() const { return *m_cache; }
+/// Registers the component in this process.
+class WithComponent : public testing::Test {
+protected:
+    WithComponent();
+    ~WithComponent() override;
 
 private:
-    lx::Ref<ILXConfigFactoryCache> m_cache;
-    lx::Ref<ILXConfigFactory> m_factory;
+    const lxcfc::Apartment m_apartment;
+    DWORD m_registration = 0;
 };
 
-/// A BSTR as a call's argument.
-class Name {
-public:
-    Name(const OLECHAR* text) : m_text(SysAllocString(text)) {}
-    ~Name() { SysFreeString(m_text); }
-    Name(const Name&) = delete;
-    Name& operator=(const Name&) = delete;
-    operator BSTR() const { return m_text; }
-
-private:
-    BSTR m_text;
-};
-
-/// The object that a call returns; null if the result is not S_OK.
-template <class I, class F> lx::Ref<I> Got(F&& call) {
-    I* object = nullptr;
-    const HRESULT result = call(&object);
-    lx::Ref<I> owned(object);
-    if (object != nullptr) { object->Release(); }
-    EXPECT_EQ(result == S_OK, object != nullptr) << "0x" << std::hex << result;
-    return owned;
-}
-
-/// A value as text; "" if empty.
-std::string ValueOf(ILXConfigObject& object, int index);
-lx::Ref<ILXAttribute> AttributeOf(ILXConfigFactory& factory, const OLECHAR* type, const OLECHAR* name);
-
-/// The whole configuration as text: types with their components, relations, browser ids and specs, with all values.
-/// @param only  limits the types to those with these names, in the form of ValueOf; all if empty
-std::string Dump(ILXConfigFactory& factory, const std::set<std::string>& only = {});
-
-/// The first lines of two dumps that differ; "" if the dumps are equal.
-std::string Difference(const std::string& left, const std::string& right);
+/// A server with elements of all kinds, values of all types, and an attribute that two types define.
+std::shared_ptr<lx::ModelServer> MakeServer();
+lxcfc::Ptr<ILXConfigFactory> FactoryOf(const lx::ServerPtr& server);
+/// A cache that a server notifies.
+/// @param bulk  the components to read in bulk
+lxcfc::Cache CacheOf(const lx::ServerPtr& server, LONG bulk = 15);
 
 /// Waits until a condition holds; returns false on timeout.
 template <class Condition> bool WaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s) {

@@ -3,28 +3,16 @@
 // Clients that work, hang, or are gone.
 #include "kitfixture.h"
 
+#include <future>
+
 namespace {
 const lx::Change UnitChanged{"properties", OLESTR("Pump"), 4, 512};
 
-/// Blocks a callback until the test opens it.
-class Gate {
-public:
-    void Open() {
-        const std::lock_guard lock(m_mutex);
-        m_open = true;
-        m_changed.notify_all();
-    }
-    HRESULT Pass() {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait_for(lock, 60s, [this] { return m_open; });
-        return S_OK;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_open = false;
-};
+/// A client that hangs until the test opens a gate.
+HRESULT Pass(const std::shared_future<void>& opened) {
+    opened.wait_for(60s);
+    return S_OK;
+}
 
 bool Rise(const std::vector<Listener::Told>& all) {
     return std::adjacent_find(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.id >= b.id; }) ==
@@ -34,10 +22,10 @@ bool Rise(const std::vector<Listener::Told>& all) {
 
 TEST(Notifier, AClientThatHangsHoldsUpNobody) {
     constexpr std::size_t count = lx::ClientQueue::MostWaiting + 50;
-    Gate gate;
+    std::promise<void> gate;
     const auto server = std::make_shared<lx::ModelServer>(lx::Model{});
     const auto connection = lx::Connect(server);
-    const auto hangs = lx::Make<Listener>([&gate] { return gate.Pass(); });
+    const auto hangs = lx::Make<Listener>([opened = gate.get_future().share()] { return Pass(opened); });
     const auto well = lx::Make<Listener>();
     const LONG hanging = Register(*connection, *hangs);
     const LONG another = Register(*connection, *well);
@@ -49,7 +37,7 @@ TEST(Notifier, AClientThatHangsHoldsUpNobody) {
     EXPECT_TRUE(WaitFor([&] { return well->All().size() == count; }));
     EXPECT_TRUE(Rise(well->All()));
     EXPECT_EQ(hangs->All().size(), 1u);
-    gate.Open();
+    gate.set_value();
     // The notification that hung, one that replaced all queued ones, and those sent after that.
     constexpr std::size_t after = count - 1 - lx::ClientQueue::MostWaiting - 1;
     EXPECT_TRUE(WaitFor([&] { return hangs->All().size() == 2 + after; }));
@@ -62,11 +50,11 @@ TEST(Notifier, AClientThatHangsHoldsUpNobody) {
 }
 
 TEST(Notifier, LostClientsAreDroppedAndReleased) {
-    Gate gate;
+    std::promise<void> gate;
     const auto server = std::make_shared<lx::ModelServer>(lx::Model{});
     const auto connection = lx::Connect(server);
     const auto gone = lx::Make<Listener>([] { return static_cast<HRESULT>(0x80010108); }); // RPC_E_DISCONNECTED
-    const auto hangs = lx::Make<Listener>([&gate] { return gate.Pass(); });
+    const auto hangs = lx::Make<Listener>([opened = gate.get_future().share()] { return Pass(opened); });
     Register(*connection, *gone);
     server->Notify(UnitChanged);
     server->Clients().CheckClients();
@@ -80,7 +68,7 @@ TEST(Notifier, LostClientsAreDroppedAndReleased) {
     server->Clients().SetHangLimit(1ms);
     server->Notify(UnitChanged);
     EXPECT_EQ(server->Clients().Clients(), 0u);
-    gate.Open();
+    gate.set_value();
     EXPECT_TRUE(WaitFor([&] { return hangs->AddRef() + hangs->Release() == 3; }));
     EXPECT_EQ(hangs->All().size(), 1u);
 }
@@ -92,9 +80,8 @@ TEST(Notifier, AClientTellsTheOthers) {
     const auto other = lx::Make<Listener>();
     const LONG id = Register(*connection, *teller);
     Register(*connection, *other);
-    EXPECT_EQ(connection->DataObjectChanged(id, Name(OLESTR("objects/A/0/2")), Name(lx::CfcSpecific.c_str()), 0x100, 0,
-                                            nullptr),
-              S_OK);
+    const lxcfc::Bstr dataId(OLESTR("objects/A/0/2")), dataType(lx::CfcSpecific);
+    EXPECT_EQ(connection->DataObjectChanged(id, dataId.Get(), dataType.Get(), 0x100, 0, nullptr), S_OK);
     EXPECT_EQ(other->DataIds(), std::vector<std::string>{"objects/A/0/2"});
     EXPECT_TRUE(teller->All().empty());
     server->Clients().Shutdown();

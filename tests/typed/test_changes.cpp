@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
 // The lifetime of a cache in the typed layer, and the change function.
-#include "typedfixture.h"
-
-using namespace std::chrono_literals;
+#include "kitfixture.h"
 
 namespace {
+using Typed = WithComponent;
+
 constexpr const OLECHAR* FlowChanged = OLESTR("properties/Pump/4/512");
 
 /// A notification service that sends notifications on the calling thread, on request of the test.

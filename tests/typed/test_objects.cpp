@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
 // How the typed layer converts the component's results to objects, ranges, values, texts and errors.
-#include "typedfixture.h"
+#include "kitfixture.h"
 
 namespace {
+using Typed = WithComponent;
+
 /// Formats the elements of a range as "name=value ..." with one property.
 template <class T> std::string All(const lxcfc::Range<T>& range, int index) {
     std::string all;
@@ -50,11 +52,8 @@ private:
     const std::vector<Portion> m_portions;
     std::size_t m_calls = 0;
 };
-} // namespace
-
-TEST_F(Typed, EveryQuestionReachesItsMethod) {
-    const auto server = MakeServer();
-    const lxcfc::Cache cache(FactoryOf(server));
+/// Asks every question about the server of MakeServer.
+void AskEverything(const lx::ServerPtr& server, const lxcfc::Cache& cache) {
     EXPECT_EQ(cache.Version(), OLESTR("1"));
     EXPECT_EQ(cache.Types().size(), 2U);
     EXPECT_EQ(All(cache.SearchableTypes(), lx::TypeName), "Pump");
@@ -66,6 +65,7 @@ TEST_F(Typed, EveryQuestionReachesItsMethod) {
     EXPECT_EQ(part.Text(lx::TypeName), OLESTR("Part"));
     EXPECT_FALSE(part.FindBase());
     EXPECT_EQ(All(pump.Attributes(), lx::AttributeName), "RatedFlow Weight");
+    EXPECT_EQ(All(pump.Attributes(), lx::Unit), "m\xC2\xB3/h kg") << "the attribute of the base wins";
     EXPECT_EQ(All(part.AttributesOf(2), lx::AttributeName), "Weight");
     EXPECT_TRUE(part.AttributesOf(1).empty());
     EXPECT_EQ(All(pump.DisplayAttributes(LXD_EDITOR), lx::AttributeName), "Weight");
@@ -104,6 +104,18 @@ TEST_F(Typed, EveryQuestionReachesItsMethod) {
     const auto object = lx::Make<lx::TypedDataObject>(server, OLESTR("Pump"));
     EXPECT_EQ(cache.TypeOf(object.Get()).Get(lx::TypeName).Text(), OLESTR("Pump"));
     EXPECT_FALSE(cache.IsPlanType(object.Get()));
+}
+} // namespace
+
+TEST_F(Typed, EveryQuestionReachesItsMethod) {
+    const auto server = MakeServer();
+    for (const bool withObjects : {true, false}) {
+        for (const LONG mode : {1, 15}) {
+            SCOPED_TRACE("mode " + std::to_string(mode) + ", objects " + std::to_string(withObjects));
+            server->DeliverComponentObjects(withObjects);
+            AskEverything(server, CacheOf(server, mode));
+        }
+    }
 }
 
 TEST_F(Typed, ARangeHasAllThatItsEnumeratorGives) {

@@ -9,20 +9,15 @@ template <class T> HRESULT Told(const Faults::Answer& fault, std::string_view me
     return fault ? fault(method, result, reinterpret_cast<void**>(out)) : result;
 }
 
-template <class... T> HRESULT Refused(T**... outs) {
-    ((*outs = nullptr), ...);
-    return E_NOTIMPL;
-}
-
 // Declares a method that forwards its call and whose result a fault may change.
 #define LX_PASSED(Method, Parameters, Arguments, Out)                                                                  \
     HRESULT STDMETHODCALLTYPE Method Parameters override {                                                             \
         return Told(Fault(), #Method, m_inner->Method Arguments, Out);                                                 \
     }
 
-class Type final : public PassingObject<ILXType> {
+class Type final : public lx::TypeRefusals<PassingObject<ILXType>> {
 public:
-    Type(XLXComPtr<ILXType> inner, FaultsPtr faults) : PassingObject(std::move(inner)), m_faults(std::move(faults)) {}
+    Type(XLXComPtr<ILXType> inner, FaultsPtr faults) : TypeRefusals(std::move(inner)), m_faults(std::move(faults)) {}
 
     HRESULT STDMETHODCALLTYPE GetProperty(int index, VARIANT* value) override {
         const HRESULT result = m_inner->GetProperty(index, value);
@@ -46,15 +41,6 @@ public:
     LX_PASSED(GetDefaultEditor, (BSTR b, ILXConfObjEditor** out), (b, out), out)
     LX_PASSED(GetDefaultNewEditor, (BSTR b, ILXConfObjEditor** out), (b, out), out)
     LX_PASSED(GetTypeComponentData, (LONG m, SAFEARRAY** out), (m, out), out)
-    HRESULT STDMETHODCALLTYPE AddPage(ILXPage** out) override { return Refused(out); }
-    HRESULT STDMETHODCALLTYPE RemovePage(ILXPage*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE AddGroup(ILXGroup** out) override { return Refused(out); }
-    HRESULT STDMETHODCALLTYPE RemoveGroup(ILXGroup*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE AddAttribute(ILXAttribute** out) override { return Refused(out); }
-    HRESULT STDMETHODCALLTYPE RemoveAttribute(ILXAttribute*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE AddConfObjEditor(ILXConfObjEditor** out) override { return Refused(out); }
-    HRESULT STDMETHODCALLTYPE RemoveConfObjEditor(ILXConfObjEditor*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Copy(BSTR) override { return E_NOTIMPL; }
 
 private:
     const Faults::Answer& Fault() const { return m_faults->type; }
@@ -62,7 +48,7 @@ private:
     const FaultsPtr m_faults;
 };
 
-class Factory final : public HostileObject<ILXConfigFactory, ILXConfigFactoryEx> {
+class Factory final : public lx::ConfigFactoryRefusals<lx::Object<ILXConfigFactory, ILXConfigFactoryEx>> {
 public:
     Factory(std::shared_ptr<XSampleServer> server, FaultsPtr faults)
         : m_server(std::move(server)),
@@ -95,29 +81,6 @@ public:
     LX_PASSED(GetPCArray, (SAFEARRAY * *out), (out), out)
     LX_PASSED(GetAllGlobalAttributeFormatSpecs, (ILXGlobalAttributeFormatSpecEnum * *out), (out), out)
     HRESULT STDMETHODCALLTYPE GetVersion(BSTR* out) override { return m_inner->GetVersion(out); }
-    HRESULT STDMETHODCALLTYPE AddType(ILXType** out) override { return Refused(out); }
-    HRESULT STDMETHODCALLTYPE RemoveType(ILXType*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE AddParentChild(ILXParentChild** out) override { return Refused(out); }
-    HRESULT STDMETHODCALLTYPE RemoveParentChild(ILXParentChild*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE AddBrowserId(BSTR, ILXBrowserId** out) override { return Refused(out); }
-    HRESULT STDMETHODCALLTYPE RemoveBrowserId(ILXBrowserId*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DeleteDatabase() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeArray(LONG, SAFEARRAY** out) override { return Refused(out); }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeName(BSTR, LONG, LONG, SAFEARRAY** out) override {
-        return Refused(out);
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArray(SAFEARRAY*, LONG, LONG, SAFEARRAY** out) override {
-        return Refused(out);
-    }
-    HRESULT STDMETHODCALLTYPE SetVersion(BSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE CreateGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec** out) override {
-        return Refused(out);
-    }
-    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpec(ILXGlobalAttributeFormatSpec*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE RemoveGlobalAttributeFormatSpecByID(BSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE NotifyServerTermination() override { return E_NOTIMPL; }
 
 private:
     const Faults::Answer& Fault() const { return m_faults->factory; }
@@ -181,7 +144,7 @@ private:
     const FaultsPtr m_faults;
 };
 
-class Update final : public HostileObject<ILXDataUpdate> {
+class Update final : public lx::DataUpdateRefusals<lx::Object<ILXDataUpdate>> {
 public:
     Update(XLXComPtr<ILXDataUpdate> inner, FaultsPtr faults) : m_inner(std::move(inner)), m_faults(std::move(faults)) {}
 
@@ -198,13 +161,6 @@ public:
     HRESULT STDMETHODCALLTYPE EnableAdvicesDataType(LONG id, BSTR type, LONG enable, ULONG advices) override {
         return m_inner->EnableAdvicesDataType(id, type, enable, advices);
     }
-    HRESULT STDMETHODCALLTYPE EnableAdvicesDataObject(LONG, BSTR, BSTR, LONG, ULONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE EnableAdvicesDataObjects(LONG, ULONG, tagLXNotifications*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DataObjectChanged(LONG, BSTR, BSTR, ULONG, ULONG, tagLXUpdateInfo*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DataObjectsChanged(LONG, ULONG, tagLXDataUpdateChanges*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE IsNotificationRegisteredByClient(LONG, BSTR, BSTR, ULONG) override { return E_NOTIMPL; }
 
 private:
     const XLXComPtr<ILXDataUpdate> m_inner;

@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: MIT
-#include "handserver.h"
-
-#include <objbase.h>
-#include <winreg.h>
+//
+// A server as somebody else writes it, by hand and from the guide alone, in a shared library: one object is config
+// factory, bulk reads and, unless LX_HANDSERVER is "silent", notifications. There is no query object. Its property 3 of
+// an attribute is the supplier, and property 4, which is a unit elsewhere, is nothing. With LX_HANDSERVER "edits" the
+// supplier of Item/Weight changes all the time, as long as there are clients.
+#include <LXCompiler.h>
+#include <LXConfigFactoryCache.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
+#include <iterator>
 #include <map>
-#include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <variant>
@@ -16,6 +21,9 @@
 
 #define NOT_HERE(...)                                                                                                  \
     HRESULT STDMETHODCALLTYPE __VA_ARGS__ override { return E_NOTIMPL; }
+#define ADD_AND_REMOVE(What, I)                                                                                        \
+    NOT_HERE(Add##What(I**))                                                                                           \
+    NOT_HERE(Remove##What(I*, LONG*))
 #define NONE(...)                                                                                                      \
     HRESULT STDMETHODCALLTYPE __VA_ARGS__ override {                                                                   \
         *result = nullptr;                                                                                             \
@@ -23,45 +31,68 @@
     }
 
 namespace {
-constexpr CLSID Class = {0x5A1C63D0, 0x2F0E, 0x4B61, {0x9D, 0x2C, 0x77, 0x10, 0xE4, 0x5B, 0xA8, 0x31}};
 using Text = std::basic_string<OLECHAR>;
-using Value = std::variant<std::monostate, Text, bool>;
-using Values = std::vector<Value>;
+using Value = std::variant<std::monostate, Text, bool, LONG, ULONG, IUnknown*>;
+using Values = std::vector<Value>; ///< of an object, or a flat array in the making
+using Key = std::pair<Text, Text>; ///< attribute, if it is one, and type
+
+Values TypeValues(const Text& name, const Text& label, const Text& base) {
+    Values values(28);
+    values[0] = name;
+    values[1] = label;
+    values[2] = base;
+    values[14] = true;
+    return values;
+}
+std::pair<const Text, Values> Attributed(const Text& name, const Text& supplier) {
+    Values values(60);
+    values[0] = values[2] = name;
+    values[3] = supplier;
+    values[7] = values[8] = true;
+    values[9] = values[19] = values[28] = values[32] = false;
+    return {name, values};
+}
 
 struct Item {
-    Values values = Values(28);
+    Values values;
     std::map<Text, Values> attributes;
 };
 
-/// The catalogue; its mutex guards everything in it.
+/// The catalogue; its mutex guards suppliers and clients. Types and attributes stay what they are.
 struct Catalogue {
-    Catalogue() {
-        AddType(OLESTR("Item"), OLESTR("Anything in stock"), OLESTR(""));
-        AddType(OLESTR("Bolt"), OLESTR("Bolts"), OLESTR("Item"));
-        AddType(OLESTR("Washer"), OLESTR("Washers"), OLESTR("Item"));
-        AddAttribute(OLESTR("Item"), OLESTR("Weight"), OLESTR("Miller"));
-        AddAttribute(OLESTR("Item"), OLESTR("Code"), OLESTR("Smith"));
-        AddAttribute(OLESTR("Bolt"), OLESTR("Thread"), OLESTR("Smith"));
-    }
-    void AddType(const Text& name, const Text& label, const Text& base) {
-        Values& values = items[name].values;
-        values[0] = name;
-        values[1] = label;
-        values[2] = base;
-        values[14] = true;
-    }
-    void AddAttribute(const Text& type, const Text& name, const Text& supplier) {
-        Values& values = items[type].attributes[name];
-        values.resize(60);
-        values[0] = values[2] = name;
-        values[3] = supplier;
-        values[7] = values[8] = true;
-        values[9] = values[19] = values[28] = values[32] = false;
-    }
     Text BaseOf(const Text& type) { return std::get<Text>(items[type].values[2]); }
+    /// The place of a type; -1 if there is none of that name.
+    LONG IndexOf(const Text& type) {
+        const auto found = items.find(type);
+        return found != items.end() ? static_cast<LONG>(std::distance(items.begin(), found)) : -1;
+    }
+    std::set<Text> Names() const {
+        std::set<Text> names;
+        for (const auto& item : items) {
+            names.insert(item.first);
+        }
+        return names;
+    }
+    /// The attributes of a type and its bases, by name.
+    std::map<Text, Text> AttributesOf(const Text& type) {
+        std::map<Text, Text> from;
+        for (Text at = type; !at.empty(); at = BaseOf(at)) {
+            for (const auto& attribute : items[at].attributes) {
+                from[attribute.first] = at;
+            }
+        }
+        return from;
+    }
 
     std::mutex mutex;
-    std::map<Text, Item> items;
+    std::map<Text, Item> items{
+        {OLESTR("Item"),
+         {TypeValues(OLESTR("Item"), OLESTR("Anything in stock"), OLESTR("")),
+          {Attributed(OLESTR("Weight"), OLESTR("Miller")), Attributed(OLESTR("Code"), OLESTR("Smith"))}}},
+        {OLESTR("Bolt"),
+         {TypeValues(OLESTR("Bolt"), OLESTR("Bolts"), OLESTR("Item")),
+          {Attributed(OLESTR("Thread"), OLESTR("Smith"))}}},
+        {OLESTR("Washer"), {TypeValues(OLESTR("Washer"), OLESTR("Washers"), OLESTR("Item")), {}}}};
     std::map<LONG, ILXCallbackUpdate*> clients; // counted
     LONG lastClient = 0;
     ULONG lastNotification = 0;
@@ -73,52 +104,43 @@ Catalogue& TheCatalogue() {
 }
 
 Text TextOf(BSTR text) { return text != nullptr ? Text(text, SysStringLen(text)) : Text(); }
-BSTR NewBstr(const Text& text) { return SysAllocStringLen(text.data(), static_cast<UINT>(text.size())); }
 
+/// Takes over the reference to an object.
 VARIANT VariantOf(const Value& value) {
-    VARIANT variant;
-    VariantInit(&variant);
+    VARIANT variant = {};
     if (const Text* const text = std::get_if<Text>(&value); text != nullptr && !text->empty()) {
         V_VT(&variant) = VT_BSTR;
-        V_BSTR(&variant) = NewBstr(*text);
+        V_BSTR(&variant) = SysAllocStringLen(text->data(), static_cast<UINT>(text->size()));
     } else if (const bool* const flag = std::get_if<bool>(&value)) {
         V_VT(&variant) = VT_BOOL;
         V_BOOL(&variant) = *flag ? VARIANT_TRUE : VARIANT_FALSE;
+    } else if (const LONG* const number = std::get_if<LONG>(&value)) {
+        V_VT(&variant) = VT_I4;
+        V_I4(&variant) = *number;
+    } else if (const ULONG* const count = std::get_if<ULONG>(&value)) {
+        V_VT(&variant) = VT_UI4;
+        V_UI4(&variant) = *count;
+    } else if (IUnknown* const* const object = std::get_if<IUnknown*>(&value)) {
+        V_VT(&variant) = VT_UNKNOWN;
+        V_UNKNOWN(&variant) = *object;
     }
     return variant;
 }
 
-VARIANT Number(LONG number, VARTYPE type = VT_I4) {
-    VARIANT variant;
-    VariantInit(&variant);
-    V_VT(&variant) = type;
-    V_I4(&variant) = number;
-    return variant;
-}
+ULONG CountOf(std::size_t size) { return static_cast<ULONG>(size); }
+void Append(Values& flat, const Values& values) { flat.insert(flat.end(), values.begin(), values.end()); }
 
-/// A flat array in the making.
-struct Flat : std::vector<VARIANT> {
-    void Flag(std::size_t flag) { push_back(Number(static_cast<LONG>(flag), VT_UI4)); }
-    void Of(const Values& values) {
-        for (const Value& value : values) {
-            push_back(VariantOf(value));
-        }
+HRESULT HandOut(const Values& flat, SAFEARRAY** array) {
+    *array = SafeArrayCreateVector(VT_VARIANT, 0, CountOf(flat.size()));
+    LONG i = 0;
+    for (const Value& value : flat) {
+        VARIANT variant = VariantOf(value);
+        SafeArrayPutElement(*array, &i, &variant);
+        VariantClear(&variant);
+        ++i;
     }
-    /// Takes the reference over. In the place of an attribute nothing may stand: the cache asks for one when it needs it.
-    void Server(IUnknown* object) {
-        push_back(Number(0));
-        V_VT(&back()) = VT_UNKNOWN;
-        V_UNKNOWN(&back()) = object;
-    }
-    HRESULT HandOut(SAFEARRAY** array) {
-        *array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(size()));
-        for (LONG i = 0; i < static_cast<LONG>(size()); ++i) {
-            SafeArrayPutElement(*array, &i, &(*this)[static_cast<std::size_t>(i)]);
-            VariantClear(&(*this)[static_cast<std::size_t>(i)]);
-        }
-        return S_OK;
-    }
-};
+    return S_OK;
+}
 
 template <class First, class... Others> class Object : public First, public Others... {
 public:
@@ -135,11 +157,10 @@ public:
 
 protected:
     virtual ~Object() = default;
-    virtual bool Offers(REFIID) const { return true; }
 
 private:
     template <class I, class... More> void* Find(REFIID iid) {
-        if (iid == __uuidof(I)) { return Offers(iid) ? static_cast<I*>(this) : nullptr; }
+        if (iid == __uuidof(I)) { return static_cast<I*>(this); }
         if constexpr (sizeof...(More) > 0) { return Find<More...>(iid); }
         return nullptr;
     }
@@ -147,13 +168,13 @@ private:
     std::atomic<ULONG> m_count{1};
 };
 
-/// Hands out new objects of some names, one after the other.
+/// Hands out new objects, one after the other.
 template <class Enumerator, class Element, class Made> class Enumeration final : public Object<Enumerator> {
 public:
-    explicit Enumeration(std::vector<std::pair<Text, Text>> of) : m_of(std::move(of)) {}
+    explicit Enumeration(std::vector<Key> of) : m_of(std::move(of)) {}
     HRESULT STDMETHODCALLTYPE RemNext(ULONG count, Element** elements, ULONG* fetched) override {
         for (*fetched = 0; *fetched < count && m_next < m_of.size(); ++*fetched, ++m_next) {
-            elements[*fetched] = new Made(m_of[m_next].first, m_of[m_next].second);
+            elements[*fetched] = new Made(m_of[m_next]);
         }
         return *fetched == count ? S_OK : S_FALSE;
     }
@@ -167,14 +188,14 @@ public:
     NOT_HERE(Clone(Enumerator**))
 
 private:
-    std::vector<std::pair<Text, Text>> m_of;
+    const std::vector<Key> m_of;
     std::atomic<std::size_t> m_next{0};
 };
 
 /// A type, or an attribute of it.
 template <class I> class Configured : public Object<I> {
 public:
-    explicit Configured(Text type, Text attribute = {}) : m_type(std::move(type)), m_attribute(std::move(attribute)) {}
+    explicit Configured(Key key) : m_attribute(std::move(key.first)), m_type(std::move(key.second)) {}
     HRESULT STDMETHODCALLTYPE GetProperty(int index, VARIANT* value) override {
         VariantInit(value);
         const std::lock_guard<std::mutex> lock(TheCatalogue().mutex);
@@ -184,10 +205,8 @@ public:
         return V_VT(value) == VT_EMPTY ? S_FALSE : S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** array) override {
-        Flat flat;
         const std::lock_guard<std::mutex> lock(TheCatalogue().mutex);
-        flat.Of(Own());
-        return flat.HandOut(array);
+        return HandOut(Own(), array);
     }
     NOT_HERE(SetProperty(int, VARIANT))
     NOT_HERE(Get(BSTR, VARIANT*))
@@ -201,8 +220,8 @@ protected:
         const Item& item = TheCatalogue().items[m_type];
         return m_attribute.empty() ? item.values : item.attributes.at(m_attribute);
     }
-    const Text m_type;
     const Text m_attribute;
+    const Text m_type;
 };
 
 class Attribute final : public Configured<ILXAttribute> {
@@ -210,37 +229,22 @@ public:
     using Configured::Configured;
     NONE(GetAttributeTypeEnum(ILXAttributeTypeEnum** result))
     NONE(GetFormat(int, ILXFormat** result))
-    NOT_HERE(AddAttributeType(ILXAttributeType**))
-    NOT_HERE(RemoveAttributeType(ILXAttributeType*, LONG*))
+    ADD_AND_REMOVE(AttributeType, ILXAttributeType)
     NOT_HERE(CreateFormat(int, ILXFormat**))
     NOT_HERE(DeleteFormat(int))
 };
 
-/// The attributes of a type with those of its bases, by name, with the type that each is from. Under the mutex.
-std::map<Text, Text> AttributesOf(const Text& type) {
-    std::map<Text, Text> from;
-    for (Text at = type; !at.empty(); at = TheCatalogue().BaseOf(at)) {
-        for (const auto& attribute : TheCatalogue().items[at].attributes) {
-            from[attribute.first] = at;
-        }
-    }
-    return from;
-}
-
-/// No pages, groups and editors; the own attributes. Under the mutex.
-void AppendComponents(Flat& flat, const Text& type) {
-    Flat attributes;
+/// No pages, groups and editors; the own attributes. In the place of an attribute's object nothing stands: the cache
+/// asks for one when it needs it. Under the mutex.
+void AppendComponents(Values& flat, const Text& type) {
+    Values attributes;
     for (const auto& attribute : TheCatalogue().items[type].attributes) {
-        attributes.Server(nullptr);
-        attributes.Of(attribute.second);
-        attributes.push_back(Number(0));
+        attributes.emplace_back(static_cast<IUnknown*>(nullptr));
+        Append(attributes, attribute.second);
+        attributes.emplace_back(LONG{0});
     }
-    for (int i = 0; i < 3; ++i) {
-        flat.Flag(0);
-    }
-    flat.Flag(1);
-    flat.push_back(Number(static_cast<LONG>(attributes.size())));
-    flat.insert(flat.end(), attributes.begin(), attributes.end());
+    Append(flat, {ULONG{0}, ULONG{0}, ULONG{0}, ULONG{1}, static_cast<LONG>(attributes.size())});
+    Append(flat, attributes);
 }
 
 class Type final : public Configured<ILXType> {
@@ -249,34 +253,24 @@ public:
     HRESULT STDMETHODCALLTYPE GetAttribute(BSTR name, ILXAttribute** attribute) override {
         *attribute = nullptr;
         const std::lock_guard<std::mutex> lock(TheCatalogue().mutex);
-        const auto from = AttributesOf(m_type);
+        const auto from = TheCatalogue().AttributesOf(m_type);
         const auto found = from.find(TextOf(name));
         if (found == from.end()) { return S_FALSE; }
-        *attribute = new Attribute(found->second, found->first);
+        *attribute = new Attribute(*found);
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetDisplayAttributeEnum(LONG mask, ILXAttributeEnum** attributes) override {
-        const std::map<LONG, std::size_t> displays = {{1, 8}, {2, 9}, {4, 7}, {8, 28}, {32, 19}};
-        std::vector<std::pair<Text, Text>> shown;
+        std::map<Text, Text> shown;
         const std::lock_guard<std::mutex> lock(TheCatalogue().mutex);
-        for (const auto& attribute : AttributesOf(m_type)) {
-            const Values& values = TheCatalogue().items[attribute.second].attributes[attribute.first];
-            bool isShown = mask == 0;
-            for (const auto& display : displays) {
-                isShown = isShown || ((mask & display.first) != 0 && std::get<bool>(values[display.second]));
-            }
-            if (isShown) { shown.emplace_back(attribute.second, attribute.first); }
-        }
-        *attributes = new Enumeration<ILXAttributeEnum, ILXAttribute, Attribute>(std::move(shown));
+        if (mask == 0 || (mask & (1 | 4)) != 0) { shown = TheCatalogue().AttributesOf(m_type); } // as their values say
+        *attributes = new Enumeration<ILXAttributeEnum, ILXAttribute, Attribute>({shown.begin(), shown.end()});
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetTypeComponentData(LONG, SAFEARRAY** components) override {
-        Flat flat;
+        Values flat{LONG{4}, LONG{4}};
         const std::lock_guard<std::mutex> lock(TheCatalogue().mutex);
-        flat.push_back(Number(4));
-        flat.push_back(Number(4));
         AppendComponents(flat, m_type);
-        return flat.HandOut(components);
+        return HandOut(flat, components);
     }
     NONE(GetPageEnum(ILXPageEnum** result))
     NONE(GetPage(int, ILXPage** result))
@@ -292,14 +286,10 @@ public:
     NONE(GetConfObjEditor(BSTR, BSTR, BSTR, ILXConfObjEditor** result))
     NONE(GetDefaultEditor(BSTR, ILXConfObjEditor** result))
     NONE(GetDefaultNewEditor(BSTR, ILXConfObjEditor** result))
-    NOT_HERE(AddPage(ILXPage**))
-    NOT_HERE(RemovePage(ILXPage*, LONG*))
-    NOT_HERE(AddGroup(ILXGroup**))
-    NOT_HERE(RemoveGroup(ILXGroup*, LONG*))
-    NOT_HERE(AddAttribute(ILXAttribute**))
-    NOT_HERE(RemoveAttribute(ILXAttribute*, LONG*))
-    NOT_HERE(AddConfObjEditor(ILXConfObjEditor**))
-    NOT_HERE(RemoveConfObjEditor(ILXConfObjEditor*, LONG*))
+    ADD_AND_REMOVE(Page, ILXPage)
+    ADD_AND_REMOVE(Group, ILXGroup)
+    ADD_AND_REMOVE(Attribute, ILXAttribute)
+    ADD_AND_REMOVE(ConfObjEditor, ILXConfObjEditor)
     NOT_HERE(Copy(BSTR))
 };
 
@@ -307,38 +297,40 @@ class Server final : public Object<ILXConfigFactory, ILXConfigFactoryEx, ILXData
 public:
     explicit Server(bool offersUpdate) : m_offersUpdate(offersUpdate) {}
 
-    HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG, SAFEARRAY** types) override { return Types(nullptr, true, types); }
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+        return Object::QueryInterface(m_offersUpdate || iid != __uuidof(ILXDataUpdate) ? iid : IID_NULL, out);
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG, SAFEARRAY** types) override {
+        return Types(TheCatalogue().Names(), false, types);
+    }
     HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR name, LONG withBases, LONG, SAFEARRAY** types) override {
-        const std::vector<Text> wanted = {TextOf(name)};
-        return Types(&wanted, withBases != 0, types);
+        return Types({TextOf(name)}, withBases != 0, types);
     }
     HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY* names, LONG withBases, LONG,
                                                             SAFEARRAY** types) override {
-        std::vector<Text> wanted;
+        std::set<Text> wanted;
         LONG last = -1;
         SafeArrayGetUBound(names, 1, &last);
         for (LONG i = 0; i <= last; ++i) {
             BSTR name = nullptr;
             SafeArrayGetElement(names, &i, &name);
-            wanted.push_back(TextOf(name));
+            wanted.insert(TextOf(name));
             SysFreeString(name);
         }
-        return Types(&wanted, withBases != 0, types);
+        return Types(wanted, withBases != 0, types);
     }
     HRESULT STDMETHODCALLTYPE GetType(BSTR name, BSTR, ILXType** type) override {
-        *type = nullptr;
         const std::lock_guard<std::mutex> lock(TheCatalogue().mutex);
-        if (TheCatalogue().items.count(TextOf(name)) == 0) { return S_FALSE; }
-        *type = new Type(TextOf(name));
-        return S_OK;
+        const bool isThere = TheCatalogue().IndexOf(TextOf(name)) >= 0;
+        *type = isThere ? new Type({Text(), TextOf(name)}) : nullptr;
+        return isThere ? S_OK : S_FALSE;
     }
     HRESULT STDMETHODCALLTYPE GetTypeEnum(BSTR, ILXTypeEnum** types) override {
-        std::vector<std::pair<Text, Text>> names;
-        const std::lock_guard<std::mutex> lock(TheCatalogue().mutex);
-        for (const auto& item : TheCatalogue().items) {
-            names.emplace_back(item.first, Text());
+        std::vector<Key> keys;
+        for (const Text& name : TheCatalogue().Names()) {
+            keys.emplace_back(Text(), name);
         }
-        *types = new Enumeration<ILXTypeEnum, ILXType, Type>(std::move(names));
+        *types = new Enumeration<ILXTypeEnum, ILXType, Type>(std::move(keys));
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetVersion(BSTR* version) override {
@@ -350,11 +342,9 @@ public:
     NONE(GetBrowserIdEnum(ILXBrowserIdEnum** result))
     NONE(GetAllGlobalAttributeFormatSpecs(ILXGlobalAttributeFormatSpecEnum** result))
     NOT_HERE(GetSearchableTypeEnum(ILXTypeEnum**))
-    NOT_HERE(AddType(ILXType**))
-    NOT_HERE(RemoveType(ILXType*, LONG*))
+    ADD_AND_REMOVE(Type, ILXType)
     NOT_HERE(GetPlanTypeEnum(BSTR, ILXTypeEnum**))
-    NOT_HERE(AddParentChild(ILXParentChild**))
-    NOT_HERE(RemoveParentChild(ILXParentChild*, LONG*))
+    ADD_AND_REMOVE(ParentChild, ILXParentChild)
     NOT_HERE(AddBrowserId(BSTR, ILXBrowserId**))
     NOT_HERE(RemoveBrowserId(ILXBrowserId*, LONG*))
     NOT_HERE(DeleteDatabase())
@@ -392,49 +382,31 @@ public:
     NOT_HERE(IsNotificationRegisteredByClient(LONG, BSTR, BSTR, ULONG))
 
 private:
-    bool Offers(REFIID iid) const override { return m_offersUpdate || iid != __uuidof(ILXDataUpdate); }
-
-    /// The names of all types, and the records of those that are wanted, or of all.
-    static HRESULT Types(const std::vector<Text>* wanted, bool withBases, SAFEARRAY** array) {
+    /// The names of all types, and the records of those that are wanted.
+    static HRESULT Types(const std::set<Text>& wanted, bool withBases, SAFEARRAY** array) {
         *array = nullptr;
-        const std::lock_guard<std::mutex> lock(TheCatalogue().mutex);
-        std::map<Text, std::size_t> all, given;
-        for (const auto& item : TheCatalogue().items) {
-            all.emplace(item.first, all.size());
-        }
-        for (const auto& entry : all) {
-            if (wanted == nullptr) { given.insert(entry); }
-        }
-        for (std::size_t i = 0; wanted != nullptr && i < wanted->size(); ++i) {
-            for (Text at = (*wanted)[i]; all.count(at) != 0; at = withBases ? TheCatalogue().BaseOf(at) : Text()) {
-                given.emplace(at, all[at]);
+        Catalogue& catalogue = TheCatalogue();
+        const std::lock_guard<std::mutex> lock(catalogue.mutex);
+        std::set<Text> given;
+        for (const Text& name : wanted) {
+            for (Text at = name; catalogue.IndexOf(at) >= 0; at = withBases ? catalogue.BaseOf(at) : Text()) {
+                given.insert(at);
             }
         }
         if (given.empty()) { return S_FALSE; }
-        Flat flat;
-        flat.push_back(Number(1));
-        flat.push_back(Number(0));
-        flat.Flag(all.size());
-        flat.Flag(given.size());
-        for (const auto& entry : all) {
-            flat.Of({entry.first});
-            flat.Flag(entry.second);
+        Values flat{LONG{1}, LONG{0}, CountOf(catalogue.items.size()), CountOf(given.size())};
+        for (const auto& item : catalogue.items) {
+            Append(flat, {item.first, static_cast<ULONG>(catalogue.IndexOf(item.first))});
         }
-        for (const auto& entry : given) {
-            AppendType(flat, entry.first, all);
+        for (const Text& name : given) {
+            const Values& values = catalogue.items[name].values;
+            IUnknown* const type = new Type({Text(), name});
+            Append(flat, {static_cast<ULONG>(catalogue.IndexOf(name)), type, static_cast<LONG>(values.size())});
+            Append(flat, values);
+            AppendComponents(flat, name);
+            Append(flat, {catalogue.IndexOf(catalogue.BaseOf(name)), true, true});
         }
-        return flat.HandOut(array);
-    }
-    static void AppendType(Flat& flat, const Text& name, const std::map<Text, std::size_t>& indexes) {
-        const Values& values = TheCatalogue().items[name].values;
-        const auto base = indexes.find(TheCatalogue().BaseOf(name));
-        flat.Flag(indexes.at(name));
-        flat.Server(new Type(name));
-        flat.push_back(Number(static_cast<LONG>(values.size())));
-        flat.Of(values);
-        AppendComponents(flat, name);
-        flat.push_back(Number(base != indexes.end() ? static_cast<LONG>(base->second) : -1));
-        flat.Of({true, true});
+        return HandOut(flat, array);
     }
 
     const bool m_offersUpdate;
@@ -473,46 +445,13 @@ void KeepEditing() {
         }
     }).detach();
 }
-
-/// Makes new references to the one server.
-class Factory final : public Object<IClassFactory> {
-public:
-    explicit Factory(Server* server) : m_server(server) {}
-    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID iid, void** out) override {
-        return m_server->QueryInterface(iid, out);
-    }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
-
-private:
-    ~Factory() override { m_server->Release(); }
-    Server* const m_server; // counted
-};
-
-/// The ProgID for everybody who asks this machine's, or this process's, registry.
-void RegisterName() {
-    OLECHAR text[39];
-    StringFromGUID2(Class, text, 39);
-    HKEY key = nullptr;
-    RegCreateKeyExW(HKEY_CLASSES_ROOT, OLESTR("LXHandServer.Catalogue\\CLSID"), 0, nullptr, 0, KEY_WRITE, nullptr, &key,
-                    nullptr);
-    RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(text), sizeof(text));
-    RegCloseKey(key);
-}
 } // namespace
 
-HRESULT LXRegisterHandServer(bool offersUpdate, bool edits, DWORD* cookie) {
-    RegisterName();
-    if (edits) { KeepEditing(); }
-    auto* const factory = new Factory(new Server(offersUpdate));
-    const HRESULT result = CoRegisterClassObject(Class, static_cast<IClassFactory*>(factory), CLSCTX_LOCAL_SERVER,
-                                                 REGCLS_MULTIPLEUSE, cookie);
-    factory->Release();
-    return result;
-}
-
-HRESULT LXConnectHandServer(bool offersUpdate, bool edits, REFIID iid, void** object) {
-    if (edits) { KeepEditing(); }
-    auto* const server = new Server(offersUpdate);
+extern "C" LX_EXPORT HRESULT LXConnectServer(REFIID iid, void** object) {
+    const char* const set = std::getenv("LX_HANDSERVER");
+    const std::string wish = set != nullptr ? set : "";
+    if (wish == "edits") { KeepEditing(); }
+    auto* const server = new Server(wish != "silent");
     const HRESULT result = server->QueryInterface(iid, object);
     server->Release();
     return result;
