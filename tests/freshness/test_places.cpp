@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Two threads: one makes a request at each point in turn where the other allocates memory. Incomplete data must not be
-// taken for complete.
+// taken for complete, and neither thread may consume what the other needs.
 #include "allocations.h"
 #include "inside.h"
 
@@ -51,7 +51,60 @@ protected:
         return type->GetAttribute(XLXComBSTR(LXFromUtf8(name)).Get(), found.Put()) == S_OK;
     }
 
+    /// How far two concurrent requests got.
+    struct Met {
+        bool first = false;  ///< the first reached its allocation and started the second
+        bool second = false; ///< the second reached its allocation and let the first continue
+    };
+    /// Makes a request on this thread. At its n-th allocation after the server's answer, a thread that does not wait
+    /// for other loads makes the same request; it stops at its own n-th allocation until the first request has
+    /// returned.
+    Met AskBeside(int first, int second, const Question& question) {
+        Met met;
+        Signals signals;
+        std::future<void> other;
+        t_work = [&] {
+            met.first = true;
+            other = Beside([&] { AskAndStop(second, question, signals); });
+            auto stopped = signals.stopped.get_future(); // not set while that thread waits for a lock of this one
+            met.second = stopped.wait_for(std::chrono::milliseconds(500)) == std::future_status::ready && stopped.get();
+        };
+        Calls().SetHook([&](const XServerCall& call) {
+            if (call.name == "ILXType::GetTypeComponentData" && call.point == XCallPoint::Answer && !met.first) {
+                CountTo(first);
+            }
+        });
+        ExpectAnswer(0, question, "the first");
+        signals.through.set_value();
+        if (other.valid()) { other.get(); }
+        return met;
+    }
+
 private:
+    struct Signals {
+        std::promise<bool> stopped; ///< true: the second thread is at its allocation; false: it has returned
+        std::promise<void> through; ///< the first thread has returned
+    };
+    static void AskAndStop(int place, const Question& question, Signals& signals) {
+        bool isThere = false;
+        t_work = [&] {
+            isThere = true;
+            signals.stopped.set_value(true);
+            // Not set while the first thread waits for a lock of this one.
+            signals.through.get_future().wait_for(std::chrono::milliseconds(50));
+        };
+        ExpectAnswer(place, question, "the second");
+        if (!isThere) { signals.stopped.set_value(false); }
+    }
+    static void ExpectAnswer(int place, const Question& question, const char* who) {
+        CountTo(place);
+        {
+            const XAllocationWatch watch;
+            EXPECT_TRUE(question()) << who;
+        }
+        CountTo(0);
+    }
+
     static inline thread_local int t_left = 0;
     static inline thread_local std::function<void()> t_work;
 };
@@ -92,5 +145,28 @@ TEST_F(Places, OvertakenRecordsDoNotCountAsReadWhileTheyAreParsed) {
             m_server->SendNotification("objects/Item/0/512");
         },
         [&] { return Has(item, "Weight"); }, [&] { return LXNarrow(LXRead(held.Get(), XProperty::Label)) == label; });
+}
+
+TEST_F(Places, OfTwoThreadsThatFetchTheSameEachGetsAll) {
+    ASSERT_EQ(Start(), S_OK); // so that an answer brings other components too
+    const auto item = Type("Item");
+    std::string name = "Weight"; // of an attribute that exists since the last notification
+    int met = 0;
+    bool hasFirst = true;
+    for (int first = 1; hasFirst; ++first) {
+        bool hasSecond = true;
+        for (int second = 1; hasSecond; ++second) {
+            SCOPED_TRACE("from allocation " + std::to_string(first) + " to " + std::to_string(second));
+            Edit().RemoveAttribute("Item", name, XNotify::No);
+            name = "X" + std::to_string(first) + "." + std::to_string(second);
+            Edit().AddAttribute("Item", name, 0, XNotify::No);
+            LXNotifyStraight(item, OLESTR("objects/Item/0/1"));
+            const Met reached = AskBeside(first, second, [&] { return Has(item, name); });
+            hasFirst = reached.first;
+            hasSecond = reached.second;
+            met += reached.second ? 1 : 0;
+        }
+    }
+    EXPECT_GT(met, 50);
 }
 } // namespace
