@@ -53,13 +53,20 @@ if(WIN32)
     add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${folder}>")
   endforeach()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    # Debug information for PDB files. It contains the command lines of compiler and linker.
+    # Debug information for PDB files. It contains the command lines of compiler and linker: see lx_relative_paths.
     add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-gcodeview> $<$<COMPILE_LANGUAGE:C,CXX>:-ffile-compilation-dir=.>)
-    foreach(step COMPILE LINK)
-      set_property(GLOBAL PROPERTY RULE_LAUNCH_${step} ${relative}/cmake/relative-paths.sh)
-    endforeach()
   endif()
 endif()
+
+# lx_relative_paths(DIRECTORY | TARGET name): compiler and linker get relative paths, so that the same DLLs come out in
+# every folder. Not for programs whose sources are given paths.
+macro(lx_relative_paths)
+  if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    foreach(step COMPILE LINK)
+      set_property(${ARGN} PROPERTY RULE_LAUNCH_${step} ${relative}/cmake/relative-paths.sh)
+    endforeach()
+  endif()
+endmacro()
 
 # Applies the project's compile rules to a target.
 function(lx_target name)

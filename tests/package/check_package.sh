@@ -128,10 +128,10 @@ build_examples() {
     local examples launcher
     examples=$(find "$root" -name minimal_server.cpp -printf '%h')
     launcher=$(sed -n 's/^CMAKE_CXX_COMPILER_LAUNCHER:[A-Z]*=//p' "$build/CMakeCache.txt")
-    quietly "$cmake" -S "$examples" -B "$place/build" -G Ninja -DCMAKE_PREFIX_PATH="$root" \
+    CFLAGS=$flags CXXFLAGS=$flags quietly "$cmake" -S "$examples" -B "$place/build" -G Ninja -DCMAKE_PREFIX_PATH="$root" \
         ${TOOLCHAIN:+-DCMAKE_TOOLCHAIN_FILE="$TOOLCHAIN" -DCMAKE_FIND_ROOT_PATH="$root"} \
         ${SQLITE:+-DLX_SQLITE_SOURCE="$SQLITE"} ${launcher:+-DCMAKE_C_COMPILER_LAUNCHER="$launcher"} \
-        ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"} -DCMAKE_C_FLAGS="$flags" -DCMAKE_CXX_FLAGS="$flags"
+        ${launcher:+-DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"}
     grep -q "LXConfigFactoryCache_DIR:PATH=$root/" "$place/build/CMakeCache.txt" || fail "another package was found"
     quietly "$cmake" --build "$place/build"
 }
