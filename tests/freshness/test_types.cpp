@@ -76,22 +76,6 @@ TEST_F(FreshTypes, AMapThatWasMergedWithAnOlderBaseReplacesNoNewerOne) {
     Terminate();
 }
 
-TEST_F(FreshTypes, ARemovedTypeDoesNotEndWhatItInherited) {
-    Edit().AddAttributeFormat("Item", "Weight", 1);
-    ASSERT_EQ(Start(), S_OK);
-    const auto weight = Attribute("Pump", "Weight");
-    const auto format = [&] {
-        XLXComPtr<ILXFormat> found;
-        EXPECT_EQ(weight->GetFormat(1, found.Put()), S_OK);
-        return found;
-    };
-    const auto held = format();
-    Edit().RemoveType("Pump");
-    EXPECT_TRUE(Has(Type("Item"), OLESTR("Name"))); // the types are read again
-    EXPECT_EQ(format(), held);
-    Terminate();
-}
-
 TEST_F(FreshTypes, ANotificationOfSomethingElseDuringTheFirstBulkReadSpoilsNothing) {
     for (const char* id : {"pc/x/0/4", "properties/x/0/128"}) {
         SCOPED_TRACE(id);
