@@ -58,13 +58,19 @@ if(WIN32)
   endif()
 endif()
 
-# lx_relative_paths(DIRECTORY | TARGET name): compiler and linker get relative paths, so that the same DLLs come out in
-# every folder. Not for programs whose sources are given paths.
-macro(lx_relative_paths)
+# lx_relative_paths(DIRECTORY) | lx_relative_paths(TARGET name): compiler and linker get relative paths, so that the same
+# DLLs come out in every folder. Not for programs whose sources are given paths.
+macro(lx_relative_paths kind)
   if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     foreach(step COMPILE LINK)
-      set_property(${ARGN} PROPERTY RULE_LAUNCH_${step} ${relative}/cmake/relative-paths.sh)
+      set_property(${kind} ${ARGN} PROPERTY RULE_LAUNCH_${step} ${relative}/cmake/relative-paths.sh)
     endforeach()
+    # A source of a unity build names its parts by absolute paths.
+    if("${kind}" STREQUAL "TARGET")
+      set_property(TARGET ${ARGN} PROPERTY UNITY_BUILD OFF)
+    else()
+      set(CMAKE_UNITY_BUILD OFF)
+    endif()
   endif()
 endmacro()
 
