@@ -8,11 +8,11 @@ set -euo pipefail
 packages_of() {
     case $1 in
     build) echo g++ cmake ninja-build python3 nlohmann-json3-dev libcli11-dev libsqlite3-dev googletest ;;
-    windows) echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools clang lld libwine libwine-dev ;;
+    windows) echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools lld libwine libwine-dev ;;
     wine) echo wine wine64 ;;
     browser) echo chromium chromium-driver npm ;;
     checks) echo git clang clang-format libclang-rt-14-dev llvm dpkg-dev file pkg-config unicode-data ;;
-    bench) echo libbenchmark-dev libtbb-dev linux-perf valgrind ;;
+    bench) echo clang libbenchmark-dev libtbb-dev linux-perf valgrind ;;
     extras) echo clang-tidy ;;
     *)
         echo "cmake/setup.sh: unknown group '$1'" >&2
