@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 # Checks everything. Installs what is missing (Debian 12) and ends with one line "N passed, N failed".
 #   ./check.sh         formatting, the project's rules, tools and packages with GCC, address and undefined-behaviour
-#                      sanitizer, a short fuzz run, thread sanitizer (test programs), the Windows build under Wine, the
-#                      same with GCC (a part of the tests), the DLLs for 32-bit clients
+#                      sanitizer, clang-tidy, a short fuzz run, thread sanitizer (tests with several threads), the
+#                      Windows build under Wine, the same with GCC (a part of the tests), the DLLs for 32-bit clients
 #   ./check.sh quick   formatting, rules and a debug build with GCC: the inner loop
 #   ./check.sh LEG...  single legs: format, rules, or one that `./check.sh help` lists
 # Every test case counts once; a build, a rule and a fuzz target count as one each. Warnings are errors in every
@@ -11,11 +11,16 @@
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")" || exit 1
 
-readonly all_legs=(format rules linux-release linux-asan fuzz linux-tsan windows-release windows-gcc windows32)
-# What another compiler may get wrong; with the DLLs, all that is built with GCC for Windows.
-readonly gcc_tests=(test_activated test_frame test_sync test_transfer)
+readonly all_legs=(format rules linux-release linux-asan tidy fuzz linux-tsan windows-release windows-gcc windows32)
+# Tests that another compiler may affect; with the DLLs, all that the leg for Windows with GCC builds.
+readonly gcc_tests=(test_frame test_sync test_transfer)
+# The programs whose tests have several threads, for the thread sanitizer.
+readonly thread_tests=(test_activated test_component test_enum test_frame test_freshload test_freshness test_hostile
+    test_relations test_serverkit test_sync test_typed test_verify)
+# Programs that tests run with the address sanitizer; demonstrations and examples have their tests in the release.
+readonly asan_programs=(LXConfigFactoryCache32 lxcfc lxhandserver lxminimallibrary lxfaultylibrary sqlite_library)
 readonly quick_legs=(format rules linux-debug)
-# The folders of src/, each of which uses only what stands before it.
+# The folders of src/; each uses only those before it.
 readonly layers="base support sync enum transfer cache typecache relations manager frame"
 readonly logs=build/check
 readonly fuzz_seconds=20
@@ -136,13 +141,15 @@ sum_tests() {
 # run_tests PRESET
 run_tests() {
     local log="$logs/$1-test.log" wrap=() only=() p f s
-    # The thread sanitizer of this Clang cannot live with all address layouts.
+    # This Clang's thread sanitizer does not work with every address layout.
     if [ "$1" = linux-tsan ] && setarch -R true 2>/dev/null; then
         wrap=(env LX_STRESS_SECONDS=15 setarch -R)
     fi
     case $1 in
     linux-release) only=(-E '^(test_|fuzz_)') ;;
-    linux-tsan) only=(-R '^(test_|fuzz_)') ;;
+    # The page does not depend on the compiler, so its test runs in the release only.
+    linux-asan) only=(-R '^(test_|fuzz_|lxcfc_)' -E '^lxcfc_page$') ;;
+    linux-tsan) only=(-R "^($(IFS='|' && echo "${thread_tests[*]}"))(_discarding_other|_refills)?\$") ;;
     windows-gcc) only=(-R "^($(IFS='|' && echo "${gcc_tests[*]}"))\$") ;;
     esac
     "${wrap[@]}" ctest --test-dir "build/$1" -V --timeout 300 -j "$(nproc)" "${only[@]}" >"$log" 2>&1 </dev/null
@@ -164,9 +171,12 @@ run_tests() {
 }
 
 leg_native() {
-    local target=all
-    [ "$1" != linux-tsan ] || target=lxtests
-    build "$1" $target && run_tests "$1"
+    local targets=(all)
+    case $1 in
+    linux-asan) targets=(lxtests "${asan_programs[@]}") ;;
+    linux-tsan) targets=("${thread_tests[@]}") ;;
+    esac
+    build "$1" "${targets[@]}" && run_tests "$1"
 }
 
 readonly wine_prefix=$PWD/build/check-wineprefix
@@ -190,13 +200,13 @@ leg_windows() {
     local status=$?
     count "a Wine prefix of its own (see $logs/wineboot.log)" $status
     end_wine # the session that makes a prefix does not serve calls between processes; the next one does
-    # Its services keep what they are started with open: not the output of a test, which would seem never to end.
+    # Wine's services inherit the output of what starts them; started here, they do not keep a test's output open.
     timeout 120 cmake/run-wine.sh cmd /c ver >>"$logs/wineboot.log" 2>&1 </dev/null
     [ $status -ne 0 ] || run_tests "$1"
     end_wine
 }
 
-# Nothing runs them: there need not be a 32-bit Wine.
+# Builds only: a 32-bit Wine may not be available.
 leg_windows32() {
     local preset=windows32-release
     build $preset LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback lxassembly lxidl lxdebugfiles ||
@@ -216,6 +226,19 @@ fuzz() {
     echo $? >"$2/$1.status"
 }
 
+# The component's sources, several together as the address sanitizer's build compiles them.
+leg_tidy() {
+    cmake --preset linux-asan >"$logs/tidy-configure.log" 2>&1 && python3 - <<'EOF' |
+import json
+for entry in json.load(open("build/linux-asan/compile_commands.json")):
+    if "/src/" in entry["file"] and "/platform/" not in entry["file"]:
+        print(entry["file"])
+EOF
+        xargs -P "$(nproc)" -n 1 clang-tidy -p build/linux-asan --quiet >"$logs/tidy.log" 2>&1
+    count "clang-tidy (see $logs/tidy.log)" $?
+    grep -E 'warning: |error: ' "$logs/tidy.log" | sort -u | head -n 20
+}
+
 leg_fuzz() {
     local targets=() target name
     for target in fuzz/fuzz_*.cpp; do
@@ -223,7 +246,7 @@ leg_fuzz() {
         targets+=("$name")
     done
     build linux-asan "${targets[@]}" || return
-    # Two at a time, each on a core of its own.
+    # Two at a time, one per core.
     export -f fuzz
     printf '%s\n' "${targets[@]}" | xargs -P 2 -I{} bash -c 'fuzz "$@"' _ {} "$logs" "$fuzz_seconds"
     for name in "${targets[@]}"; do
@@ -237,7 +260,7 @@ run_leg() {
     local start=$SECONDS
     say "== $1"
     case $1 in
-    format | rules | fuzz | windows32) "leg_$1" ;;
+    format | rules | tidy | fuzz | windows32) "leg_$1" ;;
     windows-*) leg_windows "$1" ;;
     linux-*) leg_native "$1" ;;
     esac
@@ -257,7 +280,7 @@ esac
 groups=(build checks)
 for leg in "${legs[@]}"; do
     case $leg in
-    format | rules | fuzz | linux-debug | linux-release | linux-asan | linux-tsan) ;;
+    format | rules | tidy | fuzz | linux-debug | linux-release | linux-asan | linux-tsan) ;;
     windows32) groups+=(windows) ;;
     windows-debug | windows-release | windows-gcc) groups+=(windows wine) ;;
     *)

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Shows what the configuration cache does.
-#   ./demo.sh          builds for Windows and registers everything in a Wine prefix of its own; starts the sample
-#                      server as a program, and an application that reads it through the cache in another process;
-#                      then the cache inside a server's process
-#   ./demo.sh native   the same on Linux, where application and server are one process
-# Installs what is missing (Debian 12). Everything it writes is under build/.
+# Demonstrates the configuration cache.
+#   ./demo.sh          builds for Windows and registers the modules in a separate Wine prefix. Starts the sample server
+#                      as a program, and an application that reads it through the cache from another process. Then
+#                      shows the cache inside a server's process.
+#   ./demo.sh native   the same on Linux, with application and server in one process
+# Installs missing packages (Debian 12). Writes only under build/.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
@@ -23,7 +23,7 @@ log=build/demo.log
 
 step() { printf '* %s\n' "$*"; }
 
-# Runs a command whose output only matters when it fails.
+# Runs a command and shows its output only if it fails.
 quietly() {
     if ! "$@" >"$log" 2>&1 </dev/null; then
         tail -n 40 "$log" >&2
@@ -32,7 +32,7 @@ quietly() {
     fi
 }
 
-# Shows how far a build is, from ninja's lines: in place on a terminal, else at each quarter.
+# Shows the progress of a build from ninja's output: continuously on a terminal, otherwise at each quarter.
 progress() {
     local line quarter=0 built all
     while IFS= read -r line; do
@@ -50,10 +50,10 @@ progress() {
     if [ -t 1 ]; then printf '\r\033[K'; fi
 }
 
-# build PRESET TARGET...: and the example over SQLite, where that can be had.
+# build PRESET TARGET...: builds the targets, and the SQLite example if SQLite is available.
 build() {
     local targets=("${@:2}") target
-    step "Building ($1) what the demonstration needs, with $(nproc) jobs"
+    step "Building the demonstration ($1) with $(nproc) jobs"
     quietly cmake --preset "$1"
     for target in lxsqlitedemo lxsqliteserver; do
         if grep -q "bin/$target" "build/$1/build.ninja"; then targets+=("$target"); fi
@@ -66,8 +66,8 @@ build() {
 
 headline() { printf '\n%s\n%s\n' "$1" "${1//?/=}"; }
 
-# over_sqlite RUN...: two servers over a database, and an edit of it by another process.
-#   RUN   starts a program of the demo: nothing on Linux
+# over_sqlite [RUN...]: two servers over one database, which another process edits.
+#   RUN   the command that runs a Windows program with a time limit; none on Linux
 over_sqlite() {
     local database=build/demo-plant.db output=build/demo-sqlite.log programs=build/linux-demo/bin edit suffix=""
     local sql="UPDATE attribute SET unit = 'l/s' WHERE type = 'Pump' AND name = 'RatedFlow'"
@@ -79,9 +79,9 @@ over_sqlite() {
         set -- "$@" 120
     fi
     if [ ! -e "$programs/lxsqlitedemo$suffix" ]; then
-        return # SQLite cannot be had here
+        return # SQLite is not available
     fi
-    headline "A configuration in a SQLite database: two servers, and somebody who edits it"
+    headline "A configuration in a SQLite database: two servers, and another process that edits it"
     quietly python3 examples/sqlite_server/make_database.py models/plant.json "$database"
     rm -f "$output"
     "$@" "$programs/lxsqlitedemo$suffix" "$database" >"$output" 2>&1 </dev/null &
@@ -111,13 +111,13 @@ on_wine() { timeout "$1" cmake/run-wine.sh "${@:2}" </dev/null; }
 readonly bin=build/windows-demo/bin
 readonly modules=(LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS)
 
-# What each of them is, for the reader.
+# about MODULE: what a module is.
 about() {
     case $1 in
     LXConfigFactoryCache32) echo "the cache" ;;
-    LXConfigFactoryCachePS) echo "its interfaces between processes" ;;
-    LXCfgCacheCallback) echo "the callback object of its own" ;;
-    LXSampleServerPS) echo "the control of the sample server between processes" ;;
+    LXConfigFactoryCachePS) echo "the proxies of its interfaces" ;;
+    LXCfgCacheCallback) echo "the separate callback object" ;;
+    LXSampleServerPS) echo "the proxies of the sample server's control interface" ;;
     esac
 }
 
@@ -137,13 +137,13 @@ end_wine() {
     done
 }
 
-# Through a pipe, so that Wine takes neither the terminal nor the encoding into its own hands.
+# The pipe keeps Wine from using the terminal itself and from converting the output's encoding.
 run_on_wine() {
     headline "$1"
     on_wine 600 "$bin/lxdemo.exe" --colours "$colours" "${@:2}" 2>&1 | cat
 }
 
-# Starts the sample server's program in the background and waits until clients find it.
+# Starts the sample server's program in the background and waits until it is ready for clients.
 start_server() {
     local output=build/demo-server.log
     on_wine 900 "$bin/lxsampleserver.exe" --model models/plant.json >"$output" 2>&1 &
@@ -154,7 +154,7 @@ start_server() {
         sleep 0.1
     done
     cat "$output" >&2
-    echo "demo.sh: the sample server does not start" >&2
+    echo "demo.sh: the sample server did not start" >&2
     return 1
 }
 
@@ -164,14 +164,14 @@ windows() {
     build windows-demo lxdemo lxsampleserverprogram "${modules[@]}"
     export WINEPREFIX=$PWD/build/demo-wineprefix
     trap end_wine EXIT
-    step "Preparing a Wine prefix of its own"
+    step "Preparing a separate Wine prefix"
     quietly on_wine 300 wineboot -i
-    end_wine # the session that makes a prefix does not serve calls between processes; the next one does
+    end_wine # calls between processes fail in the Wine session that creates the prefix, and work in the next one
     for module in "${modules[@]}"; do
         step "Registering $module.dll: $(about "$module")"
         regsvr32 "$module"
     done
-    step "Registering and starting lxsampleserver.exe: the server, a process of its own"
+    step "Registering and starting lxsampleserver.exe: the server in its own process"
     quietly on_wine 120 "$bin/lxsampleserver.exe" --register --model models/plant.json
     start_server
     run_on_wine "An application and a server in two processes, on Windows" --server LXSampleServer.Server

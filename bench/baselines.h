@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The baselines: the same data in the simplest form, as a good engineer would write it by hand for one program.
+// The baselines: the same data in the simplest form that a good engineer would write for one program.
 #ifndef BASELINES_H
 #define BASELINES_H
 

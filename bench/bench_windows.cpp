@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // bench_windows OUTPUT.json: GetProperty of a text in the module against the platform's VariantCopy alone; start and
-// Terminate with a server in another process. It has a loop of its own, since the benchmark library is not at hand under
-// Wine. Component, proxies and sample server must be registered.
+// Terminate with a server in another process. It measures with its own loop, because the benchmark library is not
+// available under Wine. Component, proxies and sample server must be registered.
 #include "XBenchTable.h"
 #include "XLXComVariant.h"
 #include "XLXSafeArray.h"

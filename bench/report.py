@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Puts the figures of the benchmarks into one table, with a verdict for each row.
+"""Prints the figures of the benchmarks as one table, with a verdict for each row.
 
     report.py [--all] [--json FILE] [--svg FILE] [--doc FILE] FIGURES.json...
 
---all  counts required rows that are missing as misses.
---doc  a page whose lines between "<!-- model -->" or "<!-- figures -->" and "<!-- end -->" are rewritten.
+--all   counts missing required rows as misses
+--json  writes the rows as JSON
+--svg   writes the rows as a bar chart
+--doc   rewrites the lines of a page between "<!-- model -->" or "<!-- figures -->" and "<!-- end -->"
 Exit status 1: a bar is missed. A row with an aim instead of a bar is shown, but cannot miss.
 """
 import argparse
@@ -14,7 +16,7 @@ import re
 import sys
 from html import escape
 
-# The number of comparisons of every row that has a bar, by the beginning of its title.
+# For the title of each row with a bar: how many baselines it is compared with.
 REQUIRED = {
     "GetProperty of a text": 2,
     "GetProperty of a text, 2 threads on one object": 3,
@@ -98,7 +100,7 @@ def table(rows):
 
 
 def svg(rows):
-    """One bar for each row: its ratio as a share of what it may be; the line at 1 is the bar."""
+    """A chart with each row's ratio relative to its bar; the vertical line at 1 is the bar."""
     line, left, wide = 22, 560, 360
     full = 1.6
     parts = []

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Builds and runs all benchmarks and prints one table with a verdict for each row. Exit status 0: every bar holds.
-#   bench/run.sh            everything; writes the figures of docs/performance.*
-#   bench/run.sh TEXT       the rows of bench_cache with that text in their titles; writes nothing
+# Builds and runs all benchmarks and prints one table with a verdict for each row. Exit status 0: all bars hold.
+#   bench/run.sh            everything; updates the figures in docs/performance.*
+#   bench/run.sh TEXT       the rows of bench_cache with TEXT in their titles; updates no document
 # LX_BENCH_NO_INSTALL=1 installs no packages.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -33,18 +33,18 @@ end_wine() {
 # regsvr32 OPTIONS... MODULE
 regsvr32() { timeout 120 cmake/run-wine.sh regsvr32 /s "$@" >>"$out/wineboot.log" 2>&1 </dev/null; }
 
-# The rows under Wine. Without their figures the report calls them a miss.
+# The rows under Wine. If they fail, the report counts them as misses.
 run_windows() {
     build windows-bench bench_windows || return
     export WINEPREFIX=$PWD/build/bench-wineprefix
     timeout 300 cmake/run-wine.sh wineboot -i >"$out/wineboot.log" 2>&1 </dev/null || true
-    end_wine # the session that makes a prefix does not serve calls between processes; the next one does
+    end_wine # calls between processes fail in the Wine session that creates the prefix, and work in the next one
     local bin=build/windows-bench/bin module
     for module in LXConfigFactoryCache32 LXConfigFactoryCachePS LXSampleServerPS; do
         regsvr32 "${bin//\//\\}\\$module.dll"
     done
     timeout 120 cmake/run-wine.sh $bin/lxsampleserver.exe --register </dev/null
-    # Its server program keeps its output open: not a pipe that would wait for that one's end.
+    # The output goes to a file: the server program that this starts inherits it, and a pipe would wait for the server.
     timeout 600 cmake/run-wine.sh $bin/bench_windows.exe "$out/windows.json" >"$out/windows.log" 2>&1 </dev/null ||
         cat "$out/windows.log" >&2
     end_wine
@@ -60,7 +60,7 @@ if [ $# -gt 0 ]; then
 fi
 rm -f "$out"/*.json
 build/linux-bench/bin/bench_memory "$out/memory.json"
-# One process per group of rows, so that the state of the heap after one does not slow down the next.
+# One process per group of rows, so that the heap that one group leaves behind does not slow down the next.
 figures=()
 for group in "Get" "whole type load" "notification of everything" "cost per type" "server calls" "processor time" \
     "beside a flood"; do

@@ -2,12 +2,12 @@
 //
 // scale: many clients of one server that start at once while the configuration is edited.
 //
-//     scale --clients 200 --types 100                          server and clients in this process, one thread per
-//     client scale --clients 200 --processes 8 --types 100            Windows: lxsampleserver and the clients in
-//     processes
+//     scale --clients 200 --types 100                 server and clients in this process, one thread per client
+//     scale --clients 200 --processes 8 --types 100   Windows: lxsampleserver, and the clients in eight processes
 //
-// It prints the time until all have started, the server's processor time and the memory per client, and the times from
-// an edit until all have been notified and until the last one has read the new value when all read at once.
+// It prints the time until all clients have started, the server's processor time and the memory per client. For an
+// edit after which all clients read at once, it prints the times until all have been notified and until the last one
+// has read the new value.
 // docs/scaling.md has the figures.
 #include "XScaleClients.h"
 #include "XScaleServer.h"

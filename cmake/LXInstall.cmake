@@ -2,8 +2,8 @@
 #
 # Installation and packages. Included last, when all targets are defined.
 #
-# The component "main" has everything that users need, "debug" the debug information of Windows binaries. (CPack makes
-# that of the Debian package.) Targets in the lists below that are not built are skipped.
+# The component "main" has everything that users need, "debug" the debug information of Windows binaries. (CPack itself
+# extracts the debug information for Debian.) Targets in the lists below that are not built are skipped.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -38,12 +38,12 @@ foreach(target ${LX_MODULES} ${LX_PROGRAMS})
   endif()
 endforeach()
 
-# Modules look for each other in their own folder, wherever the package is installed; programs look in the library
-# folder.
+# Modules look for each other in their own folder, programs in the library folder. Both paths are relative, so that the
+# package can be moved.
 if(NOT WIN32)
   list(APPEND lx_binaries lxplatform)
   set_target_properties(lxplatform PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-    BUILD_RPATH "$ORIGIN") # it loads the component by its bare name
+    BUILD_RPATH "$ORIGIN") # it loads the component by its file name without a path
   file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
   foreach(target ${lx_binaries})
     get_target_property(type ${target} TYPE)
@@ -83,8 +83,8 @@ lx_version_resource(LXCfgCacheCallback "Separate callback object of the configur
 lx_version_resource(lxcfc "Shows and compares the configuration of a server")
 lx_version_resource(lxsampleserverprogram "Sample configuration server")
 
-# Debug information of Windows binaries, in separate files that the binaries refer to. With Clang it is all in the PDB
-# files. With GCC it is in FILE.debug, for GDB; the PDB files, written by the linker, have only function names.
+# Debug information of Windows binaries is in separate files that the binaries refer to. With Clang all of it is in the
+# PDB files. With GCC it is in FILE.debug, for GDB; the PDB files, which the linker writes, have only function names.
 if(WIN32)
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
   set(folder ${CMAKE_BINARY_DIR}/debugfiles)
@@ -92,7 +92,8 @@ if(WIN32)
   set(debug_files "")
   foreach(target ${lx_binaries})
     set(name $<TARGET_FILE_NAME:${target}>)
-    # Relative to the build folder, where the linker runs: it records its command line in the PDB file.
+    # The linker records its command line in the PDB file. Paths relative to the build folder, where it runs, keep that
+    # reproducible.
     target_link_options(${target} PRIVATE -Wl,--pdb=debugfiles/${name}.pdb -Wl,-Map,maps/${name}.map)
     set(files ${folder}/${name}.pdb)
     set(link "")

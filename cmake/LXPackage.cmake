@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 #
-# The packages that cpack makes in build/P: for Windows a ZIP, a NuGet package made from it, and a ZIP with the debug
-# information; for Linux a Debian package and one with its debug information.
+# The packages that cpack writes to build/PRESET/packages. Windows: a ZIP, a NuGet package made from it, and a ZIP with
+# the debug information. Linux: a Debian package, and another with its debug information.
 set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_VENDOR "${LX_COMPANY}")

@@ -25,7 +25,7 @@ endif()
 # COM interfaces have no virtual destructors, because these would add vtable slots.
 set(LX_COM_WARNINGS -Wno-non-virtual-dtor -Wno-delete-non-virtual-dtor)
 
-# The assertions of GCC's library: an index beyond the end of a container ends the process.
+# Assertions of GCC's standard library: an out-of-range index into a container aborts the process.
 if(LX_SANITIZE OR CMAKE_BUILD_TYPE STREQUAL "Debug")
   add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
@@ -33,8 +33,8 @@ if(LX_SANITIZE)
   add_compile_options(-fsanitize=${LX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${LX_SANITIZE})
 endif()
-if(LX_BUILD_FUZZERS) # the code under test must be instrumented, too, to guide the fuzzer
-  add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-coverage=trace-cmp) # it takes a third of the time
+if(LX_BUILD_FUZZERS) # the code under test must also be instrumented, to guide the fuzzer
+  add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-coverage=trace-cmp) # trace-cmp costs a third of the time
   add_link_options(-fsanitize=fuzzer-no-link)
 endif()
 if(WIN32)
@@ -47,25 +47,26 @@ if(WIN32)
   add_link_options(-static) # each DLL contains its own runtime
   # Reproducible builds: a commit gives the same binaries wherever and whenever it is built.
   add_link_options(-Wl,--no-insert-timestamp)
-  file(RELATIVE_PATH relative ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}) # compiler caches may use relative paths
+  file(RELATIVE_PATH relative ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}) # compiler caches may pass relative paths
   string(REGEX REPLACE "/$" "" relative "${relative}")
   foreach(folder ${relative}=. ${PROJECT_SOURCE_DIR}=. ${PROJECT_BINARY_DIR}=./build)
     add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${folder}>")
   endforeach()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    # Debug information for PDB files. It contains the command lines of compiler and linker: see lx_relative_paths.
+    # Debug information for PDB files. It contains the command lines of compiler and linker; lx_relative_paths keeps
+    # absolute paths out of them.
     add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-gcodeview> $<$<COMPILE_LANGUAGE:C,CXX>:-ffile-compilation-dir=.>)
   endif()
 endif()
 
-# lx_relative_paths(DIRECTORY) | lx_relative_paths(TARGET name): compiler and linker get relative paths, so that the same
-# DLLs come out in every folder. Not for programs whose sources are given paths.
+# lx_relative_paths(DIRECTORY) | lx_relative_paths(TARGET name): compiler and linker get relative paths, so that builds
+# in different folders give identical DLLs. Not for programs that are compiled with paths as macros.
 macro(lx_relative_paths kind)
   if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     foreach(step COMPILE LINK)
       set_property(${kind} ${ARGN} PROPERTY RULE_LAUNCH_${step} ${relative}/cmake/relative-paths.sh)
     endforeach()
-    # A source of a unity build names its parts by absolute paths.
+    # Unity builds are off, because their generated sources include the parts by absolute paths.
     if("${kind}" STREQUAL "TARGET")
       set_property(TARGET ${ARGN} PROPERTY UNITY_BUILD OFF)
     else()
@@ -102,27 +103,26 @@ if(LX_BUILD_TESTS)
   add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 endif()
 
-# For the folders beside the component, whose programs mostly wait for calls: a short build matters more than fast code.
-# Headers (options, JSON, the standard library) take most of the build time, so a few large sources take a fraction of
-# it.
+# For folders other than the component's. Their programs mostly wait for calls, so build time matters more than speed.
+# Headers (CLI11, JSON, the standard library) dominate the build time; unity builds parse them once for several sources.
 macro(lx_compile_fast)
   set(CMAKE_UNITY_BUILD ON)
   set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
   if(NOT LX_BUILD_BENCH)
     add_compile_options($<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:C,CXX>>:-O1$<SEMICOLON>-g1>)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-      add_compile_options(-Wno-array-bounds -Wno-stringop-overread) # like -Wno-restrict, at this optimisation level
+      add_compile_options(-Wno-array-bounds -Wno-stringop-overread) # false positives at -O1, as with -Wrestrict above
     endif()
   endif()
 endmacro()
 
-# A compiler cache saves more time than precompiled headers, and cannot cache objects that use them.
+# A compiler cache cannot cache objects that use precompiled headers, and it saves more time than these do.
 if(CMAKE_CXX_COMPILER_LAUNCHER MATCHES "ccache")
   set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
 endif()
 
-# Adds a test program: lx_add_test(test_x SOURCES ... LIBS ... [ARGS ...]). It uses the runner's main, which has the
-# watchdog and counts live objects, and runs on both platforms. The target lxtests builds all of them.
+# Adds a test program: lx_add_test(test_x SOURCES ... LIBS ... [ARGS ...]). It runs on both platforms and uses the
+# runner's main, which has a watchdog and counts live objects. The target lxtests builds all test programs.
 add_custom_target(lxtests)
 function(lx_add_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBS;ARGS" ${ARGN})
@@ -140,7 +140,21 @@ function(lx_add_test name)
   set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()
 
-# Adds a fuzz target: lx_add_fuzzer(fuzz_x SOURCES ... LIBS ...). It is built if LX_BUILD_FUZZERS is on.
+# Adds the objects of sources that several test programs link: lx_add_test_objects(name SOURCES ... LIBS ...).
+function(lx_add_test_objects name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
+  add_library(${name} OBJECT EXCLUDE_FROM_ALL ${arg_SOURCES})
+  lx_target(${name})
+  target_link_libraries(${name} PUBLIC ${arg_LIBS} lxtestrunner)
+  target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+  target_precompile_headers(${name} REUSE_FROM lxtestheaders)
+  if(NOT WIN32) # the headers are precompiled with the options of programs, not of libraries
+    set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+    target_compile_options(${name} PRIVATE -fPIE)
+  endif()
+endfunction()
+
+# Adds a fuzz target if LX_BUILD_FUZZERS is on: lx_add_fuzzer(fuzz_x SOURCES ... LIBS ...).
 function(lx_add_fuzzer name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
   if(LX_BUILD_FUZZERS)

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 #
-# Clang for Windows, with the headers and libraries of MinGW-w64's GCC (POSIX threads) and LLVM's linker. Unlike GNU's
-# linker, it does not depend on the order of the runtime libraries.
+# Clang for Windows, with the headers and libraries of MinGW-w64's GCC (POSIX threads) and LLVM's linker. Unlike the GNU
+# linker, LLVM's accepts the runtime libraries in any order.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(mingw x86_64-w64-mingw32)
@@ -17,8 +17,8 @@ set(CMAKE_CXX_COMPILER clang++)
 foreach(language C CXX)
   set(CMAKE_${language}_COMPILER_TARGET x86_64-w64-windows-gnu)
 endforeach()
-# Clang does not find the folders by itself, and must not search those of the system. Thread-local variables are
-# emulated, as in the runtime.
+# Clang does not find GCC's folders by itself, and must not search the system's. Thread-local variables are emulated, as
+# in GCC's runtime.
 set(here "--start-no-unused-arguments -nostdlibinc --end-no-unused-arguments -femulated-tls")
 set(CMAKE_C_FLAGS_INIT "${here} -isystem /usr/${mingw}/include")
 set(CMAKE_CXX_FLAGS_INIT "${here} -isystem ${runtime}/include/c++ -isystem ${runtime}/include/c++/${mingw} \

@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# Runs a Windows program under Wine in a prefix of its own.
+# Runs a Windows program under Wine in a separate prefix.
 #   WINEPREFIX   the prefix; by default build/wineprefix of this checkout
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Installs missing Debian 12 packages for building and testing this project.
-#   cmake/setup.sh GROUP...      groups: build, windows, wine, browser, checks, bench, extras
-# Prints what it installs; prints nothing if nothing is missing.
+# Installs the missing Debian 12 packages that building and testing this project needs.
+#   cmake/setup.sh GROUP...      groups: build, windows, wine, browser, checks, bench
+# Prints the packages that it installs, and nothing if none is missing.
 set -euo pipefail
 
 packages_of() {
@@ -11,9 +11,8 @@ packages_of() {
     windows) echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools lld libwine libwine-dev ;;
     wine) echo wine wine64 ;;
     browser) echo chromium chromium-driver npm ;;
-    checks) echo git clang clang-format libclang-rt-14-dev llvm dpkg-dev file pkg-config unicode-data ;;
+    checks) echo git clang clang-format clang-tidy libclang-rt-14-dev llvm dpkg-dev file pkg-config unicode-data ;;
     bench) echo clang libbenchmark-dev libtbb-dev linux-perf valgrind ;;
-    extras) echo clang-tidy ;;
     *)
         echo "cmake/setup.sh: unknown group '$1'" >&2
         exit 2
@@ -22,7 +21,7 @@ packages_of() {
 }
 
 is_installed() {
-    # Debian's npm conflicts with a Node.js from elsewhere, which brings its own.
+    # Any npm will do: Debian's conflicts with a Node.js from another source, which includes its own npm.
     if [ "$1" = npm ] && command -v npm >/dev/null; then return; fi
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
 }
@@ -36,13 +35,13 @@ done
 [ ${#missing[@]} -gt 0 ] || exit 0
 
 if ! command -v apt-get >/dev/null; then
-    echo "Missing, and there is no apt-get to install it with: ${missing[*]}" >&2
+    echo "Missing packages, and no apt-get to install them: ${missing[*]}" >&2
     exit 1
 fi
 as_root=()
 if [ "$(id -u)" -ne 0 ]; then
     if ! command -v sudo >/dev/null; then
-        echo "Missing, and only root can install it: ${missing[*]}" >&2
+        echo "Missing packages, which only root can install: ${missing[*]}" >&2
         exit 1
     fi
     as_root=(sudo)

@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks that what the documents for users show is so.
+"""Checks that the documents for users agree with the sources.
 
 usage: check_guide.py PROJECT-FOLDER VERSION
 
-- Each code block of guide.md and README.md stands under a comment with the file that it is from, and is in that file, line by line;
-  the tests build and run those files.
-- Links between the documents, and paths that guide.md names in examples/, lead somewhere.
-- Edits of the sample server stand in sample-server.md.
-- The version that the guide's file names and the newest version of CHANGELOG.md show is the project's.
+- Each code block of guide.md and README.md follows a comment that names its source file, and that file contains it.
+  Other tests build and run those files.
+- Links between the documents, and paths in examples/ that they name, have a target.
+- sample-server.md lists all edits of the sample server.
+- The file names in guide.md and the newest version in CHANGELOG.md have the project's version.
 """
 import pathlib
 import re
@@ -22,9 +22,9 @@ def code_blocks(page, folder, least):
     for file, language, code in blocks:
         shown = " ".join(code.split())
         if not file:
-            faults.append(f"a block of {language} names no file: {shown[:60]}")
+            faults.append(f"{page.name}: a {language} block names no file: {shown[:60]}")
         elif shown not in " ".join((folder / file).read_text(encoding="utf-8").split()):
-            faults.append(f"{file} has not: {shown[:80]}")
+            faults.append(f"{page.name}: {file} does not contain: {shown[:80]}")
     if len(blocks) < least:
         faults.append(f"{page.name}: only {len(blocks)} code blocks were found")
     return faults
@@ -32,9 +32,9 @@ def code_blocks(page, folder, least):
 
 def links(page, folder):
     text = page.read_text(encoding="utf-8")
-    return [f"{page.name} links to {target}, which is not there" for target in re.findall(r"\]\(([^)#:]+)\)", text)
+    return [f"{page.name} links to {target}, which does not exist" for target in re.findall(r"\]\(([^)#:]+)\)", text)
             if not (page.parent / target).exists()] + [
-            f"{page.name} names {path}, which is not there" for path in re.findall(r"`(examples/[\w./]+)`", text)
+            f"{page.name} names {path}, which does not exist" for path in re.findall(r"`(examples/[\w./]+)`", text)
             if not (folder / path).exists()]
 
 
@@ -46,13 +46,13 @@ def versions(folder, guide, version):
 
 
 def edits(folder):
-    """Each edit that the sample server takes stands in its document, with its arguments."""
+    """The document must list each edit of the sample server with its arguments."""
     page = (folder / "docs" / "sample-server.md").read_text(encoding="utf-8")
     source = (folder / "server" / "XServerTexts.cpp").read_text(encoding="utf-8")
     taken = re.findall(r'^ *\{"(\w+)", \{([^}]*)\}, \[\]', source, re.M)
     rows = [f"| `{name}` | " + ", ".join(f"`{a}`" for a in re.findall(r'"([^"]+)"', arguments)) + " |"
             for name, arguments in taken]
-    faults = [f"sample-server.md has not: {row}" for row in rows if row not in page]
+    faults = [f"sample-server.md lacks: {row}" for row in rows if row not in page]
     return faults + ([] if len(rows) > 30 else [f"only {len(rows)} edits were found"])
 
 

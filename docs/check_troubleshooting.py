@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks that troubleshooting.md has every text that the component can raise or log, and none that is gone.
+"""Checks that troubleshooting.md lists every text that the component can raise or log, and no others.
 
 usage: check_troubleshooting.py SOURCE-FOLDER... PAGE
 
-Texts are the wide literals of the sources (OLESTR) and what XLXFormat puts together, where anything that is no literal,
-and each %d and %s, shows as "…". On the page they stand in backquotes in the first column of a table.
+Texts are the wide literals of the sources (OLESTR) and the concatenations of XLXFormat. "…" stands for each %d and %s,
+and for each part of a concatenation that is not a literal. The page has the texts in backquotes, in the first column of
+its tables.
 """
 import pathlib
 import re
@@ -48,11 +49,11 @@ def main():
     on_page = set()
     for line in page.read_text(encoding="utf-8").splitlines():
         first = line.split(" | ")[0]
-        if first.startswith("| `") and not re.match(r"\| `[A-Z]+(_[A-Z0-9]+)+", first):  # a result is no text
+        if first.startswith("| `") and not re.match(r"\| `[A-Z]+(_[A-Z0-9]+)+", first):  # HRESULTs are not texts
             on_page.update(re.findall(r"`([^`]*)`", first))
     faults = [f"not on the page: {text}" for text in sorted(in_source - on_page - set(DATA))]
-    faults += [f"on the page, and nowhere in the sources: {text}" for text in sorted(on_page - in_source)]
-    faults += [f"data of this script that is gone: {text}" for text in sorted(set(DATA) - in_source)]
+    faults += [f"on the page, but not in the sources: {text}" for text in sorted(on_page - in_source)]
+    faults += [f"in DATA, but not in the sources: {text}" for text in sorted(set(DATA) - in_source)]
     print(*faults, f"{len(in_source - set(DATA))} texts, {len(faults)} faults", sep="\n")
     sys.exit(1 if faults else 0)
 

@@ -1,16 +1,17 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Makes reference.md from the interface definitions, their help strings and the table of properties.
+"""Generates reference.md from the interface definitions, their help strings and the table of properties.
 
 usage: make_reference.py [--check] DEFINITIONS.idl properties.json reference.md
 
-With --check it fails if the page is out of date, or if a method of an interface that the component offers has no help
-string.
+With --check it writes nothing, and fails if the page is out of date or if a method of an interface that the component
+implements has no help string.
 """
 import json
 import pathlib
 import re
 import sys
+import textwrap
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path[:0] = [str(ROOT / "tests" / "surface"), str(ROOT / "models")]
@@ -33,7 +34,7 @@ Every interface of `LXConfigFactoryCache.idl`, with its methods in slot order. A
 
 C++17 programs may use them through the typed layer, `lxcfc.hpp`, which frees, converts and raises.
 
-This page is made of the definitions; a test fails when it is out of date.
+This page is generated from the definitions; a test fails when it is out of date.
 """
 
 # The heading of each part of the definitions, by its first interface.
@@ -47,6 +48,12 @@ FOREIGN = {"ILX_BaseDataObject", "ILX_Query", "ILXDataUpdate", "ILXTypeCache", "
 TYPES = {"long": "LONG", "unsigned long": "ULONG", "LX_BSTR_ARRAY": "SAFEARRAY*", "LX_VARIANT_ARRAY": "SAFEARRAY*",
          "LX_BSTR_ARRAY*": "SAFEARRAY**", "LX_VARIANT_ARRAY*": "SAFEARRAY**", "long*": "LONG*",
          "unsigned long*": "ULONG*"}
+
+
+def paragraph(text):
+    """A paragraph of the page, broken into lines of at most 120 characters, but not inside code."""
+    text = re.sub(r"`[^`]*`", lambda code: code[0].replace(" ", "\0"), text)
+    return "\n" + textwrap.fill(text, 120, break_long_words=False, break_on_hyphens=False).replace("\0", " ") + "\n"
 
 
 def slots_before(interface, interfaces):
@@ -65,7 +72,8 @@ def signature(method):
 
 
 def section(interface, interfaces):
-    text = f"\n### {interface.name}\n\n{interface.help}. Derives from `{interface.base}`; IID `{{{interface.iid.upper()}}}`.\n"
+    text = f"\n### {interface.name}\n" + paragraph(
+        f"{interface.help}. Derives from `{interface.base}`; IID `{{{interface.iid.upper()}}}`.")
     rows = [(slots_before(interface, interfaces) + i, m) for i, m in enumerate(interface.methods)]
     listed = [(slot, m) for slot, m in rows if m.help or interface.name not in FOREIGN]
     text += "\n| Slot | Method | |\n|---|---|---|\n"
@@ -74,7 +82,7 @@ def section(interface, interfaces):
     silent = [f"`{m.name}` ({slot})" for slot, m in rows if (slot, m) not in listed]
     if silent:
         what = "Placeholders" if "Reserved" in silent[0] else "The component does not call"
-        text += f"\n{what}: {', '.join(silent)}.\n"
+        text += paragraph(f"{what}: {', '.join(silent)}.")
     return text
 
 
@@ -82,7 +90,7 @@ def enumerations(text):
     page = "\n## Enumerations\n"
     for name, body in re.findall(r"typedef enum (\w+)\s*\{([^}]*)\}", text):
         values = re.findall(r"(\w+)\s*=\s*(\d+)", body)
-        page += f"\n`{name}`: " + ", ".join(f"`{n}` {v}" for n, v in values) + ".\n"
+        page += paragraph(f"`{name}`: " + ", ".join(f"`{n}` {v}" for n, v in values) + ".")
     return page
 
 
@@ -91,7 +99,7 @@ def records(text):
     for name, body in re.findall(r"typedef struct (\w+)\s*\{([^}]*)\}", text):
         fields = [re.sub(r"\[[^\]]*\]\s*", "", f).strip() for f in body.split(";") if f.strip()]
         fields = [" ".join(f.split()).replace("unsigned long", "ULONG").replace("long ", "LONG ") for f in fields]
-        page += f"\n`{name}`: " + ", ".join(f"`{f}`" for f in fields) + ".\n"
+        page += paragraph(f"`{name}`: " + ", ".join(f"`{f}`" for f in fields) + ".")
     return page
 
 
@@ -100,7 +108,7 @@ def classes(text, texts):
     for attributes, name, body in re.findall(r"\[([^\[\]]*)\]\s*coclass (\w+)\s*\{([^}]*)\}", text):
         clsid = re.search(r"uuid\(([-\w]+)\)", attributes)[1].upper()
         faces = ", ".join(f"`{i}`" for i in re.findall(r"interface (\w+)", body))
-        page += f"\n`{name}` `{{{clsid}}}`: {make_surface.help_in(attributes, texts)}. Interfaces: {faces}.\n"
+        page += paragraph(f"`{name}` `{{{clsid}}}`: {make_surface.help_in(attributes, texts)}. Interfaces: {faces}.")
     return page
 
 
@@ -129,7 +137,7 @@ shipped model and the sample server give them; other indexes depend on the serve
     page += "\n## Masks, filters and modes\n\nIn `LXProperties.h`. Bits may be combined.\n"
     for bits in table["bits"]:
         values = ", ".join(f"`{v['constant']}` {v['value']} ({v['meaning']})" for v in bits["values"])
-        page += f"\n`{bits['enumeration']}`: {bits['meaning']}. {values}.\n"
+        page += paragraph(f"`{bits['enumeration']}`: {bits['meaning']}. {values}.")
     return page
 
 

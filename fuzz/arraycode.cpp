@@ -1,34 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "arraycode.h"
 #include "XLXComVariant.h"
+#include "XUnknown.h"
 
-#include <atomic>
+#include <cstdio>
+#include <cstdlib>
 
 namespace {
 constexpr std::size_t MostElements = 4096;
 
-std::atomic<long> g_alive{0};
-
-class FuzzObject final : public IUnknown {
+class FuzzObject final : public XUnknown<FuzzObject, IUnknown> {
 public:
-    FuzzObject() { ++g_alive; }
-    ~FuzzObject() { --g_alive; }
-    FuzzObject(const FuzzObject&) = delete;
-    FuzzObject& operator=(const FuzzObject&) = delete;
-
-    STDMETHODIMP QueryInterface(REFIID, void** ppv) override {
-        *ppv = nullptr;
-        return E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = --m_references;
-        if (left == 0) { delete this; }
-        return left;
-    }
-
-private:
-    ULONG m_references = 0;
+    static HRESULT RefuseNullFace() noexcept { return E_POINTER; }
 };
 
 /// The code in the lower half of an element's byte; the upper half is an argument from 0 to 15.
@@ -155,10 +138,14 @@ XLXSafeArray Create(EContainer container, ULONG count) {
         return XLXSafeArray(SafeArrayCreate(VT_VARIANT, 1, bounds));
     }
 }
-
 } // namespace
 
-long LXLiveFuzzObjects() { return g_alive; }
+void LXRequire(bool holds, std::string_view what) {
+    if (!holds) {
+        std::fprintf(stderr, "does not hold: %.*s\n", static_cast<int>(what.size()), what.data());
+        std::abort();
+    }
+}
 
 XLXSafeArray DecodeArray(XBytes bytes) {
     const auto container = static_cast<EContainer>(bytes.empty() ? 0 : bytes.front());

@@ -9,11 +9,12 @@
 
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 using XBytes = std::span<const std::uint8_t>;
 
-/// The number of live objects of decoded arrays.
-long LXLiveFuzzObjects();
+/// Ends the process unless the condition holds.
+void LXRequire(bool holds, std::string_view what);
 
 /// The containers for values of the first byte; any other value also means Plain.
 enum class EContainer : std::uint8_t { Plain = 0, LowerBoundNegative, LowerBoundLarge, NoArray, Texts, TwoDimensions };

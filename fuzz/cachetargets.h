@@ -1,103 +1,70 @@
 // SPDX-License-Identifier: MIT
 //
-// The common part of the fuzz targets for the whole cache: a small model, a cache in front of a sample server, queries
-// that server and cache must answer alike, and decisions from input bytes.
+// The common part of the fuzz targets for the whole cache: a cache in front of a sample server that must answer like
+// it, and decisions from input bytes.
 #ifndef CACHETARGETS_H
 #define CACHETARGETS_H
 
-#include "XSampleServer.h"
-#include "arraycode.h"
-
-#include <string>
-
-/// Ends the process unless the condition holds.
-void LXRequire(bool holds, const std::string& what);
+#include "fuzztargets.h"
+#include "lxconfigfactorycachemanager.h"
+#include "questions.h"
 
 /// Decisions from the fuzzer's bytes; 0 when they are used up.
 class Decisions {
 public:
     explicit Decisions(XBytes bytes) noexcept : m_bytes(bytes) {}
     bool Empty() const noexcept { return m_bytes.empty(); }
-    std::uint8_t Byte() noexcept;
+    std::uint8_t Byte() noexcept {
+        if (m_bytes.empty()) { return 0; }
+        const std::uint8_t first = m_bytes.front();
+        m_bytes = m_bytes.subspan(1);
+        return first;
+    }
     /// A number from 0 to count - 1.
     int Of(int count) noexcept { return Byte() % count; }
-    template <class T, std::size_t count> const T& OneOf(const T (&choices)[count]) noexcept {
-        return choices[Of(static_cast<int>(count))];
-    }
-    XBytes Rest() const noexcept { return m_bytes; }
+    template <class T> auto& OneOf(const T& choices) noexcept { return choices[Byte() % std::size(choices)]; }
 
 private:
     XBytes m_bytes;
 };
 
-/// Names in the model, and some that are missing at first or always.
-inline constexpr const char* FuzzTypes[] = {"Item",  "Equipment", "Pump",   "Valve",  "Document",
-                                            "Sheet", "Folder",    "Hidden", "Extra1", "Extra2"};
-inline constexpr const char* FuzzAttributes[] = {"Name", "Weight", "Power", "Head", "Title", "Added1", "Added2"};
-
-/// A query to a config factory. The answer is a text, comparable between cache and server.
-struct Question {
-    enum Kind : std::uint8_t {
-        TypeProperty,
-        AttributeProperty,
-        AttributeFormat,
-        AttributeTypes,
-        GroupProperty,
-        GroupFormat,
-        ChildGroups,
-        PageProperty,
-        EditorProperty,
-        DefaultEditors,
-        ShownAttributes,
-        GroupAttributes,
-        Groups,
-        PageGroups,
-        PagesAndEditors,
-        Types,
-        SearchableTypes,
-        BrowserIds,
-        GlobalSpecs,
-        Relations,
-        PCInfos,
-        ByName,
-        KindCount
-    };
-    Kind kind = TypeProperty;
-    const char* type = "";
-    const char* attribute = "";
-    int number = 0;
-    int member = 0;
-
-    static Question From(Decisions& decisions);
-    std::string Text() const;
-};
-
-std::string LXAnswer(ILXConfigFactory& factory, const Question& question);
-
 /// A cache in client mode with its own sample server.
 class FuzzCache {
 public:
-    FuzzCache();
-    ~FuzzCache();
+    FuzzCache() = default;
+    ~FuzzCache() { Terminate(); }
     FuzzCache(const FuzzCache&) = delete;
     FuzzCache& operator=(const FuzzCache&) = delete;
 
-    void Start(LONG transferMode);
-    void Terminate();
+    void Start(LONG transferMode) {
+        auto values = LXArguments(*m_server, transferMode);
+        LXRequire(m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get()) == S_OK, "the cache starts");
+    }
+
+    void Terminate() { LXRequire(m_cache.As<IDPFObject>()->Terminate() == S_OK, "the cache ends"); }
+
     XSampleServer& Server() const { return *m_server; }
     XLXComPtr<ILXConfigFactory> Cache() const { return m_cache.As<ILXConfigFactory>(); }
-    XLXComPtr<ILXConfigFactory> Direct() const { return m_server->ConfigFactory(); }
+    XLXComPtr<ILXType> Type(XLXTextView name) const {
+        XLXComPtr<ILXType> type;
+        Cache()->GetType(XLXComBSTR(name).Get(), nullptr, type.Put());
+        return type;
+    }
+
     /// Requires that cache and server give the same answer.
-    void Compare(const Question& question) const;
+    void Compare(const XInquiry& inquiry) const {
+        const std::string difference = LXDifference(*Cache().Get(), *m_server->ConfigFactory().Get(), inquiry);
+        LXRequire(difference.empty(), difference);
+    }
 
 private:
-    const std::shared_ptr<XSampleServer> m_server;
-    XLXComPtr<ILXConfigFactoryCache> m_cache;
-};
+    static const XServerModel& Model() {
+        static const XServerModel model = LXLifeModel();
+        return model;
+    }
 
-/// Notifications of every form, to the manager and directly to cached objects. True: one of a known kind.
-bool FuzzDataId(XBytes bytes);
-/// Whole operations of a client and edits of the server. True: at least one answer was compared.
-bool FuzzOperations(XBytes bytes);
+    const std::shared_ptr<XSampleServer> m_server = XSampleServer::Create(Model());
+    const XLXComPtr<ILXConfigFactoryCache> m_cache{new XLXConfigFactoryCacheManager};
+};
 
 #endif

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Measures which lines of the decoder of transfer arrays the committed corpus covers, and fails below 95 percent.
+# Measures how many lines of the transfer array decoder the committed corpus covers. Fails below 95 percent.
 #   fuzz/coverage.sh            the table, file by file
 #   fuzz/coverage.sh --missed   also the lines that are not covered
 set -euo pipefail

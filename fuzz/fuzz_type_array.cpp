@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: MIT
 #include "fuzztargets.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FuzzTypeArray({data, size});
-    return 0;
-}
+LX_FUZZ_TARGET(FuzzTypeArray)

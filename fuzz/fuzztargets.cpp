@@ -1,22 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "fuzztargets.h"
 #include "XCFCDataTransfer.h"
+#include "XModuleCount.h"
 #include "XTransferWriters.h"
-
-#include <cstdio>
-#include <cstdlib>
-#include <string_view>
 
 using namespace XLXCFCDataTransfer;
 
 namespace {
-void Require(bool holds, const char* what) {
-    if (!holds) {
-        std::fprintf(stderr, "does not hold: %s\n", what);
-        std::abort();
-    }
-}
-
 std::vector<VARTYPE> TypesOf(const XLXSafeArray& array) {
     std::vector<VARTYPE> types;
     if (array && array.Get()->cDims == 1 && (array.Get()->fFeatures & FADF_VARIANT) != 0) {
@@ -34,9 +24,9 @@ template <class F> bool Takes(F&& read) {
         read();
         return true;
     } catch (const XLXException& error) {
-        Require(error.Code() == E_INVALIDARG || error.Code() == E_POINTER, "only bad arguments are refused");
-        Require(!error.Message().empty(), "a refusal says why");
-        Require(error.Location().scope == std::string_view("XLXCFCDataTransfer"), "a refusal says where");
+        LXRequire(error.Code() == E_INVALIDARG || error.Code() == E_POINTER, "only bad arguments are refused");
+        LXRequire(!error.Message().empty(), "a refusal says why");
+        LXRequire(error.Location().scope == std::string_view("XLXCFCDataTransfer"), "a refusal says where");
         return false;
     }
 }
@@ -54,20 +44,21 @@ void ReadLists(XILXTypeComp components) {
 
 /// Runs the body with the decoded array and its element types. All decoded objects must be released afterwards.
 template <class F> bool WithArray(XBytes bytes, F&& body) {
+    const long before = XModuleCount::LiveObjects();
     const bool taken = Takes([&] {
         XLXSafeArray array = DecodeArray(bytes);
         const std::vector<VARTYPE> types = TypesOf(array);
         body(std::move(array), types);
     });
-    Require(LXLiveFuzzObjects() == 0, "nothing is left alive");
+    LXRequire(XModuleCount::LiveObjects() == before, "nothing is left alive");
     return taken;
 }
 
 /// Requires that an accepted array is written again with the same element types, except for elements after its content.
 void RequirePrefix(const XLXSafeArray& written, const std::vector<VARTYPE>& read) {
     const std::vector<VARTYPE> types = TypesOf(written);
-    Require(types.size() <= read.size() && std::equal(types.begin(), types.end(), read.begin()),
-            "what was read is written as it stood");
+    LXRequire(types.size() <= read.size() && std::equal(types.begin(), types.end(), read.begin()),
+              "what was read is written as it stood");
 }
 } // namespace
 
@@ -75,9 +66,9 @@ bool FuzzTypeArray(XBytes bytes) {
     return WithArray(bytes, [](XLXSafeArray array, const std::vector<VARTYPE>& read) {
         XLXSafeArray written = GetArrayFromMap(GetMapFromArray(std::move(array)));
         const std::vector<VARTYPE> types = TypesOf(written);
-        Require(types.size() <= read.size(), "nothing is read twice"); // entries with the same key become one
+        LXRequire(types.size() <= read.size(), "nothing is read twice"); // entries with the same key become one
         XILXTypeMap again;
-        Require(Takes([&] { again = GetMapFromArray(std::move(written)); }), "what is written can be read");
+        LXRequire(Takes([&] { again = GetMapFromArray(std::move(written)); }), "what is written can be read");
         for (auto& [index, record] : again.records) {
             ReadLists(std::move(record.components));
         }
@@ -88,7 +79,7 @@ bool FuzzTypeArray(XBytes bytes) {
 bool FuzzAttributeList(XBytes bytes) {
     return WithArray(bytes, [](XLXSafeArray array, const std::vector<VARTYPE>& read) {
         const XLXSafeArray written = GetArrayFromAttributeList(ReadAttributeList(std::move(array)));
-        Require(TypesOf(written) == read, "an attribute list is written as it was read");
+        LXRequire(TypesOf(written) == read, "an attribute list is written as it was read");
     });
 }
 

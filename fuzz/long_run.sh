@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Fuzzes with every target, two at a time, and prints the results.
+# Runs every fuzz target, two at a time, and prints the results.
 #   fuzz/long_run.sh SECONDS    SECONDS for all targets together
-# Builds the targets, collects new inputs in build/fuzz-corpus/TARGET and findings in build/fuzz-findings/, and
-# writes the figures to build/fuzz-figures.json. Fails if there is a finding.
+# Builds the targets. New inputs go to build/fuzz-corpus/TARGET, findings to build/fuzz-findings/, and the figures to
+# build/fuzz-figures.json. Fails if there is a finding.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
 
@@ -29,7 +29,7 @@ mkdir -p "$findings"
     exit 1
 }
 
-# run TARGET: fuzzes until its time is over, continuing after findings.
+# run TARGET: fuzzes until its time is up, and restarts after each finding.
 run() {
     local target=$1 end=$((SECONDS + each)) log=$findings/$1.log
     mkdir -p "build/fuzz-corpus/$target"

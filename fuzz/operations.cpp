@@ -2,22 +2,25 @@
 //
 // Sequences of operations: queries of a client and edits of the server. After each one, the cache must answer like the
 // server.
+#include "XEditChoice.h"
 #include "XModuleCount.h"
 #include "cachetargets.h"
 
-#include <stdexcept>
-
 namespace {
 constexpr int MostOperations = 24;
-constexpr const char* BaseTypes[] = {"", "Item", "Equipment", "Document"};
-constexpr int AttributeMembers[] = {
-    XProperty::Label, XProperty::ShowInBrowser, XProperty::AttributeGroup, XProperty::Origin, 5, 59};
+constexpr const char* Types[] = {"Item", "Equipment", "Pump", "Document", "Missing"};
 
-/// An object that a client keeps, with the query that found it.
-struct Held {
-    XLXComPtr<ILXType> type;
-    const char* name = "";
-};
+/// The kinds of random edits, without removals of what the cache keeps.
+std::vector<LXRandom::XKind> Kinds() {
+    std::vector<LXRandom::XKind> kinds = LXRandom::KindsOfTypes();
+    const auto others = LXRandom::KindsOfOthers();
+    kinds.insert(kinds.end(), others.begin(), others.end());
+    std::erase_if(kinds, [](const auto& kind) {
+        constexpr std::string_view Kept[] = {"remove type", "add browser id", "remove browser id"};
+        return std::find(std::begin(Kept), std::end(Kept), kind.name) != std::end(Kept);
+    });
+    return kinds;
+}
 
 class Run {
 public:
@@ -29,180 +32,95 @@ public:
             One();
         }
         // In the end both must agree about everything that may have changed.
-        Compare({Question::ShownAttributes, "Pump", "Name", 1, 0});
-        Compare({Question::Groups, "Item", "", 0, 0});
+        Compare({XTopic::ShownAttributes, OLESTR("Pump"), {}, 1});
+        Compare({XTopic::Groups, OLESTR("Item")});
         return m_compared > 2;
     }
 
 private:
     void One() {
         switch (m_decisions.Of(10)) {
-        case 0: Edit(XNotify::Here); break;
-        case 1: Edit(XNotify::Here); break;
+        case 0:
+        case 1: Edit(); break;
         case 2: EditInsideTheNextQuestion(); break;
-        case 3: Notify(); break;
-        case 4: NotifyHeld(); break;
+        case 3:
+        case 4: Notify(); break;
         case 5: Hold(); break;
         case 6: StartAgain(); break;
-        default: Compare(Question::From(m_decisions)); break;
+        default: Compare(Choose()); break;
         }
     }
 
-    void Compare(const Question& question) {
-        m_cache.Compare(question);
+    XInquiry Choose() {
+        const auto all = LXEveryInquiry(m_cache.Server().Model());
+        const auto high = static_cast<std::size_t>(m_decisions.Byte()) << 8;
+        return all[(high | m_decisions.Byte()) % all.size()];
+    }
+
+    void Compare(const XInquiry& inquiry) {
+        m_cache.Compare(inquiry);
         ++m_compared;
     }
 
-    /// Makes an edit; one that the server refuses (a duplicate or unknown name) changes nothing.
-    void Edit(XNotify notify) {
-        try {
-            switch (m_decisions.Of(3)) {
-            case 0: EditComponents(notify); break;
-            case 1: EditTypes(notify); break;
-            default: EditOthers(notify); break;
-            }
-        } catch (const std::logic_error&) {}
-    }
-
-    void EditComponents(XNotify notify) {
-        XServerEdits edit = m_cache.Server().Edit();
-        const char* const type = m_decisions.OneOf(FuzzTypes);
-        const char* const name = m_decisions.OneOf(FuzzAttributes);
-        const int number = m_decisions.Of(6);
-        const std::string value = "v" + std::to_string(++m_lastValue);
-        switch (m_decisions.Of(14)) {
-        case 0: edit.AddAttribute(type, name, number, notify); break;
-        case 1: edit.RemoveAttribute(type, name, notify); break;
-        case 2: edit.SetAttributeProperty(type, name, XProperty::Label, value, notify); break;
-        case 3: edit.SetAttributeProperty(type, name, m_decisions.OneOf(AttributeMembers), number, notify); break;
-        case 4: edit.AddAttributeType(type, name, "Feet", notify); break;
-        case 5: edit.AddGroup(type, number, 1, number / 2, notify); break;
-        case 6: edit.RemoveGroup(type, number, notify); break;
-        case 7: edit.SetGroupProperty(type, number, XProperty::GroupLabel, value, notify); break;
-        case 8: edit.AddPage(type, number, notify); break;
-        case 9: edit.RemovePage(type, number, notify); break;
-        case 10: edit.SetPageProperty(type, number, XProperty::PageLabel, value, notify); break;
-        case 11: edit.AddEditor(type, "E.Added", number % 2 == 0 ? "Tree" : "List", true, true, notify); break;
-        case 12: edit.RemoveEditor(type, "E.Added", notify); break;
-        default: edit.SetEditorProperty(type, "E.Added", XProperty::MenuText, value, notify); break;
-        }
-    }
-
-    // Types are added and changed, but not removed, because the cache keeps removed types.
-    void EditTypes(XNotify notify) {
-        XServerEdits edit = m_cache.Server().Edit();
-        const char* const type = m_decisions.OneOf(FuzzTypes);
-        const std::string value = "v" + std::to_string(++m_lastValue);
-        switch (m_decisions.Of(6)) {
-        case 0: edit.AddType(type, m_decisions.OneOf(BaseTypes), notify); break;
-        case 1: edit.SetTypeProperty(type, XProperty::TypeLabel, value, notify); break;
-        case 2: edit.SetTypeProperty(type, XProperty::Searchable, m_decisions.Of(2) == 1, notify); break;
-        case 3: edit.SetTypeListed(type, m_decisions.Of(2) == 1, notify); break;
-        case 4: SetBase(edit, notify); break;
-        default: edit.AddAttribute(type, "Added1", 1, notify); break;
-        }
-    }
-
-    /// Sets another base for a type from which no possible base derives.
-    void SetBase(XServerEdits& edit, XNotify notify) {
-        constexpr const char* leaves[] = {"Pump", "Valve", "Sheet", "Folder", "Hidden"};
-        edit.SetTypeProperty(m_decisions.OneOf(leaves), XProperty::BaseTypeName, m_decisions.OneOf(BaseTypes), notify);
-    }
-
-    // Browser ids are changed, but not added, because the cache reads their set only once.
-    void EditOthers(XNotify notify) {
-        XServerEdits edit = m_cache.Server().Edit();
-        const char* const type = m_decisions.OneOf(FuzzTypes);
-        const char* const child = m_decisions.OneOf(FuzzTypes);
-        const int number = m_decisions.Of(4);
-        const std::string value = "v" + std::to_string(++m_lastValue);
-        switch (m_decisions.Of(14)) {
-        case 0: edit.AddRelation(type, child, "nodes", number, false, notify); break;
-        case 1: edit.RemoveRelation(type, child, "nodes", notify); break;
-        case 2: edit.SetRelationProperty(type, child, "nodes", XProperty::NameShort, value, notify); break;
-        case 3: edit.AddPCInfo(type, child, "nodes", "Tree", true, notify); break;
-        case 4: edit.SetPCInfoProperty(type, child, "nodes", "Tree", XProperty::PCInfoLabel, value, notify); break;
-        case 5: edit.SetBrowserIdProperty("List", 1, value, notify); break;
-        case 6: edit.SetBrowserIdProperty("Tree", 1, value, notify); break;
-        case 7: edit.AddGlobalSpec("Width", notify); break;
-        case 8: edit.SetGlobalSpecProperty("Length", 2, value, notify); break;
-        case 9: edit.AddGlobalSpecFormat("Length", number, notify); break;
-        case 10: edit.SetGlobalSpecFormatProperty("Length", 1, 1, value, notify); break;
-        case 11: edit.AddAttributeFormat("Pump", "Head", number, notify); break;
-        case 12: edit.RemoveAttributeFormat("Pump", "Head", number, notify); break;
-        default: edit.SetAttributeFormatProperty("Pump", "Head", 1, 1, value, notify); break;
-        }
+    void Edit() {
+        static const std::vector<LXRandom::XKind> kinds = Kinds();
+        const auto& kind = m_decisions.OneOf(kinds);
+        LXRandom::XChoice choice(m_decisions.Byte() + 0x100U * ++m_edits); // other names for each edit
+        LXRandom::Edit edit;
+        XServerEdits edits = m_cache.Server().Edit();
+        edits.Change([&](XServerModel& model) { edit = kind.choose(model, choice); });
+        if (edit) { edit(edits, XNotify::Here); }
     }
 
     /// Edits the server while it answers. The answer may lack the change, so it is not compared; later queries must see
     /// the change.
     void EditInsideTheNextQuestion() {
-        const Question question = Question::From(m_decisions);
+        const XInquiry inquiry = Choose();
         bool pending = true;
         int calls = m_decisions.Of(4);
         m_cache.Server().Calls().SetHook([&](const XServerCall& call) {
             if (call.point == XCallPoint::Answer && pending && calls-- == 0) {
                 pending = false;
-                Edit(XNotify::Here);
+                Edit();
             }
         });
-        (void)LXAnswer(*m_cache.Cache().Get(), question);
+        (void)LXAnswer(*m_cache.Cache().Get(), inquiry);
         m_cache.Server().Calls().SetHook({});
-        Compare(question);
+        Compare(inquiry);
     }
 
     std::string DataId() {
         constexpr const char* kinds[] = {"objects", "properties", "pc", "searchable", "other"};
         constexpr int modes[] = {-1, 0, 1, 2, 4, 8, 0x10, 0x20, 0x40, 0x80, 0x100, 0x200, 0x400, 0x800, 0x1000};
-        return std::string(m_decisions.OneOf(kinds)) + "/" + m_decisions.OneOf(FuzzTypes) + "/" +
+        return std::string(m_decisions.OneOf(kinds)) + "/" + m_decisions.OneOf(Types) + "/" +
                std::to_string(m_decisions.Of(3) - 1) + "/" + std::to_string(m_decisions.OneOf(modes));
     }
 
     void Notify() { m_cache.Server().SendNotification(DataId()); }
 
-    /// Sends a notification directly to a held type.
-    void NotifyHeld() {
-        if (m_held.type) {
-            const XLXComBSTR id(LXFromUtf8(DataId()));
-            const XLXComBSTR kind(OLESTR("cfc_specific"));
-            const HRESULT result =
-                m_held.type.As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), kind.Get(), 256, 7, 0, nullptr);
-            LXRequire(result == S_OK, "a type takes every notification");
-            CompareHeld();
-        }
-    }
-
+    /// A held type stays the same object.
     void Hold() {
-        m_held.name = m_decisions.OneOf(FuzzTypes);
-        m_cache.Cache()->GetType(XLXComBSTR(LXFromUtf8(m_held.name)).Get(), nullptr, m_held.type.Put());
-        CompareHeld();
-    }
-
-    /// A held type must still be the cached one and give current answers.
-    void CompareHeld() {
-        XLXComPtr<ILXType> again;
-        const XLXComBSTR name(LXFromUtf8(m_held.name));
-        m_cache.Cache()->GetType(name.Get(), nullptr, again.Put());
-        LXRequire(again.Get() == m_held.type.Get() || !m_held.type, "a held type stays the same object");
-        Compare({Question::TypeProperty, m_held.name, "", 0, XProperty::TypeLabel});
+        const XLXText name = LXFromUtf8(m_decisions.OneOf(Types));
+        const auto type = m_cache.Type(name);
+        LXRequire(m_held.try_emplace(name, type).first->second == type, "a held type stays the same object");
+        Compare({XTopic::TypeValues, name});
     }
 
     void StartAgain() {
         m_cache.Terminate();
-        if (m_held.type) // must still answer, with any result
-        {
+        for (const auto& [name, type] : m_held) { // they must still answer, with any result
             XLXComVariant value;
-            m_held.type->GetProperty(m_decisions.Of(30), value.Put());
-            m_held.type.Reset();
+            if (type) { type->GetProperty(m_decisions.Of(30), value.Put()); }
         }
+        m_held.clear();
         m_cache.Start(m_decisions.Of(16));
     }
 
     Decisions m_decisions;
     FuzzCache m_cache;
-    Held m_held;
+    std::map<XLXText, XLXComPtr<ILXType>> m_held;
     int m_compared = 0;
-    int m_lastValue = 0;
+    unsigned m_edits = 0;
 };
 } // namespace
 

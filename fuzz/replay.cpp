@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Replays the seeds of the fuzz targets as a test: targets must accept those named ok_ and refuse those named bad_.
-#include "cachetargets.h"
 #include "fuzztargets.h"
-#include "lxtestrunner.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +10,6 @@
 #include <iterator>
 
 namespace {
-const LXLiveCounter g_objects("objects of decoded arrays", [] { return LXLiveFuzzObjects(); });
-
 struct Target {
     const char* name;
     bool (*run)(XBytes);

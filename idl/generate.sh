@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# Makes the header and the identifier source from the interface definitions.
+# Generates the header and the identifier source from the interface definitions.
 # usage: idl/generate.sh [output folder]     (default: the folder of the definitions)
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)

@@ -4,7 +4,7 @@
 
     python3 models/make_plant.py > models/plant.json
 
-The same script always writes the same file. What the keys mean is told in docs/sample-server.md.
+The output is deterministic. docs/sample-server.md explains the keys.
 """
 import json
 import sys
@@ -13,11 +13,11 @@ sys.dont_write_bytecode = True
 from plant_types import BROWSERS, DOCUMENTS, PLAN, RELATIONS, PPR, TYPES, UNITS
 
 CASES = ["Rated", "Normal", "Minimum", "Maximum", "StartUp", "Shutdown", "Turndown"]
-COMPANY = 1  # origin of what the plant's owner added; the vendor's own is 0
+COMPANY = 1  # origin of what the plant's owner added; 0 is the vendor
 
 
 def words(name):
-    """"SuctionPressure" as "Suction pressure"."""
+    """The label of a name: "SuctionPressure" becomes "Suction pressure"."""
     out = ""
     for i, c in enumerate(name):
         if c.isupper() and i and not name[i - 1].isupper():
@@ -44,7 +44,7 @@ def number_attribute(name, group, case=None):
 
 
 def plain_attribute(spec, group):
-    """A text ("Name"), a yes or no ("Name?"), a date ("Name@"), a count ("Name#") or a choice ("Name=A|B")."""
+    """A text ("Name"), a boolean ("Name?"), a date ("Name@"), a count ("Name#") or a choice ("Name=A|B")."""
     name, _, values = spec.partition("=")
     kind = name[-1] if name[-1] in "?@#" else ""
     name = name.rstrip("?@#")
@@ -62,7 +62,7 @@ def plain_attribute(spec, group):
 
 
 def finish(a, position):
-    """What depends on the place in the type rather than on the attribute."""
+    """Adds the properties that depend on the attribute's position in its type, and removes those with defaults."""
     a["position"] = position
     if position % 3 == 0:
         a["finder"] = True
@@ -141,7 +141,7 @@ def global_specs():
 
 
 def plan_objects():
-    """The plan types: the set that counts, an old one, and below each type the types allowed under it."""
+    """The plan types: the current set, an obsolete one, and for each type the types that are allowed below it."""
     master = {"id": "planset-1", "type": "PlanTypeSet", "table": "lumbrixtypeset",
               "attributes": {"name": "Current", "master": 1}, "children": {"lumbrixtype": []}}
     old = {"id": "planset-0", "type": "PlanTypeSet", "table": "lumbrixtypeset",
@@ -161,7 +161,7 @@ def plan_objects():
 
 
 def plant_objects():
-    """A small plant: an area with two units, and in each what a unit has."""
+    """A small plant: an area with two units of equipment."""
     site = {"id": "site", "type": "Site", "attributes": {"Name": "Riverside works"}, "children": {"nodes": ["A10"]}}
     area = {"id": "A10", "type": "Area", "attributes": {"Name": "Area 10"}, "children": {"nodes": []}}
     out = [site, area]
@@ -184,7 +184,7 @@ def plant_objects():
 
 
 def write(value, depth=0):
-    """JSON with one element a line: arrays of objects are broken, everything else is not."""
+    """JSON with one element per line: only arrays of several objects are split into lines."""
     pad = " " * (depth + 1)
     if isinstance(value, dict) and any(isinstance(v, list) and v and isinstance(v[0], dict) and len(v) > 1
                                        for v in value.values()):

@@ -1,30 +1,33 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Makes of properties.json what the sources need: the constants for clients and servers, the names that the component
-converts, and the sample server's table. docs/make_reference.py makes the reference's tables of the same file.
+"""Generates the files that the sources need from properties.json: the constants for clients and servers, the names that
+the component converts, the sample server's table, and the words that the tools show. docs/make_reference.py generates
+the tables of the reference from the same file.
 
 usage: make_properties.py [--check]
 
-With --check it fails when one of the files is another.
+With --check it writes nothing and fails if a file is out of date.
 """
 import json
 import pathlib
 import re
 import sys
+import textwrap
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 HEADER = """/* SPDX-License-Identifier: MIT
  *
- * The properties of configuration objects by index, and the bits of masks, filters and modes, for C and C++: in both
- * LXP_UNIT, in C++ lx::Unit too. Made from models/properties.json by models/make_properties.py.
+ * The properties of configuration objects by index, and the bits of masks, filters and modes, for C and C++. A property
+ * is LXP_UNIT in both languages, and lx::Unit too in C++. models/make_properties.py generates this file from
+ * models/properties.json.
  *
- * The component itself reads those that are marked with a "*", so they mean the same in front of every server. What the
- * others mean is the server's affair; here it is what the shipped model and the sample server mean by them.
+ * The component itself reads the properties marked with "*", so they mean the same with every server. Each server
+ * defines the others; the comments give their meaning in the shipped model and the sample server.
  */
 #ifndef LXPROPERTIES_H
 #define LXPROPERTIES_H
 
-/* In C++ the bits have a type that a LONG takes without a cast. */
+/* In C++ the enumerations of bits have an underlying type that converts to LONG without a cast. */
 #ifdef __cplusplus
 #define LX_AS_INT : int
 #else
@@ -32,7 +35,8 @@ HEADER = """/* SPDX-License-Identifier: MIT
 #endif
 
 """
-INC_HEAD = "// SPDX-License-Identifier: MIT\n// Made from models/properties.json by models/make_properties.py.\n//\n"
+INC_HEAD = ("// SPDX-License-Identifier: MIT\n"
+            "// Generated from models/properties.json by models/make_properties.py.\n//\n")
 
 
 def c_name(constant):
@@ -42,7 +46,7 @@ def c_name(constant):
 
 
 def enumerators(rows):
-    """Rows of (what is set, comment), with a comma behind all but the last."""
+    """The lines for rows of (assignment, comment), with a comma after all but the last assignment."""
     texts = [text + "," for text, _ in rows[:-1]] + [rows[-1][0]]
     width = max(map(len, texts))
     return "".join(f"    {text.ljust(width)} /* {comment} */\n" for text, (_, comment) in zip(texts, rows))
@@ -56,7 +60,8 @@ def header(table):
         text += f"/* {kind['kind']} */\nenum {kind['enumeration']} {{\n{enumerators(rows)}}};\n\n"
     for bits in table["bits"]:
         rows = [(f"{v['constant']} = {v['value']}", v["meaning"]) for v in bits["values"]]
-        text += f"/* {bits['meaning']}. */\nenum {bits['enumeration']} LX_AS_INT {{\n{enumerators(rows)}}};\n\n"
+        comment = textwrap.fill(f"/* {bits['meaning']}. */", 120, subsequent_indent=" * ")
+        text += f"{comment}\nenum {bits['enumeration']} LX_AS_INT {{\n{enumerators(rows)}}};\n\n"
     text += "#undef LX_AS_INT\n\n#ifdef __cplusplus\nnamespace lx {\n"
     for kind in table["kinds"]:
         for p in kind["properties"]:
@@ -65,7 +70,7 @@ def header(table):
 
 
 def names(table):
-    """What the component converts: formats and specs have their names from attributes."""
+    """The names that the component converts. Kinds with the same "namesOf" share one set of names."""
     text = INC_HEAD + "// The property names that the server's objects know, by kind of configuration element.\n"
     text += "// LX_PROPERTY(kind, index, name)\n"
     kinds = {}
@@ -83,8 +88,8 @@ def literal(value):
 
 
 def sample_rows(table):
-    text = INC_HEAD + "// What the sample server's objects have: LX_KIND(kind, number of values), and below it\n"
-    text += "// LX_PROPERTY(index, key in a model file, name for Get, default), null where it has no such name.\n"
+    text = INC_HEAD + "// The properties of the sample server's objects: LX_KIND(kind, number of values), followed by\n"
+    text += "// LX_PROPERTY(index, key in a model file or null, name for Get or null, default) for each property.\n"
     quoted = lambda p, member: f'"{p[member]}"' if member in p else "nullptr"
     for kind in table["kinds"]:
         text += f"LX_KIND({kind['kind']}, {kind['values']})\n"
@@ -97,7 +102,7 @@ def sample_rows(table):
 
 
 def words(table):
-    text = INC_HEAD + "// What tools say instead of a number: LX_WORD(kind, index, number, text).\n"
+    text = INC_HEAD + "// The words that tools show instead of numbers: LX_WORD(kind, index, number, text).\n"
     for kind in table["kinds"]:
         for p in kind["properties"]:
             for number, word in p.get("words", {}).items():

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What make_plant.py makes the shipped model of: types, relations, plan types."""
+"""The data from which make_plant.py generates the shipped model: types, relations, plan types."""
 
 BROWSERS = {
     "ProjectTree": "Project structure",
@@ -9,7 +9,7 @@ BROWSERS = {
     "SearchList": "Search results",
 }
 
-# The unit of a quantity by how its name ends; the first match counts.
+# The unit of a quantity by the ending of its name; the first match applies.
 UNITS = [
     ("Pressure", "bar"), ("Temperature", "°C"), ("Flow", "m³/h"), ("Power", "kW"), ("Head", "m"), ("NPSH", "m"),
     ("Speed", "1/min"), ("Efficiency", "%"), ("Humidity", "%"), ("Opening", "%"), ("Volume", "m³"),
@@ -22,8 +22,8 @@ UNITS = [
 FLUID = ["Pressure", "Temperature", "Flow", "Density", "Viscosity"]
 ELECTRIC = ["Voltage", "Current", "Power", "Frequency", "Temperature"]
 
-# name: (base, options). "plain" are attributes by name and kind (see make_plant.plain_attribute), "quantities" are
-# given for each operating case.
+# name: (base, options). "plain" lists attributes with their kinds (see make_plant.plain_attribute). Each quantity in
+# "quantities" becomes one attribute per operating case.
 TYPES = {
     # ---- level 1
     "lumbcompbase": ("", {"label": "Component", "listed": False, "searchable": False, "plain": [
@@ -100,7 +100,7 @@ TYPES = {
         "MolecularWeightOfGas#"],
         "quantities": ["Flow", "SuctionPressure", "DischargePressure", "SuctionTemperature",
                        "DischargeTemperature", "Power", "Speed", "Efficiency", "Torque"]}),
-    # DesignCode is the base's already: Equipment's definition counts.
+    # Equipment, the base, defines DesignCode too, and its definition takes precedence.
     "Vessel": ("Equipment", {"plain": [
         "VesselContent", "DesignCode=PD5500|EN13445", "ShellDiameter", "ShellLength", "ShellThickness",
         "HeadThickness", "HeadType=Elliptical|Hemispherical|Torispherical|Flat", "ShellMaterial", "LiningMaterial",
@@ -269,7 +269,7 @@ RELATIONS = {
     },
 }
 
-# relation, parent, child; each has a reverse that is internal
+# relation, parent, child; make_plant.py adds the internal reverse relation of each
 PPR = [
     ("isDrivenBy", "Pump", "Motor"),
     ("isDrivenBy", "Compressor", "Motor"),

@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Writes the manifest of the component's side-by-side assembly, with all interfaces that the proxy module carries.
+"""Writes the manifest of the component's side-by-side assembly, with all interfaces of the proxy module.
 
 usage: make_manifest.py TEMPLATE VERSION ARCHITECTURE HEADER PROXIES MANIFEST
     HEADER    the header of the interfaces, for their ids
-    PROXIES   the generated source of the proxies, for the list of what it carries
+    PROXIES   the generated source of the proxies, which lists their interfaces
 """
 import pathlib
 import re
 import sys
 
-# The class of the proxies, as in the template.
+# The class id of the proxies, as in the template.
 PROXY_CLASS = "{0B28003D-73C2-400E-9E87-3EB46CC86F1D}"
 
 

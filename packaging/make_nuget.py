@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Writes the NuGet package for native projects, from the ZIP for Windows: headers, DLLs, definitions, build rules.
+"""Makes the NuGet package for native projects from the ZIP for Windows: headers, DLLs, definitions, build rules.
 
 usage: make_nuget.py ZIP TEMPLATES VERSION NUPKG
     TEMPLATES   the folder with the .nuspec, the .props and the .targets
 
-A NuGet package is a ZIP by the rules of the Open Packaging Conventions: a part [Content_Types].xml says of which kind
-each part is, _rels/.rels which part describes the package.
+A NuGet package is a ZIP that follows the Open Packaging Conventions: the part [Content_Types].xml gives each part's
+content type, and _rels/.rels names the part that describes the package.
 """
 import pathlib
 import sys
@@ -22,7 +22,7 @@ XML = '<?xml version="1.0" encoding="utf-8"?>\n'
 
 
 def place_of(name):
-    """Where a file of the ZIP stands in the package; None for one that is left out."""
+    """The path in the package of a file in the ZIP; None if the package does not contain it."""
     folder, _, file = name.rpartition("/")
     if folder == "bin" and file in ASSEMBLY:
         return f"runtimes/win-x64/native/{file}"
@@ -71,7 +71,7 @@ def main():
     parts["_rels/.rels"] = relations().encode()
     parts = {"[Content_Types].xml": content_types([*parts]).encode(), **dict(sorted(parts.items()))}
     with zipfile.ZipFile(output, "w", zipfile.ZIP_DEFLATED) as archive:
-        for name, content in parts.items(): # the same parts make the same package
+        for name, content in parts.items(): # sorted and without time stamps: the same parts give the same package
             archive.writestr(zipfile.ZipInfo(name), content, zipfile.ZIP_DEFLATED)
 
 

@@ -1,15 +1,15 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Writes the bill of materials of the Windows package (CycloneDX 1.5, JSON): its binaries, with their sums, and what is
-linked into each of them, with versions and licences.
+"""Writes the bill of materials of the Windows package (CycloneDX 1.5, JSON): its binaries with their hashes, and the
+libraries linked into each binary, with versions and licences.
 
 usage: make_sbom.py VERSION GCC-VERSION BINARIES BUILD LICENCES OUTPUT
     BINARIES   the folder of the installed binaries
     BUILD      the build folder: linker maps in maps/, binaries with debug information in bin/, headers in headers/
-    LICENCES   a folder to put the libraries' licences into
+    LICENCES   the folder for the libraries' licences
 
-What is linked is read from the linker's maps, and from the debug information for libraries that are headers. An archive
-that is not known is an error, so that nothing gets into the package unnoticed.
+The linker's maps show the linked archives, the debug information shows the header-only libraries. An unknown archive is
+an error, so that no library gets into the package unnoticed.
 """
 import hashlib
 import json
@@ -20,7 +20,7 @@ import sys
 import uuid
 
 GCC_LICENCE = "GPL-3.0-or-later WITH GCC-exception-3.1"
-# name -> supplier, licence, where Debian puts the licence's text
+# name -> supplier, licence, the Debian package with the licence's text
 LIBRARIES = {
     "libstdc++": ("Free Software Foundation", GCC_LICENCE, "gcc-mingw-w64-base"),
     "libgcc": ("Free Software Foundation", GCC_LICENCE, "gcc-mingw-w64-base"),
@@ -29,7 +29,7 @@ LIBRARIES = {
     "nlohmann-json": ("Niels Lohmann", "MIT", "nlohmann-json3-dev"),
     "CLI11": ("University of Cincinnati", "BSD-3-Clause", "libcli11-dev"),
 }
-# Libraries that are headers: their folder, and the file with the version.
+# Header-only libraries: the folder, the file with the version, and the prefix of its macros.
 HEADERS = {"nlohmann-json": ("nlohmann", "nlohmann/detail/abi_macros.hpp", "NLOHMANN_JSON_VERSION"),
            "CLI11": ("CLI", "CLI/Version.hpp", "CLI11_VERSION")}
 OWN = {"name": "LXConfigFactoryCache", "supplier": {"name": "The LXConfigFactoryCache developers"},
@@ -43,7 +43,7 @@ def version_in(header, prefix):
 
 
 def library_of(path, gcc_version):
-    """The library that an archive or a start file belongs to, with its version; None for the project's own."""
+    """The library of an archive or start-up object, with its version; None for the project's own."""
     if not os.path.isabs(path):
         return None
     path = os.path.normpath(path)
@@ -55,7 +55,7 @@ def library_of(path, gcc_version):
     if folder.endswith("-mingw32/lib"):
         version = version_in(f"{folder}/../include/_mingw_mac.h", "__MINGW64_VERSION")
         return ("winpthreads" if "pthread" in file else "mingw-w64"), version
-    sys.exit(f"make_sbom.py: what is {path}, which is linked?")
+    sys.exit(f"make_sbom.py: an unknown library is linked: {path}")
 
 
 def linked_into(file, build, gcc_version):
@@ -106,7 +106,7 @@ def main():
     dependencies += [{"ref": name, "dependsOn": []} for name, _ in libraries]
     bill = {"bomFormat": "CycloneDX", "specVersion": "1.5", "version": 1, "metadata": {"component": product},
             "components": components, "dependencies": dependencies}
-    # The same for the same binaries.
+    # Derived from the content, so that the same binaries give the same number.
     bill["serialNumber"] = uuid.uuid5(uuid.NAMESPACE_OID, json.dumps(bill)).urn
     output.write_text(json.dumps(bill, indent=2) + "\n", encoding="utf-8")
 

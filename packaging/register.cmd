@@ -1,7 +1,7 @@
 @echo off
 rem SPDX-License-Identifier: MIT
-rem Registers the component, its proxies and the sample server, from where this script lies. Needs an administrator's
-rem rights. The other way: unregister.cmd
+rem Registers the component, its proxies and the sample server in the folder of this script. Run it as administrator.
+rem unregister.cmd undoes this.
 setlocal
 set failed=0
 for %%m in (LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS) do (

@@ -1,6 +1,6 @@
 @echo off
 rem SPDX-License-Identifier: MIT
-rem Ends what register.cmd did. Needs an administrator's rights.
+rem Unregisters what register.cmd registered. Run it as administrator.
 setlocal
 set failed=0
 for %%m in (LXConfigFactoryCache32 LXConfigFactoryCachePS LXCfgCacheCallback LXSampleServerPS) do (

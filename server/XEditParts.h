@@ -61,7 +61,7 @@ template <class T> void RemoveFrom(XModelList<T>& list, const T& element) {
     std::erase_if(list, [&element](const XModelRef<T>& other) { return &*other == &element; });
 }
 
-/// Sets a property that is not a key. To change a key, remove the element and add it anew.
+/// Sets a property that is not a key. To change a key, remove the element and add it again.
 template <class T> void SetBut(T& element, std::initializer_list<int> keys, int index, const XModelValue& value) {
     if (std::find(keys.begin(), keys.end(), index) != keys.end()) {
         Refuse("an element keeps the properties by which it is found");

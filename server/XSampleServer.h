@@ -10,7 +10,7 @@
 //
 // Ownership  The server owns its model; its objects keep alive what they need of it. The server holds a reference to
 //            each registered callback until it is unregistered or the server is destroyed. It holds no references to
-//            the objects that it handed out.
+//            the objects that it returns.
 // Threading  Thread-safe, including its objects, except that a query object is for one thread at a time. No lock is
 //            held while a client's callback or a test's hook is called.
 // Errors     Interface methods return HRESULTs; all others raise C++ exceptions.
@@ -40,13 +40,13 @@ struct XServerObjectCount {
 class XSampleServer {
 public:
     static std::shared_ptr<XSampleServer> Create(XServerModel model);
-    /// Releases the callbacks; no more notifications are sent. Objects that were handed out still work.
+    /// Releases the callbacks; no more notifications are sent. Objects that clients hold still work.
     ~XSampleServer();
     XSampleServer(const XSampleServer&) = delete;
     XSampleServer& operator=(const XSampleServer&) = delete;
 
-    // ---- services for clients. The config factory and the data update service are the same objects each time while
-    // somebody holds them; each query object is a new one.
+    // ---- services for clients. The config factory and the data update service are the same objects as long as they
+    // are referenced; each query object is a new one.
     XLXComPtr<ILXConfigFactory> ConfigFactory() const;
     XLXComPtr<ILX_Query> Query() const;
     XLXComPtr<ILXDataUpdate> DataUpdate() const;
@@ -74,7 +74,7 @@ public:
     /// Waits until the clients' threads have sent all notifications; raises std::runtime_error after the limit.
     void FlushNotifications(std::chrono::milliseconds limit = std::chrono::seconds(20));
     std::vector<XRegisteredClient> Clients() const;
-    /// For clients in other processes: calls each client that registers from now on on a thread of its own, so that a
+    /// For clients in other processes: each client that registers from now on is called on its own thread, so that a
     /// slow one does not delay the others. A sender waits at most that long for the answers, and not at all for a
     /// client that is busy or was slow the last time.
     void CallEachClientOnItsOwnThread(std::chrono::milliseconds wait);

@@ -9,7 +9,7 @@ namespace {
 LONG ModeOf(LONG includeAttributes) noexcept { return includeAttributes != 0 ? LXTM_ATTRIBUTES : 0; }
 } // namespace
 
-/// Returns the named types, or all types if there is no list of names.
+/// Returns the array of the named types, or of all types if there is no list of names.
 HRESULT XServerConfigFactory::GiveTypes(const std::optional<std::vector<XLXText>>& names, LONG withBases, LONG mode,
                                         SAFEARRAY** out) {
     *out = LXTypeArray(SharedCore(), names, withBases != 0, mode);

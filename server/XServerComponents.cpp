@@ -104,7 +104,7 @@ HRESULT XServerRelation::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) {
                     });
             });
             if (found.empty()) { return S_FALSE; }
-            found.back().CopyTo(ppPCInfo); // if two have the same browser, the later one counts
+            found.back().CopyTo(ppPCInfo); // if two have the same browser, the later one takes precedence
             return S_OK;
         },
         ppPCInfo);

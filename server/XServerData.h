@@ -7,8 +7,8 @@
 #include "XDataObjectRefusals.h"
 #include "XQueryRefusals.h"
 
-/// A data object; a relationship object also supports ILXRelation. Each element of the model has one object while
-/// somebody holds it, so that clients can compare objects.
+/// A data object; a relationship object also supports ILXRelation. Each element of the model has at most one object at
+/// a time, so that clients can compare objects.
 class XServerDataObject final : public XDataObjectRefusals<ILXRelation> {
 public:
     using Elements = std::vector<std::shared_ptr<XModelDataObject>>;
@@ -69,7 +69,7 @@ private:
     std::map<XLXText, XModelValue> m_criteria;
 };
 
-/// The notification service. Each server has one while somebody holds it.
+/// The notification service. Each server has at most one at a time.
 class XServerDataUpdate final : public XServerObject<ILXDataUpdate> {
 public:
     explicit XServerDataUpdate(XServerCorePtr core) noexcept : XServerObject(std::move(core)) {}

@@ -11,7 +11,7 @@
 template <class IEnumX, class IX>
 using XServerEnum = lx::EnumeratorOn<XServerObject<IEnumX>, IEnumX, IX, XLXComPtr<IX>>;
 
-/// Hands out an enumerator; S_FALSE and null if there is nothing to enumerate.
+/// Returns an enumerator; S_FALSE and null if there is nothing to enumerate.
 template <class IEnumX, class IX>
 HRESULT LXHandOut(const XServerCorePtr& core, std::vector<XLXComPtr<IX>> items, IEnumX** out) {
     if (items.empty()) { return S_FALSE; }

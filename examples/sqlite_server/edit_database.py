@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Runs a statement on the database that LX_SQLITE_DATABASE names, as any other program might.
+"""Runs an SQL statement on the database that LX_SQLITE_DATABASE names, from outside the server.
 
 usage: edit_database.py STATEMENT
 """

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Makes a database of the SQLite server and fills it from a model file of the sample server.
+"""Creates a database for the SQLite server from a model file of the sample server.
 
 usage: make_database.py MODEL.json DATABASE
 """
@@ -9,7 +9,7 @@ import pathlib
 import sqlite3
 import sys
 
-# Columns by the name of the property in model files, where the names differ.
+# For each kind: the property names of model files, and the columns for them.
 TYPES = {"name": "name", "base": "base", "label": "label", "description": "description", "table": "table_name",
          "icon": "icon", "searchable": "searchable", "listed": "listed"}
 GROUPS = {"number": "number", "page": "page", "parent": "parent", "label": "label"}
@@ -28,7 +28,7 @@ NAMED = {"name": "name", "id": "id", "label": "label"}
 
 
 def insert(database, table, element, columns, **keys):
-    """One row: the element's properties that have a column, and the keys of what it is a part of."""
+    """Inserts a row: the element's properties, and the keys of the element that it belongs to."""
     row = dict(keys, **{columns[name]: value for name, value in element.items() if name in columns})
     unknown = {name for name, value in element.items() if name not in columns and not isinstance(value, list)}
     if unknown:

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 #
-# Defines SQLite as the target lxsqlite if it is available. On Linux it is the system's package. For Windows it is built
+# Defines the target lxsqlite if SQLite is available. On Linux this is the system's package. For Windows SQLite is built
 # from the sources in an npm package of a fixed version, whose checksum is verified.
 set(LX_SQLITE_SOURCE "" CACHE PATH "Folder of sqlite3.c and sqlite3.h for Windows; empty: they are got with npm")
 set(lx_sqlite_package better-sqlite3)

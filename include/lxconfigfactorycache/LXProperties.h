@@ -1,15 +1,16 @@
 /* SPDX-License-Identifier: MIT
  *
- * The properties of configuration objects by index, and the bits of masks, filters and modes, for C and C++: in both
- * LXP_UNIT, in C++ lx::Unit too. Made from models/properties.json by models/make_properties.py.
+ * The properties of configuration objects by index, and the bits of masks, filters and modes, for C and C++. A property
+ * is LXP_UNIT in both languages, and lx::Unit too in C++. models/make_properties.py generates this file from
+ * models/properties.json.
  *
- * The component itself reads those that are marked with a "*", so they mean the same in front of every server. What the
- * others mean is the server's affair; here it is what the shipped model and the sample server mean by them.
+ * The component itself reads the properties marked with "*", so they mean the same with every server. Each server
+ * defines the others; the comments give their meaning in the shipped model and the sample server.
  */
 #ifndef LXPROPERTIES_H
 #define LXPROPERTIES_H
 
-/* In C++ the bits have a type that a LONG takes without a cast. */
+/* In C++ the enumerations of bits have an underlying type that converts to LONG without a cast. */
 #ifdef __cplusplus
 #define LX_AS_INT : int
 #else
@@ -19,50 +20,50 @@
 /* Attribute */
 enum LXAttributeProperty {
     LXP_ATTRIBUTE_NAME = 0,   /* * The name; attributes are found by it */
-    LXP_DATA_TYPE = 1,        /* What kind of value it has */
-    LXP_LABEL = 2,            /* What people see */
+    LXP_DATA_TYPE = 1,        /* The kind of its values */
+    LXP_LABEL = 2,            /* The text that users see */
     LXP_UNIT = 4,             /* The unit of its values */
-    LXP_DESCRIPTION = 5,      /* A longer text */
-    LXP_POSITION = 6,         /* The place in its group */
+    LXP_DESCRIPTION = 5,      /* A longer description */
+    LXP_POSITION = 6,         /* The position in its group */
     LXP_SHOW_IN_BROWSER = 7,  /* * Shown in browsers: display bit 4 */
     LXP_SHOW_IN_EDITOR = 8,   /* * Shown in editors: display bit 1 */
     LXP_SHOW_IN_FINDER = 9,   /* * Shown in the finder, unless property 32 is set: display bit 2 */
-    LXP_LENGTH = 10,          /* The longest text */
-    LXP_MINIMUM = 13,         /* The smallest value */
-    LXP_MAXIMUM = 14,         /* The greatest value */
+    LXP_LENGTH = 10,          /* The maximum length of a text */
+    LXP_MINIMUM = 13,         /* The minimum value */
+    LXP_MAXIMUM = 14,         /* The maximum value */
     LXP_ATTRIBUTE_GROUP = 17, /* * The number of its group; 0 for none */
     LXP_IN_AV_SET = 19,       /* * In the AV set: display bit 32 */
     LXP_PRINTABLE = 28,       /* * Printed: display bit 8 */
-    LXP_NOT_IN_FINDER = 32,   /* * Kept out of the finder */
+    LXP_NOT_IN_FINDER = 32,   /* * Not shown in the finder */
     LXP_FOLDERNAME = 36,      /* The folder */
-    LXP_DEFAULT_VALUE = 37,   /* The value of a new object */
+    LXP_DEFAULT_VALUE = 37,   /* The value in a new object */
     LXP_ORIGIN = 46           /* * Who defined it; 0 is the vendor: display bit 16 */
 };
 
 /* Format */
 enum LXFormatProperty {
     LXP_FORMAT_NAME = 0,    /* The name */
-    LXP_FORMAT_TYPE = 1,    /* The format type that it was asked for by */
-    LXP_FORMAT_PATTERN = 2, /* How a value is written */
-    LXP_FORMAT_WIDTH = 10   /* How many characters it takes */
+    LXP_FORMAT_TYPE = 1,    /* The format type by which it is requested */
+    LXP_FORMAT_PATTERN = 2, /* The pattern in which a value is written */
+    LXP_FORMAT_WIDTH = 10   /* The width in characters */
 };
 
 /* GlobalSpec */
 enum LXGlobalSpecProperty {
     LXP_SPEC_ID = 0,   /* * The property id; specs are removed by it */
-    LXP_SPEC_LABEL = 2 /* What people see */
+    LXP_SPEC_LABEL = 2 /* The text that users see */
 };
 
 /* AttributeType */
 enum LXAttributeTypeProperty {
-    LXP_ATTRIBUTE_TYPE_LABEL = 0, /* What people see */
+    LXP_ATTRIBUTE_TYPE_LABEL = 0, /* The text that users see */
     LXP_ATTRIBUTE_TYPE_NAME = 3   /* * The name; attribute types are found by it */
 };
 
 /* BrowserId */
 enum LXBrowserIdProperty {
-    LXP_BROWSER_ID_NAME = 0, /* * The id; browsers are found by it, whatever the case */
-    LXP_BROWSER_ID_LABEL = 1 /* What people see */
+    LXP_BROWSER_ID_NAME = 0, /* * The id; browsers are found by it, ignoring case */
+    LXP_BROWSER_ID_LABEL = 1 /* The text that users see */
 };
 
 /* Editor */
@@ -71,20 +72,20 @@ enum LXEditorProperty {
     LXP_DEFAULT_EDITOR = 1,     /* * The default editor of its browser */
     LXP_DEFAULT_NEW_EDITOR = 2, /* * The default editor of its browser for new objects */
     LXP_PROG_ID = 3,            /* * The ProgId; editors are found by it */
-    LXP_MENU_TEXT = 4           /* What a menu shows */
+    LXP_MENU_TEXT = 4           /* The text of its menu item */
 };
 
 /* Group */
 enum LXGroupProperty {
-    LXP_GROUP_LABEL = 0,  /* What people see */
+    LXP_GROUP_LABEL = 0,  /* The text that users see */
     LXP_GROUP_NUMBER = 2, /* * The number; groups are found by it */
     LXP_GROUP_PAGE = 5,   /* * The number of its page */
-    LXP_PARENT_GROUP = 15 /* * The number of the group that it lies in; 0 for none */
+    LXP_PARENT_GROUP = 15 /* * The number of its parent group; 0 for none */
 };
 
 /* Page */
 enum LXPageProperty {
-    LXP_PAGE_LABEL = 0, /* What people see */
+    LXP_PAGE_LABEL = 0, /* The text that users see */
     LXP_PAGE_NUMBER = 6 /* * The number; pages are found by it */
 };
 
@@ -95,29 +96,29 @@ enum LXRelationProperty {
     LXP_SYSTEM_INTERNAL = 14,   /* * Internal to the system: filter bit 16 */
     LXP_PARENT_NAME = 19,       /* * The parent's type */
     LXP_PPR_RELATION_TYPE = 20, /* * The kind of PPR relation; 0 for none: filter bits 4 and 8 */
-    LXP_NAME_SHORT = 21         /* * The short name that a plan type gave it */
+    LXP_NAME_SHORT = 21         /* * The short name from its plan type */
 };
 
 /* PCInfo */
 enum LXPCInfoProperty {
-    LXP_PC_INFO_LABEL = 0,   /* What people see */
+    LXP_PC_INFO_LABEL = 0,   /* The text that users see */
     LXP_PC_INFO_BROWSER = 1, /* * The browser in which the relation is shown */
-    LXP_PC_INFO_NEW = 6      /* * Other than 0: for new objects; filter bit 1 */
+    LXP_PC_INFO_NEW = 6      /* * Other than 0 if it is for new objects; filter bit 1 */
 };
 
 /* Type */
 enum LXTypeProperty {
     LXP_TYPE_NAME = 0,        /* * The name; types are found by it */
-    LXP_TYPE_LABEL = 1,       /* What people see */
+    LXP_TYPE_LABEL = 1,       /* The text that users see */
     LXP_BASE_TYPE_NAME = 2,   /* * The name of the base type; empty for none */
-    LXP_TYPE_DESCRIPTION = 3, /* A longer text */
+    LXP_TYPE_DESCRIPTION = 3, /* A longer description */
     LXP_TYPE_TABLE = 4,       /* The table of its objects */
     LXP_TYPE_ICON = 5,        /* The icon */
     LXP_SEARCHABLE = 14,      /* * Whether its objects can be searched for */
-    LXP_BASE_TYPE = 27        /* * The base type as an object, which the cache has and a server need not */
+    LXP_BASE_TYPE = 27        /* * The base type as an object; the cache has it, a server need not */
 };
 
-/* What ILXType::GetDisplayAttributeEnum is asked for; 0 is all attributes. */
+/* The displays whose attributes ILXType::GetDisplayAttributeEnum returns; 0 for all attributes. */
 enum LXDisplay LX_AS_INT {
     LXD_EDITOR = 1,         /* shown in editors */
     LXD_FINDER = 2,         /* shown in the finder */
@@ -127,17 +128,17 @@ enum LXDisplay LX_AS_INT {
     LXD_INAVSET = 32        /* in the AV set */
 };
 
-/* Which relations an enumeration is to hold (ILXConfigFactoryCache::GetPCEnum2, GetPCEnumAll). */
+/* The relations that an enumeration contains (ILXConfigFactoryCache::GetPCEnum2, GetPCEnumAll). */
 enum LXPCFilter LX_AS_INT {
-    LXPCF_NONE = 0,             /* all of them */
-    LXPCF_NEWONLY = 1,          /* only those with a PC info, of the browser when one is given */
-    LXPCF_WITHPLANTYPES = 2,    /* those that plan types allow too */
+    LXPCF_NONE = 0,             /* all relations */
+    LXPCF_NEWONLY = 1,          /* only relations with a PC info; if a browser is given, with one for that browser */
+    LXPCF_WITHPLANTYPES = 2,    /* also the relations that plan types allow */
     LXPCF_PPRONLY = 4,          /* only PPR relations */
     LXPCF_NOPPR = 8,            /* no PPR relations */
-    LXPCF_NOSYSTEMINTERNAL = 16 /* none that are internal to the system */
+    LXPCF_NOSYSTEMINTERNAL = 16 /* no relations that are internal to the system */
 };
 
-/* What a server delivers in bulk: the data transfer mode. */
+/* The data transfer mode: the components that a server delivers in bulk. */
 enum LXTransferMode LX_AS_INT {
     LXTM_ATTRIBUTES = 1, /* attributes with their attribute types */
     LXTM_GROUPS = 2,     /* groups */
@@ -146,7 +147,8 @@ enum LXTransferMode LX_AS_INT {
     LXTM_UNSET = -1      /* not set */
 };
 
-/* What the update mode, the last field of a notification's data id, says changed. Bits may be combined; a mode below 1 says that anything may have changed. */
+/* The update mode, the last field of a notification's data id: the data that changed. Bits may be combined; a mode
+ * below 1 means that anything may have changed. */
 enum LXUpdateMode LX_AS_INT {
     LXUM_EVERYTHING = 1,          /* everything */
     LXUM_TYPES = 2,               /* types */

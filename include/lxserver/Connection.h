@@ -264,7 +264,7 @@ private:
 /// Creates a connection for a client.
 inline Ref<Connection> Connect(ServerPtr server) { return Make<Connection>(std::move(server)); }
 
-/// A data object that knows nothing but its type. A server with real data objects derives its own class from
+/// A data object that has nothing but a type. A server with real data objects derives its own class from
 /// DataObjectRefusals.
 class TypedDataObject final : public DataObjectRefusals<Object<ILX_BaseDataObject>> {
 public:

@@ -13,8 +13,8 @@
 // Ownership  Value semantics. Records are copy-on-write: copies share their values until one changes, so copying a
 //            model for a small edit is cheap.
 // Threading  As for standard containers: concurrent reads and copies are safe while no thread modifies the model.
-// Errors     std::out_of_range for an index outside the kind's range and for a key that At does not find, std::invalid_argument for a value of an
-//            unsupported type, std::bad_alloc.
+// Errors     std::out_of_range for an index outside the kind's range and for a key that At does not find,
+//            std::invalid_argument for a value of an unsupported type, std::bad_alloc.
 #ifndef LXSERVER_MODEL_H
 #define LXSERVER_MODEL_H
 
@@ -366,7 +366,7 @@ struct Model {
     GlobalSpecRecord& AddSpec(const Text& id) { return AddTo(specs, id, SpecId); }
 
     /// The type and its base types, nearest first. An unknown base ends the chain. Its length is limited to the number
-    /// of types, so that circular bases end too.
+    /// of types, in case the base types form a cycle.
     std::vector<const TypeRecord*> BaseChain(const Text& name) const {
         std::vector<const TypeRecord*> chain;
         for (auto type = types.find(name); type != types.end() && chain.size() < types.size();

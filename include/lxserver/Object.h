@@ -105,7 +105,7 @@ inline HRESULT Fail(HRESULT result, std::string_view text) noexcept {
         if (SUCCEEDED(CreateErrorInfo(creator.Put())) && SUCCEEDED(creator->SetDescription(FromUtf8(text).data()))) {
             SetErrorInfo(0, creator.As<IErrorInfo>().Get());
         }
-    } catch (...) {} // without memory for the text the result alone tells of the failure
+    } catch (...) {} // out of memory: the result is returned without a text
     return result;
 }
 

@@ -47,7 +47,7 @@ private:
     bool IsInUse() const;
 
     const std::shared_ptr<XSampleServer> m_server;
-    std::atomic<LONG> m_references{0}; // of clients; the host is a local variable of main's
+    std::atomic<LONG> m_references{0}; // by clients; they do not own the host, a local variable of main
     lx::LocalServer m_local;
 };
 

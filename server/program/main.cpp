@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// lxsampleserver: the sample server as a program of its own, for clients in other processes.
+// lxsampleserver: the sample server as a separate program, for clients in other processes.
 //
 //     lxsampleserver --register --model models/plant.json   lets COM start it on demand
 //     lxsampleserver --model models/plant.json              serves until ILXSampleServer::Stop is called
@@ -106,7 +106,7 @@ int Run(const Options& options) {
         } else if (options.unregisters) {
             Check(lx::UnregisterClassKeys(Registration(options)), "unregistering");
         } else if (options.registers) {
-            ModelOf(options); // an unreadable model fails here, where somebody sees it
+            ModelOf(options); // report an unreadable model now, not when COM starts the program
             Check(lx::RegisterClassKeys(Registration(options)), "registering");
         } else {
             Serve(options);

@@ -19,6 +19,7 @@ public:
     XLXComPtr(const XLXComPtr& other) noexcept : m_object(other.m_object) { AddRef(); }
     XLXComPtr(XLXComPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
     template <class U> XLXComPtr(const XLXComPtr<U>& other) noexcept : m_object(other.Get()) { AddRef(); }
+    template <class U> XLXComPtr(XLXComPtr<U>&& other) noexcept : m_object(other.Detach()) {}
     ~XLXComPtr() { Reset(); }
 
     XLXComPtr& operator=(XLXComPtr other) noexcept {

@@ -26,7 +26,7 @@ class XLiveObject {
 public:
     XLiveObject() noexcept { XModuleCount::s_liveObjects.fetch_add(1, std::memory_order_relaxed); }
     XLiveObject(const XLiveObject&) noexcept : XLiveObject() {}
-    XLiveObject& operator=(const XLiveObject&) noexcept { return *this; }
+    XLiveObject& operator=(const XLiveObject&) noexcept = default;
     ~XLiveObject() { XModuleCount::s_liveObjects.fetch_sub(1, std::memory_order_release); }
 };
 

@@ -5,12 +5,11 @@
 #ifndef LXCOMINTERFACEPROXY_H
 #define LXCOMINTERFACEPROXY_H
 
+#include "XClock.h"
 #include "XLXComPtr.h"
 #include "XLXError.h"
 #include "XLeafMutex.h"
 #include "XServerSource.h"
-
-#include <cstdint>
 
 namespace LXComInterfaceProxy {
 template <class I> class XLazyIProxy {
@@ -53,12 +52,12 @@ public:
         return m_link.held || m_link.source;
     }
 
-    /// Exchanges the server object and its source, unless the present ones came with a later record. The caller
+    /// Exchanges the server object and its source, unless the present ones came with a newer record. The caller
     /// releases the old ones with no lock held.
-    /// @param record  a number that orders the records
-    bool Swap(Link& link, std::uint64_t record) noexcept {
+    /// @param record  stamp of the answer that brought the record
+    bool Swap(Link& link, const XStamp& record) noexcept {
         const XLeafLock lock(m_mutex);
-        if (record < m_record) { return false; }
+        if (record.IsOlderThan(m_record)) { return false; }
         m_record = record;
         std::swap(m_link, link);
         return true;
@@ -76,8 +75,8 @@ private:
     }
 
     const char* m_scope;
-    mutable XLeafMutex m_mutex;                        // nothing foreign is called while it is held
-    std::uint64_t m_record LX_GUARDED_BY(m_mutex) = 0; // the latest record that brought a server object or a source
+    mutable XLeafMutex m_mutex;               // nothing foreign is called while it is held
+    XStamp m_record LX_GUARDED_BY(m_mutex){}; // of the newest record
     mutable Link m_link LX_GUARDED_BY(m_mutex);
 };
 } // namespace LXComInterfaceProxy

@@ -139,50 +139,45 @@ public:
         return value;
     }
 
-    /// Stores the values that a bulk answer delivered with a new object.
-    void AssignProperties(XVariantRow values, const XMoment& moment) {
-        Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
-    }
-
     /// Sets the refill that reads stale values together with those of other objects; null: none. Called before the
     /// object is handed out.
     void SetRefill(XRefillPtr refill) noexcept { m_refill = std::move(refill); }
     const XRefillPtr& Refill() const noexcept { return m_refill; }
 
-    /// Takes only the values of a bulk answer, unless the store has newer ones.
+    /// Takes only the values of a bulk answer, unless the store has newer ones, or the object got another server object
+    /// since the moment: then the answer may be that of the former one.
     void RefillValues(XVariantRow values, const XMoment& moment, XRetired& retired) {
-        if (!values.empty()) {
-            retired.Take(self().AmendValues(values));
-            Assign(values, LXStampFrom(moment, Facts.values, m_store.Own(), m_direct));
-            retired.Take(std::move(values));
+        const XStamp stamp = LXStampFrom(moment, Facts.values, m_store.Own(), m_direct);
+        if (!m_linked.IsNewerThan(moment)) { // read after the own count, which advances later
+            AmendAndAssign(values, stamp, retired);
         }
+        retired.Take(std::move(values));
     }
     bool AreValuesFresh() const { return m_store.IsFresh(Now()); }
 
-    /// Sets the source of the server object, for a new object without one.
-    void SetSource(XServerSourcePtr source) noexcept {
-        typename Proxy::Link link{{}, {}, std::move(source)};
-        m_server.Swap(link, 0);
-    }
-
-    /// Takes a record of a bulk answer. Its server object replaces the present one, and its values replace older ones.
+    /// Takes a record of an answer, unless a newer one was taken before. Its server object replaces the present one,
+    /// and its values replace older ones. A new object takes its first record in the same way, because an older answer
+    /// may still arrive.
     /// Everything loaded through a former server object becomes stale: the pointer is replaced first and the own counts
     /// are advanced afterwards, while readers note first and take the pointer afterwards. A server object that a source
     /// supplied, or is about to supply, counts as a former one.
     /// @param source  supplies the server object on first use, if the record has none
-    /// @return false: a later record was taken before, and nothing changed
-    bool TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XMoment& moment, XRetired& retired,
+    /// @return false: a newer record was taken before, and nothing changed
+    bool TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XRequestTime& requested, XRetired& retired,
                     XServerSourcePtr source = {}) {
         const IUnknown* const wanted = server.Get();
         typename Proxy::Link link{std::move(server), {}, std::move(source)};
-        const bool isTaken = m_server.Swap(link, moment.At(Facts.set));
+        const bool isTaken = m_server.Swap(link, requested.stamp);
         if (isTaken) {
-            if (link.held ? link.held.Get() != wanted : link.source != nullptr) { AdvanceAll(); }
-            RefillValues(std::move(values), moment, retired);
+            if (!link.held || link.held.Get() != wanted) {
+                m_linked.Raise(m_clock->DrawDirect());
+                AdvanceAll();
+            }
+            AmendAndAssign(values, LXStampFrom(requested.moment, Facts.values, m_store.Own(), m_direct), retired);
         }
+        retired.Take(std::move(values));
         retired.Take(std::move(link.held));
         retired.Take(XLXComPtr<IUnknown>(std::move(link.typed)));
-        retired.Take(std::move(values));
         return isTaken;
     }
 
@@ -266,7 +261,8 @@ protected:
     /// Releases the server object and accepts no other one. Makes nothing stale.
     void ReleaseServer() noexcept {
         typename Proxy::Link none;
-        m_server.Swap(none, ~std::uint64_t{0});
+        constexpr std::uint64_t last = ~std::uint64_t{0};
+        m_server.Swap(none, {last, last});
     }
     static constexpr const XCachedObjectFacts& TheFacts = Facts;
 
@@ -290,6 +286,11 @@ private:
         return value.Empty() ? S_FALSE : S_OK;
     }
 
+    void AmendAndAssign(XVariantRow& values, const XStamp& stamp, XRetired& retired) {
+        if (values.empty()) { return; }
+        retired.Take(self().AmendValues(values));
+        Assign(values, stamp);
+    }
     void Assign(XVariantRow& values, const XStamp& stamp) {
         m_store.Assign(values, stamp, [&](const XVariantRow& assigned) { self().OnAssigned(assigned, stamp); });
     }
@@ -302,6 +303,7 @@ private:
 
     const XClockPtr m_clock;
     XDirectNumber m_direct;
+    XDirectNumber m_linked; // drawn when a record brought the server object, before the own counts advance
     std::atomic<Place> m_place{Place::InMap};
     Proxy m_server;
     XRefillPtr m_refill; // constant once the object is handed out

@@ -13,7 +13,6 @@ struct XCachedObjectFacts {
     const char* proxyScope;  ///< scope in error locations of the server proxy
     EConfigElementKind kind; ///< the property names that Get and Set accept
     XAspect values;          ///< what makes the values stale
-    XAspect set;             ///< the set that the object is part of; orders the records that bring the object
     std::size_t slots = 0;   ///< value slots to allocate before the first values arrive
     bool readOnly = false;   ///< refuses Set and SetProperty
 
@@ -31,27 +30,27 @@ using Row = XCachedObjectFacts;
 
 // clang-format off
 inline constexpr Row Format{"XLXFormatCache", "lxformatcache", LX_PROXY_SCOPE(ILXFormat),
-    Kind::Attribute, FormatValues, FormatValues};
+    Kind::Attribute, FormatValues};
 inline constexpr Row Attribute{"XLXAttributeCache", "lxattributecache", LX_PROXY_SCOPE(ILXAttribute),
-    Kind::Attribute, AttributeValues, TypeAttributes};
+    Kind::Attribute, AttributeValues};
 inline constexpr Row AttributeType{"XLXAttributeTypeCache", "lxattributetypecache", LX_PROXY_SCOPE(ILXAttributeType),
-    Kind::AttributeType, AttributeTypeValues, AttributeTypes};
+    Kind::AttributeType, AttributeTypeValues};
 inline constexpr Row BrowserId{"XLXBrowserIdCache", "lxbrowseridcache", LX_PROXY_SCOPE(ILXBrowserId),
-    Kind::BrowserId, BrowserIdValues, BrowserIdValues, 0, true};
+    Kind::BrowserId, BrowserIdValues, 0, true};
 inline constexpr Row Editor{"XLXConfObjEditorCache", "lxconfobjeditorcache", LX_PROXY_SCOPE(ILXConfObjEditor),
-    Kind::Editor, EditorValues, TypeEditors};
+    Kind::Editor, EditorValues};
 inline constexpr Row Group{"XLXGroupCache", "lxgroupcache", LX_PROXY_SCOPE(ILXGroup),
-    Kind::Group, GroupValues, TypeGroups};
+    Kind::Group, GroupValues};
 inline constexpr Row Page{"XLXPageCache", "lxpagecache", LX_PROXY_SCOPE(ILXPage),
-    Kind::Page, PageValues, TypePages};
+    Kind::Page, PageValues};
 inline constexpr Row GlobalFormatSpec{"XLXGlobalAttributeFormatSpecCache", "LXGlobalAttributeFormatSpecCache",
-    LX_PROXY_SCOPE(ILXGlobalAttributeFormatSpec), Kind::Attribute, SpecValues, Specs};
+    LX_PROXY_SCOPE(ILXGlobalAttributeFormatSpec), Kind::Attribute, SpecValues};
 inline constexpr Row ParentChild{"XLXParentChildCache", "lxparentchildcache", LX_PROXY_SCOPE(ILXParentChild),
-    Kind::Relation, RelationValues, Relations};
+    Kind::Relation, RelationValues};
 inline constexpr Row PCInfo{"XLXPCInfoCache", "lxpcinfocache", LX_PROXY_SCOPE(ILXPCInfo),
-    Kind::PCInfo, PCInfoValues, PCInfos, 10};
+    Kind::PCInfo, PCInfoValues, 10};
 inline constexpr Row Type{"XLXTypeCache", "lxtypecache", LX_PROXY_SCOPE(ILXType),
-    Kind::Type, TypeValues, TypeMap};
+    Kind::Type, TypeValues};
 // clang-format on
 } // namespace XCachedFacts
 

@@ -52,7 +52,7 @@ private:
 
 XLXAttributeCache::XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock)
     : XLXFormatOwner(std::move(server), std::move(clock)),
-      m_attributeTypes(nullptr, XStamp{}, TimeOf(XAspect::AttributeTypes), true) {}
+      m_attributeTypes(nullptr, XStamp{}, TimeOf(XAspect::AttributeTypes)) {}
 
 HRESULT XLXAttributeCache::AddAttributeType(ILXAttributeType** ppAttributeType) {
     return LXPassOn(
@@ -119,23 +119,29 @@ XLXAttributeCache::TypeMapPtr XLXAttributeCache::LoadAttributeTypes() {
     const XMoment moment = Moment();
     std::exception_ptr failure;
     TypeMapPtr types = m_attributeTypes.Load(
-        TimeOf(XAspect::AttributeTypes), [&] { return FetchAttributeTypes(failure); },
+        TimeOf(XAspect::AttributeTypes),
+        [&](const XStamp& noted) {
+            return FetchAttributeTypes({noted, moment}, failure);
+        },
         [&](const TypeMap& loaded, const TypeMapPtr& former) { OnAttributeTypes(loaded, former.get(), moment); });
     LXRaiseKept(failure); // the types read before the failure are cached, so it is raised only once
     return types;
 }
 
 // The fetched types replace the present ones with the same key; the others stay.
-XLXAttributeCache::TypeMapPtr XLXAttributeCache::FetchAttributeTypes(std::exception_ptr& failure) {
-    TypeMap types = ReadAttributeTypes(failure);
+XLXAttributeCache::TypeMapPtr XLXAttributeCache::FetchAttributeTypes(const XRequestTime& requested,
+                                                                     std::exception_ptr& failure) {
+    TypeMap types = ReadAttributeTypes(requested, failure);
     if (const TypeMapPtr former = m_attributeTypes.Held()) { types.insert(former->begin(), former->end()); }
     return std::make_shared<const TypeMap>(std::move(types));
 }
 
 // If the server cannot enumerate the types, none are cached until the next notification.
-XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_ptr& failure) const {
+XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(const XRequestTime& requested,
+                                                                 std::exception_ptr& failure) const {
     const LXErrorLocation at = TheFacts.At("LoadAttributeTypes");
     TypeMap fresh;
+    XRetired retired;
     const auto server = Server();
     XLXComPtr<ILXAttributeTypeEnum> types;
     const HRESULT result = LXAsk("ILXAttribute::GetAttributeTypeEnum", types, LXNoResult::Nothing, {}, at,
@@ -144,8 +150,8 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(std::exception_
     LXKeepFailure(failure, [&] {
         LXForEachOf<AttributeTypeBatch, ILXAttributeType>(
             *types, "ILXAttributeTypeEnum::RemNext", at, [&](XLXComPtr<ILXAttributeType>&& element) {
-                const auto wrapper = LXCFCTOOLS::Make<XLXAttributeTypeCache>(std::move(element), Clock());
-                wrapper->SetRefill(Refill());
+                const auto wrapper = LXMakeOrRefresh<XLXAttributeTypeCache>(
+                    nullptr, XLXComPtr<IUnknown>(std::move(element)), {}, requested, Clock(), retired, Refill());
                 const auto name = wrapper->TryRead(int{MemberAttributeTypeName});
                 auto key = name ? XCFGStringKey::Of(*name) : std::nullopt;
                 if (key) // a nameless type could never be found
@@ -171,7 +177,7 @@ void XLXAttributeCache::OnAttributeTypes(const TypeMap& types, const TypeMap* fo
 }
 
 void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, XILXConfigData&& type,
-                                         const XMoment& moment, const std::function<XServerSourcePtr()>& source,
+                                         const XRequestTime& requested, const std::function<XServerSourcePtr()>& source,
                                          XRetired& retired) const {
     if (type.values.empty()) {
         if (type.object) {
@@ -184,7 +190,7 @@ void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, 
     {
         XServerSourcePtr own =
             type.object ? nullptr : std::make_shared<const AttributeTypeSource>(source(), XLXTextView(key->Text()));
-        LXEnterRecord(former.get(), to, std::move(*key), std::move(type.object), std::move(type.values), moment,
+        LXEnterRecord(former.get(), to, std::move(*key), std::move(type.object), std::move(type.values), requested,
                       Clock(), retired, Refill(), std::move(own));
     }
 }
@@ -210,7 +216,7 @@ void XLXAttributeCache::AssignAttributeTypes(std::vector<XILXConfigData> types, 
         const TypeMapPtr former = m_attributeTypes.Held();
         TypeMap map;
         for (XILXConfigData& type : types) {
-            AddAttributeType(former, map, std::move(type), moment, source, retired);
+            AddAttributeType(former, map, std::move(type), {stamp, moment}, source, retired);
         }
         fresh = std::make_shared<const TypeMap>(std::move(map));
     }

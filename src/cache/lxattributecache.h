@@ -76,11 +76,11 @@ private:
     void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
 
     TypeMapPtr LoadAttributeTypes();
-    TypeMapPtr FetchAttributeTypes(std::exception_ptr& failure);
-    TypeMap ReadAttributeTypes(std::exception_ptr& failure) const;
+    TypeMapPtr FetchAttributeTypes(const XRequestTime& requested, std::exception_ptr& failure);
+    TypeMap ReadAttributeTypes(const XRequestTime& requested, std::exception_ptr& failure) const;
     void OnAttributeTypes(const TypeMap& types, const TypeMap* former, const XMoment& moment) const;
     void AddAttributeType(const TypeMapPtr& former, TypeMap& to, XLXCFCDataTransfer::XILXConfigData&& type,
-                          const XMoment& moment, const std::function<XServerSourcePtr()>& source,
+                          const XRequestTime& requested, const std::function<XServerSourcePtr()>& source,
                           XRetired& retired) const;
 
     // Published together with the values, under the store's lock and with its stamp. Display enumerations read only

@@ -177,16 +177,13 @@ template <class Map> void LXReplaceMap(const Map* former, const Map& map) noexce
 /// @param source  supplies the server object on first use, if the record has none
 template <class Cached>
 XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> server, XVariantRow values,
-                                  const XMoment& moment, const XClockPtr& clock, XRetired& retired,
+                                  const XRequestTime& requested, const XClockPtr& clock, XRetired& retired,
                                   const XRefillPtr& refill = {}, XServerSourcePtr source = {}) {
-    if (known) {
-        known->TakeRecord(std::move(server), std::move(values), moment, retired, std::move(source));
-        return known;
+    if (!known) {
+        known = LXCFCTOOLS::Make<Cached>(nullptr, clock);
+        known->SetRefill(refill);
     }
-    known = LXCFCTOOLS::Make<Cached>(std::move(server), clock);
-    if (source) { known->SetSource(std::move(source)); }
-    known->SetRefill(refill);
-    known->AssignProperties(std::move(values), moment);
+    known->TakeRecord(std::move(server), std::move(values), requested, retired, std::move(source));
     return known;
 }
 
@@ -194,9 +191,9 @@ XLXComPtr<Cached> LXMakeOrRefresh(XLXComPtr<Cached> known, XLXComPtr<IUnknown> s
 /// object with this key, that object is refreshed and reused.
 template <class Map>
 void LXEnterRecord(const Map* former, Map& to, typename Map::key_type key, XLXComPtr<IUnknown> server,
-                   XVariantRow values, const XMoment& moment, const XClockPtr& clock, XRetired& retired,
+                   XVariantRow values, const XRequestTime& requested, const XClockPtr& clock, XRetired& retired,
                    const XRefillPtr& refill = {}, XServerSourcePtr source = {}) {
-    auto object = LXMakeOrRefresh(LXFind(former, key), std::move(server), std::move(values), moment, clock, retired,
+    auto object = LXMakeOrRefresh(LXFind(former, key), std::move(server), std::move(values), requested, clock, retired,
                                   refill, std::move(source));
     to.insert_or_assign(std::move(key), std::move(object));
 }

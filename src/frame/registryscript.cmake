@@ -6,9 +6,9 @@
 #     {
 #         Name = s 'default value'
 #         {
-#             val ValueName = s 'text'     before the keys of the block
-#             NoRemove Name                not removed by the unregistration
-#             ForceRemove Name             replaced and removed with all its subkeys
+#             val ValueName = s 'text'     a value; values precede the keys of the block
+#             NoRemove Name                a key that unregistration keeps
+#             ForceRemove Name             a key that is replaced and removed with all its subkeys
 #         }
 #     }
 function(lx_registry_rows script variable)
@@ -34,7 +34,7 @@ function(lx_registry_rows script variable)
       if(CMAKE_MATCH_4)
         set(text "OLESTR(\"${CMAKE_MATCH_5}\")")
       endif()
-      if(CMAKE_MATCH_2 STREQUAL "val") # of the key that the block belongs to
+      if(CMAKE_MATCH_2 STREQUAL "val") # a value of the key that the block belongs to
         set(name "${CMAKE_MATCH_3}")
         string(REGEX REPLACE "/$" "" key "${parent}")
       else()

@@ -20,7 +20,8 @@ Specs FetchSpecs(const XConnection& server, std::exception_ptr& failure) {
     if (result != S_OK) { return fresh; }
     LXKeepFailure(failure, [&] {
         LXForEachOf<SpecBatch, ILXGlobalAttributeFormatSpec>(
-            *listed, "ILXGlobalAttributeFormatSpecEnum::RemNext", at, [&](auto&& spec) {
+            *listed, "ILXGlobalAttributeFormatSpecEnum::RemNext", at,
+            [&](XLXComPtr<ILXGlobalAttributeFormatSpec>&& spec) {
                 fresh.push_back(LXCFCTOOLS::Make<XLXGlobalAttributeFormatSpecCache>(std::move(spec), server.clock));
             });
     });

@@ -9,9 +9,10 @@ XPCInfos::Value XPCInfos::Load() {
     if (!browserIds) { return nullptr; }
     return XRegistry::Load("InternalFillPCInfos", [&](const XConnection&) {
         XNameMap<XLXComPtr<XLXPCInfoCache>> infos;
+        XRetired retired;
         for (const auto& [key, browserId] : *browserIds) {
             const auto info = LXCFCTOOLS::Make<XLXPCInfoCache>(nullptr, XClockPtr());
-            info->AssignProperties(XLXTransientPCInfo::Values(key.Text(), m_areNew), XMoment::Timeless());
+            info->RefillValues(XLXTransientPCInfo::Values(key.Text(), m_areNew), XMoment::Timeless(), retired);
             infos.emplace(key, info);
         }
         return infos;

@@ -28,7 +28,7 @@ Objects ObjectsOf(const char* method, const OLECHAR* failureText, auto&& ask) {
         result = LXWithoutRaising([&] {
             return LXForEachOf<ObjectBatch, ILX_BaseDataObject>(
                 *found, "IEnumBaseDataObject::RemNext", At(),
-                [&](auto&& object) { objects.push_back(std::move(object)); });
+                [&](XLXComPtr<ILX_BaseDataObject>&& object) { objects.push_back(std::move(object)); });
         });
     }
     XLXError::RaiseIfFailed(result, failureText, At());

@@ -74,7 +74,7 @@ XTypeMap::Answer XTypeMap::Find(XLXTextView name) const {
 
 XTypeMap::Note XTypeMap::TakeNote(const XClockPtr& clock) const {
     const XMoment moment = clock->Copy();
-    return {{moment.At(XAspect::TypeMap), m_own.Now()}, clock, std::make_shared<const XMoment>(moment)};
+    return {{moment.At(XAspect::TypeMap)}, clock, std::make_shared<const XMoment>(moment)};
 }
 
 bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole) {
@@ -119,7 +119,7 @@ void XTypeMap::Refresh(XTypeRecords& records, const Note& noted, XRetired& retir
         XServerSourcePtr source =
             m_host && !record.config.object ? std::make_shared<const TypeSource>(m_host, record.name) : nullptr;
         if (type->TakeTypeRecord(std::move(record.config.object), std::move(source), std::move(record.config.values),
-                                 std::move(record.components), record.mode, noted.moment, retired)) {
+                                 std::move(record.components), record.mode, noted.stamp, noted.moment, retired)) {
             type->SetFlags(record.listed, record.searchable);
         } else {
             record.name.clear();
@@ -136,7 +136,6 @@ void XTypeMap::Apply(Known& known, XTypeRecords& records) {
             entry.type.Swap(record.made); // if two records have the same name, the last one counts
         }
         known.index.Set({slot->first.Text()}, entry.type.Get());
-        known.negative.erase(slot->first);
         entry.baseName = std::move(record.baseName);
     }
 }
@@ -180,7 +179,6 @@ void XTypeMap::Begin(const XClockPtr& clock, XTypeHostPtr host) {
     fresh.clock = clock;
     const XLeafLock entering(m_entering);
     m_host.swap(host);
-    m_own.Advance();
     const XCritProxy<Known> known(m_mapType);
     std::swap(*known, fresh);
     m_version.fetch_add(1);
@@ -193,7 +191,6 @@ void XTypeMap::End(const XClockPtr& clock) {
         const XLeafLock entering(m_entering);
         const XCritProxy<Known> known(m_mapType);
         if (!(known->clock == clock)) { return; }
-        m_own.Advance();
         std::swap(*known, dropped);
         m_host.swap(host);
         m_version.fetch_add(1);

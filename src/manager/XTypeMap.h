@@ -98,14 +98,13 @@ private:
     };
     /// Whether a stamp equals the one that would be noted now.
     bool IsNow(const XStamp& stamp, const Known& known) const noexcept {
-        return known.clock && stamp == XStamp{known.clock->Now(XAspect::TypeMap), m_own.Now()};
+        return known.clock && stamp == XStamp{known.clock->Now(XAspect::TypeMap)};
     }
     void Refresh(XTypeRecords& records, const Note& noted, XRetired& retired);
     static void Apply(Known& known, XTypeRecords& records);
     static void ForgetNegative(Known& known, std::size_t most);
 
     std::shared_ptr<const XTransferModeSupplier> m_mode;
-    XOwnCount m_own;
     XFillMutex m_fill;
     XFillCount m_fills;
     XLeafMutex m_entering{XLockLevel::TypeEntry}; // one answer enters at a time

@@ -188,7 +188,7 @@ XRefillPtr XLXConfigFactoryCacheManager::MakeRelationsRefill(const XClockPtr& cl
 // The caches accept answers of the new connection before anybody can ask through it. In server mode the locks of the
 // process are turned off once the arguments are accepted.
 XConnectionPtr XLXConfigFactoryCacheManager::Begin(const InitArguments& arguments) {
-    const auto connection = std::make_shared<XConnection>(arguments.factory, arguments.query);
+    auto connection = std::make_shared<XConnection>(arguments.factory, arguments.query);
     const auto begin = [&](auto&... caches) { (caches.Begin(connection->clock), ...); };
     m_types.Begin(connection->clock, MakeTypeHost(connection->clock));
     begin(m_browsers, m_pcInfos, m_pcInfosNew, m_globalSpecs, m_planTypes);

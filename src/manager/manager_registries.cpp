@@ -9,13 +9,11 @@ HRESULT XLXConfigFactoryCacheManager::GetBrowserIdEnum(ILXBrowserIdEnum** ppEnum
 }
 
 HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) {
-    LXCheckOut(ppEnum, OLESTR("ppEnum"), LXManagerAt("InternalGetPCInfoEnum"));
     return LXHandOutAll<ILXPCInfo>(PCInfos(newRelations).Load(), ppEnum);
 }
 
 HRESULT XLXConfigFactoryCacheManager::InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo,
                                                         bool newRelations) {
-    LXCheckOut(ppPCInfo, OLESTR("ppPCInfo"), LXManagerAt("InternalGetPCInfo"));
     return LXHandOut(LXFind(PCInfos(newRelations).Load().get(), browserId), ppPCInfo);
 }
 

@@ -10,7 +10,7 @@ constexpr ULONG PCInfoBatch = 31;
 
 XLXParentChildCache::XLXParentChildCache(XLXComPtr<IUnknown> server, XClockPtr clock)
     : XLXConfigObjectCache(std::move(server), std::move(clock)),
-      m_pcInfos(nullptr, XStamp{}, TimeOf(XAspect::PCInfos), true) {}
+      m_pcInfos(nullptr, XStamp{}, TimeOf(XAspect::PCInfos)) {}
 
 HRESULT XLXParentChildCache::GetPCInfoEnum(ILXPCInfoEnum** ppEnum) {
     return LXAnswer(TheFacts.At("GetPCInfoEnum", 368), OLESTR("ppEnum"), ppEnum,
@@ -44,10 +44,10 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos() {
     XMoment moment;
     const PCInfoMapPtr infos = m_pcInfos.Load(
         TimeOf(XAspect::PCInfos),
-        [&] {
+        [&](const XStamp& noted) {
             moment = Moment();
             auto fresh = std::make_shared<PCInfoMap>();
-            LXKeepFailure(failure, [&] { FetchPCInfos(*fresh, moment); });
+            LXKeepFailure(failure, [&] { FetchPCInfos(*fresh, {noted, moment}); });
             return fresh;
         },
         // New PC infos missed a direct notification to the relation that arrived after the moment; comparing the
@@ -64,7 +64,7 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos() {
 }
 
 // A known PC info is refreshed in place, because clients may hold it.
-void XLXParentChildCache::FetchPCInfos(PCInfoMap& fresh, const XMoment& moment) const {
+void XLXParentChildCache::FetchPCInfos(PCInfoMap& fresh, const XRequestTime& requested) const {
     const LXErrorLocation at = TheFacts.At("LoadPCInfos");
     const PCInfoMapPtr former = m_pcInfos.Held();
     XRetired retired;
@@ -81,7 +81,7 @@ void XLXParentChildCache::FetchPCInfos(PCInfoMap& fresh, const XMoment& moment) 
         auto key = read == S_OK ? XCFGStringKey::Of(values[MemberPCInfoBrowser]) : std::nullopt;
         if (key) // a PC info without a browser could never be found
         {
-            LXEnterRecord(former.get(), fresh, std::move(*key), std::move(info), std::move(values), moment, Clock(),
+            LXEnterRecord(former.get(), fresh, std::move(*key), std::move(info), std::move(values), requested, Clock(),
                           retired);
         }
     });

@@ -47,7 +47,7 @@ private:
     /// The PC infos, loaded unless they are fresh; empty if the thread is already loading them. If the server cannot
     /// list them, the relation has none until the next notification.
     PCInfoMapPtr LoadPCInfos();
-    void FetchPCInfos(PCInfoMap& fresh, const XMoment& moment) const;
+    void FetchPCInfos(PCInfoMap& fresh, const XRequestTime& requested) const;
 
     XLoaded<PCInfoMap> m_pcInfos;
 };

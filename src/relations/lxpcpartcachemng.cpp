@@ -39,10 +39,10 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Load() {
     MapPtr replaced;
     MapPtr map = m_relations.Load(
         {m_clock, XAspect::Relations},
-        [&] {
+        [&](const XStamp& noted) {
             refreshed = m_relations.Held();
             auto fresh = std::make_shared<Map>();
-            LXKeepFailure(failure, [&] { LoadAllPCRelation(*factory, refreshed.get(), *fresh); });
+            LXKeepFailure(failure, [&] { LoadAllPCRelation(*factory, noted, refreshed.get(), *fresh); });
             if (failure) {
                 *fresh = refreshed ? *refreshed : Map();
                 fresh->answers = false;
@@ -73,11 +73,12 @@ std::vector<XILXPCData> XLXPCPartCacheMng::AskForRelations(ILXConfigFactory& fac
     return result == S_OK ? XLXCFCDataTransfer::GetVecFromArray(std::move(array)) : std::vector<XILXPCData>();
 }
 
-void XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, const Map* former, Map& fresh) {
+void XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, const XStamp& noted, const Map* former,
+                                          Map& fresh) {
     const XMoment moment = m_clock->Copy();
     XRetired retired;
     for (XILXPCData& record : AskForRelations(factory)) {
-        AddRelation(fresh, std::move(record), former, moment, retired);
+        AddRelation(fresh, std::move(record), former, {noted, moment}, retired);
     }
     fresh.inOrder.Settle();
     if (m_refill) { m_refill->SetObjects(fresh.inOrder.size()); }
@@ -105,7 +106,7 @@ void XLXPCPartCacheMng::RefillRelations() const {
 
 // Reads names and flags from the record, so that loading needs no call for each relation. Records with the same names
 // share one relation; the last of them counts.
-void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* former, const XMoment& moment,
+void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* former, const XRequestTime& requested,
                                     XRetired& retired) const {
     const auto value = [&](std::size_t member, const OLECHAR* failureText, int line) {
         if (record.values.size() <= member) {
@@ -133,7 +134,7 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* form
         m_source && !record.object ? std::make_shared<const XRelationSource>(m_source, names) : nullptr;
     auto relation =
         LXMakeOrRefresh(XLXComPtr<XLXParentChildCache>(known != nullptr ? *known : nullptr), std::move(record.object),
-                        std::move(record.values), moment, m_clock, retired, m_refill, std::move(source));
+                        std::move(record.values), requested, m_clock, retired, m_refill, std::move(source));
     map.byNames.Set(names, relation.Get());
     map.inOrder.Add({std::move(*parent), std::move(*child), std::move(*list)},
                     {std::move(relation), ppr.value_or(0) != 0, internal.value_or(false)});
@@ -210,7 +211,9 @@ XLXPCPartCacheMng::Relations XLXPCPartCacheMng::Collect(XLXTextView parentType, 
                                                         XLXTextView browserId, LONG filter) {
     Relations relations;
     VisitShown(parentType, childType, browserId, filter,
-               [&](const auto&, const auto&, auto&& relation) { relations.emplace_back(std::move(relation)); });
+               [&](const auto&, const auto&, XLXComPtr<ILXParentChild> relation) {
+                   relations.emplace_back(std::move(relation));
+               });
     return relations;
 }
 
@@ -221,11 +224,12 @@ XLXPCPartCacheMng::Relations XLXPCPartCacheMng::CollectWithBases(XLXTextView par
     std::map<std::pair<XCFGStringKey, XCFGStringKey>, const XLXText*> nearest; // nearest level by child and list
     Relations relations;
     for (const XLXText& level : levels) {
-        VisitShown(level, {}, browserId, filter, [&](const auto& child, const auto& list, auto&& relation) {
-            if (nearest.try_emplace({child, list}, &level).first->second == &level) {
-                relations.emplace_back(std::move(relation));
-            }
-        });
+        VisitShown(level, {}, browserId, filter,
+                   [&](const auto& child, const auto& list, XLXComPtr<ILXParentChild> relation) {
+                       if (nearest.try_emplace({child, list}, &level).first->second == &level) {
+                           relations.emplace_back(std::move(relation));
+                       }
+                   });
     }
     return relations;
 }

@@ -48,6 +48,12 @@ struct XMoment {
     std::uint64_t At(XAspect aspect) const noexcept { return numbers[static_cast<std::size_t>(aspect)]; }
 };
 
+/// When the records of an answer were requested.
+struct XRequestTime {
+    XStamp stamp; ///< of the holder that the records are for; orders them
+    const XMoment& moment;
+};
+
 template <class Policy = XSystemSync> class XBasicClock {
 public:
     std::uint64_t Now(XAspect aspect) const noexcept {

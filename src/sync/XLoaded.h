@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <type_traits>
 
 /// The time by which a holder becomes stale: an aspect of a connection's clock. Without an aspect, only the own count
 /// matters.
@@ -35,10 +36,9 @@ struct XObjectTime {
 template <class T, class Time> struct XPublished {
     std::shared_ptr<const T> value; ///< null: nothing loaded yet
     XStamp stamp;
-    Time time;
-    bool open = false; ///< between Begin and End
+    Time time; ///< answers of another time are not accepted
 
-    bool IsFresh(std::uint64_t own) const noexcept { return open && stamp == XStamp{time.Now(), own}; }
+    bool IsFresh(std::uint64_t own) const noexcept { return stamp == XStamp{time.Now(), own}; }
     /// Drops the value and returns it, so that the caller destroys it after the lock.
     std::shared_ptr<const T> Empty() noexcept {
         stamp = {};
@@ -99,18 +99,16 @@ public:
         m_own.Advance();
         const Value former = m_guarded.Write([&](auto& published) {
             std::swap(published.time, time); // the former clock is released after the lock
-            published.open = true;
             return published.Empty();
         });
     }
-    /// Empties the holder and accepts no more answers, unless it is open for another time. Returns the dropped value.
+    /// Empties the holder and accepts no more answers, unless it accepts those of another time. Returns the dropped value.
     Value End(Time time) {
         return m_guarded.Write([&](auto& published) {
-            if (!published.open || !published.time.IsSame(time)) { return Value(); }
+            if (!published.time.IsSame(time)) { return Value(); }
             m_own.Advance();
             std::swap(published.time, time);
             published.time = Time{};
-            published.open = false;
             return published.Empty();
         });
     }
@@ -139,7 +137,7 @@ public:
     const XBasicOwnCount<Policy>& Own() const noexcept { return m_own; }
 
     /// The value, loaded unless it is fresh. Null if the thread is already loading it and there is no former value.
-    /// @param ask      asks the server: Value ask(); its exceptions pass through
+    /// @param ask      asks the server: Value ask() or Value ask(stamp of the answer); its exceptions pass through
     /// @param publish  publish(value, former value or null): called under the lock, only if the answer is about to
     ///                 replace the former value. Must not call foreign code
     template <class Ask, class OnPublish> Value Load(const Time& time, Ask&& ask, OnPublish&& publish) {
@@ -151,7 +149,11 @@ public:
         if (!answer) {
             m_fills.Run(fill, [&] {
                 const XStamp noted{time.Now(), m_own.Now()};
-                answer = ask();
+                if constexpr (std::is_invocable_v<Ask, const XStamp&>) {
+                    answer = ask(noted);
+                } else {
+                    answer = ask();
+                }
                 return Publish(time, answer, noted, publish);
             });
         }
@@ -162,10 +164,10 @@ public:
     }
 
     /// Publishes a value that was not loaded here, with its stamp. False, and nothing published: the holder has a newer
-    /// value, or is not open for this time.
+    /// value, or does not accept answers of this time.
     template <class OnPublish> bool Publish(const Time& time, Value value, const XStamp& stamp, OnPublish&& publish) {
         return m_guarded.Write([&](auto& published) {
-            if (!published.open || !published.time.IsSame(time) || stamp.IsOlderThan(published.stamp)) { return false; }
+            if (!published.time.IsSame(time) || stamp.IsOlderThan(published.stamp)) { return false; }
             publish(*value, std::as_const(published.value));
             published.value.swap(value); // the former value is destroyed after the lock
             published.stamp = stamp;
@@ -198,7 +200,8 @@ private:
 
 using XTime = XBasicTime<XClock>;
 
-/// A holder for data that each of many objects has. Created as XLoaded<T>{nullptr, {}, time, true}, it is open.
+/// A holder for data that each of many objects has. Created as XLoaded<T>{nullptr, {}, time}, it accepts
+/// answers of that time.
 template <class T> using XLoaded = XBasicLoaded<T, XObjectTime>;
 
 /// A holder for data that exists once and is read often. Its lock has a place in the lock order.

@@ -130,9 +130,9 @@ XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from) {
     XLXError::RaiseIfFailed(array ? SafeArrayAccessData(array.Get(), &data) : E_OUTOFMEMORY,
                             OLESTR("SafeArrayPutElement failed"), TransferAt(method));
     if (count != 0) {
-        std::memcpy(data, elements.data(), elements.size_bytes()); // the new elements are VT_EMPTY, so nothing leaks
-        for (XLXComVariant& element : elements) {
-            V_VT(&element.Get()) = VT_EMPTY;
+        auto* element = static_cast<VARIANT*>(data); // the new elements are VT_EMPTY, so nothing leaks
+        for (XLXComVariant& owned : elements) {
+            owned.DetachTo(element++);
         }
     }
     SafeArrayUnaccessData(array.Get());

@@ -210,6 +210,7 @@ private:
             isLinkedAnew = false;
             const auto chain = ChainFromTop();
             std::vector<std::uint32_t> begun;
+            begun.reserve(chain.size());
             for (const auto& type : chain) {
                 begun.push_back(MapOf(*type).m_fills.Begun());
             }
@@ -297,11 +298,7 @@ private:
         for (auto& record : list) {
             auto key = LXKeyOf<Kind>(record.values);
             if (!key || ofBase.find(*key) != ofBase.end()) { continue; }
-            Component component = Refresh(*current, *key, record, *records.moment, retired);
-            if constexpr (Kind.mode == LXTM_ATTRIBUTES) {
-                component.object->AssignAttributeTypes(
-                    std::move(record.types), *records.moment, [&] { return SourceOf(*key); }, retired);
-            }
+            Component component = Refresh(*current, *key, record, records, retired);
             merged->Add(std::move(*key), std::move(component));
         }
         merged->Settle();
@@ -314,20 +311,27 @@ private:
     }
 
     /// The type's own component with a key, refreshed in place, because clients may hold it; or a new one.
-    Component Refresh(const Map& current, const typename XKind<Kind>::Key& key,
-                      XLXCFCDataTransfer::XILXConfigData& record, const XMoment& moment, XRetired& retired) {
-        XServerSourcePtr source = record.object ? nullptr : SourceOf(key);
+    Component Refresh(const Map& current, const typename XKind<Kind>::Key& key, auto& record,
+                      const XStampedRecords& records, XRetired& retired) {
+        Component component;
         if (const auto found = current.find(key); found != current.end() && found->second.owner == &m_owner) {
-            found->second.object->TakeRecord(std::move(record.object), std::move(record.values), moment, retired,
-                                             std::move(source));
-            return found->second;
+            component = found->second;
+        } else {
+            component = {LXCFCTOOLS::Make<typename XKind<Kind>::Cached>(nullptr, m_owner.Clock()), &m_owner};
+            component.object->SetRefill(m_owner.m_componentRefill);
+            if constexpr (Kind.mode == LXTM_GROUPS) { component.object->SetOwner(m_owner.m_selfLink); }
         }
-        const auto made = LXCFCTOOLS::Make<typename XKind<Kind>::Cached>(std::move(record.object), m_owner.Clock());
-        made->SetRefill(m_owner.m_componentRefill);
-        if (source) { made->SetSource(std::move(source)); }
-        if constexpr (Kind.mode == LXTM_GROUPS) { made->SetOwner(m_owner.m_selfLink); }
-        made->AssignProperties(std::move(record.values), moment);
-        return {made, &m_owner};
+        const XMoment& moment = *records.moment;
+        XServerSourcePtr source = record.object ? nullptr : SourceOf(key);
+        const bool isTaken = component.object->TakeRecord(std::move(record.object), std::move(record.values),
+                                                          {records.stamp, moment}, retired, std::move(source));
+        if constexpr (Kind.mode == LXTM_ATTRIBUTES) {
+            if (isTaken) {
+                component.object->AssignAttributeTypes(
+                    std::move(record.types), moment, [&] { return SourceOf(key); }, retired);
+            }
+        }
+        return component;
     }
 
     /// @param fresh  receives the former state, so that it is destroyed after the lock

@@ -172,9 +172,9 @@ LONG XLXTypeCache::ModeToFetch(LONG requested) {
 }
 
 bool XLXTypeCache::TakeTypeRecord(XLXComPtr<IUnknown> server, XServerSourcePtr source, XVariantRow values,
-                                  XILXTypeComp components, LONG mode, const std::shared_ptr<const XMoment>& moment,
-                                  XRetired& retired) {
-    const bool isTaken = TakeRecord(std::move(server), std::move(values), *moment, retired, std::move(source));
+                                  XILXTypeComp components, LONG mode, const XStamp& stamp,
+                                  const std::shared_ptr<const XMoment>& moment, XRetired& retired) {
+    const bool isTaken = TakeRecord(std::move(server), std::move(values), {stamp, *moment}, retired, std::move(source));
     ForEachMap([&](auto& map) {
         XLXSafeArray& records = components.*map.TheKind.records;
         if (isTaken && mode != 0 && (records || (mode & map.TheKind.mode) != 0)) {
@@ -227,8 +227,11 @@ void XLXTypeCache::TakeValues(XVariantRow values, XILXTypeComp components, LONG 
     RefillValues(std::move(values), *moment, retired);
     ForEachMap([&](auto& map) {
         XLXSafeArray& records = components.*map.TheKind.records;
-        if (records && (mode & map.TheKind.mode) != 0) { map.Refill(std::move(records), moment, retired); }
-        retired.Take(std::move(records));
+        if (records && (mode & map.TheKind.mode) != 0) {
+            map.Refill(std::move(records), moment, retired);
+        } else {
+            retired.Take(std::move(records));
+        }
     });
 }
 

@@ -122,10 +122,11 @@ public:
     /// Takes the record of a bulk answer: server object, values and components replace the present ones.
     /// @param source      provides the server object on first use, if the record has none
     /// @param components  delivered for the data transfer mode `mode`; mode 0: no components were requested
+    /// @param stamp       of the answer, by which records are ordered
     /// @param retired     receives what is replaced
     /// @return false: the answer is older than the last one, and changes nothing
     bool TakeTypeRecord(XLXComPtr<IUnknown> server, XServerSourcePtr source, XVariantRow values,
-                        XLXCFCDataTransfer::XILXTypeComp components, LONG mode,
+                        XLXCFCDataTransfer::XILXTypeComp components, LONG mode, const XStamp& stamp,
                         const std::shared_ptr<const XMoment>& moment, XRetired& retired);
 
     /// Takes from a bulk answer the values of the type and of its existing components.

@@ -16,33 +16,6 @@ XLXText LXRead(ILXConfigObject* object, int member) {
     return result == S_FALSE ? XLXText(OLESTR("<empty>")) : value.AsText().value_or(OLESTR("<no text>"));
 }
 
-XServerModel LXTestModel() {
-    XServerModel model;
-    XModelType& item = model.AddType("Item");
-    item.AddPage(1, "General");
-    item.AddPage(2, "Details");
-    item.AddGroup(1, 1, 0, "Main");
-    item.AddGroup(2, 1, 1, "Inner");
-    item.AddGroup(3, 2, 0, "More");
-    item.AddAttribute("Name", 1).properties.Set(XProperty::Label, "Name of the item");
-    item.AddAttribute("Weight", 2);
-    XModelType& equipment = model.AddType("Equipment", "Item");
-    equipment.AddAttribute("Power", 2);
-    equipment.AddAttribute("Name", 3).properties.Set(XProperty::Label, "Name of the equipment");
-    XModelType& pump = model.AddType("Pump", "Equipment");
-    XModelAttribute& head = pump.AddAttribute("Head", 3);
-    head.AddFormat(1);
-    head.AddFormat(2);
-    head.AddType("Metres");
-    head.AddType("Feet");
-    pump.AddGroup(7, 1, 0, "Pump").formats.emplace(0, XModelRef<XModelFormat>());
-    pump.AddEditor("E.Pump", "Tree", true);
-    pump.AddEditor("E.PumpNew", "tree", false, true);
-    model.AddType("Document").AddAttribute("Title", 1);
-    model.AddBrowserId("Tree");
-    return model;
-}
-
 CacheTest::CacheTest(XServerModel model) : m_server(XSampleServer::Create(std::move(model))) {
     SetErrorInfo(0, nullptr); // clear what earlier tests left
     static const char* const given = std::getenv("LXREFILL");
@@ -73,18 +46,6 @@ CacheTest::~CacheTest() {
     Calls().SetStandingHook({});
     m_cache.Reset();
     EXPECT_TRUE(Calls().Problems().empty());
-}
-
-std::vector<XLXComVariant> LXArguments(const XSampleServer& server, LONG transferMode, bool noNotifications,
-                                       bool separateCallback) {
-    std::vector<XLXComVariant> values;
-    values.push_back(XLXComVariant::FromUnknown(server.ConfigFactory().Get()));
-    values.push_back(XLXComVariant::FromUnknown(server.Query().Get()));
-    values.push_back(XLXComVariant::FromUnknown(server.DataUpdate().Get()));
-    values.push_back(XLXComVariant::FromBool(noNotifications));
-    values.push_back(XLXComVariant::FromBool(separateCallback));
-    values.push_back(XLXComVariant::FromI4(transferMode));
-    return values;
 }
 
 HRESULT CacheTest::Initialize(std::vector<XLXComVariant> values) {

@@ -4,8 +4,7 @@
 #ifndef CACHEFIXTURE_H
 #define CACHEFIXTURE_H
 
-#include "XLXComVariant.h"
-#include "XSampleServer.h"
+#include "questions.h"
 #include "testtexts.h"
 
 #include <gtest/gtest.h>
@@ -15,10 +14,6 @@
 
 /// Creates a cache: with the registered module, or from the code linked into the test.
 XLXComPtr<ILXConfigFactoryCache> LXMakeCache();
-
-/// The values that an application initialises a cache with.
-std::vector<XLXComVariant> LXArguments(const XSampleServer& server, LONG transferMode, bool noNotifications = false,
-                                       bool separateCallback = false);
 
 inline void PrintTo(const XLXText& text, std::ostream* os) { *os << LXNarrow(text); }
 
@@ -49,13 +44,6 @@ std::vector<std::string> LXList(int member, const XLXComPtr<Owner>& owner,
                                 HRESULT (STDMETHODCALLTYPE Owner::*list)(Enumerator**)) {
     return LXList<Element, Enumerator>(member, [&](Enumerator** out) { return (*owner.*list)(out); });
 }
-
-/// The model of these tests; g: group of an attribute:
-///     Item         Name g1, Weight g2; pages 1, 2; groups 1 on page 1, 2 on page 1 in group 1, 3 on page 2
-///       Equipment  Power g2, Name again with another label
-///         Pump     Head g3 with formats 1 and 2; editors "E.Pump", "E.PumpNew"
-///     Document     Title; no base
-XServerModel LXTestModel();
 
 /// When LX_DISCARD is set, each test begins with Discard: "same" or "other".
 class CacheTest : public testing::Test {

@@ -11,8 +11,7 @@ protected:
     using Names = std::vector<std::string>;
 
     Names AttributeNames(const char* type) {
-        return LXList<ILXAttribute, ILXAttributeEnum>(XProperty::AttributeName,
-                                                      [&](auto out) { return Type(type)->GetAttributeEnum(out); });
+        return LXList<ILXAttribute>(XProperty::AttributeName, Type(type), &ILXType::GetAttributeEnum);
     }
     Names Displayed(LONG mask, int group = 0) {
         return LXList<ILXAttribute, ILXAttributeEnum>(XProperty::AttributeName, [&](auto out) {
@@ -25,13 +24,9 @@ protected:
 TEST_F(Components, DeliveredInBulkTheyMakeNoCall) {
     ExpectCalls(0, [&] {
         EXPECT_EQ(AttributeNames("Pump"), (Names{"Head", "Name", "Power", "Weight"}));
-        EXPECT_EQ(LXRead(Attribute("Pump", "Power").Get(), XProperty::AttributeName), OLESTR("Power"));
         EXPECT_EQ(LXRead(Group("Item", 2).Get(), XProperty::GroupLabel), OLESTR("Inner"));
-        EXPECT_EQ((LXList<ILXPage, ILXPageEnum>(XProperty::PageNumber,
-                                                [&](auto out) { return Type("Item")->GetPageEnum(out); })),
-                  (Names{"1", "2"}));
-        EXPECT_EQ((LXList<ILXConfObjEditor, ILXConfObjEditorEnum>(
-                      XProperty::ProgId, [&](auto out) { return Type("Pump")->GetConfObjEditorEnum(out); })),
+        EXPECT_EQ(LXList<ILXPage>(XProperty::PageNumber, Type("Item"), &ILXType::GetPageEnum), (Names{"1", "2"}));
+        EXPECT_EQ(LXList<ILXConfObjEditor>(XProperty::ProgId, Type("Pump"), &ILXType::GetConfObjEditorEnum),
                   (Names{"E.Pump", "E.PumpNew"}));
     });
 }
@@ -51,26 +46,18 @@ TEST_F(Components, OwnAttributesAreThoseThatTheServerLists) {
     EXPECT_EQ(names(0), (Names{"Name", "Power"}));
 }
 
-TEST_F(Components, DisplayMasksAndGroups) {
+TEST_F(Components, DisplayFactsAreKeptUntilANotification) {
     EXPECT_EQ(Displayed(0), (Names{"Head", "Name", "Power", "Weight"}));
-    for (const char* const name : {"Name", "Weight"}) {
-        for (const int member : {XProperty::ShowInEditor, XProperty::ShowInFinder, XProperty::NotInFinder}) {
-            Edit().SetAttributeProperty("Item", name, member, name[0] == 'N' || member == XProperty::ShowInFinder);
-        }
-    }
+    Edit().SetAttributeProperty("Item", "Name", XProperty::ShowInEditor, true);
     Edit().SetAttributeProperty("Equipment", "Power", XProperty::ShowInEditor, true);
     EXPECT_EQ(Displayed(1), (Names{"Name", "Power"}));
-    EXPECT_EQ(Displayed(2), (Names{"Weight"})); // Name is hidden in the finder
-    EXPECT_EQ(Displayed(1 | 2), (Names{"Name", "Power", "Weight"}));
-    EXPECT_EQ(Displayed(1, 2), (Names{"Power"}));
-    EXPECT_EQ(Displayed(0, 3), (Names{"Head"}));
+    ExpectCalls(0, [&] {
+        EXPECT_EQ(Displayed(1), (Names{"Name", "Power"}));
+        EXPECT_EQ(Displayed(1, 2), (Names{"Power"}));
+    });
     EXPECT_EQ((LXList<ILXAttribute, ILXAttributeEnum>(
                   0, [&](auto out) { return Type("Pump")->GetGroupAttributeEnum(1, out); })),
               (Names{"Name"}));
-    ExpectCalls(0, [&] { EXPECT_EQ(Displayed(1), (Names{"Name", "Power"})); }); // the display facts are cached
-
-    Edit().SetAttributeProperty("Pump", "Head", XProperty::ShowInEditor, true);
-    EXPECT_EQ(Displayed(1), (Names{"Head", "Name", "Power"}));
 }
 
 TEST_F(Components, AFailingDisplayPropertyEndsTheCall) {
@@ -81,17 +68,6 @@ TEST_F(Components, AFailingDisplayPropertyEndsTheCall) {
     EXPECT_EQ(Type("Pump")->GetDisplayAttributeEnum(1, attributes.Put()), E_ACCESSDENIED);
     Calls().StopFailing();
     EXPECT_EQ(Displayed(0).size(), 4u);
-}
-
-TEST_F(Components, GroupsByPageAndInsideEachOther) {
-    const auto item = Type("Item");
-    const auto numbers = [](auto ask) { return LXList<ILXGroup, ILXGroupEnum>(XProperty::GroupNumber, ask); };
-    EXPECT_EQ(numbers([&](auto out) { return item->GetPageGroupEnum(1, out); }), (Names{"1", "2"}));
-    EXPECT_EQ(numbers([&](auto out) { return item->GetPageGroupEnum(9, out); }), Names());
-    EXPECT_EQ(numbers([&](auto out) { return Group("Item", 1)->GetChildGroupEnum(out); }), (Names{"2"}));
-    EXPECT_EQ(numbers([&](auto out) { return Group("Item", 3)->GetChildGroupEnum(out); }), Names());
-    EXPECT_EQ(numbers([&](auto out) { return item->GetToplevelGroupEnum(out); }), (Names{"1", "3"}));
-    EXPECT_EQ(numbers([&](auto out) { return item->GetPageToplevelGroupEnum(2, out); }), (Names{"3"}));
 }
 
 TEST_F(Components, ChildGroupsOfAGroupThatCannotSayItsNumber) {
@@ -131,24 +107,6 @@ TEST_F(Components, EditorsByProgIdAndByBrowser) {
     EXPECT_EQ(LXRead(editor.Get(), XProperty::ProgId), OLESTR("E.PumpNew"));
     EXPECT_EQ(pump->GetDefaultEditor(other.Get(), editor.Put()), S_FALSE);
     EXPECT_FALSE(LXErrorInformation::Take().present);
-}
-
-TEST_F(Components, AddedAndRemovedAttributesAreSeenAfterTheirNotification) {
-    AttributeNames("Pump");
-    const auto kept = Attribute("Pump", "Weight");
-    Edit().AddAttribute("Item", "Colour", 1);
-    EXPECT_EQ(AttributeNames("Pump"), (Names{"Colour", "Head", "Name", "Power", "Weight"}));
-    EXPECT_EQ(kept, Attribute("Pump", "Weight"));
-    Edit().RemoveAttribute("Item", "Name"); // Equipment's own attribute is no longer hidden
-    EXPECT_EQ(LXRead(Attribute("Pump", "Name").Get(), XProperty::Label), OLESTR("Name of the equipment"));
-}
-
-TEST_F(Components, ASnapshotStaysAsItWas) {
-    XLXComPtr<ILXAttributeEnum> before;
-    ASSERT_EQ(Type("Document")->GetAttributeEnum(before.Put()), S_OK);
-    Edit().AddAttribute("Document", "Author");
-    EXPECT_EQ(AttributeNames("Document"), (Names{"Author", "Title"}));
-    EXPECT_EQ(LXReadAll<ILXAttribute>(before, 0), (Names{"Title"}));
 }
 
 /// Without bulk delivery, components are fetched on demand.

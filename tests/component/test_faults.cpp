@@ -9,11 +9,6 @@
 #include <regex>
 
 namespace {
-struct XFault {
-    const char* name;
-    HRESULT result;
-};
-
 /// The changes that a failed call may cause in a step which then succeeds. The reliability document gives the reasons.
 struct XPrescribed {
     const char* call;
@@ -68,13 +63,13 @@ void ExpectRightAnswers(const XLifeSteps& steps, const XLifeSteps& undisturbed, 
 }
 } // namespace
 
-class Faults : public testing::TestWithParam<XFault> {
+class Faults : public testing::TestWithParam<HRESULT> {
 protected:
     /// @param failing  the number of the call to fail; 0: none
     /// @param failed   set to the name of that call; empty when there were fewer calls
     static XLifeSteps Live(unsigned long long failing, std::string& failed) {
         const auto server = XSampleServer::Create(LXLifeModel());
-        if (failing != 0) { server->Calls().FailCall("", GetParam().result, failing); }
+        if (failing != 0) { server->Calls().FailCall("", GetParam(), failing); }
         unsigned long long count = 0;
         server->Calls().SetHook([&](const XServerCall& call) {
             if (call.point == XCallPoint::Arrival && ++count == failing) { failed = call.name; }
@@ -92,14 +87,13 @@ TEST_P(Faults, OneMoreCallGoesWrongEachTime) {
     unsigned long long points = 0;
     for (std::string failed = "-"; !failed.empty(); ++points) {
         failed.clear();
-        ExpectRightAnswers(Live(points + 1, failed), undisturbed, GetParam().result, failed);
+        ExpectRightAnswers(Live(points + 1, failed), undisturbed, GetParam(), failed);
         ExpectRightAnswers(Live(0, none), undisturbed, E_FAIL, "second life");
     }
     EXPECT_GT(points, 50u);
     RecordProperty("points", static_cast<int>(points - 1));
 }
 
-INSTANTIATE_TEST_SUITE_P(Result, Faults,
-                         testing::Values(XFault{"Failure", E_FAIL}, XFault{"Nothing", S_FALSE},
-                                         XFault{"SuccessWithoutResult", S_OK}),
-                         [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Result, Faults, testing::Values(E_FAIL, S_FALSE, S_OK), [](const auto& test) {
+    return std::string(test.param == E_FAIL ? "Failure" : test.param == S_FALSE ? "Nothing" : "SuccessWithoutResult");
+});

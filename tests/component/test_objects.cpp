@@ -101,8 +101,7 @@ TEST_F(Objects, AGroupHasOneFormat) {
 TEST_F(Objects, AttributeTypesComeWithTheirAttributeOrInBatches) {
     const auto head = Attribute("Pump", "Head");
     const auto types = [&] {
-        return LXList<ILXAttributeType, ILXAttributeTypeEnum>(
-            XProperty::AttributeTypeName, [&](auto out) { return head->GetAttributeTypeEnum(out); });
+        return LXList<ILXAttributeType>(XProperty::AttributeTypeName, head, &ILXAttribute::GetAttributeTypeEnum);
     };
     ExpectCalls(0, [&] { EXPECT_EQ(types(), (std::vector<std::string>{"Feet", "Metres"})); });
     for (int i = 0; i < 120; ++i) {

@@ -66,6 +66,24 @@ TEST_F(ServerMode, FetchesANewTypeWithItsBases) {
     Terminate();
 }
 
+TEST_F(ServerMode, AnswersForTypesAsInAClient) {
+    for (const char* type : {"Item", "Document"}) {
+        Edit().SetTypeProperty(type, XProperty::Searchable, false, XNotify::No);
+    }
+    ASSERT_EQ(StartInServer(), S_OK);
+    const auto listed = LXList<ILXType, ILXTypeEnum>(XProperty::TypeName,
+                                                     [&](auto out) { return Factory()->GetSearchableTypeEnum(out); });
+    EXPECT_EQ(listed, (std::vector<std::string>{"Equipment", "Pump"}));
+    const XLXComBSTR name(OLESTR("Document"));
+    BSTR names[] = {name.Get()};
+    EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 0), S_OK);
+    ExpectCalls(1, [&] { // without a transfer mode, components are not loaded with their type
+        XLXComPtr<ILXPageEnum> pages;
+        Type("Document")->GetPageEnum(pages.Put());
+    });
+    Terminate();
+}
+
 TEST_F(ServerMode, NotificationsArriveWithoutTranslation) {
     ASSERT_EQ(StartInServer(), S_OK);
     const auto head = Attribute("Pump", "Head");

@@ -53,12 +53,16 @@ TEST_F(Types, EnumerationsListWhatTheServerLists) {
 
 TEST_F(Types, BaseTypeIsLinkedAndShown) {
     const auto pump = Type("Pump");
-    XLXComVariant base;
-    ASSERT_EQ(pump->GetProperty(27, base.Put()), S_OK);
-    EXPECT_EQ(XLXComPtr<IUnknown>(base.AsUnknown()).As<ILXType>(), Type("Equipment"));
-    XLXComVariant byName;
-    EXPECT_EQ(pump->Get(XLXComBSTR(OLESTR("LXCFG_basetype")).Get(), byName.Put()), S_OK);
-    EXPECT_EQ(byName.AsUnknown(), base.AsUnknown());
+    for (const char* values : {"delivered", "fetched"}) {
+        SCOPED_TRACE(values);
+        XLXComVariant base;
+        ASSERT_EQ(pump->GetProperty(27, base.Put()), S_OK);
+        EXPECT_EQ(XLXComPtr<IUnknown>(base.AsUnknown()).As<ILXType>(), Type("Equipment"));
+        XLXComVariant byName;
+        EXPECT_EQ(pump->Get(XLXComBSTR(OLESTR("LXCFG_basetype")).Get(), byName.Put()), S_OK);
+        EXPECT_EQ(byName.AsUnknown(), base.AsUnknown());
+        m_server->SendNotification("properties/Pump/0/2");
+    }
 }
 
 TEST_F(Types, WhatCallersHoldStaysCurrentAcrossARefill) {
@@ -97,18 +101,14 @@ TEST_F(Types, AFetchedTypeBringsItsBases) {
     Edit().AddAttribute("Tank", "Volume", 1, XNotify::No);
     XLXComPtr<ILXType> silo;
     ExpectCalls(2, [&] { ASSERT_EQ(Find("Silo", silo), S_OK); }); // the type, then the type with its bases
-    XLXComPtr<ILXAttribute> volume;
-    EXPECT_EQ(silo->GetAttribute(XLXComBSTR(OLESTR("Volume")).Get(), volume.Put()), S_OK);
+    EXPECT_TRUE(Attribute("Silo", "Volume"));
 }
 
 TEST_F(Types, ServerFailuresReachTheCallerAndAreNotKept) {
     XLXComPtr<ILXType> type;
     Edit().AddType("Tank", "Equipment", XNotify::No);
     Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", E_ACCESSDENIED);
-    ILXType* none = reinterpret_cast<ILXType*>(&none);
-    EXPECT_EQ(Factory()->GetType(XLXComBSTR(OLESTR("Tank")).Get(), nullptr, &none), E_ACCESSDENIED);
-    EXPECT_EQ(none, nullptr);
-    EXPECT_TRUE(LXErrorInformation::Take().present);
+    EXPECT_EQ(Find("Tank", type), E_ACCESSDENIED);
     EXPECT_EQ(Find("Tank", type), S_OK);
 }
 
@@ -142,6 +142,12 @@ TEST_F(Types, AddTypeWrapsTheServersNewType) {
     EXPECT_EQ(Factory()->AddType(added.Put()), S_OK);
     ASSERT_TRUE(added);
     EXPECT_FALSE(added.As<ILXConfigObject>()); // a cached object, not the server's
+    ExpectCalls(1, [&] {                       // for all kinds that the data transfer mode includes
+        XLXComPtr<ILXPageEnum> pages;
+        XLXComPtr<ILXGroupEnum> groups;
+        EXPECT_EQ(added->GetPageEnum(pages.Put()), S_FALSE);
+        EXPECT_EQ(added->GetGroupEnum(groups.Put()), S_FALSE);
+    });
     Calls().FailCall("ILXConfigFactory::AddType", E_ACCESSDENIED);
     EXPECT_EQ(Factory()->AddType(added.Put()), E_ACCESSDENIED);
 }

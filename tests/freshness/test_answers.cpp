@@ -124,6 +124,22 @@ TEST_F(Answers, AttributeTypesThatFailAreNone) {
     }
 }
 
+TEST_F(Answers, AnUnknownFormatOfBeforeANotificationDisplacesNoneOfAfter) {
+    const auto head = Attribute("Pump", "Head");
+    const auto ask = [&](int type) {
+        XLXComPtr<ILXFormat> format;
+        return head->GetFormat(type, format.Put());
+    };
+    constexpr int Kept = 64;
+    for (int type = 0; type < Kept; ++type) {
+        EXPECT_EQ(ask(100 + type), S_FALSE);
+    }
+    Edit().AddAttributeFormat("Pump", "Head", 100);
+    EXPECT_EQ(ask(100), S_OK);
+    EXPECT_EQ(ask(200), S_FALSE);
+    ExpectCalls(0, [&] { EXPECT_EQ(ask(100), S_OK); });
+}
+
 // ---- that a spec was removed
 
 TEST_F(Answers, ASpecThatIsRemovedByAHandleFromBeforeARefill) {

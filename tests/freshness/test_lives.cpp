@@ -204,9 +204,37 @@ TEST_F(Lives, AnInitialisationThatIsEndedOnTheWayLeavesNoRegistration) {
     EXPECT_EQ(m_server->Clients().size(), 0u);
 }
 
+TEST_F(Lives, AnInitialisationFromInsideAnotherOneBeginsNothing) {
+    int registered = 0;
+    Calls().SetHook([&](const XServerCall& call) {
+        if (call.point != XCallPoint::Answer || call.name != "ILXDataUpdate::RegisterCallback") { return; }
+        if (++registered == 1) {
+            EXPECT_EQ(Start(), S_OK);
+            Terminate();
+            EXPECT_EQ(Start(), S_OK);
+        }
+    });
+    Start();
+    EXPECT_EQ(registered, 1);
+    EXPECT_EQ(m_server->Clients().size(), 0u);
+    EXPECT_EQ(Start(), S_OK);
+    EXPECT_EQ(m_server->Clients().size(), 1u);
+}
+
+TEST_F(Lives, ATypeThatOutlivesItsCacheFetchesOnlyWhatIsAskedFor) {
+    ASSERT_EQ(Start(), S_OK);
+    const auto item = Type("Item");
+    Terminate();
+    m_cache.Reset();
+    XLXComPtr<ILXPageEnum> pages;
+    XLXComPtr<ILXGroupEnum> groups;
+    ExpectCalls(1, [&] { EXPECT_EQ(item->GetPageEnum(pages.Put()), S_OK); });
+    ExpectCalls(1, [&] { EXPECT_EQ(item->GetGroupEnum(groups.Put()), S_OK); });
+}
+
 TEST_F(Lives, TerminateBesideInitializeUnregistersItsOwnLife) {
-    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(8);
-    for (int round = 0; round < 3000 && std::chrono::steady_clock::now() < until; ++round) {
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    for (int round = 0; round < 1000 && std::chrono::steady_clock::now() < until; ++round) {
         ASSERT_EQ(Start(0), S_OK);
         std::atomic<int> arrived{0};
         const auto meet = [&arrived] { // not std::barrier: one C++ library's loses wake-ups

@@ -163,11 +163,41 @@ TEST_F(Refills, AQuestionFromInsideWaitsForNobody) {
     ReadAll("T0", "new");
 }
 
+// The type was made again, and a held page has the former type read. Its answer is taken after that of the new one.
+TEST_F(Refills, AFormerTypeRefillsNothingThatTheNewOneBrought) {
+    StartAndRead();
+    const auto label = [&](int number) {
+        XLXComPtr<ILXPage> page;
+        EXPECT_EQ(Type("T0")->GetPage(number, page.Put()), S_OK);
+        return LXNarrow(LXRead(page.Get(), XProperty::PageLabel));
+    };
+    XLXComPtr<ILXPage> held[2];
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(Type("T0")->GetPage(i + 1, held[i].Put()), S_OK);
+    }
+    const auto remake = [](XServerModel& model) {
+        model.types.erase(OLESTR("T0"));
+        XModelType& made = model.AddType("T0");
+        made.AddPage(1, "new");
+        made.AddPage(2, "new");
+    };
+    Edit().Change(remake, "objects/T0/0/2");
+    LXRead(held[0].Get(), XProperty::PageLabel);
+    {
+        const Inside read(Calls(), ComponentsCall, [&] {
+            std::async(std::launch::async, [&] { EXPECT_EQ(label(1) + label(2), "newnew"); }).get();
+        });
+        LXRead(held[1].Get(), XProperty::PageLabel);
+    }
+    EXPECT_EQ(label(1) + label(2), "newnew");
+}
+
 TEST_F(Refills, SetsStayAsTheyAre) {
     StartAndRead();
     const auto removed = Attribute("T0", "B");
     Edit().RemoveAttribute("T0", "B", XNotify::No);
     Edit().AddAttribute("T0", "D", 1, XNotify::No);
+    Edit().AddAttributeType("T0", "A", "Feet", XNotify::No);
     Change("T1", "new"); // makes the values of all types stale
     EXPECT_EQ(UnitOf("T0", "A"), "old");
     EXPECT_EQ(Made([&] { EXPECT_EQ(UnitOf("T0", "C"), "old"); }), (Calls3{0, 1, 0}));

@@ -40,6 +40,52 @@ TEST_F(FreshRelations, PCInfosLoadedThroughAFormerServerObjectAreStale) {
     EXPECT_EQ(Browsers(), Names{"Wide"});
 }
 
+// Two threads load the relations, and the server makes one again between their answers. The earlier answer is parsed
+// last.
+TEST_F(FreshRelations, AnOlderAnswerChangesNoRelationOfANewerOne) {
+    const auto remake = [&](const char* label) {
+        Edit().RemoveRelation("Node", "Desk", "nodes", XNotify::No);
+        Edit().AddRelation("Node", "Desk", "nodes", 0, false, XNotify::No);
+        Edit().SetRelationProperty("Node", "Desk", "nodes", XProperty::NameShort, label);
+        m_server->SendNotification("pc/Node/0/4");
+    };
+    const auto label = [&] { return LXNarrow(LXRead(Single("Node", "Desk", "nodes").Get(), XProperty::NameShort)); };
+    for (const bool wereRead : {true, false}) {
+        SCOPED_TRACE(wereRead ? "refreshed" : "read for the first time");
+        Terminate();
+        ASSERT_EQ(Start(), S_OK);
+        if (wereRead) { label(); }
+        remake("old");
+        {
+            const Inside overtaken(Calls(), "ILXConfigFactory::GetPCArray", [&] {
+                remake("new");
+                const Inside other(Calls(), "ILXConfigFactory::GetBrowserIdEnum", [&] { EXPECT_EQ(label(), "new"); });
+                std::async(std::launch::async, [&] { BrowserIds(); }).get(); // does not wait for relations
+            });
+            label();
+        }
+        EXPECT_EQ(label(), "new");
+    }
+}
+
+// Two threads load the relations. The server no longer has one in the answer that is published first.
+TEST_F(FreshRelations, ARelationThatEntersTheMapAgainIsCurrentAgain) {
+    const auto held = Single("Node", "Desk", "nodes");
+    m_server->SendNotification("pc/x/0/4");
+    LXRead(held.Get(), XProperty::NameShort); // its values are fresh, the set is not
+    {
+        const Inside removed(Calls(), "ILXConfigFactory::GetPCArray", [&] {
+            Edit().RemoveRelation("Node", "Desk", "nodes", XNotify::No);
+            const Inside other(Calls(), "ILXConfigFactory::GetBrowserIdEnum",
+                               [&] { EXPECT_EQ(Below("Node", 0, "Tree"), Names{}); });
+            std::async(std::launch::async, [&] { BrowserIds(); }).get(); // does not wait for relations
+        });
+        EXPECT_EQ(Below("Node", 0, "Tree"), Names{"Desk/nodes"});
+    }
+    m_server->SendNotification("properties/x/0/4");
+    ExpectCalls(1, [&] { LXRead(held.Get(), XProperty::NameShort); });
+}
+
 TEST_F(FreshRelations, AFormerServerObjectThatFailsLeavesNothing) {
     m_server->SendNotification("pc/Node/0/4");
     Calls().FailCall("ILXParentChild::GetPCInfoEnum", E_FAIL);

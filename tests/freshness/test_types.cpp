@@ -76,6 +76,57 @@ TEST_F(FreshTypes, AMapThatWasMergedWithAnOlderBaseReplacesNoNewerOne) {
     Terminate();
 }
 
+// The server makes a type again while its components are read. Another thread reads them from the new type, and the
+// former type's answer is parsed last.
+TEST_F(FreshTypes, AnAnswerOfAFormerTypeChangesNothingThatTheNewOneBrought) {
+    const auto remake = [](const char* label) {
+        return [label](XServerModel& model) {
+            model.types.erase(OLESTR("Remade"));
+            XModelType& made = model.AddType("Remade");
+            XModelAttribute& attribute = made.AddAttribute("Own", 1);
+            attribute.properties.Set(XProperty::Label, label);
+            attribute.AddType("Feet").properties.Set(XProperty::AttributeTypeLabel, label);
+            made.AddPage(1).properties.Set(XProperty::PageLabel, label);
+            made.AddGroup(1, 1).properties.Set(XProperty::GroupLabel, label);
+        };
+    };
+    const struct {
+        const char* of;
+        std::function<std::string()> label;
+    } parts[] = {
+        {"page", [&] { return LXList<ILXPage>(XProperty::PageLabel, Type("Remade"), &ILXType::GetPageEnum).at(0); }},
+        {"group", [&] { return LXNarrow(LXRead(Group("Remade", 1).Get(), XProperty::GroupLabel)); }},
+        {"attribute", [&] { return LXNarrow(LXRead(Attribute("Remade", "Own").Get(), XProperty::Label)); }},
+        {"attribute type", [&] {
+             return LXReadAll<ILXAttributeType>(AttributeTypes(Attribute("Remade", "Own")),
+                                                XProperty::AttributeTypeLabel)
+                 .at(0);
+         }}};
+    for (const auto& part : parts) {
+        const auto& label = part.label;
+        for (const char* id : {"objects/Remade/0/2", "searchable/Remade/0/2"}) { // the second concerns no components
+            for (const bool wereRead : {false, true}) {
+                SCOPED_TRACE(std::string(part.of) + " " + id + (wereRead ? " refreshed" : " read for the first time"));
+                Edit().Change(remake("old"), "");
+                ASSERT_EQ(Start(0), S_OK);
+                if (wereRead) {
+                    EXPECT_EQ(label(), "old");
+                    m_server->SendNotification("objects/Remade/0/2");
+                }
+                {
+                    const Inside remade(Calls(), "ILXType::GetTypeComponentData", [&] {
+                        Edit().Change(remake("new"), id);
+                        Beside([&] { EXPECT_EQ(label(), "new"); }).get();
+                    });
+                    label();
+                }
+                EXPECT_EQ(label(), "new");
+                Terminate();
+            }
+        }
+    }
+}
+
 TEST_F(FreshTypes, ANotificationOfSomethingElseDuringTheFirstBulkReadSpoilsNothing) {
     for (const char* id : {"pc/x/0/4", "properties/x/0/128"}) {
         SCOPED_TRACE(id);

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Compiles the public headers as C and as C++ with the warnings that careful users turn on. 77 when the compiler is not
-# installed.
+# Compiles the public headers as C and as C++ with the warnings that careful users turn on. Exit status 77: the compiler
+# is not installed.
 # usage: check_headers.sh SOURCE C-COMPILER C++-COMPILER linux|windows each|examples
-#   each       also compiles each header by itself; the tests of the package build the examples with this compiler
+#   each       also compiles each header by itself (for Windows, only those that Linux does not have). The package's
+#              tests build the examples with this compiler.
 #   examples   also compiles the examples
 set -euo pipefail
 source=$1 cc=$2 cxx=$3 platform=$4 extent=$5
@@ -21,24 +22,28 @@ if [ "$platform" = linux ]; then
     folders+=(-I"$source/platform/include")
     mapfile -t -O ${#headers[@]} headers < <(cd "$source/platform/include" && ls -- *.h | grep -v lxallocationgate.h) # not installed
 fi
-# The server kit needs C++20; a part of it is about server programs, which only Windows has.
-kit=()
+# The server kit needs C++20. Its headers for server programs are for Windows only.
+kit=() alone=()
 for header in "$source"/include/lxserver/*.h; do
-    if [ "$platform" = windows ] || ! grep -q '#include <windows.h>\|LocalServer\|StubKeeper' "$header"; then
-        kit+=("lxserver/$(basename "$header")")
+    name=lxserver/$(basename "$header")
+    if grep -q '#include <windows.h>\|LocalServer\|StubKeeper' "$header"; then
+        [ "$platform" = linux ] || { kit+=("$name") && alone+=("$name"); }
+    else
+        kit+=("$name")
+        [ "$platform" = windows ] || alone+=("$name")
     fi
 done
 
 failed=0
 check() { "$@" "${warnings[@]}" "${folders[@]}" || failed=1; }
-# compile LANGUAGE STANDARD HEADER...: a source that includes these headers.
+# compile LANGUAGE STANDARD HEADER...: compiles a source that includes these headers.
 compile() {
     local compiler=$cxx
     [ "$1" != c ] || compiler=$cc
     check "$compiler" -x "$1" "-std=$2" "${macros[@]}" - < <(printf '#include <%s>\n' "${@:3}" && echo "int unused;")
 }
 
-# All in one program.
+# All headers in one source.
 macros=()
 compile c c17 "${headers[@]}"
 compile c++ c++17 "${headers[@]}" lxcfc.hpp
@@ -52,18 +57,18 @@ check "$cc" -std=c11 "$source/idl/LXConfigFactoryCache_i.c"
 if [ "$extent" = each ]; then
     for header in "${headers[@]}"; do
         compile c++ c++17 "$header"
-        macros=(-DCOBJMACROS -DCINTERFACE) # that C programs call methods by
+        macros=(-DCOBJMACROS -DCINTERFACE) # these define the macros with which C programs call methods
         compile c c11 "$header"
         macros=()
     done
     compile c++ c++17 lxcfc.hpp
-    for header in "${kit[@]}"; do
+    for header in "${alone[@]}"; do
         compile c++ c++20 "$header"
     done
 else
     check "$cc" -std=c11 "$source"/examples/*.c "$source/tests/headers/records32.c"
     for example in "$source"/examples/*.cpp; do
-        # Some are for Windows only, or need what the package's build makes.
+        # Some examples are for Windows only, or include a header that the build generates.
         if grep -q '<LXSampleServer.h>' "$example" || { [ "$platform" != windows ] && grep -q 'IStream\|LocalServer' "$example"; }; then
             continue
         fi

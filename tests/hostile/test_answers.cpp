@@ -5,6 +5,7 @@
 #include "XCountedLock.h"
 #include "XDataObjectRefusals.h"
 #include "hostileserver.h"
+#include "inside.h"
 #include "logcapture.h"
 
 using namespace XLXCFCDataTransfer;
@@ -16,16 +17,14 @@ XLXVariantVector Values(std::size_t count, std::size_t key, XLXComVariant value)
     return values;
 }
 
-/// A bulk read of one type, "Item", with attributes and perhaps further components.
-XLXSafeArray ItemArray(XLXComPtr<IUnknown> server, std::vector<XILXAttributeData> attributes,
-                       XILXTypeComp components = {}) {
+/// A bulk read of one type, "Item".
+XLXSafeArray ItemArray(XLXComPtr<IUnknown> server, XILXTypeComp components = {}) {
     XILXTypeMap map;
     XILXTypeData& record = map.records[IndexOf(map, OLESTR("Item"))];
     record.listed = true;
     record.config.object = std::move(server);
     record.config.values = Values(28, 0, XLXComVariant::FromBstr(OLESTR("Item")));
     record.components = std::move(components);
-    if (!attributes.empty()) { record.components.attributes = GetArrayFromAttributeList(std::move(attributes)); }
     return GetArrayFromMap(std::move(map));
 }
 
@@ -35,13 +34,6 @@ XLXSafeArray Numbers(std::initializer_list<LONG> numbers) {
         writer.Put(number);
     }
     return writer.Finish();
-}
-
-XILXAttributeData AttributeRecord(const OLECHAR* name, XLXComPtr<IUnknown> object = nullptr) {
-    XILXAttributeData record;
-    record.object = std::move(object);
-    record.values = Values(60, XProperty::AttributeName, XLXComVariant::FromBstr(name));
-    return record;
 }
 
 class OddAnswers : public HostileTest {
@@ -61,56 +53,18 @@ protected:
     XLXComPtr<HostileAttribute> ServeName(const std::function<void(XILXAttributeData&)>& change = {}) {
         const auto serverItem = ServerItem();
         const XLXComPtr<HostileAttribute> hostile(new HostileAttribute(AttributeOf(serverItem, OLESTR("Name"))));
-        m_factory->types = [=](SAFEARRAY** out) {
-            std::vector<XILXAttributeData> attributes;
-            attributes.push_back(AttributeRecord(OLESTR("Name"), XLXComPtr<IUnknown>(hostile.Get())));
+        ServeTypes([=] {
+            std::vector<XILXAttributeData> attributes(1);
+            attributes[0].object = XLXComPtr<IUnknown>(hostile.Get());
+            attributes[0].values = Values(60, XProperty::AttributeName, XLXComVariant::FromBstr(OLESTR("Name")));
             if (change) { change(attributes[0]); }
-            *out = ItemArray(serverItem, std::move(attributes)).Detach();
-            return S_OK;
-        };
+            XILXTypeComp components;
+            components.attributes = GetArrayFromAttributeList(std::move(attributes));
+            return ItemArray(serverItem, std::move(components));
+        });
         return hostile;
     }
-    /// Sends a direct notification that the object's values have changed.
-    void Touch(const XLXComPtr<ILXCallbackUpdate>& object, const OLECHAR* dataId) {
-        EXPECT_EQ(object->DataObjectChanged(XLXComBSTR(dataId).Get(), XLXComBSTR(OLESTR("cfc_specific")).Get(), 256,
-                                            ++m_notification, 0, nullptr),
-                  S_OK);
-    }
-
-    ULONG m_notification = 100;
 };
-
-TEST_F(OddAnswers, ArraysOfValuesAreRefusedUnlessTheyAreVariantsInARow) {
-    SAFEARRAYBOUND bounds[2] = {{2, 0}, {2, 0}};
-    const std::pair<std::function<SAFEARRAY*()>, const OLECHAR*> odd[] = {
-        {[] { return SafeArrayCreateVector(VT_BSTR, 0, 3); }, OLESTR("wrong safearray vartype")},
-#ifdef _WIN32 // on other platforms arrays always have their elements
-        {[] {
-             SAFEARRAY* array = nullptr;
-             EXPECT_EQ(SafeArrayAllocDescriptorEx(VT_VARIANT, 1, &array), S_OK);
-             array->rgsabound[0] = {60, 0};
-             return array;
-         },
-         OLESTR("wrong safearray size")},
-#endif
-        {[&] { return SafeArrayCreate(VT_VARIANT, 2, bounds); }, OLESTR("wrong safearray vartype")}};
-    const auto hostile = ServeName();
-    ASSERT_EQ(StartHostile(), S_OK);
-    const auto name = AttributeOf(Named(OLESTR("Item")), OLESTR("Name"));
-    for (const auto& [array, text] : odd) {
-        Touch(name.As<ILXCallbackUpdate>(), OLESTR("properties/Item/2/512"));
-        hostile->values = [&make = array](SAFEARRAY** out) {
-            *out = make();
-            return S_OK;
-        };
-        XLXComVariant value;
-        EXPECT_EQ(name->GetProperty(XProperty::Label, value.Put()), E_INVALIDARG) << LXNarrow(text);
-        EXPECT_EQ(LXErrorInformation::Take().description, text);
-        hostile->values = {};
-        EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Name of the item")); // nothing was cached
-    }
-    Terminate();
-}
 
 /// Reads a label and a position twice. The cache must keep both values.
 void ExpectKept(const XLXComPtr<ILXAttribute>& attribute, const OLECHAR* label) {
@@ -155,47 +109,56 @@ TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken) {
     const auto name = AttributeOf(Named(OLESTR("Item")), OLESTR("Name"));
     V_I4(&position) = 7;
     ExpectKept(name, OLESTR("First"));
-    Touch(name.As<ILXCallbackUpdate>(), OLESTR("properties/Item/2/512"));
+    LXNotifyStraight(name, OLESTR("properties/Item/2/512"));
     EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Second"));
     place = label.Get();
     ExpectKept(name, OLESTR("Second"));
-    Terminate();
+
+    hostile->values = [](SAFEARRAY** out) {
+        *out = SafeArrayCreateVector(VT_BSTR, 0, 3);
+        return S_OK;
+    };
+    LXNotifyStraight(name, OLESTR("properties/Item/2/512"));
+    XLXComVariant value;
+    EXPECT_EQ(name->GetProperty(XProperty::Label, value.Put()), E_INVALIDARG);
+    hostile->values = {};
+    EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Name of the item")) << "nothing was kept";
 }
 
 TEST_F(OddAnswers, ABaseMayBeGivenByItsIndexAlone) {
-    m_factory->types = [&](SAFEARRAY** out) {
+    ServeTypes([&] {
         XILXTypeMap map = GetMapFromArray(HostileTypeArray({{OLESTR("Item"), OLESTR(""), {OLESTR("Name")}}}));
         XILXTypeData& derived = map.records[IndexOf(map, OLESTR("Derived"))];
         derived.config.values = Values(28, 0, XLXComVariant::FromBstr(OLESTR("Derived")));
         derived.baseIndex = static_cast<LONG>(IndexOf(map, OLESTR("Item")));
-        *out = GetArrayFromMap(std::move(map)).Detach();
-        return S_OK;
-    };
+        return GetArrayFromMap(std::move(map));
+    });
     ASSERT_EQ(StartHostile(), S_OK);
     AttributeOf(Named(OLESTR("Derived")), OLESTR("Name"));
-    Terminate();
 }
 
-/// Says that it has every interface, and gives none.
-class EmptyPromise final : public HostileObject<IUnknown> {
+/// Answers every query for an interface alike.
+class OddQuery final : public HostileObject<IUnknown> {
 public:
+    OddQuery(HRESULT result, IUnknown* left) : m_result(result), m_left(left) {}
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** ppv) override {
-        *ppv = nullptr;
-        return S_OK;
+        *ppv = m_left;
+        return m_result;
     }
+
+private:
+    const HRESULT m_result;
+    IUnknown* const m_left;
 };
 
 TEST_F(OddAnswers, AnInterfaceThatIsPromisedAndNotGivenIsMissing) {
-    m_factory->types = [&](SAFEARRAY** out) {
-        *out = ItemArray(new EmptyPromise, {}).Detach();
-        return S_OK;
-    };
+    ServeTypes([&] { return ItemArray(new OddQuery(S_OK, nullptr)); });
     ASSERT_EQ(StartHostile(), S_OK);
     const auto item = Named(OLESTR("Item"));
     XLXComVariant value;
     EXPECT_EQ(item->GetProperty(XProperty::TypeLabel, value.Put()), E_POINTER);
     auto values = Arguments(15, false, false);
-    values[0] = XLXComVariant::FromUnknown(new EmptyPromise);
+    values[0] = XLXComVariant::FromUnknown(new OddQuery(S_OK, nullptr));
     Terminate();
     EXPECT_EQ(Initialize(std::move(values)), E_POINTER);
 }
@@ -204,14 +167,13 @@ TEST_F(OddAnswers, AFailureIsNoEmptyAnswer) {
     ASSERT_EQ(Start(), S_OK);
     const auto item = Type("Item");
     const auto group = Group("Item", 1);
-    const XLXComPtr<ILXGroupEnum> none;
     const std::function<HRESULT(ILXGroupEnum**)> questions[] = {
         [&](ILXGroupEnum** out) { return item->GetPageGroupEnum(1, out); },
         [&](ILXGroupEnum** out) { return group->GetChildGroupEnum(out); }};
     for (const auto& question : questions) {
         XLXComPtr<ILXGroupEnum> groups;
         EXPECT_EQ(question(groups.Put()), S_OK);
-        Touch(Group("Item", 3).As<ILXCallbackUpdate>(), OLESTR("properties/Item/1/1"));
+        LXNotifyStraight(Group("Item", 3), OLESTR("properties/Item/1/1"));
         Calls().FailCall("ILXGroup::GetProperties", E_ACCESSDENIED);
         EXPECT_EQ(question(groups.Put()), E_ACCESSDENIED);
         EXPECT_FALSE(groups);
@@ -221,22 +183,22 @@ TEST_F(OddAnswers, AFailureIsNoEmptyAnswer) {
     XLXComPtr<ILXAttributeEnum> own;
     Calls().FailCall("ILXType::GetAttributeEnum", E_ACCESSDENIED);
     EXPECT_EQ(item.As<ILXTypeInheritance>()->GetAttributeEnum(0, own.Put()), E_ACCESSDENIED);
-    Calls().FailCall("ILXAttribute::GetProperty", E_ACCESSDENIED);
-    EXPECT_EQ(item.As<ILXTypeInheritance>()->GetAttributeEnum(0, own.Put()), E_ACCESSDENIED);
-    EXPECT_FALSE(own);
-    Terminate();
+    for (const char* call : {"ILXAttribute::GetProperty", "ILXAttributeEnum::RemNext"}) {
+        Calls().FailCall(call, E_ACCESSDENIED);
+        EXPECT_EQ(item.As<ILXTypeInheritance>()->GetAttributeEnum(0, own.Put()), E_ACCESSDENIED) << call;
+        EXPECT_FALSE(own);
+    }
 }
 
 TEST_F(OddAnswers, ARefusedListOfComponentsNamesItsType) {
-    m_factory->types = [&](SAFEARRAY** out) {
+    ServeTypes([&] {
         XILXTypeComp components;
         components.pages = Numbers({});
         components.groups = Numbers({-1});
         components.editors = Numbers({1, 2, 3});
         components.attributes = Numbers({4});
-        *out = ItemArray(ServerItem(), {}, std::move(components)).Detach();
-        return S_OK;
-    };
+        return ItemArray(ServerItem(), std::move(components));
+    });
     ASSERT_EQ(StartHostile(), S_OK);
     const auto item = Named(OLESTR("Item"));
     const auto expect = [&]<class Enum>(HRESULT (STDMETHODCALLTYPE ILXType::*list)(Enum**), const char* section,
@@ -256,27 +218,29 @@ TEST_F(OddAnswers, ARefusedListOfComponentsNamesItsType) {
     expect(&ILXType::GetConfObjEditorEnum, "editors", "variant type mismatch: expected VT_UNKNOWN");
     expect(&ILXType::GetAttributeEnum, "attributes", "variant type mismatch: expected VT_UNKNOWN");
     EXPECT_EQ(LXRead(item.Get(), 0), OLESTR("Item"));
-    Terminate();
 }
 
 TEST_F(OddAnswers, ARefusedTypeArrayLeavesTheTypesAsTheyWere) {
     XLXSafeArray next = Numbers({1});
-    m_factory->types = [&](SAFEARRAY** out) {
-        *out = (next ? std::move(next) : ItemArray(ServerItem(), {})).Detach();
-        return S_OK;
-    };
+    ServeTypes([&] { return next ? std::move(next) : ItemArray(ServerItem()); });
     EXPECT_EQ(StartHostile(), E_INVALIDARG);
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("wrong safearray size"));
     EXPECT_TRUE(Named(OLESTR("Item"))) << "the next question asks again";
     Terminate();
     ASSERT_EQ(StartHostile(), S_OK);
     const auto item = Named(OLESTR("Item"));
-    m_server->SendNotification("objects/x/0/2");
-    next = Numbers({1, 7, 0, 0});
-    Named(OLESTR("Item"), E_INVALIDARG);
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("wrong data wrapper id stored in safearray"));
-    EXPECT_EQ(Named(OLESTR("Item")), item);
-    Terminate();
+    std::pair<XLXSafeArray, const OLECHAR*> refused[] = {
+        {Numbers({1, 7, 0, 0}), OLESTR("wrong data wrapper id stored in safearray")},
+        {HostileTypeArray({{OLESTR("A"), OLESTR(""), {}}, {OLESTR(""), OLESTR(""), {}}}),
+         OLESTR("typename for CFC type cache entry must not be empty")}};
+    for (auto& [array, text] : refused) {
+        m_server->SendNotification("objects/x/0/2");
+        next = std::move(array);
+        Named(OLESTR("Item"), E_INVALIDARG);
+        EXPECT_EQ(LXErrorInformation::Take().description, text);
+        EXPECT_EQ(Named(OLESTR("Item")), item);
+        Named(OLESTR("A"), S_FALSE);
+    }
 }
 
 TEST_F(OddAnswers, ARelationsRecordThatIsTooShortFailsTheLoadOnce) {
@@ -309,7 +273,6 @@ TEST_F(OddAnswers, ARelationsRecordThatIsTooShortFailsTheLoadOnce) {
     values = 21;
     m_server->SendNotification("pc/x/0/4");
     EXPECT_EQ(ask(), S_OK);
-    Terminate();
 }
 
 // ---- initialisations
@@ -324,7 +287,6 @@ TEST_F(OddAnswers, AnInitialisationThatIsRefusedLeavesTheLocksOn) {
     m_server->RefuseBulkReads(true);
     EXPECT_EQ(m_cache->Initialize(factory.Get(), query.Get(), m_server->DataUpdate().Get()), E_POINTER);
     EXPECT_TRUE(XLockSwitch::IsOn());
-    Terminate();
 }
 
 // ---- what a failing call stores
@@ -355,24 +317,13 @@ public:
     }
 };
 
-/// QueryInterface fails but stores a pointer.
-class LeavingQuery final : public HostileObject<IUnknown> {
-public:
-    IUnknown* left = nullptr;
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** ppv) override {
-        *ppv = left;
-        return E_NOINTERFACE;
-    }
-};
-
 TEST_F(OddAnswers, NothingIsReleasedThatAFailingCallLeaves) {
     const XLXComPtr<IUnknown> left(new Opaque);
     const auto references = [&] {
         left->AddRef();
         return left->Release();
     };
-    const XLXComPtr<LeavingQuery> unqueried(new LeavingQuery);
-    unqueried->left = left.Get();
+    const XLXComPtr<OddQuery> unqueried(new OddQuery(E_NOINTERFACE, left.Get()));
     auto values = Arguments(15, false, false);
     for (std::size_t i = 0; i < 3; ++i) {
         XLXComVariant odd = XLXComVariant::FromUnknown(unqueried.Get());
@@ -412,6 +363,5 @@ TEST_F(OddAnswers, NothingIsReleasedThatAFailingCallLeaves) {
         EXPECT_EQ(references(), 1u) << attribute;
     }
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("Other related object not found."));
-    Terminate();
 }
 } // namespace

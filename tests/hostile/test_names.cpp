@@ -9,7 +9,6 @@ XLXText Unit(int unit) { return XLXText(1, static_cast<OLECHAR>(unit)); }
 class Names : public HostileTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
-    void TearDown() override { Terminate(); }
     void ExpectFound(const XLXText& name);
 };
 
@@ -59,27 +58,5 @@ TEST_F(Names, AreFoundExactlyAndNotified) {
         SCOPED_TRACE(LXNarrow(text.substr(0, 10)));
         ExpectFound(OLESTR("n") + text);
     }
-}
-
-TEST_F(Names, ThatAreTogetherTheSameStayApart) {
-    for (const char* type : {"a", "a|b", "b|c", "c"}) {
-        Edit().AddType(type);
-    }
-    Edit().AddRelation("a", "b|c", "x");
-    Edit().AddRelation("a|b", "c", "x");
-    const auto children = [&](const char* parent) {
-        XLXComPtr<ILXParentChildEnum> relations;
-        const HRESULT result =
-            Factory()->GetParentChildEnum(XLXComBSTR(LXFromUtf8(parent)).Get(), nullptr, relations.Put());
-        EXPECT_EQ(result, S_OK);
-        return LXReadAll<ILXParentChild>(relations, XProperty::ChildName);
-    };
-    EXPECT_EQ(children("a"), std::vector<std::string>{"b|c"});
-    EXPECT_EQ(children("a|b"), std::vector<std::string>{"c"});
-    LONG derives = 1;
-    const XLXComBSTR base(OLESTR("a"));
-    BSTR bases[] = {base.Get()};
-    EXPECT_EQ(m_cache->CheckTypeDerivesFrom(XLXComBSTR(OLESTR("a|b")).Get(), 1, bases, &derives), S_OK);
-    EXPECT_EQ(derives, 0);
 }
 } // namespace

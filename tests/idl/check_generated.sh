@@ -1,7 +1,8 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# Makes the header and the identifier source anew and compares them with the committed ones.
-# usage: check_generated.sh <folder of the definitions>; 77 when the interface compiler is not installed
+# Generates the header and the identifier source again and compares them with the committed ones.
+# usage: check_generated.sh FOLDER-OF-DEFINITIONS
+# Exit status 77: the interface compiler is not installed.
 set -eu
 idl=$1
 widl=${WIDL:-x86_64-w64-mingw32-widl}
@@ -14,7 +15,7 @@ trap 'rm -rf "$fresh"' EXIT
 sh "$idl/generate.sh" "$fresh"
 for file in LXConfigFactoryCache.h LXConfigFactoryCache_i.c; do
     if ! diff -u "$idl/$file" "$fresh/$file"; then
-        echo "$file differs: run idl/generate.sh and commit the result"
+        echo "$file is out of date: run idl/generate.sh and commit the result"
         exit 1
     fi
 done

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A headless Chromium, driven through chromedriver's JSON over HTTP."""
+"""A headless Chromium, controlled through chromedriver's HTTP interface."""
 import base64
 import json
 import shutil
@@ -67,35 +67,35 @@ class Browser:
         self._call("POST", self.session + "/url", {"url": url})
 
     def run(self, script, *arguments):
-        """The value of a script that returns one."""
+        """Runs a script and returns its result."""
         return self._call("POST", self.session + "/execute/sync", {"script": script, "args": list(arguments)})
 
     def wait_for(self, script, *arguments):
-        """The value of a script that calls its last argument with one."""
+        """Runs an asynchronous script, and returns the value that it passes to its last argument, a callback."""
         return self._call("POST", self.session + "/execute/async", {"script": script, "args": list(arguments)})
 
     def _devtools(self, command, **parameters):
         self._call("POST", self.session + "/goog/cdp/execute", {"cmd": command, "params": parameters})
 
     def look(self, width, height, colours="light", media=""):
-        """How large the page is, and what it is shown on."""
+        """Sets the size of the viewport, the preferred colour scheme and the CSS media type."""
         self._devtools("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1,
                        mobile=False)
         self._devtools("Emulation.setEmulatedMedia", media=media,
                        features=[{"name": "prefers-color-scheme", "value": colours}])
 
     def pdf(self):
-        """The page as it is printed."""
+        """The page printed as a PDF."""
         return base64.b64decode(self._call("POST", self.session + "/print", {}))
 
     def keys(self, text):
-        """Keys for whatever has the focus."""
+        """Sends keys to the element that has the focus."""
         actions = [action for key in text for action in ({"type": "keyDown", "value": key},
                                                          {"type": "keyUp", "value": key})]
         self._call("POST", self.session + "/actions",
                    {"actions": [{"type": "key", "id": "keys", "actions": actions}]})
 
     def problems(self):
-        """What the page wrote to the console as an error or a warning."""
+        """The errors and warnings that the page wrote to the console."""
         log = self._call("POST", self.session + "/se/log", {"type": "browser"})
         return [entry["message"] for entry in log if entry["level"] in ("SEVERE", "WARNING")]

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Runs lxcfc as its users do, and knows the shipped model from its file."""
+"""Runs lxcfc as its users do, and reads the shipped model from its file."""
 import json
 import os
 import subprocess
@@ -34,7 +34,7 @@ def lxcfc(*arguments, text=None):
 
 
 def answer_of(*arguments, text=None):
-    """The JSON answer of a command that succeeds."""
+    """The JSON answer of a command, which must succeed."""
     answer = lxcfc(*arguments, "--json", text=text)
     if answer.status != 0:
         raise AssertionError(str(answer))
@@ -42,7 +42,7 @@ def answer_of(*arguments, text=None):
 
 
 class Model:
-    """The shipped model, read without any of the project's code."""
+    """The shipped model, read without the project's own code."""
 
     def __init__(self):
         with open(os.path.join(SOURCE, "models", "plant.json"), encoding="utf-8") as file:
@@ -54,7 +54,7 @@ class Model:
         return [base] + self.bases(base) if base else []
 
     def attributes(self, name):
-        """By name; a base's attribute wins."""
+        """A type's attributes by name, including inherited ones; a base's attribute takes precedence."""
         found = {}
         for entry in [name] + self.bases(name):
             found.update({a["name"]: a for a in self.types[entry].get("attributes", [])})
@@ -65,7 +65,7 @@ class Model:
 
 
 def file_of(cleanup, content, name="model.json"):
-    """Writes JSON to a file that is removed in the end. Returns its path for programs that run in the source folder."""
+    """Writes JSON to a temporary file. Returns its path relative to the source folder, where the programs run."""
     folder = tempfile.TemporaryDirectory(dir=os.path.join(SOURCE, "build"))
     cleanup(folder.cleanup)
     path = os.path.join(folder.name, name)
@@ -75,7 +75,7 @@ def file_of(cleanup, content, name="model.json"):
 
 
 class CountedResult(unittest.TextTestResult):
-    """One line for each test, as the other test programs print it."""
+    """Prints one line per test, in the format of the other test programs."""
 
     def startTest(self, test):
         super().startTest(test)
@@ -99,7 +99,7 @@ def regsvr32(module, undo=False):
 
 
 def register(undo):
-    """Under Wine the component is registered for as long as the tests run."""
+    """Under Wine, registers the component before the tests and unregisters it after them."""
     if EMULATOR:
         regsvr32("LXConfigFactoryCache32", undo)
 

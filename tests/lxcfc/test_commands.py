@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the commands answer about the shipped model, and how they fail."""
+"""The answers of the commands for the shipped model, and their failures."""
 import os
 import re
 import unittest
@@ -93,7 +93,7 @@ class Others(unittest.TestCase):
         self.assertEqual(answer["stale"], ["attribute values", "attribute type values"])
 
     def test_stats_and_bench(self):
-        def refilled(choice):  # by cost, a slow machine would decide otherwise than a fast one
+        def refilled(choice):  # never the automatic choice, which depends on the speed of the machine
             with unittest.mock.patch.dict(os.environ, LXREFILL=choice):
                 return answer_of("stats")
         stats = refilled("never")

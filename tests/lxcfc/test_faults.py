@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What lxcfc finds in a configuration, between two, and between cache and server."""
+"""The faults that lxcfc finds in one configuration, between two, and between cache and server."""
 import copy
 import unittest
 

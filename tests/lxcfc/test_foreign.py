@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""lxcfc in front of a server that is not the sample server: what it shows, what it refuses, whose names it uses."""
+"""lxcfc with a server other than the sample server: what it shows, what it refuses, and which names it uses."""
 import json
 import os
 import unittest
@@ -12,7 +12,7 @@ NO_QUERY = "lxcfc: the server offers no ILX_Query: no plan types\n"
 
 
 def server(wish):
-    """The server is what this says when it is loaded."""
+    """Selects the behaviour of the server in the library, which reads this variable when it is loaded."""
     return unittest.mock.patch.dict(os.environ, LX_HANDSERVER=wish)
 
 

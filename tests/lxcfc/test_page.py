@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The page on which a configuration is looked into, in a headless browser."""
+"""The page that shows a configuration, in a headless browser."""
 import copy
 import os
 import pathlib
@@ -17,7 +17,7 @@ HOSTILE = ['<b>&amp;"quoted" \\ \'type\'', "</script><script>alert(1)</script>",
            "line\u2028end", "right\u202eleft", "a/b#c%2F?"]
 TAB, ENTER, RIGHT, LEFT = "\ue004", "\ue007", "\ue014", "\ue012"
 
-# The smallest text that can be seen, in pixels of the screen, with what it says.
+# The smallest visible text: its size in screen pixels, and its content.
 SMALLEST_TEXT = """
     let smallest = [Infinity, ""];
     const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
@@ -30,7 +30,7 @@ SMALLEST_TEXT = """
         if (size < smallest[0]) smallest = [size, walker.currentNode.data];
     }
     return smallest;"""
-# How far the nodes of the graph reach out of it, at most.
+# How far the nodes extend beyond the graph on each side.
 BEYOND_GRAPH = """
     const graph = document.querySelector('svg.graph').getBoundingClientRect();
     const nodes = [...document.querySelectorAll('.graph .node')].map(node => node.getBoundingClientRect());
@@ -40,7 +40,7 @@ PRESS = "[...document.querySelectorAll('button')].find(b => b.textContent === ar
 
 
 def axe():
-    """The accessibility checker's script, which npm installs as it is locked."""
+    """The accessibility checker's script, which npm installs in the version of the lock file."""
     if shutil.which("npm") is None:
         raise unittest.SkipTest("there is no npm")
     here = pathlib.Path(__file__).parent
@@ -79,7 +79,7 @@ class Page(unittest.TestCase):
         self.assertEqual(self.browser.problems(), [])
 
     def open(self, *arguments, at="", status=0):
-        """Opens the page that a command writes, which is written once."""
+        """Opens the page that a command writes. Each page is written only once."""
         if arguments not in self.files:
             file = pathlib.Path(SOURCE, file_of(self.addClassCleanup, {}, "page.html"))
             answer = lxcfc(*arguments, "--html", "--output", str(file))

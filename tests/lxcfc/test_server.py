@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""lxcfc and the sample server in processes of their own (Windows)."""
+"""lxcfc and the sample server in separate processes (Windows)."""
 import os
 import subprocess
 import unittest
@@ -8,7 +8,7 @@ from program import EMULATOR, Model, PROGRAM, SOURCE, answer_of, file_of, lxcfc,
 
 PROGID, CLSID = "LXSampleServer.Server", "{02B778BC-C6BC-44BE-852B-053E6AB97509}"
 FOLDER = os.path.dirname(PROGRAM)
-# A part of the shipped model: each answer of the server is a call between processes here. By hand, for all of it:
+# Only a part of the shipped model, because each answer of the server is a call between processes. To check all of it:
 #   lxcfc check --edits 1000 --server LXSampleServer.Server
 TYPES = ["PumpCentrifugal", "PumpScrew", "Area", "Site"]
 EDITS = 300
@@ -16,7 +16,7 @@ MODULES = ["LXConfigFactoryCachePS", "LXSampleServerPS", "LXCfgCacheCallback"]
 
 
 def part_of_the_model(cleanup):
-    """A file with some types and their bases."""
+    """A model file with some types, their bases, and the relations between them."""
     model = Model()
     kept = {name for entry in TYPES for name in [entry] + model.bases(entry)}
     part = dict(model.json, objects=[])
@@ -44,7 +44,7 @@ class Server(unittest.TestCase):
     @classmethod
     def tearDownClass(cls):
         subprocess.run(server("--stop"), check=True, timeout=120, stdin=subprocess.DEVNULL)
-        cls.process.wait(timeout=60)  # not for the end of its output, which a service that it started may have open too
+        cls.process.wait(timeout=60)  # not communicate(): a service that it started may keep the output open
         cls.process.stdout.close()
         subprocess.run(server("--unregister"), check=True, timeout=120, stdin=subprocess.DEVNULL)
         for module in MODULES:

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What lxcfc does to terminals, pipes and files that its output goes to, and what shells know of it (Linux)."""
+"""The output of lxcfc to terminals, pipes and files, and its shell completion (Linux)."""
 import fcntl
 import os
 import pty
@@ -15,7 +15,7 @@ HOSTILE = "Red\x1b[31m\nline\x9b2J\u202e"
 
 
 def on_terminal(columns, *arguments, **environment):
-    """What a terminal of that width gets."""
+    """The output to a terminal of the given width."""
     ours, its = pty.openpty()
     fcntl.ioctl(its, termios.TIOCSWINSZ, struct.pack("HHHH", 40, columns, 0, 0))
     process = subprocess.Popen([PROGRAM, *arguments], stdin=subprocess.DEVNULL, stdout=its, cwd=SOURCE,
@@ -62,7 +62,7 @@ class Terminal(unittest.TestCase):
                                      stderr=subprocess.PIPE, check=False)
                 self.assertEqual((run.returncode, run.stderr), (2, b"lxcfc: standard output cannot be written to\n"),
                                  (arguments, redirection))
-        for trap in ("true", "trap '' PIPE"):  # a reader that has seen enough
+        for trap in ("true", "trap '' PIPE"):  # the reader closes the pipe early
             run = subprocess.run(["bash", "-c", f'{trap}; "$0" "$@" | true', PROGRAM, "graph", "types", "--generate", "500"],
                                  cwd=SOURCE, stderr=subprocess.PIPE, check=False)
             self.assertEqual(run.stderr, b"")

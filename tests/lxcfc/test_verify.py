@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""lxcfc verify-server: what it prints, and how it ends. The rules themselves are tested in tests/verify."""
+"""The output and exit status of lxcfc verify-server. tests/verify tests the rules themselves."""
 import os
 import unittest
 import unittest.mock

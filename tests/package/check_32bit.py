@@ -1,15 +1,16 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks the DLLs for 32-bit clients, without running them: there need not be a 32-bit Wine.
+"""Checks the DLLs for 32-bit clients without running them, because a 32-bit Wine may not be available.
 
 usage: check_32bit.py BUILD
     BUILD   a build folder of the preset windows32-release
 
-- Each DLL is for i386, exports the four functions by their plain names, and loads nothing but the package and Windows.
-- The type library in the component is one for 32 bits, and the manifest of the assembly is for x86.
-- The package has them all.
+- Each DLL is for i386, exports the four functions under their undecorated names, and imports only from DLLs of the
+  package and of Windows.
+- The type library in the component is for 32 bits, and the manifest of the assembly for x86.
+- The package contains all of them.
 
-tests/headers compiles the layout of the records for 32 bits.
+tests/headers checks the layout of the records for 32 bits.
 """
 import pathlib
 import re
@@ -41,7 +42,7 @@ def faults_of_type_library(build):
     if library[0x14] & 0xF != SYS_WIN32:
         yield f"the type library is for the system kind {library[0x14] & 0xF}"
     if library not in (build / "bin" / DLLS[0]).read_bytes():
-        yield "the component has not this type library"
+        yield "the component does not contain this type library"
 
 
 def faults_of_package(build):

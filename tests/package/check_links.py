@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Follows every link of every document of a package: each must lead to something in it.
+"""Checks that every link in the documents of a package has a target in the package.
 
 usage: check_links.py ROOT
 
-Links and pictures of Markdown and HTML, with their places (#...), and paths of the sources that a document names, such
-as `examples/client.cpp` or `models/plant.json`. Addresses on the net are taken as they are.
+Checks links and pictures in Markdown and HTML, with their fragments (#...), and source paths that a document names,
+such as `examples/client.cpp` or `models/plant.json`. Web addresses are not checked.
 """
 import html.parser
 import pathlib
@@ -21,7 +21,7 @@ def without_code(text):
 
 
 def markdown_places(text):
-    """The names that the headings of a page get."""
+    """The fragment names of a page's headings."""
     plain = re.sub(r"^```.*?^```", "", text, flags=re.S | re.M)
     headings = re.findall(r"^#+ +(.*?) *$", plain, re.M)
     return {re.sub(r"[^\w\- ]", "", re.sub(r"\]\([^)]*\)", "]", h)).lower().replace(" ", "-") for h in headings}
@@ -40,7 +40,7 @@ class Page(html.parser.HTMLParser):
 
 
 def read(path):
-    """Links and places of a document, and the paths that it names."""
+    """A document's links, the fragments in it that links may name, and the source paths that it names."""
     text = path.read_text(encoding="utf-8")
     if path.suffix == ".html":
         page = Page(text)
@@ -53,12 +53,12 @@ def read(path):
 def fault_of(root, document, link, places):
     parts = urllib.parse.urlsplit(link)
     if parts.scheme or parts.netloc:
-        return None if parts.scheme in ("http", "https", "mailto", "data") else "is no address"
+        return None if parts.scheme in ("http", "https", "mailto", "data") else "is not a valid address"
     target = (document.parent / urllib.parse.unquote(parts.path)).resolve() if parts.path else document
     if not target.is_relative_to(root) or not target.exists():
         return "is not in the package"
     if parts.fragment and urllib.parse.unquote(parts.fragment) not in places.get(target, ()):
-        return "has no such place"
+        return "has no such fragment"
     return None
 
 

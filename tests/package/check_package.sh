@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Puts what users get into an empty place, builds the examples that it carries against it and runs them. A package for
-# Debian has the files of an installation, so the examples are not built with it once more.
+# Puts a package or an installation into an empty folder, builds the examples in it against it, and runs them. A Debian
+# package must have the same files as an installation, so the examples are not built again for it.
 # usage: check_package.sh KIND SOURCE BUILD
 #   KIND   install: cmake --install; deb, zip: the package that cpack makes
 #   SOURCE, BUILD   the project's folder and its build folder
@@ -11,7 +11,7 @@ kind=$1 source=$2 build=$3
 cmake=${CMAKE:-cmake}
 here=$(cd "$(dirname "$0")" && pwd)
 objdump=${OBJDUMP:-objdump}
-place=$build/package-test-$kind # always the same, so that a compiler cache knows the examples of the last run
+place=$build/package-test-$kind # the same in each run, so that a compiler cache finds the examples' objects
 rm -rf "$place"
 mkdir "$place"
 trap 'rm -rf "$place"' EXIT
@@ -34,17 +34,17 @@ has_section() {
     grep -q -F "$2" <<<"$sections"
 }
 
-# make_package PATTERN: the one package of this project's version that cpack makes.
+# make_package PATTERN: runs cpack and prints the path of the package whose name matches.
 make_package() {
     (cd "$build" && quietly "$(dirname "$cmake")/cpack" -B "$place/packages")
     find "$place/packages" -maxdepth 1 -name "$1" | grep . || fail "cpack made no $1"
 }
 
-# ---- how it gets there
+# ---- installing and unpacking
 
 put_install() {
     quietly "$cmake" --install "$build" --prefix "$place/elsewhere"
-    mv "$place/elsewhere" "$root" # it works wherever it is put
+    mv "$place/elsewhere" "$root" # an installation must work after a move
 }
 
 put_deb() {
@@ -84,18 +84,18 @@ put_zip() {
         "$objdump" || fail "the bill of materials or the NuGet package"
 }
 
-# The same files as an installation; only modules may differ, which are stripped.
+# The package has the same files as an installation. Only the contents of modules may differ, which are stripped.
 has_what_is_installed() {
     quietly "$cmake" --install "$build" --prefix "$place/installed"
     diff <(cd "$place/installed" && find . -type f | sort) <(cd "$root" && find . -type f | sort) ||
-        fail "the package has other files than an installation"
+        fail "the package's files are not those of an installation"
     diff -rq --exclude='*.so*' --exclude=bin "$place/installed" "$root" || fail "files differ from those of an installation"
 }
 
-# has_debug_information BINARY: it names its PDB file, which has the names of its functions; with Clang their lines too.
+# has_debug_information BINARY: the binary names its PDB file, which has function names, and with Clang lines too.
 has_debug_information() {
     local pdb=$place/debug/bin/$1.pdb publics lines
-    ! has_section "$root/bin/$1" .debug_info || fail "$1 has its debug information"
+    ! has_section "$root/bin/$1" .debug_info || fail "$1 still has its debug information"
     grep -aqF "$1.pdb" "$root/bin/$1" || fail "$1 does not name its PDB file"
     publics=$(llvm-pdbutil dump -publics "$pdb") || fail "$1.pdb cannot be read"
     grep -qE '`(DllGetClassObject|LXErrorSetInfo|main|mainCRTStartup)`' <<<"$publics" || fail "$1.pdb lacks functions"
@@ -108,22 +108,23 @@ has_debug_information() {
     fi
 }
 
-# has_version_resource BINARY: it says who made what, and under which name.
+# has_version_resource BINARY: the binary's version resource has company, copyright, file name, product and version.
 has_version_resource() {
     local strings entry
     strings=$(tr -d '\0' <"$1")
     for entry in "CompanyName$(sed -n 's/^Copyright .* [0-9]\{4\} //p' "$source/LICENSE")" \
         "LegalCopyright$(grep '^Copyright' "$source/LICENSE")" "OriginalFilename$(basename "$1")" \
         "ProductNameLXConfigFactoryCache" "ProductVersion$(version)"; do
-        grep -aqF "$entry" <<<"$strings" || fail "$(basename "$1") does not say: $entry"
+        grep -aqF "$entry" <<<"$strings" || fail "the version resource of $(basename "$1") lacks: $entry"
     done
 }
 
 version() { sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt"; }
 
-# ---- what is done with it
+# ---- building and running
 
-# The examples that came with it, so that they need nothing else; users' warnings are errors.
+# Builds the copy of the examples in the package, with the warnings that users turn on as errors. It must need nothing
+# outside the package.
 build_examples() {
     local examples launcher
     examples=$(find "$root" -name minimal_server.cpp -printf '%h')
@@ -135,7 +136,7 @@ build_examples() {
     grep -q "LXConfigFactoryCache_DIR:PATH=$root/" "$place/build/CMakeCache.txt" || fail "another package was found"
     quietly "$cmake" --build "$place/build"
 }
-# MinGW's linker takes twenty seconds for each program of objects that are not optimised: they have 7,800 sections.
+# -O1, because MinGW's linker takes twenty seconds for each program of unoptimised objects: they have 7,800 sections.
 readonly flags="-O1 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wundef -Werror"
 
 # run_examples [OPTION...]
@@ -162,21 +163,22 @@ build_with_pkg_config() {
     c++ -pthread -shared "$place/minimal_server.o" $libraries \
         -Wl,-rpath,"$(pkg-config --variable=libdir lxconfigfactorycache)" -o "$place/minimal_server.so"
     quietly "$root/bin/lxcfc" verify-server --server "$place/minimal_server.so"
-    ! grep -q notify- "$place/log" || fail "the notifications of the server, built with pkg-config, are not verified"
+    ! grep -q notify- "$place/log" || fail "the server built with pkg-config breaks or skips rules of notifications"
     quietly "$root/bin/lxcfc" doctor --server "$place/minimal_server.so"
     # shellcheck disable=SC2086
     ! c++ -std=c++17 -fsyntax-only $package "$source/examples/minimal_server.cpp" 2>"$place/log" ||
-        fail "the server kit takes C++17"
-    grep 'error' "$place/log" | head -1 | grep -q 'needs C++20' || fail "the server kit does not say what it needs"
+        fail "the server kit compiles as C++17"
+    grep 'error' "$place/log" | head -1 | grep -q 'needs C++20' ||
+        fail "the server kit's first error does not say that it needs C++20"
     echo "the server, built with pkg-config, is verified"
 }
 
-# The tools say their version, and find the component and the model where they were put.
+# The tools print their version, and find the component and the model in the package.
 run_tools() {
     local tool=$root/bin/lxcfc
     if [ -n "${TOOLCHAIN:-}" ]; then
         [[ "$("$RUNNER" "$tool.exe" --version | tr -d '\r')" == *" $(version)" ]] || fail "lxcfc is not $(version)"
-        # The server runs in a process of its own: that takes every module of the package.
+        # The server runs in its own process, so this needs every module of the package.
         quietly "$RUNNER" "$tool.exe" --server LXSampleServer.Server types --root Pump
         grep -q PumpCentrifugal "$place/log" || fail "lxcfc does not reach the server of the package"
         quietly "$RUNNER" "$root/bin/lxsampleserver.exe" --stop
@@ -189,12 +191,12 @@ run_tools() {
 }
 
 check_paths() {
-    ! grep -rIlF "$source" "$root" || fail "files name the folder that they were built in"
-    [ "$kind" != zip ] || ! grep -alF "$source" "$root"/bin/*.dll || fail "DLLs name the folder that they were built in"
+    ! grep -rIlF "$source" "$root" || fail "files contain the path of the source folder"
+    [ "$kind" != zip ] || ! grep -alF "$source" "$root"/bin/*.dll || fail "DLLs contain the path of the source folder"
 }
 
 check_links() {
-    python3 "$here/check_links.py" "$root" || fail "a document leads to what is not in the package"
+    python3 "$here/check_links.py" "$root" || fail "links in the documents are broken"
 }
 
 # registration SCRIPT
@@ -205,7 +207,8 @@ registration() {
 check_path_of_modules() {
     local module
     for module in "$root"/lib/*.so; do
-        ! readelf -d "$module" | grep RUNPATH | grep -qvF '[$ORIGIN]' || fail "$module looks elsewhere for libraries"
+        ! readelf -d "$module" | grep RUNPATH | grep -qvF '[$ORIGIN]' ||
+            fail "$module searches for libraries outside its folder"
     done
 }
 
@@ -218,8 +221,8 @@ if [ "$kind" = deb ]; then
     run_tools
 elif [ -n "${TOOLCHAIN:-}" ]; then
     build_examples
-    registration unregister.cmd >"$place/log" 2>&1 || true # what another test may have left
-    # What finds the component by its manifest does so with nothing registered, and what does not finds none.
+    registration unregister.cmd >"$place/log" 2>&1 || true # removes what another test may have left
+    # Without registration only the program whose manifest names the component's assembly finds the component.
     ! "$RUNNER" "$place/build/client.exe" >"$place/log" 2>&1 || fail "the component is registered already"
     run_examples -R without_registration
     quietly registration register.cmd

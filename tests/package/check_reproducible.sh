@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Builds DLLs a second time, from a copy of the sources in another folder, and compares them with those of the build.
+# Builds DLLs again from a copy of the sources in another folder, and compares them with those of the build.
 # usage: check_reproducible.sh SOURCE BUILD TARGET...
-# That takes as long as the build did without a compiler cache, so the tests compare small ones; all of them:
+# This takes as long as a build without a compiler cache, so the tests compare only small DLLs. To compare all of them:
 #   tests/package/check_reproducible.sh . build/windows-release LXConfigFactoryCache32 LXError32 LXCfgCacheCallback
 set -euo pipefail
 source=$(cd "$1" && pwd) build=$(cd "$2" && pwd)
 targets=("${@:3}")
 cmake=${CMAKE:-cmake}
-export CCACHE_DISABLE=1 # or it would be the same objects
-# The same folder within the sources: the compiler's command line, which debug information contains, names it.
+export CCACHE_DISABLE=1 # a cache would return the same objects
+# The build folder keeps its place relative to the sources: the debug information contains the compiler's command line,
+# which names it.
 folder=build/$(basename "$build")
 copy=$(mktemp -d "${TMPDIR:-/tmp}/another folder.XXXXXX")
 trap 'rm -rf "$copy"' EXIT

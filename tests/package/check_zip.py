@@ -1,14 +1,15 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks the bill of materials of the ZIP for Windows, and the NuGet package as those see it who read one.
+"""Checks the bill of materials of the ZIP for Windows, and the NuGet package.
 
 usage: check_zip.py ROOT NUPKG VERSION OBJDUMP
-    ROOT   the unpacked ZIP, whose files the NuGet package must carry
+    ROOT   the unpacked ZIP, whose files the NuGet package must contain
 
-- The bill has the fields that CycloneDX 1.5 requires, and of each component name, version, supplier and licence. It has
-  each binary of the package, and no other, with its sum; each of them says what is linked into it.
-- Each library that is linked has its licence in the package. A binary loads nothing but the package and Windows.
-- The NuGet package keeps the conventions of its container, and each file that its build rules name is there.
+- The bill has the fields that CycloneDX 1.5 requires, and each component's name, version, supplier and licence. It
+  lists exactly the binaries of the package, with their hashes and the libraries linked into them.
+- The package contains the licence of each linked library. A binary imports only from DLLs of the package and of
+  Windows.
+- The NuGet package follows the Open Packaging Conventions, and contains each file that its build rules name.
 """
 import hashlib
 import json
@@ -29,7 +30,7 @@ PARTS = [f"{ID}.nuspec", "[Content_Types].xml", "_rels/.rels", f"build/native/{I
 
 def faults_of_fields(bill):
     if bill.get("bomFormat") != "CycloneDX" or bill.get("specVersion") != "1.5" or bill.get("version") != 1:
-        yield "it is no bill of CycloneDX 1.5"
+        yield "it is not a CycloneDX 1.5 bill"
     if not re.fullmatch(r"urn:uuid:[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}", bill.get("serialNumber", "")):
         yield "it has no serial number"
     for component in [bill["metadata"]["component"], *bill["components"]]:
@@ -48,16 +49,16 @@ def faults_of_fields(bill):
 def faults_of_references(bill):
     names = [component["bom-ref"] for component in [bill["metadata"]["component"], *bill["components"]]]
     if len(set(names)) != len(names):
-        yield "a reference stands for two components"
+        yield "two components have the same reference"
     graph = {entry["ref"]: entry["dependsOn"] for entry in bill["dependencies"]}
     if set(graph) != set(names):
-        yield f"not all components say what they depend on: {set(graph) ^ set(names)}"
+        yield f"components and entries of the dependency graph differ: {set(graph) ^ set(names)}"
     reached, front = set(), {bill["metadata"]["component"]["bom-ref"]}
     while front:
         reached |= front
         front = {name for ref in front for name in graph.get(ref, [])} - reached
     if reached != set(names):
-        yield f"the product does not lead to {set(names) ^ reached}"
+        yield f"the product does not depend on {set(names) ^ reached}"
 
 
 def faults_of_binaries(bill, root):
@@ -66,12 +67,12 @@ def faults_of_binaries(bill, root):
     there = {path.name: hashlib.sha256(path.read_bytes()).hexdigest() for path in root.glob("bin/*")
              if path.suffix in (".dll", ".exe")}
     if sums != there:
-        yield f"binaries differ from those of the package: {dict(sums.items() ^ there.items()).keys()}"
+        yield f"binaries or hashes differ from those of the package: {dict(sums.items() ^ there.items()).keys()}"
     graph = {entry["ref"]: entry["dependsOn"] for entry in bill["dependencies"]}
     for component in bill["components"]:
         name = component["name"]
         if name in there and "mingw-w64" not in graph[name]:
-            yield f"{name} does not say what is linked into it"
+            yield f"{name} does not list the libraries linked into it"
         if name not in there and not (root / "licenses" / f"{name}.txt").is_file():
             yield f"the licence of {name} is not in the package"
 
@@ -87,7 +88,7 @@ def faults_of_imports(root, objdump):
 
 
 def elements(parts, name):
-    """The elements of an XML part, without their namespaces."""
+    """The elements of an XML part, with namespaces removed from their tags."""
     for element in xml.etree.ElementTree.fromstring(parts[name]).iter():
         element.tag = element.tag.rpartition("}")[2]
         yield element
@@ -105,8 +106,9 @@ def faults_of_container(parts):
     targets = {it.get("Type").rpartition("/")[2]: it.get("Target") for it in elements(parts, "_rels/.rels")
                if it.tag == "Relationship"}
     if targets.get("manifest") != f"/{ID}.nuspec":
-        yield "no relationship leads to the description"
-    yield from (f"a relationship leads to {it}" for it in targets.values() if it.lstrip("/") not in parts)
+        yield "no relationship points to the description"
+    yield from (f"a relationship points to {it}, which is missing" for it in targets.values()
+                if it.lstrip("/") not in parts)
 
 
 def faults_of_description(parts, version):
@@ -114,11 +116,11 @@ def faults_of_description(parts, version):
     yield from (f"the description has no {field}" for field in ("id", "version", "authors", "description", "license")
                 if not fields.get(field))
     if (fields.get("id"), fields.get("version")) != (ID, version):
-        yield f"it is {fields.get('id')} {fields.get('version')}"
+        yield f"the description is for {fields.get('id')} {fields.get('version')}"
 
 
 def faults_of_rules(parts):
-    """Files that the build rules name stand where the rules say, and the assembly that they name is the manifest's."""
+    """The files that the build rules name must exist, and the assembly that they name must be the manifest's."""
     for element in elements(parts, f"build/native/{ID}.targets"):
         for text in filter(None, [element.get("Include"), element.text]):
             for named in re.findall(r"\$\(MSBuildThisFileDirectory\)([^;]*)", text):
@@ -126,12 +128,12 @@ def faults_of_rules(parts):
                 while "/../" in path:
                     path = re.sub(r"[^/]+/\.\./", "", path, count=1)
                 if not any(name.startswith(path.rstrip("*.")) for name in parts):
-                    yield f"the build rules name {named}, which is not there"
+                    yield f"the build rules name {named}, which does not exist"
     identity = re.search(r"<assemblyIdentity ([^>]*)/>", parts[f"runtimes/win-x64/native/{ID}.manifest"].decode())[1]
     rule = next(it.text for it in elements(parts, f"build/native/{ID}.targets")
                 if it.tag == "AdditionalManifestDependencies")
     if dict(re.findall(r"(\w+)='([^']*)'", rule)) != dict(re.findall(r'(\w+)="([^"]*)"', identity)):
-        yield "the build rules name another assembly than the manifest is of"
+        yield "the build rules name a different assembly than the manifest"
 
 
 def faults_of_content(parts, root):

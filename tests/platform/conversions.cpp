@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
 // VariantChangeType between the types that configuration values have.
-#include "contract.h"
+#include "XLXComBSTR.h"
+#include "XLXComVariant.h"
+
+#include <gtest/gtest.h>
 
 #include <cstdio>
-#include <tuple>
 
 namespace {
 /// What a conversion to a type must give, as text; "mismatch" and "overflow" are failures.
@@ -14,16 +16,17 @@ struct Row {
     const char* expected;
 };
 
-std::string Described(HRESULT result, const VARIANT& value) {
+std::string Described(HRESULT result, const XLXComVariant& of) {
     if (result == DISP_E_TYPEMISMATCH) { return "mismatch"; }
     if (result == DISP_E_OVERFLOW) { return "overflow"; }
+    const VARIANT& value = of.Get();
     char text[40];
     switch (value.vt) {
     case VT_I4: return std::to_string(value.lVal);
     case VT_BOOL: return value.boolVal == VARIANT_TRUE ? "true" : value.boolVal == VARIANT_FALSE ? "false" : "odd";
     case VT_R8: std::snprintf(text, sizeof(text), "%.12g", value.dblVal); return text;
     case VT_BSTR: {
-        const Text wide = TextOf(value.bstrVal);
+        const XLXTextView wide = LXBstrView(value.bstrVal);
         return std::string(wide.begin(), wide.end());
     }
     default: return "type " + std::to_string(value.vt);
@@ -62,53 +65,55 @@ constexpr Row Texts[] = {
 
 TEST(Conversions, OfTexts) {
     for (const Row& row : Texts) {
-        Variant from(row.from);
-        Variant to(LONG{4711});
-        const HRESULT result = VariantChangeType(&to, &from, 0, row.to);
+        auto from = XLXComVariant::FromBstr(row.from);
+        auto to = XLXComVariant::FromI4(4711);
+        const HRESULT result = VariantChangeType(&to.Get(), &from.Get(), 0, row.to);
         EXPECT_EQ(row.expected, Described(result, to)) << Described(S_OK, from);
-        EXPECT_TRUE(SUCCEEDED(result) || (to.vt == VT_I4 && to.lVal == 4711)) << "a failure leaves the target alone";
-        EXPECT_EQ(Text(row.from), TextOf(from.bstrVal));
+        EXPECT_TRUE(SUCCEEDED(result) || Described(S_OK, to) == "4711") << "a failure leaves the target alone";
+        EXPECT_EQ(LXBstrView(V_BSTR(&from.Get())), row.from);
     }
 }
 
 TEST(Conversions, OfNumbers) {
-    const auto expect = [](const VARIANT& from, VARTYPE type, const char* expected) {
-        Variant to;
-        VARIANT copy = from;
-        const HRESULT result = VariantChangeType(&to, &copy, 0, type);
-        EXPECT_EQ(expected, Described(result, to)) << from.vt << " to " << type;
+    struct {
+        VARTYPE from;
+        double number;
+        VARTYPE to;
+        const char* expected;
+    } const rows[] = {
+        {VT_EMPTY, 0, VT_I4, "0"},
+        {VT_EMPTY, 0, VT_BSTR, ""},
+        {VT_EMPTY, 0, VT_UNKNOWN, "mismatch"},
+        {VT_NULL, 0, VT_I4, "mismatch"},
+        {VT_NULL, 0, VT_BSTR, "mismatch"},
+        {VT_I4, -70000, VT_BSTR, "-70000"},
+        {VT_I4, -70000, VT_BOOL, "true"},
+        {VT_I4, -70000, VT_UNKNOWN, "mismatch"},
+        {VT_UI4, 4294967295.0, VT_BSTR, "4294967295"},
+        {VT_UI4, 4294967295.0, VT_R8, "4294967295"},
+        {VT_I8, 1e12, VT_I4, "overflow"},
+        {VT_BOOL, VARIANT_TRUE, VT_BSTR, "-1"},
+        {VT_R8, 2.5, VT_BSTR, "2.5"},
+        {VT_R8, 2.5, VT_I4, "2"},
+        {VT_R8, 3.5, VT_I4, "4"},
+        {VT_R8, 0.1 + 0.2, VT_BSTR, "0.3"},
+        {VT_R8, 1e20, VT_BSTR, "1E+20"},
+        {VT_R8, 1e20, VT_I4, "overflow"},
+        {VT_R8, -0.0, VT_BSTR, "0"},
+        {VT_ERROR, 0, VT_I4, "mismatch"},
     };
-    VARIANT value = {};
-    expect(value, VT_I4, "0");
-    expect(value, VT_BSTR, "");
-    expect(value, VT_UNKNOWN, "mismatch");
-    value.vt = VT_NULL;
-    expect(value, VT_I4, "mismatch");
-    expect(value, VT_BSTR, "mismatch");
-    value.vt = VT_I4;
-    value.lVal = -70000;
-    expect(value, VT_BSTR, "-70000");
-    expect(value, VT_BOOL, "true");
-    expect(value, VT_UNKNOWN, "mismatch");
-    value.vt = VT_UI4;
-    value.ulVal = 0xFFFFFFFF;
-    expect(value, VT_BSTR, "4294967295");
-    expect(value, VT_R8, "4294967295");
-    value.vt = VT_I8;
-    value.llVal = 1LL << 40;
-    expect(value, VT_I4, "overflow");
-    value.vt = VT_BOOL;
-    value.boolVal = VARIANT_TRUE;
-    expect(value, VT_BSTR, "-1");
-    for (const auto& [number, text, whole] :
-         {std::tuple(2.5, "2.5", "2"), std::tuple(3.5, "3.5", "4"), std::tuple(0.1 + 0.2, "0.3", "0"),
-          std::tuple(1e20, "1E+20", "overflow"), std::tuple(-0.0, "0", "0")}) {
-        value.vt = VT_R8;
-        value.dblVal = number;
-        expect(value, VT_BSTR, text);
-        expect(value, VT_I4, whole);
+    for (const auto& row : rows) {
+        VARIANT from = {};
+        from.vt = row.from;
+        switch (row.from) {
+        case VT_R8: from.dblVal = row.number; break;
+        case VT_BOOL: from.boolVal = VARIANT_TRUE; break;
+        default: from.llVal = static_cast<LONGLONG>(row.number); break; // little-endian: also the smaller ones
+        }
+        XLXComVariant to;
+        const HRESULT result = VariantChangeType(&to.Get(), &from, 0, row.to);
+        EXPECT_EQ(row.expected, Described(result, to)) << row.from << " " << row.number << " to " << row.to;
     }
-    value.vt = VT_ERROR;
-    expect(value, VT_I4, "mismatch");
-    EXPECT_EQ(DISP_E_BADVARTYPE, VariantChangeType(&value, &value, 0, 77));
+    auto value = XLXComVariant::FromI4(1);
+    EXPECT_EQ(DISP_E_BADVARTYPE, VariantChangeType(&value.Get(), &value.Get(), 0, 77));
 }

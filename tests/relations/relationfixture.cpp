@@ -74,3 +74,8 @@ void RelationTest::ExpectRefusal(HRESULT actual, HRESULT expected, const char* d
     EXPECT_EQ(actual, expected) << description;
     EXPECT_EQ(LXNarrow(LXErrorInformation::Take().description), description);
 }
+
+void RelationTest::ExpectNullRefused(HRESULT actual, XLXTextView source) {
+    EXPECT_EQ(actual, E_POINTER);
+    EXPECT_NE(LXErrorInformation::Take().source.find(source), XLXText::npos) << LXNarrow(source);
+}

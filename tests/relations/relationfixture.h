@@ -41,6 +41,8 @@ protected:
 
     /// Expects a call to fail with this code and description.
     static void ExpectRefusal(HRESULT actual, HRESULT expected, const char* description);
+    /// Expects a null pointer to be refused here.
+    static void ExpectNullRefused(HRESULT actual, XLXTextView source);
 };
 
 #endif

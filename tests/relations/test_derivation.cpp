@@ -32,8 +32,7 @@ protected:
         std::vector<XLXComBSTR> texts;
         std::vector<BSTR> raw;
         for (const char* const name : names) {
-            texts.push_back(B(name));
-            raw.push_back(texts.back().Get());
+            raw.push_back(texts.emplace_back(B(name)).Get());
         }
         std::vector<LONG> answers(names.size(), 9);
         const HRESULT result =

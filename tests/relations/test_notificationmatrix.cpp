@@ -102,8 +102,10 @@ protected:
         EXPECT_EQ(get(object.Put()), S_OK);
         return object;
     }
-    template <class Element, class I, class F> static XLXComPtr<Element> FirstOf(F&& get) {
-        const auto all = Get<I>(get);
+    template <class Element, class Owner, class Enumerator>
+    static XLXComPtr<Element> FirstOf(const XLXComPtr<Owner>& owner,
+                                      HRESULT (STDMETHODCALLTYPE Owner::*list)(Enumerator**)) {
+        const auto all = Get<Enumerator>([&](auto out) { return (*owner.*list)(out); });
         return Get<Element>([&](auto out) { return all->GetSingleNext(out); });
     }
 
@@ -127,15 +129,9 @@ NotificationMatrix::Probes NotificationMatrix::ProbesOfTypes() {
     const auto attributes = [=] { Get<ILXAttributeEnum>([&](auto out) { return area->GetAttributeEnum(out); }); };
     const auto page = [=] { return Get<ILXPage>([&](auto out) { return area->GetPage(1, out); }); };
     const auto group = [=] { return Get<ILXGroup>([&](auto out) { return area->GetGroup(1, out); }); };
-    const auto editor = [=] {
-        return FirstOf<ILXConfObjEditor, ILXConfObjEditorEnum>(
-            [&](auto out) { return area->GetConfObjEditorEnum(out); });
-    };
+    const auto editor = [=] { return FirstOf<ILXConfObjEditor>(area, &ILXType::GetConfObjEditorEnum); };
     const auto format = [=] { return Get<ILXFormat>([&](auto out) { return size->GetFormat(1, out); }); };
-    const auto type = [=] {
-        return FirstOf<ILXAttributeType, ILXAttributeTypeEnum>(
-            [&](auto out) { return size->GetAttributeTypeEnum(out); });
-    };
+    const auto type = [=] { return FirstOf<ILXAttributeType>(size, &ILXAttribute::GetAttributeTypeEnum); };
     const auto groupFormat = [=](const XLXComPtr<ILXGroup>& of) {
         Get<ILXFormat>([&](auto out) { return of->GetFormat(out); });
     };
@@ -157,12 +153,9 @@ NotificationMatrix::Probes NotificationMatrix::ProbesOfTypes() {
 }
 
 NotificationMatrix::Probes NotificationMatrix::ProbesOfOthers() {
-    const auto browserId = [this] {
-        return FirstOf<ILXBrowserId, ILXBrowserIdEnum>([&](auto out) { return Factory()->GetBrowserIdEnum(out); });
-    };
+    const auto browserId = [this] { return FirstOf<ILXBrowserId>(Factory(), &ILXConfigFactory::GetBrowserIdEnum); };
     const auto spec = [this] {
-        return FirstOf<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
-            [&](auto out) { return Factory()->GetAllGlobalAttributeFormatSpecs(out); });
+        return FirstOf<ILXGlobalAttributeFormatSpec>(Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
     };
     const auto formatOf = [](const auto& of) { Get<ILXFormat>([&](auto out) { return of->GetFormat(1, out); }); };
     const auto rooms = [this] { return Single("Area", "Room", "nodes"); };

@@ -46,10 +46,8 @@ TEST_F(Specs, TwelveHundredComeInThreeBatches) {
         EXPECT_EQ(spec->GetFormat(2, format.Put()), S_FALSE);
         EXPECT_EQ(spec->GetFormat(2, format.Put()), S_FALSE);
     });
-    EXPECT_EQ(spec->GetFormat(1, nullptr), E_POINTER);
-    EXPECT_NE(LXErrorInformation::Take().source.find(OLESTR("XLXGlobalAttributeFormatSpecCache::CreateFormat "
-                                                            "(LXGlobalAttributeFormatSpecCache, line 307)")),
-              XLXText::npos);
+    ExpectNullRefused(spec->GetFormat(1, nullptr), OLESTR("XLXGlobalAttributeFormatSpecCache::CreateFormat "
+                                                          "(LXGlobalAttributeFormatSpecCache, line 307)"));
     Edit().AddGlobalSpec("Zero");
     EXPECT_EQ(All().size(), 1201u);
 }
@@ -101,7 +99,9 @@ TEST_F(Specs, ARemovedSpecThatIsStillHeldAnswersWhatItHas) {
     XLXComPtr<ILXFormat> format;
     EXPECT_EQ(held->GetFormat(1, format.Put()), S_OK);
     EXPECT_EQ(Factory()->RemoveGlobalAttributeFormatSpec(held.Get()), S_OK);
+    EXPECT_EQ(Id(all[11]), OLESTR("Spec1011"));
     EXPECT_EQ(RemoveById("Spec1011"), S_OK);
+    EXPECT_EQ(all[11]->GetFormat(1, format.Put()), E_POINTER);
     EXPECT_EQ(RemoveById("Spec1011"), E_INVALIDARG); // the server's result
     const auto left = All();
     EXPECT_EQ(left.size(), 1198u);

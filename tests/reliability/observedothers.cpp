@@ -98,7 +98,7 @@ template <class Remake> XObserved::Edit Remaking(const char* dataId, Remake rema
     };
 }
 
-void AddRemadeAttribute(XObservedList& all) {
+void AddRemadeComponents(XObservedList& all) {
     const XFind attribute = Attribute("Pump", "Remade");
     const auto remake = [](XServerModel& model, int n) {
         XModelType& pump = *model.types.at(OLESTR("Pump"));
@@ -114,10 +114,7 @@ void AddRemadeAttribute(XObservedList& all) {
         .Add(ValueBelow("the same inherited", Attribute("Sealed", "Remade"), FeetOf, XProperty::AttributeTypeLabel,
                         false))
         .Add(ValueOf("its format", FormatOf<ILXAttribute>(attribute), 5, false));
-}
-
-void AddRemadeGroup(XObservedList& all) {
-    const auto remake = [](XServerModel& model, int n) {
+    const auto remakeGroup = [](XServerModel& model, int n) {
         XModelType& pump = *model.types.at(OLESTR("Pump"));
         Forget(pump.groups, [](const auto& of) { return of.Number(XProperty::GroupNumber) == 9; });
         XModelGroup& made = pump.AddGroup(9, 1);
@@ -125,7 +122,7 @@ void AddRemadeGroup(XObservedList& all) {
         made.formats.emplace(0, XModelRef<XModelFormat>());
         made.formats.at(0)->properties.Set(5, Text(n));
     };
-    Add(all, "group made anew", Remaking("objects/Pump/9/64", remake))
+    Add(all, "group made anew", Remaking("objects/Pump/9/64", remakeGroup))
         .Add(ValueOf("group", Group(9), XProperty::GroupLabel, false))
         .Add(ValueOf("its format", FormatOf<ILXGroup>(Group(9)), 5, false));
 }
@@ -165,8 +162,7 @@ XObservedList LXEveryKind() {
     AddRelations(all);
     AddPCInfos(all);
     AddPlanTypes(all);
-    AddRemadeAttribute(all);
-    AddRemadeGroup(all);
+    AddRemadeComponents(all);
     AddRemadeType(all);
     AddRemadeRelation(all);
     return all;

@@ -113,23 +113,18 @@ inline XCachedPtr Spec(const XCachePtr& cache) {
         "Length");
 }
 
-/// Finds an object through another one.
-template <class Owner, class Interface, class Ask> XFind Below(XFind owner, Ask ask) {
-    return [=](const XCachePtr& cache) {
-        const XCachedPtr found = owner(cache);
-        return Plain(Of<Interface>(found ? found.template As<Owner>() : nullptr, ask));
-    };
-}
-
 /// Format 1 of an attribute or a spec, or the format of a group.
 template <class Owner> XFind FormatOf(XFind owner) {
-    return Below<Owner, ILXFormat>(std::move(owner), [](Owner& of, ILXFormat** out) {
-        if constexpr (std::is_same_v<Owner, ILXGroup>) {
-            of.GetFormat(out);
-        } else {
-            of.GetFormat(1, out);
-        }
-    });
+    return [=](const XCachePtr& cache) {
+        const XCachedPtr found = owner(cache);
+        return Plain(Of<ILXFormat>(found ? found.template As<Owner>() : nullptr, [](Owner& of, ILXFormat** out) {
+            if constexpr (std::is_same_v<Owner, ILXGroup>) {
+                of.GetFormat(out);
+            } else {
+                of.GetFormat(1, out);
+            }
+        }));
+    };
 }
 
 // ---- queries

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <map>
 #include <random>
+#include <set>
 #include <shared_mutex>
 #include <thread>
 
@@ -27,22 +28,6 @@ bool ServerMode() {
     return std::find(arguments.begin(), arguments.end(), "--server-mode") != arguments.end();
 }
 
-/// The tallies of one query.
-struct XTally {
-    std::atomic<unsigned> asked{0};
-    std::atomic<unsigned> wrong{0};
-    std::mutex mutex; // guards the members below
-    std::string first;
-};
-
-/// A kind with its tallies, one for each query.
-struct XWatched {
-    explicit XWatched(std::unique_ptr<XObserved> of) : observed(std::move(of)), tallies(observed->Questions().size()) {}
-
-    const std::unique_ptr<XObserved> observed;
-    std::vector<XTally> tallies;
-};
-
 /// A thread that makes queries.
 struct XReader {
     struct Held {
@@ -52,9 +37,9 @@ struct XReader {
 
     std::mt19937 random;
     std::map<const XQuestion*, Held> held;
-    XWatched* asking = nullptr; ///< the kind that it is querying
-    XWatched* raised = nullptr; ///< the kind that it edited last from inside a call to the server
-    bool quiet = false;         ///< it makes no edits
+    XObserved* asking = nullptr; ///< the kind that it is querying
+    XObserved* raised = nullptr; ///< the kind that it edited last from inside a call to the server
+    bool quiet = false;          ///< it makes no edits
 };
 
 thread_local XReader* t_reader = nullptr;
@@ -67,9 +52,6 @@ protected:
     FreshLoad() : CacheTest(LXObservedModel()) {
         std::printf("LX_TEST_SEED=%u, %u s\n", m_seed, m_seconds);
         RecordProperty("seed", static_cast<int>(m_seed));
-        for (std::unique_ptr<XObserved>& observed : LXEveryKind()) {
-            m_watched.push_back(std::make_unique<XWatched>(std::move(observed)));
-        }
         Calls().SetHook([this](const XServerCall&) { InsideTheServer(); });
     }
     ~FreshLoad() override { Calls().SetHook({}); }
@@ -77,44 +59,191 @@ protected:
     // ---- lives
     /// Edits everything once, and begins the first life.
     void BeginWithEdits() {
-        for (const auto& watched : m_watched) {
-            watched->observed->Raise(*m_server, false);
+        for (const auto& observed : m_observed) {
+            observed->Raise(*m_server, false);
         }
         Begin(GetParam());
     }
-    void Begin(LONG transferMode);
-    void End();
+    // The new life must show what the server has now; concurrent changes may or may not be notified.
+    void Begin(LONG transferMode) {
+        std::vector<XNoted> applied;
+        for (const auto& observed : m_observed) {
+            applied.push_back(observed->Applied());
+        }
+        if (ServerMode()) {
+            m_cache = m_cache ? m_cache : LXMakeCache();
+            ASSERT_EQ(m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
+                                          m_server->DataUpdate().Get()),
+                      S_OK);
+        } else {
+            ASSERT_EQ(Start(transferMode), S_OK);
+        }
+        for (std::size_t i = 0; i < m_observed.size(); ++i) {
+            m_observed[i]->Begin(applied[i], m_cache);
+        }
+        m_life.fetch_add(1);
+    }
+    // Excludes edits, because one in progress could be notified to a cache that is just being emptied.
+    void End() {
+        m_ending = true;
+        const std::unique_lock edits(m_edits);
+        m_ending = false;
+        m_life.fetch_add(1);
+        for (const auto& observed : m_observed) {
+            observed->End();
+        }
+        Terminate();
+    }
 
     // ---- threads
     /// Repeats a job in a thread until the time is over.
-    void Run(std::function<void(XReader&)> work);
-    void UntilTheTimeIsOver();
-    void WaitForQuestions(unsigned long long count, Clock::duration limit);
+    void Run(std::function<void(XReader&)> work) {
+        m_threads.emplace_back([this, work = std::move(work), seed = m_seed + m_threads.size()] {
+            XReader reader{std::mt19937(static_cast<unsigned>(seed)), {}};
+            t_reader = &reader;
+            while (!m_over.load(std::memory_order_relaxed)) {
+                work(reader);
+            }
+            t_reader = nullptr;
+        });
+    }
+
+    void UntilTheTimeIsOver() {
+        WaitForQuestions(~0ULL, std::chrono::seconds(m_seconds));
+        m_over = true;
+        for (std::thread& thread : m_threads) {
+            thread.join();
+        }
+        m_threads.clear();
+    }
+
+    /// Waits until that many further queries were answered or the time is over.
+    void WaitForQuestions(unsigned long long count, Clock::duration limit) {
+        const unsigned long long before = m_asked.load();
+        const Clock::time_point until = Clock::now() + limit;
+        while (!m_over.load() && m_asked.load() - before < count && Clock::now() < until) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
 
     // ---- jobs
     /// Chooses one of the two focused kinds, or any other. Threads collide most in kinds that all of them query.
-    XWatched& Any(std::mt19937& random) const {
+    XObserved& Any(std::mt19937& random) const {
         const bool free = m_alone || random() % 4 == 0;
         const std::size_t any = free ? random() : m_focus.load() + random() % 2;
-        return *m_watched[any % m_watched.size()];
+        return *m_observed[any % m_observed.size()];
     }
-    void EditSomething(std::mt19937& random);
-    void Raise(XWatched& watched, std::mt19937& random);
-    void InsideTheServer();
-    void AskSomething(XReader& reader);
-    void Ask(XReader& reader, XWatched& watched, std::size_t question);
-    void Count(XWatched& watched, std::size_t question, Reading reading, bool held, const std::string& details);
-    void MakeNoise(std::mt19937& random);
+    void EditSomething(std::mt19937& random) {
+        Raise(Any(random), random);
+        WaitForQuestions(random() % 64, std::chrono::milliseconds(5));
+        if (random() % 16 == 0) { m_focus = random(); }
+    }
 
-    void ExpectNothingStale();
-    void Report();
+    void Raise(XObserved& observed, std::mt19937& random) {
+        if (m_ending.load() || !m_edits.try_lock_shared()) { return; }
+        const std::shared_lock edit(m_edits, std::adopt_lock);
+        observed.Raise(*m_server, random() % 2 == 0);
+    }
+
+    // During a call to the server others overtake: the queried data changes, other data changes, or other threads make
+    // progress.
+    void InsideTheServer() {
+        XReader* const reader = t_reader;
+        if (reader == nullptr || reader->quiet) { return; }
+        const auto choice = reader->random() % 16;
+        if (choice < 4 && reader->asking != nullptr && reader->raised == nullptr) {
+            reader->raised = choice == 0 ? &Any(reader->random) : reader->asking;
+            Raise(*reader->raised, reader->random);
+        } else if (choice == 4 && !m_alone) {
+            const unsigned long long until = m_asked.load() + Readers;
+            for (int i = 0; i < 16 && m_asked.load() < until; ++i) {
+                std::this_thread::yield();
+            }
+        }
+    }
+
+    // Queries at once what was edited inside the call: that edit must not be lost.
+    void AskSomething(XReader& reader) {
+        XObserved& observed = Any(reader.random);
+        const std::size_t question = reader.random() % observed.Questions().size();
+        reader.raised = nullptr;
+        Ask(reader, observed, question);
+        if (XObserved* const raised = reader.raised; raised != nullptr) {
+            reader.quiet = true;
+            Ask(reader, *raised, raised == &observed ? question : reader.random() % raised->Questions().size());
+            reader.quiet = false;
+        }
+    }
+
+    // Objects of an ended life are not notified any more, and there are no answers between two lives. But an answer
+    // that is older than the noted number is always wrong.
+    void Ask(XReader& reader, XObserved& observed, std::size_t question) {
+        const XQuestion& what = observed.Questions()[question];
+        const unsigned life = m_life.load();
+        const XNoted noted = observed.Note();
+        const int numbers[] = {noted.added, noted.added, noted.removed, noted.added + 1};
+        const XAsked asked{m_cache, *m_server, numbers[reader.random() % std::size(numbers)]};
+        XReader::Held* const held = reader.random() % (what.holds ? 2 : 4) == 0 ? &reader.held[&what] : nullptr;
+        if (held != nullptr && held->life != life) { *held = {life, nullptr}; }
+        const bool through = held != nullptr && held->object;
+        std::string details;
+        reader.asking = &observed;
+        const Reading reading = observed.Ask(what, noted, asked, held != nullptr ? &held->object : nullptr, details);
+        reader.asking = nullptr;
+        const bool sameLife = life % 2 == 0 && m_life.load() == life;
+        const bool counts = through ? what.holds && sameLife : sameLife || reading != Reading::Missing;
+        if (counts && reading != Reading::Right) { Fail(observed, what, reading, through, details); }
+        m_asked.fetch_add(1, std::memory_order_relaxed);
+    }
+
+    void Fail(const XObserved& observed, const XQuestion& question, Reading reading, bool held,
+              const std::string& details) {
+        static constexpr const char* Names[] = {"right", "missing", "stale", "impossible"};
+        const std::lock_guard lock(m_failedMutex);
+        if (m_failed.insert(&question).second) {
+            ADD_FAILURE() << observed.Name() << ", " << question.name << ": " << Names[static_cast<int>(reading)]
+                          << (held ? ", held" : "") << ", mode " << (ServerMode() ? -1 : GetParam()) << ", seed "
+                          << m_seed << ": " << details;
+        }
+    }
+
+    void MakeNoise(std::mt19937& random) {
+        static constexpr const char* Kinds[] = {"objects", "properties", "pc", "searchable", "other"};
+        m_server->SendNotification(std::string(Kinds[random() % std::size(Kinds)]) + "/x/0/" +
+                                   std::to_string(1 << (random() % 14)));
+        const XLXComBSTR name(LXFromUtf8(random() % 2 == 0 ? "Pump" : "Nothing"));
+        BSTR names[] = {name.Get()};
+        m_cache->LoadTypesByTypeNames(1, names, 1);
+        XLXComPtr<ILXParentChildEnum> relations;
+        const HRESULT asked =
+            m_cache->GetPCEnumAll(nullptr, name.Get(), nullptr, static_cast<LONG>(random() % 32), relations.Put());
+        EXPECT_TRUE(asked == S_OK || asked == S_FALSE || asked == E_POINTER) << asked;
+    }
+
+    // Every kind was queried, and none stays stale: after one more edit of each, all answers show it.
+    void ExpectNothingStale() {
+        XReader reader{std::mt19937(m_seed), {}};
+        for (const auto& observed : m_observed) {
+            for (int i = 0; i < 4; ++i) // rarely edited kinds skip some edits
+            {
+                observed->Raise(*m_server, false);
+            }
+            for (std::size_t question = 0; question < observed->Questions().size(); ++question) {
+                Ask(reader, *observed, question);
+            }
+            EXPECT_GT(observed->Notifications(), 0) << observed->Name();
+        }
+        std::printf("%llu questions\n", m_asked.load());
+        RecordProperty("questions", std::to_string(m_asked.load()));
+    }
 
     const unsigned m_seed = FromEnvironment("LX_TEST_SEED", std::random_device{}());
     const unsigned m_seconds = FromEnvironment("LX_STRESS_SECONDS", 2);
-    const Clock::time_point m_start = Clock::now();
-    std::vector<std::unique_ptr<XWatched>> m_watched;
+    const XObservedList m_observed = LXEveryKind();
     std::vector<std::thread> m_threads;
-    bool m_alone = false; // one thread does everything; set before the start
+    std::mutex m_failedMutex;            // guards the next member
+    std::set<const XQuestion*> m_failed; // that gave a wrong answer; one report for each
+    bool m_alone = false;                // one thread does everything; set before the start
     std::atomic<bool> m_over{false};
     std::atomic<unsigned long long> m_asked{0};
     std::atomic<unsigned> m_life{1}; // even during a life, odd between two lives
@@ -122,188 +251,6 @@ protected:
     std::atomic<std::size_t> m_focus{0};
     std::shared_mutex m_edits; // shared during an edit, exclusive at the end of a life
 };
-
-// The new life must show what the server has now; concurrent changes may or may not be notified.
-void FreshLoad::Begin(LONG transferMode) {
-    std::vector<XNoted> applied;
-    for (const auto& watched : m_watched) {
-        applied.push_back(watched->observed->Applied());
-    }
-    if (ServerMode()) {
-        m_cache = m_cache ? m_cache : LXMakeCache();
-        ASSERT_EQ(
-            m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(), m_server->DataUpdate().Get()),
-            S_OK);
-    } else {
-        ASSERT_EQ(Start(transferMode), S_OK);
-    }
-    for (std::size_t i = 0; i < m_watched.size(); ++i) {
-        m_watched[i]->observed->Begin(applied[i], m_cache);
-    }
-    m_life.fetch_add(1);
-}
-
-// Excludes edits, because one in progress could be notified to a cache that is just being emptied.
-void FreshLoad::End() {
-    m_ending = true;
-    const std::unique_lock edits(m_edits);
-    m_ending = false;
-    m_life.fetch_add(1);
-    for (const auto& watched : m_watched) {
-        watched->observed->End();
-    }
-    Terminate();
-}
-
-void FreshLoad::Run(std::function<void(XReader&)> work) {
-    m_threads.emplace_back([this, work = std::move(work), seed = m_seed + m_threads.size()] {
-        XReader reader{std::mt19937(static_cast<unsigned>(seed)), {}};
-        t_reader = &reader;
-        while (!m_over.load(std::memory_order_relaxed)) {
-            work(reader);
-        }
-        t_reader = nullptr;
-    });
-}
-
-void FreshLoad::UntilTheTimeIsOver() {
-    WaitForQuestions(~0ULL, std::chrono::seconds(m_seconds));
-    m_over = true;
-    for (std::thread& thread : m_threads) {
-        thread.join();
-    }
-    m_threads.clear();
-}
-
-/// Waits until that many further queries were answered or the time is over.
-void FreshLoad::WaitForQuestions(unsigned long long count, Clock::duration limit) {
-    const unsigned long long before = m_asked.load();
-    const Clock::time_point until = Clock::now() + limit;
-    while (!m_over.load() && m_asked.load() - before < count && Clock::now() < until) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-}
-
-void FreshLoad::Raise(XWatched& watched, std::mt19937& random) {
-    if (m_ending.load() || !m_edits.try_lock_shared()) { return; }
-    const std::shared_lock edit(m_edits, std::adopt_lock);
-    watched.observed->Raise(*m_server, random() % 2 == 0);
-}
-
-// During a call to the server others overtake: the queried data changes, other data changes, or other threads make
-// progress.
-void FreshLoad::InsideTheServer() {
-    XReader* const reader = t_reader;
-    if (reader == nullptr || reader->quiet) { return; }
-    const auto choice = reader->random() % 16;
-    if (choice < 4 && reader->asking != nullptr && reader->raised == nullptr) {
-        reader->raised = choice == 0 ? &Any(reader->random) : reader->asking;
-        Raise(*reader->raised, reader->random);
-    } else if (choice == 4 && !m_alone) {
-        const unsigned long long until = m_asked.load() + Readers;
-        for (int i = 0; i < 16 && m_asked.load() < until; ++i) {
-            std::this_thread::yield();
-        }
-    }
-}
-
-// Queries at once what was edited inside the call: that edit must not be lost.
-void FreshLoad::AskSomething(XReader& reader) {
-    XWatched& watched = Any(reader.random);
-    const std::size_t question = reader.random() % watched.tallies.size();
-    reader.raised = nullptr;
-    Ask(reader, watched, question);
-    if (XWatched* const raised = reader.raised; raised != nullptr) {
-        reader.quiet = true;
-        Ask(reader, *raised, raised == &watched ? question : reader.random() % raised->tallies.size());
-        reader.quiet = false;
-    }
-}
-
-// Objects of an ended life are not notified any more, and there are no answers between two lives. But an answer that is
-// older than the noted number is always wrong.
-void FreshLoad::Ask(XReader& reader, XWatched& watched, std::size_t question) {
-    const XQuestion& what = watched.observed->Questions()[question];
-    const unsigned life = m_life.load();
-    const XNoted noted = watched.observed->Note();
-    const int numbers[] = {noted.added, noted.added, noted.removed, noted.added + 1};
-    const XAsked asked{m_cache, *m_server, numbers[reader.random() % std::size(numbers)]};
-    XReader::Held* const held = reader.random() % (what.holds ? 2 : 4) == 0 ? &reader.held[&what] : nullptr;
-    if (held != nullptr && held->life != life) { *held = {life, nullptr}; }
-    const bool through = held != nullptr && held->object;
-    std::string details;
-    reader.asking = &watched;
-    const Reading reading =
-        watched.observed->Ask(what, noted, asked, held != nullptr ? &held->object : nullptr, details);
-    reader.asking = nullptr;
-    const bool sameLife = life % 2 == 0 && m_life.load() == life;
-    if (through ? what.holds && sameLife : sameLife || reading != Reading::Missing) {
-        Count(watched, question, reading, through, details);
-    }
-    m_asked.fetch_add(1, std::memory_order_relaxed);
-}
-
-void FreshLoad::Count(XWatched& watched, std::size_t question, Reading reading, bool held, const std::string& details) {
-    static constexpr const char* Names[] = {"right", "missing", "stale", "impossible"};
-    XTally& tally = watched.tallies[question];
-    tally.asked.fetch_add(1, std::memory_order_relaxed);
-    if (reading != Reading::Right && tally.wrong.fetch_add(1) == 0) {
-        const auto after = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - m_start);
-        const std::lock_guard lock(tally.mutex);
-        tally.first = std::string(Names[static_cast<int>(reading)]) + (held ? ", held" : "") + " after " +
-                      std::to_string(after.count()) + " ms: " + details;
-    }
-}
-
-void FreshLoad::EditSomething(std::mt19937& random) {
-    Raise(Any(random), random);
-    WaitForQuestions(random() % 64, std::chrono::milliseconds(5));
-    if (random() % 16 == 0) { m_focus = random(); }
-}
-
-void FreshLoad::MakeNoise(std::mt19937& random) {
-    static constexpr const char* Kinds[] = {"objects", "properties", "pc", "searchable", "other"};
-    m_server->SendNotification(std::string(Kinds[random() % std::size(Kinds)]) + "/x/0/" +
-                               std::to_string(1 << (random() % 14)));
-    const XLXComBSTR name(LXFromUtf8(random() % 2 == 0 ? "Pump" : "Nothing"));
-    BSTR names[] = {name.Get()};
-    m_cache->LoadTypesByTypeNames(1, names, 1);
-    XLXComPtr<ILXParentChildEnum> relations;
-    const HRESULT asked =
-        m_cache->GetPCEnumAll(nullptr, name.Get(), nullptr, static_cast<LONG>(random() % 32), relations.Put());
-    EXPECT_TRUE(asked == S_OK || asked == S_FALSE || asked == E_POINTER) << asked;
-}
-
-// Every kind was queried, and none stays stale: after one more edit of each, all answers show it.
-void FreshLoad::ExpectNothingStale() {
-    XReader reader{std::mt19937(m_seed), {}};
-    for (const auto& watched : m_watched) {
-        for (int i = 0; i < 4; ++i) // rarely edited kinds skip some edits
-        {
-            watched->observed->Raise(*m_server, false);
-        }
-        for (std::size_t question = 0; question < watched->tallies.size(); ++question) {
-            Ask(reader, *watched, question);
-        }
-    }
-    Report();
-}
-
-void FreshLoad::Report() {
-    for (const auto& watched : m_watched) {
-        const XObserved& observed = *watched->observed;
-        EXPECT_GT(observed.Notifications(), 0) << observed.Name();
-        for (std::size_t i = 0; i < watched->tallies.size(); ++i) {
-            const XTally& tally = watched->tallies[i];
-            const char* const question = observed.Questions()[i].name;
-            EXPECT_EQ(tally.wrong.load(), 0u)
-                << observed.Name() << ", " << question << ", of " << tally.asked.load() << " answers, mode "
-                << (ServerMode() ? -1 : GetParam()) << ", seed " << m_seed << "; the first: " << tally.first;
-        }
-    }
-    std::printf("%llu questions\n", m_asked.load());
-    RecordProperty("questions", std::to_string(m_asked.load()));
-}
 
 TEST_P(FreshLoad, NothingOlderThanWhatWasNotified) {
     ASSERT_NO_FATAL_FAILURE(BeginWithEdits());

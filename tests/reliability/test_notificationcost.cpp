@@ -5,13 +5,15 @@
 #include "XLockOrder.h"
 #include "allocations.h"
 #include "logcapture.h"
-#include "observed.h"
+#include "observedparts.h"
 
 #include <future>
 
 #ifndef _WIN32
 #include "lxallocationgate.h"
 #endif
+
+using namespace LXObserving;
 
 namespace {
 /// In debug builds, records that the thread holds the innermost lock before leaf mutexes, so that any other lock ends
@@ -65,17 +67,13 @@ protected:
         }
     }
 
-    XLXComPtr<ILXParentChild> Relation(const char* parent, const char* child, const char* list) {
-        XLXComPtr<ILXParentChild> relation;
-        m_cache->GetSinglePCRelation(XLXComBSTR(LXFromUtf8(parent)).Get(), XLXComBSTR(LXFromUtf8(child)).Get(), nullptr,
-                                     XLXComBSTR(LXFromUtf8(list)).Get(), relation.Put());
-        return relation;
-    }
-
-    /// Runs a query until its call to the server stops at a gate.
-    void Hold(const char* method, std::function<void()> question) {
+    /// Asks an object for an enumeration until its call to the server stops at a gate.
+    template <class Enumerator, class Ask> void Hold(const char* method, Ask ask) {
         m_gates.push_back(Calls().PauseAt(method, XCallPoint::Answer));
-        m_asked.push_back(std::async(std::launch::async, std::move(question)));
+        m_asked.push_back(std::async(std::launch::async, [ask] {
+            XLXComPtr<Enumerator> elements;
+            EXPECT_EQ(ask(elements.Put()), S_OK);
+        }));
         m_gates.back().WaitUntilArrived();
     }
     void LetGo() {
@@ -116,30 +114,18 @@ TEST_F(NotificationCost, NothingIsAllocated) {
 TEST_F(NotificationCost, NoLockIsTakenButLeavesWhileEverythingIsBeingRead) {
     LoadEverything();
     const auto type = Type("Pump");
-    const auto relation = Relation("Equipment", "Pump", "parts");
-    ASSERT_TRUE(type && relation);
+    const auto relation = RelationOf(m_cache, "Pump", "parts");
+    const auto factory = Factory();
+    ASSERT_TRUE(relation);
     ForEachNotification([&](const std::string&, const auto& send) { EXPECT_EQ(send(), S_OK); });
-
-    Hold("ILXType::GetTypeComponentData", [&] {
-        XLXComPtr<ILXAttributeEnum> attributes;
-        EXPECT_EQ(type->GetAttributeEnum(attributes.Put()), S_OK);
-    });
-    Hold("ILXPCInfoEnum::RemNext", [&] {
-        XLXComPtr<ILXPCInfoEnum> infos;
-        EXPECT_EQ(relation->GetPCInfoEnum(infos.Put()), S_OK);
-    });
-    Hold("ILXConfigFactory::GetPCArray", [&] {
-        XLXComPtr<ILXParentChildEnum> relations;
-        EXPECT_EQ(Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("")).Get(), nullptr, relations.Put()), S_OK);
-    });
-    Hold("ILXGlobalAttributeFormatSpecEnum::RemNext", [&] {
-        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
-        EXPECT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
-    });
-    Hold("ILXConfigFactoryEx::GetTypeArrayEx", [&] {
-        XLXComPtr<ILXTypeEnum> types;
-        EXPECT_EQ(Factory()->GetTypeEnum(nullptr, types.Put()), S_OK);
-    });
+    Hold<ILXAttributeEnum>("ILXType::GetTypeComponentData", [&](auto out) { return type->GetAttributeEnum(out); });
+    Hold<ILXPCInfoEnum>("ILXPCInfoEnum::RemNext", [&](auto out) { return relation->GetPCInfoEnum(out); });
+    Hold<ILXParentChildEnum>("ILXConfigFactory::GetPCArray",
+                             [&](auto out) { return factory->GetParentChildEnum(B("").Get(), nullptr, out); });
+    Hold<ILXGlobalAttributeFormatSpecEnum>("ILXGlobalAttributeFormatSpecEnum::RemNext",
+                                           [&](auto out) { return factory->GetAllGlobalAttributeFormatSpecs(out); });
+    Hold<ILXTypeEnum>("ILXConfigFactoryEx::GetTypeArrayEx",
+                      [&](auto out) { return factory->GetTypeEnum(nullptr, out); });
 
     auto sent = std::async(std::launch::async, [&] {
         const XOnlyLeaves onlyLeaves;

@@ -12,36 +12,9 @@
 
 namespace {
 XServerModel WorldModel() {
-    XServerModel model;
-    model.AddType("Node").AddAttribute("Name", 1);
-    XModelType& area = model.AddType("Area", "Node");
-    area.AddPage(1);
-    area.AddPage(2);
-    area.AddGroup(1, 1).formats.emplace(0, XModelRef<XModelFormat>());
-    area.AddGroup(2, 1, 1);
-    area.AddEditor("E.Area", "Tree", true);
-    area.AddEditor("E.New", "Tree", false, true);
-    XModelAttribute& size = area.AddAttribute("Size", 1);
-    size.AddType("Big");
-    size.AddType("Small");
-    size.AddFormat(1).properties.Set(XProperty::Label, "0.0");
-    model.AddBrowserId("List");
-    model.AddBrowserId("Tree");
-    model.AddGlobalSpec("Spec").AddFormat(1);
-    model.AddGlobalSpec("Other");
-    XModelRelation& nodes = model.AddRelation("Area", "Node", "nodes", 1);
-    nodes.AddPCInfo("List");
-    nodes.AddPCInfo("Tree");
-    model.AddRelation("Area", "Area", "parts", 1);
-    model.AddObject("set", "PlanSet", "lumbrixtypeset").attributes = {{OLESTR("master"), 1}};
-    model.AddObject("plan", "Entry").attributes = {{OLESTR("configtypename"), "Plan"},
-                                                   {OLESTR("nameshort"), "pl"},
-                                                   {OLESTR("recursiv"), 1},
-                                                   {OLESTR("wscparent"), 0}};
-    model.AddChild("set", "lumbrixtype", "plan");
-    model.AddObject("a", "Area");
-    model.AddObject("n", "Node");
-    model.AddRelationship("rel", "nodes", "a", "n");
+    XServerModel model = LXLifeModel();
+    model.types.at(OLESTR("Pump"))->AddPage(1);
+    model.objects.at(OLESTR("plan"))->attributes[OLESTR("configtypename")] = "Plan"; // which has no other relations
     return model;
 }
 
@@ -94,12 +67,7 @@ void XObjectWorld::Initialize(XStage stage) {
         result =
             m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(), m_server->DataUpdate().Get());
     } else {
-        XLXComVariant values[] = {XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()),
-                                  XLXComVariant::FromUnknown(m_server->Query().Get()),
-                                  XLXComVariant::FromUnknown(m_server->DataUpdate().Get()),
-                                  XLXComVariant::FromBool(stage == XStage::Silent),
-                                  XLXComVariant::FromBool(false),
-                                  XLXComVariant::FromI4(15)};
+        auto values = LXArguments(*m_server, 15, stage == XStage::Silent);
         result = m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get());
     }
     if (result != S_OK) { throw std::runtime_error("the cache cannot be initialised"); }
@@ -112,13 +80,13 @@ template <class I> void XObjectWorld::Add(const char* kind, const XLXComPtr<I>& 
 
 void XObjectWorld::MakeObjects() {
     const auto type =
-        Got<ILXType>([&](auto out) { m_cache->GetCachedType(m_server->DataObject("Area").Get(), nullptr, out); });
+        Got<ILXType>([&](auto out) { m_cache->GetCachedType(m_server->DataObject("Pump").Get(), nullptr, out); });
     Add("type", type);
     Add("page", Got<ILXPage>([&](auto out) { type->GetPage(1, out); }));
-    const auto group = Got<ILXGroup>([&](auto out) { type->GetGroup(1, out); });
+    const auto group = Got<ILXGroup>([&](auto out) { type->GetGroup(7, out); });
     Add("group", group);
-    const XLXComBSTR size(OLESTR("Size"));
-    const auto attribute = Got<ILXAttribute>([&](auto out) { type->GetAttribute(size.Get(), out); });
+    const XLXComBSTR head(OLESTR("Head"));
+    const auto attribute = Got<ILXAttribute>([&](auto out) { type->GetAttribute(head.Get(), out); });
     Add("attribute", attribute);
     Add("attribute type", First<ILXAttributeType>(Got(attribute, &ILXAttribute::GetAttributeTypeEnum)));
     Add("format", Got<ILXFormat>([&](auto out) { attribute->GetFormat(1, out); }));
@@ -130,14 +98,14 @@ void XObjectWorld::MakeObjects() {
 }
 
 void XObjectWorld::MakeRelationObjects() {
-    const XLXComBSTR area(OLESTR("Area"));
-    const XLXComBSTR nodes(OLESTR("nodes"));
+    const XLXComBSTR equipment(OLESTR("Equipment"));
+    const XLXComBSTR parts(OLESTR("parts"));
     const XLXComBSTR plan(OLESTR("Plan"));
     const auto relation =
-        Got<ILXParentChild>([&](auto out) { m_cache->GetPCRelation(area.Get(), nullptr, nodes.Get(), out); });
+        Got<ILXParentChild>([&](auto out) { m_cache->GetPCRelation(equipment.Get(), nullptr, parts.Get(), out); });
     Add("relation", relation);
     const XLXComPtr<XLXParentChildCacheInherited> inherited(new XLXParentChildCacheInherited(relation));
-    inherited->SetNames(OLESTR("Derived"), OLESTR("Node"));
+    inherited->SetNames(OLESTR("Derived"), OLESTR("Below"));
     Add("inherited relation", inherited);
     Add("PC info", First<ILXPCInfo>(Got(relation, &ILXParentChild::GetPCInfoEnum)));
     const auto transient = First<ILXParentChild>(
@@ -156,7 +124,7 @@ void XObjectWorld::MakeEnumerators() {
     Add("enumerator of attribute types", Got(Of<ILXAttribute>("attribute"), &ILXAttribute::GetAttributeTypeEnum));
     Add("enumerator of editors", Got(type, &ILXType::GetConfObjEditorEnum));
     Add("enumerator of relations", Got<ILXParentChildEnum>([&](auto out) {
-            m_cache->GetPPRRelationsEnum(XLXComBSTR(OLESTR("Area")).Get(), nullptr, out);
+            m_cache->GetPPRRelationsEnum(XLXComBSTR(OLESTR("Equipment")).Get(), nullptr, out);
         }));
     Add("enumerator of PC infos", Got(Of<ILXParentChild>("relation"), &ILXParentChild::GetPCInfoEnum));
     Add("enumerator of browser ids", Got(factory, &ILXConfigFactory::GetBrowserIdEnum));
@@ -171,7 +139,7 @@ XLXComPtr<IUnknown> XObjectWorld::Object(const std::string& kind) const {
 }
 
 XLXComPtr<IUnknown> XObjectWorld::Provider(REFIID iid) const {
-    std::vector<XLXComPtr<IUnknown>> all = {m_server->DataObject("Area").As<IUnknown>(),
+    std::vector<XLXComPtr<IUnknown>> all = {m_server->DataObject("Pump").As<IUnknown>(),
                                             m_server->ConfigFactory().As<IUnknown>(), m_server->Query().As<IUnknown>(),
                                             m_server->DataUpdate().As<IUnknown>()};
     for (const auto& [kind, object] : m_objects) {

@@ -18,14 +18,11 @@ template <class T> constexpr XKind KindOf() {
         using Target = std::remove_pointer_t<T>;
         return std::is_same_v<Target, SAFEARRAY>         ? XKind::Array
                : std::is_same_v<Target, SAFEARRAY*>      ? XKind::Arrays
-               : std::is_void_v<Target>                  ? XKind::Opaque
                : std::is_same_v<Target, BSTR>            ? XKind::Texts
                : std::is_same_v<Target, BSTR*>           ? XKind::TextLists
                : std::is_same_v<Target, VARIANT>         ? XKind::Variants
                : std::is_same_v<Target, tagLXNamedValue> ? XKind::Named
-               : std::is_same_v<Target, tagLXUpdateInfo> ? XKind::Updates
                : std::is_same_v<Target, tagLXClientInfo> ? XKind::Client
-               : std::is_integral_v<Target>              ? XKind::Numbers
                : std::is_base_of_v<IUnknown, Target>     ? XKind::Object
                : std::is_pointer_v<Target>               ? XKind::Objects
                                                          : XKind::Other;

@@ -22,12 +22,9 @@ enum class XKind {
     Object,    ///< an interface pointer
     Array,     ///< SAFEARRAY*
     Id,        ///< REFIID
-    Opaque,    ///< void*
     Texts,     ///< BSTR*: an input array, or one output text
     Variants,  ///< VARIANT*: an input array, or one output value
     Named,     ///< tagLXNamedValue*
-    Updates,   ///< tagLXUpdateInfo*
-    Numbers,   ///< a pointer to integers
     Objects,   ///< an output interface pointer
     Arrays,    ///< an output SAFEARRAY**
     TextLists, ///< an output BSTR**: an array of texts that the caller frees

@@ -42,33 +42,30 @@ const std::map<std::string, std::string> Refused = {
 };
 
 TEST_F(Methods, WhatIsNotOfferedIsRefusedWithABareCode) {
-    std::set<std::pair<std::string, std::string>> missing; // pairs of a kind and a method
+    std::set<std::pair<std::string, std::string>> refused; // pairs of a kind and a method
     for (const auto& [kind, methods] : Refused) {
         std::istringstream words(methods);
         for (std::string word; words >> word;) {
-            missing.emplace(kind, word);
+            refused.emplace(kind, word);
         }
     }
-    const auto refused = missing;
+    std::size_t calls = 0;
     SetErrorInfo(0, nullptr);
     for (const auto& [kind, object] : m_world.All()) {
         for (const XFace& face : LXFacesOf(*object.Get())) {
             for (const XMethod& method : face.interface_->methods) {
-                const std::pair ofKind(kind, std::string(method.name));
-                const std::pair ofAll(std::string(), std::string(method.name));
-                missing.erase(ofKind);
-                missing.erase(ofAll);
-                if (!refused.contains(ofKind) && !refused.contains(ofAll)) { continue; }
+                if (!refused.contains({kind, method.name}) && !refused.contains({"", method.name})) { continue; }
                 SCOPED_TRACE(kind + ", " + method.name);
                 XCall call(m_world, method);
                 EXPECT_EQ(call.Run(face.face), E_NOTIMPL);
+                ++calls;
                 for (std::size_t i = 0; i < method.parameters.size(); ++i) {
                     EXPECT_TRUE(!method.parameters[i].HandsOver() || call.What(i) == XCall::Left::Null);
                 }
             }
         }
     }
-    EXPECT_TRUE(missing.empty()) << missing.begin()->second;
+    EXPECT_GT(calls, refused.size());
     EXPECT_FALSE(LXErrorInformation::Take().present);
 }
 
@@ -81,20 +78,20 @@ struct Property {
     bool readOnly = false;
 };
 const Property Properties[] = {
-    {"type", 0, OLESTR("LXCFG_typename"), OLESTR("Area")},
+    {"type", 0, OLESTR("LXCFG_typename"), OLESTR("Pump")},
     {"page", 6, OLESTR("LXCFG_pagenumber"), OLESTR("1")},
-    {"group", 2, OLESTR("LXCFG_groupnumber"), OLESTR("1")},
-    {"attribute", 0, OLESTR("LXCFG_attributename"), OLESTR("Size")},
-    {"attribute type", 3, OLESTR("LXCFG_attributetypename"), OLESTR("Big")},
+    {"group", 2, OLESTR("LXCFG_groupnumber"), OLESTR("7")},
+    {"attribute", 0, OLESTR("LXCFG_attributename"), OLESTR("Head")},
+    {"attribute type", 3, OLESTR("LXCFG_attributetypename"), OLESTR("Feet")},
     {"format", 0, OLESTR("LXCFG_attributename"), nullptr},
-    {"editor", 3, OLESTR("LXCFG_progid"), OLESTR("E.Area")},
+    {"editor", 3, OLESTR("LXCFG_progid"), OLESTR("E.Pump")},
     {"global format spec", 0, OLESTR("LXCFGAFS_attributepropertyid"), nullptr},
-    {"browser id", 0, OLESTR("LXCFG_browserid"), OLESTR("List"), true},
-    {"relation", 1, OLESTR("LXCFPC_childname"), OLESTR("Node")},
-    {"inherited relation", 0, OLESTR("LXCFPC_childlistname"), OLESTR("nodes")},
-    {"inherited relation", 1, OLESTR("LXCFPC_childname"), OLESTR("Node"), true},
+    {"browser id", 0, OLESTR("LXCFG_browserid"), OLESTR("Tree"), true},
+    {"relation", 1, OLESTR("LXCFPC_childname"), OLESTR("Pump")},
+    {"inherited relation", 0, OLESTR("LXCFPC_childlistname"), OLESTR("parts")},
+    {"inherited relation", 1, OLESTR("LXCFPC_childname"), OLESTR("Below"), true},
     {"inherited relation", 19, OLESTR("LXCFPC_parentname"), OLESTR("Derived"), true},
-    {"PC info", 1, OLESTR("LXCFG_pcinfobrowserid"), OLESTR("List")},
+    {"PC info", 1, OLESTR("LXCFG_pcinfobrowserid"), OLESTR("Tree")},
     {"transient relation", 19, OLESTR("LXCFPC_parentname"), OLESTR("Plan")},
     {"transient PC info", 1, OLESTR("LXCFG_pcinfobrowserid"), OLESTR("Tree"), true},
     {"transient attribute", 0, OLESTR("LXCFG_attributename"), OLESTR("N")},
@@ -172,7 +169,7 @@ TEST_F(Methods, AttributeTypesAreAddedAndRemovedOnTheServerAlone) {
     const auto listed = [&] {
         return LXList<ILXAttributeType>(XProperty::AttributeTypeName, attribute, &ILXAttribute::GetAttributeTypeEnum);
     };
-    const std::vector<std::string> cached = {"Big", "Small"};
+    const std::vector<std::string> cached = {"Feet", "Metres"};
     XLXComPtr<ILXAttributeType> added;
     LONG removed = 0;
     ASSERT_EQ(attribute->AddAttributeType(added.Put()), S_OK);
@@ -212,17 +209,16 @@ TEST_F(Methods, AManagerForwardsAndKeepsWhatItIsTold) {
 TEST_F(Methods, AManagerKeepsTheHostsTwoObjectsAndNoOther) {
     const auto manager = Of<IDPFObject>("manager");
     const auto entry = Of<ILXServerEntryPoint>("manager");
-    const auto objects = [this] { return m_world.Server().LiveObjects().objects; };
+    const XSampleServer& server = m_world.Server();
+    const auto objects = [&] { return server.LiveObjects().objects; };
     const auto before = objects();
-    EXPECT_EQ(manager->NotifyHostObject(m_world.Server().DataObject("A").Get()), S_OK);
-    EXPECT_EQ(manager->NotifyHostObjectPair(m_world.Server().DataObject("A").Get(), nullptr), S_OK);
-    EXPECT_EQ(manager->NotifyHostObjectLong(m_world.Server().DataObject("A").Get(), 1), S_OK);
-    EXPECT_EQ(entry->SetEntryObject(m_world.Server().DataObject("A").Get()), S_OK);
+    EXPECT_EQ(manager->NotifyHostObject(server.DataObject("A").Get()), S_OK);
+    EXPECT_EQ(manager->NotifyHostObjectPair(server.DataObject("A").Get(), nullptr), S_OK);
+    EXPECT_EQ(manager->NotifyHostObjectLong(server.DataObject("A").Get(), 1), S_OK);
+    EXPECT_EQ(entry->SetEntryObject(server.DataObject("A").Get()), S_OK);
     EXPECT_EQ(entry->ReleaseEntry(), S_OK);
     EXPECT_EQ(objects(), before);
-    EXPECT_EQ(
-        manager->AttachHostObjects(m_world.Server().DataObject("A").Get(), m_world.Server().DataObject("B").Get()),
-        S_OK);
+    EXPECT_EQ(manager->AttachHostObjects(server.DataObject("A").Get(), server.DataObject("B").Get()), S_OK);
     EXPECT_EQ(objects(), before + 2);
     EXPECT_EQ(manager->AttachHostObjects(nullptr, nullptr), S_OK);
     EXPECT_EQ(objects(), before);

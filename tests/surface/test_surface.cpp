@@ -37,122 +37,117 @@ struct Place {
 
 class Surface : public testing::TestWithParam<Place> {
 protected:
-    void AbuseMethod(const XMethod& method, void* face);
-    void AbuseParameter(const XMethod& method, std::size_t parameter, void* face);
-    void Check(const char* what, XCall& call, void* face, const XParameter* nulled = nullptr);
-    void CheckHandedOver(XCall& call, HRESULT result, const XParameter* nulled);
+    void AbuseMethod(const XMethod& method, void* face) {
+        for (std::size_t i = 0; i < method.parameters.size(); ++i) {
+            AbuseParameter(method, i, face);
+        }
+        {
+            XCall call(*m_world, method);
+            for (std::size_t i = 0; i < method.parameters.size(); ++i) {
+                call[i].pointer = method.parameters[i].kind == XKind::Id ? call[i].pointer : nullptr;
+                call[i].number = 0;
+            }
+            Check("all null", call, face);
+        }
+        XCall plain(*m_world, method);
+        Check("plain", plain, face);
+    }
+
+    void AbuseParameter(const XMethod& method, std::size_t parameter, void* face) {
+        const XParameter& what = method.parameters[parameter];
+        const auto with = [&](const char* label, auto&& change) {
+            XCall call(*m_world, method);
+            change(call);
+            Check((std::string(what.name) + " " + label).c_str(), call, face);
+        };
+        const bool isCount =
+            std::any_of(method.parameters.begin(), method.parameters.end(),
+                        [&](const XParameter& other) { return other.count == static_cast<int>(parameter); });
+        if (what.IsPointer()) {
+            XCall call(*m_world, method);
+            call[parameter].pointer = nullptr;
+            Check("null ", call, face, &what);
+        }
+        for (std::size_t i = 0; what.role == XRole::In && what.count >= 0 && i < 6; ++i) {
+            for (const int type : {+VT_EMPTY, +VT_BSTR, +VT_UNKNOWN, +VT_DISPATCH, 0x777}) {
+                with("null element", [&](XCall& call) { call.SpoilElement(parameter, i, static_cast<VARTYPE>(type)); });
+            }
+        }
+        if (what.kind == XKind::Number) {
+            for (const int odd : {0, -1, INT_MIN, INT_MAX}) {
+                // A callee cannot detect a count greater than the array.
+                if (!isCount || odd == 0 || (what.isSigned && odd < 0)) {
+                    with(std::to_string(odd).c_str(), [&](XCall& call) { call[parameter].number = odd; });
+                }
+            }
+        } else if (what.kind == XKind::Text) {
+            const OLECHAR zeros[] = {'A', 0, 'B', 0xD800, 0};
+            for (const XLXText& odd : {XLXText(), XLXText(100000, OLECHAR('x')), XLXText(OLESTR("////")),
+                                       XLXText(zeros, 5), XLXText(OLESTR("objects/x/0/-99999999999999999999"))}) {
+                with("odd text", [&](XCall& call) { call.SetText(parameter, odd); });
+            }
+        } else if (what.kind == XKind::Variant) {
+            for (const int type :
+                 {+VT_EMPTY, +VT_NULL, +VT_BSTR, +VT_UNKNOWN, +VT_ERROR, 0x777, VT_ARRAY | VT_VARIANT}) {
+                with("odd value", [&](XCall& call) { V_VT(&call[parameter].variant) = static_cast<VARTYPE>(type); });
+            }
+        } else if (what.kind == XKind::Id) {
+            with("unknown", [&](XCall& call) { call[parameter].pointer = const_cast<IID*>(&GUID_NULL); });
+        }
+    }
+
+    void Check(const char* what, XCall& call, void* face, const XParameter* nulled = nullptr) {
+        SCOPED_TRACE(std::string(call.Method().name) + ": " + what + (nulled != nullptr ? nulled->name : ""));
+        XLXError::SetComAppError(E_FAIL, OLESTR("earlier"), LXHere("test_surface", nullptr, "Check"));
+        const HRESULT result = call.Run(face);
+        const LXErrorInformation error = LXErrorInformation::Take();
+        EXPECT_TRUE(IsSensible(result)) << std::hex << result;
+        if (SUCCEEDED(result)) {
+            EXPECT_EQ(error.description, OLESTR("earlier")); // a success does not change it
+        } else {
+            EXPECT_TRUE(!error.present || !error.description.empty());
+        }
+        if (nulled != nullptr && nulled->role != XRole::In) // no method has optional out pointers
+        {
+            EXPECT_TRUE(FAILED(result)) << std::hex << result;
+        }
+        CheckHandedOver(call, result, nulled);
+    }
+
+    void CheckHandedOver(XCall& call, HRESULT result, const XParameter* nulled) {
+        for (std::size_t i = 0; i < call.Method().parameters.size(); ++i) {
+            const XParameter& parameter = call.Method().parameters[i];
+            if (!parameter.HandsOver() || parameter.count >= 0 || call[i].pointer == nullptr || &parameter == nulled) {
+                continue;
+            }
+            const XCall::Left expected = result == S_OK ? XCall::Left::Something : XCall::Left::Null;
+            EXPECT_EQ(call.What(i), expected) << parameter.name << " after " << std::hex << result;
+        }
+    }
+
     /// Checks that reads and a notification complete, on another thread if the mode allows one.
-    void CheckNothingIsLocked();
+    void CheckNothingIsLocked() {
+        const auto probe = [this] {
+            XLXComPtr<ILXType> type;
+            XLXComPtr<ILXAttributeEnum> attributes;
+            XLXComPtr<ILXParentChildEnum> relations;
+            ILXConfigFactoryCache& cache = m_world->Cache();
+            if (cache.GetCachedType(m_world->Server().DataObject("Pump").Get(), nullptr, type.Put()) == S_OK) {
+                LXRead(type.Get(), 0);
+                type->GetAttributeEnum(attributes.Put());
+            }
+            cache.GetPPRRelationsEnum(XLXComBSTR(OLESTR("Equipment")).Get(), nullptr, relations.Put());
+            m_world->Server().SendNotification("objects/x/0/0");
+        };
+        if (ServerMode()) {
+            probe();
+        } else {
+            std::thread(probe).join(); // the watchdog aborts it if it hangs
+        }
+    }
 
     std::unique_ptr<XObjectWorld> m_world;
 };
-
-void Surface::Check(const char* what, XCall& call, void* face, const XParameter* nulled) {
-    SCOPED_TRACE(std::string(call.Method().name) + ": " + what + (nulled != nullptr ? nulled->name : ""));
-    XLXError::SetComAppError(E_FAIL, OLESTR("earlier"), LXHere("test_surface", nullptr, "Check"));
-    const HRESULT result = call.Run(face);
-    const LXErrorInformation error = LXErrorInformation::Take();
-    EXPECT_TRUE(IsSensible(result)) << std::hex << result;
-    if (SUCCEEDED(result)) {
-        EXPECT_EQ(error.description, OLESTR("earlier")); // a success does not change it
-    } else {
-        EXPECT_TRUE(!error.present || !error.description.empty());
-    }
-    if (nulled != nullptr && nulled->role != XRole::In) // no method has optional out pointers
-    {
-        EXPECT_TRUE(FAILED(result)) << std::hex << result;
-    }
-    CheckHandedOver(call, result, nulled);
-}
-
-void Surface::CheckHandedOver(XCall& call, HRESULT result, const XParameter* nulled) {
-    for (std::size_t i = 0; i < call.Method().parameters.size(); ++i) {
-        const XParameter& parameter = call.Method().parameters[i];
-        if (!parameter.HandsOver() || parameter.count >= 0 || call[i].pointer == nullptr || &parameter == nulled) {
-            continue;
-        }
-        const XCall::Left expected = result == S_OK ? XCall::Left::Something : XCall::Left::Null;
-        EXPECT_EQ(call.What(i), expected) << parameter.name << " after " << std::hex << result;
-    }
-}
-
-void Surface::AbuseParameter(const XMethod& method, std::size_t parameter, void* face) {
-    const XParameter& what = method.parameters[parameter];
-    const auto with = [&](const char* label, auto&& change) {
-        XCall call(*m_world, method);
-        change(call);
-        Check((std::string(what.name) + " " + label).c_str(), call, face);
-    };
-    const bool isCount = std::any_of(method.parameters.begin(), method.parameters.end(), [&](const XParameter& other) {
-        return other.count == static_cast<int>(parameter);
-    });
-    if (what.IsPointer()) {
-        XCall call(*m_world, method);
-        call[parameter].pointer = nullptr;
-        Check("null ", call, face, &what);
-    }
-    for (std::size_t i = 0; what.role == XRole::In && what.count >= 0 && i < 6; ++i) {
-        for (const int type : {+VT_EMPTY, +VT_BSTR, +VT_UNKNOWN, +VT_DISPATCH, 0x777}) {
-            with("null element", [&](XCall& call) { call.SpoilElement(parameter, i, static_cast<VARTYPE>(type)); });
-        }
-    }
-    if (what.kind == XKind::Number) {
-        for (const int odd : {0, -1, INT_MIN, INT_MAX}) {
-            // A callee cannot detect a count greater than the array.
-            if (!isCount || odd == 0 || (what.isSigned && odd < 0)) {
-                with(std::to_string(odd).c_str(), [&](XCall& call) { call[parameter].number = odd; });
-            }
-        }
-    } else if (what.kind == XKind::Text) {
-        const OLECHAR zeros[] = {'A', 0, 'B', 0xD800, 0};
-        for (const XLXText& odd : {XLXText(), XLXText(100000, OLECHAR('x')), XLXText(OLESTR("////")), XLXText(zeros, 5),
-                                   XLXText(OLESTR("objects/x/0/-99999999999999999999"))}) {
-            with("odd text", [&](XCall& call) { call.SetText(parameter, odd); });
-        }
-    } else if (what.kind == XKind::Variant) {
-        for (const int type : {+VT_EMPTY, +VT_NULL, +VT_BSTR, +VT_UNKNOWN, +VT_ERROR, 0x777, VT_ARRAY | VT_VARIANT}) {
-            with("odd value", [&](XCall& call) { V_VT(&call[parameter].variant) = static_cast<VARTYPE>(type); });
-        }
-    } else if (what.kind == XKind::Id) {
-        with("unknown", [&](XCall& call) { call[parameter].pointer = const_cast<IID*>(&GUID_NULL); });
-    }
-}
-
-void Surface::AbuseMethod(const XMethod& method, void* face) {
-    for (std::size_t i = 0; i < method.parameters.size(); ++i) {
-        AbuseParameter(method, i, face);
-    }
-    {
-        XCall call(*m_world, method);
-        for (std::size_t i = 0; i < method.parameters.size(); ++i) {
-            call[i].pointer = method.parameters[i].kind == XKind::Id ? call[i].pointer : nullptr;
-            call[i].number = 0;
-        }
-        Check("all null", call, face);
-    }
-    XCall plain(*m_world, method);
-    Check("plain", plain, face);
-}
-
-void Surface::CheckNothingIsLocked() {
-    const auto probe = [this] {
-        XLXComPtr<ILXType> type;
-        XLXComPtr<ILXAttributeEnum> attributes;
-        XLXComPtr<ILXParentChildEnum> relations;
-        ILXConfigFactoryCache& cache = m_world->Cache();
-        if (cache.GetCachedType(m_world->Server().DataObject("Area").Get(), nullptr, type.Put()) == S_OK) {
-            LXRead(type.Get(), 0);
-            type->GetAttributeEnum(attributes.Put());
-        }
-        cache.GetPPRRelationsEnum(XLXComBSTR(OLESTR("Area")).Get(), nullptr, relations.Put());
-        m_world->Server().SendNotification("objects/x/0/0");
-    };
-    if (ServerMode()) {
-        probe();
-    } else {
-        std::thread(probe).join(); // the watchdog aborts it if it hangs
-    }
-}
 
 TEST_P(Surface, HoldsAgainstAbuse) {
     const std::string kind = GetParam().kind;

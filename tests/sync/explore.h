@@ -152,11 +152,37 @@ struct ExploringSync {
     /// A reader-writer lock; not reentrant and without any fairness.
     class SharedMutex {
     public:
-        void lock() noexcept;
-        bool try_lock() noexcept;
-        void unlock() noexcept;
-        void lock_shared() noexcept;
-        void unlock_shared() noexcept;
+        void lock() noexcept {
+            Explorer::AtStep("lock", this,
+                             [](const void* mutex) { return static_cast<const SharedMutex*>(mutex)->IsFree(); });
+            m_isWritten = true;
+            Explorer::Changed();
+        }
+        bool try_lock() noexcept {
+            Explorer::AtStep("try_lock", this);
+            if (!IsFree()) { return false; }
+            m_isWritten = true;
+            Explorer::Changed();
+            return true;
+        }
+        void unlock() noexcept {
+            Explorer::AtStep("unlock", this);
+            Explorer::Expect(m_isWritten, "a lock is given back that is not held");
+            m_isWritten = false;
+            Explorer::Changed();
+        }
+        void lock_shared() noexcept {
+            Explorer::AtStep("lock_shared", this,
+                             [](const void* mutex) { return !static_cast<const SharedMutex*>(mutex)->m_isWritten; });
+            ++m_readers;
+            Explorer::Changed();
+        }
+        void unlock_shared() noexcept {
+            Explorer::AtStep("unlock_shared", this);
+            Explorer::Expect(m_readers > 0, "a shared lock is given back that is not held");
+            --m_readers;
+            Explorer::Changed();
+        }
         bool IsFree() const noexcept { return !m_isWritten && m_readers == 0; }
 
     private:
@@ -168,8 +194,18 @@ struct ExploringSync {
     /// A condition variable for one waiting thread, without spurious wake-ups.
     class Condition {
     public:
-        void Wait(Mutex& lock) noexcept;
-        void WakeOne() noexcept;
+        void Wait(Mutex& lock) noexcept {
+            lock.unlock();
+            Explorer::AtStep("wait", this,
+                             [](const void* condition) { return static_cast<const Condition*>(condition)->m_isWoken; });
+            m_isWoken = false;
+            lock.lock();
+        }
+        void WakeOne() noexcept {
+            Explorer::AtStep("wake", this);
+            m_isWoken = true;
+            Explorer::Changed();
+        }
 
     private:
         bool m_isWoken = false;

@@ -1,43 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// Loading: who asks the server, and what a concurrent notification does to the answer.
-#include "XLoaded.h"
+// Fill mutexes: who enters, and in which order.
+#include "XFill.h"
 #include "synctools.h"
 
-#include <stdexcept>
-
 namespace {
-constexpr XAspect Aspect = XAspect::PlanTypes;
-
-/// A loaded value, and a server whose value changes.
-class Loading {
-public:
-    Loading() { m_loaded.Begin(time); }
-
-    int Ask() {
-        return *m_loaded.Load(time, [this] { return std::make_shared<const int>(m_server.load()); });
-    }
-
-    XTime time{XClockPtr(new XClock), Aspect};
-    XBasicLoaded<int, XTime> m_loaded;
-    std::atomic<int> m_server{1};
-};
-
-TEST(Loaded, GivesAnAnswerThatNothingTakesToWhoeverAsked) {
-    Loading loading;
-    loading.m_loaded.End(loading.time);
-    EXPECT_EQ(loading.Ask(), 1);
-    EXPECT_FALSE(loading.m_loaded.Held());
-    const auto fail = [&] {
-        loading.m_loaded.Load(loading.time, []() -> std::shared_ptr<const int> { throw std::runtime_error("fails"); });
-    };
-    EXPECT_THROW(fail(), std::runtime_error);
-    XActor other; // the fill mutex was released
-    auto next = other.Start([&] { return loading.Ask(); });
-    ASSERT_TRUE(IsReady(next));
-    EXPECT_EQ(next.get(), 1);
-}
-
 TEST(Fill, LetsItsOwnThreadInAndNoOther) {
     XFillMutex mutex;
     const int holder = 0;

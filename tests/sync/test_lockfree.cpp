@@ -2,7 +2,6 @@
 //
 // Lock-free readers on the real system: which reads take the real lock, and that writers are not starved.
 // test_explore_lockfree.cpp tests all interleavings.
-#include "logcapture.h"
 #include "synctools.h"
 
 namespace {
@@ -48,6 +47,8 @@ TEST_F(LockFreeRead, TakesNoLockBesideReadersOfAllKindsAndAfterAWrite) {
     }
     EXPECT_EQ(lockCalls, m_probe.lockCalls);
     m_writer.Do([&] { m_data.ReleaseLockRef(); });
+    const auto index = [] { return XSystemSync::ThreadIndex(); };
+    EXPECT_NE(m_first.Do(index), m_second.Do(index)) << "threads share a slot for no reason";
 }
 
 TEST_F(LockFreeRead, ARefusedWriteDoesNotStayCounted) {
@@ -62,79 +63,18 @@ TEST_F(LockFreeRead, ARefusedWriteDoesNotStayCounted) {
     EXPECT_EQ(LockState::Free, m_probe.State());
 }
 
-// Keeps at least one reader inside at any time, unless readers have to take the lock.
-class RestlessReaders {
-public:
-    explicit RestlessReaders(ProbedDelegator& data) {
-        for (std::thread& thread : m_threads) {
-            thread = std::thread([this, &data] { Run(data); });
-        }
-    }
-    ~RestlessReaders() {
-        m_stop = true;
-        for (std::thread& thread : m_threads) {
-            thread.join();
-        }
-    }
-    int Inside() const { return m_inside; }
-    void Stop() { m_stop = true; }
-
-private:
-    void Run(ProbedDelegator& data) {
-        while (!m_stop) {
-            auto* const slot = data.LockLFRead();
-            if (slot != nullptr) {
-                ++m_inside;
-                Leave(data);
-            }
-            data.UnlockLFRead(slot);
-        }
-    }
-    // Leaves when another reader is inside or when a thread waits for the lock.
-    void Leave(ProbedDelegator& data) {
-        int inside = m_inside;
-        while (inside < 2 || !m_inside.compare_exchange_weak(inside, inside - 1)) {
-            if (m_stop || data.probe.waiting > 0) {
-                --m_inside;
-                return;
-            }
-            std::this_thread::yield();
-            inside = m_inside;
-        }
-    }
-
-    std::atomic<bool> m_stop{false};
-    std::atomic<int> m_inside{0};
-    std::thread m_threads[8];
-};
-
-TEST_F(LockFreeRead, AWriterGetsThroughRestlessReaders) {
-    RestlessReaders readers(m_data);
-    ASSERT_TRUE(Comes([&] { return readers.Inside() >= 2; }));
-    for (int round = 0; round < 5; ++round) {
-        auto write = StartWrite(m_writer);
-        const bool through = IsReady(write, std::chrono::seconds(5)); // takes 0.1 s on an idle machine
-        if (!through) { readers.Stop(); }
-        ASSERT_TRUE(through) << "kept out by readers that come while it waits";
-        EXPECT_EQ(0, readers.Inside());
-        EndWrite(m_writer);
-        ASSERT_TRUE(Comes([&] { return readers.Inside() >= 2; })) << "readers are kept out";
-    }
-}
-
-TEST(GuardedData, AnErrorUnderAProxyGivesTheLockBack) {
-    const LogCapture log;
-    XCritDataCFC<int> data(XLockLevel::Relations, 7);
-    const auto fail = [](const int& value) {
-        if (value == 7) { throw XLXException(E_FAIL, OLESTR("seven"), LXHere("test_lockfree", nullptr, "fail")); }
-    };
-    EXPECT_THROW(fail(*XCritProxy<int>(data)), XLXException);
-    EXPECT_THROW(fail(*XCritReadProxy<int>(data)), XLXException);
-    EXPECT_THROW(fail(*XCritLFReadProxy<int>(data)), XLXException);
-    XActor other;
-    auto write = other.Start([&] { *XCritProxy<int>(data) = 8; });
+TEST_F(LockFreeRead, AReaderThatComesWhileAWriterWaitsStaysBehindIt) {
+    auto* const first = Read(m_first);
+    auto write = StartWrite(m_writer);
+    ASSERT_TRUE(Comes([&] { return m_probe.State() == LockState::Exclusive; }));
+    auto second = m_second.Start([this] { return m_data.LockLFRead(); });
+    ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; })) << "readers that come one after another starve a writer";
+    EXPECT_FALSE(IsReady(write, std::chrono::milliseconds(0)));
+    EndRead(m_first, first);
     ASSERT_TRUE(IsReady(write));
-    EXPECT_EQ(8, *XCritLFReadProxy<int>(data));
-    EXPECT_TRUE(log.Entries().empty());
+    EndWrite(m_writer);
+    EXPECT_EQ(nullptr, second.get());
+    EndRead(m_second, nullptr);
 }
+
 } // namespace

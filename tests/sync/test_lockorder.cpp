@@ -63,6 +63,7 @@ TEST(LockOrderDeathTest, FindsTheWrongOrder) {
          }},
         {"calling out below Fill while PropertyStore",
          [] {
+             const XFill fill(Fetch(), &Fetch());
              const XCritLFReadProxy<int> read(Store());
              XLockPlace::AssertNoneHeld();
          }},

@@ -106,24 +106,24 @@ TEST(Values, OfAnyTypeAreTakenOverAsTheyStand) {
 
 // The values of a record outlive its list and are destroyed with the record.
 TEST(Values, OfAListGoWithTheirRecord) {
-    const long before = XCountedObject::alive;
+    const long before = lx::liveObjects;
     const auto unknown = [] { return XLXComVariant::FromUnknown(NewObject().Get()); };
     auto records = GetSingleTypedVecFromArray(
         ArrayOf(LONG{2}, XLXComPtr<IUnknown>().Get(), Values(unknown(), Text(OLESTR("one"))),
                 XLXComPtr<IUnknown>().Get(), Values(unknown(), unknown(), Text(OLESTR("two")))));
-    ASSERT_EQ(XCountedObject::alive - before, 3);
+    ASSERT_EQ(lx::liveObjects - before, 3);
     XVariantRow second = std::move(records.at(1).values);
     records.clear();
-    EXPECT_EQ(XCountedObject::alive - before, 2);
+    EXPECT_EQ(lx::liveObjects - before, 2);
     ASSERT_EQ(second.size(), 3U);
     EXPECT_EQ(second[2].AsText(), OLESTR("two"));
     XLXComVariant value = XLXComVariant::FromI4(7);
     second.Exchange(0, value);
     value.Put();
-    EXPECT_EQ(XCountedObject::alive - before, 1);
+    EXPECT_EQ(lx::liveObjects - before, 1);
     EXPECT_EQ(second[0].AsLong(), 7);
     second = XVariantRow();
-    EXPECT_EQ(XCountedObject::alive - before, 0);
+    EXPECT_EQ(lx::liveObjects - before, 0);
 }
 
 } // namespace

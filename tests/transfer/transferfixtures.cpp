@@ -7,7 +7,7 @@
 using namespace XLXCFCDataTransfer;
 
 namespace {
-const LXLiveCounter g_objects("server objects", [] { return XCountedObject::alive.load(); });
+const LXLiveCounter g_objects("server objects", [] { return lx::liveObjects.load(); });
 
 // 42 elements; docs/transfer-format.md goes through them one by one.
 XLXSafeArray TypeArraySample() {
@@ -46,11 +46,11 @@ void PutValues(XArrayWriter& writer, int count) {
     }
 }
 
-// An attribute with one attribute type, and one without.
+// The attribute "Power" with one attribute type, and an attribute without.
 XLXSafeArray AttributeListSample() {
     XArrayWriter writer;
-    writer.Put(NewObject().Get()); // 0
-    PutValues(writer, 60);
+    writer.Put(NewObject().Get(), OLESTR("Power")); // 0
+    PutValues(writer, 59);
     writer.Put(LONG{1}); // 61
     PutValues(writer, 7);
     writer.Put(NewObject().Get()); // 69
@@ -60,12 +60,6 @@ XLXSafeArray AttributeListSample() {
     return writer.Finish();
 }
 } // namespace
-
-ULONG XCountedObject::Release() {
-    const ULONG left = --m_references;
-    if (left == 0) { delete this; }
-    return left;
-}
 
 XLXComPtr<IUnknown> NewObject() { return {new XCountedObject}; }
 
@@ -126,6 +120,12 @@ XLXSafeArray Cut(const XLXSafeArray& array, ULONG count, LONG lowerBound) {
 ULONG CountOf(const XLXSafeArray& array) { return array.Get()->rgsabound[0].cElements; }
 
 VARIANT& ElementOf(const XLXSafeArray& array, ULONG index) { return static_cast<VARIANT*>(array.Get()->pvData)[index]; }
+
+void Spoil(const XLXSafeArray& array, ULONG index, VARTYPE type) {
+    VariantClear(&ElementOf(array, index));
+    ElementOf(array, index) = VARIANT{};
+    V_VT(&ElementOf(array, index)) = type;
+}
 
 std::ostream& operator<<(std::ostream& out, const Raised& raised) {
     return out << std::hex << static_cast<ULONG>(raised.code) << std::dec << " \"" << raised.text << "\" in "

@@ -8,35 +8,21 @@
 #include "XTransferWriters.h"
 #include "testtexts.h"
 
+#include <lxserver/Object.h>
+
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <ostream>
 #include <string>
 
-/// A counted object in the place of a server object.
-class XCountedObject final : public IUnknown {
+/// An object in the place of a server object.
+class XCountedObject final : public lx::Object<IUnknown> {
 public:
-    XCountedObject() { ++alive; }
-    ~XCountedObject() { --alive; }
-    XCountedObject(const XCountedObject&) = delete;
-    XCountedObject& operator=(const XCountedObject&) = delete;
-
-    STDMETHODIMP QueryInterface(REFIID, void** ppv) override {
-        *ppv = nullptr;
-        return E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override {
+    ULONG STDMETHODCALLTYPE AddRef() override {
         ++counted;
-        return ++m_references;
+        return Object::AddRef();
     }
-    STDMETHODIMP_(ULONG) Release() override;
-
-    static inline std::atomic<long> alive{0};
     static inline std::atomic<long> counted{0}; ///< calls of AddRef on any object
-
-private:
-    std::atomic<ULONG> m_references{0};
 };
 
 XLXComPtr<IUnknown> NewObject();
@@ -78,6 +64,8 @@ XLXSafeArray Cut(const XLXSafeArray& array, ULONG count, LONG lowerBound = 0);
 ULONG CountOf(const XLXSafeArray& array);
 /// An element of an array, to be looked at or changed in place.
 VARIANT& ElementOf(const XLXSafeArray& array, ULONG index);
+/// Replaces an element by an empty value that claims to be of a type.
+void Spoil(const XLXSafeArray& array, ULONG index, VARTYPE type);
 
 /// What a call raised.
 struct Raised {

@@ -91,29 +91,6 @@ private:
     const XLXComPtr<ILXConfigFactoryEx> m_bulk;
 };
 
-class Query final : public lx::QueryRefusals<lx::Object<ILX_Query>> {
-public:
-    Query(XLXComPtr<ILX_Query> inner, FaultsPtr faults) : m_inner(std::move(inner)), m_faults(std::move(faults)) {}
-
-    HRESULT STDMETHODCALLTYPE SetSearchTable(BSTR table) override { return m_inner->SetSearchTable(table); }
-    HRESULT STDMETHODCALLTYPE SetSearchAttribute(BSTR attribute, LONG op, VARIANT value, LONG catenation) override {
-        return m_inner->SetSearchAttribute(attribute, op, value, catenation);
-    }
-    HRESULT STDMETHODCALLTYPE ResetSearch(LONG onlyWhere) override { return m_inner->ResetSearch(onlyWhere); }
-    HRESULT STDMETHODCALLTYPE GetSearchResult(IEnumBaseDataObject** out) override {
-        if (m_faults->searchOnce && ++m_searches > 1) {
-            *out = nullptr;
-            return S_FALSE;
-        }
-        return m_inner->GetSearchResult(out);
-    }
-
-private:
-    const XLXComPtr<ILX_Query> m_inner;
-    const FaultsPtr m_faults;
-    int m_searches = 0;
-};
-
 /// Proxy of a client's callback, which applies faults to notifications.
 class Callback final : public HostileObject<ILXCallbackUpdate> {
 public:
@@ -154,7 +131,6 @@ public:
         return m_inner->RegisterCallback(computer, process, callback.Get(), id);
     }
     HRESULT STDMETHODCALLTYPE UnregisterCallback(LONG id) override {
-        if (m_faults->unregisterNobody) { return id <= m_clients ? S_OK : E_INVALIDARG; }
         const HRESULT result = m_inner->UnregisterCallback(id);
         return m_faults->knowEveryClient ? S_OK : result;
     }
@@ -171,10 +147,6 @@ private:
 
 XLXComPtr<ILXConfigFactory> BrokenFactory(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults) {
     return XLXComPtr<ILXConfigFactory>(new Factory(server, faults));
-}
-
-XLXComPtr<ILX_Query> BrokenQuery(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults) {
-    return XLXComPtr<ILX_Query>(new Query(server->Query(), faults));
 }
 
 XLXComPtr<ILXDataUpdate> BrokenUpdate(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults) {

@@ -22,41 +22,19 @@ struct Faults {
 
     /// Changes a notification; false suppresses it.
     std::function<bool(LONG client, XLXText& dataId, ULONG& id)> notification;
-    bool searchOnce = false;         ///< the second search finds nothing
     bool hideAnswers = false;        ///< ignore the results of callbacks
     bool keepNoReference = false;    ///< keep no reference to a callback
     bool releaseNoReference = false; ///< do not release the reference to a callback
-    bool unregisterNobody = false;
     bool knowEveryClient = false;
     std::atomic<bool> notifying{false};
 };
 using FaultsPtr = std::shared_ptr<Faults>;
 
 XLXComPtr<ILXConfigFactory> BrokenFactory(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults);
-XLXComPtr<ILX_Query> BrokenQuery(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults);
 XLXComPtr<ILXDataUpdate> BrokenUpdate(const std::shared_ptr<XSampleServer>& server, const FaultsPtr& faults);
 
 /// The elements of an array.
 std::span<VARIANT> ElementsOf(SAFEARRAY* array);
 void Replace(VARIANT& element, XLXComVariant value);
-
-/// Forwards to an enumerator, but may replace Reset, Skip and Clone.
-template <class E, class I> class OddEnumeration final : public HostileObject<E> {
-public:
-    using Copy = std::function<HRESULT(E**)>;
-
-    OddEnumeration(XLXComPtr<E> inner, Copy copy) : m_inner(std::move(inner)), m_copy(std::move(copy)) {}
-    HRESULT STDMETHODCALLTYPE RemNext(ULONG asked, I** elements, ULONG* fetched) override {
-        return m_inner->RemNext(asked, elements, fetched);
-    }
-    HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE Reset() override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE Clone(E** out) override { return m_copy(out); }
-    HRESULT STDMETHODCALLTYPE GetSingleNext(I** element) override { return m_inner->GetSingleNext(element); }
-
-private:
-    const XLXComPtr<E> m_inner;
-    const Copy m_copy;
-};
 
 #endif

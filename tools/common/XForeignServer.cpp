@@ -15,14 +15,14 @@
 #include <filesystem>
 
 namespace {
-/// A library that exports what lxserver/ServerLibrary.h says.
+/// A library with the exported functions that lxserver/ServerLibrary.h describes.
 class ServerLibrary {
 public:
     explicit ServerLibrary(const std::string& name) {
         const std::filesystem::path path = std::filesystem::absolute(std::filesystem::path(LXFromUtf8(name)));
         const std::basic_string<OLECHAR> file = path.string<OLECHAR>();
 #ifdef _WIN32
-        m_module = LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH); // its own DLLs lie beside it
+        m_module = LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH); // finds DLLs beside the file
         const std::string why = LXResultName(HRESULT_FROM_WIN32(GetLastError()));
 #else
         m_module = LoadLibraryW(file.c_str());
@@ -50,7 +50,7 @@ private:
         return reinterpret_cast<F>(reinterpret_cast<void (*)()>(GetProcAddress(m_module, name)));
     }
 
-    HMODULE m_module; // stays loaded: threads of the server's may still run
+    HMODULE m_module; // never unloaded, because threads of the server may still run
 };
 
 class ForeignServer final : public XToolServer {
@@ -64,7 +64,7 @@ public:
     bool IsSample() const override { return false; }
     bool IsLocal() const override {
 #ifdef _WIN32
-        return !m_factory.As<IClientSecurity>(); // which proxies have, and nothing else
+        return !m_factory.As<IClientSecurity>(); // only proxies implement it
 #else
         return true;
 #endif

@@ -26,14 +26,14 @@ public:
     virtual XLXComPtr<ILXDataUpdate> DataUpdate() = 0;
     /// Whether the server runs in this process, and is called without proxies.
     virtual bool IsLocal() const = 0;
-    /// Whether LiveObjects answers.
+    /// Whether LiveObjects is supported.
     virtual bool CountsObjects() const { return true; }
     /// The server's live objects and the references to them; no references when it counts only the objects.
     virtual XServerObjectCount LiveObjects() = 0;
-    /// Whether the server changes itself when it is asked to.
+    /// Whether EditItself is supported.
     virtual bool EditsItself() const { return false; }
-    /// Has the server make a change that can be seen in its answers.
-    /// @param number  another one each time
+    /// Makes the server change its configuration visibly.
+    /// @param number  a different one each time
     virtual void EditItself(LONG /*number*/) {}
 
     /// Whether this is the sample server. Other servers raise XToolFailure from all methods below.

@@ -15,7 +15,7 @@ XMeasured XDemoSession::StartAsClient(LONG transferMode, bool separateCallback) 
     values.push_back(XLXComVariant::FromUnknown(m_server->ConfigFactory().Get()));
     values.push_back(XLXComVariant::FromUnknown(m_server->Query().Get()));
     values.push_back(XLXComVariant::FromUnknown(m_server->DataUpdate().Get()));
-    values.push_back(XLXComVariant::FromBool(false)); // the option switches notifications off; they are wanted
+    values.push_back(XLXComVariant::FromBool(false)); // true would turn notifications off
     values.push_back(XLXComVariant::FromBool(separateCallback));
     values.push_back(XLXComVariant::FromI4(transferMode));
     return Measure([&] {

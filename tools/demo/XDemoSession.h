@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A cache for a sample server that runs in this process or in one of its own.
+// A cache for a sample server that runs in this process or in a separate one.
 #ifndef XDEMOSESSION_H
 #define XDEMOSESSION_H
 
@@ -34,8 +34,8 @@ public:
     void Finish();
 
     XToolServer& Server() const { return *m_server; }
-    /// Applies an edit to the server. Finish applies backwards to revert it, because a server in its own process is
-    /// used by others later.
+    /// Applies an edit to the server. Finish applies `backwards` to revert it, because a server in its own process
+    /// outlives the demo.
     XNotification Edit(const std::string& json, std::string backwards);
     ILXConfigFactoryCache& Cache() const { return *m_cache; }
     /// The cache as a config factory.

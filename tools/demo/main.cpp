@@ -3,9 +3,9 @@
 // lxdemo: shows what the configuration cache does for an application.
 //
 //     lxdemo                   client mode, as in an application; the server runs in this process
-//     lxdemo --server PROGID   client mode; the server runs in a process of its own (Windows)
+//     lxdemo --server PROGID   client mode; the server runs in a separate process (Windows)
 //     lxdemo --server-mode     server mode, as in the server's own process; it turns the component's locks off for
-//                              the whole process, so it needs a run of its own
+//                              the whole process, so it needs a separate run
 //
 // Exit status: 0 when everything was as expected, 1 when not, other values for invalid options.
 #include "demo_sections.h"

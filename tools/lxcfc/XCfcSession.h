@@ -12,10 +12,10 @@
 
 /// Selects the server.
 struct XServerChoice {
-    std::string name;  ///< a server's library, or a registered server's ProgID or class id, where it is not empty
-    std::string model; ///< else a model file in this process; the shipped one where it is empty
-    int generated = 0; ///< else, where it is not 0, a generated model with that many types
-    double delay = 0;  ///< milliseconds that each call to it takes
+    std::string name;  ///< a server's library, or a registered server's ProgID or class id; empty: the sample server
+    std::string model; ///< for the sample server: its model file; empty: the shipped one
+    int generated = 0; ///< for the sample server: the number of types of a generated model; 0: the model file
+    double delay = 0;  ///< for the sample server: the milliseconds that each call takes
 };
 
 /// The selected server, without a cache.

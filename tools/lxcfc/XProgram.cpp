@@ -48,7 +48,7 @@ int FailExtras(const CLI::App& app) {
                 (app.get_subcommands().empty() && !extras.empty() ? LXDidYouMean(extras.front(), commands) : ""));
 }
 
-/// Fails if the output could not be written, except to a closed pipe, whose reader wanted no more.
+/// Fails if the output could not be written. A pipe that its reader has closed is not an error.
 int Finish(int status) {
     std::cout.flush();
     const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good();

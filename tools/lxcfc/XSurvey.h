@@ -28,9 +28,10 @@ public:
     /// @param calls    returns the number of calls to the server that this thread has caused so far; may be empty
     XSurvey(ILXConfigFactory& factory, ILXConfigFactoryCache& cache, std::function<unsigned long long()> calls = {});
 
-    /// Sets the server's answers to the next queries. Then the values that are not empty are read from the cache first,
-    /// and of the others only as many as until the first empty answer, because an empty answer comes from the server
-    /// and refreshes all values of the object. Without this only properties with names are read.
+    /// Sets the server's answers to the next queries. For each object, the survey then reads first the values that the
+    /// server has, and then the others until the first empty answer: that one comes from the server and refreshes all
+    /// values of the object, so later reads would prove nothing. Without expected answers the survey reads only
+    /// properties with names.
     void Expect(const XAnswers& answers) { m_expected = &answers; }
 
     /// Skips queries that the server itself does not implement (E_NOTIMPL). Without this, a query that returns

@@ -60,7 +60,7 @@ public:
 
 private:
     /// The cost of the same queries when all values are stale.
-    /// @param always  the calls that they cost in any case
+    /// @param always  the number of calls that they take even if nothing is stale
     static XJson AfterNotification(const XCfcSession& session, unsigned long long always) {
         LXExpect(XLXComPtr<ILXConfigFactoryCache>(&session.Cache())
                      .As<ILXCallbackUpdate>()
@@ -71,7 +71,7 @@ private:
         XSurvey survey(session.Cached(), session.Cache(), &XTrace::CallsOfThisThread);
         survey.AskEverything("Asking after a notification");
         const auto calls = XTrace::CallsOfThisThread() - before;
-        unsigned long long objects = 0; // each is one call if read alone
+        unsigned long long objects = 0; // reading one by itself takes one call
         for (const auto& [kind, count] : survey.Objects()) {
             objects += count;
         }

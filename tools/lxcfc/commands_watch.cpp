@@ -44,7 +44,7 @@ public:
     }
 
 private:
-    /// The sample server in this process: nobody else edits it, and a notification has come when its edit returns.
+    /// The sample server in this process: nobody else edits it, and it notifies before an edit returns.
     static bool IsQuiet(const XCfcSession& session) {
         return session.Server().IsLocal() && session.Server().IsSample();
     }
@@ -57,8 +57,8 @@ private:
         WaitFor(sent.clients > 0 ? ids : 0, run, trace, session);
     }
 
-    /// From another process notifications come later, and so many are waited for: as many as ids were given since the last
-    /// edit.
+    /// Prints notifications until that many more have arrived, because another process may send them after the edit has
+    /// returned. Edit passes the number of ids that the server has used since the last edit.
     void WaitFor(std::size_t notifications, XRun& run, XTrace& trace, const XCfcSession& session) {
         constexpr auto MostTime = std::chrono::seconds(20);
         m_expected = std::max(m_expected, m_seen) + notifications;
@@ -86,7 +86,7 @@ private:
         }
     }
 
-    // What does not come while an edit is made is given some time to be complete.
+    // A notification from another thread may still be in progress. It is printed after 100 ms without new trace entries.
     void Print(XRun& run, XTrace& trace, const XCfcSession& session) {
         const std::chrono::milliseconds quiet(IsQuiet(session) ? 0 : 100);
         for (const XTrace::Notification& notification : trace.Take(quiet)) {

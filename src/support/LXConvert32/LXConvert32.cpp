@@ -15,18 +15,6 @@ BSTR XLXComBSTR::Allocate(XLXTextView text) {
     return copy;
 }
 
-void LXHandOutTexts(const std::vector<XLXText>& texts, LONG* count, BSTR** out) {
-    *count = 0;
-    *out = nullptr;
-    if (texts.empty()) { return; }
-    std::vector<XLXComBSTR> copies(texts.begin(), texts.end());
-    *out = static_cast<BSTR*>(CoTaskMemAlloc(copies.size() * sizeof(BSTR)));
-    if (*out == nullptr) { throw std::bad_alloc(); }
-    for (XLXComBSTR& copy : copies) {
-        (*out)[(*count)++] = copy.Detach();
-    }
-}
-
 LONG LXParseDecimal(XLXTextView text) noexcept {
     std::size_t at = 0;
     while (at < text.size() && (text[at] == ' ' || (text[at] >= 9 && text[at] <= 13))) {

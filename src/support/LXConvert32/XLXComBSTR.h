@@ -43,10 +43,6 @@ private:
     BSTR m_text = nullptr;
 };
 
-/// Copies texts into a buffer for a client, who frees each with SysFreeString and the buffer with CoTaskMemFree.
-/// Without texts the count is 0 and the buffer null.
-void LXHandOutTexts(const std::vector<XLXText>& texts, LONG* count, BSTR** out);
-
 /// The text in lower case, character by character, by Unicode's simple mappings. Lone surrogates stay.
 XLXText LXLowerCase(XLXTextView text);
 

@@ -43,15 +43,17 @@ void XVariantRow::Block::Exchange(std::size_t index, XLXComVariant& value) {
     std::uint64_t word = V_UI8(&value.Get());
     std::uint8_t type = Elsewhere;
     if (IsLongerThanAWord(value.Type())) {
-        word = reinterpret_cast<std::uintptr_t>(new XLXComVariant(std::move(value)));
+        auto* const kept = new XLXComVariant();
+        std::swap(kept->Get(), value.Get());
+        word = reinterpret_cast<std::uintptr_t>(kept);
     } else {
         type = static_cast<std::uint8_t>(value.Type());
+        value.Detach();
     }
     std::swap(Words()[PlaceOf(index)], word);
     std::swap(Members()[index].type, type);
     if (type == Elsewhere) {
         const std::unique_ptr<XLXComVariant> former(AddressIn(word));
-        value.Detach();
         value = std::move(*former);
         return;
     }

@@ -2,12 +2,12 @@
 # SPDX-License-Identifier: MIT
 """Generates lowercase.inc, the simple lower-case mappings, from Unicode's data.
 
-usage: make_lowercase.py [--check] [FOLDER]     (default: that of the Debian package unicode-data)
+usage: make_lowercase.py [--check] [FOLDER]     (default: the folder of the Debian package unicode-data)
 
-The folder holds UnicodeData.txt and PropList.txt; the first line of the latter names the version of Unicode.
+The folder contains UnicodeData.txt and PropList.txt; the latter's first line has the version of Unicode.
 
-With --check it writes nothing and fails if the committed file differs. Exit status 77 (skipped): there is no data, or it
-has another version of Unicode than the committed file.
+With --check it writes nothing and fails if the committed file differs. Exit status 77 (skipped): the data is missing or
+has a different version of Unicode than the committed file.
 """
 import difflib
 import pathlib
@@ -19,7 +19,7 @@ TABLE = pathlib.Path(__file__).resolve().with_name("lowercase.inc")
 
 
 def mappings(data):
-    """Yields (capital, small letter) in order, without ASCII. Asserts that both have the same number of UTF-16 units."""
+    """Yields (capital, small letter) pairs beyond ASCII in order. Asserts that both have equally many UTF-16 units."""
     for line in data.splitlines():
         fields = line.split(";")
         if fields[13] and (capital := int(fields[0], 16)) >= 0x80:
@@ -70,7 +70,7 @@ def main():
         return
     committed = TABLE.read_text(encoding="ascii")
     if fresh.splitlines()[1] != committed.splitlines()[1]:
-        print(f"SKIPPED: the data in {folder} is of another version: {fresh.splitlines()[1]}")
+        print(f"SKIPPED: the data in {folder} has a different version: {fresh.splitlines()[1]}")
         sys.exit(77)
     print(*difflib.unified_diff(committed.splitlines(), fresh.splitlines(), "committed", "fresh", lineterm=""), sep="\n")
     sys.exit(fresh != committed)

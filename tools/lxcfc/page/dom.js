@@ -46,10 +46,10 @@ const number = count => h("span", { class: "count" }, count.toLocaleString("en")
 const mostRows = 300; // more are shown on demand
 
 /**
- * A table. Columns in which nothing stands are left out.
+ * A table without its empty columns.
  * @param columns  { head, cell(row): a text or nodes, small: not on small screens, number: right-aligned }
- * @param more     what stands below a row when its first cell is pressed: nodes; may be left out
- * @param idOf     the id of a row, by which it is opened; may be left out
+ * @param more     optional: returns the nodes to show below a row when its first cell is pressed
+ * @param idOf     optional: returns the id by which a row can be opened
  */
 function table(caption, columns, rows, { more, idOf } = {}) {
   const cells = rows.map(row => columns.map(column => column.cell(row)));
@@ -163,7 +163,7 @@ function folded(title, count, isOpen, content) {
 }
 const nothing = text => h("p", { class: "nothing" }, text);
 
-/** A table of changes, each with a link to its place. */
+/** A table of changes, each with a link to the changed object. */
 function changeRows(rows, caption, withType) {
   const linkOf = row => {
     if (!row.type) return h("a", { class: "name", href: linkTo("formats") }, row.path.join(" / "));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The part of the address after "#" determines what is shown, so that a link shows the same again.
+// The part of the address after "#" determines the view, so that a link always leads to the same view.
 const views = [
   ["", "Types"],
   ["graph", "Relations"],

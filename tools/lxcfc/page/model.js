@@ -54,7 +54,7 @@ for (const raw of data.types) {
 }
 for (const type of types.values()) if (type.base !== type.name) types.get(type.base)?.derived.push(type);
 
-/** A type's bases, nearest first; a cycle ends where it began. */
+/** A type's bases, nearest first. A cycle is followed once. */
 function basesOf(type) {
   const bases = [];
   for (let base = types.get(type.base); base && base !== type && !bases.includes(base); base = types.get(base.base)) {

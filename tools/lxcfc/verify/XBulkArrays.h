@@ -78,7 +78,7 @@ struct XReadTypes {
     std::map<std::string, std::size_t> byName; ///< indexes in records
 
     const XReadType* Find(const std::string& name) const;
-    /// Visits the base types of a type, nearest first. Visits each once, even if they form a circle.
+    /// Visits the base types of a type, nearest first. Visits each once, even if they form a cycle.
     template <class F> void EachBase(const XReadType& type, F&& visit) const {
         std::set<std::string> met{type.head.Key()};
         for (const XReadType* base = Find(type.head.Text(XProperty::BaseTypeName));
