@@ -33,6 +33,8 @@ public:
     /// Takes the room for so many entries at once.
     void Reserve(std::size_t entries) { m_entries.reserve(entries); }
     void Add(Key key, T value) { m_entries.emplace_back(std::move(key), std::move(value)); }
+    /// Adds copies of all entries of another map.
+    void Add(const XSortedMap& that) { m_entries.insert(m_entries.end(), that.begin(), that.end()); }
 
     /// Sorts the added entries in. Of entries with equal keys, the one added last stays.
     void Settle() {

@@ -4,6 +4,7 @@
 
 #include "XLXComBSTR.h"
 #include "XLXComVariant.h"
+#include "XSharedText.h"
 
 #include <compare>
 #include <cstring>
@@ -11,24 +12,26 @@
 #include <set>
 
 /// The key of maps by name: the whole name, including embedded nulls. A null or empty name gives the null key, which
-/// sorts first.
+/// sorts first. Copies share the text, because the map of a type has a copy of each key of its base's map.
 ///
 /// Keys sort by code points, like their UTF-8 forms: a surrogate pair sorts after U+FFFF, a lone surrogate by its own
 /// code. A map that compares with std::less<> can be searched by text without creating a key.
 class XCFGStringKey {
 public:
     XCFGStringKey() noexcept = default;
-    explicit XCFGStringKey(XLXTextView name) : m_text(name) {}
+    explicit XCFGStringKey(XLXTextView name) : m_text(!name.empty() ? XSharedText::Create(name) : nullptr) {}
     /// The key of a name in a value; nullopt if the value is empty or cannot be converted to text.
     static std::optional<XCFGStringKey> Of(const XLXVariantView& name);
 
-    bool IsNull() const noexcept { return m_text.empty(); }
-    const XLXText& Text() const noexcept { return m_text; }
+    bool IsNull() const noexcept { return !m_text; }
+    XLXTextView Text() const noexcept { return m_text ? m_text->View() : XLXTextView(); }
 
-    friend bool operator==(const XCFGStringKey& left, const XCFGStringKey& right) noexcept = default;
-    friend bool operator==(const XCFGStringKey& left, XLXTextView right) noexcept { return left.m_text == right; }
+    friend bool operator==(const XCFGStringKey& left, const XCFGStringKey& right) noexcept {
+        return left.Text() == right.Text();
+    }
+    friend bool operator==(const XCFGStringKey& left, XLXTextView right) noexcept { return left.Text() == right; }
     friend std::strong_ordering operator<=>(const XCFGStringKey& left, const XCFGStringKey& right) noexcept {
-        return left.Compare(right.m_text);
+        return left.Compare(right.Text());
     }
     friend std::strong_ordering operator<=>(const XCFGStringKey& left, XLXTextView right) noexcept {
         return left.Compare(right);
@@ -41,7 +44,7 @@ private:
 
     // Inline, and four units at a time, because look-ups compare many names with common prefixes.
     std::strong_ordering Compare(XLXTextView other) const noexcept {
-        const XLXTextView own = m_text;
+        const XLXTextView own = Text();
         const std::size_t common = own.size() < other.size() ? own.size() : other.size();
         std::size_t at = 0;
         constexpr std::size_t step = 4;
@@ -56,7 +59,7 @@ private:
                                                               : own[at] <=> other[at];
     }
 
-    XLXText m_text;
+    XLXComPtr<XSharedText> m_text; // null for an empty name
 };
 
 template <class T> using XNameMap = std::map<XCFGStringKey, T, std::less<>>;

@@ -20,7 +20,7 @@ public:
         const std::uint32_t place = m_places.empty() ? 0 : m_places[PlaceOf(name)];
         return place != 0 ? this->begin() + (place - 1) : this->end();
     }
-    const_iterator find(const XCFGStringKey& key) const { return find(XLXTextView(key.Text())); }
+    const_iterator find(const XCFGStringKey& key) const { return find(key.Text()); }
 
     /// Sorts the added entries in, like XSortedMap, and rebuilds the hash table.
     void Settle() {

@@ -189,7 +189,7 @@ void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, 
     if (auto key = XCFGStringKey::Of(type.values[MemberAttributeTypeName])) // a nameless type could never be found
     {
         XServerSourcePtr own =
-            type.object ? nullptr : std::make_shared<const AttributeTypeSource>(source(), XLXTextView(key->Text()));
+            type.object ? nullptr : std::make_shared<const AttributeTypeSource>(source(), key->Text());
         LXEnterRecord(former.get(), to, std::move(*key), std::move(type.object), std::move(type.values), requested,
                       Clock(), retired, Refill(), std::move(own));
     }

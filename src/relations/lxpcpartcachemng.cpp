@@ -91,15 +91,13 @@ void XLXPCPartCacheMng::RefillRelations() const {
     XRetired retired;
     for (XILXPCData& record : AskForRelations(*factory)) {
         const auto name = [&](std::size_t member) {
-            const auto key = XCFGStringKey::Of(record.values[member]);
-            return key ? key->Text() : XLXText();
+            return XCFGStringKey::Of(record.values[member]).value_or(XCFGStringKey());
         };
-        const XLXText parent = name(LXRM_PARENTNAME);
-        const XLXText child = name(LXRM_CHILDNAME);
-        const XLXText list = name(LXRM_CHILDLISTNAME);
-        if (const auto* const found = held ? held->byNames.Find({parent, child, list}) : nullptr) {
-            (*found)->RefillValues(std::move(record.values), moment, retired);
-        }
+        const XCFGStringKey parent = name(LXRM_PARENTNAME);
+        const XCFGStringKey child = name(LXRM_CHILDNAME);
+        const XCFGStringKey list = name(LXRM_CHILDLISTNAME);
+        const auto* const found = held ? held->byNames.Find({parent.Text(), child.Text(), list.Text()}) : nullptr;
+        if (found != nullptr) { (*found)->RefillValues(std::move(record.values), moment, retired); }
         retired.Take(std::move(record.object));
     }
 }

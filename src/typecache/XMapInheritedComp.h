@@ -289,12 +289,13 @@ private:
         return fresh;
     }
 
-    /// Parses records and adds their components to a copy of the base's map. Keys that the base has are skipped.
+    /// Parses records and merges their components with the base's map. Keys that the base has are skipped.
     MapPtr Merge(const Map& ofBase, XStampedRecords& records, XRetired& retired) {
-        const auto merged = std::make_shared<Map>(ofBase);
+        const auto merged = std::make_shared<Map>();
         const MapPtr current = Held();
         auto list = LXReadList<Kind>(std::move(records.array), m_owner.m_name);
         merged->Reserve(ofBase.size() + list.size());
+        merged->Add(ofBase);
         for (auto& record : list) {
             auto key = LXKeyOf<Kind>(record.values);
             if (!key || ofBase.find(*key) != ofBase.end()) { continue; }
