@@ -36,7 +36,7 @@ struct XStamp {
 /// its stamp from this copy, however much later that happens.
 struct XMoment {
     std::array<std::uint64_t, LXAspectCount> numbers{};
-    std::uint64_t direct = 0; ///< the last direct notification to any object of the connection
+    std::uint64_t direct = 0; ///< the last number that DrawDirect returned in the connection
 
     /// For objects without a clock, which nothing on the server can make stale.
     static XMoment Timeless() noexcept {
@@ -74,7 +74,8 @@ public:
         return moment;
     }
 
-    /// Returns a new number for a notification that comes directly to a cached object.
+    /// Returns a new number for what makes one cached object stale: a notification that comes directly to it, or a record
+    /// that brings its server object.
     std::uint64_t DrawDirect() noexcept { return m_direct.value.fetch_add(1) + 1; }
 
     void AddRef() const noexcept { m_references.value.fetch_add(1, std::memory_order_relaxed); }
@@ -110,9 +111,9 @@ private:
 };
 using XOwnCount = XBasicOwnCount<>;
 
-/// The number of the last direct notification to an object. The notification stores it before it advances the object's
-/// own counts. Who takes a stamp from a bulk answer reads the own count first and this number after. So a notification
-/// that overtook the answer shows in at least one of the two.
+/// The number of the last direct notification to an object, or of the last record that brought its server object. It is
+/// stored before the object's own counts advance. Who takes a stamp from a bulk answer reads the own count first and this number after. So a notification
+/// or record that overtook the answer shows in at least one of the two.
 template <class Policy = XSystemSync> class XBasicDirectNumber {
 public:
     std::uint64_t Now() const noexcept { return m_number.load(std::memory_order_acquire); }
