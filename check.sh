@@ -147,7 +147,7 @@ run_tests() {
     fi
     case $1 in
     linux-release) only=(-E '^(test_|fuzz_)') ;;
-    # The page does not depend on the compiler, so its test runs in the release only.
+    # The page does not depend on the compiler, so its test runs in the releases only.
     linux-asan) only=(-R '^(test_|fuzz_|lxcfc_)' -E '^lxcfc_page$') ;;
     linux-tsan) only=(-R "^($(IFS='|' && echo "${thread_tests[*]}"))(_discarding_other|_refills)?\$") ;;
     windows-gcc) only=(-R "^($(IFS='|' && echo "${gcc_tests[*]}"))\$") ;;
@@ -167,6 +167,8 @@ run_tests() {
         grep -E '\[  FAILED  \]|\*\*\*(Failed|Timeout|Exception)|ERROR: |WARNING: ThreadSan|SUMMARY: |runtime error|LEAK|WATCHDOG' \
             "$log" | sort -u | head -n 30
         grep -E -A 4 ': Failure' "$log" | head -n 40
+        # what scripts print about their failure
+        grep -E -B 10 '^[0-9]+: FAILED: ' "$log" | head -n 60
     fi
 }
 

@@ -140,6 +140,15 @@ function(lx_add_test name)
   set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()
 
+# A test that on Windows registers components in the system, so that only one of them runs at a time. They start first,
+# because together they take longest. On Linux a registration ends with its process.
+function(lx_test_registers name)
+  set_tests_properties(${name} PROPERTIES COST 100)
+  if(WIN32)
+    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK registration)
+  endif()
+endfunction()
+
 # Adds the objects of sources that several test programs link: lx_add_test_objects(name SOURCES ... LIBS ...).
 function(lx_add_test_objects name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})

@@ -59,10 +59,11 @@ private:
     }
 
     std::shared_ptr<Entry> EntryOf(const Key& key, const State& now) {
-        std::map<Key, std::shared_ptr<Entry>> dropped; // destroyed after unlocking
+        std::map<Key, std::shared_ptr<Entry>> dropped; // destroyed after unlocking, like the former state
+        State state = now;
         const std::lock_guard lock(m_mutex);
-        if (!(m_state == now) || m_entries.size() >= MostKept) { m_entries.swap(dropped); }
-        m_state = now;
+        if (!(m_state == state) || m_entries.size() >= MostKept) { m_entries.swap(dropped); }
+        std::swap(m_state, state);
         std::shared_ptr<Entry>& entry = m_entries[key];
         if (entry == nullptr) { entry = std::make_shared<Entry>(); }
         return entry;

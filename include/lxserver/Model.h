@@ -21,6 +21,7 @@
 #include <LXProperties.h>
 #include <lxserver/Object.h>
 
+#include <algorithm>
 #include <array>
 #include <concepts>
 #include <cstdint>
@@ -365,11 +366,11 @@ struct Model {
     }
     GlobalSpecRecord& AddSpec(const Text& id) { return AddTo(specs, id, SpecId); }
 
-    /// The type and its base types, nearest first. An unknown base ends the chain. Its length is limited to the number
-    /// of types, in case the base types form a cycle.
+    /// The type and its base types, nearest first. An unknown base ends the chain, and so does a cycle.
     std::vector<const TypeRecord*> BaseChain(const Text& name) const {
         std::vector<const TypeRecord*> chain;
-        for (auto type = types.find(name); type != types.end() && chain.size() < types.size();
+        for (auto type = types.find(name);
+             type != types.end() && std::find(chain.begin(), chain.end(), &type->second) == chain.end();
              type = types.find(type->second.Base())) {
             chain.push_back(&type->second);
         }

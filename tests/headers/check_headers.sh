@@ -2,12 +2,11 @@
 # SPDX-License-Identifier: MIT
 # Compiles the public headers as C and as C++ with the warnings that careful users turn on. Exit status 77: the compiler
 # is not installed.
-# usage: check_headers.sh SOURCE C-COMPILER C++-COMPILER linux|windows each|examples
-#   each       also compiles each header by itself (for Windows, only those that Linux does not have). The package's
-#              tests build the examples with this compiler.
-#   examples   also compiles the examples
+# usage: check_headers.sh SOURCE C-COMPILER C++-COMPILER linux|windows [each] [examples]
+#   each       also compiles each header by itself (for Windows, only those that Linux does not have)
+#   examples   also compiles the examples. The package's tests build them with one compiler of each platform.
 set -euo pipefail
-source=$1 cc=$2 cxx=$3 platform=$4 extent=$5
+source=$1 cc=$2 cxx=$3 platform=$4 extent=" ${*:5} "
 for compiler in "$cc" "$cxx"; do
     command -v "$compiler" >/dev/null || {
         echo "SKIPPED: $compiler is not installed"
@@ -54,7 +53,7 @@ using namespace lx;
 using lxcfc::Cache;"
 check "$cc" -std=c11 "$source/idl/LXConfigFactoryCache_i.c"
 
-if [ "$extent" = each ]; then
+if [[ $extent == *" each "* ]]; then
     for header in "${headers[@]}"; do
         compile c++ c++17 "$header"
         macros=(-DCOBJMACROS -DCINTERFACE) # these define the macros with which C programs call methods
@@ -65,7 +64,8 @@ if [ "$extent" = each ]; then
     for header in "${alone[@]}"; do
         compile c++ c++20 "$header"
     done
-else
+fi
+if [[ $extent == *" examples "* ]]; then
     check "$cc" -std=c11 "$source"/examples/*.c "$source/tests/headers/records32.c"
     for example in "$source"/examples/*.cpp; do
         # Some examples are for Windows only, or include a header that the build generates.

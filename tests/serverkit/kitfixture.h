@@ -28,6 +28,10 @@ lxcfc::Ptr<ILXConfigFactory> FactoryOf(const lx::ServerPtr& server);
 /// A cache that a server notifies.
 /// @param bulk  the components to read in bulk
 lxcfc::Cache CacheOf(const lx::ServerPtr& server, LONG bulk = 15);
+/// The attribute RatedFlow of the type Pump; null if there is none.
+inline lxcfc::Attribute FlowOf(const lxcfc::ConfigFactory& factory) {
+    return factory.Type(OLESTR("Pump")).FindAttribute(OLESTR("RatedFlow"));
+}
 
 /// Waits until a condition holds; returns false on timeout.
 template <class Condition> bool WaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s) {

@@ -18,10 +18,6 @@ std::pair<ULONG, ULONG> SizeOf(SAFEARRAY* types) {
     SafeArrayDestroy(types);
     return size;
 }
-
-lxcfc::Attribute FlowOf(const lxcfc::ConfigFactory& factory) {
-    return factory.Type(OLESTR("Pump")).FindAttribute(OLESTR("RatedFlow"));
-}
 } // namespace
 
 TEST_F(Kit, NamedTypesComeOnceEachWithTheirBases) {
@@ -46,6 +42,15 @@ TEST_F(Kit, NamedTypesComeOnceEachWithTheirBases) {
     SAFEARRAY* const noNames = SafeArrayCreateVector(VT_I4, 0, 1);
     EXPECT_EQ(connection->GetTypeArrayByTypeNameArrayEx(noNames, 1, 15, &types), E_INVALIDARG);
     SafeArrayDestroy(noNames);
+}
+
+TEST(KitModel, ACycleOfBasesIsListedOnce) {
+    lx::Model model;
+    model.AddType(OLESTR("Leaf"), OLESTR("A"));
+    model.AddType(OLESTR("A"), OLESTR("B"));
+    model.AddType(OLESTR("B"), OLESTR("A"));
+    EXPECT_EQ(model.BaseChain(OLESTR("Leaf")).size(), 3u);
+    EXPECT_EQ(model.BaseChain(OLESTR("A")).size(), 2u);
 }
 
 // Many clients that start at the same time share one array. An array of an older state is not delivered.

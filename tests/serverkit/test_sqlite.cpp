@@ -11,9 +11,6 @@
 namespace {
 using Ids = std::vector<std::string>;
 
-lxcfc::Attribute FlowOf(const lxcfc::ConfigFactory& factory) {
-    return factory.Type(OLESTR("Pump")).Attribute(OLESTR("RatedFlow"));
-}
 lxcfc::ConfigFactory Direct(const lx::ServerPtr& server) { return lxcfc::ConfigFactory(FactoryOf(server)); }
 
 /// A new database for each test, and a connection to it that is not a server's.
@@ -62,7 +59,6 @@ struct Side {
     lx::Ref<Listener> listener;
     LONG client;
 };
-} // namespace
 
 TEST_F(Sqlite, EditsReachTheClientsOfAllServers) {
     const Side first(Path());
@@ -141,3 +137,4 @@ TEST_F(Sqlite, TheServerKeepsTheContract) {
     // In the client's process arrays contain all objects. The kit's enumerators do not implement Clone.
     EXPECT_EQ(notTested, (std::set<std::string>{"null-objects", "enum-clone"}));
 }
+} // namespace
