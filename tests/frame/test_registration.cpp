@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Registration, through the real module file. These tests use the component's real keys and remove them.
+#include "XRegistryScript.h"
 #include "modulefile.h"
 #include "registrytree.h"
 
@@ -91,6 +92,12 @@ TEST_F(Registration, RemovesTheClassKeyWholeAndLeavesForeignKeysElsewhere) {
     RegistryCreate(Independent + "\\Foreign");
     ASSERT_EQ(UnregisterModule(), S_OK);
     EXPECT_EQ(Actual(), (std::vector<std::string>{Independent, Independent + "\\Foreign"}));
+}
+
+TEST(RegistryScript, ReportsThatKeysCannotBeReached) {
+    constexpr HKEY none = nullptr;
+    EXPECT_EQ(XRegistryScript::Register(none, OLESTR("path")), HRESULT_FROM_WIN32(ERROR_INVALID_HANDLE));
+    EXPECT_EQ(XRegistryScript::Unregister(none), HRESULT_FROM_WIN32(ERROR_INVALID_HANDLE));
 }
 
 #ifdef _WIN32

@@ -232,6 +232,24 @@ TEST_F(Lives, ATypeThatOutlivesItsCacheFetchesOnlyWhatIsAskedFor) {
     ExpectCalls(1, [&] { EXPECT_EQ(item->GetGroupEnum(groups.Put()), S_OK); });
 }
 
+// The base is of another cache, which goes on.
+TEST_F(Lives, ATypeThatEndsLeavesTheComponentsOfItsBaseAlone) {
+    ASSERT_EQ(Start(), S_OK);
+    const auto derived = Type("Document");
+    const auto title = Attribute("Document", "Title");
+    const auto ended = std::exchange(m_cache, nullptr);
+    ASSERT_EQ(Start(), S_OK);
+    ASSERT_EQ(derived.As<ILXTypeCache>()->SetBaseType(Type("Pump").As<ILXTypeCache>().Get()), S_OK);
+    XLXComPtr<ILXAttribute> head;
+    ASSERT_EQ(derived->GetAttribute(XLXComBSTR(OLESTR("Head")).Get(), head.Put()), S_OK);
+    XLXComPtr<ILXFormat> format;
+    EXPECT_EQ(head->GetFormat(1, format.Put()), S_OK);
+    EXPECT_EQ(title->GetFormat(1, format.Put()), S_FALSE);
+    EXPECT_EQ(ended.As<IDPFObject>()->Terminate(), S_OK);
+    ExpectCalls(1, [&] { EXPECT_EQ(title->GetFormat(1, format.Put()), S_FALSE); }); // ended, so nothing is kept
+    ExpectCalls(0, [&] { EXPECT_EQ(head->GetFormat(1, format.Put()), S_OK); });
+}
+
 TEST_F(Lives, TerminateBesideInitializeUnregistersItsOwnLife) {
     const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(2);
     for (int round = 0; round < 1000 && std::chrono::steady_clock::now() < until; ++round) {

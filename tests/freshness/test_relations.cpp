@@ -25,6 +25,11 @@ protected:
     Names BrowserIds() {
         return LXList<ILXBrowserId>(XProperty::BrowserIdName, Factory(), &ILXConfigFactory::GetBrowserIdEnum);
     }
+    /// Does the work on a second thread that is loading the browser ids, so it does not wait for another load.
+    void AskWithoutWaiting(std::function<void()> work) {
+        const Inside loading(Calls(), "ILXConfigFactory::GetBrowserIdEnum", std::move(work));
+        std::async(std::launch::async, [this] { BrowserIds(); }).get();
+    }
 
     Relation m_desks;
 };
@@ -59,8 +64,7 @@ TEST_F(FreshRelations, AnOlderAnswerChangesNoRelationOfANewerOne) {
         {
             const Inside overtaken(Calls(), "ILXConfigFactory::GetPCArray", [&] {
                 remake("new");
-                const Inside other(Calls(), "ILXConfigFactory::GetBrowserIdEnum", [&] { EXPECT_EQ(label(), "new"); });
-                std::async(std::launch::async, [&] { BrowserIds(); }).get(); // does not wait for relations
+                AskWithoutWaiting([&] { EXPECT_EQ(label(), "new"); });
             });
             label();
         }
@@ -76,9 +80,7 @@ TEST_F(FreshRelations, ARelationThatEntersTheMapAgainIsCurrentAgain) {
     {
         const Inside removed(Calls(), "ILXConfigFactory::GetPCArray", [&] {
             Edit().RemoveRelation("Node", "Desk", "nodes", XNotify::No);
-            const Inside other(Calls(), "ILXConfigFactory::GetBrowserIdEnum",
-                               [&] { EXPECT_EQ(Below("Node", 0, "Tree"), Names{}); });
-            std::async(std::launch::async, [&] { BrowserIds(); }).get(); // does not wait for relations
+            AskWithoutWaiting([&] { EXPECT_EQ(Below("Node", 0, "Tree"), Names{}); });
         });
         EXPECT_EQ(Below("Node", 0, "Tree"), Names{"Desk/nodes"});
     }
