@@ -7,31 +7,14 @@
 #include "XCFCDataTransfer.h"
 #include "XTransferWriters.h"
 #include "cachefixture.h"
+#include "hostileenum.h"
 
 #include <lxserver/Refusals.h>
 
 template <class First, class... Others> using HostileObject = lx::Object<First, Others...>;
 
-/// An object without any function.
+/// An object that only counts references.
 class Opaque final : public HostileObject<IUnknown> {};
-
-template <class IEnumX, class IX> class HostileEnum final : public HostileObject<IEnumX> {
-public:
-    using Next = std::function<HRESULT(ULONG asked, IX** elements, ULONG* fetched)>;
-
-    explicit HostileEnum(Next next) : m_next(std::move(next)) {}
-    HRESULT STDMETHODCALLTYPE RemNext(ULONG asked, IX** elements, ULONG* fetched) override {
-        return m_next(asked, elements, fetched);
-    }
-    HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
-    std::function<HRESULT(IEnumX**)> clone; ///< replaces Clone
-    HRESULT STDMETHODCALLTYPE Clone(IEnumX** out) override { return clone ? clone(out) : E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetSingleNext(IX**) override { return E_NOTIMPL; }
-
-private:
-    const Next m_next;
-};
 
 /// Forwards the property methods.
 template <class I> class PassingObject : public HostileObject<I> {
@@ -155,6 +138,12 @@ protected:
         XLXComPtr<ILXType> type;
         EXPECT_EQ(Factory()->GetType(XLXComBSTR(name).Get(), nullptr, type.Put()), expected) << LXNarrow(name);
         return type;
+    }
+    /// A type's attribute by name; null if it has none.
+    static XLXComPtr<ILXAttribute> AttributeOf(const XLXComPtr<ILXType>& type, XLXTextView name) {
+        XLXComPtr<ILXAttribute> attribute;
+        if (type) { type->GetAttribute(XLXComBSTR(name).Get(), attribute.Put()); }
+        return attribute;
     }
 
     XLXComPtr<HostileFactory> m_factory;

@@ -18,13 +18,9 @@ XLXVariantVector Values(std::size_t count, std::size_t key, XLXComVariant value)
 }
 
 /// A bulk read of one type, "Item".
-XLXSafeArray ItemArray(XLXComPtr<IUnknown> server, XILXTypeComp components = {}) {
-    XILXTypeMap map;
-    XILXTypeData& record = map.records[IndexOf(map, OLESTR("Item"))];
-    record.listed = true;
-    record.config.object = std::move(server);
-    record.config.values = Values(28, 0, XLXComVariant::FromBstr(OLESTR("Item")));
-    record.components = std::move(components);
+XLXSafeArray ItemArray(const XLXComPtr<IUnknown>& server, XILXTypeComp components = {}) {
+    XILXTypeMap map = GetMapFromArray(HostileTypeArray({{OLESTR("Item"), {}, {}}}, [&] { return server; }));
+    map.records.begin()->second.components = std::move(components);
     return GetArrayFromMap(std::move(map));
 }
 
@@ -43,13 +39,8 @@ protected:
         EXPECT_EQ(m_server->ConfigFactory()->GetType(XLXComBSTR(OLESTR("Item")).Get(), nullptr, item.Put()), S_OK);
         return item;
     }
-    XLXComPtr<ILXAttribute> AttributeOf(const XLXComPtr<ILXType>& type, const OLECHAR* name) {
-        XLXComPtr<ILXAttribute> attribute;
-        EXPECT_EQ(type->GetAttribute(XLXComBSTR(name).Get(), attribute.Put()), S_OK);
-        return attribute;
-    }
     /// Prepares a server whose only type has the attribute "Name", whose object the result is.
-    /// @param record  changes the attribute's record
+    /// @param change  changes the attribute's record
     XLXComPtr<HostileAttribute> ServeName(const std::function<void(XILXAttributeData&)>& change = {}) {
         const auto serverItem = ServerItem();
         const XLXComPtr<HostileAttribute> hostile(new HostileAttribute(AttributeOf(serverItem, OLESTR("Name"))));
@@ -66,26 +57,18 @@ protected:
     }
 };
 
-/// Reads a label and a position twice. The cache must keep both values.
-void ExpectKept(const XLXComPtr<ILXAttribute>& attribute, const OLECHAR* label) {
-    for (int i = 0; i < 2; ++i) {
-        XLXComVariant value;
-        EXPECT_EQ(attribute->GetProperty(XProperty::Label, value.Put()), S_OK);
-        EXPECT_EQ(value.Type(), VT_BSTR);
-        EXPECT_EQ(value.AsText().value_or(XLXText()), label);
-        EXPECT_EQ(LXRead(attribute.Get(), XProperty::Position), OLESTR("7"));
-    }
-}
-
-TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken) {
-    XLXComBSTR label(OLESTR("First"));
-    BSTR place = label.Get();
+TEST_F(OddAnswers, ValuesByReferenceAreCopiedWhenTheyArrive) {
+    const XLXComBSTR labels[] = {XLXComBSTR(OLESTR("First")), XLXComBSTR(OLESTR("Second"))};
+    BSTR label = nullptr; // what the values refer to
     VARIANT position = {};
     V_VT(&position) = VT_I4;
-    V_I4(&position) = 7;
+    const auto set = [&](int n) {
+        label = labels[n].Get();
+        V_I4(&position) = n;
+    };
     const auto refer = [&](XLXComVariant& text, XLXComVariant& number) {
         V_VT(&text.Get()) = VT_BYREF | VT_BSTR;
-        V_BYREF(&text.Get()) = &place;
+        V_BYREF(&text.Get()) = &label;
         V_VT(&number.Get()) = VT_BYREF | VT_VARIANT;
         V_BYREF(&number.Get()) = &position;
     };
@@ -102,17 +85,19 @@ TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken) {
         refer(values[XProperty::Label], values[XProperty::Position]);
         return S_OK;
     };
+    set(0);
     ASSERT_EQ(StartHostile(), S_OK);
-    XLXComBSTR second(OLESTR("Second"));
-    place = second.Get(); // the records are not parsed yet
-    V_I4(&position) = 8;
+    set(1); // the records are not parsed yet
     const auto name = AttributeOf(Named(OLESTR("Item")), OLESTR("Name"));
-    V_I4(&position) = 7;
-    ExpectKept(name, OLESTR("First"));
+    const auto expectKept = [&](int n) {
+        EXPECT_EQ(LXRead(name.Get(), XProperty::Label), labels[n].View());
+        EXPECT_EQ(LXRead(name.Get(), XProperty::Position), XLXText(XLXFormat() << n));
+    };
+    expectKept(0);
     LXNotifyStraight(name, OLESTR("properties/Item/2/512"));
-    EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Second"));
-    place = label.Get();
-    ExpectKept(name, OLESTR("Second"));
+    expectKept(1); // from GetProperties
+    set(0);
+    expectKept(1);
 
     hostile->values = [](SAFEARRAY** out) {
         *out = SafeArrayCreateVector(VT_BSTR, 0, 3);
@@ -122,7 +107,8 @@ TEST_F(OddAnswers, ValuesByReferenceAreDereferencedWhenTheyAreTaken) {
     XLXComVariant value;
     EXPECT_EQ(name->GetProperty(XProperty::Label, value.Put()), E_INVALIDARG);
     hostile->values = {};
-    EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Name of the item")) << "nothing was kept";
+    EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Name of the item"))
+        << "nothing of the refused array was kept";
 }
 
 TEST_F(OddAnswers, ABaseMayBeGivenByItsIndexAlone) {
@@ -134,10 +120,10 @@ TEST_F(OddAnswers, ABaseMayBeGivenByItsIndexAlone) {
         return GetArrayFromMap(std::move(map));
     });
     ASSERT_EQ(StartHostile(), S_OK);
-    AttributeOf(Named(OLESTR("Derived")), OLESTR("Name"));
+    EXPECT_TRUE(AttributeOf(Named(OLESTR("Derived")), OLESTR("Name")));
 }
 
-/// Answers every query for an interface alike.
+/// Answers every QueryInterface with the same result and pointer.
 class OddQuery final : public HostileObject<IUnknown> {
 public:
     OddQuery(HRESULT result, IUnknown* left) : m_result(result), m_left(left) {}
@@ -151,7 +137,7 @@ private:
     IUnknown* const m_left;
 };
 
-TEST_F(OddAnswers, AnInterfaceThatIsPromisedAndNotGivenIsMissing) {
+TEST_F(OddAnswers, ASuccessfulQueryInterfaceWithoutAPointerIsAnError) {
     ServeTypes([&] { return ItemArray(new OddQuery(S_OK, nullptr)); });
     ASSERT_EQ(StartHostile(), S_OK);
     const auto item = Named(OLESTR("Item"));
@@ -163,7 +149,7 @@ TEST_F(OddAnswers, AnInterfaceThatIsPromisedAndNotGivenIsMissing) {
     EXPECT_EQ(Initialize(std::move(values)), E_POINTER);
 }
 
-TEST_F(OddAnswers, AFailureIsNoEmptyAnswer) {
+TEST_F(OddAnswers, AFailureIsNotTakenForAnEmptyAnswer) {
     ASSERT_EQ(Start(), S_OK);
     const auto item = Type("Item");
     const auto group = Group("Item", 1);
@@ -190,7 +176,7 @@ TEST_F(OddAnswers, AFailureIsNoEmptyAnswer) {
     }
 }
 
-TEST_F(OddAnswers, ARefusedListOfComponentsNamesItsType) {
+TEST_F(OddAnswers, ARefusedComponentListIsLoggedWithItsType) {
     ServeTypes([&] {
         XILXTypeComp components;
         components.pages = Numbers({});
@@ -225,7 +211,7 @@ TEST_F(OddAnswers, ARefusedTypeArrayLeavesTheTypesAsTheyWere) {
     ServeTypes([&] { return next ? std::move(next) : ItemArray(ServerItem()); });
     EXPECT_EQ(StartHostile(), E_INVALIDARG);
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("wrong safearray size"));
-    EXPECT_TRUE(Named(OLESTR("Item"))) << "the next question asks again";
+    EXPECT_TRUE(Named(OLESTR("Item"))) << "the next query requests the types again";
     Terminate();
     ASSERT_EQ(StartHostile(), S_OK);
     const auto item = Named(OLESTR("Item"));
@@ -243,7 +229,7 @@ TEST_F(OddAnswers, ARefusedTypeArrayLeavesTheTypesAsTheyWere) {
     }
 }
 
-TEST_F(OddAnswers, ARelationsRecordThatIsTooShortFailsTheLoadOnce) {
+TEST_F(OddAnswers, ATooShortRelationRecordFailsTheLoadOnce) {
     std::size_t values = 37;
     m_factory->relations = [&](SAFEARRAY** out) {
         std::vector<XILXPCData> records(1);
@@ -268,16 +254,14 @@ TEST_F(OddAnswers, ARelationsRecordThatIsTooShortFailsTheLoadOnce) {
         m_server->SendNotification("pc/x/0/4");
         EXPECT_EQ(ask(), E_INVALIDARG) << count;
         EXPECT_EQ(LXNarrow(LXErrorInformation::Take().description), text);
-        ExpectCalls(0, [&] { EXPECT_EQ(ask(), S_FALSE) << "not asked a second time"; });
+        ExpectCalls(0, [&] { EXPECT_EQ(ask(), S_FALSE) << "not requested a second time"; });
     }
     values = 21;
     m_server->SendNotification("pc/x/0/4");
     EXPECT_EQ(ask(), S_OK);
 }
 
-// ---- initialisations
-
-TEST_F(OddAnswers, AnInitialisationThatIsRefusedLeavesTheLocksOn) {
+TEST_F(OddAnswers, ARefusedInitialisationInServerModeLeavesTheLocksOn) {
     const auto factory = m_server->ConfigFactory();
     const auto query = m_server->Query();
     m_cache = LXMakeCache();
@@ -289,12 +273,10 @@ TEST_F(OddAnswers, AnInitialisationThatIsRefusedLeavesTheLocksOn) {
     EXPECT_TRUE(XLockSwitch::IsOn());
 }
 
-// ---- what a failing call stores
-
-/// A data object whose failing methods store something in their out arguments.
-class LeavingObject final : public XDataObjectRefusals<ILXRelation> {
+/// A data object whose methods fail and still store something in their out arguments.
+class DirtyObject final : public XDataObjectRefusals<ILXRelation> {
 public:
-    explicit LeavingObject(XServerCorePtr core) noexcept : XDataObjectRefusals(std::move(core)) {}
+    explicit DirtyObject(XServerCorePtr core) noexcept : XDataObjectRefusals(std::move(core)) {}
     IUnknown* left = nullptr;
     ILX_BaseDataObject* leftObject = nullptr;
     BSTR leftText = nullptr;
@@ -317,7 +299,7 @@ public:
     }
 };
 
-TEST_F(OddAnswers, NothingIsReleasedThatAFailingCallLeaves) {
+TEST_F(OddAnswers, OutArgumentsOfFailedCallsAreNotReleased) {
     const XLXComPtr<IUnknown> left(new Opaque);
     const auto references = [&] {
         left->AddRef();
@@ -336,7 +318,7 @@ TEST_F(OddAnswers, NothingIsReleasedThatAFailingCallLeaves) {
 
     const auto leftObject = m_server->DataObject("Item");
     const XLXComBSTR leftText(OLESTR("left"));
-    const auto object = LXMake<LeavingObject>(std::make_shared<XServerCore>(XServerModel()));
+    const auto object = LXMake<DirtyObject>(std::make_shared<XServerCore>(XServerModel()));
     object->left = left.Get();
     object->leftObject = leftObject.Get();
     object->leftText = leftText.Get();

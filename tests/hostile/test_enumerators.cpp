@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // Enumerators that never end, report more elements than requested, leave null elements, or return elements with a
-// failure. The cache releases everything and uses only non-null elements. All kinds are read by one function; what a
-// failure means for the other kinds is tested with these (tests/relations, tests/freshness).
+// failure. The cache releases everything and uses only non-null elements. One function reads enumerators of all kinds;
+// the suites of the other kinds test what a failure means for them (tests/relations, tests/freshness).
 #include "hostileserver.h"
 
 namespace {
@@ -19,11 +19,11 @@ struct Behaviour {
 TEST_F(Enumerators, AreReadUntilTheyEnd) {
     const auto asAsked = [](ULONG asked) { return asked; };
     const Behaviour behaviours[] = {
-        {"ends never with nulls", S_OK, 0, asAsked, E_FAIL},
-        {"ends never with nothing", S_OK, 0, [](ULONG) { return 0; }, E_FAIL},
-        {"claims more than asked", S_FALSE, 3, [](ULONG asked) { return asked * 1000; }, S_OK},
-        {"has holes", S_FALSE, 9, asAsked, S_OK},
-        {"only nulls", S_FALSE, 0, asAsked, S_FALSE},
+        {"never ends, null elements", S_OK, 0, asAsked, E_FAIL},
+        {"never ends, no elements", S_OK, 0, [](ULONG) { return 0; }, E_FAIL},
+        {"reports more than requested", S_FALSE, 3, [](ULONG asked) { return asked * 1000; }, S_OK},
+        {"some null elements", S_FALSE, 9, asAsked, S_OK},
+        {"only null elements", S_FALSE, 0, asAsked, S_FALSE},
         {"fails with elements", E_ABORT, 9, [](ULONG) { return 5; }, E_ABORT},
     };
     XLXComPtr<ILXBrowserIdEnum> servers;
@@ -33,7 +33,7 @@ TEST_F(Enumerators, AreReadUntilTheyEnd) {
     for (const Behaviour& behaviour : behaviours) {
         SCOPED_TRACE(behaviour.name);
         const auto next = [&](ULONG asked, ILXBrowserId** elements, ULONG* fetched) {
-            for (ULONG i = 0; i < behaviour.put; i += 2) { // every second element is null
+            for (ULONG i = 0; i < behaviour.put; i += 2) { // leaves every second element null
                 elements[i] = element.Get();
                 SUCCEEDED(behaviour.result) ? element->AddRef() : 0; // a failed call leaves nothing to release
             }

@@ -44,7 +44,7 @@ protected:
     }
 };
 
-TEST_F(LateObjects, EachIsAskedForOnceAndNotWhileRecordsAreParsed) {
+TEST_F(LateObjects, EachIsRequestedOnceAndNotWhileRecordsAreParsed) {
     XLXComPtr<ILXType> pump;
     XLXComPtr<ILXConfObjEditor> editor;
     XLXComPtr<ILXAttributeType> feet;
@@ -53,7 +53,7 @@ TEST_F(LateObjects, EachIsAskedForOnceAndNotWhileRecordsAreParsed) {
         editor = Editor();
         feet = Feet();
     });
-    const auto asked = [&](const auto& object) { // on another thread than the one that parsed
+    const auto asked = [&](const auto& object) { // on another thread than the one that parsed the records
         const XCallCounts before = Calls().Counts();
         for (int i = 0; i < 2; ++i) {
             EXPECT_EQ(std::async(std::launch::async, [&] { return ReadStale(object); }).get(), S_OK);
@@ -61,10 +61,10 @@ TEST_F(LateObjects, EachIsAskedForOnceAndNotWhileRecordsAreParsed) {
         return Calls().Counts().Since(before);
     };
     const XCallCounts ofEditor = asked(editor);
-    EXPECT_EQ(ofEditor.Total(), 4u) << ofEditor.Text(); // two of these, and the values twice
+    EXPECT_EQ(ofEditor.Total(), 4u) << ofEditor.Text(); // two for the object, and two for its values
     EXPECT_EQ(ofEditor.Of(GetType) + ofEditor.Of(GetEditor), 2u) << ofEditor.Text();
     const XCallCounts ofFeet = asked(feet);
-    EXPECT_EQ(ofFeet.Of(GetType), 0u) << "the editor's question had it";
+    EXPECT_EQ(ofFeet.Of(GetType), 0u) << "the request for the editor has got it already";
     EXPECT_EQ(ofFeet.Of(GetAttribute), 1u) << ofFeet.Text();
     EXPECT_EQ(ofFeet.Of(GetTypes), 1u) << ofFeet.Text();
     XLXComPtr<ILXType> server;
@@ -75,23 +75,23 @@ TEST_F(LateObjects, EachIsAskedForOnceAndNotWhileRecordsAreParsed) {
     ExpectCalls(0, [&] { ServerTypeOf(item); });
 }
 
-// That they are refreshed in place and removed: AgreementWithObjects.
-TEST_F(LateObjects, OfATypeThatIsMadeAnewAreTheNewOnes) {
+// tests/component/test_agreement.cpp covers refreshes and removals of late objects.
+TEST_F(LateObjects, OfARecreatedTypeAreTheNewOnes) {
     const auto pump = Type("Pump");
     const auto editor = Editor();
     Edit().RemoveEditor("Pump", "E.Pump");
-    EXPECT_EQ(ReadStale(editor), E_POINTER) << "the server has no such editor any more";
+    EXPECT_EQ(ReadStale(editor), E_POINTER) << "the server no longer has the editor";
     ServerTypeOf(pump);
     Edit().RemoveType("Pump");
     Edit().AddType("Pump", "Item");
-    Edit().SetTypeProperty("Pump", XProperty::TypeLabel, "anew");
+    Edit().SetTypeProperty("Pump", XProperty::TypeLabel, "new");
     EXPECT_EQ(Type("Pump"), pump);
     XLXComPtr<ILXType> server;
     ExpectCalls(1, [&] { server = ServerTypeOf(pump); });
-    EXPECT_EQ(LXRead(server.Get(), XProperty::TypeLabel), OLESTR("anew"));
+    EXPECT_EQ(LXRead(server.Get(), XProperty::TypeLabel), OLESTR("new"));
 }
 
-TEST_F(LateObjects, WhatTheServerDoesNotGiveIsAnError) {
+TEST_F(LateObjects, MissingOnesAreErrors) {
     const auto pump = Type("Pump");
     const auto editor = Editor();
     const auto feet = Feet();
@@ -108,10 +108,10 @@ TEST_F(LateObjects, WhatTheServerDoesNotGiveIsAnError) {
     EXPECT_EQ(ReadStale(feet), E_ACCESSDENIED);
     Edit().RemoveAttributeType("Pump", "Head", "Feet", XNotify::No);
     EXPECT_EQ(ReadStale(feet), E_POINTER);
-    EXPECT_EQ(ReadStale(editor), S_OK) << "asked again";
+    EXPECT_EQ(ReadStale(editor), S_OK) << "requested again";
 }
 
-TEST_F(LateObjects, TheNextConnectionIsNotAskedForThoseOfTheLast) {
+TEST_F(LateObjects, TheNextConnectionIsNotAskedForThoseOfThePreviousOne) {
     auto pump = Type("Pump");
     const auto item = Type("Item");
     const auto editor = Editor();
@@ -141,7 +141,7 @@ TEST_F(LateObjects, TheNextConnectionIsNotAskedForThoseOfTheLast) {
     ExpectCalls(0, [&] { ServerTypeOf(item, E_POINTER); });
 }
 
-TEST_F(LateObjects, OneThatIsAskedForWhileANewRecordComesIsNotKept) {
+TEST_F(LateObjects, OneRequestedWhileANewRecordArrivesIsNotKept) {
     const auto name = Attribute("Item", "Name");
     const auto format = [&] {
         XLXComPtr<ILXFormat> none;

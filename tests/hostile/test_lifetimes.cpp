@@ -32,7 +32,7 @@ XLifeSteps Live(const Hook& hook) {
 
 TEST(Lifetimes, AServerMayCallTheCacheFromInsideEachOfItsMethods) {
     const XLifeSteps undisturbed = Live([](auto&&...) {});
-    // What a notification shows earlier, and what a client inside deletes.
+    // Steps that see a change earlier because of a notification, or whose format the inner client deletes.
     const std::set<std::string> free{"GetAllGlobalAttributeFormatSpecs(after removal)", "Pump.Head.DeleteFormat",
                                      "then Pump.Head.DeleteFormat"};
     const auto expectUndisturbed = [&](const XLifeSteps& steps) {
@@ -53,7 +53,7 @@ TEST(Lifetimes, AServerMayCallTheCacheFromInsideEachOfItsMethods) {
         methods.emplace(call.name);
         XClientLife(server, life.Cache()).AskForTypesAndRelations();
     }));
-    EXPECT_GT(methods.size(), 15u) << "methods that were called back from";
+    EXPECT_GT(methods.size(), 15u) << "methods that the server called back from";
 }
 
 TEST(Lifetimes, TheCacheMayEndInsideAnyCallToTheServer) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Every kind of character in every kind of name: names are found exactly, kept apart, and notified.
+// Names with characters of every kind, for every kind of named object: look-ups distinguish similar names, and
+// notifications for a name reach its objects.
 #include "hostileserver.h"
 
 namespace {
@@ -21,13 +22,13 @@ void Names::ExpectFound(const XLXText& name) {
     const auto type = Named(name + OLESTR("2"));
     const XLXComBSTR key(name);
     EXPECT_EQ(LXRead(type.Get(), 0), name + OLESTR("2"));
-    XLXComPtr<ILXAttribute> attribute;
-    ASSERT_EQ(type->GetAttribute(key.Get(), attribute.Put()), S_OK); // inherited
+    const auto attribute = AttributeOf(type, name); // inherited
+    ASSERT_TRUE(attribute);
     XLXComPtr<ILXConfObjEditor> editor;
     EXPECT_EQ(Named(name)->GetConfObjEditor(key.Get(), key.Get(), nullptr, editor.Put()), S_OK);
     XLXComPtr<ILXParentChildEnum> relations;
     EXPECT_EQ(Factory()->GetParentChildEnum(key.Get(), nullptr, relations.Put()), S_OK);
-    // Notifications for this name reach the objects.
+    // Notifications for the name reach the objects.
     EXPECT_EQ(LXRead(attribute.Get(), XProperty::AttributeName), name);
     Edit().SetAttributeProperty(name, name, XProperty::Label, "first");
     EXPECT_EQ(LXRead(attribute.Get(), XProperty::Label), OLESTR("first"));
@@ -44,14 +45,12 @@ void Names::ExpectFound(const XLXText& name) {
 }
 
 TEST_F(Names, AreFoundExactlyAndNotified) {
-    const XLXText odd[] = {OLESTR("'\"`"),
-                           OLESTR("a/b/0/2"),
-                           OLESTR("a|b"),
+    const XLXText odd[] = {OLESTR("a/b/0/2"),
                            OLESTR("%s%n%2F"),
                            OLESTR("a") + Unit(0) + OLESTR("b"),
-                           Unit(0xD800),                // half a pair
-                           Unit(0xDC00) + Unit(0xD800), // a pair the wrong way round
-                           Unit(0xD83D) + Unit(0xDE00), // a pair
+                           Unit(0xD800),                // a lone surrogate
+                           Unit(0xDC00) + Unit(0xD800), // surrogates in the wrong order
+                           Unit(0xD83D) + Unit(0xDE00), // a surrogate pair
                            Unit(1) + Unit(10) + Unit(0xFFFF),
                            XLXText(65536, OLECHAR{'x'})};
     for (const XLXText& text : odd) {

@@ -13,9 +13,9 @@ struct Overtaken {
 constexpr Overtaken Rows[] = {{"ILXConfigFactoryEx::GetTypeArrayEx", "objects/x/0/1", 15},
                               {"ILXType::GetTypeComponentData", "objects/x/0/512", 0}};
 
-using StraightToAnObject = CacheTest;
+using DirectNotification = CacheTest;
 
-TEST_F(StraightToAnObject, IsNotLostInABulkRead) {
+TEST_F(DirectNotification, IsNotLostInABulkRead) {
     for (const Overtaken& row : Rows) {
         for (const bool onAttribute : {false, true}) { // or on its type
             SCOPED_TRACE(std::string(row.call) + (onAttribute ? ", attribute" : ", type"));

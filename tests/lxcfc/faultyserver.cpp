@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A server of the kit with faults of its author's, as a shared library. With LX_FAULTY set it cannot be made; without, it
-// runs, and each edit looks for an attribute at a type that only inherits it.
+// A server on the kit with mistakes of its author, as a shared library. With LX_FAULTY set, it cannot be created.
+// Otherwise, each edit looks for an attribute in a type that only inherits it.
 #include <lxserver/ServerLibrary.h>
 
 #include <cstdlib>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// A server as somebody else writes it, by hand and from the guide alone, in a shared library: one object is config
-// factory, bulk reads and, unless LX_HANDSERVER is "silent", notifications. There is no query object. Its property 3 of
-// an attribute is the supplier, and property 4, which is a unit elsewhere, is nothing. With LX_HANDSERVER "edits" the
-// supplier of Item/Weight changes all the time, as long as there are clients.
+// A server in a shared library, written by hand and from the guide alone, as a third party would. One object is the
+// config factory with its bulk reads and, unless LX_HANDSERVER is "silent", the notification service. There is no query
+// object. Property 3 of an attribute is the supplier; property 4, elsewhere the unit, is empty. With LX_HANDSERVER
+// "edits", the supplier of Item/Weight changes continuously while there are clients.
 #include <LXCompiler.h>
 #include <LXConfigFactoryCache.h>
 
@@ -33,7 +33,7 @@
 namespace {
 using Text = std::basic_string<OLECHAR>;
 using Value = std::variant<std::monostate, Text, bool, LONG, ULONG, IUnknown*>;
-using Values = std::vector<Value>; ///< of an object, or a flat array in the making
+using Values = std::vector<Value>; ///< of an object, or a flat array under construction
 using Key = std::pair<Text, Text>; ///< attribute, if it is one, and type
 
 Values TypeValues(const Text& name, const Text& label, const Text& base) {
@@ -58,10 +58,10 @@ struct Item {
     std::map<Text, Values> attributes;
 };
 
-/// The catalogue; its mutex guards suppliers and clients. Types and attributes stay what they are.
+/// The catalogue; its mutex guards suppliers and clients. Types and attributes never change.
 struct Catalogue {
     Text BaseOf(const Text& type) { return std::get<Text>(items[type].values[2]); }
-    /// The place of a type; -1 if there is none of that name.
+    /// The index of a type; -1 if there is no type with that name.
     LONG IndexOf(const Text& type) {
         const auto found = items.find(type);
         return found != items.end() ? static_cast<LONG>(std::distance(items.begin(), found)) : -1;
@@ -93,19 +93,19 @@ struct Catalogue {
          {TypeValues(OLESTR("Bolt"), OLESTR("Bolts"), OLESTR("Item")),
           {Attributed(OLESTR("Thread"), OLESTR("Smith"))}}},
         {OLESTR("Washer"), {TypeValues(OLESTR("Washer"), OLESTR("Washers"), OLESTR("Item")), {}}}};
-    std::map<LONG, ILXCallbackUpdate*> clients; // counted
+    std::map<LONG, ILXCallbackUpdate*> clients; // each with a reference
     LONG lastClient = 0;
     ULONG lastNotification = 0;
 };
 
 Catalogue& TheCatalogue() {
-    static Catalogue& catalogue = *new Catalogue; // the thread that edits may outlive main()
+    static Catalogue& catalogue = *new Catalogue; // the editing thread may outlive main()
     return catalogue;
 }
 
 Text TextOf(BSTR text) { return text != nullptr ? Text(text, SysStringLen(text)) : Text(); }
 
-/// Takes over the reference to an object.
+/// Takes ownership of an object's reference.
 VARIANT VariantOf(const Value& value) {
     VARIANT variant = {};
     if (const Text* const text = std::get_if<Text>(&value); text != nullptr && !text->empty()) {
@@ -168,7 +168,7 @@ private:
     std::atomic<ULONG> m_count{1};
 };
 
-/// Hands out new objects, one after the other.
+/// Returns new objects, one for each key.
 template <class Enumerator, class Element, class Made> class Enumeration final : public Object<Enumerator> {
 public:
     explicit Enumeration(std::vector<Key> of) : m_of(std::move(of)) {}
@@ -234,8 +234,8 @@ public:
     NOT_HERE(DeleteFormat(int))
 };
 
-/// No pages, groups and editors; the own attributes. In the place of an attribute's object nothing stands: the cache
-/// asks for one when it needs it. Under the mutex.
+/// Appends no pages, groups and editors, and the type's own attributes. Their objects are null: the cache requests one
+/// when it needs it. The caller holds the mutex.
 void AppendComponents(Values& flat, const Text& type) {
     Values attributes;
     for (const auto& attribute : TheCatalogue().items[type].attributes) {
@@ -382,7 +382,7 @@ public:
     NOT_HERE(IsNotificationRegisteredByClient(LONG, BSTR, BSTR, ULONG))
 
 private:
-    /// The names of all types, and the records of those that are wanted.
+    /// The names of all types, and the records of the requested ones.
     static HRESULT Types(const std::set<Text>& wanted, bool withBases, SAFEARRAY** array) {
         *array = nullptr;
         Catalogue& catalogue = TheCatalogue();
@@ -412,7 +412,7 @@ private:
     const bool m_offersUpdate;
 };
 
-/// Changes a supplier and tells all clients, which may call back meanwhile.
+/// Changes a supplier and notifies all clients, which may call back meanwhile.
 void EditOnce(int number) {
     std::vector<ILXCallbackUpdate*> called;
     Catalogue& catalogue = TheCatalogue();

@@ -134,13 +134,12 @@ class Graphs(unittest.TestCase):
 
 
 class Program(unittest.TestCase):
-    def test_errors_are_one_line_and_2(self):
+    def test_an_error_is_one_line_and_exit_status_2(self):
         broken = file_of(self.addCleanup, {"types": [{"name": "A", "base": "B"}]})
         empty = os.path.join(os.path.dirname(broken), "empty.json")
         open(os.path.join(SOURCE, empty), "w", encoding="utf-8").close()
         for arguments, text in [
                 (["type", "pump"], 'did you mean "Pump"\\?'),
-                (["type", "Pmup"], 'did you mean "Pump"\\?'),
                 (["relations", "Area", "--browser", "tree"], 'no browser "tree"; did you mean "FunctionalTree" or'),
                 (["relations", "Area", "Romo"], 'did you mean "Room"\\?'),
                 (["relations", "Area", "--filter", "ppr", "--filter", "no-ppr"], "exclude each other"),
@@ -159,7 +158,6 @@ class Program(unittest.TestCase):
                 (["type", "Nope"], r'there is no type "Nope" \(GetType answered S_FALSE\)'),
                 (["get", "attribute", TYPE + "/RatedFlow", "99"],
                  r'answered E_INVALIDARG: "property index \(99\) is out of range" in ROAssociations::Get \('),
-                (["get", "attribute", TYPE + "/Nope"], "there is no attribute"),
                 (["get", "editor", TYPE], "NAME is TYPE/PROGID"),
                 (["watch", "--edit", '{"edit":"Nope"}'], 'there is no edit "Nope"'),
                 (["watch"], "--edit"),

@@ -11,9 +11,9 @@ LIBRARY = os.environ["LXCFC_LIBRARY"]
 NO_QUERY = "lxcfc: the server offers no ILX_Query: no plan types\n"
 
 
-def server(wish):
+def server(behaviour):
     """Selects the behaviour of the server in the library, which reads this variable when it is loaded."""
-    return unittest.mock.patch.dict(os.environ, LX_HANDSERVER=wish)
+    return unittest.mock.patch.dict(os.environ, LX_HANDSERVER=behaviour)
 
 
 class Foreign(unittest.TestCase):
@@ -43,7 +43,7 @@ class Foreign(unittest.TestCase):
         self.assertNotIn("serverObjectsHeld", stats)
         self.assertEqual([set(row) for row in self.answer("bench")["runs"]], [{"reads", "milliseconds"}] * 3)
 
-    def test_what_the_sample_server_alone_can_do_is_refused(self):
+    def test_options_for_the_sample_server_are_refused(self):
         for option, arguments in [("--edit", ["watch", "--edit", "{}"]), ("--random", ["watch", "--random", "1"]),
                                   ("--edits", ["check", "--edits", "1"]), ("--delay", ["types", "--delay", "1"])]:
             self.assertIn(f"{option} needs the sample server", self.refusal(*arguments))
@@ -62,7 +62,7 @@ class Foreign(unittest.TestCase):
             self.answer("check", error=f"lxcfc: the server offers {missing}\n")
             self.assertIn("there is nothing to watch", self.refusal("watch"))
 
-    def test_a_library_that_cannot_be_used_is_said_to_be(self):
+    def test_a_library_that_cannot_be_used_is_an_error(self):
         for name, why in [("build/none.so", "cannot be used: "), ("build/none.dll", "cannot be used: "),
                           (os.path.join(os.path.dirname(LIBRARY), "LXError32" + LIBRARY[LIBRARY.rindex("."):]),
                            "it does not export LXConnectServer"), ("No.Such", "there is no server registered as No.Such")]:
@@ -70,14 +70,14 @@ class Foreign(unittest.TestCase):
             self.assertEqual(answer.status, 2, answer)
             self.assertIn(why, answer.error)
 
-    def test_in_process_references_are_proved_too(self):
+    def test_references_are_verified_in_process(self):
         answer = lxcfc("verify-server", "--rules", "--no-start", "--server", LIBRARY, "--json").json()
         verdicts = {rule["rule"]: rule["verdict"] for rule in answer["rules"]}
         for rule in ["callback-kept", "callback-released", "references", "null-objects"]:
             self.assertEqual(verdicts[rule], "kept", answer)
         self.assertIn("failure-null: GetSearchableTypeEnum()", [f["path"] for f in answer["findings"]])
 
-    def test_names_of_its_own(self):
+    def test_property_names_of_its_own(self):
         own = {"index": 3, "key": "supplier", "words": {"1": "one"}}
         kinds = {"kinds": [{"kind": "Attribute", "properties": [own]}]}
         names = ["--names", file_of(self.addCleanup, kinds)]

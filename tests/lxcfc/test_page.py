@@ -276,7 +276,7 @@ class Page(unittest.TestCase):
         self.assertGreater(len(self.texts(".graph .node > text")), 1900)
         self.assertLess(page.run(BEYOND_GRAPH), 0)
 
-    def test_names_are_text_whatever_they_are(self):
+    def test_names_are_never_markup(self):
         types = [{"name": name, "label": name + "'s label", "attributes": [{"name": name}]} for name in HOSTILE]
         model = {"types": types, "relations": [{"parent": HOSTILE[0], "child": HOSTILE[1], "list": HOSTILE[2]}]}
         page = self.open("graph", "types", "--model", file_of(self.addCleanup, model))
@@ -290,7 +290,7 @@ class Page(unittest.TestCase):
                 location.hash = '#/'; location.hash = link + '/' + link.split('/')[2]""")
             self.assertEqual(page.run("return document.activeElement.className"), "opener", i)
         self.assertEqual(page.run("return document.querySelectorAll('script').length"), 2)
-        self.assertEqual(page.run("return performance.getEntriesByType('resource').length"), 0) # nothing from elsewhere
+        self.assertEqual(page.run("return performance.getEntriesByType('resource').length"), 0) # nothing is loaded
 
     def test_two_configurations_compared(self):
         page = self.compared()

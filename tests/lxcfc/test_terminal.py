@@ -36,7 +36,7 @@ class Terminal(unittest.TestCase):
     def model(self, *types):
         return ["--model", file_of(self.addCleanup, {"types": types})]
 
-    def test_tables_fit_and_colours_are_a_choice(self):
+    def test_tables_fit_the_width_and_colours_are_optional(self):
         out = on_terminal(60, "attributes", "PumpCentrifugal")
         self.assertIn("\x1b[1m", out)
         self.assertLessEqual(max(len(re.sub(r"\x1b\[\d+m", "", line)) for line in out.splitlines()), 60)
@@ -77,7 +77,7 @@ class Terminal(unittest.TestCase):
         check = lxcfc("check", "--json", *circle)
         self.assertEqual((check.status, check.json()["basesInACircle"]), (0, ["A -> B -> A"]), check)
 
-    def test_a_log_shows_how_far_a_long_check_is(self):
+    def test_a_long_check_logs_its_progress(self):
         answer = lxcfc("check", "--generate", "3", "--delay", "7")
         self.assertEqual(answer.status, 0, answer)
         self.assertRegex(answer.error, r"\Alxcfc: Comparing: (\d+) % \(\d of \d\)\n")

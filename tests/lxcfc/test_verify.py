@@ -1,10 +1,11 @@
 # SPDX-License-Identifier: MIT
 """The output and exit status of lxcfc verify-server. tests/verify tests the rules themselves."""
 import os
+import pathlib
 import unittest
 import unittest.mock
 
-from program import EMULATOR, answer_of, lxcfc, main
+from program import EMULATOR, SOURCE, answer_of, lxcfc, main
 
 MINIMAL = os.environ["LXCFC_MINIMAL"]
 FAULTY = os.environ["LXCFC_FAULTY"]
@@ -12,13 +13,17 @@ FEW = ("--generate", "12")
 
 
 class VerifyServer(unittest.TestCase):
-    def test_a_server_of_the_kit_in_a_library_keeps_all_rules(self):
+    def test_a_server_library_keeps_all_rules_and_the_documents_list_them(self):
         answer = answer_of("verify-server", "--rules", "--server", MINIMAL)
         self.assertEqual((answer["broken"], answer["types"]), (0, 2))
         self.assertEqual([rule["rule"] for rule in answer["rules"] if rule["verdict"] == "not tested"],
                          ["null-objects", "enum-clone"])
         self.assertEqual([rule["reason"] for rule in answer["notTestedRules"]],
                          ["every record comes with its object", "no enumeration offers Clone"])
+        manual, guide = (pathlib.Path(SOURCE, "docs", name).read_text("utf-8") for name in ("lxcfc.md", "guide.md"))
+        for rule in answer["rules"]:
+            self.assertIn("| `{rule}` | {severity} | {guide} | {sentence} |".format(**rule), manual)
+            self.assertIn(f"`{rule['rule']}`", guide)
         speed = {row["method"]: row for row in answer["speed"]}
         self.assertEqual(speed["GetTypeArrayEx mode 0"]["calls"], 1)
         self.assertEqual(answer_of("doctor", "--server", MINIMAL)["findings"], [])
@@ -56,7 +61,7 @@ class VerifyServer(unittest.TestCase):
             self.assertEqual(answer.status, 2, answer)
             self.assertIn("the edit command " + end, answer.error)
 
-    def test_what_the_functions_of_a_library_throw_is_shown(self):
+    def test_exceptions_in_a_library_are_shown(self):
         answer = lxcfc("verify-server", "--no-start", "--server", FAULTY)
         self.assertEqual(answer.status, 2, answer)
         self.assertIn('LXEditServer answered E_INVALIDARG: "the model has no attribute Pump/Weight"\n', answer.error)
@@ -65,10 +70,12 @@ class VerifyServer(unittest.TestCase):
         self.assertEqual(answer.status, 2, answer)
         self.assertIn('LXConnectServer answered E_FAIL: "the catalogue of Mül is locked"\n', answer.error)
 
-    def test_a_call_that_takes_too_long_ends_it(self):
+    def test_a_call_that_takes_too_long_ends_the_verification(self):
         answer = lxcfc("verify-server", "--delay", "1000", "--limit", "0.2", *FEW, "--json")
         self.assertEqual(answer.status, 1, answer)
         self.assertEqual(answer.json()["hanging"], "GetTypeArrayEx(0)")
+        self.assertEqual([rule["rule"] for rule in answer.json()["brokenRules"]], ["in-time"])
+        self.assertIn("the verification ended", answer.json()["notTestedRules"][-1]["reason"])
 
 
 if __name__ == "__main__":

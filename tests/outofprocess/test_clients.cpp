@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 //
-// Caches in front of a server in another process: notifications, what happens when the server is no more, and proxies.
+// Caches in front of a server in another process: notifications, the sudden death of the server, and proxies.
 // "lxcfc check" and "lxcfc verify-server" compare all answers between processes (tests/lxcfc/test_server.py). Every
 // started process ends with the object that represents it, at the latest with the test program.
 #include "LXSampleServer.h"
 #include "XServerTexts.h"
 #include "XToolCom.h"
 #include "XToolOutput.h"
+#include "programs_windows.h"
+#include "waiting.h"
 
 #include <gtest/gtest.h>
 
@@ -28,87 +30,10 @@ std::string LabelEdit(const std::string& label) {
            std::to_string(XProperty::Label) + R"(,"value":")" + label + R"("})";
 }
 
-/// Waits until a condition holds; false if it does not in time.
-template <class Condition> bool WaitFor(Condition&& condition) {
-    const auto until = std::chrono::steady_clock::now() + 20s;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > until) { return false; }
-        std::this_thread::sleep_for(20ms);
-    }
-    return true;
-}
-
 /// Whether a result means that the other process has ended.
-bool SaysGone(HRESULT result) {
+bool MeansGone(HRESULT result) {
     constexpr ULONG codes[] = {0x800706BA, 0x800706BE, 0x800706BF, 0x80010108, 0x80010007, 0x80010012};
     return std::find(std::begin(codes), std::end(codes), static_cast<ULONG>(result)) != std::end(codes);
-}
-
-/// A job whose processes end with this program, even if it crashes.
-HANDLE Job() {
-    static HANDLE const job = [] {
-        HANDLE const made = CreateJobObjectW(nullptr, nullptr);
-        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
-        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-        SetInformationJobObject(made, JobObjectExtendedLimitInformation, &limits, sizeof(limits));
-        return made;
-    }();
-    return job;
-}
-
-std::wstring Folder() {
-    wchar_t path[1024] = {};
-    const DWORD length = GetModuleFileNameW(nullptr, path, 1024);
-    const std::wstring program(path, length);
-    return program.substr(0, program.find_last_of(OLESTR("/\\")) + 1);
-}
-
-/// A running program from this program's folder.
-class Process {
-public:
-    Process(const OLECHAR* program, const std::wstring& arguments) {
-        std::wstring command = OLESTR("\"") + Folder() + program + OLESTR("\" ") + arguments;
-        STARTUPINFOW startup = {};
-        startup.cb = sizeof(startup);
-        PROCESS_INFORMATION process = {};
-        if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr,
-                           &startup, &process)) {
-            AssignProcessToJobObject(Job(), process.hProcess);
-            ResumeThread(process.hThread);
-            CloseHandle(process.hThread);
-            m_handle = process.hProcess;
-        }
-    }
-    ~Process() {
-        Kill();
-        WaitForSingleObject(m_handle, 10000);
-        CloseHandle(m_handle);
-    }
-    Process(const Process&) = delete;
-    Process& operator=(const Process&) = delete;
-
-    void Kill() const { TerminateProcess(m_handle, 99); }
-    /// The exit code; nullopt if the process does not end in time.
-    std::optional<DWORD> Wait(std::chrono::milliseconds limit) const {
-        DWORD code = 0;
-        const bool ended = WaitForSingleObject(m_handle, static_cast<DWORD>(limit.count())) == WAIT_OBJECT_0;
-        return ended && GetExitCodeProcess(m_handle, &code) ? std::optional<DWORD>(code) : std::nullopt;
-    }
-
-private:
-    HANDLE m_handle = nullptr;
-};
-
-/// Calls one of the registration functions of a module.
-HRESULT CallModule(const OLECHAR* file, const char* function) {
-    HMODULE const module = LoadLibraryW((Folder() + file).c_str());
-    using Registration = HRESULT(STDMETHODCALLTYPE*)();
-    const auto call = module != nullptr
-                          ? reinterpret_cast<Registration>(reinterpret_cast<void*>(GetProcAddress(module, function)))
-                          : nullptr;
-    const HRESULT result = call != nullptr ? call() : E_NOTIMPL;
-    FreeLibrary(module);
-    return result;
 }
 
 constexpr const OLECHAR* Modules[] = {OLESTR("LXConfigFactoryCache32.dll"), OLESTR("LXConfigFactoryCachePS.dll"),
@@ -158,7 +83,7 @@ class Server {
 public:
     enum class Use {
         ByMany,
-        ByOne ///< other clients do not find it: Wine still finds class objects of killed processes
+        ByOne ///< not offered to others, because under Wine these would still find it after it was killed
     };
 
     explicit Server(Use use = Use::ByMany) {
@@ -231,11 +156,11 @@ private:
 };
 } // namespace
 
-class CallbackWays : public testing::TestWithParam<bool> {};
-INSTANTIATE_TEST_SUITE_P(OutOfProcess, CallbackWays, testing::Bool(),
+class Callbacks : public testing::TestWithParam<bool> {};
+INSTANTIATE_TEST_SUITE_P(OutOfProcess, Callbacks, testing::Bool(),
                          [](const auto& test) { return test.param ? "Separate" : "Own"; });
 
-TEST_P(CallbackWays, NotificationsComeAndNothingIsLeft) {
+TEST_P(Callbacks, NotificationsArriveAndNoReferenceIsLeft) {
     const Server server;
     const XServerObjectCount before = server.Status().live;
     {
@@ -273,19 +198,19 @@ TEST(OutOfProcess, TheServerIsKilledInsideACall) {
     const auto killed = std::chrono::steady_clock::now();
     server.Program().Kill();
     waiting.join();
-    EXPECT_TRUE(SaysGone(interrupted)) << LXResultName(interrupted);
+    EXPECT_TRUE(MeansGone(interrupted)) << LXResultName(interrupted);
 
     EXPECT_EQ(LXTextOf(*attribute, XProperty::Label), label);
     XLXComPtr<ILXFormat> format;
     const HRESULT refused = attribute->GetFormat(8, format.Put());
-    EXPECT_TRUE(SaysGone(refused)) << LXResultName(refused);
+    EXPECT_TRUE(MeansGone(refused)) << LXResultName(refused);
     EXPECT_FALSE(format);
     EXPECT_EQ(client.Terminate(), S_OK);
     EXPECT_LT(std::chrono::steady_clock::now() - killed, 20s);
 }
 
-// The one library has them all, and registering a type library must not take any of them over.
-TEST(Proxies, StandForEveryInterface) {
+// One library has all proxies. The registration of a type library must not replace any of them.
+TEST(Proxies, ExistForEveryInterface) {
     constexpr CLSID library = {0x0B28003D, 0x73C2, 0x400E, {0x9E, 0x87, 0x3E, 0xB4, 0x6C, 0xC8, 0x6F, 0x1D}};
     const auto expect = [&](const IID& iid) {
         CLSID found = {};
@@ -304,7 +229,7 @@ TEST(Proxies, StandForEveryInterface) {
 }
 
 // The cache's own interfaces have proxies too: a program may hand the cache to a thread of another apartment.
-TEST(Proxies, OfTheCacheItselfWork) {
+TEST(Proxies, OfTheCacheWork) {
     const Server server;
     CacheClient client(server.Control());
     IStream* stream = nullptr;

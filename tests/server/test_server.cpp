@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What people give the sample server: edits as text, and model files. "lxcfc verify-server" checks its answers, and the
-// tests of the server kit its clients.
+// The input of the sample server: edits as text, and model files. "lxcfc verify-server" checks its answers, the
+// tests of the server kit its notifications.
 #include "XSampleServer.h"
 #include "XServerTexts.h"
 #include "lxtestrunner.h"
@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 namespace {
-// What one half adds, the other half removes.
-TEST(ServerTexts, EveryEditCanBeSaidAsText) {
+// The second half of the edits removes what the first half adds.
+TEST(ServerTexts, EveryEditCanBeGivenAsText) {
     const auto server = XSampleServer::Create(LXSmallModel());
     const auto before = LXFormatModel(server->Model());
     ULONG id = 0;
@@ -46,7 +46,7 @@ TEST(ServerTexts, EveryEditCanBeSaidAsText) {
     EXPECT_EQ(LXFormatModel(server->Model()), before);
 }
 
-TEST(ServerTexts, AnEditThatCannotBeDoneIsRefusedWithAReason) {
+TEST(ServerTexts, ImpossibleEditsAreRefusedWithAReason) {
     const struct {
         const char* json;
         const char* reason; // a part of it
@@ -75,7 +75,7 @@ TEST(ServerTexts, AnEditThatCannotBeDoneIsRefusedWithAReason) {
     EXPECT_EQ(LXFormatModel(server->Model()), before);
 }
 
-TEST(ModelFiles, AreReadAsTheyWereWrittenAndRefusedWhenTheyAreWrong) {
+TEST(ModelFiles, SurviveARoundTripAndAreRefusedIfMalformed) {
     for (const XServerModel& model :
          {LXReadModel(LX_MODEL_FOLDER "/plant.json"), LXSmallModel(), LXGenerateModel({.types = 30})}) {
         const std::string text = LXFormatModel(model);

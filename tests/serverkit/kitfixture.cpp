@@ -1,26 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "kitfixture.h"
 
+#include "XFactoryNoPing.h"
 #include "lxconfigfactorycachemanager.h"
 #include "lxtestrunner.h"
 
 namespace {
 const LXLiveCounter g_cacheObjects("objects of the component", [] { return XModuleCount::LiveObjects(); });
 const LXLiveCounter g_kitObjects("objects of the server kit", [] { return lx::liveObjects.load(); });
-
-class ClassObject final : public lx::Object<IClassFactory> {
-public:
-    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID iid, void** out) override {
-        const lx::Ref<ILXConfigFactoryCache> cache(new XLXConfigFactoryCacheManager);
-        return cache->QueryInterface(iid, out);
-    }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
-};
 } // namespace
 
 WithComponent::WithComponent() {
-    const lx::Ref<ClassObject> object = lx::Make<ClassObject>();
-    lxcfc::Check(CoRegisterClassObject(__uuidof(LXConfigFactoryCache), object.Get(), CLSCTX_INPROC_SERVER,
+    const auto factory = LXAttach(LXComClassFactory::XFactoryNoPing<XLXConfigFactoryCacheManager>::Create());
+    lxcfc::Check(CoRegisterClassObject(__uuidof(LXConfigFactoryCache), factory.Get(), CLSCTX_INPROC_SERVER,
                                        REGCLS_MULTIPLEUSE, &m_registration),
                  "CoRegisterClassObject");
 }
@@ -64,8 +56,8 @@ lxcfc::Cache CacheOf(const lx::ServerPtr& server, LONG bulk) {
 
 std::vector<std::string> Listener::DataIds() const {
     std::vector<std::string> ids;
-    for (const Told& told : All()) {
-        ids.push_back(told.dataId);
+    for (const Notification& notification : All()) {
+        ids.push_back(notification.dataId);
     }
     return ids;
 }
@@ -76,7 +68,7 @@ HRESULT STDMETHODCALLTYPE Listener::DataObjectChanged(BSTR dataId, BSTR dataType
     EXPECT_EQ(type, lx::Notifier::AdvicesOfChanges);
     {
         const std::lock_guard lock(m_mutex);
-        m_told.push_back({lx::ToUtf8(lx::ViewOf(dataId)), id});
+        m_received.push_back({lx::ToUtf8(lx::ViewOf(dataId)), id});
     }
     return m_answer();
 }

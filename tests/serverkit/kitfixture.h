@@ -4,6 +4,8 @@
 #ifndef KITFIXTURE_H
 #define KITFIXTURE_H
 
+#include "waiting.h"
+
 #include <lxcfc.hpp>
 #include <lxserver/Connection.h>
 
@@ -33,29 +35,19 @@ inline lxcfc::Attribute FlowOf(const lxcfc::ConfigFactory& factory) {
     return factory.Type(OLESTR("Pump")).FindAttribute(OLESTR("RatedFlow"));
 }
 
-/// Waits until a condition holds; returns false on timeout.
-template <class Condition> bool WaitFor(Condition&& condition, std::chrono::milliseconds limit = 20s) {
-    const auto until = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > until) { return false; }
-        std::this_thread::sleep_for(10ms);
-    }
-    return true;
-}
-
 /// A client's callback that records notifications.
 class Listener final : public lx::Object<ILXCallbackUpdate> {
 public:
-    struct Told {
+    struct Notification {
         std::string dataId;
         ULONG id;
     };
     /// @param answer  HRESULT answer(): the result of a notification, called after recording it
     explicit Listener(std::function<HRESULT()> answer = [] { return S_OK; }) : m_answer(std::move(answer)) {}
 
-    std::vector<Told> All() const {
+    std::vector<Notification> All() const {
         const std::lock_guard lock(m_mutex);
-        return m_told;
+        return m_received;
     }
     std::vector<std::string> DataIds() const;
 
@@ -69,7 +61,7 @@ public:
 private:
     const std::function<HRESULT()> m_answer;
     mutable std::mutex m_mutex;
-    std::vector<Told> m_told;
+    std::vector<Notification> m_received;
 };
 
 /// Registers a callback for notifications about the configuration, like the cache.

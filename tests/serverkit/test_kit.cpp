@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The kit's implementation of a model. That the cache shows all of it, tests/typed shows; that servers on the kit keep the
-// contract, tests/lxcfc/test_verify.py.
+// The kit's implementation of a model. tests/typed checks that the cache shows all of it, and
+// tests/lxcfc/test_verify.py that servers on the kit keep the contract.
 #include "kitfixture.h"
 
 extern "C" HRESULT LXEditServer(LONG number); // of minimal_server.cpp
@@ -20,7 +20,7 @@ std::pair<ULONG, ULONG> SizeOf(SAFEARRAY* types) {
 }
 } // namespace
 
-TEST_F(Kit, NamedTypesComeOnceEachWithTheirBases) {
+TEST_F(Kit, NamedTypesAreReturnedOnceWithTheirBases) {
     const auto connection = lx::Connect(MakeServer());
     const auto ask = [&](std::initializer_list<const OLECHAR*> names, SAFEARRAY** types) {
         SAFEARRAY* const array = SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(names.size()));
@@ -54,7 +54,7 @@ TEST(KitModel, ACycleOfBasesIsListedOnce) {
 }
 
 // Many clients that start at the same time share one array. An array of an older state is not delivered.
-TEST_F(Kit, AnArrayIsBuiltOnceForAState) {
+TEST_F(Kit, AnArrayIsBuiltOncePerState) {
     lx::BulkStore<int, int> store;
     std::atomic<int> built{0};
     std::atomic<int> state{1};
@@ -97,7 +97,7 @@ TEST_F(Kit, HeldObjectsShowEditsAndOutliveTheirElements) {
     const lxcfc::Attribute ofCache = FlowOf(cache);
     EXPECT_EQ(ofCache.Text(lx::Unit), OLESTR("m\u00B3/h"));
     ofServer.Set(lx::Unit, OLESTR("l/s"));
-    for (const int refused : {static_cast<int>(lx::AttributeName), 60}) { // it is found by its name
+    for (const int refused : {static_cast<int>(lx::AttributeName), 60}) { // the name identifies the attribute
         EXPECT_EQ(ofServer.Raw().SetProperty(refused, *lxcfc::Value(OLESTR("l/s"))), E_INVALIDARG) << refused;
     }
     EXPECT_EQ(ofServer.Text(lx::Unit), OLESTR("l/s"));
@@ -106,11 +106,11 @@ TEST_F(Kit, HeldObjectsShowEditsAndOutliveTheirElements) {
         model.types[OLESTR("Pump")].attributes.erase(OLESTR("RatedFlow"));
         return std::vector{lx::SetChanged(lx::Key::OfAttribute(OLESTR("Pump"), OLESTR("RatedFlow")))};
     });
-    EXPECT_EQ(ofServer.Text(lx::Unit), OLESTR("m\u00B3/h")) << "the value when it was handed out";
+    EXPECT_EQ(ofServer.Text(lx::Unit), OLESTR("m\u00B3/h")) << "the value at the time it was returned";
     EXPECT_FALSE(FlowOf(cache));
 }
 
-TEST_F(Kit, AnEditOfALibraryNeedsAClientThatSeesIt) {
+TEST_F(Kit, ALibraryEditNeedsAConnectedClient) {
     lxcfc::Ptr<IErrorInfo> info;
     lxcfc::Bstr text;
     EXPECT_EQ(LXEditServer(1), E_FAIL);

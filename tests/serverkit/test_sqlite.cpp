@@ -13,7 +13,7 @@ using Ids = std::vector<std::string>;
 
 lxcfc::ConfigFactory Direct(const lx::ServerPtr& server) { return lxcfc::ConfigFactory(FactoryOf(server)); }
 
-/// A new database for each test, and a connection to it that is not a server's.
+/// A new database for each test, and a connection through which other programs edit it.
 class Sqlite : public WithComponent {
 protected:
     Sqlite() {
@@ -21,13 +21,13 @@ protected:
         m_path = testing::TempDir() + "serverkit-" + test->name() + ".db";
         Remove();
         std::filesystem::copy_file(LX_PLANT_DATABASE, m_path);
-        m_others.emplace(m_path);
+        m_connection.emplace(m_path);
     }
     ~Sqlite() override {
-        m_others.reset();
+        m_connection.reset();
         Remove();
     }
-    void Edit(const std::string& sql) { m_others->Run(sql); }
+    void Edit(const std::string& sql) { m_connection->Run(sql); }
     const std::string& Path() const { return m_path; }
 
 private:
@@ -38,7 +38,7 @@ private:
     }
 
     std::string m_path;
-    std::optional<Database> m_others;
+    std::optional<Database> m_connection;
 };
 
 /// A server over the database with two clients: a cache, and one that records notifications.
@@ -82,11 +82,11 @@ TEST_F(Sqlite, EditsReachTheClientsOfAllServers) {
     for (const Side* const side : {&first, &second}) {
         EXPECT_TRUE(WaitFor([&] { return static_cast<bool>(side->cache.Type("Pump").FindAttribute("A/B")); }));
         EXPECT_TRUE(WaitFor([&] { return side->listener->All().size() >= expected.size() + 1; }));
-        std::set<std::string> told;
+        std::set<std::string> kinds;
         for (const std::string& id : side->listener->DataIds()) {
-            told.insert(id.substr(0, id.find('/')) + id.substr(id.rfind('/')));
+            kinds.insert(id.substr(0, id.find('/')) + id.substr(id.rfind('/')));
         }
-        EXPECT_EQ(told, expected);
+        EXPECT_EQ(kinds, expected);
         const lxcfc::Type pump = side->cache.Type("Pump");
         EXPECT_EQ(pump.Pages()[0].Text(lx::PageLabel), OLESTR("x"));
         EXPECT_TRUE(pump.Editors().empty());
@@ -94,7 +94,7 @@ TEST_F(Sqlite, EditsReachTheClientsOfAllServers) {
     }
 }
 
-TEST_F(Sqlite, AServersOwnEditsAreInTheDatabase) {
+TEST_F(Sqlite, AServersOwnEditsAreWrittenToTheDatabase) {
     const Side first(Path());
     const Side second(Path());
     const lxcfc::Attribute flow = FlowOf(Direct(first.server));
@@ -108,14 +108,15 @@ TEST_F(Sqlite, AServersOwnEditsAreInTheDatabase) {
     EXPECT_EQ(flow.Raw().SetProperty(4, *unit), E_INVALIDARG) << "it was removed";
 }
 
-TEST_F(Sqlite, WhatWasEditedWhileNoServerRanIsThere) {
+TEST_F(Sqlite, EditsMadeWhileNoServerRunsAreVisible) {
     { EXPECT_EQ(Side(Path()).Unit(), "m\xC2\xB3/h"); }
     Edit("UPDATE attribute SET unit = 'l/s' WHERE name = 'RatedFlow'");
     const Side side(Path());
     EXPECT_EQ(side.Unit(), "l/s");
     Edit("DELETE FROM change; UPDATE attribute SET unit = 'l/min' WHERE name = 'RatedFlow'; DELETE FROM change");
     Edit("INSERT INTO change (tbl, key1) VALUES ('type', 'Pump')");
-    EXPECT_TRUE(WaitFor([&] { return side.Unit() == "l/min"; })) << "rows that were never read are missing";
+    EXPECT_TRUE(WaitFor([&] { return side.Unit() == "l/min"; }))
+        << "change rows were deleted before the server read them";
     EXPECT_TRUE(WaitFor([&] { return side.listener->DataIds() == Ids{"objects//0/1"}; }));
 }
 

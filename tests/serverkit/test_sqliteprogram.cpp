@@ -2,6 +2,7 @@
 //
 // The SQLite server as a program that COM starts, and another process that edits its database.
 #include "kitfixture.h"
+#include "programs_windows.h"
 
 #include <lxserver/Registration.h>
 
@@ -10,32 +11,11 @@
 namespace {
 constexpr CLSID ServerClass = {0x29e8ff2c, 0xb82c, 0x46b7, {0x9a, 0x80, 0x5a, 0x07, 0x6e, 0x1a, 0xd6, 0xe6}};
 
-std::wstring Beside(const wchar_t* file) {
-    const std::wstring program = lx::ModulePath(nullptr);
-    return program.substr(0, program.find_last_of(L"/\\") + 1) + file;
-}
+constexpr const wchar_t* Proxies = L"LXConfigFactoryCachePS.dll";
 
-/// Runs lxsqliteserver and returns its exit code; another one if it does not end.
-DWORD RunProgram(const std::wstring& arguments) {
-    std::wstring command = L"\"" + Beside(L"lxsqliteserver.exe") + L"\" " + arguments;
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    EXPECT_TRUE(
-        CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process));
-    if (WaitForSingleObject(process.hProcess, 60'000) != WAIT_OBJECT_0) { TerminateProcess(process.hProcess, 99); }
-    DWORD code = 98;
-    GetExitCodeProcess(process.hProcess, &code);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    return code;
-}
-
-HRESULT CallProxies(const char* function) {
-    HMODULE const module = LoadLibraryW(Beside(L"LXConfigFactoryCachePS.dll").c_str());
-    using Registration = HRESULT(STDMETHODCALLTYPE*)();
-    const auto call = reinterpret_cast<Registration>(reinterpret_cast<void*>(GetProcAddress(module, function)));
-    return call != nullptr ? call() : E_NOTIMPL;
+/// Runs lxsqliteserver and returns its exit code; nullopt if it does not end.
+std::optional<DWORD> RunProgram(const std::wstring& arguments) {
+    return Process(L"lxsqliteserver.exe", arguments).Wait(60s);
 }
 
 /// A cache in this process, in front of a server in another one.
@@ -62,10 +42,10 @@ bool Ends() {
 class SqliteProgram : public WithComponent {
 protected:
     SqliteProgram() : m_database(std::filesystem::temp_directory_path() / L"sqliteprogram.db") {
-        EXPECT_EQ(CallProxies("DllRegisterServer"), S_OK);
+        EXPECT_EQ(CallModule(Proxies, "DllRegisterServer"), S_OK);
         std::filesystem::copy_file(LX_PLANT_DATABASE, m_database, std::filesystem::copy_options::overwrite_existing);
     }
-    ~SqliteProgram() override { EXPECT_EQ(CallProxies("DllUnregisterServer"), S_OK); }
+    ~SqliteProgram() override { EXPECT_EQ(CallModule(Proxies, "DllUnregisterServer"), S_OK); }
     std::wstring Database() const { return m_database.wstring(); }
 
 private:

@@ -25,14 +25,14 @@ public:
     XObjectWorld(const XObjectWorld&) = delete;
     XObjectWorld& operator=(const XObjectWorld&) = delete;
 
-    /// One object of each kind that there is at the stage, with the kind's name.
+    /// One object of each kind that exists at the stage, with the kind's name.
     using Objects = std::vector<std::pair<std::string, XLXComPtr<IUnknown>>>;
     const Objects& All() const { return m_objects; }
     XLXComPtr<IUnknown> Object(const std::string& kind) const;
     /// An object with an interface: the server's if it has one, otherwise the component's.
     XLXComPtr<IUnknown> Provider(REFIID iid) const;
 
-    /// Gives all objects away, the manager among them; the world is over afterwards.
+    /// Hands over all objects, including the manager, and keeps only the server.
     Objects GiveAway() {
         m_cache.Reset();
         return std::exchange(m_objects, {});

@@ -149,7 +149,7 @@ protected:
     std::unique_ptr<XObjectWorld> m_world;
 };
 
-TEST_P(Surface, HoldsAgainstAbuse) {
+TEST_P(Surface, SurvivesInvalidArguments) {
     const std::string kind = GetParam().kind;
     const long before = XModuleCount::Locks();
     m_world = std::make_unique<XObjectWorld>(Stage(GetParam().stage));
@@ -181,7 +181,7 @@ TEST_P(Surface, HoldsAgainstAbuse) {
     m_world.reset();
     EXPECT_EQ(XModuleCount::LiveObjects(), 0);
     EXPECT_EQ(XSampleServer::LiveObjectsOfAllServers(), 0);
-    if (kind != "class factory") // whose LockServer was called without balance
+    if (kind != "class factory") // its LockServer calls are not balanced
     {
         EXPECT_EQ(XModuleCount::Locks(), before);
     }

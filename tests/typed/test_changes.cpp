@@ -12,7 +12,7 @@ constexpr const OLECHAR* FlowChanged = OLESTR("properties/Pump/4/512");
 class Service final : public lx::DataUpdateRefusals<lx::Object<ILXDataUpdate>> {
 public:
     std::function<void()> whenRegistered = [] {};
-    bool letsGo = false; ///< release the callback in UnregisterCallback; otherwise keep it, as some servers do
+    bool releasesCallback = false; ///< in UnregisterCallback; some servers keep it
     bool isRegistered = false;
 
     HRESULT Notify(const OLECHAR* dataId = FlowChanged) {
@@ -29,7 +29,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE UnregisterCallback(LONG) override {
         isRegistered = false;
-        if (letsGo) { m_callback = nullptr; }
+        if (releasesCallback) { m_callback = nullptr; }
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE EnableAdvicesDataType(LONG, BSTR, LONG, ULONG) override { return S_OK; }
@@ -48,26 +48,26 @@ void SetUnit(lx::ModelServer& server, const OLECHAR* unit) {
 }
 } // namespace
 
-TEST_F(Typed, TheFunctionReadsWhatHasChanged) {
+TEST_F(Typed, TheFunctionReadsTheNewValues) {
     const auto server = MakeServer();
     const auto service = lx::Make<Service>();
     service->whenRegistered = [&] { EXPECT_EQ(service->Notify(), E_POINTER); }; // the cache has no relations yet
-    int told = 0;
+    int calls = 0;
     std::vector<std::string> seen;
     lxcfc::Attribute flow;
     lxcfc::Cache cache(FactoryOf(server), service.Get(), [&](const lxcfc::Change& change) {
-        ++told;
+        ++calls;
         EXPECT_TRUE(change.Concerns(LXUM_ATTRIBUTES));
         EXPECT_FALSE(change.Concerns(LXUM_TYPES | LXUM_PARENTCHILD));
         seen.push_back(flow.Text<std::string>(lx::Unit));
         if (seen.size() == 1) { throw std::runtime_error("the caller's own"); }
     });
-    EXPECT_EQ(told, 0) << "nobody is told before the cache is there";
+    EXPECT_EQ(calls, 0) << "no call before the cache exists";
     flow = cache.Type("Pump").Attribute("RatedFlow");
     EXPECT_EQ(flow.Text<std::string>(lx::Unit), "m\xC2\xB3/h");
     SetUnit(*server, OLESTR("l/s"));
-    EXPECT_EQ(flow.Text<std::string>(lx::Unit), "m\xC2\xB3/h") << "nobody was told";
-    EXPECT_EQ(service->Notify(), S_OK) << "what the function raises is not the server's affair";
+    EXPECT_EQ(flow.Text<std::string>(lx::Unit), "m\xC2\xB3/h") << "there was no notification";
+    EXPECT_EQ(service->Notify(), S_OK) << "an exception of the function does not reach the server";
     SetUnit(*server, OLESTR("l/min"));
     EXPECT_EQ(service->Notify(), S_OK);
     EXPECT_EQ(seen, (std::vector<std::string>{"l/s", "l/min"}));
@@ -77,11 +77,11 @@ TEST_F(Typed, TheFunctionReadsWhatHasChanged) {
     EXPECT_EQ(service->Notify(), S_OK);
     EXPECT_EQ(seen.back(), "l/h");
     moved = lxcfc::Cache(FactoryOf(server));
-    EXPECT_FALSE(service->isRegistered) << "what is assigned to ends first";
+    EXPECT_FALSE(service->isRegistered) << "the assignment ends the previous cache";
     EXPECT_EQ(moved.Type("Pump").Attribute("RatedFlow").Text<std::string>(lx::Unit), "l/h");
 }
 
-TEST_F(Typed, AfterTheEndTheFunctionIsNeitherCalledNorUnderWay) {
+TEST_F(Typed, EndWaitsForTheFunctionAndPreventsFurtherCalls) {
     const auto service = lx::Make<Service>(); // a service that keeps the callback
     const auto token = std::make_shared<int>();
     std::promise<void> entered, leave;
@@ -97,12 +97,12 @@ TEST_F(Typed, AfterTheEndTheFunctionIsNeitherCalledNorUnderWay) {
     entered.get_future().wait();
     auto ended = std::async(std::launch::async, [&] {
         cache.End();
-        EXPECT_EQ(done, 1) << "it came back while the function was under way";
-        EXPECT_EQ(token.use_count(), 1) << "the function is let go, though the server keeps the callback";
+        EXPECT_EQ(done, 1) << "End returned while the function was running";
+        EXPECT_EQ(token.use_count(), 1) << "the function is freed although the service keeps the callback";
         EXPECT_EQ(service->Notify(), RPC_E_DISCONNECTED);
     });
     EXPECT_EQ(ended.wait_for(100ms), std::future_status::timeout);
-    EXPECT_EQ(service->Notify(), S_OK) << "the cache is still told, and the function not any more";
+    EXPECT_EQ(service->Notify(), S_OK) << "the cache still takes notifications, but no longer calls the function";
     leave.set_value();
     ended.get();
     notifier.join();
@@ -110,9 +110,9 @@ TEST_F(Typed, AfterTheEndTheFunctionIsNeitherCalledNorUnderWay) {
     EXPECT_FALSE(service->isRegistered);
 }
 
-TEST_F(Typed, TheFunctionMayEndTheCacheItself) {
+TEST_F(Typed, TheFunctionMayEndTheCache) {
     const auto service = lx::Make<Service>();
-    service->letsGo = true;
+    service->releasesCallback = true;
     std::unique_ptr<lxcfc::Cache> cache;
     cache = std::make_unique<lxcfc::Cache>(FactoryOf(MakeServer()), service.Get(),
                                            [&](const lxcfc::Change&) { cache.reset(); });
@@ -121,7 +121,7 @@ TEST_F(Typed, TheFunctionMayEndTheCacheItself) {
     EXPECT_FALSE(service->isRegistered);
 }
 
-TEST_F(Typed, AStartThatFailsLeavesNothing) {
+TEST_F(Typed, AFailedStartLeavesNothingBehind) {
     class Broken final : public lx::ConfigServer {
         lx::ModelPtr Snapshot() override { throw std::runtime_error("no configuration"); }
     };
@@ -131,7 +131,7 @@ TEST_F(Typed, AStartThatFailsLeavesNothing) {
         const lxcfc::Cache cache(FactoryOf(std::make_shared<Broken>()), service.Get(), [token](const auto&) {});
     };
     EXPECT_THROW(start(), lxcfc::Error);
-    EXPECT_EQ(token.use_count(), 1) << "the function is let go";
+    EXPECT_EQ(token.use_count(), 1) << "the function is freed";
     EXPECT_FALSE(service->isRegistered);
     EXPECT_EQ(service->Notify(), RPC_E_DISCONNECTED);
     const lxcfc::Cache none;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // How the typed layer converts the component's results to objects, ranges, values, texts and errors.
+#include "hostileenum.h"
 #include "kitfixture.h"
 
 namespace {
@@ -20,40 +21,12 @@ template <class F> lxcfc::Error ErrorOf(F&& call) {
     try {
         call();
     } catch (const lxcfc::Error& error) { return error; }
-    ADD_FAILURE() << "nothing was raised";
+    ADD_FAILURE() << "no error was thrown";
     return lxcfc::Error(S_OK, {});
 }
 
-/// An enumerator that returns elements in portions of its own choice.
-class Portions final : public lx::Object<ILXPageEnum> {
-public:
-    struct Portion {
-        ULONG count;
-        HRESULT result;
-    };
-    Portions(lxcfc::Ptr<ILXPage> page, std::vector<Portion> portions)
-        : m_page(std::move(page)), m_portions(std::move(portions)) {}
-
-    HRESULT STDMETHODCALLTYPE RemNext(ULONG wanted, ILXPage** pages, ULONG* fetched) override {
-        const Portion portion = m_portions.at(m_calls++);
-        *fetched = portion.count;
-        for (ULONG i = 0; i < (std::min)(portion.count, wanted); ++i) {
-            pages[i] = lxcfc::Ptr<ILXPage>(m_page).Detach();
-        }
-        return portion.result;
-    }
-    HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Clone(ILXPageEnum**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetSingleNext(ILXPage**) override { return E_NOTIMPL; }
-
-private:
-    const lxcfc::Ptr<ILXPage> m_page;
-    const std::vector<Portion> m_portions;
-    std::size_t m_calls = 0;
-};
-/// Asks every question about the server of MakeServer.
-void AskEverything(const lx::ServerPtr& server, const lxcfc::Cache& cache) {
+/// Calls every query of the typed layer for the server of MakeServer.
+void ExpectAllAnswers(const lx::ServerPtr& server, const lxcfc::Cache& cache) {
     EXPECT_EQ(cache.Version(), OLESTR("1"));
     EXPECT_EQ(cache.Types().size(), 2U);
     EXPECT_EQ(All(cache.SearchableTypes(), lx::TypeName), "Pump");
@@ -65,7 +38,7 @@ void AskEverything(const lx::ServerPtr& server, const lxcfc::Cache& cache) {
     EXPECT_EQ(part.Text(lx::TypeName), OLESTR("Part"));
     EXPECT_FALSE(part.FindBase());
     EXPECT_EQ(All(pump.Attributes(), lx::AttributeName), "RatedFlow Weight");
-    EXPECT_EQ(All(pump.Attributes(), lx::Unit), "m\xC2\xB3/h kg") << "the attribute of the base wins";
+    EXPECT_EQ(All(pump.Attributes(), lx::Unit), "m\xC2\xB3/h kg") << "the base's attribute takes precedence";
     EXPECT_EQ(All(part.AttributesOf(2), lx::AttributeName), "Weight");
     EXPECT_TRUE(part.AttributesOf(1).empty());
     EXPECT_EQ(All(pump.DisplayAttributes(LXD_EDITOR), lx::AttributeName), "Weight");
@@ -107,29 +80,40 @@ void AskEverything(const lx::ServerPtr& server, const lxcfc::Cache& cache) {
 }
 } // namespace
 
-TEST_F(Typed, EveryQuestionReachesItsMethod) {
+TEST_F(Typed, EveryQueryCallsItsMethod) {
     const auto server = MakeServer();
     for (const bool withObjects : {true, false}) {
         for (const LONG mode : {1, 15}) {
             SCOPED_TRACE("mode " + std::to_string(mode) + ", objects " + std::to_string(withObjects));
             server->DeliverComponentObjects(withObjects);
-            AskEverything(server, CacheOf(server, mode));
+            ExpectAllAnswers(server, CacheOf(server, mode));
         }
     }
 }
 
-TEST_F(Typed, ARangeHasAllThatItsEnumeratorGives) {
+TEST_F(Typed, ARangeHasAllElementsOfItsEnumerator) {
     const auto server = MakeServer();
     const lxcfc::ConfigFactory factory(FactoryOf(server));
     const lxcfc::Ptr<ILXPage> page(&factory.Type("Part").Page(1).Raw());
-    const auto count = [&page](std::vector<Portions::Portion> portions) {
-        return lxcfc::Range<lxcfc::Page>(*lx::Make<Portions>(page, std::move(portions))).size();
+    struct Portion {
+        ULONG count;
+        HRESULT result;
+    };
+    const auto count = [&page](const std::vector<Portion>& portions) {
+        const auto next = [&, calls = std::size_t{0}](ULONG wanted, ILXPage** pages, ULONG* fetched) mutable {
+            const Portion portion = portions.at(calls++);
+            *fetched = portion.count;
+            std::generate_n(pages, (std::min)(portion.count, wanted),
+                            [&] { return lxcfc::Ptr<ILXPage>(page).Detach(); });
+            return portion.result;
+        };
+        return lxcfc::Range<lxcfc::Page>(*lx::Make<HostileEnum<ILXPageEnum, ILXPage>>(next)).size();
     };
     EXPECT_EQ(count({{64, S_OK}, {64, S_OK}, {3, S_FALSE}}), 131U);
-    EXPECT_EQ(count({{3, S_OK}, {2, S_OK}, {1, S_FALSE}}), 6U) << "short, and not the end";
-    EXPECT_EQ(count({{3, S_OK}, {0, S_OK}}), 3U) << "nothing, and not called again";
+    EXPECT_EQ(count({{3, S_OK}, {2, S_OK}, {1, S_FALSE}}), 6U) << "a short batch is not the end";
+    EXPECT_EQ(count({{3, S_OK}, {0, S_OK}}), 3U) << "an empty batch is the end";
     EXPECT_EQ(count({{0, S_FALSE}}), 0U);
-    EXPECT_EQ(count({{1000, S_FALSE}}), 64U) << "it claims more than there is room for";
+    EXPECT_EQ(count({{1000, S_FALSE}}), 64U) << "it reports more elements than fit";
     const auto failing = [&] { count({{64, S_OK}, {0, RPC_E_DISCONNECTED}}); };
     // The test runner detects elements that leak here.
     EXPECT_EQ(ErrorOf(failing).Result(), RPC_E_DISCONNECTED);
@@ -139,17 +123,17 @@ TEST_F(Typed, ARangeHasAllThatItsEnumeratorGives) {
         const lxcfc::Cache cache(FactoryOf(server));
         kept = cache.Type("Pump").Attributes();
     }
-    EXPECT_EQ(All(kept, lx::AttributeName), "RatedFlow Weight") << "a range outlives what it came from";
-    EXPECT_EQ(All(kept, lx::AttributeName), "RatedFlow Weight") << "and may be gone through again";
+    EXPECT_EQ(All(kept, lx::AttributeName), "RatedFlow Weight") << "a range outlives its cache";
+    EXPECT_EQ(All(kept, lx::AttributeName), "RatedFlow Weight") << "and can be iterated again";
 }
 
-TEST_F(Typed, ValuesAndTextsComeInEachForm) {
+TEST_F(Typed, ValuesAndTextsAreConvertedToEachForm) {
     const lxcfc::Cache cache(FactoryOf(MakeServer()));
     const lxcfc::Attribute flow = cache.Type(u"Pump").Attribute(std::wstring(L"RatedFlow"));
     EXPECT_EQ(flow.Text(lx::Unit), OLESTR("m\u00B3/h"));
     EXPECT_EQ(flow.Text<std::wstring>(lx::Unit), L"m\u00B3/h");
     EXPECT_EQ(flow.Text<std::string>(lx::Unit), "m\xC2\xB3/h");
-    EXPECT_EQ(flow.Text(lx::Description), lxcfc::String()) << "no value is no text";
+    EXPECT_EQ(flow.Text(lx::Description), lxcfc::String()) << "an empty value is an empty text";
     EXPECT_TRUE(flow.Get(lx::Description).IsEmpty());
     EXPECT_EQ(flow.Text("LXCFG_attributename"), OLESTR("RatedFlow"));
     EXPECT_EQ(cache.Type("Part").Attribute("Weight").Real(lx::Minimum), 0.5);

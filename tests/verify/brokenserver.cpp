@@ -5,14 +5,14 @@
 #include <lxserver/Refusals.h>
 
 namespace {
-template <class T> HRESULT Told(const Faults::Answer& fault, std::string_view method, HRESULT result, T** out) {
+template <class T> HRESULT Altered(const Faults::Answer& fault, std::string_view method, HRESULT result, T** out) {
     return fault ? fault(method, result, reinterpret_cast<void**>(out)) : result;
 }
 
 // Declares a method that forwards its call and whose result a fault may change.
-#define LX_PASSED(Method, Parameters, Arguments, Out)                                                                  \
+#define LX_FORWARDED(Method, Parameters, Arguments, Out)                                                               \
     HRESULT STDMETHODCALLTYPE Method Parameters override {                                                             \
-        return Told(Fault(), #Method, m_inner->Method Arguments, Out);                                                 \
+        return Altered(Fault(), #Method, m_inner->Method Arguments, Out);                                              \
     }
 
 class Type final : public lx::TypeRefusals<PassingObject<ILXType>> {
@@ -23,24 +23,24 @@ public:
         const HRESULT result = m_inner->GetProperty(index, value);
         return m_faults->property ? m_faults->property(index, result, value) : result;
     }
-    LX_PASSED(GetProperties, (SAFEARRAY * *out), (out), out)
-    LX_PASSED(GetPageEnum, (ILXPageEnum * *out), (out), out)
-    LX_PASSED(GetPage, (int n, ILXPage** out), (n, out), out)
-    LX_PASSED(GetGroupEnum, (ILXGroupEnum * *out), (out), out)
-    LX_PASSED(GetToplevelGroupEnum, (ILXGroupEnum * *out), (out), out)
-    LX_PASSED(GetPageGroupEnum, (int n, ILXGroupEnum** out), (n, out), out)
-    LX_PASSED(GetPageToplevelGroupEnum, (int n, ILXGroupEnum** out), (n, out), out)
-    LX_PASSED(GetGroup, (int n, ILXGroup** out), (n, out), out)
-    LX_PASSED(GetDisplayAttributeEnum, (LONG m, ILXAttributeEnum** out), (m, out), out)
-    LX_PASSED(GetDisplayGroupAttributeEnum, (LONG m, int n, ILXAttributeEnum** out), (m, n, out), out)
-    LX_PASSED(GetAttributeEnum, (ILXAttributeEnum * *out), (out), out)
-    LX_PASSED(GetGroupAttributeEnum, (int n, ILXAttributeEnum** out), (n, out), out)
-    LX_PASSED(GetAttribute, (BSTR n, ILXAttribute** out), (n, out), out)
-    LX_PASSED(GetConfObjEditorEnum, (ILXConfObjEditorEnum * *out), (out), out)
-    LX_PASSED(GetConfObjEditor, (BSTR p, BSTR b, BSTR t, ILXConfObjEditor** out), (p, b, t, out), out)
-    LX_PASSED(GetDefaultEditor, (BSTR b, ILXConfObjEditor** out), (b, out), out)
-    LX_PASSED(GetDefaultNewEditor, (BSTR b, ILXConfObjEditor** out), (b, out), out)
-    LX_PASSED(GetTypeComponentData, (LONG m, SAFEARRAY** out), (m, out), out)
+    LX_FORWARDED(GetProperties, (SAFEARRAY * *out), (out), out)
+    LX_FORWARDED(GetPageEnum, (ILXPageEnum * *out), (out), out)
+    LX_FORWARDED(GetPage, (int n, ILXPage** out), (n, out), out)
+    LX_FORWARDED(GetGroupEnum, (ILXGroupEnum * *out), (out), out)
+    LX_FORWARDED(GetToplevelGroupEnum, (ILXGroupEnum * *out), (out), out)
+    LX_FORWARDED(GetPageGroupEnum, (int n, ILXGroupEnum** out), (n, out), out)
+    LX_FORWARDED(GetPageToplevelGroupEnum, (int n, ILXGroupEnum** out), (n, out), out)
+    LX_FORWARDED(GetGroup, (int n, ILXGroup** out), (n, out), out)
+    LX_FORWARDED(GetDisplayAttributeEnum, (LONG m, ILXAttributeEnum** out), (m, out), out)
+    LX_FORWARDED(GetDisplayGroupAttributeEnum, (LONG m, int n, ILXAttributeEnum** out), (m, n, out), out)
+    LX_FORWARDED(GetAttributeEnum, (ILXAttributeEnum * *out), (out), out)
+    LX_FORWARDED(GetGroupAttributeEnum, (int n, ILXAttributeEnum** out), (n, out), out)
+    LX_FORWARDED(GetAttribute, (BSTR n, ILXAttribute** out), (n, out), out)
+    LX_FORWARDED(GetConfObjEditorEnum, (ILXConfObjEditorEnum * *out), (out), out)
+    LX_FORWARDED(GetConfObjEditor, (BSTR p, BSTR b, BSTR t, ILXConfObjEditor** out), (p, b, t, out), out)
+    LX_FORWARDED(GetDefaultEditor, (BSTR b, ILXConfObjEditor** out), (b, out), out)
+    LX_FORWARDED(GetDefaultNewEditor, (BSTR b, ILXConfObjEditor** out), (b, out), out)
+    LX_FORWARDED(GetTypeComponentData, (LONG m, SAFEARRAY** out), (m, out), out)
 
 private:
     const Faults::Answer& Fault() const { return m_faults->type; }
@@ -57,29 +57,30 @@ public:
           m_bulk(m_inner.As<ILXConfigFactoryEx>()) {}
 
     HRESULT STDMETHODCALLTYPE GetTypeArrayEx(LONG mode, SAFEARRAY** out) override {
-        return Told(Fault(), "GetTypeArrayEx", m_bulk->GetTypeArrayEx(mode, out), out);
+        return Altered(Fault(), "GetTypeArrayEx", m_bulk->GetTypeArrayEx(mode, out), out);
     }
     HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameEx(BSTR name, LONG bases, LONG mode, SAFEARRAY** out) override {
         const LONG given = m_faults->withBases.value_or(bases);
-        return Told(Fault(), "GetTypeArrayByTypeNameEx", m_bulk->GetTypeArrayByTypeNameEx(name, given, mode, out), out);
+        return Altered(Fault(), "GetTypeArrayByTypeNameEx", m_bulk->GetTypeArrayByTypeNameEx(name, given, mode, out),
+                       out);
     }
     HRESULT STDMETHODCALLTYPE GetTypeArrayByTypeNameArrayEx(SAFEARRAY* names, LONG bases, LONG mode,
                                                             SAFEARRAY** out) override {
-        return Told(Fault(), "GetTypeArrayByTypeNameArrayEx",
-                    m_bulk->GetTypeArrayByTypeNameArrayEx(names, bases, mode, out), out);
+        return Altered(Fault(), "GetTypeArrayByTypeNameArrayEx",
+                       m_bulk->GetTypeArrayByTypeNameArrayEx(names, bases, mode, out), out);
     }
     HRESULT STDMETHODCALLTYPE GetType(BSTR name, BSTR config, ILXType** out) override {
         const HRESULT result = m_inner->GetType(name, config, out);
         if (*out != nullptr) { *out = XLXComPtr<ILXType>(new Type(LXAttach(*out), m_faults)).Detach(); }
-        return Told(Fault(), "GetType", result, out);
+        return Altered(Fault(), "GetType", result, out);
     }
-    LX_PASSED(GetTypeEnum, (BSTR c, ILXTypeEnum** out), (c, out), out)
-    LX_PASSED(GetSearchableTypeEnum, (ILXTypeEnum * *out), (out), out)
-    LX_PASSED(GetPlanTypeEnum, (BSTR c, ILXTypeEnum** out), (c, out), out)
-    LX_PASSED(GetParentChildEnum, (BSTR n, BSTR c, ILXParentChildEnum** out), (n, c, out), out)
-    LX_PASSED(GetBrowserIdEnum, (ILXBrowserIdEnum * *out), (out), out)
-    LX_PASSED(GetPCArray, (SAFEARRAY * *out), (out), out)
-    LX_PASSED(GetAllGlobalAttributeFormatSpecs, (ILXGlobalAttributeFormatSpecEnum * *out), (out), out)
+    LX_FORWARDED(GetTypeEnum, (BSTR c, ILXTypeEnum** out), (c, out), out)
+    LX_FORWARDED(GetSearchableTypeEnum, (ILXTypeEnum * *out), (out), out)
+    LX_FORWARDED(GetPlanTypeEnum, (BSTR c, ILXTypeEnum** out), (c, out), out)
+    LX_FORWARDED(GetParentChildEnum, (BSTR n, BSTR c, ILXParentChildEnum** out), (n, c, out), out)
+    LX_FORWARDED(GetBrowserIdEnum, (ILXBrowserIdEnum * *out), (out), out)
+    LX_FORWARDED(GetPCArray, (SAFEARRAY * *out), (out), out)
+    LX_FORWARDED(GetAllGlobalAttributeFormatSpecs, (ILXGlobalAttributeFormatSpecEnum * *out), (out), out)
     HRESULT STDMETHODCALLTYPE GetVersion(BSTR* out) override { return m_inner->GetVersion(out); }
 
 private:
