@@ -50,7 +50,7 @@ private:
                 idle = 0;
             }
         }
-        std::fprintf(stderr, "\nWATCHDOG: no test began or ended for %ld s\n", limit);
+        std::fprintf(stderr, "\nWATCHDOG: no test began or ended for %ld s; threads:\n", limit);
         s_fired.store(true); // the dump may interrupt the hanging call; that test must not pass
         LXPrintThreadStates();
         std::fflush(nullptr);

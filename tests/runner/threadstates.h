@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Prints the stack of every thread to standard error, for the watchdog (Linux only).
+// Prints the stack of every thread to standard error, for the watchdog.
 #ifndef THREADSTATES_H
 #define THREADSTATES_H
 
