@@ -36,7 +36,7 @@ struct XStamp {
 /// its stamp from this copy, however much later that happens.
 struct XMoment {
     std::array<std::uint64_t, LXAspectCount> numbers{};
-    std::uint64_t direct = 0; ///< the last direct notification to any object of the connection
+    std::uint64_t direct = 0; ///< the number of the connection's last direct notification
 
     /// For objects without a clock, which nothing on the server can make stale.
     static XMoment Timeless() noexcept {
@@ -111,8 +111,8 @@ private:
 using XOwnCount = XBasicOwnCount<>;
 
 /// The number of the last direct notification to an object. The notification stores it before it advances the object's
-/// own counts. Who takes a stamp from a bulk answer reads the own count first and this number after. So a notification
-/// that overtook the answer shows in at least one of the two.
+/// own counts. Code that takes a stamp from a bulk answer reads the own count first and this number afterwards. So at
+/// least one of the two shows a notification that overtook the answer.
 template <class Policy = XSystemSync> class XBasicDirectNumber {
 public:
     std::uint64_t Now() const noexcept { return m_number.load(std::memory_order_acquire); }
@@ -129,7 +129,7 @@ private:
 };
 using XDirectNumber = XBasicDirectNumber<>;
 
-/// The stamp of what a bulk answer brought for a holder. None when a direct notification came after the answer was
+/// The stamp of what a bulk answer brought for a holder. No stamp if a direct notification came after the answer was
 /// requested.
 template <class Own, class Direct>
 XStamp LXStampFrom(const XMoment& moment, XAspect aspect, const Own& own, const Direct& direct) noexcept {
