@@ -434,7 +434,7 @@ TEST_F(HangingServer, IsFoundAtTheCall) {
     EXPECT_TRUE(VerdictOf(report, XRule::InTime).IsBroken());
     EXPECT_FALSE(VerdictOf(report, XRule::NotifyCallable).IsBroken());
     EXPECT_TRUE(VerdictOf(report, XRule::ArrayHeader).IsKept());
-    EXPECT_EQ(VerdictOf(report, XRule::NotifySent).notTested, "the verification ended at the call that makes no end");
+    EXPECT_EQ(VerdictOf(report, XRule::NotifySent).notTested, "the verification ended at the call that did not return");
 }
 
 TEST_F(HangingServer, IsFoundInsideANotification) {
