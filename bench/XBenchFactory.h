@@ -17,7 +17,7 @@ class XBenchFactory final : public ILXConfigFactory, public ILXConfigFactoryEx {
 public:
     explicit XBenchFactory(XLXComPtr<ILXConfigFactory> server);
 
-    /// Prepares the arrays for that many loads of all types and of the relations. The cache owns the arrays that it
+    /// Prepares the arrays for `loads` loads of all types and of the relations. The cache owns the arrays that it
     /// gets.
     void Prepare(LONG mode, int loads);
     /// The number of elements of the array of all types, including sub-arrays, which are flattened into it.

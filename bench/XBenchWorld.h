@@ -18,7 +18,7 @@ constexpr int LXWideAttributes = 500;
 
 std::string LXBenchTypeName(int number);
 
-/// A configuration with that many types: attributes with 60 values, ten per type on average, groups, pages, editors,
+/// A configuration with `types` types: attributes with 60 values, ten per type on average, groups, pages, editors,
 /// chains of bases, and one relation per type; in addition the types "Wide0" to "Wide5".
 XServerModel LXBenchModel(int types);
 

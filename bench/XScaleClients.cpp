@@ -39,7 +39,7 @@ XScaleMemory::XScaleMemory(std::string name)
       m_mapping(
           CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(XScaleBoard), m_name.c_str())) {
     m_board = static_cast<XScaleBoard*>(MapViewOfFile(m_mapping, FILE_MAP_ALL_ACCESS, 0, 0, sizeof(XScaleBoard)));
-    LXExpectThat(m_board != nullptr, "there is no memory that the processes share");
+    LXExpectThat(m_board != nullptr, "the memory shared by the processes cannot be opened");
 }
 XScaleMemory::~XScaleMemory() {
     UnmapViewOfFile(m_board);
@@ -99,7 +99,7 @@ void XScaleThreads::ReadRounds(ILXConfigFactory& factory) {
     for (int turn = TurnAfter(1); turn > 0; turn = TurnAfter(turn)) {
         const auto start = Clock::now();
         while (LXTextOf(*attribute, Label) != LXScaleLabel(turn)) { // a client that was slow is notified late
-            LXExpectThat(Clock::now() - start < 60s, "the new value does not come");
+            LXExpectThat(Clock::now() - start < 60s, "the new value does not arrive");
             std::this_thread::sleep_for(1ms);
         }
         ++m_board.read;
@@ -139,7 +139,7 @@ XScaleClients::XScaleClients(const XScaleMemory& memory, XScaleServer& server, i
         PROCESS_INFORMATION process = {};
         const bool runs = count > 0 && CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr,
                                                       nullptr, &startup, &process) != FALSE;
-        LXExpectThat(runs, "a process of clients does not start");
+        LXExpectThat(runs, "a process for clients cannot be started");
         CloseHandle(process.hThread);
         m_processes.push_back(process.hProcess);
     }
@@ -166,6 +166,7 @@ void LXPlayScaleClients(const std::string& board, int count) {
     }
     CoUninitialize();
 #else
-    LXExpectThat(false, board + ": no process has " + std::to_string(count) + " clients here");
+    LXExpectThat(false, board + ": separate processes for " + std::to_string(count) +
+                            " clients are supported on Windows only");
 #endif
 }

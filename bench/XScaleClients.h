@@ -52,7 +52,7 @@ private:
     XScaleBoard* m_board = nullptr;
 };
 
-/// Runs that many clients of a running server until the board tells them to end.
+/// Runs `count` clients of a running server until the board's turn is -1.
 class XScaleThreads {
 public:
     XScaleThreads(XScaleBoard& board, XScaleServer& server, int count);
@@ -91,7 +91,7 @@ private:
     std::vector<void*> m_processes;
 };
 
-/// The main function of a process that was started for that many clients.
+/// The main function of a process that was started for `count` clients.
 void LXPlayScaleClients(const std::string& board, int count);
 
 #endif

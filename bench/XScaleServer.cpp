@@ -94,7 +94,7 @@ public:
         PROCESS_INFORMATION process = {};
         const bool runs = CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                                          &startup, &process) != FALSE;
-        LXExpectThat(runs && WaitForSingleObject(ready, 120000) == WAIT_OBJECT_0, "lxsampleserver does not start");
+        LXExpectThat(runs && WaitForSingleObject(ready, 120000) == WAIT_OBJECT_0, "lxsampleserver cannot be started");
         CloseHandle(ready);
         CloseHandle(process.hThread);
         m_process = process.hProcess;
@@ -156,7 +156,7 @@ std::unique_ptr<XScaleServer> LXScaleServer(int types, bool inItsOwnProcess, boo
 #ifdef _WIN32
     if (inItsOwnProcess) { return std::make_unique<ProgramServer>(types, withObjects); }
 #else
-    LXExpectThat(!inItsOwnProcess, "processes of their own are Windows' business");
+    LXExpectThat(!inItsOwnProcess, "separate processes are supported on Windows only");
 #endif
     return std::make_unique<LocalServer>(types, withObjects);
 }

@@ -42,7 +42,7 @@ void Notify(const XBenchWorld& world, const OLECHAR* dataId) {
                "DataObjectChanged");
 }
 
-/// Reads the label of every attribute of that many types.
+/// Reads the label of every attribute of `types` types.
 void ReadAttributes(const XBenchWorld& world, int types) {
     XLXComVariant value;
     for (int i = 0; i < types; ++i) {
@@ -57,7 +57,7 @@ void ReadAttributes(const XBenchWorld& world, int types) {
 
 // ---- calls and processor time after one notification
 
-/// A model of that many types without bases, so that exactly the types that are read are concerned.
+/// A model of `types` types without bases, so that exactly the types that are read are concerned.
 XServerModel PlainModel(int types) {
     XGeneratorOptions options;
     options.types = types;

@@ -65,7 +65,7 @@ void AddHeapOfLoad(XBenchTable& table) {
     table.Figure("kept memory, 5,000 types", "bytes", stays, "the bytes of the values that are not empty", filled, 2.0);
 }
 
-/// A type with that many attributes without attribute types.
+/// A type with `attributes` attributes without attribute types.
 XServerModel PlainModel(int attributes) {
     XServerModel model;
     XModelType& type = model.AddType("Plain");

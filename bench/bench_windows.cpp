@@ -93,7 +93,7 @@ template <class Work> double SecondsOf(Work&& work) {
 }
 
 struct ProcessTimes {
-    std::vector<double> arrays; ///< those of all types and relations, asked for without a cache
+    std::vector<double> arrays; ///< those of all types and relations, requested without a cache
     std::vector<double> start;
     std::vector<double> terminate;
 };

@@ -92,8 +92,8 @@ void Describe(XScaleServer& server) {
     }
     LONG upper = -1;
     SafeArrayGetUBound(array.Get(), 1, &upper);
-    std::printf("bulk array       %9.1f ms when it is built, %.1f ms when it is kept; %ld elements", times[0], times[1],
-                static_cast<long>(upper + 1));
+    std::printf("bulk array       %9.1f ms to build it, %.1f ms to copy the stored one; %ld elements", times[0],
+                times[1], static_cast<long>(upper + 1));
 #ifdef _WIN32
     ULONG flags = MAKELONG(MSHCTX_DIFFERENTMACHINE, NDR_LOCAL_DATA_REPRESENTATION);
     SAFEARRAY* sent = array.Get();
@@ -114,10 +114,10 @@ void Start(XScaleBoard& board, XScaleServer& server, const Options& options) {
     const int edits = editor.Stop();
     const double processor = server.ProcessorSeconds() - before;
     std::vector<double> each(board.times, board.times + options.clients);
-    std::printf("all started      %9.1f ms, beside %d edits; a client's own start %.1f ms (median), %.1f (longest)\n",
+    std::printf("all started      %9.1f ms, during %d edits; start of one client %.1f ms (median), %.1f (longest)\n",
                 all, edits, Median(each), *std::max_element(each.begin(), each.end()));
-    std::printf("server           %9.2f ms of processor time a client\n", processor * 1000 / options.clients);
-    std::printf("memory           %9.2f MB a client\n", static_cast<double>(board.bytes) / 1e6 / options.clients);
+    std::printf("server           %9.2f ms of processor time per client\n", processor * 1000 / options.clients);
+    std::printf("memory           %9.2f MB per client\n", static_cast<double>(board.bytes) / 1e6 / options.clients);
 }
 
 void Edit(XScaleBoard& board, XScaleServer& server, const Options& options) {
@@ -134,9 +134,9 @@ void Edit(XScaleBoard& board, XScaleServer& server, const Options& options) {
         read.push_back(Milliseconds(Clock::now() - start));
     }
     const double processor = (server.ProcessorSeconds() - before) * 1000 / options.clients / options.rounds;
-    std::printf("edit, all told   %9.1f ms (median), %.1f (longest)\n", Median(told),
+    std::printf("edit, notified   %9.1f ms (median), %.1f (longest)\n", Median(told),
                 *std::max_element(told.begin(), told.end()));
-    std::printf("edit, all read   %9.1f ms (median), %.1f (longest); server %.3f ms a client\n", Median(read),
+    std::printf("edit, all read   %9.1f ms (median), %.1f (longest); server %.3f ms per client\n", Median(read),
                 *std::max_element(read.begin(), read.end()), processor);
 }
 
@@ -145,7 +145,7 @@ void End(XScaleBoard& board, const Options& options) {
     board.turn = -1;
     WaitFor(board, board.ended, options.clients);
     std::vector<double> each(board.times, board.times + options.clients);
-    std::printf("all terminated   %9.1f ms; a client's own %.1f ms (median)\n", Milliseconds(Clock::now() - start),
+    std::printf("all terminated   %9.1f ms; one client %.1f ms (median)\n", Milliseconds(Clock::now() - start),
                 Median(each));
 }
 
@@ -166,12 +166,12 @@ void Run(const Options& options) {
 int main(int argc, char** argv) {
     Options options;
     CLI::App app("Many clients of one server that start at once.");
-    app.add_option("--clients", options.clients, "How many")->check(CLI::Range(1, XScaleBoard::MostClients));
+    app.add_option("--clients", options.clients, "Number of clients")->check(CLI::Range(1, XScaleBoard::MostClients));
     app.add_option("--processes", options.processes,
-                   "Windows: so many processes with the clients, and one with the server; 0: all in this one");
-    app.add_option("--types", options.types, "Of the generated model")->check(CLI::Range(2, 100000));
-    app.add_option("--rounds", options.rounds, "Edits that are timed")->check(CLI::Range(1, 1000));
-    app.add_flag("--objects", options.withObjects, "Records come with the server's objects");
+                   "Windows: number of processes for the clients; the server gets another one. 0: all in this process");
+    app.add_option("--types", options.types, "Number of types of the generated model")->check(CLI::Range(2, 100000));
+    app.add_option("--rounds", options.rounds, "Number of timed edits")->check(CLI::Range(1, 1000));
+    app.add_flag("--objects", options.withObjects, "Deliver the server's objects with the records");
     app.add_option("--child", options.child, "For this program's own use");
     CLI11_PARSE(app, argc, argv);
     try {

@@ -73,7 +73,7 @@ int main() {
     PrintUnit(head);
 
     Check(cache->Terminate(), "Terminate");
-    Check(server->Stop(), "Stop"); // otherwise it ends some seconds after its last client
+    Check(server->Stop(), "Stop"); // otherwise it ends a few seconds after its last client has gone
     SysFreeString(pumpName);
     SysFreeString(headName);
     head->Release();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A configuration server in a process of its own, for clients in other processes (Windows).
+// A configuration server as a separate program, for clients in other processes (Windows).
 //
 //     server_program --register     as administrator; COM then starts it when a client asks for Example.Server
 //     server_program                serves until it is stopped
@@ -31,7 +31,7 @@ void Check(HRESULT result, const char* what) {
 void Serve(bool startedByCom) {
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "initialising COM");
     lx::LocalServer::Terms terms;
-    terms.idleEnd = startedByCom; // ends some seconds after the last client
+    terms.idleEnd = startedByCom; // ends a few seconds after the last client has gone
     lx::ServeConfiguration(std::make_shared<lx::ModelServer>(Describe()), ServerClass, terms,
                            [] { std::puts("ready"); });
     CoUninitialize();

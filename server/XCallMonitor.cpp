@@ -74,7 +74,7 @@ XCallGate::~XCallGate() {
 void XCallGate::WaitUntilArrived(int calls, std::chrono::milliseconds limit) {
     std::unique_lock lock(m_state->mutex);
     if (!m_state->changed.wait_for(lock, limit, [&] { return m_state->arrived >= calls; })) {
-        throw std::runtime_error("no call came to the gate at " + m_state->name);
+        throw std::runtime_error("no call reached the gate at " + m_state->name);
     }
 }
 

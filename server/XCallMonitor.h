@@ -30,7 +30,7 @@ enum class XCallPoint { Arrival, Answer };
 struct XServerCall {
     std::string_view name; ///< "Interface::Method"
     XCallPoint point;
-    unsigned long long number; ///< 1 for the first call of that method since the last Reset
+    unsigned long long number; ///< 1 for the first call of the method since the last Reset
 };
 
 /// Numbers of calls by name.
@@ -55,7 +55,7 @@ public:
     XCallGate& operator=(XCallGate&&) = delete;
     ~XCallGate();
 
-    /// Waits until that many calls have reached the gate.
+    /// Waits until this many calls have reached the gate.
     void WaitUntilArrived(int calls = 1, std::chrono::milliseconds limit = std::chrono::seconds(10));
     int Arrived() const;
     /// Lets all calls proceed, including later ones.
@@ -88,17 +88,17 @@ public:
     unsigned long long Total() const;
     void Reset();
 
-    /// Makes every call take at least that long, as over a slow network; 0: off.
+    /// Makes every call take at least this long, as over a slow network; 0 turns the delay off.
     void SetDelay(std::chrono::microseconds delay);
 
-    /// Makes the n-th call of that method from now on (1: the next one) return that result and do nothing else; its out
+    /// Makes the n-th call of a method from now on (1: the next one) return this result and do nothing else; its out
     /// arguments stay empty. S_OK makes a success without a result. An empty name means any method.
     void FailCall(std::string_view name, HRESULT result, unsigned long long n = 1);
-    /// Makes every call of that method from now on return that result.
+    /// Makes every call of a method from now on return this result.
     void FailAlways(std::string_view name, HRESULT result);
     void StopFailing();
 
-    /// Makes the next calls of that method stop at the given point.
+    /// Makes the next calls of a method stop at the given point.
     [[nodiscard]] XCallGate PauseAt(std::string_view name, XCallPoint point = XCallPoint::Arrival, int calls = 1);
     /// Limits the time that a call waits at a gate.
     void SetGateLimit(std::chrono::milliseconds limit);

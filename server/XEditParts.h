@@ -34,7 +34,7 @@ template <class T> T& Known(const XModelRef<T>* found, const char* what) {
 inline XModelType& TypeOf(XServerModel& model, const XText& name) { return Known(model.FindType(name.Get()), "type"); }
 
 inline XModelAttribute& AttributeOf(XServerModel& model, const XText& type, const XText& name) {
-    return Known(TypeOf(model, type).FindAttribute(name.Get()), "attribute of the type's own");
+    return Known(TypeOf(model, type).FindAttribute(name.Get()), "own attribute");
 }
 
 inline XModelGroup& GroupOf(XServerModel& model, const XText& type, int number) {
@@ -49,7 +49,7 @@ inline XModelRelation& RelationOf(XServerModel& model, const XText& parent, cons
     return Known(model.FindRelation(parent.Get(), child.Get(), list.Get()), "relation");
 }
 
-/// The first element of a list with that key.
+/// The first element of a list with this key.
 template <class T> XModelRef<T>& ElementOf(XModelList<T>& list, int keyIndex, const XText& key) {
     const auto found = std::find_if(list.begin(), list.end(),
                                     [&](const XModelRef<T>& element) { return element->Text(keyIndex) == key.Get(); });
@@ -64,7 +64,7 @@ template <class T> void RemoveFrom(XModelList<T>& list, const T& element) {
 /// Sets a property that is not a key. To change a key, remove the element and add it again.
 template <class T> void SetBut(T& element, std::initializer_list<int> keys, int index, const XModelValue& value) {
     if (std::find(keys.begin(), keys.end(), index) != keys.end()) {
-        Refuse("an element keeps the properties by which it is found");
+        Refuse("a property that is a key of the element cannot be set");
     }
     element.properties.Set(index, value);
 }

@@ -99,6 +99,6 @@ XModelValue XModelValue::FromVariant(const VARIANT& value) {
     case VT_BOOL: return V_BOOL(&value) != VARIANT_FALSE;
     case VT_R8: return V_R8(&value);
     case VT_BSTR: return LXBstrView(V_BSTR(&value));
-    default: throw std::invalid_argument("a model holds no values of this VARIANT type");
+    default: throw std::invalid_argument("a model cannot hold values of this VARIANT type");
     }
 }

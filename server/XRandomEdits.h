@@ -10,7 +10,7 @@
 
 #include "XSampleServer.h"
 
-/// Makes that many edits. Returns the number of each kind, such as "set attribute" or "remove relation".
+/// Makes `count` edits. Returns the number of each kind, such as "set attribute" or "remove relation".
 /// @param notify  with XNotify::OnThread, notifications may still be in flight when the function returns
 std::map<std::string, unsigned> LXRandomEdits(XServerEdits edits, unsigned seed, unsigned count,
                                               XNotify notify = XNotify::Here);

@@ -6,12 +6,12 @@
 using namespace LXRandom;
 
 namespace {
-/// Whether an element of a list has that text in a property.
+/// Whether an element of a list has this text in a property.
 template <class T> bool HasText(const XModelList<T>& list, int index, XLXTextView text) {
     return std::any_of(list.begin(), list.end(), [=](const auto& element) { return element->Text(index) == text; });
 }
 
-/// A random attribute of a type's own; null if the type has none.
+/// A random own attribute of a random type; null if the type has none.
 struct Chosen {
     XLXText type;
     XLXText name;

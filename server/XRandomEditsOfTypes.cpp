@@ -113,7 +113,7 @@ Edit AddGroup(Model model, XChoice& choice) {
     };
 }
 
-/// Whether an element of a list has that number in a property.
+/// Whether an element of a list has this number in a property.
 template <class T> bool HasNumber(const XModelList<T>& list, int index, int number) {
     return std::any_of(list.begin(), list.end(), [=](const auto& element) { return element->Number(index) == number; });
 }

@@ -8,9 +8,9 @@
 //     server->Edit().SetAttributeProperty("Pump", "Power", XProperty::Label, "Power (kW)");
 //     EXPECT_EQ(server->Calls().Of("ILXType::GetTypeComponentData"), 1u);
 //
-// Ownership  The server owns its model; its objects keep alive what they need of it. The server holds a reference to
-//            each registered callback until it is unregistered or the server is destroyed. It holds no references to
-//            the objects that it returns.
+// Ownership  The server owns its model; an object keeps the parts of the model alive that it needs. The server holds a
+//            reference to each registered callback until the callback is unregistered or the server is destroyed. It
+//            holds no references to the objects that it returns.
 // Threading  Thread-safe, including its objects, except that a query object is for one thread at a time. No lock is
 //            held while a client's callback or a test's hook is called.
 // Errors     Interface methods return HRESULTs; all others raise C++ exceptions.
@@ -45,8 +45,8 @@ public:
     XSampleServer(const XSampleServer&) = delete;
     XSampleServer& operator=(const XSampleServer&) = delete;
 
-    // ---- services for clients. The config factory and the data update service are the same objects as long as they
-    // are referenced; each query object is a new one.
+    // ---- services for clients. While the config factory or the data update service is referenced, each call returns
+    // the same object. Each query object is a new one.
     XLXComPtr<ILXConfigFactory> ConfigFactory() const;
     XLXComPtr<ILX_Query> Query() const;
     XLXComPtr<ILXDataUpdate> DataUpdate() const;
@@ -61,12 +61,11 @@ public:
     /// A copy of the current model.
     XServerModel Model() const;
     XServerObjectCount LiveObjects() const;
-    /// The number of live objects of all servers in the process, for a check at its end. The test runner needs this
-    /// type.
+    /// The number of live objects of all servers in the process, for the test runner's check at the end.
     static long LiveObjectsOfAllServers();
 
     // ---- notifications
-    /// Sends a notification unchanged to every client that subscribed to that data type. The id 0 means the next one.
+    /// Sends a notification unchanged to every client that subscribed to its data type. The id 0 means the next one.
     XNotification SendNotification(const XText& dataId, const XText& dataType = "cfc_specific", ULONG id = 0,
                                    XNotify notify = XNotify::Here);
     /// The id that was used last. Ids are consecutive from 1.
@@ -75,7 +74,7 @@ public:
     void FlushNotifications(std::chrono::milliseconds limit = std::chrono::seconds(20));
     std::vector<XRegisteredClient> Clients() const;
     /// For clients in other processes: each client that registers from now on is called on its own thread, so that a
-    /// slow one does not delay the others. A sender waits at most that long for the answers, and not at all for a
+    /// slow one does not delay the others. A sender waits at most this long for the answers, and not at all for a
     /// client that is busy or was slow the last time.
     void CallEachClientOnItsOwnThread(std::chrono::milliseconds wait);
     /// Drops clients whose processes are gone. Notifications do that, too.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // The server's config factory with its bulk reads. Each server has at most one at a time. It supports ILXCallbackUpdate
-// only if a test enabled that.
+// only if a test has enabled it.
 #ifndef XSERVERCONFIGFACTORY_H
 #define XSERVERCONFIGFACTORY_H
 

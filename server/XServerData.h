@@ -21,7 +21,7 @@ public:
     static XLXComPtr<XServerDataObject> For(const XServerCorePtr& core, std::shared_ptr<XModelDataObject> object);
     /// The objects for elements of the model. Call it without the model's lock.
     static std::vector<XLXComPtr<ILX_BaseDataObject>> ForAll(const XServerCorePtr& core, const Elements& elements);
-    /// The object with that id; null if the model has none.
+    /// The object with this id; null if the model has none.
     static XLXComPtr<XServerDataObject> Find(const XServerCorePtr& core, XLXTextView id);
 
     STDMETHODIMP GetTableName(BSTR* pbstrTable) override;

@@ -21,7 +21,7 @@ template <class T> const XModelRef<T>* FindNumber(const XModelList<T>& list, int
     return found != list.end() ? &*found : nullptr;
 }
 
-/// Appends an element whose key property has that value.
+/// Appends an element whose key property has this value.
 template <class T> T& Append(XModelList<T>& list, int keyIndex, const XModelValue& key) {
     T& element = *list.emplace_back();
     element.properties.Set(keyIndex, key);

@@ -142,7 +142,7 @@ struct XServerModel {
     XModelDataObject& AddRelationship(const XText& id, const XText& relationName, const XText& firstId,
                                       const XText& secondId);
 
-    /// The type of that name; null if there is none.
+    /// The type with this name; null if there is none.
     const XModelRef<XModelType>* FindType(XLXTextView name) const;
     const XModelRef<XModelRelation>* FindRelation(XLXTextView parent, XLXTextView child, XLXTextView childList) const;
     const XModelRef<XModelGlobalSpec>* FindGlobalSpec(XLXTextView propertyId) const;

@@ -20,12 +20,12 @@ public:
     }
     void Flush(std::chrono::milliseconds limit) const {
         const bool idle = WaitUntilIdle(lx::ClientQueue::Clock::now() + limit);
-        if (!idle) { throw std::runtime_error("the notifier threads make no end"); }
+        if (!idle) { throw std::runtime_error("the notifier threads are still sending after the limit"); }
     }
     void AnnounceTermination() { lx::Notifier::AnnounceTermination(m_way); }
     void CheckClients() { lx::Notifier::CheckClients(m_way); }
 
-    /// From now on, no client is called on the sender's thread. The sender waits at most that long for the answers.
+    /// From now on, no client is called on the sender's thread. The sender waits at most this long for the answers.
     void CallEachClientOnItsOwnThread(std::chrono::milliseconds wait) {
         SetAnswerWait(wait);
         m_way = Way::Waiting;

@@ -111,7 +111,7 @@ protected:
         return Call<First>(method, std::forward<F>(body), outs...);
     }
 
-    /// A method that this server does not offer.
+    /// A method that this server does not implement.
     template <class... Outs> HRESULT Refuse(std::string_view method, Outs*... outs) noexcept {
         return Call<First>(
             method, [] { return E_NOTIMPL; }, outs...);

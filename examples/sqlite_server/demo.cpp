@@ -28,16 +28,18 @@ private:
 void Show(const std::string& database, const char* sql) {
     const Side first(database);
     const Side second(database);
-    std::puts("Two servers over one database; the caches of both have RatedFlow in cubic metres per hour.");
+    std::puts("Two servers over one database; both caches return cubic metres per hour as the unit of RatedFlow.");
     std::fflush(stdout);
     if (sql != nullptr) { Database(database).Run(sql); }
     const lxcfc::String edited = OLESTR("l/s");
     const auto start = std::chrono::steady_clock::now();
     while (first.Unit() != edited || second.Unit() != edited) {
-        if (std::chrono::steady_clock::now() - start > EditWait) { throw std::runtime_error("nobody edited it"); }
+        if (std::chrono::steady_clock::now() - start > EditWait) {
+            throw std::runtime_error("the unit was not edited within the time limit");
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    std::puts("Somebody else ran an UPDATE: the caches of both have it in l/s.");
+    std::puts("Another connection ran an UPDATE: both caches now return l/s.");
 }
 } // namespace
 

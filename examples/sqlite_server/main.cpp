@@ -8,8 +8,8 @@
 //     lxsqliteserver --stop                           ends all running servers
 //     lxsqliteserver --unregister
 //
-// If COM started it, it ends some seconds after its last client. Exit status: 0 on success, 1 on failure, other values
-// for invalid options.
+// If COM started the program, it ends a few seconds after the last client has gone. Exit status: 0 on success, 1 on
+// failure, other values for invalid options.
 #include "SqliteServer.h"
 
 #include <lxserver/LocalServer.h>
@@ -91,15 +91,17 @@ int main(int argc, char** argv) {
         }) > 0;
 
     CLI::App app("A configuration server over a SQLite database, for clients in other processes.");
-    auto* const stops = app.add_flag("--stop", options.stops, "End the servers that run");
-    auto* const unregisters = app.add_flag("--unregister", options.unregisters, "Take the registration back");
+    auto* const stops = app.add_flag("--stop", options.stops, "End all running servers");
+    auto* const unregisters = app.add_flag("--unregister", options.unregisters, "Undo --register");
     app.add_option("--database", options.database, "The database, made with make_database.py")
         ->check(CLI::ExistingFile)
         ->excludes(stops);
-    app.add_option("--sql", options.sql, "Run a statement on the database, as any other program might, and end");
+    app.add_option("--sql", options.sql, "Run a statement on the database, as any other program might do, and exit");
     app.add_option("--ready-event", options.readyEvent, "Name of an event to set when clients can find the server");
     app.add_flag("--single-use", options.terms.singleUse, "Serve only the first client that looks for the server");
-    app.add_flag("--register", options.registers, "Tell COM how to start it")->excludes(unregisters)->excludes(stops);
+    app.add_flag("--register", options.registers, "Register the program, so that COM starts it on demand")
+        ->excludes(unregisters)
+        ->excludes(stops);
     CLI11_PARSE(app, static_cast<int>(arguments.size()), arguments.data());
     try {
         Run(options);

@@ -2,7 +2,7 @@
 #
 # Defines the target lxsqlite if SQLite is available. On Linux this is the system's package. For Windows SQLite is built
 # from the sources in an npm package of a fixed version, whose checksum is verified.
-set(LX_SQLITE_SOURCE "" CACHE PATH "Folder of sqlite3.c and sqlite3.h for Windows; empty: they are got with npm")
+set(LX_SQLITE_SOURCE "" CACHE PATH "Folder of sqlite3.c and sqlite3.h for Windows; empty: they are fetched with npm")
 set(lx_sqlite_package better-sqlite3)
 set(lx_sqlite_version 11.10.0)
 set(lx_sqlite_sum 71e2d66a44dafc35649ff82742cf4908557fc31841108d19703b74b7065c0293)

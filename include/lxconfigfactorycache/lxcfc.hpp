@@ -746,7 +746,7 @@ public:
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_isOpen = true;
     }
-    /// Stops calling the function and waits for calls in progress. A call on this same thread is not waited for.
+    /// Stops calling the function and waits for calls in progress, except for those on the calling thread.
     void Close() noexcept {
         std::shared_ptr<const Changed> function; // destroyed after unlocking
         std::unique_lock<std::mutex> lock(m_mutex);

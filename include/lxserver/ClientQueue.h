@@ -45,9 +45,9 @@ public:
     using Answer = std::future<std::optional<HRESULT>>; ///< std::nullopt if the queue dropped the call
     using Clock = std::chrono::steady_clock;
 
-    /// After a call that takes longer, the next one is not waited for.
+    /// After a call that takes longer, a sender does not wait for the next one.
     static constexpr std::chrono::milliseconds SlowAnswer{500};
-    /// The longest queue. Beyond that one call replaces all queued ones.
+    /// The most calls that are queued. Beyond that, one call replaces all of them.
     static constexpr std::size_t MostWaiting = 1000;
 
     static std::shared_ptr<ClientQueue> Create(ILXCallbackUpdate* callback) {
@@ -119,8 +119,8 @@ public:
         std::unique_lock lock(m_mutex);
         return m_changed.wait_until(lock, until, [this] { return IsIdle(); });
     }
-    /// Waits until the queue's thread has finished; returns false on timeout. Call it after End. On that thread itself
-    /// it returns at once.
+    /// Waits until the queue's thread has finished; returns false on timeout. Call it after End. On the queue's
+    /// thread itself it returns at once.
     bool WaitUntilEnded(Clock::time_point until) {
         std::unique_lock lock(m_mutex);
         return m_thread == std::this_thread::get_id() ||

@@ -15,7 +15,7 @@
 //            each registered callback until the client unregisters, is gone or hangs, or until the server is destroyed.
 // Threading  Thread-safe; Snapshot and SetValue are called concurrently too. A snapshot is immutable; a change
 //            publishes a new one. Notify waits for clients, at most Notifier::AnswerWait, and clients may call back
-//            meanwhile. So call it after the change is in place, and without a lock that Snapshot needs.
+//            meanwhile. So call Notify after the change is in place, and without a lock that Snapshot needs.
 // Errors     Exceptions of Snapshot and SetValue become the result of the method that the client called (Object.h).
 #ifndef LXSERVER_CONFIGSERVER_H
 #define LXSERVER_CONFIGSERVER_H
@@ -123,8 +123,8 @@ public:
     /// @param index  a valid property index of the key's kind
     /// @return       the result for the client; S_OK if the value was set
     virtual HRESULT SetValue(const Key& /*key*/, int /*index*/, const Value& /*value*/) { return E_NOTIMPL; }
-    /// Answers clients' queries: the data objects of a table that meet all criteria. The cache finds plan types with
-    /// it.
+    /// Answers clients' queries: the data objects of a table that meet all criteria. The cache uses it to find plan
+    /// types.
     virtual std::vector<Ref<ILX_BaseDataObject>> Search(const Text& /*table*/,
                                                         const std::map<Text, Value>& /*criteria*/) {
         return {};

@@ -59,8 +59,8 @@ public:
     Notifier& operator=(const Notifier&) = delete;
     ~Notifier() { Shutdown(); }
 
-    /// Sends a notification to each client that has enabled its data type. Waits for the answers, at most for the
-    /// answer wait (AnswerWait). Does not wait for a client that is busy or whose last answer was slow.
+    /// Sends a notification to each client that has enabled its data type. Waits for the answers, but not
+    /// longer than SetAnswerWait allows, and not for a client that is busy or whose last answer was slow.
     /// @param leaveOut  the client that made the change and is not notified; 0 for none
     /// @return          the id of the notification
     ULONG Send(const Text& dataId, const Text& dataType = CfcSpecific, LONG leaveOut = 0) {

@@ -49,7 +49,7 @@ EXTERN_C const GUID GUID_NULL;
 
 #endif /* LXPLATFORM_GUIDDEF_H */
 
-/* Outside the guard: a file may include <initguid.h> after this one, to define what it names. */
+/* Outside the include guard: a file may include <initguid.h> after this header, to define GUIDs from there on. */
 #undef DEFINE_GUID
 #ifdef INITGUID
 #ifdef __cplusplus

@@ -14,7 +14,7 @@ typedef struct tagSAFEARRAYBOUND {
     LONG lLbound;
 } SAFEARRAYBOUND, *LPSAFEARRAYBOUND;
 
-/* The bounds stand in reverse order: the last dimension first. */
+/* The bounds are in reverse order: the last dimension comes first. */
 typedef struct tagSAFEARRAY {
     USHORT cDims;
     USHORT fFeatures;

@@ -25,7 +25,7 @@ STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv);
 STDAPI DllCanUnloadNow(void);
 
 EXTERN_C HRESULT WINAPI CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit);
-/* The last call unloads the modules that agree to go. */
+/* The last call unloads the modules whose DllCanUnloadNow returns S_OK. */
 EXTERN_C void WINAPI CoUninitialize(void);
 
 EXTERN_C HRESULT WINAPI CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext, DWORD flags,
@@ -39,7 +39,7 @@ EXTERN_C void WINAPI CoTaskMemFree(LPVOID pv);
 
 EXTERN_C int WINAPI StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax);
 EXTERN_C HRESULT WINAPI CLSIDFromProgID(LPCOLESTR lpszProgID, CLSID* pclsid);
-/* An identifier only; not a ProgID too. */
+/* Accepts only a GUID in text form, not a ProgID. */
 EXTERN_C HRESULT WINAPI CLSIDFromString(LPCOLESTR lpsz, CLSID* pclsid);
 
 #endif

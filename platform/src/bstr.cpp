@@ -9,7 +9,7 @@
 #include <string>
 
 namespace {
-// The length in bytes stands directly before the first character. The other half of the prefix keeps the text aligned.
+// The length in bytes directly precedes the first character. The other half of the prefix keeps the text aligned.
 struct Prefix {
     DWORD unused;
     DWORD bytes;

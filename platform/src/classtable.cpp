@@ -2,9 +2,8 @@
 //
 // Class objects: those that the process registered, and those of modules that the registry names.
 //
-// One mutex guards the table of class objects, the list of modules and the apartment counts. No class object and no
-// module is called while it is held.
-// no module is called while it is held.
+// One mutex guards the table of class objects, the list of modules and the apartment counts. While it is held, no
+// module is called, and of class objects only AddRef.
 #include <objbase.h>
 #include <winbase.h>
 #include <winreg.h>
@@ -127,7 +126,7 @@ HRESULT GetFromModule(Tables& tables, REFCLSID id, REFIID riid, LPVOID* ppv) {
     return result;
 }
 
-/// Unloads the modules that nobody uses and that agree to go.
+/// Unloads the modules that are not in use and whose DllCanUnloadNow returns S_OK.
 void UnloadUnused(Tables& tables) {
     std::vector<std::list<Module>::iterator> unused;
     {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // The slim lock is one 32-bit word; waiting threads sleep on it with a futex. A shared request succeeds when no writer
-// holds the lock and none waits. A shared request that was woken by a departing writer goes before the next writer, so
-// neither side starves the other.
+// holds the lock and none waits. A shared request that a writer's release has woken no longer yields to waiting
+// writers, so neither side starves the other.
 #include <winbase.h>
 #include <winerror.h>
 

@@ -54,7 +54,7 @@ Hive& TheHive() {
     return hive;
 }
 
-/// The index of a root key. Any result other than 0, 1 and 2 means that it is no root key.
+/// The index of a root key: 0, 1 or 2. Any other result means that the key is not a root key.
 ULONG_PTR RootNumber(HKEY key) {
     return reinterpret_cast<ULONG_PTR>(key) - reinterpret_cast<ULONG_PTR>(HKEY_CLASSES_ROOT);
 }

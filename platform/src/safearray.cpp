@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Creating, copying and destroying arrays. 16 bytes precede the descriptor; the last four of them are the element type.
+// Creating, copying and destroying arrays. 16 bytes precede the descriptor: the interface id of an array of objects;
+// otherwise the last four are the element type.
 #include "allocation.h"
 
 #include "safearray_elements.h"

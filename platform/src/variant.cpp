@@ -74,7 +74,7 @@ HRESULT VariantCopyInd(VARIANT* pvarDest, VARIANT* pvarSrc) {
     if (!IsValid(pvarSrc->vt) || pvarSrc->byref == nullptr) { return E_INVALIDARG; }
     const VARTYPE vt = static_cast<VARTYPE>(pvarSrc->vt & ~VT_BYREF);
     if (vt == VT_VARIANT) {
-        // A reference to a reference is followed, but no further.
+        // The referenced VARIANT may be a reference to a value, but not to another VARIANT.
         const bool tooDeep = pvarSrc->pvarVal->vt == (VT_BYREF | VT_VARIANT);
         return tooDeep ? E_INVALIDARG : VariantCopyInd(pvarDest, pvarSrc->pvarVal);
     }

@@ -38,8 +38,8 @@ Number Boolean(VARIANT_BOOL value) {
     return number;
 }
 
-/// Parses a number: blanks, one sign in front or behind or parentheses for a negative number, digits with thousands
-/// separators, a decimal point, an exponent.
+/// Parses a number: blanks; one sign before or after the number, or parentheses for a negative number; digits with
+/// thousands separators; a decimal point; an exponent.
 class TextNumber {
 public:
     explicit TextNumber(std::u16string_view text) : m_rest(text) {}

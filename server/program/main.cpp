@@ -4,12 +4,12 @@
 //
 //     lxsampleserver --register --model models/plant.json   lets COM start it on demand
 //     lxsampleserver --model models/plant.json              serves until ILXSampleServer::Stop is called
-//     lxsampleserver --generate 1000                        the same with a generated model of that many types
+//     lxsampleserver --generate 1000                        the same with a generated model of 1000 types
 //     lxsampleserver --stop                                 stops the running one
 //     lxsampleserver --unregister
 //
-// If COM started it, it ends some seconds after the last client. Exit status: 0 on success, 1 on failure, other values
-// for wrong options.
+// If COM started the program, it ends a few seconds after the last client has gone. Exit status: 0 on success, 1 on
+// failure, other values for wrong options.
 #include "XServerHost.h"
 
 #include <CLI/CLI.hpp>
@@ -132,19 +132,20 @@ int main(int argc, char** argv) {
     options.terms.idleEnd = TakeEmbedding(arguments);
 
     CLI::App app("The sample server of the configuration cache, for clients in other processes.");
-    auto* const model = app.add_option("--model", options.model, "Model file; a small model of its own without it");
-    app.add_option("--generate", options.generated, "A generated model with that many types instead")
+    auto* const model = app.add_option("--model", options.model, "Model file (default: a small built-in model)");
+    app.add_option("--generate", options.generated, "Number of types of a generated model to use instead")
         ->check(CLI::Range(1, 100000))
         ->excludes(model);
     app.add_flag("--component-objects", options.deliversComponentObjects,
-                 "Deliver the objects of types and their components with the values; clients ask for them otherwise");
-    app.add_option("--delay", options.delay, "Milliseconds that each call takes at least")
+                 "Deliver the objects of types and their components with the values; otherwise clients ask for them");
+    app.add_option("--delay", options.delay, "Minimum duration of each call in milliseconds")
         ->check(CLI::Range(0.0, 1000.0));
     app.add_option("--ready-event", options.readyEvent, "Name of an event to set when clients can find the server");
     app.add_flag("--single-use", options.terms.singleUse, "Serve only the first client that looks for the server");
-    auto* const registers = app.add_flag("--register", options.registers, "Tell COM how to start it");
-    auto* const unregisters = app.add_flag("--unregister", options.unregisters, "Take that back")->excludes(registers);
-    app.add_flag("--stop", options.stops, "End the server that runs")->excludes(registers)->excludes(unregisters);
+    auto* const registers =
+        app.add_flag("--register", options.registers, "Register the program, so that COM starts it on demand");
+    auto* const unregisters = app.add_flag("--unregister", options.unregisters, "Undo --register")->excludes(registers);
+    app.add_flag("--stop", options.stops, "End the running server")->excludes(registers)->excludes(unregisters);
     CLI11_PARSE(app, static_cast<int>(arguments.size()), arguments.data());
     return Run(options);
 }

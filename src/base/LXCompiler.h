@@ -23,7 +23,7 @@
 #define LX_THREAD_LOCAL thread_local
 #endif
 
-// Clang proves with these that what a mutex guards is used only while it is held (-Wthread-safety).
+// With these, Clang checks that data guarded by a mutex is used only while the mutex is held (-Wthread-safety).
 #if defined(__clang__)
 #define LX_MUTEX __attribute__((capability("mutex")))
 #define LX_MUTEX_SCOPE __attribute__((scoped_lockable))

@@ -30,13 +30,13 @@ public:
         return found != end() && !(key < found->first) ? found : end();
     }
 
-    /// Takes the room for so many entries at once.
+    /// Allocates room for this many entries.
     void Reserve(std::size_t entries) { m_entries.reserve(entries); }
     void Add(Key key, T value) { m_entries.emplace_back(std::move(key), std::move(value)); }
     /// Adds copies of all entries of another map.
     void Add(const XSortedMap& that) { m_entries.insert(m_entries.end(), that.begin(), that.end()); }
 
-    /// Sorts the added entries in. Of entries with equal keys, the one added last stays.
+    /// Sorts the added entries into the map. Of entries with equal keys, the one added last stays.
     void Settle() {
         const auto added = std::is_sorted_until(m_entries.begin(), m_entries.end(), Less);
         std::stable_sort(added, m_entries.end(), Less);

@@ -66,7 +66,7 @@ public:
 private:
     LXErrorLocation At(int line) const noexcept { return {"LXComInterfaceProxy", m_scope, "operator *", line}; }
 
-    /// Keeps an answer unless another record came meanwhile, which shows in a different source.
+    /// Keeps an answer unless another record has replaced the source or the object in the meantime.
     void Publish(XLXComPtr<IUnknown> held, XLXComPtr<I> typed, const XServerSourcePtr& source) const noexcept {
         const IUnknown* const object = held.Get();
         const XLeafLock lock(m_mutex);
@@ -75,7 +75,7 @@ private:
     }
 
     const char* m_scope;
-    mutable XLeafMutex m_mutex;               // nothing foreign is called while it is held
+    mutable XLeafMutex m_mutex;               // held only to copy or exchange pointers
     XStamp m_record LX_GUARDED_BY(m_mutex){}; // of the newest record
     mutable Link m_link LX_GUARDED_BY(m_mutex);
 };

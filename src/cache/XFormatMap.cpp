@@ -46,7 +46,7 @@ void XFormatMap::Erase(const XObjectTime& time, int type) { Replace(time, type, 
 
 // Drops an answer that a notification, a creation or a deletion overtook; the next request asks again.
 void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const XStamp& stamp, std::uint64_t changes) {
-    Map dropped; // this and the next are destroyed after the lock is released
+    Map dropped; // destroyed after the lock is released, as is `late`
     Format late;
     m_mapFormatCache.Write([&](Formats& formats) {
         EmptyIfStale(formats, time, dropped);
@@ -67,8 +67,8 @@ void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const 
     });
 }
 
-// Enters what the server has created, or removes what it has deleted. The change count makes answers that are still
-// under way older.
+// Enters a format that the server has created, or removes one that it has deleted. The change count makes answers that
+// are still on their way older.
 void XFormatMap::Replace(const XObjectTime& time, int type, const Format& format, const XStamp& stamp) {
     Map dropped;
     m_mapFormatCache.Write([&](Formats& formats) {
@@ -92,8 +92,8 @@ void XFormatMap::EmptyIfStale(Formats& formats, const XObjectTime& time, Map& dr
     }
 }
 
-// Under the map's lock: a notification to a format finds it either in the map or detached, and tells its successor
-// through the clock in the second case.
+// Called under the map's lock. A notification finds its format either in the map or detached; in the second case it
+// reaches the successor through the clock.
 void XFormatMap::DetachAll(const Map& dropped) noexcept {
     for (const auto& [type, format] : dropped) {
         if (format) { format->Detach(); }

@@ -53,7 +53,7 @@ private:
         Map map;
         std::deque<int> negative; ///< the types of the negative answers, oldest first
         XStamp stamp;
-        std::uint64_t changes = 0; ///< formats created or deleted here; an answer that one overtook is not cached
+        std::uint64_t changes = 0; ///< formats created or deleted here; an answer overtaken by one is not cached
     };
 
     XStamp Now(const XObjectTime& time) const noexcept { return {time.Now(), m_own.Now()}; }

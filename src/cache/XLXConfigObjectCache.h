@@ -92,7 +92,7 @@ public:
     void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) {
         m_direct.Raise(notification.number); // before the own counts: see XBasicDirectNumber
         if (m_place.load() != Place::InMap) {
-            // May be meant for the object's successor in the map.
+            // The notification may be meant for the object's successor in the map.
             m_clock->Advance(notification.concerned);
             m_place.store(Place::Stale);
         }
@@ -158,9 +158,10 @@ public:
     /// Takes a record of an answer, unless a newer one was taken before. Its server object replaces the present one,
     /// and its values replace older ones. A new object takes its first record in the same way, because an older answer
     /// may still arrive.
+    ///
     /// Everything loaded through a former server object becomes stale: the pointer is replaced first and the own counts
-    /// are advanced afterwards, while readers note first and take the pointer afterwards. A server object that a source
-    /// supplied, or is about to supply, counts as a former one.
+    /// are advanced afterwards, while readers note a stamp first and take the pointer afterwards. An object that a
+    /// source supplied, or is about to supply, counts as a former one.
     /// @param source  supplies the server object on first use, if the record has none
     /// @return false: a newer record was taken before, and nothing changed
     bool TakeRecord(XLXComPtr<IUnknown> server, XVariantRow values, const XRequestTime& requested, XRetired& retired,
@@ -213,7 +214,7 @@ public:
 protected:
     ~XLXConfigObjectCache() = default;
 
-    /// Amends values that are about to enter the store; returns the object that this replaced.
+    /// Amends values that are about to enter the store. Returns the object that this displaced.
     XLXComPtr<IUnknown> AmendValues(XVariantRow&) { return {}; }
     /// Called under the store's lock with the new values.
     void OnAssigned(const XVariantRow&, const XStamp&) noexcept {}
@@ -237,7 +238,8 @@ protected:
     /// A copy of the whole clock.
     XMoment Moment() const noexcept { return m_clock ? m_clock->Copy() : XMoment::Timeless(); }
 
-    /// Has stale values refilled together with those of other objects. True: values were read, so look again.
+    /// Refills stale values together with those of other objects. True: a refill has run, so the store may have fresh
+    /// values now.
     bool IsReadWithOthers() {
         return m_refill && m_place.load() == Place::InMap && !AreValuesFresh() && m_refill->OnStale(Facts.values);
     }

@@ -22,7 +22,7 @@ public:
     }
     const_iterator find(const XCFGStringKey& key) const { return find(key.Text()); }
 
-    /// Sorts the added entries in, like XSortedMap, and rebuilds the hash table.
+    /// Sorts the added entries into the map, as XSortedMap does, and rebuilds the hash table.
     void Settle() {
         XSortedMap<XCFGStringKey, T>::Settle();
         m_places.assign(std::bit_ceil(2 * this->size()), 0);

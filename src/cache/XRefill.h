@@ -66,11 +66,11 @@ public:
     XRefill(const XRefill&) = delete;
     XRefill& operator=(const XRefill&) = delete;
 
-    /// Sets the number of objects: readAll runs after a share of them was found stale; by default, after two.
+    /// Sets the number of objects: readAll runs once a share of them, but at least two, was found stale.
     void SetObjects(std::size_t count) noexcept { m_enough.store(std::max(FewestStale, count / WorthOfAll)); }
 
-    /// Reports that an object found its values, of that aspect, stale. True: readAll has run, so the object's values
-    /// may be fresh now.
+    /// Reports that an object found its values stale. True: readAll has run, so the values may be fresh now.
+    /// @param values  the aspect of the values
     bool OnStale(XAspect values) noexcept;
     /// Starts counting again: values became stale without the clock, by a direct notification.
     void Restart() noexcept;
@@ -78,7 +78,8 @@ public:
 
 private:
     static constexpr std::size_t FewestStale = 2;
-    /// Reading everything costs as much as reading a sixth of the types one by one, with two calls each.
+    /// Reading all types costs as much as reading a sixth of them one by one. Each type read so far has cost two calls,
+    /// so reading a twelfth has cost the same.
     static constexpr std::size_t WorthOfAll = 12;
     bool Begin() noexcept;
 

@@ -136,7 +136,7 @@ XLXAttributeCache::TypeMapPtr XLXAttributeCache::FetchAttributeTypes(const XRequ
     return std::make_shared<const TypeMap>(std::move(types));
 }
 
-// If the server cannot enumerate the types, none are cached until the next notification.
+// If the server cannot enumerate the types, the result is empty and is cached like any other.
 XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(const XRequestTime& requested,
                                                                  std::exception_ptr& failure) const {
     const LXErrorLocation at = TheFacts.At("LoadAttributeTypes");

@@ -23,7 +23,7 @@ public:
     LONG GroupNumber() const noexcept { return static_cast<LONG>(static_cast<std::uint32_t>(m_word >> 32)); }
 
 private:
-    static constexpr std::uint64_t Low = 0xFFFFFFFF; ///< the displays (LXDisplay); above them the group's number
+    static constexpr std::uint64_t Low = 0xFFFFFFFF; ///< the displays (LXDisplay); the upper half has the group number
 
     std::uint64_t m_word = 0;
 };

@@ -67,7 +67,7 @@ template <class F> auto LXRaisedAt(const LXErrorLocation& at, F&& body) {
 }
 
 /// Runs a step of a load and keeps the failure that it raises, so that the data read before the failure can be
-/// published first. LXRaiseKept raises it then.
+/// published first. LXRaiseKept raises the failure afterwards.
 template <class F> void LXKeepFailure(std::exception_ptr& failure, F&& step) {
     try {
         step();
@@ -214,8 +214,9 @@ HRESULT LXGetClientInfo(tagLXClientInfo* info, const char* className, const LXEr
 /// The name of this computer. Raises the platform's error code with this text.
 XLXComBSTR LXComputerName(XLXTextView failureText, const LXErrorLocation& at);
 
-/// Visits all elements of a server's enumeration, in batches, until it returns anything but S_OK. A failure is
-/// returned; the elements fetched before it have been visited. All elements are released.
+/// Visits all elements of a server's enumeration, in batches, until a call returns anything but S_OK. A failure is
+/// returned; the elements fetched before it have been visited. All elements are released, except those of a failed
+/// call.
 /// @param visit  called with each non-null element, as XLXComPtr<Element>&&
 template <ULONG BatchSize, class Element, class Enumerator, class Visit>
 HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLocation& at, Visit&& visit) {

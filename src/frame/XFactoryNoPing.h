@@ -2,8 +2,9 @@
 //
 // The class factory that the module returns and keeps.
 //
-// Ownership  The module holds the first reference until it is unloaded. While anybody else holds one, the factory locks
-//            the module. The module's own reference neither locks it nor counts as a live object.
+// Ownership  The module holds the first reference until it is unloaded. While there are references from outside the
+//            module, the factory locks the module. The module's own reference neither locks it nor counts as a live
+//            object.
 // Threading  Thread-safe.
 #ifndef XFACTORYNOPING_H
 #define XFACTORYNOPING_H

@@ -8,7 +8,7 @@ namespace {
 enum class ERemoval {
     WhenEmpty, ///< removed when it has no subkeys
     Never,
-    Whole ///< removed with all its subkeys; Register replaces it the same way
+    Whole ///< removed with all its subkeys, also by Register before it creates the key
 };
 
 /// A key, or another value of the preceding key.

@@ -10,8 +10,8 @@
 
 class XLXPCPartCacheMng;
 
-/// The manager's state that belongs to the server. Whoever asks the server holds a reference to the connection
-/// meanwhile, so all its requests go to the same connection.
+/// The manager's state that belongs to the server. An operation holds a reference to the connection while it asks the
+/// server, so all its requests go to the same connection.
 struct XConnection {
     XConnection(XLXComPtr<ILXConfigFactory> factory, XLXComPtr<ILX_Query> queryObject)
         : configFactory(std::move(factory)),
@@ -43,7 +43,7 @@ struct XConnection {
 };
 using XConnectionPtr = std::shared_ptr<XConnection>;
 
-/// The owner of the connection, the manager, as its registries see it.
+/// The manager as its registries see it: the owner of the connection.
 class XConnectionOwner {
 public:
     /// The connection, or null.
@@ -51,7 +51,7 @@ public:
         const XLeafLock lock(m_mutex);
         return m_connection;
     }
-    /// The connection with that clock; null when it is over, whichever came after it.
+    /// The connection with that clock; null if it is over, even if there is another one now.
     XConnectionPtr ConnectionWith(const XClockPtr& clock) const noexcept {
         XConnectionPtr connection = Connection();
         return connection && connection->clock == clock ? connection : nullptr;

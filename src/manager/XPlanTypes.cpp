@@ -65,7 +65,7 @@ Objects MasterSets(ILX_Query& query) {
                      [&](IEnumBaseDataObject** out) { return query.GetSearchResult(out); });
 }
 
-// Ignores plan types and children without a name, because nothing could find them. When a name comes twice, the last
+// Ignores plan types and children without a name, because nothing could find them. If a name occurs twice, the last
 // short name applies to all its relations.
 void AddPlanType(ILX_BaseDataObject& object, XNameMap<Relations>& map) {
     const XLXText name = TextOf(object, OLESTR("configtypename"));

@@ -5,9 +5,9 @@
 #include "XCFGStringKey.h"
 #include "XRegistry.h"
 
-/// The plan types: types of the plans of the object database, with the relations to the types allowed below each. The
-/// query object finds them in the database; one thread uses it at a time. A failing query is logged and answered as no
-/// plan types; it is not cached, so the next request asks again.
+/// The plan types: types of the plans of the object database, with the relations to the types allowed below each. They
+/// are searched with the query object. A failing search is logged and answered with no plan types. That answer is not
+/// cached, so the next request asks again.
 class XPlanTypes : public XRegistry<XNameMap<std::vector<XRelationHost::PlanTypeRelation>>> {
 public:
     using XRegistry::XRegistry;

@@ -3,8 +3,8 @@
 
 #include <unordered_map>
 
-// A link that was refused because it would close a cycle is ignored here too. A base that is named but is not in the
-// map is added.
+// A base whose link was refused, because it would close a cycle, is ignored here too. A base that is named but is not
+// in the map counts as a base.
 XTypeInheritanceInfo::Info::Info(const std::vector<XTypeMap::Map::value_type>& types) {
     std::unordered_map<const XLXTypeCache*, const XCFGStringKey*> nameOf;
     for (const auto& [name, entry] : types) {

@@ -24,8 +24,8 @@ Map::value_type* BaseOf(Map& map, const XTypeMap::Entry& entry, std::vector<XLXT
     return nullptr;
 }
 
-// Links each chain from the top down. The types above a new base are then already linked, so an outdated link cannot
-// look like a cycle. A link that would close a cycle is cleared and reported; the others are not affected.
+// Links each chain from the top down. The types above a new base are then already linked, so an outdated link is not
+// mistaken for a cycle. A link that would close a cycle is cleared and reported; the others are not affected.
 void LinkBases(Map& map, XRetired& retired, std::vector<XLXText>& messages) {
     for (auto& [key, entry] : map) {
         entry.link = XTypeMap::Link::Pending;
@@ -84,8 +84,8 @@ bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole) {
                             LXManagerAt("AddToTypeCache"));
         }
     }
-    XRetired retired; // this and the next are used after the locks are released
-    std::vector<XLXText> messages;
+    XRetired retired;              // released after the locks
+    std::vector<XLXText> messages; // logged after the locks are released
     {
         const XLeafLock entering(m_entering);
         if (!(XCritReadProxy<Known>(m_mapType)->clock == noted.clock)) { return false; }

@@ -13,7 +13,7 @@
 
 #include <deque>
 
-/// What types need from their connection. They may outlive the connection.
+/// What types need from their connection, which they may outlive.
 struct XTypeHost {
     XRefillPtr refill; ///< reads the stale values of all types together
     /// The server's type of that name; null if there is none or the connection is over. Raises failures.
@@ -72,7 +72,7 @@ public:
 
     /// All types, in key order.
     std::vector<Map::value_type> Types() const;
-    /// A number that changes whenever the types or their links may have changed.
+    /// A number that changes whenever the map may have changed its types or their links.
     std::uint64_t Version() const noexcept { return m_version.load(); }
 
     XFillMutex& FillMutex() noexcept { return m_fill; }
@@ -92,7 +92,7 @@ private:
         Map map;
         XNameIndex<XLXTypeCache*> index;  ///< of the map, for look-ups
         XNameSet negative;                ///< names that the server does not know
-        std::deque<XCFGStringKey> oldest; ///< the negative names, oldest first; some may be erased from the set
+        std::deque<XCFGStringKey> oldest; ///< the negative names, oldest first
         XStamp stamp;
         XClockPtr clock; ///< of the connection; null: no connection
     };

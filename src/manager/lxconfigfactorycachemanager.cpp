@@ -5,7 +5,7 @@
 
 #include "lxtransientpc.h"
 
-// With the last reference the server's one is gone too, so no notification can be under way. Does not call the server.
+// Nobody holds a reference any more, so no notification can be in progress. Does not call the server.
 XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager() {
     m_selfLink.Clear();
     m_ownLink.Clear();

@@ -4,8 +4,8 @@
 #include "lxconfigfactorycachemanager.h"
 
 namespace {
-/// Returns the names in a buffer; the client frees the buffer and each name. Without names returns S_FALSE and does not
-/// touch the outputs, which are 0 and null.
+/// Returns the names in a buffer; the client frees the buffer and each name. If there are none, returns S_FALSE and
+/// leaves the outputs at 0 and null.
 HRESULT HandOutNames(std::vector<XLXComBSTR> list, LONG* count, BSTR** names) {
     if (list.empty()) { return S_FALSE; }
     auto* const buffer = static_cast<BSTR*>(CoTaskMemAlloc(list.size() * sizeof(BSTR)));

@@ -126,8 +126,8 @@ HRESULT XLXConfigFactoryCacheManager::Initialize(ULONG count, VARIANT* values) {
     });
 }
 
-// A second initialisation changes nothing. While another one is in progress, its server is not known yet, so a
-// different server cannot be logged.
+// A second initialisation changes nothing. While another one is in progress, its server may not be known yet; then a
+// different server is not logged.
 HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments) {
     const LXErrorLocation at = LXManagerAt("Init");
     const XFill init(m_init, &m_init, XFillKind::Lifecycle);
@@ -139,8 +139,8 @@ HRESULT XLXConfigFactoryCacheManager::Init(const InitArguments& arguments) {
     }
     XLXError::CheckPointer(arguments.factory.Get(), OLESTR("pConfigFactory"), at);
     const XConnectionPtr connection = Begin(arguments);
-    // After a failure the callback is unregistered: nobody calls Terminate on a manager that failed to initialise, and
-    // the server's reference to the callback would keep it alive.
+    // After a failure the callback is unregistered: a client need not call Terminate on a manager that failed to
+    // initialise, and the server's reference to the callback would keep the manager alive.
     const auto unregister = [this](XConnection* begun) { Unregister(*begun); };
     std::unique_ptr<XConnection, decltype(unregister)> unlessDone(connection.get(), unregister);
     if (!arguments.noNotifications) {

@@ -49,8 +49,8 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR dataId, BSTR dataTy
             const XAspectSet concerned = XNotificationRule::Concerned(id, mode);
             connection->clock->Advance(concerned);
             LXTraceInvalidated(concerned);
-            // The id is recorded in the connection that the notification came to, so that a late notification does not
-            // suppress one in the next connection.
+            // The id is recorded in the connection that the notification arrived in, so that a late one does not
+            // suppress another in the next connection.
             const XLeafLock lock(m_mutex);
             isHandled = connection->relations != nullptr;
             if (isHandled) { connection->lastNotificationId = notification; }

@@ -23,7 +23,7 @@ HRESULT ResolveTypeName(ILX_BaseDataObject* object, XLXText& typeName) {
 
 constexpr LXErrorLocation At(int line = LX_CURRENT_LINE) { return LXPCPartAt("GetSinglePCRelationByDO", line); }
 
-/// An attribute that must be a non-empty text; otherwise raises E_INVALIDARG with failureText.
+/// An attribute as text. Raises E_INVALIDARG with failureText if it cannot be read, is VT_EMPTY or is not convertible.
 XLXComBSTR TextAttribute(ILX_BaseDataObject& object, const OLECHAR* name, const OLECHAR* failureText,
                          const LXErrorLocation& at) {
     XLXComVariant value;

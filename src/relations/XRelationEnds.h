@@ -8,8 +8,9 @@
 
 /// The types at both ends of a relation.
 struct XRelationEnds {
-    /// Asks the given objects for their types. An object whose type name is given is asked only when it is derived from
-    /// the component base type. Raises E_INVALIDARG when neither an object nor a name is given for the parent.
+    /// Asks the given objects for the names of their types. A parent type name that is given is kept, unless the parent
+    /// derives from the component base type. Raises E_INVALIDARG if neither an object nor a name is given for the
+    /// parent.
     XRelationEnds(ILX_BaseDataObject* parent, ILX_BaseDataObject* child, BSTR parentTypeName = nullptr);
 
     XLXText parentType;

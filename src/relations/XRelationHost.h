@@ -20,7 +20,7 @@ class XPCInfoRegistry {
 public:
     /// @param newRelations  selects one of the two sets
     virtual HRESULT InternalGetPCInfoEnum(ILXPCInfoEnum** ppEnum, bool newRelations) = 0;
-    /// The PC info of exactly that browser; S_FALSE and null when there is none.
+    /// The PC info of the browser with exactly this name; S_FALSE and null if there is none.
     virtual HRESULT InternalGetPCInfo(XLXTextView browserId, ILXPCInfo** ppPCInfo, bool newRelations) = 0;
     virtual ULONG STDMETHODCALLTYPE Release() = 0;
     /// Adds a reference unless the count has reached 0.

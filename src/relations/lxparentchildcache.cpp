@@ -50,7 +50,7 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos() {
             LXKeepFailure(failure, [&] { FetchPCInfos(*fresh, {noted, moment}); });
             return fresh;
         },
-        // New PC infos missed a direct notification to the relation that arrived after the moment; comparing the
+        // New PC infos missed a direct notification to the relation that arrived after the moment; taking over the
         // owner's number makes up for that.
         [&](const PCInfoMap& map, const PCInfoMapPtr& former) {
             LXReplaceMap(former.get(), map);

@@ -51,7 +51,7 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Load() {
         },
         [&](const Map& loaded, const MapPtr& former) {
             replaced = former;
-            if (former != refreshed) // a parallel load published meanwhile and may have dropped some
+            if (former != refreshed) // a parallel load published meanwhile and may have detached some
             {
                 for (const auto& [names, entry] : loaded.inOrder) {
                     entry.relation->Attach();

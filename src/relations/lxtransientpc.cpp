@@ -54,12 +54,12 @@ XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXText
                                               const XRelationHost::PlanTypeRelation& relation, bool flag) {
     const Names names{XLXText(parent), relation.childType, relation.nameShort};
     const Pool::Key key(&host, names, flag);
-    const Pool::Key nobodys(nullptr, names, flag);
+    const Pool::Key unowned(nullptr, names, flag);
     Pool& pool = ThePool();
     const XLeafLock lock(pool.mutex);
     auto found = pool.relations.find(key);
     if (found == pool.relations.end()) {
-        const auto free = pool.relations.find(nobodys);
+        const auto free = pool.relations.find(unowned);
         found = free != pool.relations.end()
                     ? pool.Reassign(free, &host)
                     : pool.relations.emplace(key, std::make_unique<XLXTransientPC>(Owner(), Names(), flag));
@@ -102,7 +102,7 @@ HRESULT XLXTransientPC::SetProperty(int iLXCF_Member, VARIANT varValue) {
     });
 }
 
-// The link is copied first: its reference may be the last one and must be released with no lock held.
+// Copies the link first: the reference to the owner may be the last one and must be released with no lock held.
 HRESULT XLXTransientPC::AskOwner(const char* method, const OLECHAR* outName, auto** out, auto&& ask) const {
     return LXAnswer(At(method), outName, out, [&]() -> HRESULT {
         Owner link;

@@ -9,7 +9,7 @@
 class XLXTransientPCInfo final
     : public XLXTransientObject<XModuleReferences<XLXTransientPCInfo, ILXPCInfo>, EConfigElementKind::PCInfo> {
 public:
-    /// @param isNew  the value of the property that says whether it is new
+    /// @param isNew  whether the PC info says that it is new
     XLXTransientPCInfo(XLXTextView browserId, bool isNew);
 
     HRESULT STDMETHODCALLTYPE Set(BSTR, VARIANT) override { return E_NOTIMPL; }

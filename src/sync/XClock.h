@@ -112,8 +112,8 @@ private:
 using XOwnCount = XBasicOwnCount<>;
 
 /// The number of the last direct notification to an object, or of the last record that brought its server object. It is
-/// stored before the object's own counts advance. Who takes a stamp from a bulk answer reads the own count first and this number after. So a notification
-/// or record that overtook the answer shows in at least one of the two.
+/// stored before the object's own counts advance. Code that takes a stamp from a bulk answer reads the own count first
+/// and this number afterwards. So at least one of the two shows a notification or record that overtook the answer.
 template <class Policy = XSystemSync> class XBasicDirectNumber {
 public:
     std::uint64_t Now() const noexcept { return m_number.load(std::memory_order_acquire); }
@@ -130,7 +130,7 @@ private:
 };
 using XDirectNumber = XBasicDirectNumber<>;
 
-/// The stamp of what a bulk answer brought for a holder. None when a direct notification came after the answer was
+/// The stamp of what a bulk answer brought for a holder. No stamp if a direct notification came after the answer was
 /// requested.
 template <class Own, class Direct>
 XStamp LXStampFrom(const XMoment& moment, XAspect aspect, const Own& own, const Direct& direct) noexcept {

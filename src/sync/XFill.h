@@ -15,8 +15,8 @@ enum class XFillKind : unsigned char {
     Lifecycle ///< initialises or terminates a manager
 };
 
-/// A mutex that threads get in the order in which they ask for it: it is handed over to the thread that has waited
-/// longest. With the platform's lock a thread that fills again and again would overtake all sleeping threads.
+/// A mutex that is handed over to the thread that has waited longest. With the platform's lock, a thread that fills
+/// again and again would overtake all sleeping threads.
 template <class Policy = XSystemSync> class XBasicFillMutex {
 public:
     void lock() noexcept {
@@ -54,25 +54,25 @@ public:
     }
 
 private:
-    /// A waiting thread; it lies on the thread's stack.
+    /// The queue's node of a waiting thread, on the stack of that thread.
     struct Waiting {
         Waiting* next = nullptr;
         bool isNext = false;
         typename Policy::Condition turn;
     };
 
-    mutable typename Policy::Mutex m_mutex; // guards what follows and the queue; held briefly
+    mutable typename Policy::Mutex m_mutex; // guards the members below and the nodes; held briefly
     bool m_isHeld = false;
-    Waiting* m_first = nullptr; // who waits, in the order of requests
+    Waiting* m_first = nullptr; // the waiting threads, in the order of their requests
 };
 
 /// The right to ask the server for a holder's data. Held across calls to the server, never taken by a notification.
 ///
 /// The server may call back while it answers. So each thread keeps a list of the holders that it is asking for:
 /// - If the holder is on the thread's list, re-entry succeeds and is reported; the caller uses the present data.
-/// - If the thread is asking for other holders, it does not wait: if another thread has the mutex, it asks the server
-///   itself, in parallel. So a thread that others wait for never waits itself, in whatever order servers call back, and
-///   the mutexes need no order.
+/// - If the thread is asking for other holders, it does not wait: if another thread has the mutex, both ask the server
+///   in parallel. So a thread that others wait for never waits for a fill mutex, in whatever order servers call back,
+///   and the mutexes need no order.
 /// - Otherwise the thread waits for the mutex.
 template <class Policy = XSystemSync> class XBasicFill {
 public:
@@ -87,7 +87,8 @@ public:
         for (const XBasicFill* fill = m_next; fill != nullptr; fill = fill->m_next) {
             m_reentered = m_reentered || fill->m_holder == holder;
             isOwned = isOwned || (fill->m_locked && &fill->m_mutex == &mutex);
-            // A thread that initialises may wait for a fill, but not for another initialisation.
+            // A thread that initialises or terminates may wait for a holder's mutex. No thread that already fills waits
+            // for an initialisation.
             isAsking = isAsking || fill->m_kind == XFillKind::Asking || kind == XFillKind::Lifecycle;
         }
         if (!m_reentered && !isOwned) { Acquire(isAsking); }
@@ -142,8 +143,7 @@ public:
         return static_cast<std::int32_t>(m_served.load(std::memory_order_acquire) - begun) > 0;
     }
 
-    /// Runs fill(). Counts it only if the thread holds the mutex; then waiting threads use its answer if it returns
-    /// true.
+    /// Runs fill(). Counts it only if `held` took the mutex; then waiting threads use its answer if fill returns true.
     template <class Fill> void Run(const XBasicFill<Policy>& held, Fill&& fill) {
         if (!held.HasMutex()) {
             (void)fill();

@@ -102,7 +102,8 @@ public:
             return published.Empty();
         });
     }
-    /// Empties the holder and accepts no more answers, unless it accepts those of another time. Returns the dropped value.
+    /// Empties the holder and accepts no more answers; does nothing if the holder accepts those of another time.
+    /// Returns the dropped value.
     Value End(Time time) {
         return m_guarded.Write([&](auto& published) {
             if (!published.time.IsSame(time)) { return Value(); }

@@ -40,7 +40,7 @@ class XArrayReader {
 public:
     /// Opens an array of one dimension of variants, with any lower bound.
     /// @param least   minimum number of elements
-    /// @param method  the function that reads it, for error locations
+    /// @param method  the function that reads the array, for error locations
     /// @param origin  its texts must outlive the reader
     XArrayReader(XLXSafeArray array, ULONG least, const char* method, const XArrayOrigin& origin = {});
     XArrayReader(const XArrayReader&) = delete;
@@ -60,7 +60,7 @@ public:
     /// Begins another part of the array; its name is a literal.
     void Enter(const char* section) noexcept { m_section = section; }
 
-    /// Reads the header and raises if it is another one.
+    /// Reads the header and raises if it differs.
     void ReadHeader(EMappingAlgorithm algorithm, EWrapperId wrapper);
 
     ULONG Remaining() const noexcept { return m_count - m_index; }
@@ -80,7 +80,7 @@ public:
     /// Moves the next elements into a row.
     XVariantRow Values(ULONG count) { return XVariantRow(NextOwned(count, "VecFromSafeArray")); }
 
-    /// Prefetches the element that is that far ahead, if there is one.
+    /// Prefetches the element so many places ahead, if there is one.
     void Prefetch(ULONG ahead) const noexcept {
         if (ahead < Remaining()) { LX_PREFETCH(m_data + m_index + ahead); }
     }

@@ -15,7 +15,7 @@ ULONG MapCountFromSafeArray(XArrayReader& from) {
     return count;
 }
 
-/// The name of the record with that index, as far as names were read; empty if there is none.
+/// The name of the record with this index; empty if the names read so far do not contain it.
 XLXTextView NameOf(const XILXTypeMap& types, const std::optional<ULONG>& record) noexcept {
     const auto found = std::find_if(types.names.begin(), types.names.end(),
                                     [&record](const auto& entry) { return entry.second == record; });
@@ -63,7 +63,8 @@ void Read(XArrayReader& from, XILXTypeData& value) {
 }
 
 void Read(XArrayReader& from, XILXAttributeData& value) {
-    // Prefetches the object and the count of a later record; its distance is exact if the records have no types.
+    // Prefetches the object and the type count of the record after the next one. The distance is exact if the two
+    // records before it have no attribute types.
     from.Prefetch(2 * LeastAttributeCount);
     from.Prefetch(3 * LeastAttributeCount - 1);
     from.Enter("attributes");

@@ -3,7 +3,8 @@
 // Readers of the transfer format, in which servers send type, component and relation data as one flat array of
 // variants. docs/transfer-format.md describes it; servers write it with lxserver/BulkArrays.h.
 //
-// Ownership  Each function moves values and objects out of its array and destroys it. The caller owns the result.
+// Ownership  Each function moves values and objects out of its array and destroys the array. The caller owns the
+//            result.
 // Threading  Thread-safe. Destroying arrays and records releases objects, which is foreign code: no lock may be held.
 // Errors     An XLXException: E_POINTER for a null array, otherwise E_INVALIDARG with a fixed text. There are no
 //            partial results. The logbook records the position in the array.

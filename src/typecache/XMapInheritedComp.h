@@ -80,7 +80,7 @@ public:
     }
 
     /// Passes the values of records to the type's own existing components. If the map was never completed, the records
-    /// are delivered instead.
+    /// are kept as waiting records instead.
     void Refill(XLXSafeArray records, const std::shared_ptr<const XMoment>& moment, XRetired& retired) {
         const MapPtr current = Held();
         if (current->empty() && m_state.Read([](const State& state) { return state.stamp.IsNone(); })) {
@@ -114,8 +114,8 @@ public:
         g_componentEpoch.fetch_add(1);
     }
 
-    /// Passes a notification on to the type's own components; the base notifies inherited ones. The components only
-    /// advance counts, so they may be called under the map's lock.
+    /// Passes a notification on to the type's own components, but not to inherited ones. The components only advance
+    /// counts, so they may be called under the map's lock.
     void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const {
         m_state.Read([&](const State& state) {
             ForEachOwn(*state.map, [&](const auto&, auto& object) { object.NotifyDirectly(notification, touched); });
@@ -243,8 +243,8 @@ private:
         });
     }
 
-    // The base's definition of a component wins over the derived type's, so its entries are added first. A type without
-    // records of its own shares the base's map.
+    // The base's definition of a component wins over the derived type's, so the base's entries come first. A type
+    // without records of its own shares the base's map.
     bool CompleteWith(const XMapInheritedComp* base) {
         XRetired retired; // destroyed last
         State fresh;
@@ -352,7 +352,7 @@ private:
     }
 
     /// Attaches the components that enter the map. They missed a direct notification to the type that arrived after the
-    /// moment of their records; comparing the owner's number makes up for that.
+    /// moment of their records; taking over the owner's number makes up for that.
     void Attach(const Map& fresh, const XMoment& moment) const {
         ForEachOwn(fresh, [&](const auto&, auto& object) {
             object.Attach();

@@ -32,7 +32,7 @@ XLXTypeCache::~XLXTypeCache() {
 }
 
 // A type may hold the last reference to its base, which may hold the last one to its own base, and so on. The chain is
-// destroyed iteratively: a nested destruction passes its base to the thread's outermost call, which releases it.
+// destroyed iteratively: a nested call passes its base to the thread's outermost call, which releases it.
 void XLXTypeCache::ReleaseBase() noexcept {
     LX_THREAD_LOCAL XLXComPtr<XLXTypeCache>* t_left = nullptr;
     XLXComPtr<ILXTypeCache> face;
@@ -94,7 +94,7 @@ bool XLXTypeCache::Link(ILXTypeCache* face, XLXTypeCache* base, XRetired& retire
         m_pBase = base;
     }
     XLXComVariant member;
-    Store().Change([&](XVariantRow& row) { // the base of this moment: of two links that overlap, the later one's
+    Store().Change([&](XVariantRow& row) { // stores the current base, which a concurrent link may have set
         {
             const XLeafLock lock(m_baseMutex);
             if (m_pBaseFace) { member = XLXComVariant::FromUnknown(m_pBaseFace.Get()); }

@@ -151,7 +151,7 @@ class Program(unittest.TestCase):
                 (["graph", "types", "--html", "--json"], "--json excludes --html"),
                 (["graph", "types", "--root", "pumps"], 'did you mean "Pump", '),
                 (["check", "--unnotified"], "--edits"),
-                (["type", TYPE, "B", "C"], "nothing takes: B C"),
+                (["type", TYPE, "B", "C"], "unknown arguments: B C"),
                 (["types", "--model", "models"], "models cannot be used: it is a folder"),
                 (["types", "--model", empty], "the file is empty"),
                 (["types", "--names", "nothing.json"], "nothing.json cannot be read"),

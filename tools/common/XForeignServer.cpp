@@ -32,7 +32,7 @@ public:
         LXExpectThat(m_module != nullptr, "the server library " + name + " cannot be used: " + why);
         connect = Export<Connect>("LXConnectServer");
         LXExpectThat(connect != nullptr, "the library " + name +
-                                             " is no server's: it does not export LXConnectServer "
+                                             " contains no server: it does not export LXConnectServer "
                                              "(LX_SERVER_LIBRARY in lxserver/ServerLibrary.h)");
         count = Export<Count>("LXCountServerObjects");
         edit = Export<Edit>("LXEditServer");
@@ -42,8 +42,8 @@ public:
     using Count = LONG (*)();
     using Edit = HRESULT (*)(LONG number);
     Connect connect;
-    Count count; ///< null when it is not exported, as the next
-    Edit edit;
+    Count count; ///< null if not exported
+    Edit edit;   ///< null if not exported
 
 private:
     template <class F> F Export(const char* name) const {
@@ -71,7 +71,7 @@ public:
     }
     bool CountsObjects() const override { return m_library && m_library->count != nullptr; }
     XServerObjectCount LiveObjects() override {
-        if (!CountsObjects()) { Refuse("live objects are counted"); }
+        if (!CountsObjects()) { Refuse("counts live objects"); }
         return {m_library->count(), 0};
     }
     bool EditsItself() const override { return m_library && m_library->edit != nullptr; }
@@ -79,15 +79,15 @@ public:
         if (EditsItself()) { LXExpect(m_library->edit(number), "LXEditServer"); }
     }
 
-    XLXComPtr<ILX_BaseDataObject> DataObject(const std::string&) override { Refuse("data objects are made"); }
-    XLXComPtr<ILX_BaseDataObject> StoredObject(const std::string&) override { Refuse("data objects are found"); }
-    XCallCounts CallCounts() override { Refuse("calls are counted"); }
-    void SetDelay(std::chrono::microseconds) override { Refuse("calls can be delayed"); }
-    XNotification Edit(const std::string&) override { Refuse("edits are made"); }
+    XLXComPtr<ILX_BaseDataObject> DataObject(const std::string&) override { Refuse("creates data objects"); }
+    XLXComPtr<ILX_BaseDataObject> StoredObject(const std::string&) override { Refuse("finds data objects"); }
+    XCallCounts CallCounts() override { Refuse("counts calls"); }
+    void SetDelay(std::chrono::microseconds) override { Refuse("delays calls"); }
+    XNotification Edit(const std::string&) override { Refuse("makes edits"); }
 
 private:
     [[noreturn]] void Refuse(const char* what) const {
-        throw XToolFailure(m_name + " is not the sample server: only by that " + what);
+        throw XToolFailure(m_name + " is not the sample server; only the sample server " + what);
     }
 
     std::string m_name;

@@ -4,8 +4,8 @@
 
 #include "XToolServer.h"
 
-/// The sample server behind an object; null when the object belongs to another server. Windows only, because only there
-/// the sample server can run in a separate process.
+/// The sample server behind an object; null if the object belongs to another server. Windows only, because the sample
+/// server can run in a separate process only there.
 std::unique_ptr<XToolServer> LXRegisteredSample(IUnknown& server);
 
 #endif

@@ -46,12 +46,13 @@ public:
     /// The text in a faint style.
     std::string Faint(const std::string& text) const;
 
-    /// Whether standard output or standard error is a terminal.
+    /// Whether standard output is a terminal.
     static bool IsTerminal();
     /// Whether standard output is a pipe.
     static bool IsPipe();
     /// The width of the terminal in characters; 0 when there is none.
     static std::size_t TerminalWidth();
+    /// Whether standard error is a terminal.
     static bool IsErrorTerminal();
     /// Makes standard output accept UTF-8.
     static void Prepare();

@@ -95,7 +95,7 @@ void ReadFormats(ILXConfigFactory& factory, Answers& answers) {
 constexpr Request Requests[] = {{"10 types, 3 properties each", ReadTypes},
                                 {"their pages and groups", ReadPagesAndGroups},
                                 {"all attributes of a type, 3 properties each", ReadAttributes},
-                                {"what the editor shows of 4 types", ReadEditorAttributes},
+                                {"the editor's attributes of 4 types", ReadEditorAttributes},
                                 {"default editor of 10 types in 3 browsers", ReadEditors},
                                 {"formats of a type's printable attributes", ReadFormats}};
 
@@ -123,7 +123,7 @@ std::string Ratio(double without, double with) { return with > 0 ? LXOneDecimal(
 
 void PrintResult(XToolOutput& output, XToolTable& table, const Column& without, const Column& first,
                  const Column& again) {
-    std::vector<std::string> row = {"all of it"};
+    std::vector<std::string> row = {"total"};
     for (const Column* const column : {&without, &first, &again}) {
         AddCells(row, column->Calls(), column->Milliseconds());
     }
@@ -131,7 +131,7 @@ void PrintResult(XToolOutput& output, XToolTable& table, const Column& without, 
     table.Row(std::move(row));
     output.Table(table);
     output.Line();
-    output.Line("First time, start-up included: " +
+    output.Line("First time, including start-up: " +
                 Ratio(static_cast<double>(without.Calls()), static_cast<double>(first.Calls())) +
                 " times fewer calls, " + Ratio(without.Milliseconds(), first.Milliseconds()) +
                 " times faster. Again: no calls.");
@@ -162,9 +162,9 @@ void LXCompare(XToolOutput& output, const XToolComponent& component, std::unique
                                           session.Measure([&] { request.run(*cached, answers[1]); }),
                                           session.Measure([&] { request.run(*cached, answers[2]); })};
             LXExpectThat(answers[0] == answers[1] && answers[0] == answers[2] && !answers[0].empty(),
-                         std::string("the cache answers otherwise than the server: ") + request.name);
+                         std::string("the cache's answers differ from the server's: ") + request.name);
             LXExpectThat(measured[2].calls.Total() == 0,
-                         "the second time made server calls: " + measured[2].calls.Text());
+                         "the repetition made server calls: " + measured[2].calls.Text());
             without.Add(measured[0]);
             first.Add(measured[1]);
             again.Add(measured[2]);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Changes on the server, and how the cache learns of them.
+// Changes on the server, and how the cache is notified of them.
 #include "LXError32.h"
 #include "demo_sections.h"
 
@@ -123,8 +123,8 @@ void LXShowEdit(XToolOutput& output, XDemoSession& session) {
 }
 
 void LXShowSeparateCallback(XToolOutput& output, XDemoSession& session) {
-    output.Section("The same with a callback object of its own");
-    output.Line("XCfgCacheCallback, from a DLL of its own, takes the server's calls and passes them on");
+    output.Section("The same with a separate callback object");
+    output.Line("XCfgCacheCallback, from a separate DLL, receives the server's calls and forwards them");
     session.StartWithSeparateCallback();
     const Listener listener;
     EditAProperty(output, session, listener);

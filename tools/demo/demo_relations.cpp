@@ -46,10 +46,10 @@ XToolTable ByBrowser(const XDemoSession& session) {
 }
 
 void PrintByBrowser(XToolOutput& output, const XDemoSession& session) {
-    output.Line(std::string("What may stand below ") + ParentType + ":");
+    output.Line(std::string("The types allowed below ") + ParentType + ":");
     const XMeasured first = session.Measure([&] { output.Table(ByBrowser(session)); });
     const XMeasured again = session.Measure([&] { ByBrowser(session); });
-    LXExpectThat(again.calls.Total() == 0, "relations were asked for twice: " + again.calls.Text());
+    LXExpectThat(again.calls.Total() == 0, "relations were requested twice: " + again.calls.Text());
     output.Line();
     output.Line("Server calls: " + std::to_string(first.calls.Total()) +
                 " the first time (browser ids, and how each relation is shown), 0 again");
@@ -107,8 +107,7 @@ void PrintDerivedTypes(XToolOutput& output, const XDemoSession& session) {
 
 void EditARelation(XToolOutput& output, XDemoSession& session) {
     output.Line();
-    output.Line(std::string("An edit: the server lets a Mixer stand below a ") + ParentType +
-                " in the list spareparts");
+    output.Line(std::string("An edit: the server allows a Mixer below a ") + ParentType + " in the list spareparts");
     XLXComPtr<ILXParentChildEnum> taken;
     LXExpect(session.Cache().GetPCEnum2(nullptr, LXBstr(ParentType).Get(), LXBstr("").Get(), NoFilter, taken.Put()),
              "GetPCEnum2");
@@ -123,7 +122,7 @@ void EditARelation(XToolOutput& output, XDemoSession& session) {
                                      [](const auto& relation) { return NameOf(*relation) == "spareparts/Mixer"; });
     const std::size_t kept = LXAllOf<ILXParentChild>(taken).size();
     LXExpectThat(found == 1 && after.size() == before + 1 && kept == before,
-                 "the edit of a relation is not seen as it should be");
+                 "the cache does not show the edit of the relation");
     output.Line("before         " + std::to_string(before) + " relations");
     output.Line("notification   id " + std::to_string(sent.id));
     output.Line("after          " + std::to_string(after.size()) +

@@ -177,7 +177,7 @@ void LXShowFormat(XToolOutput& output, const XDemoSession& session) {
         };
         const XMeasured first = session.Measure(ask);
         const XMeasured second = session.Measure(ask);
-        LXExpectThat(second.calls.Total() == 0, "a format was asked for twice");
+        LXExpectThat(second.calls.Total() == 0, "a format was requested twice");
         table.Row({std::to_string(type), ask(), format ? std::to_string(LXNumberOf(*format, XProperty::Length)) : "",
                    first.calls.Text(), std::to_string(second.calls.Total())});
     }

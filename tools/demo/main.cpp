@@ -7,7 +7,7 @@
 //     lxdemo --server-mode     server mode, as in the server's own process; it turns the component's locks off for
 //                              the whole process, so it needs a separate run
 //
-// Exit status: 0 when everything was as expected, 1 when not, other values for invalid options.
+// Exit status: 0 if everything was as expected, 1 if not, other values for invalid options.
 #include "demo_sections.h"
 
 #include <CLI/CLI.hpp>
@@ -38,7 +38,7 @@ std::size_t ListedTypes(const XDemoSession& session, const XServerModel& model) 
     const std::size_t listed = LXList<ILXType, ILXTypeEnum>("GetTypeEnum", [&](auto** out) {
                                    return session.Factory()->GetTypeEnum(nullptr, out);
                                }).size();
-    LXExpectThat(listed == static_cast<std::size_t>(expected), "not all types are there");
+    LXExpectThat(listed == static_cast<std::size_t>(expected), "the cache does not list all types of the model");
     return listed;
 }
 
@@ -58,7 +58,7 @@ void RunAsClient(XToolOutput& output, const XToolComponent& component, const XSe
     output.Section("Start-up in client mode");
     output.Line(std::string("The cache:  ") + HowItCame);
     output.Line(options.server.empty() ? "The server: in this process"
-                                       : "The server: " + options.server + ", in a process of its own");
+                                       : "The server: " + options.server + ", in a separate process");
     const XMeasured start = session.StartAsClient();
     LXExpectThat(start.calls.Of("ILXConfigFactoryEx::GetTypeArrayEx") == 1, "start-up made no bulk read");
     output.Line(std::to_string(model.types.size()) + " types with all their components, " +
@@ -90,7 +90,7 @@ void RunInServer(XToolOutput& output, const XToolComponent& component, const XSe
     const XMeasured start = session.StartInServer();
     LXExpectThat(start.calls.Of("ILXConfigFactoryEx::GetTypeArrayEx") == 0, "server mode made a bulk read");
     output.Line(std::to_string(ListedTypes(session, model)) +
-                " types of the server wrapped; their components come when they are asked for");
+                " types of the server wrapped; their components are fetched on demand");
     LXPrintCalls(output, start);
 
     LXShowType(output, session);
@@ -123,15 +123,16 @@ int Run(const Options& options) {
 int main(int argc, char** argv) {
     Options options;
     CLI::App app("Shows what the configuration cache does for an application.");
-    auto* const serverMode = app.add_flag("--server-mode", options.serverMode, "Run as the server's own process does");
-    app.add_option("--server", options.server, "ProgID of a server in a process of its own")->excludes(serverMode);
+    auto* const serverMode =
+        app.add_flag("--server-mode", options.serverMode, "Run in server mode, as in the server's own process");
+    app.add_option("--server", options.server, "ProgID of a server in a separate process")->excludes(serverMode);
     app.add_option("--model", options.model, "The sample server's model file")->capture_default_str();
     app.add_option("--colours", options.colours, "auto, always or never")
         ->check(CLI::IsMember({"auto", "always", "never"}))
         ->capture_default_str();
     app.add_option("--delay", options.delay,
-                   "Milliseconds that each server call takes in the comparison: 1 for a server in this "
-                   "process, else 0")
+                   "Minimum duration of a server call in the comparison, in milliseconds (default: 1 for a server in "
+                   "this process, else 0)")
         ->check(CLI::Range(0.0, 1000.0));
     CLI11_PARSE(app, argc, argv);
     XToolOutput::Prepare();

@@ -79,7 +79,7 @@ std::string LXShippedModel() {
         if (std::filesystem::exists(candidate / "plant.json", ignored)) { return (candidate / "plant.json").string(); }
     }
     throw XToolFailure("the shipped model plant.json is neither beside the program nor where it was "
-                       "installed: name one with --model");
+                       "installed: select one with --model");
 }
 
 XCfcSession::XCfcSession(const XServerChoice& choice)
@@ -98,7 +98,7 @@ void XCfcSession::Initialize() {
     m_hasNotifications = static_cast<bool>(update);
     if (!query || !update) { SayWhatIsMissing(static_cast<bool>(query), static_cast<bool>(update)); }
     LXExpectThat(static_cast<bool>(m_direct.As<ILXConfigFactoryEx>()),
-                 "the server's config factory has no ILXConfigFactoryEx, which the cache reads types with");
+                 "the server's config factory has no ILXConfigFactoryEx, which the cache needs to read types");
     const auto object = [](IUnknown* service) {
         return service != nullptr ? XLXComVariant::FromUnknown(service) : XLXComVariant();
     };
@@ -146,7 +146,7 @@ void XCfcSession::NeedBrowser(const std::string& name) const {
 }
 
 void XCfcSession::NeedSample(const char* option) const {
-    LXExpectThat(m_server->IsSample(), std::string(option) + " needs the sample server, which this is not");
+    LXExpectThat(m_server->IsSample(), std::string(option) + " works only with the sample server");
 }
 
 XNotification XCfcSession::EditAtRandom(unsigned seed, unsigned count, bool notify) const {

@@ -43,11 +43,11 @@ public:
     /// Raises if the server is not the sample server, which an option requires.
     void NeedSample(const char* option) const;
 
-    /// The cached type of that name. Raises if there is none.
+    /// The cached type with this name. Raises if there is none.
     XLXComPtr<ILXType> Type(const std::string& name) const;
     /// The browser ids, in the server's order.
     std::vector<std::string> Browsers() const;
-    /// Raises if there is no browser of that name, ignoring case; "" means any browser.
+    /// Raises if there is no browser with this name, ignoring case; "" means any browser.
     void NeedBrowser(const std::string& name) const;
     /// Makes random edits on the server.
     XNotification EditAtRandom(unsigned seed, unsigned count, bool notify) const;
@@ -64,8 +64,8 @@ private:
     bool m_hasNotifications = false;
 };
 
-/// The server that a name stands for: that of a library or of a model file where the name looks like a file's, else a
-/// registered one.
+/// The server for a name: that of a library or a model file if the name looks like a file, otherwise a registered
+/// server.
 std::unique_ptr<XToolServer> LXServerNamed(const std::string& name);
 
 /// The model that is shipped with the program: beside it, in the installation, or in the source tree.

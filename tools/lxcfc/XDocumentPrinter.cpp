@@ -101,7 +101,7 @@ void XDocumentPrinter::PrintNext(const XJson& document) {
     Members(document);
 }
 
-// Prints the fields first: below the heading of another member they would seem to belong to it.
+// Prints the fields first: below another member's heading they would seem to belong to that member.
 void XDocumentPrinter::Members(const XJson& object) {
     std::vector<std::pair<std::string, std::string>> fields;
     for (const auto& [name, value] : object.items()) {

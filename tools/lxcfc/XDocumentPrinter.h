@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Prints the document that each command answers with: as JSON for programs, or as lines, tables and trees for people.
+// Prints the document that a command returns: as JSON for programs, or as lines, tables and trees for people.
 // The layout of a member depends only on its value:
 //   a scalar, a list of scalars     a line with its name
 //   a list of objects               a table without empty columns

@@ -43,9 +43,8 @@ std::string Manual(const CLI::App& app) {
             page += option->get_lnames() == std::vector<std::string>{"help"} ? "" : ManualOf(*option);
         }
     }
-    return page + ".SH EXIT STATUS\n0 when all went well, 1 when a command found differences or faults, 2 for errors "
-                  "and wrong "
-                  "options.\n";
+    return page + ".SH EXIT STATUS\n0 on success, 1 if a command found differences or faults, 2 for errors and "
+                  "invalid options.\n";
 }
 
 std::vector<std::string> LongNames(const CLI::App& app) {

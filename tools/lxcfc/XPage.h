@@ -8,7 +8,7 @@
 
 struct XServerChoice;
 
-/// A title for the configuration of that server, such as the name of a file without its folders.
+/// A title for the configuration of a server, such as the name of a file without its folders.
 std::string LXConfigurationName(const XServerChoice& choice);
 std::string LXConfigurationName(const std::string& fileOrServer);
 

@@ -13,20 +13,21 @@ namespace {
 void DeclareCommon(CLI::App& app, XCommonOptions& options) {
     app.set_version_flag("--version", "lxcfc " LX_VERSION);
     auto* const model = app.add_option("--model", options.server.model,
-                                       "A model file for a server in this process; the shipped one by default");
+                                       "Model file of a sample server in this process (default: the shipped model)");
     auto* const generated =
-        app.add_option("--generate", options.server.generated, "A generated model with that many types instead")
+        app.add_option("--generate", options.server.generated, "Use a generated model with this many types instead")
             ->check(CLI::Range(1, 100000))
             ->excludes(model);
     app.add_option("--server", options.server.name,
-                   "Another server instead: the file of its library (.so, .dll), or its ProgID or {CLSID}")
+                   "Use another server: the file of its library (.so, .dll), or its ProgID or {CLSID}")
         ->excludes(model)
         ->excludes(generated);
-    app.add_option("--names", options.names, "What the server's properties are called: a file like properties.json");
-    app.add_option("--delay", options.server.delay, "Milliseconds that each call to the sample server takes")
+    app.add_option("--names", options.names, "File with the names of the server's properties, like properties.json");
+    app.add_option("--delay", options.server.delay,
+                   "Minimum duration of each call to the sample server in milliseconds")
         ->check(CLI::Range(0.0, 1000.0));
     app.add_option("--manual", options.manual)->check(CLI::IsMember({"man", "bash"}))->group(""); // for the build
-    app.add_flag("--json", options.json, "Answer in JSON, for programs");
+    app.add_flag("--json", options.json, "Print JSON, for programs");
     app.add_option("--colours", options.colours, "auto, always or never")
         ->check(CLI::IsMember({"auto", "always", "never"}));
 }
@@ -44,7 +45,7 @@ int FailExtras(const CLI::App& app) {
     for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
         commands.push_back(command->get_name());
     }
-    return Fail("nothing takes: " + LXJoined(extras, " ") +
+    return Fail("unknown arguments: " + LXJoined(extras, " ") +
                 (app.get_subcommands().empty() && !extras.empty() ? LXDidYouMean(extras.front(), commands) : ""));
 }
 
@@ -86,7 +87,7 @@ int LXRunProgram(std::vector<std::string> arguments) {
             std::fputs(LXManual(app, options.manual).c_str(), stdout);
             return Finish(ExitOk);
         }
-        LXExpectThat(!app.get_subcommands().empty(), "a command is needed; lxcfc --help lists them");
+        LXExpectThat(!app.get_subcommands().empty(), "a command is needed; lxcfc --help lists the commands");
         XToolOutput::Prepare();
         XRun run(options);
         return Finish(commands.Run(run));

@@ -32,7 +32,7 @@ public:
     XTrace(const XTrace&) = delete;
     XTrace& operator=(const XTrace&) = delete;
 
-    /// Removes and returns the notifications without new entries for that long, in order of arrival.
+    /// Removes and returns the notifications without new entries for at least this long, in order of arrival.
     std::vector<Notification> Take(std::chrono::milliseconds quiet);
     /// Calls to the server by method.
     std::map<std::string, unsigned long long> Calls() const;

@@ -141,12 +141,12 @@ Comparison CompareEverything(const XCfcSession& session, bool edited) {
 class CheckCommand {
 public:
     void Declare(CLI::App& app) {
-        app.add_option("--edits", m_edits, "Make that many random edits on the server, then compare again")
+        app.add_option("--edits", m_edits, "Make this many random edits on the server, then compare again")
             ->check(CLI::Range(0, 1000000));
-        app.add_option("--seed", m_seed, "Where the edits begin; the same seed makes the same edits")
+        app.add_option("--seed", m_seed, "Seed of the random edits; the same seed makes the same edits")
             ->capture_default_str();
         app.add_flag("--unnotified", m_unnotified,
-                     "Do not notify the edits: the cache must then differ, which shows that the check can fail")
+                     "Send no notifications: the cache must then differ, which shows that the check can fail")
             ->needs("--edits");
     }
     int Run(XRun& run) const {

@@ -79,15 +79,15 @@ public:
     void Declare(CLI::App& app) {
         app.add_option("A", m_first, "A model file, a server's library, or a registered server's ProgID or {CLSID}")
             ->required();
-        app.add_option("B", m_second, "What it is compared with")->required();
-        app.add_flag("--html", m_html, "A page for a browser that shows B with its differences from A");
+        app.add_option("B", m_second, "The configuration to compare A with; like A")->required();
+        app.add_flag("--html", m_html, "Write an HTML page that shows B with its differences from A");
         app.add_option("--output", m_file, "The file to write the page to; standard output by default")
             ->needs("--html");
     }
     int Run(XRun& run) const {
         const XServerChoice& choice = run.Options().server;
         LXExpectThat(choice.name.empty() && choice.model.empty() && choice.generated == 0,
-                     "diff has its two configurations as arguments, not as --server, --model or --generate");
+                     "diff takes its two configurations as arguments, not from --server, --model or --generate");
         LXExpectThat(!run.Options().json || !m_html, "--json excludes --html");
         const XToolComponent com;
         const auto first = LXServerNamed(m_first)->ConfigFactory();
@@ -129,5 +129,5 @@ private:
 } // namespace
 
 void LXAddDiffCommand(XCommands& commands) {
-    commands.Add<DiffCommand>("diff", "What one configuration has more, less and otherwise than another");
+    commands.Add<DiffCommand>("diff", "What was added, removed and changed between two configurations");
 }

@@ -263,5 +263,5 @@ public:
 } // namespace
 
 void LXAddDoctorCommand(XCommands& commands) {
-    commands.Add<DoctorCommand>("doctor", "What is wrong with the configuration, unused or large");
+    commands.Add<DoctorCommand>("doctor", "Faults, unused parts and excessive sizes in the configuration");
 }

@@ -43,7 +43,7 @@ template <class Interface, class Ask> XLXComPtr<Interface> Asked(const char* wha
     return object;
 }
 
-/// The element of a list with that text in a member; null if there is none.
+/// The element of a list with this text in a member; null if there is none.
 template <class Element>
 XLXComPtr<Element> Among(const std::vector<XLXComPtr<Element>>& elements, int member, const std::string& text) {
     const auto found =
@@ -51,7 +51,7 @@ XLXComPtr<Element> Among(const std::vector<XLXComPtr<Element>>& elements, int me
     return found != elements.end() ? *found : nullptr;
 }
 
-/// The element of a list with that text in a member. Raises if there is none.
+/// The element of a list with this text in a member. Raises if there is none.
 template <class Element>
 Object Named(const char* kind, const std::vector<XLXComPtr<Element>>& elements, int member, const std::string& text) {
     const auto found = Among(elements, member, text);
@@ -185,11 +185,11 @@ public:
             footer += std::string("\n  ") + kind.name + " " + kind.parts;
         }
         app.footer(footer);
-        app.add_option("KIND", m_kind, "What it is")->required()->check(CLI::IsMember(names));
-        app.add_option("NAME", m_name, "Which one; see below")->required();
+        app.add_option("KIND", m_kind, "The kind of object")->required()->check(CLI::IsMember(names));
+        app.add_option("NAME", m_name, "The name of the object; see below")->required();
         app.add_option("PROPERTY", m_property,
-                       "An index, a key of the model files, or a name such as LXCFG_showineditor; all "
-                       "properties when it is left out");
+                       "An index, a key of the model files, or a name such as LXCFG_showineditor "
+                       "(default: all properties)");
     }
     int Run(XRun& run) const {
         const auto kind = std::find_if(ReadableKinds().begin(), ReadableKinds().end(),
@@ -224,4 +224,4 @@ private:
 };
 } // namespace
 
-void LXAddGetCommand(XCommands& commands) { commands.Add<GetCommand>("get", "Any property of anything"); }
+void LXAddGetCommand(XCommands& commands) { commands.Add<GetCommand>("get", "Any property of any object"); }

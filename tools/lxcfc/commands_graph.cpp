@@ -110,8 +110,8 @@ class GraphCommand {
 public:
     void Declare(CLI::App& app) {
         app.add_option("WHAT", m_what, "types or relations")->required()->check(CLI::IsMember({"types", "relations"}));
-        app.add_option("--root", m_root, "Only this type and what is below it");
-        app.add_flag("--html", m_html, "A page for a browser, with all that belongs to the types, instead of a graph");
+        app.add_option("--root", m_root, "Only this type and the types below it");
+        app.add_flag("--html", m_html, "Write an HTML page with the types and all their parts instead of a graph");
         app.add_option("--output", m_file, "The file to write; standard output by default");
     }
     int Run(XRun& run) const {

@@ -118,7 +118,7 @@ std::vector<std::string> Mix(ILXConfigFactory& factory, const std::vector<std::s
 class BenchCommand {
 public:
     void Declare(CLI::App& app) {
-        app.add_option("--types", m_types, "How many types are read")
+        app.add_option("--types", m_types, "Number of types to read")
             ->check(CLI::Range(1, 100000))
             ->capture_default_str();
     }
@@ -144,7 +144,7 @@ public:
             if (counts) { rows.back()["calls"] = session.Server().CallCounts().Since(calls).Total(); }
         }
         LXExpectThat(answers[0] == answers[1] && answers[0] == answers[2],
-                     "the cache answers otherwise than the server; lxcfc check lists the differences");
+                     "the cache's answers differ from the server's; lxcfc check lists the differences");
         const double cached = rows[2]["milliseconds"].get<double>();
         XJson answer = {{"types", types.size()}, {"answers", answers[0].size()}};
         answer["timesFaster"] =
@@ -159,6 +159,6 @@ private:
 } // namespace
 
 void LXAddMeasureCommands(XCommands& commands) {
-    commands.Add<StatsCommand>("stats", "What the cache holds, and what it answers without the server");
+    commands.Add<StatsCommand>("stats", "The content of the cache, and how much it answers without the server");
     commands.Add<BenchCommand>("bench", "The same reads directly and through the cache");
 }

@@ -41,7 +41,7 @@ public:
         app.add_option("CHILD", m_child, "Only those to this type");
         app.add_option("--browser", m_browser, "Only those that this browser shows");
         app.add_option("--filter", m_filters, "Any of: " + LXJoined(names, ", "))->check(CLI::IsMember(names));
-        app.add_flag("--inherited", m_inherited, "Those of the base types too");
+        app.add_flag("--inherited", m_inherited, "Include those of the base types");
     }
     int Run(XRun& run) const {
         XCfcSession& session = run.Session();
@@ -146,7 +146,7 @@ private:
 } // namespace
 
 void LXAddRelationCommands(XCommands& commands) {
-    commands.Add<RelationsCommand>("relations", "What may stand below a type");
+    commands.Add<RelationsCommand>("relations", "The relations of a type: what is allowed below it");
     commands.Add<BrowsersCommand>("browsers", "The browsers that the server knows");
     commands.Add<FormatsCommand>("formats", "The global format specs, or the formats of a type");
 }

@@ -199,7 +199,7 @@ private:
 } // namespace
 
 void LXAddTypeCommands(XCommands& commands) {
-    commands.Add<TypesCommand>("types", "The tree of inheritance");
+    commands.Add<TypesCommand>("types", "The inheritance tree");
     commands.Add<TypeCommand>("type", "One type: values, pages, groups, attributes, editors");
     commands.Add<AttributesCommand>("attributes", "The attributes that a type shows in a display");
     commands.Add<DerivedCommand>("derived", "What a type derives from, and what derives from it");

@@ -18,10 +18,11 @@ public:
     void Declare(CLI::App& app) {
         app.add_option("--edit", m_edits,
                        "Make an edit, as JSON: {\"edit\":\"SetAttributeProperty\",\"type\":\"Pump\",...}; may "
-                       "be repeated, and - reads them from standard input, one a line");
-        app.add_option("--random", m_random, "Make that many random edits");
-        app.add_option("--seed", m_seed, "Where the random edits begin")->capture_default_str();
-        app.add_option("--seconds", m_seconds, "Watch for that long after the edits; with no edits until interrupted");
+                       "be repeated, and - reads edits from standard input, one per line");
+        app.add_option("--random", m_random, "Make this many random edits");
+        app.add_option("--seed", m_seed, "Seed of the random edits")->capture_default_str();
+        app.add_option("--seconds", m_seconds,
+                       "Seconds to watch after the edits (default: 0, or until interrupted if there are no edits)");
     }
     int Run(XRun& run) {
         XCfcSession& session = run.Session();
@@ -38,7 +39,7 @@ public:
             WaitFor(1, run, trace, session);
         }
         LXExpectThat(edited || m_seconds > 0 || !IsQuiet(session),
-                     "nobody edits a server in this process: name edits with --edit or --random");
+                     "nobody else edits a server in this process: request edits with --edit or --random");
         Wait(run, session, trace, !edited && m_seconds == 0);
         return ExitOk;
     }
@@ -57,14 +58,14 @@ private:
         WaitFor(sent.clients > 0 ? ids : 0, run, trace, session);
     }
 
-    /// Prints notifications until that many more have arrived, because another process may send them after the edit has
+    /// Prints notifications until this many more have arrived, because another process may send them after the edit has
     /// returned. Edit passes the number of ids that the server has used since the last edit.
     void WaitFor(std::size_t notifications, XRun& run, XTrace& trace, const XCfcSession& session) {
         constexpr auto MostTime = std::chrono::seconds(20);
         m_expected = std::max(m_expected, m_seen) + notifications;
         const auto end = std::chrono::steady_clock::now() + MostTime;
         for (Print(run, trace, session); m_seen < m_expected && !IsQuiet(session);) {
-            LXExpectThat(std::chrono::steady_clock::now() < end, "the notification of an edit has not come");
+            LXExpectThat(std::chrono::steady_clock::now() < end, "the notification of an edit has not arrived");
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
             Print(run, trace, session);
         }
@@ -86,7 +87,7 @@ private:
         }
     }
 
-    // A notification from another thread may still be in progress. It is printed after 100 ms without new trace entries.
+    // A notification from another thread may still be in progress. It is printed after 100 ms without new entries.
     void Print(XRun& run, XTrace& trace, const XCfcSession& session) {
         const std::chrono::milliseconds quiet(IsQuiet(session) ? 0 : 100);
         for (const XTrace::Notification& notification : trace.Take(quiet)) {

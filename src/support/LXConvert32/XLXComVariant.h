@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // XLXComVariant owns a VARIANT and has its layout, so a vector of them is an array of VARIANTs. Copying may allocate
-// and is always explicit; moves never fail. XLXVariantView is a view of a VARIANT that somebody else owns.
+// and is always explicit; moves never fail. XLXVariantView is a bitwise copy of a VARIANT that another
+// owner clears.
 #ifndef XLXCOMVARIANT_H
 #define XLXCOMVARIANT_H
 

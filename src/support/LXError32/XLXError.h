@@ -39,9 +39,9 @@ private:
 };
 
 namespace XLXError {
-/// Severity of a failure that a clean-up logged and continued after.
+/// Severity of a failure that a clean-up logs before it continues.
 constexpr LONG SeverityCleanUp = 6;
-/// Severity of a failure that an operation logged and continued after.
+/// Severity of a failure that an operation logs before it continues.
 constexpr LONG SeverityError = 4;
 /// Severity of misuse of the component's internals.
 constexpr LONG SeveritySystem = 8;

@@ -395,11 +395,11 @@ function legend(isAround) {
     [box(""), "type"],
     [box("unlisted"), "not listed by the server"],
     hasMissing && [box("missing"), "no such type"],
-    [line(""), "child may stand below parent"],
+    [line(""), "child is allowed below parent"],
     relations.some(r => r.isPpr) && [line("ppr"), "PPR relation"],
     isAround
       ? [line("inherited"), "inherited from a base type"]
-      : [sign(16, s("g", { class: "node" }, more)), "opens what stands below"],
+      : [sign(16, s("g", { class: "node" }, more)), "expands the types below"],
   ].filter(Boolean);
   return h(
     "ul",

@@ -134,7 +134,7 @@ function pagesAndGroups(type) {
   });
   const elsewhere = [
     ["On no page", group => pageOf(group) === 0 && !parentOf(group)],
-    ["On pages that there are not", group => !parentOf(group)],
+    ["On missing pages", group => !parentOf(group)],
     ["In each other", () => true],
   ];
   const others = elsewhere.map(([title, isThere]) => {
@@ -261,14 +261,14 @@ function relationsOf(type) {
   const hasAny = [type, ...basesOf(type)].some(t => t.below.length + t.above.length > 0);
   return [
     hasAny ? h("p", null, h("a", { href: linkTo("graph", type.name) }, "Show them as a graph")) : null,
-    h("h3", { class: "group" }, `What may stand below ${type.name}`),
+    h("h3", { class: "group" }, `Types allowed below ${type.name}`),
     ownAndInherited(
       type,
       t => t.below,
       (_, list) => relationTable(list, ["child"]),
       none,
     ),
-    h("h3", { class: "group" }, `What ${type.name} may stand below`),
+    h("h3", { class: "group" }, `Types that may contain ${type.name}`),
     ownAndInherited(
       type,
       t => t.above,

@@ -2,7 +2,7 @@
 #include "XContract.h"
 
 namespace {
-constexpr const char* NothingToTestWith = "the server gave nothing to test it with";
+constexpr const char* NothingToTestWith = "the server returned nothing to test it with";
 constexpr XSeverity Must = XSeverity::Must;
 constexpr XSeverity Should = XSeverity::Should;
 

@@ -51,11 +51,11 @@ template <class... Families> void Balanced(XVerification& verification, Families
         after = HeldBy(server);
     }
     verification.Findings().Check(after.factory == before.factory, XRule::References, "the config factory",
-                                  std::to_string(after.factory) + " references after the questions, " +
+                                  std::to_string(after.factory) + " references after the calls, " +
                                       std::to_string(before.factory) + " before");
     if (!server.live) { return; }
     verification.Findings().Check(after.live == before.live, XRule::References, "all objects of the server",
-                                  TextOf(after.live) + " after the questions, " + TextOf(before.live) + " before");
+                                  TextOf(after.live) + " after the calls, " + TextOf(before.live) + " before");
 }
 
 void Run(XVerification& verification) {
@@ -78,7 +78,7 @@ void ReportHanging(XVerification& verification, const std::string& call) {
     findings.Broken(XRule::InTime, call, came);
     if (verification.insideNotifications != 0) { findings.Broken(XRule::NotifyCallable, call, came); }
     for (const XContractRule& rule : LXContract()) {
-        findings.NotTested(rule.rule, "the verification ended at the call that makes no end");
+        findings.NotTested(rule.rule, "the verification ended at the call that did not return");
     }
 }
 } // namespace

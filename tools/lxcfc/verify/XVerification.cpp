@@ -7,7 +7,7 @@ namespace {
 /// Makes an array of strings, as an argument of a call.
 XLXSafeArray NamesArray(const std::vector<std::string>& names) {
     XLXSafeArray array(SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(names.size())));
-    LXExpectThat(static_cast<bool>(array), "there is no memory for an array of names");
+    LXExpectThat(static_cast<bool>(array), "there is not enough memory for an array of names");
     LONG at = 0;
     for (const std::string& name : names) {
         LXExpect(SafeArrayPutElement(array.Get(), &at, LXBstr(name).Get()), "SafeArrayPutElement");
@@ -29,7 +29,7 @@ void* XVerification::Untouched() {
 
 void XVerification::Judge(XWanted wanted, const std::string& call, HRESULT result, Left left) {
     const std::string came = LXResultName(result) + (left == Left::Null        ? " with null"
-                                                     : left == Left::Untouched ? ", the out parameter left as it was"
+                                                     : left == Left::Untouched ? " with an untouched out parameter"
                                                                                : " with a result");
     const bool expectsNothing = wanted == XWanted::Nothing || wanted == XWanted::NothingIfOffered;
     const bool mayBeRefused = wanted == XWanted::AnswerIfOffered || wanted == XWanted::NothingIfOffered;

@@ -67,7 +67,8 @@ public:
     /// Checks that an object that was missing in a record has been found by other means.
     void JudgeMissing(const XReadRecord& record, bool isFound, const std::string& call) {
         if (record.object != nullptr) { return; }
-        m_findings.Check(isFound, XRule::NullObjects, call, record.path + " came without an object, and none is found");
+        m_findings.Check(isFound, XRule::NullObjects, call,
+                         record.path + " has no object in the array, and none is found");
     }
     /// A property of an object; nullopt if the call fails.
     std::optional<XLXComVariant> AskValue(ILXConfigObject& object, XElementKind kind, const std::string& who,
@@ -138,7 +139,7 @@ HRESULT XVerification::AskNext(const XAnswered<Enumerator>& enumeration, ULONG c
         std::distance(elements.begin(), std::find(elements.begin(), elements.end(), static_cast<Element*>(nullptr))));
     const bool right = fetched <= count && given == fetched && result == (fetched == count ? S_OK : S_FALSE);
     m_findings.Check(right, XRule::EnumCounts, call,
-                     LXResultName(result) + ", said to give " + std::to_string(fetched) + ", gave " +
+                     LXResultName(result) + ", reported " + std::to_string(fetched) + " elements, returned " +
                          std::to_string(given));
     for (ULONG i = 0; SUCCEEDED(result) && i < std::min(given, count); ++i) {
         into.push_back(LXAttach(elements[i]));
@@ -159,7 +160,7 @@ std::vector<XLXComPtr<Element>> XVerification::AskAll(const XAnswered<Enumerator
     std::vector<XLXComPtr<Element>> more;
     const bool ended = result == S_FALSE && AskNext(enumeration, 1, more) == S_FALSE && more.empty();
     m_findings.Check(ended, XRule::EnumEnds, enumeration.call,
-                     "after " + std::to_string(all.size()) + " elements there are still more");
+                     "after " + std::to_string(all.size()) + " elements it has not ended");
     if (!ended) { all.clear(); }
     return all;
 }

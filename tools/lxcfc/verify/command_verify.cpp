@@ -215,19 +215,19 @@ public:
     void Declare(CLI::App& app) {
         app.add_option(
             "--edit-command", m_editCommand,
-            "A command line that changes the server, another way each time. The shell runs it in a process of its "
-            "own with this one's environment: a server in this process it reaches only through a database or "
-            "a file. Without it the sample server, or the server's library (LXEditServer), edits itself");
-        app.add_option("--limit", m_limit, "Seconds that one call may take")
+            "Command line that changes the server, in a different way each time. The shell runs it in a separate "
+            "process with the same environment, so it reaches a server in this process only through a database "
+            "or a file. Without it, the sample server or the server's library (LXEditServer) edits itself");
+        app.add_option("--limit", m_limit, "Longest time for one call, in seconds")
             ->check(CLI::Range(0.1, 3600.0))
             ->capture_default_str();
-        app.add_option("--wait", m_wait, "Seconds from a change to its notification")
+        app.add_option("--wait", m_wait, "Longest time from a change to its notification, in seconds")
             ->check(CLI::Range(0.1, 3600.0))
             ->capture_default_str();
-        app.add_option("--types", m_types, "Of how many types everything is asked one by one")
+        app.add_option("--types", m_types, "Number of types whose parts are read one by one")
             ->check(CLI::Range(1, 1000000))
             ->capture_default_str();
-        app.add_flag("--no-start", m_noStart, "Do not start caches to measure what that costs");
+        app.add_flag("--no-start", m_noStart, "Do not measure the cost of starting a cache");
         app.add_flag("--rules", m_rules, "List all rules, with the verdict of each");
     }
 
@@ -236,7 +236,7 @@ public:
         const auto server = LXMakeServer(run.Options().server);
         const double delay = run.Options().server.delay * 1000;
         if (delay > 0) {
-            LXExpectThat(server->IsSample(), "--delay needs the sample server, which this is not");
+            LXExpectThat(server->IsSample(), "--delay works only with the sample server");
             server->SetDelay(std::chrono::microseconds(static_cast<long long>(delay)));
         }
         const XVerifierReport report = Verify(*server);
@@ -295,5 +295,5 @@ private:
 } // namespace
 
 void LXAddVerifyCommand(XCommands& commands) {
-    commands.Add<VerifyCommand>("verify-server", "Proves the contract of a server, rule by rule");
+    commands.Add<VerifyCommand>("verify-server", "Verifies the contract of a server, rule by rule");
 }

@@ -25,7 +25,7 @@ public:
         const Names all = NamesOf(m_verification.AskAll<I>(first));
         const bool agrees = NamesOf(m_verification.AskAll<I>(New(), 3)) == all;
         m_verification.Findings().Check(agrees, XRule::EnumCounts, first.call,
-                                        "three at a time it gives other elements than fifty at a time");
+                                        "in threes it returns other elements than in fifties");
         VerifyReset(first, all);
         VerifySingle(all);
         VerifySkip(all);
@@ -68,7 +68,7 @@ private:
             if (element) { elements.push_back(std::move(element)); }
         }
         m_verification.Findings().Check(NamesOf(elements) == all, XRule::EnumSingle, enumeration.call,
-                                        "GetSingleNext gives other elements than RemNext");
+                                        "GetSingleNext returns other elements than RemNext");
     }
 
     /// @param enumeration  an enumerator at its end
@@ -77,7 +77,7 @@ private:
         if (result == E_NOTIMPL) { return NotOffered(XRule::EnumReset, "Reset"); }
         const bool right = result == S_OK && NamesOf(m_verification.AskAll<I>(enumeration)) == all;
         m_verification.Findings().Check(right, XRule::EnumReset, enumeration.call + "->Reset()",
-                                        LXResultName(result) + "; then it does not give all elements again");
+                                        LXResultName(result) + "; then it does not return all elements again");
     }
 
     void VerifySkip(const Names& all) {
@@ -88,7 +88,7 @@ private:
         const bool right =
             result == S_OK && NamesOf(m_verification.AskAll<I>(enumeration)) == Names(all.begin() + 1, all.end());
         m_verification.Findings().Check(right, XRule::EnumSkip, enumeration.call + "->Skip(1)",
-                                        LXResultName(result) + "; then it does not give the others");
+                                        LXResultName(result) + "; then it does not return the other elements");
     }
 
     void VerifyClone(const Names& all) {
@@ -101,7 +101,7 @@ private:
         const Names rest(all.begin() + std::min<std::ptrdiff_t>(1, static_cast<std::ptrdiff_t>(all.size())), all.end());
         const bool right = clone.Has() && NamesOf(m_verification.AskAll<I>(clone)) == rest;
         m_verification.Findings().Check(right, XRule::EnumClone, clone.call,
-                                        "it does not give what the original has still to give");
+                                        "it does not return the remaining elements of the original");
     }
 
     void NotOffered(XRule rule, const char* method) {

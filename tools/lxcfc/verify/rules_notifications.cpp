@@ -134,8 +134,7 @@ public:
         if (m_verification.Server().edit) {
             VerifyEdits();
         } else {
-            SkipEdits("nothing changes the server; --edit-command names a program that does, or its library exports "
-                      "LXEditServer");
+            SkipEdits("nothing can change the server: there is neither --edit-command nor LXEditServer in its library");
         }
         if (m_first.IsRegistered()) { EndFirst(); }
         VerifyReferences(
@@ -226,11 +225,11 @@ private:
         const auto limit = m_verification.Options().notification;
         const bool sent = WaitFor(limit, [&] { return !sure.HeardSince(before).empty(); });
         m_findings.Check(sent, XRule::NotifySent, which,
-                         "the " + sure.Name() + " heard of nothing of the type cfc_specific");
+                         "the " + sure.Name() + " received no notification of the type cfc_specific");
         if (!sent) { return false; }
         std::this_thread::sleep_for(m_verification.Options().silence);
         m_findings.Check(!m_second.HeardSince(second).empty(), XRule::NotifyEveryClient, which,
-                         "the second client heard nothing");
+                         "the second client received no notification");
         for (const XHeard& heard : sure.HeardSince(before)) {
             const std::string fault = FaultOf(heard.dataId);
             m_findings.Check(fault.empty(), XRule::NotifyDataId, which, LXQuoted(heard.dataId) + ": " + fault);
@@ -245,7 +244,7 @@ private:
                          "GetTypeArrayEx(15) inside the notification", "the types cannot be read");
         if (before == after) {
             for (const XRule rule : {XRule::NotifyAfter, XRule::NotifyConcerns}) {
-                m_findings.NotTested(rule, "the edit changed nothing of what is read in bulk");
+                m_findings.NotTested(rule, "the edit changed nothing that bulk reads return");
             }
             return;
         }

@@ -123,7 +123,7 @@ private:
                 came.erase(inherited.Key());
             }
         });
-        if (difference.empty() && !came.empty()) { difference = LXQuoted(*came.begin()) + " is only here"; }
+        if (difference.empty() && !came.empty()) { difference = LXQuoted(*came.begin()) + " is not in the array"; }
         m_verification.Findings().Check(difference.empty(), XRule::AgreeEnumerations, answer.call, difference);
     }
 
@@ -173,7 +173,7 @@ template <class Ask> void VerifyFormat(XVerification& verification, const std::s
     const auto other =
         again.Has() ? verification.AskProperties(*again.object, XElementKind::Format, again.call) : std::nullopt;
     verification.Findings().Check(!row || row == other, XRule::AgreeLookups, format.call,
-                                  "asked for again it is nothing, or has other values");
+                                  "a second request finds nothing or other values");
 }
 
 /// Verifies objects and enumerations without a counterpart in arrays: formats and top-level groups.

@@ -12,7 +12,8 @@ void JudgeList(XFindings& findings, const std::string& call, const std::vector<X
     for (const XReadRecord& record : records) {
         const std::string where = call + ", " + record.path;
         LXJudgeValues(record.kind, record.values, findings, where);
-        findings.Check(keys.insert(record.Key()).second, XRule::NamesUnique, where, "there is another one before it");
+        findings.Check(keys.insert(record.Key()).second, XRule::NamesUnique, where,
+                       "an earlier record has the same key");
         JudgeList(findings, call, record.types);
     }
 }
@@ -22,7 +23,7 @@ void JudgeNames(XFindings& findings, const std::string& call, const XReadTypes& 
     std::set<ULONG> named;
     for (const auto& [name, index] : types.names) {
         findings.Check(indexes.emplace(name, index).second, XRule::NamesUnique, call,
-                       "the name " + LXQuoted(name) + " stands there twice");
+                       "the name " + LXQuoted(name) + " occurs twice");
         findings.Check(named.insert(index).second, XRule::NamesMatch, call,
                        "two names have the index " + std::to_string(index));
     }
@@ -47,7 +48,7 @@ std::map<std::string, std::string> JudgeBases(XFindings& findings, const std::st
                                : found != nullptr && type.base >= 0 && static_cast<ULONG>(type.base) == found->index;
         findings.Check(right, XRule::BaseExists, call + ", " + type.head.path,
                        "value 2 names the base type " + LXQuoted(base) +
-                           (base.empty() || found != nullptr ? "" : ", which is not there") +
+                           (base.empty() || found != nullptr ? "" : ", which is not in the array") +
                            "; the index of the base type is " + std::to_string(type.base));
         bases.emplace(type.head.Key(), base);
     }
@@ -89,7 +90,7 @@ void JudgeRelations(XFindings& findings, const std::vector<XReadRecord>& relatio
                                  LXQuoted(relation.Text(XProperty::ChildList));
         const std::string where = "GetPCArray(), relation of " + name;
         LXJudgeValues(relation.kind, relation.values, findings, where);
-        findings.Check(met.insert(name).second, XRule::NamesUnique, where, "there is another one before it");
+        findings.Check(met.insert(name).second, XRule::NamesUnique, where, "an earlier record has the same key");
     }
 }
 

@@ -69,7 +69,7 @@ void VerifyInfos(XVerification& verification, const XReadRecord& record) {
         const auto row =
             found.Has() ? verification.AskProperties(*found.object, XElementKind::PCInfo, who) : std::nullopt;
         verification.Findings().Check(row && rows.contains(*row), XRule::AgreeRelations, found.call,
-                                      "it is not the one of GetPCInfoEnum");
+                                      "it is not the PC info that GetPCInfoEnum returns");
     }
 }
 

@@ -97,8 +97,8 @@ private:
         std::string difference;
         for (const auto& [name, attribute] : m_own) {
             if (takes(*attribute) == came.contains(name)) { continue; }
-            difference =
-                attribute->path + (came.contains(name) ? " comes, although its values say otherwise" : " is missing");
+            difference = attribute->path +
+                         (came.contains(name) ? " is returned although its values do not match" : " is missing");
         }
         m_verification.Findings().Check(difference.empty(), XRule::AgreeDisplays, answer.call, difference);
     }
@@ -118,14 +118,14 @@ private:
         if (!answer.Has()) {
             const auto missing = std::find_if(own.begin(), own.end(), isDefault);
             m_verification.Findings().Check(missing == own.end(), XRule::AgreeDefaults, answer.call,
-                                            missing == own.end() ? "" : "nothing, and not " + missing->path);
+                                            missing == own.end() ? "" : "nothing instead of " + missing->path);
             return;
         }
         const std::string name = m_verification.AskKey(*answer.object, XElementKind::Editor, answer.call);
         const auto found = std::find_if(own.begin(), own.end(), [&](const auto& one) { return one.Key() == name; });
         const bool isInherited = found == own.end(); // checked at the base type
         m_verification.Findings().Check(isInherited || isDefault(*found), XRule::AgreeDefaults, answer.call,
-                                        LXQuoted(name) + ", whose values do not say so");
+                                        LXQuoted(name) + " is not a default according to its values");
     }
 
     XVerification& m_verification;

@@ -23,7 +23,7 @@ std::string AskAtOnce(XVerification& verification, std::barrier<>& start, const 
             const XLXComPtr<ILXType> type = verification.AskType(record->head.Key());
             const auto row =
                 type ? verification.AskProperties(*type, XElementKind::Type, record->head.path) : std::nullopt;
-            if (!row || *row != LXRowOf(record->head.values)) { return record->head.path + " answers otherwise"; }
+            if (!row || *row != LXRowOf(record->head.values)) { return record->head.path + " has other values"; }
         }
     }
     return "";

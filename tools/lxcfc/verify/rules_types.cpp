@@ -26,7 +26,7 @@ std::string DifferenceOf(const std::vector<XReadRecord>& expected, const std::ve
         }
         left.erase(other);
     }
-    return left.empty() ? "" : left.begin()->second->path + " is only here";
+    return left.empty() ? "" : left.begin()->second->path + " is in only one of the arrays";
 }
 
 std::string DifferenceOf(const XReadComponents& expected, const XReadComponents& came) {
@@ -45,7 +45,7 @@ std::string DifferenceOf(const XReadType& expected, const XReadType& came) {
         LXDifference(LXRowOf(expected.head.values), AllTypes, LXRowOf(came.head.values), ThisAnswer);
     if (!values.empty()) { return expected.head.path + ": " + values; }
     if (expected.listed != came.listed || expected.searchable != came.searchable) {
-        return expected.head.path + ": listed or searchable in one array, and not in the other";
+        return expected.head.path + ": listed or searchable in only one of the arrays";
     }
     return DifferenceOf(expected.components, came.components);
 }
@@ -92,7 +92,7 @@ void VerifyType(XVerification& verification, const XReadType& expected, bool one
     const std::string name = expected.head.Key();
     const XLXComPtr<ILXType> type = verification.AskType(name);
     verification.Findings().Check(static_cast<bool>(type), XRule::AgreeType, "GetType(" + LXQuoted(name) + ")",
-                                  "there is no such type, although the array of all types has it");
+                                  "there is no such type, although the array of all types contains it");
     if (type) {
         VerifyValues(verification, *type, expected, oneByOne);
         const auto components = verification.AskComponents(*type, name, XVerification::AllInBulk);
