@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 namespace {
-constexpr std::size_t MostElements = 4096;
+constexpr std::size_t MaxElements = 4096;
 
 class FuzzObject final : public XUnknown<FuzzObject, IUnknown> {
 public:
@@ -36,28 +36,21 @@ enum ECode : std::uint8_t {
 
 class Decoder {
 public:
-    explicit Decoder(XBytes bytes) : m_bytes(bytes) {}
+    explicit Decoder(Decisions bytes) : m_bytes(bytes) {}
 
     XLXVariantVector Elements() {
-        while (!m_bytes.empty() && m_elements.size() < MostElements) {
-            const std::uint8_t byte = Byte();
+        while (!m_bytes.Empty() && m_elements.size() < MaxElements) {
+            const std::uint8_t byte = m_bytes.Byte();
             Element(byte & 0xF, byte >> 4);
         }
         return std::move(m_elements);
     }
 
 private:
-    std::uint8_t Byte() {
-        if (m_bytes.empty()) { return 0; }
-        const std::uint8_t byte = m_bytes.front();
-        m_bytes = m_bytes.subspan(1);
-        return byte;
-    }
-
     ULONG Number() {
         ULONG number = 0;
         for (int i = 0; i < 4; ++i) {
-            number = (number << 8) | Byte();
+            number = (number << 8) | m_bytes.Byte();
         }
         return number;
     }
@@ -74,7 +67,7 @@ private:
     void AddText(int length) {
         XLXText text;
         for (int i = 0; i < length; ++i) {
-            text.push_back(static_cast<OLECHAR>(Byte()));
+            text.push_back(static_cast<OLECHAR>(m_bytes.Byte()));
         }
         Add(XLXComVariant::FromBstr(text));
     }
@@ -120,7 +113,7 @@ private:
         }
     }
 
-    XBytes m_bytes;
+    Decisions m_bytes;
     XLXVariantVector m_elements;
 };
 
@@ -142,14 +135,15 @@ XLXSafeArray Create(EContainer container, ULONG count) {
 
 void LXRequire(bool holds, std::string_view what) {
     if (!holds) {
-        std::fprintf(stderr, "does not hold: %.*s\n", static_cast<int>(what.size()), what.data());
+        std::fprintf(stderr, "violated: %.*s\n", static_cast<int>(what.size()), what.data());
         std::abort();
     }
 }
 
 XLXSafeArray DecodeArray(XBytes bytes) {
-    const auto container = static_cast<EContainer>(bytes.empty() ? 0 : bytes.front());
-    XLXVariantVector elements = Decoder(bytes.empty() ? bytes : bytes.subspan(1)).Elements();
+    Decisions decisions(bytes);
+    const auto container = static_cast<EContainer>(decisions.Byte());
+    XLXVariantVector elements = Decoder(decisions).Elements();
     XLXSafeArray array = Create(container, static_cast<ULONG>(elements.size()));
     if (array && container != EContainer::Texts) {
         VARIANT* element = static_cast<VARIANT*>(array.Get()->pvData);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A byte code for arrays in which every byte string is valid and small changes of bytes make small changes of elements.
-// The first byte selects the container; each further one starts an element.
+// A byte code for arrays in which every byte string is valid, and a small change of the bytes is a small change of the
+// array. The first byte selects the container; each further one starts an element.
 #ifndef ARRAYCODE_H
 #define ARRAYCODE_H
 
@@ -12,6 +12,25 @@
 #include <string_view>
 
 using XBytes = std::span<const std::uint8_t>;
+
+/// Decisions from the fuzzer's bytes; 0 when they are used up.
+class Decisions {
+public:
+    explicit Decisions(XBytes bytes) noexcept : m_bytes(bytes) {}
+    bool Empty() const noexcept { return m_bytes.empty(); }
+    std::uint8_t Byte() noexcept {
+        if (m_bytes.empty()) { return 0; }
+        const std::uint8_t first = m_bytes.front();
+        m_bytes = m_bytes.subspan(1);
+        return first;
+    }
+    /// A number from 0 to count - 1.
+    int Of(int count) noexcept { return Byte() % count; }
+    template <class T> auto& OneOf(const T& choices) noexcept { return choices[Byte() % std::size(choices)]; }
+
+private:
+    XBytes m_bytes;
+};
 
 /// Ends the process unless the condition holds.
 void LXRequire(bool holds, std::string_view what);

@@ -1,32 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// The common part of the fuzz targets for the whole cache: a cache in front of a sample server that must answer like
-// it, and decisions from input bytes.
+// The common part of the fuzz targets for the whole cache: a cache in front of a sample server. Both must give the same
+// answers.
 #ifndef CACHETARGETS_H
 #define CACHETARGETS_H
 
 #include "fuzztargets.h"
 #include "lxconfigfactorycachemanager.h"
 #include "questions.h"
-
-/// Decisions from the fuzzer's bytes; 0 when they are used up.
-class Decisions {
-public:
-    explicit Decisions(XBytes bytes) noexcept : m_bytes(bytes) {}
-    bool Empty() const noexcept { return m_bytes.empty(); }
-    std::uint8_t Byte() noexcept {
-        if (m_bytes.empty()) { return 0; }
-        const std::uint8_t first = m_bytes.front();
-        m_bytes = m_bytes.subspan(1);
-        return first;
-    }
-    /// A number from 0 to count - 1.
-    int Of(int count) noexcept { return Byte() % count; }
-    template <class T> auto& OneOf(const T& choices) noexcept { return choices[Byte() % std::size(choices)]; }
-
-private:
-    XBytes m_bytes;
-};
 
 /// A cache in client mode with its own sample server.
 class FuzzCache {
@@ -38,10 +19,10 @@ public:
 
     void Start(LONG transferMode) {
         auto values = LXArguments(*m_server, transferMode);
-        LXRequire(m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get()) == S_OK, "the cache starts");
+        LXRequire(m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get()) == S_OK, "Initialize succeeds");
     }
 
-    void Terminate() { LXRequire(m_cache.As<IDPFObject>()->Terminate() == S_OK, "the cache ends"); }
+    void Terminate() { LXRequire(m_cache.As<IDPFObject>()->Terminate() == S_OK, "Terminate succeeds"); }
 
     XSampleServer& Server() const { return *m_server; }
     XLXComPtr<ILXConfigFactory> Cache() const { return m_cache.As<ILXConfigFactory>(); }

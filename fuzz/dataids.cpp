@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Notifications of every shape.
+// Notifications of every form.
 #include "XDataId.h"
 #include "cachetargets.h"
 
@@ -79,9 +79,9 @@ bool FuzzDataId(XBytes bytes) {
     const XLXText text = TextFrom(decisions);
     const XLXComBSTR id(text);
     const HRESULT result = receiver->DataObjectChanged(id.Get(), dataType.Get(), 256, notificationId, 0, nullptr);
-    LXRequire(result == S_OK, "a notification is taken whatever its data id is");
+    LXRequire(result == S_OK, "a notification is accepted, whatever its data id");
     CompareKinds(cache);
-    // It must not suppress the next notification either.
+    // The next notification must not be suppressed either.
     cache.Server().Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, std::to_string(++executions % 10));
     CompareKinds(cache);
     return XDataId::Parse(text).kind != LXDataIdKind::Other;

@@ -24,9 +24,9 @@ template <class F> bool Takes(F&& read) {
         read();
         return true;
     } catch (const XLXException& error) {
-        LXRequire(error.Code() == E_INVALIDARG || error.Code() == E_POINTER, "only bad arguments are refused");
-        LXRequire(!error.Message().empty(), "a refusal says why");
-        LXRequire(error.Location().scope == std::string_view("XLXCFCDataTransfer"), "a refusal says where");
+        LXRequire(error.Code() == E_INVALIDARG || error.Code() == E_POINTER, "a refusal is E_INVALIDARG or E_POINTER");
+        LXRequire(!error.Message().empty(), "a refusal has a message");
+        LXRequire(error.Location().scope == std::string_view("XLXCFCDataTransfer"), "a refusal names the reader");
         return false;
     }
 }
@@ -50,7 +50,7 @@ template <class F> bool WithArray(XBytes bytes, F&& body) {
         const std::vector<VARTYPE> types = TypesOf(array);
         body(std::move(array), types);
     });
-    LXRequire(XModuleCount::LiveObjects() == before, "nothing is left alive");
+    LXRequire(XModuleCount::LiveObjects() == before, "no object leaks");
     return taken;
 }
 
@@ -58,7 +58,7 @@ template <class F> bool WithArray(XBytes bytes, F&& body) {
 void RequirePrefix(const XLXSafeArray& written, const std::vector<VARTYPE>& read) {
     const std::vector<VARTYPE> types = TypesOf(written);
     LXRequire(types.size() <= read.size() && std::equal(types.begin(), types.end(), read.begin()),
-              "what was read is written as it stood");
+              "an array is written as it was read");
 }
 } // namespace
 
@@ -66,7 +66,7 @@ bool FuzzTypeArray(XBytes bytes) {
     return WithArray(bytes, [](XLXSafeArray array, const std::vector<VARTYPE>& read) {
         XLXSafeArray written = GetArrayFromMap(GetMapFromArray(std::move(array)));
         const std::vector<VARTYPE> types = TypesOf(written);
-        LXRequire(types.size() <= read.size(), "nothing is read twice"); // entries with the same key become one
+        LXRequire(types.size() <= read.size(), "no element is read twice"); // entries with the same key become one
         XILXTypeMap again;
         LXRequire(Takes([&] { again = GetMapFromArray(std::move(written)); }), "what is written can be read");
         for (auto& [index, record] : again.records) {

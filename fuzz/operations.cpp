@@ -7,10 +7,10 @@
 #include "cachetargets.h"
 
 namespace {
-constexpr int MostOperations = 24;
+constexpr int MaxOperations = 24;
 constexpr const char* Types[] = {"Item", "Equipment", "Pump", "Document", "Missing"};
 
-/// The kinds of random edits, without removals of what the cache keeps.
+/// The kinds of random edits, except removals of elements that the cache keeps.
 std::vector<LXRandom::XKind> Kinds() {
     std::vector<LXRandom::XKind> kinds = LXRandom::KindsOfTypes();
     const auto others = LXRandom::KindsOfOthers();
@@ -28,10 +28,10 @@ public:
 
     bool All() {
         m_cache.Start(m_decisions.Of(16));
-        for (int i = 0; i < MostOperations && !m_decisions.Empty(); ++i) {
+        for (int i = 0; i < MaxOperations && !m_decisions.Empty(); ++i) {
             One();
         }
-        // In the end both must agree about everything that may have changed.
+        // At the end both must still agree.
         Compare({XTopic::ShownAttributes, OLESTR("Pump"), {}, 1});
         Compare({XTopic::Groups, OLESTR("Item")});
         return m_compared > 2;
@@ -127,7 +127,6 @@ private:
 bool FuzzOperations(XBytes bytes) {
     const long before = XSampleServer::LiveObjectsOfAllServers() + XModuleCount::LiveObjects();
     const bool compared = Run(bytes).All();
-    LXRequire(XSampleServer::LiveObjectsOfAllServers() + XModuleCount::LiveObjects() == before,
-              "nothing is left alive");
+    LXRequire(XSampleServer::LiveObjectsOfAllServers() + XModuleCount::LiveObjects() == before, "no object leaks");
     return compared;
 }

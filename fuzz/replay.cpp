@@ -19,7 +19,7 @@ std::ostream& operator<<(std::ostream& out, const Target& target) { return out <
 
 class Corpus : public testing::TestWithParam<Target> {};
 
-TEST_P(Corpus, IsReadAsItsNamesSay) {
+TEST_P(Corpus, IsAcceptedOrRefusedByItsNames) {
     int taken = 0;
     int refused = 0;
     for (const auto& file :

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "cachefixture.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <future>
@@ -14,6 +15,11 @@ XLXText LXRead(ILXConfigObject* object, int member) {
         return XLXFormat() << code;
     }
     return result == S_FALSE ? XLXText(OLESTR("<empty>")) : value.AsText().value_or(OLESTR("<no text>"));
+}
+
+bool LXServerMode() {
+    const auto arguments = testing::internal::GetArgvs();
+    return std::find(arguments.begin(), arguments.end(), "--server-mode") != arguments.end();
 }
 
 CacheTest::CacheTest(XServerModel model) : m_server(XSampleServer::Create(std::move(model))) {
@@ -53,6 +59,11 @@ HRESULT CacheTest::Initialize(std::vector<XLXComVariant> values) {
     return Client()->Initialize(static_cast<ULONG>(values.size()), values.empty() ? nullptr : &values.front().Get());
 }
 
+HRESULT CacheTest::StartInServer() {
+    if (!m_cache) { m_cache = LXMakeCache(); }
+    return m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(), m_server->DataUpdate().Get());
+}
+
 HRESULT CacheTest::Start(LONG transferMode, bool noNotifications, bool separateCallback) {
     return Initialize(Arguments(transferMode, noNotifications, separateCallback));
 }
@@ -76,6 +87,11 @@ XLXComPtr<ILXGroup> CacheTest::Group(const char* type, int number) {
     XLXComPtr<ILXGroup> group;
     EXPECT_EQ(Type(type)->GetGroup(number, group.Put()), S_OK) << type << " group " << number;
     return group;
+}
+
+bool CacheTest::Has(const XLXComPtr<ILXType>& type, const std::string& attribute) {
+    XLXComPtr<ILXAttribute> found;
+    return type->GetAttribute(XLXComBSTR(LXFromUtf8(attribute)).Get(), found.Put()) == S_OK;
 }
 
 void CacheTest::ExpectCalls(unsigned long long expected, const std::function<void()>& work) {

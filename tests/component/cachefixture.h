@@ -11,8 +11,9 @@
 
 #include <functional>
 #include <thread>
+#include <tuple>
 
-/// Creates a cache: with the registered module, or from the code linked into the test.
+/// Creates a cache: from the registered module, or from the code linked into the test.
 XLXComPtr<ILXConfigFactoryCache> LXMakeCache();
 
 inline void PrintTo(const XLXText& text, std::ostream* os) { *os << LXNarrow(text); }
@@ -20,30 +21,51 @@ inline void PrintTo(const XLXText& text, std::ostream* os) { *os << LXNarrow(tex
 /// A property as text; "<empty>" for an empty value, "<0x...>" for a failure.
 XLXText LXRead(ILXConfigObject* object, int member);
 
+/// A null pointer of the type that a method returns through its last parameter.
+template <class Face, class... Parameters> auto LXOutOf(HRESULT (STDMETHODCALLTYPE Face::*)(Parameters...)) {
+    using Last = std::tuple_element_t<sizeof...(Parameters) - 1, std::tuple<Parameters...>>;
+    return XLXComPtr<std::remove_pointer_t<std::remove_pointer_t<Last>>>();
+}
+
+/// The object that a method returns through its last parameter. The call must succeed.
+template <class Owner, class Method, class... Arguments>
+auto LXGet(const XLXComPtr<Owner>& owner, Method method, Arguments... arguments) {
+    auto object = LXOutOf(method);
+    EXPECT_EQ((owner.Get()->*method)(arguments..., object.Put()), S_OK);
+    return object;
+}
+
+/// The elements of an enumeration; none for a null pointer.
+template <class Enumerator> auto LXElements(const XLXComPtr<Enumerator>& elements) {
+    auto element = LXOutOf(&Enumerator::GetSingleNext);
+    std::vector<decltype(element)> all;
+    while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
+        all.push_back(element);
+    }
+    return all;
+}
+
 /// One property of all elements of an enumeration, as texts; empty for a null pointer.
 template <class Element, class Enumerator>
 std::vector<std::string> LXReadAll(const XLXComPtr<Enumerator>& elements, int member) {
     std::vector<std::string> texts;
-    XLXComPtr<Element> element;
-    while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
+    for (const XLXComPtr<Element>& element : LXElements(elements)) {
         texts.push_back(LXNarrow(LXRead(element.Get(), member)));
     }
     return texts;
 }
 
-/// The same for what a call enumerates; a call that does not answer S_OK must give nothing.
-template <class Element, class Enumerator, class Ask> std::vector<std::string> LXList(int member, Ask&& ask) {
-    XLXComPtr<Enumerator> elements;
-    const HRESULT result = ask(elements.Put());
+/// The same for the enumeration that a method returns. Unless the call returns S_OK, there must be none.
+template <class Element, class Owner, class Method, class... Arguments>
+std::vector<std::string> LXList(int member, const XLXComPtr<Owner>& owner, Method method, Arguments... arguments) {
+    auto elements = LXOutOf(method);
+    const HRESULT result = (owner.Get()->*method)(arguments..., elements.Put());
     EXPECT_EQ(result == S_OK, static_cast<bool>(elements)) << result;
     return LXReadAll<Element>(elements, member);
 }
 
-template <class Element, class Owner, class Enumerator>
-std::vector<std::string> LXList(int member, const XLXComPtr<Owner>& owner,
-                                HRESULT (STDMETHODCALLTYPE Owner::*list)(Enumerator**)) {
-    return LXList<Element, Enumerator>(member, [&](Enumerator** out) { return (*owner.*list)(out); });
-}
+/// Whether the test program was started with --server-mode: the cache then runs in the server's process.
+bool LXServerMode();
 
 /// When LX_DISCARD is set, each test begins with Discard: "same" or "other".
 class CacheTest : public testing::Test {
@@ -51,14 +73,16 @@ protected:
     explicit CacheTest(XServerModel model = LXTestModel());
     ~CacheTest() override;
 
-    /// Says when a cache created from now on reads stale values together: "always" or "never", whatever calls cost on
-    /// this machine. Never, unless the environment variable LXREFILL says otherwise.
+    /// Sets when caches that are created from now on read stale values in bulk: "always" or "never"; with another text
+    /// the cost of calls decides. The fixture sets "never" unless the environment variable LXREFILL has a value.
     static void SetRefill(const char* when);
-    /// From now on every call to the server delivers a notification that makes everything stale before it returns: on
-    /// the calling thread, or on another thread that the call waits for.
+    /// From now on, each call to the server delivers a notification that makes everything stale before it returns: on
+    /// the calling thread, or on another thread, for which the call waits.
     void Discard(bool onOtherThread);
     /// Initialises the cache like an application.
     HRESULT Start(LONG transferMode = 15, bool noNotifications = false, bool separateCallback = false);
+    /// Initialises the cache in server mode, like a server in its own process.
+    HRESULT StartInServer();
     HRESULT Initialize(std::vector<XLXComVariant> values);
     std::vector<XLXComVariant> Arguments(LONG transferMode, bool noNotifications, bool separateCallback = false) {
         return LXArguments(*m_server, transferMode, noNotifications, separateCallback);
@@ -68,12 +92,14 @@ protected:
     XLXComPtr<ILXType> Type(const char* name);
     XLXComPtr<ILXAttribute> Attribute(const char* type, const char* name);
     XLXComPtr<ILXGroup> Group(const char* type, int number);
+    /// Whether a type has the attribute, itself or from its bases.
+    static bool Has(const XLXComPtr<ILXType>& type, const std::string& attribute);
     XCallMonitor& Calls() { return m_server->Calls(); }
     XServerEdits Edit() { return m_server->Edit(); }
     XLXComPtr<IDPFObject> Client() { return m_cache.As<IDPFObject>(); }
     XLXComPtr<ILXConfigFactory> Factory() { return m_cache.As<ILXConfigFactory>(); }
 
-    /// Expects the work to make this many calls to the server. Not checked when LX_DISCARD is set.
+    /// Expects that work makes this many calls to the server. Not checked when LX_DISCARD is set.
     void ExpectCalls(unsigned long long expected, const std::function<void()>& work);
 
     std::shared_ptr<XSampleServer> m_server;

@@ -7,8 +7,6 @@
 
 #include "cachefixture.h"
 
-#include <tuple>
-
 struct XLifeStep {
     HRESULT result = S_OK; ///< the first failure in the step, else the result of its call
     std::string answer;    ///< the texts that were read; empty unless the call returned S_OK
@@ -21,11 +19,11 @@ public:
     /// @param around  called with true before and with false after each call to the cache
     explicit XClientLife(XSampleServer& server, std::function<void(bool)> around = {}, LONG transferMode = 1)
         : m_server(server), m_around(std::move(around)), m_transferMode(transferMode) {}
-    /// Asks a cache that somebody else has started.
+    /// Queries a cache that another session has initialised.
     XClientLife(XSampleServer& server, XLXComPtr<ILXConfigFactoryCache> cache)
         : m_server(server), m_cache(std::move(cache)), m_factory(m_cache.As<ILXConfigFactory>()) {}
 
-    /// Leaves out steps whose object could not be obtained.
+    /// Skips the steps for an object that it did not get.
     const XLifeSteps& Run() {
         SetErrorInfo(0, nullptr);
         if (Start()) {
@@ -50,11 +48,6 @@ public:
 
 private:
     static XLXComBSTR B(const char* text) { return XLXComBSTR(LXFromUtf8(text)); }
-    /// What a method hands out through its last parameter.
-    template <class Face, class... Parameters> static auto OutOf(HRESULT (STDMETHODCALLTYPE Face::*)(Parameters...)) {
-        using Last = std::tuple_element_t<sizeof...(Parameters) - 1, std::tuple<Parameters...>>;
-        return XLXComPtr<std::remove_pointer_t<std::remove_pointer_t<Last>>>();
-    }
 
     template <class Call> HRESULT In(Call&& call) {
         if (m_around) { m_around(true); }
@@ -81,8 +74,8 @@ private:
                               : (FAILED(result) ? "<failed>" : "<empty>");
     }
 
-    /// Calls a method; One also reads a property of the object, All of all elements, that the method hands out through
-    /// its last parameter.
+    /// Calls a method. One and All also read a property: of the object that the method returns through its last
+    /// parameter, or of all elements of that enumeration.
     template <class Face, class Method, class... Arguments>
     XLifeStep& Step(const std::string& name, Face* face, Method method, Arguments... arguments) {
         return Note(name, In([&] { return (face->*method)(arguments...); }));
@@ -90,7 +83,7 @@ private:
 
     template <class Face, class Method, class... Arguments>
     auto One(const std::string& name, int member, Face* face, Method method, Arguments... arguments) {
-        auto object = OutOf(method);
+        auto object = LXOutOf(method);
         XLifeStep& step = Step(name, face, method, arguments..., object.Put());
         EXPECT_EQ(step.result == S_OK, static_cast<bool>(object)) << name;
         if (object) { step.answer = Read(step, object.Get(), member); }
@@ -99,13 +92,13 @@ private:
 
     template <class Face, class Method, class... Arguments>
     void All(const std::string& name, int member, Face* face, Method method, Arguments... arguments) {
-        auto elements = OutOf(method);
+        auto elements = LXOutOf(method);
         using Enumerator = std::remove_pointer_t<decltype(elements.Get())>;
         XLifeStep& step = Step(name, face, method, arguments..., elements.Put());
         EXPECT_EQ(step.result == S_OK, static_cast<bool>(elements)) << name;
         if (!elements) { return; }
         std::vector<std::string> texts; // sorted, because global format specs are ordered by address
-        auto element = OutOf(&Enumerator::GetSingleNext);
+        auto element = LXOutOf(&Enumerator::GetSingleNext);
         while (In([&] { return elements->GetSingleNext(element.Put()); }) == S_OK) {
             texts.push_back(Read(step, element.Get(), member));
         }

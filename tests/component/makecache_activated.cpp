@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Obtains the cache like a program: registers the module and activates the class.
+// Creates the cache as a program does: registers the module and activates the class.
 #include "cachefixture.h"
 #include "lxtestrunner.h"
 #include "modulefile.h"

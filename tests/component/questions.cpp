@@ -211,9 +211,9 @@ Lines LXAnswer(ILXConfigFactory& factory, const XInquiry& inquiry) {
 std::string LXDifference(ILXConfigFactory& cache, ILXConfigFactory& server, const XInquiry& inquiry) {
     const Lines cached = LXAnswer(cache, inquiry);
     const Lines direct = LXAnswer(server, inquiry);
-    const bool goesOn = inquiry.topic == XTopic::AttributeTypes &&
-                        std::includes(cached.begin(), cached.end(), direct.begin(), direct.end());
-    if (goesOn || cached == direct) { return {}; }
+    const bool hasRemoved = inquiry.topic == XTopic::AttributeTypes &&
+                            std::includes(cached.begin(), cached.end(), direct.begin(), direct.end());
+    if (hasRemoved || cached == direct) { return {}; }
     return "topic " + std::to_string(static_cast<int>(inquiry.topic)) + " " + LXToUtf8(inquiry.type) + "." +
            LXToUtf8(inquiry.name) + " " + std::to_string(inquiry.number) + "\n cache:  " + Joined(cached) +
            "\n server: " + Joined(direct);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Models and arguments of tests, and questions that a cache and its server must answer alike.
+// Models and arguments for tests, and queries to which a cache and its server must give the same answer.
 #ifndef QUESTIONS_H
 #define QUESTIONS_H
 
@@ -21,7 +21,7 @@ std::vector<XLXComVariant> LXArguments(const XSampleServer& server, LONG transfe
                                        bool separateCallback = false);
 
 enum class XTopic {
-    Types, // these three may go on with elements that the server has removed
+    Types, // these three may still list elements that the server has removed
     SearchableTypes,
     BrowserIds,
     Specs,
@@ -37,7 +37,7 @@ enum class XTopic {
     GroupAttributes, // by number
     AttributeValues, // this and the following by name
     AttributeFormats,
-    AttributeTypes // may also go on
+    AttributeTypes // may also list removed ones
 };
 
 struct XInquiry {
@@ -48,13 +48,13 @@ struct XInquiry {
 };
 
 /// The answer of a server or a cache: a line for each element, with its values. The lines are sorted, because the two
-/// have different orders. All failures are the same line.
+/// have different orders. All failures give the same line.
 std::vector<std::string> LXAnswer(ILXConfigFactory& factory, const XInquiry& inquiry);
 
 /// The question with both answers if they differ, otherwise empty.
 std::string LXDifference(ILXConfigFactory& cache, ILXConfigFactory& server, const XInquiry& inquiry);
 
-/// All that can be asked about the elements of a model, and about some that it lacks.
+/// All queries for the elements of a model, and some for elements that it lacks.
 std::vector<XInquiry> LXEveryInquiry(const XServerModel& model);
 
 #endif

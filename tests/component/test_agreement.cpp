@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The cache and the server must give the same answers to all requests: at rest, after many edits, and while a
-// notification that makes everything stale overtakes every single call to the server.
+// The cache and the server must give the same answers to all requests: without edits, after many edits, and while a
+// notification that makes everything stale overtakes every call to the server.
 #include "XRandomEdits.h"
 #include "cachefixture.h"
 
@@ -16,7 +16,7 @@ XServerModel GeneratedModel(int types, int attributesPerType) {
 }
 } // namespace
 
-/// At rest: with records that come with the server's objects, and without.
+/// Bulk records come with the server's objects or without them.
 class Agreement : public CacheTest, public testing::WithParamInterface<bool> {
 protected:
     explicit Agreement(XServerModel model = GeneratedModel(24, 6)) : CacheTest(std::move(model)) {}
@@ -30,7 +30,7 @@ protected:
     }
 };
 
-TEST_P(Agreement, AtRestAndAfterRandomEdits) {
+TEST_P(Agreement, BeforeAndAfterRandomEdits) {
     const unsigned seed = std::random_device{}();
     SCOPED_TRACE("seed " + std::to_string(seed));
     m_server->DeliverComponentObjects(GetParam());
@@ -43,15 +43,15 @@ TEST_P(Agreement, AtRestAndAfterRandomEdits) {
     Terminate();
 }
 
-INSTANTIATE_TEST_SUITE_P(Components, Agreement, testing::Bool(),
-                         [](const auto& test) { return test.param ? "Come" : "AreAskedFor"; });
+INSTANTIATE_TEST_SUITE_P(Records, Agreement, testing::Bool(),
+                         [](const auto& test) { return test.param ? "WithObjects" : "WithoutObjects"; });
 
 class Discarding : public Agreement {
 protected:
     Discarding() : Agreement(GeneratedModel(4, 2)) {}
 };
 
-TEST_P(Discarding, EveryCallIsOvertakenByANotificationThatInvalidatesEverything) {
+TEST_P(Discarding, EveryCallIsOvertakenByANotificationOfEverything) {
     ASSERT_EQ(Start(), S_OK);
     Discard(GetParam());
     ExpectAgreement();

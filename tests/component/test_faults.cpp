@@ -52,12 +52,12 @@ void ExpectRightAnswers(const XLifeSteps& steps, const XLifeSteps& undisturbed, 
     for (const auto& [name, expected] : undisturbed) {
         const auto found = steps.find(name);
         if (found == steps.end()) {
-            continue; // no object for this step; the step that should have got it is checked
+            continue; // there was no object for this step; the step that returns the object is checked
         }
         const XLifeStep& step = found->second;
         const bool same = step.result == expected.result && step.answer == expected.answer;
-        const bool saidNothing = fault == S_FALSE && step.result == S_FALSE;
-        EXPECT_TRUE(same || FAILED(step.result) || saidNothing || IsPrescribed(failed, name, step))
+        const bool isNothing = fault == S_FALSE && step.result == S_FALSE;
+        EXPECT_TRUE(same || FAILED(step.result) || isNothing || IsPrescribed(failed, name, step))
             << failed << " > " << name << ": " << step.result << " " << step.answer;
     }
 }
@@ -67,7 +67,7 @@ class Faults : public testing::TestWithParam<HRESULT> {
 protected:
     /// @param failing  the number of the call to fail; 0: none
     /// @param failed   set to the name of that call; empty when there were fewer calls
-    static XLifeSteps Live(unsigned long long failing, std::string& failed) {
+    static XLifeSteps RunSession(unsigned long long failing, std::string& failed) {
         const auto server = XSampleServer::Create(LXLifeModel());
         if (failing != 0) { server->Calls().FailCall("", GetParam(), failing); }
         unsigned long long count = 0;
@@ -81,14 +81,14 @@ protected:
     }
 };
 
-TEST_P(Faults, OneMoreCallGoesWrongEachTime) {
+TEST_P(Faults, EachCallFailsInTurn) {
     std::string none;
-    const XLifeSteps undisturbed = Live(0, none);
+    const XLifeSteps undisturbed = RunSession(0, none);
     unsigned long long points = 0;
     for (std::string failed = "-"; !failed.empty(); ++points) {
         failed.clear();
-        ExpectRightAnswers(Live(points + 1, failed), undisturbed, GetParam(), failed);
-        ExpectRightAnswers(Live(0, none), undisturbed, E_FAIL, "second life");
+        ExpectRightAnswers(RunSession(points + 1, failed), undisturbed, GetParam(), failed);
+        ExpectRightAnswers(RunSession(0, none), undisturbed, E_FAIL, "second session");
     }
     EXPECT_GT(points, 50u);
     RecordProperty("points", static_cast<int>(points - 1));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Notifications that arrive during a start or a fetch, and concurrent reads. tests/reliability/test_freshload.cpp has
-// notifications inside every other kind of call.
+// Reads during writes to the same object, a notification that overtakes a start, and concurrent first queries.
+// tests/reliability/test_freshload.cpp has notifications inside all other calls.
 #include "cachefixture.h"
 
 #include <atomic>
@@ -15,8 +15,9 @@ protected:
     }
 };
 
-// Members that were empty get values, and lose them when the server's are read again; those beside them stay.
-TEST_F(Races, MembersAreFilledAmongOnesThatAreRead) {
+// Empty members are set, and become empty again when the server's values are read. Readers of other members must not
+// notice.
+TEST_F(Races, MembersAreSetWhileOthersAreRead) {
     constexpr int FirstEmpty = 50;
     constexpr int Members = 60;
     ASSERT_EQ(Start(), S_OK);
@@ -77,38 +78,7 @@ TEST_F(Races, AStartThatIsOvertaken) {
     }
 }
 
-// Every fetch is overtaken: each reader gives up after a while, and gets an answer.
-TEST_F(Races, AFormatInAStormOfNotifications) {
-    ASSERT_EQ(Start(), S_OK);
-    const auto head = Attribute("Pump", "Head");
-    Calls().SetHook([&](const XServerCall& call) {
-        if (call.name == "ILXAttribute::GetFormat" && call.point == XCallPoint::Answer) {
-            m_server->SendNotification("objects/Pump/0/2048");
-        }
-    });
-    const auto read = [&] {
-        const auto before = Calls().Of("ILXAttribute::GetFormat");
-        XLXComPtr<ILXFormat> format;
-        EXPECT_EQ(head->GetFormat(1, format.Put()), S_OK);
-        EXPECT_EQ(LXRead(format.Get(), 1), OLESTR("1"));
-        EXPECT_LE(Calls().Of("ILXAttribute::GetFormat") - before, 64u);
-    };
-    std::future<void> readers[4];
-    for (auto& reader : readers) {
-        reader = std::async(std::launch::async, read);
-    }
-    for (auto& reader : readers) {
-        reader.get();
-    }
-    Calls().SetHook({});
-    ExpectCalls(1, [&] {
-        XLXComPtr<ILXFormat> format;
-        EXPECT_EQ(head->GetFormat(1, format.Put()), S_OK);
-        EXPECT_EQ(head->GetFormat(1, format.Put()), S_OK);
-    });
-}
-
-TEST_F(Races, FirstQueriesOfSeveralKindsAtOnceFetchOncePerType) {
+TEST_F(Races, ConcurrentFirstQueriesFetchOncePerType) {
     ASSERT_EQ(Start(0), S_OK);
     Calls().Reset();
     {

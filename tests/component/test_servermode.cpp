@@ -1,17 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// The cache inside the server's process. These tests are a program of their own, because server mode turns the locks
-// off for the whole process. They use the cache from one thread at a time.
+// The cache inside the server's process. A separate program, because server mode turns the locks off for the whole
+// process. These tests use the cache from one thread at a time. tests/relations/test_notificationmatrix.cpp covers
+// notifications in server mode.
 #include "cachefixture.h"
 
 class ServerMode : public CacheTest {
 protected:
-    ServerMode() { m_cache = LXMakeCache(); }
-
-    HRESULT StartInServer() {
-        return m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
-                                   m_server->DataUpdate().Get());
-    }
     struct Named {
         const OLECHAR* name;
         IUnknown* object;
@@ -71,9 +66,8 @@ TEST_F(ServerMode, AnswersForTypesAsInAClient) {
         Edit().SetTypeProperty(type, XProperty::Searchable, false, XNotify::No);
     }
     ASSERT_EQ(StartInServer(), S_OK);
-    const auto listed = LXList<ILXType, ILXTypeEnum>(XProperty::TypeName,
-                                                     [&](auto out) { return Factory()->GetSearchableTypeEnum(out); });
-    EXPECT_EQ(listed, (std::vector<std::string>{"Equipment", "Pump"}));
+    EXPECT_EQ(LXList<ILXType>(XProperty::TypeName, Factory(), &ILXConfigFactory::GetSearchableTypeEnum),
+              (std::vector<std::string>{"Equipment", "Pump"}));
     const XLXComBSTR name(OLESTR("Document"));
     BSTR names[] = {name.Get()};
     EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 0), S_OK);
@@ -84,22 +78,7 @@ TEST_F(ServerMode, AnswersForTypesAsInAClient) {
     Terminate();
 }
 
-TEST_F(ServerMode, NotificationsArriveWithoutTranslation) {
-    ASSERT_EQ(StartInServer(), S_OK);
-    const auto head = Attribute("Pump", "Head");
-    Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, "Lift");
-    EXPECT_EQ(LXRead(head.Get(), XProperty::Label), OLESTR("Lift"));
-    const auto filled = Calls().Of("ILXConfigFactory::GetTypeEnum");
-    m_server->SendNotification("objects/x/0/512");
-    Type("Pump");
-    EXPECT_EQ(Calls().Of("ILXConfigFactory::GetTypeEnum"), filled); // the type map is not reloaded
-    m_server->SendNotification("objects/x/0/2");
-    Type("Pump");
-    EXPECT_EQ(Calls().Of("ILXConfigFactory::GetTypeEnum"), filled + 1);
-    Terminate();
-}
-
-TEST_F(ServerMode, TheEntryPointTakesThreeNamedObjectsOfWhichTheQueryMayBeMissing) {
+TEST_F(ServerMode, TheEntryPointTakesThreeNamedObjectsAndOnlyTheQueryIsOptional) {
     const auto configFactory = m_server->ConfigFactory();
     const auto dataUpdate = m_server->DataUpdate();
     const auto queryEngine = m_server->Query();

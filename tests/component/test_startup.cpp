@@ -41,7 +41,7 @@ TEST_F(Startup, RegistersForBothDataTypesAndUnregisters) {
     EXPECT_TRUE(m_server->Clients().empty());
 }
 
-TEST_F(Startup, WithoutNotificationsTheServiceIsNotTouched) {
+TEST_F(Startup, WithoutNotificationsTheServiceIsNotCalled) {
     std::vector<XLXComVariant> values = Arguments(15, true);
     values[2] = XLXComVariant();
     ASSERT_EQ(Initialize(std::move(values)), S_OK);
@@ -49,7 +49,7 @@ TEST_F(Startup, WithoutNotificationsTheServiceIsNotTouched) {
     EXPECT_EQ(Calls().Of("ILXDataUpdate::RegisterCallback") + Calls().Of("ILXDataUpdate::UnregisterCallback"), 0u);
 }
 
-TEST_F(Startup, SeparateCallbackObjectPassesNotificationsOn) {
+TEST_F(Startup, ASeparateCallbackObjectForwardsNotifications) {
     ASSERT_GE(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
     {
         const XCfgCacheCallbackRegistration registration;
@@ -60,7 +60,7 @@ TEST_F(Startup, SeparateCallbackObjectPassesNotificationsOn) {
     CoUninitialize();
 }
 
-TEST_F(Startup, RefusalsNameTheValueAndWhatItShouldBe) {
+TEST_F(Startup, RefusalsNameTheValueAndItsExpectedType) {
     struct Refusal {
         std::size_t value;
         XLXComVariant odd;
@@ -101,7 +101,7 @@ TEST_F(Startup, RefusalsNameTheValueAndWhatItShouldBe) {
     Terminate();
 }
 
-TEST_F(Startup, ValuesByReferenceAreTaken) {
+TEST_F(Startup, ValuesByReferenceAreAccepted) {
     const auto values = Arguments(7, false);
     IUnknown* const query = V_UNKNOWN(&values[1].Get());
     std::vector<XLXComVariant> references(values.size());
@@ -147,9 +147,7 @@ TEST_F(Startup, ASecondInitialisationDoesNothing) {
 
 TEST_F(Startup, ServerModeIsRefusedAfterClientMode) {
     ASSERT_EQ(Start(), S_OK);
-    EXPECT_EQ(
-        m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(), m_server->DataUpdate().Get()),
-        E_FAIL);
+    EXPECT_EQ(StartInServer(), E_FAIL);
     const auto error = LXErrorInformation::Take();
     EXPECT_EQ(error.description, OLESTR("initializing the CFC has already be called from serverside and cannot be used "
                                         "in a client application"));
@@ -169,23 +167,7 @@ TEST_F(Startup, FailedRegistrationLeavesNothingBehind) {
     }
 }
 
-TEST_F(Startup, AServerWithoutBulkReadsIsRefused) {
-    m_server->RefuseBulkReads(true);
-    EXPECT_EQ(Start(), E_POINTER);
-}
-
-TEST_F(Startup, FailedBulkReadIsReturnedAndRetriedByTheNextQuestion) {
-    Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayEx", E_ACCESSDENIED);
-    EXPECT_EQ(Start(), E_ACCESSDENIED);
-    const auto error = LXErrorInformation::Take();
-    EXPECT_EQ(error.description, OLESTR("the types cannot be loaded"));
-    EXPECT_NE(error.source.find(OLESTR("XLXConfigFactoryCacheManager::Init (")), XLXText::npos)
-        << LXNarrow(error.source);
-    EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
-    Terminate();
-}
-
-TEST_F(Startup, ManyInitialisationsAtOnceRegisterOnce) {
+TEST_F(Startup, ConcurrentInitialisationsRegisterOnce) {
     m_cache = LXMakeCache();
     std::vector<std::future<HRESULT>> starts;
     for (int i = 0; i < 8; ++i) {
@@ -199,7 +181,7 @@ TEST_F(Startup, ManyInitialisationsAtOnceRegisterOnce) {
     Terminate();
 }
 
-TEST_F(Startup, ValidityServerEndAndIdentity) {
+TEST_F(Startup, ValidityIdentityAndTerminationOfTheServer) {
     ASSERT_EQ(Start(), S_OK);
     LONG valid = 0;
     EXPECT_EQ(m_cache->IsValid(&valid), S_OK);
@@ -211,15 +193,12 @@ TEST_F(Startup, ValidityServerEndAndIdentity) {
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: pbValid"));
     EXPECT_EQ(m_cache->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
     EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: ppv"));
-    XLXComPtr<ILXConfigFactory> real;
-    EXPECT_EQ(m_cache->GetRealConfigFactory(real.Put()), S_OK);
-    EXPECT_EQ(real, m_server->ConfigFactory());
+    EXPECT_EQ(LXGet(m_cache, &ILXConfigFactoryCache::GetRealConfigFactory), m_server->ConfigFactory());
 
     EXPECT_EQ(Factory()->NotifyServerTermination(), S_OK);
     const auto before = Calls().Total();
     EXPECT_EQ(Edit().AddType("Late").result, S_OK);
-    XLXComPtr<ILXTypeEnum> types;
-    EXPECT_EQ(Factory()->GetTypeEnum(nullptr, types.Put()), S_OK);
+    LXGet(Factory(), &ILXConfigFactory::GetTypeEnum, nullptr);
     EXPECT_EQ(Calls().Total(), before); // the notification had no effect
     Terminate();
 }

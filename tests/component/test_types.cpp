@@ -13,25 +13,11 @@ protected:
         return Factory()->GetType(text.Get(), nullptr, type.Put());
     }
     std::vector<std::string> Listed(bool searchableOnly = false) {
-        XLXComPtr<ILXTypeEnum> types;
-        const HRESULT result = searchableOnly ? Factory()->GetSearchableTypeEnum(types.Put())
-                                              : Factory()->GetTypeEnum(nullptr, types.Put());
-        EXPECT_EQ(result, types ? S_OK : S_FALSE);
-        return LXReadAll<ILXType>(types, XProperty::TypeName);
+        return searchableOnly
+                   ? LXList<ILXType>(XProperty::TypeName, Factory(), &ILXConfigFactory::GetSearchableTypeEnum)
+                   : LXList<ILXType>(XProperty::TypeName, Factory(), &ILXConfigFactory::GetTypeEnum, nullptr);
     }
 };
-
-TEST_F(Types, HitsAndNegativeAnswersMakeNoCall) {
-    ExpectCalls(0, [&] {
-        const auto pump = Type("Pump");
-        EXPECT_EQ(pump, Type("Pump"));
-        EXPECT_EQ(LXRead(pump.Get(), XProperty::BaseTypeName), OLESTR("Equipment"));
-    });
-    XLXComPtr<ILXType> none;
-    ExpectCalls(1, [&] { EXPECT_EQ(Find("Unknown", none), S_FALSE); });
-    ExpectCalls(0, [&] { EXPECT_EQ(Find("Unknown", none), S_FALSE); });
-    EXPECT_FALSE(none);
-}
 
 TEST_F(Types, NamesAreComparedExactly) {
     XLXComPtr<ILXType> type;
@@ -51,7 +37,7 @@ TEST_F(Types, EnumerationsListWhatTheServerLists) {
     EXPECT_EQ(Listed(true), (std::vector<std::string>{"Equipment", "Pump"}));
 }
 
-TEST_F(Types, BaseTypeIsLinkedAndShown) {
+TEST_F(Types, TheBaseTypeIsAProperty) {
     const auto pump = Type("Pump");
     for (const char* values : {"delivered", "fetched"}) {
         SCOPED_TRACE(values);
@@ -65,7 +51,7 @@ TEST_F(Types, BaseTypeIsLinkedAndShown) {
     }
 }
 
-TEST_F(Types, WhatCallersHoldStaysCurrentAcrossARefill) {
+TEST_F(Types, HeldObjectsStayTheSameAcrossAReload) {
     const auto pump = Type("Pump");
     const auto head = Attribute("Pump", "Head");
     const auto group = Group("Item", 3);
@@ -95,7 +81,7 @@ TEST_F(Types, LoadsNamedTypesWithTheirBasesInOneCall) {
     EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, nullptr, 0), E_POINTER);
 }
 
-TEST_F(Types, AFetchedTypeBringsItsBases) {
+TEST_F(Types, AFetchedTypeComesWithItsBases) {
     Edit().AddType("Tank", "Equipment", XNotify::No);
     Edit().AddType("Silo", "Tank", XNotify::No);
     Edit().AddAttribute("Tank", "Volume", 1, XNotify::No);
@@ -104,7 +90,7 @@ TEST_F(Types, AFetchedTypeBringsItsBases) {
     EXPECT_TRUE(Attribute("Silo", "Volume"));
 }
 
-TEST_F(Types, ServerFailuresReachTheCallerAndAreNotKept) {
+TEST_F(Types, ServerFailuresAreReturnedAndNotCached) {
     XLXComPtr<ILXType> type;
     Edit().AddType("Tank", "Equipment", XNotify::No);
     Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", E_ACCESSDENIED);
@@ -112,18 +98,14 @@ TEST_F(Types, ServerFailuresReachTheCallerAndAreNotKept) {
     EXPECT_EQ(Find("Tank", type), S_OK);
 }
 
-// Whichever type is linked first, an old link that is yet to be replaced seems to close a circle with the new one.
-TEST_F(Types, BasesThatChangePlacesAreAllLinkedAnew) {
+// In whatever order the types are linked, a new link and an old one that is not replaced yet seem to form a cycle.
+TEST_F(Types, BasesThatSwapPlacesAreRelinked) {
     using Bases = std::vector<std::pair<const char*, const char*>>;
     for (const auto& [name, base] : Bases{{"A", "Item"}, {"B", "A"}, {"C", "B"}}) {
         Edit().AddType(name, base);
         Edit().AddAttribute(name, std::string("Of") + name);
     }
-    const auto has = [this](const char* type, const OLECHAR* attribute) {
-        XLXComPtr<ILXAttribute> found;
-        return Type(type)->GetAttribute(XLXComBSTR(attribute).Get(), found.Put()) == S_OK;
-    };
-    EXPECT_TRUE(has("C", OLESTR("OfA")) && has("C", OLESTR("OfB")));
+    EXPECT_TRUE(Has(Type("C"), "OfA") && Has(Type("C"), "OfB"));
     const auto setBases = [this](const Bases& bases) {
         for (const auto& [name, base] : bases) {
             Edit().SetTypeProperty(name, XProperty::BaseTypeName, base, XNotify::No);
@@ -131,15 +113,14 @@ TEST_F(Types, BasesThatChangePlacesAreAllLinkedAnew) {
         m_server->SendNotification("objects/A/0/2");
     };
     setBases({{"C", "Item"}, {"B", "C"}, {"A", "B"}});
-    EXPECT_TRUE(has("A", OLESTR("OfB")) && has("A", OLESTR("OfC")) && has("A", OLESTR("Name")));
-    EXPECT_FALSE(has("C", OLESTR("OfA")) || has("C", OLESTR("OfB")));
+    EXPECT_TRUE(Has(Type("A"), "OfB") && Has(Type("A"), "OfC") && Has(Type("A"), "Name"));
+    EXPECT_FALSE(Has(Type("C"), "OfA") || Has(Type("C"), "OfB"));
     setBases({{"A", "Item"}, {"B", "A"}, {"C", "B"}});
-    EXPECT_TRUE(has("C", OLESTR("OfA")) && has("C", OLESTR("OfB")) && has("C", OLESTR("Name")));
+    EXPECT_TRUE(Has(Type("C"), "OfA") && Has(Type("C"), "OfB") && Has(Type("C"), "Name"));
 }
 
-TEST_F(Types, AddTypeWrapsTheServersNewType) {
-    XLXComPtr<ILXType> added;
-    EXPECT_EQ(Factory()->AddType(added.Put()), S_OK);
+TEST_F(Types, AddTypeReturnsACachedObject) {
+    auto added = LXGet(Factory(), &ILXConfigFactory::AddType);
     ASSERT_TRUE(added);
     EXPECT_FALSE(added.As<ILXConfigObject>()); // a cached object, not the server's
     ExpectCalls(1, [&] {                       // for all kinds that the data transfer mode includes
@@ -152,7 +133,7 @@ TEST_F(Types, AddTypeWrapsTheServersNewType) {
     EXPECT_EQ(Factory()->AddType(added.Put()), E_ACCESSDENIED);
 }
 
-TEST_F(Types, ANotificationThatIsRepeatedIsHandledOnce) {
+TEST_F(Types, ARepeatedNotificationIsHandledOnce) {
     const auto head = Attribute("Pump", "Head");
     const XLXComBSTR id(OLESTR("properties/x/0/512"));
     const XLXComBSTR type(OLESTR("cfc_specific"));
@@ -165,5 +146,5 @@ TEST_F(Types, ANotificationThatIsRepeatedIsHandledOnce) {
     expectReads(1000, 1);
     expectReads(1000, 0);
     expectReads(1001, 1);
-    expectReads(1000, 1); // the last one is remembered
+    expectReads(1000, 1); // only the last one is remembered
 }

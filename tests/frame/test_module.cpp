@@ -36,7 +36,7 @@ private:
 constexpr std::array Faces{&IID_ILXConfigFactoryCache, &IID_ILXConfigFactory,  &IID_IDPFObject,
                            &IID_ILXCallback,           &IID_ILXCallbackUpdate, &IID_ILXServerEntryPoint};
 
-TEST_F(Module, HandsOutOneFactoryAndNoOther) {
+TEST_F(Module, ReturnsOneFactoryAndNoOtherClass) {
     const auto factory = File().Factory();
     ASSERT_TRUE(factory);
     EXPECT_EQ(File().Factory(), factory);
@@ -52,13 +52,13 @@ TEST_F(Module, HandsOutOneFactoryAndNoOther) {
     EXPECT_EQ(File().GetClassObject(CLSID_XCfgCacheCallback, IID_IClassFactory, nullptr), E_POINTER);
 }
 
-TEST_F(Module, CreatesNothingThatItCannotHandOut) {
+TEST_F(Module, CreatesNoObjectWithoutTheRequestedInterface) {
     void* out = &out;
     EXPECT_EQ(File().Factory()->CreateInstance(nullptr, IID_IClassFactory, &out), E_NOINTERFACE);
     EXPECT_EQ(out, nullptr);
 }
 
-TEST_F(Module, StaysWhileItsFactoryIsHeld) {
+TEST_F(Module, StaysLoadedWhileItsFactoryIsHeld) {
     EXPECT_EQ(File().CanUnloadNow(), S_OK);
     IClassFactory* const factory = File().Factory().Detach();
     EXPECT_EQ(File().CanUnloadNow(), S_FALSE);
@@ -67,10 +67,10 @@ TEST_F(Module, StaysWhileItsFactoryIsHeld) {
     EXPECT_EQ(File().CanUnloadNow(), S_FALSE);
     EXPECT_EQ(factory->Release(), 1u) << "the module keeps a reference";
     EXPECT_EQ(File().CanUnloadNow(), S_OK);
-    EXPECT_EQ(File().Factory().Get(), factory) << "and hands the same factory out again";
+    EXPECT_EQ(File().Factory().Get(), factory) << "it must return the same factory again";
 }
 
-TEST_F(Module, StaysWhileItIsLocked) {
+TEST_F(Module, StaysLoadedWhileItIsLocked) {
     const auto lock = [this](BOOL on) { return File().Factory()->LockServer(on); };
     EXPECT_EQ(lock(TRUE), S_OK);
     EXPECT_EQ(lock(2), S_OK);
@@ -79,7 +79,7 @@ TEST_F(Module, StaysWhileItIsLocked) {
     EXPECT_EQ(lock(FALSE), S_OK);
 }
 
-TEST_F(Module, StaysWhileAnObjectLives) {
+TEST_F(Module, StaysLoadedWhileAnObjectLives) {
     const auto first = NewObject();
     auto second = NewObject();
     EXPECT_FALSE(first == second);
@@ -88,7 +88,7 @@ TEST_F(Module, StaysWhileAnObjectLives) {
     EXPECT_EQ(File().CanUnloadNow(), S_FALSE);
 }
 
-TEST_F(Module, ObjectAnswersItsSixInterfacesFromEachOfThem) {
+TEST_F(Module, EachOfTheSixInterfacesOfAnObjectReturnsAllOthers) {
     const auto identity = NewObject();
     for (const IID* const from : Faces) {
         XLXComPtr<IUnknown> face;

@@ -73,20 +73,20 @@ TEST_F(Registration, WritesExactlyItsKeysAndRemovesExactlyThem) {
     const auto during = Counts();
     EXPECT_EQ(during[0], before[0] + 2);
     EXPECT_EQ(during[1], before[1] + 1);
-    EXPECT_EQ(during[3], before[3]) << "no interface may get the type library's marshaller";
+    EXPECT_EQ(during[3], before[3]) << "no interface may get the marshaller of type libraries";
     ASSERT_EQ(UnregisterModule(), S_OK);
     EXPECT_EQ(Counts(), before);
     EXPECT_EQ(Actual(), std::vector<std::string>());
 }
 
-TEST_F(Registration, ReplacesTheClassKeyWholeEachTime) {
+TEST_F(Registration, ReplacesTheWholeClassKeyEachTime) {
     RegistryCreate(ClassKey + "\\Stale\\Deeper");
     ASSERT_EQ(RegisterModule(), S_OK);
     ASSERT_EQ(RegisterModule(), S_OK);
     EXPECT_EQ(Actual(), Expected());
 }
 
-TEST_F(Registration, RemovesTheClassKeyWholeAndLeavesForeignKeysElsewhere) {
+TEST_F(Registration, RemovesTheWholeClassKeyButNoForeignKeysElsewhere) {
     ASSERT_EQ(RegisterModule(), S_OK);
     RegistryCreate(ClassKey + "\\Added\\Later");
     RegistryCreate(Independent + "\\Foreign");
@@ -115,7 +115,7 @@ TEST_F(Registration, TypeLibraryIsRegisteredAndUnregistered) {
 }
 
 // A permanent key cannot be created below a volatile one, which makes the script fail half-way.
-TEST_F(Registration, FailureIsReportedAndLeavesNothing) {
+TEST_F(Registration, AFailureIsReturnedAndLeavesNoKeys) {
     RegistryCreate(Independent, REG_OPTION_VOLATILE);
     const ModuleFile file;
     EXPECT_EQ(file.RegisterServer(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// Runs work inside calls to the server, on a thread that is already loading, and sends notifications directly to cached
-// objects.
+// Runs work inside calls to the server, on a thread that is already loading, and inside the last release of a server
+// object; sends notifications directly to cached objects.
 #ifndef INSIDE_H
 #define INSIDE_H
 
 #include "cachefixture.h"
+
+#include <lxserver/Object.h>
 
 #include <atomic>
 #include <future>
@@ -29,6 +31,18 @@ public:
 private:
     XCallMonitor& m_calls;
     std::atomic<bool> m_happened{false};
+};
+
+/// A server object that runs work when it is destroyed.
+class WorkAtRelease final : public lx::Object<IUnknown> {
+public:
+    explicit WorkAtRelease(std::function<void()> work) : m_work(std::move(work)) {}
+
+protected:
+    ~WorkAtRelease() override { m_work(); }
+
+private:
+    const std::function<void()> m_work;
 };
 
 /// A cache with a thread that is already asking the server for something. Such a thread does not wait for other loads;

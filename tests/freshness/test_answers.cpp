@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// How long an answer is kept: that there is no such type or format, that a load failed, that a spec was removed.
+// How long the cache keeps negative answers, failed loads and the removal of specs.
 #include "hostileserver.h"
 
 #include <future>
@@ -32,34 +32,20 @@ protected:
         return Factory()->GetType(XLXComBSTR(LXFromUtf8(name)).Get(), nullptr, type.Put());
     }
 
-    using Spec = XLXComPtr<ILXGlobalAttributeFormatSpec>;
-    std::vector<Spec> Specs() {
-        std::vector<Spec> all;
-        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
-        EXPECT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
-        Spec spec;
-        while (specs && specs->GetSingleNext(spec.Put()) == S_OK) {
-            all.push_back(spec);
-        }
-        return all;
-    }
+    auto Specs() { return LXElements(LXGet(Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs)); }
     Names SpecIds() {
-        Names ids;
-        for (const Spec& spec : Specs()) {
-            ids.push_back(LXNarrow(LXRead(spec.Get(), 0)));
-        }
-        return ids;
+        return LXList<ILXGlobalAttributeFormatSpec>(0, Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
     }
     HRESULT RemoveById(const char* id) {
         return Factory()->RemoveGlobalAttributeFormatSpecByID(XLXComBSTR(LXFromUtf8(id)).Get());
     }
 };
 
-// ---- that there is no such thing
+// ---- negative answers
 
-TEST_F(Answers, AnUnknownNameIsAskedForAgainAfterARefill) {
+TEST_F(Answers, AnUnknownNameIsAskedForAgainAfterAReload) {
     Terminate();
-    // The bulk read brings the pump and its bases; all others come by their names.
+    // The bulk read returns the pump and its bases; all other types are loaded by name.
     m_factory->types = [&](SAFEARRAY** types) {
         const XLXComBSTR name(OLESTR("Pump"));
         const auto bulk = m_server->ConfigFactory().As<ILXConfigFactoryEx>();
@@ -75,7 +61,7 @@ TEST_F(Answers, AnUnknownNameIsAskedForAgainAfterARefill) {
     ExpectCalls(0, [&] { EXPECT_EQ(Ask("Never"), S_FALSE); });
 }
 
-TEST_F(Answers, OfTooManyUnknownNamesTheOldestGo) {
+TEST_F(Answers, TooManyUnknownNamesDisplaceTheOldest) {
     constexpr int Kept = 10000;
     for (int i = 0; i <= Kept; ++i) {
         ASSERT_EQ(Ask("Unknown" + std::to_string(i)), S_FALSE);
@@ -85,13 +71,12 @@ TEST_F(Answers, OfTooManyUnknownNamesTheOldestGo) {
     EXPECT_EQ(Ask("Pump"), S_OK);
 }
 
-TEST_F(Answers, OfTooManyUnknownFormatsTheOldestGo) {
+TEST_F(Answers, TooManyUnknownFormatsDisplaceTheOldest) {
     constexpr int First = 100;
     constexpr int Kept = 64;
     const auto head = Attribute("Pump", "Head");
-    XLXComPtr<ILXFormat> known;
+    const auto known = LXGet(head, &ILXAttribute::GetFormat, 1);
     XLXComPtr<ILXFormat> format;
-    EXPECT_EQ(head->GetFormat(1, known.Put()), S_OK);
     const auto ask = [&](int type) { return head->GetFormat(type, format.Put()); };
     for (int i = 0; i <= Kept; ++i) {
         EXPECT_EQ(ask(First + i), S_FALSE);
@@ -102,10 +87,10 @@ TEST_F(Answers, OfTooManyUnknownFormatsTheOldestGo) {
     EXPECT_EQ(format, known);
 }
 
-// ---- that a load failed
+// ---- failed loads
 
-// Passed to the server once, and never again before a notification comes.
-TEST_F(Answers, AttributeTypesThatFailAreNone) {
+// The server is asked once, and not again before the next notification.
+TEST_F(Answers, FailedAttributeTypesCountAsNone) {
     const auto head = Attribute("Pump", "Head");
     const auto ask = [&] {
         XLXComPtr<ILXAttributeTypeEnum> types;
@@ -124,7 +109,7 @@ TEST_F(Answers, AttributeTypesThatFailAreNone) {
     }
 }
 
-TEST_F(Answers, AnUnknownFormatOfBeforeANotificationDisplacesNoneOfAfter) {
+TEST_F(Answers, UnknownFormatsFromBeforeANotificationDisplaceNoNewerOnes) {
     const auto head = Attribute("Pump", "Head");
     const auto ask = [&](int type) {
         XLXComPtr<ILXFormat> format;
@@ -140,9 +125,9 @@ TEST_F(Answers, AnUnknownFormatOfBeforeANotificationDisplacesNoneOfAfter) {
     ExpectCalls(0, [&] { EXPECT_EQ(ask(100), S_OK); });
 }
 
-// ---- that a spec was removed
+// ---- the removal of specs
 
-TEST_F(Answers, ASpecThatIsRemovedByAHandleFromBeforeARefill) {
+TEST_F(Answers, ASpecThatIsRemovedThroughAnObjectFromBeforeAReload) {
     const auto former = Specs();
     m_server->SendNotification("objects/x/0/256");
     EXPECT_EQ(Specs().size(), 4u);
@@ -152,7 +137,7 @@ TEST_F(Answers, ASpecThatIsRemovedByAHandleFromBeforeARefill) {
 
 TEST_F(Answers, ASpecThatIsRemovedByItsIdWhileItsValuesAreUnread) {
     Specs();
-    Calls().SetHook([&](const XServerCall& call) { // the server's objects of a removed spec answer no more
+    Calls().SetHook([&](const XServerCall& call) { // the server object of a removed spec answers no more calls
         if (call.name == "ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID" && call.point == XCallPoint::Answer) {
             Calls().FailAlways("ILXGlobalAttributeFormatSpec::GetProperties", E_ACCESSDENIED);
         }
@@ -163,7 +148,7 @@ TEST_F(Answers, ASpecThatIsRemovedByItsIdWhileItsValuesAreUnread) {
     EXPECT_EQ(SpecIds(), (Names{"Spec0", "Spec1", "Spec3"}));
 }
 
-TEST_F(Answers, ASpecThatIsRemovedDuringAnotherThreadsFill) {
+TEST_F(Answers, ASpecThatIsRemovedDuringALoadOnAnotherThread) {
     const auto former = Specs();
     EXPECT_EQ(LXRead(former[2].Get(), 0), OLESTR("Spec2"));
     for (const bool byId : {true, false}) {
@@ -178,7 +163,7 @@ TEST_F(Answers, ASpecThatIsRemovedDuringAnotherThreadsFill) {
     }
 }
 
-// ---- many who ask while every answer of the server is overtaken by a notification
+// ---- concurrent queries while a notification overtakes every answer of the server
 
 struct XFlood {
     const char* method;
@@ -189,11 +174,11 @@ struct XFlood {
 class Flooded : public CacheTest {
 protected:
     static constexpr int Readers = 6;
-    static constexpr int Questions = 8; // of each, one after the other
+    static constexpr int Questions = 8; // of each reader, one after the other
 
-    /// How many questions took more than three loads: the one in progress, the next one, and one more for a thread that
-    /// was preempted before it got in line. (One that is preempted for longer counts, but that is rare.)
-    int LongQuestions(const XFlood& flood) {
+    /// The number of queries that took more than three loads: the one in progress, the next one, and one more if the
+    /// thread was preempted before it queued. (A longer preemption is counted as well, but is rare.)
+    int SlowQuestions(const XFlood& flood) {
         std::atomic<int> asking{0};
         std::atomic<int> loads{0};
         m_server->SendNotification(flood.dataId);
@@ -204,37 +189,34 @@ protected:
             while (asking.load() < Readers) {
                 std::this_thread::yield();
             }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10)); // who only says so by now asks
+            std::this_thread::sleep_for(std::chrono::milliseconds(10)); // by then they all have queued
         });
         std::vector<std::future<int>> readers;
         for (int i = 0; i < Readers; ++i) {
             readers.push_back(std::async(std::launch::async, [&] {
                 ++asking;
-                int longOnes = 0;
+                int slow = 0;
                 for (int question = 0; question < Questions; ++question) {
                     const int before = loads.load();
                     flood.ask();
-                    longOnes += loads.load() - before > 3 ? 1 : 0;
+                    slow += loads.load() - before > 3 ? 1 : 0;
                 }
-                return longOnes;
+                return slow;
             }));
         }
-        int longOnes = 0;
+        int slow = 0;
         for (std::future<int>& reader : readers) {
-            longOnes += reader.get();
+            slow += reader.get();
         }
         Calls().SetHook({});
-        return longOnes;
+        return slow;
     }
 };
 
-TEST_F(Flooded, NobodyWaitsForMoreThanTwoLoads) {
+TEST_F(Flooded, NoThreadWaitsForMoreThanTwoLoads) {
     ASSERT_EQ(Start(4), S_OK);
     const auto item = Type("Item");
-    const auto askForPage = [&] {
-        XLXComPtr<ILXPage> page;
-        EXPECT_EQ(item->GetPage(1, page.Put()), S_OK);
-    };
+    const auto askForPage = [&] { LXGet(item, &ILXType::GetPage, 1); };
     const auto askForRelations = [&] {
         XLXComPtr<ILXParentChildEnum> relations;
         EXPECT_EQ(Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put()), S_FALSE);
@@ -242,7 +224,7 @@ TEST_F(Flooded, NobodyWaitsForMoreThanTwoLoads) {
     for (const XFlood& flood : {XFlood{"ILXConfigFactoryEx::GetTypeArrayEx", "objects/x/0/2", [&] { Type("Item"); }},
                                 XFlood{"ILXType::GetTypeComponentData", "objects/x/0/32", askForPage},
                                 XFlood{"ILXConfigFactory::GetPCArray", "pc/x/0/4", askForRelations}}) {
-        EXPECT_LE(LongQuestions(flood), Readers * Questions / 12) << flood.method;
+        EXPECT_LE(SlowQuestions(flood), Readers * Questions / 12) << flood.method;
     }
     Terminate();
 }

@@ -20,7 +20,7 @@ struct Question {
     std::function<void()> ask;
 };
 
-// The request that the server makes next on this thread, and the server method that makes it.
+// The request that the server makes next on this thread, and the server method in which it makes the request.
 thread_local std::function<void()> t_ask;
 thread_local std::string_view t_inside;
 
@@ -36,22 +36,16 @@ protected:
     ~Asking() override { Calls().SetHook({}); }
 
     void AskForTypes() {
-        EXPECT_EQ((LXList<ILXType, ILXTypeEnum>(XProperty::TypeName,
-                                                [&](auto out) { return Factory()->GetTypeEnum(nullptr, out); })),
+        EXPECT_EQ(LXList<ILXType>(XProperty::TypeName, Factory(), &ILXConfigFactory::GetTypeEnum, nullptr),
                   (Texts{"Document", "Equipment", "Item", "Pump"}));
     }
     XLXComPtr<ILXParentChild> AskForRelation() {
-        XLXComPtr<ILXParentChildEnum> relations;
-        XLXComPtr<ILXParentChild> relation;
-        EXPECT_EQ(Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put()), S_OK);
-        EXPECT_EQ(relations->GetSingleNext(relation.Put()), S_OK);
-        return relation;
+        const XLXComBSTR item(OLESTR("Item"));
+        return LXElements(LXGet(Factory(), &ILXConfigFactory::GetParentChildEnum, item.Get(), nullptr)).at(0);
     }
     static Question AskForAttribute(const XLXComPtr<ILXType>& type, const OLECHAR* name) {
-        return {"ILXType::GetTypeComponentData", [=] {
-                    XLXComPtr<ILXAttribute> attribute;
-                    EXPECT_EQ(type->GetAttribute(XLXComBSTR(XLXText(name)).Get(), attribute.Put()), S_OK);
-                }};
+        return {"ILXType::GetTypeComponentData",
+                [=] { LXGet(type, &ILXType::GetAttribute, XLXComBSTR(XLXText(name)).Get()); }};
     }
 
     /// Waits for the other thread.
@@ -80,20 +74,20 @@ private:
     int m_arrived = 0;
 };
 
-TEST_F(Asking, CrosswiseDoesNotWaitForTheOther) {
+TEST_F(Asking, CrosswiseDoesNotDeadlock) {
     ASSERT_EQ(Start(0), S_OK); // without components
     const Question types{"ILXConfigFactoryEx::GetTypeArrayEx", [&] { AskForTypes(); }};
     const Question relations{"ILXConfigFactory::GetPCArray", [&] { EXPECT_TRUE(AskForRelation()); }};
-    const Question pcInfos{"ILXParentChild::GetPCInfoEnum", [relation = AskForRelation()] {
-                               XLXComPtr<ILXPCInfoEnum> infos;
-                               EXPECT_EQ(relation->GetPCInfoEnum(infos.Put()), S_OK);
-                               EXPECT_EQ(LXReadAll<ILXPCInfo>(infos, XProperty::PCInfoBrowser), Texts{"Tree"});
-                           }};
-    const Question browserIds{"ILXConfigFactory::GetBrowserIdEnum", [&] {
-                                  XLXComPtr<ILXBrowserIdEnum> ids;
-                                  EXPECT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
-                                  EXPECT_EQ(LXReadAll<ILXBrowserId>(ids, XProperty::BrowserIdName), Texts{"Tree"});
-                              }};
+    const Question pcInfos{
+        "ILXParentChild::GetPCInfoEnum", [relation = AskForRelation()] {
+            EXPECT_EQ(LXList<ILXPCInfo>(XProperty::PCInfoBrowser, relation, &ILXParentChild::GetPCInfoEnum),
+                      Texts{"Tree"});
+        }};
+    const Question browserIds{
+        "ILXConfigFactory::GetBrowserIdEnum", [&] {
+            EXPECT_EQ(LXList<ILXBrowserId>(XProperty::BrowserIdName, Factory(), &ILXConfigFactory::GetBrowserIdEnum),
+                      Texts{"Tree"});
+        }};
     const Question item = AskForAttribute(Type("Item"), OLESTR("Weight"));
     const Question document = AskForAttribute(Type("Document"), OLESTR("Title"));
     for (const auto& [one, other] : {std::pair(pcInfos, types), {relations, browserIds}, {item, document}}) {
@@ -123,16 +117,6 @@ TEST_F(Asking, ASecondCacheFromInsideACallOfTheFirst) {
     Terminate();
 }
 
-/// A server object that runs a function when it is destroyed.
-class Leaving final : public HostileObject<IUnknown> {
-public:
-    explicit Leaving(std::function<void()> atEnd) : m_atEnd(std::move(atEnd)) {}
-    ~Leaving() override { m_atEnd(); }
-
-private:
-    const std::function<void()> m_atEnd;
-};
-
 class LastRelease : public HostileTest {
 protected:
     LastRelease() {
@@ -149,19 +133,17 @@ protected:
 
     /// Types whose server objects and base-type property make a request when they are destroyed.
     HRESULT Give(const std::vector<HostileType>& types, SAFEARRAY** out) {
-        *out = HostileTypeArray(types, [this] { return MadeToAsk(); }).Detach();
+        const auto asking = [this] {
+            return XLXComPtr<IUnknown>(new WorkAtRelease([this] { AskFromAnotherThread(); }));
+        };
+        *out = HostileTypeArray(types, asking).Detach();
         return S_OK;
-    }
-    XLXComPtr<IUnknown> MadeToAsk() {
-        return XLXComPtr<IUnknown>(new Leaving([this] { AskFromAnotherThread(); }));
     }
     void AskFromAnotherThread() {
         if (!m_asks) { return; }
         ++m_asked;
         m_answers.push_back(std::async(std::launch::async, [this] {
-            const auto type = Named(OLESTR("Derived"));
-            XLXComPtr<ILXAttribute> attribute;
-            EXPECT_EQ(type->GetAttribute(XLXComBSTR(OLESTR("OfBase")).Get(), attribute.Put()), S_OK);
+            LXGet(Named(OLESTR("Derived")), &ILXType::GetAttribute, XLXComBSTR(OLESTR("OfBase")).Get());
         }));
         EXPECT_EQ(m_answers.back().wait_for(std::chrono::seconds(3)), std::future_status::ready);
     }
@@ -171,7 +153,7 @@ protected:
     std::vector<std::future<void>> m_answers;
 };
 
-TEST_F(LastRelease, OfAServerObjectRunsUnderNoLock) {
+TEST_F(LastRelease, OfAServerObjectHappensWithNoLockHeld) {
     ASSERT_EQ(StartHostile(), S_OK);
     const auto type = Named(OLESTR("Derived"));
     m_asks = true;

@@ -27,9 +27,7 @@ protected:
         ASSERT_EQ(Start(), S_OK);
         m_attribute = Attribute("Pump", "Head");
         m_group = Group("Pump", 7);
-        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
-        ASSERT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
-        ASSERT_EQ(specs->GetSingleNext(m_spec.Put()), S_OK);
+        m_spec = LXElements(LXGet(Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs)).at(0);
     }
     void TearDown() override { Terminate(); }
 
@@ -93,7 +91,7 @@ TEST_P(Formats, ALateAnswerUndoesNoDeletion) {
     EXPECT_FALSE(format);
 }
 
-TEST_P(Formats, TwoFirstCallsGetOneObject) {
+TEST_P(Formats, ConcurrentFirstCallsGetOneObject) {
     Format first;
     Format second;
     {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// A cache that is initialised and terminated several times, with one server and with another. Late answers and the
-// registration of one connection must not affect the next. Initialisations that fail, and those without relations.
+// A cache that is initialised and terminated several times, with the same server or another one: late answers and the
+// registration of one connection must not affect the next. Also initialisations that fail or load no relations.
 #include "hostileserver.h"
 
 #include <atomic>
@@ -22,17 +22,17 @@ XServerModel ModelOf(const XText& server) {
     return model;
 }
 
-/// A spec that runs a function on its last release.
-class LastWord final : public lx::FormatRefusals<PassingObject<ILXGlobalAttributeFormatSpec>> {
+/// A spec that runs work when it is destroyed.
+class SpecWithWorkAtRelease final : public lx::FormatRefusals<PassingObject<ILXGlobalAttributeFormatSpec>> {
 public:
-    LastWord(XLXComPtr<ILXGlobalAttributeFormatSpec> inner, std::function<void()> word)
-        : FormatRefusals(std::move(inner)), m_word(std::move(word)) {}
+    SpecWithWorkAtRelease(XLXComPtr<ILXGlobalAttributeFormatSpec> inner, std::function<void()> work)
+        : FormatRefusals(std::move(inner)), m_work(std::move(work)) {}
 
 protected:
-    ~LastWord() override { m_word(); }
+    ~SpecWithWorkAtRelease() override { m_work(); }
 
 private:
-    const std::function<void()> m_word;
+    const std::function<void()> m_work;
 };
 
 class Lives : public HostileTest {
@@ -50,10 +50,7 @@ protected:
     /// Exchanges the fixture's server for the other one.
     void ChangeServer() { m_server.swap(m_second); }
 
-    Names Types() {
-        return LXList<ILXType, ILXTypeEnum>(XProperty::TypeName,
-                                            [&](auto out) { return Factory()->GetTypeEnum(nullptr, out); });
-    }
+    Names Types() { return LXList<ILXType>(XProperty::TypeName, Factory(), &ILXConfigFactory::GetTypeEnum, nullptr); }
     Names BrowserIds() {
         return LXList<ILXBrowserId>(XProperty::BrowserIdName, Factory(), &ILXConfigFactory::GetBrowserIdEnum);
     }
@@ -61,9 +58,8 @@ protected:
         return LXList<ILXGlobalAttributeFormatSpec>(0, Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
     }
     Names Children() {
-        return LXList<ILXParentChild, ILXParentChildEnum>(XProperty::ChildName, [&](auto out) {
-            return Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, out);
-        });
+        return LXList<ILXParentChild>(XProperty::ChildName, Factory(), &ILXConfigFactory::GetParentChildEnum,
+                                      XLXComBSTR(OLESTR("Item")).Get(), nullptr);
     }
     void AskForEverything() {
         const XLXComBSTR pump(OLESTR("Pump"));
@@ -88,20 +84,18 @@ protected:
     }
     std::string PumpLabel() { return LXNarrow(LXRead(Type("Pump").Get(), XProperty::TypeLabel)); }
 
-    /// Makes the hostile factory list one spec that runs the function once, when the cache releases it.
-    void ListALastWord(std::function<void()> word) {
-        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
-        XLXComPtr<ILXGlobalAttributeFormatSpec> spec;
-        ASSERT_EQ(m_server->ConfigFactory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
-        ASSERT_EQ(specs->GetSingleNext(spec.Put()), S_OK);
-        const auto once = std::make_shared<std::function<void()>>(std::move(word));
+    /// Makes the hostile factory list one spec, which runs work once, when the cache releases it.
+    void ListASpecWithWorkAtRelease(std::function<void()> work) {
+        const auto specs = LXGet(m_server->ConfigFactory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
+        const auto spec = LXElements(specs).at(0);
+        const auto once = std::make_shared<std::function<void()>>(std::move(work));
         m_factory->specs = [spec, once](ILXGlobalAttributeFormatSpecEnum** out) {
             using Enum = HostileEnum<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>;
             const auto next = [spec, once](ULONG, ILXGlobalAttributeFormatSpec** elements, ULONG* fetched) {
-                const auto speak = [once] {
+                const auto run = [once] {
                     if (const auto first = std::exchange(*once, nullptr)) { first(); }
                 };
-                XLXComPtr<ILXGlobalAttributeFormatSpec>(new LastWord(spec, speak)).CopyTo(elements);
+                XLXComPtr<ILXGlobalAttributeFormatSpec>(new SpecWithWorkAtRelease(spec, run)).CopyTo(elements);
                 *fetched = 1;
                 return S_FALSE;
             };
@@ -116,8 +110,8 @@ protected:
 /// An answer that arrives after the end of its connection.
 struct Late {
     const char* method;
-    const char* stale = nullptr;    ///< the notification that makes the question ask the server, if it needs one
-    bool beforeTheNextStart = true; ///< or after it
+    const char* stale = nullptr;    ///< the notification that makes the query ask the server, if one is needed
+    bool beforeTheNextStart = true; ///< otherwise after it
     const char* refill = "never";
 };
 
@@ -128,7 +122,7 @@ protected:
     LateAnswers() { SetRefill(GetParam().refill); }
 };
 
-TEST_P(LateAnswers, AreEnteredNowhere) {
+TEST_P(LateAnswers, AreNotCached) {
     const LONG before = m_server->LiveObjects().objects;
     ASSERT_EQ(Start(), S_OK);
     Edit().AddType("Late", "", XNotify::No); // found by name
@@ -138,18 +132,18 @@ TEST_P(LateAnswers, AreEnteredNowhere) {
     gate.WaitUntilArrived();
     Terminate();
     const auto former = m_server;
-    const auto letItCome = [&] {
+    const auto deliver = [&] {
         gate.Open();
         ASSERT_TRUE(Ends(reader));
         EXPECT_EQ(former->LiveObjects().objects, before);
     };
-    if (GetParam().beforeTheNextStart) { letItCome(); }
+    if (GetParam().beforeTheNextStart) { deliver(); }
     ChangeServer();
     ASSERT_EQ(Start(), S_OK);
     const auto held = Type("Pump");
     if (!GetParam().beforeTheNextStart) {
         ExpectAnswersOfTheSecond();
-        letItCome();
+        deliver();
     }
     ExpectAnswersOfTheSecond();
     EXPECT_EQ(LXRead(held.Get(), XProperty::TypeLabel), OLESTR("Second"));
@@ -167,9 +161,9 @@ INSTANTIATE_TEST_SUITE_P(Of, LateAnswers,
                                          Late{NamedTypes, nullptr, false},
                                          Late{AllTypes, "properties/x/0/1", false, "always"}));
 
-TEST_F(Lives, AQuestionFromInsideTerminateFillsNothing) {
+TEST_F(Lives, AQueryFromInsideTerminateCachesNothing) {
     bool asked = false;
-    ListALastWord([&] {
+    ListASpecWithWorkAtRelease([&] {
         asked = true;
         AskForEverything();
     });
@@ -185,7 +179,7 @@ TEST_F(Lives, AQuestionFromInsideTerminateFillsNothing) {
     ExpectAnswersOfTheSecond();
 }
 
-TEST_F(Lives, AnInitialisationThatIsEndedOnTheWayLeavesNoRegistration) {
+TEST_F(Lives, ATerminationDuringAnInitialisationLeavesNoRegistration) {
     bool ended = false;
     Calls().SetHook([&](const XServerCall& call) {
         if (call.point == XCallPoint::Answer && call.name == "ILXDataUpdate::RegisterCallback" && !ended) {
@@ -204,7 +198,7 @@ TEST_F(Lives, AnInitialisationThatIsEndedOnTheWayLeavesNoRegistration) {
     EXPECT_EQ(m_server->Clients().size(), 0u);
 }
 
-TEST_F(Lives, AnInitialisationFromInsideAnotherOneBeginsNothing) {
+TEST_F(Lives, ANestedInitialisationDoesNothing) {
     int registered = 0;
     Calls().SetHook([&](const XServerCall& call) {
         if (call.point != XCallPoint::Answer || call.name != "ILXDataUpdate::RegisterCallback") { return; }
@@ -221,15 +215,13 @@ TEST_F(Lives, AnInitialisationFromInsideAnotherOneBeginsNothing) {
     EXPECT_EQ(m_server->Clients().size(), 1u);
 }
 
-TEST_F(Lives, ATypeThatOutlivesItsCacheFetchesOnlyWhatIsAskedFor) {
+TEST_F(Lives, ATypeThatOutlivesItsCacheFetchesOnlyOneKindAtATime) {
     ASSERT_EQ(Start(), S_OK);
     const auto item = Type("Item");
     Terminate();
     m_cache.Reset();
-    XLXComPtr<ILXPageEnum> pages;
-    XLXComPtr<ILXGroupEnum> groups;
-    ExpectCalls(1, [&] { EXPECT_EQ(item->GetPageEnum(pages.Put()), S_OK); });
-    ExpectCalls(1, [&] { EXPECT_EQ(item->GetGroupEnum(groups.Put()), S_OK); });
+    ExpectCalls(1, [&] { LXGet(item, &ILXType::GetPageEnum); });
+    ExpectCalls(1, [&] { LXGet(item, &ILXType::GetGroupEnum); });
 }
 
 // The base is of another cache, which goes on.
@@ -240,17 +232,15 @@ TEST_F(Lives, ATypeThatEndsLeavesTheComponentsOfItsBaseAlone) {
     const auto ended = std::exchange(m_cache, nullptr);
     ASSERT_EQ(Start(), S_OK);
     ASSERT_EQ(derived.As<ILXTypeCache>()->SetBaseType(Type("Pump").As<ILXTypeCache>().Get()), S_OK);
-    XLXComPtr<ILXAttribute> head;
-    ASSERT_EQ(derived->GetAttribute(XLXComBSTR(OLESTR("Head")).Get(), head.Put()), S_OK);
-    XLXComPtr<ILXFormat> format;
-    EXPECT_EQ(head->GetFormat(1, format.Put()), S_OK);
+    const auto head = LXGet(derived, &ILXType::GetAttribute, XLXComBSTR(OLESTR("Head")).Get());
+    XLXComPtr<ILXFormat> format = LXGet(head, &ILXAttribute::GetFormat, 1);
     EXPECT_EQ(title->GetFormat(1, format.Put()), S_FALSE);
     EXPECT_EQ(ended.As<IDPFObject>()->Terminate(), S_OK);
     ExpectCalls(1, [&] { EXPECT_EQ(title->GetFormat(1, format.Put()), S_FALSE); }); // ended, so nothing is kept
-    ExpectCalls(0, [&] { EXPECT_EQ(head->GetFormat(1, format.Put()), S_OK); });
+    ExpectCalls(0, [&] { LXGet(head, &ILXAttribute::GetFormat, 1); });
 }
 
-TEST_F(Lives, TerminateBesideInitializeUnregistersItsOwnLife) {
+TEST_F(Lives, ConcurrentInitializeAndTerminateRegisterAndUnregisterInPairs) {
     const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(2);
     for (int round = 0; round < 1000 && std::chrono::steady_clock::now() < until; ++round) {
         ASSERT_EQ(Start(0), S_OK);
@@ -267,21 +257,24 @@ TEST_F(Lives, TerminateBesideInitializeUnregistersItsOwnLife) {
         meet();
         EXPECT_EQ(Start(0), S_OK);
         ended.wait();
-        const std::size_t lives = Types().empty() ? 0 : 1;
-        ASSERT_EQ(m_server->Clients().size(), lives) << "in round " << round;
+        const std::size_t connections = Types().empty() ? 0 : 1;
+        ASSERT_EQ(m_server->Clients().size(), connections) << "in round " << round;
         Terminate();
     }
 }
 
-TEST_F(Lives, AFailedInitialisationIsNotRegisteredAndHoldsNothing) {
+TEST_F(Lives, AFailedInitialisationIsNotRegisteredAndHoldsNoReferences) {
     for (int round = 0; round < 5; ++round) {
         m_cache.Reset();
         Calls().FailCall(AllTypes, E_ABORT);
         EXPECT_EQ(Start(), E_ABORT);
+        const auto error = LXErrorInformation::Take();
+        EXPECT_EQ(error.description, OLESTR("the types cannot be loaded"));
+        EXPECT_NE(error.source.find(OLESTR("XLXConfigFactoryCacheManager::Init (")), XLXText::npos);
         EXPECT_EQ(m_server->Clients().size(), 0u);
         ILXConfigFactoryCache* const cache = m_cache.Get();
         cache->AddRef();
-        EXPECT_EQ(cache->Release(), 1u) << "references of others than the client";
+        EXPECT_EQ(cache->Release(), 1u) << "only the client may hold a reference";
         EXPECT_EQ(PumpLabel(), "First"); // the server is asked again
         ExpectCalls(0, [&] { EXPECT_EQ(PumpLabel(), "First"); });
         EXPECT_EQ(Start(), S_OK);
@@ -295,13 +288,9 @@ protected:
     void SetUp() override { Change("old", S_OK); }
 
     void Read() {
-        XLXComPtr<ILXBrowserIdEnum> ids;
-        XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
-        ASSERT_EQ(Factory()->GetBrowserIdEnum(ids.Put()), S_OK);
-        ASSERT_EQ(ids->GetSingleNext(m_browserId.Put()), S_OK);
-        ASSERT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), S_OK);
-        ASSERT_EQ(specs->GetSingleNext(m_spec.Put()), S_OK);
-        ASSERT_EQ(m_spec->GetFormat(1, m_format.Put()), S_OK);
+        m_browserId = LXElements(LXGet(Factory(), &ILXConfigFactory::GetBrowserIdEnum)).at(0);
+        m_spec = LXElements(LXGet(Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs)).at(0);
+        m_format = LXGet(m_spec, &ILXGlobalAttributeFormatSpec::GetFormat, 1);
         EXPECT_EQ(Values(), (Names{"old", "old", "old"}));
     }
     Names Values() {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Direct notifications to an object whose parts are not loaded yet. An older answer then creates the parts, or
-// refreshes parts that a newer answer created.
+// Direct notifications to an object whose parts are not loaded yet. Then an answer from before the notification creates
+// the parts, or finds parts that a newer answer has created.
 #include "inside.h"
 #include "relationfixture.h"
 
 namespace {
-class StraightToAnOwner : public BesideTest {
+class DirectNotification : public BesideTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(0), S_OK); }
     void TearDown() override { Terminate(); }
@@ -15,7 +15,7 @@ protected:
     XLXText HeadsLabel() { return LXRead(Attribute("Pump", "Head").Get(), XProperty::Label); }
 };
 
-TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatIsOnItsWay) {
+TEST_F(DirectNotification, IsNotLostForAnAttributeThatIsBeingFetched) {
     const auto pump = Type("Pump");
     Attribute("Equipment", "Power"); // loads the bases
     {
@@ -28,7 +28,7 @@ TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatIsOnItsWay) {
     EXPECT_EQ(HeadsLabel(), OLESTR("new"));
 }
 
-TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatAnOlderAnswerRefreshes) {
+TEST_F(DirectNotification, IsNotLostForAnAttributeThatAnOlderAnswerRefreshes) {
     const auto pump = Type("Pump");
     Attribute("Equipment", "Power");
     {
@@ -42,7 +42,7 @@ TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeThatAnOlderAnswerRefreshes) {
     EXPECT_EQ(HeadsLabel(), OLESTR("new"));
 }
 
-TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeTypeThatIsOnItsWay) {
+TEST_F(DirectNotification, IsNotLostForAnAttributeTypeThatIsBeingFetched) {
     const auto title = Attribute("Document", "Title");
     Edit().AddAttributeType("Document", "Title", "Short"); // the held attribute enumerates its types
     const auto labels = [&] {
@@ -59,9 +59,9 @@ TEST_F(StraightToAnOwner, IsNotLostOnAnAttributeTypeThatIsOnItsWay) {
     EXPECT_EQ(labels(), std::vector<std::string>{"new"});
 }
 
-using StraightToARelation = RelationTest;
+using DirectNotificationToARelation = RelationTest;
 
-TEST_F(StraightToARelation, IsNotLostOnAPCInfoThatIsOnItsWay) {
+TEST_F(DirectNotificationToARelation, IsNotLostForAPCInfoThatIsBeingFetched) {
     ASSERT_EQ(Start(), S_OK);
     const auto desks = Single("Node", "Desk", "nodes");
     const auto labels = [&] {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Two threads: one makes a request at each point in turn where the other allocates memory. Incomplete data must not be
-// taken for complete, and neither thread may consume what the other needs.
+// Two threads: one makes a request while the other is at an allocation, at each of its allocations in turn. Incomplete
+// data must not pass for complete, and neither thread may consume what the other needs.
 #include "allocations.h"
 #include "inside.h"
 
@@ -46,11 +46,6 @@ protected:
         }
         EXPECT_GT(place, 1);
     }
-    static bool Has(const XLXComPtr<ILXType>& type, const std::string& name) {
-        XLXComPtr<ILXAttribute> found;
-        return type->GetAttribute(XLXComBSTR(LXFromUtf8(name)).Get(), found.Put()) == S_OK;
-    }
-
     /// How far two concurrent requests got.
     struct Met {
         bool first = false;  ///< the first reached its allocation and started the second
@@ -109,7 +104,7 @@ private:
     static inline thread_local std::function<void()> t_work;
 };
 
-TEST_F(Places, ADerivedTypeIsNotCompleteBeforeItHasWhatItsBaseGot) {
+TEST_F(Places, ADerivedTypeIsNotCompleteBeforeItHasTheNewAttributeOfItsBase) {
     ASSERT_EQ(Start(0), S_OK);
     const auto base = Type("Item");
     const auto derived = Type("Equipment");
@@ -147,8 +142,8 @@ TEST_F(Places, OvertakenRecordsDoNotCountAsReadWhileTheyAreParsed) {
         [&] { return Has(item, "Weight"); }, [&] { return LXNarrow(LXRead(held.Get(), XProperty::Label)) == label; });
 }
 
-TEST_F(Places, OfTwoThreadsThatFetchTheSameEachGetsAll) {
-    ASSERT_EQ(Start(), S_OK); // so that an answer brings other components too
+TEST_F(Places, TwoThreadsThatFetchTheSameTypeBothGetEverything) {
+    ASSERT_EQ(Start(), S_OK); // so that an answer contains other components too
     const auto item = Type("Item");
     std::string name = "Weight"; // of an attribute that exists since the last notification
     int met = 0;

@@ -8,21 +8,9 @@
 namespace {
 using namespace XLXCFCDataTransfer;
 
-/// An object that runs a function on its last release.
-class Farewell final : public HostileObject<IUnknown> {
-public:
-    explicit Farewell(std::function<void()> word) : m_word(std::move(word)) {}
-
+class UnparsedRecords : public HostileTest {
 protected:
-    ~Farewell() override { m_word(); }
-
-private:
-    const std::function<void()> m_word;
-};
-
-class WaitingRecords : public HostileTest {
-protected:
-    WaitingRecords() {
+    UnparsedRecords() {
         m_factory->types = [this](SAFEARRAY** out) { return WithSameObjects(Bulk()->GetTypeArrayEx(15, out), out); };
         m_factory->namedTypes = [this](SAFEARRAY** out) {
             XLXSafeArray names(SafeArrayCreateVector(VT_BSTR, 0, 1));
@@ -76,7 +64,7 @@ private:
     std::map<XLXText, XLXComPtr<IUnknown>> m_objects;
 };
 
-TEST_F(WaitingRecords, AreNotOverlookedForAMapThatIsFresh) {
+TEST_F(UnparsedRecords, AreParsedEvenIfTheMapIsFresh) {
     EXPECT_TRUE(Find(OLESTR("Title")));
     Edit().AddAttribute("Document", "Author", 0, XNotify::No);
     Load();
@@ -84,7 +72,7 @@ TEST_F(WaitingRecords, AreNotOverlookedForAMapThatIsFresh) {
 }
 
 // The last release of a server's object runs foreign code, which may ask the cache.
-TEST_F(WaitingRecords, AreReleasedWithNoLockHeld) {
+TEST_F(UnparsedRecords, AreReleasedWithNoLockHeld) {
     int released = 0;
     const auto ask = [&] {
         ++released;
@@ -97,7 +85,7 @@ TEST_F(WaitingRecords, AreReleasedWithNoLockHeld) {
         for (auto& [index, type] : types.records) {
             std::vector<XILXAttributeData> attributes = ReadAttributeList(std::move(type.components.attributes));
             for (XILXAttributeData& attribute : attributes) {
-                attribute.object = XLXComPtr<IUnknown>(new Farewell(ask));
+                attribute.object = XLXComPtr<IUnknown>(new WorkAtRelease(ask));
             }
             type.components.attributes = GetArrayFromAttributeList(std::move(attributes));
         }
@@ -112,7 +100,7 @@ TEST_F(WaitingRecords, AreReleasedWithNoLockHeld) {
     EXPECT_GT(released, 0);
 }
 
-TEST_F(WaitingRecords, AreNotDroppedByAnOlderMap) {
+TEST_F(UnparsedRecords, AreNotDroppedWhenAnOlderMapIsPublished) {
     LXNotifyStraight(m_document, OLESTR("objects/Document/0/512"));
     {
         const Inside beside(Calls(), "ILXType::GetTypeComponentData", [&] {
@@ -124,7 +112,7 @@ TEST_F(WaitingRecords, AreNotDroppedByAnOlderMap) {
     ExpectCalls(0, [&] { EXPECT_TRUE(Find(OLESTR("Author"))); });
 }
 
-TEST_F(WaitingRecords, DoNotRefreshAnAttributeTypeThatEnteredAfterANotification) {
+TEST_F(UnparsedRecords, DoNotRefreshAnAttributeTypeFromAfterANotification) {
     const auto title = Find(OLESTR("Title"));
     const auto label = [&] {
         return LXList<ILXAttributeType>(XProperty::AttributeTypeLabel, title, &ILXAttribute::GetAttributeTypeEnum);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Refills of stale values: their calls, the data that they do not touch, and that they never replace newer data.
+// Refills, which read stale values in bulk: their calls, the data that they do not touch, and that they never replace
+// newer data.
 #include "XRefill.h"
 #include "inside.h"
 #include "relationfixture.h"
@@ -58,8 +59,7 @@ protected:
     }
     void ReadPages(const char* type) {
         for (int number : {1, 2}) {
-            XLXComPtr<ILXPage> page;
-            ASSERT_EQ(Type(type)->GetPage(number, page.Put()), S_OK);
+            const auto page = LXGet(Type(type), &ILXType::GetPage, number);
             EXPECT_EQ(LXNarrow(LXRead(page.Get(), XProperty::PageNumber)), std::to_string(number));
         }
     }
@@ -95,7 +95,7 @@ TEST_F(Refills, TheSecondStaleObjectOfATypeReadsTheType) {
         << "an empty value is asked for object by object";
 }
 
-TEST_F(Refills, AShareOfTheTypesReadsAll) {
+TEST_F(Refills, ManyStaleTypesReadAllTypes) {
     StartAndRead();
     Change("T3", "new");
     EXPECT_EQ(Made([&] { ReadAll("T0", "old"); }), (Calls3{1, 1, 0}));
@@ -108,7 +108,7 @@ TEST_F(Refills, AShareOfTheTypesReadsAll) {
               (Calls3{}));
 }
 
-TEST_F(Refills, RecordsThatWaitAreReadWithAllOthers) {
+TEST_F(Refills, UnparsedRecordsAreReadWithAllOthers) {
     ASSERT_EQ(Start(), S_OK);
     Change("T3", "new"); // before anything was parsed
     const auto read = [&](const char* type, const char* expected) {
@@ -126,7 +126,7 @@ TEST_F(Refills, RecordsThatWaitAreReadWithAllOthers) {
     EXPECT_EQ(LXRead(Attribute("T4", "D").Get(), XProperty::AttributeName), OLESTR("D"));
 }
 
-TEST_F(Refills, EachNotificationBeginsAnew) {
+TEST_F(Refills, EachNotificationStartsOver) {
     StartAndRead();
     for (const char* value : {"one", "two"}) {
         Change("T0", value);
@@ -136,14 +136,14 @@ TEST_F(Refills, EachNotificationBeginsAnew) {
     EXPECT_EQ(Made([&] { ReadAll("T0", "two"); }), (Calls3{1, 1, 0})) << "straight to the type";
 }
 
-TEST_F(Refills, OnlyWhatTheTransferModeBrings) {
+TEST_F(Refills, ReadOnlyTheKindsOfTheTransferMode) {
     StartAndRead(1);
     Change("T0", "new");
     EXPECT_EQ(Made([&] { ReadPages("T0"); }), (Calls3{2, 0, 0}));
     EXPECT_EQ(Made([&] { ReadAll("T0", "new"); }), (Calls3{1, 1, 0}));
 }
 
-TEST_F(Refills, ABulkReadThatFailsLeavesEachToAskForItself) {
+TEST_F(Refills, AFailedBulkReadFallsBackToSingleReads) {
     StartAndRead();
     Change("T0", "new");
     Calls().FailCall(ComponentsCall, E_ABORT);
@@ -152,7 +152,7 @@ TEST_F(Refills, ABulkReadThatFailsLeavesEachToAskForItself) {
     EXPECT_EQ(Made([&] { ReadAll("T0", "new"); }), (Calls3{}));
 }
 
-TEST_F(Refills, AQuestionFromInsideWaitsForNobody) {
+TEST_F(Refills, AQueryFromInsideOneDoesNotWait) {
     StartAndRead();
     Change("T0", "new");
     EXPECT_EQ(UnitOf("T0", "A"), "new");
@@ -163,18 +163,15 @@ TEST_F(Refills, AQuestionFromInsideWaitsForNobody) {
     ReadAll("T0", "new");
 }
 
-// The type was made again, and a held page has the former type read. Its answer is taken after that of the new one.
-TEST_F(Refills, AFormerTypeRefillsNothingThatTheNewOneBrought) {
+// The server recreates the type, and a held page makes the former type read. Its answer is parsed after that of the new
+// one.
+TEST_F(Refills, AFormerTypeDoesNotRefillWhatTheNewOneReturned) {
     StartAndRead();
     const auto label = [&](int number) {
-        XLXComPtr<ILXPage> page;
-        EXPECT_EQ(Type("T0")->GetPage(number, page.Put()), S_OK);
-        return LXNarrow(LXRead(page.Get(), XProperty::PageLabel));
+        return LXNarrow(LXRead(LXGet(Type("T0"), &ILXType::GetPage, number).Get(), XProperty::PageLabel));
     };
-    XLXComPtr<ILXPage> held[2];
-    for (int i = 0; i < 2; ++i) {
-        ASSERT_EQ(Type("T0")->GetPage(i + 1, held[i].Put()), S_OK);
-    }
+    const auto first = LXGet(Type("T0"), &ILXType::GetPage, 1);
+    const auto second = LXGet(Type("T0"), &ILXType::GetPage, 2);
     const auto remake = [](XServerModel& model) {
         model.types.erase(OLESTR("T0"));
         XModelType& made = model.AddType("T0");
@@ -182,17 +179,17 @@ TEST_F(Refills, AFormerTypeRefillsNothingThatTheNewOneBrought) {
         made.AddPage(2, "new");
     };
     Edit().Change(remake, "objects/T0/0/2");
-    LXRead(held[0].Get(), XProperty::PageLabel);
+    LXRead(first.Get(), XProperty::PageLabel);
     {
         const Inside read(Calls(), ComponentsCall, [&] {
             std::async(std::launch::async, [&] { EXPECT_EQ(label(1) + label(2), "newnew"); }).get();
         });
-        LXRead(held[1].Get(), XProperty::PageLabel);
+        LXRead(second.Get(), XProperty::PageLabel);
     }
     EXPECT_EQ(label(1) + label(2), "newnew");
 }
 
-TEST_F(Refills, SetsStayAsTheyAre) {
+TEST_F(Refills, LeaveSetsUnchanged) {
     StartAndRead();
     const auto removed = Attribute("T0", "B");
     Edit().RemoveAttribute("T0", "B", XNotify::No);
@@ -209,10 +206,7 @@ TEST_F(Refills, SetsStayAsTheyAre) {
 TEST_F(Refills, DisplayEnumerationsAndAttributeTypes) {
     StartAndRead();
     const auto attribute = Attribute("T0", "A");
-    XLXComPtr<ILXAttributeTypeEnum> types;
-    XLXComPtr<ILXAttributeType> metres;
-    ASSERT_EQ(attribute->GetAttributeTypeEnum(types.Put()), S_OK);
-    ASSERT_EQ(types->GetSingleNext(metres.Put()), S_OK);
+    const auto metres = LXElements(LXGet(attribute, &ILXAttribute::GetAttributeTypeEnum)).at(0);
     Edit().SetAttributeTypeProperty("T0", "A", "Metres", 1, "short");
     Change("T0", "new");
     EXPECT_EQ(Made([&] {
@@ -233,10 +227,10 @@ TEST_F(Refills, ACheapServerIsAskedObjectByObject) {
         return recent.AreHigh();
     };
     EXPECT_FALSE(costs({}));
-    EXPECT_FALSE(costs({5000, 5000})) << "too few to tell";
+    EXPECT_FALSE(costs({5000, 5000})) << "too few calls";
     EXPECT_TRUE(costs({900, 900, 900}));
     EXPECT_FALSE(costs({5, 5000, 5, 5000, 5})) << "the median counts";
-    EXPECT_FALSE(costs({900, 900, 900, 900, 900, 5, 5, 5, 5, 5})) << "and recent calls alone";
+    EXPECT_FALSE(costs({900, 900, 900, 900, 900, 5, 5, 5, 5, 5})) << "only recent calls count";
 
     SetRefill("by cost");
     Calls().SetDelay(std::chrono::milliseconds(1));

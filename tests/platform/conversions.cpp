@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// VariantChangeType between the types that configuration values have.
+// VariantChangeType between the types of configuration values.
 #include "XLXComBSTR.h"
 #include "XLXComVariant.h"
 
@@ -9,7 +9,7 @@
 #include <cstdio>
 
 namespace {
-/// What a conversion to a type must give, as text; "mismatch" and "overflow" are failures.
+/// The result of a conversion to a type, as text; "mismatch" and "overflow" are failures.
 struct Row {
     const OLECHAR* from;
     VARTYPE to;

@@ -50,8 +50,7 @@ XServerModel LXRelationModel() {
 
 RelationTest::Names RelationTest::Listed(const Enum& relations) {
     Names names;
-    Relation relation;
-    while (relations && relations->GetSingleNext(relation.Put()) == S_OK) {
+    for (const Relation& relation : LXElements(relations)) {
         names.push_back(LXNarrow(LXRead(relation.Get(), LXRM_CHILDNAME)) + "/" +
                         LXNarrow(LXRead(relation.Get(), LXRM_CHILDLISTNAME)));
     }

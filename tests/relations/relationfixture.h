@@ -29,7 +29,7 @@ protected:
 
     /// The relations of an enumeration as "Child/list".
     static Names Listed(const Enum& relations);
-    /// Requests an enumeration, which must be S_OK with relations or S_FALSE without.
+    /// Requests an enumeration: S_OK with relations, S_FALSE without.
     template <class Ask> static Names List(Ask&& ask) {
         Enum relations;
         const HRESULT result = ask(relations.Put());
@@ -41,7 +41,7 @@ protected:
 
     /// Expects a call to fail with this code and description.
     static void ExpectRefusal(HRESULT actual, HRESULT expected, const char* description);
-    /// Expects a null pointer to be refused here.
+    /// Expects that a null pointer was refused at this location.
     static void ExpectNullRefused(HRESULT actual, XLXTextView source);
 };
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// Which notification causes which data to be read again: one table of every kind, every bit of the update mode and
-// every receiver. With the argument --server-mode the cache runs in the server's process, where update modes are not
-// translated.
+// Which notification causes which data to be read again: a table of every receiver, with every kind of notification and
+// every bit of the update mode. With the argument --server-mode the cache runs in the server's process, where update
+// modes are not translated.
 #include "relationfixture.h"
 
 #include <map>
@@ -10,13 +10,6 @@
 namespace {
 constexpr LONG Always = -1;
 constexpr LONG Never = 0;
-
-bool ServerMode() {
-    for (const std::string& argument : testing::internal::GetArgvs()) {
-        if (argument == "--server-mode") { return true; }
-    }
-    return false;
-}
 
 /// A mode as sent, and as translated for the kind "objects" in client mode.
 struct Mode {
@@ -82,36 +75,19 @@ XServerModel MatrixModel() {
 class NotificationMatrix : public RelationTest, public testing::WithParamInterface<Row> {
 protected:
     NotificationMatrix() : RelationTest(MatrixModel()) {}
-    void SetUp() override {
-        if (ServerMode()) {
-            m_cache = LXMakeCache();
-            ASSERT_EQ(m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
-                                          m_server->DataUpdate().Get()),
-                      S_OK);
-        } else {
-            ASSERT_EQ(Start(), S_OK);
-        }
-    }
+    void SetUp() override { ASSERT_EQ(LXServerMode() ? StartInServer() : Start(), S_OK); }
     void TearDown() override { Terminate(); }
 
     static std::function<void()> Reading(XLXComPtr<ILXConfigObject> object, int member = 0) {
         return [object, member] { EXPECT_EQ(LXRead(object.Get(), member).find(OLESTR("<")), XLXText::npos); };
     }
-    template <class I, class F> static XLXComPtr<I> Get(F&& get) {
-        XLXComPtr<I> object;
-        EXPECT_EQ(get(object.Put()), S_OK);
-        return object;
-    }
-    template <class Element, class Owner, class Enumerator>
-    static XLXComPtr<Element> FirstOf(const XLXComPtr<Owner>& owner,
-                                      HRESULT (STDMETHODCALLTYPE Owner::*list)(Enumerator**)) {
-        const auto all = Get<Enumerator>([&](auto out) { return (*owner.*list)(out); });
-        return Get<Element>([&](auto out) { return all->GetSingleNext(out); });
+    template <class Owner, class Method> static auto FirstOf(const XLXComPtr<Owner>& owner, Method list) {
+        return LXElements(LXGet(owner, list)).at(0);
     }
 
     using Probe = std::function<void()>;
     using Probes = std::map<std::string, std::function<Probe()>>;
-    /// For each receiver a function that gives a function that reads it, using objects that are cached now.
+    /// For each receiver a function that finds its cached objects and returns a function that reads them.
     Probes ProbesOfTypes();
     Probes ProbesOfOthers();
 
@@ -126,15 +102,12 @@ protected:
 NotificationMatrix::Probes NotificationMatrix::ProbesOfTypes() {
     const auto area = Type("Area");
     const auto size = Attribute("Area", "Size");
-    const auto attributes = [=] { Get<ILXAttributeEnum>([&](auto out) { return area->GetAttributeEnum(out); }); };
-    const auto page = [=] { return Get<ILXPage>([&](auto out) { return area->GetPage(1, out); }); };
-    const auto group = [=] { return Get<ILXGroup>([&](auto out) { return area->GetGroup(1, out); }); };
-    const auto editor = [=] { return FirstOf<ILXConfObjEditor>(area, &ILXType::GetConfObjEditorEnum); };
-    const auto format = [=] { return Get<ILXFormat>([&](auto out) { return size->GetFormat(1, out); }); };
-    const auto type = [=] { return FirstOf<ILXAttributeType>(size, &ILXAttribute::GetAttributeTypeEnum); };
-    const auto groupFormat = [=](const XLXComPtr<ILXGroup>& of) {
-        Get<ILXFormat>([&](auto out) { return of->GetFormat(out); });
-    };
+    const auto attributes = [=] { LXGet(area, &ILXType::GetAttributeEnum); };
+    const auto page = [=] { return LXGet(area, &ILXType::GetPage, 1); };
+    const auto group = [=] { return LXGet(area, &ILXType::GetGroup, 1); };
+    const auto editor = [=] { return FirstOf(area, &ILXType::GetConfObjEditorEnum); };
+    const auto format = [=] { return LXGet(size, &ILXAttribute::GetFormat, 1); };
+    const auto type = [=] { return FirstOf(size, &ILXAttribute::GetAttributeTypeEnum); };
     return {{"type", [=] { return Reading(area); }},
             {"type map", [this] { return [this] { Type("Area"); }; }},
             {"attributes", [=] { return attributes; }},
@@ -142,7 +115,7 @@ NotificationMatrix::Probes NotificationMatrix::ProbesOfTypes() {
             {"page", [=] { return Reading(page(), XProperty::PageNumber); }},
             {"groups", [=] { return group; }},
             {"group", [=] { return Reading(group()); }},
-            {"group format", [=] { return [=, of = group()] { groupFormat(of); }; }},
+            {"group format", [=] { return [of = group()] { LXGet(of, &ILXGroup::GetFormat); }; }},
             {"editors", [=] { return editor; }},
             {"editor", [=] { return Reading(editor()); }},
             {"attribute", [=] { return Reading(size); }},
@@ -153,14 +126,12 @@ NotificationMatrix::Probes NotificationMatrix::ProbesOfTypes() {
 }
 
 NotificationMatrix::Probes NotificationMatrix::ProbesOfOthers() {
-    const auto browserId = [this] { return FirstOf<ILXBrowserId>(Factory(), &ILXConfigFactory::GetBrowserIdEnum); };
-    const auto spec = [this] {
-        return FirstOf<ILXGlobalAttributeFormatSpec>(Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
-    };
-    const auto formatOf = [](const auto& of) { Get<ILXFormat>([&](auto out) { return of->GetFormat(1, out); }); };
+    const auto browserId = [this] { return FirstOf(Factory(), &ILXConfigFactory::GetBrowserIdEnum); };
+    const auto spec = [this] { return FirstOf(Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs); };
+    const auto formatOf = [](const auto& of) { LXGet(of, &ILXGlobalAttributeFormatSpec::GetFormat, 1); };
     const auto rooms = [this] { return Single("Area", "Room", "nodes"); };
     const auto info = [](const Relation& relation) {
-        return Get<ILXPCInfo>([&](auto out) { return relation->GetPCInfo(B("Tree").Get(), out); });
+        return LXGet(relation, &ILXParentChild::GetPCInfo, B("Tree").Get());
     };
     const auto plan = [this] { EXPECT_EQ(m_cache->IsPlantype(m_server->DataObject("Plan").Get()), S_OK); };
     return {{"browser id", [=] { return Reading(browserId()); }},
@@ -181,14 +152,14 @@ bool NotificationMatrix::Expected(const Row& row, const std::string& kind, const
                       : kind == "pc"         ? row.pc
                                              : row.others;
     if (kind == "searchable" && row.receiver == std::string("type map")) { return true; }
-    const LONG arrives = kind == "objects" && !ServerMode() ? mode.translated : mode.sent;
-    return bits == Always || (bits != Never && (arrives < 1 || (arrives & bits) != 0));
+    const LONG received = kind == "objects" && !LXServerMode() ? mode.translated : mode.sent;
+    return bits == Always || (bits != Never && (received < 1 || (received & bits) != 0));
 }
 
 TEST_P(NotificationMatrix, InvalidatesWhatItConcerns) {
     const Row& row = GetParam();
     const char* const method = row.method != nullptr ? row.method
-                               : ServerMode()        ? "ILXConfigFactory::GetTypeEnum"
+                               : LXServerMode()      ? "ILXConfigFactory::GetTypeEnum"
                                                      : "ILXConfigFactoryEx::GetTypeArrayEx";
     for (const std::string kind : Kinds) {
         for (const Mode& mode : Modes) {

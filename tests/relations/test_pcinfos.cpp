@@ -20,7 +20,7 @@ protected:
     }
 };
 
-TEST_F(PCInfos, AreReadOnceAndFoundWithoutRegardToCase) {
+TEST_F(PCInfos, AreReadOnceAndFoundWhateverTheCase) {
     const auto desks = Single("Node", "Desk", "nodes");
     Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Tree", XProperty::PCInfoLabel, "T", XNotify::No);
     EXPECT_EQ(Browsers(desks), (Names{"List", "Tree"}));
@@ -34,7 +34,7 @@ TEST_F(PCInfos, AreReadOnceAndFoundWithoutRegardToCase) {
                       OLESTR("XLXParentChildCache::GetPCInfo (lxparentchildcache, line 404)"));
 }
 
-TEST_F(PCInfos, OfOneBrowserTheLastOneCounts) {
+TEST_F(PCInfos, TheLastOneOfABrowserCounts) {
     Edit().AddPCInfo("Area", "Room", "nodes", "Tree");
     Edit().Change([](XServerModel& model) {
         (*model.FindRelation(OLESTR("Area"), OLESTR("Room"), OLESTR("nodes")))
@@ -56,7 +56,7 @@ TEST_F(PCInfos, ComeInBatchesAndAFailureIsKeptUntilANotification) {
         SCOPED_TRACE(method);
         m_server->SendNotification("objects/x/0/8");
         Calls().FailCall(method, E_ACCESSDENIED, static_cast<unsigned>(n));
-        EXPECT_EQ(Label(rooms, "B169"), OLESTR("<none>")); // and no failure
+        EXPECT_EQ(Label(rooms, "B169"), OLESTR("<none>")); // the failure is not returned
         ExpectCalls(0, [&, expected = left] { EXPECT_EQ(Browsers(rooms).size(), expected); });
     }
     EXPECT_EQ(Edit().RemovePCInfo("Node", "Room", "nodes", "B100").result, S_OK);
@@ -66,10 +66,8 @@ TEST_F(PCInfos, ComeInBatchesAndAFailureIsKeptUntilANotification) {
 
 TEST(RelationObjects, ReloadTheirPCInfosAfterTermination) {
     const auto server = XSampleServer::Create(LXRelationModel());
-    XLXComPtr<ILXParentChildEnum> relations;
-    XLXComPtr<ILXParentChild> first;
-    ASSERT_EQ(server->ConfigFactory()->GetParentChildEnum(nullptr, nullptr, relations.Put()), S_OK);
-    ASSERT_EQ(relations->GetSingleNext(first.Put()), S_OK);
+    const auto all = LXGet(server->ConfigFactory(), &ILXConfigFactory::GetParentChildEnum, nullptr, nullptr);
+    const auto first = LXGet(all, &ILXParentChildEnum::GetSingleNext);
     const XLXComPtr<XLXParentChildCache> relation(new XLXParentChildCache(first, XClockPtr(new XClock)));
     EXPECT_TRUE(relation->FindPCInfo(OLESTR("tree")));
     relation->Terminate();

@@ -17,14 +17,10 @@ protected:
     }
     HRESULT IsPlan(const char* type) { return m_cache->IsPlantype(m_server->DataObject(type).Get()); }
     Enum Enumerate(const char* type, LONG filter) {
-        Enum relations;
-        EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B(type).Get(), nullptr, filter, relations.Put()), S_OK);
-        return relations;
+        return LXGet(m_cache, &ILXConfigFactoryCache::GetPCEnum2, nullptr, B(type).Get(), nullptr, filter);
     }
     Relation First(const char* type, LONG filter) {
-        Relation relation;
-        EXPECT_EQ(Enumerate(type, filter)->GetSingleNext(relation.Put()), S_OK);
-        return relation;
+        return LXGet(Enumerate(type, filter), &ILXParentChildEnum::GetSingleNext);
     }
 };
 
@@ -58,14 +54,13 @@ TEST_F(PlanTypes, AddTheirAllowedPairs) {
               Names{"Task/nodes"});
 }
 
-TEST_F(PlanTypes, ThereIsOneTransientRelationForEachPair) {
+TEST_F(PlanTypes, EachPairHasOneTransientRelation) {
     const auto relation = First("Task", 2);
     EXPECT_EQ(First("Task", 2), relation);
-    EXPECT_NE(First("Task", 2 | 1), relation); // has the other set of PC infos
+    EXPECT_NE(First("Task", 2 | 1), relation); // it has the other set of PC infos
     EXPECT_EQ(LXRead(relation.Get(), LXRM_NAMESHORT), OLESTR("ts"));
     for (const LONG newOnly : {0, 1}) {
-        XLXComPtr<ILXPCInfo> info;
-        EXPECT_EQ(First("Task", 2 | newOnly)->GetPCInfo(B("List").Get(), info.Put()), S_OK);
+        const auto info = LXGet(First("Task", 2 | newOnly), &ILXParentChild::GetPCInfo, B("List").Get());
         EXPECT_EQ(LXRead(info.Get(), XProperty::PCInfoNew), XLXText(XLXFormat() << newOnly));
     }
     const XLXComVariant other = XLXComVariant::FromBstr(OLESTR("Other"));
@@ -81,8 +76,7 @@ TEST_F(PlanTypes, ThereIsOneTransientRelationForEachPair) {
 TEST_F(PlanTypes, TransientRelationsOutliveTheirManager) {
     const auto relations = Enumerate("Plan", 2);
     const auto relation = First("Plan", 2);
-    XLXComPtr<ILXPCInfo> info;
-    EXPECT_EQ(relation->GetPCInfo(B("Tree").Get(), info.Put()), S_OK);
+    auto info = LXGet(relation, &ILXParentChild::GetPCInfo, B("Tree").Get());
     Terminate();
     m_cache.Reset();
     EXPECT_EQ(relation->GetPCInfo(B("Tree").Get(), info.Put()), S_FALSE);
@@ -98,7 +92,7 @@ TEST_F(PlanTypes, TransientRelationsOutliveTheirManager) {
     EXPECT_EQ(firstCache.As<IDPFObject>()->Terminate(), S_OK);
 }
 
-TEST_F(PlanTypes, AFailingQueryMeansNoneForNowAndLeavesNoSearch) {
+TEST_F(PlanTypes, AFailingQueryFindsNoneAndLeavesNoSearchBehind) {
     for (const char* failing : {"", "ILX_Query::GetSearchResult", "ILX_BaseDataObject::GetChildren",
                                 "ILX_BaseDataObject::GetAttribute", "IEnumBaseDataObject::RemNext"}) {
         SCOPED_TRACE(failing);

@@ -37,13 +37,12 @@ TEST_F(Relations, AFailedLoadIsKeptUntilANotification) {
     EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, relations.Put()), E_ACCESSDENIED);
     Single("Area", "Desk", "parts", S_FALSE);
     Edit().SetRelationProperty("Area", "Desk", "parts", XProperty::NameShort, "p");
-    EXPECT_EQ(Single("Area", "Desk", "parts"), parts); // the object that was held all the time
+    EXPECT_EQ(Single("Area", "Desk", "parts"), parts); // the held object
     EXPECT_EQ(LXRead(parts.Get(), XProperty::NameShort), OLESTR("p"));
 }
 
 TEST_F(Relations, AreRefreshedInPlaceAfterANotification) {
-    Enum before;
-    ASSERT_EQ(m_cache->GetPCEnum2(nullptr, B("Node").Get(), nullptr, 0, before.Put()), S_OK);
+    const Enum before = LXGet(m_cache, &ILXConfigFactoryCache::GetPCEnum2, nullptr, B("Node").Get(), nullptr, 0);
     const auto desks = Single("Node", "Desk", "nodes");
     EXPECT_EQ(Edit().AddRelation("Node", "Area", "nodes").result, S_OK);
     EXPECT_EQ(Edit().RemoveRelation("Node", "Room", "nodes").result, S_OK);
@@ -84,7 +83,7 @@ TEST_F(Relations, FiltersAndBrowsersRestrictWhatIsListed) {
               Names{"Desk/nodes"});
 }
 
-TEST_F(Relations, RefusalsNameTheMethodsOwnArgument) {
+TEST_F(Relations, RefusalsNameTheMethodsArgument) {
     ExpectRefusal(Factory()->GetParentChildEnum(nullptr, nullptr, nullptr), E_POINTER, "invalid pointer: ppEnum");
     ExpectRefusal(m_cache->GetThisBrowserParentChildEnum(nullptr, nullptr, nullptr, nullptr), E_POINTER,
                   "invalid pointer: ppILXParentChildEnum");
@@ -102,7 +101,7 @@ TEST_F(Relations, OfBaseTypesAreInheritedNearestFirst) {
     EXPECT_EQ(all("Room", 0), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
 }
 
-TEST_F(Relations, OfObjectsGoByTheirTypes) {
+TEST_F(Relations, OfObjectsAreThoseOfTheirTypes) {
     const auto byObject = [&](const char* id, const char* type) {
         return List(
             [&](auto out) { return m_cache->GetPCEnum(Object(id).Get(), B(type).Get(), nullptr, nullptr, 0, out); });
@@ -130,7 +129,7 @@ TEST_F(Relations, OfObjectsGoByTheirTypes) {
     EXPECT_EQ(m_cache->GetPCEnum2(Object("a").Get(), nullptr, nullptr, 0, none.Put()), E_ACCESSDENIED);
 }
 
-TEST_F(Relations, PPRQuestionsLookAtPPRRelationsOnly) {
+TEST_F(Relations, PPRQueriesReturnPPRRelationsOnly) {
     const auto area = B("Area");
     const auto desk = B("Desk");
     EXPECT_EQ(List([&](auto out) { return m_cache->GetPPRRelationsEnum(area.Get(), nullptr, out); }),
@@ -183,7 +182,7 @@ TEST_F(Relations, SingleOnesAreFoundByTheirNames) {
                       OLESTR("XLXPCPartCacheMng::GetPCRelation (lxpcpartcachemng, line 800)"));
 }
 
-TEST_F(Relations, ARelationshipObjectStandsForOne) {
+TEST_F(Relations, ARelationshipObjectIdentifiesOne) {
     const auto by = [&](const char* parent, const char* relationship, Relation& relation) {
         return m_cache->GetSinglePCRelationByDO(Object(parent).Get(), Object(relationship).Get(), relation.Put());
     };
@@ -192,7 +191,7 @@ TEST_F(Relations, ARelationshipObjectStandsForOne) {
     EXPECT_EQ(relation, Single("Area", "Desk", "parts"));
     EXPECT_EQ(by("c", "back", relation), S_OK); // seen from its second end
     EXPECT_EQ(relation, Single("Comp", "Desk", "parts_reverse"));
-    Calls().FailCall("ILX_BaseDataObject::GetAttribute", S_OK, 4); // which end it is, is not known
+    Calls().FailCall("ILX_BaseDataObject::GetAttribute", S_OK, 4); // whether it is the first or the second end
     EXPECT_EQ(by("c", "back", relation), S_FALSE);
     Calls().FailCall("ILX_BaseDataObject::GetAttribute", E_ACCESSDENIED, 4);
     ExpectRefusal(by("c", "back", relation), E_ACCESSDENIED, "relationobject1");
@@ -207,7 +206,7 @@ TEST_F(Relations, ARelationshipObjectStandsForOne) {
     EXPECT_FALSE(relation);
 }
 
-TEST_F(Relations, QuestionsBeforeInitialisationAndAfterTerminationAreRefused) {
+TEST_F(Relations, QueriesBeforeInitialisationAndAfterTerminationAreRefused) {
     Enum none;
     EXPECT_EQ(LXMakeCache()->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, none.Put()), E_POINTER);
     const auto parts = Single("Area", "Desk", "parts");

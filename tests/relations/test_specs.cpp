@@ -22,14 +22,9 @@ protected:
 
     using Spec = XLXComPtr<ILXGlobalAttributeFormatSpec>;
     std::vector<Spec> All(HRESULT expected = S_OK) {
-        std::vector<Spec> all;
         XLXComPtr<ILXGlobalAttributeFormatSpecEnum> specs;
         EXPECT_EQ(Factory()->GetAllGlobalAttributeFormatSpecs(specs.Put()), expected);
-        Spec spec;
-        while (specs && specs->GetSingleNext(spec.Put()) == S_OK) {
-            all.push_back(spec);
-        }
-        return all;
+        return LXElements(specs);
     }
     static XLXText Id(const Spec& spec) { return LXRead(spec.Get(), 0); }
     HRESULT RemoveById(const char* id) { return Factory()->RemoveGlobalAttributeFormatSpecByID(B(id).Get()); }
@@ -40,19 +35,13 @@ TEST_F(Specs, TwelveHundredComeInThreeBatches) {
     EXPECT_EQ(Calls().Of("ILXGlobalAttributeFormatSpecEnum::RemNext"), 3u);
     const auto spec = All().front();
     ExpectCalls(0, [&] { EXPECT_EQ(All().front(), spec); });
-    XLXComPtr<ILXFormat> format;
-    ExpectCalls(2, [&] {
-        EXPECT_EQ(spec->GetFormat(1, format.Put()), S_OK);
-        EXPECT_EQ(spec->GetFormat(2, format.Put()), S_FALSE);
-        EXPECT_EQ(spec->GetFormat(2, format.Put()), S_FALSE);
-    });
     ExpectNullRefused(spec->GetFormat(1, nullptr), OLESTR("XLXGlobalAttributeFormatSpecCache::CreateFormat "
                                                           "(LXGlobalAttributeFormatSpecCache, line 307)"));
     Edit().AddGlobalSpec("Zero");
     EXPECT_EQ(All().size(), 1201u);
 }
 
-TEST_F(Specs, FailuresOnTheWay) {
+TEST_F(Specs, FailuresDuringALoad) {
     Calls().FailCall("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", E_ACCESSDENIED);
     All(E_ACCESSDENIED);
     Calls().FailCall("ILXConfigFactory::GetAllGlobalAttributeFormatSpecs", S_OK);
@@ -70,10 +59,8 @@ TEST_F(Specs, FailuresOnTheWay) {
 
 TEST_F(Specs, RefusedRemovalsLeaveTheCacheAsItWas) {
     const auto all = All();
-    XLXComPtr<ILXGlobalAttributeFormatSpecEnum> foreign;
-    Spec servers;
-    ASSERT_EQ(m_server->ConfigFactory()->GetAllGlobalAttributeFormatSpecs(foreign.Put()), S_OK);
-    ASSERT_EQ(foreign->GetSingleNext(servers.Put()), S_OK);
+    const auto foreign = LXGet(m_server->ConfigFactory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
+    const Spec servers = LXElements(foreign).at(0);
     ExpectCalls(0, [&] {
         ExpectRefusal(Factory()->RemoveGlobalAttributeFormatSpec(servers.Get()), E_INVALIDARG,
                       "Only instances refered by a cache ILXGlobalAttributeFormatSpec interface ptr can be "
@@ -93,11 +80,10 @@ TEST_F(Specs, RefusedRemovalsLeaveTheCacheAsItWas) {
     EXPECT_EQ(m_server->Model().specs.size(), 1200u);
 }
 
-TEST_F(Specs, ARemovedSpecThatIsStillHeldAnswersWhatItHas) {
+TEST_F(Specs, AHeldSpecThatWasRemovedAnswersFromItsStore) {
     const auto all = All();
     const auto held = all[7];
-    XLXComPtr<ILXFormat> format;
-    EXPECT_EQ(held->GetFormat(1, format.Put()), S_OK);
+    auto format = LXGet(held, &ILXGlobalAttributeFormatSpec::GetFormat, 1);
     EXPECT_EQ(Factory()->RemoveGlobalAttributeFormatSpec(held.Get()), S_OK);
     EXPECT_EQ(Id(all[11]), OLESTR("Spec1011"));
     EXPECT_EQ(RemoveById("Spec1011"), S_OK);
@@ -115,7 +101,7 @@ TEST_F(Specs, ARemovedSpecThatIsStillHeldAnswersWhatItHas) {
     EXPECT_EQ(Id(held), OLESTR("<0x80004003>"));
 }
 
-TEST_F(Specs, BrowserIdsAreReadOnceAndKeepTheirPlace) {
+TEST_F(Specs, BrowserIdsAreReadOnceAndStayListed) {
     const auto browsers = [&] {
         return LXList<ILXBrowserId>(XProperty::BrowserIdName, Factory(), &ILXConfigFactory::GetBrowserIdEnum);
     };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Objects that stand for what plan types allow: what they store, and that they keep the module.
+// Transient objects for the relations that plan types allow: what they store, and that references to them keep the
+// module loaded.
 #include "lxtransientattribute.h"
 #include "lxtransientpc.h"
 #include "lxtransientpcinfo.h"
@@ -56,14 +57,14 @@ TEST(Transients, ARelationStoresItsNames) {
     EXPECT_EQ(relation.GetPCInfoEnum(infos.Put()), S_FALSE); // no manager
 }
 
-TEST(Transients, APCInfoHasItsOwnMembers) { // which ones are new: PlanTypes.ThereIsOneTransientRelationForEachPair
+TEST(Transients, APCInfoHasItsOwnMembers) { // which ones are new: PlanTypes.EachPairHasOneTransientRelation
     XLXTransientPCInfo info(OLESTR("Tree"), false);
     XLXComVariant none;
     EXPECT_EQ(info.GetProperty(8, none.Put()), E_INVALIDARG);
     EXPECT_EQ(LXErrorInformation::Take().source, OLESTR("XLXTransientPCInfo::Get (lxtransientpcinfo, line 107)"));
 }
 
-TEST(Transients, AnAttributeStoresWhatItHas) {
+TEST(Transients, AnAttributeStoresItsMembers) {
     const XLXComPtr<XLXTransientAttribute> attribute(new XLXTransientAttribute(OLESTR("N")));
     Expect(*attribute,
            {{0, VT_BSTR, OLESTR("N")}, {13, VT_R8, OLESTR("0")}, {33, VT_I4, OLESTR("64")}, {41, VT_BSTR, OLESTR("")}});
@@ -77,7 +78,7 @@ TEST(Transients, AnAttributeStoresWhatItHas) {
     EXPECT_FALSE(XLXComPtr<ILXAttribute>(attribute).As<ILXCallbackUpdate>());
 }
 
-TEST(Transients, AReferenceToWhatIsNotCountedKeepsTheModule) {
+TEST(Transients, ReferencesToUncountedObjectsKeepTheModuleLoaded) {
     const auto expectLocks = [](ILXConfigObject& object) {
         const auto before = XModuleCount::Locks();
         {
@@ -89,7 +90,7 @@ TEST(Transients, AReferenceToWhatIsNotCountedKeepsTheModule) {
         }
         EXPECT_EQ(XModuleCount::Locks(), before);
         EXPECT_EQ(object.Release(), 1u); // more Release than AddRef
-        EXPECT_EQ(XModuleCount::Locks(), before) << "others' locks stay";
+        EXPECT_EQ(XModuleCount::Locks(), before) << "a lock of another object is gone";
     };
     XLXTransientPC relation({}, {OLESTR("P"), OLESTR("C"), OLESTR("S")}, false);
     expectLocks(relation);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// Observed things: data in the cache that carries a number, which each edit increments, and queries that show the
+// Observed kinds: data in the cache that carries a number, which each edit increments, and queries that show the
 // number. A thread notes the number notified last and then queries; the answer must not be older.
 //
-// Threading  Thread-safe. Only one edit of a thing runs at a time; a concurrent second one is skipped. No lock is held
+// Threading  Thread-safe. Only one edit of a kind runs at a time; a concurrent second one is skipped. No lock is held
 //            during a query.
 #ifndef OBSERVED_H
 #define OBSERVED_H
@@ -21,7 +21,7 @@ using XCachedPtr = XLXComPtr<ILXConfigObject>;
 /// How the answer to a query shows the number.
 enum class XShows {
     Value,    ///< one number: that of the newest edit
-    Elements, ///< the numbers of all elements: each edit adds one and then removes the one before
+    Elements, ///< the numbers of all elements: each edit adds an element and then removes the previous one
     Lookup,   ///< whether the element with the requested number exists
     Parity    ///< something exists while the number is odd
 };
@@ -49,14 +49,14 @@ struct XQuestion {
     XShows shows;
     XFind find; ///< empty: the query is for the cache itself
     XRead read;
-    bool holds = true;        ///< an object found earlier in the same life must also show the newest number
+    bool holds = true;        ///< an object found earlier in the same connection must also show the newest number
     bool showsRemoval = true; ///< a removed element must be missing once its removal was notified
 };
 
 class XObserved {
 public:
     using Edit = std::function<XNotification(XServerEdits, int, XNotify)>;
-    /// The object for direct notifications, which stays the same during a life of the cache.
+    /// The object for direct notifications, which stays the same during a connection.
     struct Direct {
         XFind receiver;
         const char* dataId;
@@ -94,7 +94,7 @@ public:
 
     int Notifications() const noexcept { return m_notifications.load(); }
 
-    /// The number that the server has now. Begin makes it the minimum that a new life must show.
+    /// The number that the server has now. Begin makes it the minimum that a new connection must show.
     XNoted Applied() {
         const std::lock_guard lock(m_raising);
         return {m_adding.load(), m_removing.load()};
@@ -111,7 +111,7 @@ public:
         m_receiver = object ? object.As<ILXCallbackUpdate>() : nullptr;
     }
 
-    /// Ends a life: its objects receive no more notifications.
+    /// Ends a connection: its objects receive no more notifications.
     void End() {
         XLXComPtr<ILXCallbackUpdate> former;
         const std::lock_guard lock(m_receiverMutex);
@@ -133,7 +133,7 @@ public:
         if (!object && question.find) {
             object = question.find(asked.cache);
             if (!object) {
-                details = "nobody to ask";
+                details = "the object was not found";
                 return Reading::Missing;
             }
         }
@@ -145,7 +145,7 @@ public:
         const Reading reading = Judge(question, noted, asked, numbers);
         if (reading != Reading::Right) {
             details = "noted " + std::to_string(noted.added) + ", removed " + std::to_string(noted.removed) +
-                      ", asked for " + std::to_string(asked.number) + ", came";
+                      ", looked up " + std::to_string(asked.number) + ", got";
             for (const int number : numbers) {
                 details += " " + std::to_string(number);
             }

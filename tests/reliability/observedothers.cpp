@@ -85,8 +85,8 @@ void AddPlanTypes(XObservedList& all) {
         .Add(YesOrNo("IsPlantype", XShows::Parity, isPlan));
 }
 
-// An object that the server recreates under the same name has another server object: nothing loaded through the former
-// one may stay. A held object may still ask the former one.
+// An object that the server recreates under the same name has a new server object: nothing that was loaded through the
+// former one may stay. A held object may still ask the former one.
 template <class List, class Is> void Forget(List& list, Is is) {
     std::erase_if(list, [&](const auto& element) { return is(*element); });
 }

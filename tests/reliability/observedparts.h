@@ -15,7 +15,7 @@ using Value = XModelValue;
 
 inline XLXComBSTR B(const std::string& text) { return XLXComBSTR(LXFromUtf8(text)); }
 
-// What stands for the number of an edit: elements are named x17, inherited ones y17, or 1017 if names are numbers.
+// How the number of an edit is encoded: elements are named x17, inherited ones y17, or 1017 if names are numbers.
 inline std::string Named(int number) { return "x" + std::to_string(number); }
 inline std::string NamedBelow(int number) { return "y" + std::to_string(number); }
 inline constexpr int FirstNumber = 1000;

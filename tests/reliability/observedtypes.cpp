@@ -96,7 +96,7 @@ void AddComponentSets(XObservedList& all) {
         .Add(LookupOf("default", Type("Pump"), &ILXType::GetDefaultEditor, Named));
 }
 
-// If attribute types are loaded one by one, a removed one may stay listed, and one that stays may get another object.
+// If attribute types are loaded one by one, a removed one may stay listed, and another one may get a new object.
 void AddAttributeTypes(XObservedList& all) {
     const XFind head = Attribute("Pump", "Head");
     const auto feet = [=](const XCachePtr& cache) { return FeetOf(head(cache)); };
@@ -153,7 +153,7 @@ bool AddDerivedTypes(const XCachedPtr&, const XAsked& asked, XNumbers& numbers) 
     return SUCCEEDED(result);
 }
 
-// Removed types stay in the cache until its life ends, and each change causes a read of all types.
+// Removed types stay in the cache until the connection ends, and each change causes a read of all types.
 void AddTypes(XObservedList& all) {
     const auto listed = [](ILXConfigFactoryCache& cache, ILXTypeEnum** out) {
         return XCachePtr(&cache).As<ILXConfigFactory>()->GetTypeEnum(nullptr, out);

@@ -12,7 +12,7 @@
 
 namespace {
 /// A session in which the n-th allocation of the component fails; 0: none.
-XLifeSteps Live(std::size_t failing, std::size_t& count) {
+XLifeSteps RunSession(std::size_t failing, std::size_t& count) {
     const auto server = XSampleServer::Create(LXLifeModel());
     XLifeSteps steps;
     {
@@ -26,45 +26,34 @@ XLifeSteps Live(std::size_t failing, std::size_t& count) {
     return steps;
 }
 
-/// The changes that a failed allocation may cause in a step that then succeeds: format specs that were read before the
-/// failure are the whole set until the next notification, and a failed enumeration or removal shows in the next one.
+/// The changes that a failed allocation may cause in a step that then succeeds: the format specs that were read before
+/// the failure count as the whole set until the next notification, and a failed enumeration or removal affects the next
+/// enumeration.
 bool IsPrescribed(const std::string& name, const XLifeStep& step) {
     return name == "GetAllGlobalAttributeFormatSpecs(after removal)" &&
            (step.result == S_FALSE || step.answer == "Area Length " || step.answer == "Length NewSpec1 ");
 }
-
-class Allocations : public testing::Test {
-protected:
-    Allocations() {
-        XAllocationWatch::ExceptWhile(&XInsideServer::Here);
-#ifndef _WIN32
-        LXSetAllocationGate([] { return XAllocationWatch::Allow(); });
-#endif
-    }
-    ~Allocations() override {
-#ifndef _WIN32
-        LXSetAllocationGate(nullptr);
-#endif
-        XAllocationWatch::ExceptWhile(nullptr);
-    }
-};
 } // namespace
 
-TEST_F(Allocations, OneMoreFailsEachTime) {
+TEST(Allocations, EachFailsInTurn) {
+    XAllocationWatch::ExceptWhile(&XInsideServer::Here);
+#ifndef _WIN32
+    LXSetAllocationGate([] { return XAllocationWatch::Allow(); });
+#endif
     std::size_t all = 0;
-    Live(0, all); // for allocations that happen once per process
-    const XLifeSteps undisturbed = Live(0, all);
+    RunSession(0, all); // for allocations that happen once per process
+    const XLifeSteps undisturbed = RunSession(0, all);
     ASSERT_GT(all, 300u);
     for (std::size_t n = 1; n <= all; ++n) {
         std::size_t count = 0;
         SCOPED_TRACE("allocation " + std::to_string(n));
-        for (const auto& [name, step] : Live(n, count)) {
+        for (const auto& [name, step] : RunSession(n, count)) {
             const XLifeStep& expected = undisturbed.at(name);
             const bool same = step.result == expected.result && step.answer == expected.answer;
             EXPECT_TRUE(same || step.result == E_OUTOFMEMORY || IsPrescribed(name, step))
                 << name << ": " << step.result << " " << step.answer;
         }
-        Live(0, count);
+        RunSession(0, count);
         ASSERT_EQ(count, all);
     }
     RecordProperty("points", static_cast<int>(all));

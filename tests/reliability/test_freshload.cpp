@@ -23,15 +23,10 @@ unsigned FromEnvironment(const char* name, unsigned otherwise) {
     return text != nullptr ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : otherwise;
 }
 
-bool ServerMode() {
-    const auto arguments = testing::internal::GetArgvs();
-    return std::find(arguments.begin(), arguments.end(), "--server-mode") != arguments.end();
-}
-
 /// A thread that makes queries.
 struct XReader {
     struct Held {
-        unsigned life = 0;
+        unsigned connection = 0;
         XCachedPtr object;
     };
 
@@ -56,39 +51,32 @@ protected:
     }
     ~FreshLoad() override { Calls().SetHook({}); }
 
-    // ---- lives
-    /// Edits everything once, and begins the first life.
+    // ---- connections
+    /// Edits everything once, and begins the first connection.
     void BeginWithEdits() {
         for (const auto& observed : m_observed) {
             observed->Raise(*m_server, false);
         }
         Begin(GetParam());
     }
-    // The new life must show what the server has now; concurrent changes may or may not be notified.
+    // The new connection must show what the server has now; concurrent changes may or may not be notified.
     void Begin(LONG transferMode) {
         std::vector<XNoted> applied;
         for (const auto& observed : m_observed) {
             applied.push_back(observed->Applied());
         }
-        if (ServerMode()) {
-            m_cache = m_cache ? m_cache : LXMakeCache();
-            ASSERT_EQ(m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(),
-                                          m_server->DataUpdate().Get()),
-                      S_OK);
-        } else {
-            ASSERT_EQ(Start(transferMode), S_OK);
-        }
+        ASSERT_EQ(LXServerMode() ? StartInServer() : Start(transferMode), S_OK);
         for (std::size_t i = 0; i < m_observed.size(); ++i) {
             m_observed[i]->Begin(applied[i], m_cache);
         }
-        m_life.fetch_add(1);
+        m_connection.fetch_add(1);
     }
-    // Excludes edits, because one in progress could be notified to a cache that is just being emptied.
+    // Excludes edits, because one in progress could notify a cache that is just being emptied.
     void End() {
         m_ending = true;
         const std::unique_lock edits(m_edits);
         m_ending = false;
-        m_life.fetch_add(1);
+        m_connection.fetch_add(1);
         for (const auto& observed : m_observed) {
             observed->End();
         }
@@ -145,7 +133,7 @@ protected:
         observed.Raise(*m_server, random() % 2 == 0);
     }
 
-    // During a call to the server others overtake: the queried data changes, other data changes, or other threads make
+    // Something overtakes the call to the server: the queried data changes, other data changes, or other threads make
     // progress.
     void InsideTheServer() {
         XReader* const reader = t_reader;
@@ -162,7 +150,7 @@ protected:
         }
     }
 
-    // Queries at once what was edited inside the call: that edit must not be lost.
+    // Then queries what was edited inside the call: that edit must not be lost.
     void AskSomething(XReader& reader) {
         XObserved& observed = Any(reader.random);
         const std::size_t question = reader.random() % observed.Questions().size();
@@ -175,23 +163,23 @@ protected:
         }
     }
 
-    // Objects of an ended life are not notified any more, and there are no answers between two lives. But an answer
-    // that is older than the noted number is always wrong.
+    // Objects of an ended connection are not notified any more, and there are no answers between two connections. But
+    // an answer that is older than the noted number is always wrong.
     void Ask(XReader& reader, XObserved& observed, std::size_t question) {
         const XQuestion& what = observed.Questions()[question];
-        const unsigned life = m_life.load();
+        const unsigned number = m_connection.load();
         const XNoted noted = observed.Note();
         const int numbers[] = {noted.added, noted.added, noted.removed, noted.added + 1};
         const XAsked asked{m_cache, *m_server, numbers[reader.random() % std::size(numbers)]};
         XReader::Held* const held = reader.random() % (what.holds ? 2 : 4) == 0 ? &reader.held[&what] : nullptr;
-        if (held != nullptr && held->life != life) { *held = {life, nullptr}; }
+        if (held != nullptr && held->connection != number) { *held = {number, nullptr}; }
         const bool through = held != nullptr && held->object;
         std::string details;
         reader.asking = &observed;
         const Reading reading = observed.Ask(what, noted, asked, held != nullptr ? &held->object : nullptr, details);
         reader.asking = nullptr;
-        const bool sameLife = life % 2 == 0 && m_life.load() == life;
-        const bool counts = through ? what.holds && sameLife : sameLife || reading != Reading::Missing;
+        const bool isSame = number % 2 == 0 && m_connection.load() == number;
+        const bool counts = through ? what.holds && isSame : isSame || reading != Reading::Missing;
         if (counts && reading != Reading::Right) { Fail(observed, what, reading, through, details); }
         m_asked.fetch_add(1, std::memory_order_relaxed);
     }
@@ -202,7 +190,7 @@ protected:
         const std::lock_guard lock(m_failedMutex);
         if (m_failed.insert(&question).second) {
             ADD_FAILURE() << observed.Name() << ", " << question.name << ": " << Names[static_cast<int>(reading)]
-                          << (held ? ", held" : "") << ", mode " << (ServerMode() ? -1 : GetParam()) << ", seed "
+                          << (held ? ", held" : "") << ", mode " << (LXServerMode() ? -1 : GetParam()) << ", seed "
                           << m_seed << ": " << details;
         }
     }
@@ -242,14 +230,14 @@ protected:
     const XObservedList m_observed = LXEveryKind();
     std::vector<std::thread> m_threads;
     std::mutex m_failedMutex;            // guards the next member
-    std::set<const XQuestion*> m_failed; // that gave a wrong answer; one report for each
+    std::set<const XQuestion*> m_failed; // those with a wrong answer; one report for each
     bool m_alone = false;                // one thread does everything; set before the start
     std::atomic<bool> m_over{false};
     std::atomic<unsigned long long> m_asked{0};
-    std::atomic<unsigned> m_life{1}; // even during a life, odd between two lives
+    std::atomic<unsigned> m_connection{1}; // even during a connection, odd between two
     std::atomic<bool> m_ending{false};
     std::atomic<std::size_t> m_focus{0};
-    std::shared_mutex m_edits; // shared during an edit, exclusive at the end of a life
+    std::shared_mutex m_edits; // shared during an edit, exclusive at the end of a connection
 };
 
 TEST_P(FreshLoad, NothingOlderThanWhatWasNotified) {

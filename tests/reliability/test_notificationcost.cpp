@@ -35,7 +35,7 @@ protected:
     void SetUp() override {
         ASSERT_EQ(Start(1), S_OK);
         for (const auto& observed : m_kinds) {
-            observed->Raise(*m_server, false); // some things exist only after the first edit
+            observed->Raise(*m_server, false); // some elements exist only after the first edit
         }
     }
     void TearDown() override { Terminate(); }
@@ -67,7 +67,7 @@ protected:
         }
     }
 
-    /// Asks an object for an enumeration until its call to the server stops at a gate.
+    /// Requests an enumeration on another thread, whose call to the server then waits at a gate.
     template <class Enumerator, class Ask> void Hold(const char* method, Ask ask) {
         m_gates.push_back(Calls().PauseAt(method, XCallPoint::Answer));
         m_asked.push_back(std::async(std::launch::async, [ask] {
@@ -106,12 +106,9 @@ TEST_F(NotificationCost, NothingIsAllocated) {
     const XAllocationWatch watch; // the last notification concerned attributes
     LoadEverything();
     EXPECT_GT(watch.Count(), 100u) << "allocations are not counted";
-#ifndef _WIN32
-    LXSetAllocationGate(nullptr);
-#endif
 }
 
-TEST_F(NotificationCost, NoLockIsTakenButLeavesWhileEverythingIsBeingRead) {
+TEST_F(NotificationCost, OnlyLeafLocksAreTakenWhileEverythingIsBeingRead) {
     LoadEverything();
     const auto type = Type("Pump");
     const auto relation = RelationOf(m_cache, "Pump", "parts");

@@ -12,10 +12,10 @@
 #include <utility>
 
 namespace {
-constexpr LONG Most = std::numeric_limits<LONG>::max();
-constexpr LONG Least = std::numeric_limits<LONG>::min();
+constexpr LONG Max = std::numeric_limits<LONG>::max();
+constexpr LONG Min = std::numeric_limits<LONG>::min();
 
-TEST(Decimal, ReadsTheNumberAtTheFront) {
+TEST(Decimal, ReadsTheNumberAtTheBeginning) {
     const std::pair<XLXTextView, LONG> Table[] = {
         {OLESTR(""), 0},
         {OLESTR("12"), 12},
@@ -26,18 +26,18 @@ TEST(Decimal, ReadsTheNumberAtTheFront) {
         {OLESTR("-"), 0},
         {OLESTR("--5"), 0},
         {OLESTR("\u0661"), 0},
-        {OLESTR("2147483647"), Most},
-        {OLESTR("2147483648"), Most},
-        {OLESTR("99999999999999999999999999"), Most},
-        {OLESTR("-2147483648"), Least},
-        {OLESTR("-2147483649"), Least},
-        {OLESTR("-99999999999999999999999999"), Least},
+        {OLESTR("2147483647"), Max},
+        {OLESTR("2147483648"), Max},
+        {OLESTR("99999999999999999999999999"), Max},
+        {OLESTR("-2147483648"), Min},
+        {OLESTR("-2147483649"), Min},
+        {OLESTR("-99999999999999999999999999"), Min},
         {XLXTextView(OLESTR("1\0002"), 3), 1},
     };
     for (const auto& [text, number] : Table) {
         EXPECT_EQ(number, LXParseDecimal(text)) << testing::PrintToString(XLXText(text));
     }
-    for (const LONG number : {LONG{0}, LONG{-1}, Most, Least}) {
+    for (const LONG number : {LONG{0}, LONG{-1}, Max, Min}) {
         EXPECT_EQ(number, LXParseDecimal(XLXFormat() << number));
     }
 }
@@ -74,17 +74,12 @@ struct Name {
     int index;
 };
 
+// tests/surface/test_methods.cpp looks up a name of each kind.
 TEST(PropertyNames, AreExactAndBelongToTheirKind) {
     using enum EConfigElementKind;
     const Name Table[] = {
-        {Attribute, OLESTR("LXCFG_attributename"), 0},
-        {Attribute, OLESTR("LXCFGAFS_attributepropertyid"), 0},
         {Attribute, OLESTR("LXCFG_origin"), 46},
-        {AttributeType, OLESTR("LXCFG_attributetypename"), 3},
-        {BrowserId, OLESTR("LXCFG_browserid"), 0},
-        {Editor, OLESTR("LXCFG_progid"), 3},
         {Group, OLESTR("LXCFG_parentgroupnumber"), 15},
-        {Page, OLESTR("LXCFG_pagenumber"), 6},
         {Relation, OLESTR("LXCFPC_pprrelationtype"), 20},
         {PCInfo, OLESTR("LXCFG_pcinfonew"), 6},
         {Type, OLESTR("LXCFG_basetype"), 27},

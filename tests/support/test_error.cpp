@@ -61,7 +61,7 @@ TEST(Guarded, LeavesErrorInformationAloneWithoutAnException) {
     }
 }
 
-TEST(Logbook, WritesErrorsWithTheirPlace) {
+TEST(Logbook, WritesErrorsWithTheirLocation) {
     const LogCapture log;
     XLXError::WriteErrorToLogBook(E_FAIL, 6, OLESTR("broken"), Here);
     XLXError::LogFailure(OLESTR("cleaning up"), Here, [] {
@@ -78,7 +78,7 @@ TEST(Logbook, WritesErrorsWithTheirPlace) {
     EXPECT_EQ(42, entries[0].line);
     EXPECT_EQ(OLESTR("cleaning up: no use"), entries[1].text);
     EXPECT_EQ(E_ABORT, entries[1].code);
-    EXPECT_EQ("source", entries[1].source) << "the place of the clean-up, not of the failure";
+    EXPECT_EQ("source", entries[1].source) << "the location of the clean-up, not of the failure";
 }
 
 void TraceAll() {
@@ -87,7 +87,7 @@ void TraceAll() {
     }
 }
 
-TEST(Logbook, TracesOnlyWhatASinkAsksFor) {
+TEST(Logbook, TracesOnlyTheCategoriesOfTheSink) {
     {
         const LogCapture log;
         TraceAll();
@@ -113,17 +113,17 @@ TEST(Logbook, TracesOnlyWhatASinkAsksFor) {
 /// A sink that blocks its caller until it is released.
 struct SlowSink {
     std::promise<void> entered;
-    std::promise<void> letOut;
-    std::shared_future<void> way{letOut.get_future()};
+    std::promise<void> release;
+    std::shared_future<void> released{release.get_future()};
 
     static void STDMETHODCALLTYPE Receive(const LXLogEntry*, void* context) {
         auto& self = *static_cast<SlowSink*>(context);
         self.entered.set_value();
-        self.way.wait();
+        self.released.wait();
     }
 };
 
-TEST(Logbook, AReplacedSinkIsEmptyWhenTheReplacementReturns) {
+TEST(Logbook, NoThreadIsInsideAReplacedSink) {
     using namespace std::chrono_literals;
     SlowSink slow;
     LXErrorSetLogSink(&SlowSink::Receive, &slow, 1u << LX_LOG_ERROR);
@@ -139,7 +139,7 @@ TEST(Logbook, AReplacedSinkIsEmptyWhenTheReplacementReturns) {
     });
     auto done = replaced.get_future();
     EXPECT_EQ(std::future_status::timeout, done.wait_for(50ms)) << "a thread is still inside the old sink";
-    slow.letOut.set_value();
+    slow.release.set_value();
     ASSERT_EQ(std::future_status::ready, done.wait_for(30s));
     writer.get();
     const auto entries = checked.get();

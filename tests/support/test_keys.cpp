@@ -43,7 +43,7 @@ std::vector<XLXText> ManyNames() {
     return names;
 }
 
-// Keys keep their names, no two names share one, and they are ordered as the names' UTF-8, which is by code points.
+// Keys keep their names and differ if their names do. Their order is that of the names' UTF-8, which is by code points.
 TEST(StringKey, ComparesAsTheNamesUtf8) {
     struct Named {
         XLXText name;
@@ -79,7 +79,7 @@ struct DataId {
     LXDataIdKind kind;
 };
 
-TEST(DataId, IsTakenApart) {
+TEST(DataId, IsParsed) {
     using enum LXDataIdKind;
     const DataId Table[] = {
         {OLESTR(""), {}, {}, -1, -1, false, false, Other},

@@ -9,7 +9,7 @@
 #include <thread>
 
 namespace {
-constexpr std::size_t MostSteps = 2000; // of a schedule; more count as a livelock
+constexpr std::size_t MaxSteps = 2000; // of a schedule; more count as a livelock
 
 /// A binary semaphore that starts and stops a thread. The C++ library's semaphores lose wake-ups on systems without
 /// futexes.
@@ -18,20 +18,20 @@ public:
     void Give() {
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
-            m_isHere = true;
+            m_isGiven = true;
         }
         m_wake.notify_one();
     }
     void Await() {
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_wake.wait(lock, [this] { return m_isHere; });
-        m_isHere = false;
+        m_wake.wait(lock, [this] { return m_isGiven; });
+        m_isGiven = false;
     }
 
 private:
     std::mutex m_mutex;
     std::condition_variable m_wake;
-    bool m_isHere = false;
+    bool m_isGiven = false;
 };
 } // namespace
 
@@ -45,8 +45,8 @@ struct Explorer::Thread {
     struct State {
         bool hasStarted = false;
         bool isThrough = false;
-        const void* object = nullptr; // of the next step
-        CanGo canGo = nullptr;        // null: the step is never blocked
+        const void* object = nullptr;      // of the next step
+        CanContinue canContinue = nullptr; // null: the step is never blocked
         void* pointer = nullptr;
         std::uint64_t changes = 0;            // made by this thread
         std::uint64_t changesAtPause = ~0ull; // made by others before its last pause
@@ -93,13 +93,13 @@ public:
         return steps;
     }
 
-    void AtStep(Thread& self, const char* what, const void* object, Explorer::CanGo canGo) {
+    void AtStep(Thread& self, const char* what, const void* object, Explorer::CanContinue canContinue) {
         self.now.object = object;
-        self.now.canGo = canGo;
+        self.now.canContinue = canContinue;
         // The first choice of a thread, at its start, also covers its first step.
-        if (self.now.hasStarted || !CanGo(self)) { HandOver(&self, false); }
+        if (self.now.hasStarted || !CanContinue(self)) { HandOver(&self, false); }
         self.now.hasStarted = true;
-        self.now.canGo = nullptr;
+        self.now.canContinue = nullptr;
         Record(self.number, what);
     }
 
@@ -107,10 +107,10 @@ public:
     // next check would have the same result, so the thread is blocked.
     void Pause(Thread& self) {
         self.now.object = &self;
-        self.now.canGo = SomethingChanged;
+        self.now.canContinue = SomethingChanged;
         self.now.hasStarted = true;
         HandOver(&self, true);
-        self.now.canGo = nullptr;
+        self.now.canContinue = nullptr;
         self.now.changesAtPause = ChangesByOthers(self);
         Record(self.number, "pause");
     }
@@ -128,7 +128,7 @@ private:
     struct Decision {
         unsigned chosen; // index in candidates
         unsigned count;
-        unsigned candidates[MostThreads];
+        unsigned candidates[MaxThreads];
     };
     struct Taken {
         unsigned thread;
@@ -152,18 +152,18 @@ private:
     /// @param self  the thread with the turn; null: none
     void HandOver(Thread* self, bool ofItsOwn) {
         Decision among{};
-        const bool goesOn = self != nullptr && CanGo(*self);
-        if (goesOn) { among.candidates[among.count++] = self->number; }
-        if (!goesOn || ofItsOwn || m_now.preemptions < m_mostPreemptions) {
+        const bool continues = self != nullptr && CanContinue(*self);
+        if (continues) { among.candidates[among.count++] = self->number; }
+        if (!continues || ofItsOwn || m_now.preemptions < m_maxPreemptions) {
             for (const auto& thread : m_threads) {
-                if (thread.get() != self && CanGo(*thread)) { among.candidates[among.count++] = thread->number; }
+                if (thread.get() != self && CanContinue(*thread)) { among.candidates[among.count++] = thread->number; }
             }
         }
         Thread* const next = among.count > 1    ? Choose(among)
                              : among.count == 1 ? m_threads[among.candidates[0]].get()
                                                 : nullptr;
         if (next == self && self != nullptr) { return; }
-        m_now.preemptions += goesOn && !ofItsOwn;
+        m_now.preemptions += continues && !ofItsOwn;
         const bool waits = self != nullptr && !self->now.isThrough;
         if (next != nullptr) {
             next->turn.Give();
@@ -171,7 +171,7 @@ private:
                                [](const auto& thread) { return thread->now.isThrough; })) {
             m_over.Give();
         } else {
-            Stop("deadlock: nobody can go on");
+            Stop("deadlock: no thread can continue");
         }
         if (waits) { self->turn.Await(); }
     }
@@ -188,15 +188,15 @@ private:
         return m_threads[decision.candidates[decision.chosen]].get();
     }
 
-    bool CanGo(const Thread& thread) const {
-        return !thread.now.isThrough && (!thread.now.canGo || thread.now.canGo(thread.now.object));
+    bool CanContinue(const Thread& thread) const {
+        return !thread.now.isThrough && (!thread.now.canContinue || thread.now.canContinue(thread.now.object));
     }
     void Record(unsigned thread, const char* what) {
         m_now.steps.push_back({thread, what});
-        if (m_now.steps.size() == MostSteps) { Stop("livelock: too many steps"); }
+        if (m_now.steps.size() == MaxSteps) { Stop("livelock: too many steps"); }
     }
 
-    /// Ends the process, because no thread can go on.
+    /// Ends the process, because no thread can continue.
     [[noreturn]] void Stop(const char* why) {
         std::fprintf(stderr, "%s\n%s", why, Steps().c_str());
         std::abort();
@@ -208,7 +208,7 @@ private:
         return thread.schedules->ChangesByOthers(thread) != thread.now.changesAtPause;
     }
 
-    const unsigned m_mostPreemptions;
+    const unsigned m_maxPreemptions;
     std::vector<std::unique_ptr<Thread>> m_threads;
     std::vector<Decision> m_path;
     Turn m_over; // signals the end of the schedule
@@ -224,7 +224,7 @@ private:
 };
 
 Explorer::Schedules::Schedules(unsigned preemptions, const std::vector<std::function<void()>>& bodies)
-    : m_mostPreemptions(preemptions) {
+    : m_maxPreemptions(preemptions) {
     for (const auto& body : bodies) {
         auto& thread = m_threads.emplace_back(std::make_unique<Thread>());
         thread->schedules = this;
@@ -262,8 +262,10 @@ Explorer::Result Explorer::Explore(unsigned preemptions, const std::function<voi
     return result;
 }
 
-void Explorer::AtStep(const char* what, const void* object, CanGo canGo) {
-    if (Thread* const self = Thread::t_self; self != nullptr) { self->schedules->AtStep(*self, what, object, canGo); }
+void Explorer::AtStep(const char* what, const void* object, CanContinue canContinue) {
+    if (Thread* const self = Thread::t_self; self != nullptr) {
+        self->schedules->AtStep(*self, what, object, canContinue);
+    }
 }
 
 void Explorer::Changed() noexcept {

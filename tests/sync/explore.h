@@ -16,8 +16,9 @@
 //     EXPECT_EQ("", result.failure) << result.steps;
 //     EXPECT_GT(result.schedules, 100u);   // guards against a test that explores nothing
 //
-// The threads are real threads that pass the turn on, so thread-local state works. Run stops at the first schedule that
-// fails through an expectation or an exception. A deadlock or too many steps end the process, with the schedule's steps.
+// The threads are real threads that run in turns, so thread-local state works. Run stops at the first schedule in which
+// an expectation fails or an exception is raised. A deadlock or too many steps end the process and print the schedule's
+// steps.
 #ifndef EXPLORE_H
 #define EXPLORE_H
 
@@ -32,7 +33,7 @@
 class Explorer {
 public:
     static constexpr unsigned Unbounded = ~0u;
-    static constexpr unsigned MostThreads = 8;
+    static constexpr unsigned MaxThreads = 8;
 
     struct Result {
         std::uint64_t schedules = 0; ///< schedules that were run
@@ -73,14 +74,14 @@ private:
     friend struct ExploringSync;
     class Schedules;
     struct Thread;
-    using CanGo = bool (*)(const void* object);
+    using CanContinue = bool (*)(const void* object);
 
     static Result Explore(unsigned preemptions, const std::function<void()>& make,
                           const std::vector<std::function<void()>>& bodies, const std::function<void()>& check);
     /// Chooses the thread that continues, and returns when that is the calling thread. No effect outside explored
     /// threads.
-    /// @param canGo  whether the operation on the object can proceed now; null: always
-    static void AtStep(const char* what, const void* object, CanGo canGo = nullptr);
+    /// @param canContinue  whether the operation on the object can proceed now; null: always
+    static void AtStep(const char* what, const void* object, CanContinue canContinue = nullptr);
     /// Records a change, which unblocks threads that pause in a loop.
     static void Changed() noexcept;
 };
@@ -167,7 +168,7 @@ struct ExploringSync {
         }
         void unlock() noexcept {
             Explorer::AtStep("unlock", this);
-            Explorer::Expect(m_isWritten, "a lock is given back that is not held");
+            Explorer::Expect(m_isWritten, "a lock is released that is not held");
             m_isWritten = false;
             Explorer::Changed();
         }
@@ -179,7 +180,7 @@ struct ExploringSync {
         }
         void unlock_shared() noexcept {
             Explorer::AtStep("unlock_shared", this);
-            Explorer::Expect(m_readers > 0, "a shared lock is given back that is not held");
+            Explorer::Expect(m_readers > 0, "a shared lock is released that is not held");
             --m_readers;
             Explorer::Changed();
         }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// All interleavings of loads of one value. Nobody gets data older than a notification that returned before the request,
-// no data outlives its connection, and servers may call back.
+// All interleavings of loads of one value. No thread gets data older than a notification that returned before its
+// request, no data outlives its connection, and servers may call back.
 #include "exploreload.h"
 
 namespace {
@@ -26,7 +26,7 @@ struct Loading {
         const Value fresh = loaded.Fresh();
         Explorer::Expect(!fresh || *fresh >= least, Older);
     }
-    /// Asks on a thread that is already loading something else, and so waits for nobody.
+    /// Asks on a thread that is already loading something else and therefore does not wait.
     void AskInside() {
         const Fill fill(otherMutex, &otherMutex);
         Ask();
@@ -74,7 +74,7 @@ struct Loading {
     Loaded<int> loaded;
 };
 
-TEST(ExploredLoads, TwoAskersAndANotification) {
+TEST(ExploredLoads, TwoQueriesAndANotification) {
     for (const auto second : {&Loading::Ask, &Loading::AskInside}) {
         for (const auto change : {&Loading::ChangeAndAdvanceClock, &Loading::ChangeAndAdvanceOwn,
                                   &Loading::ChangeAndClear, &Loading::ChangeInPlace}) {
@@ -88,9 +88,9 @@ TEST(ExploredLoads, TwoAskersAndANotification) {
     ExpectExplored<Loading>(2, 500, {twice, &Loading::Look, &Loading::ChangeAndAdvanceClock}, &Loading::CheckEnd);
 }
 
-// Of three askers the last one takes the answer of the second, which a notification may have overtaken; but never that
-// of a load that began before the question.
-TEST(ExploredLoads, ThreeAskersAndNotifications) {
+// Of three queries the last one takes the answer of the second, which a notification may have overtaken, but never the
+// answer of a load that began before the last query.
+TEST(ExploredLoads, ThreeQueriesAndNotifications) {
     const auto changeTwice = [](Loading& w) {
         w.ChangeAndAdvanceClock();
         w.time.clock->Advance(Aspect);
@@ -98,7 +98,7 @@ TEST(ExploredLoads, ThreeAskersAndNotifications) {
     ExpectExplored<Loading>(2, 2000, {&Loading::Ask, &Loading::Ask, &Loading::Ask, changeTwice}, &Loading::CheckEnd);
 }
 
-TEST(ExploredLoads, AnAskerAndTheEndOfItsTime) {
+TEST(ExploredLoads, AQueryAndTheEndOfItsConnection) {
     for (const bool ends : {false, true}) {
         ExpectExplored<Loading>(2, 2000, {&Loading::Ask, &Loading::AskInside, [=](Loading& w) { w.Reconnect(ends); }},
                                 [](Loading& w) { Explorer::Expect(*w.loaded.Held() == 7, "an old answer"); });
@@ -149,7 +149,7 @@ struct Crosswise {
     Loaded<int> loaded[2];
 };
 
-TEST(ExploredLoads, ServersThatAskBackCrosswise) {
+TEST(ExploredLoads, ServersThatCallBackCrosswise) {
     const auto first = [](Crosswise& w) { w.AskAndCheck(0); };
     const auto second = [](Crosswise& w) { w.AskAndCheck(1); };
     ExpectExplored<Crosswise>(3, 2000, {first, second});

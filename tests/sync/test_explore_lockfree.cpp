@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// All interleavings of lock-free readers and writers: nobody reads during a write, and everybody gets through.
+// All interleavings of lock-free readers and writers: no thread reads during a write, and no thread is blocked forever.
 #include "XLFCritSectionDelegator.h"
 #include "explore.h"
 

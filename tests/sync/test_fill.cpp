@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// Fill mutexes: who enters, and in which order.
+// Fill mutexes: which thread enters, and in which order.
 #include "XFill.h"
 #include "synctools.h"
 
 namespace {
-TEST(Fill, LetsItsOwnThreadInAndNoOther) {
+TEST(Fill, AdmitsItsOwnThreadAndNoOther) {
     XFillMutex mutex;
     const int holder = 0;
     XActor other;

@@ -33,7 +33,7 @@ protected:
     XActor m_second;
 };
 
-TEST_F(LockFreeRead, TakesNoLockBesideReadersOfAllKindsAndAfterAWrite) {
+TEST_F(LockFreeRead, TakesNoLockBesideOtherReadersOrAfterAWrite) {
     StartWrite(m_writer).get();
     EndWrite(m_writer);
     m_writer.Do([&] { m_data.AddReadLockRef(); });
@@ -51,24 +51,24 @@ TEST_F(LockFreeRead, TakesNoLockBesideReadersOfAllKindsAndAfterAWrite) {
     EXPECT_NE(m_first.Do(index), m_second.Do(index)) << "threads share a slot for no reason";
 }
 
-TEST_F(LockFreeRead, ARefusedWriteDoesNotStayCounted) {
+TEST_F(LockFreeRead, ARefusedWriteDoesNotBlockReaders) {
     m_first.Do([&] { m_data.AddReadLockRef(); });
     EXPECT_TRUE(m_first.Do([&] { return Raised([&] { m_data.LockWrite(); }).has_value(); }));
     auto* const second = Read(m_second);
     EXPECT_NE(nullptr, second);
     EndRead(m_second, second);
     m_first.Do([&] { m_data.ReleaseLockRef(); });
-    EXPECT_EQ(LockState::Shared, m_probe.State()); // its count stayed raised
+    EXPECT_EQ(LockState::Shared, m_probe.State()); // the refused write still counts as a reference of its thread
     m_first.Do([&] { m_data.ReleaseLockRef(); });
     EXPECT_EQ(LockState::Free, m_probe.State());
 }
 
-TEST_F(LockFreeRead, AReaderThatComesWhileAWriterWaitsStaysBehindIt) {
+TEST_F(LockFreeRead, AReaderThatArrivesAfterAWaitingWriterWaitsForIt) {
     auto* const first = Read(m_first);
     auto write = StartWrite(m_writer);
     ASSERT_TRUE(Comes([&] { return m_probe.State() == LockState::Exclusive; }));
     auto second = m_second.Start([this] { return m_data.LockLFRead(); });
-    ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; })) << "readers that come one after another starve a writer";
+    ASSERT_TRUE(Comes([&] { return m_probe.waiting == 1; })) << "a stream of readers starves the writer";
     EXPECT_FALSE(IsReady(write, std::chrono::milliseconds(0)));
     EndRead(m_first, first);
     ASSERT_TRUE(IsReady(write));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Arrays with a single fault: the right exception is raised, and nothing leaks or grows.
+// Arrays with a single fault: the right exception is raised, nothing leaks, and wrong counts allocate no memory.
 #include "allocations.h"
 #include "transferfixtures.h"
 
@@ -53,10 +53,10 @@ constexpr Spoiled SpoiledArrays[] = {
 
 class SpoiledArray : public testing::TestWithParam<Spoiled> {};
 
-TEST_P(SpoiledArray, IsRefusedWithoutGrowing) {
+TEST_P(SpoiledArray, IsRefusedWithoutLargeAllocations) {
     const Spoiled& row = GetParam();
     XLXSafeArray array = Sample(row.kind);
-    ASSERT_EQ(V_VT(&ElementOf(array, row.at)), row.type) << "the sample has something else there";
+    ASSERT_EQ(V_VT(&ElementOf(array, row.at)), row.type) << "another element of the sample";
     V_UI4(&ElementOf(array, row.at)) = row.value;
     const XAllocationWatch watch;
     EXPECT_EQ(Read(row.kind, std::move(array)), (Raised{E_INVALIDARG, row.text, row.method}));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The logbook's entry for a refused array: the position in the array, and the names that the record belongs to.
+// The logbook's entry for a refused array: the position in the array, and the type or attribute of the record.
 #include "logcapture.h"
 #include "transferfixtures.h"
 
@@ -31,7 +31,7 @@ constexpr Refusal Refusals[] = {
     {EKind::AttributeList, 100, true, "71 of 100 (attributes)"},
 };
 
-/// Expects one entry, which names the place and what the reader raised.
+/// Expects one entry, with the position and the message of the exception.
 void ExpectLogged(EKind kind, XLXSafeArray array, const std::string& place) {
     const LogCapture log;
     const Raised raised = Read(kind, std::move(array));
@@ -44,7 +44,7 @@ void ExpectLogged(EKind kind, XLXSafeArray array, const std::string& place) {
 }
 } // namespace
 
-TEST(Refusals, TheLogbookSaysWhereInTheArray) {
+TEST(Refusals, TheLogbookHasThePositionInTheArray) {
     for (const Refusal& row : Refusals) {
         const XLXSafeArray sample = Sample(row.kind);
         XLXSafeArray array = Cut(sample, row.cut ? row.at : CountOf(sample));

@@ -20,7 +20,7 @@ TEST_P(EveryKind, IsWrittenAsItWasReadWhateverItsLowerBound) {
 }
 
 // Trailing elements are ignored, except in an attribute list, which extends to the end of its array.
-TEST_P(EveryKind, MayBeFollowedByFurtherElements) {
+TEST_P(EveryKind, MayHaveFurtherElementsAfterIt) {
     const XLXSafeArray sample = Sample(GetParam());
     XLXSafeArray array = Cut(sample, CountOf(sample) + 1);
     XLXComVariant::FromI4(7).DetachTo(&ElementOf(array, CountOf(sample)));
@@ -76,7 +76,7 @@ TEST(TypeComponents, DistinguishEmptyFromMissing) {
     EXPECT_EQ(CountOf(some.groups), 0U);
     EXPECT_EQ(CountOf(some.attributes), 0U);
 
-    // Any flag but zero stands for a list.
+    // Any flag except zero means a list.
     const XILXTypeComp read =
         GetWrapperFromArray(ArrayOf(LONG{4}, LONG{4}, ULONG{0}, ULONG{0x80000000}, ULONG{0}, LONG{0}, ULONG{0}));
     EXPECT_TRUE(read.groups && !read.pages && !read.editors && !read.attributes);
@@ -87,7 +87,7 @@ TEST(Lists, MayBeEmpty) {
     EXPECT_TRUE(ReadAttributeList(ArrayOf()).empty());
 }
 
-TEST(Values, OfAnyTypeAreTakenOverAsTheyStand) {
+TEST(Values, OfAnyTypeAreMovedUnchanged) {
     XLXComVariant number = XLXComVariant::FromDouble(2.5);
     XLXComVariant nested;
     V_VT(&nested.Get()) = VT_ARRAY | VT_VARIANT;
@@ -105,7 +105,7 @@ TEST(Values, OfAnyTypeAreTakenOverAsTheyStand) {
 }
 
 // The values of a record outlive its list and are destroyed with the record.
-TEST(Values, OfAListGoWithTheirRecord) {
+TEST(Values, OfAListAreFreedWithTheirRecord) {
     const long before = lx::liveObjects;
     const auto unknown = [] { return XLXComVariant::FromUnknown(NewObject().Get()); };
     auto records = GetSingleTypedVecFromArray(

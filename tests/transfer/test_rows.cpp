@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Rows of values, in which only filled members take memory.
+// Rows of values, in which empty members take no memory.
 #include "allocations.h"
 #include "transferfixtures.h"
 
@@ -30,9 +30,9 @@ void ExpectRow(const XVariantRow& row, const Expected& expected) {
 
 } // namespace
 
-// Every member keeps its value while others are filled, emptied and exchanged; also in rows so long that each member
-// has a word, and while a row grows to that length.
-TEST(Rows, KeepTheirValuesWhateverIsExchanged) {
+// Every member keeps its value while others are set, emptied and exchanged; also in long rows, which have a word for
+// each member, and while a row grows to that length.
+TEST(Rows, KeepAllOtherValuesDuringAnExchange) {
     for (const std::size_t size : {0U, 1U, 60U, 200U, 254U, 255U, 256U, 300U}) {
         Expected expected(size);
         for (std::size_t i = 0; i < size; ++i) {
@@ -58,7 +58,7 @@ TEST(Rows, KeepTheirValuesWhateverIsExchanged) {
     }
 }
 
-TEST(Rows, StayAsTheyAreWithoutMemory) {
+TEST(Rows, StayUnchangedWhenMemoryRunsOut) {
     XVariantRow row = RowOf({1, std::nullopt, 3});
     XLXComVariant value = Number(2);
     {

@@ -15,7 +15,7 @@
 #include <ostream>
 #include <string>
 
-/// An object in the place of a server object.
+/// A stand-in for a server object.
 class XCountedObject final : public lx::Object<IUnknown> {
 public:
     ULONG STDMETHODCALLTYPE AddRef() override {
@@ -58,13 +58,12 @@ template <class... T> XLXVariantVector Values(T... values) {
 inline XLXComVariant Text(XLXTextView text) { return XLXComVariant::FromBstr(text); }
 inline XLXComVariant Bool(bool value) { return XLXComVariant::FromBool(value); }
 
-/// The first elements of an array as an array of its own, with empty ones behind its end, and with another lower bound
-/// if one is given.
+/// A new array with the first elements of an array. If the count is greater, the others are empty.
 XLXSafeArray Cut(const XLXSafeArray& array, ULONG count, LONG lowerBound = 0);
 ULONG CountOf(const XLXSafeArray& array);
-/// An element of an array, to be looked at or changed in place.
+/// An element of an array, for inspection or modification.
 VARIANT& ElementOf(const XLXSafeArray& array, ULONG index);
-/// Replaces an element by an empty value that claims to be of a type.
+/// Replaces an element by a zero value of a type.
 void Spoil(const XLXSafeArray& array, ULONG index, VARTYPE type);
 
 /// What a call raised.
@@ -77,7 +76,7 @@ struct Raised {
 };
 std::ostream& operator<<(std::ostream& out, const Raised& raised);
 
-/// Reads an array; what the reader raised is checked to name this source and scope.
+/// Reads an array and returns what the reader raised, whose source and scope it checks.
 Raised Read(EKind kind, XLXSafeArray array);
 
 #endif
