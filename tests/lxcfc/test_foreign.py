@@ -46,7 +46,7 @@ class Foreign(unittest.TestCase):
     def test_options_for_the_sample_server_are_refused(self):
         for option, arguments in [("--edit", ["watch", "--edit", "{}"]), ("--random", ["watch", "--random", "1"]),
                                   ("--edits", ["check", "--edits", "1"]), ("--delay", ["types", "--delay", "1"])]:
-            self.assertIn(f"{option} needs the sample server", self.refusal(*arguments))
+            self.assertIn(f"{option} works only with the sample server", self.refusal(*arguments))
 
     def test_notifications(self):
         with server("edits"):
