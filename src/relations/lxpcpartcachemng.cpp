@@ -27,7 +27,12 @@ XLXPCPartCacheMng::XLXPCPartCacheMng(XRelationHost& host, XClockPtr clock, XRefi
 }
 
 XLXPCPartCacheMng::~XLXPCPartCacheMng() {
-    if (const MapPtr former = m_relations.End({m_clock, XAspect::Relations})) { TerminateDropped(*former, Map()); }
+    if (const MapPtr former = m_relations.End({m_clock, XAspect::Relations})) {
+        ForEachDropped(*former, Map(), [](XLXParentChildCache& relation) {
+            relation.Detach();
+            relation.Terminate();
+        });
+    }
 }
 
 // A failure is published too: until the next notification there are no relations and no further attempts.
@@ -51,6 +56,9 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Load() {
         },
         [&](const Map& loaded, const MapPtr& former) {
             replaced = former;
+            if (former) {
+                ForEachDropped(*former, loaded, [](XLXParentChildCache& relation) { relation.Detach(); });
+            }
             if (former != refreshed) // a parallel load published meanwhile and may have detached some
             {
                 for (const auto& [names, entry] : loaded.inOrder) {
@@ -58,7 +66,9 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Load() {
                 }
             }
         });
-    if (replaced) { TerminateDropped(*replaced, *map); }
+    if (replaced) {
+        ForEachDropped(*replaced, *map, [](XLXParentChildCache& relation) { relation.Terminate(); });
+    }
     LXRaiseKept(failure);
     return map;
 }
@@ -138,17 +148,23 @@ void XLXPCPartCacheMng::AddRelation(Map& map, XILXPCData record, const Map* form
                     {std::move(relation), ppr.value_or(0) != 0, internal.value_or(false)});
 }
 
-// Both maps have the same order. A dropped relation is detached, so that clients that hold it can still read its
-// values. Allocates nothing, so that shutdown cannot fail.
-void XLXPCPartCacheMng::TerminateDropped(const Map& former, const Map& kept) noexcept {
+// Both maps have the same order. A relation that is loaded again is the same object, so few names are compared.
+// Allocates nothing, so that shutdown cannot fail.
+template <class Visit>
+void XLXPCPartCacheMng::ForEachDropped(const Map& former, const Map& kept, Visit&& visit) noexcept {
     auto next = kept.inOrder.begin();
+    const auto end = kept.inOrder.end();
     for (const auto& [names, entry] : former.inOrder) {
-        while (next != kept.inOrder.end() && next->first < names) {
+        const auto isKept = [&, &relation = entry.relation] {
+            return next != end && next->second.relation == relation;
+        };
+        while (!isKept() && next != end && next->first < names) {
             ++next;
         }
-        if (next == kept.inOrder.end() || next->first != names) {
-            entry.relation->Detach();
-            entry.relation->Terminate();
+        if (isKept()) {
+            ++next;
+        } else {
+            visit(*entry.relation);
         }
     }
 }

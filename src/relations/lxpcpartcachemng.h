@@ -86,7 +86,9 @@ private:
     static std::vector<XLXCFCDataTransfer::XILXPCData> AskForRelations(ILXConfigFactory& factory);
     void AddRelation(Map& map, XLXCFCDataTransfer::XILXPCData record, const Map* former, const XRequestTime& requested,
                      XRetired& retired) const;
-    static void TerminateDropped(const Map& former, const Map& kept) noexcept;
+    /// Calls visit(relation) for the relations of a former map that are not in its successor. They are detached under
+    /// the map's lock, so that clients that hold them can still read their values, and terminated without it.
+    template <class Visit> static void ForEachDropped(const Map& former, const Map& kept, Visit&& visit) noexcept;
 
     // Queries
     /// The relations to answer from, loaded unless fresh; an empty map after a failed load.

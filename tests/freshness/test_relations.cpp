@@ -88,6 +88,23 @@ TEST_F(FreshRelations, ARelationThatEntersTheMapAgainIsCurrentAgain) {
     ExpectCalls(1, [&] { LXRead(held.Get(), XProperty::NameShort); });
 }
 
+// Two threads load a new relation, and each creates an object for it.
+TEST_F(FreshRelations, ADirectNotificationToAReplacedRelationReachesItsSuccessor) {
+    Edit().AddRelation("Node", "Desk", "spare", 0, false, XNotify::No);
+    m_server->SendNotification("pc/Node/0/4");
+    Relation replaced;
+    {
+        const Inside overtaken(Calls(), "ILXConfigFactory::GetPCArray",
+                               [&] { AskWithoutWaiting([&] { replaced = Single("Node", "Desk", "spare"); }); });
+        Single("Node", "Desk", "spare");
+    }
+    const auto successor = Single("Node", "Desk", "spare");
+    ASSERT_FALSE(replaced == successor);
+    Edit().SetRelationProperty("Node", "Desk", "spare", XProperty::NameShort, "new", XNotify::No);
+    LXNotifyStraight(replaced, OLESTR("properties/Node/0/4"));
+    EXPECT_EQ(LXRead(successor.Get(), XProperty::NameShort), OLESTR("new"));
+}
+
 TEST_F(FreshRelations, AFormerServerObjectThatFailsLeavesNothing) {
     m_server->SendNotification("pc/Node/0/4");
     Calls().FailCall("ILXParentChild::GetPCInfoEnum", E_FAIL);
