@@ -26,8 +26,14 @@ public:
     /// Exchanges a value and adds missing slots. Does not change the stamp.
     void WriteGrow(int index, XLXComVariant& value);
 
-    /// Calls work(values) under the lock; it must not call foreign code. Does not change the stamp.
-    template <class Work> void Change(Work&& work) { work(XCritProxy<Stamped>(m_data)->values); }
+    /// Calls work(values) under the lock; it must not call foreign code. The values stay as fresh as they were, but
+    /// values that were requested before are older, so that they do not undo the change.
+    template <class Work> void Change(Work&& work) {
+        const XCritProxy<Stamped> store(m_data);
+        work(store->values);
+        const std::uint64_t own = m_own.Advance();
+        if (store->stamp.own == own - 1) { store->stamp.own = own; }
+    }
 
     /// Exchanges all values, unless the store has newer ones.
     /// @param onAssigned  called with the new values under the lock; must not call foreign code

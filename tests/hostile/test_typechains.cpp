@@ -33,6 +33,24 @@ XLXText Number(int number) {
     return LXFromUtf8("T" + std::string(6 - text.size(), '0') + text);
 }
 
+/// A base type of another component, which runs work when it gets its second reference from now on.
+class ForeignBase final : public HostileObject<ILXTypeCache> {
+public:
+    std::function<void()> work;
+    ULONG STDMETHODCALLTYPE AddRef() override {
+        if (work && ++m_taken == 2) { std::exchange(work, nullptr)(); }
+        return HostileObject<ILXTypeCache>::AddRef();
+    }
+    HRESULT STDMETHODCALLTYPE Reserved3() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved4() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetBaseType(ILXTypeCache*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetServerType(ILXType**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved7() override { return E_NOTIMPL; }
+
+private:
+    int m_taken = 0;
+};
+
 using TypeChains = HostileTest;
 
 TEST_F(TypeChains, LongOnesAreInheritedAndReleasedWithoutRecursion) {
@@ -138,5 +156,26 @@ TEST_F(TypeChains, ATypeThatGetsABaseLaterHasTheAttributesOfBoth) {
     EXPECT_EQ(document.As<ILXTypeCache>()->SetBaseType(nullptr), S_OK);
     EXPECT_FALSE(AttributeOf(document, OLESTR("Weight")));
     EXPECT_EQ(Type("Item").As<ILXTypeCache>()->SetBaseType(document.As<ILXTypeCache>().Get()), S_OK);
+}
+
+// The values are fetched, and contain the former base, when the type gets another one.
+TEST_F(TypeChains, ABaseThatIsLinkedDuringAFetchStays) {
+    ASSERT_EQ(Start(), S_OK);
+    const auto pump = Type("Pump");
+    const auto item = Type("Item").As<ILXTypeCache>();
+    const XLXComPtr<ForeignBase> former(new ForeignBase);
+    const auto link = [&](ILXTypeCache* base) { EXPECT_EQ(pump.As<ILXTypeCache>()->SetBaseType(base), S_OK); };
+    const auto base = [&] {
+        XLXComVariant value;
+        EXPECT_EQ(pump->GetProperty(27, value.Put()), S_OK);
+        return XLXComPtr<IUnknown>(value.AsUnknown());
+    };
+    link(former.Get());
+    EXPECT_EQ(base(), former.As<IUnknown>());
+    m_server->SendNotification("properties/Pump/0/1");
+    former->work = [&] { link(item.Get()); };
+    base();
+    EXPECT_FALSE(former->work) << "the base was not changed";
+    EXPECT_EQ(base(), item.As<IUnknown>());
 }
 } // namespace
