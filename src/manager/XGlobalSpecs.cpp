@@ -47,8 +47,8 @@ XGlobalSpecs::Value XGlobalSpecs::InternalFillGlobalFormatSpecCache() {
     return specs;
 }
 
-// Compares only cached ids, because the server may no longer know the spec that it has removed. If no cached id
-// matches, the removed spec may be one whose values were not read, so the whole set becomes stale.
+// Compares only cached ids, because the server may no longer know what it has removed. If no cached id matches, the
+// removed element may be one whose values were not read, so the whole set becomes stale.
 HRESULT XGlobalSpecs::Remove(ILXConfigFactory& factory, XLXGlobalAttributeFormatSpecCache* spec, XLXTextView id,
                              const LXErrorLocation& at) {
     if (id.empty()) {
