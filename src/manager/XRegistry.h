@@ -34,7 +34,8 @@ protected:
     }
     Value LoadFrom(const XConnection& connection, auto&& fetch, auto&&... publish) {
         return m_loaded.Load(
-            {connection.clock, m_aspect}, [&] { return std::make_shared<const T>(fetch(connection)); }, publish...);
+            {connection.clock, m_aspect}, [&](const XStamp&) { return std::make_shared<const T>(fetch(connection)); },
+            publish...);
     }
 
     const XConnectionOwner& m_owner;

@@ -49,5 +49,5 @@ std::vector<XLXTextView> XTypeInheritanceInfo::Info::BaseTypes(XLXTextView typeN
 
 XTypeInheritanceInfo::InfoPtr XTypeInheritanceInfo::Current() {
     if (InfoPtr fresh = m_info.Fresh()) { return fresh; }
-    return m_info.Load({&m_types}, [&] { return std::make_shared<const Info>(m_types.Types()); });
+    return m_info.Load({&m_types}, [&](const XStamp&) { return std::make_shared<const Info>(m_types.Types()); });
 }

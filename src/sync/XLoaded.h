@@ -11,7 +11,6 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <type_traits>
 
 /// The time by which a holder becomes stale: an aspect of a connection's clock. Without an aspect, only the own count
 /// matters.
@@ -138,7 +137,7 @@ public:
     const XBasicOwnCount<Policy>& Own() const noexcept { return m_own; }
 
     /// The value, loaded unless it is fresh. Null if the thread is already loading it and there is no former value.
-    /// @param ask      asks the server: Value ask() or Value ask(stamp of the answer); its exceptions pass through
+    /// @param ask      asks the server: Value ask(stamp of the answer); its exceptions pass through
     /// @param publish  publish(value, former value or null): called under the lock, only if the answer is about to
     ///                 replace the former value. Must not call foreign code
     template <class Ask, class OnPublish> Value Load(const Time& time, Ask&& ask, OnPublish&& publish) {
@@ -150,11 +149,7 @@ public:
         if (!answer) {
             m_fills.Run(fill, [&] {
                 const XStamp noted{time.Now(), m_own.Now()};
-                if constexpr (std::is_invocable_v<Ask, const XStamp&>) {
-                    answer = ask(noted);
-                } else {
-                    answer = ask();
-                }
+                answer = ask(noted);
                 return Publish(time, answer, noted, publish);
             });
         }

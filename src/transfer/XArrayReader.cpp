@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "XArrayReader.h"
 
-#include <cstring>
-
 namespace XLXCFCDataTransfer {
 namespace {
 /// The next element; raises if it has another type.

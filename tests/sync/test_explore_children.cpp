@@ -60,7 +60,7 @@ struct Family {
         XMoment moment;
         children.Load(
             time,
-            [&] {
+            [&](const XStamp&) {
                 const int answer = Answer(moment);
                 return Refresh(moment, answer);
             },

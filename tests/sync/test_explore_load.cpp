@@ -12,7 +12,7 @@ struct Loading {
 
     Loading() { loaded.Begin(time); }
     Value Load() {
-        return loaded.Load(time, [this] { return std::make_shared<const int>(server.load()); });
+        return loaded.Load(time, [this](const XStamp&) { return std::make_shared<const int>(server.load()); });
     }
     void Ask() {
         Explorer::Step("ask");
@@ -62,7 +62,7 @@ struct Loading {
         }
         loaded.Begin(next);
         const auto held = loaded.Held();
-        const int got = *loaded.Load(next, [] { return std::make_shared<const int>(7); });
+        const int got = *loaded.Load(next, [](const XStamp&) { return std::make_shared<const int>(7); });
         Explorer::Expect(!held && got == 7 && *loaded.Held() == 7, "held in the next time");
     }
 
@@ -125,7 +125,7 @@ struct Crosswise {
     }
     /// The server requests the other value before it answers.
     std::shared_ptr<const int> Ask(std::size_t which) {
-        return loaded[which].Load(time, [this, which] {
+        return loaded[which].Load(time, [this, which](const XStamp&) {
             const auto other = Ask(1 - which);
             return std::make_shared<const int>(server.load() + (other ? 10 : 0));
         });
