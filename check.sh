@@ -23,7 +23,7 @@ readonly quick_legs=(format rules linux-debug)
 # The folders of src/; each uses only those before it.
 readonly layers="base support sync enum transfer cache typecache relations manager frame"
 readonly logs=build/check
-readonly fuzz_seconds=20
+readonly fuzz_seconds=${FUZZ_SECONDS:-20} # for each target
 passed=0
 failed=0
 skipped=0
@@ -223,8 +223,8 @@ leg_windows32() {
 fuzz() {
     rm -rf "${2:?}/$1" "$2/$1.status"
     mkdir -p "$2/$1"
-    timeout $(($3 + 100)) "build/linux-asan/bin/$1" -max_total_time="$3" -timeout=10 -artifact_prefix="$2/$1-" \
-        "$2/$1" "fuzz/corpus/$1" >"$2/$1.log" 2>&1 </dev/null
+    timeout $(($3 + 100)) "build/linux-asan/bin/$1" -max_total_time="$3" -timeout=10 -rss_limit_mb=3000 \
+        -artifact_prefix="$2/$1-" "$2/$1" "fuzz/corpus/$1" >"$2/$1.log" 2>&1 </dev/null
     echo $? >"$2/$1.status"
 }
 
