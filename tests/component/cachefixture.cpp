@@ -71,27 +71,22 @@ HRESULT CacheTest::Start(LONG transferMode, bool noNotifications, bool separateC
 void CacheTest::Terminate() { EXPECT_EQ(Client()->Terminate(), S_OK); }
 
 XLXComPtr<ILXType> CacheTest::Type(const char* name) {
-    XLXComPtr<ILXType> type;
-    EXPECT_EQ(m_cache->GetCachedType(m_server->DataObject(name).Get(), nullptr, type.Put()), S_OK) << name;
-    return type;
+    SCOPED_TRACE(name);
+    return LXGet(m_cache, &ILXConfigFactoryCache::GetCachedType, m_server->DataObject(name).Get(), nullptr);
 }
 
 XLXComPtr<ILXAttribute> CacheTest::Attribute(const char* type, const char* name) {
-    XLXComPtr<ILXAttribute> attribute;
-    const XLXComBSTR text(XLXText(XLXFormat() << name));
-    EXPECT_EQ(Type(type)->GetAttribute(text.Get(), attribute.Put()), S_OK) << type << "." << name;
-    return attribute;
+    SCOPED_TRACE(name);
+    return LXGet(Type(type), &ILXType::GetAttribute, name);
 }
 
 XLXComPtr<ILXGroup> CacheTest::Group(const char* type, int number) {
-    XLXComPtr<ILXGroup> group;
-    EXPECT_EQ(Type(type)->GetGroup(number, group.Put()), S_OK) << type << " group " << number;
-    return group;
+    SCOPED_TRACE(number);
+    return LXGet(Type(type), &ILXType::GetGroup, number);
 }
 
 bool CacheTest::Has(const XLXComPtr<ILXType>& type, const std::string& attribute) {
-    XLXComPtr<ILXAttribute> found;
-    return type->GetAttribute(XLXComBSTR(LXFromUtf8(attribute)).Get(), found.Put()) == S_OK;
+    return static_cast<bool>(LXFind(type, &ILXType::GetAttribute, attribute));
 }
 
 void CacheTest::ExpectCalls(unsigned long long expected, const std::function<void()>& work) {

@@ -4,6 +4,7 @@
 #ifndef CACHEFIXTURE_H
 #define CACHEFIXTURE_H
 
+#include "asking.h"
 #include "questions.h"
 #include "testtexts.h"
 
@@ -11,7 +12,6 @@
 
 #include <functional>
 #include <thread>
-#include <tuple>
 
 /// Creates a cache: from the registered module, or from the code linked into the test.
 XLXComPtr<ILXConfigFactoryCache> LXMakeCache();
@@ -21,47 +21,26 @@ inline void PrintTo(const XLXText& text, std::ostream* os) { *os << LXNarrow(tex
 /// A property as text; "<empty>" for an empty value, "<0x...>" for a failure.
 XLXText LXRead(ILXConfigObject* object, int member);
 
-/// A null pointer of the type that a method returns through its last parameter.
-template <class Face, class... Parameters> auto LXOutOf(HRESULT (STDMETHODCALLTYPE Face::*)(Parameters...)) {
-    using Last = std::tuple_element_t<sizeof...(Parameters) - 1, std::tuple<Parameters...>>;
-    return XLXComPtr<std::remove_pointer_t<std::remove_pointer_t<Last>>>();
-}
-
 /// The object that a method returns through its last parameter. The call must succeed.
 template <class Owner, class Method, class... Arguments>
 auto LXGet(const XLXComPtr<Owner>& owner, Method method, Arguments... arguments) {
     auto object = LXOutOf(method);
-    EXPECT_EQ((owner.Get()->*method)(arguments..., object.Put()), S_OK);
+    EXPECT_EQ(LXCall(*owner, method, arguments..., object.Put()), S_OK);
     return object;
 }
 
-/// The elements of an enumeration; none for a null pointer.
-template <class Enumerator> auto LXElements(const XLXComPtr<Enumerator>& elements) {
-    auto element = LXOutOf(&Enumerator::GetSingleNext);
-    std::vector<decltype(element)> all;
-    while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
-        all.push_back(element);
-    }
-    return all;
-}
-
-/// One property of all elements of an enumeration, as texts; empty for a null pointer.
-template <class Element, class Enumerator>
-std::vector<std::string> LXReadAll(const XLXComPtr<Enumerator>& elements, int member) {
+/// One property of all elements of the enumeration that a method returns, as texts. Unless the call returns S_OK, there
+/// must be none.
+template <class Element, class Owner, class Method, class... Arguments>
+std::vector<std::string> LXList(int member, const XLXComPtr<Owner>& owner, Method method, Arguments... arguments) {
+    auto elements = LXOutOf(method);
+    const HRESULT result = LXCall(*owner, method, arguments..., elements.Put());
+    EXPECT_EQ(result == S_OK, static_cast<bool>(elements)) << result;
     std::vector<std::string> texts;
     for (const XLXComPtr<Element>& element : LXElements(elements)) {
         texts.push_back(LXNarrow(LXRead(element.Get(), member)));
     }
     return texts;
-}
-
-/// The same for the enumeration that a method returns. Unless the call returns S_OK, there must be none.
-template <class Element, class Owner, class Method, class... Arguments>
-std::vector<std::string> LXList(int member, const XLXComPtr<Owner>& owner, Method method, Arguments... arguments) {
-    auto elements = LXOutOf(method);
-    const HRESULT result = (owner.Get()->*method)(arguments..., elements.Put());
-    EXPECT_EQ(result == S_OK, static_cast<bool>(elements)) << result;
-    return LXReadAll<Element>(elements, member);
 }
 
 /// Whether the test program was started with --server-mode: the cache then runs in the server's process.

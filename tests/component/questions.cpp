@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "questions.h"
 
+#include "asking.h"
+
 #include <algorithm>
 
 XServerModel LXTestModel() {
@@ -82,28 +84,32 @@ std::string Row(ILXConfigObject* object, int members) {
     return row;
 }
 
-/// The object that a call returns, as a row.
-template <class I, class Ask> std::string One(int members, Ask&& ask) {
-    XLXComPtr<I> object;
-    const HRESULT result = ask(object.Put());
-    return FAILED(result) ? "<failed>" : object ? Row(object.Get(), members) : "<none>";
+std::string None(HRESULT result) { return FAILED(result) ? "<failed>" : "<none>"; }
+
+/// The object that a method returns, as a row.
+template <class Owner, class Method, class... Arguments>
+std::string One(int members, Owner& owner, Method get, Arguments... arguments) {
+    auto object = LXOutOf(get);
+    const HRESULT result = LXCall(owner, get, arguments..., object.Put());
+    return object ? Row(object.Get(), members) : None(result);
 }
 
-/// The elements that a call enumerates, each as tell gives it.
-template <class Element, class Enumerator, class Ask, class Tell> Lines All(Ask&& ask, Tell&& tell) {
-    XLXComPtr<Enumerator> elements;
-    if (FAILED(ask(elements.Put()))) { return {"<failed>"}; }
+/// The elements that a method enumerates, each as tell gives it.
+template <class Tell, class Owner, class Method, class... Arguments>
+Lines All(Tell&& tell, Owner& owner, Method list, Arguments... arguments) {
+    auto elements = LXOutOf(list);
+    if (FAILED(LXCall(owner, list, arguments..., elements.Put()))) { return {"<failed>"}; }
     Lines lines;
-    XLXComPtr<Element> element;
-    while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
-        lines.push_back(tell(*element.Get()));
+    for (const auto& element : LXElements(elements)) {
+        lines.push_back(tell(*element));
     }
     std::sort(lines.begin(), lines.end());
     return lines;
 }
 
-template <class Element, class Enumerator, class Ask> Lines Rows(int members, Ask&& ask) {
-    return All<Element, Enumerator>(ask, [=](Element& element) { return Row(&element, members); });
+template <class Owner, class Method, class... Arguments>
+Lines Rows(int members, Owner& owner, Method list, Arguments... arguments) {
+    return All([=](auto& element) { return Row(&element, members); }, owner, list, arguments...);
 }
 
 std::string Joined(const Lines& lines) {
@@ -116,96 +122,69 @@ std::string Joined(const Lines& lines) {
 
 Lines OfAttribute(ILXType& type, const XInquiry& inquiry) {
     XLXComPtr<ILXAttribute> attribute;
-    const XLXComBSTR name(inquiry.name);
-    const auto values = One<ILXAttribute>(60, [&](auto out) {
-        const HRESULT result = type.GetAttribute(name.Get(), out);
-        attribute = XLXComPtr<ILXAttribute>(*out);
-        return result;
-    });
-    if (!attribute || inquiry.topic == XTopic::AttributeValues) { return {values}; }
-    if (inquiry.topic == XTopic::AttributeFormats) {
-        return {One<ILXFormat>(5, [&](auto out) { return attribute->GetFormat(inquiry.number, out); })};
+    const HRESULT result = LXCall(type, &ILXType::GetAttribute, inquiry.name, attribute.Put());
+    if (!attribute) { return {None(result)}; }
+    switch (inquiry.topic) {
+    case XTopic::AttributeValues: return {Row(attribute.Get(), 60)};
+    case XTopic::AttributeFormats: return {One(5, *attribute, &ILXAttribute::GetFormat, inquiry.number)};
+    default: return Rows(5, *attribute, &ILXAttribute::GetAttributeTypeEnum);
     }
-    return Rows<ILXAttributeType, ILXAttributeTypeEnum>(5,
-                                                        [&](auto out) { return attribute->GetAttributeTypeEnum(out); });
 }
 
-Lines OfGroups(ILXType& type) {
-    return All<ILXGroup, ILXGroupEnum>(
-        [&](auto out) { return type.GetGroupEnum(out); },
-        [](ILXGroup& group) {
-            return Row(&group, 16) +
-                   Joined(Rows<ILXGroup, ILXGroupEnum>(3, [&](auto out) { return group.GetChildGroupEnum(out); })) +
-                   One<ILXFormat>(5, [&](auto out) { return group.GetFormat(out); });
-        });
+std::string OfGroup(ILXGroup& group) {
+    return Row(&group, 16) + Joined(Rows(3, group, &ILXGroup::GetChildGroupEnum)) + One(5, group, &ILXGroup::GetFormat);
 }
 
 Lines OfType(ILXType& type, const XInquiry& inquiry) {
-    const XLXComBSTR browser(inquiry.name);
+    const int number = inquiry.number;
     switch (inquiry.topic) {
     case XTopic::TypeValues: return {Row(&type, 27)}; // the last member, the base's object, is only the cache's
-    case XTopic::Pages: return Rows<ILXPage, ILXPageEnum>(7, [&](auto out) { return type.GetPageEnum(out); });
-    case XTopic::Editors:
-        return Rows<ILXConfObjEditor, ILXConfObjEditorEnum>(5,
-                                                            [&](auto out) { return type.GetConfObjEditorEnum(out); });
+    case XTopic::Pages: return Rows(7, type, &ILXType::GetPageEnum);
+    case XTopic::Editors: return Rows(5, type, &ILXType::GetConfObjEditorEnum);
     case XTopic::DefaultEditors:
-        return {One<ILXConfObjEditor>(5, [&](auto out) { return type.GetDefaultEditor(browser.Get(), out); }),
-                One<ILXConfObjEditor>(5, [&](auto out) { return type.GetDefaultNewEditor(browser.Get(), out); })};
-    case XTopic::Groups: return OfGroups(type);
+        return {One(5, type, &ILXType::GetDefaultEditor, inquiry.name),
+                One(5, type, &ILXType::GetDefaultNewEditor, inquiry.name)};
+    case XTopic::Groups: return All(OfGroup, type, &ILXType::GetGroupEnum);
     case XTopic::PageGroups:
-        return {Joined(Rows<ILXGroup, ILXGroupEnum>(
-                    3, [&](auto out) { return type.GetPageGroupEnum(inquiry.number, out); })),
-                Joined(Rows<ILXGroup, ILXGroupEnum>(
-                    3, [&](auto out) { return type.GetPageToplevelGroupEnum(inquiry.number, out); }))};
-    case XTopic::ShownAttributes:
-        return Rows<ILXAttribute, ILXAttributeEnum>(
-            1, [&](auto out) { return type.GetDisplayAttributeEnum(inquiry.number, out); });
-    case XTopic::GroupAttributes:
-        return Rows<ILXAttribute, ILXAttributeEnum>(
-            1, [&](auto out) { return type.GetDisplayGroupAttributeEnum(1, inquiry.number, out); });
+        return {Joined(Rows(3, type, &ILXType::GetPageGroupEnum, number)),
+                Joined(Rows(3, type, &ILXType::GetPageToplevelGroupEnum, number))};
+    case XTopic::ShownAttributes: return Rows(1, type, &ILXType::GetDisplayAttributeEnum, number);
+    case XTopic::GroupAttributes: return Rows(1, type, &ILXType::GetDisplayGroupAttributeEnum, 1, number);
     default: return OfAttribute(type, inquiry);
     }
 }
 
-Lines OfSpecs(ILXConfigFactory& factory) {
-    return All<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>(
-        [&](auto out) { return factory.GetAllGlobalAttributeFormatSpecs(out); },
-        [](auto& spec) { return Row(&spec, 5) + One<ILXFormat>(5, [&](auto out) { return spec.GetFormat(1, out); }); });
+std::string OfSpec(ILXGlobalAttributeFormatSpec& spec) {
+    return Row(&spec, 5) + One(5, spec, &ILXGlobalAttributeFormatSpec::GetFormat, 1);
 }
 
 Lines OfRelations(ILXConfigFactory& factory, XTopic topic) {
-    const XLXComBSTR all(OLESTR(""));
-    return All<ILXParentChild, ILXParentChildEnum>(
-        [&](auto out) { return factory.GetParentChildEnum(all.Get(), nullptr, out); },
-        [=](ILXParentChild& relation) {
-            std::string row;
-            for (const int member : {XProperty::ParentName, XProperty::ChildName, XProperty::ChildList}) {
-                row += Value(&relation, member);
-            }
-            return topic == XTopic::Relations
-                       ? row + Value(&relation, XProperty::NameShort) + Value(&relation, XProperty::SystemInternal)
-                       : row + Joined(Rows<ILXPCInfo, ILXPCInfoEnum>(
-                                   5, [&](auto out) { return relation.GetPCInfoEnum(out); }));
-        });
+    const auto tell = [=](ILXParentChild& relation) {
+        std::string row;
+        for (const int member : {XProperty::ParentName, XProperty::ChildName, XProperty::ChildList}) {
+            row += Value(&relation, member);
+        }
+        return topic == XTopic::Relations
+                   ? row + Value(&relation, XProperty::NameShort) + Value(&relation, XProperty::SystemInternal)
+                   : row + Joined(Rows(5, relation, &ILXParentChild::GetPCInfoEnum));
+    };
+    return All(tell, factory, &ILXConfigFactory::GetParentChildEnum, "", nullptr);
 }
 } // namespace
 
 Lines LXAnswer(ILXConfigFactory& factory, const XInquiry& inquiry) {
     switch (inquiry.topic) {
-    case XTopic::Types:
-        return Rows<ILXType, ILXTypeEnum>(27, [&](auto out) { return factory.GetTypeEnum(nullptr, out); });
-    case XTopic::SearchableTypes:
-        return Rows<ILXType, ILXTypeEnum>(1, [&](auto out) { return factory.GetSearchableTypeEnum(out); });
-    case XTopic::BrowserIds:
-        return Rows<ILXBrowserId, ILXBrowserIdEnum>(2, [&](auto out) { return factory.GetBrowserIdEnum(out); });
-    case XTopic::Specs: return OfSpecs(factory);
+    case XTopic::Types: return Rows(27, factory, &ILXConfigFactory::GetTypeEnum, nullptr);
+    case XTopic::SearchableTypes: return Rows(1, factory, &ILXConfigFactory::GetSearchableTypeEnum);
+    case XTopic::BrowserIds: return Rows(2, factory, &ILXConfigFactory::GetBrowserIdEnum);
+    case XTopic::Specs: return All(OfSpec, factory, &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
     case XTopic::Relations:
     case XTopic::PCInfos: return OfRelations(factory, inquiry.topic);
     default: break;
     }
     XLXComPtr<ILXType> type;
-    const HRESULT result = factory.GetType(XLXComBSTR(inquiry.type).Get(), nullptr, type.Put());
-    return type ? OfType(*type.Get(), inquiry) : Lines{FAILED(result) ? "<failed>" : "<none>"};
+    const HRESULT result = LXCall(factory, &ILXConfigFactory::GetType, inquiry.type, nullptr, type.Put());
+    return type ? OfType(*type, inquiry) : Lines{None(result)};
 }
 
 std::string LXDifference(ILXConfigFactory& cache, ILXConfigFactory& server, const XInquiry& inquiry) {

@@ -76,18 +76,16 @@ TEST_F(Components, ChildGroupsOfAGroupWhoseTypeIsFreed) {
 
 TEST_F(Components, EditorsByProgIdAndByBrowser) {
     const auto pump = Type("Pump");
-    XLXComBSTR progId(OLESTR("E.Pump"));
-    XLXComBSTR other(OLESTR("whatever"));
-    XLXComBSTR browser(OLESTR("TREE"));
-    XLXComPtr<ILXConfObjEditor> editor;
-    EXPECT_EQ(pump->GetConfObjEditor(progId.Get(), other.Get(), other.Get(), editor.Put()), S_OK);
-    EXPECT_EQ(pump->GetConfObjEditor(other.Get(), browser.Get(), nullptr, editor.Put()), S_FALSE);
-    EXPECT_FALSE(editor);
-    EXPECT_EQ(pump->GetDefaultEditor(browser.Get(), editor.Put()), S_OK);
-    EXPECT_EQ(LXRead(editor.Get(), XProperty::ProgId), OLESTR("E.Pump"));
-    EXPECT_EQ(pump->GetDefaultNewEditor(browser.Get(), editor.Put()), S_OK);
-    EXPECT_EQ(LXRead(editor.Get(), XProperty::ProgId), OLESTR("E.PumpNew"));
-    EXPECT_EQ(pump->GetDefaultEditor(other.Get(), editor.Put()), S_FALSE);
+    const auto progId = [](const XLXComPtr<ILXConfObjEditor>& editor) {
+        return LXRead(editor.Get(), XProperty::ProgId);
+    };
+    EXPECT_TRUE(LXGet(pump, &ILXType::GetConfObjEditor, "E.Pump", "whatever", "whatever"));
+    XLXComPtr<ILXConfObjEditor> none;
+    EXPECT_EQ(LXCall(*pump, &ILXType::GetConfObjEditor, "whatever", "TREE", nullptr, none.Put()), S_FALSE);
+    EXPECT_EQ(progId(LXGet(pump, &ILXType::GetDefaultEditor, "TREE")), OLESTR("E.Pump"));
+    EXPECT_EQ(progId(LXGet(pump, &ILXType::GetDefaultNewEditor, "TREE")), OLESTR("E.PumpNew"));
+    EXPECT_EQ(LXCall(*pump, &ILXType::GetDefaultEditor, "whatever", none.Put()), S_FALSE);
+    EXPECT_FALSE(none);
     EXPECT_FALSE(LXErrorInformation::Take().present);
 }
 
@@ -99,13 +97,12 @@ protected:
 
 TEST_F(OnDemand, OneCallPerKindAndType) {
     const auto pump = Type("Pump");
-    XLXComPtr<ILXGroup> group;
-    ExpectCalls(1, [&] { EXPECT_EQ(pump->GetGroup(7, group.Put()), S_OK); });
+    ExpectCalls(1, [&] { LXGet(pump, &ILXType::GetGroup, 7); });
     ExpectCalls(3, [&] { AttributeNames("Pump"); }); // of the type and its two bases
     ExpectCalls(0, [&] {
         AttributeNames("Pump");
         AttributeNames("Item");
-        pump->GetGroup(8, group.Put());
+        LXFind(pump, &ILXType::GetGroup, 8);
     });
 }
 

@@ -46,21 +46,6 @@ bool IsPrescribed(const std::string& call, const std::string& name, const XLifeS
     });
 }
 
-/// Expects every step to give the correct answer, a failure, or the result prescribed for this fault.
-void ExpectRightAnswers(const XLifeSteps& steps, const XLifeSteps& undisturbed, HRESULT fault,
-                        const std::string& failed) {
-    for (const auto& [name, expected] : undisturbed) {
-        const auto found = steps.find(name);
-        if (found == steps.end()) {
-            continue; // there was no object for this step; the step that returns the object is checked
-        }
-        const XLifeStep& step = found->second;
-        const bool same = step.result == expected.result && step.answer == expected.answer;
-        const bool isNothing = fault == S_FALSE && step.result == S_FALSE;
-        EXPECT_TRUE(same || FAILED(step.result) || isNothing || IsPrescribed(failed, name, step))
-            << failed << " > " << name << ": " << step.result << " " << step.answer;
-    }
-}
 } // namespace
 
 class Faults : public testing::TestWithParam<HRESULT> {
@@ -87,8 +72,13 @@ TEST_P(Faults, EachCallFailsInTurn) {
     unsigned long long points = 0;
     for (std::string failed = "-"; !failed.empty(); ++points) {
         failed.clear();
-        ExpectRightAnswers(RunSession(points + 1, failed), undisturbed, GetParam(), failed);
-        ExpectRightAnswers(RunSession(0, none), undisturbed, E_FAIL, "second session");
+        const XLifeSteps steps = RunSession(points + 1, failed);
+        SCOPED_TRACE("failed: " + failed);
+        LXExpectSteps(steps, undisturbed, [&](const std::string& name, const XLifeStep& step) {
+            const bool isNothing = GetParam() == S_FALSE && step.result == S_FALSE;
+            return FAILED(step.result) || isNothing || IsPrescribed(failed, name, step);
+        });
+        LXExpectSteps(RunSession(0, none), undisturbed, [](auto&&...) { return false; });
     }
     EXPECT_GT(points, 50u);
     RecordProperty("points", static_cast<int>(points - 1));

@@ -2,17 +2,11 @@
 //
 // Reads during writes to the same object, a notification that overtakes a start, and concurrent first queries.
 // tests/reliability/test_freshload.cpp has notifications inside all other calls.
-#include "cachefixture.h"
-
-#include <atomic>
-#include <future>
+#include "inside.h"
 
 class Races : public CacheTest {
 protected:
-    void TearDown() override {
-        Calls().SetHook({});
-        Terminate();
-    }
+    void TearDown() override { Terminate(); }
 };
 
 // Empty members are set, and become empty again when the server's values are read. Readers of other members must not
@@ -60,16 +54,11 @@ TEST_F(Races, AStartThatIsOvertaken) {
             Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, label);
             Edit().SetTypeProperty("Pump", XProperty::TypeLabel, label);
         };
-        bool isEdited = false;
-        Calls().SetHook([&](const XServerCall& call) { // after the answer was created
-            if (call.name != "ILXConfigFactoryEx::GetTypeArrayEx" || call.point != XCallPoint::Answer || isEdited) {
-                return;
-            }
-            isEdited = true;
-            onOtherThread ? std::async(std::launch::async, edit).get() : edit();
-        });
-        ASSERT_EQ(Start(), S_OK);
-        ASSERT_TRUE(isEdited);
+        {
+            const Inside overtaken(Calls(), "ILXConfigFactoryEx::GetTypeArrayEx",
+                                   [&] { onOtherThread ? std::async(std::launch::async, edit).get() : edit(); });
+            ASSERT_EQ(Start(), S_OK);
+        }
         EXPECT_EQ(LXNarrow(LXRead(Type(label.c_str()).Get(), 0)), label);
         EXPECT_TRUE(Attribute("Pump", ("Colour " + label).c_str()));
         EXPECT_EQ(LXNarrow(LXRead(Attribute("Pump", "Head").Get(), XProperty::Label)), label);

@@ -39,6 +39,10 @@ TEST_F(ServerMode, WrapsTypesLinksBasesAndFetchesOnDemand) {
     EXPECT_EQ(LXRead(Attribute("Pump", "Weight").Get(), 0), OLESTR("Weight"));
     EXPECT_EQ(Calls().Counts().Since(before).Of("ILXType::GetTypeComponentData"), 3u);
     ExpectCalls(0, [&] { Attribute("Pump", "Weight"); });
+    const XBstrArgument name = LXArgument("Document");
+    BSTR names[] = {name};
+    EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 0), S_OK); // without a transfer mode: without components
+    ExpectCalls(1, [&] { LXFind(Type("Document"), &ILXType::GetPageEnum); });
     Terminate();
 }
 
@@ -49,32 +53,17 @@ TEST_F(ServerMode, FetchesANewTypeWithItsBases) {
     EXPECT_EQ(LXRead(Type("Silo").Get(), XProperty::BaseTypeName), OLESTR("Tank"));
     EXPECT_EQ(LXRead(Attribute("Silo", "Name").Get(), 0), OLESTR("Name"));
     XLXComPtr<ILXType> none;
-    const XLXComBSTR unknown(OLESTR("Unknown"));
-    ExpectCalls(1, [&] { EXPECT_EQ(Factory()->GetType(unknown.Get(), nullptr, none.Put()), S_FALSE); });
-    ExpectCalls(0, [&] { EXPECT_EQ(Factory()->GetType(unknown.Get(), nullptr, none.Put()), S_FALSE); });
+    const auto get = [&](const char* name) {
+        return LXCall(*Factory(), &ILXConfigFactory::GetType, name, nullptr, none.Put());
+    };
+    ExpectCalls(1, [&] { EXPECT_EQ(get("Unknown"), S_FALSE); });
+    ExpectCalls(0, [&] { EXPECT_EQ(get("Unknown"), S_FALSE); });
     Edit().Change([](XServerModel& model) { model.AddType("Loop").properties.Set(XProperty::BaseTypeName, "Loop"); });
-    EXPECT_EQ(Factory()->GetType(XLXComBSTR(OLESTR("Loop")).Get(), nullptr, none.Put()), E_FAIL);
+    EXPECT_EQ(get("Loop"), E_FAIL);
     EXPECT_EQ(LXErrorInformation::Take().description,
               OLESTR("Base typename is equal with the derivative's typename.Check the PTS and remove "
                      "self-inheritance type "
                      "declarations. typename: 'Loop'"));
-    Terminate();
-}
-
-TEST_F(ServerMode, AnswersForTypesAsInAClient) {
-    for (const char* type : {"Item", "Document"}) {
-        Edit().SetTypeProperty(type, XProperty::Searchable, false, XNotify::No);
-    }
-    ASSERT_EQ(StartInServer(), S_OK);
-    EXPECT_EQ(LXList<ILXType>(XProperty::TypeName, Factory(), &ILXConfigFactory::GetSearchableTypeEnum),
-              (std::vector<std::string>{"Equipment", "Pump"}));
-    const XLXComBSTR name(OLESTR("Document"));
-    BSTR names[] = {name.Get()};
-    EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 0), S_OK);
-    ExpectCalls(1, [&] { // without a transfer mode, components are not loaded with their type
-        XLXComPtr<ILXPageEnum> pages;
-        Type("Document")->GetPageEnum(pages.Put());
-    });
     Terminate();
 }
 

@@ -9,8 +9,7 @@ protected:
     void TearDown() override { Terminate(); }
 
     HRESULT Find(const char* name, XLXComPtr<ILXType>& type) {
-        const XLXComBSTR text(XLXText(XLXFormat() << name));
-        return Factory()->GetType(text.Get(), nullptr, type.Put());
+        return LXCall(*Factory(), &ILXConfigFactory::GetType, name, nullptr, type.Put());
     }
     std::vector<std::string> Listed(bool searchableOnly = false) {
         return searchableOnly
@@ -45,7 +44,7 @@ TEST_F(Types, TheBaseTypeIsAProperty) {
         ASSERT_EQ(pump->GetProperty(27, base.Put()), S_OK);
         EXPECT_EQ(XLXComPtr<IUnknown>(base.AsUnknown()).As<ILXType>(), Type("Equipment"));
         XLXComVariant byName;
-        EXPECT_EQ(pump->Get(XLXComBSTR(OLESTR("LXCFG_basetype")).Get(), byName.Put()), S_OK);
+        EXPECT_EQ(LXCall(*pump, &ILXType::Get, "LXCFG_basetype", byName.Put()), S_OK);
         EXPECT_EQ(byName.AsUnknown(), base.AsUnknown());
         m_server->SendNotification("properties/Pump/0/2");
     }
@@ -124,10 +123,8 @@ TEST_F(Types, AddTypeReturnsACachedObject) {
     ASSERT_TRUE(added);
     EXPECT_FALSE(added.As<ILXConfigObject>()); // a cached object, not the server's
     ExpectCalls(1, [&] {                       // for all kinds that the data transfer mode includes
-        XLXComPtr<ILXPageEnum> pages;
-        XLXComPtr<ILXGroupEnum> groups;
-        EXPECT_EQ(added->GetPageEnum(pages.Put()), S_FALSE);
-        EXPECT_EQ(added->GetGroupEnum(groups.Put()), S_FALSE);
+        EXPECT_FALSE(LXFind(added, &ILXType::GetPageEnum));
+        EXPECT_FALSE(LXFind(added, &ILXType::GetGroupEnum));
     });
     Calls().FailCall("ILXConfigFactory::AddType", E_ACCESSDENIED);
     EXPECT_EQ(Factory()->AddType(added.Put()), E_ACCESSDENIED);
@@ -135,12 +132,10 @@ TEST_F(Types, AddTypeReturnsACachedObject) {
 
 TEST_F(Types, ARepeatedNotificationIsHandledOnce) {
     const auto head = Attribute("Pump", "Head");
-    const XLXComBSTR id(OLESTR("properties/x/0/512"));
-    const XLXComBSTR type(OLESTR("cfc_specific"));
     const auto expectReads = [&](ULONG number, unsigned expected) {
-        const auto result =
-            m_cache.As<ILXCallbackUpdate>()->DataObjectChanged(id.Get(), type.Get(), 256, number, 0, nullptr);
-        EXPECT_EQ(result, S_OK);
+        EXPECT_EQ(LXCall(*m_cache.As<ILXCallbackUpdate>(), &ILXCallbackUpdate::DataObjectChanged, "properties/x/0/512",
+                         "cfc_specific", 256u, number, 0u, nullptr),
+                  S_OK);
         ExpectCalls(expected, [&] { LXRead(head.Get(), XProperty::AttributeName); });
     };
     expectReads(1000, 1);

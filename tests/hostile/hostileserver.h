@@ -136,14 +136,13 @@ protected:
     /// A type by name.
     XLXComPtr<ILXType> Named(XLXTextView name, HRESULT expected = S_OK) {
         XLXComPtr<ILXType> type;
-        EXPECT_EQ(Factory()->GetType(XLXComBSTR(name).Get(), nullptr, type.Put()), expected) << LXNarrow(name);
+        EXPECT_EQ(LXCall(*Factory(), &ILXConfigFactory::GetType, name, nullptr, type.Put()), expected)
+            << LXNarrow(name);
         return type;
     }
     /// A type's attribute by name; null if it has none.
     static XLXComPtr<ILXAttribute> AttributeOf(const XLXComPtr<ILXType>& type, XLXTextView name) {
-        XLXComPtr<ILXAttribute> attribute;
-        if (type) { type->GetAttribute(XLXComBSTR(name).Get(), attribute.Put()); }
-        return attribute;
+        return LXFind(type, &ILXType::GetAttribute, name);
     }
 
     XLXComPtr<HostileFactory> m_factory;

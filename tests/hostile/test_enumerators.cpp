@@ -48,7 +48,11 @@ TEST_F(Enumerators, AreReadUntilTheyEnd) {
         XLXComPtr<ILXBrowserIdEnum> browserIds;
         EXPECT_EQ(Factory()->GetBrowserIdEnum(browserIds.Put()), behaviour.expected);
         EXPECT_EQ(LXErrorInformation::Take().present, FAILED(behaviour.expected));
-        EXPECT_EQ(LXReadAll<ILXBrowserId>(browserIds, 0).empty(), behaviour.expected != S_OK);
+        const auto elements = LXElements(browserIds);
+        EXPECT_EQ(elements.empty(), behaviour.expected != S_OK);
+        for (const auto& browserId : elements) {
+            EXPECT_EQ(LXRead(browserId.Get(), 0), OLESTR("Tree"));
+        }
         Terminate();
     }
 }

@@ -18,16 +18,10 @@ protected:
     }
 
     XLXComPtr<ILXConfObjEditor> Editor() {
-        XLXComPtr<ILXConfObjEditor> editor;
-        EXPECT_EQ(Type("Pump")->GetConfObjEditor(XLXComBSTR(OLESTR("E.Pump")).Get(), nullptr, nullptr, editor.Put()),
-                  S_OK);
-        return editor;
+        return LXGet(Type("Pump"), &ILXType::GetConfObjEditor, "E.Pump", nullptr, nullptr);
     }
     XLXComPtr<ILXAttributeType> Feet() {
-        XLXComPtr<ILXAttributeTypeEnum> types;
-        XLXComPtr<ILXAttributeType> feet;
-        EXPECT_EQ(Attribute("Pump", "Head")->GetAttributeTypeEnum(types.Put()), S_OK);
-        EXPECT_EQ(types->GetSingleNext(feet.Put()), S_OK);
+        const auto feet = LXElements(LXGet(Attribute("Pump", "Head"), &ILXAttribute::GetAttributeTypeEnum)).at(0);
         EXPECT_EQ(LXRead(feet.Get(), 3), OLESTR("Feet"));
         return feet;
     }

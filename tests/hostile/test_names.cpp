@@ -20,14 +20,11 @@ void Names::ExpectFound(const XLXText& name) {
     ASSERT_EQ(Edit().AddEditor(name, name, name).result, S_OK);
     ASSERT_EQ(Edit().AddRelation(name, "Document", name).result, S_OK);
     const auto type = Named(name + OLESTR("2"));
-    const XLXComBSTR key(name);
     EXPECT_EQ(LXRead(type.Get(), 0), name + OLESTR("2"));
     const auto attribute = AttributeOf(type, name); // inherited
     ASSERT_TRUE(attribute);
-    XLXComPtr<ILXConfObjEditor> editor;
-    EXPECT_EQ(Named(name)->GetConfObjEditor(key.Get(), key.Get(), nullptr, editor.Put()), S_OK);
-    XLXComPtr<ILXParentChildEnum> relations;
-    EXPECT_EQ(Factory()->GetParentChildEnum(key.Get(), nullptr, relations.Put()), S_OK);
+    EXPECT_TRUE(LXGet(Named(name), &ILXType::GetConfObjEditor, name, name, nullptr));
+    EXPECT_TRUE(LXGet(Factory(), &ILXConfigFactory::GetParentChildEnum, name, nullptr));
     // Notifications for the name reach the objects.
     EXPECT_EQ(LXRead(attribute.Get(), XProperty::AttributeName), name);
     Edit().SetAttributeProperty(name, name, XProperty::Label, "first");
@@ -39,8 +36,10 @@ void Names::ExpectFound(const XLXText& name) {
         Named(other, S_FALSE);
     }
     LONG derives = 0;
-    BSTR bases[] = {key.Get()};
-    EXPECT_EQ(m_cache->CheckTypeDerivesFrom(XLXComBSTR(name + OLESTR("2")).Get(), 1, bases, &derives), S_OK);
+    const XBstrArgument base = LXArgument(name);
+    BSTR bases[] = {base};
+    EXPECT_EQ(LXCall(*m_cache, &ILXConfigFactoryCache::CheckTypeDerivesFrom, name + OLESTR("2"), 1, bases, &derives),
+              S_OK);
     EXPECT_EQ(derives, 1);
 }
 

@@ -166,9 +166,8 @@ private:
         bool notified = false;
         if (receiver) {
             edit(server.Edit(), number, XNotify::No);
-            const XLXComBSTR id(LXFromUtf8(m_direct.dataId));
-            const XLXComBSTR type(OLESTR("cfc_specific"));
-            notified = receiver->DataObjectChanged(id.Get(), type.Get(), 0, 0, 0, nullptr) == S_OK;
+            notified = LXCall(*receiver, &ILXCallbackUpdate::DataObjectChanged, m_direct.dataId, "cfc_specific", 0u, 0u,
+                              0u, nullptr) == S_OK;
         } else {
             const XNotification sent = edit(server.Edit(), number, XNotify::Here);
             notified = sent.clients > 0 && sent.result == S_OK;

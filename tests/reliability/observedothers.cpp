@@ -7,20 +7,19 @@
 using namespace LXObserving;
 
 namespace {
+using Cache = ILXConfigFactoryCache;
+
 // Reading a changed set of specs creates new objects, so held ones are not queried and none can be notified directly.
 void AddSpecs(XObservedList& all) {
     Add(all, "spec values", Calling(&Edits::SetGlobalSpecProperty, "Length", 5, Text))
         .Add(ValueOf("spec", Spec, 5, false));
     Add(all, "spec format values", Calling(&Edits::SetGlobalSpecFormatProperty, "Length", 1, 5, Text))
-        .Add(ValueOf("format", FormatOf<ILXGlobalAttributeFormatSpec>(Spec), 5, false));
+        .Add(ValueOf("format", Part(Spec, &ILXGlobalAttributeFormatSpec::GetFormat, 1), 5, false));
     Add(all, "formats of a spec", Calling(&Edits::AddGlobalSpecFormat, "Length", Numbered),
         Calling(&Edits::RemoveGlobalSpecFormat, "Length", Numbered))
         .Add(NotHeld(LookupOf("found", Spec, &ILXGlobalAttributeFormatSpec::GetFormat, Numbered)));
-    const auto listed = [](ILXConfigFactoryCache& cache, ILXGlobalAttributeFormatSpecEnum** out) {
-        return XCachePtr(&cache).As<ILXConfigFactory>()->GetAllGlobalAttributeFormatSpecs(out);
-    };
     Add(all, "set of specs", Calling(&Edits::AddGlobalSpec, Named), Calling(&Edits::RemoveGlobalSpec, Named))
-        .Add(ListedElements<ILXGlobalAttributeFormatSpec, ILXGlobalAttributeFormatSpecEnum>("listed", 0, listed));
+        .Add(ElementsOf("listed", nullptr, 0, &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs));
     Add(all, "browser id values", Calling(&Edits::SetBrowserIdProperty, "Tree", 1, Text), {},
         {BrowserId, "properties/x/1/8"})
         .Add(ValueOf("browser id", BrowserId, 1));
@@ -29,46 +28,29 @@ void AddSpecs(XObservedList& all) {
 void AddRelations(XObservedList& all) {
     Add(all, "relation values",
         Calling(&Edits::SetRelationProperty, "Equipment", "Pump", "parts", XProperty::NameShort, Text), {},
-        {Relation(), "pc/x/0/4"})
-        .Add(ValueOf("relation", Relation(), XProperty::NameShort));
-    const auto listed = [](const char* name, auto ask) {
-        return ListedElements<ILXParentChild, ILXParentChildEnum>(name, XProperty::ChildList, ask);
-    };
-    const auto below = [](ILXConfigFactoryCache& cache, ILXParentChildEnum** out) {
-        return cache.GetPCEnum2(nullptr, B("Equipment").Get(), nullptr, 0, out);
-    };
-    const auto inherited = [](ILXConfigFactoryCache& cache, ILXParentChildEnum** out) {
-        return cache.GetPCEnumAll(nullptr, B("Pump").Get(), nullptr, 0, out);
-    };
-    const auto single = [](const XAsked& asked) {
-        XLXComPtr<ILXParentChild> relation;
-        return Answer(asked.cache->GetSinglePCRelation(B("Equipment").Get(), B("Document").Get(), nullptr,
-                                                       B(Named(asked.number)).Get(), relation.Put()));
-    };
+        {Relation, "pc/x/0/4"})
+        .Add(ValueOf("relation", Relation, XProperty::NameShort));
     Add(all, "set of relations", Calling(&Edits::AddRelation, "Equipment", "Document", Named, 0, false),
         Calling(&Edits::RemoveRelation, "Equipment", "Document", Named))
-        .Add(listed("GetPCEnum2", below))
-        .Add(listed("GetPCEnumAll", inherited))
-        .Add(YesOrNo("GetSinglePCRelation", XShows::Lookup, single));
+        .Add(ElementsOf("GetPCEnum2", nullptr, XProperty::ChildList, &Cache::GetPCEnum2, nullptr, "Equipment", nullptr,
+                        0))
+        .Add(ElementsOf("GetPCEnumAll", nullptr, XProperty::ChildList, &Cache::GetPCEnumAll, nullptr, "Pump", nullptr,
+                        0))
+        .Add(LookupOf("GetSinglePCRelation", nullptr, &Cache::GetSinglePCRelation, "Equipment", "Document", nullptr,
+                      Named));
 }
 
 void AddPCInfos(XObservedList& all) {
-    const auto tree = [](const XCachePtr& cache) { return TreeOf(Relation()(cache)); };
+    const XFind tree = Part(Relation, &ILXParentChild::GetPCInfo, "Tree");
     Add(all, "PC info values",
         Calling(&Edits::SetPCInfoProperty, "Equipment", "Pump", "parts", "Tree", XProperty::PCInfoLabel, Text), {},
-        {Relation(), "pc/x/0/4"})
+        {Relation, "pc/x/0/4"})
         .Add(ValueOf("PC info", tree, XProperty::PCInfoLabel));
-    const auto withBrowser = [](const XAsked& asked) {
-        XLXComPtr<ILXParentChildEnum> relations;
-        return Answer(
-            asked.cache->GetPCEnum2(nullptr, B("Equipment").Get(), B(Named(asked.number)).Get(), 0, relations.Put()));
-    };
     Add(all, "set of PC infos", Calling(&Edits::AddPCInfo, "Equipment", "Pump", "parts", Named, false),
-        Calling(&Edits::RemovePCInfo, "Equipment", "Pump", "parts", Named), {Relation(), "pc/x/0/4"})
-        .Add(ElementsOf<ILXParentChild, ILXPCInfo, ILXPCInfoEnum>("listed", Relation(), XProperty::PCInfoBrowser,
-                                                                  &ILXParentChild::GetPCInfoEnum))
-        .Add(LookupOf("found", Relation(), &ILXParentChild::GetPCInfo, Named))
-        .Add(YesOrNo("GetPCEnum2", XShows::Lookup, withBrowser));
+        Calling(&Edits::RemovePCInfo, "Equipment", "Pump", "parts", Named), {Relation, "pc/x/0/4"})
+        .Add(ElementsOf("listed", Relation, XProperty::PCInfoBrowser, &ILXParentChild::GetPCInfoEnum))
+        .Add(LookupOf("found", Relation, &ILXParentChild::GetPCInfo, Named))
+        .Add(LookupOf("GetPCEnum2", nullptr, &Cache::GetPCEnum2, nullptr, "Equipment", Named, 0));
 }
 
 void AddPlanTypes(XObservedList& all) {
@@ -79,7 +61,7 @@ void AddPlanTypes(XObservedList& all) {
         };
     };
     const auto isPlan = [](const XAsked& asked) {
-        return Answer(asked.cache->IsPlantype(asked.server.DataObject("Pump").Get()));
+        return asked.cache->IsPlantype(asked.server.DataObject("Pump").Get());
     };
     Add(all, "plan types", Calling(&Edits::Change, change, "pc/lumbrixtypeset/0/4"))
         .Add(YesOrNo("IsPlantype", XShows::Parity, isPlan));
@@ -87,10 +69,6 @@ void AddPlanTypes(XObservedList& all) {
 
 // An object that the server recreates under the same name has a new server object: nothing that was loaded through the
 // former one may stay. A held object may still ask the former one.
-template <class List, class Is> void Forget(List& list, Is is) {
-    std::erase_if(list, [&](const auto& element) { return is(*element); });
-}
-
 /// An edit that changes the model by the number.
 template <class Remake> XObserved::Edit Remaking(const char* dataId, Remake remake) {
     return [=](Edits edit, int n, XNotify notify) {
@@ -102,7 +80,8 @@ void AddRemadeComponents(XObservedList& all) {
     const XFind attribute = Attribute("Pump", "Remade");
     const auto remake = [](XServerModel& model, int n) {
         XModelType& pump = *model.types.at(OLESTR("Pump"));
-        Forget(pump.attributes, [](const auto& of) { return of.Text(XProperty::AttributeName) == OLESTR("Remade"); });
+        std::erase_if(pump.attributes,
+                      [](const auto& of) { return of->Text(XProperty::AttributeName) == OLESTR("Remade"); });
         XModelAttribute& made = pump.AddAttribute("Remade", 3);
         made.properties.Set(XProperty::Label, Text(n));
         made.AddType("Feet").properties.Set(XProperty::AttributeTypeLabel, Text(n));
@@ -113,10 +92,10 @@ void AddRemadeComponents(XObservedList& all) {
         .Add(ValueBelow("its attribute type", attribute, FeetOf, XProperty::AttributeTypeLabel, false))
         .Add(ValueBelow("the same inherited", Attribute("Sealed", "Remade"), FeetOf, XProperty::AttributeTypeLabel,
                         false))
-        .Add(ValueOf("its format", FormatOf<ILXAttribute>(attribute), 5, false));
+        .Add(ValueOf("its format", Part(attribute, &ILXAttribute::GetFormat, 1), 5, false));
     const auto remakeGroup = [](XServerModel& model, int n) {
         XModelType& pump = *model.types.at(OLESTR("Pump"));
-        Forget(pump.groups, [](const auto& of) { return of.Number(XProperty::GroupNumber) == 9; });
+        std::erase_if(pump.groups, [](const auto& of) { return of->Number(XProperty::GroupNumber) == 9; });
         XModelGroup& made = pump.AddGroup(9, 1);
         made.properties.Set(XProperty::GroupLabel, Text(n));
         made.formats.emplace(0, XModelRef<XModelFormat>());
@@ -124,7 +103,7 @@ void AddRemadeComponents(XObservedList& all) {
     };
     Add(all, "group made anew", Remaking("objects/Pump/9/64", remakeGroup))
         .Add(ValueOf("group", Group(9), XProperty::GroupLabel, false))
-        .Add(ValueOf("its format", FormatOf<ILXGroup>(Group(9)), 5, false));
+        .Add(ValueOf("its format", Part(Group(9), &ILXGroup::GetFormat), 5, false));
 }
 
 void AddRemadeType(XObservedList& all) {
@@ -143,7 +122,8 @@ void AddRemadeType(XObservedList& all) {
 
 void AddRemadeRelation(XObservedList& all) {
     const auto remake = [](XServerModel& model, int n) {
-        Forget(model.relations, [](const auto& of) { return of.Text(XProperty::ChildList) == OLESTR("remade"); });
+        std::erase_if(model.relations,
+                      [](const auto& of) { return of->Text(XProperty::ChildList) == OLESTR("remade"); });
         XModelRelation& made = model.AddRelation("Equipment", "Document", "remade");
         made.properties.Set(XProperty::NameShort, Text(n));
         made.AddPCInfo("Tree").properties.Set(XProperty::PCInfoLabel, Text(n));

@@ -13,8 +13,6 @@ namespace LXObserving {
 using Edits = XServerEdits;
 using Value = XModelValue;
 
-inline XLXComBSTR B(const std::string& text) { return XLXComBSTR(LXFromUtf8(text)); }
-
 // How the number of an edit is encoded: elements are named x17, inherited ones y17, or 1017 if names are numbers.
 inline std::string Named(int number) { return "x" + std::to_string(number); }
 inline std::string NamedBelow(int number) { return "y" + std::to_string(number); }
@@ -38,37 +36,17 @@ template <class Method, class... Arguments> XObserved::Edit Calling(Method metho
 
 // ---- finding objects
 
-/// The object that a query returns.
-template <class Interface, class Ask> XLXComPtr<Interface> One(Ask&& ask) {
-    XLXComPtr<Interface> object;
-    ask(object.Put());
-    return object;
-}
-
-/// The object that another object returns; null if that one is null.
-template <class Interface, class Owner, class Ask> XLXComPtr<Interface> Of(const Owner& owner, Ask&& ask) {
-    return owner ? One<Interface>([&](auto out) { ask(*owner, out); }) : nullptr;
-}
-
 inline XLXComPtr<ILXType> TypeOf(const XCachePtr& cache, const std::string& name) {
-    return One<ILXType>([&](auto out) { cache.As<ILXConfigFactory>()->GetType(B(name).Get(), nullptr, out); });
+    return LXFind(cache.As<ILXConfigFactory>(), &ILXConfigFactory::GetType, name, nullptr);
 }
 
-inline XLXComPtr<ILXAttribute> AttributeOf(const XLXComPtr<ILXType>& type, const std::string& name) {
-    return Of<ILXAttribute>(type, [&](auto& of, auto out) { of.GetAttribute(B(name).Get(), out); });
-}
-
-inline XLXComPtr<ILXParentChild> RelationOf(const XCachePtr& cache, const std::string& child, const std::string& list) {
-    return One<ILXParentChild>([&](auto out) {
-        cache->GetSinglePCRelation(B("Equipment").Get(), B(child).Get(), nullptr, B(list).Get(), out);
-    });
+inline XLXComPtr<ILXParentChild> RelationOf(const XCachePtr& cache, const char* child, const char* list) {
+    return LXFind(cache, &ILXConfigFactoryCache::GetSinglePCRelation, "Equipment", child, nullptr, list);
 }
 
 /// The element of an enumeration with that text in a member.
-template <class Element, class Enumerator>
-XCachedPtr Among(const XLXComPtr<Enumerator>& elements, int member, const char* text) {
-    XLXComPtr<Element> element;
-    while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
+template <class Enumerator> XCachedPtr Among(const XLXComPtr<Enumerator>& elements, const char* text, int member = 0) {
+    for (const auto& element : LXElements(elements)) {
         if (LXRead(element.Get(), member) == LXFromUtf8(text)) { return XCachedPtr(element.Get()); }
     }
     return nullptr;
@@ -76,143 +54,114 @@ XCachedPtr Among(const XLXComPtr<Enumerator>& elements, int member, const char* 
 
 template <class Interface> XCachedPtr Plain(const XLXComPtr<Interface>& object) { return XCachedPtr(object.Get()); }
 
+/// What a method of an object returns.
+template <class Owner, class... Parameters, class... Arguments>
+XFind Part(XFind owner, HRESULT (STDMETHODCALLTYPE Owner::*get)(Parameters...), Arguments... arguments) {
+    return [=](const XCachePtr& cache) { return Plain(LXFind(owner(cache).template As<Owner>(), get, arguments...)); };
+}
+
 inline XFind Type(const char* name) {
     return [=](const XCachePtr& cache) { return Plain(TypeOf(cache, name)); };
 }
-inline XFind Attribute(const char* type, const char* name) {
-    return [=](const XCachePtr& cache) { return Plain(AttributeOf(TypeOf(cache, type), name)); };
-}
-inline XFind Group(int number) {
-    return [=](const XCachePtr& cache) {
-        return Plain(Of<ILXGroup>(TypeOf(cache, "Pump"), [&](auto& type, auto out) { type.GetGroup(number, out); }));
-    };
-}
-inline XFind Page(const char* type = "Item") {
-    return [=](const XCachePtr& cache) {
-        return Plain(Of<ILXPage>(TypeOf(cache, type), [&](auto& of, auto out) { of.GetPage(1, out); }));
-    };
-}
-inline XFind Editor() {
-    return [](const XCachePtr& cache) {
-        return Plain(Of<ILXConfObjEditor>(TypeOf(cache, "Pump"),
-                                          [&](auto& type, auto out) { type.GetDefaultEditor(B("Tree").Get(), out); }));
-    };
-}
-inline XFind Relation() {
-    return [](const XCachePtr& cache) { return Plain(RelationOf(cache, "Pump", "parts")); };
-}
-
+inline XFind Attribute(const char* type, const char* name) { return Part(Type(type), &ILXType::GetAttribute, name); }
+inline XFind Group(int number) { return Part(Type("Pump"), &ILXType::GetGroup, number); }
+inline XFind Page(const char* type = "Item") { return Part(Type(type), &ILXType::GetPage, 1); }
+inline XCachedPtr Relation(const XCachePtr& cache) { return Plain(RelationOf(cache, "Pump", "parts")); }
 inline XCachedPtr BrowserId(const XCachePtr& cache) {
-    const auto factory = cache.As<ILXConfigFactory>();
-    return Among<ILXBrowserId>(One<ILXBrowserIdEnum>([&](auto out) { factory->GetBrowserIdEnum(out); }), 0, "Tree");
+    return Among(LXFind(cache.As<ILXConfigFactory>(), &ILXConfigFactory::GetBrowserIdEnum), "Tree");
 }
 inline XCachedPtr Spec(const XCachePtr& cache) {
     const auto factory = cache.As<ILXConfigFactory>();
-    return Among<ILXGlobalAttributeFormatSpec>(
-        One<ILXGlobalAttributeFormatSpecEnum>([&](auto out) { factory->GetAllGlobalAttributeFormatSpecs(out); }), 0,
-        "Length");
+    return Among(LXFind(factory, &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs), "Length");
 }
 
-/// Format 1 of an attribute or a spec, or the format of a group.
-template <class Owner> XFind FormatOf(XFind owner) {
-    return [=](const XCachePtr& cache) {
-        const XCachedPtr found = owner(cache);
-        return Plain(Of<ILXFormat>(found ? found.template As<Owner>() : nullptr, [](Owner& of, ILXFormat** out) {
-            if constexpr (std::is_same_v<Owner, ILXGroup>) {
-                of.GetFormat(out);
-            } else {
-                of.GetFormat(1, out);
-            }
-        }));
-    };
+inline XCachedPtr FeetOf(const XCachedPtr& attribute) {
+    const auto types = LXFind(attribute.As<ILXAttribute>(), &ILXAttribute::GetAttributeTypeEnum);
+    return Among(types, "Feet", XProperty::AttributeTypeName);
+}
+inline XCachedPtr TreeOf(const XCachedPtr& relation) {
+    return Plain(LXFind(relation.As<ILXParentChild>(), &ILXParentChild::GetPCInfo, "Tree"));
 }
 
 // ---- queries
 
-inline std::optional<int> NumberIn(ILXConfigObject& object, int member) {
-    XLXComVariant value;
-    const HRESULT result = object.GetProperty(member, value.Put());
-    const auto text = result == S_OK ? value.AsText() : std::nullopt;
-    if (!text) { return std::nullopt; }
-    const std::string narrow = LXNarrow(*text);
-    return std::atoi(narrow.c_str() + (narrow.starts_with('x') ? 1 : 0));
-}
-
-inline XQuestion ValueOf(const char* name, XFind find, int member, bool holds = true) {
-    return {name, XShows::Value, std::move(find),
-            [member](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
-                const auto number = NumberIn(*object, member);
-                numbers.push_back(number.value_or(0));
-                return number.has_value();
+/// The value of a part, which each query finds anew through its owner.
+inline XQuestion ValueBelow(const char* name, XFind owner, XCachedPtr (*part)(const XCachedPtr&), int member,
+                            bool holds = true) {
+    return {name, XShows::Value, std::move(owner),
+            [=](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
+                const XCachedPtr found = part(object);
+                XLXComVariant value;
+                const bool there = found && found->GetProperty(member, value.Put()) == S_OK && value.AsText();
+                const std::string text = there ? LXNarrow(*value.AsText()) : "0";
+                numbers.push_back(std::atoi(text.c_str() + (text.starts_with('x') ? 1 : 0)));
+                return there;
             },
             holds};
 }
+inline XQuestion ValueOf(const char* name, XFind find, int member, bool holds = true) {
+    return ValueBelow(
+        name, std::move(find), [](const XCachedPtr& object) { return object; }, member, holds);
+}
 
-/// The numbers of the elements in an enumeration. Other elements are skipped.
-template <class Element, class Enumerator>
-void AddElements(const XLXComPtr<Enumerator>& elements, int member, XNumbers& numbers, char prefix = 'x') {
-    XLXComPtr<Element> element;
-    while (elements && elements->GetSingleNext(element.Put()) == S_OK) {
-        XLXComVariant value;
-        element->GetProperty(member, value.Put());
-        const std::string text = LXNarrow(value.AsText().value_or(OLESTR("")));
-        if (text.starts_with(prefix)) {
-            numbers.push_back(std::atoi(text.c_str() + 1));
-        } else if (const int number = std::atoi(text.c_str()); number > FirstNumber) {
-            numbers.push_back(number - FirstNumber);
+/// The object that is queried: the one that was found, or the cache.
+template <class Owner> XLXComPtr<Owner> Queried(const XCachedPtr& object, const XAsked& asked) {
+    return object ? object.As<Owner>() : asked.cache.template As<Owner>();
+}
+
+/// A question that calls a method of the object, or of the cache, and tells the numbers in what it returns. Arguments
+/// that are functions are called with the requested number.
+template <class Tell, class Owner, class... Parameters, class... Arguments>
+XQuestion Asking(const char* name, XShows shows, XFind find, Tell tell,
+                 HRESULT (STDMETHODCALLTYPE Owner::*get)(Parameters...), Arguments... arguments) {
+    return {name, shows, std::move(find), [=](const XCachedPtr& object, const XAsked& asked, XNumbers& numbers) {
+                auto found = LXOutOf(get);
+                const HRESULT result =
+                    LXCall(*Queried<Owner>(object, asked), get, Given(arguments, asked.number)..., found.Put());
+                tell(found, numbers);
+                return SUCCEEDED(result);
+            }};
+}
+
+/// The numbers of the elements that a method enumerates. Other elements are skipped.
+template <char prefix = 'x', class Method, class... Arguments>
+XQuestion ElementsOf(const char* name, XFind find, int member, Method list, Arguments... arguments) {
+    const auto tell = [=](const auto& elements, XNumbers& numbers) {
+        for (const auto& element : LXElements(elements)) {
+            const std::string text = LXNarrow(LXRead(element.Get(), member));
+            if (text.starts_with(prefix)) {
+                numbers.push_back(std::atoi(text.c_str() + 1));
+            } else if (const int number = std::atoi(text.c_str()); number > FirstNumber) {
+                numbers.push_back(number - FirstNumber);
+            }
         }
-    }
+    };
+    return Asking(name, XShows::Elements, std::move(find), tell, list, arguments...);
 }
 
-template <class Owner, class Element, class Enumerator, class Ask>
-XQuestion ElementsOf(const char* name, XFind find, int member, Ask ask, char prefix = 'x') {
-    return {name, XShows::Elements, std::move(find), [=](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
-                XLXComPtr<Enumerator> elements;
-                const HRESULT result = std::invoke(ask, *object.template As<Owner>(), elements.Put());
-                AddElements<Element>(elements, member, numbers, prefix);
-                return SUCCEEDED(result);
-            }};
+/// Whether an enumeration has an element with that text.
+template <class Method, class... Arguments>
+XQuestion Lists(const char* name, XFind find, const char* text, Method list, Arguments... arguments) {
+    const auto tell = [=](const auto& elements, XNumbers& numbers) {
+        numbers.push_back(Among(elements, text) ? 1 : 0);
+    };
+    return Asking(name, XShows::Parity, std::move(find), tell, list, arguments...);
 }
 
-/// The same for enumerations of the cache itself.
-template <class Element, class Enumerator, class Ask> XQuestion ListedElements(const char* name, int member, Ask ask) {
-    return {name, XShows::Elements, nullptr, [=](const XCachedPtr&, const XAsked& asked, XNumbers& numbers) {
-                XLXComPtr<Enumerator> elements;
-                const HRESULT result = ask(*asked.cache, elements.Put());
-                AddElements<Element>(elements, member, numbers);
-                return SUCCEEDED(result);
-            }};
+/// Whether a method returns an object.
+template <class Method, class... Arguments>
+XQuestion LookupOf(const char* name, XFind find, Method get, Arguments... arguments) {
+    const auto tell = [](const auto& element, XNumbers& numbers) { numbers.push_back(element ? 1 : 0); };
+    return Asking(name, XShows::Lookup, std::move(find), tell, get, arguments...);
 }
 
-/// Whether an object has the element with the requested number, which name turns into its key.
-template <class Owner, class Element, class Key, class Name>
-XQuestion LookupOf(const char* title, XFind find, HRESULT (STDMETHODCALLTYPE Owner::*get)(Key, Element**), Name name) {
-    return {title, XShows::Lookup, std::move(find),
-            [=](const XCachedPtr& object, const XAsked& asked, XNumbers& numbers) {
-                XLXComPtr<Element> element;
-                const auto owner = object.template As<Owner>();
-                HRESULT result = S_OK;
-                if constexpr (std::is_same_v<Key, BSTR>) {
-                    result = (*owner.*get)(B(name(asked.number)).Get(), element.Put());
-                } else {
-                    result = (*owner.*get)(name(asked.number), element.Put());
-                }
-                numbers.push_back(element ? 1 : 0);
-                return SUCCEEDED(result);
-            }};
-}
-
-/// A query to the cache with a yes or no answer; none if it fails.
-inline XQuestion YesOrNo(const char* name, XShows shows, std::function<std::optional<bool>(const XAsked&)> ask) {
+/// A query to the cache whose result is S_OK for yes and S_FALSE for no.
+inline XQuestion YesOrNo(const char* name, XShows shows, std::function<HRESULT(const XAsked&)> ask) {
     return {name, shows, nullptr, [=](const XCachedPtr&, const XAsked& asked, XNumbers& numbers) {
-                const std::optional<bool> answer = ask(asked);
-                numbers.push_back(answer.value_or(false) ? 1 : 0);
-                return answer.has_value();
+                const HRESULT result = ask(asked);
+                numbers.push_back(result == S_OK ? 1 : 0);
+                return SUCCEEDED(result);
             }};
-}
-
-inline std::optional<bool> Answer(HRESULT result) {
-    return SUCCEEDED(result) ? std::optional(result == S_OK) : std::nullopt;
 }
 
 inline XQuestion NotHeld(XQuestion question) {
@@ -229,33 +178,6 @@ inline XObserved& Add(XObservedList& all, const char* name, XObserved::Edit edit
                       XObserved::Direct direct = {}, unsigned effort = 1) {
     return *all.emplace_back(
         std::make_unique<XObserved>(name, std::move(edit), std::move(remove), std::move(direct), effort));
-}
-
-// ---- queries of several kinds
-
-inline XCachedPtr FeetOf(const XCachedPtr& attribute) {
-    const auto types =
-        Of<ILXAttributeTypeEnum>(attribute ? attribute.As<ILXAttribute>() : nullptr,
-                                 [](ILXAttribute& of, ILXAttributeTypeEnum** out) { of.GetAttributeTypeEnum(out); });
-    return Among<ILXAttributeType>(types, XProperty::AttributeTypeName, "Feet");
-}
-
-inline XCachedPtr TreeOf(const XCachedPtr& relation) {
-    return Plain(Of<ILXPCInfo>(relation ? relation.As<ILXParentChild>() : nullptr,
-                               [](ILXParentChild& of, ILXPCInfo** out) { of.GetPCInfo(B("Tree").Get(), out); }));
-}
-
-/// The value of a part, which each query finds anew through its owner.
-inline XQuestion ValueBelow(const char* name, XFind owner, XCachedPtr (*part)(const XCachedPtr&), int member,
-                            bool holds = true) {
-    return {name, XShows::Value, std::move(owner),
-            [=](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
-                const XCachedPtr found = part(object);
-                const auto number = found ? NumberIn(*found, member) : std::nullopt;
-                numbers.push_back(number.value_or(0));
-                return number.has_value();
-            },
-            holds};
 }
 } // namespace LXObserving
 

@@ -16,9 +16,10 @@ void AddTypeValues(XObservedList& all) {
     Add(all, "group values", Calling(&Edits::SetGroupProperty, "Pump", 7, XProperty::GroupLabel, Text), {},
         {Group(7), "properties/x/1/64"})
         .Add(ValueOf("group", Group(7), XProperty::GroupLabel));
+    const XFind editor = Part(Type("Pump"), &ILXType::GetDefaultEditor, "Tree");
     Add(all, "editor values", Calling(&Edits::SetEditorProperty, "Pump", "E.Pump", XProperty::MenuText, Text), {},
-        {Editor(), "properties/x/1/128"})
-        .Add(ValueOf("editor", Editor(), XProperty::MenuText));
+        {editor, "properties/x/1/128"})
+        .Add(ValueOf("editor", editor, XProperty::MenuText));
 }
 
 void AddAttributeValues(XObservedList& all) {
@@ -33,13 +34,7 @@ void AddAttributeValues(XObservedList& all) {
         .Add(ValueOf("one level", Attribute("Equipment", "Base7"), XProperty::Unit))
         .Add(ValueOf("four levels", Attribute("Sealed", "Base7"), XProperty::Unit));
     const auto shown = [](const char* type) {
-        return XQuestion{type, XShows::Parity, Type(type),
-                         [](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
-                             XLXComPtr<ILXAttributeEnum> attributes;
-                             const HRESULT result = object.As<ILXType>()->GetDisplayAttributeEnum(1, attributes.Put());
-                             numbers.push_back(Among<ILXAttribute>(attributes, 0, "Weight") ? 1 : 0);
-                             return SUCCEEDED(result);
-                         }};
+        return Lists(type, Type(type), "Weight", &ILXType::GetDisplayAttributeEnum, 1);
     };
     Add(all, "display facts", Calling(&Edits::SetAttributeProperty, "Item", "Weight", XProperty::ShowInEditor, IsOdd),
         {}, {Attribute("Item", "Weight"), "properties/x/1/512"})
@@ -49,26 +44,21 @@ void AddAttributeValues(XObservedList& all) {
 
 // Derived types show both sets, each with its own letter before the numbers.
 void AddAttributeSets(XObservedList& all) {
-    const auto listed = [](const char* type, char prefix) {
-        return ElementsOf<ILXType, ILXAttribute, ILXAttributeEnum>(type, Type(type), XProperty::AttributeName,
-                                                                   &ILXType::GetAttributeEnum, prefix);
-    };
     const auto found = [](const char* type, std::string (*name)(int)) {
         return LookupOf(type, Type(type), &ILXType::GetAttribute, name);
     };
+    constexpr int Member = XProperty::AttributeName;
     Add(all, "set of attributes", Calling(&Edits::AddAttribute, "Pump", Named, 3),
         Calling(&Edits::RemoveAttribute, "Pump", Named), {Type("Pump"), "objects/x/0/512"})
-        .Add(listed("Pump", 'x'))
-        .Add(listed("Sealed", 'x'))
+        .Add(ElementsOf("Pump", Type("Pump"), Member, &ILXType::GetAttributeEnum))
+        .Add(ElementsOf("Sealed", Type("Sealed"), Member, &ILXType::GetAttributeEnum))
         .Add(found("Pump", Named))
         .Add(found("Centrifugal", Named))
-        .Add(ElementsOf<ILXType, ILXAttribute, ILXAttributeEnum>(
-            "of a group", Type("Pump"), XProperty::AttributeName,
-            [](ILXType& of, ILXAttributeEnum** out) { return of.GetGroupAttributeEnum(3, out); }));
+        .Add(ElementsOf("of a group", Type("Pump"), Member, &ILXType::GetGroupAttributeEnum, 3));
     Add(all, "set of inherited attributes", Calling(&Edits::AddAttribute, "Item", NamedBelow, 2),
         Calling(&Edits::RemoveAttribute, "Item", NamedBelow), {Type("Item"), "objects/x/0/512"})
-        .Add(listed("Item", 'y'))
-        .Add(listed("Sealed", 'y'))
+        .Add(ElementsOf<'y'>("Item", Type("Item"), Member, &ILXType::GetAttributeEnum))
+        .Add(ElementsOf<'y'>("Sealed", Type("Sealed"), Member, &ILXType::GetAttributeEnum))
         .Add(found("Equipment", NamedBelow))
         .Add(found("Sealed", NamedBelow));
 }
@@ -76,23 +66,17 @@ void AddAttributeSets(XObservedList& all) {
 void AddComponentSets(XObservedList& all) {
     Add(all, "set of pages", Calling(&Edits::AddPage, "Item", Numbered), Calling(&Edits::RemovePage, "Item", Numbered),
         {Type("Item"), "objects/x/0/32"})
-        .Add(ElementsOf<ILXType, ILXPage, ILXPageEnum>("listed", Type("Item"), XProperty::PageNumber,
-                                                       &ILXType::GetPageEnum))
+        .Add(ElementsOf("listed", Type("Item"), XProperty::PageNumber, &ILXType::GetPageEnum))
         .Add(LookupOf("found", Type("Item"), &ILXType::GetPage, Numbered));
     Add(all, "set of groups", Calling(&Edits::AddGroup, "Pump", Numbered, 4, 7),
         Calling(&Edits::RemoveGroup, "Pump", Numbered), {Type("Pump"), "objects/x/0/64"})
-        .Add(ElementsOf<ILXType, ILXGroup, ILXGroupEnum>("listed", Type("Pump"), XProperty::GroupNumber,
-                                                         &ILXType::GetGroupEnum))
-        .Add(ElementsOf<ILXType, ILXGroup, ILXGroupEnum>(
-            "of a page", Type("Pump"), XProperty::GroupNumber,
-            [](ILXType& of, ILXGroupEnum** out) { return of.GetPageGroupEnum(4, out); }))
-        .Add(ElementsOf<ILXGroup, ILXGroup, ILXGroupEnum>("inside a group", Group(7), XProperty::GroupNumber,
-                                                          &ILXGroup::GetChildGroupEnum))
+        .Add(ElementsOf("listed", Type("Pump"), XProperty::GroupNumber, &ILXType::GetGroupEnum))
+        .Add(ElementsOf("of a page", Type("Pump"), XProperty::GroupNumber, &ILXType::GetPageGroupEnum, 4))
+        .Add(ElementsOf("inside a group", Group(7), XProperty::GroupNumber, &ILXGroup::GetChildGroupEnum))
         .Add(LookupOf("found", Type("Pump"), &ILXType::GetGroup, Numbered));
     Add(all, "set of editors", Calling(&Edits::AddEditor, "Pump", Named, Named, true, false),
         Calling(&Edits::RemoveEditor, "Pump", Named), {Type("Pump"), "objects/x/0/128"})
-        .Add(ElementsOf<ILXType, ILXConfObjEditor, ILXConfObjEditorEnum>("listed", Type("Pump"), XProperty::ProgId,
-                                                                         &ILXType::GetConfObjEditorEnum))
+        .Add(ElementsOf("listed", Type("Pump"), XProperty::ProgId, &ILXType::GetConfObjEditorEnum))
         .Add(LookupOf("default", Type("Pump"), &ILXType::GetDefaultEditor, Named));
 }
 
@@ -107,42 +91,37 @@ void AddAttributeTypes(XObservedList& all) {
         .Add(ValueBelow("of an attribute", head, FeetOf, XProperty::AttributeTypeLabel));
     Add(all, "set of attribute types", Calling(&Edits::AddAttributeType, "Pump", "Head", Named),
         Calling(&Edits::RemoveAttributeType, "Pump", "Head", Named), {head, "objects/x/0/1024"}, 4)
-        .Add(WithoutRemoval(ElementsOf<ILXAttribute, ILXAttributeType, ILXAttributeTypeEnum>(
-            "listed", head, XProperty::AttributeTypeName, &ILXAttribute::GetAttributeTypeEnum)));
+        .Add(WithoutRemoval(
+            ElementsOf("listed", head, XProperty::AttributeTypeName, &ILXAttribute::GetAttributeTypeEnum)));
 }
 
 void AddFormats(XObservedList& all) {
     const XFind head = Attribute("Pump", "Head");
     Add(all, "attribute format values", Calling(&Edits::SetAttributeFormatProperty, "Pump", "Head", 1, 5, Text), {},
         {head, "properties/x/1/2048"})
-        .Add(ValueOf("format", FormatOf<ILXAttribute>(head), 5, false));
+        .Add(ValueOf("format", Part(head, &ILXAttribute::GetFormat, 1), 5, false));
     Add(all, "formats of an attribute", Calling(&Edits::AddAttributeFormat, "Pump", "Head", Numbered),
         Calling(&Edits::RemoveAttributeFormat, "Pump", "Head", Numbered), {head, "objects/x/0/2048"})
         .Add(LookupOf("found", head, &ILXAttribute::GetFormat, Numbered));
     Add(all, "group format values", Calling(&Edits::SetGroupFormatProperty, "Pump", 7, 5, Text), {},
         {Group(7), "properties/x/7/4096"})
-        .Add(ValueOf("format", FormatOf<ILXGroup>(Group(7)), 5, false));
+        .Add(ValueOf("format", Part(Group(7), &ILXGroup::GetFormat), 5, false));
     const auto edit = [](Edits edits, int n, XNotify notify) {
         return IsOdd(n) ? edits.AddGroupFormat("Pump", 8, notify) : edits.RemoveGroupFormat("Pump", 8, notify);
     };
-    const auto exists = [](const XCachedPtr& object, const XAsked&, XNumbers& numbers) {
-        XLXComPtr<ILXFormat> format;
-        const HRESULT result = object.As<ILXGroup>()->GetFormat(format.Put());
-        numbers.push_back(format ? 1 : 0);
-        return SUCCEEDED(result);
-    };
-    Add(all, "format of a group", edit, {}, {Group(8), "objects/x/8/4096"})
-        .Add({"found", XShows::Parity, Group(8), exists});
+    XQuestion exists = LookupOf("found", Group(8), &ILXGroup::GetFormat);
+    exists.shows = XShows::Parity;
+    Add(all, "format of a group", edit, {}, {Group(8), "objects/x/8/4096"}).Add(exists);
 }
 
-std::optional<bool> AnswerFor(const XLXComPtr<ILXType>& type, const char* attribute) {
-    return type && AttributeOf(type, attribute) ? std::optional(true) : std::optional(false);
+HRESULT HasAttribute(const XAsked& asked, const std::string& type, const char* attribute) {
+    return LXFind(TypeOf(asked.cache, type), &ILXType::GetAttribute, attribute) ? S_OK : S_FALSE;
 }
 
 bool AddDerivedTypes(const XCachedPtr&, const XAsked& asked, XNumbers& numbers) {
     LONG count = 0;
     BSTR* derived = nullptr;
-    const HRESULT result = asked.cache->GetAllDerivedTypes(B("Item").Get(), &count, &derived);
+    const HRESULT result = LXCall(*asked.cache, &ILXConfigFactoryCache::GetAllDerivedTypes, "Item", &count, &derived);
     for (LONG i = 0; i < count; ++i) {
         if (const std::string name = LXNarrow(LXBstrView(derived[i])); name.starts_with('x')) {
             numbers.push_back(std::atoi(name.c_str() + 1));
@@ -155,19 +134,14 @@ bool AddDerivedTypes(const XCachedPtr&, const XAsked& asked, XNumbers& numbers) 
 
 // Removed types stay in the cache until the connection ends, and each change causes a read of all types.
 void AddTypes(XObservedList& all) {
-    const auto listed = [](ILXConfigFactoryCache& cache, ILXTypeEnum** out) {
-        return XCachePtr(&cache).As<ILXConfigFactory>()->GetTypeEnum(nullptr, out);
-    };
+    const auto inherits = [](const XAsked& asked) { return HasAttribute(asked, Named(asked.number), "Base7"); };
     const auto cached = [](const XAsked& asked) {
         XLXComPtr<ILXType> type;
-        return Answer(
-            asked.cache->GetCachedType(asked.server.DataObject(Named(asked.number)).Get(), nullptr, type.Put()));
-    };
-    const auto inherits = [](const XAsked& asked) {
-        return AnswerFor(TypeOf(asked.cache, Named(asked.number)), "Base7");
+        return asked.cache->GetCachedType(asked.server.DataObject(Named(asked.number)).Get(), nullptr, type.Put());
     };
     Add(all, "set of types", Calling(&Edits::AddType, Named, "Equipment"), Calling(&Edits::RemoveType, Named), {}, 4)
-        .Add(WithoutRemoval(ListedElements<ILXType, ILXTypeEnum>("listed", XProperty::TypeName, listed)))
+        .Add(
+            WithoutRemoval(ElementsOf("listed", nullptr, XProperty::TypeName, &ILXConfigFactory::GetTypeEnum, nullptr)))
         .Add(WithoutRemoval(YesOrNo("GetCachedType", XShows::Lookup, cached)))
         .Add(WithoutRemoval(YesOrNo("its inherited attribute", XShows::Lookup, inherits)))
         .Add(WithoutRemoval({"GetAllDerivedTypes", XShows::Elements, nullptr, AddDerivedTypes}));
@@ -175,25 +149,20 @@ void AddTypes(XObservedList& all) {
 
 void AddTypeLinks(XObservedList& all) {
     const auto derives = [](const XAsked& asked) {
-        const XLXComBSTR equipment = B("Equipment");
-        BSTR names[] = {equipment.Get()};
+        const XBstrArgument equipment = LXArgument("Equipment");
+        BSTR names[] = {equipment};
         LONG answer = 0;
-        const HRESULT result = asked.cache->CheckTypeDerivesFrom(B("Loose").Get(), 1, names, &answer);
-        return SUCCEEDED(result) ? std::optional(answer != 0) : std::nullopt;
+        const HRESULT result =
+            LXCall(*asked.cache, &ILXConfigFactoryCache::CheckTypeDerivesFrom, "Loose", 1, names, &answer);
+        return SUCCEEDED(result) && answer == 0 ? S_FALSE : result;
     };
-    const auto inherits = [](const XAsked& asked) { return AnswerFor(TypeOf(asked.cache, "Loose"), "Power"); };
+    const auto inherits = [](const XAsked& asked) { return HasAttribute(asked, "Loose", "Power"); };
     const auto base = [](int n) { return IsOdd(n) ? "Equipment" : "Item"; };
     Add(all, "base type", Calling(&Edits::SetTypeProperty, "Loose", XProperty::BaseTypeName, base), {}, {}, 4)
         .Add(YesOrNo("CheckTypeDerivesFrom", XShows::Parity, derives))
         .Add(YesOrNo("inherited attribute", XShows::Parity, inherits));
-    const auto searchable = [](const XAsked& asked) {
-        XLXComPtr<ILXTypeEnum> types;
-        const HRESULT result = asked.cache.As<ILXConfigFactory>()->GetSearchableTypeEnum(types.Put());
-        const bool found = static_cast<bool>(Among<ILXType>(types, XProperty::TypeName, "Document"));
-        return SUCCEEDED(result) ? std::optional(found) : std::nullopt;
-    };
     Add(all, "searchable types", Calling(&Edits::SetTypeProperty, "Document", XProperty::Searchable, IsOdd), {}, {}, 4)
-        .Add(YesOrNo("listed", XShows::Parity, searchable));
+        .Add(Lists("listed", nullptr, "Document", &ILXConfigFactory::GetSearchableTypeEnum));
 }
 } // namespace
 

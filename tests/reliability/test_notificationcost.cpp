@@ -16,19 +16,6 @@
 using namespace LXObserving;
 
 namespace {
-/// In debug builds, records that the thread holds the innermost lock before leaf mutexes, so that any other lock ends
-/// the process.
-class XOnlyLeaves {
-public:
-    XOnlyLeaves() noexcept { m_place.Enter(this); }
-    ~XOnlyLeaves() { m_place.Leave(this); }
-    XOnlyLeaves(const XOnlyLeaves&) = delete;
-    XOnlyLeaves& operator=(const XOnlyLeaves&) = delete;
-
-private:
-    const XLockPlace m_place{XLockLevel::PropertyStore};
-};
-
 class NotificationCost : public CacheTest {
 protected:
     NotificationCost() : CacheTest(LXObservedModel()) {}
@@ -44,10 +31,10 @@ protected:
     void LoadEverything() {
         for (const auto& observed : m_kinds) {
             for (const XQuestion& question : observed->Questions()) {
-                const XCachedPtr object = question.find ? question.find(m_cache) : nullptr;
-                XNumbers numbers;
-                EXPECT_TRUE((object || !question.find) && question.read(object, {m_cache, *m_server, 0}, numbers))
-                    << observed->Name() << ": " << question.name;
+                std::string details;
+                EXPECT_EQ(observed->Ask(question, {}, {m_cache, *m_server, 0}, nullptr, details),
+                          XObserved::Reading::Right)
+                    << observed->Name() << ": " << question.name << ": " << details;
             }
         }
     }
@@ -68,12 +55,10 @@ protected:
     }
 
     /// Requests an enumeration on another thread, whose call to the server then waits at a gate.
-    template <class Enumerator, class Ask> void Hold(const char* method, Ask ask) {
-        m_gates.push_back(Calls().PauseAt(method, XCallPoint::Answer));
-        m_asked.push_back(std::async(std::launch::async, [ask] {
-            XLXComPtr<Enumerator> elements;
-            EXPECT_EQ(ask(elements.Put()), S_OK);
-        }));
+    template <class Owner, class Method, class... Arguments>
+    void Hold(const char* call, const XLXComPtr<Owner>& owner, Method list, Arguments... arguments) {
+        m_gates.push_back(Calls().PauseAt(call, XCallPoint::Answer));
+        m_asked.push_back(std::async(std::launch::async, [=] { LXGet(owner, list, arguments...); }));
         m_gates.back().WaitUntilArrived();
     }
     void LetGo() {
@@ -115,18 +100,17 @@ TEST_F(NotificationCost, OnlyLeafLocksAreTakenWhileEverythingIsBeingRead) {
     const auto factory = Factory();
     ASSERT_TRUE(relation);
     ForEachNotification([&](const std::string&, const auto& send) { EXPECT_EQ(send(), S_OK); });
-    Hold<ILXAttributeEnum>("ILXType::GetTypeComponentData", [&](auto out) { return type->GetAttributeEnum(out); });
-    Hold<ILXPCInfoEnum>("ILXPCInfoEnum::RemNext", [&](auto out) { return relation->GetPCInfoEnum(out); });
-    Hold<ILXParentChildEnum>("ILXConfigFactory::GetPCArray",
-                             [&](auto out) { return factory->GetParentChildEnum(B("").Get(), nullptr, out); });
-    Hold<ILXGlobalAttributeFormatSpecEnum>("ILXGlobalAttributeFormatSpecEnum::RemNext",
-                                           [&](auto out) { return factory->GetAllGlobalAttributeFormatSpecs(out); });
-    Hold<ILXTypeEnum>("ILXConfigFactoryEx::GetTypeArrayEx",
-                      [&](auto out) { return factory->GetTypeEnum(nullptr, out); });
+    Hold("ILXType::GetTypeComponentData", type, &ILXType::GetAttributeEnum);
+    Hold("ILXPCInfoEnum::RemNext", relation, &ILXParentChild::GetPCInfoEnum);
+    Hold("ILXConfigFactory::GetPCArray", factory, &ILXConfigFactory::GetParentChildEnum, "", nullptr);
+    Hold("ILXGlobalAttributeFormatSpecEnum::RemNext", factory, &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
+    Hold("ILXConfigFactoryEx::GetTypeArrayEx", factory, &ILXConfigFactory::GetTypeEnum, nullptr);
 
     auto sent = std::async(std::launch::async, [&] {
-        const XOnlyLeaves onlyLeaves;
+        const XLockPlace innermost{XLockLevel::PropertyStore}; // in debug builds, another lock now ends the process
+        innermost.Enter(&innermost);
         ForEachNotification([&](const std::string& text, const auto& send) { EXPECT_EQ(send(), S_OK) << text; });
+        innermost.Leave(&innermost);
     });
     EXPECT_EQ(sent.wait_for(std::chrono::seconds(10)), std::future_status::ready) << "a notification waits";
     LetGo();

@@ -17,27 +17,6 @@ XServerModel WorldModel() {
     model.objects.at(OLESTR("plan"))->attributes[OLESTR("configtypename")] = "Plan"; // which has no other relations
     return model;
 }
-
-/// The first element of an enumerator.
-template <class Element, class Enumerator> XLXComPtr<Element> First(const XLXComPtr<Enumerator>& all) {
-    XLXComPtr<Element> element;
-    if (all) {
-        all->Reset();
-        all->GetSingleNext(element.Put());
-    }
-    return element;
-}
-
-/// The object that a call returns.
-template <class I, class F> XLXComPtr<I> Got(F&& get) {
-    XLXComPtr<I> object;
-    get(object.Put());
-    return object;
-}
-template <class Owner, class I>
-XLXComPtr<I> Got(const XLXComPtr<Owner>& owner, HRESULT (STDMETHODCALLTYPE Owner::*get)(I**)) {
-    return Got<I>([&](I** out) { (*owner.*get)(out); });
-}
 } // namespace
 
 XObjectWorld::XObjectWorld(XStage stage)
@@ -49,11 +28,10 @@ XObjectWorld::XObjectWorld(XStage stage)
     m_uncounted = info;
     Add("transient attribute", XLXComPtr<ILXAttribute>(new XLXTransientAttribute(OLESTR("N"))));
     if (stage != XStage::Created) {
-        Initialize(stage);
+        Initialize(stage == XStage::Silent);
         MakeObjects();
         MakeRelationObjects();
-        MakeEnumerators();
-        if (stage == XStage::Terminated || stage == XStage::ServerTerminated) { m_cache.As<IDPFObject>()->Terminate(); }
+        if (stage == XStage::Terminated) { m_cache.As<IDPFObject>()->Terminate(); }
     }
 }
 
@@ -61,15 +39,11 @@ XObjectWorld::~XObjectWorld() {
     if (m_cache) { m_cache.As<IDPFObject>()->Terminate(); }
 }
 
-void XObjectWorld::Initialize(XStage stage) {
-    HRESULT result = E_FAIL;
-    if (stage == XStage::Server || stage == XStage::ServerTerminated) {
-        result =
-            m_cache->Initialize(m_server->ConfigFactory().Get(), m_server->Query().Get(), m_server->DataUpdate().Get());
-    } else {
-        auto values = LXArguments(*m_server, 15, stage == XStage::Silent);
-        result = m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get());
-    }
+void XObjectWorld::Initialize(bool silent) {
+    auto values = LXArguments(*m_server, 15, silent);
+    const HRESULT result = LXServerMode() ? m_cache->Initialize(m_server->ConfigFactory().Get(),
+                                                                m_server->Query().Get(), m_server->DataUpdate().Get())
+                                          : m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get());
     if (result != S_OK) { throw std::runtime_error("the cache cannot be initialised"); }
 }
 
@@ -78,57 +52,44 @@ template <class I> void XObjectWorld::Add(const char* kind, const XLXComPtr<I>& 
     m_objects.emplace_back(kind, object.template As<IUnknown>());
 }
 
+template <class I> void XObjectWorld::AddEnumerated(const char* kind, const XLXComPtr<I>& elements) {
+    Add(kind, LXElements(elements).at(0));
+    elements->Reset();
+    Add((std::string("enumerator of ") + kind + "s").c_str(), elements);
+}
+
 void XObjectWorld::MakeObjects() {
     const auto type =
-        Got<ILXType>([&](auto out) { m_cache->GetCachedType(m_server->DataObject("Pump").Get(), nullptr, out); });
+        LXFind(m_cache, &ILXConfigFactoryCache::GetCachedType, m_server->DataObject("Pump").Get(), nullptr);
     Add("type", type);
-    Add("page", Got<ILXPage>([&](auto out) { type->GetPage(1, out); }));
-    const auto group = Got<ILXGroup>([&](auto out) { type->GetGroup(7, out); });
-    Add("group", group);
-    const XLXComBSTR head(OLESTR("Head"));
-    const auto attribute = Got<ILXAttribute>([&](auto out) { type->GetAttribute(head.Get(), out); });
+    Add("page", LXFind(type, &ILXType::GetPage, 1));
+    Add("group", LXFind(type, &ILXType::GetGroup, 7));
+    const auto attribute = LXFind(type, &ILXType::GetAttribute, "Head");
     Add("attribute", attribute);
-    Add("attribute type", First<ILXAttributeType>(Got(attribute, &ILXAttribute::GetAttributeTypeEnum)));
-    Add("format", Got<ILXFormat>([&](auto out) { attribute->GetFormat(1, out); }));
-    Add("editor", First<ILXConfObjEditor>(Got(type, &ILXType::GetConfObjEditorEnum)));
+    AddEnumerated("attribute type", LXFind(attribute, &ILXAttribute::GetAttributeTypeEnum));
+    Add("format", LXFind(attribute, &ILXAttribute::GetFormat, 1));
+    AddEnumerated("editor", LXFind(type, &ILXType::GetConfObjEditorEnum));
     const auto factory = m_cache.As<ILXConfigFactory>();
-    Add("global format spec",
-        First<ILXGlobalAttributeFormatSpec>(Got(factory, &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs)));
-    Add("browser id", First<ILXBrowserId>(Got(factory, &ILXConfigFactory::GetBrowserIdEnum)));
+    AddEnumerated("global format spec", LXFind(factory, &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs));
+    AddEnumerated("browser id", LXFind(factory, &ILXConfigFactory::GetBrowserIdEnum));
+    Add("enumerator of types", LXFind(factory, &ILXConfigFactory::GetTypeEnum, nullptr));
+    Add("enumerator of pages", LXFind(type, &ILXType::GetPageEnum));
+    Add("enumerator of groups", LXFind(type, &ILXType::GetGroupEnum));
+    Add("enumerator of attributes", LXFind(type, &ILXType::GetAttributeEnum));
 }
 
 void XObjectWorld::MakeRelationObjects() {
-    const XLXComBSTR equipment(OLESTR("Equipment"));
-    const XLXComBSTR parts(OLESTR("parts"));
-    const XLXComBSTR plan(OLESTR("Plan"));
-    const auto relation =
-        Got<ILXParentChild>([&](auto out) { m_cache->GetPCRelation(equipment.Get(), nullptr, parts.Get(), out); });
-    Add("relation", relation);
+    using Cache = ILXConfigFactoryCache;
+    AddEnumerated("relation", LXFind(m_cache, &Cache::GetPPRRelationsEnum, "Equipment", nullptr));
+    const auto relation = Object("relation").As<ILXParentChild>();
     const XLXComPtr<XLXParentChildCacheInherited> inherited(new XLXParentChildCacheInherited(relation));
     inherited->SetNames(OLESTR("Derived"), OLESTR("Below"));
     Add("inherited relation", inherited);
-    Add("PC info", First<ILXPCInfo>(Got(relation, &ILXParentChild::GetPCInfoEnum)));
-    const auto transient = First<ILXParentChild>(
-        Got<ILXParentChildEnum>([&](auto out) { m_cache->GetPCEnum2(nullptr, plan.Get(), nullptr, 2, out); }));
-    Add("transient relation", transient);
-    Add("PC info of a transient relation", First<ILXPCInfo>(Got(transient, &ILXParentChild::GetPCInfoEnum)));
-}
-
-void XObjectWorld::MakeEnumerators() {
-    const auto factory = m_cache.As<ILXConfigFactory>();
-    const auto type = Of<ILXType>("type");
-    Add("enumerator of types", Got<ILXTypeEnum>([&](auto out) { factory->GetTypeEnum(nullptr, out); }));
-    Add("enumerator of pages", Got(type, &ILXType::GetPageEnum));
-    Add("enumerator of groups", Got(type, &ILXType::GetGroupEnum));
-    Add("enumerator of attributes", Got(type, &ILXType::GetAttributeEnum));
-    Add("enumerator of attribute types", Got(Of<ILXAttribute>("attribute"), &ILXAttribute::GetAttributeTypeEnum));
-    Add("enumerator of editors", Got(type, &ILXType::GetConfObjEditorEnum));
-    Add("enumerator of relations", Got<ILXParentChildEnum>([&](auto out) {
-            m_cache->GetPPRRelationsEnum(XLXComBSTR(OLESTR("Equipment")).Get(), nullptr, out);
-        }));
-    Add("enumerator of PC infos", Got(Of<ILXParentChild>("relation"), &ILXParentChild::GetPCInfoEnum));
-    Add("enumerator of browser ids", Got(factory, &ILXConfigFactory::GetBrowserIdEnum));
-    Add("enumerator of global format specs", Got(factory, &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs));
+    AddEnumerated("PC info", LXFind(relation, &ILXParentChild::GetPCInfoEnum));
+    const auto transients = LXFind(m_cache, &Cache::GetPCEnum2, nullptr, "Plan", nullptr, 2);
+    Add("transient relation", LXElements(transients).at(0));
+    const auto infos = LXFind(Object("transient relation").As<ILXParentChild>(), &ILXParentChild::GetPCInfoEnum);
+    Add("PC info of a transient relation", LXElements(infos).at(0));
 }
 
 XLXComPtr<IUnknown> XObjectWorld::Object(const std::string& kind) const {

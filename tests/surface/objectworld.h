@@ -11,11 +11,9 @@
 
 enum class XStage {
     Created,
-    Client,     ///< initialised as an application does it
-    Silent,     ///< the same, without notifications
-    Server,     ///< initialised inside the server's process
-    Terminated, ///< terminated, while objects are still held
-    ServerTerminated
+    Initialised, ///< as an application does it, or inside the server's process in server mode
+    Silent,      ///< initialised without notifications
+    Terminated   ///< terminated, while objects are still held
 };
 
 class XObjectWorld {
@@ -42,12 +40,12 @@ public:
     ILXConfigFactoryCache& Cache() const { return *m_cache; }
 
 private:
-    void Initialize(XStage stage);
+    void Initialize(bool silent);
     void MakeObjects();
     void MakeRelationObjects();
-    void MakeEnumerators();
     template <class I> void Add(const char* kind, const XLXComPtr<I>& object);
-    template <class I> XLXComPtr<I> Of(const char* kind) const { return Object(kind).As<I>(); }
+    /// Adds the first element of an enumerator, and the enumerator.
+    template <class I> void AddEnumerated(const char* kind, const XLXComPtr<I>& elements);
 
     std::shared_ptr<XSampleServer> m_server;
     XLXComPtr<ILXConfigFactoryCache> m_cache;

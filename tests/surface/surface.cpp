@@ -58,37 +58,15 @@ template <auto method> XMethod Method(const char* name, std::vector<XParameter> 
     return {name, std::move(parameters), &Caller<method>::Call};
 }
 
-struct Declared {
-    XInterface made;
-    const char* base;
-};
-
-template <class I> Declared Interface(const char* name, const char* base, std::vector<XMethod> methods) {
-    return {{name, &LXIid<I>(), std::move(methods)}, base};
-}
-
-std::vector<XInterface> MakeSurface() {
-    const std::vector<Declared> all = {
-#include "surfacetable.inc"
-    };
-    std::vector<XInterface> surface;
-    for (const Declared& declared : all) {
-        surface.push_back(declared.made);
-        for (const XInterface& base : surface) {
-            if (std::string(base.name) == declared.base) {
-                auto& methods = surface.back().methods;
-                const auto inherited = base.methods; // bases are declared first
-                methods.insert(methods.begin(), inherited.begin(), inherited.end());
-                break;
-            }
-        }
-    }
-    return surface;
+template <class I> XInterface Interface(const char* name, std::vector<XMethod> methods) {
+    return {name, &LXIid<I>(), std::move(methods)};
 }
 } // namespace
 
 const std::vector<XInterface>& LXSurface() {
-    static const std::vector<XInterface> surface = MakeSurface();
+    static const std::vector<XInterface> surface = {
+#include "surfacetable.inc"
+    };
     return surface;
 }
 

@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
 // Behaviour that all kinds of objects share, each in one table, and methods that no other suite calls.
-#include "xcall.h"
+#include "objectworld.h"
 
 #include "lxparentchildcache.h"
-
-#include <map>
-#include <set>
-#include <sstream>
 
 namespace {
 class Methods : public testing::Test {
@@ -24,50 +20,8 @@ protected:
         throw std::logic_error(std::string(kind) + " is no configuration object");
     }
 
-    XObjectWorld m_world{XStage::Client};
+    XObjectWorld m_world{XStage::Initialised};
 };
-
-/// The methods that no object supports, and those that single kinds do not support either.
-const std::map<std::string, std::string> Refused = {
-    {"", "Gets Sets GetProperties SetProperties dummy Reserved3 Reserved4 Reserved5 Reserved6 Reserved7 Reserved8 "
-         "Reserved9 Reserved10 Reserved11 Reserved12 Reserved13 Reserved14 Reserved15 AddPCInfo RemovePCInfo "
-         "AddPage RemovePage AddGroup RemoveGroup AddAttribute RemoveAttribute AddConfObjEditor RemoveConfObjEditor "
-         "Copy GetTypeComponentData RemoveType GetPlanTypeEnum AddParentChild RemoveParentChild AddBrowserId "
-         "RemoveBrowserId DeleteDatabase GetTypeArray GetTypeArrayByTypeName GetTypeArrayByTypeNameArray GetPCArray "
-         "SetVersion GetTransientAttribute SetEntryLong GetEntryObject GetEntryObjectByLong"},
-    {"browser id", "Set SetProperty"},
-    {"transient PC info", "Set SetProperty"},
-    {"transient attribute",
-     "AddAttributeType RemoveAttributeType GetAttributeTypeEnum CreateFormat GetFormat DeleteFormat"},
-};
-
-TEST_F(Methods, UnsupportedMethodsReturnNothingButTheirCode) {
-    std::set<std::pair<std::string, std::string>> refused; // pairs of a kind and a method
-    for (const auto& [kind, methods] : Refused) {
-        std::istringstream words(methods);
-        for (std::string word; words >> word;) {
-            refused.emplace(kind, word);
-        }
-    }
-    std::size_t calls = 0;
-    SetErrorInfo(0, nullptr);
-    for (const auto& [kind, object] : m_world.All()) {
-        for (const XFace& face : LXFacesOf(*object.Get())) {
-            for (const XMethod& method : face.interface_->methods) {
-                if (!refused.contains({kind, method.name}) && !refused.contains({"", method.name})) { continue; }
-                SCOPED_TRACE(kind + ", " + method.name);
-                XCall call(m_world, method);
-                EXPECT_EQ(call.Run(face.face), E_NOTIMPL);
-                ++calls;
-                for (std::size_t i = 0; i < method.parameters.size(); ++i) {
-                    EXPECT_TRUE(!method.parameters[i].HandsOver() || call.What(i) == XCall::Left::Null);
-                }
-            }
-        }
-    }
-    EXPECT_GT(calls, refused.size());
-    EXPECT_FALSE(LXErrorInformation::Take().present);
-}
 
 /// A property that a kind of object has, by index and by name; null text: any.
 struct Property {
@@ -122,8 +76,6 @@ TEST_F(Methods, AValueIsTheSameByIndexAndByName) {
 }
 
 TEST_F(Methods, EveryCachedObjectTakesNotifications) {
-    const XLXComBSTR id(OLESTR("objects/x/0/1"));
-    const XLXComBSTR dataType(OLESTR("cfc_specific"));
     const auto calls = [&] { return m_world.Server().Calls().Total(); };
     for (const char* const kind : {"type", "page", "group", "attribute", "format", "attribute type", "editor",
                                    "global format spec", "relation", "browser id", "PC info"}) {
@@ -146,7 +98,9 @@ TEST_F(Methods, EveryCachedObjectTakesNotifications) {
         const auto before = calls();
         const XLXText served = LXRead(object, 0); // ServerIsTerminating has made nothing stale
         EXPECT_EQ(calls(), before);
-        EXPECT_EQ(callback->DataObjectChanged(id.Get(), dataType.Get(), 0, 1, 0, nullptr), S_OK);
+        EXPECT_EQ(LXCall(*callback, &ILXCallbackUpdate::DataObjectChanged, "objects/x/0/1", "cfc_specific", 0u, 1u, 0u,
+                         nullptr),
+                  S_OK);
         EXPECT_EQ(LXRead(object, 0), served);
         EXPECT_EQ(calls(), before + 1);
     }
