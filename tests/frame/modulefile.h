@@ -10,7 +10,7 @@
 /// The path of the module in this program's folder.
 XLXText ModulePath();
 
-/// Runs the platform's registration program, or the module's function if there is none.
+/// As the platform's registration program does.
 HRESULT RegisterModule();
 HRESULT UnregisterModule();
 

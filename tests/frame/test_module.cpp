@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <thread>
+#include <future>
 #include <vector>
 
 namespace {
@@ -90,16 +90,16 @@ TEST_F(Module, StaysLoadedWhileAnObjectLives) {
 
 TEST_F(Module, EachOfTheSixInterfacesOfAnObjectReturnsAllOthers) {
     const auto identity = NewObject();
-    for (const IID* const from : Faces) {
-        XLXComPtr<IUnknown> face;
-        ASSERT_EQ(identity->QueryInterface(*from, face.PutVoid()), S_OK);
+    std::vector<XLXComPtr<IUnknown>> faces;
+    for (const IID* const iid : Faces) {
+        ASSERT_EQ(identity->QueryInterface(*iid, faces.emplace_back().PutVoid()), S_OK);
+    }
+    for (const auto& face : faces) {
         EXPECT_EQ(face.As<IUnknown>(), identity);
-        for (const IID* const to : Faces) {
-            XLXComPtr<IUnknown> direct;
-            XLXComPtr<IUnknown> indirect;
-            EXPECT_EQ(identity->QueryInterface(*to, direct.PutVoid()), S_OK);
-            EXPECT_EQ(face->QueryInterface(*to, indirect.PutVoid()), S_OK);
-            EXPECT_EQ(direct, indirect);
+        for (std::size_t i = 0; i < faces.size(); ++i) {
+            XLXComPtr<IUnknown> other;
+            EXPECT_EQ(face->QueryInterface(*Faces[i], other.PutVoid()), S_OK);
+            EXPECT_EQ(other, faces[i]);
         }
     }
     EXPECT_EQ(static_cast<void*>(identity.Get()), static_cast<void*>(identity.As<ILXConfigFactoryCache>().Get()));
@@ -108,9 +108,9 @@ TEST_F(Module, EachOfTheSixInterfacesOfAnObjectReturnsAllOthers) {
 }
 
 TEST_F(Module, FactoryServesManyThreads) {
-    std::vector<std::thread> threads;
+    std::vector<std::future<void>> threads;
     for (int t = 0; t < 8; ++t) {
-        threads.emplace_back([this] {
+        threads.push_back(std::async(std::launch::async, [this] {
             for (int i = 0; i < 300; ++i) {
                 const auto factory = File().Factory();
                 XLXComPtr<ILXConfigFactoryCache> object;
@@ -119,10 +119,7 @@ TEST_F(Module, FactoryServesManyThreads) {
                 EXPECT_EQ(File().CanUnloadNow(), S_FALSE);
                 factory->LockServer(FALSE);
             }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
+        }));
     }
 }
 

@@ -71,10 +71,10 @@ protected:
 };
 
 /// Sends a notification directly to a cached object.
-template <class Interface> void LXNotifyStraight(const XLXComPtr<Interface>& object, const OLECHAR* dataId) {
+template <class Interface> void LXNotifyStraight(const XLXComPtr<Interface>& object, const XText& dataId) {
     const XLXComBSTR dataType(OLESTR("cfc_specific"));
-    EXPECT_EQ(object.template As<ILXCallbackUpdate>()->DataObjectChanged(XLXComBSTR(XLXText(dataId)).Get(),
-                                                                         dataType.Get(), 256, 900, 0, nullptr),
+    EXPECT_EQ(object.template As<ILXCallbackUpdate>()->DataObjectChanged(XLXComBSTR(dataId.Get()).Get(), dataType.Get(),
+                                                                         256, 900, 0, nullptr),
               S_OK);
 }
 

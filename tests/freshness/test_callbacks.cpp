@@ -3,9 +3,7 @@
 // Servers that call back during a request, and server objects that call the cache when they are destroyed.
 #include "hostileserver.h"
 #include "inside.h"
-
-#include <condition_variable>
-#include <future>
+#include "waiting.h"
 
 namespace {
 XServerModel AskingModel() {
@@ -50,10 +48,8 @@ protected:
 
     /// Waits for the other thread.
     void Meet() {
-        std::unique_lock<std::mutex> lock(m_mutex);
         const int wanted = m_arrived++ / 2 * 2 + 2;
-        m_changed.notify_all();
-        EXPECT_TRUE(m_changed.wait_for(lock, std::chrono::seconds(5), [=, this] { return m_arrived >= wanted; }));
+        EXPECT_TRUE(WaitFor([&] { return m_arrived.load() >= wanted; }, std::chrono::seconds(5)));
     }
     /// On a new thread: makes a request. Inside the server, waits for the other thread and makes the other's request.
     std::future<void> AskOnAThread(const Question& own, const Question& others) {
@@ -69,9 +65,7 @@ protected:
     }
 
 private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    int m_arrived = 0;
+    std::atomic<int> m_arrived{0};
 };
 
 TEST_F(Asking, CrosswiseDoesNotDeadlock) {
@@ -120,7 +114,7 @@ TEST_F(Asking, ASecondCacheFromInsideACallOfTheFirst) {
 class LastRelease : public HostileTest {
 protected:
     LastRelease() {
-        m_factory->types = [this](SAFEARRAY** out) { return Give({Base, Derived}, out); };
+        m_factory->types = [this](SAFEARRAY** out) { return Give({Base, Derived, Unread}, out); };
         m_factory->namedTypes = [this](SAFEARRAY** out) { return Give({Derived}, out); };
     }
     void TearDown() override {
@@ -130,8 +124,10 @@ protected:
 
     inline static const HostileType Base{OLESTR("Base"), OLESTR(""), {OLESTR("OfBase")}};
     inline static const HostileType Derived{OLESTR("Derived"), OLESTR("Base"), {OLESTR("OfDerived")}};
+    inline static const HostileType Unread{OLESTR("Unread"), OLESTR(""), {OLESTR("1"), OLESTR("2"), OLESTR("3")}};
 
-    /// Types whose server objects and base-type property make a request when they are destroyed.
+    /// Types. Their server objects, those of their attributes and the base-type property make a request when they are
+    /// destroyed.
     HRESULT Give(const std::vector<HostileType>& types, SAFEARRAY** out) {
         const auto asking = [this] {
             return XLXComPtr<IUnknown>(new WorkAtRelease([this] { AskFromAnotherThread(); }));
@@ -161,6 +157,9 @@ TEST_F(LastRelease, OfAServerObjectHappensWithNoLockHeld) {
     BSTR names[] = {name.Get()};
     EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 1), S_OK);
     EXPECT_GE(m_asked, 2); // the old server object, and a base type object that the link replaces
+    m_asked = 0;
+    m_server->SendNotification("objects/x/0/2");
     EXPECT_EQ(Named(OLESTR("Derived")), type);
+    EXPECT_GE(m_asked, 9); // those of all types, and of the attributes that nobody has read
 }
 } // namespace

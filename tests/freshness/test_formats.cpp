@@ -56,6 +56,16 @@ protected:
                                : Edit().SetGlobalSpecFormatProperty("Length", FormatType, Member, value).result;
         EXPECT_EQ(result, S_OK);
     }
+    /// Does work while another thread has the server's answer for the format but has not returned it.
+    void BeforeALateAnswer(const std::function<void()>& work) {
+        auto gate = Calls().PauseAt(GetFormat(), XCallPoint::Answer);
+        Format late;
+        const auto reader = std::async(std::launch::async, [&] { Get(late); });
+        gate.WaitUntilArrived();
+        work();
+        gate.Open();
+        reader.wait();
+    }
     std::string GetFormat() const { return std::string(GetParam()) + "::GetFormat"; }
 
     XLXComPtr<ILXAttribute> m_attribute;
@@ -65,27 +75,15 @@ protected:
 
 TEST_P(Formats, ALateAnswerUndoesNoCreation) {
     EXPECT_EQ(Delete(), S_OK);
-    auto gate = Calls().PauseAt(GetFormat(), XCallPoint::Answer);
-    Format late;
-    auto reader = std::async(std::launch::async, [&] { return Get(late); });
-    gate.WaitUntilArrived();
     Format created;
-    EXPECT_EQ(Create(created), S_OK);
-    gate.Open();
-    reader.wait();
+    BeforeALateAnswer([&] { EXPECT_EQ(Create(created), S_OK); });
     Format format;
     EXPECT_EQ(Get(format), S_OK);
     EXPECT_EQ(format, created);
 }
 
 TEST_P(Formats, ALateAnswerUndoesNoDeletion) {
-    auto gate = Calls().PauseAt(GetFormat(), XCallPoint::Answer);
-    Format late;
-    auto reader = std::async(std::launch::async, [&] { return Get(late); });
-    gate.WaitUntilArrived();
-    EXPECT_EQ(Delete(), S_OK);
-    gate.Open();
-    reader.wait();
+    BeforeALateAnswer([&] { EXPECT_EQ(Delete(), S_OK); });
     Format format;
     EXPECT_EQ(Get(format), S_FALSE);
     EXPECT_FALSE(format);

@@ -3,6 +3,7 @@
 // A cache that is initialised and terminated several times, with the same server or another one: late answers and the
 // registration of one connection must not affect the next. Also initialisations that fail or load no relations.
 #include "hostileserver.h"
+#include "inside.h"
 
 #include <atomic>
 #include <chrono>
@@ -21,19 +22,6 @@ XServerModel ModelOf(const XText& server) {
     model.AddRelation("Item", server, "nodes");
     return model;
 }
-
-/// A spec that runs work when it is destroyed.
-class SpecWithWorkAtRelease final : public lx::FormatRefusals<PassingObject<ILXGlobalAttributeFormatSpec>> {
-public:
-    SpecWithWorkAtRelease(XLXComPtr<ILXGlobalAttributeFormatSpec> inner, std::function<void()> work)
-        : FormatRefusals(std::move(inner)), m_work(std::move(work)) {}
-
-protected:
-    ~SpecWithWorkAtRelease() override { m_work(); }
-
-private:
-    const std::function<void()> m_work;
-};
 
 class Lives : public HostileTest {
 protected:
@@ -83,26 +71,6 @@ protected:
         EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeLabel), OLESTR("Second"));
     }
     std::string PumpLabel() { return LXNarrow(LXRead(Type("Pump").Get(), XProperty::TypeLabel)); }
-
-    /// Makes the hostile factory list one spec, which runs work once, when the cache releases it.
-    void ListASpecWithWorkAtRelease(std::function<void()> work) {
-        const auto specs = LXGet(m_server->ConfigFactory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
-        const auto spec = LXElements(specs).at(0);
-        const auto once = std::make_shared<std::function<void()>>(std::move(work));
-        m_factory->specs = [spec, once](ILXGlobalAttributeFormatSpecEnum** out) {
-            using Enum = HostileEnum<ILXGlobalAttributeFormatSpecEnum, ILXGlobalAttributeFormatSpec>;
-            const auto next = [spec, once](ULONG, ILXGlobalAttributeFormatSpec** elements, ULONG* fetched) {
-                const auto run = [once] {
-                    if (const auto first = std::exchange(*once, nullptr)) { first(); }
-                };
-                XLXComPtr<ILXGlobalAttributeFormatSpec>(new SpecWithWorkAtRelease(spec, run)).CopyTo(elements);
-                *fetched = 1;
-                return S_FALSE;
-            };
-            XLXComPtr<ILXGlobalAttributeFormatSpecEnum>(new Enum(next)).CopyTo(out);
-            return S_OK;
-        };
-    }
 
     std::shared_ptr<XSampleServer> m_second = XSampleServer::Create(ModelOf("Second"));
 };
@@ -162,14 +130,19 @@ INSTANTIATE_TEST_SUITE_P(Of, LateAnswers,
                                          Late{AllTypes, "properties/x/0/1", false, "always"}));
 
 TEST_F(Lives, AQueryFromInsideTerminateCachesNothing) {
+    bool isEnding = false;
     bool asked = false;
-    ListASpecWithWorkAtRelease([&] {
-        asked = true;
-        AskForEverything();
+    const auto ask = [&] {
+        if (isEnding && !std::exchange(asked, true)) { AskForEverything(); }
+    };
+    ServeTypes([&] {
+        return HostileTypeArray({{OLESTR("First"), OLESTR(""), {}}},
+                                [&] { return XLXComPtr<IUnknown>(new WorkAtRelease(ask)); });
     });
     const LONG before = m_server->LiveObjects().objects;
     ASSERT_EQ(StartHostile(), S_OK);
     EXPECT_EQ(Specs(), Names{"First"});
+    isEnding = true;
     Terminate();
     ASSERT_TRUE(asked);
     EXPECT_EQ(m_server->LiveObjects().objects, before);

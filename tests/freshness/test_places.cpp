@@ -114,7 +114,7 @@ TEST_F(Places, ADerivedTypeIsNotCompleteBeforeItHasTheNewAttributeOfItsBase) {
         [&](int place) {
             name = "X" + std::to_string(place);
             Edit().AddAttribute("Item", name, 0, XNotify::No);
-            LXNotifyStraight(base, OLESTR("objects/Item/0/512"));
+            LXNotifyStraight(base, "objects/Item/0/512");
             EXPECT_TRUE(Has(base, name));
             CountTo(place);
         },
@@ -155,7 +155,7 @@ TEST_F(Places, TwoThreadsThatFetchTheSameTypeBothGetEverything) {
             Edit().RemoveAttribute("Item", name, XNotify::No);
             name = "X" + std::to_string(first) + "." + std::to_string(second);
             Edit().AddAttribute("Item", name, 0, XNotify::No);
-            LXNotifyStraight(item, OLESTR("objects/Item/0/1"));
+            LXNotifyStraight(item, "objects/Item/0/1");
             const Met reached = AskBeside(first, second, [&] { return Has(item, name); });
             hasFirst = reached.first;
             hasSecond = reached.second;

@@ -40,9 +40,8 @@ protected:
 
     XLXComPtr<ILXType> m_document;
 
-    XLXComPtr<ILXConfigFactoryEx> Bulk() { return m_server->ConfigFactory().As<ILXConfigFactoryEx>(); }
-
 private:
+    XLXComPtr<ILXConfigFactoryEx> Bulk() { return m_server->ConfigFactory().As<ILXConfigFactoryEx>(); }
     HRESULT WithSameObjects(HRESULT result, SAFEARRAY** array) {
         XILXTypeMap types = GetMapFromArray(XLXSafeArray(std::exchange(*array, nullptr)));
         for (const auto& [name, index] : types.names) {
@@ -71,37 +70,8 @@ TEST_F(UnparsedRecords, AreParsedEvenIfTheMapIsFresh) {
     ExpectCalls(0, [&] { EXPECT_TRUE(Find(OLESTR("Author"))); });
 }
 
-// The last release of a server's object runs foreign code, which may ask the cache.
-TEST_F(UnparsedRecords, AreReleasedWithNoLockHeld) {
-    int released = 0;
-    const auto ask = [&] {
-        ++released;
-        XLXComPtr<ILXType> none;
-        Factory()->GetType(XLXComBSTR(OLESTR("Unknown")).Get(), nullptr, none.Put());
-    };
-    m_factory->types = [&](SAFEARRAY** out) {
-        const HRESULT result = Bulk()->GetTypeArrayEx(15, out);
-        XILXTypeMap types = GetMapFromArray(XLXSafeArray(std::exchange(*out, nullptr)));
-        for (auto& [index, type] : types.records) {
-            std::vector<XILXAttributeData> attributes = ReadAttributeList(std::move(type.components.attributes));
-            for (XILXAttributeData& attribute : attributes) {
-                attribute.object = XLXComPtr<IUnknown>(new WorkAtRelease(ask));
-            }
-            type.components.attributes = GetArrayFromAttributeList(std::move(attributes));
-        }
-        *out = GetArrayFromMap(std::move(types)).Detach();
-        return result;
-    };
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(released, 0);
-        m_server->SendNotification("objects/x/0/2");
-        Named(OLESTR("Document"));
-    }
-    EXPECT_GT(released, 0);
-}
-
 TEST_F(UnparsedRecords, AreNotDroppedWhenAnOlderMapIsPublished) {
-    LXNotifyStraight(m_document, OLESTR("objects/Document/0/512"));
+    LXNotifyStraight(m_document, "objects/Document/0/512");
     {
         const Inside beside(Calls(), "ILXType::GetTypeComponentData", [&] {
             Edit().AddAttribute("Document", "Author", 0, XNotify::No);
@@ -122,7 +92,7 @@ TEST_F(UnparsedRecords, DoNotRefreshAnAttributeTypeFromAfterANotification) {
         const Inside overtaken(Calls(), "ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", [&] {
             Edit().SetAttributeTypeProperty("Document", "Title", "Short", XProperty::AttributeTypeLabel, "new",
                                             XNotify::No);
-            LXNotifyStraight(title, OLESTR("objects/Document/0/1024"));
+            LXNotifyStraight(title, "objects/Document/0/1024");
             EXPECT_EQ(label(), changed); // of an attribute type that this enumeration created
         });
         Load();

@@ -9,11 +9,10 @@ namespace {
 class FreshRelations : public RelationTest {
 protected:
     void SetUp() override {
-        ASSERT_EQ(Start(), S_OK);
+        ASSERT_NO_FATAL_FAILURE(RelationTest::SetUp());
         m_desks = Single("Node", "Desk", "nodes");
         ASSERT_EQ(Browsers(), (Names{"List", "Tree"}));
     }
-    void TearDown() override { Terminate(); }
 
     /// The browsers of the held relation.
     Names Browsers() { return LXList<ILXPCInfo>(XProperty::PCInfoBrowser, m_desks, &ILXParentChild::GetPCInfoEnum); }
@@ -101,7 +100,7 @@ TEST_F(FreshRelations, ADirectNotificationToAReplacedRelationReachesItsSuccessor
     const auto successor = Single("Node", "Desk", "spare");
     ASSERT_FALSE(replaced == successor);
     Edit().SetRelationProperty("Node", "Desk", "spare", XProperty::NameShort, "new", XNotify::No);
-    LXNotifyStraight(replaced, OLESTR("properties/Node/0/4"));
+    LXNotifyStraight(replaced, "properties/Node/0/4");
     EXPECT_EQ(LXRead(successor.Get(), XProperty::NameShort), OLESTR("new"));
 }
 
@@ -134,5 +133,23 @@ TEST_F(FreshRelations, BrowserIdsAreEnumeratedOnceWhateverElseIsNotifiedMeanwhil
         EXPECT_EQ(BrowserIds(), (Names{"List", "Tree"}));
     }
     ExpectCalls(0, [&] { EXPECT_EQ(BrowserIds(), (Names{"List", "Tree"})); });
+}
+
+TEST_F(FreshRelations, ADirectNotificationIsNotLostForAPCInfoThatIsBeingFetched) {
+    Edit().AddPCInfo("Area", "Room", "nodes", "List");
+    const auto rooms = Single("Area", "Room", "nodes");
+    const auto labels = [&] {
+        return LXList<ILXPCInfo>(XProperty::PCInfoLabel, rooms, &ILXParentChild::GetPCInfoEnum);
+    };
+    {
+        const Inside overtaken(Calls(), "ILXPCInfo::GetProperties", [&] {
+            for (const char* browser : {"List", "Tree"}) {
+                Edit().SetPCInfoProperty("Area", "Room", "nodes", browser, XProperty::PCInfoLabel, "new", XNotify::No);
+            }
+            LXNotifyStraight(rooms, "properties/Area/0/4");
+        });
+        labels();
+    }
+    EXPECT_EQ(labels(), (Names{"new", "new"}));
 }
 } // namespace

@@ -9,6 +9,8 @@ class FreshTypes : public BesideTest {
 protected:
     using Texts = std::vector<std::string>;
 
+    void TearDown() override { Terminate(); }
+
     static Texts Pages(const XLXComPtr<ILXType>& type) {
         return LXList<ILXPage>(XProperty::PageNumber, type, &ILXType::GetPageEnum);
     }
@@ -31,7 +33,6 @@ TEST_F(FreshTypes, ValuesOfAttributeTypesThatChangeWhileTheyAreEnumerated) {
         LXGet(head, &ILXAttribute::GetAttributeTypeEnum);
     }
     EXPECT_EQ(AttributeTypes(head, XProperty::AttributeTypeLabel), (Texts{"new", "new"}));
-    Terminate();
 }
 
 TEST_F(FreshTypes, ARemovedAttributeTypeIsGoneAndAnotherOneStaysTheSameObject) {
@@ -58,13 +59,12 @@ TEST_F(FreshTypes, AMapThatWasMergedWithAnOlderBaseReplacesNoNewerOne) {
     {
         const Inside overtaken(Calls(), "ILXType::GetTypeComponentData", [&] { // the base is already copied
             Edit().AddAttribute("Item", "Colour", 0, XNotify::No);
-            LXNotifyStraight(base, OLESTR("objects/Item/0/512"));
+            LXNotifyStraight(base, "objects/Item/0/512");
             Beside([&] { EXPECT_TRUE(Has(derived, "Colour")); }).get();
         });
         EXPECT_TRUE(Has(derived, "Power"));
     }
     ExpectCalls(0, [&] { EXPECT_TRUE(Has(derived, "Colour")); }); // no call: already merged
-    Terminate();
 }
 
 // The server makes a type again while its components are read. Another thread reads them from the new type, and the
@@ -139,12 +139,50 @@ TEST_F(FreshTypes, ADirectNotificationToAnotherObjectMakesNothingStale) {
     Terminate();
     {
         const Inside elsewhere(Calls(), "ILXConfigFactoryEx::GetTypeArrayEx",
-                               [&] { LXNotifyStraight(former, OLESTR("objects/Document/0/1")); });
+                               [&] { LXNotifyStraight(former, "objects/Document/0/1"); });
         ASSERT_EQ(Start(), S_OK);
     }
     ExpectCalls(0, [&] { EXPECT_EQ(ItemsNameThrough("Item"), OLESTR("Name of the item")); });
-    LXNotifyStraight(Type("Document"), OLESTR("objects/Document/0/1"));
+    LXNotifyStraight(Type("Document"), "objects/Document/0/1");
     ExpectCalls(0, [&] { EXPECT_EQ(ItemsNameThrough("Pump"), OLESTR("Name of the item")); });
-    Terminate();
+}
+
+// An answer from before a direct notification to the type creates the attribute, or finds the one that a newer answer
+// has created.
+TEST_F(FreshTypes, ADirectNotificationIsNotLostForAnAttributeThatIsBeingFetched) {
+    const auto label = [&] { return LXNarrow(LXRead(Attribute("Pump", "Head").Get(), XProperty::Label)); };
+    for (const char* const id : {"properties/Pump/0/512", "objects/Pump/0/512"}) {
+        SCOPED_TRACE(id);
+        ASSERT_EQ(Start(0), S_OK);
+        const auto pump = Type("Pump");
+        Attribute("Equipment", "Power"); // loads the bases
+        {
+            const Inside overtaken(Calls(), "ILXType::GetTypeComponentData", [&] {
+                Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, id, XNotify::No);
+                LXNotifyStraight(pump, id);
+                if (*id == 'o') {
+                    Beside([&] { EXPECT_EQ(label(), id); }).get();
+                }
+            });
+            Attribute("Pump", "Head");
+        }
+        EXPECT_EQ(label(), id);
+        Terminate();
+    }
+}
+
+TEST_F(FreshTypes, ADirectNotificationIsNotLostForAnAttributeTypeThatIsBeingFetched) {
+    ASSERT_EQ(Start(0), S_OK);
+    const auto title = Attribute("Document", "Title");
+    Edit().AddAttributeType("Document", "Title", "Short"); // the held attribute enumerates its types
+    {
+        const Inside overtaken(Calls(), "ILXAttributeType::GetProperties", [&] {
+            Edit().SetAttributeTypeProperty("Document", "Title", "Short", XProperty::AttributeTypeLabel, "new",
+                                            XNotify::No);
+            LXNotifyStraight(title, "properties/Document/0/1024");
+        });
+        LXGet(title, &ILXAttribute::GetAttributeTypeEnum);
+    }
+    EXPECT_EQ(AttributeTypes(title, XProperty::AttributeTypeLabel), Texts{"new"});
 }
 } // namespace

@@ -19,6 +19,8 @@ XServerModel LXRelationModel();
 class RelationTest : public CacheTest {
 protected:
     explicit RelationTest(XServerModel model = LXRelationModel()) : CacheTest(std::move(model)) {}
+    void SetUp() override { ASSERT_EQ(LXServerMode() ? StartInServer() : Start(), S_OK); }
+    void TearDown() override { Terminate(); }
 
     using Names = std::vector<std::string>;
     using Enum = XLXComPtr<ILXParentChildEnum>;

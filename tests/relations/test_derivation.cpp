@@ -5,9 +5,6 @@
 
 class Derivation : public RelationTest {
 protected:
-    void SetUp() override { ASSERT_EQ(Start(), S_OK); }
-    void TearDown() override { Terminate(); }
-
     using Question = HRESULT (STDMETHODCALLTYPE ILXConfigFactoryCache::*)(BSTR, LONG*, BSTR**);
     Names Types(Question question, const char* type) {
         LONG count = -1;

@@ -75,8 +75,6 @@ XServerModel MatrixModel() {
 class NotificationMatrix : public RelationTest, public testing::WithParamInterface<Row> {
 protected:
     NotificationMatrix() : RelationTest(MatrixModel()) {}
-    void SetUp() override { ASSERT_EQ(LXServerMode() ? StartInServer() : Start(), S_OK); }
-    void TearDown() override { Terminate(); }
 
     static std::function<void()> Reading(XLXComPtr<ILXConfigObject> object, int member = 0) {
         return [object, member] { EXPECT_EQ(LXRead(object.Get(), member).find(OLESTR("<")), XLXText::npos); };
@@ -88,8 +86,7 @@ protected:
     using Probe = std::function<void()>;
     using Probes = std::map<std::string, std::function<Probe()>>;
     /// For each receiver a function that finds its cached objects and returns a function that reads them.
-    Probes ProbesOfTypes();
-    Probes ProbesOfOthers();
+    Probes AllProbes();
 
     unsigned long long CallsOf(const char* method, const Probe& probe) {
         const auto before = Calls().Of(method);
@@ -99,7 +96,7 @@ protected:
     static bool Expected(const Row& row, const std::string& kind, const Mode& mode);
 };
 
-NotificationMatrix::Probes NotificationMatrix::ProbesOfTypes() {
+NotificationMatrix::Probes NotificationMatrix::AllProbes() {
     const auto area = Type("Area");
     const auto size = Attribute("Area", "Size");
     const auto attributes = [=] { LXGet(area, &ILXType::GetAttributeEnum); };
@@ -108,6 +105,14 @@ NotificationMatrix::Probes NotificationMatrix::ProbesOfTypes() {
     const auto editor = [=] { return FirstOf(area, &ILXType::GetConfObjEditorEnum); };
     const auto format = [=] { return LXGet(size, &ILXAttribute::GetFormat, 1); };
     const auto type = [=] { return FirstOf(size, &ILXAttribute::GetAttributeTypeEnum); };
+    const auto browserId = [this] { return FirstOf(Factory(), &ILXConfigFactory::GetBrowserIdEnum); };
+    const auto spec = [this] { return FirstOf(Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs); };
+    const auto formatOf = [](const auto& of) { LXGet(of, &ILXGlobalAttributeFormatSpec::GetFormat, 1); };
+    const auto rooms = [this] { return Single("Area", "Room", "nodes"); };
+    const auto info = [](const Relation& relation) {
+        return LXGet(relation, &ILXParentChild::GetPCInfo, B("Tree").Get());
+    };
+    const auto plan = [this] { EXPECT_EQ(m_cache->IsPlantype(m_server->DataObject("Plan").Get()), S_OK); };
     return {{"type", [=] { return Reading(area); }},
             {"type map", [this] { return [this] { Type("Area"); }; }},
             {"attributes", [=] { return attributes; }},
@@ -122,19 +127,8 @@ NotificationMatrix::Probes NotificationMatrix::ProbesOfTypes() {
             {"attribute types", [=] { return type; }},
             {"attribute type", [=] { return Reading(type()); }},
             {"attribute formats", [=] { return format; }},
-            {"format", [=] { return Reading(format(), XProperty::Label); }}};
-}
-
-NotificationMatrix::Probes NotificationMatrix::ProbesOfOthers() {
-    const auto browserId = [this] { return FirstOf(Factory(), &ILXConfigFactory::GetBrowserIdEnum); };
-    const auto spec = [this] { return FirstOf(Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs); };
-    const auto formatOf = [](const auto& of) { LXGet(of, &ILXGlobalAttributeFormatSpec::GetFormat, 1); };
-    const auto rooms = [this] { return Single("Area", "Room", "nodes"); };
-    const auto info = [](const Relation& relation) {
-        return LXGet(relation, &ILXParentChild::GetPCInfo, B("Tree").Get());
-    };
-    const auto plan = [this] { EXPECT_EQ(m_cache->IsPlantype(m_server->DataObject("Plan").Get()), S_OK); };
-    return {{"browser id", [=] { return Reading(browserId()); }},
+            {"format", [=] { return Reading(format(), XProperty::Label); }},
+            {"browser id", [=] { return Reading(browserId()); }},
             {"browser ids", [=] { return browserId; }},
             {"global spec", [=] { return Reading(spec()); }},
             {"global specs", [=] { return spec; }},
@@ -165,9 +159,7 @@ TEST_P(NotificationMatrix, InvalidatesWhatItConcerns) {
         for (const Mode& mode : Modes) {
             const std::string dataId = kind + "/x/0/" + std::to_string(mode.sent);
             SCOPED_TRACE(dataId);
-            Probes probes = ProbesOfTypes();
-            probes.merge(ProbesOfOthers());
-            const Probe probe = probes.at(row.receiver)();
+            const Probe probe = AllProbes().at(row.receiver)();
             probe();
             ASSERT_EQ(CallsOf(method, probe), 0u);
             ASSERT_EQ(m_server->SendNotification(dataId).result, S_OK);

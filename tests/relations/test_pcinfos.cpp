@@ -6,9 +6,6 @@
 
 class PCInfos : public RelationTest {
 protected:
-    void SetUp() override { ASSERT_EQ(Start(), S_OK); }
-    void TearDown() override { Terminate(); }
-
     static Names Browsers(const Relation& relation) {
         return LXList<ILXPCInfo>(XProperty::PCInfoBrowser, relation, &ILXParentChild::GetPCInfoEnum);
     }

@@ -5,9 +5,6 @@
 
 class PlanTypes : public RelationTest {
 protected:
-    void SetUp() override { ASSERT_EQ(Start(), S_OK); }
-    void TearDown() override { Terminate(); }
-
     /// Begins another connection with this query object.
     void StartWith(XLXComVariant query) {
         Terminate();

@@ -3,11 +3,7 @@
 // Queries for relations.
 #include "relationfixture.h"
 
-class Relations : public RelationTest {
-protected:
-    void SetUp() override { ASSERT_EQ(Start(), S_OK); }
-    void TearDown() override { Terminate(); }
-};
+using Relations = RelationTest;
 
 TEST_F(Relations, AreLoadedWithOneCall) {
     EXPECT_EQ(Calls().Of("ILXConfigFactory::GetPCArray"), 1u);
@@ -53,15 +49,8 @@ TEST_F(Relations, AreRefreshedInPlaceAfterANotification) {
     ExpectCalls(0, [&] { LXRead(desks.Get(), LXRM_PARENTNAME); });
 }
 
-struct FilterCase {
-    const char* type;
-    LONG filter;
-    const char* browser;
-    std::vector<std::string> expected;
-};
-
 TEST_F(Relations, FiltersAndBrowsersRestrictWhatIsListed) {
-    const FilterCase cases[] = {
+    const std::tuple<const char*, LONG, const char*, Names> cases[] = {
         {"Area", 1, "", {"Desk/parts", "Room/nodes"}},
         {"Area", 0, "tree", {"Room/nodes"}},
         {"Area", 1, "LIST", {"Desk/parts"}},
@@ -73,9 +62,8 @@ TEST_F(Relations, FiltersAndBrowsersRestrictWhatIsListed) {
         {"Area", 0, "None", {}},
         {"area", 0, "", {}},
     };
-    for (const FilterCase& c : cases) {
-        SCOPED_TRACE(std::string(c.type) + " " + std::to_string(c.filter) + " " + c.browser);
-        EXPECT_EQ(Below(c.type, c.filter, c.browser), c.expected);
+    for (const auto& [type, filter, browser, expected] : cases) {
+        EXPECT_EQ(Below(type, filter, browser), expected) << type << " " << filter << " " << browser;
     }
     EXPECT_EQ(List([&](auto out) {
                   return m_cache->GetThisBrowserParentChildEnum(B("Node").Get(), nullptr, B("List").Get(), out);

@@ -16,9 +16,7 @@ XServerModel SpecModel() {
 
 class Specs : public RelationTest {
 protected:
-    explicit Specs(XServerModel model = SpecModel()) : RelationTest(std::move(model)) {}
-    void SetUp() override { ASSERT_EQ(Start(), S_OK); }
-    void TearDown() override { Terminate(); }
+    Specs() : RelationTest(SpecModel()) {}
 
     using Spec = XLXComPtr<ILXGlobalAttributeFormatSpec>;
     std::vector<Spec> All(HRESULT expected = S_OK) {

@@ -7,11 +7,7 @@
 #include "lxtransientpcinfo.h"
 #include "relationfixture.h"
 
-struct Stored {
-    int member;
-    VARTYPE type;
-    const OLECHAR* text;
-};
+using Stored = std::tuple<int, VARTYPE, const OLECHAR*>; // member, type and text
 
 void Expect(ILXConfigObject& object, const std::vector<Stored>& values) {
     for (const auto& [member, type, text] : values) {

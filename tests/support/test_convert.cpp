@@ -9,6 +9,7 @@
 #include <clocale>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -68,16 +69,10 @@ TEST(LowerCase, IsUnicodesWhateverTheLocale) {
     std::setlocale(LC_CTYPE, before.c_str());
 }
 
-struct Name {
-    EConfigElementKind kind;
-    XLXTextView name;
-    int index;
-};
-
 // tests/surface/test_methods.cpp looks up a name of each kind.
 TEST(PropertyNames, AreExactAndBelongToTheirKind) {
     using enum EConfigElementKind;
-    const Name Table[] = {
+    const std::tuple<EConfigElementKind, XLXTextView, int> Table[] = {
         {Attribute, OLESTR("LXCFG_origin"), 46},
         {Group, OLESTR("LXCFG_parentgroupnumber"), 15},
         {Relation, OLESTR("LXCFPC_pprrelationtype"), 20},
@@ -92,9 +87,9 @@ TEST(PropertyNames, AreExactAndBelongToTheirKind) {
         {Type, XLXTextView(OLESTR("LXCFG_typename\0"), 15), -1},
         {static_cast<EConfigElementKind>(9), OLESTR("LXCFG_typename"), -1},
     };
-    for (const Name& entry : Table) {
-        EXPECT_EQ(entry.index, XCfgPropertyConvert::Convert(entry.kind, XLXComBSTR(entry.name).Get()))
-            << testing::PrintToString(XLXText(entry.name));
+    for (const auto& [kind, name, index] : Table) {
+        EXPECT_EQ(index, XCfgPropertyConvert::Convert(kind, XLXComBSTR(name).Get()))
+            << testing::PrintToString(XLXText(name));
     }
     EXPECT_EQ(-1, XCfgPropertyConvert::Convert(Type, nullptr));
 }

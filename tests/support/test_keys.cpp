@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 #if defined(__GLIBCXX__) && !defined(NDEBUG) && !defined(_GLIBCXX_ASSERTIONS)
@@ -68,44 +69,30 @@ TEST(StringKey, ComparesAsTheNamesUtf8) {
     EXPECT_EQ(0u, wrong);
 }
 
-struct DataId {
-    XLXTextView text;
-    XLXTextView kindText;
-    XLXTextView object;
-    LONG subNumber;
-    LONG mode;
-    bool hasKind;
-    bool complete;
-    LXDataIdKind kind;
-};
+/// The texts of the kind and of the object, the sub-number, the mode, hasKind, complete, the kind.
+using Parts = std::tuple<XLXTextView, XLXTextView, LONG, LONG, bool, bool, LXDataIdKind>;
 
 TEST(DataId, IsParsed) {
     using enum LXDataIdKind;
-    const DataId Table[] = {
-        {OLESTR(""), {}, {}, -1, -1, false, false, Other},
-        {OLESTR("objects"), OLESTR("objects"), {}, -1, -1, false, false, Objects},
-        {OLESTR("objects/"), OLESTR("objects"), {}, -1, -1, true, false, Objects},
-        {OLESTR("pc/A"), OLESTR("pc"), {}, -1, -1, true, false, ParentChild},
-        {OLESTR("pc/A/7"), OLESTR("pc"), OLESTR("A"), -1, -1, true, false, ParentChild},
-        {OLESTR("objects/A/7/512"), OLESTR("objects"), OLESTR("A"), 7, 512, true, true, Objects},
-        {OLESTR("properties/A B//"), OLESTR("properties"), OLESTR("A B"), -1, -1, true, true, Properties},
-        {OLESTR("searchable///3"), OLESTR("searchable"), {}, -1, 3, true, true, Searchable},
-        {OLESTR("objects/A/x/-4"), OLESTR("objects"), OLESTR("A"), 0, -4, true, true, Objects},
-        {OLESTR("objects/A/1/2/3"), OLESTR("objects"), OLESTR("A"), 1, 2, true, true, Objects},
-        {OLESTR("objects/A/1/99999999999"), OLESTR("objects"), OLESTR("A"), 1, 2147483647, true, true, Objects},
-        {OLESTR("///"), {}, {}, -1, -1, true, true, Other},
-        {OLESTR("Objects/A/1/2"), OLESTR("Objects"), OLESTR("A"), 1, 2, true, true, Other},
+    const std::pair<XLXTextView, Parts> Table[] = {
+        {OLESTR(""), {{}, {}, -1, -1, false, false, Other}},
+        {OLESTR("objects"), {OLESTR("objects"), {}, -1, -1, false, false, Objects}},
+        {OLESTR("objects/"), {OLESTR("objects"), {}, -1, -1, true, false, Objects}},
+        {OLESTR("pc/A"), {OLESTR("pc"), {}, -1, -1, true, false, ParentChild}},
+        {OLESTR("pc/A/7"), {OLESTR("pc"), OLESTR("A"), -1, -1, true, false, ParentChild}},
+        {OLESTR("objects/A/7/512"), {OLESTR("objects"), OLESTR("A"), 7, 512, true, true, Objects}},
+        {OLESTR("properties/A B//"), {OLESTR("properties"), OLESTR("A B"), -1, -1, true, true, Properties}},
+        {OLESTR("searchable///3"), {OLESTR("searchable"), {}, -1, 3, true, true, Searchable}},
+        {OLESTR("objects/A/x/-4"), {OLESTR("objects"), OLESTR("A"), 0, -4, true, true, Objects}},
+        {OLESTR("objects/A/1/2/3"), {OLESTR("objects"), OLESTR("A"), 1, 2, true, true, Objects}},
+        {OLESTR("objects/A/1/99999999999"), {OLESTR("objects"), OLESTR("A"), 1, 2147483647, true, true, Objects}},
+        {OLESTR("///"), {{}, {}, -1, -1, true, true, Other}},
+        {OLESTR("Objects/A/1/2"), {OLESTR("Objects"), OLESTR("A"), 1, 2, true, true, Other}},
     };
-    for (const DataId& expected : Table) {
-        SCOPED_TRACE(testing::PrintToString(XLXText(expected.text)));
-        const XDataId id = XDataId::Parse(expected.text);
-        EXPECT_EQ(expected.kindText, id.kindText);
-        EXPECT_EQ(expected.object, id.object);
-        EXPECT_EQ(expected.subNumber, id.subNumber);
-        EXPECT_EQ(expected.mode, id.mode);
-        EXPECT_EQ(expected.hasKind, id.hasKind);
-        EXPECT_EQ(expected.complete, id.complete);
-        EXPECT_EQ(expected.kind, id.kind);
+    for (const auto& [text, expected] : Table) {
+        const XDataId id = XDataId::Parse(text);
+        EXPECT_TRUE(expected == Parts(id.kindText, id.object, id.subNumber, id.mode, id.hasKind, id.complete, id.kind))
+            << testing::PrintToString(XLXText(text));
     }
 }
 

@@ -6,6 +6,7 @@
 #define SYNCTOOLS_H
 
 #include "XCritData.h"
+#include "waiting.h"
 
 #include <gtest/gtest.h>
 
@@ -18,21 +19,9 @@
 
 /// How long a test waits for something that must happen.
 constexpr std::chrono::seconds MustHappen{30};
-/// How long a test checks that something does not happen.
-constexpr std::chrono::milliseconds MustNotHappen{50};
 
 template <class T> bool IsReady(std::future<T>& future, std::chrono::milliseconds within = MustHappen) {
     return future.wait_for(within) == std::future_status::ready;
-}
-
-/// Polls for a condition that another thread makes true.
-template <class Condition> bool Comes(Condition&& condition) {
-    const auto end = std::chrono::steady_clock::now() + MustHappen;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) { return false; }
-        std::this_thread::yield();
-    }
-    return true;
 }
 
 /// The exception that work raises. It is caught on the raising thread: the C++ library counts references to an

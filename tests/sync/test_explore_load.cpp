@@ -10,7 +10,10 @@ using namespace ExploredLoad;
 struct Loading {
     using Value = std::shared_ptr<const int>;
 
-    Loading() { loaded.Begin(time); }
+    Loading() {
+        loaded.Begin(time);
+        other.Begin(time);
+    }
     Value Load() {
         return loaded.Load(time, [this](const XStamp&) { return std::make_shared<const int>(server.load()); });
     }
@@ -18,6 +21,20 @@ struct Loading {
         Explorer::Step("ask");
         const int least = notified;
         Explorer::Expect(*Load() >= least, Older);
+    }
+    /// The server requests the other of the two values before it answers.
+    Value LoadCrosswise(bool isOther) {
+        return (isOther ? other : loaded).Load(time, [=, this](const XStamp&) {
+            LoadCrosswise(!isOther);
+            return std::make_shared<const int>(server.load());
+        });
+    }
+    template <bool IsOther> void AskCrosswise() {
+        Explorer::Step("ask");
+        const int least = notified;
+        const Value answer = LoadCrosswise(IsOther);
+        Explorer::Expect(answer != nullptr, "no answer");
+        Explorer::Expect(!answer || *answer >= least, Older);
     }
     /// Looks at the cached value without loading it.
     void Look() {
@@ -72,6 +89,7 @@ struct Loading {
     int notified = 1;
     Fill::Mutex otherMutex;
     Loaded<int> loaded;
+    Loaded<int> other;
 };
 
 TEST(ExploredLoads, TwoQueriesAndANotification) {
@@ -115,44 +133,9 @@ TEST(ExploredLoads, AChangeOfThisProcessThatANotificationOvertakes) {
     }
 }
 
-// ---- servers that call back
-
-struct Crosswise {
-    Crosswise() {
-        for (auto& holder : loaded) {
-            holder.Begin(time);
-        }
-    }
-    /// The server requests the other value before it answers.
-    std::shared_ptr<const int> Ask(std::size_t which) {
-        return loaded[which].Load(time, [this, which](const XStamp&) {
-            const auto other = Ask(1 - which);
-            return std::make_shared<const int>(server.load() + (other ? 10 : 0));
-        });
-    }
-    void AskAndCheck(std::size_t which) {
-        Explorer::Step("ask");
-        const int least = notified;
-        const auto answer = Ask(which);
-        Explorer::Expect(answer != nullptr, "no answer");
-        Explorer::Expect(*answer % 10 >= least, Older);
-    }
-    void Change() {
-        server.store(2);
-        time.clock->Advance(Aspect);
-        notified = 2;
-    }
-
-    const Time time = NewTime();
-    Number server{1};
-    int notified = 1;
-    Loaded<int> loaded[2];
-};
-
 TEST(ExploredLoads, ServersThatCallBackCrosswise) {
-    const auto first = [](Crosswise& w) { w.AskAndCheck(0); };
-    const auto second = [](Crosswise& w) { w.AskAndCheck(1); };
-    ExpectExplored<Crosswise>(3, 2000, {first, second});
-    ExpectExplored<Crosswise>(2, 2000, {first, second, &Crosswise::Change});
+    ExpectExplored<Loading>(3, 2000, {&Loading::AskCrosswise<false>, &Loading::AskCrosswise<true>});
+    ExpectExplored<Loading>(
+        2, 2000, {&Loading::AskCrosswise<false>, &Loading::AskCrosswise<true>, &Loading::ChangeAndAdvanceClock});
 }
 } // namespace

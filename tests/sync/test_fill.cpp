@@ -1,27 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// Fill mutexes: which thread enters, and in which order.
+// The order in which threads get a fill mutex. Re-entry: test_explore_load.cpp.
 #include "XFill.h"
 #include "synctools.h"
 
 namespace {
-TEST(Fill, AdmitsItsOwnThreadAndNoOther) {
-    XFillMutex mutex;
-    const int holder = 0;
-    XActor other;
-    std::future<bool> waits;
-    {
-        const XFill fill(mutex, &holder);
-        EXPECT_FALSE(fill.IsReentered());
-        EXPECT_TRUE(XFill(mutex, &holder).IsReentered());
-        EXPECT_FALSE(XFill(mutex, &waits).IsReentered()) << "another holder of the same mutex";
-        waits = other.Start([&] { return XFill(mutex, &holder).IsReentered(); });
-        EXPECT_FALSE(IsReady(waits, MustNotHappen));
-    }
-    ASSERT_TRUE(IsReady(waits));
-    EXPECT_FALSE(waits.get());
-}
-
 TEST(Fill, IsHandedOverInTheOrderOfRequests) {
     XFillMutex mutex;
     const auto take = [&](std::string name, std::string& order) {
@@ -34,7 +17,7 @@ TEST(Fill, IsHandedOverInTheOrderOfRequests) {
     {
         const XFill fill(mutex, &mutex);
         waits = first.Start([&] { take("first", order); });
-        ASSERT_TRUE(Comes([&] { return mutex.HasWaiting(); }));
+        ASSERT_TRUE(WaitFor([&] { return mutex.HasWaiting(); }));
     }
     take(" second", order); // at once, before the woken thread runs
     ASSERT_TRUE(IsReady(waits));

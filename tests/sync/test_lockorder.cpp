@@ -8,23 +8,6 @@
 namespace {
 using Data = XCritDataCFC<int>;
 
-Data& Types() {
-    static Data data(XLockLevel::TypeMap);
-    return data;
-}
-Data& Store() {
-    static Data data(XLockLevel::PropertyStore);
-    return data;
-}
-Data& OtherStore() {
-    static Data data(XLockLevel::PropertyStore);
-    return data;
-}
-XFillMutex& Fetch() {
-    static XFillMutex mutex;
-    return mutex;
-}
-
 template <class Outer, class Inner, class OuterLock, class InnerLock> void Nest(OuterLock& outer, InnerLock& inner) {
     const Outer first(outer);
     const Inner second(inner);
@@ -32,29 +15,33 @@ template <class Outer, class Inner, class OuterLock, class InnerLock> void Nest(
 
 TEST(LockOrderDeathTest, FindsTheWrongOrder) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    constexpr std::pair<const char*, void (*)()> Cases[] = {
-        {"taking TypeMap while PropertyStore", [] { Nest<XCritProxy<int>, XCritReadProxy<int>>(Store(), Types()); }},
+    Data types(XLockLevel::TypeMap);
+    Data store(XLockLevel::PropertyStore);
+    Data otherStore(XLockLevel::PropertyStore);
+    XFillMutex fetch;
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"taking TypeMap while PropertyStore", [&] { Nest<XCritProxy<int>, XCritReadProxy<int>>(store, types); }},
         {"taking PropertyStore while PropertyStore",
-         [] { Nest<XCritProxy<int>, XCritLFReadProxy<int>>(Store(), OtherStore()); }},
+         [&] { Nest<XCritProxy<int>, XCritLFReadProxy<int>>(store, otherStore); }},
         {"taking PropertyStore while PropertyStore",
-         [] { Nest<XCritLFReadProxy<int>, XCritLFReadProxy<int>>(Store(), Store()); }},
+         [&] { Nest<XCritLFReadProxy<int>, XCritLFReadProxy<int>>(store, store); }},
         {"taking PropertyStore while PropertyStore",
-         [] { Nest<XCritLFReadProxy<int>, XCritProxy<int>>(Store(), Store()); }},
+         [&] { Nest<XCritLFReadProxy<int>, XCritProxy<int>>(store, store); }},
         {"taking PropertyStore while PropertyStore",
-         [] { Nest<XCritLFReadProxy<int>, XCritReadProxy<int>>(Store(), Store()); }},
+         [&] { Nest<XCritLFReadProxy<int>, XCritReadProxy<int>>(store, store); }},
         {"taking Fill while TypeMap",
-         [] {
-             const XCritReadProxy<int> types(Types());
-             const XFill fill(Fetch(), &Fetch());
+         [&] {
+             const XCritReadProxy<int> read(types);
+             const XFill fill(fetch, &fetch);
          }},
         {"calling out below Fill while PropertyStore",
-         [] {
-             const XFill fill(Fetch(), &Fetch());
-             const XCritLFReadProxy<int> read(Store());
+         [&] {
+             const XFill fill(fetch, &fetch);
+             const XCritLFReadProxy<int> read(store);
              XLockPlace::AssertNoneHeld();
          }},
     };
-    for (const auto& [message, run] : Cases) {
+    for (const auto& [message, run] : cases) {
         EXPECT_DEATH(run(), message);
     }
 }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// Arrays with a single fault: the right exception is raised, nothing leaks, and wrong counts allocate no memory.
+// Arrays with a single fault: the right exception is raised, the logbook has its place in the array, nothing leaks, and
+// wrong counts allocate no memory.
 #include "allocations.h"
+#include "logcapture.h"
 #include "transferfixtures.h"
 
 #include <algorithm>
@@ -10,7 +12,6 @@
 namespace {
 /// Replaces an element by a number.
 struct Spoiled {
-    const char* name;
     EKind kind;
     ULONG at;
     VARTYPE type;
@@ -19,8 +20,6 @@ struct Spoiled {
     const char* method;
 };
 
-std::ostream& operator<<(std::ostream& out, const Spoiled& row) { return out << row.kind << row.name; }
-
 constexpr ULONG MostNegative = 0x80000000;
 constexpr const char* WrongSize = "wrong safearray size";
 constexpr const char* NegativeCount = "vector element count is negative";
@@ -28,43 +27,40 @@ constexpr const char* WrongAlgorithm = "wrong mapping algorithm stored in safear
 constexpr const char* WrongWrapper = "wrong data wrapper id stored in safearray";
 
 constexpr Spoiled SpoiledArrays[] = {
-    {"Algorithm", EKind::TypeArray, 0, VT_I4, 2, WrongAlgorithm, "GetMapFromArray"},
-    {"Algorithm", EKind::PCArray, 0, VT_I4, 1, WrongAlgorithm, "GetVecFromArray"},
-    {"Algorithm", EKind::TypeComponents, 0, VT_I4, 0, WrongAlgorithm, "GetWrapperFromArray"},
-    {"Wrapper", EKind::TypeArray, 1, VT_I4, 1, WrongWrapper, "GetMapFromArray"},
-    {"Wrapper", EKind::PCArray, 1, VT_I4, 0, WrongWrapper, "GetVecFromArray"},
-    {"Wrapper", EKind::TypeComponents, 1, VT_I4, 2, WrongWrapper, "GetWrapperFromArray"},
-    {"NegativeCount", EKind::PCArray, 2, VT_I4, MostNegative, NegativeCount, "VecFromSafeArray"},
-    {"NegativeValueCount", EKind::TypeArray, 10, VT_I4, 0xFFFFFFFF, NegativeCount, "VecFromSafeArray"},
-    {"NegativeTypeCount", EKind::AttributeList, 61, VT_I4, 0xFFFFFFFF, NegativeCount, "VecFromSafeArray"},
-    {"NegativeSubArray", EKind::TypeArray, 30, VT_I4, 0xFFFFFFFF, WrongSize, "SafeArrayFromSafeArray"},
-    {"MoreNamesThanElements", EKind::TypeArray, 2, VT_UI4, 40, WrongSize, "GetMapFromArray"},
-    {"OneRecordTooMany", EKind::TypeArray, 3, VT_UI4, 3, WrongSize, "FromSafeArray"},
-    {"OneRecordTooMany", EKind::RecordList, 0, VT_I4, 3, WrongSize, "FromSafeArray"},
-    {"OneValueTooMany", EKind::RecordList, 5, VT_I4, 1, WrongSize, "VecFromSafeArray"},
-    {"OneTypeTooMany", EKind::AttributeList, 131, VT_I4, 1, WrongSize, "VecFromSafeArray"},
-    {"TypesBeyondTheEnd", EKind::AttributeList, 61, VT_I4, 9, WrongSize, "ReadAttributeList"},
-    {"SubArrayBeyondTheEnd", EKind::TypeArray, 30, VT_I4, 12, WrongSize, "SafeArrayFromSafeArray"},
-    {"HugeNames", EKind::TypeArray, 2, VT_UI4, 0xFFFFFFFF, WrongSize, "GetMapFromArray"},
-    {"HugeSubArray", EKind::TypeArray, 30, VT_I4, 0x7FFFFFFF, WrongSize, "SafeArrayFromSafeArray"},
-    {"HugeSubArray", EKind::TypeComponents, 10, VT_I4, 0x08000000, WrongSize, "SafeArrayFromSafeArray"},
-    {"HugeCount", EKind::PCArray, 2, VT_I4, 0x7FFFFFFF, WrongSize, "VecFromSafeArray"},
+    {EKind::TypeArray, 0, VT_I4, 2, WrongAlgorithm, "GetMapFromArray"},
+    {EKind::PCArray, 0, VT_I4, 1, WrongAlgorithm, "GetVecFromArray"},
+    {EKind::TypeComponents, 0, VT_I4, 0, WrongAlgorithm, "GetWrapperFromArray"},
+    {EKind::TypeArray, 1, VT_I4, 1, WrongWrapper, "GetMapFromArray"},
+    {EKind::PCArray, 1, VT_I4, 0, WrongWrapper, "GetVecFromArray"},
+    {EKind::TypeComponents, 1, VT_I4, 2, WrongWrapper, "GetWrapperFromArray"},
+    {EKind::PCArray, 2, VT_I4, MostNegative, NegativeCount, "VecFromSafeArray"},
+    {EKind::TypeArray, 10, VT_I4, 0xFFFFFFFF, NegativeCount, "VecFromSafeArray"},
+    {EKind::AttributeList, 61, VT_I4, 0xFFFFFFFF, NegativeCount, "VecFromSafeArray"},
+    {EKind::TypeArray, 30, VT_I4, 0xFFFFFFFF, WrongSize, "SafeArrayFromSafeArray"},
+    {EKind::TypeArray, 2, VT_UI4, 40, WrongSize, "GetMapFromArray"},
+    {EKind::TypeArray, 3, VT_UI4, 3, WrongSize, "FromSafeArray"},
+    {EKind::RecordList, 0, VT_I4, 3, WrongSize, "FromSafeArray"},
+    {EKind::RecordList, 5, VT_I4, 1, WrongSize, "VecFromSafeArray"},
+    {EKind::AttributeList, 131, VT_I4, 1, WrongSize, "VecFromSafeArray"},
+    {EKind::AttributeList, 61, VT_I4, 9, WrongSize, "ReadAttributeList"},
+    {EKind::TypeArray, 30, VT_I4, 12, WrongSize, "SafeArrayFromSafeArray"},
+    {EKind::TypeArray, 2, VT_UI4, 0xFFFFFFFF, WrongSize, "GetMapFromArray"},
+    {EKind::TypeArray, 30, VT_I4, 0x7FFFFFFF, WrongSize, "SafeArrayFromSafeArray"},
+    {EKind::TypeComponents, 10, VT_I4, 0x08000000, WrongSize, "SafeArrayFromSafeArray"},
+    {EKind::PCArray, 2, VT_I4, 0x7FFFFFFF, WrongSize, "VecFromSafeArray"},
 };
 
-class SpoiledArray : public testing::TestWithParam<Spoiled> {};
-
-TEST_P(SpoiledArray, IsRefusedWithoutLargeAllocations) {
-    const Spoiled& row = GetParam();
-    XLXSafeArray array = Sample(row.kind);
-    ASSERT_EQ(V_VT(&ElementOf(array, row.at)), row.type) << "another element of the sample";
-    V_UI4(&ElementOf(array, row.at)) = row.value;
-    const XAllocationWatch watch;
-    EXPECT_EQ(Read(row.kind, std::move(array)), (Raised{E_INVALIDARG, row.text, row.method}));
-    EXPECT_LT(watch.Bytes(), 64U * 1024);
+TEST(SpoiledArray, IsRefusedWithoutLargeAllocations) {
+    for (const Spoiled& row : SpoiledArrays) {
+        SCOPED_TRACE(testing::Message() << row.kind << " " << row.at << " " << row.value);
+        XLXSafeArray array = Sample(row.kind);
+        ASSERT_EQ(V_VT(&ElementOf(array, row.at)), row.type) << "another element of the sample";
+        V_UI4(&ElementOf(array, row.at)) = row.value;
+        const XAllocationWatch watch;
+        EXPECT_EQ(Read(row.kind, std::move(array)), (Raised{E_INVALIDARG, row.text, row.method}));
+        EXPECT_LT(watch.Bytes(), 64U * 1024);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Transfer, SpoiledArray, testing::ValuesIn(SpoiledArrays),
-                         [](const auto& row) { return testing::PrintToString(row.param); });
 
 /// Whether the element at a position may be of any type.
 bool IsFree(EKind kind, ULONG at) {
@@ -117,4 +113,34 @@ TEST_P(EveryElement, IsNeeded) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Transfer, EveryElement, testing::ValuesIn(AllKinds), testing::PrintToStringParamName());
+
+TEST(Refusals, AreLoggedWithTheirPlaceInTheArray) {
+    constexpr std::tuple<EKind, ULONG, const char*> rows[] = {
+        {EKind::TypeArray, 1, "1 of 42 (header)"},
+        {EKind::TypeArray, 3, "3 of 42 (counts)"},
+        {EKind::TypeArray, 6, "6 of 42 (names)"},
+        {EKind::TypeArray, 17, "17 of 42 (component flags, type 'Part')"},
+        {EKind::TypeArray, 21, "21 of 42 (types)"},
+        {EKind::TypeArray, 30, "30 of 42 (editors, type 'Pump')"},
+        {EKind::PCArray, 2, "2 of 9 (relations)"},
+        {EKind::TypeComponents, 10, "10 of 13 (groups)"},
+        {EKind::RecordList, 0, "0 of 6 (records)"},
+        {EKind::AttributeList, 69, "69 of 132 (attribute types, attribute 'Power')"},
+        {EKind::AttributeList, 71, "71 of 100 (attributes)"}, // where the 60 values begin of which only 29 are there
+    };
+    for (const auto& [kind, at, place] : rows) {
+        const bool isCut = at == 71;
+        XLXSafeArray array = Cut(Sample(kind), isCut ? 100 : CountOf(Sample(kind)));
+        if (!isCut) { Spoil(array, at, VT_I2); }
+        const LogCapture log;
+        const Raised raised = Read(kind, std::move(array));
+        const auto entries = log.Entries();
+        ASSERT_EQ(entries.size(), 1U) << place;
+        EXPECT_EQ(LXNarrow(entries[0].text),
+                  std::string("transfer array refused at element ") + place + ": " + raised.text);
+        EXPECT_EQ(entries[0].code, E_INVALIDARG);
+        EXPECT_EQ(entries[0].severity, XLXError::SeverityError);
+        EXPECT_EQ(entries[0].source, "XCFCDataTransfer");
+    }
+}
 } // namespace

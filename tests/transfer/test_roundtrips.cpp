@@ -32,27 +32,13 @@ TEST_P(EveryKind, MayHaveFurtherElementsAfterIt) {
 
 INSTANTIATE_TEST_SUITE_P(Transfer, EveryKind, testing::ValuesIn(AllKinds), testing::PrintToStringParamName());
 
-TEST(TypeArray, GivesNamesRecordsAndUnparsedLists) {
+TEST(TypeArray, MovesItsObjectsAndTakesAnyNumberForTrue) {
     XLXSafeArray array = Sample(EKind::TypeArray);
-    V_BOOL(&ElementOf(array, 20)) = 1; // true, because it is not zero
+    V_BOOL(&ElementOf(array, 20)) = 1;
     const long counted = XCountedObject::counted;
     const XILXTypeMap types = GetMapFromArray(std::move(array));
     EXPECT_EQ(XCountedObject::counted, counted) << "objects are moved, not copied";
-    EXPECT_EQ(types.names, (std::map<XLXText, ULONG>{{OLESTR("Part"), 0}, {OLESTR("Pump"), 1}}));
-    ASSERT_EQ(types.records.size(), 2U);
-    const XILXTypeData& part = types.records.at(0);
-    const XILXTypeData& pump = types.records.at(1);
-    EXPECT_EQ(part.baseIndex, NoBaseIndex);
-    EXPECT_EQ(pump.baseIndex, 0);
-    EXPECT_TRUE(part.listed && part.searchable && pump.listed && !pump.searchable);
-    EXPECT_TRUE(part.config.object && pump.config.object);
-    ASSERT_EQ(pump.config.values.size(), 3U);
-    EXPECT_EQ(pump.config.values[2].AsText(), OLESTR("Part"));
-    EXPECT_FALSE(part.components.editors || pump.components.pages || pump.components.groups ||
-                 pump.components.attributes);
-    ASSERT_TRUE(pump.components.editors);
-    EXPECT_EQ(Describe(pump.components.editors), (std::vector<std::string>{"I4 1", "UNKNOWN", "I4 4", "BSTR tree",
-                                                                           "BOOL true", "BOOL 0", "BSTR Pump.Editor"}));
+    EXPECT_TRUE(types.records.at(0).searchable);
 }
 
 TEST(TypeArray, TakesTheLaterOfTwoEntriesOfOneKey) {
@@ -67,16 +53,7 @@ TEST(TypeArray, TakesTheLaterOfTwoEntriesOfOneKey) {
     EXPECT_EQ(types.records.at(9).baseIndex, 5);
 }
 
-TEST(TypeComponents, DistinguishEmptyFromMissing) {
-    const XILXTypeComp some = GetWrapperFromArray(Sample(EKind::TypeComponents));
-    ASSERT_TRUE(some.pages && some.groups && some.attributes);
-    EXPECT_FALSE(some.editors);
-    EXPECT_EQ(CountOf(some.pages), 4U);
-    EXPECT_EQ(some.pages.Get()->rgsabound[0].lLbound, 0);
-    EXPECT_EQ(CountOf(some.groups), 0U);
-    EXPECT_EQ(CountOf(some.attributes), 0U);
-
-    // Any flag except zero means a list.
+TEST(TypeComponents, HaveAListForAnyFlagExceptZero) {
     const XILXTypeComp read =
         GetWrapperFromArray(ArrayOf(LONG{4}, LONG{4}, ULONG{0}, ULONG{0x80000000}, ULONG{0}, LONG{0}, ULONG{0}));
     EXPECT_TRUE(read.groups && !read.pages && !read.editors && !read.attributes);

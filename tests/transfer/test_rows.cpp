@@ -11,6 +11,10 @@ XLXComVariant Number(const std::optional<LONG>& value) {
     return value ? XLXComVariant::FromI4(*value) : XLXComVariant();
 }
 
+template <class Value> std::optional<LONG> NumberIn(const Value& value) {
+    return value.Empty() ? std::nullopt : value.AsLong();
+}
+
 XVariantRow RowOf(const Expected& expected) {
     XLXVariantVector values;
     for (const auto& value : expected) {
@@ -22,8 +26,7 @@ XVariantRow RowOf(const Expected& expected) {
 void ExpectRow(const XVariantRow& row, const Expected& expected) {
     ASSERT_EQ(row.size(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) {
-        ASSERT_EQ(row[i].Empty(), !expected[i]) << "member " << i << " of " << row.size();
-        if (expected[i]) { ASSERT_EQ(row[i].AsLong(), expected[i]) << "member " << i << " of " << row.size(); }
+        ASSERT_EQ(NumberIn(row[i]), expected[i]) << "member " << i << " of " << row.size();
     }
     EXPECT_TRUE(row[expected.size()].Empty());
 }
@@ -45,9 +48,7 @@ TEST(Rows, KeepAllOtherValuesDuringAnExchange) {
             const std::optional<LONG> next = step % 4 == 3 ? std::nullopt : std::optional(static_cast<LONG>(step));
             XLXComVariant value = Number(next);
             row.Exchange(member, value);
-            ASSERT_EQ(value.Empty(), !expected[member]) << member;
-            if (expected[member]) { ASSERT_EQ(value.AsLong(), expected[member]) << member; }
-            expected[member] = next;
+            ASSERT_EQ(NumberIn(value), std::exchange(expected[member], next)) << member;
             ExpectRow(row, expected);
         }
         XLXComVariant behind = Number(5);

@@ -59,34 +59,32 @@ XLXSafeArray AttributeListSample() {
     writer.Put(LONG{0}); // 131
     return writer.Finish();
 }
+/// By kind.
+constexpr struct {
+    const char* name;
+    XLXSafeArray (*sample)();
+    XLXSafeArray (*readAndWrite)(XLXSafeArray array);
+} Kinds[] = {
+    {"TypeArray", TypeArraySample,
+     [](XLXSafeArray array) { return GetArrayFromMap(GetMapFromArray(std::move(array))); }},
+    {"PCArray", PCArraySample, [](XLXSafeArray array) { return GetArrayFromVec(GetVecFromArray(std::move(array))); }},
+    {"TypeComponents", TypeComponentsSample,
+     [](XLXSafeArray array) { return GetArrayFromWrapper(GetWrapperFromArray(std::move(array))); }},
+    {"RecordList", RecordListSample,
+     [](XLXSafeArray array) { return GetArrayFromSingleTypedVec(GetSingleTypedVecFromArray(std::move(array))); }},
+    {"AttributeList", AttributeListSample,
+     [](XLXSafeArray array) { return GetArrayFromAttributeList(ReadAttributeList(std::move(array))); }},
+};
+const auto& Of(EKind kind) { return Kinds[static_cast<std::size_t>(kind)]; }
 } // namespace
 
 XLXComPtr<IUnknown> NewObject() { return {new XCountedObject}; }
 
-std::ostream& operator<<(std::ostream& out, EKind kind) {
-    constexpr const char* names[] = {"TypeArray", "PCArray", "TypeComponents", "RecordList", "AttributeList"};
-    return out << names[static_cast<int>(kind)];
-}
+std::ostream& operator<<(std::ostream& out, EKind kind) { return out << Of(kind).name; }
 
-XLXSafeArray Sample(EKind kind) {
-    switch (kind) {
-    case EKind::TypeArray: return TypeArraySample();
-    case EKind::PCArray: return PCArraySample();
-    case EKind::TypeComponents: return TypeComponentsSample();
-    case EKind::RecordList: return RecordListSample();
-    default: return AttributeListSample();
-    }
-}
+XLXSafeArray Sample(EKind kind) { return Of(kind).sample(); }
 
-XLXSafeArray ReadAndWrite(EKind kind, XLXSafeArray array) {
-    switch (kind) {
-    case EKind::TypeArray: return GetArrayFromMap(GetMapFromArray(std::move(array)));
-    case EKind::PCArray: return GetArrayFromVec(GetVecFromArray(std::move(array)));
-    case EKind::TypeComponents: return GetArrayFromWrapper(GetWrapperFromArray(std::move(array)));
-    case EKind::RecordList: return GetArrayFromSingleTypedVec(GetSingleTypedVecFromArray(std::move(array)));
-    default: return GetArrayFromAttributeList(ReadAttributeList(std::move(array)));
-    }
-}
+XLXSafeArray ReadAndWrite(EKind kind, XLXSafeArray array) { return Of(kind).readAndWrite(std::move(array)); }
 
 std::string Describe(const VARIANT& element) {
     switch (V_VT(&element)) {
