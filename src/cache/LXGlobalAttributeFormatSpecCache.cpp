@@ -20,10 +20,7 @@ XLXGlobalAttributeFormatSpecCache::~XLXGlobalAttributeFormatSpecCache() { LiveSp
 
 XLXComPtr<XLXGlobalAttributeFormatSpecCache>
 XLXGlobalAttributeFormatSpecCache::FromFace(ILXGlobalAttributeFormatSpec* face) {
-    const auto own = XLXComPtr<ILXGlobalAttributeFormatSpec>(face).As<ILXGlobalAttributeFormatSpec>();
-    return own && LiveSpecs().Contains(own.Get()) ? XLXComPtr<XLXGlobalAttributeFormatSpecCache>(
-                                                        static_cast<XLXGlobalAttributeFormatSpecCache*>(own.Get()))
-                                                  : nullptr;
+    return LiveSpecs().Find<XLXGlobalAttributeFormatSpecCache>(face);
 }
 
 void XLXGlobalAttributeFormatSpecCache::Terminate() noexcept {

@@ -109,13 +109,8 @@ void XFormatMap::NotifyDirectly(const XDirectNotification& notification, XAspect
     });
 }
 
-void XFormatMap::Terminate() {
+void XFormatMap::Terminate(const XObjectTime& time) {
     Map dropped;
-    m_own.Advance();
-    m_mapFormatCache.Write([&](Formats& formats) {
-        dropped.swap(formats.map);
-        DetachAll(dropped);
-        formats.negative.clear();
-        formats.stamp = {};
-    });
+    Advance();
+    m_mapFormatCache.Write([&](Formats& formats) { EmptyIfStale(formats, time, dropped); });
 }

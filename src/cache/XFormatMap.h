@@ -44,7 +44,7 @@ public:
     void NotifyDirectly(const XDirectNotification& notification, XAspectSet& touched) const;
 
     /// Clears the map.
-    void Terminate();
+    void Terminate(const XObjectTime& time);
 
 private:
     using Format = XLXComPtr<XLXFormatCache>;

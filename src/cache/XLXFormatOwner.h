@@ -83,7 +83,7 @@ public:
     /// Clears the formats.
     void Terminate() noexcept {
         XLXError::LogFailure(OLESTR("CFCTools::MapTerminateAndClear m_mapFormatCache failed"), Formats.terminate, [&] {
-            if (XFormatMap* const formats = m_formats.Find(); formats != nullptr) { formats->Terminate(); }
+            if (XFormatMap* const formats = m_formats.Find(); formats != nullptr) { formats->Terminate(Time()); }
         });
     }
 

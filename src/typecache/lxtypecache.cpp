@@ -61,11 +61,7 @@ void XLXTypeCache::ReleaseBase() noexcept {
     t_left = nullptr;
 }
 
-XLXComPtr<XLXTypeCache> XLXTypeCache::FromFace(ILXTypeCache* face) {
-    XLXComPtr<ILXTypeCache> own = XLXComPtr<ILXTypeCache>(face).As<ILXTypeCache>();
-    return own && LiveTypes().Contains(own.Get()) ? XLXComPtr<XLXTypeCache>(static_cast<XLXTypeCache*>(own.Get()))
-                                                  : nullptr;
-}
+XLXComPtr<XLXTypeCache> XLXTypeCache::FromFace(ILXTypeCache* face) { return LiveTypes().Find<XLXTypeCache>(face); }
 
 // A foreign base type is kept and returned as a value, but has no component maps to inherit from.
 HRESULT XLXTypeCache::SetBaseType(ILXTypeCache* pBaseType) {
