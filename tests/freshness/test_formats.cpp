@@ -2,7 +2,7 @@
 //
 // Concurrent requests, creations and deletions of formats: a late answer undoes nothing, and all callers get the same
 // object.
-#include "cachefixture.h"
+#include "inside.h"
 
 #include <future>
 
@@ -49,11 +49,12 @@ protected:
                : Of("ILXGroup")   ? m_group->DeleteFormat()
                                   : m_spec->DeleteFormat(FormatType);
     }
-    void Change(const char* value) {
+    void Change(const char* value, XNotify notify = XNotify::Here) {
         const HRESULT result =
-            Of("ILXAttribute") ? Edit().SetAttributeFormatProperty("Pump", "Head", FormatType, Member, value).result
-            : Of("ILXGroup")   ? Edit().SetGroupFormatProperty("Pump", 7, Member, value).result
-                               : Edit().SetGlobalSpecFormatProperty("Length", FormatType, Member, value).result;
+            Of("ILXAttribute")
+                ? Edit().SetAttributeFormatProperty("Pump", "Head", FormatType, Member, value, notify).result
+            : Of("ILXGroup") ? Edit().SetGroupFormatProperty("Pump", 7, Member, value, notify).result
+                             : Edit().SetGlobalSpecFormatProperty("Length", FormatType, Member, value, notify).result;
         EXPECT_EQ(result, S_OK);
     }
     /// Does work while another thread has the server's answer for the format but has not returned it.
@@ -87,6 +88,18 @@ TEST_P(Formats, ALateAnswerUndoesNoDeletion) {
     Format format;
     EXPECT_EQ(Get(format), S_FALSE);
     EXPECT_FALSE(format);
+}
+
+TEST_P(Formats, ADirectNotificationToAReplacedOneReachesItsSuccessor) {
+    Format replaced;
+    Format successor;
+    EXPECT_EQ(Get(replaced), S_OK);
+    m_server->SendNotification("objects/Pump/0/1"); // makes everything stale
+    EXPECT_EQ(Get(successor), S_OK);
+    ASSERT_NE(replaced, successor);
+    Change("new", XNotify::No);
+    LXNotifyStraight(replaced, OLESTR("properties/Pump/0/1"));
+    EXPECT_EQ(LXRead(successor.Get(), Member), OLESTR("new"));
 }
 
 TEST_P(Formats, ConcurrentFirstCallsGetOneObject) {

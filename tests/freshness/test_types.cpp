@@ -67,6 +67,22 @@ TEST_F(FreshTypes, AMapThatWasMergedWithAnOlderBaseReplacesNoNewerOne) {
     ExpectCalls(0, [&] { EXPECT_TRUE(Has(derived, "Colour")); }); // no call: already merged
 }
 
+// Two threads load all types. The answer that arrives last is the older one.
+TEST_F(FreshTypes, AnOlderAnswerRestoresNoFormerBase) {
+    ASSERT_EQ(Start(), S_OK);
+    m_server->SendNotification("objects/x/0/1");
+    {
+        const Inside overtaken(Calls(), "ILXConfigFactory::GetTypeArrayEx", [&] {
+            Edit().SetTypeProperty("Pump", XProperty::BaseTypeName, "Item", XNotify::No);
+            m_server->SendNotification("objects/Pump/0/1");
+            Beside([&] { EXPECT_FALSE(Has(Type("Pump"), "Power")); }).get();
+        });
+        Type("Valve");
+    }
+    EXPECT_FALSE(Has(Type("Pump"), "Power"));
+    Terminate();
+}
+
 // The server makes a type again while its components are read. Another thread reads them from the new type, and the
 // former type's answer is parsed last.
 TEST_F(FreshTypes, AnAnswerOfAFormerTypeDoesNotReplaceThatOfTheNewOne) {
