@@ -97,6 +97,7 @@ TEST_P(Formats, ADirectNotificationToAReplacedOneReachesItsSuccessor) {
     m_server->SendNotification("objects/Pump/0/1"); // makes everything stale
     EXPECT_EQ(Get(successor), S_OK);
     ASSERT_NE(replaced, successor);
+    EXPECT_EQ(LXRead(successor.Get(), Member), OLESTR("old"));
     Change("new", XNotify::No);
     LXNotifyStraight(replaced, OLESTR("properties/Pump/0/1"));
     EXPECT_EQ(LXRead(successor.Get(), Member), OLESTR("new"));

@@ -72,12 +72,12 @@ TEST_F(FreshTypes, AnOlderAnswerRestoresNoFormerBase) {
     ASSERT_EQ(Start(), S_OK);
     m_server->SendNotification("objects/x/0/1");
     {
-        const Inside overtaken(Calls(), "ILXConfigFactory::GetTypeArrayEx", [&] {
+        const Inside overtaken(Calls(), "ILXConfigFactoryEx::GetTypeArrayEx", [&] {
             Edit().SetTypeProperty("Pump", XProperty::BaseTypeName, "Item", XNotify::No);
             m_server->SendNotification("objects/Pump/0/1");
             Beside([&] { EXPECT_FALSE(Has(Type("Pump"), "Power")); }).get();
         });
-        Type("Valve");
+        Type("Document");
     }
     EXPECT_FALSE(Has(Type("Pump"), "Power"));
     Terminate();
