@@ -52,6 +52,14 @@ TEST_F(Components, AFailedReadOfADisplayPropertyFailsTheCall) {
     EXPECT_EQ(Type("Pump")->GetDisplayAttributeEnum(1, attributes.Put()), E_ACCESSDENIED);
 }
 
+TEST_F(Components, ANumberMayBeAName) {
+    const auto add = [](XServerModel& model) {
+        model.types.at(OLESTR("Item"))->AddAttribute("five", 1).properties.Set(XProperty::AttributeName, 5);
+    };
+    Edit().Change(add, "objects/x/0/1");
+    EXPECT_TRUE(Has(Type("Item"), "5"));
+}
+
 TEST_F(Components, ChildGroupsOfAGroupWithoutAValidNumber) {
     const auto group = Group("Item", 1);
     XLXComPtr<ILXGroupEnum> groups;
