@@ -104,6 +104,28 @@ TEST_F(FreshRelations, ADirectNotificationToAReplacedRelationReachesItsSuccessor
     EXPECT_EQ(LXRead(successor.Get(), XProperty::NameShort), OLESTR("new"));
 }
 
+// The same with a new PC info. A notification to the relation reaches its PC infos too.
+TEST_F(FreshRelations, ADirectNotificationToAReplacedPCInfoReachesItsSuccessor) {
+    Edit().AddPCInfo("Node", "Desk", "nodes", "Wide", false, XNotify::No);
+    m_server->SendNotification("pc/Node/0/4");
+    XLXComPtr<ILXPCInfo> replaced;
+    {
+        const Inside overtaken(Calls(), "ILXParentChild::GetPCInfoEnum",
+                               [&] { AskWithoutWaiting([&] { replaced = Info("Wide"); }); });
+        Info("Wide");
+    }
+    const auto successor = Info("Wide");
+    ASSERT_FALSE(replaced == successor);
+    const auto change = [&](const char* label, const auto& notified) {
+        LXRead(successor.Get(), XProperty::PCInfoLabel);
+        Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Wide", XProperty::PCInfoLabel, label, XNotify::No);
+        LXNotifyStraight(notified, OLESTR("properties/Node/0/1"));
+        EXPECT_EQ(LXNarrow(LXRead(successor.Get(), XProperty::PCInfoLabel)), label);
+    };
+    change("first", replaced);
+    change("second", m_desks);
+}
+
 TEST_F(FreshRelations, AFormerServerObjectThatFailsLeavesNothing) {
     m_server->SendNotification("pc/Node/0/4");
     Calls().FailCall("ILXParentChild::GetPCInfoEnum", E_FAIL);
