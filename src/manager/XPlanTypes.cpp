@@ -6,6 +6,8 @@ using Objects = std::vector<XLXComPtr<ILX_BaseDataObject>>;
 using Relations = std::vector<XRelationHost::PlanTypeRelation>;
 
 constexpr ULONG ObjectBatch = 100;
+constexpr int MostSearches = 4;
+constexpr const OLECHAR* SearchFailed = OLESTR("the plan types cannot be searched");
 
 constexpr LXErrorLocation At() { return LXManagerAt("InternalFillPlantypeMap"); }
 
@@ -41,28 +43,58 @@ Objects ChildrenOf(ILX_BaseDataObject& object, const OLECHAR* childList) {
                      [&](IEnumBaseDataObject** out) { return object.GetChildren(list.Get(), out); });
 }
 
-HRESULT ResetSearch(ILX_Query& query) {
-    LXServerCall("ILX_Query::ResetSearch");
-    return query.ResetSearch(0);
-}
+/// A search for the active sets of plan types. Its criteria are state of the query object, which two threads may use at
+/// once: a thread that must not wait for another one's load searches itself.
+class Search {
+public:
+    /// @param calls  the calls to the query object by all threads
+    Search(ILX_Query& query, std::atomic<std::uint64_t>& calls) : m_query(query), m_calls(calls), m_own(calls.load()) {}
+    Search(const Search&) = delete;
+    /// Resets the search on every way out, so that the query object keeps no reference to it.
+    ~Search() {
+        XLXError::LogFailure(OLESTR("the search for plan types cannot be reset"), At(), [&] { Reset(OLESTR("")); });
+    }
 
-/// The active sets of plan types.
-Objects MasterSets(ILX_Query& query) {
-    constexpr const OLECHAR* failureText = OLESTR("the plan types cannot be searched");
-    const auto check = [](HRESULT result) { XLXError::RaiseIfFailed(result, failureText, At()); };
-    // Resets the search on every way out, so that the query object keeps no reference to it.
-    const auto reset = [](ILX_Query* searched) {
-        XLXError::LogFailure(OLESTR("the search for plan types cannot be reset"), At(),
-                             [&] { XLXError::RaiseIfFailed(ResetSearch(*searched), OLESTR(""), At()); });
-    };
-    const std::unique_ptr<ILX_Query, decltype(reset)> search(&query, reset);
-    check(ResetSearch(query));
-    LXServerCall("ILX_Query::SetSearchTable");
-    check(query.SetSearchTable(XLXComBSTR(OLESTR("lumbrixtypeset")).Get()));
-    LXServerCall("ILX_Query::SetSearchAttribute");
-    check(query.SetSearchAttribute(XLXComBSTR(OLESTR("master")).Get(), 0, XLXComVariant::FromI4(1).Get(), 0));
-    return ObjectsOf("ILX_Query::GetSearchResult", failureText,
-                     [&](IEnumBaseDataObject** out) { return query.GetSearchResult(out); });
+    Objects Result() {
+        Reset(SearchFailed);
+        Call("ILX_Query::SetSearchTable", SearchFailed,
+             [&] { return m_query.SetSearchTable(XLXComBSTR(OLESTR("lumbrixtypeset")).Get()); });
+        Call("ILX_Query::SetSearchAttribute", SearchFailed, [&] {
+            return m_query.SetSearchAttribute(XLXComBSTR(OLESTR("master")).Get(), 0, XLXComVariant::FromI4(1).Get(), 0);
+        });
+        Count();
+        return ObjectsOf("ILX_Query::GetSearchResult", SearchFailed,
+                         [&](IEnumBaseDataObject** out) { return m_query.GetSearchResult(out); });
+    }
+    /// Whether another thread called the query object since this search began.
+    bool IsDisturbed() const noexcept { return m_calls.load() != m_own; }
+
+private:
+    void Count() noexcept {
+        ++m_own;
+        ++m_calls;
+    }
+    void Call(const char* method, const OLECHAR* failureText, auto&& call) {
+        Count();
+        LXServerCall(method);
+        XLXError::RaiseIfFailed(call(), failureText, At());
+    }
+    void Reset(const OLECHAR* failureText) {
+        Call("ILX_Query::ResetSearch", failureText, [&] { return m_query.ResetSearch(0); });
+    }
+
+    ILX_Query& m_query;
+    std::atomic<std::uint64_t>& m_calls;
+    std::uint64_t m_own; ///< what m_calls is if only this search calls
+};
+
+Objects MasterSets(ILX_Query& query, std::atomic<std::uint64_t>& calls) {
+    for (int i = 0; i < MostSearches; ++i) {
+        Search search(query, calls);
+        Objects sets = search.Result();
+        if (!search.IsDisturbed()) { return sets; }
+    }
+    XLXError::Raise(E_FAIL, SearchFailed, At());
 }
 
 // Ignores plan types and children without a name, because nothing could find them. If a name occurs twice, the last
@@ -86,9 +118,9 @@ void AddPlanType(ILX_BaseDataObject& object, XNameMap<Relations>& map) {
     if (AttributeOf(object, OLESTR("recursiv")).AsBool().value_or(false)) { allow(name); }
 }
 
-XNameMap<Relations> FetchPlanTypes(const XConnection& server) {
+XNameMap<Relations> FetchPlanTypes(const XConnection& server, std::atomic<std::uint64_t>& calls) {
     XNameMap<Relations> map;
-    for (const auto& set : MasterSets(*server.query)) {
+    for (const auto& set : MasterSets(*server.query, calls)) {
         for (const auto& planType : ChildrenOf(*set, OLESTR("lumbrixtype"))) {
             AddPlanType(*planType, map);
         }
@@ -112,7 +144,9 @@ XPlanTypes::Value XPlanTypes::Loaded() {
     if (!server || !server->query) { return nullptr; }
     std::exception_ptr failure;
     Value loaded;
-    LXKeepFailure(failure, [&] { loaded = LoadFrom(*server, FetchPlanTypes); });
+    LXKeepFailure(failure, [&] {
+        loaded = LoadFrom(*server, [this](const XConnection& from) { return FetchPlanTypes(from, m_queryCalls); });
+    });
     if (failure) {
         XLXError::LogFailure(OLESTR("InternalGetPlantypeRelations failed"), At(), [&] { LXRaiseKept(failure); });
     }

@@ -5,6 +5,8 @@
 #include "XCFGStringKey.h"
 #include "XRegistry.h"
 
+#include <atomic>
+
 /// The plan types: types of the plans of the object database, with the relations to the types allowed below each. They
 /// are searched with the query object. A failing search is logged and answered with no plan types. That answer is not
 /// cached, so the next request asks again.
@@ -19,6 +21,8 @@ public:
 private:
     /// Null when there are none.
     Value Loaded();
+
+    std::atomic<std::uint64_t> m_queryCalls{0}; // calls to the query object; see Search
 };
 
 #endif

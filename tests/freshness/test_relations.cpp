@@ -126,6 +126,17 @@ TEST_F(FreshRelations, ADirectNotificationToAReplacedPCInfoReachesItsSuccessor) 
     change("second", m_desks);
 }
 
+TEST_F(FreshRelations, ASearchForPlanTypesThatAnotherThreadDisturbsIsRepeated) {
+    const auto isPlan = [&] { return m_cache->IsPlantype(m_server->DataObject("Plan").Get()); };
+    m_server->SendNotification("pc/x/0/1");
+    {
+        const Inside overtaken(Calls(), "ILX_Query::SetSearchAttribute",
+                               [&] { AskWithoutWaiting([&] { EXPECT_EQ(isPlan(), S_OK); }); });
+        EXPECT_EQ(isPlan(), S_OK);
+    }
+    ExpectCalls(0, [&] { EXPECT_EQ(isPlan(), S_OK); });
+}
+
 TEST_F(FreshRelations, AFormerServerObjectThatFailsLeavesNothing) {
     m_server->SendNotification("pc/Node/0/4");
     Calls().FailCall("ILXParentChild::GetPCInfoEnum", E_FAIL);
