@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Writer for the flat arrays of the bulk transfer: a sequence of VARIANTs, each of exactly the type that the reader
-// expects. docs/transfer-format.md describes the format.
+// expects. transfer-format.md of the documents describes the format.
 //
 // Ownership  An array owns its elements until Detach moves them into a SAFEARRAY, which the caller owns.
 // Threading  Not thread-safe: one thread at a time.

@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: MIT
 """The faults that lxcfc finds in one configuration, between two, and between cache and server."""
 import copy
+import os
 import unittest
+import unittest.mock
 
 from program import Model, answer_of, file_of, lxcfc, main
 
@@ -33,6 +35,10 @@ class Faults(unittest.TestCase):
         self.assertEqual(len(found), len(FINDINGS))
         shipped = lxcfc("doctor", "--json")
         self.assertEqual([f["object"] for f in shipped.json()["findings"]], ["Vessel/DesignCode"], shipped)
+        with unittest.mock.patch.dict(os.environ, LX_FAULTY="names"):
+            names = lxcfc("doctor", "--server", os.environ["LXCFC_FAULTY"], "--json").json()["findings"]
+        self.assertEqual([(f["id"], f["object"]) for f in names if f["severity"] == "error"],
+                         [("missing-base", "Stray"), ("unknown-type", "relation Part/Nothing/parts")])
         notes = {"types": [{"name": "A", "pages": [{"number": 1}]}]}
         self.assertEqual(lxcfc("doctor", "--model", file_of(self.addCleanup, notes)).status, 0)
 

@@ -54,6 +54,7 @@ class Terminal(unittest.TestCase):
             self.assertIn(shown.replace("\\", "\\\\") if "graph" in arguments else shown, answer.out + answer.error)
             self.assertIsNone(re.search("[\x00-\x09\x0b-\x1f\x7f-\x9f\u202e]", answer.out + answer.error), answer)
         self.assertEqual(lxcfc("types", "--json", *model).json()["tree"][0]["name"], HOSTILE)
+        self.assertIsNone(re.search("[\x00-\x09\x0b-\x1f\x7f-\x9f\u202e]", on_terminal(80, "types", "--json", *model)))
 
     def test_output_that_cannot_be_written_is_an_error(self):
         for arguments in (["types"], ["types", "--json"], ["graph", "types"], ["--help"], ["--version"]):

@@ -65,7 +65,7 @@ class VerifyServer(unittest.TestCase):
         answer = lxcfc("verify-server", "--no-start", "--server", FAULTY)
         self.assertEqual(answer.status, 2, answer)
         self.assertIn('LXEditServer answered E_INVALIDARG: "the model has no attribute Pump/Weight"\n', answer.error)
-        with unittest.mock.patch.dict(os.environ, LX_FAULTY="1"):
+        with unittest.mock.patch.dict(os.environ, LX_FAULTY="creation"):
             answer = lxcfc("types", "--server", FAULTY)
         self.assertEqual(answer.status, 2, answer)
         self.assertIn('LXConnectServer answered E_FAIL: "the catalogue of Mül is locked"\n', answer.error)

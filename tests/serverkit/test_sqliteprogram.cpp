@@ -19,12 +19,12 @@ std::optional<DWORD> RunProgram(const std::wstring& arguments) {
 }
 
 /// A cache in this process, in front of a server in another one.
-lxcfc::Cache Connect() {
+lxcfc::Cache Connect(lxcfc::Changed changed = {}) {
     lxcfc::Ptr<ILXConfigFactory> factory;
     lxcfc::Check(CoCreateInstance(ServerClass, nullptr, CLSCTX_LOCAL_SERVER, __uuidof(ILXConfigFactory),
                                   reinterpret_cast<void**>(factory.Put())),
                  "CoCreateInstance");
-    return lxcfc::Cache(factory, factory.As<ILXDataUpdate>(), {}, {factory.As<ILX_Query>()});
+    return lxcfc::Cache(factory, factory.As<ILXDataUpdate>(), std::move(changed), {factory.As<ILX_Query>()});
 }
 std::wstring UnitOf(const lxcfc::Cache& cache) { return cache.Type("Pump").Attribute("RatedFlow").Text(lx::Unit); }
 
@@ -57,11 +57,13 @@ TEST_F(SqliteProgram, ComStartsItEditsReachItsClientsAndItEnds) {
     const std::wstring onDatabase = L"--database \"" + Database() + L"\"";
     EXPECT_EQ(RunProgram(onDatabase + L" --register"), 0u);
     {
-        const lxcfc::Cache cache = Connect();
+        std::atomic<bool> isCalled{false};
+        const lxcfc::Cache cache = Connect([&](const lxcfc::Change&) { isCalled = true; });
         ASSERT_EQ(UnitOf(cache), L"m\u00B3/h");
         const std::wstring edit = L"UPDATE attribute SET unit = 'l/s' WHERE type = 'Pump' AND name = 'RatedFlow'";
         EXPECT_EQ(RunProgram(onDatabase + L" --sql \"" + edit + L"\""), 0u);
-        EXPECT_TRUE(WaitFor([&] { return UnitOf(cache) == L"l/s"; }));
+        EXPECT_TRUE(WaitFor([&] { return isCalled.load(); }));
+        EXPECT_EQ(UnitOf(cache), L"l/s");
     }
     EXPECT_TRUE(Ends()) << "without a client it ends by itself";
     const lxcfc::Cache cache = Connect();

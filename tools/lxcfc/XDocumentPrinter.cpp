@@ -84,9 +84,14 @@ std::string XDocumentPrinter::Shown(const std::string& name, const XJson& value)
     return word.empty() ? LXShown(LXPlain(value)) : word;
 }
 
+/// On a terminal everything but ASCII is escaped, because some characters control it.
+static void PutJson(const XJson& document, int indent) {
+    std::puts(document.dump(indent, ' ', XToolOutput::IsTerminal(), XJson::error_handler_t::replace).c_str());
+}
+
 void XDocumentPrinter::Print(const XJson& document) {
     if (m_json) {
-        std::puts(document.dump(2, ' ', false, XJson::error_handler_t::replace).c_str());
+        PutJson(document, 2);
         return;
     }
     Members(document);
@@ -94,7 +99,7 @@ void XDocumentPrinter::Print(const XJson& document) {
 
 void XDocumentPrinter::PrintNext(const XJson& document) {
     if (m_json) {
-        std::puts(document.dump(-1, ' ', false, XJson::error_handler_t::replace).c_str());
+        PutJson(document, -1);
         std::fflush(stdout);
         return;
     }
