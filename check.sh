@@ -84,7 +84,6 @@ leg_rules() {
         '\b[Ss]pecif''ication\b|\bthe [Ss]pe''c\b|\bspec\.m''d\b|\bParts? [1-8]\.[0-9]\b' .
     forbid "exceptions are caught at the boundary, and where something is put right before they go on" \
         'catch \(\.\.\.\)' 'src/*.h' 'src/*.cpp' ':!src/support/LXError32/*' ':!src/cache/lxcfctools.*' \
-        ':!src/cache/XInvalidationLog.cpp' \
         ':!src/sync/XLFCritSectionDelegator.h'
     forbid "extensions of one compiler stand in LXCompiler.h" \
         '__attribute__|__declspec|__builtin_' 'src/*' 'server/*' 'tools/*' 'include/*' 'platform/*' 'examples/*' \

@@ -113,7 +113,11 @@ macro(lx_compile_fast release sanitized)
   if(LX_SANITIZE)
     add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:${sanitized}>)
   elseif(NOT LX_BUILD_BENCH)
-    add_compile_options($<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:C,CXX>>:${release}$<SEMICOLON>-g1>)
+    set(lx_release $<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:C,CXX>>)
+    add_compile_options($<${lx_release}:${release}>)
+    if(CMAKE_CXX_FLAGS_RELEASE MATCHES "-g") # the demonstrations are built without debug information
+      add_compile_options($<${lx_release}:-g1>)
+    endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
       add_compile_options(-Wno-array-bounds -Wno-stringop-overread) # false positives at -O1, as with -Wrestrict above
     endif()
