@@ -72,8 +72,7 @@ private:
                 mix(word);
             }
             word = 0;
-            if (left != 0) // the data pointer of an empty view may be null
-            {
+            if (left != 0) { // the data pointer of an empty view may be null
                 std::memcpy(&word, at, left * sizeof *at);
             }
             mix(word ^ (static_cast<std::uint64_t>(name.size()) << 48));

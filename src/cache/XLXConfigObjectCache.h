@@ -4,7 +4,7 @@
 //
 // A cached object implements the interface of the server object that it mirrors, and the callback interface for change
 // notifications sent directly to it. The first read fetches all values of the server object in one call; later reads
-// are answered from the property store while its stamp equals the one that would be noted now.
+// are answered from the property store while its stamp equals the current one.
 //
 // Ownership  The object holds one reference to its server object and one to the clock of its connection. The last
 //            Release destroys it.
@@ -160,7 +160,7 @@ public:
     /// may still arrive.
     ///
     /// Everything loaded through a former server object becomes stale: the pointer is replaced first and the own counts
-    /// are advanced afterwards, while readers note a stamp first and take the pointer afterwards. An object that a
+    /// are advanced afterwards, while readers take a stamp first and the pointer afterwards. An object that a
     /// source supplied, or is about to supply, counts as a former one.
     /// @param source  supplies the server object on first use, if the record has none
     /// @return false: a newer record was taken before, and nothing changed
@@ -247,14 +247,14 @@ protected:
     /// Asks the server for all values and stores them. Any result of the server other than S_OK is returned.
     /// @param use  called with the values before they are stored
     template <class Use> HRESULT Fetch(Use&& use) {
-        const XStamp noted{Now(), m_store.Own().Now()};
+        const XStamp stamp{Now(), m_store.Own().Now()};
         XVariantRow values;
         const auto ask = [&, server = Server()] { return LXFetchProperties(*server, Facts.At("GetProperty"), values); };
         const HRESULT fetched = m_refill ? m_refill->Costs()->Timed(ask) : ask();
         if (fetched != S_OK) { return fetched; }
         const XLXComPtr<IUnknown> displaced = self().AmendValues(values);
         use(static_cast<const XVariantRow&>(values));
-        Assign(values, noted);
+        Assign(values, stamp);
         return S_OK;
     }
 
@@ -266,7 +266,7 @@ protected:
         constexpr std::uint64_t last = ~std::uint64_t{0};
         m_server.Swap(none, {last, last});
     }
-    static constexpr const XCachedObjectFacts& TheFacts = Facts;
+    static constexpr const XCachedObjectFacts& TheClass = Facts;
 
     XPropertyStore& Store() noexcept { return m_store; }
     const XPropertyStore& Store() const noexcept { return m_store; }

@@ -8,7 +8,7 @@
 //
 // So after a notification, the first stale object of a type fetches alone. The second one reads all components of the
 // type. After a share of the types has been read in this way, the next one reads all types. The values go into the
-// stores of the existing objects, with a stamp noted before the call. Sets and server objects stay as they are. An
+// stores of the existing objects, with a stamp taken before the call. Sets and server objects stay as they are. An
 // object whose values were not delivered asks for them itself.
 //
 // Ownership  A refill is shared by its objects and refers weakly to the type or manager that reads for it.
@@ -66,7 +66,7 @@ public:
     XRefill(const XRefill&) = delete;
     XRefill& operator=(const XRefill&) = delete;
 
-    /// Sets the number of objects: readAll runs once a share of them, but at least two, was found stale.
+    /// Sets the number of objects. Once a twelfth of them, and at least two, were found stale, readAll runs.
     void SetObjects(std::size_t count) noexcept { m_enough.store(std::max(FewestStale, count / WorthOfAll)); }
 
     /// Reports that an object found its values stale. True: readAll has run, so the values may be fresh now.

@@ -56,12 +56,12 @@ XLXAttributeCache::XLXAttributeCache(XLXComPtr<IUnknown> server, XClockPtr clock
 
 HRESULT XLXAttributeCache::AddAttributeType(ILXAttributeType** ppAttributeType) {
     return LXPassOn(
-        TheFacts.At("AddAttributeType"), "ILXAttribute::AddAttributeType", LXNoResult::PointerError,
+        TheClass.At("AddAttributeType"), "ILXAttribute::AddAttributeType", LXNoResult::PointerError,
         [&] { return Server(); }, &ILXAttribute::AddAttributeType, ppAttributeType);
 }
 
 HRESULT XLXAttributeCache::RemoveAttributeType(ILXAttributeType* pAttributeType, LONG* plResult) {
-    return XLXError::Guarded(TheFacts.At("RemoveAttributeType"), [&] {
+    return XLXError::Guarded(TheClass.At("RemoveAttributeType"), [&] {
         const auto server = Server();
         LXServerCall("ILXAttribute::RemoveAttributeType");
         return server->RemoveAttributeType(pAttributeType, plResult);
@@ -70,7 +70,7 @@ HRESULT XLXAttributeCache::RemoveAttributeType(ILXAttributeType* pAttributeType,
 
 HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum) {
     if (ppEnum == nullptr) { return E_POINTER; }
-    return LXAnswer(TheFacts.At("GetAttributeTypeEnum"), OLESTR("ppEnum"), ppEnum,
+    return LXAnswer(TheClass.At("GetAttributeTypeEnum"), OLESTR("ppEnum"), ppEnum,
                     [&] { return LXHandOutAll<ILXAttributeType>(LoadAttributeTypes(), ppEnum); });
 }
 
@@ -99,15 +99,17 @@ void XLXAttributeCache::OnAssigned(const XVariantRow& values, const XStamp& stam
     m_factsStamp.store(stamp.IsNone() ? 0 : stamp.Sum(), std::memory_order_release);
 }
 
-XDisplayFacts XLXAttributeCache::Facts() {
-    if (auto known = KnownFacts(); known || (IsReadWithOthers() && (known = KnownFacts()))) { return *known; }
+XDisplayFacts XLXAttributeCache::DisplayFacts() {
+    if (auto known = FreshDisplayFacts(); known || (IsReadWithOthers() && (known = FreshDisplayFacts()))) {
+        return *known;
+    }
     XDisplayFacts facts;
     bool isWhole = false;
     const HRESULT result = Fetch([&](const XVariantRow& values) {
         facts = XDisplayFacts(values);
         isWhole = values.size() > Origin;
     });
-    XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"), TheFacts.At("Facts"));
+    XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"), TheClass.At("Facts"));
     if (result == S_OK && !isWhole) { LXRaisePropertyIndex(Origin); }
     return facts;
 }
@@ -120,8 +122,8 @@ XLXAttributeCache::TypeMapPtr XLXAttributeCache::LoadAttributeTypes() {
     std::exception_ptr failure;
     TypeMapPtr types = m_attributeTypes.Load(
         TimeOf(XAspect::AttributeTypes),
-        [&](const XStamp& noted) {
-            return FetchAttributeTypes({noted, moment}, failure);
+        [&](const XStamp& stamp) {
+            return FetchAttributeTypes({stamp, moment}, failure);
         },
         [&](const TypeMap& loaded, const TypeMapPtr& former) { OnAttributeTypes(loaded, former.get(), moment); });
     LXRaiseKept(failure); // the types read before the failure are cached, so it is raised only once
@@ -139,7 +141,7 @@ XLXAttributeCache::TypeMapPtr XLXAttributeCache::FetchAttributeTypes(const XRequ
 // If the server cannot enumerate the types, the result is empty and is cached like any other.
 XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(const XRequestTime& requested,
                                                                  std::exception_ptr& failure) const {
-    const LXErrorLocation at = TheFacts.At("LoadAttributeTypes");
+    const LXErrorLocation at = TheClass.At("LoadAttributeTypes");
     TypeMap fresh;
     XRetired retired;
     const auto server = Server();
@@ -154,8 +156,7 @@ XLXAttributeCache::TypeMap XLXAttributeCache::ReadAttributeTypes(const XRequestT
                     nullptr, XLXComPtr<IUnknown>(std::move(element)), {}, requested, Clock(), retired, Refill());
                 const auto name = wrapper->TryRead(int{MemberAttributeTypeName});
                 auto key = name ? XCFGStringKey::Of(*name) : std::nullopt;
-                if (key) // a nameless type could never be found
-                {
+                if (key) { // a nameless type could never be found
                     fresh.insert_or_assign(std::move(*key), wrapper);
                 }
             });
@@ -182,12 +183,12 @@ void XLXAttributeCache::AddAttributeType(const TypeMapPtr& former, TypeMap& to, 
     if (type.values.empty()) {
         if (type.object) {
             XLXError::Raise(E_INVALIDARG, OLESTR("for an empty cached attribute type the interface ptr must be NULL"),
-                            TheFacts.At("CreateAttributeType", 301));
+                            TheClass.At("CreateAttributeType", 301));
         }
         return;
     }
-    if (auto key = XCFGStringKey::Of(type.values[MemberAttributeTypeName])) // a nameless type could never be found
-    {
+    // A nameless type could never be found.
+    if (auto key = XCFGStringKey::Of(type.values[MemberAttributeTypeName])) {
         XServerSourcePtr own =
             type.object ? nullptr : std::make_shared<const AttributeTypeSource>(source(), key->Text());
         LXEnterRecord(former.get(), to, std::move(*key), std::move(type.object), std::move(type.values), requested,

@@ -53,7 +53,7 @@ public:
                               XRetired& retired);
 
     /// The display facts if they are fresh. Lock-free.
-    std::optional<XDisplayFacts> KnownFacts() const noexcept {
+    std::optional<XDisplayFacts> FreshDisplayFacts() const noexcept {
         if (m_factsStamp.load(std::memory_order_acquire) != XStamp{Now(), Store().Own().Now()}.Sum()) {
             return std::nullopt;
         }
@@ -61,7 +61,7 @@ public:
         return m_facts.load(std::memory_order_acquire);
     }
     /// The display facts, fetched from the server unless they are fresh. Raises failures.
-    XDisplayFacts Facts();
+    XDisplayFacts DisplayFacts();
 
     /// Clears the attribute types and the formats.
     void Terminate() noexcept;

@@ -6,16 +6,16 @@ constexpr int MemberGroupNumber = 2;
 } // namespace
 
 HRESULT XLXGroupCache::GetChildGroupEnum(ILXGroupEnum** ppEnum) {
-    return XLXError::Guarded(TheFacts.At("GetChildGroupEnum"), [&] {
-        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheFacts.At("GetChildGroupEnum", 275));
+    return XLXError::Guarded(TheClass.At("GetChildGroupEnum"), [&] {
+        LXCheckOut(ppEnum, OLESTR("ppEnum"), TheClass.At("GetChildGroupEnum", 275));
         const LONG number = OwnNumber();
         if (number == 0) {
-            XLXError::Raise(E_INVALIDARG, OLESTR("invalid group number 0"), TheFacts.At("GetChildGroupEnum", 287));
+            XLXError::Raise(E_INVALIDARG, OLESTR("invalid group number 0"), TheClass.At("GetChildGroupEnum", 287));
         }
         const auto owner = m_owner.Lock();
         if (!owner) {
             XLXError::Raise(E_POINTER, OLESTR("owner type association not initialized"),
-                            TheFacts.At("GetChildGroupEnum", 289));
+                            TheClass.At("GetChildGroupEnum", 289));
         }
         return owner->GetChildGroupEnum(number, ppEnum);
     });
@@ -27,7 +27,7 @@ LONG XLXGroupCache::OwnNumber() {
     const auto number = value ? value->AsLong() : std::nullopt;
     if (!number) {
         XLXError::Raise(E_INVALIDARG, OLESTR("accessing group property LXCFG_groupnumber failed"),
-                        TheFacts.At("GetChildGroupEnum", 294));
+                        TheClass.At("GetChildGroupEnum", 294));
     }
     return *number;
 }

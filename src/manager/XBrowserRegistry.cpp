@@ -19,8 +19,8 @@ XNameMap<XLXComPtr<XLXBrowserIdCache>> FetchBrowserIds(const XConnection& server
                 XLXComVariant name;
                 XLXError::RaiseIfFailed(browserId->GetProperty(MemberBrowserId, name.Put()),
                                         OLESTR("the name of a browser id cannot be read"), at);
-                if (auto key = XCFGStringKey::Of(name)) // a nameless id could never be found
-                {
+                // A nameless id could never be found.
+                if (auto key = XCFGStringKey::Of(name)) {
                     fresh.insert_or_assign(std::move(*key), std::move(browserId));
                 }
             });

@@ -72,12 +72,12 @@ XTypeMap::Answer XTypeMap::Find(XLXTextView name) const {
     return answer;
 }
 
-XTypeMap::Note XTypeMap::TakeNote(const XClockPtr& clock) const {
+XTypeMap::RequestTime XTypeMap::Now(const XClockPtr& clock) const {
     const XMoment moment = clock->Copy();
     return {{moment.At(XAspect::TypeMap)}, clock, std::make_shared<const XMoment>(moment)};
 }
 
-bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole) {
+bool XTypeMap::Enter(XTypeRecords& records, const RequestTime& requested, bool isWhole) {
     for (const XTypeRecord& record : records) {
         if (record.name.empty()) {
             XLXError::Raise(E_INVALIDARG, OLESTR("typename for CFC type cache entry must not be empty"),
@@ -88,15 +88,15 @@ bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole) {
     std::vector<XLXText> messages; // logged after the locks are released
     {
         const XLeafLock entering(m_entering);
-        if (!(XCritReadProxy<Known>(m_mapType)->clock == noted.clock)) { return false; }
-        Refresh(records, noted, retired);
+        if (!(XCritReadProxy<Known>(m_mapType)->clock == requested.clock)) { return false; }
+        Refresh(records, requested, retired);
         const XCritProxy<Known> known(m_mapType);
         Apply(*known, records);
         if (isWhole) { ForgetNegative(*known, 0); }
         if (m_host) { m_host->refill->SetObjects(known->map.size()); }
         LinkBases(known->map, retired, messages);
         m_version.fetch_add(1);
-        if (isWhole && !noted.stamp.IsOlderThan(known->stamp)) { known->stamp = noted.stamp; }
+        if (isWhole && !requested.stamp.IsOlderThan(known->stamp)) { known->stamp = requested.stamp; }
     }
     for (const XLXText& message : messages) {
         XLXError::WriteErrorToLogBook(E_FAIL, XLXError::SeverityError, message, LXManagerAt("CreateTypeCache"));
@@ -106,11 +106,11 @@ bool XTypeMap::Enter(XTypeRecords& records, const Note& noted, bool isWhole) {
 
 /// Passes each record to the known type of its name, or to a new one. Clears the name of a record that is older than
 /// what the type has, so that Apply skips it.
-void XTypeMap::Refresh(XTypeRecords& records, const Note& noted, XRetired& retired) {
+void XTypeMap::Refresh(XTypeRecords& records, const RequestTime& requested, XRetired& retired) {
     for (XTypeRecord& record : records) {
         XLXComPtr<XLXTypeCache> type = Find(record.name).type;
         if (!type) {
-            record.made = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, noted.clock);
+            record.made = LXCFCTOOLS::Make<XLXTypeCache>(nullptr, requested.clock);
             record.made->SetModeSupplier(m_mode);
             record.made->SetName(record.name);
             record.made->SetRefills(m_host ? m_host->refill : nullptr);
@@ -119,7 +119,8 @@ void XTypeMap::Refresh(XTypeRecords& records, const Note& noted, XRetired& retir
         XServerSourcePtr source =
             m_host && !record.config.object ? std::make_shared<const TypeSource>(m_host, record.name) : nullptr;
         if (type->TakeTypeRecord(std::move(record.config.object), std::move(source), std::move(record.config.values),
-                                 std::move(record.components), record.mode, noted.stamp, noted.moment, retired)) {
+                                 std::move(record.components), record.mode, requested.stamp, requested.moment,
+                                 retired)) {
             type->SetFlags(record.listed, record.searchable);
         } else {
             record.name.clear();
@@ -147,10 +148,10 @@ void XTypeMap::ForgetNegative(Known& known, std::size_t most) {
     }
 }
 
-void XTypeMap::EnterNegative(XLXTextView name, const Note& noted) {
+void XTypeMap::EnterNegative(XLXTextView name, const RequestTime& requested) {
     XCFGStringKey key(name);
     const XCritProxy<Known> known(m_mapType);
-    const bool isCurrent = known->clock == noted.clock && IsNow(noted.stamp, *known);
+    const bool isCurrent = known->clock == requested.clock && IsNow(requested.stamp, *known);
     if (isCurrent && !known->map.contains(key) && !known->negative.contains(key)) {
         known->oldest.push_back(key);
         known->negative.insert(std::move(key));

@@ -51,24 +51,24 @@ public:
     /// Whether all types were read since the connection began.
     bool IsFilled() const;
 
-    /// The stamp and the moment that are noted before the server is asked.
-    struct Note {
+    /// The stamp and the moment that are taken before the server is asked.
+    struct RequestTime {
         XStamp stamp;
         XClockPtr clock;
         std::shared_ptr<const XMoment> moment;
     };
-    Note TakeNote(const XClockPtr& clock) const;
+    RequestTime Now(const XClockPtr& clock) const;
 
     /// Enters types: refreshes known ones in place, adds the others, and links every type to its base. Objects are
     /// created and refreshed without the map's lock; server objects are released with no lock held. Raises E_INVALIDARG
     /// if a record has no name.
     /// @param isWhole  the records are all types of the server: the map becomes fresh and drops its negative answers
-    /// @return false: the connection of the note is over, and nothing was entered
-    bool Enter(XTypeRecords& records, const Note& noted, bool isWhole);
+    /// @return false: the connection of the request is over, and nothing was entered
+    bool Enter(XTypeRecords& records, const RequestTime& requested, bool isWhole);
 
     /// Records that the server has no type of that name, unless the map has the type or a notification arrived since
-    /// the note was taken.
-    void EnterNegative(XLXTextView name, const Note& noted);
+    /// the request.
+    void EnterNegative(XLXTextView name, const RequestTime& requested);
 
     /// All types, in key order.
     std::vector<Map::value_type> Types() const;
@@ -96,11 +96,11 @@ private:
         XStamp stamp;
         XClockPtr clock; ///< of the connection; null: no connection
     };
-    /// Whether a stamp equals the one that would be noted now.
+    /// Whether a stamp is the current one.
     bool IsNow(const XStamp& stamp, const Known& known) const noexcept {
         return known.clock && stamp == XStamp{known.clock->Now(XAspect::TypeMap)};
     }
-    void Refresh(XTypeRecords& records, const Note& noted, XRetired& retired);
+    void Refresh(XTypeRecords& records, const RequestTime& requested, XRetired& retired) LX_NEEDS(m_entering);
     static void Apply(Known& known, XTypeRecords& records);
     static void ForgetNegative(Known& known, std::size_t most);
 
@@ -108,8 +108,8 @@ private:
     XFillMutex m_fill;
     XFillCount m_fills;
     XLeafMutex m_entering{XLockLevel::TypeEntry}; // one answer enters at a time
-    XTypeHostPtr m_host;                          // guarded by m_entering
-    std::atomic<std::uint64_t> m_version{1};      // incremented under the map's write lock
+    XTypeHostPtr m_host LX_GUARDED_BY(m_entering);
+    std::atomic<std::uint64_t> m_version{1}; // incremented under the map's write lock
     mutable XCritDataCFC<Known> m_mapType{XLockLevel::TypeMap};
 };
 

@@ -36,7 +36,7 @@ public:
     static HRESULT RefuseNullFace() noexcept {
         return XLXError::RefusePointer(OLESTR("ppv"), LXManagerAt("QueryInterface"));
     }
-    /// ILXCallback is answered by ILXCallbackUpdate, which derives from it.
+    /// QueryInterface for ILXCallback returns ILXCallbackUpdate, which derives from it.
     void* FindFace(REFIID iid) noexcept {
         return XUnknown::FindFace(IsEqualIID(iid, LXIid<ILXCallback>()) ? LXIid<ILXCallbackUpdate>() : iid);
     }
@@ -142,7 +142,7 @@ public:
     XTypeMap& Types() noexcept { return m_types; }
     XTransferModeSupplier& TransferMode() noexcept { return *m_transferMode; }
     /// Adds types of the server to the type map. Returns the map to answer from.
-    XTypeMapPtr EnterTypes(XTypeRecords& records, const XTypeMap::Note& noted, bool isWhole);
+    XTypeMapPtr EnterTypes(XTypeRecords& records, const XTypeMap::RequestTime& requested, bool isWhole);
 
     // XRelationHost
     XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr& clock, const char* method) const override;

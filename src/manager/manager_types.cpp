@@ -90,11 +90,12 @@ std::pair<XTypeMapPtr, HRESULT> XLXConfigFactoryCacheManager::InternalFillTypeMa
 }
 
 // An answer whose connection is over is not cached: its types go into a map of their own, for this caller only.
-XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(XTypeRecords& records, const XTypeMap::Note& noted, bool isWhole) {
-    if (m_types.Enter(records, noted, isWhole)) { return XTypeMapPtr(XTypeMapPtr(), &m_types); }
+XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(XTypeRecords& records, const XTypeMap::RequestTime& requested,
+                                                     bool isWhole) {
+    if (m_types.Enter(records, requested, isWhole)) { return XTypeMapPtr(XTypeMapPtr(), &m_types); }
     const auto apart = std::make_shared<XTypeMap>(m_transferMode);
-    apart->Begin(noted.clock);
-    apart->Enter(records, noted, isWhole);
+    apart->Begin(requested.clock);
+    apart->Enter(records, requested, isWhole);
     return apart;
 }
 
@@ -123,15 +124,15 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByTypeNames(LONG count, BSTR* typ
         const XLXSafeArray wanted = NameArray(names, loading);
         const XConnectionPtr server = Access("LoadTypesByNames");
         ILXConfigFactoryEx& factory = server->Bulk("LoadTypesByNames");
-        const XTypeMap::Note noted = m_types.TakeNote(server->clock);
+        const XTypeMap::RequestTime requested = m_types.Now(server->clock);
         auto records = LXAskForTypes("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", mode,
                                      OLESTR("the types cannot be loaded by name"), loading, [&](SAFEARRAY** out) {
                                          return factory.GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out);
                                      });
-        if (records) { EnterTypes(*records, noted, false); }
+        if (records) { EnterTypes(*records, requested, false); }
         for (const BSTR name : names) {
             if (const XLXTextView text = LXBstrView(name); !text.empty()) {
-                m_types.EnterNegative(text, noted); // does nothing for the names that were delivered
+                m_types.EnterNegative(text, requested); // does nothing for the names that were delivered
             }
         }
         return records ? S_OK : S_FALSE;

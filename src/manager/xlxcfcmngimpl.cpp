@@ -36,7 +36,7 @@ XTypeRecord RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name) {
 XTypeMapPtr XLXCFCMngImplServer::FillTypeCache() {
     const LXErrorLocation at = LXManagerAt("FillTypeCacheServerImpl");
     const XConnectionPtr server = m_manager.Access("FillTypeCacheServerImpl");
-    const XTypeMap::Note noted = m_manager.Types().TakeNote(server->clock);
+    const XTypeMap::RequestTime requested = m_manager.Types().Now(server->clock);
     XLXComPtr<ILXTypeEnum> types;
     HRESULT result = LXAsk("ILXConfigFactory::GetTypeEnum", types, LXNoResult::Nothing, {}, at,
                            [&](ILXTypeEnum** out) { return server->configFactory->GetTypeEnum(nullptr, out); });
@@ -49,7 +49,7 @@ XTypeMapPtr XLXCFCMngImplServer::FillTypeCache() {
         }
     });
     XLXError::RaiseIfFailed(result, OLESTR("the types cannot be enumerated"), at);
-    return m_manager.EnterTypes(records, noted, true);
+    return m_manager.EnterTypes(records, requested, true);
 }
 
 // Walks up the chain of bases to the first cached one, then enters the whole chain. Raises if the chain has a cycle.
@@ -57,7 +57,7 @@ XLXComPtr<XLXTypeCache> XLXCFCMngImplServer::FetchType(XLXTextView name) {
     const LXErrorLocation at = LXManagerAt("FetchTypeServerImpl");
     XTypeMap& types = m_manager.Types();
     const XConnectionPtr server = m_manager.Access("FetchTypeServerImpl");
-    const XTypeMap::Note noted = types.TakeNote(server->clock);
+    const XTypeMap::RequestTime requested = types.Now(server->clock);
     XTypeRecords chain;
     XLXText next(name);
     while (!next.empty() && (chain.empty() || !types.Find(next).type)) {
@@ -68,7 +68,7 @@ XLXComPtr<XLXTypeCache> XLXCFCMngImplServer::FetchType(XLXTextView name) {
                   [&](ILXType** out) { return server->configFactory->GetType(wanted.Get(), nullptr, out); });
         XLXError::RaiseIfFailed(result, OLESTR("the server failed to get the type"), at);
         if (result != S_OK) {
-            types.EnterNegative(next, noted);
+            types.EnterNegative(next, requested);
             break;
         }
         chain.push_back(RecordOf(found, next));
@@ -81,7 +81,7 @@ XLXComPtr<XLXTypeCache> XLXCFCMngImplServer::FetchType(XLXTextView name) {
                             at);
         }
     }
-    return !chain.empty() ? m_manager.EnterTypes(chain, noted, false)->Find(name).type : nullptr;
+    return !chain.empty() ? m_manager.EnterTypes(chain, requested, false)->Find(name).type : nullptr;
 }
 
 LONG XLXCFCMngImplServer::NamedLoadMode(bool includeTypeAttributes) const {
@@ -109,9 +109,9 @@ std::optional<XTypeRecords> XLXCFCMngImplClient::LoadAllTypes(ILXConfigFactoryEx
 XTypeMapPtr XLXCFCMngImplClient::FillTypeCache() {
     const XConnectionPtr server = m_manager.Access("LoadAllTypes");
     ILXConfigFactoryEx& factory = server->Bulk("LoadAllTypes");
-    const XTypeMap::Note noted = m_manager.Types().TakeNote(server->clock);
+    const XTypeMap::RequestTime requested = m_manager.Types().Now(server->clock);
     auto records = LoadAllTypes(factory, BulkMode());
-    return records ? m_manager.EnterTypes(*records, noted, true) : nullptr;
+    return records ? m_manager.EnterTypes(*records, requested, true) : nullptr;
 }
 
 void XLXCFCMngImplClient::RefillTypes(const XClockPtr& clock) {
@@ -129,10 +129,10 @@ XLXComPtr<XLXTypeCache> XLXCFCMngImplClient::FetchType(XLXTextView name) {
     const LXErrorLocation at = LXManagerAt("FetchTypeClientImpl");
     const XConnectionPtr server = m_manager.Access("LoadTypeByName");
     ILXConfigFactoryEx& factory = server->Bulk("LoadTypeByName");
-    const XTypeMap::Note noted = types.TakeNote(server->clock);
+    const XTypeMap::RequestTime requested = types.Now(server->clock);
     XTypeRecords records = LoadTypeByName(factory, name, false);
     if (records.empty()) {
-        types.EnterNegative(name, noted);
+        types.EnterNegative(name, requested);
         return nullptr;
     }
     if (std::ranges::any_of(records, &XTypeRecord::IsBaseMissing)) {
@@ -142,7 +142,7 @@ XLXComPtr<XLXTypeCache> XLXCFCMngImplClient::FetchType(XLXTextView name) {
     if (!baseName.empty() && baseName != name && !types.Find(baseName).type) {
         records = LoadTypeByName(factory, name, true);
     }
-    const XTypeMap::Answer answer = m_manager.EnterTypes(records, noted, false)->Find(name);
+    const XTypeMap::Answer answer = m_manager.EnterTypes(records, requested, false)->Find(name);
     if (!answer.isKnown) { XLXError::Raise(E_FAIL, OLESTR("no type in typemap"), at); }
     return answer.type;
 }

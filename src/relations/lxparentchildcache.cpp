@@ -13,12 +13,12 @@ XLXParentChildCache::XLXParentChildCache(XLXComPtr<IUnknown> server, XClockPtr c
       m_pcInfos(nullptr, XStamp{}, TimeOf(XAspect::PCInfos)) {}
 
 HRESULT XLXParentChildCache::GetPCInfoEnum(ILXPCInfoEnum** ppEnum) {
-    return LXAnswer(TheFacts.At("GetPCInfoEnum", 368), OLESTR("ppEnum"), ppEnum,
+    return LXAnswer(TheClass.At("GetPCInfoEnum", 368), OLESTR("ppEnum"), ppEnum,
                     [&] { return LXHandOutAll<ILXPCInfo>(LoadPCInfos(), ppEnum); });
 }
 
 HRESULT XLXParentChildCache::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) {
-    return LXAnswer(TheFacts.At("GetPCInfo", 404), OLESTR("ppPCInfo"), ppPCInfo,
+    return LXAnswer(TheClass.At("GetPCInfo", 404), OLESTR("ppPCInfo"), ppPCInfo,
                     [&] { return LXHandOut(FindPCInfo(LXBstrView(bstrBrowserId)), ppPCInfo); });
 }
 
@@ -44,10 +44,10 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos() {
     XMoment moment;
     const PCInfoMapPtr infos = m_pcInfos.Load(
         TimeOf(XAspect::PCInfos),
-        [&](const XStamp& noted) {
+        [&](const XStamp& stamp) {
             moment = Moment();
             auto fresh = std::make_shared<PCInfoMap>();
-            LXKeepFailure(failure, [&] { FetchPCInfos(*fresh, {noted, moment}); });
+            LXKeepFailure(failure, [&] { FetchPCInfos(*fresh, {stamp, moment}); });
             return fresh;
         },
         // New PC infos missed a direct notification to the relation that arrived after the moment; taking over the
@@ -65,7 +65,7 @@ XLXParentChildCache::PCInfoMapPtr XLXParentChildCache::LoadPCInfos() {
 
 // A known PC info is refreshed in place, because clients may hold it.
 void XLXParentChildCache::FetchPCInfos(PCInfoMap& fresh, const XRequestTime& requested) const {
-    const LXErrorLocation at = TheFacts.At("LoadPCInfos");
+    const LXErrorLocation at = TheClass.At("LoadPCInfos");
     const PCInfoMapPtr former = m_pcInfos.Held();
     XRetired retired;
     XLXComPtr<ILXPCInfoEnum> infos;

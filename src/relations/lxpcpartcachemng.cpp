@@ -44,10 +44,10 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Load() {
     MapPtr replaced;
     MapPtr map = m_relations.Load(
         {m_clock, XAspect::Relations},
-        [&](const XStamp& noted) {
+        [&](const XStamp& stamp) {
             refreshed = m_relations.Held();
             auto fresh = std::make_shared<Map>();
-            LXKeepFailure(failure, [&] { LoadAllPCRelation(*factory, noted, refreshed.get(), *fresh); });
+            LXKeepFailure(failure, [&] { LoadAllPCRelation(*factory, stamp, refreshed.get(), *fresh); });
             if (failure) {
                 *fresh = refreshed ? *refreshed : Map();
                 fresh->answers = false;
@@ -59,8 +59,7 @@ XLXPCPartCacheMng::MapPtr XLXPCPartCacheMng::Load() {
             if (former) {
                 ForEachDropped(*former, loaded, [](XLXParentChildCache& relation) { relation.Detach(); });
             }
-            if (former != refreshed) // a parallel load published meanwhile and may have detached some
-            {
+            if (former != refreshed) { // a parallel load published meanwhile and may have detached some
                 for (const auto& [names, entry] : loaded.inOrder) {
                     entry.relation->Attach();
                 }
@@ -83,12 +82,12 @@ std::vector<XILXPCData> XLXPCPartCacheMng::AskForRelations(ILXConfigFactory& fac
     return result == S_OK ? XLXCFCDataTransfer::GetVecFromArray(std::move(array)) : std::vector<XILXPCData>();
 }
 
-void XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, const XStamp& noted, const Map* former,
+void XLXPCPartCacheMng::LoadAllPCRelation(ILXConfigFactory& factory, const XStamp& stamp, const Map* former,
                                           Map& fresh) {
     const XMoment moment = m_clock->Copy();
     XRetired retired;
     for (XILXPCData& record : AskForRelations(factory)) {
-        AddRelation(fresh, std::move(record), former, {noted, moment}, retired);
+        AddRelation(fresh, std::move(record), former, {stamp, moment}, retired);
     }
     fresh.inOrder.Settle();
     if (m_refill) { m_refill->SetObjects(fresh.inOrder.size()); }

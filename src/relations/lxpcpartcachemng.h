@@ -82,7 +82,7 @@ private:
 
     // Loading
     MapPtr Load();
-    void LoadAllPCRelation(ILXConfigFactory& factory, const XStamp& noted, const Map* former, Map& fresh);
+    void LoadAllPCRelation(ILXConfigFactory& factory, const XStamp& stamp, const Map* former, Map& fresh);
     static std::vector<XLXCFCDataTransfer::XILXPCData> AskForRelations(ILXConfigFactory& factory);
     void AddRelation(Map& map, XLXCFCDataTransfer::XILXPCData record, const Map* former, const XRequestTime& requested,
                      XRetired& retired) const;

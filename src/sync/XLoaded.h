@@ -12,8 +12,7 @@
 #include <mutex>
 #include <optional>
 
-/// The time by which a holder becomes stale: an aspect of a connection's clock. Without an aspect, only the own count
-/// matters.
+/// Decides whether a holder is stale: an aspect of a connection's clock. Without an aspect, only the own count matters.
 template <class Clock> struct XBasicTime {
     XLXComPtr<Clock> clock;
     std::optional<XAspect> aspect;
@@ -35,11 +34,11 @@ struct XObjectTime {
 template <class T, class Time> struct XPublished {
     std::shared_ptr<const T> value; ///< null: nothing loaded yet
     XStamp stamp;
-    Time time; ///< answers of another time are not accepted
+    Time time; ///< answers of another connection are not accepted
 
     bool IsFresh(std::uint64_t own) const noexcept { return stamp == XStamp{time.Now(), own}; }
     /// Drops the value and returns it, so that the caller destroys it after the lock.
-    std::shared_ptr<const T> Empty() noexcept {
+    std::shared_ptr<const T> TakeOut() noexcept {
         stamp = {};
         return std::exchange(value, nullptr);
     }
@@ -76,7 +75,7 @@ public:
 
 /// A holder of data that is loaded from the server as a whole: an immutable value that is only replaced.
 ///
-/// Load checks the value, takes the fill mutex, checks again, notes a stamp, asks with no lock held, and publishes the
+/// Load checks the value, takes the fill mutex, checks again, takes a stamp, asks with no lock held, and publishes the
 /// value with its stamp under one lock. A published value is never replaced by one whose stamp is older in either word.
 /// An answer that a notification overtook is published with its stamp, and is therefore stale. An answer that arrives
 /// after End, or after Begin with another clock, is returned to its caller but not published.
@@ -98,7 +97,7 @@ public:
         m_own.Advance();
         const Value former = m_guarded.Write([&](auto& published) {
             std::swap(published.time, time); // the former clock is released after the lock
-            return published.Empty();
+            return published.TakeOut();
         });
     }
     /// Empties the holder and accepts no more answers; does nothing if the holder accepts those of another time.
@@ -109,13 +108,13 @@ public:
             m_own.Advance();
             std::swap(published.time, time);
             published.time = Time{};
-            return published.Empty();
+            return published.TakeOut();
         });
     }
     /// Empties the holder; the next query loads again. Returns the dropped value.
     Value Clear() {
         m_own.Advance();
-        return m_guarded.Write([](auto& published) { return published.Empty(); });
+        return m_guarded.Write([](auto& published) { return published.TakeOut(); });
     }
 
     /// The value if it is fresh, otherwise null.
@@ -148,9 +147,9 @@ public:
         Value answer = m_fills.IsServed(begun) ? Held() : nullptr;
         if (!answer) {
             m_fills.Run(fill, [&] {
-                const XStamp noted{time.Now(), m_own.Now()};
-                answer = ask(noted);
-                return Publish(time, answer, noted, publish);
+                const XStamp stamp{time.Now(), m_own.Now()};
+                answer = ask(stamp);
+                return Publish(time, answer, stamp, publish);
             });
         }
         return answer;

@@ -4,7 +4,7 @@
 //
 // The server's records are delivered, wait until the first query, and are then parsed and merged with the base type's
 // map. Map, content number, the merged base's content number, stamp and waiting records are published together, under
-// one lock. The map is current while its stamp equals the one that would be noted now, no records wait, and the base's
+// one lock. The map is current while its stamp equals the current one, no records wait, and the base's
 // map is current with the content that was merged.
 //
 // Locks      Completion walks the chain of bases from the top down and holds the fetch mutex of one type at a time. It
@@ -36,8 +36,8 @@ public:
 
     explicit XMapInheritedComp(Owner& owner) noexcept : m_owner(owner) {}
 
-    /// The current stamp, noted before the server is asked.
-    XStamp Note() const noexcept { return {Now(), m_own.Now()}; }
+    /// The current stamp, taken before the server is asked.
+    XStamp CurrentStamp() const noexcept { return {Now(), m_own.Now()}; }
     /// The stamp of records from a bulk answer.
     XStamp StampFrom(const XMoment& moment) const noexcept {
         return LXStampFrom(moment, Kind.set, m_own, m_owner.Direct());
@@ -57,9 +57,9 @@ public:
     }
 
     /// Whether fresh data is present, parsed or waiting, so that the server need not be asked.
-    bool HasData() const {
+    bool HasFreshRecords() const {
         return m_state.Read(
-            [&, now = Note()](const State& state) { return IsUsable(state.delivered) || state.stamp == now; });
+            [&, now = CurrentStamp()](const State& state) { return IsUsable(state.delivered) || state.stamp == now; });
     }
 
     /// Brings the map up to date. Raises failures; the next query asks again.
@@ -166,7 +166,7 @@ private:
 
     /// The content number if the map is fresh and was merged with that content of the base (0: without a base).
     std::optional<std::uint64_t> ContentIfCurrent(std::uint64_t baseContent) const {
-        return m_state.Read([&, now = Note()](const State& state) {
+        return m_state.Read([&, now = CurrentStamp()](const State& state) {
             const bool isFresh = state.stamp == now && state.delivered.stamp.IsNone();
             return isFresh && state.baseContent == baseContent ? std::optional(state.content) : std::nullopt;
         });
@@ -271,7 +271,9 @@ private:
     // the same, because a caller waits for them; their stamps mark what is stale.
     XStampedRecords TakeRecords() {
         XStampedRecords waiting = TakeWaiting();
-        if (!IsUsable(waiting) && waiting.stamp == Note() && m_owner.IsReadWithAll()) { waiting = TakeWaiting(); }
+        if (!IsUsable(waiting) && waiting.stamp == CurrentStamp() && m_owner.IsReadWithAll()) {
+            waiting = TakeWaiting();
+        }
         return IsUsable(waiting) ? std::move(waiting) : m_owner.FetchTypeCacheComponents(Kind.mode);
     }
     XStampedRecords TakeWaiting() {
@@ -279,7 +281,7 @@ private:
     }
     /// Whether both the set of components and their values in the records are fresh.
     bool IsUsable(const XStampedRecords& records) const noexcept {
-        return records.stamp == Note() && (!records.array || AreValuesFresh(*records.moment));
+        return records.stamp == CurrentStamp() && (!records.array || AreValuesFresh(*records.moment));
     }
     /// Whether the values of records from that moment are fresh.
     bool AreValuesFresh(const XMoment& moment) const noexcept {

@@ -44,7 +44,7 @@ void XLXTypeCache::ReleaseBase() noexcept {
     }
     if (!base) { return; }
     face.Reset();
-    XLXError::LogFailure(OLESTR("releasing the base type failed"), TheFacts.At("ReleaseBase"), [&] {
+    XLXError::LogFailure(OLESTR("releasing the base type failed"), TheClass.At("ReleaseBase"), [&] {
         XLXComVariant member;
         Store().WriteGrow(MemberBaseType, member);
     });
@@ -65,12 +65,12 @@ XLXComPtr<XLXTypeCache> XLXTypeCache::FromFace(ILXTypeCache* face) { return Live
 
 // A foreign base type is kept and returned as a value, but has no component maps to inherit from.
 HRESULT XLXTypeCache::SetBaseType(ILXTypeCache* pBaseType) {
-    return XLXError::Guarded(TheFacts.At("SetBaseType"), [&] {
+    return XLXError::Guarded(TheClass.At("SetBaseType"), [&] {
         XRetired retired;
         const XLXComPtr<XLXTypeCache> own = FromFace(pBaseType);
         XLXTypeCache* const base = own.Get() != this ? own.Get() : nullptr;
         if (!Link(own ? base : pBaseType, base, retired)) {
-            XLXError::Raise(E_INVALIDARG, OLESTR("the base type derives from this type"), TheFacts.At("SetBaseType"));
+            XLXError::Raise(E_INVALIDARG, OLESTR("the base type derives from this type"), TheClass.At("SetBaseType"));
         }
         return S_OK;
     });
@@ -135,15 +135,15 @@ XILXTypeComp XLXTypeCache::AskForComponents(LONG mode, const LXErrorLocation& at
 
 // The stamps and the moment are taken before the server object: what a former server object delivers is then stale.
 XStampedRecords XLXTypeCache::FetchTypeCacheComponents(LONG mode) {
-    const LXErrorLocation at = TheFacts.At("FetchTypeCacheComponents");
+    const LXErrorLocation at = TheClass.At("FetchTypeCacheComponents");
     const LONG wanted = ModeToFetch(mode);
-    std::vector<XStamp> noted; // in the order of the maps
-    ForEachMap([&](const auto& map) { noted.push_back(map.Note()); });
+    std::vector<XStamp> stamps; // in the order of the maps
+    ForEachMap([&](const auto& map) { stamps.push_back(map.CurrentStamp()); });
     const auto moment = std::make_shared<const XMoment>(Moment());
     XILXTypeComp components = AskForComponents(wanted, at);
     XRetired retired;
     XStampedRecords requested;
-    auto stamp = noted.begin();
+    auto stamp = stamps.begin();
     ForEachMap([&](auto& map) {
         XStampedRecords records{std::move(components.*map.TheKind.records), moment, *stamp++};
         if (mode == map.TheKind.mode) {
@@ -160,10 +160,10 @@ LONG XLXTypeCache::ModeToFetch(LONG requested) {
     const LONG mode = DefaultMode() | requested;
     if (mode == LXTM_UNSET) {
         XLXError::Raise(E_INVALIDARG, XLXFormat() << "invalid data transfer mode: " << requested,
-                        TheFacts.At("FetchTypeCacheComponents"));
+                        TheClass.At("FetchTypeCacheComponents"));
     }
     LONG there = 0;
-    ForEachMap([&](const auto& map) { there |= map.HasData() ? LONG{map.TheKind.mode} : 0; });
+    ForEachMap([&](const auto& map) { there |= map.HasFreshRecords() ? LONG{map.TheKind.mode} : 0; });
     return (mode & ~there) | requested;
 }
 
@@ -211,7 +211,7 @@ void XLXTypeCache::RefillComponents() {
     mode &= DefaultMode();
     if (mode == 0) { return; }
     const auto moment = std::make_shared<const XMoment>(Moment());
-    XILXTypeComp components = AskForComponents(mode, TheFacts.At("RefillComponents"));
+    XILXTypeComp components = AskForComponents(mode, TheClass.At("RefillComponents"));
     XRetired retired;
     TakeValues({}, std::move(components), mode, moment, retired);
 }
@@ -246,6 +246,6 @@ void XLXTypeCache::OnDirectNotification(const XDirectNotification& notification,
 
 void XLXTypeCache::Terminate() noexcept {
     ForEachMap([](auto& map) {
-        XLXError::LogFailure(map.TheKind.emptyingFailed, TheFacts.At("Terminate"), [&] { map.Terminate(); });
+        XLXError::LogFailure(map.TheKind.emptyingFailed, TheClass.At("Terminate"), [&] { map.Terminate(); });
     });
 }

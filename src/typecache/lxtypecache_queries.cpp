@@ -85,8 +85,8 @@ HRESULT GroupsWhere(auto& map, const char* method, int member, LONG wanted, ILXG
 
 HRESULT DisplayedAttributes(auto& map, const char* method, LONG mask, LONG group, ILXAttributeEnum** ppEnum) {
     return Enumerate(map, method, ppEnum, [=](const XCFGStringKey&, XLXAttributeCache& attribute) {
-        const auto known = attribute.KnownFacts();
-        return IsTaken(known ? *known : attribute.Facts(), mask, group);
+        const auto known = attribute.FreshDisplayFacts();
+        return IsTaken(known ? *known : attribute.DisplayFacts(), mask, group);
     });
 }
 
