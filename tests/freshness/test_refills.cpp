@@ -193,6 +193,8 @@ TEST_F(Refills, LeaveSetsUnchanged) {
     EXPECT_EQ(UnitOf("T0", "A"), "old");
     EXPECT_EQ(Made([&] { EXPECT_EQ(UnitOf("T0", "C"), "old"); }), (Calls3{0, 1, 0}));
     EXPECT_TRUE(Attribute("T0", "B") == removed);
+    XLXComVariant lacking; // the bulk read has no value for it
+    EXPECT_EQ(Made([&] { removed->GetProperty(XProperty::Unit, lacking.Put()); }), (Calls3{1, 0, 0}));
     XLXComPtr<ILXAttribute> added;
     EXPECT_EQ(Type("T0")->GetAttribute(XLXComBSTR(OLESTR("D")).Get(), added.Put()), S_FALSE);
 }
