@@ -40,8 +40,9 @@ protected:
 
     XLXComPtr<ILXType> m_document;
 
-private:
     XLXComPtr<ILXConfigFactoryEx> Bulk() { return m_server->ConfigFactory().As<ILXConfigFactoryEx>(); }
+
+private:
     HRESULT WithSameObjects(HRESULT result, SAFEARRAY** array) {
         XILXTypeMap types = GetMapFromArray(XLXSafeArray(std::exchange(*array, nullptr)));
         for (const auto& [name, index] : types.names) {
@@ -68,6 +69,35 @@ TEST_F(UnparsedRecords, AreParsedEvenIfTheMapIsFresh) {
     Edit().AddAttribute("Document", "Author", 0, XNotify::No);
     Load();
     ExpectCalls(0, [&] { EXPECT_TRUE(Find(OLESTR("Author"))); });
+}
+
+// The last release of a server's object runs foreign code, which may ask the cache.
+TEST_F(UnparsedRecords, AreReleasedWithNoLockHeld) {
+    int released = 0;
+    const auto ask = [&] {
+        ++released;
+        XLXComPtr<ILXType> none;
+        Factory()->GetType(XLXComBSTR(OLESTR("Unknown")).Get(), nullptr, none.Put());
+    };
+    m_factory->types = [&](SAFEARRAY** out) {
+        const HRESULT result = Bulk()->GetTypeArrayEx(15, out);
+        XILXTypeMap types = GetMapFromArray(XLXSafeArray(std::exchange(*out, nullptr)));
+        for (auto& [index, type] : types.records) {
+            std::vector<XILXAttributeData> attributes = ReadAttributeList(std::move(type.components.attributes));
+            for (XILXAttributeData& attribute : attributes) {
+                attribute.object = XLXComPtr<IUnknown>(new WorkAtRelease(ask));
+            }
+            type.components.attributes = GetArrayFromAttributeList(std::move(attributes));
+        }
+        *out = GetArrayFromMap(std::move(types)).Detach();
+        return result;
+    };
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(released, 0);
+        m_server->SendNotification("objects/x/0/2");
+        Named(OLESTR("Document"));
+    }
+    EXPECT_GT(released, 0);
 }
 
 TEST_F(UnparsedRecords, AreNotDroppedWhenAnOlderMapIsPublished) {
