@@ -4,8 +4,8 @@
 //
 // A connection has one clock with a number for each aspect. Every notification that concerns the aspect advances the
 // number. Before asking the server, the caller takes a stamp; the answer is published together with that stamp. Cached
-// data is fresh while its stamp equals the current stamp. So an answer that a notification overtook is
-// never fresh, however late it arrives, and a notification touches no cached data.
+// data is fresh while its stamp equals the current one. So an answer that a notification overtook is never fresh, however
+// late it arrives, and a notification touches no cached data.
 //
 // Ownership  Reference counted; everything created in a connection holds one reference. The clock refers to nothing.
 // Threading  Thread-safe. Notifications write, everybody else reads.

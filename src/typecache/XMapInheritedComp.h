@@ -4,8 +4,8 @@
 //
 // The server's records are delivered, wait until the first query, and are then parsed and merged with the base type's
 // map. Map, content number, the merged base's content number, stamp and waiting records are published together, under
-// one lock. The map is current while its stamp equals the current one, no records wait, and the base's
-// map is current with the content that was merged.
+// one lock. The map is current while its stamp equals the current one, no records wait, and the base's map is current
+// with the content that was merged.
 //
 // Locks      Completion walks the chain of bases from the top down and holds the fetch mutex of one type at a time. It
 //            asks the server and parses records with no map lock held. A published map is immutable and only replaced:

@@ -56,6 +56,11 @@ bool IsNumeric(const XJson& rows, const std::string& column) {
         return !row.contains(column) || row[column].is_number() || row[column].is_null();
     });
 }
+
+/// On a terminal everything but ASCII is escaped, because some characters control it.
+void PutJson(const XJson& document, int indent) {
+    std::puts(document.dump(indent, ' ', XToolOutput::IsTerminal(), XJson::error_handler_t::replace).c_str());
+}
 } // namespace
 
 std::string LXPlain(const XJson& value) {
@@ -82,11 +87,6 @@ std::string LXPlain(const XJson& value) {
 std::string XDocumentPrinter::Shown(const std::string& name, const XJson& value) const {
     const std::string word = value.is_number_integer() ? m_word(name, value.get<long long>()) : "";
     return word.empty() ? LXShown(LXPlain(value)) : word;
-}
-
-/// On a terminal everything but ASCII is escaped, because some characters control it.
-static void PutJson(const XJson& document, int indent) {
-    std::puts(document.dump(indent, ' ', XToolOutput::IsTerminal(), XJson::error_handler_t::replace).c_str());
 }
 
 void XDocumentPrinter::Print(const XJson& document) {
