@@ -70,11 +70,11 @@ protected:
     }
 };
 
-/// Sends a notification directly to a cached object.
-template <class Interface> void LXNotifyStraight(const XLXComPtr<Interface>& object, const XText& dataId) {
-    const XLXComBSTR dataType(OLESTR("cfc_specific"));
-    EXPECT_EQ(object.template As<ILXCallbackUpdate>()->DataObjectChanged(XLXComBSTR(dataId.Get()).Get(), dataType.Get(),
-                                                                         256, 900, 0, nullptr),
+/// Sends a notification directly to a cached object, or to the cache.
+template <class Interface>
+void LXNotifyStraight(const XLXComPtr<Interface>& object, const std::string& dataId, ULONG number = 900) {
+    EXPECT_EQ(LXCall(*object.template As<ILXCallbackUpdate>(), &ILXCallbackUpdate::DataObjectChanged, dataId,
+                     "cfc_specific", 256u, number, 0u, nullptr),
               S_OK);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Types by name, and the effect of changes on the server.
-#include "cachefixture.h"
+#include "inside.h"
 
 class Types : public CacheTest {
 protected:
@@ -133,9 +133,7 @@ TEST_F(Types, AddTypeReturnsACachedObject) {
 TEST_F(Types, ARepeatedNotificationIsHandledOnce) {
     const auto head = Attribute("Pump", "Head");
     const auto expectReads = [&](ULONG number, unsigned expected) {
-        EXPECT_EQ(LXCall(*m_cache.As<ILXCallbackUpdate>(), &ILXCallbackUpdate::DataObjectChanged, "properties/x/0/512",
-                         "cfc_specific", 256u, number, 0u, nullptr),
-                  S_OK);
+        LXNotifyStraight(m_cache, "properties/x/0/512", number);
         ExpectCalls(expected, [&] { LXRead(head.Get(), XProperty::AttributeName); });
     };
     expectReads(1000, 1);

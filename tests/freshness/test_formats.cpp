@@ -99,7 +99,7 @@ TEST_P(Formats, ADirectNotificationToAReplacedOneReachesItsSuccessor) {
     ASSERT_NE(replaced, successor);
     EXPECT_EQ(LXRead(successor.Get(), Member), OLESTR("old"));
     Change("new", XNotify::No);
-    LXNotifyStraight(replaced, OLESTR("properties/Pump/0/1"));
+    LXNotifyStraight(replaced, "properties/Pump/0/1");
     EXPECT_EQ(LXRead(successor.Get(), Member), OLESTR("new"));
 }
 

@@ -119,7 +119,7 @@ TEST_F(FreshRelations, ADirectNotificationToAReplacedPCInfoReachesItsSuccessor) 
     const auto change = [&](const char* label, const auto& notified) {
         LXRead(successor.Get(), XProperty::PCInfoLabel);
         Edit().SetPCInfoProperty("Node", "Desk", "nodes", "Wide", XProperty::PCInfoLabel, label, XNotify::No);
-        LXNotifyStraight(notified, OLESTR("properties/Node/0/1"));
+        LXNotifyStraight(notified, "properties/Node/0/1");
         EXPECT_EQ(LXNarrow(LXRead(successor.Get(), XProperty::PCInfoLabel)), label);
     };
     change("first", replaced);

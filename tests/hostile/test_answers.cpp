@@ -68,7 +68,7 @@ TEST_F(OddAnswers, ValuesByReferenceAreCopiedWhenTheyArrive) {
     label = labels[1].Get(); // the records are not parsed yet
     const auto name = AttributeOf(Named(OLESTR("Item")), OLESTR("Name"));
     EXPECT_EQ(LXRead(name.Get(), XProperty::Label), labels[0].View());
-    LXNotifyStraight(name, OLESTR("properties/Item/2/512"));
+    LXNotifyStraight(name, "properties/Item/2/512");
     EXPECT_EQ(LXRead(name.Get(), XProperty::Label), labels[1].View()); // from GetProperties
     label = labels[0].Get();
     EXPECT_EQ(LXRead(name.Get(), XProperty::Label), labels[1].View());
@@ -77,7 +77,7 @@ TEST_F(OddAnswers, ValuesByReferenceAreCopiedWhenTheyArrive) {
         *out = SafeArrayCreateVector(VT_BSTR, 0, 3);
         return S_OK;
     };
-    LXNotifyStraight(name, OLESTR("properties/Item/2/512"));
+    LXNotifyStraight(name, "properties/Item/2/512");
     XLXComVariant value;
     EXPECT_EQ(name->GetProperty(XProperty::Label, value.Put()), E_INVALIDARG);
     hostile->values = {};
@@ -133,7 +133,7 @@ TEST_F(OddAnswers, AFailureIsNotTakenForAnEmptyAnswer) {
     for (const auto& question : questions) {
         XLXComPtr<ILXGroupEnum> groups;
         EXPECT_EQ(question(groups.Put()), S_OK);
-        LXNotifyStraight(Group("Item", 3), OLESTR("properties/Item/1/1"));
+        LXNotifyStraight(Group("Item", 3), "properties/Item/1/1");
         Calls().FailCall("ILXGroup::GetProperties", E_ACCESSDENIED);
         EXPECT_EQ(question(groups.Put()), E_ACCESSDENIED);
         EXPECT_FALSE(groups);

@@ -32,7 +32,7 @@ protected:
     }
     /// Reads a value that the cache does not have, which needs the server's object.
     template <class Interface> static HRESULT ReadStale(const XLXComPtr<Interface>& object) {
-        LXNotifyStraight(object, OLESTR("properties/Pump/0/1"));
+        LXNotifyStraight(object, "properties/Pump/0/1");
         XLXComVariant value;
         return object->GetProperty(3, value.Put());
     }
