@@ -146,8 +146,11 @@ run_tests() {
     fi
     case $1 in
     linux-release) only=(-E '^(test_|fuzz_)') ;;
-    # The page does not depend on the compiler, so its test runs in the releases only.
-    linux-asan) only=(-R '^(test_|fuzz_|lxcfc_)' -E '^lxcfc_page$') ;;
+    linux-asan)
+        wrap=(env ASAN_OPTIONS=detect_stack_use_after_return=1)
+        # The page does not depend on the compiler, so its test runs in the releases only.
+        only=(-R '^(test_|fuzz_|lxcfc_)' -E '^lxcfc_page$')
+        ;;
     linux-tsan) only=(-R "^($(IFS='|' && echo "${thread_tests[*]}"))(_discarding_other|_refills)?\$") ;;
     windows-gcc) only=(-R "^($(IFS='|' && echo "${gcc_tests[*]}"))\$") ;;
     esac

@@ -73,13 +73,13 @@ TEST_F(UnparsedRecords, AreParsedEvenIfTheMapIsFresh) {
 
 // The last release of a server's object runs foreign code, which may ask the cache.
 TEST_F(UnparsedRecords, AreReleasedWithNoLockHeld) {
-    int released = 0;
-    const auto ask = [&] {
-        ++released;
+    const auto released = std::make_shared<int>(); // the last objects are released after the test
+    const auto ask = [this, released] {
+        ++*released;
         XLXComPtr<ILXType> none;
         Factory()->GetType(XLXComBSTR(OLESTR("Unknown")).Get(), nullptr, none.Put());
     };
-    m_factory->types = [&](SAFEARRAY** out) {
+    m_factory->types = [this, ask](SAFEARRAY** out) {
         const HRESULT result = Bulk()->GetTypeArrayEx(15, out);
         XILXTypeMap types = GetMapFromArray(XLXSafeArray(std::exchange(*out, nullptr)));
         for (auto& [index, type] : types.records) {
@@ -93,11 +93,11 @@ TEST_F(UnparsedRecords, AreReleasedWithNoLockHeld) {
         return result;
     };
     for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(released, 0);
+        EXPECT_EQ(*released, 0);
         m_server->SendNotification("objects/x/0/2");
         Named(OLESTR("Document"));
     }
-    EXPECT_GT(released, 0);
+    EXPECT_GT(*released, 0);
 }
 
 TEST_F(UnparsedRecords, AreNotDroppedWhenAnOlderMapIsPublished) {
