@@ -148,7 +148,7 @@ public:
     /// since the moment: then the answer may be that of the former one.
     void RefillValues(XVariantRow values, const XMoment& moment, XRetired& retired) {
         const XStamp stamp = LXStampFrom(moment, Facts.values, m_store.Own(), m_direct);
-        if (!m_linked.IsNewerThan(moment)) { // read after the own count, which advances later
+        if (!m_serverReplaced.IsNewerThan(moment)) { // read after the own count, which advances later
             AmendAndAssign(values, stamp, retired);
         }
         retired.Take(std::move(values));
@@ -171,7 +171,7 @@ public:
         const bool isTaken = m_server.Swap(link, requested.stamp);
         if (isTaken) {
             if (!link.held || link.held.Get() != wanted) {
-                m_linked.Raise(m_clock->DrawDirect());
+                m_serverReplaced.Raise(m_clock->DrawDirect());
                 AdvanceAll();
             }
             AmendAndAssign(values, LXStampFrom(requested.moment, Facts.values, m_store.Own(), m_direct), retired);
@@ -305,7 +305,7 @@ private:
 
     const XClockPtr m_clock;
     XDirectNumber m_direct;
-    XDirectNumber m_linked; // drawn when a record brought the server object, before the own counts advance
+    XDirectNumber m_serverReplaced; // drawn when a record replaces the server object, before the own counts advance
     std::atomic<Place> m_place{Place::InMap};
     Proxy m_server;
     XRefillPtr m_refill; // constant once the object is handed out

@@ -76,6 +76,8 @@ HRESULT XLXAttributeCache::GetAttributeTypeEnum(ILXAttributeTypeEnum** ppEnum) {
 
 // ---- display facts
 
+bool XDisplayFacts::AreIn(const XVariantRow& values) noexcept { return values.size() > Origin; }
+
 XDisplayFacts::XDisplayFacts(const XVariantRow& values) {
     const auto flag = [&](std::size_t member) {
         const XLXVariantView value = values[member];
@@ -95,8 +97,9 @@ XDisplayFacts::XDisplayFacts(const XVariantRow& values) {
 
 // Called under the store's lock, so there is one writer at a time, and stamps never decrease.
 void XLXAttributeCache::OnAssigned(const XVariantRow& values, const XStamp& stamp) noexcept {
+    const bool areKnown = !stamp.IsNone() && XDisplayFacts::AreIn(values);
     m_facts.store(XDisplayFacts(values), std::memory_order_release);
-    m_factsStamp.store(stamp.IsNone() ? 0 : stamp.Sum(), std::memory_order_release);
+    m_factsStamp.store(areKnown ? stamp.Sum() : 0, std::memory_order_release);
 }
 
 XDisplayFacts XLXAttributeCache::DisplayFacts() {
@@ -104,13 +107,12 @@ XDisplayFacts XLXAttributeCache::DisplayFacts() {
         return *known;
     }
     XDisplayFacts facts;
-    bool isWhole = false;
     const HRESULT result = Fetch([&](const XVariantRow& values) {
+        if (!XDisplayFacts::AreIn(values)) { LXRaisePropertyIndex(Origin); }
         facts = XDisplayFacts(values);
-        isWhole = values.size() > Origin;
     });
-    XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"), TheClass.At("Facts"));
-    if (result == S_OK && !isWhole) { LXRaisePropertyIndex(Origin); }
+    XLXError::RaiseIfFailed(result, OLESTR("a display property of the attribute cannot be read"),
+                            TheClass.At("DisplayFacts"));
     return facts;
 }
 

@@ -16,8 +16,10 @@
 class XDisplayFacts {
 public:
     XDisplayFacts() noexcept = default;
-    /// Takes the facts from an attribute's values. An empty or missing value counts as false or 0.
+    /// Takes the facts from an attribute's values. An empty value counts as false or 0.
     explicit XDisplayFacts(const XVariantRow& values);
+    /// Whether the values include all that the facts are taken from.
+    static bool AreIn(const XVariantRow& values) noexcept;
 
     bool IsShownIn(LONG displays) const noexcept { return (static_cast<LONG>(m_word & Low) & displays) != 0; }
     LONG GroupNumber() const noexcept { return static_cast<LONG>(static_cast<std::uint32_t>(m_word >> 32)); }

@@ -72,12 +72,12 @@ XTypeMap::Answer XTypeMap::Find(XLXTextView name) const {
     return answer;
 }
 
-XTypeMap::RequestTime XTypeMap::Now(const XClockPtr& clock) const {
+XTypeMap::Request XTypeMap::Now(const XClockPtr& clock) const {
     const XMoment moment = clock->Copy();
     return {{moment.At(XAspect::TypeMap)}, clock, std::make_shared<const XMoment>(moment)};
 }
 
-bool XTypeMap::Enter(XTypeRecords& records, const RequestTime& requested, bool isWhole) {
+bool XTypeMap::Enter(XTypeRecords& records, const Request& requested, bool isWhole) {
     for (const XTypeRecord& record : records) {
         if (record.name.empty()) {
             XLXError::Raise(E_INVALIDARG, OLESTR("typename for CFC type cache entry must not be empty"),
@@ -106,7 +106,7 @@ bool XTypeMap::Enter(XTypeRecords& records, const RequestTime& requested, bool i
 
 /// Passes each record to the known type of its name, or to a new one. Clears the name of a record that is older than
 /// what the type has, so that Apply skips it.
-void XTypeMap::Refresh(XTypeRecords& records, const RequestTime& requested, XRetired& retired) {
+void XTypeMap::Refresh(XTypeRecords& records, const Request& requested, XRetired& retired) {
     for (XTypeRecord& record : records) {
         XLXComPtr<XLXTypeCache> type = Find(record.name).type;
         if (!type) {
@@ -148,7 +148,7 @@ void XTypeMap::ForgetNegative(Known& known, std::size_t most) {
     }
 }
 
-void XTypeMap::EnterNegative(XLXTextView name, const RequestTime& requested) {
+void XTypeMap::EnterNegative(XLXTextView name, const Request& requested) {
     XCFGStringKey key(name);
     const XCritProxy<Known> known(m_mapType);
     const bool isCurrent = known->clock == requested.clock && IsNow(requested.stamp, *known);

@@ -52,23 +52,23 @@ public:
     bool IsFilled() const;
 
     /// The stamp and the moment that are taken before the server is asked.
-    struct RequestTime {
+    struct Request {
         XStamp stamp;
         XClockPtr clock;
         std::shared_ptr<const XMoment> moment;
     };
-    RequestTime Now(const XClockPtr& clock) const;
+    Request Now(const XClockPtr& clock) const;
 
     /// Enters types: refreshes known ones in place, adds the others, and links every type to its base. Objects are
     /// created and refreshed without the map's lock; server objects are released with no lock held. Raises E_INVALIDARG
     /// if a record has no name.
     /// @param isWhole  the records are all types of the server: the map becomes fresh and drops its negative answers
     /// @return false: the connection of the request is over, and nothing was entered
-    bool Enter(XTypeRecords& records, const RequestTime& requested, bool isWhole);
+    bool Enter(XTypeRecords& records, const Request& requested, bool isWhole);
 
     /// Records that the server has no type of that name, unless the map has the type or a notification arrived since
     /// the request.
-    void EnterNegative(XLXTextView name, const RequestTime& requested);
+    void EnterNegative(XLXTextView name, const Request& requested);
 
     /// All types, in key order.
     std::vector<Map::value_type> Types() const;
@@ -100,7 +100,7 @@ private:
     bool IsNow(const XStamp& stamp, const Known& known) const noexcept {
         return known.clock && stamp == XStamp{known.clock->Now(XAspect::TypeMap)};
     }
-    void Refresh(XTypeRecords& records, const RequestTime& requested, XRetired& retired) LX_NEEDS(m_entering);
+    void Refresh(XTypeRecords& records, const Request& requested, XRetired& retired) LX_NEEDS(m_entering);
     static void Apply(Known& known, XTypeRecords& records);
     static void ForgetNegative(Known& known, std::size_t most);
 

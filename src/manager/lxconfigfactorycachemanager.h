@@ -142,7 +142,7 @@ public:
     XTypeMap& Types() noexcept { return m_types; }
     XTransferModeSupplier& TransferMode() noexcept { return *m_transferMode; }
     /// Adds types of the server to the type map. Returns the map to answer from.
-    XTypeMapPtr EnterTypes(XTypeRecords& records, const XTypeMap::RequestTime& requested, bool isWhole);
+    XTypeMapPtr EnterTypes(XTypeRecords& records, const XTypeMap::Request& requested, bool isWhole);
 
     // XRelationHost
     XLXComPtr<ILXConfigFactory> ConfigFactoryOf(const XClockPtr& clock, const char* method) const override;

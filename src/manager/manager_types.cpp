@@ -90,7 +90,7 @@ std::pair<XTypeMapPtr, HRESULT> XLXConfigFactoryCacheManager::InternalFillTypeMa
 }
 
 // An answer whose connection is over is not cached: its types go into a map of their own, for this caller only.
-XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(XTypeRecords& records, const XTypeMap::RequestTime& requested,
+XTypeMapPtr XLXConfigFactoryCacheManager::EnterTypes(XTypeRecords& records, const XTypeMap::Request& requested,
                                                      bool isWhole) {
     if (m_types.Enter(records, requested, isWhole)) { return XTypeMapPtr(XTypeMapPtr(), &m_types); }
     const auto apart = std::make_shared<XTypeMap>(m_transferMode);
@@ -124,7 +124,7 @@ HRESULT XLXConfigFactoryCacheManager::LoadTypesByTypeNames(LONG count, BSTR* typ
         const XLXSafeArray wanted = NameArray(names, loading);
         const XConnectionPtr server = Access("LoadTypesByNames");
         ILXConfigFactoryEx& factory = server->Bulk("LoadTypesByNames");
-        const XTypeMap::RequestTime requested = m_types.Now(server->clock);
+        const XTypeMap::Request requested = m_types.Now(server->clock);
         auto records = LXAskForTypes("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", mode,
                                      OLESTR("the types cannot be loaded by name"), loading, [&](SAFEARRAY** out) {
                                          return factory.GetTypeArrayByTypeNameArrayEx(wanted.Get(), 1, mode, out);

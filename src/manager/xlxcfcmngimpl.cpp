@@ -36,7 +36,7 @@ XTypeRecord RecordOf(const XLXComPtr<ILXType>& server, XLXTextView name) {
 XTypeMapPtr XLXCFCMngImplServer::FillTypeCache() {
     const LXErrorLocation at = LXManagerAt("FillTypeCacheServerImpl");
     const XConnectionPtr server = m_manager.Access("FillTypeCacheServerImpl");
-    const XTypeMap::RequestTime requested = m_manager.Types().Now(server->clock);
+    const XTypeMap::Request requested = m_manager.Types().Now(server->clock);
     XLXComPtr<ILXTypeEnum> types;
     HRESULT result = LXAsk("ILXConfigFactory::GetTypeEnum", types, LXNoResult::Nothing, {}, at,
                            [&](ILXTypeEnum** out) { return server->configFactory->GetTypeEnum(nullptr, out); });
@@ -57,7 +57,7 @@ XLXComPtr<XLXTypeCache> XLXCFCMngImplServer::FetchType(XLXTextView name) {
     const LXErrorLocation at = LXManagerAt("FetchTypeServerImpl");
     XTypeMap& types = m_manager.Types();
     const XConnectionPtr server = m_manager.Access("FetchTypeServerImpl");
-    const XTypeMap::RequestTime requested = types.Now(server->clock);
+    const XTypeMap::Request requested = types.Now(server->clock);
     XTypeRecords chain;
     XLXText next(name);
     while (!next.empty() && (chain.empty() || !types.Find(next).type)) {
@@ -109,7 +109,7 @@ std::optional<XTypeRecords> XLXCFCMngImplClient::LoadAllTypes(ILXConfigFactoryEx
 XTypeMapPtr XLXCFCMngImplClient::FillTypeCache() {
     const XConnectionPtr server = m_manager.Access("LoadAllTypes");
     ILXConfigFactoryEx& factory = server->Bulk("LoadAllTypes");
-    const XTypeMap::RequestTime requested = m_manager.Types().Now(server->clock);
+    const XTypeMap::Request requested = m_manager.Types().Now(server->clock);
     auto records = LoadAllTypes(factory, BulkMode());
     return records ? m_manager.EnterTypes(*records, requested, true) : nullptr;
 }
@@ -129,7 +129,7 @@ XLXComPtr<XLXTypeCache> XLXCFCMngImplClient::FetchType(XLXTextView name) {
     const LXErrorLocation at = LXManagerAt("FetchTypeClientImpl");
     const XConnectionPtr server = m_manager.Access("LoadTypeByName");
     ILXConfigFactoryEx& factory = server->Bulk("LoadTypeByName");
-    const XTypeMap::RequestTime requested = types.Now(server->clock);
+    const XTypeMap::Request requested = types.Now(server->clock);
     XTypeRecords records = LoadTypeByName(factory, name, false);
     if (records.empty()) {
         types.EnterNegative(name, requested);

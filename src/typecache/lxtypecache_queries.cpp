@@ -18,8 +18,8 @@ constexpr ULONG OwnAttributeBatch = 100;
 constexpr LONG AllGroupsMask = 64;
 
 bool IsTaken(const XDisplayFacts& facts, LONG mask, LONG group) {
-    const bool shown = mask == 0 || mask == AllGroupsMask || facts.IsShownIn(mask);
-    return shown && ((mask & AllGroupsMask) != 0 || facts.GroupNumber() == group);
+    const bool isShown = mask == 0 || facts.IsShownIn(mask);
+    return isShown && ((mask & AllGroupsMask) != 0 || facts.GroupNumber() == group);
 }
 
 /// The names of the attributes that the server's type lists as its own. Raises failures.
@@ -84,6 +84,7 @@ HRESULT GroupsWhere(auto& map, const char* method, int member, LONG wanted, ILXG
 }
 
 HRESULT DisplayedAttributes(auto& map, const char* method, LONG mask, LONG group, ILXAttributeEnum** ppEnum) {
+    if (mask == AllGroupsMask) { return Enumerate(map, method, ppEnum, All); } // whatever their values are
     return Enumerate(map, method, ppEnum, [=](const XCFGStringKey&, XLXAttributeCache& attribute) {
         const auto known = attribute.FreshDisplayFacts();
         return IsTaken(known ? *known : attribute.DisplayFacts(), mask, group);
