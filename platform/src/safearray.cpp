@@ -120,11 +120,17 @@ SAFEARRAY* SafeArrayCreateVector(VARTYPE vt, LONG lLbound, ULONG cElements) {
     return SafeArrayCreate(vt, 1, &bound);
 }
 
+HRESULT SafeArrayAllocDescriptorEx(VARTYPE vt, UINT cDims, SAFEARRAY** ppsaOut) {
+    if (ppsaOut == nullptr || SizeOf(vt) == 0 || cDims == 0 || cDims > g_mostDimensions) { return E_INVALIDARG; }
+    *ppsaOut = Allocate(vt, cDims);
+    return *ppsaOut != nullptr ? S_OK : E_OUTOFMEMORY;
+}
+
 HRESULT SafeArrayDestroy(SAFEARRAY* psa) {
     if (psa == nullptr) { return S_OK; }
     if (Locks(psa).load() > 0) { return DISP_E_ARRAYISLOCKED; }
     const Kind kind = KindOf(*psa);
-    const std::size_t count = kind == Kind::plain ? 0 : CountOf(*psa);
+    const std::size_t count = kind == Kind::plain || psa->pvData == nullptr ? 0 : CountOf(*psa);
     for (std::size_t i = 0; i < count; ++i) {
         DestroyElement(kind, ElementAt(*psa, i));
     }
@@ -142,7 +148,7 @@ HRESULT SafeArrayCopy(SAFEARRAY* psa, SAFEARRAY** ppsaOut) {
     SAFEARRAY* const copy = Allocate(vt, psa->cDims);
     if (copy == nullptr) { return E_OUTOFMEMORY; }
     std::copy_n(psa->rgsabound, psa->cDims, copy->rgsabound);
-    HRESULT result = AllocateData(*copy) ? S_OK : E_OUTOFMEMORY;
+    HRESULT result = psa->pvData == nullptr ? E_INVALIDARG : AllocateData(*copy) ? S_OK : E_OUTOFMEMORY;
     for (std::size_t i = 0, count = CountOf(*psa); i < count && SUCCEEDED(result); ++i) {
         result = CopyElement(*psa, ElementAt(*copy, i), ElementAt(*psa, i));
     }

@@ -74,7 +74,6 @@ HRESULT XGlobalSpecs::Remove(ILXConfigFactory& factory, XLXGlobalAttributeFormat
         return changed;
     });
     if (dropped) { dropped->Terminate(); }
-    if (spec != nullptr) { spec->Terminate(); }
     return result;
 }
 

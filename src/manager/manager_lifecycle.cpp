@@ -226,12 +226,11 @@ void XLXConfigFactoryCacheManager::RegisterCallback(XConnection& connection, ILX
     });
     check(result, OLESTR("RegisterCallback()"));
     const LONG clientId = made.clientId;
-    bool isOver = false;
-    {
+    const bool isOver = [&] {
         const XLeafLock lock(m_mutex);
-        isOver = connection.over;
         std::swap(connection.registration, made);
-    }
+        return connection.over;
+    }();
     for (const auto* dataType : {OLESTR("cfc"), OLESTR("cfc_specific")}) {
         if (SUCCEEDED(result) && !isOver) {
             LXServerCall("ILXDataUpdate::EnableAdvicesDataType");

@@ -3,6 +3,7 @@
 
 #ifndef NDEBUG
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -55,9 +56,8 @@ void XLockPlace::Enter(const void* lock) const noexcept {
 void XLockPlace::Leave(const void* lock) const noexcept {
     for (unsigned i = t_held.count; i-- > 0;) {
         if (t_held.held[i].level == m_level && t_held.held[i].lock == lock) {
-            for (; i + 1 < t_held.count; ++i) {
-                t_held.held[i] = t_held.held[i + 1];
-            }
+            Held* const place = t_held.held + i;
+            std::copy(place + 1, t_held.held + t_held.count, place);
             --t_held.count;
             return;
         }

@@ -120,7 +120,7 @@ void FromSafeArray(XArrayReader& from, XLXComPtr<IUnknown>& value) {
 XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from) {
     constexpr const char* method = "SafeArrayFromSafeArray";
     const LONG count = FromSafeArray<LONG>(from);
-    if (count < 0) { XArrayReader::RaiseSize(method); }
+    // A negative count becomes one that no array has left.
     const std::span<XLXComVariant> elements = from.NextOwned(static_cast<ULONG>(count), method);
     SAFEARRAYBOUND bound = {static_cast<ULONG>(count), 0};
     XLXSafeArray array(SafeArrayCreate(VT_VARIANT, 1, &bound));
