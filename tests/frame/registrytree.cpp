@@ -4,72 +4,53 @@
 #include <algorithm>
 
 namespace {
-struct OpenKey {
-    explicit OpenKey(const std::string& path) {
-        RegOpenKeyExW(HKEY_CLASSES_ROOT, Wide(path).c_str(), 0, KEY_READ, &key);
-    }
-    OpenKey(const OpenKey&) = delete;
-    OpenKey& operator=(const OpenKey&) = delete;
-    ~OpenKey() {
-        if (key != nullptr) { RegCloseKey(key); }
-    }
-
-    HKEY key = nullptr;
-};
-
 constexpr DWORD LongestText = 1024;
 
-/// All names that a function enumerates.
-template <class Enumerate> std::vector<XLXText> Names(Enumerate&& enumerate) {
+HKEY Open(const std::string& path) {
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_CLASSES_ROOT, Wide(path).c_str(), 0, KEY_READ, &key);
+    return key;
+}
+
+/// All names that a platform function enumerates; its arguments after the name are optional.
+template <class Enumerate> std::vector<XLXText> Names(HKEY key, Enumerate enumerate) {
     std::vector<XLXText> names;
     OLECHAR name[LongestText] = {};
-    DWORD length = LongestText;
-    while (enumerate(static_cast<DWORD>(names.size()), name, &length) == ERROR_SUCCESS) {
+    for (DWORD length = LongestText; enumerate(key, static_cast<DWORD>(names.size()), name, &length, nullptr, nullptr,
+                                               nullptr, nullptr) == ERROR_SUCCESS;
+         length = LongestText) {
         names.emplace_back(name, length);
-        length = LongestText;
     }
     return names;
 }
 
-std::vector<XLXText> ValueNames([[maybe_unused]] const OpenKey& open) {
+std::vector<XLXText> ValueNames([[maybe_unused]] HKEY key) {
 #ifdef _WIN32
-    return Names([&](DWORD i, OLECHAR* name, DWORD* length) {
-        return RegEnumValueW(open.key, i, name, length, nullptr, nullptr, nullptr, nullptr);
-    });
+    return Names(key, RegEnumValueW);
 #else
     return {XLXText(), OLESTR("ThreadingModel")}; // this platform cannot list values: these are those of the script
 #endif
 }
 
-std::vector<XLXText> SubkeyNames(const OpenKey& open) {
-    return Names([&](DWORD i, OLECHAR* name, DWORD* length) {
-        return RegEnumKeyExW(open.key, i, name, length, nullptr, nullptr, nullptr, nullptr);
-    });
-}
-
-void AddValues(const OpenKey& open, const std::string& path, std::vector<std::string>& lines) {
-    for (const XLXText& name : ValueNames(open)) {
+void Add(const std::string& path, std::vector<std::string>& lines) {
+    HKEY const key = Open(path);
+    if (key == nullptr) { return; }
+    lines.push_back(path);
+    for (const XLXText& name : ValueNames(key)) {
         OLECHAR text[LongestText] = {};
         DWORD bytes = sizeof(text);
         DWORD type = 0;
-        if (RegQueryValueExW(open.key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(text), &bytes) ==
+        if (RegQueryValueExW(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(text), &bytes) ==
             ERROR_SUCCESS) {
-            const bool isText = type == REG_SZ && bytes >= sizeof(OLECHAR);
-            lines.push_back(
-                path + "|" + LXNarrow(name) + "=" +
-                (isText ? LXNarrow(XLXTextView(text, bytes / sizeof(OLECHAR) - 1)) : "type " + std::to_string(type)));
+            lines.push_back(path + "|" + LXNarrow(name) + "=" +
+                            (type == REG_SZ ? LXNarrow(XLXTextView(text, bytes / sizeof(OLECHAR) - 1))
+                                            : "type " + std::to_string(type)));
         }
     }
-}
-
-void Add(const std::string& path, std::vector<std::string>& lines) {
-    const OpenKey open(path);
-    if (open.key == nullptr) { return; }
-    lines.push_back(path);
-    AddValues(open, path, lines);
-    for (const XLXText& name : SubkeyNames(open)) {
+    for (const XLXText& name : Names(key, RegEnumKeyExW)) {
         Add(path + "\\" + LXNarrow(name), lines);
     }
+    RegCloseKey(key);
 }
 } // namespace
 
@@ -80,7 +61,12 @@ std::vector<std::string> RegistryTree(const std::string& path) {
     return lines;
 }
 
-std::size_t RegistrySubkeys(const std::string& path) { return SubkeyNames(OpenKey(path)).size(); }
+std::size_t RegistrySubkeys(const std::string& path) {
+    HKEY const key = Open(path);
+    const std::size_t count = Names(key, RegEnumKeyExW).size();
+    RegCloseKey(key);
+    return count;
+}
 
 void RegistryCreate(const std::string& path, DWORD options) {
     HKEY key = nullptr;
