@@ -244,22 +244,20 @@ Explorer::Schedules::~Schedules() {
     }
 }
 
-Explorer::Result Explorer::Explore(unsigned preemptions, const std::function<void()>& make,
-                                   const std::vector<std::function<void()>>& bodies,
-                                   const std::function<void()>& check) {
+std::uint64_t Explorer::Explore(unsigned preemptions, const std::function<void()>& make,
+                                const std::vector<std::function<void()>>& bodies, const std::function<void()>& check) {
     Schedules schedules(preemptions, bodies);
-    Result result;
+    std::uint64_t count = 0;
     do {
         make();
         schedules.RunOne();
-        ++result.schedules;
+        ++count;
         Schedules::s_checked = &schedules;
         check();
         Schedules::s_checked = nullptr;
-        result.failure = schedules.Failure();
-    } while (result.failure.empty() && schedules.Advance());
-    if (!result.failure.empty()) { result.steps = schedules.Steps(); }
-    return result;
+    } while (schedules.Failure().empty() && schedules.Advance());
+    EXPECT_EQ("", schedules.Failure()) << schedules.Steps();
+    return count;
 }
 
 void Explorer::AtStep(const char* what, const void* object, CanContinue canContinue) {

@@ -9,25 +9,26 @@
 // three.
 //
 //     struct World { ExploringSync::Atomic<int> turns{0}; int writers = 0; };
-//     const auto result = Explorer::Run<World>(
+//     ExpectExplored<World>(
 //         3,                                              // the limit of preemptions; Unbounded: none
+//         100,                                            // the least number of schedules
 //         {[](World& w) { ... }, [](World& w) { ... }},   // the threads
 //         [](World& w) { Explorer::Expect(w.writers == 0, "..."); });
-//     EXPECT_EQ("", result.failure) << result.steps;
-//     EXPECT_GT(result.schedules, 100u);   // guards against a test that explores nothing
 //
-// The threads are real threads that run in turns, so thread-local state works. Run stops at the first schedule in which
-// an expectation fails or an exception is raised. A deadlock or too many steps end the process and print the schedule's
-// steps.
+// The threads are real threads that run in turns, so thread-local state works. The test fails, and prints the steps, at
+// the first schedule in which an expectation fails or an exception is raised. A deadlock or too many steps end the
+// process.
 #ifndef EXPLORE_H
 #define EXPLORE_H
 
 #include "LXConfigFactoryCache.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
 class Explorer {
@@ -35,35 +36,9 @@ public:
     static constexpr unsigned Unbounded = ~0u;
     static constexpr unsigned MaxThreads = 8;
 
-    struct Result {
-        std::uint64_t schedules = 0; ///< schedules that were run
-        std::string failure;         ///< of the last schedule; empty: none
-        std::string steps;           ///< the steps of the failed schedule, one per line
-    };
-
-    /// Each schedule begins with a new World.
-    /// @param preemptions  the limit per schedule
-    /// @param bodies       the threads
-    /// @param check        checks the state after all threads have returned
-    template <class World>
-    static Result Run(unsigned preemptions, const std::vector<std::function<void(World&)>>& bodies,
-                      const std::function<void(World&)>& check = {}) {
-        std::unique_ptr<World> world;
-        std::vector<std::function<void()>> threads;
-        for (const auto& body : bodies) {
-            threads.push_back([&world, &body] { body(*world); });
-        }
-        return Explore(
-            preemptions,
-            [&] {
-                world.reset();
-                world = std::make_unique<World>();
-            },
-            threads,
-            [&] {
-                if (check) { check(*world); }
-            });
-    }
+    /// @return the number of schedules
+    static std::uint64_t Explore(unsigned preemptions, const std::function<void()>& make,
+                                 const std::vector<std::function<void()>>& bodies, const std::function<void()>& check);
 
     /// An extra step of the calling thread, for example a use of plain data that must not be concurrent.
     static void Step(const char* what) { AtStep(what, nullptr); }
@@ -76,8 +51,6 @@ private:
     struct Thread;
     using CanContinue = bool (*)(const void* object);
 
-    static Result Explore(unsigned preemptions, const std::function<void()>& make,
-                          const std::vector<std::function<void()>>& bodies, const std::function<void()>& check);
     /// Chooses the thread that continues, and returns when that is the calling thread. No effect outside explored
     /// threads.
     /// @param canContinue  whether the operation on the object can proceed now; null: always
@@ -220,5 +193,35 @@ struct ExploringSync {
     /// Yields the turn. A thread that pauses again without changes by others is blocked until there is one.
     static void Pause() noexcept;
 };
+
+/// Each schedule begins with a new World.
+/// @param preemptions  the limit per schedule
+/// @param least        the minimum number of schedules; guards against a test that explores nothing
+/// @param bodies       the threads
+/// @param check        checks the state after all threads have returned
+/// @return             the number of schedules
+template <class World>
+std::uint64_t ExpectExplored(unsigned preemptions, std::uint64_t least,
+                             const std::vector<std::function<void(World&)>>& bodies,
+                             const std::function<void(World&)>& check = {}) {
+#ifdef _WIN32 // switching threads is several times slower there; the code is the same
+    preemptions = std::min(preemptions, 1u);
+    least = std::min<std::uint64_t>(least, 10);
+#endif
+    std::unique_ptr<World> world;
+    std::vector<std::function<void()>> threads;
+    for (const auto& body : bodies) {
+        threads.push_back([&world, &body] { body(*world); });
+    }
+    const auto make = [&] {
+        world.reset();
+        world = std::make_unique<World>();
+    };
+    const auto schedules = Explorer::Explore(preemptions, make, threads, [&] {
+        if (check) { check(*world); }
+    });
+    EXPECT_GE(schedules, least);
+    return schedules;
+}
 
 #endif

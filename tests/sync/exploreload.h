@@ -7,8 +7,6 @@
 #include "XLoaded.h"
 #include "explore.h"
 
-#include <gtest/gtest.h>
-
 namespace ExploredLoad {
 constexpr XAspect Aspect = XAspect::PlanTypes;
 using Clock = XBasicClock<ExploringSync>;
@@ -45,20 +43,6 @@ private:
 };
 
 template <class T> using Loaded = XBasicLoaded<T, Time, CheckedGuard<XPublished<T, Time>>, ExploringSync>;
-
-/// @param preemptions  one where switching threads is several times slower; the code is the same
-/// @param least        the minimum number of schedules with all preemptions
-template <class World>
-void ExpectExplored(unsigned preemptions, std::uint64_t least, const std::vector<std::function<void(World&)>>& bodies,
-                    const std::function<void(World&)>& check = {}) {
-#ifdef _WIN32
-    preemptions = 1;
-    least = 15;
-#endif
-    const auto result = Explorer::Run<World>(preemptions, bodies, check);
-    EXPECT_EQ("", result.failure) << result.steps;
-    EXPECT_GE(result.schedules, least);
-}
 
 inline constexpr const char* Older = "older than a notification that returned before the question";
 inline constexpr const char* Lost = "a notification is lost";

@@ -138,4 +138,28 @@ TEST(ExploredLoads, ServersThatCallBackCrosswise) {
     ExpectExplored<Loading>(
         2, 2000, {&Loading::AskCrosswise<false>, &Loading::AskCrosswise<true>, &Loading::ChangeAndAdvanceClock});
 }
+
+// Otherwise a thread that loads again and again could overtake the others for ever.
+TEST(ExploredFills, AWaitingThreadGetsTheMutexBeforeANewRequest) {
+    struct Queue {
+        Fill::Mutex mutex;
+        bool isAwaited = false;
+        bool isServed = false;
+    };
+    unsigned awaited = 0;
+    const auto fillTwice = [](Queue& w) {
+        {
+            const Fill fill(w.mutex, &w);
+            w.isAwaited = w.mutex.HasWaiting();
+        }
+        const Fill fill(w.mutex, &w);
+        Explorer::Expect(!w.isAwaited || w.isServed, "a waiting thread was overtaken");
+    };
+    const auto fillOnce = [](Queue& w) {
+        const Fill fill(w.mutex, &w);
+        w.isServed = true;
+    };
+    ExpectExplored<Queue>(3, 20, {fillTwice, fillOnce}, [&](Queue& w) { awaited += w.isAwaited; });
+    EXPECT_GT(awaited, 0u);
+}
 } // namespace

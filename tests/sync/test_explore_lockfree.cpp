@@ -4,8 +4,6 @@
 #include "XLFCritSectionDelegator.h"
 #include "explore.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 template <class Policy>
 using Delegator = XLFCritSectionDelegator<XBasicRefCountCritSection<ExploringSync::SharedMutex>, Policy>;
@@ -36,6 +34,7 @@ template <class Policy> struct Datum : Delegator<Policy> {
         Explorer::Expect(readers == 0 && writers == 1, "used while another thread writes");
         --writers;
         this->UnlockWrite();
+        isWritten = true;
     }
     void Write() {
         Write([] { Explorer::Step("write"); });
@@ -43,6 +42,7 @@ template <class Policy> struct Datum : Delegator<Policy> {
 
     int readers = 0;
     int writers = 0;
+    bool isWritten = false;
     unsigned slotReads = 0; ///< reads that did not take the lock
 };
 
@@ -51,43 +51,36 @@ template <class Policy> struct World {
     Datum<Policy> other{XLockLevel::PropertyStore};
 };
 
-/// Returns the number of schedules.
-template <class Policy = ExploringSync>
-std::uint64_t ExpectExplored(unsigned preemptions, const std::vector<std::function<void(World<Policy>&)>>& bodies,
-                             const std::type_identity_t<std::function<void(World<Policy>&)>>& check = {}) {
-#ifdef _WIN32
-    preemptions -= preemptions != Explorer::Unbounded; // switching threads is several times slower there
-#endif
-    const auto result = Explorer::Run<World<Policy>>(preemptions, bodies, check);
-    EXPECT_EQ("", result.failure) << result.steps;
-    EXPECT_GE(result.schedules, 100u);
-    return result.schedules;
-}
-
+using System = World<ExploringSync>;
 template <class Policy = ExploringSync> void ReadData(World<Policy>& world) { world.data.Read(); }
 template <class Policy = ExploringSync> void WriteData(World<Policy>& world) { world.data.Write(); }
 
 TEST(ExploredLockFreeRead, AReaderAndAWriter) {
     unsigned bySlot = 0;
-    const auto schedules = ExpectExplored(Explorer::Unbounded, {ReadData<>, WriteData<>},
-                                          [&](World<ExploringSync>& w) { bySlot += w.data.slotReads; });
+    const auto read = [](System& w) {
+        const bool isAfterWrite = w.data.isWritten;
+        w.data.Read();
+        Explorer::Expect(!isAfterWrite || w.data.slotReads == 1, "a read after a write took the lock");
+    };
+    const auto schedules = ExpectExplored<System>(Explorer::Unbounded, 100, {read, WriteData<>},
+                                                  [&](System& w) { bySlot += w.data.slotReads; });
     EXPECT_GT(bySlot, 0u);
     EXPECT_LT(bySlot, schedules); // some readers had to take the lock
 }
 
 TEST(ExploredLockFreeRead, SeveralReadersAndWriters) {
     // The second read finds the bit that the first one set, if no writer came in between.
-    const auto readTwice = [](World<ExploringSync>& w) {
+    const auto readTwice = [](System& w) {
         w.data.Read();
         w.data.Read();
     };
-    const auto writeTwice = [](World<ExploringSync>& w) {
+    const auto writeTwice = [](System& w) {
         w.data.Write();
         w.data.Write();
     };
-    ExpectExplored(4, {readTwice, writeTwice});
-    ExpectExplored(3, {ReadData<>, ReadData<>, WriteData<>});
-    ExpectExplored(3, {ReadData<>, WriteData<>, WriteData<>});
+    ExpectExplored<System>(4, 100, {readTwice, writeTwice});
+    ExpectExplored<System>(3, 100, {ReadData<>, ReadData<>, WriteData<>});
+    ExpectExplored<System>(3, 100, {ReadData<>, WriteData<>, WriteData<>});
 }
 
 /// Gives all threads the same slot.
@@ -108,8 +101,8 @@ TEST(ExploredLockFreeRead, ThreadsThatShareASlot) {
             noRoom += w.data.readers == 2 && w.data.slotReads == 1 && w.other.readers == 1;
         });
     };
-    ExpectExplored<SharedSlotSync>(3, {nested, beside, WriteData<SharedSlotSync>});
-    ExpectExplored<SharedSlotSync>(2, {nested, WriteData<SharedSlotSync>, [](Shared& w) { w.other.Write(); }});
+    ExpectExplored<Shared>(3, 100, {nested, beside, WriteData<SharedSlotSync>});
+    ExpectExplored<Shared>(2, 100, {nested, WriteData<SharedSlotSync>, [](Shared& w) { w.other.Write(); }});
     EXPECT_GT(together, 0u);
     EXPECT_GT(noRoom, 0u);
 }
@@ -117,7 +110,7 @@ TEST(ExploredLockFreeRead, ThreadsThatShareASlot) {
 // The end of the inner write does not admit readers, and the writer's own reads take the lock.
 TEST(ExploredLockFreeRead, NestedWritesAndReadsInsideThem) {
     bool ownReadBySlot = false;
-    const auto nested = [&](World<ExploringSync>& w) {
+    const auto nested = [&](System& w) {
         w.data.Write([&] {
             w.data.LockWrite();
             Explorer::Step("write");
@@ -128,7 +121,7 @@ TEST(ExploredLockFreeRead, NestedWritesAndReadsInsideThem) {
             Explorer::Step("write");
         });
     };
-    ExpectExplored(2, {nested, ReadData<>, ReadData<>});
+    ExpectExplored<System>(2, 100, {nested, ReadData<>, ReadData<>});
     EXPECT_FALSE(ownReadBySlot);
 }
 } // namespace
