@@ -59,11 +59,6 @@ TEST(TypeComponents, HaveAListForAnyFlagExceptZero) {
     EXPECT_TRUE(read.groups && !read.pages && !read.editors && !read.attributes);
 }
 
-TEST(Lists, MayBeEmpty) {
-    EXPECT_TRUE(GetSingleTypedVecFromArray(ArrayOf(LONG{0})).empty());
-    EXPECT_TRUE(ReadAttributeList(ArrayOf()).empty());
-}
-
 TEST(Values, OfAnyTypeAreMovedUnchanged) {
     XLXComVariant number = XLXComVariant::FromDouble(2.5);
     XLXComVariant nested;
