@@ -1,18 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "arraycode.h"
-#include "XLXComVariant.h"
-#include "XUnknown.h"
+
+#include <lxserver/FlatArray.h>
 
 #include <cstdio>
 #include <cstdlib>
 
 namespace {
-constexpr std::size_t MaxElements = 4096;
-
-class FuzzObject final : public XUnknown<FuzzObject, IUnknown> {
-public:
-    static HRESULT RefuseNullFace() noexcept { return E_POINTER; }
-};
+constexpr LONG MaxElements = 4096;
 
 /// The code in the lower half of an element's byte; the upper half is an argument from 0 to 15.
 enum ECode : std::uint8_t {
@@ -38,12 +33,12 @@ class Decoder {
 public:
     explicit Decoder(Decisions bytes) : m_bytes(bytes) {}
 
-    XLXVariantVector Elements() {
-        while (!m_bytes.Empty() && m_elements.size() < MaxElements) {
+    XLXSafeArray Array() {
+        while (!m_bytes.Empty() && m_array.Size() < MaxElements) {
             const std::uint8_t byte = m_bytes.Byte();
             Element(byte & 0xF, byte >> 4);
         }
-        return std::move(m_elements);
+        return XLXSafeArray(m_array.Detach());
     }
 
 private:
@@ -55,82 +50,61 @@ private:
         return number;
     }
 
-    void Add(XLXComVariant value) { m_elements.push_back(std::move(value)); }
-
-    void AddZero(VARTYPE type) {
-        XLXComVariant value;
-        value.Get() = VARIANT{};
-        V_VT(&value.Get()) = type;
-        Add(std::move(value));
+    VARIANT& AddZero(VARTYPE type) {
+        VARIANT& added = *m_array.Next();
+        V_VT(&added) = type;
+        return added;
     }
 
     void AddText(int length) {
-        XLXText text;
+        lx::Text text;
         for (int i = 0; i < length; ++i) {
             text.push_back(static_cast<OLECHAR>(m_bytes.Byte()));
         }
-        Add(XLXComVariant::FromBstr(text));
+        m_array.Name(text);
     }
 
+    static void AddObject(lx::FlatArray& to) { to.Object(lx::Make<lx::Object<IUnknown>>()); }
+
     void AddNested() {
-        SAFEARRAYBOUND bound = {1, 0};
-        XLXSafeArray array(SafeArrayCreate(VT_VARIANT, 1, &bound));
-        LONG index = 0;
-        const auto object = XLXComVariant::FromUnknown(new FuzzObject);
-        (void)SafeArrayPutElement(array.Get(), &index, const_cast<VARIANT*>(&object.Get()));
-        XLXComVariant value;
-        V_VT(&value.Get()) = VT_ARRAY | VT_VARIANT;
-        V_ARRAY(&value.Get()) = array.Detach();
-        Add(std::move(value));
+        lx::FlatArray inner;
+        AddObject(inner);
+        SAFEARRAY* const array = inner.Detach();
+        V_ARRAY(&AddZero(VT_ARRAY | VT_VARIANT)) = array;
     }
 
     void Element(int code, int argument) {
         switch (code) {
         case Empties:
             for (int i = 0; i <= argument; ++i) {
-                Add({});
+                AddZero(VT_EMPTY);
             }
             break;
-        case SmallLong: return Add(XLXComVariant::FromI4(argument));
-        case Long: return Add(XLXComVariant::FromI4(static_cast<LONG>(Number())));
-        case SmallUnsigned: return Add(XLXComVariant::FromUI4(static_cast<ULONG>(argument)));
-        case Unsigned: return Add(XLXComVariant::FromUI4(Number()));
-        case Text: return AddText(argument);
-        case Object: return Add(XLXComVariant::FromUnknown(new FuzzObject));
-        case Boolean: return Add(XLXComVariant::FromBool(argument != 0));
-        case NegativeLong: return Add(XLXComVariant::FromI4(-1 - argument));
-        case Short: return AddZero(VT_I2);
-        case Real: return Add(XLXComVariant::FromDouble(argument / 4.0));
-        case NullObject: return AddZero(VT_UNKNOWN);
-        case Nested: return AddNested();
+        case SmallLong: m_array.Number(argument); break;
+        case Long: m_array.Number(static_cast<LONG>(Number())); break;
+        case SmallUnsigned: m_array.Count(static_cast<ULONG>(argument)); break;
+        case Unsigned: m_array.Count(Number()); break;
+        case Text: AddText(argument); break;
+        case Object: AddObject(m_array); break;
+        case Boolean: m_array.Flag(argument != 0); break;
+        case NegativeLong: m_array.Number(-1 - argument); break;
+        case Short: AddZero(VT_I2); break;
+        case Real: V_R8(&AddZero(VT_R8)) = argument / 4.0; break;
+        case NullObject: AddZero(VT_UNKNOWN); break;
+        case Nested: AddNested(); break;
         case Longs:
             for (int i = 0; i <= argument; ++i) {
-                Add(XLXComVariant::FromI4(i));
+                m_array.Number(i);
             }
             break;
-        case NullDispatch: return AddZero(VT_DISPATCH);
-        default: return AddZero(static_cast<VARTYPE>(argument));
+        case NullDispatch: AddZero(VT_DISPATCH); break;
+        default: AddZero(static_cast<VARTYPE>(argument));
         }
     }
 
     Decisions m_bytes;
-    XLXVariantVector m_elements;
+    lx::FlatArray m_array;
 };
-
-XLXSafeArray Create(EContainer container, ULONG count) {
-    constexpr LONG large = 0x7FFFFFFE;
-    SAFEARRAYBOUND bounds[] = {{count, 0}, {1, 0}};
-    switch (container) {
-    case EContainer::NoArray: return {};
-    case EContainer::Texts: return XLXSafeArray(SafeArrayCreate(VT_BSTR, 1, bounds));
-    case EContainer::TwoDimensions: return XLXSafeArray(SafeArrayCreate(VT_VARIANT, 2, bounds));
-    default:
-        bounds[0].lLbound = container == EContainer::LowerBoundNegative ? -5
-                            : container == EContainer::LowerBoundLarge  ? large
-                                                                        : 0;
-        return XLXSafeArray(SafeArrayCreate(VT_VARIANT, 1, bounds));
-    }
-}
 } // namespace
 
 void LXRequire(bool holds, std::string_view what) {
@@ -143,13 +117,15 @@ void LXRequire(bool holds, std::string_view what) {
 XLXSafeArray DecodeArray(XBytes bytes) {
     Decisions decisions(bytes);
     const auto container = static_cast<EContainer>(decisions.Byte());
-    XLXVariantVector elements = Decoder(decisions).Elements();
-    XLXSafeArray array = Create(container, static_cast<ULONG>(elements.size()));
-    if (array && container != EContainer::Texts) {
-        VARIANT* element = static_cast<VARIANT*>(array.Get()->pvData);
-        for (XLXComVariant& value : elements) {
-            value.DetachTo(element++);
-        }
+    XLXSafeArray array = Decoder(decisions).Array();
+    SAFEARRAYBOUND bounds[] = {array.Get()->rgsabound[0], {1, 0}};
+    switch (container) {
+    case EContainer::NoArray: return {};
+    case EContainer::Texts: return XLXSafeArray(SafeArrayCreate(VT_BSTR, 1, bounds));
+    case EContainer::TwoDimensions: return XLXSafeArray(SafeArrayCreate(VT_VARIANT, 2, bounds));
+    case EContainer::LowerBoundNegative: array.Get()->rgsabound[0].lLbound = -5; break;
+    case EContainer::LowerBoundLarge: array.Get()->rgsabound[0].lLbound = 0x7FFFFFFE; break;
+    default: break;
     }
     return array;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Options of the fuzz targets for the whole cache.
+// Options of the fuzz target for the whole cache.
 #include <vector>
 
 // Records short stacks, because there are many allocations.

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "fuzztargets.h"
 #include "XCFCDataTransfer.h"
-#include "XModuleCount.h"
 #include "XTransferWriters.h"
+
+#include <lxserver/Object.h>
 
 using namespace XLXCFCDataTransfer;
 
@@ -44,13 +45,13 @@ void ReadLists(XILXTypeComp components) {
 
 /// Runs the body with the decoded array and its element types. All decoded objects must be released afterwards.
 template <class F> bool WithArray(XBytes bytes, F&& body) {
-    const long before = XModuleCount::LiveObjects();
+    const long before = lx::liveObjects.load();
     const bool taken = Takes([&] {
         XLXSafeArray array = DecodeArray(bytes);
         const std::vector<VARTYPE> types = TypesOf(array);
         body(std::move(array), types);
     });
-    LXRequire(XModuleCount::LiveObjects() == before, "no object leaks");
+    LXRequire(lx::liveObjects.load() == before, "no object leaks");
     return taken;
 }
 

@@ -13,9 +13,8 @@ bool FuzzTypeComponents(XBytes bytes);
 /// Reads the array as a record list and as a parent-child array; true if either reader accepted it.
 bool FuzzRecordList(XBytes bytes);
 
-/// Notifications of every form, to the manager and directly to cached objects. True: one of a known kind.
-bool FuzzDataId(XBytes bytes);
-/// Whole operations of a client and edits of the server. True: at least one answer was compared.
+/// Whole operations of a client, edits of the server, and notifications of every form. True: at least one answer was
+/// compared.
 bool FuzzOperations(XBytes bytes);
 
 /// The program of a target.

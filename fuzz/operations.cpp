@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Sequences of operations: queries of a client and edits of the server. After each one, the cache must answer like the
-// server.
+// Sequences of operations: queries of a client, edits of the server, and notifications. After each one, the cache must
+// answer like the server.
 #include "XEditChoice.h"
 #include "XModuleCount.h"
-#include "cachetargets.h"
+#include "fuzztargets.h"
+#include "lxconfigfactorycachemanager.h"
+#include "questions.h"
 
 namespace {
 constexpr int MaxOperations = 24;
@@ -22,12 +24,21 @@ std::vector<LXRandom::XKind> Kinds() {
     return kinds;
 }
 
+const XServerModel& Model() {
+    static const XServerModel model = LXLifeModel();
+    return model;
+}
+
+/// A cache in client mode with its own sample server.
 class Run {
 public:
     explicit Run(XBytes bytes) : m_decisions(bytes) {}
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+    ~Run() { Terminate(); }
 
     bool All() {
-        m_cache.Start(m_decisions.Of(16));
+        Start();
         for (int i = 0; i < MaxOperations && !m_decisions.Empty(); ++i) {
             One();
         }
@@ -43,22 +54,37 @@ private:
         case 0:
         case 1: Edit(); break;
         case 2: EditInsideTheNextQuestion(); break;
-        case 3:
-        case 4: Notify(); break;
+        case 3: m_server->SendNotification(DataId()); break;
+        case 4: NotifyOneReceiver(); break;
         case 5: Hold(); break;
         case 6: StartAgain(); break;
         default: Compare(Choose()); break;
         }
     }
 
+    void Start() {
+        auto values = LXArguments(*m_server, m_decisions.Of(16));
+        LXRequire(m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get()) == S_OK, "Initialize succeeds");
+    }
+
+    void Terminate() { LXRequire(m_cache.As<IDPFObject>()->Terminate() == S_OK, "Terminate succeeds"); }
+
+    XLXComPtr<ILXType> Type(XLXTextView name) const {
+        XLXComPtr<ILXType> type;
+        m_cache->GetType(XLXComBSTR(name).Get(), nullptr, type.Put());
+        return type;
+    }
+
     XInquiry Choose() {
-        const auto all = LXEveryInquiry(m_cache.Server().Model());
+        const auto all = LXEveryInquiry(m_server->Model());
         const auto high = static_cast<std::size_t>(m_decisions.Byte()) << 8;
         return all[(high | m_decisions.Byte()) % all.size()];
     }
 
+    /// Requires that cache and server give the same answer.
     void Compare(const XInquiry& inquiry) {
-        m_cache.Compare(inquiry);
+        const std::string difference = LXDifference(*m_cache.Get(), *m_server->ConfigFactory().Get(), inquiry);
+        LXRequire(difference.empty(), difference);
         ++m_compared;
     }
 
@@ -67,7 +93,7 @@ private:
         const auto& kind = m_decisions.OneOf(kinds);
         LXRandom::XChoice choice(m_decisions.Byte() + 0x100U * ++m_edits); // other names for each edit
         LXRandom::Edit edit;
-        XServerEdits edits = m_cache.Server().Edit();
+        XServerEdits edits = m_server->Edit();
         edits.Change([&](XServerModel& model) { edit = kind.choose(model, choice); });
         if (edit) { edit(edits, XNotify::Here); }
     }
@@ -78,14 +104,14 @@ private:
         const XInquiry inquiry = Choose();
         bool pending = true;
         int calls = m_decisions.Of(4);
-        m_cache.Server().Calls().SetHook([&](const XServerCall& call) {
+        m_server->Calls().SetHook([&](const XServerCall& call) {
             if (call.point == XCallPoint::Answer && pending && calls-- == 0) {
                 pending = false;
                 Edit();
             }
         });
-        (void)LXAnswer(*m_cache.Cache().Get(), inquiry);
-        m_cache.Server().Calls().SetHook({});
+        (void)LXAnswer(*m_cache.Get(), inquiry);
+        m_server->Calls().SetHook({});
         Compare(inquiry);
     }
 
@@ -96,28 +122,71 @@ private:
                std::to_string(m_decisions.Of(3) - 1) + "/" + std::to_string(m_decisions.OneOf(modes));
     }
 
-    void Notify() { m_cache.Server().SendNotification(DataId()); }
+    /// Common pieces of data ids, other characters, and units that may be invalid UTF-16.
+    XLXText AnyText() {
+        constexpr const char* pieces[] = {"objects", "properties", "pc",   "searchable", "/",
+                                          "//",      "0",          "1",    "2",          "512",
+                                          "-1",      "2147483648", "Pump", "64",         "\xF0\x90\x80\x80",
+                                          " ",       "+",          "0x2",  "Objects",    "cfc_forward/"};
+        XLXText text;
+        for (int left = m_decisions.Of(8); left > 0; --left) {
+            const std::uint8_t piece = m_decisions.Byte();
+            if (piece < std::size(pieces)) {
+                text += LXFromUtf8(pieces[piece]);
+            } else if (piece == 0xFF) {
+                const int high = m_decisions.Byte();
+                text.push_back(static_cast<OLECHAR>(high << 8 | m_decisions.Byte()));
+            } else {
+                text.push_back(piece);
+            }
+        }
+        return text;
+    }
+
+    /// The manager or a cached object. Null if the server has removed the object.
+    XLXComPtr<ILXCallbackUpdate> Receiver() {
+        const auto type = Type(OLESTR("Pump"));
+        XLXComPtr<ILXAttribute> attribute;
+        XLXComPtr<ILXFormat> format;
+        if (type) { type->GetAttribute(XLXComBSTR(OLESTR("Head")).Get(), attribute.Put()); }
+        if (attribute) { attribute->GetFormat(1, format.Put()); }
+        const XLXComPtr<ILXCallbackUpdate> all[] = {m_cache.As<ILXCallbackUpdate>(), type.As<ILXCallbackUpdate>(),
+                                                    attribute.As<ILXCallbackUpdate>(), format.As<ILXCallbackUpdate>()};
+        return m_decisions.OneOf(all);
+    }
+
+    void NotifyOneReceiver() {
+        constexpr const char* dataTypes[] = {"cfc_specific", "cfc", "", "CFC_SPECIFIC"};
+        const auto receiver = Receiver();
+        const XLXComBSTR dataType(LXFromUtf8(m_decisions.OneOf(dataTypes)));
+        const ULONG notificationId = 0x80000000U | m_decisions.Byte(); // never one of the server's
+        const XLXComBSTR id(AnyText());
+        LXRequire(!receiver ||
+                      receiver->DataObjectChanged(id.Get(), dataType.Get(), 256, notificationId, 0, nullptr) == S_OK,
+                  "a notification is accepted, whatever its data id");
+    }
 
     /// A held type stays the same object.
     void Hold() {
         const XLXText name = LXFromUtf8(m_decisions.OneOf(Types));
-        const auto type = m_cache.Type(name);
+        const auto type = Type(name);
         LXRequire(m_held.try_emplace(name, type).first->second == type, "a held type stays the same object");
         Compare({XTopic::TypeValues, name});
     }
 
     void StartAgain() {
-        m_cache.Terminate();
+        Terminate();
         for (const auto& [name, type] : m_held) { // they must still answer, with any result
             XLXComVariant value;
             if (type) { type->GetProperty(m_decisions.Of(30), value.Put()); }
         }
         m_held.clear();
-        m_cache.Start(m_decisions.Of(16));
+        Start();
     }
 
     Decisions m_decisions;
-    FuzzCache m_cache;
+    const std::shared_ptr<XSampleServer> m_server = XSampleServer::Create(Model());
+    const XLXComPtr<XLXConfigFactoryCacheManager> m_cache{new XLXConfigFactoryCacheManager};
     std::map<XLXText, XLXComPtr<ILXType>> m_held;
     int m_compared = 0;
     unsigned m_edits = 0;

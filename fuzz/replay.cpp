@@ -39,7 +39,7 @@ INSTANTIATE_TEST_SUITE_P(Fuzz, Corpus,
                          testing::Values(Target{"fuzz_type_array", FuzzTypeArray},
                                          Target{"fuzz_attribute_list", FuzzAttributeList},
                                          Target{"fuzz_type_components", FuzzTypeComponents},
-                                         Target{"fuzz_record_list", FuzzRecordList}, Target{"fuzz_data_id", FuzzDataId},
+                                         Target{"fuzz_record_list", FuzzRecordList},
                                          Target{"fuzz_operations", FuzzOperations}),
                          testing::PrintToStringParamName());
 } // namespace

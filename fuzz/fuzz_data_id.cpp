@@ -1,4 +1,0 @@
-// SPDX-License-Identifier: MIT
-#include "fuzztargets.h"
-
-LX_FUZZ_TARGET(FuzzDataId)
