@@ -48,6 +48,17 @@ auto LXFind(const XLXComPtr<Owner>& owner, Method method, Arguments... arguments
     return object;
 }
 
+/// Takes over an array of texts that a method of the cache returned.
+inline std::vector<std::string> LXTake(LONG count, BSTR* texts) {
+    std::vector<std::string> all;
+    for (LONG i = 0; i < count; ++i) {
+        all.push_back(LXToUtf8(LXBstrView(texts[i])));
+        SysFreeString(texts[i]);
+    }
+    CoTaskMemFree(texts);
+    return all;
+}
+
 /// The elements of an enumeration; none for a null pointer.
 template <class Enumerator> auto LXElements(const XLXComPtr<Enumerator>& elements) {
     auto element = LXOutOf(&Enumerator::GetSingleNext);

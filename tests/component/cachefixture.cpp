@@ -48,6 +48,12 @@ void CacheTest::SetRefill(const char* when) {
 #endif
 }
 
+void CacheTest::TearDown() {
+    Calls().SetHook({});
+    Calls().StopFailing();
+    if (m_cache) { Terminate(); }
+}
+
 CacheTest::~CacheTest() {
     Calls().SetStandingHook({});
     m_cache.Reset();
@@ -69,6 +75,12 @@ HRESULT CacheTest::Start(LONG transferMode, bool noNotifications, bool separateC
 }
 
 void CacheTest::Terminate() { EXPECT_EQ(Client()->Terminate(), S_OK); }
+
+HRESULT CacheTest::LoadByName(std::string_view name, LONG withBases) {
+    const XBstrArgument text = LXArgument(name);
+    BSTR names[] = {text};
+    return m_cache->LoadTypesByTypeNames(1, names, withBases);
+}
 
 XLXComPtr<ILXType> CacheTest::Type(const char* name) {
     SCOPED_TRACE(name);
@@ -96,4 +108,14 @@ void CacheTest::ExpectCalls(unsigned long long expected, const std::function<voi
     if (std::getenv("LX_DISCARD") == nullptr) {
         EXPECT_EQ(made.Total() - made.Of("ILX_BaseDataObject::GetTypeName"), expected) << made.Text();
     }
+}
+
+void CacheTest::ExpectRefusal(HRESULT actual, HRESULT expected, const std::string& description) {
+    EXPECT_EQ(actual, expected) << description;
+    EXPECT_EQ(LXNarrow(LXErrorInformation::Take().description), description);
+}
+
+void CacheTest::ExpectNullRefused(HRESULT actual, XLXTextView source) {
+    EXPECT_EQ(actual, E_POINTER);
+    EXPECT_NE(LXErrorInformation::Take().source.find(source), XLXText::npos) << LXNarrow(source);
 }

@@ -212,11 +212,9 @@ private:
         LONG count = 0;
         BSTR* derived = nullptr;
         XLifeStep& step = Step("GetAllDerivedTypes", m_cache, &Cache::GetAllDerivedTypes, "Item", &count, &derived);
-        for (LONG i = 0; i < count; ++i) {
-            step.answer += LXNarrow(LXBstrView(derived[i])) + " ";
-            SysFreeString(derived[i]);
+        for (const std::string& type : LXTake(count, derived)) {
+            step.answer += type + " ";
         }
-        CoTaskMemFree(derived);
     }
 
     void AskForSpecs() {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Runs work inside calls to the server, on a thread that is already loading, and inside the last release of a server
-// object; sends notifications directly to cached objects.
+// Runs work inside calls to the server and inside the last release of a server object; sends notifications directly to
+// cached objects.
 #ifndef INSIDE_H
 #define INSIDE_H
 
@@ -43,31 +43,6 @@ protected:
 
 private:
     const std::function<void()> m_work;
-};
-
-/// A cache with a thread that is already asking the server for something. Such a thread does not wait for other loads;
-/// it asks the server itself.
-class BesideTest : public CacheTest {
-protected:
-    using CacheTest::CacheTest;
-
-    /// Runs work on that thread while it loads the relations.
-    std::future<void> Beside(std::function<void()> work) {
-        m_server->SendNotification("pc/x/0/4"); // makes the relations stale, but no types
-        return std::async(std::launch::async, [this, work = std::move(work)] {
-            bool happened = false;
-            Calls().SetStandingHook([&, asking = std::this_thread::get_id()](const XServerCall& call) {
-                if (call.name == "ILXConfigFactory::GetPCArray" && std::this_thread::get_id() == asking && !happened) {
-                    happened = true;
-                    work();
-                }
-            });
-            XLXComPtr<ILXParentChildEnum> relations;
-            Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put());
-            Calls().SetStandingHook({});
-            EXPECT_TRUE(happened) << "nothing was asked";
-        });
-    }
 };
 
 /// Sends a notification directly to a cached object, or to the cache.

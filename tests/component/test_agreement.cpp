@@ -40,7 +40,6 @@ TEST_P(Agreement, BeforeAndAfterRandomEdits) {
         LXRandomEdits(*m_server, seed + round, 20);
         ExpectAgreement();
     }
-    Terminate();
 }
 
 INSTANTIATE_TEST_SUITE_P(Records, Agreement, testing::Bool(),
@@ -57,7 +56,6 @@ TEST_P(Discarding, EveryCallIsOvertakenByANotificationOfEverything) {
     ExpectAgreement();
     Edit().AddAttribute("Type00000", "Late");
     ExpectAgreement();
-    Terminate();
 }
 
 INSTANTIATE_TEST_SUITE_P(NotificationThread, Discarding, testing::Bool(),

@@ -6,16 +6,9 @@
 class Components : public CacheTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
-    void TearDown() override { Terminate(); }
 
-    using Names = std::vector<std::string>;
-
-    Names AttributeNames(const char* type) {
-        return LXList<ILXAttribute>(XProperty::AttributeName, Type(type), &ILXType::GetAttributeEnum);
-    }
-    Names Displayed(LONG mask) {
-        return LXList<ILXAttribute>(XProperty::AttributeName, Type("Pump"), &ILXType::GetDisplayAttributeEnum, mask);
-    }
+    Names AttributeNames(const char* type) { return LXList(0, Type(type), &ILXType::GetAttributeEnum); }
+    Names Displayed(LONG mask) { return LXList(0, Type("Pump"), &ILXType::GetDisplayAttributeEnum, mask); }
 };
 
 TEST_F(Components, TheBaseTypesDefinitionWins) {
@@ -25,9 +18,7 @@ TEST_F(Components, TheBaseTypesDefinitionWins) {
 
 TEST_F(Components, OwnAttributesAreThoseThatTheServerLists) {
     const auto inheritance = Type("Equipment").As<ILXTypeInheritance>();
-    const auto names = [&](BOOL all) {
-        return LXList<ILXAttribute>(XProperty::AttributeName, inheritance, &ILXTypeInheritance::GetAttributeEnum, all);
-    };
+    const auto names = [&](BOOL all) { return LXList(0, inheritance, &ILXTypeInheritance::GetAttributeEnum, all); };
     EXPECT_EQ(names(1), (Names{"Name", "Power", "Weight"}));
     EXPECT_EQ(names(0), (Names{"Name", "Power"}));
 }
@@ -39,17 +30,16 @@ TEST_F(Components, DisplayFactsAreKeptUntilANotification) {
     EXPECT_EQ(Displayed(1), (Names{"Name", "Power"}));
     ExpectCalls(0, [&] {
         EXPECT_EQ(Displayed(1), (Names{"Name", "Power"}));
-        EXPECT_EQ(LXList<ILXAttribute>(0, Type("Pump"), &ILXType::GetDisplayGroupAttributeEnum, 1, 2), Names{"Power"});
+        EXPECT_EQ(LXList(0, Type("Pump"), &ILXType::GetDisplayGroupAttributeEnum, 1, 2), Names{"Power"});
     });
-    EXPECT_EQ(LXList<ILXAttribute>(0, Type("Pump"), &ILXType::GetGroupAttributeEnum, 1), Names{"Name"});
+    EXPECT_EQ(LXList(0, Type("Pump"), &ILXType::GetGroupAttributeEnum, 1), Names{"Name"});
 }
 
 TEST_F(Components, AFailedReadOfADisplayPropertyFailsTheCall) {
     EXPECT_EQ(Displayed(0).size(), 4u);
     Edit().SetAttributeProperty("Item", "Weight", XProperty::Label, "x"); // makes its display facts stale
     Calls().FailCall("ILXAttribute::GetProperties", E_ACCESSDENIED);
-    XLXComPtr<ILXAttributeEnum> attributes;
-    EXPECT_EQ(Type("Pump")->GetDisplayAttributeEnum(1, attributes.Put()), E_ACCESSDENIED);
+    EXPECT_EQ(LXResult(Type("Pump"), &ILXType::GetDisplayAttributeEnum, 1), E_ACCESSDENIED);
 }
 
 TEST_F(Components, ANumberMayBeAName) {
@@ -62,24 +52,19 @@ TEST_F(Components, ANumberMayBeAName) {
 
 TEST_F(Components, ChildGroupsOfAGroupWithoutAValidNumber) {
     const auto group = Group("Item", 1);
-    XLXComPtr<ILXGroupEnum> groups;
-    ASSERT_EQ(group->SetProperty(XProperty::GroupNumber, XLXComVariant::FromI4(0).Get()), S_OK);
-    EXPECT_EQ(group->GetChildGroupEnum(groups.Put()), E_INVALIDARG);
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid group number 0"));
-    const XLXComVariant text = XLXComVariant::FromBstr(OLESTR("first"));
-    ASSERT_EQ(group->SetProperty(XProperty::GroupNumber, text.Get()), S_OK);
-    EXPECT_EQ(group->GetChildGroupEnum(groups.Put()), E_INVALIDARG);
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("accessing group property LXCFG_groupnumber failed"));
+    const auto expectRefused = [&](const XLXComVariant& number, const char* description) {
+        ASSERT_EQ(group->SetProperty(XProperty::GroupNumber, number.Get()), S_OK);
+        ExpectRefusal(LXResult(group, &ILXGroup::GetChildGroupEnum), E_INVALIDARG, description);
+    };
+    expectRefused(XLXComVariant::FromI4(0), "invalid group number 0");
+    expectRefused(XLXComVariant::FromBstr(OLESTR("first")), "accessing group property LXCFG_groupnumber failed");
 }
 
 TEST_F(Components, ChildGroupsOfAGroupWhoseTypeIsFreed) {
     const auto group = Group("Item", 1);
     Terminate();
     m_cache.Reset();
-    XLXComPtr<ILXGroupEnum> groups;
-    EXPECT_EQ(group->GetChildGroupEnum(groups.Put()), E_POINTER);
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("owner type association not initialized"));
-    ASSERT_EQ(Start(), S_OK);
+    ExpectRefusal(LXResult(group, &ILXGroup::GetChildGroupEnum), E_POINTER, "owner type association not initialized");
 }
 
 TEST_F(Components, EditorsByProgIdAndByBrowser) {
@@ -88,12 +73,10 @@ TEST_F(Components, EditorsByProgIdAndByBrowser) {
         return LXRead(editor.Get(), XProperty::ProgId);
     };
     EXPECT_TRUE(LXGet(pump, &ILXType::GetConfObjEditor, "E.Pump", "whatever", "whatever"));
-    XLXComPtr<ILXConfObjEditor> none;
-    EXPECT_EQ(LXCall(*pump, &ILXType::GetConfObjEditor, "whatever", "TREE", nullptr, none.Put()), S_FALSE);
+    EXPECT_EQ(LXResult(pump, &ILXType::GetConfObjEditor, "whatever", "TREE", nullptr), S_FALSE);
     EXPECT_EQ(progId(LXGet(pump, &ILXType::GetDefaultEditor, "TREE")), OLESTR("E.Pump"));
     EXPECT_EQ(progId(LXGet(pump, &ILXType::GetDefaultNewEditor, "TREE")), OLESTR("E.PumpNew"));
-    EXPECT_EQ(LXCall(*pump, &ILXType::GetDefaultEditor, "whatever", none.Put()), S_FALSE);
-    EXPECT_FALSE(none);
+    EXPECT_EQ(LXResult(pump, &ILXType::GetDefaultEditor, "whatever"), S_FALSE);
     EXPECT_FALSE(LXErrorInformation::Take().present);
 }
 
@@ -116,21 +99,19 @@ TEST_F(OnDemand, OneCallPerKindAndType) {
 
 TEST_F(OnDemand, AServerWithoutComponentsIsNotAskedAgain) {
     Calls().FailCall("ILXType::GetTypeComponentData", S_FALSE);
-    XLXComPtr<ILXPageEnum> pages;
     const auto item = Type("Item");
-    EXPECT_EQ(item->GetPageEnum(pages.Put()), S_FALSE);
-    ExpectCalls(0, [&] { EXPECT_EQ(item->GetPageEnum(pages.Put()), S_FALSE); });
+    EXPECT_EQ(LXResult(item, &ILXType::GetPageEnum), S_FALSE);
+    ExpectCalls(0, [&] { EXPECT_EQ(LXResult(item, &ILXType::GetPageEnum), S_FALSE); });
     EXPECT_EQ(Edit().AddPage("Item", 3).result, S_OK);
-    EXPECT_EQ(item->GetPageEnum(pages.Put()), S_OK);
+    EXPECT_EQ(LXResult(item, &ILXType::GetPageEnum), S_OK);
 }
 
 TEST_F(OnDemand, AFailedFetchIsReportedAndTriedAgain) {
     const auto pump = Type("Pump");
-    XLXComPtr<ILXAttributeEnum> attributes;
     Calls().FailCall("ILXType::GetTypeComponentData", E_ACCESSDENIED);
-    EXPECT_EQ(pump->GetAttributeEnum(attributes.Put()), E_ACCESSDENIED);
+    EXPECT_EQ(LXResult(pump, &ILXType::GetAttributeEnum), E_ACCESSDENIED);
     EXPECT_NE(LXErrorInformation::Take().source.find(OLESTR("lxtypecache")), XLXText::npos);
     Calls().FailCall("ILXType::GetTypeComponentData", S_OK); // success, but no data
-    EXPECT_EQ(pump->GetAttributeEnum(attributes.Put()), E_POINTER);
+    EXPECT_EQ(LXResult(pump, &ILXType::GetAttributeEnum), E_POINTER);
     EXPECT_EQ(AttributeNames("Pump").size(), 4u);
 }

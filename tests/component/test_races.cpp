@@ -4,10 +4,7 @@
 // tests/reliability/test_freshload.cpp has notifications inside all other calls.
 #include "inside.h"
 
-class Races : public CacheTest {
-protected:
-    void TearDown() override { Terminate(); }
-};
+using Races = CacheTest;
 
 // Empty members are set, and become empty again when the server's values are read. Readers of other members must not
 // notice.

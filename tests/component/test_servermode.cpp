@@ -39,11 +39,8 @@ TEST_F(ServerMode, WrapsTypesLinksBasesAndFetchesOnDemand) {
     EXPECT_EQ(LXRead(Attribute("Pump", "Weight").Get(), 0), OLESTR("Weight"));
     EXPECT_EQ(Calls().Counts().Since(before).Of("ILXType::GetTypeComponentData"), 3u);
     ExpectCalls(0, [&] { Attribute("Pump", "Weight"); });
-    const XBstrArgument name = LXArgument("Document");
-    BSTR names[] = {name};
-    EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 0), S_OK); // without a transfer mode: without components
+    EXPECT_EQ(LoadByName("Document", 0), S_OK); // without a transfer mode: without components
     ExpectCalls(1, [&] { LXFind(Type("Document"), &ILXType::GetPageEnum); });
-    Terminate();
 }
 
 TEST_F(ServerMode, FetchesANewTypeWithItsBases) {
@@ -52,19 +49,14 @@ TEST_F(ServerMode, FetchesANewTypeWithItsBases) {
     Edit().AddType("Silo", "Tank", XNotify::No);
     EXPECT_EQ(LXRead(Type("Silo").Get(), XProperty::BaseTypeName), OLESTR("Tank"));
     EXPECT_EQ(LXRead(Attribute("Silo", "Name").Get(), 0), OLESTR("Name"));
-    XLXComPtr<ILXType> none;
-    const auto get = [&](const char* name) {
-        return LXCall(*Factory(), &ILXConfigFactory::GetType, name, nullptr, none.Put());
-    };
+    const auto get = [&](const char* name) { return LXResult(Factory(), &ILXConfigFactory::GetType, name, nullptr); };
     ExpectCalls(1, [&] { EXPECT_EQ(get("Unknown"), S_FALSE); });
     ExpectCalls(0, [&] { EXPECT_EQ(get("Unknown"), S_FALSE); });
     Edit().Change([](XServerModel& model) { model.AddType("Loop").properties.Set(XProperty::BaseTypeName, "Loop"); });
-    EXPECT_EQ(get("Loop"), E_FAIL);
-    EXPECT_EQ(LXErrorInformation::Take().description,
-              OLESTR("Base typename is equal with the derivative's typename.Check the PTS and remove "
-                     "self-inheritance type "
-                     "declarations. typename: 'Loop'"));
-    Terminate();
+    ExpectRefusal(get("Loop"), E_FAIL,
+                  "Base typename is equal with the derivative's typename.Check the PTS and remove "
+                  "self-inheritance type "
+                  "declarations. typename: 'Loop'");
 }
 
 TEST_F(ServerMode, TheEntryPointTakesThreeNamedObjectsAndOnlyTheQueryIsOptional) {

@@ -56,40 +56,36 @@ TEST_F(Startup, RefusalsNameTheValueAndItsExpectedType) {
         std::size_t value;
         XLXComVariant odd;
         HRESULT result;
-        const OLECHAR* text;
+        const char* text;
     };
     const auto text = [] { return XLXComVariant::FromBstr(OLESTR("odd")); };
     const auto object = [&] { return XLXComVariant::FromUnknown(m_server->DataObject("Pump").Get()); };
     Refusal refusals[] = {
-        {0, text(), DISP_E_TYPEMISMATCH, OLESTR("value 0 must be an object with ILXConfigFactory")},
-        {0, XLXComVariant(), E_POINTER, OLESTR("value 0 must be an object with ILXConfigFactory")},
-        {1, object(), E_NOINTERFACE, OLESTR("value 1 must be an object with ILX_Query, or empty")},
-        {2, text(), DISP_E_TYPEMISMATCH,
-         OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true")},
-        {2, XLXComVariant(), E_POINTER, OLESTR("value 2 must be an object with ILXDataUpdate, unless value 3 is true")},
-        {3, text(), DISP_E_TYPEMISMATCH, OLESTR("value 3 must be a boolean: no notifications")},
-        {4, text(), DISP_E_TYPEMISMATCH, OLESTR("value 4 must be a boolean: a separate callback object")},
-        {5, text(), DISP_E_TYPEMISMATCH, OLESTR("value 5 must be a number: the data transfer mode")}};
+        {0, text(), DISP_E_TYPEMISMATCH, "value 0 must be an object with ILXConfigFactory"},
+        {0, XLXComVariant(), E_POINTER, "value 0 must be an object with ILXConfigFactory"},
+        {1, object(), E_NOINTERFACE, "value 1 must be an object with ILX_Query, or empty"},
+        {2, text(), DISP_E_TYPEMISMATCH, "value 2 must be an object with ILXDataUpdate, unless value 3 is true"},
+        {2, XLXComVariant(), E_POINTER, "value 2 must be an object with ILXDataUpdate, unless value 3 is true"},
+        {3, text(), DISP_E_TYPEMISMATCH, "value 3 must be a boolean: no notifications"},
+        {4, text(), DISP_E_TYPEMISMATCH, "value 4 must be a boolean: a separate callback object"},
+        {5, text(), DISP_E_TYPEMISMATCH, "value 5 must be a number: the data transfer mode"}};
     for (Refusal& refusal : refusals) {
         std::vector<XLXComVariant> values = Arguments(15, false);
         values[refusal.value] = std::move(refusal.odd);
-        EXPECT_EQ(Initialize(std::move(values)), refusal.result) << refusal.value;
-        EXPECT_EQ(LXErrorInformation::Take().description, refusal.text);
+        ExpectRefusal(Initialize(std::move(values)), refusal.result, refusal.text);
     }
     const auto cut = [&](std::size_t count) {
         std::vector<XLXComVariant> values = Arguments(15, false);
         values.resize(count);
         return values;
     };
-    for (const LONG count : {0, 3, 7}) {
-        EXPECT_EQ(Initialize(cut(static_cast<std::size_t>(count))), E_INVALIDARG);
-        EXPECT_EQ(LXErrorInformation::Take().description,
-                  XLXText(XLXFormat() << "an initialisation takes 4 to 6 values, not " << count));
+    for (const std::size_t count : {0U, 3U, 7U}) {
+        ExpectRefusal(Initialize(cut(count)), E_INVALIDARG,
+                      "an initialisation takes 4 to 6 values, not " + std::to_string(count));
     }
     EXPECT_EQ(Calls().Total(), 0u);
     ASSERT_EQ(Initialize(cut(4)), S_OK);
     EXPECT_EQ(Mode(), 1);
-    Terminate();
 }
 
 TEST_F(Startup, ValuesByReferenceAreAccepted) {
@@ -106,7 +102,6 @@ TEST_F(Startup, ValuesByReferenceAreAccepted) {
     EXPECT_EQ(Mode(), 7);
     EXPECT_EQ(m_cache->IsPlantype(m_server->DataObject("Pump").Get()), S_FALSE);
     EXPECT_EQ(Calls().Of("ILX_Query::GetSearchResult"), 1u);
-    Terminate();
 }
 
 TEST_F(Startup, ASecondInitialisationDoesNothing) {
@@ -133,7 +128,6 @@ TEST_F(Startup, ASecondInitialisationDoesNothing) {
     ASSERT_EQ(log.Entries().size(), 1u);
     EXPECT_NE(log.Entries()[0].text.find(OLESTR("initialised already, with another server")), XLXText::npos);
     ExpectNotificationsArrive();
-    Terminate();
 }
 
 TEST_F(Startup, ServerModeIsRefusedAfterClientMode) {
@@ -145,15 +139,13 @@ TEST_F(Startup, ServerModeIsRefusedAfterClientMode) {
     EXPECT_NE(error.source.find(OLESTR("XLXConfigFactoryCacheManager::Initialize (lxconfigfactorycachemanager, line")),
               XLXText::npos);
     EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
-    Terminate();
 }
 
 TEST_F(Startup, FailedRegistrationLeavesNothingBehind) {
     for (const char* call : {"ILXDataUpdate::RegisterCallback", "ILXDataUpdate::EnableAdvicesDataType"}) {
         m_cache = LXMakeCache();
         Calls().FailCall(call, E_ACCESSDENIED);
-        EXPECT_EQ(Start(), E_ACCESSDENIED) << call;
-        EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("RegisterCallback()"));
+        ExpectRefusal(Start(), E_ACCESSDENIED, "RegisterCallback()");
         EXPECT_TRUE(m_server->Clients().empty()) << call;
     }
 }
@@ -169,7 +161,6 @@ TEST_F(Startup, ConcurrentInitialisationsRegisterOnce) {
     }
     EXPECT_EQ(Calls().Of("ILXDataUpdate::RegisterCallback"), 1u);
     EXPECT_EQ(Calls().Of("ILXConfigFactoryEx::GetTypeArrayEx"), 1u);
-    Terminate();
 }
 
 TEST_F(Startup, ValidityIdentityAndTerminationOfTheServer) {
@@ -180,10 +171,8 @@ TEST_F(Startup, ValidityIdentityAndTerminationOfTheServer) {
     EXPECT_EQ(m_cache->SetInvalid(), S_OK);
     EXPECT_EQ(m_cache->IsValid(&valid), S_OK);
     EXPECT_EQ(valid, 0);
-    EXPECT_EQ(m_cache->IsValid(nullptr), E_POINTER);
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: pbValid"));
-    EXPECT_EQ(m_cache->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: ppv"));
+    ExpectRefusal(m_cache->IsValid(nullptr), E_POINTER, "invalid pointer: pbValid");
+    ExpectRefusal(m_cache->QueryInterface(IID_IUnknown, nullptr), E_POINTER, "invalid pointer: ppv");
     EXPECT_EQ(LXGet(m_cache, &ILXConfigFactoryCache::GetRealConfigFactory), m_server->ConfigFactory());
 
     EXPECT_EQ(Factory()->NotifyServerTermination(), S_OK);
@@ -191,5 +180,4 @@ TEST_F(Startup, ValidityIdentityAndTerminationOfTheServer) {
     EXPECT_EQ(Edit().AddType("Late").result, S_OK);
     LXGet(Factory(), &ILXConfigFactory::GetTypeEnum, nullptr);
     EXPECT_EQ(Calls().Total(), before); // the notification had no effect
-    Terminate();
 }

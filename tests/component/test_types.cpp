@@ -6,34 +6,26 @@
 class Types : public CacheTest {
 protected:
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
-    void TearDown() override { Terminate(); }
 
-    HRESULT Find(const char* name, XLXComPtr<ILXType>& type) {
-        return LXCall(*Factory(), &ILXConfigFactory::GetType, name, nullptr, type.Put());
-    }
-    std::vector<std::string> Listed(bool searchableOnly = false) {
-        return searchableOnly
-                   ? LXList<ILXType>(XProperty::TypeName, Factory(), &ILXConfigFactory::GetSearchableTypeEnum)
-                   : LXList<ILXType>(XProperty::TypeName, Factory(), &ILXConfigFactory::GetTypeEnum, nullptr);
-    }
+    HRESULT Find(const char* name) { return LXResult(Factory(), &ILXConfigFactory::GetType, name, nullptr); }
 };
 
 TEST_F(Types, NamesAreComparedExactly) {
-    XLXComPtr<ILXType> type;
-    EXPECT_EQ(Find("pump", type), S_FALSE);
-    EXPECT_EQ(Find("", type), S_FALSE);
-    EXPECT_EQ(m_cache->GetCachedType(m_server->DataObject("").Get(), nullptr, type.Put()), S_FALSE);
+    EXPECT_EQ(Find("pump"), S_FALSE);
+    EXPECT_EQ(Find(""), S_FALSE);
+    const auto nameless = m_server->DataObject("");
+    EXPECT_EQ(LXResult(m_cache, &ILXConfigFactoryCache::GetCachedType, nameless.Get(), nullptr), S_FALSE);
     EXPECT_FALSE(LXErrorInformation::Take().present);
-    EXPECT_EQ(m_cache->GetCachedType(nullptr, nullptr, type.Put()), E_POINTER);
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("invalid pointer: pObject"));
+    ExpectRefusal(LXResult(m_cache, &ILXConfigFactoryCache::GetCachedType, nullptr, nullptr), E_POINTER,
+                  "invalid pointer: pObject");
 }
 
 TEST_F(Types, EnumerationsListWhatTheServerLists) {
-    EXPECT_EQ(Listed(), (std::vector<std::string>{"Document", "Equipment", "Item", "Pump"}));
+    EXPECT_EQ(TypeNames(), (Names{"Document", "Equipment", "Item", "Pump"}));
     Edit().SetTypeListed("Document", false);
     Edit().SetTypeProperty("Item", XProperty::Searchable, false);
-    EXPECT_EQ(Listed(), (std::vector<std::string>{"Equipment", "Item", "Pump"}));
-    EXPECT_EQ(Listed(true), (std::vector<std::string>{"Equipment", "Pump"}));
+    EXPECT_EQ(TypeNames(), (Names{"Equipment", "Item", "Pump"}));
+    EXPECT_EQ(LXList(0, Factory(), &ILXConfigFactory::GetSearchableTypeEnum), (Names{"Equipment", "Pump"}));
 }
 
 TEST_F(Types, TheBaseTypeIsAProperty) {
@@ -65,15 +57,14 @@ TEST_F(Types, HeldObjectsStayTheSameAcrossAReload) {
 TEST_F(Types, LoadsNamedTypesWithTheirBasesInOneCall) {
     Edit().AddType("Tank", "Equipment", XNotify::No);
     Edit().AddType("Silo", "Tank", XNotify::No);
-    XLXComBSTR silo(OLESTR("Silo"));
-    XLXComBSTR gone(OLESTR("Gone"));
-    BSTR names[] = {silo.Get(), gone.Get()};
+    const XBstrArgument silo = LXArgument("Silo");
+    const XBstrArgument gone = LXArgument("Gone");
+    BSTR names[] = {silo, gone};
     ExpectCalls(1, [&] { EXPECT_EQ(m_cache->LoadTypesByTypeNames(2, names, 1), S_OK); });
-    XLXComPtr<ILXType> type;
     ExpectCalls(0, [&] {
-        EXPECT_EQ(Find("Silo", type), S_OK);
-        EXPECT_EQ(Find("Tank", type), S_OK);
-        EXPECT_EQ(Find("Gone", type), S_FALSE);
+        EXPECT_EQ(Find("Silo"), S_OK);
+        EXPECT_EQ(Find("Tank"), S_OK);
+        EXPECT_EQ(Find("Gone"), S_FALSE);
     });
     EXPECT_EQ(m_cache->LoadTypesByTypeNames(0, nullptr, 0), S_OK);
     EXPECT_EQ(m_cache->LoadTypesByTypeNames(-1, names, 0), E_INVALIDARG);
@@ -84,17 +75,15 @@ TEST_F(Types, AFetchedTypeComesWithItsBases) {
     Edit().AddType("Tank", "Equipment", XNotify::No);
     Edit().AddType("Silo", "Tank", XNotify::No);
     Edit().AddAttribute("Tank", "Volume", 1, XNotify::No);
-    XLXComPtr<ILXType> silo;
-    ExpectCalls(2, [&] { ASSERT_EQ(Find("Silo", silo), S_OK); }); // the type, then the type with its bases
+    ExpectCalls(2, [&] { EXPECT_EQ(Find("Silo"), S_OK); }); // the type, then the type with its bases
     EXPECT_TRUE(Attribute("Silo", "Volume"));
 }
 
 TEST_F(Types, ServerFailuresAreReturnedAndNotCached) {
-    XLXComPtr<ILXType> type;
     Edit().AddType("Tank", "Equipment", XNotify::No);
     Calls().FailCall("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", E_ACCESSDENIED);
-    EXPECT_EQ(Find("Tank", type), E_ACCESSDENIED);
-    EXPECT_EQ(Find("Tank", type), S_OK);
+    EXPECT_EQ(Find("Tank"), E_ACCESSDENIED);
+    EXPECT_EQ(Find("Tank"), S_OK);
 }
 
 // In whatever order the types are linked, a new link and an old one that is not replaced yet seem to form a cycle.
@@ -119,7 +108,7 @@ TEST_F(Types, BasesThatSwapPlacesAreRelinked) {
 }
 
 TEST_F(Types, AddTypeReturnsACachedObject) {
-    auto added = LXGet(Factory(), &ILXConfigFactory::AddType);
+    const auto added = LXGet(Factory(), &ILXConfigFactory::AddType);
     ASSERT_TRUE(added);
     EXPECT_FALSE(added.As<ILXConfigObject>()); // a cached object, not the server's
     ExpectCalls(1, [&] {                       // for all kinds that the data transfer mode includes
@@ -127,7 +116,7 @@ TEST_F(Types, AddTypeReturnsACachedObject) {
         EXPECT_FALSE(LXFind(added, &ILXType::GetGroupEnum));
     });
     Calls().FailCall("ILXConfigFactory::AddType", E_ACCESSDENIED);
-    EXPECT_EQ(Factory()->AddType(added.Put()), E_ACCESSDENIED);
+    EXPECT_EQ(LXResult(Factory(), &ILXConfigFactory::AddType), E_ACCESSDENIED);
 }
 
 TEST_F(Types, ARepeatedNotificationIsHandledOnce) {

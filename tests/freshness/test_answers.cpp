@@ -7,8 +7,6 @@
 #include <thread>
 
 namespace {
-using Names = std::vector<std::string>;
-
 XServerModel AnswerModel() {
     XServerModel model = LXTestModel();
     for (int i = 0; i < 4; ++i) {
@@ -22,22 +20,10 @@ protected:
     Answers() : HostileTest(AnswerModel()) {}
 
     void SetUp() override { ASSERT_EQ(Start(), S_OK); }
-    void TearDown() override {
-        Calls().StopFailing();
-        Terminate();
-    }
 
-    HRESULT Ask(const std::string& name) {
-        XLXComPtr<ILXType> type;
-        return Factory()->GetType(XLXComBSTR(LXFromUtf8(name)).Get(), nullptr, type.Put());
-    }
-
-    auto Specs() { return LXElements(LXGet(Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs)); }
-    Names SpecIds() {
-        return LXList<ILXGlobalAttributeFormatSpec>(0, Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
-    }
+    HRESULT Ask(const std::string& name) { return LXResult(Factory(), &ILXConfigFactory::GetType, name, nullptr); }
     HRESULT RemoveById(const char* id) {
-        return Factory()->RemoveGlobalAttributeFormatSpecByID(XLXComBSTR(LXFromUtf8(id)).Get());
+        return LXCall(*Factory(), &ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID, id);
     }
 };
 
@@ -46,10 +32,8 @@ protected:
 TEST_F(Answers, AnUnknownNameIsAskedForAgainAfterAReload) {
     Terminate();
     // The bulk read returns the pump and its bases; all other types are loaded by name.
-    m_factory->types = [&](SAFEARRAY** types) {
-        const XLXComBSTR name(OLESTR("Pump"));
-        const auto bulk = m_server->ConfigFactory().As<ILXConfigFactoryEx>();
-        return bulk->GetTypeArrayByTypeNameEx(name.Get(), 1, 15, types);
+    m_factory->types = [this](SAFEARRAY** types) {
+        return m_factory->GetTypeArrayByTypeNameEx(LXArgument("Pump"), 1, 15, types);
     };
     ASSERT_EQ(StartHostile(), S_OK);
     EXPECT_EQ(Ask("Hidden"), S_FALSE);
@@ -76,15 +60,13 @@ TEST_F(Answers, TooManyUnknownFormatsDisplaceTheOldest) {
     constexpr int Kept = 64;
     const auto head = Attribute("Pump", "Head");
     const auto known = LXGet(head, &ILXAttribute::GetFormat, 1);
-    XLXComPtr<ILXFormat> format;
-    const auto ask = [&](int type) { return head->GetFormat(type, format.Put()); };
+    const auto ask = [&](int type) { return LXResult(head, &ILXAttribute::GetFormat, type); };
     for (int i = 0; i <= Kept; ++i) {
         EXPECT_EQ(ask(First + i), S_FALSE);
     }
     ExpectCalls(0, [&] { EXPECT_EQ(ask(First + Kept), S_FALSE); });
     ExpectCalls(1, [&] { EXPECT_EQ(ask(First), S_FALSE); });
-    ExpectCalls(0, [&] { EXPECT_EQ(ask(1), S_OK); });
-    EXPECT_EQ(format, known);
+    ExpectCalls(0, [&] { EXPECT_EQ(LXGet(head, &ILXAttribute::GetFormat, 1), known); });
     Edit().AddAttributeFormat("Pump", "Head", First); // it and its older answers displace none of after it
     EXPECT_EQ(ask(First), S_OK);
     EXPECT_EQ(ask(First + 2 * Kept), S_FALSE);
@@ -96,10 +78,7 @@ TEST_F(Answers, TooManyUnknownFormatsDisplaceTheOldest) {
 // The server is asked once, and not again before the next notification.
 TEST_F(Answers, FailedAttributeTypesCountAsNone) {
     const auto head = Attribute("Pump", "Head");
-    const auto ask = [&] {
-        XLXComPtr<ILXAttributeTypeEnum> types;
-        head->GetAttributeTypeEnum(types.Put());
-    };
+    const auto ask = [&] { LXResult(head, &ILXAttribute::GetAttributeTypeEnum); };
     for (const char* const method :
          {"ILXAttribute::GetAttributeTypeEnum", "ILXAttributeTypeEnum::RemNext", "ILXAttributeType::GetProperties"}) {
         SCOPED_TRACE(method);
@@ -116,15 +95,15 @@ TEST_F(Answers, FailedAttributeTypesCountAsNone) {
 // ---- the removal of specs
 
 TEST_F(Answers, ASpecThatIsRemovedThroughAnObjectFromBeforeAReload) {
-    const auto former = Specs();
+    const auto former = AllSpecs();
     m_server->SendNotification("objects/x/0/256");
-    EXPECT_EQ(Specs().size(), 4u);
+    EXPECT_EQ(AllSpecs().size(), 4u);
     EXPECT_EQ(Factory()->RemoveGlobalAttributeFormatSpec(former[1].Get()), S_OK);
     EXPECT_EQ(SpecIds(), (Names{"Spec0", "Spec2", "Spec3"}));
 }
 
 TEST_F(Answers, ASpecThatIsRemovedByItsIdWhileItsValuesAreUnread) {
-    Specs();
+    AllSpecs();
     Calls().SetHook([&](const XServerCall& call) { // the server object of a removed spec answers no more calls
         if (call.name == "ILXConfigFactory::RemoveGlobalAttributeFormatSpecByID" && call.point == XCallPoint::Answer) {
             Calls().FailAlways("ILXGlobalAttributeFormatSpec::GetProperties", E_ACCESSDENIED);
@@ -137,12 +116,12 @@ TEST_F(Answers, ASpecThatIsRemovedByItsIdWhileItsValuesAreUnread) {
 }
 
 TEST_F(Answers, ASpecThatIsRemovedDuringALoadOnAnotherThread) {
-    const auto former = Specs();
+    const auto former = AllSpecs();
     EXPECT_EQ(LXRead(former[2].Get(), 0), OLESTR("Spec2"));
     for (const bool byId : {true, false}) {
         m_server->SendNotification("objects/x/0/256");
         auto gate = Calls().PauseAt("ILXGlobalAttributeFormatSpecEnum::RemNext", XCallPoint::Answer);
-        auto fill = std::async(std::launch::async, [&] { Specs(); });
+        auto fill = std::async(std::launch::async, [&] { AllSpecs(); });
         gate.WaitUntilArrived();
         EXPECT_EQ(byId ? RemoveById("Spec1") : Factory()->RemoveGlobalAttributeFormatSpec(former[2].Get()), S_OK);
         gate.Open();
@@ -206,14 +185,12 @@ TEST_F(Flooded, NoThreadWaitsForMoreThanTwoLoads) {
     const auto item = Type("Item");
     const auto askForPage = [&] { LXGet(item, &ILXType::GetPage, 1); };
     const auto askForRelations = [&] {
-        XLXComPtr<ILXParentChildEnum> relations;
-        EXPECT_EQ(Factory()->GetParentChildEnum(XLXComBSTR(OLESTR("Item")).Get(), nullptr, relations.Put()), S_FALSE);
+        EXPECT_EQ(LXResult(Factory(), &ILXConfigFactory::GetParentChildEnum, "Item", nullptr), S_FALSE);
     };
     for (const XFlood& flood : {XFlood{"ILXConfigFactoryEx::GetTypeArrayEx", "objects/x/0/2", [&] { Type("Item"); }},
                                 XFlood{"ILXType::GetTypeComponentData", "objects/x/0/32", askForPage},
                                 XFlood{"ILXConfigFactory::GetPCArray", "pc/x/0/4", askForRelations}}) {
         EXPECT_LE(SlowQuestions(flood), Readers * Questions / 12) << flood.method;
     }
-    Terminate();
 }
 } // namespace

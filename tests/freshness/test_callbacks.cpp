@@ -24,26 +24,18 @@ thread_local std::string_view t_inside;
 
 class Asking : public CacheTest {
 protected:
-    using Texts = std::vector<std::string>;
-
     Asking() : CacheTest(AskingModel()) {
         Calls().SetHook([](const XServerCall& call) {
             if (t_ask && call.name == t_inside && call.point == XCallPoint::Arrival) { std::exchange(t_ask, {})(); }
         });
     }
-    ~Asking() override { Calls().SetHook({}); }
 
-    void AskForTypes() {
-        EXPECT_EQ(LXList<ILXType>(XProperty::TypeName, Factory(), &ILXConfigFactory::GetTypeEnum, nullptr),
-                  (Texts{"Document", "Equipment", "Item", "Pump"}));
-    }
+    void AskForTypes() { EXPECT_EQ(TypeNames(), (Names{"Document", "Equipment", "Item", "Pump"})); }
     XLXComPtr<ILXParentChild> AskForRelation() {
-        const XLXComBSTR item(OLESTR("Item"));
-        return LXElements(LXGet(Factory(), &ILXConfigFactory::GetParentChildEnum, item.Get(), nullptr)).at(0);
+        return LXElements(LXGet(Factory(), &ILXConfigFactory::GetParentChildEnum, "Item", nullptr)).at(0);
     }
-    static Question AskForAttribute(const XLXComPtr<ILXType>& type, const OLECHAR* name) {
-        return {"ILXType::GetTypeComponentData",
-                [=] { LXGet(type, &ILXType::GetAttribute, XLXComBSTR(XLXText(name)).Get()); }};
+    static Question AskForAttribute(const XLXComPtr<ILXType>& type, const char* name) {
+        return {"ILXType::GetTypeComponentData", [=] { LXGet(type, &ILXType::GetAttribute, name); }};
     }
 
     /// Waits for the other thread.
@@ -72,18 +64,13 @@ TEST_F(Asking, CrosswiseDoesNotDeadlock) {
     ASSERT_EQ(Start(0), S_OK); // without components
     const Question types{"ILXConfigFactoryEx::GetTypeArrayEx", [&] { AskForTypes(); }};
     const Question relations{"ILXConfigFactory::GetPCArray", [&] { EXPECT_TRUE(AskForRelation()); }};
-    const Question pcInfos{
-        "ILXParentChild::GetPCInfoEnum", [relation = AskForRelation()] {
-            EXPECT_EQ(LXList<ILXPCInfo>(XProperty::PCInfoBrowser, relation, &ILXParentChild::GetPCInfoEnum),
-                      Texts{"Tree"});
-        }};
-    const Question browserIds{
-        "ILXConfigFactory::GetBrowserIdEnum", [&] {
-            EXPECT_EQ(LXList<ILXBrowserId>(XProperty::BrowserIdName, Factory(), &ILXConfigFactory::GetBrowserIdEnum),
-                      Texts{"Tree"});
-        }};
-    const Question item = AskForAttribute(Type("Item"), OLESTR("Weight"));
-    const Question document = AskForAttribute(Type("Document"), OLESTR("Title"));
+    const Question pcInfos{"ILXParentChild::GetPCInfoEnum", [relation = AskForRelation()] {
+                               EXPECT_EQ(LXList(XProperty::PCInfoBrowser, relation, &ILXParentChild::GetPCInfoEnum),
+                                         Names{"Tree"});
+                           }};
+    const Question browserIds{"ILXConfigFactory::GetBrowserIdEnum", [&] { EXPECT_EQ(BrowserIds(), Names{"Tree"}); }};
+    const Question item = AskForAttribute(Type("Item"), "Weight");
+    const Question document = AskForAttribute(Type("Document"), "Title");
     for (const auto& [one, other] : {std::pair(pcInfos, types), {relations, browserIds}, {item, document}}) {
         SCOPED_TRACE(one.method);
         m_server->SendNotification("objects/x/0/1");
@@ -92,7 +79,6 @@ TEST_F(Asking, CrosswiseDoesNotDeadlock) {
         EXPECT_EQ(first.wait_for(std::chrono::seconds(10)), std::future_status::ready);
         EXPECT_EQ(second.wait_for(std::chrono::seconds(1)), std::future_status::ready);
     }
-    Terminate();
 }
 
 TEST_F(Asking, ASecondCacheFromInsideACallOfTheFirst) {
@@ -108,37 +94,34 @@ TEST_F(Asking, ASecondCacheFromInsideACallOfTheFirst) {
     };
     AskForTypes();
     EXPECT_FALSE(t_ask);
-    Terminate();
 }
 
 class LastRelease : public HostileTest {
 protected:
     LastRelease() {
-        m_factory->types = [this](SAFEARRAY** out) { return Give({Base, Derived}, out); };
-        m_factory->namedTypes = [this](SAFEARRAY** out) { return Give({Derived}, out); };
+        ServeTypes([this] { return Types({Base, Derived}); });
+        m_factory->namedTypes = [this](SAFEARRAY** out) {
+            *out = Types({Derived}).Detach();
+            return S_OK;
+        };
     }
     void TearDown() override {
         m_asks = false;
-        Terminate();
+        HostileTest::TearDown();
     }
 
     inline static const HostileType Base{OLESTR("Base"), OLESTR(""), {OLESTR("OfBase")}};
     inline static const HostileType Derived{OLESTR("Derived"), OLESTR("Base"), {OLESTR("OfDerived")}};
 
     /// Types whose server objects and base-type property make a request when they are destroyed.
-    HRESULT Give(const std::vector<HostileType>& types, SAFEARRAY** out) {
-        const auto asking = [this] {
-            return XLXComPtr<IUnknown>(new WorkAtRelease([this] { AskFromAnotherThread(); }));
-        };
-        *out = HostileTypeArray(types, asking).Detach();
-        return S_OK;
+    XLXSafeArray Types(const std::vector<HostileType>& types) {
+        return HostileTypeArray(types, [this] { return new WorkAtRelease([this] { AskFromAnotherThread(); }); });
     }
     void AskFromAnotherThread() {
         if (!m_asks) { return; }
         ++m_asked;
-        m_answers.push_back(std::async(std::launch::async, [this] {
-            LXGet(Named(OLESTR("Derived")), &ILXType::GetAttribute, XLXComBSTR(OLESTR("OfBase")).Get());
-        }));
+        m_answers.push_back(std::async(std::launch::async,
+                                       [this] { LXGet(Named(OLESTR("Derived")), &ILXType::GetAttribute, "OfBase"); }));
         EXPECT_EQ(m_answers.back().wait_for(std::chrono::seconds(3)), std::future_status::ready);
     }
 
@@ -151,9 +134,7 @@ TEST_F(LastRelease, OfAServerObjectHappensWithNoLockHeld) {
     ASSERT_EQ(StartHostile(), S_OK);
     const auto type = Named(OLESTR("Derived"));
     m_asks = true;
-    const XLXComBSTR name(OLESTR("Derived"));
-    BSTR names[] = {name.Get()};
-    EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 1), S_OK);
+    EXPECT_EQ(LoadByName("Derived"), S_OK);
     EXPECT_GE(m_asked, 2); // the old server object, and a base type object that the link replaces
     EXPECT_EQ(Named(OLESTR("Derived")), type);
 }

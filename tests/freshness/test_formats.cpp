@@ -27,27 +27,24 @@ protected:
         ASSERT_EQ(Start(), S_OK);
         m_attribute = Attribute("Pump", "Head");
         m_group = Group("Pump", 7);
-        m_spec = LXElements(LXGet(Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs)).at(0);
+        m_spec = AllSpecs().at(0);
     }
-    void TearDown() override { Terminate(); }
 
     bool Of(const char* owner) const { return std::string_view(GetParam()) == owner; }
+    /// Calls with the owner and the arguments that select the format.
+    template <class Call> HRESULT With(Call&& call) {
+        return Of("ILXAttribute") ? call(*m_attribute, FormatType)
+               : Of("ILXGroup")   ? call(*m_group)
+                                  : call(*m_spec, FormatType);
+    }
     HRESULT Get(Format& format) {
-        ILXFormat** const out = format.Put();
-        return Of("ILXAttribute") ? m_attribute->GetFormat(FormatType, out)
-               : Of("ILXGroup")   ? m_group->GetFormat(out)
-                                  : m_spec->GetFormat(FormatType, out);
+        return With([&](auto& owner, auto... type) { return owner.GetFormat(type..., format.Put()); });
     }
     HRESULT Create(Format& format) {
-        ILXFormat** const out = format.Put();
-        return Of("ILXAttribute") ? m_attribute->CreateFormat(FormatType, out)
-               : Of("ILXGroup")   ? m_group->CreateFormat(out)
-                                  : m_spec->CreateFormat(FormatType, out);
+        return With([&](auto& owner, auto... type) { return owner.CreateFormat(type..., format.Put()); });
     }
     HRESULT Delete() {
-        return Of("ILXAttribute") ? m_attribute->DeleteFormat(FormatType)
-               : Of("ILXGroup")   ? m_group->DeleteFormat()
-                                  : m_spec->DeleteFormat(FormatType);
+        return With([](auto& owner, auto... type) { return owner.DeleteFormat(type...); });
     }
     void Change(const char* value, XNotify notify = XNotify::Here) {
         const HRESULT result =

@@ -10,8 +10,6 @@
 #include <future>
 
 namespace {
-using Names = std::vector<std::string>;
-
 /// The test model plus a type, a browser id, a spec and a relation that are named after the server.
 XServerModel ModelOf(const XText& server) {
     XServerModel model = LXTestModel();
@@ -27,46 +25,30 @@ class Lives : public HostileTest {
 protected:
     Lives() : HostileTest(ModelOf("First")) {}
 
-    void TearDown() override {
-        Calls().SetHook({});
-        if (m_cache) { Terminate(); }
-    }
-
     static bool Ends(const std::future<void>& work) {
         return work.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
     }
     /// Exchanges the fixture's server for the other one.
     void ChangeServer() { m_server.swap(m_second); }
 
-    Names Types() { return LXList<ILXType>(XProperty::TypeName, Factory(), &ILXConfigFactory::GetTypeEnum, nullptr); }
-    Names BrowserIds() {
-        return LXList<ILXBrowserId>(XProperty::BrowserIdName, Factory(), &ILXConfigFactory::GetBrowserIdEnum);
-    }
-    Names Specs() {
-        return LXList<ILXGlobalAttributeFormatSpec>(0, Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs);
-    }
     Names Children() {
-        return LXList<ILXParentChild>(XProperty::ChildName, Factory(), &ILXConfigFactory::GetParentChildEnum,
-                                      XLXComBSTR(OLESTR("Item")).Get(), nullptr);
+        return LXList(XProperty::ChildName, Factory(), &ILXConfigFactory::GetParentChildEnum, "Item", nullptr);
     }
     void AskForEverything() {
-        const XLXComBSTR pump(OLESTR("Pump"));
-        BSTR names[] = {pump.Get()};
-        m_cache->LoadTypesByTypeNames(1, names, 1);
-        for (const OLECHAR* const name : {OLESTR("Late"), OLESTR("Item"), OLESTR("Document")}) {
-            XLXComPtr<ILXType> type; // the second stale value may cause a read of all
-            Factory()->GetType(XLXComBSTR(XLXText(name)).Get(), nullptr, type.Put());
+        LoadByName("Pump");
+        for (const char* const name : {"Late", "Item", "Document"}) { // the second stale value may cause a read of all
+            const auto type = LXFind(Factory(), &ILXConfigFactory::GetType, name, nullptr);
             if (type) { LXRead(type.Get(), XProperty::TypeLabel); }
         }
-        Types();
+        TypeNames();
         BrowserIds();
-        Specs();
+        SpecIds();
         Children();
     }
     void ExpectAnswersOfTheSecond() {
-        EXPECT_EQ(Types(), (Names{"Document", "Equipment", "Item", "Pump", "Second"}));
+        EXPECT_EQ(TypeNames(), (Names{"Document", "Equipment", "Item", "Pump", "Second"}));
         EXPECT_EQ(BrowserIds(), (Names{"Second", "Tree"}));
-        EXPECT_EQ(Specs(), Names{"Second"});
+        EXPECT_EQ(SpecIds(), Names{"Second"});
         EXPECT_EQ(Children(), Names{"Second"});
         EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeLabel), OLESTR("Second"));
     }
@@ -136,12 +118,11 @@ TEST_F(Lives, AQueryFromInsideTerminateCachesNothing) {
         if (isEnding && !std::exchange(asked, true)) { AskForEverything(); }
     };
     ServeTypes([&] {
-        return HostileTypeArray({{OLESTR("First"), OLESTR(""), {}}},
-                                [&] { return XLXComPtr<IUnknown>(new WorkAtRelease(ask)); });
+        return HostileTypeArray({{OLESTR("First"), OLESTR(""), {}}}, [&] { return new WorkAtRelease(ask); });
     });
     const LONG before = m_server->LiveObjects().objects;
     ASSERT_EQ(StartHostile(), S_OK);
-    EXPECT_EQ(Specs(), Names{"First"});
+    EXPECT_EQ(SpecIds(), Names{"First"});
     isEnding = true;
     Terminate();
     ASSERT_TRUE(asked);
@@ -205,11 +186,12 @@ TEST_F(Lives, ATypeThatEndsLeavesTheComponentsOfItsBaseAlone) {
     const auto ended = std::exchange(m_cache, nullptr);
     ASSERT_EQ(Start(), S_OK);
     ASSERT_EQ(derived.As<ILXTypeCache>()->SetBaseType(Type("Pump").As<ILXTypeCache>().Get()), S_OK);
-    const auto head = LXGet(derived, &ILXType::GetAttribute, XLXComBSTR(OLESTR("Head")).Get());
-    XLXComPtr<ILXFormat> format = LXGet(head, &ILXAttribute::GetFormat, 1);
-    EXPECT_EQ(title->GetFormat(1, format.Put()), S_FALSE);
+    const auto head = LXGet(derived, &ILXType::GetAttribute, "Head");
+    LXGet(head, &ILXAttribute::GetFormat, 1);
+    const auto none = [&] { EXPECT_EQ(LXResult(title, &ILXAttribute::GetFormat, 1), S_FALSE); };
+    none();
     EXPECT_EQ(ended.As<IDPFObject>()->Terminate(), S_OK);
-    ExpectCalls(1, [&] { EXPECT_EQ(title->GetFormat(1, format.Put()), S_FALSE); }); // ended, so nothing is kept
+    ExpectCalls(1, none); // ended, so nothing is kept
     ExpectCalls(0, [&] { LXGet(head, &ILXAttribute::GetFormat, 1); });
 }
 
@@ -230,7 +212,7 @@ TEST_F(Lives, ConcurrentInitializeAndTerminateRegisterAndUnregisterInPairs) {
         meet();
         EXPECT_EQ(Start(0), S_OK);
         ended.wait();
-        const std::size_t connections = Types().empty() ? 0 : 1;
+        const std::size_t connections = TypeNames().empty() ? 0 : 1;
         ASSERT_EQ(m_server->Clients().size(), connections) << "in round " << round;
         Terminate();
     }
@@ -262,7 +244,7 @@ protected:
 
     void Read() {
         m_browserId = LXElements(LXGet(Factory(), &ILXConfigFactory::GetBrowserIdEnum)).at(0);
-        m_spec = LXElements(LXGet(Factory(), &ILXConfigFactory::GetAllGlobalAttributeFormatSpecs)).at(0);
+        m_spec = AllSpecs().at(0);
         m_format = LXGet(m_spec, &ILXGlobalAttributeFormatSpec::GetFormat, 1);
         EXPECT_EQ(Values(), (Names{"old", "old", "old"}));
     }

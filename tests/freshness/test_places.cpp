@@ -3,10 +3,11 @@
 // Two threads: one makes a request while the other is at an allocation, at each of its allocations in turn. Incomplete
 // data must not pass for complete, and neither thread may consume what the other needs.
 #include "allocations.h"
+#include "beside.h"
 #include "inside.h"
 
 namespace {
-class Places : public BesideTest {
+class Places : public CacheTest {
 protected:
     using Question = std::function<bool()>;
 
@@ -17,10 +18,9 @@ protected:
         });
     }
     void TearDown() override {
-        Calls().SetHook({});
         XAllocationWatch::ExceptWhile(nullptr);
         t_work = {};
-        Terminate();
+        CacheTest::TearDown();
     }
     /// Calls t_work at this thread's n-th allocation from now on; 0: never.
     static void CountTo(int n) { t_left = n; }
@@ -60,7 +60,7 @@ protected:
         std::future<void> other;
         t_work = [&] {
             met.first = true;
-            other = Beside([&] { AskAndStop(second, question, signals); });
+            other = LXBeside([&] { AskAndStop(second, question, signals); });
             auto stopped = signals.stopped.get_future(); // not set while that thread waits for a lock of this one
             met.second = stopped.wait_for(std::chrono::milliseconds(500)) == std::future_status::ready && stopped.get();
         };

@@ -13,10 +13,7 @@ protected:
     UnparsedRecords() {
         m_factory->types = [this](SAFEARRAY** out) { return WithSameObjects(Bulk()->GetTypeArrayEx(15, out), out); };
         m_factory->namedTypes = [this](SAFEARRAY** out) {
-            XLXSafeArray names(SafeArrayCreateVector(VT_BSTR, 0, 1));
-            LONG index = 0;
-            SafeArrayPutElement(names.Get(), &index, XLXComBSTR(OLESTR("Document")).Get());
-            return WithSameObjects(Bulk()->GetTypeArrayByTypeNameArrayEx(names.Get(), 1, 15, out), out);
+            return WithSameObjects(Bulk()->GetTypeArrayByTypeNameEx(LXArgument("Document"), 1, 15, out), out);
         };
     }
     void SetUp() override {
@@ -24,33 +21,25 @@ protected:
         ASSERT_EQ(StartHostile(), S_OK);
         m_document = Named(OLESTR("Document"));
     }
-    void TearDown() override { Terminate(); }
 
-    XLXComPtr<ILXAttribute> Find(const OLECHAR* name) {
-        XLXComPtr<ILXAttribute> found;
-        m_document->GetAttribute(XLXComBSTR(XLXText(name)).Get(), found.Put());
-        return found;
-    }
+    XLXComPtr<ILXAttribute> Find(const char* name) { return LXFind(m_document, &ILXType::GetAttribute, name); }
     /// Reloads the document and its components by name.
-    void Load() {
-        const XLXComBSTR name(OLESTR("Document"));
-        BSTR names[] = {name.Get()};
-        EXPECT_EQ(m_cache->LoadTypesByTypeNames(1, names, 1), S_OK);
-    }
+    void Load() { EXPECT_EQ(LoadByName("Document"), S_OK); }
 
     XLXComPtr<ILXType> m_document;
-
-    XLXComPtr<ILXConfigFactoryEx> Bulk() { return m_server->ConfigFactory().As<ILXConfigFactoryEx>(); }
+    std::function<XLXComPtr<IUnknown>()> m_newObject; ///< of an attribute; if set, no object stays the same
 
 private:
+    XLXComPtr<ILXConfigFactoryEx> Bulk() { return m_server->ConfigFactory().As<ILXConfigFactoryEx>(); }
     HRESULT WithSameObjects(HRESULT result, SAFEARRAY** array) {
         XILXTypeMap types = GetMapFromArray(XLXSafeArray(std::exchange(*array, nullptr)));
         for (const auto& [name, index] : types.names) {
             XILXTypeData& type = types.records[index];
-            Keep(name, type.config);
+            if (!m_newObject) { Keep(name, type.config); }
             std::vector<XILXAttributeData> attributes = ReadAttributeList(std::move(type.components.attributes));
             for (XILXAttributeData& attribute : attributes) {
-                Keep(name + attribute.values[0].AsText().value_or(XLXText()), attribute);
+                m_newObject ? static_cast<void>(attribute.object = m_newObject())
+                            : Keep(name + attribute.values[0].AsText().value_or(XLXText()), attribute);
             }
             type.components.attributes = GetArrayFromAttributeList(std::move(attributes));
         }
@@ -65,10 +54,10 @@ private:
 };
 
 TEST_F(UnparsedRecords, AreParsedEvenIfTheMapIsFresh) {
-    EXPECT_TRUE(Find(OLESTR("Title")));
+    EXPECT_TRUE(Find("Title"));
     Edit().AddAttribute("Document", "Author", 0, XNotify::No);
     Load();
-    ExpectCalls(0, [&] { EXPECT_TRUE(Find(OLESTR("Author"))); });
+    ExpectCalls(0, [&] { EXPECT_TRUE(Find("Author")); });
 }
 
 // The last release of a server's object runs foreign code, which may ask the cache.
@@ -76,22 +65,9 @@ TEST_F(UnparsedRecords, AreReleasedWithNoLockHeld) {
     const auto released = std::make_shared<int>(); // the last objects are released after the test
     const auto ask = [this, released] {
         ++*released;
-        XLXComPtr<ILXType> none;
-        Factory()->GetType(XLXComBSTR(OLESTR("Unknown")).Get(), nullptr, none.Put());
+        LXFind(Factory(), &ILXConfigFactory::GetType, "Unknown", nullptr);
     };
-    m_factory->types = [this, ask](SAFEARRAY** out) {
-        const HRESULT result = Bulk()->GetTypeArrayEx(15, out);
-        XILXTypeMap types = GetMapFromArray(XLXSafeArray(std::exchange(*out, nullptr)));
-        for (auto& [index, type] : types.records) {
-            std::vector<XILXAttributeData> attributes = ReadAttributeList(std::move(type.components.attributes));
-            for (XILXAttributeData& attribute : attributes) {
-                attribute.object = XLXComPtr<IUnknown>(new WorkAtRelease(ask));
-            }
-            type.components.attributes = GetArrayFromAttributeList(std::move(attributes));
-        }
-        *out = GetArrayFromMap(std::move(types)).Detach();
-        return result;
-    };
+    m_newObject = [ask] { return new WorkAtRelease(ask); };
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(*released, 0);
         m_server->SendNotification("objects/x/0/2");
@@ -107,19 +83,19 @@ TEST_F(UnparsedRecords, AreNotDroppedWhenAnOlderMapIsPublished) {
             Edit().AddAttribute("Document", "Author", 0, XNotify::No);
             Load();
         });
-        EXPECT_TRUE(Find(OLESTR("Title"))); // from the answer without the author
+        EXPECT_TRUE(Find("Title")); // from the answer without the author
     }
-    ExpectCalls(0, [&] { EXPECT_TRUE(Find(OLESTR("Author"))); });
+    ExpectCalls(0, [&] { EXPECT_TRUE(Find("Author")); });
 }
 
 TEST_F(UnparsedRecords, DoNotRefreshAnAttributeTypeFromAfterANotification) {
-    const auto title = Find(OLESTR("Title"));
+    const auto title = Find("Title");
     const auto label = [&] {
-        return LXList<ILXAttributeType>(XProperty::AttributeTypeLabel, title, &ILXAttribute::GetAttributeTypeEnum);
+        return LXList(XProperty::AttributeTypeLabel, title, &ILXAttribute::GetAttributeTypeEnum);
     };
     const std::vector<std::string> changed{"new"};
     {
-        const Inside overtaken(Calls(), "ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", [&] {
+        const Inside overtaken(Calls(), "ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", [&] {
             Edit().SetAttributeTypeProperty("Document", "Title", "Short", XProperty::AttributeTypeLabel, "new",
                                             XNotify::No);
             LXNotifyStraight(title, "objects/Document/0/1024");
@@ -127,7 +103,7 @@ TEST_F(UnparsedRecords, DoNotRefreshAnAttributeTypeFromAfterANotification) {
         });
         Load();
     }
-    EXPECT_EQ(Find(OLESTR("Title")), title); // parses the records
+    EXPECT_EQ(Find("Title"), title); // parses the records
     EXPECT_EQ(label(), changed);
 }
 } // namespace

@@ -2,6 +2,7 @@
 //
 // Relations, PC infos and browser ids: data loaded through a replaced server object, unrelated notifications, and
 // objects that callers hold.
+#include "beside.h"
 #include "inside.h"
 #include "relationfixture.h"
 
@@ -15,20 +16,8 @@ protected:
     }
 
     /// The browsers of the held relation.
-    Names Browsers() { return LXList<ILXPCInfo>(XProperty::PCInfoBrowser, m_desks, &ILXParentChild::GetPCInfoEnum); }
-    XLXComPtr<ILXPCInfo> Info(const char* browser) {
-        XLXComPtr<ILXPCInfo> info;
-        EXPECT_EQ(m_desks->GetPCInfo(B(browser).Get(), info.Put()), S_OK) << browser;
-        return info;
-    }
-    Names BrowserIds() {
-        return LXList<ILXBrowserId>(XProperty::BrowserIdName, Factory(), &ILXConfigFactory::GetBrowserIdEnum);
-    }
-    /// Does the work on a second thread that is loading the browser ids, so it does not wait for another load.
-    void AskWithoutWaiting(std::function<void()> work) {
-        const Inside loading(Calls(), "ILXConfigFactory::GetBrowserIdEnum", std::move(work));
-        std::async(std::launch::async, [this] { BrowserIds(); }).get();
-    }
+    Names Browsers() { return LXList(XProperty::PCInfoBrowser, m_desks, &ILXParentChild::GetPCInfoEnum); }
+    XLXComPtr<ILXPCInfo> Info(const char* browser) { return LXGet(m_desks, &ILXParentChild::GetPCInfo, browser); }
 
     Relation m_desks;
 };
@@ -63,7 +52,7 @@ TEST_F(FreshRelations, AnOlderAnswerChangesNoRelationOfANewerOne) {
         {
             const Inside overtaken(Calls(), "ILXConfigFactory::GetPCArray", [&] {
                 remake("new");
-                AskWithoutWaiting([&] { EXPECT_EQ(label(), "new"); });
+                LXBeside([&] { EXPECT_EQ(label(), "new"); }).get();
             });
             label();
         }
@@ -79,7 +68,7 @@ TEST_F(FreshRelations, ARelationThatEntersTheMapAgainIsCurrentAgain) {
     {
         const Inside removed(Calls(), "ILXConfigFactory::GetPCArray", [&] {
             Edit().RemoveRelation("Node", "Desk", "nodes", XNotify::No);
-            AskWithoutWaiting([&] { EXPECT_EQ(Below("Node", 0, "Tree"), Names{}); });
+            LXBeside([&] { EXPECT_EQ(Below("Node", 0, "Tree"), Names{}); }).get();
         });
         EXPECT_EQ(Below("Node", 0, "Tree"), Names{"Desk/nodes"});
     }
@@ -94,7 +83,7 @@ TEST_F(FreshRelations, ADirectNotificationToAReplacedRelationReachesItsSuccessor
     Relation replaced;
     {
         const Inside overtaken(Calls(), "ILXConfigFactory::GetPCArray",
-                               [&] { AskWithoutWaiting([&] { replaced = Single("Node", "Desk", "spare"); }); });
+                               [&] { LXBeside([&] { replaced = Single("Node", "Desk", "spare"); }).get(); });
         Single("Node", "Desk", "spare");
     }
     const auto successor = Single("Node", "Desk", "spare");
@@ -111,7 +100,7 @@ TEST_F(FreshRelations, ADirectNotificationToAReplacedPCInfoReachesItsSuccessor) 
     XLXComPtr<ILXPCInfo> replaced;
     {
         const Inside overtaken(Calls(), "ILXParentChild::GetPCInfoEnum",
-                               [&] { AskWithoutWaiting([&] { replaced = Info("Wide"); }); });
+                               [&] { LXBeside([&] { replaced = Info("Wide"); }).get(); });
         Info("Wide");
     }
     const auto successor = Info("Wide");
@@ -131,7 +120,7 @@ TEST_F(FreshRelations, ASearchForPlanTypesThatAnotherThreadDisturbsIsRepeated) {
     m_server->SendNotification("pc/x/0/1");
     {
         const Inside overtaken(Calls(), "ILX_Query::SetSearchAttribute",
-                               [&] { AskWithoutWaiting([&] { EXPECT_EQ(isPlan(), S_OK); }); });
+                               [&] { LXBeside([&] { EXPECT_EQ(isPlan(), S_OK); }).get(); });
         EXPECT_EQ(isPlan(), S_OK);
     }
     ExpectCalls(0, [&] { EXPECT_EQ(isPlan(), S_OK); });
@@ -171,9 +160,7 @@ TEST_F(FreshRelations, BrowserIdsAreEnumeratedOnceWhateverElseIsNotifiedMeanwhil
 TEST_F(FreshRelations, ADirectNotificationIsNotLostForAPCInfoThatIsBeingFetched) {
     Edit().AddPCInfo("Area", "Room", "nodes", "List");
     const auto rooms = Single("Area", "Room", "nodes");
-    const auto labels = [&] {
-        return LXList<ILXPCInfo>(XProperty::PCInfoLabel, rooms, &ILXParentChild::GetPCInfoEnum);
-    };
+    const auto labels = [&] { return LXList(XProperty::PCInfoLabel, rooms, &ILXParentChild::GetPCInfoEnum); };
     {
         const Inside overtaken(Calls(), "ILXPCInfo::GetProperties", [&] {
             for (const char* browser : {"List", "Tree"}) {

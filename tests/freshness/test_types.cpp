@@ -2,20 +2,14 @@
 //
 // Types, their components and attributes: answers that a notification overtook, answers of replaced server objects, and
 // unrelated notifications.
+#include "beside.h"
 #include "inside.h"
 
 namespace {
-class FreshTypes : public BesideTest {
+class FreshTypes : public CacheTest {
 protected:
-    using Texts = std::vector<std::string>;
-
-    void TearDown() override { Terminate(); }
-
-    static Texts Pages(const XLXComPtr<ILXType>& type) {
-        return LXList<ILXPage>(XProperty::PageNumber, type, &ILXType::GetPageEnum);
-    }
-    static Texts AttributeTypes(const XLXComPtr<ILXAttribute>& attribute, int member) {
-        return LXList<ILXAttributeType>(member, attribute, &ILXAttribute::GetAttributeTypeEnum);
+    static Names AttributeTypes(const XLXComPtr<ILXAttribute>& attribute, int member) {
+        return LXList(member, attribute, &ILXAttribute::GetAttributeTypeEnum);
     }
     XLXText ItemsNameThrough(const char* type) { return LXRead(Attribute(type, "Name").Get(), XProperty::Label); }
 };
@@ -32,7 +26,7 @@ TEST_F(FreshTypes, ValuesOfAttributeTypesThatChangeWhileTheyAreEnumerated) {
         });
         LXGet(head, &ILXAttribute::GetAttributeTypeEnum);
     }
-    EXPECT_EQ(AttributeTypes(head, XProperty::AttributeTypeLabel), (Texts{"new", "new"}));
+    EXPECT_EQ(AttributeTypes(head, XProperty::AttributeTypeLabel), (Names{"new", "new"}));
 }
 
 TEST_F(FreshTypes, ARemovedAttributeTypeIsGoneAndAnotherOneStaysTheSameObject) {
@@ -45,7 +39,7 @@ TEST_F(FreshTypes, ARemovedAttributeTypeIsGoneAndAnotherOneStaysTheSameObject) {
         Edit().RemoveAttributeType("Pump", "Head", "Feet");
         EXPECT_EQ(Attribute("Pump", "Head"), head); // delivers all types of the attribute
         EXPECT_EQ(types(), std::vector{metres});
-        EXPECT_EQ(AttributeTypes(head, XProperty::AttributeTypeName), Texts{"Metres"});
+        EXPECT_EQ(AttributeTypes(head, XProperty::AttributeTypeName), Names{"Metres"});
         Terminate();
         Edit().AddAttributeType("Pump", "Head", "Feet");
     }
@@ -60,7 +54,7 @@ TEST_F(FreshTypes, AMapThatWasMergedWithAnOlderBaseReplacesNoNewerOne) {
         const Inside overtaken(Calls(), "ILXType::GetTypeComponentData", [&] { // the base is already copied
             Edit().AddAttribute("Item", "Colour", 0, XNotify::No);
             LXNotifyStraight(base, "objects/Item/0/512");
-            Beside([&] { EXPECT_TRUE(Has(derived, "Colour")); }).get();
+            LXBeside([&] { EXPECT_TRUE(Has(derived, "Colour")); }).get();
         });
         EXPECT_TRUE(Has(derived, "Power"));
     }
@@ -75,12 +69,11 @@ TEST_F(FreshTypes, AnOlderAnswerRestoresNoFormerBase) {
         const Inside overtaken(Calls(), "ILXConfigFactoryEx::GetTypeArrayEx", [&] {
             Edit().SetTypeProperty("Pump", XProperty::BaseTypeName, "Item", XNotify::No);
             m_server->SendNotification("objects/Pump/0/1");
-            Beside([&] { EXPECT_FALSE(Has(Type("Pump"), "Power")); }).get();
+            LXBeside([&] { EXPECT_FALSE(Has(Type("Pump"), "Power")); }).get();
         });
         Type("Document");
     }
     EXPECT_FALSE(Has(Type("Pump"), "Power"));
-    Terminate();
 }
 
 // The server makes a type again while its components are read. Another thread reads them from the new type, and the
@@ -100,12 +93,11 @@ TEST_F(FreshTypes, AnAnswerOfAFormerTypeDoesNotReplaceThatOfTheNewOne) {
     const struct {
         const char* of;
         std::function<std::string()> label;
-    } parts[] = {
-        {"page", [&] { return LXList<ILXPage>(XProperty::PageLabel, Type("Remade"), &ILXType::GetPageEnum).at(0); }},
-        {"group", [&] { return LXNarrow(LXRead(Group("Remade", 1).Get(), XProperty::GroupLabel)); }},
-        {"attribute", [&] { return LXNarrow(LXRead(Attribute("Remade", "Own").Get(), XProperty::Label)); }},
-        {"attribute type",
-         [&] { return AttributeTypes(Attribute("Remade", "Own"), XProperty::AttributeTypeLabel).at(0); }}};
+    } parts[] = {{"page", [&] { return LXList(XProperty::PageLabel, Type("Remade"), &ILXType::GetPageEnum).at(0); }},
+                 {"group", [&] { return LXNarrow(LXRead(Group("Remade", 1).Get(), XProperty::GroupLabel)); }},
+                 {"attribute", [&] { return LXNarrow(LXRead(Attribute("Remade", "Own").Get(), XProperty::Label)); }},
+                 {"attribute type",
+                  [&] { return AttributeTypes(Attribute("Remade", "Own"), XProperty::AttributeTypeLabel).at(0); }}};
     for (const auto& part : parts) {
         const auto& label = part.label;
         for (const char* id : {"objects/Remade/0/2", "searchable/Remade/0/2"}) { // the second one: only type values
@@ -120,7 +112,7 @@ TEST_F(FreshTypes, AnAnswerOfAFormerTypeDoesNotReplaceThatOfTheNewOne) {
                 {
                     const Inside remade(Calls(), "ILXType::GetTypeComponentData", [&] {
                         Edit().Change(remake("new"), id);
-                        Beside([&] { EXPECT_EQ(label(), "new"); }).get();
+                        LXBeside([&] { EXPECT_EQ(label(), "new"); }).get();
                     });
                     label();
                 }
@@ -143,7 +135,7 @@ TEST_F(FreshTypes, AnUnrelatedNotificationDuringTheFirstBulkReadMakesNothingStal
             EXPECT_EQ(LXRead(Type("Pump").Get(), XProperty::TypeName), OLESTR("Pump"));
             EXPECT_EQ(ItemsNameThrough("Pump"), OLESTR("Name of the item"));
             EXPECT_EQ(LXRead(Group("Item", 1).Get(), XProperty::GroupLabel), OLESTR("Main"));
-            EXPECT_EQ(Pages(Type("Item")), (Texts{"1", "2"}));
+            EXPECT_EQ(LXList(XProperty::PageNumber, Type("Item"), &ILXType::GetPageEnum), (Names{"1", "2"}));
         });
         Terminate();
     }
@@ -177,7 +169,7 @@ TEST_F(FreshTypes, ADirectNotificationIsNotLostForAnAttributeThatIsBeingFetched)
                 Edit().SetAttributeProperty("Pump", "Head", XProperty::Label, id, XNotify::No);
                 LXNotifyStraight(pump, id);
                 if (*id == 'o') {
-                    Beside([&] { EXPECT_EQ(label(), id); }).get();
+                    LXBeside([&] { EXPECT_EQ(label(), id); }).get();
                 }
             });
             Attribute("Pump", "Head");
@@ -199,6 +191,6 @@ TEST_F(FreshTypes, ADirectNotificationIsNotLostForAnAttributeTypeThatIsBeingFetc
         });
         LXGet(title, &ILXAttribute::GetAttributeTypeEnum);
     }
-    EXPECT_EQ(AttributeTypes(title, XProperty::AttributeTypeLabel), Texts{"new"});
+    EXPECT_EQ(AttributeTypes(title, XProperty::AttributeTypeLabel), Names{"new"});
 }
 } // namespace

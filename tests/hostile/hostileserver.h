@@ -38,8 +38,6 @@ protected:
     const XLXComPtr<I> m_inner;
 };
 
-using HostileAttribute = lx::AttributeRefusals<PassingObject<ILXAttribute>>;
-
 class HostileFactory final : public lx::ConfigFactoryRefusals<lx::Object<ILXConfigFactory, ILXConfigFactoryEx>> {
 public:
     explicit HostileFactory(XLXComPtr<ILXConfigFactory> inner)
@@ -118,9 +116,6 @@ class HostileTest : public CacheTest {
 protected:
     explicit HostileTest(XServerModel model = LXTestModel())
         : CacheTest(std::move(model)), m_factory(new HostileFactory(m_server->ConfigFactory())) {}
-    void TearDown() override {
-        if (m_cache) { Terminate(); }
-    }
     /// Answers all bulk reads of types.
     void ServeTypes(const std::function<XLXSafeArray()>& make) {
         m_factory->types = [make](SAFEARRAY** out) {

@@ -32,6 +32,13 @@ XLXSafeArray Numbers(std::initializer_list<LONG> numbers) {
     return writer.Finish();
 }
 
+/// A server's attribute whose values come from a function.
+class OddAttribute final : public lx::AttributeRefusals<lx::ConfigObjectRefusals<lx::Object<ILXAttribute>>> {
+public:
+    std::function<HRESULT(SAFEARRAY**)> values;
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** out) override { return values(out); }
+};
+
 class OddAnswers : public HostileTest {
 protected:
     XLXComPtr<ILXType> ServerItem() {
@@ -47,7 +54,7 @@ TEST_F(OddAnswers, ValuesByReferenceAreCopiedWhenTheyArrive) {
         V_BYREF(&text.Get()) = &label;
     };
     const auto serverItem = ServerItem();
-    const XLXComPtr<HostileAttribute> hostile(new HostileAttribute(AttributeOf(serverItem, OLESTR("Name"))));
+    const XLXComPtr<OddAttribute> hostile(new OddAttribute);
     ServeTypes([&] {
         XLXComVariant text;
         refer(text);
@@ -80,7 +87,9 @@ TEST_F(OddAnswers, ValuesByReferenceAreCopiedWhenTheyArrive) {
     LXNotifyStraight(name, "properties/Item/2/512");
     XLXComVariant value;
     EXPECT_EQ(name->GetProperty(XProperty::Label, value.Put()), E_INVALIDARG);
-    hostile->values = {};
+    hostile->values = [servers = AttributeOf(serverItem, OLESTR("Name"))](SAFEARRAY** out) {
+        return servers->GetProperties(out);
+    };
     EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Name of the item"))
         << "nothing of the refused array was kept";
 }
@@ -127,26 +136,19 @@ TEST_F(OddAnswers, AFailureIsNotTakenForAnEmptyAnswer) {
     ASSERT_EQ(Start(), S_OK);
     const auto item = Type("Item");
     const auto group = Group("Item", 1);
-    const std::function<HRESULT(ILXGroupEnum**)> questions[] = {
-        [&](ILXGroupEnum** out) { return item->GetPageGroupEnum(1, out); },
-        [&](ILXGroupEnum** out) { return group->GetChildGroupEnum(out); }};
+    const std::function<HRESULT()> questions[] = {[&] { return LXResult(item, &ILXType::GetPageGroupEnum, 1); },
+                                                  [&] { return LXResult(group, &ILXGroup::GetChildGroupEnum); }};
     for (const auto& question : questions) {
-        XLXComPtr<ILXGroupEnum> groups;
-        EXPECT_EQ(question(groups.Put()), S_OK);
+        EXPECT_EQ(question(), S_OK);
         LXNotifyStraight(Group("Item", 3), "properties/Item/1/1");
         Calls().FailCall("ILXGroup::GetProperties", E_ACCESSDENIED);
-        EXPECT_EQ(question(groups.Put()), E_ACCESSDENIED);
-        EXPECT_FALSE(groups);
-        EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("a number of the group cannot be read"));
-        EXPECT_EQ(question(groups.Put()), S_OK);
+        ExpectRefusal(question(), E_ACCESSDENIED, "a number of the group cannot be read");
+        EXPECT_EQ(question(), S_OK);
     }
-    XLXComPtr<ILXAttributeEnum> own;
-    Calls().FailCall("ILXType::GetAttributeEnum", E_ACCESSDENIED);
-    EXPECT_EQ(item.As<ILXTypeInheritance>()->GetAttributeEnum(0, own.Put()), E_ACCESSDENIED);
-    for (const char* call : {"ILXAttribute::GetProperty", "ILXAttributeEnum::RemNext"}) {
+    const auto inheritance = item.As<ILXTypeInheritance>();
+    for (const char* call : {"ILXType::GetAttributeEnum", "ILXAttribute::GetProperty", "ILXAttributeEnum::RemNext"}) {
         Calls().FailCall(call, E_ACCESSDENIED);
-        EXPECT_EQ(item.As<ILXTypeInheritance>()->GetAttributeEnum(0, own.Put()), E_ACCESSDENIED) << call;
-        EXPECT_FALSE(own);
+        EXPECT_EQ(LXResult(inheritance, &ILXTypeInheritance::GetAttributeEnum, 0), E_ACCESSDENIED) << call;
     }
 }
 
@@ -161,12 +163,9 @@ TEST_F(OddAnswers, ARefusedComponentListIsLoggedWithItsType) {
     });
     ASSERT_EQ(StartHostile(), S_OK);
     const auto item = Named(OLESTR("Item"));
-    const auto expect = [&]<class Enum>(HRESULT (STDMETHODCALLTYPE ILXType::*list)(Enum**), const char* section,
-                                        const char* text) {
+    const auto expect = [&](auto list, const char* section, const char* text) {
         const LogCapture log;
-        XLXComPtr<Enum> elements;
-        EXPECT_EQ((*item.*list)(elements.Put()), E_INVALIDARG) << section;
-        EXPECT_EQ(LXNarrow(LXErrorInformation::Take().description), text);
+        ExpectRefusal(LXResult(item, list), E_INVALIDARG, text);
         const XLXText place = LXFromUtf8("(" + std::string(section) + ", type 'Item')");
         const auto entries = log.Entries();
         EXPECT_TRUE(std::any_of(entries.begin(), entries.end(), [&](const LogCapture::Entry& entry) {
@@ -183,8 +182,7 @@ TEST_F(OddAnswers, ARefusedComponentListIsLoggedWithItsType) {
 TEST_F(OddAnswers, ARefusedTypeArrayLeavesTheTypesAsTheyWere) {
     XLXSafeArray next = Numbers({1});
     ServeTypes([&] { return next ? std::move(next) : ItemArray(ServerItem()); });
-    EXPECT_EQ(StartHostile(), E_INVALIDARG);
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("wrong safearray size"));
+    ExpectRefusal(StartHostile(), E_INVALIDARG, "wrong safearray size");
     EXPECT_TRUE(Named(OLESTR("Item"))) << "the next query requests the types again";
     Terminate();
     ASSERT_EQ(StartHostile(), S_OK);
@@ -216,18 +214,14 @@ TEST_F(OddAnswers, ATooShortRelationRecordFailsTheLoadOnce) {
         return S_OK;
     };
     ASSERT_EQ(StartHostile(), S_OK);
-    const auto ask = [&] {
-        XLXComPtr<ILXParentChildEnum> relations;
-        return LXCall(*Factory(), &ILXConfigFactory::GetParentChildEnum, "Item", nullptr, relations.Put());
-    };
+    const auto ask = [&] { return LXResult(Factory(), &ILXConfigFactory::GetParentChildEnum, "Item", nullptr); };
     const std::pair<std::size_t, const char*> cases[] = {{0, "pPCCache->GetProperty LXCFPC_parentname"},
                                                          {19, "pPCCache->GetProperty LXCFPC_parentname"},
                                                          {20, "pPCCache->GetProperty LXCFPC_pprrelationtype"}};
     for (const auto& [count, text] : cases) {
         values = count;
         m_server->SendNotification("pc/x/0/4");
-        EXPECT_EQ(ask(), E_INVALIDARG) << count;
-        EXPECT_EQ(LXNarrow(LXErrorInformation::Take().description), text);
+        ExpectRefusal(ask(), E_INVALIDARG, text);
         ExpectCalls(0, [&] { EXPECT_EQ(ask(), S_FALSE) << "not requested a second time"; });
     }
     values = 21;
@@ -306,8 +300,7 @@ TEST_F(OddAnswers, OutArgumentsOfFailedCallsAreNotReleased) {
     EXPECT_EQ(Factory()->GetVersion(version.Put()), E_ACCESSDENIED);
     EXPECT_EQ(version.Get(), nullptr);
     (void)version.Detach();
-    XLXComPtr<ILXType> type;
-    EXPECT_EQ(m_cache->GetCachedType(object.Get(), nullptr, type.Put()), E_ACCESSDENIED);
+    EXPECT_EQ(LXResult(m_cache, &ILXConfigFactoryCache::GetCachedType, object.Get(), nullptr), E_ACCESSDENIED);
     EXPECT_EQ(leftText.View(), OLESTR("left"));
     XLXComPtr<ILXParentChild> relation;
     for (const char* attribute : {"relationname", "typename", ""}) {

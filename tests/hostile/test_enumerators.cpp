@@ -26,10 +26,7 @@ TEST_F(Enumerators, AreReadUntilTheyEnd) {
         {"only null elements", S_FALSE, 0, asAsked, S_FALSE},
         {"fails with elements", E_ABORT, 9, [](ULONG) { return 5; }, E_ABORT},
     };
-    XLXComPtr<ILXBrowserIdEnum> servers;
-    XLXComPtr<ILXBrowserId> element;
-    ASSERT_EQ(m_server->ConfigFactory()->GetBrowserIdEnum(servers.Put()), S_OK);
-    ASSERT_EQ(servers->GetSingleNext(element.Put()), S_OK);
+    const auto element = LXElements(LXGet(m_server->ConfigFactory(), &ILXConfigFactory::GetBrowserIdEnum)).at(0);
     for (const Behaviour& behaviour : behaviours) {
         SCOPED_TRACE(behaviour.name);
         const auto next = [&](ULONG asked, ILXBrowserId** elements, ULONG* fetched) {

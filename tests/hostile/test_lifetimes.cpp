@@ -70,7 +70,6 @@ TEST_F(EndedInside, ANotification) {
     EXPECT_EQ(LXRead(type.Get(), 0), OLESTR("Pump"));
     ASSERT_EQ(Start(), S_OK);
     EXPECT_EQ(LXRead(Attribute("Pump", "Name").Get(), XProperty::Label), OLESTR("Name of the item"));
-    Terminate();
 }
 
 TEST(Lifetimes, AnyOrderOfReleasesLeavesNothingAlive) {

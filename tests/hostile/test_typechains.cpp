@@ -74,13 +74,13 @@ TEST_F(TypeChains, LongOnesAreInheritedAndReleasedWithoutRecursion) {
         for (int depth = 0; depth <= last; ++depth) { // every name is found in the index that grew with them
             ASSERT_EQ(LXRead(Named(name(depth)).Get(), 0), name(depth));
         }
-        const XLXComBSTR leafName(name(last));
-        const XLXComBSTR rootName(name(0));
-        BSTR names[] = {rootName.Get(), leafName.Get()};
+        const XBstrArgument leafName = LXArgument(name(last));
+        const XBstrArgument rootName = LXArgument(name(0));
+        BSTR names[] = {rootName, leafName};
         LONG derives[2] = {};
-        EXPECT_EQ(m_cache->CheckTypeDerivesFrom(leafName.Get(), 2, names, derives), S_OK);
+        EXPECT_EQ(m_cache->CheckTypeDerivesFrom(leafName, 2, names, derives), S_OK);
         EXPECT_EQ(derives[0] + derives[1], 2);
-        EXPECT_EQ(m_cache->CheckTypeDerivesFrom(rootName.Get(), 2, names, derives), S_OK);
+        EXPECT_EQ(m_cache->CheckTypeDerivesFrom(rootName, 2, names, derives), S_OK);
         EXPECT_EQ(derives[0] * 2 + derives[1], 2);
         Terminate();
         m_cache.Reset();
@@ -106,13 +106,10 @@ TEST_F(TypeChains, CyclesOfBasesAreBroken) {
             EXPECT_TRUE(AttributeOf(Named(type.name), type.attributes.front())) << LXNarrow(type.name);
             LONG count = 0;
             BSTR* derived = nullptr;
-            const HRESULT result = m_cache->GetDerivedTypesForQuery(XLXComBSTR(type.name).Get(), &count, &derived);
+            const HRESULT result = m_cache->GetDerivedTypesForQuery(LXArgument(type.name), &count, &derived);
             EXPECT_EQ(result, S_OK);
             EXPECT_LE(count, circle);
-            for (LONG i = 0; i < count; ++i) {
-                SysFreeString(derived[i]);
-            }
-            CoTaskMemFree(derived);
+            LXTake(count, derived);
             inherited += AttributeOf(Named(type.name), OLESTR("own") + Number(circle - 1)) ? 1 : 0;
         }
         EXPECT_GE(inherited, 1);
@@ -129,18 +126,16 @@ TEST_F(TypeChains, ServerObjectsWithoutTheirInterfaceFailOnlyWhenTheyAreNeeded) 
     ASSERT_TRUE(head);
     EXPECT_EQ(LXRead(head.Get(), 0), OLESTR("Head"));
     XLXComVariant value;
-    XLXComPtr<ILXFormat> format;
-    XLXComPtr<ILXAttributeTypeEnum> types;
     const auto refused = [&](HRESULT result, const char* what) {
         EXPECT_EQ(result, E_NOINTERFACE) << what;
         EXPECT_TRUE(LXErrorInformation::Take().present) << what;
     };
     refused(head->GetProperty(5, value.Put()), "a value that was delivered empty");
-    refused(head->GetFormat(1, format.Put()), "format");
+    refused(LXResult(head, &ILXAttribute::GetFormat, 1), "format");
     m_server->SendNotification("properties/Pump/0/512");
     refused(head->GetProperty(0, value.Put()), "a value after a notification");
     m_server->SendNotification("objects/Pump/0/1024");
-    EXPECT_TRUE(FAILED(head->GetAttributeTypeEnum(types.Put())) || !types);
+    EXPECT_NE(LXResult(head, &ILXAttribute::GetAttributeTypeEnum), S_OK);
 }
 
 TEST_F(TypeChains, ATypeThatGetsABaseLaterHasTheAttributesOfBoth) {
@@ -151,8 +146,8 @@ TEST_F(TypeChains, ATypeThatGetsABaseLaterHasTheAttributesOfBoth) {
     ASSERT_EQ(document.As<ILXTypeCache>()->SetBaseType(Type("Item").As<ILXTypeCache>().Get()), S_OK);
     EXPECT_TRUE(AttributeOf(document, OLESTR("Title")));
     EXPECT_TRUE(AttributeOf(document, OLESTR("Weight")));
-    EXPECT_EQ(Type("Item").As<ILXTypeCache>()->SetBaseType(document.As<ILXTypeCache>().Get()), E_INVALIDARG);
-    EXPECT_EQ(LXErrorInformation::Take().description, OLESTR("the base type derives from this type"));
+    ExpectRefusal(Type("Item").As<ILXTypeCache>()->SetBaseType(document.As<ILXTypeCache>().Get()), E_INVALIDARG,
+                  "the base type derives from this type");
     EXPECT_EQ(document.As<ILXTypeCache>()->SetBaseType(nullptr), S_OK);
     EXPECT_FALSE(AttributeOf(document, OLESTR("Weight")));
     EXPECT_EQ(Type("Item").As<ILXTypeCache>()->SetBaseType(document.As<ILXTypeCache>().Get()), S_OK);

@@ -57,24 +57,9 @@ RelationTest::Names RelationTest::Listed(const Enum& relations) {
     return names;
 }
 
-RelationTest::Names RelationTest::Below(const char* type, LONG filter, const char* browser) {
-    return List([&](auto out) { return m_cache->GetPCEnum2(nullptr, B(type).Get(), B(browser).Get(), filter, out); });
-}
-
 RelationTest::Relation RelationTest::Single(const char* parent, const char* child, const char* list, HRESULT expected) {
     Relation relation;
-    EXPECT_EQ(m_cache->GetSinglePCRelation(B(parent).Get(), B(child).Get(), nullptr, B(list).Get(), relation.Put()),
-              expected)
+    EXPECT_EQ(LXCall(*m_cache, &Cache::GetSinglePCRelation, parent, child, nullptr, list, relation.Put()), expected)
         << parent << " " << child << " " << list;
     return relation;
-}
-
-void RelationTest::ExpectRefusal(HRESULT actual, HRESULT expected, const char* description) {
-    EXPECT_EQ(actual, expected) << description;
-    EXPECT_EQ(LXNarrow(LXErrorInformation::Take().description), description);
-}
-
-void RelationTest::ExpectNullRefused(HRESULT actual, XLXTextView source) {
-    EXPECT_EQ(actual, E_POINTER);
-    EXPECT_NE(LXErrorInformation::Take().source.find(source), XLXText::npos) << LXNarrow(source);
 }

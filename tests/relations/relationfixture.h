@@ -20,31 +20,30 @@ class RelationTest : public CacheTest {
 protected:
     explicit RelationTest(XServerModel model = LXRelationModel()) : CacheTest(std::move(model)) {}
     void SetUp() override { ASSERT_EQ(LXServerMode() ? StartInServer() : Start(), S_OK); }
-    void TearDown() override { Terminate(); }
 
-    using Names = std::vector<std::string>;
+    using Cache = ILXConfigFactoryCache;
     using Enum = XLXComPtr<ILXParentChildEnum>;
     using Relation = XLXComPtr<ILXParentChild>;
 
-    static XLXComBSTR B(const char* text) { return XLXComBSTR(LXFromUtf8(text)); }
     XLXComPtr<ILX_BaseDataObject> Object(const char* id) { return m_server->StoredObject(id); }
 
     /// The relations of an enumeration as "Child/list".
     static Names Listed(const Enum& relations);
-    /// Requests an enumeration: S_OK with relations, S_FALSE without.
-    template <class Ask> static Names List(Ask&& ask) {
+    /// Those that a method of the cache enumerates: S_OK with relations, S_FALSE without.
+    template <class Method, class... Arguments> Names List(Method method, Arguments... arguments) {
         Enum relations;
-        const HRESULT result = ask(relations.Put());
+        const HRESULT result = LXCall(*m_cache, method, arguments..., relations.Put());
         EXPECT_EQ(result, relations ? S_OK : S_FALSE);
         return Listed(relations);
     }
-    Names Below(const char* type, LONG filter = 0, const char* browser = "");
+    Names Below(const char* type, LONG filter = 0, const char* browser = "") {
+        return List(&Cache::GetPCEnum2, nullptr, type, browser, filter);
+    }
+    /// The result of a call of the cache.
+    template <class Method, class... Arguments> HRESULT Result(Method method, Arguments... arguments) {
+        return LXResult(m_cache, method, arguments...);
+    }
     Relation Single(const char* parent, const char* child, const char* list, HRESULT expected = S_OK);
-
-    /// Expects a call to fail with this code and description.
-    static void ExpectRefusal(HRESULT actual, HRESULT expected, const char* description);
-    /// Expects that a null pointer was refused at this location.
-    static void ExpectNullRefused(HRESULT actual, XLXTextView source);
 };
 
 #endif

@@ -5,35 +5,25 @@
 
 class Derivation : public RelationTest {
 protected:
-    using Question = HRESULT (STDMETHODCALLTYPE ILXConfigFactoryCache::*)(BSTR, LONG*, BSTR**);
-    Names Types(Question question, const char* type) {
+    Names Types(HRESULT (STDMETHODCALLTYPE Cache::*question)(BSTR, LONG*, BSTR**), const char* type) {
         LONG count = -1;
         BSTR* texts = nullptr;
-        const HRESULT result = (m_cache.Get()->*question)(B(type).Get(), &count, &texts);
+        const HRESULT result = LXCall(*m_cache, question, type, &count, &texts);
         EXPECT_EQ(result, count > 0 ? S_OK : S_FALSE);
         EXPECT_EQ(texts != nullptr, count > 0);
-        Names names;
-        for (LONG i = 0; i < count; ++i) {
-            XLXComBSTR text;
-            text.Attach(texts[i]);
-            names.push_back(LXNarrow(text.View()));
-        }
-        CoTaskMemFree(texts);
-        return names;
+        return LXTake(count, texts);
     }
-    Names Derived(const char* type) { return Types(&ILXConfigFactoryCache::GetAllDerivedTypes, type); }
-    Names ForQuery(const char* type) { return Types(&ILXConfigFactoryCache::GetDerivedTypesForQuery, type); }
+    Names Derived(const char* type) { return Types(&Cache::GetAllDerivedTypes, type); }
+    Names ForQuery(const char* type) { return Types(&Cache::GetDerivedTypesForQuery, type); }
 
     /// One digit per name: whether the type derives from it. In brackets when the call returns S_FALSE.
     std::string Check(const char* type, const std::vector<const char*>& names) {
-        std::vector<XLXComBSTR> texts;
-        std::vector<BSTR> raw;
-        for (const char* const name : names) {
-            raw.push_back(texts.emplace_back(B(name)).Get());
-        }
+        std::vector<XBstrArgument> texts;
+        std::transform(names.begin(), names.end(), std::back_inserter(texts), LXArgument<const char*>);
+        std::vector<BSTR> raw(texts.begin(), texts.end());
         std::vector<LONG> answers(names.size(), 9);
-        const HRESULT result =
-            m_cache->CheckTypeDerivesFrom(B(type).Get(), static_cast<LONG>(raw.size()), raw.data(), answers.data());
+        const HRESULT result = LXCall(*m_cache, &Cache::CheckTypeDerivesFrom, type, static_cast<LONG>(raw.size()),
+                                      raw.data(), answers.data());
         std::string digits;
         for (const LONG answer : answers) {
             digits += std::to_string(answer);
@@ -56,9 +46,9 @@ TEST_F(Derivation, FollowsChainsOfBases) {
         EXPECT_EQ(ForQuery("Nothing"), Names());
     });
     LONG count = 0;
-    EXPECT_EQ(m_cache->CheckTypeDerivesFrom(B("Node").Get(), 1, nullptr, &count), E_POINTER);
-    EXPECT_EQ(m_cache->CheckTypeDerivesFrom(B("Node").Get(), -1, nullptr, &count), E_INVALIDARG);
-    EXPECT_EQ(m_cache->GetAllDerivedTypes(B("Node").Get(), &count, nullptr), E_POINTER);
+    EXPECT_EQ(LXCall(*m_cache, &Cache::CheckTypeDerivesFrom, "Node", 1, nullptr, &count), E_POINTER);
+    EXPECT_EQ(LXCall(*m_cache, &Cache::CheckTypeDerivesFrom, "Node", -1, nullptr, &count), E_INVALIDARG);
+    EXPECT_EQ(LXCall(*m_cache, &Cache::GetAllDerivedTypes, "Node", &count, nullptr), E_POINTER);
 }
 
 // That it follows changes of types: tests/reliability/test_freshload.cpp.
@@ -67,6 +57,6 @@ TEST_F(Derivation, AFailedReloadOfTheTypesIsReturned) {
     m_server->SendNotification("objects/x/0/2");
     LONG count = 5;
     BSTR* texts = nullptr;
-    EXPECT_EQ(m_cache->GetAllDerivedTypes(B("Node").Get(), &count, &texts), E_ACCESSDENIED);
+    EXPECT_EQ(LXCall(*m_cache, &Cache::GetAllDerivedTypes, "Node", &count, &texts), E_ACCESSDENIED);
     EXPECT_EQ(count, 0);
 }

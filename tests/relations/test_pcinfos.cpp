@@ -7,12 +7,10 @@
 class PCInfos : public RelationTest {
 protected:
     static Names Browsers(const Relation& relation) {
-        return LXList<ILXPCInfo>(XProperty::PCInfoBrowser, relation, &ILXParentChild::GetPCInfoEnum);
+        return LXList(XProperty::PCInfoBrowser, relation, &ILXParentChild::GetPCInfoEnum);
     }
     static XLXText Label(const Relation& relation, const char* browser) {
-        XLXComPtr<ILXPCInfo> info;
-        const HRESULT result = relation->GetPCInfo(B(browser).Get(), info.Put());
-        EXPECT_EQ(result, info ? S_OK : S_FALSE);
+        const auto info = LXFind(relation, &ILXParentChild::GetPCInfo, browser);
         return info ? LXRead(info.Get(), XProperty::PCInfoLabel) : XLXText(OLESTR("<none>"));
     }
 };

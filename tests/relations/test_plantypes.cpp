@@ -14,7 +14,7 @@ protected:
     }
     HRESULT IsPlan(const char* type) { return m_cache->IsPlantype(m_server->DataObject(type).Get()); }
     Enum Enumerate(const char* type, LONG filter) {
-        return LXGet(m_cache, &ILXConfigFactoryCache::GetPCEnum2, nullptr, B(type).Get(), nullptr, filter);
+        return LXGet(m_cache, &Cache::GetPCEnum2, nullptr, type, nullptr, filter);
     }
     Relation First(const char* type, LONG filter) {
         return LXGet(Enumerate(type, filter), &ILXParentChildEnum::GetSingleNext);
@@ -45,10 +45,8 @@ TEST_F(PlanTypes, AddTheirAllowedPairs) {
     EXPECT_EQ(Below("Plan", 2 | 1), (Names{"Task/nodes", "Desk/nodes"}));
     EXPECT_EQ(Below("Plan", 2, "Tree"), (Names{"Task/nodes", "Desk/nodes"}));
     EXPECT_EQ(Below("Plan", 2, "None"), Names());
-    EXPECT_EQ(List([&](auto out) { return m_cache->GetPCEnum(nullptr, B("Task").Get(), nullptr, nullptr, 1, out); }),
-              Names{"Task/nodes"});
-    EXPECT_EQ(List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B("Task").Get(), nullptr, 2, out); }),
-              Names{"Task/nodes"});
+    EXPECT_EQ(List(&Cache::GetPCEnum, nullptr, "Task", nullptr, nullptr, 1), Names{"Task/nodes"});
+    EXPECT_EQ(List(&Cache::GetPCEnumAll, nullptr, "Task", nullptr, 2), Names{"Task/nodes"});
 }
 
 TEST_F(PlanTypes, EachPairHasOneTransientRelation) {
@@ -57,7 +55,7 @@ TEST_F(PlanTypes, EachPairHasOneTransientRelation) {
     EXPECT_NE(First("Task", 2 | 1), relation); // it has the other set of PC infos
     EXPECT_EQ(LXRead(relation.Get(), LXRM_NAMESHORT), OLESTR("ts"));
     for (const LONG newOnly : {0, 1}) {
-        const auto info = LXGet(First("Task", 2 | newOnly), &ILXParentChild::GetPCInfo, B("List").Get());
+        const auto info = LXGet(First("Task", 2 | newOnly), &ILXParentChild::GetPCInfo, "List");
         EXPECT_EQ(LXRead(info.Get(), XProperty::PCInfoNew), XLXText(XLXFormat() << newOnly));
     }
     const XLXComVariant other = XLXComVariant::FromBstr(OLESTR("Other"));
@@ -73,14 +71,15 @@ TEST_F(PlanTypes, EachPairHasOneTransientRelation) {
 TEST_F(PlanTypes, TransientRelationsOutliveTheirManager) {
     const auto relations = Enumerate("Plan", 2);
     const auto relation = First("Plan", 2);
-    auto info = LXGet(relation, &ILXParentChild::GetPCInfo, B("Tree").Get());
+    const auto tree = [&] { return LXResult(relation, &ILXParentChild::GetPCInfo, "Tree"); };
+    EXPECT_EQ(tree(), S_OK);
     Terminate();
     m_cache.Reset();
-    EXPECT_EQ(relation->GetPCInfo(B("Tree").Get(), info.Put()), S_FALSE);
+    EXPECT_EQ(tree(), S_FALSE);
     EXPECT_EQ(Listed(relations), (Names{"Task/nodes", "Desk/nodes"}));
     ASSERT_EQ(Start(), S_OK);
     EXPECT_EQ(First("Plan", 2), relation); // the next manager reuses it
-    EXPECT_EQ(relation->GetPCInfo(B("Tree").Get(), info.Put()), S_OK);
+    EXPECT_EQ(tree(), S_OK);
 
     const auto firstCache = m_cache;
     m_cache.Reset();

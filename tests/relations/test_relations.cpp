@@ -12,9 +12,11 @@ TEST_F(Relations, AreLoadedWithOneCall) {
         EXPECT_EQ(Below("Desk"), Names());
         Single("Area", "Desk", "parts");
         Single("Area", "Desk", "elsewhere", S_FALSE);
-        EXPECT_EQ(List([&](auto out) { return Factory()->GetParentChildEnum(nullptr, nullptr, out); }).size(), 7u);
-        EXPECT_EQ(List([&](auto out) { return Factory()->GetParentChildEnum(B("Node").Get(), nullptr, out); }),
-                  (Names{"Desk/nodes", "Room/nodes"}));
+        const auto of = [&](BSTR type) {
+            return LXGet(Factory(), &ILXConfigFactory::GetParentChildEnum, type, nullptr);
+        };
+        EXPECT_EQ(Listed(of(nullptr)).size(), 7u);
+        EXPECT_EQ(Listed(of(LXArgument("Node"))), (Names{"Desk/nodes", "Room/nodes"}));
     });
 }
 
@@ -29,8 +31,7 @@ TEST_F(Relations, AFailedLoadIsKeptUntilANotification) {
     const auto parts = Single("Area", "Desk", "parts");
     Calls().FailCall("ILXConfigFactory::GetPCArray", E_ACCESSDENIED);
     m_server->SendNotification("objects/Area/0/4");
-    Enum relations;
-    EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, relations.Put()), E_ACCESSDENIED);
+    EXPECT_EQ(Result(&Cache::GetPCEnum2, nullptr, "Area", nullptr, 0), E_ACCESSDENIED);
     Single("Area", "Desk", "parts", S_FALSE);
     Edit().SetRelationProperty("Area", "Desk", "parts", XProperty::NameShort, "p");
     EXPECT_EQ(Single("Area", "Desk", "parts"), parts); // the held object
@@ -38,7 +39,7 @@ TEST_F(Relations, AFailedLoadIsKeptUntilANotification) {
 }
 
 TEST_F(Relations, AreRefreshedInPlaceAfterANotification) {
-    const Enum before = LXGet(m_cache, &ILXConfigFactoryCache::GetPCEnum2, nullptr, B("Node").Get(), nullptr, 0);
+    const Enum before = LXGet(m_cache, &Cache::GetPCEnum2, nullptr, "Node", nullptr, 0);
     const auto desks = Single("Node", "Desk", "nodes");
     EXPECT_EQ(Edit().AddRelation("Node", "Area", "nodes").result, S_OK);
     EXPECT_EQ(Edit().RemoveRelation("Node", "Room", "nodes").result, S_OK);
@@ -65,10 +66,7 @@ TEST_F(Relations, FiltersAndBrowsersRestrictWhatIsListed) {
     for (const auto& [type, filter, browser, expected] : cases) {
         EXPECT_EQ(Below(type, filter, browser), expected) << type << " " << filter << " " << browser;
     }
-    EXPECT_EQ(List([&](auto out) {
-                  return m_cache->GetThisBrowserParentChildEnum(B("Node").Get(), nullptr, B("List").Get(), out);
-              }),
-              Names{"Desk/nodes"});
+    EXPECT_EQ(List(&Cache::GetThisBrowserParentChildEnum, "Node", nullptr, "List"), Names{"Desk/nodes"});
 }
 
 TEST_F(Relations, RefusalsNameTheMethodsArgument) {
@@ -80,7 +78,7 @@ TEST_F(Relations, RefusalsNameTheMethodsArgument) {
 
 TEST_F(Relations, OfBaseTypesAreInheritedNearestFirst) {
     const auto all = [&](const char* type, LONG filter) {
-        return List([&](auto out) { return m_cache->GetPCEnumAll(nullptr, B(type).Get(), nullptr, filter, out); });
+        return List(&Cache::GetPCEnumAll, nullptr, type, nullptr, filter);
     };
     EXPECT_EQ(all("Room", 0), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
     EXPECT_EQ(all("Room", 1), (Names{"Desk/parts", "Room/nodes", "Desk/nodes"})); // Node's desks have PC infos
@@ -91,82 +89,66 @@ TEST_F(Relations, OfBaseTypesAreInheritedNearestFirst) {
 
 TEST_F(Relations, OfObjectsAreThoseOfTheirTypes) {
     const auto byObject = [&](const char* id, const char* type) {
-        return List(
-            [&](auto out) { return m_cache->GetPCEnum(Object(id).Get(), B(type).Get(), nullptr, nullptr, 0, out); });
+        return List(&Cache::GetPCEnum, Object(id).Get(), type, nullptr, nullptr, 0);
     };
     EXPECT_EQ(byObject("a", ""), (Names{"Desk/nodes", "Desk/parts", "Desk/secret", "Room/nodes"}));
     EXPECT_EQ(byObject("a", "Node"), (Names{"Desk/nodes", "Room/nodes"})); // the caller's name
     EXPECT_EQ(byObject("c", "Node"), Names{"Desk/parts_reverse"});         // the object's own name takes precedence
     const auto between = [&](const char* parent, const char* child, LONG newOnly) {
-        return List([&](auto out) {
-            return m_cache->GetCachedPCEnum(Object(parent).Get(), Object(child).Get(), nullptr, nullptr, newOnly, out);
-        });
+        return List(&Cache::GetCachedPCEnum, Object(parent).Get(), Object(child).Get(), nullptr, nullptr, newOnly);
     };
     EXPECT_EQ(between("a", "d", 0), (Names{"Desk/nodes", "Desk/parts", "Desk/secret"}));
     EXPECT_EQ(between("a", "d", 1), Names{"Desk/parts"});
     EXPECT_EQ(between("d", "a", 0), Names());
-    Enum none;
+    const auto of = [&](ILX_BaseDataObject* object) { return Result(&Cache::GetPCEnum2, object, nullptr, nullptr, 0); };
     ExpectCalls(0, [&] {
-        ExpectRefusal(m_cache->GetCachedPCEnum(Object("a").Get(), nullptr, nullptr, nullptr, 0, none.Put()), E_POINTER,
+        ExpectRefusal(Result(&Cache::GetCachedPCEnum, Object("a").Get(), nullptr, nullptr, nullptr, 0), E_POINTER,
                       "invalid pointer: pObjectChild");
-        ExpectRefusal(m_cache->GetPCEnum2(nullptr, nullptr, nullptr, 0, none.Put()), E_INVALIDARG,
-                      "neither an object nor a type name is given");
+        ExpectRefusal(of(nullptr), E_INVALIDARG, "neither an object nor a type name is given");
     });
-    EXPECT_EQ(m_cache->GetPCEnum2(m_server->DataObject("").Get(), nullptr, nullptr, 0, none.Put()), S_FALSE);
+    EXPECT_EQ(of(m_server->DataObject("").Get()), S_FALSE);
     Calls().FailCall("ILX_BaseDataObject::GetTypeName", E_ACCESSDENIED);
-    EXPECT_EQ(m_cache->GetPCEnum2(Object("a").Get(), nullptr, nullptr, 0, none.Put()), E_ACCESSDENIED);
+    EXPECT_EQ(of(Object("a").Get()), E_ACCESSDENIED);
 }
 
 TEST_F(Relations, PPRQueriesReturnPPRRelationsOnly) {
-    const auto area = B("Area");
-    const auto desk = B("Desk");
-    EXPECT_EQ(List([&](auto out) { return m_cache->GetPPRRelationsEnum(area.Get(), nullptr, out); }),
-              (Names{"Desk/parts", "Desk/secret"}));
-    EXPECT_EQ(List([&](auto out) { return m_cache->GetPPRRelationsEnumByDO(Object("a").Get(), nullptr, out); }),
-              (Names{"Desk/parts", "Desk/secret"}));
-    EXPECT_EQ(List([&](auto out) { return m_cache->GetPossiblePPRRelations(area.Get(), desk.Get(), nullptr, out); }),
-              Names{"Desk/parts"});
-    EXPECT_EQ(List([&](auto out) {
-                  return m_cache->GetPossiblePPRRelationsByDO(Object("a").Get(), Object("d").Get(), nullptr, out);
-              }),
-              Names{"Desk/parts"});
-    EXPECT_EQ(List([&](auto out) { return m_cache->GetPossiblePPRRelations2(area.Get(), nullptr, nullptr, 0, out); }),
-              (Names{"Desk/parts", "Desk/secret"}));
+    const auto area = Object("a");
+    const auto desk = Object("d");
+    const Names both{"Desk/parts", "Desk/secret"};
+    EXPECT_EQ(List(&Cache::GetPPRRelationsEnum, "Area", nullptr), both);
+    EXPECT_EQ(List(&Cache::GetPPRRelationsEnumByDO, area.Get(), nullptr), both);
+    EXPECT_EQ(List(&Cache::GetPossiblePPRRelations2, "Area", nullptr, nullptr, 0), both);
+    EXPECT_EQ(List(&Cache::GetPossiblePPRRelations, "Area", "Desk", nullptr), Names{"Desk/parts"});
+    EXPECT_EQ(List(&Cache::GetPossiblePPRRelationsByDO, area.Get(), desk.Get(), nullptr), Names{"Desk/parts"});
 
     const auto exists = [&](const char* parent, const char* child, LONG internal) {
-        return m_cache->PPRRelationExists(B(parent).Get(), B(child).Get(), nullptr, internal);
+        return LXCall(*m_cache, &Cache::PPRRelationExists, parent, child, nullptr, internal);
     };
     EXPECT_EQ(exists("Area", "Desk", 0), S_OK);
     EXPECT_EQ(exists("Area", "", 0), S_OK);
     EXPECT_EQ(exists("Area", "Room", 1), S_FALSE);
-    EXPECT_EQ(m_cache->PPRRelationExistsByDO(Object("d").Get(), Object("a").Get(), nullptr, 1), S_FALSE);
+    EXPECT_EQ(m_cache->PPRRelationExistsByDO(desk.Get(), area.Get(), nullptr, 1), S_FALSE);
     Edit().RemoveRelation("Area", "Desk", "parts");
     EXPECT_EQ(exists("Area", "Desk", 0), S_FALSE);
     EXPECT_EQ(exists("Area", "Desk", 1), S_OK);
-    EXPECT_EQ(m_cache->PPRRelationExistsByDO(Object("a").Get(), Object("d").Get(), nullptr, 1), S_OK);
+    EXPECT_EQ(m_cache->PPRRelationExistsByDO(area.Get(), desk.Get(), nullptr, 1), S_OK);
 }
 
 TEST_F(Relations, SingleOnesAreFoundByTheirNames) {
     const auto first = [&](const char* parent, const char* list) {
-        Relation relation;
-        const HRESULT result = m_cache->GetPCRelation(B(parent).Get(), nullptr, B(list).Get(), relation.Put());
-        EXPECT_EQ(result, relation ? S_OK : S_FALSE);
-        return relation;
+        return LXFind(m_cache, &Cache::GetPCRelation, parent, nullptr, list);
     };
     EXPECT_EQ(first("Area", "nodes"), Single("Area", "Desk", "nodes"));
     EXPECT_EQ(first("Area", "@@nodes"), Single("Area", "Desk", "@@nodes"));
-    EXPECT_FALSE(first("Area", "none"));
+    EXPECT_EQ(Result(&Cache::GetPCRelation, "Area", nullptr, "none"), S_FALSE);
 
-    Relation none;
-    const auto area = B("Area");
-    const auto empty = B("");
-    ExpectRefusal(m_cache->GetSinglePCRelation(area.Get(), empty.Get(), nullptr, area.Get(), none.Put()), E_INVALIDARG,
-                  "bstrChild is empty");
-    ExpectRefusal(m_cache->GetSinglePCRelation(empty.Get(), area.Get(), nullptr, area.Get(), none.Put()), E_INVALIDARG,
-                  "bstrParent is empty");
-    ExpectRefusal(m_cache->GetPCRelation(area.Get(), nullptr, empty.Get(), none.Put()), E_INVALIDARG,
-                  "bstrChildlistname is empty");
-    ExpectNullRefused(m_cache->GetPCRelation(area.Get(), nullptr, nullptr, none.Put()),
+    const auto single = [&](const char* parent, const char* child) {
+        return Result(&Cache::GetSinglePCRelation, parent, child, nullptr, "Area");
+    };
+    ExpectRefusal(single("Area", ""), E_INVALIDARG, "bstrChild is empty");
+    ExpectRefusal(single("", "Area"), E_INVALIDARG, "bstrParent is empty");
+    ExpectRefusal(Result(&Cache::GetPCRelation, "Area", nullptr, ""), E_INVALIDARG, "bstrChildlistname is empty");
+    ExpectNullRefused(Result(&Cache::GetPCRelation, "Area", nullptr, nullptr),
                       OLESTR("XLXPCPartCacheMng::GetPCRelation (lxpcpartcachemng, line 800)"));
 }
 
@@ -195,19 +177,17 @@ TEST_F(Relations, ARelationshipObjectIdentifiesOne) {
 }
 
 TEST_F(Relations, QueriesBeforeInitialisationAndAfterTerminationAreRefused) {
-    Enum none;
-    EXPECT_EQ(LXMakeCache()->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, none.Put()), E_POINTER);
+    EXPECT_EQ(LXResult(LXMakeCache(), &Cache::GetPCEnum2, nullptr, "Area", nullptr, 0), E_POINTER);
     const auto parts = Single("Area", "Desk", "parts");
     Terminate();
-    EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, none.Put()), E_POINTER);
+    EXPECT_EQ(Result(&Cache::GetPCEnum2, nullptr, "Area", nullptr, 0), E_POINTER);
     EXPECT_EQ(LXRead(parts.Get(), LXRM_PARENTNAME), OLESTR("Area"));
 }
 
 TEST_F(Relations, LoadsWithoutAnArrayOrWithoutNames) {
     Calls().FailCall("ILXConfigFactory::GetPCArray", S_OK); // success without an array
     m_server->SendNotification("pc/x/0/4");
-    Enum none;
-    EXPECT_EQ(m_cache->GetPCEnum2(nullptr, B("Area").Get(), nullptr, 0, none.Put()), E_POINTER);
+    EXPECT_EQ(Result(&Cache::GetPCEnum2, nullptr, "Area", nullptr, 0), E_POINTER);
     Calls().FailCall("ILXConfigFactory::GetPCArray", S_FALSE); // no data
     m_server->SendNotification("pc/x/0/4");
     EXPECT_EQ(Below("Area"), Names());

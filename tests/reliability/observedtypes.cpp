@@ -122,13 +122,9 @@ bool AddDerivedTypes(const XCachedPtr&, const XAsked& asked, XNumbers& numbers) 
     LONG count = 0;
     BSTR* derived = nullptr;
     const HRESULT result = LXCall(*asked.cache, &ILXConfigFactoryCache::GetAllDerivedTypes, "Item", &count, &derived);
-    for (LONG i = 0; i < count; ++i) {
-        if (const std::string name = LXNarrow(LXBstrView(derived[i])); name.starts_with('x')) {
-            numbers.push_back(std::atoi(name.c_str() + 1));
-        }
-        SysFreeString(derived[i]);
+    for (const std::string& name : LXTake(count, derived)) {
+        if (name.starts_with('x')) { numbers.push_back(std::atoi(name.c_str() + 1)); }
     }
-    CoTaskMemFree(derived);
     return SUCCEEDED(result);
 }
 

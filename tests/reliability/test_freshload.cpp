@@ -49,7 +49,6 @@ protected:
         RecordProperty("seed", static_cast<int>(m_seed));
         Calls().SetHook([this](const XServerCall&) { InsideTheServer(); });
     }
-    ~FreshLoad() override { Calls().SetHook({}); }
 
     // ---- connections
     /// Edits everything once, and begins the first connection.
@@ -186,10 +185,10 @@ protected:
 
     void Fail(const XObserved& observed, const XQuestion& question, Reading reading, bool held,
               const std::string& details) {
-        static constexpr const char* Names[] = {"right", "missing", "stale", "impossible"};
+        static constexpr const char* Readings[] = {"right", "missing", "stale", "impossible"};
         const std::lock_guard lock(m_failedMutex);
         if (m_failed.insert(&question).second) {
-            ADD_FAILURE() << observed.Name() << ", " << question.name << ": " << Names[static_cast<int>(reading)]
+            ADD_FAILURE() << observed.Name() << ", " << question.name << ": " << Readings[static_cast<int>(reading)]
                           << (held ? ", held" : "") << ", mode " << (LXServerMode() ? -1 : GetParam()) << ", seed "
                           << m_seed << ": " << details;
         }
@@ -199,12 +198,10 @@ protected:
         static constexpr const char* Kinds[] = {"objects", "properties", "pc", "searchable", "other"};
         m_server->SendNotification(std::string(Kinds[random() % std::size(Kinds)]) + "/x/0/" +
                                    std::to_string(1 << (random() % 14)));
-        const XLXComBSTR name(LXFromUtf8(random() % 2 == 0 ? "Pump" : "Nothing"));
-        BSTR names[] = {name.Get()};
-        m_cache->LoadTypesByTypeNames(1, names, 1);
-        XLXComPtr<ILXParentChildEnum> relations;
-        const HRESULT asked =
-            m_cache->GetPCEnumAll(nullptr, name.Get(), nullptr, static_cast<LONG>(random() % 32), relations.Put());
+        const char* const name = random() % 2 == 0 ? "Pump" : "Nothing";
+        LoadByName(name);
+        const HRESULT asked = LXResult(m_cache, &ILXConfigFactoryCache::GetPCEnumAll, nullptr, name, nullptr,
+                                       static_cast<LONG>(random() % 32));
         EXPECT_TRUE(asked == S_OK || asked == S_FALSE || asked == E_POINTER) << asked;
     }
 
@@ -248,7 +245,6 @@ TEST_P(FreshLoad, NothingOlderThanWhatWasNotified) {
     Run([this](XReader& self) { EditSomething(self.random); });
     UntilTheTimeIsOver();
     ExpectNothingStale();
-    Terminate();
 }
 
 // Deterministic: queries are overtaken only from inside their own calls to the server.
@@ -263,7 +259,6 @@ TEST_P(FreshLoad, NothingOlderInOneThread) {
     }
     t_reader = nullptr;
     ExpectNothingStale();
-    Terminate();
 }
 
 INSTANTIATE_TEST_SUITE_P(TransferModes, FreshLoad, testing::Values(0, 1, 15));
@@ -291,7 +286,6 @@ TEST_P(FreshLives, EndAndBegin) {
     });
     UntilTheTimeIsOver();
     ExpectNothingStale();
-    Terminate();
 }
 
 INSTANTIATE_TEST_SUITE_P(TransferModes, FreshLives, testing::Values(15));

@@ -25,7 +25,6 @@ protected:
             observed->Raise(*m_server, false); // some elements exist only after the first edit
         }
     }
-    void TearDown() override { Terminate(); }
 
     /// Reads something of each kind: types and all their parts, formats, relations and their PC infos, plan types.
     void LoadEverything() {

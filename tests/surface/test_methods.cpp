@@ -109,7 +109,7 @@ TEST_F(Methods, EveryCachedObjectTakesNotifications) {
 TEST_F(Methods, AttributeTypesAreAddedAndRemovedOnlyOnTheServer) {
     const auto attribute = Of<ILXAttribute>("attribute");
     const auto listed = [&] {
-        return LXList<ILXAttributeType>(XProperty::AttributeTypeName, attribute, &ILXAttribute::GetAttributeTypeEnum);
+        return LXList(XProperty::AttributeTypeName, attribute, &ILXAttribute::GetAttributeTypeEnum);
     };
     const std::vector<std::string> cached = {"Feet", "Metres"};
     XLXComPtr<ILXAttributeType> added;
