@@ -14,10 +14,10 @@ import sys
 import textwrap
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-sys.path[:0] = [str(ROOT / "tests" / "surface"), str(ROOT / "models")]
+sys.path[:0] = [str(ROOT / "idl"), str(ROOT / "models")]
 sys.dont_write_bytecode = True
+import definitions as idl  # noqa: E402
 import make_properties  # noqa: E402
-import make_surface  # noqa: E402
 
 HEAD = """# Reference
 
@@ -108,7 +108,7 @@ def classes(text, texts):
     for attributes, name, body in re.findall(r"\[([^\[\]]*)\]\s*coclass (\w+)\s*\{([^}]*)\}", text):
         clsid = re.search(r"uuid\(([-\w]+)\)", attributes)[1].upper()
         faces = ", ".join(f"`{i}`" for i in re.findall(r"interface (\w+)", body))
-        page += paragraph(f"`{name}` `{{{clsid}}}`: {make_surface.help_in(attributes, texts)}. Interfaces: {faces}.")
+        page += paragraph(f"`{name}` `{{{clsid}}}`: {idl.help_in(attributes, texts)}. Interfaces: {faces}.")
     return page
 
 
@@ -143,8 +143,8 @@ shipped model and the sample server give them; other indexes depend on the serve
 
 def page_of(definitions, table):
     texts = []
-    text = make_surface.expand_macros(definitions, texts)
-    interfaces = make_surface.parse(text, texts)
+    text = idl.expand_macros(definitions, texts)
+    interfaces = idl.parse(text, texts)
     missing = [f"{i.name}::{m.name}" for i in interfaces if i.name not in FOREIGN for m in i.methods if not m.help]
     parts, current = {name: [] for name in ORDER}, None
     for interface in interfaces:
