@@ -132,6 +132,11 @@ void XCallMonitor::StopFailing() {
     m_failures.clear();
 }
 
+void XCallMonitor::Alter(std::string_view name, Alteration alteration) {
+    const std::lock_guard lock(m_mutex);
+    m_alterations[std::string(name)] = std::make_shared<const Alteration>(std::move(alteration));
+}
+
 XCallGate XCallMonitor::PauseAt(std::string_view name, XCallPoint point, int calls) {
     auto state = std::make_shared<XCallGate::State>(name, point, calls);
     const std::lock_guard lock(m_mutex);
@@ -171,6 +176,9 @@ XCallMonitor::Entry XCallMonitor::Enter(std::string_view name) {
         entry.number = found != m_counts.byName.end() ? ++found->second : m_counts.byName[std::string(name)] = 1;
         delay = m_delay;
         entry.result = TakeFailure(name);
+        if (const auto altered = m_alterations.find(name); altered != m_alterations.end()) {
+            entry.alteration = altered->second;
+        }
     }
     if (delay.count() > 0) { std::this_thread::sleep_for(delay); }
     PassPoint(name, XCallPoint::Arrival, entry.number);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// Watches the calls of clients to the sample server and manipulates them on demand: counts, delays, failures, gates and
-// hooks. A call is named "Interface::Method"; the methods of IUnknown are not counted.
+// Watches the calls of clients to the sample server and manipulates them on demand: counts, delays, failures, changed
+// results, gates and hooks. A call is named "Interface::Method"; the methods of IUnknown are not counted.
 //
-// Threading  Thread-safe. No lock is held while a hook runs or a call waits.
+// Threading  Thread-safe. No lock is held while a hook or an alteration runs or a call waits.
 // Errors     Waiting for a call at a gate raises std::runtime_error after the limit. A call that waits too long at a
 //            gate proceeds, which is reported in Problems() and on standard error.
 #ifndef XCALLMONITOR_H
@@ -79,6 +79,8 @@ public:
 class XCallMonitor {
 public:
     using Hook = std::function<void(const XServerCall&)>;
+    /// Changes the result of a call and what its first out parameter points to (null if it has none).
+    using Alteration = std::function<HRESULT(HRESULT result, void** out)>;
 
     XCallMonitor();
     ~XCallMonitor();
@@ -97,6 +99,8 @@ public:
     /// Makes every call of a method from now on return this result.
     void FailAlways(std::string_view name, HRESULT result);
     void StopFailing();
+    /// Applies a function to every result of a method from now on, on the calling thread.
+    void Alter(std::string_view name, Alteration alteration);
 
     /// Makes the next calls of a method stop at the given point.
     [[nodiscard]] XCallGate PauseAt(std::string_view name, XCallPoint point = XCallPoint::Arrival, int calls = 1);
@@ -114,7 +118,8 @@ public:
 
     struct Entry {
         unsigned long long number = 0;
-        std::optional<HRESULT> result; ///< to be returned by the call instead of doing its work
+        std::optional<HRESULT> result;                ///< to be returned by the call instead of doing its work
+        std::shared_ptr<const Alteration> alteration; ///< to be applied to the result; null: none
     };
 
     /// For the server's objects: called at the beginning and at the end of each call.
@@ -138,6 +143,7 @@ private:
     std::chrono::microseconds m_delay{0};
     std::chrono::milliseconds m_gateLimit{std::chrono::seconds(20)};
     std::vector<Failure> m_failures;
+    std::map<std::string, std::shared_ptr<const Alteration>, std::less<>> m_alterations; // by method
     std::vector<std::shared_ptr<XCallGate::State>> m_gates;
     std::shared_ptr<const Hook> m_hook;
     std::shared_ptr<const Hook> m_standingHook;

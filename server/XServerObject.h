@@ -98,7 +98,11 @@ protected:
             std::string name(XInterfaceName<I>);
             name.append("::").append(method);
             const XCallMonitor::Entry entry = m_core->Monitor().Enter(name);
-            const HRESULT result = entry.result ? *entry.result : valid ? lx::Guarded(body) : E_POINTER;
+            HRESULT result = entry.result ? *entry.result : valid ? lx::Guarded(body) : E_POINTER;
+            if (entry.alteration && valid) {
+                void* const targets[] = {outs..., nullptr};
+                result = (*entry.alteration)(result, static_cast<void**>(targets[0]));
+            }
             m_core->Monitor().Leave(name, entry.number);
             return result;
         } catch (...) {

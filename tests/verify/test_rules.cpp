@@ -33,7 +33,7 @@ struct World {
 
     XVerifierReport Verify() {
         XServerToVerify server;
-        server.factory = BrokenFactory(sample, faults);
+        server.factory = sample->ConfigFactory();
         server.update = withUpdate ? BrokenUpdate(sample, faults) : nullptr;
         server.query = sample->Query();
         server.edit = [this] { edit(++edits); };
@@ -69,24 +69,17 @@ std::string BrokenIn(const XVerifierReport& report) {
 
 // ---- faults of servers
 
-using Change = std::function<HRESULT(HRESULT result, void** out)>; ///< changes a result
+using Change = XCallMonitor::Alteration;
 using Fault = std::function<void(World&)>;
 
 /// A method that does nothing but return this result.
 Fault Always(const char* method, HRESULT result) {
     return [=](World& world) { world.sample->Calls().FailAlways(method, result); };
 }
-
-/// Changes the results of one method of the config factory, or of types from GetType.
-Fault Changed(Faults::Answer Faults::*where, std::string_view method, const Change& change) {
-    return [=](World& world) {
-        (*world.faults).*where = [=](std::string_view called, HRESULT result, void** out) {
-            return called == method ? change(result, out) : result;
-        };
-    };
+/// Changes the results of a method.
+Fault Altered(const char* method, const Change& change) {
+    return [=](World& world) { world.sample->Calls().Alter(method, change); };
 }
-Fault Factory(std::string_view method, const Change& change) { return Changed(&Faults::factory, method, change); }
-Fault Type(std::string_view method, const Change& change) { return Changed(&Faults::type, method, change); }
 
 /// Changes the result of calls that find nothing.
 Change AnswerForNothing(HRESULT with, void* left = nullptr) {
@@ -124,7 +117,7 @@ XLXComVariant Other() { return XLXComVariant::FromBstr(OLESTR("Other")); }
 /// Replaces enumerators of browser ids.
 using IdEnum = XLXComPtr<ILXBrowserIdEnum>;
 Fault BrowserIds(const std::function<ILXBrowserIdEnum*(const IdEnum&)>& make) {
-    return Factory("GetBrowserIdEnum", [=](HRESULT result, void** out) {
+    return Altered("ILXConfigFactory::GetBrowserIdEnum", [=](HRESULT result, void** out) {
         const IdEnum inner = LXAttach(static_cast<ILXBrowserIdEnum*>(*out));
         *out = IdEnum(make(inner)).Detach();
         return result;
@@ -165,7 +158,7 @@ void FreshClones(World& world) {
 /// Returns nothing to a caller while another call is in progress.
 void OneAtATime(World& world) {
     const auto inside = std::make_shared<std::atomic<int>>(0);
-    Factory("GetPCArray", [inside](HRESULT result, void** out) {
+    Altered("ILXConfigFactory::GetPCArray", [inside](HRESULT result, void** out) {
         const bool alone = ++*inside == 1;
         std::this_thread::sleep_for(5ms);
         --*inside;
@@ -182,28 +175,36 @@ Fault WithoutObjects(const char* method) {
 /// The first pages that the server returns lose a reference.
 Fault KeepPages(std::size_t most) {
     return [=](World& world) {
-        Type("GetPage", [&world, most](HRESULT result, void** out) {
+        Altered("ILXType::GetPage", [&world, most](HRESULT result, void** out) {
             if (world.kept.size() < most) { world.kept.emplace_back(static_cast<IUnknown*>(*out)); }
             return result;
         })(world);
     };
 }
-void OneNameOnly(World& world) {
-    Factory("GetTypeArrayByTypeNameArrayEx", [&world](HRESULT, void** out) {
-        GiveArray(nullptr, out);
-        const auto bulk = world.sample->ConfigFactory().As<ILXConfigFactoryEx>();
-        return bulk->GetTypeArrayByTypeNameEx(XLXComBSTR(OLESTR("Item")).Get(), 0, 15,
-                                              reinterpret_cast<SAFEARRAY**>(out));
-    })(world);
+/// Replaces the answers of a method that returns named types: those with one record, or those with more. They become
+/// all types, or the type Item alone.
+Fault NamedTypes(const char* method, bool withOne) {
+    return [=](World& world) {
+        Altered(method, [=, &world](HRESULT result, void** out) {
+            if (result != S_OK || (V_UI4(&ElementsOf(static_cast<SAFEARRAY*>(*out))[3]) == 1) != withOne) {
+                return result;
+            }
+            GiveArray(nullptr, out);
+            const auto bulk = world.sample->ConfigFactory().As<ILXConfigFactoryEx>();
+            SAFEARRAY** const array = reinterpret_cast<SAFEARRAY**>(out);
+            return withOne ? bulk->GetTypeArrayEx(15, array)
+                           : LXCall(*bulk, &ILXConfigFactoryEx::GetTypeArrayByTypeNameEx, "Item", 0, 15, array);
+        })(world);
+    };
 }
 void SearchableForListed(World& world) {
-    Factory("GetTypeEnum", [&world](HRESULT, void** out) {
+    Altered("ILXConfigFactory::GetTypeEnum", [&world](HRESULT, void** out) {
         LXAttach(static_cast<IUnknown*>(std::exchange(*out, nullptr)));
         return world.sample->ConfigFactory()->GetSearchableTypeEnum(reinterpret_cast<ILXTypeEnum**>(out));
     })(world);
 }
 void FailWhileNotifying(World& world) {
-    Factory("GetTypeArrayEx", [faults = world.faults.get()](HRESULT result, void** out) {
+    Altered("ILXConfigFactoryEx::GetTypeArrayEx", [faults = world.faults.get()](HRESULT result, void** out) {
         if (!faults->notifying) { return result; }
         GiveArray(nullptr, out);
         return E_FAIL;
@@ -217,14 +218,10 @@ void ValueOfAnother(std::span<VARIANT> relations) {
     V_BYREF(&value) = &elsewhere;
 }
 
-/// Changes the results of GetProperty.
-Fault Property(const std::function<HRESULT(int index, HRESULT result, VARIANT* value)>& change) {
-    return [=](World& world) { world.faults->property = change; };
-}
-HRESULT NothingOutOfRange(int, HRESULT result, VARIANT*) { return FAILED(result) ? S_FALSE : result; }
-HRESULT OtherLabel(int index, HRESULT result, VARIANT* value) {
-    if (index != 1) { return result; }
-    Replace(*value, Other());
+HRESULT NothingForFailures(HRESULT result, void**) { return FAILED(result) ? S_FALSE : result; }
+HRESULT TextForEmpty(HRESULT result, void** out) {
+    if (result != S_FALSE) { return result; }
+    Replace(*reinterpret_cast<VARIANT*>(out), Other());
     return S_OK;
 }
 
@@ -244,9 +241,6 @@ Fault Notification(const std::function<bool(LONG client, XLXText& dataId, ULONG&
 }
 Fault Set(bool Faults::*fault) {
     return [=](World& world) { (*world.faults).*fault = true; };
-}
-Fault WithBases(LONG always) {
-    return [=](World& world) { world.faults->withBases = always; };
 }
 
 /// Modifies the server's initial model.
@@ -276,30 +270,30 @@ int something = 0; // a value left in the out parameter of a failing call
 const std::vector<Broken> AllBroken = {
     {XRule::Offered, Always("ILXConfigFactory::GetTypeEnum", E_NOTIMPL)},
     {XRule::Nothing, Always("ILXConfigFactory::GetType", S_OK), {XRule::AgreeType, XRule::Threads}},
-    {XRule::FailureLeavesNull, Factory("GetType", AnswerForNothing(E_FAIL, &something)), {XRule::UnknownName}},
-    {XRule::UnknownName, Factory("GetType", AnswerForNothing(E_INVALIDARG))},
-    {XRule::PropertyRange, Property(NothingOutOfRange)},
-    {XRule::ArrayShape, Factory("GetPCArray", [](HRESULT, void** out) { return GiveArray(SafeArrayCreateVector(VT_I4, 0, 12), out); }), {XRule::AgreeRelations}},
-    {XRule::ArrayHeader, Factory("GetTypeArrayEx", Element(1, [] { return XLXComVariant::FromI4(1); }))},
-    {XRule::ArrayElements, Factory("GetTypeArrayEx", Element(3, [] { return XLXComVariant::FromI4(1); }))},
-    {XRule::ArrayCounts, Factory("GetTypeArrayEx", Element(3, [] { return XLXComVariant::FromUI4(1000000); }))},
-    {XRule::OwnValues, Factory("GetPCArray", Elements(ValueOfAnother)), {XRule::AgreeObjects, XRule::AgreeRelations}},
-    {XRule::ValueSlots, Type("GetProperties", [](HRESULT, void** out) { return GiveArray(SafeArrayCreateVector(VT_VARIANT, 0, 2), out); }),
-     {XRule::NamesPresent, XRule::AgreeType, XRule::AgreeProperty, XRule::Threads}},
+    {XRule::FailureLeavesNull, Altered("ILXConfigFactory::GetType", AnswerForNothing(E_FAIL, &something)), {XRule::UnknownName}},
+    {XRule::UnknownName, Altered("ILXConfigFactory::GetType", AnswerForNothing(E_INVALIDARG))},
+    {XRule::PropertyRange, Altered("ILXType::GetProperty", NothingForFailures)},
+    {XRule::ArrayShape, Altered("ILXConfigFactory::GetPCArray", [](HRESULT, void** out) { return GiveArray(SafeArrayCreateVector(VT_I4, 0, 12), out); }), {XRule::AgreeRelations}},
+    {XRule::ArrayHeader, Altered("ILXConfigFactoryEx::GetTypeArrayEx", Element(1, [] { return XLXComVariant::FromI4(1); }))},
+    {XRule::ArrayElements, Altered("ILXConfigFactoryEx::GetTypeArrayEx", Element(3, [] { return XLXComVariant::FromI4(1); }))},
+    {XRule::ArrayCounts, Altered("ILXConfigFactoryEx::GetTypeArrayEx", Element(3, [] { return XLXComVariant::FromUI4(1000000); }))},
+    {XRule::OwnValues, Altered("ILXConfigFactory::GetPCArray", Elements(ValueOfAnother)), {XRule::AgreeObjects, XRule::AgreeRelations}},
+    {XRule::ValueSlots, Altered("ILXType::GetProperties", [](HRESULT, void** out) { return GiveArray(SafeArrayCreateVector(VT_VARIANT, 0, 2), out); }),
+     {XRule::NamesPresent, XRule::AgreeType, XRule::AgreeProperty, XRule::AgreeObjects, XRule::Threads}},
     {XRule::ValueKinds, Model(PageNumberOne)},
     {XRule::NamesPresent, AttributeName("")},
     {XRule::NamesUnique, AttributeName("Weight"), {XRule::AgreeLookups, XRule::AgreeEnumerations}},
-    {XRule::NamesMatch, Factory("GetTypeArrayEx", Element(4, Other))}, // the first name
+    {XRule::NamesMatch, Altered("ILXConfigFactoryEx::GetTypeArrayEx", Element(4, Other))}, // the first name
     {XRule::BaseExists, Base(OLESTR("Document"), "Paper")},
     {XRule::BaseCircle, Base(OLESTR("Item"), "Pump")},
-    {XRule::AgreeType, Type("GetProperties", Element(1, Other)), {XRule::AgreeProperty, XRule::Threads}},
-    {XRule::AgreeProperty, Property(OtherLabel)},
-    {XRule::AgreeComponents, Type("GetTypeComponentData", FirstOf(VT_BSTR, Other))},
-    {XRule::AgreeNamed, WithBases(1)},
-    {XRule::AgreeBases, WithBases(0)},
-    {XRule::AgreeList, OneNameOnly},
+    {XRule::AgreeType, Altered("ILXType::GetProperties", Element(1, Other)), {XRule::AgreeProperty, XRule::AgreeObjects, XRule::Threads}},
+    {XRule::AgreeProperty, Altered("ILXType::GetProperty", TextForEmpty)},
+    {XRule::AgreeComponents, Altered("ILXType::GetTypeComponentData", FirstOf(VT_BSTR, Other))},
+    {XRule::AgreeNamed, NamedTypes("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", true)},
+    {XRule::AgreeBases, NamedTypes("ILXConfigFactoryEx::GetTypeArrayByTypeNameEx", false)},
+    {XRule::AgreeList, NamedTypes("ILXConfigFactoryEx::GetTypeArrayByTypeNameArrayEx", false)},
     {XRule::AgreeListed, SearchableForListed},
-    {XRule::AgreeObjects, Factory("GetTypeArrayEx", FirstOf(VT_UNKNOWN, [] { return XLXComVariant::FromUnknown(new Opaque); }))},
+    {XRule::AgreeObjects, Altered("ILXConfigFactoryEx::GetTypeArrayEx", FirstOf(VT_UNKNOWN, [] { return XLXComVariant::FromUnknown(new Opaque); }))},
     {XRule::AgreeLookups, Always("ILXType::GetAttribute", S_FALSE)},
     {XRule::AgreeEnumerations, Always("ILXType::GetPageEnum", S_FALSE)},
     {XRule::AgreeRelations, Always("ILXConfigFactory::GetParentChildEnum", S_FALSE)},
@@ -314,7 +308,7 @@ const std::vector<Broken> AllBroken = {
     {XRule::EnumSkip, Always("ILXBrowserIdEnum::Skip", S_OK)},
     {XRule::EnumClone, FreshClones, {XRule::EnumSingle, XRule::FailureLeavesNull}},
     {XRule::Threads, OneAtATime},
-    {XRule::UnknownClient, Set(&Faults::knowEveryClient)},
+    {XRule::UnknownClient, Altered("ILXDataUpdate::UnregisterCallback", [](HRESULT, void**) { return S_OK; })},
     {XRule::NotifySent, Sending(nullptr, false)},
     {XRule::NotifyEveryClient, Notification([](LONG client, XLXText&, ULONG&) { return client != 2; }), {XRule::NotifySent}},
     {XRule::NotifyAfter, Sending("properties/Weight/2/512", true)},
@@ -400,7 +394,7 @@ TEST(Contract, ACallThatHangsInsideANotificationIsFound) {
     std::promise<void> gate;
     World world(ContractModel());
     world.options.limit = 200ms;
-    Factory("GetTypeArrayEx",
+    Altered("ILXConfigFactoryEx::GetTypeArrayEx",
             [faults = world.faults.get(), opened = gate.get_future().share()](HRESULT result, void**) {
                 if (faults->notifying) { opened.wait(); }
                 return result;
@@ -411,7 +405,7 @@ TEST(Contract, ACallThatHangsInsideANotificationIsFound) {
     EXPECT_TRUE(VerdictOf(report, XRule::NotifyCallable).IsBroken());
     EXPECT_TRUE(VerdictOf(report, XRule::ArrayHeader).IsKept()) << "verified before the hang";
     gate.set_value();
-    while (world.faults.use_count() > 1) { // until the thread in the call has ended
+    while (world.sample->LiveObjects().objects > 0) { // until the thread in the call has ended
         std::this_thread::sleep_for(5ms);
     }
 }
