@@ -5,8 +5,8 @@
 usage: check_32bit.py BUILD
     BUILD   a build folder of the preset windows32-release
 
-- Each DLL is for i386, exports the four functions under their undecorated names, and imports only from DLLs of the
-  package and of Windows.
+- Each DLL imports only from DLLs of the package and of Windows. The component and the proxies are for i386, and export
+  the four functions under their undecorated names.
 - The type library in the component is for 32 bits, and the manifest of the assembly for x86.
 - The package contains all of them.
 
@@ -18,23 +18,23 @@ import subprocess
 import sys
 import zipfile
 
+sys.dont_write_bytecode = True
+from check_zip import faults_of_imports  # noqa: E402
+
+OBJDUMP = "i686-w64-mingw32-objdump"
 DLLS = ["LXConfigFactoryCache32.dll", "LXConfigFactoryCachePS.dll"]
 EXPORTS = ["DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer", "DllUnregisterServer"]
-OTHERS = {"advapi32.dll", "kernel32.dll", "lxerror32.dll", "msvcrt.dll", "ole32.dll", "oleaut32.dll", "rpcrt4.dll"}
 SYS_WIN32 = 1
 
 
 def faults_of_dll(path):
-    shown = subprocess.run(["i686-w64-mingw32-objdump", "-f", "-p", path], capture_output=True, text=True,
-                           check=False).stdout
+    shown = subprocess.run([OBJDUMP, "-f", "-p", path], capture_output=True, text=True, check=False).stdout
     if "architecture: i386" not in shown:
         yield f"{path.name} is not for i386"
     names = re.search(r"\[Ordinal/Name Pointer\] Table\n((?:\s+\[.*\n)*)", shown)
     exports = re.findall(r"\] (\S+)", names[1]) if names else []
     if exports != EXPORTS:
         yield f"{path.name} exports {exports}"
-    yield from (f"{path.name} loads {name}" for name in re.findall(r"DLL Name: (\S+)", shown)
-                if name.lower() not in OTHERS)
 
 
 def faults_of_type_library(build):
@@ -57,7 +57,7 @@ def faults_of_package(build):
 def main():
     build = pathlib.Path(sys.argv[1])
     faults = [fault for name in DLLS for fault in faults_of_dll(build / "bin" / name)]
-    faults += [*faults_of_type_library(build), *faults_of_package(build)]
+    faults += [*faults_of_imports(build, OBJDUMP), *faults_of_type_library(build), *faults_of_package(build)]
     manifest = (build / "bin" / "LXConfigFactoryCache.manifest").read_text(encoding="utf-8")
     if 'processorArchitecture="x86"' not in manifest:
         faults.append("the assembly's manifest is not for x86")

@@ -4,10 +4,9 @@
 
 usage: check_links.py ROOT
 
-Checks links and pictures in Markdown and HTML, with their fragments (#...), and source paths that a document names,
-such as `examples/client.cpp` or `models/plant.json`. Web addresses are not checked.
+Checks links and pictures in Markdown, with their fragments (#...), and source paths that a document names, such as
+`examples/client.cpp` or `models/plant.json`. Web addresses are not checked.
 """
-import html.parser
 import pathlib
 import re
 import sys
@@ -27,24 +26,9 @@ def markdown_places(text):
     return {re.sub(r"[^\w\- ]", "", re.sub(r"\]\([^)]*\)", "]", h)).lower().replace(" ", "-") for h in headings}
 
 
-class Page(html.parser.HTMLParser):
-    def __init__(self, text):
-        super().__init__()
-        self.links, self.places = [], set()
-        self.feed(text)
-
-    def handle_starttag(self, tag, attrs):
-        attributes = dict(attrs)
-        self.places.update(attributes[name] for name in ("id", "name") if attributes.get(name))
-        self.links += [attributes[name] for name in ("href", "src") if attributes.get(name)]
-
-
 def read(path):
     """A document's links, the fragments in it that links may name, and the source paths that it names."""
     text = path.read_text(encoding="utf-8")
-    if path.suffix == ".html":
-        page = Page(text)
-        return page.links, page.places, []
     prose = without_code(text)
     links = re.findall(r"\]\(\s*<?([^)>\s]+)", prose) + re.findall(r"^\[[^\]]+\]:\s*(\S+)", prose, re.M)
     return links, markdown_places(text), re.findall(rf"`((?:{FOLDERS})/[\w./-]+)`", text)
@@ -64,7 +48,7 @@ def fault_of(root, document, link, places):
 
 def main():
     root = pathlib.Path(sys.argv[1]).resolve()
-    documents = {path: read(path) for path in sorted(root.rglob("*")) if path.suffix in (".md", ".html")}
+    documents = {path: read(path) for path in sorted(root.rglob("*.md"))}
     places = {path: found[1] for path, found in documents.items()}
     data = next(root.glob("**/share/lxconfigfactorycache"), root)
     faults, followed = [], 0
