@@ -4,11 +4,14 @@
 // "lxcfc check" and "lxcfc verify-server" compare all answers between processes (tests/lxcfc/test_server.py). Every
 // started process ends with the object that represents it, at the latest with the test program.
 #include "LXSampleServer.h"
+#include "XRegisteredSample.h"
 #include "XServerTexts.h"
 #include "XToolCom.h"
-#include "XToolOutput.h"
 #include "programs_windows.h"
+#include "surface.h"
 #include "waiting.h"
+
+#include <lxcfc.hpp>
 
 #include <gtest/gtest.h>
 
@@ -17,6 +20,7 @@
 #include <algorithm>
 #include <atomic>
 #include <optional>
+#include <set>
 #include <thread>
 
 namespace {
@@ -97,6 +101,7 @@ public:
         CloseHandle(ready);
         m_control = isReady ? Connect() : nullptr;
         LXExpectThat(static_cast<bool>(m_control), "the server program cannot be reached");
+        m_tool = LXRegisteredSample(*m_control);
     }
     ~Server() {
         m_control->Stop(); // fails if the server has already ended
@@ -106,54 +111,37 @@ public:
     Server& operator=(const Server&) = delete;
 
     ILXSampleServer& Control() const { return *m_control; }
+    XToolServer& Tool() const { return *m_tool; }
     const Process& Program() const { return *m_process; }
     XServerStatus Status() const {
         XLXComBSTR status;
         LXExpect(m_control->GetStatus(status.Put()), "GetStatus");
         return LXParseStatus(LXToUtf8(status.View()));
     }
-    XNotification Edit(const std::string& json) const {
-        XLXComBSTR outcome;
-        LXExpect(m_control->Edit(LXBstr(json).Get(), outcome.Put()), "Edit");
-        return LXParseNotification(LXToUtf8(outcome.View()));
-    }
 
 private:
     std::optional<Process> m_process;
     XLXComPtr<ILXSampleServer> m_control;
+    std::unique_ptr<XToolServer> m_tool;
 };
 
-/// A cache initialised with the services of the server.
-class CacheClient {
-public:
-    explicit CacheClient(ILXSampleServer& server, bool separateCallback = false) {
-        XLXComPtr<ILXConfigFactory> factory;
-        XLXComPtr<ILX_Query> query;
-        XLXComPtr<ILXDataUpdate> update;
-        LXExpect(server.GetServices(factory.Put(), query.Put(), update.Put()), "GetServices");
-        LXExpect(CoCreateInstance(CLSID_LXConfigFactoryCache, nullptr, CLSCTX_INPROC_SERVER,
-                                  LXIid<ILXConfigFactoryCache>(), m_cache.PutVoid()),
-                 "CoCreateInstance(CLSID_LXConfigFactoryCache)");
-        XLXComVariant values[] = {XLXComVariant::FromUnknown(factory.Get()), XLXComVariant::FromUnknown(query.Get()),
-                                  XLXComVariant::FromUnknown(update.Get()),  XLXComVariant::FromBool(false),
-                                  XLXComVariant::FromBool(separateCallback), XLXComVariant::FromI4(15)};
-        LXExpect(m_cache.As<IDPFObject>()->Initialize(6, &values[0].Get()), "IDPFObject::Initialize");
-    }
-
-    HRESULT Terminate() { return m_cache.As<IDPFObject>()->Terminate(); }
-    const XLXComPtr<ILXConfigFactoryCache>& Cache() const { return m_cache; }
-    /// The attribute that the tests edit, as the derived type has it.
-    XLXComPtr<ILXAttribute> Attribute() const {
-        XLXComPtr<ILXType> type;
-        LXExpect(m_cache.As<ILXConfigFactory>()->GetType(LXBstr(DerivedType).Get(), nullptr, type.Put()), "GetType");
-        XLXComPtr<ILXAttribute> attribute;
-        LXExpect(type->GetAttribute(LXBstr("Power").Get(), attribute.Put()), "GetAttribute");
-        return attribute;
-    }
-
-private:
-    XLXComPtr<ILXConfigFactoryCache> m_cache;
-};
+/// A cache initialised with the services of the server. Its user terminates it.
+lxcfc::Cache Start(XToolServer& server, bool separateCallback = false) {
+    lxcfc::Ptr<ILXConfigFactoryCache> cache = lxcfc::detail::CreateCache();
+    XLXComVariant values[] = {XLXComVariant::FromUnknown(server.ConfigFactory().Get()),
+                              XLXComVariant::FromUnknown(server.Query().Get()),
+                              XLXComVariant::FromUnknown(server.DataUpdate().Get()),
+                              XLXComVariant::FromBool(false),
+                              XLXComVariant::FromBool(separateCallback),
+                              XLXComVariant::FromI4(15)};
+    LXExpect(cache.As<IDPFObject>()->Initialize(6, &values[0].Get()), "IDPFObject::Initialize");
+    return lxcfc::Cache(std::move(cache));
+}
+HRESULT Terminate(const lxcfc::Cache& cache) {
+    return lxcfc::Ptr<ILXConfigFactoryCache>(&cache.RawCache()).As<IDPFObject>()->Terminate();
+}
+/// The attribute that the tests edit, as the derived type has it.
+lxcfc::Attribute PowerOf(const lxcfc::Cache& cache) { return cache.Type(DerivedType).Attribute("Power"); }
 } // namespace
 
 class Callbacks : public testing::TestWithParam<bool> {};
@@ -164,19 +152,19 @@ TEST_P(Callbacks, NotificationsArriveAndNoReferenceIsLeft) {
     const Server server;
     const XServerObjectCount before = server.Status().live;
     {
-        CacheClient client(server.Control(), GetParam());
+        const lxcfc::Cache cache = Start(server.Tool(), GetParam());
         const auto clients = server.Status().clients;
         ASSERT_EQ(clients.size(), 1u);
         EXPECT_EQ(clients[0].process, GetCurrentProcessId());
-        const auto held = client.Attribute();
-        EXPECT_NE(LXTextOf(*held, XProperty::Label), "by another process");
-        const XNotification sent = server.Edit(LabelEdit("by another process"));
+        const lxcfc::Attribute held = PowerOf(cache);
+        EXPECT_NE(held.Text<std::string>(lx::Label), "by another process");
+        const XNotification sent = server.Tool().Edit(LabelEdit("by another process"));
         EXPECT_EQ(sent.clients, 1);
         EXPECT_EQ(sent.result, S_OK);
-        EXPECT_EQ(LXTextOf(*held, XProperty::Label), "by another process");
-        EXPECT_EQ(client.Terminate(), S_OK);
+        EXPECT_EQ(held.Text<std::string>(lx::Label), "by another process");
+        EXPECT_EQ(Terminate(cache), S_OK);
         EXPECT_TRUE(server.Status().clients.empty());
-        EXPECT_EQ(server.Edit(LabelEdit("after the end")).clients, 0);
+        EXPECT_EQ(server.Tool().Edit(LabelEdit("after the end")).clients, 0);
     }
     EXPECT_TRUE(WaitFor([&] { return server.Status().live.references <= before.references; }))
         << server.Status().live.references << " references are left, " << before.references << " before";
@@ -184,15 +172,15 @@ TEST_P(Callbacks, NotificationsArriveAndNoReferenceIsLeft) {
 
 TEST(OutOfProcess, TheServerIsKilledInsideACall) {
     const Server server(Server::Use::ByOne);
-    CacheClient client(server.Control());
-    const auto attribute = client.Attribute();
-    const std::string label = LXTextOf(*attribute, XProperty::Label);
+    const lxcfc::Cache cache = Start(server.Tool());
+    const lxcfc::Attribute attribute = PowerOf(cache);
+    const lxcfc::String label = attribute.Text(lx::Label);
     // One call is in progress in the server when the server dies.
     ASSERT_EQ(server.Control().SetDelay(20'000'000), S_OK);
     std::atomic<HRESULT> interrupted{S_OK};
     std::thread waiting([&] {
         XLXComPtr<ILXFormat> format;
-        interrupted = attribute->GetFormat(7, format.Put());
+        interrupted = attribute.Raw().GetFormat(7, format.Put());
     });
     std::this_thread::sleep_for(200ms);
     const auto killed = std::chrono::steady_clock::now();
@@ -200,58 +188,44 @@ TEST(OutOfProcess, TheServerIsKilledInsideACall) {
     waiting.join();
     EXPECT_TRUE(MeansGone(interrupted)) << LXResultName(interrupted);
 
-    EXPECT_EQ(LXTextOf(*attribute, XProperty::Label), label);
+    EXPECT_EQ(attribute.Text(lx::Label), label);
     XLXComPtr<ILXFormat> format;
-    const HRESULT refused = attribute->GetFormat(8, format.Put());
+    const HRESULT refused = attribute.Raw().GetFormat(8, format.Put());
     EXPECT_TRUE(MeansGone(refused)) << LXResultName(refused);
     EXPECT_FALSE(format);
-    EXPECT_EQ(client.Terminate(), S_OK);
+    EXPECT_EQ(Terminate(cache), S_OK);
     EXPECT_LT(std::chrono::steady_clock::now() - killed, 20s);
 }
 
 // One library has all proxies. The registration of a type library must not replace any of them.
 TEST(Proxies, ExistForEveryInterface) {
     constexpr CLSID library = {0x0B28003D, 0x73C2, 0x400E, {0x9E, 0x87, 0x3E, 0xB4, 0x6C, 0xC8, 0x6F, 0x1D}};
-    const auto expect = [&](const IID& iid) {
+    // The definitions' local interfaces, and those of the platform.
+    const std::set<std::string> others = {"ILXTypeCache", "ILXTypeInheritance", "IClassFactory", "ISupportErrorInfo"};
+    for (const XInterface& interface_ : LXSurface()) {
+        if (others.contains(interface_.name)) { continue; }
         CLSID found = {};
-        EXPECT_EQ(CoGetPSClsid(iid, &found), S_OK);
-        EXPECT_EQ(found, library);
-    };
-    const auto expectAll = [&]<class... I>() { (expect(LXIid<I>()), ...); };
-    expectAll.operator()<ILXTypeEnum, ILXPageEnum, ILXGroupEnum, ILXAttributeEnum, ILXAttributeTypeEnum,
-                         ILXConfObjEditorEnum, ILXParentChildEnum, ILXPCInfoEnum, ILXBrowserIdEnum,
-                         ILXGlobalAttributeFormatSpecEnum, IEnumBaseDataObject>();
-    expectAll.operator()<ILXConfigObject, ILXType, ILXPage, ILXFormat, ILXAttributeType, ILXConfObjEditor, ILXPCInfo,
-                         ILXBrowserId, ILXGroup, ILXAttribute, ILXParentChild, ILXGlobalAttributeFormatSpec,
-                         ILXConfigFactory, ILXConfigFactoryEx>();
-    expectAll.operator()<ILXCallback, ILXCallbackUpdate, IXCfgCacheCallback, ILX_BaseDataObject, ILXRelation, ILX_Query,
-                         ILXDataUpdate, ILXConfigFactoryCache, IDPFObject, ILXServerEntryPoint>();
+        EXPECT_EQ(CoGetPSClsid(*interface_.iid, &found), S_OK) << interface_.name;
+        EXPECT_EQ(found, library) << interface_.name;
+    }
 }
 
 // The cache's own interfaces have proxies too: a program may hand the cache to a thread of another apartment.
 TEST(Proxies, OfTheCacheWork) {
     const Server server;
-    CacheClient client(server.Control());
+    const lxcfc::Cache client = Start(server.Tool());
     IStream* stream = nullptr;
-    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(LXIid<ILXConfigFactoryCache>(), client.Cache().Get(), &stream),
-              S_OK);
-    std::thread([stream, own = client.Cache().Get()] {
+    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(LXIid<ILXConfigFactoryCache>(), &client.RawCache(), &stream), S_OK);
+    std::thread([stream, own = &client.RawCache()] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
         {
-            XLXComPtr<ILXConfigFactoryCache> cache;
-            ASSERT_EQ(CoGetInterfaceAndReleaseStream(stream, LXIid<ILXConfigFactoryCache>(), cache.PutVoid()), S_OK);
+            lxcfc::Ptr<ILXConfigFactoryCache> cache;
+            ASSERT_EQ(CoGetInterfaceAndReleaseStream(stream, LXIid<ILXConfigFactoryCache>(),
+                                                     reinterpret_cast<void**>(cache.Put())),
+                      S_OK);
             ASSERT_NE(cache.Get(), own);
-            LONG count = 0;
-            BSTR* names = nullptr;
-            EXPECT_EQ(cache->GetAllDerivedTypes(LXBstr("Equipment").Get(), &count, &names), S_OK);
-            std::vector<std::string> derived;
-            for (LONG i = 0; i < count; ++i) {
-                derived.push_back(LXToUtf8(LXBstrView(names[i])));
-                SysFreeString(names[i]);
-            }
-            CoTaskMemFree(names);
-            EXPECT_EQ(derived, (std::vector<std::string>{"CentrifugalPump", "Pump", "Vessel"}));
-
+            EXPECT_EQ(lxcfc::Cache(cache).DerivedTypes("Equipment"),
+                      (std::vector<lxcfc::String>{L"CentrifugalPump", L"Pump", L"Vessel"}));
             const XLXComBSTR equipment = LXBstr("Equipment");
             const XLXComBSTR document = LXBstr("Document");
             BSTR asked[] = {document.Get(), equipment.Get(), document.Get()};
@@ -271,5 +245,5 @@ TEST(Proxies, OfTheCacheWork) {
         }
         CoUninitialize();
     }).join();
-    EXPECT_EQ(client.Terminate(), S_OK);
+    EXPECT_EQ(Terminate(client), S_OK);
 }
