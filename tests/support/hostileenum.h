@@ -17,8 +17,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
-    std::function<HRESULT(IEnumX**)> clone; ///< replaces Clone
-    HRESULT STDMETHODCALLTYPE Clone(IEnumX** out) override { return clone ? clone(out) : E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Clone(IEnumX**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetSingleNext(IX**) override { return E_NOTIMPL; }
 
 private:

@@ -6,8 +6,6 @@
 namespace {
 using Typed = WithComponent;
 
-constexpr const OLECHAR* FlowChanged = OLESTR("properties/Pump/4/512");
-
 /// A notification service that sends notifications on the calling thread, on request of the test.
 class Service final : public lx::DataUpdateRefusals<lx::Object<ILXDataUpdate>> {
 public:
@@ -15,8 +13,8 @@ public:
     bool releasesCallback = false; ///< in UnregisterCallback; some servers keep it
     bool isRegistered = false;
 
-    HRESULT Notify(const OLECHAR* dataId = FlowChanged) {
-        const lxcfc::Bstr id(dataId), type(OLESTR("cfc_specific"));
+    HRESULT Notify() {
+        const lxcfc::Bstr id(OLESTR("properties/Pump/4/512")), type(lx::CfcSpecific);
         return m_callback.Get()->DataObjectChanged(id.Get(), type.Get(), 0x100, ++m_lastId, 0, nullptr);
     }
 

@@ -114,44 +114,29 @@ Change FirstOf(VARTYPE type, const std::function<XLXComVariant()>& value) {
 }
 XLXComVariant Other() { return XLXComVariant::FromBstr(OLESTR("Other")); }
 
-/// Replaces enumerators of browser ids.
-using IdEnum = XLXComPtr<ILXBrowserIdEnum>;
-Fault BrowserIds(const std::function<ILXBrowserIdEnum*(const IdEnum&)>& make) {
-    return Altered("ILXConfigFactory::GetBrowserIdEnum", [=](HRESULT result, void** out) {
-        const IdEnum inner = LXAttach(static_cast<ILXBrowserIdEnum*>(*out));
-        *out = IdEnum(make(inner)).Detach();
+/// The enumerator of browser ids returns the first one for ever.
+void Endless(World& world) {
+    Altered("ILXConfigFactory::GetBrowserIdEnum", [](HRESULT result, void** out) {
+        const XLXComPtr<ILXBrowserIdEnum> inner = LXAttach(static_cast<ILXBrowserIdEnum*>(*out));
+        const auto first = LXFind(inner, &ILXBrowserIdEnum::GetSingleNext);
+        const auto next = [first](ULONG asked, ILXBrowserId** elements, ULONG* fetched) {
+            for (*fetched = 0; *fetched < asked; ++*fetched) {
+                first.CopyTo(elements + *fetched);
+            }
+            return S_OK;
+        };
+        *out = XLXComPtr<ILXBrowserIdEnum>(new HostileEnum<ILXBrowserIdEnum, ILXBrowserId>(next)).Detach();
         return result;
-    });
+    })(world);
 }
-using HostileIds = HostileEnum<ILXBrowserIdEnum, ILXBrowserId>;
-
-ILXBrowserIdEnum* Endless(const IdEnum& inner) {
-    XLXComPtr<ILXBrowserId> first;
-    inner->GetSingleNext(first.Put());
-    return new HostileIds([first](ULONG asked, ILXBrowserId** elements, ULONG* fetched) {
-        for (*fetched = 0; *fetched < asked; ++*fetched) {
-            first.CopyTo(elements + *fetched);
-        }
-        return S_OK;
-    });
-}
-ILXBrowserIdEnum* CountWithoutElements(const IdEnum&) {
-    return new HostileIds([](ULONG asked, ILXBrowserId**, ULONG* fetched) {
-        *fetched = asked + 1000;
-        return S_OK;
-    });
-}
-HostileIds* WithoutSingleNext(const IdEnum& inner) {
-    return new HostileIds([inner](ULONG asked, ILXBrowserId** elements, ULONG* fetched) {
-        return inner->RemNext(asked, elements, fetched);
-    });
+HRESULT TooHighACount(HRESULT, void** out) {
+    *reinterpret_cast<ULONG*>(out) += 1000;
+    return S_OK;
 }
 /// A clone starts at the first element instead of the original's position.
 void FreshClones(World& world) {
-    BrowserIds([&world](const IdEnum& inner) {
-        HostileIds* const ids = WithoutSingleNext(inner);
-        ids->clone = [&world](ILXBrowserIdEnum** out) { return world.sample->ConfigFactory()->GetBrowserIdEnum(out); };
-        return ids;
+    Altered("ILXBrowserIdEnum::Clone", [&world](HRESULT, void** out) {
+        return world.sample->ConfigFactory()->GetBrowserIdEnum(reinterpret_cast<ILXBrowserIdEnum**>(out));
     })(world);
 }
 
@@ -301,12 +286,12 @@ const std::vector<Broken> AllBroken = {
     {XRule::AgreeDefaults, Always("ILXType::GetDefaultEditor", S_FALSE)},
     {XRule::PlanTypes, [](World& world) { world.sample->Calls().FailCall("ILX_Query::GetSearchResult", S_FALSE, 2); }},
     {XRule::NullObjects, WithoutObjects("ILXType::GetPage")},
-    {XRule::EnumEnds, BrowserIds(Endless), {XRule::EnumSingle, XRule::FailureLeavesNull}},
-    {XRule::EnumCounts, BrowserIds(CountWithoutElements), {XRule::EnumSingle}},
-    {XRule::EnumSingle, BrowserIds(WithoutSingleNext), {XRule::FailureLeavesNull}},
+    {XRule::EnumEnds, Endless, {XRule::EnumSingle, XRule::FailureLeavesNull}},
+    {XRule::EnumCounts, Altered("ILXBrowserIdEnum::RemNext", TooHighACount)},
+    {XRule::EnumSingle, Always("ILXBrowserIdEnum::GetSingleNext", E_NOTIMPL)},
     {XRule::EnumReset, Always("ILXBrowserIdEnum::Reset", S_OK)},
     {XRule::EnumSkip, Always("ILXBrowserIdEnum::Skip", S_OK)},
-    {XRule::EnumClone, FreshClones, {XRule::EnumSingle, XRule::FailureLeavesNull}},
+    {XRule::EnumClone, FreshClones},
     {XRule::Threads, OneAtATime},
     {XRule::UnknownClient, Altered("ILXDataUpdate::UnregisterCallback", [](HRESULT, void**) { return S_OK; })},
     {XRule::NotifySent, Sending(nullptr, false)},
