@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // The binary contract, as C sees it: slot numbers of every method, counted from QueryInterface at 0, the number of
-// slots of every interface, and the layout of the records. All checks are static assertions.
+// slots of every interface, and the layout of the records with pointers of 32 and 64 bits. All checks are static
+// assertions. tests/headers compiles them for 32 bits.
 #define CINTERFACE
 #include "LXConfigFactoryCache.h"
 
@@ -116,14 +117,15 @@ INTERFACE(ILXTypeCache, 8, Reserved3, Reserved4, SetBaseType, GetServerType, Res
 INTERFACE(ILXTypeInheritance, 16, GetAttributeEnum, Reserved4, Reserved5, Reserved6, Reserved7, Reserved8, Reserved9,
           Reserved10, Reserved11, Reserved12, Reserved13, Reserved14, Reserved15);
 
-// The layout of the records.
-RECORD(tagLXNotifications, 24, 0, bstrObjectId, 8, bstrObjectType, 16, ulNotificationsDesired);
-RECORD(tagLXUpdateInfo, 16, 0, bstrObjectId, 8, bstrObjectType);
-RECORD(tagLXDataUpdateChanges, 40, 0, bstrObjectId, 8, bstrObjectType, 16, ulNotificationId, 20, ulChangeType, 24,
-       ulCount, 32, pUpdateInfo);
-RECORD(tagLXClientInfo, 56, 0, ulProcessID, 4, ulLanguageID, 8, bSuperUserTask, 16, bstrTransactionName, 24,
-       bstrComputerName, 32, bstrUserName, 40, bstrPWD, 48, pInterface);
-RECORD(tagLXNamedValue, 32, 0, bstrName, 8, varValue);
-SIZE(VARIANT, 24);
+// The layout of the records, by the size of a pointer.
+#define P sizeof(void*)
+RECORD(tagLXNotifications, 3 * P, 0, bstrObjectId, P, bstrObjectType, 2 * P, ulNotificationsDesired);
+RECORD(tagLXUpdateInfo, 2 * P, 0, bstrObjectId, P, bstrObjectType);
+RECORD(tagLXDataUpdateChanges, 4 * P + 8, 0, bstrObjectId, P, bstrObjectType, 2 * P, ulNotificationId, 2 * P + 4,
+       ulChangeType, 2 * P + 8, ulCount, 3 * P + 8, pUpdateInfo);
+RECORD(tagLXClientInfo, 6 * P + 8, 0, ulProcessID, 4, ulLanguageID, 8, bSuperUserTask, P + 8, bstrTransactionName,
+       2 * P + 8, bstrComputerName, 3 * P + 8, bstrUserName, 4 * P + 8, bstrPWD, 5 * P + 8, pInterface);
+RECORD(tagLXNamedValue, 2 * P + 16, 0, bstrName, 8, varValue);
+SIZE(VARIANT, 2 * P + 8);
 SIZE(LONG, 4);
 SIZE(LXRightType, 4);
