@@ -16,28 +16,6 @@ template <class First, class... Others> using HostileObject = lx::Object<First, 
 /// An object that only counts references.
 class Opaque final : public HostileObject<IUnknown> {};
 
-/// Forwards the property methods.
-template <class I> class PassingObject : public HostileObject<I> {
-public:
-    explicit PassingObject(XLXComPtr<I> inner) : m_inner(std::move(inner)) {}
-    HRESULT STDMETHODCALLTYPE Get(BSTR k, VARIANT* v) override { return m_inner->Get(k, v); }
-    HRESULT STDMETHODCALLTYPE Set(BSTR k, VARIANT v) override { return m_inner->Set(k, v); }
-    HRESULT STDMETHODCALLTYPE Gets(SAFEARRAY* k, SAFEARRAY** v) override { return m_inner->Gets(k, v); }
-    HRESULT STDMETHODCALLTYPE Sets(SAFEARRAY* k, SAFEARRAY** v) override { return m_inner->Sets(k, v); }
-    HRESULT STDMETHODCALLTYPE GetProperty(int i, VARIANT* v) override { return m_inner->GetProperty(i, v); }
-    HRESULT STDMETHODCALLTYPE SetProperty(int i, VARIANT v) override { return m_inner->SetProperty(i, v); }
-    std::function<HRESULT(SAFEARRAY**)> values; ///< replaces GetProperties
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** v) override {
-        return values ? values(v) : m_inner->GetProperties(v);
-    }
-    HRESULT STDMETHODCALLTYPE SetProperties(SAFEARRAY* v, SAFEARRAY** r) override {
-        return m_inner->SetProperties(v, r);
-    }
-
-protected:
-    const XLXComPtr<I> m_inner;
-};
-
 class HostileFactory final : public lx::ConfigFactoryRefusals<lx::Object<ILXConfigFactory, ILXConfigFactoryEx>> {
 public:
     explicit HostileFactory(XLXComPtr<ILXConfigFactory> inner)
