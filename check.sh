@@ -142,7 +142,7 @@ run_tests() {
     local log="$logs/$1-test.log" wrap=() only=() p f s
     # This Clang's thread sanitizer does not work with every address layout.
     if [ "$1" = linux-tsan ] && setarch -R true 2>/dev/null; then
-        wrap=(env LX_STRESS_SECONDS=15 setarch -R)
+        wrap=(env LX_STRESS_SECONDS=10 setarch -R)
     fi
     case $1 in
     linux-release) only=(-E '^(test_|fuzz_)') ;;

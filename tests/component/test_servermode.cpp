@@ -41,6 +41,15 @@ TEST_F(ServerMode, WrapsTypesLinksBasesAndFetchesOnDemand) {
     ExpectCalls(0, [&] { Attribute("Pump", "Weight"); });
     EXPECT_EQ(LoadByName("Document", 0), S_OK); // without a transfer mode: without components
     ExpectCalls(1, [&] { LXFind(Type("Document"), &ILXType::GetPageEnum); });
+    ExpectCalls(1, [&] { LXFind(Type("Document"), &ILXType::GetAttributeEnum); });
+}
+
+TEST_F(ServerMode, SearchableTypesAreListed) {
+    Edit().SetTypeProperty("Item", XProperty::Searchable, false);
+    ASSERT_EQ(StartInServer(), S_OK);
+    Names searchable = TypeNames();
+    std::erase(searchable, "Item");
+    EXPECT_EQ(LXList(XProperty::TypeName, Factory(), &ILXConfigFactory::GetSearchableTypeEnum), searchable);
 }
 
 TEST_F(ServerMode, FetchesANewTypeWithItsBases) {

@@ -60,10 +60,13 @@ TEST_F(Startup, RefusalsNameTheValueAndItsExpectedType) {
     };
     const auto text = [] { return XLXComVariant::FromBstr(OLESTR("odd")); };
     const auto object = [&] { return XLXComVariant::FromUnknown(m_server->DataObject("Pump").Get()); };
+    XLXComVariant unknown;
+    V_VT(&unknown.Get()) = 77; // no type of a value
     Refusal refusals[] = {
         {0, text(), DISP_E_TYPEMISMATCH, "value 0 must be an object with ILXConfigFactory"},
         {0, XLXComVariant(), E_POINTER, "value 0 must be an object with ILXConfigFactory"},
         {1, object(), E_NOINTERFACE, "value 1 must be an object with ILX_Query, or empty"},
+        {1, std::move(unknown), DISP_E_BADVARTYPE, "the value cannot be copied"},
         {2, text(), DISP_E_TYPEMISMATCH, "value 2 must be an object with ILXDataUpdate, unless value 3 is true"},
         {2, XLXComVariant(), E_POINTER, "value 2 must be an object with ILXDataUpdate, unless value 3 is true"},
         {3, text(), DISP_E_TYPEMISMATCH, "value 3 must be a boolean: no notifications"},

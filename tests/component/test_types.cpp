@@ -117,6 +117,8 @@ TEST_F(Types, AddTypeReturnsACachedObject) {
     });
     Calls().FailCall("ILXConfigFactory::AddType", E_ACCESSDENIED);
     EXPECT_EQ(LXResult(Factory(), &ILXConfigFactory::AddType), E_ACCESSDENIED);
+    Calls().FailCall("ILXConfigFactory::AddType", S_FALSE);
+    EXPECT_EQ(LXResult(Factory(), &ILXConfigFactory::AddType), E_POINTER); // success without a type
 }
 
 TEST_F(Types, ARepeatedNotificationIsHandledOnce) {

@@ -24,6 +24,22 @@ XLXSafeArray ItemArray(const XLXComPtr<IUnknown>& server, XILXTypeComp component
     return GetArrayFromMap(std::move(map));
 }
 
+/// A server's attribute whose values come from a function.
+class OddAttribute final : public lx::AttributeRefusals<lx::ConfigObjectRefusals<lx::Object<ILXAttribute>>> {
+public:
+    std::function<HRESULT(SAFEARRAY**)> values;
+    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** out) override { return values(out); }
+};
+
+XILXTypeComp OneAttribute(const XLXComPtr<OddAttribute>& server, XLXVariantVector values) {
+    std::vector<XILXAttributeData> attributes(1);
+    attributes[0].object = XLXComPtr<IUnknown>(server.Get());
+    attributes[0].values = std::move(values);
+    XILXTypeComp components;
+    components.attributes = GetArrayFromAttributeList(std::move(attributes));
+    return components;
+}
+
 XLXSafeArray Numbers(std::initializer_list<LONG> numbers) {
     XArrayWriter writer;
     for (const LONG number : numbers) {
@@ -31,13 +47,6 @@ XLXSafeArray Numbers(std::initializer_list<LONG> numbers) {
     }
     return writer.Finish();
 }
-
-/// A server's attribute whose values come from a function.
-class OddAttribute final : public lx::AttributeRefusals<lx::ConfigObjectRefusals<lx::Object<ILXAttribute>>> {
-public:
-    std::function<HRESULT(SAFEARRAY**)> values;
-    HRESULT STDMETHODCALLTYPE GetProperties(SAFEARRAY** out) override { return values(out); }
-};
 
 class OddAnswers : public HostileTest {
 protected:
@@ -56,15 +65,9 @@ TEST_F(OddAnswers, ValuesByReferenceAreCopiedWhenTheyArrive) {
     const auto serverItem = ServerItem();
     const XLXComPtr<OddAttribute> hostile(new OddAttribute);
     ServeTypes([&] {
-        XLXComVariant text;
-        refer(text);
-        std::vector<XILXAttributeData> attributes(1);
-        attributes[0].object = XLXComPtr<IUnknown>(hostile.Get());
-        attributes[0].values = Values(60, XProperty::AttributeName, XLXComVariant::FromBstr(OLESTR("Name")));
-        attributes[0].values.Exchange(XProperty::Label, text);
-        XILXTypeComp components;
-        components.attributes = GetArrayFromAttributeList(std::move(attributes));
-        return ItemArray(serverItem, std::move(components));
+        auto values = Values(60, XProperty::AttributeName, XLXComVariant::FromBstr(OLESTR("Name")));
+        refer(values[XProperty::Label]);
+        return ItemArray(serverItem, OneAttribute(hostile, std::move(values)));
     });
     hostile->values = [&](SAFEARRAY** out) {
         *out = SafeArrayCreateVector(VT_VARIANT, 0, 60);
@@ -92,6 +95,25 @@ TEST_F(OddAnswers, ValuesByReferenceAreCopiedWhenTheyArrive) {
     };
     EXPECT_EQ(LXRead(name.Get(), XProperty::Label), OLESTR("Name of the item"))
         << "nothing of the refused array was kept";
+}
+
+TEST_F(OddAnswers, FewerValuesThanDisplayEnumerationsNeed) {
+    const XLXComPtr<OddAttribute> hostile(new OddAttribute);
+    ServeTypes([&] {
+        auto values = Values(46, XProperty::AttributeName, XLXComVariant::FromBstr(OLESTR("Name")));
+        return ItemArray(ServerItem(), OneAttribute(hostile, std::move(values)));
+    });
+    hostile->values = [](SAFEARRAY** out) {
+        *out = SafeArrayCreateVector(VT_VARIANT, 0, 46);
+        return S_OK;
+    };
+    ASSERT_EQ(StartHostile(), S_OK);
+    const auto item = Named(OLESTR("Item"));
+    for (int round = 0; round < 2; ++round) {
+        ExpectRefusal(LXResult(item, &ILXType::GetDisplayAttributeEnum, 1), E_INVALIDARG,
+                      "property index (46) is out of range");
+        EXPECT_EQ(LXResult(item, &ILXType::GetDisplayAttributeEnum, 0), S_OK); // needs no values
+    }
 }
 
 TEST_F(OddAnswers, ABaseMayBeGivenByItsIndexAlone) {

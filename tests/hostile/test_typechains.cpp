@@ -113,6 +113,11 @@ TEST_F(TypeChains, CyclesOfBasesAreBroken) {
             inherited += AttributeOf(Named(type.name), OLESTR("own") + Number(circle - 1)) ? 1 : 0;
         }
         EXPECT_GE(inherited, 1);
+        const XBstrArgument nowhere = LXArgument("Nowhere");
+        BSTR bases[] = {nowhere};
+        LONG derives = 0; // a base that is not a type counts by its name
+        EXPECT_EQ(LXCall(*m_cache, &ILXConfigFactoryCache::CheckTypeDerivesFrom, "Orphan", 1, bases, &derives), S_OK);
+        EXPECT_EQ(derives, 1);
         m_server->SendNotification("objects/x/0/1"); // reloads and relinks all types
     }
 }

@@ -60,7 +60,12 @@ class Server(unittest.TestCase):
         self.assertEqual(answer.status, 0, answer)
         self.assertEqual(answer.json()["after"]["edits"], EDITS)
 
-    def test_3_the_contract_is_kept_between_processes(self):
+    def test_3_watch_waits_for_the_notification_of_its_edit(self):
+        edit = '{"edit":"SetAttributeProperty","type":"Pump","name":"RatedFlow","index":2,"value":"x"}'
+        answer = answer_of("watch", "--edit", edit, "--server", PROGID)
+        self.assertEqual((answer["notification"], answer["mode"]), ("properties/Pump/2/512", 512))
+
+    def test_4_the_contract_is_kept_between_processes(self):
         answer = lxcfc("verify-server", "--types", "3", "--no-start", "--server", PROGID, "--json")
         self.assertEqual(answer.status, 0, answer)
         reasons = {rule["rule"]: rule["reason"] for rule in answer.json()["notTestedRules"]}

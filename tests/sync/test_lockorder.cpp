@@ -40,6 +40,13 @@ TEST(LockOrderDeathTest, FindsTheWrongOrder) {
              const XCritLFReadProxy<int> read(store);
              XLockPlace::AssertNoneHeld();
          }},
+        {"calling out below Fill while PropertyStore", // released in the order of acquisition
+         [&] {
+             std::optional<XCritReadProxy<int>> read(types);
+             const XCritLFReadProxy<int> last(store);
+             read.reset();
+             XLockPlace::AssertNoneHeld();
+         }},
     };
     for (const auto& [message, run] : cases) {
         EXPECT_DEATH(run(), message);
