@@ -149,6 +149,7 @@ XPlanTypes::Value XPlanTypes::Loaded() {
     });
     if (failure) {
         XLXError::LogFailure(OLESTR("InternalGetPlantypeRelations failed"), At(), [&] { LXRaiseKept(failure); });
+        return m_loaded.Fresh(); // another thread may have loaded them meanwhile
     }
     return loaded;
 }

@@ -44,9 +44,12 @@ TEST_F(ServerMode, WrapsTypesLinksBasesAndFetchesOnDemand) {
     ExpectCalls(1, [&] { LXFind(Type("Document"), &ILXType::GetAttributeEnum); });
 }
 
-TEST_F(ServerMode, SearchableTypesAreListed) {
+TEST_F(ServerMode, TypesAndSearchableTypesAreListed) {
     Edit().SetTypeProperty("Item", XProperty::Searchable, false);
     ASSERT_EQ(StartInServer(), S_OK);
+    m_server->SendNotification("objects/x/0/2");
+    Calls().FailCall("ILXTypeEnum::RemNext", E_ACCESSDENIED);
+    EXPECT_EQ(LXResult(Factory(), &ILXConfigFactory::GetTypeEnum, nullptr), E_ACCESSDENIED);
     Names searchable = TypeNames();
     std::erase(searchable, "Item");
     EXPECT_EQ(LXList(XProperty::TypeName, Factory(), &ILXConfigFactory::GetSearchableTypeEnum), searchable);

@@ -145,11 +145,13 @@ TEST_F(Startup, ServerModeIsRefusedAfterClientMode) {
 }
 
 TEST_F(Startup, FailedRegistrationLeavesNothingBehind) {
+    unsigned unregistered = 0;
     for (const char* call : {"ILXDataUpdate::RegisterCallback", "ILXDataUpdate::EnableAdvicesDataType"}) {
         m_cache = LXMakeCache();
         Calls().FailCall(call, E_ACCESSDENIED);
         ExpectRefusal(Start(), E_ACCESSDENIED, "RegisterCallback()");
         EXPECT_TRUE(m_server->Clients().empty()) << call;
+        EXPECT_EQ(Calls().Of("ILXDataUpdate::UnregisterCallback"), unregistered++) << call;
     }
 }
 

@@ -25,25 +25,27 @@ class Lives : public HostileTest {
 protected:
     Lives() : HostileTest(ModelOf("First")) {}
 
-    static bool Ends(const std::future<void>& work) {
-        return work.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
-    }
+    static bool Ends(const auto& work) { return work.wait_for(std::chrono::seconds(10)) == std::future_status::ready; }
     /// Exchanges the fixture's server for the other one.
     void ChangeServer() { m_server.swap(m_second); }
 
     Names Children() {
         return LXList(XProperty::ChildName, Factory(), &ILXConfigFactory::GetParentChildEnum, "Item", nullptr);
     }
-    void AskForEverything() {
+    /// Returns whether the type "Late" was found.
+    bool AskForEverything() {
+        bool isFound = false;
         LoadByName("Pump");
         for (const char* const name : {"Late", "Item", "Document"}) { // the second stale value may cause a read of all
             const auto type = LXFind(Factory(), &ILXConfigFactory::GetType, name, nullptr);
             if (type) { LXRead(type.Get(), XProperty::TypeLabel); }
+            if (*name == 'L') { isFound = static_cast<bool>(type); }
         }
         TypeNames();
         BrowserIds();
         SpecIds();
         Children();
+        return isFound;
     }
     void ExpectAnswersOfTheSecond() {
         EXPECT_EQ(TypeNames(), (Names{"Document", "Equipment", "Item", "Pump", "Second"}));
@@ -78,13 +80,14 @@ TEST_P(LateAnswers, AreNotCached) {
     Edit().AddType("Late", "", XNotify::No); // found by name
     if (GetParam().stale != nullptr) { m_server->SendNotification(GetParam().stale); }
     auto gate = Calls().PauseAt(GetParam().method, XCallPoint::Answer);
-    const auto reader = std::async(std::launch::async, [&] { AskForEverything(); });
+    auto reader = std::async(std::launch::async, [&] { return AskForEverything(); });
     gate.WaitUntilArrived();
     Terminate();
     const auto former = m_server;
     const auto deliver = [&] {
         gate.Open();
         ASSERT_TRUE(Ends(reader));
+        EXPECT_EQ(reader.get(), GetParam().beforeTheNextStart || GetParam().stale != nullptr);
         EXPECT_EQ(former->LiveObjects().objects, before);
     };
     if (GetParam().beforeTheNextStart) { deliver(); }
@@ -164,6 +167,7 @@ TEST_F(Lives, ANestedInitialisationDoesNothing) {
     });
     Start();
     EXPECT_EQ(registered, 1);
+    EXPECT_EQ(Calls().Of("ILXDataUpdate::EnableAdvicesDataType"), 0u);
     EXPECT_EQ(m_server->Clients().size(), 0u);
     EXPECT_EQ(Start(), S_OK);
     EXPECT_EQ(m_server->Clients().size(), 1u);

@@ -126,6 +126,23 @@ TEST_F(FreshRelations, ASearchForPlanTypesThatAnotherThreadDisturbsIsRepeated) {
     ExpectCalls(0, [&] { EXPECT_EQ(isPlan(), S_OK); });
 }
 
+TEST_F(FreshRelations, ASearchForPlanTypesThatIsAlwaysDisturbedAnswersFromTheOtherThreads) {
+    const auto isPlan = [&] { return m_cache->IsPlantype(m_server->DataObject("Plan").Get()); };
+    bool isBeside = false;
+    int disturbed = 0;
+    m_server->SendNotification("pc/x/0/1");
+    Calls().SetHook([&](const XServerCall& call) {
+        if (call.name != "ILX_Query::GetSearchResult" || call.point != XCallPoint::Arrival || isBeside) { return; }
+        ++disturbed;
+        isBeside = true;
+        m_server->SendNotification("pc/x/0/1");
+        LXBeside([&] { EXPECT_EQ(isPlan(), S_OK); }).get();
+        isBeside = false;
+    });
+    EXPECT_EQ(isPlan(), S_OK);
+    EXPECT_EQ(disturbed, 4);
+}
+
 TEST_F(FreshRelations, AFormerServerObjectThatFailsLeavesNothing) {
     m_server->SendNotification("pc/Node/0/4");
     Calls().FailCall("ILXParentChild::GetPCInfoEnum", E_FAIL);

@@ -179,6 +179,38 @@ TEST_F(FreshTypes, ADirectNotificationIsNotLostForAnAttributeThatIsBeingFetched)
     }
 }
 
+TEST_F(FreshTypes, ARemovedAttributeKeepsTheValuesThatItHad) {
+    ASSERT_EQ(Start(), S_OK);
+    const auto removed = Attribute("Pump", "Head");
+    Edit().RemoveAttribute("Pump", "Head", XNotify::No);
+    EXPECT_EQ(LoadByName("Pump"), S_OK);
+    EXPECT_FALSE(Has(Type("Pump"), "Head"));
+    m_server->SendNotification("properties/x/0/512");
+    ExpectCalls(0, [&] { EXPECT_EQ(LXRead(removed.Get(), XProperty::AttributeName), OLESTR("Head")); });
+}
+
+TEST_F(FreshTypes, ADirectNotificationToAnAttributeThatIsBeingRemoved) {
+    ASSERT_EQ(Start(), S_OK);
+    const auto removed = Attribute("Pump", "Head");
+    Edit().RemoveAttribute("Pump", "Head");
+    const Inside overtaken(Calls(), "ILXConfigFactoryEx::GetTypeArrayEx",
+                           [&] { LXNotifyStraight(removed, "properties/Pump/0/512"); });
+    EXPECT_FALSE(Has(Type("Pump"), "Head"));
+}
+
+TEST_F(FreshTypes, ADirectNotificationToAnAttributeReachesItsAttributeTypes) {
+    ASSERT_EQ(Start(), S_OK);
+    const auto head = Attribute("Pump", "Head");
+    EXPECT_EQ(AttributeTypes(head, XProperty::AttributeTypeName), (Names{"Feet", "Metres"}));
+    Edit().AddAttributeType("Pump", "Head", "Inches", XNotify::No);
+    LXNotifyStraight(head, "objects/Pump/0/1024");
+    EXPECT_EQ(AttributeTypes(head, XProperty::AttributeTypeName), (Names{"Feet", "Inches", "Metres"}));
+    const auto feet = LXElements(LXFind(head, &ILXAttribute::GetAttributeTypeEnum)).at(0);
+    Edit().SetAttributeTypeProperty("Pump", "Head", "Feet", XProperty::AttributeTypeLabel, "new", XNotify::No);
+    LXNotifyStraight(head, "properties/Pump/0/1024");
+    EXPECT_EQ(LXRead(feet.Get(), XProperty::AttributeTypeLabel), OLESTR("new"));
+}
+
 TEST_F(FreshTypes, ADirectNotificationIsNotLostForAnAttributeTypeThatIsBeingFetched) {
     ASSERT_EQ(Start(0), S_OK);
     const auto title = Attribute("Document", "Title");

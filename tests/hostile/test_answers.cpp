@@ -100,7 +100,7 @@ TEST_F(OddAnswers, ValuesByReferenceAreCopiedWhenTheyArrive) {
 TEST_F(OddAnswers, FewerValuesThanDisplayEnumerationsNeed) {
     const XLXComPtr<OddAttribute> hostile(new OddAttribute);
     ServeTypes([&] {
-        auto values = Values(46, XProperty::AttributeName, XLXComVariant::FromBstr(OLESTR("Name")));
+        auto values = Values(60, XProperty::AttributeName, XLXComVariant::FromBstr(OLESTR("Name")));
         return ItemArray(ServerItem(), OneAttribute(hostile, std::move(values)));
     });
     hostile->values = [](SAFEARRAY** out) {
@@ -109,6 +109,7 @@ TEST_F(OddAnswers, FewerValuesThanDisplayEnumerationsNeed) {
     };
     ASSERT_EQ(StartHostile(), S_OK);
     const auto item = Named(OLESTR("Item"));
+    LXNotifyStraight(AttributeOf(item, OLESTR("Name")), "properties/Item/2/512");
     for (int round = 0; round < 2; ++round) {
         ExpectRefusal(LXResult(item, &ILXType::GetDisplayAttributeEnum, 1), E_INVALIDARG,
                       "property index (46) is out of range");

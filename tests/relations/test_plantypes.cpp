@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Plan types and the relations that they allow.
+#include "logcapture.h"
 #include "relationfixture.h"
 
 class PlanTypes : public RelationTest {
@@ -96,7 +97,9 @@ TEST_F(PlanTypes, AFailingQueryFindsNoneAndLeavesNoSearchBehind) {
         StartWith(XLXComVariant::FromUnknown(query.Get()));
         Calls().Reset();
         if (*failing != 0) { Calls().FailCall(failing, E_ACCESSDENIED); }
+        const LogCapture log;
         EXPECT_EQ(IsPlan("Plan"), *failing != 0 ? S_FALSE : S_OK);
+        EXPECT_EQ(log.Entries().size(), *failing != 0 ? 1u : 0u);
         EXPECT_FALSE(LXErrorInformation::Take().present);
         EXPECT_EQ(Calls().Of("ILX_Query::ResetSearch"), 2u);
         XLXComPtr<IEnumBaseDataObject> found; // a search without a table finds nothing
