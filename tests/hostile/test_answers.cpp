@@ -114,6 +114,8 @@ TEST_F(OddAnswers, FewerValuesThanDisplayEnumerationsNeed) {
         ExpectRefusal(LXResult(item, &ILXType::GetDisplayAttributeEnum, 1), E_INVALIDARG,
                       "property index (46) is out of range");
         EXPECT_EQ(LXResult(item, &ILXType::GetDisplayAttributeEnum, 0), S_OK); // needs no values
+        XLXComVariant label;
+        EXPECT_EQ(AttributeOf(item, OLESTR("Name"))->GetProperty(XProperty::Label, label.Put()), S_FALSE);
     }
 }
 

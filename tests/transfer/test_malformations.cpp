@@ -127,7 +127,7 @@ TEST(Refusals, OfArraysThatAreNotVariantsInOneDimension) {
     expect(std::move(untyped), E_INVALIDARG, "SafeArrayGetVartype failed");
     XLXSafeArray descriptor; // without elements
     ASSERT_EQ(SafeArrayAllocDescriptorEx(VT_VARIANT, 1, descriptor.Put()), S_OK);
-    descriptor.Get()->rgsabound[0] = {3, 0};
+    descriptor.Get()->rgsabound[0] = {1, 0};
     expect(std::move(descriptor), E_INVALIDARG, "wrong safearray size");
 }
 
