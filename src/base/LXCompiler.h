@@ -15,8 +15,8 @@
 #define LX_IMPORT LX_EXPORT
 #endif
 
-// Clang names the address of a variable in CodeView. An emulated thread-local variable has none, so such a name would
-// be an undefined symbol.
+// Clang's CodeView debug information refers to the address of each variable. An emulated thread-local variable has no
+// fixed address, so the reference would be an undefined symbol.
 #if defined(_WIN32) && defined(__clang__)
 #define LX_THREAD_LOCAL [[gnu::nodebug]] thread_local
 #else

@@ -2,7 +2,7 @@
 #include "XCFGStringKey.h"
 
 namespace {
-/// Whether the unit at that index is a surrogate whose kind begins at that code.
+/// Whether the unit at that index is a surrogate of this kind: 0xD800 for high ones, 0xDC00 for low ones.
 bool IsSurrogate(XLXTextView text, std::size_t at, unsigned kind) {
     return at < text.size() && (static_cast<unsigned>(text[at]) & 0xFC00) == kind;
 }

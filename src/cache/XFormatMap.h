@@ -30,7 +30,7 @@ public:
                 const LXErrorLocation& failedAt);
 
     /// Asks the server to create a format and caches it. Any result of the server other than S_OK is reported and
-    /// returned.
+    /// returned. The former entry is dropped in either case.
     HRESULT Create(const XObjectTime& time, int type, ILXFormat** out, const char* method, const Ask& askServer,
                    const LXErrorLocation& failedAt);
 

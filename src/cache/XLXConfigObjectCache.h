@@ -100,9 +100,9 @@ public:
         self().OnDirectNotification(notification, touched);
     }
 
-    /// Takes over the number of the owner's last direct notification when the object enters the owner's map. The object
-    /// may have missed that notification: then its values from that moment are stale, and no answer from before the
-    /// notification can refresh it later. Called under the map's lock.
+    /// Takes over the number of the owner's last direct notification when the object enters the owner's map, so that no
+    /// answer requested before the notification can refresh the object later. If the notification came after the
+    /// moment, the object missed it: all that it has loaded becomes stale. Called under the map's lock.
     void TakeOwnersNumber(const XDirectNumber& ofOwner, const XMoment& moment) {
         if (const std::uint64_t number = ofOwner.Now(); number > m_direct.Now()) {
             XAspectSet touched;

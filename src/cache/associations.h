@@ -60,8 +60,8 @@ private:
         XStamp stamp; // published together with the values
     };
 
-    // Placed before the data: readers write the word at the end of the data's lock, and the count, which they only
-    // read, must not share its cache line.
+    // Placed before the data, so that it shares no cache line with the word at the end of the data's lock. Each write
+    // changes that word, and so does the first read after it.
     XOwnCount m_own;
     mutable XCritDataCFC<Stamped> m_data;
 };

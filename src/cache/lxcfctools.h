@@ -207,8 +207,8 @@ void LXNotifyDirectly(const Map* map, const Notification& notification, Touched&
     }
 }
 
-/// Fills in computer, user, password and process id of the calling process; leaves the other fields alone. Raises a
-/// failure with the text "<className>::GetClientInfo -> GetComputerName".
+/// Fills in the computer name (also as the user name), an empty password and the process id; leaves the other fields
+/// alone. Raises a failure with the text "<className>::GetClientInfo -> GetComputerName".
 HRESULT LXGetClientInfo(tagLXClientInfo* info, const char* className, const LXErrorLocation& at);
 
 /// The name of this computer. Raises the platform's error code with this text.

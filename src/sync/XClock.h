@@ -4,11 +4,11 @@
 //
 // A connection has one clock with a number for each aspect. Every notification that concerns the aspect advances the
 // number. Before asking the server, the caller takes a stamp; the answer is published together with that stamp. Cached
-// data is fresh while its stamp equals the current one. So an answer that a notification overtook is never fresh, however
-// late it arrives, and a notification touches no cached data.
+// data is fresh while its stamp equals the current one. So an answer that a notification overtook is never fresh,
+// however late it arrives. A notification touches no cached data.
 //
 // Ownership  Reference counted; everything created in a connection holds one reference. The clock refers to nothing.
-// Threading  Thread-safe. Notifications write, everybody else reads.
+// Threading  Thread-safe; takes no locks.
 #ifndef XCLOCK_H
 #define XCLOCK_H
 
@@ -74,8 +74,8 @@ public:
         return moment;
     }
 
-    /// Returns a new number for what makes one cached object stale: a notification that comes directly to it, or a record
-    /// that brings its server object.
+    /// Returns a new number for what makes one cached object stale: a notification sent directly to it, or a record
+    /// that replaces its server object.
     std::uint64_t DrawDirect() noexcept { return m_direct.value.fetch_add(1) + 1; }
 
     void AddRef() const noexcept { m_references.value.fetch_add(1, std::memory_order_relaxed); }
@@ -111,9 +111,10 @@ private:
 };
 using XOwnCount = XBasicOwnCount<>;
 
-/// The number of the last direct notification to an object, or of the last record that brought its server object. It is
-/// stored before the object's own counts advance. Code that takes a stamp from a bulk answer reads the own count first
-/// and this number afterwards. So at least one of the two shows a notification or record that overtook the answer.
+/// The number of the last direct notification to an object, or of the last record that replaced its server object. It
+/// is stored before the object's own counts advance. Code that takes a stamp from a bulk answer reads the own count
+/// first and this number afterwards. So if the answer was overtaken, either this number shows it, or the own count in
+/// the stamp is out of date.
 template <class Policy = XSystemSync> class XBasicDirectNumber {
 public:
     std::uint64_t Now() const noexcept { return m_number.load(std::memory_order_acquire); }

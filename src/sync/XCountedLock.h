@@ -99,8 +99,8 @@ template <class Lockable = XCriticalSectionEx> class XBasicRefCountCritSection {
 public:
     explicit XBasicRefCountCritSection(XLockLevel level = XLockLevel::PropertyStore) noexcept : m_place(level) {}
 
-    /// Adds an exclusive reference for the calling thread. Raises E_FAIL when the thread holds a read reference.
-    /// Callers must not do that: the thread's count stays raised and the shared lock is never released.
+    /// Adds an exclusive reference for the calling thread. Raises E_FAIL if the thread's first reference is a read
+    /// reference. The refused reference is counted all the same, so the caller must release it, too.
     void AddLockRef() {
         ThreadLockEntry& entry = m_threads.FindOrMake();
         if (++entry.count == 1) {
@@ -152,7 +152,7 @@ private:
     /// Acquires the lock for the thread's first reference.
     void Take(ThreadLockEntry& entry, bool shared) {
         entry.isRead = shared;
-        // Recorded before waiting, so that a wrong order is reported even when the lock is free.
+        // Recorded before waiting, so that a wrong order is reported before it can deadlock.
         m_place.Enter(this);
         entry.isLocked = XLockSwitch::IsOn();
         if (entry.isLocked) {

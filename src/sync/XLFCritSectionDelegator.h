@@ -18,8 +18,8 @@
 /// The reader stores its slot and then loads the word; the writer changes the word and then loads the slots. All four
 /// operations are sequentially consistent, so at least one of the two sees the other.
 ///
-/// Reads inside the thread's own write take the real lock, as further references to it. A write, or a second read of
-/// the same lock, inside the thread's own lock-free read deadlocks; debug builds abort there.
+/// Reads inside the thread's own write take the real lock, as further references to it. Inside the thread's own
+/// lock-free read, a write of the same lock deadlocks, and so may a second read; debug builds abort at either.
 ///
 /// @tparam Policy  the operations of the system
 template <class Lock, class Policy = XSystemSync> class XLFCritSectionDelegator : public Lock {

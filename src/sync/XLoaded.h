@@ -75,8 +75,9 @@ public:
 
 /// A holder of data that is loaded from the server as a whole: an immutable value that is only replaced.
 ///
-/// Load checks the value, takes the fill mutex, checks again, takes a stamp, asks with no lock held, and publishes the
-/// value with its stamp under one lock. A published value is never replaced by one whose stamp is older in either word.
+/// Callers first check the value with Fresh. Load takes the fill mutex, checks again, takes a stamp, asks with no other
+/// lock held, and publishes the value with its stamp under one lock. A published value is never replaced by one whose
+/// stamp is older in either word.
 /// An answer that a notification overtook is published with its stamp, and is therefore stale. An answer that arrives
 /// after End, or after Begin with another clock, is returned to its caller but not published.
 ///

@@ -5,8 +5,8 @@
 #ifndef XLOCKORDER_H
 #define XLOCKORDER_H
 
-/// Every lock of the component. Fill mutexes are held across calls to the server; notifications never take them. No
-/// foreign code is called while any lock below the line is held.
+/// The ranks of the locks that the check covers. Fill mutexes are held across calls to the server; notifications never
+/// take them. No foreign code is called while any lock below the line is held.
 enum class XLockLevel : unsigned char {
     Fill, ///< serialises loading something from the server, initialisation and termination; see XFill.h
     // ---- no foreign calls below this line

@@ -19,7 +19,7 @@ struct XSystemSync {
     using Mutex = XCriticalSectionEx;
     using Condition = XCondition;
 
-    /// Spreads threads over a table: any few threads that live at the same time have different numbers.
+    /// The calling thread's index, unique among live threads. Modulo a table's size, it spreads threads over the table.
     static unsigned ThreadIndex() noexcept {
 #ifdef _WIN32
         return GetCurrentThreadId() / 4; // thread ids are multiples of 4

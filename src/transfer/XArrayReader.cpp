@@ -120,7 +120,7 @@ void FromSafeArray(XArrayReader& from, XLXComPtr<IUnknown>& value) {
 XLXSafeArray SafeArrayFromSafeArray(XArrayReader& from) {
     constexpr const char* method = "SafeArrayFromSafeArray";
     const LONG count = FromSafeArray<LONG>(from);
-    // A negative count becomes one that no array has left.
+    // A negative count becomes a huge one, which exceeds the number of remaining elements.
     const std::span<XLXComVariant> elements = from.NextOwned(static_cast<ULONG>(count), method);
     SAFEARRAYBOUND bound = {static_cast<ULONG>(count), 0};
     XLXSafeArray array(SafeArrayCreate(VT_VARIANT, 1, &bound));

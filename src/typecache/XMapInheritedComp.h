@@ -7,7 +7,7 @@
 // one lock. The map is current while its stamp equals the current one, no records wait, and the base's map is current
 // with the content that was merged.
 //
-// Locks      Completion walks the chain of bases from the top down and holds the fetch mutex of one type at a time. It
+// Locks      Completion walks the chain of bases from the top down and holds the fill mutex of one type at a time. It
 //            asks the server and parses records with no map lock held. A published map is immutable and only replaced:
 //            look-ups are lock-free reads, iteration runs on a counted reference without a lock.
 #ifndef XMAPINHERITEDCOMP_H
@@ -200,7 +200,7 @@ private:
         return true;
     }
 
-    // Iterative: stack use does not depend on the length of the chain, and no thread waits for a type's fetch mutex
+    // Iterative: stack use does not depend on the length of the chain, and no thread waits for a type's fill mutex
     // while it holds another one. Data that a notification overtakes meanwhile is merged all the same; the next query
     // finds it stale. If a type gets another base meanwhile, the chain is walked again.
     void CompleteChain() {
@@ -258,7 +258,7 @@ private:
         XStampedRecords records = TakeRecords();
         fresh.stamp = records.stamp;
         if (records.array) { fresh.map = Merge(*fresh.map, records, retired); }
-        // Checked with the fetch mutex held: a completion with a newer base can only follow this one.
+        // Checked with the fill mutex held: a completion with a newer base can only follow this one.
         const auto linked = BaseOf(m_owner);
         if ((linked ? &MapOf(*linked) : nullptr) != base) { return false; }
         Publish(fresh, *records.moment);

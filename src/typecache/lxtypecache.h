@@ -8,7 +8,7 @@
 //
 // Ownership  A type holds references to its server type, its components and its base type. None of these refers back,
 //            except groups, which link to their type weakly.
-// Threading  Any thread may call. The type's fetch mutex serialises the completion of its maps; it is held across calls
+// Threading  Any thread may call. The type's fill mutex serialises the completion of its maps; it is held across calls
 //            to the server and never taken by notifications. Locks of the maps: see XMapInheritedComp.h.
 #ifndef LXTYPECACHE_H
 #define LXTYPECACHE_H

@@ -138,6 +138,7 @@ class Program(unittest.TestCase):
         broken = file_of(self.addCleanup, {"types": [{"name": "A", "base": "B"}]})
         empty = os.path.join(os.path.dirname(broken), "empty.json")
         open(os.path.join(SOURCE, empty), "w", encoding="utf-8").close()
+        none = file_of(self.addCleanup, {"types": []})
         for arguments, text in [
                 (["type", "pump"], 'did you mean "Pump"\\?'),
                 (["relations", "Area", "--browser", "tree"], 'no browser "tree"; did you mean "FunctionalTree" or'),
@@ -154,6 +155,7 @@ class Program(unittest.TestCase):
                 (["type", TYPE, "B", "C"], "unknown arguments: B C"),
                 (["types", "--model", "models"], "models cannot be used: it is a folder"),
                 (["types", "--model", empty], "the file is empty"),
+                (["types", "--model", none], "it has no types"),
                 (["types", "--names", "nothing.json"], "nothing.json cannot be read"),
                 (["type", "Nope"], r'there is no type "Nope" \(GetType answered S_FALSE\)'),
                 (["get", "attribute", TYPE + "/RatedFlow", "99"],

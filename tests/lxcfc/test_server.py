@@ -29,15 +29,13 @@ def server(*arguments):
     return EMULATOR + [os.path.join(FOLDER, "lxsampleserver.exe"), *arguments]
 
 
-class Server(unittest.TestCase):
+class Served(unittest.TestCase):
     @classmethod
-    def setUpClass(cls):
+    def serve(cls, *arguments):
         for module in MODULES:
             regsvr32(module)
         subprocess.run(server("--register"), check=True, timeout=120, stdin=subprocess.DEVNULL)
-        cls.model = part_of_the_model(cls.addClassCleanup)
-        cls.process = subprocess.Popen(server("--model", cls.model), stdin=subprocess.DEVNULL,
-                                       stdout=subprocess.PIPE, cwd=SOURCE)
+        cls.process = subprocess.Popen(server(*arguments), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, cwd=SOURCE)
         while b"ready" not in cls.process.stdout.readline():
             assert cls.process.poll() is None, "the server ended"
 
@@ -49,6 +47,13 @@ class Server(unittest.TestCase):
         subprocess.run(server("--unregister"), check=True, timeout=120, stdin=subprocess.DEVNULL)
         for module in MODULES:
             regsvr32(module, undo=True)
+
+
+class OfAModel(Served):
+    @classmethod
+    def setUpClass(cls):
+        cls.model = part_of_the_model(cls.addClassCleanup)
+        cls.serve("--model", cls.model)
 
     def test_1_the_types_are_those_of_the_model(self):
         expected = answer_of("types", "--model", self.model)
@@ -72,6 +77,15 @@ class Server(unittest.TestCase):
         elsewhere = "the server is called through proxies: it runs in another process or apartment"
         self.assertEqual({rule for rule, reason in reasons.items() if reason == elsewhere},
                          {"references", "callback-kept", "callback-released"})
+
+
+class OfAGeneratedModel(Served):
+    @classmethod
+    def setUpClass(cls):
+        cls.serve("--generate", "9", "--component-objects")
+
+    def test_the_types_are_those_that_every_process_generates(self):
+        self.assertEqual(answer_of("types", "--server", PROGID), answer_of("types", "--generate", "9"))
 
 
 if __name__ == "__main__":
