@@ -2,9 +2,9 @@
 //
 // The state that all objects of one sample server share: the model, the monitor, the clients and the live objects.
 //
-// Locks      m_modelMutex guards the model (shared for reads), m_tableMutex the table of objects with an identity. The
-//            notifier and the kept arrays have their own locks. None is held while foreign code is called. Only the
-//            table's lock nests within the model's, and the model's within that of the kept arrays.
+// Locks      m_modelMutex guards the model (shared for reads), m_tableMutex the table of objects that exist once per
+//            key. The notifier and the kept arrays have their own locks. None is held while foreign code is called.
+//            Lock order: kept array, model, table.
 #ifndef XSERVERCORE_H
 #define XSERVERCORE_H
 

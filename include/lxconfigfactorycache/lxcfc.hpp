@@ -715,7 +715,7 @@ struct Change {
         }
         return mode;
     }
-    /// Whether data of these kinds may have changed. True for an update mode below 1 and for LXUM_EVERYTHING.
+    /// Whether the update mode has one of these bits. Also true for a mode below 1 and for LXUM_EVERYTHING.
     /// @param modes  bits of LXUpdateMode, such as LXUM_ATTRIBUTES
     bool Concerns(LONG modes) const noexcept { return Mode() < 1 || (Mode() & (modes | LXUM_EVERYTHING)) != 0; }
 };

@@ -34,10 +34,12 @@ using BulkKey = std::pair<std::set<Text>, LONG>;
 
 /// A notification. Its data id is kind/object/number/mode.
 struct Change {
-    const char* kind; ///< "objects": an element was added or removed; "properties": a value changed; "pc"; "searchable"
-    Text object;      ///< the name of the changed element or of its owner
-    int number;       ///< the index of a value, or the number of a page, a group or a format
-    int mode;         ///< the kinds of data concerned: bits of the update mode (LXUM_...)
+    /// "objects": an element was added or removed; "properties": a value changed; "pc": a relation or PC info was added,
+    /// removed or changed; "searchable": a type's searchable flag changed
+    const char* kind;
+    Text object; ///< the name of the changed element or of its owner
+    int number;  ///< the index of a value, or the number of a page, a group or a format
+    int mode;    ///< the kinds of data concerned: bits of the update mode (LXUM_...)
 
     Text DataId() const {
         return WidenAscii(kind) + OLESTR("/") + Escaped(object) + OLESTR("/") + WidenAscii(std::to_string(number)) +

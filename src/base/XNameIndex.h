@@ -52,7 +52,7 @@ private:
         std::uint32_t text = Free; ///< offset of the names in m_texts
     };
     static constexpr std::uint32_t Free = std::numeric_limits<std::uint32_t>::max();
-    static constexpr std::size_t FewestSlots = 16;
+    static constexpr std::size_t MinSlots = 16;
     static constexpr std::size_t LengthUnits = sizeof(std::uint32_t) / sizeof(OLECHAR);
 
     static std::uint32_t HashOf(const Names& names) noexcept {
@@ -125,7 +125,7 @@ private:
     }
 
     void Grow() {
-        std::vector<Slot> slots(m_slots.empty() ? FewestSlots : m_slots.size() * 2);
+        std::vector<Slot> slots(m_slots.empty() ? MinSlots : m_slots.size() * 2);
         const std::size_t mask = slots.size() - 1;
         for (const Slot& slot : m_slots) {
             if (slot.text != Free) {

@@ -59,7 +59,7 @@ void XFormatMap::Enter(const XObjectTime& time, int type, Format& format, const 
         }
         if (!format) {
             formats.negative.push_back(type);
-            if (formats.negative.size() > MostNegativeAnswers) {
+            if (formats.negative.size() > MaxNegativeAnswers) {
                 formats.map.erase(formats.negative.front());
                 formats.negative.pop_front();
             }

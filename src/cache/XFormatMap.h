@@ -19,7 +19,7 @@
 class XFormatMap {
 public:
     /// The limit of negative answers; beyond it the oldest are dropped.
-    static constexpr std::size_t MostNegativeAnswers = 64;
+    static constexpr std::size_t MaxNegativeAnswers = 64;
 
     /// Calls GetFormat or CreateFormat of the server object.
     using Ask = std::function<HRESULT(ILXFormat**)>;

@@ -118,7 +118,7 @@ public:
         if (result == S_FALSE && m_place.load(std::memory_order_acquire) == Place::Detached) {
             result = m_store.ReadStale(index, value);
         }
-        if (result == S_FALSE && IsReadWithOthers()) { result = m_store.Read(index, value, Now()); }
+        if (result == S_FALSE && TryRefillWithOthers()) { result = m_store.Read(index, value, Now()); }
         if (result == S_FALSE) { return FetchAndRead(index, value); }
         if (result == E_INVALIDARG) { LXRaisePropertyIndex(index); }
         if (result == E_OUTOFMEMORY) { throw std::bad_alloc(); }
@@ -240,7 +240,7 @@ protected:
 
     /// Refills stale values together with those of other objects. True: a refill has run, so the store may have fresh
     /// values now.
-    bool IsReadWithOthers() {
+    bool TryRefillWithOthers() {
         return m_refill && m_place.load() == Place::InMap && !AreValuesFresh() && m_refill->OnStale(Facts.values);
     }
 

@@ -34,7 +34,7 @@ bool XCallCosts::AreHigh() const noexcept {
     }
     const auto middle = recent.begin() + count / 2;
     std::nth_element(recent.begin(), middle, recent.begin() + count);
-    return count >= FewestCalls && *middle >= HighCost;
+    return count >= MinCalls && *middle >= HighCost;
 }
 
 // True at most once for each state of the server. Other threads that read meanwhile ask for their own values.

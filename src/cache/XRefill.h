@@ -47,7 +47,7 @@ public:
 private:
     enum class Choice : unsigned char { ByCost, Always, Never };
     static constexpr std::chrono::microseconds HighCost{100};
-    static constexpr std::size_t FewestCalls = 3;
+    static constexpr std::size_t MinCalls = 3;
 
     const Choice m_choice; ///< set by the environment variable LXREFILL: "always" or "never"
     mutable XLeafMutex m_mutex;
@@ -67,7 +67,7 @@ public:
     XRefill& operator=(const XRefill&) = delete;
 
     /// Sets the number of objects. Once a twelfth of them, and at least two, were found stale, readAll runs.
-    void SetObjects(std::size_t count) noexcept { m_enough.store(std::max(FewestStale, count / WorthOfAll)); }
+    void SetObjects(std::size_t count) noexcept { m_enough.store(std::max(MinStale, count / WorthOfAll)); }
 
     /// Reports that an object found its values stale. True: readAll has run, so the values may be fresh now.
     /// @param values  the aspect of the values
@@ -77,7 +77,7 @@ public:
     const std::shared_ptr<XCallCosts>& Costs() const noexcept { return m_costs; }
 
 private:
-    static constexpr std::size_t FewestStale = 2;
+    static constexpr std::size_t MinStale = 2;
     /// Reading all types costs as much as reading a sixth of them one by one. Each type read so far has cost two calls,
     /// so reading a twelfth has cost the same.
     static constexpr std::size_t WorthOfAll = 12;
@@ -87,7 +87,7 @@ private:
     const XAspectSet m_values;
     const std::shared_ptr<XCallCosts> m_costs;
     const std::function<void()> m_readAll;
-    std::atomic<std::size_t> m_enough{FewestStale};
+    std::atomic<std::size_t> m_enough{MinStale};
     XLeafMutex m_mutex;
     std::uint64_t m_now LX_GUARDED_BY(m_mutex) = 0; ///< the sum of the clock's numbers: a state of the server
     std::size_t m_found LX_GUARDED_BY(m_mutex) = 0; ///< objects found stale in that state

@@ -103,7 +103,7 @@ void XLXAttributeCache::OnAssigned(const XVariantRow& values, const XStamp& stam
 }
 
 XDisplayFacts XLXAttributeCache::DisplayFacts() {
-    if (auto known = FreshDisplayFacts(); known || (IsReadWithOthers() && (known = FreshDisplayFacts()))) {
+    if (auto known = FreshDisplayFacts(); known || (TryRefillWithOthers() && (known = FreshDisplayFacts()))) {
         return *known;
     }
     XDisplayFacts facts;

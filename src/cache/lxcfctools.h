@@ -78,7 +78,7 @@ inline void LXRaiseKept(const std::exception_ptr& failure) {
 }
 
 /// An enumeration of the server that reaches this many elements is treated as endless.
-constexpr ULONG LXMostElements = 1000000;
+constexpr ULONG LXMaxElements = 1000000;
 
 /// Precedes every call to the server: writes a trace entry if enabled and, in debug builds, asserts that no lock is
 /// held that a notification could wait for.
@@ -238,7 +238,7 @@ HRESULT LXForEachOf(Enumerator& enumerator, const char* method, const LXErrorLoc
             if (batch[i]) { visit(std::move(batch[i])); }
         }
         total += fetched != 0 ? fetched : 1; // also ends endless empty batches
-        if (result == S_OK && total >= LXMostElements) {
+        if (result == S_OK && total >= LXMaxElements) {
             XLXError::Raise(E_FAIL, OLESTR("server enumeration does not end"), at);
         }
     }

@@ -32,7 +32,7 @@ struct XConnection {
 
     // Guarded by the manager's leaf mutex:
     struct Registration {
-        XLXComPtr<ILXDataUpdate> update; ///< the server object with the callback's registration; null: not registered
+        XLXComPtr<ILXDataUpdate> update; ///< the service that the callback is registered with; null: not registered
         XLXComPtr<ILXCallbackUpdate> callback;
         XLXComPtr<IXCfgCacheCallback> separateCallback;
         LONG clientId = 0;
@@ -43,7 +43,7 @@ struct XConnection {
 };
 using XConnectionPtr = std::shared_ptr<XConnection>;
 
-/// The manager as its registries see it: the owner of the connection.
+/// Owns the connection: the part of the manager that its registries use.
 class XConnectionOwner {
 public:
     /// The connection, or null.

@@ -7,7 +7,7 @@ using Specs = std::vector<Spec>;
 
 constexpr ULONG SpecBatch = 500;
 
-// Specs that could not be fetched or wrapped are missing until the next notification.
+// Specs that could not be fetched are missing until the next notification.
 Specs FetchSpecs(const XConnection& server, std::exception_ptr& failure) {
     const LXErrorLocation at = LXManagerAt("InternalFillGlobalFormatSpecCache");
     Specs fresh;

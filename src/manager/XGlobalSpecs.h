@@ -12,9 +12,9 @@ public:
 
     using XRegistry::XRegistry;
 
-    /// The specs, loaded on first use and after a notification. When the server has none, the empty set is cached. When
-    /// an enumeration fails part way, this call raises the failure, and the specs before it are cached as the set. Null
-    /// when the calling thread is already loading them.
+    /// The specs, loaded on first use and after a notification. If the server has none, the empty set is cached. If an
+    /// enumeration fails part way, the specs before the failure are cached as the set; only an endless enumeration is
+    /// raised, once. If the thread is already loading them: the former specs, or null.
     Value InternalFillGlobalFormatSpecCache();
 
     /// Removes a spec on the server, then here: the given object, if it is one of ours, and the cached spec with this

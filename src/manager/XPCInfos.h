@@ -6,8 +6,8 @@
 #include "lxpcinfocache.h"
 
 /// The PC infos that every browser has for relations without a server object. There are two sets, which differ only in
-/// whether the PC infos say that they are new. They mirror nothing on the server, so no notification concerns them.
-/// They are created once, from all browser ids.
+/// the property LXP_PC_INFO_NEW. They mirror nothing on the server, so no notification concerns them. They are created
+/// once, from all browser ids.
 class XPCInfos : public XRegistry<XNameMap<XLXComPtr<XLXPCInfoCache>>> {
 public:
     /// @param browsers  must outlive this object

@@ -6,7 +6,7 @@ using Objects = std::vector<XLXComPtr<ILX_BaseDataObject>>;
 using Relations = std::vector<XRelationHost::PlanTypeRelation>;
 
 constexpr ULONG ObjectBatch = 100;
-constexpr int MostSearches = 4;
+constexpr int MaxSearches = 4;
 constexpr const OLECHAR* SearchFailed = OLESTR("the plan types cannot be searched");
 
 constexpr LXErrorLocation At() { return LXManagerAt("InternalFillPlantypeMap"); }
@@ -89,7 +89,7 @@ private:
 };
 
 Objects MasterSets(ILX_Query& query, std::atomic<std::uint64_t>& calls) {
-    for (int i = 0; i < MostSearches; ++i) {
+    for (int i = 0; i < MaxSearches; ++i) {
         Search search(query, calls);
         Objects sets = search.Result();
         if (!search.IsDisturbed()) { return sets; }

@@ -25,7 +25,7 @@ public:
     Value End(const XClockPtr& clock) { return m_loaded.End({clock, m_aspect}); }
 
 protected:
-    /// The value, loaded from the server unless it is fresh. Null when the calling thread is already loading it.
+    /// The value, loaded unless it is fresh. If the thread is already loading it: the former value, or null.
     /// @param fetch    T fetch(connection); exceptions pass through
     /// @param publish  as in XLoaded
     Value Load(const char* method, auto&& fetch, auto&&... publish) {

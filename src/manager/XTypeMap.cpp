@@ -155,7 +155,7 @@ void XTypeMap::EnterNegative(XLXTextView name, const Request& requested) {
     if (isCurrent && !known->map.contains(key) && !known->negative.contains(key)) {
         known->oldest.push_back(key);
         known->negative.insert(std::move(key));
-        ForgetNegative(*known, MostNegativeAnswers);
+        ForgetNegative(*known, MaxNegativeAnswers);
     }
 }
 

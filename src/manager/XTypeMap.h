@@ -24,7 +24,7 @@ using XTypeHostPtr = std::shared_ptr<const XTypeHost>;
 class XTypeMap {
 public:
     /// The limit of negative answers; beyond it the oldest are dropped.
-    static constexpr std::size_t MostNegativeAnswers = 10000;
+    static constexpr std::size_t MaxNegativeAnswers = 10000;
 
     /// State of a type while all types are being linked to their bases.
     enum class Link : std::uint8_t {
@@ -113,7 +113,8 @@ private:
     mutable XCritDataCFC<Known> m_mapType{XLockLevel::TypeMap};
 };
 
-/// The type map to answer from: the manager's, or one created for an answer that arrived after its connection was over.
+/// The type map to answer from: the manager's (not owned: an aliasing pointer without a count), or one created for an
+/// answer that arrived after its connection was over.
 using XTypeMapPtr = std::shared_ptr<const XTypeMap>;
 
 #endif

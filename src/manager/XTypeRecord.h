@@ -16,7 +16,7 @@ struct XTypeRecord : XLXCFCDataTransfer::XILXTypeData {
     XLXComPtr<XLXTypeCache> made; ///< the new object, when the map has no type of that name yet
     XLXText baseName;             ///< empty: no base type, or the array does not resolve its index
 
-    /// Whether the record names its base only by an index that the array does not resolve.
+    /// Whether the record has a base index that the array does not resolve.
     bool IsBaseMissing() const noexcept { return baseIndex != XLXCFCDataTransfer::NoBaseIndex; }
 };
 using XTypeRecords = std::vector<XTypeRecord>;

@@ -7,8 +7,8 @@
 
 // Nobody holds a reference any more, so no notification can be in progress. Does not call the server.
 XLXConfigFactoryCacheManager::~XLXConfigFactoryCacheManager() {
+    m_pcInfoLink.Clear();
     m_selfLink.Clear();
-    m_ownLink.Clear();
     XLXTransientPC::Disown(*this);
     if (m_connection) { EmptyCaches(m_connection->clock); }
     m_transferMode->Set(0); // types that outlive the manager fetch only the requested kind

@@ -16,7 +16,7 @@
 #include "XGlobalSpecs.h"
 #include "XPCInfos.h"
 #include "XPlanTypes.h"
-#include "XRelationQuestions.h"
+#include "XRelationQueries.h"
 #include "XTypeInheritanceInfo.h"
 #include "XUnknown.h"
 #include "xlxcfcmngimpl.h"
@@ -25,8 +25,8 @@
 #include <span>
 
 class XLXConfigFactoryCacheManager final
-    : public XRelationQuestions<XUnknown<XLXConfigFactoryCacheManager, ILXConfigFactoryCache, ILXConfigFactory,
-                                         IDPFObject, ILXCallbackUpdate, ILXServerEntryPoint, XRelationHost>>,
+    : public XRelationQueries<XUnknown<XLXConfigFactoryCacheManager, ILXConfigFactoryCache, ILXConfigFactory,
+                                       IDPFObject, ILXCallbackUpdate, ILXServerEntryPoint, XRelationHost>>,
       public XConnectionOwner {
 public:
     XLXConfigFactoryCacheManager() { XModuleCount::Lock(); }
@@ -153,7 +153,7 @@ public:
     }
     std::vector<XLXText> BaseTypeNames(XLXTextView typeName) override;
     bool TryAddRef() noexcept override { return TryAddReference(); }
-    const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept override { return m_selfLink; }
+    const XWeakLink<XPCInfoRegistry>& PCInfoLink() const noexcept override { return m_pcInfoLink; }
 
     /// Reads all types unless they are fresh. Returns the map to answer from, and S_FALSE if the server has nothing.
     std::pair<XTypeMapPtr, HRESULT> InternalFillTypeMap();
@@ -199,8 +199,8 @@ private:
     XPCInfos m_pcInfosNew{*this, m_browsers, XLockLevel::PCInfosNew, true};
     XPlanTypes m_planTypes{*this, XLockLevel::PlanTypes, XAspect::PlanTypes};
     XGlobalSpecs m_globalSpecs{*this, XLockLevel::GlobalSpecs, XAspect::Specs};
-    XWeakLink<XPCInfoRegistry> m_selfLink = XWeakLink<XPCInfoRegistry>::To(this);
-    XWeakLink<XLXConfigFactoryCacheManager> m_ownLink = XWeakLink<XLXConfigFactoryCacheManager>::To(this);
+    XWeakLink<XPCInfoRegistry> m_pcInfoLink = XWeakLink<XPCInfoRegistry>::To(this);
+    XWeakLink<XLXConfigFactoryCacheManager> m_selfLink = XWeakLink<XLXConfigFactoryCacheManager>::To(this);
     const std::shared_ptr<XCallCosts> m_costs = std::make_shared<XCallCosts>();
 
     XFillMutex m_init; // serialises Init and Terminate; never taken by notifications

@@ -158,10 +158,10 @@ XTypeHostPtr XLXConfigFactoryCacheManager::MakeTypeHost(const XClockPtr& clock) 
     constexpr XAspectSet values{XAspect::TypeValues,          XAspect::AttributeValues, XAspect::AttributeTypes,
                                 XAspect::AttributeTypeValues, XAspect::PageValues,      XAspect::GroupValues,
                                 XAspect::EditorValues};
-    auto refill = std::make_shared<XRefill>(clock, values, m_costs, [clock, link = m_ownLink] {
+    auto refill = std::make_shared<XRefill>(clock, values, m_costs, [clock, link = m_selfLink] {
         if (const auto manager = link.Lock()) { manager->Impl("RefillTypes").RefillTypes(clock); }
     });
-    auto getType = [clock, link = m_ownLink](XLXTextView name) {
+    auto getType = [clock, link = m_selfLink](XLXTextView name) {
         const auto manager = link.Lock();
         return manager ? manager->ServerType(clock, name) : nullptr;
     };
@@ -169,7 +169,7 @@ XTypeHostPtr XLXConfigFactoryCacheManager::MakeTypeHost(const XClockPtr& clock) 
 }
 
 XFactorySourcePtr XLXConfigFactoryCacheManager::MakeFactorySource(const XClockPtr& clock) const {
-    return std::make_shared<const XFactorySource>([clock, link = m_ownLink] {
+    return std::make_shared<const XFactorySource>([clock, link = m_selfLink] {
         const auto manager = link.Lock();
         const auto connection = manager ? manager->ConnectionWith(clock) : nullptr;
         return connection ? connection->configFactory : XLXComPtr<ILXConfigFactory>();
@@ -177,7 +177,7 @@ XFactorySourcePtr XLXConfigFactoryCacheManager::MakeFactorySource(const XClockPt
 }
 
 XRefillPtr XLXConfigFactoryCacheManager::MakeRelationsRefill(const XClockPtr& clock) const {
-    return std::make_shared<XRefill>(clock, XAspect::RelationValues, m_costs, [clock, link = m_ownLink] {
+    return std::make_shared<XRefill>(clock, XAspect::RelationValues, m_costs, [clock, link = m_selfLink] {
         const auto manager = link.Lock();
         if (manager && manager->ConnectionWith(clock)) {
             manager->RelationManager("RefillRelations")->RefillRelations();
@@ -258,8 +258,8 @@ void XLXConfigFactoryCacheManager::Unregister(XConnection& connection) noexcept 
     }
 }
 
-// If the relations cannot be loaded, the failure is logged and the relation manager is kept; its queries return what it
-// has.
+// If the relations cannot be loaded, the failure is logged and the relation manager is kept. Its queries find none
+// until a notification concerns them.
 void XLXConfigFactoryCacheManager::CreateRelationManager(XConnection& connection) {
     const auto relations = std::make_shared<XLXPCPartCacheMng>(
         *this, connection.clock, MakeRelationsRefill(connection.clock), MakeFactorySource(connection.clock));

@@ -23,19 +23,19 @@ void TraceUpdate(BSTR dataId, LONG mode, XLXTextView kind) noexcept {
 }
 } // namespace
 
-HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR dataId, BSTR dataType, ULONG type, ULONG notification,
+HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR dataId, BSTR dataType, ULONG type, ULONG notificationId,
                                                         ULONG count, tagLXUpdateInfo* info) {
     return XLXError::Guarded(LXManagerAt("DataObjectChanged"), [&]() -> HRESULT {
         if (m_lServerTerminated.load()) { return S_OK; }
         if (LXBstrView(dataType) != SpecificDataType) {
-            const HRESULT forwarded = ForwardToServer(dataId, dataType, type, notification, count, info);
+            const HRESULT forwarded = ForwardToServer(dataId, dataType, type, notificationId, count, info);
             if (FAILED(forwarded)) { return forwarded; }
         }
         XConnectionPtr connection;
         {
             const XLeafLock lock(m_mutex);
             connection = m_connection;
-            if (connection && connection->lastNotificationId == notification) {
+            if (connection && connection->lastNotificationId == notificationId) {
                 return S_OK; // already handled
             }
         }
@@ -49,11 +49,11 @@ HRESULT XLXConfigFactoryCacheManager::DataObjectChanged(BSTR dataId, BSTR dataTy
             const XAspectSet concerned = XNotificationRule::Concerned(id, mode);
             connection->clock->Advance(concerned);
             LXTraceInvalidated(concerned);
-            // The id is recorded in the connection that the notification arrived in, so that a late one does not
-            // suppress another in the next connection.
+            // Recorded in the connection that was current on arrival, so that this id suppresses no notification of
+            // the next connection.
             const XLeafLock lock(m_mutex);
             isHandled = connection->relations != nullptr;
-            if (isHandled) { connection->lastNotificationId = notification; }
+            if (isHandled) { connection->lastNotificationId = notificationId; }
         }
         XLXError::CheckPointer(isHandled ? this : nullptr, OLESTR("m_pPCPartCacheMng"),
                                LXManagerAt("DataObjectChanged"));

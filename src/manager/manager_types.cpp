@@ -79,7 +79,7 @@ std::pair<XTypeMapPtr, HRESULT> XLXConfigFactoryCacheManager::InternalFillTypeMa
     const XFill fill(m_types.FillMutex(), &m_types);
     const bool isServed = m_types.Fills().IsServed(begun) && m_types.IsFilled();
     if (fill.IsReentered() || isServed || m_types.IsFresh()) {
-        return {own, S_OK}; // a server that calls back during the fill gets the present types
+        return {own, S_OK}; // a call from inside the fill gets the present types, a waiting thread those just read
     }
     XTypeMapPtr filled;
     m_types.Fills().Run(fill, [&] {

@@ -162,7 +162,8 @@ LONG XLXCFCMngImplClient::NamedLoadMode(bool includeTypeAttributes) const {
     return includeTypeAttributes ? BulkMode() & LXTM_ATTRIBUTES : BulkMode();
 }
 
-// A change below an attribute also concerns the attribute, and a change of the attribute set also concerns the type.
+// For the kind "objects": a change of the attribute set also concerns the types. A change of attribute types, or of
+// formats of any kind, also concerns the attributes.
 LONG XLXCFCMngImplClient::TranslateUpdateFlags(XLXTextView kind, LONG mode) const noexcept {
     if (kind != OLESTR("objects")) { return mode; }
     if ((mode & LXUM_ATTRIBUTES) != 0) { mode |= LXUM_TYPES; }

@@ -44,8 +44,8 @@ private:
 
     void AdvanceParts() noexcept { m_pcInfos.Advance(); }
     void OnDirectNotification(const XDirectNotification& notification, XAspectSet& touched);
-    /// The PC infos, loaded unless they are fresh; empty if the thread is already loading them. If the server cannot
-    /// list them, the relation has none until the next notification.
+    /// The PC infos, loaded unless they are fresh. If the thread is already loading them: the former ones, or none. If
+    /// the server cannot list them, the relation has none until the next notification.
     PCInfoMapPtr LoadPCInfos();
     void FetchPCInfos(PCInfoMap& fresh, const XRequestTime& requested) const;
 

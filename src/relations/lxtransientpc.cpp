@@ -29,7 +29,7 @@ constexpr XTransientFacts Facts{Properties, At("Get", 67), std::nullopt};
 /// The writable properties, in the order of Names.
 constexpr std::array Written{LXRM_PARENTNAME, LXRM_CHILDNAME, LXRM_NAMESHORT};
 
-/// All transient relations of the module, by manager (null: unowned), names and flag.
+/// All transient relations of the module, by manager (null: unowned), names and newRelations.
 struct Pool {
     using Key = std::tuple<const XRelationHost*, XLXTransientPC::Names, bool>;
 
@@ -51,10 +51,10 @@ Pool& ThePool() {
 } // namespace
 
 XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXTextView parent,
-                                              const XRelationHost::PlanTypeRelation& relation, bool flag) {
+                                              const XRelationHost::PlanTypeRelation& relation, bool newRelations) {
     const Names names{XLXText(parent), relation.childType, relation.nameShort};
-    const Pool::Key key(&host, names, flag);
-    const Pool::Key unowned(nullptr, names, flag);
+    const Pool::Key key(&host, names, newRelations);
+    const Pool::Key unowned(nullptr, names, newRelations);
     Pool& pool = ThePool();
     const XLeafLock lock(pool.mutex);
     auto found = pool.relations.find(key);
@@ -62,7 +62,7 @@ XLXComPtr<ILXParentChild> XLXTransientPC::For(const XRelationHost& host, XLXText
         const auto free = pool.relations.find(unowned);
         found = free != pool.relations.end()
                     ? pool.Reassign(free, &host)
-                    : pool.relations.emplace(key, std::make_unique<XLXTransientPC>(Owner(), Names(), flag));
+                    : pool.relations.emplace(key, std::make_unique<XLXTransientPC>(Owner(), Names(), newRelations));
     }
     found->second->Renew(host.PCInfoLink(), names);
     return found->second.get();
@@ -77,7 +77,8 @@ void XLXTransientPC::Disown(const XRelationHost& host) noexcept {
     }
 }
 
-XLXTransientPC::XLXTransientPC(Owner owner, const Names& names, bool flag) : XLXTransientObject(Facts), m_flag(flag) {
+XLXTransientPC::XLXTransientPC(Owner owner, const Names& names, bool newRelations)
+    : XLXTransientObject(Facts), m_newRelations(newRelations) {
     Renew(std::move(owner), names);
 }
 
@@ -117,11 +118,11 @@ HRESULT XLXTransientPC::AskOwner(const char* method, const OLECHAR* outName, aut
 
 HRESULT XLXTransientPC::GetPCInfoEnum(ILXPCInfoEnum** ppEnum) {
     return AskOwner("GetPCInfoEnum", OLESTR("ppEnum"), ppEnum,
-                    [&](XPCInfoRegistry& owner) { return owner.InternalGetPCInfoEnum(ppEnum, m_flag); });
+                    [&](XPCInfoRegistry& owner) { return owner.InternalGetPCInfoEnum(ppEnum, m_newRelations); });
 }
 
 HRESULT XLXTransientPC::GetPCInfo(BSTR bstrBrowserId, ILXPCInfo** ppPCInfo) {
     return AskOwner("GetPCInfo", OLESTR("ppPCInfo"), ppPCInfo, [&](XPCInfoRegistry& owner) {
-        return owner.InternalGetPCInfo(LXBstrView(bstrBrowserId), ppPCInfo, m_flag);
+        return owner.InternalGetPCInfo(LXBstrView(bstrBrowserId), ppPCInfo, m_newRelations);
     });
 }

@@ -3,8 +3,8 @@
 // A relation without a server object, which exists because plan types allow it.
 //
 // Ownership  Its lifetime does not depend on references. There is one for each manager, parent, child, short name and
-//            flag. It lives until the module is unloaded, and each reference keeps the module loaded. When its manager
-//            is destroyed, the next manager that needs such a relation reuses it.
+//            set of PC infos. It lives until the module is unloaded, and each reference keeps the module loaded. When
+//            its manager is destroyed, the next manager that needs such a relation reuses it.
 // Threading  Thread-safe.
 #ifndef LXTRANSIENTPC_H
 #define LXTRANSIENTPC_H
@@ -23,11 +23,11 @@ public:
     /// The child list of all transient relations. Writes to it are ignored.
     static constexpr const OLECHAR* ChildList = OLESTR("nodes");
 
-    XLXTransientPC(Owner owner, const Names& names, bool flag);
+    XLXTransientPC(Owner owner, const Names& names, bool newRelations);
 
     /// The relation with these names.
     static XLXComPtr<ILXParentChild> For(const XRelationHost& host, XLXTextView parent,
-                                         const XRelationHost::PlanTypeRelation& relation, bool flag);
+                                         const XRelationHost::PlanTypeRelation& relation, bool newRelations);
     /// Call when a manager is destroyed. Its relations no longer return PC infos, and other managers may reuse them.
     static void Disown(const XRelationHost& host) noexcept;
 
@@ -42,11 +42,11 @@ public:
 
 private:
     void Renew(Owner owner, const Names& names);
-    /// Returns what ask(manager) returns.
+    /// Returns the result of ask(manager); S_FALSE if the manager is gone.
     HRESULT AskOwner(const char* method, const OLECHAR* outName, auto** out, auto&& ask) const;
 
     Owner m_owner LX_GUARDED_BY(m_mutex);
-    const bool m_flag; // selects the set of PC infos
+    const bool m_newRelations; // selects the set of PC infos
 };
 
 #endif

@@ -9,7 +9,7 @@
 class XLXTransientPCInfo final
     : public XLXTransientObject<XModuleReferences<XLXTransientPCInfo, ILXPCInfo>, EConfigElementKind::PCInfo> {
 public:
-    /// @param isNew  whether the PC info says that it is new
+    /// @param isNew  the value of the property LXP_PC_INFO_NEW
     XLXTransientPCInfo(XLXTextView browserId, bool isNew);
 
     HRESULT STDMETHODCALLTYPE Set(BSTR, VARIANT) override { return E_NOTIMPL; }

@@ -20,9 +20,9 @@ struct Held {
 
 // A plain array, so that nothing is destroyed when a thread ends after the module was unloaded. It is small because the
 // loader reserves little thread-local storage for modules that it loads late.
-constexpr unsigned MostHeld = 32; // more than any code path takes
+constexpr unsigned MaxHeld = 32; // more than any code path takes
 struct HeldByThread {
-    Held held[MostHeld];
+    Held held[MaxHeld];
     unsigned count;
 };
 thread_local HeldByThread t_held;
@@ -47,7 +47,7 @@ void XLockPlace::Enter(const void* lock) const noexcept {
             held.level < m_level || (held.level == m_level && held.lock != lock && MayNestInItself(m_level));
         if (!fine) { Fail("taking", m_level, held.level); }
     }
-    if (t_held.count < MostHeld) // locks beyond the limit are not recorded, so not checked
+    if (t_held.count < MaxHeld) // locks beyond the limit are not recorded, so not checked
     {
         t_held.held[t_held.count++] = {m_level, lock};
     }

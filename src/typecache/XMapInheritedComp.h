@@ -3,9 +3,9 @@
 // One kind of a type's components: its pages, groups, attributes or editors.
 //
 // The server's records are delivered, wait until the first query, and are then parsed and merged with the base type's
-// map. Map, content number, the merged base's content number, stamp and waiting records are published together, under
-// one lock. The map is current while its stamp equals the current one, no records wait, and the base's map is current
-// with the content that was merged.
+// map. Each published map has a new content number. Map, content number, the merged base's content number, stamp and
+// waiting records are published together, under one lock. The map is current while its stamp equals the current one, no
+// records wait, and the base's map is current and still has the merged content number.
 //
 // Locks      Completion walks the chain of bases from the top down and holds the fill mutex of one type at a time. It
 //            asks the server and parses records with no map lock held. A published map is immutable and only replaced:
@@ -146,7 +146,7 @@ private:
         XStamp stamp;                  ///< of the map
         XStampedRecords delivered;     ///< waiting records; no stamp: none wait
     };
-    static constexpr int MostAttempts = 3; // if bases change during completion
+    static constexpr int MaxAttempts = 3; // if bases change during completion
 
     std::uint64_t Now() const noexcept { return m_owner.Clock()->Now(Kind.set); }
     std::uint64_t Check() const noexcept { return g_componentEpoch.load() + Now(); }
@@ -205,7 +205,7 @@ private:
     // finds it stale. If a type gets another base meanwhile, the chain is walked again.
     void CompleteChain() {
         bool isLinkedAnew = true;
-        for (int attempt = 0; attempt < MostAttempts && isLinkedAnew && !IsComplete(); ++attempt) {
+        for (int attempt = 0; attempt < MaxAttempts && isLinkedAnew && !IsComplete(); ++attempt) {
             const XMapInheritedComp* above = nullptr;
             isLinkedAnew = false;
             const auto chain = ChainFromTop();
@@ -271,7 +271,7 @@ private:
     // the same, because a caller waits for them; their stamps mark what is stale.
     XStampedRecords TakeRecords() {
         XStampedRecords waiting = TakeWaiting();
-        if (!IsUsable(waiting) && waiting.stamp == CurrentStamp() && m_owner.IsReadWithAll()) {
+        if (!IsUsable(waiting) && waiting.stamp == CurrentStamp() && m_owner.TryRefillAllTypes()) {
             waiting = TakeWaiting();
         }
         return IsUsable(waiting) ? std::move(waiting) : m_owner.FetchTypeCacheComponents(Kind.mode);

@@ -216,7 +216,7 @@ void XLXTypeCache::RefillComponents() {
     TakeValues({}, std::move(components), mode, moment, retired);
 }
 
-bool XLXTypeCache::IsReadWithAll() { return Refill() && Refill()->OnStale(XAspect::TypeValues); }
+bool XLXTypeCache::TryRefillAllTypes() { return Refill() && Refill()->OnStale(XAspect::TypeValues); }
 
 void XLXTypeCache::TakeValues(XVariantRow values, XILXTypeComp components, LONG mode,
                               const std::shared_ptr<const XMoment>& moment, XRetired& retired) {

@@ -2,12 +2,13 @@
 //
 // XLXTypeCache: the cached ILXType.
 //
-// It answers queries for pages, groups, attributes and editors from four component maps. The first query of each kind
-// completes its map, with one bulk call to the server if nothing was delivered before. Methods that would change the
-// configuration return E_NOTIMPL.
+// It answers queries for pages, groups, attributes and editors from four component maps. Only queries for top-level
+// groups and for the type's own attributes ask the server each time. The first query of each kind completes its map,
+// with one bulk call to the server if nothing was delivered before. Methods that would change the configuration return
+// E_NOTIMPL.
 //
-// Ownership  A type holds references to its server type, its components and its base type. None of these refers back,
-//            except groups, which link to their type weakly.
+// Ownership  A type holds references to its server type, its components and its base type. Groups, and the sources of
+//            components' server objects, link back to the type weakly.
 // Threading  Any thread may call. The type's fill mutex serialises the completion of its maps; it is held across calls
 //            to the server and never taken by notifications. Locks of the maps: see XMapInheritedComp.h.
 #ifndef LXTYPECACHE_H
@@ -172,8 +173,8 @@ private:
         m_maps;
     XLXCFCDataTransfer::XILXTypeComp AskForComponents(LONG mode, const LXErrorLocation& at) const;
     LONG DefaultMode() const noexcept;
-    /// Reports to the refill of all types that waiting records became stale. True: the records of all types were read.
-    bool IsReadWithAll();
+    /// Reports stale waiting records to the refill of all types, which may call the server. True: all types were read.
+    bool TryRefillAllTypes();
     std::shared_ptr<const XTransferModeSupplier> m_modeSupplier;
     XRefillPtr m_componentRefill; // constant once the type is handed out
     XLXText m_name;               // constant once the type is handed out; empty for a type that has none yet

@@ -22,7 +22,7 @@ XVariantRow::XVariantRow(std::span<XLXComVariant> values) {
 }
 
 XVariantRow::BlockPtr XVariantRow::Made(std::size_t size, std::size_t words) {
-    const std::size_t count = size > MostPlaces ? size : words;
+    const std::size_t count = size > MaxPlaces ? size : words;
     BlockPtr block(new (::operator new(sizeof(Block) + (WordsOfMembers(size) + count) * sizeof(std::uint64_t)))
                        Block{static_cast<std::uint32_t>(size), static_cast<std::uint32_t>(count)});
     std::uninitialized_fill_n(block->Members(), size, Member{});

@@ -45,7 +45,7 @@ private:
     /// For a value that does not fit into a word, or whose type does not fit into a byte: the word is its address.
     static constexpr std::uint8_t Elsewhere = 0xFF;
     /// In a longer row, each member has a word, at its own index.
-    static constexpr std::size_t MostPlaces = NoPlace;
+    static constexpr std::size_t MaxPlaces = NoPlace;
 
     using InWords = std::array<std::uint64_t, sizeof(VARIANT) / sizeof(std::uint64_t)>;
     static XLXComVariant* AddressIn(std::uint64_t word) noexcept {
@@ -65,10 +65,10 @@ private:
         std::uint64_t* Words() noexcept { return const_cast<std::uint64_t*>(std::as_const(*this).Words()); }
 
         std::size_t PlaceOf(std::size_t index) const noexcept {
-            return size > MostPlaces ? index : Members()[index].place;
+            return size > MaxPlaces ? index : Members()[index].place;
         }
         bool HasPlace(std::size_t index) const noexcept {
-            return index < size && (size > MostPlaces || Members()[index].place != NoPlace);
+            return index < size && (size > MaxPlaces || Members()[index].place != NoPlace);
         }
         XLXVariantView At(std::size_t index) const noexcept {
             const VARTYPE type = Members()[index].type;

@@ -4,8 +4,8 @@
 // connection. Parameters with configuration names are ignored.
 //
 // Errors     Null pointers raise E_POINTER, missing names E_INVALIDARG. Empty enumerations are S_FALSE and null.
-#ifndef XRELATIONQUESTIONS_H
-#define XRELATIONQUESTIONS_H
+#ifndef XRELATIONQUERIES_H
+#define XRELATIONQUERIES_H
 
 #include "XLXEnumWithDelete.h"
 #include "XRelationEnds.h"
@@ -14,7 +14,7 @@
 #include <initializer_list>
 
 /// @tparam Bases  must include ILXConfigFactoryCache and ILXConfigFactory
-template <class... Bases> class XRelationQuestions : public Bases... {
+template <class... Bases> class XRelationQueries : public Bases... {
     using Object = ILX_BaseDataObject;
     using Enum = ILXParentChildEnum;
 
@@ -122,7 +122,7 @@ public:
     }
 
 protected:
-    ~XRelationQuestions() = default;
+    ~XRelationQueries() = default;
 
     /// The connection's relation manager; raises E_POINTER when there is none.
     virtual std::shared_ptr<XLXPCPartCacheMng> RelationManager(const char* method) const = 0;
@@ -150,25 +150,25 @@ private:
     }
 
     /// Runs a query of the relation manager.
-    template <class Question> HRESULT Ask(const char* method, Question&& question) const {
-        return XLXError::Guarded(LXManagerAt(method), [&]() -> HRESULT { return question(*RelationManager(method)); });
+    template <class Query> HRESULT Ask(const char* method, Query&& query) const {
+        return XLXError::Guarded(LXManagerAt(method), [&]() -> HRESULT { return query(*RelationManager(method)); });
     }
     /// The same with an out pointer. It is nulled first, because finding the relation manager may fail.
-    template <class Out, class Question> HRESULT Ask(const char* method, Out** out, Question&& question) const {
+    template <class Out, class Query> HRESULT Ask(const char* method, Out** out, Query&& query) const {
         LXEmptyOut(out);
-        return Ask(method, std::forward<Question>(question));
+        return Ask(method, std::forward<Query>(query));
     }
 
-    /// Queries relations between the selected ends: question(relations, ends). When an object answers with a success
+    /// Queries relations between the selected ends: query(relations, ends). When an object answers with a success
     /// code other than S_OK, that code is returned.
     HRESULT AskBetween(const char* method, const Selection& selection, const LXErrorLocation& at,
-                       std::initializer_list<Required> required, auto&& question) const {
+                       std::initializer_list<Required> required, auto&& query) const {
         return Ask(method, [&](auto& relations) {
             for (const Required& argument : required) {
                 XLXError::CheckPointer(argument.pointer, argument.name, at);
             }
             const XRelationEnds ends(selection.parent, selection.child, selection.parentType);
-            return ends.result != S_OK ? ends.result : question(relations, ends);
+            return ends.result != S_OK ? ends.result : query(relations, ends);
         });
     }
     HRESULT Enumerate(const char* method, Enum** out, const Selection& selection, const LXErrorLocation& at,
