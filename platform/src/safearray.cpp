@@ -103,10 +103,15 @@ ULONG LXPlatformArray::SizeOf(VARTYPE vt) {
     }
 }
 
+HRESULT SafeArrayAllocDescriptorEx(VARTYPE vt, UINT cDims, SAFEARRAY** ppsaOut) {
+    if (ppsaOut == nullptr || SizeOf(vt) == 0 || cDims == 0 || cDims > g_mostDimensions) { return E_INVALIDARG; }
+    *ppsaOut = Allocate(vt, cDims);
+    return *ppsaOut != nullptr ? S_OK : E_OUTOFMEMORY;
+}
+
 SAFEARRAY* SafeArrayCreate(VARTYPE vt, UINT cDims, SAFEARRAYBOUND* rgsabound) {
-    if (SizeOf(vt) == 0 || cDims == 0 || cDims > g_mostDimensions || rgsabound == nullptr) { return nullptr; }
-    SAFEARRAY* const array = Allocate(vt, cDims);
-    if (array == nullptr) { return nullptr; }
+    SAFEARRAY* array = nullptr;
+    if (rgsabound == nullptr || FAILED(SafeArrayAllocDescriptorEx(vt, cDims, &array))) { return nullptr; }
     std::reverse_copy(rgsabound, rgsabound + cDims, array->rgsabound);
     if (!AllocateData(*array)) {
         Free(array);
@@ -118,12 +123,6 @@ SAFEARRAY* SafeArrayCreate(VARTYPE vt, UINT cDims, SAFEARRAYBOUND* rgsabound) {
 SAFEARRAY* SafeArrayCreateVector(VARTYPE vt, LONG lLbound, ULONG cElements) {
     SAFEARRAYBOUND bound = {cElements, lLbound};
     return SafeArrayCreate(vt, 1, &bound);
-}
-
-HRESULT SafeArrayAllocDescriptorEx(VARTYPE vt, UINT cDims, SAFEARRAY** ppsaOut) {
-    if (ppsaOut == nullptr || SizeOf(vt) == 0 || cDims == 0 || cDims > g_mostDimensions) { return E_INVALIDARG; }
-    *ppsaOut = Allocate(vt, cDims);
-    return *ppsaOut != nullptr ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT SafeArrayDestroy(SAFEARRAY* psa) {
@@ -145,10 +144,11 @@ HRESULT SafeArrayCopy(SAFEARRAY* psa, SAFEARRAY** ppsaOut) {
     VARTYPE vt = VT_EMPTY;
     const HRESULT known = SafeArrayGetVartype(psa, &vt);
     if (FAILED(known)) { return known; }
+    if (psa->pvData == nullptr) { return E_INVALIDARG; }
     SAFEARRAY* const copy = Allocate(vt, psa->cDims);
     if (copy == nullptr) { return E_OUTOFMEMORY; }
     std::copy_n(psa->rgsabound, psa->cDims, copy->rgsabound);
-    HRESULT result = psa->pvData == nullptr ? E_INVALIDARG : AllocateData(*copy) ? S_OK : E_OUTOFMEMORY;
+    HRESULT result = AllocateData(*copy) ? S_OK : E_OUTOFMEMORY;
     for (std::size_t i = 0, count = CountOf(*psa); i < count && SUCCEEDED(result); ++i) {
         result = CopyElement(*psa, ElementAt(*copy, i), ElementAt(*psa, i));
     }
