@@ -26,6 +26,7 @@ protected:
     using Relation = XLXComPtr<ILXParentChild>;
 
     XLXComPtr<ILX_BaseDataObject> Object(const char* id) { return m_server->StoredObject(id); }
+    HRESULT IsPlan(const char* type) { return m_cache->IsPlantype(m_server->DataObject(type).Get()); }
 
     /// The relations of an enumeration as "Child/list".
     static Names Listed(const Enum& relations);

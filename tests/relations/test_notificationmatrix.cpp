@@ -110,7 +110,7 @@ NotificationMatrix::Probes NotificationMatrix::AllProbes() {
     const auto formatOf = [](const auto& of) { LXGet(of, &ILXGlobalAttributeFormatSpec::GetFormat, 1); };
     const auto rooms = [this] { return Single("Area", "Room", "nodes"); };
     const auto info = [](const Relation& relation) { return LXGet(relation, &ILXParentChild::GetPCInfo, "Tree"); };
-    const auto plan = [this] { EXPECT_EQ(m_cache->IsPlantype(m_server->DataObject("Plan").Get()), S_OK); };
+    const auto plan = [this] { EXPECT_EQ(IsPlan("Plan"), S_OK); };
     return {{"type", [=] { return Reading(area); }},
             {"type map", [this] { return [this] { Type("Area"); }; }},
             {"attributes", [=] { return attributes; }},

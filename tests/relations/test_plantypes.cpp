@@ -13,7 +13,6 @@ protected:
         arguments[1] = std::move(query);
         ASSERT_EQ(Initialize(std::move(arguments)), S_OK);
     }
-    HRESULT IsPlan(const char* type) { return m_cache->IsPlantype(m_server->DataObject(type).Get()); }
     Enum Enumerate(const char* type, LONG filter) {
         return LXGet(m_cache, &Cache::GetPCEnum2, nullptr, type, nullptr, filter);
     }
